@@ -1,0 +1,13 @@
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+
+if(QUILLARD_TESTS)
+  find_package(GTest REQUIRED)
+  find_package(rapidcheck CONFIG REQUIRED)
+  include(GoogleTest)
+endif()
+if(QUILLARD_BENCHMARKS)
+  find_package(benchmark REQUIRED)
+endif()

@@ -1,0 +1,67 @@
+# One library a folder, with its true dependencies; unit tests beside the sources.
+
+add_library(quillard_options INTERFACE)
+target_compile_options(quillard_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef -Werror
+  $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local -Wduplicated-cond -Wlogical-op>
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wshadow -Wthread-safety>)
+target_include_directories(quillard_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+if(QUILLARD_SANITIZE)
+  target_compile_options(quillard_options INTERFACE
+    -fsanitize=${QUILLARD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quillard_options INTERFACE -fsanitize=${QUILLARD_SANITIZE})
+endif()
+if(QUILLARD_TIDY)
+  find_program(CLANG_TIDY_PROGRAM NAMES clang-tidy clang-tidy-14 REQUIRED)
+endif()
+
+function(quillard_common target)
+  if(QUILLARD_TIDY)
+    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${CLANG_TIDY_PROGRAM};--quiet")
+  endif()
+endfunction()
+
+# quillard_library(NAME SOURCES ... [PUBLIC targets...] [PRIVATE targets...])
+function(quillard_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillard_options ${ARG_PRIVATE})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  quillard_common(${name})
+endfunction()
+
+# quillard_header_library(NAME [INTERFACE targets...]): headers only; `<NAME>_headers` compiles each of them alone.
+function(quillard_header_library name)
+  cmake_parse_arguments(ARG "" "" "INTERFACE" ${ARGN})
+  add_library(${name} INTERFACE)
+  target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} INTERFACE ${ARG_INTERFACE})
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  set(probes)
+  foreach(header IN LISTS headers)
+    string(MAKE_C_IDENTIFIER ${header} stem)
+    set(probe ${CMAKE_CURRENT_BINARY_DIR}/${stem}.cpp)
+    file(CONFIGURE OUTPUT ${probe} CONTENT "#include \"${header}\"\n#include \"${header}\"\n")
+    list(APPEND probes ${probe})
+  endforeach()
+  add_library(${name}_headers OBJECT ${probes})
+  target_link_libraries(${name}_headers PRIVATE quillard_options ${name})
+endfunction()
+
+# quillard_test(NAME SOURCES ... LINK targets... [LABEL label]): one GoogleTest program, each of its tests known to CTest.
+function(quillard_test name)
+  if(NOT QUILLARD_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LINK" ${ARGN})
+  if(NOT ARG_LABEL)
+    set(ARG_LABEL unit)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE quillard_options ${ARG_LINK} GTest::gtest GTest::gmock GTest::gtest_main rapidcheck)
+  quillard_common(${name})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
+endfunction()

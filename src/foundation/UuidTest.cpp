@@ -1,0 +1,63 @@
+#include <unordered_set>
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include "foundation/Uuid.h"
+
+namespace quillard {
+namespace {
+
+class CountingRandom final : public platform::Random {
+ public:
+  bool fillSecurely(std::span<std::uint8_t> bytes) override {
+    for (auto& byte : bytes) byte = next++;
+    return true;
+  }
+  std::array<std::uint8_t, 16> identityBytes() override {
+    std::array<std::uint8_t, 16> bytes{};
+    (void)fillSecurely(bytes);
+    return bytes;
+  }
+
+ private:
+  std::uint8_t next = 0xF0;
+};
+
+TEST(Uuid, IsWrittenInCanonicalUpperCaseAndReadInEitherCase) {
+  const auto uuid = Uuid::parse("e621e1f8-C36C-495a-93FC-0c247a3e6e5f");
+  ASSERT_TRUE(uuid.has_value());
+  EXPECT_EQ(uuid->text(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+}
+
+TEST(Uuid, RefusesEverythingButTheHyphenatedForm) {
+  for (const auto* text : {"", "E621E1F8", "E621E1F8C36C495A93FC0C247A3E6E5F", "{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}",
+                           "E621E1F8-C36C-495A-93FC-0C247A3E6E5G", "E621E1F8-C36C-495A-93FC-0C247A3E6E5F ",
+                           "E621E1F8-C36C-495A-93FC00C247A3E6E5F", "E621E1F-8C36C-495A-93FC-0C247A3E6E5F",
+                           "+621E1F8-C36C-495A-93FC-0C247A3E6E5F"}) {
+    EXPECT_FALSE(Uuid::parse(text).has_value()) << text;
+  }
+}
+
+TEST(Uuid, RandomOnesCarryVersionAndVariant) {
+  CountingRandom random;
+  const auto uuid = Uuid::random(random);
+  EXPECT_EQ(uuid.text()[14], '4');
+  EXPECT_NE(std::string("89AB").find(uuid.text()[19]), std::string::npos);
+  EXPECT_NE(uuid, Uuid::random(random));
+}
+
+RC_GTEST_PROP(Uuid, ReadsBackWhatItWrites, (const std::array<std::uint8_t, 16>& bytes)) {
+  const Uuid uuid{bytes};
+  RC_ASSERT(Uuid::parse(uuid.text()) == uuid);
+}
+
+TEST(Uuid, HashesByValue) {
+  std::unordered_set<Uuid> set;
+  set.insert(Uuid{});
+  set.insert(Uuid{});
+  EXPECT_EQ(set.size(), 1U);
+}
+
+}  // namespace
+}  // namespace quillard

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace quillard::platform {
+
+struct ResourceError {
+  std::string description;  // For a diagnostic line.
+};
+
+// The installed program: on macOS its application bundle, elsewhere the folder that it was installed as. Any thread.
+class Bundle {
+ public:
+  virtual ~Bundle() = default;
+
+  // Where the program lies, absolute, symbolic links as they were used to start it.
+  [[nodiscard]] virtual std::string path() const = 0;
+  // `path` with symbolic links followed and "." and ".." taken out. Equal to `path` when that cannot be done.
+  [[nodiscard]] virtual std::string resolvedPath() const = 0;
+  // Absent when the program does not run as an installed application.
+  [[nodiscard]] virtual std::optional<std::string> identifier() const = 0;
+  // The text under `key` of the information dictionary. Absent when there is none, or it is no text.
+  [[nodiscard]] virtual std::optional<std::string> informationText(std::string_view key) const = 0;
+  // The bytes of a resource that came with the program. Absent when there is no such resource.
+  [[nodiscard]] virtual std::optional<std::variant<std::vector<std::uint8_t>, ResourceError>> resource(
+      std::string_view name, std::string_view extension) const = 0;
+
+  // The folders in which this system's users install applications, absolute and standardised, the system's before the
+  // user's.
+  [[nodiscard]] virtual std::vector<std::string> applicationDirectories() const = 0;
+};
+
+}  // namespace quillard::platform

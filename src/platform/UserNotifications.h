@@ -1,0 +1,27 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace quillard::platform {
+
+struct UserNotification {
+  std::string identifier;  // A later one with the same identifier takes the place of an earlier one.
+  std::string title;
+  std::string body;
+  bool playsDefaultSound = false;
+};
+
+// Notes that the desktop shows to its user. Main thread.
+class UserNotifications {
+ public:
+  virtual ~UserNotifications() = default;
+  // Asks the user, where the system wants that, for alerts and sounds. `completion` comes once on the main thread, with
+  // the error's description when asking failed; being refused is no error.
+  virtual void requestAuthorization(std::function<void(std::optional<std::string>)> completion) = 0;
+  // Delivers now. Failures are not reported.
+  virtual void post(const UserNotification& notification) = 0;
+};
+
+}  // namespace quillard::platform

@@ -1,0 +1,135 @@
+#include "approvals/PendingApproval.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <string_view>
+
+#include "foundation/Numbers.h"
+
+namespace quillard {
+namespace {
+
+constexpr double kSameIdentityScore = 1000;
+constexpr double kSameContentScore = 500;
+constexpr double kLowestMatch = 1;
+
+std::int64_t truncated(double value) {
+  if (!fitsInteger(value)) {
+    std::fputs("A frame without identity was asked for its identity.\n", stderr);
+    std::abort();
+  }
+  return truncatedToInteger(value);
+}
+
+std::set<std::string_view> labels(const std::vector<DialogButton>& buttons) {
+  std::set<std::string_view> labels;
+  for (const auto& button : buttons) labels.insert(button.label);
+  return labels;
+}
+
+bool hasSameContent(const PendingApproval& a, const PendingApproval& b) {
+  return a.processIdentifier == b.processIdentifier && a.bundleIdentifier == b.bundleIdentifier &&
+         a.windowTitle == b.windowTitle && a.messageLines == b.messageLines && labels(a.buttons) == labels(b.buttons);
+}
+
+double centreDistance(const DialogFrame& a, const DialogFrame& b) {
+  const double dx = (a.x + a.width * 0.5) - (b.x + b.width * 0.5);
+  const double dy = (a.y + a.height * 0.5) - (b.y + b.height * 0.5);
+  return std::hypot(dx, dy);
+}
+
+class Hasher {
+ public:
+  template <class T>
+  Hasher& add(const T& value) {
+    constexpr std::size_t kGoldenRatio = 0x9E3779B97F4A7C15ULL;
+    hash ^= std::hash<T>{}(value) + kGoldenRatio + (hash << 6U) + (hash >> 2U);
+    return *this;
+  }
+  template <class T>
+  Hasher& addAll(const std::vector<T>& values) {
+    add(values.size());
+    for (const auto& value : values) add(value);
+    return *this;
+  }
+  [[nodiscard]] std::size_t value() const { return hash; }
+
+ private:
+  std::size_t hash = 0;
+};
+
+}  // namespace
+
+bool DialogFrame::hasIdentity() const {
+  return fitsInteger(x) && fitsInteger(y) && fitsInteger(width) && fitsInteger(height);
+}
+
+std::string DialogFrame::identity() const {
+  return std::to_string(truncated(x)) + "," + std::to_string(truncated(y)) + "," + std::to_string(truncated(width)) +
+         "," + std::to_string(truncated(height));
+}
+
+PendingApproval PendingApproval::make(PendingApproval fields, const std::optional<Uuid>& suppressionID) {
+  fields.suppressionID = suppressionID.value_or(fields.id);
+  return fields;
+}
+
+std::string PendingApproval::displayTitle() const {
+  return windowTitle.empty() ? appName + " needs attention" : appName + ": " + windowTitle;
+}
+
+PendingApproval PendingApproval::replacingIdentity(const Uuid& newID, platform::Date newDetectedAt) const {
+  PendingApproval copy = *this;
+  copy.id = newID;
+  copy.detectedAt = newDetectedAt;
+  return copy;
+}
+
+double PendingApproval::matchScore(const PendingApproval& candidate) const {
+  if (id == candidate.id) return kSameIdentityScore;
+  if (!hasSameContent(*this, candidate)) return 0;
+  // Written so that a distance that is no number, too, counts as far away.
+  const double score = kSameContentScore - centreDistance(windowFrame, candidate.windowFrame);
+  return score > kLowestMatch ? score : kLowestMatch;
+}
+
+}  // namespace quillard
+
+std::size_t std::hash<quillard::DialogFrame>::operator()(const quillard::DialogFrame& frame) const noexcept {
+  return quillard::Hasher().add(frame.x).add(frame.y).add(frame.width).add(frame.height).value();
+}
+
+std::size_t std::hash<quillard::DialogButton>::operator()(const quillard::DialogButton& button) const noexcept {
+  return quillard::Hasher()
+      .add(button.label)
+      .add(button.role)
+      .add(button.x)
+      .add(button.y)
+      .add(button.width)
+      .add(button.height)
+      .value();
+}
+
+std::size_t std::hash<quillard::PendingApproval>::operator()(const quillard::PendingApproval& approval) const noexcept {
+  return quillard::Hasher()
+      .add(approval.id)
+      .add(approval.suppressionID)
+      .add(approval.detectedAt.time_since_epoch().count())
+      .add(approval.appName)
+      .add(approval.bundleIdentifier)
+      .add(approval.processIdentifier)
+      .add(approval.windowTitle)
+      .add(approval.windowRole)
+      .add(approval.windowFrame)
+      .addAll(approval.messageLines)
+      .add(approval.reason)
+      .addAll(approval.buttons)
+      .add(approval.recommendedButtonLabel)
+      .add(approval.requiresDirectAccess)
+      .add(approval.directAccessReason)
+      .add(approval.isFallbackDetection)
+      .value();
+}

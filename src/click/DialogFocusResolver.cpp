@@ -1,0 +1,25 @@
+#include "click/DialogFocusResolver.h"
+
+#include "detection/AXHelpers.h"
+
+namespace quillard {
+
+DialogFocusResolver::DialogFocusResolver(DialogDetector& detector, platform::Accessibility& accessibility,
+                                         platform::Workspace& workspace)
+    : detector(detector), accessibility(accessibility), workspace(workspace) {}
+
+void DialogFocusResolver::focusApplication(const PendingApproval& approval) {
+  if (!workspace.runningApplication(approval.processIdentifier)) return;
+  workspace.unhide(approval.processIdentifier);
+  workspace.activate(approval.processIdentifier);
+  const auto application = accessibility.createApplication(approval.processIdentifier);
+  accessibility.setMessagingTimeout(application, AXHelpers::kMessagingTimeout);
+  accessibility.setAttributeValue(application, platform::ax::kFrontmost, true);
+}
+
+std::optional<ResolvedDialogButton> DialogFocusResolver::resolveCurrentButton(const PendingApproval& approval,
+                                                                              const std::string& buttonLabel) {
+  return detector.resolveCurrentButton(approval, buttonLabel);
+}
+
+}  // namespace quillard

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "approvals/ApprovalSuppressionStore.h"
+#include "approvals/PendingApproval.h"
+#include "detection/PromptCandidateGate.h"
+#include "detection/PromptReader.h"
+#include "detection/ResolvedDialogButton.h"
+#include "detection/StableIDs.h"
+#include "detection/WindowSource.h"
+#include "platform/Accessibility.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/Environment.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+namespace quillard {
+
+// What a detector is made over. All of it outlives the detector.
+struct DetectorSurroundings {
+  platform::Accessibility& accessibility;
+  platform::Workspace& workspace;
+  platform::WindowList& windowList;
+  const platform::Clock& clock;
+  const platform::Environment& environment;
+  platform::Console& console;
+  const StableIDs& stableIDs;
+};
+
+// Turns the windows on screen into approvals: looks at the windows of every application that may show a prompt, and at
+// the focused one, classifies each, and gives the prompts that two scans in a row have seen.
+//
+// An application that does not answer in time contributes no window whose reading it cut short: a prompt of which only
+// a part was read could hide that it asks for a password.
+//
+// Every operation reads other processes and may wait for them: never on the main thread. One scan at a time; the other
+// operations change nothing here and may run beside it.
+class DialogDetector {
+ public:
+  // `ownProcessIdentifier`: whose windows are never looked at.
+  DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
+                 const DetectorSurroundings& surroundings);
+
+  // The prompts on screen, in the order in which they were met. Each one's `id` and `suppressionID` are its
+  // fingerprint: owner, title, place, labels and lines. Empty when accessibility is not granted.
+  [[nodiscard]] std::vector<PendingApproval> scan();
+
+  // Whether some window on screen still shows the prompt. Also true when that cannot be told, because its application
+  // does not answer or accessibility was taken away: only a prompt that was looked for in vain counts as gone.
+  [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval);
+
+  // The live button labelled exactly `buttonLabel` in the window that matches the approval best; of equal ones the
+  // first met. Its window is restored and raised. Absent when no window matches, or none has such a button.
+  [[nodiscard]] std::optional<ResolvedDialogButton> resolveCurrentButton(const PendingApproval& approval,
+                                                                         const std::string& buttonLabel);
+
+ private:
+  struct Match;
+
+  [[nodiscard]] std::vector<WindowSource> allWindowSources(platform::AXReadScope& scope);
+  [[nodiscard]] std::vector<WindowSource> uniqueWindowSources(platform::AXReadScope& scope);
+  void appendApplicationSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
+  void appendSystemWideSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
+  void appendSystemWideSource(const std::optional<platform::AXUIElement>& window, std::vector<WindowSource>& sources);
+
+  [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
+  [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
+                                                                       const WindowSource& source);
+  [[nodiscard]] std::optional<PendingApproval> approvalOf(const WindowSource& source, const PromptReading& reading);
+  [[nodiscard]] std::optional<Match> matchIn(platform::AXReadScope& scope, const WindowSource& source,
+                                             const PendingApproval& approval, const std::string& buttonLabel);
+  void printDiagnostics(const std::vector<WindowSource>& sources);
+
+  const std::int32_t ownProcessIdentifier;
+  const ApprovalSuppressionStore& suppressionStore;
+  PromptCandidateGate candidateGate;
+  const DetectorSurroundings surroundings;
+};
+
+}  // namespace quillard

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/Environment.h"
+#include "platform/Executors.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+namespace quillard {
+
+// What a monitor is made over. All of it outlives the monitor.
+struct MonitorSurroundings {
+  platform::SerialExecutor& mainThread;
+  platform::Workspace& workspace;
+  platform::WindowList& windowList;
+  const platform::Environment& environment;
+};
+
+// Asks for a scan soon after something happened on the desktop: an application came, went, was shown or hidden, the
+// space changed, or the owners of visible windows are others than before. Bursts lead to one request, followed by two
+// later ones, since prompts often finish drawing a moment after the event.
+//
+// States: new -> started -> stopped, and started again if asked. Main thread only, `onChange` included.
+class DialogEventMonitor {
+ public:
+  using OnChange = std::function<void(const std::string& reason)>;
+
+  // An accessibility observer of one application. Nothing in the agent registers any; one that is handed in is taken
+  // down with its application, or at the end.
+  struct Observation {
+    platform::AXUIElement applicationElement;
+    std::unique_ptr<platform::AXObserver> observer;
+  };
+
+  // `debounceInterval`: how long it must be quiet before a request is delivered; at least 0.05 s.
+  DialogEventMonitor(std::int32_t ownProcessIdentifier, platform::Seconds debounceInterval, OnChange onChange,
+                     const MonitorSurroundings& surroundings);
+  ~DialogEventMonitor();
+  DialogEventMonitor(const DialogEventMonitor&) = delete;
+  DialogEventMonitor& operator=(const DialogEventMonitor&) = delete;
+
+  // Begins to watch and asks for a first scan. What is visible at this moment is no change. A second call does nothing.
+  void start();
+  // After it, nothing is delivered.
+  void stop();
+  [[nodiscard]] bool isRunning() const { return isStarted; }
+
+  // Delivers `reason` once it has been quiet for the debounce interval; a newer request takes the place of this one.
+  void requestScan(const std::string& reason);
+  // Delivers `reason` 0.8 s and 2.0 s from now; a newer follow-up takes the place of what is left of this one.
+  void requestFollowUpScans(const std::string& reason);
+
+  void addObservation(std::int32_t processIdentifier, Observation observation);
+  // Nothing happens when there is none.
+  void removeObservation(std::int32_t processIdentifier);
+
+ private:
+  void handleWorkspaceEvent(const platform::WorkspaceEvent& event);
+  void startVisibleOwnerPolling();
+  void checkVisibleOwners();
+
+  const std::int32_t ownProcessIdentifier;
+  const platform::Seconds debounceInterval;
+  const OnChange onChange;
+  std::unordered_map<std::int32_t, Observation> observations;
+  std::vector<platform::SubscriptionHandle> notificationTokens;
+  platform::TaskHandle debounceTask;
+  std::vector<platform::TaskHandle> followUpScanTask;  // One handle a delay.
+  platform::TaskHandle visibleOwnerPollTimer;
+  std::set<std::string> visibleWindowSignature;
+  bool isStarted = false;
+  const MonitorSurroundings surroundings;
+};
+
+}  // namespace quillard

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+#include "detection/DialogDetector.h"
+#include "platform/Executors.h"
+
+namespace quillard {
+
+// Runs scans one at a time, away from the main thread. Destroying it waits for the scan under way; its completion may
+// still come.
+class DialogScanWorker {
+ public:
+  using Completion = std::function<void(std::vector<PendingApproval>)>;
+
+  // Both outlive the worker; nobody else scans with `detector`.
+  DialogScanWorker(DialogDetector& detector, platform::Executors& executors);
+
+  // Scans once, after every scan asked for before; `completion` is called with the outcome on the main thread. Never
+  // blocks.
+  void scan(Completion completion);
+
+ private:
+  DialogDetector& detector;
+  platform::SerialExecutor& mainThread;
+  std::unique_ptr<platform::SerialExecutor> queue;
+};
+
+}  // namespace quillard

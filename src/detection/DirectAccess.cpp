@@ -1,0 +1,50 @@
+#include "detection/DirectAccess.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "foundation/Text.h"
+
+namespace quillard {
+namespace {
+
+constexpr std::array<std::string_view, 4> kSecretWords{"password", "keychain", "access key", "login keychain"};
+constexpr std::array<std::string_view, 4> kSettingsWords{"system settings", "privacy & security",
+                                                         "privacy and security", "accessibility settings"};
+constexpr std::array<std::string_view, 2> kSettingsLabels{"open system settings", "open settings"};
+
+constexpr std::string_view kSettingsReason =
+    "Approving this requires changing macOS settings. Use TeamViewer, AnyDesk, Screen Sharing, or physical access to "
+    "approve it. You can still deny it remotely.";
+
+template <class Words>
+bool containsAny(std::string_view text, const Words& words) {
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
+}
+
+bool opensSettings(const std::vector<std::string>& buttonLabels) {
+  return std::any_of(buttonLabels.begin(), buttonLabels.end(), [](const std::string& label) {
+    return std::find(kSettingsLabels.begin(), kSettingsLabels.end(), text::normalized(label)) != kSettingsLabels.end();
+  });
+}
+
+}  // namespace
+
+std::optional<std::string> directAccessRequiredReason(const std::string& title,
+                                                      const std::vector<std::string>& messageLines,
+                                                      const std::vector<std::string>& buttonLabels) {
+  std::string shown = text::normalized(title);
+  for (const auto& line : messageLines) shown += " " + text::normalized(line);
+  if (containsAny(shown, kSecretWords)) return secretRequiredReason();
+  if (opensSettings(buttonLabels) || containsAny(shown, kSettingsWords)) return std::string(kSettingsReason);
+  return std::nullopt;
+}
+
+std::string secretRequiredReason() {
+  return "This dialog asks for a password or keychain access. Use TeamViewer, AnyDesk, Screen Sharing, or physical "
+         "access so Quillard never handles secrets. You can still deny it remotely.";
+}
+
+}  // namespace quillard

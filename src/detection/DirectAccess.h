@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillard {
+
+// Why a prompt must be answered at the computer itself: it asks for a secret, or for a change of settings. The text is
+// for the user. Absent: it may be answered from afar.
+[[nodiscard]] std::optional<std::string> directAccessRequiredReason(const std::string& title,
+                                                                    const std::vector<std::string>& messageLines,
+                                                                    const std::vector<std::string>& buttonLabels);
+
+// The reason of a prompt that asks for a secret, for one that is known by its fields instead of its words.
+[[nodiscard]] std::string secretRequiredReason();
+
+}  // namespace quillard

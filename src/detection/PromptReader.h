@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+#include "detection/DialogPromptClassifier.h"
+#include "detection/WindowSource.h"
+#include "platform/Accessibility.h"
+
+namespace quillard {
+
+// What one window shows, read once: everything that classification, the approval record and the diagnostics go by.
+struct PromptReading {
+  platform::AXUIElement content;  // The element that holds the prompt: the window, or the dialog inside it.
+  DialogPromptEvidence evidence;
+  DialogFrame frame;                  // Of the content, else of the window, else all zero.
+  std::vector<DialogButton> buttons;  // In the walk's order.
+  bool hasSecureTextField = false;    // The prompt asks for a secret, whatever words it uses.
+};
+
+namespace PromptReader {
+
+// How many descendants of a window are looked at for the dialog inside it.
+inline constexpr int kContentSearchLimit = 40;
+
+// Whether the element is one that holds a dialog: a sheet, a dialog by its subrole, or modal.
+[[nodiscard]] bool isDialogContainer(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
+
+// The window itself when it is a dialog container; else the first of its descendants that is; else the window.
+[[nodiscard]] platform::AXUIElement promptContentElement(platform::AXAttributeReader& reader,
+                                                         const platform::AXUIElement& window);
+
+// The title of a button, or its description when it has none. Empty when it has neither.
+[[nodiscard]] std::string buttonLabel(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
+
+// The button as it is now: it has a label, and a frame with some width and height. Absent for anything else.
+[[nodiscard]] std::optional<DialogButton> pressableButton(platform::AXAttributeReader& reader,
+                                                          const platform::AXUIElement& element);
+
+// Reads the window, walking at most `descendantLimit` elements of its content. What cannot be read is missing from the
+// result; the caller decides whether that matters.
+//
+// Text lines come from static texts and text fields: the value, else the title, else the description, whichever first
+// holds more than white space; of a secure text field never the value, and "Password" when it says nothing else. They
+// stand as shown, trimmed, in reading order: by the places of their elements, top to bottom, then left to right; an
+// element without a frame follows the one before it in the walk (and opens the list when there is none before). Lines
+// that say the same as a button, or as an earlier line, once normalised, are left out.
+[[nodiscard]] PromptReading readPrompt(platform::AXAttributeReader& reader, const WindowSource& source,
+                                       int descendantLimit);
+
+}  // namespace PromptReader
+
+}  // namespace quillard

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+
+namespace quillard {
+
+// What one window looked like to the detector, and the verdict: one diagnostic line.
+struct WindowDebugSnapshot {
+  std::string appName;
+  std::optional<std::string> bundleIdentifier;
+  std::int32_t processIdentifier = 0;
+  std::string role;
+  std::string subrole;
+  std::string title;
+  DialogFrame windowFrame;
+  bool isModal = false;
+  int promptScore = 0;
+  bool accepted = false;
+  std::optional<std::string> rejectionReason;  // Absent when accepted.
+  std::vector<std::string> messageLines;
+  std::vector<std::string> buttonLabels;
+  bool operator==(const WindowDebugSnapshot&) const = default;
+};
+
+// One JSON object, its members sorted by name, absent ones left out. Absent when a text is no UTF-8.
+[[nodiscard]] std::optional<std::string> sortedJsonText(const WindowDebugSnapshot& snapshot);
+
+}  // namespace quillard

@@ -24,6 +24,16 @@ constexpr std::array<std::string_view, 6> kObservedNotifications{"AXMainWindowCh
                                                                  "AXApplicationActivated", "AXWindowMiniaturized",
                                                                  "AXWindowDeminiaturized", "AXUIElementDestroyed"};
 
+constexpr const char* kOwnersChanged = "visible-window-owners-changed";
+constexpr const char* kOwnersSettled = "visible-window-owners-settled";
+
+// The signatures without where the windows are, which is their last part.
+std::multiset<std::string> withoutPlaces(const std::set<std::string>& signatures) {
+  std::multiset<std::string> windows;
+  for (const auto& signature : signatures) windows.insert(signature.substr(0, signature.rfind('|')));
+  return windows;
+}
+
 std::string reasonOf(WorkspaceEventKind kind) {
   switch (kind) {
     case WorkspaceEventKind::didLaunchApplication:
@@ -73,7 +83,10 @@ void DialogEventMonitor::stop() {
 
 void DialogEventMonitor::requestScan(const std::string& reason) {
   const Seconds delay = std::max(debounceInterval, kShortestDebounce);
-  debounceTask = surroundings.mainThread.postAfter(delay, [this, reason] { onChange(reason); });
+  debounceTask = surroundings.mainThread.postAfter(delay, [this, reason] {
+    debounceTask.reset();
+    onChange(reason);
+  });
 }
 
 void DialogEventMonitor::requestFollowUpScans(const std::string& reason) {
@@ -110,16 +123,23 @@ void DialogEventMonitor::startVisibleOwnerPolling() {
   visibleWindowSignature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
   const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(surroundings.environment);
   visibleOwnerPollTimer = surroundings.mainThread.repeatEvery(interval, [this] { checkVisibleOwners(); });
-  // Where the system tells of changes, the look need not wait for the next tick.
-  notificationTokens.push_back(surroundings.windowList.observeChanges([this] { checkVisibleOwners(); }));
+  notificationTokens.push_back(surroundings.windowList.observeChanges([this] { windowListMayHaveChanged(); }));
 }
 
 void DialogEventMonitor::checkVisibleOwners() {
   auto signature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
   if (signature == visibleWindowSignature) return;
   visibleWindowSignature = std::move(signature);
-  requestScan("visible-window-owners-changed");
-  requestFollowUpScans("visible-window-owners-settled");
+  requestScan(kOwnersChanged);
+  requestFollowUpScans(kOwnersSettled);
+}
+
+void DialogEventMonitor::windowListMayHaveChanged() {
+  auto signature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
+  if (withoutPlaces(signature) == withoutPlaces(visibleWindowSignature)) return;
+  visibleWindowSignature = std::move(signature);
+  if (!debounceTask) requestScan(kOwnersChanged);
+  requestFollowUpScans(kOwnersSettled);
 }
 
 }  // namespace quillard

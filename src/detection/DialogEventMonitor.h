@@ -66,7 +66,12 @@ class DialogEventMonitor {
  private:
   void handleWorkspaceEvent(const platform::WorkspaceEvent& event);
   void startVisibleOwnerPolling();
+  // At each tick: any difference counts, a window that only moved included.
   void checkVisibleOwners();
+  // When the system tells of a change: windows that came, went or changed their names count at once; mere moves wait
+  // for the tick, and a request that is already waiting is not put off, so that a lively desktop cannot keep scans
+  // away.
+  void windowListMayHaveChanged();
 
   const std::int32_t ownProcessIdentifier;
   const platform::Seconds debounceInterval;

@@ -153,6 +153,32 @@ TEST_F(DialogEventMonitorTest, SeesNewOwnersAtTheNextLook) {
                                 "visible-window-owners-settled"}));
 }
 
+TEST_F(DialogEventMonitorTest, SeesAWindowThatComesWithoutWaitingForTheTick) {
+  start();
+  desktop().addWindowEntry(strangersWindow(0));
+  EXPECT_EQ(after(0.349), Reasons{});
+  EXPECT_EQ(after(0.002), Reasons{"visible-window-owners-changed"});
+}
+
+TEST_F(DialogEventMonitorTest, LeavesAWindowThatOnlyMovedToTheTick) {
+  const auto window = desktop().open({.title = "Document", .buttons = {"OK"}});
+  world.advance(Seconds{1});
+  start();  // Half a second of the two until the tick has passed.
+  desktop().move(window, {300, 300, 400, 300});
+  EXPECT_EQ(after(1.8), Reasons{});
+  EXPECT_EQ(after(0.1), Reasons{"visible-window-owners-changed"});
+}
+
+TEST_F(DialogEventMonitorTest, WindowsThatKeepComingDoNotPutTheScanOff) {
+  start();
+  int scans = 0;
+  for (int i = 0; i < 50; ++i) {
+    desktop().addWindowEntry(strangersWindow(i));
+    for (const auto& reason : after(0.1)) scans += reason == "visible-window-owners-changed" ? 1 : 0;
+  }
+  EXPECT_GE(scans, 5);
+}
+
 TEST_F(DialogEventMonitorTest, WhatIsVisibleAtTheStartIsNoChange) {
   desktop().addWindowEntry(strangersWindow(0));
   world.advance(Seconds{1});

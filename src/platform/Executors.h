@@ -12,7 +12,7 @@ using Turn = std::function<void()>;
 
 // A turn that is still ahead, or a repeating one. Cancelled on the executor that runs it, it does not run (again);
 // cancelled from elsewhere, a turn that has begun runs to its end. Destroying the handle cancels. A turn may cancel or
-// destroy its own handle.
+// destroy its own handle; what it captured lives until it returns.
 class ScheduledTask {
  public:
   ScheduledTask() = default;

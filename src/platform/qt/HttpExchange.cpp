@@ -37,9 +37,9 @@ QByteArray requestBytes(const HttpRequest& request, const QUrl& url) {
 
 }  // namespace
 
-void HttpExchange::LaterDeleter::operator()(QSslSocket* socket) const {
-  socket->disconnect();
-  socket->deleteLater();
+void HttpExchange::LaterDeleter::operator()(QSslSocket* ended) const {
+  ended->disconnect();
+  ended->deleteLater();
 }
 
 HttpExchange::HttpExchange(platform::SerialExecutor& network, const TransportOptions& options, HttpRequest request,

@@ -34,7 +34,7 @@ class HttpExchange {
  private:
   // Leaves the socket to the loop: its own signals may be on the stack.
   struct LaterDeleter {
-    void operator()(QSslSocket* socket) const;
+    void operator()(QSslSocket* ended) const;
   };
 
   void connectTo(const QUrl& url);

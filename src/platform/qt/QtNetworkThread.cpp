@@ -12,16 +12,16 @@ class QtNetworkThread::Thread final : public QThread {
  public:
   // Starts, and waits until there is a loop to post to.
   platform::SerialExecutor* startLoop() {
-    auto loop = started.get_future();
+    auto executor = started.get_future();
     setObjectName(QStringLiteral("network"));
     start();
-    return loop.get();
+    return executor.get();
   }
 
  protected:
   void run() override {
-    QtLoopExecutor loop;
-    started.set_value(&loop);
+    QtLoopExecutor turns;
+    started.set_value(&turns);
     exec();
   }
 

@@ -87,9 +87,7 @@ TaskHandle TurnQueue::schedule(EntryPointer entry, Seconds delay) {
   return handle;
 }
 
-void TurnQueue::insertTimed(const EntryPointer& entry) {
-  if (entry->due != Instant::max()) timed.emplace(std::pair{entry->due, entry->number}, entry);
-}
+void TurnQueue::insertTimed(const EntryPointer& entry) { timed.emplace(std::pair{entry->due, entry->number}, entry); }
 
 void TurnQueue::cancel(const EntryPointer& entry) {
   Turn dropped;

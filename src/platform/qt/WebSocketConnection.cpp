@@ -47,9 +47,9 @@ std::size_t backlogWeight(const WebSocketMessage& message) {
   return kWeightOfAnyMessage + (text ? text->text.size() : std::get<BinaryMessage>(message).bytes.size());
 }
 
-void WebSocketConnection::LaterDeleter::operator()(QWebSocket* socket) const {
-  socket->disconnect();
-  socket->deleteLater();
+void WebSocketConnection::LaterDeleter::operator()(QWebSocket* ended) const {
+  ended->disconnect();
+  ended->deleteLater();
 }
 
 WebSocketConnection::WebSocketConnection(platform::SerialExecutor& network, TransportOptions options,

@@ -58,7 +58,7 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
  private:
   // Leaves the socket to the loop: its own signals may be on the stack.
   struct LaterDeleter {
-    void operator()(QWebSocket* socket) const;
+    void operator()(QWebSocket* ended) const;
   };
 
   void makeSocket();

@@ -1,5 +1,5 @@
 find_package(nlohmann_json 3.11 REQUIRED)
-find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto SSL)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network WebSockets)

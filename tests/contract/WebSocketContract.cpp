@@ -2,6 +2,7 @@
 #include <string>
 
 #include "contract/TransportContract.h"
+#include "support/ChildProcess.h"
 
 namespace quillard::test {
 namespace {
@@ -537,6 +538,25 @@ TEST_P(WebSocketContract, ManyConnectionsAtOnceStayApart) {
   for (auto& client : clients) ASSERT_TRUE(client->waitForOpen());
   for (std::size_t i = 0; i < clients.size(); ++i) EXPECT_EQ(clients[i]->send(std::to_string(i)), "");
   for (std::size_t i = 0; i < clients.size(); ++i) EXPECT_EQ(clients[i]->receiveText(), std::to_string(i));
+}
+
+TEST_P(WebSocketContract, ComesBackToAServerThatIsKilledAndStartedAgain) {
+  const auto binding = make();
+  std::string port = "0";
+  for (int life = 1; life <= 5; ++life) {
+    ChildProcess server({.command = {ECHO_SERVER, port}, .environment = presentEnvironment()});
+    port = server.readLine().value_or("");
+    ASSERT_NE(port, "") << "life " << life;
+    WebSocketClient client(*binding, requestTo("ws://127.0.0.1:" + port + "/ws"));
+    ASSERT_TRUE(client.waitForOpen()) << "life " << life;
+    EXPECT_EQ(client.send("hello"), "");
+    EXPECT_EQ(client.receiveText(), "hello");
+    client.beginReceive();
+    server.kill();
+    ASSERT_TRUE(client.received.get(1).has_value()) << "life " << life;
+    EXPECT_TRUE(std::holds_alternative<platform::TransportError>(*client.received.get(1)));
+    EXPECT_EQ(client.opened.count(), 1U);
+  }
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ constexpr std::size_t kRoomForHeaders = 64 * 1024;  // Bytes that may be read ah
 constexpr qint64 kMostBytesUnsent = 4 * 1024 * 1024;
 
 constexpr const char* kTooLate = "The connection was not opened in time.";
+constexpr const char* kLost = "The connection was lost.";
 constexpr const char* kNotOpen = "The connection is not open.";
 constexpr const char* kPeerIsSilent = "The server has fallen silent.";
 constexpr const char* kBacklogIsFull = "The server sends faster than its messages are read.";
@@ -102,7 +103,12 @@ void WebSocketConnection::listen() {
     const auto code = static_cast<std::uint16_t>(socket->closeCode());
     end({code, {"The connection was closed with code " + std::to_string(code) + "."}});
   });
-  QObject::connect(from, &QWebSocket::disconnected, from, [this] { fail("The connection was lost."); });
+  // In a later turn, for the error that says why comes after this signal.
+  QObject::connect(from, &QWebSocket::disconnected, from, [this] {
+    network.post([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->fail(kLost);
+    });
+  });
 }
 
 void WebSocketConnection::opened() {

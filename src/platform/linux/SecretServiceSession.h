@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/SecretStore.h"
+#include "platform/Time.h"
+
+namespace quillard::xdg {
+
+// One conversation with the Secret Service: a bus connection of its own, an encrypted session, and one deadline for all
+// that is asked in it. Made for each operation, since the service may be restarted between two of them. Nothing in it
+// can show a prompt: what would need one fails as locked.
+//
+// Every operation fails with the status that says why.
+class SecretServiceSession {
+ public:
+  using Opened = std::variant<std::unique_ptr<SecretServiceSession>, platform::SecretStatus>;
+  // `busAddress` in D-Bus's own form.
+  [[nodiscard]] static Opened open(const std::string& busAddress, platform::Seconds timeout);
+
+  SecretServiceSession(const SecretServiceSession&) = delete;
+  SecretServiceSession& operator=(const SecretServiceSession&) = delete;
+  ~SecretServiceSession();
+
+  [[nodiscard]] platform::SecretReading read(std::string_view service, std::string_view account);
+  [[nodiscard]] platform::SecretStatus add(std::string_view service, std::string_view account,
+                                           const platform::Secret& data);
+  [[nodiscard]] platform::SecretStatus update(std::string_view service, std::string_view account,
+                                              const platform::Secret& data);
+  [[nodiscard]] platform::SecretStatus remove(std::string_view service, std::string_view account);
+
+ private:
+  struct Parts;
+  explicit SecretServiceSession(std::unique_ptr<Parts> parts);
+
+  const std::unique_ptr<Parts> parts;
+};
+
+}  // namespace quillard::xdg

@@ -17,8 +17,6 @@ using platform::SecretStatus;
 using platform::SecretStatusCode;
 
 constexpr const char* kBusName = "org.freedesktop.secrets";
-constexpr const char* kObjectPath = "/org/freedesktop/secrets";
-constexpr const char* kInterface = "org.freedesktop.Secret.Service";
 constexpr const char* kContentType = "application/octet-stream";
 constexpr const char* kWouldPrompt = "It is locked, and unlocking would ask the user.";
 
@@ -170,6 +168,24 @@ Secret secretOf(SecretValue* value) {
   return Secret(std::string_view(bytes, size));
 }
 
+// Where GLib leaves news for this thread while a session lasts. Read at its end, since the bus connection is kept for as
+// long as there is unread news of it.
+class OwnContext {
+ public:
+  OwnContext() : context(g_main_context_new()) { g_main_context_push_thread_default(context); }
+  OwnContext(const OwnContext&) = delete;
+  OwnContext& operator=(const OwnContext&) = delete;
+  ~OwnContext() {
+    while (g_main_context_iteration(context, FALSE) != FALSE) {
+    }
+    g_main_context_pop_thread_default(context);
+    g_main_context_unref(context);
+  }
+
+ private:
+  GMainContext* const context;
+};
+
 using Items = std::vector<Owned<SecretItem>>;
 
 }  // namespace
@@ -223,6 +239,7 @@ struct SecretServiceSession::Parts {
     return std::move(items.front());
   }
 
+  const OwnContext context;
   Deadline deadline;
   Owned<GDBusConnection> connection;
   Owned<SecretService> secrets;
@@ -230,25 +247,22 @@ struct SecretServiceSession::Parts {
 
 SecretServiceSession::SecretServiceSession(std::unique_ptr<Parts> parts) : parts(std::move(parts)) {}
 
-SecretServiceSession::~SecretServiceSession() {
-  parts->secrets.reset();
-  g_dbus_connection_close(parts->connection.get(), nullptr, nullptr, nullptr);
-}
+SecretServiceSession::~SecretServiceSession() = default;
 
-SecretServiceSession::Opened SecretServiceSession::open(const std::string& busAddress, Seconds timeout) {
+SecretServiceSession::Opened SecretServiceSession::open(Seconds timeout) {
   auto parts = std::make_unique<Parts>(timeout);
   Error error;
-  constexpr auto kFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  parts->connection.reset(
-      g_dbus_connection_new_for_address_sync(busAddress.c_str(), kFlags, nullptr, parts->deadline.get(), error.out()));
+  parts->connection.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, parts->deadline.get(), error.out()));
   if (!parts->connection) {
     return SecretStatus{SecretStatusCode::missingEntitlement, "There is no session bus: " + error.status().text};
   }
-  parts->secrets.reset(static_cast<SecretService*>(
-      g_initable_new(quietServiceType(), parts->deadline.get(), error.out(), "g-connection", parts->connection.get(),
-                     "g-name", kBusName, "g-object-path", kObjectPath, "g-interface-name", kInterface, "flags",
-                     SECRET_SERVICE_OPEN_SESSION, nullptr)));
+  if (g_dbus_connection_is_closed(parts->connection.get())) {
+    return SecretStatus{SecretStatusCode::missingEntitlement, "The session bus has gone."};
+  }
+  // By default GLib ends the whole process together with its bus.
+  g_dbus_connection_set_exit_on_close(parts->connection.get(), FALSE);
+  parts->secrets.reset(secret_service_open_sync(quietServiceType(), kBusName, SECRET_SERVICE_OPEN_SESSION,
+                                                parts->deadline.get(), error.out()));
   if (!parts->secrets) return error.status();
   return std::unique_ptr<SecretServiceSession>(new SecretServiceSession(std::move(parts)));
 }

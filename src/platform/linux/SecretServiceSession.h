@@ -12,16 +12,15 @@
 
 namespace quillard::xdg {
 
-// One conversation with the Secret Service: a bus connection of its own, an encrypted session, and one deadline for all
-// that is asked in it. Made for each operation, since the service may be restarted between two of them. Nothing in it
-// can show a prompt: what would need one fails as locked.
+// One conversation with the Secret Service on the session bus of this process: an encrypted session, and one deadline
+// for all that is asked in it. Made for each operation, since the service may be restarted between two of them, and
+// used and destroyed on the thread that made it. Nothing in it can show a prompt: what would need one fails as locked.
 //
 // Every operation fails with the status that says why.
 class SecretServiceSession {
  public:
   using Opened = std::variant<std::unique_ptr<SecretServiceSession>, platform::SecretStatus>;
-  // `busAddress` in D-Bus's own form.
-  [[nodiscard]] static Opened open(const std::string& busAddress, platform::Seconds timeout);
+  [[nodiscard]] static Opened open(platform::Seconds timeout);
 
   SecretServiceSession(const SecretServiceSession&) = delete;
   SecretServiceSession& operator=(const SecretServiceSession&) = delete;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/linux/SecretServiceSession.h"
+#include "platform/linux/SessionBusAddress.h"
 
 namespace quillard::xdg {
 
@@ -12,14 +13,17 @@ using platform::SecretReading;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
 
-SecretServiceStore::SecretServiceStore(std::optional<std::string> busAddress, std::string dataFolder,
+SecretServiceStore::SecretServiceStore(const platform::Environment& environment, std::string dataFolder,
                                        platform::Seconds timeout)
-    : busAddress(std::move(busAddress)), timeout(timeout), file(std::move(dataFolder)) {}
+    : environment(environment), timeout(timeout), file(std::move(dataFolder)) {}
 
 template <class Result, class Use>
 Result SecretServiceStore::inService(Use use) {
-  if (!busAddress) return Result{SecretStatus{SecretStatusCode::missingEntitlement, "There is no session bus."}};
-  const auto opened = SecretServiceSession::open(*busAddress, timeout);
+  // GLib would start a bus of its own where there is none.
+  if (!sessionBusAddress(environment)) {
+    return Result{SecretStatus{SecretStatusCode::missingEntitlement, "There is no session bus."}};
+  }
+  const auto opened = SecretServiceSession::open(timeout);
   if (const auto* status = std::get_if<SecretStatus>(&opened)) return Result{*status};
   return use(*std::get<std::unique_ptr<SecretServiceSession>>(opened));
 }

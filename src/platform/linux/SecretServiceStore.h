@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "platform/Environment.h"
 #include "platform/SecretStore.h"
 #include "platform/Time.h"
 #include "platform/linux/FileSecrets.h"
@@ -19,8 +19,9 @@ class SecretServiceStore final : public platform::SecretStore {
  public:
   static constexpr platform::Seconds kTimeout{5};
 
-  // `busAddress` as from `sessionBusAddress`, `dataFolder` as from `dataFolder`.
-  SecretServiceStore(std::optional<std::string> busAddress, std::string dataFolder,
+  // `environment` is the process's own, in which the session bus is looked for, and outlives this object. `dataFolder`
+  // as from `dataFolder`.
+  SecretServiceStore(const platform::Environment& environment, std::string dataFolder,
                      platform::Seconds timeout = kTimeout);
 
   [[nodiscard]] platform::SecretReading copyMatching(platform::SecretPlace place, std::string_view service,
@@ -37,7 +38,7 @@ class SecretServiceStore final : public platform::SecretStore {
   template <class Result, class Use>
   Result inService(Use use);
 
-  const std::optional<std::string> busAddress;
+  const platform::Environment& environment;
   const platform::Seconds timeout;
   FileSecrets file;
 };

@@ -118,8 +118,9 @@ TEST_P(ExecutorContract, RunsTurnsOfManyThreadsOneAtATimeAndInTheOrderOfEach) {
 
 TEST_P(ExecutorContract, NeverRunsATurnInsideThePost) {
   bool wasInside = true;
+  bool isPosting = false;
   bench->run([&] {
-    bool isPosting = true;
+    isPosting = true;
     executor.post([&] { wasInside = isPosting; });
     isPosting = false;
   });

@@ -168,8 +168,8 @@ Secret secretOf(SecretValue* value) {
   return Secret(std::string_view(bytes, size));
 }
 
-// Where GLib leaves news for this thread while a session lasts. Read at its end, since the bus connection is kept for as
-// long as there is unread news of it.
+// Where GLib leaves news for this thread while a session lasts. Read at its end, since the bus connection is kept for
+// as long as there is unread news of it.
 class OwnContext {
  public:
   OwnContext() : context(g_main_context_new()) { g_main_context_push_thread_default(context); }

@@ -145,6 +145,22 @@ TEST(PlistReader, RefusesAListThatUnfoldsToMoreThanThereIsMemory) {
             "The property list is nested too deeply, or unfolds to too much.");
 }
 
+TEST(PlistReader, RefusesKeysThatHoldAZeroOrAreNoText) {
+  for (const char* zero : {"&#0;", "&#x0;", "&#x00000000;", "&#4294967296;", "&#x100000000;", "&#;", "&#-0;"}) {
+    const std::string list = xml(std::string("<dict><key>a") + zero + "b</key><string>x</string></dict>");
+    EXPECT_EQ(errorOf(read(list)), "The property list is malformed.") << zero;
+  }
+  const std::string raw = xml("<dict><key>a" + std::string(1, '\0') + "b</key><string>x</string></dict>");
+  EXPECT_EQ(errorOf(read(raw)), "The property list is malformed.");
+  for (const std::string& key : {std::string("\x53"
+                                             "a\0b",
+                                             4),
+                                 std::string("\x62\0a\0\0", 5), std::string("\x10\x01", 2)}) {
+    EXPECT_EQ(errorOf(read(Binary().dictionary({{1, 2}}).add(key).text("x").build())),
+              "The property list is malformed.");
+  }
+}
+
 TEST(PlistReader, RefusesAListThatContainsItself) {
   EXPECT_NE(errorOf(read(Binary().list({0}).build())), "");
   EXPECT_NE(errorOf(read(Binary().dictionary({{2, 1}}).list({0}).text("k").build())), "");

@@ -18,8 +18,30 @@ constexpr std::string_view kMalformed = "The property list is malformed.";
 
 std::string_view textOf(Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
+// Whether `text` begins with the rest of a character reference, after "&#", that names a character other than zero.
+bool isCharacterNumber(std::string_view text) {
+  const std::string_view number = text.substr(0, text.find(';'));
+  constexpr std::size_t kLongest = 8;
+  if (number.size() == text.size() || number.size() > kLongest) return false;
+  const bool isHex = number.starts_with('x');
+  const std::string_view digits = number.substr(isHex ? 1 : 0);
+  const std::string_view allowed = isHex ? "0123456789abcdefABCDEF" : "0123456789";
+  return digits.find_first_not_of(allowed) == std::string_view::npos &&
+         digits.find_first_not_of('0') != std::string_view::npos;
+}
+
+// A zero within a key stops libplist, and with it the process.
+bool mayHoldZeros(std::string_view text) {
+  if (text.find('\0') != std::string_view::npos) return true;
+  for (auto at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 1)) {
+    if (!isCharacterNumber(text.substr(at + 2))) return true;
+  }
+  return false;
+}
+
 // Counts what opens, and nothing that closes: comments and other tricks can only make it more.
 std::optional<std::string_view> refusalOfXml(std::string_view text) {
+  if (mayHoldZeros(text)) return kMalformed;
   std::size_t containers = 0;
   for (auto at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
     const std::string_view tag = text.substr(at + 1, 5);
@@ -88,8 +110,8 @@ class BinaryShape {
   void visit(std::size_t object, int depth) {
     if (problem) return;
     if (++visited > kMostObjects || depth > kMostDepth) return refuse(kTooDeep);
-    const auto at = object < objectCount ? number(offsetTable + object * offsetSize, offsetSize) : std::nullopt;
-    if (!at || *at < kHeading || *at >= offsetTable) return refuse(kMalformed);
+    const auto at = offsetOf(object);
+    if (!at) return refuse(kMalformed);
     visitContent(*at, depth);
   }
 
@@ -105,8 +127,30 @@ class BinaryShape {
     if (kind == 0x4 || kind == 0x5 || kind == 0x7) return checkFits(start, count);
     if (kind == 0x6) return checkFits(start, count * 2);
     if (kind == 0xA || kind == 0xC) return visitReferences(start, count, depth);
-    if (kind == 0xD) return visitReferences(start, count * 2, depth);
+    if (kind == 0xD) {
+      for (std::size_t i = 0; i < count && !problem; ++i) checkKey(number(start + i * referenceSize, referenceSize));
+      return visitReferences(start, count * 2, depth);
+    }
     refuse(kMalformed);
+  }
+
+  [[nodiscard]] std::optional<std::size_t> offsetOf(std::size_t object) const {
+    const auto at = object < objectCount ? number(offsetTable + object * offsetSize, offsetSize) : std::nullopt;
+    return at && *at >= kHeading && *at < offsetTable ? at : std::nullopt;
+  }
+
+  // Keys are texts without zeros, which libplist takes for granted.
+  void checkKey(std::optional<std::size_t> object) {
+    const auto at = object ? offsetOf(*object) : std::nullopt;
+    const auto found = at ? extent(*at) : std::nullopt;
+    if (!found) return refuse(kMalformed);
+    const unsigned kind = bytes[*at] >> 4U;
+    const std::size_t unit = kind == 0x5 ? 1 : 2;
+    if (kind != 0x5 && kind != 0x6) return refuse(kMalformed);
+    checkFits(found->first, found->second * unit);
+    for (std::size_t i = 0; i < found->second && !problem; ++i) {
+      if (number(found->first + i * unit, unit) == std::size_t{0}) refuse(kMalformed);
+    }
   }
 
   void checkFits(std::size_t start, std::size_t size) {

@@ -15,9 +15,9 @@ using platform::TextMessage;
 using platform::WebSocketMessage;
 
 constexpr Seconds kGoodbyeTime{1};
-constexpr std::size_t kMessagesInBacklog = 16;      // Of the longest kind.
-constexpr std::size_t kWeightOfAnyMessage = 64;     // Bytes that an empty message costs.
-constexpr std::size_t kRoomForHeaders = 64 * 1024;  // Bytes that may be read ahead of a message.
+constexpr std::size_t kMessagesInBacklog = 16;   // Of the longest kind.
+constexpr std::size_t kWeightOfAnyMessage = 64;  // Bytes that an empty message costs.
+constexpr qint64 kRoomForHeaders = 64 * 1024;    // Bytes that may be read ahead of a message.
 constexpr qint64 kMostBytesUnsent = 4 * 1024 * 1024;
 
 constexpr const char* kTooLate = "The connection was not opened in time.";
@@ -81,7 +81,7 @@ void WebSocketConnection::makeSocket() {
   socket->setSslConfiguration(tlsConfiguration(options));
   socket->setMaxAllowedIncomingFrameSize(request.longestMessage);
   socket->setMaxAllowedIncomingMessageSize(request.longestMessage);
-  socket->setReadBufferSize(static_cast<qint64>(request.longestMessage + kRoomForHeaders));
+  socket->setReadBufferSize(static_cast<qint64>(request.longestMessage) + kRoomForHeaders);
 }
 
 void WebSocketConnection::listen() {

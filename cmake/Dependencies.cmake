@@ -1,7 +1,12 @@
 find_package(nlohmann_json 3.11 REQUIRED)
-find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto SSL)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  pkg_check_modules(libsecret REQUIRED IMPORTED_TARGET libsecret-1)
+  pkg_check_modules(libplist REQUIRED IMPORTED_TARGET libplist-2.0)
+endif()
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network WebSockets)
 
 if(QUILLARD_TESTS)
   find_package(GTest REQUIRED)

@@ -1,0 +1,156 @@
+#include "platform/linux/PrivateFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quillard::xdg {
+namespace {
+
+using Kind = FileProblem::Kind;
+using platform::Secret;
+
+constexpr mode_t kOwnerOnlyFile = 0600;
+constexpr mode_t kOwnerOnlyFolder = 0700;
+constexpr mode_t kForOthers = 0077;
+
+// A descriptor that is closed with its scope. Negative: none.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number(number) {}
+  Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+  [[nodiscard]] int get() const { return number; }
+  [[nodiscard]] bool isOpen() const { return number >= 0; }
+
+ private:
+  int number;
+};
+
+// Bytes that are overwritten before their memory goes back.
+class WipedBuffer {
+ public:
+  explicit WipedBuffer(std::size_t size) : bytes(size) {}
+  WipedBuffer(const WipedBuffer&) = delete;
+  WipedBuffer& operator=(const WipedBuffer&) = delete;
+  ~WipedBuffer() { explicit_bzero(bytes.data(), bytes.size()); }
+  std::vector<std::uint8_t> bytes;
+};
+
+FileProblem systemProblem() {
+  const int error = errno;
+  if (error == ENOENT) return {Kind::absent, "There is no such file."};
+  if (error == ELOOP || error == ENOTDIR) return {Kind::unsafe, "It is a link, or lies behind one."};
+  return {Kind::system, std::generic_category().message(error) + " (" + std::to_string(error) + ")"};
+}
+
+// What is wrong with the owner or the permissions of an open file or folder.
+std::optional<FileProblem> problemWith(int descriptor, mode_t kind) {
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return systemProblem();
+  if ((status.st_mode & S_IFMT) != kind) return FileProblem{Kind::unsafe, "It is not a plain file in a folder."};
+  if (status.st_uid != ::geteuid()) return FileProblem{Kind::unsafe, "It belongs to another user."};
+  if ((status.st_mode & kForOthers) != 0) return FileProblem{Kind::unsafe, "Other users have access to it."};
+  return std::nullopt;
+}
+
+std::variant<Descriptor, FileProblem> openFolder(const std::string& folder) {
+  Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!opened.isOpen()) return systemProblem();
+  if (auto problem = problemWith(opened.get(), S_IFDIR)) return *problem;
+  return opened;
+}
+
+// Makes the folder and those above it. What fails here shows when it is opened.
+void makeFolders(const std::string& folder) {
+  for (auto end = folder.find('/', 1); end != std::string::npos; end = folder.find('/', end + 1)) {
+    ::mkdir(folder.substr(0, end).c_str(), kOwnerOnlyFolder);
+  }
+  ::mkdir(folder.c_str(), kOwnerOnlyFolder);
+}
+
+std::variant<Secret, FileProblem> readAll(int descriptor, std::size_t largest) {
+  WipedBuffer buffer(largest + 1);
+  std::size_t size = 0;
+  while (size < buffer.bytes.size()) {
+    const ssize_t count = ::read(descriptor, buffer.bytes.data() + size, buffer.bytes.size() - size);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return systemProblem();
+    if (count == 0) return Secret(std::span<const std::uint8_t>(buffer.bytes).first(size));
+    size += static_cast<std::size_t>(count);
+  }
+  return FileProblem{Kind::tooLarge, "The file is too large."};
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return ::fsync(descriptor) == 0;
+}
+
+}  // namespace
+
+PrivateFile::PrivateFile(std::string folder, std::string name, std::size_t largest)
+    : folder(std::move(folder)), name(std::move(name)), largest(largest) {}
+
+std::variant<Secret, FileProblem> PrivateFile::read() const {
+  auto opened = openFolder(folder);
+  if (const auto* problem = std::get_if<FileProblem>(&opened)) return *problem;
+  // Not blocking, in case something else than a file waits under the name.
+  const Descriptor file(
+      ::openat(std::get<Descriptor>(opened).get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  if (!file.isOpen()) return systemProblem();
+  if (auto problem = problemWith(file.get(), S_IFREG)) return *problem;
+  return readAll(file.get(), largest);
+}
+
+std::optional<FileProblem> PrivateFile::write(std::string_view bytes) const {
+  if (bytes.size() > largest) return FileProblem{Kind::tooLarge, "The file would become too large."};
+  makeFolders(folder);
+  auto opened = openFolder(folder);
+  if (const auto* problem = std::get_if<FileProblem>(&opened)) return *problem;
+  const int within = std::get<Descriptor>(opened).get();
+  const std::string unfinished = name + ".new";
+  ::unlinkat(within, unfinished.c_str(), 0);
+  const Descriptor file(
+      ::openat(within, unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnlyFile));
+  if (!file.isOpen()) return systemProblem();
+  if (!writeAll(file.get(), bytes) || ::renameat(within, unfinished.c_str(), within, name.c_str()) != 0) {
+    const FileProblem problem = systemProblem();
+    ::unlinkat(within, unfinished.c_str(), 0);
+    return problem;
+  }
+  ::fsync(within);  // The file is in place either way.
+  return std::nullopt;
+}
+
+std::optional<std::string> PrivateFile::putAside() const {
+  constexpr int kMostKept = 100;
+  auto opened = openFolder(folder);
+  if (std::holds_alternative<FileProblem>(opened)) return std::nullopt;
+  const int within = std::get<Descriptor>(opened).get();
+  for (int number = 1; number <= kMostKept; ++number) {
+    const std::string aside = name + ".damaged-" + std::to_string(number);
+    if (::renameat2(within, name.c_str(), within, aside.c_str(), RENAME_NOREPLACE) == 0) return aside;
+    if (errno != EEXIST) return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+}  // namespace quillard::xdg

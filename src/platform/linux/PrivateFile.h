@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "platform/Secret.h"
+
+namespace quillard::xdg {
+
+// Why a private file could not be used.
+struct FileProblem {
+  enum class Kind {
+    absent,    // There is no such file: an everyday answer, not a failure.
+    unsafe,    // It, or its folder, is a link, another user's, or open to others.
+    tooLarge,  // More bytes than any file of ours has.
+    system,    // Anything else that the system said.
+  };
+  Kind kind = Kind::system;
+  std::string text;  // For a diagnostic line: names no path and shows no content.
+};
+
+// A file in a folder that belongs to this user alone (0700), itself for this user alone (0600). Links are not followed,
+// neither for the file nor for the folder. Contents may be secret, and pass through memory that is wiped.
+//
+// Writing replaces the file whole or not at all, whatever happens meanwhile; what is left of a write that was cut off
+// is taken away by the next. One writer at a time.
+class PrivateFile {
+ public:
+  // `folder` is absolute. It is made, with those above it, by the first write.
+  PrivateFile(std::string folder, std::string name, std::size_t largest);
+
+  [[nodiscard]] std::variant<platform::Secret, FileProblem> read() const;
+  // Absent on success, when the bytes are on the disk.
+  [[nodiscard]] std::optional<FileProblem> write(std::string_view bytes) const;
+  // Gives the file a name that no file has yet, so that nothing overwrites it. The name; absent when that failed.
+  [[nodiscard]] std::optional<std::string> putAside() const;
+
+ private:
+  const std::string folder;
+  const std::string name;
+  const std::size_t largest;
+};
+
+}  // namespace quillard::xdg

@@ -1,0 +1,18 @@
+#include "platform/linux/SessionBusAddress.h"
+
+#include <sys/stat.h>
+
+namespace quillard::xdg {
+
+std::optional<std::string> sessionBusAddress(const platform::Environment& environment) {
+  const auto set = environment.value("DBUS_SESSION_BUS_ADDRESS");
+  if (set && !set->empty()) return set;
+  const auto runtimeFolder = environment.value("XDG_RUNTIME_DIR");
+  if (!runtimeFolder || !runtimeFolder->starts_with('/')) return std::nullopt;
+  const std::string path = *runtimeFolder + "/bus";
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+  return "unix:path=" + path;
+}
+
+}  // namespace quillard::xdg

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/Environment.h"
+
+namespace quillard::xdg {
+
+// Where the user's session bus listens. Absent outside a session. Never starts one.
+[[nodiscard]] std::optional<std::string> sessionBusAddress(const platform::Environment& environment);
+
+}  // namespace quillard::xdg

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <QtCore/QUrl>
+#include <QtNetwork/QAbstractSocket>
+
+#include "platform/Http.h"
+#include "platform/qt/HttpResponseHead.h"
+#include "platform/qt/TransportPolicy.h"
+
+class QSslSocket;
+
+namespace quillard::qt {
+
+// One request and the head of its response, over a connection of its own. On the network thread. Destroyed early, it
+// ends the connection and tells nothing.
+//
+// Written over a socket, since Qt's own HTTP client cannot tell a server that speaks something else from one that hung
+// up, keeps headers of any length, and repeats requests by itself.
+class HttpExchange {
+ public:
+  // `done` is called once, later than `start`, and may destroy this object.
+  HttpExchange(platform::SerialExecutor& network, const TransportOptions& options, platform::HttpRequest request,
+               std::function<void(platform::HttpOutcome)> done);
+  HttpExchange(const HttpExchange&) = delete;
+  HttpExchange& operator=(const HttpExchange&) = delete;
+  ~HttpExchange();
+
+  void start();
+
+ private:
+  // Leaves the socket to the loop: its own signals may be on the stack.
+  struct LaterDeleter {
+    void operator()(QSslSocket* ended) const;
+  };
+
+  void connectTo(const QUrl& url);
+  void listen();
+  void write();
+  void read();
+  void socketFailed(QAbstractSocket::SocketError error);
+  void fail(std::string description);
+  void finish(platform::HttpOutcome outcome);
+
+  platform::SerialExecutor& network;
+  const TransportOptions options;
+  const platform::HttpRequest request;
+  std::function<void(platform::HttpOutcome)> done;
+  std::unique_ptr<QSslSocket, LaterDeleter> socket;
+  QUrl url;
+  QList<QSslError> certificateErrors;
+  HttpResponseHead head;
+  bool isFinished = false;
+  platform::TaskHandle deadline;
+  platform::TaskHandle report;
+};
+
+}  // namespace quillard::qt

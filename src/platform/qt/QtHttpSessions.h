@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/Http.h"
+#include "platform/qt/QtNetworkThread.h"
+#include "platform/qt/TransportPolicy.h"
+
+namespace quillard::qt {
+
+// HTTP/1.1 over Qt's sockets, on the network thread; completions hop to the executor of the session. Every request has
+// a connection of its own, and nothing is kept of one for the next. Answers of any status, demands for credentials
+// included, are responses; only a proxy that asks for credentials is a failure.
+class QtHttpSessions final : public platform::HttpSessions {
+ public:
+  // `network` outlives this object and its sessions.
+  explicit QtHttpSessions(QtNetworkThread& network, TransportOptions options = {});
+
+  [[nodiscard]] std::unique_ptr<platform::HttpSession> makeEphemeralSession(
+      platform::SerialExecutor& executor) override;
+
+ private:
+  QtNetworkThread& network;
+  const TransportOptions options;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/WebSocket.h"
+#include "platform/qt/QtNetworkThread.h"
+#include "platform/qt/TransportPolicy.h"
+
+namespace quillard::qt {
+
+// WebSockets over Qt. Sockets live on the network thread, a fresh one for each task; a task lives on its executor, and
+// every callback hops there. Destroying a task waits for nothing: its socket is closed on the network thread soon
+// after. A task that was cancelled first gets up to a second there to say goodbye.
+//
+// Messages that nobody has asked for are kept up to the weight of 16 of the longest; past that the connection fails.
+// Likewise a text is refused while 4 MiB wait for the network. A text counts as sent when the socket has passed it on.
+//
+// A peer that has said nothing for `silenceLimit` is dead; pings every `pingInterval` make a live one speak. Redirects
+// and demands for credentials fail the connection.
+class QtWebSockets final : public platform::WebSockets {
+ public:
+  // `network` outlives this object and its tasks.
+  explicit QtWebSockets(QtNetworkThread& network, TransportOptions options = {});
+
+  [[nodiscard]] std::unique_ptr<platform::WebSocketTask> makeTask(platform::SerialExecutor& executor,
+                                                                  platform::WebSocketRequest request,
+                                                                  platform::WebSocketEvents events) override;
+
+ private:
+  QtNetworkThread& network;
+  const TransportOptions options;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include <QtNetwork/QAbstractSocket>
+#include <QtNetwork/QSslError>
+
+#include "platform/WebSocket.h"
+#include "platform/qt/TransportPolicy.h"
+
+class QWebSocket;
+
+namespace quillard::qt {
+
+// What a connection tells its owner, in the order in which it happened.
+struct WebSocketOpened {};
+struct WebSocketSent {
+  std::uint64_t number = 0;  // As given to `sendText`.
+  std::optional<platform::TransportError> error;
+};
+struct WebSocketEnded {
+  std::optional<std::uint16_t> closeCode;  // Present when the end was said, absent when the connection failed.
+  platform::TransportError error;
+};
+using WebSocketNews = std::variant<WebSocketOpened, platform::WebSocketMessage, WebSocketSent, WebSocketEnded>;
+
+// Bytes that have arrived and that nobody has asked for yet. Counted up by the connection, down by its owner.
+using WebSocketBacklog = std::shared_ptr<std::atomic<std::size_t>>;
+
+// What a message weighs in the backlog: an empty one is not free.
+[[nodiscard]] std::size_t backlogWeight(const platform::WebSocketMessage& message);
+
+// The half of a WebSocket task that lives on the network thread, where everything here is called and its last reference
+// goes. States: made -> connecting -> open -> ended, or ended from any of them; `tell` is not called once ended.
+class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnection> {
+ public:
+  WebSocketConnection(platform::SerialExecutor& network, TransportOptions options, platform::WebSocketRequest request,
+                      WebSocketBacklog backlog, std::function<void(WebSocketNews)> tell);
+  WebSocketConnection(const WebSocketConnection&) = delete;
+  WebSocketConnection& operator=(const WebSocketConnection&) = delete;
+  ~WebSocketConnection();
+
+  void open();
+  // `number` comes back with the outcome.
+  void sendText(const std::string& text, std::uint64_t number);
+  // Ends the connection with a close frame, which gets a moment to leave; nothing is told any more.
+  void sayGoodbye(platform::WebSocketCloseCode code);
+  // Ends the connection now, unless it is saying goodbye.
+  void abandon();
+
+ private:
+  // Leaves the socket to the loop: its own signals may be on the stack.
+  struct LaterDeleter {
+    void operator()(QWebSocket* ended) const;
+  };
+
+  void makeSocket();
+  void listen();
+  void opened();
+  void received(platform::WebSocketMessage message);
+  void heard();
+  void reportSent();
+  void socketFailed(QAbstractSocket::SocketError error);
+  [[nodiscard]] std::string failureText(QAbstractSocket::SocketError error) const;
+  void fail(std::string description);
+  void end(WebSocketEnded ended);
+
+  platform::SerialExecutor& network;
+  const TransportOptions options;
+  const platform::WebSocketRequest request;
+  const WebSocketBacklog backlog;
+  const std::function<void(WebSocketNews)> tell;
+
+  std::unique_ptr<QWebSocket, LaterDeleter> socket;
+  QList<QSslError> certificateErrors;
+  std::deque<std::uint64_t> unsent;  // Handed to the socket, not yet to the network.
+  bool isOpen = false;
+  bool isEnded = false;
+  bool isSayingGoodbye = false;
+  platform::TaskHandle openDeadline;
+  platform::TaskHandle pings;
+  platform::TaskHandle silence;
+  platform::TaskHandle goodbyeDeadline;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/SecretStore.h"
+
+namespace quillard::test {
+
+// A store of secrets with an empty place, as a binding makes it for a test.
+class SecretStoreBinding {
+ public:
+  SecretStoreBinding() = default;
+  SecretStoreBinding(const SecretStoreBinding&) = delete;
+  SecretStoreBinding& operator=(const SecretStoreBinding&) = delete;
+  virtual ~SecretStoreBinding() = default;
+  virtual platform::SecretStore& store() = 0;
+  // A second store over the same place, as the next run of the program has it.
+  virtual std::unique_ptr<platform::SecretStore> reopen() = 0;
+};
+
+struct SecretStoreCase {
+  std::string name;
+  platform::SecretPlace place;
+  std::unique_ptr<SecretStoreBinding> (*make)();
+};
+
+// What the agent relies on in each place that keeps secrets.
+class SecretStoreContract : public testing::TestWithParam<SecretStoreCase> {};
+
+}  // namespace quillard::test

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Executors.h"
+#include "platform/Http.h"
+#include "platform/WebSocket.h"
+
+namespace quillard::test {
+
+// What a test may change about a binding's transports. The rest is as it ships.
+struct TransportWishes {
+  std::string trustedAuthorities;  // PEM. Trusted besides the system's.
+  platform::Seconds pingInterval{20};
+  platform::Seconds silenceLimit{40};
+};
+
+// The transports of one binding, and an executor to own what they make.
+class TransportBinding {
+ public:
+  TransportBinding() = default;
+  TransportBinding(const TransportBinding&) = delete;
+  TransportBinding& operator=(const TransportBinding&) = delete;
+  virtual ~TransportBinding() = default;
+  virtual platform::SerialExecutor& executor() = 0;
+  virtual platform::WebSockets& webSockets() = 0;
+  virtual platform::HttpSessions& httpSessions() = 0;
+};
+
+using MakeTransports = std::unique_ptr<TransportBinding> (*)(const TransportWishes&);
+
+}  // namespace quillard::test

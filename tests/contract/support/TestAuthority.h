@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+namespace quillard::test {
+
+// A key and a certificate for it, both PEM.
+struct ServerIdentity {
+  std::string certificate;
+  std::string key;
+};
+
+// What a certificate may say.
+struct CertificateWish {
+  std::string names = "IP:127.0.0.1";  // Alternative names, as OpenSSL writes them.
+  long validFrom = -3600;              // Seconds from now.
+  long validUntil = 3600;
+};
+
+// A certificate authority that exists for one test run and is trusted by nobody who was not given it.
+class TestAuthority {
+ public:
+  TestAuthority();
+
+  // For those who are to trust it.
+  [[nodiscard]] std::string certificate() const;
+  [[nodiscard]] ServerIdentity issue(const CertificateWish& wish = {}) const;
+  // Vouched for by itself alone.
+  [[nodiscard]] static ServerIdentity selfSigned(const CertificateWish& wish = {});
+
+ private:
+  std::shared_ptr<EVP_PKEY> key;
+  std::shared_ptr<X509> own;
+};
+
+}  // namespace quillard::test

@@ -1,0 +1,37 @@
+#include "support/TemporaryFolder.h"
+
+#include <array>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace quillard::test {
+
+TemporaryFolder::TemporaryFolder() : folder("/tmp/quillard-test.XXXXXX") {
+  std::array<int, 2> pipe{-1, -1};
+  if (!::mkdtemp(folder.data()) || ::pipe2(pipe.data(), O_CLOEXEC) != 0) throw std::runtime_error("mkdtemp");
+  janitor = ::fork();
+  if (janitor == 0) {
+    // Not to be killed along with the test by a signal to its group. Tries again, since servers may still be writing.
+    ::setsid();
+    ::dup2(pipe[0], STDIN_FILENO);
+    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ::dup2(nowhere, STDOUT_FILENO);
+    ::dup2(nowhere, STDERR_FILENO);
+    constexpr const char* kScript = "read -r _; for i in 1 2 3; do rm -rf \"$1\" && exit; sleep 0.1; done";
+    ::execl("/bin/sh", "sh", "-c", kScript, "sh", folder.c_str(), nullptr);
+    ::_exit(127);
+  }
+  ::close(pipe[0]);
+  lifeline = pipe[1];
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  ::close(lifeline);
+  ::waitpid(janitor, nullptr, 0);
+}
+
+}  // namespace quillard::test

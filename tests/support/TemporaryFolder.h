@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include <sys/types.h>
+
+namespace quillard::test {
+
+// A folder of this user alone, removed with this object, and also when the test is killed.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+
+  [[nodiscard]] const std::string& path() const { return folder; }
+
+ private:
+  std::string folder;
+  int lifeline = -1;  // Its end tells the janitor, a process of its own, that the folder is no longer needed.
+  pid_t janitor = -1;
+};
+
+}  // namespace quillard::test

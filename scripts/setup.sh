@@ -3,7 +3,8 @@
 # What the build and the tests need, as Debian and Ubuntu call it.
 debian_packages=(
   g++ clang clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache pkg-config git
-  nlohmann-json3-dev libssl-dev libutf8proc-dev
+  nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
+  dbus-daemon gnome-keyring
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 

@@ -17,7 +17,7 @@ TEST(PrintableText, HidesWhatCouldForgeALineOrTurnItsDirection) {
                           "b\xE2\x80\xA8"
                           "c"),
             "a?b?c");
-  EXPECT_EQ(printableText("\xFF\xC3<"), "??<");
+  EXPECT_EQ(printableText("\xFF\xC3 "), "?? ");
 }
 
 TEST(PrintableText, CutsLongTextsBetweenCharacters) {

@@ -1,0 +1,53 @@
+#include "relay/RelayClient.h"
+
+#include <utility>
+
+#include "relay/RelayClientCore.h"
+
+namespace quillard {
+
+RelayClient::RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
+                         const RelayClientSurroundings& surroundings)
+    : queue(queue),
+      core(std::make_shared<RelayClientCore>(std::move(access), std::move(callbacks), queue, surroundings)) {}
+
+RelayClient::~RelayClient() {
+  core->retire();
+  // Sockets and timers end where they live, in a turn of the queue.
+  queue.post([last = std::move(core)] {});
+}
+
+void RelayClient::connect() {
+  post([](RelayClientCore& core) { core.connect(); });
+}
+
+void RelayClient::disconnect() {
+  post([](RelayClientCore& core) { core.disconnect(); });
+}
+
+void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force) {
+  auto signature = snapshotSignature(approvals, accessibilityTrusted);
+  post([approvals = std::move(approvals), signature = std::move(signature), accessibilityTrusted,
+        force](RelayClientCore& core) { core.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
+}
+
+void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {
+  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& core) {
+    core.publishResult(decisionID, result);
+  });
+}
+
+void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion) {
+  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& core) {
+    core.unpairPhone(deviceID, completion);
+  });
+}
+
+void RelayClient::post(std::function<void(RelayClientCore&)> operation) {
+  queue.post([weak = std::weak_ptr(core), operation = std::move(operation)] {
+    const auto core = weak.lock();
+    if (core && !core->isRetired()) operation(*core);
+  });
+}
+
+}  // namespace quillard

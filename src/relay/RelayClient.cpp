@@ -45,8 +45,7 @@ void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function
 
 void RelayClient::post(std::function<void(RelayClientCore&)> operation) {
   queue.post([weak = std::weak_ptr(core), operation = std::move(operation)] {
-    const auto core = weak.lock();
-    if (core && !core->isRetired()) operation(*core);
+    if (const auto core = weak.lock()) operation(*core);
   });
 }
 

@@ -49,8 +49,8 @@ class RelayClientCore;
 // States: stopped -> connecting -> open -> waiting to reconnect -> connecting ..., and stopped again by `disconnect`
 // from any of them. Every change is reported, and so is all that the relay says about its phones.
 //
-// Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; its socket
-// is let go in a later turn of the queue.
+// Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; what it was
+// asked before is still done, and then, in a later turn of the queue, its socket is let go.
 class RelayClient {
  public:
   // `queue` outlives the client.

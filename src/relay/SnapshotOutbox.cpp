@@ -15,10 +15,10 @@ void SnapshotOutbox::forgetSent() {
 }
 
 std::optional<SnapshotOutbox::Sending> SnapshotOutbox::begin() {
-  if (!latestSnapshot || latestSnapshotSignature == lastSentSnapshotSignature ||
-      latestSnapshotSignature == snapshotSendInFlightSignature) {
-    return std::nullopt;
-  }
+  if (!latestSnapshot || latestSnapshotSignature == snapshotSendInFlightSignature) return std::nullopt;
+  // What was delivered stays delivered only while nothing else is under way: another snapshot would take its place on
+  // the phone, and the list that came back in the meantime must follow it.
+  if (latestSnapshotSignature == lastSentSnapshotSignature && !snapshotSendInFlightSignature) return std::nullopt;
   snapshotSendInFlightSignature = latestSnapshotSignature;
   return Sending{*latestSnapshotSignature, ++sendings};
 }

@@ -48,6 +48,20 @@ TEST(SnapshotOutbox, SendsTheNewestBesideAnOlderOneThatIsUnderWay) {
   EXPECT_TRUE(outbox.begin().has_value());
 }
 
+TEST(SnapshotOutbox, SendsADeliveredSnapshotAgainBehindAnotherThatIsUnderWay) {
+  SnapshotOutbox outbox;
+  outbox.hold(snapshot("A"));
+  outbox.end(*outbox.begin(), true);
+  outbox.hold(snapshot("B"));
+  const auto other = outbox.begin();
+  outbox.hold(snapshot("A"));
+  const auto again = outbox.begin();
+  ASSERT_TRUE(again.has_value()) << "The phone would be left with B.";
+  outbox.end(*other, true);
+  outbox.end(*again, true);
+  EXPECT_FALSE(outbox.begin().has_value());
+}
+
 TEST(SnapshotOutbox, IsNotMisledByNewsOfAnOlderSendingOfTheSameSnapshot) {
   SnapshotOutbox outbox;
   outbox.hold(snapshot("A"));

@@ -86,6 +86,11 @@ void SimulatedWebSocketConnection::releaseSends() {
   for (auto& [number, send] : sends) letArriveLater(number, send);
 }
 
+void SimulatedWebSocketConnection::failSends(const std::string& description) {
+  const MutexLock lock{mutex};
+  loseSends(description);
+}
+
 std::vector<std::string> SimulatedWebSocketConnection::receivedTexts() const {
   const MutexLock lock{mutex};
   return arrived;
@@ -181,11 +186,15 @@ void SimulatedWebSocketConnection::arrive(std::uint64_t number) {
   send.completion(std::nullopt);
 }
 
+void SimulatedWebSocketConnection::loseSends(const std::string& description) {
+  for (auto& [number, send] : std::exchange(sends, {})) {
+    tell([completion = std::move(send.completion), description] { completion(TransportError{description}); });
+  }
+}
+
 void SimulatedWebSocketConnection::end() {
   ended = true;
-  for (auto& [number, send] : std::exchange(sends, {})) {
-    tell([completion = std::move(send.completion)] { completion(TransportError{"The connection was lost."}); });
-  }
+  loseSends("The connection was lost.");
 }
 
 // ---- SimulatedWebSockets

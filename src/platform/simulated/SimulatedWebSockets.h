@@ -34,6 +34,8 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   // Held sends neither arrive nor complete, until they are let go on.
   void holdSends();
   void releaseSends();
+  // What is under way is lost and fails, but the connection goes on.
+  void failSends(const std::string& description);
 
   // Frames that arrived, oldest first.
   [[nodiscard]] std::vector<std::string> receivedTexts() const;
@@ -61,6 +63,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   void deliver() QUILLARD_REQUIRES(mutex);
   void arrive(std::uint64_t number);
   void letArriveLater(std::uint64_t number, Send& send) QUILLARD_REQUIRES(mutex);
+  void loseSends(const std::string& description) QUILLARD_REQUIRES(mutex);
   void end() QUILLARD_REQUIRES(mutex);
 
   SerialExecutor& executor;

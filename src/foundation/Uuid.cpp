@@ -36,7 +36,7 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
     }
     const auto digit = hexDigit(text[i]);
     if (!digit) return std::nullopt;
-    bytes[digits / 2] = static_cast<std::uint8_t>(bytes[digits / 2] << 4U | *digit);
+    bytes[digits / 2] = static_cast<std::uint8_t>(unsigned{bytes[digits / 2]} << 4U | *digit);
     ++digits;
   }
   return Uuid{bytes};

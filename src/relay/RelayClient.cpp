@@ -18,34 +18,34 @@ RelayClient::~RelayClient() {
 }
 
 void RelayClient::connect() {
-  post([](RelayClientCore& core) { core.connect(); });
+  post([](RelayClientCore& joints) { joints.connect(); });
 }
 
 void RelayClient::disconnect() {
-  post([](RelayClientCore& core) { core.disconnect(); });
+  post([](RelayClientCore& joints) { joints.disconnect(); });
 }
 
 void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force) {
   auto signature = snapshotSignature(approvals, accessibilityTrusted);
   post([approvals = std::move(approvals), signature = std::move(signature), accessibilityTrusted,
-        force](RelayClientCore& core) { core.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
+        force](RelayClientCore& joints) { joints.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
 }
 
 void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {
-  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& core) {
-    core.publishResult(decisionID, result);
+  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& joints) {
+    joints.publishResult(decisionID, result);
   });
 }
 
 void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion) {
-  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& core) {
-    core.unpairPhone(deviceID, completion);
+  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& joints) {
+    joints.unpairPhone(deviceID, completion);
   });
 }
 
 void RelayClient::post(std::function<void(RelayClientCore&)> operation) {
   queue.post([weak = std::weak_ptr(core), operation = std::move(operation)] {
-    if (const auto core = weak.lock()) operation(*core);
+    if (const auto joints = weak.lock()) operation(*joints);
   });
 }
 

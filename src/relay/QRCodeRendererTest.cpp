@@ -16,6 +16,11 @@ std::optional<Bitmap> imageOf(std::string_view text, int scale) {
   return QRCodeRenderer::image({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, scale);
 }
 
+int pixelAt(const Bitmap& bitmap, int x, int y) {
+  const auto row = static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width);
+  return bitmap.pixels.at(row + static_cast<std::size_t>(x));
+}
+
 // What an independent reader makes of the picture. One text a code.
 std::vector<std::string> decoded(const Bitmap& bitmap) {
   constexpr unsigned long kGreyOneByte = zbar_fourcc('Y', '8', '0', '0');
@@ -69,7 +74,7 @@ TEST(QRCodeRenderer, KeepsFourLightModulesAroundTheCode) {
   constexpr int kScale = 3;
   const auto image = *imageOf("x", kScale);
   const int margin = 4 * kScale;
-  const auto pixel = [&](int x, int y) { return image.pixels[static_cast<std::size_t>(y * image.width + x)]; };
+  const auto pixel = [&](int x, int y) { return pixelAt(image, x, y); };
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {
       const bool isInside = x >= margin && y >= margin && x < image.width - margin && y < image.height - margin;
@@ -86,8 +91,8 @@ TEST(QRCodeRenderer, MakesEachModuleOneSquareOfOneColour) {
   const auto large = *imageOf(pairingText('a'), kScale);
   for (int y = 0; y < large.height; ++y) {
     for (int x = 0; x < large.width; ++x) {
-      const auto module = small.pixels[static_cast<std::size_t>(y / kScale * small.width + x / kScale)];
-      ASSERT_EQ(large.pixels[static_cast<std::size_t>(y * large.width + x)], module) << x << "," << y;
+      const auto module = pixelAt(small, x / kScale, y / kScale);
+      ASSERT_EQ(pixelAt(large, x, y), module) << x << "," << y;
       ASSERT_TRUE(module == 0 || module == 255);
     }
   }
@@ -97,9 +102,7 @@ TEST(QRCodeRenderer, HasLevelMEvenWhereABetterOneWouldFit) {
   // The two bits of the level stand at the start of the format information, beside the first finder pattern, under a
   // mask of 10: level M (00) shows as 10.
   const auto image = *imageOf("x", 1);
-  const auto isDark = [&](int x, int y) {
-    return image.pixels[static_cast<std::size_t>((y + 4) * image.width + x + 4)] == 0;
-  };
+  const auto isDark = [&](int x, int y) { return pixelAt(image, x + 4, y + 4) == 0; };
   EXPECT_TRUE(isDark(0, 8));
   EXPECT_FALSE(isDark(1, 8));
 }

@@ -12,8 +12,8 @@
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
 #include "relay/PairingConfiguration.h"
-#include "relay/RelayClientWorld.h"
 #include "relay/RelayTokenRegistration.h"
+#include "support/RelayClientWorld.h"
 
 // Secrets that are easy to find are planted everywhere, everything that can fail is made to fail, and then all that was
 // printed, described or put into an address is searched for them.

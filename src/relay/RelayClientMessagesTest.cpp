@@ -2,7 +2,7 @@
 
 #include "foundation/IsoDate.h"
 #include "relay/RelayClient.h"
-#include "relay/RelayClientWorld.h"
+#include "support/RelayClientWorld.h"
 
 // What the client makes of what the relay says.
 namespace quillard {

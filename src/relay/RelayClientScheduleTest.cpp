@@ -7,7 +7,7 @@
 #include "platform/simulated/SeededGenerator.h"
 #include "relay/RelayClient.h"
 #include "relay/RelayClientCore.h"
-#include "relay/RelayClientWorld.h"
+#include "support/RelayClientWorld.h"
 
 // Random lives of a client. Each prints its seed when it fails, and runs the same again from it.
 namespace quillard {

@@ -2,7 +2,7 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "relay/RelayClient.h"
-#include "relay/RelayClientWorld.h"
+#include "support/RelayClientWorld.h"
 
 // What the client sends: snapshots, results and wishes to unpair.
 namespace quillard {

@@ -2,7 +2,7 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "relay/RelayClient.h"
-#include "relay/RelayClientWorld.h"
+#include "support/RelayClientWorld.h"
 
 // Connecting, losing the connection, and coming back.
 namespace quillard {

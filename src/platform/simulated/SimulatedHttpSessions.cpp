@@ -10,7 +10,7 @@ class SimulatedHttpSessions::Session final : public HttpSession {
 
   void send(HttpRequest request, std::function<void(HttpOutcome)> completion) override {
     const Seconds timeout = request.timeout;
-    auto outcome = answer(std::move(request));
+    auto outcome = answer(request);
     const Seconds delay = outcome ? Seconds::zero() : timeout;
     // Destroying the session destroys the handles, and with them what is still ahead.
     ahead.push_back(executor.postAfter(
@@ -19,7 +19,7 @@ class SimulatedHttpSessions::Session final : public HttpSession {
   }
 
  private:
-  std::optional<HttpOutcome> answer(HttpRequest request) {
+  std::optional<HttpOutcome> answer(const HttpRequest& request) {
     Server server;
     {
       const MutexLock lock{state->mutex};

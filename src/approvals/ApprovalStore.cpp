@@ -49,15 +49,16 @@ void ApprovalStore::forget(const Uuid& id) {
 }
 
 std::vector<PendingApproval> ApprovalStore::all() const {
-  std::vector<PendingApproval> approvals;
-  {
-    const MutexLock lock{mutex};
-    approvals.reserve(approvalsByID.size());
-    for (const auto& [id, approval] : approvalsByID) approvals.push_back(approval);
-  }
-  std::sort(approvals.begin(), approvals.end(), [](const PendingApproval& a, const PendingApproval& b) {
-    return std::tie(a.detectedAt, a.id) < std::tie(b.detectedAt, b.id);
+  const MutexLock lock{mutex};
+  std::vector<const PendingApproval*> ordered;
+  ordered.reserve(approvalsByID.size());
+  for (const auto& [id, approval] : approvalsByID) ordered.push_back(&approval);
+  std::sort(ordered.begin(), ordered.end(), [](const PendingApproval* a, const PendingApproval* b) {
+    return std::tie(a->detectedAt, a->id) < std::tie(b->detectedAt, b->id);
   });
+  std::vector<PendingApproval> approvals;
+  approvals.reserve(ordered.size());
+  for (const auto* approval : ordered) approvals.push_back(*approval);
   return approvals;
 }
 

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <string_view>
 
+#include "foundation/BrokenPromise.h"
 #include "foundation/Numbers.h"
 
 namespace quillard {
@@ -17,10 +16,7 @@ constexpr double kSameContentScore = 500;
 constexpr double kLowestMatch = 1;
 
 std::int64_t truncated(double value) {
-  if (!fitsInteger(value)) {
-    std::fputs("A frame without identity was asked for its identity.\n", stderr);
-    std::abort();
-  }
+  if (!fitsInteger(value)) stopForBrokenPromise("A frame without identity was asked for its identity.");
   return truncatedToInteger(value);
 }
 

@@ -84,6 +84,7 @@ void DialogEventMonitor::requestFollowUpScans(const std::string& reason) {
 }
 
 void DialogEventMonitor::addObservation(std::int32_t processIdentifier, Observation observation) {
+  if (processIdentifier == ownProcessIdentifier) return;
   removeObservation(processIdentifier);
   observations.emplace(processIdentifier, std::move(observation));
 }

@@ -58,6 +58,7 @@ class DialogEventMonitor {
   // Delivers `reason` 0.8 s and 2.0 s from now; a newer follow-up takes the place of what is left of this one.
   void requestFollowUpScans(const std::string& reason);
 
+  // Takes the place of an earlier one of that process. Nothing happens for the agent itself, which watches others only.
   void addObservation(std::int32_t processIdentifier, Observation observation);
   // Nothing happens when there is none.
   void removeObservation(std::int32_t processIdentifier);

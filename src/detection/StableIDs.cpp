@@ -1,11 +1,10 @@
 #include "detection/StableIDs.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
 #include <openssl/params.h>
+
+#include "foundation/BrokenPromise.h"
 
 namespace quillard {
 namespace {
@@ -23,10 +22,7 @@ Hash keyedHash(const std::array<std::uint8_t, 16>& key, std::string_view text) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
   const auto* done = EVP_Q_mac(nullptr, "SIPHASH", nullptr, nullptr, parameters.data(), key.data(), key.size(), bytes,
                                text.size(), hash.data(), hash.size(), &written);
-  if (!done || written != kHashBytes) {
-    std::fputs("The cryptographic library has no SipHash.\n", stderr);
-    std::abort();
-  }
+  if (!done || written != kHashBytes) stopForBrokenPromise("The cryptographic library has no SipHash.");
   return hash;
 }
 

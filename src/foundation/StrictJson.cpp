@@ -29,24 +29,46 @@ bool isDeeperThan(std::string_view text, std::size_t limit) {
   return false;
 }
 
-// Notices members that stand twice in one object, which the parser itself would silently merge.
-class DoubledMembers {
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // The parser would skip it; JSON has none.
+
+// Notices members that stand twice in one object, which the parser would silently merge, and objects of too many. A
+// pass of its own over the text: the parser's callback, which could do the same, makes it look through the whole list
+// after each of its objects.
+class MemberCheck final : public nlohmann::json_sax<Json> {
  public:
-  void note(nlohmann::json::parse_event_t event, const Json& parsed) {
-    using Event = nlohmann::json::parse_event_t;
-    if (event == Event::object_start) {
-      open.emplace_back();
-    } else if (event == Event::object_end) {
-      open.pop_back();
-    } else if (event == Event::key && !open.back().insert(parsed.get<std::string>()).second && !doubled) {
-      doubled = parsed.get<std::string>();
-    }
+  explicit MemberCheck(std::size_t mostMembers) : mostMembers(mostMembers) {}
+
+  // What was wrong with the members, if anything. A text that is no JSON says nothing here.
+  [[nodiscard]] const std::optional<JsonError>& error() const { return failure; }
+
+  bool start_object(std::size_t) override {
+    open.emplace_back();
+    return true;
   }
-  [[nodiscard]] const std::optional<std::string>& first() const { return doubled; }
+  bool end_object() override {
+    open.pop_back();
+    return true;
+  }
+  bool key(string_t& name) override {
+    if (!open.back().insert(name).second) failure = JsonError{name, "The member stands twice."};
+    if (open.back().size() > mostMembers) failure = JsonError{"", "An object has too many members."};
+    return !failure;
+  }
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t) override { return true; }
+  bool number_unsigned(number_unsigned_t) override { return true; }
+  bool number_float(number_float_t, const string_t&) override { return true; }
+  bool string(string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
+  bool start_array(std::size_t) override { return true; }
+  bool end_array() override { return true; }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
 
  private:
-  std::vector<std::set<std::string>> open;
-  std::optional<std::string> doubled;
+  const std::size_t mostMembers;
+  std::vector<std::set<std::string>> open;  // The names seen so far of each object that is still open.
+  std::optional<JsonError> failure;
 };
 
 std::optional<std::int64_t> wholeNumber(const Json& json, std::int64_t lowest, std::int64_t highest) {
@@ -113,14 +135,13 @@ std::string JsonError::description() const { return path.empty() ? message : pat
 std::variant<Json, JsonError> parseStrictJson(std::string_view text, JsonLimits limits) {
   if (text.size() > limits.bytes) return JsonError{"", "The JSON text is too long."};
   if (isDeeperThan(text, limits.depth)) return JsonError{"", "The JSON text is nested too deeply."};
-  DoubledMembers doubledMembers;
-  const auto note = [&](int, nlohmann::json::parse_event_t event, Json& parsed) {
-    doubledMembers.note(event, parsed);
-    return true;
-  };
-  Json json = Json::parse(text, note, /*allow_exceptions=*/false);
+  if (text.starts_with(kByteOrderMark)) return JsonError{"", "The text is not valid JSON."};
+  MemberCheck members{limits.members};
+  const bool isRead = Json::sax_parse(text, &members);
+  if (members.error()) return *members.error();
+  if (!isRead) return JsonError{"", "The text is not valid JSON."};
+  Json json = Json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (json.is_discarded()) return JsonError{"", "The text is not valid JSON."};
-  if (doubledMembers.first()) return JsonError{*doubledMembers.first(), "The member stands twice."};
   return json;
 }
 

@@ -16,7 +16,7 @@ std::string errorOf(std::string_view text, JsonLimits limits = {}) {
 
 TEST(StrictJson, RefusesWhatIsNoJson) {
   for (const auto* text : {"", " ", "{", "{]", "{\"a\":}", "[1,]", "{'a':1}", "01", "1e999", "NaN", "\"\\ud800\"",
-                           "\"\xFF\"", "\"\x01\"", "{} {}", "\xEF\xBB\xBF", "// x\n1"}) {
+                           "\"\xFF\"", "\"\x01\"", "{} {}", "\xEF\xBB\xBF", "\xEF\xBB\xBF{}", "// x\n1"}) {
     EXPECT_EQ(errorOf(text), "The text is not valid JSON.") << text;
   }
 }
@@ -32,6 +32,23 @@ TEST(StrictJson, RefusesDepthBombsAndLongTextsBeforeBuildingAnything) {
   EXPECT_EQ(errorOf("[[1]]", {.bytes = 100, .depth = 1}), "The JSON text is nested too deeply.");
   EXPECT_EQ(errorOf("[\"[[[[\\\"[[\"]", {.bytes = 100, .depth = 1}), "no error");
   EXPECT_EQ(errorOf("[1]", {.bytes = 2, .depth = 1}), "The JSON text is too long.");
+}
+
+TEST(StrictJson, RefusesObjectsOfTooManyMembers) {
+  const auto objectOf = [](int members) {
+    std::string text = "{";
+    for (int i = 0; i < members; ++i) text += (i ? ",\"" : "\"") + std::to_string(i) + "\":0";
+    return text + "}";
+  };
+  EXPECT_EQ(errorOf(objectOf(1024)), "no error");
+  EXPECT_EQ(errorOf(objectOf(1025)), "An object has too many members.");
+  EXPECT_EQ(errorOf("[" + objectOf(1024) + "," + objectOf(1024) + "]"), "no error");
+}
+
+TEST(StrictJson, ReadsLongListsOfObjects) {
+  std::string text = "[{}";
+  for (int i = 0; i < 300'000; ++i) text += ",{}";
+  EXPECT_EQ(std::get<Json>(parseStrictJson(text + "]")).size(), 300'001U);
 }
 
 TEST(StrictJson, KeepsTheOrderOfMembers) { EXPECT_EQ(jsonText(parsed(R"({"b":1,"a":2})")), R"({"b":1,"a":2})"); }

@@ -2,14 +2,13 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <span>
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 
+#include "foundation/BrokenPromise.h"
 #include "foundation/Text.h"
 #include "relay/HexText.h"
 #include "relay/StrictBase64.h"
@@ -25,8 +24,7 @@ Digest sha256(std::string_view text) {
   unsigned length = 0;
   if (EVP_Digest(text.data(), text.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1 ||
       length != kDigestLength) {
-    std::fputs("The cryptographic library has no SHA-256.\n", stderr);
-    std::abort();
+    stopForBrokenPromise("The cryptographic library has no SHA-256.");
   }
   return digest;
 }

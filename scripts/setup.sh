@@ -1,0 +1,71 @@
+# Sourced by the commands at the top: installing what is missing, and building. Works in the project's folder.
+
+# What the build and the tests need, as Debian and Ubuntu call it.
+debian_packages=(
+  g++ clang clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache pkg-config git
+  nlohmann-json3-dev libssl-dev libutf8proc-dev
+  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
+)
+
+# The same as Homebrew calls it.
+homebrew_packages=(cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc googletest rapidcheck google-benchmark)
+
+missing_debian_packages() {
+  local package
+  for package in "${debian_packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' || echo "$package"
+  done
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+install_missing() {
+  if command -v apt-get >/dev/null; then
+    local missing
+    mapfile -t missing < <(missing_debian_packages)
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    echo "Installing: ${missing[*]}" >&2
+    as_root apt-get update -qq >&2
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+  elif command -v brew >/dev/null; then
+    local package
+    for package in "${homebrew_packages[@]}"; do
+      brew list --versions "$package" >/dev/null 2>&1 || brew install "$package" >&2
+    done
+  elif ! command -v cmake >/dev/null || ! command -v ninja >/dev/null; then
+    echo "Please install these with your system's package manager, by whatever names it gives them:" >&2
+    printf '  %s\n' "${debian_packages[@]}" >&2
+    exit 1
+  fi
+}
+
+# One for each two gigabytes of memory, at most one for each core.
+jobs_here() {
+  local cores memory
+  cores=$(getconf _NPROCESSORS_ONLN)
+  memory=$(awk '/^MemTotal:/ {print int($2 / 2097152) + 1}' /proc/meminfo 2>/dev/null || echo "$cores")
+  echo $((memory < cores ? memory : cores))
+}
+
+# configure_and_build PRESET [TARGET...]
+configure_and_build() {
+  local preset=$1; shift
+  [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >&2
+  cmake --build "build/$preset" -j "$(jobs_here)" ${1:+--target "$@"} >&2
+}
+
+# The corpus of a fuzz target: recorded_desktop_fuzz starts from tests/fuzz/corpus/recorded-desktop.
+fuzz_corpus() {
+  local name=${1%_fuzz}
+  echo "tests/fuzz/corpus/${name//_/-}"
+}
+
+report_coverage() {
+  debian_packages+=(gcovr)
+  install_missing
+  gcovr --root . --filter src/ --exclude '.*Test\.cpp' --exclude src/platform/simulated --print-summary \
+    --output build/coverage/report.txt build/coverage
+  echo "Line by line: build/coverage/report.txt"
+}

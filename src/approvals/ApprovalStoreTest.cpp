@@ -1,0 +1,239 @@
+#include <limits>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "approvals/ApprovalStore.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/VirtualTime.h"
+#include "support/SampleApprovals.h"
+
+namespace quillard {
+namespace {
+
+using platform::Seconds;
+using platform::simulated::Seed;
+using samples::approval;
+using samples::uuid;
+
+class ApprovalStoreTest : public testing::Test {
+ protected:
+  // A record as a scan at this moment would give it.
+  PendingApproval scanned(std::uint64_t fingerprint) {
+    auto record = approval(fingerprint);
+    record.detectedAt = time.now();
+    return record;
+  }
+  PendingApproval only() {
+    const auto all = store.all();
+    EXPECT_EQ(all.size(), 1U);
+    return all.empty() ? PendingApproval{} : all.front();
+  }
+
+  platform::simulated::VirtualTime time{Seed{7}};
+  platform::simulated::SimulatedRandom random{Seed{7}};
+  ApprovalStore store{Seconds{8}, time, random};
+};
+
+TEST_F(ApprovalStoreTest, IsEmptyAtFirst) {
+  EXPECT_TRUE(store.all().empty());
+  EXPECT_FALSE(store.approval(uuid(1)).has_value());
+}
+
+TEST_F(ApprovalStoreTest, KeepsIdentityAndFirstTimeWhileAllElseFollowsTheNewestScan) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  time.advance(Seconds{2});
+  auto again = scanned(1);
+  again.buttons[0].x += 50;
+  again.windowFrame.y += 50;
+  again.suppressionID = uuid(77);
+  store.replace({again});
+  EXPECT_EQ(only(), again.replacingIdentity(first.id, first.detectedAt));
+}
+
+TEST_F(ApprovalStoreTest, GivesAnIdentityOfItsOwn) {
+  store.replace({scanned(1)});
+  EXPECT_NE(only().id, uuid(1));
+  EXPECT_FALSE(store.approval(uuid(1)).has_value()) << "a fingerprint is no identity";
+  EXPECT_EQ(store.approval(only().id), only());
+}
+
+TEST_F(ApprovalStoreTest, KeepsAMissedPromptForTheGraceAndNotAMomentLonger) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  time.advance(Seconds{8});
+  store.replace({});
+  EXPECT_EQ(only(), first);
+  time.advance(Seconds{0.001});
+  store.replace({});
+  EXPECT_TRUE(store.all().empty());
+
+  store.replace({scanned(1)});
+  EXPECT_NE(only().id, first.id);
+  EXPECT_EQ(only().detectedAt, time.now());
+}
+
+TEST_F(ApprovalStoreTest, CountsTheGraceFromTheLastScanThatSawThePrompt) {
+  store.replace({scanned(1)});
+  for (int scan = 0; scan < 5; ++scan) {
+    time.advance(Seconds{7});
+    store.replace({scanned(1)});
+  }
+  time.advance(Seconds{8});
+  store.replace({});
+  EXPECT_EQ(store.all().size(), 1U);
+}
+
+TEST_F(ApprovalStoreTest, NeverLosesAFreshPromptToAnEmptyScan) {
+  store.replace({scanned(1), scanned(2)});
+  store.replace({});
+  EXPECT_EQ(store.all().size(), 2U);
+}
+
+TEST_F(ApprovalStoreTest, RestoresTheIdentityOfAnAnsweredPromptThatIsSeenAgainSoon) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  store.remove(first.id);
+  EXPECT_TRUE(store.all().empty());
+  time.advance(Seconds{7.999});
+  store.replace({scanned(1)});
+  EXPECT_EQ(only().id, first.id);
+  EXPECT_EQ(only().detectedAt, time.now());
+}
+
+TEST_F(ApprovalStoreTest, GivesAnAnsweredPromptANewIdentityOnceThePeriodHasLapsed) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  store.remove(first.id);
+  time.advance(Seconds{8});
+  store.replace({scanned(1)});
+  EXPECT_NE(only().id, first.id);
+}
+
+TEST_F(ApprovalStoreTest, ForgetsAnAnsweredPromptAtOnceWhenNothingIsToBeRetained) {
+  for (const double period : {0.0, -3.0}) {
+    store.replace({scanned(1)});
+    const auto first = only();
+    store.remove(first.id, Seconds{period});
+    store.replace({scanned(1)});
+    EXPECT_NE(only().id, first.id);
+  }
+}
+
+TEST_F(ApprovalStoreTest, RetainsForThePeriodThatItIsGiven) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  store.remove(first.id, Seconds{100});
+  time.advance(Seconds{99});
+  store.replace({});
+  store.replace({scanned(1)});
+  EXPECT_EQ(only().id, first.id);
+}
+
+TEST_F(ApprovalStoreTest, ARetainedIdentityThatIsCurrentAgainAgesAsAnyOther) {
+  store.replace({scanned(1)});
+  store.remove(only().id);
+  time.advance(Seconds{4});
+  store.replace({scanned(1)});
+  const auto again = only();
+  time.advance(Seconds{6});  // The retention would have lapsed.
+  store.replace({scanned(1)});
+  EXPECT_EQ(only(), again);
+}
+
+TEST_F(ApprovalStoreTest, RemovingWhatIsNotThereChangesNothing) {
+  store.replace({scanned(1)});
+  const auto before = store.all();
+  store.remove(uuid(12345));
+  store.removeSuppressed(uuid(12345));
+  EXPECT_EQ(store.all(), before);
+}
+
+TEST_F(ApprovalStoreTest, RemovesEveryPromptOfASuppressedKindWithItsIdentities) {
+  auto one = scanned(1);
+  auto two = scanned(2);
+  auto three = scanned(3);
+  one.suppressionID = two.suppressionID = uuid(50);
+  store.replace({one, two, three});
+  std::set<Uuid> before;
+  for (const auto& entry : store.all()) before.insert(entry.id);
+  store.removeSuppressed(uuid(50));
+  const auto left = only();
+  EXPECT_EQ(left.suppressionID, uuid(3));
+
+  store.replace({one, two, three});
+  EXPECT_EQ(store.all().size(), 3U);
+  for (const auto& entry : store.all()) {
+    EXPECT_EQ(before.contains(entry.id), entry.id == left.id) << "the removed ones come back under new identities";
+  }
+}
+
+TEST_F(ApprovalStoreTest, TakesTheLaterOfTwoRecordsWithOneFingerprintAndTheFirstOnesTime) {
+  auto first = scanned(1);
+  auto second = scanned(1);
+  first.windowTitle = "First";
+  second.windowTitle = "Second";
+  second.detectedAt = samples::date(500);
+  store.replace({first, second});
+  EXPECT_EQ(only().windowTitle, "Second");
+  EXPECT_EQ(only().detectedAt, first.detectedAt);
+}
+
+TEST_F(ApprovalStoreTest, ListsTheOldestFirstAndEqualOnesAlwaysInTheSameOrder) {
+  auto early = scanned(1);
+  auto late = scanned(2);
+  early.detectedAt = samples::date(10);
+  late.detectedAt = samples::date(20);
+  std::vector<PendingApproval> records{late, early};
+  for (std::uint64_t i = 3; i < 40; ++i) {
+    records.push_back(scanned(i));
+    records.back().detectedAt = samples::date(15);
+  }
+  store.replace(records);
+  const auto all = store.all();
+  EXPECT_EQ(all.front().detectedAt, early.detectedAt);
+  EXPECT_EQ(all.back().detectedAt, late.detectedAt);
+  EXPECT_EQ(store.all(), all);
+  store.replace(records);
+  EXPECT_EQ(store.all(), all);
+}
+
+TEST_F(ApprovalStoreTest, KeepsEverythingForAnInfiniteGrace) {
+  ApprovalStore patient{Seconds{std::numeric_limits<double>::infinity()}, time, random};
+  patient.replace({scanned(1)});
+  time.advance(Seconds{1e9});
+  patient.replace({});
+  ASSERT_EQ(patient.all().size(), 1U);
+  const auto id = patient.all().front().id;
+  patient.remove(id);
+  time.advance(Seconds{1e9});
+  patient.replace({scanned(1)});
+  EXPECT_EQ(patient.all().front().id, id);
+}
+
+TEST_F(ApprovalStoreTest, KeepsPromptsWhenTheClockIsSetBack) {
+  store.replace({scanned(1)});
+  time.setWallClock(time.now() - std::chrono::hours{24});
+  store.replace({});
+  EXPECT_EQ(store.all().size(), 1U);
+}
+
+TEST_F(ApprovalStoreTest, EachOperationIsAtomicForAllThreads) {
+  const std::vector<PendingApproval> records{scanned(1), scanned(2), scanned(3)};
+  store.replace(records);
+  std::thread writer{[&] {
+    for (int i = 0; i < 300; ++i) {
+      store.replace(records);
+      store.removeSuppressed(uuid(9));
+    }
+  }};
+  std::size_t torn = 0;
+  for (int i = 0; i < 300; ++i) torn += store.all().size() == 3 ? 0U : 1U;
+  writer.join();
+  EXPECT_EQ(torn, 0U);
+}
+
+}  // namespace
+}  // namespace quillard

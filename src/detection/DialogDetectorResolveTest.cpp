@@ -1,0 +1,257 @@
+#include <gtest/gtest.h>
+
+#include "detection/DialogDetector.h"
+#include "support/DetectionWorld.h"
+
+namespace quillard {
+namespace {
+
+using platform::AXError;
+using platform::Rect;
+using platform::simulated::AXRequest;
+using platform::simulated::DialogSpec;
+using platform::simulated::ElementSpec;
+using platform::simulated::NodeHandle;
+using platform::simulated::PressEffect;
+using samples::DetectionWorld;
+namespace ax = platform::ax;
+
+class ResolveTest : public testing::Test, protected DetectionWorld {
+ protected:
+  static DialogSpec spec(Rect frame = {100, 100, 400, 200}) {
+    return {.title = "Erase?", .lines = {"Are you sure?"}, .buttons = {"Cancel", "Erase"}, .frame = frame};
+  }
+
+  // The prompt as the store would hold it: under an identity of its own.
+  PendingApproval stored() {
+    auto approvals = scanTwice();
+    EXPECT_EQ(approvals.size(), 1U);
+    return approvals.at(0).replacingIdentity(Uuid::random(world.random()), approvals.at(0).detectedAt);
+  }
+
+  platform::simulated::ApplicationHandle application = world.desktop().launch({.name = "App"});
+};
+
+// ---- Finding the button
+
+TEST_F(ResolveTest, FindsTheLiveButtonAndItsWindow) {
+  const auto dialog = desktop().open(application, spec());
+  const auto button = *desktop().findButton(dialog, "Erase");
+  const auto resolved = detector.resolveCurrentButton(stored(), "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(resolved->element, desktop().element(button));
+  EXPECT_EQ(resolved->window, desktop().element(dialog));
+  EXPECT_EQ(resolved->button.label, "Erase");
+  EXPECT_EQ(resolved->button.role, "AXButton");
+  const auto frame = *desktop().frame(button);
+  EXPECT_EQ((Rect{resolved->button.x, resolved->button.y, resolved->button.width, resolved->button.height}), frame);
+}
+
+TEST_F(ResolveTest, TakesTheLabelToTheLetter) {
+  desktop().open(application, spec());
+  const auto approval = stored();
+  for (const auto* label : {"erase", "ERASE", " Erase", "Erase ", "", "Eras"}) {
+    EXPECT_FALSE(detector.resolveCurrentButton(approval, label).has_value()) << label;
+  }
+}
+
+TEST_F(ResolveTest, FindsNothingOnceThePromptHasGone) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().close(dialog);
+  EXPECT_FALSE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+TEST_F(ResolveTest, FindsNothingInAPromptThatSaysSomethingElse) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  const auto text = desktop().children(dialog).front();
+  desktop().setAttribute(text, ax::kValue, std::string("Are you sure about everything?"));
+  EXPECT_FALSE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+TEST_F(ResolveTest, SkipsAButtonThatHasNoHeight) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().setAttribute(*desktop().findButton(dialog, "Erase"), ax::kSize, platform::Size{80, 0});
+  EXPECT_FALSE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+TEST_F(ResolveTest, FollowsAPromptThatMoved) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().move(dialog, {900, 700, 400, 200});
+  EXPECT_TRUE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+TEST_F(ResolveTest, TakesTheNearestOfTwoIdenticalPrompts) {
+  desktop().open(application, spec({100, 100, 400, 200}));
+  const auto approval = stored();
+  desktop().close(desktop().windows(application).front());
+  desktop().open(application, spec({100, 160, 400, 200}));
+  const auto near = desktop().open(application, spec({100, 140, 400, 200}));
+  desktop().open(application, spec({100, 30, 400, 200}));
+  const auto resolved = detector.resolveCurrentButton(approval, "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(resolved->window, desktop().element(near));
+}
+
+TEST_F(ResolveTest, TakesTheFirstMetOfTwoAtEqualDistance) {
+  desktop().open(application, spec({100, 100, 400, 200}));
+  const auto approval = stored();
+  desktop().close(desktop().windows(application).front());
+  desktop().open(application, spec({100, 140, 400, 200}));
+  desktop().open(application, spec({100, 60, 400, 200}));
+  const auto first = desktop().node(std::get<std::vector<platform::AXUIElement>>(
+      world.accessibility().copyAttributeValue(desktop().element(application), ax::kWindows).value())[0]);
+  const auto resolved = detector.resolveCurrentButton(approval, "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(desktop().node(resolved->window), first);
+}
+
+TEST_F(ResolveTest, LooksForTheButtonAmongAHundredAndTwentyDescendantsOfTheContent) {
+  for (const int position : {120, 121}) {
+    // The walk takes the last child first, and the record is made of eighty: the first child is in neither.
+    ElementSpec window{.role = "AXWindow", .subrole = "AXDialog", .title = "Erase?"};
+    window.children.push_back({.role = "AXButton", .title = "Far", .frame = Rect{0, 0, 9, 9}});
+    for (int i = 0; i < position - 2; ++i) window.children.push_back({.role = "AXGroup"});
+    window.children.push_back({.role = "AXButton", .title = "Erase", .frame = Rect{0, 0, 9, 9}});
+    const auto dialog = desktop().addWindow(application, window);
+    const auto approval = stored();
+    EXPECT_EQ(samples::labels(approval), std::vector<std::string>{"Erase"});
+    EXPECT_EQ(detector.resolveCurrentButton(approval, "Far").has_value(), position == 120) << position;
+    desktop().close(dialog);
+  }
+}
+
+TEST_F(ResolveTest, NamesTheEnumeratedWindowWhereTheButtonHasNoWindowAboveIt) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().setAttributeError(*desktop().findButton(dialog, "Erase"), ax::kParent, AXError::noValue);
+  const auto resolved = detector.resolveCurrentButton(approval, "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(resolved->window, desktop().element(dialog));
+}
+
+TEST_F(ResolveTest, NamesTheSheetThatHoldsTheButton) {
+  const auto window =
+      desktop().addWindow(application, {.role = "AXWindow", .title = "Document", .frame = Rect{0, 0, 900, 600}});
+  const auto sheet = desktop().openSheet(window, spec());
+  const auto resolved = detector.resolveCurrentButton(stored(), "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(resolved->window, desktop().element(sheet));
+}
+
+TEST_F(ResolveTest, RestoresAndRaisesTheWindowAndPressesNothing) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  std::vector<std::string> performed;
+  desktop().setAttribute(dialog, ax::kMinimized, true);
+  desktop().setEffect(dialog, ax::kRaiseAction, PressEffect::runs([&](auto&, NodeHandle node) {
+                        performed.push_back(node == dialog ? "raised" : "raised something else");
+                      }));
+  ASSERT_TRUE(detector.resolveCurrentButton(approval, "Erase").has_value());
+  EXPECT_EQ(performed, std::vector<std::string>{"raised"});
+  const auto minimized = desktop().attribute(dialog, ax::kMinimized);
+  EXPECT_EQ(std::get<bool>(minimized.value()), false);
+  EXPECT_TRUE(desktop().presses().empty());
+}
+
+TEST_F(ResolveTest, DoesNotMindThatTheWindowCannotBeRaised) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().setActions(dialog, {});
+  desktop().setAttributeError(dialog, ax::kMinimized, AXError::attributeUnsupported);
+  EXPECT_TRUE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+TEST_F(ResolveTest, FindsNothingWhileTheApplicationDoesNotAnswer) {
+  desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().hang(application);
+  EXPECT_FALSE(detector.resolveCurrentButton(approval, "Erase").has_value());
+}
+
+// Whatever changes between any two requests: what comes back is a button of that label, in the prompt that it belongs
+// to, at the moment when it was looked at.
+TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  const auto erase = *desktop().findButton(dialog, "Erase");
+  const auto cancel = *desktop().findButton(dialog, "Cancel");
+  desktop().resetRoundTrips();
+  ASSERT_TRUE(detector.resolveCurrentButton(approval, "Erase").has_value());
+  const auto requests = desktop().roundTrips();
+  for (std::uint64_t changeAt = 0; changeAt < requests; ++changeAt) {
+    std::uint64_t index = 0;
+    desktop().setRequestHook([&](const AXRequest&) {
+      if (index++ != changeAt) return;
+      desktop().setAttribute(erase, ax::kTitle, std::string("Cancel"));
+      desktop().setAttribute(cancel, ax::kTitle, std::string("Erase"));
+    });
+    const auto resolved = detector.resolveCurrentButton(approval, "Erase");
+    desktop().setRequestHook({});
+    EXPECT_EQ(resolved ? resolved->button.label : "Erase", "Erase") << changeAt;
+    desktop().setAttribute(erase, ax::kTitle, std::string("Erase"));
+    desktop().setAttribute(cancel, ax::kTitle, std::string("Cancel"));
+  }
+}
+
+// ---- Presence
+
+TEST_F(ResolveTest, APromptIsPresentFromTheFirstLookOn) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  DialogDetector fresh{kOwnProcess, suppressionStore, surroundings};
+  EXPECT_TRUE(fresh.isPromptStillPresent(approval)) << "no second scan is needed";
+  desktop().move(dialog, {500, 500, 400, 200});
+  EXPECT_TRUE(fresh.isPromptStillPresent(approval));
+  desktop().close(dialog);
+  EXPECT_FALSE(fresh.isPromptStillPresent(approval));
+}
+
+TEST_F(ResolveTest, APromptIsGoneWhenItsWindowSaysSomethingElse) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().setAttribute(dialog, ax::kTitle, std::string("Erased."));
+  EXPECT_FALSE(detector.isPromptStillPresent(approval));
+}
+
+TEST_F(ResolveTest, APromptIsGoneWithItsApplication) {
+  desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().terminate(application);
+  EXPECT_FALSE(detector.isPromptStillPresent(approval));
+}
+
+TEST_F(ResolveTest, APromptCountsAsPresentWhileItsApplicationDoesNotAnswer) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  const auto other = desktop().launch({.name = "Other"});
+  desktop().close(dialog);
+  desktop().hang(other);
+  EXPECT_FALSE(detector.isPromptStillPresent(approval)) << "another one's silence tells nothing";
+  desktop().hang(application);
+  EXPECT_TRUE(detector.isPromptStillPresent(approval));
+  desktop().unhang(application);
+  EXPECT_FALSE(detector.isPromptStillPresent(approval));
+}
+
+TEST_F(ResolveTest, APromptCountsAsPresentWhileNobodyMayLook) {
+  desktop().open(application, spec());
+  const auto approval = stored();
+  desktop().setTrusted(false);
+  EXPECT_TRUE(detector.isPromptStillPresent(approval));
+}
+
+TEST_F(ResolveTest, LookingDoesNotOpenTheGateForTheScan) {
+  desktop().open(application, spec());
+  const auto approval = stored();
+  DialogDetector fresh{kOwnProcess, suppressionStore, surroundings};
+  (void)fresh.isPromptStillPresent(approval);
+  (void)fresh.resolveCurrentButton(approval, "Erase");
+  EXPECT_TRUE(fresh.scan().empty());
+}
+
+}  // namespace
+}  // namespace quillard

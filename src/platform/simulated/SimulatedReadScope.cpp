@@ -1,0 +1,45 @@
+#include "platform/simulated/SimulatedReadScope.h"
+
+#include "platform/simulated/SimulatedAccessibility.h"
+
+namespace quillard::platform::simulated {
+
+AXResult<AXValue> SimulatedReadScope::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+  const auto target = state.target(element);
+  if (!target) return AXError::invalidUIElement;
+  if (missed.contains(target->processIdentifier)) return AXError::cannotComplete;
+  auto known = attributes.find(*target);
+  if (known == attributes.end()) {
+    if (const AXError error = ask(AXRequestKind::readAttributes, *target); error != AXError::success) return error;
+    known = attributes.emplace(*target, attributeAnswers(state, *target)).first;
+  }
+  if (!known->second.hasValue()) return known->second.error();
+  const auto found = known->second.value().find(name);
+  if (found == known->second.value().end()) return AXError::attributeUnsupported;
+  return found->second;
+}
+
+AXResult<std::vector<std::string>> SimulatedReadScope::copyActionNames(const AXUIElement& element) {
+  const auto target = state.target(element);
+  if (!target) return AXError::invalidUIElement;
+  if (missed.contains(target->processIdentifier)) return AXError::cannotComplete;
+  const auto known = actionNames.find(*target);
+  if (known != actionNames.end()) return known->second;
+  if (const AXError error = ask(AXRequestKind::readActionNames, *target); error != AXError::success) return error;
+  return actionNames.emplace(*target, actionNamesAnswer(state, *target)).first->second;
+}
+
+AXError SimulatedReadScope::ask(AXRequestKind kind, const ElementTarget& target) {
+  const Delivery delivery = gate.send(kind, target, {}, answeringProcess(state, target));
+  if (delivery.missedTimeout) missed.insert(target.processIdentifier);
+  return delivery.error;
+}
+
+void SimulatedReadScope::prepareApplications(std::span<const AXUIElement>, int) {}
+
+bool SimulatedReadScope::missedTimeout(const AXUIElement& element) const {
+  const auto target = state.target(element);
+  return target && missed.contains(target->processIdentifier);
+}
+
+}  // namespace quillard::platform::simulated

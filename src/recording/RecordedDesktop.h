@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+// A whole desktop at one moment, as the accessibility interface, the workspace and the window list showed it. Plain
+// values: recorded on one computer, read by people, played back on another.
+namespace quillard::recording {
+
+// Unique among the elements of one recording, not empty, UTF-8. Of the recorder: "#1", "#2" and so on.
+using ElementId = std::string;
+
+struct ElementReference {
+  ElementId id;
+  bool operator==(const ElementReference&) const = default;
+};
+
+// What a request for an attribute was answered with: a value in the kind in which the application gave it, or the error
+// (never `success`). Text is as the application gave it, broken UTF-8 included. Every id stands for a recorded element.
+using RecordedValue =
+    std::variant<platform::AXForeignValue, bool, std::int64_t, double, std::string, platform::Point, platform::Size,
+                 platform::Rect, ElementReference, std::vector<ElementId>, platform::AXError>;
+
+// By name, which is UTF-8. An attribute that is not here answers `attributeUnsupported`.
+using RecordedAttributes = std::map<std::string, RecordedValue, std::less<>>;
+
+// Elements form a graph rather than a tree: `AXChildren`, `AXWindows` and `AXParent` are attributes like all others,
+// and an application may list an element twice, or one that contains itself.
+struct RecordedElement {
+  std::optional<std::int32_t> processIdentifier;  // Of its owner. Absent when it could not be told.
+  RecordedAttributes attributes;
+  std::variant<std::vector<std::string>, platform::AXError> actionNames;  // Empty too where nobody asked.
+
+  // Equal when they show the same: here a number that is NaN equals itself.
+  bool operator==(const RecordedElement& other) const;
+};
+
+struct RecordedApplication {
+  platform::RunningApplication application;
+  bool isFrontmost = false;    // At most one of a recording.
+  bool missedTimeout = false;  // It hung while it was recorded: what is here is what could be read before.
+  ElementId element;           // What stands for the application itself, with its windows.
+  bool operator==(const RecordedApplication&) const = default;
+};
+
+struct RecordedWindowListEntry {
+  platform::WindowListEntry entry;
+  bool isOnScreen = true;  // In the list of the windows on screen too, not only in that of all.
+
+  // As for elements, NaN equals itself.
+  bool operator==(const RecordedWindowListEntry& other) const;
+};
+
+struct RecordedDesktop {
+  std::vector<RecordedApplication> applications;  // In the order of the workspace, process identifiers unique.
+  std::map<ElementId, RecordedElement, std::less<>> elements;
+  // What the system-wide element says.
+  std::optional<ElementId> focusedWindow;
+  std::optional<ElementId> focusedElement;
+  std::vector<RecordedWindowListEntry> windowList;  // Front to back.
+  bool isCut = false;                               // Limits of the recording left something out.
+  bool operator==(const RecordedDesktop&) const = default;
+};
+
+}  // namespace quillard::recording

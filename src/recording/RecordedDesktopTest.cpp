@@ -1,0 +1,36 @@
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "recording/RecordedDesktop.h"
+
+namespace quillard::recording {
+namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+RecordedElement elementWith(RecordedValue value) { return {.attributes = {{"AXValue", std::move(value)}}}; }
+
+TEST(RecordedDesktop, EqualsItselfWhenItHoldsNumbersThatAreNone) {
+  EXPECT_EQ(elementWith(kNan), elementWith(kNan));
+  EXPECT_EQ(elementWith(platform::Point{kNan, 1}), elementWith(platform::Point{kNan, 1}));
+  EXPECT_EQ(elementWith(platform::Rect{0, 1, kNan, 2}), elementWith(platform::Rect{0, 1, kNan, 2}));
+  EXPECT_NE(elementWith(platform::Size{kNan, 1}), elementWith(platform::Size{kNan, 2}));
+  EXPECT_NE(elementWith(kNan), elementWith(0.0));
+  const RecordedWindowListEntry entry{.entry = {.alpha = kNan, .bounds = platform::Rect{kNan, 0, 0, 0}}};
+  EXPECT_EQ(entry, entry);
+}
+
+TEST(RecordedDesktop, TellsKindsAndMembersApart) {
+  EXPECT_NE(elementWith(std::int64_t{1}), elementWith(1.0));
+  EXPECT_NE(elementWith(std::string{"a"}), elementWith(ElementReference{"a"}));
+  EXPECT_NE(elementWith(platform::AXError::noValue), elementWith(platform::AXError::failure));
+  EXPECT_NE(elementWith(true), RecordedElement{});
+  EXPECT_NE((RecordedElement{.processIdentifier = 1}), RecordedElement{});
+  EXPECT_NE((RecordedElement{.actionNames = std::vector<std::string>{"AXPress"}}), RecordedElement{});
+  EXPECT_NE((RecordedWindowListEntry{.isOnScreen = false}), RecordedWindowListEntry{});
+  EXPECT_NE((RecordedWindowListEntry{.entry = {.alpha = 1.0}}), RecordedWindowListEntry{});
+}
+
+}  // namespace
+}  // namespace quillard::recording

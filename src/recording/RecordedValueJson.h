@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "foundation/StrictJson.h"
+#include "recording/RecordedDesktop.h"
+
+// The small pieces that recorded desktops are written with; the header of the whole format describes them. Reading what
+// was written gives an equal value.
+namespace quillard::recording {
+
+[[nodiscard]] Json textJson(const std::string& text);
+[[nodiscard]] std::optional<std::string> textOf(const Json& json);
+
+// Where only a number can stand: whole ones are written without a fraction, integers are read as numbers.
+[[nodiscard]] Json numberJson(double number);
+[[nodiscard]] std::optional<double> numberOf(const Json& json);
+[[nodiscard]] Json numbersJson(const std::vector<double>& numbers);
+[[nodiscard]] std::optional<std::vector<double>> numbersOf(const Json& json, std::size_t count);
+
+[[nodiscard]] Json textsJson(const std::vector<std::string>& texts);
+[[nodiscard]] std::optional<std::vector<std::string>> textsOf(const Json& json);
+
+[[nodiscard]] Json errorJson(platform::AXError error);
+
+[[nodiscard]] Json valueJson(const RecordedValue& value);
+
+// The value, or what is wrong with it. Whether the elements that it refers to are there is not looked at.
+[[nodiscard]] std::variant<RecordedValue, std::string> valueOf(const Json& json);
+
+}  // namespace quillard::recording

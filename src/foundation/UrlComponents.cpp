@@ -1,7 +1,6 @@
 #include "foundation/UrlComponents.h"
 
 #include <algorithm>
-#include <charconv>
 #include <vector>
 
 namespace quillard {
@@ -47,13 +46,21 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
   }
 }
 
+// Digits only, and not more than `largest`, which is below 100,000.
+std::optional<unsigned> smallNumber(std::string_view text, unsigned largest) {
+  if (text.empty() || !all(text, isDigit)) return std::nullopt;
+  unsigned value = 0;
+  for (const char digit : text) {
+    value = value * 10 + static_cast<unsigned>(digit - '0');
+    if (value > largest) return std::nullopt;
+  }
+  return value;
+}
+
 bool isIPv4Address(std::string_view text) {
   const auto parts = split(text, '.');
   return parts.size() == 4 && std::all_of(parts.begin(), parts.end(), [](std::string_view part) {
-           unsigned value = 0;
-           const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), value);
-           return error == std::errc{} && end == part.data() + part.size() && value <= 255 &&
-                  (part.size() == 1 || part.front() != '0');
+           return smallNumber(part, 255) && (part.size() == 1 || part.front() != '0');
          });
 }
 
@@ -86,11 +93,9 @@ bool isIPv6Address(std::string_view text) {
 
 bool readPort(std::string_view text, UrlComponents& url) {
   if (text.empty()) return true;  // "host:" is "host".
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc{} || end != text.data() + text.size()) return false;
-  url.port = port;
-  return true;
+  const auto port = smallNumber(text, 65'535);
+  if (port) url.port = static_cast<std::uint16_t>(*port);
+  return port.has_value();
 }
 
 bool readBracketedHost(std::string_view text, UrlComponents& url) {

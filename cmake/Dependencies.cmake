@@ -7,6 +7,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(libplist REQUIRED IMPORTED_TARGET libplist-2.0)
 endif()
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network WebSockets)
+pkg_check_modules(qrcodegencpp REQUIRED IMPORTED_TARGET qrcodegencpp)
 
 if(QUILLARD_TESTS)
   find_package(GTest REQUIRED)

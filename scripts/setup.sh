@@ -4,12 +4,15 @@
 debian_packages=(
   g++ clang clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache pkg-config git
   nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
-  dbus-daemon gnome-keyring
+  libqrcodegencpp-dev libzbar-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 
 # The same as Homebrew calls it.
-homebrew_packages=(cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc googletest rapidcheck google-benchmark)
+homebrew_packages=(
+  cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc qt qr-code-generator zbar node googletest rapidcheck
+  google-benchmark
+)
 
 missing_debian_packages() {
   local package

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "foundation/Mutex.h"
+#include "platform/Http.h"
+
+namespace quillard::platform::simulated {
+
+// The web, played by a test. Any thread.
+class SimulatedHttpSessions final : public HttpSessions {
+ public:
+  // What a server answers; absent: nothing, so that the request runs into its time-out. At first everything is answered
+  // with 204.
+  using Server = std::function<std::optional<HttpOutcome>(const HttpRequest&)>;
+  void setServer(Server server);
+
+  // All requests that were sent, oldest first.
+  [[nodiscard]] std::vector<HttpRequest> requests() const;
+
+  [[nodiscard]] std::unique_ptr<HttpSession> makeEphemeralSession(SerialExecutor& executor) override;
+
+ private:
+  struct State {
+    mutable Mutex mutex;
+    Server server QUILLARD_GUARDED_BY(mutex);
+    std::vector<HttpRequest> requests QUILLARD_GUARDED_BY(mutex);
+  };
+  class Session;
+
+  std::shared_ptr<State> state = std::make_shared<State>();  // Shared with sessions.
+};
+
+}  // namespace quillard::platform::simulated

@@ -1,0 +1,225 @@
+#include "platform/simulated/SimulatedWebSockets.h"
+
+#include <utility>
+
+namespace quillard::platform::simulated {
+
+namespace {
+
+using ConnectionHandle = SimulatedWebSockets::ConnectionHandle;
+
+class SimulatedWebSocketTask final : public WebSocketTask {
+ public:
+  SimulatedWebSocketTask(ConnectionHandle connection, std::function<void(const ConnectionHandle&)> startListener)
+      : connection(std::move(connection)), startListener(std::move(startListener)) {}
+  ~SimulatedWebSocketTask() override { connection->letGo(); }
+
+  void start() override {
+    if (startListener) startListener(connection);
+  }
+  void receive(std::function<void(WebSocketReceipt)> completion) override {
+    connection->receive(std::move(completion));
+  }
+  void sendText(std::string text, std::function<void(std::optional<TransportError>)> completion) override {
+    connection->sendFromClient(std::move(text), std::move(completion));
+  }
+  void cancel(WebSocketCloseCode code) override { connection->cancel(code); }
+
+ private:
+  ConnectionHandle connection;
+  std::function<void(const ConnectionHandle&)> startListener;
+};
+
+}  // namespace
+
+// ---- SimulatedWebSocketConnection, the server's side
+
+SimulatedWebSocketConnection::SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request,
+                                                           WebSocketEvents events, Seconds sendDelay)
+    : executor(executor), theRequest(std::move(request)), events(std::move(events)), sendDelay(sendDelay) {}
+
+void SimulatedWebSocketConnection::accept() {
+  {
+    const MutexLock lock{mutex};
+    if (ended) return;
+    accepted = true;
+  }
+  tell([this] { events.didOpen(); });
+}
+
+void SimulatedWebSocketConnection::sendText(std::string text) {
+  const MutexLock lock{mutex};
+  if (ended) return;
+  inbox.emplace_back(WebSocketMessage{TextMessage{std::move(text)}});
+  deliver();
+}
+
+void SimulatedWebSocketConnection::sendBinary(std::vector<std::uint8_t> bytes) {
+  const MutexLock lock{mutex};
+  if (ended) return;
+  inbox.emplace_back(WebSocketMessage{BinaryMessage{std::move(bytes)}});
+  deliver();
+}
+
+void SimulatedWebSocketConnection::fail(std::string description) {
+  const MutexLock lock{mutex};
+  inbox.emplace_back(TransportError{std::move(description)});
+  deliver();
+  end();
+}
+
+void SimulatedWebSocketConnection::close(std::uint16_t code) {
+  const MutexLock lock{mutex};
+  tell([this, code] { events.didClose(code); });
+  end();
+}
+
+void SimulatedWebSocketConnection::holdSends() {
+  const MutexLock lock{mutex};
+  isHolding = true;
+  for (auto& [number, send] : sends) send.arrival.reset();
+}
+
+void SimulatedWebSocketConnection::releaseSends() {
+  const MutexLock lock{mutex};
+  isHolding = false;
+  for (auto& [number, send] : sends) letArriveLater(number, send);
+}
+
+void SimulatedWebSocketConnection::failSends(const std::string& description) {
+  const MutexLock lock{mutex};
+  loseSends(description);
+}
+
+std::vector<std::string> SimulatedWebSocketConnection::receivedTexts() const {
+  const MutexLock lock{mutex};
+  return arrived;
+}
+
+bool SimulatedWebSocketConnection::isAccepted() const {
+  const MutexLock lock{mutex};
+  return accepted;
+}
+
+bool SimulatedWebSocketConnection::isEnded() const {
+  const MutexLock lock{mutex};
+  return ended;
+}
+
+std::optional<std::uint16_t> SimulatedWebSocketConnection::goodbye() const {
+  const MutexLock lock{mutex};
+  return clientGoodbye;
+}
+
+// ---- The client's side
+
+void SimulatedWebSocketConnection::receive(std::function<void(WebSocketReceipt)> completion) {
+  const MutexLock lock{mutex};
+  pendingReceive = std::move(completion);
+  deliver();
+}
+
+void SimulatedWebSocketConnection::sendFromClient(std::string text,
+                                                  std::function<void(std::optional<TransportError>)> completion) {
+  const MutexLock lock{mutex};
+  if (!accepted || ended) {
+    tell([completion = std::move(completion)] { completion(TransportError{"The connection is not open."}); });
+    return;
+  }
+  const auto number = ++sendCount;
+  Send& send = sends[number] = Send{std::move(text), std::move(completion), nullptr};
+  if (!isHolding) letArriveLater(number, send);
+}
+
+void SimulatedWebSocketConnection::cancel(WebSocketCloseCode code) {
+  const MutexLock lock{mutex};
+  if (!clientGoodbye) clientGoodbye = static_cast<std::uint16_t>(code);
+  end();
+}
+
+void SimulatedWebSocketConnection::letGo() {
+  std::map<std::uint64_t, Send> dropped;  // Destroyed last, without the lock.
+  std::function<void(WebSocketReceipt)> droppedReceive;
+  const MutexLock lock{mutex};
+  isLetGo = true;
+  ended = true;
+  dropped.swap(sends);
+  droppedReceive.swap(pendingReceive);
+}
+
+// ---- Between the two
+
+void SimulatedWebSocketConnection::tell(Turn turn) {
+  executor.post([self = shared_from_this(), turn = std::move(turn)] {
+    const auto isGone = [&] {
+      const MutexLock lock{self->mutex};
+      return self->isLetGo;
+    };
+    if (!isGone()) turn();
+  });
+}
+
+void SimulatedWebSocketConnection::deliver() {
+  if (!pendingReceive || inbox.empty()) return;
+  tell([completion = std::exchange(pendingReceive, nullptr), receipt = std::move(inbox.front())] {
+    completion(receipt);
+  });
+  inbox.pop_front();
+}
+
+void SimulatedWebSocketConnection::letArriveLater(std::uint64_t number, Send& send) {
+  send.arrival = executor.postAfter(sendDelay, [weak = weak_from_this(), number] {
+    if (const auto self = weak.lock()) self->arrive(number);
+  });
+}
+
+void SimulatedWebSocketConnection::arrive(std::uint64_t number) {
+  Send send;
+  {
+    const MutexLock lock{mutex};
+    const auto found = sends.find(number);
+    if (found == sends.end()) return;
+    send = std::move(found->second);
+    sends.erase(found);
+    arrived.push_back(std::move(send.text));
+  }
+  send.completion(std::nullopt);
+}
+
+void SimulatedWebSocketConnection::loseSends(const std::string& description) {
+  for (auto& [number, send] : std::exchange(sends, {})) {
+    tell([completion = std::move(send.completion), description] { completion(TransportError{description}); });
+  }
+}
+
+void SimulatedWebSocketConnection::end() {
+  ended = true;
+  loseSends("The connection was lost.");
+}
+
+// ---- SimulatedWebSockets
+
+void SimulatedWebSockets::onStart(std::function<void(const ConnectionHandle&)> listener) {
+  const MutexLock lock{mutex};
+  startListener = std::move(listener);
+}
+
+void SimulatedWebSockets::setSendDelay(Seconds delay) {
+  const MutexLock lock{mutex};
+  sendDelay = delay;
+}
+
+std::vector<SimulatedWebSockets::ConnectionHandle> SimulatedWebSockets::connections() const {
+  const MutexLock lock{mutex};
+  return made;
+}
+
+std::unique_ptr<WebSocketTask> SimulatedWebSockets::makeTask(SerialExecutor& executor, WebSocketRequest request,
+                                                             WebSocketEvents events) {
+  const MutexLock lock{mutex};
+  made.push_back(
+      std::make_shared<SimulatedWebSocketConnection>(executor, std::move(request), std::move(events), sendDelay));
+  return std::make_unique<SimulatedWebSocketTask>(made.back(), startListener);
+}
+
+}  // namespace quillard::platform::simulated

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/Mutex.h"
+#include "platform/WebSocket.h"
+
+namespace quillard::platform::simulated {
+
+// One connection as its server sees it: made -> started -> accepted -> ended, or ended from any of them. What the
+// server does reaches the client as later turns of the client's executor, in the order in which it was done; nothing
+// reaches a client that has let go of its task. Any thread.
+class SimulatedWebSocketConnection : public std::enable_shared_from_this<SimulatedWebSocketConnection> {
+ public:
+  SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request, WebSocketEvents events,
+                               Seconds sendDelay);
+
+  // ---- The server's side.
+  [[nodiscard]] const WebSocketRequest& request() const { return theRequest; }
+  void accept();
+  void sendText(std::string text);
+  void sendBinary(std::vector<std::uint8_t> bytes);
+  // The connection ends with a failed receive only, with a close event only, or with both in the order of the calls.
+  // What the client was sending is lost, and its sends fail.
+  void fail(std::string description);
+  void close(std::uint16_t code);
+  // Held sends neither arrive nor complete, until they are let go on.
+  void holdSends();
+  void releaseSends();
+  // What is under way is lost and fails, but the connection goes on.
+  void failSends(const std::string& description);
+
+  // Frames that arrived, oldest first.
+  [[nodiscard]] std::vector<std::string> receivedTexts() const;
+  [[nodiscard]] bool isAccepted() const;
+  // Whether server or client ended it, or let go of it.
+  [[nodiscard]] bool isEnded() const;
+  // What the client said goodbye with. Absent: it did not.
+  [[nodiscard]] std::optional<std::uint16_t> goodbye() const;
+
+  // ---- The client's side, for its task alone.
+  void receive(std::function<void(WebSocketReceipt)> completion);
+  void sendFromClient(std::string text, std::function<void(std::optional<TransportError>)> completion);
+  void cancel(WebSocketCloseCode code);
+  void letGo();
+
+ private:
+  struct Send {
+    std::string text;
+    std::function<void(std::optional<TransportError>)> completion;
+    TaskHandle arrival;  // Empty while held.
+  };
+
+  // Runs `turn` later, unless the client has let go by then.
+  void tell(Turn turn);
+  void deliver() QUILLARD_REQUIRES(mutex);
+  void arrive(std::uint64_t number);
+  void letArriveLater(std::uint64_t number, Send& send) QUILLARD_REQUIRES(mutex);
+  void loseSends(const std::string& description) QUILLARD_REQUIRES(mutex);
+  void end() QUILLARD_REQUIRES(mutex);
+
+  SerialExecutor& executor;
+  const WebSocketRequest theRequest;
+  const WebSocketEvents events;
+  const Seconds sendDelay;
+  mutable Mutex mutex;
+  std::deque<WebSocketReceipt> inbox QUILLARD_GUARDED_BY(mutex);
+  std::function<void(WebSocketReceipt)> pendingReceive QUILLARD_GUARDED_BY(mutex);
+  std::map<std::uint64_t, Send> sends QUILLARD_GUARDED_BY(mutex);  // Under way, by age.
+  std::uint64_t sendCount QUILLARD_GUARDED_BY(mutex) = 0;
+  std::vector<std::string> arrived QUILLARD_GUARDED_BY(mutex);
+  std::optional<std::uint16_t> clientGoodbye QUILLARD_GUARDED_BY(mutex);
+  bool accepted QUILLARD_GUARDED_BY(mutex) = false;
+  bool ended QUILLARD_GUARDED_BY(mutex) = false;
+  bool isHolding QUILLARD_GUARDED_BY(mutex) = false;
+  bool isLetGo QUILLARD_GUARDED_BY(mutex) = false;
+};
+
+// The network of WebSockets, and the one server behind it, which a test plays. Any thread.
+class SimulatedWebSockets final : public WebSockets {
+ public:
+  using ConnectionHandle = std::shared_ptr<SimulatedWebSocketConnection>;
+
+  // Called as a connection starts, inside that call. Without it, connections wait for the test to accept them.
+  void onStart(std::function<void(const ConnectionHandle&)> listener);
+  // How long frames of the client take from now on, in connections that are made later. Zero at first: one turn.
+  void setSendDelay(Seconds delay);
+
+  // All that were ever made, oldest first.
+  [[nodiscard]] std::vector<ConnectionHandle> connections() const;
+  // The newest. One was made.
+  [[nodiscard]] ConnectionHandle newest() const { return connections().back(); }
+
+  [[nodiscard]] std::unique_ptr<WebSocketTask> makeTask(SerialExecutor& executor, WebSocketRequest request,
+                                                        WebSocketEvents events) override;
+
+ private:
+  mutable Mutex mutex;
+  std::function<void(const ConnectionHandle&)> startListener QUILLARD_GUARDED_BY(mutex);
+  Seconds sendDelay QUILLARD_GUARDED_BY(mutex){0};
+  std::vector<ConnectionHandle> made QUILLARD_GUARDED_BY(mutex);
+};
+
+}  // namespace quillard::platform::simulated

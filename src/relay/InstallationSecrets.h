@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/Secret.h"
+
+namespace quillard {
+
+// Who this installation is to its relay, and what its phones share with it.
+struct InstallationSecrets {
+  std::string pairingID;            // Public: a prefix, "-" and 32 hexadecimal digits.
+  platform::Secret relayAuthToken;  // The bearer token for the relay.
+  platform::Secret e2eSecret;       // What the sealing key is derived from.
+
+  // Whether none of the three is empty or mere white space.
+  [[nodiscard]] bool isUsable() const;
+
+  bool operator==(const InstallationSecrets&) const = default;
+};
+
+// The stored form: JSON with the members in the order of the fields. Absent when the identifier is no UTF-8.
+[[nodiscard]] std::optional<platform::Secret> installationSecretsText(const InstallationSecrets& secrets);
+
+// Absent when the text is not the stored form; unknown members are ignored. The secrets may be unusable.
+[[nodiscard]] std::optional<InstallationSecrets> readInstallationSecrets(std::span<const std::uint8_t> text);
+
+}  // namespace quillard

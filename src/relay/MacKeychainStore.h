@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/Console.h"
+#include "platform/Secret.h"
+#include "platform/SecretStore.h"
+
+namespace quillard {
+
+// What reading the keychain told.
+struct KeychainReading {
+  enum class Outcome {
+    found,
+    absent,      // All places were read, and none has the item.
+    unreadable,  // None was found, but some place could not be read: the item may well be there.
+  };
+  Outcome outcome = Outcome::absent;
+  platform::Secret data;  // Empty unless found.
+};
+
+// The agent's items in the user's keychain: service "com.quillard.agent", the account is the item's key. There are two
+// places, the data-protection keychain and the older file keychain; a build without the entitlement for the first has
+// the second. Failures other than that and than an item that is not there are printed, with the system's words for
+// them. One thread at a time, as the secret store demands.
+class MacKeychainStore {
+ public:
+  // Both outlive the store.
+  MacKeychainStore(platform::SecretStore& secretStore, platform::Console& console)
+      : secretStore(secretStore), console(console) {}
+
+  // The item from the first place that has it.
+  [[nodiscard]] KeychainReading data(std::string_view key);
+
+  // Replaces the item, or adds it. False: it was not stored; what was there before may still be.
+  [[nodiscard]] bool set(const platform::Secret& data, std::string_view key, bool useDataProtectionKeychain);
+
+  // Afterwards the item is gone, or a line says why not.
+  void remove(std::string_view key, bool useDataProtectionKeychain);
+
+ private:
+  void print(std::string_view verb, std::string_view key, const platform::SecretStatus& status);
+
+  platform::SecretStore& secretStore;
+  platform::Console& console;
+};
+
+}  // namespace quillard

@@ -1,0 +1,202 @@
+#include "relay/PairingConfiguration.h"
+
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <openssl/crypto.h>
+
+#include "foundation/PrintableText.h"
+#include "foundation/Text.h"
+#include "foundation/UrlComponents.h"
+#include "relay/PairingIdentifiers.h"
+#include "relay/WipedText.h"
+
+namespace quillard {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::string_view kKeychainAccount = "installation-secrets-v1";
+constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
+constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
+constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
+constexpr std::size_t kSecretBytes = 32;
+
+// The first that is set decides, even when it is set to nothing.
+std::optional<std::string> firstSet(const platform::Environment& environment, std::string_view first,
+                                    std::string_view second) {
+  auto value = environment.value(first);
+  return value ? value : environment.value(second);
+}
+
+std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(platform::PropertyLists& propertyLists,
+                                                                            std::span<const std::uint8_t> bytes) {
+  const auto outcome = propertyLists.readTexts(bytes);
+  if (const auto* error = std::get_if<platform::PropertyListError>(&outcome)) return error->description;
+  const auto& texts = std::get<platform::PropertyListTexts>(outcome);
+  for (const auto* key : {"relayURL", "pairingID"}) {
+    if (!texts.contains(key)) return std::string(key) + ": Expected a text.";
+  }
+  return RelayLaunchConfiguration{texts.find("relayURL")->second, texts.find("pairingID")->second};
+}
+
+}  // namespace
+
+PairingConfiguration::PairingConfiguration(const PairingSurroundings& surroundings)
+    : surroundings(surroundings), keychain(surroundings.secretStore, surroundings.console) {}
+
+// ---- Which relay
+
+std::optional<RelayLaunchConfiguration> PairingConfiguration::environmentConfiguration() const {
+  const auto relayURL = firstSet(surroundings.environment, "QUILLARD_RELAY_URL", "FARROWLIGHT_RELAY_URL");
+  const auto pairingID = firstSet(surroundings.environment, "QUILLARD_PAIRING_ID", "FARROWLIGHT_PAIRING_ID");
+  if (!relayURL || relayURL->empty() || !pairingID || pairingID->empty()) return std::nullopt;
+  return RelayLaunchConfiguration{*relayURL, *pairingID};
+}
+
+std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfiguration() const {
+  const auto resource = surroundings.bundle.resource("RelayConfig", "plist");
+  if (!resource) return std::nullopt;
+  std::variant<RelayLaunchConfiguration, std::string> outcome;
+  if (const auto* error = std::get_if<platform::ResourceError>(&*resource)) {
+    outcome = error->description;
+  } else {
+    outcome = readLaunchConfiguration(surroundings.propertyLists, std::get<Bytes>(*resource));
+  }
+  if (auto* configuration = std::get_if<RelayLaunchConfiguration>(&outcome)) return std::move(*configuration);
+  surroundings.console.writeLine("Unable to read bundled relay configuration: " +
+                                 printableText(std::get<std::string>(outcome)));
+  return std::nullopt;
+}
+
+std::optional<RelayLaunchConfiguration> PairingConfiguration::launchConfiguration() {
+  if (auto cached = cache.launchConfiguration()) return cached;
+  const MutexLock locked{finding};
+  return findLaunchConfiguration();
+}
+
+std::optional<RelayLaunchConfiguration> PairingConfiguration::findLaunchConfiguration() {
+  if (auto cached = cache.launchConfiguration()) return cached;
+  auto configured = environmentConfiguration();
+  if (!configured) configured = bundledConfiguration();
+  if (!configured) return std::nullopt;
+  const auto secrets = findInstallationSecrets(configured->pairingID);
+  const RelayLaunchConfiguration configuration{configured->relayURL, secrets.pairingID};
+  cache.store(configuration);
+  return configuration;
+}
+
+// ---- Who this installation is
+
+InstallationSecrets PairingConfiguration::installationSecrets(const std::optional<std::string>& seed) {
+  if (auto cached = cache.installationSecrets()) return *std::move(cached);
+  const MutexLock locked{finding};
+  return findInstallationSecrets(seed);
+}
+
+InstallationSecrets PairingConfiguration::findInstallationSecrets(const std::optional<std::string>& seed) {
+  if (auto cached = cache.installationSecrets()) return *std::move(cached);
+  auto secrets = loadOrCreateSecrets(seed);
+  cache.store(secrets);
+  return secrets;
+}
+
+InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optional<std::string>& seed) {
+  const auto reading = keychain.data(kKeychainAccount);
+  if (reading.outcome == KeychainReading::Outcome::found) {
+    if (auto stored = usableSecrets(reading.data.view())) {
+      const auto bytes = reading.data.view();
+      surroundings.userDefaults.set(kSecretsKey, Bytes(bytes.begin(), bytes.end()));
+      return *std::move(stored);
+    }
+  }
+  if (auto stored = secretsFromUserDefaults()) return *std::move(stored);
+  auto created = createdSecrets(seed);
+  // Something may be stored where nothing could be read: then these last for this run, and the next one looks again.
+  if (reading.outcome != KeychainReading::Outcome::unreadable) storeInKeychain(created);
+  return created;
+}
+
+std::optional<InstallationSecrets> PairingConfiguration::usableSecrets(std::span<const std::uint8_t> stored) const {
+  auto secrets = readInstallationSecrets(stored);
+  if (!secrets || !secrets->isUsable() || retiredPairingIDs.contains(secrets->pairingID)) return std::nullopt;
+  return secrets;
+}
+
+std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults() const {
+  auto value = surroundings.userDefaults.object(kSecretsKey);
+  auto* bytes = value ? std::get_if<Bytes>(&*value) : nullptr;
+  if (!bytes) return std::nullopt;
+  auto secrets = usableSecrets(*bytes);
+  OPENSSL_cleanse(bytes->data(), bytes->size());
+  return secrets;
+}
+
+InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std::string>& seed) const {
+  auto& random = surroundings.random;
+  const auto legacyPairingID = legacyText(kLegacyPairingIDKey);
+  auto legacyEndToEndSecret = legacyText(kLegacyEndToEndSecretKey);
+  return {legacyPairingID ? *legacyPairingID : createdPairingID(seed, random), randomHex(kSecretBytes, random),
+          legacyEndToEndSecret ? takenSecret(*legacyEndToEndSecret) : randomHex(kSecretBytes, random)};
+}
+
+void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
+  const auto text = installationSecretsText(secrets);
+  if (!text) return;
+  if (keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/true)) {
+    keychain.remove(kKeychainAccount, /*useDataProtectionKeychain=*/false);
+  } else {
+    (void)keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/false);
+  }
+}
+
+// What older builds kept under `key`, trimmed. Absent when that is nothing.
+std::optional<std::string> PairingConfiguration::legacyText(std::string_view key) const {
+  const auto value = surroundings.userDefaults.object(key);
+  const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+  if (!text || text::trimmed(*text).empty()) return std::nullopt;
+  return std::string(text::trimmed(*text));
+}
+
+void PairingConfiguration::rotateInstallationIdentity() {
+  const MutexLock locked{finding};
+  if (const auto secrets = cache.installationSecrets()) retiredPairingIDs.insert(secrets->pairingID);
+  for (const auto key : {kLegacyPairingIDKey, kLegacyEndToEndSecretKey, kSecretsKey}) {
+    surroundings.userDefaults.remove(key);
+  }
+  for (const bool useDataProtectionKeychain : {true, false}) {
+    keychain.remove(kKeychainAccount, useDataProtectionKeychain);
+  }
+  cache.reset();
+}
+
+// ---- What the pairing code says
+
+std::optional<PairingPayload> PairingConfiguration::payload() {
+  if (auto cached = cache.pairingPayload()) return cached;
+  const MutexLock locked{finding};
+  const auto configuration = findLaunchConfiguration();
+  if (!configuration) return std::nullopt;
+  const auto baseURL = backendBaseURL(configuration->relayURL);
+  if (!baseURL) return std::nullopt;
+  auto secrets = findInstallationSecrets(std::nullopt);
+  PairingPayload payload{.backendURL = *baseURL,
+                         .pairingID = std::move(secrets.pairingID),
+                         .relaySecret = std::move(secrets.relayAuthToken),
+                         .e2eSecret = std::move(secrets.e2eSecret)};
+  cache.store(payload);
+  return payload;
+}
+
+std::optional<std::string> PairingConfiguration::backendBaseURL(std::string_view relayURL) {
+  const auto relay = UrlComponents::parse(relayURL);
+  if (!relay || !relay->host) return std::nullopt;
+  const UrlComponents base{
+      .scheme = relay->lowercasedScheme() == "wss" ? "https" : "http", .host = relay->host, .port = relay->port};
+  return base.text();
+}
+
+}  // namespace quillard

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "foundation/Mutex.h"
+#include "platform/Bundle.h"
+#include "platform/Console.h"
+#include "platform/Environment.h"
+#include "platform/PropertyLists.h"
+#include "platform/Random.h"
+#include "platform/SecretStore.h"
+#include "platform/UserDefaults.h"
+#include "relay/InstallationSecrets.h"
+#include "relay/MacKeychainStore.h"
+#include "relay/PairingConfigurationCache.h"
+#include "relay/PairingPayload.h"
+#include "relay/RelayLaunchConfiguration.h"
+
+namespace quillard {
+
+// What the pairing is read from and kept in. All of it outlives the configuration.
+struct PairingSurroundings {
+  const platform::Environment& environment;
+  const platform::Bundle& bundle;
+  platform::PropertyLists& propertyLists;
+  platform::SecretStore& secretStore;
+  platform::UserDefaults& userDefaults;
+  platform::Random& random;
+  platform::Console& console;
+};
+
+// Which relay to use, who this installation is, and what its pairing code says. One for the process. Answers are found
+// out once and kept; only a rotation forgets them. Any thread; a call may wait for the keychain.
+//
+// A keychain that is locked or denied is not an empty one: what it may hold is never written over. The installation
+// then goes by secrets of this run alone.
+class PairingConfiguration {
+ public:
+  explicit PairingConfiguration(const PairingSurroundings& surroundings);
+
+  // Absent unless both the relay's address and an identifier are set, and neither to nothing.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
+  // What came with the application. Absent when nothing did, or, with a line that says why, it cannot be read.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> bundledConfiguration() const;
+
+  // The address of the relay, with the installation's own identifier. Absent: no relay is configured.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration();
+  // `seed`: what a new pairing identifier begins with; absent: "quillard".
+  [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
+  // The content of the pairing code. Absent without a relay, or when its address is not valid.
+  [[nodiscard]] std::optional<PairingPayload> payload();
+
+  // Forgets the identity: the next answers are about a new one, and every paired phone loses its access.
+  void rotateInstallationIdentity();
+
+  // The address of the relay's web interface: "https" for "wss", else "http", and host and port as they are. Absent
+  // when `relayURL` is not a URL, or has no host.
+  [[nodiscard]] static std::optional<std::string> backendBaseURL(std::string_view relayURL);
+
+ private:
+  std::optional<RelayLaunchConfiguration> findLaunchConfiguration() QUILLARD_REQUIRES(finding);
+  InstallationSecrets findInstallationSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);
+  InstallationSecrets loadOrCreateSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);
+  std::optional<InstallationSecrets> usableSecrets(std::span<const std::uint8_t> stored) const
+      QUILLARD_REQUIRES(finding);
+  std::optional<InstallationSecrets> secretsFromUserDefaults() const QUILLARD_REQUIRES(finding);
+  InstallationSecrets createdSecrets(const std::optional<std::string>& seed) const;
+  void storeInKeychain(const InstallationSecrets& secrets) QUILLARD_REQUIRES(finding);
+  std::optional<std::string> legacyText(std::string_view key) const;
+
+  PairingSurroundings surroundings;
+  MacKeychainStore keychain;
+  PairingConfigurationCache cache;
+  // One thread at a time finds out, changes or forgets, so that no two make different identities, and none that was
+  // read before a rotation is kept after it. Not the cache's own lock, which is never held while something is read.
+  Mutex finding;
+  // What was rotated away in this run: should the keychain refuse to delete it, it is not taken up again.
+  std::set<std::string, std::less<>> retiredPairingIDs QUILLARD_GUARDED_BY(finding);
+};
+
+}  // namespace quillard

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+
+#include "foundation/Mutex.h"
+#include "relay/InstallationSecrets.h"
+#include "relay/PairingPayload.h"
+#include "relay/RelayLaunchConfiguration.h"
+
+namespace quillard {
+
+// What was found out about the pairing in this run, until it is reset. Every operation is atomic; any thread.
+class PairingConfigurationCache {
+ public:
+  // Absent: not found out yet.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration() const;
+  [[nodiscard]] std::optional<PairingPayload> pairingPayload() const;
+  [[nodiscard]] std::optional<InstallationSecrets> installationSecrets() const;
+
+  void store(const RelayLaunchConfiguration& configuration);
+  void store(const PairingPayload& payload);
+  void store(const InstallationSecrets& secrets);
+
+  // Forgets all three.
+  void reset();
+
+ private:
+  mutable Mutex lock;
+  std::optional<RelayLaunchConfiguration> cachedLaunchConfiguration QUILLARD_GUARDED_BY(lock);
+  std::optional<PairingPayload> cachedPairingPayload QUILLARD_GUARDED_BY(lock);
+  std::optional<InstallationSecrets> cachedInstallationSecrets QUILLARD_GUARDED_BY(lock);
+};
+
+}  // namespace quillard

@@ -1,0 +1,52 @@
+#include "relay/RelayClient.h"
+
+#include <utility>
+
+#include "relay/RelayClientCore.h"
+
+namespace quillard {
+
+RelayClient::RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
+                         const RelayClientSurroundings& surroundings)
+    : queue(queue),
+      core(std::make_shared<RelayClientCore>(std::move(access), std::move(callbacks), queue, surroundings)) {}
+
+RelayClient::~RelayClient() {
+  core->retire();
+  // Sockets and timers end where they live, in a turn of the queue.
+  queue.post([last = std::move(core)] {});
+}
+
+void RelayClient::connect() {
+  post([](RelayClientCore& joints) { joints.connect(); });
+}
+
+void RelayClient::disconnect() {
+  post([](RelayClientCore& joints) { joints.disconnect(); });
+}
+
+void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force) {
+  auto signature = snapshotSignature(approvals, accessibilityTrusted);
+  post([approvals = std::move(approvals), signature = std::move(signature), accessibilityTrusted,
+        force](RelayClientCore& joints) { joints.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
+}
+
+void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {
+  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& joints) {
+    joints.publishResult(decisionID, result);
+  });
+}
+
+void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion) {
+  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& joints) {
+    joints.unpairPhone(deviceID, completion);
+  });
+}
+
+void RelayClient::post(std::function<void(RelayClientCore&)> operation) {
+  queue.post([weak = std::weak_ptr(core), operation = std::move(operation)] {
+    if (const auto joints = weak.lock()) operation(*joints);
+  });
+}
+
+}  // namespace quillard

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/Executors.h"
+#include "platform/Random.h"
+#include "platform/Secret.h"
+#include "platform/WebSocket.h"
+#include "relay/RelayCommands.h"
+#include "relay/RelayStatus.h"
+
+namespace quillard {
+
+// Where the relay is and what is needed there.
+struct RelayClientAccess {
+  std::string url;                // ws or wss, with the query that names pairing and role. Never printed.
+  platform::Secret relaySecret;   // The bearer token.
+  platform::Secret cryptoSecret;  // The end-to-end secret: the relay never learns it.
+};
+
+// Called on the client's queue, one at a time; they hand the work on to wherever it belongs. None may be empty.
+struct RelayClientCallbacks {
+  std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
+  std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
+  std::function<void(const RelayConnectionStatus&)> onStatusChange;
+};
+
+// All of it outlives the client's queue.
+struct RelayClientSurroundings {
+  platform::WebSockets& webSockets;
+  const platform::Clock& clock;
+  platform::Random& random;
+  platform::Console& console;
+};
+
+class RelayClientCore;
+
+// Keeps one connection to the relay, tells the phones behind it what waits for an answer, once each time it changes,
+// and hands on what they decide. Nothing fails towards the caller: what goes wrong is printed, the message in question
+// is dropped, and a broken connection is opened again 3 s later.
+//
+// States: stopped -> connecting -> open -> waiting to reconnect -> connecting ..., and stopped again by `disconnect`
+// from any of them. Every change is reported, and so is all that the relay says about its phones.
+//
+// Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; what it was
+// asked before is still done, and then, in a later turn of the queue, its socket is let go.
+class RelayClient {
+ public:
+  // `queue` outlives the client.
+  RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
+              const RelayClientSurroundings& surroundings);
+  ~RelayClient();
+  RelayClient(const RelayClient&) = delete;
+  RelayClient& operator=(const RelayClient&) = delete;
+
+  // Nothing happens while there is a connection, open or not.
+  void connect();
+  // Says goodbye to the relay, and stays away.
+  void disconnect();
+
+  // Seals `approvals` into a snapshot and sends it, now or as soon as the connection is open. Lists with the same
+  // identities and button labels in the same order, and the same `accessibilityTrusted`, are the same snapshot: it is
+  // sent once a connection, and once more for each `force`.
+  void publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force);
+
+  // Dropped when the connection is not open.
+  void publishResult(std::string decisionID, ApprovalResultCommand result);
+
+  // Absent: all phones. `completion` is called on the queue, exactly once unless the client is destroyed before, with
+  // whether the wish was sent.
+  void unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion);
+
+ private:
+  void post(std::function<void(RelayClientCore&)> operation);
+
+  platform::SerialExecutor& queue;
+  std::shared_ptr<RelayClientCore> core;
+};
+
+}  // namespace quillard

@@ -1,0 +1,195 @@
+#include "relay/RelayClientCore.h"
+
+#include <cstdint>
+#include <utility>
+#include <variant>
+
+#include "approvals/PendingApprovalJson.h"
+#include "foundation/PrintableText.h"
+#include "relay/RelayCrypto.h"
+
+namespace quillard {
+namespace {
+
+constexpr std::string_view kUnableToDecode = "Unable to decode relay message: ";
+
+std::string_view bytesOf(const platform::WebSocketMessage& message) {
+  if (const auto* text = std::get_if<platform::TextMessage>(&message)) return text->text;
+  const auto& bytes = std::get<platform::BinaryMessage>(message).bytes;
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+}  // namespace
+
+std::string snapshotSignature(const std::vector<PendingApproval>& approvals, bool accessibilityTrusted) {
+  return (accessibilityTrusted ? "ax1:" : "ax0:") + RelayCrypto::snapshotID(approvals);
+}
+
+RelayClientCore::RelayClientCore(RelayClientAccess access, RelayClientCallbacks callbacks,
+                                 platform::SerialExecutor& queue, const RelayClientSurroundings& surroundings)
+    : callbacks(std::move(callbacks)),
+      surroundings(surroundings),
+      conversation(std::move(access.cryptoSecret), surroundings.random),
+      connection(std::make_shared<RelayConnection>(std::move(access.url), std::move(access.relaySecret), queue,
+                                                   surroundings.webSockets, surroundings.console, connectionEvents())) {
+}
+
+// The connection is this object's own and calls on the queue only, where this object ends: it never calls too late.
+RelayConnectionEvents RelayClientCore::connectionEvents() {
+  return {.opened = [this] { opened(); },
+          .lost = [this] { lost(); },
+          .received = [this](const platform::WebSocketMessage& message) { received(message); }};
+}
+
+void RelayClientCore::connect() { connection->connect(); }
+
+void RelayClientCore::disconnect() { connection->disconnect(); }
+
+// ---- What the connection says
+
+void RelayClientCore::opened() {
+  outbox.forgetSent();
+  reportConnected();
+  sendLatestSnapshotIfNeeded();
+}
+
+void RelayClientCore::lost() {
+  outbox.forgetSent();
+  status = {};
+  reportStatus();
+}
+
+void RelayClientCore::received(const platform::WebSocketMessage& message) {
+  if (isRetired()) return;
+  auto incoming = decodeIncomingRelayMessage(bytesOf(message));
+  if (const auto* error = std::get_if<JsonError>(&incoming)) {
+    print(kUnableToDecode, error->description());
+  } else if (const auto* request = std::get_if<ApprovalRequestRelayMessage>(&incoming)) {
+    receivedRequest(*request);
+  } else if (const auto* suppression = std::get_if<ApprovalSuppressionRelayMessage>(&incoming)) {
+    receivedSuppression(*suppression);
+  } else if (auto* phones = std::get_if<PhoneStatusRelayMessage>(&incoming)) {
+    receivedPhoneStatus(std::move(*phones));
+  }
+}
+
+void RelayClientCore::receivedRequest(const ApprovalRequestRelayMessage& message) {
+  reportConnected();
+  auto command = openedCommand<ApprovalRequestCommand>(message.encryptedRequest);
+  if (!command || isRetired()) return;
+  callbacks.onApprovalRequest({message.decisionID, *std::move(command), message.issuedAt});
+}
+
+void RelayClientCore::receivedSuppression(const ApprovalSuppressionRelayMessage& message) {
+  reportConnected();
+  const auto command = openedCommand<ApprovalSuppressionCommand>(message.encryptedSuppression);
+  if (command && !isRetired()) callbacks.onSuppressionCommand(*command);
+}
+
+void RelayClientCore::receivedPhoneStatus(PhoneStatusRelayMessage message) {
+  status = {.relayConnected = true,
+            .phoneConnected = message.phoneConnected,
+            .phoneCount = message.phoneCount,
+            .phones = std::move(message.phones).value_or(std::vector<RelayPhoneStatus>{})};
+  reportStatus();
+}
+
+template <class Command>
+std::optional<Command> RelayClientCore::openedCommand(const EncryptedRelayPayload& payload) {
+  const auto plaintext = conversation.open(payload);
+  if (const auto* failure = std::get_if<SealingFailure>(&plaintext)) {
+    print(kUnableToDecode, failure->description);
+    return std::nullopt;
+  }
+  const auto command = readRelayCommand<Command>(std::get<std::string>(plaintext));
+  if (const auto* error = std::get_if<JsonError>(&command)) {
+    print(kUnableToDecode, error->description());
+    return std::nullopt;
+  }
+  return std::get<Command>(command);
+}
+
+// ---- What the agent says
+
+void RelayClientCore::publishSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
+                                      bool accessibilityTrusted, bool force) {
+  if (!outbox.holds(signature) && !holdSnapshot(approvals, signature, accessibilityTrusted)) return;
+  if (force) outbox.forgetSent();
+  sendLatestSnapshotIfNeeded();
+}
+
+bool RelayClientCore::holdSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
+                                   bool accessibilityTrusted) {
+  auto sealed = conversation.seal(toJson(approvals));
+  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
+    print("Unable to encrypt relay snapshot: ", failure->description);
+    return false;
+  }
+  outbox.hold({.observedAt = surroundings.clock.now(),
+               .accessibilityTrusted = accessibilityTrusted,
+               .encryptedApprovals = std::get<EncryptedRelayPayload>(std::move(sealed)),
+               .approvalCount = static_cast<std::int64_t>(approvals.size()),
+               .snapshotID = signature});
+  return true;
+}
+
+void RelayClientCore::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {
+  auto sealed = conversation.seal(toJson(result));
+  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
+    print("Unable to encrypt relay result: ", failure->description);
+    return;
+  }
+  const ApprovalResultRelayMessage message{.decisionID = decisionID,
+                                           .encryptedResult = std::get<EncryptedRelayPayload>(std::move(sealed)),
+                                           .issuedAt = surroundings.clock.now()};
+  send(toJson(message), [](bool) {});
+}
+
+void RelayClientCore::unpairPhone(const std::optional<std::string>& deviceID,
+                                  const std::function<void(bool)>& completion) {
+  const UnpairPhoneRelayMessage message{.deviceID = deviceID, .issuedAt = surroundings.clock.now()};
+  send(toJson(message), [weak = weak_from_this(), completion](bool wasSent) {
+    const auto self = weak.lock();
+    if (self && !self->isRetired()) completion(wasSent);
+  });
+}
+
+void RelayClientCore::sendLatestSnapshotIfNeeded() {
+  if (!connection->isOpen()) return;
+  const auto sending = outbox.begin();
+  if (!sending) return;
+  send(toJson(outbox.snapshot()), [weak = weak_from_this(), sending = *sending](bool succeeded) {
+    if (const auto self = weak.lock()) self->outbox.end(sending, succeeded);
+  });
+}
+
+void RelayClientCore::send(const Json& message, std::function<void(bool)> completion) {
+  if (!connection->isOpen()) {
+    completion(false);
+    return;
+  }
+  auto text = jsonText(message);
+  if (!text) {
+    print("Unable to encode relay message: ", "A text is not valid UTF-8.");
+    completion(false);
+    return;
+  }
+  connection->send(*std::move(text), std::move(completion));
+}
+
+// ---- Reports
+
+void RelayClientCore::reportConnected() {
+  status.relayConnected = true;
+  reportStatus();
+}
+
+void RelayClientCore::reportStatus() {
+  if (!isRetired()) callbacks.onStatusChange(status);
+}
+
+void RelayClientCore::print(std::string_view prefix, std::string_view description) {
+  surroundings.console.writeLine(std::string(prefix) + printableText(description));
+}
+
+}  // namespace quillard

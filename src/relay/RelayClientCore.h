@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/StrictJson.h"
+#include "relay/RelayClient.h"
+#include "relay/RelayConnection.h"
+#include "relay/RelayMessages.h"
+#include "relay/SealedConversation.h"
+#include "relay/SnapshotOutbox.h"
+
+namespace quillard {
+
+// "ax1:" or "ax0:" (whether accessibility is trusted) and the identifier of the list.
+[[nodiscard]] std::string snapshotSignature(const std::vector<PendingApproval>& approvals, bool accessibilityTrusted);
+
+// The part of the client that lives on its queue: joins connection, sealing and the snapshot to be sent. All calls on
+// the queue, except `retire` and `isRetired`. See `RelayClient`.
+class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
+ public:
+  RelayClientCore(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
+                  const RelayClientSurroundings& surroundings);
+
+  // From now on no callback begins. Any thread.
+  void retire() { retired = true; }
+  [[nodiscard]] bool isRetired() const { return retired; }
+
+  void connect();
+  void disconnect();
+  void publishSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
+                       bool accessibilityTrusted, bool force);
+  void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
+  void unpairPhone(const std::optional<std::string>& deviceID, const std::function<void(bool)>& completion);
+
+ private:
+  RelayConnectionEvents connectionEvents();
+  void opened();
+  void lost();
+  void received(const platform::WebSocketMessage& message);
+
+  void receivedRequest(const ApprovalRequestRelayMessage& message);
+  void receivedSuppression(const ApprovalSuppressionRelayMessage& message);
+  void receivedPhoneStatus(PhoneStatusRelayMessage message);
+  template <class Command>
+  std::optional<Command> openedCommand(const EncryptedRelayPayload& payload);
+
+  [[nodiscard]] bool holdSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
+                                  bool accessibilityTrusted);
+  void sendLatestSnapshotIfNeeded();
+  void send(const Json& message, std::function<void(bool)> completion);
+  void reportConnected();
+  void reportStatus();
+  void print(std::string_view prefix, std::string_view description);
+
+  const RelayClientCallbacks callbacks;
+  const RelayClientSurroundings surroundings;
+  SealedConversation conversation;
+  SnapshotOutbox outbox;
+  RelayConnectionStatus status;
+  std::shared_ptr<RelayConnection> connection;
+  std::atomic<bool> retired = false;
+};
+
+}  // namespace quillard

@@ -1,0 +1,129 @@
+#include "relay/RelayConnection.h"
+
+#include <utility>
+
+#include "foundation/PrintableText.h"
+
+namespace quillard {
+namespace {
+
+constexpr platform::Seconds kReconnectDelay{3};
+constexpr platform::Seconds kConnectTimeout{60};
+
+}  // namespace
+
+RelayConnection::RelayConnection(std::string url, platform::Secret relaySecret, platform::SerialExecutor& queue,
+                                 platform::WebSockets& webSockets, platform::Console& console,
+                                 RelayConnectionEvents events)
+    : url(std::move(url)),
+      relaySecret(std::move(relaySecret)),
+      queue(queue),
+      webSockets(webSockets),
+      console(console),
+      events(std::move(events)) {}
+
+void RelayConnection::connect() {
+  if (task) return;
+  shouldReconnect = true;
+  ++taskNumber;
+  task = webSockets.makeTask(queue, request(), socketEvents());
+  isSocketOpen = false;
+  task->start();
+  receiveNext();
+  console.writeLine("Quillard relay connected.");
+}
+
+void RelayConnection::disconnect() {
+  shouldReconnect = false;
+  reconnectTask.reset();
+  if (task) task->cancel(platform::WebSocketCloseCode::goingAway);
+  forgetTask();
+  events.lost();
+}
+
+void RelayConnection::send(std::string text, std::function<void(bool)> completion) {
+  if (!isSocketOpen || !task) {
+    completion(false);
+    return;
+  }
+  const auto number = ++sendCount;
+  pendingSends.emplace(number, std::move(completion));
+  task->sendText(std::move(text), [weak = weak_from_this(), number](const auto& error) {
+    if (const auto self = weak.lock()) self->sendEnded(number, error);
+  });
+}
+
+platform::WebSocketRequest RelayConnection::request() const {
+  return {.url = url,
+          .headers = {{"authorization", "Bearer " + std::string(relaySecret.text())}},
+          .timeout = kConnectTimeout};
+}
+
+platform::WebSocketEvents RelayConnection::socketEvents() {
+  return {.didOpen =
+              [weak = weak_from_this(), number = taskNumber] {
+                if (const auto self = weak.lock()) self->socketOpened(number);
+              },
+          .didClose =
+              [weak = weak_from_this(), number = taskNumber](std::uint16_t) {
+                if (const auto self = weak.lock()) self->socketClosed(number);
+              }};
+}
+
+void RelayConnection::socketOpened(std::uint64_t number) {
+  if (!task || number != taskNumber) return;
+  isSocketOpen = true;
+  events.opened();
+}
+
+void RelayConnection::socketClosed(std::uint64_t number) {
+  if (!task || number != taskNumber) return;
+  forgetTask();
+  events.lost();
+  reconnectLater();
+}
+
+void RelayConnection::receiveNext() {
+  task->receive([weak = weak_from_this(), number = taskNumber](const auto& receipt) {
+    if (const auto self = weak.lock()) self->socketReceived(number, receipt);
+  });
+}
+
+void RelayConnection::socketReceived(std::uint64_t number, const platform::WebSocketReceipt& receipt) {
+  if (!task || number != taskNumber) return;
+  if (const auto* message = std::get_if<platform::WebSocketMessage>(&receipt)) {
+    events.received(*message);
+    if (task && number == taskNumber) receiveNext();
+    return;
+  }
+  console.writeLine("Relay receive failed: " + printableText(std::get<platform::TransportError>(receipt).description));
+  forgetTask();
+  events.lost();
+  reconnectLater();
+}
+
+void RelayConnection::sendEnded(std::uint64_t sendNumber, const std::optional<platform::TransportError>& error) {
+  auto pending = pendingSends.extract(sendNumber);
+  if (!pending) return;  // It was given up together with its socket.
+  if (error) console.writeLine("Unable to send relay message: " + printableText(error->description));
+  pending.mapped()(!error);
+}
+
+void RelayConnection::forgetTask() {
+  isSocketOpen = false;
+  // It may be in the middle of telling us something, so it goes in a turn of its own.
+  if (task) queue.post([last = std::shared_ptr<platform::WebSocketTask>(std::move(task))] {});
+  for (const auto& [number, completion] : std::exchange(pendingSends, {})) completion(false);
+}
+
+void RelayConnection::reconnectLater() {
+  if (!shouldReconnect || reconnectTask) return;
+  reconnectTask = queue.postAfter(kReconnectDelay, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->reconnectTask.reset();
+    self->connect();
+  });
+}
+
+}  // namespace quillard

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Console.h"
+#include "platform/Executors.h"
+#include "platform/Secret.h"
+#include "platform/WebSocket.h"
+
+namespace quillard {
+
+// What a connection tells its owner, on the connection's queue.
+struct RelayConnectionEvents {
+  std::function<void()> opened;
+  // Closed, failed or disconnected: nothing that was sent counts any more.
+  std::function<void()> lost;
+  std::function<void(const platform::WebSocketMessage&)> received;
+};
+
+// One WebSocket to the relay at a time, opened again 3 s after it drops, for as long as it is wanted: no growing delay,
+// no limit. States: stopped -> connecting -> open -> waiting -> connecting ..., and stopped again from any of them.
+//
+// News of a socket that is not the present one is not heard. All calls and events on `queue`; events never come from
+// inside a call, except `lost` from `disconnect`.
+class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
+ public:
+  // The references outlive the connection. `relaySecret` is the bearer token.
+  RelayConnection(std::string url, platform::Secret relaySecret, platform::SerialExecutor& queue,
+                  platform::WebSockets& webSockets, platform::Console& console, RelayConnectionEvents events);
+
+  // Nothing happens while there is a socket.
+  void connect();
+  // Says goodbye (1001, going away) and stays stopped.
+  void disconnect();
+
+  [[nodiscard]] bool isOpen() const { return isSocketOpen; }
+
+  // Sends one text frame, or drops it when the socket is not open: nothing waits for a later one. `completion` comes
+  // exactly once, perhaps from inside this call, with whether the frame was handed to the network; never after this
+  // object is gone.
+  void send(std::string text, std::function<void(bool)> completion);
+
+ private:
+  platform::WebSocketRequest request() const;
+  platform::WebSocketEvents socketEvents();
+  void socketOpened(std::uint64_t number);
+  void socketClosed(std::uint64_t number);
+  void receiveNext();
+  void socketReceived(std::uint64_t number, const platform::WebSocketReceipt& receipt);
+  void sendEnded(std::uint64_t sendNumber, const std::optional<platform::TransportError>& error);
+  void forgetTask();
+  void reconnectLater();
+
+  const std::string url;
+  const platform::Secret relaySecret;
+  platform::SerialExecutor& queue;
+  platform::WebSockets& webSockets;
+  platform::Console& console;
+  const RelayConnectionEvents events;
+
+  std::unique_ptr<platform::WebSocketTask> task;  // Empty: stopped or waiting.
+  std::uint64_t taskNumber = 0;                   // Of the present or last task.
+  platform::TaskHandle reconnectTask;             // Not empty: waiting.
+  bool isSocketOpen = false;
+  bool shouldReconnect = false;
+  std::map<std::uint64_t, std::function<void(bool)>> pendingSends;  // By age.
+  std::uint64_t sendCount = 0;
+};
+
+}  // namespace quillard

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+#include "foundation/StrictJson.h"
+#include "platform/Random.h"
+#include "platform/Secret.h"
+#include "relay/RelayMessages.h"
+#include "relay/SealedBox.h"
+
+namespace quillard {
+
+enum class RelayCryptoError { invalidCiphertext };
+
+[[nodiscard]] std::string_view description(RelayCryptoError error);
+
+// Seals what the relay must not read, so that only who holds the pairing's end-to-end secret can open it. No state; any
+// thread.
+namespace RelayCrypto {
+
+// The AES-256 key that a secret stands for: the SHA-256 of its UTF-8, white space and line breaks at both ends left
+// out.
+[[nodiscard]] platform::Secret key(const platform::Secret& secret);
+
+// Fails with what is wrong in `value` when it cannot be written as JSON, else with `invalidCiphertext` when there are
+// no random bytes for the nonce or the cipher fails.
+[[nodiscard]] std::variant<EncryptedRelayPayload, JsonError, RelayCryptoError> seal(const Json& value,
+                                                                                    const platform::Secret& relaySecret,
+                                                                                    platform::Random& random);
+
+// The same for a text that is JSON already.
+[[nodiscard]] std::variant<EncryptedRelayPayload, RelayCryptoError> sealText(std::string_view plaintext,
+                                                                             const platform::Secret& relaySecret,
+                                                                             platform::Random& random);
+
+// The bytes of the sealed box; fails unless `ciphertext` is standard base64 of at least a nonce and a tag.
+[[nodiscard]] std::variant<BoxBytes, RelayCryptoError> box(const EncryptedRelayPayload& payload);
+
+// The plaintext. `version` and `nonce` of the payload are not looked at: the box has all that counts.
+[[nodiscard]] std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload,
+                                                               const platform::Secret& relaySecret);
+
+// 64 lower-case hexadecimal digits that are equal for lists of the same identities and button labels in the same order.
+[[nodiscard]] std::string snapshotID(const std::vector<PendingApproval>& approvals);
+
+}  // namespace RelayCrypto
+}  // namespace quillard

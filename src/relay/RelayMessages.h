@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "foundation/StrictJson.h"
+#include "platform/Time.h"
+#include "relay/RelayStatus.h"
+
+// What crosses the relay's WebSocket: one JSON object a message, told apart by its "type". The relay sees these members
+// only; what it must not read travels sealed inside them.
+namespace quillard {
+
+inline constexpr std::string_view kMacSnapshotType = "mac.snapshot";
+inline constexpr std::string_view kApprovalResultType = "approval.result";
+inline constexpr std::string_view kUnpairPhoneType = "phone.unpair";
+inline constexpr std::string_view kApprovalRequestType = "approval.request";
+inline constexpr std::string_view kPhoneStatusType = "phone.status";
+inline constexpr std::string_view kSuppressType = "approval.suppress";
+inline constexpr std::string_view kUnsuppressType = "approval.unsuppress";
+
+struct EncryptedRelayPayload {
+  std::int64_t version = 1;  // Not looked at when opening.
+  std::string nonce;         // Base64; a copy that is not looked at either.
+  std::string ciphertext;    // Base64 of the whole box: nonce, ciphertext, tag.
+  bool operator==(const EncryptedRelayPayload&) const = default;
+};
+
+// Agent to relay: what waits for an answer now.
+struct MacSnapshotRelayMessage {
+  std::string type{kMacSnapshotType};
+  platform::Date observedAt;  // When this message was built.
+  bool accessibilityTrusted = false;
+  EncryptedRelayPayload encryptedApprovals;  // The list of `PendingApproval`, in the agent's order.
+  std::int64_t approvalCount = 0;
+  std::string snapshotID;  // The snapshot's signature: equal for lists that a phone need not be told apart.
+  bool operator==(const MacSnapshotRelayMessage&) const = default;
+};
+
+// Agent to relay: what became of a decision.
+struct ApprovalResultRelayMessage {
+  std::string type{kApprovalResultType};
+  std::string decisionID;                 // As it came in the request.
+  EncryptedRelayPayload encryptedResult;  // An `ApprovalResultCommand`.
+  platform::Date issuedAt;
+  bool operator==(const ApprovalResultRelayMessage&) const = default;
+};
+
+// Agent to relay.
+struct UnpairPhoneRelayMessage {
+  std::string type{kUnpairPhoneType};
+  std::optional<std::string> deviceID;  // Absent: all phones of the pairing.
+  platform::Date issuedAt;
+  bool operator==(const UnpairPhoneRelayMessage&) const = default;
+};
+
+// Relay to agent: a phone's decision.
+struct ApprovalRequestRelayMessage {
+  std::string type{kApprovalRequestType};
+  std::string decisionID;                  // Opaque; the phone's choice.
+  EncryptedRelayPayload encryptedRequest;  // An `ApprovalRequestCommand`.
+  std::optional<platform::Date> issuedAt;
+  bool operator==(const ApprovalRequestRelayMessage&) const = default;
+};
+
+// Relay to agent, as "approval.suppress" or "approval.unsuppress": to the agent they are the same.
+struct ApprovalSuppressionRelayMessage {
+  std::string type{kSuppressType};
+  std::string decisionID;
+  EncryptedRelayPayload encryptedSuppression;  // An `ApprovalSuppressionCommand`, whose own action counts.
+  std::optional<platform::Date> issuedAt;
+  bool operator==(const ApprovalSuppressionRelayMessage&) const = default;
+};
+
+// Relay to agent.
+struct PhoneStatusRelayMessage {
+  std::string type{kPhoneStatusType};
+  bool phoneConnected = false;
+  std::int64_t phoneCount = 0;
+  std::optional<std::vector<RelayPhoneStatus>> phones;
+  bool operator==(const PhoneStatusRelayMessage&) const = default;
+};
+
+// The first look at any message.
+struct RelayMessageTypeProbe {
+  std::string type;
+  bool operator==(const RelayMessageTypeProbe&) const = default;
+};
+
+[[nodiscard]] Json toJson(const EncryptedRelayPayload& payload);
+[[nodiscard]] Json toJson(const MacSnapshotRelayMessage& message);
+[[nodiscard]] Json toJson(const ApprovalResultRelayMessage& message);
+[[nodiscard]] Json toJson(const UnpairPhoneRelayMessage& message);
+[[nodiscard]] Json toJson(const ApprovalRequestRelayMessage& message);
+[[nodiscard]] Json toJson(const ApprovalSuppressionRelayMessage& message);
+[[nodiscard]] Json toJson(const PhoneStatusRelayMessage& message);
+
+// Reads one of the records above. Members in any order; unknown ones are ignored. Fails as a whole, naming the member
+// that failed first.
+template <class Record>
+[[nodiscard]] std::variant<Record, JsonError> readRelayRecord(std::string_view text);
+
+// A type that this agent does not know: for the relay to add without breaking it.
+struct UnknownRelayMessage {
+  bool operator==(const UnknownRelayMessage&) const = default;
+};
+using IncomingRelayMessage = std::variant<UnknownRelayMessage, ApprovalRequestRelayMessage, PhoneStatusRelayMessage,
+                                          ApprovalSuppressionRelayMessage, JsonError>;
+
+// What a frame from the relay says: its type first, compared to the letter, then the record that the type stands for.
+[[nodiscard]] IncomingRelayMessage decodeIncomingRelayMessage(std::string_view frame);
+
+}  // namespace quillard

@@ -1,0 +1,82 @@
+#include "relay/RelayTokenRegistration.h"
+
+#include <utility>
+
+#include "foundation/PrintableText.h"
+#include "foundation/UrlComponents.h"
+#include "relay/PairingConfiguration.h"
+
+namespace quillard {
+namespace {
+
+using Case = RelayRegistrationError::Case;
+
+constexpr platform::Seconds kTimeout{8};
+constexpr std::string_view kRegistrationBody = R"({"client":"mac","version":1})";
+constexpr int kGone = 410;
+
+std::optional<std::string> registrationURL(const RelayLaunchConfiguration& configuration) {
+  const auto base = PairingConfiguration::backendBaseURL(configuration.relayURL);
+  auto url = base ? UrlComponents::parse(*base) : std::nullopt;
+  if (!url || !url->host) return std::nullopt;
+  if (url->scheme != "https" && !isThisComputer(*url->host)) return std::nullopt;
+  // Identifiers that we made need no encoding; those of older builds may.
+  url->path = "/api/pairings/" + percentEncoded(configuration.pairingID) + "/relay-token";
+  return url->text();
+}
+
+platform::HttpRequest registrationRequest(std::string url, const platform::Secret& relaySecret) {
+  return {
+      .method = "PUT",
+      .url = std::move(url),
+      .headers = {{"content-type", "application/json"}, {"authorization", "Bearer " + std::string(relaySecret.text())}},
+      .body = std::string(kRegistrationBody),
+      .timeout = kTimeout};
+}
+
+RelayRegistrationOutcome outcomeOf(const platform::HttpOutcome& outcome) {
+  if (const auto* error = std::get_if<platform::TransportError>(&outcome)) return *error;
+  const auto* response = std::get_if<platform::HttpResponse>(&outcome);
+  if (!response) return RelayRegistrationError{Case::invalidResponse};
+  if (response->statusCode == kGone) return RelayRegistrationError{Case::pairingRevoked};
+  if (response->statusCode < 200 || response->statusCode > 299) {
+    return RelayRegistrationError{Case::rejected, response->statusCode};
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::string RelayRegistrationError::description() const {
+  switch (code) {
+    case Case::rejected:
+      return "The relay rejected token registration with HTTP " + std::to_string(statusCode) + ".";
+    case Case::invalidRelayURL:
+      return "The relay URL is not valid.";
+    case Case::invalidResponse:
+      break;
+    case Case::pairingRevoked:
+      return "This pairing was revoked.";
+  }
+  return "The relay did not return a valid registration response.";
+}
+
+std::string description(const RelayRegistrationFailure& failure) {
+  if (const auto* error = std::get_if<RelayRegistrationError>(&failure)) return error->description();
+  return printableText(std::get<platform::TransportError>(failure).description);
+}
+
+void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const platform::Secret& relaySecret,
+                            platform::HttpSession& session, platform::SerialExecutor& executor,
+                            std::function<void(RelayRegistrationOutcome)> completion) {
+  auto url = registrationURL(configuration);
+  if (!url) {
+    executor.post([completion = std::move(completion)] { completion(RelayRegistrationError{Case::invalidRelayURL}); });
+    return;
+  }
+  session.send(
+      registrationRequest(*std::move(url), relaySecret),
+      [completion = std::move(completion)](const platform::HttpOutcome& outcome) { completion(outcomeOf(outcome)); });
+}
+
+}  // namespace quillard

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "foundation/StrictJson.h"
+#include "platform/Random.h"
+#include "platform/Secret.h"
+#include "relay/RelayMessages.h"
+#include "relay/SealedBoxMemory.h"
+
+namespace quillard {
+
+// Why something could not be sealed or opened. For a diagnostic line; holds nothing that was sealed.
+struct SealingFailure {
+  std::string description;
+};
+
+// The sealed side of one client's conversation: seals what goes out, and opens each box that comes in once. A box that
+// was sealed or opened here before is refused, whatever message it comes in. One thread at a time.
+class SealedConversation {
+ public:
+  // `random` outlives the conversation.
+  SealedConversation(platform::Secret cryptoSecret, platform::Random& random);
+
+  [[nodiscard]] std::variant<EncryptedRelayPayload, SealingFailure> seal(const Json& value);
+  // The plaintext.
+  [[nodiscard]] std::variant<std::string, SealingFailure> open(const EncryptedRelayPayload& payload);
+
+ private:
+  platform::Secret cryptoSecret;
+  platform::Random& random;
+  SealedBoxMemory memory;
+};
+
+}  // namespace quillard

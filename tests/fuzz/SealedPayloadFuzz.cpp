@@ -1,0 +1,52 @@
+#include <string>
+#include <variant>
+
+#include "fuzz/FuzzTarget.h"
+#include "relay/RelayCommands.h"
+#include "relay/RelayCrypto.h"
+#include "relay/StrictBase64.h"
+
+using namespace quillard;
+using fuzz::require;
+
+namespace {
+
+// Nobody who does not know the secret makes a box that opens.
+void checkPayload(std::string_view text, const platform::Secret& secret) {
+  const auto payload = readRelayRecord<EncryptedRelayPayload>(text);
+  if (std::holds_alternative<JsonError>(payload)) return;
+  const auto opened = RelayCrypto::open(std::get<EncryptedRelayPayload>(payload), secret);
+  require(std::holds_alternative<RelayCryptoError>(opened), "A forged box does not open.");
+}
+
+void checkBase64(std::string_view text) {
+  const auto bytes = base64Bytes(text);
+  if (!bytes) return;
+  require(base64Text(*bytes) == text, "Bytes have one text.");
+  (void)openedBox(platform::Secret{std::string(32, 'k')}, *bytes);
+}
+
+// The plaintext of a box comes from whoever holds the secret: it is read as strictly as the rest.
+template <class Command>
+void checkCommand(std::string_view text) {
+  const auto command = readRelayCommand<Command>(text);
+  if (std::holds_alternative<JsonError>(command)) return;
+  const auto written = jsonText(toJson(std::get<Command>(command)));
+  require(written.has_value(), "What was read can be written.");
+  const auto again = readRelayCommand<Command>(*written);
+  require(std::holds_alternative<Command>(again) && std::get<Command>(again) == std::get<Command>(command),
+          "What was written reads as the same.");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto text = fuzz::textOf(data, size);
+  const platform::Secret secret{std::string_view{"unknown to the fuzzer"}};
+  checkPayload(text, secret);
+  checkBase64(text);
+  checkCommand<ApprovalRequestCommand>(text);
+  checkCommand<ApprovalSuppressionCommand>(text);
+  checkCommand<ApprovalResultCommand>(text);
+  return 0;
+}

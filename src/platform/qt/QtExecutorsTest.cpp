@@ -278,15 +278,16 @@ TEST(SerialQueue, DestroyingItDropsWhatHasNotBegunAndWaitsForWhatHas) {
 
 TEST(SerialQueue, HasAThreadOfItsOwn) {
   QtExecutors executors;
-  const auto one = executors.makeSerialQueue("one", QualityOfService::standard);
-  const auto two = executors.makeSerialQueue("two", QualityOfService::standard);
+  // They outlive the queues, whose turns may still be at them when their values are already here.
   std::promise<void> release;
   std::promise<std::thread::id> blocked;
+  std::promise<std::thread::id> free;
+  const auto one = executors.makeSerialQueue("one", QualityOfService::standard);
+  const auto two = executors.makeSerialQueue("two", QualityOfService::standard);
   one->post([&] {
     blocked.set_value(std::this_thread::get_id());
     release.get_future().wait();
   });
-  std::promise<std::thread::id> free;
   two->post([&] { free.set_value(std::this_thread::get_id()); });  // Not held up by the other queue.
   EXPECT_NE(free.get_future().get(), blocked.get_future().get());
   release.set_value();

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <limits>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -176,6 +177,94 @@ TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTaken) {
       desktop().unhang(application);
     }
     (void)detector.scan();
+  }
+}
+
+// A binding that asks for each attribute by itself, so that an application can stop answering between any two of them.
+class AttributeByAttribute final : public platform::Accessibility {
+ public:
+  explicit AttributeByAttribute(platform::Accessibility& live) : live(live) {}
+
+  class Scope final : public platform::AXReadScope {
+   public:
+    explicit Scope(platform::Accessibility& live) : live(live) {}
+    platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element,
+                                                             std::string_view name) override {
+      if (missedTimeout(element)) return AXError::cannotComplete;
+      auto value = live.copyAttributeValue(element, name);
+      if (value.error() == AXError::cannotComplete) missed.insert(live.processIdentifier(element));
+      return value;
+    }
+    platform::AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override {
+      return live.copyActionNames(element);
+    }
+    void prepareApplications(std::span<const AXUIElement>, int) override {}
+    bool missedTimeout(const AXUIElement& element) const override {
+      return missed.contains(live.processIdentifier(element));
+    }
+
+   private:
+    platform::Accessibility& live;
+    std::set<std::optional<std::int32_t>> missed;
+  };
+
+  bool isProcessTrusted() override { return live.isProcessTrusted(); }
+  platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override {
+    return live.observeTrustChanges(std::move(onChange));
+  }
+  AXUIElement createApplication(std::int32_t process) override { return live.createApplication(process); }
+  AXUIElement createSystemWide() override { return live.createSystemWide(); }
+  void setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) override {
+    live.setMessagingTimeout(element, timeout);
+  }
+  std::unique_ptr<platform::AXReadScope> beginReadScope() override { return std::make_unique<Scope>(live); }
+  std::optional<std::int32_t> processIdentifier(const AXUIElement& element) override {
+    return live.processIdentifier(element);
+  }
+  AXError setAttributeValue(const AXUIElement& element, std::string_view name,
+                            const platform::AXValue& value) override {
+    return live.setAttributeValue(element, name, value);
+  }
+  AXError performAction(const AXUIElement& element, std::string_view action) override {
+    return live.performAction(element, action);
+  }
+  platform::AXResult<AXUIElement> copyElementAtPosition(const AXUIElement& within, Point point) override {
+    return live.copyElementAtPosition(within, point);
+  }
+  platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) override {
+    return live.copyAttributeValue(element, name);
+  }
+  platform::AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override {
+    return live.copyActionNames(element);
+  }
+
+ private:
+  platform::Accessibility& live;
+};
+
+TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTakenWhereEachAttributeIsARequestEither) {
+  desktop().open(application, {.title = "Allow?", .lines = {"Enter your password."}, .buttons = {"Cancel", "Allow"}});
+  AttributeByAttribute accessibility{world.accessibility()};
+  DetectorSurroundings unbatched{accessibility,       world.workspace(), world.windowList(), world.time(),
+                                 world.environment(), world.console(),   stableIDs};
+  DialogDetector careful{kOwnProcess, suppressionStore, unbatched};
+  (void)careful.scan();
+  desktop().resetRoundTrips();
+  const auto whole = careful.scan();
+  ASSERT_EQ(whole.size(), 1U);
+  const auto requestsPerScan = desktop().roundTrips();
+  EXPECT_GT(requestsPerScan, 20U);
+  for (std::uint64_t hangAt = 0; hangAt < requestsPerScan; ++hangAt) {
+    for (int scan = 0; scan < 2; ++scan) {
+      std::uint64_t index = 0;
+      desktop().setRequestHook([&](const AXRequest&) {
+        if (index++ == hangAt) desktop().hang(application);
+      });
+      for (const auto& approval : careful.scan()) EXPECT_EQ(approval.id, whole.front().id) << hangAt;
+      desktop().setRequestHook({});
+      desktop().unhang(application);
+    }
+    (void)careful.scan();
   }
 }
 

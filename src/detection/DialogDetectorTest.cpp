@@ -82,6 +82,32 @@ TEST_F(DialogDetectorTest, FindsTheWindowThatHoldsTheFocusedElement) {
   EXPECT_EQ(onlyPrompt().windowTitle, "Erase disk?");
 }
 
+TEST_F(DialogDetectorTest, LooksForTheWindowOfTheFocusedElementAmongTwentyElements) {
+  for (const int depth : {19, 20}) {
+    const auto application = desktop().launch({.name = "Shy"});
+    const auto window = desktop().open(application, eraseDialog());
+    auto deepest = window;
+    for (int i = 0; i < depth; ++i) deepest = desktop().addChild(deepest, {.role = "AXGroup"});
+    desktop().focusElement(deepest);
+    for (const auto* name : {"AXWindows", "AXMainWindow", "AXFocusedWindow"}) {
+      desktop().setAttributeError(application, name, platform::AXError::noValue);
+    }
+    desktop().setSystemWideAttributeError("AXFocusedWindow", platform::AXError::noValue);
+    EXPECT_EQ(scanTwice().size(), depth == 19 ? 1U : 0U) << depth;
+    desktop().terminate(application);
+  }
+}
+
+TEST_F(DialogDetectorTest, MakesTheRecordOfEightyDescendants) {
+  platform::simulated::ElementSpec window{.role = "AXWindow", .subrole = "AXDialog", .title = "Erase?"};
+  for (const auto* label : {"Beyond", "Erase"}) {
+    window.children.push_back({.role = "AXButton", .title = label, .frame = Rect{0, 0, 9, 9}});
+  }
+  for (int i = 0; i < 79; ++i) window.children.push_back({.role = "AXGroup"});
+  desktop().addWindow(desktop().launch({.name = "App"}), window);
+  EXPECT_EQ(labels(onlyPrompt()), Lines{"Erase"});
+}
+
 TEST_F(DialogDetectorTest, FindsMainAndFocusedWindowsThatAreNotListed) {
   for (const auto* remaining : {"AXMainWindow", "AXFocusedWindow"}) {
     const auto application = desktop().launch({.name = remaining});

@@ -187,6 +187,30 @@ TEST_F(PromptReaderTest, ASecretIsNeverReadButKnownToBeAskedFor) {
   EXPECT_FALSE(read(window({text("hunter2")})).hasSecureTextField);
 }
 
+// A reader that gives away what no binding should.
+class Indiscreet final : public platform::AXAttributeReader {
+ public:
+  explicit Indiscreet(platform::AXAttributeReader& reader) : reader(reader) {}
+  platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
+                                                           std::string_view name) override {
+    if (name == ax::kValue) return platform::AXValue{std::string("hunter2")};
+    return reader.copyAttributeValue(element, name);
+  }
+  platform::AXResult<std::vector<std::string>> copyActionNames(const platform::AXUIElement& element) override {
+    return reader.copyActionNames(element);
+  }
+
+ private:
+  platform::AXAttributeReader& reader;
+};
+
+TEST_F(PromptReaderTest, ASecretIsNotAskedForEvenWhereItWouldBeGiven) {
+  const auto node = window({{.role = "AXTextField", .subrole = "AXSecureTextField", .description = "Code"}});
+  Indiscreet reader{world.accessibility()};
+  const auto reading = PromptReader::readPrompt(reader, {desktop().element(node), "App", std::nullopt, 1}, 80);
+  EXPECT_EQ(reading.evidence.messageLines, Lines{"Code"});
+}
+
 // ---- The rest of the evidence
 
 TEST_F(PromptReaderTest, NavigationIsSeenAmongTheDescendants) {

@@ -14,7 +14,7 @@ void closePrompt(SimulatedDesktop& desktop, NodeHandle node) {
   if (const auto prompt = desktop.promptOf(node)) desktop.close(*prompt);
 }
 
-void openSuccessor(SimulatedDesktop& desktop, NodeHandle node, DialogSpec successor) {
+void openSuccessor(SimulatedDesktop& desktop, NodeHandle node, const DialogSpec& successor) {
   const auto prompt = desktop.promptOf(node);
   const auto owner = desktop.owner(node);
   if (!prompt || !owner) return;

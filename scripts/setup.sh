@@ -4,14 +4,17 @@
 debian_packages=(
   g++ clang clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache pkg-config git
   nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
-  libqrcodegencpp-dev libzbar-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
+  libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
+  libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
+  libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin xdg-utils util-linux
+  desktop-file-utils man-db fonts-dejavu-core adwaita-icon-theme
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 
 # The same as Homebrew calls it.
 homebrew_packages=(
   cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc qt qr-code-generator zbar node googletest rapidcheck
-  google-benchmark
+  google-benchmark cli11
 )
 
 missing_debian_packages() {

@@ -30,8 +30,8 @@ class Bundle {
   [[nodiscard]] virtual std::optional<std::variant<std::vector<std::uint8_t>, ResourceError>> resource(
       std::string_view name, std::string_view extension) const = 0;
 
-  // The folders in which this system's users install applications, absolute and standardised, the system's before the
-  // user's.
+  // The folders in which this system's users install applications, absolute and standardised. The first is the one to
+  // show to somebody who has to move the application there.
   [[nodiscard]] virtual std::vector<std::string> applicationDirectories() const = 0;
 };
 

@@ -41,8 +41,8 @@ struct WorkspaceEvent {
   std::optional<RunningApplication> application;  // Absent for a change of the active space.
 };
 
-// The applications of this user's session. Queries from any thread; they ask the system or a copy that it keeps up to
-// date, never the applications themselves.
+// The applications of this user's session. Any thread. Queries ask the system or a copy that it keeps up to date, never
+// the applications themselves.
 class Workspace {
  public:
   virtual ~Workspace() = default;

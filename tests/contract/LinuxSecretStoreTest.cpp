@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "contract/SecretStoreContract.h"
-#include "platform/linux/SecretServiceStore.h"
+#include "platform/linux/storage/SecretServiceStore.h"
 #include "support/PrivateSecretService.h"
 
 namespace quillard::test {

@@ -9,7 +9,7 @@
 
 #include <QtCore/QCoreApplication>
 
-#include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/qt/QtExecutors.h"
 
 namespace {

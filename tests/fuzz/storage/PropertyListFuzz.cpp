@@ -3,7 +3,7 @@
 
 #include "foundation/Text.h"
 #include "fuzz/FuzzTarget.h"
-#include "platform/linux/PlistReader.h"
+#include "platform/linux/storage/PlistReader.h"
 
 using namespace quillard;
 using fuzz::require;

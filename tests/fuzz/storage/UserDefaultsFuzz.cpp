@@ -1,7 +1,7 @@
 #include <variant>
 
 #include "fuzz/FuzzTarget.h"
-#include "platform/linux/UserDefaultsText.h"
+#include "platform/linux/storage/UserDefaultsText.h"
 
 using namespace quillard;
 using fuzz::require;

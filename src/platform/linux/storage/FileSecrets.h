@@ -8,7 +8,7 @@
 
 #include "foundation/Mutex.h"
 #include "platform/SecretStore.h"
-#include "platform/linux/PrivateFile.h"
+#include "platform/linux/storage/PrivateFile.h"
 
 namespace quillard::xdg {
 

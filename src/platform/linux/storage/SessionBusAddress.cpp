@@ -1,4 +1,4 @@
-#include "platform/linux/SessionBusAddress.h"
+#include "platform/linux/storage/SessionBusAddress.h"
 
 #include <sys/stat.h>
 

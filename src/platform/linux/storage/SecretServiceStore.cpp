@@ -1,9 +1,9 @@
-#include "platform/linux/SecretServiceStore.h"
+#include "platform/linux/storage/SecretServiceStore.h"
 
 #include <utility>
 
-#include "platform/linux/SecretServiceSession.h"
-#include "platform/linux/SessionBusAddress.h"
+#include "platform/linux/storage/SecretServiceSession.h"
+#include "platform/linux/storage/SessionBusAddress.h"
 
 namespace quillard::xdg {
 

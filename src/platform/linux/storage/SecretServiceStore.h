@@ -5,7 +5,7 @@
 #include "platform/Environment.h"
 #include "platform/SecretStore.h"
 #include "platform/Time.h"
-#include "platform/linux/FileSecrets.h"
+#include "platform/linux/storage/FileSecrets.h"
 
 namespace quillard::xdg {
 

@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/qt/QtExecutors.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/FileSecrets.h"
+#include "platform/linux/storage/FileSecrets.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::xdg {

@@ -1,4 +1,4 @@
-#include "platform/linux/SecretServiceSession.h"
+#include "platform/linux/storage/SecretServiceSession.h"
 
 #include <condition_variable>
 #include <mutex>

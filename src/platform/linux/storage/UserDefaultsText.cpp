@@ -1,4 +1,4 @@
-#include "platform/linux/UserDefaultsText.h"
+#include "platform/linux/storage/UserDefaultsText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/SessionBusAddress.h"
-#include "platform/linux/XdgFolders.h"
+#include "platform/linux/storage/SessionBusAddress.h"
+#include "platform/linux/storage/XdgFolders.h"
 
 namespace quillard::xdg {
 namespace {

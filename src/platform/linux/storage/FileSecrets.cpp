@@ -1,4 +1,4 @@
-#include "platform/linux/FileSecrets.h"
+#include "platform/linux/storage/FileSecrets.h"
 
 #include <array>
 #include <cstdint>

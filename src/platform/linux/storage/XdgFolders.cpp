@@ -1,4 +1,4 @@
-#include "platform/linux/XdgFolders.h"
+#include "platform/linux/storage/XdgFolders.h"
 
 #include <array>
 #include <string_view>

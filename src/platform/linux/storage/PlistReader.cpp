@@ -1,4 +1,4 @@
-#include "platform/linux/PlistReader.h"
+#include "platform/linux/storage/PlistReader.h"
 
 #include <cstdlib>
 #include <memory>
@@ -9,7 +9,7 @@
 #include <plist/plist.h>
 
 #include "foundation/Text.h"
-#include "platform/linux/PropertyListShape.h"
+#include "platform/linux/storage/PropertyListShape.h"
 
 namespace quillard::xdg {
 namespace {

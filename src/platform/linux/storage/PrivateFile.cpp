@@ -1,4 +1,4 @@
-#include "platform/linux/PrivateFile.h"
+#include "platform/linux/storage/PrivateFile.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyListShape.h"
+#include "platform/linux/storage/PropertyListShape.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/storage/FileUserDefaults.h"
 
 #include <utility>
 

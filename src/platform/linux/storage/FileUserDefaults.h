@@ -8,8 +8,8 @@
 #include "platform/Console.h"
 #include "platform/Executors.h"
 #include "platform/UserDefaults.h"
-#include "platform/linux/PrivateFile.h"
-#include "platform/linux/UserDefaultsText.h"
+#include "platform/linux/storage/PrivateFile.h"
+#include "platform/linux/storage/UserDefaultsText.h"
 
 namespace quillard::xdg {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/PlistReader.h"
+#include "platform/linux/storage/PlistReader.h"
 
 namespace quillard::xdg {
 namespace {

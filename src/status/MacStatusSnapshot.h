@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "approvals/NotificationPauseStore.h"
+#include "platform/Images.h"
+#include "relay/RelayStatus.h"
+#include "system/LoginItemManager.h"
+#include "system/UpdateManager.h"
+
+namespace quillard {
+
+// All that the status window shows, at one moment. Built anew for each refresh, never changed.
+struct MacStatusSnapshot {
+  bool installedInApplications = false;
+  bool accessibilityTrusted = false;
+  LoginItemStatus loginItemStatus;
+  bool relayConfigured = false;
+  bool relayConnected = false;
+  bool phoneConnected = false;
+  std::int64_t phoneCount = 0;
+  std::vector<RelayPhoneStatus> connectedPhones;
+  NotificationPauseSnapshot notificationPause;
+  std::int64_t pendingApprovalCount = 0;
+  std::optional<platform::Bitmap> pairingImage;  // Absent: no code may be shown, or there is none.
+  std::string pairingCaption;
+  UpdateAvailabilitySnapshot updateAvailability;
+
+  [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !connectedPhones.empty(); }
+  bool operator==(const MacStatusSnapshot&) const = default;
+};
+
+}  // namespace quillard

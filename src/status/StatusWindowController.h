@@ -1,0 +1,59 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "approvals/NotificationPauseStore.h"
+#include "platform/Application.h"
+#include "platform/Executors.h"
+#include "platform/StatusWindowView.h"
+#include "platform/Workspace.h"
+#include "status/MacStatusSnapshot.h"
+#include "system/InstallLocation.h"
+#include "system/LoginItemManager.h"
+#include "system/PermissionManager.h"
+
+namespace quillard {
+
+// What the window asks of the agent.
+struct StatusWindowCallbacks {
+  std::function<MacStatusSnapshot()> snapshotProvider;
+  std::function<void()> onEnableLoginItem;
+  std::function<void()> onUnpairPhone;
+  std::function<void()> onCheckForUpdates;
+  std::function<void(NotificationPauseOption)> onPauseNotifications;
+  std::function<void()> onResumeNotifications;
+};
+
+// What the window acts through. All of it outlives the controller.
+struct StatusWindowSurroundings {
+  platform::Application& application;
+  platform::Executors& executors;
+  platform::StatusWindowViews& views;
+  platform::Workspace& workspace;
+  InstallLocation& installLocation;
+  LoginItemManager& loginItems;
+  PermissionManager& permissions;
+};
+
+// The agent's only window. States: hidden (a menu-bar application, no timer) and shown (a regular application,
+// refreshed every 2 s). Main thread.
+class StatusWindowController {
+ public:
+  StatusWindowController(StatusWindowCallbacks callbacks, const StatusWindowSurroundings& surroundings);
+  ~StatusWindowController();
+  StatusWindowController(const StatusWindowController&) = delete;
+  StatusWindowController& operator=(const StatusWindowController&) = delete;
+
+  // Comes to the front, also when it is shown already.
+  void show();
+  void close();
+  // Takes a new snapshot and shows it. Cheap enough to be called after every change of state.
+  void refresh();
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation;
+};
+
+}  // namespace quillard

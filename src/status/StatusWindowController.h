@@ -23,6 +23,8 @@ struct StatusWindowCallbacks {
   std::function<void()> onCheckForUpdates;
   std::function<void(NotificationPauseOption)> onPauseNotifications;
   std::function<void()> onResumeNotifications;
+  // Of the pairing card's button. Empty: the button opens the page of privacy settings, no more.
+  std::function<void()> onRequestPermissions;
 };
 
 // What the window acts through. All of it outlives the controller.

@@ -52,11 +52,6 @@ bool ServerConnection::learnAtoms() {
   return isComplete;
 }
 
-platform::Size ServerConnection::screenSize() const {
-  return {.width = static_cast<double>(screen->width_in_pixels),
-          .height = static_cast<double>(screen->height_in_pixels)};
-}
-
 xcb_get_property_cookie_t ServerConnection::askProperty(WindowID window, Atom name, std::uint32_t length) const {
   return xcb_get_property(link, 0, window, names[name], XCB_GET_PROPERTY_TYPE_ANY, 0, length);
 }

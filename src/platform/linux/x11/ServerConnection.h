@@ -33,7 +33,6 @@ class ServerConnection {
   [[nodiscard]] bool isBroken() const { return xcb_connection_has_error(link) != 0; }
   [[nodiscard]] xcb_connection_t* get() const { return link; }
   [[nodiscard]] xcb_window_t root() const { return screen->root; }
-  [[nodiscard]] platform::Size screenSize() const;
   [[nodiscard]] const Atoms& atoms() const { return names; }
 
   // Asks for the first `length` units of four bytes; `property` waits for the answer.

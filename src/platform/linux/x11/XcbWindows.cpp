@@ -24,6 +24,7 @@ struct RootAnswers {
   bool isManaged = true;  // Whether a window manager lists the windows.
   std::optional<WindowID> active;
   std::optional<std::uint32_t> currentDesktop;
+  std::optional<platform::Size> screen;
 };
 
 std::vector<WindowID> childrenOf(const ServerConnection& server, xcb_query_tree_cookie_t cookie) {
@@ -43,6 +44,7 @@ RootAnswers askRoot(const ServerConnection& server) {
   const auto active = server.askProperty(root, Atom::netActiveWindow, 1);
   const auto desktop = server.askProperty(root, Atom::netCurrentDesktop, 1);
   const auto tree = xcb_query_tree(server.get(), root);
+  const auto geometry = xcb_get_geometry(server.get(), root);
 
   const Atoms& atoms = server.atoms();
   const auto byStacking = server.property(stacking);
@@ -56,6 +58,10 @@ RootAnswers askRoot(const ServerConnection& server) {
   answers.currentDesktop = numberOf(server.property(desktop), atoms[Atom::cardinal]);
   auto children = childrenOf(server, tree);
   if (!answers.isManaged) answers.windows = std::move(children);
+  const ReplyPointer<xcb_get_geometry_reply_t> bounds{xcb_get_geometry_reply(server.get(), geometry, nullptr)};
+  if (bounds) {
+    answers.screen = {.width = static_cast<double>(bounds->width), .height = static_cast<double>(bounds->height)};
+  }
   return answers;
 }
 
@@ -125,7 +131,7 @@ WindowsSnapshot XcbWindows::snapshot() {
 
   const WindowSurroundings surroundings{
       .atoms = server->atoms(), .hostName = hostName(), .root = server->root(), .currentDesktop = root.currentDesktop};
-  WindowsSnapshot snapshot{.active = root.active, .currentDesktop = root.currentDesktop};
+  WindowsSnapshot snapshot{.active = root.active, .currentDesktop = root.currentDesktop, .screen = root.screen};
   for (std::size_t i = 0; i < root.windows.size(); ++i) {
     const auto raw = takeAnswers(*server, root.windows[i], inquiries[i], root.isManaged);
     if (raw) snapshot.windows.push_back(readWindow(*raw, surroundings));
@@ -135,25 +141,24 @@ WindowsSnapshot XcbWindows::snapshot() {
 }
 
 bool XcbWindows::activate(WindowID window) {
+  return askWindowManager(window, Atom::netActiveWindow, kSourcePager, kCurrentTime);
+}
+
+bool XcbWindows::close(WindowID window) {
+  return askWindowManager(window, Atom::netCloseWindow, kCurrentTime, kSourcePager);
+}
+
+bool XcbWindows::askWindowManager(WindowID window, Atom request, std::uint32_t first, std::uint32_t second) {
   const MutexLock lock(mutex);
   const auto* const server = link.connection();
   if (server == nullptr) return false;
   const auto manager = server->property(server->askProperty(server->root(), Atom::netSupportingWMCheck, 1));
-  if (manager.type == 0) return false;
-  return server->askWindowManager(window, Atom::netActiveWindow, kSourcePager, kCurrentTime);
+  return manager.type != 0 && server->askWindowManager(window, request, first, second);
 }
 
-bool XcbWindows::close(WindowID window) {
-  const MutexLock lock(mutex);
-  const auto* const server = link.connection();
-  return server != nullptr && server->askWindowManager(window, Atom::netCloseWindow, kCurrentTime, kSourcePager);
-}
-
-std::optional<platform::Size> XcbWindows::screenSize() {
-  const MutexLock lock(mutex);
-  const auto* const server = link.connection();
-  if (server == nullptr) return std::nullopt;
-  return server->screenSize();
+std::optional<std::string> XcbWindows::limitation() const {
+  if (isAvailable()) return std::nullopt;
+  return "No X server can be reached: windows are not listed, and no click or key can be sent.";
 }
 
 }  // namespace quillard::x11

@@ -27,10 +27,12 @@ class XcbWindows final : public Windows {
 
   // Asks the window manager to close the window, as its own close button does. False: could not be asked.
   bool close(WindowID window);
-  // Of the root window, in pixels. Absent without an X server.
-  [[nodiscard]] std::optional<platform::Size> screenSize();
+  // One line that says what cannot be done, when no X server can be reached.
+  [[nodiscard]] std::optional<std::string> limitation() const;
 
  private:
+  bool askWindowManager(WindowID window, Atom request, std::uint32_t first, std::uint32_t second);
+
   mutable Mutex mutex;
   mutable ServerLink link QUILLARD_GUARDED_BY(mutex);
 };

@@ -61,6 +61,7 @@ struct ClickWorld : DetectionWorld {
     queue->post([&] {
       outcome = ClickExecutor::click(resolved.value(), {world.accessibility(), events, world.time()}, questions());
       took = world.time().monotonicNow() - start;
+      wasPresentAtEnd = isPromptPresent();
     });
     world.advance(platform::Seconds{60});
     return outcome.value();
@@ -109,6 +110,7 @@ struct ClickWorld : DetectionWorld {
   std::function<bool()> detectorSees;                               // Empty: what the detector sees.
   std::optional<platform::Instant> stopAt;
   platform::Seconds took{0};
+  bool wasPresentAtEnd = false;
   int presenceChecks = 0;
   int searches = 0;
   bool hasChanged = false;

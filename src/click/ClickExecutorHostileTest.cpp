@@ -89,6 +89,16 @@ std::function<void(ClickWorld&)> prompt(const PressEffect& effect, std::function
   };
 }
 
+// The approved one is the last; the window names the other one.
+std::function<void(ClickWorld&)> twins(const std::function<void(ClickWorld&)>& more = {}) {
+  return [more](ClickWorld& world) {
+    auto dialog = world.question(PressEffect::doesNothing());
+    dialog.buttons = {"Deny", "Allow", "Allow"};
+    world.approve(dialog);
+    if (more) more(world);
+  };
+}
+
 // In a refused press the application takes none of the ways that go through accessibility; mouse and keys press by hand
 // and are refused as well.
 const std::vector<Row>& truthTable() {
@@ -176,6 +186,13 @@ const std::vector<Row>& truthTable() {
                 world.desktop().setHitTest(
                     [&world, other](auto) { return *world.desktop().findButton(other, "Allow"); });
               }),
+       kStillPresent, 7},
+      {"has a second button of the same label, the default one", twins(), kStillPresent, 5},
+      {"hit test lands on a second button of the same label",
+       twins([](ClickWorld& world) { world.desktop().setHitTest([&world](auto) { return world.button("Allow"); }); }),
+       kStillPresent, 2},
+      {"has a default button that cannot be pressed by a request",
+       prompt(PressEffect::doesNothing(), [](ClickWorld& world) { world.desktop().setActions(world.button(), {}); }),
        kStillPresent, 7},
       {"loses all events", prompt(nothing, [](ClickWorld& world) { world.events.setLosesEvents(true); }), kStillPresent,
        4},

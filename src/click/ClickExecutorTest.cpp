@@ -309,6 +309,15 @@ TEST_F(ClickExecutorTest, TheMousePressesAtTheCentreOfTheButton) {
   EXPECT_TRUE(std::all_of(events.posted().begin(), events.posted().end(), isThere));
 }
 
+TEST_F(ClickExecutorTest, APromptThatComesUpUnderThePointerBeforeItGoesDownIsNotClicked) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().later(Seconds{10.95}, [this] { desktop().open(application, question()); });
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_EQ(wrongPresses, Lines{});
+  EXPECT_EQ(events.posted().back().mouse, MouseEventType::moved) << "which is where it went at 10.92 s";
+  EXPECT_EQ(took, ms(11000));
+}
+
 TEST_F(ClickExecutorTest, EventsThatGetLostAreNoHarm) {
   approve(question(PressEffect::fails(AXError::failure)));
   events.setLosesEvents(true);
@@ -356,6 +365,34 @@ TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
   desktop().unhang(application);
   world.advance(Seconds{1});
   EXPECT_TRUE(desktop().presses().empty()) << "nothing was asked of it that it could do late";
+}
+
+TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
+  approve(question());
+  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As nobody had set it.
+  detectorSees = [] { return true; };
+  findsAgain = [] { return std::nullopt; };
+  desktop().hang(application);
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(took, ms(400)) << "one look before the press, one for whether it died";
+}
+
+TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) {
+  approve(question(PressEffect::fails(AXError::failure)));
+  const auto other = desktop().launch({.name = "Other"});
+  const auto above = desktop().open(other, question());
+  detectorSees = [] { return true; };
+  desktop().setRequestHook([&](const AXRequest& request) {
+    if (request.name != ax::kRaiseAction) return;
+    desktop().hang(other);
+    world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
+    desktop().later(Seconds{0.05}, [&] { desktop().raise(above); });
+  });
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_LT(took, Seconds{12});
+  EXPECT_TRUE(std::none_of(events.posted().begin(), events.posted().end(),
+                           [](const PostedEvent& event) { return event.mouse.has_value(); }));
+  EXPECT_FALSE(desktop().pressed(above).has_value());
 }
 
 TEST_F(ClickExecutorTest, APressThatASlowApplicationTakesLateIsNotRepeated) {

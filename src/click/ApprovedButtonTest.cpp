@@ -76,6 +76,29 @@ TEST_F(ApprovedButtonTest, ASecondHandleIsTheSameButtonOnlyByLabelPlaceAndWindow
   EXPECT_FALSE(approved().isSameButton(element(desktop().addChild(otherWindow, twin))));
 }
 
+TEST_F(ApprovedButtonTest, AnswersForAWindowThatNamesIt) {
+  EXPECT_TRUE(approved().answersForWindow(element(prompt)));
+  desktop().setAttribute(prompt, ax::kDefaultButton, element(button("Always Allow")));
+  EXPECT_FALSE(approved().answersForWindow(element(prompt))) << "though both confirm";
+}
+
+TEST_F(ApprovedButtonTest, AnswersForAWindowThatNamesNoneOnlyAsTheOnlyButtonOfItsMeaning) {
+  desktop().removeAttribute(prompt, ax::kDefaultButton);
+  EXPECT_FALSE(approved().answersForWindow(element(prompt)));
+  desktop().close(button("Always Allow"));
+  EXPECT_TRUE(approved().answersForWindow(element(prompt)));
+  for (int i = 0; i < 120; ++i) desktop().addChild(prompt, {.role = "AXGroup"});
+  EXPECT_FALSE(approved().answersForWindow(element(prompt))) << "there may be others further down";
+}
+
+TEST_F(ApprovedButtonTest, DoesNotAnswerForAWindowThatDoesNotSay) {
+  desktop().close(button("Always Allow"));
+  desktop().setAttributeError(prompt, ax::kDefaultButton, platform::AXError::cannotComplete);
+  EXPECT_FALSE(approved().answersForWindow(element(prompt)));
+  desktop().setAttribute(prompt, ax::kDefaultButton, std::string{"Allow"});
+  EXPECT_FALSE(approved().answersForWindow(element(prompt)));
+}
+
 TEST_F(ApprovedButtonTest, AnotherWindowWithTheKeysTakesThemAway) {
   world.desktop().setFocusedWindow(prompt);
   EXPECT_TRUE(approved().hasKeysOfProcess());

@@ -279,6 +279,36 @@ TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptGoesWhileTheButtonIsLookedFo
   EXPECT_EQ(click(), std::nullopt);
 }
 
+TEST_F(ClickExecutorTest, ARefusalBeyondDoubtIsNoPressThatLanded) {
+  approve(question());
+  desktop().setActions(button(), {});
+  bool wasRefused = false;
+  desktop().setRequestHook([this, &wasRefused](const AXRequest& request) {
+    if (wasRefused) desktop().close(prompt);  // By hand.
+    wasRefused = wasRefused || request.kind == AXRequestKind::performAction;
+  });
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+}
+
+TEST_F(ClickExecutorTest, AButtonThatOffersNoPressIsNotAskedForItAsTheWindowsOwn) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().setActions(button(), {"AXShowMenu"});
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(trace()[0], "0.000 AXPress Allow");
+  EXPECT_EQ(trace()[7], "0.100 AXFocused Allow");
+}
+
+TEST_F(ClickExecutorTest, APromptThatGoesAtTheVeryLastMomentIsGone) {
+  approve(question(PressEffect::doesNothing()));
+  click();
+  const int all = presenceChecks;
+  ClickWorld other;
+  other.approve(other.question(PressEffect::doesNothing()));
+  other.detectorSees = [&] { return other.presenceChecks < all; };
+  EXPECT_EQ(other.click(), std::nullopt);
+  EXPECT_EQ(other.presenceChecks, all);
+}
+
 // ---- Synthetic events
 
 TEST_F(ClickExecutorTest, WithoutAnEventTheAttemptEndsAndNothingIsPosted) {
@@ -354,6 +384,16 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
   EXPECT_EQ(trace(), Lines{});
 }
 
+TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
+  approve(question());
+  detectorSees = [this] {
+    stopAt = world.time().monotonicNow();
+    return true;
+  };
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(trace(), Lines{});
+}
+
 // ---- Hung applications
 
 TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
@@ -369,7 +409,8 @@ TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
   approve(question());
-  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As nobody had set it.
+  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if nobody had.
+  world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
   detectorSees = [] { return true; };
   findsAgain = [] { return std::nullopt; };
   desktop().hang(application);

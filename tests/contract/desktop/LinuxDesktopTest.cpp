@@ -72,7 +72,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
     };
     for (const auto& line : wish.lines) add("--text", line);
     for (const auto& label : wish.buttons) add("--button", label);
-    if (wish.hasSecureTextField) add("--typed-secret", "hunter2");
+    if (wish.hasSecureTextField) arguments.emplace_back("--secret");
     if (wish.at)
       add("--at", std::to_string(static_cast<int>(wish.at->x)) + "," + std::to_string(static_cast<int>(wish.at->y)));
     if (wish.successor) {

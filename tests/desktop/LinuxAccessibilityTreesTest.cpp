@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "desktop/LinuxAccessibilityWorld.h"
+#include "desktop/SampleClient.h"
+#include "detection/PromptReader.h"
 
 // What the agent sees of, and does to, dialogs of real toolkits.
 namespace quillard::test {
@@ -44,8 +46,15 @@ class PromptOfToolkit : public testing::TestWithParam<Kit> {
   }
 
   // "Allow" was pressed, as the program itself tells.
-  bool saysAllowed() {
-    return GetParam() == Kit::gtk3 ? program.wait() == 0 : program.waitForOutput("\nAllow\n");
+  bool saysAllowed() { return GetParam() == Kit::gtk3 ? program.wait() == 0 : program.waitForOutput("\nAllow\n"); }
+
+  // Puts the prompt away, and waits until that is seen.
+  bool minimise() {
+    SampleClient client{world.desktop.display()};
+    for (const auto& known : world.windows.snapshot().windows) {
+      if (known.processIdentifier == program.pid()) client.minimise(known.id);
+    }
+    return waitFor([&] { return flag(*window, ax::kMinimized) == true; });
   }
 
   std::optional<bool> flag(const AXUIElement& element, std::string_view name) {
@@ -96,8 +105,10 @@ TEST_P(PromptOfToolkit, IsFoundAloneByAScopeThatWasPreparedForIt) {
   const auto scope = world.accessibility.beginReadScope();
   scope->prepareApplications({&application, 1}, 80);
   const auto before = world.accessibility.counters().calls.load();
-  const auto outline = world.outline(*scope, *window);
-  EXPECT_NE(outline.find("'Allow the example?'"), std::string::npos);
+  const auto reading = PromptReader::readPrompt(
+      *scope, {.window = *window, .appName = "Example", .processIdentifier = program.pid()}, 80);
+  EXPECT_EQ(reading.evidence.messageLines, std::vector<std::string>{"Allow the example?"});
+  EXPECT_EQ(reading.buttons.size(), 2U);
   EXPECT_EQ(world.accessibility.counters().calls.load(), before) << "Everything was read when it was prepared.";
 }
 
@@ -115,8 +126,7 @@ TEST_P(PromptOfToolkit, GoesAwayWhenItsButtonIsPressed) {
 
 TEST_P(PromptOfToolkit, IsReadAndPressedWhileItIsMinimised) {
   ASSERT_TRUE(window);
-  ASSERT_TRUE(minimise(world.desktop.display(), program.pid()));
-  ASSERT_TRUE(waitFor([&] { return flag(*window, ax::kMinimized) == true; }));
+  ASSERT_TRUE(minimise());
   const auto allow = button("Allow");
   ASSERT_TRUE(allow) << world.outline(world.accessibility, *window);
   (void)world.accessibility.performAction(*allow, ax::kPressAction);
@@ -125,8 +135,7 @@ TEST_P(PromptOfToolkit, IsReadAndPressedWhileItIsMinimised) {
 
 TEST_P(PromptOfToolkit, ComesBackWhenMinimisedIsSetToFalse) {
   ASSERT_TRUE(window);
-  ASSERT_TRUE(minimise(world.desktop.display(), program.pid()));
-  ASSERT_TRUE(waitFor([&] { return flag(*window, ax::kMinimized) == true; }));
+  ASSERT_TRUE(minimise());
   EXPECT_EQ(world.accessibility.setAttributeValue(*window, ax::kMinimized, false), AXError::success);
   EXPECT_TRUE(waitFor([&] { return flag(*window, ax::kMinimized) == false; }));
   EXPECT_EQ(AXHelpers::stringAttribute(world.accessibility, *window, ax::kTitle), "Permission");
@@ -177,7 +186,8 @@ TEST_P(PromptOfToolkit, IsNotAtAPointWhereAnotherWindowCoversIt) {
   ASSERT_TRUE(allow);
   const auto frame = AXHelpers::frame(world.accessibility, *allow);
   ASSERT_TRUE(frame);
-  const SampleClient cover{world.desktop.display(), *frame};
+  SampleClient cover{world.desktop.display()};
+  cover.open({.name = "Cover", .bounds = *frame});
   const Point centre{frame->x + frame->width / 2, frame->y + frame->height / 2};
   EXPECT_TRUE(waitFor([&] {
     const auto hit = world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centre);
@@ -229,7 +239,7 @@ TEST_P(PromptOfToolkit, IsGoneWithItsProgram) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Toolkits, PromptOfToolkit, testing::Values(Kit::gtk3, Kit::qt, Kit::gtk4),
-                         [](const auto& info) { return nameOf(info.param); });
+                         [](const auto& kit) { return nameOf(kit.param); });
 
 }  // namespace
 }  // namespace quillard::test

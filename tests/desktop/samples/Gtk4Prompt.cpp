@@ -119,7 +119,8 @@ void Gtk4Prompt::addHidden(GtkWidget* area) {
 void Gtk4Prompt::addWindowPrompt(GtkWidget* area) {
   add(area, gtk_label_new("The page behind the prompt"));
   add(area, boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT));
-  GtkWidget* const prompt = boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT_DIALOG);
+  GtkWidget* const prompt =
+      boxWithRole(options.isPromptDialog ? GTK_ACCESSIBLE_ROLE_DIALOG : GTK_ACCESSIBLE_ROLE_ALERT);
   name(prompt, options.promptTitle);
   for (const auto& text : options.texts) add(prompt, gtk_label_new(text.c_str()));
   addFields(prompt);

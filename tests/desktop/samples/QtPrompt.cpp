@@ -156,7 +156,7 @@ void QtPrompt::addWindowPrompt(QVBoxLayout& area) {
   setRole(empty, QAccessible::AlertMessage);
   area.addWidget(empty);
   auto* const prompt = new QWidget;
-  setRole(prompt, QAccessible::AlertMessage);
+  setRole(prompt, options.isPromptDialog ? QAccessible::Dialog : QAccessible::AlertMessage);
   prompt->setAccessibleName(text(options.promptTitle));
   auto* const inside = new QVBoxLayout(prompt);
   for (const auto& line : options.texts) inside->addWidget(new QLabel(text(line)));

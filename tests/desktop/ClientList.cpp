@@ -43,7 +43,8 @@ void ClientList::close(std::uint32_t window) {
   message.data.data32[1] = 2;  // As from a pager: in the user's name.
   xcb_send_event(connection.get(), 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                  reinterpret_cast<const char*>(&message));
-  xcb_flush(connection.get());
+  // Waits until the server has had it, for it drops what a closed connection leaves unread.
+  static_cast<void>(owned(xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr)));
 }
 
 std::string ClientList::property(std::uint32_t window, const std::string& name) {

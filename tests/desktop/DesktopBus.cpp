@@ -75,6 +75,10 @@ bool DesktopBus::isAccessibilityEnabled() {
          isEnabled != 0;
 }
 
+void DesktopBus::reloadConfiguration() {
+  if (!call(bus.get(), kBusName, kBusPath, kBusName, "ReloadConfig", "")) throw std::runtime_error("No new services");
+}
+
 bool DesktopBus::setServiceEnvironment(const std::vector<std::string>& variables) {
   sd_bus_message* made = nullptr;
   if (sd_bus_message_new_method_call(bus.get(), &made, kBusName, kBusPath, kBusName, "UpdateActivationEnvironment") < 0)

@@ -25,6 +25,8 @@ class DesktopBus {
   [[nodiscard]] std::string accessibilityBusAddress();
   bool setAccessibilityEnabled(bool isEnabled);
   [[nodiscard]] bool isAccessibilityEnabled();
+  // Reads anew which services the bus can start.
+  void reloadConfiguration();
   // For services that the bus starts by itself: "NAME=value".
   bool setServiceEnvironment(const std::vector<std::string>& variables);
 

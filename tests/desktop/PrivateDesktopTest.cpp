@@ -284,6 +284,19 @@ TEST(PrivateDesktop, RunsACopyOfAProgramUnderAnotherName) {
   EXPECT_TRUE(waitFor([&] { return fs::read_symlink(link) == path; }));
 }
 
+TEST(PrivateDesktop, DescribesProgramsAndServicesAsInstalledOnesAre) {
+  const PrivateDesktop desktop({.hasDisplay = false, .accessibility = Options::Accessibility::missing});
+  desktop.addDesktopEntry("org.example.Gatekeeper", "[Desktop Entry]\nType=Application\nName=Gatekeeper\n");
+  EXPECT_TRUE(fs::exists(desktop.folder("data/applications/org.example.Gatekeeper.desktop")));
+  DesktopBus bus(desktop.sessionBusAddress());
+  EXPECT_FALSE(bus.ping("org.example.Nobody", "/"));
+  // Started because it is asked for: whether it then takes the name is its own affair.
+  const std::string mark = desktop.folder("tmp/started");
+  desktop.addBusService("org.example.Somebody", "/bin/sh -c 'touch " + mark + "; exit 1'");
+  EXPECT_FALSE(bus.ping("org.example.Somebody", "/"));
+  EXPECT_TRUE(waitFor([&] { return fs::exists(mark); }));
+}
+
 TEST(PrivateDesktop, LosesItsServersWhenAsked) {
   PrivateDesktop desktop;
   desktop.killAccessibilityBus();

@@ -127,7 +127,7 @@ void Gtk3Prompt::addWindowPrompt(GtkWidget* area) {
   describe(empty, ATK_ROLE_ALERT, "");
   add(area, empty);
   GtkWidget* const prompt = box(GTK_ORIENTATION_VERTICAL);
-  describe(prompt, ATK_ROLE_ALERT, options.promptTitle);
+  describe(prompt, options.isPromptDialog ? ATK_ROLE_DIALOG : ATK_ROLE_ALERT, options.promptTitle);
   for (const auto& text : options.texts) add(prompt, gtk_label_new(text.c_str()));
   addFields(prompt);
   addButtons(prompt);

@@ -29,14 +29,14 @@ class Gtk4Prompt {
   void addDialogButtons(GtkWidget* made);
   GtkWidget* addButton(GtkWidget* area, const std::string& label);
   void show();
-  void placeWindow();
+  void setDialogType();
   void pressed(int index, const std::string& label);
   void succeed();
   void close() { g_main_loop_quit(loop); }
 
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
-  static void onMapped(GdkSurface* surface, GParamSpec*, gpointer self);
+  static gboolean onTick(gpointer self);
 
   SampleOptions options;
   SampleOutcome outcome;
@@ -119,7 +119,8 @@ void Gtk4Prompt::addHidden(GtkWidget* area) {
 void Gtk4Prompt::addWindowPrompt(GtkWidget* area) {
   add(area, gtk_label_new("The page behind the prompt"));
   add(area, boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT));
-  GtkWidget* const prompt = boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT_DIALOG);
+  GtkWidget* const prompt =
+      boxWithRole(options.isPromptDialog ? GTK_ACCESSIBLE_ROLE_DIALOG : GTK_ACCESSIBLE_ROLE_ALERT);
   name(prompt, options.promptTitle);
   for (const auto& text : options.texts) add(prompt, gtk_label_new(text.c_str()));
   addFields(prompt);
@@ -214,23 +215,19 @@ void Gtk4Prompt::show() {
   if (parent) gtk_window_set_transient_for(GTK_WINDOW(made), GTK_WINDOW(parent));
   gtk_window_set_modal(GTK_WINDOW(made), options.isModal);
   gtk_widget_realize(made);
-  placeWindow();
-  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(made));
-  g_signal_connect(surface, "notify::mapped", G_CALLBACK(&Gtk4Prompt::onMapped), this);
+  if (options.hasDialogType) setDialogType();
   gtk_window_present(GTK_WINDOW(made));
+  g_timeout_add(5, &Gtk4Prompt::onTick, this);
 }
 
-// GTK 4 leaves these to the window manager; the X server still takes them.
-void Gtk4Prompt::placeWindow() {
+// GTK 4 leaves it to itself.
+void Gtk4Prompt::setDialogType() {
   GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(window));
   Display* const display = GDK_SURFACE_XDISPLAY(surface);
-  const Window id = GDK_SURFACE_XID(surface);
-  if (options.hasDialogType) {
-    const Atom type = XInternAtom(display, "_NET_WM_WINDOW_TYPE_DIALOG", False);
-    XChangeProperty(display, id, XInternAtom(display, "_NET_WM_WINDOW_TYPE", False),
-                    XInternAtom(display, "ATOM", False), 32, PropModeReplace,
-                    reinterpret_cast<const unsigned char*>(&type), 1);
-  }
+  const Atom type = XInternAtom(display, "_NET_WM_WINDOW_TYPE_DIALOG", False);
+  XChangeProperty(display, GDK_SURFACE_XID(surface), XInternAtom(display, "_NET_WM_WINDOW_TYPE", False),
+                  XInternAtom(display, "ATOM", False), 32, PropModeReplace,
+                  reinterpret_cast<const unsigned char*>(&type), 1);
 }
 
 void Gtk4Prompt::onResponse(GtkDialog*, int response, gpointer self) {
@@ -245,9 +242,24 @@ void Gtk4Prompt::onClicked(GtkButton* button, gpointer self) {
   static_cast<Gtk4Prompt*>(self)->pressed(index, gtk_button_get_label(button));
 }
 
-void Gtk4Prompt::onMapped(GdkSurface* surface, GParamSpec*, gpointer self) {
+// True once the window manager has taken a window over: what it is asked before that gets lost.
+bool isManaged(GdkSurface* surface) {
+  Display* const display = GDK_SURFACE_XDISPLAY(surface);
+  Atom type = None;
+  int format = 0;
+  unsigned long count = 0;
+  unsigned long rest = 0;
+  unsigned char* bytes = nullptr;
+  XGetWindowProperty(display, GDK_SURFACE_XID(surface), XInternAtom(display, "WM_STATE", False), 0, 1, False,
+                     AnyPropertyType, &type, &format, &count, &rest, &bytes);
+  if (bytes) XFree(bytes);
+  return type != None;
+}
+
+gboolean Gtk4Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
-  if (!gdk_surface_get_mapped(surface)) return;
+  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(prompt.window));
+  if (!isManaged(surface)) return TRUE;
   if (prompt.options.at) {
     XMoveWindow(GDK_SURFACE_XDISPLAY(surface), GDK_SURFACE_XID(surface), prompt.options.at->first,
                 prompt.options.at->second);
@@ -255,6 +267,7 @@ void Gtk4Prompt::onMapped(GdkSurface* surface, GParamSpec*, gpointer self) {
   if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
   prompt.options.isMinimised = false;
   prompt.outcome.windowIsUp();
+  return FALSE;
 }
 
 // A button that is none of the choices only leaves its line of output.

@@ -38,6 +38,7 @@ using Values = std::map<std::string, std::function<void(SampleOptions&, const st
 const Flags& flags() {
   static const Flags flags{
       {"--modal", [](auto& options) { options.isModal = true; }},
+      {"--prompt-is-dialog", [](auto& options) { options.isPromptDialog = true; }},
       {"--dialog-type", [](auto& options) { options.hasDialogType = true; }},
       {"--secret", [](auto& options) { options.hasSecret = true; }},
       {"--toolbar", [](auto& options) { options.hasToolbar = true; }},

@@ -24,6 +24,7 @@ struct SampleOptions {
   Kind kind = Kind::messageBox;
   std::string title;                 // Of the window. Empty: the program sets none.
   std::string promptTitle;           // Of the prompt inside, for windowPrompt.
+  bool isPromptDialog = false;       // That one calls itself a dialog; otherwise an alert.
   std::vector<std::string> texts;    // One a label; in message boxes the first is the question, the others go together.
   std::vector<std::string> buttons;  // In this order in the program; toolkits arrange them as they like.
   int defaultButton = -1;            // Counted from 0; -1: none.

@@ -76,7 +76,8 @@ void setVariable(const std::string& name, const std::string& value) {
 
 }  // namespace
 
-PrivateDesktop::PrivateDesktop(const Options& options) : options(options), keeper(root.lifelineDescriptor()) {
+PrivateDesktop::PrivateDesktop(const Options& options)
+    : options(options), keeper(root.lifelineDescriptor(), root.path()) {
   const auto begin = std::chrono::steady_clock::now();
   makeFolders();
   startDisplayAndBus();
@@ -163,14 +164,24 @@ void PrivateDesktop::setAccessibilityEnabled(bool isEnabled) {
   }
 }
 
+void PrivateDesktop::killDisplay() {
+  xServer.at(0).end();  // SIGKILL would leave its socket among those of the machine.
+  static_cast<void>(xServer.at(0).wait());
+}
+
 void PrivateDesktop::killAccessibilityBus() {
-  // It belongs to the launcher, which would say farewell for it: that one stands still meanwhile.
-  const pid_t registry = DesktopBus(accessibilityBus).processOf("org.a11y.atspi.Registry");
   const pid_t bus = DesktopBus(accessibilityBus).processOf("org.freedesktop.DBus");
-  for (const pid_t pid : {bus, registry}) {
-    if (pid > 0) ::kill(pid, SIGKILL);
-  }
-  accessibilityServer.at(0).kill();
+  accessibilityServer.at(0).kill();  // First, lest it starts another one.
+  if (bus > 0) ::kill(bus, SIGKILL);
+  const bool isGone = waitFor([&] {
+    try {
+      const DesktopBus another(accessibilityBus);
+      return false;
+    } catch (const std::runtime_error&) {
+      return true;
+    }
+  });
+  if (!isGone) throw std::runtime_error("The accessibility bus does not go");
 }
 
 PrivateDesktop::Variables PrivateDesktop::variables() const {

@@ -78,8 +78,8 @@ class PrivateDesktop {
   // Writes the whole screen as PNG. There must be a display.
   void screenshot(const std::string& path) const;
 
-  // Ends without warning, for tests of what happens then.
-  void killDisplay() { xServer.at(0).kill(); }
+  // End without a warning to programs, for tests of what happens then, and wait until they have gone.
+  void killDisplay();
   void killSessionBus() { busServer.at(0).kill(); }
   void killAccessibilityBus();
 
@@ -100,11 +100,11 @@ class PrivateDesktop {
   Variables replaced;  // The test's own, an empty value for what was not set.
   int startedPrograms = 0;
   const TemporaryFolder root;
-  ProgramKeeper keeper;
   std::vector<DesktopProgram> xServer;  // Each of these holds one at most.
   std::vector<DesktopProgram> busServer;
   std::vector<DesktopProgram> accessibilityServer;
   std::vector<DesktopProgram> otherServers;
+  ProgramKeeper keeper;  // Goes first, and lets servers tidy up; each of them alone would be killed.
 };
 
 }  // namespace quillard::test

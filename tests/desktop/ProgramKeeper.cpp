@@ -51,7 +51,7 @@ void sendWithDescriptors(int socket, const std::string& bytes,
 
 }  // namespace
 
-ProgramKeeper::ProgramKeeper(int lifeline) {
+ProgramKeeper::ProgramKeeper(int lifeline, std::string name) {
   std::array<int, 2> ends{-1, -1};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) throw std::runtime_error("socketpair");
   socket = ends[0];
@@ -64,7 +64,7 @@ ProgramKeeper::ProgramKeeper(int lifeline) {
   ::posix_spawnattr_init(&attributes);
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);  // A signal to the test's group is not for it.
   std::string path = QUILLARD_DESKTOP_KEEPER;
-  std::array<char*, 2> arguments{path.data(), nullptr};
+  std::array<char*, 3> arguments{path.data(), name.data(), nullptr};
   const int error = ::posix_spawn(&keeper, path.c_str(), &actions, &attributes, arguments.data(), environ);
   ::posix_spawnattr_destroy(&attributes);
   ::posix_spawn_file_actions_destroy(&actions);

@@ -14,8 +14,9 @@ namespace quillard::test {
 // when this object goes or the test is killed. Programs get nothing of the test's: no descriptor, no environment.
 class ProgramKeeper {
  public:
-  // `lifeline`: a descriptor that the keeper holds until everything has gone.
-  explicit ProgramKeeper(int lifeline);
+  // `lifeline`: a descriptor that the keeper holds until everything has gone. `name` tells keepers apart in a list of
+  // processes.
+  ProgramKeeper(int lifeline, std::string name);
   ProgramKeeper(const ProgramKeeper&) = delete;
   ProgramKeeper& operator=(const ProgramKeeper&) = delete;
   // Waits until everything has gone.

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <utility>
 
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "platform/linux/x11/WindowListing.h"
@@ -21,7 +21,7 @@ constexpr auto kLongestReuse = std::chrono::milliseconds{20};
 // An open descriptor keeps the number from meaning another process between the check and the signal.
 class ProcessHandle {
  public:
-  explicit ProcessHandle(std::int32_t process) : descriptor(::pidfd_open(process, 0)) {}
+  explicit ProcessHandle(std::int32_t process) : descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0U))) {}
   ~ProcessHandle() {
     if (descriptor >= 0) ::close(descriptor);
   }
@@ -29,7 +29,7 @@ class ProcessHandle {
   ProcessHandle& operator=(const ProcessHandle&) = delete;
 
   [[nodiscard]] bool terminate() const {
-    return descriptor >= 0 && ::pidfd_send_signal(descriptor, SIGTERM, nullptr, 0) == 0;
+    return descriptor >= 0 && ::syscall(SYS_pidfd_send_signal, descriptor, SIGTERM, nullptr, 0U) == 0;
   }
 
  private:

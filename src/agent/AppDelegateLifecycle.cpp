@@ -128,11 +128,10 @@ void AppDelegate::configureApplicationMenu() {
 void AppDelegate::setApplicationMenu() {
   using platform::ApplicationMenuAction;
   platform.application.setApplicationMenu(
-      "Quillard",
-      {{.title = "About Quillard", .action = ApplicationMenuAction::standardAboutPanel},
-       *checkForUpdatesMenuItem,
-       {},
-       {.title = "Quit Quillard", .action = ApplicationMenuAction::terminate, .keyEquivalent = "q"}});
+      "Quillard", {{.title = "About Quillard", .action = ApplicationMenuAction::standardAboutPanel},
+                   *checkForUpdatesMenuItem,
+                   {},
+                   {.title = "Quit Quillard", .action = ApplicationMenuAction::terminate, .keyEquivalent = "q"}});
 }
 
 void AppDelegate::configureMenuBar() {
@@ -183,10 +182,10 @@ void AppDelegate::startPromptDetection() {
       },
       MonitorSurroundings{mainThread, platform.workspace, platform.windowList, platform.environment});
   if (!eventMonitor->isRunning()) eventMonitor->start();
-  safetySweepTimer = mainThread.repeatEvery(AgentConfiguration::safetySweepInterval(platform.environment),
-                                            [weak = weak_from_this()] {
-                                              if (const auto self = weak.lock()) self->scheduleScan("safety-sweep");
-                                            });
+  safetySweepTimer =
+      mainThread.repeatEvery(AgentConfiguration::safetySweepInterval(platform.environment), [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->scheduleScan("safety-sweep");
+      });
   scheduleScan("prompt-detection-started");
 }
 
@@ -217,13 +216,12 @@ void AppDelegate::scheduleAccessibilityStatusTimer() {
 void AppDelegate::scheduleAccessibilityRechecks() {
   for (const Seconds delay : kAccessibilityRecheckDelays) {
     const auto number = ++accessibilityRecheckCount;
-    accessibilityRechecks[number] =
-        platform.executors.mainThread().postAfter(delay, [weak = weak_from_this(), number] {
-          const auto self = weak.lock();
-          if (!self) return;
-          self->accessibilityRechecks.erase(number);
-          self->handleAccessibilityStatusChangeIfNeeded(/*forceRefresh=*/true);
-        });
+    accessibilityRechecks[number] = platform.executors.mainThread().postAfter(delay, [weak = weak_from_this(), number] {
+      const auto self = weak.lock();
+      if (!self) return;
+      self->accessibilityRechecks.erase(number);
+      self->handleAccessibilityStatusChangeIfNeeded(/*forceRefresh=*/true);
+    });
   }
 }
 

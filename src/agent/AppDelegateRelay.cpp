@@ -49,12 +49,9 @@ void AppDelegate::startRelayIfConfigured() {
   relayRegistrationTask = std::make_unique<RelayRegistrationTask>(
       *configuration, secrets.relayAuthToken, platform.httpSessions, platform.executors.mainThread(),
       RelayRegistrationEvents{
-          .onRegistered =
-              [ifCurrent, url = std::get<std::string>(address), secrets] {
-                ifCurrent([&](AppDelegate& self) { self.relayTokenRegistered(url, secrets); });
-              },
-          .onRevoked =
-              [ifCurrent] { ifCurrent([](AppDelegate& self) { self.rotatePairingIdentityAfterUnpair(); }); },
+          .onRegistered = [ifCurrent, url = std::get<std::string>(address),
+                           secrets] { ifCurrent([&](AppDelegate& self) { self.relayTokenRegistered(url, secrets); }); },
+          .onRevoked = [ifCurrent] { ifCurrent([](AppDelegate& self) { self.rotatePairingIdentityAfterUnpair(); }); },
           .onFailure =
               [ifCurrent](const std::string& description) {
                 ifCurrent([&](AppDelegate& self) {
@@ -72,8 +69,7 @@ void AppDelegate::beginRelayGeneration() {
 
 void AppDelegate::relayTokenRegistered(const std::string& url, const InstallationSecrets& secrets) {
   if (!relayQueue) {
-    relayQueue =
-        platform.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
+    relayQueue = platform.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
   }
   auto client = std::make_unique<RelayClient>(
       RelayClientAccess{.url = url, .relaySecret = secrets.relayAuthToken, .cryptoSecret = secrets.e2eSecret},

@@ -35,28 +35,27 @@ std::unique_ptr<StatusWindowController> AppDelegate::makeStatusWindowController(
       if (const auto self = weak.lock()) ((*self).*operation)();
     };
   };
-  StatusWindowCallbacks callbacks{
-      .snapshotProvider =
-          [weak = weak_from_this(), platform = platform] {
-            const auto self = weak.lock();
-            return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
-          },
-      .onEnableLoginItem =
-          [weak = weak_from_this()] {
-            if (const auto self = weak.lock()) (void)self->loginItems.registerApplication();
-          },
-      .onUnpairPhone = calling(&AppDelegate::unpairPhoneFromStatusWindow),
-      .onCheckForUpdates = calling(&AppDelegate::checkForUpdates),
-      .onRequestPermissions = calling(&AppDelegate::requestPermissions),
-      .onPauseNotifications =
-          [weak = weak_from_this()](NotificationPauseOption option) {
-            if (const auto self = weak.lock()) self->pauseNotifications(option);
-          },
-      .onResumeNotifications = calling(&AppDelegate::resumeNotifications)};
+  StatusWindowCallbacks callbacks{.snapshotProvider =
+                                      [weak = weak_from_this(), platform = platform] {
+                                        const auto self = weak.lock();
+                                        return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
+                                      },
+                                  .onEnableLoginItem =
+                                      [weak = weak_from_this()] {
+                                        if (const auto self = weak.lock()) (void)self->loginItems.registerApplication();
+                                      },
+                                  .onUnpairPhone = calling(&AppDelegate::unpairPhoneFromStatusWindow),
+                                  .onCheckForUpdates = calling(&AppDelegate::checkForUpdates),
+                                  .onPauseNotifications =
+                                      [weak = weak_from_this()](NotificationPauseOption option) {
+                                        if (const auto self = weak.lock()) self->pauseNotifications(option);
+                                      },
+                                  .onResumeNotifications = calling(&AppDelegate::resumeNotifications),
+                                  .onRequestPermissions = calling(&AppDelegate::requestPermissions)};
   return std::make_unique<StatusWindowController>(
       std::move(callbacks),
-      StatusWindowSurroundings{platform.application, platform.executors, platform.statusWindowViews,
-                               platform.workspace, installLocation, loginItems, permissions});
+      StatusWindowSurroundings{platform.application, platform.executors, platform.statusWindowViews, platform.workspace,
+                               installLocation, loginItems, permissions});
 }
 
 MacStatusSnapshot AppDelegate::currentStatusSnapshot() {

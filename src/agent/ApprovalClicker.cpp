@@ -47,16 +47,16 @@ struct ApprovalClicker::Attempt {
 
   [[nodiscard]] std::optional<ClickError> run() const {
     if (*stopRequested) return ClickError::promptStillPresent;
-    return ClickExecutor::click(
-        button, surroundings,
-        {.isPromptStillPresent = [this] { return detector.isPromptStillPresent(approval); },
-         .refreshedButton =
-             [this] {
-               return focusedButton(focusResolver, approval, buttonLabel, [this](Seconds duration) {
-                 return waited(surroundings.clock, duration, *stopRequested);
-               });
-             },
-         .shouldStop = [this] { return stopRequested->load(); }});
+    return ClickExecutor::click(button, surroundings,
+                                {.isPromptStillPresent = [this] { return detector.isPromptStillPresent(approval); },
+                                 .refreshedButton =
+                                     [this] {
+                                       return focusedButton(
+                                           focusResolver, approval, buttonLabel, [this](Seconds duration) {
+                                             return waited(surroundings.clock, duration, *stopRequested);
+                                           });
+                                     },
+                                 .shouldStop = [this] { return stopRequested->load(); }});
   }
 };
 

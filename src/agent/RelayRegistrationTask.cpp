@@ -16,8 +16,8 @@ bool isRevoked(const RelayRegistrationFailure& failure) {
 }  // namespace
 
 RelayRegistrationTask::RelayRegistrationTask(RelayLaunchConfiguration configuration, platform::Secret relaySecret,
-                                             platform::HttpSessions& httpSessions,
-                                             platform::SerialExecutor& mainThread, RelayRegistrationEvents events)
+                                             platform::HttpSessions& httpSessions, platform::SerialExecutor& mainThread,
+                                             RelayRegistrationEvents events)
     : configuration(std::move(configuration)),
       relaySecret(std::move(relaySecret)),
       httpSessions(httpSessions),

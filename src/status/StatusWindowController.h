@@ -50,12 +50,13 @@ class StatusWindowController {
   // Comes to the front, also when it is shown already.
   void show();
   void close();
-  // Takes a new snapshot and shows it. Cheap enough to be called after every change of state.
+  // Takes a new snapshot and shows it. Cheap enough to be called after every change of state: while the window is
+  // hidden it does nothing, since showing takes a snapshot first.
   void refresh();
 
  private:
   class Implementation;
-  std::unique_ptr<Implementation> implementation;
+  std::shared_ptr<Implementation> implementation;  // Held weakly by timers and events.
 };
 
 }  // namespace quillard

@@ -111,9 +111,9 @@ bool SimulatedStatusWindow::dismissMenu() {
 
 bool SimulatedStatusWindow::closeByUser() {
   if (!isShown) return false;
-  dismissMenu();
-  isShown = false;
-  tell([](const StatusWindowEvents& told) {
+  tell([this](const StatusWindowEvents& told) {  // Told while this is there, since the events are its own.
+    if (!std::exchange(isShown, false)) return;
+    dismissMenu();
     if (told.onWillClose) told.onWillClose();
   });
   return true;

@@ -43,7 +43,7 @@ class SimulatedStatusWindow {
   bool click(StatusWindowButton button);
   bool chooseMenuItem(std::string_view title);
   bool dismissMenu();
-  bool closeByUser();
+  bool closeByUser();  // The window goes in that later turn, too.
   // Light to dark, or back: also while the window is hidden.
   void changeAppearance();
 

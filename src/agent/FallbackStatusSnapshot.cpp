@@ -1,5 +1,6 @@
 #include "agent/FallbackStatusSnapshot.h"
 
+#include "status/FallbackSnapshot.h"
 #include "system/InstallLocation.h"
 #include "system/LoginItemManager.h"
 
@@ -22,11 +23,8 @@ PairingSurroundings pairingSurroundings(const platform::Platform& platform) {
 
 MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform) {
   LoginItemManager loginItems{platform.bundle, platform.loginService, platform.workspace, platform.console};
-  return {.installedInApplications = InstallLocation{platform.bundle}.isRunningFromApplications(),
-          .accessibilityTrusted = platform.accessibility.isProcessTrusted(),
-          .loginItemStatus = loginItems.status(),
-          .relayConfigured = isRelayConfigured(platform),
-          .pairingCaption = "Start Quillard to see pairing details."};
+  return fallbackSnapshot(InstallLocation{platform.bundle}.isRunningFromApplications(),
+                          platform.accessibility.isProcessTrusted(), loginItems.status(), isRelayConfigured(platform));
 }
 
 }  // namespace quillard

@@ -12,23 +12,26 @@ constexpr std::size_t kLongestEscape = 6;      // "\u0001" for one byte.
 constexpr std::size_t kRecordOverhead = 1024;  // Names, identities, numbers and marks of a record; generously.
 constexpr std::size_t kButtonOverhead = 256;
 
-// At least as long as the record in JSON, without writing it.
-std::size_t atMost(const PendingApproval& approval) {
-  std::size_t text = approval.appName.size() + approval.bundleIdentifier.value_or("").size() +
-                     approval.windowTitle.size() + approval.windowRole.size() + approval.reason.size() +
-                     approval.recommendedButtonLabel.value_or("").size() +
-                     approval.directAccessReason.value_or("").size();
-  std::size_t overhead = kRecordOverhead;
-  for (const auto& line : approval.messageLines) text += line.size() + 1;
-  for (const auto& button : approval.buttons) {
-    text += button.label.size() + button.role.size();
-    overhead += kButtonOverhead;
-  }
-  return kLongestEscape * text + overhead;
+// What the texts of a record take before anything in them is escaped.
+std::size_t textBytes(const PendingApproval& approval) {
+  std::size_t bytes = approval.appName.size() + approval.bundleIdentifier.value_or("").size() +
+                      approval.windowTitle.size() + approval.windowRole.size() + approval.reason.size() +
+                      approval.recommendedButtonLabel.value_or("").size() +
+                      approval.directAccessReason.value_or("").size();
+  for (const auto& line : approval.messageLines) bytes += line.size() + 1;
+  for (const auto& button : approval.buttons) bytes += button.label.size() + button.role.size();
+  return bytes;
 }
 
-// With its comma. A record that cannot be written takes no place: sealing will say what is wrong with it.
-std::size_t length(const PendingApproval& approval) {
+// At least as long as the record in JSON.
+std::size_t atMost(const PendingApproval& approval) {
+  return kLongestEscape * textBytes(approval) + kRecordOverhead + kButtonOverhead * approval.buttons.size();
+}
+
+// With its comma. Not written for what is too long in any case. A record that cannot be written takes no place:
+// sealing will say what is wrong with it.
+std::size_t length(const PendingApproval& approval, std::size_t longestText) {
+  if (const auto bytes = textBytes(approval); bytes > longestText) return bytes;
   const auto text = pendingApprovalText(approval);
   return text ? text->size() + 1 : 0;
 }
@@ -77,7 +80,9 @@ FittingSnapshot fittingSnapshot(std::vector<PendingApproval> approvals, std::siz
   FittingSnapshot fitting{.approvals = std::move(approvals)};
   if (surelyFits(fitting.approvals, longestText)) return fitting;
   std::size_t total = 2;
-  for (const auto& approval : fitting.approvals) total += length(approval);
+  for (auto next = fitting.approvals.begin(); next != fitting.approvals.end() && total <= longestText; ++next) {
+    total += length(*next, longestText);
+  }
   if (total <= longestText) return fitting;
 
   std::vector<std::size_t> lengths;
@@ -85,7 +90,7 @@ FittingSnapshot fittingSnapshot(std::vector<PendingApproval> approvals, std::siz
   total = 2;
   for (auto& approval : fitting.approvals) {
     isShortened.push_back(shorten(approval));
-    lengths.push_back(length(approval));
+    lengths.push_back(length(approval, longestText));
     total += lengths.back();
   }
   for (; total > longestText && fitting.leftOut < lengths.size(); ++fitting.leftOut) total -= lengths[fitting.leftOut];

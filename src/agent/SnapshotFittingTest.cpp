@@ -78,10 +78,10 @@ TEST(SnapshotFitting, NeverCutsThroughACharacter) {
 
 TEST(SnapshotFitting, AnExhaustedAllowanceStillShowsThatMoreWasThere) {
   auto many = approval(1);
-  many.messageLines = {std::string(kShortenedText, 'x'), "one more", "and more"};
-  const auto fitting = fittingSnapshot({many}, 9'000);
+  many.messageLines = {std::string(kShortenedText - 1, 'x'), "one more", std::string(5000, 'y')};
+  const auto fitting = fittingSnapshot({many}, 12'000);
   ASSERT_THAT(fitting.approvals, SizeIs(1));
-  EXPECT_THAT(fitting.approvals[0].messageLines, ElementsAre(std::string(kShortenedText, 'x'), "…"));
+  EXPECT_TRUE(fitting.approvals[0].messageLines == std::vector({many.messageLines[0], std::string("…")}));
 }
 
 TEST(SnapshotFitting, ThenLeavesOutTheOldest) {
@@ -105,9 +105,9 @@ TEST(SnapshotFitting, APromptThatNothingCanMakeFitIsLeftOut) {
 
 TEST(SnapshotFitting, TheWorstListFitsOneRelayMessage) {
   std::vector<PendingApproval> list;
-  for (std::uint64_t i = 1; i <= 200; ++i) {
+  for (std::uint64_t i = 1; i <= 40; ++i) {
     auto escaped = wordy(i, 0);
-    escaped.messageLines.assign(80, std::string(60'000, '\x01'));
+    escaped.messageLines.assign(20, std::string(10'000, '\x01'));
     list.push_back(escaped);
   }
   const auto fitting = fittingSnapshot(list);

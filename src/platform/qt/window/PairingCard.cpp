@@ -12,6 +12,7 @@ using platform::StatusWindowButton;
 constexpr int kPadding = 20;
 constexpr int kGap = 10;
 constexpr int kCodeGap = 16;
+constexpr int kMostSpread = 48;
 // From here on the texts stand beside the code instead of around it.
 constexpr int kWideCard = 520;
 // The ground that the brand's bright colours are readable on, whether the desktop is light or dark.
@@ -75,7 +76,7 @@ int PairingCard::arrangeBelow(QSize size, Placing placing) {
   const int height = kPadding + texts + (middle > 0 ? kCodeGap : 0) + middle + kPadding;
   if (placing == Placing::place) {
     const int spare = std::max(0, size.height() - height);
-    const int top = kPadding + texts + kCodeGap + spare / 2;
+    const int top = kPadding + texts + kCodeGap + std::min(spare / 2, kMostSpread);
     arrangeCode({kPadding, top, width, 0}, Placing::place);
     arrangeCaption({kPadding, top + code + (code > 0 ? kGap : 0), width, 0}, Qt::AlignHCenter, Placing::place);
   }

@@ -32,7 +32,6 @@ StatusWindow::StatusWindow(platform::StatusWindowEvents events)
   scrollView->setFocusPolicy(Qt::NoFocus);
   scrollView->setVerticalScrollBar(new SlimScrollBar(Qt::Vertical));
   scrollView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  scrollView->setWidgetResizable(true);
   scrollView->setWidget(page);
   connectButtons();
   keepFocusInView();
@@ -59,6 +58,7 @@ void StatusWindow::setContent(const platform::StatusWindowContent& content) {
   setWindowTitle(QString::fromStdString(content.title));
   const int position = scrollView->verticalScrollBar()->value();
   page->setContent(content);
+  layOut();
   scrollView->verticalScrollBar()->setValue(position);
 }
 
@@ -93,6 +93,8 @@ void StatusWindow::comeToFront() {
   setVisible(true);
   raise();
   activateWindow();
+  // Not on a button: Enter must press none before somebody has chosen one.
+  if (!focusWidget()) page->setFocus();
 }
 
 void StatusWindow::updateAppearance() {
@@ -100,6 +102,7 @@ void StatusWindow::updateAppearance() {
   knownFont = QApplication::font();
   setPalette(windowPalette(knownPalette));
   page->updateAppearance();
+  layOut();
 }
 
 void StatusWindow::noticeAppearance() {
@@ -139,7 +142,16 @@ bool StatusWindow::event(QEvent* event) {
   return isHandled;
 }
 
-void StatusWindow::resizeEvent(QResizeEvent* /*event*/) { scrollView->setGeometry(rect()); }
+void StatusWindow::resizeEvent(QResizeEvent* /*event*/) { layOut(); }
+
+// The page is as wide as the window, or leaves room for the scroll bar if, at that width, it is too long.
+void StatusWindow::layOut() {
+  const bool fits = page->heightForWidth(width()) <= height();
+  const int pageWidth = fits ? width() : width() - scrollView->verticalScrollBar()->sizeHint().width();
+  scrollView->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAlwaysOn);
+  scrollView->setGeometry(rect());
+  page->resize(pageWidth, std::max(height(), page->heightForWidth(pageWidth)));
+}
 
 void StatusWindow::closeEvent(QCloseEvent* event) {
   event->accept();

@@ -32,6 +32,7 @@ class StatusWindow final : public QWidget {
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
+  void layOut();
   void connectButtons();
   void keepFocusInView();
   void noticeAppearance();

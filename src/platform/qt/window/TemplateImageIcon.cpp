@@ -73,7 +73,6 @@ class TemplateImageEngine final : public QIconEngine {
   QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override {
     return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}};
   }
-  bool isNull() override { return image.steps.empty(); }
   [[nodiscard]] QIconEngine* clone() const override { return new TemplateImageEngine(*this); }
 
  private:

@@ -33,6 +33,7 @@ StatusWindow::StatusWindow(platform::StatusWindowEvents events)
   scrollView->setVerticalScrollBar(new SlimScrollBar(Qt::Vertical));
   scrollView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   scrollView->setWidget(page);
+  page->setFocusPolicy(Qt::ClickFocus);  // A place for the keyboard before a button has it.
   connectButtons();
   keepFocusInView();
   updateAppearance();

@@ -114,7 +114,9 @@ TEST_F(FileLocksTest, TheLockGoesWithAKilledProcess) {
 TEST_F(FileLocksTest, IsNotInheritedByProgramsThatAreStarted) {
   const LockResult lock = locks.acquire(kName);
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
-  ChildProcess child({.command = {"sleep", "60"}, .environment = {"PATH=/usr/bin:/bin"}, .input = {}});
+  ChildProcess child(
+      {.command = {"sh", "-c", "echo up; exec sleep 60"}, .environment = {"PATH=/usr/bin:/bin"}, .input = {}});
+  ASSERT_EQ(child.readLine(), "up");  // Only then is it another program.
   // Releasing would free an inherited lock as well, so what counts is that the child has no such descriptor.
   for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(child.id()) + "/fd")) {
     std::error_code error;

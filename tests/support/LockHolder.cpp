@@ -10,8 +10,8 @@
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
   using quillard::platform::LockOutcome;
-  const quillard::linux_system::ProcessEnvironment environment;
-  quillard::linux_system::FileLocks locks(environment);
+  const quillard::desktop::ProcessEnvironment environment;
+  quillard::desktop::FileLocks locks(environment);
   switch (locks.acquire(argv[1]).outcome) {
     case LockOutcome::acquired:
       std::puts("acquired");

@@ -9,7 +9,7 @@
 #include "platform/linux/system/DesktopEntry.h"
 #include "platform/linux/system/SmallFile.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using platform::LoginServiceStatus;
@@ -79,4 +79,4 @@ std::optional<std::string> AutostartEntry::registerMainApplication() {
   return std::nullopt;
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -6,7 +6,7 @@
 #include "platform/Environment.h"
 #include "platform/LoginService.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // The start at login by an entry in the user's autostart folder, which desktops read when a session begins.
 //
@@ -31,4 +31,4 @@ class AutostartEntry final : public platform::LoginService {
   const std::string program;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

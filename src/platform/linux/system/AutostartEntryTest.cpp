@@ -12,7 +12,7 @@
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 namespace fs = std::filesystem;
@@ -174,4 +174,4 @@ TEST_F(AutostartEntryTest, FollowsTheConventionWhereNothingIsSet) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

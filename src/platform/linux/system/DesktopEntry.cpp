@@ -1,6 +1,6 @@
 #include "platform/linux/system/DesktopEntry.h"
 
-namespace quillard::linux_system::DesktopEntry {
+namespace quillard::desktop::DesktopEntry {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
@@ -115,4 +115,4 @@ std::optional<std::string> programOf(std::string_view execValue) {
   return program;
 }
 
-}  // namespace quillard::linux_system::DesktopEntry
+}  // namespace quillard::desktop::DesktopEntry

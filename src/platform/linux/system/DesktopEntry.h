@@ -7,7 +7,7 @@
 
 // The files by which desktops know programs, in the format of freedesktop.org: as much of it as an entry for the start
 // of a session needs. Pure functions; any thread.
-namespace quillard::linux_system::DesktopEntry {
+namespace quillard::desktop::DesktopEntry {
 
 // Keys of the main group and their values as they stand in the file, escapes included. Lines that are no entries are
 // passed over. Empty when the file has no main group.
@@ -24,4 +24,4 @@ using Values = std::map<std::string, std::string, std::less<>>;
 // The program that an "Exec" value, as it stands in the file, starts. Absent when it starts none.
 [[nodiscard]] std::optional<std::string> programOf(std::string_view execValue);
 
-}  // namespace quillard::linux_system::DesktopEntry
+}  // namespace quillard::desktop::DesktopEntry

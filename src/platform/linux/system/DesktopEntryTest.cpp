@@ -6,7 +6,7 @@
 
 #include "platform/linux/system/DesktopEntry.h"
 
-namespace quillard::linux_system::DesktopEntry {
+namespace quillard::desktop::DesktopEntry {
 namespace {
 
 TEST(DesktopEntry, ReadsTheMainGroupAlone) {
@@ -80,4 +80,4 @@ TEST(DesktopEntry, SomeValuesStartNoProgram) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system::DesktopEntry
+}  // namespace quillard::desktop::DesktopEntry

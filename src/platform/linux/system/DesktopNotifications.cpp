@@ -12,7 +12,7 @@
 #include "foundation/PrintableText.h"
 #include "platform/linux/system/SessionBus.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using platform::UserNotification;
@@ -171,4 +171,4 @@ void DesktopNotifications::requestAuthorization(Completion completion) {
 
 void DesktopNotifications::post(const UserNotification& notification) { implementation->post(notification); }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -6,7 +6,7 @@
 #include "platform/Environment.h"
 #include "platform/UserNotifications.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // Notes by the desktop's notification server (org.freedesktop.Notifications), which the bus starts where it knows how.
 // Nobody has to allow them: asking finds out whether there is such a server. Texts are shown as they are, whatever
@@ -32,4 +32,4 @@ class DesktopNotifications final : public platform::UserNotifications {
   std::unique_ptr<Implementation> implementation;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -10,7 +10,7 @@
 
 #include "platform/linux/system/RuntimeFolder.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using platform::LockOutcome;
@@ -67,4 +67,4 @@ void FileLocks::release(std::int32_t descriptor) {
   ::close(descriptor);
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

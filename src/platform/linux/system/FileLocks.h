@@ -3,7 +3,7 @@
 #include "platform/Environment.h"
 #include "platform/LockFiles.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // Locks on files of the user's own folder for the session (see RuntimeFolder.h). A lock goes with the process, however
 // that ends; programs that the process starts do not inherit it. Files stay behind, empty.
@@ -21,4 +21,4 @@ class FileLocks final : public platform::LockFiles {
   const platform::Environment& environment;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -17,7 +17,7 @@
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 namespace fs = std::filesystem;
@@ -220,4 +220,4 @@ TEST_F(FileLocksTest, IsUnavailableOnAFullDisk) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -10,7 +10,7 @@
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/system/SmallFile.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 namespace fs = std::filesystem;
@@ -101,4 +101,4 @@ std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> 
   return Resource(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -6,7 +6,7 @@
 #include "platform/Environment.h"
 #include "platform/PropertyLists.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // The program as it is installed here: a folder that is named as on macOS and holds the same things.
 //
@@ -42,4 +42,4 @@ class InstalledProgram final : public platform::Bundle {
   platform::PropertyListTexts information;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

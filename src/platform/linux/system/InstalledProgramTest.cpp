@@ -13,7 +13,7 @@
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/TemporaryFolder.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 namespace fs = std::filesystem;
@@ -138,4 +138,4 @@ TEST(OwnExecutable, IsThisProgram) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

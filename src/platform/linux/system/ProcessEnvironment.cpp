@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 std::optional<std::string> ProcessEnvironment::value(std::string_view name) const {
   constexpr std::string_view kNeverInNames{"=\0", 2};
@@ -11,4 +11,4 @@ std::optional<std::string> ProcessEnvironment::value(std::string_view name) cons
   return found ? std::optional<std::string>(found) : std::nullopt;
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

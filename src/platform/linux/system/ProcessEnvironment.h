@@ -2,7 +2,7 @@
 
 #include "platform/Environment.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // The variables of this process, which nobody here changes once threads run.
 class ProcessEnvironment final : public platform::Environment {
@@ -11,4 +11,4 @@ class ProcessEnvironment final : public platform::Environment {
   [[nodiscard]] std::optional<std::string> value(std::string_view name) const override;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

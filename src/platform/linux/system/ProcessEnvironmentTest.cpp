@@ -6,7 +6,7 @@
 
 #include "platform/linux/system/ProcessEnvironment.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 constexpr const char* kName = "QUILLARD_TEST_OF_THE_ENVIRONMENT";
@@ -40,4 +40,4 @@ TEST_F(ProcessEnvironmentTest, FindsNothingUnderNamesThatNoVariableHas) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 constexpr mode_t kOwnerOnly = 0700;
@@ -38,4 +38,4 @@ std::optional<int> openRuntimeFolder(const platform::Environment& environment) {
   return openOwnFolder(path);
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -5,7 +5,7 @@
 
 #include "platform/Environment.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // This user's folder for what lives no longer than a session: XDG_RUNTIME_DIR where the session has one, else
 // "quillard-" and the user's number below TMPDIR or /tmp, made when it is missing.
@@ -14,4 +14,4 @@ namespace quillard::linux_system {
 // meanwhile. Absent unless it is a folder of this user that nobody else may enter; links are not followed.
 [[nodiscard]] std::optional<int> openRuntimeFolder(const platform::Environment& environment);
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

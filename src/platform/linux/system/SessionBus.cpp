@@ -9,7 +9,7 @@
 
 #include "platform/linux/storage/SessionBusAddress.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 QString newConnectionName() {
@@ -68,4 +68,4 @@ void SessionBus::watchOwner(const QString& name, std::function<void()> onChange)
                    [onChange = std::move(onChange)] { onChange(); });
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

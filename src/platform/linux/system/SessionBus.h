@@ -11,7 +11,7 @@
 
 #include "platform/Environment.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // A connection of its own to the user's session bus, made when it is first needed and again after it broke. Never
 // starts a bus. Main thread, with the Qt event loop; what is under way when this goes is heard of no more.
@@ -49,4 +49,4 @@ class SessionBus {
   std::unique_ptr<QObject> watchers;  // Of the present connection. Empty: not connected.
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 constexpr mode_t kReadableForAll = 0644;
@@ -72,4 +72,4 @@ std::optional<std::string> replaceSmallFile(const std::string& path, std::string
   return systemText(error);
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

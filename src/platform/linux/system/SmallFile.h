@@ -5,7 +5,7 @@
 #include <string_view>
 #include <variant>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 struct SmallFileProblem {
   bool isAbsent = false;    // There is no such file: an everyday answer.
@@ -20,4 +20,4 @@ struct SmallFileProblem {
 // replaced, not followed. The folder is there. Absent on success, else what went wrong.
 [[nodiscard]] std::optional<std::string> replaceSmallFile(const std::string& path, std::string_view bytes);
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -9,7 +9,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 StandardOutput::StandardOutput() : StandardOutput(STDOUT_FILENO) {}
 
@@ -46,4 +46,4 @@ bool StandardOutput::writeAll(std::string_view bytes) {
   return true;
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -3,7 +3,7 @@
 #include "foundation/Mutex.h"
 #include "platform/Console.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // Lines on standard output. Whoever reads them may stop reading, or go: an output that is full is waited for at most
 // `kPatienceMilliseconds`, and after a line was lost not at all until there is room again. A line of which only a part
@@ -30,4 +30,4 @@ class StandardOutput final : public platform::Console {
   bool isLineOpen QUILLARD_GUARDED_BY(mutex) = false;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -13,7 +13,7 @@
 #include "platform/linux/system/StandardOutput.h"
 #include "support/TemporaryFolder.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using namespace std::chrono_literals;
@@ -154,4 +154,4 @@ TEST(StandardOutput, WaitsForAReaderThatIsOnlySlow) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <vector>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using platform::Date;
@@ -112,4 +112,4 @@ std::optional<Date> SystemCalendar::dateBySettingHour(int hour, Date date) const
   return firstMomentFrom(midnightBefore(date) + hours{hour});
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -2,7 +2,7 @@
 
 #include "platform/Calendar.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // The calendar of the time zone that the system (or TZ) is set to, as it is at each call. A change of the setting is
 // followed without a restart.
@@ -16,4 +16,4 @@ class SystemCalendar final : public platform::Calendar {
   [[nodiscard]] std::optional<platform::Date> dateBySettingHour(int hour, platform::Date date) const override;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

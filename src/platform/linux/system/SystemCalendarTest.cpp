@@ -10,7 +10,7 @@
 
 #include "platform/linux/system/SystemCalendar.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 using namespace std::chrono_literals;
@@ -171,4 +171,4 @@ RC_GTEST_PROP(SystemCalendar, ADayForthAndADayBackIsTheSameMomentUnlessItIsSkipp
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

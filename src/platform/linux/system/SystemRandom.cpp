@@ -11,7 +11,7 @@
 #include <sys/random.h>
 #include <unistd.h>
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 bool fillFromKernel(std::span<std::uint8_t> bytes) {
@@ -61,4 +61,4 @@ std::array<std::uint8_t, 16> SystemRandom::identityBytes() {
   return source(bytes) ? bytes : bytesOfLastResort();
 }
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

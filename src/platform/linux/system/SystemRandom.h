@@ -4,7 +4,7 @@
 
 #include "platform/Random.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 
 // The kernel's generator.
 class SystemRandom final : public platform::Random {
@@ -26,4 +26,4 @@ class SystemRandom final : public platform::Random {
   const Source source;
 };
 
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -7,7 +7,7 @@
 
 #include "platform/linux/system/SystemRandom.h"
 
-namespace quillard::linux_system {
+namespace quillard::desktop {
 namespace {
 
 TEST(SystemRandom, FillsEveryByte) {
@@ -61,4 +61,4 @@ TEST(SystemRandom, HasIdentitiesOfItsOwnEvenThen) {
 }
 
 }  // namespace
-}  // namespace quillard::linux_system
+}  // namespace quillard::desktop

@@ -344,10 +344,9 @@ TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstLookAndConfirmsNothing)
 
 TEST_F(DialogDetectorTest, DiagnosesThatAnApplicationDidNotAnswer) {
   const auto hung = desktop().launch({.name = "Hung"});
-  desktop().open(hung, eraseDialog());
-  int requests = 0;
-  desktop().setRequestHook([&](const platform::simulated::AXRequest&) {
-    if (++requests == 12) desktop().hang(hung);  // Its window has been listed by then, but not read.
+  const auto button = desktop().findButton(desktop().open(hung, eraseDialog()), "Erase");
+  desktop().setRequestHook([&](const platform::simulated::AXRequest& request) {
+    if (request.node == button) desktop().hang(hung);
   });
   const auto windows = detector.diagnose();
   ASSERT_FALSE(windows.empty());

@@ -23,6 +23,8 @@ struct StatusWindowCallbacks {
   std::function<void()> onCheckForUpdates;
   std::function<void(NotificationPauseOption)> onPauseNotifications;
   std::function<void()> onResumeNotifications;
+  // Of the pairing card's button. Empty: the button opens the page of privacy settings, no more.
+  std::function<void()> onRequestPermissions;
 };
 
 // What the window acts through. All of it outlives the controller.
@@ -48,12 +50,13 @@ class StatusWindowController {
   // Comes to the front, also when it is shown already.
   void show();
   void close();
-  // Takes a new snapshot and shows it. Cheap enough to be called after every change of state.
+  // Takes a new snapshot and shows it. Cheap enough to be called after every change of state: while the window is
+  // hidden it does nothing, since showing takes a snapshot first.
   void refresh();
 
  private:
   class Implementation;
-  std::unique_ptr<Implementation> implementation;
+  std::shared_ptr<Implementation> implementation;  // Held weakly by timers and events.
 };
 
 }  // namespace quillard

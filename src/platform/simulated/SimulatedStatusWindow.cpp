@@ -1,0 +1,139 @@
+#include "platform/simulated/SimulatedStatusWindow.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quillard::platform::simulated {
+
+// The agent's end of a window.
+class SimulatedStatusWindowView final : public StatusWindowView {
+ public:
+  explicit SimulatedStatusWindowView(std::shared_ptr<SimulatedStatusWindow> window) : window(std::move(window)) {}
+  ~SimulatedStatusWindowView() override {
+    close();
+    window->events.reset();
+  }
+
+  void setContent(const StatusWindowContent& content) override {
+    window->itsContent = content;
+    ++window->contents;
+  }
+  void fitToScreen() override { ++window->fits; }
+  void show() override {
+    window->isShown = true;
+    ++window->shows;
+  }
+  void close() override {
+    window->isShown = false;
+    window->itsMenu.reset();
+    window->onMenuChoice = nullptr;
+  }
+  [[nodiscard]] bool isVisible() const override { return window->isShown; }
+  void updateAppearance() override { ++window->appearanceUpdates; }
+  void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
+                 std::function<void(std::size_t)> onChoice) override {
+    window->itsMenu = ShownMenu{button, items};
+    window->onMenuChoice = std::move(onChoice);
+  }
+
+ private:
+  std::shared_ptr<SimulatedStatusWindow> window;
+};
+
+std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, StatusWindowButton button) {
+  switch (button) {
+    case StatusWindowButton::pairingAction:
+      return content.pairingActionButton;
+    case StatusWindowButton::unpairPhone:
+      return content.unpairPhoneButton;
+    case StatusWindowButton::installLocationPrimary:
+      return content.installLocation.primaryButton;
+    case StatusWindowButton::installLocationSecondary:
+      return content.installLocation.secondaryButton;
+    case StatusWindowButton::accessibilityPrimary:
+      return content.accessibility.primaryButton;
+    case StatusWindowButton::accessibilitySecondary:
+      return content.accessibility.secondaryButton;
+    case StatusWindowButton::loginItemPrimary:
+      return content.loginItem.primaryButton;
+    case StatusWindowButton::loginItemSecondary:
+      return content.loginItem.secondaryButton;
+    case StatusWindowButton::updatePrimary:
+      return content.update.primaryButton;
+    case StatusWindowButton::updateSecondary:
+      return content.update.secondaryButton;
+    case StatusWindowButton::notificationPausePrimary:
+      return content.notificationPause.primaryButton;
+    case StatusWindowButton::notificationPauseSecondary:
+      return content.notificationPause.secondaryButton;
+  }
+  return std::nullopt;
+}
+
+SimulatedStatusWindow::SimulatedStatusWindow(Executors& executors, StatusWindowEvents events)
+    : executors(executors), events(std::make_shared<StatusWindowEvents>(std::move(events))) {}
+
+std::vector<std::string> SimulatedStatusWindow::menuTitles() const {
+  std::vector<std::string> titles;
+  if (!itsMenu) return titles;
+  for (const auto& item : itsMenu->items) titles.push_back(item.title);
+  return titles;
+}
+
+bool SimulatedStatusWindow::click(StatusWindowButton button) {
+  if (!isShown || !itsContent || itsMenu) return false;
+  const auto shown = buttonOf(*itsContent, button);
+  if (!shown || !shown->isEnabled) return false;
+  tell([button](const StatusWindowEvents& told) {
+    if (told.onButton) told.onButton(button);
+  });
+  return true;
+}
+
+bool SimulatedStatusWindow::chooseMenuItem(std::string_view title) {
+  if (!itsMenu || title.empty()) return false;
+  const auto& items = itsMenu->items;
+  const auto item =
+      std::find_if(items.begin(), items.end(), [&](const auto& candidate) { return candidate.title == title; });
+  if (item == items.end() || !item->isEnabled) return false;
+  const auto index = static_cast<std::size_t>(item - items.begin());
+  itsMenu.reset();
+  tell([index, onChoice = std::exchange(onMenuChoice, nullptr)](const StatusWindowEvents&) {
+    if (onChoice) onChoice(index);
+  });
+  return true;
+}
+
+bool SimulatedStatusWindow::dismissMenu() {
+  onMenuChoice = nullptr;
+  return std::exchange(itsMenu, std::nullopt).has_value();
+}
+
+bool SimulatedStatusWindow::closeByUser() {
+  if (!isShown) return false;
+  tell([this](const StatusWindowEvents& told) {  // Told while this is there, since the events are its own.
+    if (!std::exchange(isShown, false)) return;
+    dismissMenu();
+    if (told.onWillClose) told.onWillClose();
+  });
+  return true;
+}
+
+void SimulatedStatusWindow::changeAppearance() {
+  tell([](const StatusWindowEvents& told) {
+    if (told.onAppearanceChange) told.onAppearanceChange();
+  });
+}
+
+void SimulatedStatusWindow::tell(std::function<void(const StatusWindowEvents&)> what) {
+  executors.mainThread().post([told = std::weak_ptr(events), what = std::move(what)] {
+    if (const auto present = told.lock()) what(*present);
+  });
+}
+
+std::unique_ptr<StatusWindowView> SimulatedStatusWindowViews::makeStatusWindowView(StatusWindowEvents events) {
+  made.push_back(std::make_shared<SimulatedStatusWindow>(executors, std::move(events)));
+  return std::make_unique<SimulatedStatusWindowView>(made.back());
+}
+
+}  // namespace quillard::platform::simulated

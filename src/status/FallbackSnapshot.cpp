@@ -1,0 +1,16 @@
+#include "status/FallbackSnapshot.h"
+
+#include <utility>
+
+namespace quillard {
+
+MacStatusSnapshot fallbackSnapshot(bool installedInApplications, bool accessibilityTrusted,
+                                   LoginItemStatus loginItemStatus, bool relayConfigured) {
+  return {.installedInApplications = installedInApplications,
+          .accessibilityTrusted = accessibilityTrusted,
+          .loginItemStatus = std::move(loginItemStatus),
+          .relayConfigured = relayConfigured,
+          .pairingCaption = "Start Quillard to see pairing details."};
+}
+
+}  // namespace quillard

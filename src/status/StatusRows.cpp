@@ -1,0 +1,127 @@
+#include "status/StatusRows.h"
+
+#include "foundation/PrintableText.h"
+#include "status/AppBrand.h"
+#include "status/StatusTexts.h"
+
+namespace quillard::StatusRows {
+
+using platform::ButtonContent;
+using platform::StatusRowContent;
+using platform::Tint;
+
+namespace {
+
+constexpr Tint kWell{AppBrand::green};
+constexpr Tint kToDo{AppBrand::amber};
+constexpr Tint kQuiet{};
+
+constexpr const char* kOpenSettings = "Open Settings";
+
+// Whether alerts would reach a phone if they were not paused.
+bool canDeliver(const MacStatusSnapshot& snapshot) {
+  return snapshot.installedInApplications && snapshot.accessibilityTrusted && snapshot.relayConfigured &&
+         snapshot.relayConnected && snapshot.isPhonePresent();
+}
+
+}  // namespace
+
+StatusRowContent installLocationRow(const MacStatusSnapshot& snapshot) {
+  StatusRowContent row{
+      .symbol = "folder", .title = "Applications Folder", .secondaryButton = ButtonContent{"Open Folder"}};
+  if (snapshot.installedInApplications) {
+    row.tint = kWell;
+    row.status = "Installed";
+    row.detail = "Running from Applications.";
+  } else {
+    row.tint = kToDo;
+    row.status = "Move";
+    row.detail = "Move app, then reopen.";
+    row.primaryButton = ButtonContent{"Move…"};
+  }
+  return row;
+}
+
+StatusRowContent accessibilityRow(const MacStatusSnapshot& snapshot) {
+  StatusRowContent row{.symbol = "accessibility", .title = "Accessibility"};
+  if (!snapshot.installedInApplications) {
+    // Without a button: a permission that is given before the move would be given to the wrong program.
+    row.tint = kQuiet;
+    row.status = "Waiting";
+    row.detail = "Move app first.";
+  } else if (!snapshot.accessibilityTrusted) {
+    row.tint = kToDo;
+    row.status = "Required";
+    row.detail = "Allow Accessibility to detect dialogs.";
+    row.primaryButton = ButtonContent{kOpenSettings};
+  } else {
+    row.tint = kWell;
+    row.status = "Allowed";
+    row.detail = "Can detect dialogs and press approved buttons.";
+    row.secondaryButton = ButtonContent{kOpenSettings};
+  }
+  return row;
+}
+
+StatusRowContent loginItemRow(const MacStatusSnapshot& snapshot) {
+  StatusRowContent row{
+      .symbol = "power", .tint = kToDo, .title = "Open at Login", .secondaryButton = ButtonContent{kOpenSettings}};
+  switch (snapshot.loginItemStatus.state) {
+    case LoginItemState::enabled:
+      row.tint = kWell;
+      row.status = "Enabled";
+      row.detail = "Opens automatically when you sign in.";
+      break;
+    case LoginItemState::disabled:
+      row.status = "Off";
+      row.detail = "Enable after-reboot startup.";
+      // What lies elsewhere is about to be moved, and would no longer be found at login.
+      if (snapshot.installedInApplications) row.primaryButton = ButtonContent{"Enable"};
+      break;
+    case LoginItemState::requiresApproval:
+      row.status = "Needs Approval";
+      row.detail = "Approve Quillard in Login Items.";
+      break;
+    case LoginItemState::unavailable:
+      row.status = "Unavailable";
+      row.detail = snapshot.loginItemStatus.reason;
+      row.secondaryButton.reset();
+      break;
+  }
+  return row;
+}
+
+StatusRowContent updateRow(const MacStatusSnapshot& snapshot) {
+  const auto& update = snapshot.updateAvailability;
+  if (!update.isUpdateAvailable) {
+    return {.symbol = "arrow.clockwise.circle", .tint = kQuiet, .title = "Updates", .status = "Ready"};
+  }
+  return {.symbol = "arrow.down.circle",
+          .tint = kToDo,
+          .title = "Update Available",
+          .status = "Version " + printableText(update.displayVersion.value_or("")),
+          .detail = "Install when ready to relaunch.",
+          .primaryButton = ButtonContent{"Install…"}};
+}
+
+StatusRowContent notificationPauseRow(const MacStatusSnapshot& snapshot) {
+  StatusRowContent row{.symbol = "bell",
+                       .tint = kQuiet,
+                       .title = "iPhone Alerts",
+                       .status = "Waiting",
+                       .detail = StatusTexts::notificationPauseDetail(snapshot),
+                       .primaryButton = ButtonContent{"Pause 2h"},
+                       .secondaryButton = ButtonContent{"Options…"}};
+  if (snapshot.notificationPause.isPaused()) {
+    row.symbol = "bell.slash";
+    row.tint = kToDo;
+    row.status = "Paused";
+    row.primaryButton = ButtonContent{"Resume"};
+  } else if (canDeliver(snapshot)) {
+    row.tint = kWell;
+    row.status = "On";
+  }
+  return row;
+}
+
+}  // namespace quillard::StatusRows

@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include "status/AppBrand.h"
+#include "status/StatusRows.h"
+#include "support/StatusConditions.h"
+
+namespace quillard {
+namespace {
+
+using platform::ButtonContent;
+using platform::StatusRowContent;
+using platform::Tint;
+using test::expectTable;
+using Rows = std::vector<test::Row<StatusRowContent>>;
+
+const Tint kGreen{AppBrand::green};
+const Tint kAmber{AppBrand::amber};
+const Tint kSecondary{std::nullopt};
+const std::optional<ButtonContent> kNone;
+
+std::optional<ButtonContent> button(const char* title) { return ButtonContent{.title = title, .isEnabled = true}; }
+
+TEST(StatusRows, InstallLocationLeadsToTheFolderAndUrgesAMove) {
+  expectTable<StatusRowContent>(Rows{{"I",
+                                      {"folder", kGreen, "Applications Folder", "Installed",
+                                       "Running from Applications.", kNone, button("Open Folder")}},
+                                     {"i",
+                                      {"folder", kAmber, "Applications Folder", "Move", "Move app, then reopen.",
+                                       button("Move…"), button("Open Folder")}}},
+                                StatusRows::installLocationRow);
+}
+
+TEST(StatusRows, AccessibilityWaitsForTheMove) {
+  const std::string symbol = "accessibility";
+  const std::string title = "Accessibility";
+  expectTable<StatusRowContent>(
+      Rows{{"i", {symbol, kSecondary, title, "Waiting", "Move app first.", kNone, kNone}},
+           {"It",
+            {symbol, kAmber, title, "Required", "Allow Accessibility to detect dialogs.", button("Open Settings"),
+             kNone}},
+           {"IT",
+            {symbol, kGreen, title, "Allowed", "Can detect dialogs and press approved buttons.", kNone,
+             button("Open Settings")}}},
+      StatusRows::accessibilityRow);
+}
+
+StatusRowContent loginRow(const LoginItemStatus& status, bool isInstalled) {
+  return StatusRows::loginItemRow({.installedInApplications = isInstalled, .loginItemStatus = status});
+}
+
+TEST(StatusRows, LoginItemTellsItsStatus) {
+  const std::string symbol = "power";
+  const std::string title = "Open at Login";
+  const auto settings = button("Open Settings");
+  for (const bool isInstalled : {false, true}) {
+    EXPECT_EQ(
+        loginRow({LoginItemState::enabled, ""}, isInstalled),
+        (StatusRowContent{symbol, kGreen, title, "Enabled", "Opens automatically when you sign in.", kNone, settings}));
+    EXPECT_EQ(loginRow({LoginItemState::disabled, ""}, isInstalled),
+              (StatusRowContent{symbol, kAmber, title, "Off", "Enable after-reboot startup.",
+                                isInstalled ? button("Enable") : kNone, settings}))
+        << "what is about to be moved is not registered";
+    EXPECT_EQ(loginRow({LoginItemState::requiresApproval, ""}, isInstalled),
+              (StatusRowContent{symbol, kAmber, title, "Needs Approval", "Approve Quillard in Login Items.", kNone,
+                                settings}));
+    EXPECT_EQ(loginRow(LoginItemStatus::unavailable("The reason."), isInstalled),
+              (StatusRowContent{symbol, kAmber, title, "Unavailable", "The reason.", kNone, kNone}));
+  }
+}
+
+TEST(StatusRows, UpdateHasAButtonOnlyWhileAVersionIsAvailable) {
+  EXPECT_EQ(StatusRows::updateRow({}),
+            (StatusRowContent{"arrow.clockwise.circle", kSecondary, "Updates", "Ready", "", kNone, kNone}));
+  EXPECT_EQ(StatusRows::updateRow({.updateAvailability = {true, "2.1"}}),
+            (StatusRowContent{"arrow.down.circle", kAmber, "Update Available", "Version 2.1",
+                              "Install when ready to relaunch.", button("Install…"), kNone}));
+}
+
+TEST(StatusRows, NotificationPauseOffersWhatUndoesItsState) {
+  const auto isRow = [](const StatusRowContent& row) {
+    return row.symbol + "|" + row.status + "|" + row.primaryButton->title + "|" + row.secondaryButton->title + "|" +
+           (row.tint == kGreen   ? "green"
+            : row.tint == kAmber ? "amber"
+                                 : "secondary");
+  };
+  const std::string paused = "bell.slash|Paused|Resume|Options…|amber";
+  const std::string on = "bell|On|Pause 2h|Options…|green";
+  const std::string waiting = "bell|Waiting|Pause 2h|Options…|secondary";
+  expectTable<std::string>(
+      {{"X", paused},
+       {"xU", paused},
+       {"xuITCRP", on},
+       {"xui", waiting},
+       {"xuIt", waiting},
+       {"xuITc", waiting},
+       {"xuITCr", waiting},
+       {"xuITCRp", waiting}},
+      [&](const MacStatusSnapshot& snapshot) { return isRow(StatusRows::notificationPauseRow(snapshot)); });
+  EXPECT_EQ(StatusRows::notificationPauseRow({}).title, "iPhone Alerts");
+  EXPECT_EQ(StatusRows::notificationPauseRow({}).detail, "Move to Applications first.");
+}
+
+}  // namespace
+}  // namespace quillard

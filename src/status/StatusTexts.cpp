@@ -1,0 +1,91 @@
+#include "status/StatusTexts.h"
+
+#include "foundation/PrintableText.h"
+#include "status/AppBrand.h"
+
+namespace quillard::StatusTexts {
+
+namespace {
+
+bool hasPermissions(const MacStatusSnapshot& snapshot) {
+  return snapshot.accessibilityTrusted && snapshot.loginItemStatus.state == LoginItemState::enabled;
+}
+
+bool isSetUp(const MacStatusSnapshot& snapshot) { return snapshot.installedInApplications && hasPermissions(snapshot); }
+
+}  // namespace
+
+OverallStatus overallStatus(const MacStatusSnapshot& snapshot) {
+  if (!isSetUp(snapshot)) return {"Needs Setup", AppBrand::warningPill};
+  if (!snapshot.isPhonePresent()) return {"iPhone Pairing Pending", AppBrand::warningPill};
+  return {"All OK", AppBrand::successPill};
+}
+
+std::string headline(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.installedInApplications) return "Move to Applications";
+  if (!hasPermissions(snapshot)) return "Finish setup";
+  return snapshot.isPhonePresent() ? "All OK" : "Pair iPhone";
+}
+
+std::string detail(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.installedInApplications) return "Run Quillard from Applications before enabling Mac permissions.";
+  if (!hasPermissions(snapshot)) {
+    return "Allow the required Mac permissions so nudges can be detected and delivered.";
+  }
+  if (snapshot.isPhonePresent()) {
+    return "Quillard is watching quietly and will notify your iPhone when this Mac needs attention.";
+  }
+  return "Mac setup is ready. Pair an iPhone to receive approval alerts.";
+}
+
+std::string pairingStatus(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.installedInApplications) return "Move to Applications";
+  if (!snapshot.accessibilityTrusted) return "Accessibility required";
+  if (!snapshot.relayConfigured) return "Pairing is not configured";
+  if (!snapshot.relayConnected) return "Connecting";
+  return snapshot.isPhonePresent() ? "iPhone paired" : "Ready to scan";
+}
+
+platform::Tint pairingStatusTint(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.installedInApplications || !snapshot.accessibilityTrusted) return {AppBrand::amber};
+  if (snapshot.isPhonePresent()) return {AppBrand::green};
+  return {};
+}
+
+std::string phoneStatusDetail(const MacStatusSnapshot& snapshot) {
+  static constexpr const char* kSomePhone = "A paired iPhone can receive approval alerts from this Mac.";
+  if (!snapshot.installedInApplications) return "Move Quillard to Applications before pairing your iPhone.";
+  if (!snapshot.relayConfigured) return "Pairing settings are missing, so no QR code can be shown.";
+  if (!snapshot.relayConnected) return "Quillard is connecting in the background.";
+  if (!snapshot.accessibilityTrusted) {
+    return "Turn on Accessibility on this Mac. Until then, paired iPhones will not receive dialogs.";
+  }
+  if (!snapshot.connectedPhones.empty()) {
+    // The relay's word for it: shown as one line of bounded length, whatever it holds.
+    return printableText(snapshot.connectedPhones.front().deviceName) + " can receive approval alerts from this Mac.";
+  }
+  if (snapshot.phoneConnected) return kSomePhone;
+  if (snapshot.phoneCount < 1) return "Open the iPhone app and scan this code.";
+  return kSomePhone;
+}
+
+std::string pairingCaption(bool accessibilityTrusted, bool hasPayload) {
+  if (!accessibilityTrusted) {
+    return "Allow Accessibility in System Settings. The pairing code appears after Quillard can detect Mac prompts.";
+  }
+  if (hasPayload) return "Open the iPhone app, choose Pair Mac, and scan this code.";
+  return "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
+}
+
+std::string notificationPauseDetail(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.installedInApplications) return "Move to Applications first.";
+  if (!snapshot.relayConfigured) return "Pair an iPhone before pausing alerts.";
+  if (!snapshot.relayConnected) return "Connecting to relay.";
+  if (!snapshot.accessibilityTrusted) return "Turn on Accessibility first.";
+  if (!snapshot.isPhonePresent()) return "Pair an iPhone to receive alerts.";
+  if (snapshot.notificationPause.pausesIndefinitely) return "Paused until you resume.";
+  if (snapshot.notificationPause.pausedUntil) return "Alerts will resume automatically.";
+  return "Pause while handling prompts locally.";
+}
+
+}  // namespace quillard::StatusTexts

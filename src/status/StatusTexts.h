@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "platform/Images.h"
+#include "platform/StatusWindowView.h"
+#include "status/MacStatusSnapshot.h"
+
+// What a snapshot means, in words and colours. Functions of their arguments; any thread.
+namespace quillard::StatusTexts {
+
+struct OverallStatus {
+  std::string text;
+  platform::Color color;  // Of the pill behind the text.
+  bool operator==(const OverallStatus&) const = default;
+};
+[[nodiscard]] OverallStatus overallStatus(const MacStatusSnapshot& snapshot);
+
+// The header: what to do next, and why.
+[[nodiscard]] std::string headline(const MacStatusSnapshot& snapshot);
+[[nodiscard]] std::string detail(const MacStatusSnapshot& snapshot);
+
+// The pairing card. Its status asks for the permission before it looks at the relay; its detail looks at the relay
+// first. Both are meant.
+[[nodiscard]] std::string pairingStatus(const MacStatusSnapshot& snapshot);
+[[nodiscard]] platform::Tint pairingStatusTint(const MacStatusSnapshot& snapshot);
+[[nodiscard]] std::string phoneStatusDetail(const MacStatusSnapshot& snapshot);
+// The text under the code. `hasPayload`: pairing is configured, so that there is a code to show.
+[[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);
+
+[[nodiscard]] std::string notificationPauseDetail(const MacStatusSnapshot& snapshot);
+
+}  // namespace quillard::StatusTexts

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "platform/StatusWindowView.h"
+#include "status/MacStatusSnapshot.h"
+
+namespace quillard {
+
+// All that the status window shows of a snapshot. A function of its argument; any thread.
+[[nodiscard]] platform::StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot);
+
+}  // namespace quillard

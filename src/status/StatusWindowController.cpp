@@ -1,0 +1,238 @@
+#include "status/StatusWindowController.h"
+
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "status/StatusWindowContents.h"
+
+namespace quillard {
+
+using platform::StatusWindowButton;
+
+namespace {
+
+constexpr platform::Seconds kRefreshInterval{2.0};
+
+template <class Callback, class... Arguments>
+void callIfSet(const Callback& callback, Arguments... arguments) {
+  if (callback) callback(arguments...);
+}
+
+}  // namespace
+
+class StatusWindowController::Implementation : public std::enable_shared_from_this<Implementation> {
+ public:
+  Implementation(StatusWindowCallbacks callbacks, const StatusWindowSurroundings& surroundings)
+      : callbacks(std::move(callbacks)), surroundings(surroundings) {}
+
+  // Apart from the constructor, in which nobody can hold this weakly yet.
+  void makeView();
+
+  void show();
+  void close();
+  void refresh();
+
+ private:
+  using Action = void (Implementation::*)();
+  struct MenuItem {
+    platform::MenuItemContent content;
+    Action action;  // Null: a separator.
+  };
+
+  // `action` with its arguments, to be run later: not at all when the window has gone.
+  template <class... Arguments>
+  std::function<void(Arguments...)> weakly(void (Implementation::*action)(Arguments...)) {
+    return [weak = weak_from_this(), action](Arguments... arguments) {
+      if (const auto self = weak.lock()) ((*self).*action)(arguments...);
+    };
+  }
+
+  void windowWillClose();
+  void appearanceDidChange();
+  void updateAppearance();
+  void pressed(StatusWindowButton button);
+  [[nodiscard]] static Action actionOf(StatusWindowButton button);
+
+  [[nodiscard]] bool isPaused() const { return callbacks.snapshotProvider().notificationPause.isPaused(); }
+  void pause(NotificationPauseOption option);
+
+  void requestPermissions();
+  void openApplicationsFolder();
+  void openAccessibilitySettings();
+  void enableLoginItem();
+  void openLoginItemsSettings();
+  void checkForUpdates();
+  void unpairPhone();
+  void toggleNotificationPause();
+  void showNotificationPauseOptions();
+  void pauseNotificationsForFourHours() { pause(NotificationPauseOption::fourHours); }
+  void pauseNotificationsUntilTomorrow() { pause(NotificationPauseOption::untilTomorrow); }
+  void pauseNotificationsIndefinitely() { pause(NotificationPauseOption::indefinitely); }
+  void resumeNotificationsNow();
+
+  const StatusWindowCallbacks callbacks;
+  const StatusWindowSurroundings surroundings;
+  platform::TaskHandle refreshTimer;  // Present while the window is shown.
+  platform::TaskHandle appearanceRefreshTask;
+  std::unique_ptr<platform::StatusWindowView> view;
+};
+
+void StatusWindowController::Implementation::makeView() {
+  view = surroundings.views.makeStatusWindowView({.onButton = weakly(&Implementation::pressed),
+                                                  .onWillClose = weakly(&Implementation::windowWillClose),
+                                                  .onAppearanceChange = weakly(&Implementation::appearanceDidChange)});
+}
+
+void StatusWindowController::Implementation::show() {
+  refreshTimer = surroundings.executors.mainThread().repeatEvery(kRefreshInterval, weakly(&Implementation::refresh));
+  refresh();  // Before it is seen.
+  view->fitToScreen();
+  view->updateAppearance();
+  surroundings.application.setActivationPolicy(platform::ActivationPolicy::regular);
+  view->show();
+  surroundings.application.activateIgnoringOtherApplications();
+}
+
+void StatusWindowController::Implementation::close() {
+  view->close();
+  windowWillClose();
+}
+
+void StatusWindowController::Implementation::windowWillClose() {
+  refreshTimer.reset();
+  surroundings.application.setActivationPolicy(platform::ActivationPolicy::accessory);
+}
+
+void StatusWindowController::Implementation::refresh() {
+  if (refreshTimer) view->setContent(statusWindowContent(callbacks.snapshotProvider()));
+}
+
+// One update, however often the system tells of a change before its turn comes.
+void StatusWindowController::Implementation::appearanceDidChange() {
+  appearanceRefreshTask = surroundings.executors.mainThread().postAfter(platform::Seconds::zero(),
+                                                                        weakly(&Implementation::updateAppearance));
+}
+
+void StatusWindowController::Implementation::updateAppearance() {
+  appearanceRefreshTask.reset();
+  view->updateAppearance();
+}
+
+void StatusWindowController::Implementation::pressed(StatusWindowButton button) {
+  if (const Action action = actionOf(button)) (this->*action)();
+}
+
+StatusWindowController::Implementation::Action StatusWindowController::Implementation::actionOf(
+    StatusWindowButton button) {
+  switch (button) {
+    case StatusWindowButton::pairingAction:
+      return &Implementation::requestPermissions;
+    case StatusWindowButton::unpairPhone:
+      return &Implementation::unpairPhone;
+    case StatusWindowButton::installLocationPrimary:
+    case StatusWindowButton::installLocationSecondary:
+      return &Implementation::openApplicationsFolder;
+    case StatusWindowButton::accessibilityPrimary:
+    case StatusWindowButton::accessibilitySecondary:
+      return &Implementation::openAccessibilitySettings;
+    case StatusWindowButton::loginItemPrimary:
+      return &Implementation::enableLoginItem;
+    case StatusWindowButton::loginItemSecondary:
+      return &Implementation::openLoginItemsSettings;
+    case StatusWindowButton::updatePrimary:
+    case StatusWindowButton::updateSecondary:
+      return &Implementation::checkForUpdates;
+    case StatusWindowButton::notificationPausePrimary:
+      return &Implementation::toggleNotificationPause;
+    case StatusWindowButton::notificationPauseSecondary:
+      return &Implementation::showNotificationPauseOptions;
+  }
+  return nullptr;
+}
+
+void StatusWindowController::Implementation::requestPermissions() {
+  if (!callbacks.onRequestPermissions) return openAccessibilitySettings();
+  callbacks.onRequestPermissions();
+  refresh();
+}
+
+void StatusWindowController::Implementation::openApplicationsFolder() {
+  const auto directories = surroundings.installLocation.applicationDirectories();
+  if (!directories.empty()) surroundings.workspace.openFolder(directories.front());
+}
+
+void StatusWindowController::Implementation::openAccessibilitySettings() {
+  surroundings.permissions.openPrivacySettings(PermissionManager::accessibilityAnchor);
+}
+
+void StatusWindowController::Implementation::enableLoginItem() {
+  callIfSet(callbacks.onEnableLoginItem);
+  refresh();
+}
+
+void StatusWindowController::Implementation::openLoginItemsSettings() { surroundings.loginItems.openSettings(); }
+
+void StatusWindowController::Implementation::checkForUpdates() { callIfSet(callbacks.onCheckForUpdates); }
+
+void StatusWindowController::Implementation::unpairPhone() {
+  callIfSet(callbacks.onUnpairPhone);
+  refresh();
+}
+
+void StatusWindowController::Implementation::toggleNotificationPause() {
+  if (isPaused()) {
+    resumeNotificationsNow();
+  } else {
+    pause(NotificationPauseOption::twoHours);
+  }
+}
+
+// Two hours are not among them: that is what the button beside this one does.
+void StatusWindowController::Implementation::showNotificationPauseOptions() {
+  std::vector<MenuItem> menu{{{"Pause for 4 Hours"}, &Implementation::pauseNotificationsForFourHours},
+                             {{"Pause until Tomorrow"}, &Implementation::pauseNotificationsUntilTomorrow},
+                             {{"Pause Forever"}, &Implementation::pauseNotificationsIndefinitely}};
+  if (isPaused()) {
+    menu.push_back({{""}, nullptr});
+    menu.push_back({{"Resume Now"}, &Implementation::resumeNotificationsNow});
+  }
+  std::vector<platform::MenuItemContent> items;
+  std::vector<Action> actions;
+  for (auto& [content, action] : menu) {
+    items.push_back(std::move(content));
+    actions.push_back(action);
+  }
+  view->popUpMenu(StatusWindowButton::notificationPauseSecondary, items,
+                  [weak = weak_from_this(), actions = std::move(actions)](std::size_t index) {
+                    const auto self = weak.lock();
+                    if (self && index < actions.size() && actions[index]) ((*self).*actions[index])();
+                  });
+}
+
+void StatusWindowController::Implementation::pause(NotificationPauseOption option) {
+  callIfSet(callbacks.onPauseNotifications, option);
+  refresh();
+}
+
+void StatusWindowController::Implementation::resumeNotificationsNow() {
+  callIfSet(callbacks.onResumeNotifications);
+  refresh();
+}
+
+StatusWindowController::StatusWindowController(StatusWindowCallbacks callbacks,
+                                               const StatusWindowSurroundings& surroundings)
+    : implementation(std::make_shared<Implementation>(std::move(callbacks), surroundings)) {
+  implementation->makeView();
+}
+
+StatusWindowController::~StatusWindowController() = default;
+
+void StatusWindowController::show() { implementation->show(); }
+
+void StatusWindowController::close() { implementation->close(); }
+
+void StatusWindowController::refresh() { implementation->refresh(); }
+
+}  // namespace quillard

@@ -92,7 +92,9 @@ DoctorCheck relayCheck(const DoctorFacts& facts) {
       break;
     case RelayReach::reachable:
       check.state = State::note;
-      check.detail = facts.relayAddress + " answers. This computer has no identity yet: its first start makes one.";
+      check.detail = facts.relayAddress +
+                     " answers. It was not asked whether it knows this computer, whose identity cannot be read, or "
+                     "comes with the agent's first start.";
       break;
     case RelayReach::registered:
       check.state = State::fine;

@@ -40,7 +40,7 @@ class InstalledAgent {
     const bool isStored = waitFor([&] {
       const auto reading = xdg::FileSecrets(desktop.folder("data") + "/quillard")
                                .copyMatching("com.quillard.agent", "installation-secrets-v1");
-      const auto secrets = readInstallationSecrets(reading.data.bytes());
+      const auto secrets = readInstallationSecrets(reading.data.view());
       if (secrets) secret = secrets->e2eSecret;
       return secrets.has_value();
     });

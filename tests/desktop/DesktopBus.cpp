@@ -29,7 +29,7 @@ Message call(sd_bus* bus, const char* name, const char* path, const char* interf
 
 }  // namespace
 
-void DesktopBus::Closing::operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+void DesktopBus::Closing::operator()(sd_bus* open) const { sd_bus_flush_close_unref(open); }
 
 DesktopBus::DesktopBus(const std::string& address) {
   sd_bus* made = nullptr;

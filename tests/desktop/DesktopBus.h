@@ -35,7 +35,7 @@ class DesktopBus {
 
  private:
   struct Closing {
-    void operator()(sd_bus* bus) const;
+    void operator()(sd_bus* open) const;
   };
   std::unique_ptr<sd_bus, Closing> bus;
 };

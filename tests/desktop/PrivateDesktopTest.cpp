@@ -152,6 +152,31 @@ TEST(PrivateDesktop, BringsNotificationsAndSecretsWhenAsked) {
   EXPECT_TRUE(DesktopBus(rich.sessionBusAddress()).isNameOwned("org.freedesktop.secrets"));
 }
 
+// The path of the prompt that has to be answered before the service makes a collection.
+std::string promptForANewCollection(DesktopBus& bus) {
+  sd_bus_message* reply = nullptr;
+  const char* collection = nullptr;
+  const char* prompt = "";
+  sd_bus_call_method(bus.get(), "org.freedesktop.secrets", "/org/freedesktop/secrets", "org.freedesktop.Secret.Service",
+                     "CreateCollection", nullptr, &reply, "a{sv}s", 1, "org.freedesktop.Secret.Collection.Label", "s",
+                     "Of a test", "");
+  if (reply) sd_bus_message_read(reply, "oo", &collection, &prompt);
+  std::string result = prompt;
+  sd_bus_message_unref(reply);
+  return result;
+}
+
+TEST(PrivateDesktop, ShowsTheRealPromptOfALockedSecretService) {
+  const PrivateDesktop desktop({.secretService = Options::SecretService::locked});
+  DesktopBus bus(desktop.sessionBusAddress());
+  const std::string prompt = promptForANewCollection(bus);
+  ASSERT_GT(prompt.size(), 1U);
+  sd_bus_call_method(bus.get(), "org.freedesktop.secrets", prompt.c_str(), "org.freedesktop.Secret.Prompt", "Prompt",
+                     nullptr, nullptr, "s", "");
+  EXPECT_TRUE(waitFor([&] { return bus.isNameOwned("org.gnome.keyring.SystemPrompter"); }));
+  EXPECT_TRUE(waitFor([&] { return !isBlank(screen(desktop)); }));
+}
+
 TEST(PrivateDesktop, DoesNotSeeAnotherOne) {
   PrivateDesktop one;
   const PrivateDesktop other;

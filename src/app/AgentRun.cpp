@@ -10,6 +10,7 @@
 #include "agent/AppDelegate.h"
 #include "app/LinuxSystem.h"
 #include "app/MenuOfApplication.h"
+#include "app/RunningAgents.h"
 #include "platform/Platform.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/TerminationSignals.h"
@@ -18,6 +19,9 @@
 
 namespace quillard::app {
 namespace {
+
+// An agent that ends says goodbye to its relay first.
+constexpr platform::Seconds kPatienceWithOthers{5};
 
 // Everything that the agent is handed.
 struct AgentSurroundings {
@@ -93,6 +97,8 @@ ExitCode runAgent(char* programName, const Output& output) {
   const QApplication loop(count, arguments);
   describeApplication();
   AgentSurroundings surroundings;
+  // Asks again itself, but does not wait: without this, whoever starts a second agent would be left with none.
+  endRunningAgents(surroundings.system.processes, surroundings.system.environment, kPatienceWithOthers);
   const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
   auto& application = surroundings.application;
   application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });

@@ -1,4 +1,4 @@
-// terminating_program [stuck]: says when it is up, runs until it is told to end, and says so. Stuck, it never comes to
+// terminating_program [--stuck]: says when it is up, runs until it is told to end, and says so. Stuck, it never comes to
 // an end by itself.
 
 #include <cstdio>
@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
   const QCoreApplication loop(argc, argv);
   quillard::qt::QtExecutors executors;
   quillard::qt::QtApplication application(executors.mainThread());
-  const bool isStuck = argc > 1 && std::string_view(argv[1]) == "stuck";
+  const bool isStuck = argc > 1 && std::string_view(argv[1]) == "--stuck";
   application.setOnWillTerminate([isStuck] {
     std::puts("will terminate");
     std::fflush(stdout);

@@ -30,7 +30,7 @@ TEST_P(TerminationSignal, EndsTheProgramPolitely) {
 }
 
 TEST_P(TerminationSignal, EndsAStuckProgramAtTheSecondTime) {
-  ChildProcess child(program({"stuck"}));
+  ChildProcess child(program({"--stuck"}));
   ASSERT_EQ(child.readLine(), "up");
   ::kill(child.id(), SIGTERM);
   ASSERT_EQ(child.readLine(), "will terminate");

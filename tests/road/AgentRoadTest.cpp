@@ -208,7 +208,7 @@ TEST_F(AgentRoad, IdleMeansIdle) {
     }
     return static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
   };
-  agent.back().waitForOutput("Quillard relay connected.");
+  EXPECT_TRUE(agent.back().waitForOutput("Quillard relay connected."));
   std::this_thread::sleep_for(3s);  // The scans that follow the start.
   const double before = used();
   std::this_thread::sleep_for(5s);

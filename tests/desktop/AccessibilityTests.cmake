@@ -1,5 +1,5 @@
 # The binding to the accessibility bus.
-pkg_check_modules(gtk4 REQUIRED IMPORTED_TARGET gtk4)
+pkg_check_modules(gtk4 REQUIRED IMPORTED_TARGET gtk4-x11 x11)
 add_executable(accessibility_qt_dialog LinuxAccessibilityQtDialog.cpp)
 target_link_libraries(accessibility_qt_dialog PRIVATE quillard_options Qt6::Widgets)
 quillard_common(accessibility_qt_dialog)

@@ -40,9 +40,13 @@ class AgentLife {
     expectOnlyDecidedPresses();
     expectOneTruthEverywhere();
     expectOnlyHarmlessLines();
+    for (const auto& result : agent.phone.results()) ++answersByStatus[result.command.status];
     agent.quit();
     EXPECT_EQ(agent.world.time().nextDue(), std::nullopt);
   }
+
+  // How often the phone was answered what, in the last pairing.
+  [[nodiscard]] const std::map<std::string, int>& answers() const { return answersByStatus; }
 
  private:
   struct Prompt {
@@ -252,6 +256,7 @@ class AgentLife {
   std::map<std::string, Uuid> approvalIDs;
   std::set<std::string> earlier;  // Decisions of pairings that are no more.
   std::set<Uuid> muted;
+  std::map<std::string, int> answersByStatus;
   bool isTrusted = true;
   bool isPaused = false;
   int connection = 0;
@@ -261,12 +266,19 @@ class AgentHistory : public testing::TestWithParam<int> {};
 
 TEST_P(AgentHistory, HoldsItsPromises) {
   constexpr int kLivesInOneTest = 25;
+  std::map<std::string, int> answers;
   for (int i = 0; i < kLivesInOneTest; ++i) {
     const auto seed = static_cast<std::uint64_t>(GetParam() * kLivesInOneTest + i);
     SCOPED_TRACE("seed " + std::to_string(seed));
-    AgentLife{seed}.live();
+    AgentLife life{seed};
+    life.live();
     if (HasFailure()) return;
+    for (const auto& [status, count] : life.answers()) answers[status] += count;
   }
+  for (const auto* status : {"accepted", "failed", "not_found", "requires_direct_access"}) {
+    EXPECT_GT(answers[status], 0) << "Lives in which nothing is ever \"" << status << "\" show too little.";
+  }
+  RecordProperty("accepted", answers["accepted"]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, AgentHistory, testing::Range(0, 12));

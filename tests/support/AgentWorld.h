@@ -135,10 +135,15 @@ class AgentWorld {
   void destroyAgent() { agent.reset(); }
 
   void advance(double seconds) { world.advance(platform::Seconds{seconds}); }
-  // In a turn of the main thread.
+  // In a turn of the main thread; lets time pass while that is in the middle of something.
   template <class Act>
   void onMainThread(Act act) {
-    world.time().runOnMainThread([&] { act(*agent); });
+    bool isDone = false;
+    world.time().runOnMainThread([&] {
+      act(*agent);
+      isDone = true;
+    });
+    while (!isDone) advance(0.01);
   }
 
   platform::simulated::SimulatedDesktop& desktop() { return world.desktop(); }

@@ -60,7 +60,11 @@ int main(int argc, char** argv) {
                                                [](std::size_t index) { say("choice " + std::to_string(index)); });
                                          },
                                      .onWillClose = [] { say("closed"); },
-                                     .onAppearanceChange = {}});
+                                     .onAppearanceChange =
+                                         [&view] {
+                                           view->updateAppearance();
+                                           say("appearance changed");
+                                         }});
   if (!contentOf(state).title.empty()) {
     view->setContent(contentOf(state));
     view->fitToScreen();

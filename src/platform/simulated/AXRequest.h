@@ -26,6 +26,7 @@ struct AXRequest {
 struct Press {
   Instant at{};
   NodeHandle window{};  // The innermost window, sheet or dialog that the button was part of.
+  NodeHandle button{};
   NodeHandle root{};    // The top-level window around that. Most often the same.
   std::string label{};  // The title, or the description when that is empty.
   AXError answer = AXError::success;

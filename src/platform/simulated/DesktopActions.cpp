@@ -43,6 +43,7 @@ AXError DesktopActions::press(NodeHandle button) {
                                                           : PressEffect::doesNothing();
   allPresses.push_back({.at = clock.monotonicNow(),
                         .window = state.tree.promptOf(button).value_or(NodeHandle{}),
+                        .button = button,
                         .root = state.tree.rootOf(button).value_or(NodeHandle{}),
                         .label = state.tree.label(button),
                         .answer = effect.answer(),

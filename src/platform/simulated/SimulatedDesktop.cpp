@@ -254,12 +254,21 @@ AXResult<AXValue> SimulatedDesktop::systemWideAttribute(std::string_view name) c
 
 std::optional<NodeHandle> SimulatedDesktop::focused() const {
   const ApplicationState* const front = internals->state.front();
-  if (!front) return std::nullopt;
-  return front->focusedElement ? front->focusedElement : front->focusedWindow;
+  return front ? focused(ApplicationHandle{front->facts.processIdentifier}) : std::nullopt;
+}
+
+std::optional<NodeHandle> SimulatedDesktop::focused(ApplicationHandle application) const {
+  const ApplicationState* const found = internals->state.running(application.processIdentifier);
+  if (!found) return std::nullopt;
+  return found->focusedElement ? found->focusedElement : found->focusedWindow;
 }
 
 std::optional<NodeHandle> SimulatedDesktop::nodeAt(Point point) const {
   return internals->state.nodeAt(point, std::nullopt);
+}
+
+std::optional<NodeHandle> SimulatedDesktop::nodeAt(ApplicationHandle application, Point point) const {
+  return internals->state.nodeAt(point, application.processIdentifier);
 }
 
 AXUIElement SimulatedDesktop::element(NodeHandle node) const { return internals->state.nodeElement(node); }

@@ -136,8 +136,12 @@ class SimulatedDesktop {
   [[nodiscard]] AXResult<AXValue> systemWideAttribute(std::string_view name) const;
   // The focused element, or else the focused window, of the application in front.
   [[nodiscard]] std::optional<NodeHandle> focused() const;
+  // The same within one application, whether it is in front or not.
+  [[nodiscard]] std::optional<NodeHandle> focused(ApplicationHandle application) const;
   // Of the topmost visible window at `point`, the deepest element there.
   [[nodiscard]] std::optional<NodeHandle> nodeAt(Point point) const;
+  // The same of the topmost visible window of one application.
+  [[nodiscard]] std::optional<NodeHandle> nodeAt(ApplicationHandle application, Point point) const;
   [[nodiscard]] AXUIElement element(NodeHandle node) const;
   [[nodiscard]] AXUIElement element(ApplicationHandle application) const;
   // Absent for application and system-wide elements, and for those of another desktop.

@@ -18,7 +18,7 @@
 namespace quillard::test {
 namespace {
 
-constexpr timeval kPatience{5, 0};
+constexpr std::chrono::seconds kPatience{5};
 
 void require(bool succeeded, const char* what) {
   if (!succeeded) throw std::runtime_error(what);
@@ -84,11 +84,16 @@ std::uint64_t bigEndian(std::string_view bytes) {
 }  // namespace
 
 ServerConnection::ServerConnection(int descriptor, SSL_CTX* context) : descriptor(descriptor) {
-  setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-  setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
+  setPatience(kPatience);
   if (!context) return;
   tls = SSL_new(context);
   SSL_set_fd(tls, descriptor);
+}
+
+void ServerConnection::setPatience(std::chrono::seconds patience) {
+  const timeval limit{patience.count(), 0};
+  setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
 ServerConnection::~ServerConnection() {
@@ -132,8 +137,10 @@ bool ServerConnection::write(std::string_view bytes) {
   return true;
 }
 
-bool ServerConnection::acceptWebSocket() {
-  head = readHead();
+bool ServerConnection::acceptWebSocket() { return acceptWebSocket(readHead()); }
+
+bool ServerConnection::acceptWebSocket(std::string readHead) {
+  head = std::move(readHead);
   return write(
       "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: " +
       acceptKey(head) + "\r\n\r\n");

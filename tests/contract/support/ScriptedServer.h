@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -44,6 +45,10 @@ class ServerConnection {
 
   // Reads the client's handshake and accepts it. The head is kept in `head`.
   bool acceptWebSocket();
+  // The same for a handshake that was read already.
+  bool acceptWebSocket(std::string readHead);
+  // How long reads and writes wait from now on, in place of five seconds.
+  void setPatience(std::chrono::seconds patience);
   // A whole frame with its mask undone. Absent when the client has gone.
   std::optional<Frame> readFrame();
   bool sendFrame(Opcode opcode, std::string_view payload, bool isLast = true);

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "detection/ResolvedDialogButton.h"
+#include "platform/Accessibility.h"
+#include "platform/Geometry.h"
+
+namespace quillard {
+
+// The button that was approved, and whether what a click is about to act on is that very button. Every answer is read
+// live from other processes; nothing here acts. What cannot be told is answered with no.
+//
+// A label's meaning alone ties nothing to the approval: with "Allow" approved, a default button "Always Allow" confirms
+// as well. So a button counts as the approved one when it is the same element, or has the same label and place in the
+// same window; a key or a window's action may stand in for it when the window names it as the button that they press,
+// or names none and shows no second button of that meaning.
+class ApprovedButton {
+ public:
+  // `accessibility` outlives this.
+  ApprovedButton(ResolvedDialogButton resolved, platform::Accessibility& accessibility);
+
+  [[nodiscard]] const platform::AXUIElement& element() const { return resolved.element; }
+  [[nodiscard]] const std::string& label() const { return resolved.button.label; }
+  // The same button, found again.
+  void replace(ResolvedDialogButton found) { resolved = std::move(found); }
+
+  // Absent when the element is gone.
+  [[nodiscard]] std::optional<std::int32_t> processIdentifier() const;
+  // With its messaging time-out set. Absent when the element is gone.
+  [[nodiscard]] std::optional<platform::AXUIElement> owningApplication() const;
+
+  [[nodiscard]] bool isElementStillAlive(const platform::AXUIElement& element) const;
+  // Alive, still a button, and still labelled as it was approved: an element that has become something else is as good
+  // as dead.
+  [[nodiscard]] bool isIntact() const;
+  [[nodiscard]] bool isLabelledAsApproved(const platform::AXUIElement& candidate) const;
+  [[nodiscard]] bool isSameButton(const platform::AXUIElement& candidate) const;
+
+  // The windows to prepare and to act on: the one that the button was resolved in, unless it is seen to be in it no
+  // more, and the one that holds it now, when that is another.
+  [[nodiscard]] std::vector<platform::AXUIElement> windowsForAction() const;
+
+  // Where a mouse would press it.
+  [[nodiscard]] std::optional<platform::Point> centre() const;
+  // The button that a click at `point` would press. Absent unless it is the approved one.
+  [[nodiscard]] std::optional<platform::AXUIElement> buttonAt(platform::Point point) const;
+  // Whether the element is, or lies inside, one of the windows.
+  [[nodiscard]] bool hitButtonBelongsToTarget(const platform::AXUIElement& hit,
+                                              const std::vector<platform::AXUIElement>& targetWindows) const;
+
+  // The button that the window names by this attribute. Absent unless it is the approved one, and has a place.
+  [[nodiscard]] std::optional<platform::AXUIElement> windowButton(const platform::AXUIElement& window,
+                                                                  std::string_view attribute) const;
+  [[nodiscard]] bool offersPress(const platform::AXUIElement& candidate) const;
+  // Whether what confirms (or cancels) the window as a whole presses the approved button.
+  [[nodiscard]] bool answersForWindow(const platform::AXUIElement& window) const;
+
+  // Whether the keyboard focus is on `button`, so that a space presses it.
+  [[nodiscard]] bool hasFocus(const platform::AXUIElement& button) const;
+  // Whether keys that are sent to the process reach the approved prompt.
+  [[nodiscard]] bool hasKeysOfProcess() const;
+  // Whether keys that the hardware sends reach the approved prompt.
+  [[nodiscard]] bool hasKeysOfDesktop() const;
+  // Whether the keyboard focus is on another button, which Return may press in place of the default one.
+  [[nodiscard]] bool isFocusOnAnotherButton() const;
+
+ private:
+  [[nodiscard]] std::optional<platform::AXUIElement> focusHolder() const;
+  [[nodiscard]] bool isTarget(const std::optional<platform::AXUIElement>& window) const;
+  [[nodiscard]] bool isOnlyOneOfItsMeaning(const platform::AXUIElement& window) const;
+
+  ResolvedDialogButton resolved;
+  platform::Accessibility& accessibility;
+};
+
+}  // namespace quillard

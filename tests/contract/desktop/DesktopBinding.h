@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/Environment.h"
+#include "platform/Executors.h"
+#include "platform/Random.h"
+#include "platform/SyntheticEvents.h"
+#include "platform/UserDefaults.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+namespace quillard::test {
+
+// A prompt that a test wants to see on the screen: a dialog with these texts above a row of these buttons.
+struct PromptWish {
+  std::string title = "Permission";
+  std::vector<std::string> lines{"The program wants to use the camera."};
+  std::vector<std::string> buttons{"Don't Allow", "Allow"};
+  bool hasSecureTextField = false;         // With "hunter2" typed in.
+  std::optional<platform::Point> at{};     // Top left, roughly: window managers add frames. Absent: anywhere.
+  std::optional<std::string> successor{};  // The title of a prompt that the first press opens in the same place.
+};
+
+// A program that shows a prompt. Ends with this object at the latest.
+class PromptProgram {
+ public:
+  PromptProgram() = default;
+  PromptProgram(const PromptProgram&) = delete;
+  PromptProgram& operator=(const PromptProgram&) = delete;
+  virtual ~PromptProgram() = default;
+
+  [[nodiscard]] virtual std::int32_t processIdentifier() const = 0;
+  // The labels that were pressed, oldest first.
+  [[nodiscard]] virtual std::vector<std::string> presses() = 0;
+  // Ends at once, as in a crash.
+  virtual void kill() = 0;
+  // Answers nobody until it goes on.
+  virtual void stop() = 0;
+  virtual void goOn() = 0;
+};
+
+// A desktop of the test's own that can show prompts, seen through one binding.
+class DesktopBinding {
+ public:
+  DesktopBinding() = default;
+  DesktopBinding(const DesktopBinding&) = delete;
+  DesktopBinding& operator=(const DesktopBinding&) = delete;
+  virtual ~DesktopBinding() = default;
+
+  virtual platform::Accessibility& accessibility() = 0;
+  virtual platform::Workspace& workspace() = 0;
+  virtual platform::WindowList& windowList() = 0;
+  virtual platform::SyntheticEvents& syntheticEvents() = 0;
+  virtual platform::Clock& clock() = 0;
+  virtual platform::Console& console() = 0;
+  virtual const platform::Environment& environment() = 0;
+  virtual platform::Random& random() = 0;
+  virtual platform::UserDefaults& userDefaults() = 0;
+
+  // Returns when the prompt is on the screen, in front, and can be read.
+  [[nodiscard]] virtual std::unique_ptr<PromptProgram> show(const PromptWish& wish) = 0;
+
+  // Lets time pass, and the main thread run, until `condition` holds; false when it never came to hold.
+  [[nodiscard]] virtual bool eventually(const std::function<bool()>& condition) = 0;
+};
+
+struct DesktopCase {
+  std::string name;
+  std::unique_ptr<DesktopBinding> (*make)();
+};
+
+}  // namespace quillard::test

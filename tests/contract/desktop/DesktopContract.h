@@ -1,0 +1,73 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "contract/desktop/DesktopBinding.h"
+#include "detection/AXHelpers.h"
+
+namespace quillard::test {
+
+// What the agent relies on in the desktop, whatever the binding. Each binding instantiates all of these suites.
+class DesktopContract : public testing::TestWithParam<DesktopCase> {
+ protected:
+  platform::Accessibility& accessibility() { return binding->accessibility(); }
+
+  [[nodiscard]] platform::AXUIElement application(const PromptProgram& program) {
+    auto element = accessibility().createApplication(program.processIdentifier());
+    accessibility().setMessagingTimeout(element, AXHelpers::kMessagingTimeout);
+    return element;
+  }
+  // The prompt's window; a failure, and the application itself, when it has none.
+  [[nodiscard]] platform::AXUIElement window(const PromptProgram& program, platform::AXAttributeReader& reader) {
+    const auto windows = AXHelpers::windows(reader, application(program));
+    EXPECT_FALSE(windows.empty());
+    return windows.empty() ? application(program) : windows.front();
+  }
+  [[nodiscard]] platform::AXUIElement window(const PromptProgram& program) { return window(program, accessibility()); }
+
+  [[nodiscard]] std::vector<platform::AXUIElement> elements(const PromptProgram& program, std::string_view role,
+                                                            platform::AXAttributeReader& reader) {
+    std::vector<platform::AXUIElement> found;
+    for (const auto& element : AXHelpers::deeplyNestedChildren(reader, window(program, reader), 80)) {
+      if (AXHelpers::role(reader, element) == role) found.push_back(element);
+    }
+    return found;
+  }
+  [[nodiscard]] std::optional<platform::AXUIElement> button(const PromptProgram& program, const std::string& label) {
+    for (const auto& element : elements(program, platform::ax::kButtonRole, accessibility())) {
+      if (AXHelpers::stringAttribute(accessibility(), element, platform::ax::kTitle) == label) return element;
+    }
+    ADD_FAILURE() << "no button " << label;
+    return std::nullopt;
+  }
+  [[nodiscard]] static platform::Point center(const platform::Rect& rect) {
+    return {rect.x + rect.width / 2, rect.y + rect.height / 2};
+  }
+
+  const std::unique_ptr<DesktopBinding> binding = GetParam().make();
+};
+
+class AccessibilityContract : public DesktopContract {};
+class ReadScopeContract : public DesktopContract {};
+class WorkspaceContract : public DesktopContract {};
+class WindowListContract : public DesktopContract {};
+class SyntheticEventsContract : public DesktopContract {};
+class PromptContract : public DesktopContract {};
+
+[[nodiscard]] inline std::string caseName(const testing::TestParamInfo<DesktopCase>& info) { return info.param.name; }
+
+// Instantiates every suite for the cases that `CASES` gives.
+#define QUILLARD_DESKTOP_CONTRACT(NAME, CASES)                              \
+  INSTANTIATE_TEST_SUITE_P(NAME, AccessibilityContract, CASES, caseName);   \
+  INSTANTIATE_TEST_SUITE_P(NAME, ReadScopeContract, CASES, caseName);       \
+  INSTANTIATE_TEST_SUITE_P(NAME, WorkspaceContract, CASES, caseName);       \
+  INSTANTIATE_TEST_SUITE_P(NAME, WindowListContract, CASES, caseName);      \
+  INSTANTIATE_TEST_SUITE_P(NAME, SyntheticEventsContract, CASES, caseName); \
+  INSTANTIATE_TEST_SUITE_P(NAME, PromptContract, CASES, caseName)
+
+}  // namespace quillard::test

@@ -1,0 +1,107 @@
+#include <array>
+
+#include "contract/desktop/DesktopContract.h"
+
+namespace quillard::test {
+namespace {
+
+namespace ax = platform::ax;
+using platform::AXUIElement;
+using platform::Seconds;
+
+// All that a walk over a window reads, as text: what two readers must agree on.
+std::vector<std::string> walked(platform::AXAttributeReader& reader, const AXUIElement& window) {
+  std::vector<std::string> lines;
+  const auto add = [&](const AXUIElement& element) {
+    std::string line = AXHelpers::role(reader, element) + "/" + AXHelpers::subrole(reader, element);
+    for (const auto name : {ax::kTitle, ax::kDescription, ax::kValue}) {
+      line += "|" + AXHelpers::stringAttribute(reader, element, name).value_or("-");
+    }
+    const auto frame = AXHelpers::frame(reader, element);
+    line += frame ? "|" + std::to_string(frame->x) + "," + std::to_string(frame->y) + "," +
+                        std::to_string(frame->width) + "," + std::to_string(frame->height)
+                  : "|-";
+    for (const auto& action : AXHelpers::actionNames(reader, element)) line += "|" + action;
+    lines.push_back(line);
+  };
+  add(window);
+  for (const auto& element : AXHelpers::deeplyNestedChildren(reader, window, 80)) add(element);
+  return lines;
+}
+
+TEST_P(ReadScopeContract, AScopeAnswersWhatLiveReadsAnswer) {
+  const auto program = binding->show({.hasSecureTextField = true});
+  const auto live = walked(accessibility(), window(*program));
+  EXPECT_GT(live.size(), 3U);
+
+  const auto unprepared = accessibility().beginReadScope();
+  EXPECT_EQ(walked(*unprepared, window(*program, *unprepared)), live);
+
+  const auto prepared = accessibility().beginReadScope();
+  prepared->prepareApplications(std::array{application(*program)}, 80);
+  EXPECT_EQ(walked(*prepared, window(*program, *prepared)), live);
+  EXPECT_FALSE(prepared->missedTimeout(application(*program)));
+}
+
+TEST_P(ReadScopeContract, AWalkThatGoesOnBeyondWhatWasPreparedFindsTheRest) {
+  const auto program = binding->show({});
+  const auto live = walked(accessibility(), window(*program));
+  const auto scope = accessibility().beginReadScope();
+  scope->prepareApplications(std::array{application(*program)}, 2);
+  EXPECT_EQ(walked(*scope, window(*program, *scope)), live);
+}
+
+TEST_P(ReadScopeContract, TheNextScopeSeesWhatHasChanged) {
+  const auto program = binding->show({.title = "First", .successor = "Second"});
+  {
+    const auto scope = accessibility().beginReadScope();
+    scope->prepareApplications(std::array{application(*program)}, 80);
+    EXPECT_EQ(AXHelpers::stringAttribute(*scope, window(*program, *scope), ax::kTitle), "First");
+  }
+  const auto allow = button(*program, "Allow");
+  ASSERT_TRUE(allow);
+  (void)accessibility().performAction(*allow, ax::kPressAction);
+  EXPECT_TRUE(binding->eventually([&] {
+    const auto scope = accessibility().beginReadScope();
+    scope->prepareApplications(std::array{application(*program)}, 80);
+    const auto windows = AXHelpers::windows(*scope, application(*program));
+    return windows.size() == 1 && AXHelpers::stringAttribute(*scope, windows[0], ax::kTitle) == "Second";
+  }));
+}
+
+TEST_P(ReadScopeContract, AHungProgramCostsOneWaitAndHidesNobodyElse) {
+  const auto hung = binding->show({.title = "Hung"});
+  const auto well = binding->show({.title = "Well"});
+  const auto hungWindow = window(*hung);
+  hung->stop();
+  const auto scope = accessibility().beginReadScope();
+  const auto before = binding->clock().monotonicNow();
+  scope->prepareApplications(std::array{application(*hung), application(*well)}, 80);
+  for (int i = 0; i < 50; ++i) {
+    EXPECT_FALSE(scope->copyAttributeValue(hungWindow, ax::kTitle).hasValue());
+    EXPECT_TRUE(AXHelpers::windows(*scope, application(*hung)).empty());
+  }
+  EXPECT_EQ(AXHelpers::stringAttribute(*scope, window(*well, *scope), ax::kTitle), "Well");
+  EXPECT_LT(binding->clock().monotonicNow() - before, Seconds{1});
+  EXPECT_TRUE(scope->missedTimeout(application(*hung)));
+  EXPECT_TRUE(scope->missedTimeout(hungWindow));
+  EXPECT_FALSE(scope->missedTimeout(application(*well)));
+  hung->goOn();
+  EXPECT_TRUE(binding->eventually([&] { return AXHelpers::windows(accessibility(), application(*hung)).size() == 1; }));
+}
+
+TEST_P(ReadScopeContract, AProgramThatDiesInMidScopeIsQuietlyGone) {
+  const auto program = binding->show({.title = "Dying"});
+  const auto other = binding->show({.title = "Living"});
+  const auto scope = accessibility().beginReadScope();
+  const auto windows = AXHelpers::windows(*scope, application(*program));
+  ASSERT_EQ(windows.size(), 1U);
+  program->kill();
+  EXPECT_TRUE(
+      binding->eventually([&] { return !accessibility().copyAttributeValue(windows[0], ax::kRole).hasValue(); }));
+  (void)walked(*scope, windows[0]);
+  EXPECT_EQ(AXHelpers::stringAttribute(*scope, window(*other, *scope), ax::kTitle), "Living");
+}
+
+}  // namespace
+}  // namespace quillard::test

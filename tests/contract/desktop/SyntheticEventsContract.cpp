@@ -1,0 +1,86 @@
+#include "contract/desktop/DesktopContract.h"
+
+namespace quillard::test {
+namespace {
+
+namespace ax = platform::ax;
+using platform::KeyCode;
+using platform::MouseEventType;
+using platform::Point;
+
+constexpr platform::Seconds kBetweenEvents{0.08};
+
+// Everything that a click or a key press posts, one after the other.
+template <class Post>
+void click(DesktopBinding& binding, Point point, const Post& post) {
+  for (const auto type : {MouseEventType::moved, MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
+    const auto event = binding.syntheticEvents().createMouseEvent(type, point);
+    ASSERT_TRUE(event);
+    post(*event);
+    binding.clock().sleep(kBetweenEvents);
+  }
+}
+
+template <class Post>
+void pressKey(DesktopBinding& binding, KeyCode key, const Post& post) {
+  for (const bool isDown : {true, false}) {
+    const auto event = binding.syntheticEvents().createKeyboardEvent(key, isDown);
+    ASSERT_TRUE(event);
+    post(*event);
+    binding.clock().sleep(kBetweenEvents);
+  }
+}
+
+TEST_P(SyntheticEventsContract, AClickAtTheCentreOfAButtonPressesIt) {
+  const auto program = binding->show({.at = Point{200, 200}});
+  const auto allow = button(*program, "Allow");
+  ASSERT_TRUE(allow);
+  const auto frame = AXHelpers::frame(accessibility(), *allow);
+  ASSERT_TRUE(frame);
+  click(*binding, center(*frame),
+        [&](const auto& event) { binding->syntheticEvents().postToProcess(program->processIdentifier(), event); });
+  EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
+  EXPECT_EQ(program->presses(), std::vector<std::string>{"Allow"});
+}
+
+TEST_P(SyntheticEventsContract, AClickWhereTheHardwareEntersPressesWhatIsUnderThePoint) {
+  const auto program = binding->show({.at = Point{200, 200}});
+  const auto deny = button(*program, "Don't Allow");
+  ASSERT_TRUE(deny);
+  const auto frame = AXHelpers::frame(accessibility(), *deny);
+  ASSERT_TRUE(frame);
+  click(*binding, center(*frame), [&](const auto& event) { binding->syntheticEvents().postToHIDTap(event); });
+  EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
+  EXPECT_EQ(program->presses(), std::vector<std::string>{"Don't Allow"});
+}
+
+TEST_P(SyntheticEventsContract, SpacePressesTheFocusedButton) {
+  const auto program = binding->show({});
+  (void)binding->workspace().activate(program->processIdentifier());
+  const auto allow = button(*program, "Allow");
+  ASSERT_TRUE(allow);
+  (void)accessibility().setAttributeValue(*allow, ax::kFocused, true);
+  EXPECT_TRUE(binding->eventually(
+      [&] { return AXHelpers::focusedElement(accessibility(), accessibility()) == std::optional{*allow}; }));
+  pressKey(*binding, KeyCode::space,
+           [&](const auto& event) { binding->syntheticEvents().postToProcess(program->processIdentifier(), event); });
+  EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
+  EXPECT_EQ(program->presses(), std::vector<std::string>{"Allow"});
+}
+
+TEST_P(SyntheticEventsContract, AClickForOneProgramNeverReachesAnotherThatCoversIt) {
+  const auto below = binding->show({.title = "Below", .at = Point{200, 200}});
+  const auto allow = button(*below, "Allow");
+  ASSERT_TRUE(allow);
+  const auto frame = AXHelpers::frame(accessibility(), *allow);
+  ASSERT_TRUE(frame);
+  const auto above = binding->show({.title = "Below", .at = Point{200, 200}});
+  (void)accessibility().performAction(window(*above), ax::kRaiseAction);
+  click(*binding, center(*frame),
+        [&](const auto& event) { binding->syntheticEvents().postToProcess(below->processIdentifier(), event); });
+  binding->clock().sleep(platform::Seconds{0.2});
+  EXPECT_TRUE(above->presses().empty());
+}
+
+}  // namespace
+}  // namespace quillard::test

@@ -1,0 +1,86 @@
+#include <algorithm>
+
+#include "contract/desktop/DesktopContract.h"
+#include "detection/VisibleWindowOwners.h"
+
+namespace quillard::test {
+namespace {
+
+using platform::WindowListEntry;
+using platform::WindowListOptions;
+
+std::vector<WindowListEntry> windowsOf(platform::WindowList& list, const PromptProgram& program,
+                                       WindowListOptions options = WindowListOptions::onScreenOnly) {
+  auto windows = list.copyWindowInfo(options);
+  std::erase_if(windows, [&](const WindowListEntry& entry) {
+    return entry.ownerProcessIdentifier != program.processIdentifier();
+  });
+  return windows;
+}
+
+TEST_P(WindowListContract, APromptIsAVisibleOrdinaryWindowOfItsProgram) {
+  const auto program = binding->show({.title = "Camera access", .at = platform::Point{200, 200}});
+  const auto windows = windowsOf(binding->windowList(), *program);
+  ASSERT_EQ(windows.size(), 1U);
+  EXPECT_TRUE(VisibleWindowOwners::isVisible(windows[0]));
+  EXPECT_EQ(windows[0].windowName, "Camera access");
+  EXPECT_EQ(windows[0].layer.value_or(0), 0);
+  EXPECT_TRUE(windows[0].ownerName && !windows[0].ownerName->empty());
+}
+
+TEST_P(WindowListContract, ItsBoundsHoldWhatAccessibilityReads) {
+  const auto program = binding->show({.at = platform::Point{200, 200}});
+  const auto allow = button(*program, "Allow");
+  ASSERT_TRUE(allow);
+  EXPECT_TRUE(binding->eventually([&] {
+    const auto windows = windowsOf(binding->windowList(), *program);
+    const auto frame = AXHelpers::frame(accessibility(), *allow);
+    if (windows.size() != 1 || !windows[0].bounds || !frame) return false;
+    const auto& bounds = *windows[0].bounds;
+    return frame->x >= bounds.x && frame->y >= bounds.y && frame->x + frame->width <= bounds.x + bounds.width &&
+           frame->y + frame->height <= bounds.y + bounds.height;
+  }));
+}
+
+TEST_P(WindowListContract, TheNewestWindowComesBeforeTheOnesItCovers) {
+  const auto below = binding->show({.title = "Below", .at = platform::Point{200, 200}});
+  const auto above = binding->show({.title = "Above", .at = platform::Point{220, 220}});
+  (void)binding->workspace().activate(above->processIdentifier());
+  EXPECT_TRUE(binding->eventually([&] {
+    const auto owners = VisibleWindowOwners::processIdentifiers(binding->windowList(), false);
+    const auto position = [&](const PromptProgram& program) {
+      return std::find(owners.begin(), owners.end(), program.processIdentifier());
+    };
+    return position(*below) != owners.end() && position(*above) < position(*below);
+  }));
+}
+
+TEST_P(WindowListContract, AWindowThatHasGoneIsListedNowhere) {
+  const auto program = binding->show({});
+  program->kill();
+  EXPECT_TRUE(binding->eventually([&] {
+    return windowsOf(binding->windowList(), *program).empty() &&
+           windowsOf(binding->windowList(), *program, WindowListOptions::all).empty();
+  }));
+}
+
+TEST_P(WindowListContract, TwoLooksAtAStillDesktopAreEqual) {
+  const auto program = binding->show({});
+  EXPECT_TRUE(binding->eventually([&] {
+    return VisibleWindowOwners::visibleWindowSignatures(binding->windowList()) ==
+           VisibleWindowOwners::visibleWindowSignatures(binding->windowList());
+  }));
+}
+
+TEST_P(WindowListContract, ObserversHearOfWindowsThatComeAndGo) {
+  int hints = 0;
+  const auto subscription = binding->windowList().observeChanges([&] { ++hints; });
+  const auto program = binding->show({});
+  EXPECT_TRUE(binding->eventually([&] { return hints > 0; }));
+  const int before = hints;
+  program->kill();
+  EXPECT_TRUE(binding->eventually([&] { return hints > before; }));
+}
+
+}  // namespace
+}  // namespace quillard::test

@@ -32,7 +32,7 @@ class ShownWindow {
  public:
   explicit ShownWindow(const platform::StatusWindowContent& content, Theme theme = Theme::light, int width = 960) {
     QApplication::setPalette(desktopPalette(theme));
-    window = std::make_unique<qt::StatusWindow>(platform::StatusWindowEvents{});
+    window = std::make_unique<qt::StatusWindow>(platform::StatusWindowEvents{}, qt::ColorScheme::noPreference);
     window->setContent(content);
     takeWidth(width);
     window->comeToFront();

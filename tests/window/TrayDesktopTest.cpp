@@ -1,7 +1,10 @@
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <type_traits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -18,8 +21,8 @@ namespace {
 
 class TrayOnADesktop : public testing::Test {
  protected:
-  DesktopProgram showIcon() {
-    auto program = desktop.launch(QUILLARD_WINDOW_PROGRAM, {"none", "tray"});
+  DesktopProgram showIcon(const std::string& state = "none") {
+    auto program = desktop.launch(QUILLARD_WINDOW_PROGRAM, {state, "tray"});
     EXPECT_TRUE(program.waitForOutput("ready")) << program.errors();
     return program;
   }
@@ -82,6 +85,28 @@ class TrayOnADesktop : public testing::Test {
     })) << program.output();
   }
 
+  // Of the program whose window has the keyboard; 0 when none has.
+  [[nodiscard]] std::uint32_t activeProcess() const {
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection{
+        xcb_connect(desktop.display().c_str(), nullptr), &xcb_disconnect};
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    const auto active = property(connection.get(), root, "_NET_ACTIVE_WINDOW");
+    return active == XCB_WINDOW_NONE ? 0 : property(connection.get(), active, "_NET_WM_PID");
+  }
+
+  // Its first number; 0 when there is none.
+  static std::uint32_t property(xcb_connection_t* connection, xcb_window_t window, const std::string& name) {
+    const auto freed = [](auto* reply) {
+      return std::unique_ptr<std::remove_pointer_t<decltype(reply)>, decltype(&std::free)>{reply, &std::free};
+    };
+    const auto atom = freed(xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
+    const auto value = freed(xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, atom->atom, XCB_ATOM_ANY, 0, 1), nullptr));
+    if (!value || xcb_get_property_value_length(value.get()) < 4) return 0;
+    return *static_cast<const std::uint32_t*>(xcb_get_property_value(value.get()));
+  }
+
   PrivateDesktop desktop;
 };
 
@@ -92,6 +117,20 @@ TEST_F(TrayOnADesktop, StandsInATrayOnTheBusAndOpensTheWindowAtAClick) {
   ASSERT_FALSE(service.empty());
   EXPECT_TRUE(callItem(service, "Activate"));
   EXPECT_TRUE(program.waitForOutput("clicked"));
+}
+
+TEST_F(TrayOnADesktop, BringsTheWindowToTheFrontWithTheKeyboard) {
+  auto watcher = startWatcher();
+  auto program = showIcon("paired");
+  const auto isActive = [&](DesktopProgram& wanted) {
+    return waitFor([&] { return activeProcess() == static_cast<std::uint32_t>(wanted.pid()); });
+  };
+  EXPECT_TRUE(isActive(program));
+  const auto service = registeredService(watcher);
+  auto other = desktop.launch("zenity", {"--info", "--text", "Something else"});
+  ASSERT_TRUE(isActive(other));
+  EXPECT_TRUE(callItem(service, "Activate"));
+  EXPECT_TRUE(isActive(program));
 }
 
 TEST_F(TrayOnADesktop, FindsATrayOnTheBusThatComesLate) {

@@ -60,7 +60,11 @@ int main(int argc, char** argv) {
                                                [](std::size_t index) { say("choice " + std::to_string(index)); });
                                          },
                                      .onWillClose = [] { say("closed"); },
-                                     .onAppearanceChange = {}});
+                                     .onAppearanceChange =
+                                         [&view] {
+                                           view->updateAppearance();
+                                           say("appearance changed");
+                                         }});
   if (!contentOf(state).title.empty()) {
     view->setContent(contentOf(state));
     view->fitToScreen();
@@ -75,7 +79,10 @@ int main(int argc, char** argv) {
   if (argc > 2) {
     bar.setApplicationMenu({{.title = "About Quillard"}, {.title = ""}, {.title = "Quit Quillard"}},
                            [](const auto& chosen) { say("menu " + chosen.title); });
-    item = bar.makeStatusItem(MenuBarIcon::idleLength, [] { say("clicked"); });
+    item = bar.makeStatusItem(MenuBarIcon::idleLength, [&view] {
+      view->show();
+      say("clicked");
+    });
     item->setImage(MenuBarIcon::image(0));
     item->setToolTip("Quillard");
     QObject::connect(&places, &QTimer::timeout, [&] { reportPlace(dynamic_cast<QObject&>(*item), place); });

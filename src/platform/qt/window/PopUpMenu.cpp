@@ -1,10 +1,8 @@
 #include "platform/qt/window/PopUpMenu.h"
 
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QMenu>
 
 #include "platform/qt/window/MenuStyle.h"
-#include "platform/qt/window/WindowPalette.h"
 #include "platform/qt/window/WrappedText.h"
 
 namespace quillard::qt {
@@ -21,7 +19,7 @@ void popUpMenu(ActionButton& anchor, const std::vector<platform::MenuItemContent
   auto* style = new MenuStyle;
   style->setParent(menu);  // Styles are not owned by what they draw.
   menu->setStyle(style);
-  menu->setPalette(windowPalette(QApplication::palette()));
+  menu->setPalette(anchor.window()->palette());
   menu->setFont(fontFor(TextStyle::body));
   menu->setAccessibleName(anchor.accessibleName());
   for (std::size_t index = 0; index < items.size(); ++index) {

@@ -31,6 +31,10 @@ std::unique_ptr<platform::StatusWindowView> QtStatusWindowViews::makeStatusWindo
 
 QtStatusWindowView::QtStatusWindowView(platform::StatusWindowEvents events) : events(std::move(events)) {
   installAccessibleRoles();
+  schemeWatch = DesktopColorScheme::watch([this](ColorScheme chosen) {
+    scheme = chosen;
+    if (window) window->setColorScheme(chosen);
+  });
 }
 
 QtStatusWindowView::~QtStatusWindowView() { delete window; }
@@ -49,7 +53,7 @@ StatusWindow& QtStatusWindowView::openWindow() {
     letGoOfWindow();
     if (events.onWillClose) events.onWillClose();
   };
-  window = new StatusWindow(std::move(own));
+  window = new StatusWindow(std::move(own), scheme);
   window->setContent(shownContent);
   if (lastGeometry.isValid()) {
     window->setGeometry(lastGeometry);

@@ -31,7 +31,9 @@ class QtStatusWindowView final : public platform::StatusWindowView {
   const platform::StatusWindowEvents events;
   platform::StatusWindowContent shownContent;
   QRect lastGeometry;  // Invalid: never shown.
+  ColorScheme scheme = ColorScheme::noPreference;
   StatusWindow* window = nullptr;
+  std::unique_ptr<DesktopColorScheme> schemeWatch;
 };
 
 }  // namespace quillard::qt

@@ -23,8 +23,8 @@ constexpr QMargins kExpectedFrame{2, 34, 2, 4};
 
 }  // namespace
 
-StatusWindow::StatusWindow(platform::StatusWindowEvents events)
-    : events(std::move(events)), scrollView(new QScrollArea(this)), page(new StatusPage(nullptr)) {
+StatusWindow::StatusWindow(platform::StatusWindowEvents events, ColorScheme scheme)
+    : events(std::move(events)), scheme(scheme), scrollView(new QScrollArea(this)), page(new StatusPage(nullptr)) {
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowIcon(brandIcon());
   setMinimumSize(kSmallestWindow);
@@ -99,20 +99,25 @@ void StatusWindow::comeToFront() {
 }
 
 void StatusWindow::updateAppearance() {
-  knownPalette = QApplication::palette();
+  knownPalette = windowPalette(QApplication::palette(), scheme);
   knownFont = QApplication::font();
-  setPalette(windowPalette(knownPalette));
+  setPalette(knownPalette);
   page->updateAppearance();
   layOut();
 }
 
 void StatusWindow::noticeAppearance() {
-  const bool isKnown =
-      windowPalette(QApplication::palette()) == windowPalette(knownPalette) && QApplication::font() == knownFont;
+  const QPalette palette = windowPalette(QApplication::palette(), scheme);
+  const bool isKnown = palette == knownPalette && QApplication::font() == knownFont;
   if (isKnown || !events.onAppearanceChange) return;
-  knownPalette = QApplication::palette();
+  knownPalette = palette;
   knownFont = QApplication::font();
   events.onAppearanceChange();
+}
+
+void StatusWindow::setColorScheme(ColorScheme chosen) {
+  scheme = chosen;
+  noticeAppearance();
 }
 
 void StatusWindow::popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,

@@ -7,6 +7,7 @@
 #include <QtWidgets/QWidget>
 
 #include "platform/StatusWindowView.h"
+#include "platform/qt/window/DesktopColorScheme.h"
 #include "platform/qt/window/StatusPage.h"
 
 namespace quillard::qt {
@@ -14,9 +15,11 @@ namespace quillard::qt {
 // The window itself: the page, a scroll bar where the screen is too small for it, and the keyboard.
 class StatusWindow final : public QWidget {
  public:
-  explicit StatusWindow(platform::StatusWindowEvents events);
+  StatusWindow(platform::StatusWindowEvents events, ColorScheme scheme);
 
   void setContent(const platform::StatusWindowContent& content);
+  // The user's choice for the desktop; told like any change of appearance.
+  void setColorScheme(ColorScheme chosen);
   // The size that shows all, or as much of it as the screen holds.
   void takeComfortableSize();
   void fitToScreen();
@@ -40,9 +43,10 @@ class StatusWindow final : public QWidget {
   [[nodiscard]] ActionButton* buttonFor(platform::StatusWindowButton identity) const;
 
   const platform::StatusWindowEvents events;
+  ColorScheme scheme;
   QScrollArea* scrollView;
   StatusPage* page;
-  QPalette knownPalette;
+  QPalette knownPalette;  // As windowPalette() made it.
   QFont knownFont;
 };
 

@@ -64,10 +64,10 @@ constexpr Tones kHighContrastDark{.page = 0xff000000,
 // Ordinary themes stay below: theirs are off-white or off-black.
 constexpr double kHighContrast = 20.5;
 
-const Tones& tonesFor(const QPalette& system) {
+const Tones& tonesFor(const QPalette& system, ColorScheme scheme) {
   const bool isHigh = contrast(system.color(QPalette::Window), system.color(QPalette::WindowText)) >= kHighContrast &&
                       contrast(system.color(QPalette::Button), system.color(QPalette::ButtonText)) >= kHighContrast;
-  if (isDark(system)) return isHigh ? kHighContrastDark : kDark;
+  if (isDark(system) || scheme == ColorScheme::dark) return isHigh ? kHighContrastDark : kDark;
   return isHigh ? kHighContrastLight : kLight;
 }
 
@@ -80,8 +80,8 @@ double luminance(const QColor& color) {
 
 }  // namespace
 
-QPalette windowPalette(const QPalette& system) {
-  const Tones& tones = tonesFor(system);
+QPalette windowPalette(const QPalette& system, ColorScheme scheme) {
+  const Tones& tones = tonesFor(system, scheme);
   QPalette palette{system};
   const auto set = [&](QPalette::ColorRole role, QRgb tone) { palette.setColor(role, QColor::fromRgb(tone)); };
   set(QPalette::Window, tones.page);

@@ -5,6 +5,7 @@
 
 #include "platform/Images.h"
 #include "platform/StatusWindowView.h"
+#include "platform/qt/window/DesktopColorScheme.h"
 
 namespace quillard::qt {
 
@@ -12,7 +13,8 @@ namespace quillard::qt {
 // Window the page, Base the cards, WindowText and PlaceholderText primary and secondary text, Mid the edges of cards,
 // Highlight and HighlightedText the primary buttons, Button and ButtonText the secondary ones, Midlight soft fills,
 // Link the focus ring.
-[[nodiscard]] QPalette windowPalette(const QPalette& system);
+// Dark where the colours that the desktop gives to all windows are, or where the user has chosen dark.
+[[nodiscard]] QPalette windowPalette(const QPalette& system, ColorScheme scheme = ColorScheme::noPreference);
 
 // Whether the desktop is dark, judged by the colours that it gives to all windows.
 [[nodiscard]] bool isDark(const QPalette& palette);

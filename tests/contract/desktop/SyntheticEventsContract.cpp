@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include "contract/desktop/DesktopContract.h"
 
 namespace quillard::test {

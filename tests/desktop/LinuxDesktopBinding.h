@@ -56,6 +56,9 @@ class LinuxDesktopBinding final : public DesktopBinding {
       : sample(std::move(sample)), desktop(options) {}
 
   [[nodiscard]] PrivateDesktop& privateDesktop() { return desktop; }
+  // Those of the agent; none are set.
+  [[nodiscard]] DesktopEnvironment& agentVariables() { return variables; }
+  [[nodiscard]] std::vector<std::string> printedLines() const { return quietConsole.lines(); }
   [[nodiscard]] const atspi::AccessibilityCounters& accessibilityCounters() const {
     return linuxAccessibility.counters();
   }
@@ -66,7 +69,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
   platform::SyntheticEvents& syntheticEvents() override { return events; }
   platform::Clock& clock() override { return systemClock; }
   platform::Console& console() override { return quietConsole; }
-  const platform::Environment& environment() override { return noVariables; }
+  const platform::Environment& environment() override { return variables; }
   platform::Random& random() override { return seededRandom; }
   platform::UserDefaults& userDefaults() override { return defaults; }
 
@@ -123,7 +126,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
   platform::simulated::SimulatedConsole quietConsole;
   platform::simulated::SimulatedRandom seededRandom{platform::simulated::Seed{1}};
   platform::simulated::SimulatedUserDefaults defaults;
-  DesktopEnvironment noVariables;
+  DesktopEnvironment variables;
   RecordingOpener opener;
   x11::XcbWindows windows{desktop.display()};
   x11::DesktopWatch watch{desktop.display(), windows, executors.mainThread()};
@@ -132,7 +135,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
   atspi::AccessibleProcessList accessible{linuxAccessibility, [this] { return linuxAccessibility.busAddress(); },
                                           executors.mainThread()};
   x11::ProcessTable processes;
-  x11::DesktopEntries entries{noVariables};
+  x11::DesktopEntries entries{variables};
   x11::RunningPrograms programs{processes, entries};
   x11::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
   x11::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};

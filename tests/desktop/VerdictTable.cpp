@@ -13,6 +13,7 @@ const Words kGtk4{"gtk4_prompt"};
 const Words kQt{"qt_prompt"};
 const Words kAll{"gtk3_prompt", "gtk4_prompt", "qt_prompt"};
 const Words kAllButGtk4{"gtk3_prompt", "qt_prompt"};
+const Words kAllButQt{"gtk3_prompt", "gtk4_prompt"};
 
 // zenity ends with its input; this one stays.
 Words zenityWithInput(const std::string& options) { return {"-c", "sleep 60 | zenity " + options}; }
@@ -68,16 +69,16 @@ std::vector<Row> verdictTable() {
     {"ZenityEntry", kZenity, {"--entry", "--title=Name", "--text=What is it called?", "--entry-text=Draft"},
      Prompt{.title = "Name", .lines = {"What is it called?", "Draft"}, .buttons = {"Cancel", "OK"}, .recommended = "OK"}},
     {"ZenityPassword", kZenity, {"--password", "--title=Sign in"},
-     Prompt{.title = "Sign in", .lines = {"Type your password", "Password"}, .buttons = {"Cancel", "OK"},
+     Prompt{.title = "Sign in", .lines = {"Type your password", "Password", "Password:"}, .buttons = {"Cancel", "OK"},
             .recommended = "OK", .access = kSecret}},
     {"ZenityPasswordAndUser", kZenity, {"--password", "--username", "--title=Sign in"},
-     Prompt{.title = "Sign in", .lines = {"Type your username and password", "Username:", "Password:", "Password"},
+     Prompt{.title = "Sign in", .lines = {"Type your username and password", "Username:", "Password", "Password:"},
             .buttons = {"Cancel", "OK"}, .recommended = "OK", .access = kSecret}},
     {"ZenityProgress", {"sh"}, zenityWithInput("--progress --title=Copying --text='Half of it' --percentage=50"),
      Prompt{.title = "Copying", .lines = {"Half of it"}, .buttons = {"Cancel", "OK"}, .recommended = "OK"}},
     {"ZenityProgressThatClosesItself", {"sh"},
      zenityWithInput("--progress --auto-close --title=Copying --text='Half of it' --percentage=50"),
-     {}, "Cancel"},
+     Prompt{.title = "Copying", .lines = {"Half of it"}, .buttons = {"Cancel", "OK"}, .recommended = "OK"}},
     {"ZenityProgressThatCannotBeCancelled", {"sh"},
      zenityWithInput("--progress --no-cancel --title=Copying --text='Half of it' --percentage=50"),
      Prompt{.title = "Copying", .lines = {"Half of it"}, .buttons = {"OK"}, .recommended = "OK"}},
@@ -85,7 +86,8 @@ std::vector<Row> verdictTable() {
      Prompt{.title = "Disk", .lines = {"The disk is almost full."}, .buttons = {"OK"}, .recommended = "OK"}},
     {"ZenityInformation", kZenity, {"--info", "--title=Done", "--text=All is well."},
      Prompt{.title = "Done", .lines = {"All is well."}, .buttons = {"OK"}, .recommended = "OK"}},
-    {"ZenityFileSelection", kZenity, {"--file-selection", "--title=Which file?"}, {}, "Cancel"},
+    {"ZenityFileSelection", kZenity, {"--file-selection", "--title=Which file?"},
+     Prompt{.title = "Which file?", .lines = kWhatever, .buttons = {"Cancel", "OK"}, .recommended = "OK"}},
 
     // ---- Message boxes and dialogs of the toolkits
     {"MessageBox", kAll,
@@ -163,8 +165,8 @@ std::vector<Row> verdictTable() {
      {"--kind", "main-window", "--title", "Editor", "--text", "A poem", "--button", "Cancel", "--button", "OK"},
      {}, "OK"},
     {"MainWindowWithMuchInIt", kAll,
-     {"--kind", "main-window", "--title", "List", "--text", "Delete it?", "--widgets", "300", "--button", "Cancel",
-      "--button", "OK"},
+     {"--kind", "main-window", "--title", "List", "--text", "Delete it?", "--text", "It is old.", "--text",
+      "Nobody wants it.", "--widgets", "100", "--button", "Cancel", "--button", "OK"},
      {}, "OK"},
 
     // ---- Windows that do not call themselves dialogs, and are prompts
@@ -179,7 +181,7 @@ std::vector<Row> verdictTable() {
     {"FrameThatIsModal", kAll,
      {"--kind", "frame", "--modal", "--title", "Plain", "--text", "Go on?", "--button", "No", "--button", "Yes"},
      Prompt{.title = "Plain", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
-    {"FrameOfAnotherWindow", kAll,
+    {"FrameOfAnotherWindow", kAllButQt,  // Qt says of dialogs alone whose they are.
      {"--kind", "frame", "--parent", "Document", "--title", "Plain", "--text", "Go on?", "--button", "No", "--button",
       "Yes"},
      Prompt{.title = "Plain", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
@@ -188,9 +190,21 @@ std::vector<Row> verdictTable() {
      Prompt{.title = "Odd", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
     {"MessageBoxWithoutATitle", kGtk3, {"--text", "Go on?", "--button", "No", "--button", "Yes"},
      Prompt{.title = "", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
-    {"FileChooser", kAll,
+
+    // ---- File choosers: dialogs, and prompts when they ask for a yes or no and show few buttons
+    {"FileChooserForOpening", kAll,
+     {"--kind", "file-chooser", "--title", "Which file?", "--button", "Cancel", "--button", "Open"},
+     {}, "Open"},
+    {"FileChooserForSaving", kGtk3,
      {"--kind", "file-chooser", "--title", "Which file?", "--button", "Cancel", "--button", "Save"},
-     {}, "Cancel"},
+     Prompt{.title = "Which file?", .lines = kWhatever, .buttons = {"Cancel", "Save"}, .recommended = ""}},
+    {"FileChooserForSavingWithHeadings", kGtk4,
+     {"--kind", "file-chooser", "--title", "Which file?", "--button", "Cancel", "--button", "Save"},
+     Prompt{.title = "Which file?", .lines = kWhatever,
+            .buttons = {"Name", "Size", "Type", "Modified", "Cancel", "Save"}, .recommended = ""}},
+    {"FileChooserForSavingWithManyButtons", kQt,
+     {"--kind", "file-chooser", "--title", "Which file?", "--button", "Cancel", "--button", "Save"},
+     {}, "Save"},
 
     // ---- Windows that keep their prompt inside
     {"PromptInsideAWindow", kAll,

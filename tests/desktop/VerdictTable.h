@@ -11,6 +11,9 @@ inline const std::string kFromAfar = "may be approved from afar";
 inline const std::string kSecret = "asks for a secret";
 inline const std::string kSettings = "leads to the settings";
 
+// Lines that depend on what is in a folder, and are not compared.
+inline const std::vector<std::string> kWhatever{"(whatever there is)"};
+
 // What a person would read off a prompt.
 struct Prompt {
   std::string title;

@@ -112,16 +112,20 @@ TEST_P(Verdict, IsTheOneOfTheTable) {
     return;
   }
   std::vector<PendingApproval> found;
+  const auto shown = [&, &lines = row.prompt->lines] {
+    auto prompt = promptOf(found[0]);
+    if (lines == kWhatever) prompt.lines = lines;
+    return prompt;
+  };
   const auto isAsExpected = [&] {
     found = world.agent.scan();
-    return found.size() == 1 && promptOf(found[0]) == *row.prompt;
+    return found.size() == 1 && shown() == *row.prompt;
   };
-  if (world.binding.eventually(isAsExpected)) {
-    EXPECT_TRUE(isAsExpected()) << "It changed.";
-    return;
-  }
+  // Twice: a window that has just come up may still be on its way to its place.
+  const bool isRight = world.binding.eventually([&] { return isAsExpected() && isAsExpected(); });
+  if (isRight) return;
   ASSERT_EQ(found.size(), 1U) << running.errors() << world.diagnostics();
-  EXPECT_EQ(promptOf(found[0]), *row.prompt) << world.diagnostics();
+  EXPECT_EQ(shown(), *row.prompt) << world.diagnostics();
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Verdict, testing::ValuesIn(casesOf(verdictTable())),
@@ -131,8 +135,8 @@ INSTANTIATE_TEST_SUITE_P(Table, Verdict, testing::ValuesIn(casesOf(verdictTable(
 
 constexpr const char* kSamples[] = {"gtk3_prompt", "gtk4_prompt", "qt_prompt"};
 
-std::vector<std::string> question(const std::string& title) {
-  return {"--kind",        "dialog",   "--title",     title,      "--text",
+std::vector<std::string> question(const std::string& title, const std::string& at = "100,100") {
+  return {"--at",          at,         "--kind",      "dialog",   "--title", title, "--text",
           "May it go on?", "--button", "Don't Allow", "--button", "Allow"};
 }
 
@@ -157,7 +161,8 @@ TEST(Verdicts, TellTwoIdenticalPromptsOfTwoProgramsApart) {
     World world;
     const auto first = world.desktop().launch(sample, question("Twin"));
     ASSERT_EQ(world.prompts(1).size(), 1U);
-    const auto second = world.desktop().launch(sample, question("Twin"));
+    // In another place: what is alike down to its place cannot be told apart.
+    const auto second = world.desktop().launch(sample, question("Twin", "500,400"));
     const auto found = world.prompts(2);
     ASSERT_EQ(found.size(), 2U);
     EXPECT_EQ(promptOf(found[0]), promptOf(found[1]));
@@ -263,7 +268,7 @@ TEST(Verdicts, OfAKeyringsOwnPromptIsThatItNeedsSomebodyThere) {
   askForANewKeyring(bus);
   const auto found = world.prompts(1);
   ASSERT_EQ(found.size(), 1U);
-  EXPECT_EQ(found[0].appName, "gcr-prompter");
+  EXPECT_EQ(found[0].appName, "Access Prompt") << "as its desktop entry says";
   EXPECT_EQ(promptOf(found[0]), keyringPrompt()) << world.diagnostics();
   EXPECT_EQ(world.agent.press(found[0], "Cancel"), std::nullopt);
 }

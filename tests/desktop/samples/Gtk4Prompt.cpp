@@ -299,7 +299,8 @@ bool Gtk4Prompt::isInPlace(GdkSurface* surface) {
 gboolean Gtk4Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
   GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(prompt.window));
-  if (!isManaged(surface)) return TRUE;
+  const bool isLaidOut = gtk_widget_get_width(prompt.window) > 0;
+  if (!isManaged(surface) || !isLaidOut) return TRUE;
   if (prompt.options.at && !prompt.isInPlace(surface)) return TRUE;
   if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
   prompt.options.isMinimised = false;

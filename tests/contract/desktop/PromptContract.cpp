@@ -1,55 +1,10 @@
 #include <algorithm>
 
-#include "approvals/ApprovalSuppressionStore.h"
-#include "click/ClickExecutor.h"
-#include "click/DialogFocusResolver.h"
 #include "contract/desktop/DesktopContract.h"
-#include "detection/DialogDetector.h"
-#include "detection/StableIDs.h"
+#include "contract/desktop/PromptAgent.h"
 
 namespace quillard::test {
 namespace {
-
-// The agent's eyes and hands over one binding.
-class Agent {
- public:
-  explicit Agent(DesktopBinding& binding) : binding(binding) {}
-
-  // What two scans in a row have seen with this title.
-  std::vector<PendingApproval> scan(const std::string& title) {
-    std::vector<PendingApproval> found;
-    const bool isSeen = binding.eventually([&] {
-      (void)detector.scan();
-      found = detector.scan();
-      std::erase_if(found, [&](const PendingApproval& approval) { return approval.windowTitle != title; });
-      return !found.empty();
-    });
-    EXPECT_TRUE(isSeen) << title;
-    return found;
-  }
-
-  std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
-    const auto find = [&, this] {
-      resolver.focusApplication(approval);
-      binding.clock().sleep(platform::Seconds{0.2});
-      return resolver.resolveCurrentButton(approval, label);
-    };
-    const auto button = find();
-    if (!button) return ClickError::buttonNotFound;
-    return ClickExecutor::click(
-        *button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
-        {.isPromptStillPresent = [&] { return detector.isPromptStillPresent(approval); }, .refreshedButton = find});
-  }
-
-  DesktopBinding& binding;
-  ApprovalSuppressionStore suppressionStore{binding.userDefaults()};
-  StableIDs stableIDs{binding.random()};
-  DialogDetector detector{1,
-                          suppressionStore,
-                          {binding.accessibility(), binding.workspace(), binding.windowList(), binding.clock(),
-                           binding.environment(), binding.console(), stableIDs}};
-  DialogFocusResolver resolver{detector, binding.accessibility(), binding.workspace()};
-};
 
 std::vector<std::string> sortedLabels(const PendingApproval& approval) {
   std::vector<std::string> labels;
@@ -60,7 +15,7 @@ std::vector<std::string> sortedLabels(const PendingApproval& approval) {
 
 TEST_P(PromptContract, APromptIsReadWithItsTextsAndButtons) {
   const auto program = binding->show({.title = "Camera", .lines = {"Let it film you?", "You can change that later."}});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   const auto prompts = agent.scan("Camera");
   ASSERT_EQ(prompts.size(), 1U);
   EXPECT_EQ(prompts[0].processIdentifier, program->processIdentifier());
@@ -72,7 +27,7 @@ TEST_P(PromptContract, APromptIsReadWithItsTextsAndButtons) {
 
 TEST_P(PromptContract, AScanAfterAScanSeesTheSamePrompt) {
   const auto program = binding->show({.title = "Steady"});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   const auto once = agent.scan("Steady");
   const auto again = agent.scan("Steady");
   ASSERT_EQ(once.size(), 1U);
@@ -83,7 +38,7 @@ TEST_P(PromptContract, AScanAfterAScanSeesTheSamePrompt) {
 TEST_P(PromptContract, APromptWithASecretFieldWantsDirectAccess) {
   const auto program = binding->show(
       {.title = "Sign in", .lines = {"Who are you?"}, .buttons = {"Cancel", "OK"}, .hasSecureTextField = true});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   const auto prompts = agent.scan("Sign in");
   ASSERT_EQ(prompts.size(), 1U);
   EXPECT_TRUE(prompts[0].requiresDirectAccess);
@@ -94,7 +49,7 @@ TEST_P(PromptContract, PressesExactlyTheButtonThatWasChosenAndProvesThatThePromp
   for (const std::string label : {"Don’t Allow", "Don't Allow", "Allow", "Always Allow"}) {
     const auto program =
         binding->show({.title = "Choose", .buttons = {"Don’t Allow", "Don't Allow", "Allow", "Always Allow"}});
-    Agent agent{*binding};
+    PromptAgent agent{*binding};
     const auto prompts = agent.scan("Choose");
     ASSERT_EQ(prompts.size(), 1U);
     EXPECT_TRUE(agent.detector.isPromptStillPresent(prompts[0]));
@@ -108,7 +63,7 @@ TEST_P(PromptContract, PressesExactlyTheButtonThatWasChosenAndProvesThatThePromp
 TEST_P(PromptContract, OfTwoIdenticalPromptsTheOneThatWasChosenIsPressed) {
   const auto first = binding->show({.title = "Twin", .at = platform::Point{100, 100}});
   const auto second = binding->show({.title = "Twin", .at = platform::Point{600, 500}});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   std::vector<PendingApproval> prompts;
   ASSERT_TRUE(binding->eventually([&] {
     prompts = agent.scan("Twin");
@@ -123,7 +78,7 @@ TEST_P(PromptContract, OfTwoIdenticalPromptsTheOneThatWasChosenIsPressed) {
 
 TEST_P(PromptContract, ASuccessorOfAPressedPromptIsNotPressed) {
   const auto program = binding->show({.title = "First", .successor = "Second"});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   const auto prompts = agent.scan("First");
   ASSERT_EQ(prompts.size(), 1U);
   EXPECT_EQ(agent.press(prompts[0], "Allow"), std::nullopt);
@@ -133,7 +88,7 @@ TEST_P(PromptContract, ASuccessorOfAPressedPromptIsNotPressed) {
 
 TEST_P(PromptContract, APromptOfAProgramThatDoesNotAnswerIsNotReportedAsGone) {
   const auto program = binding->show({.title = "Stopped"});
-  Agent agent{*binding};
+  PromptAgent agent{*binding};
   const auto prompts = agent.scan("Stopped");
   ASSERT_EQ(prompts.size(), 1U);
   program->stop();

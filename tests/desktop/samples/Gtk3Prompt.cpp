@@ -95,6 +95,7 @@ void Gtk3Prompt::addFields(GtkWidget* area) {
   if (options.passwordLabel || options.hasSecret) {
     GtkWidget* const entry = gtk_entry_new();
     gtk_entry_set_visibility(GTK_ENTRY(entry), FALSE);
+    gtk_entry_set_text(GTK_ENTRY(entry), options.secretText.c_str());
     add(area, entry);
   }
   if (options.fieldLabel) {

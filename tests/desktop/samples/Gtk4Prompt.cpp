@@ -11,6 +11,8 @@ namespace quillard::samples {
 namespace {
 
 constexpr int kSpacing = 6;
+constexpr int kMostLooks = 400;    // Two seconds.
+constexpr int kEnoughInPlace = 6;  // Where a window stays for so many looks, it is left alone.
 
 class Gtk4Prompt {
  public:
@@ -37,12 +39,15 @@ class Gtk4Prompt {
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
   static gboolean onTick(gpointer self);
+  bool isInPlace(GdkSurface* surface);
 
   SampleOptions options;
   SampleOutcome outcome;
   GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
   GtkWidget* parent = nullptr;
   GtkWidget* window = nullptr;
+  int patience = 0;      // How many more times it is looked where the window is.
+  int looksInPlace = 0;  // How often in a row it was where it shall be.
   int exitCode = kClosedWithoutAButton;
 };
 
@@ -94,7 +99,11 @@ GtkWidget* Gtk4Prompt::areaOf(GtkWidget* made) {
 
 void Gtk4Prompt::addFields(GtkWidget* area) {
   if (options.passwordLabel) add(area, gtk_label_new(options.passwordLabel->c_str()));
-  if (options.passwordLabel || options.hasSecret) add(area, gtk_password_entry_new());
+  if (options.passwordLabel || options.hasSecret) {
+    GtkWidget* const entry = gtk_password_entry_new();
+    gtk_editable_set_text(GTK_EDITABLE(entry), options.secretText.c_str());
+    add(area, entry);
+  }
   if (options.fieldLabel) {
     add(area, gtk_label_new(options.fieldLabel->c_str()));
     add(area, gtk_entry_new());
@@ -217,6 +226,8 @@ void Gtk4Prompt::show() {
   gtk_widget_realize(made);
   if (options.hasDialogType) setDialogType();
   gtk_window_present(GTK_WINDOW(made));
+  patience = kMostLooks;
+  looksInPlace = 0;
   g_timeout_add(5, &Gtk4Prompt::onTick, this);
 }
 
@@ -256,33 +267,8 @@ bool isManaged(GdkSurface* surface) {
   return type != None;
 }
 
-gboolean Gtk4Prompt::onTick(gpointer self) {
-  auto& prompt = *static_cast<Gtk4Prompt*>(self);
-  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(prompt.window));
-  if (!isManaged(surface)) return TRUE;
-  if (prompt.options.at) {
-    XMoveWindow(GDK_SURFACE_XDISPLAY(surface), GDK_SURFACE_XID(surface), prompt.options.at->first,
-                prompt.options.at->second);
-  }
-  if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
-  prompt.options.isMinimised = false;
-  prompt.outcome.windowIsUp();
-  return FALSE;
-}
-
-// A button that is none of the choices only leaves its line of output.
-void Gtk4Prompt::pressed(int index, const std::string& label) {
-  const auto next = outcome.press(label);
-  if (index < 0) return;
-  if (next == SampleOutcome::Next::isSucceeded) return succeed();
-  if (next == SampleOutcome::Next::stays) return;
-  exitCode = kFirstButton + index;
-  close();
-}
-
 // Where its frame is, which is where a window goes that asks for a place.
-std::pair<int, int> placeOf(GtkWidget* window) {
-  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(window));
+std::pair<int, int> placeOf(GdkSurface* surface) {
   Display* const display = GDK_SURFACE_XDISPLAY(surface);
   Window id = GDK_SURFACE_XID(surface);
   Window root = 0;
@@ -300,9 +286,41 @@ std::pair<int, int> placeOf(GtkWidget* window) {
   return {attributes.x, attributes.y};
 }
 
+// The window manager goes on placing a new window, and GTK sizing it: asked once, the move may be undone.
+bool Gtk4Prompt::isInPlace(GdkSurface* surface) {
+  if (patience-- <= 0) return true;
+  const auto& [x, y] = *options.at;
+  if (placeOf(surface) == *options.at) return ++looksInPlace >= kEnoughInPlace;
+  looksInPlace = 0;
+  XMoveWindow(GDK_SURFACE_XDISPLAY(surface), GDK_SURFACE_XID(surface), x, y);
+  return false;
+}
+
+gboolean Gtk4Prompt::onTick(gpointer self) {
+  auto& prompt = *static_cast<Gtk4Prompt*>(self);
+  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(prompt.window));
+  const bool isLaidOut = gtk_widget_get_width(prompt.window) > 0;
+  if (!isManaged(surface) || !isLaidOut) return TRUE;
+  if (prompt.options.at && !prompt.isInPlace(surface)) return TRUE;
+  if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
+  prompt.options.isMinimised = false;
+  prompt.outcome.windowIsUp();
+  return FALSE;
+}
+
+// A button that is none of the choices only leaves its line of output.
+void Gtk4Prompt::pressed(int index, const std::string& label) {
+  const auto next = outcome.press(label);
+  if (index < 0) return;
+  if (next == SampleOutcome::Next::isSucceeded) return succeed();
+  if (next == SampleOutcome::Next::stays) return;
+  exitCode = kFirstButton + index;
+  close();
+}
+
 void Gtk4Prompt::succeed() {
   GtkWidget* const old = window;
-  const auto place = placeOf(old);
+  const auto place = placeOf(gtk_native_get_surface(GTK_NATIVE(old)));
   options = options.successor();
   options.at = place;
   show();

@@ -138,6 +138,7 @@ void QtPrompt::addFields(QVBoxLayout& area) {
   if (options.passwordLabel || options.hasSecret) {
     auto* const secret = new QLineEdit;
     secret->setEchoMode(QLineEdit::Password);
+    secret->setText(text(options.secretText));
     area.addWidget(secret);
   }
   if (options.fieldLabel) {

@@ -59,6 +59,7 @@ const Values& values() {
       {"--default", [](auto& options, const auto& value) { options.defaultButton = std::stoi(value); }},
       {"--parent", [](auto& options, const auto& value) { options.parent = value; }},
       {"--password", [](auto& options, const auto& value) { options.passwordLabel = value; }},
+      {"--secret-text", [](auto& options, const auto& value) { options.secretText = value; }},
       {"--field", [](auto& options, const auto& value) { options.fieldLabel = value; }},
       {"--widgets", [](auto& options, const auto& value) { options.widgets = std::stoi(value); }},
       {"--hidden-text", [](auto& options, const auto& value) { options.hiddenTexts.push_back(value); }},

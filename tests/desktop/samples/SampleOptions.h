@@ -33,6 +33,7 @@ struct SampleOptions {
   std::optional<std::string> parent;  // The title of another window of this program that it is transient for.
   std::optional<std::string> passwordLabel;
   bool hasSecret = false;  // A field for a secret with no word beside it.
+  std::string secretText;  // What stands in the field for a secret, as if typed.
   std::optional<std::string> fieldLabel;
   bool hasToolbar = false;
   bool hasTabs = false;

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "approvals/ApprovalSuppressionStore.h"
+#include "click/ClickExecutor.h"
+#include "click/DialogFocusResolver.h"
+#include "contract/desktop/DesktopBinding.h"
+#include "detection/DialogDetector.h"
+#include "detection/StableIDs.h"
+
+namespace quillard::test {
+
+// The agent's eyes and hands over one binding.
+class PromptAgent {
+ public:
+  explicit PromptAgent(DesktopBinding& binding) : binding(binding) {}
+
+  // What two scans in a row have seen.
+  std::vector<PendingApproval> scan() {
+    (void)detector.scan();
+    return detector.scan();
+  }
+
+  // The same, of the prompts with this title: waits for one.
+  std::vector<PendingApproval> scan(const std::string& title) {
+    std::vector<PendingApproval> found;
+    const bool isSeen = binding.eventually([&] {
+      found = scan();
+      std::erase_if(found, [&](const PendingApproval& approval) { return approval.windowTitle != title; });
+      return !found.empty();
+    });
+    EXPECT_TRUE(isSeen) << title;
+    return found;
+  }
+
+  std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
+    const auto find = [&, this] {
+      resolver.focusApplication(approval);
+      binding.clock().sleep(platform::Seconds{0.2});
+      return resolver.resolveCurrentButton(approval, label);
+    };
+    const auto button = find();
+    if (!button) return ClickError::buttonNotFound;
+    return ClickExecutor::click(
+        *button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
+        {.isPromptStillPresent = [&] { return detector.isPromptStillPresent(approval); }, .refreshedButton = find});
+  }
+
+  DesktopBinding& binding;
+  ApprovalSuppressionStore suppressionStore{binding.userDefaults()};
+  StableIDs stableIDs{binding.random()};
+  DialogDetector detector{1,
+                          suppressionStore,
+                          {binding.accessibility(), binding.workspace(), binding.windowList(), binding.clock(),
+                           binding.environment(), binding.console(), stableIDs}};
+  DialogFocusResolver resolver{detector, binding.accessibility(), binding.workspace()};
+};
+
+}  // namespace quillard::test

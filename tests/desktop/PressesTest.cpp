@@ -1,0 +1,125 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "contract/desktop/PromptAgent.h"
+#include "desktop/LinuxDesktopBinding.h"
+
+// Presses in a row on real dialogs: read, found again, pressed, and seen to have gone. Each program tells by its exit
+// status which of its buttons it was.
+namespace quillard::test {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr int kParts = 4;  // Tests of their own, so that they run side by side.
+constexpr int kPressesOfAPart = 50;
+constexpr std::size_t kReady = 6;  // Programs on the screen at a time: starting one takes longer than pressing.
+constexpr int kFirstButton = 10;   // The exit status for it; the others follow.
+
+struct Press {
+  std::string sample;
+  std::vector<std::string> labels;
+  std::size_t chosen = 0;
+  bool isModal = false;
+  std::string kind;
+};
+
+// A different one for each number: toolkit, labels, choice, kind and modality go round at paces of their own.
+Press pressNumber(int number) {
+  static const std::vector<std::string> samples{"gtk3_prompt", "gtk4_prompt", "qt_prompt"};
+  static const std::vector<std::vector<std::string>> labels{{"Don't Allow", "Allow"},
+                                                            {"Allow", "Always Allow", "Deny"},
+                                                            {"Don’t Allow", "Don't Allow", "Allow"},
+                                                            {"Cancel", "Delete", "Delete All"},
+                                                            {"Always Allow", "Allow", "Don’t Allow", "Don't Allow"},
+                                                            {"No", "Yes"},
+                                                            {"Not Now", "Install", "Install and Relaunch", "Later"}};
+  const auto index = static_cast<std::size_t>(number);
+  const auto& own = labels[index % labels.size()];
+  return {.sample = samples[index % samples.size()],
+          .labels = own,
+          .chosen = (index / labels.size()) % own.size(),
+          .isModal = index % 5 == 2,
+          .kind = index % 4 == 1 ? "message-box" : "dialog"};
+}
+
+class Row {
+ public:
+  // Starts a program that shows what `press` says.
+  void show(const Press& press) {
+    std::vector<std::string> arguments{"--kind", press.kind, "--title", "Decide", "--text", "May it go on?"};
+    for (const auto& label : press.labels) arguments.insert(arguments.end(), {"--button", label});
+    if (press.isModal) arguments.emplace_back("--modal");
+    waiting.emplace_back(press, binding.privateDesktop().launch(press.sample, arguments));
+  }
+
+  [[nodiscard]] std::size_t size() const { return waiting.size(); }
+
+  // Presses the oldest one; false when that went wrong anywhere. Prompts that look the same are told apart by process.
+  [[nodiscard]] bool pressNext() {
+    auto [press, program] = std::move(waiting.front());
+    waiting.pop_front();
+    const auto approval = approvalOf(program.pid(), press.labels.size());
+    const std::string& label = press.labels[press.chosen];
+    if (!approval) {
+      ADD_FAILURE() << "not seen: " << press.sample << " " << label << program.errors();
+      return false;
+    }
+    const auto begin = steady_clock::now();
+    const auto error = agent.press(*approval, label);
+    milliseconds.push_back(std::chrono::duration<double, std::milli>(steady_clock::now() - begin).count());
+    EXPECT_EQ(error, std::nullopt) << press.sample << " " << label;
+    const auto status = program.wait();
+    EXPECT_EQ(status, kFirstButton + static_cast<int>(press.chosen)) << press.sample << " " << label;
+    EXPECT_EQ(program.output(), "ready\npressed: " + label + "\n") << press.sample;
+    return !error && status == kFirstButton + static_cast<int>(press.chosen);
+  }
+
+  [[nodiscard]] double medianMilliseconds() {
+    std::sort(milliseconds.begin(), milliseconds.end());
+    return milliseconds.empty() ? 0 : milliseconds[milliseconds.size() / 2];
+  }
+
+ private:
+  std::optional<PendingApproval> approvalOf(std::int32_t process, std::size_t buttons) {
+    std::optional<PendingApproval> found;
+    (void)binding.eventually([&] {
+      for (auto& approval : agent.scan()) {
+        if (approval.processIdentifier == process && approval.buttons.size() == buttons) found = std::move(approval);
+      }
+      return found.has_value();
+    });
+    return found;
+  }
+
+  LinuxDesktopBinding binding{""};
+  PromptAgent agent{binding};
+  std::deque<std::pair<Press, DesktopProgram>> waiting;
+  std::vector<double> milliseconds;
+};
+
+class TwoHundredPresses : public testing::TestWithParam<int> {};
+
+TEST_P(TwoHundredPresses, PressTheRightButtonTwoHundredTimes) {
+  Row row;
+  int right = 0;
+  int shown = 0;
+  for (int pressed = 0; pressed < kPressesOfAPart; ++pressed) {
+    for (; row.size() < kReady && shown < kPressesOfAPart; ++shown) {
+      row.show(pressNumber(GetParam() * kPressesOfAPart + shown));
+    }
+    if (row.pressNext()) ++right;
+  }
+  std::printf("%d of %d presses were right, median %.0f ms\n", right, kPressesOfAPart, row.medianMilliseconds());
+  EXPECT_EQ(right, kPressesOfAPart);
+}
+
+INSTANTIATE_TEST_SUITE_P(Part, TwoHundredPresses, testing::Range(0, kParts));
+
+}  // namespace
+}  // namespace quillard::test

@@ -1,0 +1,77 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "contract/desktop/PromptAgent.h"
+#include "desktop/LinuxDesktopBinding.h"
+
+// What a whole scan costs: applications, windows, texts and verdicts. Times are printed, since they belong to a
+// machine; waits for other programs are counted.
+namespace quillard::test {
+namespace {
+
+using std::chrono::steady_clock;
+
+struct Cost {
+  double milliseconds = 0;
+  std::uint64_t calls = 0;
+  std::uint64_t waits = 0;
+};
+
+class Desk {
+ public:
+  // Brings the dialogs up to so many, each of a program of its own, and waits until scans find them all.
+  [[nodiscard]] bool fillTo(std::size_t dialogs) {
+    while (programs.size() < dialogs) {
+      const std::string number = std::to_string(programs.size());
+      programs.push_back(binding.privateDesktop().launch(
+          "zenity", {"--question", "--title=Permission " + number, "--text=Allow the example number " + number + "?"}));
+    }
+    return waitInLoop([&] { return agent.scan().size() == dialogs; }, std::chrono::seconds{90});
+  }
+
+  // Of the scan whose time is the median.
+  [[nodiscard]] Cost costOfAScan() {
+    std::vector<Cost> costs(11);
+    for (auto& cost : costs) cost = scan();
+    std::sort(costs.begin(), costs.end(), [](const Cost& a, const Cost& b) { return a.milliseconds < b.milliseconds; });
+    return costs[costs.size() / 2];
+  }
+
+ private:
+  Cost scan() {
+    const auto& counters = binding.accessibilityCounters();
+    const Cost before{.calls = counters.calls, .waits = counters.waits};
+    const auto begin = steady_clock::now();
+    EXPECT_EQ(agent.detector.scan().size(), programs.size());
+    return {.milliseconds = std::chrono::duration<double, std::milli>(steady_clock::now() - begin).count(),
+            .calls = counters.calls - before.calls,
+            .waits = counters.waits - before.waits};
+  }
+
+  LinuxDesktopBinding binding{""};
+  PromptAgent agent{binding};
+  std::vector<DesktopProgram> programs;
+};
+
+TEST(ScanCost, WaitsNoMoreOftenForFiftyDialogsThanForOne) {
+  constexpr std::uint64_t kMostWaits = 12;
+  Desk desk;
+  std::uint64_t waitsForOne = 0;
+  for (const std::size_t dialogs : {1U, 10U, 50U}) {
+    ASSERT_TRUE(desk.fillTo(dialogs)) << dialogs;
+    const Cost cost = desk.costOfAScan();
+    std::printf("%zu dialogs: %llu calls, %llu waits, median %.2f ms\n", dialogs,
+                static_cast<unsigned long long>(cost.calls), static_cast<unsigned long long>(cost.waits),
+                cost.milliseconds);
+    if (dialogs == 1) waitsForOne = cost.waits;
+    EXPECT_GT(cost.waits, 0U);
+    EXPECT_LE(cost.waits, kMostWaits);
+    EXPECT_LE(cost.waits, waitsForOne + 1) << "Another one for where the keyboard is, at most.";
+  }
+}
+
+}  // namespace
+}  // namespace quillard::test

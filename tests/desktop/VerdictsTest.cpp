@@ -1,0 +1,277 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "contract/desktop/PromptAgent.h"
+#include "desktop/DesktopBus.h"
+#include "desktop/LinuxDesktopBinding.h"
+#include "desktop/SampleClient.h"
+#include "desktop/VerdictTable.h"
+#include "detection/DirectAccess.h"
+#include "detection/PromptReader.h"
+
+// The detector on a real desktop: which windows of real programs are prompts, and what is read of them.
+namespace quillard::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string accessOf(const PendingApproval& approval) {
+  if (!approval.requiresDirectAccess) return kFromAfar;
+  return approval.directAccessReason == secretRequiredReason() ? kSecret : kSettings;
+}
+
+// The buttons as they stand on the screen: by rows, each from left to right.
+std::vector<std::string> labelsInReadingOrder(const PendingApproval& approval) {
+  auto buttons = approval.buttons;
+  std::sort(buttons.begin(), buttons.end(), [](const auto& a, const auto& b) {
+    return std::pair{a.y, a.x} < std::pair{b.y, b.x};
+  });
+  std::vector<std::string> labels;
+  for (const auto& button : buttons) labels.push_back(button.label);
+  return labels;
+}
+
+Prompt promptOf(const PendingApproval& approval) {
+  return {.title = approval.windowTitle,
+          .lines = approval.messageLines,
+          .buttons = labelsInReadingOrder(approval),
+          .recommended = approval.recommendedButtonLabel.value_or(""),
+          .access = accessOf(approval)};
+}
+
+// A desktop, and the agent looking at it.
+class World {
+ public:
+  explicit World(const PrivateDesktop::Options& options = {}) : binding("", options) {}
+
+  PrivateDesktop& desktop() { return binding.privateDesktop(); }
+
+  // What every scan says of the windows that it looked at, for messages of failed tests.
+  std::string diagnostics() {
+    DesktopEnvironment variables;
+    variables.values["QUILLARD_DIALOG_DIAGNOSTICS"] = "1";
+    platform::simulated::SimulatedConsole console;
+    DialogDetector detector{1,
+                            agent.suppressionStore,
+                            {binding.accessibility(), binding.workspace(), binding.windowList(), binding.clock(),
+                             variables, console, agent.stableIDs}};
+    (void)detector.scan();
+    std::string all;
+    for (const auto& line : console.lines()) all += line + "\n";
+    return all;
+  }
+
+  // Waits until scans find exactly so many prompts, and no fewer or more.
+  std::vector<PendingApproval> prompts(std::size_t count) {
+    std::vector<PendingApproval> found;
+    const bool isSeen = binding.eventually([&] {
+      found = agent.scan();
+      return found.size() == count;
+    });
+    EXPECT_TRUE(isSeen) << found.size() << " prompts instead of " << count << "\n" << diagnostics();
+    return found;
+  }
+
+  // Whether some window can be read, down to a button with this label and a place.
+  bool showsButton(const std::string& label) {
+    return binding.eventually([&] {
+      const auto scope = binding.accessibility().beginReadScope();
+      for (const auto& application : binding.workspace().runningApplications()) {
+        const auto element = binding.accessibility().createApplication(application.processIdentifier);
+        for (const auto& window : AXHelpers::windows(*scope, element)) {
+          for (const auto& inner : AXHelpers::deeplyNestedChildren(*scope, window, 120)) {
+            const auto button = PromptReader::pressableButton(*scope, inner);
+            if (button && button->label == label && button->width > 1) return true;
+          }
+        }
+      }
+      return false;
+    });
+  }
+
+  LinuxDesktopBinding binding;
+  PromptAgent agent{binding};
+};
+
+class Verdict : public testing::TestWithParam<Case> {};
+
+TEST_P(Verdict, IsTheOneOfTheTable) {
+  const auto& [row, program] = GetParam();
+  World world;
+  const auto running = world.desktop().launch(program, row.arguments);
+  if (!row.prompt) {
+    ASSERT_TRUE(world.showsButton(row.sign)) << running.errors() << world.diagnostics();
+    for (int i = 0; i < 3; ++i) {
+      for (const auto& found : world.agent.scan()) ADD_FAILURE() << promptOf(found) << world.diagnostics();
+    }
+    return;
+  }
+  std::vector<PendingApproval> found;
+  const auto shown = [&, &lines = row.prompt->lines] {
+    auto prompt = promptOf(found[0]);
+    if (lines == kWhatever) prompt.lines = lines;
+    return prompt;
+  };
+  const auto isAsExpected = [&] {
+    found = world.agent.scan();
+    return found.size() == 1 && shown() == *row.prompt;
+  };
+  // Twice: a window that has just come up may still be on its way to its place.
+  const bool isRight = world.binding.eventually([&] { return isAsExpected() && isAsExpected(); });
+  if (isRight) return;
+  ASSERT_EQ(found.size(), 1U) << running.errors() << world.diagnostics();
+  EXPECT_EQ(shown(), *row.prompt) << world.diagnostics();
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, Verdict, testing::ValuesIn(casesOf(verdictTable())),
+                         [](const auto& each) { return each.param.name(); });
+
+// What takes more than a program and its arguments.
+
+constexpr const char* kSamples[] = {"gtk3_prompt", "gtk4_prompt", "qt_prompt"};
+
+std::vector<std::string> question(const std::string& title, const std::string& at = "100,100") {
+  return {"--at",          at,         "--kind",      "dialog",   "--title", title, "--text",
+          "May it go on?", "--button", "Don't Allow", "--button", "Allow"};
+}
+
+TEST(Verdicts, OfAWindowOnAnotherDesktopAreTheSame) {
+  for (const char* sample : kSamples) {
+    SCOPED_TRACE(sample);
+    World world;
+    const auto program = world.desktop().launch(sample, question("Elsewhere"));
+    ASSERT_EQ(world.prompts(1).size(), 1U);
+    SampleClient client{world.desktop().display()};
+    client.switchToDesktop(1);
+    EXPECT_TRUE(world.binding.eventually([&] { return !world.binding.workspace().frontmostApplication(); }));
+    const auto found = world.prompts(1);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(promptOf(found[0]).title, "Elsewhere");
+  }
+}
+
+TEST(Verdicts, TellTwoIdenticalPromptsOfTwoProgramsApart) {
+  for (const char* sample : kSamples) {
+    SCOPED_TRACE(sample);
+    World world;
+    const auto first = world.desktop().launch(sample, question("Twin"));
+    ASSERT_EQ(world.prompts(1).size(), 1U);
+    // In another place: what is alike down to its place cannot be told apart.
+    const auto second = world.desktop().launch(sample, question("Twin", "500,400"));
+    const auto found = world.prompts(2);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(promptOf(found[0]), promptOf(found[1]));
+    EXPECT_NE(found[0].id, found[1].id);
+    EXPECT_NE(found[0].processIdentifier, found[1].processIdentifier);
+  }
+}
+
+TEST(Verdicts, OfAProgramThatStandsStillAreNoneAndOthersComeInTime) {
+  World world;
+  std::vector<DesktopProgram> programs;
+  for (const char* sample : kSamples) programs.push_back(world.desktop().launch(sample, question("Up")));
+  ASSERT_EQ(world.prompts(3).size(), 3U);
+  for (auto& stopped : programs) {
+    stopped.stop();
+    (void)world.agent.scan();
+    const auto begin = std::chrono::steady_clock::now();
+    const auto found = world.agent.detector.scan();
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_EQ(found.size(), 2U);
+    for (const auto& each : found) EXPECT_NE(each.processIdentifier, stopped.pid());
+    EXPECT_LT(took, 2s) << "It is waited for once, not once for each of its elements.";
+    stopped.resume();
+    EXPECT_EQ(world.prompts(3).size(), 3U);
+  }
+}
+
+TEST(Verdicts, AreQuietWhenProgramsStopOrDieInMidScan) {
+  World world;
+  std::vector<DesktopProgram> programs;
+  for (const char* sample : kSamples) {
+    programs.push_back(world.desktop().launch(sample, question("Up")));
+    programs.push_back(world.desktop().launch(sample, question("Up too")));
+  }
+  ASSERT_EQ(world.prompts(6).size(), 6U);
+  std::size_t left = 6;
+  for (std::size_t i = 0; i < programs.size(); i += 2, --left) {
+    const pid_t victim = programs[i].pid();
+    const pid_t pausing = programs[i + 1].pid();
+    std::thread trouble([&] {
+      std::this_thread::sleep_for(1ms);
+      ::kill(pausing, SIGSTOP);
+      std::this_thread::sleep_for(3ms);
+      ::kill(victim, SIGKILL);
+    });
+    for (int scans = 0; scans < 3; ++scans) {
+      for (const auto& each : world.agent.detector.scan()) {
+        // Whole or not at all.
+        EXPECT_EQ(promptOf(each).buttons, (std::vector<std::string>{"Don't Allow", "Allow"})) << each.windowTitle;
+      }
+    }
+    trouble.join();
+    ::kill(pausing, SIGCONT);
+    EXPECT_EQ(world.prompts(left - 1).size(), left - 1);
+  }
+  EXPECT_TRUE(world.binding.printedLines().empty());
+}
+
+TEST(Verdicts, NameAProgramInFullHoweverLongItsName) {
+  for (const char* sample : kSamples) {
+    SCOPED_TRACE(sample);
+    World world;
+    const std::string name = "a-name-of-more-than-fifteen-bytes-" + std::string(sample);
+    const auto program = world.desktop().launch(world.desktop().copyProgram(sample, name), question("Named"));
+    const auto found = world.prompts(1);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].appName, name);
+  }
+}
+
+TEST(Verdicts, NameAProgramAsItsDesktopEntryDoes) {
+  World world;
+  world.binding.agentVariables().values = {{"XDG_DATA_HOME", world.desktop().folder("data")},
+                                           {"XDG_DATA_DIRS", "/nowhere"}};
+  const std::string path = world.desktop().copyProgram("qt_prompt", "asker");
+  world.desktop().addDesktopEntry("org.example.Asker",
+                                  "[Desktop Entry]\nType=Application\nName=The Asker\nExec=" + path + "\n");
+  const auto program = world.desktop().launch(path, question("Named"));
+  const auto found = world.prompts(1);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].appName, "The Asker");
+  EXPECT_EQ(found[0].bundleIdentifier, "org.example.Asker");
+}
+
+// A keyring asks for a new password before it keeps anything.
+void askForANewKeyring(DesktopBus& bus) {
+  constexpr const char* kService = "org.freedesktop.secrets";
+  sd_bus_message* reply = nullptr;
+  const char* collection = nullptr;
+  const char* prompt = nullptr;
+  sd_bus_call_method(bus.get(), kService, "/org/freedesktop/secrets", "org.freedesktop.Secret.Service",
+                     "CreateCollection", nullptr, &reply, "a{sv}s", 1, "org.freedesktop.Secret.Collection.Label", "s",
+                     "Of a test", "");
+  ASSERT_NE(reply, nullptr);
+  ASSERT_GE(sd_bus_message_read(reply, "oo", &collection, &prompt), 0);
+  sd_bus_call_method(bus.get(), kService, prompt, "org.freedesktop.Secret.Prompt", "Prompt", nullptr, nullptr, "s", "");
+  sd_bus_message_unref(reply);
+}
+
+TEST(Verdicts, OfAKeyringsOwnPromptIsThatItNeedsSomebodyThere) {
+  World world({.secretService = PrivateDesktop::Options::SecretService::locked});
+  DesktopBus bus(world.desktop().sessionBusAddress());
+  askForANewKeyring(bus);
+  const auto found = world.prompts(1);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].appName, "Access Prompt") << "as its desktop entry says";
+  EXPECT_EQ(promptOf(found[0]), keyringPrompt()) << world.diagnostics();
+  EXPECT_EQ(world.agent.press(found[0], "Cancel"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace quillard::test

@@ -1,15 +1,15 @@
 #include "app/AgentRun.h"
 
 #include <memory>
+#include <optional>
 
+#include <QtCore/QByteArray>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QMenu>
 #include <QtWidgets/QMessageBox>
 #include <unistd.h>
 
 #include "agent/AppDelegate.h"
 #include "app/LinuxSystem.h"
-#include "app/MenuOfApplication.h"
 #include "app/RunningAgents.h"
 #include "platform/Platform.h"
 #include "platform/qt/QtApplication.h"
@@ -27,8 +27,7 @@ constexpr platform::Seconds kPatienceWithOthers{5};
 struct AgentSurroundings {
   LinuxSystem system{STDOUT_FILENO};
   qt::QtApplication application{system.executors.mainThread()};
-  MenuOfApplication menu{application};
-  qt::QtStatusBar statusBar{menu.menu()};
+  qt::QtStatusBar statusBar;
   qt::QtStatusWindowViews statusWindowViews;
 
   [[nodiscard]] platform::Platform platform() {
@@ -58,14 +57,16 @@ struct AgentSurroundings {
   }
 };
 
-// Qt would stop the process with an abort.
-bool canShowWindows(const Output& output) {
+// The platform that Qt is to use for windows; absent: there is none here, and Qt would stop the process with an abort.
+// The windows of this desktop are those of the X server, also where it is a guest of Wayland's. Without one, but within
+// a Wayland session, the agent runs on, if need be without a window to be seen.
+std::optional<QByteArray> windowPlatform() {
   const desktop::ProcessEnvironment environment;
-  const auto platform = environment.value("QT_QPA_PLATFORM");
-  if (platform && !platform->starts_with("xcb")) return true;  // Somebody knows better.
-  if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) return true;
-  output.complain("There is no X server, or it does not answer. DISPLAY says where it is.\n");
-  return false;
+  const auto wished = environment.value("QT_QPA_PLATFORM");
+  if (wished && !wished->starts_with("xcb")) return QByteArray::fromStdString(*wished);  // Somebody knows better.
+  if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) return "xcb";
+  if (environment.value("WAYLAND_DISPLAY")) return "wayland;offscreen";
+  return std::nullopt;
 }
 
 void describeApplication() {
@@ -89,9 +90,12 @@ void showAboutPanel() {
 }  // namespace
 
 ExitCode runAgent(char* programName, const Output& output) {
-  if (!canShowWindows(output)) return ExitCode::cannotDoHere;
-  // The windows of this desktop are those of the X server, also where it is a guest of Wayland's.
-  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
+  const auto platform = windowPlatform();
+  if (!platform) {
+    output.complain("There is no X server, or it does not answer. DISPLAY says where it is.\n");
+    return ExitCode::cannotDoHere;
+  }
+  qputenv("QT_QPA_PLATFORM", *platform);
   int count = 1;
   char* arguments[] = {programName, nullptr};
   const QApplication loop(count, arguments);
@@ -103,6 +107,14 @@ ExitCode runAgent(char* programName, const Output& output) {
   auto& application = surroundings.application;
   application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
   application.setOnAboutPanel(showAboutPanel);
+  application.setOnMenuChange([&surroundings] {
+    surroundings.statusBar.setApplicationMenu(
+        surroundings.application.applicationMenu().items,
+        [&surroundings](const platform::ApplicationMenuItem& item) { surroundings.application.choose(item); });
+  });
+  if (const auto limitation = surroundings.system.windows.limitation()) {
+    surroundings.system.console.writeLine(*limitation);
+  }
   const qt::TerminationSignals termination([&application] { application.terminate(); });
   surroundings.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;

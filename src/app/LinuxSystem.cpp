@@ -36,17 +36,15 @@ LinuxSystem::LinuxSystem(int consoleDescriptor)
       windows(environment.value("DISPLAY")),
       watch(environment.value("DISPLAY"), windows, executors.mainThread()),
       accessibility(accessibilityOptions(environment), windows, executors),
-      accessibleProcesses([this] { return accessibility.processIdentifiers(); }, executors),
+      accessibleProcesses(
+          accessibility, [this] { return accessibility.busAddress(); }, executors.mainThread()),
       desktopEntries(environment),
       programs(processes, desktopEntries),
       opener(openerActions()),
       workspace({windows, watch, accessibleProcesses, processes, programs, opener}),
       windowList(windows, programs, watch, accessibleProcesses, executors.mainThread()),
       syntheticEvents(environment.value("DISPLAY"), windows),
-      windowChanges(watch.observe([this](const x11::WindowsSnapshot&) { accessibleProcesses.refreshSoon(); })),
-      settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {
-  accessibleProcesses.refreshSoon();
-}
+      settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
 
 std::vector<std::string> LinuxSystem::unseenPrograms() {
   std::vector<std::string> unseen;

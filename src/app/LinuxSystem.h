@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "app/AccessibleProcessList.h"
+#include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/linux/storage/PlistReader.h"
@@ -45,8 +45,6 @@ struct LinuxSystem {
   LinuxSystem(const LinuxSystem&) = delete;
   LinuxSystem& operator=(const LinuxSystem&) = delete;
 
-  // For tools, which look only once: waits until it is known who is on the accessibility bus.
-  void awaitFirstLook() { accessibleProcesses.refreshNow(); }
   // Programs that have windows and cannot be read, with their numbers, for people to read. Waits for the bus.
   [[nodiscard]] std::vector<std::string> unseenPrograms();
 
@@ -72,7 +70,7 @@ struct LinuxSystem {
   x11::XcbWindows windows;
   x11::DesktopWatch watch;
   atspi::LinuxAccessibility accessibility;
-  AccessibleProcessList accessibleProcesses;
+  atspi::AccessibleProcessList accessibleProcesses;
   x11::ProcessTable processes;
   x11::DesktopEntries desktopEntries;
   x11::RunningPrograms programs;
@@ -87,7 +85,6 @@ struct LinuxSystem {
   bool openLoginItems();
   void tellOfAccessibility(atspi::SwitchOnOutcome outcome);
 
-  platform::SubscriptionHandle windowChanges;
   std::unique_ptr<platform::SerialExecutor> settingsQueue;  // Last: what it does uses the rest.
 };
 

@@ -71,11 +71,9 @@ struct Tools {
   const Output& output;
 
   ExitCode operator()(const ScanOnce& command) const {
-    system.awaitFirstLook();
     return scanOnce(command, viewOf(system), output);
   }
   ExitCode operator()(const RecordDesktop& command) const {
-    system.awaitFirstLook();
     return recordDesktop(command, viewOf(system), output);
   }
   ExitCode operator()(const ExamineSetup& command) const { return examine(command, system, output); }

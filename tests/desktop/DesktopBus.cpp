@@ -29,7 +29,7 @@ Message call(sd_bus* bus, const char* name, const char* path, const char* interf
 
 }  // namespace
 
-void DesktopBus::Closing::operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+void DesktopBus::Closing::operator()(sd_bus* open) const { sd_bus_flush_close_unref(open); }
 
 DesktopBus::DesktopBus(const std::string& address) {
   sd_bus* made = nullptr;
@@ -73,6 +73,10 @@ bool DesktopBus::isAccessibilityEnabled() {
   return sd_bus_get_property_trivial(bus.get(), kAccessibilityName, kAccessibilityPath, "org.a11y.Status", "IsEnabled",
                                      nullptr, 'b', &isEnabled) >= 0 &&
          isEnabled != 0;
+}
+
+void DesktopBus::reloadConfiguration() {
+  if (!call(bus.get(), kBusName, kBusPath, kBusName, "ReloadConfig", "")) throw std::runtime_error("No new services");
 }
 
 bool DesktopBus::setServiceEnvironment(const std::vector<std::string>& variables) {

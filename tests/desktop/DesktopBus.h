@@ -25,6 +25,8 @@ class DesktopBus {
   [[nodiscard]] std::string accessibilityBusAddress();
   bool setAccessibilityEnabled(bool isEnabled);
   [[nodiscard]] bool isAccessibilityEnabled();
+  // Reads anew which services the bus can start.
+  void reloadConfiguration();
   // For services that the bus starts by itself: "NAME=value".
   bool setServiceEnvironment(const std::vector<std::string>& variables);
 
@@ -33,7 +35,7 @@ class DesktopBus {
 
  private:
   struct Closing {
-    void operator()(sd_bus* bus) const;
+    void operator()(sd_bus* open) const;
   };
   std::unique_ptr<sd_bus, Closing> bus;
 };

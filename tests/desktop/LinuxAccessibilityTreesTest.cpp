@@ -46,9 +46,7 @@ class PromptOfToolkit : public testing::TestWithParam<Kit> {
   }
 
   // "Allow" was pressed, as the program itself tells.
-  bool saysAllowed() {
-    return GetParam() == Kit::gtk3 ? program.wait() == 0 : program.waitForOutput("\nAllow\n");
-  }
+  bool saysAllowed() { return GetParam() == Kit::gtk3 ? program.wait() == 0 : program.waitForOutput("\nAllow\n"); }
 
   // Puts the prompt away, and waits until that is seen.
   bool minimise() {

@@ -36,7 +36,13 @@ class LinuxWorkspaceTest : public testing::Test {
   DesktopProgram sleeper() { return desktop.launch("sleep", {"1000"}); }
   WindowID window(std::int32_t process, const std::string& type = "") {
     const auto id = client.open({.process = process, .type = type});
-    EXPECT_TRUE(waitInLoop([&] { return found(id).has_value(); }));
+    // Until all has been noticed: what happens at once with its launch would be told as a launch alone.
+    const bool getsKeyboard = type.empty();
+    EXPECT_TRUE(waitInLoop([&] {
+      const auto& noticed = binding.watch.lastLook();
+      const auto is = [&](const Window& each) { return each.id == id; };
+      return std::any_of(noticed.windows.begin(), noticed.windows.end(), is) && (noticed.active == id || !getsKeyboard);
+    }));
     return id;
   }
   std::optional<Window> found(WindowID id) {

@@ -274,6 +274,7 @@ void PrivateDesktop::addDesktopEntry(const std::string& id, const std::string& c
 void PrivateDesktop::addBusService(const std::string& name, const std::string& command) const {
   std::ofstream(folder("services/" + name + ".service"))
       << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
+  DesktopBus(sessionBus).reloadConfiguration();
 }
 
 void PrivateDesktop::screenshot(const std::string& path) const { saveScreenshot(displayName, path); }

@@ -152,6 +152,31 @@ TEST(PrivateDesktop, BringsNotificationsAndSecretsWhenAsked) {
   EXPECT_TRUE(DesktopBus(rich.sessionBusAddress()).isNameOwned("org.freedesktop.secrets"));
 }
 
+// The path of the prompt that has to be answered before the service makes a collection.
+std::string promptForANewCollection(DesktopBus& bus) {
+  sd_bus_message* reply = nullptr;
+  const char* collection = nullptr;
+  const char* prompt = "";
+  sd_bus_call_method(bus.get(), "org.freedesktop.secrets", "/org/freedesktop/secrets", "org.freedesktop.Secret.Service",
+                     "CreateCollection", nullptr, &reply, "a{sv}s", 1, "org.freedesktop.Secret.Collection.Label", "s",
+                     "Of a test", "");
+  if (reply) sd_bus_message_read(reply, "oo", &collection, &prompt);
+  std::string result = prompt;
+  sd_bus_message_unref(reply);
+  return result;
+}
+
+TEST(PrivateDesktop, ShowsTheRealPromptOfALockedSecretService) {
+  const PrivateDesktop desktop({.secretService = Options::SecretService::locked});
+  DesktopBus bus(desktop.sessionBusAddress());
+  const std::string prompt = promptForANewCollection(bus);
+  ASSERT_GT(prompt.size(), 1U);
+  sd_bus_call_method(bus.get(), "org.freedesktop.secrets", prompt.c_str(), "org.freedesktop.Secret.Prompt", "Prompt",
+                     nullptr, nullptr, "s", "");
+  EXPECT_TRUE(waitFor([&] { return bus.isNameOwned("org.gnome.keyring.SystemPrompter"); }));
+  EXPECT_TRUE(waitFor([&] { return !isBlank(screen(desktop)); }));
+}
+
 TEST(PrivateDesktop, DoesNotSeeAnotherOne) {
   PrivateDesktop one;
   const PrivateDesktop other;
@@ -282,6 +307,19 @@ TEST(PrivateDesktop, RunsACopyOfAProgramUnderAnotherName) {
   const auto program = desktop.launch(path, {"600"});
   const std::string link = "/proc/" + std::to_string(program.pid()) + "/exe";
   EXPECT_TRUE(waitFor([&] { return fs::read_symlink(link) == path; }));
+}
+
+TEST(PrivateDesktop, DescribesProgramsAndServicesAsInstalledOnesAre) {
+  const PrivateDesktop desktop({.hasDisplay = false, .accessibility = Options::Accessibility::missing});
+  desktop.addDesktopEntry("org.example.Gatekeeper", "[Desktop Entry]\nType=Application\nName=Gatekeeper\n");
+  EXPECT_TRUE(fs::exists(desktop.folder("data/applications/org.example.Gatekeeper.desktop")));
+  DesktopBus bus(desktop.sessionBusAddress());
+  EXPECT_FALSE(bus.ping("org.example.Nobody", "/"));
+  // Started because it is asked for: whether it then takes the name is its own affair.
+  const std::string mark = desktop.folder("tmp/started");
+  desktop.addBusService("org.example.Somebody", "/bin/sh -c 'touch " + mark + "; exit 1'");
+  EXPECT_FALSE(bus.ping("org.example.Somebody", "/"));
+  EXPECT_TRUE(waitFor([&] { return fs::exists(mark); }));
 }
 
 TEST(PrivateDesktop, LosesItsServersWhenAsked) {

@@ -58,8 +58,11 @@ class XTestEventsTest : public testing::Test {
       input.postToProcess(process, *event);
     }
   }
-  static bool gets(SampleClient& client, const Lines& lines) {
-    return waitFor([&] { return client.input() == lines; });
+  static testing::AssertionResult gets(SampleClient& client, const Lines& lines) {
+    if (waitFor([&] { return client.input() == lines; }, std::chrono::seconds{10})) return testing::AssertionSuccess();
+    auto failure = testing::AssertionFailure() << "It got:";
+    for (const auto& line : client.input()) failure << " " << line << ";";
+    return failure;
   }
   // What was posted before has arrived by the time the server answers: nothing more is to come.
   static bool gotNothing(SampleClient& client) { return client.input().empty(); }
@@ -198,6 +201,7 @@ TEST_F(XTestEventsTest, TheHardwaresWayLeadsToWhateverIsThere) {
   for (const auto type : {MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
     input.postToHIDTap(*input.createMouseEvent(type, kInside));
   }
+  ASSERT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30"}));
   for (const bool isDown : {true, false}) input.postToHIDTap(*input.createKeyboardEvent(KeyCode::returnKey, isDown));
   EXPECT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30", "key 36 down", "key 36 up"}));
   EXPECT_TRUE(gotNothing(owner));

@@ -21,7 +21,7 @@ struct StatusWindowState {
 // As long as a real pairing code's text.
 inline const platform::Bitmap& sampleCode() {
   static const std::string text = R"({"type":"sample","version":1,"address":"https:\/\/relay.example.org",)" +
-                           std::string(R"("filler":")") + std::string(190, 'x') + R"("})";
+                                  std::string(R"("filler":")") + std::string(190, 'x') + R"("})";
   static const platform::Bitmap code =
       QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 10).value();
   return code;

@@ -15,13 +15,26 @@ using platform::AXUIElement;
 using platform::AXValue;
 using Kind = ElementReference::Kind;
 
+namespace {
+
+const std::vector<std::string>& trustRules() {
+  static const std::vector<std::string> rules{
+      "type='signal',path='/org/a11y/bus',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
+      "arg0='org.a11y.Status'",
+      "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',"
+      "arg0='org.a11y.Bus'"};
+  return rules;
+}
+
+}  // namespace
+
 LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options, x11::Windows& windows,
                                        platform::Executors& executors)
     : options(options),
       windows(windows),
       status(options.sessionBusAddress, counted),
       connections([this] { return status.busAddress(); }),
-      observers(options.sessionBusAddress, executors.mainThread()) {}
+      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread()) {}
 
 std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
@@ -51,7 +64,7 @@ bool LinuxAccessibility::isProcessTrusted() {
 }
 
 platform::SubscriptionHandle LinuxAccessibility::observeTrustChanges(std::function<void()> onChange) {
-  return observers.add(std::move(onChange));
+  return trustObservers.add(std::move(onChange));
 }
 
 AXUIElement LinuxAccessibility::createApplication(std::int32_t processIdentifier) {

@@ -15,10 +15,10 @@
 #include "platform/linux/accessibility/AccessibilitySwitch.h"
 #include "platform/linux/accessibility/AccessibleApplications.h"
 #include "platform/linux/accessibility/BusConnections.h"
+#include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/MessagingTimeouts.h"
-#include "platform/linux/accessibility/TrustObservers.h"
 #include "platform/linux/x11/X11Windows.h"
 
 namespace quillard::atspi {
@@ -72,6 +72,8 @@ class LinuxAccessibility final : public platform::Accessibility,
   SwitchOnOutcome switchOn() override;
   [[nodiscard]] std::vector<std::int32_t> unseenProcesses() override;
 
+  // Where the accessibility bus listens. Absent when there is none. Any thread.
+  [[nodiscard]] std::optional<std::string> busAddress() { return status.busAddress(); }
   [[nodiscard]] const AccessibilityCounters& counters() const { return counted; }
 
  private:
@@ -85,7 +87,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   KnownPrograms knownPrograms;
   AccessibilityStatus status;
   BusConnections connections;
-  TrustObservers observers;
+  BusObservers trustObservers;
 };
 
 }  // namespace quillard::atspi

@@ -231,6 +231,7 @@ void TreeFetch::askChildCount(Run& run, Node& node) {
     const auto count = reply.readIntegerProperty();
     node.announcedChildren = count && *count > 0 ? static_cast<std::size_t>(*count) : 0;
     node.childCount = Progress::known;
+    if (count == 0) node.children = Progress::known;
   });
 }
 

@@ -143,11 +143,11 @@ std::optional<DesktopEntry> DesktopEntries::find(const std::string& program, con
   const auto byProgram = idsByProgram.find(program);
   if (byProgram != idsByProgram.end()) {
     const auto& ids = byProgram->second;
-    const auto fits = [&](const std::string& id) {
-      return text::lowercased(byID.at(id)->windowClass) == lowerClass || text::lowercased(id) == lowerClass;
-    };
-    const auto best = lowerClass.empty() ? ids.end() : std::find_if(ids.begin(), ids.end(), fits);
-    return byID.at(best != ids.end() ? *best : ids.front());
+    for (const auto& id : ids) {
+      const bool fits = text::lowercased(byID.at(id)->windowClass) == lowerClass || text::lowercased(id) == lowerClass;
+      if (fits && !lowerClass.empty()) return byID.at(id);
+    }
+    return byID.at(ids.front());
   }
   const auto byClass = lowerClass.empty() ? idByClass.end() : idByClass.find(lowerClass);
   return byClass == idByClass.end() ? std::nullopt : byID.at(byClass->second);
@@ -179,18 +179,14 @@ void DesktopEntries::refresh() {
 
 void DesktopEntries::readFolder(const fs::path& folder, const std::vector<std::string>& wanted) {
   std::error_code error;
-  const auto note = [&](const fs::path& path) {
-    std::error_code ignored;
-    folders.emplace_back(path, fs::last_write_time(path, ignored));
-  };
-  note(folder);
+  noteFolder(folder);
   const auto options = fs::directory_options::skip_permission_denied;
   std::vector<fs::path> files;
   for (fs::recursive_directory_iterator entry(folder, options, error), end; !error && entry != end;
        entry.increment(error)) {
     std::error_code ignored;
     if (entry->is_directory(ignored)) {
-      note(entry->path());
+      noteFolder(entry->path());
       if (entry.depth() >= kDeepestFolder) entry.disable_recursion_pending();
     } else if (entry->path().extension() == kSuffix && files.size() < kMostEntries) {
       files.push_back(entry->path());
@@ -203,6 +199,11 @@ void DesktopEntries::readFolder(const fs::path& folder, const std::vector<std::s
     std::replace(id.begin(), id.end(), '/', '-');
     add(file, std::move(id), wanted);
   }
+}
+
+void DesktopEntries::noteFolder(const fs::path& folder) {
+  std::error_code ignored;
+  folders.emplace_back(folder, fs::last_write_time(folder, ignored));
 }
 
 void DesktopEntries::add(const fs::path& file, std::string id, const std::vector<std::string>& wanted) {

@@ -52,6 +52,7 @@ class DesktopEntries {
   void refresh() QUILLARD_REQUIRES(mutex);
   void readFolder(const std::filesystem::path& folder, const std::vector<std::string>& locales)
       QUILLARD_REQUIRES(mutex);
+  void noteFolder(const std::filesystem::path& folder) QUILLARD_REQUIRES(mutex);
   void add(const std::filesystem::path& file, std::string id, const std::vector<std::string>& locales)
       QUILLARD_REQUIRES(mutex);
   [[nodiscard]] bool haveFoldersChanged() const QUILLARD_REQUIRES(mutex);

@@ -1,6 +1,9 @@
 #include "platform/linux/x11/LinuxWindowList.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "platform/linux/x11/WindowListing.h"
@@ -20,11 +23,15 @@ LinuxWindowList::LinuxWindowList(Windows& windows, RunningPrograms& programs, De
 }
 
 std::vector<platform::WindowListEntry> LinuxWindowList::copyWindowInfo(platform::WindowListOptions options) {
+  std::map<std::int32_t, std::optional<std::string>> names;  // Each process is looked up once, however many windows.
   return listWindows(windows.snapshot(), options, [&](const Window& window) -> std::optional<std::string> {
     if (!window.processIdentifier) return std::nullopt;
-    const auto program = programs.program(*window.processIdentifier, window.className);
-    if (!program) return std::nullopt;
-    return program->name;
+    const auto [name, isNew] = names.try_emplace(*window.processIdentifier);
+    if (isNew) {
+      const auto program = programs.program(*window.processIdentifier, window.className);
+      if (program) name->second = program->name;
+    }
+    return name->second;
   });
 }
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace quillard::x11 {
@@ -17,11 +17,18 @@ namespace {
 constexpr std::size_t kLongestFile = 16 * 1024;
 constexpr std::string_view kDeleted = " (deleted)";
 
+// The kernel's files come whole in few reads; this is asked for every process at every scan.
 std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string contents(kLongestFile, '\0');
-  file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
-  contents.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return "";
+  std::string contents;
+  std::array<char, 4096> piece{};
+  while (contents.size() < kLongestFile) {
+    const auto length = ::read(file, piece.data(), piece.size());
+    if (length <= 0) break;
+    contents.append(piece.data(), static_cast<std::size_t>(length));
+  }
+  ::close(file);
   return contents;
 }
 

@@ -15,6 +15,7 @@ namespace {
 constexpr std::uint32_t kWithdrawnState = 0;
 constexpr std::uint32_t kNormalState = 1;
 constexpr std::uint32_t kIconicState = 3;
+constexpr std::uint32_t kUnknownState = 0xFFFFFFFF;  // None that exists.
 constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
 constexpr std::size_t kMostAtoms = 64;
 // No frame or shadow is wider than a window may be.
@@ -114,7 +115,7 @@ void readState(const RawWindow& raw, const WindowSurroundings& surroundings, Win
 
   // A window of another desktop is iconic, too; only HIDDEN tells it from a minimised one. Where a window manager does
   // not know HIDDEN, iconic on the present desktop is minimised.
-  const auto legacy = numberOf(raw.legacyState, atoms[Atom::wmState]);
+  const std::uint32_t legacy = numberOf(raw.legacyState, atoms[Atom::wmState]).value_or(kUnknownState);
   const bool isElsewhere =
       window.desktop && surroundings.currentDesktop && window.desktop != surroundings.currentDesktop;
   window.isHidden = has(Atom::netWMStateHidden) || (legacy == kIconicState && !isElsewhere);

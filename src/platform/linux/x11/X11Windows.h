@@ -60,7 +60,8 @@ class Windows {
   [[nodiscard]] virtual bool isAvailable() const = 0;
   // Two round trips to the X server; no application is asked.
   [[nodiscard]] virtual WindowsSnapshot snapshot() = 0;
-  // Asks the window manager, as a pager does: in front, restored, with the keyboard. False: could not be asked.
+  // Asks the window manager, as a pager does: in front, restored, on its desktop, with the keyboard. False: could not
+  // be asked.
   virtual bool activate(WindowID window) = 0;
 };
 

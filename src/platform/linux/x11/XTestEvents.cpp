@@ -142,10 +142,10 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
   }
   if (known->mouse) {
     postIf(
-        *server, [&](const auto& link) { return ownerAt(link, known->x, known->y) == processIdentifier; }, *known);
+        *server, [&](const auto& held) { return ownerAt(held, known->x, known->y) == processIdentifier; }, *known);
     return;
   }
-  const Gate hasKeyboard = [&](const auto& link) { return ownerOfKeyboard(link) == processIdentifier; };
+  const Gate hasKeyboard = [&](const auto& held) { return ownerOfKeyboard(held) == processIdentifier; };
   if (postIf(*server, hasKeyboard, *known) || !waitForKeyboard(*server, processIdentifier)) return;
   postIf(*server, hasKeyboard, *known);
 }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::uint32_t kSourcePager = 2;
 constexpr std::uint32_t kCurrentTime = 0;
+constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
 
 std::string hostName() {
   std::array<char, 256> name{};
@@ -141,19 +142,33 @@ WindowsSnapshot XcbWindows::snapshot() {
 }
 
 bool XcbWindows::activate(WindowID window) {
-  return askWindowManager(window, Atom::netActiveWindow, kSourcePager, kCurrentTime);
+  const MutexLock lock(mutex);
+  const auto* const server = managedServer();
+  if (server == nullptr) return false;
+  const Atoms& atoms = server->atoms();
+  const auto own = server->askProperty(window, Atom::netWMDesktop, 1);
+  const auto current = server->askProperty(server->root(), Atom::netCurrentDesktop, 1);
+  const auto desktop = numberOf(server->property(own), atoms[Atom::cardinal]);
+  const auto present = numberOf(server->property(current), atoms[Atom::cardinal]);
+  // Some window managers only mark a window of another desktop, as one that wants attention.
+  if (desktop && present && *desktop != *present && *desktop != kAllDesktops &&
+      !server->askWindowManager(server->root(), Atom::netCurrentDesktop, *desktop, kCurrentTime)) {
+    return false;
+  }
+  return server->askWindowManager(window, Atom::netActiveWindow, kSourcePager, kCurrentTime);
 }
 
 bool XcbWindows::close(WindowID window) {
-  return askWindowManager(window, Atom::netCloseWindow, kCurrentTime, kSourcePager);
+  const MutexLock lock(mutex);
+  const auto* const server = managedServer();
+  return server != nullptr && server->askWindowManager(window, Atom::netCloseWindow, kCurrentTime, kSourcePager);
 }
 
-bool XcbWindows::askWindowManager(WindowID window, Atom request, std::uint32_t first, std::uint32_t second) {
-  const MutexLock lock(mutex);
-  const auto* const server = link.connection();
-  if (server == nullptr) return false;
+ServerConnection* XcbWindows::managedServer() {
+  auto* const server = link.connection();
+  if (server == nullptr) return nullptr;
   const auto manager = server->property(server->askProperty(server->root(), Atom::netSupportingWMCheck, 1));
-  return manager.type != 0 && server->askWindowManager(window, request, first, second);
+  return manager.type == 0 ? nullptr : server;
 }
 
 std::optional<std::string> XcbWindows::limitation() const {

@@ -23,6 +23,7 @@ class XcbWindows final : public Windows {
 
   [[nodiscard]] bool isAvailable() const override;
   [[nodiscard]] WindowsSnapshot snapshot() override;
+  // Changes to the window's desktop first, if it is on another one.
   bool activate(WindowID window) override;
 
   // Asks the window manager to close the window, as its own close button does. False: could not be asked.
@@ -31,7 +32,8 @@ class XcbWindows final : public Windows {
   [[nodiscard]] std::optional<std::string> limitation() const;
 
  private:
-  bool askWindowManager(WindowID window, Atom request, std::uint32_t first, std::uint32_t second);
+  // Null when there is no window manager to be asked.
+  [[nodiscard]] ServerConnection* managedServer() QUILLARD_REQUIRES(mutex);
 
   mutable Mutex mutex;
   mutable ServerLink link QUILLARD_GUARDED_BY(mutex);

@@ -30,7 +30,7 @@ ActionButton::ActionButton(QWidget* parent, Prominence prominence, platform::Sta
 void ActionButton::setContent(const std::optional<platform::ButtonContent>& content, const std::string& context) {
   if (content) {
     title = QString::fromStdString(content->title);
-    setText(QString{title}.replace(QLatin1Char('&'), QLatin1String("&&")));  // A title has no shortcut in it.
+    setText(plainTitle(content->title));
     setAccessibleName(title);
     setAccessibleDescription(QString::fromStdString(context));
     setEnabled(content->isEnabled);

@@ -1,20 +1,11 @@
 #include "platform/qt/window/CardView.h"
 
 #include <QtGui/QPainter>
-#include <QtWidgets/QAccessibleWidget>
-
-#include "platform/qt/window/CodeView.h"
 
 namespace quillard::qt {
 namespace {
 
 constexpr double kRadius = 14;
-
-QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
-  if (auto* card = dynamic_cast<CardView*>(object)) return new QAccessibleWidget(card, QAccessible::Grouping);
-  if (auto* code = dynamic_cast<CodeView*>(object)) return new QAccessibleWidget(code, QAccessible::Graphic);
-  return nullptr;
-}
 
 }  // namespace
 
@@ -25,7 +16,5 @@ void CardView::paintEvent(QPaintEvent* /*event*/) {
   painter.setBrush(palette().color(QPalette::Base));
   painter.drawRoundedRect(QRectF{rect()}.adjusted(0.5, 0.5, -0.5, -0.5), kRadius, kRadius);
 }
-
-void installAccessibleRoles() { QAccessible::installFactory(makeAccessible); }
 
 }  // namespace quillard::qt

@@ -31,7 +31,4 @@ class CardView : public ArrangedView {
   void paintEvent(QPaintEvent* event) override;
 };
 
-// Tells assistive programs what our own kinds of widgets are. Once a process is enough; more do no harm.
-void installAccessibleRoles();
-
 }  // namespace quillard::qt

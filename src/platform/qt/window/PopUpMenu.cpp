@@ -30,8 +30,7 @@ void popUpMenu(ActionButton& anchor, const std::vector<platform::MenuItemContent
       menu->addSeparator();
       continue;
     }
-    QString title = QString::fromStdString(item.title);
-    auto* action = menu->addAction(title.replace(QLatin1Char('&'), QLatin1String("&&")));
+    auto* action = menu->addAction(plainTitle(item.title));
     action->setEnabled(item.isEnabled);
     QObject::connect(action, &QAction::triggered, menu, [onChoice, index] {
       if (onChoice) onChoice(index);

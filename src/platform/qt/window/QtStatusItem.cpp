@@ -3,7 +3,6 @@
 #include <QtCore/QEvent>
 #include <QtWidgets/QApplication>
 
-#include "platform/qt/window/QtStatusBar.h"
 #include "platform/qt/window/TrayInk.h"
 
 namespace quillard::qt {
@@ -23,12 +22,6 @@ IconInk currentInk() {
 
 }  // namespace
 
-std::unique_ptr<platform::StatusItem> QtStatusBar::makeStatusItem(double length, std::function<void()> onClick) {
-  auto item = std::make_unique<QtStatusItem>(applicationMenu, std::move(onClick));
-  item->setLength(length);
-  return item;
-}
-
 QtStatusItem::QtStatusItem(QMenu* applicationMenu, std::function<void()> onClick) : onClick(std::move(onClick)) {
   if (!kIsMenuBar) menu = std::make_unique<TrayMenu>(applicationMenu, this->onClick);
   qApp->installEventFilter(this);
@@ -40,8 +33,8 @@ QtStatusItem::~QtStatusItem() {
 }
 
 void QtStatusItem::appear() {
-  icon = std::make_unique<QSystemTrayIcon>();
-  connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+  icon = new QSystemTrayIcon(this);
+  connect(icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
     if (reason == QSystemTrayIcon::Trigger && onClick) onClick();
   });
   draw();

@@ -29,8 +29,8 @@ class QtStatusItem final : public QObject, public platform::StatusItem {
   const std::function<void()> onClick;
   platform::TemplateImage image;
   QString toolTip;
-  std::unique_ptr<TrayMenu> menu;  // None in a menu bar, where a click opens the window at once.
-  std::unique_ptr<QSystemTrayIcon> icon;
+  std::unique_ptr<TrayMenu> menu;   // None in a menu bar, where a click opens the window at once.
+  QSystemTrayIcon* icon = nullptr;  // A child; null until there is a tray.
   std::unique_ptr<TrayWatch> watch;
 };
 

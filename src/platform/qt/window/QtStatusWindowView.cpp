@@ -1,5 +1,6 @@
 #include "platform/qt/window/QtStatusWindowView.h"
 
+#include "platform/qt/window/AccessibleRoles.h"
 #include "platform/qt/window/ModuleGrid.h"
 #include "platform/qt/window/QtStatusWindowViews.h"
 

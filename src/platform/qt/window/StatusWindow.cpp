@@ -51,7 +51,7 @@ void StatusWindow::connectButtons() {
 
 void StatusWindow::keepFocusInView() {
   connect(qApp, &QApplication::focusChanged, this, [this](QWidget* /*old*/, QWidget* now) {
-    if (now && page->isAncestorOf(now)) scrollView->ensureWidgetVisible(now, 0, kFocusMargin);
+    if (now && now != page && page->isAncestorOf(now)) scrollView->ensureWidgetVisible(now, 0, kFocusMargin);
   });
 }
 

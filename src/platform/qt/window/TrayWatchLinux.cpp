@@ -1,10 +1,11 @@
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include <QtCore/QAbstractNativeEventFilter>
+#include <QtCore/QTimer>
 #include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusPendingReply>
@@ -18,6 +19,10 @@ namespace quillard::qt {
 namespace {
 
 constexpr const char* kWatcherService = "org.kde.StatusNotifierWatcher";
+
+// A panel that has begun to start is asked a few times, until it has.
+constexpr std::chrono::seconds kHostInterval{2};
+constexpr int kHostPatience = 30;
 
 using CFreed = std::unique_ptr<void, decltype(&std::free)>;
 
@@ -45,20 +50,32 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
     auto* services = new QDBusServiceWatcher(kWatcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(services, &QDBusServiceWatcher::serviceRegistered, this, [this] { found(); });
-    auto question = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                   "org.freedesktop.DBus", "NameHasOwner");
-    question << kWatcherService;
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
+    connect(services, &QDBusServiceWatcher::serviceRegistered, this, [this] { askForHost(); });
+    askForHost();
+  }
+
+  // Registrations are taken by the watcher, but shown by its host, which may start later; Qt wants both to be there.
+  void askForHost() {
+    auto question = QDBusMessage::createMethodCall(kWatcherService, "/StatusNotifierWatcher",
+                                                   "org.freedesktop.DBus.Properties", "Get");
+    question << kWatcherService << "IsStatusNotifierHostRegistered";
+    question.setAutoStartService(false);
+    auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-      const QDBusPendingReply<bool> hasOwner = *call;
+      const QDBusPendingReply<QVariant> hasHost = *call;
       call->deleteLater();
-      if (hasOwner.isValid() && hasOwner.value()) {
-        found();
-      } else {
-        lookAtDisplay();  // Only now: a tray on the bus, where there is one, is the better one.
-      }
+      takeAnswer(hasHost.isValid(), hasHost.isValid() && hasHost.value().toBool());
     });
+  }
+
+  void takeAnswer(bool hasWatcher, bool hasHost) {
+    if (hasHost) {
+      found();
+    } else if (hasWatcher && !isFound && ++hostless <= kHostPatience) {
+      QTimer::singleShot(kHostInterval, this, [this] { askForHost(); });
+    } else {
+      lookAtDisplay();  // Only now: a tray on the bus, where there is one, is the better one.
+    }
   }
 
   void watchDisplay() {
@@ -97,6 +114,7 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
 
   const std::function<void()> onFound;
   bool isFound = false;
+  int hostless = 0;                        // How often there was a watcher without a host.
   xcb_connection_t* connection = nullptr;  // Absent where the display is no X11.
   xcb_atom_t manager = XCB_ATOM_NONE;
   xcb_atom_t traySelection = XCB_ATOM_NONE;

@@ -70,6 +70,10 @@ WrappedText::WrappedText(const QString& text, const QFont& font, int width, Qt::
 
 void WrappedText::draw(QPainter& painter, const QPointF& topLeft) const { layout.draw(&painter, topLeft); }
 
+QString plainTitle(const std::string& title) {
+  return QString::fromStdString(title).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
 int naturalWidth(const QString& text, const QFont& font) {
   double widest = 0;
   QString lines = text;

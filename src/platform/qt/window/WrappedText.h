@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <QtCore/QString>
 #include <QtGui/QFont>
 #include <QtGui/QTextLayout>
@@ -25,6 +27,9 @@ class WrappedText {
   QTextLayout layout;
   int totalHeight = 0;
 };
+
+// A title as toolkits take it, in which "&" would mark a shortcut.
+[[nodiscard]] QString plainTitle(const std::string& title);
 
 // What `text` takes in one line (or as many as it has line breaks), rounded up.
 [[nodiscard]] int naturalWidth(const QString& text, const QFont& font);

@@ -1,10 +1,10 @@
-#include "platform/linux/accessibility/TrustObservers.h"
+#include "platform/linux/accessibility/BusObservers.h"
 
 #include <utility>
 
 namespace quillard::atspi {
 
-struct TrustObservers::Book {
+struct BusObservers::Book {
   using Listener = std::shared_ptr<std::function<void()>>;
 
   Mutex mutex;
@@ -28,7 +28,7 @@ struct TrustObservers::Book {
   }
 };
 
-class TrustObservers::Entry final : public platform::Subscription {
+class BusObservers::Entry final : public platform::Subscription {
  public:
   Entry(const std::shared_ptr<Book>& book, std::uint64_t id) : book(book), id(id) {}
   ~Entry() override {
@@ -43,13 +43,22 @@ class TrustObservers::Entry final : public platform::Subscription {
   const std::uint64_t id;
 };
 
-TrustObservers::TrustObservers(std::optional<std::string> sessionBusAddress, platform::SerialExecutor& mainThread)
-    : sessionBusAddress(std::move(sessionBusAddress)), mainThread(mainThread), book(std::make_shared<Book>()) {}
+BusObservers::BusObservers(BusWatch::FindAddress findAddress, std::vector<std::string> matchRules,
+                           platform::SerialExecutor& mainThread, std::function<bool()> beforeTelling)
+    : findAddress(std::move(findAddress)),
+      matchRules(std::move(matchRules)),
+      mainThread(mainThread),
+      beforeTelling(std::move(beforeTelling)),
+      book(std::make_shared<Book>()) {}
 
-platform::SubscriptionHandle TrustObservers::add(std::function<void()> onChange) {
+platform::SubscriptionHandle BusObservers::add(std::function<void()> onChange) {
   {
     const MutexLock lock(mutex);
-    if (!watch) watch = std::make_unique<TrustWatch>(sessionBusAddress, [this] { tell(); });
+    if (!watch) {
+      watch = std::make_unique<BusWatch>(findAddress, matchRules, [this] {
+        if (!beforeTelling || beforeTelling()) tell();
+      });
+    }
   }
   const MutexLock lock(book->mutex);
   const auto id = book->next++;
@@ -57,7 +66,7 @@ platform::SubscriptionHandle TrustObservers::add(std::function<void()> onChange)
   return std::make_unique<Entry>(book, id);
 }
 
-void TrustObservers::tell() {
+void BusObservers::tell() {
   if (!book->beginTurn()) return;
   mainThread.post([book = book] {
     for (const auto& [id, listener] : book->present()) {

@@ -1,4 +1,4 @@
-#include "platform/linux/accessibility/TrustWatch.h"
+#include "platform/linux/accessibility/BusWatch.h"
 
 #include <algorithm>
 #include <array>
@@ -19,12 +19,6 @@ constexpr std::chrono::seconds kGreetingTimeout{1};
 constexpr int kRetryMilliseconds = 5'000;
 constexpr int kNoFile = -1;
 
-constexpr std::array<const char*, 2> kMatches{
-    "type='signal',path='/org/a11y/bus',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
-    "arg0='org.a11y.Status'",
-    "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',"
-    "arg0='org.a11y.Bus'"};
-
 int pollTimeout(sd_bus* bus) {
   std::uint64_t deadline = 0;
   if (sd_bus_get_timeout(bus, &deadline) <= 0 || deadline == UINT64_MAX) return -1;
@@ -37,25 +31,26 @@ int pollTimeout(sd_bus* bus) {
 
 }  // namespace
 
-TrustWatch::TrustWatch(std::optional<std::string> sessionBusAddress, std::function<void()> onNews)
-    : sessionBusAddress(std::move(sessionBusAddress)),
+BusWatch::BusWatch(FindAddress findAddress, std::vector<std::string> matchRules, std::function<void()> onNews)
+    : findAddress(std::move(findAddress)),
+      matchRules(std::move(matchRules)),
       onNews(std::move(onNews)),
       wakeFile(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       thread([this] { run(); }) {}
 
-TrustWatch::~TrustWatch() {
+BusWatch::~BusWatch() {
   const std::uint64_t one = 1;
   [[maybe_unused]] const auto written = write(wakeFile, &one, sizeof one);
   thread.join();
   close(wakeFile);
 }
 
-void TrustWatch::run() {
-  qt::setThreadTraits("accessibility", platform::QualityOfService::utility);
-  if (!sessionBusAddress) return;  // There will never be any news.
-  for (bool isFirst = true;; isFirst = false) {
+void BusWatch::run() {
+  qt::setThreadTraits("accessibility-news", platform::QualityOfService::utility);
+  if (matchRules.empty()) return;
+  while (true) {
     if (auto connection = connect()) {
-      if (!isFirst) onNews();  // Whatever happened while nobody listened.
+      onNews();  // Whatever happened while nobody listened.
       listen(*connection);
       onNews();
     }
@@ -63,16 +58,18 @@ void TrustWatch::run() {
   }
 }
 
-std::unique_ptr<BusConnection> TrustWatch::connect() {
-  auto connection = BusConnection::open(*sessionBusAddress, kGreetingTimeout);
+std::unique_ptr<BusConnection> BusWatch::connect() {
+  const auto address = findAddress();
+  auto connection = address ? BusConnection::open(*address, kGreetingTimeout) : nullptr;
   if (!connection) return nullptr;
-  for (const char* match : kMatches) {
-    if (sd_bus_add_match_async(connection->handle(), nullptr, match, onSignal, nullptr, this) < 0) return nullptr;
+  for (const auto& rule : matchRules) {
+    if (sd_bus_add_match_async(connection->handle(), nullptr, rule.c_str(), onSignal, nullptr, this) < 0)
+      return nullptr;
   }
   return connection;
 }
 
-void TrustWatch::listen(BusConnection& connection) {
+void BusWatch::listen(BusConnection& connection) {
   while (connection.drain()) {
     const int file = sd_bus_get_fd(connection.handle());
     const int events = sd_bus_get_events(connection.handle());
@@ -81,14 +78,14 @@ void TrustWatch::listen(BusConnection& connection) {
   }
 }
 
-bool TrustWatch::pause(int milliseconds, int otherFile, short otherEvents) const {
+bool BusWatch::pause(int milliseconds, int otherFile, short otherEvents) const {
   std::array<pollfd, 2> files{{{wakeFile, POLLIN, 0}, {otherFile, otherEvents, 0}}};
   poll(files.data(), otherFile == kNoFile ? 1 : 2, milliseconds);
   return (files[0].revents & POLLIN) == 0;
 }
 
-int TrustWatch::onSignal(sd_bus_message*, void* watch, sd_bus_error*) {
-  static_cast<TrustWatch*>(watch)->onNews();
+int BusWatch::onSignal(sd_bus_message*, void* watch, sd_bus_error*) {
+  static_cast<BusWatch*>(watch)->onNews();
   return 0;
 }
 

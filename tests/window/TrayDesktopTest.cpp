@@ -78,11 +78,12 @@ class TrayOnADesktop : public testing::Test {
   void expectClassicIcon(DesktopProgram& program) const {
     constexpr std::chrono::milliseconds kAnswerTime{200};
     ASSERT_TRUE(program.waitForOutput("docked ")) << program.errors();
-    EXPECT_TRUE(waitFor([&] {
+    const auto isClicked = [&] {
       const auto [x, y] = placeOf(program);
       clickAt(x, y);
       return program.waitForOutput("clicked", kAnswerTime);
-    })) << program.output();
+    };
+    EXPECT_TRUE(waitFor(isClicked, 3 * kPatience)) << program.output();  // A panel shows a new icon in its own time.
   }
 
   // Of the program whose window has the keyboard; 0 when none has.

@@ -20,15 +20,16 @@ DoctorCheck installCheck(const DoctorFacts& facts) {
 
 DoctorCheck displayCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "display", .title = "Display", .detail = "An X server is there.", .remedy = {}};
-  if (!facts.hasDisplay) {
+  if (!facts.hasDisplay && !facts.isWayland) {
     check.state = State::problem;
     check.detail = "There is no X server, or it does not answer.";
     check.remedy = "Start quillard in a desktop session. DISPLAY names the X server.";
   } else if (facts.isWayland) {
     check.state = State::note;
-    check.detail =
-        "This is a Wayland session. Windows of Wayland programs cannot be brought to the front or clicked, "
-        "and some are not seen; those of X programs are.";
+    check.detail = facts.hasDisplay ? "This is a Wayland session. Windows of Wayland programs cannot be brought to the "
+                                      "front or clicked, and some are not seen; those of X programs are."
+                                    : "This is a Wayland session without an X server. Prompts are read and answered "
+                                      "through accessibility alone; windows cannot be brought to the front or clicked.";
     check.remedy = "Choose an X session at login, if that is a problem.";
   }
   return check;

@@ -68,6 +68,9 @@ TEST(Doctor, TellsNoDisplayFromAWaylandSession) {
   facts.isWayland = true;
   EXPECT_EQ(check(facts, "display").state, State::note);
   facts.hasDisplay = false;
+  EXPECT_EQ(check(facts, "display").state, State::note);
+  EXPECT_NE(check(facts, "display").detail.find("without an X server"), std::string::npos);
+  facts.isWayland = false;
   EXPECT_EQ(check(facts, "display").state, State::problem);
 }
 

@@ -30,7 +30,7 @@ LinuxSystem::LinuxSystem(int consoleDescriptor)
       bundle(desktop::InstalledProgram::ownExecutable(), environment, propertyLists),
       lockFiles(environment),
       loginService(environment, desktop::InstalledProgram::ownExecutable()),
-      notifications(environment),
+      notifications(environment, executors.mainThread()),
       secretStore(environment, xdg::dataFolder(environment).value_or(kNowhere)),
       userDefaults(xdg::configurationFolder(environment).value_or(kNowhere), executors, console),
       windows(environment.value("DISPLAY")),

@@ -70,12 +70,8 @@ struct Tools {
   LinuxSystem& system;
   const Output& output;
 
-  ExitCode operator()(const ScanOnce& command) const {
-    return scanOnce(command, viewOf(system), output);
-  }
-  ExitCode operator()(const RecordDesktop& command) const {
-    return recordDesktop(command, viewOf(system), output);
-  }
+  ExitCode operator()(const ScanOnce& command) const { return scanOnce(command, viewOf(system), output); }
+  ExitCode operator()(const RecordDesktop& command) const { return recordDesktop(command, viewOf(system), output); }
   ExitCode operator()(const ExamineSetup& command) const { return examine(command, system, output); }
   ExitCode operator()(const ShowPairingCode& command) const {
     PairingConfiguration pairing(pairingOf(system));

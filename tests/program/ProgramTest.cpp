@@ -155,9 +155,18 @@ TEST_F(Program, TheAgentWritesNoCoreDump) {
 
 TEST_F(Program, TheAgentSaysThatItNeedsADisplay) {
   start({.hasDisplay = false});
-  auto agent = launch({}, {{"QT_QPA_PLATFORM", ""}});
+  auto agent = launch({}, {{"QT_QPA_PLATFORM", ""}, {"WAYLAND_DISPLAY", ""}});
   EXPECT_EQ(agent.wait(), 3);
   EXPECT_NE(agent.errors().find("There is no X server"), std::string::npos) << agent.errors();
+}
+
+TEST_F(Program, TheAgentRunsInAWaylandSessionWithoutAnXServer) {
+  start({.hasDisplay = false});
+  auto agent = launch({}, {{"QT_QPA_PLATFORM", ""}, {"WAYLAND_DISPLAY", "wayland-of-nobody"}});
+  ASSERT_TRUE(waitUntil([this] { return doctorStates()["agent"] == "fine"; })) << agent.errors();
+  EXPECT_TRUE(agent.isRunning());
+  agent.end();
+  EXPECT_EQ(agent.wait(), 0) << agent.errors();
 }
 
 }  // namespace

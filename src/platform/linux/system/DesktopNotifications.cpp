@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <QtCore/QTimer>
 #include <QtCore/QVariantMap>
 
 #include "foundation/PrintableText.h"
@@ -58,8 +57,9 @@ QDBusMessage notifyCall(const UserNotification& notification, uint replaces, boo
 // What the server is like is asked once for each server; notes wait for the answer.
 class DesktopNotifications::Implementation {
  public:
-  Implementation(const platform::Environment& environment, std::chrono::milliseconds timeout)
-      : bus(environment), timeout(timeout) {
+  Implementation(const platform::Environment& environment, platform::SerialExecutor& mainThread,
+                 std::chrono::milliseconds timeout)
+      : mainThread(mainThread), bus(environment), timeout(timeout) {
     bus.setOnConnect([this] {
       forgetServer();
       tellAll("The connection to the session bus broke.");  // What was asked on the one before.
@@ -70,7 +70,9 @@ class DesktopNotifications::Implementation {
   // In a later turn.
   void requestAuthorization(Completion completion) {
     withServer([this, completion = std::move(completion)](const std::optional<std::string>& error) {
-      QTimer::singleShot(0, &context, [completion, error] { completion(error); });
+      mainThread.post([weak = std::weak_ptr(life), completion, error] {
+        if (!weak.expired()) completion(error);
+      });
     });
   }
 
@@ -150,7 +152,9 @@ class DesktopNotifications::Implementation {
     if (const auto next = std::exchange(place->next, std::nullopt)) send(*next);
   }
 
-  QObject context;  // What comes later comes no more when it has gone.
+  const std::shared_ptr<const bool> life =
+      std::make_shared<const bool>(true);  // Answers come no more when it has gone.
+  platform::SerialExecutor& mainThread;
   SessionBus bus;
   const std::chrono::milliseconds timeout;
   std::vector<Completion> waiting;
@@ -160,8 +164,9 @@ class DesktopNotifications::Implementation {
   int generation = 0;       // Of the server: numbers of an earlier one mean nothing, or another program's notes.
 };
 
-DesktopNotifications::DesktopNotifications(const platform::Environment& environment, std::chrono::milliseconds timeout)
-    : implementation(std::make_unique<Implementation>(environment, timeout)) {}
+DesktopNotifications::DesktopNotifications(const platform::Environment& environment,
+                                           platform::SerialExecutor& mainThread, std::chrono::milliseconds timeout)
+    : implementation(std::make_unique<Implementation>(environment, mainThread, timeout)) {}
 
 DesktopNotifications::~DesktopNotifications() = default;
 

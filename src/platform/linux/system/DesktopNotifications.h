@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "platform/Environment.h"
+#include "platform/Executors.h"
 #include "platform/UserNotifications.h"
 
 namespace quillard::desktop {
@@ -20,8 +21,9 @@ class DesktopNotifications final : public platform::UserNotifications {
   // How many identifiers are remembered, to replace what was shown under them. The newest.
   static constexpr std::size_t kMostRemembered = 64;
 
-  // `environment` says where the session bus is, and outlives this.
-  explicit DesktopNotifications(const platform::Environment& environment, std::chrono::milliseconds timeout = kTimeout);
+  // `environment` says where the session bus is. Both outlive this.
+  DesktopNotifications(const platform::Environment& environment, platform::SerialExecutor& mainThread,
+                       std::chrono::milliseconds timeout = kTimeout);
   ~DesktopNotifications() override;
 
   void requestAuthorization(std::function<void(std::optional<std::string>)> completion) override;

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/system/DesktopNotifications.h"
+#include "platform/qt/QtExecutors.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/PrivateBus.h"
 #include "support/QtWait.h"
@@ -100,7 +101,7 @@ class DesktopNotificationsTest : public testing::Test {
  protected:
   DesktopNotificationsTest() {
     environment.set("DBUS_SESSION_BUS_ADDRESS", bus.address());
-    notifications = std::make_unique<DesktopNotifications>(environment, 300ms);
+    notifications = std::make_unique<DesktopNotifications>(environment, executors.mainThread(), 300ms);
   }
   // What came of asking: absent when nothing came; else the error, empty for none.
   std::optional<std::string> ask() {
@@ -118,6 +119,7 @@ class DesktopNotificationsTest : public testing::Test {
   }
 
   test::PrivateBus bus;
+  qt::QtExecutors executors;
   platform::simulated::SimulatedEnvironment environment;
   std::unique_ptr<DesktopNotifications> notifications;
 };
@@ -133,7 +135,7 @@ TEST_F(DesktopNotificationsTest, SayThatThereIsNoServer) {
 
 TEST_F(DesktopNotificationsTest, SayThatThereIsNoBus) {
   platform::simulated::SimulatedEnvironment nothing;
-  notifications = std::make_unique<DesktopNotifications>(nothing);
+  notifications = std::make_unique<DesktopNotifications>(nothing, executors.mainThread());
   EXPECT_EQ(ask(), "There is no session bus.");
   notifications->post(note("a", "x"));  // And is lost.
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/system/DesktopNotifications.h"
+#include "platform/qt/QtExecutors.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateBus.h"
@@ -40,7 +41,7 @@ class RealNotifications : public testing::Test {
       return connection.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.Notifications")).value();
     })) << "No notification server: is dunst installed?";
     environment.set("DBUS_SESSION_BUS_ADDRESS", bus.address());
-    notifications = std::make_unique<DesktopNotifications>(environment);
+    notifications = std::make_unique<DesktopNotifications>(environment, executors.mainThread());
   }
   void TearDown() override { QDBusConnection::disconnectFromBus(QStringLiteral("real-notifications-test")); }
 
@@ -73,6 +74,7 @@ class RealNotifications : public testing::Test {
   }
 
   test::PrivateBus bus;
+  qt::QtExecutors executors;
   QDBusConnection connection =
       QDBusConnection::connectToBus(QString::fromStdString(bus.address()), QStringLiteral("real-notifications-test"));
   platform::simulated::SimulatedEnvironment environment;

@@ -218,17 +218,11 @@ std::vector<Row> verdictTable() {
      Prompt{.title = "Camera?", .lines = {"It wants the camera."}, .buttons = {"Don't Allow", "Allow"},
             .recommended = "Allow"}},
 
-    // ---- What nobody sees is not there; what is out of sight is
+    // ---- What nobody sees is not there
     {"HiddenParts", kAll,
      {"--kind", "dialog", "--title", "Bare", "--text", "Go on?", "--hidden-text", "Password", "--hidden-button", "Never",
       "--zero-size-text", "Delete", "--button", "No", "--button", "Yes"},
      Prompt{.title = "Bare", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
-    {"Minimised", kAll,
-     {"--kind", "dialog", "--minimised", "--title", "Small", "--text", "Go on?", "--button", "No", "--button", "Yes"},
-     Prompt{.title = "Small", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
-    {"PartlyOffTheScreen", kAll,
-     {"--kind", "dialog", "--at", "1240,960", "--title", "Far", "--text", "Go on?", "--button", "No", "--button", "Yes"},
-     Prompt{.title = "Far", .lines = {"Go on?"}, .buttons = {"No", "Yes"}, .recommended = "Yes"}},
   };
 }
 // clang-format on

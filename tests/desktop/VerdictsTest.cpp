@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "contract/desktop/PromptAgent.h"
+#include "desktop/ClientList.h"
 #include "desktop/DesktopBus.h"
 #include "desktop/LinuxDesktopBinding.h"
 #include "desktop/SampleClient.h"
@@ -140,6 +141,43 @@ std::vector<std::string> question(const std::string& title, const std::string& a
           "May it go on?", "--button", "Don't Allow", "--button", "Allow"};
 }
 
+Prompt promptOfQuestion(const std::string& title) {
+  return {.title = title, .lines = {"May it go on?"}, .buttons = {"Don't Allow", "Allow"}, .recommended = "Allow"};
+}
+
+TEST(Verdicts, OfAMinimisedWindowAreTheSame) {
+  for (const char* sample : kSamples) {
+    SCOPED_TRACE(sample);
+    World world;
+    auto arguments = question("Small");
+    arguments.emplace_back("--minimised");
+    const auto program = world.desktop().launch(sample, arguments);
+    ClientList list(world.desktop());
+    ASSERT_TRUE(world.binding.eventually([&] {
+      const auto own = list.windowsOf(program.pid());
+      return own.size() == 1 && own[0].states.contains("_NET_WM_STATE_HIDDEN");
+    }));
+    const auto found = world.prompts(1);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(promptOf(found[0]), promptOfQuestion("Small"));
+  }
+}
+
+TEST(Verdicts, OfAWindowPartlyOffTheScreenAreTheSame) {
+  constexpr int kScreenWidth = 160;  // Window managers keep windows on the screen where they fit.
+  for (const char* sample : kSamples) {
+    SCOPED_TRACE(sample);
+    World world({.width = kScreenWidth, .height = 120});
+    const auto program = world.desktop().launch(sample, question("Wide"));
+    const auto found = world.prompts(1);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(promptOf(found[0]), promptOfQuestion("Wide"));
+    EXPECT_TRUE(std::any_of(found[0].buttons.begin(), found[0].buttons.end(), [](const auto& button) {
+      return button.x < 0 || button.x + button.width > kScreenWidth;
+    })) << "It has a button that is not to be seen, or only in part.";
+  }
+}
+
 TEST(Verdicts, OfAWindowOnAnotherDesktopAreTheSame) {
   for (const char* sample : kSamples) {
     SCOPED_TRACE(sample);
@@ -151,7 +189,7 @@ TEST(Verdicts, OfAWindowOnAnotherDesktopAreTheSame) {
     EXPECT_TRUE(world.binding.eventually([&] { return !world.binding.workspace().frontmostApplication(); }));
     const auto found = world.prompts(1);
     ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(promptOf(found[0]).title, "Elsewhere");
+    EXPECT_EQ(promptOf(found[0]), promptOfQuestion("Elsewhere"));
   }
 }
 

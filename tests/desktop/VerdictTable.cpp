@@ -48,17 +48,17 @@ std::vector<Case> casesOf(const std::vector<Row>& rows) {
 }
 
 Prompt keyringPrompt() {
+  const std::string what =
+      "An application wants to create a new keyring called “Of a test”. Choose the password you want to use for it.";
   return {.title = "",
-          .lines = {"Choose password for new keyring",
-                    "An application wants to create a new keyring called “Of a test”. "
-                    "Choose the password you want to use for it.",
-                    "Password:", "Password", "Confirm:"},
+          .lines = {"Choose password for new keyring", what, "Password:", "Password", "Confirm:"},
           .buttons = {"Cancel", "Continue"},
           .recommended = "Continue",
           .access = kSecret};
 }
 
 // clang-format off
+// A table, however long: NOLINTNEXTLINE(readability-function-size)
 std::vector<Row> verdictTable() {
   return {
     // ---- zenity

@@ -8,8 +8,8 @@
 
 #include <plist/plist.h>
 
+#include "foundation/PropertyListShape.h"
 #include "foundation/Text.h"
-#include "platform/linux/storage/PropertyListShape.h"
 
 namespace quillard::xdg {
 namespace {

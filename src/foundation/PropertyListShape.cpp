@@ -1,8 +1,8 @@
-#include "platform/linux/storage/PropertyListShape.h"
+#include "foundation/PropertyListShape.h"
 
 #include <algorithm>
 
-namespace quillard::xdg {
+namespace quillard {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
@@ -185,4 +185,4 @@ std::optional<std::string_view> refusalOfPropertyList(Bytes bytes) {
   return isBinaryPropertyList(bytes) ? BinaryShape(bytes).refusal() : refusalOfXml(textOf(bytes));
 }
 
-}  // namespace quillard::xdg
+}  // namespace quillard

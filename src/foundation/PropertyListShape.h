@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-namespace quillard::xdg {
+namespace quillard {
 
 // Looks at the bytes of a property list before anybody parses them: how large they are, how deep they nest, how much
 // they would unfold to. A binary list may name one object many times, so that a few hundred bytes can stand for more
@@ -14,4 +14,4 @@ namespace quillard::xdg {
 
 [[nodiscard]] bool isBinaryPropertyList(std::span<const std::uint8_t> bytes);
 
-}  // namespace quillard::xdg
+}  // namespace quillard

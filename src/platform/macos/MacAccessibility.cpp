@@ -1,0 +1,105 @@
+#include "platform/macos/MacAccessibility.h"
+
+#include "platform/macos/AXElement.h"
+#include "platform/macos/AXRequests.h"
+#include "platform/macos/AXValues.h"
+#include "platform/macos/CFValues.h"
+#include "platform/macos/DistributedNotice.h"
+#include "platform/macos/MacReadScope.h"
+
+namespace quillard::macos {
+namespace {
+
+using platform::AXError;
+using platform::AXResult;
+using platform::AXUIElement;
+using platform::AXValue;
+
+constexpr std::string_view kTrustNotice = "com.apple.accessibility.api";
+
+}  // namespace
+
+MacAccessibility::MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread)
+    : calls(calls), mainThread(mainThread) {
+  setMessagingTimeout(createSystemWide(), kMessagingTimeout);
+}
+
+AXResult<AXValue> MacAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+  const AXElement* const own = elementOf(element);
+  if (!own) return AXError::invalidUIElement;
+  return calls.run([&] { return readAttribute(*own, name); });
+}
+
+AXResult<std::vector<std::string>> MacAccessibility::copyActionNames(const AXUIElement& element) {
+  const AXElement* const own = elementOf(element);
+  if (!own) return AXError::invalidUIElement;
+  return calls.run([&] { return readActionNames(*own); });
+}
+
+bool MacAccessibility::isProcessTrusted() {
+  const auto options = makeDictionary({{kAXTrustedCheckOptionPrompt, kCFBooleanFalse}});
+  return AXIsProcessTrustedWithOptions(options.get()) != 0;
+}
+
+platform::SubscriptionHandle MacAccessibility::observeTrustChanges(std::function<void()> onChange) {
+  return observeDistributedNotice(kTrustNotice, mainThread, std::move(onChange));
+}
+
+AXUIElement MacAccessibility::createApplication(std::int32_t processIdentifier) {
+  return elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateApplication(processIdentifier)),
+                     AXElementKind::application);
+}
+
+AXUIElement MacAccessibility::createSystemWide() {
+  return elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateSystemWide()), AXElementKind::systemWide);
+}
+
+void MacAccessibility::setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) {
+  const AXElement* const own = elementOf(element);
+  if (!own) return;
+  calls.run(
+      [&] { static_cast<void>(AXUIElementSetMessagingTimeout(own->get(), static_cast<float>(timeout.count()))); });
+}
+
+std::unique_ptr<platform::AXReadScope> MacAccessibility::beginReadScope() {
+  return std::make_unique<MacReadScope>(calls);
+}
+
+std::optional<std::int32_t> MacAccessibility::processIdentifier(const AXUIElement& element) {
+  const AXElement* const own = elementOf(element);
+  pid_t process = 0;
+  if (!own || AXUIElementGetPid(own->get(), &process) != kAXErrorSuccess || process <= 0) return std::nullopt;
+  return process;
+}
+
+AXError MacAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) {
+  const AXElement* const own = elementOf(element);
+  if (!own) return AXError::invalidUIElement;
+  const auto string = makeString(name);
+  const CFValue content = cfValueFrom(value);
+  if (!string || !content) return AXError::illegalArgument;
+  return calls.run([&] { return errorFrom(AXUIElementSetAttributeValue(own->get(), string.get(), content.get())); });
+}
+
+AXError MacAccessibility::performAction(const AXUIElement& element, std::string_view action) {
+  const AXElement* const own = elementOf(element);
+  if (!own) return AXError::invalidUIElement;
+  const auto string = makeString(action);
+  if (!string) return AXError::illegalArgument;
+  return calls.run([&] { return errorFrom(AXUIElementPerformAction(own->get(), string.get())); });
+}
+
+AXResult<AXUIElement> MacAccessibility::copyElementAtPosition(const AXUIElement& within, platform::Point point) {
+  const AXElement* const own = elementOf(within);
+  if (!own) return AXError::invalidUIElement;
+  return calls.run([&]() -> AXResult<AXUIElement> {
+    CFHandle<AXUIElementRef> hit;
+    const auto error = AXUIElementCopyElementAtPosition(own->get(), static_cast<float>(point.x),
+                                                        static_cast<float>(point.y), hit.out());
+    if (error != kAXErrorSuccess) return errorFrom(error);
+    if (!cfCast<AXUIElementRef>(hit.get())) return AXError::noValue;
+    return elementFrom(std::move(hit));
+  });
+}
+
+}  // namespace quillard::macos

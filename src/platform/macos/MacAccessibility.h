@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/Executors.h"
+#include "platform/macos/AXCalls.h"
+
+namespace quillard::macos {
+
+// The system's accessibility interface. Requests are made where `calls` says; comparing elements, and asking whose they
+// are, is no request.
+//
+// Time-outs: one that is set on the system-wide element holds for the whole process, one that is set on another element
+// for that very handle and its copies, not for equal ones, and not for elements that are read through it. So the bound
+// of 0.2 s is set on the system-wide element when this is made, which replaces the system's own of several seconds.
+class MacAccessibility final : public platform::Accessibility {
+ public:
+  static constexpr platform::Seconds kMessagingTimeout{0.2};
+
+  // `mainThread` outlives this.
+  MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread);
+
+  [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
+                                                                         std::string_view name) override;
+  [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
+      const platform::AXUIElement& element) override;
+  [[nodiscard]] bool isProcessTrusted() override;
+  // Main thread. The system announces a change of any process's permission.
+  [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
+  [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
+  [[nodiscard]] platform::AXUIElement createSystemWide() override;
+  void setMessagingTimeout(const platform::AXUIElement& element, platform::Seconds timeout) override;
+  [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
+  [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
+  platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
+                                      const platform::AXValue& value) override;
+  platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
+  [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
+                                                                                platform::Point point) override;
+
+ private:
+  const AXCalls calls;
+  platform::SerialExecutor& mainThread;
+};
+
+}  // namespace quillard::macos

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "platform/Bundle.h"
+
+namespace quillard::macos {
+
+// The application bundle that this process was started from, by the system's main bundle. The folders for applications
+// are /Applications and the one in the user's home.
+class MacBundle final : public platform::Bundle {
+ public:
+  static constexpr std::size_t kLargestResource = std::size_t{4} * 1024 * 1024;  // Bytes.
+
+  // Empty when the system does not know it.
+  [[nodiscard]] std::string path() const override;
+  [[nodiscard]] std::string resolvedPath() const override;
+  [[nodiscard]] std::optional<std::string> identifier() const override;
+  [[nodiscard]] std::optional<std::string> informationText(std::string_view key) const override;
+  [[nodiscard]] std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> resource(
+      std::string_view name, std::string_view extension) const override;
+  [[nodiscard]] std::vector<std::string> applicationDirectories() const override;
+};
+
+}  // namespace quillard::macos

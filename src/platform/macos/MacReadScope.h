@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/macos/AXCalls.h"
+#include "platform/macos/AXElement.h"
+
+namespace quillard::macos {
+
+// One request brings all attributes that a walk asks an element for, at the first read of any of them; one more brings
+// the names of its actions. An element whose application does not answer such a request as it should is asked for each
+// attribute by itself. Every answer is kept until the scope ends.
+//
+// A request that cannot be completed counts as a time-out: the system does not tell these apart. An error in the place
+// of one attribute does not: the application has answered.
+class MacReadScope final : public platform::AXReadScope {
+ public:
+  explicit MacReadScope(AXCalls calls) : calls(calls) {}
+
+  [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
+                                                                         std::string_view name) override;
+  [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
+      const platform::AXUIElement& element) override;
+  // Does nothing: no request of this system serves many elements.
+  void prepareApplications(std::span<const platform::AXUIElement> applications, int descendantsPerWindow) override;
+  [[nodiscard]] bool missedTimeout(const platform::AXUIElement& element) const override;
+
+ private:
+  using Answer = platform::AXResult<platform::AXValue>;
+  struct Known {
+    std::map<std::string, Answer, std::less<>> attributes;
+    std::optional<platform::AXResult<std::vector<std::string>>> actionNames;
+    bool isBatchRead = false;
+  };
+
+  // Keeps in `known` what one request brings. False when the application cannot be asked.
+  bool readBatch(const AXElement& element, Known& known);
+  void note(platform::AXError error, const AXElement& element);
+  [[nodiscard]] bool hasMissed(const AXElement& element) const;
+
+  const AXCalls calls;
+  std::unordered_map<platform::AXUIElement, Known> answers;
+  std::set<std::int32_t> missed;  // By process; 0 for the system-wide element.
+};
+
+}  // namespace quillard::macos

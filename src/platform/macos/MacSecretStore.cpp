@@ -1,0 +1,120 @@
+#include "platform/macos/MacSecretStore.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <Security/Security.h>
+
+#include "platform/macos/CFValues.h"
+
+namespace quillard::macos {
+namespace {
+
+using platform::Secret;
+using platform::SecretPlace;
+using platform::SecretReading;
+using platform::SecretStatus;
+using platform::SecretStatusCode;
+
+using Entries = std::vector<std::pair<CFTypeRef, CFTypeRef>>;
+
+SecretStatusCode codeFrom(OSStatus status) {
+  switch (status) {
+    case errSecSuccess:
+      return SecretStatusCode::success;
+    case errSecItemNotFound:
+      return SecretStatusCode::itemNotFound;
+    case errSecMissingEntitlement:
+      return SecretStatusCode::missingEntitlement;
+    case errSecInteractionNotAllowed:
+      return SecretStatusCode::interactionNotAllowed;
+    case errSecAuthFailed:
+    case errSecUserCanceled:
+      return SecretStatusCode::accessDenied;
+    default:
+      return SecretStatusCode::other;
+  }
+}
+
+SecretStatus statusFrom(OSStatus status) {
+  if (status == errSecSuccess) return {};
+  const auto message = CFHandle<CFStringRef>::adopt(SecCopyErrorMessageString(status, nullptr));
+  const std::string words = textOf(message.get()).value_or("The keychain refused");
+  return {codeFrom(status), words + " (" + std::to_string(status) + ")"};
+}
+
+SecretStatus noText() { return {SecretStatusCode::other, "A name of a secret is no UTF-8."}; }
+
+// Such an entry keeps a keychain from asking the user. The system wants a context object of another language in its
+// place now, but goes on taking it.
+std::pair<CFTypeRef, CFTypeRef> neverAsk() {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  return {kSecUseAuthenticationUI, kSecUseAuthenticationUIFail};
+#pragma GCC diagnostic pop
+}
+
+// What names one item, and what else a request says of it. The entries hold no counts: the names do while this lives.
+class Query {
+ public:
+  Query(SecretPlace place, std::string_view service, std::string_view account)
+      : service(makeString(service)), account(makeString(account)) {
+    if (!isWhole()) return;
+    entries = {{kSecClass, kSecClassGenericPassword},
+               {kSecAttrService, this->service.get()},
+               {kSecAttrAccount, this->account.get()},
+               {kSecUseDataProtectionKeychain, cfBoolean(place == SecretPlace::dataProtectionKeychain)}};
+  }
+  [[nodiscard]] bool isWhole() const { return service && account; }
+  [[nodiscard]] CFHandle<CFDictionaryRef> with(const Entries& more) const {
+    Entries all = entries;
+    all.insert(all.end(), more.begin(), more.end());
+    return makeDictionary(all);
+  }
+
+ private:
+  const CFHandle<CFStringRef> service;
+  const CFHandle<CFStringRef> account;
+  Entries entries;
+};
+
+}  // namespace
+
+SecretReading MacSecretStore::copyMatching(SecretPlace place, std::string_view service, std::string_view account) {
+  const Query query(place, service, account);
+  if (!query.isWhole()) return {noText(), {}};
+  const auto request = query.with({{kSecReturnData, kCFBooleanTrue}, {kSecMatchLimit, kSecMatchLimitOne}, neverAsk()});
+  CFValue result;
+  const OSStatus status = SecItemCopyMatching(request.get(), result.out());
+  if (status != errSecSuccess) return {statusFrom(status), {}};
+  if (!result) return {};  // There, and nothing in it.
+  const auto data = cfCast<CFDataRef>(result.get());
+  if (!data) return {{SecretStatusCode::other, "The keychain gave something else than data."}, {}};
+  return {{}, Secret(std::span(CFDataGetBytePtr(data), static_cast<std::size_t>(CFDataGetLength(data))))};
+}
+
+SecretStatus MacSecretStore::add(SecretPlace place, std::string_view service, std::string_view account,
+                                 const Secret& data) {
+  const Query query(place, service, account);
+  if (!query.isWhole()) return noText();
+  const auto content = makeData(data.view());
+  return statusFrom(SecItemAdd(query.with({{kSecValueData, content.get()}}).get(), nullptr));
+}
+
+SecretStatus MacSecretStore::update(SecretPlace place, std::string_view service, std::string_view account,
+                                    const Secret& data) {
+  const Query query(place, service, account);
+  if (!query.isWhole()) return noText();
+  const auto content = makeData(data.view());
+  const auto changes = makeDictionary({{kSecValueData, content.get()}});
+  return statusFrom(SecItemUpdate(query.with({neverAsk()}).get(), changes.get()));
+}
+
+SecretStatus MacSecretStore::remove(SecretPlace place, std::string_view service, std::string_view account) {
+  const Query query(place, service, account);
+  if (!query.isWhole()) return noText();
+  return statusFrom(SecItemDelete(query.with({}).get()));
+}
+
+}  // namespace quillard::macos

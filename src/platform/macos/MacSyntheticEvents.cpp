@@ -1,0 +1,68 @@
+#include "platform/macos/MacSyntheticEvents.h"
+
+#include <utility>
+
+namespace quillard::macos {
+namespace {
+
+using platform::MouseEventType;
+using platform::SyntheticEvent;
+
+class MacEvent final : public SyntheticEvent {
+ public:
+  explicit MacEvent(CFHandle<CGEventRef> event) : event(std::move(event)) {}
+  [[nodiscard]] CGEventRef get() const { return event.get(); }
+
+ private:
+  const CFHandle<CGEventRef> event;
+};
+
+std::unique_ptr<SyntheticEvent> madeOf(CFHandle<CGEventRef> event) {
+  if (!event) return nullptr;
+  return std::make_unique<MacEvent>(std::move(event));
+}
+
+CGEventType systemType(MouseEventType type) {
+  switch (type) {
+    case MouseEventType::leftMouseDown:
+      return kCGEventLeftMouseDown;
+    case MouseEventType::leftMouseUp:
+      return kCGEventLeftMouseUp;
+    default:
+      return kCGEventMouseMoved;
+  }
+}
+
+// Null for an event of another binding.
+CGEventRef systemEvent(const SyntheticEvent& event) {
+  const auto* const own = dynamic_cast<const MacEvent*>(&event);
+  return own ? own->get() : nullptr;
+}
+
+}  // namespace
+
+MacSyntheticEvents::MacSyntheticEvents()
+    : source(CFHandle<CGEventSourceRef>::adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState))) {}
+
+std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createMouseEvent(MouseEventType type, platform::Point position) {
+  if (!source) return nullptr;
+  const CGPoint point{position.x, position.y};
+  return madeOf(
+      CFHandle<CGEventRef>::adopt(CGEventCreateMouseEvent(source.get(), systemType(type), point, kCGMouseButtonLeft)));
+}
+
+std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createKeyboardEvent(platform::KeyCode key, bool isDown) {
+  if (!source) return nullptr;
+  return madeOf(
+      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), static_cast<CGKeyCode>(key), isDown)));
+}
+
+void MacSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
+  if (const CGEventRef made = systemEvent(event)) CGEventPostToPid(processIdentifier, made);
+}
+
+void MacSyntheticEvents::postToHIDTap(const SyntheticEvent& event) {
+  if (const CGEventRef made = systemEvent(event)) CGEventPost(kCGHIDEventTap, made);
+}
+
+}  // namespace quillard::macos

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+namespace quillard::macos {
+
+// The window server's list. It needs no permission, but without the one for recording the screen the server keeps most
+// windows' names to itself.
+//
+// The server tells nobody of changes. What it does tell through `workspace`, that applications come, go and take turns,
+// is the hint.
+class MacWindowList final : public platform::WindowList {
+ public:
+  // `workspace` outlives this.
+  explicit MacWindowList(platform::Workspace& workspace) : workspace(workspace) {}
+
+  [[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options) override;
+  [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
+
+ private:
+  platform::Workspace& workspace;
+};
+
+}  // namespace quillard::macos

@@ -1,0 +1,47 @@
+// The binding for macOS over stand-ins for the system's C functions, which stand on the simulated desktop. Its own code
+// are accessibility, the window list and synthetic events; running applications are the simulated desktop's.
+
+#include "contract/desktop/DesktopContract.h"
+#include "contract/desktop/SimulatedPrompts.h"
+#include "macos/standins/MacSystem.h"
+#include "platform/macos/MacAccessibility.h"
+#include "platform/macos/MacSyntheticEvents.h"
+#include "platform/macos/MacWindowList.h"
+
+namespace quillard::test {
+namespace {
+
+using platform::simulated::Seed;
+using platform::simulated::SimulatedWorld;
+
+class MacDesktopBinding final : public DesktopBinding {
+ public:
+  platform::Accessibility& accessibility() override { return macAccessibility; }
+  platform::Workspace& workspace() override { return world.workspace(); }
+  platform::WindowList& windowList() override { return macWindowList; }
+  platform::SyntheticEvents& syntheticEvents() override { return macEvents; }
+  platform::Clock& clock() override { return world.time(); }
+  platform::Console& console() override { return world.console(); }
+  const platform::Environment& environment() override { return world.environment(); }
+  platform::Random& random() override { return world.random(); }
+  platform::UserDefaults& userDefaults() override { return world.userDefaults(); }
+
+  std::unique_ptr<PromptProgram> show(const PromptWish& wish) override { return showSimulatedPrompt(world, wish); }
+  bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
+
+ private:
+  SimulatedWorld world{Seed{7}};
+  platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
+  const standins::MacSystem system{world.desktop(), events};
+  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time().mainThread()};
+  macos::MacWindowList macWindowList{world.workspace()};
+  macos::MacSyntheticEvents macEvents;
+};
+
+const DesktopCase kMac{"Mac",
+                       []() -> std::unique_ptr<DesktopBinding> { return std::make_unique<MacDesktopBinding>(); }};
+
+QUILLARD_DESKTOP_CONTRACT(Mac, testing::Values(kMac));
+
+}  // namespace
+}  // namespace quillard::test

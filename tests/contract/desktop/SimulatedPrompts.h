@@ -1,0 +1,74 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "contract/desktop/DesktopBinding.h"
+#include "platform/simulated/SimulatedSyntheticEvents.h"
+#include "platform/simulated/SimulatedWorld.h"
+
+namespace quillard::test {
+
+// Prompts on a simulated desktop, for every binding that stands on one.
+class SimulatedPromptProgram final : public PromptProgram {
+ public:
+  SimulatedPromptProgram(platform::simulated::SimulatedDesktop& desktop,
+                         platform::simulated::ApplicationHandle application, platform::simulated::NodeHandle prompt)
+      : desktop(desktop), application(application), shown{prompt} {}
+  ~SimulatedPromptProgram() override { desktop.terminate(application); }
+
+  [[nodiscard]] std::int32_t processIdentifier() const override { return application.processIdentifier; }
+  [[nodiscard]] std::vector<std::string> presses() override {
+    for (const platform::simulated::NodeHandle window : desktop.windows(application)) shown.insert(window);
+    std::vector<std::string> labels;
+    for (const auto& press : desktop.presses()) {
+      if (shown.contains(press.root) && press.isTaken) labels.push_back(press.label);
+    }
+    return labels;
+  }
+  void kill() override { desktop.terminate(application); }
+  void stop() override { desktop.hang(application); }
+  void goOn() override { desktop.unhang(application); }
+
+ private:
+  platform::simulated::SimulatedDesktop& desktop;
+  const platform::simulated::ApplicationHandle application;
+  std::set<platform::simulated::NodeHandle> shown;  // Windows that were seen of it, also when they are gone.
+};
+
+[[nodiscard]] inline platform::simulated::DialogSpec dialogFor(const PromptWish& wish) {
+  platform::simulated::DialogSpec dialog{.title = wish.title, .lines = wish.lines, .buttons = wish.buttons};
+  if (wish.at) dialog.frame = platform::Rect{wish.at->x, wish.at->y, 600, 240};
+  if (wish.hasSecureTextField) {
+    dialog.extra.push_back({.role = "AXTextField", .subrole = "AXSecureTextField", .value = "hunter2"});
+  }
+  if (wish.successor) {
+    dialog.effect = platform::simulated::PressEffect::opensNext(
+        {.title = *wish.successor, .lines = wish.lines, .buttons = wish.buttons});
+  }
+  return dialog;
+}
+
+[[nodiscard]] inline std::unique_ptr<PromptProgram> showSimulatedPrompt(platform::simulated::SimulatedWorld& world,
+                                                                        const PromptWish& wish) {
+  const auto application = world.desktop().launch({.name = "Example", .bundleIdentifier = "com.example.app"});
+  const auto prompt = world.desktop().open(application, dialogFor(wish));
+  world.desktop().activate(application);
+  world.desktop().raise(prompt);
+  world.advance(platform::Seconds{0.05});
+  return std::make_unique<SimulatedPromptProgram>(world.desktop(), application, prompt);
+}
+
+[[nodiscard]] inline bool eventuallyIn(platform::simulated::SimulatedWorld& world,
+                                       const std::function<bool()>& condition) {
+  for (int i = 0; i < 200; ++i) {
+    if (condition()) return true;
+    world.advance(platform::Seconds{0.05});
+  }
+  return condition();
+}
+
+}  // namespace quillard::test

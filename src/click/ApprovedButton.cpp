@@ -61,10 +61,10 @@ bool ApprovedButton::isSameButton(const AXUIElement& candidate) const {
 }
 
 std::vector<AXUIElement> ApprovedButton::windowsForAction() const {
-  std::vector<AXUIElement> windows{resolved.window};
   auto fallback = AXHelpers::nearestWindow(accessibility, resolved.element, kWindowAncestorLimit);
-  if (fallback && *fallback != resolved.window) windows.push_back(*std::move(fallback));
-  return windows;
+  if (!fallback || *fallback == resolved.window) return {resolved.window};
+  if (!hitButtonBelongsToTarget(resolved.element, {resolved.window})) return {*std::move(fallback)};
+  return {resolved.window, *std::move(fallback)};
 }
 
 bool ApprovedButton::isTarget(const std::optional<AXUIElement>& window) const {
@@ -107,9 +107,12 @@ bool ApprovedButton::hitButtonBelongsToTarget(const AXUIElement& hit,
 std::optional<AXUIElement> ApprovedButton::windowButton(const AXUIElement& window, std::string_view attribute) const {
   auto button = AXHelpers::elementAttribute(accessibility, window, attribute);
   if (!button || !AXHelpers::frame(accessibility, *button)) return std::nullopt;
-  const auto actions = AXHelpers::actionNames(accessibility, *button);
-  if (std::find(actions.begin(), actions.end(), ax::kPressAction) == actions.end()) return std::nullopt;
   return isSameButton(*button) ? button : std::nullopt;
+}
+
+bool ApprovedButton::offersPress(const AXUIElement& candidate) const {
+  const auto actions = AXHelpers::actionNames(accessibility, candidate);
+  return std::find(actions.begin(), actions.end(), ax::kPressAction) != actions.end();
 }
 
 bool ApprovedButton::answersForWindow(const AXUIElement& window) const {

@@ -42,8 +42,8 @@ class ApprovedButton {
   [[nodiscard]] bool isLabelledAsApproved(const platform::AXUIElement& candidate) const;
   [[nodiscard]] bool isSameButton(const platform::AXUIElement& candidate) const;
 
-  // The windows to prepare and to act on: the one that the button was resolved in, and the one that holds it now, when
-  // that is another.
+  // The windows to prepare and to act on: the one that the button was resolved in, unless it is seen to be in it no
+  // more, and the one that holds it now, when that is another.
   [[nodiscard]] std::vector<platform::AXUIElement> windowsForAction() const;
 
   // Where a mouse would press it.
@@ -54,10 +54,10 @@ class ApprovedButton {
   [[nodiscard]] bool hitButtonBelongsToTarget(const platform::AXUIElement& hit,
                                               const std::vector<platform::AXUIElement>& targetWindows) const;
 
-  // The button that the window names by this attribute. Absent unless it is the approved one, has a place, and can be
-  // pressed.
+  // The button that the window names by this attribute. Absent unless it is the approved one, and has a place.
   [[nodiscard]] std::optional<platform::AXUIElement> windowButton(const platform::AXUIElement& window,
                                                                   std::string_view attribute) const;
+  [[nodiscard]] bool offersPress(const platform::AXUIElement& candidate) const;
   // Whether what confirms (or cancels) the window as a whole presses the approved button.
   [[nodiscard]] bool answersForWindow(const platform::AXUIElement& window) const;
 

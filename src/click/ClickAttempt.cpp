@@ -158,7 +158,9 @@ ClickProgress ClickAttempt::forEachWindowButton(const Act& act) {
 }
 
 ClickProgress ClickAttempt::pressWindowButtons() {
-  return forEachWindowButton([this](const AXUIElement& target) { return pressAndWait(target); });
+  return forEachWindowButton([this](const AXUIElement& target) {
+    return button.offersPress(target) ? pressAndWait(target) : ClickProgress::promptRemains;
+  });
 }
 
 ClickProgress ClickAttempt::pressAndWait(const AXUIElement& target) {

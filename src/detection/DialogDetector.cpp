@@ -98,6 +98,16 @@ std::vector<PendingApproval> DialogDetector::scan() {
   return approvals;
 }
 
+std::vector<WindowDiagnosis> DialogDetector::diagnose() {
+  if (!surroundings.accessibility.isProcessTrusted()) return {};
+  const auto scope = surroundings.accessibility.beginReadScope();
+  std::vector<WindowDiagnosis> windows;
+  for (const auto& source : uniqueWindowSources(*scope)) {
+    windows.push_back({source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
+  }
+  return windows;
+}
+
 void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) {
   // In a scope of its own: what its longer walk meets must not change what the scan returns.
   const auto scope = surroundings.accessibility.beginReadScope();

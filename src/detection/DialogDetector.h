@@ -12,6 +12,7 @@
 #include "detection/PromptReader.h"
 #include "detection/ResolvedDialogButton.h"
 #include "detection/StableIDs.h"
+#include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
 #include "platform/Accessibility.h"
 #include "platform/Clock.h"
@@ -50,6 +51,11 @@ class DialogDetector {
   // The prompts on screen, in the order in which they were met. Each one's `id` and `suppressionID` are its
   // fingerprint: owner, title, place, labels and lines. Empty when accessibility is not granted.
   [[nodiscard]] std::vector<PendingApproval> scan();
+
+  // Every window that a scan would look at, with the verdict on it and why, in the order in which they were met.
+  // Suppressed prompts and prompts seen for the first time are among them. Changes nothing here. Empty when
+  // accessibility is not granted.
+  [[nodiscard]] std::vector<WindowDiagnosis> diagnose();
 
   // Whether some window on screen still shows the prompt. Also true when that cannot be told, because its application
   // does not answer or accessibility was taken away: only a prompt that was looked for in vain counts as gone.

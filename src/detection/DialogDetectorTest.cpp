@@ -1,3 +1,6 @@
+#include <map>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "detection/DialogDetector.h"
@@ -321,6 +324,40 @@ TEST_F(DialogDetectorTest, AHungApplicationCostsOneWaitAndTheOthersAreScanned) {
   (void)detector.scan();
   EXPECT_EQ(world.time().monotonicNow() - before, std::chrono::milliseconds(200));
   EXPECT_EQ(titles(detector.scan()), Lines{"Erase disk?"});
+}
+
+// ---- What a diagnosis tells
+
+TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstLookAndConfirmsNothing) {
+  desktop().open(eraseDialog());
+  desktop().open({.title = "Untitled", .lines = {"Text"}, .modal = false});
+  const auto windows = detector.diagnose();
+  std::map<std::string, bool> verdicts;
+  for (const auto& window : windows) {
+    ASSERT_TRUE(window.snapshot.has_value());
+    EXPECT_EQ(window.appName, "Example");
+    verdicts[window.snapshot->title] = window.snapshot->accepted;
+  }
+  EXPECT_EQ(verdicts, (std::map<std::string, bool>{{"Erase disk?", true}, {"Untitled", false}}));
+  EXPECT_TRUE(detector.scan().empty());
+}
+
+TEST_F(DialogDetectorTest, DiagnosesThatAnApplicationDidNotAnswer) {
+  const auto hung = desktop().launch({.name = "Hung"});
+  const auto button = desktop().findButton(desktop().open(hung, eraseDialog()), "Erase");
+  desktop().setRequestHook([&](const platform::simulated::AXRequest& request) {
+    if (request.node == button) desktop().hang(hung);
+  });
+  const auto windows = detector.diagnose();
+  ASSERT_FALSE(windows.empty());
+  EXPECT_EQ(windows.front().appName, "Hung");
+  EXPECT_FALSE(windows.front().snapshot.has_value());
+}
+
+TEST_F(DialogDetectorTest, DiagnosesNothingWithoutPermission) {
+  desktop().open(eraseDialog());
+  desktop().setTrusted(false);
+  EXPECT_TRUE(detector.diagnose().empty());
 }
 
 }  // namespace

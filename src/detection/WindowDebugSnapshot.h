@@ -27,6 +27,13 @@ struct WindowDebugSnapshot {
   bool operator==(const WindowDebugSnapshot&) const = default;
 };
 
+// One window of a desktop, and what was found of it.
+struct WindowDiagnosis {
+  std::string appName;
+  std::int32_t processIdentifier = 0;
+  std::optional<WindowDebugSnapshot> snapshot;  // Absent when the application did not answer in time.
+};
+
 // One JSON object, its members sorted by name, absent ones left out. Absent when a text is no UTF-8.
 [[nodiscard]] std::optional<std::string> sortedJsonText(const WindowDebugSnapshot& snapshot);
 

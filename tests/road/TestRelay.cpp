@@ -26,6 +26,11 @@ bool TestRelay::waitForConnection() {
   return changed.wait_for(lock, std::chrono::seconds(10), [this] { return agent != nullptr; });
 }
 
+int TestRelay::connections() {
+  const std::lock_guard lock(mutex);
+  return connected;
+}
+
 std::optional<std::chrono::steady_clock::time_point> TestRelay::firstSnapshotAt() {
   std::unique_lock lock(mutex);
   changed.wait_for(lock, std::chrono::seconds(10), [this] { return firstSnapshot.has_value(); });
@@ -109,6 +114,7 @@ void TestRelay::talk(ServerConnection& connection) {
   {
     const std::lock_guard lock(mutex);
     agent = &connection;
+    ++connected;
     sendToAgent(toJson(PhoneStatusRelayMessage{
         .phoneConnected = true,
         .phoneCount = 1,

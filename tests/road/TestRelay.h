@@ -36,6 +36,8 @@ class TestRelay {
   // The status codes of further registrations; 200 at first.
   void answerRegistrations(int status);
   [[nodiscard]] bool waitForConnection();
+  // How often the agent has connected.
+  [[nodiscard]] int connections();
   // When the agent's first list came, after this object was made.
   [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> firstSnapshotAt();
   // Until the newest list of the agent is one that `accepts` likes. Absent: none was in time.
@@ -72,6 +74,7 @@ class TestRelay {
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{42}};
   int registrationStatus = 200;
   int decisions = 0;
+  int connected = 0;
   ServerConnection* agent = nullptr;
   std::optional<std::chrono::steady_clock::time_point> firstSnapshot;
   std::optional<MacSnapshotRelayMessage> newestSnapshot;

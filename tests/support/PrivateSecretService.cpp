@@ -11,19 +11,12 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include "support/BusConfiguration.h"
+
 namespace quillard::test {
 namespace {
 
 constexpr const char* kServiceName = "org.freedesktop.secrets";
-
-std::string busConfiguration(const std::string& socket) {
-  return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-         "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-         "<busconfig><type>session</type><listen>unix:path=" +
-         socket +
-         "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-         "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
-}
 
 void waitFor(const char* what, const std::function<bool()>& isSo) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);

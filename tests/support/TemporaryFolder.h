@@ -15,6 +15,9 @@ class TemporaryFolder {
   ~TemporaryFolder();
 
   [[nodiscard]] const std::string& path() const { return folder; }
+  // The folder stays for as long as any process holds a copy of this descriptor: for one that outlives a killed test,
+  // to put things in order. It is not inherited by itself.
+  [[nodiscard]] int lifelineDescriptor() const { return lifeline; }
 
  private:
   std::string folder;

@@ -298,10 +298,10 @@ std::optional<std::string> SimulatedDesktop::pressed(NodeHandle window) const {
 
 std::vector<Press> SimulatedDesktop::presses() const { return internals->actions.presses(); }
 
-void SimulatedDesktop::setTrusted(bool trusted) {
+void SimulatedDesktop::setTrusted(bool trusted, bool isTold) {
   if (internals->gate.isTrusted() == trusted) return;
   internals->gate.setTrusted(trusted);
-  internals->accessibility.trustChanged();
+  if (isTold) internals->accessibility.trustChanged();
 }
 
 void SimulatedDesktop::setRequestHook(std::function<void(const AXRequest&)> hook) {

@@ -1,13 +1,27 @@
 #pragma once
 
+#include "platform/Platform.h"
 #include "platform/Time.h"
 #include "platform/simulated/Seed.h"
+#include "platform/simulated/SimulatedApplication.h"
+#include "platform/simulated/SimulatedBundle.h"
 #include "platform/simulated/SimulatedCalendar.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedDesktop.h"
 #include "platform/simulated/SimulatedEnvironment.h"
+#include "platform/simulated/SimulatedHttpSessions.h"
+#include "platform/simulated/SimulatedLockFiles.h"
+#include "platform/simulated/SimulatedLoginService.h"
+#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedSecretStore.h"
+#include "platform/simulated/SimulatedStatusBar.h"
+#include "platform/simulated/SimulatedStatusWindow.h"
+#include "platform/simulated/SimulatedSyntheticEvents.h"
+#include "platform/simulated/SimulatedUpdateService.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
+#include "platform/simulated/SimulatedUserNotifications.h"
+#include "platform/simulated/SimulatedWebSockets.h"
 #include "platform/simulated/VirtualTime.h"
 
 namespace quillard::platform::simulated {
@@ -26,6 +40,9 @@ class SimulatedWorld {
   // Lets this much time pass, with all that happens in it.
   void advance(Seconds duration) { virtualTime.advance(duration); }
 
+  // All of it, as an agent is handed it.
+  [[nodiscard]] Platform platform();
+
   VirtualTime& time() { return virtualTime; }
   SimulatedRandom& random() { return simulatedRandom; }
   SimulatedEnvironment& environment() { return simulatedEnvironment; }
@@ -36,6 +53,20 @@ class SimulatedWorld {
   Accessibility& accessibility() { return simulatedDesktop.accessibility(); }
   Workspace& workspace() { return simulatedDesktop.workspace(); }
   WindowList& windowList() { return simulatedDesktop.windowList(); }
+  SimulatedSyntheticEvents& syntheticEvents() { return simulatedSyntheticEvents; }
+  SimulatedApplication& application() { return simulatedApplication; }
+  SimulatedBundle& bundle() { return simulatedBundle; }
+  SimulatedHttpSessions& httpSessions() { return simulatedHttpSessions; }
+  // Where other processes of the same user may hold locks too.
+  SimulatedLockFolder& lockFolder() { return simulatedLockFolder; }
+  SimulatedLockFiles& lockFiles() { return simulatedLockFiles; }
+  SimulatedLoginService& loginService() { return simulatedLoginService; }
+  SimulatedSecretStore& secretStore() { return simulatedSecretStore; }
+  SimulatedStatusBar& statusBar() { return simulatedStatusBar; }
+  SimulatedStatusWindowViews& statusWindowViews() { return simulatedStatusWindowViews; }
+  SimulatedUpdateService& updateService() { return simulatedUpdateService; }
+  SimulatedUserNotifications& userNotifications() { return simulatedUserNotifications; }
+  SimulatedWebSockets& webSockets() { return simulatedWebSockets; }
 
  private:
   VirtualTime virtualTime;  // First, since the others may hold queues of it.
@@ -45,6 +76,20 @@ class SimulatedWorld {
   SimulatedUserDefaults simulatedUserDefaults;
   SimulatedCalendar simulatedCalendar;
   SimulatedDesktop simulatedDesktop;
+  SimulatedSyntheticEvents simulatedSyntheticEvents;
+  SimulatedApplication simulatedApplication;
+  SimulatedBundle simulatedBundle;
+  SimulatedHttpSessions simulatedHttpSessions;
+  SimulatedLockFolder simulatedLockFolder;
+  SimulatedLockFiles simulatedLockFiles;
+  SimulatedLoginService simulatedLoginService;
+  SimulatedPropertyLists simulatedPropertyLists;
+  SimulatedSecretStore simulatedSecretStore;
+  SimulatedStatusBar simulatedStatusBar;
+  SimulatedStatusWindowViews simulatedStatusWindowViews;
+  SimulatedUpdateService simulatedUpdateService;
+  SimulatedUserNotifications simulatedUserNotifications;
+  SimulatedWebSockets simulatedWebSockets;
 };
 
 }  // namespace quillard::platform::simulated

@@ -212,6 +212,11 @@ void TurnScheduler::setRunawayLimit(std::uint64_t turns) {
   runawayLimit = turns;
 }
 
+std::uint64_t TurnScheduler::turnCount() const {
+  const MutexLock lock{mutex};
+  return turnsBegun;
+}
+
 // ---- The driver's side
 
 void TurnScheduler::mustBeOutside(std::string_view operation) const {
@@ -359,6 +364,7 @@ TurnScheduler::Lane& TurnScheduler::chooseLane(Instant moment) {
 }
 
 void TurnScheduler::beginTurn(Lane& lane) {
+  ++turnsBegun;
   if (++turnsAtThisMoment > runawayLimit) {
     stop("time stands still: " + std::to_string(runawayLimit) + " turns ran at one moment, the last of them on \"" +
          lane.label + '"');

@@ -57,6 +57,7 @@ class TurnScheduler {
   [[nodiscard]] Date wallNow() const;
   void setWallClock(Date date);
   void setRunawayLimit(std::uint64_t turns);
+  [[nodiscard]] std::uint64_t turnCount() const;
 
  private:
   struct Carrier;
@@ -106,6 +107,7 @@ class TurnScheduler {
   bool driverHasBaton QUILLARD_GUARDED_BY(mutex) = true;
   bool isEnding QUILLARD_GUARDED_BY(mutex) = false;
   std::exception_ptr failure QUILLARD_GUARDED_BY(mutex);  // What a turn threw and no driver has heard of yet.
+  std::uint64_t turnsBegun QUILLARD_GUARDED_BY(mutex) = 0;
   std::uint64_t turnsAtThisMoment QUILLARD_GUARDED_BY(mutex) = 0;
   std::uint64_t runawayLimit QUILLARD_GUARDED_BY(mutex) = 10'000'000;
 };

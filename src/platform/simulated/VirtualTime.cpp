@@ -75,6 +75,8 @@ void VirtualTime::setWallClock(Date date) { scheduler->setWallClock(date); }
 
 void VirtualTime::setRunawayLimit(std::uint64_t turns) { scheduler->setRunawayLimit(turns); }
 
+std::uint64_t VirtualTime::turnCount() const { return scheduler->turnCount(); }
+
 void VirtualTime::shutDown() { scheduler->shutDown(); }
 
 Date VirtualTime::now() const { return scheduler->wallNow(); }

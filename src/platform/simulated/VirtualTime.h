@@ -50,6 +50,9 @@ class VirtualTime final : public Clock, public Executors {
   // How many turns may run without time moving before the process is stopped with a message. 10 million at first.
   void setRunawayLimit(std::uint64_t turns);
 
+  // How many turns have begun so far, on all executors: what a quiet program must not run.
+  [[nodiscard]] std::uint64_t turnCount() const;
+
   // Ends the world: drops all turns that have not begun, and unwinds those that are asleep, by an exception out of
   // their `sleep`. Afterwards turns that are posted are dropped, and nothing runs. From outside any turn.
   void shutDown();

@@ -178,14 +178,16 @@ TEST_P(AccessibilityContract, AHitTestNeverFindsWhatAnotherWindowCovers) {
   const auto below = binding->show({.title = "Below", .at = platform::Point{200, 200}});
   const auto allow = button(*below, "Allow");
   ASSERT_TRUE(allow);
-  const auto frame = AXHelpers::frame(accessibility(), *allow);
-  ASSERT_TRUE(frame);
-  const auto above = binding->show({.title = "Below", .at = platform::Point{200, 200}});
-  (void)accessibility().performAction(window(*above), ax::kRaiseAction);
-  EXPECT_TRUE(binding->eventually([&] {
+  const auto owner = [&]() -> std::optional<std::int32_t> {
+    const auto frame = AXHelpers::frame(accessibility(), *allow);
+    if (!frame) return std::nullopt;
     const auto hit = accessibility().copyElementAtPosition(accessibility().createSystemWide(), center(*frame));
-    return hit.hasValue() && accessibility().processIdentifier(hit.value()) == above->processIdentifier();
-  }));
+    return hit.hasValue() ? accessibility().processIdentifier(hit.value()) : std::nullopt;
+  };
+  EXPECT_TRUE(binding->eventually([&] { return owner() == below->processIdentifier(); }));
+  const auto above = binding->show({.title = "Above", .at = platform::Point{200, 200}});
+  (void)accessibility().performAction(window(*above), ax::kRaiseAction);
+  EXPECT_TRUE(binding->eventually([&] { return owner() == above->processIdentifier(); }));
 }
 
 TEST_P(AccessibilityContract, AProgramThatDoesNotAnswerCostsItsTimeoutAndNoMore) {

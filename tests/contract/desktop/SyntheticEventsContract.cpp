@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include "contract/desktop/DesktopContract.h"
 
 namespace quillard::test {

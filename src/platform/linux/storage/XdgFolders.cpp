@@ -23,23 +23,34 @@ std::optional<std::string> homeOfAccount() {
   return absolute(std::string(found->pw_dir));
 }
 
-std::optional<std::string> folder(const platform::Environment& environment, std::string_view variable,
-                                  std::string_view belowHome) {
-  if (const auto set = absolute(environment.value(variable))) return *set + std::string(kOwnFolder);
-  auto home = absolute(environment.value("HOME"));
-  if (!home) home = homeOfAccount();
-  if (!home) return std::nullopt;
-  return *home + std::string(belowHome) + std::string(kOwnFolder);
+std::optional<std::string> baseFolder(const platform::Environment& environment, std::string_view variable,
+                                      std::string_view belowHome) {
+  if (auto set = absolute(environment.value(variable))) return set;
+  const auto home = homeFolder(environment);
+  return home ? std::optional(*home + std::string(belowHome)) : std::nullopt;
+}
+
+std::optional<std::string> ownFolder(std::optional<std::string> base) {
+  return base ? std::optional(*base + std::string(kOwnFolder)) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<std::string> dataFolder(const platform::Environment& environment) {
-  return folder(environment, "XDG_DATA_HOME", "/.local/share");
+  return ownFolder(baseFolder(environment, "XDG_DATA_HOME", "/.local/share"));
 }
 
 std::optional<std::string> configurationFolder(const platform::Environment& environment) {
-  return folder(environment, "XDG_CONFIG_HOME", "/.config");
+  return ownFolder(configurationHome(environment));
+}
+
+std::optional<std::string> homeFolder(const platform::Environment& environment) {
+  auto home = absolute(environment.value("HOME"));
+  return home ? home : homeOfAccount();
+}
+
+std::optional<std::string> configurationHome(const platform::Environment& environment) {
+  return baseFolder(environment, "XDG_CONFIG_HOME", "/.config");
 }
 
 }  // namespace quillard::xdg

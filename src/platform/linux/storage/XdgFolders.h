@@ -12,4 +12,8 @@ namespace quillard::xdg {
 [[nodiscard]] std::optional<std::string> dataFolder(const platform::Environment& environment);
 [[nodiscard]] std::optional<std::string> configurationFolder(const platform::Environment& environment);
 
+// The user's home, and the folder that holds the configuration of all their programs. Under the same rules.
+[[nodiscard]] std::optional<std::string> homeFolder(const platform::Environment& environment);
+[[nodiscard]] std::optional<std::string> configurationHome(const platform::Environment& environment);
+
 }  // namespace quillard::xdg

@@ -28,9 +28,10 @@ struct Window {
   std::optional<std::int32_t> processIdentifier;  // _NET_WM_PID, when the window's machine is this one.
   std::string name;                               // _NET_WM_NAME, else WM_NAME; UTF-8; empty when neither is set.
   std::string className;                          // The class (second) part of WM_CLASS; empty when not set.
-  WindowType type = WindowType::normal;           // The first of _NET_WM_WINDOW_TYPE that is known.
-  bool isModal = false;                           // _NET_WM_STATE_MODAL
-  bool isHidden = false;                          // _NET_WM_STATE_HIDDEN: minimised.
+  // The first of _NET_WM_WINDOW_TYPE that is known. Without any: a dialog when WM_TRANSIENT_FOR is set, else normal.
+  WindowType type = WindowType::normal;
+  bool isModal = false;   // _NET_WM_STATE_MODAL
+  bool isHidden = false;  // Minimised: _NET_WM_STATE_HIDDEN, or iconic on this desktop.
   bool skipsTaskbar = false;
   bool isAbove = false;
   bool isBelow = false;
@@ -48,6 +49,7 @@ struct WindowsSnapshot {
   std::vector<Window> windows;  // Bottom to top.
   std::optional<WindowID> active;
   std::optional<std::uint32_t> currentDesktop;
+  std::optional<platform::Size> screen;  // Of the root window. Absent without an X server.
   bool operator==(const WindowsSnapshot&) const = default;
 };
 
@@ -58,7 +60,8 @@ class Windows {
   [[nodiscard]] virtual bool isAvailable() const = 0;
   // Two round trips to the X server; no application is asked.
   [[nodiscard]] virtual WindowsSnapshot snapshot() = 0;
-  // Asks the window manager, as a pager does: in front, restored, with the keyboard. False: could not be asked.
+  // Asks the window manager, as a pager does: in front, restored, on its desktop, with the keyboard. False: could not
+  // be asked.
   virtual bool activate(WindowID window) = 0;
 };
 

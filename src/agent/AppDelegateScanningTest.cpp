@@ -1,0 +1,309 @@
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/AgentWorld.h"
+
+namespace quillard {
+namespace {
+
+using platform::Seconds;
+using platform::simulated::AXRequest;
+using platform::simulated::AXRequestKind;
+using samples::AgentWorld;
+using samples::erasePrompt;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+// Counts scans: each asks the application in front twice, first for its windows, last for the focus of the desktop.
+struct ScanningAgent : AgentWorld {
+  explicit ScanningAgent(std::uint64_t seed = 1) : AgentWorld(seed) {
+    const auto editor = desktop().launch({.name = "Editor", .bundleIdentifier = "com.example.editor", .active = true});
+    desktop().setRequestHook([this, editor](const AXRequest& request) {
+      const bool isAskedItself = request.processIdentifier == editor.processIdentifier && !request.node;
+      if (isAskedItself && request.kind == AXRequestKind::readAttributes) ++reads;
+      scans = (reads + 1) / 2;
+      if (onRequest) onRequest(request);
+    });
+  }
+  int scansSince(int before) const { return scans - before; }
+
+  int scans = 0;  // Begun so far.
+  int reads = 0;
+  std::function<void(const AXRequest&)> onRequest;
+};
+
+TEST(AppDelegateScanning, LooksAtOnceTwiceAndThenOnlyAtSweeps) {
+  ScanningAgent agent;
+  agent.launch();
+  agent.advance(0.301);
+  EXPECT_EQ(agent.scans, 1);
+  agent.advance(0.348);
+  EXPECT_EQ(agent.scans, 1);
+  agent.advance(0.002);
+  EXPECT_EQ(agent.scans, 2) << "The monitor's own first request, 0.35 s after its start.";
+  agent.advance(299.648);
+  EXPECT_EQ(agent.scans, 2);
+  agent.advance(0.002);
+  EXPECT_EQ(agent.scans, 3) << "The safety sweep.";
+  agent.advance(300);
+  EXPECT_EQ(agent.scans, 4);
+}
+
+TEST(AppDelegateScanning, SweepsAsOftenAsItIsTold) {
+  ScanningAgent agent;
+  agent.world.environment().set("QUILLARD_SCAN_INTERVAL_SECONDS", "60");
+  agent.launch();
+  agent.advance(1);
+  const int before = agent.scans;
+  agent.advance(59.2);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  agent.advance(0.2);
+  EXPECT_EQ(agent.scansSince(before), 1);
+}
+
+TEST(AppDelegateScanning, DebouncesWhatHappensOnTheDesktop) {
+  ScanningAgent agent;
+  agent.launch();
+  agent.advance(10);
+  const int before = agent.scans;
+  agent.desktop().changeSpace();
+  agent.advance(0.1);
+  agent.desktop().changeSpace();
+  agent.advance(0.349);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  agent.advance(0.002);
+  EXPECT_EQ(agent.scansSince(before), 1);
+  agent.advance(10);
+  EXPECT_EQ(agent.scansSince(before), 3) << "Two follow-ups.";
+}
+
+TEST(AppDelegateScanning, TenRequestsDuringAScanAreOneMore) {
+  ScanningAgent agent;
+  agent.world.environment().set("QUILLARD_EVENT_SCAN_DEBOUNCE_SECONDS", "0.05");
+  std::vector<platform::simulated::ApplicationHandle> applications;
+  for (int i = 0; i < 8; ++i) {
+    applications.push_back(agent.desktop().launch({.name = "Slow", .bundleIdentifier = "com.example.slow"}));
+    agent.desktop().open(applications.back(), erasePrompt());
+  }
+  agent.launch();
+  agent.advance(10);
+  for (const auto& application : applications) agent.desktop().slow(application, Seconds{0.15});
+  const int before = agent.scans;
+  for (int i = 0; i < 11; ++i) {  // The first of them begins the scan.
+    agent.desktop().changeSpace();
+    agent.advance(0.06);
+  }
+  ASSERT_EQ(agent.scansSince(before), 1) << "It is under way still.";
+  for (const auto& application : applications) agent.desktop().slow(application, Seconds{0});
+  agent.advance(0.5);
+  EXPECT_EQ(agent.scansSince(before), 2);
+  agent.advance(10);
+  EXPECT_EQ(agent.scansSince(before), 4) << "And the two follow-ups of the last event.";
+}
+
+TEST(AppDelegateScanning, APromptIsAnnouncedOnceAsLongAsItStays) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt());
+  agent.advance(1000);
+  const auto& posted = agent.world.userNotifications().posted();
+  ASSERT_THAT(posted, SizeIs(1));
+  EXPECT_EQ(posted[0].title, "Quillard");
+  EXPECT_EQ(posted[0].body, "Your Mac needs approval.");
+  EXPECT_TRUE(posted[0].playsDefaultSound);
+  EXPECT_EQ(posted[0].identifier, agent.phone.shown().at(0).id.text());
+}
+
+TEST(AppDelegateScanning, APromptThatLeftAndCameBackIsAnnouncedAgain) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  const auto spec = erasePrompt();
+  const auto dialog = agent.desktop().open(spec);
+  agent.advance(5);
+  agent.desktop().close(dialog);
+  agent.advance(30);
+  EXPECT_THAT(agent.phone.shown(), IsEmpty());
+  agent.desktop().open(spec);
+  agent.advance(5);
+  EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(2));
+}
+
+TEST(AppDelegateScanning, WithoutABundleIdentifierAnnouncementsArePrinted) {
+  AgentWorld agent;
+  agent.world.bundle().setIdentifier(std::nullopt);
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt("Erase\x1b[31m disk?"));
+  agent.advance(5);
+  EXPECT_THAT(agent.world.console().lines(), testing::Contains("Approval needed: Example: Erase?[31m disk?"));
+  EXPECT_THAT(agent.world.userNotifications().posted(), IsEmpty());
+}
+
+TEST(AppDelegateScanning, PausedNothingIsAnnouncedAndThePhoneSeesNothing) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::indefinitely); });
+  agent.desktop().open(erasePrompt());
+  agent.advance(30);
+  EXPECT_THAT(agent.world.userNotifications().posted(), IsEmpty());
+  EXPECT_THAT(agent.phone.shown(), IsEmpty());
+  EXPECT_TRUE(agent.phone.snapshots().back().accessibilityTrusted);
+  EXPECT_TRUE(agent.menuBarShowsPending()) << "The menu bar is not paused.";
+
+  agent.onMainThread([](AppDelegate& delegate) { delegate.resumeNotifications(); });
+  agent.advance(0);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+  agent.advance(300);
+  EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(1)) << "By the first scan after the pause.";
+}
+
+TEST(AppDelegateScanning, EveryPauseIsFollowedByFreshAnnouncements) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(1));
+  agent.onMainThread([](AppDelegate& delegate) {
+    delegate.pauseNotifications(NotificationPauseOption::twoHours);
+    delegate.resumeNotifications();
+  });
+  agent.advance(300);
+  EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(2));
+}
+
+TEST(AppDelegatePauseOptions, LastAsLongAsTheySay) {
+  const auto endOf = [](NotificationPauseOption option) {
+    AgentWorld agent;
+    agent.launch();
+    agent.onMainThread([&](AppDelegate& delegate) { delegate.pauseNotifications(option); });
+    const auto pause = agent.status().notificationPause;
+    return pause.pausedUntil ? Seconds{*pause.pausedUntil - agent.world.time().now()}.count() : -1;
+  };
+  EXPECT_EQ(endOf(NotificationPauseOption::twoHours), 7200);
+  EXPECT_EQ(endOf(NotificationPauseOption::fourHours), 14400);
+  EXPECT_EQ(endOf(NotificationPauseOption::untilTomorrow), 86400) << "The world begins at nine in the morning.";
+  EXPECT_EQ(endOf(NotificationPauseOption::indefinitely), -1);
+}
+
+// ---- Stale prompts
+
+// Two prompts, both shown; the second of them then closes without any event.
+struct StaleAgent : ScanningAgent {
+  StaleAgent() {
+    launchAndPair();
+    desktop().open(erasePrompt("First"));
+    second = desktop().open(erasePrompt("Second"));
+    advance(2.1);  // The last scan that sees both is a tenth of a second ago.
+    EXPECT_THAT(phone.shownTitles(), UnorderedElementsAre("First", "Second"));
+  }
+  platform::simulated::NodeHandle second;
+};
+
+TEST(AppDelegateStaleCleanup, APromptThatAScanMissedIsLetGoEightAndAHalfSecondsLater) {
+  StaleAgent agent;
+  agent.desktop().close(agent.second);
+  // The window list tells of it: scans come after 0.35, 0.8 and 2.0 s, each of which arms the cleanup anew.
+  agent.advance(2.001);
+  EXPECT_THAT(agent.phone.shown(), SizeIs(2)) << "Kept for its grace.";
+  const int before = agent.scans;
+  agent.advance(8.498);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  EXPECT_THAT(agent.phone.shown(), SizeIs(2));
+  agent.advance(0.002);
+  EXPECT_EQ(agent.scansSince(before), 1);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("First"));
+  agent.advance(60);
+  EXPECT_EQ(agent.scansSince(before), 1) << "Nothing is left to clean up.";
+}
+
+TEST(AppDelegateStaleCleanup, AScanThatSeesItAgainCancelsTheCleanup) {
+  StaleAgent agent;
+  agent.desktop().close(agent.second);
+  agent.advance(3);
+  auto spec = erasePrompt("Second");
+  spec.frame = agent.phone.shown().size() == 2 ? std::optional(platform::Rect{}) : std::nullopt;
+  for (const auto& approval : agent.phone.shown()) {
+    const auto& frame = approval.windowFrame;
+    if (approval.windowTitle == "Second") spec.frame = platform::Rect{frame.x, frame.y, frame.width, frame.height};
+  }
+  agent.desktop().open(spec);
+  agent.advance(2.001);
+  const int before = agent.scans;
+  agent.advance(60);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  EXPECT_THAT(agent.phone.shown(), SizeIs(2));
+}
+
+TEST(AppDelegateStaleCleanup, TheGraceIsReadAfreshForEachCleanup) {
+  StaleAgent agent;
+  agent.world.environment().set("QUILLARD_APPROVAL_STALE_GRACE_SECONDS", "20");
+  agent.desktop().close(agent.second);
+  agent.advance(2.001);
+  const int before = agent.scans;
+  agent.advance(20.498);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  agent.advance(0.002);
+  EXPECT_EQ(agent.scansSince(before), 1);
+}
+
+TEST(AppDelegateStaleCleanup, QuittingCancelsIt) {
+  StaleAgent agent;
+  agent.desktop().close(agent.second);
+  agent.advance(2.001);
+  const int before = agent.scans;
+  agent.world.application().terminate();
+  agent.advance(60);
+  EXPECT_EQ(agent.scansSince(before), 0);
+}
+
+TEST(AppDelegateScanning, AScanThatEndsAfterTheEndChangesNothing) {
+  ScanningAgent agent;
+  const auto application = agent.desktop().launch({.name = "Slow", .bundleIdentifier = "com.example.slow"});
+  agent.desktop().open(application, erasePrompt());
+  agent.desktop().slow(application, Seconds{0.15});
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt("Another"));
+  agent.advance(0.4);
+  agent.world.application().terminate();
+  agent.advance(0);
+  const auto announced = agent.world.userNotifications().posted().size();
+  agent.advance(30);
+  EXPECT_EQ(agent.world.userNotifications().posted().size(), announced);
+}
+
+TEST(AppDelegateScanning, TrustLostDuringAScanEmptiesEverything) {
+  ScanningAgent agent;
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt());
+  agent.advance(4);
+  ASSERT_TRUE(agent.menuBarShowsPending());
+  agent.onRequest = [&](const AXRequest&) { agent.desktop().setTrusted(false, /*isTold=*/false); };
+  agent.desktop().changeSpace();
+  agent.advance(0.4);
+  EXPECT_FALSE(agent.menuBarShowsPending());
+  EXPECT_THAT(agent.phone.shown(), IsEmpty());
+}
+
+TEST(AppDelegateScanning, AListThatIsTooLongForTheRelayIsShortenedAndSaidSoOnce) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  for (int i = 0; i < 20; ++i) {
+    auto spec = erasePrompt("Prompt " + std::to_string(i));
+    spec.lines = {std::string(60'000, 'x')};
+    agent.desktop().open(spec);
+  }
+  agent.advance(30);
+  ASSERT_THAT(agent.phone.shown(), SizeIs(20));
+  EXPECT_LT(agent.phone.shown()[0].messageLines.at(0).size(), 10'000U);
+  agent.advance(310);
+  EXPECT_THAT(agent.world.console().lines(),
+              ElementsAre("Quillard relay connected.",
+                          "The list of approvals is too long for the relay: 20 shortened, 0 left out."));
+}
+
+}  // namespace
+}  // namespace quillard

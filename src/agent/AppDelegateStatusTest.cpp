@@ -1,0 +1,112 @@
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "agent/FallbackStatusSnapshot.h"
+#include "relay/PairingPayload.h"
+#include "relay/QRCodeRenderer.h"
+#include "status/MenuBarIcon.h"
+#include "support/AgentWorld.h"
+
+namespace quillard {
+namespace {
+
+using samples::AgentWorld;
+using samples::erasePrompt;
+using samples::keptSecrets;
+
+constexpr const char* kScanThis = "Open the iPhone app, choose Pair Mac, and scan this code.";
+constexpr const char* kAllowFirst =
+    "Allow Accessibility in System Settings. The pairing code appears after Quillard can detect Mac prompts.";
+constexpr const char* kNoPairing =
+    "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
+
+TEST(AppDelegateStatus, ShowsTheCodeOfThisInstallation) {
+  AgentWorld agent;
+  agent.launch();
+  agent.advance(1);
+  const auto secrets = *keptSecrets(agent.world);
+  const auto text = pairingPayloadText({.backendURL = "https://relay.example",
+                                        .pairingID = secrets.pairingID,
+                                        .relaySecret = secrets.relayAuthToken,
+                                        .e2eSecret = secrets.e2eSecret});
+  const auto status = agent.status();
+  EXPECT_TRUE(status.pairingImage == QRCodeRenderer::image(text->view(), 10));
+  EXPECT_EQ(status.pairingCaption, kScanThis);
+  EXPECT_TRUE(status.pairingImage == agent.status().pairingImage);
+}
+
+TEST(AppDelegateStatus, ShowsNoCodeWithoutThePermission) {
+  AgentWorld agent;
+  agent.desktop().setTrusted(false);
+  agent.launch();
+  EXPECT_EQ(agent.status().pairingImage, std::nullopt);
+  EXPECT_EQ(agent.status().pairingCaption, kAllowFirst);
+}
+
+TEST(AppDelegateStatus, ShowsNoCodeWithoutARelay) {
+  AgentWorld agent;
+  agent.world.environment().unset("QUILLARD_PAIRING_ID");
+  agent.launch();
+  EXPECT_EQ(agent.status().pairingImage, std::nullopt);
+  EXPECT_EQ(agent.status().pairingCaption, kNoPairing);
+}
+
+TEST(AppDelegateStatus, TheMenuBarShowsWhetherAnythingWaits) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  const auto dialog = agent.desktop().open(erasePrompt());
+  agent.advance(3);
+  auto item = agent.world.statusBar().items().at(0);
+  EXPECT_EQ(item->length, 30);
+  EXPECT_TRUE(item->image == MenuBarIcon::image(1));
+  agent.desktop().close(dialog);
+  agent.advance(30);
+  EXPECT_EQ(item->length, 24);
+  EXPECT_TRUE(item->image == MenuBarIcon::image(0));
+}
+
+TEST(AppDelegateStatus, TheWindowsButtonsReachTheAgent) {
+  using platform::StatusWindowButton;
+  AgentWorld agent;
+  agent.launchAndPair();
+  agent.advance(3);
+  auto& window = agent.world.statusWindowViews().window();
+  EXPECT_TRUE(window.click(StatusWindowButton::notificationPausePrimary));
+  agent.advance(0);
+  EXPECT_TRUE(agent.status().notificationPause.isPaused());
+  EXPECT_TRUE(window.click(StatusWindowButton::notificationPausePrimary));
+  agent.advance(0);
+  EXPECT_FALSE(agent.status().notificationPause.isPaused());
+  const auto before = keptSecrets(agent.world)->pairingID;
+  EXPECT_TRUE(window.click(StatusWindowButton::unpairPhone));
+  agent.advance(1);
+  EXPECT_NE(keptSecrets(agent.world)->pairingID, before);
+}
+
+TEST(AppDelegateStatus, TheLoginItemCanBeEnabledFromTheWindow) {
+  AgentWorld agent;
+  agent.world.loginService().setRegistrationError("Not now.");
+  agent.launch();
+  agent.world.loginService().setRegistrationError(std::nullopt);
+  agent.advance(3);
+  EXPECT_TRUE(agent.world.statusWindowViews().window().click(platform::StatusWindowButton::loginItemPrimary));
+  agent.advance(0);
+  EXPECT_EQ(agent.status().loginItemStatus.state, LoginItemState::enabled);
+}
+
+TEST(AppDelegateStatus, WithoutAnAgentOnlyTheSystemsPartIsKnown) {
+  AgentWorld agent;
+  const auto snapshot = fallbackStatusSnapshot(agent.world.platform());
+  EXPECT_TRUE(snapshot.installedInApplications);
+  EXPECT_TRUE(snapshot.accessibilityTrusted);
+  EXPECT_TRUE(snapshot.relayConfigured);
+  EXPECT_FALSE(snapshot.relayConnected);
+  EXPECT_EQ(snapshot.pairingImage, std::nullopt);
+  EXPECT_EQ(snapshot.pairingCaption, "Start Quillard to see pairing details.");
+  EXPECT_EQ(keptSecrets(agent.world), std::nullopt) << "Looking makes no identity.";
+}
+
+}  // namespace
+}  // namespace quillard

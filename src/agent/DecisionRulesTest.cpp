@@ -1,0 +1,58 @@
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include "agent/DecisionRules.h"
+#include "support/SampleApprovals.h"
+
+namespace quillard::DecisionRules {
+namespace {
+
+using samples::uuid;
+
+const ApprovalRequestCommand kAllow{.approvalID = uuid(7), .buttonLabel = "Allow"};
+
+PendingApproval prompt(bool requiresDirectAccess, std::optional<std::string> reason = std::nullopt) {
+  auto approval = samples::approval(7);
+  approval.requiresDirectAccess = requiresDirectAccess;
+  approval.directAccessReason = std::move(reason);
+  return approval;
+}
+
+TEST(DecisionRules, APromptForDirectAccessMayBeDismissedOnly) {
+  EXPECT_TRUE(isBlocked(prompt(true), "Allow"));
+  EXPECT_FALSE(isBlocked(prompt(true), "  Don’t \n Allow "));
+  EXPECT_FALSE(isBlocked(prompt(true), "CANCEL"));
+  EXPECT_TRUE(isBlocked(prompt(true), "Later")) << "Putting off is no safe dismissal.";
+  EXPECT_FALSE(isBlocked(prompt(false), "Allow"));
+}
+
+TEST(DecisionRules, AVanishedPromptIsNotFound) {
+  const ApprovalResultCommand expected{.approvalID = uuid(7),
+                                       .buttonLabel = "Allow",
+                                       .status = "not_found",
+                                       .error = "The approved button no longer exists on screen."};
+  EXPECT_EQ(refusal(kAllow, std::nullopt), expected);
+  EXPECT_EQ(refusal(kAllow, prompt(false)), expected) << "Its button could not be found.";
+}
+
+TEST(DecisionRules, ABlockedDecisionSaysWhy) {
+  const auto withReason = refusal(kAllow, prompt(true, "Because."));
+  EXPECT_EQ(withReason.status, "requires_direct_access");
+  EXPECT_EQ(withReason.error, "Because.");
+  EXPECT_EQ(refusal(kAllow, prompt(true)).error, "This prompt requires direct Mac access.");
+}
+
+TEST(DecisionRules, APressThatWorkedHasNoError) {
+  EXPECT_EQ(outcome(kAllow, std::nullopt),
+            (ApprovalResultCommand{.approvalID = uuid(7), .buttonLabel = "Allow", .status = "accepted"}));
+}
+
+TEST(DecisionRules, APressThatFailedSaysHow) {
+  const auto failed = outcome(kAllow, ClickError::promptStillPresent);
+  EXPECT_EQ(failed.status, "failed");
+  EXPECT_EQ(failed.error, "The dialog was still visible after Quillard tried every safe click path.");
+}
+
+}  // namespace
+}  // namespace quillard::DecisionRules

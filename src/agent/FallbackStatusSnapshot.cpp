@@ -1,0 +1,30 @@
+#include "agent/FallbackStatusSnapshot.h"
+
+#include "status/FallbackSnapshot.h"
+#include "system/InstallLocation.h"
+#include "system/LoginItemManager.h"
+
+namespace quillard {
+namespace {
+
+bool isRelayConfigured(const platform::Platform& platform) {
+  const PairingConfiguration pairing{pairingSurroundings(platform)};
+  auto configuration = pairing.environmentConfiguration();
+  if (!configuration) configuration = pairing.bundledConfiguration();
+  return configuration && PairingConfiguration::backendBaseURL(configuration->relayURL);
+}
+
+}  // namespace
+
+PairingSurroundings pairingSurroundings(const platform::Platform& platform) {
+  return {platform.environment,  platform.bundle, platform.propertyLists, platform.secretStore,
+          platform.userDefaults, platform.random, platform.console};
+}
+
+MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform) {
+  LoginItemManager loginItems{platform.bundle, platform.loginService, platform.workspace, platform.console};
+  return fallbackSnapshot(InstallLocation{platform.bundle}.isRunningFromApplications(),
+                          platform.accessibility.isProcessTrusted(), loginItems.status(), isRelayConfigured(platform));
+}
+
+}  // namespace quillard

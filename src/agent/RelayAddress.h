@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "foundation/UrlComponents.h"
+#include "relay/RelayLaunchConfiguration.h"
+
+namespace quillard {
+
+// Whether bearer token and messages may travel to this address: encrypted to anybody, in clear to this computer only.
+// The host is compared exactly as it stands.
+[[nodiscard]] bool isAllowedRelayURL(const UrlComponents& components);
+
+// Why there is no address to connect to. `line`: what to print; empty: nothing. Holds no query and no user.
+struct RelayAddressRefusal {
+  std::string line;
+  bool operator==(const RelayAddressRefusal&) const = default;
+};
+
+// The address of the socket: the relay's own, its query items kept, followed by this side's role and the pairing.
+[[nodiscard]] std::variant<std::string, RelayAddressRefusal> relaySocketURL(
+    const RelayLaunchConfiguration& configuration);
+
+}  // namespace quillard

@@ -1,0 +1,62 @@
+#include <string>
+#include <variant>
+
+#include <gtest/gtest.h>
+
+#include "agent/RelayAddress.h"
+
+namespace quillard {
+namespace {
+
+bool isAllowed(const std::string& url) {
+  const auto components = UrlComponents::parse(url);
+  return components && isAllowedRelayURL(*components);
+}
+
+std::string addressOf(const std::string& relayURL) {
+  const auto address = relaySocketURL({.relayURL = relayURL, .pairingID = "quillard-0123"});
+  const auto* url = std::get_if<std::string>(&address);
+  return url ? *url : "refused: " + std::get<RelayAddressRefusal>(address).line;
+}
+
+TEST(RelayAddress, AnEncryptedRelayMayBeAnywhere) {
+  EXPECT_TRUE(isAllowed("wss://relay.example/ws"));
+  EXPECT_TRUE(isAllowed("WSS://relay.example/ws"));
+  EXPECT_TRUE(isAllowed("wss://10.0.0.2:8080"));
+}
+
+TEST(RelayAddress, AnOpenRelayMayBeOnThisComputerOnly) {
+  EXPECT_TRUE(isAllowed("ws://localhost:8080/ws"));
+  EXPECT_TRUE(isAllowed("WS://127.0.0.1/ws"));
+  EXPECT_TRUE(isAllowed("ws://[::1]:8080/ws"));
+  EXPECT_FALSE(isAllowed("ws://LOCALHOST:8080/ws"));
+  EXPECT_FALSE(isAllowed("ws://10.0.0.2/ws"));
+  EXPECT_FALSE(isAllowed("ws://localhost.example/ws"));
+  EXPECT_FALSE(isAllowed("ws://127.0.0.2/ws"));
+}
+
+TEST(RelayAddress, EverythingElseIsRefused) {
+  EXPECT_FALSE(isAllowed("https://relay.example/ws"));
+  EXPECT_FALSE(isAllowed("http://localhost/ws"));
+  EXPECT_FALSE(isAllowed("//relay.example/ws"));
+  EXPECT_FALSE(isAllowed("wss:/ws"));
+}
+
+TEST(RelayAddress, NamesRoleAndPairing) {
+  EXPECT_EQ(addressOf("wss://relay.example/ws"), "wss://relay.example/ws?role=mac&pairing=quillard-0123");
+}
+
+TEST(RelayAddress, KeepsTheQueryItemsThatAreThere) {
+  EXPECT_EQ(addressOf("wss://relay.example/ws?tenant=a&x=1"),
+            "wss://relay.example/ws?tenant=a&x=1&role=mac&pairing=quillard-0123");
+}
+
+TEST(RelayAddress, SaysWhatItRefusesWithoutUserAndQuery) {
+  EXPECT_EQ(addressOf("ws://c4n4ry:hunter2@10.0.0.2/ws?token=canaryquery7f3a"),
+            "refused: Refusing insecure relay URL: ws://10.0.0.2/ws");
+}
+
+TEST(RelayAddress, SaysNothingOfWhatIsNoAddress) { EXPECT_EQ(addressOf("not an address"), "refused: "); }
+
+}  // namespace
+}  // namespace quillard

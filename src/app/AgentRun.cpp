@@ -1,0 +1,123 @@
+#include "app/AgentRun.h"
+
+#include <memory>
+#include <optional>
+
+#include <QtCore/QByteArray>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
+#include <unistd.h>
+
+#include "agent/AppDelegate.h"
+#include "app/LinuxSystem.h"
+#include "app/RunningAgents.h"
+#include "platform/Platform.h"
+#include "platform/qt/QtApplication.h"
+#include "platform/qt/TerminationSignals.h"
+#include "platform/qt/window/QtStatusBar.h"
+#include "platform/qt/window/QtStatusWindowViews.h"
+
+namespace quillard::app {
+namespace {
+
+// An agent that ends says goodbye to its relay first.
+constexpr platform::Seconds kPatienceWithOthers{5};
+
+// Everything that the agent is handed.
+struct AgentSurroundings {
+  LinuxSystem system{STDOUT_FILENO};
+  qt::QtApplication application{system.executors.mainThread()};
+  qt::QtStatusBar statusBar;
+  qt::QtStatusWindowViews statusWindowViews;
+
+  [[nodiscard]] platform::Platform platform() {
+    return {.accessibility = system.accessibility,
+            .application = application,
+            .bundle = system.bundle,
+            .calendar = system.calendar,
+            .clock = system.clock,
+            .console = system.console,
+            .environment = system.environment,
+            .executors = system.executors,
+            .httpSessions = system.httpSessions,
+            .lockFiles = system.lockFiles,
+            .loginService = system.loginService,
+            .propertyLists = system.propertyLists,
+            .random = system.random,
+            .secretStore = system.secretStore,
+            .statusBar = statusBar,
+            .statusWindowViews = statusWindowViews,
+            .syntheticEvents = system.syntheticEvents,
+            .updateService = system.updateService,
+            .userDefaults = system.userDefaults,
+            .userNotifications = system.notifications,
+            .webSockets = system.webSockets,
+            .windowList = system.windowList,
+            .workspace = system.workspace};
+  }
+};
+
+// The platform that Qt is to use for windows; absent: there is none here, and Qt would stop the process with an abort.
+// The windows of this desktop are those of the X server, also where it is a guest of Wayland's. Without one, but within
+// a Wayland session, the agent runs on, if need be without a window to be seen.
+std::optional<QByteArray> windowPlatform() {
+  const desktop::ProcessEnvironment environment;
+  const auto wished = environment.value("QT_QPA_PLATFORM");
+  if (wished && !wished->starts_with("xcb")) return QByteArray::fromStdString(*wished);  // Somebody knows better.
+  if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) return "xcb";
+  if (environment.value("WAYLAND_DISPLAY")) return "wayland;offscreen";
+  return std::nullopt;
+}
+
+void describeApplication() {
+  QCoreApplication::setApplicationName(QStringLiteral("quillard"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(QUILLARD_VERSION));
+  QGuiApplication::setApplicationDisplayName(QStringLiteral("Quillard"));
+  QGuiApplication::setDesktopFileName(QStringLiteral("com.quillard.agent"));
+  QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void showAboutPanel() {
+  auto* const panel =
+      new QMessageBox(QMessageBox::NoIcon, QStringLiteral("About Quillard"),
+                      QStringLiteral("Quillard %1\nApproval prompts of this computer, answered on your phone.")
+                          .arg(QStringLiteral(QUILLARD_VERSION)));
+  panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setTextFormat(Qt::PlainText);
+  panel->show();
+}
+
+}  // namespace
+
+ExitCode runAgent(char* programName, const Output& output) {
+  const auto platform = windowPlatform();
+  if (!platform) {
+    output.complain("There is no X server, or it does not answer. DISPLAY says where it is.\n");
+    return ExitCode::cannotDoHere;
+  }
+  qputenv("QT_QPA_PLATFORM", *platform);
+  int count = 1;
+  char* arguments[] = {programName, nullptr};
+  const QApplication loop(count, arguments);
+  describeApplication();
+  AgentSurroundings surroundings;
+  // Asks again itself, but does not wait: without this, whoever starts a second agent would be left with none.
+  endRunningAgents(surroundings.system.processes, surroundings.system.environment, kPatienceWithOthers);
+  const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
+  auto& application = surroundings.application;
+  application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
+  application.setOnAboutPanel(showAboutPanel);
+  application.setOnMenuChange([&surroundings] {
+    surroundings.statusBar.setApplicationMenu(
+        surroundings.application.applicationMenu().items,
+        [&surroundings](const platform::ApplicationMenuItem& item) { surroundings.application.choose(item); });
+  });
+  if (const auto limitation = surroundings.system.windows.limitation()) {
+    surroundings.system.console.writeLine(*limitation);
+  }
+  const qt::TerminationSignals termination([&application] { application.terminate(); });
+  surroundings.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
+  return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;
+}
+
+}  // namespace quillard::app

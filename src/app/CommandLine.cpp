@@ -1,0 +1,76 @@
+#include "app/CommandLine.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+namespace quillard::app {
+namespace {
+
+constexpr const char* kDescription =
+    "Watches the windows of this desktop for approval prompts and lets your phone answer them.\n"
+    "Without a command, the agent runs; one that runs already is replaced.";
+
+constexpr const char* kFooter =
+    "Exit codes: 0 fine, 1 a problem was found, 2 wrong usage, 3 not possible here.\n"
+    "More is in quillard(1).";
+
+// Where CLI11 puts what it read.
+struct Arguments {
+  bool asJson = false;
+  bool isForced = false;
+  RecordDesktop recording;
+};
+
+void describe(CLI::App& program, Arguments& read) {
+  program.description(kDescription);
+  program.footer(kFooter);
+  program.set_version_flag("--version", versionText(), "Print the version and exit");
+  program.set_help_flag("-h,--help", "Print this help and exit");
+  program.require_subcommand(0, 1);
+
+  auto* const scan = program.add_subcommand("scan", "Say of every window why it is, or is not, a prompt");
+  scan->add_flag("--json", read.asJson, "Print JSON");
+
+  auto* const doctor = program.add_subcommand("doctor", "Look whether everything that the agent needs is there");
+  doctor->add_flag("--json", read.asJson, "Print JSON");
+
+  auto* const pair =
+      program.add_subcommand("pair", "Show the pairing code. It holds secrets: show it to your phone only");
+  pair->add_flag("--force", read.isForced, "Also when the output is no terminal");
+
+  auto* const record = program.add_subcommand("record", "Write down what the applications show now");
+  record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
+  record->add_flag("--mask-texts", read.recording.masksTexts, "Hide what the texts say, but for labels of buttons");
+}
+
+Command commandOf(const CLI::App& program, const Arguments& read) {
+  if (program.got_subcommand("scan")) return ScanOnce{read.asJson};
+  if (program.got_subcommand("doctor")) return ExamineSetup{read.asJson};
+  if (program.got_subcommand("pair")) return ShowPairingCode{read.isForced};
+  if (program.got_subcommand("record")) return read.recording;
+  return RunAgent{};
+}
+
+}  // namespace
+
+Command parseCommandLine(const std::vector<std::string>& arguments) {
+  CLI::App program("", "quillard");
+  Arguments read;
+  describe(program, read);
+  // CLI11 takes them from the end.
+  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  try {
+    program.parse(std::move(reversed));
+  } catch (const CLI::ParseError& end) {
+    std::ostringstream said;
+    const bool isWrong = program.exit(end, said, said) != 0;
+    return SaySomething{said.str(), isWrong ? ExitCode::wrongUsage : ExitCode::fine};
+  }
+  return commandOf(program, read);
+}
+
+std::string versionText() { return "quillard " QUILLARD_VERSION; }
+
+}  // namespace quillard::app

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/ExitCode.h"
+
+// What the program was asked to do. Pure functions of the arguments.
+namespace quillard::app {
+
+struct RunAgent {
+  bool operator==(const RunAgent&) const = default;
+};
+// Says of every window why it is, or is not, a prompt.
+struct ScanOnce {
+  bool asJson = false;
+  bool operator==(const ScanOnce&) const = default;
+};
+// Looks whether everything that the agent needs is there.
+struct ExamineSetup {
+  bool asJson = false;
+  bool operator==(const ExamineSetup&) const = default;
+};
+// Shows the pairing code in the terminal.
+struct ShowPairingCode {
+  bool evenWithoutTerminal = false;
+  bool operator==(const ShowPairingCode&) const = default;
+};
+// Writes down what applications show, for a report or a test.
+struct RecordDesktop {
+  std::string file;
+  bool masksTexts = false;
+  bool operator==(const RecordDesktop&) const = default;
+};
+
+// Nothing to do but to say something: the help that was asked for, or what is wrong with the arguments.
+struct SaySomething {
+  std::string text;  // Ends in a line break.
+  ExitCode code = ExitCode::fine;
+  bool operator==(const SaySomething&) const = default;
+};
+
+using Command = std::variant<RunAgent, ScanOnce, ExamineSetup, ShowPairingCode, RecordDesktop, SaySomething>;
+
+// `arguments`: without the name of the program.
+[[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);
+
+// "quillard" and the version number that the build gave.
+[[nodiscard]] std::string versionText();
+
+}  // namespace quillard::app

@@ -1,0 +1,76 @@
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/CommandLine.h"
+
+namespace quillard::app {
+namespace {
+
+template <class Expected>
+void expectCommand(const std::vector<std::string>& arguments, const Expected& expected) {
+  const auto command = parseCommandLine(arguments);
+  const auto* const found = std::get_if<Expected>(&command);
+  ASSERT_TRUE(found) << testing::PrintToString(arguments);
+  EXPECT_TRUE(*found == expected) << testing::PrintToString(arguments);
+}
+
+std::string refusal(const std::vector<std::string>& arguments) {
+  const auto command = parseCommandLine(arguments);
+  const auto* const said = std::get_if<SaySomething>(&command);
+  if (!said) return "not refused";
+  EXPECT_EQ(said->code, ExitCode::wrongUsage);
+  return said->text;
+}
+
+TEST(CommandLine, WithoutArgumentsTheAgentRuns) { expectCommand({}, RunAgent{}); }
+
+TEST(CommandLine, HasACommandForEachTool) {
+  expectCommand({"scan"}, ScanOnce{});
+  expectCommand({"scan", "--json"}, ScanOnce{.asJson = true});
+  expectCommand({"doctor"}, ExamineSetup{});
+  expectCommand({"doctor", "--json"}, ExamineSetup{.asJson = true});
+  expectCommand({"pair"}, ShowPairingCode{});
+  expectCommand({"pair", "--force"}, ShowPairingCode{.evenWithoutTerminal = true});
+  expectCommand({"record", "a file.json"}, RecordDesktop{.file = "a file.json"});
+  expectCommand({"record", "--mask-texts", "x"}, RecordDesktop{.file = "x", .masksTexts = true});
+  expectCommand({"record", "--", "--mask-texts"}, RecordDesktop{.file = "--mask-texts"});
+}
+
+TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
+  for (const char* flag : {"--help", "-h"}) {
+    const auto command = parseCommandLine({flag});
+    const auto& said = std::get<SaySomething>(command);
+    EXPECT_EQ(said.code, ExitCode::fine);
+    for (const char* word : {"scan", "doctor", "pair", "record", "--version", "Exit codes: 0", "quillard(1)"}) {
+      EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
+    }
+  }
+}
+
+TEST(CommandLine, EachCommandHasHelpOfItsOwn) {
+  const auto command = parseCommandLine({"record", "--help"});
+  const auto& said = std::get<SaySomething>(command);
+  EXPECT_EQ(said.code, ExitCode::fine);
+  EXPECT_NE(said.text.find("--mask-texts"), std::string::npos) << said.text;
+}
+
+TEST(CommandLine, TellsItsVersion) {
+  const auto command = parseCommandLine({"--version"});
+  EXPECT_EQ(std::get<SaySomething>(command), (SaySomething{"quillard " QUILLARD_VERSION "\n", ExitCode::fine}));
+}
+
+TEST(CommandLine, SaysWhatItDoesNotUnderstand) {
+  EXPECT_NE(refusal({"watch"}).find("watch"), std::string::npos);
+  EXPECT_NE(refusal({"--jsn"}).find("--jsn"), std::string::npos);
+  EXPECT_NE(refusal({"scan", "--force"}).find("--force"), std::string::npos);
+  EXPECT_NE(refusal({"record"}).find("FILE"), std::string::npos);
+  EXPECT_NE(refusal({"record", "a", "b"}), "not refused");
+  EXPECT_NE(refusal({"scan", "doctor"}), "not refused");
+  EXPECT_NE(refusal({""}), "not refused");
+}
+
+}  // namespace
+}  // namespace quillard::app

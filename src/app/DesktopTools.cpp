@@ -1,0 +1,65 @@
+#include "app/DesktopTools.h"
+
+#include "app/NewPrivateFile.h"
+#include "app/ScanReport.h"
+#include "approvals/ApprovalSuppressionStore.h"
+#include "click/DialogButtonSemantics.h"
+#include "detection/DialogDetector.h"
+#include "detection/StableIDs.h"
+#include "recording/DesktopRecorder.h"
+#include "recording/RecordedDesktopJson.h"
+
+namespace quillard::app {
+namespace {
+
+constexpr std::string_view kNotTrusted =
+    "Accessibility is off, or its bus does not answer: no window can be read. \"quillard doctor\" says what to do.\n";
+
+// So that it can still be told from a recording which labels decided.
+std::set<std::string, std::less<>> knownLabels() {
+  std::set<std::string, std::less<>> known;
+  for (const auto* const labels :
+       {&DialogButtonSemantics::safeDismissalLabels(), &DialogButtonSemantics::cancelActionLabels(),
+        &DialogButtonSemantics::confirmActionLabels(), &DialogButtonSemantics::promptButtonLabels()}) {
+    known.insert(labels->begin(), labels->end());
+  }
+  return known;
+}
+
+}  // namespace
+
+ExitCode scanOnce(const ScanOnce& command, const DesktopView& view, const Output& output) {
+  if (!view.accessibility.isProcessTrusted()) {
+    output.complain(kNotTrusted);
+    return ExitCode::cannotDoHere;
+  }
+  const ApprovalSuppressionStore suppressionStore(view.userDefaults);
+  const StableIDs stableIDs(view.random);
+  DialogDetector detector(
+      view.ownProcessIdentifier, suppressionStore,
+      {view.accessibility, view.workspace, view.windowList, view.clock, view.environment, view.console, stableIDs});
+  const auto windows = detector.diagnose();
+  output.print(command.asJson ? scanJson(windows) : scanText(windows));
+  return ExitCode::fine;
+}
+
+ExitCode recordDesktop(const RecordDesktop& command, const DesktopView& view, const Output& output) {
+  if (!view.accessibility.isProcessTrusted()) {
+    output.complain(kNotTrusted);
+    return ExitCode::cannotDoHere;
+  }
+  recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
+  if (command.masksTexts) privacy.knownTexts = knownLabels();
+  const auto desktop = recording::recordDesktop(view.accessibility, view.workspace, view.windowList, {}, privacy);
+  const auto problem = writeNewPrivateFile(command.file, recording::recordedDesktopText(desktop));
+  if (problem) {
+    output.complain(command.file + " cannot be written: " + *problem + "\n");
+    return ExitCode::cannotDoHere;
+  }
+  output.print(std::string("Recorded. ") +
+               (command.masksTexts ? "Texts are masked, names of applications are not: look before you hand it on.\n"
+                                   : "It holds what your windows show: look before you hand it on.\n"));
+  return ExitCode::fine;
+}
+
+}  // namespace quillard::app

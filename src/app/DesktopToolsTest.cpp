@@ -1,0 +1,102 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <variant>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include "app/DesktopTools.h"
+#include "platform/simulated/SimulatedWorld.h"
+#include "recording/RecordedDesktopJson.h"
+#include "support/TemporaryFolder.h"
+
+namespace quillard::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DesktopTools : public testing::Test {
+ protected:
+  DesktopTools() {
+    world.desktop().open(
+        {.title = "Erase Ann's disk?", .lines = {"This cannot be undone."}, .buttons = {"Cancel", "Erase"}});
+  }
+  [[nodiscard]] DesktopView view() {
+    return {world.accessibility(), world.workspace(),    world.windowList(),
+            world.time(),          world.environment(),  world.console(),
+            world.random(),        world.userDefaults(), 99};
+  }
+  [[nodiscard]] std::string recorded() const {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+  }
+
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{3}};
+  const test::TemporaryFolder folder;
+  const std::string file = folder.path() + "/desktop.json";
+  std::string printed;
+  std::string complaints;
+  const Output output{.print = [this](std::string_view text) { printed += text; },
+                      .complain = [this](std::string_view text) { complaints += text; }};
+};
+
+TEST_F(DesktopTools, ScanTellsOfThePrompt) {
+  EXPECT_EQ(scanOnce({}, view(), output), ExitCode::fine);
+  EXPECT_EQ(printed.find("PROMPT        \"Erase Ann's disk?\" of Example"), 0U) << printed;
+  EXPECT_EQ(complaints, "");
+  EXPECT_TRUE(world.console().lines().empty());
+}
+
+TEST_F(DesktopTools, ScanSpeaksJson) {
+  EXPECT_EQ(scanOnce({.asJson = true}, view(), output), ExitCode::fine);
+  EXPECT_EQ(nlohmann::json::parse(printed).at("windows").at(0).at("accepted"), true);
+}
+
+TEST_F(DesktopTools, NeitherWorksWithoutAccessibility) {
+  world.desktop().setTrusted(false);
+  EXPECT_EQ(scanOnce({}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(printed, "");
+  EXPECT_NE(complaints.find("quillard doctor"), std::string::npos) << complaints;
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
+  ASSERT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::fine) << complaints;
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  EXPECT_TRUE(std::holds_alternative<recording::RecordedDesktop>(recording::readRecordedDesktop(recorded())));
+  EXPECT_NE(recorded().find("Erase Ann's disk?"), std::string::npos);
+  EXPECT_NE(printed.find("look before you hand it on"), std::string::npos) << printed;
+}
+
+TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {
+  ASSERT_EQ(recordDesktop({.file = file, .masksTexts = true}, view(), output), ExitCode::fine) << complaints;
+  EXPECT_EQ(recorded().find("Ann"), std::string::npos) << recorded();
+  EXPECT_EQ(recorded().find("undone"), std::string::npos) << recorded();
+  EXPECT_NE(recorded().find("Cancel"), std::string::npos) << recorded();
+}
+
+TEST_F(DesktopTools, RecordOverwritesNothing) {
+  std::ofstream(file) << "precious";
+  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recorded(), "precious");
+  EXPECT_NE(complaints.find(file), std::string::npos) << complaints;
+  fs::remove(file);
+  fs::create_symlink(folder.path() + "/elsewhere", file);
+  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_FALSE(fs::exists(folder.path() + "/elsewhere"));
+}
+
+TEST_F(DesktopTools, RecordSaysThatTheFolderIsNotThere) {
+  EXPECT_EQ(recordDesktop({.file = folder.path() + "/no/such/file"}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_NE(complaints.find("No such file or directory"), std::string::npos) << complaints;
+}
+
+}  // namespace
+}  // namespace quillard::app

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/DoctorFacts.h"
+#include "platform/Accessibility.h"
+#include "platform/Bundle.h"
+#include "platform/Environment.h"
+#include "platform/Executors.h"
+#include "platform/Http.h"
+#include "platform/LockFiles.h"
+#include "platform/LoginService.h"
+#include "platform/SecretStore.h"
+#include "platform/UserNotifications.h"
+#include "relay/PairingConfiguration.h"
+
+namespace quillard::app {
+
+// What an examination looks at. All of it outlives the examination.
+struct DoctorSurroundings {
+  platform::Accessibility& accessibility;
+  const platform::Bundle& bundle;
+  const platform::Environment& environment;
+  platform::HttpSessions& httpSessions;
+  platform::LockFiles& lockFiles;
+  platform::LoginService& loginService;
+  platform::SecretStore& secretStore;
+  platform::UserNotifications& notifications;
+  PairingConfiguration& pairing;
+  platform::SerialExecutor& mainThread;
+  std::function<bool()> hasDisplay;
+  // Programs that have windows and cannot be read, for people to read.
+  std::function<std::vector<std::string>()> unseenPrograms;
+};
+
+// Finds out all that `DoctorFacts` has a place for, and changes as little as looking can: an identity is not made, and
+// the relay is told of one that is there already, as at each start of the agent. Main thread.
+class DoctorExamination {
+ public:
+  explicit DoctorExamination(const DoctorSurroundings& surroundings) : surroundings(surroundings) {}
+
+  // `onDone` comes once, on the main thread, after some seconds at the longest; not when this has gone.
+  void start(std::function<void(const DoctorFacts&)> onDone);
+
+ private:
+  void lookAround();
+  void lookAtKeychain();
+  void lookAtLock();
+  void askForNotifications();
+  void lookForRelay();
+  void askWhetherRelayIsThere();
+  void askWhetherRelayKnowsUs();
+  void relayFound(RelayReach reach, std::string text = {});
+  void oneMoreDone();
+
+  const DoctorSurroundings surroundings;
+  DoctorFacts facts;
+  std::function<void(const DoctorFacts&)> onDone;
+  int openQuestions = 0;
+  std::unique_ptr<platform::HttpSession> session;
+  std::shared_ptr<const bool> life = std::make_shared<const bool>(true);  // What comes when it has gone is dropped.
+};
+
+}  // namespace quillard::app

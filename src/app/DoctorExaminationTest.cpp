@@ -1,0 +1,232 @@
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "app/DoctorExamination.h"
+#include "platform/simulated/SimulatedBundle.h"
+#include "platform/simulated/SimulatedHttpSessions.h"
+#include "platform/simulated/SimulatedLockFiles.h"
+#include "platform/simulated/SimulatedLoginService.h"
+#include "platform/simulated/SimulatedPropertyLists.h"
+#include "platform/simulated/SimulatedSecretStore.h"
+#include "platform/simulated/SimulatedUserNotifications.h"
+#include "platform/simulated/SimulatedWorld.h"
+
+namespace quillard::app {
+namespace {
+
+using platform::HttpOutcome;
+using platform::HttpRequest;
+using platform::HttpResponse;
+using platform::LockOutcome;
+using platform::LoginServiceStatus;
+using platform::Seconds;
+using platform::Secret;
+using platform::SecretPlace;
+using platform::SecretStatusCode;
+
+constexpr const char* kIdentity = R"({"pairingID":"stored-1","relayAuthToken":"tok","e2eSecret":"e2e"})";
+
+class DoctorExaminationTest : public testing::Test {
+ protected:
+  DoctorExaminationTest() {
+    world.environment().set("QUILLARD_RELAY_URL", "wss://relay.example.org/ws");
+    world.environment().set("QUILLARD_PAIRING_ID", "office");
+  }
+  void start() {
+    examination = std::make_unique<DoctorExamination>(
+        DoctorSurroundings{.accessibility = world.accessibility(),
+                           .bundle = bundle,
+                           .environment = world.environment(),
+                           .httpSessions = httpSessions,
+                           .lockFiles = lockFiles,
+                           .loginService = loginService,
+                           .secretStore = secretStore,
+                           .notifications = notifications,
+                           .pairing = pairing,
+                           .mainThread = world.time().mainThread(),
+                           .hasDisplay = [this] { return hasDisplay; },
+                           .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; }});
+    examination->start([this](const DoctorFacts& found) {
+      EXPECT_FALSE(facts.has_value()) << "It is done once.";
+      facts = found;
+    });
+    EXPECT_FALSE(facts.has_value()) << "It is done in a later turn.";
+  }
+  DoctorFacts examine(Seconds patience = Seconds{1}) {
+    start();
+    world.advance(patience);
+    EXPECT_TRUE(facts.has_value());
+    return facts.value_or(DoctorFacts{});
+  }
+  void putIdentity() {
+    (void)secretStore.add(SecretPlace::dataProtectionKeychain, "com.quillard.agent", "installation-secrets-v1",
+                          Secret{std::string_view{kIdentity}});
+  }
+  void answer(const HttpOutcome& outcome) {
+    httpSessions.setServer([outcome](const HttpRequest&) { return outcome; });
+  }
+
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{5}};
+  platform::simulated::SimulatedBundle bundle;
+  platform::simulated::SimulatedPropertyLists propertyLists;
+  platform::simulated::SimulatedHttpSessions httpSessions;
+  platform::simulated::SimulatedLockFolder lockFolder;
+  platform::simulated::SimulatedLockFiles lockFiles{lockFolder};
+  platform::simulated::SimulatedLoginService loginService;
+  platform::simulated::SimulatedSecretStore secretStore;
+  platform::simulated::SimulatedUserNotifications notifications{world.time()};
+  PairingConfiguration pairing{
+      {world.environment(), bundle, propertyLists, secretStore, world.userDefaults(), world.random(), world.console()}};
+  bool hasDisplay = true;
+  std::optional<DoctorFacts> facts;
+  std::unique_ptr<DoctorExamination> examination;
+};
+
+TEST_F(DoctorExaminationTest, LooksAtTheProgramAndItsDesktop) {
+  loginService.setStatus(LoginServiceStatus::enabled);
+  const auto found = examine();
+  EXPECT_EQ(found.programFolder, bundle.path());
+  EXPECT_TRUE(found.isInstalled);
+  EXPECT_EQ(found.folderForApplications, bundle.applicationDirectories().front());
+  EXPECT_TRUE(found.hasDisplay);
+  EXPECT_FALSE(found.isWayland);
+  EXPECT_TRUE(found.isAccessibilityTrusted);
+  EXPECT_EQ(found.unseenPrograms, (std::vector<std::string>{"gimp (process 12)"}));
+  EXPECT_TRUE(found.canBeLoginItem);
+  EXPECT_EQ(found.loginItem, LoginServiceStatus::enabled);
+  EXPECT_EQ(found.notificationProblem, std::nullopt);
+}
+
+TEST_F(DoctorExaminationTest, FindsAProgramInABuildFolder) {
+  bundle.setPath("/build/dev");
+  bundle.setIdentifier(std::nullopt);
+  const auto found = examine();
+  EXPECT_FALSE(found.isInstalled);
+  EXPECT_FALSE(found.canBeLoginItem);
+}
+
+TEST_F(DoctorExaminationTest, KnowsAWaylandSessionByEitherSign) {
+  world.environment().set("WAYLAND_DISPLAY", "");
+  EXPECT_FALSE(examine().isWayland);
+  facts.reset();
+  world.environment().set("XDG_SESSION_TYPE", "wayland");
+  EXPECT_TRUE(examine().isWayland);
+  facts.reset();
+  world.environment().set("XDG_SESSION_TYPE", "x11");
+  world.environment().set("WAYLAND_DISPLAY", "wayland-0");
+  EXPECT_TRUE(examine().isWayland);
+}
+
+TEST_F(DoctorExaminationTest, AsksForUnseenProgramsOnlyWhereAnyCouldBeSeen) {
+  world.desktop().setTrusted(false);
+  const auto found = examine();
+  EXPECT_FALSE(found.isAccessibilityTrusted);
+  EXPECT_TRUE(found.unseenPrograms.empty());
+}
+
+TEST_F(DoctorExaminationTest, SeesTheGtk2Bridge) {
+  world.environment().set("GTK_MODULES", "canberra:gail:atk-bridge");
+  EXPECT_TRUE(examine().hasGtk2Bridge);
+}
+
+TEST_F(DoctorExaminationTest, TellsThatNotificationsFail) {
+  notifications.setAuthorizationError("There is no session bus.");
+  EXPECT_EQ(examine().notificationProblem, "There is no session bus.");
+}
+
+TEST_F(DoctorExaminationTest, LeavesTheLockAsItWas) {
+  EXPECT_EQ(examine().lock, LockOutcome::acquired);
+  EXPECT_EQ(lockFiles.heldCount(), 0U);
+  facts.reset();
+  platform::simulated::SimulatedLockFiles agent(lockFolder);
+  (void)agent.acquire("com.quillard.agent.lock");
+  EXPECT_EQ(examine().lock, LockOutcome::heldElsewhere);
+  EXPECT_EQ(agent.heldCount(), 1U);
+}
+
+TEST_F(DoctorExaminationTest, NoRelayIsConfigured) {
+  world.environment().unset("QUILLARD_RELAY_URL");
+  EXPECT_EQ(examine().relay, RelayReach::notConfigured);
+  EXPECT_TRUE(httpSessions.requests().empty());
+}
+
+TEST_F(DoctorExaminationTest, TheRelaysAddressIsNone) {
+  world.environment().set("QUILLARD_RELAY_URL", "not an address");
+  EXPECT_EQ(examine().relay, RelayReach::badAddress);
+}
+
+TEST_F(DoctorExaminationTest, WithoutAnIdentityItOnlyAsksWhetherTheRelayIsThere) {
+  const auto found = examine();
+  EXPECT_EQ(found.relay, RelayReach::reachable);
+  EXPECT_EQ(found.relayAddress, "https://relay.example.org");
+  ASSERT_EQ(httpSessions.requests().size(), 1U);
+  EXPECT_EQ(httpSessions.requests().front().method, "GET");
+  EXPECT_EQ(httpSessions.requests().front().url, "https://relay.example.org/healthz");
+  // Nothing was made.
+  EXPECT_EQ(secretStore.stored(SecretPlace::dataProtectionKeychain, "installation-secrets-v1"), std::nullopt);
+  EXPECT_EQ(secretStore.stored(SecretPlace::fileKeychain, "installation-secrets-v1"), std::nullopt);
+}
+
+TEST_F(DoctorExaminationTest, ARelayThatAnswersInAnyWayIsThere) {
+  answer(HttpResponse{404});
+  EXPECT_EQ(examine().relay, RelayReach::reachable);
+}
+
+TEST_F(DoctorExaminationTest, ARelayThatDoesNotAnswerIsUnreachable) {
+  answer(platform::TransportError{"No such host."});
+  const auto found = examine();
+  EXPECT_EQ(found.relay, RelayReach::unreachable);
+  EXPECT_EQ(found.relayText, "No such host.");
+}
+
+TEST_F(DoctorExaminationTest, WaitsForASlowRelayEightSeconds) {
+  httpSessions.setServer([](const HttpRequest&) { return std::optional<HttpOutcome>(); });
+  start();
+  world.advance(Seconds{7.9});
+  EXPECT_FALSE(facts.has_value());
+  world.advance(Seconds{0.2});
+  ASSERT_TRUE(facts.has_value());
+  EXPECT_EQ(facts->relay, RelayReach::unreachable);
+}
+
+TEST_F(DoctorExaminationTest, WithAnIdentityItAsksWhetherTheRelayKnowsIt) {
+  putIdentity();
+  const auto found = examine();
+  EXPECT_EQ(found.relay, RelayReach::registered);
+  EXPECT_EQ(found.secretService.code, SecretStatusCode::success);
+  ASSERT_EQ(httpSessions.requests().size(), 1U);
+  EXPECT_EQ(httpSessions.requests().front().method, "PUT");
+}
+
+TEST_F(DoctorExaminationTest, ARelayMayRefuseThisComputer) {
+  putIdentity();
+  for (const int status : {401, 410}) {
+    facts.reset();
+    answer(HttpResponse{status});
+    const auto found = examine();
+    EXPECT_EQ(found.relay, RelayReach::refused) << status;
+    EXPECT_NE(found.relayText, "") << status;
+  }
+}
+
+TEST_F(DoctorExaminationTest, TouchesNoIdentityThatCannotBeRead) {
+  putIdentity();
+  secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::interactionNotAllowed, "locked"});
+  const auto found = examine();
+  EXPECT_EQ(found.secretService.code, SecretStatusCode::interactionNotAllowed);
+  EXPECT_EQ(found.relay, RelayReach::reachable);
+  EXPECT_EQ(httpSessions.requests().front().method, "GET");
+}
+
+TEST_F(DoctorExaminationTest, IsNotHeardOfAfterItHasGone) {
+  start();
+  examination.reset();
+  world.advance(Seconds{20});
+  EXPECT_FALSE(facts.has_value());
+}
+
+}  // namespace
+}  // namespace quillard::app

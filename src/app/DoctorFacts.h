@@ -1,0 +1,55 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/DoctorReport.h"
+#include "platform/LockFiles.h"
+#include "platform/LoginService.h"
+#include "platform/SecretStore.h"
+
+namespace quillard::app {
+
+// How far the way to the relay was found open.
+enum class RelayReach {
+  notConfigured,
+  badAddress,   // It is no address of a relay.
+  unreachable,  // No answer from there.
+  reachable,    // There is an answer; whether the relay knows this computer, was not asked: it has no identity yet.
+  registered,   // The relay knows this computer.
+  refused,      // It answers, but does not want this computer.
+};
+
+// What was found out about this computer and its desktop, without judgement.
+struct DoctorFacts {
+  std::string programFolder;
+  bool isInstalled = false;  // As an application, in a folder for applications.
+  std::string folderForApplications;
+
+  bool hasDisplay = false;  // An X server answers.
+  bool isWayland = false;   // The session is one of Wayland: the X server is its guest.
+
+  bool isAccessibilityTrusted = false;
+  std::vector<std::string> unseenPrograms;  // They have windows, but cannot be read. For people to read.
+  bool hasGtk2Bridge = false;               // GTK_MODULES names what makes GTK 2 programs readable.
+
+  RelayReach relay = RelayReach::notConfigured;
+  std::string relayAddress;  // Host and port only.
+  std::string relayText;     // The reason, where there is one.
+
+  platform::SecretStatus secretService;  // Of looking for the identity there.
+  platform::SecretStatus secretFile;
+
+  std::optional<std::string> notificationProblem;
+
+  bool canBeLoginItem = false;
+  platform::LoginServiceStatus loginItem = platform::LoginServiceStatus::notRegistered;
+
+  platform::LockOutcome lock = platform::LockOutcome::unavailable;  // Acquired: no agent runs.
+};
+
+// What it means for the agent, and what to do: one check for each thing, in an order in which they are best mended.
+[[nodiscard]] std::vector<DoctorCheck> doctorChecks(const DoctorFacts& facts);
+
+}  // namespace quillard::app

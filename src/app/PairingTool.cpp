@@ -1,0 +1,60 @@
+#include "app/PairingTool.h"
+
+#include "app/PairingCodeText.h"
+#include "relay/PairingPayload.h"
+#include "relay/QRCodeRenderer.h"
+
+namespace quillard::app {
+namespace {
+
+using platform::SecretPlace;
+using platform::SecretStatusCode;
+
+ExitCode refuse(const Output& output, std::string_view reason) {
+  output.complain(reason);
+  return ExitCode::cannotDoHere;
+}
+
+// Whether the agent, too, would find what is found here, or make what is made here.
+bool isKeychainReadable(platform::SecretStore& secretStore) {
+  const auto reading =
+      secretStore.copyMatching(SecretPlace::dataProtectionKeychain, "com.quillard.agent", "installation-secrets-v1");
+  const auto code = reading.status.code;
+  return code == SecretStatusCode::success || code == SecretStatusCode::itemNotFound ||
+         code == SecretStatusCode::missingEntitlement;
+}
+
+std::optional<platform::Bitmap> codeOf(const PairingPayload& payload) {
+  constexpr int kOnePixelAModule = 1;
+  const auto text = pairingPayloadText(payload);
+  return text ? QRCodeRenderer::image(text->view(), kOnePixelAModule) : std::nullopt;
+}
+
+}  // namespace
+
+ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& terminal, PairingConfiguration& pairing,
+                         platform::SecretStore& secretStore, const Output& output) {
+  if (!terminal.isTerminal && !command.evenWithoutTerminal) {
+    return refuse(output, "The code holds secrets, and this output is no terminal. --force shows it all the same.\n");
+  }
+  if (!isKeychainReadable(secretStore)) {
+    return refuse(output, "The keychain cannot be read. \"quillard doctor\" says what to do.\n");
+  }
+  const auto payload = pairing.payload();
+  if (!payload) {
+    return refuse(output, "Pairing is not configured for this launch. \"quillard doctor\" says what to do.\n");
+  }
+  const auto code = codeOf(*payload);
+  if (!code) return refuse(output, "The pairing settings are too long for a code.\n");
+  if (terminal.columns && *terminal.columns < code->width) {
+    return refuse(output, "The terminal is too narrow: the code needs " + std::to_string(code->width) +
+                              " columns, and there are " + std::to_string(*terminal.columns) + ".\n");
+  }
+  output.print(terminalText(*code).text());
+  output.print("Open the iPhone app, choose Pair Mac, and scan this code.\n");
+  output.complain(
+      "Whoever sees this code can read and answer this computer's prompts: clear the terminal when you are done.\n");
+  return ExitCode::fine;
+}
+
+}  // namespace quillard::app

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+
+#include "app/CommandLine.h"
+#include "app/ExitCode.h"
+#include "app/Output.h"
+#include "platform/SecretStore.h"
+#include "relay/PairingConfiguration.h"
+
+namespace quillard::app {
+
+// Where the code is to be shown.
+struct TerminalFacts {
+  bool isTerminal = false;
+  std::optional<int> columns;  // Absent: not known.
+};
+
+// Shows the pairing code. An identity that could not be read from the keychain is never replaced by another one here:
+// no agent would go by that.
+ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& terminal, PairingConfiguration& pairing,
+                         platform::SecretStore& secretStore, const Output& output);
+
+}  // namespace quillard::app

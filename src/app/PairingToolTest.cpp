@@ -1,0 +1,95 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "app/PairingCodeText.h"
+#include "app/PairingTool.h"
+#include "platform/simulated/SimulatedBundle.h"
+#include "platform/simulated/SimulatedConsole.h"
+#include "platform/simulated/SimulatedEnvironment.h"
+#include "platform/simulated/SimulatedPropertyLists.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedSecretStore.h"
+#include "platform/simulated/SimulatedUserDefaults.h"
+#include "relay/PairingPayload.h"
+#include "relay/QRCodeRenderer.h"
+
+namespace quillard::app {
+namespace {
+
+using platform::SecretPlace;
+using platform::SecretStatusCode;
+
+constexpr TerminalFacts kWideTerminal{.isTerminal = true, .columns = 200};
+
+class PairingTool : public testing::Test {
+ protected:
+  PairingTool() {
+    environment.set("QUILLARD_RELAY_URL", "wss://relay.example.org/ws");
+    environment.set("QUILLARD_PAIRING_ID", "office");
+  }
+  ExitCode show(const TerminalFacts& terminal = kWideTerminal, const ShowPairingCode& command = {}) {
+    return showPairingCode(command, terminal, pairing, secretStore, output);
+  }
+  void expectRefusal(const TerminalFacts& terminal, const std::string& because) {
+    EXPECT_EQ(show(terminal), ExitCode::cannotDoHere);
+    EXPECT_EQ(printed, "");
+    EXPECT_NE(complaints.find(because), std::string::npos) << complaints;
+  }
+
+  platform::simulated::SimulatedEnvironment environment;
+  platform::simulated::SimulatedBundle bundle;
+  platform::simulated::SimulatedPropertyLists propertyLists;
+  platform::simulated::SimulatedSecretStore secretStore;
+  platform::simulated::SimulatedUserDefaults userDefaults;
+  platform::simulated::SimulatedRandom random{platform::simulated::Seed{7}};
+  platform::simulated::SimulatedConsole console;
+  PairingConfiguration pairing{{environment, bundle, propertyLists, secretStore, userDefaults, random, console}};
+  std::string printed;
+  std::string complaints;
+  const Output output{.print = [this](std::string_view text) { printed += text; },
+                      .complain = [this](std::string_view text) { complaints += text; }};
+};
+
+TEST_F(PairingTool, ShowsTheCodeOfThisInstallationAndItsCaption) {
+  EXPECT_EQ(show(), ExitCode::fine);
+  const auto content = pairingPayloadText(*pairing.payload());
+  const auto code = QRCodeRenderer::image(content->view(), 1);
+  EXPECT_TRUE(printed ==
+              std::string(terminalText(*code).text()) + "Open the iPhone app, choose Pair Mac, and scan this code.\n");
+  EXPECT_NE(complaints.find("Whoever sees this code"), std::string::npos) << complaints;
+}
+
+TEST_F(PairingTool, RefusesAnOutputThatIsNoTerminalUnlessForced) {
+  expectRefusal({.isTerminal = false, .columns = {}}, "--force");
+  EXPECT_TRUE(secretStore.calls().empty());  // Nor was anything made for it.
+  EXPECT_EQ(show({.isTerminal = false, .columns = {}}, {.evenWithoutTerminal = true}), ExitCode::fine);
+  EXPECT_NE(printed, "");
+}
+
+TEST_F(PairingTool, RefusesATerminalThatIsTooNarrow) {
+  ASSERT_EQ(show(), ExitCode::fine);
+  const auto width = QRCodeRenderer::image(pairingPayloadText(*pairing.payload())->view(), 1)->width;
+  printed.clear();
+  expectRefusal({.isTerminal = true, .columns = width - 1}, "needs " + std::to_string(width) + " columns");
+  EXPECT_EQ(show({.isTerminal = true, .columns = width}), ExitCode::fine);
+}
+
+TEST_F(PairingTool, RefusesWithoutARelay) {
+  environment.unset("QUILLARD_RELAY_URL");
+  expectRefusal(kWideTerminal, "Pairing is not configured for this launch.");
+}
+
+TEST_F(PairingTool, RefusesWhenTheKeychainIsLockedSinceNoAgentWouldKnowTheCode) {
+  secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::interactionNotAllowed, "locked"});
+  expectRefusal(kWideTerminal, "The keychain cannot be read.");
+}
+
+TEST_F(PairingTool, WorksOnADesktopWithoutAKeyring) {
+  secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::missingEntitlement, "There is none."});
+  EXPECT_EQ(show(), ExitCode::fine);
+  EXPECT_TRUE(secretStore.stored(SecretPlace::fileKeychain, "installation-secrets-v1").has_value());
+}
+
+}  // namespace
+}  // namespace quillard::app

@@ -1,0 +1,76 @@
+#include "app/RunningAgents.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/linux/x11/AgentProcesses.h"
+
+namespace quillard::app {
+namespace {
+
+using std::chrono::steady_clock;
+
+// A process itself, not only its number, which may be another's soon.
+class ProcessHandle {
+ public:
+  explicit ProcessHandle(std::int32_t process) : file(static_cast<int>(::syscall(SYS_pidfd_open, process, 0))) {}
+  ProcessHandle(ProcessHandle&& other) noexcept : file(std::exchange(other.file, -1)) {}
+  ProcessHandle(const ProcessHandle&) = delete;
+  ProcessHandle& operator=(const ProcessHandle&) = delete;
+  ~ProcessHandle() {
+    if (file >= 0) ::close(file);
+  }
+  void askToEnd() const { ::syscall(SYS_pidfd_send_signal, file, SIGTERM, nullptr, 0); }
+  // Whether it ends in time. One that cannot be watched has ended.
+  [[nodiscard]] bool awaitEnd(steady_clock::time_point end) const {
+    if (file < 0) return true;
+    pollfd ended{file, POLLIN, 0};
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now());
+    return ::poll(&ended, 1, static_cast<int>(std::max(left.count(), std::int64_t{0}))) > 0;
+  }
+
+ private:
+  int file;
+};
+
+// As the process was started with it. Absent: not set, or not to be read.
+std::optional<std::string> sessionFolderOf(std::int32_t process) {
+  constexpr std::string_view kVariable = "XDG_RUNTIME_DIR=";
+  std::ifstream file("/proc/" + std::to_string(process) + "/environ", std::ios::binary);
+  for (std::string entry; std::getline(file, entry, '\0');) {
+    if (entry.starts_with(kVariable)) return entry.substr(kVariable.size());
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment,
+                      platform::Seconds patience) {
+  const x11::AgentProcesses agents(processes);
+  const auto ownFolder = environment.value("XDG_RUNTIME_DIR");
+  std::vector<ProcessHandle> ending;
+  for (const auto agent : agents.find()) {
+    if (agent == ::getpid()) continue;
+    ProcessHandle handle(agent);
+    const auto facts = processes.process(agent);  // Whether the handle is still that of an agent.
+    if (!facts || !x11::AgentProcesses::isAgent(*facts) || sessionFolderOf(agent) != ownFolder) continue;
+    handle.askToEnd();
+    ending.push_back(std::move(handle));
+  }
+  const auto end = steady_clock::now() + std::chrono::duration_cast<steady_clock::duration>(patience);
+  return std::all_of(ending.begin(), ending.end(), [&](const ProcessHandle& handle) { return handle.awaitEnd(end); });
+}
+
+}  // namespace quillard::app

@@ -1,0 +1,80 @@
+#include "app/ScanReport.h"
+
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+#include "foundation/PrintableText.h"
+
+namespace quillard::app {
+namespace {
+
+constexpr std::size_t kLongestText = 500;
+
+std::string printable(const std::string& text) { return printableText(text, kLongestText); }
+
+std::string placeOf(const DialogFrame& frame) {
+  const auto whole = [](double number) { return std::to_string(std::lround(number)); };
+  return whole(frame.width) + " x " + whole(frame.height) + " at " + whole(frame.x) + ", " + whole(frame.y);
+}
+
+std::string headline(const WindowDebugSnapshot& window) {
+  const std::string verdict = window.accepted ? "PROMPT      " : "not a prompt";
+  return verdict + "  \"" + printable(window.title) + "\" of " + printable(window.appName) + " (process " +
+         std::to_string(window.processIdentifier) + ")\n";
+}
+
+std::string lineOf(const std::string& name, const std::string& text) {
+  return text.empty() ? std::string() : "    " + name + ": " + text + "\n";
+}
+
+std::string listed(const std::vector<std::string>& texts) {
+  std::string list;
+  for (const auto& text : texts) list += (list.empty() ? "\"" : ", \"") + printable(text) + "\"";
+  return list;
+}
+
+std::string describe(const WindowDebugSnapshot& window) {
+  const auto kind = window.role + (window.subrole.empty() ? "" : "/" + window.subrole) +
+                    (window.isModal ? ", a dialog" : "") + ", " + placeOf(window.windowFrame);
+  return headline(window) + lineOf("why not", printable(window.rejectionReason.value_or(""))) +
+         lineOf("score", std::to_string(window.promptScore)) + lineOf("window", printable(kind)) +
+         lineOf("texts", listed(window.messageLines)) + lineOf("buttons", listed(window.buttonLabels));
+}
+
+}  // namespace
+
+std::string scanText(const std::vector<WindowDiagnosis>& windows) {
+  if (windows.empty()) return "No windows.\n";
+  std::string text;
+  std::size_t prompts = 0;
+  for (const auto& window : windows) {
+    if (window.snapshot) {
+      text += describe(*window.snapshot);
+      prompts += window.snapshot->accepted ? 1 : 0;
+    } else {
+      text += "no answer     a window of " + printable(window.appName) + " (process " +
+              std::to_string(window.processIdentifier) + ")\n";
+    }
+  }
+  return text + "\n" + std::to_string(windows.size()) + (windows.size() == 1 ? " window, " : " windows, ") +
+         std::to_string(prompts) + (prompts == 1 ? " prompt.\n" : " prompts.\n");
+}
+
+std::string scanJson(const std::vector<WindowDiagnosis>& windows) {
+  nlohmann::ordered_json report;
+  report["windows"] = nlohmann::ordered_json::array();
+  report["unanswered"] = nlohmann::ordered_json::array();
+  for (const auto& window : windows) {
+    const auto json = window.snapshot ? sortedJsonText(*window.snapshot) : std::nullopt;
+    if (json) {
+      report["windows"].push_back(nlohmann::ordered_json::parse(*json));
+    } else {
+      report["unanswered"].push_back(
+          {{"appName", printable(window.appName)}, {"processIdentifier", window.processIdentifier}});
+    }
+  }
+  return report.dump(2) + "\n";
+}
+
+}  // namespace quillard::app

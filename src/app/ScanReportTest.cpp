@@ -1,0 +1,98 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "app/ScanReport.h"
+#include "support/DetectionWorld.h"
+
+namespace quillard::app {
+namespace {
+
+WindowDebugSnapshot sampleWindow() {
+  return {.appName = "Files",
+          .bundleIdentifier = "org.example.files",
+          .processIdentifier = 1001,
+          .role = "AXWindow",
+          .subrole = "AXDialog",
+          .title = "Erase disk?",
+          .windowFrame = {.x = 40, .y = 60, .width = 320, .height = 140},
+          .isModal = true,
+          .promptScore = 9,
+          .accepted = true,
+          .rejectionReason = std::nullopt,
+          .messageLines = {"This cannot be undone."},
+          .buttonLabels = {"Cancel", "Erase"}};
+}
+
+WindowDiagnosis diagnosis(const WindowDebugSnapshot& window) {
+  return {.appName = window.appName, .processIdentifier = window.processIdentifier, .snapshot = window};
+}
+
+TEST(ScanReport, SaysOfAPromptWhatItShows) {
+  EXPECT_EQ(scanText({diagnosis(sampleWindow())}),
+            "PROMPT        \"Erase disk?\" of Files (process 1001)\n"
+            "    score: 9\n"
+            "    window: AXWindow/AXDialog, a dialog, 320 x 140 at 40, 60\n"
+            "    texts: \"This cannot be undone.\"\n"
+            "    buttons: \"Cancel\", \"Erase\"\n"
+            "\n"
+            "1 window, 1 prompt.\n");
+}
+
+TEST(ScanReport, SaysOfAnyOtherWindowWhyItIsNone) {
+  auto window = sampleWindow();
+  window.accepted = false;
+  window.rejectionReason = "no buttons";
+  window.buttonLabels.clear();
+  const auto text = scanText({diagnosis(window)});
+  EXPECT_EQ(text.find("not a prompt  \"Erase disk?\""), 0U) << text;
+  EXPECT_NE(text.find("    why not: no buttons\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("buttons:"), std::string::npos) << text;
+  EXPECT_NE(text.find("1 window, 0 prompts."), std::string::npos) << text;
+}
+
+TEST(ScanReport, NamesApplicationsThatDidNotAnswer) {
+  const std::vector<WindowDiagnosis> windows{{.appName = "Hung", .processIdentifier = 7, .snapshot = std::nullopt},
+                                             diagnosis(sampleWindow())};
+  EXPECT_EQ(scanText(windows).find("no answer     a window of Hung (process 7)\n"), 0U) << scanText(windows);
+  const auto report = nlohmann::json::parse(scanJson(windows));
+  EXPECT_EQ(report.at("unanswered"), nlohmann::json::parse(R"([{"appName":"Hung","processIdentifier":7}])"));
+  EXPECT_EQ(report.at("windows").size(), 1U);
+}
+
+TEST(ScanReport, IsJsonForPrograms) {
+  const auto report = nlohmann::json::parse(scanJson({diagnosis(sampleWindow())}));
+  const auto& window = report.at("windows").at(0);
+  EXPECT_EQ(window.at("title"), "Erase disk?");
+  EXPECT_EQ(window.at("accepted"), true);
+  EXPECT_EQ(window.at("buttonLabels"), nlohmann::json({"Cancel", "Erase"}));
+  EXPECT_FALSE(window.contains("rejectionReason"));
+}
+
+TEST(ScanReport, MakesTextsOfOtherProgramsHarmless) {
+  auto window = sampleWindow();
+  window.title = "\x1B]0;owned\x07";
+  window.messageLines = {"a\nPROMPT  forged"};
+  const auto text = scanText({diagnosis(window)});
+  EXPECT_EQ(text.find('\x1B'), std::string::npos);
+  EXPECT_EQ(text.find("\nPROMPT  forged"), std::string::npos) << text;
+}
+
+TEST(ScanReport, ToldOfADesktopWithoutWindows) {
+  EXPECT_EQ(scanText({}), "No windows.\n");
+  EXPECT_EQ(nlohmann::json::parse(scanJson({})), nlohmann::json::parse(R"({"windows":[],"unanswered":[]})"));
+}
+
+TEST(ScanReport, TellsOfThePromptsOfASimulatedDesktop) {
+  samples::DetectionWorld world;
+  const auto files = world.desktop().launch({.name = "Files"});
+  world.desktop().open(files,
+                       {.title = "Erase disk?", .lines = {"This cannot be undone."}, .buttons = {"Cancel", "Erase"}});
+  const auto text = scanText(world.detector.diagnose());
+  EXPECT_EQ(text.find("PROMPT        \"Erase disk?\" of Files"), 0U) << text;
+}
+
+}  // namespace
+}  // namespace quillard::app

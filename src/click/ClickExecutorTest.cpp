@@ -1,0 +1,453 @@
+#include <algorithm>
+#include <cstdio>
+
+#include <gtest/gtest.h>
+
+#include "click/ClickExecutor.h"
+#include "support/ClickWorld.h"
+
+namespace quillard {
+namespace {
+
+using platform::AXError;
+using platform::KeyCode;
+using platform::MouseEventType;
+using platform::Seconds;
+using platform::simulated::AXRequest;
+using platform::simulated::AXRequestKind;
+using platform::simulated::DialogSpec;
+using platform::simulated::NodeHandle;
+using platform::simulated::PostedEvent;
+using platform::simulated::PressEffect;
+using samples::ClickWorld;
+namespace ax = platform::ax;
+
+using Lines = std::vector<std::string>;
+
+class ClickExecutorTest : public testing::Test, protected ClickWorld {
+ protected:
+  // What the click does from here on, each line with its second: requests that change something, and posted events.
+  Outcome clickAndTrace() {
+    const auto start = world.time().monotonicNow();
+    desktop().setRequestHook([this, start](const AXRequest& request) {
+      if (request.kind == AXRequestKind::performAction || request.kind == AXRequestKind::setAttribute) {
+        traced.emplace_back(world.time().monotonicNow() - start, request.name + " " + nameOf(request));
+      }
+    });
+    const auto outcome = click();
+    desktop().setRequestHook({});
+    for (const auto& event : events.posted()) traced.emplace_back(event.at - start, nameOf(event));
+    std::stable_sort(traced.begin(), traced.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return outcome;
+  }
+
+  Lines trace() const {
+    Lines lines;
+    for (const auto& [at, what] : traced) {
+      std::array<char, 16> moment{};
+      std::snprintf(moment.data(), moment.size(), "%.3f ", at.count());
+      lines.push_back(moment.data() + what);
+    }
+    return lines;
+  }
+
+  std::string nameOf(const AXRequest& request) {
+    if (!request.node) return "application";
+    if (*request.node == prompt) return "window";
+    const auto title = desktop().attribute(*request.node, ax::kTitle);
+    return title.hasValue() ? std::get<std::string>(title.value()) : "?";
+  }
+
+  static std::string nameOf(const PostedEvent& event) {
+    const std::string where = event.processIdentifier ? " to process" : " to desktop";
+    if (event.key)
+      return "key " + std::to_string(static_cast<int>(*event.key)) + (event.isDown ? " down" : " up") + where;
+    const auto type = *event.mouse;
+    const std::string what = type == MouseEventType::moved ? "moved" : event.isDown ? "down" : "up";
+    return "mouse " + what + where;
+  }
+
+  std::size_t keysPosted(KeyCode key) const {
+    return static_cast<std::size_t>(std::count_if(events.posted().begin(), events.posted().end(),
+                                                  [&](const PostedEvent& event) { return event.key == key; }));
+  }
+
+  static Seconds ms(double milliseconds) { return Seconds{milliseconds / 1000}; }
+
+  std::vector<std::pair<Seconds, std::string>> traced;
+};
+
+TEST(ClickError, SaysWhatTheUserIsTold) {
+  EXPECT_EQ(localizedDescription(ClickError::unableToCreateEvent), "Unable to create a synthetic click event.");
+  EXPECT_EQ(localizedDescription(ClickError::pendingApprovalNotFound), "The approval request is no longer pending.");
+  EXPECT_EQ(localizedDescription(ClickError::buttonNotFound), "The approved button no longer exists on screen.");
+  EXPECT_EQ(localizedDescription(ClickError::promptStillPresent),
+            "The dialog was still visible after Quillard tried every safe click path.");
+}
+
+// ---- The road as a whole
+
+TEST_F(ClickExecutorTest, APressThatClosesThePromptIsAllThatIsDone) {
+  approve(question());
+  EXPECT_EQ(clickAndTrace(), std::nullopt);
+  EXPECT_EQ(trace(), Lines{"0.000 AXPress Allow"});
+  EXPECT_EQ(took, ms(150));
+  EXPECT_EQ(rightPresses, 1);
+}
+
+TEST_F(ClickExecutorTest, TriesEveryPathInItsOrderAndAtItsTimeThenGivesUp) {
+  approve(question(PressEffect::doesNothing()));
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(
+      trace(),
+      (Lines{"0.000 AXPress Allow",           "4.250 AXFrontmost application", "4.250 AXFocusedWindow application",
+             "4.250 AXMinimized window",      "4.250 AXRaise window",          "4.250 AXMain window",
+             "4.250 AXFocused window",        "4.350 AXPress Allow",           "5.600 AXFocused Allow",
+             "5.680 key 49 down to process",  "5.760 key 49 up to process",    "7.010 AXFocused Allow",
+             "7.090 key 49 down to process",  "7.170 key 49 up to process",    "8.420 AXConfirm window",
+             "9.670 AXPress Allow",           "10.920 mouse moved to process", "11.000 mouse down to process",
+             "11.080 mouse up to process",    "12.330 mouse moved to desktop", "12.410 mouse down to desktop",
+             "12.490 mouse up to desktop",    "13.740 key 36 down to process", "13.820 key 36 up to process",
+             "15.070 key 36 down to desktop", "15.150 key 36 up to desktop"}));
+  EXPECT_EQ(took, ms(16400));
+  EXPECT_EQ(rightPresses, 10);
+  EXPECT_EQ(wrongPresses, Lines{});
+}
+
+TEST_F(ClickExecutorTest, ACancelLabelTakesTheWaysThatCancel) {
+  approve(question(PressEffect::doesNothing()), "Deny");
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  const auto lines = trace();
+  const auto has = [&](const std::string& line) { return std::find(lines.begin(), lines.end(), line) != lines.end(); };
+  EXPECT_TRUE(has("8.420 AXCancel window"));
+  EXPECT_TRUE(has("13.740 key 53 down to process"));
+  EXPECT_TRUE(has("15.070 key 53 down to desktop"));
+  EXPECT_EQ(keysPosted(KeyCode::returnKey), 0U);
+  EXPECT_EQ(rightPresses, 10);
+  EXPECT_EQ(wrongPresses, Lines{});
+}
+
+TEST_F(ClickExecutorTest, ALabelThatNeitherConfirmsNorCancelsNeverGetsReturnOrEscape) {
+  approve({.title = "Access?",
+           .lines = {"Turn it on."},
+           .buttons = {"Cancel", "Open Settings"},
+           .effect = PressEffect::doesNothing(),
+           .defaultButton = "Open Settings",
+           .cancelButton = "Cancel",
+           .actions = {"AXRaise", "AXConfirm", "AXCancel"}},
+          "Open Settings");
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(keysPosted(KeyCode::returnKey) + keysPosted(KeyCode::escape), 0U);
+  EXPECT_EQ(keysPosted(KeyCode::space), 2U);
+  EXPECT_EQ(trace().back(), "8.580 mouse up to desktop");
+  EXPECT_FALSE(desktop().pressed(prompt) == "Cancel");
+}
+
+// Each path alone may be the one that helps: nothing comes after it, and the click says so.
+TEST_F(ClickExecutorTest, StopsAtThePathThatHelps) {
+  const std::pair<int, double> pathsByPress[] = {{1, 150},  {2, 4500},  {3, 5910},  {4, 7320},  {5, 8570},
+                                                 {6, 9820}, {7, 11230}, {8, 12640}, {9, 13970}, {10, 15300}};
+  for (const auto& [helpful, milliseconds] : pathsByPress) {
+    ClickWorld other;
+    int count = 0;
+    other.approve(other.question(PressEffect::runs([&, n = helpful](auto& desktop, NodeHandle pressed) {
+      if (++count == n) desktop.close(*desktop.promptOf(pressed));
+    })));
+    EXPECT_EQ(other.click(), std::nullopt) << helpful;
+    EXPECT_EQ(other.rightPresses, helpful);
+    EXPECT_EQ(other.wrongPresses, Lines{});
+    EXPECT_EQ(std::llround(other.took.count() * 1000), std::llround(milliseconds)) << helpful;
+  }
+}
+
+// ---- Waiting
+
+TEST_F(ClickExecutorTest, APromptThatClosesLaterIsSeenAtTheNextMomentOfTheSchedule) {
+  const std::pair<double, double> closesAndEnds[] = {{149, 150},   {151, 500},   {200, 500},   {499, 500},
+                                                     {501, 1250},  {1000, 1250}, {1249, 1250}, {1251, 2500},
+                                                     {2499, 2500}, {2501, 4250}, {4000, 4250}, {4249, 4250}};
+  for (const auto& [closes, ends] : closesAndEnds) {
+    ClickWorld other;
+    other.approve(other.question(PressEffect::closesAfter(ms(closes))));
+    EXPECT_EQ(other.click(), std::nullopt);
+    EXPECT_EQ(other.took, ms(ends)) << closes;
+    EXPECT_EQ(other.rightPresses, 1) << closes;
+    EXPECT_TRUE(other.events.posted().empty());
+  }
+}
+
+TEST_F(ClickExecutorTest, APromptThatClosesAfterTheWaitIsGoneBeforeItIsPressedAgain) {
+  approve(question(PressEffect::closesAfter(ms(4251))));
+  EXPECT_EQ(click(), std::nullopt);
+  EXPECT_EQ(rightPresses, 1);
+  EXPECT_EQ(took, ms(4350)) << "while its window is prepared";
+}
+
+TEST_F(ClickExecutorTest, AsksAboutThePromptOnceBeforeAPressAndOnceAtEachMomentAfterIt) {
+  approve(question(PressEffect::closesAfter(ms(2600))));
+  EXPECT_EQ(click(), std::nullopt);
+  EXPECT_EQ(presenceChecks, 1 + 5);
+}
+
+TEST_F(ClickExecutorTest, ARefusedPressGoesStraightToTheNextPath) {
+  approve(question(PressEffect::fails(AXError::cannotComplete)));
+  clickAndTrace();
+  EXPECT_EQ(trace()[1], "0.000 AXFrontmost application");
+}
+
+// ---- A button that is not there any more
+
+TEST_F(ClickExecutorTest, AButtonThatDiedAndIsNowhereElseIsReported) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().close(button());
+  detectorSees = [] { return true; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(searches, 1);
+  EXPECT_EQ(took, Seconds::zero());
+}
+
+TEST_F(ClickExecutorTest, AButtonThatDiesOfThePressWhileThePromptStaysIsReported) {
+  approve(question(PressEffect::disappears()));
+  findsAgain = [] { return std::nullopt; };
+  detectorSees = [] { return true; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(took, ms(4250));
+}
+
+TEST_F(ClickExecutorTest, AButtonThatWasMadeAnewIsFoundAgainAndPressed) {
+  approve(question());
+  const auto spec = platform::simulated::ElementSpec{.role = "AXButton",
+                                                     .title = "Allow",
+                                                     .frame = desktop().frame(button()),
+                                                     .actions = {"AXPress"},
+                                                     .effects = {{"AXPress", noted(PressEffect::closes())}}};
+  const auto old = button();
+  desktop().addChild(prompt, spec);
+  desktop().close(old);
+  EXPECT_EQ(click(), std::nullopt);
+  EXPECT_EQ(searches, 1);
+  EXPECT_EQ(rightPresses, 1);
+  EXPECT_EQ(wrongPresses, Lines{});
+}
+
+TEST_F(ClickExecutorTest, AButtonOfAnotherLabelIsNotTheOneThatWasLost) {
+  approve(question());
+  const auto other = detector.resolveCurrentButton(*approval, "Always Allow");
+  detectorSees = [] { return true; };
+  findsAgain = [other] { return other; };
+  desktop().close(button());
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_TRUE(desktop().presses().empty());
+}
+
+TEST_F(ClickExecutorTest, AButtonThatGotAnotherLabelIsNotPressedAnyMore) {
+  approve(question());
+  desktop().setAttribute(button(), ax::kTitle, std::string{"Always Allow"});
+  detectorSees = [] { return true; };
+  findsAgain = [] { return std::nullopt; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_TRUE(desktop().presses().empty());
+}
+
+TEST_F(ClickExecutorTest, APromptThatWentBeforeAnythingWasDoneWasNotAnsweredHere) {
+  approve(question());
+  desktop().close(prompt);
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(searches, 0) << "there is nothing to look for";
+}
+
+TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptIsGoneIsAPressThatLanded) {
+  for (const auto error : {AXError::failure, AXError::cannotComplete, AXError::noValue}) {
+    ClickWorld other;
+    other.approve(other.question(PressEffect::failsButCloses(error)));
+    EXPECT_EQ(other.click(), std::nullopt);
+    EXPECT_EQ(other.rightPresses, 1);
+    EXPECT_EQ(other.searches, 0);
+    EXPECT_EQ(other.took, Seconds::zero());
+  }
+}
+
+TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptGoesWhileTheButtonIsLookedForIsAPressThatLanded) {
+  approve(question(
+      PressEffect::runs([](auto& desktop, NodeHandle pressed) { desktop.close(pressed); }, AXError::cannotComplete)));
+  bool isThere = true;
+  detectorSees = [&isThere] { return isThere; };
+  findsAgain = [&isThere]() -> std::optional<ResolvedDialogButton> {
+    isThere = false;
+    return std::nullopt;
+  };
+  EXPECT_EQ(click(), std::nullopt);
+}
+
+TEST_F(ClickExecutorTest, ARefusalBeyondDoubtIsNoPressThatLanded) {
+  approve(question());
+  desktop().setActions(button(), {});
+  bool wasRefused = false;
+  desktop().setRequestHook([this, &wasRefused](const AXRequest& request) {
+    if (wasRefused) desktop().close(prompt);  // By hand.
+    wasRefused = wasRefused || request.kind == AXRequestKind::performAction;
+  });
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+}
+
+TEST_F(ClickExecutorTest, AButtonThatOffersNoPressIsNotAskedForItAsTheWindowsOwn) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().setActions(button(), {"AXShowMenu"});
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(trace()[0], "0.000 AXPress Allow");
+  EXPECT_EQ(trace()[7], "0.100 AXFocused Allow");
+}
+
+TEST_F(ClickExecutorTest, APromptThatGoesDuringTheLastPathIsGone) {
+  auto dialog = question(PressEffect::doesNothing());
+  dialog.buttons = {"Cancel", "Open Settings"};
+  approve(dialog, "Open Settings");
+  int hitTests = 0;
+  detectorSees = [&hitTests] { return hitTests < 3; };
+  desktop().setHitTest([&hitTests](auto) {
+    ++hitTests;  // One for the press of what is hit, one for each delivery of the mouse.
+    return platform::AXResult<NodeHandle>{AXError::noValue};
+  });
+  EXPECT_EQ(click(), std::nullopt);
+  EXPECT_EQ(hitTests, 3);
+}
+
+// ---- Synthetic events
+
+TEST_F(ClickExecutorTest, WithoutAnEventTheAttemptEndsAndNothingIsPosted) {
+  // In their order: a space for the button and for the window's own, three of the mouse, Return.
+  for (const std::size_t failing : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U}) {
+    ClickWorld other;
+    other.approve(other.question(PressEffect::doesNothing()));
+    other.events.failCreation(failing);
+    EXPECT_EQ(other.click(), ClickError::unableToCreateEvent) << failing;
+    const std::size_t before = failing < 2 ? 0 : failing < 4 ? 2 : failing < 7 ? 4 : 10;
+    EXPECT_EQ(other.events.posted().size(), before) << failing << ": nothing of the path that failed";
+    EXPECT_TRUE(other.isPromptPresent());
+  }
+}
+
+TEST_F(ClickExecutorTest, MakesNoMoreEventsThanItNeeds) {
+  approve(question(PressEffect::doesNothing()));
+  click();
+  EXPECT_EQ(events.creations(), 2U + 2U + 3U + 2U) << "the second delivery posts the same events";
+}
+
+TEST_F(ClickExecutorTest, TheMousePressesAtTheCentreOfTheButton) {
+  approve(question(PressEffect::doesNothing()));
+  const auto frame = *desktop().frame(button());
+  click();
+  const platform::Point centre{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  const auto isThere = [&](const PostedEvent& event) { return !event.mouse || event.position == centre; };
+  EXPECT_TRUE(std::all_of(events.posted().begin(), events.posted().end(), isThere));
+}
+
+TEST_F(ClickExecutorTest, APromptThatComesUpUnderThePointerBeforeItGoesDownIsNotClicked) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().later(Seconds{10.95}, [this] { desktop().open(application, question()); });
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_EQ(wrongPresses, Lines{});
+  EXPECT_EQ(events.posted().back().mouse, MouseEventType::moved) << "which is where it went at 10.92 s";
+  EXPECT_EQ(took, ms(11000));
+}
+
+TEST_F(ClickExecutorTest, EventsThatGetLostAreNoHarm) {
+  approve(question(PressEffect::fails(AXError::failure)));
+  events.setLosesEvents(true);
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+}
+
+// ---- Stopping
+
+TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfBeingToldToStop) {
+  for (double at = 0; at < 16400; at += 113) {
+    ClickWorld other;
+    other.approve(other.question(PressEffect::doesNothing()));
+    const auto start = other.world.time().monotonicNow();
+    other.stopAt = platform::advanced(start, ms(at));
+    EXPECT_EQ(other.click(), ClickError::promptStillPresent);
+    EXPECT_GE(other.took, ms(at));
+    EXPECT_LE(other.took, ms(at + 100)) << at;
+    for (const auto& press : other.desktop().presses())
+      EXPECT_LT(press.at, *other.stopAt + std::chrono::milliseconds(81));
+    const auto& posted = other.events.posted();
+    const auto downs =
+        std::count_if(posted.begin(), posted.end(), [](const PostedEvent& event) { return event.isDown; });
+    const auto ups = std::count_if(posted.begin(), posted.end(), [](const PostedEvent& event) {
+      return !event.isDown && event.mouse != MouseEventType::moved;
+    });
+    EXPECT_EQ(downs, ups) << "nothing stays held down";
+  }
+}
+
+TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
+  approve(question());
+  stopAt = world.time().monotonicNow();
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(trace(), Lines{});
+}
+
+TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
+  approve(question());
+  detectorSees = [this] {
+    stopAt = world.time().monotonicNow();
+    return true;
+  };
+  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
+  EXPECT_EQ(trace(), Lines{});
+}
+
+// ---- Hung applications
+
+TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
+  approve(question());
+  desktop().hang(application, platform::simulated::LateActions::performedOnUnhang);
+  findsAgain = [] { return std::nullopt; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_LT(took, Seconds{2});
+  desktop().unhang(application);
+  world.advance(Seconds{1});
+  EXPECT_TRUE(desktop().presses().empty()) << "nothing was asked of it that it could do late";
+}
+
+TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
+  approve(question());
+  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if nobody had.
+  world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
+  detectorSees = [] { return true; };
+  findsAgain = [] { return std::nullopt; };
+  desktop().hang(application);
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(took, ms(400)) << "one look before the press, one for whether it died";
+}
+
+TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) {
+  approve(question(PressEffect::fails(AXError::failure)));
+  const auto other = desktop().launch({.name = "Other"});
+  const auto above = desktop().open(other, question());
+  detectorSees = [] { return true; };
+  desktop().setRequestHook([&](const AXRequest& request) {
+    if (request.name != ax::kRaiseAction) return;
+    desktop().hang(other);
+    world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
+    desktop().later(Seconds{0.05}, [&] { desktop().raise(above); });
+  });
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_LT(took, Seconds{12});
+  EXPECT_TRUE(std::none_of(events.posted().begin(), events.posted().end(),
+                           [](const PostedEvent& event) { return event.mouse.has_value(); }));
+  EXPECT_FALSE(desktop().pressed(above).has_value());
+}
+
+TEST_F(ClickExecutorTest, APressThatASlowApplicationTakesLateIsNotRepeated) {
+  approve(question());
+  desktop().setRequestHook([this](const AXRequest& request) {
+    desktop().slow(application, request.kind == AXRequestKind::performAction ? ms(250) : ms(0));
+  });
+  EXPECT_EQ(click(), std::nullopt);
+  EXPECT_EQ(rightPresses, 1);
+  EXPECT_EQ(wrongPresses, Lines{});
+}
+
+}  // namespace
+}  // namespace quillard

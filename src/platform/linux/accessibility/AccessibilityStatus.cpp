@@ -1,0 +1,57 @@
+#include "platform/linux/accessibility/AccessibilityStatus.h"
+
+#include <utility>
+
+#include "platform/linux/accessibility/Interfaces.h"
+
+namespace quillard::atspi {
+namespace {
+
+constexpr std::chrono::seconds kTimeout{1};
+// Starting the service takes a moment.
+constexpr std::chrono::seconds kStartTimeout{5};
+
+ObjectName launcher() { return {names::kLauncher, names::kLauncherPath}; }
+
+}  // namespace
+
+AccessibilityStatus::AccessibilityStatus(std::optional<std::string> sessionBusAddress, AccessibilityCounters& counters)
+    : session([address = std::move(sessionBusAddress)] { return address; }), counters(counters) {}
+
+void AccessibilityStatus::ask(BusCall call, const BusRequests::OnReply& onReply) {
+  const auto connection = session.borrow();
+  if (!connection) return;
+  const auto timeout = call.startsService ? kStartTimeout : kTimeout;
+  BusRequests requests{**connection, counters};
+  requests.send(std::move(call), timeout, onReply);
+  requests.settle();
+}
+
+std::optional<bool> AccessibilityStatus::isEnabled() {
+  std::optional<bool> enabled;
+  auto call = propertyCall(launcher(), names::kStatus, "IsEnabled");
+  call.startsService = false;
+  ask(std::move(call), [&](const BusReply& reply) { enabled = reply.readBooleanProperty(); });
+  return enabled;
+}
+
+bool AccessibilityStatus::enable() {
+  bool isDone = false;
+  ask({.target = launcher(),
+       .interface = "org.freedesktop.DBus.Properties",
+       .member = "Set",
+       .arguments = {std::string(names::kStatus), std::string("IsEnabled"), true},
+       .wrapsLastArgument = true},
+      [&](const BusReply& reply) { isDone = reply.outcome() == CallOutcome::answered; });
+  return isDone;
+}
+
+std::optional<std::string> AccessibilityStatus::busAddress() {
+  std::optional<std::string> address;
+  ask({.target = launcher(), .interface = names::kLauncher, .member = "GetAddress", .startsService = false},
+      [&](const BusReply& reply) { address = reply.readText(); });
+  if (address && address->empty()) return std::nullopt;
+  return address;
+}
+
+}  // namespace quillard::atspi

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace quillard::atspi {
+
+enum class SwitchOnOutcome {
+  wasOn,
+  // Programs that look at the switch only when they start (Qt's do) stay unseen until they are started anew.
+  switchedOn,
+  failed,
+};
+
+// The desktop's own switch for accessibility. Waits for the bus: not for a thread that must stay responsive.
+class AccessibilitySwitch {
+ public:
+  virtual ~AccessibilitySwitch() = default;
+
+  virtual SwitchOnOutcome switchOn() = 0;
+
+  // The processes that have windows on the X server, but are not on the accessibility bus: their prompts cannot be
+  // seen. In the order of their windows, from the bottom; this process is left out.
+  [[nodiscard]] virtual std::vector<std::int32_t> unseenProcesses() = 0;
+};
+
+}  // namespace quillard::atspi

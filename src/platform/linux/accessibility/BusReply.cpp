@@ -1,0 +1,110 @@
+#include "platform/linux/accessibility/BusReply.h"
+
+#include <cstring>
+#include <string_view>
+
+namespace quillard::atspi {
+namespace {
+
+std::optional<std::string> nextText(sd_bus_message* message) {
+  const char* text = nullptr;
+  if (sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, static_cast<void*>(&text)) <= 0 || !text) {
+    return std::nullopt;
+  }
+  const std::string_view view{text};
+  if (view.size() > BusReply::kLongestText) return std::nullopt;
+  return std::string(view);
+}
+
+// An object reference; absent at the end of a list, and when it is no reference.
+std::optional<ObjectName> nextObject(sd_bus_message* message) {
+  if (sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, "so") <= 0) return std::nullopt;
+  const char* bus = nullptr;
+  const char* path = nullptr;
+  if (sd_bus_message_read(message, "so", &bus, &path) <= 0) return std::nullopt;
+  if (sd_bus_message_exit_container(message) < 0) return std::nullopt;
+  return ObjectName{bus, path};
+}
+
+template <class T>
+std::optional<T> nextNumber(sd_bus_message* message, char type) {
+  T value{};
+  if (sd_bus_message_read_basic(message, type, &value) <= 0) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> BusReply::readUnsigned() const {
+  return message ? nextNumber<std::uint32_t>(message, SD_BUS_TYPE_UINT32) : std::nullopt;
+}
+
+std::optional<bool> BusReply::readBoolean() const {
+  const auto value = message ? nextNumber<int>(message, SD_BUS_TYPE_BOOLEAN) : std::nullopt;
+  return value ? std::optional{*value != 0} : std::nullopt;
+}
+
+std::optional<std::string> BusReply::readText() const { return message ? nextText(message) : std::nullopt; }
+
+std::optional<ObjectName> BusReply::readObject() const { return message ? nextObject(message) : std::nullopt; }
+
+std::optional<ObjectList> BusReply::readObjects(std::size_t most) const {
+  if (!message || sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "(so)") <= 0) return std::nullopt;
+  ObjectList list;
+  while (auto object = nextObject(message)) {
+    ++list.total;
+    list.objects.push_back(*std::move(object));
+    // Half a list at a time, so that a long one is not moved for each of its objects.
+    if (list.objects.size() > 2 * most) {
+      list.objects.erase(list.objects.begin(), list.objects.end() - static_cast<std::ptrdiff_t>(most));
+    }
+  }
+  if (list.objects.size() > most) {
+    list.objects.erase(list.objects.begin(), list.objects.end() - static_cast<std::ptrdiff_t>(most));
+  }
+  return list;
+}
+
+std::optional<std::uint64_t> BusReply::readStates() const {
+  if (!message) return std::nullopt;
+  const void* words = nullptr;
+  std::size_t size = 0;
+  if (sd_bus_message_read_array(message, SD_BUS_TYPE_UINT32, &words, &size) < 0) return std::nullopt;
+  std::uint64_t states = 0;
+  for (std::size_t i = 0; i < 2 && (i + 1) * sizeof(std::uint32_t) <= size; ++i) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, static_cast<const char*>(words) + i * sizeof word, sizeof word);
+    states |= static_cast<std::uint64_t>(word) << (32 * i);
+  }
+  return states;
+}
+
+std::optional<platform::Rect> BusReply::readExtents() const {
+  std::int32_t x = 0;
+  std::int32_t y = 0;
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  if (!message || sd_bus_message_read(message, "(iiii)", &x, &y, &width, &height) <= 0) return std::nullopt;
+  return platform::Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
+                        static_cast<double>(height)};
+}
+
+bool BusReply::enterProperty(const char* contents) const {
+  return message && sd_bus_message_enter_container(message, SD_BUS_TYPE_VARIANT, contents) > 0;
+}
+
+std::optional<std::string> BusReply::readTextProperty() const {
+  return enterProperty("s") ? nextText(message) : std::nullopt;
+}
+
+std::optional<std::int32_t> BusReply::readIntegerProperty() const {
+  return enterProperty("i") ? nextNumber<std::int32_t>(message, SD_BUS_TYPE_INT32) : std::nullopt;
+}
+
+std::optional<bool> BusReply::readBooleanProperty() const { return enterProperty("b") ? readBoolean() : std::nullopt; }
+
+std::optional<ObjectName> BusReply::readObjectProperty() const {
+  return enterProperty("(so)") ? nextObject(message) : std::nullopt;
+}
+
+}  // namespace quillard::atspi

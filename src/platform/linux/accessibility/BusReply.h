@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <systemd/sd-bus.h>
+
+#include "platform/Geometry.h"
+#include "platform/linux/accessibility/ObjectName.h"
+
+namespace quillard::atspi {
+
+// What became of a call. `gone`: the program, or its name, has left the bus. `refused`: it answered with an error, or
+// the call could not be sent.
+enum class CallOutcome { answered, timedOut, gone, refused };
+
+// The objects that a program listed. Of a longer list than was asked for, the last ones.
+struct ObjectList {
+  std::vector<ObjectName> objects;
+  std::size_t total = 0;
+};
+
+// A program's answer, which may be anything: every reader gives nothing when the answer is of another type, and after a
+// call that was not answered. Each reply is read once, by one reader.
+class BusReply {
+ public:
+  // Texts longer than this read as nothing.
+  static constexpr std::size_t kLongestText = 64 * std::size_t{1024};
+
+  // `message`: borrowed, for as long as this object lives; null unless answered.
+  BusReply(CallOutcome outcome, sd_bus_message* message) : result(outcome), message(message) {}
+
+  [[nodiscard]] CallOutcome outcome() const { return result; }
+
+  [[nodiscard]] std::optional<std::uint32_t> readUnsigned() const;
+  [[nodiscard]] std::optional<bool> readBoolean() const;
+  [[nodiscard]] std::optional<std::string> readText() const;
+  [[nodiscard]] std::optional<ObjectName> readObject() const;
+  [[nodiscard]] std::optional<ObjectList> readObjects(std::size_t most) const;
+  // A set of state numbers, as bits.
+  [[nodiscard]] std::optional<std::uint64_t> readStates() const;
+  [[nodiscard]] std::optional<platform::Rect> readExtents() const;
+
+  // The same for the answers of properties, which come wrapped.
+  [[nodiscard]] std::optional<std::string> readTextProperty() const;
+  [[nodiscard]] std::optional<std::int32_t> readIntegerProperty() const;
+  [[nodiscard]] std::optional<bool> readBooleanProperty() const;
+  [[nodiscard]] std::optional<ObjectName> readObjectProperty() const;
+
+ private:
+  [[nodiscard]] bool enterProperty(const char* contents) const;
+
+  CallOutcome result;
+  sd_bus_message* message;
+};
+
+}  // namespace quillard::atspi

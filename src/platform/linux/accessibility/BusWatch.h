@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/accessibility/BusConnection.h"
+
+namespace quillard::atspi {
+
+// Listens for some signals of one bus, on a thread of its own. When the bus goes, it is looked for again every 5 s.
+class BusWatch {
+ public:
+  using FindAddress = std::function<std::optional<std::string>()>;
+
+  // `findAddress` is asked for every new connection; `onNews` is called after each signal that one of the match rules
+  // lets through, and whenever the bus came back or went. Both on the thread of this object, until its destructor
+  // returns. Without rules nothing is ever told.
+  BusWatch(FindAddress findAddress, std::vector<std::string> matchRules, std::function<void()> onNews);
+  BusWatch(const BusWatch&) = delete;
+  BusWatch& operator=(const BusWatch&) = delete;
+  ~BusWatch();
+
+ private:
+  void run();
+  [[nodiscard]] std::unique_ptr<BusConnection> connect();
+  // Until the connection breaks, or the end is near.
+  void listen(BusConnection& connection);
+  // False: time to end.
+  [[nodiscard]] bool pause(int milliseconds, int otherFile, short otherEvents) const;
+  static int onSignal(sd_bus_message*, void* watch, sd_bus_error*);
+
+  const FindAddress findAddress;
+  const std::vector<std::string> matchRules;
+  const std::function<void()> onNews;
+  const int wakeFile;  // Becomes readable when it is time to end.
+  std::thread thread;
+};
+
+}  // namespace quillard::atspi

@@ -1,0 +1,268 @@
+#include "platform/linux/accessibility/DesktopReading.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/Mapping.h"
+#include "platform/linux/accessibility/WindowMatching.h"
+
+namespace quillard::atspi {
+namespace {
+
+// As many programs as one desktop may have.
+constexpr std::size_t kMostPrograms = 4096;
+
+bool hasToolkit(const ProgramNode& program) { return program.toolkitProgress == Progress::known; }
+
+std::vector<x11::Window> windowsOf(const x11::WindowsSnapshot& snapshot, std::int32_t processIdentifier) {
+  std::vector<x11::Window> owned;
+  for (const auto& window : snapshot.windows) {
+    if (window.processIdentifier == processIdentifier) owned.push_back(window);
+  }
+  return owned;
+}
+
+AccessibleWindow described(const Node& node) {
+  const Toolkit toolkit = node.program->toolkit;
+  return {.name = mapping::nameOf(node.record, toolkit),
+          .isShowing = toolkit == Toolkit::gtk4 || node.record.is(State::showing),
+          .extents = node.record.extents,
+          .tellsPlace = toolkit != Toolkit::gtk4};
+}
+
+}  // namespace
+
+bool ProcessWindows::contains(const Node& window) const {
+  return std::find(present.begin(), present.end(), &window) != present.end();
+}
+
+const x11::Window* ProcessWindows::xWindow(const Node* window) const {
+  const auto found = xWindows.find(window);
+  return found == xWindows.end() ? nullptr : found->second;
+}
+
+Node* ProcessWindows::sheetParent(const Node& window) const {
+  const auto found = sheetParents.find(&window);
+  return found == sheetParents.end() ? nullptr : found->second;
+}
+
+Node* ProcessWindows::sheetOf(const Node& window) const {
+  for (Node* candidate : present) {
+    if (sheetParent(*candidate) == &window) return candidate;
+  }
+  return nullptr;
+}
+
+DesktopReading::DesktopReading(BusConnections::Loan connection, const ReadingSurroundings& surroundings)
+    : surroundings(surroundings),
+      connection(std::move(connection)),
+      requests(*this->connection, surroundings.counters),
+      trees(requests, tree, [this](const ProgramNode& program) { return timeoutOf(program.processIdentifier); }) {}
+
+DesktopReading::~DesktopReading() { rememberPrograms(); }
+
+const std::vector<std::int32_t>& DesktopReading::processIdentifiers() {
+  listPrograms();
+  return processes;
+}
+
+std::vector<ProgramNode*> DesktopReading::programs(std::int32_t processIdentifier) {
+  if (processIdentifier == surroundings.ownProcessIdentifier) return {};
+  listPrograms();
+  const auto found = programsByProcess.find(processIdentifier);
+  return found == programsByProcess.end() ? std::vector<ProgramNode*>{} : found->second;
+}
+
+void DesktopReading::listPrograms() {
+  if (std::exchange(areProgramsListed, true)) return;
+  std::vector<ObjectName> roots;
+  requests.send(
+      {.target = {names::kRegistry, names::kRootPath}, .interface = names::kAccessible, .member = "GetChildren"},
+      surroundings.timeouts.ofDesktop(), [&](const BusReply& reply) {
+        if (auto list = reply.readObjects(kMostPrograms)) roots = std::move(list->objects);
+      });
+  requests.settle();
+  std::unordered_set<std::string> buses;
+  std::erase_if(roots, [&](const ObjectName& root) { return root.bus.empty() || !buses.insert(root.bus).second; });
+  surroundings.knownPrograms.retain(busIdentity(), buses);
+  identify(roots);
+}
+
+void DesktopReading::identify(const std::vector<ObjectName>& roots) {
+  std::vector<std::optional<KnownProgram>> known(roots.size());
+  for (std::size_t i = 0; i < roots.size(); ++i) {
+    known[i] = surroundings.knownPrograms.find(busIdentity(), roots[i].bus);
+    if (known[i]) continue;
+    requests.send({.target = {names::kBus, names::kBusPath},
+                   .interface = names::kBus,
+                   .member = "GetConnectionUnixProcessID",
+                   .arguments = {roots[i].bus}},
+                  surroundings.timeouts.ofDesktop(), [&, i](const BusReply& reply) {
+                    const auto process = reply.readUnsigned();
+                    if (!process) return;
+                    known[i] = KnownProgram{.processIdentifier = static_cast<std::int32_t>(*process),
+                                            .rootPath = roots[i].path};
+                  });
+  }
+  requests.settle();
+  for (std::size_t i = 0; i < roots.size(); ++i) {
+    if (!known[i]) continue;
+    ProgramNode& program = addProgram(roots[i].bus, *known[i]);
+    auto& ofProcess = programsByProcess[program.processIdentifier];
+    if (ofProcess.empty()) processes.push_back(program.processIdentifier);
+    ofProcess.push_back(&program);
+  }
+}
+
+ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgram& known) {
+  auto& slot = programsByBus[bus];
+  if (slot) return *slot;
+  slot = &tree.program(bus, known.processIdentifier, known.rootPath);
+  slot->hasLargeContainers = known.hasLargeContainers;
+  if (known.isToolkitKnown) {
+    slot->toolkitProgress = Progress::known;
+    slot->toolkitName = known.toolkitName;
+    slot->toolkitVersion = known.toolkitVersion;
+    slot->toolkit = mapping::toolkitOf(known.toolkitName, known.toolkitVersion);
+  }
+  return *slot;
+}
+
+void DesktopReading::rememberPrograms() {
+  for (const auto& [bus, program] : programsByBus) {
+    const bool isAnswering = !requests.hasMissedTimeout(bus) && !requests.hasGone(bus);
+    surroundings.knownPrograms.remember(
+        busIdentity(), bus,
+        {.processIdentifier = program->processIdentifier,
+         .rootPath = program->root->name.path,
+         .isToolkitKnown = hasToolkit(*program) && isAnswering && !program->toolkitName.empty(),
+         .toolkitName = program->toolkitName,
+         .toolkitVersion = program->toolkitVersion,
+         .hasLargeContainers = program->hasLargeContainers});
+  }
+}
+
+Node* DesktopReading::node(const ElementReference& reference) {
+  if (reference.busIdentity != busIdentity()) return nullptr;
+  const auto known = surroundings.knownPrograms.find(busIdentity(), reference.name.bus);
+  ProgramNode& program = addProgram(
+      reference.name.bus,
+      known.value_or(KnownProgram{.processIdentifier = reference.processIdentifier, .rootPath = names::kRootPath}));
+  return &tree.node(program, reference.name.path, reference.windowPath);
+}
+
+Node* DesktopReading::parent(Node& node) {
+  if (node.parent) return node.parent;
+  std::optional<ObjectName> name;
+  requests.send(propertyCall(node.name, names::kAccessible, "Parent"), timeoutOf(node.program->processIdentifier),
+                [&](const BusReply& reply) { name = reply.readObjectProperty(); });
+  requests.settle();
+  if (!name || name->bus != node.program->bus || name->path == names::kNullPath || *name == node.name) return nullptr;
+  if (name->path == node.program->root->name.path) return node.program->root;
+  return &tree.node(*node.program, name->path, node.window ? node.window->name.path : "");
+}
+
+void DesktopReading::prepare(const std::vector<std::int32_t>& processIdentifiers, int descendantsPerWindow) {
+  std::vector<FetchGoal> goals;
+  for (const auto process : processIdentifiers) {
+    for (ProgramNode* program : programs(process)) {
+      goals.push_back({.node = program->root, .descendants = descendantsPerWindow});
+    }
+  }
+  fetch(goals);
+}
+
+const ProcessWindows& DesktopReading::windows(std::int32_t processIdentifier) {
+  const auto found = windowsByProcess.find(processIdentifier);
+  if (found != windowsByProcess.end()) return found->second;
+  return windowsByProcess.emplace(processIdentifier, findWindows(processIdentifier)).first->second;
+}
+
+ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
+  std::vector<FetchGoal> goals;
+  for (ProgramNode* program : programs(processIdentifier)) goals.push_back({.node = program->root});
+  fetch(goals);
+  std::vector<Node*> candidates;
+  for (const auto& goal : goals) {
+    for (Node* window : goal.node->list) {
+      const bool isWindow = !window->isUnreadable && mapping::isWindowRole(window->record.role);
+      if (isWindow && !window->record.is(State::defunct)) candidates.push_back(window);
+    }
+  }
+  std::vector<AccessibleWindow> accessible;
+  for (const Node* candidate : candidates) accessible.push_back(described(*candidate));
+  const auto owned = windowsOf(xWindows(), processIdentifier);
+  const auto matches = matchWindows(accessible, owned);
+
+  ProcessWindows found;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    const x11::Window* window = nullptr;
+    if (matches[i]) {
+      window = &*std::find_if(snapshot->windows.begin(), snapshot->windows.end(),
+                              [&](const x11::Window& known) { return known.id == owned[*matches[i]].id; });
+      found.xWindows.emplace(candidates[i], window);
+    }
+    const auto& record = candidates[i]->record;
+    if (mapping::isPresentWindow(record, candidates[i]->program->toolkit, window, !owned.empty())) {
+      found.present.push_back(candidates[i]);
+    }
+  }
+  findSheets(found);
+  return found;
+}
+
+// A sheet is a modal dialog that belongs to an ordinary window of the same process: it is then the last child of that
+// window, where it is met first. A window has one sheet, the uppermost; a dialog has none, since the two would be read
+// as one prompt. Whatever else is modal stays a window.
+void DesktopReading::findSheets(ProcessWindows& found) {
+  std::unordered_map<x11::WindowID, Node*> ordinary;
+  for (Node* node : found.present) {
+    const auto* window = found.xWindow(node);
+    if (window && !window->isHidden && !mapping::isDialogWindow(node->record, window)) ordinary[window->id] = node;
+  }
+  std::unordered_map<Node*, Node*> sheets;
+  for (const auto& above : xWindows().windows) {  // Bottom to top, so the uppermost comes last.
+    if (!above.transientFor || above.isHidden || !ordinary.contains(*above.transientFor)) continue;
+    for (Node* node : found.present) {
+      if (found.xWindow(node) != &above) continue;
+      const bool isSheet = mapping::isDialogRole(node->record.role) && mapping::isModal(node->record, &above);
+      if (isSheet) sheets[ordinary[*above.transientFor]] = node;
+    }
+  }
+  for (const auto& [parent, sheet] : sheets) found.sheetParents.emplace(sheet, parent);
+}
+
+bool DesktopReading::hasMissedTimeout(std::int32_t processIdentifier) const {
+  return std::any_of(programsByBus.begin(), programsByBus.end(), [&](const auto& entry) {
+    return entry.second->processIdentifier == processIdentifier && requests.hasMissedTimeout(entry.first);
+  });
+}
+
+bool DesktopReading::hasLostRegistry() const { return requests.hasMissedTimeout(names::kRegistry); }
+
+const x11::WindowsSnapshot& DesktopReading::xWindows() {
+  if (!snapshot) snapshot = surroundings.windows.snapshot();
+  return *snapshot;
+}
+
+platform::AXUIElement DesktopReading::element(const Node& node) const {
+  if (&node == node.program->root) return ElementReference::application(node.program->processIdentifier);
+  return ElementReference::object(node.name, node.window ? node.window->name.path : "", busIdentity(),
+                                  node.program->processIdentifier);
+}
+
+std::vector<Node*> walkOffered(const Node& root, int limit) {
+  std::vector<Node*> met;
+  std::vector<Node*> stack = offeredChildren(root);
+  while (!stack.empty() && static_cast<int>(met.size()) < limit) {
+    Node* const node = stack.back();
+    stack.pop_back();
+    met.push_back(node);
+    const auto inner = offeredChildren(*node);
+    stack.insert(stack.end(), inner.begin(), inner.end());
+  }
+  return met;
+}
+
+}  // namespace quillard::atspi

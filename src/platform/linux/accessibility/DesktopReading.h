@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/linux/accessibility/AccessibilityCounters.h"
+#include "platform/linux/accessibility/BusConnections.h"
+#include "platform/linux/accessibility/BusRequests.h"
+#include "platform/linux/accessibility/ElementReference.h"
+#include "platform/linux/accessibility/KnownPrograms.h"
+#include "platform/linux/accessibility/MessagingTimeouts.h"
+#include "platform/linux/accessibility/TreeFetch.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::atspi {
+
+// What every reading is made over. All of it outlives the reading.
+struct ReadingSurroundings {
+  x11::Windows& windows;
+  KnownPrograms& knownPrograms;
+  const MessagingTimeouts& timeouts;
+  AccessibilityCounters& counters;
+  // Never asked anything: it may be waiting for the very thread that reads.
+  std::int32_t ownProcessIdentifier = 0;
+};
+
+// The windows of a process, as the bus and the X server know them together.
+struct ProcessWindows {
+  std::vector<Node*> present;                                    // In their programs' order, sheets included.
+  std::unordered_map<const Node*, const x11::Window*> xWindows;  // Those that have one.
+  std::unordered_map<const Node*, Node*> sheetParents;           // Of sheets: the window that they belong to.
+
+  [[nodiscard]] bool contains(const Node& window) const;
+  [[nodiscard]] const x11::Window* xWindow(const Node* window) const;
+  [[nodiscard]] Node* sheetParent(const Node& window) const;
+  [[nodiscard]] Node* sheetOf(const Node& window) const;
+};
+
+// What has been read of the desktop since this object was made: programs, windows and objects from the accessibility
+// bus, and one look at the X server's windows. Each thing is asked once; what is missing is asked when it is needed.
+// One thread at a time.
+class DesktopReading {
+ public:
+  DesktopReading(BusConnections::Loan connection, const ReadingSurroundings& surroundings);
+  ~DesktopReading();
+  DesktopReading(const DesktopReading&) = delete;
+  DesktopReading& operator=(const DesktopReading&) = delete;
+
+  [[nodiscard]] const std::string& busIdentity() const { return connection->busIdentity(); }
+
+  // Those registered, each once, in the registry's order.
+  [[nodiscard]] const std::vector<std::int32_t>& processIdentifiers();
+  // Empty: the process is not on the bus, or is this one.
+  [[nodiscard]] std::vector<ProgramNode*> programs(std::int32_t processIdentifier);
+  [[nodiscard]] const ProcessWindows& windows(std::int32_t processIdentifier);
+  // Reads the windows of all these processes side by side, so many descendants of each.
+  void prepare(const std::vector<std::int32_t>& processIdentifiers, int descendantsPerWindow);
+  // Null: it cannot exist any more, since its bus has gone.
+  [[nodiscard]] Node* node(const ElementReference& reference);
+  // The object that `node` says it lies in, for one that was not met from above. Null: it says none.
+  [[nodiscard]] Node* parent(Node& node);
+
+  void fetch(const std::vector<FetchGoal>& goals) { trees.fetch(goals); }
+
+  [[nodiscard]] bool hasMissedTimeout(std::int32_t processIdentifier) const;
+  // Whether the list of programs did not come in time: who is missing from it may be there.
+  [[nodiscard]] bool hasLostRegistry() const;
+  [[nodiscard]] const x11::WindowsSnapshot& xWindows();
+  [[nodiscard]] bool hasXServer() const { return surroundings.windows.isAvailable(); }
+
+  // For requests that are no reads of trees.
+  [[nodiscard]] BusRequests& direct() { return requests; }
+  [[nodiscard]] std::chrono::microseconds timeoutOf(std::int32_t processIdentifier) const {
+    return surroundings.timeouts.of(processIdentifier);
+  }
+
+  // The handle of an object that was met here.
+  [[nodiscard]] platform::AXUIElement element(const Node& node) const;
+
+ private:
+  void listPrograms();
+  void identify(const std::vector<ObjectName>& roots);
+  ProgramNode& addProgram(const std::string& bus, const KnownProgram& known);
+  void rememberPrograms();
+  [[nodiscard]] ProcessWindows findWindows(std::int32_t processIdentifier);
+  void findSheets(ProcessWindows& found);
+
+  const ReadingSurroundings surroundings;
+  const BusConnections::Loan connection;
+  NodeTree tree;
+  BusRequests requests;
+  TreeFetch trees;
+  bool areProgramsListed = false;
+  std::vector<std::int32_t> processes;
+  std::unordered_map<std::int32_t, std::vector<ProgramNode*>> programsByProcess;
+  std::unordered_map<std::string, ProgramNode*> programsByBus;
+  std::unordered_map<std::int32_t, ProcessWindows> windowsByProcess;
+  std::optional<x11::WindowsSnapshot> snapshot;
+};
+
+// Up to `limit` descendants that are elements, in the order of the walk, as far as they have been read.
+[[nodiscard]] std::vector<Node*> walkOffered(const Node& root, int limit);
+
+}  // namespace quillard::atspi

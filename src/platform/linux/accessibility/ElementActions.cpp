@@ -1,0 +1,175 @@
+#include "platform/linux/accessibility/ElementActions.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/WindowMatching.h"
+
+namespace quillard::atspi {
+
+using platform::AXError;
+using platform::AXResult;
+using platform::AXUIElement;
+using platform::AXValue;
+using platform::Point;
+using Kind = ElementReference::Kind;
+namespace ax = platform::ax;
+
+namespace {
+
+bool isTrue(const AXValue& value) {
+  const auto* flag = std::get_if<bool>(&value);
+  return flag && *flag;
+}
+
+bool covers(const x11::Window& window, Point point) {
+  const auto bounds = visibleBounds(window);
+  return point.x >= bounds.x && point.y >= bounds.y && point.x < bounds.x + bounds.width &&
+         point.y < bounds.y + bounds.height;
+}
+
+}  // namespace
+
+AXResult<Node*> ElementActions::living(const ElementReference& reference) {
+  Node* const node = reading.node(reference);
+  if (!node) return AXError::invalidUIElement;
+  const auto role = answers.role(*node);
+  if (reading.hasMissedTimeout(reference.processIdentifier)) return AXError::cannotComplete;
+  if (!role.hasValue()) return role.error();
+  return node;
+}
+
+AXError ElementActions::perform(const AXUIElement& element, std::string_view action) {
+  const auto* reference = ElementReference::of(element);
+  if (!reference) return AXError::invalidUIElement;
+  if (reference->kind != Kind::object) return AXError::actionUnsupported;
+  const auto node = living(*reference);
+  if (!node.hasValue()) return node.error();
+  const bool isWindow = answers.isWindowLike(*node.value());
+  if (action == ax::kRaiseAction && isWindow) return bringForward(answers.xWindow(*node.value()), true);
+  if (action == ax::kPressAction && !isWindow) return press(*node.value());
+  return AXError::actionUnsupported;
+}
+
+AXError ElementActions::press(Node& node) {
+  const auto number = answers.pressAction(node);
+  if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
+  if (!number) return AXError::actionUnsupported;
+  return askYesOrNo(node,
+                    {.target = node.name, .interface = names::kAction, .member = "DoAction", .arguments = {*number}});
+}
+
+AXError ElementActions::grabFocus(Node& node) {
+  return askYesOrNo(node, {.target = node.name, .interface = names::kComponent, .member = "GrabFocus"});
+}
+
+AXError ElementActions::askYesOrNo(const Node& node, BusCall call) {
+  AXError error = AXError::failure;
+  auto& requests = reading.direct();
+  requests.send(std::move(call), reading.timeoutOf(node.program->processIdentifier), [&](const BusReply& reply) {
+    switch (reply.outcome()) {
+      case CallOutcome::answered:
+        error = reply.readBoolean().value_or(false) ? AXError::success : AXError::failure;
+        return;
+      case CallOutcome::timedOut:
+      case CallOutcome::gone:  // It may have acted, and gone for that.
+        error = AXError::cannotComplete;
+        return;
+      case CallOutcome::refused:
+        error = AXError::failure;
+        return;
+    }
+  });
+  requests.settle();
+  return error;
+}
+
+AXError ElementActions::bringForward(const x11::Window* window, bool always) {
+  if (!window) return AXError::actionUnsupported;
+  const bool isForward = !window->isHidden && reading.xWindows().active == window->id;
+  if (isForward && !always) return AXError::success;
+  return windows.activate(window->id) ? AXError::success : AXError::cannotComplete;
+}
+
+AXError ElementActions::set(const AXUIElement& element, std::string_view name, const AXValue& value) {
+  const auto* reference = ElementReference::of(element);
+  if (!reference) return AXError::invalidUIElement;
+  if (reference->kind == Kind::systemWide) return AXError::attributeUnsupported;
+  if (reference->kind == Kind::application) return setOfApplication(reference->processIdentifier, name, value);
+  const auto node = living(*reference);
+  if (!node.hasValue()) return node.error();
+  if (answers.isWindowLike(*node.value())) return setOfWindow(*node.value(), name, value);
+  if (name != ax::kFocused) return AXError::attributeUnsupported;
+  return isTrue(value) ? grabFocus(*node.value()) : AXError::illegalArgument;
+}
+
+AXError ElementActions::setOfApplication(std::int32_t process, std::string_view name, const AXValue& value) {
+  const auto& own = reading.windows(process);
+  if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  if (name == ax::kFocusedWindow) {
+    const auto* element = std::get_if<AXUIElement>(&value);
+    const auto* reference = element ? ElementReference::of(*element) : nullptr;
+    if (!reference || reference->kind != Kind::object || reference->processIdentifier != process) {
+      return AXError::illegalArgument;
+    }
+    Node* const node = reading.node(*reference);
+    return node ? bringForward(answers.xWindow(*node), false) : AXError::invalidUIElement;
+  }
+  if (name != ax::kFrontmost) return AXError::attributeUnsupported;
+  if (!isTrue(value)) return AXError::illegalArgument;
+  const auto& desktop = reading.xWindows();
+  const x11::Window* uppermost = nullptr;
+  for (const auto& window : desktop.windows) {
+    const bool isOwn = std::any_of(own.xWindows.begin(), own.xWindows.end(),
+                                   [&](const auto& entry) { return entry.second == &window; });
+    if (!isOwn) continue;
+    if (desktop.active == window.id) return AXError::success;
+    if (!uppermost || !window.isHidden || uppermost->isHidden) uppermost = &window;
+  }
+  return bringForward(uppermost, false);
+}
+
+AXError ElementActions::setOfWindow(Node& window, std::string_view name, const AXValue& value) {
+  const x11::Window* const outer = answers.xWindow(window);
+  if (name == ax::kMinimized) {
+    if (!std::holds_alternative<bool>(value)) return AXError::illegalArgument;
+    if (isTrue(value)) return AXError::attributeUnsupported;  // The agent never puts a window away.
+    if (!outer) return AXError::cannotComplete;
+    return outer->isHidden ? bringForward(outer, true) : AXError::success;
+  }
+  if (name != ax::kMain && name != ax::kFocused) return AXError::attributeUnsupported;
+  return isTrue(value) ? bringForward(outer, false) : AXError::illegalArgument;
+}
+
+const x11::Window* ElementActions::topmostAt(Point point) {
+  const auto& desktop = reading.xWindows();
+  const auto isThere = [&](const x11::Window& window) {
+    const bool isOnDesktop = !window.desktop || !desktop.currentDesktop || window.desktop == desktop.currentDesktop;
+    return window.isMapped && !window.isHidden && isOnDesktop && covers(window, point);
+  };
+  const auto top = std::find_if(desktop.windows.rbegin(), desktop.windows.rend(), isThere);
+  return top == desktop.windows.rend() ? nullptr : &*top;
+}
+
+AXResult<AXUIElement> ElementActions::elementAt(const AXUIElement& within, Point point) {
+  const auto* reference = ElementReference::of(within);
+  if (!reference) return AXError::invalidUIElement;
+  if (reference->kind == Kind::object) return AXError::illegalArgument;
+  const x11::Window* const top = topmostAt(point);
+  if (!top || !top->processIdentifier) return AXError::noValue;
+  const auto process = *top->processIdentifier;
+  if (reference->kind == Kind::application && reference->processIdentifier != process) return AXError::noValue;
+  const auto& own = reading.windows(process);
+  const auto owner = std::find_if(own.present.begin(), own.present.end(),
+                                  [&](const Node* window) { return own.xWindow(window) == top; });
+  if (owner == own.present.end()) {
+    return reading.hasMissedTimeout(process) ? AXError::cannotComplete : AXError::noValue;
+  }
+  const Node& deepest = answers.deepestAt(**owner, point);
+  if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  return reading.element(deepest);
+}
+
+}  // namespace quillard::atspi

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/Accessibility.h"
+#include "platform/linux/accessibility/DesktopReading.h"
+#include "platform/linux/accessibility/ElementAnswers.h"
+
+namespace quillard::atspi {
+
+// Presses, raises, restores and focuses, going by a reading that was just begun. Of one request each.
+class ElementActions {
+ public:
+  // Both outlive this.
+  ElementActions(DesktopReading& reading, x11::Windows& windows)
+      : reading(reading), answers(reading), windows(windows) {}
+
+  [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, std::string_view action);
+  [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, std::string_view name,
+                                      const platform::AXValue& value);
+  [[nodiscard]] platform::AXResult<platform::AXUIElement> elementAt(const platform::AXUIElement& within,
+                                                                    platform::Point point);
+
+ private:
+  // The object that may be acted on, or why not.
+  [[nodiscard]] platform::AXResult<Node*> living(const ElementReference& reference);
+  [[nodiscard]] platform::AXError press(Node& node);
+  [[nodiscard]] platform::AXError grabFocus(Node& node);
+  [[nodiscard]] platform::AXError askYesOrNo(const Node& node, BusCall call);
+  [[nodiscard]] platform::AXError setOfApplication(std::int32_t processIdentifier, std::string_view name,
+                                                   const platform::AXValue& value);
+  [[nodiscard]] platform::AXError setOfWindow(Node& window, std::string_view name, const platform::AXValue& value);
+  // `always`: even when it is already active.
+  [[nodiscard]] platform::AXError bringForward(const x11::Window* window, bool always);
+  [[nodiscard]] const x11::Window* topmostAt(platform::Point point);
+
+  DesktopReading& reading;
+  ElementAnswers answers;
+  x11::Windows& windows;
+};
+
+}  // namespace quillard::atspi

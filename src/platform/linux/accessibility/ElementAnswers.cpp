@@ -1,0 +1,349 @@
+#include "platform/linux/accessibility/ElementAnswers.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/Text.h"
+#include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/Mapping.h"
+
+namespace quillard::atspi {
+
+using platform::AXError;
+using platform::AXResult;
+using platform::AXUIElement;
+using platform::AXValue;
+using platform::Point;
+using platform::Rect;
+namespace ax = platform::ax;
+
+namespace {
+
+// As deep into a window as the agent ever looks for a button.
+constexpr int kSearchLimit = 120;
+// A dialog inside a window shows its buttons early, or is none.
+constexpr int kInnerDialogLimit = 80;
+constexpr int kHitTestLimit = 500;
+constexpr std::int32_t kMostActions = 16;
+constexpr std::string_view kStandardWindowSubrole = "AXStandardWindow";
+constexpr std::string_view kSystemWideRole = "AXSystemWide";
+
+AXValue textValue(std::string_view text) { return std::string(text); }
+
+bool contains(const Rect& rect, Point point) {
+  return point.x >= rect.x && point.y >= rect.y && point.x < rect.x + rect.width && point.y < rect.y + rect.height;
+}
+
+// The name of the only label among what lies inside a button.
+std::optional<std::string> labelInside(const Node& button) {
+  std::optional<std::string> label;
+  std::vector<Node*> stack = button.list;
+  while (!stack.empty()) {
+    const Node& inner = *stack.back();
+    stack.pop_back();
+    stack.insert(stack.end(), inner.list.begin(), inner.list.end());
+    const auto name = mapping::nameOf(inner.record, button.program->toolkit);
+    if (inner.record.role != Role::label || name.empty()) continue;
+    if (label) return std::nullopt;
+    label = name;
+  }
+  return label;
+}
+
+bool isPressName(std::string_view name) {
+  const std::string lower = text::lowercased(name);
+  return lower == "click" || lower == "press" || lower == "activate" || lower == "toggle";
+}
+
+}  // namespace
+
+AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, std::string_view name) {
+  const auto* reference = ElementReference::of(element);
+  if (!reference) return AXError::invalidUIElement;
+  if (reference->kind == ElementReference::Kind::systemWide) return ofDesktop(name);
+  const auto process = reference->processIdentifier;
+  if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  auto value = [&]() -> Value {
+    if (reference->kind == ElementReference::Kind::application) return ofApplication(process, name);
+    Node* const node = reading.node(*reference);
+    return node ? ofNode(*node, name) : Value{AXError::invalidUIElement};
+  }();
+  // What came in before the application fell silent may be a part only.
+  if (reading.hasMissedTimeout(process) || reading.hasLostRegistry()) return AXError::cannotComplete;
+  return value;
+}
+
+AXResult<AXValue> ElementAnswers::ofDesktop(std::string_view name) {
+  if (name == ax::kRole) return textValue(kSystemWideRole);
+  if (name == ax::kFocusedWindow) return elementOrNone(activeWindow());
+  if (name == ax::kFocusedUIElement) return focusedElement(activeWindow());
+  return AXError::attributeUnsupported;
+}
+
+AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, std::string_view name) {
+  const auto programs = reading.programs(process);
+  if (programs.empty()) return AXError::notImplemented;
+  if (name == ax::kRole) return textValue(ax::kApplicationRole);
+  if (name == ax::kWindows || name == ax::kChildren) return windowList(process);
+  if (name == ax::kTitle) {
+    Node& root = *programs.front()->root;
+    reading.fetch({{.node = &root, .isRootItself = true}});
+    return root.isUnreadable ? Value{AXError::invalidUIElement} : Value{textValue(root.record.name.value_or(""))};
+  }
+  Node* const active = activeWindow();
+  const bool isFrontmost = active && active->program->processIdentifier == process;
+  if (name == ax::kFrontmost) return AXValue{isFrontmost};
+  if (name == ax::kMainWindow || name == ax::kFocusedWindow) return elementOrNone(isFrontmost ? active : nullptr);
+  if (name == ax::kFocusedUIElement) return focusedElement(isFrontmost ? active : nullptr);
+  return AXError::attributeUnsupported;
+}
+
+AXResult<AXValue> ElementAnswers::ofNode(Node& node, std::string_view name) {
+  if (node.isTopLevel()) {
+    if (!reading.windows(node.program->processIdentifier).contains(node)) return AXError::invalidUIElement;
+  } else {
+    reading.fetch({{.node = &node}});
+    if (node.isUnreadable || node.record.is(State::defunct)) return AXError::invalidUIElement;
+  }
+  if (name == ax::kRole) return textValue(roleOf(node));
+  if (name == ax::kTitle) return title(node);
+  if (name == ax::kDescription) {
+    reading.fetch({{.node = &node, .more = {.description = true}}});
+    return textValue(mapping::descriptionOf(node.record));
+  }
+  if (name == ax::kParent) return parent(node);
+  if (name == ax::kChildren) return children(node);
+  if (name == ax::kPosition || name == ax::kSize) return place(node, name);
+  return isWindowLike(node) ? ofWindow(node, name) : ofInner(node, name);
+}
+
+AXResult<AXValue> ElementAnswers::ofWindow(Node& window, std::string_view name) {
+  const x11::Window* const own = window.isTopLevel() ? xWindow(window) : nullptr;
+  if (name == ax::kSubrole) {
+    const bool isDialog = !window.isTopLevel() || mapping::isDialogWindow(window.record, own);
+    return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
+  }
+  if (name == ax::kModal) return AXValue{mapping::isModal(window.record, own)};
+  if (name == ax::kDefaultButton) return defaultButton(window);
+  if (name == ax::kCancelButton) return AXError::noValue;
+  return windowState(window, name);
+}
+
+AXResult<AXValue> ElementAnswers::windowState(Node& window, std::string_view name) {
+  const x11::Window* const outer = xWindow(window);
+  const auto& record = window.window ? window.window->record : window.record;
+  if (name == ax::kMinimized) return AXValue{outer ? outer->isHidden : record.is(State::iconified)};
+  if (name != ax::kMain && name != ax::kFocused) return AXError::attributeUnsupported;
+  if (reading.hasXServer()) return AXValue{outer && reading.xWindows().active == outer->id};
+  return AXValue{record.is(State::active)};
+}
+
+AXResult<AXValue> ElementAnswers::ofInner(Node& node, std::string_view name) {
+  if (name == ax::kValue) return valueOf(node);
+  if (name == ax::kFocused) return AXValue{node.record.is(State::focused)};
+  if (name == ax::kSubrole && mapping::isSecret(node.record)) return textValue(ax::kSecureTextFieldSubrole);
+  return AXError::attributeUnsupported;
+}
+
+std::string_view ElementAnswers::roleOf(Node& node) {
+  if (node.isTopLevel()) {
+    const bool isSheet = reading.windows(node.program->processIdentifier).sheetParent(node) != nullptr;
+    return isSheet ? ax::kSheetRole : ax::kWindowRole;
+  }
+  if (isDialogInside(node)) return ax::kSheetRole;
+  const bool dependsOnChildren = mapping::roleOf(node.record, true) != mapping::roleOf(node.record, false);
+  if (dependsOnChildren) reading.fetch({{.node = &node, .descendants = 1, .levels = 1}});
+  return mapping::roleOf(node.record, !node.list.empty());
+}
+
+bool ElementAnswers::isWindowLike(Node& node) { return node.isTopLevel() || isDialogInside(node); }
+
+// A dialog that a program keeps inside its window. One without a button asks nothing: programs keep such empty shells
+// beside the real one, and call passing remarks alerts.
+bool ElementAnswers::isDialogInside(Node& node) {
+  if (node.isTopLevel() || !mapping::isDialogRole(node.record.role)) return false;
+  reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
+  const auto inside = walkOffered(node, kInnerDialogLimit);
+  return std::any_of(inside.begin(), inside.end(),
+                     [](const Node* inner) { return inner->record.role == Role::pushButton; });
+}
+
+AXResult<AXValue> ElementAnswers::title(Node& node) {
+  const Toolkit toolkit = node.program->toolkit;
+  if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, xWindow(node)));
+  if (node.record.role == Role::pushButton) {
+    return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));
+  }
+  // The content of a text is its value.
+  if (mapping::roleOf(node.record, false) == ax::kStaticTextRole) return AXError::noValue;
+  return textValue(mapping::nameOf(node.record, toolkit));
+}
+
+AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
+  const auto role = roleOf(node);
+  if (role == mapping::kCheckBoxRole || role == mapping::kRadioButtonRole) {
+    return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
+  }
+  if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;
+  auto shown = mapping::textOf(node.record, node.program->toolkit);
+  return shown ? Value{AXValue{*std::move(shown)}} : Value{AXError::noValue};
+}
+
+AXResult<AXValue> ElementAnswers::children(Node& node) {
+  reading.fetch({{.node = &node, .descendants = static_cast<int>(NodeTree::kMostNodes), .levels = 1}});
+  if (node.hasUnreadableList) return AXError::failure;
+  std::vector<AXUIElement> elements;
+  for (const Node* child : offeredChildren(node)) elements.push_back(reading.element(*child));
+  if (node.isTopLevel()) {
+    const Node* const sheet = reading.windows(node.program->processIdentifier).sheetOf(node);
+    if (sheet) elements.push_back(reading.element(*sheet));
+  }
+  return AXValue{std::move(elements)};
+}
+
+AXResult<AXValue> ElementAnswers::windowList(std::int32_t process) {
+  const auto& windows = reading.windows(process);
+  std::vector<AXUIElement> elements;
+  for (const Node* window : windows.present) {
+    if (!windows.sheetParent(*window)) elements.push_back(reading.element(*window));
+  }
+  return AXValue{std::move(elements)};
+}
+
+AXResult<AXValue> ElementAnswers::parent(Node& node) {
+  const auto process = node.program->processIdentifier;
+  if (node.isTopLevel()) {
+    const Node* const owner = reading.windows(process).sheetParent(node);
+    return AXValue{owner ? reading.element(*owner) : ElementReference::application(process)};
+  }
+  return elementOrNone(reading.parent(node));
+}
+
+AXResult<AXValue> ElementAnswers::elementOrNone(Node* node) {
+  return node ? Value{AXValue{reading.element(*node)}} : Value{AXError::noValue};
+}
+
+AXResult<AXValue> ElementAnswers::place(Node& node, std::string_view name) {
+  const auto rect = frame(node);
+  if (!rect) return AXError::noValue;
+  if (name == ax::kPosition) return AXValue{Point{rect->x, rect->y}};
+  return AXValue{platform::Size{rect->width, rect->height}};
+}
+
+std::optional<Rect> ElementAnswers::frame(Node& node) {
+  if (node.isTopLevel()) return mapping::windowFrame(node.record, xWindow(node));
+  reading.fetch({{.node = &node, .more = {.extents = true}}});
+  const Toolkit toolkit = node.program->toolkit;
+  // The others say themselves where they are.
+  const x11::Window* const window = toolkit == Toolkit::gtk4 ? xWindow(node) : nullptr;
+  return mapping::frameOf(node.record, node.window ? node.window->record : node.record, toolkit, window);
+}
+
+const x11::Window* ElementAnswers::xWindow(Node& node) {
+  return reading.windows(node.program->processIdentifier).xWindow(node.window);
+}
+
+AXResult<AXValue> ElementAnswers::defaultButton(Node& window) {
+  reading.fetch({{.node = &window, .descendants = kSearchLimit}});
+  std::vector<Node*> marked;
+  Node* focused = nullptr;
+  for (Node* node : walkOffered(window, kSearchLimit)) {
+    if (node->record.role != Role::pushButton) continue;
+    if (node->record.is(State::isDefault)) marked.push_back(node);
+    if (node->record.is(State::focused)) focused = node;
+  }
+  if (marked.size() == 1) return elementOrNone(marked.front());
+  // GTK 4 marks none; there, Return presses the one with the keyboard.
+  return elementOrNone(marked.empty() && window.program->toolkit == Toolkit::gtk4 ? focused : nullptr);
+}
+
+AXResult<AXValue> ElementAnswers::focusedElement(Node* window) {
+  if (!window) return AXError::noValue;
+  reading.fetch({{.node = window, .descendants = kSearchLimit}});
+  Node* deepest = nullptr;  // Qt says of the containers, too, that they have it.
+  for (Node* node : walkOffered(*window, kSearchLimit)) {
+    if (node->record.is(State::focused) && (!deepest || node->depth > deepest->depth)) deepest = node;
+  }
+  return elementOrNone(deepest);
+}
+
+Node* ElementAnswers::activeWindow() {
+  if (!reading.hasXServer()) {
+    reading.prepare(reading.processIdentifiers(), 0);
+    for (const auto process : reading.processIdentifiers()) {
+      for (Node* window : reading.windows(process).present) {
+        if (window->record.is(State::active)) return window;
+      }
+    }
+    return nullptr;
+  }
+  const auto& desktop = reading.xWindows();
+  const auto active = std::find_if(desktop.windows.begin(), desktop.windows.end(),
+                                   [&](const x11::Window& window) { return window.id == desktop.active; });
+  if (active == desktop.windows.end() || !active->processIdentifier) return nullptr;
+  const auto& owner = reading.windows(*active->processIdentifier);
+  for (Node* window : owner.present) {
+    if (owner.xWindow(window) == &*active) return window;
+  }
+  return nullptr;
+}
+
+Node& ElementAnswers::deepestAt(Node& window, Point point) {
+  reading.fetch({{.node = &window, .descendants = kHitTestLimit, .more = {.extents = true}}});
+  Node* best = &window;
+  double bestArea = 0;
+  for (Node* node : walkOffered(window, kHitTestLimit)) {
+    const auto rect = frame(*node);
+    if (!rect || !contains(*rect, point)) continue;
+    const double area = rect->width * rect->height;
+    const bool isDeeper = best == &window || node->depth > best->depth;
+    if (isDeeper || (node->depth == best->depth && area < bestArea)) {
+      best = node;
+      bestArea = area;
+    }
+  }
+  return *best;
+}
+
+std::optional<std::int32_t> ElementAnswers::pressAction(const Node& node) {
+  auto& requests = reading.direct();
+  const auto timeout = reading.timeoutOf(node.program->processIdentifier);
+  std::int32_t count = 0;
+  requests.send(propertyCall(node.name, names::kAction, "NActions"), timeout,
+                [&](const BusReply& reply) { count = reply.readIntegerProperty().value_or(0); });
+  requests.settle();
+  // Only numbers that exist: not every toolkit checks them.
+  count = std::clamp(count, 0, kMostActions);
+  std::vector<std::string> actions(static_cast<std::size_t>(count));
+  for (std::int32_t i = 0; i < count; ++i) {
+    requests.send(
+        {.target = node.name, .interface = names::kAction, .member = "GetName", .arguments = {i}}, timeout,
+        [&actions, i](const BusReply& reply) { actions[static_cast<std::size_t>(i)] = reply.readText().value_or(""); });
+  }
+  requests.settle();
+  const auto press = std::find_if(actions.begin(), actions.end(), [](const auto& name) { return isPressName(name); });
+  if (press != actions.end()) return static_cast<std::int32_t>(press - actions.begin());
+  return std::nullopt;
+}
+
+AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement& element) {
+  const auto* reference = ElementReference::of(element);
+  if (!reference) return AXError::invalidUIElement;
+  if (reference->kind != ElementReference::Kind::object) return std::vector<std::string>{};
+  const auto process = reference->processIdentifier;
+  if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  Node* const node = reading.node(*reference);
+  if (!node) return AXError::invalidUIElement;
+  const auto role = ofNode(*node, ax::kRole);
+  std::vector<std::string> actions;
+  if (role.hasValue() && isWindowLike(*node)) {
+    if (xWindow(*node)) actions.emplace_back(ax::kRaiseAction);
+  } else if (role.hasValue() && pressAction(*node)) {
+    actions.emplace_back(ax::kPressAction);
+  }
+  if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  if (!role.hasValue()) return role.error();
+  return actions;
+}
+
+}  // namespace quillard::atspi

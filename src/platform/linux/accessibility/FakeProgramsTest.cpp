@@ -1,0 +1,416 @@
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "detection/AXHelpers.h"
+#include "detection/PromptReader.h"
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/accessibility/Roles.h"
+#include "platform/qt/QtExecutors.h"
+#include "support/FakeAccessibilityBus.h"
+
+// The binding against programs that misbehave in every way that a bus allows.
+namespace quillard::atspi {
+namespace {
+
+using platform::AXError;
+using platform::AXUIElement;
+using platform::Seconds;
+using test::FakeAccessibilityBus;
+using test::FakeObject;
+using test::FakeProgram;
+namespace ax = platform::ax;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+class NoWindows final : public x11::Windows {
+ public:
+  [[nodiscard]] bool isAvailable() const override { return false; }
+  [[nodiscard]] x11::WindowsSnapshot snapshot() override { return {}; }
+  bool activate(x11::WindowID) override { return false; }
+};
+
+constexpr auto kShown = bit(State::showing);
+
+FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {}) {
+  FakeObject object{.role = static_cast<std::uint32_t>(role), .states = kShown, .name = name};
+  object.extents = platform::Rect{10, 10, 100, 20};
+  object.children = std::move(children);
+  if (role == Role::pushButton) object.actions = {"click"};
+  return object;
+}
+
+// One program with a prompt, on a bus of its own. All fake programs live in this process.
+struct World {
+  World() : program(bus.start()) {
+    bus.registerPrograms({program->name()});
+    program->set(FakeProgram::kRoot, object(Role{75}, "example", {"/window"}));
+    program->set("/window", object(Role::dialog, "Permission", {"/text", "/deny", "/allow"}));
+    program->set("/text", object(Role::label, "Allow it?"));
+    program->set("/deny", object(Role::pushButton, "Don't Allow"));
+    program->set("/allow", object(Role::pushButton, "Allow"));
+  }
+
+  AXUIElement application() { return accessibility.createApplication(::getpid()); }
+  std::optional<AXUIElement> window() {
+    const auto windows = AXHelpers::windows(accessibility, application());
+    return windows.empty() ? std::nullopt : std::optional{windows.front()};
+  }
+  PromptReading read(platform::AXReadScope& scope, const AXUIElement& window) {
+    return PromptReader::readPrompt(scope, {.window = window, .appName = "example"}, 80);
+  }
+  std::size_t elementsBelow(const AXUIElement& window) {
+    const auto scope = accessibility.beginReadScope();
+    return AXHelpers::deeplyNestedChildren(*scope, window, 120).size();
+  }
+
+  FakeAccessibilityBus bus;
+  std::unique_ptr<FakeProgram> program;
+  NoWindows windows;
+  qt::QtExecutors executors;
+  LinuxAccessibility accessibility{{.sessionBusAddress = bus.address()}, windows, executors};
+};
+
+milliseconds durationOf(const std::function<void()>& work) {
+  const auto begin = steady_clock::now();
+  work();
+  return std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin);
+}
+
+TEST(FakePrograms, APromptIsReadInOneChainOfFewWaits) {
+  World world;
+  const auto application = world.application();
+  const auto scope = world.accessibility.beginReadScope();
+  scope->prepareApplications({&application, 1}, 80);
+  const auto waits = world.accessibility.counters().waits.load();
+  const auto calls = world.accessibility.counters().calls.load();
+  const auto windows = AXHelpers::windows(*scope, application);
+  ASSERT_EQ(windows.size(), 1U);
+  const auto reading = world.read(*scope, windows.front());
+  EXPECT_EQ(reading.evidence.buttonLabels, (std::vector<std::string>{"Allow", "Don't Allow"}));
+  EXPECT_EQ(reading.evidence.messageLines, std::vector<std::string>{"Allow it?"});
+  EXPECT_EQ(world.accessibility.counters().calls.load(), calls) << "All was read when it was prepared.";
+  // The bus's address; who is there; whose process that is; its windows; they; their children; where those are.
+  EXPECT_LE(waits, 7U);
+}
+
+TEST(FakePrograms, ThePropertiesAreNeverAskedForAllAtOnce) {
+  World world;
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  (void)world.elementsBelow(*window);
+  (void)world.accessibility.copyActionNames(*window);
+  for (const auto& question : world.program->asked()) EXPECT_EQ(question.find("GetAll"), std::string::npos) << question;
+}
+
+TEST(FakePrograms, ThePasswordIsNeverAskedFor) {
+  World world;
+  auto secret = object(Role::passwordText, "");
+  secret.text = "planted-secret";
+  secret.states |= bit(State::editable);
+  world.program->set("/text", secret);
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto scope = world.accessibility.beginReadScope();
+  const auto reading = world.read(*scope, *window);
+  EXPECT_TRUE(reading.hasSecureTextField);
+  EXPECT_EQ(reading.evidence.messageLines, std::vector<std::string>{"Password"});
+  for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, *window, 80)) {
+    (void)scope->copyAttributeValue(element, ax::kValue);
+  }
+  EXPECT_EQ(world.program->timesAsked("GetText"), 0);
+}
+
+TEST(FakePrograms, OneThatHangsCostsOneTimeoutAndIsAskedNoMore) {
+  World world;
+  world.program->hangOn("Name");
+  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.2});
+  const auto application = world.application();
+  const auto scope = world.accessibility.beginReadScope();
+  EXPECT_FALSE(scope->missedTimeout(application));
+  const auto waited = durationOf([&] { scope->prepareApplications({&application, 1}, 80); });
+  EXPECT_GE(waited, milliseconds(200));
+  EXPECT_TRUE(scope->missedTimeout(application));
+  const auto asked = world.program->asked().size();
+  EXPECT_EQ(scope->copyAttributeValue(application, ax::kWindows).error(), AXError::cannotComplete);
+  EXPECT_EQ(scope->copyAttributeValue(application, ax::kTitle).error(), AXError::cannotComplete);
+  EXPECT_EQ(world.program->asked().size(), asked);
+}
+
+TEST(FakePrograms, OneThatAnswersInTimeMissesNothing) {
+  World world;
+  world.accessibility.setMessagingTimeout(world.application(), Seconds{30});
+  const auto application = world.application();
+  const auto scope = world.accessibility.beginReadScope();
+  scope->prepareApplications({&application, 1}, 80);
+  EXPECT_FALSE(scope->missedTimeout(application));
+}
+
+TEST(FakePrograms, OneThatDiesMeanwhileFailsAtOnce) {
+  World world;
+  world.accessibility.setMessagingTimeout(world.application(), Seconds{30});
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  world.program->hangOn("Name");
+  const int askedBefore = world.program->timesAsked("Name");
+  auto death = std::async(std::launch::async, [&, askedBefore] {
+    while (world.program->timesAsked("Name") == askedBefore) std::this_thread::sleep_for(milliseconds(1));
+    world.program.reset();
+  });
+  const auto scope = world.accessibility.beginReadScope();
+  const auto waited = durationOf(
+      [&] { EXPECT_EQ(scope->copyAttributeValue(*window, ax::kTitle).error(), AXError::invalidUIElement); });
+  death.get();
+  EXPECT_LT(waited, milliseconds(20'000));
+  EXPECT_FALSE(scope->missedTimeout(*window)) << "It has gone, it did not hang.";
+}
+
+TEST(FakePrograms, AnswersOfAnotherTypeAreErrorsAndNothingWorse) {
+  for (const auto* member : {"GetRole", "GetState", "Name", "GetChildren", "GetExtents", "Description", "ToolkitName",
+                             "Version", "NActions", "GetName", "DoAction", "Parent"}) {
+    World world;
+    const auto window = world.window();
+    ASSERT_TRUE(window);
+    world.program->lieOn(member);
+    const auto scope = world.accessibility.beginReadScope();
+    EXPECT_LE(AXHelpers::deeplyNestedChildren(*scope, *window, 80).size(), 3U) << member;
+    (void)world.read(*scope, *window);
+    (void)scope->copyActionNames(*window);
+    EXPECT_NE(world.accessibility.performAction(*window, ax::kPressAction), AXError::success) << member;
+    EXPECT_FALSE(scope->missedTimeout(*window)) << member;
+  }
+}
+
+TEST(FakePrograms, ATreeInACircleEnds) {
+  World world;
+  world.program->set("/text", object(Role{39}, "", {"/window", "/text", "/inner"}));
+  world.program->set("/inner", object(Role{39}, "", {"/text", "/allow", FakeProgram::kRoot}));
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  EXPECT_EQ(world.elementsBelow(*window), 4U) << "Each object once.";
+}
+
+TEST(FakePrograms, AnEndlesslyDeepTreeEnds) {
+  World world;
+  for (int i = 0; i < 400; ++i) {
+    world.program->set("/d" + std::to_string(i), object(Role{39}, "", {"/d" + std::to_string(i + 1)}));
+  }
+  world.program->set("/window", object(Role::dialog, "Permission", {"/d0"}));
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  EXPECT_LE(world.elementsBelow(*window), 120U);
+}
+
+TEST(FakePrograms, ObjectsOfOtherProgramsAreNoPartOfAWindow) {
+  World world;
+  const auto other = world.bus.start();
+  other->set("/steal", object(Role::pushButton, "Allow"));
+  auto window = object(Role::dialog, "Permission", {"/deny"});
+  window.strangers = {other->name() + "/steal"};
+  world.program->set("/window", window);
+  ASSERT_TRUE(world.window());
+  EXPECT_EQ(world.elementsBelow(*world.window()), 1U);
+  EXPECT_TRUE(other->asked().empty());
+}
+
+TEST(FakePrograms, OfAContainerWithThousandsOfChildrenOnlyTheLastAreAskedFor) {
+  World world;
+  std::vector<std::string> rows;
+  for (int i = 0; i < 2000; ++i) {
+    rows.push_back("/row" + std::to_string(i));
+    world.program->set(rows.back(), object(Role::label, "row " + std::to_string(i)));
+  }
+  world.program->set("/window", object(Role::dialog, "Permission", rows));
+  const auto application = world.application();
+  const auto read = [&] {
+    const auto scope = world.accessibility.beginReadScope();
+    scope->prepareApplications({&application, 1}, 80);
+    const auto windows = AXHelpers::windows(*scope, application);
+    const auto elements = AXHelpers::deeplyNestedChildren(*scope, windows.at(0), 80);
+    EXPECT_EQ(elements.size(), 80U);
+    EXPECT_EQ(AXHelpers::stringAttribute(*scope, elements.front(), ax::kValue), "row 1999");
+    EXPECT_EQ(AXHelpers::stringAttribute(*scope, elements.back(), ax::kValue), "row 1920");
+  };
+  read();
+  const int listed = world.program->timesAsked("GetChildren");
+  const int roles = world.program->timesAsked("GetRole");
+  EXPECT_LE(roles, 2 * 125) << "Not every child is asked.";
+  read();
+  EXPECT_EQ(world.program->timesAsked("GetChildren"), listed + 1) << "Only the list of windows, once it is known.";
+  EXPECT_EQ(world.program->timesAsked("GetChildAtIndex"), 120);
+}
+
+TEST(FakePrograms, AProcessMayHaveSeveralConnections) {
+  World world;
+  const auto second = world.bus.start();
+  second->set(FakeProgram::kRoot, object(Role{75}, "example", {"/other"}));
+  second->set("/other", object(Role::dialog, "Other"));
+  world.bus.registerPrograms({world.program->name(), second->name()});
+  EXPECT_EQ(AXHelpers::windows(world.accessibility, world.application()).size(), 2U);
+  EXPECT_EQ(world.accessibility.processIdentifiers(), std::vector<std::int32_t>{::getpid()});
+}
+
+TEST(FakePrograms, ASlowOneHoldsUpNobodyElse) {
+  World world;
+  const auto slow = world.bus.start();
+  slow->set(FakeProgram::kRoot, object(Role{75}, "slow", {"/other"}));
+  slow->hangOn("GetChildren");
+  world.bus.registerPrograms({slow->name(), world.program->name()});
+  constexpr milliseconds kTimeout{1000};
+  world.accessibility.setMessagingTimeout(world.application(), kTimeout);
+  const auto application = world.application();
+  const auto begin = steady_clock::now();
+  auto isRead = std::async(std::launch::async, [&] {
+    while (world.program->timesAsked("GetExtents") < 4) std::this_thread::sleep_for(milliseconds(1));
+    return steady_clock::now();
+  });
+  const auto scope = world.accessibility.beginReadScope();
+  scope->prepareApplications({&application, 1}, 80);
+  EXPECT_GE(steady_clock::now() - begin, kTimeout);
+  EXPECT_LT(isRead.get() - begin, kTimeout) << "Its last round came before the other one was given up.";
+  EXPECT_TRUE(scope->missedTimeout(application));
+}
+
+TEST(FakePrograms, HandlesAreEqualByWhatTheyPointAt) {
+  World world;
+  const auto first = world.window();
+  const auto second = world.window();
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(*first, *second);
+  EXPECT_EQ(std::hash<AXUIElement>{}(*first), std::hash<AXUIElement>{}(*second));
+  EXPECT_EQ(world.application(), world.application());
+  EXPECT_FALSE(world.application() == *first);
+  EXPECT_FALSE(world.accessibility.createSystemWide() == world.application());
+  const auto inner = AXHelpers::children(world.accessibility, *first);
+  ASSERT_EQ(inner.size(), 3U);
+  EXPECT_FALSE(inner[0] == inner[1]);
+  EXPECT_EQ(AXHelpers::elementAttribute(world.accessibility, *first, ax::kParent), world.application());
+}
+
+TEST(FakePrograms, AnObjectThatHasGoneIsInvalid) {
+  World world;
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto inner = AXHelpers::children(world.accessibility, *window);
+  world.program->set("/window", object(Role::dialog, "Permission", {"/text"}));
+  auto dead = object(Role::pushButton, "Allow");
+  dead.states |= bit(State::defunct);
+  world.program->set("/allow", dead);
+  EXPECT_EQ(world.accessibility.copyAttributeValue(inner.back(), ax::kRole).error(), AXError::invalidUIElement);
+  EXPECT_EQ(world.accessibility.performAction(inner.back(), ax::kPressAction), AXError::invalidUIElement);
+}
+
+TEST(FakePrograms, TextsBeyondTheLimitAreAbsent) {
+  World world;
+  world.program->set("/text", object(Role::label, std::string(64 * 1024, 'x')));
+  ASSERT_TRUE(world.window());
+  const auto inner = [&] { return AXHelpers::children(world.accessibility, *world.window()).front(); };
+  EXPECT_TRUE(AXHelpers::stringAttribute(world.accessibility, inner(), ax::kValue));
+  world.program->set("/text", object(Role::label, std::string(64 * 1024 + 1, 'x')));
+  EXPECT_FALSE(AXHelpers::stringAttribute(world.accessibility, inner(), ax::kValue));
+}
+
+TEST(FakePrograms, AHungRegistryIsNoEmptyDesktop) {
+  World world;
+  world.bus.registry().hangOn("GetChildren");
+  world.accessibility.setMessagingTimeout(world.accessibility.createSystemWide(), Seconds{0.1});
+  EXPECT_EQ(world.accessibility.copyAttributeValue(world.application(), ax::kWindows).error(), AXError::cannotComplete);
+}
+
+TEST(FakePrograms, WhenTheBusDiesEverythingFailsQuietly) {
+  World world;
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  EXPECT_TRUE(world.accessibility.isProcessTrusted());
+  world.bus.isEnabled = false;
+  EXPECT_FALSE(world.accessibility.isProcessTrusted());
+  const auto scope = world.accessibility.beginReadScope();
+  EXPECT_TRUE(scope->copyAttributeValue(*window, ax::kTitle).hasValue());
+  world.bus.kill();
+  EXPECT_FALSE(world.accessibility.isProcessTrusted());
+  EXPECT_FALSE(world.accessibility.copyAttributeValue(*window, ax::kTitle).hasValue());
+  EXPECT_EQ(world.accessibility.performAction(*window, ax::kPressAction), AXError::apiDisabled);
+  EXPECT_TRUE(world.accessibility.processIdentifiers().empty());
+}
+
+TEST(FakePrograms, ManyThreadsReadAtOnce) {
+  World world;
+  std::vector<std::future<std::size_t>> readers;
+  for (int i = 0; i < 8; ++i) {
+    readers.push_back(std::async(std::launch::async, [&] {
+      std::size_t found = 0;
+      for (int round = 0; round < 5; ++round) {
+        const auto window = world.window();
+        found += window ? world.elementsBelow(*window) : 0;
+      }
+      return found;
+    }));
+  }
+  for (auto& reader : readers) EXPECT_EQ(reader.get(), 15U);
+}
+
+TEST(FakePrograms, APressThatIsNotAnsweredInTimeCannotBeComplete) {
+  World world;
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto allow = AXHelpers::children(world.accessibility, *window).back();
+  world.program->hangOn("DoAction");
+  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.1});
+  EXPECT_EQ(world.accessibility.performAction(allow, ax::kPressAction), AXError::cannotComplete);
+  EXPECT_EQ(world.program->timesAsked("DoAction"), 1);
+}
+
+TEST(FakePrograms, AnEmptyAlertBesideTheRealPromptIsNoDialog) {
+  World world;
+  world.program->set("/window", object(Role{23}, "Browser", {"/prompt", "/shell", "/remark"}));
+  world.program->set("/prompt", object(Role::dialog, "Share your place?", {"/text", "/deny", "/allow"}));
+  world.program->set("/shell", object(Role::alert, ""));
+  world.program->set("/remark", object(Role::alert, "", {"/passing"}));
+  world.program->set("/passing", object(Role::label, "Saved."));
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto scope = world.accessibility.beginReadScope();
+  const auto reading = world.read(*scope, *window);
+  EXPECT_EQ(reading.evidence.title, "Share your place?");
+  EXPECT_EQ(reading.evidence.role, ax::kSheetRole);
+  EXPECT_EQ(reading.evidence.subrole, ax::kDialogSubrole);
+  EXPECT_EQ(reading.buttons.size(), 2U);
+}
+
+TEST(FakePrograms, WhatIsHiddenOrTakesNoRoomIsNoPartOfAPrompt) {
+  World world;
+  auto hidden = object(Role::label, "Are you sure?");
+  hidden.states = 0;
+  auto empty = object(Role::label, "Delete?");
+  empty.extents = platform::Rect{0, 0, 0, 0};
+  auto nowhere = object(Role::label, "Erase?");
+  nowhere.extents = platform::Rect{-2147483648.0, -2147483648.0, 1, 1};
+  world.program->set("/hidden", hidden);
+  world.program->set("/empty", empty);
+  world.program->set("/nowhere", nowhere);
+  world.program->set("/window", object(Role::dialog, "Permission", {"/hidden", "/empty", "/nowhere", "/text"}));
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  EXPECT_EQ(world.elementsBelow(*window), 1U);
+}
+
+TEST(FakePrograms, FileChoosersAndFillersAtTheTopAreWindows) {
+  World world;
+  world.program->set(FakeProgram::kRoot, object(Role{75}, "example", {"/a", "/b", "/c", "/d"}));
+  world.program->set("/a", object(Role::fileChooser, "Open"));
+  world.program->set("/b", object(Role{20}, "Plain"));
+  world.program->set("/c", object(Role::toolTip, "Hint"));
+  auto closed = object(Role::dialog, "Closed");
+  closed.states = 0;
+  world.program->set("/d", closed);
+  const auto windows = AXHelpers::windows(world.accessibility, world.application());
+  ASSERT_EQ(windows.size(), 2U);
+  EXPECT_EQ(AXHelpers::role(world.accessibility, windows[0]), ax::kWindowRole);
+  EXPECT_EQ(AXHelpers::stringAttribute(world.accessibility, windows[1], ax::kTitle), "Plain");
+}
+
+}  // namespace
+}  // namespace quillard::atspi

@@ -1,0 +1,153 @@
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/accessibility/ElementActions.h"
+#include "platform/linux/accessibility/ElementAnswers.h"
+#include "platform/linux/accessibility/LinuxReadScope.h"
+
+namespace quillard::atspi {
+
+using platform::AXError;
+using platform::AXResult;
+using platform::AXUIElement;
+using platform::AXValue;
+using Kind = ElementReference::Kind;
+
+namespace {
+
+const std::vector<std::string>& trustRules() {
+  static const std::vector<std::string> rules{
+      "type='signal',path='/org/a11y/bus',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
+      "arg0='org.a11y.Status'",
+      "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',"
+      "arg0='org.a11y.Bus'"};
+  return rules;
+}
+
+}  // namespace
+
+LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options, x11::Windows& windows,
+                                       platform::Executors& executors)
+    : options(options),
+      windows(windows),
+      status(options.sessionBusAddress, counted),
+      connections([this] { return status.busAddress(); }),
+      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread()) {}
+
+std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
+  auto connection = connections.borrow();
+  if (!connection) return nullptr;
+  return std::make_unique<DesktopReading>(*std::move(connection),
+                                          ReadingSurroundings{.windows = windows,
+                                                              .knownPrograms = knownPrograms,
+                                                              .timeouts = timeouts,
+                                                              .counters = counted,
+                                                              .ownProcessIdentifier = options.ownProcessIdentifier});
+}
+
+AXResult<AXValue> LinuxAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+  return beginReadScope()->copyAttributeValue(element, name);
+}
+
+AXResult<std::vector<std::string>> LinuxAccessibility::copyActionNames(const AXUIElement& element) {
+  return beginReadScope()->copyActionNames(element);
+}
+
+std::unique_ptr<platform::AXReadScope> LinuxAccessibility::beginReadScope() {
+  return std::make_unique<LinuxReadScope>([this] { return beginReading(); });
+}
+
+bool LinuxAccessibility::isProcessTrusted() {
+  return status.isEnabled().value_or(false) && connections.borrow().has_value();
+}
+
+platform::SubscriptionHandle LinuxAccessibility::observeTrustChanges(std::function<void()> onChange) {
+  return trustObservers.add(std::move(onChange));
+}
+
+AXUIElement LinuxAccessibility::createApplication(std::int32_t processIdentifier) {
+  return ElementReference::application(processIdentifier);
+}
+
+AXUIElement LinuxAccessibility::createSystemWide() { return ElementReference::systemWide(); }
+
+void LinuxAccessibility::setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) {
+  const auto* const reference = ElementReference::of(element);
+  if (!reference) return;
+  if (reference->kind == Kind::systemWide) {
+    timeouts.setDefault(timeout);
+  } else {
+    timeouts.setFor(reference->processIdentifier, timeout);
+  }
+}
+
+std::optional<std::int32_t> LinuxAccessibility::processIdentifier(const AXUIElement& element) {
+  const auto* const reference = ElementReference::of(element);
+  if (!reference || reference->kind == Kind::systemWide) return std::nullopt;
+  return reference->processIdentifier;
+}
+
+AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) {
+  const auto reading = beginReading();
+  return reading ? ElementActions{*reading, windows}.set(element, name, value) : AXError::apiDisabled;
+}
+
+AXError LinuxAccessibility::performAction(const AXUIElement& element, std::string_view action) {
+  const auto reading = beginReading();
+  return reading ? ElementActions{*reading, windows}.perform(element, action) : AXError::apiDisabled;
+}
+
+AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, platform::Point point) {
+  if (!options.isXSession || !windows.isAvailable()) return AXError::notImplemented;
+  const auto reading = beginReading();
+  if (!reading) return AXError::apiDisabled;
+  return ElementActions{*reading, windows}.elementAt(within, point);
+}
+
+std::vector<std::int32_t> LinuxAccessibility::processIdentifiers() {
+  const auto reading = beginReading();
+  return reading ? reading->processIdentifiers() : std::vector<std::int32_t>{};
+}
+
+std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() {
+  const auto reading = beginReading();
+  if (!reading) return {};
+  std::vector<FetchGoal> goals;
+  for (const auto process : reading->processIdentifiers()) {
+    for (ProgramNode* program : reading->programs(process)) {
+      goals.push_back({.node = program->root, .isRootItself = true});
+    }
+  }
+  reading->fetch(goals);
+  std::vector<AccessibleApplication> applications;
+  for (const auto process : reading->processIdentifiers()) {
+    AccessibleApplication application{.processIdentifier = process};
+    for (const ProgramNode* program : reading->programs(process)) {
+      if (application.name.empty()) application.name = program->root->record.name.value_or("");
+    }
+    applications.push_back(std::move(application));
+  }
+  return applications;
+}
+
+SwitchOnOutcome LinuxAccessibility::switchOn() {
+  if (status.isEnabled().value_or(false)) return SwitchOnOutcome::wasOn;
+  if (!status.enable() || !status.isEnabled().value_or(false)) return SwitchOnOutcome::failed;
+  return SwitchOnOutcome::switchedOn;
+}
+
+std::vector<std::int32_t> LinuxAccessibility::unseenProcesses() {
+  const auto seen = processIdentifiers();
+  std::vector<std::int32_t> unseen;
+  for (const auto& window : windows.snapshot().windows) {
+    if (!window.processIdentifier || *window.processIdentifier == options.ownProcessIdentifier) continue;
+    const bool isListed = std::find(seen.begin(), seen.end(), *window.processIdentifier) != seen.end() ||
+                          std::find(unseen.begin(), unseen.end(), *window.processIdentifier) != unseen.end();
+    if (!isListed) unseen.push_back(*window.processIdentifier);
+  }
+  return unseen;
+}
+
+}  // namespace quillard::atspi

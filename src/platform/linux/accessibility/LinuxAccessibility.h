@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/Executors.h"
+#include "platform/linux/accessibility/AccessibilityCounters.h"
+#include "platform/linux/accessibility/AccessibilityStatus.h"
+#include "platform/linux/accessibility/AccessibilitySwitch.h"
+#include "platform/linux/accessibility/AccessibleApplications.h"
+#include "platform/linux/accessibility/BusConnections.h"
+#include "platform/linux/accessibility/BusObservers.h"
+#include "platform/linux/accessibility/DesktopReading.h"
+#include "platform/linux/accessibility/KnownPrograms.h"
+#include "platform/linux/accessibility/MessagingTimeouts.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::atspi {
+
+struct LinuxAccessibilityOptions {
+  std::optional<std::string> sessionBusAddress;  // Absent outside a session: then there is no accessibility either.
+  std::int32_t ownProcessIdentifier = 0;
+  // Whether what the X server shows is all that there is. Under Wayland other windows may lie above those that it
+  // knows, so nobody can say what is at a point of the screen: hit tests then answer `notImplemented`.
+  bool isXSession = true;
+};
+
+// Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the X server knows of their
+// windows. Trusted means: the bus is there, and switched on.
+//
+// Windows are raised, restored and focused through the window manager. Where there is no X server, elements are read
+// and pressed all the same; their frames are then good for order and size only, and nothing can be raised.
+//
+// A process that is not on the bus answers `notImplemented`. This process itself is never asked, and has no windows.
+//
+// Of a container with more than 120 children, only the last 120 are given: no walk of the agent gets beyond them.
+class LinuxAccessibility final : public platform::Accessibility,
+                                 public AccessibleApplications,
+                                 public AccessibilitySwitch {
+ public:
+  // Both outlive this. Nothing is asked yet.
+  LinuxAccessibility(const LinuxAccessibilityOptions& options, x11::Windows& windows, platform::Executors& executors);
+  LinuxAccessibility(const LinuxAccessibility&) = delete;
+  LinuxAccessibility& operator=(const LinuxAccessibility&) = delete;
+
+  [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
+                                                                         std::string_view name) override;
+  [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
+      const platform::AXUIElement& element) override;
+  [[nodiscard]] bool isProcessTrusted() override;
+  [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
+  [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
+  [[nodiscard]] platform::AXUIElement createSystemWide() override;
+  void setMessagingTimeout(const platform::AXUIElement& element, platform::Seconds timeout) override;
+  [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
+  [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
+  platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
+                                      const platform::AXValue& value) override;
+  platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
+  [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
+                                                                                platform::Point point) override;
+
+  [[nodiscard]] std::vector<std::int32_t> processIdentifiers() override;
+  [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;
+
+  SwitchOnOutcome switchOn() override;
+  [[nodiscard]] std::vector<std::int32_t> unseenProcesses() override;
+
+  // Where the accessibility bus listens. Absent when there is none. Any thread.
+  [[nodiscard]] std::optional<std::string> busAddress() { return status.busAddress(); }
+  [[nodiscard]] const AccessibilityCounters& counters() const { return counted; }
+
+ private:
+  // Null: the accessibility bus cannot be reached.
+  [[nodiscard]] std::unique_ptr<DesktopReading> beginReading();
+
+  const LinuxAccessibilityOptions options;
+  x11::Windows& windows;
+  AccessibilityCounters counted;
+  MessagingTimeouts timeouts;
+  KnownPrograms knownPrograms;
+  AccessibilityStatus status;
+  BusConnections connections;
+  BusObservers trustObservers;
+};
+
+}  // namespace quillard::atspi

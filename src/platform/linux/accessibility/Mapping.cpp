@@ -1,0 +1,233 @@
+#include "platform/linux/accessibility/Mapping.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "foundation/Text.h"
+#include "platform/Accessibility.h"
+#include "platform/linux/accessibility/WindowMatching.h"
+
+namespace quillard::atspi::mapping {
+
+using platform::Rect;
+namespace ax = platform::ax;
+
+namespace {
+
+bool isText(Role role) {
+  return role == Role::label || role == Role::staticText || role == Role::paragraph || role == Role::heading ||
+         role == Role::caption;
+}
+
+bool isField(Role role) { return role == Role::text || role == Role::entry || role == Role::passwordText; }
+
+bool isAsciiUpper(char c) { return c >= 'A' && c <= 'Z'; }
+
+bool isAsciiWord(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return isAsciiUpper(c) || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); });
+}
+
+// GTK 4 names what has no name after its class.
+bool isClassName(std::string_view name) {
+  for (const std::string_view library : {"Gtk", "Adw"}) {
+    if (name.size() > library.size() && name.starts_with(library) && isAsciiUpper(name[library.size()]) &&
+        isAsciiWord(name)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// "_Open" -> "Open"; "snake__case" -> "snake_case".
+std::string withoutMnemonic(std::string_view label) {
+  std::string plain;
+  for (std::size_t i = 0; i < label.size(); ++i) {
+    if (label[i] == '_' && i + 1 < label.size()) ++i;
+    plain += label[i];
+  }
+  return plain;
+}
+
+// GTK 4 joins a button's own label and the one of the label inside it: "X X", "_X X".
+std::string withoutDoubling(const std::string& name) {
+  for (std::size_t i = name.find(' '); i != std::string::npos; i = name.find(' ', i + 1)) {
+    const std::string_view first = std::string_view{name}.substr(0, i);
+    const std::string_view second = std::string_view{name}.substr(i + 1);
+    if (first == second || withoutMnemonic(first) == second) return std::string(second);
+  }
+  return name;
+}
+
+// Where toolkits put what is nowhere.
+bool isSentinel(const Rect& extents) {
+  constexpr double kNowhere = std::numeric_limits<std::int32_t>::min();
+  return extents.x <= kNowhere || extents.y <= kNowhere;
+}
+
+// From the origin of its X window to the one that GTK 4 counts from.
+platform::Point contentOffset(const Rect& accessibleWindow, const x11::Window& window) {
+  if (window.gtkFrame) return {window.gtkFrame->left, window.gtkFrame->top};
+  return {(window.clientBounds.width - accessibleWindow.width) / 2,
+          (window.clientBounds.height - accessibleWindow.height) / 2};
+}
+
+}  // namespace
+
+Toolkit toolkitOf(std::string_view name, std::string_view version) {
+  const std::string lower = text::lowercased(name);
+  if (lower == "qt") return Toolkit::qt;
+  if (lower != "gtk") return Toolkit::other;
+  if (version.starts_with("3.") || version.starts_with("2.")) return Toolkit::gtk3;
+  // The version decides; where it is missing, the letter case does.
+  return version.empty() && name == "gtk" ? Toolkit::gtk3 : Toolkit::gtk4;
+}
+
+std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
+  switch (record.role) {
+    case Role::pushButton:
+      return ax::kButtonRole;
+    case Role::toggleButton:
+    case Role::checkBox:
+      return kCheckBoxRole;
+    case Role::radioButton:
+      return kRadioButtonRole;
+    case Role::label:
+    case Role::staticText:
+      return ax::kStaticTextRole;
+    case Role::paragraph:
+    case Role::heading:
+    case Role::caption:
+      return hasChildren ? ax::kGroupRole : ax::kStaticTextRole;
+    case Role::passwordText:
+      return ax::kTextFieldRole;
+    case Role::text:
+    case Role::entry:
+      return record.is(State::editable) ? ax::kTextFieldRole : ax::kStaticTextRole;
+    case Role::toolBar:
+      return ax::kToolbarRole;
+    case Role::tree:
+    case Role::treeTable:
+      return ax::kOutlineRole;
+    case Role::pageTabList:
+      return ax::kTabGroupRole;
+    case Role::icon:
+    case Role::image:
+      return kImageRole;
+    case Role::comboBox:
+      return "AXComboBox";
+    case Role::menuBar:
+      return "AXMenuBar";
+    case Role::menu:
+    case Role::popupMenu:
+      return "AXMenu";
+    case Role::menuItem:
+    case Role::checkMenuItem:
+    case Role::radioMenuItem:
+      return "AXMenuItem";
+    case Role::link:
+      return "AXLink";
+    default:
+      return ax::kGroupRole;
+  }
+}
+
+bool isWindowRole(Role role) { return role != Role::toolTip && role != Role::menu && role != Role::popupMenu; }
+
+bool isDialogRole(Role role) { return role == Role::dialog || role == Role::alert; }
+
+bool isSecret(const NodeRecord& record) { return record.role == Role::passwordText; }
+
+bool isDialogWindow(const NodeRecord& record, const x11::Window* window) {
+  if (isDialogRole(record.role) || isModal(record, window)) return true;
+  if (!window) return false;
+  // A window that belongs to another one and does not say what it is counts as a dialog, as window managers have it.
+  return window->type == x11::WindowType::dialog ||
+         (window->type == x11::WindowType::normal && window->transientFor.has_value());
+}
+
+bool isModal(const NodeRecord& record, const x11::Window* window) {
+  return record.is(State::modal) || (window && window->isModal);
+}
+
+bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const x11::Window* window, bool ownsXWindows) {
+  if (!isWindowRole(record.role)) return false;
+  if (window || record.is(State::showing)) return true;
+  // GTK 4 never says of a dialog that it is showing. A process with X windows shows no other ones.
+  return toolkit == Toolkit::gtk4 && !ownsXWindows;
+}
+
+bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells) {
+  if (record.is(State::defunct)) return false;
+  return toolkit == Toolkit::gtk4 || !windowTells || record.is(State::showing);
+}
+
+bool takesNoRoom(const NodeRecord& record) {
+  const bool isContent = isText(record.role) || isField(record.role) || record.role == Role::pushButton;
+  // Better a secret too many than a prompt that hides one.
+  if (!isContent || isSecret(record) || !record.extents) return false;
+  return isSentinel(*record.extents) || !(record.extents->width > 0) || !(record.extents->height > 0);
+}
+
+std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const x11::Window* window) {
+  if (window && !window->name.empty()) return window->name;
+  // GTK 3 names a message dialog without a title after its kind ("Question"), which nobody sees.
+  if (window && toolkit == Toolkit::gtk3 && record.role == Role::alert) return "";
+  return nameOf(record, toolkit);
+}
+
+std::string buttonTitle(const NodeRecord& record, Toolkit toolkit, const std::optional<std::string>& label) {
+  if (toolkit != Toolkit::gtk4) return record.name.value_or("");
+  if (label && !label->empty()) return *label;
+  const std::string name = nameOf(record, toolkit);
+  const std::string single = withoutDoubling(name);
+  return single == name ? withoutMnemonic(name) : single;
+}
+
+std::string nameOf(const NodeRecord& record, Toolkit toolkit) {
+  if (!record.name || (toolkit == Toolkit::gtk4 && isClassName(*record.name))) return "";
+  return *record.name;
+}
+
+std::string descriptionOf(const NodeRecord& record) {
+  if (record.description && !record.description->empty()) return *record.description;
+  return isSecret(record) ? "Password" : "";
+}
+
+std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit) {
+  if (isSecret(record)) return std::nullopt;
+  const std::string name = nameOf(record, toolkit);
+  if (isText(record.role) && !name.empty()) return name;
+  if (record.text && !record.text->empty()) return record.text;
+  return std::nullopt;
+}
+
+std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord, Toolkit toolkit,
+                            const x11::Window* window) {
+  if (!record.extents || isSentinel(*record.extents)) return std::nullopt;
+  Rect frame = *record.extents;
+  if (toolkit == Toolkit::gtk4 && window && windowRecord.extents) {
+    const auto offset = contentOffset(*windowRecord.extents, *window);
+    frame.x += window->clientBounds.x + offset.x;
+    frame.y += window->clientBounds.y + offset.y;
+  }
+  return frame;
+}
+
+std::optional<Rect> windowFrame(const NodeRecord& record, const x11::Window* window) {
+  if (window) return visibleBounds(*window);
+  if (!record.extents || isSentinel(*record.extents)) return std::nullopt;
+  return record.extents;
+}
+
+DetailNeeds detailNeeds(const NodeRecord& record, Toolkit toolkit, bool isTopLevel) {
+  if (isTopLevel || isDialogRole(record.role)) return {.extents = true};
+  const bool isNameless = nameOf(record, toolkit).empty();
+  if (record.role == Role::pushButton) return {.extents = true, .description = isNameless};
+  if (isText(record.role)) return {.extents = true, .description = isNameless, .text = isNameless};
+  if (isSecret(record)) return {.extents = true, .description = true};
+  if (isField(record.role)) return {.extents = true, .description = isNameless, .text = true};
+  return {};
+}
+
+}  // namespace quillard::atspi::mapping

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/Geometry.h"
+#include "platform/linux/accessibility/NodeRecord.h"
+#include "platform/linux/x11/X11Windows.h"
+
+// What an object of the accessibility bus is in the vocabulary of AX. Nothing but values in and values out: the
+// peculiarities of each toolkit are here and nowhere else.
+namespace quillard::atspi::mapping {
+
+inline constexpr std::string_view kCheckBoxRole = "AXCheckBox";
+inline constexpr std::string_view kRadioButtonRole = "AXRadioButton";
+inline constexpr std::string_view kImageRole = "AXImage";
+
+// Which toolkit speaks. GTK 3 and 4 give themselves the same name in different letter case, and a version each.
+[[nodiscard]] Toolkit toolkitOf(std::string_view name, std::string_view version);
+
+// The AX role of an object inside a window. Dialogs in there are up to the caller (`isDialogRole`).
+// `hasChildren`: paragraphs and headings are texts only when they hold no texts of their own.
+[[nodiscard]] std::string_view roleOf(const NodeRecord& record, bool hasChildren);
+
+// Whether a top-level object is a window of its application; menus and tooltips are not.
+[[nodiscard]] bool isWindowRole(Role role);
+[[nodiscard]] bool isDialogRole(Role role);
+// Texts whose content is their value: labels, and text that cannot be edited.
+[[nodiscard]] bool isSecret(const NodeRecord& record);
+
+// Whether a window is a dialog, by what it says or by what its X window says (null: no such window is known).
+[[nodiscard]] bool isDialogWindow(const NodeRecord& record, const x11::Window* window);
+[[nodiscard]] bool isModal(const NodeRecord& record, const x11::Window* window);
+// Whether a top-level window takes part in what the user sees, or would after being restored. What was closed but is
+// kept by its program does not. `ownsXWindows`: some X window of the process is known.
+[[nodiscard]] bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const x11::Window* window,
+                                   bool ownsXWindows);
+
+// Whether the user can see the object, as far as its toolkit says. `windowTells`: the window that it lies in says of
+// itself that it is showing.
+[[nodiscard]] bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells);
+// Whether the object takes up no room, so that nobody can read it: a text or button without any extent.
+[[nodiscard]] bool takesNoRoom(const NodeRecord& record);
+
+[[nodiscard]] std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const x11::Window* window);
+// `label`: the name of the only label inside the button, where there is one.
+[[nodiscard]] std::string buttonTitle(const NodeRecord& record, Toolkit toolkit,
+                                      const std::optional<std::string>& label);
+// The name of anything else. Empty where it is only the name of a class.
+[[nodiscard]] std::string nameOf(const NodeRecord& record, Toolkit toolkit);
+[[nodiscard]] std::string descriptionOf(const NodeRecord& record);
+// The text of a label, or of a field that is no secret. Absent when it shows none.
+[[nodiscard]] std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit);
+
+// The place of an object on the screen. `record`, and `windowRecord` of the window that it lies in, come from one
+// toolkit; `window`: its X window, null when unknown. Without one, GTK 4 and Wayland clients tell places within the
+// window only: good for order and size. Absent for objects that are nowhere.
+[[nodiscard]] std::optional<platform::Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord,
+                                                    Toolkit toolkit, const x11::Window* window);
+// Of a window itself.
+[[nodiscard]] std::optional<platform::Rect> windowFrame(const NodeRecord& record, const x11::Window* window);
+
+// What is read of an object besides role, states and name.
+struct DetailNeeds {
+  bool extents = false;
+  bool description = false;
+  bool text = false;
+  [[nodiscard]] bool any() const { return extents || description || text; }
+};
+[[nodiscard]] DetailNeeds detailNeeds(const NodeRecord& record, Toolkit toolkit, bool isTopLevel);
+
+}  // namespace quillard::atspi::mapping

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/Geometry.h"
+#include "platform/linux/accessibility/Roles.h"
+
+namespace quillard::atspi {
+
+// The kinds of toolkit that tell things differently. `other` is everything that is not known to be peculiar.
+enum class Toolkit { gtk3, gtk4, qt, other };
+
+// What an object says of itself. Absent: it was not asked, gave no answer, or one that cannot be used.
+struct NodeRecord {
+  Role role{};
+  std::uint64_t states = 0;
+  std::optional<std::string> name;
+  std::optional<std::string> description;
+  std::optional<std::string> text;
+  // GTK 4: within its window. Otherwise on the screen, as far as there is one.
+  std::optional<platform::Rect> extents;
+
+  [[nodiscard]] bool is(State state) const { return has(states, state); }
+  bool operator==(const NodeRecord&) const = default;
+};
+
+}  // namespace quillard::atspi

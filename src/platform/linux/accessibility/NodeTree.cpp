@@ -1,0 +1,84 @@
+#include "platform/linux/accessibility/NodeTree.h"
+
+#include <algorithm>
+
+#include "platform/linux/accessibility/Mapping.h"
+
+namespace quillard::atspi {
+
+ProgramNode& NodeTree::program(const std::string& bus, std::int32_t processIdentifier, const std::string& rootPath) {
+  auto& slot = programs[bus];
+  if (!slot) {
+    slot = std::make_unique<ProgramNode>();
+    slot->bus = bus;
+    slot->processIdentifier = processIdentifier;
+    slot->root = &add(*slot, rootPath);
+  }
+  return *slot;
+}
+
+ProgramNode* NodeTree::findProgram(const std::string& bus) {
+  const auto found = programs.find(bus);
+  return found == programs.end() ? nullptr : found->second.get();
+}
+
+Node& NodeTree::add(ProgramNode& program, const std::string& path) {
+  auto& slot = nodes[ObjectName{program.bus, path}];
+  if (!slot) {
+    slot = std::make_unique<Node>();
+    slot->name = {program.bus, path};
+    slot->program = &program;
+  }
+  return *slot;
+}
+
+Node& NodeTree::node(ProgramNode& program, const std::string& path, const std::string& windowPath) {
+  Node& node = add(program, path);
+  if (!node.window && !windowPath.empty()) {
+    Node& window = add(program, windowPath);
+    window.window = &window;
+    window.parent = program.root;
+    node.window = &window;
+  }
+  return node;
+}
+
+bool NodeTree::canAdopt(const Node& parent, const Node& child) const {
+  if (&child == child.program->root || child.parent) return child.parent == &parent;
+  for (const Node* above = &parent; above; above = above->parent) {
+    if (above == &child) return false;
+  }
+  return true;
+}
+
+void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
+  const bool isRoot = &parent == parent.program->root;
+  if (parent.depth >= kDeepest) return;
+  for (const auto& name : names) {
+    if (name.bus != parent.program->bus || nodes.size() >= kMostNodes) continue;
+    Node& child = add(*parent.program, name.path);
+    if (!canAdopt(parent, child)) continue;
+    if (std::find(parent.list.begin(), parent.list.end(), &child) != parent.list.end()) continue;
+    child.parent = &parent;
+    child.depth = isRoot ? 0 : parent.depth + 1;
+    child.window = isRoot ? &child : parent.window;
+    parent.list.push_back(&child);
+  }
+}
+
+bool isOffered(const Node& node) {
+  if (node.attributes != Progress::known || node.isUnreadable) return false;
+  const bool windowTells = node.window && node.window->record.is(State::showing);
+  return mapping::isShown(node.record, node.program->toolkit, windowTells) && !mapping::takesNoRoom(node.record);
+}
+
+std::vector<Node*> offeredChildren(const Node& node) {
+  std::vector<Node*> offered;
+  if (node.record.role == Role::pushButton) return offered;
+  for (Node* child : node.list) {
+    if (isOffered(*child)) offered.push_back(child);
+  }
+  return offered;
+}
+
+}  // namespace quillard::atspi

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+
+namespace quillard::atspi {
+
+// Roles and states as numbers of the accessibility bus. Role numbers mean the same with every toolkit, role names do
+// not. Only those that something here depends on.
+enum class Role : std::uint32_t {
+  alert = 2,
+  checkBox = 7,
+  checkMenuItem = 8,
+  comboBox = 11,
+  dialog = 16,
+  fileChooser = 19,
+  icon = 26,
+  image = 27,
+  label = 29,
+  menu = 33,
+  menuBar = 34,
+  menuItem = 35,
+  pageTabList = 38,
+  passwordText = 40,
+  popupMenu = 41,
+  pushButton = 43,
+  radioButton = 44,
+  radioMenuItem = 45,
+  text = 61,
+  toggleButton = 62,
+  toolBar = 63,
+  toolTip = 64,
+  tree = 65,
+  treeTable = 66,
+  paragraph = 73,
+  entry = 79,
+  caption = 81,
+  heading = 83,
+  link = 88,
+  staticText = 116,
+};
+
+enum class State : unsigned {
+  active = 1,
+  checked = 4,
+  defunct = 6,
+  editable = 7,
+  focused = 12,
+  iconified = 15,
+  modal = 16,
+  showing = 25,
+  isDefault = 39,
+};
+
+[[nodiscard]] constexpr bool has(std::uint64_t states, State state) {
+  return ((states >> static_cast<unsigned>(state)) & 1U) != 0;
+}
+
+[[nodiscard]] constexpr std::uint64_t bit(State state) { return std::uint64_t{1} << static_cast<unsigned>(state); }
+
+}  // namespace quillard::atspi

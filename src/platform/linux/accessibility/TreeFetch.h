@@ -1,0 +1,65 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/linux/accessibility/BusRequests.h"
+#include "platform/linux/accessibility/Mapping.h"
+#include "platform/linux/accessibility/NodeTree.h"
+
+namespace quillard::atspi {
+
+// What is about to be read of one object.
+struct FetchGoal {
+  Node* node = nullptr;
+  // How many of its descendants, in the order in which they are walked: each before its own children, the last child of
+  // each first. For the root of a program: so many of each of its windows.
+  int descendants = 0;
+  int levels = NodeTree::kDeepest;  // How deep below the object.
+  // What is wanted of each of them besides what reading a prompt needs.
+  mapping::DetailNeeds more{};
+  // Of the root of a program: what it says of itself, and nothing of its windows.
+  bool isRootItself = false;
+};
+
+// Reads what goals ask for, in rounds: all that can be asked of a program now goes out at once, and when the last
+// answer is there, the next round follows from the answers. Every program advances by itself. Each question is asked
+// once.
+class TreeFetch {
+ public:
+  using TimeoutOf = std::function<std::chrono::microseconds(const ProgramNode&)>;
+
+  // All outlive this.
+  TreeFetch(BusRequests& requests, NodeTree& tree, TimeoutOf timeoutOf)
+      : requests(requests), tree(tree), timeoutOf(std::move(timeoutOf)) {}
+
+  // Waits until everything that the goals ask for is known, or can no longer be told. Asks nothing when it is known.
+  void fetch(const std::vector<FetchGoal>& goals);
+
+ private:
+  struct Run {
+    ProgramNode* program = nullptr;
+    std::vector<FetchGoal> goals;
+    std::size_t waiting = 0;
+  };
+  class Round;
+
+  void advance(Run& run);
+  void ask(Run& run, BusCall call, BusRequests::OnReply onReply);
+  void askToolkit(Run& run);
+  void askAttributes(Run& run, Node& node);
+  void askDetails(Run& run, Node& node, const mapping::DetailNeeds& needs);
+  void askChildCount(Run& run, Node& node);
+  void askChildren(Run& run, Node& node);
+  void askLastChildren(Run& run, Node& node);
+  void takeChildren(Node& node, const BusReply& reply);
+
+  BusRequests& requests;
+  NodeTree& tree;
+  const TimeoutOf timeoutOf;
+};
+
+}  // namespace quillard::atspi

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/accessibility/WindowMatching.h"
+
+namespace quillard::atspi {
+namespace {
+
+using platform::Rect;
+using Matches = std::vector<std::optional<std::size_t>>;
+
+x11::Window window(x11::WindowID id, const std::string& name, Rect bounds) {
+  return {.id = id, .name = name, .isMapped = true, .clientBounds = bounds};
+}
+
+Matches match(const std::vector<AccessibleWindow>& accessible, const std::vector<x11::Window>& windows) {
+  return matchWindows(accessible, windows);
+}
+
+TEST(WindowMatching, GoesByTitleFirst) {
+  EXPECT_EQ(match({{.name = "B", .extents = Rect{0, 0, 10, 10}}, {.name = "A", .extents = Rect{500, 0, 900, 900}}},
+                  {window(1, "A", {0, 0, 10, 10}), window(2, "B", {500, 0, 900, 900})}),
+            (Matches{1, 0}));
+}
+
+TEST(WindowMatching, GoesByPlaceAmongEqualTitles) {
+  EXPECT_EQ(match({{.name = "A", .extents = Rect{500, 0, 300, 200}}, {.name = "A", .extents = Rect{0, 0, 300, 200}}},
+                  {window(1, "A", {0, 0, 300, 200}), window(2, "A", {500, 0, 300, 200})}),
+            (Matches{1, 0}));
+}
+
+TEST(WindowMatching, CountsTheFrameOfTheWindowManagerIn) {
+  auto framed = window(1, "A", {10, 30, 300, 200});
+  framed.frame = {.left = 1, .right = 1, .top = 20, .bottom = 4};
+  const auto other = window(2, "A", {10, 90, 300, 200});
+  EXPECT_EQ(match({{.name = "A", .extents = Rect{9, 10, 302, 224}}}, {other, framed}), (Matches{1}));
+}
+
+TEST(WindowMatching, ADialogNamedByItsKindIsFoundByItsPlace) {
+  EXPECT_EQ(match({{.name = "Main", .extents = Rect{0, 0, 800, 600}},
+                   {.name = "Question", .extents = Rect{200, 200, 300, 100}}},
+                  {window(1, "Main", {0, 0, 800, 600}), window(2, "Permission", {200, 200, 300, 100})}),
+            (Matches{0, 1}));
+}
+
+TEST(WindowMatching, Gtk4WindowsGoBySizeWhichIsNotExact) {
+  EXPECT_EQ(match({{.extents = Rect{0, 0, 390, 190}, .tellsPlace = false},
+                   {.extents = Rect{0, 0, 790, 590}, .tellsPlace = false}},
+                  {window(1, "", {700, 500, 800, 600}), window(2, "", {100, 100, 400, 200})}),
+            (Matches{1, 0}));
+}
+
+TEST(WindowMatching, WhatIsLeftOverOnBothSidesBelongsTogether) {
+  EXPECT_EQ(match({{.name = "The text of a minimised box"}}, {window(1, "Permission", {0, 0, 10, 10})}), (Matches{0}));
+  EXPECT_EQ(match({{.name = "x"}, {.name = "y"}}, {window(1, "Permission", {0, 0, 10, 10})}),
+            (Matches{std::nullopt, std::nullopt}));
+}
+
+TEST(WindowMatching, AHiddenWindowTakesNoVisibleOne) {
+  auto minimised = window(2, "A", {0, 0, 10, 10});
+  minimised.isHidden = true;
+  EXPECT_EQ(match({{.name = "A", .isShowing = false}}, {window(1, "A", {0, 0, 10, 10})}), (Matches{std::nullopt}));
+  EXPECT_EQ(match({{.name = "B", .isShowing = false}}, {minimised}), (Matches{std::nullopt}));
+  EXPECT_EQ(match({{.name = "A", .isShowing = false}}, {minimised}), (Matches{0}));
+}
+
+TEST(WindowMatching, NoXWindowIsTakenTwice) {
+  const auto matches = match({{.name = "A", .extents = Rect{0, 0, 9, 9}}, {.name = "A", .extents = Rect{0, 0, 9, 9}}},
+                             {window(1, "A", {0, 0, 9, 9})});
+  EXPECT_EQ(matches, (Matches{0, std::nullopt}));
+}
+
+TEST(WindowMatching, WindowsThatCannotBeToldApartAreMatchedByAge) {
+  EXPECT_EQ(match({{.name = "A", .extents = Rect{0, 0, 9, 9}}, {.name = "A", .extents = Rect{0, 0, 9, 9}}},
+                  {window(8, "A", {0, 0, 9, 9}), window(3, "A", {0, 0, 9, 9})}),
+            (Matches{1, 0}));
+}
+
+TEST(WindowMatching, NothingFitsNothing) {
+  EXPECT_EQ(match({}, {window(1, "A", {})}), Matches{});
+  EXPECT_EQ(match({{.name = "A"}}, {}), Matches{std::nullopt});
+}
+
+}  // namespace
+}  // namespace quillard::atspi

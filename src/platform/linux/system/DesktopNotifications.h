@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include "platform/Environment.h"
+#include "platform/UserNotifications.h"
+
+namespace quillard::desktop {
+
+// Notes by the desktop's notification server (org.freedesktop.Notifications), which the bus starts where it knows how.
+// Nobody has to allow them: asking finds out whether there is such a server. Texts are shown as they are, whatever
+// markup the server knows.
+//
+// Needs the Qt event loop. A server that is slow or gone never holds the caller up. Notes that are not yet sent when
+// this object goes are dropped.
+class DesktopNotifications final : public platform::UserNotifications {
+ public:
+  static constexpr std::chrono::milliseconds kTimeout{5000};
+  // How many identifiers are remembered, to replace what was shown under them. The newest.
+  static constexpr std::size_t kMostRemembered = 64;
+
+  // `environment` says where the session bus is, and outlives this.
+  explicit DesktopNotifications(const platform::Environment& environment, std::chrono::milliseconds timeout = kTimeout);
+  ~DesktopNotifications() override;
+
+  void requestAuthorization(std::function<void(std::optional<std::string>)> completion) override;
+  void post(const platform::UserNotification& notification) override;
+
+ private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation;
+};
+
+}  // namespace quillard::desktop

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/Environment.h"
+
+namespace quillard::desktop {
+
+// The variables of this process, which nobody here changes once threads run.
+class ProcessEnvironment final : public platform::Environment {
+ public:
+  // A name that no variable can have is not set.
+  [[nodiscard]] std::optional<std::string> value(std::string_view name) const override;
+};
+
+}  // namespace quillard::desktop

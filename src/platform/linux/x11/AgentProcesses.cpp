@@ -1,0 +1,29 @@
+#include "platform/linux/x11/AgentProcesses.h"
+
+#include <algorithm>
+
+namespace quillard::x11 {
+namespace {
+
+constexpr std::string_view kExecutable = "/Quillard.app/quillard";
+
+}  // namespace
+
+std::vector<std::int32_t> AgentProcesses::find() const {
+  std::vector<std::int32_t> agents;
+  for (const auto candidate : table.all()) {
+    // One look tells most others apart.
+    if (!table.executable(candidate).ends_with(kExecutable)) continue;
+    const auto process = table.process(candidate);
+    if (process && isAgent(*process)) agents.push_back(candidate);
+  }
+  return agents;
+}
+
+bool AgentProcesses::isAgent(const ProcessFacts& process) {
+  return process.executable.ends_with(kExecutable) && !process.arguments.empty() &&
+         std::all_of(process.arguments.begin() + 1, process.arguments.end(),
+                     [](const std::string& argument) { return argument.starts_with('-'); });
+}
+
+}  // namespace quillard::x11

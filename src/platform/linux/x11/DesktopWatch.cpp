@@ -1,0 +1,142 @@
+#include "platform/linux/x11/DesktopWatch.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace quillard::x11 {
+namespace {
+
+using platform::Seconds;
+using std::chrono::steady_clock;
+
+constexpr Seconds kFirstRetry{5};
+constexpr Seconds kLongestRetry{60};
+constexpr Seconds kShortestGap{0.016};
+constexpr Seconds kNameDelay{0.1};
+
+constexpr std::uint8_t kSentByPrograms = 0x80;
+
+}  // namespace
+
+DesktopWatch::DesktopWatch(std::optional<std::string> displayName, Windows& windows,
+                           platform::SerialExecutor& mainThread)
+    : displayName(std::move(displayName)), windows(windows), mainThread(mainThread), retryDelay(kFirstRetry) {
+  connect();
+}
+
+DesktopWatch::~DesktopWatch() = default;
+
+void DesktopWatch::connect() {
+  if (!displayName || displayName->empty()) return;
+  server = ServerConnection::open(*displayName);
+  if (!server) {
+    retryTask = mainThread.postAfter(retryDelay, [this] { connect(); });
+    retryDelay = std::min(retryDelay * 2, kLongestRetry);
+    return;
+  }
+  retryDelay = kFirstRetry;
+  notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(server->get()), QSocketNotifier::Read);
+  QObject::connect(notifier.get(), &QSocketNotifier::activated, [this] { takeEvents(); });
+  watchRoot();
+  look();
+}
+
+void DesktopWatch::disconnect() {
+  // Inside its own signal, perhaps: it is silent from here on, and goes when that has returned.
+  notifier->setEnabled(false);
+  notifier.release()->deleteLater();
+  server.reset();
+  watched.clear();
+  lookTask.reset();
+  nameTask.reset();
+  seen = {};
+  retryTask = mainThread.postAfter(retryDelay, [this] { connect(); });
+  listeners.tell(seen);
+}
+
+void DesktopWatch::watchRoot() {
+  // Without a window manager there is no list whose change tells of windows.
+  const auto list = server->property(server->askProperty(server->root(), Atom::netClientList, 1));
+  std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+  if (list.type == 0) events |= XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+  xcb_change_window_attributes(server->get(), server->root(), XCB_CW_EVENT_MASK, &events);
+  xcb_flush(server->get());
+}
+
+void DesktopWatch::takeEvents() {
+  auto urgency = Urgency::none;
+  while (const ReplyPointer<xcb_generic_event_t> event{xcb_poll_for_event(server->get())}) {
+    urgency = std::max(urgency, urgencyOf(*event));
+  }
+  if (server->isBroken()) return disconnect();
+  if (urgency == Urgency::now) return lookSoon();
+  if (urgency == Urgency::later && !nameTask) nameTask = mainThread.postAfter(kNameDelay, [this] { look(); });
+}
+
+DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) const {
+  switch (event.response_type & static_cast<std::uint8_t>(~kSentByPrograms)) {
+    case XCB_MAP_NOTIFY:
+    case XCB_UNMAP_NOTIFY:
+    case XCB_DESTROY_NOTIFY:
+      return Urgency::now;
+    case XCB_PROPERTY_NOTIFY:
+      break;
+    default:
+      return Urgency::none;  // Errors, too: of windows that went before they could be watched.
+  }
+  const auto property = reinterpret_cast<const xcb_property_notify_event_t&>(event).atom;
+  const Atoms& atoms = server->atoms();
+  const auto isOneOf = [&](std::initializer_list<Atom> names) {
+    return std::any_of(names.begin(), names.end(), [&](Atom name) { return atoms[name] == property; });
+  };
+  if (isOneOf({Atom::netClientListStacking, Atom::netClientList, Atom::netActiveWindow, Atom::netCurrentDesktop,
+               Atom::netSupportingWMCheck, Atom::netWMState, Atom::wmState, Atom::netWMDesktop})) {
+    return Urgency::now;
+  }
+  return isOneOf({Atom::netWMName, Atom::wmName}) ? Urgency::later : Urgency::none;
+}
+
+void DesktopWatch::lookSoon() {
+  if (lookTask) return;
+  const Seconds since = lookedAt ? Seconds{steady_clock::now() - *lookedAt} : kShortestGap;
+  if (since >= kShortestGap) return look();
+  lookTask = mainThread.postAfter(kShortestGap - since, [this] { look(); });
+}
+
+void DesktopWatch::look() {
+  lookTask.reset();
+  nameTask.reset();
+  const bool wasManaged = seen.active || seen.currentDesktop;
+  seen = windows.snapshot();
+  // What happened to a new window before its events were asked for is seen by looking again.
+  if (watchNewWindows()) seen = windows.snapshot();
+  lookedAt = steady_clock::now();
+  const bool isManaged = seen.active || seen.currentDesktop;
+  if (isManaged != wasManaged) watchRoot();
+  // While this waited for replies, events may have come that its socket will not tell of again.
+  mainThread.post([this, alive = std::weak_ptr<char>(life)] {
+    if (!alive.expired() && server) takeEvents();
+  });
+  listeners.tell(seen);
+}
+
+bool DesktopWatch::watchNewWindows() {
+  std::set<WindowID> present;
+  bool isNew = false;
+  for (const auto& window : seen.windows) {
+    present.insert(window.id);
+    if (watched.contains(window.id)) continue;
+    constexpr std::uint32_t kEvents = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(server->get(), window.id, XCB_CW_EVENT_MASK, &kEvents);
+    isNew = true;
+  }
+  watched = std::move(present);
+  if (!isNew) return false;
+  // Its answer comes when the server has seen the requests above.
+  const ReplyPointer<xcb_get_input_focus_reply_t> sign{
+      xcb_get_input_focus_reply(server->get(), xcb_get_input_focus(server->get()), nullptr)};
+  return true;
+}
+
+}  // namespace quillard::x11

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include <QtCore/QSocketNotifier>
+
+#include "platform/Executors.h"
+#include "platform/linux/x11/Listeners.h"
+#include "platform/linux/x11/ServerConnection.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::x11 {
+
+// Notices on the main thread, from the X server's own events, that windows came, went, were minimised or moved to
+// another desktop, that another one is active, or that the present desktop is another one. Looks once after each burst
+// of events, at most every 16 ms, and hands what it saw to its listeners; changes of names wait for 100 ms, since some
+// programs write their progress there. When the X server goes, listeners see no windows, and it is tried again later.
+//
+// Made, used and destroyed on the main thread, whose event loop is Qt's.
+class DesktopWatch {
+ public:
+  // `displayName`: as for XcbWindows, whose `windows` are looked at; absent: nothing is ever noticed. Both outlive
+  // this.
+  DesktopWatch(std::optional<std::string> displayName, Windows& windows, platform::SerialExecutor& mainThread);
+  ~DesktopWatch();
+  DesktopWatch(const DesktopWatch&) = delete;
+  DesktopWatch& operator=(const DesktopWatch&) = delete;
+
+  // `onLook`: on the main thread, with what there is now.
+  [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onLook) {
+    return listeners.add(std::move(onLook));
+  }
+  // What was seen last.
+  [[nodiscard]] const WindowsSnapshot& lastLook() const { return seen; }
+
+ private:
+  enum class Urgency { none, later, now };
+
+  void connect();
+  void disconnect();
+  void takeEvents();
+  [[nodiscard]] Urgency urgencyOf(const xcb_generic_event_t& event) const;
+  void lookSoon();
+  void look();
+  void watchRoot();
+  // Asks for the events of windows that are new in `seen`. False when all were known.
+  bool watchNewWindows();
+
+  const std::optional<std::string> displayName;
+  Windows& windows;
+  platform::SerialExecutor& mainThread;
+  std::unique_ptr<ServerConnection> server;
+  std::unique_ptr<QSocketNotifier> notifier;
+  std::set<WindowID> watched;
+  WindowsSnapshot seen;
+  platform::Seconds retryDelay;
+  std::optional<std::chrono::steady_clock::time_point> lookedAt;
+  platform::TaskHandle lookTask;   // A look that is put off.
+  platform::TaskHandle nameTask;   // A look for changed names.
+  platform::TaskHandle retryTask;  // Another try to connect.
+  Listeners<WindowsSnapshot> listeners;
+  const std::shared_ptr<char> life = std::make_shared<char>();  // Tells turns that are under way whether this lives.
+};
+
+}  // namespace quillard::x11

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <set>
+#include <vector>
+
+#include "platform/Executors.h"
+#include "platform/WindowList.h"
+#include "platform/linux/x11/AccessibleProcesses.h"
+#include "platform/linux/x11/DesktopWatch.h"
+#include "platform/linux/x11/Listeners.h"
+#include "platform/linux/x11/RunningPrograms.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::x11 {
+
+// The windows of the X server's client list. Those that no window manager manages (menus, tooltips, the notifications
+// of some services) are not listed, and neither is the desktop's background.
+//
+// Bounds are what a person sees, in pixels: with the window manager's frame, without a shadow. Layers: below 0 for
+// windows that are kept below the others, above 0 for those that are kept above, panels and notifications.
+//
+// Changes of the list, of the active window, of the desktop, and of a window's state are told at once, those of names
+// after 100 ms; moves are not told. A new window whose process is not on the accessibility bus yet is told twice, the
+// second time after 35 ms, since it can be read only then.
+class LinuxWindowList final : public platform::WindowList {
+ public:
+  // All of them outlive this. Made and destroyed on the main thread.
+  LinuxWindowList(Windows& windows, RunningPrograms& programs, DesktopWatch& watch, AccessibleProcesses& accessible,
+                  platform::SerialExecutor& mainThread);
+
+  [[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options) override;
+  [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
+
+ private:
+  void windowsChanged(const WindowsSnapshot& snapshot);
+
+  Windows& windows;
+  RunningPrograms& programs;
+  AccessibleProcesses& accessible;
+  platform::SerialExecutor& mainThread;
+  std::set<WindowID> known;
+  platform::TaskHandle secondHint;
+  Listeners<> listeners;
+  platform::SubscriptionHandle subscription;
+};
+
+}  // namespace quillard::x11

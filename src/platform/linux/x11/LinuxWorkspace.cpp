@@ -1,0 +1,174 @@
+#include "platform/linux/x11/LinuxWorkspace.h"
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/linux/x11/WindowListing.h"
+
+namespace quillard::x11 {
+namespace {
+
+using platform::ActivationPolicy;
+using platform::RunningApplication;
+using std::chrono::steady_clock;
+
+constexpr auto kLongestReuse = std::chrono::milliseconds{20};
+
+// An open descriptor keeps the number from meaning another process between the check and the signal.
+class ProcessHandle {
+ public:
+  explicit ProcessHandle(std::int32_t process) : descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0U))) {}
+  ~ProcessHandle() {
+    if (descriptor >= 0) ::close(descriptor);
+  }
+  ProcessHandle(const ProcessHandle&) = delete;
+  ProcessHandle& operator=(const ProcessHandle&) = delete;
+
+  [[nodiscard]] bool terminate() const {
+    return descriptor >= 0 && ::syscall(SYS_pidfd_send_signal, descriptor, SIGTERM, nullptr, 0U) == 0;
+  }
+
+ private:
+  int descriptor;
+};
+
+bool isOfDesktop(const Window& window) { return window.type == WindowType::desktop || window.type == WindowType::dock; }
+
+}  // namespace
+
+LinuxWorkspace::LinuxWorkspace(const Sources& sources) : sources(sources), agents(sources.processes) {
+  const Look look = lookAt(sources.watch.lastLook());
+  told = {.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
+  windowSubscription = sources.watch.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
+  accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.watch.lastLook()); });
+}
+
+std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
+  auto running = applications(recentLook());
+  const auto isKnown = [&](std::int32_t process) {
+    return std::any_of(running.begin(), running.end(),
+                       [&](const RunningApplication& each) { return each.processIdentifier == process; });
+  };
+  for (const auto agent : agents.find()) {
+    if (isKnown(agent)) continue;
+    const auto found = application({.processIdentifier = agent, .activationPolicy = ActivationPolicy::prohibited});
+    if (found) running.push_back(*found);
+  }
+  std::sort(running.begin(), running.end(),
+            [](const auto& a, const auto& b) { return a.processIdentifier < b.processIdentifier; });
+  return running;
+}
+
+std::optional<RunningApplication> LinuxWorkspace::frontmostApplication() {
+  for (const auto& sketch : recentLook().sketches) {
+    if (sketch.isActive) return application(sketch);
+  }
+  return std::nullopt;
+}
+
+std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_t processIdentifier) {
+  for (const auto& sketch : recentLook().sketches) {
+    if (sketch.processIdentifier == processIdentifier) return application(sketch);
+  }
+  const auto process = sources.processes.process(processIdentifier);
+  if (!process || !AgentProcesses::isAgent(*process)) return std::nullopt;
+  return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::prohibited});
+}
+
+bool LinuxWorkspace::activate(std::int32_t processIdentifier) {
+  const Look look = lookAt(sources.windows.snapshot());
+  const auto own = windowsOf(processIdentifier, look);
+  if (own.empty()) return false;
+  forgetLook();
+  bool isAsked = false;
+  for (const auto& window : own) {
+    if (isOnScreen(window, look.snapshot)) isAsked = sources.windows.activate(window.id) || isAsked;
+  }
+  return isAsked || sources.windows.activate(own.back().id);
+}
+
+bool LinuxWorkspace::unhide(std::int32_t processIdentifier) {
+  const Look look = lookAt(sources.windows.snapshot());
+  const auto own = windowsOf(processIdentifier, look);
+  if (own.empty()) return false;
+  forgetLook();
+  return std::all_of(own.begin(), own.end(),
+                     [&](const Window& window) { return !window.isHidden || sources.windows.activate(window.id); });
+}
+
+bool LinuxWorkspace::terminate(std::int32_t processIdentifier) {
+  const ProcessHandle handle(processIdentifier);
+  const auto application = runningApplication(processIdentifier);
+  if (!application) return false;
+  const auto own = windowsOf(processIdentifier, lookAt(sources.windows.snapshot()));
+  if (own.empty() || application->bundleIdentifier == kAgentIdentifier) return handle.terminate();
+  bool isAsked = true;
+  for (const auto& window : own) isAsked = sources.windows.close(window.id) && isAsked;
+  return isAsked;
+}
+
+platform::SubscriptionHandle LinuxWorkspace::observe(std::function<void(const platform::WorkspaceEvent&)> onEvent) {
+  return listeners.add(std::move(onEvent));
+}
+
+LinuxWorkspace::Look LinuxWorkspace::recentLook() {
+  const MutexLock lock(mutex);
+  if (!lastLook || steady_clock::now() - lastLook->moment > kLongestReuse) {
+    lastLook = lookAt(sources.windows.snapshot());
+  }
+  return *lastLook;
+}
+
+void LinuxWorkspace::forgetLook() {
+  const MutexLock lock(mutex);
+  lastLook.reset();
+}
+
+LinuxWorkspace::Look LinuxWorkspace::lookAt(WindowsSnapshot snapshot) {
+  auto sketches = sketchApplications(snapshot, sources.accessible.processIdentifiers());
+  return {.snapshot = std::move(snapshot), .sketches = std::move(sketches), .moment = steady_clock::now()};
+}
+
+std::optional<RunningApplication> LinuxWorkspace::application(const ApplicationSketch& sketch) {
+  const auto program = sources.programs.program(sketch.processIdentifier, sketch.windowClass);
+  if (!program) return std::nullopt;
+  RunningApplication application{.processIdentifier = sketch.processIdentifier,
+                                 .activationPolicy = sketch.activationPolicy,
+                                 .isActive = sketch.isActive,
+                                 .isHidden = sketch.isHidden};
+  if (!program->name.empty()) application.localizedName = program->name;
+  if (!program->identifier.empty()) application.bundleIdentifier = program->identifier;
+  return application;
+}
+
+std::vector<RunningApplication> LinuxWorkspace::applications(const Look& look) {
+  std::vector<RunningApplication> found;
+  for (const auto& sketch : look.sketches) {
+    if (auto known = application(sketch)) found.push_back(std::move(*known));
+  }
+  return found;
+}
+
+// Bottom to top, without panels and the like. None for processes of other users.
+std::vector<Window> LinuxWorkspace::windowsOf(std::int32_t processIdentifier, const Look& look) {
+  if (!sources.processes.process(processIdentifier)) return {};
+  std::vector<Window> own;
+  for (const auto& window : look.snapshot.windows) {
+    if (window.processIdentifier == processIdentifier && !isOfDesktop(window)) own.push_back(window);
+  }
+  return own;
+}
+
+void LinuxWorkspace::desktopChanged(const WindowsSnapshot& snapshot) {
+  forgetLook();
+  const Look look = lookAt(snapshot);
+  WorkspaceLook now{.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
+  const auto events = eventsBetween(std::exchange(told, now), now);
+  for (const auto& event : events) listeners.tell(event);
+}
+
+}  // namespace quillard::x11

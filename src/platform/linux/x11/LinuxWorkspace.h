@@ -1,0 +1,96 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Mutex.h"
+#include "platform/Workspace.h"
+#include "platform/linux/system/DesktopOpener.h"
+#include "platform/linux/x11/AccessibleProcesses.h"
+#include "platform/linux/x11/AgentProcesses.h"
+#include "platform/linux/x11/ApplicationSketches.h"
+#include "platform/linux/x11/DesktopWatch.h"
+#include "platform/linux/x11/Listeners.h"
+#include "platform/linux/x11/RunningPrograms.h"
+#include "platform/linux/x11/XcbWindows.h"
+
+namespace quillard::x11 {
+
+// The applications of this user: processes that own a window of the X server or are on the accessibility bus, and the
+// agents of this program (see AgentProcesses). Processes of other users are none, whatever windows they show.
+//
+// What an application is on this system:
+//   - The bundle identifier is the id of its desktop entry, else the path of its program; see `identify`. It is steady,
+//     but it is what the program says of itself: another program of the same user can claim any.
+//   - The activation policy follows from its windows; see `sketchApplications`. An agent without a window, and not on
+//     the bus, is `prohibited`: it is found by its identifier, and not searched for prompts.
+//   - Active is the owner of the active window; without an X server, nobody is.
+//   - Hidden means that all of its windows are minimised.
+//   - It terminates when it ends, or gives up its last window without being on the bus. Agents without windows come and
+//     go unnoticed.
+//
+// Answers about applications may be 20 ms old.
+class LinuxWorkspace final : public platform::Workspace {
+ public:
+  // Where the answers come from. All of them outlive the workspace.
+  struct Sources {
+    XcbWindows& windows;
+    DesktopWatch& watch;
+    AccessibleProcesses& accessible;
+    const ProcessTable& processes;
+    RunningPrograms& programs;
+    desktop::DesktopOpener& opener;
+  };
+  // Made and destroyed on the main thread.
+  explicit LinuxWorkspace(const Sources& sources);
+
+  // By process number.
+  [[nodiscard]] std::vector<platform::RunningApplication> runningApplications() override;
+  [[nodiscard]] std::optional<platform::RunningApplication> frontmostApplication() override;
+  [[nodiscard]] std::optional<platform::RunningApplication> runningApplication(std::int32_t processIdentifier) override;
+
+  // Asks the window manager for each window that is shown on the present desktop, the topmost last; when there is none,
+  // for the topmost window elsewhere, minimised ones included. False without a window or a window manager.
+  bool activate(std::int32_t processIdentifier) override;
+  // Asks for each minimised window, which also brings it to the front. True when none is minimised.
+  bool unhide(std::int32_t processIdentifier) override;
+  // Asks each window to close, as its own close button does. A program without windows, and any agent of this program,
+  // whose windows are not its life, is sent SIGTERM.
+  bool terminate(std::int32_t processIdentifier) override;
+
+  bool openURL(std::string_view url) override { return sources.opener.openURL(url); }
+  bool openFolder(std::string_view path) override { return sources.opener.openFolder(path); }
+
+  [[nodiscard]] platform::SubscriptionHandle observe(
+      std::function<void(const platform::WorkspaceEvent&)> onEvent) override;
+
+ private:
+  struct Look {
+    WindowsSnapshot snapshot;
+    std::vector<ApplicationSketch> sketches;
+    std::chrono::steady_clock::time_point moment;
+  };
+
+  [[nodiscard]] Look recentLook();
+  void forgetLook();
+  [[nodiscard]] Look lookAt(WindowsSnapshot snapshot);
+  // Absent when the process is another user's or has gone.
+  [[nodiscard]] std::optional<platform::RunningApplication> application(const ApplicationSketch& sketch);
+  [[nodiscard]] std::vector<platform::RunningApplication> applications(const Look& look);
+  [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Look& look);
+  void desktopChanged(const WindowsSnapshot& snapshot);
+
+  const Sources sources;
+  const AgentProcesses agents;
+  Mutex mutex;
+  std::optional<Look> lastLook QUILLARD_GUARDED_BY(mutex);
+  WorkspaceLook told;  // Main thread only, like all below.
+  Listeners<platform::WorkspaceEvent> listeners;
+  platform::SubscriptionHandle windowSubscription;
+  platform::SubscriptionHandle accessibleSubscription;
+};
+
+}  // namespace quillard::x11

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "foundation/Mutex.h"
+#include "platform/SyntheticEvents.h"
+#include "platform/linux/x11/ServerConnection.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::x11 {
+
+// The key that gives this symbol without any modifier. Absent when no key does. `symbols`: for each key from `firstKey`
+// on, `symbolsPerKey` of them, as the X server gives them.
+[[nodiscard]] std::optional<std::uint8_t> keyForSymbol(const std::vector<std::uint32_t>& symbols, int symbolsPerKey,
+                                                       std::uint8_t firstKey, std::uint32_t symbol);
+
+// Input through the X server's test extension, which acts as mouse and keyboard do. A mouse event takes the pointer
+// along. Nothing can be created without an X server, without the extension, outside the screen, or for a key that the
+// keyboard does not have.
+//
+// X has no delivery to one process. The closest that does no harm:
+//   - A mouse event is posted only while the topmost window at its point is the process's own.
+//   - A key is posted only while a window of the process has the keyboard. When none has, its topmost window is
+//     activated first, and given up to 100 ms to get it.
+//   - Otherwise nothing is posted. The server serves nobody else between the check and the event.
+//   - A release follows its press wherever that is: the server hands it to whoever got the press, and a button that
+//     stayed down would be worse. Without a press of ours it is not posted.
+// Presses that were not released are released when this object goes.
+//
+// One thread at a time; waits for the X server.
+class XTestEvents final : public platform::SyntheticEvents {
+ public:
+  // `displayName`: as for the windows, which outlive this.
+  XTestEvents(std::optional<std::string> displayName, Windows& windows);
+  ~XTestEvents() override;
+
+  [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
+                                                                           platform::Point position) override;
+  [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
+                                                                              bool isDown) override;
+  void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
+  void postToHIDTap(const platform::SyntheticEvent& event) override;
+
+ private:
+  class Event;
+  // Decides whether the window that would get the event may have it.
+  using Gate = std::function<bool(const ServerConnection&)>;
+
+  [[nodiscard]] ServerConnection* testableServer();
+  [[nodiscard]] bool isOnScreen(const ServerConnection& server, platform::Point position) const;
+  void post(const ServerConnection& server, const Event& event);
+  // Between the gate's look and the event, the server serves nobody else. False when the gate said no.
+  bool postIf(const ServerConnection& server, const Gate& gate, const Event& event);
+  bool waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
+  void releaseAll();
+
+  Windows& windows;
+  ServerLink link;
+  std::set<std::uint8_t> keysDown;
+  bool isButtonDown = false;
+};
+
+}  // namespace quillard::x11

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "foundation/Mutex.h"
+#include "platform/linux/x11/ServerConnection.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::x11 {
+
+// Windows of an X server, over one connection that all threads share: calls take turns. When the server goes, answers
+// are empty until one can be reached again under the same name.
+//
+// The windows are those of the window manager's client list. Without a window manager they are the root's own children,
+// without the override-redirect ones (menus, tooltips), and none of them is active.
+class XcbWindows final : public Windows {
+ public:
+  // `displayName`: the variable DISPLAY; absent when not set.
+  explicit XcbWindows(std::optional<std::string> displayName,
+                      std::chrono::milliseconds retryInterval = std::chrono::seconds{5});
+
+  [[nodiscard]] bool isAvailable() const override;
+  [[nodiscard]] WindowsSnapshot snapshot() override;
+  // Changes to the window's desktop first, if it is on another one.
+  bool activate(WindowID window) override;
+
+  // Asks the window manager to close the window, as its own close button does. False: could not be asked.
+  bool close(WindowID window);
+  // One line that says what cannot be done, when no X server can be reached.
+  [[nodiscard]] std::optional<std::string> limitation() const;
+
+ private:
+  // Null when there is no window manager to be asked.
+  [[nodiscard]] ServerConnection* managedServer() QUILLARD_REQUIRES(mutex);
+
+  mutable Mutex mutex;
+  mutable ServerLink link QUILLARD_GUARDED_BY(mutex);
+};
+
+}  // namespace quillard::x11

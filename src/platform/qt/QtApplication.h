@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/Application.h"
+#include "platform/Executors.h"
+
+namespace quillard::qt {
+
+struct ApplicationMenu {
+  std::string title;
+  std::vector<platform::ApplicationMenuItem> items;
+};
+
+// This process as a Qt application. Where the desktop has no menu bar for applications, whoever has a place for a menu
+// (the tray) shows the one that is kept here. The activation policy is kept, too; no desktop of Linux has a use for it.
+class QtApplication final : public platform::Application {
+ public:
+  // `mainThread` is the Qt event loop, and outlives this. Needs Qt's application object for what has windows.
+  explicit QtApplication(platform::SerialExecutor& mainThread) : mainThread(mainThread) {}
+
+  // Called once, when the application is told to end and before the loop does.
+  void setOnWillTerminate(std::function<void()> handler) { onWillTerminate = std::move(handler); }
+  void setOnMenuChange(std::function<void()> handler) { onMenuChange = std::move(handler); }
+  void setOnAboutPanel(std::function<void()> handler) { onAboutPanel = std::move(handler); }
+
+  [[nodiscard]] std::int32_t processIdentifier() const override;
+  void setActivationPolicy(platform::ActivationPolicy policy) override { itsPolicy = policy; }
+  void activateIgnoringOtherApplications() override;
+  // Told again, nothing happens.
+  void terminate() override;
+  void setApplicationMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items) override;
+
+  [[nodiscard]] platform::ActivationPolicy activationPolicy() const { return itsPolicy; }
+  [[nodiscard]] const ApplicationMenu& applicationMenu() const { return menu; }
+  // Does what the item is for. A disabled item, and a separator, do nothing.
+  void choose(const platform::ApplicationMenuItem& item);
+
+ private:
+  platform::SerialExecutor& mainThread;
+  platform::ActivationPolicy itsPolicy = platform::ActivationPolicy::regular;
+  ApplicationMenu menu;
+  bool isTerminating = false;
+  std::function<void()> onWillTerminate;
+  std::function<void()> onMenuChange;
+  std::function<void()> onAboutPanel;
+};
+
+}  // namespace quillard::qt

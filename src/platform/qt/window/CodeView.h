@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <QtWidgets/QWidget>
+
+#include "platform/Images.h"
+#include "platform/qt/window/ModuleGrid.h"
+
+namespace quillard::qt {
+
+// The pairing code, or a symbol in its place. The code is always dark on white, and each of its modules is a square of
+// a whole number of screen pixels: cameras read it best so.
+class CodeView final : public QWidget {
+ public:
+  explicit CodeView(QWidget* parent);
+
+  // With neither a code nor a symbol, nothing is shown. `name`: what assistive programs call the picture.
+  void setContent(const std::optional<platform::Bitmap>& bitmap, const std::string& placeholderSymbol,
+                  const std::string& name);
+
+  // The side of the square that it wants, given so much room.
+  [[nodiscard]] int sideFor(int room) const;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void drawCode(QPainter& painter) const;
+  [[nodiscard]] int pixelsPerModule(int side) const;
+
+  ModuleGrid grid;  // Empty: no code now.
+  std::string symbol;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "platform/StatusWindowView.h"
+#include "platform/qt/window/ActionButton.h"
+
+namespace quillard::qt {
+
+// Pops up a menu 4 points under `anchor`, in the window's colours, and returns at once. `onChoice` comes at most once.
+// The menu is a child of the anchor's window, and goes when it closes.
+void popUpMenu(ActionButton& anchor, const std::vector<platform::MenuItemContent>& items,
+               std::function<void(std::size_t)> onChoice);
+
+}  // namespace quillard::qt

@@ -1,0 +1,89 @@
+#include "platform/qt/window/QtStatusWindowView.h"
+
+#include "platform/qt/window/AccessibleRoles.h"
+#include "platform/qt/window/ModuleGrid.h"
+#include "platform/qt/window/QtStatusWindowViews.h"
+
+namespace quillard::qt {
+namespace {
+
+// One pixel a module: all there is to know of a code, in a hundredth of its size.
+platform::Bitmap shrunk(const platform::Bitmap& bitmap) {
+  const ModuleGrid grid = moduleGrid(bitmap);
+  platform::Bitmap small{.width = grid.width, .height = grid.height, .pixels = {}};
+  small.pixels.reserve(grid.isLight.size());
+  for (const bool isLight : grid.isLight) small.pixels.push_back(isLight ? 255 : 0);
+  return small;
+}
+
+platform::StatusWindowContent withoutLargeImages(const platform::StatusWindowContent& content) {
+  platform::StatusWindowContent kept = content;
+  if (content.pairingImage) kept.pairingImage = shrunk(*content.pairingImage);
+  return kept;
+}
+
+}  // namespace
+
+std::unique_ptr<platform::StatusWindowView> QtStatusWindowViews::makeStatusWindowView(
+    platform::StatusWindowEvents events) {
+  return std::make_unique<QtStatusWindowView>(std::move(events));
+}
+
+QtStatusWindowView::QtStatusWindowView(platform::StatusWindowEvents events) : events(std::move(events)) {
+  installAccessibleRoles();
+}
+
+QtStatusWindowView::~QtStatusWindowView() { delete window; }
+
+void QtStatusWindowView::setContent(const platform::StatusWindowContent& content) {
+  auto next = withoutLargeImages(content);
+  if (next == shownContent) return;  // Most refreshes bring nothing new.
+  shownContent = std::move(next);
+  if (window) window->setContent(shownContent);
+}
+
+StatusWindow& QtStatusWindowView::openWindow() {
+  if (window) return *window;
+  platform::StatusWindowEvents own = events;
+  own.onWillClose = [this] {
+    letGoOfWindow();
+    if (events.onWillClose) events.onWillClose();
+  };
+  window = new StatusWindow(std::move(own));
+  window->setContent(shownContent);
+  if (lastGeometry.isValid()) {
+    window->setGeometry(lastGeometry);
+  } else {
+    window->takeComfortableSize();
+  }
+  return *window;
+}
+
+// Its own events may be under way, so it goes after them.
+void QtStatusWindowView::letGoOfWindow() {
+  if (!window) return;
+  lastGeometry = window->normalGeometry();
+  window->hide();
+  window->deleteLater();
+  window = nullptr;
+}
+
+void QtStatusWindowView::fitToScreen() { openWindow().fitToScreen(); }
+
+void QtStatusWindowView::show() { openWindow().comeToFront(); }
+
+void QtStatusWindowView::close() { letGoOfWindow(); }
+
+bool QtStatusWindowView::isVisible() const { return window && window->isVisible(); }
+
+void QtStatusWindowView::updateAppearance() {
+  if (window) window->updateAppearance();
+}
+
+void QtStatusWindowView::popUpMenu(platform::StatusWindowButton button,
+                                   const std::vector<platform::MenuItemContent>& items,
+                                   std::function<void(std::size_t)> onChoice) {
+  if (window) window->popUpMenu(button, items, std::move(onChoice));
+}
+
+}  // namespace quillard::qt

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QRect>
+
+#include "platform/StatusWindowView.h"
+#include "platform/qt/window/StatusWindow.h"
+
+namespace quillard::qt {
+
+// The agent's window exists only while it is on screen, since its picture alone takes more memory than the rest of the
+// agent's state: hidden, this remembers what it would show, and where.
+class QtStatusWindowView final : public platform::StatusWindowView {
+ public:
+  explicit QtStatusWindowView(platform::StatusWindowEvents events);
+  ~QtStatusWindowView() override;
+
+  void setContent(const platform::StatusWindowContent& content) override;
+  void fitToScreen() override;
+  void show() override;
+  void close() override;
+  [[nodiscard]] bool isVisible() const override;
+  void updateAppearance() override;
+  void popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,
+                 std::function<void(std::size_t)> onChoice) override;
+
+ private:
+  StatusWindow& openWindow();
+  void letGoOfWindow();
+
+  const platform::StatusWindowEvents events;
+  platform::StatusWindowContent shownContent;
+  QRect lastGeometry;  // Invalid: never shown.
+  StatusWindow* window = nullptr;
+};
+
+}  // namespace quillard::qt

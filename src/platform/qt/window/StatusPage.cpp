@@ -1,0 +1,116 @@
+#include "platform/qt/window/StatusPage.h"
+
+#include <algorithm>
+
+#include <QtGui/QResizeEvent>
+
+namespace quillard::qt {
+namespace {
+
+using platform::StatusWindowButton;
+
+constexpr int kMargin = 28;
+constexpr int kNarrowMargin = 16;
+constexpr int kNarrow = 480;
+constexpr int kHeaderGap = 24;
+constexpr int kGap = 12;
+constexpr int kColumnGap = 16;
+constexpr int kWidest = 1080;
+constexpr int kTwoColumns = 700;
+constexpr int kLeastPairing = 296;
+constexpr int kMostPairing = 348;
+
+}  // namespace
+
+StatusPage::StatusPage(QWidget* parent)
+    : QWidget(parent),
+      header(new HeaderView(this)),
+      pairingCard(new PairingCard(this)),
+      installLocationRow(new StatusRowCard(this, StatusWindowButton::installLocationPrimary,
+                                           StatusWindowButton::installLocationSecondary)),
+      accessibilityRow(new StatusRowCard(this, StatusWindowButton::accessibilityPrimary,
+                                         StatusWindowButton::accessibilitySecondary)),
+      loginItemRow(
+          new StatusRowCard(this, StatusWindowButton::loginItemPrimary, StatusWindowButton::loginItemSecondary)),
+      updateRow(new StatusRowCard(this, StatusWindowButton::updatePrimary, StatusWindowButton::updateSecondary)),
+      notificationPauseRow(new StatusRowCard(this, StatusWindowButton::notificationPausePrimary,
+                                             StatusWindowButton::notificationPauseSecondary)) {
+  QSizePolicy policy{QSizePolicy::Preferred, QSizePolicy::Preferred};
+  policy.setHeightForWidth(true);
+  setSizePolicy(policy);
+  setBackgroundRole(QPalette::Window);
+}
+
+std::array<StatusRowCard*, 5> StatusPage::rows() const {
+  return {installLocationRow, accessibilityRow, loginItemRow, updateRow, notificationPauseRow};
+}
+
+void StatusPage::setContent(const platform::StatusWindowContent& content) {
+  header->setContent(content);
+  pairingCard->setContent(content);
+  installLocationRow->setContent(content.installLocation);
+  accessibilityRow->setContent(content.accessibility);
+  loginItemRow->setContent(content.loginItem);
+  updateRow->setContent(content.update);
+  notificationPauseRow->setContent(content.notificationPause);
+  updateGeometry();
+  arrange(size(), Placing::place);
+}
+
+void StatusPage::updateAppearance() {
+  header->updateAppearance();
+  pairingCard->updateAppearance();
+  for (auto* row : rows()) row->updateAppearance();
+  updateGeometry();
+  arrange(size(), Placing::place);
+}
+
+int StatusPage::heightForWidth(int width) const { return arrange({width, 0}, Placing::measure); }
+
+QSize StatusPage::sizeHint() const { return {kComfortableWidth, heightForWidth(kComfortableWidth)}; }
+
+void StatusPage::resizeEvent(QResizeEvent* event) { arrange(event->size(), Placing::place); }
+
+int StatusPage::arrange(QSize size, Placing placing) const {
+  const int margin = size.width() < kNarrow ? kNarrowMargin : kMargin;
+  const int width = std::min(size.width() - 2 * margin, kWidest);
+  const int x = (size.width() - width) / 2;
+  const int headerHeight = header->heightFor(width);
+  if (placing == Placing::place) header->place({x, margin, width, headerHeight});
+  const QRect room{x, margin + headerHeight + kHeaderGap, width, 0};
+  if (width >= kTwoColumns) return room.y() + arrangeColumns(room, placing) + margin;
+
+  const int pairing = pairingCard->heightFor(width);
+  if (placing == Placing::place) pairingCard->place({room.x(), room.y(), width, pairing});
+  const int rowsHeight = arrangeRows({room.x(), room.y() + pairing + kGap, width, 0}, 0, placing);
+  return room.y() + pairing + kGap + rowsHeight + margin;
+}
+
+// Both columns end at the same height: the shorter one spreads.
+int StatusPage::arrangeColumns(QRect room, Placing placing) const {
+  const int left = std::clamp(room.width() * 2 / 5, kLeastPairing, kMostPairing);
+  QRect right{room.x() + left + kColumnGap, room.y(), room.width() - left - kColumnGap, 0};
+  const int pairing = pairingCard->heightFor(left);
+  const int natural = arrangeRows(right, 0, Placing::measure);
+  const int count = static_cast<int>(rows().size());
+  const int extra = std::max(0, pairing - natural + count - 1) / count;
+  const int height = natural + extra * count;
+  if (placing == Placing::place) {
+    pairingCard->place({room.x(), room.y(), left, std::max(height, pairing)});
+    arrangeRows(right, extra, Placing::place);
+  }
+  return std::max(height, pairing);
+}
+
+int StatusPage::arrangeRows(QRect room, int extraPerRow, Placing placing) const {
+  int height = 0;
+  for (auto* row : rows()) {
+    const int y = height > 0 ? height + kGap : 0;
+    const int own = row->heightFor(room.width()) + extraPerRow;
+    if (placing == Placing::place) row->place({room.x(), room.y() + y, room.width(), own});
+    height = y + own;
+  }
+  return height;
+}
+
+}  // namespace quillard::qt

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <array>
+
+#include "platform/StatusWindowView.h"
+#include "platform/qt/window/HeaderView.h"
+#include "platform/qt/window/PairingCard.h"
+#include "platform/qt/window/StatusRowCard.h"
+
+namespace quillard::qt {
+
+// All that scrolls in the window: in two columns where there is room, in one elsewhere.
+class StatusPage final : public QWidget {
+ public:
+  static constexpr int kComfortableWidth = 960;
+  static constexpr int kLeastWidth = 360;
+
+  explicit StatusPage(QWidget* parent);
+
+  void setContent(const platform::StatusWindowContent& content);
+  // Colours and fonts may have changed.
+  void updateAppearance();
+
+  [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+  [[nodiscard]] int heightForWidth(int width) const override;
+  [[nodiscard]] QSize sizeHint() const override;
+  [[nodiscard]] QSize minimumSizeHint() const override { return {kLeastWidth, 1}; }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  int arrange(QSize size, Placing placing) const;
+  int arrangeRows(QRect room, int extraPerRow, Placing placing) const;
+  int arrangeColumns(QRect room, Placing placing) const;
+  [[nodiscard]] std::array<StatusRowCard*, 5> rows() const;
+
+  HeaderView* header;
+  PairingCard* pairingCard;
+  StatusRowCard* installLocationRow;
+  StatusRowCard* accessibilityRow;
+  StatusRowCard* loginItemRow;
+  StatusRowCard* updateRow;
+  StatusRowCard* notificationPauseRow;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QWidget>
+
+#include "platform/StatusWindowView.h"
+#include "platform/qt/window/StatusPage.h"
+
+namespace quillard::qt {
+
+// The window itself: the page, a scroll bar where the screen is too small for it, and the keyboard.
+class StatusWindow final : public QWidget {
+ public:
+  explicit StatusWindow(platform::StatusWindowEvents events);
+
+  void setContent(const platform::StatusWindowContent& content);
+  // The size that shows all, or as much of it as the screen holds.
+  void takeComfortableSize();
+  void fitToScreen();
+  void comeToFront();
+  void updateAppearance();
+  void popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,
+                 std::function<void(std::size_t)> onChoice);
+
+ protected:
+  bool event(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  void layOut();
+  void connectButtons();
+  void keepFocusInView();
+  void noticeAppearance();
+  [[nodiscard]] QRect screenRoom() const;
+  [[nodiscard]] ActionButton* buttonFor(platform::StatusWindowButton identity) const;
+
+  const platform::StatusWindowEvents events;
+  QScrollArea* scrollView;
+  StatusPage* page;
+  QPalette knownPalette;
+  QFont knownFont;
+};
+
+}  // namespace quillard::qt

@@ -1,0 +1,138 @@
+#include <sstream>
+
+#include <unistd.h>
+
+#include "contract/desktop/DesktopContract.h"
+#include "desktop/LoopWaiting.h"
+#include "desktop/PrivateDesktop.h"
+#include "desktop/X11Binding.h"
+#include "platform/linux/accessibility/AccessibleProcessList.h"
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/x11/XTestEvents.h"
+#include "platform/qt/QtExecutors.h"
+#include "platform/qt/SystemClock.h"
+#include "platform/simulated/SimulatedConsole.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedUserDefaults.h"
+
+// The real desktop: programs of the three toolkits, on an X server of the test's own.
+namespace quillard::test {
+namespace {
+
+class LinuxPromptProgram final : public PromptProgram {
+ public:
+  explicit LinuxPromptProgram(DesktopProgram program) : program(std::move(program)) {}
+
+  [[nodiscard]] std::int32_t processIdentifier() const override { return program.pid(); }
+  [[nodiscard]] std::vector<std::string> presses() override {
+    constexpr std::string_view kPrefix = "pressed: ";
+    std::vector<std::string> labels;
+    std::istringstream lines{program.output()};
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(kPrefix)) labels.push_back(line.substr(kPrefix.size()));
+    }
+    return labels;
+  }
+  void kill() override { program.kill(); }
+  void stop() override { program.stop(); }
+  void goOn() override { program.resume(); }
+
+ private:
+  DesktopProgram program;
+};
+
+class LinuxDesktopBinding final : public DesktopBinding {
+ public:
+  explicit LinuxDesktopBinding(std::string sample) : sample(std::move(sample)) {}
+
+  platform::Accessibility& accessibility() override { return linuxAccessibility; }
+  platform::Workspace& workspace() override { return linuxWorkspace; }
+  platform::WindowList& windowList() override { return linuxWindowList; }
+  platform::SyntheticEvents& syntheticEvents() override { return events; }
+  platform::Clock& clock() override { return systemClock; }
+  platform::Console& console() override { return quietConsole; }
+  const platform::Environment& environment() override { return noVariables; }
+  platform::Random& random() override { return seededRandom; }
+  platform::UserDefaults& userDefaults() override { return defaults; }
+
+  std::unique_ptr<PromptProgram> show(const PromptWish& wish) override {
+    auto program = std::make_unique<LinuxPromptProgram>(desktop.launch(sample, arguments(wish)));
+    EXPECT_TRUE(eventually([&] { return isReadable(program->processIdentifier(), wish); })) << wish.title;
+    return program;
+  }
+
+  bool eventually(const std::function<bool()>& condition) override { return waitInLoop(condition); }
+
+ private:
+  static std::vector<std::string> arguments(const PromptWish& wish) {
+    std::vector<std::string> arguments{"--kind", "dialog", "--title", wish.title};
+    const auto add = [&](const char* name, const std::string& value) {
+      arguments.emplace_back(name);
+      arguments.push_back(value);
+    };
+    for (const auto& line : wish.lines) add("--text", line);
+    for (const auto& label : wish.buttons) add("--button", label);
+    if (wish.hasSecureTextField) arguments.emplace_back("--secret");
+    if (wish.at)
+      add("--at", std::to_string(static_cast<int>(wish.at->x)) + "," + std::to_string(static_cast<int>(wish.at->y)));
+    if (wish.successor) {
+      add("--successor", *wish.successor);
+      for (const auto& line : wish.lines) add("--successor-text", line);
+      for (const auto& label : wish.buttons) add("--successor-button", label);
+    }
+    return arguments;
+  }
+
+  // On the bus, listed by the X server, in front, and with a button that has a place.
+  bool isReadable(std::int32_t process, const PromptWish& wish) {
+    const auto frontmost = linuxWorkspace.frontmostApplication();
+    if (!frontmost || frontmost->processIdentifier != process) return false;
+    const auto scope = linuxAccessibility.beginReadScope();
+    const auto windows = AXHelpers::windows(*scope, linuxAccessibility.createApplication(process));
+    if (windows.size() != 1 || !AXHelpers::frame(*scope, windows[0])) return false;
+    std::size_t buttons = 0;
+    for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, windows[0], 80)) {
+      const auto frame = AXHelpers::frame(*scope, element);
+      if (AXHelpers::role(*scope, element) == platform::ax::kButtonRole && frame && frame->width > 1) ++buttons;
+    }
+    return buttons >= wish.buttons.size();
+  }
+
+  const std::string sample;
+  PrivateDesktop desktop;
+  qt::QtExecutors executors;
+  qt::SystemClock systemClock;
+  platform::simulated::SimulatedConsole quietConsole;
+  platform::simulated::SimulatedRandom seededRandom{platform::simulated::Seed{1}};
+  platform::simulated::SimulatedUserDefaults defaults;
+  DesktopEnvironment noVariables;
+  RecordingOpener opener;
+  x11::XcbWindows windows{desktop.display()};
+  x11::DesktopWatch watch{desktop.display(), windows, executors.mainThread()};
+  atspi::LinuxAccessibility linuxAccessibility{
+      {.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid()}, windows, executors};
+  atspi::AccessibleProcessList accessible{linuxAccessibility, [this] { return linuxAccessibility.busAddress(); },
+                                          executors.mainThread()};
+  x11::ProcessTable processes;
+  x11::DesktopEntries entries{noVariables};
+  x11::RunningPrograms programs{processes, entries};
+  x11::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
+  x11::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
+  x11::XTestEvents events{desktop.display(), windows};
+};
+
+template <const char* kSample>
+std::unique_ptr<DesktopBinding> makeLinux() {
+  return std::make_unique<LinuxDesktopBinding>(kSample);
+}
+
+constexpr char kGtk3[] = "gtk3_prompt";
+constexpr char kGtk4[] = "gtk4_prompt";
+constexpr char kQt[] = "qt_prompt";
+
+QUILLARD_DESKTOP_CONTRACT(Linux,
+                          testing::Values(DesktopCase{"Gtk3", &makeLinux<kGtk3>},
+                                          DesktopCase{"Gtk4", &makeLinux<kGtk4>}, DesktopCase{"Qt", &makeLinux<kQt>}));
+
+}  // namespace
+}  // namespace quillard::test

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "desktop/DesktopProgram.h"
+#include "desktop/ProgramRequest.h"
+
+namespace quillard::test {
+
+// Starts programs through a process of its own, the keeper, which ends all of them, and all that they have started,
+// when this object goes or the test is killed. Programs get nothing of the test's: no descriptor, no environment.
+class ProgramKeeper {
+ public:
+  // `lifeline`: a descriptor that the keeper holds until everything has gone. `name` tells keepers apart in a list of
+  // processes.
+  ProgramKeeper(int lifeline, std::string name);
+  ProgramKeeper(const ProgramKeeper&) = delete;
+  ProgramKeeper& operator=(const ProgramKeeper&) = delete;
+  // Waits until everything has gone.
+  ~ProgramKeeper();
+
+  // `files` with ".in" (made here, of `input`), ".out" and ".err" after it are its standard streams.
+  [[nodiscard]] DesktopProgram start(const ProgramRequest& request, const std::string& files, const std::string& input);
+
+ private:
+  int socket = -1;
+  pid_t keeper = -1;
+};
+
+}  // namespace quillard::test

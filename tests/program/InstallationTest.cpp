@@ -1,0 +1,138 @@
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/storage/PlistReader.h"
+#include "platform/linux/system/InstalledProgram.h"
+#include "platform/simulated/SimulatedEnvironment.h"
+#include "program/Installation.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryFolder.h"
+
+namespace quillard {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ChildProcess;
+
+class Installation : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    home = new test::TemporaryFolder;
+    test::installProgram(prefix());
+  }
+  static void TearDownTestSuite() {
+    delete home;
+    home = nullptr;
+  }
+  static std::string prefix() { return home->path() + "/.local"; }
+  static std::string bundleFolder() { return prefix() + "/lib/Quillard.app"; }
+
+  struct Run {
+    std::vector<std::string> lines;
+    std::optional<int> code;
+  };
+  // Outside any session.
+  static Run run(std::vector<std::string> arguments, std::vector<std::string> more = {}) {
+    arguments.insert(arguments.begin(), prefix() + "/bin/quillard");
+    more.insert(more.end(), {"HOME=" + home->path(), "PATH=/usr/bin:/bin", "XDG_RUNTIME_DIR=" + home->path()});
+    ChildProcess program({.command = std::move(arguments), .environment = std::move(more), .input = {}});
+    Run result;
+    while (const auto line = program.readLine()) result.lines.push_back(*line);
+    result.code = program.wait();
+    return result;
+  }
+
+  static test::TemporaryFolder* home;
+};
+
+test::TemporaryFolder* Installation::home = nullptr;
+
+TEST_F(Installation, IsAFolderOfTheApplicationALinkAndItsPapers) {
+  EXPECT_TRUE(fs::is_regular_file(bundleFolder() + "/quillard"));
+  EXPECT_TRUE(fs::is_regular_file(bundleFolder() + "/Info.plist"));
+  EXPECT_EQ(fs::canonical(prefix() + "/bin/quillard"), fs::canonical(bundleFolder() + "/quillard"));
+  EXPECT_FALSE(fs::read_symlink(prefix() + "/bin/quillard").is_absolute());  // It can be moved as a whole.
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/man/man1/quillard.1"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/applications/com.quillard.agent.desktop"));
+}
+
+TEST_F(Installation, InstallsNothingElse) {
+  std::vector<std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(prefix())) {
+    if (!entry.is_directory()) files.push_back(fs::relative(entry.path(), prefix()));
+  }
+  EXPECT_EQ(files.size(), 5U) << testing::PrintToString(files);
+}
+
+TEST_F(Installation, TheProgramFindsWhatItIs) {
+  platform::simulated::SimulatedEnvironment environment;
+  environment.set("HOME", home->path());
+  xdg::PlistReader propertyLists;
+  const desktop::InstalledProgram program(bundleFolder() + "/quillard", environment, propertyLists);
+  EXPECT_EQ(program.identifier(), "com.quillard.agent");
+  EXPECT_EQ(program.informationText("CFBundleShortVersionString"), QUILLARD_VERSION);
+  EXPECT_EQ(program.applicationDirectories().front(), prefix() + "/lib");
+}
+
+TEST_F(Installation, TheDesktopEntryIsValidAndStartsTheProgram) {
+  const std::string entry = prefix() + "/share/applications/com.quillard.agent.desktop";
+  ChildProcess validator(
+      {.command = {"desktop-file-validate", entry}, .environment = test::presentEnvironment(), .input = {}});
+  std::string complaints;
+  while (const auto line = validator.readLine()) complaints += *line + "\n";
+  EXPECT_EQ(validator.wait(), 0);
+  EXPECT_EQ(complaints, "");
+}
+
+TEST_F(Installation, TellsItsVersion) {
+  const auto said = run({"--version"});
+  EXPECT_EQ(said.lines, (std::vector<std::string>{"quillard " QUILLARD_VERSION}));
+  EXPECT_EQ(said.code, 0);
+}
+
+TEST_F(Installation, ExitsAsItsManualSays) {
+  EXPECT_EQ(run({"--help"}).code, 0);
+  EXPECT_EQ(run({"--no-such-option"}).code, 2);
+  EXPECT_EQ(run({"record"}).code, 2);
+  EXPECT_EQ(run({"doctor"}).code, 1);  // There is neither a display nor a relay.
+  EXPECT_EQ(run({"scan"}).code, 3);
+  EXPECT_EQ(run({"record", home->path() + "/desktop.json"}).code, 3);
+  EXPECT_EQ(run({"pair"}).code, 3);
+  EXPECT_EQ(run({}).code, 3);  // No display, no agent.
+}
+
+TEST_F(Installation, LeavesNothingBehindInTheHomeOfWhoOnlyLooked) {
+  run({"doctor"});
+  run({"scan"});
+  for (const char* name : {"/.config", "/.local/share/quillard"}) EXPECT_FALSE(fs::exists(home->path() + name)) << name;
+}
+
+TEST_F(Installation, DoctorKnowsThatItIsInstalled) {
+  const auto said = run({"doctor"});
+  ASSERT_FALSE(said.lines.empty());
+  EXPECT_EQ(said.lines.front(), "  ok     Installation      " + bundleFolder());
+}
+
+TEST_F(Installation, MayBringTheRelayThatItIsMadeFor) {
+  fs::create_directory(bundleFolder() + "/Resources");
+  const std::string file = bundleFolder() + "/Resources/RelayConfig.plist";
+  {
+    std::ofstream text(file);
+    text << R"(<plist version="1.0"><dict><key>relayURL</key><string>ws://127.0.0.1:1/ws</string>)"
+            R"(<key>pairingID</key><string>office</string></dict></plist>)";
+  }
+  const auto said = run({"doctor"});
+  fs::remove_all(bundleFolder() + "/Resources");
+  bool isTold = false;
+  for (const auto& line : said.lines)
+    isTold = isTold || line.find("http://127.0.0.1:1 does not answer") != std::string::npos;
+  EXPECT_TRUE(isTold) << testing::PrintToString(said.lines);
+}
+
+}  // namespace
+}  // namespace quillard

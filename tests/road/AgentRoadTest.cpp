@@ -1,0 +1,221 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "desktop/PrivateDesktop.h"
+#include "road/InstalledAgent.h"
+#include "road/TestRelay.h"
+
+// The agent as a user has it, a process of its own, on a real desktop; the relay and the phone are the test's.
+namespace quillard {
+namespace {
+
+using namespace std::chrono_literals;
+using test::DesktopProgram;
+using test::InstalledAgent;
+using test::PrivateDesktop;
+using test::TestRelay;
+
+constexpr int kFirstButton = 10;  // The exit code of a sample program whose first button was pressed.
+
+std::vector<std::string> prompt(const std::string& title, const std::vector<std::string>& buttons,
+                                std::vector<std::string> more = {}) {
+  std::vector<std::string> arguments{"--kind", "dialog", "--title", title, "--text", "May it go on?"};
+  for (const auto& label : buttons) arguments.insert(arguments.end(), {"--button", label});
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+std::optional<PendingApproval> titled(const std::vector<PendingApproval>& approvals, const std::string& title) {
+  const auto found = std::find_if(approvals.begin(), approvals.end(),
+                                  [&](const PendingApproval& approval) { return approval.windowTitle == title; });
+  return found == approvals.end() ? std::nullopt : std::optional{*found};
+}
+
+class AgentRoad : public testing::Test {
+ protected:
+  void startAgent(PrivateDesktop::Variables more = {}) {
+    more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "road"}});
+    agent.push_back(installed.start(more));
+    ASSERT_TRUE(relay.waitForConnection()) << said();
+    relay.pairPhone(installed.endToEndSecret());
+  }
+  std::string said() { return agent.back().output() + agent.back().errors(); }
+
+  // What the phone shows of the prompt; a failure when it does not show up there.
+  PendingApproval onPhone(const std::string& title) {
+    const auto list =
+        relay.waitForList([&](const auto& approvals) { return titled(approvals, title).has_value(); }, 15s);
+    EXPECT_TRUE(list) << title << "\n" << said();
+    return list ? *titled(*list, title) : PendingApproval{};
+  }
+  bool isGoneFromPhone(const std::string& title) {
+    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, 15s).has_value();
+  }
+
+  PrivateDesktop desktop;
+  TestRelay relay;
+  InstalledAgent installed{desktop, QUILLARD_PROGRAM, QUILLARD_INFORMATION};
+  std::vector<DesktopProgram> agent;  // One at most, the newest last.
+};
+
+TEST_F(AgentRoad, APhonePressesTheButtonsOfRealDialogs) {
+  startAgent();
+  const std::vector<std::string> labels{"Don’t Allow", "Don't Allow", "Allow"};
+  int round = 0;
+  for (const std::string program : {"gtk3_prompt", "gtk4_prompt", "qt_prompt"}) {
+    for (std::size_t chosen = 0; chosen < labels.size(); ++chosen) {
+      const std::string title = "Question " + std::to_string(++round);
+      auto dialog = desktop.launch(program, prompt(title, labels));
+      const auto approval = onPhone(title);
+      EXPECT_EQ(approval.messageLines, std::vector<std::string>{"May it go on?"});
+      const auto decision = relay.decide(approval.id, labels[chosen]);
+      EXPECT_EQ(dialog.wait(), kFirstButton + static_cast<int>(chosen)) << program << ", " << labels[chosen];
+      const auto result = relay.waitForResult(decision);
+      ASSERT_TRUE(result) << said();
+      EXPECT_EQ(result->status, kAcceptedStatus) << result->error.value_or("");
+      EXPECT_TRUE(isGoneFromPhone(title));
+      EXPECT_EQ(relay.resultCount(decision), 1U);
+    }
+  }
+}
+
+TEST_F(AgentRoad, APasswordPromptCanBeDeniedFromAfarButNotApproved) {
+  startAgent();
+  auto dialog = desktop.launch("gtk3_prompt", prompt("Unlock", {"Cancel", "OK"}, {"--password", "Password"}));
+  const auto approval = onPhone("Unlock");
+  EXPECT_TRUE(approval.requiresDirectAccess);
+  const auto refused = relay.waitForResult(relay.decide(approval.id, "OK"));
+  ASSERT_TRUE(refused);
+  EXPECT_EQ(refused->status, kRequiresDirectAccessStatus);
+  EXPECT_TRUE(dialog.isRunning());
+  const auto denied = relay.waitForResult(relay.decide(approval.id, "Cancel"));
+  ASSERT_TRUE(denied);
+  EXPECT_EQ(denied->status, kAcceptedStatus);
+  EXPECT_EQ(dialog.wait(), kFirstButton);
+}
+
+TEST_F(AgentRoad, APromptThatGoesByItselfLeavesThePhoneAndAnswersNotFound) {
+  startAgent();
+  auto dialog = desktop.launch("qt_prompt", prompt("Fleeting", {"No", "Yes"}));
+  const auto approval = onPhone("Fleeting");
+  dialog.kill();
+  EXPECT_TRUE(relay.waitForList([](const auto& approvals) { return approvals.empty(); }, 30s));
+  const auto result = relay.waitForResult(relay.decide(approval.id, "Yes"));
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, kNotFoundStatus);
+}
+
+TEST_F(AgentRoad, ARepeatedDecisionIsAnsweredAgainWithoutASecondPress) {
+  startAgent();
+  auto dialog = desktop.launch("gtk3_prompt", prompt("Once", {"No", "Yes"},
+                                                     {"--successor", "Twice", "--successor-text", "Really?",
+                                                      "--successor-button", "No", "--successor-button", "Yes"}));
+  const auto approval = onPhone("Once");
+  const auto decision = relay.decide(approval.id, "Yes");
+  ASSERT_TRUE(relay.waitForResult(decision));
+  const auto successor = onPhone("Twice");
+  relay.decideAgain(decision, approval.id, "Yes");
+  EXPECT_TRUE(test::waitFor([&] { return relay.resultCount(decision) == 2; }));
+  EXPECT_TRUE(dialog.isRunning());
+  const auto last = relay.waitForResult(relay.decide(successor.id, "No"));
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->status, kAcceptedStatus) << last->error.value_or("");
+  EXPECT_EQ(dialog.wait(), kFirstButton);
+}
+
+TEST_F(AgentRoad, AMutedPromptComesBackWhenItIsWantedAgain) {
+  startAgent();
+  auto dialog = desktop.launch("gtk4_prompt", prompt("Noise", {"No", "Yes"}));
+  const auto approval = onPhone("Noise");
+  relay.suppress(approval.suppressionID, kSuppressAction);
+  EXPECT_TRUE(isGoneFromPhone("Noise"));
+  relay.suppress(approval.suppressionID, kUnsuppressAction);
+  EXPECT_EQ(onPhone("Noise").suppressionID, approval.suppressionID);
+  EXPECT_TRUE(dialog.isRunning());
+}
+
+TEST_F(AgentRoad, AConnectionThatBreaksIsMadeAgainAndThePhoneGetsTheList) {
+  startAgent();
+  auto dialog = desktop.launch("qt_prompt", prompt("Patient", {"No", "Yes"}));
+  const auto before = onPhone("Patient");
+  relay.dropAgent();
+  EXPECT_TRUE(test::waitFor([&] { return relay.connections() == 2; }));
+  const auto result = relay.waitForResult(relay.decide(onPhone("Patient").id, "Yes"));
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, kAcceptedStatus);
+  EXPECT_EQ(dialog.wait(), kFirstButton + 1);
+  EXPECT_EQ(before.windowTitle, "Patient");
+}
+
+TEST_F(AgentRoad, QuittingIsPoliteAndQuick) {
+  startAgent();
+  const auto asked = std::chrono::steady_clock::now();
+  agent.back().end();
+  EXPECT_EQ(agent.back().wait(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, 3s);
+}
+
+// In megabytes: what nobody shares with this process.
+double privateMemory(pid_t process) {
+  std::ifstream rollup("/proc/" + std::to_string(process) + "/smaps_rollup");
+  double kilobytes = 0;
+  for (std::string line; std::getline(rollup, line);) {
+    std::istringstream words(line);
+    std::string name;
+    double size = 0;
+    words >> name >> size;
+    if (name == "Private_Clean:" || name == "Private_Dirty:") kilobytes += size;
+  }
+  return kilobytes / 1024;
+}
+
+// The figures are printed for people. What is asserted leaves room for unoptimised builds and busy machines.
+TEST_F(AgentRoad, StartsAtOnceAndStaysLight) {
+  auto dialog = desktop.launch("gtk3_prompt", prompt("Early", {"No", "Yes"}));
+  ASSERT_TRUE(dialog.waitForOutput("ready"));
+  const auto started = std::chrono::steady_clock::now();
+  startAgent({{"QUILLARD_DIALOG_DIAGNOSTICS", "1"}});
+  ASSERT_TRUE(agent.back().waitForOutput("Early")) << "The first scan prints every window that it has looked at.";
+  const auto scanned = std::chrono::steady_clock::now();
+  onPhone("Early");
+  const double memory = privateMemory(agent.back().pid());
+  std::printf(
+      "from start to the first scan: %lld ms, of which the agent waits 300 by design; private memory: %.1f MB\n",
+      static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(scanned - started).count()), memory);
+  EXPECT_GT(memory, 0);
+  EXPECT_LT(memory, 40);
+  EXPECT_LT(scanned - started, 5s);
+}
+
+// Between its timers the process sleeps: it may use no more than a trifle of processor time while nothing happens.
+TEST_F(AgentRoad, IdleMeansIdle) {
+  startAgent();
+  const auto used = [&] {
+    std::ifstream file("/proc/" + std::to_string(agent.back().pid()) + "/stat");
+    std::string field;
+    long ticks = 0;
+    for (int i = 1; i <= 15 && file >> field; ++i) {
+      if (i == 14 || i == 15) ticks += std::stol(field);
+    }
+    return static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
+  };
+  EXPECT_TRUE(agent.back().waitForOutput("Quillard relay connected."));
+  std::this_thread::sleep_for(3s);  // The scans that follow the start.
+  const double before = used();
+  std::this_thread::sleep_for(5s);
+  const double spent = used() - before;
+  std::printf("processor time of 5 idle seconds: %.0f ms\n", spent * 1000);
+  EXPECT_LT(spent, 0.25);
+}
+
+}  // namespace
+}  // namespace quillard

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "desktop/PrivateDesktop.h"
+#include "foundation/Numbers.h"
+#include "platform/Secret.h"
+#include "platform/linux/storage/FileSecrets.h"
+#include "relay/InstallationSecrets.h"
+
+namespace quillard::test {
+
+// The program, installed for the user of a private desktop as it is for any user.
+class InstalledAgent {
+ public:
+  // `program`: what was built.
+  InstalledAgent(PrivateDesktop& desktop, const std::filesystem::path& program,
+                 const std::filesystem::path& information)
+      : desktop(desktop), folder(std::filesystem::path(desktop.folder("home")) / ".local/lib/Quillard.app") {
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file(program, folder / "quillard");
+    std::filesystem::copy_file(information, folder / "Info.plist");
+  }
+
+  [[nodiscard]] DesktopProgram start(const PrivateDesktop::Variables& variables) {
+    return desktop.launch((folder / "quillard").string(), {}, variables);
+  }
+  [[nodiscard]] DesktopProgram runTool(const std::vector<std::string>& arguments,
+                                       const PrivateDesktop::Variables& variables = {}) {
+    return desktop.launch((folder / "quillard").string(), arguments, variables);
+  }
+
+  // What a phone learns from the pairing code. Empty as long as the agent has not stored its secrets.
+  [[nodiscard]] platform::Secret endToEndSecret() const {
+    platform::Secret secret;
+    const bool isStored = waitFor([&] {
+      const auto reading = xdg::FileSecrets(desktop.folder("data") + "/quillard")
+                               .copyMatching("com.quillard.agent", "installation-secrets-v1");
+      const auto secrets = readInstallationSecrets(reading.data.view());
+      if (secrets) secret = secrets->e2eSecret;
+      return secrets.has_value();
+    });
+    EXPECT_TRUE(isStored);
+    return secret;
+  }
+
+ private:
+  PrivateDesktop& desktop;
+  const std::filesystem::path folder;
+};
+
+}  // namespace quillard::test

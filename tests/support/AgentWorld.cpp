@@ -1,0 +1,263 @@
+#include "support/AgentWorld.h"
+
+#include <utility>
+#include <variant>
+
+#include "approvals/PendingApprovalJson.h"
+#include "relay/RelayCrypto.h"
+#include "status/MenuBarIcon.h"
+
+namespace quillard::samples {
+
+using platform::simulated::Seed;
+using platform::simulated::SimulatedWorld;
+
+namespace {
+
+constexpr std::string_view kBearer = "Bearer ";
+
+std::string bearerOf(const platform::WebSocketRequest& request) {
+  for (const auto& header : request.headers) {
+    if (header.name == "authorization") return header.value.substr(kBearer.size());
+  }
+  return {};
+}
+
+std::string typeOf(const std::string& frame) {
+  return std::get<RelayMessageTypeProbe>(readRelayRecord<RelayMessageTypeProbe>(frame)).type;
+}
+
+std::string textOf(const Json& json) { return *jsonText(json); }
+
+}  // namespace
+
+std::optional<InstallationSecrets> keptSecrets(const SimulatedWorld& world) {
+  auto& store = const_cast<SimulatedWorld&>(world).secretStore();
+  for (const auto place : {platform::SecretPlace::dataProtectionKeychain, platform::SecretPlace::fileKeychain}) {
+    const auto stored = store.stored(place, "installation-secrets-v1");
+    if (!stored) continue;
+    return readInstallationSecrets({reinterpret_cast<const std::uint8_t*>(stored->data()), stored->size()});
+  }
+  return std::nullopt;
+}
+
+// ---- The relay
+
+SimulatedRelay::SimulatedRelay(SimulatedWorld& world) : world(world) {
+  world.httpSessions().setServer([this](const platform::HttpRequest& request) -> std::optional<platform::HttpOutcome> {
+    if (!isUp) return std::nullopt;
+    return registered(request);
+  });
+  world.webSockets().onStart([this](const SocketHandle& socket) { started(socket); });
+}
+
+void SimulatedRelay::goDown() {
+  isUp = false;
+  dropConnections();
+}
+
+void SimulatedRelay::dropConnections() {
+  for (const auto& conversation : all) {
+    if (!conversation.socket->isEnded()) conversation.socket->fail("The connection was reset.");
+  }
+}
+
+platform::HttpOutcome SimulatedRelay::registered(const platform::HttpRequest& request) const {
+  if (registrationAnswer) return *registrationAnswer;
+  for (const auto& pairingID : revokedPairingIDs) {
+    if (request.url.find("/api/pairings/" + pairingID + "/") != std::string::npos) return platform::HttpResponse{410};
+  }
+  return platform::HttpResponse{204};
+}
+
+void SimulatedRelay::started(const SocketHandle& socket) {
+  const auto secrets = keptSecrets(world);
+  if (!isUp || !secrets || secrets->relayAuthToken.text() != bearerOf(socket->request())) {
+    socket->fail("Connection refused.");
+    return;
+  }
+  all.push_back({socket, *secrets});
+  socket->accept();
+}
+
+SocketHandle SimulatedRelay::agentOf(const InstallationSecrets& secrets) const {
+  for (auto conversation = all.rbegin(); conversation != all.rend(); ++conversation) {
+    const bool isOpen = conversation->socket->isAccepted() && !conversation->socket->isEnded();
+    if (isOpen && conversation->secrets == secrets) return conversation->socket;
+  }
+  return {};
+}
+
+std::vector<std::string> SimulatedRelay::received(std::string_view type) const {
+  std::vector<std::string> frames;
+  for (const auto& conversation : all) {
+    for (const auto& frame : conversation.socket->receivedTexts()) {
+      if (typeOf(frame) == type) frames.push_back(frame);
+    }
+  }
+  return frames;
+}
+
+// ---- The phone
+
+SimulatedPhone::SimulatedPhone(SimulatedWorld& world, SimulatedRelay& relay)
+    : world(world), relay(relay), random(Seed{0x70686F6E65}) {}
+
+void SimulatedPhone::pair() {
+  secrets = keptSecrets(world);
+  framesRead.clear();
+  allSnapshots.clear();
+  allResults.clear();
+}
+
+void SimulatedPhone::comeOnline(const std::string& deviceName) { sendStatus(true, deviceName); }
+void SimulatedPhone::goOffline() { sendStatus(false, ""); }
+
+void SimulatedPhone::sendStatus(bool isConnected, const std::string& deviceName) {
+  const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
+  if (!agent) return;
+  PhoneStatusRelayMessage message{
+      .type = std::string(kPhoneStatusType), .phoneConnected = isConnected, .phoneCount = isConnected ? 1 : 0};
+  if (isConnected) message.phones = std::vector<RelayPhoneStatus>{{.deviceID = "phone-1", .deviceName = deviceName}};
+  agent->sendText(textOf(toJson(message)));
+}
+
+bool SimulatedPhone::send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel) {
+  const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
+  if (!agent) return false;
+  const ApprovalRequestCommand command{.approvalID = approvalID, .buttonLabel = buttonLabel};
+  const ApprovalRequestRelayMessage message{.type = std::string(kApprovalRequestType),
+                                            .decisionID = decisionID,
+                                            .encryptedRequest = std::get<EncryptedRelayPayload>(
+                                                RelayCrypto::seal(toJson(command), secrets->e2eSecret, random)),
+                                            .issuedAt = world.time().now()};
+  agent->sendText(textOf(toJson(message)));
+  return true;
+}
+
+std::optional<std::string> SimulatedPhone::decide(const Uuid& approvalID, const std::string& buttonLabel) {
+  std::string decisionID = "decision-" + std::to_string(++decisionCount);
+  if (!send(decisionID, approvalID, buttonLabel)) return std::nullopt;
+  return decisionID;
+}
+
+bool SimulatedPhone::sendSuppression(const std::string& action, const Uuid& suppressionID) {
+  const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
+  if (!agent) return false;
+  const ApprovalSuppressionCommand command{.action = action, .suppressionID = suppressionID};
+  const ApprovalSuppressionRelayMessage message{.type = std::string(kSuppressType),
+                                                .decisionID = "suppression",
+                                                .encryptedSuppression = std::get<EncryptedRelayPayload>(
+                                                    RelayCrypto::seal(toJson(command), secrets->e2eSecret, random))};
+  agent->sendText(textOf(toJson(message)));
+  return true;
+}
+
+std::string SimulatedPhone::opened(const EncryptedRelayPayload& payload) const {
+  return std::get<std::string>(RelayCrypto::open(payload, secrets->e2eSecret));
+}
+
+void SimulatedPhone::read() {
+  if (!secrets) return;
+  const auto& conversations = relay.conversations();
+  for (std::size_t i = 0; i < conversations.size(); ++i) {
+    if (conversations[i].secrets != *secrets) continue;
+    const auto frames = conversations[i].socket->receivedTexts();
+    for (auto& next = framesRead[i]; next < frames.size(); ++next) {
+      const auto& frame = frames[next];
+      if (typeOf(frame) == kMacSnapshotType) {
+        const auto message = std::get<MacSnapshotRelayMessage>(readRelayRecord<MacSnapshotRelayMessage>(frame));
+        allSnapshots.push_back(
+            {std::get<std::vector<PendingApproval>>(readPendingApprovals(opened(message.encryptedApprovals))),
+             message.accessibilityTrusted});
+      } else if (typeOf(frame) == kApprovalResultType) {
+        const auto message = std::get<ApprovalResultRelayMessage>(readRelayRecord<ApprovalResultRelayMessage>(frame));
+        allResults.push_back(
+            {message.decisionID, std::get<ApprovalResultCommand>(
+                                     readRelayCommand<ApprovalResultCommand>(opened(message.encryptedResult)))});
+      }
+    }
+  }
+}
+
+std::vector<PhoneSnapshot> SimulatedPhone::snapshots() {
+  read();
+  return allSnapshots;
+}
+
+std::vector<PhoneResult> SimulatedPhone::results() {
+  read();
+  return allResults;
+}
+
+std::vector<PendingApproval> SimulatedPhone::shown() {
+  read();
+  return allSnapshots.empty() ? std::vector<PendingApproval>{} : allSnapshots.back().approvals;
+}
+
+std::vector<std::string> SimulatedPhone::shownTitles() {
+  std::vector<std::string> titles;
+  for (const auto& approval : shown()) titles.push_back(approval.windowTitle);
+  return titles;
+}
+
+std::vector<std::string> SimulatedPhone::answers(const std::string& decisionID) {
+  std::vector<std::string> answers;
+  for (const auto& result : results()) {
+    if (result.decisionID != decisionID) continue;
+    answers.push_back(result.command.status + (result.command.error ? ": " + *result.command.error : ""));
+  }
+  return answers;
+}
+
+// ---- The agent
+
+AgentWorld::AgentWorld(std::uint64_t seed) : world(Seed{seed}) {
+  world.environment().set("QUILLARD_RELAY_URL", "wss://relay.example/ws");
+  world.environment().set("QUILLARD_PAIRING_ID", "quillard");
+  world.application().setOnWillTerminate([this] {
+    if (agent) agent->applicationWillTerminate();
+  });
+}
+
+AgentWorld::~AgentWorld() { destroyAgent(); }
+
+void AgentWorld::construct() {
+  world.time().runOnMainThread([&] { agent = std::make_shared<AppDelegate>(world.platform()); });
+}
+
+void AgentWorld::launch() {
+  if (!agent) construct();
+  onMainThread([](AppDelegate& delegate) { delegate.applicationDidFinishLaunching(); });
+}
+
+void AgentWorld::launchAndPair() {
+  launch();
+  advance(1);
+  phone.pair();
+  phone.comeOnline();
+  advance(0);
+}
+
+void AgentWorld::quit() {
+  world.application().terminate();
+  advance(1);
+  destroyAgent();
+}
+
+bool AgentWorld::menuBarShowsPending() {
+  const auto items = world.statusBar().items();
+  return !items.empty() && items.back()->length == MenuBarIcon::pendingLength;
+}
+
+MacStatusSnapshot AgentWorld::status() {
+  MacStatusSnapshot snapshot;
+  onMainThread([&](AppDelegate& delegate) { snapshot = delegate.currentStatusSnapshot(); });
+  return snapshot;
+}
+
+platform::simulated::DialogSpec erasePrompt(const std::string& title) {
+  return {.title = title, .lines = {"Erasing cannot be undone."}, .buttons = {"Cancel", "Erase"}};
+}
+
+}  // namespace quillard::samples

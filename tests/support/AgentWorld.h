@@ -1,0 +1,158 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "agent/AppDelegate.h"
+#include "platform/simulated/SimulatedWorld.h"
+#include "relay/InstallationSecrets.h"
+#include "relay/RelayCommands.h"
+#include "relay/RelayMessages.h"
+
+namespace quillard::samples {
+
+using SocketHandle = platform::simulated::SimulatedWebSockets::ConnectionHandle;
+
+// The identity that the agent keeps in its keychain now. Absent: none.
+[[nodiscard]] std::optional<InstallationSecrets> keptSecrets(const platform::simulated::SimulatedWorld& world);
+
+// The relay of a simulated world: takes tokens, accepts sockets, and routes between one agent and its phones.
+class SimulatedRelay {
+ public:
+  explicit SimulatedRelay(platform::simulated::SimulatedWorld& world);
+
+  // Kills every connection, and neither answers nor accepts until it comes up again.
+  void goDown();
+  void comeUp() { isUp = true; }
+  // Kills every connection, and takes the next ones.
+  void dropConnections();
+  // From now on registrations are answered with this; absent: as they should be.
+  void answerRegistrationsWith(std::optional<platform::HttpOutcome> outcome) {
+    registrationAnswer = std::move(outcome);
+  }
+  // No more registrations for the pairing.
+  void revoke(const std::string& pairingID) { revokedPairingIDs.insert(pairingID); }
+
+  // The open connection on which this installation's agent listens. Empty: there is none.
+  [[nodiscard]] SocketHandle agentOf(const InstallationSecrets& secrets) const;
+  // What the agent sent, of one kind, over all connections, oldest first.
+  [[nodiscard]] std::vector<std::string> received(std::string_view type) const;
+
+  // Frames of one connection, with the identity that the agent had when it made it.
+  struct Conversation {
+    SocketHandle socket;
+    InstallationSecrets secrets;
+  };
+  [[nodiscard]] const std::vector<Conversation>& conversations() const { return all; }
+
+ private:
+  platform::HttpOutcome registered(const platform::HttpRequest& request) const;
+  void started(const SocketHandle& socket);
+
+  platform::simulated::SimulatedWorld& world;
+  bool isUp = true;
+  std::optional<platform::HttpOutcome> registrationAnswer;
+  std::set<std::string> revokedPairingIDs;
+  std::vector<Conversation> all;
+};
+
+// What the phone was shown.
+struct PhoneSnapshot {
+  std::vector<PendingApproval> approvals;
+  bool accessibilityTrusted = false;
+};
+
+// What the phone was answered.
+struct PhoneResult {
+  std::string decisionID;
+  ApprovalResultCommand command;
+};
+
+// A phone that scanned the code when it was last told to pair. It reads what the agent seals for that pairing, and
+// nothing else.
+class SimulatedPhone {
+ public:
+  SimulatedPhone(platform::simulated::SimulatedWorld& world, SimulatedRelay& relay);
+
+  // Takes over the identity of the agent as it is now.
+  void pair();
+  // The relay tells the agent about it.
+  void comeOnline(const std::string& deviceName = "Ann's phone");
+  void goOffline();
+
+  // Sends a decision through the relay; false when no agent listens.
+  bool send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel);
+  // The same under a new identifier, which is returned. Absent when no agent listens.
+  std::optional<std::string> decide(const Uuid& approvalID, const std::string& buttonLabel);
+  bool suppress(const Uuid& suppressionID) { return sendSuppression("suppress", suppressionID); }
+  bool unsuppress(const Uuid& suppressionID) { return sendSuppression("unsuppress", suppressionID); }
+  bool sendSuppression(const std::string& action, const Uuid& suppressionID);
+
+  // Everything that came for this pairing, oldest first.
+  [[nodiscard]] std::vector<PhoneSnapshot> snapshots();
+  [[nodiscard]] std::vector<PhoneResult> results();
+  // The newest list; empty also when none came yet.
+  [[nodiscard]] std::vector<PendingApproval> shown();
+  [[nodiscard]] std::vector<std::string> shownTitles();
+  // The results of one decision, as "status" or "status: error".
+  [[nodiscard]] std::vector<std::string> answers(const std::string& decisionID);
+
+ private:
+  void sendStatus(bool isConnected, const std::string& deviceName);
+  [[nodiscard]] std::string opened(const EncryptedRelayPayload& payload) const;
+  void read();
+
+  platform::simulated::SimulatedWorld& world;
+  SimulatedRelay& relay;
+  platform::simulated::SimulatedRandom random;
+  std::optional<InstallationSecrets> secrets;
+  int decisionCount = 0;
+  std::map<std::size_t, std::size_t> framesRead;  // By conversation.
+  std::vector<PhoneSnapshot> allSnapshots;
+  std::vector<PhoneResult> allResults;
+};
+
+// A whole agent in a simulated world, installed, trusted and with a relay configured, unless a test says otherwise
+// before it launches.
+class AgentWorld {
+ public:
+  explicit AgentWorld(std::uint64_t seed = 1);
+  ~AgentWorld();
+  AgentWorld(const AgentWorld&) = delete;
+  AgentWorld& operator=(const AgentWorld&) = delete;
+
+  void construct();
+  void launch();
+  // As `launch`, until detection runs and a phone is paired and online.
+  void launchAndPair();
+  // Ends the agent as the system does: told first, destroyed afterwards.
+  void quit();
+  void destroyAgent() { agent.reset(); }
+
+  void advance(double seconds) { world.advance(platform::Seconds{seconds}); }
+  // In a turn of the main thread.
+  template <class Act>
+  void onMainThread(Act act) {
+    world.time().runOnMainThread([&] { act(*agent); });
+  }
+
+  platform::simulated::SimulatedDesktop& desktop() { return world.desktop(); }
+  // The number that the menu bar shows to tell apart from none.
+  [[nodiscard]] bool menuBarShowsPending();
+  [[nodiscard]] MacStatusSnapshot status();
+
+  platform::simulated::SimulatedWorld world;
+  SimulatedRelay relay{world};
+  SimulatedPhone phone{world, relay};
+  std::shared_ptr<AppDelegate> agent;
+};
+
+// A dialog that is a prompt beyond doubt.
+[[nodiscard]] platform::simulated::DialogSpec erasePrompt(const std::string& title = "Erase disk?");
+
+}  // namespace quillard::samples

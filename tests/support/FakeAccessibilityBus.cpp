@@ -1,0 +1,216 @@
+#include "support/FakeAccessibilityBus.h"
+
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace quillard::test {
+namespace {
+
+void require(int result, const char* what) {
+  if (result < 0) throw std::runtime_error(std::string(what) + ": " + std::strerror(-result));
+}
+
+std::string busConfiguration(const std::string& socket) {
+  return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+         "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+         "<busconfig><type>session</type><listen>unix:path=" +
+         socket +
+         "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+         "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
+}
+
+}  // namespace
+
+FakeProgram::FakeProgram(const std::string& address, const std::string& wellKnownName, Override override)
+    : override(std::move(override)), wakeFile(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  require(sd_bus_new(&bus), "bus");
+  require(sd_bus_set_address(bus, address.c_str()), "address");
+  require(sd_bus_set_bus_client(bus, 1), "client");
+  require(sd_bus_start(bus), "start");
+  const char* own = nullptr;
+  require(sd_bus_get_unique_name(bus, &own), "name");
+  uniqueName = own;
+  require(sd_bus_add_filter(bus, nullptr, onMessage, this), "filter");
+  if (!wellKnownName.empty()) require(sd_bus_request_name(bus, wellKnownName.c_str(), 0), "well-known name");
+  thread = std::thread([this] { run(); });
+}
+
+FakeProgram::~FakeProgram() {
+  const std::uint64_t one = 1;
+  [[maybe_unused]] const auto written = write(wakeFile, &one, sizeof one);
+  thread.join();
+  sd_bus_close(bus);
+  sd_bus_unref(bus);
+  close(wakeFile);
+}
+
+void FakeProgram::run() {
+  for (;;) {
+    const int done = sd_bus_process(bus, nullptr);
+    if (done < 0) return;
+    if (done > 0) continue;
+    std::array<pollfd, 2> files{
+        {{wakeFile, POLLIN, 0}, {sd_bus_get_fd(bus), static_cast<short>(sd_bus_get_events(bus)), 0}}};
+    poll(files.data(), files.size(), -1);
+    if ((files[0].revents & POLLIN) != 0) return;
+  }
+}
+
+void FakeProgram::set(const std::string& path, const FakeObject& object) {
+  const std::lock_guard lock(mutex);
+  objects[path] = object;
+}
+
+void FakeProgram::hangOn(const std::string& member) {
+  const std::lock_guard lock(mutex);
+  hanging.insert(member);
+}
+
+void FakeProgram::lieOn(const std::string& member) {
+  const std::lock_guard lock(mutex);
+  lying.insert(member);
+}
+
+void FakeProgram::speakAs(const std::string& toolkit, const std::string& version) {
+  const std::lock_guard lock(mutex);
+  toolkitName = toolkit;
+  toolkitVersion = version;
+}
+
+int FakeProgram::timesAsked(const std::string& member) {
+  const std::lock_guard lock(mutex);
+  int times = 0;
+  for (const auto& question : questions) {
+    if (question.rfind(member + " ", 0) == 0) ++times;
+  }
+  return times;
+}
+
+std::vector<std::string> FakeProgram::asked() {
+  const std::lock_guard lock(mutex);
+  return questions;
+}
+
+int FakeProgram::onMessage(sd_bus_message* message, void* program, sd_bus_error*) {
+  return static_cast<FakeProgram*>(program)->answer(message);
+}
+
+int FakeProgram::answer(sd_bus_message* message) {
+  if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0) return 0;
+  if (override && override(message)) return 1;
+  std::string member = sd_bus_message_get_member(message);
+  const bool isProperty = sd_bus_message_is_method_call(message, "org.freedesktop.DBus.Properties", "Get") > 0;
+  if (isProperty) {
+    const char* interface = nullptr;
+    const char* property = nullptr;
+    require(sd_bus_message_read(message, "ss", &interface, &property), "property");
+    member = property;
+  }
+  const std::string path = sd_bus_message_get_path(message);
+  const std::lock_guard lock(mutex);
+  questions.push_back(member + " " + path);
+  if (hanging.contains(member)) return 1;
+  if (lying.contains(member)) return sd_bus_reply_method_return(message, "t", std::uint64_t{7});
+  const auto object = objects.find(path);
+  if (object == objects.end()) {
+    return sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownObject", "No such object");
+  }
+  return isProperty ? answerProperty(message, object->second, member) : answerMethod(message, object->second, member);
+}
+
+int FakeProgram::answerProperty(sd_bus_message* message, const FakeObject& object, const std::string& property) {
+  const auto text = [&](const std::string& value) {
+    return sd_bus_reply_method_return(message, "v", "s", value.c_str());
+  };
+  const auto number = [&](std::size_t value) {
+    return sd_bus_reply_method_return(message, "v", "i", static_cast<std::int32_t>(value));
+  };
+  if (property == "Name") return text(object.name);
+  if (property == "Description") return text(object.description);
+  if (property == "ToolkitName") return text(toolkitName);
+  if (property == "Version") return text(toolkitVersion);
+  if (property == "ChildCount") return number(object.children.size());
+  if (property == "NActions") return number(object.actions.size());
+  return sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownProperty", "No such property");
+}
+
+int FakeProgram::answerMethod(sd_bus_message* message, const FakeObject& object, const std::string& member) {
+  if (member == "GetRole") return sd_bus_reply_method_return(message, "u", object.role);
+  if (member == "GetState") {
+    return sd_bus_reply_method_return(message, "au", 2, static_cast<std::uint32_t>(object.states),
+                                      static_cast<std::uint32_t>(object.states >> 32U));
+  }
+  if (member == "GetChildren") return replyObjects(message, object);
+  if (member == "GetText") return sd_bus_reply_method_return(message, "s", object.text.c_str());
+  if (member == "DoAction") return sd_bus_reply_method_return(message, "b", 1);
+  if (member == "GetExtents" && object.extents) {
+    const auto& place = *object.extents;
+    return sd_bus_reply_method_return(message, "(iiii)", static_cast<int>(place.x), static_cast<int>(place.y),
+                                      static_cast<int>(place.width), static_cast<int>(place.height));
+  }
+  std::int32_t index = 0;
+  if (member == "GetName" && sd_bus_message_read(message, "i", &index) > 0) {
+    return sd_bus_reply_method_return(message, "s", object.actions.at(static_cast<std::size_t>(index)).c_str());
+  }
+  if (member == "GetChildAtIndex" && sd_bus_message_read(message, "i", &index) > 0) {
+    return sd_bus_reply_method_return(message, "(so)", uniqueName.c_str(),
+                                      object.children.at(static_cast<std::size_t>(index)).c_str());
+  }
+  return sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownMethod", "No such method");
+}
+
+int FakeProgram::replyObjects(sd_bus_message* message, const FakeObject& object) {
+  sd_bus_message* reply = nullptr;
+  require(sd_bus_message_new_method_return(message, &reply), "reply");
+  require(sd_bus_message_open_container(reply, 'a', "(so)"), "array");
+  for (const auto& child : object.children) {
+    require(sd_bus_message_append(reply, "(so)", uniqueName.c_str(), child.c_str()), "child");
+  }
+  for (const auto& stranger : object.strangers) {
+    const auto slash = stranger.find('/');
+    require(sd_bus_message_append(reply, "(so)", stranger.substr(0, slash).c_str(), stranger.substr(slash).c_str()),
+            "stranger");
+  }
+  require(sd_bus_message_close_container(reply), "array");
+  const int result = sd_bus_send(bus, reply, nullptr);
+  sd_bus_message_unref(reply);
+  return result < 0 ? result : 1;
+}
+
+FakeAccessibilityBus::FakeAccessibilityBus() {
+  const std::string file = folder.path() + "/bus.conf";
+  std::ofstream(file) << busConfiguration(folder.path() + "/bus");
+  daemon = std::make_unique<ChildProcess>(ChildProcess::Start{
+      .command = {"dbus-daemon", "--config-file=" + file, "--nofork", "--nopidfile", "--print-address=1"},
+      .environment = presentEnvironment()});
+  busAddress = daemon->readLine().value_or("");
+  if (busAddress.empty()) throw std::runtime_error("No bus: is dbus-daemon installed?");
+  registryProgram = std::make_unique<FakeProgram>(busAddress, "org.a11y.atspi.Registry");
+  registryProgram->set(FakeProgram::kRoot, {});
+  launcher = std::make_unique<FakeProgram>(busAddress, "org.a11y.Bus", [this](sd_bus_message* message) {
+    if (sd_bus_message_is_method_call(message, "org.a11y.Bus", "GetAddress") > 0) {
+      return sd_bus_reply_method_return(message, "s", busAddress.c_str()) >= 0;
+    }
+    if (sd_bus_message_is_method_call(message, "org.freedesktop.DBus.Properties", "Get") > 0) {
+      return sd_bus_reply_method_return(message, "v", "b", static_cast<int>(isEnabled.load())) >= 0;
+    }
+    return false;
+  });
+}
+
+std::unique_ptr<FakeProgram> FakeAccessibilityBus::start() { return std::make_unique<FakeProgram>(busAddress); }
+
+void FakeAccessibilityBus::registerPrograms(const std::vector<std::string>& names) {
+  FakeObject root;
+  for (const auto& name : names) root.strangers.push_back(name + FakeProgram::kRoot);
+  registryProgram->set(FakeProgram::kRoot, root);
+}
+
+}  // namespace quillard::test

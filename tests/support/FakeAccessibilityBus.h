@@ -1,0 +1,107 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <systemd/sd-bus.h>
+
+#include "platform/Geometry.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryFolder.h"
+
+namespace quillard::test {
+
+// An object of a fake program, as it would have the world see it.
+struct FakeObject {
+  std::uint32_t role = 0;
+  std::uint64_t states = 0;
+  std::string name;
+  std::string description;
+  std::string text;
+  std::optional<platform::Rect> extents;
+  std::vector<std::string> children;   // Paths, of this program.
+  std::vector<std::string> strangers;  // "bus/path" of other programs, listed after the children.
+  std::vector<std::string> actions;
+};
+
+// A program on a fake accessibility bus. It answers on a thread of its own, and may misbehave in any way.
+class FakeProgram {
+ public:
+  using Override = std::function<bool(sd_bus_message*)>;
+
+  // `override` answers first, on the thread of the program; false: the objects answer.
+  explicit FakeProgram(const std::string& address, const std::string& wellKnownName = "", Override override = {});
+  ~FakeProgram();
+  FakeProgram(const FakeProgram&) = delete;
+  FakeProgram& operator=(const FakeProgram&) = delete;
+
+  [[nodiscard]] const std::string& name() const { return uniqueName; }
+
+  static constexpr const char* kRoot = "/org/a11y/atspi/accessible/root";
+  // Adds or replaces an object. Any thread.
+  void set(const std::string& path, const FakeObject& object);
+  // Calls of this member (or reads of this property) are never answered.
+  void hangOn(const std::string& member);
+  // They are answered with a number of a type that fits nowhere.
+  void lieOn(const std::string& member);
+  // How often a member, or property, was asked for.
+  [[nodiscard]] int timesAsked(const std::string& member);
+  // What was asked of it, one "member path" each.
+  [[nodiscard]] std::vector<std::string> asked();
+  // As which toolkit it speaks. Any thread.
+  void speakAs(const std::string& toolkit, const std::string& version);
+
+ private:
+  void run();
+  static int onMessage(sd_bus_message* message, void* program, sd_bus_error*);
+  int answer(sd_bus_message* message);
+  int answerProperty(sd_bus_message* message, const FakeObject& object, const std::string& property);
+  int answerMethod(sd_bus_message* message, const FakeObject& object, const std::string& member);
+  int replyObjects(sd_bus_message* message, const FakeObject& object);
+
+  const Override override;
+  sd_bus* bus = nullptr;
+  std::string uniqueName;
+  int wakeFile = -1;
+  std::mutex mutex;
+  std::map<std::string, FakeObject> objects;
+  std::set<std::string> hanging;
+  std::set<std::string> lying;
+  std::vector<std::string> questions;
+  std::string toolkitName = "gtk";
+  std::string toolkitVersion = "3.24.38";
+  std::thread thread;
+};
+
+// One bus that is session bus and accessibility bus at once, with a launcher and a registry on it.
+class FakeAccessibilityBus {
+ public:
+  FakeAccessibilityBus();
+
+  [[nodiscard]] const std::string& address() const { return busAddress; }
+  [[nodiscard]] std::unique_ptr<FakeProgram> start();
+  // Lists these programs at the registry.
+  void registerPrograms(const std::vector<std::string>& names);
+  FakeProgram& registry() { return *registryProgram; }
+  // Whether accessibility is switched on.
+  std::atomic<bool> isEnabled{true};
+  void kill() { daemon->kill(); }
+
+ private:
+  const TemporaryFolder folder;
+  std::unique_ptr<ChildProcess> daemon;
+  std::string busAddress;
+  std::unique_ptr<FakeProgram> launcher;
+  std::unique_ptr<FakeProgram> registryProgram;
+};
+
+}  // namespace quillard::test

@@ -1,0 +1,123 @@
+#include <fstream>
+#include <iostream>
+
+#include <gtest/gtest.h>
+
+#include "desktop/PrivateDesktop.h"
+#include "platform/StatusWindowView.h"
+#include "support/GoldenFile.h"
+#include "window/AccessibleTree.h"
+
+// The window on a real desktop, used through the accessibility interface as a screen reader uses it.
+namespace quillard::test {
+namespace {
+
+using platform::StatusWindowButton;
+
+std::vector<AccessibleNode> buttons(const AccessibleNode& window) {
+  return findAll(window,
+                 [](const AccessibleNode& node) { return node.role == "button" || node.role == "push button"; });
+}
+
+class StatusWindowOnADesktop : public testing::Test {
+ protected:
+  DesktopProgram show(const std::string& state) {
+    auto program = desktop.launch(QUILLARD_WINDOW_PROGRAM, {state});
+    EXPECT_TRUE(program.waitForOutput("ready")) << program.errors();
+    EXPECT_TRUE(waitFor([&] { return tree.window("Quillard").has_value(); })) << program.errors();
+    return program;
+  }
+
+  PrivateDesktop desktop;
+  AccessibleTree tree{desktop.accessibilityBusAddress()};
+};
+
+TEST_F(StatusWindowOnADesktop, ReadsWell) {
+  const auto program = show("paired");
+  const auto window = tree.window("Quillard");
+  ASSERT_TRUE(window);
+  const std::string now = described(*window);
+  EXPECT_EQ(now, samples::goldenText("window/accessible-tree.txt", now));
+}
+
+TEST_F(StatusWindowOnADesktop, GivesEveryTextPictureAndButtonAName) {
+  auto program = show("untrusted");
+  const auto nameless = findAll(*tree.window("Quillard"), [](const AccessibleNode& node) {
+    const bool isContainer = node.role == "filler" || node.role == "scroll pane" || node.role == "viewport";
+    return !isContainer && node.role != "scroll bar" && node.name.empty();
+  });
+  for (const auto& node : nameless) ADD_FAILURE() << node.role << " without a name";
+}
+
+TEST_F(StatusWindowOnADesktop, TakesEveryPressOfAnAssistiveProgram) {
+  auto program = show("not-installed");
+  struct Expected {
+    const char* name;
+    const char* about;
+    StatusWindowButton button;
+  };
+  const Expected expected[] = {
+      {"Move…", "Applications Folder", StatusWindowButton::installLocationPrimary},
+      {"Open Folder", "Applications Folder", StatusWindowButton::installLocationSecondary},
+      {"Open Settings", "Open at Login", StatusWindowButton::loginItemSecondary},
+      {"Pause 2h", "iPhone Alerts", StatusWindowButton::notificationPausePrimary},
+  };
+  for (const auto& each : expected) {
+    const auto found = findAll(*tree.window("Quillard"), [&](const AccessibleNode& node) {
+      return node.name == each.name && node.description == each.about;
+    });
+    ASSERT_EQ(found.size(), 1U) << each.name;
+    EXPECT_TRUE(tree.press(found.front().object));
+    EXPECT_TRUE(program.waitForOutput("button " + std::to_string(static_cast<int>(each.button)) + "\n")) << each.name;
+  }
+}
+
+TEST_F(StatusWindowOnADesktop, OffersTheButtonsOfItsStateAndNoOthers) {
+  auto program = show("paused");
+  std::vector<std::string> names;
+  for (const auto& button : buttons(*tree.window("Quillard"))) names.push_back(button.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"Unpair iPhone", "Open Folder", "Open Settings", "Open Settings", "Resume",
+                                             "Options…"}));
+}
+
+TEST_F(StatusWindowOnADesktop, OpensItsMenuForAnAssistiveProgramAndTakesItsChoice) {
+  auto program = show("paused");
+  const auto options =
+      findAll(*tree.window("Quillard"), [](const AccessibleNode& node) { return node.name == "Options…"; });
+  ASSERT_EQ(options.size(), 1U);
+  EXPECT_TRUE(tree.press(options.front().object));
+  std::vector<AccessibleNode> items;
+  EXPECT_TRUE(waitFor([&] {
+    items = findAll(*tree.window("Quillard"), [](const AccessibleNode& node) { return node.role == "menu item"; });
+    return !items.empty();
+  }));
+  ASSERT_EQ(items.size(), 3U) << described(*tree.window("Quillard"));
+  EXPECT_EQ(items.back().name, "Resume Now");
+  EXPECT_TRUE(tree.press(items.back().object));
+  EXPECT_TRUE(program.waitForOutput("choice 3")) << program.output();
+}
+
+// Of the kind that a process has to itself, in kilobytes.
+int privateMemoryOf(pid_t process) {
+  std::ifstream file{"/proc/" + std::to_string(process) + "/smaps_rollup"};
+  int sum = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.rfind("Private_", 0) == 0) sum += std::stoi(line.substr(line.find(':') + 1));
+  }
+  return sum;
+}
+
+// The whole agent has 15 MB for itself.
+TEST_F(StatusWindowOnADesktop, TakesLittleMemoryOfItsOwn) {
+  constexpr int kMost = 14'000;
+  auto program = show("paired");
+  const int used = privateMemoryOf(program.pid());
+  std::cout << "Private memory with the window on screen: " << used << " kB\n";
+  EXPECT_GT(used, 500);
+#ifndef QUILLARD_SANITIZED
+  EXPECT_LT(used, kMost);
+#endif
+}
+
+}  // namespace
+}  // namespace quillard::test

@@ -1,0 +1,77 @@
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "support/GoldenImage.h"
+#include "window/ShownWindow.h"
+#include "window/StatusWindowStates.h"
+
+namespace quillard {
+namespace {
+
+using test::ShownWindow;
+using test::Theme;
+
+const char* nameOf(Theme theme) { return theme == Theme::dark ? "dark" : "light"; }
+
+// The picture as it is now lies below the build folder.
+void expectPicture(const std::string& name, const QImage& picture) {
+  const std::filesystem::path folder{QUILLARD_PICTURES};
+  std::filesystem::create_directories(folder);
+  const auto now = (folder / name).string();
+  ASSERT_TRUE(picture.save(QString::fromStdString(now), "PNG"));
+  const auto difference = samples::difference(samples::goldenImage("window/" + name, picture), picture);
+  EXPECT_TRUE(difference.isSmall()) << now << ": same size " << difference.isSameSize << ", mean difference "
+                                    << difference.mean << ", largest in a patch " << difference.patch;
+}
+
+class StatusWindowPictures : public testing::TestWithParam<Theme> {
+ protected:
+  [[nodiscard]] static std::string fileOf(const std::string& state) {
+    return state + "-" + nameOf(GetParam()) + ".png";
+  }
+};
+
+TEST_P(StatusWindowPictures, AreAsTheyWereApproved) {
+  for (const auto& state : test::statusWindowStates()) {
+    ShownWindow window{state.content, GetParam()};
+    expectPicture(fileOf(state.name), window.picture());
+  }
+}
+
+TEST_P(StatusWindowPictures, ShowThePauseMenuUnderItsButton) {
+  ShownWindow window{test::statusWindowStates().at(6).content, GetParam()};
+  window->popUpMenu(platform::StatusWindowButton::notificationPauseSecondary,
+                    {{"Pause for 4 Hours"}, {"Pause until Tomorrow"}, {"Pause Forever"}, {""}, {"Resume Now"}}, {});
+  ShownWindow::settle();
+  auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+  ASSERT_TRUE(menu);
+  menu->setActiveAction(menu->actions().at(1));
+  expectPicture(fileOf("pause-menu"), window.picture());
+}
+
+TEST_P(StatusWindowPictures, FitANarrowWindowAndLongTexts) {
+  ShownWindow narrow{test::statusWindowStates().at(1).content, GetParam(), 400};
+  expectPicture(fileOf("narrow"), narrow.picture());
+  ShownWindow large{test::withLongTexts(test::statusWindowStates().at(5).content), GetParam()};
+  expectPicture(fileOf("long-texts"), large.picture());
+}
+
+INSTANTIATE_TEST_SUITE_P(Themes, StatusWindowPictures, testing::Values(Theme::light, Theme::dark),
+                         [](const auto& tested) { return nameOf(tested.param); });
+
+TEST(GoldenPictures, TellDifferentStatesApart) {
+  const auto states = test::statusWindowStates();
+  ShownWindow paired{states.at(5).content};
+  ShownWindow ready{states.at(4).content};
+  ShownWindow narrower{states.at(5).content, Theme::light, 940};
+  ShownWindow dark{states.at(5).content, Theme::dark};
+  const QImage picture = paired.picture();
+  EXPECT_TRUE(samples::difference(picture, picture).isSmall());
+  EXPECT_FALSE(samples::difference(picture, ready.picture()).isSmall());
+  EXPECT_FALSE(samples::difference(picture, narrower.picture()).isSmall());
+  EXPECT_FALSE(samples::difference(picture, dark.picture()).isSmall());
+}
+
+}  // namespace
+}  // namespace quillard

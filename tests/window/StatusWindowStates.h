@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/StatusWindowView.h"
+#include "relay/QRCodeRenderer.h"
+#include "status/MacStatusSnapshot.h"
+#include "status/StatusTexts.h"
+#include "status/StatusWindowContents.h"
+
+namespace quillard::test {
+
+struct StatusWindowState {
+  std::string name;
+  MacStatusSnapshot snapshot;
+  platform::StatusWindowContent content;
+};
+
+// As long as a real pairing code's text.
+inline const platform::Bitmap& sampleCode() {
+  static const std::string text = R"({"type":"sample","version":1,"address":"https:\/\/relay.example.org",)" +
+                                  std::string(R"("filler":")") + std::string(190, 'x') + R"("})";
+  static const platform::Bitmap code =
+      QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 10).value();
+  return code;
+}
+
+inline MacStatusSnapshot pairedSnapshot(const std::string& phone = "Ann's iPhone") {
+  MacStatusSnapshot snapshot{.installedInApplications = true,
+                             .accessibilityTrusted = true,
+                             .loginItemStatus = {.state = LoginItemState::enabled, .reason = {}},
+                             .relayConfigured = true,
+                             .relayConnected = true,
+                             .phoneConnected = true,
+                             .phoneCount = 1};
+  snapshot.connectedPhones = {{.deviceID = "1", .deviceName = phone, .platform = {}, .connected = true}};
+  snapshot.pairingImage = sampleCode();
+  return snapshot;
+}
+
+inline MacStatusSnapshot unpairedSnapshot() {
+  auto snapshot = pairedSnapshot();
+  snapshot.phoneConnected = false;
+  snapshot.phoneCount = 0;
+  snapshot.connectedPhones.clear();
+  return snapshot;
+}
+
+inline StatusWindowState state(std::string name, MacStatusSnapshot snapshot) {
+  if (!snapshot.accessibilityTrusted) snapshot.pairingImage.reset();
+  snapshot.pairingCaption =
+      StatusTexts::pairingCaption(snapshot.accessibilityTrusted, snapshot.pairingImage.has_value());
+  auto content = statusWindowContent(snapshot);
+  return {.name = std::move(name), .snapshot = std::move(snapshot), .content = std::move(content)};
+}
+
+// What people meet, in the order in which they meet it.
+inline std::vector<StatusWindowState> statusWindowStates() {
+  auto notInstalled = unpairedSnapshot();
+  notInstalled.installedInApplications = notInstalled.accessibilityTrusted = notInstalled.relayConnected = false;
+  notInstalled.loginItemStatus.state = LoginItemState::disabled;
+  auto untrusted = unpairedSnapshot();
+  untrusted.accessibilityTrusted = false;
+  untrusted.loginItemStatus.state = LoginItemState::requiresApproval;
+  auto connecting = unpairedSnapshot();
+  connecting.relayConnected = false;
+  auto unconfigured = connecting;
+  unconfigured.relayConfigured = false;
+  unconfigured.pairingImage.reset();
+  unconfigured.loginItemStatus = LoginItemStatus::unavailable("This session has no autostart folder.");
+  auto paused = pairedSnapshot();
+  paused.notificationPause.pausesIndefinitely = true;
+  auto update = pairedSnapshot();
+  update.updateAvailability = {.isUpdateAvailable = true, .displayVersion = "2.1"};
+  return {state("not-installed", notInstalled),
+          state("untrusted", untrusted),
+          state("connecting", connecting),
+          state("not-configured", unconfigured),
+          state("ready-to-scan", unpairedSnapshot()),
+          state("paired", pairedSnapshot()),
+          state("paused", paused),
+          state("update-available", update)};
+}
+
+// Words as long as other languages have them, and names without a blank to break at.
+inline platform::StatusWindowContent withLongTexts(platform::StatusWindowContent content) {
+  const std::string words = " Benachrichtigungsunterbrechungseinstellungen und Bedienungshilfenberechtigungsverwaltung";
+  for (std::string* text : {&content.headline, &content.detail, &content.pillText, &content.pairingTitle,
+                            &content.pairingStatus, &content.pairingCaption}) {
+    *text += words;
+  }
+  content.pairingDetail = std::string(120, 'W') + " can receive approval alerts from this Mac.";
+  for (auto* row : {&content.installLocation, &content.accessibility, &content.loginItem, &content.update,
+                    &content.notificationPause}) {
+    row->title += words;
+    row->status += words;
+    row->detail += words + words;
+    row->primaryButton = platform::ButtonContent{"Systemeinstellungen für Bedienungshilfen jetzt öffnen"};
+    row->secondaryButton = platform::ButtonContent{"Benachrichtigungsunterbrechungseinstellungen…"};
+  }
+  content.pairingActionButton = platform::ButtonContent{"Bedienungshilfenberechtigungsverwaltung öffnen"};
+  content.unpairPhoneButton = platform::ButtonContent{"Kopplung mit diesem Telefon vollständig aufheben"};
+  return content;
+}
+
+}  // namespace quillard::test

@@ -1,0 +1,86 @@
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include <QtCore/QTimer>
+#include <QtGui/QFont>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QSystemTrayIcon>
+
+#include "platform/qt/window/QtStatusBar.h"
+#include "platform/qt/window/QtStatusWindowViews.h"
+#include "status/MenuBarIcon.h"
+#include "window/StatusWindowStates.h"
+
+// Shows the status window in the state named first, and a tray icon with "tray" as the second word; says on standard
+// output what happens to them.
+namespace {
+
+using namespace quillard;
+
+void say(const std::string& line) {
+  std::puts(line.c_str());
+  std::fflush(stdout);
+}
+
+platform::StatusWindowContent contentOf(const std::string& name) {
+  for (const auto& state : test::statusWindowStates()) {
+    if (state.name == name) return state.content;
+  }
+  return {};
+}
+
+// Says where the icon is in a tray of the classic kind, whenever it is put elsewhere.
+void reportPlace(const QObject& item, QPoint& known) {
+  for (const auto* icon : item.findChildren<QSystemTrayIcon*>()) {
+    const QPoint middle = icon->geometry().center();
+    if (!icon->geometry().isValid() || middle == known) continue;
+    known = middle;
+    say("docked " + std::to_string(middle.x()) + " " + std::to_string(middle.y()));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const QApplication application(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setFont(QFont{"DejaVu Sans", 10});
+  const std::string state = argc > 1 ? argv[1] : "";
+
+  std::unique_ptr<platform::StatusWindowView> view;
+  qt::QtStatusWindowViews views;
+  view = views.makeStatusWindowView({.onButton =
+                                         [&view](platform::StatusWindowButton button) {
+                                           say("button " + std::to_string(static_cast<int>(button)));
+                                           if (button != platform::StatusWindowButton::notificationPauseSecondary)
+                                             return;
+                                           view->popUpMenu(
+                                               button, {{"Pause for 4 Hours"}, {"Pause Forever"}, {""}, {"Resume Now"}},
+                                               [](std::size_t index) { say("choice " + std::to_string(index)); });
+                                         },
+                                     .onWillClose = [] { say("closed"); },
+                                     .onAppearanceChange = {}});
+  if (!contentOf(state).title.empty()) {
+    view->setContent(contentOf(state));
+    view->fitToScreen();
+    view->updateAppearance();
+    view->show();
+  }
+
+  qt::QtStatusBar bar;
+  std::unique_ptr<platform::StatusItem> item;
+  QTimer places;
+  QPoint place;
+  if (argc > 2) {
+    bar.setApplicationMenu({{.title = "About Quillard"}, {.title = ""}, {.title = "Quit Quillard"}},
+                           [](const auto& chosen) { say("menu " + chosen.title); });
+    item = bar.makeStatusItem(MenuBarIcon::idleLength, [] { say("clicked"); });
+    item->setImage(MenuBarIcon::image(0));
+    item->setToolTip("Quillard");
+    QObject::connect(&places, &QTimer::timeout, [&] { reportPlace(dynamic_cast<QObject&>(*item), place); });
+    places.start(20);
+  }
+  QTimer::singleShot(0, [] { say("ready"); });
+  return QApplication::exec();
+}

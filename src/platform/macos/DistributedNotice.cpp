@@ -24,7 +24,7 @@ class Notice final : public platform::Subscription {
   static void received(CFNotificationCenterRef, void* observer, CFNotificationName, const void*, CFDictionaryRef) {
     const auto& notice = *static_cast<Notice*>(observer);
     notice.mainThread.post([weak = std::weak_ptr(notice.listener)] {
-      if (const auto listener = weak.lock()) (*listener)();
+      if (const auto told = weak.lock()) (*told)();
     });
   }
 

@@ -64,7 +64,8 @@ class Query {
     entries = {{kSecClass, kSecClassGenericPassword},
                {kSecAttrService, this->service.get()},
                {kSecAttrAccount, this->account.get()},
-               {kSecUseDataProtectionKeychain, cfBoolean(place == SecretPlace::dataProtectionKeychain)}};
+               {kSecUseDataProtectionKeychain, cfBoolean(place == SecretPlace::dataProtectionKeychain)},
+               neverAsk()};
   }
   [[nodiscard]] bool isWhole() const { return service && account; }
   [[nodiscard]] CFHandle<CFDictionaryRef> with(const Entries& more) const {
@@ -84,7 +85,7 @@ class Query {
 SecretReading MacSecretStore::copyMatching(SecretPlace place, std::string_view service, std::string_view account) {
   const Query query(place, service, account);
   if (!query.isWhole()) return {noText(), {}};
-  const auto request = query.with({{kSecReturnData, kCFBooleanTrue}, {kSecMatchLimit, kSecMatchLimitOne}, neverAsk()});
+  const auto request = query.with({{kSecReturnData, kCFBooleanTrue}, {kSecMatchLimit, kSecMatchLimitOne}});
   CFValue result;
   const OSStatus status = SecItemCopyMatching(request.get(), result.out());
   if (status != errSecSuccess) return {statusFrom(status), {}};
@@ -108,7 +109,7 @@ SecretStatus MacSecretStore::update(SecretPlace place, std::string_view service,
   if (!query.isWhole()) return noText();
   const auto content = makeData(data.view());
   const auto changes = makeDictionary({{kSecValueData, content.get()}});
-  return statusFrom(SecItemUpdate(query.with({neverAsk()}).get(), changes.get()));
+  return statusFrom(SecItemUpdate(query.with({}).get(), changes.get()));
 }
 
 SecretStatus MacSecretStore::remove(SecretPlace place, std::string_view service, std::string_view account) {

@@ -9,7 +9,7 @@ namespace quillard::macos {
 // The first wants an entitlement, which only a build with a provisioning profile has. A build without it is told
 // `missingEntitlement` when it writes, but `itemNotFound` when it reads: having found nothing there proves nothing.
 //
-// An item of the second that another build has made may only be read after asking the user. Nobody is asked here: the
+// The second may be locked, or hold an item of another build, and would then ask the user. Nobody is asked here: the
 // answer is `interactionNotAllowed` then.
 class MacSecretStore final : public platform::SecretStore {
  public:

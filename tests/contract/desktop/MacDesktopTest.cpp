@@ -14,6 +14,14 @@ namespace {
 using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 
+// Every object that the calls of a test were given is given back in the end, exactly once.
+struct Balance {
+  Balance() = default;
+  Balance(const Balance&) = delete;
+  Balance& operator=(const Balance&) = delete;
+  ~Balance() { EXPECT_EQ(standins::liveObjects(), 0) << "objects that were not released"; }
+};
+
 class MacDesktopBinding final : public DesktopBinding {
  public:
   platform::Accessibility& accessibility() override { return macAccessibility; }
@@ -30,6 +38,7 @@ class MacDesktopBinding final : public DesktopBinding {
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:
+  const Balance balance;  // First, so that it looks last.
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   const standins::MacSystem system{world.desktop(), events};

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "macos/standins/MacSystem.h"
+#include "platform/macos/MacAccessibility.h"
+#include "platform/simulated/SimulatedWorld.h"
+
+namespace quillard::test {
+
+// A Mac of the test's own: the system's functions stand on its simulated desktop.
+struct MacWorld {
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
+  platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
+  standins::MacSystem system{world.desktop(), events};
+  macos::MacAccessibility accessibility{macos::AXCalls{}, world.time().mainThread()};
+  platform::simulated::SimulatedDesktop& desktop = world.desktop();
+};
+
+// Every object that a test's calls were given is given back in the end, exactly once.
+class MacTest : public testing::Test {
+ protected:
+  void TearDown() override {
+    mac.reset();
+    EXPECT_EQ(standins::liveObjects(), 0) << "objects that were not released";
+  }
+  std::unique_ptr<MacWorld> mac = std::make_unique<MacWorld>();
+};
+
+}  // namespace quillard::test

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# Checks sources for macOS where there is no Mac, by Clang and the declarations of tests/macos/declarations.
+#
+#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each for the oldest macOS, to nothing
+#   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
+#   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
+set -euo pipefail
+
+# The standard library of this system stands in for that of macOS: only its declarations are used, and they agree in
+# what the sources may use (tests/architecture bans the rest).
+standard_library() {
+  clang++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
+    sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' | sed 's/^/-isystem/'
+}
+
+# flags ARCHITECTURE SOURCES DECLARATIONS
+flags() {
+  printf '%s\n' -target "$1-apple-macos13.0" -std=c++20 -nostdinc++ -nostdlibinc
+  standard_library
+  # Clang says __nonnull for macOS, and the C library here then takes it for its own.
+  printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
+    -Wold-style-cast -Woverloaded-virtual -Wshadow -Werror -Wunguarded-availability -Wnullable-to-nonnull-conversion \
+    -Wno-missing-field-initializers
+  # The C library here knows of no 64-bit ARM unless it is built for it.
+  [ "$1" != arm64 ] || printf '%s\n' -D__x86_64__=1 '-D__builtin_ia32_pause()='
+}
+
+objective_flags() {
+  case "$1" in
+    *.mm) printf '%s\n' -fobjc-arc -fblocks ;;
+  esac
+}
+
+types() {
+  local common own file failed=0
+  mapfile -t common < <(flags "$1" "$2" "$3")
+  shift 3
+  for file in "$@"; do
+    mapfile -t own < <(objective_flags "$file")
+    if clang++ "${common[@]}" "${own[@]}" -fsyntax-only "$file"; then
+      echo "fine: ${file##*/}"
+    else
+      failed=1
+    fi
+  done
+  return $failed
+}
+
+leaks() {
+  local common own file failed=0
+  mapfile -t common < <(flags x86_64 "$1" "$2")
+  shift 2
+  for file in "$@"; do
+    mapfile -t own < <(objective_flags "$file")
+    if clang++ "${common[@]}" "${own[@]}" --analyze --analyzer-no-default-checks -Xclang -analyzer-checker=osx \
+      -Xclang -analyzer-werror -Xclang -analyzer-config -Xclang max-nodes=20000 -Xclang -analyzer-output=text \
+      "$file"; then
+      echo "fine: ${file##*/}"
+    else
+      failed=1
+    fi
+  done
+  return $failed
+}
+
+mistakes() {
+  local sources=$1 declarations=$2 file expected output failed=0
+  shift 2
+  for file in "$@"; do
+    expected=$(sed -n '1s,^// Rejected: ,,p' "$file")
+    output=$({ types x86_64 "$sources" "$declarations" "$file" && leaks "$sources" "$declarations" "$file"; } 2>&1) && {
+      echo "accepted: ${file##*/}"
+      failed=1
+      continue
+    }
+    if [ -n "$expected" ] && grep -qF -- "$expected" <<<"$output"; then
+      echo "rejected, as it should be: ${file##*/}"
+    else
+      printf 'rejected for another reason: %s\n%s\n' "${file##*/}" "$output"
+      failed=1
+    fi
+  done
+  return $failed
+}
+
+"$@"

@@ -7,7 +7,7 @@ debian_packages=(
   libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin xdg-utils util-linux
-  desktop-file-utils man-db fonts-dejavu-core adwaita-icon-theme tint2
+  desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 

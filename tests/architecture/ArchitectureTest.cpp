@@ -35,8 +35,9 @@ const std::map<std::string, Modules>& arrows() {
       {"recording", {"platform", "foundation"}},
       {"platform/simulated", binding},
       {"platform/qt", binding},
-      {"platform/linux", with(binding, {"platform/qt"})},
-      {"platform/macos", with(binding, {"platform/qt"})},
+      {"platform/posix", binding},
+      {"platform/linux", with(binding, {"platform/posix", "platform/qt"})},
+      {"platform/macos", with(binding, {"platform/posix", "platform/qt"})},
       {"agent/AgentConfiguration", {"platform", "foundation"}},
       {"click/DialogButtonSemantics", {"foundation"}},
       {"approvals", {"platform", "foundation"}},
@@ -47,7 +48,7 @@ const std::map<std::string, Modules>& arrows() {
       {"status", with(core, {"relay", "system"})},
       {"agent", with(core, {"detection", "click", "relay", "status", "system", "recording"})},
       {"app", with(core, {"detection", "click", "relay", "status", "system", "recording", "agent", "platform/simulated",
-                          "platform/qt", "platform/linux", "platform/macos"})},
+                          "platform/posix", "platform/qt", "platform/linux", "platform/macos"})},
   };
   return arrows;
 }

@@ -4,6 +4,8 @@
 #   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each for the oldest macOS, to nothing
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
 #   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
+#
+# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks.
 set -euo pipefail
 
 # The standard library of this system stands in for that of macOS: only its declarations are used, and they agree in
@@ -21,13 +23,14 @@ flags() {
   printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
     -Wold-style-cast -Woverloaded-virtual -Wshadow -Werror -Wunguarded-availability -Wnullable-to-nonnull-conversion \
     -Wno-missing-field-initializers
+  tr -s ' ' '\n' <<<"${QUILLARD_CHECK_FLAGS:-}" | sed '/^$/d'
   # The C library here knows of no 64-bit ARM unless it is built for it.
   [ "$1" != arm64 ] || printf '%s\n' -D__x86_64__=1 '-D__builtin_ia32_pause()='
 }
 
 objective_flags() {
   case "$1" in
-    *.mm) printf '%s\n' -fobjc-arc -fblocks ;;
+    *.mm) printf '%s\n' -fobjc-arc -fblocks -Wundeclared-selector ;;
   esac
 }
 

@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "platform/linux/system/FileLocks.h"
-#include "platform/linux/system/ProcessEnvironment.h"
+#include "platform/posix/ProcessEnvironment.h"
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;

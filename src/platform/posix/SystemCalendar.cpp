@@ -1,4 +1,4 @@
-#include "platform/linux/system/SystemCalendar.h"
+#include "platform/posix/SystemCalendar.h"
 
 #include <algorithm>
 #include <chrono>

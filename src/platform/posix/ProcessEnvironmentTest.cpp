@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/system/ProcessEnvironment.h"
+#include "platform/posix/ProcessEnvironment.h"
 
 namespace quillard::desktop {
 namespace {

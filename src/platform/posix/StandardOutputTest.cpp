@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/linux/system/StandardOutput.h"
+#include "platform/posix/StandardOutput.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::desktop {
@@ -23,7 +23,7 @@ using std::chrono::steady_clock;
 class OutputPipe {
  public:
   OutputPipe() {
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+    if (::pipe(ends.data()) != 0) throw std::runtime_error("pipe");
   }
   OutputPipe(const OutputPipe&) = delete;
   OutputPipe& operator=(const OutputPipe&) = delete;

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "platform/linux/system/SystemCalendar.h"
+#include "platform/posix/SystemCalendar.h"
 
 namespace quillard::desktop {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/system/ProcessEnvironment.h"
+#include "platform/posix/ProcessEnvironment.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/system/StandardOutput.h"
+#include "platform/posix/StandardOutput.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,0 +1,44 @@
+#include <memory>
+
+#include <QtWidgets/QApplication>
+#include <unistd.h>
+
+#include "agent/AppDelegate.h"
+#include "app/AgentRun.h"
+#include "app/MacPlatform.h"
+#include "platform/qt/TerminationSignals.h"
+
+namespace quillard::app {
+namespace {
+
+void describeApplication() {
+  QCoreApplication::setApplicationName(QStringLiteral("quillard"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(QUILLARD_VERSION));
+  QGuiApplication::setApplicationDisplayName(QStringLiteral("Quillard"));
+  QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+}  // namespace
+
+// Nothing to complain of: where there is no session with a screen, Qt itself says so.
+ExitCode runAgent(char* programName, const Output& /*output*/) {
+  macos::MacApplication::keepQtFromTakingTheFocus();
+  int count = 1;
+  char* arguments[] = {programName, nullptr};
+  const QApplication loop(count, arguments);
+  describeApplication();
+  MacPlatform surroundings(STDOUT_FILENO);
+  auto& application = surroundings.application;
+  application.setActivationPolicy(platform::ActivationPolicy::accessory);
+  const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
+  application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
+  const qt::TerminationSignals termination([&application] { application.terminate(); });
+  surroundings.system.executors.mainThread().post([&agent, &application] {
+    // The status window comes to the front, whether one was to be seen or not.
+    application.setOnReopen([&agent] { agent->applicationShouldHandleReopen(false); });
+    agent->applicationDidFinishLaunching();
+  });
+  return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;
+}
+
+}  // namespace quillard::app

@@ -1,0 +1,34 @@
+#include "app/MacPlatform.h"
+
+namespace quillard::app {
+
+MacPlatform::MacPlatform(int consoleDescriptor)
+    : system(consoleDescriptor), application(system.executors.mainThread()), statusBar(system.executors.mainThread()) {}
+
+platform::Platform MacPlatform::platform() {
+  return {.accessibility = system.accessibility,
+          .application = application,
+          .bundle = system.bundle,
+          .calendar = system.calendar,
+          .clock = system.clock,
+          .console = system.console,
+          .environment = system.environment,
+          .executors = system.executors,
+          .httpSessions = system.httpSessions,
+          .lockFiles = system.lockFiles,
+          .loginService = system.loginService,
+          .propertyLists = system.propertyLists,
+          .random = system.random,
+          .secretStore = system.secretStore,
+          .statusBar = statusBar,
+          .statusWindowViews = statusWindowViews,
+          .syntheticEvents = system.syntheticEvents,
+          .updateService = system.updateService,
+          .userDefaults = system.userDefaults,
+          .userNotifications = system.notifications,
+          .webSockets = system.webSockets,
+          .windowList = system.windowList,
+          .workspace = system.workspace};
+}
+
+}  // namespace quillard::app

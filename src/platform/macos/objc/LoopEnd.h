@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/Executors.h"
+
+namespace quillard::macos {
+
+// The end of the Qt loop, however it comes: the agent ends itself, or the user or the system asks the application to
+// quit, which Qt takes up. Main thread; made and destroyed inside the life of Qt's application object.
+//
+// A loop that does not run yet cannot be ended: call `terminate` from one of its turns.
+class LoopEnd {
+ public:
+  // `mainThread` is the Qt loop, and outlives this.
+  explicit LoopEnd(platform::SerialExecutor& mainThread);
+  LoopEnd(const LoopEnd&) = delete;
+  LoopEnd& operator=(const LoopEnd&) = delete;
+  ~LoopEnd();
+
+  // Called once, before the loop ends.
+  void setOnWillTerminate(std::function<void()> handler) { onWillTerminate = std::move(handler); }
+  // Ends the loop after the present turn. Told again, nothing happens.
+  void terminate();
+
+ private:
+  struct Connection;
+
+  void tellOnce();
+
+  platform::SerialExecutor& mainThread;
+  std::function<void()> onWillTerminate;
+  bool isTerminating = false;
+  bool isTold = false;
+  const std::unique_ptr<Connection> aboutToQuit;
+};
+
+}  // namespace quillard::macos

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/Application.h"
+#include "platform/Executors.h"
+#include "platform/macos/objc/LoopEnd.h"
+
+namespace quillard::macos {
+
+// This process as the system's application object, which Qt has made. Main thread; made and destroyed inside the life
+// of Qt's application object.
+//
+// Qt forces its application into the Dock and to the front as it starts, unless it is told beforehand not to
+// (`keepQtFromTakingTheFocus`); then the policy is the one of the information dictionary until it is set here.
+//
+// The menu is the system's main menu. Set it once the loop runs: Qt sets one of its own before. What the user chooses
+// comes in a turn of its own, when the menu is closed.
+class MacApplication final : public platform::Application {
+ public:
+  // Before Qt's application object is made.
+  static void keepQtFromTakingTheFocus();
+
+  // `mainThread` is the Qt loop, and outlives this.
+  explicit MacApplication(platform::SerialExecutor& mainThread);
+  ~MacApplication() override;
+
+  // Called once, before the loop ends, whoever ends it.
+  void setOnWillTerminate(std::function<void()> handler) { loopEnd.setOnWillTerminate(std::move(handler)); }
+  // Called when somebody starts the application that runs already. Set it once the loop runs: until then the system
+  // has a handler of its own. An empty one gives the event back to the system.
+  void setOnReopen(std::function<void()> handler);
+
+  [[nodiscard]] std::int32_t processIdentifier() const override;
+  void setActivationPolicy(platform::ActivationPolicy policy) override;
+  void activateIgnoringOtherApplications() override;
+  void terminate() override { loopEnd.terminate(); }
+  void setApplicationMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items) override;
+
+ private:
+  struct Cocoa;
+
+  LoopEnd loopEnd;
+  const std::unique_ptr<Cocoa> cocoa;
+};
+
+}  // namespace quillard::macos

@@ -1,0 +1,12 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+#include "platform/Images.h"
+
+namespace quillard::macos {
+
+// The picture for the menu bar, which the system tints. For Objective-C++ only. Main thread.
+[[nodiscard]] NSImage* _Nonnull templateImage(const platform::TemplateImage& image);
+
+}  // namespace quillard::macos

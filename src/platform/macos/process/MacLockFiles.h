@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "platform/LockFiles.h"
+
+namespace quillard::macos {
+
+// Locks on files of the user's temporary folder, which the system makes for each user and nobody else may enter. A lock
+// goes with the process, however that ends; programs that the process starts do not inherit it. Files stay behind,
+// empty.
+class MacLockFiles final : public platform::LockFiles {
+ public:
+  // `folder` is absolute.
+  explicit MacLockFiles(std::string folder) : folder(std::move(folder)) {}
+
+  // `fileName` is the name of a file, not a path. Whatever else than a file of this user waits under the name (a link,
+  // a pipe, a folder, another user's file), it is left alone, and the lock is unavailable.
+  [[nodiscard]] platform::LockResult acquire(std::string_view fileName) override;
+  void release(std::int32_t descriptor) override;
+
+ private:
+  const std::string folder;
+};
+
+}  // namespace quillard::macos

@@ -1,0 +1,4 @@
+// Rejected: requires a bridged cast
+#import <Foundation/Foundation.h>
+
+CFStringRef coreText(NSString* text) { return (CFStringRef)text; }

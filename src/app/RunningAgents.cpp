@@ -2,10 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
-#include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -44,28 +40,17 @@ class ProcessHandle {
   int file;
 };
 
-// As the process was started with it. Absent: not set, or not to be read.
-std::optional<std::string> sessionFolderOf(std::int32_t process) {
-  constexpr std::string_view kVariable = "XDG_RUNTIME_DIR=";
-  std::ifstream file("/proc/" + std::to_string(process) + "/environ", std::ios::binary);
-  for (std::string entry; std::getline(file, entry, '\0');) {
-    if (entry.starts_with(kVariable)) return entry.substr(kVariable.size());
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment,
                       platform::Seconds patience) {
-  const x11::AgentProcesses agents(processes);
-  const auto ownFolder = environment.value("XDG_RUNTIME_DIR");
+  const x11::AgentProcesses agents(processes, environment.value("XDG_RUNTIME_DIR"));
   std::vector<ProcessHandle> ending;
   for (const auto agent : agents.find()) {
     if (agent == ::getpid()) continue;
     ProcessHandle handle(agent);
     const auto facts = processes.process(agent);  // Whether the handle is still that of an agent.
-    if (!facts || !x11::AgentProcesses::isAgent(*facts) || sessionFolderOf(agent) != ownFolder) continue;
+    if (!facts || !x11::AgentProcesses::isAgent(*facts)) continue;
     handle.askToEnd();
     ending.push_back(std::move(handle));
   }

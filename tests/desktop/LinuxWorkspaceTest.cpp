@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -254,12 +255,29 @@ TEST_F(LinuxWorkspaceTest, AnApplicationWithoutWindowsIsTerminatedBySignal) {
   EXPECT_EQ(program.wait(), 128 + SIGTERM);
 }
 
+// What makes a program one of the session that the test itself was started in, as the agent's own programs are.
+PrivateDesktop::Variables ourSession() {
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  return {{"XDG_RUNTIME_DIR", folder ? folder : ""}};
+}
+
+TEST_F(LinuxWorkspaceTest, AnAgentOfAnotherSessionIsNoneOfOurs) {
+  const fs::path bundle = fs::path{desktop.folder("home")} / "Quillard.app";
+  fs::create_directory(bundle);
+  fs::copy_file("/usr/bin/dbus-daemon", bundle / "quillard");
+  const std::string address = "unix:path=" + desktop.folder("run") + "/another-bus";
+  auto agent = desktop.launch((bundle / "quillard").string(), {"--session", "--nofork", "--address=" + address});
+  ASSERT_TRUE(waitInLoop([&] { return fs::exists(desktop.folder("run") + "/another-bus"); }));
+  EXPECT_FALSE(binding.workspace.runningApplication(agent.pid()));
+}
+
 TEST_F(LinuxWorkspaceTest, FindsAnotherAgentAndEndsIt) {
   const fs::path bundle = fs::path{desktop.folder("home")} / "Quillard.app";
   fs::create_directory(bundle);
   fs::copy_file("/usr/bin/dbus-daemon", bundle / "quillard");  // Any program that runs on with options alone.
   const std::string address = "unix:path=" + desktop.folder("run") + "/another-bus";
-  auto agent = desktop.launch((bundle / "quillard").string(), {"--session", "--nofork", "--address=" + address});
+  auto agent =
+      desktop.launch((bundle / "quillard").string(), {"--session", "--nofork", "--address=" + address}, ourSession());
   const auto agents = [&] {
     std::vector<std::int32_t> found;
     for (const auto& application : binding.workspace.runningApplications()) {
@@ -287,7 +305,8 @@ TEST_F(LinuxWorkspaceTest, AnAgentIsNotAskedToCloseItsWindowInsteadOfQuitting) {
   fs::create_directory(bundle);
   fs::copy_file("/usr/bin/dbus-daemon", bundle / "quillard");
   const std::string address = "unix:path=" + desktop.folder("run") + "/another-bus";
-  auto agent = desktop.launch((bundle / "quillard").string(), {"--session", "--nofork", "--address=" + address});
+  auto agent =
+      desktop.launch((bundle / "quillard").string(), {"--session", "--nofork", "--address=" + address}, ourSession());
   ASSERT_TRUE(waitInLoop([&] { return binding.workspace.runningApplication(agent.pid()).has_value(); }));
   window(agent.pid());
   EXPECT_TRUE(binding.workspace.terminate(agent.pid()));

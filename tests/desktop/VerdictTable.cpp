@@ -168,6 +168,10 @@ std::vector<Row> verdictTable() {
      {"--kind", "main-window", "--title", "List", "--text", "Delete it?", "--text", "It is old.", "--text",
       "Nobody wants it.", "--widgets", "100", "--button", "Cancel", "--button", "OK"},
      {}, "OK"},
+    {"MainWindowWithMoreInItThanIsRead", kAll,
+     {"--kind", "main-window", "--title", "List", "--text", "Delete it?", "--text", "It is old.", "--text",
+      "Nobody wants it.", "--widgets", "300", "--button", "Cancel", "--button", "OK"},
+     {}, "OK"},
 
     // ---- Windows that do not call themselves dialogs, and are prompts
     {"MainWindowThatAsks", kAll,

@@ -68,7 +68,10 @@ void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
 
 bool isOffered(const Node& node) {
   if (node.attributes != Progress::known || node.isUnreadable) return false;
-  const bool windowTells = node.window && node.window->record.is(State::showing);
+  // Of a list that was cut, the part that was read may be scrolled out of sight; it counts all the same, or a window
+  // full of lines would look like one with none.
+  const bool isOfCutList = node.parent && node.parent->list.size() >= kLongList;
+  const bool windowTells = node.window && node.window->record.is(State::showing) && !isOfCutList;
   return mapping::isShown(node.record, node.program->toolkit, windowTells) && !mapping::takesNoRoom(node.record);
 }
 

@@ -19,6 +19,10 @@ enum class Progress { notAsked, asked, known };
 
 struct ProgramNode;
 
+// Of a container with more children than this, only the last ones are read, as many, which a walk meets first: listing
+// some thousand stalls a program for a tenth of a second.
+inline constexpr std::size_t kLongList = 120;
+
 // One object of a program as far as it has been read. Nodes stay where they are while their tree lives.
 struct Node {
   ObjectName name;

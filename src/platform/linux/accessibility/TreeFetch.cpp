@@ -10,9 +10,6 @@
 namespace quillard::atspi {
 namespace {
 
-// Of a container with more children than this, only the last ones are asked for, which a walk meets first: listing some
-// thousand stalls a program for a tenth of a second.
-constexpr std::size_t kLongList = 120;
 // Windows of one program. The agent looks at a thousand at most.
 constexpr std::size_t kMostWindows = 1024;
 // A label lies right inside its button, or next to a picture in a box.

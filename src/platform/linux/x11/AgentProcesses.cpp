@@ -15,7 +15,8 @@ std::vector<std::int32_t> AgentProcesses::find() const {
     // One look tells most others apart.
     if (!table.executable(candidate).ends_with(kExecutable)) continue;
     const auto process = table.process(candidate);
-    if (process && isAgent(*process)) agents.push_back(candidate);
+    if (!process || !isAgent(*process) || table.sessionFolder(candidate) != sessionFolder) continue;
+    agents.push_back(candidate);
   }
   return agents;
 }

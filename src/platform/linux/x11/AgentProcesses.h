@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/x11/ProcessTable.h"
@@ -12,11 +15,13 @@ inline constexpr std::string_view kAgentIdentifier = "com.quillard.agent";
 
 // Finds this user's running agents, which have no window most of the time. An agent is a process whose executable is
 // `quillard` in a folder `Quillard.app`, wherever that is, and which was called with options alone: the same executable
-// with a subcommand is a tool, and none of our business. This process is found as well, if it is an agent.
+// with a subcommand is a tool, and none of our business. Agents of the user's other sessions are none of ours. This
+// process is found as well, if it is an agent.
 class AgentProcesses {
  public:
-  // `table` outlives this.
-  explicit AgentProcesses(const ProcessTable& table) : table(table) {}
+  // `table` outlives this. `sessionFolder`: what tells our own session from others, see ProcessTable.
+  AgentProcesses(const ProcessTable& table, std::optional<std::string> sessionFolder)
+      : table(table), sessionFolder(std::move(sessionFolder)) {}
 
   // By process number.
   [[nodiscard]] std::vector<std::int32_t> find() const;
@@ -24,6 +29,7 @@ class AgentProcesses {
 
  private:
   const ProcessTable& table;
+  const std::optional<std::string> sessionFolder;
 };
 
 }  // namespace quillard::x11

@@ -40,7 +40,8 @@ bool isOfDesktop(const Window& window) { return window.type == WindowType::deskt
 
 }  // namespace
 
-LinuxWorkspace::LinuxWorkspace(const Sources& sources) : sources(sources), agents(sources.processes) {
+LinuxWorkspace::LinuxWorkspace(const Sources& sources)
+    : sources(sources), agents(sources.processes, sources.processes.sessionFolder(::getpid())) {
   const Look look = lookAt(sources.watch.lastLook());
   told = {.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
   windowSubscription = sources.watch.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });

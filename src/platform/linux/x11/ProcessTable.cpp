@@ -86,6 +86,14 @@ std::optional<ProcessFacts> ProcessTable::process(std::int32_t processIdentifier
                       .shortName = std::string{statusLine(status, "Name:")}};
 }
 
+std::optional<std::string> ProcessTable::sessionFolder(std::int32_t processIdentifier) const {
+  constexpr std::string_view kVariable = "XDG_RUNTIME_DIR=";
+  for (const auto& entry : splitAtZeroes(contentsOf(pathOf(processIdentifier, "environ")))) {
+    if (entry.starts_with(kVariable)) return entry.substr(kVariable.size());
+  }
+  return std::nullopt;
+}
+
 std::vector<std::int32_t> ProcessTable::all() const {
   std::vector<std::int32_t> processes;
   std::error_code error;

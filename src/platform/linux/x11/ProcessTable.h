@@ -30,6 +30,8 @@ class ProcessTable {
   [[nodiscard]] std::vector<std::int32_t> all() const;
   // Empty when it may not be read, as with most processes of others.
   [[nodiscard]] std::string executable(std::int32_t processIdentifier) const;
+  // The folder of the session that the process was started in (XDG_RUNTIME_DIR). Absent: not set, or not to be read.
+  [[nodiscard]] std::optional<std::string> sessionFolder(std::int32_t processIdentifier) const;
 
  private:
   [[nodiscard]] std::string pathOf(std::int32_t processIdentifier, const char* name) const;

@@ -25,6 +25,7 @@ class FakeProcesses {
     std::vector<std::string> arguments;
     std::uint32_t user = kUser;
     char state = 'S';
+    std::string sessionFolder = {};  // Empty: not set.
   };
 
   void add(std::int32_t number, const Process& process) {
@@ -35,6 +36,9 @@ class FakeProcesses {
                                   << process.user << "\t" << process.user << "\t0\t0\n";
     std::ofstream arguments(own / "cmdline", std::ios::binary);
     for (const auto& argument : process.arguments) arguments << argument << '\0';
+    std::ofstream environment(own / "environ", std::ios::binary);
+    environment << "PATH=/usr/bin" << '\0';
+    if (!process.sessionFolder.empty()) environment << "XDG_RUNTIME_DIR=" << process.sessionFolder << '\0';
   }
   [[nodiscard]] const std::string& path() const { return folder.path(); }
   [[nodiscard]] ProcessTable table() const { return {folder.path(), kUser}; }
@@ -101,13 +105,26 @@ TEST(AgentProcesses, FindsAgentsByTheirProgramAndItsArguments) {
   processes.add(10, {.executable = "/opt/Quillard.app/quillard-relay", .arguments = {"quillard-relay"}});
   processes.add(11, {.executable = "/usr/bin/vi", .arguments = {program}});
   const auto table = processes.table();
-  EXPECT_EQ(AgentProcesses{table}.find(), (std::vector<std::int32_t>{1, 2, 3}));
+  EXPECT_EQ(AgentProcesses(table, std::nullopt).find(), (std::vector<std::int32_t>{1, 2, 3}));
+}
+
+TEST(AgentProcesses, FindsThoseOfItsOwnSessionOnly) {
+  const std::string program = "/opt/Quillard.app/quillard";
+  FakeProcesses processes;
+  processes.add(1, {.executable = program, .arguments = {program}, .sessionFolder = "/run/user/1000"});
+  processes.add(2, {.executable = program, .arguments = {program}, .sessionFolder = "/run/user/10001"});
+  processes.add(3, {.executable = program, .arguments = {program}});
+  const auto table = processes.table();
+  EXPECT_EQ(table.sessionFolder(1), "/run/user/1000");
+  EXPECT_EQ(table.sessionFolder(3), std::nullopt);
+  EXPECT_EQ(AgentProcesses(table, "/run/user/1000").find(), std::vector<std::int32_t>{1});
+  EXPECT_EQ(AgentProcesses(table, std::nullopt).find(), std::vector<std::int32_t>{3});
 }
 
 TEST(AgentProcesses, FindsNoneWhereThereIsNone) {
   const FakeProcesses processes;
   const auto table = processes.table();
-  EXPECT_TRUE(AgentProcesses{table}.find().empty());
+  EXPECT_TRUE(AgentProcesses(table, std::nullopt).find().empty());
 }
 
 }  // namespace

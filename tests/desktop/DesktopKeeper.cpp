@@ -136,7 +136,6 @@ std::vector<pid_t> children() {
     ::fclose(file);
     const char* const afterName = text ? ::strrchr(text, ')') : nullptr;
     int parent = 0;
-    // NOLINTNEXTLINE(cert-err34-c): the kernel's own numbers
     if (afterName && ::sscanf(afterName, ") %*c %d", &parent) == 1 && parent == ::getpid()) result.push_back(pid);
   }
   ::closedir(processes);

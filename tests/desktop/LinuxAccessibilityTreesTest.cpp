@@ -195,6 +195,21 @@ TEST_P(PromptOfToolkit, IsNotAtAPointWhereAnotherWindowCoversIt) {
   }));
 }
 
+TEST_P(PromptOfToolkit, IsNotAtAPointWhereAMenuOrNotificationCoversIt) {
+  ASSERT_TRUE(window);
+  const auto allow = button("Allow");
+  ASSERT_TRUE(allow);
+  const auto frame = AXHelpers::frame(world.accessibility, *allow);
+  ASSERT_TRUE(frame);
+  SampleClient cover{world.desktop.display()};
+  cover.open({.name = "Cover", .bounds = *frame, .isUnmanaged = true});
+  const Point centre{frame->x + frame->width / 2, frame->y + frame->height / 2};
+  EXPECT_TRUE(waitFor([&] {
+    const auto hit = world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centre);
+    return !hit.hasValue() && hit.error() == AXError::noValue;
+  }));
+}
+
 TEST_P(PromptOfToolkit, GetsTheKeyboardOnTheButtonThatIsFocused) {
   ASSERT_TRUE(window);
   const auto deny = button("Don't Allow");

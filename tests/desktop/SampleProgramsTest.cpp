@@ -16,7 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using Arguments = std::vector<std::string>;
 
-constexpr int kModalState = 16;
 constexpr int kShowingState = 25;
 
 // One desktop for all of them: each test ends its own programs.

@@ -81,7 +81,10 @@ TEST_F(MacAccessibility, TextThatIsBrokenOrTooLongIsForeign) {
   EXPECT_EQ(readAs(standins::stringObject(longest)).value(), AXValue(longest));
 }
 
-TEST_F(MacAccessibility, SuccessWithoutAValueIsNoValue) { EXPECT_EQ(readAs(Held()).error(), AXError::noValue); }
+TEST_F(MacAccessibility, SuccessWithoutAValueIsNoValue) {
+  EXPECT_EQ(readAs(Held()).error(), AXError::noValue);
+  EXPECT_EQ(readAs(Held::share(kCFNull)).error(), AXError::noValue);
+}
 
 TEST_F(MacAccessibility, EveryErrorHasAWord) {
   const std::vector<std::pair<::AXError, AXError>> table{
@@ -273,6 +276,16 @@ TEST_F(MacAccessibility, AValueWhoseSubroleCannotBeReadIsWithheld) {
   EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(window, ax::kValue).error(), AXError::failure);
 }
 
+TEST_F(MacAccessibility, AValueWhoseSubroleIsNoTextIsWithheld) {
+  const AXUIElement window = openWindow();
+  mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("hunter2"));
+  for (const Held& odd : {standins::integerObject(1), Held::take(new __CFString(u"AXSecureTextField\xD83D"))}) {
+    mac->system.odd.values.insert_or_assign("AXSubrole", odd);
+    EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).error(), AXError::failure);
+    EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(window, ax::kValue).error(), AXError::failure);
+  }
+}
+
 TEST_F(MacAccessibility, AValueOfAnElementWithoutSubroleIsGiven) {
   const AXUIElement window = openWindow();
   mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("plain"));
@@ -280,6 +293,9 @@ TEST_F(MacAccessibility, AValueOfAnElementWithoutSubroleIsGiven) {
     mac->system.odd.errors.insert_or_assign("AXSubrole", none);
     EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).value(), AXValue(std::string("plain")));
   }
+  mac->system.odd.errors.clear();
+  mac->system.odd.values.insert_or_assign("AXSubrole", Held::share(kCFNull));
+  EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).value(), AXValue(std::string("plain")));
 }
 
 // ---- Observers, and where requests are made

@@ -38,7 +38,8 @@ AXResult<CFHandle<CFArrayRef>> copySlots(const AXElement& element, const std::ve
 std::optional<AXError> refusalOfValue(const AXResult<AXValue>& subrole) {
   if (subrole.hasValue()) {
     const auto* const text = std::get_if<std::string>(&subrole.value());
-    return text && *text == ax::kSecureTextFieldSubrole ? std::optional(AXError::noValue) : std::nullopt;
+    if (!text) return AXError::failure;  // It has one, and nobody knows which.
+    return *text == ax::kSecureTextFieldSubrole ? std::optional(AXError::noValue) : std::nullopt;
   }
   const AXError error = subrole.error();
   const bool hasNone = error == AXError::noValue || error == AXError::attributeUnsupported;

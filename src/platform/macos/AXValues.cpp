@@ -122,7 +122,7 @@ platform::AXError errorFrom(::AXError error) {
 }
 
 AXResult<AXValue> valueFrom(CFTypeRef value) {
-  if (!value) return platform::AXError::noValue;
+  if (!value || cfCast<CFNullRef>(value)) return platform::AXError::noValue;
   if (auto text = textOf(value)) return AXValue(*std::move(text));
   if (const auto boolean = booleanOf(value)) return AXValue(*boolean);
   if (const auto integer = integerOf(value)) return AXValue(*integer);

@@ -10,7 +10,8 @@ namespace quillard::macos {
 // The reason in our words. One that we have no word for is `failure`.
 [[nodiscard]] platform::AXError errorFrom(::AXError error);
 
-// The value in our kinds; a null one is `noValue`, and an error in a value's place that error. Takes no count.
+// The value in our kinds; null, and the object that stands for null in lists, are `noValue`, and an error in a value's
+// place that error. Takes no count.
 [[nodiscard]] platform::AXResult<platform::AXValue> valueFrom(CFTypeRef value);
 
 // Empty for what cannot be said: foreign values, text that is no UTF-8, elements of another binding.

@@ -56,6 +56,10 @@ using CFValue = CFHandle<CFTypeRef>;
 template <class Ref>
 [[nodiscard]] CFTypeID typeNumber();
 template <>
+[[nodiscard]] inline CFTypeID typeNumber<CFNullRef>() {
+  return CFNullGetTypeID();
+}
+template <>
 [[nodiscard]] inline CFTypeID typeNumber<CFStringRef>() {
   return CFStringGetTypeID();
 }

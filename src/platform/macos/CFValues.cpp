@@ -62,8 +62,9 @@ std::optional<std::vector<std::string>> textsOf(CFTypeRef value) {
 }
 
 CFHandle<CFStringRef> makeString(std::string_view text) {
+  const char* const bytes = text.empty() ? "" : text.data();  // An empty view may point nowhere.
   return CFHandle<CFStringRef>::adopt(
-      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes),
                               static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
 }
 

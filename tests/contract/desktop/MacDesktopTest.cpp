@@ -38,7 +38,7 @@ class MacDesktopBinding final : public DesktopBinding {
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:
-  const Balance balance;  // First, so that it looks last.
+  Balance balance;  // First, so that it looks last.
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   const standins::MacSystem system{world.desktop(), events};

@@ -1,5 +1,6 @@
 // A window of any kind with Qt. See tests/desktop/README.md.
 
+#include <chrono>
 #include <iostream>
 
 #include <QtCore/QTimer>
@@ -50,6 +51,12 @@ class LastingMessageBox : public QMessageBox {
   void keyPressEvent(QKeyEvent* event) override { event->ignore(); }
 };
 
+// Owned by the widget, which is laid out by it from now on.
+QVBoxLayout* makeColumn(QWidget* owner) {
+  owner->setLayout(new QVBoxLayout);
+  return static_cast<QVBoxLayout*>(owner->layout());
+}
+
 class QtPrompt : public QObject {
  public:
   explicit QtPrompt(const SampleOptions& options) : options(options), outcome(options) {}
@@ -68,9 +75,17 @@ class QtPrompt : public QObject {
   void addWindowPrompt(QVBoxLayout& area);
   void addButtons(QVBoxLayout& area);
   QPushButton* makeButton(const std::string& label, int index);
+  void addBelow(QGridLayout& grid);
   void show();
   void pressed(int index, const std::string& label);
   void settle();
+  template <typename Action>
+  void after(std::chrono::milliseconds time, const Action& action) {
+    auto* const timer = new QTimer(this);
+    timer->setSingleShot(true);
+    connect(timer, &QTimer::timeout, this, action);
+    timer->start(time);
+  }
   void succeed();
   bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -223,21 +238,23 @@ void QtPrompt::addButtons(QVBoxLayout& area) {
   area.addLayout(row);
 }
 
+void QtPrompt::addBelow(QGridLayout& grid) {
+  auto* const extra = new QWidget(window);
+  QVBoxLayout* const area = makeColumn(extra);
+  addFields(*area);
+  addHidden(*area);
+  if (options.kind == Kind::fileChooser) addButtons(*area);
+  extra->setVisible(area->count() > 0);
+  grid.addWidget(extra, grid.rowCount(), 0, 1, grid.columnCount());
+}
+
 void QtPrompt::show() {
   window = makeWindow();
-  if (options.kind == Kind::messageBox || options.kind == Kind::fileChooser) {
-    auto* const extra = new QWidget;
-    auto* const area = new QVBoxLayout(extra);
-    addFields(*area);
-    addHidden(*area);
-    if (options.kind == Kind::fileChooser) addButtons(*area);
-    if (auto* const grid = qobject_cast<QGridLayout*>(window->layout()); grid && area->count() > 0) {
-      grid->addWidget(extra, grid->rowCount(), 0, 1, grid->columnCount());
-    } else {
-      delete extra;
-    }
+  if (auto* const grid = qobject_cast<QGridLayout*>(window->layout())) {  // Of the toolkit's own making.
+    addBelow(*grid);
   } else {
-    fill(*new QVBoxLayout(window));
+    QVBoxLayout* const area = makeColumn(window);
+    fill(*area);
   }
   window->setWindowTitle(text(options.title));
   window->installEventFilter(this);
@@ -256,7 +273,7 @@ bool QtPrompt::eventFilter(QObject* watched, QEvent* event) {
     QCoreApplication::exit(kClosedWithoutAButton);
   } else if (event->type() == QEvent::Paint && !isSettled) {  // Painted once the X server has shown it.
     isSettled = true;
-    QTimer::singleShot(0, this, [this] { settle(); });
+    after(std::chrono::milliseconds(0), [this] { settle(); });
   }
   return false;
 }
@@ -265,7 +282,7 @@ bool QtPrompt::eventFilter(QObject* watched, QEvent* event) {
 void QtPrompt::settle() {
   const bool hasFrame = window->frameGeometry() != window->geometry();
   if (options.at && !hasFrame && patience-- > 0) {
-    QTimer::singleShot(5, this, [this] { settle(); });
+    after(std::chrono::milliseconds(5), [this] { settle(); });
     return;
   }
   if (options.at) window->move(options.at->first, options.at->second);
@@ -304,8 +321,8 @@ int QtPrompt::run() {
   const auto closeAfter = options.closeAfter;
   const auto hangAfter = options.hangAfter;
   show();
-  if (closeAfter) QTimer::singleShot(*closeAfter, [] { QCoreApplication::exit(kClosedWithoutAButton); });
-  if (hangAfter) QTimer::singleShot(*hangAfter, [] { hang(); });
+  if (closeAfter) after(*closeAfter, [] { QCoreApplication::exit(kClosedWithoutAButton); });
+  if (hangAfter) after(*hangAfter, [] { hang(); });
   return QCoreApplication::exec();
 }
 

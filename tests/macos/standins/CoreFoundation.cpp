@@ -16,6 +16,7 @@ namespace {
 
 std::atomic<long> live{0};
 
+const __CFNull kNull;
 const __CFBoolean kTrue{true};
 const __CFBoolean kFalse{false};
 
@@ -130,6 +131,8 @@ using namespace quillard::standins;
 extern "C" {
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
+const CFNullRef kCFNull = &kNull;
+CFTypeID CFNullGetTypeID(void) { return static_cast<CFTypeID>(Type::null); }
 const CFBooleanRef kCFBooleanTrue = &kTrue;
 const CFBooleanRef kCFBooleanFalse = &kFalse;
 const CFTimeInterval kCFAbsoluteTimeIntervalSince1970 = 978307200.0;
@@ -180,7 +183,7 @@ CFTypeID CFStringGetTypeID(void) { return static_cast<CFTypeID>(Type::string); }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex count, CFStringEncoding encoding,
                                     Boolean) {
-  if (encoding != kCFStringEncodingUTF8 || count < 0) stopForMisuse(__func__, "called for another encoding");
+  if (!bytes || encoding != kCFStringEncodingUTF8 || count < 0) stopForMisuse(__func__, "called for another encoding");
   auto units = unitsOf(std::string(bytes, bytes + count));
   return units ? new __CFString(*std::move(units)) : nullptr;
 }

@@ -21,7 +21,8 @@ namespace quillard::standins {
 // The system's objects as plain ones with a count. Nobody keeps a list of them, so that a leak checker sees each that
 // is lost; only their number is known.
 enum class Type : CFTypeID {
-  string = 7,
+  null = 6,
+  string,
   number,
   boolean,
   array,
@@ -110,6 +111,10 @@ struct __CFString final : quillard::standins::Object {
   }
   [[nodiscard]] CFHashCode hash() const override { return std::hash<std::u16string>{}(units); }
   const std::u16string units;
+};
+
+struct __CFNull final : quillard::standins::Object {
+  __CFNull() : Object(quillard::standins::Type::null, true) {}
 };
 
 struct __CFNumber final : quillard::standins::Object {

@@ -67,6 +67,8 @@ class DesktopReading {
   void fetch(const std::vector<FetchGoal>& goals) { trees.fetch(goals); }
 
   [[nodiscard]] bool hasMissedTimeout(std::int32_t processIdentifier) const;
+  // Whether the program left the bus while it was read.
+  [[nodiscard]] bool hasGone(const std::string& bus) const { return requests.hasGone(bus); }
   // Whether the list of programs did not come in time: who is missing from it may be there.
   [[nodiscard]] bool hasLostRegistry() const;
   [[nodiscard]] const x11::WindowsSnapshot& xWindows();

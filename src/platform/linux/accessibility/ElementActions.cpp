@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/linux/accessibility/Interfaces.h"
-#include "platform/linux/accessibility/WindowMatching.h"
 
 namespace quillard::atspi {
 
@@ -22,12 +21,6 @@ namespace {
 bool isTrue(const AXValue& value) {
   const auto* flag = std::get_if<bool>(&value);
   return flag && *flag;
-}
-
-bool covers(const x11::Window& window, Point point) {
-  const auto bounds = visibleBounds(window);
-  return point.x >= bounds.x && point.y >= bounds.y && point.x < bounds.x + bounds.width &&
-         point.y < bounds.y + bounds.height;
 }
 
 }  // namespace
@@ -143,14 +136,12 @@ AXError ElementActions::setOfWindow(Node& window, std::string_view name, const A
   return isTrue(value) ? bringForward(outer, false) : AXError::illegalArgument;
 }
 
+// The X server is asked, not the list: what covers a window there need not be in it.
 const x11::Window* ElementActions::topmostAt(Point point) {
-  const auto& desktop = reading.xWindows();
-  const auto isThere = [&](const x11::Window& window) {
-    const bool isOnDesktop = !window.desktop || !desktop.currentDesktop || window.desktop == desktop.currentDesktop;
-    return window.isMapped && !window.isHidden && isOnDesktop && covers(window, point);
-  };
-  const auto top = std::find_if(desktop.windows.rbegin(), desktop.windows.rend(), isThere);
-  return top == desktop.windows.rend() ? nullptr : &*top;
+  const auto top = windows.windowAt(point);
+  const auto& known = reading.xWindows().windows;
+  const auto found = std::find_if(known.begin(), known.end(), [&](const auto& window) { return window.id == top; });
+  return found == known.end() ? nullptr : &*found;
 }
 
 AXResult<AXUIElement> ElementActions::elementAt(const AXUIElement& within, Point point) {

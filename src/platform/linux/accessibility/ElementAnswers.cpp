@@ -68,8 +68,10 @@ AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, std::str
     Node* const node = reading.node(*reference);
     return node ? ofNode(*node, name) : Value{AXError::invalidUIElement};
   }();
-  // What came in before the application fell silent may be a part only.
+  // What came in before the application fell silent, or went, may be a part only.
   if (reading.hasMissedTimeout(process) || reading.hasLostRegistry()) return AXError::cannotComplete;
+  const bool isObject = reference->kind == ElementReference::Kind::object;
+  if (isObject && reading.hasGone(reference->name.bus)) return AXError::invalidUIElement;
   return value;
 }
 
@@ -342,6 +344,7 @@ AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement
     actions.emplace_back(ax::kPressAction);
   }
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
+  if (reading.hasGone(reference->name.bus)) return AXError::invalidUIElement;
   if (!role.hasValue()) return role.error();
   return actions;
 }

@@ -161,8 +161,8 @@ TEST(FakePrograms, OneThatDiesMeanwhileFailsAtOnce) {
     world.program.reset();
   });
   const auto scope = world.accessibility.beginReadScope();
-  const auto waited = durationOf(
-      [&] { EXPECT_EQ(scope->copyAttributeValue(*window, ax::kTitle).error(), AXError::invalidUIElement); });
+  const auto waited =
+      durationOf([&] { EXPECT_EQ(scope->copyAttributeValue(*window, ax::kTitle).error(), AXError::invalidUIElement); });
   death.get();
   EXPECT_LT(waited, milliseconds(20'000));
   EXPECT_FALSE(scope->missedTimeout(*window)) << "It has gone, it did not hang.";

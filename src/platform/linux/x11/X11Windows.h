@@ -60,6 +60,9 @@ class Windows {
   [[nodiscard]] virtual bool isAvailable() const = 0;
   // Two round trips to the X server; no application is asked.
   [[nodiscard]] virtual WindowsSnapshot snapshot() = 0;
+  // The window of the client list that a click at `point` would reach: nothing lies above it there, not even what is in
+  // no list, such as menus and notifications. Absent: nothing of the list, or it cannot be told.
+  [[nodiscard]] virtual std::optional<WindowID> windowAt(platform::Point /*point*/) { return std::nullopt; }
   // Asks the window manager, as a pager does: in front, restored, on its desktop, with the keyboard. False: could not
   // be asked.
   virtual bool activate(WindowID window) = 0;

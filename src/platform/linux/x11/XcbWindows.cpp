@@ -141,6 +141,29 @@ WindowsSnapshot XcbWindows::snapshot() {
   return snapshot;
 }
 
+std::optional<WindowID> XcbWindows::windowAt(platform::Point point) {
+  // Window manager's frames are a few windows deep.
+  constexpr int kDeepest = 8;
+  constexpr double kScreenEnd = 32767;
+  if (!(point.x >= 0 && point.y >= 0 && point.x <= kScreenEnd && point.y <= kScreenEnd)) return std::nullopt;
+  const MutexLock lock(mutex);
+  const auto* const server = link.connection();
+  if (server == nullptr) return std::nullopt;
+  const auto listed = askRoot(*server).windows;
+  auto within = server->root();
+  for (int depth = 0; depth < kDeepest; ++depth) {
+    // The server itself says which child is there: it knows the order of all windows, and their shapes.
+    const auto cookie = xcb_translate_coordinates(
+        server->get(), server->root(), within, static_cast<std::int16_t>(point.x), static_cast<std::int16_t>(point.y));
+    const ReplyPointer<xcb_translate_coordinates_reply_t> reply{
+        xcb_translate_coordinates_reply(server->get(), cookie, nullptr)};
+    if (!reply || reply->child == 0) return std::nullopt;
+    within = reply->child;
+    if (std::find(listed.begin(), listed.end(), within) != listed.end()) return within;
+  }
+  return std::nullopt;
+}
+
 bool XcbWindows::activate(WindowID window) {
   const MutexLock lock(mutex);
   const auto* const server = managedServer();

@@ -39,6 +39,7 @@ typedef unsigned long CFOptionFlags;
 typedef const void* CFTypeRef;
 typedef CFTypeRef CFPropertyListRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
+typedef const struct __CFNull* CFNullRef;
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFNumber* CFNumberRef;
 typedef const struct __CFBoolean* CFBooleanRef;
@@ -73,12 +74,15 @@ CFTypeID CFGetTypeID(CFTypeRef object);
 Boolean CFEqual(CFTypeRef one, CFTypeRef other);
 CFHashCode CFHash(CFTypeRef object);
 
+extern const CFNullRef kCFNull;
+CFTypeID CFNullGetTypeID(void);
+
 // ---- Texts
 typedef uint32_t CFStringEncoding;
 enum : CFStringEncoding { kCFStringEncodingUTF8 = 0x08000100 };
 
 #ifdef __APPLE__
-#define CFSTR(text) (reinterpret_cast<CFStringRef>(__builtin___CFStringMakeConstantString("" text "")))
+#define CFSTR(text) ((CFStringRef)__builtin___CFStringMakeConstantString("" text ""))
 #else
 // The immortal text with these characters.
 CFStringRef quillardConstantString(const char* text);

@@ -49,8 +49,7 @@ bool endRunningAgents(const x11::ProcessTable& processes, const platform::Enviro
   for (const auto agent : agents.find()) {
     if (agent == ::getpid()) continue;
     ProcessHandle handle(agent);
-    const auto facts = processes.process(agent);  // Whether the handle is still that of an agent.
-    if (!facts || !x11::AgentProcesses::isAgent(*facts)) continue;
+    if (!agents.isOurs(agent)) continue;  // The number may be another's by now.
     handle.askToEnd();
     ending.push_back(std::move(handle));
   }

@@ -72,7 +72,8 @@ bool isOffered(const Node& node) {
   // full of lines would look like one with none.
   const bool isOfCutList = node.parent && node.parent->list.size() >= kLongList;
   const bool windowTells = node.window && node.window->record.is(State::showing) && !isOfCutList;
-  return mapping::isShown(node.record, node.program->toolkit, windowTells) && !mapping::takesNoRoom(node.record);
+  return mapping::isShown(node.record, node.program->toolkit, windowTells) &&
+         (isOfCutList || !mapping::takesNoRoom(node.record));
 }
 
 std::vector<Node*> offeredChildren(const Node& node) {

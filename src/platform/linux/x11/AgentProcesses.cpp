@@ -14,11 +14,14 @@ std::vector<std::int32_t> AgentProcesses::find() const {
   for (const auto candidate : table.all()) {
     // One look tells most others apart.
     if (!table.executable(candidate).ends_with(kExecutable)) continue;
-    const auto process = table.process(candidate);
-    if (!process || !isAgent(*process) || table.sessionFolder(candidate) != sessionFolder) continue;
-    agents.push_back(candidate);
+    if (isOurs(candidate)) agents.push_back(candidate);
   }
   return agents;
+}
+
+bool AgentProcesses::isOurs(std::int32_t processIdentifier) const {
+  const auto process = table.process(processIdentifier);
+  return process && isAgent(*process) && table.sessionFolder(processIdentifier) == sessionFolder;
 }
 
 bool AgentProcesses::isAgent(const ProcessFacts& process) {

@@ -25,7 +25,10 @@ class AgentProcesses {
 
   // By process number.
   [[nodiscard]] std::vector<std::int32_t> find() const;
+  // Of whatever session.
   [[nodiscard]] static bool isAgent(const ProcessFacts& process);
+  // Whether this process is one that `find` would find.
+  [[nodiscard]] bool isOurs(std::int32_t processIdentifier) const;
 
  private:
   const ProcessTable& table;

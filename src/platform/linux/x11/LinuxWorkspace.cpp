@@ -75,8 +75,7 @@ std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_
   for (const auto& sketch : recentLook().sketches) {
     if (sketch.processIdentifier == processIdentifier) return application(sketch);
   }
-  const auto process = sources.processes.process(processIdentifier);
-  if (!process || !AgentProcesses::isAgent(*process)) return std::nullopt;
+  if (!agents.isOurs(processIdentifier)) return std::nullopt;
   return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::prohibited});
 }
 

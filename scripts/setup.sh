@@ -63,10 +63,10 @@ configure_and_build() {
   cmake --build "build/$preset" -j "$(jobs_here)" ${1:+--target "$@"} >&2
 }
 
-# The corpus of a fuzz target: recorded_desktop_fuzz starts from tests/fuzz/corpus/recorded-desktop.
+# The corpus of a fuzz target: recorded_desktop_fuzz starts from the folder recorded-desktop, wherever below tests/fuzz.
 fuzz_corpus() {
   local name=${1%_fuzz}
-  echo "tests/fuzz/corpus/${name//_/-}"
+  find tests/fuzz -type d -path "*/corpus/${name//_/-}"
 }
 
 report_coverage() {

@@ -87,6 +87,7 @@ class StandingClock final : public platform::Clock {
 };
 
 TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
+  int allReports = 0;
   StandingClock clock;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
@@ -133,9 +134,10 @@ TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
     queue.flush();
     EXPECT_LE(reports - reportsBefore, 1);
     EXPECT_LE(reportsAfterTheEnd, 1);
-    EXPECT_GE(reports, 1);
+    allReports += reports;
     EXPECT_TRUE(socket->isEnded());
   }
+  EXPECT_GE(allReports, 1);  // On a busy machine a client may end before it has reported anything.
 }
 
 }  // namespace

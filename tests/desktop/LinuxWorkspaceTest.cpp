@@ -112,9 +112,12 @@ TEST_F(LinuxWorkspaceTest, KnowsLongNamesOfProgramsWhole) {
   const auto path = desktop.copyProgram("/usr/bin/sleep", "sleeping-for-a-very-long-time");
   auto program = desktop.launch(path, {"1000"});
   window(program.pid());
-  const auto application = binding.workspace.runningApplication(program.pid());
+  std::optional<platform::RunningApplication> application;
+  EXPECT_TRUE(waitInLoop([&] {  // Until the process has become the program.
+    application = binding.workspace.runningApplication(program.pid());
+    return application && application->localizedName == "sleeping-for-a-very-long-time";
+  }));
   ASSERT_TRUE(application.has_value());
-  EXPECT_EQ(application->localizedName, "sleeping-for-a-very-long-time");
   EXPECT_EQ(application->bundleIdentifier, fs::canonical(path).string());
 }
 

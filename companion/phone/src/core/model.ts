@@ -1,0 +1,161 @@
+// What the page knows and what a person can do with it: the seam between the core, which talks to relays and keeps the
+// secrets, and the views, which draw one `PhoneState` and call `PhoneActions`. Plain values; a change is a new object.
+
+/** A date as milliseconds since 1970, UTC. */
+export type Instant = number;
+
+/** One button of a prompt. The label is the other program's text, byte for byte: show it through `visibleText`. */
+export interface PromptButton {
+  readonly label: string;
+  /** Marked by the computer as the usual choice. */
+  readonly isRecommended: boolean;
+  /**
+   * dismiss: one tap, and allowed even where direct access is required. postpone: one tap. grant: everything else, and
+   * asks for a deliberate gesture.
+   */
+  readonly kind: "dismiss" | "postpone" | "grant";
+}
+
+export interface Prompt {
+  /** Names the prompt in decisions. Upper-case UUID. */
+  readonly id: string;
+  /** Names this kind of prompt in suppressions. Upper-case UUID. */
+  readonly suppressionID: string;
+  readonly detectedAt: Instant;
+  readonly appName: string;
+  readonly bundleIdentifier?: string;
+  readonly windowTitle: string;
+  readonly messageLines: readonly string[];
+  /** Why the computer took this window for a prompt. */
+  readonly reason: string;
+  readonly buttons: readonly PromptButton[];
+  /** Can be dismissed from here, never granted. */
+  readonly requiresDirectAccess: boolean;
+  readonly directAccessReason?: string;
+  /** Recognised by its looks only. */
+  readonly isFallbackDetection: boolean;
+  /** The newest decision on it, made here. Absent: none, or it is long settled. */
+  readonly decision?: Decision;
+}
+
+/**
+ * sending: not handed over yet. delivered: with the computer, which has not answered yet. undelivered: never reached it;
+ * nothing was pressed. unanswered: delivered, and no answer came within a minute: it is not known what became of it.
+ * The others are the computer's own words.
+ */
+export type DecisionStatus =
+  | "sending"
+  | "delivered"
+  | "undelivered"
+  | "unanswered"
+  | "accepted"
+  | "failed"
+  | "notFound"
+  | "requiresDirectAccess";
+
+export interface Decision {
+  readonly decisionID: string;
+  readonly approvalID: string;
+  readonly buttonLabel: string;
+  readonly status: DecisionStatus;
+  /** What is known of a failure, in the computer's or the relay's words for people. */
+  readonly error?: string;
+  readonly decidedAt: Instant;
+  readonly settledAt?: Instant;
+}
+
+/** What became of a prompt that is not on the list any more, or of a decision. Newest first; at most 50 a computer. */
+export interface Outcome {
+  readonly key: string;
+  readonly at: Instant;
+  readonly appName: string;
+  readonly windowTitle: string;
+  /** Absent: the prompt went away without any phone: answered at the computer, or it closed by itself. */
+  readonly buttonLabel?: string;
+  /** goneByItself: see buttonLabel. suppressed: was muted. */
+  readonly status: DecisionStatus | "goneByItself" | "suppressed";
+  readonly error?: string;
+  /** The name of another phone that decided. Absent: this one, or nobody. */
+  readonly otherPhone?: string;
+}
+
+/** A kind of prompt that is not shown any more. Kept on this phone. */
+export interface Suppression {
+  readonly suppressionID: string;
+  readonly at: Instant;
+  readonly appName: string;
+  readonly windowTitle: string;
+}
+
+/**
+ * The way to the relay. offline: this phone has no network. waiting: broken, tried again at `nextAttemptAt`.
+ * takenOver: another tab of this browser has the connection. revoked: the computer unpaired its phones. removed: it
+ * removed this one. refused: the relay does not know this pairing or its token.
+ */
+export type RelayConnection =
+  | {
+      readonly kind: "connecting" | "connected" | "offline" | "takenOver" | "revoked" | "removed" | "refused";
+    }
+  | { readonly kind: "waiting"; readonly nextAttemptAt: Instant };
+
+export interface Computer {
+  readonly pairingID: string;
+  /** Given by the person. */
+  readonly name: string;
+  readonly pairedAt: Instant;
+  readonly relay: RelayConnection;
+  /** Absent: not known, since the relay is not connected or has not said. */
+  readonly isComputerConnected?: boolean;
+  /** When the computer was last heard of, on this phone's clock. Absent: never. */
+  readonly heardAt?: Instant;
+  /** Whether the computer may look at windows at all. Absent: no snapshot yet. */
+  readonly accessibilityTrusted?: boolean;
+  /** Absent: no snapshot yet, which is another thing than an empty list. In the computer's order. */
+  readonly prompts?: readonly Prompt[];
+  /** A snapshot came that this phone could not open or read. */
+  readonly hasUnreadableSnapshot: boolean;
+  readonly outcomes: readonly Outcome[];
+  readonly suppressions: readonly Suppression[];
+}
+
+export interface PhoneState {
+  /** loading: the stored pairings are being read. unavailable: this browser cannot keep keys; `problem` says why. */
+  readonly phase: "loading" | "ready" | "unavailable";
+  readonly problem?: string;
+  /** What the computers call this phone. */
+  readonly deviceName: string;
+  /** In the order of pairing. */
+  readonly computers: readonly Computer[];
+}
+
+/** What was read from a code, before a person agrees to it. Holds secrets: never shown, never stored but as keys. */
+export interface PairingOffer {
+  readonly pairingID: string;
+  readonly backendURL: string;
+  readonly relaySecret: string;
+  readonly e2eSecret: string;
+}
+
+export type PairingReading =
+  | { readonly kind: "offer"; readonly offer: PairingOffer }
+  /** otherRelay: the computer uses another relay, whose page is at `backendURL`. */
+  | { readonly kind: "otherRelay"; readonly backendURL: string }
+  | { readonly kind: "alreadyPaired"; readonly pairingID: string }
+  /** `problem`: a sentence for people. */
+  | { readonly kind: "invalid"; readonly problem: string };
+
+export interface PhoneActions {
+  /** `text`: what the code holds. */
+  readPairing(text: string): PairingReading;
+  /** Stores it and connects. Rejects with an Error whose message is for people. */
+  pair(offer: PairingOffer, computerName: string): Promise<void>;
+  renameComputer(pairingID: string, name: string): Promise<void>;
+  renameDevice(name: string): Promise<void>;
+  /** Removes its keys, list and history from this phone. */
+  forget(pairingID: string): Promise<void>;
+  decide(pairingID: string, approvalID: string, buttonLabel: string): void;
+  suppress(pairingID: string, approvalID: string): void;
+  unsuppress(pairingID: string, suppressionID: string): void;
+  /** Also takes the connection back from another tab. */
+  connectNow(pairingID: string): void;
+}

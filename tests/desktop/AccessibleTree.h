@@ -39,7 +39,8 @@ inline constexpr std::uint32_t kToolbarRole = 63;
 // A second pair of eyes on the accessibility bus: slow and plain, for tests alone. One thread.
 class AccessibleTree {
  public:
-  explicit AccessibleTree(const PrivateDesktop& desktop) : bus(desktop.accessibilityBusAddress()) {}
+  explicit AccessibleTree(const PrivateDesktop& desktop) : AccessibleTree(desktop.accessibilityBusAddress()) {}
+  explicit AccessibleTree(const std::string& accessibilityBus) : bus(accessibilityBus) {}
 
   // The windows of a process; empty when it has none, or does not answer.
   [[nodiscard]] std::vector<Accessible> windowsOf(pid_t pid);

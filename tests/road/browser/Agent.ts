@@ -1,0 +1,95 @@
+import { copyFile, mkdir } from "node:fs/promises";
+import { join } from "node:path";
+
+import type { Desktop } from "./Desktop";
+import { places } from "./places";
+import { Program } from "./Program";
+import type { Relay } from "./Relay";
+
+const rows = { pairing: "iPhone Pairing", alerts: "iPhone Alerts" } as const;
+
+/** The agent, installed for the desktop's user as it is for any user, and its window. */
+export class Agent {
+  private readonly folder = join(places.home, ".local/lib/Quillard.app");
+  private readonly runs: Program[] = [];
+
+  constructor(
+    private readonly desktop: Desktop,
+    private readonly relay: Relay,
+  ) {}
+
+  async install(): Promise<void> {
+    await mkdir(this.folder, { recursive: true });
+    await copyFile(places.agentProgram, this.program);
+    await copyFile(places.agentInformation, join(this.folder, "Info.plist"));
+  }
+
+  /** As a user starts it: one that runs already makes way, and the window is shown. */
+  async start(): Promise<void> {
+    this.runs.push(
+      new Program("the agent", this.program, [], {
+        QUILLARD_RELAY_URL: this.relay.webSocketAddress,
+        QUILLARD_PAIRING_ID: "road",
+      }),
+    );
+    await this.desktop.see(this.process, rows.pairing, "Pairing QR code");
+  }
+
+  /** The newest one. */
+  get process(): Program {
+    const newest = this.runs.at(-1);
+    if (newest === undefined) throw new Error("The agent was not started");
+    return newest;
+  }
+
+  /** Of all its runs. */
+  get output(): string {
+    return this.runs.map((run) => run.output).join("");
+  }
+
+  /** Runs one of its tools to the end, and gives what that has printed. */
+  async tool(...args: readonly string[]): Promise<string> {
+    const run = new Program("the agent's tool", this.program, args, {
+      QUILLARD_RELAY_URL: this.relay.webSocketAddress,
+      QUILLARD_PAIRING_ID: "road",
+    });
+    await run.exitStatus;
+    return run.output;
+  }
+
+  async quit(): Promise<number> {
+    return this.process.end();
+  }
+
+  waitUntilPaired(): Promise<void> {
+    return this.desktop.see(this.process, rows.pairing, "iPhone paired");
+  }
+
+  waitUntilUnpaired(): Promise<void> {
+    return this.desktop.see(this.process, rows.pairing, "Ready to scan");
+  }
+
+  /** Waits until its window says of the phone that it can receive alerts. */
+  waitForPhoneNamed(name: string): Promise<void> {
+    return this.desktop.see(this.process, rows.pairing, `${name} can receive approval alerts from this Mac.`);
+  }
+
+  async unpair(): Promise<void> {
+    await this.desktop.press(this.process, rows.pairing, "Unpair iPhone");
+    await this.waitUntilUnpaired();
+  }
+
+  async pause(): Promise<void> {
+    await this.desktop.press(this.process, rows.alerts, "Pause 2h");
+    await this.desktop.see(this.process, rows.alerts, "Alerts will resume automatically.");
+  }
+
+  async resume(): Promise<void> {
+    await this.desktop.press(this.process, rows.alerts, "Resume");
+    await this.desktop.see(this.process, rows.alerts, "Pause while handling prompts locally.");
+  }
+
+  private get program(): string {
+    return join(this.folder, "quillard");
+  }
+}

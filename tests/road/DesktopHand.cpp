@@ -5,6 +5,8 @@
 //   ROW desktop_hand press PID ROW LABEL  waits for that button, and presses it through the accessibility bus
 //   desktop_hand tree PID             prints what the windows of a process hold, for the messages of failed tests
 //
+// An empty ROW means anywhere in the windows.
+//
 // Exit codes: 0 done; 1 it did not come in time, or failed; 2 not understood.
 
 #include <algorithm>
@@ -47,13 +49,13 @@ const Accessible* named(const Accessible& object, const std::string& name) {
   return nullptr;
 }
 
-// Below the row of that name: the object of that name, and of that role where one is given.
+// Below the row of that name (anywhere when it is empty): the object of that name, and of that role where one is given.
 std::optional<Accessible> find(AccessibleTree& tree, pid_t pid, const std::string& row, const std::string& name,
                                std::optional<std::uint32_t> role) {
   for (const auto& window : tree.windowsOf(pid)) {
-    const auto* const panel = window.find(kPanelRole, row);
-    if (!panel) continue;
-    const auto* const found = role ? panel->find(*role, name) : named(*panel, name);
+    const auto* const place = row.empty() ? &window : window.find(kPanelRole, row);
+    if (!place) continue;
+    const auto* const found = role ? place->find(*role, name) : named(*place, name);
     if (found) return *found;
   }
   return std::nullopt;

@@ -73,6 +73,11 @@ export class Desktop {
     await this.hand("press", program, row, label);
   }
 
+  /** As a person at the desk does. */
+  async pressInDialog(dialog: Dialog, label: string): Promise<void> {
+    await this.hand("press", dialog, "", label);
+  }
+
   private async hand(verb: "see" | "press", program: Program, row: string, name: string): Promise<void> {
     try {
       await run(places.hand, [verb, String(program.pid), row, name]);

@@ -5,6 +5,7 @@ import { defineConfig } from "@playwright/test";
 export default defineConfig({
   testDir: ".",
   outputDir: process.env["QUILLARD_ROAD_RESULTS"] ?? "test-results",
+  grep: new RegExp(process.env["QUILLARD_ROAD_ONLY"] ?? ""),
   workers: 1,
   fullyParallel: false,
   retries: 0,

@@ -1,0 +1,105 @@
+import { writeFile } from "node:fs/promises";
+
+import { test as base, type TestInfo } from "@playwright/test";
+
+import { Agent } from "./Agent";
+import { Browser } from "./Browser";
+import { Desktop } from "./Desktop";
+import type { PhonePage } from "./PhonePage";
+import { Relay } from "./Relay";
+
+/** The whole road: a desktop, the agent on it, the relay, and a browser as a phone, paired. */
+export class Road {
+  readonly desktop = new Desktop();
+  readonly relay = new Relay();
+  readonly agent = new Agent(this.desktop, this.relay);
+  readonly browser = new Browser(this.relay);
+
+  private begun: Promise<void> | undefined;
+
+  get phone(): PhonePage {
+    return this.browser.phone;
+  }
+
+  /** Brings it up, unless it is. */
+  begin(): Promise<void> {
+    return (this.begun ??= this.bringUp());
+  }
+
+  private async bringUp(): Promise<void> {
+    await this.relay.start();
+    await this.agent.install();
+    await this.agent.start();
+    await this.agent.waitUntilUnpaired();
+    await this.browser.start();
+    await this.phone.open();
+    await this.pair();
+  }
+
+  /** As a person does: by a picture of the computer's screen, with the agent's window on it. */
+  async pair(): Promise<void> {
+    await this.phone.pairByPicture(await this.desktop.screenshot(), "Desk");
+    await this.agent.waitUntilPaired();
+  }
+
+  async end(): Promise<void> {
+    await this.browser.end();
+    await this.desktop.closeAll();
+    await this.agent.quit();
+    await this.relay.end();
+  }
+
+  /** What there is to see when a test has failed. */
+  async tell(info: TestInfo): Promise<void> {
+    const file = (name: string) => info.outputPath(name);
+    await writeFile(file("agent.txt"), withoutSecrets(this.agent.output));
+    await writeFile(file("relay.txt"), withoutSecrets(this.relay.output));
+    await writeFile(file("desktop.png"), await this.desktop.screenshot());
+    await this.phone.page.screenshot({ path: file("page.png"), fullPage: true });
+    console.log(`The screens then, and what the programs said: ${info.outputDir}`);
+    console.log(`The agent:\n${withoutSecrets(this.agent.output)}`);
+    console.log(`The relay:\n${withoutSecrets(this.relay.output)}`);
+  }
+}
+
+/** The programs are not to print any; should one do so, it is not spread by us. */
+function withoutSecrets(text: string): string {
+  return text.replace(/[0-9a-f]{64}/g, "(a secret)");
+}
+
+interface WorkerFixtures {
+  /** The same one for all tests, until one fails: the next one then gets a new one. */
+  readonly roadForAll: Road;
+}
+interface TestFixtures {
+  readonly road: Road;
+  readonly desktop: Desktop;
+  readonly agent: Agent;
+  readonly relay: Relay;
+  readonly phone: PhonePage;
+}
+
+export const test = base.extend<TestFixtures, WorkerFixtures>({
+  roadForAll: [
+    async ({}, use) => {
+      const road = new Road();
+      await use(road);
+      await road.end();
+    },
+    { scope: "worker" },
+  ],
+  road: async ({ roadForAll }, use, info) => {
+    try {
+      await roadForAll.begin();
+      await use(roadForAll);
+    } finally {
+      if (info.status !== info.expectedStatus) await roadForAll.tell(info);
+      await roadForAll.desktop.closeAll();
+    }
+  },
+  desktop: ({ road }, use) => use(road.desktop),
+  agent: ({ road }, use) => use(road.agent),
+  relay: ({ road }, use) => use(road.relay),
+  phone: ({ road }, use) => use(road.phone),
+});
+export { expect } from "@playwright/test";

@@ -28,7 +28,9 @@ export class PromptCard {
 
   /** A finger that stays on the button until the page has taken the press. */
   async hold(label: string): Promise<void> {
-    await this.untilTaken(label, () => this.phone.holdFingerOn(this.button(label), () => this.expectTaken(label)));
+    await this.untilTaken(label, () =>
+      this.phone.holdFingerOn(this.button(label), () => this.expectTaken(label)),
+    );
   }
 
   async mute(): Promise<void> {
@@ -104,6 +106,38 @@ export class PhonePage {
     }
   }
 
+  /** Reads the code from a picture, as a person who has sent the computer's screen to the phone. */
+  async pairByPicture(picture: Buffer, computerName: string, phoneName: string): Promise<void> {
+    const file = { name: "screen.png", mimeType: "image/png", buffer: picture };
+    await this.page.getByLabel("Picture of the code").setInputFiles(file);
+    await this.page.getByLabel("Name of the computer").fill(computerName);
+    await this.page.getByLabel("What it calls this phone").fill(phoneName);
+    await this.page.getByRole("button", { name: "Pair", exact: true }).tap();
+    await this.expectConnected(computerName);
+  }
+
+  async forget(computerName: string): Promise<void> {
+    await this.openComputer(computerName);
+    await this.page.getByRole("button", { name: "Forget this computer" }).tap();
+    const question = this.page.getByRole("group", { name: `Forget ${computerName}?` });
+    await question.getByRole("button", { name: "Forget", exact: true }).tap();
+    await expect(this.page.getByRole("heading", { name: "Answer your computer from here" })).toBeVisible();
+  }
+
+  /** Takes the title from the list of what is not shown any more. */
+  async unmute(title: string, computerName: string): Promise<void> {
+    await this.openComputer(computerName);
+    await this.page.getByRole("link", { name: "Not shown any more" }).tap();
+    await this.page.getByRole("button", { name: `Show again: ${title}`, exact: true }).tap();
+    await expect(this.page.getByText(`Every prompt of ${computerName} is shown.`)).toBeVisible();
+    await this.page.getByRole("link", { name: computerName }).tap();
+    await this.page.getByRole("link", { name: "Prompts" }).tap();
+  }
+
+  async expectConnected(computerName: string): Promise<void> {
+    await expect(this.computer(computerName)).toContainText("Connected, heard");
+  }
+
   /** Among the newest outcomes. */
   async expectOutcome(title: string, words: string): Promise<void> {
     const row = this.page.getByRole("listitem").filter({ hasText: title }).filter({ hasText: words });
@@ -111,10 +145,18 @@ export class PhonePage {
   }
 
   async expectNothingWaits(): Promise<void> {
-    await expect(this.page.getByText("Nothing waits.")).toBeVisible();
+    await expect(this.page.getByRole("heading", { name: "Nothing waits", exact: true })).toBeVisible();
   }
 
   async expectNotice(title: string): Promise<void> {
     await expect(this.page.getByRole("status").filter({ hasText: title })).toBeVisible();
+  }
+
+  private async openComputer(name: string): Promise<void> {
+    await this.computer(name).tap();
+  }
+
+  private computer(name: string): Locator {
+    return this.page.getByRole("region", { name, exact: true }).getByRole("link").first();
   }
 }

@@ -50,7 +50,8 @@ for (const toolkit of toolkits) {
 test("grants nothing to a tap", async ({ desktop, phone }) => {
   const dialog = await desktop.open({ title: "A slip of the finger", buttons: ["Don't Allow", "Allow"] });
   const prompt = await phone.prompt("A slip of the finger");
-  await prompt.tap("Allow");
+  await prompt.button("Allow").tap();
+  await expect(prompt.element.getByRole("status")).toHaveText("Keep holding the button to confirm: Allow");
   // The same prompt still takes another answer: had the tap sent one, it would not.
   await prompt.tap("Don't Allow");
   expect(await dialog.exitStatus).toBe(pressed(0));

@@ -3,9 +3,10 @@ import { expect, test } from "./road";
 
 test("goes on where it was when the relay was killed and comes back", async ({ desktop, phone, relay }) => {
   const before = await desktop.open({ toolkit: "gtk3", title: "Before", buttons: ["No", "Yes"] });
-  await phone.prompt("Before");
+  const prompt = await phone.prompt("Before");
   await relay.kill();
   await phone.expectNotice("The relay cannot be reached");
+  await expect(prompt.button("No")).toBeDisabled();
   const meanwhile = await desktop.open({ toolkit: "qt", title: "Meanwhile", buttons: ["No", "Yes"] });
   await relay.start();
   await (await phone.prompt("Meanwhile")).hold("Yes");
@@ -13,6 +14,21 @@ test("goes on where it was when the relay was killed and comes back", async ({ d
   await (await phone.prompt("Before")).tap("No");
   expect(await before.exitStatus).toBe(pressed(0));
   await phone.expectOutcome("Before", "“No” pressed from here");
+});
+
+test("presses once what was decided when the relay was killed", async ({ agent, desktop, phone, relay }) => {
+  const more = ["--successor", "Again", "--successor-button", "No", "--successor-button", "Yes"];
+  const dialog = await desktop.open({ toolkit: "qt", title: "Once", buttons: ["No", "Yes"], more });
+  const prompt = await phone.prompt("Once");
+  agent.process.stop();
+  await prompt.hold("Yes");
+  await relay.kill();
+  agent.process.resume();
+  await relay.start();
+  await phone.expectOutcome("Once", "“Yes” pressed from here");
+  expect(dialog.isRunning).toBe(true);
+  await (await phone.prompt("Again")).tap("No");
+  expect(await dialog.exitStatus).toBe(pressed(0));
 });
 
 test("is paired still after the page was loaded again", async ({ desktop, phone }) => {

@@ -65,12 +65,13 @@ test("mutes a kind of prompt until it is wanted again", async ({ desktop, phone 
   const dialog = await desktop.open({ toolkit: "gtk4", title: "Noise", buttons: ["No", "Yes"] });
   await (await phone.prompt("Noise")).mute();
   await phone.expectNothingWaits();
+  await phone.expectOutcome("Noise", "Not shown any more");
   const again = await desktop.open({ toolkit: "gtk4", title: "Noise", buttons: ["No", "Yes"] });
   const sign = await desktop.open({ toolkit: "gtk3", title: "Not noise", buttons: ["No", "Yes"] });
   await (await phone.prompt("Not noise")).tap("No");
   expect(await sign.exitStatus).toBe(pressed(0));
   await expect(phone.prompts("Noise")).toHaveCount(0);
-  await phone.unmute("Noise");
+  await phone.unmute("Noise", "Desk");
   await expect(phone.prompts("Noise")).toHaveCount(2);
   for (const one of [dialog, again]) {
     await (await phone.nthPrompt("Noise", 0)).tap("No");

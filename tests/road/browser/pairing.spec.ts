@@ -1,11 +1,13 @@
 import { readFile } from "node:fs/promises";
 
+import { Browser } from "./Browser";
 import { pressed } from "./Desktop";
 import { expect, test } from "./road";
 
 test("pairs by a picture of the computer's screen", async ({ agent, phone }) => {
-  await agent.waitUntilPaired();
-  await phone.expectConnected();
+  await agent.waitForPhoneNamed("Ana’s phone");
+  await phone.expectConnected("Desk");
+  await phone.expectNothingWaits();
 });
 
 test("is unpaired by the computer, and paired again", async ({ agent, desktop, phone, road }) => {
@@ -17,6 +19,23 @@ test("is unpaired by the computer, and paired again", async ({ agent, desktop, p
   await (await phone.prompt("Afresh")).hold("Yes");
   expect(await dialog.exitStatus).toBe(pressed(1));
   await phone.expectOutcome("Afresh", "“Yes” pressed from here");
+});
+
+test("shows what another phone has decided", async ({ desktop, phone, relay }) => {
+  const other = new Browser(relay, "another");
+  await other.start();
+  try {
+    await other.phone.open();
+    await other.phone.pairByPicture(await desktop.screenshot(), "Desk", "Ben’s phone");
+    const dialog = await desktop.open({ toolkit: "qt", title: "Either of us", buttons: ["No", "Yes"] });
+    await phone.prompt("Either of us");
+    await (await other.phone.prompt("Either of us")).hold("Yes");
+    expect(await dialog.exitStatus).toBe(pressed(1));
+    await other.phone.expectOutcome("Either of us", "“Yes” pressed from here");
+    await phone.expectOutcome("Either of us", "“Yes” pressed: chosen on Ben’s phone");
+  } finally {
+    await other.end();
+  }
 });
 
 // The last one of this file: what all runs so far have said.

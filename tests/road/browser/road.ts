@@ -38,7 +38,7 @@ export class Road {
 
   /** As a person does: by a picture of the computer's screen, with the agent's window on it. */
   async pair(): Promise<void> {
-    await this.phone.pairByPicture(await this.desktop.screenshot(), "Desk");
+    await this.phone.pairByPicture(await this.desktop.screenshot(), "Desk", "Ana’s phone");
     await this.agent.waitUntilPaired();
   }
 

@@ -19,7 +19,7 @@ constexpr const char* kFooter =
 // Where CLI11 puts what it read.
 struct Arguments {
   bool asJson = false;
-  bool isForced = false;
+  ShowPairingCode pairing;
   RecordDesktop recording;
 };
 
@@ -38,7 +38,8 @@ void describe(CLI::App& program, Arguments& read) {
 
   auto* const pair =
       program.add_subcommand("pair", "Show the pairing code. It holds secrets: show it to your phone only");
-  pair->add_flag("--force", read.isForced, "Also when the output is no terminal");
+  pair->add_flag("--text", read.pairing.asText, "What the code holds, as one line to be pasted");
+  pair->add_flag("--force", read.pairing.evenWithoutTerminal, "Also when the output is no terminal");
 
   auto* const record = program.add_subcommand("record", "Write down what the applications show now");
   record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
@@ -48,7 +49,7 @@ void describe(CLI::App& program, Arguments& read) {
 Command commandOf(const CLI::App& program, const Arguments& read) {
   if (program.got_subcommand("scan")) return ScanOnce{read.asJson};
   if (program.got_subcommand("doctor")) return ExamineSetup{read.asJson};
-  if (program.got_subcommand("pair")) return ShowPairingCode{read.isForced};
+  if (program.got_subcommand("pair")) return read.pairing;
   if (program.got_subcommand("record")) return read.recording;
   return RunAgent{};
 }

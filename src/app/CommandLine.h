@@ -22,9 +22,10 @@ struct ExamineSetup {
   bool asJson = false;
   bool operator==(const ExamineSetup&) const = default;
 };
-// Shows the pairing code in the terminal.
+// Shows the pairing code in the terminal, or what it holds.
 struct ShowPairingCode {
   bool evenWithoutTerminal = false;
+  bool asText = false;
   bool operator==(const ShowPairingCode&) const = default;
 };
 // Writes down what applications show, for a report or a test.

@@ -33,6 +33,8 @@ TEST(CommandLine, HasACommandForEachTool) {
   expectCommand({"doctor"}, ExamineSetup{});
   expectCommand({"doctor", "--json"}, ExamineSetup{.asJson = true});
   expectCommand({"pair"}, ShowPairingCode{});
+  expectCommand({"pair", "--text"}, ShowPairingCode{.asText = true});
+  expectCommand({"pair", "--text", "--force"}, ShowPairingCode{.evenWithoutTerminal = true, .asText = true});
   expectCommand({"pair", "--force"}, ShowPairingCode{.evenWithoutTerminal = true});
   expectCommand({"record", "a file.json"}, RecordDesktop{.file = "a file.json"});
   expectCommand({"record", "--mask-texts", "x"}, RecordDesktop{.file = "x", .masksTexts = true});
@@ -66,6 +68,7 @@ TEST(CommandLine, SaysWhatItDoesNotUnderstand) {
   EXPECT_NE(refusal({"watch"}).find("watch"), std::string::npos);
   EXPECT_NE(refusal({"--jsn"}).find("--jsn"), std::string::npos);
   EXPECT_NE(refusal({"scan", "--force"}).find("--force"), std::string::npos);
+  EXPECT_NE(refusal({"scan", "--text"}).find("--text"), std::string::npos);
   EXPECT_NE(refusal({"record"}).find("FILE"), std::string::npos);
   EXPECT_NE(refusal({"record", "a", "b"}), "not refused");
   EXPECT_NE(refusal({"scan", "doctor"}), "not refused");

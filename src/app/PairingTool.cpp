@@ -24,10 +24,28 @@ bool isKeychainReadable(platform::SecretStore& secretStore) {
          code == SecretStatusCode::missingEntitlement;
 }
 
-std::optional<platform::Bitmap> codeOf(const PairingPayload& payload) {
+ExitCode showCode(const platform::Secret& text, const TerminalFacts& terminal, const Output& output) {
   constexpr int kOnePixelAModule = 1;
-  const auto text = pairingPayloadText(payload);
-  return text ? QRCodeRenderer::image(text->view(), kOnePixelAModule) : std::nullopt;
+  const auto code = QRCodeRenderer::image(text.view(), kOnePixelAModule);
+  if (!code) return refuse(output, "The pairing settings are too long for a code.\n");
+  if (terminal.columns && *terminal.columns < code->width) {
+    return refuse(output, "The terminal is too narrow: the code needs " + std::to_string(code->width) +
+                              " columns, and there are " + std::to_string(*terminal.columns) + ".\n");
+  }
+  output.print(terminalText(*code).text());
+  output.print("Open the iPhone app, choose Pair Mac, and scan this code.\n");
+  output.complain(
+      "Whoever sees this code can read and answer this computer's prompts: clear the terminal when you are done.\n");
+  return ExitCode::fine;
+}
+
+// A text is wrapped by a narrow terminal, and copied from there as the one line that it is.
+ExitCode showText(const platform::Secret& text, const Output& output) {
+  output.print(text.text());
+  output.print("\n");
+  output.complain(
+      "Whoever has this text can read and answer this computer's prompts: clear the terminal when you are done.\n");
+  return ExitCode::fine;
 }
 
 }  // namespace
@@ -44,17 +62,9 @@ ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& te
   if (!payload) {
     return refuse(output, "Pairing is not configured for this launch. \"quillard doctor\" says what to do.\n");
   }
-  const auto code = codeOf(*payload);
-  if (!code) return refuse(output, "The pairing settings are too long for a code.\n");
-  if (terminal.columns && *terminal.columns < code->width) {
-    return refuse(output, "The terminal is too narrow: the code needs " + std::to_string(code->width) +
-                              " columns, and there are " + std::to_string(*terminal.columns) + ".\n");
-  }
-  output.print(terminalText(*code).text());
-  output.print("Open the iPhone app, choose Pair Mac, and scan this code.\n");
-  output.complain(
-      "Whoever sees this code can read and answer this computer's prompts: clear the terminal when you are done.\n");
-  return ExitCode::fine;
+  const auto text = pairingPayloadText(*payload);
+  if (!text) return refuse(output, "The pairing settings are no text that a code could hold.\n");
+  return command.asText ? showText(*text, output) : showCode(*text, terminal, output);
 }
 
 }  // namespace quillard::app

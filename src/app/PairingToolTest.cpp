@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -73,6 +74,34 @@ TEST_F(PairingTool, RefusesATerminalThatIsTooNarrow) {
   printed.clear();
   expectRefusal({.isTerminal = true, .columns = width - 1}, "needs " + std::to_string(width) + " columns");
   EXPECT_EQ(show({.isTerminal = true, .columns = width}), ExitCode::fine);
+}
+
+TEST_F(PairingTool, ShowsWhatTheCodeHoldsAsOneLineAndNothingElse) {
+  EXPECT_EQ(show(kWideTerminal, {.asText = true}), ExitCode::fine);
+  const auto content = pairingPayloadText(*pairing.payload());
+  EXPECT_TRUE(printed == std::string(content->text()) + "\n");
+  EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1);
+  EXPECT_NE(complaints.find("Whoever has this text"), std::string::npos) << complaints;
+}
+
+TEST_F(PairingTool, ShowsTheTextOnATerminalOfAnyWidth) {
+  EXPECT_EQ(show({.isTerminal = true, .columns = 20}, {.asText = true}), ExitCode::fine);
+}
+
+TEST_F(PairingTool, RefusesTheTextWhereItWouldRefuseTheCode) {
+  const ShowPairingCode asText{.asText = true};
+  EXPECT_EQ(show({.isTerminal = false, .columns = {}}, asText), ExitCode::cannotDoHere);
+  EXPECT_NE(complaints.find("--force"), std::string::npos) << complaints;
+  secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::interactionNotAllowed, "locked"});
+  EXPECT_EQ(show(kWideTerminal, asText), ExitCode::cannotDoHere);
+  environment.unset("QUILLARD_RELAY_URL");
+  EXPECT_EQ(show(kWideTerminal, asText), ExitCode::cannotDoHere);
+  EXPECT_EQ(printed, "");
+}
+
+TEST_F(PairingTool, ShowsTheTextWithoutATerminalWhenForced) {
+  EXPECT_EQ(show({.isTerminal = false, .columns = {}}, {.evenWithoutTerminal = true, .asText = true}), ExitCode::fine);
+  EXPECT_NE(printed.find("quillard.pairing"), std::string::npos);
 }
 
 TEST_F(PairingTool, RefusesWithoutARelay) {

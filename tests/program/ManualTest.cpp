@@ -36,8 +36,8 @@ TEST(Manual, IsFreeOfMistakes) {
 TEST(Manual, NamesEveryCommandAndExitCode) {
   const auto text = manual();
   for (const char* piece :
-       {".BR scan", ".BR doctor", ".BR pair", ".BR record", "\\-\\-json", "\\-\\-force", "\\-\\-mask\\-texts",
-        "\\-\\-version", "\\-\\-help", "\n.B 0\n", "\n.B 1\n", "\n.B 2\n", "\n.B 3\n"}) {
+       {".BR scan", ".BR doctor", ".BR pair", ".BR record", "\\-\\-json", "\\-\\-text", "\\-\\-force",
+        "\\-\\-mask\\-texts", "\\-\\-version", "\\-\\-help", "\n.B 0\n", "\n.B 1\n", "\n.B 2\n", "\n.B 3\n"}) {
     EXPECT_NE(text.find(piece), std::string::npos) << piece;
   }
 }

@@ -1,16 +1,26 @@
 #include "support/TemporaryFolder.h"
 
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace quillard::test {
 
-TemporaryFolder::TemporaryFolder() : folder("/tmp/quillard-test.XXXXXX") {
+namespace {
+
+// Short, since sockets are made below it, whose paths the kernel limits.
+std::string placeOfFolders() {
+  const char* const wished = std::getenv("TMPDIR");
+  return wished && *wished ? wished : "/tmp";
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard-test.XXXXXX") {
   std::array<int, 2> pipe{-1, -1};
   if (!::mkdtemp(folder.data()) || ::pipe2(pipe.data(), O_CLOEXEC) != 0) throw std::runtime_error("mkdtemp");
   janitor = ::fork();

@@ -1,0 +1,57 @@
+#include "tryout/Joining.h"
+
+#include <cstdio>
+
+#include <poll.h>
+
+#include "tryout/PhoneProgram.h"
+#include "tryout/TryoutTexts.h"
+
+namespace quillard::tryout {
+namespace {
+
+int waitFor(Service& program, EndSignals& signals) {
+  // The signals first: taking them also takes the news that a child has ended.
+  while (!signals.wished() && !program.exitCode()) {
+    pollfd ready{signals.descriptor(), POLLIN, 0};
+    ::poll(&ready, 1, -1);
+  }
+  program.end(std::chrono::seconds(3));
+  return signals.wished() ? 128 + *signals.wished() : program.exitCode().value_or(1);
+}
+
+int showSample(const Road& road, const Programs& programs, EndSignals& signals) {
+  SamplePrompts samples(programs.sample, road.environment, "/dev/null");
+  samples.showNext();
+  while (!signals.wished()) {
+    if (const auto answer = samples.takeAnswer()) {
+      std::fputs(sampleAnswered(*answer).c_str(), stdout);
+      return 0;
+    }
+    pollfd ready{signals.descriptor(), POLLIN, 0};
+    ::poll(&ready, 1, -1);
+  }
+  return 128 + *signals.wished();
+}
+
+}  // namespace
+
+int join(const Road& road, const Programs& programs, const Wishes& wishes, EndSignals& signals) {
+  if (wishes.withPhone) {
+    const auto pairing = pairingTextOf(road, [&signals] { return signals.wished().has_value(); });
+    if (!pairing) return 1;
+    return waitFor(*startPhone(programs.phone, *pairing, wishes.answer), signals);
+  }
+  if (wishes.withSample) return showSample(road, programs, signals);
+  std::fputs(alreadyUp(road.page).c_str(), stderr);
+  return 1;
+}
+
+int showPairing(const Road& road, bool evenWithoutTerminal) {
+  std::vector<std::string> command{road.agent, "pair", "--text"};
+  if (evenWithoutTerminal) command.emplace_back("--force");
+  Service tool({.command = command, .environment = road.environment, .isInForeground = true});
+  return tool.waitForEnd(std::chrono::minutes(2)).value_or(1);
+}
+
+}  // namespace quillard::tryout

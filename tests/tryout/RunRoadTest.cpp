@@ -1,0 +1,190 @@
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <nlohmann/json.hpp>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "desktop/Waiting.h"
+#include "support/TemporaryFolder.h"
+#include "tryout/Service.h"
+
+// ./run on a machine without a display, as a person starts it, on what is built here: agent, relay, phone and prompt
+// are programs of their own, and all of them go.
+namespace quillard {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using test::waitFor;
+using tryout::Service;
+
+constexpr auto kPatience = 60s;
+constexpr const char* kIsUp = "Ctrl-C ends all of it";
+
+std::string contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Programs that lost their parent become ours. True when none is left, dead or alive.
+bool hasNoChildren() {
+  while (true) {
+    const pid_t gone = ::waitpid(-1, nullptr, WNOHANG);
+    if (gone < 0) return true;
+    if (gone == 0) return false;
+  }
+}
+
+std::vector<std::string> entries(const std::string& folder) {
+  std::vector<std::string> found;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) found.push_back(entry.path());
+  return found;
+}
+
+class RunRoad : public testing::Test {
+ protected:
+  RunRoad() {
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    for (const char* name : {"home", "tmp", "out"}) fs::create_directory(place.path() + "/" + name);
+  }
+
+  // ./run with these options; what it says goes to a file of that name.
+  [[nodiscard]] Service::Start start(const std::string& name, const std::vector<std::string>& options) const {
+    Service::Start start{
+        .command = {QUILLARD_PROJECT "/run"},
+        .environment = {"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
+                        "PATH=" + std::string(std::getenv("PATH")), "QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD,
+                        "QUILLARD_RUN_NAME=" + std::to_string(::getpid())},
+        .logFile = place.path() + "/out/" + name};
+    start.command.insert(start.command.end(), options.begin(), options.end());
+    return start;
+  }
+  [[nodiscard]] std::string said(const std::string& name) const { return contents(place.path() + "/out/" + name); }
+  [[nodiscard]] bool waitUntilSaid(const std::string& name, const std::string& text) const {
+    return waitFor([&] { return said(name).find(text) != std::string::npos; }, kPatience);
+  }
+  // Its exit code, and all that it said.
+  std::optional<int> runToItsEnd(const std::string& name, const std::vector<std::string>& options) const {
+    return Service(start(name, options)).waitForEnd(kPatience);
+  }
+  void expectNothingLeft() const {
+    EXPECT_TRUE(hasNoChildren());
+    EXPECT_EQ(entries(place.path() + "/tmp"), std::vector<std::string>());
+    EXPECT_EQ(entries(place.path() + "/home"), std::vector<std::string>());
+  }
+
+  const test::TemporaryFolder place;
+};
+
+TEST_F(RunRoad, APhoneInTheTerminalAnswersAndEverythingEnds) {
+  for (const std::string label : {"Allow", "Don't Allow"}) {
+    EXPECT_EQ(runToItsEnd(label, {"--phone", "--answer", label}), 0) << said(label);
+    EXPECT_NE(said(label).find("The sample prompt was answered: " + label + ".\n"), std::string::npos) << said(label);
+    expectNothingLeft();
+  }
+}
+
+TEST_F(RunRoad, EndsWithTheSignalsOfATerminalAndLeavesNothing) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const std::string name = std::to_string(signal);
+    Service running(start(name, {}));
+    ASSERT_TRUE(waitUntilSaid(name, kIsUp)) << said(name);
+    ::kill(-running.id(), signal);  // To all of its group, as a terminal does.
+    EXPECT_EQ(running.waitForEnd(10s), 128 + signal) << said(name);
+    expectNothingLeft();
+  }
+}
+
+TEST_F(RunRoad, EndsAtOnceWhileItComesUp) {
+  Service running(start("early", {}));
+  ASSERT_TRUE(waitFor([&] { return !entries(place.path() + "/tmp").empty(); }, kPatience)) << said("early");
+  ::kill(-running.id(), SIGINT);
+  EXPECT_EQ(running.waitForEnd(15s), 128 + SIGINT) << said("early");
+  expectNothingLeft();
+}
+
+TEST_F(RunRoad, KilledOutrightItLeavesNothingEither) {
+  Service running(start("killed", {}));
+  ASSERT_TRUE(waitUntilSaid("killed", kIsUp)) << said("killed");
+  ::kill(running.id(), SIGKILL);
+  EXPECT_EQ(running.waitForEnd(10s), 128 + SIGKILL);
+  EXPECT_TRUE(waitFor([] { return hasNoChildren(); }));
+  EXPECT_TRUE(waitFor([this] { return entries(place.path() + "/tmp").empty(); }));
+  expectNothingLeft();
+}
+
+TEST_F(RunRoad, LaterOnesJoinTheOneThatIsUp) {
+  Service running(start("first", {}));
+  ASSERT_TRUE(waitUntilSaid("first", kIsUp)) << said("first");
+  EXPECT_EQ(runToItsEnd("second", {"--phone", "--answer", "Don't Allow"}), 0) << said("second");
+  EXPECT_TRUE(waitUntilSaid("first", "The sample prompt was answered: Don't Allow.\n")) << said("first");
+  // The next prompt has come meanwhile.
+  EXPECT_EQ(runToItsEnd("third", {"--phone", "--answer", "Allow"}), 0) << said("third");
+  EXPECT_TRUE(waitUntilSaid("first", "The sample prompt was answered: Allow.\n")) << said("first");
+  EXPECT_EQ(runToItsEnd("once more", {}), 1);
+  EXPECT_NE(said("once more").find("is up already"), std::string::npos) << said("once more");
+  EXPECT_FALSE(running.exitCode());
+  running.end(10s);
+  EXPECT_EQ(running.exitCode(), 128 + SIGTERM) << said("first");
+  expectNothingLeft();
+}
+
+TEST_F(RunRoad, TellsTheTextOfThePairingWhenAskedOnly) {
+  EXPECT_EQ(runToItsEnd("too early", {"--pair"}), 1);
+  EXPECT_NE(said("too early").find("No ./run is up"), std::string::npos) << said("too early");
+  Service running(start("first", {}));
+  ASSERT_TRUE(waitUntilSaid("first", kIsUp)) << said("first");
+  EXPECT_EQ(said("first").find("e2eSecret"), std::string::npos);  // A file is no terminal.
+  EXPECT_EQ(runToItsEnd("refused", {"--pair"}), 3) << said("refused");
+  EXPECT_EQ(said("refused").find("e2eSecret"), std::string::npos);
+  EXPECT_EQ(runToItsEnd("pairing", {"--pair", "--force"}), 0);
+  const auto text = said("pairing");
+  const auto read = nlohmann::json::parse(text.substr(0, text.find('\n')), nullptr, /*allow_exceptions=*/false);
+  ASSERT_TRUE(read.is_object());
+  const std::string page = read.at("backendURL");
+  EXPECT_NE(said("first").find("Open the phone's page:  " + page + "\n"), std::string::npos) << said("first");
+  running.end(10s);
+  expectNothingLeft();
+}
+
+TEST_F(RunRoad, TakesAnotherPortWhenTheUsualOneIsTaken) {
+  const int taken = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(8080);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  // When this fails, somebody else has the port, which is as good.
+  static_cast<void>(::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  static_cast<void>(::listen(taken, 1));
+  EXPECT_EQ(runToItsEnd("run", {"--phone", "--answer", "Allow"}), 0) << said("run");
+  EXPECT_NE(said("run").find("http://127.0.0.1:"), std::string::npos) << said("run");
+  EXPECT_EQ(said("run").find("http://127.0.0.1:8080 "), std::string::npos) << said("run");
+  ::close(taken);
+  expectNothingLeft();
+}
+
+TEST_F(RunRoad, RefusesWhatItDoesNotKnow) {
+  EXPECT_EQ(runToItsEnd("unknown", {"--phome"}), 2);
+  EXPECT_EQ(runToItsEnd("no label", {"--phone", "--answer"}), 2);
+  EXPECT_EQ(runToItsEnd("no phone", {"--answer", "Allow"}), 2);
+  EXPECT_EQ(runToItsEnd("help", {"--help"}), 0);
+  for (const char* option : {"--phone", "--answer", "--sample", "--pair", "--look"}) {
+    EXPECT_NE(said("help").find(option), std::string::npos) << option;
+  }
+}
+
+}  // namespace
+}  // namespace quillard

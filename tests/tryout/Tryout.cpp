@@ -1,0 +1,237 @@
+#include "tryout/Tryout.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "tryout/PhoneProgram.h"
+#include "tryout/TryoutTexts.h"
+
+namespace quillard::tryout {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr auto kPatienceAtTheEnd = 3s;         // With each of the programs, which say goodbye to each other.
+constexpr auto kPauseBetweenSamples = 1500ms;  // So that one is seen to go before the next one comes.
+constexpr int kLinesBelowTheCode = 22;         // The rest of the welcome, with the text to be pasted.
+
+std::optional<std::string> variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value && *value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+std::string dataFolder() {
+  const auto home = variable("HOME");
+  return variable("XDG_DATA_HOME").value_or(home.value_or("") + "/.local/share") + "/quillard-relay";
+}
+
+Variables ownEnvironment() {
+  Variables result;
+  for (char** entry = environ; *entry; ++entry) result.emplace_back(*entry);
+  return result;
+}
+
+// The code as lines for this terminal; empty when it does not fit, or this is no terminal.
+std::string codeForTerminal(const Road& road) {
+  winsize size{};
+  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {};
+  const auto printed = run({road.agent, "pair", "--force"}, road.environment, 10s);
+  return printed.code == 0 && fits(printed.output, size.ws_col, size.ws_row, kLinesBelowTheCode) ? printed.output + "\n"
+                                                                                                 : std::string();
+}
+
+void say(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+void complain(const std::string& text) { std::fputs(text.c_str(), stderr); }
+
+}  // namespace
+
+Tryout::Tryout(Programs programs, Wishes wishes, EndSignals& signals)
+    : programs(std::move(programs)), wishes(std::move(wishes)), signals(signals) {}
+
+Tryout::~Tryout() { end(); }
+
+int Tryout::run() {
+  int result = 1;
+  try {
+    bringUp();
+    result = stayUp();
+  } catch (const std::exception& error) {
+    if (!isEndWished()) complain(std::string(error.what()) + "\n");
+  }
+  end();
+  return isEndWished() ? 128 + *signals.wished() : result;
+}
+
+// ---- Bringing up
+
+void Tryout::bringUp() {
+  using Step = void (Tryout::*)();
+  for (const Step step : {&Tryout::makeDesktop, &Tryout::startRelay, &Tryout::startAgent, &Tryout::startPhone}) {
+    if (isEndWished()) return;
+    (this->*step)();
+  }
+}
+
+void Tryout::makeDesktop() {
+  road.isPrivate = !wishes.installed;
+  if (wishes.installed) {
+    folder = dataFolder();
+    road.agent = *wishes.installed;
+    road.environment = ownEnvironment();
+    return;
+  }
+  desktop = std::make_unique<test::PrivateDesktop>();
+  folder = desktop->folder("data") + "/quillard-relay";
+  road.environment = desktop->environment();
+  const fs::path place = fs::path(desktop->folder("home")) / ".local/lib/Quillard.app";
+  fs::create_directories(place);
+  fs::copy_file(programs.agent, place / "quillard");
+  fs::copy_file(programs.information, place / "Info.plist");
+  road.agent = place / "quillard";
+}
+
+void Tryout::startRelay() {
+  auto address = variable("QUILLARD_RELAY_URL");
+  if (!address) {
+    relay = std::make_unique<RelayProgram>(
+        RelayProgram::Places{.program = programs.relay, .page = programs.page, .folder = folder},
+        [this] { return isEndWished(); });
+    road.page = relay->address();
+    address = relay->socketAddress();
+  }
+  road.environment = with(road.environment, "QUILLARD_RELAY_URL", *address);
+  road.environment = with(road.environment, "QUILLARD_PAIRING_ID", variable("QUILLARD_PAIRING_ID").value_or("home"));
+}
+
+// Whoever needs the pairing asks for it first: it is made once, by one program.
+void Tryout::startAgent() {
+  if (road.isPrivate || wishes.withPhone) pairing = pairingTextOf(road, [this] { return isEndWished(); });
+  if (isEndWished()) return;
+  if (!road.isPrivate) {
+    const auto examined = tryout::run({road.agent, "doctor"}, road.environment, 20s, [this] { return isEndWished(); });
+    if (examined.code != 0) say("Something is missing:\n\n" + examined.output);
+  }
+  const bool isQuiet = road.isPrivate || wishes.withPhone;
+  agent = std::make_unique<Service>(
+      Service::Start{.command = {road.agent},
+                     .environment = road.environment,
+                     .logFile = isQuiet ? (relay ? folder + "/agent.log" : "/dev/null") : ""});
+  rendezvous = std::make_unique<Rendezvous>(road);
+  if (!road.isPrivate && !wishes.withSample) return;
+  samples = std::make_unique<SamplePrompts>(programs.sample, road.environment, "/dev/null");
+  samples->showNext();
+}
+
+void Tryout::startPhone() {
+  if (!wishes.withPhone) {
+    tellHowItStands();
+    return;
+  }
+  if (!pairing) throw std::runtime_error("Without a pairing there is nothing that a phone could do.");
+  if (relay) say("The phone's page is " + road.page + "; here is the phone without a browser.\n");
+  phone = tryout::startPhone(programs.phone, *pairing, wishes.answer);
+}
+
+void Tryout::tellHowItStands() {
+  Situation situation{.isPrivate = road.isPrivate,
+                      .isOnUsualPort = !relay || relay->isOnUsualPort(),
+                      .isRemote = variable("SSH_CONNECTION").has_value()};
+  if (relay) situation.page = road.page;
+  if (road.isPrivate && ::isatty(STDOUT_FILENO) == 1) {
+    situation.pairing = pairing;
+    situation.code = codeForTerminal(road);
+  }
+  say(welcome(situation));
+}
+
+// ---- Being up
+
+int Tryout::stayUp() {
+  while (!isEndWished()) {
+    takeAnswerOfSample();
+    if (const auto result = reasonToEnd()) return *result;
+    waitForNews(nextSampleAt ? std::chrono::duration_cast<milliseconds>(*nextSampleAt - steady_clock::now()) + 1ms
+                             : milliseconds(-1));
+    if (nextSampleAt && *nextSampleAt <= steady_clock::now()) {
+      nextSampleAt.reset();
+      samples->showNext();
+    }
+  }
+  return 0;
+}
+
+// `patience`: below zero, as long as it takes.
+void Tryout::waitForNews(milliseconds patience) const {
+  std::array<pollfd, 2> ready{pollfd{signals.descriptor(), POLLIN, 0},
+                              pollfd{rendezvous ? rendezvous->descriptor() : -1, POLLIN, 0}};
+  if (::poll(ready.data(), ready.size(), static_cast<int>(patience.count())) <= 0) return;
+  if (ready[1].revents != 0) rendezvous->answer();
+}
+
+void Tryout::takeAnswerOfSample() {
+  const auto answer = samples ? samples->takeAnswer() : std::nullopt;
+  if (!answer) return;
+  answered = answer;
+  say(sampleAnswered(*answer));
+  if (road.isPrivate && !wishes.answer) nextSampleAt = steady_clock::now() + kPauseBetweenSamples;
+}
+
+std::optional<int> Tryout::reasonToEnd() {
+  if (phone) {
+    if (const auto code = phone->exitCode()) return resultOfPhone(*code);
+  }
+  if (const auto code = agent->exitCode()) {
+    say("Quillard has ended (" + std::to_string(*code) + ").\n");
+    if (relay) say(lastLines(folder + "/agent.log"));
+    return *code == 0 ? 0 : 1;
+  }
+  if (relay && relay->service().exitCode()) {
+    complain("The relay has ended.\n" + lastLines(relay->logFile()));
+    return 1;
+  }
+  return std::nullopt;
+}
+
+// A phone that says "accepted" is believed only when the sample prompt says so, too.
+int Tryout::resultOfPhone(int code) {
+  if (code != 0 || !wishes.answer || !road.isPrivate) return code;
+  const auto end = steady_clock::now() + 5s;
+  while (!answered && steady_clock::now() < end && !isEndWished()) {
+    waitForNews(100ms);
+    takeAnswerOfSample();
+  }
+  if (answered == wishes.answer) return 0;
+  complain("The phone says that \"" + *wishes.answer + "\" was pressed, but the sample prompt knows nothing of it.\n");
+  return 1;
+}
+
+// ---- Ending
+
+void Tryout::end() {
+  if (phone) phone->end(kPatienceAtTheEnd);
+  rendezvous.reset();
+  if (agent) agent->end(kPatienceAtTheEnd);
+  samples.reset();
+  if (relay) relay->service().end(kPatienceAtTheEnd);
+  phone.reset();
+  agent.reset();
+  relay.reset();
+  desktop.reset();
+}
+
+}  // namespace quillard::tryout

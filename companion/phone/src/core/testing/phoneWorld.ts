@@ -1,3 +1,4 @@
+import { webcrypto } from "node:crypto";
 import type { CryptoTools, Environment } from "../environment";
 import { MemoryStore } from "../memoryStore";
 import type { Computer, Prompt } from "../model";
@@ -21,7 +22,7 @@ export class PhoneWorld {
     readonly store: Store = new MemoryStore(),
     private readonly change: Partial<Environment> = {},
   ) {
-    const { crypto, underWay } = countedCrypto(globalThis.crypto);
+    const { crypto, underWay } = countedCrypto(webcrypto);
     this.crypto = crypto;
     this.time = new VirtualTime(underWay);
     this.phone = new Phone(this.environment());

@@ -66,7 +66,9 @@ function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Elem
 
 function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }): JSX.Element | null {
   if (computer.prompts === undefined) {
-    return isReachable(computer) ? <p class="aside centred">Waiting for the first word of {computer.name}…</p> : null;
+    return isReachable(computer) ? (
+      <p class="aside centred">Waiting for the first word of {computer.name}…</p>
+    ) : null;
   }
   if (!isUpToDate(computer)) return <p class="aside centred">Nothing waited when it was last heard of.</p>;
   if (!isAlone) return <p class="aside centred">Nothing waits.</p>;

@@ -21,9 +21,7 @@ function Row({ outcome, now }: { outcome: Outcome; now: Instant }): JSX.Element 
         <Symbol name={symbolOf(outcome)} />
       </span>
       <span class="list-words">
-        <bdi class="list-title">
-          {titleOf(outcome.windowTitle)}
-        </bdi>
+        <bdi class="list-title">{titleOf(outcome.windowTitle)}</bdi>
         <span class="list-detail">{words.text}</span>
         <bdi class="list-detail">{visibleText(outcome.appName)}</bdi>
       </span>

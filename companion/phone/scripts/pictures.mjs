@@ -17,7 +17,8 @@ const kPictures = {
 
 const [folderGiven, ...scenesGiven] = process.argv.slice(2);
 const folder = folderGiven ?? fileURLToPath(new URL("../../../docs/pictures", import.meta.url));
-const wanted = scenesGiven.length > 0 ? Object.fromEntries(scenesGiven.map((scene) => [scene, scene])) : kPictures;
+const wanted =
+  scenesGiven.length > 0 ? Object.fromEntries(scenesGiven.map((scene) => [scene, scene])) : kPictures;
 mkdirSync(folder, { recursive: true });
 
 const root = fileURLToPath(new URL("..", import.meta.url));
@@ -45,11 +46,15 @@ for (const colorScheme of ["light", "dark"]) {
     await page.goto(`http://127.0.0.1:${address.port}/gallery/?scene=${sceneName}${query}`);
     await page.reload();
     await page.addStyleTag({ content: `html { font-family: Inter, system-ui, sans-serif !important }` });
-    if (process.env["TEXT"]) await page.addStyleTag({ content: `html { font-size: ${process.env["TEXT"]} }` });
+    if (process.env["TEXT"])
+      await page.addStyleTag({ content: `html { font-size: ${process.env["TEXT"]} }` });
     await page.locator("main").waitFor();
     await page.evaluate(() => document.fonts.ready);
     const fullPage = process.env["FULL"] !== undefined;
-    await page.screenshot({ path: `${folder}/phone-${name.replace(/[^\w-]/g, "-")}-${colorScheme}.png`, fullPage });
+    await page.screenshot({
+      path: `${folder}/phone-${name.replace(/[^\w-]/g, "-")}-${colorScheme}.png`,
+      fullPage,
+    });
   }
 }
 await browser.close();

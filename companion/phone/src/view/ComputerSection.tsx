@@ -77,8 +77,8 @@ function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }):
       <span class="empty-symbol">
         <Symbol name="check" />
       </span>
-      <p class="empty-title">Nothing waits.</p>
-      <p>The prompts of {computer.name} appear here by themselves.</p>
+      <p class="empty-title">All is quiet</p>
+      <p>Prompts of {computer.name} appear here by themselves.</p>
     </div>
   );
 }

@@ -62,14 +62,14 @@ export interface Standing {
 /** One line on a computer: whether what the page shows of it is true now. */
 export function standing(computer: Computer, now: Instant): Standing {
   const { relay, heardAt } = computer;
-  const lastHeard = heardAt === undefined ? "never heard of" : `last heard of ${ago(heardAt, now)}`;
+  const lastHeard = heardAt === undefined ? "never heard" : `heard ${ago(heardAt, now)}`;
   switch (relay.kind) {
     case "connecting":
-      return { tone: "quiet", text: heardAt === undefined ? "Connecting…" : `Connecting… ${lastHeard}` };
+      return { tone: "quiet", text: heardAt === undefined ? "Connecting…" : `Connecting, ${lastHeard}` };
     case "waiting":
-      return { tone: "warn", text: `Relay not reachable, ${lastHeard}` };
+      return { tone: "warn", text: `No relay, ${lastHeard}` };
     case "offline":
-      return { tone: "warn", text: `This phone is offline, ${lastHeard}` };
+      return { tone: "warn", text: `Offline, ${lastHeard}` };
     case "takenOver":
       return { tone: "warn", text: "Open in another tab" };
     case "revoked":

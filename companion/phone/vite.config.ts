@@ -1,5 +1,5 @@
 import { createHash } from "node:crypto";
-import { readdirSync } from "node:fs";
+import { readFileSync, readdirSync } from "node:fs";
 import { fileURLToPath } from "node:url";
 import { defineConfig } from "vite";
 import type { Plugin } from "vite";
@@ -23,6 +23,7 @@ function pageFiles(): Plugin {
         digest.update(name);
         if (file) digest.update(file.type === "chunk" ? file.code : file.source);
       }
+      for (const name of readdirSync(folder("public"))) digest.update(readFileSync(folder(`public/${name}`)));
       const files = ["/", ...names.map((name) => `/${name}`)];
       const version = digest.digest("hex").slice(0, 16);
       const head = `const kPageFiles=${JSON.stringify(files)},kPageVersion=${JSON.stringify(version)};\n`;

@@ -36,7 +36,9 @@ async function keepFiles(): Promise<void> {
 async function dropOlder(): Promise<void> {
   const names = await scope.caches.keys();
   await Promise.all(
-    names.filter((name) => name.startsWith(kPrefix) && name !== kCache).map((name) => scope.caches.delete(name)),
+    names
+      .filter((name) => name.startsWith(kPrefix) && name !== kCache)
+      .map((name) => scope.caches.delete(name)),
   );
   await scope.clients.claim();
 }

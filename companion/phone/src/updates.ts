@@ -37,5 +37,7 @@ function follow(registration: ServiceWorkerRegistration): void {
 /** Without service workers (a plain connection, a private window) the page works all the same. */
 export function keepPage(): void {
   if (!("serviceWorker" in navigator)) return;
-  navigator.serviceWorker.register("/sw.js", { type: "classic", updateViaCache: "none" }).then(follow, () => undefined);
+  navigator.serviceWorker
+    .register("/sw.js", { type: "classic", updateViaCache: "none" })
+    .then(follow, () => undefined);
 }

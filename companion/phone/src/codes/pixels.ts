@@ -53,7 +53,10 @@ export function shrink(pixels: Pixels, factor: number): Pixels {
         for (let column = left; column < right; ++column) {
           const at = (row * pixels.width + column) * 4;
           // As bright as an eye takes it: codes are read in grey.
-          sum += 0.299 * (pixels.data[at] ?? 0) + 0.587 * (pixels.data[at + 1] ?? 0) + 0.114 * (pixels.data[at + 2] ?? 0);
+          sum +=
+            0.299 * (pixels.data[at] ?? 0) +
+            0.587 * (pixels.data[at + 1] ?? 0) +
+            0.114 * (pixels.data[at + 2] ?? 0);
         }
       }
       const grey = sum / ((bottom - top) * (right - left));

@@ -30,7 +30,15 @@ function Alone({ children }: { children: ComponentChildren }): JSX.Element {
   );
 }
 
-function Ready({ state, actions, route }: { state: PhoneState; actions: PhoneActions; route: Route }): JSX.Element {
+function Ready({
+  state,
+  actions,
+  route,
+}: {
+  state: PhoneState;
+  actions: PhoneActions;
+  route: Route;
+}): JSX.Element {
   if (state.computers.length === 0 || route.page === "pair") {
     return <PairPage key="pair" state={state} actions={actions} />;
   }
@@ -67,7 +75,9 @@ export function App({ state, actions, update }: AppProps): JSX.Element {
       <Alone>
         <h1>Quillard cannot run here</h1>
         <p role="alert">{current.problem ?? "This browser cannot keep keys."}</p>
-        <p class="aside">A private window, or a browser that keeps no data of pages, cannot hold a pairing.</p>
+        <p class="aside">
+          A private window, or a browser that keeps no data of pages, cannot hold a pairing.
+        </p>
       </Alone>
     );
   }

@@ -54,7 +54,17 @@ function Fact({ name, children }: { name: string; children: string }): JSX.Eleme
   );
 }
 
-function Way({ symbol, title, detail, to }: { symbol: SymbolName; title: string; detail: string; to: Route }) {
+function Way({
+  symbol,
+  title,
+  detail,
+  to,
+}: {
+  symbol: SymbolName;
+  title: string;
+  detail: string;
+  to: Route;
+}) {
   return (
     <li>
       <a class="list-row" href={routeHash(to)}>
@@ -92,8 +102,8 @@ function Forget({ computer, actions }: { computer: Computer; actions: PhoneActio
     <div class="card ask" role="group" aria-label={`Forget ${computer.name}?`}>
       <p class="notice-title">Forget {computer.name}?</p>
       <p>
-        Its keys, list and history are removed from this phone. The computer itself goes on trusting its other phones; to
-        shut out all of them, unpair in its window.
+        Its keys, list and history are removed from this phone. The computer itself goes on trusting its other
+        phones; to shut out all of them, unpair in its window.
       </p>
       {problem !== undefined && <p role="alert">{problem}</p>}
       <div class="row">
@@ -142,7 +152,12 @@ export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX
         <Way
           symbol="muted"
           title="Not shown any more"
-          detail={counted(computer.suppressions.length, "Everything is shown", "kind of prompt", "kinds of prompts")}
+          detail={counted(
+            computer.suppressions.length,
+            "Everything is shown",
+            "kind of prompt",
+            "kinds of prompts",
+          )}
           to={{ page: "muted", pairingID }}
         />
       </ul>
@@ -153,7 +168,11 @@ export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX
 
 export function HistoryPage({ computer, now }: { computer: Computer; now: Instant }): JSX.Element {
   return (
-    <PageFrame title="History" back={{ page: "computer", pairingID: computer.pairingID }} backTitle={computer.name}>
+    <PageFrame
+      title="History"
+      back={{ page: "computer", pairingID: computer.pairingID }}
+      backTitle={computer.name}
+    >
       {computer.outcomes.length === 0 ? (
         <p class="aside centred">What becomes of the prompts of {computer.name} is listed here.</p>
       ) : (

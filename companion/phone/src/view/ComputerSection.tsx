@@ -66,7 +66,9 @@ function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Elem
 
 function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }): JSX.Element | null {
   if (computer.prompts === undefined) {
-    return isReachable(computer) ? <p class="aside centred">Waiting for the first word of {computer.name}…</p> : null;
+    return isReachable(computer) ? (
+      <p class="aside centred">Waiting for the first word of {computer.name}…</p>
+    ) : null;
   }
   if (!isUpToDate(computer)) return <p class="aside centred">Nothing waited when it was last heard of.</p>;
   if (!isAlone) return <p class="aside centred">Nothing waits.</p>;
@@ -75,8 +77,8 @@ function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }):
       <span class="empty-symbol">
         <Symbol name="check" />
       </span>
-      <p class="empty-title">Nothing waits.</p>
-      <p>The prompts of {computer.name} appear here by themselves.</p>
+      <p class="empty-title">All is quiet</p>
+      <p>Prompts of {computer.name} appear here by themselves.</p>
     </div>
   );
 }

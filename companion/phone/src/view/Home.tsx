@@ -26,9 +26,6 @@ export function Home({ state, actions, now }: HomeProps): JSX.Element {
           <p class="product">Quillard</p>
           <h1>{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
         </div>
-        <a class="round" href={routeHash({ page: "phone" })} aria-label="This phone">
-          <Symbol name="phone" />
-        </a>
         <a class="round" href={routeHash({ page: "pair" })} aria-label="Pair another computer">
           <Symbol name="plus" />
         </a>
@@ -43,6 +40,10 @@ export function Home({ state, actions, now }: HomeProps): JSX.Element {
             isAlone={computers.length === 1}
           />
         ))}
+        <a class="foot-link" href={routeHash({ page: "phone" })}>
+          <Symbol name="phone" />
+          This phone
+        </a>
       </main>
     </>
   );

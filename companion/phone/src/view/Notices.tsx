@@ -13,7 +13,15 @@ function symbolOf(notice: Notice, computer: Computer): SymbolName {
   return "warning";
 }
 
-function Act({ notice, computer, actions }: { notice: Notice; computer: Computer; actions: PhoneActions }) {
+function Act({
+  notice,
+  computer,
+  actions,
+}: {
+  notice: Notice;
+  computer: Computer;
+  actions: PhoneActions;
+}): JSX.Element | null {
   switch (notice.action) {
     case "tryNow":
       return (
@@ -42,7 +50,7 @@ function Act({ notice, computer, actions }: { notice: Notice; computer: Computer
           </button>
         </div>
       );
-    case undefined:
+    default:
       return null;
   }
 }

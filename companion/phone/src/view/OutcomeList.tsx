@@ -21,11 +21,10 @@ function Row({ outcome, now }: { outcome: Outcome; now: Instant }): JSX.Element 
         <Symbol name={symbolOf(outcome)} />
       </span>
       <span class="list-words">
-        <bdi class="list-title">
-          {titleOf(outcome.windowTitle)}
-        </bdi>
-        <span class="list-detail">{words.text}</span>
-        <bdi class="list-detail">{visibleText(outcome.appName)}</bdi>
+        <bdi class="list-title">{titleOf(outcome.windowTitle)}</bdi>
+        <span class="list-detail">
+          <bdi>{visibleText(outcome.appName)}</bdi>: {words.text}
+        </span>
       </span>
       <time class="list-age" dateTime={new Date(outcome.at).toISOString()}>
         <span aria-hidden="true">{shortAge(outcome.at, now)}</span>

@@ -13,8 +13,9 @@ export function PhonePage({ state, actions }: { state: PhoneState; actions: Phon
         onSave={(name) => actions.renameDevice(name)}
       />
       <p class="aside">
-        What waits and what you decide travels sealed: only your computers and your phones hold the keys. Here they are
-        kept in a form that this page can use, but not read out. The relay sees who is connected, and when.
+        What waits and what you decide travels sealed: only your computers and your phones hold the keys. Here
+        they are kept in a form that this page can use, but not read out. The relay sees who is connected, and
+        when.
       </p>
     </PageFrame>
   );

@@ -7,7 +7,17 @@ import { HoldButton } from "./parts/HoldButton";
 import { Symbol } from "./parts/Symbol";
 import { TapButton } from "./parts/TapButton";
 import type { Slot } from "./steadyList";
-import { decisionWords, isReachable, longAge, mayDecide, quoted, shortAge, titleOf } from "./words";
+import {
+  decisionWords,
+  isReachable,
+  longAge,
+  mayDecide,
+  outcomeWords,
+  quoted,
+  shortAge,
+  titleOf,
+} from "./words";
+import type { Tone } from "./words";
 
 // A prompt may bring hundreds of lines. What does not fit at a glance is unfolded by the person.
 const kLinesShown = 10;
@@ -132,12 +142,18 @@ interface ButtonsProps {
 }
 
 function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.Element | null {
-  const offered = prompt.buttons.filter((button) => button.kind === "dismiss" || !prompt.requiresDirectAccess);
+  const offered = prompt.buttons.filter(
+    (button) => button.kind === "dismiss" || !prompt.requiresDirectAccess,
+  );
   if (offered.length === 0) return null;
   const subject = subjectOf(prompt);
   const longest = Math.max(...offered.map((button) => button.label.length));
   return (
-    <div class={`presses ${longest > 16 || offered.length > 4 ? "is-stacked" : ""}`} role="group" aria-label="Buttons">
+    <div
+      class={`presses ${longest > 16 || offered.length > 4 ? "is-stacked" : ""}`}
+      role="group"
+      aria-label="Buttons"
+    >
       {offered.map((button, index) => {
         const decide = () => onDecide(button.label);
         const key = `${index} ${button.kind} ${button.label}`;
@@ -166,26 +182,29 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
   );
 }
 
+interface StatusLine {
+  readonly tone: Tone;
+  readonly text: string;
+  readonly isBusy?: boolean;
+}
+
+function statusLine(slot: Slot, computer: Computer, hint: string | undefined): StatusLine | undefined {
+  const { prompt, goneAt } = slot;
+  if (goneAt === undefined) {
+    if (hint !== undefined) return { tone: "quiet", text: hint };
+    return prompt.decision && decisionWords(prompt.decision, computer.name);
+  }
+  const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
+  return outcome ? outcomeWords(outcome) : { tone: "quiet", text: "It is gone." };
+}
+
 /** What became of it, or what to do: read out when it changes. */
-function Status({ prompt, computer, slot, hint }: { prompt: Prompt; computer: Computer; slot: Slot; hint?: string }) {
-  const words = prompt.decision && decisionWords(prompt.decision, computer.name);
-  const isGone = slot.goneAt !== undefined;
-  const isMuted = isGone && computer.suppressions.some((one) => one.suppressionID === prompt.suppressionID);
-  const line =
-    hint !== undefined
-      ? { tone: "quiet", text: hint, isBusy: false }
-      : isMuted
-        ? { tone: "quiet", text: "Prompts like this one are not shown any more.", isBusy: false }
-        : words && !(isGone && words.tone === "warn")
-          ? words
-          : isGone
-            ? { tone: "quiet", text: "It is gone: answered elsewhere, or closed by itself.", isBusy: false }
-            : words;
+function Status({ line }: { line: StatusLine | undefined }): JSX.Element {
   return (
     <p class={`prompt-status ${line ? `is-${line.tone}` : "is-empty"}`} role="status">
       {line?.isBusy && <span class="spinner" aria-hidden="true" />}
-      {line && !line.isBusy && line.tone === "good" && <Symbol name="check" />}
-      {line && line.tone === "warn" && <Symbol name="warning" />}
+      {line?.tone === "good" && <Symbol name="check" />}
+      {line?.tone === "warn" && <Symbol name="warning" />}
       {line && <span>{line.text}</span>}
     </p>
   );
@@ -239,7 +258,7 @@ export function PromptCard({ slot, computer, actions, now }: PromptCardProps): J
           onHint={setHint}
         />
       )}
-      <Status prompt={prompt} computer={computer} slot={slot} {...(hint === undefined ? {} : { hint })} />
+      <Status line={statusLine(slot, computer, hint)} />
       {!isGone && (
         <footer class="prompt-foot">
           <Details prompt={prompt} />

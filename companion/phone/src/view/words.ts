@@ -62,14 +62,14 @@ export interface Standing {
 /** One line on a computer: whether what the page shows of it is true now. */
 export function standing(computer: Computer, now: Instant): Standing {
   const { relay, heardAt } = computer;
-  const lastHeard = heardAt === undefined ? "never heard of" : `last heard of ${ago(heardAt, now)}`;
+  const lastHeard = heardAt === undefined ? "never heard" : `heard ${ago(heardAt, now)}`;
   switch (relay.kind) {
     case "connecting":
-      return { tone: "quiet", text: heardAt === undefined ? "Connecting…" : `Connecting… ${lastHeard}` };
+      return { tone: "quiet", text: heardAt === undefined ? "Connecting…" : `Connecting, ${lastHeard}` };
     case "waiting":
-      return { tone: "warn", text: `Relay not reachable, ${lastHeard}` };
+      return { tone: "warn", text: `No relay, ${lastHeard}` };
     case "offline":
-      return { tone: "warn", text: `This phone is offline, ${lastHeard}` };
+      return { tone: "warn", text: `Offline, ${lastHeard}` };
     case "takenOver":
       return { tone: "warn", text: "Open in another tab" };
     case "revoked":
@@ -81,7 +81,10 @@ export function standing(computer: Computer, now: Instant): Standing {
   }
   if (computer.isComputerConnected === undefined) return { tone: "quiet", text: "Connecting…" };
   if (!computer.isComputerConnected) return { tone: "warn", text: `Not connected, ${lastHeard}` };
-  return { tone: "good", text: heardAt === undefined ? "Connected" : `Connected, heard ${ago(heardAt, now)}` };
+  return {
+    tone: "good",
+    text: heardAt === undefined ? "Connected" : `Connected, heard ${ago(heardAt, now)}`,
+  };
 }
 
 /** Whether a decision made now would reach the computer. */
@@ -238,7 +241,7 @@ export function decisionWords(decision: Decision, computerName: string): Decisio
 /** Whether a prompt may be decided (again), as far as its last decision goes. */
 export function mayDecide(prompt: Prompt): boolean {
   const status = prompt.decision?.status;
-  return status === undefined || status === "failed" || status === "undelivered" || status === "unanswered";
+  return status !== "sending" && status !== "delivered" && status !== "accepted";
 }
 
 /** One line of the history. */
@@ -249,7 +252,10 @@ export function outcomeWords(outcome: Outcome): Standing {
     case "goneByItself":
       return { tone: "quiet", text: "Answered at the computer, or closed by itself" };
     case "suppressed":
-      return { tone: "quiet", text: `Not shown any more${outcome.otherPhone === undefined ? "" : `: chosen${who}`}` };
+      return {
+        tone: "quiet",
+        text: `Not shown any more${outcome.otherPhone === undefined ? "" : `: chosen${who}`}`,
+      };
     case "accepted":
       return { tone: "good", text: `${label} pressed${who === "" ? " from here" : `: chosen${who}`}` };
     case "failed":

@@ -26,7 +26,8 @@ function troubleWith(error: unknown): string {
   if (name === "NotFoundError" || name === "OverconstrainedError") {
     return "There is no camera here. Use a picture of the code, or its text.";
   }
-  if (name === "NotReadableError") return "The camera is in use by another program. Close that, and try again.";
+  if (name === "NotReadableError")
+    return "The camera is in use by another program. Close that, and try again.";
   return "The camera cannot be used here. Use a picture of the code, or its text.";
 }
 

@@ -65,8 +65,8 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
       </span>
       <p class="notice-title">Pair with this computer?</p>
       <p>
-        This phone will see its prompts, and can press their buttons. Pair only with a computer whose code you just saw
-        yourself. Relay: <bdi>{hostOf(offer.backendURL)}</bdi>
+        This phone will see its prompts, and can press their buttons. Pair only with a computer whose code you
+        just saw yourself. Relay: <bdi>{hostOf(offer.backendURL)}</bdi>
       </p>
       <div class="field-plain">
         <label for={nameID}>Name of the computer</label>

@@ -12,8 +12,7 @@ import { PastedText } from "./PastedText";
 import { PictureButton } from "./PictureButton";
 
 type Step =
-  | { readonly kind: "ways" | "camera" | "text" }
-  | { readonly kind: "read"; readonly reading: PairingReading };
+  { readonly kind: "ways" | "camera" | "text" } | { readonly kind: "read"; readonly reading: PairingReading };
 
 interface PairPageProps {
   readonly state: PhoneState;
@@ -72,12 +71,21 @@ function AlreadyPaired({ name, onBack }: { name: string; onBack: () => void }): 
   );
 }
 
-function Ways(props: { trouble: string | undefined; onStep: (step: Step) => void; onText: (text: string) => void; onTrouble: (text: string) => void }): JSX.Element {
+function Ways(props: {
+  trouble: string | undefined;
+  onStep: (step: Step) => void;
+  onText: (text: string) => void;
+  onTrouble: (text: string) => void;
+}): JSX.Element {
   const { trouble, onStep, onText, onTrouble } = props;
   return (
     <div class="ways">
       <Trouble text={trouble} />
-      <button type="button" class="button is-primary is-wide is-tall" onClick={() => onStep({ kind: "camera" })}>
+      <button
+        type="button"
+        class="button is-primary is-wide is-tall"
+        onClick={() => onStep({ kind: "camera" })}
+      >
         <Symbol name="camera" />
         Scan the code
       </button>
@@ -138,11 +146,17 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
           />
         );
       case "text":
-        return <PastedText trouble={trouble} onText={(text) => {
-          const reading = actions.readPairing(text);
-          if (reading.kind === "invalid") setTrouble(reading.problem);
-          else go({ kind: "read", reading });
-        }} onCancel={back} />;
+        return (
+          <PastedText
+            trouble={trouble}
+            onText={(text) => {
+              const reading = actions.readPairing(text);
+              if (reading.kind === "invalid") setTrouble(reading.problem);
+              else go({ kind: "read", reading });
+            }}
+            onCancel={back}
+          />
+        );
       case "read":
         break;
       case "ways":
@@ -175,8 +189,8 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
           <Mark />
           <h1>Answer your computer from here</h1>
           <p class="lead">
-            When a program on your computer asks for permission while you are away, Quillard shows it on this phone, and
-            presses the button that you choose.
+            When a program on your computer asks for permission while you are away, Quillard shows it on this
+            phone, and presses the button that you choose.
           </p>
           <Introduction />
           {inner}

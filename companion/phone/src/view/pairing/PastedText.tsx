@@ -35,8 +35,8 @@ export function PastedText({ trouble, onText, onCancel }: PastedTextProps): JSX.
         />
       </div>
       <p class="aside">
-        On the computer, <code>quillard pair --text</code> prints it. It holds secrets: bring it here by a way that nobody
-        else reads.
+        On the computer, <code>quillard pair --text</code> prints it. It holds secrets: bring it here by a way
+        that nobody else reads.
       </p>
       {trouble !== undefined && (
         <p class="trouble" role="alert">

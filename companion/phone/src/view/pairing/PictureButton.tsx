@@ -17,7 +17,8 @@ export function PictureButton({ onText, onTrouble }: PictureButtonProps): JSX.El
     setBusy(true);
     try {
       const text = await readPicture(file);
-      if (text === undefined) onTrouble("No code was found in this picture. Take it closer, straight, and sharp.");
+      if (text === undefined)
+        onTrouble("No code was found in this picture. Take it closer, straight, and sharp.");
       else onText(text);
     } catch (error) {
       onTrouble(error instanceof Error ? error.message : "This picture cannot be read.");

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the commands at the top: installing what is missing, and building. Works in the project's folder.
 
 # What the build and the tests need, as Debian and Ubuntu call it.
@@ -12,6 +13,11 @@ debian_packages=(
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 
+# Of these, what only tests need. Whoever wants to run the program sets only_to_run, and does not wait for it.
+debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev python3-cryptography-vectors gnome-keyring dunst
+  zenity gcr x11-utils desktop-file-utils man-db shellcheck tint2 chromium "
+only_to_run=""
+
 # The same as Homebrew calls it.
 homebrew_packages=(
   cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc qt qr-code-generator zbar node googletest rapidcheck
@@ -21,6 +27,7 @@ homebrew_packages=(
 missing_debian_packages() {
   local package
   for package in "${debian_packages[@]}"; do
+    [[ -z $only_to_run || $debian_packages_of_tests != *[[:space:]]"$package"[[:space:]]* ]] || continue
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' || echo "$package"
   done
 }

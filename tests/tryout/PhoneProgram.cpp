@@ -38,7 +38,7 @@ std::unique_ptr<Service> startPhone(const std::string& program, const std::strin
   if (!isWritten) throw std::runtime_error("The pairing cannot be handed to the phone.");
   std::vector<std::string> command{"node", program, "--pairing", "/proc/self/fd/3"};
   if (answer) {
-    command.insert(command.end(), {"--answer", *answer, "--once", "--timeout", kSecondsForAnAnswer});
+    command.insert(command.end(), {"--answer=" + *answer, "--once", "--timeout", kSecondsForAnAnswer});
   }
   auto phone = std::make_unique<Service>(Service::Start{
       .command = command, .environment = presentVariables(), .isInForeground = true, .handedOn = memory});

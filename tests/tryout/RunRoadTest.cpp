@@ -17,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "desktop/PrivateDesktop.h"
 #include "desktop/Waiting.h"
 #include "support/TemporaryFolder.h"
 #include "tryout/Service.h"
@@ -54,6 +55,16 @@ std::vector<std::string> entries(const std::string& folder) {
   return found;
 }
 
+// Programs whose environment holds `entry`.
+std::vector<std::string> programsWith(const std::string& entry) {
+  std::vector<std::string> found;
+  for (const auto& process : fs::directory_iterator("/proc")) {
+    const std::string path = process.path();
+    if (contents(path + "/environ").find(entry) != std::string::npos) found.push_back(contents(path + "/cmdline"));
+  }
+  return found;
+}
+
 class RunRoad : public testing::Test {
  protected:
   RunRoad() {
@@ -86,7 +97,9 @@ class RunRoad : public testing::Test {
     EXPECT_EQ(entries(place.path() + "/home"), std::vector<std::string>());
   }
 
+  const std::string mark = "QUILLARD_RUN_NAME=test-" + std::to_string(::getpid());
   const test::TemporaryFolder place;
+  std::optional<test::PrivateDesktop> desktop;  // Stands for the user's own.
 };
 
 TEST_F(RunRoad, APhoneInTheTerminalAnswersAndEverythingEnds) {
@@ -174,6 +187,28 @@ TEST_F(RunRoad, TakesAnotherPortWhenTheUsualOneIsTaken) {
   EXPECT_EQ(said("run").find("http://127.0.0.1:8080 "), std::string::npos) << said("run");
   ::close(taken);
   expectNothingLeft();
+}
+
+TEST_F(RunRoad, OnADesktopItIsInstalledForItsUserAndSampledWhenAsked) {
+  desktop.emplace();
+  const std::string home = desktop->folder("home");
+  {
+    Service running(start("first", {}));
+    ASSERT_TRUE(waitUntilSaid("first", "Ctrl-C ends Quillard")) << said("first");
+    EXPECT_TRUE(fs::exists(home + "/.local/lib/Quillard.app/quillard"));
+    Service sample(start("sample", {"--sample"}));
+    EXPECT_EQ(runToItsEnd("phone", {"--phone", "--answer", "Allow"}), 0) << said("phone") << said("first");
+    EXPECT_EQ(sample.waitForEnd(kPatience), 0);
+    EXPECT_EQ(said("sample"), "The sample prompt was answered: Allow.\n");
+    running.end(10s);
+    EXPECT_EQ(running.exitCode(), 128 + SIGTERM) << said("first");
+  }
+  EXPECT_EQ(programsWith(mark), std::vector<std::string>());
+  // The pairing outlives it, so that a paired browser stays paired.
+  EXPECT_TRUE(fs::exists(desktop->folder("data") + "/quillard-relay/relay.db"));
+  EXPECT_EQ(runToItsEnd("again", {"--sample", "--phone", "--answer", "Don't Allow"}), 0) << said("again");
+  EXPECT_NE(said("again").find("The sample prompt was answered: Don't Allow.\n"), std::string::npos) << said("again");
+  EXPECT_EQ(programsWith(mark), std::vector<std::string>());
 }
 
 TEST_F(RunRoad, RefusesWhatItDoesNotKnow) {

@@ -126,15 +126,23 @@ void Tryout::startAgent() {
     const auto examined = tryout::run({road.agent, "doctor"}, road.environment, 20s, [this] { return isEndWished(); });
     if (examined.code != 0) say("Something is missing:\n\n" + examined.output);
   }
-  const bool isQuiet = road.isPrivate || wishes.withPhone;
+  agentLog = placeOfAgentsLog();
   agent = std::make_unique<Service>(
-      Service::Start{.command = {road.agent},
-                     .environment = road.environment,
-                     .logFile = isQuiet ? (relay ? folder + "/agent.log" : "/dev/null") : ""});
+      Service::Start{.command = {road.agent}, .environment = road.environment, .logFile = agentLog});
   rendezvous = std::make_unique<Rendezvous>(road);
   if (!road.isPrivate && !wishes.withSample) return;
   samples = std::make_unique<SamplePrompts>(programs.sample, road.environment, "/dev/null");
   samples->showNext();
+}
+
+// On their own desktop, people read its lines, unless a phone has the terminal.
+std::string Tryout::placeOfAgentsLog() const {
+  if (!road.isPrivate && !wishes.withPhone) return {};
+  if (!road.isPrivate && !relay) return "/dev/null";
+  fs::create_directories(folder);
+  const std::string log = folder + "/agent.log";
+  fs::remove(log);
+  return log;
 }
 
 void Tryout::startPhone() {
@@ -196,9 +204,12 @@ std::optional<int> Tryout::reasonToEnd() {
     if (const auto code = phone->exitCode()) return resultOfPhone(*code);
   }
   if (const auto code = agent->exitCode()) {
-    say("Quillard has ended (" + std::to_string(*code) + ").\n");
-    if (relay) say(lastLines(folder + "/agent.log"));
-    return *code == 0 ? 0 : 1;
+    if (*code == 0) {
+      say("Quillard was told to quit.\n");
+      return 0;
+    }
+    complain("Quillard has ended (" + std::to_string(*code) + ").\n" + lastLines(agentLog));
+    return 1;
   }
   if (relay && relay->service().exitCode()) {
     complain("The relay has ended.\n" + lastLines(relay->logFile()));

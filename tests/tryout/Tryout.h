@@ -50,8 +50,8 @@ class Tryout {
   void makeDesktop();
   void startRelay();
   void startAgent();
+  [[nodiscard]] std::string placeOfAgentsLog() const;
   void startPhone();
-  [[nodiscard]] std::string pairingText();
   void tellHowItStands();
   int stayUp();
   void waitForNews(std::chrono::milliseconds patience) const;
@@ -64,7 +64,8 @@ class Tryout {
   const Programs programs;
   const Wishes wishes;
   EndSignals& signals;
-  std::string folder;  // For databases and logs.
+  std::string folder;    // For databases and logs.
+  std::string agentLog;  // Empty: its lines go to our own streams.
   Road road;
   std::optional<std::string> pairing;   // What the code holds, when that was asked for.
   std::optional<std::string> answered;  // The label of the newest answer to a sample prompt.

@@ -81,7 +81,7 @@ test("shows nothing while the computer pauses, and everything when it goes on", 
 
 test("mutes a kind of prompt until it is wanted again", async ({ desktop, phone }) => {
   const noise = {
-    toolkit: "gtk4",
+    toolkit: "gtk3",
     title: "Noise",
     buttons: ["No", "Yes"],
     more: ["--at", "100,100"],

@@ -149,6 +149,14 @@ describe("A prompt may be decided again", () => {
   it("not while a decision is open, though the prompt went and came back", () => {
     book.promptGone("P");
     expect(book.mayDecide("P", start)).toBe(false);
+    expect(book.on("P", start)?.decisionID).toBe("D");
+  });
+
+  it("at once when it went before the computer said that it was accepted, and came back", () => {
+    book.promptGone("P");
+    book.result("D", pressed, start);
+    expect(book.on("P", start)).toBeUndefined();
+    expect(book.mayDecide("P", start)).toBe(true);
   });
 });
 

@@ -74,7 +74,7 @@ export class DecisionBook {
   /** The newest decision on a prompt. Absent: none, or one whose success is long past. */
   on(approvalID: string, now: Instant): DecisionRecord | undefined {
     const newest = this.all().findLast(
-      (record) => record.approvalID === approvalID && !this.past.has(record.decisionID),
+      (record) => record.approvalID === approvalID && (isOpen(record) || !this.past.has(record.decisionID)),
     );
     const isPast =
       newest?.status === "accepted" && now - (newest.settledAt ?? newest.decidedAt) >= acceptedShownFor;
@@ -97,10 +97,13 @@ export class DecisionBook {
     }
   }
 
-  /** What was settled about it concerns it no more, should it come again. */
+  /**
+   * What was decided about it concerns it no more, should it come again; of an open decision that holds once it is
+   * settled, since the computer tells of the list without the prompt before it tells what became of the decision.
+   */
   promptGone(approvalID: string): void {
     for (const record of this.all()) {
-      if (record.approvalID === approvalID && !isOpen(record)) this.past.add(record.decisionID);
+      if (record.approvalID === approvalID) this.past.add(record.decisionID);
     }
   }
 

@@ -11,14 +11,19 @@ export class Browser {
   private context: BrowserContext | undefined;
   private opened: PhonePage | undefined;
   private readonly said: string[] = [];
+  /** What the page has done wrong: exceptions, what its policy forbids, requests to anybody but its own relay. */
+  readonly mistakes: string[] = [];
+  readonly profile: string;
 
   constructor(
     private readonly relay: Relay,
-    private readonly name = "phone",
-  ) {}
+    name = "phone",
+  ) {
+    this.profile = join(places.temporary, `browser-${name}`);
+  }
 
   async start(): Promise<void> {
-    this.context = await chromium.launchPersistentContext(join(places.temporary, `browser-${this.name}`), {
+    this.context = await chromium.launchPersistentContext(this.profile, {
       executablePath: places.chromium,
       headless: true,
       args: [
@@ -37,8 +42,9 @@ export class Browser {
       locale: "en-GB",
     });
     const page = this.context.pages()[0] ?? (await this.context.newPage());
-    page.on("console", (message) => this.said.push(`${message.type()}: ${message.text()}`));
-    page.on("pageerror", (error) => this.said.push(`error: ${String(error)}`));
+    page.on("console", (message) => this.heard(message.text()));
+    page.on("pageerror", (error) => this.mistakes.push(String(error)));
+    this.context.on("request", (request) => this.seen(request.url()));
     this.opened = new PhonePage(page, this.context, this.relay);
   }
 
@@ -51,8 +57,18 @@ export class Browser {
     return this.opened;
   }
 
-  /** What the page has written to its console, mistakes among it. */
+  /** What the page and the browser have written to its console. */
   get output(): string {
     return this.said.join("\n");
+  }
+
+  private heard(text: string): void {
+    this.said.push(text);
+    if (/content.security.policy/i.test(text)) this.mistakes.push(text);
+  }
+
+  private seen(url: string): void {
+    const isOurs = url.startsWith(`${this.relay.address}/`) || /^(blob|data):/.test(url);
+    if (!isOurs) this.mistakes.push(`A request to ${url}`);
   }
 }

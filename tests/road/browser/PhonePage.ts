@@ -23,7 +23,7 @@ export class PromptCard {
 
   /** A single tap, which is enough for what grants nothing. */
   async tap(label: string): Promise<void> {
-    await this.untilTaken(label, () => this.button(label).tap());
+    await this.untilTaken(label, () => this.button(label).tap({ timeout: kTaken }));
   }
 
   /** A finger that stays on the button until the page has taken the press. */
@@ -41,7 +41,8 @@ export class PromptCard {
   private async untilTaken(label: string, press: () => Promise<void>): Promise<void> {
     await expect(this.button(label)).toBeEnabled();
     await expect(async () => {
-      await press();
+      // Once a press is taken there is no button any more.
+      if (await this.button(label).isVisible()) await press();
       await this.expectTaken(label);
     }).toPass();
   }

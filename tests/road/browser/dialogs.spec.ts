@@ -55,6 +55,7 @@ test("grants nothing to a tap", async ({ desktop, phone }) => {
   // The same prompt still takes another answer: had the tap sent one, it would not.
   await prompt.tap("Don't Allow");
   expect(await dialog.exitStatus).toBe(pressed(0));
+  await phone.expectOutcome("A slip of the finger", "“Don't Allow” pressed from here");
 });
 
 test("offers nothing but the refusal of a prompt for a password", async ({ desktop, phone }) => {

@@ -11,6 +11,7 @@ test("goes on where it was when the relay was killed and comes back", async ({ d
   await relay.start();
   await (await phone.prompt("Meanwhile")).hold("Yes");
   expect(await meanwhile.exitStatus).toBe(pressed(1));
+  await phone.expectOutcome("Meanwhile", "“Yes” pressed from here");
   await (await phone.prompt("Before")).tap("No");
   expect(await before.exitStatus).toBe(pressed(0));
   await phone.expectOutcome("Before", "“No” pressed from here");
@@ -29,6 +30,7 @@ test("presses once what was decided when the relay was killed", async ({ agent, 
   expect(dialog.isRunning).toBe(true);
   await (await phone.prompt("Again")).tap("No");
   expect(await dialog.exitStatus).toBe(pressed(0));
+  await phone.expectOutcome("Again", "“No” pressed from here");
 });
 
 test("is paired still after the page was loaded again", async ({ desktop, phone }) => {
@@ -68,4 +70,5 @@ test("says so while the computer's agent does not run", async ({ agent, desktop,
   await agent.start();
   await (await phone.prompt("Unwatched")).tap("No");
   expect(await dialog.exitStatus).toBe(pressed(0));
+  await phone.expectOutcome("Unwatched", "“No” pressed from here");
 });

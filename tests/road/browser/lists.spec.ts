@@ -45,6 +45,8 @@ test("presses the one of two identical prompts that was answered", async ({ desk
   expect(older.isRunning).toBe(true);
   await (await phone.prompt("Twins")).tap("No");
   expect(await older.exitStatus).toBe(pressed(0));
+  await phone.expectOutcome("Twins", "“Yes” pressed from here");
+  await phone.expectOutcome("Twins", "“No” pressed from here");
 });
 
 // Nothing tells them apart, so they count as one prompt that has to be answered twice.
@@ -62,6 +64,8 @@ test("answers two identical prompts in one place one after another", async ({ de
   await (await phone.prompt("Pile")).tap("No");
   const statuses = await Promise.all(dialogs.map((dialog) => dialog.exitStatus));
   expect(statuses.sort()).toEqual([pressed(0), pressed(1)]);
+  await phone.expectOutcome("Pile", "“Yes” pressed from here");
+  await phone.expectOutcome("Pile", "“No” pressed from here");
 });
 
 test("shows nothing while the computer pauses, and everything when it goes on", async ({
@@ -77,6 +81,7 @@ test("shows nothing while the computer pauses, and everything when it goes on", 
   await agent.resume();
   await (await phone.prompt("Patient")).hold("Yes");
   expect(await dialog.exitStatus).toBe(pressed(1));
+  await phone.expectOutcome("Patient", "“Yes” pressed from here");
 });
 
 test("mutes a kind of prompt until it is wanted again", async ({ desktop, phone }) => {
@@ -103,4 +108,5 @@ test("mutes a kind of prompt until it is wanted again", async ({ desktop, phone 
   await phone.unmute("Noise", "Desk");
   await (await phone.prompt("Noise")).hold("Yes");
   expect(await second.exitStatus).toBe(pressed(1));
+  await phone.expectOutcome("Noise", "“Yes” pressed from here");
 });

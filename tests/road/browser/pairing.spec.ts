@@ -1,7 +1,9 @@
-import { readFile } from "node:fs/promises";
+import { readdir, readFile } from "node:fs/promises";
+import { dirname, join } from "node:path";
 
 import { Browser } from "./Browser";
 import { pressed } from "./Desktop";
+import { places } from "./places";
 import { expect, test } from "./road";
 
 test("pairs by a picture of the computer's screen", async ({ agent, phone }) => {
@@ -38,17 +40,42 @@ test("shows what another phone has decided", async ({ desktop, phone, relay }) =
   }
 });
 
-// The last one of this file: what all runs so far have said.
+// The last one of this file: what everybody has said so far, and what they keep.
 test("spreads no secret", async ({ agent, relay, road }) => {
   const secrets = (await agent.tool("pair", "--text", "--force")).match(/[0-9a-f]{64}/g) ?? [];
   expect(secrets.length, "the token and the end-to-end secret").toBe(2);
-  const database = (await readFile(relay.database)).toString("latin1");
-  const said = { agent: agent.output, relay: relay.output, page: road.browser.output, database };
-  for (const [who, text] of Object.entries(said)) {
-    // Not by expect(), which would print them.
+  const kept = await filesBelow(dirname(places.home));
+  const said = [
+    { name: "the agent's output", contents: Buffer.from(agent.output) },
+    { name: "the relay's output", contents: Buffer.from(relay.output) },
+    { name: "the page's console", contents: Buffer.from(road.browser.output) },
+  ];
+  const forms = secrets.flatMap(formsOf);
+  const holding = [...kept, ...said].filter(({ contents }) => forms.some((form) => contents.includes(form)));
+  expect(holding.map(({ name }) => name)).toEqual([join(dirname(places.home), "data/quillard/secrets")]);
+  const names = kept.map(({ name }) => name);
+  for (const part of [relay.database, road.browser.profile]) {
     expect(
-      secrets.some((secret) => text.includes(secret)),
-      who,
-    ).toBe(false);
+      names.some((name) => name.startsWith(part)),
+      part,
+    ).toBe(true);
   }
 });
+
+/** As it stands in files: as text of one or two bytes a letter, and within Base64, wherever it begins there. */
+function formsOf(secret: string): Buffer[] {
+  const encoded = ["", "-", "--"].map((before) => Buffer.from(before + secret).toString("base64").slice(4, -4));
+  return [Buffer.from(secret), Buffer.from(secret, "utf16le"), ...encoded.map((text) => Buffer.from(text))];
+}
+
+async function filesBelow(folder: string): Promise<{ name: string; contents: Buffer }[]> {
+  const entries = await readdir(folder, { withFileTypes: true });
+  const below = await Promise.all(
+    entries.map(async (entry) => {
+      const name = join(folder, entry.name);
+      if (entry.isDirectory()) return filesBelow(name);
+      return entry.isFile() ? [{ name, contents: await readFile(name) }] : [];
+    }),
+  );
+  return below.flat();
+}

@@ -1,6 +1,6 @@
 import { writeFile } from "node:fs/promises";
 
-import { test as base, type TestInfo } from "@playwright/test";
+import { expect, test as base, type TestInfo } from "@playwright/test";
 
 import { Agent } from "./Agent";
 import { Browser } from "./Browser";
@@ -45,8 +45,8 @@ export class Road {
   async end(): Promise<void> {
     await this.browser.end();
     await this.desktop.closeAll();
-    await this.agent.quit();
-    await this.relay.end();
+    expect(await this.agent.quit(), "the agent quits politely").toBe(0);
+    expect(await this.relay.end(), "the relay ends politely").toBe(0);
   }
 
   /** What there is to see when a test has failed. */
@@ -92,6 +92,7 @@ export const test = base.extend<TestFixtures, WorkerFixtures>({
     try {
       await roadForAll.begin();
       await use(roadForAll);
+      expect(roadForAll.browser.mistakes).toEqual([]);
     } finally {
       if (info.status !== info.expectedStatus) await roadForAll.tell(info);
       await roadForAll.desktop.closeAll();
@@ -102,4 +103,4 @@ export const test = base.extend<TestFixtures, WorkerFixtures>({
   relay: ({ road }, use) => use(road.relay),
   phone: ({ road }, use) => use(road.phone),
 });
-export { expect } from "@playwright/test";
+export { expect };

@@ -138,11 +138,14 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
 
   void send(HttpAnswer answer, bool keepsAlive) {
     ++surroundings.metrics.answers[answer.status];
+    if (surroundings.service.isAboutToEnd()) keepsAlive = false;
     head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
     body = isForHead ? nullptr : answer.body;
     const std::array<asio::const_buffer, 2> parts{asio::buffer(head), body ? asio::buffer(*body) : asio::const_buffer()};
     expireAfter(kAnswerPatience);
+    ++surroundings.unfinished.answers;
     asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+      --self->surroundings.unfinished.answers;
       if (error) return;
       if (!keepsAlive) return self->end();
       self->expireAfter(self->surroundings.limits.handshake);

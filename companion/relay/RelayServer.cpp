@@ -88,12 +88,13 @@ class RelayServer::Implementation {
   void tidy();
   void stop();
   void sayNextGoodbye(Duration pause);
-  void awaitEnd();
+  void awaitEnd(Instant latest);
   HttpAnswer answerForMetrics(const HttpQuestion& question);
 
   const RelayConfiguration configuration;
   StderrLog log;
   RelayMetrics metrics;
+  Unfinished unfinished;
   PhonePage page;
   std::unique_ptr<SqlitePairingStore> store;
   std::optional<Pairings> pairings;
@@ -132,7 +133,7 @@ std::string RelayServer::Implementation::prepare() {
   rooms.emplace(PairingRooms::Surroundings{*pairings, configuration.limits, metrics, log});
   service.emplace(RelayService::Surroundings{*pairings, *rooms, page, configuration.limits});
   surroundings.emplace(ConnectionSurroundings{
-      *service, *rooms, configuration.limits, metrics, log, configuration.trustedProxies, presentMoment});
+      *service, *rooms, configuration.limits, metrics, log, unfinished, configuration.trustedProxies, presentMoment});
   for (const auto& wished : configuration.listen) {
     try {
       open(wished, false);
@@ -171,6 +172,9 @@ void RelayServer::Implementation::run() {
   }
   std::fflush(stdout);
   loop.run();
+  // Whoever is left goes with the loop, not after it.
+  while (rooms->closeNext(CloseCode::stopping)) {
+  }
 }
 
 void RelayServer::Implementation::accept(Listener& listener) {
@@ -278,16 +282,23 @@ void RelayServer::Implementation::stop() {
 }
 
 void RelayServer::Implementation::sayNextGoodbye(Duration pause) {
-  if (!rooms->closeNext(CloseCode::stopping)) return awaitEnd();
+  if (!rooms->closeNext(CloseCode::stopping)) {
+    return awaitEnd(std::chrono::steady_clock::now() + configuration.limits.lastAnswers);
+  }
   goodbyes.expires_after(pause);
   goodbyes.async_wait([this, pause](const ErrorCode& error) {
     if (!error) sayNextGoodbye(pause);
   });
 }
 
-void RelayServer::Implementation::awaitEnd() {
-  goodbyes.expires_after(configuration.limits.lastAnswers);
-  goodbyes.async_wait([this](const ErrorCode&) { loop.stop(); });
+void RelayServer::Implementation::awaitEnd(Instant latest) {
+  const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0;
+  if (isDone || std::chrono::steady_clock::now() >= latest) return loop.stop();
+  constexpr std::chrono::milliseconds kLook{10};
+  goodbyes.expires_after(kLook);
+  goodbyes.async_wait([this, latest](const ErrorCode& error) {
+    if (!error) awaitEnd(latest);
+  });
 }
 
 RelayServer::RelayServer(const RelayConfiguration& configuration)

@@ -31,7 +31,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
       : surroundings(surroundings),
         socket(std::move(stream)),
         patience(socket.get_executor()),
-        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {}
+        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {
+    ++surroundings.unfinished.webSockets;
+  }
+  WebSocketConnection(const WebSocketConnection&) = delete;
+  WebSocketConnection& operator=(const WebSocketConnection&) = delete;
+  ~WebSocketConnection() override { --surroundings.unfinished.webSockets; }
 
   void start(const HttpRequestMessage& request, const Admission& admission) {
     socket.set_option(websocket::stream_base::timeout{kHandshakePatience, websocket::stream_base::none(), false});

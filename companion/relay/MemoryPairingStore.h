@@ -50,8 +50,8 @@ class MemoryPairingStore final : public PairingStore {
   }
   std::size_t count() override {
     check();
-    return static_cast<std::size_t>(
-        std::count_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.second.token.has_value(); }));
+    return static_cast<std::size_t>(std::count_if(entries.begin(), entries.end(),
+                                                  [](const auto& entry) { return entry.second.token.has_value(); }));
   }
 
   bool fails = false;

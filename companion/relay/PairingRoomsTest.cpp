@@ -1,7 +1,6 @@
-#include "companion/relay/PairingRooms.h"
-
 #include <gtest/gtest.h>
 
+#include "companion/relay/PairingRooms.h"
 #include "companion/relay/RelayWorld.h"
 
 namespace quillard::relayserver {
@@ -84,10 +83,11 @@ TEST(PairingRooms, PassOnKnownMembersOnlyInTheirOrder) {
   RelayWorld world;
   const auto agent = world.joinAgent();
   const auto phone = world.joinPhone("A");
-  world.rooms.take(*phone,
-                   R"( {"x":{"type":"mac.snapshot"},"issuedAt":"2026-03-01T12:34:56.5Z","decisionID":"d1",)"
-                   R"("encryptedRequest":{"nonce":"AA==","more":1,"ciphertext":"QQ==","version":1},"type":"approval.request"})",
-                   world.now());
+  world.rooms.take(
+      *phone,
+      R"( {"x":{"type":"mac.snapshot"},"issuedAt":"2026-03-01T12:34:56.5Z","decisionID":"d1",)"
+      R"("encryptedRequest":{"nonce":"AA==","more":1,"ciphertext":"QQ==","version":1},"type":"approval.request"})",
+      world.now());
   EXPECT_EQ(agent->texts.back(),
             R"({"type":"approval.request","decisionID":"d1","encryptedRequest":{"version":1,"nonce":"AA==",)"
             R"("ciphertext":"QQ=="},"issuedAt":"2026-03-01T12:34:56.5Z"})");

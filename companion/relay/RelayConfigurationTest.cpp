@@ -1,10 +1,9 @@
-#include "companion/relay/RelayConfiguration.h"
-
 #include <cstdlib>
 #include <fstream>
 
 #include <gtest/gtest.h>
 
+#include "companion/relay/RelayConfiguration.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::relayserver {
@@ -59,17 +58,32 @@ TEST(RelayConfiguration, ListensAtThisComputerOnlyUnlessToldOtherwise) {
 TEST(RelayConfiguration, TakesFlagsBeforeTheEnvironmentBeforeTheFile) {
   const test::TemporaryFolder folder;
   const std::string file = folder.path() + "/relay.conf";
-  std::ofstream(file) << "# the relay\npairings = 1\npurge-days = 2\nconnections = 3\nlisten = [\"127.0.0.1:1\", \"[::1]:2\"]\n"
-                      << "behind-proxy = true\n";
+  std::ofstream(file)
+      << "# the relay\npairings = 1\npurge-days = 2\nconnections = 3\nlisten = [\"127.0.0.1:1\", \"[::1]:2\"]\n"
+      << "behind-proxy = true\n";
   const Variable purge("QUILLARD_RELAY_PURGE_DAYS", "20");
   const Variable connections("QUILLARD_RELAY_CONNECTIONS", "30");
+  const Variable listen("QUILLARD_RELAY_LISTEN", "127.0.0.1:1,127.0.0.1:2,127.0.0.1:3");
   const auto configuration = good({"--config", file, "--connections", "300"});
   EXPECT_EQ(configuration.limits.pairings, 1U);
   EXPECT_EQ(configuration.limits.purgeAfter, std::chrono::hours(24 * 20));
   EXPECT_EQ(configuration.limits.connections, 300U);
-  EXPECT_EQ(configuration.listen.size(), 2U);
+  EXPECT_EQ(configuration.listen.size(), 3U);
   EXPECT_TRUE(configuration.isBehindProxy);
   EXPECT_EQ(configuration.trustedProxies.size(), 2U);
+}
+
+TEST(RelayConfiguration, TakesAllFromTheEnvironment) {
+  const test::TemporaryFolder folder;
+  const std::string file = folder.path() + "/relay.conf";
+  std::ofstream(file) << "pairings = 7\n";
+  const Variable config("QUILLARD_RELAY_CONFIG", file.c_str());
+  const Variable proxy("QUILLARD_RELAY_BEHIND_PROXY", "true");
+  const Variable empty("QUILLARD_RELAY_PAGE", "");
+  const auto configuration = good({});
+  EXPECT_EQ(configuration.limits.pairings, 7U);
+  EXPECT_TRUE(configuration.isBehindProxy);
+  EXPECT_EQ(configuration.page, "");
 }
 
 TEST(RelayConfiguration, RefusesOtherAddressesWithoutEncryption) {
@@ -82,11 +96,21 @@ TEST(RelayConfiguration, RefusesOtherAddressesWithoutEncryption) {
 }
 
 TEST(RelayConfiguration, ComplainsAboutWhatItCannotUse) {
-  for (const Arguments& arguments :
-       {Arguments{"--listen", "localhost:80"}, {"--listen", "127.0.0.1"}, {"--listen", "127.0.0.1:65536"},
-        {"--listen", "127.0.0.1:"}, {"--listen", "::1:80"}, {"--tls-key", "a"}, {"--tls-certificate", "a"},
-        {"--pairings", "0"}, {"--pairings", "many"}, {"--purge-days", "-1"}, {"--nonsense"}, {"stray"},
-        {"--behind-proxy", "--trusted-proxy", "10.0.0.0/99"}, {"--config", "/missing/relay.conf"}, {"--metrics", "x"}}) {
+  for (const Arguments& arguments : {Arguments{"--listen", "localhost:80"},
+                                     {"--listen", "127.0.0.1"},
+                                     {"--listen", "127.0.0.1:65536"},
+                                     {"--listen", "127.0.0.1:"},
+                                     {"--listen", "::1:80"},
+                                     {"--tls-key", "a"},
+                                     {"--tls-certificate", "a"},
+                                     {"--pairings", "0"},
+                                     {"--pairings", "many"},
+                                     {"--purge-days", "-1"},
+                                     {"--nonsense"},
+                                     {"stray"},
+                                     {"--behind-proxy", "--trusted-proxy", "10.0.0.0/99"},
+                                     {"--config", "/missing/relay.conf"},
+                                     {"--metrics", "x"}}) {
     EXPECT_NE(complaintAbout(arguments), "") << arguments.front() << " " << arguments.back();
   }
   const test::TemporaryFolder folder;

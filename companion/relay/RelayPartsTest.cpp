@@ -38,10 +38,11 @@ TEST(RequestTarget, KnowsTheRootAndASlashAtTheEnd) {
 }
 
 TEST(RequestTarget, RefusesWhatNoClientSends) {
-  for (const std::string& target : {std::string(), std::string("a"), std::string("*"), std::string("http://a/b"),
-                                    std::string("/a b"), std::string("/\n"), std::string("/\x7F"), std::string("/\xC3\xA4"),
-                                    std::string("/a\\b"), std::string("/%"), std::string("/%a"), std::string("/%g0"),
-                                    std::string("/%00"), std::string("/a#b"), std::string("/?a=%"), std::string("/\0", 2)}) {
+  for (const std::string& target :
+       {std::string(), std::string("a"), std::string("*"), std::string("http://a/b"), std::string("/a b"),
+        std::string("/\n"), std::string("/\x7F"), std::string("/\xC3\xA4"), std::string("/a\\b"), std::string("/%"),
+        std::string("/%a"), std::string("/%g0"), std::string("/%00"), std::string("/a#b"), std::string("/?a=%"),
+        std::string("/\0", 2)}) {
     EXPECT_FALSE(parseRequestTarget(target)) << target;
   }
 }
@@ -62,9 +63,9 @@ TEST(OfferedToken, ComesAsHeaderOrAmongTheSubprotocols) {
   EXPECT_EQ(header.kind, OfferedToken::Kind::given);
   EXPECT_EQ(header.token, kToken);
   EXPECT_FALSE(header.offersProtocol);
-  for (const auto& protocols :
-       {std::vector{"quillard.v1, quillard.bearer." + kToken}, std::vector{"quillard.bearer." + kToken + ",quillard.v1"},
-        std::vector<std::string>{"quillard.v1", "quillard.bearer." + kToken}}) {
+  for (const auto& protocols : {std::vector{"quillard.v1, quillard.bearer." + kToken},
+                                std::vector{"quillard.bearer." + kToken + ",quillard.v1"},
+                                std::vector<std::string>{"quillard.v1", "quillard.bearer." + kToken}}) {
     const auto offered = readToken({}, protocols);
     EXPECT_EQ(offered.token, kToken);
     EXPECT_TRUE(offered.offersProtocol);
@@ -190,7 +191,8 @@ TEST(PhonePage, IsReadFromAFolderWithoutHiddenFilesAndLinks) {
   std::string why;
   EXPECT_FALSE(readPhonePage(page, why));
   EXPECT_EQ(why, "there is no index.html");
-  for (const char* file : {"/index.html", "/assets/a.css", "/.hidden", "/.git/config"}) std::ofstream(page + file) << file;
+  for (const char* file : {"/index.html", "/assets/a.css", "/.hidden", "/.git/config"})
+    std::ofstream(page + file) << file;
   std::ofstream(folder.path() + "/secret") << "secret";
   ASSERT_EQ(::symlink((folder.path() + "/secret").c_str(), (page + "/link").c_str()), 0);
   const auto read = readPhonePage(page, why);

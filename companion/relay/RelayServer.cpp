@@ -32,6 +32,8 @@ constexpr std::chrono::hours kTidying{1};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
+constexpr int kSendBuffer = 256 * 1024;
+
 using TlsContext = std::shared_ptr<asio::ssl::context>;
 
 tcp::endpoint endpointOf(const ListenAddress& wished) {
@@ -132,8 +134,8 @@ std::string RelayServer::Implementation::prepare() {
   }
   rooms.emplace(PairingRooms::Surroundings{*pairings, configuration.limits, metrics, log});
   service.emplace(RelayService::Surroundings{*pairings, *rooms, page, configuration.limits});
-  surroundings.emplace(ConnectionSurroundings{
-      *service, *rooms, configuration.limits, metrics, log, unfinished, configuration.trustedProxies, presentMoment});
+  surroundings.emplace(ConnectionSurroundings{*service, *rooms, configuration.limits, metrics, log, unfinished,
+                                              configuration.trustedProxies, presentMoment});
   for (const auto& wished : configuration.listen) {
     try {
       open(wished, false);
@@ -197,6 +199,8 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
   const auto endpoint = socket.remote_endpoint(error);
   if (error) return;
   socket.set_option(tcp::no_delay(true), error);
+  // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
+  socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
   const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
   const std::string name = peer.rateName();
   const bool isTrusted = std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),

@@ -1,7 +1,6 @@
-#include "companion/relay/RelayService.h"
-
 #include <gtest/gtest.h>
 
+#include "companion/relay/RelayService.h"
 #include "companion/relay/RelayWorld.h"
 
 namespace quillard::relayserver {
@@ -41,9 +40,9 @@ TEST(RelayService, NeverLetsARevokedPairingComeBack) {
   EXPECT_EQ(world.registerToken(std::string(64, 'b')).status, 410);
   EXPECT_EQ(world.knock(kAgent), 410);
   EXPECT_EQ(world.knock(kPhone), 410);
-  EXPECT_EQ(world.ask({.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}})
-                .status,
-            410);
+  EXPECT_EQ(
+      world.ask({.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}}).status,
+      410);
 }
 
 TEST(RelayService, RefusesAMalformedRegistration) {
@@ -98,8 +97,7 @@ TEST(RelayService, HoldsAsManyPairingsAsItIsTold) {
 TEST(RelayService, TellsMembersWhoIsThere) {
   RelayWorld world;
   (void)world.registerToken();
-  HttpQuestion question{
-      .method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}};
+  HttpQuestion question{.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}};
   EXPECT_EQ(*world.ask(question).body, R"({"macConnected":false,"phoneCount":0})");
   world.joinAgent();
   world.joinPhone("A");
@@ -133,17 +131,31 @@ TEST(RelayService, RefusesMalformedIntroductions) {
   RelayWorld world({.handshakes = {1000, 1}});
   (void)world.registerToken();
   const std::string pairing = "pairing=" + kPairing;
-  for (const std::string& query : std::vector<std::string>{
-           "", pairing, "role=mac", "role=tablet&" + pairing, "role=mac&role=mac&" + pairing,
-        "role=mac&" + pairing + "&" + pairing, "role=mac&pairing=UPPER", "role=mac&pairing=", "role=phone&" + pairing,
-        kPhone + "&deviceID=B", "role=phone&" + pairing + "&deviceID=A", "role=phone&" + pairing + "&deviceName=Ana",
-        "role=phone&" + pairing + "&deviceID=&deviceName=Ana", "role=phone&" + pairing + "&deviceID=a_b&deviceName=Ana",
-        "role=phone&" + pairing + "&deviceID=" + std::string(65, 'a') + "&deviceName=Ana",
-        "role=phone&" + pairing + "&deviceID=A&deviceName=" + std::string(65, 'n'),
-        "role=phone&" + pairing + "&deviceID=A&deviceName=a%0Ab", "role=phone&" + pairing + "&deviceID=A&deviceName=%C2%85",
-        "role=phone&" + pairing + "&deviceID=A&deviceName=%FF", kPhone + "&platform=" + std::string(33, 'p'),
-        kPhone + "&platform=%7F", kPhone + "&x=%", kPhone + "&x=%4",
-           kPhone + "&x=%zz"}) {
+  for (const std::string& query :
+       std::vector<std::string>{"",
+                                pairing,
+                                "role=mac",
+                                "role=tablet&" + pairing,
+                                "role=mac&role=mac&" + pairing,
+                                "role=mac&" + pairing + "&" + pairing,
+                                "role=mac&pairing=UPPER",
+                                "role=mac&pairing=",
+                                "role=phone&" + pairing,
+                                kPhone + "&deviceID=B",
+                                "role=phone&" + pairing + "&deviceID=A",
+                                "role=phone&" + pairing + "&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=a_b&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=" + std::string(65, 'a') + "&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=" + std::string(65, 'n'),
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=a%0Ab",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=%C2%85",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=%FF",
+                                kPhone + "&platform=" + std::string(33, 'p'),
+                                kPhone + "&platform=%7F",
+                                kPhone + "&x=%",
+                                kPhone + "&x=%4",
+                                kPhone + "&x=%zz"}) {
     EXPECT_EQ(world.knock(query), 400) << query;
   }
   EXPECT_EQ(world.knock("x=1&x=2&token=abc&" + kPhone + "&platform=" + std::string(32, 'p')), 101);

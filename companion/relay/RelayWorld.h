@@ -82,7 +82,8 @@ class RelayWorld {
     return join({.role = Role::agent, .pairingID = pairingID});
   }
   std::shared_ptr<FakePeer> joinPhone(const std::string& deviceID, const std::string& pairingID = kPairing) {
-    return join({.role = Role::phone, .pairingID = pairingID, .deviceID = deviceID, .deviceName = deviceID + "'s name"});
+    return join(
+        {.role = Role::phone, .pairingID = pairingID, .deviceID = deviceID, .deviceName = deviceID + "'s name"});
   }
   void say(FakePeer& peer, const Json& message) { rooms.take(peer, message.dump(), now()); }
   HttpAnswer ask(HttpQuestion question) {

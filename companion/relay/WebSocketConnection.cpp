@@ -125,11 +125,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     if (state != State::open || isWriting || outgoing.isEmpty()) return;
     isWriting = true;
     const MessageText text = outgoing.front();
-    socket.async_write(boost::asio::buffer(*text), [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
-      self->isWriting = false;
-      self->outgoing.pop();
-      if (!error) self->writeNext();
-    });
+    socket.async_write(boost::asio::buffer(*text),
+                       [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
+                         self->isWriting = false;
+                         self->outgoing.pop();
+                         if (!error) self->writeNext();
+                       });
   }
 
   void end() {
@@ -141,7 +142,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   const ConnectionSurroundings& surroundings;
   websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
-  boost::asio::steady_timer patience;  // With a goodbye: it may be stuck behind a message that nobody reads.
+  boost::asio::steady_timer patience;            // With a goodbye: it may be stuck behind a message that nobody reads.
   OutgoingQueue outgoing;
   beast::flat_buffer buffer;
   State state = State::answering;

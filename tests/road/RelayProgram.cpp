@@ -20,10 +20,19 @@ RelayProgram::RelayProgram(std::vector<std::string> arguments) : arguments(std::
 
 void RelayProgram::start() {
   // The shell only sends what it complains of to a file, and becomes the relay.
-  std::vector<std::string> command{"/bin/sh", "-c", R"(log=$1; shift; exec "$@" 2>> "$log")", "sh", folder() + "/log",
-                                   QUILLARD_RELAY_PROGRAM, "--listen", "127.0.0.1:0", "--database", folder() + "/relay.db"};
+  std::vector<std::string> command{"/bin/sh",
+                                   "-c",
+                                   R"(log=$1; shift; exec "$@" 2>> "$log")",
+                                   "sh",
+                                   folder() + "/log",
+                                   QUILLARD_RELAY_PROGRAM,
+                                   "--listen",
+                                   "127.0.0.1:0",
+                                   "--database",
+                                   folder() + "/relay.db"};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  process = std::make_unique<ChildProcess>(ChildProcess::Start{.command = command, .environment = presentEnvironment()});
+  process =
+      std::make_unique<ChildProcess>(ChildProcess::Start{.command = command, .environment = presentEnvironment()});
   const auto line = process->readLine();
   if (!line) throw std::runtime_error("the relay did not start: " + output());
   said += *line + "\n";

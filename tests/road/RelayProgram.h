@@ -22,6 +22,8 @@ class RelayProgram {
   [[nodiscard]] std::optional<std::uint16_t> metricsPort() const { return boundMetricsPort; }
   [[nodiscard]] const std::string& folder() const { return place.path(); }
 
+  [[nodiscard]] pid_t processID() const { return process->id(); }
+
   void signal(int number) const;
   // Its exit code, within ten seconds.
   [[nodiscard]] std::optional<int> wait() { return process->wait(); }

@@ -37,8 +37,8 @@ class RelayServerRoad : public testing::Test {
     std::unique_ptr<platform::HttpSession> session;
     test::onExecutor(*queue, [&] {
       session = http.makeEphemeralSession(*queue);
-      registerRelayAuthToken({.relayURL = url(), .pairingID = kPairing}, Secret{std::string_view{token}}, *session, *queue,
-                             [&](RelayRegistrationOutcome got) { outcome.set(std::move(got)); });
+      registerRelayAuthToken({.relayURL = url(), .pairingID = kPairing}, Secret{std::string_view{token}}, *session,
+                             *queue, [&](RelayRegistrationOutcome got) { outcome.set(std::move(got)); });
     });
     const auto got = outcome.get();
     test::onExecutor(*queue, [&] { session.reset(); });
@@ -79,7 +79,8 @@ class RelayServerRoad : public testing::Test {
   }
 
   Json seal(const Json& command) {
-    return toJson(std::get<EncryptedRelayPayload>(RelayCrypto::seal(command, Secret{std::string_view{"shared"}}, random)));
+    return toJson(
+        std::get<EncryptedRelayPayload>(RelayCrypto::seal(command, Secret{std::string_view{"shared"}}, random)));
   }
 
   RelayProgram relay;
@@ -129,7 +130,8 @@ TEST_F(RelayServerRoad, CarriesAPromptToThePhoneAndTheDecisionBack) {
   agent->publishResult("d1", {.approvalID = samples::uuid(1), .buttonLabel = "Erase", .status = "accepted"});
   EXPECT_EQ(phone->read("approval.result")["phone"]["deviceID"], "A");
 
-  const ApprovalSuppressionCommand suppression{.action = "suppress", .approvalID = {}, .suppressionID = samples::uuid(2)};
+  const ApprovalSuppressionCommand suppression{
+      .action = "suppress", .approvalID = {}, .suppressionID = samples::uuid(2)};
   phone->say(
       {{"type", "approval.suppress"}, {"decisionID", "s1"}, {"encryptedSuppression", seal(toJson(suppression))}});
   EXPECT_EQ(suppressions.get(), suppression);

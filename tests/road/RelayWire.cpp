@@ -97,7 +97,8 @@ std::optional<std::string> RelayWire::readBytes(std::size_t count) {
 
 bool RelayWire::isEnded() {
   const auto start = std::chrono::steady_clock::now();
-  return arrived.empty() && !readMore() && std::chrono::steady_clock::now() - start < std::chrono::seconds(kPatience.tv_sec);
+  return arrived.empty() && !readMore() &&
+         std::chrono::steady_clock::now() - start < std::chrono::seconds(kPatience.tv_sec);
 }
 
 WireReply RelayWire::ask(const std::string& method, const std::string& target, const WireHeaders& headers,

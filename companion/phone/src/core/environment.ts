@@ -54,4 +54,29 @@ export interface Environment {
   readonly platform: string;
 }
 
-export type CryptoTools = Pick<Crypto, "subtle" | "getRandomValues">;
+/** As much of WebCrypto as the core needs, which browsers and Node declare in slightly different ways. */
+export interface CryptoTools {
+  getRandomValues(bytes: Uint8Array<ArrayBuffer>): Uint8Array<ArrayBuffer>;
+  readonly subtle: {
+    digest(algorithm: "SHA-256", data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+    importKey(
+      format: "raw",
+      data: ArrayBuffer,
+      algorithm: "AES-GCM",
+      isExtractable: boolean,
+      usages: ("encrypt" | "decrypt")[],
+    ): Promise<CryptoKey>;
+    generateKey(
+      algorithm: { readonly name: "AES-GCM"; readonly length: 256 },
+      isExtractable: boolean,
+      usages: ("encrypt" | "decrypt")[],
+    ): Promise<CryptoKey>;
+    encrypt(algorithm: Cipher, key: CryptoKey, data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+    decrypt(algorithm: Cipher, key: CryptoKey, data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+  };
+}
+
+export interface Cipher {
+  readonly name: "AES-GCM";
+  readonly iv: Uint8Array<ArrayBuffer>;
+}

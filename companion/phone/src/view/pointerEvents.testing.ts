@@ -13,6 +13,8 @@ class TestPointerEvent extends MouseEvent {
 export function givePointerEvents(): void {
   const view: unknown = document.defaultView;
   for (const place of [globalThis, view]) Object.assign(place as object, { PointerEvent: TestPointerEvent });
-  // By this the views' library knows that an element has the event.
-  Object.assign(HTMLElement.prototype, { onpointerdown: null });
+  // By these the libraries know that there are such events.
+  for (const name of ["down", "move", "up", "cancel"]) {
+    for (const place of [HTMLElement.prototype, globalThis]) Object.assign(place, { [`onpointer${name}`]: null });
+  }
 }

@@ -1,0 +1,6 @@
+// Doubles of everything that surrounds a phone, for tests of the core and of what is built on it.
+
+export { FakeComputer, sampleApproval, sampleButton, sampleID } from "./testing/fakeComputer";
+export { FakeNetwork, FakeSocket, FakeSurroundings } from "./testing/fakeNetwork";
+export { PhoneWorld } from "./testing/phoneWorld";
+export { countedCrypto, VirtualTime } from "./testing/virtualTime";

@@ -15,6 +15,7 @@ export function givePointerEvents(): void {
   for (const place of [globalThis, view]) Object.assign(place as object, { PointerEvent: TestPointerEvent });
   // By these the libraries know that there are such events.
   for (const name of ["down", "move", "up", "cancel"]) {
-    for (const place of [HTMLElement.prototype, globalThis]) Object.assign(place, { [`onpointer${name}`]: null });
+    for (const place of [HTMLElement.prototype, globalThis])
+      Object.assign(place, { [`onpointer${name}`]: null });
   }
 }

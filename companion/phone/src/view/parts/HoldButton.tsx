@@ -91,6 +91,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
   const asked = useRef<ReturnType<typeof setTimeout>>();
   // The next click is one that a finger or a mouse makes, as opposed to a keyboard or a screen reader.
   const isPointed = useRef(false);
+  const pointed = useRef(0);
   // The newest one, for whatever was begun before the last drawing.
   const confirm = useRef(onConfirm);
   confirm.current = onConfirm;
@@ -115,7 +116,11 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
   const begin = (event: PointerEvent) => {
     if (isDisabled || !event.isPrimary || event.button !== 0 || !button.current) return;
     isPointed.current = true;
-    expectClick(event.pointerId, () => (isPointed.current = false));
+    // A newer touch expects a click of its own.
+    const mine = ++pointed.current;
+    expectClick(event.pointerId, () => {
+      if (mine === pointed.current) isPointed.current = false;
+    });
     hold.current?.end();
     rest();
     onHint(undefined);

@@ -30,7 +30,7 @@ export function TapButton({ label, caption, isDisabled, onPress }: TapButtonProp
       onClick={() => {
         const stray = isStray.current;
         isStray.current = false;
-        if (!stray) onPress();
+        if (!stray && !isDisabled) onPress();
       }}
     >
       <bdi class="press-label">{visibleText(label)}</bdi>

@@ -75,15 +75,14 @@ class RunRoad : public testing::Test {
     for (const char* name : {"home", "tmp", "out"}) fs::create_directory(place.path() + "/" + name);
   }
 
-  // ./run with these options; what it says goes to a file of that name.
+  // ./run with these options; what it says goes to a file of that name. Without a display, unless one was given.
   [[nodiscard]] Service::Start start(const std::string& name, const std::vector<std::string>& options) const {
-    Service::Start start{
-        .command = {QUILLARD_PROJECT "/run"},
-        .environment = {"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
-                        "PATH=" + std::string(std::getenv("PATH")), "QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD,
-                        "QUILLARD_RUN_NAME=" + std::to_string(::getpid())},
-        .logFile = place.path() + "/out/" + name};
+    Service::Start start{.command = {QUILLARD_PROJECT "/run"}, .logFile = place.path() + "/out/" + name};
     start.command.insert(start.command.end(), options.begin(), options.end());
+    start.environment = desktop ? desktop->environment()
+                                : tryout::Variables{"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
+                                                    "PATH=" + std::string(std::getenv("PATH"))};
+    start.environment.insert(start.environment.end(), {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, mark});
     return start;
   }
   [[nodiscard]] std::string said(const std::string& name) const { return contents(place.path() + "/out/" + name); }

@@ -125,24 +125,28 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   }
 
   HttpQuestion questionOf(const HttpRequestMessage& request) const {
-    return {.method = std::string(request.method_string()),
-            .target = std::string(request.target()),
-            .body = request.body(),
-            .authorization = valuesOf(request, http::field::authorization),
-            .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
-            .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
-            .asksForWebSocket = beast::websocket::is_upgrade(request),
-            .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies)
-                            .rateName()};
+    return {
+        .method = std::string(request.method_string()),
+        .target = std::string(request.target()),
+        .body = request.body(),
+        .authorization = valuesOf(request, http::field::authorization),
+        .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
+        .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
+        .asksForWebSocket = beast::websocket::is_upgrade(request),
+        .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies).rateName()};
   }
 
   void send(HttpAnswer answer, bool keepsAlive) {
     ++surroundings.metrics.answers[answer.status];
+    if (surroundings.service.isAboutToEnd()) keepsAlive = false;
     head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
     body = isForHead ? nullptr : answer.body;
-    const std::array<asio::const_buffer, 2> parts{asio::buffer(head), body ? asio::buffer(*body) : asio::const_buffer()};
+    const std::array<asio::const_buffer, 2> parts{asio::buffer(head),
+                                                  body ? asio::buffer(*body) : asio::const_buffer()};
     expireAfter(kAnswerPatience);
+    ++surroundings.unfinished.answers;
     asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+      --self->surroundings.unfinished.answers;
       if (error) return;
       if (!keepsAlive) return self->end();
       self->expireAfter(self->surroundings.limits.handshake);

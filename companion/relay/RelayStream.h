@@ -50,8 +50,8 @@ class IoHandler {
   std::unique_ptr<Base> held;
 };
 
-// A connection with a client, encrypted or not: an AsyncStream. Reads and writes take as many of the buffers as fit in a
-// small list, which "some" allows.
+// A connection with a client, encrypted or not: an AsyncStream. Reads and writes take as many of the buffers as fit in
+// a small list, which "some" allows.
 class RelayStream {
  public:
   using executor_type = boost::asio::ip::tcp::socket::executor_type;

@@ -67,6 +67,8 @@ export interface Decision {
 /** What became of a prompt that is not on the list any more, or of a decision. Newest first; at most 50 a computer. */
 export interface Outcome {
   readonly key: string;
+  /** The prompt that it is about. */
+  readonly approvalID: string;
   readonly at: Instant;
   readonly appName: string;
   readonly windowTitle: string;

@@ -100,7 +100,7 @@ export class TerminalPhone {
     else if (found.button.kind !== "grant") this.press(choice);
     else {
       this.asking = choice;
-      this.terminal.print(`Press ${quoted(choice.label)} of ${titleOf(found.prompt)}? Type yes to do it:`);
+      this.terminal.print(`To press ${quoted(choice.label)} (${titleOf(found.prompt)}), type yes:`);
     }
   }
 

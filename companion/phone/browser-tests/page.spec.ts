@@ -1,0 +1,108 @@
+// The page as such: whether everybody can use it, whether it can be installed, and what it opens without a network.
+import { createRequire } from "node:module";
+import type { Page } from "@playwright/test";
+import type { AxeResults } from "axe-core";
+import { sampleApproval } from "../src/core/testing";
+import { expect, kRelayIsGone, pairByText, test } from "./support/fixtures";
+
+const axe = createRequire(import.meta.url).resolve("axe-core/axe.min.js");
+
+async function mistakes(page: Page): Promise<string[]> {
+  // By the browser's own door: the page's policy allows no script of others.
+  await page.addScriptTag({ path: axe }).catch(() => undefined);
+  const results = await page.evaluate(async () => {
+    const tool: { run(options: object): Promise<AxeResults> } = Reflect.get(window, "axe");
+    return tool.run({ runOnly: ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "best-practice"] });
+  });
+  return results.violations.map((one) => `${one.id}: ${one.nodes.map((node) => node.html).join(" ")}`);
+}
+
+for (const colorScheme of ["light", "dark"] as const) {
+  test.describe(`in ${colorScheme} colours`, () => {
+    // The policy is tested everywhere else; here a checking tool has to get in.
+    test.use({ colorScheme, bypassCSP: true });
+
+    test("its pages have names, roles and contrasts for everybody", async ({ page, relay, computer }) => {
+      await page.goto(relay.url);
+      await expect(page.getByRole("heading", { level: 1 })).toBeVisible();
+      expect(await mistakes(page)).toEqual([]);
+      const asks = {
+        requiresDirectAccess: true,
+        directAccessReason: "It asks for a password.",
+        windowTitle: "Unlock",
+      };
+      await computer.show([sampleApproval(1), sampleApproval(2, asks)]);
+      await pairByText(page, relay, computer);
+      await expect(page.getByRole("article")).toHaveCount(2);
+      expect(await mistakes(page)).toEqual([]);
+      await page.getByRole("link", { name: /^Studio/ }).tap();
+      await expect(page.getByLabel("Name")).toBeVisible();
+      expect(await mistakes(page)).toEqual([]);
+      await page.getByRole("link", { name: /History/ }).tap();
+      await expect(page.getByRole("heading", { name: "History" })).toBeVisible();
+      expect(await mistakes(page)).toEqual([]);
+      computer.disconnect();
+      await page.goto(relay.url);
+      await expect(page.getByText("Studio is not connected")).toBeVisible();
+      expect(await mistakes(page)).toEqual([]);
+    });
+  });
+}
+
+test("it stays whole at twice the text size, on the narrowest phone", async ({ page, relay, computer }) => {
+  await page.setViewportSize({ width: 320, height: 568 });
+  await computer.show([sampleApproval(1)]);
+  await pairByText(page, relay, computer);
+  await page.evaluate(() => (document.documentElement.style.fontSize = "34px"));
+  await expect(page.getByRole("article")).toBeVisible();
+  expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(320);
+});
+
+test("it can be installed", async ({ page, relay }) => {
+  await page.goto(relay.url);
+  const manifest = await (await page.request.get(`${relay.url}/manifest.webmanifest`)).json();
+  expect(manifest).toMatchObject({ name: "Quillard", display: "standalone", start_url: "/" });
+  for (const { src } of [...manifest.icons, { src: "/apple-touch-icon.png" }]) {
+    expect((await page.request.get(`${relay.url}${src}`)).status(), src).toBe(200);
+  }
+});
+
+test("it opens without the relay, and keeps nothing of what was said", async ({
+  page,
+  relay,
+  computer,
+  watch,
+}) => {
+  watch.expected.push(kRelayIsGone);
+  await computer.show([sampleApproval(1)]);
+  await pairByText(page, relay, computer);
+  await page.evaluate(async () => navigator.serviceWorker.ready);
+  await expect.poll(() => page.evaluate(() => navigator.serviceWorker.controller !== null)).toBe(true);
+  const kept = await page.evaluate(async () => {
+    const paths: string[] = [];
+    for (const name of await caches.keys()) {
+      for (const request of await (await caches.open(name)).keys()) paths.push(new URL(request.url).pathname);
+    }
+    return paths;
+  });
+  expect(kept).toContain("/");
+  expect(kept.filter((path) => /^\/(api|ws|healthz)/.test(path))).toEqual([]);
+  await relay.kill();
+  await page.reload();
+  await expect(page.getByRole("heading", { name: "Studio", exact: true })).toBeVisible();
+  await expect(page.getByText("The relay cannot be reached")).toBeVisible();
+});
+
+test("its policy lets no script, frame or stranger in", async ({ page, relay }) => {
+  const answer = await page.goto(relay.url);
+  const policy = answer?.headers()["content-security-policy"] ?? "";
+  for (const part of [
+    "default-src 'none'",
+    "script-src 'self'",
+    "connect-src 'self'",
+    "frame-ancestors 'none'",
+  ]) {
+    expect(policy).toContain(part);
+  }
+  expect(policy).not.toContain("unsafe");
+});

@@ -1,0 +1,158 @@
+import { chromium } from "@playwright/test";
+import { mkdtempSync, rmSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { sampleApproval } from "../src/core/testing";
+import { kChromium } from "./support/chromium";
+import { desktopPicture, emptyPicture, writeFilm } from "./support/codePicture";
+import { agree, card, expect, pairByText, test } from "./support/fixtures";
+
+test("a phone that knows no computer says what this is, and offers three ways to pair", async ({
+  page,
+  relay,
+}) => {
+  await page.goto(relay.url);
+  await expect(page.getByRole("heading", { name: "Answer your computer from here" })).toBeVisible();
+  for (const name of ["Scan the code", "Choose a picture of the code", "Paste the code’s text"]) {
+    await expect(page.getByRole("button", { name })).toBeVisible();
+  }
+});
+
+test("pairs by the code's text, and shows what waits", async ({ page, relay, computer }) => {
+  await computer.show([sampleApproval(1)]);
+  await pairByText(page, relay, computer);
+  await expect(card(page)).toBeVisible();
+  await expect(page).toHaveTitle("(1) Quillard");
+});
+
+test("pairs by a screenshot of the computer's whole screen", async ({ page, relay, computer }) => {
+  await page.goto(relay.url);
+  const choosing = page.waitForEvent("filechooser");
+  await page.getByRole("button", { name: "Choose a picture of the code" }).tap();
+  const buffer = desktopPicture(computer.pairingText);
+  await (await choosing).setFiles({ name: "screen.png", mimeType: "image/png", buffer });
+  await agree(page, "Studio");
+  await expect(page.getByText("Connected, heard")).toBeVisible();
+});
+
+test("says that a picture holds no code, and that a file is no picture", async ({ page, relay }) => {
+  await page.goto(relay.url);
+  const input = page.getByLabel("Picture of the code");
+  await input.setInputFiles({ name: "empty.png", mimeType: "image/png", buffer: emptyPicture() });
+  await expect(page.getByRole("alert")).toContainText("No code was found in this picture");
+  await input.setInputFiles({ name: "text.png", mimeType: "image/png", buffer: Buffer.from("no picture") });
+  await expect(page.getByRole("alert")).toContainText("no picture that the browser can show");
+});
+
+test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
+  const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
+  const film = join(folder, "code.y4m");
+  writeFilm(film, computer.pairingText);
+  const args = [
+    ...(kChromium.args ?? []),
+    "--use-fake-device-for-media-stream",
+    "--use-fake-ui-for-media-stream",
+    `--use-file-for-fake-video-capture=${film}`,
+  ];
+  const browser = await chromium.launch({ ...kChromium, args });
+  try {
+    const page = await browser.newPage({ viewport: { width: 390, height: 844 } });
+    await page.goto(relay.url);
+    await page.evaluate(() => {
+      const media = navigator.mediaDevices;
+      const open = media.getUserMedia.bind(media);
+      const streams: MediaStream[] = [];
+      Object.assign(window, { streams });
+      media.getUserMedia = async (wish) => {
+        const stream = await open(wish);
+        streams.push(stream);
+        return stream;
+      };
+    });
+    await page.getByRole("button", { name: "Scan the code" }).click();
+    await agree(page, "Studio");
+    const states = await page.evaluate(() =>
+      (Reflect.get(window, "streams") as MediaStream[]).flatMap((stream) =>
+        stream.getTracks().map((track) => track.readyState),
+      ),
+    );
+    expect(states).toEqual(["ended"]);
+  } finally {
+    await browser.close();
+    rmSync(folder, { recursive: true, force: true });
+  }
+});
+
+test("says that there is no camera, and leaves the other ways", async ({ page, relay }) => {
+  await page.goto(relay.url);
+  await page.getByRole("button", { name: "Scan the code" }).tap();
+  await expect(page.getByRole("alert")).toContainText(/camera/);
+  await expect(page.getByRole("button", { name: "Choose a picture of the code" })).toBeVisible();
+});
+
+test("says what is wrong with a text that is no code", async ({ page, relay }) => {
+  await page.goto(relay.url);
+  await page.getByRole("button", { name: "Paste the code’s text" }).tap();
+  await page.getByLabel("The code’s text").fill("https://example.org/");
+  await page.getByRole("button", { name: "Continue" }).tap();
+  await expect(page.getByRole("alert")).toContainText("not a Quillard pairing code");
+});
+
+test("links to the page of another relay instead of talking to it", async ({ page, relay, computer }) => {
+  await page.goto(relay.url);
+  await page.getByRole("button", { name: "Paste the code’s text" }).tap();
+  await page.getByLabel("The code’s text").fill(computer.pairingTextOf("https://other.example:8443"));
+  await page.getByRole("button", { name: "Continue" }).tap();
+  const link = page.getByRole("link", { name: "Open other.example:8443" });
+  await expect(link).toHaveAttribute("href", "https://other.example:8443/");
+});
+
+test("knows a computer that it is paired with already", async ({ page, relay, computer }) => {
+  await pairByText(page, relay, computer);
+  await page.getByRole("link", { name: "Pair another computer" }).tap();
+  await page.getByRole("button", { name: "Paste the code’s text" }).tap();
+  await page.getByLabel("The code’s text").fill(computer.pairingText);
+  await page.getByRole("button", { name: "Continue" }).tap();
+  await expect(page.getByText("Studio is paired already")).toBeVisible();
+});
+
+test("keeps its keys so that nothing can read them, and nothing elsewhere", async ({
+  page,
+  relay,
+  computer,
+}) => {
+  await pairByText(page, relay, computer);
+  const secrets = /[0-9a-f]{64}/;
+  const kept = await page.evaluate(async () => {
+    const found: unknown[] = [];
+    const keys: boolean[] = [];
+    const seen = (value: unknown): void => {
+      if (value instanceof CryptoKey) keys.push(value.extractable);
+      else if (typeof value === "string") found.push(value);
+      else if (typeof value === "object" && value !== null && !(value instanceof ArrayBuffer)) {
+        Object.values(value).forEach(seen);
+      }
+    };
+    for (const { name } of await indexedDB.databases()) {
+      const database = await new Promise<IDBDatabase>((resolve, reject) => {
+        const opening = indexedDB.open(name ?? "");
+        opening.onsuccess = () => resolve(opening.result);
+        opening.onerror = () => reject(opening.error);
+      });
+      for (const store of database.objectStoreNames) {
+        const all = await new Promise<unknown[]>((resolve, reject) => {
+          const reading = database.transaction(store).objectStore(store).getAll();
+          reading.onsuccess = () => resolve(reading.result);
+          reading.onerror = () => reject(reading.error);
+        });
+        seen(all);
+      }
+      database.close();
+    }
+    return { texts: JSON.stringify(found), keys, local: localStorage.length, session: sessionStorage.length };
+  });
+  expect(kept.keys.length).toBeGreaterThan(0);
+  expect(kept.keys).not.toContain(true);
+  expect(kept.texts).not.toMatch(secrets);
+  expect([kept.local, kept.session]).toEqual([0, 0]);
+});

@@ -1,0 +1,118 @@
+// A computer as the relay and the phones see it: it registers, connects, shows prompts, and answers decisions as told.
+import { randomUUID, webcrypto } from "node:crypto";
+import WebSocket from "ws";
+import { FakeComputer } from "../../src/core/testing";
+import type { PhoneMessage } from "../../src/core/testing/fakeComputer";
+
+export interface Request {
+  readonly decisionID: string;
+  readonly approvalID: string;
+  readonly buttonLabel: string;
+}
+
+function memberOf(value: unknown, name: string): string {
+  const member: unknown = typeof value === "object" && value !== null ? Reflect.get(value, name) : undefined;
+  return typeof member === "string" ? member : "";
+}
+
+export class PlayedComputer {
+  private readonly computer: FakeComputer;
+  private socket: WebSocket | undefined;
+  private readonly messages: PhoneMessage[] = [];
+  private readonly waiting: ((message: PhoneMessage) => void)[] = [];
+
+  constructor(private readonly relayURL: string) {
+    this.computer = new FakeComputer(webcrypto as unknown as Crypto, randomUUID(), relayURL);
+  }
+
+  get pairingText(): string {
+    return this.computer.pairingText();
+  }
+
+  /** The code's text as another relay's computer would give it. */
+  pairingTextOf(backendURL: string): string {
+    return this.computer.pairingText({ backendURL });
+  }
+
+  async connect(): Promise<void> {
+    const { pairingID, relaySecret } = this.computer;
+    const authorization = `Bearer ${relaySecret}`;
+    const answer = await fetch(`${this.relayURL}/api/pairings/${pairingID}/relay-token`, {
+      method: "PUT",
+      headers: { authorization, "content-type": "application/json" },
+      body: JSON.stringify({ client: "mac", version: 1 }),
+    });
+    if (answer.status !== 204) throw new Error(`The relay answered a registration with ${answer.status}.`);
+    const socket = new WebSocket(`${this.relayURL.replace("http", "ws")}/ws?role=mac&pairing=${pairingID}`, {
+      headers: { authorization },
+    });
+    this.socket = socket;
+    socket.on("message", (data) => void this.take(String(data)));
+    // A relay that is killed resets its connections.
+    socket.on("error", () => undefined);
+    await new Promise((resolve, reject) => {
+      socket.once("open", resolve);
+      socket.once("close", reject);
+    });
+  }
+
+  disconnect(): void {
+    this.socket?.terminate();
+    this.socket = undefined;
+  }
+
+  async show(approvals: readonly unknown[], accessibilityTrusted = true): Promise<void> {
+    this.say(await this.computer.snapshot(approvals, accessibilityTrusted));
+  }
+
+  /** A list that no phone can open. */
+  async showSealedOtherwise(): Promise<void> {
+    const stranger = new FakeComputer(webcrypto as unknown as Crypto, randomUUID(), this.relayURL);
+    this.say(await stranger.snapshot([]));
+  }
+
+  /** The next thing that a phone asks for, earlier ones first. */
+  async heard(): Promise<PhoneMessage> {
+    const first = this.messages.shift();
+    return first ?? new Promise((resolve) => this.waiting.push(resolve));
+  }
+
+  async request(): Promise<Request> {
+    const { type, decisionID, command } = await this.heard();
+    if (type !== "approval.request") throw new Error(`A decision was awaited, and ${type} came.`);
+    return {
+      decisionID,
+      approvalID: memberOf(command, "approvalID"),
+      buttonLabel: memberOf(command, "buttonLabel"),
+    };
+  }
+
+  /** Whether phones asked for something that nobody has looked at yet. */
+  get isAsked(): boolean {
+    return this.messages.length > 0;
+  }
+
+  async answer(request: Request, status: string, error?: string): Promise<void> {
+    const { decisionID, approvalID, buttonLabel } = request;
+    this.say(await this.computer.result(decisionID, { approvalID, buttonLabel, status, error }));
+  }
+
+  unpair(): void {
+    this.say(
+      JSON.stringify({ type: "phone.unpair", issuedAt: new Date().toISOString().replace(/\.\d+/, "") }),
+    );
+  }
+
+  private say(text: string): void {
+    this.socket?.send(text);
+  }
+
+  private async take(text: string): Promise<void> {
+    const type = memberOf(JSON.parse(text), "type");
+    if (type === "phone.status") return;
+    const message = await this.computer.read(text);
+    const next = this.waiting.shift();
+    if (next) next(message);
+    else this.messages.push(message);
+  }
+}

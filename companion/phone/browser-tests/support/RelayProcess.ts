@@ -1,0 +1,65 @@
+// The real relay, on a port of this machine itself, with a database of its own.
+import { spawn } from "node:child_process";
+import type { ChildProcess } from "node:child_process";
+import { mkdtempSync, rmSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { createInterface } from "node:readline";
+import { fileURLToPath } from "node:url";
+
+function program(): string {
+  const named = process.env["QUILLARD_RELAY_PROGRAM"];
+  if (!named) throw new Error("QUILLARD_RELAY_PROGRAM has to name the program quillard-relay.");
+  return named;
+}
+
+const page = process.env["QUILLARD_PAGE"] ?? fileURLToPath(new URL("../../dist/page", import.meta.url));
+
+export class RelayProcess {
+  private readonly folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
+  private process: ChildProcess | undefined;
+  private port = 0;
+
+  /** `http://127.0.0.1:PORT`; the same one after a restart. */
+  get url(): string {
+    return `http://127.0.0.1:${this.port}`;
+  }
+
+  async start(): Promise<void> {
+    const options = [
+      "--listen",
+      `127.0.0.1:${this.port}`,
+      "--database",
+      join(this.folder, "relay.db"),
+      "--page",
+      page,
+    ];
+    const child = spawn(program(), options, { stdio: ["ignore", "pipe", "ignore"] });
+    this.process = child;
+    const ready = new Promise<string>((resolve, reject) => {
+      child.once("error", reject);
+      child.once("exit", (code) => reject(new Error(`The relay ended with ${code}.`)));
+      if (child.stdout) createInterface(child.stdout).once("line", resolve);
+    });
+    const line = await ready;
+    child.removeAllListeners("exit");
+    const port = /:(\d+)\s*$/.exec(line)?.[1];
+    if (port === undefined) throw new Error("The relay did not say where it listens.");
+    this.port = Number(port);
+  }
+
+  /** At once, without a goodbye. */
+  async kill(): Promise<void> {
+    const child = this.process;
+    this.process = undefined;
+    if (!child || child.exitCode !== null) return;
+    const gone = new Promise((resolve) => child.once("exit", resolve));
+    child.kill("SIGKILL");
+    await gone;
+  }
+
+  async dispose(): Promise<void> {
+    await this.kill();
+    rmSync(this.folder, { recursive: true, force: true });
+  }
+}

@@ -1,0 +1,107 @@
+// What each test begins with: a relay of its own, a computer that is connected to it, and a page that is watched.
+import { expect, test as base } from "@playwright/test";
+import type { Locator, Page } from "@playwright/test";
+import { PlayedComputer } from "./PlayedComputer";
+import { RelayProcess } from "./RelayProcess";
+
+/** What the page did that it must not do. */
+export interface Watch {
+  readonly troubles: string[];
+  /** A trouble that the test itself causes, such as a relay that is gone. */
+  readonly expected: RegExp[];
+}
+
+export interface Things {
+  readonly relay: RelayProcess;
+  readonly computer: PlayedComputer;
+  readonly watch: Watch;
+}
+
+function watchPage(page: Page, relay: RelayProcess, troubles: string[]): void {
+  const origin = () => new URL(relay.url).host;
+  const mind = (url: string) => {
+    const { protocol, host } = new URL(url);
+    if (protocol !== "blob:" && protocol !== "data:" && host !== origin())
+      troubles.push(`request to ${host}`);
+  };
+  page.on("request", (request) => mind(request.url()));
+  page.on("websocket", (socket) => mind(socket.url()));
+  page.on("pageerror", (error) => troubles.push(`exception: ${error.message}`));
+  page.on("console", (message) => {
+    if (message.type() === "error" || message.type() === "warning")
+      troubles.push(`console: ${message.text()}`);
+  });
+}
+
+export const test = base.extend<Things>({
+  relay: async ({}, use) => {
+    const relay = new RelayProcess();
+    await relay.start();
+    await use(relay);
+    await relay.dispose();
+  },
+  computer: async ({ relay }, use) => {
+    const computer = new PlayedComputer(relay.url);
+    await computer.connect();
+    await use(computer);
+    computer.disconnect();
+  },
+  watch: async ({ context, relay }, use) => {
+    const watch: Watch = { troubles: [], expected: [] };
+    // Said by the browser itself, of whatever the policy of the relay stopped.
+    await context.addInitScript(() => {
+      document.addEventListener("securitypolicyviolation", (event) =>
+        console.error(`policy: ${event.violatedDirective} ${event.blockedURI}`),
+      );
+    });
+    context.on("page", (page) => watchPage(page, relay, watch.troubles));
+    await use(watch);
+    const left = watch.troubles.filter((trouble) => !watch.expected.some((pattern) => pattern.test(trouble)));
+    expect(left).toEqual([]);
+  },
+  page: async ({ watch, page }, use) => {
+    void watch;
+    await use(page);
+  },
+});
+
+/** Of a relay that is not there, or that refuses, the browser itself speaks. */
+export const kRelayIsGone = /WebSocket connection to|Failed to load resource|ERR_CONNECTION_REFUSED/;
+
+export async function pairByText(
+  page: Page,
+  relay: RelayProcess,
+  computer: PlayedComputer,
+  name = "Studio",
+): Promise<void> {
+  await page.goto(relay.url);
+  await page.getByRole("button", { name: "Paste the code’s text" }).tap();
+  await page.getByLabel("The code’s text").fill(computer.pairingText);
+  await page.getByRole("button", { name: "Continue" }).tap();
+  await agree(page, name);
+}
+
+export async function agree(page: Page, name: string): Promise<void> {
+  await page.getByLabel("Name of the computer").fill(name);
+  await page.getByRole("button", { name: "Pair", exact: true }).tap();
+  await expect(page.getByRole("heading", { name, exact: true })).toBeVisible();
+}
+
+/** Holds a finger on the middle of `button` until `isEnough` has seen its sign. */
+export async function hold(page: Page, button: Locator, isEnough: () => Promise<unknown>): Promise<void> {
+  await button.scrollIntoViewIfNeeded();
+  const box = await button.boundingBox();
+  if (!box) throw new Error("There is no button to hold.");
+  const client = await page.context().newCDPSession(page);
+  const touchPoints = [{ x: box.x + box.width / 2, y: box.y + box.height / 2 }];
+  await client.send("Input.dispatchTouchEvent", { type: "touchStart", touchPoints });
+  await isEnough();
+  await client.send("Input.dispatchTouchEvent", { type: "touchEnd", touchPoints: [] });
+  await client.detach();
+}
+
+export function card(page: Page, title = "Erase disk?"): Locator {
+  return page.getByRole("article", { name: title });
+}
+
+export { expect } from "@playwright/test";

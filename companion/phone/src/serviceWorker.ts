@@ -1,0 +1,74 @@
+// Keeps the page's own files, so that it opens without a network and at once. It never touches what goes to the relay's
+// interfaces, and never keeps anything that a computer or a phone said.
+
+// The build puts the page's files here: names that change with their content, and a few that do not.
+declare const kPageFiles: readonly string[];
+declare const kPageVersion: string;
+
+interface WorkerScope {
+  readonly caches: CacheStorage;
+  readonly clients: { claim(): Promise<void> };
+  readonly location: Location;
+  skipWaiting(): Promise<void>;
+  addEventListener(type: "install" | "activate", listener: (event: LifeEvent) => void): void;
+  addEventListener(type: "fetch", listener: (event: FetchEvent) => void): void;
+  addEventListener(type: "message", listener: (event: MessageEvent) => void): void;
+}
+interface LifeEvent {
+  waitUntil(done: Promise<unknown>): void;
+}
+interface FetchEvent extends LifeEvent {
+  readonly request: Request;
+  respondWith(answer: Promise<Response>): void;
+}
+
+const scope = self as unknown as WorkerScope;
+const kPrefix = "quillard-page-";
+const kCache = kPrefix + kPageVersion;
+// A network that does not answer is as good as none.
+const kPatience = 4000;
+
+async function keepFiles(): Promise<void> {
+  const cache = await scope.caches.open(kCache);
+  await cache.addAll(kPageFiles.map((file) => new Request(file, { cache: "reload" })));
+}
+
+async function dropOlder(): Promise<void> {
+  const names = await scope.caches.keys();
+  await Promise.all(
+    names
+      .filter((name) => name.startsWith(kPrefix) && name !== kCache)
+      .map((name) => scope.caches.delete(name)),
+  );
+  await scope.clients.claim();
+}
+
+async function newestPage(request: Request): Promise<Response> {
+  const cache = await scope.caches.open(kCache);
+  try {
+    const answer = await fetch(request, { signal: AbortSignal.timeout(kPatience) });
+    if (answer.ok) return answer;
+  } catch {
+    // The kept one will do.
+  }
+  return (await cache.match("/")) ?? Response.error();
+}
+
+async function keptFile(request: Request): Promise<Response> {
+  const cache = await scope.caches.open(kCache);
+  return (await cache.match(request)) ?? fetch(request);
+}
+
+scope.addEventListener("install", (event) => event.waitUntil(keepFiles()));
+scope.addEventListener("activate", (event) => event.waitUntil(dropOlder()));
+// The page says when a person agreed to the new version.
+scope.addEventListener("message", (event) => {
+  if (event.data === "takeOver") void scope.skipWaiting();
+});
+scope.addEventListener("fetch", (event) => {
+  const { request } = event;
+  const url = new URL(request.url);
+  if (request.method !== "GET" || url.origin !== scope.location.origin) return;
+  if (request.mode === "navigate") event.respondWith(newestPage(request));
+  else if (kPageFiles.includes(url.pathname)) event.respondWith(keptFile(request));
+});

@@ -1,0 +1,90 @@
+// The page as a whole: which view is up, from what the phone knows and where the person went.
+import type { ReadonlySignal } from "@preact/signals";
+import type { ComponentChildren, JSX } from "preact";
+import { useEffect } from "preact/hooks";
+import type { PhoneActions, PhoneState } from "../core/model";
+import { showCount } from "./badge";
+import { now } from "./clock";
+import { ComputerPage, HistoryPage, MutedPage } from "./ComputerPage";
+import { Home, waitingCount } from "./Home";
+import { PairPage } from "./pairing/PairPage";
+import { Mark } from "./parts/Symbol";
+import { PhonePage } from "./PhonePage";
+import { useRoute } from "./routes";
+import type { Route } from "./routes";
+import { UpdateNote } from "./UpdateNote";
+
+interface AppProps {
+  readonly state: ReadonlySignal<PhoneState>;
+  readonly actions: PhoneActions;
+  /** A newer version of the page waits to be taken. */
+  readonly update?: ReadonlySignal<(() => void) | undefined>;
+}
+
+function Alone({ children }: { children: ComponentChildren }): JSX.Element {
+  return (
+    <main class="alone">
+      <Mark />
+      {children}
+    </main>
+  );
+}
+
+function Ready({
+  state,
+  actions,
+  route,
+}: {
+  state: PhoneState;
+  actions: PhoneActions;
+  route: Route;
+}): JSX.Element {
+  if (state.computers.length === 0 || route.page === "pair") {
+    return <PairPage key="pair" state={state} actions={actions} />;
+  }
+  if (route.page === "phone") return <PhonePage state={state} actions={actions} />;
+  const computer =
+    "pairingID" in route ? state.computers.find((one) => one.pairingID === route.pairingID) : undefined;
+  if (!computer) return <Home state={state} actions={actions} now={now.value} />;
+  switch (route.page) {
+    case "history":
+      return <HistoryPage key="history" computer={computer} now={now.value} />;
+    case "muted":
+      return <MutedPage key="muted" computer={computer} actions={actions} now={now.value} />;
+    default:
+      return <ComputerPage key={computer.pairingID} computer={computer} actions={actions} now={now.value} />;
+  }
+}
+
+export function App({ state, actions, update }: AppProps): JSX.Element {
+  const route = useRoute();
+  const current = state.value;
+  const waiting = waitingCount(current);
+  useEffect(() => showCount(waiting), [waiting]);
+  if (current.phase === "loading") {
+    return (
+      <Alone>
+        <p class="aside" role="status">
+          Opening…
+        </p>
+      </Alone>
+    );
+  }
+  if (current.phase === "unavailable") {
+    return (
+      <Alone>
+        <h1>Quillard cannot run here</h1>
+        <p role="alert">{current.problem ?? "This browser cannot keep keys."}</p>
+        <p class="aside">
+          A private window, or a browser that keeps no data of pages, cannot hold a pairing.
+        </p>
+      </Alone>
+    );
+  }
+  return (
+    <>
+      <Ready state={current} actions={actions} route={route} />
+      {update?.value && <UpdateNote onTake={update.value} />}
+    </>
+  );
+}

@@ -1,0 +1,219 @@
+// All about one computer: its name, how it stands with it, what came of its prompts, what is muted, and how to forget it.
+import type { JSX } from "preact";
+import { useState } from "preact/hooks";
+import type { Computer, Instant, PhoneActions } from "../core/model";
+import { visibleText } from "../core/visibleText";
+import { Notices } from "./Notices";
+import { OutcomeList } from "./OutcomeList";
+import { PageFrame } from "./PageFrame";
+import { NameField } from "./parts/NameField";
+import { Symbol } from "./parts/Symbol";
+import type { SymbolName } from "./parts/Symbol";
+import { goTo, routeHash } from "./routes";
+import type { Route } from "./routes";
+import { longAge, standing, titleOf } from "./words";
+
+interface ComputerPageProps {
+  readonly computer: Computer;
+  readonly actions: PhoneActions;
+  readonly now: Instant;
+}
+
+function relayWords(computer: Computer): string {
+  switch (computer.relay.kind) {
+    case "connected":
+      return "Connected";
+    case "connecting":
+      return "Connecting…";
+    case "waiting":
+      return "Not reachable";
+    case "offline":
+      return "No network";
+    case "takenOver":
+      return "In use by another tab";
+    case "revoked":
+      return "The computer unpaired its phones";
+    case "removed":
+      return "The computer removed this phone";
+    case "refused":
+      return "Does not know this pairing";
+  }
+}
+
+function computerWords(computer: Computer): string {
+  if (computer.relay.kind !== "connected" || computer.isComputerConnected === undefined) return "Not known";
+  return computer.isComputerConnected ? "Connected" : "Not connected";
+}
+
+function Fact({ name, children }: { name: string; children: string }): JSX.Element {
+  return (
+    <div class="fact">
+      <dt>{name}</dt>
+      <dd>{children}</dd>
+    </div>
+  );
+}
+
+function Way({
+  symbol,
+  title,
+  detail,
+  to,
+}: {
+  symbol: SymbolName;
+  title: string;
+  detail: string;
+  to: Route;
+}) {
+  return (
+    <li>
+      <a class="list-row" href={routeHash(to)}>
+        <span class="tile is-small is-quiet">
+          <Symbol name={symbol} />
+        </span>
+        <span class="list-words">
+          <span class="list-title">{title}</span>
+          <span class="list-detail">{detail}</span>
+        </span>
+        <Symbol name="chevron" />
+      </a>
+    </li>
+  );
+}
+
+function Forget({ computer, actions }: { computer: Computer; actions: PhoneActions }): JSX.Element {
+  const [isAsked, setAsked] = useState(false);
+  const [problem, setProblem] = useState<string>();
+  const forget = () => {
+    actions.forget(computer.pairingID).then(
+      () => goTo({ page: "home" }),
+      (error: unknown) => setProblem(error instanceof Error ? error.message : "It could not be forgotten."),
+    );
+  };
+  if (!isAsked) {
+    return (
+      <button type="button" class="button is-danger is-wide" onClick={() => setAsked(true)}>
+        <Symbol name="bin" />
+        Forget this computer
+      </button>
+    );
+  }
+  return (
+    <div class="card ask" role="group" aria-label={`Forget ${computer.name}?`}>
+      <p class="notice-title">Forget {computer.name}?</p>
+      <p>
+        Its keys, list and history are removed from this phone. The computer itself goes on trusting its other
+        phones; to shut out all of them, unpair in its window.
+      </p>
+      {problem !== undefined && <p role="alert">{problem}</p>}
+      <div class="row">
+        <button type="button" class="button" onClick={() => setAsked(false)}>
+          Keep
+        </button>
+        <button type="button" class="button is-danger" onClick={forget}>
+          Forget
+        </button>
+      </div>
+    </div>
+  );
+}
+
+function counted(count: number, none: string, one: string, many: string): string {
+  if (count === 0) return none;
+  return count === 1 ? `1 ${one}` : `${count} ${many}`;
+}
+
+export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX.Element {
+  const { pairingID } = computer;
+  return (
+    <PageFrame title={computer.name} back={{ page: "home" }} backTitle="Prompts">
+      <p class={`pill is-${standing(computer, now).tone}`}>{standing(computer, now).text}</p>
+      <Notices computer={computer} actions={actions} now={now} />
+      <NameField
+        label="Name"
+        value={computer.name}
+        onSave={(name) => actions.renameComputer(pairingID, name)}
+      />
+      <dl class="card facts">
+        <Fact name="Relay">{relayWords(computer)}</Fact>
+        <Fact name="Computer">{computerWords(computer)}</Fact>
+        <Fact name="Last heard of">
+          {computer.heardAt === undefined ? "Never" : longAge(computer.heardAt, now)}
+        </Fact>
+        <Fact name="Paired">{longAge(computer.pairedAt, now)}</Fact>
+      </dl>
+      <ul class="card list">
+        <Way
+          symbol="clock"
+          title="History"
+          detail={counted(computer.outcomes.length, "Nothing yet", "outcome", "outcomes")}
+          to={{ page: "history", pairingID }}
+        />
+        <Way
+          symbol="muted"
+          title="Not shown any more"
+          detail={counted(
+            computer.suppressions.length,
+            "Everything is shown",
+            "kind of prompt",
+            "kinds of prompts",
+          )}
+          to={{ page: "muted", pairingID }}
+        />
+      </ul>
+      <Forget computer={computer} actions={actions} />
+    </PageFrame>
+  );
+}
+
+export function HistoryPage({ computer, now }: { computer: Computer; now: Instant }): JSX.Element {
+  return (
+    <PageFrame
+      title="History"
+      back={{ page: "computer", pairingID: computer.pairingID }}
+      backTitle={computer.name}
+    >
+      {computer.outcomes.length === 0 ? (
+        <p class="aside centred">What becomes of the prompts of {computer.name} is listed here.</p>
+      ) : (
+        <OutcomeList outcomes={computer.outcomes} now={now} />
+      )}
+      <p class="aside">The newest 50 are kept, on this phone only.</p>
+    </PageFrame>
+  );
+}
+
+export function MutedPage({ computer, actions, now }: ComputerPageProps): JSX.Element {
+  return (
+    <PageFrame
+      title="Not shown any more"
+      back={{ page: "computer", pairingID: computer.pairingID }}
+      backTitle={computer.name}
+    >
+      {computer.suppressions.length === 0 ? (
+        <p class="aside centred">Every prompt of {computer.name} is shown.</p>
+      ) : (
+        <ul class="card list">
+          {computer.suppressions.map((one) => (
+            <li key={one.suppressionID} class="list-row">
+              <span class="list-words">
+                <bdi class="list-title">{titleOf(one.windowTitle)}</bdi>
+                <bdi class="list-detail">{visibleText(one.appName)}</bdi>
+                <span class="list-detail">{longAge(one.at, now)}</span>
+              </span>
+              <button
+                type="button"
+                class="button"
+                aria-label={`Show again: ${titleOf(one.windowTitle)}`}
+                onClick={() => actions.unsuppress(computer.pairingID, one.suppressionID)}
+              >
+                Show again
+              </button>
+            </li>
+          ))}
+        </ul>
+      )}
+      <p class="aside">Such prompts wait at the computer itself, and are not sent to phones.</p>
+    </PageFrame>
+  );
+}

@@ -1,0 +1,50 @@
+// The first page: what waits, on all computers.
+import type { JSX } from "preact";
+import type { Instant, PhoneActions, PhoneState } from "../core/model";
+import { ComputerSection } from "./ComputerSection";
+import { Mark, Symbol } from "./parts/Symbol";
+import { routeHash } from "./routes";
+import { headline, isUpToDate } from "./words";
+
+interface HomeProps {
+  readonly state: PhoneState;
+  readonly actions: PhoneActions;
+  readonly now: Instant;
+}
+
+export function waitingCount(state: PhoneState): number {
+  return state.computers.reduce((count, computer) => count + (computer.prompts?.length ?? 0), 0);
+}
+
+export function Home({ state, actions, now }: HomeProps): JSX.Element {
+  const { computers } = state;
+  return (
+    <>
+      <header class="masthead">
+        <Mark />
+        <div class="masthead-words">
+          <p class="product">Quillard</p>
+          <h1>{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
+        </div>
+        <a class="round" href={routeHash({ page: "pair" })} aria-label="Pair another computer">
+          <Symbol name="plus" />
+        </a>
+      </header>
+      <main>
+        {computers.map((computer) => (
+          <ComputerSection
+            key={computer.pairingID}
+            computer={computer}
+            actions={actions}
+            now={now}
+            isAlone={computers.length === 1}
+          />
+        ))}
+        <a class="foot-link" href={routeHash({ page: "phone" })}>
+          <Symbol name="phone" />
+          This phone
+        </a>
+      </main>
+    </>
+  );
+}

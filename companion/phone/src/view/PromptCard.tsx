@@ -1,0 +1,289 @@
+// One prompt: who asks, what it says, its buttons, and what became of a decision on it.
+import type { JSX } from "preact";
+import { useState } from "preact/hooks";
+import type { Computer, Instant, PhoneActions, Prompt, PromptButton } from "../core/model";
+import { visibleLines, visibleText } from "../core/visibleText";
+import { HoldButton } from "./parts/HoldButton";
+import { Symbol } from "./parts/Symbol";
+import { TapButton } from "./parts/TapButton";
+import type { Slot } from "./steadyList";
+import {
+  decisionWords,
+  isReachable,
+  longAge,
+  mayDecide,
+  outcomeWords,
+  quoted,
+  shortAge,
+  titleOf,
+} from "./words";
+import type { Tone } from "./words";
+
+// A prompt may bring hundreds of lines. What does not fit at a glance is unfolded by the person.
+const kLinesShown = 10;
+const kLettersShown = 700;
+
+interface PromptCardProps {
+  readonly slot: Slot;
+  readonly computer: Computer;
+  readonly actions: PhoneActions;
+  readonly now: Instant;
+}
+
+function monogram(appName: string): string {
+  return [...visibleText(appName.trim())][0]?.toUpperCase() ?? "?";
+}
+
+function Head({ prompt, now }: { prompt: Prompt; now: Instant }): JSX.Element {
+  const name = prompt.appName.trim() === "" ? "An unnamed program" : visibleText(prompt.appName);
+  return (
+    <header class="prompt-head">
+      <span class="monogram" aria-hidden="true">
+        {monogram(prompt.appName)}
+      </span>
+      <span class="prompt-app">
+        <bdi>{name}</bdi>
+      </span>
+      <time class="prompt-age" dateTime={new Date(prompt.detectedAt).toISOString()}>
+        <span aria-hidden="true">{shortAge(prompt.detectedAt, now)}</span>
+        <span class="for-ear">{longAge(prompt.detectedAt, now)}</span>
+      </time>
+    </header>
+  );
+}
+
+/** The first lines, as many as can be read at a glance. */
+function glance(lines: readonly string[]): readonly string[] {
+  const shown: string[] = [];
+  let letters = 0;
+  for (const line of lines) {
+    letters += line.length;
+    if (shown.length === kLinesShown || (letters > kLettersShown && shown.length > 0)) break;
+    shown.push(line);
+  }
+  // Nothing is folded away for the sake of a line or two.
+  return lines.length - shown.length <= 2 && letters <= kLettersShown * 1.3 ? lines : shown;
+}
+
+function Message({ prompt }: { prompt: Prompt }): JSX.Element | null {
+  const [isUnfolded, setUnfolded] = useState(false);
+  const lines = prompt.messageLines.flatMap(visibleLines);
+  if (lines.length === 0) return null;
+  const shown = isUnfolded ? lines : glance(lines);
+  const left = lines.length - shown.length;
+  return (
+    <div class="prompt-message">
+      {shown.map((line, index) => (
+        <p key={index} dir="auto">
+          {line === "" ? "\u00a0" : line}
+        </p>
+      ))}
+      {left > 0 && (
+        <button type="button" class="plain" onClick={() => setUnfolded(true)}>
+          {left === 1 ? "Show 1 more line" : `Show ${left} more lines`}
+        </button>
+      )}
+    </div>
+  );
+}
+
+function DirectAccess({ prompt, computer }: { prompt: Prompt; computer: Computer }): JSX.Element {
+  const kept = prompt.buttons.filter((button) => button.kind !== "dismiss");
+  return (
+    <div class="callout is-warn">
+      <Symbol name="lock" />
+      <div>
+        <p class="callout-title">Only at {computer.name}</p>
+        <p>
+          {prompt.directAccessReason
+            ? visibleText(prompt.directAccessReason)
+            : "This prompt can only be granted at the computer itself."}
+        </p>
+        {kept.length > 0 && (
+          <p class="aside">
+            There, it also offers{" "}
+            {kept.map((button, index) => (
+              <span key={index}>
+                {index > 0 && ", "}
+                <bdi>{quoted(button.label)}</bdi>
+              </span>
+            ))}
+            .
+          </p>
+        )}
+      </div>
+    </div>
+  );
+}
+
+function captionOf(button: PromptButton): string | undefined {
+  if (button.kind === "grant") return button.isRecommended ? "Recommended · hold" : "Hold";
+  return button.isRecommended ? "Recommended" : undefined;
+}
+
+/** All that a person may have read before deciding. */
+function subjectOf(prompt: Prompt): string {
+  return JSON.stringify([
+    prompt.id,
+    prompt.appName,
+    prompt.bundleIdentifier,
+    prompt.windowTitle,
+    prompt.messageLines,
+    prompt.buttons.map((button) => button.label),
+    prompt.requiresDirectAccess,
+  ]);
+}
+
+interface ButtonsProps {
+  readonly prompt: Prompt;
+  readonly isDisabled: boolean;
+  readonly onDecide: (label: string) => void;
+  readonly onHint: (hint: string | undefined) => void;
+}
+
+function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.Element | null {
+  const offered = prompt.buttons.filter(
+    (button) => button.kind === "dismiss" || !prompt.requiresDirectAccess,
+  );
+  if (offered.length === 0) return null;
+  const subject = subjectOf(prompt);
+  const longest = Math.max(...offered.map((button) => button.label.length));
+  return (
+    <div
+      class={`presses ${longest > 16 || offered.length > 4 ? "is-stacked" : ""}`}
+      role="group"
+      aria-label="Buttons"
+    >
+      {offered.map((button, index) => {
+        const decide = () => onDecide(button.label);
+        const key = `${index} ${button.kind} ${button.label}`;
+        return button.kind === "grant" ? (
+          <HoldButton
+            key={key}
+            label={button.label}
+            caption={captionOf(button) ?? ""}
+            subject={subject}
+            isRecommended={button.isRecommended}
+            isDisabled={isDisabled}
+            onConfirm={decide}
+            onHint={onHint}
+          />
+        ) : (
+          <TapButton
+            key={key}
+            label={button.label}
+            {...(button.isRecommended ? { caption: "Recommended" } : {})}
+            isDisabled={isDisabled}
+            onPress={decide}
+          />
+        );
+      })}
+    </div>
+  );
+}
+
+interface StatusLine {
+  readonly tone: Tone;
+  readonly text: string;
+  readonly isBusy?: boolean;
+}
+
+function statusLine(slot: Slot, computer: Computer, hint: string | undefined): StatusLine | undefined {
+  const { prompt, goneAt } = slot;
+  if (goneAt === undefined) {
+    if (hint !== undefined) return { tone: "quiet", text: hint };
+    return prompt.decision && decisionWords(prompt.decision, computer.name);
+  }
+  const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
+  return outcome ? outcomeWords(outcome) : { tone: "quiet", text: "It is gone." };
+}
+
+/** What became of it, or what to do: read out when it changes. */
+function Status({ line }: { line: StatusLine | undefined }): JSX.Element {
+  return (
+    <p class={`prompt-status ${line ? `is-${line.tone}` : "is-empty"}`} role="status">
+      {line?.isBusy && <span class="spinner" aria-hidden="true" />}
+      {line?.tone === "good" && <Symbol name="check" />}
+      {line?.tone === "warn" && <Symbol name="warning" />}
+      {line && <span>{line.text}</span>}
+    </p>
+  );
+}
+
+function Details({ prompt }: { prompt: Prompt }): JSX.Element {
+  return (
+    <details class="prompt-details">
+      <summary>Details</summary>
+      <dl>
+        {prompt.bundleIdentifier !== undefined && (
+          <>
+            <dt>Program</dt>
+            <dd>
+              <bdi>{visibleText(prompt.bundleIdentifier)}</bdi>
+            </dd>
+          </>
+        )}
+        <dt>Taken for a prompt because</dt>
+        <dd>{prompt.reason === "" ? "The computer gave no reason." : visibleText(prompt.reason)}</dd>
+      </dl>
+    </details>
+  );
+}
+
+export function PromptCard({ slot, computer, actions, now }: PromptCardProps): JSX.Element {
+  const [hint, setHint] = useState<string>();
+  const { prompt } = slot;
+  const isGone = slot.goneAt !== undefined;
+  const isMuted = computer.suppressions.some((one) => one.suppressionID === prompt.suppressionID);
+  const isOpen = !isGone && mayDecide(prompt);
+  return (
+    <article class={`card prompt ${isGone ? "is-gone" : ""}`} aria-label={titleOf(prompt.windowTitle)}>
+      <Head prompt={prompt} now={now} />
+      <h3 class="prompt-title" dir="auto">
+        {titleOf(prompt.windowTitle)}
+      </h3>
+      {!isGone && <Message prompt={prompt} />}
+      {!isGone && prompt.isFallbackDetection && (
+        <p class="aside">Recognised by its looks only: it may be something else than a prompt.</p>
+      )}
+      {!isGone && prompt.requiresDirectAccess && <DirectAccess prompt={prompt} computer={computer} />}
+      {isOpen && (
+        <Buttons
+          prompt={prompt}
+          isDisabled={!isReachable(computer)}
+          onDecide={(label) => {
+            setHint(undefined);
+            actions.decide(computer.pairingID, prompt.id, label);
+          }}
+          onHint={setHint}
+        />
+      )}
+      <Status line={statusLine(slot, computer, hint)} />
+      {!isGone && (
+        <footer class="prompt-foot">
+          <Details prompt={prompt} />
+          {isOpen && (
+            <button
+              type="button"
+              class="plain"
+              onClick={() => actions.suppress(computer.pairingID, prompt.id)}
+            >
+              Don’t show this again
+            </button>
+          )}
+        </footer>
+      )}
+      {isGone && isMuted && (
+        <footer class="prompt-foot">
+          <button
+            type="button"
+            class="plain"
+            onClick={() => actions.unsuppress(computer.pairingID, prompt.suppressionID)}
+          >
+            Undo
+          </button>
+        </footer>
+      )}
+    </article>
+  );
+}

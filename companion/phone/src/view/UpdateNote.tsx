@@ -1,0 +1,12 @@
+import type { JSX } from "preact";
+
+export function UpdateNote({ onTake }: { onTake: () => void }): JSX.Element {
+  return (
+    <aside class="toast" role="status">
+      <span>A new version is ready</span>
+      <button type="button" class="button is-primary" onClick={onTake}>
+        Reload
+      </button>
+    </aside>
+  );
+}

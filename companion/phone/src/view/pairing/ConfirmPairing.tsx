@@ -1,0 +1,113 @@
+// A person looks at what was read, names it, and agrees.
+import type { JSX } from "preact";
+import { useId, useState } from "preact/hooks";
+import type { PairingOffer, PhoneActions, PhoneState } from "../../core/model";
+import { kLongestName } from "../parts/NameField";
+import { Symbol } from "../parts/Symbol";
+import { goTo } from "../routes";
+
+interface ConfirmPairingProps {
+  readonly offer: PairingOffer;
+  readonly state: PhoneState;
+  readonly actions: PhoneActions;
+  readonly onCancel: () => void;
+}
+
+function freeName(state: PhoneState): string {
+  const taken = new Set(state.computers.map((computer) => computer.name));
+  for (let number = 1; ; ++number) {
+    const name = number === 1 ? "My computer" : `My computer ${number}`;
+    if (!taken.has(name)) return name;
+  }
+}
+
+function hostOf(url: string): string {
+  try {
+    return new URL(url).host;
+  } catch {
+    return url;
+  }
+}
+
+export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairingProps): JSX.Element {
+  const nameID = useId();
+  const phoneID = useId();
+  const [name, setName] = useState(() => freeName(state));
+  const [phoneName, setPhoneName] = useState(state.deviceName);
+  const [isBusy, setBusy] = useState(false);
+  const [problem, setProblem] = useState<string>();
+
+  const pair = async () => {
+    setBusy(true);
+    setProblem(undefined);
+    try {
+      if (phoneName.trim() !== "" && phoneName.trim() !== state.deviceName) {
+        await actions.renameDevice(phoneName.trim());
+      }
+      await actions.pair(offer, name.trim());
+      goTo({ page: "home" });
+    } catch (error) {
+      setProblem(error instanceof Error ? error.message : "Pairing did not work.");
+      setBusy(false);
+    }
+  };
+
+  return (
+    <form
+      class="card ask"
+      onSubmit={(event) => {
+        event.preventDefault();
+        if (!isBusy && name.trim() !== "") void pair();
+      }}
+    >
+      <span class="tile is-good">
+        <Symbol name="computer" />
+      </span>
+      <p class="notice-title">Pair with this computer?</p>
+      <p>
+        This phone will see its prompts, and can press their buttons. Pair only with a computer whose code you
+        just saw yourself. Relay: <bdi>{hostOf(offer.backendURL)}</bdi>
+      </p>
+      <div class="field-plain">
+        <label for={nameID}>Name of the computer</label>
+        <input
+          id={nameID}
+          type="text"
+          value={name}
+          maxLength={kLongestName}
+          autocomplete="off"
+          enterkeyhint="done"
+          required
+          onFocus={(event) => event.currentTarget.select()}
+          onInput={(event) => setName(event.currentTarget.value)}
+        />
+      </div>
+      <div class="field-plain">
+        <label for={phoneID}>What it calls this phone</label>
+        <input
+          id={phoneID}
+          type="text"
+          value={phoneName}
+          maxLength={kLongestName}
+          autocomplete="off"
+          enterkeyhint="done"
+          onInput={(event) => setPhoneName(event.currentTarget.value)}
+        />
+      </div>
+      {problem !== undefined && (
+        <p class="trouble" role="alert">
+          <Symbol name="warning" />
+          <span>{problem}</span>
+        </p>
+      )}
+      <div class="row">
+        <button type="button" class="button" onClick={onCancel} disabled={isBusy}>
+          Cancel
+        </button>
+        <button type="submit" class="button is-primary" disabled={isBusy || name.trim() === ""}>
+          {isBusy ? "Pairing…" : "Pair"}
+        </button>
+      </div>
+    </form>
+  );
+}

@@ -1,0 +1,210 @@
+// Pairing with a computer: by camera, by a picture of its code, or by the code's text; then a look at what it is, and a
+// name. It is also the first page of a phone that has no computer yet.
+import type { JSX } from "preact";
+import { useEffect, useState } from "preact/hooks";
+import type { PairingReading, PhoneActions, PhoneState } from "../../core/model";
+import { PageFrame } from "../PageFrame";
+import { Mark, Symbol } from "../parts/Symbol";
+import { goTo } from "../routes";
+import { CameraScanner } from "./CameraScanner";
+import { ConfirmPairing } from "./ConfirmPairing";
+import { PastedText } from "./PastedText";
+import { PictureButton } from "./PictureButton";
+
+type Step =
+  { readonly kind: "ways" | "camera" | "text" } | { readonly kind: "read"; readonly reading: PairingReading };
+
+interface PairPageProps {
+  readonly state: PhoneState;
+  readonly actions: PhoneActions;
+}
+
+function Trouble({ text }: { text: string | undefined }): JSX.Element {
+  return (
+    <p class={text === undefined ? "trouble is-empty" : "trouble"} role="alert">
+      {text !== undefined && <Symbol name="warning" />}
+      {text !== undefined && <span>{text}</span>}
+    </p>
+  );
+}
+
+/** Absent: no address that may be followed. */
+function safeLink(url: string): string | undefined {
+  try {
+    const parsed = new URL(url);
+    return parsed.protocol === "https:" || parsed.protocol === "http:" ? parsed.href : undefined;
+  } catch {
+    return undefined;
+  }
+}
+
+function OtherRelay({ backendURL, onBack }: { backendURL: string; onBack: () => void }): JSX.Element {
+  const link = safeLink(backendURL);
+  return (
+    <div class="card ask">
+      <p class="notice-title">This computer uses another relay</p>
+      <p>A page talks to the computers of its own relay only. Open that relay’s page, and pair there.</p>
+      {link !== undefined && (
+        <a class="button is-primary is-wide" href={link} rel="noreferrer noopener">
+          Open {new URL(link).host}
+        </a>
+      )}
+      <button type="button" class="button is-wide" onClick={onBack}>
+        Back
+      </button>
+    </div>
+  );
+}
+
+function AlreadyPaired({ name, onBack }: { name: string; onBack: () => void }): JSX.Element {
+  return (
+    <div class="card ask">
+      <p class="notice-title">{name} is paired already</p>
+      <p>To pair it anew, forget it first.</p>
+      <button type="button" class="button is-primary is-wide" onClick={() => goTo({ page: "home" })}>
+        Show its prompts
+      </button>
+      <button type="button" class="button is-wide" onClick={onBack}>
+        Back
+      </button>
+    </div>
+  );
+}
+
+function Ways(props: {
+  trouble: string | undefined;
+  onStep: (step: Step) => void;
+  onText: (text: string) => void;
+  onTrouble: (text: string) => void;
+}): JSX.Element {
+  const { trouble, onStep, onText, onTrouble } = props;
+  return (
+    <div class="ways">
+      <Trouble text={trouble} />
+      <button
+        type="button"
+        class="button is-primary is-wide is-tall"
+        onClick={() => onStep({ kind: "camera" })}
+      >
+        <Symbol name="camera" />
+        Scan the code
+      </button>
+      <PictureButton onText={onText} onTrouble={onTrouble} />
+      <button type="button" class="button is-wide is-tall" onClick={() => onStep({ kind: "text" })}>
+        <Symbol name="text" />
+        Paste the code’s text
+      </button>
+    </div>
+  );
+}
+
+function Introduction(): JSX.Element {
+  return (
+    <ol class="steps">
+      <li>On the computer, open Quillard’s window.</li>
+      <li>Its pairing card shows a code. Scan it from here.</li>
+      <li>Give the computer a name, and its prompts appear.</li>
+    </ol>
+  );
+}
+
+export function PairPage({ state, actions }: PairPageProps): JSX.Element {
+  const [step, setStep] = useState<Step>({ kind: "ways" });
+  const [trouble, setTrouble] = useState<string>();
+  const isFirst = state.computers.length === 0;
+
+  useEffect(() => window.scrollTo(0, 0), [step.kind]);
+
+  const go = (next: Step) => {
+    setTrouble(undefined);
+    setStep(next);
+  };
+  const back = () => go({ kind: "ways" });
+  const stop = (problem: string) => {
+    setTrouble(problem);
+    setStep({ kind: "ways" });
+  };
+  const read = (text: string) => {
+    const reading = actions.readPairing(text);
+    if (reading.kind === "invalid") stop(reading.problem);
+    else go({ kind: "read", reading });
+  };
+
+  const inner = ((): JSX.Element => {
+    switch (step.kind) {
+      case "camera":
+        return (
+          <CameraScanner
+            onText={(text) => {
+              const reading = actions.readPairing(text);
+              if (reading.kind === "invalid") return reading.problem;
+              go({ kind: "read", reading });
+              return undefined;
+            }}
+            onTrouble={stop}
+            onCancel={back}
+          />
+        );
+      case "text":
+        return (
+          <PastedText
+            trouble={trouble}
+            onText={(text) => {
+              const reading = actions.readPairing(text);
+              if (reading.kind === "invalid") setTrouble(reading.problem);
+              else go({ kind: "read", reading });
+            }}
+            onCancel={back}
+          />
+        );
+      case "read":
+        break;
+      case "ways":
+        return <Ways trouble={trouble} onStep={go} onText={read} onTrouble={setTrouble} />;
+    }
+    const reading = step.reading;
+    if (reading.kind === "offer") {
+      return <ConfirmPairing offer={reading.offer} state={state} actions={actions} onCancel={back} />;
+    }
+    if (reading.kind === "otherRelay") return <OtherRelay backendURL={reading.backendURL} onBack={back} />;
+    const known =
+      reading.kind === "alreadyPaired"
+        ? state.computers.find((computer) => computer.pairingID === reading.pairingID)
+        : undefined;
+    return <AlreadyPaired name={known?.name ?? "This computer"} onBack={back} />;
+  })();
+
+  if (!isFirst) {
+    return (
+      <PageFrame title="Pair a computer" back={{ page: "home" }} backTitle="Prompts">
+        {step.kind === "ways" && <Introduction />}
+        {inner}
+      </PageFrame>
+    );
+  }
+  return (
+    <main class="welcome">
+      {step.kind === "ways" ? (
+        <>
+          <Mark />
+          <h1>Answer your computer from here</h1>
+          <p class="lead">
+            When a program on your computer asks for permission while you are away, Quillard shows it on this
+            phone, and presses the button that you choose.
+          </p>
+          <Introduction />
+          {inner}
+          <p class="aside centred with-symbol">
+            <Symbol name="lock" />
+            <span>Sealed from end to end. The relay never sees what waits.</span>
+          </p>
+        </>
+      ) : (
+        <>
+          <h1 class="page-title">Pair a computer</h1>
+          {inner}
+        </>
+      )}
+    </main>
+  );
+}

@@ -1,0 +1,57 @@
+// The code's text, where there is neither a camera nor a picture.
+import type { JSX } from "preact";
+import { useId, useState } from "preact/hooks";
+import { Symbol } from "../parts/Symbol";
+
+interface PastedTextProps {
+  readonly trouble: string | undefined;
+  readonly onText: (text: string) => void;
+  readonly onCancel: () => void;
+}
+
+export function PastedText({ trouble, onText, onCancel }: PastedTextProps): JSX.Element {
+  const id = useId();
+  const [text, setText] = useState("");
+  return (
+    <form
+      class="card ask"
+      onSubmit={(event) => {
+        event.preventDefault();
+        if (text.trim() !== "") onText(text);
+      }}
+    >
+      <div class="field-plain">
+        <label for={id}>The code’s text</label>
+        <textarea
+          id={id}
+          rows={5}
+          value={text}
+          autocomplete="off"
+          autocapitalize="off"
+          autocorrect="off"
+          spellcheck={false}
+          placeholder={'{"type": "quillard.pairing", …}'}
+          onInput={(event) => setText(event.currentTarget.value)}
+        />
+      </div>
+      <p class="aside">
+        On the computer, <code>quillard pair --text</code> prints it. It holds secrets: bring it here by a way
+        that nobody else reads.
+      </p>
+      {trouble !== undefined && (
+        <p class="trouble" role="alert">
+          <Symbol name="warning" />
+          <span>{trouble}</span>
+        </p>
+      )}
+      <div class="row">
+        <button type="button" class="button" onClick={onCancel}>
+          Cancel
+        </button>
+        <button type="submit" class="button is-primary" disabled={text.trim() === ""}>
+          Continue
+        </button>
+      </div>
+    </form>
+  );
+}

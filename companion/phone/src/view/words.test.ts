@@ -1,0 +1,183 @@
+import { describe, expect, it } from "vitest";
+import { computer, kSceneNow, prompt } from "../../gallery/scenes";
+import type { DecisionStatus, Outcome } from "../core/model";
+import {
+  ago,
+  decisionWords,
+  headline,
+  isUpToDate,
+  longAge,
+  mayDecide,
+  notices,
+  outcomeWords,
+  shortAge,
+  standing,
+} from "./words";
+
+const kNow = kSceneNow;
+
+describe("ages", () => {
+  it.each([
+    [-5, "now", "just now"],
+    [0, "now", "just now"],
+    [4.9, "now", "just now"],
+    [5, "5 s", "5 seconds ago"],
+    [59, "59 s", "59 seconds ago"],
+    [60, "1 min", "1 minute ago"],
+    [3599, "59 min", "59 minutes ago"],
+    [3600, "1 h", "1 hour ago"],
+    [86399, "23 h", "23 hours ago"],
+    [86400, "1 d", "1 day ago"],
+    [20 * 86400, "20 d", "20 days ago"],
+  ])("of %d s are %s, spoken %s", (seconds, short, long) => {
+    expect(shortAge(kNow - seconds * 1000, kNow)).toBe(short);
+    expect(longAge(kNow - seconds * 1000, kNow)).toBe(long);
+  });
+
+  it("become a part of sentences", () => {
+    expect(ago(kNow, kNow)).toBe("just now");
+    expect(ago(kNow - 180_000, kNow)).toBe("3 min ago");
+  });
+});
+
+describe("the headline", () => {
+  it("never says that nothing waits when that is not known", () => {
+    expect(headline(0, true)).toBe("Nothing waits");
+    expect(headline(0, false)).toBe("Not up to date");
+    expect(headline(1, true)).toBe("1 prompt waits");
+    expect(headline(2, false)).toBe("2 prompts wait");
+  });
+
+  it.each([
+    ["the relay is away", { relay: { kind: "offline" } }],
+    ["the computer is away", { isComputerConnected: false }],
+    ["a list could not be read", { hasUnreadableSnapshot: true }],
+  ] as const)("takes a list as old when %s", (_, parts) => {
+    expect(isUpToDate(computer())).toBe(true);
+    expect(isUpToDate(computer(parts))).toBe(false);
+  });
+
+  it("takes no list as not up to date", () => {
+    const { prompts: _, ...unheard } = computer();
+    expect(isUpToDate(unheard)).toBe(false);
+  });
+});
+
+describe("how it stands with a computer", () => {
+  it.each([
+    [{}, "good", "Connected, heard just now"],
+    [{ isComputerConnected: false, heardAt: kNow - 180_000 }, "warn", "Not connected, heard 3 min ago"],
+    [{ relay: { kind: "waiting", nextAttemptAt: kNow } }, "warn", "No relay, heard just now"],
+    [{ relay: { kind: "offline" } }, "warn", "Offline, heard just now"],
+    [{ relay: { kind: "takenOver" } }, "warn", "Open in another tab"],
+    [{ relay: { kind: "revoked" } }, "warn", "Not paired any more"],
+    [{ relay: { kind: "removed" } }, "warn", "Not paired any more"],
+    [{ relay: { kind: "refused" } }, "warn", "Not paired any more"],
+  ] as const)("is told in a line: %j", (parts, tone, text) => {
+    expect(standing(computer(parts), kNow)).toEqual({ tone, text });
+  });
+
+  it("is no claim that it is connected while the relay has not said so", () => {
+    const { isComputerConnected: _, ...unsaid } = computer();
+    expect(standing(unsaid, kNow).tone).toBe("quiet");
+  });
+
+  it("counts down to the next try of the relay", () => {
+    const waiting = computer({ relay: { kind: "waiting", nextAttemptAt: kNow + 6500 } });
+    expect(notices(waiting, kNow)[0]).toMatchObject({ detail: "Next try in 7 s.", action: "tryNow" });
+    expect(notices(waiting, kNow + 6499)[0]?.detail).toBe("Next try in 1 s.");
+    expect(notices(waiting, kNow + 6500)[0]?.detail).toBe("Trying again…");
+  });
+
+  it("is spared of notices while all is well", () => {
+    expect(notices(computer(), kNow)).toEqual([]);
+  });
+
+  it("tells everything that stands in the way at once", () => {
+    const troubled = computer({
+      isComputerConnected: false,
+      accessibilityTrusted: false,
+      hasUnreadableSnapshot: true,
+    });
+    expect(notices(troubled, kNow).map((notice) => notice.title)).toEqual([
+      "Studio Mac is not connected",
+      "Studio Mac cannot see its windows",
+      "A list came that cannot be read",
+    ]);
+  });
+});
+
+const kStatuses: readonly DecisionStatus[] = [
+  "sending",
+  "delivered",
+  "undelivered",
+  "unanswered",
+  "accepted",
+  "failed",
+  "notFound",
+  "requiresDirectAccess",
+];
+
+describe("what became of a decision", () => {
+  const decision = (status: DecisionStatus, error?: string) => ({
+    decisionID: "D",
+    approvalID: "A",
+    buttonLabel: "Allow",
+    status,
+    decidedAt: kNow,
+    ...(error === undefined ? {} : { error }),
+  });
+
+  it("is said differently for each way that it can go", () => {
+    const said = kStatuses.map((status) => decisionWords(decision(status), "Studio Mac").text);
+    expect(new Set(said).size).toBe(kStatuses.length);
+  });
+
+  it("is called done only when the computer says so", () => {
+    const good = kStatuses.filter((status) => decisionWords(decision(status), "Studio Mac").tone === "good");
+    expect(good).toEqual(["accepted"]);
+  });
+
+  it("says that it is not known where it is not", () => {
+    expect(decisionWords(decision("unanswered"), "Studio Mac").text).toContain("not known");
+  });
+
+  it("brings the reason of a failure, with what is hidden in it made visible", () => {
+    expect(decisionWords(decision("failed", "Bad\u202eluck."), "Studio Mac").text).toBe(
+      "“Allow” did not work. Bad⟨U+202E⟩luck.",
+    );
+  });
+
+  it("is waited for before another one may be made", () => {
+    const open = kStatuses.filter((status) => mayDecide(prompt(1, { decision: decision(status) })));
+    expect(open).toEqual(["undelivered", "unanswered", "failed", "notFound", "requiresDirectAccess"]);
+    expect(mayDecide(prompt(1))).toBe(true);
+  });
+});
+
+describe("the history", () => {
+  const outcome = (parts: Partial<Outcome>): Outcome => ({
+    key: "1",
+    approvalID: "A",
+    at: kNow,
+    appName: "Terminal",
+    windowTitle: "Title",
+    status: "accepted",
+    ...parts,
+  });
+
+  it("tells who decided", () => {
+    expect(outcomeWords(outcome({ buttonLabel: "Allow" })).text).toBe("“Allow” pressed from here");
+    expect(outcomeWords(outcome({ buttonLabel: "Allow", otherPhone: "Ben’s phone" })).text).toBe(
+      "“Allow” pressed: chosen on Ben’s phone",
+    );
+    expect(outcomeWords(outcome({ status: "goneByItself" })).text).toBe(
+      "Answered at the computer, or closed by itself",
+    );
+    expect(outcomeWords(outcome({ status: "suppressed" })).text).toBe("Not shown any more");
+  });
+
+  it("shows the hidden characters of another phone's name", () => {
+    expect(outcomeWords(outcome({ buttonLabel: "No", otherPhone: "A\u200bB" })).text).toContain("A⟨U+200B⟩B");
+  });
+});

@@ -38,8 +38,13 @@ int showSample(const Road& road, const Programs& programs, EndSignals& signals) 
 
 int join(const Road& road, const Programs& programs, const Wishes& wishes, EndSignals& signals) {
   if (wishes.withPhone) {
-    const auto pairing = pairingTextOf(road, [&signals] { return signals.wished().has_value(); });
+    const auto isEnough = [&signals] { return signals.wished().has_value(); };
+    const auto pairing = pairingTextOf(road, isEnough);
     if (!pairing) return 1;
+    if (!waitForAgent(*pairing, isEnough)) {
+      if (!isEnough()) std::fputs("Quillard does not reach its relay.\n", stderr);
+      return 1;
+    }
     return waitFor(*startPhone(programs.phone, *pairing, wishes.answer), signals);
   }
   if (wishes.withSample) return showSample(road, programs, signals);

@@ -11,6 +11,7 @@ namespace {
 
 // A locked keyring asks its user first.
 constexpr std::chrono::seconds kPatienceWithKeyrings{60};
+constexpr const char* kSecondsForTheAgent = "30";
 constexpr const char* kSecondsForAnAnswer = "90";
 
 Variables presentVariables() {
@@ -18,6 +19,20 @@ Variables presentVariables() {
   for (char** entry = environ; *entry; ++entry) result.emplace_back(*entry);
   return result;
 }
+
+// A secret that is handed to a program and written nowhere.
+class HandedText {
+ public:
+  explicit HandedText(const std::string& text) : descriptor(::memfd_create("pairing", MFD_CLOEXEC)) {
+    if (descriptor < 0 || ::write(descriptor, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+      throw std::runtime_error("The pairing cannot be handed to the phone.");
+    }
+  }
+  HandedText(const HandedText&) = delete;
+  HandedText& operator=(const HandedText&) = delete;
+  ~HandedText() { ::close(descriptor); }
+  const int descriptor;
+};
 
 }  // namespace
 
@@ -29,21 +44,21 @@ std::optional<std::string> pairingTextOf(const Road& road, const std::function<b
   return std::nullopt;
 }
 
+bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isEnough) {
+  const HandedText text(pairingText);
+  Service waiting({.command = {"node", TRYOUT_AWAIT_COMPUTER, kSecondsForTheAgent},
+                   .environment = presentVariables(),
+                   .handedOn = text.descriptor});
+  return waiting.waitForEnd(std::chrono::minutes(1), isEnough) == 0;
+}
+
 std::unique_ptr<Service> startPhone(const std::string& program, const std::string& pairingText,
                                     const std::optional<std::string>& answer) {
-  const int memory = ::memfd_create("pairing", MFD_CLOEXEC);  // It is written nowhere else.
-  if (memory < 0) throw std::runtime_error("memfd_create");
-  const bool isWritten =
-      ::write(memory, pairingText.data(), pairingText.size()) == static_cast<ssize_t>(pairingText.size());
-  if (!isWritten) throw std::runtime_error("The pairing cannot be handed to the phone.");
+  const HandedText text(pairingText);
   std::vector<std::string> command{"node", program, "--pairing", "/proc/self/fd/3"};
-  if (answer) {
-    command.insert(command.end(), {"--answer=" + *answer, "--once", "--timeout", kSecondsForAnAnswer});
-  }
-  auto phone = std::make_unique<Service>(Service::Start{
-      .command = command, .environment = presentVariables(), .isInForeground = true, .handedOn = memory});
-  ::close(memory);
-  return phone;
+  if (answer) command.insert(command.end(), {"--answer=" + *answer, "--once", "--timeout", kSecondsForAnAnswer});
+  return std::make_unique<Service>(Service::Start{
+      .command = command, .environment = presentVariables(), .isInForeground = true, .handedOn = text.descriptor});
 }
 
 }  // namespace quillard::tryout

@@ -15,6 +15,10 @@ namespace quillard::tryout {
 // none yet. Absent, with a line on standard error that says why, when it does not tell.
 [[nodiscard]] std::optional<std::string> pairingTextOf(const Road& road, const std::function<bool()>& isEnough = {});
 
+// Waits until the agent is connected with its relay, which then knows the pairing. False when it was not in time, or
+// `isEnough` became true.
+[[nodiscard]] bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isEnough);
+
 // The phone without a browser, in our terminal. It ends with the person's wish, or, with `answer`, once it has pressed
 // that button of the first prompt and heard what came of it.
 [[nodiscard]] std::unique_ptr<Service> startPhone(const std::string& program, const std::string& pairingText,

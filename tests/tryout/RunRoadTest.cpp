@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,13 +41,14 @@ std::string contents(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Programs that lost their parent become ours. True when none is left, dead or alive.
-bool hasNoChildren() {
-  while (true) {
-    const pid_t gone = ::waitpid(-1, nullptr, WNOHANG);
-    if (gone < 0) return true;
-    if (gone == 0) return false;
+// Those of this process. Programs that lost their parent become ours, too.
+std::set<pid_t> children() {
+  std::set<pid_t> found;
+  std::ifstream list("/proc/self/task/" + std::to_string(::getpid()) + "/children");
+  for (pid_t pid = 0; list >> pid;) {
+    if (::waitpid(pid, nullptr, WNOHANG) != pid) found.insert(pid);
   }
+  return found;
 }
 
 std::vector<std::string> entries(const std::string& folder) {
@@ -69,18 +71,18 @@ class RunRoad : public testing::Test {
  protected:
   RunRoad() {
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    ownChildren = children();
     for (const char* name : {"home", "tmp", "out"}) fs::create_directory(place.path() + "/" + name);
   }
 
-  // ./run with these options; what it says goes to a file of that name.
+  // ./run with these options; what it says goes to a file of that name. Without a display, unless one was given.
   [[nodiscard]] Service::Start start(const std::string& name, const std::vector<std::string>& options) const {
-    Service::Start start{
-        .command = {QUILLARD_PROJECT "/run"},
-        .environment = {"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
-                        "PATH=" + std::string(std::getenv("PATH")), "QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD,
-                        "QUILLARD_RUN_NAME=" + std::to_string(::getpid())},
-        .logFile = place.path() + "/out/" + name};
+    Service::Start start{.command = {QUILLARD_PROJECT "/run"}, .logFile = place.path() + "/out/" + name};
     start.command.insert(start.command.end(), options.begin(), options.end());
+    start.environment = desktop ? desktop->environment()
+                                : tryout::Variables{"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
+                                                    "PATH=" + std::string(std::getenv("PATH"))};
+    start.environment.insert(start.environment.end(), {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, mark});
     return start;
   }
   [[nodiscard]] std::string said(const std::string& name) const { return contents(place.path() + "/out/" + name); }
@@ -92,13 +94,14 @@ class RunRoad : public testing::Test {
     return Service(start(name, options)).waitForEnd(kPatience);
   }
   void expectNothingLeft() const {
-    EXPECT_TRUE(hasNoChildren());
+    EXPECT_EQ(children(), ownChildren);
     EXPECT_EQ(entries(place.path() + "/tmp"), std::vector<std::string>());
     EXPECT_EQ(entries(place.path() + "/home"), std::vector<std::string>());
   }
 
   const std::string mark = "QUILLARD_RUN_NAME=test-" + std::to_string(::getpid());
   const test::TemporaryFolder place;
+  std::set<pid_t> ownChildren;                  // Such as who looks after `place`.
   std::optional<test::PrivateDesktop> desktop;  // Stands for the user's own.
 };
 
@@ -134,7 +137,7 @@ TEST_F(RunRoad, KilledOutrightItLeavesNothingEither) {
   ASSERT_TRUE(waitUntilSaid("killed", kIsUp)) << said("killed");
   ::kill(running.id(), SIGKILL);
   EXPECT_EQ(running.waitForEnd(10s), 128 + SIGKILL);
-  EXPECT_TRUE(waitFor([] { return hasNoChildren(); }));
+  EXPECT_TRUE(waitFor([this] { return children() == ownChildren; }));
   EXPECT_TRUE(waitFor([this] { return entries(place.path() + "/tmp").empty(); }));
   expectNothingLeft();
 }

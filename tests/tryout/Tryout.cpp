@@ -129,6 +129,9 @@ void Tryout::startAgent() {
   agentLog = placeOfAgentsLog();
   agent = std::make_unique<Service>(
       Service::Start{.command = {road.agent}, .environment = road.environment, .logFile = agentLog});
+  if (pairing && !waitForAgent(*pairing, [this] { return isEndWished() || agent->exitCode(); }) && !isEndWished()) {
+    throw std::runtime_error("Quillard does not reach its relay.\n" + lastLines(agentLog));
+  }
   rendezvous = std::make_unique<Rendezvous>(road);
   if (!road.isPrivate && !wishes.withSample) return;
   samples = std::make_unique<SamplePrompts>(programs.sample, road.environment, "/dev/null");

@@ -1,4 +1,4 @@
-import { readdir, readFile } from "node:fs/promises";
+import { readdir, readFile, stat } from "node:fs/promises";
 import { dirname, join } from "node:path";
 
 import { Browser } from "./Browser";
@@ -44,15 +44,21 @@ test("shows what another phone has decided", async ({ desktop, phone, relay }) =
 test("spreads no secret", async ({ agent, relay, road }) => {
   const secrets = (await agent.tool("pair", "--text", "--force")).match(/[0-9a-f]{64}/g) ?? [];
   expect(secrets.length, "the token and the end-to-end secret").toBe(2);
-  const kept = await filesBelow(dirname(places.home));
+  const kept = await filesBelow(inFolder(""));
   const said = [
     { name: "the agent's output", contents: Buffer.from(agent.output) },
     { name: "the relay's output", contents: Buffer.from(relay.output) },
     { name: "the page's console", contents: Buffer.from(road.browser.output) },
   ];
   const forms = secrets.flatMap(formsOf);
-  const holding = [...kept, ...said].filter(({ contents }) => forms.some((form) => contents.includes(form)));
-  expect(holding.map(({ name }) => name)).toEqual([join(dirname(places.home), "data/quillard/secrets")]);
+  const holding = [...kept, ...said]
+    .filter(({ contents }) => forms.some((form) => contents.includes(form)))
+    .map(({ name }) => name);
+  // The agent's own two places, for nobody but its user.
+  const [store, settings] = ["data/quillard/secrets", "config/quillard/settings.json"].map(inFolder);
+  expect(holding).toContain(store);
+  expect(holding.filter((name) => name !== store && name !== settings)).toEqual([]);
+  for (const name of holding) expect((await stat(name)).mode & 0o077, name).toBe(0);
   const names = kept.map(({ name }) => name);
   for (const part of [relay.database, road.browser.profile]) {
     expect(
@@ -62,10 +68,20 @@ test("spreads no secret", async ({ agent, relay, road }) => {
   }
 });
 
-/** As it stands in files: as text of one or two bytes a letter, and within Base64, wherever it begins there. */
+/** Of all that belongs to the private desktop. */
+function inFolder(path: string): string {
+  return join(dirname(places.home), path);
+}
+
+/** As it may stand in files: one or two bytes a letter, as digits, and within Base64, wherever it begins there. */
 function formsOf(secret: string): Buffer[] {
-  const encoded = ["", "-", "--"].map((before) => Buffer.from(before + secret).toString("base64").slice(4, -4));
-  return [Buffer.from(secret), Buffer.from(secret, "utf16le"), ...encoded.map((text) => Buffer.from(text))];
+  const encoded = ["", "-", "--"].map((before) =>
+    Buffer.from(before + secret)
+      .toString("base64")
+      .slice(4, -4),
+  );
+  const texts = [secret, Buffer.from(secret).toString("hex"), ...encoded];
+  return [...texts.map((text) => Buffer.from(text)), Buffer.from(secret, "utf16le")];
 }
 
 async function filesBelow(folder: string): Promise<{ name: string; contents: Buffer }[]> {

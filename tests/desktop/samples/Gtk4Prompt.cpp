@@ -4,6 +4,7 @@
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
 
+#include "desktop/samples/GtkParts.h"
 #include "desktop/samples/SampleOptions.h"
 #include "desktop/samples/SampleOutcome.h"
 #include "desktop/samples/WindowPlacing.h"
@@ -20,14 +21,12 @@ class Gtk4Prompt {
 
  private:
   GtkWidget* makeWindow();
-  GtkWidget* makeMessageBox();
   GtkWidget* areaOf(GtkWidget* made);
   void fill(GtkWidget* area, bool withTexts);
   void addFields(GtkWidget* area);
   void addHidden(GtkWidget* area);
   void addWindowPrompt(GtkWidget* area);
   void addButtons(GtkWidget* area);
-  void addDialogButtons(GtkWidget* made);
   GtkWidget* addButton(GtkWidget* area, const std::string& label);
   void show();
   void setDialogType();
@@ -61,20 +60,10 @@ void name(GtkWidget* widget, const std::string& text) {
   gtk_accessible_update_property(GTK_ACCESSIBLE(widget), GTK_ACCESSIBLE_PROPERTY_LABEL, text.c_str(), -1);
 }
 
-GtkWidget* Gtk4Prompt::makeMessageBox() {
-  const std::string question = options.texts.empty() ? "" : options.texts.front();
-  GtkWidget* const made =
-      gtk_message_dialog_new(nullptr, GtkDialogFlags{}, GTK_MESSAGE_QUESTION, GTK_BUTTONS_NONE, "%s", question.c_str());
-  std::string rest;
-  for (std::size_t i = 1; i < options.texts.size(); ++i) rest += (i > 1 ? "\n" : "") + options.texts[i];
-  if (!rest.empty()) gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(made), "%s", rest.c_str());
-  return made;
-}
-
 GtkWidget* Gtk4Prompt::makeWindow() {
   switch (options.kind) {
     case Kind::messageBox:
-      return makeMessageBox();
+      return makeMessageBox(options);
     case Kind::dialog:
       return gtk_dialog_new();
     case Kind::fileChooser:
@@ -192,23 +181,14 @@ void Gtk4Prompt::addButtons(GtkWidget* area) {
   add(area, row);
 }
 
-void Gtk4Prompt::addDialogButtons(GtkWidget* made) {
-  for (std::size_t i = 0; i < options.buttons.size(); ++i) {
-    gtk_dialog_add_button(GTK_DIALOG(made), options.buttons[i].c_str(), kFirstButton + static_cast<int>(i));
-  }
-  if (options.defaultButton >= 0) {
-    gtk_dialog_set_default_response(GTK_DIALOG(made), kFirstButton + options.defaultButton);
-  }
-  g_signal_connect(made, "response", G_CALLBACK(&Gtk4Prompt::onResponse), this);
-}
-
 void Gtk4Prompt::show() {
   window = makeWindow();
   GtkWidget* const made = window;
   GtkWidget* const area = areaOf(made);
   fill(area, options.kind != Kind::messageBox);
   if (GTK_IS_DIALOG(made)) {
-    addDialogButtons(made);
+    addDialogButtons(GTK_DIALOG(made), options);
+    g_signal_connect(made, "response", G_CALLBACK(&Gtk4Prompt::onResponse), this);
   } else {
     if (options.kind != Kind::windowPrompt) addButtons(area);
     g_signal_connect_swapped(made, "close-request", G_CALLBACK(+[](gpointer self) {
@@ -292,22 +272,8 @@ int Gtk4Prompt::run() {
     gtk_window_set_child(GTK_WINDOW(parent), gtk_label_new("The document"));
     gtk_window_present(GTK_WINDOW(parent));
   }
-  const auto closeAfter = options.closeAfter;
-  const auto hangAfter = options.hangAfter;
   show();
-  if (closeAfter) {
-    g_timeout_add(
-        static_cast<guint>(closeAfter->count()),
-        [](gpointer self) {
-          static_cast<Gtk4Prompt*>(self)->close();
-          return FALSE;
-        },
-        this);
-  }
-  if (hangAfter) {
-    g_timeout_add(
-        static_cast<guint>(hangAfter->count()), [](gpointer) -> gboolean { hang(); }, nullptr);
-  }
+  endInTime(options, loop);
   g_main_loop_run(loop);
   return exitCode;
 }

@@ -25,6 +25,17 @@ if(NOT TARGET PkgConfig::qrcodegencpp)
     INTERFACE_INCLUDE_DIRECTORIES ${QUILLARD_QRCODEGENCPP_FOLDER})
 endif()
 
+# The relay. Without these, the agent alone is built.
+find_package(Boost 1.81)
+find_package(Threads REQUIRED)
+pkg_check_modules(sqlite3 IMPORTED_TARGET sqlite3>=3.35)
+set(QUILLARD_RELAY OFF)
+if(Boost_FOUND AND sqlite3_FOUND)
+  set(QUILLARD_RELAY ON)
+else()
+  message(STATUS "quillard-relay is not built: it needs Boost 1.81 and SQLite 3.35, or newer ones.")
+endif()
+
 if(QUILLARD_TESTS)
   find_package(GTest REQUIRED)
   find_package(rapidcheck CONFIG REQUIRED)

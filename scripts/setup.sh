@@ -8,13 +8,14 @@ debian_packages=(
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin xdg-utils util-linux
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
+  libboost1.81-dev libsqlite3-dev
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
 
 # The same as Homebrew calls it.
 homebrew_packages=(
   cmake ninja ccache pkg-config nlohmann-json openssl@3 utf8proc qt qr-code-generator zbar node googletest rapidcheck
-  google-benchmark cli11
+  google-benchmark cli11 boost sqlite
 )
 
 missing_debian_packages() {

@@ -1,0 +1,106 @@
+// The surroundings that a browser gives.
+
+import type { Answer, Environment, Socket, SocketListener, Surroundings } from "./environment";
+import { IndexedDBStore } from "./indexedDBStore";
+
+const askingLimit = 10_000;
+
+export function browserEnvironment(): Environment {
+  // A page that came without encryption from another computer has no such thing, whatever the types say.
+  const crypto: Crypto | undefined = globalThis.crypto as Crypto | undefined;
+  if (!crypto?.subtle) {
+    throw new Error("This page has to be opened over https, or this browser is too old to keep secrets.");
+  }
+  return {
+    now: () => Date.now(),
+    after: (milliseconds, action) => {
+      const timer = setTimeout(action, milliseconds);
+      return () => clearTimeout(timer);
+    },
+    random: () => Math.random(),
+    crypto,
+    openSocket: openWebSocket,
+    ask: askRelay,
+    store: new IndexedDBStore(crypto, factory(), async () => navigator.storage.persist()),
+    surroundings: browserSurroundings(),
+    relayOrigin: location.origin,
+    deviceName: platform(navigator.userAgent).device,
+    platform: platform(navigator.userAgent).name,
+  };
+}
+
+function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {
+  const socket = new WebSocket(url, [...protocols]);
+  socket.onopen = () => listener.opened();
+  socket.onmessage = (event: MessageEvent<unknown>) => listener.received(event.data);
+  // An error says nothing, and a close follows it.
+  socket.onclose = (event) => listener.closed(event.code);
+  return {
+    send: (text) => {
+      // A browser takes messages after the end, and throws them away without a word.
+      if (socket.readyState !== WebSocket.OPEN) throw new Error("The connection is closed.");
+      socket.send(text);
+    },
+    close: () => socket.close(),
+  };
+}
+
+/** Some browsers throw where data is switched off. */
+function factory(): IDBFactory | undefined {
+  try {
+    return globalThis.indexedDB as IDBFactory | undefined;
+  } catch {
+    return undefined;
+  }
+}
+
+async function askRelay(url: string, bearer: string): Promise<Answer> {
+  const ending = new AbortController();
+  const timer = setTimeout(() => ending.abort(), askingLimit);
+  try {
+    const answer = await fetch(url, {
+      headers: { authorization: `Bearer ${bearer}` },
+      cache: "no-store",
+      credentials: "omit",
+      redirect: "error",
+      referrerPolicy: "no-referrer",
+      signal: ending.signal,
+    });
+    return { status: answer.status };
+  } finally {
+    clearTimeout(timer);
+  }
+}
+
+function browserSurroundings(): Surroundings {
+  return {
+    isOnline: () => navigator.onLine,
+    onChange: (listener) => {
+      const ending = new AbortController();
+      const { signal } = ending;
+      const seen = () => listener("seen");
+      addEventListener("online", () => listener("online"), { signal });
+      addEventListener("offline", () => listener("offline"), { signal });
+      // A page that was kept aside comes back without being loaded.
+      addEventListener("pageshow", seen, { signal });
+      document.addEventListener("visibilitychange", () => document.visibilityState === "visible" && seen(), {
+        signal,
+      });
+      return () => ending.abort();
+    },
+  };
+}
+
+/** Good enough to tell one's phones apart; nothing depends on it. */
+export function platform(userAgent: string): { readonly name: string; readonly device: string } {
+  const known: readonly (readonly [RegExp, string, string])[] = [
+    [/iPhone|iPod/, "iOS", "iPhone"],
+    [/iPad/, "iPadOS", "iPad"],
+    [/Android/, "Android", "Android phone"],
+    [/Macintosh/, "macOS", "Browser on a Mac"],
+    [/Windows/, "Windows", "Browser on Windows"],
+    [/Linux/, "Linux", "Browser on Linux"],
+  ];
+  const match = known.find(([pattern]) => pattern.test(userAgent));
+  return match ? { name: match[1], device: match[2] } : { name: "Web", device: "Browser" };
+}

@@ -1,0 +1,82 @@
+// All that the core asks of its surroundings, so that it runs in a page, in a terminal, and in tests in virtual time.
+
+import type { Instant } from "./model";
+import type { Store } from "./store";
+
+/** Calls `action` once, after `milliseconds`; the returned function takes that back. */
+export type After = (milliseconds: number, action: () => void) => () => void;
+
+/** As much of a WebSocket as the core needs. */
+export interface Socket {
+  /** Throws where it is not open. */
+  send(text: string): void;
+  /** Nothing is to be heard from it any more, though something may be. */
+  close(): void;
+}
+
+/** What a socket tells; never before `openSocket` has returned. Whatever goes wrong ends in `closed`. */
+export interface SocketListener {
+  opened(): void;
+  /** A text, or else something that is no message. */
+  received(data: unknown): void;
+  closed(code: number): void;
+}
+
+/** What a relay answered to a question. The body is left unread: the status says it all. */
+export interface Answer {
+  readonly status: number;
+}
+
+/** The network and the screen, as far as they can be known. */
+export interface Surroundings {
+  /** False only where it is known that there is no network. */
+  isOnline(): boolean;
+  /** Network gained or lost, or the page is seen again. The returned function ends it. */
+  onChange(listener: (what: "online" | "offline" | "seen") => void): () => void;
+}
+
+export interface Environment {
+  now(): Instant;
+  after: After;
+  /** From 0 up to, but not including, 1; for waits only. */
+  random(): number;
+  readonly crypto: CryptoTools;
+  openSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket;
+  /** GET, not cached. Rejects where there was no answer, or none within ten seconds. */
+  ask(url: string, bearer: string): Promise<Answer>;
+  readonly store: Store;
+  readonly surroundings: Surroundings;
+  /** The only relay that this phone may talk to, as `https://host:port`. Absent: any. */
+  readonly relayOrigin?: string;
+  /** What the phone is called until a person names it. */
+  readonly deviceName: string;
+  /** Shown to people at the computer: "iOS". At most 32 characters. */
+  readonly platform: string;
+}
+
+/** As much of WebCrypto as the core needs, which browsers and Node declare in slightly different ways. */
+export interface CryptoTools {
+  getRandomValues(bytes: Uint8Array<ArrayBuffer>): Uint8Array<ArrayBuffer>;
+  readonly subtle: {
+    digest(algorithm: "SHA-256", data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+    importKey(
+      format: "raw",
+      data: ArrayBuffer,
+      algorithm: "AES-GCM",
+      isExtractable: boolean,
+      usages: ("encrypt" | "decrypt")[],
+    ): Promise<CryptoKey>;
+    generateKey(
+      algorithm: { readonly name: "AES-GCM"; readonly length: 256 },
+      isExtractable: boolean,
+      usages: ("encrypt" | "decrypt")[],
+    ): Promise<CryptoKey>;
+    encrypt(algorithm: Cipher, key: CryptoKey, data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+    decrypt(algorithm: Cipher, key: CryptoKey, data: Uint8Array<ArrayBuffer>): Promise<ArrayBuffer>;
+  };
+}
+
+export interface Cipher {
+  readonly name: "AES-GCM";
+  readonly iv: Uint8Array<ArrayBuffer>;
+}

@@ -1,0 +1,35 @@
+import type { PairingNotes, Store, StoredPairing, StoredPhone } from "./store";
+
+/** Keeps everything until the program ends. */
+export class MemoryStore implements Store {
+  private deviceName: string | undefined;
+  private readonly pairings = new Map<string, StoredPairing>();
+
+  load(): Promise<StoredPhone> {
+    const pairings = [...this.pairings.values()];
+    return Promise.resolve(
+      this.deviceName === undefined ? { pairings } : { deviceName: this.deviceName, pairings },
+    );
+  }
+
+  add(pairing: StoredPairing): Promise<void> {
+    this.pairings.set(pairing.pairingID, pairing);
+    return Promise.resolve();
+  }
+
+  saveNotes(pairingID: string, notes: PairingNotes): Promise<void> {
+    const pairing = this.pairings.get(pairingID);
+    if (pairing) this.pairings.set(pairingID, { ...pairing, notes });
+    return Promise.resolve();
+  }
+
+  saveDeviceName(name: string): Promise<void> {
+    this.deviceName = name;
+    return Promise.resolve();
+  }
+
+  remove(pairingID: string): Promise<void> {
+    this.pairings.delete(pairingID);
+    return Promise.resolve();
+  }
+}

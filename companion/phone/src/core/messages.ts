@@ -1,0 +1,224 @@
+// The messages between a phone and the relay, and what is inside their boxes. Reading is strict: a member that is missing,
+// mistyped or beyond its limit makes the whole record unreadable. What to do then is the caller's affair.
+
+import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
+import { buttonKind } from "./labels";
+import type { DecisionStatus, Instant, Prompt, PromptButton } from "./model";
+import type { SealedPayload } from "./sealing";
+
+/** A message has at most 1 MiB; a character is at least a byte. */
+export const longestMessage = 1024 * 1024;
+const mostPrompts = 1000;
+const mostLines = 1000;
+const mostButtons = 200;
+const longestText = 100_000;
+const longestLabel = 10_000;
+const longestName = 256;
+
+export interface OtherPhone {
+  readonly deviceID: string;
+  readonly deviceName: string;
+}
+
+export type IncomingMessage =
+  | { readonly type: "snapshot"; readonly accessibilityTrusted: boolean; readonly box: string }
+  | { readonly type: "unreadableSnapshot"; readonly problem: string }
+  | {
+      readonly type: "result";
+      readonly decisionID: string;
+      readonly box: string;
+      readonly phone?: OtherPhone;
+    }
+  | { readonly type: "suppression"; readonly box: string }
+  | { readonly type: "computerStatus"; readonly isConnected: boolean; readonly heardSecondsAgo?: number }
+  | {
+      readonly type: "receipt";
+      readonly decisionID: string;
+      readonly delivered: boolean;
+      readonly reason?: string;
+    }
+  | { readonly type: "unknown" };
+
+/** Throws a `DecodingError`; a list that cannot be read is a message of its own, since it must not go unnoticed. */
+export function readMessage(text: string): IncomingMessage {
+  const fields = new Fields(parseJson(text, longestMessage), "message");
+  switch (fields.string("type", longestName)) {
+    case "mac.snapshot":
+      return readSnapshot(fields);
+    case "approval.result":
+      return readResult(fields);
+    case "approval.suppress":
+    case "approval.unsuppress":
+      return { type: "suppression", box: boxOf(fields, "encryptedSuppression") };
+    case "mac.status":
+      return readComputerStatus(fields);
+    case "relay.receipt":
+      return readReceipt(fields);
+    default:
+      return { type: "unknown" };
+  }
+}
+
+function boxOf(fields: Fields, name: string): string {
+  return fields.object(name).string("ciphertext", longestMessage);
+}
+
+function readSnapshot(fields: Fields): IncomingMessage {
+  try {
+    const box = boxOf(fields, "encryptedApprovals");
+    return { type: "snapshot", accessibilityTrusted: fields.boolean("accessibilityTrusted"), box };
+  } catch (error) {
+    if (!(error instanceof DecodingError)) throw error;
+    return { type: "unreadableSnapshot", problem: error.message };
+  }
+}
+
+function readResult(fields: Fields): IncomingMessage {
+  const decisionID = fields.string("decisionID", longestName);
+  const box = boxOf(fields, "encryptedResult");
+  const phone = fields.optionalObject("phone");
+  if (!phone) return { type: "result", decisionID, box };
+  const deviceID = phone.string("deviceID", longestName);
+  return {
+    type: "result",
+    decisionID,
+    box,
+    phone: { deviceID, deviceName: phone.string("deviceName", longestName) },
+  };
+}
+
+function readComputerStatus(fields: Fields): IncomingMessage {
+  const isConnected = fields.boolean("macConnected");
+  const heardSecondsAgo = fields.optionalInteger("heardSecondsAgo", 0, Number.MAX_SAFE_INTEGER);
+  return { type: "computerStatus", isConnected, ...(heardSecondsAgo !== undefined && { heardSecondsAgo }) };
+}
+
+function readReceipt(fields: Fields): IncomingMessage {
+  const decisionID = fields.string("decisionID", longestName);
+  const delivered = fields.boolean("delivered");
+  const reason = fields.optionalString("reason", longestName);
+  return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
+}
+
+/** A prompt as the computer told of it; decisions are added by those who know of them. */
+export type ToldPrompt = Omit<Prompt, "decision">;
+
+/** What the box of a snapshot holds. Throws a `DecodingError`. */
+export function readPrompts(text: string): ToldPrompt[] {
+  const prompts = readList(
+    parseJson(text, longestMessage, "approvals"),
+    "approvals",
+    mostPrompts,
+    readPrompt,
+  );
+  if (new Set(prompts.map((prompt) => prompt.id)).size !== prompts.length) {
+    throw new DecodingError("approvals", "names two prompts alike");
+  }
+  return prompts;
+}
+
+function readPrompt(value: unknown, path: string): ToldPrompt {
+  const fields = new Fields(value, path);
+  checkWhatIsNotShown(fields);
+  const id = fields.uuid("id");
+  const bundleIdentifier = fields.optionalString("bundleIdentifier", longestText);
+  const directAccessReason = fields.optionalString("directAccessReason", longestText);
+  return {
+    id,
+    suppressionID: fields.optionalUuid("suppressionID") ?? id,
+    detectedAt: fields.date("detectedAt"),
+    appName: fields.string("appName", longestText),
+    ...(bundleIdentifier !== undefined && { bundleIdentifier }),
+    windowTitle: fields.string("windowTitle", longestText),
+    messageLines: fields.strings("messageLines", mostLines, longestText),
+    reason: fields.string("reason", longestText),
+    buttons: readButtons(fields),
+    requiresDirectAccess: fields.boolean("requiresDirectAccess"),
+    ...(directAccessReason !== undefined && { directAccessReason }),
+    isFallbackDetection: fields.boolean("isFallbackDetection"),
+  };
+}
+
+/** A record that lacks these is not the one that was agreed on, and nothing else in it can be relied upon. */
+function checkWhatIsNotShown(fields: Fields): void {
+  fields.integer("processIdentifier", -(2 ** 31), 2 ** 31 - 1);
+  fields.string("windowRole", longestText);
+  const frame = fields.object("windowFrame");
+  for (const name of ["x", "y", "width", "height"]) frame.number(name);
+}
+
+function readButtons(fields: Fields): PromptButton[] {
+  const recommended = fields.optionalString("recommendedButtonLabel", longestLabel);
+  const labels = fields.list("buttons", mostButtons, (value, path) => {
+    const button = new Fields(value, path);
+    for (const name of ["x", "y", "width", "height"]) button.number(name);
+    button.string("role", longestText);
+    return button.string("label", longestLabel);
+  });
+  // Of two buttons with the same label the first is the usual choice, as it is the one that is pressed.
+  const usual = recommended === undefined ? -1 : labels.indexOf(recommended);
+  return labels.map((label, index) => ({ label, isRecommended: index === usual, kind: buttonKind(label) }));
+}
+
+export type ResultStatus = Extract<
+  DecisionStatus,
+  "accepted" | "failed" | "notFound" | "requiresDirectAccess"
+>;
+
+export interface Result {
+  readonly approvalID: string;
+  readonly buttonLabel: string;
+  readonly status: ResultStatus;
+  readonly error?: string;
+}
+
+const resultStatuses: ReadonlyMap<string, ResultStatus> = new Map([
+  ["accepted", "accepted"],
+  ["failed", "failed"],
+  ["not_found", "notFound"],
+  ["requires_direct_access", "requiresDirectAccess"],
+] as const);
+
+/** What the box of a result holds. Throws a `DecodingError`. */
+export function readResultCommand(text: string): Result {
+  const fields = new Fields(parseJson(text, longestMessage, "result"), "result");
+  const status = resultStatuses.get(fields.string("status", longestName));
+  if (status === undefined) throw fields.error("status", "is not known");
+  const error = fields.optionalString("error", longestText);
+  return {
+    approvalID: fields.uuid("approvalID"),
+    buttonLabel: fields.string("buttonLabel", longestLabel),
+    status,
+    ...(error !== undefined && { error }),
+  };
+}
+
+export interface SuppressionCommand {
+  readonly action: "suppress" | "unsuppress";
+  readonly approvalID?: string;
+  readonly suppressionID: string;
+}
+
+/** What the box of a suppression holds; its own action counts, not the message's type. Throws a `DecodingError`. */
+export function readSuppressionCommand(text: string): SuppressionCommand {
+  const fields = new Fields(parseJson(text, longestMessage, "suppression"), "suppression");
+  const action = fields.string("action", longestName);
+  if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
+  const approvalID = fields.optionalUuid("approvalID");
+  const suppressionID = fields.uuid("suppressionID");
+  return { action, ...(approvalID !== undefined && { approvalID }), suppressionID };
+}
+
+export function requestMessage(decisionID: string, encryptedRequest: SealedPayload, now: Instant): string {
+  return JSON.stringify({ type: "approval.request", decisionID, encryptedRequest, issuedAt: dateText(now) });
+}
+
+export function suppressionMessage(
+  action: SuppressionCommand["action"],
+  decisionID: string,
+  encryptedSuppression: SealedPayload,
+  now: Instant,
+): string {
+  const type = `approval.${action}`;
+  return JSON.stringify({ type, decisionID, encryptedSuppression, issuedAt: dateText(now) });
+}

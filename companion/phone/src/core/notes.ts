@@ -1,0 +1,129 @@
+// The changing part of what is kept about a pairing, as text. What an older version of this page wrote, or a browser
+// damaged, must not keep the pairing itself from working: what cannot be read of it is left out.
+
+import { Fields, parseJson } from "./decoding";
+import type { DecisionRecord } from "./decisionBook";
+import type { DecisionStatus, Suppression } from "./model";
+import type { PairingNotes, PendingSuppression, StoredOutcome } from "./store";
+
+const longest = 16 * 1024 * 1024;
+const most = 10_000;
+const longestText = 100_000;
+const defaultName = "Computer";
+
+const decisionStatuses: ReadonlySet<string> = new Set<DecisionStatus>([
+  "sending",
+  "delivered",
+  "undelivered",
+  "unanswered",
+  "accepted",
+  "failed",
+  "notFound",
+  "requiresDirectAccess",
+]);
+
+function isDecisionStatus(text: string): text is DecisionStatus {
+  return decisionStatuses.has(text);
+}
+
+function isOutcomeStatus(text: string): text is StoredOutcome["status"] {
+  return isDecisionStatus(text) || text === "goneByItself" || text === "suppressed";
+}
+
+export function textOfNotes(notes: PairingNotes): string {
+  return JSON.stringify(notes);
+}
+
+export function notesFrom(text: string): PairingNotes {
+  const empty = { outcomes: [], suppressions: [], pendingSuppressions: [], decisions: [], seenNonces: [] };
+  let fields: Fields;
+  try {
+    fields = new Fields(parseJson(text, longest, "notes"), "notes");
+  } catch {
+    return { name: defaultName, ...empty };
+  }
+  const ended = readable(() => fields.optionalString("ended", 16));
+  return {
+    name: readable(() => fields.string("name", 256)) ?? defaultName,
+    outcomes: elements(fields, "outcomes", outcome),
+    suppressions: elements(fields, "suppressions", suppression),
+    pendingSuppressions: elements(fields, "pendingSuppressions", pendingSuppression),
+    decisions: elements(fields, "decisions", decision),
+    seenNonces: readable(() => fields.strings("seenNonces", most, 64)) ?? [],
+    ...((ended === "revoked" || ended === "removed") && { ended }),
+  };
+}
+
+function readable<Value>(read: () => Value): Value | undefined {
+  try {
+    return read();
+  } catch {
+    return undefined;
+  }
+}
+
+function elements<Element>(fields: Fields, name: string, read: (fields: Fields) => Element): Element[] {
+  const all = readable(() =>
+    fields.list(name, most, (value, path) => readable(() => read(new Fields(value, path)))),
+  );
+  return (all ?? []).filter((element) => element !== undefined);
+}
+
+function names(fields: Fields): { appName: string; windowTitle: string } {
+  return {
+    appName: fields.string("appName", longestText),
+    windowTitle: fields.string("windowTitle", longestText),
+  };
+}
+
+function outcome(fields: Fields): StoredOutcome {
+  const status = fields.string("status", 32);
+  if (!isOutcomeStatus(status)) throw fields.error("status", "is not known");
+  const buttonLabel = fields.optionalString("buttonLabel", longestText);
+  const error = fields.optionalString("error", longestText);
+  const otherPhone = fields.optionalString("otherPhone", longestText);
+  return {
+    key: fields.string("key", 256),
+    approvalID: fields.uuid("approvalID"),
+    at: fields.number("at"),
+    ...names(fields),
+    status,
+    ...(buttonLabel !== undefined && { buttonLabel }),
+    ...(error !== undefined && { error }),
+    ...(otherPhone !== undefined && { otherPhone }),
+  };
+}
+
+function suppression(fields: Fields): Suppression {
+  return { suppressionID: fields.uuid("suppressionID"), at: fields.number("at"), ...names(fields) };
+}
+
+function pendingSuppression(fields: Fields): PendingSuppression {
+  const action = fields.string("action", 16);
+  if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
+  const approvalID = fields.optionalUuid("approvalID");
+  return {
+    decisionID: fields.string("decisionID", 64),
+    action,
+    ...(approvalID !== undefined && { approvalID }),
+    suppressionID: fields.uuid("suppressionID"),
+  };
+}
+
+function decision(fields: Fields): DecisionRecord {
+  const status = fields.string("status", 32);
+  if (!isDecisionStatus(status)) throw fields.error("status", "is not known");
+  const error = fields.optionalString("error", longestText);
+  const settledAt = fields.optionalNumber("settledAt");
+  return {
+    decisionID: fields.string("decisionID", 64),
+    approvalID: fields.uuid("approvalID"),
+    buttonLabel: fields.string("buttonLabel", longestText),
+    status,
+    ...(error !== undefined && { error }),
+    decidedAt: fields.number("decidedAt"),
+    ...(settledAt !== undefined && { settledAt }),
+    ...names(fields),
+    mayHaveArrived: fields.boolean("mayHaveArrived"),
+  };
+}

@@ -1,0 +1,161 @@
+// The phone: the computers that it is paired with, and what a person can do.
+
+import { signal, type ReadonlySignal } from "@preact/signals-core";
+import { ComputerSession } from "./computerSession";
+import type { Environment } from "./environment";
+import type { PairingOffer, PairingReading, PhoneActions, PhoneState } from "./model";
+import { readPairingCode } from "./pairingCode";
+import { keyFrom } from "./sealing";
+import type { StoredPairing } from "./store";
+import { newUuid } from "./uuid";
+
+const longestName = 64;
+
+/** Names are shown at both ends: no control characters, no needless white space, at most 64 characters. */
+export function cleanName(name: string, fallback: string): string {
+  const plain = name.replace(/[\p{Cc}\p{Cf}\p{Cs}\p{Zl}\p{Zp}\s]+/gu, " ").trim();
+  return [...plain].slice(0, longestName).join("").trim() || fallback;
+}
+
+export class Phone implements PhoneActions {
+  /** Everything that the views draw. A change is a new object; computers that did not change stay the same ones. */
+  readonly state: ReadonlySignal<PhoneState>;
+
+  private readonly writableState;
+  private readonly sessions: ComputerSession[] = [];
+  private deviceName: string;
+
+  constructor(private readonly environment: Environment) {
+    this.deviceName = cleanName(environment.deviceName, "Phone");
+    this.writableState = signal<PhoneState>({ phase: "loading", deviceName: this.deviceName, computers: [] });
+    this.state = this.writableState;
+  }
+
+  /** Reads what is kept, and connects. Never rejects: what fails is part of the state. */
+  async start(): Promise<void> {
+    try {
+      const { deviceName, pairings } = await this.environment.store.load();
+      if (deviceName !== undefined) this.deviceName = cleanName(deviceName, this.deviceName);
+      for (const pairing of pairings) this.addSession(pairing);
+      this.publish({ phase: "ready" });
+      for (const session of this.sessions) session.start();
+    } catch (error) {
+      this.publish({ phase: "unavailable", problem: messageOf(error) });
+    }
+  }
+
+  /** Closes every connection. What is kept stays. */
+  stop(): void {
+    for (const session of this.sessions) session.stop();
+  }
+
+  readPairing(text: string): PairingReading {
+    const isPaired = (pairingID: string) => this.session(pairingID) !== undefined;
+    return readPairingCode(text, this.environment.relayOrigin, isPaired);
+  }
+
+  async pair(offer: PairingOffer, computerName: string): Promise<void> {
+    const { crypto, store, relayOrigin } = this.environment;
+    if (this.state.value.phase !== "ready") throw new Error("This phone is not ready to be paired.");
+    if (this.session(offer.pairingID)) throw new Error("This computer is paired already.");
+    if (relayOrigin !== undefined && offer.backendURL !== relayOrigin) {
+      throw new Error("This computer uses another relay. Open the page of that relay to pair.");
+    }
+    const pairing: StoredPairing = {
+      pairingID: offer.pairingID,
+      backendURL: offer.backendURL,
+      deviceID: newUuid(crypto),
+      pairedAt: this.environment.now(),
+      key: await keyFrom(crypto, offer.e2eSecret),
+      token: offer.relaySecret,
+      notes: {
+        name: cleanName(computerName, "Computer"),
+        outcomes: [],
+        suppressions: [],
+        pendingSuppressions: [],
+        decisions: [],
+        seenNonces: [],
+      },
+    };
+    await store.add(pairing);
+    // Meanwhile a second tap may have paired it.
+    if (this.session(offer.pairingID)) return;
+    const session = this.addSession(pairing);
+    this.publish({});
+    session.start();
+  }
+
+  async renameComputer(pairingID: string, name: string): Promise<void> {
+    await this.session(pairingID)?.rename(cleanName(name, "Computer"));
+  }
+
+  async renameDevice(name: string): Promise<void> {
+    this.deviceName = cleanName(name, cleanName(this.environment.deviceName, "Phone"));
+    this.publish({});
+    for (const session of this.sessions) session.deviceRenamed();
+    await this.environment.store.saveDeviceName(this.deviceName);
+  }
+
+  async forget(pairingID: string): Promise<void> {
+    const session = this.session(pairingID);
+    if (!session) return;
+    await this.environment.store.remove(pairingID);
+    session.stop();
+    const index = this.sessions.indexOf(session);
+    if (index >= 0) this.sessions.splice(index, 1);
+    this.publish({});
+  }
+
+  decide(pairingID: string, approvalID: string, buttonLabel: string): void {
+    this.session(pairingID)?.decide(approvalID, buttonLabel);
+  }
+
+  suppress(pairingID: string, approvalID: string): void {
+    this.session(pairingID)?.suppress(approvalID);
+  }
+
+  unsuppress(pairingID: string, suppressionID: string): void {
+    this.session(pairingID)?.unsuppress(suppressionID);
+  }
+
+  connectNow(pairingID: string): void {
+    this.session(pairingID)?.connectNow();
+  }
+
+  private session(pairingID: string): ComputerSession | undefined {
+    return this.sessions.find((session) => session.keys.pairingID === pairingID);
+  }
+
+  private addSession(pairing: StoredPairing): ComputerSession {
+    const session: ComputerSession = new ComputerSession(
+      pairing,
+      this.environment,
+      () => this.deviceName,
+      () => this.changed(session),
+    );
+    this.sessions.push(session);
+    return session;
+  }
+
+  private changed(session: ComputerSession): void {
+    if (!this.sessions.includes(session)) return;
+    this.publish({}, session);
+  }
+
+  /** `changedOnly`: the only session whose computer is drawn anew; absent: all are. */
+  private publish(
+    change: Pick<Partial<PhoneState>, "phase" | "problem">,
+    changedOnly?: ComputerSession,
+  ): void {
+    const before = this.state.value;
+    const computers = this.sessions.map((session) => {
+      const kept = before.computers.find((computer) => computer.pairingID === session.keys.pairingID);
+      return kept && changedOnly && session !== changedOnly ? kept : session.computer();
+    });
+    this.writableState.value = { ...before, ...change, deviceName: this.deviceName, computers };
+  }
+}
+
+function messageOf(error: unknown): string {
+  return error instanceof Error && error.message !== "" ? error.message : "This browser cannot keep keys.";
+}

@@ -1,0 +1,273 @@
+// The way to the relay, for one pairing: keeps a WebSocket open for as long as that makes sense, and says what is known.
+//
+// connecting -> connected -> waiting -> connecting ...; offline while there is no network. Until a person asks again it
+// rests in takenOver, revoked, removed and refused. A phone's system kills sockets in the background without a word, so
+// silence is checked whenever the page is seen again, and by a watchdog.
+
+import type { Environment, Socket } from "./environment";
+import type { RelayConnection as State } from "./model";
+
+/** The relay is heard every 20 s. */
+const longestSilence = 50_000;
+/** Silence after which a connection is not believed when the page is seen again. */
+const suspiciousSilence = 25_000;
+const handshakeLimit = 15_000;
+const firstWait = 1_000;
+const longestWait = 30_000;
+/** A connection that held for as long was a good one: the next wait is the first again. */
+const steadyAfter = 30_000;
+/** The relay said that it is stopping. */
+const shortestRestartWait = 2_000;
+const longestRestartWait = 5_000;
+
+export interface RelayDetails {
+  readonly backendURL: string;
+  readonly pairingID: string;
+  readonly token: string;
+  readonly deviceID: string;
+  deviceName(): string;
+}
+
+export interface RelayListener {
+  stateChanged(): void;
+  /** From here on what is sent goes out, until `disconnected`. */
+  connected(): void;
+  disconnected(): void;
+  message(text: string): void;
+}
+
+const finalStates: ReadonlySet<State["kind"]> = new Set(["takenOver", "revoked", "removed", "refused"]);
+const statesOfCloseCodes: ReadonlyMap<number, State> = new Map([
+  [4001, { kind: "takenOver" }],
+  [4002, { kind: "revoked" }],
+  [4003, { kind: "removed" }],
+] as const);
+const statesOfAnswers: ReadonlyMap<number, State> = new Map([
+  [401, { kind: "refused" }],
+  [410, { kind: "revoked" }],
+] as const);
+const restarting = 1012;
+
+/** A browser cannot set headers, so the token is offered as the name of a subprotocol. */
+function protocolsFor(token: string): readonly string[] {
+  return ["quillard.v1", `quillard.bearer.${token}`];
+}
+
+export class RelayConnection {
+  state: State = { kind: "connecting" };
+
+  private socket: Socket | undefined;
+  private isRunning = false;
+  private isOpen = false;
+  private failures = 0;
+  /** Names the current socket. */
+  private sockets = 0;
+  private openings = 0;
+  private openedAt = 0;
+  private heardAt = 0;
+  private cancelTimer: () => void = () => {};
+  private endSurroundings: () => void = () => {};
+
+  constructor(
+    private readonly details: RelayDetails,
+    private readonly environment: Environment,
+    private readonly listener: RelayListener,
+  ) {}
+
+  /** `rest`: what an earlier visit ended with; then nothing is tried until a person asks. */
+  start(rest?: "revoked" | "removed"): void {
+    if (this.isRunning) return;
+    this.isRunning = true;
+    this.endSurroundings = this.environment.surroundings.onChange((what) => this.surroundingsChanged(what));
+    if (rest) this.enter({ kind: rest });
+    else this.attempt();
+  }
+
+  /** For good. The listener hears nothing any more. */
+  stop(): void {
+    this.isRunning = false;
+    this.endSurroundings();
+    this.drop();
+  }
+
+  /** Also out of a state that is final otherwise. A connection that is there stays. */
+  connectNow(): void {
+    if (!this.isRunning || this.state.kind === "connected") return;
+    this.failures = 0;
+    this.attempt();
+  }
+
+  /** Anew, since what the relay was told at joining has changed. */
+  reconnect(): void {
+    if (this.isRunning && !finalStates.has(this.state.kind)) this.attempt();
+  }
+
+  /** False: not connected; nothing went out. */
+  send(text: string): boolean {
+    if (!this.isOpen || !this.socket) return false;
+    try {
+      this.socket.send(text);
+      return true;
+    } catch {
+      return false;
+    }
+  }
+
+  private attempt(): void {
+    this.drop();
+    if (!this.environment.surroundings.isOnline()) {
+      this.enter({ kind: "offline" });
+      return;
+    }
+    this.enter({ kind: "connecting" });
+    this.sockets += 1;
+    const number = this.sockets;
+    // What an older socket still has to say is not heard any more.
+    const ifCurrent = (action: () => void) => {
+      if (this.sockets === number) action();
+    };
+    try {
+      this.socket = this.environment.openSocket(this.url(), protocolsFor(this.details.token), {
+        opened: () => ifCurrent(() => this.opened()),
+        received: (data) => ifCurrent(() => this.heard(data)),
+        closed: (code) => ifCurrent(() => this.closed(code)),
+      });
+    } catch {
+      this.waitForNextAttempt();
+      return;
+    }
+    this.timer(handshakeLimit, () => this.failedToOpen());
+  }
+
+  private url(): string {
+    const { backendURL, pairingID, deviceID } = this.details;
+    const query = new URLSearchParams({
+      role: "phone",
+      pairing: pairingID,
+      deviceID,
+      deviceName: this.details.deviceName(),
+      platform: this.environment.platform,
+    });
+    return `${backendURL.replace(/^http/, "ws")}/ws?${query.toString()}`;
+  }
+
+  private opened(): void {
+    this.isOpen = true;
+    this.openings += 1;
+    this.openedAt = this.heardAt = this.environment.now();
+    this.watch();
+    this.enter({ kind: "connected" });
+    this.listener.connected();
+  }
+
+  private heard(data: unknown): void {
+    this.heardAt = this.environment.now();
+    // Messages are texts; a relay that sends anything else is heard, and not understood.
+    if (typeof data === "string") this.listener.message(data);
+  }
+
+  private watch(): void {
+    const left = this.heardAt + longestSilence - this.environment.now();
+    this.timer(Math.min(Math.max(left, 0), longestSilence), () => {
+      if (this.silence() >= longestSilence) this.attempt();
+      else this.watch();
+    });
+  }
+
+  /** A clock that was set back makes no silence. */
+  private silence(): number {
+    return this.environment.now() - this.heardAt;
+  }
+
+  private closed(code: number): void {
+    const wasOpen = this.isOpen;
+    const wasSteady = wasOpen && this.environment.now() - this.openedAt >= steadyAfter;
+    this.drop();
+    if (wasSteady) this.failures = 0;
+    const end = statesOfCloseCodes.get(code);
+    if (end) this.enter(end);
+    else if (!wasOpen) this.askWhy();
+    else if (code === restarting) this.waitForRestart();
+    else this.waitForNextAttempt();
+  }
+
+  private failedToOpen(): void {
+    this.drop();
+    this.waitForNextAttempt();
+  }
+
+  /** A browser does not say with which status a WebSocket was refused. */
+  private askWhy(): void {
+    this.waitForNextAttempt();
+    const asked = this.openings;
+    const { backendURL, pairingID, token } = this.details;
+    this.environment.ask(`${backendURL}/api/pairings/${encodeURIComponent(pairingID)}`, token).then(
+      (answer) => {
+        const end = statesOfAnswers.get(answer.status);
+        // Meanwhile something newer may have been learnt; a further attempt under way is nothing that was learnt.
+        const isNews = this.openings === asked && !finalStates.has(this.state.kind);
+        if (!end || !this.isRunning || !isNews) return;
+        this.drop();
+        this.enter(end);
+      },
+      () => {},
+    );
+  }
+
+  private waitForRestart(): void {
+    this.waitFor(
+      shortestRestartWait + this.environment.random() * (longestRestartWait - shortestRestartWait),
+    );
+  }
+
+  private waitForNextAttempt(): void {
+    const whole = Math.min(firstWait * 2 ** Math.min(this.failures, 10), longestWait);
+    this.failures += 1;
+    this.waitFor(whole * (1 - this.environment.random() / 2));
+  }
+
+  private waitFor(milliseconds: number): void {
+    if (!this.environment.surroundings.isOnline()) {
+      this.enter({ kind: "offline" });
+      return;
+    }
+    this.timer(milliseconds, () => this.attempt());
+    this.enter({ kind: "waiting", nextAttemptAt: this.environment.now() + milliseconds });
+  }
+
+  private surroundingsChanged(what: "online" | "offline" | "seen"): void {
+    if (!this.isRunning || finalStates.has(this.state.kind)) return;
+    if (what === "offline") {
+      this.drop();
+      this.enter({ kind: "offline" });
+      return;
+    }
+    const isDead = this.state.kind === "connected" && this.silence() >= suspiciousSilence;
+    if (this.state.kind === "waiting" || this.state.kind === "offline" || isDead) this.attempt();
+  }
+
+  private timer(milliseconds: number, action: () => void): void {
+    this.cancelTimer();
+    this.cancelTimer = this.environment.after(milliseconds, action);
+  }
+
+  /** The socket is not heard any more. */
+  private drop(): void {
+    this.cancelTimer();
+    const { socket, isOpen } = this;
+    this.socket = undefined;
+    this.isOpen = false;
+    this.sockets += 1;
+    try {
+      socket?.close();
+    } catch {
+      // It was closed already.
+    }
+    if (isOpen) this.listener.disconnected();
+  }
+
+  private enter(state: State): void {
+    this.state = state;
+    this.listener.stateChanged();
+  }
+}

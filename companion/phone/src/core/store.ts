@@ -1,0 +1,64 @@
+// What a phone keeps between two visits: per pairing its keys and its notes. An interface, with a binding for browsers in
+// `indexedDBStore.ts` and one that forgets in `memoryStore.ts`.
+
+import type { DecisionRecord } from "./decisionBook";
+import type { SuppressionCommand } from "./messages";
+import type { Instant, Outcome, Suppression } from "./model";
+
+/** A pairing's unchanging part. */
+export interface PairingKeys {
+  readonly pairingID: string;
+  readonly backendURL: string;
+  /** The phone's own random name in this pairing. */
+  readonly deviceID: string;
+  readonly pairedAt: Instant;
+  /** Opens and seals what travels. Not extractable. */
+  readonly key: CryptoKey;
+  /** The relay's bearer. It has to be sent as text, so it cannot be a key that nobody reads. */
+  readonly token: string;
+}
+
+/** An outcome, and the prompt that it is about. */
+export interface StoredOutcome extends Outcome {
+  readonly approvalID: string;
+}
+
+/** What the computer is to be told about a kind of prompt, until the relay has handed it over. */
+export interface PendingSuppression extends SuppressionCommand {
+  readonly decisionID: string;
+}
+
+/** A pairing's changing part. */
+export interface PairingNotes {
+  readonly name: string;
+  readonly outcomes: readonly StoredOutcome[];
+  readonly suppressions: readonly Suppression[];
+  readonly pendingSuppressions: readonly PendingSuppression[];
+  /** Newest last. */
+  readonly decisions: readonly DecisionRecord[];
+  /** Boxes that must not be opened a second time. Newest last. */
+  readonly seenNonces: readonly string[];
+  /** Why the relay will not have this phone any more. Absent: nothing of the kind is known. */
+  readonly ended?: "revoked" | "removed";
+}
+
+export interface StoredPairing extends PairingKeys {
+  readonly notes: PairingNotes;
+}
+
+export interface StoredPhone {
+  /** Absent: never named by a person. */
+  readonly deviceName?: string;
+  /** In the order of pairing. */
+  readonly pairings: readonly StoredPairing[];
+}
+
+/** Everything rejects with an Error whose message is for people. */
+export interface Store {
+  load(): Promise<StoredPhone>;
+  add(pairing: StoredPairing): Promise<void>;
+  /** Nothing happens where the pairing is not kept any more: another tab may have forgotten it. */
+  saveNotes(pairingID: string, notes: PairingNotes): Promise<void>;
+  saveDeviceName(name: string): Promise<void>;
+  remove(pairingID: string): Promise<void>;
+}

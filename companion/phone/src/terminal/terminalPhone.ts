@@ -1,0 +1,220 @@
+// A phone that is a terminal: prints what waits, takes numbers, and knows when it has done what it was asked for.
+
+import type { After } from "../core/environment";
+import type {
+  Computer,
+  Instant,
+  Outcome,
+  PhoneActions,
+  PhoneState,
+  Prompt,
+  PromptButton,
+} from "../core/model";
+import { exitStatus, type Options } from "./options";
+import { outcomeLine, promptLines, quoted, relayLine, titleOf } from "./words";
+
+export interface Terminal {
+  print(line: string): void;
+  /** Called once. */
+  end(status: number): void;
+}
+
+export interface TerminalSurroundings {
+  now(): Instant;
+  readonly after: After;
+}
+
+interface Choice {
+  readonly approvalID: string;
+  readonly label: string;
+}
+
+export class TerminalPhone {
+  /** A number is never given twice, so that one typed too late presses nothing else. */
+  private readonly choices: Choice[] = [];
+  private readonly numbers = new Map<string, number>();
+  /** A prompt as it was printed: printed anew when anything but its decision differs. */
+  private readonly printed = new Map<string, string>();
+  private readonly toldOutcomes = new Map<string, string>();
+  private readonly answered = new Set<string>();
+  private readonly refusedAnswers = new Set<string>();
+  private asking: Choice | undefined;
+  private lastStatus = "";
+  private isListEmpty: boolean | undefined;
+  private hasToldUnreadable = false;
+  private hasEnded = false;
+  private computer: Computer | undefined;
+  private readonly cancelTimeout: () => void;
+
+  constructor(
+    private readonly pairingID: string,
+    private readonly actions: PhoneActions,
+    private readonly options: Options,
+    private readonly surroundings: TerminalSurroundings,
+    private readonly terminal: Terminal,
+  ) {
+    const { timeoutSeconds } = options;
+    this.cancelTimeout =
+      timeoutSeconds === undefined
+        ? () => {}
+        : surroundings.after(timeoutSeconds * 1000, () => {
+            this.terminal.print("The time is over.");
+            this.end(exitStatus.timedOut);
+          });
+  }
+
+  /** Takes the newest state; prints what is new in it. */
+  show(state: PhoneState): void {
+    this.computer = state.computers.find((computer) => computer.pairingID === this.pairingID);
+    if (!this.computer || this.hasEnded) return;
+    this.showStatus(this.computer);
+    this.showList(this.computer);
+    this.showOutcomes(this.computer);
+    this.answer(this.computer);
+    this.endIfOver(this.computer);
+  }
+
+  /** A line from the keyboard. */
+  take(line: string): void {
+    if (this.hasEnded) return;
+    const text = line.trim();
+    const { asking } = this;
+    this.asking = undefined;
+    if (asking) this.confirm(asking, text);
+    else if (text !== "") this.choose(text);
+  }
+
+  private confirm(choice: Choice, text: string): void {
+    if (text.toLowerCase() === "yes") this.press(choice);
+    else this.terminal.print("Nothing was pressed.");
+  }
+
+  private choose(text: string): void {
+    const choice = /^\d{1,6}$/.test(text) ? this.choices[Number(text) - 1] : undefined;
+    if (!choice) {
+      this.terminal.print("Type the number of a button.");
+      return;
+    }
+    const found = this.find(choice);
+    if (!found) this.terminal.print("That prompt is not there any more.");
+    else if (found.button.kind !== "grant") this.press(choice);
+    else {
+      this.asking = choice;
+      this.terminal.print(`To press ${quoted(choice.label)} (${titleOf(found.prompt)}), type yes:`);
+    }
+  }
+
+  private find(choice: Choice): { readonly prompt: Prompt; readonly button: PromptButton } | undefined {
+    const prompt = this.computer?.prompts?.find((candidate) => candidate.id === choice.approvalID);
+    const button = prompt?.buttons.find((candidate) => candidate.label === choice.label);
+    return prompt && button ? { prompt, button } : undefined;
+  }
+
+  private press(choice: Choice): void {
+    const before = this.find(choice)?.prompt.decision?.decisionID;
+    this.actions.decide(this.pairingID, choice.approvalID, choice.label);
+    const made = this.find(choice)?.prompt.decision;
+    const isPressed = made !== undefined && made.decisionID !== before;
+    this.terminal.print(isPressed ? `Asking for ${quoted(choice.label)} ...` : "That cannot be pressed now.");
+  }
+
+  private showStatus(computer: Computer): void {
+    const parts = [relayLine(computer)];
+    if (computer.isComputerConnected === true) parts.push("The computer is connected.");
+    if (computer.isComputerConnected === false) parts.push("The computer is not connected.");
+    if (computer.accessibilityTrusted === false) parts.push("It may not look at windows: see its settings.");
+    const status = parts.join(" ");
+    if (status !== this.lastStatus) this.terminal.print(status);
+    this.lastStatus = status;
+    if (computer.hasUnreadableSnapshot && !this.hasToldUnreadable) {
+      this.terminal.print("A list came that this phone cannot read. Pair anew if this stays so.");
+    }
+    this.hasToldUnreadable = computer.hasUnreadableSnapshot;
+  }
+
+  private showList(computer: Computer): void {
+    const { prompts } = computer;
+    if (!prompts) return;
+    if (prompts.length === 0 && this.isListEmpty !== true) this.terminal.print("Nothing waits.");
+    this.isListEmpty = prompts.length === 0;
+    for (const id of this.printed.keys()) {
+      if (!prompts.some((prompt) => prompt.id === id)) this.printed.delete(id);
+    }
+    for (const prompt of prompts) this.showPrompt(prompt);
+  }
+
+  private showPrompt(prompt: Prompt): void {
+    const { decision: _, ...shown } = prompt;
+    const look = JSON.stringify(shown);
+    if (this.printed.get(prompt.id) === look) return;
+    this.printed.set(prompt.id, look);
+    const numbers = prompt.buttons.map((button) =>
+      prompt.requiresDirectAccess && button.kind !== "dismiss"
+        ? undefined
+        : this.number(prompt.id, button.label),
+    );
+    for (const line of promptLines(prompt, numbers, this.surroundings.now())) this.terminal.print(line);
+  }
+
+  private number(approvalID: string, label: string): number {
+    const key = `${approvalID} ${label}`;
+    const known = this.numbers.get(key);
+    if (known !== undefined) return known;
+    const number = this.choices.push({ approvalID, label });
+    this.numbers.set(key, number);
+    return number;
+  }
+
+  private showOutcomes(computer: Computer): void {
+    // Newest first there; told in the order in which they came.
+    for (const outcome of [...computer.outcomes].reverse()) {
+      const line = outcomeLine(outcome);
+      if (this.toldOutcomes.get(outcome.key) === line) continue;
+      this.toldOutcomes.set(outcome.key, line);
+      this.terminal.print(line);
+    }
+  }
+
+  private answer(computer: Computer): void {
+    for (const prompt of computer.prompts ?? []) {
+      if (this.options.once && this.answered.size > 0) return;
+      if (!this.answered.has(prompt.id)) this.answerPrompt(prompt);
+    }
+  }
+
+  private answerPrompt(prompt: Prompt): void {
+    const label = this.options.answers.find((wanted) =>
+      prompt.buttons.some((button) => button.label === wanted),
+    );
+    const button = prompt.buttons.find((candidate) => candidate.label === label);
+    if (label === undefined || !button) return;
+    if (prompt.requiresDirectAccess && button.kind !== "dismiss") {
+      if (!this.refusedAnswers.has(prompt.id))
+        this.terminal.print(`${quoted(label)} can only be pressed there.`);
+      this.refusedAnswers.add(prompt.id);
+      return;
+    }
+    this.answered.add(prompt.id);
+    this.press({ approvalID: prompt.id, label });
+  }
+
+  private endIfOver(computer: Computer): void {
+    if (this.options.once) {
+      const settled = computer.outcomes.find((outcome) => isOwnDecision(outcome));
+      if (settled) this.end(settled.status === "accepted" ? exitStatus.accepted : exitStatus.notAccepted);
+    }
+    if (["takenOver", "revoked", "removed", "refused"].includes(computer.relay.kind))
+      this.end(exitStatus.ended);
+  }
+
+  private end(status: number): void {
+    if (this.hasEnded) return;
+    this.hasEnded = true;
+    this.cancelTimeout();
+    this.terminal.end(status);
+  }
+}
+
+function isOwnDecision(outcome: Outcome): boolean {
+  return outcome.buttonLabel !== undefined && outcome.otherPhone === undefined;
+}

@@ -1,0 +1,23 @@
+import { defineConfig } from "vitest/config";
+
+// The core and the terminal phone are tested without a browser's document, the views with one.
+export default defineConfig({
+  test: {
+    restoreMocks: true,
+    projects: [
+      {
+        extends: true,
+        test: { name: "core", include: ["src/{core,terminal}/**/*.test.ts"], environment: "node" },
+      },
+      {
+        extends: true,
+        test: {
+          name: "views",
+          include: ["src/**/*.test.{ts,tsx}"],
+          exclude: ["src/{core,terminal}/**"],
+          environment: "jsdom",
+        },
+      },
+    ],
+  },
+});

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "companion/relay/ClientAddress.h"
+#include "companion/relay/EventLog.h"
+#include "companion/relay/PairingRooms.h"
+#include "companion/relay/RelayLimits.h"
+#include "companion/relay/RelayMetrics.h"
+#include "companion/relay/RelayService.h"
+#include "companion/relay/RelayTime.h"
+
+namespace quillard::relayserver {
+
+// What every connection uses. All of it outlives them.
+struct ConnectionSurroundings {
+  RelayService& service;
+  PairingRooms& rooms;
+  const RelayLimits& limits;
+  RelayMetrics& metrics;
+  EventLog& log;
+  const std::vector<IpNetwork>& trustedProxies;
+  std::function<Moment()> now;
+};
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,188 @@
+#include "companion/relay/HttpConnection.h"
+
+#include <array>
+#include <optional>
+
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/field.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+#include "companion/relay/WebSocketConnection.h"
+
+namespace quillard::relayserver {
+namespace {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+
+// How long a client has to fetch an answer, and then to end the connection.
+constexpr std::chrono::seconds kAnswerPatience{60};
+constexpr std::chrono::seconds kEndPatience{2};
+
+// `name`: of the field, as a text or as one that Beast knows.
+template <class Name>
+std::vector<std::string> valuesOf(const HttpRequestMessage& request, Name name) {
+  std::vector<std::string> values;
+  const auto [first, last] = request.equal_range(name);
+  for (auto field = first; field != last; ++field) values.emplace_back(field->value());
+  return values;
+}
+
+std::string firstOf(const std::vector<std::string>& values) { return values.empty() ? "" : values.front(); }
+
+// Of those that ask for a WebSocket; absent: it is well-formed.
+std::optional<HttpAnswer> refusalForUpgrade(const HttpRequestMessage& request) {
+  constexpr std::size_t kKeyLength = 24;
+  if (firstOf(valuesOf(request, http::field::sec_websocket_version)) != "13") {
+    auto answer = errorAnswer(426, "The relay speaks version 13 of the WebSocket protocol.");
+    answer.headers.emplace_back("sec-websocket-version", "13");
+    answer.headers.emplace_back("upgrade", "websocket");
+    return answer;
+  }
+  const auto keys = valuesOf(request, http::field::sec_websocket_key);
+  if (keys.size() != 1 || keys.front().size() != kKeyLength || !request.body().empty()) {
+    return errorAnswer(400, "The WebSocket handshake is malformed.");
+  }
+  return std::nullopt;
+}
+
+// One connection, request after request. States: TLS handshake -> reading -> answering -> reading again, or ending, or
+// handed on to a WebSocket. It belongs to whatever operation is under way.
+class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
+ public:
+  HttpConnection(RelayStream accepted, const IpAddress& peer, const ConnectionSurroundings& surroundings,
+                 PlainAnswer plainAnswer, std::function<void()> onEnd)
+      : surroundings(surroundings),
+        stream(std::move(accepted)),
+        deadline(stream.get_executor()),
+        peer(peer),
+        plainAnswer(std::move(plainAnswer)),
+        onEnd(std::move(onEnd)) {}
+  HttpConnection(const HttpConnection&) = delete;
+  HttpConnection& operator=(const HttpConnection&) = delete;
+  ~HttpConnection() { onEnd(); }
+
+  void start() {
+    expireAfter(surroundings.limits.handshake);
+    stream.handshake([self = shared_from_this()](const ErrorCode& error) {
+      if (!error) self->readRequest();
+    });
+  }
+
+ private:
+  void expireAfter(Duration patience) {
+    deadline.expires_after(patience);
+    deadline.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+      const auto self = weak.lock();
+      if (self && !error && self->deadline.expiry() <= std::chrono::steady_clock::now()) self->stream.close();
+    });
+  }
+
+  void readRequest() {
+    parser.emplace();
+    parser->header_limit(surroundings.limits.headerBytes);
+    parser->body_limit(surroundings.limits.bodyBytes);
+    http::async_read(stream, buffer, *parser, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (error) {
+        self->refuseUnreadable(error);
+      } else {
+        self->answerRequest(self->parser->release());
+      }
+    });
+  }
+
+  void refuseUnreadable(const ErrorCode& error) {
+    if (error == http::error::header_limit) return send(errorAnswer(431, "The headers are too long."), false);
+    if (error == http::error::body_limit) return send(errorAnswer(413, "The body is too long."), false);
+    const bool isOfHttp = error.category() == http::make_error_code(http::error::bad_method).category();
+    const bool hasJustEnded = error == http::error::end_of_stream || error == http::error::partial_message;
+    if (isOfHttp && !hasJustEnded) send(errorAnswer(400, "The request is malformed."), false);
+  }
+
+  void answerRequest(HttpRequestMessage request) {
+    const HttpQuestion question = questionOf(request);
+    isForHead = request.method() == http::verb::head;
+    if (plainAnswer) return send(plainAnswer(question), request.keep_alive());
+    const bool isForWebSocket = question.asksForWebSocket && question.target.substr(0, 4) == "/ws?";
+    if (isForWebSocket) return answerUpgrade(request, question);
+    send(surroundings.service.answer(question, surroundings.now()), request.keep_alive());
+  }
+
+  void answerUpgrade(const HttpRequestMessage& request, const HttpQuestion& question) {
+    auto malformed = refusalForUpgrade(request);
+    // Nothing may follow before the answer.
+    if (!malformed && buffer.size() > 0) malformed = errorAnswer(400, "The WebSocket handshake is malformed.");
+    if (malformed) return send(*malformed, false);
+    auto outcome = surroundings.service.admit(question, surroundings.now());
+    if (auto* refusal = std::get_if<HttpAnswer>(&outcome)) return send(std::move(*refusal), false);
+    deadline.cancel();
+    startWebSocket(std::move(stream), request, std::get<Admission>(outcome), surroundings);
+  }
+
+  HttpQuestion questionOf(const HttpRequestMessage& request) const {
+    return {.method = std::string(request.method_string()),
+            .target = std::string(request.target()),
+            .body = request.body(),
+            .authorization = valuesOf(request, http::field::authorization),
+            .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
+            .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
+            .asksForWebSocket = beast::websocket::is_upgrade(request),
+            .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies)
+                            .rateName()};
+  }
+
+  void send(HttpAnswer answer, bool keepsAlive) {
+    ++surroundings.metrics.answers[answer.status];
+    head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
+    body = isForHead ? nullptr : answer.body;
+    const std::array<asio::const_buffer, 2> parts{asio::buffer(head), body ? asio::buffer(*body) : asio::const_buffer()};
+    expireAfter(kAnswerPatience);
+    asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+      if (error) return;
+      if (!keepsAlive) return self->end();
+      self->expireAfter(self->surroundings.limits.handshake);
+      self->readRequest();
+    });
+  }
+
+  // What the client still sends is read and dropped for a moment: ending at once could take the answer from it.
+  void end() {
+    expireAfter(kEndPatience);
+    stream.shutdown([self = shared_from_this()](const ErrorCode& error) {
+      if (!error && !self->stream.isEncrypted()) self->drain();
+    });
+  }
+
+  void drain() {
+    stream.async_read_some(asio::buffer(dropped), [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (!error) self->drain();
+    });
+  }
+
+  const ConnectionSurroundings& surroundings;
+  RelayStream stream;
+  asio::steady_timer deadline;
+  const IpAddress peer;
+  const PlainAnswer plainAnswer;
+  const std::function<void()> onEnd;
+  beast::flat_buffer buffer;
+  std::optional<http::request_parser<http::string_body>> parser;
+  std::string head;
+  MessageText body;
+  bool isForHead = false;
+  std::array<char, 1024> dropped{};
+};
+
+}  // namespace
+
+void serveHttp(RelayStream stream, const IpAddress& peer, const ConnectionSurroundings& surroundings,
+               const PlainAnswer& plainAnswer, std::function<void()> onEnd) {
+  std::make_shared<HttpConnection>(std::move(stream), peer, surroundings, plainAnswer, std::move(onEnd))->start();
+}
+
+}  // namespace quillard::relayserver

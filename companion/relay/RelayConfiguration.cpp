@@ -1,0 +1,188 @@
+#include "companion/relay/RelayConfiguration.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr const char* kDescription =
+    "Passes sealed messages between Quillard's agents and the phones that are paired with them,\n"
+    "and serves the phones' page.";
+constexpr const char* kFooter =
+    "Each option can also stand in the configuration file, without its dashes, or in the environment: --tls-key is\n"
+    "QUILLARD_RELAY_TLS_KEY. A flag outweighs the environment, and that the file.\n"
+    "Exit codes: 0 fine, 2 wrong usage, 3 not possible here.";
+
+// Where CLI11 puts what it read.
+struct Arguments {
+  std::vector<std::string> listen{"127.0.0.1:8080"};
+  std::string metrics;
+  std::string database;
+  std::string page;
+  std::string tlsCertificate;
+  std::string tlsKey;
+  bool isBehindProxy = false;
+  std::vector<std::string> trustedProxies{"127.0.0.0/8", "::1"};
+  RelayLimits limits;
+  long purgeDays = 400;
+  std::size_t snapshotMebibytes = 256;
+};
+
+std::string environmentName(const std::string& option) {
+  std::string name = "QUILLARD_RELAY_";
+  for (const char c : option) name += c == '-' ? '_' : static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+  return name;
+}
+
+template <class Value>
+CLI::Option* add(CLI::App& program, const std::string& name, Value& value, const std::string& description) {
+  return program.add_option("--" + name, value, description)->envname(environmentName(name));
+}
+
+void describeLimits(CLI::App& program, Arguments& read) {
+  add(program, "pairings", read.limits.pairings, "The most pairings that are kept")
+      ->check(CLI::Range(1, 10'000'000))
+      ->capture_default_str();
+  add(program, "purge-days", read.purgeDays, "Forget a pairing that nobody has used for so long")
+      ->check(CLI::Range(1, 36'500))
+      ->capture_default_str();
+  add(program, "connections", read.limits.connections, "The most connections at once")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str();
+  add(program, "snapshot-memory", read.snapshotMebibytes, "MiB for the newest snapshots of all pairings")
+      ->check(CLI::Range(1, 1'048'576))
+      ->capture_default_str();
+}
+
+// For tests and benchmarks, which have neither the time nor as many addresses: not shown.
+void describeRates(CLI::App& program, Arguments& read) {
+  const auto hidden = [&](const std::string& name, auto& value) { add(program, name, value, "")->group(""); };
+  hidden("registration-burst", read.limits.registrations.burst);
+  hidden("registrations-per-second", read.limits.registrations.perSecond);
+  hidden("handshake-burst", read.limits.handshakes.burst);
+  hidden("handshakes-per-second", read.limits.handshakes.perSecond);
+  hidden("agent-message-burst", read.limits.agentMessages.burst);
+  hidden("phone-message-burst", read.limits.phoneMessages.burst);
+  hidden("open-requests", read.limits.openRequests);
+  const auto hiddenTime = [&](const std::string& name, std::chrono::milliseconds& value) {
+    program
+        .add_option_function<std::int64_t>("--" + name,
+                                           [&value](std::int64_t given) { value = std::chrono::milliseconds(given); })
+        ->group("")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{3'600'000}))
+        ->envname(environmentName(name));
+  };
+  hiddenTime("handshake-milliseconds", read.limits.handshake);
+  hiddenTime("ping-milliseconds", read.limits.ping);
+  hiddenTime("idle-milliseconds", read.limits.idle);
+}
+
+void describe(CLI::App& program, Arguments& read) {
+  program.description(kDescription);
+  program.footer(kFooter);
+  program.set_version_flag("--version", "quillard-relay " QUILLARD_VERSION, "Print the version and exit");
+  program.set_help_flag("-h,--help", "Print this help and exit");
+  program.set_config("--config", "", "Read the configuration from this file")->envname("QUILLARD_RELAY_CONFIG");
+  program.allow_config_extras(CLI::config_extras_mode::error);
+  add(program, "listen", read.listen, "Where to listen; may be given several times; port 0 takes one that is free")
+      ->capture_default_str();
+  add(program, "database", read.database, "The file that pairings are kept in; it is made where there is none")
+      ->required();
+  add(program, "page", read.page, "The folder of the phones' page");
+  add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
+  add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
+  program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is")
+      ->envname("QUILLARD_RELAY_BEHIND_PROXY");
+  add(program, "trusted-proxy", read.trustedProxies, "Addresses or networks whose X-Forwarded-For counts")
+      ->capture_default_str();
+  add(program, "metrics", read.metrics, "Where to serve /metrics for Prometheus, in clear");
+  describeLimits(program, read);
+  describeRates(program, read);
+}
+
+SaySomething complaint(const std::string& words) { return {words + "\n", ExitCode::wrongUsage}; }
+
+std::optional<SaySomething> readListeners(const Arguments& read, RelayConfiguration& configuration) {
+  for (const auto& text : read.listen) {
+    const auto address = ListenAddress::parse(text);
+    if (!address) return complaint("--listen " + text + ": that is no address and port, such as 127.0.0.1:8080.");
+    if (!address->address.isLoopback() && !configuration.hasTls() && !configuration.isBehindProxy) {
+      return complaint("--listen " + text + ": other computers could listen in. Give --tls-certificate and --tls-key, or "
+                       "--behind-proxy where a proxy does TLS.");
+    }
+    configuration.listen.push_back(*address);
+  }
+  if (read.metrics.empty()) return std::nullopt;
+  configuration.metrics = ListenAddress::parse(read.metrics);
+  if (!configuration.metrics) return complaint("--metrics " + read.metrics + ": that is no address and port.");
+  if (!configuration.metrics->address.isLoopback() && !configuration.isBehindProxy) {
+    return complaint("--metrics " + read.metrics + ": metrics are served in clear; without --behind-proxy only at this "
+                     "computer's own address.");
+  }
+  return std::nullopt;
+}
+
+std::optional<SaySomething> readProxies(const Arguments& read, RelayConfiguration& configuration) {
+  if (!read.isBehindProxy) return std::nullopt;
+  for (const auto& text : read.trustedProxies) {
+    const auto network = IpNetwork::parse(text);
+    if (!network) return complaint("--trusted-proxy " + text + ": that is no address or network, such as 10.0.0.0/8.");
+    configuration.trustedProxies.push_back(*network);
+  }
+  return std::nullopt;
+}
+
+std::variant<RelayConfiguration, SaySomething> configurationOf(const Arguments& read) {
+  if (read.tlsCertificate.empty() != read.tlsKey.empty()) {
+    return complaint("--tls-certificate and --tls-key go together.");
+  }
+  RelayConfiguration configuration{.database = read.database,
+                                   .page = read.page,
+                                   .tlsCertificate = read.tlsCertificate,
+                                   .tlsKey = read.tlsKey,
+                                   .isBehindProxy = read.isBehindProxy,
+                                   .limits = read.limits};
+  configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
+  configuration.limits.snapshotBytes = read.snapshotMebibytes * 1024 * 1024;
+  if (auto wrong = readListeners(read, configuration)) return *wrong;
+  if (auto wrong = readProxies(read, configuration)) return *wrong;
+  return configuration;
+}
+
+}  // namespace
+
+std::optional<ListenAddress> ListenAddress::parse(std::string_view text) {
+  const auto colon = text.rfind(':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  const auto host = text.substr(0, colon);
+  // Without brackets, an address with colons could be one with its end cut off.
+  if (host.find(':') != std::string_view::npos && !(host.starts_with('[') && host.ends_with(']'))) return std::nullopt;
+  const auto address = IpAddress::parse(host);
+  const auto digits = text.substr(colon + 1);
+  std::uint16_t port = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
+  if (!address || error != std::errc{} || end != digits.data() + digits.size()) return std::nullopt;
+  return ListenAddress{*address, port};
+}
+
+std::variant<RelayConfiguration, SaySomething> readConfiguration(const std::vector<std::string>& arguments) {
+  CLI::App program("", "quillard-relay");
+  Arguments read;
+  describe(program, read);
+  // CLI11 takes them from the end.
+  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  try {
+    program.parse(std::move(reversed));
+  } catch (const CLI::ParseError& end) {
+    std::ostringstream said;
+    const bool isWrong = program.exit(end, said, said) != 0;
+    return SaySomething{said.str(), isWrong ? ExitCode::wrongUsage : ExitCode::fine};
+  }
+  return configurationOf(read);
+}
+
+}  // namespace quillard::relayserver

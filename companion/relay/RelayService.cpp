@@ -1,0 +1,168 @@
+#include "companion/relay/RelayService.h"
+
+#include <optional>
+
+#include "companion/relay/RelayNames.h"
+#include "foundation/StrictJson.h"
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr std::string_view kMalformed = "The request is malformed.";
+constexpr std::string_view kStranger = "There is no such pairing, or it has another token.";
+constexpr std::string_view kRevoked = "This pairing was revoked.";
+constexpr std::string_view kStoreFailed = "The relay cannot use its database now.";
+constexpr std::string_view kStopping = "The relay is stopping.";
+
+HttpAnswer unauthorized(std::string_view words) {
+  auto answer = errorAnswer(401, words);
+  answer.headers.emplace_back("www-authenticate", "Bearer");
+  return answer;
+}
+
+HttpAnswer notAllowed(const char* allowed) {
+  auto answer = errorAnswer(405, "That cannot be done here.");
+  answer.headers.emplace_back("allow", allowed);
+  return answer;
+}
+
+// Absent: there is still room in the rate.
+std::optional<HttpAnswer> refusalForRate(NamedBuckets& buckets, const std::string& name, Instant now) {
+  TokenBucket& bucket = buckets.of(name, now);
+  if (bucket.take(now)) return std::nullopt;
+  auto answer = errorAnswer(429, "Too many requests.");
+  answer.headers.emplace_back("retry-after", std::to_string(bucket.wait(now).count()));
+  return answer;
+}
+
+// Absent: a token was given.
+std::optional<HttpAnswer> refusalForToken(const OfferedToken& offered) {
+  if (offered.kind == OfferedToken::Kind::none) return unauthorized("There is no bearer token.");
+  if (offered.kind == OfferedToken::Kind::malformed) return errorAnswer(400, "The bearer token is malformed.");
+  return std::nullopt;
+}
+
+// Absent: a member.
+std::optional<HttpAnswer> refusalForStanding(Pairings::Standing standing) {
+  switch (standing) {
+    case Pairings::Standing::member: return std::nullopt;
+    case Pairings::Standing::stranger: return unauthorized(kStranger);
+    case Pairings::Standing::revoked: return errorAnswer(410, kRevoked);
+    case Pairings::Standing::storeFailed: return errorAnswer(500, kStoreFailed);
+  }
+  return errorAnswer(500, kStoreFailed);
+}
+
+bool isRegistrationBody(const std::string& body) {
+  const auto parsed = parseStrictJson(body, {.depth = 8, .members = 64});
+  const auto* json = std::get_if<Json>(&parsed);
+  if (!json) return false;
+  JsonReader reader{*json};
+  const bool isForMac = reader.string("client") == "mac";
+  const bool isVersion1 = reader.integer("version", 1, 1) == 1;
+  return !reader.error() && isForMac && isVersion1;
+}
+
+HttpAnswer answerTo(Pairings::Registration registration) {
+  switch (registration) {
+    case Pairings::Registration::taken: return {.status = 204, .headers = {{"cache-control", "no-store"}}};
+    case Pairings::Registration::otherToken: return unauthorized("The pairing has another token.");
+    case Pairings::Registration::revoked: return errorAnswer(410, kRevoked);
+    case Pairings::Registration::full: return errorAnswer(507, "The relay holds as many pairings as it will.");
+    case Pairings::Registration::storeFailed: break;
+  }
+  return errorAnswer(500, kStoreFailed);
+}
+
+bool isReading(const HttpQuestion& question) { return question.method == "GET" || question.method == "HEAD"; }
+
+}  // namespace
+
+RelayService::RelayService(const Surroundings& surroundings)
+    : pairings(surroundings.pairings),
+      rooms(surroundings.rooms),
+      page(surroundings.page),
+      registrations(surroundings.limits.registrations, surroundings.limits.addresses),
+      handshakes(surroundings.limits.handshakes, surroundings.limits.addresses) {}
+
+HttpAnswer RelayService::answer(const HttpQuestion& question, Moment now) {
+  const auto target = parseRequestTarget(question.target);
+  if (!target) return errorAnswer(400, kMalformed);
+  const auto& segments = target->segments;
+  const std::string first = segments.empty() ? "" : segments.front();
+  if (first == "api") return answerPairing(question, *target, now);
+  if (!isReading(question)) return notAllowed("GET, HEAD");
+  if (segments.size() == 1 && first == "healthz") return answerHealth();
+  if (segments.size() == 1 && first == "ws") {
+    auto answer = errorAnswer(426, "This address is for WebSockets.");
+    answer.headers.emplace_back("upgrade", "websocket");
+    answer.headers.emplace_back("sec-websocket-version", "13");
+    return answer;
+  }
+  return page.answer(segments, question.ifNoneMatch);
+}
+
+HttpAnswer RelayService::answerHealth() const {
+  if (isStopping) return errorAnswer(503, kStopping);
+  return {.headers = {{"content-type", "text/plain; charset=utf-8"}, {"cache-control", "no-store"}},
+          .body = std::make_shared<const std::string>("ok")};
+}
+
+HttpAnswer RelayService::answerPairing(const HttpQuestion& question, const RequestTarget& target, Moment now) {
+  const auto& segments = target.segments;
+  const bool isPairing = segments.size() >= 3 && segments[1] == "pairings";
+  if (isPairing && segments.size() == 4 && segments[3] == "relay-token") {
+    if (question.method != "PUT") return notAllowed("PUT");
+    return registerToken(question, segments[2], now);
+  }
+  if (isPairing && segments.size() == 3) {
+    if (!isReading(question)) return notAllowed("GET, HEAD");
+    return tellPresence(question, segments[2], now);
+  }
+  return errorAnswer(404, "There is nothing at this address.");
+}
+
+HttpAnswer RelayService::registerToken(const HttpQuestion& question, const std::string& pairingID, Moment now) {
+  if (auto refusal = refusalForRate(registrations, question.rateName, now.instant)) return *refusal;
+  if (!isPairingID(pairingID)) return errorAnswer(400, "The pairing's name is malformed.");
+  const auto offered = readToken(question.authorization, {});
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (!isRegistrationBody(question.body)) return errorAnswer(400, "The body is malformed.");
+  return answerTo(pairings.registerToken(pairingID, offered.token, now.epochSeconds));
+}
+
+HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const std::string& pairingID, Moment now) {
+  if (auto refusal = refusalForRate(handshakes, question.rateName, now.instant)) return *refusal;
+  if (!isPairingID(pairingID)) return errorAnswer(400, "The pairing's name is malformed.");
+  const auto offered = readToken(question.authorization, {});
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (auto refusal = refusalForStanding(pairings.standingOf(pairingID, offered.token, now.epochSeconds))) {
+    return *refusal;
+  }
+  const auto presence = rooms.presenceOf(pairingID);
+  const Json json{{"macConnected", presence.isAgentConnected}, {"phoneCount", presence.phoneCount}};
+  return {.headers = {{"content-type", "application/json"}, {"cache-control", "no-store"}},
+          .body = std::make_shared<const std::string>(json.dump())};
+}
+
+std::variant<Admission, HttpAnswer> RelayService::admit(const HttpQuestion& question, Moment now) {
+  if (isStopping) return errorAnswer(503, kStopping);
+  if (auto refusal = refusalForRate(handshakes, question.rateName, now.instant)) return *refusal;
+  const auto target = parseRequestTarget(question.target);
+  if (!target) return errorAnswer(400, kMalformed);
+  auto who = readIntroduction(target->query);
+  if (!who) return errorAnswer(400, kMalformed);
+  const auto offered = readToken(question.authorization, question.subprotocols);
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (auto refusal = refusalForStanding(pairings.standingOf(who->pairingID, offered.token, now.epochSeconds))) {
+    return *refusal;
+  }
+  const bool isPhone = who->role == Role::phone;
+  if (isPhone && pairings.isRemoved(who->pairingID, who->deviceID)) {
+    return errorAnswer(403, "The computer has removed this phone.");
+  }
+  if (!rooms.hasPlaceFor(*who)) return errorAnswer(503, "The pairing has as many phones as it can.");
+  return Admission{.who = std::move(*who), .offersProtocol = offered.offersProtocol};
+}
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,155 @@
+#include "companion/relay/WebSocketConnection.h"
+
+#include <optional>
+#include <string_view>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/field.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include "companion/relay/OutgoingQueue.h"
+
+namespace quillard::relayserver {
+namespace {
+
+namespace beast = boost::beast;
+namespace websocket = beast::websocket;
+
+// How long the answer to a handshake may take to be sent, and how long whoever was told goodbye has to answer.
+constexpr std::chrono::seconds kHandshakePatience{10};
+constexpr std::chrono::seconds kGoodbyePatience{5};
+// What a connection keeps of its buffer between messages.
+constexpr std::size_t kKeptBuffer = 16 * 1024;
+
+// One agent or phone. States: answering the handshake -> open -> closing -> gone. It belongs to whatever operation is
+// under way.
+class WebSocketConnection final : public RelayPeer, public std::enable_shared_from_this<WebSocketConnection> {
+ public:
+  WebSocketConnection(RelayStream stream, const ConnectionSurroundings& surroundings)
+      : surroundings(surroundings),
+        socket(std::move(stream)),
+        patience(socket.get_executor()),
+        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {}
+
+  void start(const HttpRequestMessage& request, const Admission& admission) {
+    socket.set_option(websocket::stream_base::timeout{kHandshakePatience, websocket::stream_base::none(), false});
+    socket.read_message_max(surroundings.limits.messageBytes);
+    socket.auto_fragment(false);
+    socket.text(true);
+    socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
+      if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
+    }));
+    socket.next_layer().setOnBytes([this] { this->surroundings.rooms.heard(*this, now().instant); });
+    // The place is taken at once: nobody else can be given it while the answer is on its way.
+    surroundings.rooms.join(shared_from_this(), admission.who, now().instant);
+    ++surroundings.metrics.answers[101];
+    socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
+  }
+
+  bool send(const MessageText& text) override {
+    if (!outgoing.push(text)) return false;
+    writeNext();
+    return true;
+  }
+
+  void ping() override {
+    if (state != State::open || isPinging) return;
+    isPinging = true;
+    socket.async_ping({}, [self = shared_from_this()](const ErrorCode&) { self->isPinging = false; });
+  }
+
+  void close(CloseCode code) override {
+    if (state == State::closing) return;
+    outgoing.clear(isWriting);
+    closeCode = code;
+    if (state == State::open) sayGoodbye();
+  }
+
+  void abort() override {
+    state = State::closing;
+    outgoing.clear(isWriting);
+    socket.next_layer().close();
+  }
+
+ private:
+  enum class State { answering, open, closing };
+
+  [[nodiscard]] Moment now() const { return surroundings.now(); }
+
+  void didAccept(const ErrorCode& error) {
+    if (error || state == State::closing) return end();
+    state = State::open;
+    if (closeCode) {
+      sayGoodbye();
+    } else {
+      writeNext();
+    }
+    read();
+  }
+
+  // Once it reads, whoever reads notices the end.
+  void sayGoodbye() {
+    state = State::closing;
+    patience.expires_after(kGoodbyePatience);
+    patience.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+      const auto self = weak.lock();
+      if (self && !error) self->socket.next_layer().close();
+    });
+    socket.async_close(websocket::close_reason(static_cast<std::uint16_t>(*closeCode)),
+                       [self = shared_from_this()](const ErrorCode&) { self->end(); });
+  }
+
+  void read() {
+    socket.async_read(buffer, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (error) return self->end();
+      self->take();
+      self->read();
+    });
+  }
+
+  void take() {
+    const auto bytes = buffer.cdata();
+    surroundings.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
+    buffer.consume(buffer.size());
+    if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
+  }
+
+  void writeNext() {
+    if (state != State::open || isWriting || outgoing.isEmpty()) return;
+    isWriting = true;
+    const MessageText text = outgoing.front();
+    socket.async_write(boost::asio::buffer(*text), [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
+      self->isWriting = false;
+      self->outgoing.pop();
+      if (!error) self->writeNext();
+    });
+  }
+
+  void end() {
+    surroundings.rooms.leave(*this, now().instant);
+    if (state == State::closing && closeCode) return;  // The goodbye is under way, or done.
+    state = State::closing;
+    outgoing.clear(isWriting);
+  }
+
+  const ConnectionSurroundings& surroundings;
+  websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
+  boost::asio::steady_timer patience;  // With a goodbye: it may be stuck behind a message that nobody reads.
+  OutgoingQueue outgoing;
+  beast::flat_buffer buffer;
+  State state = State::answering;
+  bool isWriting = false;
+  bool isPinging = false;
+  std::optional<CloseCode> closeCode;
+};
+
+}  // namespace
+
+void startWebSocket(RelayStream stream, const HttpRequestMessage& request, const Admission& admission,
+                    const ConnectionSurroundings& surroundings) {
+  std::make_shared<WebSocketConnection>(std::move(stream), surroundings)->start(request, admission);
+}
+
+}  // namespace quillard::relayserver

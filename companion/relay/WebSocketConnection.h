@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+
+#include "companion/relay/ConnectionSurroundings.h"
+#include "companion/relay/RelayStream.h"
+
+namespace quillard::relayserver {
+
+using HttpRequestMessage = boost::beast::http::request<boost::beast::http::string_body>;
+
+// Takes the connection over: joins the rooms and answers `request`, which was granted. It lives until it has ended.
+void startWebSocket(RelayStream stream, const HttpRequestMessage& request, const Admission& admission,
+                    const ConnectionSurroundings& surroundings);
+
+}  // namespace quillard::relayserver

@@ -53,7 +53,7 @@ export class Agent {
       QUILLARD_RELAY_URL: this.relay.webSocketAddress,
       QUILLARD_PAIRING_ID: "road",
     });
-    await run.exitStatus;
+    await run.isRead;
     return run.output;
   }
 

@@ -52,6 +52,10 @@ export class Browser {
     await this.context?.close();
   }
 
+  async screenshot(path: string): Promise<void> {
+    await this.phone.page.screenshot({ path, fullPage: true });
+  }
+
   get phone(): PhonePage {
     if (this.opened === undefined) throw new Error("The browser was not started");
     return this.opened;

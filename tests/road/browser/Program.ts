@@ -12,6 +12,8 @@ export class Program {
   private status: number | undefined;
   /** Its exit code or, as a shell has it, 128 and the number of the signal that ended it. */
   readonly exitStatus: Promise<number>;
+  /** Everything that it wrote has been read, too. */
+  readonly isRead: Promise<void>;
 
   constructor(
     readonly name: string,
@@ -34,6 +36,7 @@ export class Program {
         resolve(this.status);
       });
     });
+    this.isRead = new Promise((resolve) => this.child.on("close", () => resolve()));
     // Whoever awaits it gets to know; a program that nobody awaits may fail to start without ending the run.
     this.exitStatus.catch(() => undefined);
   }

@@ -64,6 +64,7 @@ test("offers nothing but the refusal of a prompt for a password", async ({ deskt
     const more = ["--password", "Password"];
     const dialog = await desktop.open({ toolkit, title, buttons: ["Cancel", "OK"], more });
     const prompt = await phone.prompt(title);
+    await expect(prompt.element).toContainText("Only at Desk");
     await expect(prompt.choices).toHaveCount(1);
     await expect(prompt.button("OK")).toHaveCount(0);
     expect(dialog.isRunning).toBe(true);

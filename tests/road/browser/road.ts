@@ -49,16 +49,23 @@ export class Road {
     expect(await this.relay.end(), "the relay ends politely").toBe(0);
   }
 
-  /** What there is to see when a test has failed. */
+  /** What there is to see when a test has failed. The pictures may show a code, of a pairing that goes with the desktop. */
   async tell(info: TestInfo): Promise<void> {
-    const file = (name: string) => info.outputPath(name);
-    await writeFile(file("agent.txt"), withoutSecrets(this.agent.output));
-    await writeFile(file("relay.txt"), withoutSecrets(this.relay.output));
-    await writeFile(file("desktop.png"), await this.desktop.screenshot());
-    await this.phone.page.screenshot({ path: file("page.png"), fullPage: true });
+    const agent = withoutSecrets(this.agent.output);
+    const relay = withoutSecrets(this.relay.output);
     console.log(`The screens then, and what the programs said: ${info.outputDir}`);
-    console.log(`The agent:\n${withoutSecrets(this.agent.output)}`);
-    console.log(`The relay:\n${withoutSecrets(this.relay.output)}`);
+    console.log(`The agent:\n${agent}`);
+    console.log(`The relay:\n${relay}`);
+    const file = (name: string) => info.outputPath(name);
+    const steps = [
+      writeFile(file("agent.txt"), agent),
+      writeFile(file("relay.txt"), relay),
+      this.desktop.screenshot().then((picture) => writeFile(file("desktop.png"), picture)),
+      this.browser.screenshot(file("page.png")),
+    ];
+    for (const step of await Promise.allSettled(steps)) {
+      if (step.status === "rejected") console.log(`Not to be seen: ${String(step.reason)}`);
+    }
   }
 }
 
@@ -92,9 +99,12 @@ export const test = base.extend<TestFixtures, WorkerFixtures>({
     try {
       await roadForAll.begin();
       await use(roadForAll);
-      expect(roadForAll.browser.mistakes).toEqual([]);
-    } finally {
       if (info.status !== info.expectedStatus) await roadForAll.tell(info);
+      expect(roadForAll.browser.mistakes).toEqual([]);
+    } catch (error) {
+      await roadForAll.tell(info);
+      throw error;
+    } finally {
       await roadForAll.desktop.closeAll();
     }
   },

@@ -4,6 +4,11 @@ import { constants } from "node:os";
 /** How long a sign may take on a busy machine. Only failures use it up. */
 export const patience = 20_000;
 
+/** Programs are not to print any secret; should one do so, it is not spread by us. */
+export function withoutSecrets(text: string): string {
+  return text.replace(/[0-9a-f]{64}/g, "(a secret)");
+}
+
 /** A program on the desktop, as it runs: what it has written, and what it ended with. */
 export class Program {
   private readonly child: ChildProcess;
@@ -61,7 +66,11 @@ export class Program {
       const giveUp = (why: string) => {
         this.listeners = this.listeners.filter((listener) => listener !== look);
         clearTimeout(timer);
-        reject(new Error(`${this.name} ${why} before it said ${String(sign)}. It said:\n${this.output}`));
+        reject(
+          new Error(
+            `${this.name} ${why} before it said ${String(sign)}. It said:\n${withoutSecrets(this.output)}`,
+          ),
+        );
       };
       const look = () => {
         const match = sign.exec(this.written);

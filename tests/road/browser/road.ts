@@ -6,6 +6,7 @@ import { Agent } from "./Agent";
 import { Browser } from "./Browser";
 import { Desktop } from "./Desktop";
 import type { PhonePage } from "./PhonePage";
+import { withoutSecrets } from "./Program";
 import { Relay } from "./Relay";
 
 /** The whole road: a desktop, the agent on it, the relay, and a browser as a phone, paired. */
@@ -16,6 +17,7 @@ export class Road {
   readonly browser = new Browser(this.relay);
 
   private begun: Promise<void> | undefined;
+  private isUp = false;
 
   get phone(): PhonePage {
     return this.browser.phone;
@@ -34,6 +36,7 @@ export class Road {
     await this.browser.start();
     await this.phone.open();
     await this.pair();
+    this.isUp = true;
   }
 
   /** As a person does: by a picture of the computer's screen, with the agent's window on it. */
@@ -44,6 +47,7 @@ export class Road {
 
   async end(): Promise<void> {
     await this.browser.end();
+    if (!this.isUp) return;
     await this.desktop.closeAll();
     expect(await this.agent.quit(), "the agent quits politely").toBe(0);
     expect(await this.relay.end(), "the relay ends politely").toBe(0);
@@ -67,11 +71,6 @@ export class Road {
       if (step.status === "rejected") console.log(`Not to be seen: ${String(step.reason)}`);
     }
   }
-}
-
-/** The programs are not to print any; should one do so, it is not spread by us. */
-function withoutSecrets(text: string): string {
-  return text.replace(/[0-9a-f]{64}/g, "(a secret)");
 }
 
 interface WorkerFixtures {

@@ -50,7 +50,7 @@ test("a computer that went away is said, with when it was last heard of", async 
 }) => {
   await computer.show([sampleApproval(1)]);
   await pairByText(page, relay, computer);
-  await expect(page.getByText("Connected, heard")).toBeVisible();
+  await expect(page.getByText(/^Connected/)).toBeVisible();
   computer.disconnect();
   await expect(page.getByText("Studio is not connected")).toBeVisible();
   await expect(page.getByText(/^Last heard of /)).toBeVisible();
@@ -81,7 +81,11 @@ test("a relay that is restarted is said, waited for, and used again", async ({
     .getByRole("button", { name: "Try now" })
     .tap({ timeout: 3000 })
     .catch(() => undefined);
-  await card(page).getByRole("button", { name: "Cancel" }).tap();
+  // What was aimed while the page moved is not taken.
+  await expect(async () => {
+    await card(page).getByRole("button", { name: "Cancel" }).tap({ timeout: 1000 });
+    await expect(card(page).getByRole("status")).toContainText(/Sending|pressing/, { timeout: 1000 });
+  }).toPass();
   expect((await computer.request()).buttonLabel).toBe("Cancel");
 });
 
@@ -97,7 +101,7 @@ test("a phone without a network says so, and goes on by itself", async ({
   await context.setOffline(true);
   await expect(page.getByText("This phone is offline")).toBeVisible();
   await context.setOffline(false);
-  await expect(page.getByText("Connected, heard")).toBeVisible();
+  await expect(page.getByText(/^Connected/)).toBeVisible();
 });
 
 test("only one tab has the connection, and it can be taken back", async ({
@@ -109,10 +113,10 @@ test("only one tab has the connection, and it can be taken back", async ({
   await pairByText(page, relay, computer);
   const second = await context.newPage();
   await second.goto(relay.url);
-  await expect(second.getByText("Connected, heard")).toBeVisible();
+  await expect(second.getByText(/^Connected/)).toBeVisible();
   await expect(page.getByText("Quillard is open in another tab")).toBeVisible();
   await page.getByRole("button", { name: "Use it here" }).tap();
-  await expect(page.getByText("Connected, heard")).toBeVisible();
+  await expect(page.getByText(/^Connected/)).toBeVisible();
   await expect(second.getByText("Quillard is open in another tab")).toBeVisible();
 });
 
@@ -124,7 +128,7 @@ test("a pairing that the computer took back is said, and can be forgotten", asyn
 }) => {
   watch.expected.push(kRelayIsGone);
   await pairByText(page, relay, computer);
-  await expect(page.getByText("Connected, heard")).toBeVisible();
+  await expect(page.getByText(/^Connected/)).toBeVisible();
   computer.unpair();
   await expect(page.getByText("Studio unpaired its phones")).toBeVisible();
   await page.getByRole("button", { name: "Forget…" }).tap();

@@ -32,7 +32,7 @@ test("pairs by a screenshot of the computer's whole screen", async ({ page, rela
   const buffer = desktopPicture(computer.pairingText);
   await (await choosing).setFiles({ name: "screen.png", mimeType: "image/png", buffer });
   await agree(page, "Studio");
-  await expect(page.getByText("Connected, heard")).toBeVisible();
+  await expect(page.getByText(/^Connected/)).toBeVisible();
 });
 
 test("says that a picture holds no code, and that a file is no picture", async ({ page, relay }) => {

@@ -9,9 +9,11 @@ debian_packages=(
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin xdg-utils util-linux
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
-  libboost1.81-dev libsqlite3-dev
+  libboost1.81-dev libsqlite3-dev chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
 )
+# Where Node did not come from the distribution it has an npm of its own, and theirs would not go with it.
+command -v npm >/dev/null || debian_packages+=(npm)
 
 # Of these, what only tests need. Whoever wants to run the program sets only_to_run, and does not wait for it.
 debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev python3-cryptography-vectors gnome-keyring dunst

@@ -20,11 +20,13 @@ std::string pageLines(const Situation& situation) {
 
 std::string pairingLines(const Situation& situation) {
   if (situation.pairing) {
-    return "There, pair it by pasting this text. Whoever has it can answer the prompts of this desktop.\n\n" +
+    return "Pair it there with \"Paste the code's text\", which is this. Whoever has it can answer the prompts of this "
+           "desktop.\n\n" +
            *situation.pairing + "\n\n";
   }
-  const std::string command = "There, pair it by pasting the text that  ./run --pair  prints in another terminal";
-  return command + (situation.isPrivate ? ".\n" : ",\nor with a picture of the code in Quillard's window.\n");
+  const std::string way =
+      "Pair it there with \"Paste the code's text\", which  ./run --pair  prints in another terminal";
+  return way + (situation.isPrivate ? ".\n" : ",\nor with a picture of the code in Quillard's window.\n");
 }
 
 std::string playLines(const Situation& situation) {
@@ -56,7 +58,7 @@ std::string welcome(const Situation& situation) {
   text += situation.isPrivate ? "There is no display here: Quillard runs on a private desktop.\n\n"
                               : "Quillard runs on this desktop; its window says what is set up.\n\n";
   text += pageLines(situation) + pairingLines(situation) + playLines(situation);
-  if (situation.page) text += "A phone of its own needs a relay that it can reach, with TLS: docs/relay.md.\n";
+  if (situation.page) text += "A phone elsewhere needs a relay that it can reach, with TLS: docs/relay.md.\n";
   text += situation.isPrivate ? "\nCtrl-C ends all of it and leaves nothing behind.\n"
                               : "\nCtrl-C ends Quillard, and what was started with it.\n";
   return text;

@@ -195,7 +195,9 @@ export class TerminalPhone {
       return;
     }
     this.answered.add(prompt.id);
-    this.press({ approvalID: prompt.id, label });
+    // This runs while a state is being shown: what becomes of it stands in one that is shown later.
+    this.terminal.print(`Asking for ${quoted(label)} ...`);
+    this.actions.decide(this.pairingID, prompt.id, label);
   }
 
   private endIfOver(computer: Computer): void {

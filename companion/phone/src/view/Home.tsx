@@ -24,7 +24,7 @@ export function Home({ state, actions, now }: HomeProps): JSX.Element {
         <Mark />
         <div class="masthead-words">
           <p class="product">Quillard</p>
-          <h1>{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
+          <h1 aria-live="polite">{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
         </div>
         <a class="round" href={routeHash({ page: "pair" })} aria-label="Pair another computer">
           <Symbol name="plus" />

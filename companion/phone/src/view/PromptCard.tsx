@@ -175,6 +175,7 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
             {...(button.isRecommended ? { caption: "Recommended" } : {})}
             isDisabled={isDisabled}
             onPress={decide}
+            onHint={onHint}
           />
         );
       })}
@@ -237,40 +238,36 @@ export function PromptCard({ slot, computer, actions, now }: PromptCardProps): J
   const isMuted = computer.suppressions.some((one) => one.suppressionID === prompt.suppressionID);
   const isOpen = !isGone && mayDecide(prompt);
   return (
-    <article class={`card prompt ${isGone ? "is-gone" : ""}`} aria-label={titleOf(prompt.windowTitle)}>
+    // A decision changes what stands in the card, and as little as can be of its height: others stand below it.
+    <article
+      class={`card prompt ${isGone ? "is-gone" : ""} ${isOpen ? "" : "is-settled"}`}
+      aria-label={titleOf(prompt.windowTitle)}
+    >
       <Head prompt={prompt} now={now} />
       <h3 class="prompt-title" dir="auto">
         {titleOf(prompt.windowTitle)}
       </h3>
-      {!isGone && <Message prompt={prompt} />}
-      {!isGone && prompt.isFallbackDetection && (
+      <Message prompt={prompt} />
+      {prompt.isFallbackDetection && (
         <p class="aside">Recognised by its looks only: it may be something else than a prompt.</p>
       )}
-      {!isGone && prompt.requiresDirectAccess && <DirectAccess prompt={prompt} computer={computer} />}
+      {prompt.requiresDirectAccess && <DirectAccess prompt={prompt} computer={computer} />}
+      <Buttons
+        prompt={prompt}
+        isDisabled={!isOpen || !isReachable(computer)}
+        onDecide={(label) => {
+          setHint(undefined);
+          actions.decide(computer.pairingID, prompt.id, label);
+        }}
+        onHint={setHint}
+      />
+      <Status line={statusLine(slot, computer, isOpen ? hint : undefined)} />
       {isOpen && (
-        <Buttons
-          prompt={prompt}
-          isDisabled={!isReachable(computer)}
-          onDecide={(label) => {
-            setHint(undefined);
-            actions.decide(computer.pairingID, prompt.id, label);
-          }}
-          onHint={setHint}
-        />
-      )}
-      <Status line={statusLine(slot, computer, hint)} />
-      {!isGone && (
         <footer class="prompt-foot">
           <Details prompt={prompt} />
-          {isOpen && (
-            <button
-              type="button"
-              class="plain"
-              onClick={() => actions.suppress(computer.pairingID, prompt.id)}
-            >
-              Don’t show this again
-            </button>
-          )}
+          <button type="button" class="plain" onClick={() => actions.suppress(computer.pairingID, prompt.id)}>
+            Don’t show this again
+          </button>
         </footer>
       )}
       {isGone && isMuted && (

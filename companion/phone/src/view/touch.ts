@@ -34,7 +34,7 @@ export function isTouched(): boolean {
 }
 
 // A tap that was aimed before something moved is not meant for what is under it now.
-const kAfterMove = 400;
+const kAfterMove = 300;
 let movedAt = -Infinity;
 
 /** To be told when prompts changed their place on the page without the person's doing. */

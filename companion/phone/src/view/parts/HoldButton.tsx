@@ -1,7 +1,7 @@
 // The button for what grants something. One tap never presses it: a finger holds it until it is full. Who cannot hold
 // (a keyboard, a screen reader, a switch) activates it twice instead.
 import type { JSX } from "preact";
-import { useEffect, useId, useRef, useState } from "preact/hooks";
+import { useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { visibleText } from "../../core/visibleText";
 import { isTouched } from "../touch";
 
@@ -103,8 +103,8 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
     setPhase("idle");
   };
 
-  // What was begun for another prompt, or for this one as it was, is void.
-  useEffect(
+  // What was begun for another prompt, or for this one as it was, is void: before anything else can happen.
+  useLayoutEffect(
     () => () => {
       hold.current?.end();
       if (asked.current !== undefined) onHint(undefined);

@@ -10,9 +10,11 @@ export interface TapButtonProps {
   readonly caption?: string;
   readonly isDisabled: boolean;
   readonly onPress: () => void;
+  /** A word on what to do, for the line below the buttons. */
+  readonly onHint: (hint: string) => void;
 }
 
-export function TapButton({ label, caption, isDisabled, onPress }: TapButtonProps): JSX.Element {
+export function TapButton({ label, caption, isDisabled, onPress, onHint }: TapButtonProps): JSX.Element {
   const captionID = useId();
   // Set while a finger is down that was aimed before the prompts moved.
   const isStray = useRef(false);
@@ -30,7 +32,9 @@ export function TapButton({ label, caption, isDisabled, onPress }: TapButtonProp
       onClick={() => {
         const stray = isStray.current;
         isStray.current = false;
-        if (!stray && !isDisabled) onPress();
+        if (isDisabled) return;
+        if (stray) onHint(`The page just moved. To confirm, tap again: ${visibleText(label)}`);
+        else onPress();
       }}
     >
       <bdi class="press-label">{visibleText(label)}</bdi>

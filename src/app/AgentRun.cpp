@@ -10,6 +10,7 @@
 
 #include "agent/AppDelegate.h"
 #include "app/LinuxSystem.h"
+#include "app/MemoryTrim.h"
 #include "app/RunningAgents.h"
 #include "platform/Platform.h"
 #include "platform/qt/QtApplication.h"
@@ -22,6 +23,10 @@ namespace {
 
 // An agent that ends says goodbye to its relay first.
 constexpr platform::Seconds kPatienceWithOthers{5};
+
+// After the status window has come up, as it does at each start, or gone: its pages are drawn, or let go, by then, and
+// the first scans are done.
+constexpr platform::Seconds kWindowHasSettled{4};
 
 // Everything that the agent is handed.
 struct AgentSurroundings {
@@ -101,6 +106,7 @@ ExitCode runAgent(char* programName, const Output& output) {
   const QApplication loop(count, arguments);
   describeApplication();
   AgentSurroundings surroundings;
+  platform::TaskHandle trim;
   // Asks again itself, but does not wait: without this, whoever starts a second agent would be left with none.
   endRunningAgents(surroundings.system.processes, surroundings.system.environment, kPatienceWithOthers);
   const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
@@ -111,6 +117,9 @@ ExitCode runAgent(char* programName, const Output& output) {
     surroundings.statusBar.setApplicationMenu(
         surroundings.application.applicationMenu().items,
         [&surroundings](const platform::ApplicationMenuItem& item) { surroundings.application.choose(item); });
+  });
+  application.setOnActivationPolicy([&trim, &mainThread = surroundings.system.executors.mainThread()] {
+    trim = mainThread.postAfter(kWindowHasSettled, trimMemory);
   });
   if (const auto limitation = surroundings.system.windows.limitation()) {
     surroundings.system.console.writeLine(*limitation);

@@ -78,6 +78,10 @@ class PrivateDesktop {
   // Writes the whole screen as PNG. There must be a display.
   void screenshot(const std::string& path) const;
 
+  // The X server answers nobody until it goes on.
+  void stopDisplay() { xServer.at(0).stop(); }
+  void resumeDisplay() { xServer.at(0).resume(); }
+
   // End without a warning to programs, for tests of what happens then, and wait until they have gone.
   void killDisplay();
   void killSessionBus() { busServer.at(0).kill(); }

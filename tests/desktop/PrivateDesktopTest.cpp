@@ -17,6 +17,7 @@
 
 #include "desktop/DesktopBus.h"
 #include "desktop/PrivateDesktop.h"
+#include "desktop/Screenshot.h"
 #include "support/ChildProcess.h"
 
 namespace quillard::test {
@@ -243,6 +244,15 @@ TEST(PrivateDesktop, PicturesTheScreenInItsSizeAndWithItsWindows) {
   EXPECT_TRUE(isBlank(screen(desktop)));
   const auto window = desktop.launch("zenity", {"--info", "--text=Something to see"});
   EXPECT_TRUE(waitFor([&] { return !isBlank(screen(desktop)); }));
+}
+
+TEST(PrivateDesktop, WaitsForAPictureNoLongerThanItIsToldTo) {
+  PrivateDesktop desktop({.width = 800, .height = 600});
+  desktop.stopDisplay();
+  const std::string file = desktop.folder("tmp/screen.png");
+  EXPECT_THROW(saveScreenshot(desktop.display(), file, std::chrono::milliseconds{100}), std::runtime_error);
+  desktop.resumeDisplay();
+  EXPECT_EQ(screen(desktop).size(), QSize(800, 600));
 }
 
 TEST(PrivateDesktop, TellsHowProgramsEnd) {

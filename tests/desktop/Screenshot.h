@@ -1,10 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace quillard::test {
 
-// Writes the whole screen of an X display (":7") as PNG. Throws when it cannot.
-void saveScreenshot(const std::string& display, const std::string& path);
+// Writes the whole screen of an X display of this computer (":7") as PNG. Throws when it cannot, also when the X server
+// does not answer for as long as `patience`.
+void saveScreenshot(const std::string& display, const std::string& path,
+                    std::chrono::milliseconds patience = std::chrono::seconds{10});
 
 }  // namespace quillard::test

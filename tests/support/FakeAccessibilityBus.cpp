@@ -73,6 +73,11 @@ void FakeProgram::hangOn(const std::string& member) {
   hanging.insert(member);
 }
 
+void FakeProgram::goOnWith(const std::string& member) {
+  const std::lock_guard lock(mutex);
+  hanging.erase(member);
+}
+
 void FakeProgram::lieOn(const std::string& member) {
   const std::lock_guard lock(mutex);
   lying.insert(member);

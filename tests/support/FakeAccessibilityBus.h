@@ -51,6 +51,8 @@ class FakeProgram {
   void set(const std::string& path, const FakeObject& object);
   // Calls of this member (or reads of this property) are never answered.
   void hangOn(const std::string& member);
+  // Until here: from now on they are answered.
+  void goOnWith(const std::string& member);
   // They are answered with a number of a type that fits nowhere.
   void lieOn(const std::string& member);
   // How often a member, or property, was asked for.

@@ -15,6 +15,11 @@ std::int32_t QtApplication::processIdentifier() const {
   return static_cast<std::int32_t>(QCoreApplication::applicationPid());
 }
 
+void QtApplication::setActivationPolicy(platform::ActivationPolicy policy) {
+  itsPolicy = policy;
+  if (onActivationPolicy) onActivationPolicy();
+}
+
 void QtApplication::activateIgnoringOtherApplications() {
   for (QWindow* const window : QGuiApplication::topLevelWindows()) {
     if (!window->isVisible() || window->type() != Qt::Window) continue;

@@ -23,9 +23,11 @@ class QtApplication final : public platform::Application {
   void setOnWillTerminate(std::function<void()> handler) { onWillTerminate = std::move(handler); }
   void setOnMenuChange(std::function<void()> handler) { onMenuChange = std::move(handler); }
   void setOnAboutPanel(std::function<void()> handler) { onAboutPanel = std::move(handler); }
+  // Called after each choice of a policy, also of the one that held before.
+  void setOnActivationPolicy(std::function<void()> handler) { onActivationPolicy = std::move(handler); }
 
   [[nodiscard]] std::int32_t processIdentifier() const override;
-  void setActivationPolicy(platform::ActivationPolicy policy) override { itsPolicy = policy; }
+  void setActivationPolicy(platform::ActivationPolicy policy) override;
   void activateIgnoringOtherApplications() override;
   // Told again, nothing happens.
   void terminate() override;
@@ -44,6 +46,7 @@ class QtApplication final : public platform::Application {
   std::function<void()> onWillTerminate;
   std::function<void()> onMenuChange;
   std::function<void()> onAboutPanel;
+  std::function<void()> onActivationPolicy;
 };
 
 }  // namespace quillard::qt

@@ -40,6 +40,16 @@ TEST_F(QtApplicationTest, KeepsItsActivationPolicy) {
   EXPECT_EQ(application.activationPolicy(), platform::ActivationPolicy::accessory);
 }
 
+TEST_F(QtApplicationTest, TellsOfEveryActivationPolicyThatIsChosen) {
+  application.setOnActivationPolicy([this] {
+    happened.emplace_back(application.activationPolicy() == platform::ActivationPolicy::regular ? "regular" : "other");
+  });
+  application.setActivationPolicy(platform::ActivationPolicy::regular);
+  application.setActivationPolicy(platform::ActivationPolicy::accessory);
+  application.setActivationPolicy(platform::ActivationPolicy::accessory);
+  EXPECT_EQ(happened, (std::vector<std::string>{"regular", "other", "other"}));
+}
+
 TEST_F(QtApplicationTest, KeepsTheNewestMenuAndTellsThatItChanged) {
   application.setOnMenuChange([this] { happened.push_back(application.applicationMenu().items.front().title); });
   application.setApplicationMenu("Quillard", {{.title = "First", .keyEquivalent = {}, .onChoice = {}}});

@@ -38,12 +38,17 @@ class PromptAgent {
     return found;
   }
 
+  // As ApprovalClicker does it: an application that is still busy coming to the front is asked a second time.
+  std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval, const std::string& label) {
+    resolver.focusApplication(approval);
+    binding.clock().sleep(platform::Seconds{0.2});
+    if (auto button = resolver.resolveCurrentButton(approval, label)) return button;
+    binding.clock().sleep(platform::Seconds{0.25});
+    return resolver.resolveCurrentButton(approval, label);
+  }
+
   std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
-    const auto find = [&, this] {
-      resolver.focusApplication(approval);
-      binding.clock().sleep(platform::Seconds{0.2});
-      return resolver.resolveCurrentButton(approval, label);
-    };
+    const auto find = [&, this] { return focusAndResolve(approval, label); };
     const auto button = find();
     if (!button) return ClickError::buttonNotFound;
     return ClickExecutor::click(

@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include "desktop/samples/GtkParts.h"
 #include "desktop/samples/SampleOptions.h"
 #include "desktop/samples/SampleOutcome.h"
 
@@ -17,7 +18,6 @@ class Gtk3Prompt {
 
  private:
   GtkWidget* makeWindow();
-  GtkWidget* makeMessageBox();
   GtkWidget* areaOf(GtkWidget* made);
   void fill(GtkWidget* area, bool withTexts);
   void addFields(GtkWidget* area);
@@ -52,20 +52,10 @@ void describe(GtkWidget* widget, AtkRole role, const std::string& name) {
   if (!name.empty()) atk_object_set_name(accessible, name.c_str());
 }
 
-GtkWidget* Gtk3Prompt::makeMessageBox() {
-  const std::string question = options.texts.empty() ? "" : options.texts.front();
-  GtkWidget* const made =
-      gtk_message_dialog_new(nullptr, GtkDialogFlags{}, GTK_MESSAGE_QUESTION, GTK_BUTTONS_NONE, "%s", question.c_str());
-  std::string rest;
-  for (std::size_t i = 1; i < options.texts.size(); ++i) rest += (i > 1 ? "\n" : "") + options.texts[i];
-  if (!rest.empty()) gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(made), "%s", rest.c_str());
-  return made;
-}
-
 GtkWidget* Gtk3Prompt::makeWindow() {
   switch (options.kind) {
     case Kind::messageBox:
-      return makeMessageBox();
+      return makeMessageBox(options);
     case Kind::dialog:
       return gtk_dialog_new();
     case Kind::fileChooser: {
@@ -203,12 +193,7 @@ void Gtk3Prompt::show() {
   GtkWidget* const area = areaOf(made);
   fill(area, options.kind != Kind::messageBox);
   if (GTK_IS_DIALOG(made)) {
-    for (std::size_t i = 0; i < options.buttons.size(); ++i) {
-      gtk_dialog_add_button(GTK_DIALOG(made), options.buttons[i].c_str(), kFirstButton + static_cast<int>(i));
-    }
-    if (options.defaultButton >= 0) {
-      gtk_dialog_set_default_response(GTK_DIALOG(made), kFirstButton + options.defaultButton);
-    }
+    addDialogButtons(GTK_DIALOG(made), options);
     g_signal_connect(made, "response", G_CALLBACK(&Gtk3Prompt::onResponse), this);
   } else {
     if (options.kind != Kind::windowPrompt) addButtons(area);
@@ -276,21 +261,8 @@ int Gtk3Prompt::run() {
     add(parent, gtk_label_new("The document"));
     gtk_widget_show_all(parent);
   }
-  const auto closeAfter = options.closeAfter;
-  const auto hangAfter = options.hangAfter;
   show();
-  if (closeAfter) {
-    g_timeout_add(
-        static_cast<guint>(closeAfter->count()),
-        [](gpointer self) {
-          static_cast<Gtk3Prompt*>(self)->close();
-          return FALSE;
-        },
-        this);
-  }
-  if (hangAfter)
-    g_timeout_add(
-        static_cast<guint>(hangAfter->count()), [](gpointer) -> gboolean { hang(); }, nullptr);
+  endInTime(options, loop);
   g_main_loop_run(loop);
   return exitCode;
 }

@@ -4,15 +4,15 @@
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
 
+#include "desktop/samples/GtkParts.h"
 #include "desktop/samples/SampleOptions.h"
 #include "desktop/samples/SampleOutcome.h"
+#include "desktop/samples/WindowPlacing.h"
 
 namespace quillard::samples {
 namespace {
 
 constexpr int kSpacing = 6;
-constexpr int kMostLooks = 400;    // Two seconds.
-constexpr int kEnoughInPlace = 6;  // Where a window stays for so many looks, it is left alone.
 
 class Gtk4Prompt {
  public:
@@ -21,14 +21,12 @@ class Gtk4Prompt {
 
  private:
   GtkWidget* makeWindow();
-  GtkWidget* makeMessageBox();
   GtkWidget* areaOf(GtkWidget* made);
   void fill(GtkWidget* area, bool withTexts);
   void addFields(GtkWidget* area);
   void addHidden(GtkWidget* area);
   void addWindowPrompt(GtkWidget* area);
   void addButtons(GtkWidget* area);
-  void addDialogButtons(GtkWidget* made);
   GtkWidget* addButton(GtkWidget* area, const std::string& label);
   void show();
   void setDialogType();
@@ -39,15 +37,13 @@ class Gtk4Prompt {
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
   static gboolean onTick(gpointer self);
-  bool isInPlace(GdkSurface* surface);
 
   SampleOptions options;
   SampleOutcome outcome;
   GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
   GtkWidget* parent = nullptr;
   GtkWidget* window = nullptr;
-  int patience = 0;      // How many more times it is looked where the window is.
-  int looksInPlace = 0;  // How often in a row it was where it shall be.
+  WindowPlacing placing;
   int exitCode = kClosedWithoutAButton;
 };
 
@@ -64,20 +60,10 @@ void name(GtkWidget* widget, const std::string& text) {
   gtk_accessible_update_property(GTK_ACCESSIBLE(widget), GTK_ACCESSIBLE_PROPERTY_LABEL, text.c_str(), -1);
 }
 
-GtkWidget* Gtk4Prompt::makeMessageBox() {
-  const std::string question = options.texts.empty() ? "" : options.texts.front();
-  GtkWidget* const made =
-      gtk_message_dialog_new(nullptr, GtkDialogFlags{}, GTK_MESSAGE_QUESTION, GTK_BUTTONS_NONE, "%s", question.c_str());
-  std::string rest;
-  for (std::size_t i = 1; i < options.texts.size(); ++i) rest += (i > 1 ? "\n" : "") + options.texts[i];
-  if (!rest.empty()) gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(made), "%s", rest.c_str());
-  return made;
-}
-
 GtkWidget* Gtk4Prompt::makeWindow() {
   switch (options.kind) {
     case Kind::messageBox:
-      return makeMessageBox();
+      return makeMessageBox(options);
     case Kind::dialog:
       return gtk_dialog_new();
     case Kind::fileChooser:
@@ -195,23 +181,14 @@ void Gtk4Prompt::addButtons(GtkWidget* area) {
   add(area, row);
 }
 
-void Gtk4Prompt::addDialogButtons(GtkWidget* made) {
-  for (std::size_t i = 0; i < options.buttons.size(); ++i) {
-    gtk_dialog_add_button(GTK_DIALOG(made), options.buttons[i].c_str(), kFirstButton + static_cast<int>(i));
-  }
-  if (options.defaultButton >= 0) {
-    gtk_dialog_set_default_response(GTK_DIALOG(made), kFirstButton + options.defaultButton);
-  }
-  g_signal_connect(made, "response", G_CALLBACK(&Gtk4Prompt::onResponse), this);
-}
-
 void Gtk4Prompt::show() {
   window = makeWindow();
   GtkWidget* const made = window;
   GtkWidget* const area = areaOf(made);
   fill(area, options.kind != Kind::messageBox);
   if (GTK_IS_DIALOG(made)) {
-    addDialogButtons(made);
+    addDialogButtons(GTK_DIALOG(made), options);
+    g_signal_connect(made, "response", G_CALLBACK(&Gtk4Prompt::onResponse), this);
   } else {
     if (options.kind != Kind::windowPrompt) addButtons(area);
     g_signal_connect_swapped(made, "close-request", G_CALLBACK(+[](gpointer self) {
@@ -226,9 +203,12 @@ void Gtk4Prompt::show() {
   gtk_widget_realize(made);
   if (options.hasDialogType) setDialogType();
   gtk_window_present(GTK_WINDOW(made));
-  patience = kMostLooks;
-  looksInPlace = 0;
+  placing.start();
   g_timeout_add(5, &Gtk4Prompt::onTick, this);
+}
+
+XWindow xWindowOf(GtkWidget* window) {
+  return static_cast<XWindow>(GDK_SURFACE_XID(gtk_native_get_surface(GTK_NATIVE(window))));
 }
 
 // GTK 4 leaves it to itself.
@@ -253,55 +233,12 @@ void Gtk4Prompt::onClicked(GtkButton* button, gpointer self) {
   static_cast<Gtk4Prompt*>(self)->pressed(index, gtk_button_get_label(button));
 }
 
-// True once the window manager has taken a window over: what it is asked before that gets lost.
-bool isManaged(GdkSurface* surface) {
-  Display* const display = GDK_SURFACE_XDISPLAY(surface);
-  Atom type = None;
-  int format = 0;
-  unsigned long count = 0;
-  unsigned long rest = 0;
-  unsigned char* bytes = nullptr;
-  XGetWindowProperty(display, GDK_SURFACE_XID(surface), XInternAtom(display, "WM_STATE", False), 0, 1, False,
-                     AnyPropertyType, &type, &format, &count, &rest, &bytes);
-  if (bytes) XFree(bytes);
-  return type != None;
-}
-
-// Where its frame is, which is where a window goes that asks for a place.
-std::pair<int, int> placeOf(GdkSurface* surface) {
-  Display* const display = GDK_SURFACE_XDISPLAY(surface);
-  Window id = GDK_SURFACE_XID(surface);
-  Window root = 0;
-  Window above = 0;
-  while (true) {
-    Window* children = nullptr;
-    unsigned count = 0;
-    if (XQueryTree(display, id, &root, &above, &children, &count) == 0) return {0, 0};
-    if (children) XFree(children);
-    if (above == root || above == 0) break;
-    id = above;
-  }
-  XWindowAttributes attributes{};
-  XGetWindowAttributes(display, id, &attributes);
-  return {attributes.x, attributes.y};
-}
-
-// The window manager goes on placing a new window, and GTK sizing it: asked once, the move may be undone.
-bool Gtk4Prompt::isInPlace(GdkSurface* surface) {
-  if (patience-- <= 0) return true;
-  const auto& [x, y] = *options.at;
-  if (placeOf(surface) == *options.at) return ++looksInPlace >= kEnoughInPlace;
-  looksInPlace = 0;
-  XMoveWindow(GDK_SURFACE_XDISPLAY(surface), GDK_SURFACE_XID(surface), x, y);
-  return false;
-}
-
 gboolean Gtk4Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
-  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(prompt.window));
+  const XWindow window = xWindowOf(prompt.window);
   const bool isLaidOut = gtk_widget_get_width(prompt.window) > 0;
-  if (!isManaged(surface) || !isLaidOut) return TRUE;
-  if (prompt.options.at && !prompt.isInPlace(surface)) return TRUE;
+  if (!prompt.placing.isManaged(window) || !isLaidOut) return TRUE;
+  if (prompt.options.at && !prompt.placing.staysAt(*prompt.options.at, window)) return TRUE;
   if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
   prompt.options.isMinimised = false;
   prompt.outcome.windowIsUp();
@@ -320,7 +257,7 @@ void Gtk4Prompt::pressed(int index, const std::string& label) {
 
 void Gtk4Prompt::succeed() {
   GtkWidget* const old = window;
-  const auto place = placeOf(gtk_native_get_surface(GTK_NATIVE(old)));
+  const auto place = placing.placeOf(xWindowOf(old));
   options = options.successor();
   options.at = place;
   show();
@@ -335,22 +272,8 @@ int Gtk4Prompt::run() {
     gtk_window_set_child(GTK_WINDOW(parent), gtk_label_new("The document"));
     gtk_window_present(GTK_WINDOW(parent));
   }
-  const auto closeAfter = options.closeAfter;
-  const auto hangAfter = options.hangAfter;
   show();
-  if (closeAfter) {
-    g_timeout_add(
-        static_cast<guint>(closeAfter->count()),
-        [](gpointer self) {
-          static_cast<Gtk4Prompt*>(self)->close();
-          return FALSE;
-        },
-        this);
-  }
-  if (hangAfter) {
-    g_timeout_add(
-        static_cast<guint>(hangAfter->count()), [](gpointer) -> gboolean { hang(); }, nullptr);
-  }
+  endInTime(options, loop);
   g_main_loop_run(loop);
   return exitCode;
 }

@@ -25,6 +25,7 @@
 
 #include "desktop/samples/SampleOptions.h"
 #include "desktop/samples/SampleOutcome.h"
+#include "desktop/samples/WindowPlacing.h"
 
 namespace quillard::samples {
 namespace {
@@ -94,8 +95,10 @@ class QtPrompt : public QObject {
   QWidget* parentWindow = nullptr;
   QWidget* window = nullptr;
   bool isSettled = false;
-  int patience = 100;
+  WindowPlacing placing;
 };
+
+XWindow xWindowOf(const QWidget* window) { return static_cast<XWindow>(window->winId()); }
 
 QWidget* QtPrompt::makeWindow() {
   switch (options.kind) {
@@ -274,19 +277,17 @@ bool QtPrompt::eventFilter(QObject* watched, QEvent* event) {
     QCoreApplication::exit(kClosedWithoutAButton);
   } else if (event->type() == QEvent::Paint && !isSettled) {  // Painted once the X server has shown it.
     isSettled = true;
+    placing.start();
     after(std::chrono::milliseconds(0), [this] { settle(); });
   }
   return false;
 }
 
-// To place a window, Qt has to know the frame that the window manager gave it; without a window manager it never does.
 void QtPrompt::settle() {
-  const bool hasFrame = window->frameGeometry() != window->geometry();
-  if (options.at && !hasFrame && patience-- > 0) {
+  if (options.at && !placing.staysAt(*options.at, xWindowOf(window))) {
     after(std::chrono::milliseconds(5), [this] { settle(); });
     return;
   }
-  if (options.at) window->move(options.at->first, options.at->second);
   if (options.isMinimised) window->showMinimized();
   options.isMinimised = false;
   outcome.windowIsUp();
@@ -302,9 +303,9 @@ void QtPrompt::pressed(int index, const std::string& label) {
 
 void QtPrompt::succeed() {
   QWidget* const old = window;
-  const QPoint place = old->pos();
+  const auto place = placing.placeOf(xWindowOf(old));
   options = options.successor();
-  options.at = {place.x(), place.y()};
+  options.at = place;
   isSettled = false;
   show();
   old->hide();

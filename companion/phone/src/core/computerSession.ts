@@ -195,6 +195,8 @@ export class ComputerSession {
   }
 
   private askEverything(): void {
+    // Timers stand still while a phone sleeps: what grew too old meanwhile must not be pressed now.
+    this.settleExpired();
     for (const decision of this.book.open()) void this.ask(decision.decisionID);
     for (const pending of this.pendingSuppressions) void this.sendSuppression(pending);
   }
@@ -354,9 +356,8 @@ export class ComputerSession {
     const { approvalID, buttonLabel } = decision;
     // Sealed anew each time: the computer opens a box once.
     const payload = await this.sealed({ approvalID, buttonLabel });
-    const isStillOpen = this.book.open().some((candidate) => candidate.decisionID === decisionID);
-    if (!payload || !isStillOpen || this.isStopped) return;
     const now = this.environment.now();
+    if (!payload || !this.book.mayAsk(decisionID, now) || this.isStopped) return;
     if (this.connection.send(requestMessage(decisionID, payload, now))) this.book.handedOver(decisionID);
   }
 

@@ -153,6 +153,14 @@ describe("A prompt may be decided again", () => {
 });
 
 describe("The book", () => {
+  it("lets a decision be asked while it is open and younger than a minute", () => {
+    expect(book.mayAsk("D", start + 59_999)).toBe(true);
+    expect(book.mayAsk("D", start + 60_000)).toBe(false);
+    expect(book.mayAsk("other", start)).toBe(false);
+    book.result("D", pressed, start);
+    expect(book.mayAsk("D", start)).toBe(false);
+  });
+
   it("keeps a hundred decisions, and every open one", () => {
     for (let index = 0; index < 150; index += 1) {
       book.add(record(`D${index}`, { approvalID: `P${index}`, status: "failed", settledAt: start }));

@@ -87,6 +87,12 @@ export class DecisionBook {
     return newest === undefined || (!isOpen(newest) && newest.status !== "accepted");
   }
 
+  /** Only while it is open, and young enough: a person does not expect a press long after the tap. */
+  mayAsk(decisionID: string, now: Instant): boolean {
+    const record = this.records.get(decisionID);
+    return record !== undefined && isOpen(record) && now - record.decidedAt < decisionLife;
+  }
+
   add(record: DecisionRecord): void {
     this.records.set(record.decisionID, record);
     for (const old of this.all()) {

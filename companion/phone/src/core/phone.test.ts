@@ -194,6 +194,18 @@ describe("A decision", () => {
     expect(sent()).toEqual([]);
   });
 
+  it("made just before the phone fell asleep does not go out when it wakes up, even before its timers do", async () => {
+    const mac = await world.connected("mac", [sampleApproval(1)]);
+    world.network.socket("mac").end();
+    world.phone.decide("mac", one, "Allow");
+    await world.time.settle();
+    world.time.set(world.time.now() + 7_200_000);
+    world.surroundings.beSeen();
+    await world.join(mac);
+    expect(sent()).toEqual([]);
+    expect(decision()?.status).toBe("undelivered");
+  });
+
   it("is kept before it goes out", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     world.store.saveNotes = () => new Promise(() => {});

@@ -136,7 +136,6 @@ describe("The way to the relay", () => {
   it.each([
     [401, "refused"],
     [410, "revoked"],
-    [403, "removed"],
   ])("learns from the answer %i why it was refused", async (status, kind) => {
     world.network.answer = status;
     connection.start();
@@ -150,7 +149,7 @@ describe("The way to the relay", () => {
     expect(attempts()).toBe(1);
   });
 
-  it.each([200, 400, 429, 503, "unreachable" as const])(
+  it.each([200, 400, 403, 429, 503, "unreachable" as const])(
     "goes on trying after the answer %s",
     async (answer) => {
       world.network.answer = answer;

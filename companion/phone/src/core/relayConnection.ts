@@ -44,7 +44,6 @@ const statesOfCloseCodes: ReadonlyMap<number, State> = new Map([
 ] as const);
 const statesOfAnswers: ReadonlyMap<number, State> = new Map([
   [401, { kind: "refused" }],
-  [403, { kind: "removed" }],
   [410, { kind: "revoked" }],
 ] as const);
 const restarting = 1012;

@@ -1,6 +1,12 @@
 // Doubles of everything that surrounds a phone, for tests of the core and of what is built on it.
 
-export { FakeComputer, sampleApproval, sampleButton, sampleID } from "./testing/fakeComputer";
+export {
+  FakeComputer,
+  sampleApproval,
+  sampleButton,
+  sampleID,
+  type PhoneMessage,
+} from "./testing/fakeComputer";
 export { FakeNetwork, FakeSocket, FakeSurroundings } from "./testing/fakeNetwork";
 export { PhoneWorld } from "./testing/phoneWorld";
 export { countedCrypto, VirtualTime } from "./testing/virtualTime";

@@ -119,7 +119,7 @@ ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgr
   auto& slot = programsByBus[bus];
   if (slot) return *slot;
   slot = &tree.program(bus, known.processIdentifier, known.rootPath);
-  slot->hasLargeContainers = known.hasLargeContainers;
+  slot->hasLargeContainers = known.carefulReadings > 0;
   if (known.isToolkitKnown) {
     slot->toolkitProgress = Progress::known;
     slot->toolkitName = known.toolkitName;
@@ -131,6 +131,7 @@ ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgr
 
 void DesktopReading::rememberPrograms() {
   for (const auto& [bus, program] : programsByBus) {
+    const auto before = surroundings.knownPrograms.find(busIdentity(), bus);
     const bool isAnswering = !requests.hasMissedTimeout(bus) && !requests.hasGone(bus);
     surroundings.knownPrograms.remember(
         busIdentity(), bus,
@@ -139,7 +140,8 @@ void DesktopReading::rememberPrograms() {
          .isToolkitKnown = hasToolkit(*program) && isAnswering && !program->toolkitName.empty(),
          .toolkitName = program->toolkitName,
          .toolkitVersion = program->toolkitVersion,
-         .hasLargeContainers = program->hasLargeContainers});
+         .carefulReadings = carefulReadingsAfter(before ? before->carefulReadings : 0, program->wasAskedForChildren,
+                                                 program->hasShownLargeContainers)});
   }
 }
 

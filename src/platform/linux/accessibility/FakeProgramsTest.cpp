@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <thread>
@@ -7,6 +8,7 @@
 
 #include "detection/AXHelpers.h"
 #include "detection/PromptReader.h"
+#include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/Roles.h"
 #include "platform/qt/QtExecutors.h"
@@ -241,6 +243,50 @@ TEST(FakePrograms, OfAContainerWithThousandsOfChildrenOnlyTheLastAreAskedFor) {
   read();
   EXPECT_EQ(world.program->timesAsked("GetChildren"), listed + 1) << "Only the list of windows, once it is known.";
   EXPECT_EQ(world.program->timesAsked("GetChildAtIndex"), 120);
+}
+
+TEST(FakePrograms, OneThatWasSlowOnceIsSoonAskedPlainlyAgain) {
+  constexpr int kCarefulReadings = 20;
+  World world;
+  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.2});
+  const auto application = world.application();
+  const auto read = [&] {
+    const int before = world.program->timesAsked("ChildCount");
+    const auto scope = world.accessibility.beginReadScope();
+    scope->prepareApplications({&application, 1}, 80);
+    return world.program->timesAsked("ChildCount") > before;
+  };
+  EXPECT_FALSE(read());
+  world.program->hangOn("GetChildren");
+  (void)read();
+  world.program->goOnWith("GetChildren");
+  for (int i = 0; i < kCarefulReadings; ++i) EXPECT_TRUE(read()) << i;
+  EXPECT_FALSE(read());
+}
+
+TEST(FakePrograms, OneThatHasALargeContainerIsNeverAskedPlainlyAgain) {
+  World world;
+  std::vector<std::string> rows;
+  for (int i = 0; i < 200; ++i) {
+    rows.push_back("/row" + std::to_string(i));
+    world.program->set(rows.back(), object(Role::label, "row " + std::to_string(i)));
+  }
+  world.program->set("/window", object(Role::dialog, "Permission", rows));
+  const auto application = world.application();
+  const auto listed = [&] {
+    const auto scope = world.accessibility.beginReadScope();
+    scope->prepareApplications({&application, 1}, 80);
+    const auto asked = world.program->asked();
+    return std::count(asked.begin(), asked.end(), "GetChildren /window");
+  };
+  for (int i = 0; i < 45; ++i) EXPECT_EQ(listed(), 1) << i;
+}
+
+TEST(FakePrograms, ReadingsThatAskForNoChildrenForgetNothing) {
+  EXPECT_EQ(carefulReadingsAfter(5, false, false), 5);
+  EXPECT_EQ(carefulReadingsAfter(5, true, false), 4);
+  EXPECT_EQ(carefulReadingsAfter(0, true, false), 0);
+  EXPECT_EQ(carefulReadingsAfter(1, true, true), carefulReadingsAfter(0, false, true));
 }
 
 TEST(FakePrograms, AProcessMayHaveSeveralConnections) {

@@ -1,6 +1,19 @@
 #include "platform/linux/accessibility/KnownPrograms.h"
 
+#include <algorithm>
+
 namespace quillard::atspi {
+namespace {
+
+// Long enough for a program that is busy for a while, short enough to cost little when it was but a moment.
+constexpr int kCarefulReadings = 20;
+
+}  // namespace
+
+int carefulReadingsAfter(int before, bool wasAskedForChildren, bool hasShownLargeContainers) {
+  if (hasShownLargeContainers) return kCarefulReadings;
+  return std::max(0, wasAskedForChildren ? before - 1 : before);
+}
 
 std::optional<KnownProgram> KnownPrograms::find(const std::string& busIdentity, const std::string& bus) const {
   const MutexLock lock(mutex);

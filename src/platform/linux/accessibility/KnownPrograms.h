@@ -10,15 +10,20 @@
 
 namespace quillard::atspi {
 
-// What stays true of a program for as long as it is on its bus.
+// What is known of a program for as long as it is on its bus.
 struct KnownProgram {
   std::int32_t processIdentifier = 0;
   std::string rootPath;
   bool isToolkitKnown = false;
   std::string toolkitName;
   std::string toolkitVersion;
-  bool hasLargeContainers = false;  // As it has shown at least once.
+  // For so many further readings of its windows, large containers are expected there. A program that was merely slow
+  // once is thus soon asked plainly again; one that has such a container starts from the top with each reading.
+  int carefulReadings = 0;
 };
+
+// Zero or more: what is left after a reading.
+[[nodiscard]] int carefulReadingsAfter(int before, bool wasAskedForChildren, bool hasShownLargeContainers);
 
 // The programs that have been met on the bus, by their unique names, which no bus gives twice. Any thread.
 class KnownPrograms {

@@ -55,8 +55,11 @@ struct ProgramNode {
   std::string toolkitName;
   std::string toolkitVersion;
   Toolkit toolkit = Toolkit::other;
-  // Has containers so large that listing them stalls it: it is asked how many there are first.
+  // May have containers so large that listing them stalls it: it is asked how many there are first.
   bool hasLargeContainers = false;
+  // In this reading it did: a list was long, or did not come in time.
+  bool hasShownLargeContainers = false;
+  bool wasAskedForChildren = false;  // Of any of its objects but the root.
 };
 
 // The objects that have been met, each once, whatever a program lists twice or in a circle.

@@ -223,16 +223,19 @@ void TreeFetch::askDetails(Run& run, Node& node, const mapping::DetailNeeds& nee
 }
 
 void TreeFetch::askChildCount(Run& run, Node& node) {
+  node.program->wasAskedForChildren = true;
   node.childCount = Progress::asked;
   ask(run, propertyCall(node.name, names::kAccessible, "ChildCount"), [&node](const BusReply& reply) {
     const auto count = reply.readIntegerProperty();
     node.announcedChildren = count && *count > 0 ? static_cast<std::size_t>(*count) : 0;
     node.childCount = Progress::known;
+    if (node.announcedChildren > kLongList) node.program->hasShownLargeContainers = true;
     if (count == 0) node.children = Progress::known;
   });
 }
 
 void TreeFetch::askChildren(Run& run, Node& node) {
+  if (&node != node.program->root) node.program->wasAskedForChildren = true;
   node.children = Progress::asked;
   ask(run, {.target = node.name, .interface = names::kAccessible, .member = "GetChildren"},
       [this, &node](const BusReply& reply) { takeChildren(node, reply); });
@@ -243,9 +246,9 @@ void TreeFetch::takeChildren(Node& node, const BusReply& reply) {
   const auto list = reply.readObjects(isRoot ? kMostWindows : kLongList);
   node.children = Progress::known;
   node.hasUnreadableList = !list;
-  if (reply.outcome() == CallOutcome::timedOut) node.program->hasLargeContainers = true;
+  const bool isLong = reply.outcome() == CallOutcome::timedOut || (!isRoot && list && list->total > kLongList);
+  if (isLong) node.program->hasLargeContainers = node.program->hasShownLargeContainers = true;
   if (!list) return;
-  if (!isRoot && list->total > kLongList) node.program->hasLargeContainers = true;
   tree.setChildren(node, list->objects);
 }
 

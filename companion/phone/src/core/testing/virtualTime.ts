@@ -2,7 +2,7 @@ import type { After, CryptoTools } from "../environment";
 import type { Instant } from "../model";
 
 // Taken before a test puts its own timers in their place.
-const realTimeout = globalThis.setTimeout;
+const realImmediate = globalThis.setImmediate;
 
 interface Timer {
   readonly at: Instant;
@@ -45,7 +45,7 @@ export class VirtualTime {
   /** Waits until nothing that was begun is under way any more. No time passes. */
   async settle(): Promise<void> {
     for (let quietRounds = 0; quietRounds < 3; quietRounds += 1) {
-      await new Promise((resolve) => realTimeout(resolve, 0));
+      await new Promise((resolve) => realImmediate(resolve));
       if (this.work() > 0) quietRounds = 0;
     }
   }

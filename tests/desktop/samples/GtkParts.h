@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include <gtk/gtk.h>
+
+#include "desktop/samples/SampleOptions.h"
+#include "desktop/samples/SampleOutcome.h"
+
+// What GTK 3 and GTK 4 have in common: included by a program of either, and compiled against its own.
+namespace quillard::samples {
+
+inline GtkWidget* makeMessageBox(const SampleOptions& options) {
+  const std::string question = options.texts.empty() ? "" : options.texts.front();
+  GtkWidget* const made =
+      gtk_message_dialog_new(nullptr, GtkDialogFlags{}, GTK_MESSAGE_QUESTION, GTK_BUTTONS_NONE, "%s", question.c_str());
+  std::string rest;
+  for (std::size_t i = 1; i < options.texts.size(); ++i) rest += (i > 1 ? "\n" : "") + options.texts[i];
+  if (!rest.empty()) gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(made), "%s", rest.c_str());
+  return made;
+}
+
+// Their responses are `kFirstButton` and the numbers that follow.
+inline void addDialogButtons(GtkDialog* dialog, const SampleOptions& options) {
+  for (std::size_t i = 0; i < options.buttons.size(); ++i) {
+    gtk_dialog_add_button(dialog, options.buttons[i].c_str(), kFirstButton + static_cast<int>(i));
+  }
+  if (options.defaultButton >= 0) gtk_dialog_set_default_response(dialog, kFirstButton + options.defaultButton);
+}
+
+// Ends `loop`, or hangs, when the options' time has come.
+inline void endInTime(const SampleOptions& options, GMainLoop* loop) {
+  const auto quit = [](gpointer running) -> gboolean {
+    g_main_loop_quit(static_cast<GMainLoop*>(running));
+    return FALSE;
+  };
+  const auto stay = [](gpointer) -> gboolean { hang(); };
+  if (options.closeAfter) g_timeout_add(static_cast<guint>(options.closeAfter->count()), quit, loop);
+  if (options.hangAfter) g_timeout_add(static_cast<guint>(options.hangAfter->count()), stay, nullptr);
+}
+
+}  // namespace quillard::samples

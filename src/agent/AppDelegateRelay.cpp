@@ -131,6 +131,8 @@ void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand
   } else if (command.action == kUnsuppressAction) {
     suppressionStore.unsuppress(command.suppressionID);
     scheduleScan("unsuppressed");
+    // Nothing moves on the screen, and a prompt has to be seen twice before it is told of.
+    if (eventMonitor) eventMonitor->requestFollowUpScans("unsuppressed-settled");
   }
 }
 

@@ -30,6 +30,7 @@ export class Agent {
       new Program("the agent", this.program, [], {
         QUILLARD_RELAY_URL: this.relay.webSocketAddress,
         QUILLARD_PAIRING_ID: "road",
+        QUILLARD_DIALOG_DIAGNOSTICS: "1", // What each scan saw, for those who look for the reason of a failure.
       }),
     );
     await this.desktop.see(this.process, rows.pairing, "Pairing QR code");

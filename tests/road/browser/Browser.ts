@@ -6,6 +6,11 @@ import { PhonePage } from "./PhonePage";
 import { places } from "./places";
 import type { Relay } from "./Relay";
 
+function phoneEnvironment(): Record<string, string> {
+  const { HOME = "", PATH = "", TMPDIR = "", LC_ALL = "" } = process.env;
+  return { HOME, PATH, TMPDIR, LC_ALL };
+}
+
 /** A browser with a profile of its own, of a phone's size and under a finger. It can be closed and opened again. */
 export class Browser {
   private context: BrowserContext | undefined;
@@ -25,6 +30,8 @@ export class Browser {
   async start(): Promise<void> {
     this.context = await chromium.launchPersistentContext(this.profile, {
       executablePath: places.chromium,
+      // A phone is another machine: the computer's programs and buses are not for it.
+      env: phoneEnvironment(),
       headless: true,
       args: [
         "--no-sandbox",

@@ -58,7 +58,7 @@ export class Road {
     const agent = withoutSecrets(this.agent.output);
     const relay = withoutSecrets(this.relay.output);
     console.log(`The screens then, and what the programs said: ${info.outputDir}`);
-    console.log(`The agent:\n${agent}`);
+    console.log(`The agent, at last:\n${agent.split("\n").slice(-40).join("\n")}`);
     console.log(`The relay:\n${relay}`);
     const file = (name: string) => info.outputPath(name);
     const steps = [

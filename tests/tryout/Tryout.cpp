@@ -24,6 +24,7 @@ using std::chrono::steady_clock;
 
 constexpr auto kPatienceAtTheEnd = 3s;         // With each of the programs, which say goodbye to each other.
 constexpr auto kPauseBetweenSamples = 1500ms;  // So that one is seen to go before the next one comes.
+constexpr int kNotPossibleHere = 3;            // What the agent exits with where it finds no display.
 constexpr int kLinesBelowTheCode = 22;         // The rest of the welcome, with the text to be pasted.
 
 std::optional<std::string> variable(const char* name) {
@@ -212,6 +213,9 @@ std::optional<int> Tryout::reasonToEnd() {
       return 0;
     }
     complain("Quillard has ended (" + std::to_string(*code) + ").\n" + lastLines(agentLog));
+    if (!road.isPrivate && *code == kNotPossibleHere) {
+      complain("To try it on a private desktop:  env -u DISPLAY -u WAYLAND_DISPLAY ./run\n");
+    }
     return 1;
   }
   if (relay && relay->service().exitCode()) {

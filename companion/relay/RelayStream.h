@@ -73,8 +73,8 @@ class RelayStream {
   // Ends it without ceremony. What waits fails.
   void close();
 
-  // Called whenever bytes have come.
-  void setOnBytes(std::function<void()> onBytes);
+  // Called whenever bytes have come, with how many, before they are looked at.
+  void setOnBytes(std::function<void(std::size_t)> onBytes);
 
   template <class Buffers, class Token>
   auto async_read_some(const Buffers& buffers, Token&& token) {

@@ -96,7 +96,7 @@ class SqlitePairingStore::Statement {
   int bound = 0;
 };
 
-void SqlitePairingStore::Close::operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
+void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
 
 SqlitePairingStore::SqlitePairingStore(const std::string& file) {
   prepareFile(file);

@@ -38,7 +38,7 @@ class SqlitePairingStore final : public PairingStore {
   [[noreturn]] void fail(const char* what) const;
 
   struct Close {
-    void operator()(sqlite3* connection) const;
+    void operator()(sqlite3* opened) const;
   };
   std::unique_ptr<sqlite3, Close> connection;
 };

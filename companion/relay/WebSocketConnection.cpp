@@ -46,7 +46,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
       if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
     }));
-    socket.next_layer().setOnBytes([this] { this->surroundings.rooms.heard(*this, now().instant); });
+    socket.next_layer().setOnBytes([this](std::size_t) { this->surroundings.rooms.heard(*this, now().instant); });
     // The place is taken at once: nobody else can be given it while the answer is on its way.
     surroundings.rooms.join(shared_from_this(), admission.who, now().instant);
     ++surroundings.metrics.answers[101];

@@ -97,13 +97,21 @@ TEST_F(RelayServer, TakesABodyOfFourKibibytesAndNoMore) {
 TEST_F(RelayServer, TakesHeadersOfSixteenKibibytesAndNoMore) {
   start();
   const auto ask = [&](std::size_t size) {
-    const std::string fields = "Host: x\r\nX-Long: ";
+    const std::string begin = "GET /healthz HTTP/1.1\r\nHost: x\r\nX-Long: ";
     const auto client = wire();
-    client->write("GET /healthz HTTP/1.1\r\n" + fields + std::string(size - fields.size() - 4, 'x') + "\r\n\r\n");
+    client->write(begin + std::string(size - begin.size() - 4, 'x') + "\r\n\r\n");
     return client->readReply().status;
   };
   EXPECT_EQ(ask(16 * 1024), 200);
   EXPECT_EQ(ask(16 * 1024 + 1), 431);
+  // Nor in many small ones, line by line.
+  const auto client = wire();
+  client->write("GET /healthz HTTP/1.1\r\nHost: x\r\n");
+  const std::string line = "X-Line: " + std::string(1000, 'x') + "\r\n";
+  int lines = 0;
+  constexpr int kMoreThanFitsIntoBuffers = 20'000;
+  while (lines < kMoreThanFitsIntoBuffers && client->write(line)) ++lines;
+  EXPECT_LT(lines, kMoreThanFitsIntoBuffers);
 }
 
 TEST_F(RelayServer, RefusesWhatIsNoHttp) {

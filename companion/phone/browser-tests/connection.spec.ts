@@ -84,7 +84,7 @@ test("a relay that is restarted is said, waited for, and used again", async ({
   // What was aimed while the page moved is not taken.
   await expect(async () => {
     await card(page).getByRole("button", { name: "Cancel" }).tap({ timeout: 1000 });
-    await expect(card(page).getByRole("status")).toContainText(/Sending|pressing/, { timeout: 1000 });
+    await expect(card(page).getByRole("status")).toContainText(/Sending|is with/, { timeout: 1000 });
   }).toPass();
   expect((await computer.request()).buttonLabel).toBe("Cancel");
 });

@@ -7,7 +7,7 @@ test("a dismissal is one tap, and what became of it is told", async ({ page, rel
   await card(page).getByRole("button", { name: "Cancel" }).tap();
   const request = await computer.request();
   expect(request).toMatchObject({ approvalID: sampleID(1), buttonLabel: "Cancel" });
-  await expect(card(page).getByRole("status")).toHaveText("Studio has “Cancel”, and is pressing it…");
+  await expect(card(page).getByRole("status")).toHaveText("“Cancel” is with Studio…");
   await computer.answer(request, "accepted");
   await computer.show([]);
   await expect(card(page).getByRole("status")).toHaveText("“Cancel” pressed from here");
@@ -23,11 +23,11 @@ test("a grant is a hold: taps do nothing, and say so", async ({ page, relay, com
   await allow.tap();
   await expect(card(page).getByRole("status")).toHaveText("Keep holding the button to confirm: Allow");
   expect(computer.isAsked).toBe(false);
-  await hold(page, allow, () => expect(card(page).getByRole("status")).toContainText(/Sending|pressing/));
+  await hold(page, allow, () => expect(card(page).getByRole("status")).toContainText(/Sending|is with/));
   const request = await computer.request();
   expect(request.buttonLabel).toBe("Allow");
   await computer.answer(request, "accepted");
-  await expect(card(page).getByRole("status")).toHaveText("“Allow” was pressed, and the prompt is gone.");
+  await expect(card(page).getByRole("status")).toHaveText("“Allow” pressed, the prompt is gone.");
 });
 
 test("a keyboard grants by two activations", async ({ page, relay, computer }) => {
@@ -92,7 +92,7 @@ test("labels go back byte for byte, and what is hidden in them is seen", async (
   const named = await prompt.getByRole("group", { name: "Buttons" }).locator("bdi").allTextContents();
   expect(named).toEqual(["Don't Allow", "Don’t Allow", "All⟨U+200B⟩ow⟨U+202E⟩", "Ａllow"]);
   const odd = prompt.getByRole("button", { name: "All⟨U+200B⟩ow⟨U+202E⟩" });
-  await hold(page, odd, () => expect(prompt.getByRole("status")).toContainText(/Sending|pressing/));
+  await hold(page, odd, () => expect(prompt.getByRole("status")).toContainText(/Sending|is with/));
   expect((await computer.request()).buttonLabel).toBe("All\u200bow\u202e");
 });
 

@@ -1,4 +1,6 @@
 import { readFileSync } from "node:fs";
+import { dirname, join } from "node:path";
+import { fileURLToPath } from "node:url";
 import { PNG } from "pngjs";
 import qrcode from "qrcode-generator";
 import { describe, expect, it } from "vitest";
@@ -44,7 +46,8 @@ function draw(target: Pixels, text: string, left: number, top: number, module: n
 }
 
 function desktopPicture(name: string): Pixels {
-  const png = PNG.sync.read(readFileSync(new URL(`../../../../docs/pictures/${name}`, import.meta.url)));
+  const here = dirname(fileURLToPath(import.meta.url));
+  const png = PNG.sync.read(readFileSync(join(here, "../../../../docs/pictures", name)));
   return { data: new Uint8ClampedArray(png.data), width: png.width, height: png.height };
 }
 

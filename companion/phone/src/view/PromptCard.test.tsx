@@ -182,8 +182,8 @@ describe("a prompt that requires direct access", () => {
 describe("a decision on a prompt", () => {
   it.each([
     ["sending", "Sending “Allow”…"],
-    ["delivered", "Studio Mac has “Allow”, and is pressing it…"],
-    ["accepted", "“Allow” was pressed, and the prompt is gone."],
+    ["delivered", "“Allow” is with Studio Mac…"],
+    ["accepted", "“Allow” pressed, the prompt is gone."],
   ])("that is %s is told in its place, and leaves nothing to press", (scene, words) => {
     render(card(ofScene(scene)));
     expect(screen.getByRole("status").textContent).toBe(words);

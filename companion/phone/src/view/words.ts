@@ -206,9 +206,9 @@ export function decisionWords(decision: Decision, computerName: string): Decisio
     case "sending":
       return { tone: "quiet", text: `Sending ${label}…`, isBusy: true };
     case "delivered":
-      return { tone: "quiet", text: `${computerName} has ${label}, and is pressing it…`, isBusy: true };
+      return { tone: "quiet", text: `${label} is with ${computerName}…`, isBusy: true };
     case "accepted":
-      return { tone: "good", text: `${label} was pressed, and the prompt is gone.`, isBusy: false };
+      return { tone: "good", text: `${label} pressed, the prompt is gone.`, isBusy: false };
     case "failed":
       return { tone: "warn", text: withReason(`${label} did not work.`, decision.error), isBusy: false };
     case "undelivered":

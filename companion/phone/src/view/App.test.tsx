@@ -1,0 +1,162 @@
+// @vitest-environment jsdom
+import { signal } from "@preact/signals";
+import { act, cleanup, fireEvent, render, screen, waitFor } from "@testing-library/preact";
+import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
+import { computer, kSceneNow, phone, prompt, scenes } from "../../gallery/scenes";
+import type { PairingReading, PhoneActions, PhoneState } from "../core/model";
+import { App } from "./App";
+import { setClock } from "./clock";
+
+const offer = {
+  pairingID: "studio",
+  backendURL: "https://relay.example.org",
+  relaySecret: "planted-relay-secret",
+  e2eSecret: "planted-end-secret",
+};
+
+function actionsWith(reading: PairingReading = { kind: "offer", offer }) {
+  return {
+    readPairing: vi.fn<PhoneActions["readPairing"]>(() => reading),
+    pair: vi.fn<PhoneActions["pair"]>(() => Promise.resolve()),
+    renameComputer: vi.fn<PhoneActions["renameComputer"]>(() => Promise.resolve()),
+    renameDevice: vi.fn<PhoneActions["renameDevice"]>(() => Promise.resolve()),
+    forget: vi.fn<PhoneActions["forget"]>(() => Promise.resolve()),
+    decide: vi.fn<PhoneActions["decide"]>(),
+    suppress: vi.fn<PhoneActions["suppress"]>(),
+    unsuppress: vi.fn<PhoneActions["unsuppress"]>(),
+    connectNow: vi.fn<PhoneActions["connectNow"]>(),
+  };
+}
+
+function show(state: PhoneState, actions = actionsWith()) {
+  const current = signal(state);
+  render(<App state={current} actions={actions} />);
+  return { current, actions };
+}
+
+function paste(text: string): void {
+  fireEvent.click(screen.getByRole("button", { name: "Paste the code’s text" }));
+  fireEvent.input(screen.getByLabelText("The code’s text"), { target: { value: text } });
+  fireEvent.click(screen.getByRole("button", { name: "Continue" }));
+}
+
+function at(hash: string): void {
+  act(() => {
+    location.hash = hash;
+    window.dispatchEvent(new Event("hashchange"));
+  });
+}
+
+beforeEach(() => {
+  location.hash = "";
+  setClock(kSceneNow);
+  window.scrollTo = () => undefined;
+});
+
+afterEach(cleanup);
+
+describe("the page", () => {
+  it.each(Object.keys(scenes))(
+    "draws the state %s with one heading of the first level, or says that it opens",
+    (name) => {
+      const state = scenes[name];
+      if (!state) throw new Error("There is no such state.");
+      show(state);
+      expect(screen.queryAllByRole("heading", { level: 1 })).toHaveLength(state.phase === "loading" ? 0 : 1);
+      expect(document.querySelector("main")).not.toBeNull();
+    },
+  );
+
+  it("says in the title how many prompts wait, on all computers together, and keeps it up", () => {
+    const { current } = show(
+      phone(
+        computer({ prompts: [prompt(1), prompt(2)] }),
+        computer({ pairingID: "b", name: "B", prompts: [prompt(3)] }),
+      ),
+    );
+    expect(document.title).toBe("(3) Quillard");
+    act(() => void (current.value = phone(computer())));
+    expect(document.title).toBe("Quillard");
+  });
+
+  it("says why it cannot run", () => {
+    show(scenes["unavailable"] as PhoneState);
+    expect(screen.getByRole("alert").textContent).toContain("no keys can be kept");
+  });
+
+  it("falls back to what waits when it is sent to a computer that it does not know", () => {
+    show(phone(computer()));
+    at("#/computer/elsewhere");
+    expect(screen.getByRole("heading", { name: "Nothing waits" })).toBeTruthy();
+  });
+});
+
+describe("pairing", () => {
+  it("names the relay, asks for a name, shows no secret, and pairs only when a person agrees", async () => {
+    const { actions } = show(phone());
+    paste("code");
+    expect(actions.readPairing).toHaveBeenCalledWith("code");
+    expect(screen.getByText("relay.example.org")).toBeTruthy();
+    expect(document.body.innerHTML).not.toContain("planted-");
+    expect(actions.pair).not.toHaveBeenCalled();
+    fireEvent.input(screen.getByLabelText("Name of the computer"), { target: { value: " Studio " } });
+    fireEvent.click(screen.getByRole("button", { name: "Pair" }));
+    await waitFor(() => expect(actions.pair.mock.calls).toEqual([[offer, "Studio"]]));
+    expect(actions.renameDevice).not.toHaveBeenCalled();
+  });
+
+  it("tells why it did not work, and can be tried again", async () => {
+    const actions = actionsWith();
+    actions.pair.mockRejectedValueOnce(new Error("The phone has no room for keys."));
+    show(phone(), actions);
+    paste("code");
+    fireEvent.click(screen.getByRole("button", { name: "Pair" }));
+    await screen.findByText("The phone has no room for keys.");
+    fireEvent.click(screen.getByRole("button", { name: "Pair" }));
+    await waitFor(() => expect(actions.pair).toHaveBeenCalledTimes(2));
+  });
+
+  it("says what is wrong with a text, and keeps it for mending", () => {
+    show(phone(), actionsWith({ kind: "invalid", problem: "This is not a pairing code." }));
+    paste("nonsense");
+    expect(screen.getByRole("alert").textContent).toContain("This is not a pairing code.");
+    expect(screen.getByLabelText<HTMLTextAreaElement>("The code’s text").value).toBe("nonsense");
+  });
+
+  it("follows no address of another relay but one of the web", () => {
+    show(phone(), actionsWith({ kind: "otherRelay", backendURL: "javascript:alert(1)" }));
+    paste("code");
+    expect(screen.getByText("This computer uses another relay")).toBeTruthy();
+    expect(screen.queryByRole("link")).toBeNull();
+  });
+});
+
+describe("a computer's page", () => {
+  it("forgets only when asked twice", async () => {
+    const { actions } = show(phone(computer()));
+    at("#/computer/studio");
+    fireEvent.click(screen.getByRole("button", { name: "Forget this computer" }));
+    expect(actions.forget).not.toHaveBeenCalled();
+    fireEvent.click(screen.getByRole("button", { name: "Keep" }));
+    fireEvent.click(screen.getByRole("button", { name: "Forget this computer" }));
+    fireEvent.click(screen.getByRole("button", { name: "Forget" }));
+    await waitFor(() => expect(actions.forget.mock.calls).toEqual([["studio"]]));
+  });
+
+  it("lists what is muted, and shows it again", () => {
+    const { actions } = show(scenes["muted"] as PhoneState);
+    at("#/muted/studio");
+    fireEvent.click(screen.getByRole("button", { name: "Show again: Rate this program?" }));
+    expect(actions.unsuppress).toHaveBeenCalledTimes(1);
+    expect(screen.getByText("A window without a title")).toBeTruthy();
+  });
+
+  it.each([
+    ["relayAway", "Try now"],
+    ["takenOver", "Use it here"],
+  ])("that is %s offers to connect: %s", (scene, name) => {
+    const { actions } = show(scenes[scene] as PhoneState);
+    fireEvent.click(screen.getByRole("button", { name }));
+    expect(actions.connectNow.mock.calls).toEqual([["studio"]]);
+  });
+});

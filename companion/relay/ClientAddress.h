@@ -39,8 +39,8 @@ class IpNetwork {
 };
 
 // Who a request really comes from: `peer`, unless that is a trusted proxy, which says whom it speaks for. Of the
-// addresses in its X-Forwarded-For headers the last one counts that is no trusted proxy itself: those before it are what
-// the client says.
+// addresses in its X-Forwarded-For headers the last one counts that is no trusted proxy itself: those before it are
+// what the client says.
 [[nodiscard]] IpAddress clientAddress(const IpAddress& peer, const std::vector<std::string>& forwardedFor,
                                       const std::vector<IpNetwork>& trustedProxies);
 

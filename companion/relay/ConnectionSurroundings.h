@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -13,6 +14,12 @@
 
 namespace quillard::relayserver {
 
+// What has to be finished before the process may end.
+struct Unfinished {
+  std::size_t webSockets = 0;
+  std::size_t answers = 0;
+};
+
 // What every connection uses. All of it outlives them.
 struct ConnectionSurroundings {
   RelayService& service;
@@ -20,6 +27,7 @@ struct ConnectionSurroundings {
   const RelayLimits& limits;
   RelayMetrics& metrics;
   EventLog& log;
+  Unfinished& unfinished;
   const std::vector<IpNetwork>& trustedProxies;
   std::function<Moment()> now;
 };

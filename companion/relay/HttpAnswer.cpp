@@ -18,23 +18,40 @@ constexpr std::string_view kStrictTransport = "strict-transport-security: max-ag
 
 std::string_view reasonOf(int status) {
   switch (status) {
-    case 200: return "OK";
-    case 204: return "No Content";
-    case 304: return "Not Modified";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 405: return "Method Not Allowed";
-    case 410: return "Gone";
-    case 413: return "Content Too Large";
-    case 426: return "Upgrade Required";
-    case 429: return "Too Many Requests";
-    case 431: return "Request Header Fields Too Large";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    case 507: return "Insufficient Storage";
-    default: return "Answer";
+    case 200:
+      return "OK";
+    case 204:
+      return "No Content";
+    case 304:
+      return "Not Modified";
+    case 400:
+      return "Bad Request";
+    case 401:
+      return "Unauthorized";
+    case 403:
+      return "Forbidden";
+    case 404:
+      return "Not Found";
+    case 405:
+      return "Method Not Allowed";
+    case 410:
+      return "Gone";
+    case 413:
+      return "Content Too Large";
+    case 426:
+      return "Upgrade Required";
+    case 429:
+      return "Too Many Requests";
+    case 431:
+      return "Request Header Fields Too Large";
+    case 500:
+      return "Internal Server Error";
+    case 503:
+      return "Service Unavailable";
+    case 507:
+      return "Insufficient Storage";
+    default:
+      return "Answer";
   }
 }
 

@@ -23,6 +23,7 @@ namespace http = beast::http;
 // How long a client has to fetch an answer, and then to end the connection.
 constexpr std::chrono::seconds kAnswerPatience{60};
 constexpr std::chrono::seconds kEndPatience{2};
+constexpr std::size_t kMostBuffered = 128 * 1024;
 
 // `name`: of the field, as a text or as one that Beast knows.
 template <class Name>
@@ -68,6 +69,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   ~HttpConnection() { onEnd(); }
 
   void start() {
+    stream.setOnBytes([this](std::size_t bytes) { countBytes(bytes); });
     expireAfter(surroundings.limits.handshake);
     stream.handshake([self = shared_from_this()](const ErrorCode& error) {
       if (!error) self->readRequest();
@@ -83,9 +85,17 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     });
   }
 
+  // The parser's own limit is that of what it has not understood yet: headers that come piece by piece could go on.
+  void countBytes(std::size_t bytes) {
+    const bool isOver = parser && !parser->is_header_done() && received > surroundings.limits.headerBytes;
+    if (isOver) stream.close();
+    received += bytes;
+  }
+
   void readRequest() {
+    received = buffer.size();
     parser.emplace();
-    parser->header_limit(surroundings.limits.headerBytes);
+    parser->header_limit(surroundings.limits.headerBytes + 1);
     parser->body_limit(surroundings.limits.bodyBytes);
     http::async_read(stream, buffer, *parser, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
       if (error) {
@@ -105,6 +115,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   }
 
   void answerRequest(HttpRequestMessage request) {
+    const bool isTooLong = received - buffer.size() - request.body().size() > surroundings.limits.headerBytes;
+    if (isTooLong) return send(errorAnswer(431, "The headers are too long."), false);
     const HttpQuestion question = questionOf(request);
     isForHead = request.method() == http::verb::head;
     if (plainAnswer) return send(plainAnswer(question), request.keep_alive());
@@ -125,24 +137,28 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   }
 
   HttpQuestion questionOf(const HttpRequestMessage& request) const {
-    return {.method = std::string(request.method_string()),
-            .target = std::string(request.target()),
-            .body = request.body(),
-            .authorization = valuesOf(request, http::field::authorization),
-            .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
-            .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
-            .asksForWebSocket = beast::websocket::is_upgrade(request),
-            .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies)
-                            .rateName()};
+    return {
+        .method = std::string(request.method_string()),
+        .target = std::string(request.target()),
+        .body = request.body(),
+        .authorization = valuesOf(request, http::field::authorization),
+        .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
+        .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
+        .asksForWebSocket = beast::websocket::is_upgrade(request),
+        .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies).rateName()};
   }
 
   void send(HttpAnswer answer, bool keepsAlive) {
     ++surroundings.metrics.answers[answer.status];
+    if (surroundings.service.isAboutToEnd()) keepsAlive = false;
     head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
     body = isForHead ? nullptr : answer.body;
-    const std::array<asio::const_buffer, 2> parts{asio::buffer(head), body ? asio::buffer(*body) : asio::const_buffer()};
+    const std::array<asio::const_buffer, 2> parts{asio::buffer(head),
+                                                  body ? asio::buffer(*body) : asio::const_buffer()};
     expireAfter(kAnswerPatience);
+    ++surroundings.unfinished.answers;
     asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+      --self->surroundings.unfinished.answers;
       if (error) return;
       if (!keepsAlive) return self->end();
       self->expireAfter(self->surroundings.limits.handshake);
@@ -170,7 +186,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   const IpAddress peer;
   const PlainAnswer plainAnswer;
   const std::function<void()> onEnd;
-  beast::flat_buffer buffer;
+  beast::flat_buffer buffer{kMostBuffered};
+  std::size_t received = 0;  // Of the present request, and what follows it already.
   std::optional<http::request_parser<http::string_body>> parser;
   std::string head;
   MessageText body;

@@ -40,7 +40,8 @@ struct PairingRooms::Room {
   std::deque<Decision> decisions;  // Oldest first.
 
   [[nodiscard]] const Decision* decision(const std::string& id) const {
-    const auto found = std::find_if(decisions.begin(), decisions.end(), [&](const auto& kept) { return kept.id == id; });
+    const auto found =
+        std::find_if(decisions.begin(), decisions.end(), [&](const auto& kept) { return kept.id == id; });
     return found == decisions.end() ? nullptr : &*found;
   }
 };
@@ -86,8 +87,9 @@ bool PairingRooms::hasPlaceFor(const PeerIntroduction& who) const {
   const auto found = rooms.find(who.pairingID);
   if (who.role == Role::agent || found == rooms.end()) return true;
   const auto& phones = found->second->phones;
-  return phones.size() < limits.phones ||
-         std::any_of(phones.begin(), phones.end(), [&](const Member* phone) { return phone->who.deviceID == who.deviceID; });
+  return phones.size() < limits.phones || std::any_of(phones.begin(), phones.end(), [&](const Member* phone) {
+           return phone->who.deviceID == who.deviceID;
+         });
 }
 
 void PairingRooms::join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, Instant now) {

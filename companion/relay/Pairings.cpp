@@ -11,7 +11,8 @@ constexpr std::size_t kMostFailures = 16;
 
 }  // namespace
 
-Pairings::Pairings(PairingStore& store, const RelayLimits& limits) : store(store), limits(limits), kept(store.count()) {}
+Pairings::Pairings(PairingStore& store, const RelayLimits& limits)
+    : store(store), limits(limits), kept(store.count()) {}
 
 template <class Result, class Work>
 Result Pairings::withStore(Result onFailure, Work work) {

@@ -35,7 +35,8 @@ struct OfferedToken {
 
 inline constexpr std::string_view kSubprotocol = "quillard.v1";
 
-// `authorization` and `subprotocols` hold the values of all headers of those names. Two tokens that differ are malformed.
+// `authorization` and `subprotocols` hold the values of all headers of those names. Two tokens that differ are
+// malformed.
 [[nodiscard]] OfferedToken readToken(const std::vector<std::string>& authorization,
                                      const std::vector<std::string>& subprotocols);
 

@@ -90,9 +90,8 @@ void PhonePage::add(const std::string& path, std::string content) {
 HttpAnswer PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const {
   const bool isRoot = segments.empty() || (segments.size() == 1 && segments.front().empty());
   // An escaped "/" within a segment is no separator.
-  const bool isPlain = std::none_of(segments.begin(), segments.end(), [](const std::string& segment) {
-    return segment.find('/') != std::string::npos;
-  });
+  const bool isPlain = std::none_of(segments.begin(), segments.end(),
+                                    [](const std::string& segment) { return segment.find('/') != std::string::npos; });
   const auto found = files.find(isRoot ? "index.html" : text::joined(segments, "/"));
   if (!isPlain || found == files.end()) return errorAnswer(404, "There is nothing at this address.");
   const File& file = found->second;

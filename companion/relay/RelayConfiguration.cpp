@@ -1,5 +1,6 @@
 #include "companion/relay/RelayConfiguration.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <sstream>
@@ -40,7 +41,7 @@ std::string environmentName(const std::string& option) {
 
 template <class Value>
 CLI::Option* add(CLI::App& program, const std::string& name, Value& value, const std::string& description) {
-  return program.add_option("--" + name, value, description)->envname(environmentName(name));
+  return program.add_option("--" + name, value, description);
 }
 
 void describeLimits(CLI::App& program, Arguments& read) {
@@ -73,8 +74,7 @@ void describeRates(CLI::App& program, Arguments& read) {
         .add_option_function<std::int64_t>("--" + name,
                                            [&value](std::int64_t given) { value = std::chrono::milliseconds(given); })
         ->group("")
-        ->check(CLI::Range(std::int64_t{1}, std::int64_t{3'600'000}))
-        ->envname(environmentName(name));
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{3'600'000}));
   };
   hiddenTime("handshake-milliseconds", read.limits.handshake);
   hiddenTime("ping-milliseconds", read.limits.ping);
@@ -86,22 +86,42 @@ void describe(CLI::App& program, Arguments& read) {
   program.footer(kFooter);
   program.set_version_flag("--version", "quillard-relay " QUILLARD_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
-  program.set_config("--config", "", "Read the configuration from this file")->envname("QUILLARD_RELAY_CONFIG");
+  program.set_config("--config", "", "Read the configuration from this file");
   program.allow_config_extras(CLI::config_extras_mode::error);
   add(program, "listen", read.listen, "Where to listen; may be given several times; port 0 takes one that is free")
+      ->delimiter(',')
       ->capture_default_str();
   add(program, "database", read.database, "The file that pairings are kept in; it is made where there is none")
       ->required();
   add(program, "page", read.page, "The folder of the phones' page");
   add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
   add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
-  program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is")
-      ->envname("QUILLARD_RELAY_BEHIND_PROXY");
+  program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is");
   add(program, "trusted-proxy", read.trustedProxies, "Addresses or networks whose X-Forwarded-For counts")
+      ->delimiter(',')
       ->capture_default_str();
   add(program, "metrics", read.metrics, "Where to serve /metrics for Prometheus, in clear");
   describeLimits(program, read);
   describeRates(program, read);
+}
+
+bool stands(const std::string& flag, const std::vector<std::string>& arguments) {
+  return std::any_of(arguments.begin(), arguments.end(), [&](const std::string& argument) {
+    return argument == flag || argument.rfind(flag + "=", 0) == 0;
+  });
+}
+
+// The library itself would let the file outweigh the environment. What stands there therefore becomes a flag, unless
+// there is one.
+std::vector<std::string> withEnvironment(const CLI::App& program, std::vector<std::string> arguments) {
+  std::vector<std::string> added;
+  for (const CLI::Option* option : program.get_options()) {
+    const std::string name = option->get_single_name();
+    const char* value = name == "help" || name == "version" ? nullptr : std::getenv(environmentName(name).c_str());
+    if (value && *value != '\0' && !stands("--" + name, arguments)) added.push_back("--" + name + "=" + value);
+  }
+  arguments.insert(arguments.begin(), added.begin(), added.end());
+  return arguments;
 }
 
 SaySomething complaint(const std::string& words) { return {words + "\n", ExitCode::wrongUsage}; }
@@ -111,7 +131,8 @@ std::optional<SaySomething> readListeners(const Arguments& read, RelayConfigurat
     const auto address = ListenAddress::parse(text);
     if (!address) return complaint("--listen " + text + ": that is no address and port, such as 127.0.0.1:8080.");
     if (!address->address.isLoopback() && !configuration.hasTls() && !configuration.isBehindProxy) {
-      return complaint("--listen " + text + ": other computers could listen in. Give --tls-certificate and --tls-key, or "
+      return complaint("--listen " + text +
+                       ": other computers could listen in. Give --tls-certificate and --tls-key, or "
                        "--behind-proxy where a proxy does TLS.");
     }
     configuration.listen.push_back(*address);
@@ -120,7 +141,8 @@ std::optional<SaySomething> readListeners(const Arguments& read, RelayConfigurat
   configuration.metrics = ListenAddress::parse(read.metrics);
   if (!configuration.metrics) return complaint("--metrics " + read.metrics + ": that is no address and port.");
   if (!configuration.metrics->address.isLoopback() && !configuration.isBehindProxy) {
-    return complaint("--metrics " + read.metrics + ": metrics are served in clear; without --behind-proxy only at this "
+    return complaint("--metrics " + read.metrics +
+                     ": metrics are served in clear; without --behind-proxy only at this "
                      "computer's own address.");
   }
   return std::nullopt;
@@ -173,8 +195,9 @@ std::variant<RelayConfiguration, SaySomething> readConfiguration(const std::vect
   CLI::App program("", "quillard-relay");
   Arguments read;
   describe(program, read);
+  const auto all = withEnvironment(program, arguments);
   // CLI11 takes them from the end.
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  std::vector<std::string> reversed(all.rbegin(), all.rend());
   try {
     program.parse(std::move(reversed));
   } catch (const CLI::ParseError& end) {

@@ -20,7 +20,7 @@ struct RelayLimits {
   std::chrono::milliseconds handshake{10'000};  // TLS included.
   std::chrono::milliseconds ping{20'000};       // Also how often phones are told of their computer.
   std::chrono::milliseconds idle{60'000};
-  std::chrono::milliseconds goodbyes{10'000};  // The longest time over which connections are closed at the end.
+  std::chrono::milliseconds goodbyes{10'000};    // The longest time over which connections are closed at the end.
   std::chrono::milliseconds lastAnswers{3'000};  // Then how long those are waited for that do not answer the goodbye.
 
   Rate phoneMessages{20, 2};
@@ -35,7 +35,7 @@ struct RelayLimits {
   std::size_t snapshotBytes = std::size_t{256} * 1024 * 1024;  // Of all pairings together; the oldest go first.
 
   std::size_t connections = 20'000;
-  std::size_t openRequests = 64;  // From one address: connections that are no WebSocket yet. Not of trusted proxies.
+  std::size_t openRequests = 64;   // From one address: connections that are no WebSocket yet. Not of trusted proxies.
   std::size_t addresses = 65'536;  // Whose rates are kept. Those that come on top share one.
 };
 

@@ -32,6 +32,8 @@ constexpr std::chrono::hours kTidying{1};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
+constexpr int kSendBuffer = 256 * 1024;
+
 using TlsContext = std::shared_ptr<asio::ssl::context>;
 
 tcp::endpoint endpointOf(const ListenAddress& wished) {
@@ -88,12 +90,13 @@ class RelayServer::Implementation {
   void tidy();
   void stop();
   void sayNextGoodbye(Duration pause);
-  void awaitEnd();
+  void awaitEnd(Instant latest);
   HttpAnswer answerForMetrics(const HttpQuestion& question);
 
   const RelayConfiguration configuration;
   StderrLog log;
   RelayMetrics metrics;
+  Unfinished unfinished;
   PhonePage page;
   std::unique_ptr<SqlitePairingStore> store;
   std::optional<Pairings> pairings;
@@ -131,8 +134,8 @@ std::string RelayServer::Implementation::prepare() {
   }
   rooms.emplace(PairingRooms::Surroundings{*pairings, configuration.limits, metrics, log});
   service.emplace(RelayService::Surroundings{*pairings, *rooms, page, configuration.limits});
-  surroundings.emplace(ConnectionSurroundings{
-      *service, *rooms, configuration.limits, metrics, log, configuration.trustedProxies, presentMoment});
+  surroundings.emplace(ConnectionSurroundings{*service, *rooms, configuration.limits, metrics, log, unfinished,
+                                              configuration.trustedProxies, presentMoment});
   for (const auto& wished : configuration.listen) {
     try {
       open(wished, false);
@@ -171,6 +174,9 @@ void RelayServer::Implementation::run() {
   }
   std::fflush(stdout);
   loop.run();
+  // Whoever is left goes with the loop, not after it.
+  while (rooms->closeNext(CloseCode::stopping)) {
+  }
 }
 
 void RelayServer::Implementation::accept(Listener& listener) {
@@ -193,6 +199,8 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
   const auto endpoint = socket.remote_endpoint(error);
   if (error) return;
   socket.set_option(tcp::no_delay(true), error);
+  // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
+  socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
   const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
   const std::string name = peer.rateName();
   const bool isTrusted = std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
@@ -278,16 +286,23 @@ void RelayServer::Implementation::stop() {
 }
 
 void RelayServer::Implementation::sayNextGoodbye(Duration pause) {
-  if (!rooms->closeNext(CloseCode::stopping)) return awaitEnd();
+  if (!rooms->closeNext(CloseCode::stopping)) {
+    return awaitEnd(std::chrono::steady_clock::now() + configuration.limits.lastAnswers);
+  }
   goodbyes.expires_after(pause);
   goodbyes.async_wait([this, pause](const ErrorCode& error) {
     if (!error) sayNextGoodbye(pause);
   });
 }
 
-void RelayServer::Implementation::awaitEnd() {
-  goodbyes.expires_after(configuration.limits.lastAnswers);
-  goodbyes.async_wait([this](const ErrorCode&) { loop.stop(); });
+void RelayServer::Implementation::awaitEnd(Instant latest) {
+  const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0;
+  if (isDone || std::chrono::steady_clock::now() >= latest) return loop.stop();
+  constexpr std::chrono::milliseconds kLook{10};
+  goodbyes.expires_after(kLook);
+  goodbyes.async_wait([this, latest](const ErrorCode& error) {
+    if (!error) awaitEnd(latest);
+  });
 }
 
 RelayServer::RelayServer(const RelayConfiguration& configuration)

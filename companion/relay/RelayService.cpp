@@ -45,10 +45,14 @@ std::optional<HttpAnswer> refusalForToken(const OfferedToken& offered) {
 // Absent: a member.
 std::optional<HttpAnswer> refusalForStanding(Pairings::Standing standing) {
   switch (standing) {
-    case Pairings::Standing::member: return std::nullopt;
-    case Pairings::Standing::stranger: return unauthorized(kStranger);
-    case Pairings::Standing::revoked: return errorAnswer(410, kRevoked);
-    case Pairings::Standing::storeFailed: return errorAnswer(500, kStoreFailed);
+    case Pairings::Standing::member:
+      return std::nullopt;
+    case Pairings::Standing::stranger:
+      return unauthorized(kStranger);
+    case Pairings::Standing::revoked:
+      return errorAnswer(410, kRevoked);
+    case Pairings::Standing::storeFailed:
+      return errorAnswer(500, kStoreFailed);
   }
   return errorAnswer(500, kStoreFailed);
 }
@@ -65,11 +69,16 @@ bool isRegistrationBody(const std::string& body) {
 
 HttpAnswer answerTo(Pairings::Registration registration) {
   switch (registration) {
-    case Pairings::Registration::taken: return {.status = 204, .headers = {{"cache-control", "no-store"}}};
-    case Pairings::Registration::otherToken: return unauthorized("The pairing has another token.");
-    case Pairings::Registration::revoked: return errorAnswer(410, kRevoked);
-    case Pairings::Registration::full: return errorAnswer(507, "The relay holds as many pairings as it will.");
-    case Pairings::Registration::storeFailed: break;
+    case Pairings::Registration::taken:
+      return {.status = 204, .headers = {{"cache-control", "no-store"}}};
+    case Pairings::Registration::otherToken:
+      return unauthorized("The pairing has another token.");
+    case Pairings::Registration::revoked:
+      return errorAnswer(410, kRevoked);
+    case Pairings::Registration::full:
+      return errorAnswer(507, "The relay holds as many pairings as it will.");
+    case Pairings::Registration::storeFailed:
+      break;
   }
   return errorAnswer(500, kStoreFailed);
 }

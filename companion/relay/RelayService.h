@@ -40,6 +40,7 @@ class RelayService {
 
   // From now on nobody is let in, and /healthz says so.
   void stop() { isStopping = true; }
+  [[nodiscard]] bool isAboutToEnd() const { return isStopping; }
 
  private:
   [[nodiscard]] HttpAnswer answerPairing(const HttpQuestion& question, const RequestTarget& target, Moment now);

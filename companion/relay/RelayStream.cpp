@@ -21,7 +21,7 @@ struct RelayStream::State {
   std::shared_ptr<asio::ssl::context> context;
   std::optional<asio::ssl::stream<tcp::socket&>> tls;
   std::vector<unsigned char> joined;  // A short write in one piece: each write is a TLS record of its own.
-  std::function<void()> onBytes;
+  std::function<void(std::size_t)> onBytes;
 };
 
 RelayStream::RelayStream(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
@@ -36,7 +36,7 @@ tcp::socket& RelayStream::socket() { return state->socket; }
 
 bool RelayStream::isEncrypted() const { return state->tls.has_value(); }
 
-void RelayStream::setOnBytes(std::function<void()> onBytes) { state->onBytes = std::move(onBytes); }
+void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->onBytes = std::move(onBytes); }
 
 void RelayStream::handshake(std::function<void(const ErrorCode&)> done) {
   if (!state->tls) return done({});
@@ -57,7 +57,7 @@ void RelayStream::close() {
 
 void RelayStream::readSome(const BufferList<asio::mutable_buffer>& buffers, IoHandler handler) {
   auto finish = [state = state.get(), handler = std::move(handler)](const ErrorCode& error, std::size_t bytes) mutable {
-    if (bytes > 0 && state->onBytes) state->onBytes();
+    if (bytes > 0 && state->onBytes) state->onBytes(bytes);
     handler(error, bytes);
   };
   if (state->tls) {

@@ -50,8 +50,8 @@ class IoHandler {
   std::unique_ptr<Base> held;
 };
 
-// A connection with a client, encrypted or not: an AsyncStream. Reads and writes take as many of the buffers as fit in a
-// small list, which "some" allows.
+// A connection with a client, encrypted or not: an AsyncStream. Reads and writes take as many of the buffers as fit in
+// a small list, which "some" allows.
 class RelayStream {
  public:
   using executor_type = boost::asio::ip::tcp::socket::executor_type;
@@ -73,8 +73,8 @@ class RelayStream {
   // Ends it without ceremony. What waits fails.
   void close();
 
-  // Called whenever bytes have come.
-  void setOnBytes(std::function<void()> onBytes);
+  // Called whenever bytes have come, with how many, before they are looked at.
+  void setOnBytes(std::function<void(std::size_t)> onBytes);
 
   template <class Buffers, class Token>
   auto async_read_some(const Buffers& buffers, Token&& token) {

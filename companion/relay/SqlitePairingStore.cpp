@@ -96,13 +96,13 @@ class SqlitePairingStore::Statement {
   int bound = 0;
 };
 
-void SqlitePairingStore::Close::operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
+void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
 
 SqlitePairingStore::SqlitePairingStore(const std::string& file) {
   prepareFile(file);
   sqlite3* opened = nullptr;
-  const int outcome =
-      sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
+  const int outcome = sqlite3_open_v2(file.c_str(), &opened,
+                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
   connection.reset(opened);
   if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
   sqlite3_busy_timeout(opened, kPatienceMilliseconds);
@@ -157,7 +157,11 @@ std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& p
 }
 
 void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {
-  Statement(*this, "INSERT INTO pairings (id, token, seen) VALUES (?, ?, ?)").with(pairingID).with(token).with(now).run();
+  Statement(*this, "INSERT INTO pairings (id, token, seen) VALUES (?, ?, ?)")
+      .with(pairingID)
+      .with(token)
+      .with(now)
+      .run();
 }
 
 void SqlitePairingStore::markSeen(const std::string& pairingID, std::int64_t now) {

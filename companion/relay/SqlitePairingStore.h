@@ -13,8 +13,8 @@ namespace quillard::relayserver {
 // The store in one SQLite file of the user's own (0600), with a write-ahead log beside it.
 class SqlitePairingStore final : public PairingStore {
  public:
-  // Makes the file where there is none. Throws Failure: it cannot be made or opened, it is a link, it belongs to another
-  // user or others may read it, or a newer version has written it.
+  // Makes the file where there is none. Throws Failure: it cannot be made or opened, it is a link, it belongs to
+  // another user or others may read it, or a newer version has written it.
   explicit SqlitePairingStore(const std::string& file);
   ~SqlitePairingStore() override;
 
@@ -38,7 +38,7 @@ class SqlitePairingStore final : public PairingStore {
   [[noreturn]] void fail(const char* what) const;
 
   struct Close {
-    void operator()(sqlite3* connection) const;
+    void operator()(sqlite3* opened) const;
   };
   std::unique_ptr<sqlite3, Close> connection;
 };

@@ -31,7 +31,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
       : surroundings(surroundings),
         socket(std::move(stream)),
         patience(socket.get_executor()),
-        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {}
+        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {
+    ++surroundings.unfinished.webSockets;
+  }
+  WebSocketConnection(const WebSocketConnection&) = delete;
+  WebSocketConnection& operator=(const WebSocketConnection&) = delete;
+  ~WebSocketConnection() override { --surroundings.unfinished.webSockets; }
 
   void start(const HttpRequestMessage& request, const Admission& admission) {
     socket.set_option(websocket::stream_base::timeout{kHandshakePatience, websocket::stream_base::none(), false});
@@ -41,7 +46,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
       if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
     }));
-    socket.next_layer().setOnBytes([this] { this->surroundings.rooms.heard(*this, now().instant); });
+    socket.next_layer().setOnBytes([this](std::size_t) { this->surroundings.rooms.heard(*this, now().instant); });
     // The place is taken at once: nobody else can be given it while the answer is on its way.
     surroundings.rooms.join(shared_from_this(), admission.who, now().instant);
     ++surroundings.metrics.answers[101];
@@ -120,11 +125,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     if (state != State::open || isWriting || outgoing.isEmpty()) return;
     isWriting = true;
     const MessageText text = outgoing.front();
-    socket.async_write(boost::asio::buffer(*text), [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
-      self->isWriting = false;
-      self->outgoing.pop();
-      if (!error) self->writeNext();
-    });
+    socket.async_write(boost::asio::buffer(*text),
+                       [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
+                         self->isWriting = false;
+                         self->outgoing.pop();
+                         if (!error) self->writeNext();
+                       });
   }
 
   void end() {
@@ -136,7 +142,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   const ConnectionSurroundings& surroundings;
   websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
-  boost::asio::steady_timer patience;  // With a goodbye: it may be stuck behind a message that nobody reads.
+  boost::asio::steady_timer patience;            // With a goodbye: it may be stuck behind a message that nobody reads.
   OutgoingQueue outgoing;
   beast::flat_buffer buffer;
   State state = State::answering;

@@ -1,0 +1,39 @@
+#include <string>
+#include <variant>
+
+#include "companion/relay/RoomMessages.h"
+#include "fuzz/FuzzTarget.h"
+
+using namespace quillard::relayserver;
+using quillard::fuzz::require;
+
+namespace {
+
+constexpr std::size_t kLongest = 64 * 1024;
+
+// What goes on reads as the same again, and writing that changes nothing.
+template <class Message, class Read>
+void checkRound(const Message& message, Read read) {
+  const std::string written = messageText(message.json);
+  const auto again = read(written, kLongest * 2);
+  require(std::holds_alternative<Message>(again), "What goes on is a message of the same kind.");
+  require(messageText(std::get<Message>(again).json) == written, "A second round changes nothing.");
+}
+
+}  // namespace
+
+// Any frame of either role is a message, unknown, or none.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto text = quillard::fuzz::textOf(data, size);
+  const auto fromAgent = readAgentMessage(text, kLongest);
+  if (const auto* snapshot = std::get_if<SnapshotMessage>(&fromAgent)) checkRound(*snapshot, readAgentMessage);
+  if (const auto* result = std::get_if<ResultMessage>(&fromAgent)) {
+    checkRound(*result, readAgentMessage);
+    const auto named = resultText(*result, PhoneDescription{.deviceID = "A", .deviceName = "\"\\"});
+    require(std::holds_alternative<ResultMessage>(readAgentMessage(named, kLongest * 2)), "With its phone, too.");
+  }
+  const auto fromPhone = readPhoneMessage(text, kLongest);
+  if (const auto* request = std::get_if<RequestMessage>(&fromPhone)) checkRound(*request, readPhoneMessage);
+  if (const auto* suppression = std::get_if<SuppressionMessage>(&fromPhone)) checkRound(*suppression, readPhoneMessage);
+  return 0;
+}

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,8 +69,10 @@ class MacSystem {
   platform::simulated::SimulatedDesktop* desktop = nullptr;
   platform::simulated::SimulatedSyntheticEvents* events = nullptr;
   float processTimeout = 0;  // Seconds; 0: the system's own.
+  bool hasFocus = false;     // The keyboard belongs to this process.
   int trustQuestions = 0;    // How often the user was asked for the permission.
   OddAnswers odd;
+  std::multiset<std::string> asked;  // The attributes, alone or among others.
   std::vector<std::pair<std::string, pid_t>> removedNotifications;
   int detachedSources = 0;
 

@@ -21,8 +21,8 @@ flags() {
   standard_library
   # Clang says __nonnull for macOS, and the C library here then takes it for its own.
   printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
-    -Wold-style-cast -Woverloaded-virtual -Wshadow -Werror -Wunguarded-availability -Wnullable-to-nonnull-conversion \
-    -Wno-missing-field-initializers
+    -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef -Wshadow -Wthread-safety -Werror \
+    -Wunguarded-availability -Wnullable-to-nonnull-conversion -Wno-missing-field-initializers
   tr -s ' ' '\n' <<<"${QUILLARD_CHECK_FLAGS:-}" | sed '/^$/d'
   # The C library here knows of no 64-bit ARM unless it is built for it.
   [ "$1" != arm64 ] || printf '%s\n' -D__x86_64__=1 '-D__builtin_ia32_pause()='

@@ -22,6 +22,7 @@ enum class Entitlements { none, unvalidated, keychainAccessGroups };
 struct Keychain {
   Entitlements entitlements = Entitlements::keychainAccessGroups;
   bool isFileLocked = false;          // Reading wants somebody's permission.
+  bool mayAskUser = true;             // For the one in a file, which does not care what a request says of that.
   std::optional<OSStatus> refusal{};  // What every request is answered with.
   bool givesSomethingElse = false;    // Than data.
   bool givesNothingForEmptyData = false;

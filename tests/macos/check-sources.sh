@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Checks sources for macOS where there is no Mac, by Clang and the declarations of tests/macos/declarations.
 #
-#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each for the oldest macOS, to nothing
+#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each, to nothing
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
 #   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
 #
-# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks.
+# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks. QUILLARD_CHECK_SYSTEM: the oldest macOS that the
+# program is built for; 13.0 without it. Built for a newer one, what is deprecated there is an error, as in any build.
 set -euo pipefail
 
 # The standard library of this system stands in for that of macOS: only its declarations are used, and they agree in
@@ -17,7 +18,7 @@ standard_library() {
 
 # flags ARCHITECTURE SOURCES DECLARATIONS
 flags() {
-  printf '%s\n' -target "$1-apple-macos13.0" -std=c++20 -nostdinc++ -nostdlibinc
+  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc
   standard_library
   # Clang says __nonnull for macOS, and the C library here then takes it for its own.
   printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \

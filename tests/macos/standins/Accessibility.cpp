@@ -139,7 +139,7 @@ bool isOfTheWholeRequest(Error error, bool missedTimeout) {
 
 extern "C" {
 
-const CFStringRef kAXTrustedCheckOptionPrompt = CFSTR("AXTrustedCheckOptionPrompt");
+CFStringRef kAXTrustedCheckOptionPrompt = CFSTR("AXTrustedCheckOptionPrompt");
 
 Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
   MacSystem& system = MacSystem::current();

@@ -9,8 +9,9 @@
 # program is built for; 13.0 without it. Built for a newer one, what is deprecated there is an error, as in any build.
 set -euo pipefail
 
-# The standard library of this system stands in for that of macOS: only its declarations are used, and they agree in
-# what the sources may use (tests/architecture bans the rest).
+# The standard library of this system stands in for that of macOS, which nobody may hand on: only its declarations are
+# used, and they agree in what the sources may use (tests/architecture bans the rest). The types of its integers are made
+# those of macOS (declarations/integers).
 standard_library() {
   clang++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
     sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' | sed 's/^/-isystem/'
@@ -18,7 +19,8 @@ standard_library() {
 
 # flags ARCHITECTURE SOURCES DECLARATIONS
 flags() {
-  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc
+  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc \
+    "-isystem$3/integers"
   standard_library
   # Clang says __nonnull for macOS, and the C library here then takes it for its own.
   printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \

@@ -5,13 +5,13 @@
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
 #   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
 #
-# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks. QUILLARD_CHECK_SYSTEM: the oldest macOS that the
-# program is built for; 13.0 without it. Built for a newer one, what is deprecated there is an error, as in any build.
+# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks. QUILLARD_CHECK_SYSTEM: the oldest macOS that
+# the program is built for; 13.0 without it. For a newer one, what is deprecated there is an error, as in any build.
 set -euo pipefail
 
 # The standard library of this system stands in for that of macOS, which nobody may hand on: only its declarations are
-# used, and they agree in what the sources may use (tests/architecture bans the rest). The types of its integers are made
-# those of macOS (declarations/integers).
+# used, and they agree in what the sources may use (tests/architecture bans the rest). The types of its integers are
+# made those of macOS (declarations/integers).
 standard_library() {
   clang++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
     sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' | sed 's/^/-isystem/'

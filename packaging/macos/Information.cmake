@@ -4,7 +4,8 @@
 #
 # QUILLARD_UPDATE_FEED_URL and QUILLARD_UPDATE_PUBLIC_KEY (both, or neither) say where updates come from and who has to
 # have signed them; without them the application has no updates. QUILLARD_BUILD_NUMBER grows with each build that is
-# given to anybody, since that is what updates are compared by; without it, it is the version.
+# given to anybody, since that is what updates are compared by; without it, it is the version. The oldest system is the one
+# that the program is built for, CMAKE_OSX_DEPLOYMENT_TARGET: on an older one it would not be started, but would fail.
 
 set(QUILLARD_INFORMATION_TEMPLATE ${CMAKE_CURRENT_LIST_DIR}/Info.plist.in)
 
@@ -43,6 +44,10 @@ function(quillard_write_information output version build_number feed key)
     set(build_number "${version}")
   endif()
   quillard_check_information("${version}" "${build_number}" "${feed}" "${key}")
+  set(MINIMUM_SYSTEM 13.0)
+  if(CMAKE_OSX_DEPLOYMENT_TARGET)
+    set(MINIMUM_SYSTEM ${CMAKE_OSX_DEPLOYMENT_TARGET})
+  endif()
   set(VERSION "${version}")
   set(BUILD_NUMBER "${build_number}")
   set(UPDATE_ENTRIES "")

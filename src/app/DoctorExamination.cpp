@@ -20,6 +20,13 @@ bool holds(const platform::Environment& environment, std::string_view variable, 
   return environment.value(variable).value_or("").find(word) != std::string::npos;
 }
 
+// In the first place, or in the second where the first one has none: that is where the agent would look.
+bool hasIdentity(const DoctorFacts& facts) {
+  const auto first = facts.secretService.code;
+  const bool isInSecond = first == SecretStatusCode::itemNotFound || first == SecretStatusCode::missingEntitlement;
+  return first == SecretStatusCode::success || (isInSecond && facts.secretFile.code == SecretStatusCode::success);
+}
+
 RelayReach reachAfter(const RelayRegistrationFailure& failure) {
   const auto* const error = std::get_if<RelayRegistrationError>(&failure);
   if (!error) return RelayReach::unreachable;
@@ -46,6 +53,7 @@ void DoctorExamination::lookAround() {
   facts.hasDisplay = surroundings.hasDisplay();
   facts.isWayland = surroundings.environment.value("XDG_SESSION_TYPE") == "wayland" ||
                     !surroundings.environment.value("WAYLAND_DISPLAY").value_or("").empty();
+  facts.isAskedAlone = surroundings.isAskedAlone;
   facts.isAccessibilityTrusted = surroundings.accessibility.isProcessTrusted();
   if (facts.isAccessibilityTrusted) facts.unseenPrograms = surroundings.unseenPrograms();
   facts.hasGtk2Bridge = holds(surroundings.environment, "GTK_MODULES", "atk-bridge");
@@ -67,11 +75,13 @@ void DoctorExamination::lookAtLock() {
 }
 
 void DoctorExamination::askForNotifications() {
-  surroundings.notifications.requestAuthorization([this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
-    if (weak.expired()) return;
-    facts.notificationProblem = std::move(error);
-    oneMoreDone();
-  });
+  if (!surroundings.notifications) return oneMoreDone();
+  surroundings.notifications->requestAuthorization(
+      [this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
+        if (weak.expired()) return;
+        facts.notificationProblem = std::move(error);
+        oneMoreDone();
+      });
 }
 
 void DoctorExamination::lookForRelay() {
@@ -82,10 +92,7 @@ void DoctorExamination::lookForRelay() {
   if (!address) return relayFound(RelayReach::badAddress);
   facts.relayAddress = *address;
   session = surroundings.httpSessions.makeEphemeralSession(surroundings.mainThread);
-  const bool hasIdentity = facts.secretService.code == SecretStatusCode::success ||
-                           (facts.secretService.code == SecretStatusCode::missingEntitlement &&
-                            facts.secretFile.code == SecretStatusCode::success);
-  if (hasIdentity) {
+  if (hasIdentity(facts)) {
     askWhetherRelayKnowsUs();
   } else {
     askWhetherRelayIsThere();

@@ -28,12 +28,13 @@ struct DoctorSurroundings {
   platform::LockFiles& lockFiles;
   platform::LoginService& loginService;
   platform::SecretStore& secretStore;
-  platform::UserNotifications& notifications;
+  platform::UserNotifications* notifications;  // Null where the question would reach the user: it is not asked then.
   PairingConfiguration& pairing;
   platform::SerialExecutor& mainThread;
   std::function<bool()> hasDisplay;
   // Programs that have windows and cannot be read, for people to read.
   std::function<std::vector<std::string>()> unseenPrograms;
+  bool isAskedAlone = true;  // As in the facts.
 };
 
 // Finds out all that `DoctorFacts` has a place for, and changes as little as looking can: an identity is not made, and

@@ -44,11 +44,12 @@ class DoctorExaminationTest : public testing::Test {
                            .lockFiles = lockFiles,
                            .loginService = loginService,
                            .secretStore = secretStore,
-                           .notifications = notifications,
+                           .notifications = mayAskUser ? &notifications : nullptr,
                            .pairing = pairing,
                            .mainThread = world.time().mainThread(),
                            .hasDisplay = [this] { return hasDisplay; },
-                           .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; }});
+                           .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; },
+                           .isAskedAlone = isAskedAlone});
     examination->start([this](const DoctorFacts& found) {
       EXPECT_FALSE(facts.has_value()) << "It is done once.";
       facts = found;
@@ -81,6 +82,8 @@ class DoctorExaminationTest : public testing::Test {
   PairingConfiguration pairing{
       {world.environment(), bundle, propertyLists, secretStore, world.userDefaults(), world.random(), world.console()}};
   bool hasDisplay = true;
+  bool mayAskUser = true;
+  bool isAskedAlone = true;
   std::optional<DoctorFacts> facts;
   std::unique_ptr<DoctorExamination> examination;
 };
@@ -98,6 +101,22 @@ TEST_F(DoctorExaminationTest, LooksAtTheProgramAndItsDesktop) {
   EXPECT_TRUE(found.canBeLoginItem);
   EXPECT_EQ(found.loginItem, LoginServiceStatus::enabled);
   EXPECT_EQ(found.notificationProblem, std::nullopt);
+}
+
+TEST_F(DoctorExaminationTest, AsksNobodyWhereTheQuestionWouldReachTheUser) {
+  mayAskUser = false;
+  isAskedAlone = false;
+  notifications.setAuthorizationError("somebody asked");
+  const auto found = examine();
+  EXPECT_EQ(found.notificationProblem, std::nullopt);
+  EXPECT_FALSE(found.isAskedAlone);
+}
+
+TEST_F(DoctorExaminationTest, AsksTheRelayForAnIdentityThatOnlyTheSecondPlaceHolds) {
+  answer(HttpResponse{.statusCode = 200});
+  (void)secretStore.add(SecretPlace::fileKeychain, "com.quillard.agent", "installation-secrets-v1",
+                        Secret{std::string_view{kIdentity}});
+  EXPECT_EQ(examine().relay, RelayReach::registered);
 }
 
 TEST_F(DoctorExaminationTest, FindsAProgramInABuildFolder) {

@@ -1,22 +1,14 @@
 #include "app/DoctorFacts.h"
 
+#include "app/SharedDoctorChecks.h"
+
 namespace quillard::app {
 namespace {
 
 using State = DoctorCheck::State;
 using platform::LockOutcome;
-using platform::LoginServiceStatus;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
-
-DoctorCheck installCheck(const DoctorFacts& facts) {
-  DoctorCheck check{.id = "install", .title = "Installation", .detail = facts.programFolder, .remedy = {}};
-  if (facts.isInstalled) return check;
-  check.state = State::problem;
-  check.detail += " is no folder for applications: the agent neither connects nor looks for prompts from there.";
-  check.remedy = "Install it as " + facts.folderForApplications + "/Quillard.app.";
-  return check;
-}
 
 DoctorCheck displayCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "display", .title = "Display", .detail = "An X server is there.", .remedy = {}};
@@ -69,42 +61,6 @@ DoctorCheck programsCheck(const DoctorFacts& facts) {
   return check;
 }
 
-DoctorCheck relayCheck(const DoctorFacts& facts) {
-  DoctorCheck check{.id = "relay", .title = "Relay", .state = State::problem, .detail = {}, .remedy = {}};
-  const std::string because = facts.relayText.empty() ? "." : ": " + facts.relayText;
-  switch (facts.relay) {
-    case RelayReach::notConfigured:
-      check.detail = "None is configured: without one, the agent does not look for prompts.";
-      check.remedy =
-          "Set QUILLARD_RELAY_URL and QUILLARD_PAIRING_ID, or put a RelayConfig.plist into the program's "
-          "Resources folder.";
-      break;
-    case RelayReach::badAddress:
-      check.detail = "Its address is none" + because;
-      check.remedy = "The address begins with wss:// and names a host.";
-      break;
-    case RelayReach::unreachable:
-      check.detail = facts.relayAddress + " does not answer" + because;
-      check.remedy = "Look at the network, and whether the relay runs.";
-      break;
-    case RelayReach::refused:
-      check.detail = facts.relayAddress + " does not accept this computer" + because;
-      check.remedy = "Unpair in the status window: that makes a new identity, for which the phone scans a new code.";
-      break;
-    case RelayReach::reachable:
-      check.state = State::note;
-      check.detail = facts.relayAddress +
-                     " answers. It was not asked whether it knows this computer, whose identity cannot be read, or "
-                     "comes with the agent's first start.";
-      break;
-    case RelayReach::registered:
-      check.state = State::fine;
-      check.detail = facts.relayAddress + " knows this computer.";
-      break;
-  }
-  return check;
-}
-
 bool isUsable(const SecretStatus& status) {
   return status.code == SecretStatusCode::success || status.code == SecretStatusCode::itemNotFound;
 }
@@ -139,22 +95,6 @@ DoctorCheck notificationsCheck(const DoctorFacts& facts) {
   check.state = State::note;
   check.detail = "They are not shown: " + *facts.notificationProblem;
   check.remedy = "Nothing else depends on them. A notification program such as dunst shows them.";
-  return check;
-}
-
-DoctorCheck loginItemCheck(const DoctorFacts& facts) {
-  DoctorCheck check{
-      .id = "login-item", .title = "Start at login", .detail = "The agent starts when you log in.", .remedy = {}};
-  if (facts.canBeLoginItem && facts.loginItem == LoginServiceStatus::enabled) return check;
-  check.state = State::note;
-  if (!facts.canBeLoginItem) {
-    check.detail = "Only an installed agent can start at login.";
-  } else if (facts.loginItem == LoginServiceStatus::requiresApproval) {
-    check.detail = "It is switched off in the desktop's settings.";
-    check.remedy = "Switch it on there, if you want it.";
-  } else {
-    check.detail = "The agent does not start when you log in. Its next start changes that.";
-  }
   return check;
 }
 

@@ -31,6 +31,7 @@ struct DoctorFacts {
   bool isWayland = false;   // The session is one of Wayland: the X server is its guest.
 
   bool isAccessibilityTrusted = false;
+  bool isAskedAlone = true;                 // Not by another program, for which the system then answers.
   std::vector<std::string> unseenPrograms;  // They have windows, but cannot be read. For people to read.
   bool hasGtk2Bridge = false;               // GTK_MODULES names what makes GTK 2 programs readable.
 
@@ -49,7 +50,8 @@ struct DoctorFacts {
   platform::LockOutcome lock = platform::LockOutcome::unavailable;  // Acquired: no agent runs.
 };
 
-// What it means for the agent, and what to do: one check for each thing, in an order in which they are best mended.
+// What it means for the agent on Linux, and what to do: one check for each thing, in an order in which they are best
+// mended.
 [[nodiscard]] std::vector<DoctorCheck> doctorChecks(const DoctorFacts& facts);
 
 }  // namespace quillard::app

@@ -6,6 +6,7 @@
 #include "agent/AppDelegate.h"
 #include "app/AgentRun.h"
 #include "app/MacPlatform.h"
+#include "platform/macos/objc/UninterruptedWork.h"
 #include "platform/qt/TerminationSignals.h"
 
 namespace quillard::app {
@@ -26,6 +27,7 @@ ExitCode runAgent(char* programName, const Output& /*output*/) {
   int count = 1;
   char* arguments[] = {programName, nullptr};
   const QApplication loop(count, arguments);
+  const macos::UninterruptedWork work;
   describeApplication();
   MacPlatform surroundings(STDOUT_FILENO);
   auto& application = surroundings.application;

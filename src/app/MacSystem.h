@@ -31,7 +31,7 @@ namespace quillard::app {
 // agent does. Made and destroyed on the main thread, inside the life of Qt's application object.
 //
 // Requests to other programs' elements are made on a queue of their own, one after another, so that the main thread
-// waits for them only where it asks itself. Every turn of a queue has an autorelease pool.
+// waits for them only where it asks itself. Every turn has an autorelease pool.
 struct MacSystem {
   // `consoleDescriptor`: where diagnostic lines go.
   explicit MacSystem(int consoleDescriptor);

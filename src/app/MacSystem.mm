@@ -1,6 +1,6 @@
 #include "app/MacSystem.h"
 
-#import <Foundation/Foundation.h>
+#import <AppKit/AppKit.h>
 
 #include "platform/macos/objc/AutoreleasePool.h"
 #include "platform/macos/objc/Text.h"
@@ -15,6 +15,13 @@ std::string temporaryFolder() {
   }
 }
 
+// The system's own copy, which any thread may read.
+bool hasFocus() {
+  @autoreleasepool {
+    return static_cast<bool>(NSRunningApplication.currentApplication.active);
+  }
+}
+
 }  // namespace
 
 MacSystem::MacSystem(int consoleDescriptor)
@@ -23,7 +30,7 @@ MacSystem::MacSystem(int consoleDescriptor)
       lockFiles(temporaryFolder()),
       notifications(executors.mainThread()),
       accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
-      accessibility(macos::AXCalls(accessibilityQueue.get()), executors.mainThread()),
+      accessibility(macos::AXCalls(accessibilityQueue.get(), hasFocus), executors.mainThread()),
       workspace(executors.mainThread()),
       windowList(workspace) {}
 

@@ -1,11 +1,15 @@
 #include <optional>
+#include <string>
 #include <variant>
+#include <vector>
 
 #include <QtCore/QCoreApplication>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "app/DesktopTools.h"
+#include "app/DoctorExamination.h"
+#include "app/MacDoctorChecks.h"
 #include "app/MacSystem.h"
 #include "app/PairingTool.h"
 #include "app/ToolRun.h"
@@ -40,6 +44,38 @@ TerminalFacts terminalFacts() {
   return facts;
 }
 
+// What the system says of permissions, it says of the program that is responsible: of this one when the system itself
+// has started it, otherwise of the one that has.
+bool isStartedBySystem() {
+  constexpr pid_t kSystem = 1;
+  return ::getppid() == kSystem;
+}
+
+ExitCode examine(const ExamineSetup& command, MacSystem& system, const Output& output) {
+  PairingConfiguration pairing(pairingOf(system));
+  DoctorExamination examination({.accessibility = system.accessibility,
+                                 .bundle = system.bundle,
+                                 .environment = system.environment,
+                                 .httpSessions = system.httpSessions,
+                                 .lockFiles = system.lockFiles,
+                                 .loginService = system.loginService,
+                                 .secretStore = system.secretStore,
+                                 .notifications = nullptr,
+                                 .pairing = pairing,
+                                 .mainThread = system.executors.mainThread(),
+                                 .hasDisplay = [] { return true; },
+                                 .unseenPrograms = [] { return std::vector<std::string>{}; },
+                                 .isAskedAlone = isStartedBySystem()});
+  std::vector<DoctorCheck> checks;
+  examination.start([&checks](const DoctorFacts& facts) {
+    checks = macDoctorChecks(facts);
+    QCoreApplication::exit();
+  });
+  QCoreApplication::exec();
+  output.print(command.asJson ? doctorJson(checks, QUILLARD_VERSION) : doctorText(checks));
+  return exitCode(checks);
+}
+
 // One for each tool.
 struct Tools {
   MacSystem& system;
@@ -47,11 +83,7 @@ struct Tools {
 
   ExitCode operator()(const ScanOnce& command) const { return scanOnce(command, viewOf(system), output); }
   ExitCode operator()(const RecordDesktop& command) const { return recordDesktop(command, viewOf(system), output); }
-  // Its advice is for the other system.
-  ExitCode operator()(const ExamineSetup&) const {
-    output.complain("The status window says on a Mac what is missing: open Quillard.\n");
-    return ExitCode::cannotDoHere;
-  }
+  ExitCode operator()(const ExamineSetup& command) const { return examine(command, system, output); }
   ExitCode operator()(const ShowPairingCode& command) const {
     PairingConfiguration pairing(pairingOf(system));
     return showPairingCode(command, terminalFacts(), pairing, system.secretStore, output);

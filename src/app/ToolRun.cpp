@@ -50,7 +50,7 @@ ExitCode examine(const ExamineSetup& command, LinuxSystem& system, const Output&
                                  .lockFiles = system.lockFiles,
                                  .loginService = system.loginService,
                                  .secretStore = system.secretStore,
-                                 .notifications = system.notifications,
+                                 .notifications = &system.notifications,
                                  .pairing = pairing,
                                  .mainThread = system.executors.mainThread(),
                                  .hasDisplay = [&system] { return system.windows.isAvailable(); },

@@ -2,13 +2,19 @@
 # Prints which contract suites run against which bindings, from the programs' own lists, and fails when a suite that runs
 # against one binding of its kind is left out of another.
 #
-#   print-contracts.sh NAME [--stood-in BINDING/SUITE]... PROGRAM...    for one kind of contract
+#   print-contracts.sh NAME [--over-stand-ins BINDING] [--stood-in BINDING/SUITE]... PROGRAM...    for one kind
 #
+# --over-stand-ins: the binding's own code, but over functions of ours in place of its system's.
 # --stood-in: what the suite is about is not the binding's own code there, but something that stands in for it.
 set -euo pipefail
 
 name=$1
 shift
+over=""
+if [ "${1:-}" = --over-stand-ins ]; then
+  over=$2
+  shift 2
+fi
 stood_in=""
 while [ "${1:-}" = --stood-in ]; do
   stood_in+=" $2"
@@ -16,7 +22,7 @@ while [ "${1:-}" = --stood-in ]; do
 done
 for program in "$@"; do
   "$program" --gtest_list_tests
-done | awk -v name="$name" -v stood_in="$stood_in " '
+done | awk -v name="$name" -v over="$over" -v stood_in="$stood_in " '
   /^[^ ].*\/.*Contract\.$/ { split($1, part, "/"); binding = part[1]; suite = part[2]; sub(/\.$/, "", suite)
                              bindings[binding] = 1; suites[suite] = 1; next }
   /^[^ ]/ { suite = "" }
@@ -25,7 +31,7 @@ done | awk -v name="$name" -v stood_in="$stood_in " '
     for (suite in suites) {
       line = sprintf("%-10s %-26s", name, suite)
       for (binding in bindings) {
-        note = index(stood_in, " " binding "/" suite " ") ? " (stood in for)" : ""
+        note = index(stood_in, " " binding "/" suite " ") ? " (stood in for)" : binding == over ? " (over stand-ins)" : ""
         line = line sprintf("  %s: %d%s", binding, count[suite, binding], note)
         if (count[suite, binding] == 0) missing = missing " " suite "/" binding
       }

@@ -5,6 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include <unistd.h>
+
 #include "macos/MacWorld.h"
 #include "platform/macos/AXElement.h"
 #include "platform/macos/AXValues.h"
@@ -296,6 +298,70 @@ TEST_F(MacAccessibility, AValueOfAnElementWithoutSubroleIsGiven) {
   mac->system.odd.errors.clear();
   mac->system.odd.values.insert_or_assign("AXSubrole", Held::share(kCFNull));
   EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).value(), AXValue(std::string("plain")));
+}
+
+// ---- This very process, for which the system would answer on the thread that asks: the stand-ins stop a test that
+// asks
+
+TEST_F(MacAccessibility, ElementsOfThisProcessAreInvalidAndNeverAsked) {
+  const AXUIElement itself = mac->accessibility.createApplication(::getpid());
+  EXPECT_EQ(mac->accessibility.copyAttributeValue(itself, ax::kWindows).error(), AXError::invalidUIElement);
+  EXPECT_EQ(mac->accessibility.copyActionNames(itself).error(), AXError::invalidUIElement);
+  EXPECT_EQ(mac->accessibility.setAttributeValue(itself, ax::kFrontmost, true), AXError::invalidUIElement);
+  EXPECT_EQ(mac->accessibility.performAction(itself, ax::kRaiseAction), AXError::invalidUIElement);
+  EXPECT_EQ(mac->accessibility.copyElementAtPosition(itself, {1, 1}).error(), AXError::invalidUIElement);
+  const auto scope = mac->accessibility.beginReadScope();
+  EXPECT_EQ(scope->copyAttributeValue(itself, ax::kWindows).error(), AXError::invalidUIElement);
+  EXPECT_EQ(scope->copyActionNames(itself).error(), AXError::invalidUIElement);
+  EXPECT_FALSE(scope->missedTimeout(itself));
+  EXPECT_EQ(mac->accessibility.processIdentifier(itself), ::getpid());
+}
+
+TEST_F(MacAccessibility, NobodyIsAskedForTheFocusWhileThisProcessHasIt) {
+  openWindow();
+  mac->desktop.focusWindow(prompt);
+  const AXUIElement everything = mac->accessibility.createSystemWide();
+  mac->system.hasFocus = true;
+  const auto scope = mac->accessibility.beginReadScope();
+  for (const auto name : {ax::kFocusedWindow, ax::kFocusedUIElement}) {
+    EXPECT_EQ(mac->accessibility.copyAttributeValue(everything, name).error(), AXError::noValue);
+    EXPECT_EQ(scope->copyAttributeValue(everything, name).error(), AXError::noValue);
+  }
+  EXPECT_EQ(scope->copyActionNames(everything).error(), AXError::noValue);
+  EXPECT_EQ(mac->accessibility.copyActionNames(everything).error(), AXError::noValue);
+  mac->system.hasFocus = false;
+  EXPECT_TRUE(mac->accessibility.copyAttributeValue(everything, ax::kFocusedWindow).hasValue());
+}
+
+TEST_F(MacAccessibility, AHitTestLeavesOutTheWindowsOfThisProcess) {
+  openWindow();
+  const auto frame = *mac->desktop.frame(*mac->desktop.findButton(prompt, "Allow"));
+  const platform::Point center{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  const AXUIElement everything = mac->accessibility.createSystemWide();
+  const auto hits = [&] { return mac->accessibility.copyElementAtPosition(everything, center).hasValue(); };
+  const auto window = [&](pid_t process, std::int64_t layer, double alpha, const platform::Rect& bounds) {
+    return standins::dictionaryObject(
+        {{Held::share(kCGWindowOwnerPID), standins::integerObject(process)},
+         {Held::share(kCGWindowLayer), standins::integerObject(layer)},
+         {Held::share(kCGWindowAlpha), standins::realObject(alpha)},
+         {Held::share(kCGWindowBounds),
+          standins::dictionaryObject({{Held::share(CFSTR("X")), standins::realObject(bounds.x)},
+                                      {Held::share(CFSTR("Y")), standins::realObject(bounds.y)},
+                                      {Held::share(CFSTR("Width")), standins::realObject(bounds.width)},
+                                      {Held::share(CFSTR("Height")), standins::realObject(bounds.height)}})}});
+  };
+  constexpr pid_t kOther = 1;
+  EXPECT_TRUE(hits());
+  mac->system.furtherWindows = {window(::getpid(), 0, 1, frame)};
+  EXPECT_FALSE(hits());
+  mac->system.furtherWindows = {window(::getpid(), 0, 0, frame)};  // Not to be seen.
+  EXPECT_TRUE(hits());
+  mac->system.furtherWindows = {window(::getpid(), 0, 1, {center.x, center.y + 1, 10, 10})};  // Beside it.
+  EXPECT_TRUE(hits());
+  mac->system.furtherWindows = {window(kOther, 8, 1, frame), window(::getpid(), 0, 1, frame)};  // Behind a dialog.
+  EXPECT_TRUE(hits());
+  mac->system.furtherWindows = {window(kOther, 20, 1, frame), window(::getpid(), 0, 1, frame)};  // The Dock's own.
+  EXPECT_FALSE(hits());
 }
 
 // ---- Observers, and where requests are made

@@ -46,12 +46,18 @@ TEST_F(MacReadScope, AnElementCostsOneRequestHoweverMuchIsReadOfIt) {
   const auto scope = mac->accessibility.beginReadScope();
   const AXUIElement target = window(*scope);
   EXPECT_EQ(mac->desktop.roundTrips(), 1U);  // The application.
-  EXPECT_EQ(readings(*scope, target), windowReadings);
-  EXPECT_EQ(readings(*scope, target), windowReadings);
+  for (int i = 0; i < 2; ++i) {
+    for (const auto name : {ax::kRole, ax::kSubrole, ax::kTitle, ax::kModal, ax::kChildren, ax::kParent, ax::kSize}) {
+      EXPECT_TRUE(scope->copyAttributeValue(target, name).hasValue()) << name;
+    }
+  }
   EXPECT_EQ(mac->desktop.roundTrips(), 2U);
+  EXPECT_EQ(readings(*scope, target), windowReadings);
+  EXPECT_EQ(readings(*scope, target), windowReadings);
+  EXPECT_EQ(mac->desktop.roundTrips(), 3U);  // The value.
   EXPECT_EQ(scope->copyActionNames(target).value(), std::vector<std::string>{"AXRaise"});
   EXPECT_EQ(scope->copyActionNames(target).value(), std::vector<std::string>{"AXRaise"});
-  EXPECT_EQ(mac->desktop.roundTrips(), 3U);
+  EXPECT_EQ(mac->desktop.roundTrips(), 4U);
 }
 
 TEST_F(MacReadScope, AnApplicationsWindowsAreOneRequest) {
@@ -66,8 +72,39 @@ TEST_F(MacReadScope, AWalkCostsOneRequestForEachElement) {
   const auto scope = mac->accessibility.beginReadScope();
   const AXUIElement target = window(*scope);
   EXPECT_EQ(AXHelpers::deeplyNestedChildren(*scope, target, 80).size(), 3U);
-  for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, target, 80)) (void)readings(*scope, element);
+  for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, target, 80)) {
+    (void)AXHelpers::role(*scope, element);
+    (void)AXHelpers::frame(*scope, element);
+  }
   EXPECT_EQ(mac->desktop.roundTrips(), 1U + 1U + 3U);
+}
+
+// The value of a text area is all that was ever written in it.
+TEST_F(MacReadScope, AValueTravelsOnlyWhenItIsAskedFor) {
+  const auto scope = mac->accessibility.beginReadScope();
+  const AXUIElement target = window(*scope);
+  EXPECT_EQ(AXHelpers::role(*scope, target), "AXWindow");
+  EXPECT_EQ(mac->system.asked.count("AXValue"), 0U);
+  EXPECT_FALSE(scope->copyAttributeValue(target, ax::kValue).hasValue());
+  EXPECT_EQ(mac->system.asked.count("AXValue"), 1U);
+}
+
+TEST_F(MacReadScope, TheValueOfASecureTextFieldIsNeverAskedFor) {
+  const auto scope = mac->accessibility.beginReadScope();
+  const AXUIElement target = window(*scope);
+  mac->system.odd.values.insert_or_assign("AXSubrole", standins::stringObject("AXSecureTextField"));
+  EXPECT_EQ(AXHelpers::subrole(*scope, target), "AXSecureTextField");
+  EXPECT_EQ(scope->copyAttributeValue(target, ax::kValue).error(), AXError::noValue);
+  EXPECT_EQ(mac->system.asked.count("AXValue"), 0U);
+}
+
+TEST_F(MacReadScope, AnErrorInThePlaceOfTheValueIsNoMissedTimeout) {
+  mac->system.odd.errors = {{"AXValue", kAXErrorCannotComplete}};
+  const auto scope = mac->accessibility.beginReadScope();
+  const AXUIElement target = window(*scope);
+  EXPECT_EQ(scope->copyAttributeValue(target, ax::kValue).error(), AXError::cannotComplete);
+  EXPECT_FALSE(scope->missedTimeout(target));
+  EXPECT_EQ(AXHelpers::role(*scope, target), "AXWindow");
 }
 
 TEST_F(MacReadScope, AnAttributeThatNoWalkReadsIsARequestOfItsOwnOnce) {
@@ -108,7 +145,7 @@ TEST_F(MacReadScope, ASlotOfAnotherTypeReadsAsAbsent) {
 
 // A list that is shorter or longer may have its answers in other places: none of it is believed.
 TEST_F(MacReadScope, AListOfAnotherLengthIsDroppedAndEachAttributeReadAlone) {
-  for (const CFIndex length : {0, 1, 9, 11, 40}) {
+  for (const CFIndex length : {0, 1, 3, 8, 10, 40}) {
     mac->system.odd.batchLength = length;
     const auto scope = mac->accessibility.beginReadScope();
     EXPECT_EQ(readings(*scope, window(*scope)), windowReadings) << length;

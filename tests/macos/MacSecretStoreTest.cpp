@@ -78,6 +78,20 @@ TEST_F(Keychains, LockedIsNotMissingAndReadingNeverAsks) {
   EXPECT_EQ(system.keychain.userQuestions, 0);
 }
 
+TEST_F(Keychains, TheFirstPlaceNeverAsksEither) {
+  EXPECT_EQ(allStatuses(kFirst), (std::vector{SecretStatusCode::itemNotFound, SecretStatusCode::success,
+                                              SecretStatusCode::success, SecretStatusCode::success}));
+  EXPECT_EQ(system.keychain.userQuestions, 0);
+}
+
+TEST_F(Keychains, WhetherTheProcessMayAskIsAfterwardsAsItWas) {
+  for (const bool mayAsk : {true, false}) {
+    system.keychain.mayAskUser = mayAsk;
+    static_cast<void>(allStatuses(kSecond));
+    EXPECT_EQ(system.keychain.mayAskUser, mayAsk);
+  }
+}
+
 TEST_F(Keychains, EveryRefusalHasItsCodeItsWordsAndItsNumber) {
   const std::vector<std::pair<OSStatus, SecretStatusCode>> table{{-25300, SecretStatusCode::itemNotFound},
                                                                  {-34018, SecretStatusCode::missingEntitlement},

@@ -15,7 +15,8 @@ struct MacWorld {
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   standins::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility accessibility{macos::AXCalls{}, world.time().mainThread()};
+  macos::MacAccessibility accessibility{macos::AXCalls{nullptr, [this] { return system.hasFocus; }},
+                                        world.time().mainThread()};
   platform::simulated::SimulatedDesktop& desktop = world.desktop();
 };
 

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # Checks sources for macOS where there is no Mac, by Clang and the declarations of tests/macos/declarations.
 #
-#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each for the oldest macOS, to nothing
+#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each, to nothing
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
 #   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
 #
-# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks.
+# QUILLARD_CHECK_FLAGS: more flags for the compiler, separated by blanks. QUILLARD_CHECK_SYSTEM: the oldest macOS that
+# the program is built for; 13.0 without it. For a newer one, what is deprecated there is an error, as in any build.
 set -euo pipefail
 
-# The standard library of this system stands in for that of macOS: only its declarations are used, and they agree in
-# what the sources may use (tests/architecture bans the rest).
+# The standard library of this system stands in for that of macOS, which nobody may hand on: only its declarations are
+# used, and they agree in what the sources may use (tests/architecture bans the rest). The types of its integers are
+# made those of macOS (declarations/integers).
 standard_library() {
   clang++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
     sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' | sed 's/^/-isystem/'
@@ -17,12 +19,13 @@ standard_library() {
 
 # flags ARCHITECTURE SOURCES DECLARATIONS
 flags() {
-  printf '%s\n' -target "$1-apple-macos13.0" -std=c++20 -nostdinc++ -nostdlibinc
+  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc \
+    "-isystem$3/integers"
   standard_library
   # Clang says __nonnull for macOS, and the C library here then takes it for its own.
   printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
-    -Wold-style-cast -Woverloaded-virtual -Wshadow -Werror -Wunguarded-availability -Wnullable-to-nonnull-conversion \
-    -Wno-missing-field-initializers
+    -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef -Wshadow -Wthread-safety -Werror \
+    -Wunguarded-availability -Wnullable-to-nonnull-conversion -Wno-missing-field-initializers
   tr -s ' ' '\n' <<<"${QUILLARD_CHECK_FLAGS:-}" | sed '/^$/d'
   # The C library here knows of no 64-bit ARM unless it is built for it.
   [ "$1" != arm64 ] || printf '%s\n' -D__x86_64__=1 '-D__builtin_ia32_pause()='

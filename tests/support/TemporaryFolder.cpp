@@ -22,7 +22,8 @@ std::string placeOfFolders() {
 
 TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard-test.XXXXXX") {
   std::array<int, 2> pipe{-1, -1};
-  if (!::mkdtemp(folder.data()) || ::pipe2(pipe.data(), O_CLOEXEC) != 0) throw std::runtime_error("mkdtemp");
+  if (!::mkdtemp(folder.data()) || ::pipe(pipe.data()) != 0) throw std::runtime_error("mkdtemp");
+  for (const int end : pipe) ::fcntl(end, F_SETFD, FD_CLOEXEC);
   janitor = ::fork();
   if (janitor == 0) {
     // Not to be killed along with the test by a signal to its group. Tries again, since servers may still be writing.

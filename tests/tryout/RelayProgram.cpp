@@ -19,6 +19,7 @@ namespace quillard::tryout {
 namespace {
 
 constexpr std::uint16_t kUsualPort = 8080;
+constexpr std::uint16_t kAnyPort = 0;
 constexpr const char* kHost = "127.0.0.1:";
 constexpr std::size_t kLinesToShow = 12;
 
@@ -67,20 +68,27 @@ Variables environmentOfRelay() {
 RelayProgram::RelayProgram(const Places& places, const std::function<bool()>& isEnough)
     : log(places.folder + "/relay.log") {
   makePrivateFolder(places.folder);
+  // Somebody may take the usual port between the look and the relay's own try.
+  bool isUp = isFree(kUsualPort) && start(places, kUsualPort, isEnough);
+  if (!isUp && !isEnough() && !isFree(kUsualPort)) isUp = start(places, kAnyPort, isEnough);
+  if (!isUp) throw std::runtime_error("The relay is not up.\n" + lastLines(log));
+}
+
+bool RelayProgram::start(const Places& places, std::uint16_t port, const std::function<bool()>& isEnough) {
   std::filesystem::remove(log);
-  const std::string listen = kHost + std::to_string(isFree(kUsualPort) ? kUsualPort : 0);
-  program = std::make_unique<Service>(Service::Start{
-      .command = {places.program, "--listen", listen, "--database", places.folder + "/relay.db", "--page", places.page},
-      .environment = environmentOfRelay(),
-      .logFile = log});
+  program = std::make_unique<Service>(
+      Service::Start{.command = {places.program, "--listen", kHost + std::to_string(port), "--database",
+                                 places.folder + "/relay.db", "--page", places.page},
+                     .environment = environmentOfRelay(),
+                     .logFile = log});
   std::optional<std::string> announced;
   static_cast<void>(test::waitFor([&] {
     const bool isOver = program->exitCode() || isEnough();
     announced = announcedAddress(contents(log));
     return announced || isOver;
   }));
-  if (!announced) throw std::runtime_error("The relay is not up.\n" + lastLines(log));
-  base = *announced;
+  base = announced.value_or("");
+  return announced.has_value();
 }
 
 std::string RelayProgram::socketAddress() const { return "ws" + base.substr(std::string_view("http").size()) + "/ws"; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,6 +30,9 @@ class RelayProgram {
   [[nodiscard]] Service& service() { return *program; }
 
  private:
+  // False when it does not listen there.
+  bool start(const Places& places, std::uint16_t port, const std::function<bool()>& isEnough);
+
   const std::string log;
   std::unique_ptr<Service> program;
   std::string base;

@@ -214,6 +214,14 @@ TEST_F(RunRoad, OnADesktopItIsInstalledForItsUserAndSampledWhenAsked) {
   EXPECT_EQ(programsWith(mark), std::vector<std::string>());
 }
 
+TEST_F(RunRoad, SaysWhatToDoWhereTheDisplayIsGone) {
+  auto unreachable = start("gone", {});
+  unreachable.environment.emplace_back("DISPLAY=:64999");
+  EXPECT_EQ(Service(unreachable).waitForEnd(kPatience), 1);
+  EXPECT_NE(said("gone").find("env -u DISPLAY -u WAYLAND_DISPLAY ./run"), std::string::npos) << said("gone");
+  EXPECT_EQ(children(), ownChildren);
+}
+
 TEST_F(RunRoad, RefusesWhatItDoesNotKnow) {
   EXPECT_EQ(runToItsEnd("unknown", {"--phome"}), 2);
   EXPECT_EQ(runToItsEnd("no label", {"--phone", "--answer"}), 2);

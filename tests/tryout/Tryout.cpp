@@ -22,8 +22,10 @@ using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr auto kPatienceAtTheEnd = 3s;         // With each of the programs, which say goodbye to each other.
+constexpr auto kPatienceAtTheEnd = 3s;  // With each of the programs, which say goodbye to each other.
+constexpr auto kPatienceWithTools = 20s;
 constexpr auto kPauseBetweenSamples = 1500ms;  // So that one is seen to go before the next one comes.
+constexpr int kNotPossibleHere = 3;            // What the agent exits with where it finds no display.
 constexpr int kLinesBelowTheCode = 22;         // The rest of the welcome, with the text to be pasted.
 
 std::optional<std::string> variable(const char* name) {
@@ -118,24 +120,32 @@ void Tryout::startRelay() {
   road.environment = with(road.environment, "QUILLARD_PAIRING_ID", variable("QUILLARD_PAIRING_ID").value_or("home"));
 }
 
-// Whoever needs the pairing asks for it first: it is made once, by one program.
+// The pairing is made first, and by one program: an agent and a tool that begin at the same time would each make their
+// own, and a phone would be paired with the one that nobody goes by.
 void Tryout::startAgent() {
-  if (road.isPrivate || wishes.withPhone) pairing = pairingTextOf(road, [this] { return isEndWished(); });
+  const auto isEnough = [this] { return isEndWished(); };
+  pairing = pairingTextOf(road, isEnough);
   if (isEndWished()) return;
   if (!road.isPrivate) {
-    const auto examined = tryout::run({road.agent, "doctor"}, road.environment, 20s, [this] { return isEndWished(); });
-    if (examined.code != 0) say("Something is missing:\n\n" + examined.output);
+    const auto examined = tryout::run({road.agent, "doctor"}, road.environment, kPatienceWithTools, isEnough);
+    if (examined.code != 0 && !isEndWished()) say("Something is missing:\n\n" + examined.output);
   }
   agentLog = placeOfAgentsLog();
   agent = std::make_unique<Service>(
       Service::Start{.command = {road.agent}, .environment = road.environment, .logFile = agentLog});
-  if (pairing && !waitForAgent(*pairing, [this] { return isEndWished() || agent->exitCode(); }) && !isEndWished()) {
-    throw std::runtime_error("Quillard does not reach its relay.\n" + lastLines(agentLog));
-  }
+  waitUntilConnected();
   rendezvous = std::make_unique<Rendezvous>(road);
   if (!road.isPrivate && !wishes.withSample) return;
   samples = std::make_unique<SamplePrompts>(programs.sample, road.environment, "/dev/null");
   samples->showNext();
+}
+
+// With a relay of somebody else's it may take its time: the window says how it stands.
+void Tryout::waitUntilConnected() {
+  if (!pairing || (!relay && !wishes.withPhone)) return;
+  const bool isConnected = waitForAgent(*pairing, [this] { return isEndWished() || agent->exitCode(); });
+  if (isConnected || isEndWished() || agent->exitCode()) return;
+  throw std::runtime_error("Quillard does not reach its relay.\n" + lastLines(agentLog));
 }
 
 // On their own desktop, people read its lines, unless a phone has the terminal.
@@ -212,6 +222,9 @@ std::optional<int> Tryout::reasonToEnd() {
       return 0;
     }
     complain("Quillard has ended (" + std::to_string(*code) + ").\n" + lastLines(agentLog));
+    if (!road.isPrivate && *code == kNotPossibleHere) {
+      complain("To try it on a private desktop:  env -u DISPLAY -u WAYLAND_DISPLAY ./run\n");
+    }
     return 1;
   }
   if (relay && relay->service().exitCode()) {

@@ -51,6 +51,7 @@ class Tryout {
   void startRelay();
   void startAgent();
   [[nodiscard]] std::string placeOfAgentsLog() const;
+  void waitUntilConnected();
   void startPhone();
   void tellHowItStands();
   int stayUp();
@@ -67,7 +68,7 @@ class Tryout {
   std::string folder;    // For databases and logs.
   std::string agentLog;  // Empty: its lines go to our own streams.
   Road road;
-  std::optional<std::string> pairing;   // What the code holds, when that was asked for.
+  std::optional<std::string> pairing;   // What the code holds. Absent: there is none.
   std::optional<std::string> answered;  // The label of the newest answer to a sample prompt.
   std::optional<std::chrono::steady_clock::time_point> nextSampleAt;
   // Destroyed from the last to the first, should an exception skip `end`.

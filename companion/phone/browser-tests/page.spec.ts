@@ -1,9 +1,13 @@
 // The page as such: whether everybody can use it, whether it can be installed, and what it opens without a network.
+import { cpSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
 import type { Page } from "@playwright/test";
 import type { AxeResults } from "axe-core";
 import { sampleApproval } from "../src/core/testing";
 import { expect, kRelayIsGone, pairByText, test } from "./support/fixtures";
+import { kPage } from "./support/RelayProcess";
 
 const axe = createRequire(import.meta.url).resolve("axe-core/axe.min.js");
 
@@ -91,6 +95,39 @@ test("it opens without the relay, and keeps nothing of what was said", async ({
   await page.reload();
   await expect(page.getByRole("heading", { name: "Studio", exact: true })).toBeVisible();
   await expect(page.getByText("The relay cannot be reached")).toBeVisible();
+});
+
+test("a new version is offered, and taken when the person says so", async ({ page, relay, watch }) => {
+  watch.expected.push(kRelayIsGone);
+  const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
+  try {
+    relay.page = join(folder, "page");
+    cpSync(kPage, relay.page, { recursive: true });
+    await relay.kill();
+    await relay.start();
+    await page.goto(relay.url);
+    await expect.poll(() => page.evaluate(() => navigator.serviceWorker.controller !== null)).toBe(true);
+    await expect(page.getByText("A new version is ready")).toBeHidden();
+    const before = await page.evaluate(() => caches.keys());
+
+    const worker = join(relay.page, "sw.js");
+    writeFileSync(
+      worker,
+      readFileSync(worker, "utf8").replace(/kPageVersion="[^"]*"/, 'kPageVersion="newer"'),
+    );
+    await relay.kill();
+    await relay.start();
+    await page.evaluate(async () => void (await (await navigator.serviceWorker.ready).update()));
+    await expect(page.getByText("A new version is ready")).toBeVisible();
+    const reloaded = page.waitForEvent("load");
+    await page.getByRole("button", { name: "Reload" }).tap();
+    await reloaded;
+    await expect(page.getByRole("heading", { level: 1 })).toBeVisible();
+    const after = await page.evaluate(() => caches.keys());
+    expect([before, after]).toEqual([[expect.stringMatching(/^quillard-page-/)], ["quillard-page-newer"]]);
+  } finally {
+    rmSync(folder, { recursive: true, force: true });
+  }
 });
 
 test("its policy lets no script, frame or stranger in", async ({ page, relay }) => {

@@ -1,4 +1,5 @@
 import { chromium } from "@playwright/test";
+import type { Page } from "@playwright/test";
 import { mkdtempSync, rmSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -44,10 +45,11 @@ test("says that a picture holds no code, and that a file is no picture", async (
   await expect(page.getByRole("alert")).toContainText("no picture that the browser can show");
 });
 
-test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
+/** A browser whose camera sees a desktop with the code of `text`. */
+async function withCamera(text: string, use: (page: Page) => Promise<void>): Promise<void> {
   const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
   const film = join(folder, "code.y4m");
-  writeFilm(film, computer.pairingText);
+  writeFilm(film, text);
   const args = [
     ...(kChromium.args ?? []),
     "--use-fake-device-for-media-stream",
@@ -57,8 +59,7 @@ test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
   const browser = await chromium.launch({ ...kChromium, args });
   try {
     const page = await browser.newPage({ viewport: { width: 390, height: 844 } });
-    await page.goto(relay.url);
-    await page.evaluate(() => {
+    await page.addInitScript(() => {
       const media = navigator.mediaDevices;
       const open = media.getUserMedia.bind(media);
       const streams: MediaStream[] = [];
@@ -69,18 +70,53 @@ test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
         return stream;
       };
     });
-    await page.getByRole("button", { name: "Scan the code" }).click();
-    await agree(page, "Studio");
-    const states = await page.evaluate(() =>
-      (Reflect.get(window, "streams") as MediaStream[]).flatMap((stream) =>
-        stream.getTracks().map((track) => track.readyState),
-      ),
-    );
-    expect(states).toEqual(["ended"]);
+    await use(page);
   } finally {
     await browser.close();
     rmSync(folder, { recursive: true, force: true });
   }
+}
+
+/** Whether each camera that was ever opened is still running, in order. */
+function cameras(page: Page): Promise<string[]> {
+  return page.evaluate(() =>
+    (Reflect.get(window, "streams") as MediaStream[]).flatMap((stream) =>
+      stream.getTracks().map((track) => track.readyState),
+    ),
+  );
+}
+
+/** As when the person goes to another program, and comes back. */
+async function turn(page: Page, state: "hidden" | "visible"): Promise<void> {
+  await page.evaluate((visibilityState) => {
+    Object.defineProperty(document, "visibilityState", { configurable: true, get: () => visibilityState });
+    document.dispatchEvent(new Event("visibilitychange"));
+  }, state);
+}
+
+test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
+  await withCamera(computer.pairingText, async (page) => {
+    await page.goto(relay.url);
+    await page.getByRole("button", { name: "Scan the code" }).click();
+    await agree(page, "Studio");
+    expect(await cameras(page)).toEqual(["ended"]);
+  });
+});
+
+test("says what is wrong with a code in front of the camera, and runs it only while it is seen", async ({
+  relay,
+}) => {
+  await withCamera("https://example.org/", async (page) => {
+    await page.goto(relay.url);
+    await page.getByRole("button", { name: "Scan the code" }).click();
+    await expect(page.getByRole("status")).toContainText("not a Quillard pairing code");
+    await turn(page, "hidden");
+    await expect.poll(() => cameras(page)).toEqual(["ended"]);
+    await turn(page, "visible");
+    await expect.poll(() => cameras(page)).toEqual(["ended", "live"]);
+    await page.getByRole("button", { name: "Cancel" }).click();
+    await expect.poll(() => cameras(page)).toEqual(["ended", "ended"]);
+  });
 });
 
 test("says that there is no camera, and leaves the other ways", async ({ page, relay }) => {

@@ -15,17 +15,17 @@ struct IcnsPlace {
   int pixels = 0;
 };
 
-// Every size that the system asks for.
-inline constexpr std::array<IcnsPlace, 10> kIcnsPlaces{{{"icp4", 16},
-                                                        {"icp5", 32},
-                                                        {"ic07", 128},
-                                                        {"ic08", 256},
-                                                        {"ic09", 512},
-                                                        {"ic10", 1024},
-                                                        {"ic11", 32},
-                                                        {"ic12", 64},
-                                                        {"ic13", 256},
-                                                        {"ic14", 512}}};
+// Every size that the system asks for, but for 16 and 32 points on a screen of one pixel a point: their places in the
+// file are drawn wrongly for applications when they hold PNG, and without them the system takes ic11 and ic12, made
+// smaller.
+inline constexpr std::array<IcnsPlace, 8> kIcnsPlaces{{{"ic07", 128},
+                                                       {"ic08", 256},
+                                                       {"ic09", 512},
+                                                       {"ic10", 1024},
+                                                       {"ic11", 32},
+                                                       {"ic12", 64},
+                                                       {"ic13", 256},
+                                                       {"ic14", 512}}};
 
 struct IcnsPicture {
   std::string_view type;

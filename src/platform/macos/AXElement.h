@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <ApplicationServices/ApplicationServices.h>
+#include <unistd.h>
 
 #include "platform/Accessibility.h"
 #include "platform/macos/CFHandle.h"
@@ -46,6 +47,19 @@ class AXElement final : public platform::AXElementReference {
 // Null when the element is of another binding.
 [[nodiscard]] inline const AXElement* elementOf(const platform::AXUIElement& element) {
   return dynamic_cast<const AXElement*>(&element.get());
+}
+
+// 0 when it is of no process, as the system-wide one is. No request.
+[[nodiscard]] inline pid_t processOf(const AXElement& element) {
+  pid_t process = 0;
+  return AXUIElementGetPid(element.get(), &process) == kAXErrorSuccess ? process : 0;
+}
+
+// Null, too, when the element is of this very process: the system would answer for it on the thread that asks, where
+// neither AppKit's objects nor Qt's may be touched.
+[[nodiscard]] inline const AXElement* askableElementOf(const platform::AXUIElement& element) {
+  const AXElement* const own = elementOf(element);
+  return own && processOf(*own) != ::getpid() ? own : nullptr;
 }
 
 [[nodiscard]] inline platform::AXUIElement elementFrom(CFHandle<AXUIElementRef> element,

@@ -34,18 +34,6 @@ AXResult<CFHandle<CFArrayRef>> copySlots(const AXElement& element, const std::ve
   return slots;
 }
 
-// Why the value must not be given, when it must not.
-std::optional<AXError> refusalOfValue(const AXResult<AXValue>& subrole) {
-  if (subrole.hasValue()) {
-    const auto* const text = std::get_if<std::string>(&subrole.value());
-    if (!text) return AXError::failure;  // It has one, and nobody knows which.
-    return *text == ax::kSecureTextFieldSubrole ? std::optional(AXError::noValue) : std::nullopt;
-  }
-  const AXError error = subrole.error();
-  const bool hasNone = error == AXError::noValue || error == AXError::attributeUnsupported;
-  return hasNone ? std::nullopt : std::optional(error);
-}
-
 AXResult<AXValue> readOne(const AXElement& element, std::string_view name) {
   const auto string = makeString(name);
   if (!string) return AXError::illegalArgument;
@@ -84,6 +72,17 @@ AXResult<AXAnswers> readAttributes(const AXElement& element, const std::vector<s
     answers.push_back(refusal ? AXResult<AXValue>(*refusal) : slot(name));
   }
   return answers;
+}
+
+std::optional<AXError> refusalOfValue(const AXResult<AXValue>& subrole) {
+  if (subrole.hasValue()) {
+    const auto* const text = std::get_if<std::string>(&subrole.value());
+    if (!text) return AXError::failure;  // It has one, and nobody knows which.
+    return *text == ax::kSecureTextFieldSubrole ? std::optional(AXError::noValue) : std::nullopt;
+  }
+  const AXError error = subrole.error();
+  const bool hasNone = error == AXError::noValue || error == AXError::attributeUnsupported;
+  return hasNone ? std::nullopt : std::optional(error);
 }
 
 bool isBatchRefused(AXError error) {

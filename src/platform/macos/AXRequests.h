@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,10 @@ namespace quillard::macos {
 using AXAnswers = std::vector<platform::AXResult<platform::AXValue>>;
 [[nodiscard]] platform::AXResult<AXAnswers> readAttributes(const AXElement& element,
                                                            const std::vector<std::string_view>& names);
+
+// Why the value of an element with this subrole must not be given, when it must not: the subrole says that it is a
+// secret, or cannot be told.
+[[nodiscard]] std::optional<platform::AXError> refusalOfValue(const platform::AXResult<platform::AXValue>& subrole);
 
 // Whether the error speaks of the list of questions, not of the element: ask one by one.
 [[nodiscard]] bool isBatchRefused(platform::AXError error);

@@ -1,11 +1,14 @@
 #include "platform/macos/MacAccessibility.h"
 
+#include <utility>
+
 #include "platform/macos/AXElement.h"
 #include "platform/macos/AXRequests.h"
 #include "platform/macos/AXValues.h"
 #include "platform/macos/CFValues.h"
 #include "platform/macos/DistributedNotice.h"
 #include "platform/macos/MacReadScope.h"
+#include "platform/macos/WindowInfo.h"
 
 namespace quillard::macos {
 namespace {
@@ -20,19 +23,21 @@ constexpr std::string_view kTrustNotice = "com.apple.accessibility.api";
 }  // namespace
 
 MacAccessibility::MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread)
-    : calls(calls), mainThread(mainThread) {
+    : calls(std::move(calls)), mainThread(mainThread) {
   setMessagingTimeout(createSystemWide(), kMessagingTimeout);
 }
 
 AXResult<AXValue> MacAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
+  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
   return calls.run([&] { return readAttribute(*own, name); });
 }
 
 AXResult<std::vector<std::string>> MacAccessibility::copyActionNames(const AXUIElement& element) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
+  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
   return calls.run([&] { return readActionNames(*own); });
 }
 
@@ -67,13 +72,13 @@ std::unique_ptr<platform::AXReadScope> MacAccessibility::beginReadScope() {
 
 std::optional<std::int32_t> MacAccessibility::processIdentifier(const AXUIElement& element) {
   const AXElement* const own = elementOf(element);
-  pid_t process = 0;
-  if (!own || AXUIElementGetPid(own->get(), &process) != kAXErrorSuccess || process <= 0) return std::nullopt;
+  const pid_t process = own ? processOf(*own) : 0;
+  if (process <= 0) return std::nullopt;
   return process;
 }
 
 AXError MacAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   const auto string = makeString(name);
   const CFValue content = cfValueFrom(value);
@@ -82,7 +87,7 @@ AXError MacAccessibility::setAttributeValue(const AXUIElement& element, std::str
 }
 
 AXError MacAccessibility::performAction(const AXUIElement& element, std::string_view action) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   const auto string = makeString(action);
   if (!string) return AXError::illegalArgument;
@@ -90,8 +95,9 @@ AXError MacAccessibility::performAction(const AXUIElement& element, std::string_
 }
 
 AXResult<AXUIElement> MacAccessibility::copyElementAtPosition(const AXUIElement& within, platform::Point point) {
-  const AXElement* const own = elementOf(within);
+  const AXElement* const own = askableElementOf(within);
   if (!own) return AXError::invalidUIElement;
+  if (own->elementKind() == AXElementKind::systemWide && isOwnWindowAt(point)) return AXError::noValue;
   return calls.run([&]() -> AXResult<AXUIElement> {
     CFHandle<AXUIElementRef> hit;
     const auto error = AXUIElementCopyElementAtPosition(own->get(), static_cast<float>(point.x),

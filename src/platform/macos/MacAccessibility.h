@@ -19,6 +19,9 @@ namespace quillard::macos {
 // Time-outs: one that is set on the system-wide element holds for the whole process, one that is set on another element
 // for that very handle and its copies, not for equal ones, and not for elements that are read through it. So the bound
 // of 0.2 s is set on the system-wide element when this is made, which replaces the system's own of several seconds.
+//
+// Nothing is asked of this very process: its elements are invalid here, and while it has the focus, or the window at a
+// point, the system-wide element has nothing to say of that.
 class MacAccessibility final : public platform::Accessibility {
  public:
   static constexpr platform::Seconds kMessagingTimeout{0.2};

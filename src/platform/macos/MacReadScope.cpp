@@ -16,66 +16,65 @@ namespace ax = platform::ax;
 
 using Names = std::vector<std::string_view>;
 
-// What a walk asks elements of each kind for. The system-wide element is asked for little, each by itself.
-const Names& batchOf(AXElementKind kind) {
+// What is asked for together with `name`, itself among it: nothing when it is asked for alone, as all is that the
+// system-wide element is asked for.
+const Names& batchOf(AXElementKind kind, std::string_view name) {
   static const Names application{ax::kRole, ax::kTitle, ax::kWindows, ax::kMainWindow, ax::kFocusedWindow};
-  static const Names node{ax::kRole,  ax::kSubrole,  ax::kTitle,  ax::kDescription, ax::kValue,
-                          ax::kModal, ax::kChildren, ax::kParent, ax::kPosition,    ax::kSize};
+  static const Names node{ax::kRole,     ax::kSubrole, ax::kTitle,    ax::kDescription, ax::kModal,
+                          ax::kChildren, ax::kParent,  ax::kPosition, ax::kSize};
+  static const Names value{ax::kSubrole, ax::kValue};
   static const Names nothing;
-  switch (kind) {
-    case AXElementKind::application:
-      return application;
-    case AXElementKind::node:
-      return node;
-    default:
-      return nothing;
-  }
+  if (kind == AXElementKind::systemWide) return nothing;
+  if (kind == AXElementKind::node && name == ax::kValue) return value;
+  const Names& batch = kind == AXElementKind::application ? application : node;
+  return std::find(batch.begin(), batch.end(), name) != batch.end() ? batch : nothing;
 }
 
-std::int32_t ownerOf(const AXElement& element) {
-  pid_t process = 0;
-  return AXUIElementGetPid(element.get(), &process) == kAXErrorSuccess ? process : 0;
+// Of a value whose subrole is known to say so.
+std::optional<AXError> knownRefusal(std::string_view name, const MacReadScope::Answers& known) {
+  const auto subrole = known.find(ax::kSubrole);
+  if (name != ax::kValue || subrole == known.end()) return std::nullopt;
+  return refusalOfValue(subrole->second);
 }
 
 }  // namespace
 
 AXResult<AXValue> MacReadScope::copyAttributeValue(const AXUIElement& element, std::string_view name) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   if (hasMissed(*own)) return AXError::cannotComplete;
+  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
   Known& known = answers[element];
-  const Names& batch = batchOf(own->elementKind());
-  if (std::find(batch.begin(), batch.end(), name) != batch.end() && !known.isBatchRead && !readBatch(*own, known)) {
-    return AXError::cannotComplete;
-  }
-  if (const auto found = known.attributes.find(name); found != known.attributes.end()) return found->second;
+  auto& attributes = known.attributes;
+  if (const auto found = attributes.find(name); found != attributes.end()) return found->second;
+  if (const auto refusal = knownRefusal(name, attributes)) return *refusal;
+  if (!readBatch(*own, batchOf(own->elementKind(), name), known)) return AXError::cannotComplete;
+  if (const auto found = attributes.find(name); found != attributes.end()) return found->second;
   auto answer = calls.run([&] { return readAttribute(*own, name); });
   note(answer.error(), *own);
-  return known.attributes.emplace(name, std::move(answer)).first->second;
+  return attributes.emplace(name, std::move(answer)).first->second;
 }
 
-bool MacReadScope::readBatch(const AXElement& element, Known& known) {
-  known.isBatchRead = true;
-  const Names& names = batchOf(element.elementKind());
+bool MacReadScope::readBatch(const AXElement& element, const std::vector<std::string_view>& names, Known& known) {
+  if (names.empty() || known.takesNoLists) return true;
   auto batch = calls.run([&] { return readAttributes(element, names); });
   if (batch.error() == AXError::cannotComplete) {
     note(AXError::cannotComplete, element);
     return false;
   }
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (batch.hasValue()) {
-      known.attributes.insert_or_assign(std::string(names[i]), batch.value()[i]);
-    } else if (!isBatchRefused(batch.error())) {  // The element is gone, or nobody may ask.
-      known.attributes.insert_or_assign(std::string(names[i]), batch.error());
-    }
+  known.takesNoLists = isBatchRefused(batch.error());
+  for (std::size_t i = 0; i < names.size() && !known.takesNoLists; ++i) {
+    // Without a list, the error is true of each: the element is gone, or nobody may ask.
+    known.attributes.emplace(names[i], batch.hasValue() ? batch.value()[i] : Answer(batch.error()));
   }
   return true;
 }
 
 AXResult<std::vector<std::string>> MacReadScope::copyActionNames(const AXUIElement& element) {
-  const AXElement* const own = elementOf(element);
+  const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   if (hasMissed(*own)) return AXError::cannotComplete;
+  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
   Known& known = answers[element];
   if (!known.actionNames) {
     known.actionNames = calls.run([&] { return readActionNames(*own); });
@@ -92,9 +91,9 @@ bool MacReadScope::missedTimeout(const AXUIElement& element) const {
 }
 
 void MacReadScope::note(AXError error, const AXElement& element) {
-  if (error == AXError::cannotComplete) missed.insert(ownerOf(element));
+  if (error == AXError::cannotComplete) missed.insert(processOf(element));
 }
 
-bool MacReadScope::hasMissed(const AXElement& element) const { return missed.contains(ownerOf(element)); }
+bool MacReadScope::hasMissed(const AXElement& element) const { return missed.contains(processOf(element)); }
 
 }  // namespace quillard::macos

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/Accessibility.h"
@@ -16,15 +17,19 @@
 
 namespace quillard::macos {
 
-// One request brings all attributes that a walk asks an element for, at the first read of any of them; one more brings
-// the names of its actions. An element whose application does not answer such a request as it should is asked for each
-// attribute by itself. Every answer is kept until the scope ends.
+// One request brings all attributes that a walk asks every element for, at the first read of any of them; one more
+// brings its value, and one the names of its actions, when they are asked for: the value of a terminal or an editor is
+// all of its text, and the value of a secure text field is never asked for. An element whose application does not
+// answer such a request as it should is asked for each attribute by itself. Every answer is kept until the scope ends.
 //
 // A request that cannot be completed counts as a time-out: the system does not tell these apart. An error in the place
 // of one attribute does not: the application has answered.
 class MacReadScope final : public platform::AXReadScope {
  public:
-  explicit MacReadScope(AXCalls calls) : calls(calls) {}
+  using Answer = platform::AXResult<platform::AXValue>;
+  using Answers = std::map<std::string, Answer, std::less<>>;
+
+  explicit MacReadScope(AXCalls calls) : calls(std::move(calls)) {}
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
                                                                          std::string_view name) override;
@@ -35,15 +40,14 @@ class MacReadScope final : public platform::AXReadScope {
   [[nodiscard]] bool missedTimeout(const platform::AXUIElement& element) const override;
 
  private:
-  using Answer = platform::AXResult<platform::AXValue>;
   struct Known {
-    std::map<std::string, Answer, std::less<>> attributes;
+    Answers attributes;
     std::optional<platform::AXResult<std::vector<std::string>>> actionNames;
-    bool isBatchRead = false;
+    bool takesNoLists = false;
   };
 
-  // Keeps in `known` what one request brings. False when the application cannot be asked.
-  bool readBatch(const AXElement& element, Known& known);
+  // Keeps in `known` what one request for `names` brings. False when the application cannot be asked.
+  bool readBatch(const AXElement& element, const std::vector<std::string_view>& names, Known& known);
   void note(platform::AXError error, const AXElement& element);
   [[nodiscard]] bool hasMissed(const AXElement& element) const;
 

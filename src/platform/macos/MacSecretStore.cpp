@@ -1,11 +1,13 @@
 #include "platform/macos/MacSecretStore.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <Security/Security.h>
 
+#include "foundation/Mutex.h"
 #include "platform/macos/CFValues.h"
 
 namespace quillard::macos {
@@ -46,13 +48,43 @@ SecretStatus statusFrom(OSStatus status) {
 
 SecretStatus noText() { return {SecretStatusCode::other, "A name of a secret is no UTF-8."}; }
 
-// Such an entry keeps a keychain from asking the user. The system wants a context object of another language in its
-// place now, but goes on taking it.
-std::pair<CFTypeRef, CFTypeRef> neverAsk() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-  return {kSecUseAuthenticationUI, kSecUseAuthenticationUIFail};
+
+// Such an entry keeps the data-protection keychain from asking the user. The system wants a context object of another
+// language in its place now, but goes on taking it.
+std::pair<CFTypeRef, CFTypeRef> neverAsk() { return {kSecUseAuthenticationUI, kSecUseAuthenticationUIFail}; }
+
+// Keeps the keychain in a file from asking the user while this lives: it looks at no entry of a request, only at this
+// switch, which is one for the whole process and has no successor. Afterwards the switch is as it was.
+class Silence {
+ public:
+  Silence() {
+    SecKeychainGetUserInteractionAllowed(&wasAllowed);
+    SecKeychainSetUserInteractionAllowed(false);
+  }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+  ~Silence() { SecKeychainSetUserInteractionAllowed(wasAllowed); }
+
+ private:
+  static Mutex& mutexOfAll() {
+    static Mutex mutex;
+    return mutex;
+  }
+
+  const MutexLock lock{mutexOfAll()};  // One after another, or the last to go leaves what the first one found.
+  Boolean wasAllowed = true;
+};
+
 #pragma GCC diagnostic pop
+
+// What the request answers. `place` may not ask the user meanwhile.
+template <class Request>
+OSStatus withoutAsking(SecretPlace place, Request request) {
+  std::optional<Silence> silence;
+  if (place == SecretPlace::fileKeychain) silence.emplace();
+  return request();
 }
 
 // What names one item, and what else a request says of it. The entries hold no counts: the names do while this lives.
@@ -87,7 +119,7 @@ SecretReading MacSecretStore::copyMatching(SecretPlace place, std::string_view s
   if (!query.isWhole()) return {noText(), {}};
   const auto request = query.with({{kSecReturnData, kCFBooleanTrue}, {kSecMatchLimit, kSecMatchLimitOne}});
   CFValue result;
-  const OSStatus status = SecItemCopyMatching(request.get(), result.out());
+  const OSStatus status = withoutAsking(place, [&] { return SecItemCopyMatching(request.get(), result.out()); });
   if (status != errSecSuccess) return {statusFrom(status), {}};
   if (!result) return {};  // There, and nothing in it.
   const auto data = cfCast<CFDataRef>(result.get());
@@ -100,7 +132,8 @@ SecretStatus MacSecretStore::add(SecretPlace place, std::string_view service, st
   const Query query(place, service, account);
   if (!query.isWhole()) return noText();
   const auto content = makeData(data.view());
-  return statusFrom(SecItemAdd(query.with({{kSecValueData, content.get()}}).get(), nullptr));
+  const auto attributes = query.with({{kSecValueData, content.get()}});
+  return statusFrom(withoutAsking(place, [&] { return SecItemAdd(attributes.get(), nullptr); }));
 }
 
 SecretStatus MacSecretStore::update(SecretPlace place, std::string_view service, std::string_view account,
@@ -109,13 +142,15 @@ SecretStatus MacSecretStore::update(SecretPlace place, std::string_view service,
   if (!query.isWhole()) return noText();
   const auto content = makeData(data.view());
   const auto changes = makeDictionary({{kSecValueData, content.get()}});
-  return statusFrom(SecItemUpdate(query.with({}).get(), changes.get()));
+  const auto request = query.with({});
+  return statusFrom(withoutAsking(place, [&] { return SecItemUpdate(request.get(), changes.get()); }));
 }
 
 SecretStatus MacSecretStore::remove(SecretPlace place, std::string_view service, std::string_view account) {
   const Query query(place, service, account);
   if (!query.isWhole()) return noText();
-  return statusFrom(SecItemDelete(query.with({}).get()));
+  const auto request = query.with({});
+  return statusFrom(withoutAsking(place, [&] { return SecItemDelete(request.get()); }));
 }
 
 }  // namespace quillard::macos

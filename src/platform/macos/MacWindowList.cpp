@@ -1,63 +1,13 @@
 #include "platform/macos/MacWindowList.h"
 
-#include <cmath>
-#include <limits>
-#include <optional>
 #include <utility>
 
-#include <CoreGraphics/CoreGraphics.h>
-
-#include "platform/macos/CFValues.h"
+#include "platform/macos/WindowInfo.h"
 
 namespace quillard::macos {
-namespace {
 
-using platform::Rect;
-using platform::WindowListEntry;
-
-CFTypeRef valueAt(CFDictionaryRef dictionary, CFStringRef key) { return CFDictionaryGetValue(dictionary, key); }
-
-std::optional<std::int32_t> processOf(CFTypeRef value) {
-  const auto number = integerOf(value);
-  if (!number || *number < std::numeric_limits<std::int32_t>::min() ||
-      *number > std::numeric_limits<std::int32_t>::max()) {
-    return std::nullopt;
-  }
-  return static_cast<std::int32_t>(*number);
-}
-
-std::optional<Rect> boundsOf(CFTypeRef value) {
-  const auto bounds = cfCast<CFDictionaryRef>(value);
-  if (!bounds) return std::nullopt;
-  const auto x = numberOf(valueAt(bounds, CFSTR("X")));
-  const auto y = numberOf(valueAt(bounds, CFSTR("Y")));
-  const auto width = numberOf(valueAt(bounds, CFSTR("Width")));
-  const auto height = numberOf(valueAt(bounds, CFSTR("Height")));
-  if (!x || !y || !width || !height) return std::nullopt;
-  return Rect{.x = *x, .y = *y, .width = *width, .height = *height};
-}
-
-WindowListEntry entryFrom(CFDictionaryRef window) {
-  return {.ownerProcessIdentifier = processOf(valueAt(window, kCGWindowOwnerPID)),
-          .ownerName = textOf(valueAt(window, kCGWindowOwnerName)),
-          .windowName = textOf(valueAt(window, kCGWindowName)),
-          .layer = integerOf(valueAt(window, kCGWindowLayer)),
-          .alpha = numberOf(valueAt(window, kCGWindowAlpha)),
-          .bounds = boundsOf(valueAt(window, kCGWindowBounds))};
-}
-
-}  // namespace
-
-std::vector<WindowListEntry> MacWindowList::copyWindowInfo(platform::WindowListOptions options) {
-  const auto windows = CFHandle<CFArrayRef>::adopt(
-      CGWindowListCopyWindowInfo(static_cast<CGWindowListOption>(options), kCGNullWindowID));
-  if (!cfCast<CFArrayRef>(windows.get())) return {};
-  std::vector<WindowListEntry> entries;
-  for (CFIndex i = 0; i < CFArrayGetCount(windows.get()); ++i) {
-    const auto window = cfCast<CFDictionaryRef>(CFArrayGetValueAtIndex(windows.get(), i));
-    if (window) entries.push_back(entryFrom(window));
-  }
-  return entries;
+std::vector<platform::WindowListEntry> MacWindowList::copyWindowInfo(platform::WindowListOptions options) {
+  return macos::copyWindowInfo(options);
 }
 
 platform::SubscriptionHandle MacWindowList::observeChanges(std::function<void()> onChange) {

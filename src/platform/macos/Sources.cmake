@@ -2,5 +2,5 @@
 set(QUILLARD_MACOS_SOURCES
   AXRequests.cpp AXValues.cpp CFValues.cpp DistributedNotice.cpp MacAXObserver.cpp MacAccessibility.cpp MacBundle.cpp
   MacPropertyLists.cpp MacRandom.cpp MacReadScope.cpp MacSecretStore.cpp MacSyntheticEvents.cpp MacUserDefaults.cpp
-  MacWindowList.cpp)
+  MacWindowList.cpp WindowInfo.cpp)
 list(TRANSFORM QUILLARD_MACOS_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -8,6 +9,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/posix/StandardOutput.h"
@@ -18,6 +20,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
+
+constexpr std::size_t kMoreThanAPipeTakes = 400'000;  // Bytes. 64 KiB is what the larger ones take.
 
 // A pipe of which the test reads one end.
 class OutputPipe {
@@ -47,7 +51,6 @@ class OutputPipe {
     }
     return text;
   }
-  void makeSmall() const { ::fcntl(ends[1], F_SETPIPE_SZ, 4096); }
   void makeNonBlocking() const { ::fcntl(ends[1], F_SETFL, O_NONBLOCK); }
 
  private:
@@ -101,12 +104,23 @@ TEST(StandardOutput, SurvivesAnOutputThatWasNeverThere) {
   console.writeLine("lost");
 }
 
-TEST(StandardOutput, SurvivesAFullDisk) {
-  const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-  ASSERT_GE(full, 0);
-  StandardOutput console(full);
+TEST(StandardOutput, SurvivesAFileThatMayNotGrow) {
+  const test::TemporaryFolder folder;
+  const int file = ::open((folder.path() + "/lines").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_GE(file, 0);
+  rlimit former{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &former), 0);
+  auto* const formerHandler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit nothing{0, former.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &nothing), 0);
+  StandardOutput console(file);
   console.writeLine("lost");
-  ::close(full);
+  ::setrlimit(RLIMIT_FSIZE, &former);
+  std::signal(SIGXFSZ, formerHandler);
+  EXPECT_EQ(::lseek(file, 0, SEEK_END), 0);
+  console.writeLine("kept");
+  EXPECT_EQ(::lseek(file, 0, SEEK_END), 5);
+  ::close(file);
 }
 
 class StalledOutput : public testing::TestWithParam<bool> {};
@@ -115,12 +129,11 @@ INSTANTIATE_TEST_SUITE_P(Kinds, StalledOutput, testing::Bool(),
 
 TEST_P(StalledOutput, LosesLinesButNeverHoldsItsWriterUp) {
   const OutputPipe pipe;
-  pipe.makeSmall();
   if (GetParam()) pipe.makeNonBlocking();
   StandardOutput console(pipe.writer());
   const auto start = steady_clock::now();
-  for (int i = 0; i < 1000; ++i) console.writeLine("a line that nobody reads, number " + std::to_string(i));
-  EXPECT_LT(steady_clock::now() - start, 5s);  // One wait of 100 ms, not a thousand.
+  for (int i = 0; i < 10'000; ++i) console.writeLine("a line that nobody reads, number " + std::to_string(i));
+  EXPECT_LT(steady_clock::now() - start, 5s);  // One wait of 100 ms, not ten thousand.
 
   const std::string before = pipe.take();
   EXPECT_EQ(before.rfind("a line that nobody reads, number 0\n", 0), 0U);
@@ -130,12 +143,11 @@ TEST_P(StalledOutput, LosesLinesButNeverHoldsItsWriterUp) {
 
 TEST_P(StalledOutput, EndsALineOfWhichOnlyAPartCouldBeWritten) {
   const OutputPipe pipe;
-  pipe.makeSmall();
   if (GetParam()) pipe.makeNonBlocking();
   StandardOutput console(pipe.writer());
-  console.writeLine(std::string(10'000, 'x'));
+  console.writeLine(std::string(kMoreThanAPipeTakes, 'x'));
   const std::string part = pipe.take();
-  ASSERT_LT(part.size(), 10'000U);
+  ASSERT_LT(part.size(), kMoreThanAPipeTakes);
   ASSERT_FALSE(part.empty());
   console.writeLine("next");
   EXPECT_EQ(pipe.take(), "\nnext\n");
@@ -143,14 +155,13 @@ TEST_P(StalledOutput, EndsALineOfWhichOnlyAPartCouldBeWritten) {
 
 TEST(StandardOutput, WaitsForAReaderThatIsOnlySlow) {
   const OutputPipe pipe;
-  pipe.makeSmall();
   StandardOutput console(pipe.writer());
-  std::thread writer([&console] { console.writeLine(std::string(20'000, 'x')); });
+  std::thread writer([&console] { console.writeLine(std::string(kMoreThanAPipeTakes, 'x')); });
   std::string got;
   const auto end = steady_clock::now() + 10s;
-  while (got.size() < 20'001 && steady_clock::now() < end) got += pipe.take();
+  while (got.size() <= kMoreThanAPipeTakes && steady_clock::now() < end) got += pipe.take();
   writer.join();
-  EXPECT_EQ(got, std::string(20'000, 'x') + "\n");
+  EXPECT_EQ(got, std::string(kMoreThanAPipeTakes, 'x') + "\n");
 }
 
 }  // namespace

@@ -59,6 +59,7 @@ TEST(IconMaker, WritesEverySizeThatTheSystemAsksFor) {
   std::map<std::string, std::uint32_t> expected;
   for (const auto& place : kIcnsPlaces) expected[std::string(place.type)] = static_cast<std::uint32_t>(place.pixels);
   EXPECT_EQ(widths, expected);
+  for (const char* place : {"icp4", "icp5", "icp6"}) EXPECT_EQ(widths.count(place), 0U) << "Drawn wrongly: " << place;
 }
 
 TEST(IconMaker, SaysWhatIsWrong) {

@@ -73,6 +73,7 @@ struct Deployment {
   std::string buildNumber;
   std::string feed;
   std::string key;
+  std::string oldestSystem;
 };
 
 struct Written {
@@ -87,7 +88,8 @@ Written write(const Deployment& deployment) {
   written.outcome = shell(
       "'" CMAKE_PROGRAM "' '-DOUTPUT=" + file + "' '-DVERSION=" + deployment.version +
       "' '-DQUILLARD_BUILD_NUMBER=" + deployment.buildNumber + "' '-DQUILLARD_UPDATE_FEED_URL=" + deployment.feed +
-      "' '-DQUILLARD_UPDATE_PUBLIC_KEY=" + deployment.key + "' -P '" + kPackaging + "/Information.cmake'");
+      "' '-DQUILLARD_UPDATE_PUBLIC_KEY=" + deployment.key +
+      "' '-DCMAKE_OSX_DEPLOYMENT_TARGET=" + deployment.oldestSystem + "' -P '" + kPackaging + "/Information.cmake'");
   written.xml = read(file);
   return written;
 }
@@ -107,6 +109,13 @@ TEST(MacInformation, SaysWhoTheApplicationIs) {
   EXPECT_EQ(list.text("LSMinimumSystemVersion"), "13.0");
   EXPECT_EQ(list.truth("LSUIElement"), true);
   EXPECT_EQ(list.truth("NSHighResolutionCapable"), true);
+  EXPECT_NE(list.text("NSLocalNetworkUsageDescription").value_or(""), "");
+}
+
+TEST(MacInformation, AsksForTheSystemThatTheProgramIsBuiltFor) {
+  const auto written = write({.oldestSystem = "14.0"});
+  ASSERT_EQ(written.outcome.code, 0) << written.outcome.output;
+  EXPECT_EQ(PropertyList(written.xml).text("LSMinimumSystemVersion"), "14.0");
 }
 
 TEST(MacInformation, HasNoPlaceholderLeft) {

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include <unistd.h>
+
 #include "macos/standins/MacSystem.h"
 
 using namespace quillard::standins;
@@ -96,9 +98,14 @@ AXValue valueOf(CFTypeRef value, const char* function) {
   }
 }
 
-// The interface of the desktop, ready for one request to `element`. Null when there is none.
-Accessibility* interfaceFor(const __AXUIElement& element) {
+// The interface of the desktop, ready for one request to `element`. Null when there is none. The real one answers for
+// this process on the thread that asks, and there is nothing here that could.
+Accessibility* interfaceFor(const __AXUIElement& element, bool asksWhoeverHasTheFocus, const char* function) {
   const MacSystem& system = MacSystem::current();
+  if (element.process == ::getpid()) stopForMisuse(function, "called for this very process");
+  if (element.process == 0 && asksWhoeverHasTheFocus && system.hasFocus) {
+    stopForMisuse(function, "called while this very process has the focus");
+  }
   if (!system.desktop) return nullptr;
   Accessibility& accessibility = system.desktop->accessibility();
   const float own = element.timeout > 0 ? element.timeout : system.processTimeout;
@@ -132,7 +139,7 @@ bool isOfTheWholeRequest(Error error, bool missedTimeout) {
 
 extern "C" {
 
-const CFStringRef kAXTrustedCheckOptionPrompt = CFSTR("AXTrustedCheckOptionPrompt");
+CFStringRef kAXTrustedCheckOptionPrompt = CFSTR("AXTrustedCheckOptionPrompt");
 
 Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
   MacSystem& system = MacSystem::current();
@@ -166,9 +173,10 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef* value) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, true, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const std::string name = utf8Of(attribute, __func__);
+  MacSystem::current().asked.insert(name);
   const auto answer = accessibility->copyAttributeValue(target.handle, name);
   const OddAnswers& odd = MacSystem::current().odd;
   if (const auto found = odd.errors.find(name); found != odd.errors.end()) return found->second;
@@ -182,13 +190,14 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
                                                  AXCopyMultipleAttributeOptions options, CFArrayRef* values) {
   if (options != 0) stopForMisuse(__func__, "called to stop at the first error");
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, true, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const OddAnswers& odd = MacSystem::current().odd;
   const auto scope = accessibility->beginReadScope();  // So that all of it is one request.
   std::vector<Held> slots;
   for (CFIndex i = 0; i < CFArrayGetCount(attributes); ++i) {
     const std::string name = utf8Of(CFArrayGetValueAtIndex(attributes, i), __func__);
+    MacSystem::current().asked.insert(name);
     const auto answer = scope->copyAttributeValue(target.handle, name);
     if (isOfTheWholeRequest(answer.error(), scope->missedTimeout(target.handle))) return systemError(answer.error());
     slots.push_back(slot(name, answer));
@@ -202,7 +211,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementCopyActionNames(AXUIElementRef element, CFArrayRef* names) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, true, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const auto answer = accessibility->copyActionNames(target.handle);
   if (!answer.hasValue()) return systemError(answer.error());
@@ -217,7 +226,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef value) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, true, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   return systemError(
       accessibility->setAttributeValue(target.handle, utf8Of(attribute, __func__), valueOf(value, __func__)));
@@ -225,14 +234,14 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementPerformAction(AXUIElementRef element, CFStringRef action) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, true, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   return systemError(accessibility->performAction(target.handle, utf8Of(action, __func__)));
 }
 
 ::AXError AXUIElementCopyElementAtPosition(AXUIElementRef within, float x, float y, AXUIElementRef* element) {
   const auto& target = known(within, __func__);
-  Accessibility* const accessibility = interfaceFor(target);
+  Accessibility* const accessibility = interfaceFor(target, false, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const auto hit = accessibility->copyElementAtPosition(target.handle, {x, y});
   if (!hit.hasValue()) return systemError(hit.error());

@@ -51,12 +51,13 @@ Items& itemsOf(Keychain& keychain, const Request& request) {
 OSStatus refusal(Keychain& keychain, const Request& request, bool isReading) {
   if (keychain.refusal) return *keychain.refusal;
   if (request.isProtected) {
+    if (request.mayAsk) ++keychain.userQuestions;
     if (keychain.entitlements == Entitlements::unvalidated) return errSecMissingEntitlement;
     if (keychain.entitlements == Entitlements::none) return isReading ? errSecItemNotFound : errSecMissingEntitlement;
     return errSecSuccess;
   }
   if (!keychain.isFileLocked) return errSecSuccess;
-  if (!request.mayAsk) return errSecInteractionNotAllowed;
+  if (!keychain.mayAskUser) return errSecInteractionNotAllowed;
   ++keychain.userQuestions;
   return errSecUserCanceled;
 }
@@ -77,6 +78,16 @@ const CFStringRef kSecUseDataProtectionKeychain = CFSTR("data protection");
 const CFStringRef kSecUseAuthenticationUI = CFSTR("authentication interface");
 const CFStringRef kSecUseAuthenticationUIFail = CFSTR("authentication interface: fail");
 const SecRandomRef kSecRandomDefault = nullptr;
+
+OSStatus SecKeychainGetUserInteractionAllowed(Boolean* state) {
+  *state = MacSystem::current().keychain.mayAskUser;
+  return errSecSuccess;
+}
+
+OSStatus SecKeychainSetUserInteractionAllowed(Boolean state) {
+  MacSystem::current().keychain.mayAskUser = state;
+  return errSecSuccess;
+}
 
 OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
   Keychain& keychain = MacSystem::current().keychain;

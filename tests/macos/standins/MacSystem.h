@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,7 @@ enum class Entitlements { none, unvalidated, keychainAccessGroups };
 struct Keychain {
   Entitlements entitlements = Entitlements::keychainAccessGroups;
   bool isFileLocked = false;          // Reading wants somebody's permission.
+  bool mayAskUser = true;             // For the one in a file, which does not care what a request says of that.
   std::optional<OSStatus> refusal{};  // What every request is answered with.
   bool givesSomethingElse = false;    // Than data.
   bool givesNothingForEmptyData = false;
@@ -68,8 +70,10 @@ class MacSystem {
   platform::simulated::SimulatedDesktop* desktop = nullptr;
   platform::simulated::SimulatedSyntheticEvents* events = nullptr;
   float processTimeout = 0;  // Seconds; 0: the system's own.
+  bool hasFocus = false;     // The keyboard belongs to this process.
   int trustQuestions = 0;    // How often the user was asked for the permission.
   OddAnswers odd;
+  std::multiset<std::string> asked;  // The attributes, alone or among others.
   std::vector<std::pair<std::string, pid_t>> removedNotifications;
   int detachedSources = 0;
 

@@ -13,12 +13,16 @@ function program(): string {
   return named;
 }
 
-const page = process.env["QUILLARD_PAGE"] ?? fileURLToPath(new URL("../../dist/page", import.meta.url));
+/** The folder of the built page. */
+export const kPage =
+  process.env["QUILLARD_PAGE"] ?? fileURLToPath(new URL("../../dist/page", import.meta.url));
 
 export class RelayProcess {
   private readonly folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
   private process: ChildProcess | undefined;
   private port = 0;
+  /** The folder that is served from the next start on. */
+  page = kPage;
 
   /** `http://127.0.0.1:PORT`; the same one after a restart. */
   get url(): string {
@@ -32,7 +36,7 @@ export class RelayProcess {
       "--database",
       join(this.folder, "relay.db"),
       "--page",
-      page,
+      this.page,
     ];
     const child = spawn(program(), options, { stdio: ["ignore", "pipe", "ignore"] });
     this.process = child;

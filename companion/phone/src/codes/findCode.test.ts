@@ -51,7 +51,10 @@ function desktopPicture(name: string): Pixels {
   return { data: new Uint8ClampedArray(png.data), width: png.width, height: png.height };
 }
 
-describe("a code in a picture", () => {
+// Pictures are searched pixel by pixel: on a busy machine that takes its time.
+const kPatience = { timeout: 60_000 };
+
+describe("a code in a picture", kPatience, () => {
   it("is found in a plain picture of it", () => {
     const picture = blank(700, 700, 240);
     draw(picture, kText, 40, 40, 6);

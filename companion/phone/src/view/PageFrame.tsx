@@ -1,6 +1,6 @@
 // A page below the home page: a way back, a title, and what is on it.
 import type { ComponentChildren, JSX } from "preact";
-import { useEffect, useRef } from "preact/hooks";
+import { useLayoutEffect, useRef } from "preact/hooks";
 import { Symbol } from "./parts/Symbol";
 import { routeHash } from "./routes";
 import type { Route } from "./routes";
@@ -14,8 +14,8 @@ interface PageFrameProps {
 
 export function PageFrame({ title, back, backTitle, children }: PageFrameProps): JSX.Element {
   const heading = useRef<HTMLHeadingElement>(null);
-  // A screen reader goes on at the top of what is new.
-  useEffect(() => {
+  // A screen reader goes on at the top of what is new: before a finger can be anywhere else.
+  useLayoutEffect(() => {
     window.scrollTo(0, 0);
     heading.current?.focus({ preventScroll: true });
   }, []);

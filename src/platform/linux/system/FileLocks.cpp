@@ -1,70 +1,20 @@
 #include "platform/linux/system/FileLocks.h"
 
-#include <cerrno>
-#include <string>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/system/RuntimeFolder.h"
+#include "platform/posix/LockedFile.h"
 
 namespace quillard::desktop {
-namespace {
 
-using platform::LockOutcome;
-using platform::LockResult;
-
-constexpr mode_t kOwnerOnly = 0600;
-
-bool isFileName(std::string_view name) {
-  constexpr std::string_view kNeverInNames{"/\0", 2};
-  return !name.empty() && name != "." && name != ".." && name.find_first_of(kNeverInNames) == std::string_view::npos;
-}
-
-bool isOwnFile(int descriptor) {
-  struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
-}
-
-// Negative when there is no such file of this user, and none could be made.
-int openFile(int folder, std::string_view name) {
-  // Not blocking, in case a pipe waits under the name.
-  const int file = ::openat(folder, std::string(name).c_str(),
-                            O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kOwnerOnly);
-  if (file < 0) return -1;
-  if (isOwnFile(file)) return file;
-  ::close(file);
-  return -1;
-}
-
-bool lockWhole(int file) {
-  int result = -1;
-  do {
-    result = ::flock(file, LOCK_EX | LOCK_NB);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
-}
-
-}  // namespace
-
-LockResult FileLocks::acquire(std::string_view fileName) {
-  if (!isFileName(fileName)) return {LockOutcome::unavailable, -1};
+platform::LockResult FileLocks::acquire(std::string_view fileName) {
   const auto folder = openRuntimeFolder(environment);
-  if (!folder) return {LockOutcome::unavailable, -1};
-  const int file = openFile(*folder, fileName);
+  if (!folder) return {platform::LockOutcome::unavailable, -1};
+  const auto result = lockFileIn(*folder, fileName);
   ::close(*folder);
-  if (file < 0) return {LockOutcome::unavailable, -1};
-  if (lockWhole(file)) return {LockOutcome::acquired, file};
-  ::close(file);
-  return {LockOutcome::heldElsewhere, -1};
+  return result;
 }
 
-void FileLocks::release(std::int32_t descriptor) {
-  if (descriptor < 0) return;
-  ::flock(descriptor, LOCK_UN);
-  ::close(descriptor);
-}
+void FileLocks::release(std::int32_t descriptor) { unlockFile(descriptor); }
 
 }  // namespace quillard::desktop

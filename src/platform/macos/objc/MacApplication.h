@@ -29,7 +29,7 @@ class MacApplication final : public platform::Application {
   // Called once, before the loop ends, whoever ends it.
   void setOnWillTerminate(std::function<void()> handler) { loopEnd.setOnWillTerminate(std::move(handler)); }
   // Called when somebody starts the application that runs already. Set it once the loop runs: until then the system
-  // has a handler of its own. An empty one gives the event back to the system.
+  // has a handler of its own, which does not come back. With an empty one nothing happens then.
   void setOnReopen(std::function<void()> handler);
 
   [[nodiscard]] std::int32_t processIdentifier() const override;

@@ -165,19 +165,22 @@ TEST(EnclosedExecutors, RunEachTurnOfAQueueInsideTheEnclosure) {
   EXPECT_EQ(story, "(a)(b)(c)");
 }
 
-TEST(EnclosedExecutors, LeaveTheMainThreadAsItIs) {
+TEST(EnclosedExecutors, RunEachTurnOfTheMainThreadInsideTheEnclosure) {
   HandExecutors beneath;
-  int enclosed = 0;
-  EnclosedExecutors executors(beneath, [&enclosed](const Turn& turn) {
-    ++enclosed;
+  std::string story;
+  EnclosedExecutors executors(beneath, [&story](const Turn& turn) {
+    story += "(";
     turn();
+    story += ")";
   });
-  EXPECT_EQ(&executors.mainThread(), &beneath.main);
-  int ran = 0;
-  executors.mainThread().post([&ran] { ++ran; });
+  auto& mainThread = executors.mainThread();
+  EXPECT_EQ(&mainThread, &executors.mainThread());
+  EXPECT_FALSE(mainThread.isCurrent());
+  mainThread.post([&] { story += mainThread.isCurrent() ? "a" : "?"; });
+  const auto later = mainThread.postAfter(Seconds{1}, [&story] { story += "b"; });
+  const auto often = mainThread.repeatEvery(Seconds{1}, [&story] { story += "c"; });
   beneath.main.runAll();
-  EXPECT_EQ(ran, 1);
-  EXPECT_EQ(enclosed, 0);
+  EXPECT_EQ(story, "(a)(b)(c)");
 }
 
 }  // namespace

@@ -107,10 +107,13 @@ std::optional<RunningApplication> MacWorkspace::runningApplication(std::int32_t 
 }
 
 bool MacWorkspace::activate(std::int32_t processIdentifier) {
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"  // From macOS 14 on the second one means nothing.
+  constexpr NSApplicationActivationOptions kOptions =
+      NSApplicationActivateAllWindows | NSApplicationActivateIgnoringOtherApps;
+#pragma clang diagnostic pop
   @autoreleasepool {
-    const NSApplicationActivationOptions options =
-        NSApplicationActivateAllWindows | NSApplicationActivateIgnoringOtherApps;
-    return static_cast<bool>([applicationOf(processIdentifier) activateWithOptions:options]);
+    return static_cast<bool>([applicationOf(processIdentifier) activateWithOptions:kOptions]);
   }
 }
 

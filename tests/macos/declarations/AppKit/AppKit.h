@@ -38,6 +38,7 @@ enum : NSApplicationActivationOptions {
 @end
 
 @interface NSRunningApplication : NSObject
+@property(class, readonly, strong) NSRunningApplication* currentApplication;
 @property(readonly, getter=isTerminated) BOOL terminated;
 @property(readonly, getter=isHidden) BOOL hidden;
 @property(readonly, getter=isActive) BOOL active;

@@ -31,8 +31,8 @@ typedef const struct __AXUIElement* AXUIElementRef;
 typedef struct __AXObserver* AXObserverRef;
 typedef const struct __AXValue* AXValueRef;
 
-extern const CFStringRef kAXTrustedCheckOptionPrompt;
-Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options);
+extern CFStringRef kAXTrustedCheckOptionPrompt QUILLARD_SINCE(10.9);
+Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) QUILLARD_SINCE(10.9);
 
 CFTypeID AXUIElementGetTypeID(void);
 AXUIElementRef AXUIElementCreateApplication(pid_t process);

@@ -154,6 +154,19 @@ typedef NSString* NSNotificationName;
 - (nullable Class)classNamed:(NSString*)name;
 @end
 
+typedef uint64_t NSActivityOptions;
+enum : NSActivityOptions {
+  NSActivityIdleSystemSleepDisabled = 1ULL << 20,
+  NSActivityUserInitiated = 0x00FFFFFFULL | NSActivityIdleSystemSleepDisabled,
+  NSActivityUserInitiatedAllowingIdleSystemSleep = NSActivityUserInitiated & ~NSActivityIdleSystemSleepDisabled,
+};
+
+@interface NSProcessInfo : NSObject
+@property(class, readonly, strong) NSProcessInfo* processInfo;
+- (id<NSObject>)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString*)reason QUILLARD_SINCE(10.9);
+- (void)endActivity:(id<NSObject>)activity QUILLARD_SINCE(10.9);
+@end
+
 typedef uint32_t AEEventClass;
 typedef uint32_t AEEventID;
 @interface NSAppleEventManager : NSObject

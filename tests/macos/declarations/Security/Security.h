@@ -31,6 +31,9 @@ extern const CFStringRef kSecUseDataProtectionKeychain QUILLARD_SINCE(10.15);
 extern const CFStringRef kSecUseAuthenticationUI QUILLARD_DEPRECATED(10.11, 11.0);
 extern const CFStringRef kSecUseAuthenticationUIFail QUILLARD_DEPRECATED(10.11, 11.0);
 
+OSStatus SecKeychainGetUserInteractionAllowed(Boolean* state) QUILLARD_DEPRECATED(10.2, 10.10);
+OSStatus SecKeychainSetUserInteractionAllowed(Boolean state) QUILLARD_DEPRECATED(10.2, 10.10);
+
 OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result);
 OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef* result);
 OSStatus SecItemUpdate(CFDictionaryRef query, CFDictionaryRef attributesToUpdate);

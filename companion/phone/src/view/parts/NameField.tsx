@@ -1,6 +1,6 @@
 // A name that is changed in place, and kept when the person says so.
 import type { JSX } from "preact";
-import { useEffect, useId, useState } from "preact/hooks";
+import { useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 
 export const kLongestName = 64;
 
@@ -14,7 +14,12 @@ export function NameField({ label, value, onSave }: NameFieldProps): JSX.Element
   const id = useId();
   const [text, setText] = useState(value);
   const [problem, setProblem] = useState<string>();
-  useEffect(() => setText(value), [value]);
+  // A name that was changed elsewhere is taken over; what is typed meanwhile stays as long as there is none.
+  const known = useRef(value);
+  useLayoutEffect(() => {
+    if (known.current !== value) setText(value);
+    known.current = value;
+  }, [value]);
   const name = text.trim();
   const isChanged = name !== "" && name !== value;
   const save = (event: Event) => {

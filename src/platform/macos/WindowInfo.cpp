@@ -1,0 +1,78 @@
+#include "platform/macos/WindowInfo.h"
+
+#include <limits>
+#include <optional>
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <unistd.h>
+
+#include "platform/macos/CFValues.h"
+
+namespace quillard::macos {
+namespace {
+
+using platform::Rect;
+using platform::WindowListEntry;
+
+CFTypeRef valueAt(CFDictionaryRef dictionary, CFStringRef key) { return CFDictionaryGetValue(dictionary, key); }
+
+std::optional<std::int32_t> processOf(CFTypeRef value) {
+  const auto number = integerOf(value);
+  if (!number || *number < std::numeric_limits<std::int32_t>::min() ||
+      *number > std::numeric_limits<std::int32_t>::max()) {
+    return std::nullopt;
+  }
+  return static_cast<std::int32_t>(*number);
+}
+
+std::optional<Rect> boundsOf(CFTypeRef value) {
+  const auto bounds = cfCast<CFDictionaryRef>(value);
+  if (!bounds) return std::nullopt;
+  const auto x = numberOf(valueAt(bounds, CFSTR("X")));
+  const auto y = numberOf(valueAt(bounds, CFSTR("Y")));
+  const auto width = numberOf(valueAt(bounds, CFSTR("Width")));
+  const auto height = numberOf(valueAt(bounds, CFSTR("Height")));
+  if (!x || !y || !width || !height) return std::nullopt;
+  return Rect{.x = *x, .y = *y, .width = *width, .height = *height};
+}
+
+WindowListEntry entryFrom(CFDictionaryRef window) {
+  return {.ownerProcessIdentifier = processOf(valueAt(window, kCGWindowOwnerPID)),
+          .ownerName = textOf(valueAt(window, kCGWindowOwnerName)),
+          .windowName = textOf(valueAt(window, kCGWindowName)),
+          .layer = integerOf(valueAt(window, kCGWindowLayer)),
+          .alpha = numberOf(valueAt(window, kCGWindowAlpha)),
+          .bounds = boundsOf(valueAt(window, kCGWindowBounds))};
+}
+
+bool contains(const Rect& bounds, platform::Point point) {
+  return point.x >= bounds.x && point.x < bounds.x + bounds.width && point.y >= bounds.y &&
+         point.y < bounds.y + bounds.height;
+}
+
+}  // namespace
+
+std::vector<WindowListEntry> copyWindowInfo(platform::WindowListOptions options) {
+  const auto windows = CFHandle<CFArrayRef>::adopt(
+      CGWindowListCopyWindowInfo(static_cast<CGWindowListOption>(options), kCGNullWindowID));
+  if (!cfCast<CFArrayRef>(windows.get())) return {};
+  std::vector<WindowListEntry> entries;
+  for (CFIndex i = 0; i < CFArrayGetCount(windows.get()); ++i) {
+    const auto window = cfCast<CFDictionaryRef>(CFArrayGetValueAtIndex(windows.get(), i));
+    if (window) entries.push_back(entryFrom(window));
+  }
+  return entries;
+}
+
+bool isOwnWindowAt(platform::Point point) {
+  // Above these, the system's own programs have windows as large as the screen that let everything through.
+  constexpr std::int64_t kHighestDialog = 8;
+  for (const auto& window : copyWindowInfo(platform::WindowListOptions::onScreenOnly)) {
+    if (!window.bounds || !contains(*window.bounds, point) || window.alpha.value_or(1) <= 0) continue;
+    if (window.ownerProcessIdentifier == ::getpid()) return true;
+    if (window.layer.value_or(0) <= kHighestDialog) return false;
+  }
+  return false;
+}
+
+}  // namespace quillard::macos

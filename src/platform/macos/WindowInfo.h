@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/Geometry.h"
+#include "platform/WindowList.h"
+
+// The window server's list, for whoever needs it here. Any thread.
+namespace quillard::macos {
+
+// Front to back; empty outside a graphical session.
+[[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options);
+
+// Whether the frontmost window that a hit test at `point` can find is one of this process. Windows of others above all
+// dialogs are looked through: what they let through, nobody can tell.
+[[nodiscard]] bool isOwnWindowAt(platform::Point point);
+
+}  // namespace quillard::macos

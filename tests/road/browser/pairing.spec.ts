@@ -44,7 +44,10 @@ test("shows what another phone has decided", async ({ desktop, phone, relay }) =
 test("spreads no secret", async ({ agent, relay, road }) => {
   const secrets = (await agent.tool("pair", "--text", "--force")).match(/[0-9a-f]{64}/g) ?? [];
   expect(secrets.length, "the token and the end-to-end secret").toBe(2);
+  await road.browser.end(); // So that everything it keeps is on the disk, and stays there.
   const kept = await filesBelow(inFolder(""));
+  await road.browser.start();
+  await road.phone.open();
   const said = [
     { name: "the agent's output", contents: Buffer.from(agent.output) },
     { name: "the relay's output", contents: Buffer.from(relay.output) },

@@ -97,13 +97,14 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   // Made on first use.
   DialogDetector& detector();
   DialogScanWorker& scanWorker();
-  // Soon, unless one is under way: then once more after it. `reason` is for the caller's benefit only.
+  // Soon, unless one is under way: then once more after it. `reason`: who asked.
   void scheduleScan(std::string_view reason);
-  void finishScan(const std::vector<PendingApproval>& scanned);
+  void finishScan(const ScanOutcome& outcome);
   void publishScan(const std::vector<PendingApproval>& scanned);
   void announce(const std::vector<PendingApproval>& current);
   void notify(const PendingApproval& approval);
   void scheduleStaleCleanupIfNeeded(std::size_t scannedCount, std::size_t publishedCount);
+  void scheduleConfirmationIfNeeded(std::size_t heldBackCount);
   void forgetApprovals();
   void pendingApprovalsChanged();
 
@@ -173,6 +174,8 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   bool scanRequestedWhileInFlight = false;
   std::unique_ptr<RelayRegistrationTask> relayRegistrationTask;
   platform::TaskHandle staleCleanupTask;
+  platform::TaskHandle confirmationTask;
+  int confirmationsInARow = 0;
   std::optional<PairingPayload> cachedPairingQRCodePayload;
   std::optional<platform::Bitmap> cachedPairingQRCodeImage;
   std::optional<std::optional<RelayLaunchConfiguration>> bundledRelayConfiguration;  // Read once; absent: not yet.

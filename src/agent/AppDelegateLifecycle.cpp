@@ -81,6 +81,7 @@ void AppDelegate::applicationWillTerminate() {
   accessibilityPermissionObserver.reset();
   relayRegistrationTask.reset();
   staleCleanupTask.reset();
+  confirmationTask.reset();
   if (eventMonitor) eventMonitor->stop();
   dropRelayClient();
   awaitRelayQueue();

@@ -23,24 +23,36 @@ DialogScanWorker& AppDelegate::scanWorker() {
   return *madeScanWorker;
 }
 
-void AppDelegate::scheduleScan(std::string_view /*reason*/) {
+namespace {
+
+constexpr std::string_view kSeenOnce = "seen-once";
+// Longer than the scans after an event are apart, so that this one is needed only where none of those is left.
+constexpr platform::Seconds kConfirmationDelay{1.3};
+constexpr int kMostConfirmationsInARow = 3;
+
+}  // namespace
+
+void AppDelegate::scheduleScan(std::string_view reason) {
+  if (reason != kSeenOnce) confirmationsInARow = 0;
   if (isTerminating || !isRelayConfigured()) return;
   if (scanInFlight) {
     scanRequestedWhileInFlight = true;
     return;
   }
   scanInFlight = true;
-  scanWorker().scan([weak = weak_from_this()](const std::vector<PendingApproval>& scanned) {
-    if (const auto self = weak.lock()) self->finishScan(scanned);
+  confirmationTask.reset();
+  scanWorker().scan([weak = weak_from_this()](const ScanOutcome& outcome) {
+    if (const auto self = weak.lock()) self->finishScan(outcome);
   });
 }
 
-void AppDelegate::finishScan(const std::vector<PendingApproval>& scanned) {
+void AppDelegate::finishScan(const ScanOutcome& outcome) {
   if (isTerminating) return;
   scanInFlight = false;
   const bool isToBeRepeated = std::exchange(scanRequestedWhileInFlight, false);
   if (isAccessibilityTrusted()) {
-    publishScan(scanned);
+    publishScan(outcome.approvals);
+    scheduleConfirmationIfNeeded(outcome.heldBackCount);
   } else {
     forgetApprovals();
   }
@@ -90,6 +102,20 @@ void AppDelegate::scheduleStaleCleanupIfNeeded(std::size_t scannedCount, std::si
         self->staleCleanupTask.reset();
         self->scheduleScan("stale-cleanup");
       });
+}
+
+// A prompt is told of by the second scan that sees it. One that could be read only at the last scan after an event
+// would wait for the next sweep, minutes away. What changes from scan to scan is not chased.
+void AppDelegate::scheduleConfirmationIfNeeded(std::size_t heldBackCount) {
+  confirmationTask.reset();
+  if (heldBackCount == 0 || confirmationsInARow >= kMostConfirmationsInARow) return;
+  confirmationTask = platform.executors.mainThread().postAfter(kConfirmationDelay, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->confirmationTask.reset();
+    ++self->confirmationsInARow;
+    self->scheduleScan(kSeenOnce);
+  });
 }
 
 // Without the permission nothing is known of the screen any more.

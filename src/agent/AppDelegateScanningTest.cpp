@@ -106,6 +106,65 @@ TEST(AppDelegateScanning, TenRequestsDuringAScanAreOneMore) {
   EXPECT_EQ(agent.scansSince(before), 4) << "And the two follow-ups of the last event.";
 }
 
+// A dialog whose buttons cannot be read, so that it is none, and of which all scans after its coming have passed.
+struct UnreadableDialogAgent : ScanningAgent {
+  UnreadableDialogAgent() {
+    launchAndPair();
+    parts = desktop().children(desktop().open(erasePrompt()));
+    for (const auto part : parts) desktop().setAttributeError(part, "AXRole", platform::AXError::noValue);
+    advance(10);
+  }
+  void becomesReadable() {
+    desktop().setAttribute(parts.at(0), "AXRole", std::string("AXStaticText"));
+    for (std::size_t i = 1; i < parts.size(); ++i) desktop().setAttribute(parts[i], "AXRole", std::string("AXButton"));
+  }
+
+  std::vector<platform::simulated::NodeHandle> parts;  // A text and two buttons.
+};
+
+TEST(AppDelegateScanning, WhatOnlyTheLastScanAfterAnEventCouldReadIsConfirmedSoon) {
+  UnreadableDialogAgent agent;
+  agent.desktop().changeSpace();
+  agent.advance(1.9);
+  agent.becomesReadable();
+  agent.advance(0.2);
+  const int before = agent.scans;
+  agent.advance(1.1);
+  EXPECT_EQ(agent.scansSince(before), 0);
+  EXPECT_THAT(agent.phone.shown(), IsEmpty()) << "Seen once, 2.0 s after the event.";
+  agent.advance(0.2);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+  agent.advance(200);
+  EXPECT_EQ(agent.scansSince(before), 1);
+}
+
+TEST(AppDelegateScanning, ThatIsNotNeededWhereAnotherScanAfterTheEventComes) {
+  UnreadableDialogAgent agent;
+  agent.desktop().changeSpace();
+  agent.advance(0.7);
+  agent.becomesReadable();
+  const int before = agent.scans;
+  agent.advance(200);
+  EXPECT_EQ(agent.scansSince(before), 2) << "The two follow-ups.";
+}
+
+TEST(AppDelegateScanning, APromptThatIsAnotherOneAtEachLookIsNotChased) {
+  UnreadableDialogAgent agent;
+  agent.becomesReadable();
+  int looks = 0;
+  agent.onRequest = [&](const AXRequest&) {
+    if (looks == agent.scans) return;
+    looks = agent.scans;
+    agent.desktop().setAttribute(agent.parts.at(0), "AXValue", "Look " + std::to_string(looks));
+  };
+  agent.desktop().changeSpace();
+  agent.advance(3);
+  const int before = agent.scans;
+  agent.advance(200);
+  EXPECT_EQ(agent.scansSince(before), 3);
+  EXPECT_THAT(agent.phone.shown(), IsEmpty());
+}
+
 TEST(AppDelegateScanning, APromptIsAnnouncedOnceAsLongAsItStays) {
   AgentWorld agent;
   agent.launchAndPair();

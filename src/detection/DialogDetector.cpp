@@ -82,6 +82,7 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
     : ownProcessIdentifier(ownProcessIdentifier), suppressionStore(suppressionStore), surroundings(surroundings) {}
 
 std::vector<PendingApproval> DialogDetector::scan() {
+  heldBack = 0;
   if (!surroundings.accessibility.isProcessTrusted()) return {};
   const auto scope = surroundings.accessibility.beginReadScope();
   const auto sources = uniqueWindowSources(*scope);
@@ -94,7 +95,7 @@ std::vector<PendingApproval> DialogDetector::scan() {
     if (approval && ids.insert(approval->id).second) approvals.push_back(*std::move(approval));
   }
   const auto publishable = candidateGate.publishableIDs(ids);
-  std::erase_if(approvals, [&](const PendingApproval& approval) { return !publishable.contains(approval.id); });
+  heldBack = std::erase_if(approvals, [&](const auto& approval) { return !publishable.contains(approval.id); });
   return approvals;
 }
 

@@ -40,8 +40,8 @@ struct DetectorSurroundings {
 // An application that does not answer in time contributes no window whose reading it cut short: a prompt of which only
 // a part was read could hide that it asks for a password.
 //
-// Every operation reads other processes and may wait for them: never on the main thread. One scan at a time; the other
-// operations change nothing here and may run beside it.
+// Every operation reads other processes and may wait for them: never on the main thread. One scan at a time, and
+// `heldBackCount` by the thread that scans; the other operations change nothing here and may run beside it.
 class DialogDetector {
  public:
   // `ownProcessIdentifier`: whose windows are never looked at.
@@ -51,6 +51,8 @@ class DialogDetector {
   // The prompts on screen, in the order in which they were met. Each one's `id` and `suppressionID` are its
   // fingerprint: owner, title, place, labels and lines. Empty when accessibility is not granted.
   [[nodiscard]] std::vector<PendingApproval> scan();
+  // How many prompts the last scan met and kept to itself, since the scan before it had not seen them.
+  [[nodiscard]] std::size_t heldBackCount() const { return heldBack; }
 
   // Every window that a scan would look at, with the verdict on it and why, in the order in which they were met.
   // Suppressed prompts and prompts seen for the first time are among them. Changes nothing here. Empty when
@@ -86,6 +88,7 @@ class DialogDetector {
   const std::int32_t ownProcessIdentifier;
   const ApprovalSuppressionStore& suppressionStore;
   PromptCandidateGate candidateGate;
+  std::size_t heldBack = 0;
   const DetectorSurroundings surroundings;
 };
 

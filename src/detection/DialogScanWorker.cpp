@@ -11,7 +11,9 @@ DialogScanWorker::DialogScanWorker(DialogDetector& detector, platform::Executors
 
 void DialogScanWorker::scan(Completion completion) {
   queue->post([&detector = detector, &mainThread = mainThread, completion = std::move(completion)] {
-    mainThread.post([completion, approvals = detector.scan()] { completion(approvals); });
+    ScanOutcome outcome{.approvals = detector.scan()};
+    outcome.heldBackCount = detector.heldBackCount();
+    mainThread.post([completion, outcome = std::move(outcome)] { completion(outcome); });
   });
 }
 

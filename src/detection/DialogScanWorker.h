@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -10,11 +11,17 @@
 
 namespace quillard {
 
+// What a scan brought.
+struct ScanOutcome {
+  std::vector<PendingApproval> approvals;
+  std::size_t heldBackCount = 0;  // Prompts seen for the first time, which another scan has to confirm.
+};
+
 // Runs scans one at a time, away from the main thread. Destroying it waits for the scan under way; its completion may
 // still come.
 class DialogScanWorker {
  public:
-  using Completion = std::function<void(std::vector<PendingApproval>)>;
+  using Completion = std::function<void(const ScanOutcome&)>;
 
   // Both outlive the worker; nobody else scans with `detector`.
   DialogScanWorker(DialogDetector& detector, platform::Executors& executors);

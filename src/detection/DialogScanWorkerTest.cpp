@@ -21,16 +21,19 @@ TEST_F(DialogScanWorkerTest, ScansAwayFromTheMainThreadAndReportsOnIt) {
   bool scannedOnMainThread = false;
   desktop().setRequestHook([&](const auto&) { scannedOnMainThread |= world.time().mainThread().isCurrent(); });
   std::vector<std::vector<std::string>> outcomes;
+  std::vector<std::size_t> heldBack;
   bool reportedOnMainThread = true;
   for (int i = 0; i < 2; ++i) {
-    worker.scan([&](const std::vector<PendingApproval>& approvals) {
-      outcomes.push_back(titles(approvals));
+    worker.scan([&](const ScanOutcome& outcome) {
+      outcomes.push_back(titles(outcome.approvals));
+      heldBack.push_back(outcome.heldBackCount);
       reportedOnMainThread &= world.time().mainThread().isCurrent();
     });
   }
   EXPECT_TRUE(outcomes.empty()) << "asking never blocks";
   world.time().runUntilIdle();
   EXPECT_EQ(outcomes, (std::vector<std::vector<std::string>>{{}, {"Erase?"}}));
+  EXPECT_EQ(heldBack, (std::vector<std::size_t>{1, 0})) << "The first scan keeps it until the second has seen it.";
   EXPECT_FALSE(scannedOnMainThread);
   EXPECT_TRUE(reportedOnMainThread);
 }

@@ -61,7 +61,7 @@ const kInstall = prompt(2, {
   windowTitle: "Install 3 updates and restart?",
   messageLines: ["Documents that are open will be saved. The restart takes about five minutes."],
   buttons: [
-    { label: "Later", isRecommended: true, kind: "postpone" },
+    { label: "Later", isRecommended: false, kind: "postpone" },
     { label: "Install", isRecommended: false, kind: "grant" },
   ],
 });

@@ -5,6 +5,7 @@ export {
   sampleApproval,
   sampleButton,
   sampleID,
+  sampleResult,
   type PhoneMessage,
 } from "./testing/fakeComputer";
 export { FakeNetwork, FakeSocket, FakeSurroundings } from "./testing/fakeNetwork";

@@ -37,6 +37,11 @@ export function sampleApproval(
   };
 }
 
+/** What the computer says of a decision on the first sample prompt. */
+export function sampleResult(status: string, change: ApprovalChange = {}): Readonly<Record<string, unknown>> {
+  return { approvalID: sampleID(1), buttonLabel: "Allow", status, ...change };
+}
+
 /** The computer's side of one pairing: writes its messages, and reads the phone's. */
 export class FakeComputer {
   readonly relaySecret: string;

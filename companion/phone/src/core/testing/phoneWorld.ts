@@ -1,10 +1,10 @@
 import { webcrypto } from "node:crypto";
 import type { CryptoTools, Environment } from "../environment";
 import { MemoryStore } from "../memoryStore";
-import type { Computer, Prompt } from "../model";
+import type { Computer, Outcome, Prompt } from "../model";
 import { Phone } from "../phone";
 import type { Store } from "../store";
-import { FakeComputer, type PhoneMessage } from "./fakeComputer";
+import { FakeComputer, sampleID, type PhoneMessage } from "./fakeComputer";
 import { FakeNetwork, FakeSurroundings, type FakeSocket } from "./fakeNetwork";
 import { countedCrypto, VirtualTime } from "./virtualTime";
 
@@ -96,6 +96,13 @@ export class PhoneWorld {
     return computer.read(text);
   }
 
+  /** Decides on the first sample prompt, and gives the decision's name. */
+  async decided(computer: FakeComputer, label = "Allow"): Promise<string> {
+    this.phone.decide(computer.pairingID, sampleID(1), label);
+    await this.time.settle();
+    return (await this.lastSent(computer)).decisionID;
+  }
+
   async receipt(
     computer: FakeComputer,
     decisionID: string,
@@ -121,5 +128,19 @@ export class PhoneWorld {
     const found = this.computer(pairingID).prompts?.find((prompt) => prompt.id === id);
     if (!found) throw new Error(`Nothing of the name ${id} waits.`);
     return found;
+  }
+
+  /** What the phone knows of its decision on the first sample prompt. */
+  decision(pairingID = "mac"): Prompt["decision"] {
+    return this.prompt(pairingID, sampleID(1)).decision;
+  }
+
+  outcomes(pairingID = "mac"): readonly Outcome[] {
+    return this.computer(pairingID).outcomes;
+  }
+
+  /** What the phone sent on its newest connection. */
+  sent(pairingID = "mac"): readonly string[] {
+    return this.network.socket(pairingID).sent;
   }
 }

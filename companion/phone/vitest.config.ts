@@ -4,6 +4,9 @@ import { defineConfig } from "vitest/config";
 export default defineConfig({
   test: {
     restoreMocks: true,
+    // What hangs fails; a busy machine does not.
+    testTimeout: 60_000,
+    hookTimeout: 60_000,
     projects: [
       {
         extends: true,

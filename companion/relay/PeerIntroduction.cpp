@@ -93,6 +93,14 @@ std::optional<PeerIntroduction> readIntroduction(const std::vector<QueryItem>& q
   return who;
 }
 
+std::optional<std::string> readAskingPhone(const std::vector<QueryItem>& query) {
+  const auto items = knownItems(query);
+  if (!items) return std::nullopt;
+  auto deviceID = valueOf(*items, "deviceID");
+  if (!deviceID) return "";
+  return isDeviceOrDecisionID(*deviceID) ? deviceID : std::nullopt;
+}
+
 OfferedToken readToken(const std::vector<std::string>& authorization, const std::vector<std::string>& subprotocols) {
   OfferedToken offered;
   for (const auto& header : authorization) {

@@ -25,6 +25,9 @@ struct PeerIntroduction {
 // Absent when anything is missing, malformed or stands twice. Items that nobody knows are ignored.
 [[nodiscard]] std::optional<PeerIntroduction> readIntroduction(const std::vector<QueryItem>& query);
 
+// The phone that a question is about. Absent when it is malformed or stands twice; empty when no phone is named.
+[[nodiscard]] std::optional<std::string> readAskingPhone(const std::vector<QueryItem>& query);
+
 // The token that a request carries, and whether it offered the subprotocol that the relay speaks.
 struct OfferedToken {
   enum class Kind { none, malformed, given };

@@ -126,7 +126,7 @@ HttpAnswer RelayService::answerPairing(const HttpQuestion& question, const Reque
   }
   if (isPairing && segments.size() == 3) {
     if (!isReading(question)) return notAllowed("GET, HEAD");
-    return tellPresence(question, segments[2], now);
+    return tellPresence(question, target, now);
   }
   return errorAnswer(404, "There is nothing at this address.");
 }
@@ -140,14 +140,24 @@ HttpAnswer RelayService::registerToken(const HttpQuestion& question, const std::
   return answerTo(pairings.registerToken(pairingID, offered.token, now.epochSeconds));
 }
 
-HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const std::string& pairingID, Moment now) {
+// Absent: no phone, or one that the computer has not removed.
+std::optional<HttpAnswer> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
+  if (deviceID.empty() || !pairings.isRemoved(pairingID, deviceID)) return std::nullopt;
+  return errorAnswer(403, "The computer has removed this phone.");
+}
+
+HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const RequestTarget& target, Moment now) {
   if (auto refusal = refusalForRate(handshakes, question.rateName, now.instant)) return *refusal;
+  const std::string& pairingID = target.segments[2];
   if (!isPairingID(pairingID)) return errorAnswer(400, "The pairing's name is malformed.");
+  const auto phone = readAskingPhone(target.query);
+  if (!phone) return errorAnswer(400, kMalformed);
   const auto offered = readToken(question.authorization, {});
   if (auto refusal = refusalForToken(offered)) return *refusal;
   if (auto refusal = refusalForStanding(pairings.standingOf(pairingID, offered.token, now.epochSeconds))) {
     return *refusal;
   }
+  if (auto refusal = refusalForPhone(pairingID, *phone)) return *refusal;
   const auto presence = rooms.presenceOf(pairingID);
   const Json json{{"macConnected", presence.isAgentConnected}, {"phoneCount", presence.phoneCount}};
   return {.headers = {{"content-type", "application/json"}, {"cache-control", "no-store"}},
@@ -166,10 +176,7 @@ std::variant<Admission, HttpAnswer> RelayService::admit(const HttpQuestion& ques
   if (auto refusal = refusalForStanding(pairings.standingOf(who->pairingID, offered.token, now.epochSeconds))) {
     return *refusal;
   }
-  const bool isPhone = who->role == Role::phone;
-  if (isPhone && pairings.isRemoved(who->pairingID, who->deviceID)) {
-    return errorAnswer(403, "The computer has removed this phone.");
-  }
+  if (auto refusal = refusalForPhone(who->pairingID, who->deviceID)) return *refusal;
   if (!rooms.hasPlaceFor(*who)) return errorAnswer(503, "The pairing has as many phones as it can.");
   return Admission{.who = std::move(*who), .offersProtocol = offered.offersProtocol};
 }

@@ -45,7 +45,8 @@ class RelayService {
  private:
   [[nodiscard]] HttpAnswer answerPairing(const HttpQuestion& question, const RequestTarget& target, Moment now);
   [[nodiscard]] HttpAnswer registerToken(const HttpQuestion& question, const std::string& pairingID, Moment now);
-  [[nodiscard]] HttpAnswer tellPresence(const HttpQuestion& question, const std::string& pairingID, Moment now);
+  [[nodiscard]] HttpAnswer tellPresence(const HttpQuestion& question, const RequestTarget& target, Moment now);
+  [[nodiscard]] std::optional<HttpAnswer> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
   [[nodiscard]] HttpAnswer answerHealth() const;
 
   Pairings& pairings;

@@ -117,6 +117,23 @@ TEST(RelayService, TellsMembersWhoIsThere) {
   EXPECT_EQ(world.ask(question).status, 401);
 }
 
+TEST(RelayService, TellsAPhoneThatItWasRemoved) {
+  RelayWorld world;
+  (void)world.registerToken();
+  const auto status = [&](const std::string& query) {
+    return world
+        .ask({.method = "GET", .target = "/api/pairings/" + kPairing + query, .authorization = {"Bearer " + kToken}})
+        .status;
+  };
+  EXPECT_EQ(status("?deviceID=A"), 200);
+  EXPECT_TRUE(world.pairings.removePhone(kPairing, "A", world.epochSeconds));
+  EXPECT_EQ(status("?deviceID=A"), 403);
+  EXPECT_EQ(status("?deviceID=B"), 200);
+  EXPECT_EQ(status(""), 200);
+  EXPECT_EQ(status("?deviceID="), 400);
+  EXPECT_EQ(status("?deviceID=A&deviceID=B"), 400);
+}
+
 TEST(RelayService, GrantsWebSocketsToMembersOnly) {
   RelayWorld world;
   EXPECT_EQ(world.knock(kAgent), 401);

@@ -135,6 +135,7 @@ describe("The way to the relay", () => {
 
   it.each([
     [401, "refused"],
+    [403, "removed"],
     [410, "revoked"],
   ])("learns from the answer %i why it was refused", async (status, kind) => {
     world.network.answer = status;
@@ -143,13 +144,13 @@ describe("The way to the relay", () => {
     await world.time.settle();
     expect(connection.state.kind).toBe(kind);
     expect(world.network.questions).toEqual([
-      { url: "https://relay.example:8443/api/pairings/mac-1", bearer: "t".repeat(64) },
+      { url: "https://relay.example:8443/api/pairings/mac-1?deviceID=DEVICE-1", bearer: "t".repeat(64) },
     ]);
     await world.time.advance(3_600_000);
     expect(attempts()).toBe(1);
   });
 
-  it.each([200, 400, 403, 429, 503, "unreachable" as const])(
+  it.each([200, 400, 429, 503, "unreachable" as const])(
     "goes on trying after the answer %s",
     async (answer) => {
       world.network.answer = answer;

@@ -44,6 +44,7 @@ const statesOfCloseCodes: ReadonlyMap<number, State> = new Map([
 ] as const);
 const statesOfAnswers: ReadonlyMap<number, State> = new Map([
   [401, { kind: "refused" }],
+  [403, { kind: "removed" }],
   [410, { kind: "revoked" }],
 ] as const);
 const restarting = 1012;
@@ -200,8 +201,9 @@ export class RelayConnection {
   private askWhy(): void {
     this.waitForNextAttempt();
     const asked = this.openings;
-    const { backendURL, pairingID, token } = this.details;
-    this.environment.ask(`${backendURL}/api/pairings/${encodeURIComponent(pairingID)}`, token).then(
+    const { backendURL, pairingID, token, deviceID } = this.details;
+    const place = `${backendURL}/api/pairings/${encodeURIComponent(pairingID)}`;
+    this.environment.ask(`${place}?deviceID=${encodeURIComponent(deviceID)}`, token).then(
       (answer) => {
         const end = statesOfAnswers.get(answer.status);
         // Meanwhile something newer may have been learnt; a further attempt under way is nothing that was learnt.

@@ -1,11 +1,14 @@
 // @vitest-environment jsdom
 import { signal } from "@preact/signals";
-import { act, cleanup, fireEvent, render, screen, waitFor } from "@testing-library/preact";
+import { act, cleanup, configure, fireEvent, render, screen, waitFor } from "@testing-library/preact";
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import { computer, kSceneNow, phone, prompt, scenes } from "../../gallery/scenes";
 import type { PairingReading, PhoneActions, PhoneState } from "../core/model";
 import { App } from "./App";
 import { setClock } from "./clock";
+
+// What never comes fails; a busy machine does not.
+configure({ asyncUtilTimeout: 20_000 });
 
 const offer = {
   pairingID: "studio",

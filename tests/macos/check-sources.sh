@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks sources for macOS where there is no Mac, by Clang and the declarations of tests/macos/declarations.
 #
-#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each, to nothing
+#   check-sources.sh types ARCHITECTURE SOURCES DECLARATIONS FILE...   compiles each, and throws away what came of it
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE...                asks the static analyser about each
 #   check-sources.sh mistakes SOURCES DECLARATIONS FILE...             each is rejected, for the reason in its first line
 #
@@ -37,13 +37,20 @@ objective_flags() {
   esac
 }
 
+# To an object, since that is what ccache keeps: what has not changed was looked at already, in this clone or another.
+compile() {
+  local launcher
+  launcher=$(command -v ccache || true)
+  CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$project ${launcher:+"$launcher"} clang++ "$@" -c -O0 -o "$object"
+}
+
 types() {
   local common own file failed=0
   mapfile -t common < <(flags "$1" "$2" "$3")
   shift 3
   for file in "$@"; do
     mapfile -t own < <(objective_flags "$file")
-    if clang++ "${common[@]}" "${own[@]}" -fsyntax-only "$file"; then
+    if compile "${common[@]}" "${own[@]}" "$file"; then
       echo "fine: ${file##*/}"
     else
       failed=1
@@ -89,4 +96,7 @@ mistakes() {
   return $failed
 }
 
+project=$(cd "$(dirname "$0")/../.." && pwd)
+object=$(mktemp)
+trap 'rm -f "$object"' EXIT
 "$@"

@@ -109,10 +109,10 @@ class LinuxDesktopBinding final : public DesktopBinding {
     const auto frontmost = linuxWorkspace.frontmostApplication();
     if (!frontmost || frontmost->processIdentifier != process) return false;
     const auto scope = linuxAccessibility.beginReadScope();
-    const auto windows = AXHelpers::windows(*scope, linuxAccessibility.createApplication(process));
-    if (windows.size() != 1 || !AXHelpers::frame(*scope, windows[0])) return false;
+    const auto open = AXHelpers::windows(*scope, linuxAccessibility.createApplication(process));
+    if (open.size() != 1 || !AXHelpers::frame(*scope, open[0])) return false;
     std::size_t buttons = 0;
-    for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, windows[0], 80)) {
+    for (const auto& element : AXHelpers::deeplyNestedChildren(*scope, open[0], 80)) {
       const auto frame = AXHelpers::frame(*scope, element);
       if (AXHelpers::role(*scope, element) == platform::ax::kButtonRole && frame && frame->width > 1) ++buttons;
     }

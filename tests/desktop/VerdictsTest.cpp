@@ -102,7 +102,8 @@ class World {
 class Verdict : public testing::TestWithParam<Case> {};
 
 TEST_P(Verdict, IsTheOneOfTheTable) {
-  const auto& [row, program] = GetParam();
+  const auto& row = GetParam().row;
+  const auto& program = GetParam().program;
   World world;
   const auto running = world.desktop().launch(program, row.arguments);
   if (!row.prompt) {
@@ -113,8 +114,9 @@ TEST_P(Verdict, IsTheOneOfTheTable) {
     return;
   }
   std::vector<PendingApproval> found;
-  const auto shown = [&, &lines = row.prompt->lines] {
+  const auto shown = [&] {
     auto prompt = promptOf(found[0]);
+    const auto& lines = row.prompt->lines;
     if (lines == kWhatever) prompt.lines = lines;
     return prompt;
   };

@@ -29,9 +29,9 @@ constexpr Point kInside{320, 330};  // 20,30 inside a window at 300,300.
 
 class XTestEventsTest : public testing::Test {
  protected:
-  WindowID window(SampleClient& of, const DesktopProgram& owner, bool isUnmanaged = false) {
+  WindowID window(SampleClient& of, const DesktopProgram& program, bool isUnmanaged = false) {
     const auto id = of.open(
-        {.bounds = {300, 300, 200, 150}, .process = owner.pid(), .isUnmanaged = isUnmanaged, .hasFrame = false});
+        {.bounds = {300, 300, 200, 150}, .process = program.pid(), .isUnmanaged = isUnmanaged, .hasFrame = false});
     if (!isUnmanaged) {
       EXPECT_TRUE(waitFor([&] { return windows.snapshot().active == id; }));
       EXPECT_TRUE(waitFor([&] { return clientBounds(id) == platform::Rect({300, 300, 200, 150}); }));

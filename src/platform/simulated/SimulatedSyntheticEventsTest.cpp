@@ -8,13 +8,13 @@ namespace {
 
 class SimulatedSyntheticEventsTest : public testing::Test {
  protected:
-  NodeHandle openDialog(ApplicationHandle application) {
-    return world.desktop().open(application, {.title = "Erase?",
-                                              .buttons = {"Cancel", "Erase", "Help"},
-                                              .frame = Rect{100, 100, 500, 200},
-                                              .effect = PressEffect::doesNothing(),
-                                              .defaultButton = "Erase",
-                                              .cancelButton = "Cancel"});
+  NodeHandle openDialog(ApplicationHandle owner) {
+    return world.desktop().open(owner, {.title = "Erase?",
+                                        .buttons = {"Cancel", "Erase", "Help"},
+                                        .frame = Rect{100, 100, 500, 200},
+                                        .effect = PressEffect::doesNothing(),
+                                        .defaultButton = "Erase",
+                                        .cancelButton = "Cancel"});
   }
   Point centreOf(std::string_view label) {
     const Rect frame = *world.desktop().frame(*world.desktop().findButton(dialog, label));

@@ -58,8 +58,8 @@ struct World {
 
   AXUIElement application() { return accessibility.createApplication(::getpid()); }
   std::optional<AXUIElement> window() {
-    const auto windows = AXHelpers::windows(accessibility, application());
-    return windows.empty() ? std::nullopt : std::optional{windows.front()};
+    const auto found = AXHelpers::windows(accessibility, application());
+    return found.empty() ? std::nullopt : std::optional{found.front()};
   }
   PromptReading read(platform::AXReadScope& scope, const AXUIElement& window) {
     return PromptReader::readPrompt(scope, {.window = window, .appName = "example"}, 80);

@@ -33,8 +33,8 @@ class Programs : public testing::Test {
                         {"XDG_DATA_DIRS", (root / "shared").string() + ":not/absolute"},
                         {"PATH", root / "bin"},
                         {"LANG", "de_AT.UTF-8"}};
-    for (const char* const folder : {"own/applications", "shared/applications/kde", "bin", "lib"}) {
-      fs::create_directories(root / folder);
+    for (const char* const name : {"own/applications", "shared/applications/kde", "bin", "lib"}) {
+      fs::create_directories(root / name);
     }
   }
 

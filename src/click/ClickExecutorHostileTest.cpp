@@ -353,10 +353,10 @@ RC_GTEST_PROP(HostilePromptAtRandom, PressesNothingElseAndTellsTheTruth, (std::u
   if (*rc::gen::arbitrary<bool>()) refuseFocus(world);
   const auto count = *rc::gen::inRange(0, 4);
   for (int i = 0; i < count; ++i) {
-    const auto& change = *rc::gen::elementOf(changes());
+    const auto change = *rc::gen::elementOf(changes());
     const Seconds at{*rc::gen::inRange(0, 1640) / 100.0 + 0.003};
     RC_LOG() << change.what << " at " << at.count() << '\n';
-    world.desktop().later(at, [&world, &change] {
+    world.desktop().later(at, [&world, change] {
       change.make(world);
       world.changed(change.answersTheQuestion);
     });

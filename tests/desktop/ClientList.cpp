@@ -59,7 +59,7 @@ std::string ClientList::property(std::uint32_t window, const std::string& name) 
 std::vector<std::uint32_t> ClientList::numbers(std::uint32_t window, const std::string& name) {
   const std::string bytes = property(window, name);
   std::vector<std::uint32_t> result(bytes.size() / sizeof(std::uint32_t));
-  std::memcpy(result.data(), bytes.data(), result.size() * sizeof(std::uint32_t));
+  if (!result.empty()) std::memcpy(result.data(), bytes.data(), result.size() * sizeof(std::uint32_t));
   return result;
 }
 

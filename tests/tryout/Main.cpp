@@ -50,7 +50,7 @@ void describe(CLI::App& program, Arguments& read) {
 int runOnPrivateDesktop(const std::vector<std::string>& command, EndSignals& signals) {
   quillard::test::PrivateDesktop desktop;
   auto prompt = desktop.launch(
-      "gtk3_prompt", {"--kind", "dialog", "--title", "Camera access", "--text", "A web page wants to use the camera.",
+      TRYOUT_SAMPLE, {"--kind", "dialog", "--title", "Camera access", "--text", "A web page wants to use the camera.",
                       "--button", "Don't Allow", "--button", "Allow"});
   if (!prompt.waitForOutput("ready")) std::fprintf(stderr, "The sample prompt did not come up.\n");
   Service program({.command = command, .environment = desktop.environment(), .isInForeground = true});

@@ -4,7 +4,6 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "companion/relay/TokenHash.h"
 #include "foundation/Text.h"
@@ -70,9 +69,13 @@ bool isKnownTag(std::string_view ifNoneMatch, const std::string& tag) {
 }
 
 std::optional<std::string> contentOf(const fs::path& file) {
+  std::error_code error;
+  const auto size = fs::file_size(file, error);
+  if (error) return std::nullopt;
   std::ifstream stream(file, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.good() && !stream.eof()) return std::nullopt;
+  std::string content(size, '\0');
+  stream.read(content.data(), static_cast<std::streamsize>(size));
+  if (!stream) return std::nullopt;
   return content;
 }
 

@@ -1,8 +1,6 @@
 #include "desktop/DesktopProgram.h"
 
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -10,6 +8,8 @@
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "support/FileContents.h"
 
 namespace quillard::test {
 namespace {
@@ -22,14 +22,9 @@ std::optional<std::int32_t> readNumber(int descriptor, std::chrono::milliseconds
   return number;
 }
 
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // The letter that the kernel has for what the process does; a blank when it has gone.
 char stateOf(pid_t pid) {
-  const std::string line = contents("/proc/" + std::to_string(pid) + "/stat");
+  const std::string line = fileContents("/proc/" + std::to_string(pid) + "/stat");
   const auto afterName = line.rfind(") ");
   return afterName == std::string::npos ? ' ' : line.at(afterName + 2);
 }
@@ -83,9 +78,9 @@ std::optional<int> DesktopProgram::wait(std::chrono::milliseconds patience) {
   return WIFEXITED(*status) ? WEXITSTATUS(*status) : 128 + WTERMSIG(*status);
 }
 
-std::string DesktopProgram::output() const { return contents(outputFile); }
+std::string DesktopProgram::output() const { return fileContents(outputFile); }
 
-std::string DesktopProgram::errors() const { return contents(errorFile); }
+std::string DesktopProgram::errors() const { return fileContents(errorFile); }
 
 bool DesktopProgram::waitForOutput(std::string_view text, std::chrono::milliseconds patience) {
   bool isThere = false;

@@ -1,9 +1,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -15,6 +13,7 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "program/Installation.h"
+#include "support/FileContents.h"
 
 // The program on a desktop of its own: what its user sees of it.
 namespace quillard {
@@ -23,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 using test::DesktopProgram;
+using test::fileContents;
 using test::PrivateDesktop;
 using Arguments = std::vector<std::string>;
 using namespace std::chrono_literals;
@@ -34,11 +34,6 @@ bool waitUntil(const std::function<bool()>& isSo) {
     std::this_thread::sleep_for(20ms);
   }
   return true;
-}
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 class Program : public testing::Test {
@@ -99,7 +94,7 @@ TEST_F(Program, RecordWritesWhatIsOnScreen) {
   ASSERT_TRUE(waitUntil([this] { return seesWindow("Permission"); }));
   const std::string file = desktop->folder("tmp") + "/desktop.json";
   printed({"record", file}, 0);
-  EXPECT_NE(contents(file).find("Allow this?"), std::string::npos);
+  EXPECT_NE(fileContents(file).find("Allow this?"), std::string::npos);
   printed({"record", file}, 3);  // Nothing is overwritten.
 }
 
@@ -127,7 +122,7 @@ TEST_F(Program, TheAgentShowsItsWindowStartsAtLoginAndEndsPolitely) {
   ASSERT_TRUE(waitUntil([this] { return seesWindow("Quillard"); })) << agent.errors();
   EXPECT_EQ(doctorStates()["agent"], "fine");
   EXPECT_EQ(doctorStates()["login-item"], "fine");
-  const auto entry = contents(desktop->folder("config") + "/autostart/com.quillard.agent.desktop");
+  const auto entry = fileContents(desktop->folder("config") + "/autostart/com.quillard.agent.desktop");
   EXPECT_NE(entry.find("Exec=\"" + prefix() + "/lib/Quillard.app/quillard\""), std::string::npos) << entry;
   agent.end();
   EXPECT_EQ(agent.wait(), 0) << agent.errors();
@@ -149,8 +144,9 @@ TEST_F(Program, TheAgentWritesNoCoreDump) {
   auto agent = launch({});
   ASSERT_TRUE(waitUntil([this] { return doctorStates()["agent"] == "fine"; })) << agent.errors();
   const std::string folder = "/proc/" + std::to_string(agent.pid());
-  EXPECT_NE(contents(folder + "/limits").find("Max core file size        0                    0"), std::string::npos);
-  EXPECT_EQ(contents(folder + "/coredump_filter"), "00000000\n");
+  EXPECT_NE(fileContents(folder + "/limits").find("Max core file size        0                    0"),
+            std::string::npos);
+  EXPECT_EQ(fileContents(folder + "/coredump_filter"), "00000000\n");
 }
 
 TEST_F(Program, TheAgentSaysThatItNeedsADisplay) {

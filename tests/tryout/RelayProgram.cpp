@@ -4,7 +4,6 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 
@@ -14,6 +13,7 @@
 
 #include "desktop/Waiting.h"
 #include "foundation/PrintableText.h"
+#include "support/FileContents.h"
 
 namespace quillard::tryout {
 namespace {
@@ -34,11 +34,6 @@ bool isFree(std::uint16_t port) {
   const bool isBound = ::bind(probe, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
   ::close(probe);
   return isBound;
-}
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // What stands behind "Listening on", once its line is whole.
@@ -84,7 +79,7 @@ bool RelayProgram::start(const Places& places, std::uint16_t port, const std::fu
   std::optional<std::string> announced;
   static_cast<void>(test::waitFor([&] {
     const bool isOver = program->exitCode() || isEnough();
-    announced = announcedAddress(contents(log));
+    announced = announcedAddress(test::fileContents(log));
     return announced || isOver;
   }));
   base = announced.value_or("");

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,6 +19,7 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "desktop/Waiting.h"
+#include "support/FileContents.h"
 #include "support/TemporaryFolder.h"
 #include "tryout/Service.h"
 
@@ -30,16 +30,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using test::fileContents;
 using test::waitFor;
 using tryout::Service;
 
 constexpr auto kPatience = 60s;
 constexpr const char* kIsUp = "Ctrl-C ends all of it";
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // Those of this process. Programs that lost their parent become ours, too.
 std::set<pid_t> children() {
@@ -62,7 +58,8 @@ std::vector<std::string> programsWith(const std::string& entry) {
   std::vector<std::string> found;
   for (const auto& process : fs::directory_iterator("/proc")) {
     const std::string path = process.path();
-    if (contents(path + "/environ").find(entry) != std::string::npos) found.push_back(contents(path + "/cmdline"));
+    if (fileContents(path + "/environ").find(entry) != std::string::npos)
+      found.push_back(fileContents(path + "/cmdline"));
   }
   return found;
 }
@@ -85,7 +82,7 @@ class RunRoad : public testing::Test {
     start.environment.insert(start.environment.end(), {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, mark});
     return start;
   }
-  [[nodiscard]] std::string said(const std::string& name) const { return contents(place.path() + "/out/" + name); }
+  [[nodiscard]] std::string said(const std::string& name) const { return fileContents(place.path() + "/out/" + name); }
   [[nodiscard]] bool waitUntilSaid(const std::string& name, const std::string& text) const {
     return waitFor([&] { return said(name).find(text) != std::string::npos; }, kPatience);
   }

@@ -8,8 +8,8 @@
 
 #include "benchmarks/RatioReporter.h"
 #include "companion/relay/RelayWorld.h"
-#include "road/RelayProgram.h"
-#include "road/RelayWire.h"
+#include "e2e/RelayProgram.h"
+#include "e2e/RelayWire.h"
 
 // What the relay costs: passing a snapshot on, and a pairing that does nothing.
 namespace quillard {

@@ -13,7 +13,7 @@ class EventLog {
   EventLog& operator=(const EventLog&) = delete;
   virtual ~EventLog() = default;
 
-  // What happens in the course of things. Strangers can cause such lines, so that too many of them are left out.
+  // What happens in the course of things. Unauthenticated clients can cause such lines, so that too many of them are left out.
   virtual void note(std::string_view line) = 0;
   // What whoever runs the relay should look at.
   virtual void warn(std::string_view line) = 0;

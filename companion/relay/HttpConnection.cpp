@@ -21,8 +21,8 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 
 // How long a client has to fetch an answer, and then to end the connection.
-constexpr std::chrono::seconds kAnswerPatience{60};
-constexpr std::chrono::seconds kEndPatience{2};
+constexpr std::chrono::seconds kAnswerTimeout{60};
+constexpr std::chrono::seconds kEndTimeout{2};
 constexpr std::size_t kMostBuffered = 128 * 1024;
 
 // `name`: of the field, as a text or as one that Beast knows.
@@ -37,7 +37,7 @@ std::vector<std::string> valuesOf(const HttpRequestMessage& request, Name name) 
 std::string firstOf(const std::vector<std::string>& values) { return values.empty() ? "" : values.front(); }
 
 // Of those that ask for a WebSocket; absent: it is well-formed.
-std::optional<HttpAnswer> refusalForUpgrade(const HttpRequestMessage& request) {
+std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& request) {
   constexpr std::size_t kKeyLength = 24;
   if (firstOf(valuesOf(request, http::field::sec_websocket_version)) != "13") {
     auto answer = errorAnswer(426, "The relay speaks version 13 of the WebSocket protocol.");
@@ -56,9 +56,9 @@ std::optional<HttpAnswer> refusalForUpgrade(const HttpRequestMessage& request) {
 // handed on to a WebSocket. It belongs to whatever operation is under way.
 class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
  public:
-  HttpConnection(RelayStream accepted, const IpAddress& peer, const ConnectionSurroundings& surroundings,
+  HttpConnection(RelayStream accepted, const IpAddress& peer, const ConnectionDependencies& dependencies,
                  PlainAnswer plainAnswer, std::function<void()> onEnd)
-      : surroundings(surroundings),
+      : dependencies(dependencies),
         stream(std::move(accepted)),
         deadline(stream.get_executor()),
         peer(peer),
@@ -70,15 +70,15 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
 
   void start() {
     stream.setOnBytes([this](std::size_t bytes) { countBytes(bytes); });
-    expireAfter(surroundings.limits.handshake);
+    expireAfter(dependencies.limits.handshake);
     stream.handshake([self = shared_from_this()](const ErrorCode& error) {
       if (!error) self->readRequest();
     });
   }
 
  private:
-  void expireAfter(Duration patience) {
-    deadline.expires_after(patience);
+  void expireAfter(Duration timeout) {
+    deadline.expires_after(timeout);
     deadline.async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
       if (self && !error && self->deadline.expiry() <= std::chrono::steady_clock::now()) self->stream.close();
@@ -87,7 +87,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
 
   // The parser's own limit is that of what it has not understood yet: headers that come piece by piece could go on.
   void countBytes(std::size_t bytes) {
-    const bool isOver = parser && !parser->is_header_done() && received > surroundings.limits.headerBytes;
+    const bool isOver = parser && !parser->is_header_done() && received > dependencies.limits.headerBytes;
     if (isOver) stream.close();
     received += bytes;
   }
@@ -95,8 +95,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void readRequest() {
     received = buffer.size();
     parser.emplace();
-    parser->header_limit(surroundings.limits.headerBytes + 1);
-    parser->body_limit(surroundings.limits.bodyBytes);
+    parser->header_limit(dependencies.limits.headerBytes + 1);
+    parser->body_limit(dependencies.limits.bodyBytes);
     http::async_read(stream, buffer, *parser, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
       if (error) {
         self->refuseUnreadable(error);
@@ -115,28 +115,28 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   }
 
   void answerRequest(HttpRequestMessage request) {
-    const bool isTooLong = received - buffer.size() - request.body().size() > surroundings.limits.headerBytes;
+    const bool isTooLong = received - buffer.size() - request.body().size() > dependencies.limits.headerBytes;
     if (isTooLong) return send(errorAnswer(431, "The headers are too long."), false);
-    const HttpQuestion question = questionOf(request);
+    const HttpRequest question = questionOf(request);
     isForHead = request.method() == http::verb::head;
     if (plainAnswer) return send(plainAnswer(question), request.keep_alive());
     const bool isForWebSocket = question.asksForWebSocket && question.target.substr(0, 4) == "/ws?";
     if (isForWebSocket) return answerUpgrade(request, question);
-    send(surroundings.service.answer(question, surroundings.now()), request.keep_alive());
+    send(dependencies.service.answer(question, dependencies.now()), request.keep_alive());
   }
 
-  void answerUpgrade(const HttpRequestMessage& request, const HttpQuestion& question) {
+  void answerUpgrade(const HttpRequestMessage& request, const HttpRequest& question) {
     auto malformed = refusalForUpgrade(request);
     // Nothing may follow before the answer.
     if (!malformed && buffer.size() > 0) malformed = errorAnswer(400, "The WebSocket handshake is malformed.");
     if (malformed) return send(*malformed, false);
-    auto outcome = surroundings.service.admit(question, surroundings.now());
-    if (auto* refusal = std::get_if<HttpAnswer>(&outcome)) return send(std::move(*refusal), false);
+    auto outcome = dependencies.service.admit(question, dependencies.now());
+    if (auto* refusal = std::get_if<HttpResponse>(&outcome)) return send(std::move(*refusal), false);
     deadline.cancel();
-    startWebSocket(std::move(stream), request, std::get<Admission>(outcome), surroundings);
+    startWebSocket(std::move(stream), request, std::get<Admission>(outcome), dependencies);
   }
 
-  HttpQuestion questionOf(const HttpRequestMessage& request) const {
+  HttpRequest questionOf(const HttpRequestMessage& request) const {
     return {
         .method = std::string(request.method_string()),
         .target = std::string(request.target()),
@@ -145,30 +145,30 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
         .subprotocols = valuesOf(request, http::field::sec_websocket_protocol),
         .ifNoneMatch = firstOf(valuesOf(request, http::field::if_none_match)),
         .asksForWebSocket = beast::websocket::is_upgrade(request),
-        .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), surroundings.trustedProxies).rateName()};
+        .rateName = clientAddress(peer, valuesOf(request, "x-forwarded-for"), dependencies.trustedProxies).rateName()};
   }
 
-  void send(HttpAnswer answer, bool keepsAlive) {
-    ++surroundings.metrics.answers[answer.status];
-    if (surroundings.service.isAboutToEnd()) keepsAlive = false;
+  void send(HttpResponse answer, bool keepsAlive) {
+    ++dependencies.metrics.answers[answer.status];
+    if (dependencies.service.isAboutToEnd()) keepsAlive = false;
     head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
     body = isForHead ? nullptr : answer.body;
     const std::array<asio::const_buffer, 2> parts{asio::buffer(head),
                                                   body ? asio::buffer(*body) : asio::const_buffer()};
-    expireAfter(kAnswerPatience);
-    ++surroundings.unfinished.answers;
+    expireAfter(kAnswerTimeout);
+    ++dependencies.unfinished.answers;
     asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
-      --self->surroundings.unfinished.answers;
+      --self->dependencies.unfinished.answers;
       if (error) return;
       if (!keepsAlive) return self->end();
-      self->expireAfter(self->surroundings.limits.handshake);
+      self->expireAfter(self->dependencies.limits.handshake);
       self->readRequest();
     });
   }
 
   // What the client still sends is read and dropped for a moment: ending at once could take the answer from it.
   void end() {
-    expireAfter(kEndPatience);
+    expireAfter(kEndTimeout);
     stream.shutdown([self = shared_from_this()](const ErrorCode& error) {
       if (!error && !self->stream.isEncrypted()) self->drain();
     });
@@ -180,7 +180,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     });
   }
 
-  const ConnectionSurroundings& surroundings;
+  const ConnectionDependencies& dependencies;
   RelayStream stream;
   asio::steady_timer deadline;
   const IpAddress peer;
@@ -197,9 +197,9 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
 
 }  // namespace
 
-void serveHttp(RelayStream stream, const IpAddress& peer, const ConnectionSurroundings& surroundings,
+void serveHttp(RelayStream stream, const IpAddress& peer, const ConnectionDependencies& dependencies,
                const PlainAnswer& plainAnswer, std::function<void()> onEnd) {
-  std::make_shared<HttpConnection>(std::move(stream), peer, surroundings, plainAnswer, std::move(onEnd))->start();
+  std::make_shared<HttpConnection>(std::move(stream), peer, dependencies, plainAnswer, std::move(onEnd))->start();
 }
 
 }  // namespace quillard::relayserver

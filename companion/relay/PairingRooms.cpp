@@ -58,11 +58,11 @@ struct PairingRooms::Member {
   [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform}; }
 };
 
-PairingRooms::PairingRooms(const Surroundings& surroundings)
-    : pairings(surroundings.pairings),
-      limits(surroundings.limits),
-      metrics(surroundings.metrics),
-      log(surroundings.log) {}
+PairingRooms::PairingRooms(const Dependencies& dependencies)
+    : pairings(dependencies.pairings),
+      limits(dependencies.limits),
+      metrics(dependencies.metrics),
+      log(dependencies.log) {}
 
 PairingRooms::~PairingRooms() = default;
 

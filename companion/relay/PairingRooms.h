@@ -28,13 +28,13 @@ namespace quillard::relayserver {
 class PairingRooms {
  public:
   // What the rooms are made over. All of it outlives them.
-  struct Surroundings {
+  struct Dependencies {
     Pairings& pairings;
     const RelayLimits& limits;
     RelayMetrics& metrics;
     EventLog& log;
   };
-  explicit PairingRooms(const Surroundings& surroundings);
+  explicit PairingRooms(const Dependencies& dependencies);
   ~PairingRooms();
   PairingRooms(const PairingRooms&) = delete;
   PairingRooms& operator=(const PairingRooms&) = delete;

@@ -72,11 +72,11 @@ TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
   const auto agent = world.joinAgent();
   const auto one = world.joinPhone("A");
   const auto two = world.joinPhone("B");
-  const auto stranger = world.joinPhone("A", "another");
+  const auto other = world.joinPhone("A", "another");
   world.say(*agent, snapshot());
   EXPECT_EQ(one->ofType("mac.snapshot").size(), 1U);
   EXPECT_EQ(two->ofType("mac.snapshot").size(), 1U);
-  EXPECT_EQ(stranger->ofType("mac.snapshot").size(), 0U);
+  EXPECT_EQ(foreignChild->ofType("mac.snapshot").size(), 0U);
 }
 
 TEST(PairingRooms, PassOnKnownMembersOnlyInTheirOrder) {
@@ -305,7 +305,7 @@ TEST(PairingRooms, RevokeAPairingForGoodAndCloseAllOfIt) {
   world.say(*agent, unpair());
   EXPECT_EQ(agent->closed, CloseCode::revoked);
   EXPECT_EQ(phone->closed, CloseCode::revoked);
-  EXPECT_EQ(world.pairings.standingOf(kPairing, kToken, 0), Pairings::Standing::revoked);
+  EXPECT_EQ(world.pairings.membershipOf(kPairing, kToken, 0), Pairings::Membership::revoked);
   EXPECT_EQ(world.metrics.snapshotBytes, 0U);
 }
 

@@ -51,15 +51,15 @@ Pairings::Registration Pairings::registerToken(const std::string& pairingID, std
   });
 }
 
-Pairings::Standing Pairings::standingOf(const std::string& pairingID, std::string_view token, std::int64_t now) {
-  if (unsavedRevocations.contains(pairingID)) return Standing::revoked;
-  return withStore(Standing::storeFailed, [&] {
+Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now) {
+  if (unsavedRevocations.contains(pairingID)) return Membership::revoked;
+  return withStore(Membership::storeFailed, [&] {
     const auto entry = store.find(pairingID);
-    if (entry && !entry->token) return Standing::revoked;
+    if (entry && !entry->token) return Membership::revoked;
     const bool isEqual = areEqual(entry ? *entry->token : TokenHash{}, hashOf(token));
-    if (!entry || !isEqual) return Standing::stranger;
+    if (!entry || !isEqual) return Membership::unauthenticated;
     keepSeen(pairingID, *entry, now);
-    return Standing::member;
+    return Membership::member;
   });
 }
 

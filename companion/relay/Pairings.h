@@ -20,9 +20,9 @@ class Pairings {
   // The first token of a name is kept; the same one again is fine.
   [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token, std::int64_t now);
 
-  enum class Standing { member, stranger, revoked, storeFailed };
+  enum class Membership { member, unauthenticated, revoked, storeFailed };
   // A pairing that is not known, and one with another token, cannot be told apart, nor by the time it takes.
-  [[nodiscard]] Standing standingOf(const std::string& pairingID, std::string_view token, std::int64_t now);
+  [[nodiscard]] Membership membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now);
 
   // For good. Where the store fails, the revocation holds for as long as this process lives, and is tried again.
   void revoke(const std::string& pairingID, std::int64_t now);

@@ -90,7 +90,7 @@ void PhonePage::add(const std::string& path, std::string content) {
   files.insert_or_assign(path, std::move(file));
 }
 
-HttpAnswer PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const {
+HttpResponse PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const {
   const bool isRoot = segments.empty() || (segments.size() == 1 && segments.front().empty());
   // An escaped "/" within a segment is no separator.
   const bool isPlain = std::none_of(segments.begin(), segments.end(),
@@ -98,7 +98,7 @@ HttpAnswer PhonePage::answer(const std::vector<std::string>& segments, std::stri
   const auto found = files.find(isRoot ? "index.html" : text::joined(segments, "/"));
   if (!isPlain || found == files.end()) return errorAnswer(404, "There is nothing at this address.");
   const File& file = found->second;
-  HttpAnswer answer{.headers = {{"cache-control", file.caching}, {"etag", file.tag}}};
+  HttpResponse answer{.headers = {{"cache-control", file.caching}, {"etag", file.tag}}};
   if (isKnownTag(ifNoneMatch, file.tag)) {
     answer.status = 304;
     return answer;

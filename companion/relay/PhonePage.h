@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "companion/relay/HttpAnswer.h"
+#include "companion/relay/HttpResponse.h"
 
 namespace quillard::relayserver {
 
@@ -19,7 +19,7 @@ class PhonePage {
   void add(const std::string& path, std::string content);
 
   // `segments`: of the request's path. Of "/" and "" the page is index.html. 304 where `ifNoneMatch` knows the file.
-  [[nodiscard]] HttpAnswer answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const;
+  [[nodiscard]] HttpResponse answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const;
   [[nodiscard]] std::size_t fileCount() const { return files.size(); }
 
  private:

@@ -124,14 +124,14 @@ std::vector<std::string> withEnvironment(const CLI::App& program, std::vector<st
   return arguments;
 }
 
-SaySomething complaint(const std::string& words) { return {words + "\n", ExitCode::wrongUsage}; }
+SaySomething warning(const std::string& words) { return {words + "\n", ExitCode::wrongUsage}; }
 
 std::optional<SaySomething> readListeners(const Arguments& read, RelayConfiguration& configuration) {
   for (const auto& text : read.listen) {
     const auto address = ListenAddress::parse(text);
-    if (!address) return complaint("--listen " + text + ": that is no address and port, such as 127.0.0.1:8080.");
+    if (!address) return warning("--listen " + text + ": that is no address and port, such as 127.0.0.1:8080.");
     if (!address->address.isLoopback() && !configuration.hasTls() && !configuration.isBehindProxy) {
-      return complaint("--listen " + text +
+      return warning("--listen " + text +
                        ": other computers could listen in. Give --tls-certificate and --tls-key, or "
                        "--behind-proxy where a proxy does TLS.");
     }
@@ -139,9 +139,9 @@ std::optional<SaySomething> readListeners(const Arguments& read, RelayConfigurat
   }
   if (read.metrics.empty()) return std::nullopt;
   configuration.metrics = ListenAddress::parse(read.metrics);
-  if (!configuration.metrics) return complaint("--metrics " + read.metrics + ": that is no address and port.");
+  if (!configuration.metrics) return warning("--metrics " + read.metrics + ": that is no address and port.");
   if (!configuration.metrics->address.isLoopback() && !configuration.isBehindProxy) {
-    return complaint("--metrics " + read.metrics +
+    return warning("--metrics " + read.metrics +
                      ": metrics are served in clear; without --behind-proxy only at this "
                      "computer's own address.");
   }
@@ -152,7 +152,7 @@ std::optional<SaySomething> readProxies(const Arguments& read, RelayConfiguratio
   if (!read.isBehindProxy) return std::nullopt;
   for (const auto& text : read.trustedProxies) {
     const auto network = IpNetwork::parse(text);
-    if (!network) return complaint("--trusted-proxy " + text + ": that is no address or network, such as 10.0.0.0/8.");
+    if (!network) return warning("--trusted-proxy " + text + ": that is no address or network, such as 10.0.0.0/8.");
     configuration.trustedProxies.push_back(*network);
   }
   return std::nullopt;
@@ -160,7 +160,7 @@ std::optional<SaySomething> readProxies(const Arguments& read, RelayConfiguratio
 
 std::variant<RelayConfiguration, SaySomething> configurationOf(const Arguments& read) {
   if (read.tlsCertificate.empty() != read.tlsKey.empty()) {
-    return complaint("--tls-certificate and --tls-key go together.");
+    return warning("--tls-certificate and --tls-key go together.");
   }
   RelayConfiguration configuration{.database = read.database,
                                    .page = read.page,

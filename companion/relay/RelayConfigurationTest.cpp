@@ -95,7 +95,7 @@ TEST(RelayConfiguration, RefusesOtherAddressesWithoutEncryption) {
   EXPECT_NE(complaintAbout({"--metrics", "0.0.0.0:9"}), "");
 }
 
-TEST(RelayConfiguration, ComplainsAboutWhatItCannotUse) {
+TEST(RelayConfiguration, WarnsAboutWhatItCannotUse) {
   for (const Arguments& arguments : {Arguments{"--listen", "localhost:80"},
                                      {"--listen", "127.0.0.1"},
                                      {"--listen", "127.0.0.1:65536"},

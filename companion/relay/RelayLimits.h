@@ -20,8 +20,8 @@ struct RelayLimits {
   std::chrono::milliseconds handshake{10'000};  // TLS included.
   std::chrono::milliseconds ping{20'000};       // Also how often phones are told of their computer.
   std::chrono::milliseconds idle{60'000};
-  std::chrono::milliseconds goodbyes{10'000};    // The longest time over which connections are closed at the end.
-  std::chrono::milliseconds lastAnswers{3'000};  // Then how long those are waited for that do not answer the goodbye.
+  std::chrono::milliseconds closeStagger{10'000};    // The longest time over which connections are closed at the end.
+  std::chrono::milliseconds lastAnswers{3'000};  // Then how long those are waited for that do not answer the close message.
 
   Rate phoneMessages{20, 2};
   Rate agentMessages{60, 10};

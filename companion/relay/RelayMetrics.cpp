@@ -41,7 +41,7 @@ std::string prometheusText(const RelayMetrics& metrics) {
   for (const auto& [type, count] : metrics.messages) page.value("type", type, count);
   page.family("quillard_relay_answers_total", "counter", "HTTP answers; 101 are WebSockets.");
   for (const auto& [status, count] : metrics.answers) page.value("status", std::to_string(status), count);
-  page.family("quillard_relay_closes_total", "counter", "WebSockets that the relay has closed; 0: without a goodbye.");
+  page.family("quillard_relay_closes_total", "counter", "WebSockets that the relay has closed; 0: without a close message.");
   for (const auto& [code, count] : metrics.closes) page.value("code", std::to_string(code), count);
   page.family("quillard_relay_receipts_total", "counter", "Decisions of phones, by whether an agent was handed them.");
   page.value("delivered", "true", metrics.delivered);

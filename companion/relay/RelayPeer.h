@@ -32,9 +32,9 @@ class RelayPeer {
   // Queues the text. False, and nothing is queued: more would wait for the reader than may.
   [[nodiscard]] virtual bool send(const MessageText& text) = 0;
   virtual void ping() = 0;
-  // Says goodbye with this code. What still waits is dropped.
+  // Sends a close message with this code. What still waits is dropped.
   virtual void close(CloseCode code) = 0;
-  // Without a goodbye: nobody is there any more.
+  // without a close message: nobody is there any more.
   virtual void abort() = 0;
 };
 

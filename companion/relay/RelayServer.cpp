@@ -36,8 +36,8 @@ constexpr int kSendBuffer = 256 * 1024;
 
 using TlsContext = std::shared_ptr<asio::ssl::context>;
 
-tcp::endpoint endpointOf(const ListenAddress& wished) {
-  return {asio::ip::make_address(wished.address.text()), wished.port};
+tcp::endpoint endpointOf(const ListenAddress& requested) {
+  return {asio::ip::make_address(requested.address.text()), requested.port};
 }
 
 std::string textOf(const tcp::endpoint& endpoint) {
@@ -81,7 +81,7 @@ class RelayServer::Implementation {
     bool isForMetrics = false;
   };
 
-  void open(const ListenAddress& wished, bool isForMetrics);
+  void open(const ListenAddress& requested, bool isForMetrics);
   void accept(Listener& listener);
   void serve(tcp::socket socket, bool isForMetrics);
   void awaitSignal();
@@ -89,9 +89,9 @@ class RelayServer::Implementation {
   void awaitTick();
   void tidy();
   void stop();
-  void sayNextGoodbye(Duration pause);
+  void closeNext(Duration pause);
   void awaitEnd(Instant latest);
-  HttpAnswer answerForMetrics(const HttpQuestion& question);
+  HttpResponse answerForMetrics(const HttpRequest& question);
 
   const RelayConfiguration configuration;
   StderrLog log;
@@ -102,7 +102,7 @@ class RelayServer::Implementation {
   std::optional<Pairings> pairings;
   std::optional<PairingRooms> rooms;
   std::optional<RelayService> service;
-  std::optional<ConnectionSurroundings> surroundings;
+  std::optional<ConnectionDependencies> dependencies;
   TlsContext tls;
   Instant nextTidying{};
   bool isStopping = false;
@@ -111,7 +111,7 @@ class RelayServer::Implementation {
   std::vector<std::unique_ptr<Listener>> listeners;
   asio::signal_set signals{loop, SIGTERM, SIGINT, SIGHUP};
   asio::steady_timer ticker{loop};
-  asio::steady_timer goodbyes{loop};
+  asio::steady_timer closeTimer{loop};
 };
 
 std::string RelayServer::Implementation::prepare() {
@@ -132,15 +132,15 @@ std::string RelayServer::Implementation::prepare() {
   } catch (const PairingStore::Failure& failure) {
     return failure.description;
   }
-  rooms.emplace(PairingRooms::Surroundings{*pairings, configuration.limits, metrics, log});
-  service.emplace(RelayService::Surroundings{*pairings, *rooms, page, configuration.limits});
-  surroundings.emplace(ConnectionSurroundings{*service, *rooms, configuration.limits, metrics, log, unfinished,
+  rooms.emplace(PairingRooms::Dependencies{*pairings, configuration.limits, metrics, log});
+  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits});
+  dependencies.emplace(ConnectionDependencies{*service, *rooms, configuration.limits, metrics, log, unfinished,
                                               configuration.trustedProxies, presentMoment});
-  for (const auto& wished : configuration.listen) {
+  for (const auto& requested : configuration.listen) {
     try {
-      open(wished, false);
+      open(requested, false);
     } catch (const boost::system::system_error& error) {
-      return "Cannot listen at " + textOf(endpointOf(wished)) + ": " + error.code().message();
+      return "Cannot listen at " + textOf(endpointOf(requested)) + ": " + error.code().message();
     }
   }
   if (!configuration.metrics) return {};
@@ -152,8 +152,8 @@ std::string RelayServer::Implementation::prepare() {
   return {};
 }
 
-void RelayServer::Implementation::open(const ListenAddress& wished, bool isForMetrics) {
-  const auto endpoint = endpointOf(wished);
+void RelayServer::Implementation::open(const ListenAddress& requested, bool isForMetrics) {
+  const auto endpoint = endpointOf(requested);
   auto listener = std::make_unique<Listener>(Listener{tcp::acceptor(loop), asio::steady_timer(loop), isForMetrics});
   listener->acceptor.open(endpoint.protocol());
   listener->acceptor.set_option(asio::socket_base::reuse_address(true));
@@ -217,11 +217,11 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
     if (--counted->second == 0) openRequests.erase(counted);
   };
   PlainAnswer plainAnswer;
-  if (isForMetrics) plainAnswer = [this](const HttpQuestion& question) { return answerForMetrics(question); };
-  serveHttp(RelayStream(std::move(socket), isForMetrics ? nullptr : tls), peer, *surroundings, plainAnswer, onEnd);
+  if (isForMetrics) plainAnswer = [this](const HttpRequest& question) { return answerForMetrics(question); };
+  serveHttp(RelayStream(std::move(socket), isForMetrics ? nullptr : tls), peer, *dependencies, plainAnswer, onEnd);
 }
 
-HttpAnswer RelayServer::Implementation::answerForMetrics(const HttpQuestion& question) {
+HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& question) {
   if (question.target != "/metrics" || question.method != "GET") return errorAnswer(404, "Only /metrics is here.");
   metrics.pairings = pairings->count();
   return {.headers = {{"content-type", "text/plain; version=0.0.4; charset=utf-8"}},
@@ -282,25 +282,25 @@ void RelayServer::Implementation::stop() {
   for (const auto& listener : listeners) listener->acceptor.close();
   constexpr std::chrono::milliseconds kUsualPause{5};
   const auto count = static_cast<Duration::rep>(std::max<std::size_t>(rooms->peerCount(), 1));
-  sayNextGoodbye(std::min<Duration>(kUsualPause, Duration(configuration.limits.goodbyes) / count));
+  closeNext(std::min<Duration>(kUsualPause, Duration(configuration.limits.closeStagger) / count));
 }
 
-void RelayServer::Implementation::sayNextGoodbye(Duration pause) {
+void RelayServer::Implementation::closeNext(Duration pause) {
   if (!rooms->closeNext(CloseCode::stopping)) {
     return awaitEnd(std::chrono::steady_clock::now() + configuration.limits.lastAnswers);
   }
-  goodbyes.expires_after(pause);
-  goodbyes.async_wait([this, pause](const ErrorCode& error) {
-    if (!error) sayNextGoodbye(pause);
+  closeTimer.expires_after(pause);
+  closeTimer.async_wait([this, pause](const ErrorCode& error) {
+    if (!error) closeNext(pause);
   });
 }
 
 void RelayServer::Implementation::awaitEnd(Instant latest) {
   const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0;
   if (isDone || std::chrono::steady_clock::now() >= latest) return loop.stop();
-  constexpr std::chrono::milliseconds kLook{10};
-  goodbyes.expires_after(kLook);
-  goodbyes.async_wait([this, latest](const ErrorCode& error) {
+  constexpr std::chrono::milliseconds kCheckInterval{10};
+  closeTimer.expires_after(kCheckInterval);
+  closeTimer.async_wait([this, latest](const ErrorCode& error) {
     if (!error) awaitEnd(latest);
   });
 }

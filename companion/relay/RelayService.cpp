@@ -9,25 +9,25 @@ namespace quillard::relayserver {
 namespace {
 
 constexpr std::string_view kMalformed = "The request is malformed.";
-constexpr std::string_view kStranger = "There is no such pairing, or it has another token.";
+constexpr std::string_view kUnauthenticated = "There is no such pairing, or it has another token.";
 constexpr std::string_view kRevoked = "This pairing was revoked.";
 constexpr std::string_view kStoreFailed = "The relay cannot use its database now.";
 constexpr std::string_view kStopping = "The relay is stopping.";
 
-HttpAnswer unauthorized(std::string_view words) {
+HttpResponse unauthorized(std::string_view words) {
   auto answer = errorAnswer(401, words);
   answer.headers.emplace_back("www-authenticate", "Bearer");
   return answer;
 }
 
-HttpAnswer notAllowed(const char* allowed) {
+HttpResponse notAllowed(const char* allowed) {
   auto answer = errorAnswer(405, "That cannot be done here.");
   answer.headers.emplace_back("allow", allowed);
   return answer;
 }
 
 // Absent: there is still room in the rate.
-std::optional<HttpAnswer> refusalForRate(NamedBuckets& buckets, const std::string& name, Instant now) {
+std::optional<HttpResponse> refusalForRate(NamedBuckets& buckets, const std::string& name, Instant now) {
   TokenBucket& bucket = buckets.of(name, now);
   if (bucket.take(now)) return std::nullopt;
   auto answer = errorAnswer(429, "Too many requests.");
@@ -36,22 +36,22 @@ std::optional<HttpAnswer> refusalForRate(NamedBuckets& buckets, const std::strin
 }
 
 // Absent: a token was given.
-std::optional<HttpAnswer> refusalForToken(const OfferedToken& offered) {
+std::optional<HttpResponse> refusalForToken(const OfferedToken& offered) {
   if (offered.kind == OfferedToken::Kind::none) return unauthorized("There is no bearer token.");
   if (offered.kind == OfferedToken::Kind::malformed) return errorAnswer(400, "The bearer token is malformed.");
   return std::nullopt;
 }
 
 // Absent: a member.
-std::optional<HttpAnswer> refusalForStanding(Pairings::Standing standing) {
+std::optional<HttpResponse> refusalForMembership(Pairings::Membership standing) {
   switch (standing) {
-    case Pairings::Standing::member:
+    case Pairings::Membership::member:
       return std::nullopt;
-    case Pairings::Standing::stranger:
-      return unauthorized(kStranger);
-    case Pairings::Standing::revoked:
+    case Pairings::Membership::unauthenticated:
+      return unauthorized(kUnauthenticated);
+    case Pairings::Membership::revoked:
       return errorAnswer(410, kRevoked);
-    case Pairings::Standing::storeFailed:
+    case Pairings::Membership::storeFailed:
       return errorAnswer(500, kStoreFailed);
   }
   return errorAnswer(500, kStoreFailed);
@@ -67,7 +67,7 @@ bool isRegistrationBody(const std::string& body) {
   return !reader.error() && isForMac && isVersion1;
 }
 
-HttpAnswer answerTo(Pairings::Registration registration) {
+HttpResponse answerTo(Pairings::Registration registration) {
   switch (registration) {
     case Pairings::Registration::taken:
       return {.status = 204, .headers = {{"cache-control", "no-store"}}};
@@ -83,18 +83,18 @@ HttpAnswer answerTo(Pairings::Registration registration) {
   return errorAnswer(500, kStoreFailed);
 }
 
-bool isReading(const HttpQuestion& question) { return question.method == "GET" || question.method == "HEAD"; }
+bool isReading(const HttpRequest& question) { return question.method == "GET" || question.method == "HEAD"; }
 
 }  // namespace
 
-RelayService::RelayService(const Surroundings& surroundings)
-    : pairings(surroundings.pairings),
-      rooms(surroundings.rooms),
-      page(surroundings.page),
-      registrations(surroundings.limits.registrations, surroundings.limits.addresses),
-      handshakes(surroundings.limits.handshakes, surroundings.limits.addresses) {}
+RelayService::RelayService(const Dependencies& dependencies)
+    : pairings(dependencies.pairings),
+      rooms(dependencies.rooms),
+      page(dependencies.page),
+      registrations(dependencies.limits.registrations, dependencies.limits.addresses),
+      handshakes(dependencies.limits.handshakes, dependencies.limits.addresses) {}
 
-HttpAnswer RelayService::answer(const HttpQuestion& question, Moment now) {
+HttpResponse RelayService::answer(const HttpRequest& question, Moment now) {
   const auto target = parseRequestTarget(question.target);
   if (!target) return errorAnswer(400, kMalformed);
   const auto& segments = target->segments;
@@ -111,13 +111,13 @@ HttpAnswer RelayService::answer(const HttpQuestion& question, Moment now) {
   return page.answer(segments, question.ifNoneMatch);
 }
 
-HttpAnswer RelayService::answerHealth() const {
+HttpResponse RelayService::answerHealth() const {
   if (isStopping) return errorAnswer(503, kStopping);
   return {.headers = {{"content-type", "text/plain; charset=utf-8"}, {"cache-control", "no-store"}},
           .body = std::make_shared<const std::string>("ok")};
 }
 
-HttpAnswer RelayService::answerPairing(const HttpQuestion& question, const RequestTarget& target, Moment now) {
+HttpResponse RelayService::answerPairing(const HttpRequest& question, const RequestTarget& target, Moment now) {
   const auto& segments = target.segments;
   const bool isPairing = segments.size() >= 3 && segments[1] == "pairings";
   if (isPairing && segments.size() == 4 && segments[3] == "relay-token") {
@@ -131,7 +131,7 @@ HttpAnswer RelayService::answerPairing(const HttpQuestion& question, const Reque
   return errorAnswer(404, "There is nothing at this address.");
 }
 
-HttpAnswer RelayService::registerToken(const HttpQuestion& question, const std::string& pairingID, Moment now) {
+HttpResponse RelayService::registerToken(const HttpRequest& question, const std::string& pairingID, Moment now) {
   if (auto refusal = refusalForRate(registrations, question.rateName, now.instant)) return *refusal;
   if (!isPairingID(pairingID)) return errorAnswer(400, "The pairing's name is malformed.");
   const auto offered = readToken(question.authorization, {});
@@ -141,12 +141,12 @@ HttpAnswer RelayService::registerToken(const HttpQuestion& question, const std::
 }
 
 // Absent: no phone, or one that the computer has not removed.
-std::optional<HttpAnswer> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
+std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
   if (deviceID.empty() || !pairings.isRemoved(pairingID, deviceID)) return std::nullopt;
   return errorAnswer(403, "The computer has removed this phone.");
 }
 
-HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const RequestTarget& target, Moment now) {
+HttpResponse RelayService::tellPresence(const HttpRequest& question, const RequestTarget& target, Moment now) {
   if (auto refusal = refusalForRate(handshakes, question.rateName, now.instant)) return *refusal;
   const std::string& pairingID = target.segments[2];
   if (!isPairingID(pairingID)) return errorAnswer(400, "The pairing's name is malformed.");
@@ -154,7 +154,7 @@ HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const Reques
   if (!phone) return errorAnswer(400, kMalformed);
   const auto offered = readToken(question.authorization, {});
   if (auto refusal = refusalForToken(offered)) return *refusal;
-  if (auto refusal = refusalForStanding(pairings.standingOf(pairingID, offered.token, now.epochSeconds))) {
+  if (auto refusal = refusalForMembership(pairings.membershipOf(pairingID, offered.token, now.epochSeconds))) {
     return *refusal;
   }
   if (auto refusal = refusalForPhone(pairingID, *phone)) return *refusal;
@@ -164,7 +164,7 @@ HttpAnswer RelayService::tellPresence(const HttpQuestion& question, const Reques
           .body = std::make_shared<const std::string>(json.dump())};
 }
 
-std::variant<Admission, HttpAnswer> RelayService::admit(const HttpQuestion& question, Moment now) {
+std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& question, Moment now) {
   if (isStopping) return errorAnswer(503, kStopping);
   if (auto refusal = refusalForRate(handshakes, question.rateName, now.instant)) return *refusal;
   const auto target = parseRequestTarget(question.target);
@@ -173,7 +173,7 @@ std::variant<Admission, HttpAnswer> RelayService::admit(const HttpQuestion& ques
   if (!who) return errorAnswer(400, kMalformed);
   const auto offered = readToken(question.authorization, question.subprotocols);
   if (auto refusal = refusalForToken(offered)) return *refusal;
-  if (auto refusal = refusalForStanding(pairings.standingOf(who->pairingID, offered.token, now.epochSeconds))) {
+  if (auto refusal = refusalForMembership(pairings.membershipOf(who->pairingID, offered.token, now.epochSeconds))) {
     return *refusal;
   }
   if (auto refusal = refusalForPhone(who->pairingID, who->deviceID)) return *refusal;

@@ -3,7 +3,7 @@
 #include <string>
 #include <variant>
 
-#include "companion/relay/HttpAnswer.h"
+#include "companion/relay/HttpResponse.h"
 #include "companion/relay/PairingRooms.h"
 #include "companion/relay/Pairings.h"
 #include "companion/relay/PeerIntroduction.h"
@@ -25,29 +25,29 @@ struct Admission {
 class RelayService {
  public:
   // What it is made over. All of it outlives it.
-  struct Surroundings {
+  struct Dependencies {
     Pairings& pairings;
     PairingRooms& rooms;
     const PhonePage& page;
     const RelayLimits& limits;
   };
-  explicit RelayService(const Surroundings& surroundings);
+  explicit RelayService(const Dependencies& dependencies);
 
   // Any request but one for a WebSocket at /ws.
-  [[nodiscard]] HttpAnswer answer(const HttpQuestion& question, Moment now);
+  [[nodiscard]] HttpResponse answer(const HttpRequest& question, Moment now);
   // A request for a WebSocket: granted, or refused with the answer.
-  [[nodiscard]] std::variant<Admission, HttpAnswer> admit(const HttpQuestion& question, Moment now);
+  [[nodiscard]] std::variant<Admission, HttpResponse> admit(const HttpRequest& question, Moment now);
 
   // From now on nobody is let in, and /healthz says so.
   void stop() { isStopping = true; }
   [[nodiscard]] bool isAboutToEnd() const { return isStopping; }
 
  private:
-  [[nodiscard]] HttpAnswer answerPairing(const HttpQuestion& question, const RequestTarget& target, Moment now);
-  [[nodiscard]] HttpAnswer registerToken(const HttpQuestion& question, const std::string& pairingID, Moment now);
-  [[nodiscard]] HttpAnswer tellPresence(const HttpQuestion& question, const RequestTarget& target, Moment now);
-  [[nodiscard]] std::optional<HttpAnswer> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
-  [[nodiscard]] HttpAnswer answerHealth() const;
+  [[nodiscard]] HttpResponse answerPairing(const HttpRequest& question, const RequestTarget& target, Moment now);
+  [[nodiscard]] HttpResponse registerToken(const HttpRequest& question, const std::string& pairingID, Moment now);
+  [[nodiscard]] HttpResponse tellPresence(const HttpRequest& question, const RequestTarget& target, Moment now);
+  [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
+  [[nodiscard]] HttpResponse answerHealth() const;
 
   Pairings& pairings;
   PairingRooms& rooms;

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 const std::string kPhone = "role=phone&pairing=" + kPairing + "&deviceID=A&deviceName=Ana";
 const std::string kAgent = "role=mac&pairing=" + kPairing;
 
-std::string headerOf(const HttpAnswer& answer, const std::string& name) {
+std::string headerOf(const HttpResponse& answer, const std::string& name) {
   for (const auto& [known, value] : answer.headers) {
     if (known == name) return value;
   }
@@ -38,8 +38,8 @@ TEST(RelayService, NeverLetsARevokedPairingComeBack) {
   world.pairings.revoke(kPairing, world.epochSeconds);
   EXPECT_EQ(world.registerToken().status, 410);
   EXPECT_EQ(world.registerToken(std::string(64, 'b')).status, 410);
-  EXPECT_EQ(world.knock(kAgent), 410);
-  EXPECT_EQ(world.knock(kPhone), 410);
+  EXPECT_EQ(world.connect(kAgent), 410);
+  EXPECT_EQ(world.connect(kPhone), 410);
   EXPECT_EQ(
       world.ask({.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}}).status,
       410);
@@ -55,7 +55,7 @@ TEST(RelayService, RefusesAMalformedRegistration) {
   EXPECT_EQ(world.registerToken(std::string(32, 'a'), "shortest").status, 204);
   EXPECT_EQ(world.registerToken(std::string(128, 'a'), "longest").status, 204);
   EXPECT_EQ(world.registerToken(std::string(129, 'a'), "too-long").status, 400);
-  HttpQuestion question{.method = "PUT", .target = "/api/pairings/new/relay-token", .body = "{}"};
+  HttpRequest question{.method = "PUT", .target = "/api/pairings/new/relay-token", .body = "{}"};
   EXPECT_EQ(world.ask(question).status, 401);
   question.authorization = {"Basic abc"};
   EXPECT_EQ(world.ask(question).status, 401);
@@ -81,7 +81,7 @@ TEST(RelayService, TakesTwentyRegistrationsOfAnAddressAtOnceAndThenOneEveryThree
   world.advance(1ms);
   EXPECT_EQ(world.registerToken().status, 204);
   EXPECT_EQ(world.registerToken().status, 429);
-  EXPECT_EQ(world.knock(kAgent), 101);  // Counted apart.
+  EXPECT_EQ(world.connect(kAgent), 101);  // Counted apart.
 }
 
 TEST(RelayService, HoldsAsManyPairingsAsItIsTold) {
@@ -97,7 +97,7 @@ TEST(RelayService, HoldsAsManyPairingsAsItIsTold) {
 TEST(RelayService, TellsMembersWhoIsThere) {
   RelayWorld world;
   (void)world.registerToken();
-  HttpQuestion question{.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}};
+  HttpRequest question{.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}};
   EXPECT_EQ(*world.ask(question).body, R"({"macConnected":false,"phoneCount":0})");
   world.joinAgent();
   world.joinPhone("A");
@@ -136,12 +136,12 @@ TEST(RelayService, TellsAPhoneThatItWasRemoved) {
 
 TEST(RelayService, GrantsWebSocketsToMembersOnly) {
   RelayWorld world;
-  EXPECT_EQ(world.knock(kAgent), 401);
+  EXPECT_EQ(world.connect(kAgent), 401);
   (void)world.registerToken();
-  EXPECT_EQ(world.knock(kAgent), 101);
-  EXPECT_EQ(world.knock(kPhone), 101);
-  EXPECT_EQ(world.knock(kAgent, std::string(64, 'b')), 401);
-  EXPECT_EQ(world.knock(kAgent, "short"), 400);
+  EXPECT_EQ(world.connect(kAgent), 101);
+  EXPECT_EQ(world.connect(kPhone), 101);
+  EXPECT_EQ(world.connect(kAgent, std::string(64, 'b')), 401);
+  EXPECT_EQ(world.connect(kAgent, "short"), 400);
 }
 
 TEST(RelayService, RefusesMalformedIntroductions) {
@@ -173,35 +173,35 @@ TEST(RelayService, RefusesMalformedIntroductions) {
                                 kPhone + "&x=%",
                                 kPhone + "&x=%4",
                                 kPhone + "&x=%zz"}) {
-    EXPECT_EQ(world.knock(query), 400) << query;
+    EXPECT_EQ(world.connect(query), 400) << query;
   }
-  EXPECT_EQ(world.knock("x=1&x=2&token=abc&" + kPhone + "&platform=" + std::string(32, 'p')), 101);
+  EXPECT_EQ(world.connect("x=1&x=2&token=abc&" + kPhone + "&platform=" + std::string(32, 'p')), 101);
   // 64 characters, not bytes.
   std::string name;
   for (int i = 0; i < 64; ++i) name += "%F0%9F%93%B1";
-  EXPECT_EQ(world.knock("role=phone&" + pairing + "&deviceID=" + std::string(64, 'a') + "&deviceName=" + name), 101);
+  EXPECT_EQ(world.connect("role=phone&" + pairing + "&deviceID=" + std::string(64, 'a') + "&deviceName=" + name), 101);
 }
 
 TEST(RelayService, RefusesARemovedPhoneAndOneTooMany) {
   RelayWorld world;
   (void)world.registerToken();
   world.pairings.removePhone(kPairing, "A", world.epochSeconds);
-  EXPECT_EQ(world.knock(kPhone), 403);
+  EXPECT_EQ(world.connect(kPhone), 403);
   for (int i = 0; i < 8; ++i) world.joinPhone(std::to_string(i));
-  EXPECT_EQ(world.knock("role=phone&pairing=" + kPairing + "&deviceID=9&deviceName=x"), 503);
-  EXPECT_EQ(world.knock("role=phone&pairing=" + kPairing + "&deviceID=3&deviceName=x"), 101);
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=9&deviceName=x"), 503);
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=3&deviceName=x"), 101);
 }
 
 TEST(RelayService, TakesSixtyHandshakesOfAnAddressAtOnceAndThenOneASecond) {
   RelayWorld world;
-  for (int i = 0; i < 60; ++i) EXPECT_EQ(world.knock(kAgent), 401);
-  EXPECT_EQ(world.knock(kAgent), 429);
-  EXPECT_EQ(world.knock(kAgent, kToken, "192.0.2.2"), 401);
+  for (int i = 0; i < 60; ++i) EXPECT_EQ(world.connect(kAgent), 401);
+  EXPECT_EQ(world.connect(kAgent), 429);
+  EXPECT_EQ(world.connect(kAgent, kToken, "192.0.2.2"), 401);
   world.advance(999ms);
-  EXPECT_EQ(world.knock(kAgent), 429);
+  EXPECT_EQ(world.connect(kAgent), 429);
   world.advance(1ms);
-  EXPECT_EQ(world.knock(kAgent), 401);
-  EXPECT_EQ(world.knock(kAgent), 429);
+  EXPECT_EQ(world.connect(kAgent), 401);
+  EXPECT_EQ(world.connect(kAgent), 429);
 }
 
 TEST(RelayService, LetsNobodyInOnceItIsStopping) {
@@ -210,7 +210,7 @@ TEST(RelayService, LetsNobodyInOnceItIsStopping) {
   EXPECT_EQ(*world.ask({.method = "GET", .target = "/healthz"}).body, "ok");
   world.service.stop();
   EXPECT_EQ(world.ask({.method = "GET", .target = "/healthz"}).status, 503);
-  EXPECT_EQ(world.knock(kAgent), 503);
+  EXPECT_EQ(world.connect(kAgent), 503);
 }
 
 TEST(RelayService, AnswersEverythingElseWithThePage) {
@@ -243,7 +243,7 @@ TEST(RelayService, SaysSoWhenItsDatabaseFails) {
   (void)world.registerToken();
   world.store.fails = true;
   EXPECT_EQ(world.registerToken().status, 500);
-  EXPECT_EQ(world.knock(kAgent), 500);
+  EXPECT_EQ(world.connect(kAgent), 500);
   EXPECT_EQ(world.pairings.takeFailures().size(), 2U);
   EXPECT_TRUE(world.pairings.takeFailures().empty());
 }
@@ -263,7 +263,7 @@ TEST(Pairings, HoldARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   world.pairings.revoke(kPairing, world.epochSeconds);
   world.pairings.removePhone("another", "A", world.epochSeconds);
   EXPECT_EQ(world.registerToken().status, 410);
-  EXPECT_EQ(world.knock(kAgent), 410);
+  EXPECT_EQ(world.connect(kAgent), 410);
   EXPECT_TRUE(world.pairings.isRemoved("another", "A"));
   world.store.fails = false;
   (void)world.pairings.tidy(world.epochSeconds);
@@ -278,7 +278,7 @@ TEST(Pairings, ForgetThoseThatNobodyUsedForFourHundredDaysButNoRevocation) {
   (void)world.registerToken(kToken, "revoked");
   world.pairings.revoke("revoked", world.epochSeconds);
   world.advance(24h * 200);
-  EXPECT_EQ(world.pairings.standingOf("used", kToken, world.epochSeconds), Pairings::Standing::member);
+  EXPECT_EQ(world.pairings.membershipOf("used", kToken, world.epochSeconds), Pairings::Membership::member);
   world.advance(24h * 200);
   EXPECT_TRUE(world.pairings.tidy(world.epochSeconds).empty());
   world.advance(1s);

@@ -86,25 +86,25 @@ class RelayWorld {
         {.role = Role::phone, .pairingID = pairingID, .deviceID = deviceID, .deviceName = deviceID + "'s name"});
   }
   void say(FakePeer& peer, const Json& message) { rooms.take(peer, message.dump(), now()); }
-  HttpAnswer ask(HttpQuestion question) {
+  HttpResponse ask(HttpRequest question) {
     if (question.rateName.empty()) question.rateName = "192.0.2.1";
     return service.answer(question, now());
   }
-  HttpAnswer registerToken(const std::string& token = kToken, const std::string& pairingID = kPairing) {
+  HttpResponse registerToken(const std::string& token = kToken, const std::string& pairingID = kPairing) {
     return ask({.method = "PUT",
                 .target = "/api/pairings/" + pairingID + "/relay-token",
                 .body = R"({"client":"mac","version":1})",
                 .authorization = {"Bearer " + token}});
   }
   // 101 when it is granted.
-  int knock(const std::string& query, const std::string& token = kToken, const std::string& from = "192.0.2.1") {
+  int connect(const std::string& query, const std::string& token = kToken, const std::string& from = "192.0.2.1") {
     const auto outcome = service.admit({.method = "GET",
                                         .target = "/ws?" + query,
                                         .authorization = {"Bearer " + token},
                                         .asksForWebSocket = true,
                                         .rateName = from},
                                        now());
-    const auto* refusal = std::get_if<HttpAnswer>(&outcome);
+    const auto* refusal = std::get_if<HttpResponse>(&outcome);
     return refusal ? refusal->status : 101;
   }
 
@@ -116,8 +116,8 @@ class RelayWorld {
   KeptLog log;
   PhonePage page;
   Pairings pairings{store, limits};
-  PairingRooms rooms{PairingRooms::Surroundings{pairings, limits, metrics, log}};
-  RelayService service{RelayService::Surroundings{pairings, rooms, page, limits}};
+  PairingRooms rooms{PairingRooms::Dependencies{pairings, limits, metrics, log}};
+  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits}};
 
  private:
   Duration passed{};

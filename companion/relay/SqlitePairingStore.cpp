@@ -13,7 +13,7 @@ namespace quillard::relayserver {
 namespace {
 
 constexpr int kSchemaVersion = 1;
-constexpr int kPatienceMilliseconds = 2'000;  // With a backup that reads at the same time.
+constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
 
 constexpr const char* kSchema = R"(
   CREATE TABLE pairings (id TEXT PRIMARY KEY, token BLOB NOT NULL, seen INTEGER NOT NULL) WITHOUT ROWID;
@@ -105,7 +105,7 @@ SqlitePairingStore::SqlitePairingStore(const std::string& file) {
                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
   connection.reset(opened);
   if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
-  sqlite3_busy_timeout(opened, kPatienceMilliseconds);
+  sqlite3_busy_timeout(opened, kTimeoutMilliseconds);
   try {
     execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA trusted_schema = OFF;");
     prepareSchema();

@@ -17,9 +17,9 @@ namespace {
 namespace beast = boost::beast;
 namespace websocket = beast::websocket;
 
-// How long the answer to a handshake may take to be sent, and how long whoever was told goodbye has to answer.
-constexpr std::chrono::seconds kHandshakePatience{10};
-constexpr std::chrono::seconds kGoodbyePatience{5};
+// How long the answer to a handshake may take to be sent, and how long whoever was sent a close message has to answer.
+constexpr std::chrono::seconds kHandshakeTimeout{10};
+constexpr std::chrono::seconds kCloseTimeout{5};
 // What a connection keeps of its buffer between messages.
 constexpr std::size_t kKeptBuffer = 16 * 1024;
 
@@ -27,29 +27,29 @@ constexpr std::size_t kKeptBuffer = 16 * 1024;
 // under way.
 class WebSocketConnection final : public RelayPeer, public std::enable_shared_from_this<WebSocketConnection> {
  public:
-  WebSocketConnection(RelayStream stream, const ConnectionSurroundings& surroundings)
-      : surroundings(surroundings),
+  WebSocketConnection(RelayStream stream, const ConnectionDependencies& dependencies)
+      : dependencies(dependencies),
         socket(std::move(stream)),
-        patience(socket.get_executor()),
-        outgoing(surroundings.limits.queuedBytes, surroundings.limits.queuedMessages) {
-    ++surroundings.unfinished.webSockets;
+        timeout(socket.get_executor()),
+        outgoing(dependencies.limits.queuedBytes, dependencies.limits.queuedMessages) {
+    ++dependencies.unfinished.webSockets;
   }
   WebSocketConnection(const WebSocketConnection&) = delete;
   WebSocketConnection& operator=(const WebSocketConnection&) = delete;
-  ~WebSocketConnection() override { --surroundings.unfinished.webSockets; }
+  ~WebSocketConnection() override { --dependencies.unfinished.webSockets; }
 
   void start(const HttpRequestMessage& request, const Admission& admission) {
-    socket.set_option(websocket::stream_base::timeout{kHandshakePatience, websocket::stream_base::none(), false});
-    socket.read_message_max(surroundings.limits.messageBytes);
+    socket.set_option(websocket::stream_base::timeout{kHandshakeTimeout, websocket::stream_base::none(), false});
+    socket.read_message_max(dependencies.limits.messageBytes);
     socket.auto_fragment(false);
     socket.text(true);
     socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
       if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
     }));
-    socket.next_layer().setOnBytes([this](std::size_t) { this->surroundings.rooms.heard(*this, now().instant); });
+    socket.next_layer().setOnBytes([this](std::size_t) { this->dependencies.rooms.heard(*this, now().instant); });
     // The place is taken at once: nobody else can be given it while the answer is on its way.
-    surroundings.rooms.join(shared_from_this(), admission.who, now().instant);
-    ++surroundings.metrics.answers[101];
+    dependencies.rooms.join(shared_from_this(), admission.who, now().instant);
+    ++dependencies.metrics.answers[101];
     socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
   }
 
@@ -69,7 +69,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     if (state == State::closing) return;
     outgoing.clear(isWriting);
     closeCode = code;
-    if (state == State::open) sayGoodbye();
+    if (state == State::open) sendClose();
   }
 
   void abort() override {
@@ -81,13 +81,13 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
  private:
   enum class State { answering, open, closing };
 
-  [[nodiscard]] Moment now() const { return surroundings.now(); }
+  [[nodiscard]] Moment now() const { return dependencies.now(); }
 
   void didAccept(const ErrorCode& error) {
     if (error || state == State::closing) return end();
     state = State::open;
     if (closeCode) {
-      sayGoodbye();
+      sendClose();
     } else {
       writeNext();
     }
@@ -95,10 +95,10 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   }
 
   // Once it reads, whoever reads notices the end.
-  void sayGoodbye() {
+  void sendClose() {
     state = State::closing;
-    patience.expires_after(kGoodbyePatience);
-    patience.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+    timeout.expires_after(kCloseTimeout);
+    timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
       if (self && !error) self->socket.next_layer().close();
     });
@@ -116,7 +116,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   void take() {
     const auto bytes = buffer.cdata();
-    surroundings.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
+    dependencies.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
     buffer.consume(buffer.size());
     if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
   }
@@ -134,15 +134,15 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   }
 
   void end() {
-    surroundings.rooms.leave(*this, now().instant);
-    if (state == State::closing && closeCode) return;  // The goodbye is under way, or done.
+    dependencies.rooms.leave(*this, now().instant);
+    if (state == State::closing && closeCode) return;  // The close message is under way, or done.
     state = State::closing;
     outgoing.clear(isWriting);
   }
 
-  const ConnectionSurroundings& surroundings;
+  const ConnectionDependencies& dependencies;
   websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
-  boost::asio::steady_timer patience;            // With a goodbye: it may be stuck behind a message that nobody reads.
+  boost::asio::steady_timer timeout;            // With a close message: it may be stuck behind a message that nobody reads.
   OutgoingQueue outgoing;
   beast::flat_buffer buffer;
   State state = State::answering;
@@ -154,8 +154,8 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 }  // namespace
 
 void startWebSocket(RelayStream stream, const HttpRequestMessage& request, const Admission& admission,
-                    const ConnectionSurroundings& surroundings) {
-  std::make_shared<WebSocketConnection>(std::move(stream), surroundings)->start(request, admission);
+                    const ConnectionDependencies& dependencies) {
+  std::make_shared<WebSocketConnection>(std::move(stream), dependencies)->start(request, admission);
 }
 
 }  // namespace quillard::relayserver

@@ -5,7 +5,7 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
 
-#include "companion/relay/ConnectionSurroundings.h"
+#include "companion/relay/ConnectionDependencies.h"
 #include "companion/relay/RelayStream.h"
 
 namespace quillard::relayserver {
@@ -14,6 +14,6 @@ using HttpRequestMessage = boost::beast::http::request<boost::beast::http::strin
 
 // Takes the connection over: joins the rooms and answers `request`, which was granted. It lives until it has ended.
 void startWebSocket(RelayStream stream, const HttpRequestMessage& request, const Admission& admission,
-                    const ConnectionSurroundings& surroundings);
+                    const ConnectionDependencies& dependencies);
 
 }  // namespace quillard::relayserver

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "agent/ApprovalClicker.h"
-#include "agent/DecisionBook.h"
+#include "agent/DecisionQueue.h"
 #include "agent/RelayRegistrationTask.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
@@ -53,7 +53,7 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   void applicationDidFinishLaunching();
   // Whether the system's own answer to a reopening is wanted too. Always.
   bool applicationShouldHandleReopen(bool hasVisibleWindows);
-  // Nothing is started, pressed or sent afterwards. Waits a moment for the relay to be told goodbye.
+  // Nothing is started, pressed or sent afterwards. Waits a moment for the relay to be sent a close message.
   void applicationWillTerminate();
 
   // ---- What menus and buttons call.
@@ -179,10 +179,10 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   std::optional<PairingPayload> cachedPairingQRCodePayload;
   std::optional<platform::Bitmap> cachedPairingQRCodeImage;
   std::optional<std::optional<RelayLaunchConfiguration>> bundledRelayConfiguration;  // Read once; absent: not yet.
-  std::string lastSnapshotComplaint;  // What was printed of the last list that was too long; empty: it was not.
+  std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.
   std::int64_t relayGeneration = 0;   // One more at every start of the relay and every reset of the pairing.
   bool pairingResetInProgress = false;
-  DecisionBook decisions;
+  DecisionQueue decisions;
   std::int32_t instanceLockFileDescriptor = -1;
   std::unordered_set<Uuid> lastNotifiedIDs;
   bool lastAccessibilityTrusted = false;

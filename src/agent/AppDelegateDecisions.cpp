@@ -17,7 +17,7 @@ ApprovalClicker& AppDelegate::clicker() {
   if (!madeClicker) {
     madeClicker = std::make_unique<ApprovalClicker>(
         detector(), focusResolver(),
-        ClickSurroundings{platform.accessibility, platform.syntheticEvents, platform.clock}, platform.executors);
+        ClickDependencies{platform.accessibility, platform.syntheticEvents, platform.clock}, platform.executors);
   }
   return *madeClicker;
 }

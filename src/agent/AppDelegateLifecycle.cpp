@@ -28,7 +28,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform)
       installLocation(platform.bundle),
       loginItems(platform.bundle, platform.loginService, platform.workspace, platform.console),
       permissions(platform.workspace),
-      pairingConfiguration(pairingSurroundings(platform)),
+      pairingConfiguration(pairingDependencies(platform)),
       stableIDs(platform.random),
       suppressionStore(platform.userDefaults),
       store(AgentConfiguration::approvalStaleGrace(platform.environment), platform.clock, platform.random),
@@ -181,7 +181,7 @@ void AppDelegate::startPromptDetection() {
       [weak = weak_from_this()](const std::string& reason) {
         if (const auto self = weak.lock()) self->scheduleScan(reason);
       },
-      MonitorSurroundings{mainThread, platform.workspace, platform.windowList, platform.environment});
+      MonitorDependencies{mainThread, platform.workspace, platform.windowList, platform.environment});
   if (!eventMonitor->isRunning()) eventMonitor->start();
   safetySweepTimer =
       mainThread.repeatEvery(AgentConfiguration::safetySweepInterval(platform.environment), [weak = weak_from_this()] {

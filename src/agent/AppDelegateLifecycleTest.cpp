@@ -299,7 +299,7 @@ TEST(AppDelegateTrust, ItsLossIsSeenAtTheNextPoll) {
   TrustedAgent agent;
   ASSERT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
   ASSERT_TRUE(agent.menuBarShowsPending());
-  agent.desktop().setTrusted(false, /*isTold=*/false);
+  agent.desktop().setTrusted(false, /*isNotified=*/false);
   agent.advance(0.499);
   EXPECT_TRUE(agent.menuBarShowsPending());
   agent.advance(0.002);
@@ -312,10 +312,10 @@ TEST(AppDelegateTrust, ItsLossIsSeenAtTheNextPoll) {
 
 TEST(AppDelegateTrust, OnceRegainedEverythingIsScannedAndAnnouncedAgain) {
   TrustedAgent agent;
-  agent.desktop().setTrusted(false, /*isTold=*/false);
+  agent.desktop().setTrusted(false, /*isNotified=*/false);
   agent.advance(30);
   const auto announced = agent.world.userNotifications().posted().size();
-  agent.desktop().setTrusted(true, /*isTold=*/false);
+  agent.desktop().setTrusted(true, /*isNotified=*/false);
   agent.advance(10);
   EXPECT_TRUE(agent.phone.snapshots().back().accessibilityTrusted);
   agent.advance(300);
@@ -327,7 +327,7 @@ TEST(AppDelegateTrust, AHintIsFollowedByThreeLooks) {
   TrustedAgent agent;
   agent.advance(0.6);  // Away from the polls.
   auto count = agent.snapshotCount();
-  agent.desktop().setTrusted(false, /*isTold=*/false);
+  agent.desktop().setTrusted(false, /*isNotified=*/false);
   agent.desktop().setTrusted(true);  // By the time anybody looks all is as before, and each look sends the list anew.
   for (const auto& [before, after] : {std::pair{0.149, 0.002}, {0.598, 0.002}, {1.248, 0.002}}) {
     agent.advance(before);
@@ -432,12 +432,12 @@ TEST(AppDelegatePause, OneWithoutEndLastsUntilItIsResumed) {
 
 // ---- The end
 
-TEST(AppDelegateEnd, StopsEverythingAndSaysGoodbye) {
+TEST(AppDelegateEnd, StopsEverythingAndClosesTheConnection) {
   TrustedAgent agent;
   const auto socket = agent.world.webSockets().newest();
   agent.world.application().terminate();
   agent.advance(1);
-  EXPECT_EQ(socket->goodbye(), 1001);
+  EXPECT_EQ(socket->sentCloseCode(), 1001);
   EXPECT_FALSE(agent.world.lockFolder().isLocked(kLock));
   agent.desktop().resetRoundTrips();
   agent.desktop().open(erasePrompt("Another"));

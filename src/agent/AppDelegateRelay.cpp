@@ -6,7 +6,7 @@
 #include "agent/AgentRules.h"
 #include "agent/AppDelegate.h"
 #include "agent/RelayAddress.h"
-#include "agent/SnapshotFitting.h"
+#include "agent/SnapshotTrimming.h"
 #include "foundation/BrokenPromise.h"
 
 // The agent's side of the relay: its start, what is told to the phones, and the reset of the pairing.
@@ -15,9 +15,9 @@ namespace {
 
 using platform::Seconds;
 
-// How long quitting waits for the relay to be told goodbye, at most.
-constexpr Seconds kGoodbyeWait{0.5};
-constexpr Seconds kGoodbyeLook{0.01};
+// How long quitting waits for the relay to be sent a close message, at most.
+constexpr Seconds kCloseWait{0.5};
+constexpr Seconds kCloseCheckInterval{0.01};
 
 }  // namespace
 
@@ -74,7 +74,7 @@ void AppDelegate::relayTokenRegistered(const std::string& url, const Installatio
   auto client = std::make_unique<RelayClient>(
       RelayClientAccess{.url = url, .relaySecret = secrets.relayAuthToken, .cryptoSecret = secrets.e2eSecret},
       relayClientCallbacks(), *relayQueue,
-      RelayClientSurroundings{platform.webSockets, platform.clock, platform.random, platform.console});
+      RelayClientDependencies{platform.webSockets, platform.clock, platform.random, platform.console});
   relayRegistrationTask.reset();
   relayClient = std::move(client);
   relayClient->connect();
@@ -115,12 +115,12 @@ void AppDelegate::publishCurrentApprovalSnapshot(bool force) {
   const bool isTrusted = isAccessibilityTrusted();
   const bool isPaused = notificationPauseStore.snapshot().isPaused();
   if (!relayClient) return;
-  auto fitting = fittingSnapshot(isTrusted && !isPaused ? store.all() : std::vector<PendingApproval>{});
-  const auto complaint = fitting.isWhole() ? std::string{} : fitting.description();
-  if (std::exchange(lastSnapshotComplaint, complaint) != complaint && !complaint.empty()) {
-    platform.console.writeLine(complaint);
+  auto trimmed = trimmedSnapshot(isTrusted && !isPaused ? store.all() : std::vector<PendingApproval>{});
+  const auto warning = trimmed.isWhole() ? std::string{} : trimmed.description();
+  if (std::exchange(lastSnapshotWarning, warning) != warning && !warning.empty()) {
+    platform.console.writeLine(warning);
   }
-  relayClient->publishSnapshot(std::move(fitting.approvals), isTrusted, force);
+  relayClient->publishSnapshot(std::move(trimmed.approvals), isTrusted, force);
 }
 
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
@@ -181,8 +181,8 @@ void AppDelegate::awaitRelayQueue() {
   if (!relayQueue) return;
   const auto isDone = std::make_shared<std::atomic<bool>>(false);
   relayQueue->post([isDone] { *isDone = true; });
-  const auto end = platform::advanced(platform.clock.monotonicNow(), kGoodbyeWait);
-  while (!*isDone && platform.clock.monotonicNow() < end) platform.clock.sleep(kGoodbyeLook);
+  const auto end = platform::advanced(platform.clock.monotonicNow(), kCloseWait);
+  while (!*isDone && platform.clock.monotonicNow() < end) platform.clock.sleep(kCloseCheckInterval);
   relayQueue.reset();
 }
 

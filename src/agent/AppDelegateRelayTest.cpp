@@ -203,7 +203,7 @@ TEST(AppDelegateUnpairing, GivesTheInstallationANewIdentity) {
   agent.unpair();
   agent.advance(0.1);
   EXPECT_THAT(agent.relay.received(kUnpairPhoneType), ElementsAre(Not(HasSubstr("deviceID"))));
-  EXPECT_EQ(socket->goodbye(), 1001);
+  EXPECT_EQ(socket->sentCloseCode(), 1001);
   const auto after = *keptSecrets(agent.world);
   EXPECT_NE(after.pairingID, before.pairingID);
   EXPECT_FALSE(after.relayAuthToken == before.relayAuthToken);
@@ -267,7 +267,7 @@ TEST(AppDelegateUnpairing, DuringTheWaitBetweenRegistrationsEndsTheStaleLoop) {
   EXPECT_THAT(agent.world.webSockets().connections(), SizeIs(1));
 }
 
-TEST(AppDelegateUnpairing, ASecondWishMeanwhileIsTheSameWish) {
+TEST(AppDelegateUnpairing, ASecondRequestMeanwhileIsTheSameRequest) {
   RelayAgent agent;
   agent.launchAndPair();
   agent.world.webSockets().newest()->holdSends();
@@ -281,7 +281,7 @@ TEST(AppDelegateUnpairing, ASecondWishMeanwhileIsTheSameWish) {
   EXPECT_EQ(agent.requestCount(), 2U) << "One registration for each identity.";
   agent.unpair();
   agent.advance(1);
-  EXPECT_EQ(agent.requestCount(), 3U) << "It can be wished again afterwards.";
+  EXPECT_EQ(agent.requestCount(), 3U) << "It can be requested again afterwards.";
 }
 
 TEST(AppDelegateUnpairing, ItsRelayDyingMeanwhileDoesNotStopIt) {

@@ -12,7 +12,7 @@ DialogDetector& AppDelegate::detector() {
   if (!madeDetector) {
     madeDetector = std::make_unique<DialogDetector>(
         platform.application.processIdentifier(), suppressionStore,
-        DetectorSurroundings{platform.accessibility, platform.workspace, platform.windowList, platform.clock,
+        DetectorDependencies{platform.accessibility, platform.workspace, platform.windowList, platform.clock,
                              platform.environment, platform.console, stableIDs});
   }
   return *madeDetector;

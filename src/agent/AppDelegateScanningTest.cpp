@@ -340,7 +340,7 @@ TEST(AppDelegateScanning, TrustLostDuringAScanEmptiesEverything) {
   agent.desktop().open(erasePrompt());
   agent.advance(4);
   ASSERT_TRUE(agent.menuBarShowsPending());
-  agent.onRequest = [&](const AXRequest&) { agent.desktop().setTrusted(false, /*isTold=*/false); };
+  agent.onRequest = [&](const AXRequest&) { agent.desktop().setTrusted(false, /*isNotified=*/false); };
   agent.desktop().changeSpace();
   agent.advance(0.4);
   EXPECT_FALSE(agent.menuBarShowsPending());

@@ -54,7 +54,7 @@ std::unique_ptr<StatusWindowController> AppDelegate::makeStatusWindowController(
                                   .onRequestPermissions = calling(&AppDelegate::requestPermissions)};
   return std::make_unique<StatusWindowController>(
       std::move(callbacks),
-      StatusWindowSurroundings{platform.application, platform.executors, platform.statusWindowViews, platform.workspace,
+      StatusWindowDependencies{platform.application, platform.executors, platform.statusWindowViews, platform.workspace,
                                installLocation, loginItems, permissions});
 }
 

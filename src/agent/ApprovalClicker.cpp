@@ -9,8 +9,8 @@ namespace {
 using platform::Seconds;
 
 constexpr Seconds kFocusWait{0.2};
-constexpr Seconds kSecondLookWait{0.25};
-constexpr Seconds kLongestSleepBetweenLooks{0.05};  // How late a wish to stop is heard at most.
+constexpr Seconds kSecondReadDelay{0.25};
+constexpr Seconds kStopCheckInterval{0.05};  // How late a request to stop is noticed at most.
 
 // Waits; false when the wait is not worth going on with.
 using Wait = std::function<bool(Seconds)>;
@@ -20,15 +20,15 @@ std::optional<ResolvedDialogButton> focusedButton(DialogFocusResolver& focusReso
   focusResolver.focusApplication(approval);
   if (!wait(kFocusWait)) return std::nullopt;
   if (auto button = focusResolver.resolveCurrentButton(approval, buttonLabel)) return button;
-  if (!wait(kSecondLookWait)) return std::nullopt;
+  if (!wait(kSecondReadDelay)) return std::nullopt;
   return focusResolver.resolveCurrentButton(approval, buttonLabel);
 }
 
-// In short sleeps, so that a wish to stop is heard.
+// In short sleeps, so that a request to stop is noticed.
 bool waited(platform::Clock& clock, Seconds duration, const std::atomic<bool>& stopRequested) {
   const auto end = platform::advanced(clock.monotonicNow(), duration);
   for (auto now = clock.monotonicNow(); now < end && !stopRequested; now = clock.monotonicNow()) {
-    clock.sleep(std::min<Seconds>(end - now, kLongestSleepBetweenLooks));
+    clock.sleep(std::min<Seconds>(end - now, kStopCheckInterval));
   }
   return !stopRequested;
 }
@@ -39,7 +39,7 @@ bool waited(platform::Clock& clock, Seconds duration, const std::atomic<bool>& s
 struct ApprovalClicker::Attempt {
   DialogDetector& detector;
   DialogFocusResolver& focusResolver;
-  ClickSurroundings surroundings;
+  ClickDependencies dependencies;
   PendingApproval approval;
   std::string buttonLabel;
   ResolvedDialogButton button;
@@ -47,13 +47,13 @@ struct ApprovalClicker::Attempt {
 
   [[nodiscard]] std::optional<ClickError> run() const {
     if (*stopRequested) return ClickError::promptStillPresent;
-    return ClickExecutor::click(button, surroundings,
+    return ClickExecutor::click(button, dependencies,
                                 {.isPromptStillPresent = [this] { return detector.isPromptStillPresent(approval); },
                                  .refreshedButton =
                                      [this] {
                                        return focusedButton(
                                            focusResolver, approval, buttonLabel, [this](Seconds duration) {
-                                             return waited(surroundings.clock, duration, *stopRequested);
+                                             return waited(dependencies.clock, duration, *stopRequested);
                                            });
                                      },
                                  .shouldStop = [this] { return stopRequested->load(); }});
@@ -61,10 +61,10 @@ struct ApprovalClicker::Attempt {
 };
 
 ApprovalClicker::ApprovalClicker(DialogDetector& detector, DialogFocusResolver& focusResolver,
-                                 const ClickSurroundings& surroundings, platform::Executors& executors)
+                                 const ClickDependencies& dependencies, platform::Executors& executors)
     : detector(detector),
       focusResolver(focusResolver),
-      surroundings(surroundings),
+      dependencies(dependencies),
       mainThread(executors.mainThread()),
       queue(executors.makeSerialQueue("quillard.click", platform::QualityOfService::standard)) {}
 
@@ -76,7 +76,7 @@ ApprovalClicker::~ApprovalClicker() {
 std::optional<ResolvedDialogButton> ApprovalClicker::focusAndResolve(const PendingApproval& approval,
                                                                      const std::string& buttonLabel) {
   return focusedButton(focusResolver, approval, buttonLabel, [this](Seconds duration) {
-    surroundings.clock.sleep(duration);
+    dependencies.clock.sleep(duration);
     return true;
   });
 }
@@ -85,7 +85,7 @@ void ApprovalClicker::click(const PendingApproval& approval, const std::string& 
                             const ResolvedDialogButton& button, Completion completion) {
   stopRequested = std::make_shared<std::atomic<bool>>(false);
   const auto attempt = std::make_shared<const Attempt>(
-      Attempt{detector, focusResolver, surroundings, approval, buttonLabel, button, stopRequested});
+      Attempt{detector, focusResolver, dependencies, approval, buttonLabel, button, stopRequested});
   queue->post([attempt, completion = std::move(completion), &mainThread = mainThread] {
     mainThread.post([completion, error = attempt->run()] { completion(error); });
   });

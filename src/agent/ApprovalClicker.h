@@ -21,7 +21,7 @@ class ApprovalClicker {
   using Completion = std::function<void(std::optional<ClickError>)>;
 
   // All outlive the clicker.
-  ApprovalClicker(DialogDetector& detector, DialogFocusResolver& focusResolver, const ClickSurroundings& surroundings,
+  ApprovalClicker(DialogDetector& detector, DialogFocusResolver& focusResolver, const ClickDependencies& dependencies,
                   platform::Executors& executors);
   // Stops, and waits for the press under way, a tenth of a second or the answer of one request.
   ~ApprovalClicker();
@@ -46,7 +46,7 @@ class ApprovalClicker {
 
   DialogDetector& detector;
   DialogFocusResolver& focusResolver;
-  const ClickSurroundings surroundings;
+  const ClickDependencies dependencies;
   platform::SerialExecutor& mainThread;
   std::shared_ptr<std::atomic<bool>> stopRequested;  // Of the newest press; shared with it. Empty before the first.
   std::unique_ptr<platform::SerialExecutor> queue;   // Last: its turns use the rest.

@@ -8,7 +8,7 @@ namespace quillard {
 namespace {
 
 bool isRelayConfigured(const platform::Platform& platform) {
-  const PairingConfiguration pairing{pairingSurroundings(platform)};
+  const PairingConfiguration pairing{pairingDependencies(platform)};
   auto configuration = pairing.environmentConfiguration();
   if (!configuration) configuration = pairing.bundledConfiguration();
   return configuration && PairingConfiguration::backendBaseURL(configuration->relayURL);
@@ -16,7 +16,7 @@ bool isRelayConfigured(const platform::Platform& platform) {
 
 }  // namespace
 
-PairingSurroundings pairingSurroundings(const platform::Platform& platform) {
+PairingDependencies pairingDependencies(const platform::Platform& platform) {
   return {platform.environment,  platform.bundle, platform.propertyLists, platform.secretStore,
           platform.userDefaults, platform.random, platform.console};
 }

@@ -7,7 +7,7 @@
 namespace quillard {
 
 // What the pairing configuration is read from and kept in.
-[[nodiscard]] PairingSurroundings pairingSurroundings(const platform::Platform& platform);
+[[nodiscard]] PairingDependencies pairingDependencies(const platform::Platform& platform);
 
 // What the window shows when the agent behind it has gone: what can be told without it. Main thread.
 [[nodiscard]] MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform);

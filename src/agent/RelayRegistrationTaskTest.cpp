@@ -33,7 +33,7 @@ struct RelayRegistrationTaskTest : testing::Test {
   }
   void tell(const std::string& what) {
     told.push_back(what);
-    if (endsWhenTold) task.reset();
+    if (endsWhenNotified) task.reset();
   }
   void answerWith(const std::optional<HttpOutcome>& outcome) {
     sessions.setServer([outcome](const auto&) { return outcome; });
@@ -43,7 +43,7 @@ struct RelayRegistrationTaskTest : testing::Test {
   platform::simulated::SimulatedHttpSessions sessions;
   std::unique_ptr<RelayRegistrationTask> task;
   std::vector<std::string> told;
-  bool endsWhenTold = false;
+  bool endsWhenNotified = false;
 };
 
 TEST_F(RelayRegistrationTaskTest, SaysOnceThatTheRelayKnowsTheToken) {
@@ -86,7 +86,7 @@ TEST_F(RelayRegistrationTaskTest, ARevokedPairingEndsIt) {
 }
 
 TEST_F(RelayRegistrationTaskTest, MayBeEndedByWhatItTells) {
-  endsWhenTold = true;
+  endsWhenNotified = true;
   for (const int status : {204, 410, 500}) {
     answerWith(HttpResponse{status});
     start();

@@ -21,15 +21,15 @@
 namespace quillard::app {
 namespace {
 
-// An agent that ends says goodbye to its relay first.
-constexpr platform::Seconds kPatienceWithOthers{5};
+// An agent that ends sends a close message to its relay first.
+constexpr platform::Seconds kOtherAgentsTimeout{5};
 
 // After the status window has come up, as it does at each start, or gone: its pages are drawn, or let go, by then, and
 // the first scans are done.
 constexpr platform::Seconds kWindowHasSettled{4};
 
 // Everything that the agent is handed.
-struct AgentSurroundings {
+struct AgentDependencies {
   LinuxSystem system{STDOUT_FILENO};
   qt::QtApplication application{system.executors.mainThread()};
   qt::QtStatusBar statusBar;
@@ -67,8 +67,8 @@ struct AgentSurroundings {
 // a Wayland session, the agent runs on, if need be without a window to be seen.
 std::optional<QByteArray> windowPlatform() {
   const desktop::ProcessEnvironment environment;
-  const auto wished = environment.value("QT_QPA_PLATFORM");
-  if (wished && !wished->starts_with("xcb")) return QByteArray::fromStdString(*wished);  // Somebody knows better.
+  const auto requested = environment.value("QT_QPA_PLATFORM");
+  if (requested && !requested->starts_with("xcb")) return QByteArray::fromStdString(*requested);  // Somebody knows better.
   if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) return "xcb";
   if (environment.value("WAYLAND_DISPLAY")) return "wayland;offscreen";
   return std::nullopt;
@@ -97,7 +97,7 @@ void showAboutPanel() {
 ExitCode runAgent(char* programName, const Output& output) {
   const auto platform = windowPlatform();
   if (!platform) {
-    output.complain("There is no X server, or it does not answer. DISPLAY says where it is.\n");
+    output.printError("There is no X server, or it does not answer. DISPLAY says where it is.\n");
     return ExitCode::cannotDoHere;
   }
   qputenv("QT_QPA_PLATFORM", *platform);
@@ -105,27 +105,27 @@ ExitCode runAgent(char* programName, const Output& output) {
   char* arguments[] = {programName, nullptr};
   const QApplication loop(count, arguments);
   describeApplication();
-  AgentSurroundings surroundings;
+  AgentDependencies dependencies;
   platform::TaskHandle trim;
   // Asks again itself, but does not wait: without this, whoever starts a second agent would be left with none.
-  endRunningAgents(surroundings.system.processes, surroundings.system.environment, kPatienceWithOthers);
-  const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
-  auto& application = surroundings.application;
+  endRunningAgents(dependencies.system.processes, dependencies.system.environment, kOtherAgentsTimeout);
+  const auto agent = std::make_shared<AppDelegate>(dependencies.platform());
+  auto& application = dependencies.application;
   application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
   application.setOnAboutPanel(showAboutPanel);
-  application.setOnMenuChange([&surroundings] {
-    surroundings.statusBar.setApplicationMenu(
-        surroundings.application.applicationMenu().items,
-        [&surroundings](const platform::ApplicationMenuItem& item) { surroundings.application.choose(item); });
+  application.setOnMenuChange([&dependencies] {
+    dependencies.statusBar.setApplicationMenu(
+        dependencies.application.applicationMenu().items,
+        [&dependencies](const platform::ApplicationMenuItem& item) { dependencies.application.choose(item); });
   });
-  application.setOnActivationPolicy([&trim, &mainThread = surroundings.system.executors.mainThread()] {
+  application.setOnActivationPolicy([&trim, &mainThread = dependencies.system.executors.mainThread()] {
     trim = mainThread.postAfter(kWindowHasSettled, trimMemory);
   });
-  if (const auto limitation = surroundings.system.windows.limitation()) {
-    surroundings.system.console.writeLine(*limitation);
+  if (const auto limitation = dependencies.system.windows.limitation()) {
+    dependencies.system.console.writeLine(*limitation);
   }
   const qt::TerminationSignals termination([&application] { application.terminate(); });
-  surroundings.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
+  dependencies.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;
 }
 

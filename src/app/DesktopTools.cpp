@@ -30,7 +30,7 @@ std::set<std::string, std::less<>> knownLabels() {
 
 ExitCode scanOnce(const ScanOnce& command, const DesktopView& view, const Output& output) {
   if (!view.accessibility.isProcessTrusted()) {
-    output.complain(kNotTrusted);
+    output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }
   const ApprovalSuppressionStore suppressionStore(view.userDefaults);
@@ -45,7 +45,7 @@ ExitCode scanOnce(const ScanOnce& command, const DesktopView& view, const Output
 
 ExitCode recordDesktop(const RecordDesktop& command, const DesktopView& view, const Output& output) {
   if (!view.accessibility.isProcessTrusted()) {
-    output.complain(kNotTrusted);
+    output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }
   recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
@@ -53,7 +53,7 @@ ExitCode recordDesktop(const RecordDesktop& command, const DesktopView& view, co
   const auto desktop = recording::recordDesktop(view.accessibility, view.workspace, view.windowList, {}, privacy);
   const auto problem = writeNewPrivateFile(command.file, recording::recordedDesktopText(desktop));
   if (problem) {
-    output.complain(command.file + " cannot be written: " + *problem + "\n");
+    output.printError(command.file + " cannot be written: " + *problem + "\n");
     return ExitCode::cannotDoHere;
   }
   output.print(std::string("Recorded. ") +

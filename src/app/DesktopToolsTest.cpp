@@ -39,15 +39,15 @@ class DesktopTools : public testing::Test {
   const test::TemporaryFolder folder;
   const std::string file = folder.path() + "/desktop.json";
   std::string printed;
-  std::string complaints;
+  std::string errorText;
   const Output output{.print = [this](std::string_view text) { printed += text; },
-                      .complain = [this](std::string_view text) { complaints += text; }};
+                      .printError = [this](std::string_view text) { errorText += text; }};
 };
 
 TEST_F(DesktopTools, ScanTellsOfThePrompt) {
   EXPECT_EQ(scanOnce({}, view(), output), ExitCode::fine);
   EXPECT_EQ(printed.find("PROMPT        \"Erase Ann's disk?\" of Example"), 0U) << printed;
-  EXPECT_EQ(complaints, "");
+  EXPECT_EQ(errorText, "");
   EXPECT_TRUE(world.console().lines().empty());
 }
 
@@ -61,12 +61,12 @@ TEST_F(DesktopTools, NeitherWorksWithoutAccessibility) {
   EXPECT_EQ(scanOnce({}, view(), output), ExitCode::cannotDoHere);
   EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
   EXPECT_EQ(printed, "");
-  EXPECT_NE(complaints.find("quillard doctor"), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find("quillard doctor"), std::string::npos) << errorText;
   EXPECT_FALSE(fs::exists(file));
 }
 
 TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
-  ASSERT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::fine) << complaints;
+  ASSERT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::fine) << errorText;
   struct stat status {};
   ASSERT_EQ(::stat(file.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
@@ -76,7 +76,7 @@ TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
 }
 
 TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {
-  ASSERT_EQ(recordDesktop({.file = file, .masksTexts = true}, view(), output), ExitCode::fine) << complaints;
+  ASSERT_EQ(recordDesktop({.file = file, .masksTexts = true}, view(), output), ExitCode::fine) << errorText;
   EXPECT_EQ(recorded().find("Ann"), std::string::npos) << recorded();
   EXPECT_EQ(recorded().find("undone"), std::string::npos) << recorded();
   EXPECT_NE(recorded().find("Cancel"), std::string::npos) << recorded();
@@ -86,7 +86,7 @@ TEST_F(DesktopTools, RecordOverwritesNothing) {
   std::ofstream(file) << "precious";
   EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
   EXPECT_EQ(recorded(), "precious");
-  EXPECT_NE(complaints.find(file), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find(file), std::string::npos) << errorText;
   fs::remove(file);
   fs::create_symlink(folder.path() + "/elsewhere", file);
   EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
@@ -95,7 +95,7 @@ TEST_F(DesktopTools, RecordOverwritesNothing) {
 
 TEST_F(DesktopTools, RecordSaysThatTheFolderIsNotThere) {
   EXPECT_EQ(recordDesktop({.file = folder.path() + "/no/such/file"}, view(), output), ExitCode::cannotDoHere);
-  EXPECT_NE(complaints.find("No such file or directory"), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find("No such file or directory"), std::string::npos) << errorText;
 }
 
 }  // namespace

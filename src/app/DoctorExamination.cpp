@@ -38,45 +38,45 @@ RelayReach reachAfter(const RelayRegistrationFailure& failure) {
 void DoctorExamination::start(std::function<void(const DoctorFacts&)> handler) {
   onDone = std::move(handler);
   openQuestions = 2;
-  lookAround();
+  checkSystem();
   askForNotifications();
-  lookForRelay();
+  checkRelay();
 }
 
-void DoctorExamination::lookAround() {
-  const InstallLocation location(surroundings.bundle);
+void DoctorExamination::checkSystem() {
+  const InstallLocation location(dependencies.bundle);
   const auto directories = location.applicationDirectories();
-  facts.programFolder = surroundings.bundle.path();
-  facts.canBeLoginItem = surroundings.bundle.identifier().has_value();
+  facts.programFolder = dependencies.bundle.path();
+  facts.canBeLoginItem = dependencies.bundle.identifier().has_value();
   facts.isInstalled = location.isRunningFromApplications() && facts.canBeLoginItem;
   if (!directories.empty()) facts.folderForApplications = directories.front();
-  facts.hasDisplay = surroundings.hasDisplay();
-  facts.isWayland = surroundings.environment.value("XDG_SESSION_TYPE") == "wayland" ||
-                    !surroundings.environment.value("WAYLAND_DISPLAY").value_or("").empty();
-  facts.isAskedAlone = surroundings.isAskedAlone;
-  facts.isAccessibilityTrusted = surroundings.accessibility.isProcessTrusted();
-  if (facts.isAccessibilityTrusted) facts.unseenPrograms = surroundings.unseenPrograms();
-  facts.hasGtk2Bridge = holds(surroundings.environment, "GTK_MODULES", "atk-bridge");
-  facts.loginItem = surroundings.loginService.status();
-  lookAtKeychain();
-  lookAtLock();
+  facts.hasDisplay = dependencies.hasDisplay();
+  facts.isWayland = dependencies.environment.value("XDG_SESSION_TYPE") == "wayland" ||
+                    !dependencies.environment.value("WAYLAND_DISPLAY").value_or("").empty();
+  facts.isAskedAlone = dependencies.isAskedAlone;
+  facts.isAccessibilityTrusted = dependencies.accessibility.isProcessTrusted();
+  if (facts.isAccessibilityTrusted) facts.unseenPrograms = dependencies.unseenPrograms();
+  facts.hasGtk2Bridge = holds(dependencies.environment, "GTK_MODULES", "atk-bridge");
+  facts.loginItem = dependencies.loginService.status();
+  checkKeychain();
+  checkLock();
 }
 
-void DoctorExamination::lookAtKeychain() {
-  auto& store = surroundings.secretStore;
+void DoctorExamination::checkKeychain() {
+  auto& store = dependencies.secretStore;
   facts.secretService = store.copyMatching(SecretPlace::dataProtectionKeychain, kService, kIdentity).status;
   facts.secretFile = store.copyMatching(SecretPlace::fileKeychain, kService, kIdentity).status;
 }
 
-void DoctorExamination::lookAtLock() {
-  const auto lock = surroundings.lockFiles.acquire(kLockFile);
+void DoctorExamination::checkLock() {
+  const auto lock = dependencies.lockFiles.acquire(kLockFile);
   facts.lock = lock.outcome;
-  if (lock.outcome == platform::LockOutcome::acquired) surroundings.lockFiles.release(lock.descriptor);
+  if (lock.outcome == platform::LockOutcome::acquired) dependencies.lockFiles.release(lock.descriptor);
 }
 
 void DoctorExamination::askForNotifications() {
-  if (!surroundings.notifications) return oneMoreDone();
-  surroundings.notifications->requestAuthorization(
+  if (!dependencies.notifications) return oneMoreDone();
+  dependencies.notifications->requestAuthorization(
       [this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
         if (weak.expired()) return;
         facts.notificationProblem = std::move(error);
@@ -84,14 +84,14 @@ void DoctorExamination::askForNotifications() {
       });
 }
 
-void DoctorExamination::lookForRelay() {
-  auto configuration = surroundings.pairing.environmentConfiguration();
-  if (!configuration) configuration = surroundings.pairing.bundledConfiguration();
+void DoctorExamination::checkRelay() {
+  auto configuration = dependencies.pairing.environmentConfiguration();
+  if (!configuration) configuration = dependencies.pairing.bundledConfiguration();
   if (!configuration) return relayFound(RelayReach::notConfigured);
   const auto address = PairingConfiguration::backendBaseURL(configuration->relayURL);
   if (!address) return relayFound(RelayReach::badAddress);
   facts.relayAddress = *address;
-  session = surroundings.httpSessions.makeEphemeralSession(surroundings.mainThread);
+  session = dependencies.httpSessions.makeEphemeralSession(dependencies.mainThread);
   if (hasIdentity(facts)) {
     askWhetherRelayKnowsUs();
   } else {
@@ -100,9 +100,9 @@ void DoctorExamination::lookForRelay() {
 }
 
 void DoctorExamination::askWhetherRelayIsThere() {
-  constexpr platform::Seconds kPatience{8};
+  constexpr platform::Seconds kTimeout{8};
   session->send(
-      {.method = "GET", .url = facts.relayAddress + "/healthz", .headers = {}, .body = {}, .timeout = kPatience},
+      {.method = "GET", .url = facts.relayAddress + "/healthz", .headers = {}, .body = {}, .timeout = kTimeout},
       [this](const platform::HttpOutcome& outcome) {
         if (std::holds_alternative<platform::HttpResponse>(outcome)) return relayFound(RelayReach::reachable);
         const auto* const error = std::get_if<platform::TransportError>(&outcome);
@@ -111,10 +111,10 @@ void DoctorExamination::askWhetherRelayIsThere() {
 }
 
 void DoctorExamination::askWhetherRelayKnowsUs() {
-  const auto configuration = surroundings.pairing.launchConfiguration();
+  const auto configuration = dependencies.pairing.launchConfiguration();
   if (!configuration) return relayFound(RelayReach::notConfigured);
-  const auto secrets = surroundings.pairing.installationSecrets();
-  registerRelayAuthToken(*configuration, secrets.relayAuthToken, *session, surroundings.mainThread,
+  const auto secrets = dependencies.pairing.installationSecrets();
+  registerRelayAuthToken(*configuration, secrets.relayAuthToken, *session, dependencies.mainThread,
                          [this](const RelayRegistrationOutcome& failure) {
                            if (!failure) return relayFound(RelayReach::registered);
                            relayFound(reachAfter(*failure), description(*failure));
@@ -130,7 +130,7 @@ void DoctorExamination::relayFound(RelayReach reach, std::string text) {
 // In a later turn, since the last answer may come from inside `start`.
 void DoctorExamination::oneMoreDone() {
   if (--openQuestions > 0) return;
-  surroundings.mainThread.post([this, weak = std::weak_ptr(life)] {
+  dependencies.mainThread.post([this, weak = std::weak_ptr(life)] {
     if (!weak.expired()) onDone(facts);
   });
 }

@@ -20,7 +20,7 @@
 namespace quillard::app {
 
 // What an examination looks at. All of it outlives the examination.
-struct DoctorSurroundings {
+struct DoctorDependencies {
   platform::Accessibility& accessibility;
   const platform::Bundle& bundle;
   const platform::Environment& environment;
@@ -41,23 +41,23 @@ struct DoctorSurroundings {
 // the relay is told of one that is there already, as at each start of the agent. Main thread.
 class DoctorExamination {
  public:
-  explicit DoctorExamination(const DoctorSurroundings& surroundings) : surroundings(surroundings) {}
+  explicit DoctorExamination(const DoctorDependencies& dependencies) : dependencies(dependencies) {}
 
   // `onDone` comes once, on the main thread, after some seconds at the longest; not when this has gone.
   void start(std::function<void(const DoctorFacts&)> onDone);
 
  private:
-  void lookAround();
-  void lookAtKeychain();
-  void lookAtLock();
+  void checkSystem();
+  void checkKeychain();
+  void checkLock();
   void askForNotifications();
-  void lookForRelay();
+  void checkRelay();
   void askWhetherRelayIsThere();
   void askWhetherRelayKnowsUs();
   void relayFound(RelayReach reach, std::string text = {});
   void oneMoreDone();
 
-  const DoctorSurroundings surroundings;
+  const DoctorDependencies dependencies;
   DoctorFacts facts;
   std::function<void(const DoctorFacts&)> onDone;
   int openQuestions = 0;

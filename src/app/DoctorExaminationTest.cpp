@@ -37,7 +37,7 @@ class DoctorExaminationTest : public testing::Test {
   }
   void start() {
     examination = std::make_unique<DoctorExamination>(
-        DoctorSurroundings{.accessibility = world.accessibility(),
+        DoctorDependencies{.accessibility = world.accessibility(),
                            .bundle = bundle,
                            .environment = world.environment(),
                            .httpSessions = httpSessions,
@@ -56,9 +56,9 @@ class DoctorExaminationTest : public testing::Test {
     });
     EXPECT_FALSE(facts.has_value()) << "It is done in a later turn.";
   }
-  DoctorFacts examine(Seconds patience = Seconds{1}) {
+  DoctorFacts examine(Seconds timeout = Seconds{1}) {
     start();
-    world.advance(patience);
+    world.advance(timeout);
     EXPECT_TRUE(facts.has_value());
     return facts.value_or(DoctorFacts{});
   }

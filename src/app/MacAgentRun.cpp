@@ -21,7 +21,7 @@ void describeApplication() {
 
 }  // namespace
 
-// Nothing to complain of: where there is no session with a screen, Qt itself says so.
+// Prints no error: where there is no session with a screen, Qt itself says so.
 ExitCode runAgent(char* programName, const Output& /*output*/) {
   macos::MacApplication::keepQtFromTakingTheFocus();
   int count = 1;
@@ -29,13 +29,13 @@ ExitCode runAgent(char* programName, const Output& /*output*/) {
   const QApplication loop(count, arguments);
   const macos::UninterruptedWork work;
   describeApplication();
-  MacPlatform surroundings(STDOUT_FILENO);
-  auto& application = surroundings.application;
+  MacPlatform dependencies(STDOUT_FILENO);
+  auto& application = dependencies.application;
   application.setActivationPolicy(platform::ActivationPolicy::accessory);
-  const auto agent = std::make_shared<AppDelegate>(surroundings.platform());
+  const auto agent = std::make_shared<AppDelegate>(dependencies.platform());
   application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
   const qt::TerminationSignals termination([&application] { application.terminate(); });
-  surroundings.system.executors.mainThread().post([&agent, &application] {
+  dependencies.system.executors.mainThread().post([&agent, &application] {
     // The status window comes to the front, whether one was to be seen or not.
     application.setOnReopen([&agent] { agent->applicationShouldHandleReopen(false); });
     agent->applicationDidFinishLaunching();

@@ -10,7 +10,7 @@ namespace {
 
 // What the system says of permissions, it says of the program that is responsible: of this one when the system itself
 // has started it, otherwise of the one that has. The question for notifications would reach the user.
-DoctorPeculiarities peculiaritiesOf(MacSystem& /*system*/) {
+DoctorTraits traitsOf(MacSystem& /*system*/) {
   constexpr pid_t kSystem = 1;
   return {.isAskedAlone = ::getppid() == kSystem, .checks = macDoctorChecks};
 }
@@ -18,7 +18,7 @@ DoctorPeculiarities peculiaritiesOf(MacSystem& /*system*/) {
 }  // namespace
 
 ExitCode runTool(const Command& command, char* programName, const Output& output) {
-  return runToolOver(command, programName, output, peculiaritiesOf);
+  return runToolOver(command, programName, output, traitsOf);
 }
 
 }  // namespace quillard::app

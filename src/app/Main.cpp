@@ -27,7 +27,7 @@ void writeAll(int descriptor, std::string_view text) {
 
 ExitCode run(const Command& command, char* programName, const Output& output) {
   if (const auto* const said = std::get_if<SaySomething>(&command)) {
-    (said->code == ExitCode::fine ? output.print : output.complain)(said->text);
+    (said->code == ExitCode::fine ? output.print : output.printError)(said->text);
     return said->code;
   }
   if (std::holds_alternative<RunAgent>(command)) return runAgent(programName, output);
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
   ensureStandardStreams();
   forbidCoreDumps();
   const Output output{.print = [](std::string_view text) { writeAll(STDOUT_FILENO, text); },
-                      .complain = [](std::string_view text) { writeAll(STDERR_FILENO, text); }};
+                      .printError = [](std::string_view text) { writeAll(STDERR_FILENO, text); }};
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   return number(run(parseCommandLine(arguments), argv[0], output));
 }

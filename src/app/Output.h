@@ -8,7 +8,7 @@ namespace quillard::app {
 // Where a tool says things: what was asked for, and what went wrong. Texts end in a line break.
 struct Output {
   std::function<void(std::string_view)> print;
-  std::function<void(std::string_view)> complain;
+  std::function<void(std::string_view)> printError;
 };
 
 }  // namespace quillard::app

@@ -11,7 +11,7 @@ using platform::SecretPlace;
 using platform::SecretStatusCode;
 
 ExitCode refuse(const Output& output, std::string_view reason) {
-  output.complain(reason);
+  output.printError(reason);
   return ExitCode::cannotDoHere;
 }
 
@@ -34,7 +34,7 @@ ExitCode showCode(const platform::Secret& text, const TerminalFacts& terminal, c
   }
   output.print(terminalText(*code).text());
   output.print("Open the iPhone app, choose Pair Mac, and scan this code.\n");
-  output.complain(
+  output.printError(
       "Whoever sees this code can read and answer this computer's prompts: clear the terminal when you are done.\n");
   return ExitCode::fine;
 }
@@ -43,7 +43,7 @@ ExitCode showCode(const platform::Secret& text, const TerminalFacts& terminal, c
 ExitCode showText(const platform::Secret& text, const Output& output) {
   output.print(text.text());
   output.print("\n");
-  output.complain(
+  output.printError(
       "Whoever has this text can read and answer this computer's prompts: clear the terminal when you are done.\n");
   return ExitCode::fine;
 }

@@ -35,7 +35,7 @@ class PairingTool : public testing::Test {
   void expectRefusal(const TerminalFacts& terminal, const std::string& because) {
     EXPECT_EQ(show(terminal), ExitCode::cannotDoHere);
     EXPECT_EQ(printed, "");
-    EXPECT_NE(complaints.find(because), std::string::npos) << complaints;
+    EXPECT_NE(errorText.find(because), std::string::npos) << errorText;
   }
 
   platform::simulated::SimulatedEnvironment environment;
@@ -47,9 +47,9 @@ class PairingTool : public testing::Test {
   platform::simulated::SimulatedConsole console;
   PairingConfiguration pairing{{environment, bundle, propertyLists, secretStore, userDefaults, random, console}};
   std::string printed;
-  std::string complaints;
+  std::string errorText;
   const Output output{.print = [this](std::string_view text) { printed += text; },
-                      .complain = [this](std::string_view text) { complaints += text; }};
+                      .printError = [this](std::string_view text) { errorText += text; }};
 };
 
 TEST_F(PairingTool, ShowsTheCodeOfThisInstallationAndItsCaption) {
@@ -58,7 +58,7 @@ TEST_F(PairingTool, ShowsTheCodeOfThisInstallationAndItsCaption) {
   const auto code = QRCodeRenderer::image(content->view(), 1);
   EXPECT_TRUE(printed ==
               std::string(terminalText(*code).text()) + "Open the iPhone app, choose Pair Mac, and scan this code.\n");
-  EXPECT_NE(complaints.find("Whoever sees this code"), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find("Whoever sees this code"), std::string::npos) << errorText;
 }
 
 TEST_F(PairingTool, RefusesAnOutputThatIsNoTerminalUnlessForced) {
@@ -81,7 +81,7 @@ TEST_F(PairingTool, ShowsWhatTheCodeHoldsAsOneLineAndNothingElse) {
   const auto content = pairingPayloadText(*pairing.payload());
   EXPECT_TRUE(printed == std::string(content->text()) + "\n");
   EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1);
-  EXPECT_NE(complaints.find("Whoever has this text"), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find("Whoever has this text"), std::string::npos) << errorText;
 }
 
 TEST_F(PairingTool, ShowsTheTextOnATerminalOfAnyWidth) {
@@ -91,7 +91,7 @@ TEST_F(PairingTool, ShowsTheTextOnATerminalOfAnyWidth) {
 TEST_F(PairingTool, RefusesTheTextWhereItWouldRefuseTheCode) {
   const ShowPairingCode asText{.asText = true};
   EXPECT_EQ(show({.isTerminal = false, .columns = {}}, asText), ExitCode::cannotDoHere);
-  EXPECT_NE(complaints.find("--force"), std::string::npos) << complaints;
+  EXPECT_NE(errorText.find("--force"), std::string::npos) << errorText;
   secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::interactionNotAllowed, "locked"});
   EXPECT_EQ(show(kWideTerminal, asText), ExitCode::cannotDoHere);
   environment.unset("QUILLARD_RELAY_URL");

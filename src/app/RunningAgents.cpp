@@ -43,7 +43,7 @@ class ProcessHandle {
 }  // namespace
 
 bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment,
-                      platform::Seconds patience) {
+                      platform::Seconds timeout) {
   const x11::AgentProcesses agents(processes, environment.value("XDG_RUNTIME_DIR"));
   std::vector<ProcessHandle> ending;
   for (const auto agent : agents.find()) {
@@ -53,7 +53,7 @@ bool endRunningAgents(const x11::ProcessTable& processes, const platform::Enviro
     handle.askToEnd();
     ending.push_back(std::move(handle));
   }
-  const auto end = steady_clock::now() + std::chrono::duration_cast<steady_clock::duration>(patience);
+  const auto end = steady_clock::now() + std::chrono::duration_cast<steady_clock::duration>(timeout);
   return std::all_of(ending.begin(), ending.end(), [&](const ProcessHandle& handle) { return handle.awaitEnd(end); });
 }
 

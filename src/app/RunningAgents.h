@@ -6,10 +6,10 @@
 
 namespace quillard::app {
 
-// Asks the agents of this user's session that run already to quit, and waits until they have gone, `patience` at the
+// Asks the agents of this user's session that run already to quit, and waits until they have gone, `timeout` at the
 // longest: a new agent takes their place only when their lock is free. Whose folder for the session is another one
 // (XDG_RUNTIME_DIR) belongs to another session, and stays. False when one is still there.
 bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment,
-                      platform::Seconds patience);
+                      platform::Seconds timeout);
 
 }  // namespace quillard::app

@@ -32,7 +32,7 @@ class RunningAgents : public testing::Test {
     start.command.insert(start.command.end(), arguments.begin(), arguments.end());
     return start;
   }
-  bool end(Seconds patience = Seconds{10}) { return endRunningAgents(processes, environment, patience); }
+  bool end(Seconds timeout = Seconds{10}) { return endRunningAgents(processes, environment, timeout); }
 
   const test::TemporaryFolder temporary;
   const std::string program = temporary.path() + "/Quillard.app/quillard";

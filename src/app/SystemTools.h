@@ -20,8 +20,8 @@
 namespace quillard::app {
 
 // How the examination of one system differs from that of another.
-struct DoctorPeculiarities {
-  platform::UserNotifications* notifications = nullptr;  // As in the examination's surroundings, as are the next three.
+struct DoctorTraits {
+  platform::UserNotifications* notifications = nullptr;  // As in the examination's dependencies, as are the next three.
   std::function<bool()> hasDisplay = [] { return true; };
   std::function<std::vector<std::string>()> unseenPrograms = [] { return std::vector<std::string>{}; };
   bool isAskedAlone = true;
@@ -34,19 +34,19 @@ struct DoctorPeculiarities {
 template <class System>
 class SystemTools {
  public:
-  using Peculiarities = DoctorPeculiarities (*)(System&);
+  using Traits = DoctorTraits (*)(System&);
 
   // `output` outlives it.
-  SystemTools(const Output& output, Peculiarities peculiaritiesOf)
-      : system(STDERR_FILENO), output(output), peculiaritiesOf(peculiaritiesOf) {}
+  SystemTools(const Output& output, Traits traitsOf)
+      : system(STDERR_FILENO), output(output), traitsOf(traitsOf) {}
 
   ExitCode run(const Command& command) { return std::visit(*this, command); }
 
   ExitCode operator()(const ScanOnce& command) { return scanOnce(command, view(), output); }
   ExitCode operator()(const RecordDesktop& command) { return recordDesktop(command, view(), output); }
   ExitCode operator()(const ExamineSetup& command) {
-    PairingConfiguration pairing(pairingSurroundings());
-    const auto peculiarities = peculiaritiesOf(system);
+    PairingConfiguration pairing(pairingDependencies());
+    const auto traits = traitsOf(system);
     DoctorExamination examination({.accessibility = system.accessibility,
                                    .bundle = system.bundle,
                                    .environment = system.environment,
@@ -54,15 +54,15 @@ class SystemTools {
                                    .lockFiles = system.lockFiles,
                                    .loginService = system.loginService,
                                    .secretStore = system.secretStore,
-                                   .notifications = peculiarities.notifications,
+                                   .notifications = traits.notifications,
                                    .pairing = pairing,
                                    .mainThread = system.executors.mainThread(),
-                                   .hasDisplay = peculiarities.hasDisplay,
-                                   .unseenPrograms = peculiarities.unseenPrograms,
-                                   .isAskedAlone = peculiarities.isAskedAlone});
+                                   .hasDisplay = traits.hasDisplay,
+                                   .unseenPrograms = traits.unseenPrograms,
+                                   .isAskedAlone = traits.isAskedAlone});
     std::vector<DoctorCheck> checks;
     examination.start([&](const DoctorFacts& facts) {
-      checks = peculiarities.checks(facts);
+      checks = traits.checks(facts);
       QCoreApplication::exit();
     });
     QCoreApplication::exec();
@@ -70,7 +70,7 @@ class SystemTools {
     return exitCode(checks);
   }
   ExitCode operator()(const ShowPairingCode& command) {
-    PairingConfiguration pairing(pairingSurroundings());
+    PairingConfiguration pairing(pairingDependencies());
     return showPairingCode(command, terminalFacts(), pairing, system.secretStore, output);
   }
   // No tools.
@@ -89,7 +89,7 @@ class SystemTools {
             .userDefaults = system.userDefaults,
             .ownProcessIdentifier = static_cast<std::int32_t>(::getpid())};
   }
-  PairingSurroundings pairingSurroundings() {
+  PairingDependencies pairingDependencies() {
     return {system.environment,  system.bundle, system.propertyLists, system.secretStore,
             system.userDefaults, system.random, system.console};
   }
@@ -104,17 +104,17 @@ class SystemTools {
 
   System system;
   const Output& output;
-  const Peculiarities peculiaritiesOf;
+  const Traits traitsOf;
 };
 
 // Runs the tool that `command` names, in an event loop of its own.
 template <class System>
 ExitCode runToolOver(const Command& command, char* programName, const Output& output,
-                     DoctorPeculiarities (*peculiaritiesOf)(System&)) {
+                     DoctorTraits (*traitsOf)(System&)) {
   int count = 1;
   char* arguments[] = {programName, nullptr};
   const QCoreApplication loop(count, arguments);
-  return SystemTools<System>(output, peculiaritiesOf).run(command);
+  return SystemTools<System>(output, traitsOf).run(command);
 }
 
 }  // namespace quillard::app

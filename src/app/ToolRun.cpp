@@ -6,7 +6,7 @@
 namespace quillard::app {
 namespace {
 
-DoctorPeculiarities peculiaritiesOf(LinuxSystem& system) {
+DoctorTraits traitsOf(LinuxSystem& system) {
   return {.notifications = &system.notifications,
           .hasDisplay = [&system] { return system.windows.isAvailable(); },
           .unseenPrograms = [&system] { return system.unseenPrograms(); }};
@@ -15,7 +15,7 @@ DoctorPeculiarities peculiaritiesOf(LinuxSystem& system) {
 }  // namespace
 
 ExitCode runTool(const Command& command, char* programName, const Output& output) {
-  return runToolOver(command, programName, output, peculiaritiesOf);
+  return runToolOver(command, programName, output, traitsOf);
 }
 
 }  // namespace quillard::app

@@ -6,8 +6,8 @@
 
 namespace quillard::app {
 
-// Runs one of the tools on this desktop. They show no window; what they have to say of themselves goes where complaints
-// go. `programName`: as the program was called.
+// Runs one of the tools on this desktop. They show no window; their messages go where errors are
+// printed. `programName`: as the program was called.
 [[nodiscard]] ExitCode runTool(const Command& command, char* programName, const Output& output);
 
 }  // namespace quillard::app

@@ -201,16 +201,16 @@ TEST_F(ApprovalStoreTest, ListsTheOldestFirstAndEqualOnesAlwaysInTheSameOrder) {
 }
 
 TEST_F(ApprovalStoreTest, KeepsEverythingForAnInfiniteGrace) {
-  ApprovalStore patient{Seconds{std::numeric_limits<double>::infinity()}, time, random};
-  patient.replace({scanned(1)});
+  ApprovalStore keeping{Seconds{std::numeric_limits<double>::infinity()}, time, random};
+  waiting.replace({scanned(1)});
   time.advance(Seconds{1e9});
-  patient.replace({});
-  ASSERT_EQ(patient.all().size(), 1U);
-  const auto id = patient.all().front().id;
-  patient.remove(id);
+  waiting.replace({});
+  ASSERT_EQ(waiting.all().size(), 1U);
+  const auto id = waiting.all().front().id;
+  waiting.remove(id);
   time.advance(Seconds{1e9});
-  patient.replace({scanned(1)});
-  EXPECT_EQ(patient.all().front().id, id);
+  waiting.replace({scanned(1)});
+  EXPECT_EQ(waiting.all().front().id, id);
 }
 
 TEST_F(ApprovalStoreTest, KeepsPromptsWhenTheClockIsSetBack) {

@@ -29,13 +29,13 @@ bool isRefusedBeyondDoubt(AXError error) {
 
 }  // namespace
 
-ClickAttempt::ClickAttempt(const ResolvedDialogButton& button, const ClickSurroundings& surroundings,
+ClickAttempt::ClickAttempt(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
                            const ClickQuestions& questions)
-    : button(button, surroundings.accessibility),
-      accessibility(surroundings.accessibility),
+    : button(button, dependencies.accessibility),
+      accessibility(dependencies.accessibility),
       questions(questions),
-      watch(questions, surroundings.clock),
-      input(surroundings.syntheticEvents, surroundings.clock, watch) {}
+      watch(questions, dependencies.clock),
+      input(dependencies.syntheticEvents, dependencies.clock, watch) {}
 
 std::optional<ClickError> ClickAttempt::run() {
   constexpr std::array kPaths{&ClickAttempt::pressDirectly,
@@ -72,7 +72,7 @@ std::optional<ClickError> ClickAttempt::outcome(ClickProgress progress) const {
   return ClickError::promptStillPresent;
 }
 
-std::optional<ClickProgress> ClickAttempt::hindrance() const {
+std::optional<ClickProgress> ClickAttempt::blocker() const {
   if (watch.shouldStop()) return ClickProgress::stopped;
   if (!watch.isPromptStillPresent()) return ClickProgress::promptGone;
   if (!button.isIntact()) return ClickProgress::promptRemains;
@@ -80,8 +80,8 @@ std::optional<ClickProgress> ClickAttempt::hindrance() const {
   return std::nullopt;
 }
 
-std::optional<ClickProgress> ClickAttempt::hindrance(const std::function<bool()>& proof) const {
-  if (auto hindered = hindrance()) return hindered;
+std::optional<ClickProgress> ClickAttempt::blocker(const std::function<bool()>& proof) const {
+  if (auto blocked = blocker()) return blocked;
   return proof() ? std::nullopt : std::optional{ClickProgress::promptRemains};
 }
 
@@ -95,7 +95,7 @@ AXError ClickAttempt::perform(const AXUIElement& target, std::string_view action
 
 ClickProgress ClickAttempt::pressDirectly() {
   (void)button.owningApplication();  // Bounds the waits.
-  if (const auto hindered = hindrance()) return *hindered;
+  if (const auto blocked = blocker()) return *blocked;
   const auto answer = perform(button.element(), ax::kPressAction);
   mayPressHaveLanded = !isRefusedBeyondDoubt(answer);
   if (answer != AXError::success) return ClickProgress::promptRemains;
@@ -126,7 +126,7 @@ ClickProgress ClickAttempt::findAgain() {
 
 ClickProgress ClickAttempt::prepareWindows() {
   for (const auto& window : button.windowsForAction()) {
-    if (const auto hindered = hindrance()) return *hindered;
+    if (const auto blocked = blocker()) return *blocked;
     const auto progress = prepareWindow(window);
     if (progress != ClickProgress::promptRemains) return progress;
   }
@@ -164,7 +164,7 @@ ClickProgress ClickAttempt::pressWindowButtons() {
 }
 
 ClickProgress ClickAttempt::pressAndWait(const AXUIElement& target) {
-  if (const auto hindered = hindrance([&] { return button.isLabelledAsApproved(target); })) return *hindered;
+  if (const auto blocked = blocker([&] { return button.isLabelledAsApproved(target); })) return *blocked;
   perform(target, ax::kPressAction);
   return watch.waitToClear(ClickExecutor::standardClearDelays);
 }
@@ -182,7 +182,7 @@ ClickProgress ClickAttempt::performWindowActions() {
 }
 
 ClickProgress ClickAttempt::performAndWait(const AXUIElement& window, std::string_view action) {
-  if (const auto hindered = hindrance([&] { return button.answersForWindow(window); })) return *hindered;
+  if (const auto blocked = blocker([&] { return button.answersForWindow(window); })) return *blocked;
   perform(window, action);
   return watch.waitToClear(ClickExecutor::standardClearDelays);
 }
@@ -200,7 +200,7 @@ ClickProgress ClickAttempt::clickAtCentre() {
   if (!centre) return ClickProgress::promptRemains;
   // The window may move in the meantime, or another one come to lie above it.
   const auto isThere = [this, centre] { return button.centre() == centre && button.buttonAt(*centre).has_value(); };
-  const auto mayPost = [this, isThere] { return hindrance(isThere); };
+  const auto mayPost = [this, isThere] { return blocker(isThere); };
   std::vector<EventDelivery> deliveries;
   if (const auto owner = button.processIdentifier()) deliveries.push_back({owner, mayPost});
   deliveries.push_back({std::nullopt, mayPost});
@@ -217,7 +217,7 @@ ClickProgress ClickAttempt::focusWindowButtonsAndPressSpace() {
 
 // A space presses whatever has the focus: that setting it was accepted does not say that it moved.
 ClickProgress ClickAttempt::focusAndPressSpace(const AXUIElement& target) {
-  if (const auto hindered = hindrance()) return *hindered;
+  if (const auto blocked = blocker()) return *blocked;
   const auto owner = button.processIdentifier();
   if (!owner) return ClickProgress::promptRemains;
   (void)button.owningApplication();  // Bounds the waits.
@@ -226,7 +226,7 @@ ClickProgress ClickAttempt::focusAndPressSpace(const AXUIElement& target) {
   const auto pressesIt = [&] {
     return button.hasKeysOfProcess() && button.hasFocus(target) && button.isLabelledAsApproved(target);
   };
-  return input.postKeyAndWait(KeyCode::space, {{owner, [&] { return hindrance(pressesIt); }}});
+  return input.postKeyAndWait(KeyCode::space, {{owner, [&] { return blocker(pressesIt); }}});
 }
 
 ClickProgress ClickAttempt::typeKeyOfLabel() {
@@ -238,11 +238,11 @@ std::vector<EventDelivery> ClickAttempt::keyDeliveries(KeyCode key) const {
   std::vector<EventDelivery> deliveries;
   if (const auto owner = button.processIdentifier()) {
     deliveries.push_back({owner, [this, key] {
-                            return hindrance([&] { return keyMeansTheButton(key) && button.hasKeysOfProcess(); });
+                            return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfProcess(); });
                           }});
   }
   deliveries.push_back({std::nullopt, [this, key] {
-                          return hindrance([&] { return keyMeansTheButton(key) && button.hasKeysOfDesktop(); });
+                          return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfDesktop(); });
                         }});
   return deliveries;
 }

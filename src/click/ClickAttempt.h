@@ -22,7 +22,7 @@ namespace quillard {
 class ClickAttempt {
  public:
   // All outlive the attempt.
-  ClickAttempt(const ResolvedDialogButton& button, const ClickSurroundings& surroundings,
+  ClickAttempt(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
                const ClickQuestions& questions);
   ClickAttempt(const ClickAttempt&) = delete;
   ClickAttempt& operator=(const ClickAttempt&) = delete;
@@ -47,9 +47,9 @@ class ClickAttempt {
   ClickProgress typeKeyOfLabel();
 
   // Why nothing may be done at this moment; `promptRemains` when the button is not what it was. Absent: it may.
-  [[nodiscard]] std::optional<ClickProgress> hindrance() const;
+  [[nodiscard]] std::optional<ClickProgress> blocker() const;
   // The same, and `promptRemains` when `proof` does not hold.
-  [[nodiscard]] std::optional<ClickProgress> hindrance(const std::function<bool()>& proof) const;
+  [[nodiscard]] std::optional<ClickProgress> blocker(const std::function<bool()>& proof) const;
 
   ClickProgress findAgain();
   ClickProgress prepareWindow(const platform::AXUIElement& window);

@@ -19,8 +19,8 @@ std::string_view localizedDescription(ClickError error) {
 }
 
 std::optional<ClickError> ClickExecutor::click(const ResolvedDialogButton& button,
-                                               const ClickSurroundings& surroundings, const ClickQuestions& questions) {
-  return ClickAttempt{button, surroundings, questions}.run();
+                                               const ClickDependencies& dependencies, const ClickQuestions& questions) {
+  return ClickAttempt{button, dependencies, questions}.run();
 }
 
 }  // namespace quillard

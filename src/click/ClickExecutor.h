@@ -21,7 +21,7 @@ enum class ClickError { unableToCreateEvent, pendingApprovalNotFound, buttonNotF
 [[nodiscard]] std::string_view localizedDescription(ClickError error);
 
 // What a click acts through. All of it outlives the click.
-struct ClickSurroundings {
+struct ClickDependencies {
   platform::Accessibility& accessibility;
   platform::SyntheticEvents& syntheticEvents;
   platform::Clock& clock;
@@ -50,7 +50,7 @@ inline constexpr std::array<platform::Seconds, 3> standardClearDelays{platform::
                                                                       platform::Seconds{0.75}};
 
 // Absent: the prompt is gone. A click that was stopped gives `promptStillPresent`.
-[[nodiscard]] std::optional<ClickError> click(const ResolvedDialogButton& button, const ClickSurroundings& surroundings,
+[[nodiscard]] std::optional<ClickError> click(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
                                               const ClickQuestions& questions);
 
 }  // namespace ClickExecutor

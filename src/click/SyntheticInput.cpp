@@ -39,9 +39,9 @@ ClickProgress SyntheticInput::postAndWait(const std::function<Events()>& make,
                                           const std::vector<EventDelivery>& deliveries) {
   Events made;
   for (const auto& delivery : deliveries) {
-    const auto hindrance = delivery.hindrance();
-    if (hindrance == ClickProgress::promptRemains) continue;
-    if (hindrance) return *hindrance;
+    const auto blocker = delivery.blocker();
+    if (blocker == ClickProgress::promptRemains) continue;
+    if (blocker) return *blocker;
     if (made.empty()) made = make();
     const bool isComplete = std::all_of(made.begin(), made.end(), [](const Event& event) { return event != nullptr; });
     if (!isComplete) return ClickProgress::eventNotCreated;
@@ -55,7 +55,7 @@ ClickProgress SyntheticInput::deliver(const Events& made, const EventDelivery& d
   for (auto event = made.begin(); event + 2 != made.end(); ++event) {
     post(*event, delivery);
     if (!watch.sleep(kPauseBetweenEvents)) return ClickProgress::stopped;
-    if (const auto hindrance = delivery.hindrance()) return *hindrance;  // Another window may have come up meanwhile.
+    if (const auto blocker = delivery.blocker()) return *blocker;  // Another window may have come up meanwhile.
   }
   hasPressedSomething = true;
   post(made[made.size() - 2], delivery);

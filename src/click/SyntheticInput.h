@@ -17,7 +17,7 @@ namespace quillard {
 struct EventDelivery {
   std::optional<std::int32_t> processIdentifier{};  // Absent: to where the hardware's events enter.
   // Asked right before anything is pressed. Absent: nothing hinders it. `promptRemains`: this delivery is passed over.
-  std::function<std::optional<ClickProgress>()> hindrance;
+  std::function<std::optional<ClickProgress>()> blocker;
 };
 
 // Clicks and types as a hand would, and waits for the prompt to go. What goes down always comes up again, also when the

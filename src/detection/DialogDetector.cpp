@@ -78,15 +78,15 @@ struct DialogDetector::Match {
 };
 
 DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
-                               const DetectorSurroundings& surroundings)
-    : ownProcessIdentifier(ownProcessIdentifier), suppressionStore(suppressionStore), surroundings(surroundings) {}
+                               const DetectorDependencies& dependencies)
+    : ownProcessIdentifier(ownProcessIdentifier), suppressionStore(suppressionStore), dependencies(dependencies) {}
 
 std::vector<PendingApproval> DialogDetector::scan() {
   heldBack = 0;
-  if (!surroundings.accessibility.isProcessTrusted()) return {};
-  const auto scope = surroundings.accessibility.beginReadScope();
+  if (!dependencies.accessibility.isProcessTrusted()) return {};
+  const auto scope = dependencies.accessibility.beginReadScope();
   const auto sources = uniqueWindowSources(*scope);
-  if (AgentConfiguration::dialogDiagnosticsEnabled(surroundings.environment)) printDiagnostics(sources);
+  if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) printDiagnostics(sources);
 
   std::vector<PendingApproval> approvals;
   std::unordered_set<Uuid> ids;
@@ -100,8 +100,8 @@ std::vector<PendingApproval> DialogDetector::scan() {
 }
 
 std::vector<WindowDiagnosis> DialogDetector::diagnose() {
-  if (!surroundings.accessibility.isProcessTrusted()) return {};
-  const auto scope = surroundings.accessibility.beginReadScope();
+  if (!dependencies.accessibility.isProcessTrusted()) return {};
+  const auto scope = dependencies.accessibility.beginReadScope();
   std::vector<WindowDiagnosis> windows;
   for (const auto& source : uniqueWindowSources(*scope)) {
     windows.push_back({source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
@@ -111,8 +111,8 @@ std::vector<WindowDiagnosis> DialogDetector::diagnose() {
 
 void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) {
   // In a scope of its own: what its longer walk meets must not change what the scan returns.
-  const auto scope = surroundings.accessibility.beginReadScope();
-  DialogDiagnostics::print(*scope, sources, surroundings.console);
+  const auto scope = dependencies.accessibility.beginReadScope();
+  DialogDiagnostics::print(*scope, sources, dependencies.console);
 }
 
 std::vector<WindowSource> DialogDetector::uniqueWindowSources(AXReadScope& scope) {
@@ -131,15 +131,15 @@ std::vector<WindowSource> DialogDetector::allWindowSources(AXReadScope& scope) {
 }
 
 void DialogDetector::appendApplicationSources(AXReadScope& scope, std::vector<WindowSource>& sources) {
-  auto candidates = VisibleWindowOwners::promptScanApplications(surroundings.workspace, surroundings.windowList);
+  auto candidates = VisibleWindowOwners::promptScanApplications(dependencies.workspace, dependencies.windowList);
   std::erase_if(candidates, [&](const RunningApplication& application) {
     return application.isTerminated || application.processIdentifier == ownProcessIdentifier;
   });
   std::vector<AXUIElement> elements;
   elements.reserve(candidates.size());
   for (const auto& application : candidates) {
-    elements.push_back(surroundings.accessibility.createApplication(application.processIdentifier));
-    surroundings.accessibility.setMessagingTimeout(elements.back(), AXHelpers::kMessagingTimeout);
+    elements.push_back(dependencies.accessibility.createApplication(application.processIdentifier));
+    dependencies.accessibility.setMessagingTimeout(elements.back(), AXHelpers::kMessagingTimeout);
   }
   scope.prepareApplications(elements, kApprovalDescendantLimit);
   for (std::size_t i = 0; i < candidates.size(); ++i) {
@@ -157,8 +157,8 @@ void DialogDetector::appendApplicationSources(AXReadScope& scope, std::vector<Wi
 }
 
 void DialogDetector::appendSystemWideSources(AXReadScope& scope, std::vector<WindowSource>& sources) {
-  appendSystemWideSource(AXHelpers::focusedWindow(surroundings.accessibility, scope), sources);
-  const auto focusedElement = AXHelpers::focusedElement(surroundings.accessibility, scope);
+  appendSystemWideSource(AXHelpers::focusedWindow(dependencies.accessibility, scope), sources);
+  const auto focusedElement = AXHelpers::focusedElement(dependencies.accessibility, scope);
   if (!focusedElement) return;
   appendSystemWideSource(AXHelpers::nearestWindow(scope, *focusedElement, kWindowAncestorLimit), sources);
 }
@@ -166,9 +166,9 @@ void DialogDetector::appendSystemWideSources(AXReadScope& scope, std::vector<Win
 void DialogDetector::appendSystemWideSource(const std::optional<AXUIElement>& window,
                                             std::vector<WindowSource>& sources) {
   if (!window) return;
-  const auto owner = surroundings.accessibility.processIdentifier(*window);
+  const auto owner = dependencies.accessibility.processIdentifier(*window);
   if (!owner || *owner == ownProcessIdentifier) return;
-  sources.push_back(sourceFor(*window, *owner, surroundings.workspace.runningApplication(*owner)));
+  sources.push_back(sourceFor(*window, *owner, dependencies.workspace.runningApplication(*owner)));
 }
 
 std::optional<PromptReading> DialogDetector::acceptedReading(AXReadScope& scope, const WindowSource& source) {
@@ -186,7 +186,7 @@ std::optional<PendingApproval> DialogDetector::approvalForWindowSource(AXReadSco
 
 std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading) {
   const auto& evidence = reading.evidence;
-  const Uuid id = surroundings.stableIDs.stableID(identityText(source, reading));
+  const Uuid id = dependencies.stableIDs.stableID(identityText(source, reading));
   if (suppressionStore.contains(id)) return std::nullopt;
 
   const bool isFallback = evidence.messageLines.empty();
@@ -194,7 +194,7 @@ std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& so
   const auto directAccess = directAccessReason(reading, lines);
   return PendingApproval::make(
       {.id = id,
-       .detectedAt = surroundings.clock.now(),
+       .detectedAt = dependencies.clock.now(),
        .appName = source.appName,
        .bundleIdentifier = source.bundleIdentifier,
        .processIdentifier = source.processIdentifier,
@@ -211,25 +211,25 @@ std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& so
 }
 
 bool DialogDetector::isPromptStillPresent(const PendingApproval& approval) {
-  if (!surroundings.accessibility.isProcessTrusted()) return true;
-  const auto scope = surroundings.accessibility.beginReadScope();
+  if (!dependencies.accessibility.isProcessTrusted()) return true;
+  const auto scope = dependencies.accessibility.beginReadScope();
   for (const auto& source : uniqueWindowSources(*scope)) {
     const auto candidate = approvalForWindowSource(*scope, source);
     if (candidate && approval.matchScore(*candidate) > 0) return true;
   }
-  return scope->missedTimeout(surroundings.accessibility.createApplication(approval.processIdentifier));
+  return scope->missedTimeout(dependencies.accessibility.createApplication(approval.processIdentifier));
 }
 
 std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel) {
-  const auto scope = surroundings.accessibility.beginReadScope();
+  const auto scope = dependencies.accessibility.beginReadScope();
   std::optional<Match> best;
   for (const auto& source : uniqueWindowSources(*scope)) {
     auto match = matchIn(*scope, source, approval, buttonLabel);
     if (match && (!best || match->score > best->score)) best = std::move(match);
   }
   if (!best) return std::nullopt;
-  auto& accessibility = surroundings.accessibility;
+  auto& accessibility = dependencies.accessibility;
   accessibility.setAttributeValue(best->resolved.window, ax::kMinimized, false);
   accessibility.performAction(best->resolved.window, ax::kRaiseAction);
   return std::move(best->resolved);

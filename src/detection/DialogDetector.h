@@ -24,7 +24,7 @@
 namespace quillard {
 
 // What a detector is made over. All of it outlives the detector.
-struct DetectorSurroundings {
+struct DetectorDependencies {
   platform::Accessibility& accessibility;
   platform::Workspace& workspace;
   platform::WindowList& windowList;
@@ -46,7 +46,7 @@ class DialogDetector {
  public:
   // `ownProcessIdentifier`: whose windows are never looked at.
   DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
-                 const DetectorSurroundings& surroundings);
+                 const DetectorDependencies& dependencies);
 
   // The prompts on screen, in the order in which they were met. Each one's `id` and `suppressionID` are its
   // fingerprint: owner, title, place, labels and lines. Empty when accessibility is not granted.
@@ -60,7 +60,7 @@ class DialogDetector {
   [[nodiscard]] std::vector<WindowDiagnosis> diagnose();
 
   // Whether some window on screen still shows the prompt. Also true when that cannot be told, because its application
-  // does not answer or accessibility was taken away: only a prompt that was looked for in vain counts as gone.
+  // does not answer or accessibility was taken away: only a prompt that was looked for without success counts as gone.
   [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval);
 
   // The live button labelled exactly `buttonLabel` in the window that matches the approval best; of equal ones the
@@ -89,7 +89,7 @@ class DialogDetector {
   const ApprovalSuppressionStore& suppressionStore;
   PromptCandidateGate candidateGate;
   std::size_t heldBack = 0;
-  const DetectorSurroundings surroundings;
+  const DetectorDependencies dependencies;
 };
 
 }  // namespace quillard

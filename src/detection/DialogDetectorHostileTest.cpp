@@ -245,7 +245,7 @@ class AttributeByAttribute final : public platform::Accessibility {
 TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTakenWhereEachAttributeIsARequestEither) {
   desktop().open(application, {.title = "Allow?", .lines = {"Enter your password."}, .buttons = {"Cancel", "Allow"}});
   AttributeByAttribute accessibility{world.accessibility()};
-  DetectorSurroundings unbatched{accessibility,       world.workspace(), world.windowList(), world.time(),
+  DetectorDependencies unbatched{accessibility,       world.workspace(), world.windowList(), world.time(),
                                  world.environment(), world.console(),   stableIDs};
   DialogDetector careful{kOwnProcess, suppressionStore, unbatched};
   (void)careful.scan();

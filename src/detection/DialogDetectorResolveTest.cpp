@@ -202,7 +202,7 @@ TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
 TEST_F(ResolveTest, APromptIsPresentFromTheFirstLookOn) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
-  DialogDetector fresh{kOwnProcess, suppressionStore, surroundings};
+  DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};
   EXPECT_TRUE(fresh.isPromptStillPresent(approval)) << "no second scan is needed";
   desktop().move(dialog, {500, 500, 400, 200});
   EXPECT_TRUE(fresh.isPromptStillPresent(approval));
@@ -247,7 +247,7 @@ TEST_F(ResolveTest, APromptCountsAsPresentWhileNobodyMayLook) {
 TEST_F(ResolveTest, LookingDoesNotOpenTheGateForTheScan) {
   desktop().open(application, spec());
   const auto approval = stored();
-  DialogDetector fresh{kOwnProcess, suppressionStore, surroundings};
+  DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};
   (void)fresh.isPromptStillPresent(approval);
   (void)fresh.resolveCurrentButton(approval, "Erase");
   EXPECT_TRUE(fresh.scan().empty());

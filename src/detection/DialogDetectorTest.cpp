@@ -268,7 +268,7 @@ TEST_F(DialogDetectorTest, GivesOnePromptOneFingerprintFromScanToScanAndForEvery
   const auto prompt = onlyPrompt();
   world.advance(platform::Seconds{100});
   EXPECT_EQ(onlyPrompt().id, prompt.id);
-  DialogDetector another{kOwnProcess, suppressionStore, surroundings};
+  DialogDetector another{kOwnProcess, suppressionStore, dependencies};
   (void)another.scan();
   EXPECT_EQ(another.scan().front().id, prompt.id);
 }

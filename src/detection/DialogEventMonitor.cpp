@@ -55,11 +55,11 @@ std::string reasonOf(WorkspaceEventKind kind) {
 }  // namespace
 
 DialogEventMonitor::DialogEventMonitor(std::int32_t ownProcessIdentifier, Seconds debounceInterval, OnChange onChange,
-                                       const MonitorSurroundings& surroundings)
+                                       const MonitorDependencies& dependencies)
     : ownProcessIdentifier(ownProcessIdentifier),
       debounceInterval(debounceInterval),
       onChange(std::move(onChange)),
-      surroundings(surroundings) {}
+      dependencies(dependencies) {}
 
 DialogEventMonitor::~DialogEventMonitor() { stop(); }
 
@@ -67,7 +67,7 @@ void DialogEventMonitor::start() {
   if (isStarted) return;
   isStarted = true;
   notificationTokens.push_back(
-      surroundings.workspace.observe([this](const WorkspaceEvent& event) { handleWorkspaceEvent(event); }));
+      dependencies.workspace.observe([this](const WorkspaceEvent& event) { handleWorkspaceEvent(event); }));
   startVisibleOwnerPolling();
   requestScan("prompt-monitor-started");
 }
@@ -83,7 +83,7 @@ void DialogEventMonitor::stop() {
 
 void DialogEventMonitor::requestScan(const std::string& reason) {
   const Seconds delay = std::max(debounceInterval, kShortestDebounce);
-  debounceTask = surroundings.mainThread.postAfter(delay, [this, reason] {
+  debounceTask = dependencies.mainThread.postAfter(delay, [this, reason] {
     debounceTask.reset();
     onChange(reason);
   });
@@ -92,7 +92,7 @@ void DialogEventMonitor::requestScan(const std::string& reason) {
 void DialogEventMonitor::requestFollowUpScans(const std::string& reason) {
   followUpScanTask.clear();
   for (const Seconds delay : kFollowUpDelays) {
-    followUpScanTask.push_back(surroundings.mainThread.postAfter(delay, [this, reason] { onChange(reason); }));
+    followUpScanTask.push_back(dependencies.mainThread.postAfter(delay, [this, reason] { onChange(reason); }));
   }
 }
 
@@ -120,14 +120,14 @@ void DialogEventMonitor::handleWorkspaceEvent(const WorkspaceEvent& event) {
 }
 
 void DialogEventMonitor::startVisibleOwnerPolling() {
-  visibleWindowSignature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
-  const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(surroundings.environment);
-  visibleOwnerPollTimer = surroundings.mainThread.repeatEvery(interval, [this] { checkVisibleOwners(); });
-  notificationTokens.push_back(surroundings.windowList.observeChanges([this] { windowListMayHaveChanged(); }));
+  visibleWindowSignature = VisibleWindowOwners::visibleWindowSignatures(dependencies.windowList);
+  const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(dependencies.environment);
+  visibleOwnerPollTimer = dependencies.mainThread.repeatEvery(interval, [this] { checkVisibleOwners(); });
+  notificationTokens.push_back(dependencies.windowList.observeChanges([this] { windowListMayHaveChanged(); }));
 }
 
 void DialogEventMonitor::checkVisibleOwners() {
-  auto signature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
+  auto signature = VisibleWindowOwners::visibleWindowSignatures(dependencies.windowList);
   if (signature == visibleWindowSignature) return;
   visibleWindowSignature = std::move(signature);
   requestScan(kOwnersChanged);
@@ -135,7 +135,7 @@ void DialogEventMonitor::checkVisibleOwners() {
 }
 
 void DialogEventMonitor::windowListMayHaveChanged() {
-  auto signature = VisibleWindowOwners::visibleWindowSignatures(surroundings.windowList);
+  auto signature = VisibleWindowOwners::visibleWindowSignatures(dependencies.windowList);
   if (withoutPlaces(signature) == withoutPlaces(visibleWindowSignature)) return;
   visibleWindowSignature = std::move(signature);
   if (!debounceTask) requestScan(kOwnersChanged);

@@ -17,7 +17,7 @@
 namespace quillard {
 
 // What a monitor is made over. All of it outlives the monitor.
-struct MonitorSurroundings {
+struct MonitorDependencies {
   platform::SerialExecutor& mainThread;
   platform::Workspace& workspace;
   platform::WindowList& windowList;
@@ -42,7 +42,7 @@ class DialogEventMonitor {
 
   // `debounceInterval`: how long it must be quiet before a request is delivered; at least 0.05 s.
   DialogEventMonitor(std::int32_t ownProcessIdentifier, platform::Seconds debounceInterval, OnChange onChange,
-                     const MonitorSurroundings& surroundings);
+                     const MonitorDependencies& dependencies);
   ~DialogEventMonitor();
   DialogEventMonitor(const DialogEventMonitor&) = delete;
   DialogEventMonitor& operator=(const DialogEventMonitor&) = delete;
@@ -83,7 +83,7 @@ class DialogEventMonitor {
   platform::TaskHandle visibleOwnerPollTimer;
   std::set<std::string> visibleWindowSignature;
   bool isStarted = false;
-  const MonitorSurroundings surroundings;
+  const MonitorDependencies dependencies;
 };
 
 }  // namespace quillard

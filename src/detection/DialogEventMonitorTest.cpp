@@ -31,7 +31,7 @@ class DialogEventMonitorTest : public testing::Test {
   std::unique_ptr<DialogEventMonitor> makeMonitor(double debounce) {
     return std::make_unique<DialogEventMonitor>(
         99, Seconds{debounce}, [this](const std::string& reason) { reasons.push_back(reason); },
-        MonitorSurroundings{world.time().mainThread(), world.workspace(), world.windowList(), world.environment()});
+        MonitorDependencies{world.time().mainThread(), world.workspace(), world.windowList(), world.environment()});
   }
   platform::simulated::SimulatedDesktop& desktop() { return world.desktop(); }
 
@@ -139,13 +139,13 @@ TEST_F(DialogEventMonitorTest, NeverDeliversAfterAnInfiniteDebounce) {
 
 // ---- Visible owners
 
-platform::WindowListEntry strangersWindow(double x) {
-  return {.ownerProcessIdentifier = 4711, .ownerName = "Stranger", .bounds = Rect{x, 0, 200, 100}};
+platform::WindowListEntry foreignWindow(double x) {
+  return {.ownerProcessIdentifier = 4711, .ownerName = "Other program", .bounds = Rect{x, 0, 200, 100}};
 }
 
 TEST_F(DialogEventMonitorTest, SeesNewOwnersAtTheNextLook) {
   start();
-  const auto window = desktop().addWindowEntry(strangersWindow(0));
+  const auto window = desktop().addWindowEntry(foreignWindow(0));
   EXPECT_EQ(after(60), (Reasons{"visible-window-owners-changed", "visible-window-owners-settled",
                                 "visible-window-owners-settled"}));
   desktop().close(window);
@@ -155,7 +155,7 @@ TEST_F(DialogEventMonitorTest, SeesNewOwnersAtTheNextLook) {
 
 TEST_F(DialogEventMonitorTest, SeesAWindowThatComesWithoutWaitingForTheTick) {
   start();
-  desktop().addWindowEntry(strangersWindow(0));
+  desktop().addWindowEntry(foreignWindow(0));
   EXPECT_EQ(after(0.349), Reasons{});
   EXPECT_EQ(after(0.002), Reasons{"visible-window-owners-changed"});
 }
@@ -173,14 +173,14 @@ TEST_F(DialogEventMonitorTest, WindowsThatKeepComingDoNotPutTheScanOff) {
   start();
   int scans = 0;
   for (int i = 0; i < 50; ++i) {
-    desktop().addWindowEntry(strangersWindow(i));
+    desktop().addWindowEntry(foreignWindow(i));
     for (const auto& reason : after(0.1)) scans += reason == "visible-window-owners-changed" ? 1 : 0;
   }
   EXPECT_GE(scans, 5);
 }
 
 TEST_F(DialogEventMonitorTest, WhatIsVisibleAtTheStartIsNoChange) {
-  desktop().addWindowEntry(strangersWindow(0));
+  desktop().addWindowEntry(foreignWindow(0));
   world.advance(Seconds{1});
   start();
   EXPECT_EQ(after(60), Reasons{});
@@ -206,7 +206,7 @@ class SilentPollTest : public DialogEventMonitorTest {
   void startSilently() {
     monitor = std::make_unique<DialogEventMonitor>(
         99, Seconds{0.35}, [this](const std::string& reason) { reasons.push_back(reason); },
-        MonitorSurroundings{world.time().mainThread(), world.workspace(), windowList, world.environment()});
+        MonitorDependencies{world.time().mainThread(), world.workspace(), windowList, world.environment()});
     monitor->start();
     world.advance(Seconds{1});
     windowList.looks = 0;
@@ -226,7 +226,7 @@ TEST_F(SilentPollTest, LooksEveryTwoSecondsAndRequestsNothingWhileNothingChanges
 
 TEST_F(SilentPollTest, RequestsAScanWhenTheOwnersHaveChangedAtATick) {
   startSilently();
-  windowList.entries = {strangersWindow(0)};
+  windowList.entries = {foreignWindow(0)};
   EXPECT_EQ(after(1.349), Reasons{});
   EXPECT_EQ(after(0.001), Reasons{"visible-window-owners-changed"});
   EXPECT_EQ(after(60), (Reasons{"visible-window-owners-settled", "visible-window-owners-settled"}));
@@ -242,7 +242,7 @@ TEST_F(SilentPollTest, LooksAsOftenAsTheEnvironmentSays) {
 TEST_F(SilentPollTest, StopsLooking) {
   startSilently();
   monitor->stop();
-  windowList.entries = {strangersWindow(0)};
+  windowList.entries = {foreignWindow(0)};
   EXPECT_EQ(after(60), Reasons{});
   EXPECT_EQ(windowList.looks, 0);
 }
@@ -256,7 +256,7 @@ TEST_F(DialogEventMonitorTest, DeliversNothingAfterStop) {
   monitor->stop();
   EXPECT_FALSE(monitor->isRunning());
   desktop().changeSpace();
-  desktop().addWindowEntry(strangersWindow(0));
+  desktop().addWindowEntry(foreignWindow(0));
   EXPECT_EQ(after(60), Reasons{});
 }
 
@@ -283,7 +283,7 @@ TEST_F(DialogEventMonitorTest, MayBeStoppedByTheOneItTells) {
         reasons.push_back(reason);
         monitor->stop();
       },
-      MonitorSurroundings{world.time().mainThread(), world.workspace(), world.windowList(), world.environment()});
+      MonitorDependencies{world.time().mainThread(), world.workspace(), world.windowList(), world.environment()});
   monitor->start();
   EXPECT_EQ(after(60), Reasons{"prompt-monitor-started"});
 }

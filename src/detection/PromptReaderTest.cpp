@@ -98,7 +98,7 @@ TEST_F(PromptReaderTest, ADialogContainerIsASheetADialogOrModal) {
 
 // ---- Buttons
 
-TEST_F(PromptReaderTest, ButtonsStandInTheWalksOrderWithLabelAndPlace) {
+TEST_F(PromptReaderTest, ButtonsAreInTheWalksOrderWithLabelAndPlace) {
   const auto reading = read(window({button("Cancel"), button("Allow")}));
   EXPECT_EQ(reading.evidence.buttonLabels, (Lines{"Allow", "Cancel"}));
   EXPECT_EQ(reading.buttons.front(), (DialogButton{"Allow", "AXButton", 0, 250, 80, 24}));

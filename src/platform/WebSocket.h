@@ -48,7 +48,7 @@ class WebSocketTask {
   virtual void receive(std::function<void(WebSocketReceipt)> completion) = 0;
   // One text frame. The completion comes exactly once: nothing when the frame was handed to the network, else why not.
   virtual void sendText(std::string text, std::function<void(std::optional<TransportError>)> completion) = 0;
-  // Says goodbye with `code` and no reason, and ends the connection whether or not the other side answers.
+  // Sends a close message with `code` and no reason, and ends the connection whether or not the other side answers.
   virtual void cancel(WebSocketCloseCode code) = 0;
 };
 

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "recording/RecordingVeil.h"
+#include "recording/RecordingRedaction.h"
 
 namespace quillard::recording {
 namespace {
@@ -64,7 +64,7 @@ class Recorder {
       : accessibility(accessibility),
         scope(accessibility.beginReadScope()),
         limits(limits),
-        veil(privacy, applications),
+        redaction(privacy, applications),
         treesLeft(limits.windowsPerApplication) {
     std::vector<AXUIElement> elements;
     for (const auto& application : applications) {
@@ -195,7 +195,7 @@ class Recorder {
     } else if (const auto* elements = std::get_if<std::vector<AXUIElement>>(&answer.value())) {
       pending.push_back({id, name, *elements, /*isList=*/true});
     } else {
-      put(id, name, veil.value(textOf(elementOf(id), ax::kRole), name, plainValue(answer.value())));
+      put(id, name, redaction.value(textOf(elementOf(id), ax::kRole), name, plainValue(answer.value())));
     }
   }
 
@@ -221,7 +221,7 @@ class Recorder {
       return;
     }
     std::vector<std::string> names;
-    for (const auto& name : answer.value()) names.push_back(veil.actionName(name));
+    for (const auto& name : answer.value()) names.push_back(redaction.actionName(name));
     elementOf(id).actionNames = std::move(names);
   }
 
@@ -262,8 +262,8 @@ class Recorder {
   }
 
   void addWindowListEntry(platform::WindowListEntry entry, bool isOnScreen) {
-    if (entry.ownerName) entry.ownerName = veil.text(*entry.ownerName);
-    if (entry.windowName) entry.windowName = veil.text(*entry.windowName);
+    if (entry.ownerName) entry.ownerName = redaction.text(*entry.ownerName);
+    if (entry.windowName) entry.windowName = redaction.text(*entry.windowName);
     desktop.windowList.push_back({.entry = std::move(entry), .isOnScreen = isOnScreen});
   }
 
@@ -281,7 +281,7 @@ class Recorder {
   platform::Accessibility& accessibility;
   const std::unique_ptr<platform::AXReadScope> scope;
   const RecordingLimits& limits;
-  const RecordingVeil veil;
+  const RecordingRedaction redaction;
   int treesLeft;  // Outside all windows.
   RecordedDesktop desktop;
   std::unordered_map<AXUIElement, ElementId> ids;

@@ -67,13 +67,13 @@ void RecordedElementReader::find(const Json& json, Found& into) {
 }
 
 ElementId RecordedElementReader::readElement(const Json& json, JsonReader& reader,
-                                             const ElementSurroundings& surroundings, MemberNames otherMembers) {
+                                             const ElementDependencies& dependencies, MemberNames otherMembers) {
   refuseUnknownMembers(json, reader, kElementMembers, otherMembers);
   ElementId id = readId(reader);
   if (reader.error()) return id;
-  const auto owner = readOwner(json, reader, surroundings.processIdentifier);
+  const auto owner = readOwner(json, reader, dependencies.processIdentifier);
   elements[id].processIdentifier = owner;
-  Attributes attributes = readAttributes(id, json, reader, {surroundings.list, surroundings.container, owner});
+  Attributes attributes = readAttributes(id, json, reader, {dependencies.list, dependencies.container, owner});
   RecordedElement& element = elements[id];
   for (auto& [name, value] : attributes) {
     if (value) element.attributes.emplace(name, std::move(*value));
@@ -95,20 +95,20 @@ ElementId RecordedElementReader::readId(JsonReader& reader) {
 
 RecordedElementReader::Attributes RecordedElementReader::readAttributes(const ElementId& id, const Json& json,
                                                                         JsonReader& reader,
-                                                                        const ElementSurroundings& surroundings) {
+                                                                        const ElementDependencies& dependencies) {
   Attributes attributes;
   readOtherAttributes(reader, attributes);
   readAttribute(json, "role", ax::kRole, reader, attributes);
   for (const auto& [member, name] : kEverydayMembers) readAttribute(json, member, name, reader, attributes);
   readFrame(reader, attributes);
-  readNested(json, {ElementList::windows, id, surroundings.processIdentifier}, reader, attributes);
-  readNested(json, {ElementList::children, id, surroundings.processIdentifier}, reader, attributes);
+  readNested(json, {ElementList::windows, id, dependencies.processIdentifier}, reader, attributes);
+  readNested(json, {ElementList::children, id, dependencies.processIdentifier}, reader, attributes);
 
-  attributes.try_emplace(std::string(ax::kRole), std::string(expectedRole(surroundings.list)));
-  const bool isApplication = surroundings.list == ElementList::applications;
+  attributes.try_emplace(std::string(ax::kRole), std::string(expectedRole(dependencies.list)));
+  const bool isApplication = dependencies.list == ElementList::applications;
   attributes.try_emplace(std::string(isApplication ? ax::kWindows : ax::kChildren), std::vector<ElementId>{});
-  if (surroundings.container) {
-    attributes.try_emplace(std::string(ax::kParent), ElementReference{*surroundings.container});
+  if (dependencies.container) {
+    attributes.try_emplace(std::string(ax::kParent), ElementReference{*dependencies.container});
   }
   return attributes;
 }
@@ -150,7 +150,7 @@ void RecordedElementReader::readFrame(JsonReader& reader, Attributes& attributes
   if (!isNew) reader.failAt("frame", "The attribute stands twice.");
 }
 
-void RecordedElementReader::readNested(const Json& json, const ElementSurroundings& inside, JsonReader& reader,
+void RecordedElementReader::readNested(const Json& json, const ElementDependencies& inside, JsonReader& reader,
                                        Attributes& attributes) {
   const bool isWindows = inside.list == ElementList::windows;
   const std::string_view member = isWindows ? "windows" : "children";
@@ -167,7 +167,7 @@ void RecordedElementReader::readNested(const Json& json, const ElementSurroundin
 }
 
 std::vector<ElementId> RecordedElementReader::readList(const Json& list, const std::string& path, JsonReader& reader,
-                                                       const ElementSurroundings& surroundings) {
+                                                       const ElementDependencies& dependencies) {
   std::vector<ElementId> ids;
   if (!list.is_array()) reader.fail({path, "Expected a list."});
   for (std::size_t i = 0; i < list.size() && !reader.error(); ++i) {
@@ -177,7 +177,7 @@ std::vector<ElementId> RecordedElementReader::readList(const Json& list, const s
       checkReference(ids.back(), entryPath, reader);
     } else {
       JsonReader entry{list[i], entryPath};
-      ids.push_back(readElement(list[i], entry, surroundings));
+      ids.push_back(readElement(list[i], entry, dependencies));
       if (entry.error()) reader.fail(*entry.error());
     }
   }

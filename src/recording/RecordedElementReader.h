@@ -23,7 +23,7 @@ using MemberNames = std::span<const std::string_view>;
 void refuseUnknownMembers(const Json& json, JsonReader& reader, MemberNames known, MemberNames more = {});
 
 // Where an element stands that is being read, and what it takes over from there.
-struct ElementSurroundings {
+struct ElementDependencies {
   ElementList list = ElementList::elements;
   std::optional<ElementId> container;
   std::optional<std::int32_t> processIdentifier;
@@ -40,12 +40,12 @@ class RecordedElementReader {
   [[nodiscard]] std::size_t total() const { return found.elements; }
 
   // The element that `json` describes, with all that it contains. Members in `otherMembers` are left to the caller.
-  ElementId readElement(const Json& json, JsonReader& reader, const ElementSurroundings& surroundings,
+  ElementId readElement(const Json& json, JsonReader& reader, const ElementDependencies& dependencies,
                         MemberNames otherMembers = {});
 
   // A list of elements and of ids of elements that are written elsewhere.
   std::vector<ElementId> readList(const Json& list, const std::string& path, JsonReader& reader,
-                                  const ElementSurroundings& surroundings);
+                                  const ElementDependencies& dependencies);
 
   // An optional member that names an element.
   std::optional<ElementId> readReference(JsonReader& reader, std::string_view name) const;
@@ -59,12 +59,12 @@ class RecordedElementReader {
 
   ElementId readId(JsonReader& reader);
   Attributes readAttributes(const ElementId& id, const Json& json, JsonReader& reader,
-                            const ElementSurroundings& surroundings);
+                            const ElementDependencies& dependencies);
   void readOtherAttributes(JsonReader& reader, Attributes& attributes) const;
   void readAttribute(const Json& json, std::string_view member, std::string_view name, JsonReader& reader,
                      Attributes& attributes) const;
   static void readFrame(JsonReader& reader, Attributes& attributes);
-  void readNested(const Json& json, const ElementSurroundings& inside, JsonReader& reader, Attributes& attributes);
+  void readNested(const Json& json, const ElementDependencies& inside, JsonReader& reader, Attributes& attributes);
   RecordedValue readValue(const Json& json, const std::string& path, JsonReader& reader) const;
   void checkReference(const ElementId& id, const std::string& path, JsonReader& reader) const;
 

@@ -45,29 +45,29 @@ std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(plat
 
 }  // namespace
 
-PairingConfiguration::PairingConfiguration(const PairingSurroundings& surroundings)
-    : surroundings(surroundings), keychain(surroundings.secretStore, surroundings.console) {}
+PairingConfiguration::PairingConfiguration(const PairingDependencies& dependencies)
+    : dependencies(dependencies), keychain(dependencies.secretStore, dependencies.console) {}
 
 // ---- Which relay
 
 std::optional<RelayLaunchConfiguration> PairingConfiguration::environmentConfiguration() const {
-  const auto relayURL = firstSet(surroundings.environment, "QUILLARD_RELAY_URL", "FARROWLIGHT_RELAY_URL");
-  const auto pairingID = firstSet(surroundings.environment, "QUILLARD_PAIRING_ID", "FARROWLIGHT_PAIRING_ID");
+  const auto relayURL = firstSet(dependencies.environment, "QUILLARD_RELAY_URL", "FARROWLIGHT_RELAY_URL");
+  const auto pairingID = firstSet(dependencies.environment, "QUILLARD_PAIRING_ID", "FARROWLIGHT_PAIRING_ID");
   if (!relayURL || relayURL->empty() || !pairingID || pairingID->empty()) return std::nullopt;
   return RelayLaunchConfiguration{*relayURL, *pairingID};
 }
 
 std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfiguration() const {
-  const auto resource = surroundings.bundle.resource("RelayConfig", "plist");
+  const auto resource = dependencies.bundle.resource("RelayConfig", "plist");
   if (!resource) return std::nullopt;
   std::variant<RelayLaunchConfiguration, std::string> outcome;
   if (const auto* error = std::get_if<platform::ResourceError>(&*resource)) {
     outcome = error->description;
   } else {
-    outcome = readLaunchConfiguration(surroundings.propertyLists, std::get<Bytes>(*resource));
+    outcome = readLaunchConfiguration(dependencies.propertyLists, std::get<Bytes>(*resource));
   }
   if (auto* configuration = std::get_if<RelayLaunchConfiguration>(&outcome)) return std::move(*configuration);
-  surroundings.console.writeLine("Unable to read bundled relay configuration: " +
+  dependencies.console.writeLine("Unable to read bundled relay configuration: " +
                                  printableText(std::get<std::string>(outcome)));
   return std::nullopt;
 }
@@ -109,7 +109,7 @@ InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optiona
   if (reading.outcome == KeychainReading::Outcome::found) {
     if (auto stored = usableSecrets(reading.data.view())) {
       const auto bytes = reading.data.view();
-      surroundings.userDefaults.set(kSecretsKey, Bytes(bytes.begin(), bytes.end()));
+      dependencies.userDefaults.set(kSecretsKey, Bytes(bytes.begin(), bytes.end()));
       return *std::move(stored);
     }
   }
@@ -127,7 +127,7 @@ std::optional<InstallationSecrets> PairingConfiguration::usableSecrets(std::span
 }
 
 std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults() const {
-  auto value = surroundings.userDefaults.object(kSecretsKey);
+  auto value = dependencies.userDefaults.object(kSecretsKey);
   auto* bytes = value ? std::get_if<Bytes>(&*value) : nullptr;
   if (!bytes) return std::nullopt;
   auto secrets = usableSecrets(*bytes);
@@ -136,7 +136,7 @@ std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults
 }
 
 InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std::string>& seed) const {
-  auto& random = surroundings.random;
+  auto& random = dependencies.random;
   const auto legacyPairingID = legacyText(kLegacyPairingIDKey);
   auto legacyEndToEndSecret = legacyText(kLegacyEndToEndSecretKey);
   return {legacyPairingID ? *legacyPairingID : createdPairingID(seed, random), randomHex(kSecretBytes, random),
@@ -155,7 +155,7 @@ void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
 
 // What older builds kept under `key`, trimmed. Absent when that is nothing.
 std::optional<std::string> PairingConfiguration::legacyText(std::string_view key) const {
-  const auto value = surroundings.userDefaults.object(key);
+  const auto value = dependencies.userDefaults.object(key);
   const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
   if (!text || text::trimmed(*text).empty()) return std::nullopt;
   return std::string(text::trimmed(*text));
@@ -165,7 +165,7 @@ void PairingConfiguration::rotateInstallationIdentity() {
   const MutexLock locked{finding};
   if (const auto secrets = cache.installationSecrets()) retiredPairingIDs.insert(secrets->pairingID);
   for (const auto key : {kLegacyPairingIDKey, kLegacyEndToEndSecretKey, kSecretsKey}) {
-    surroundings.userDefaults.remove(key);
+    dependencies.userDefaults.remove(key);
   }
   for (const bool useDataProtectionKeychain : {true, false}) {
     keychain.remove(kKeychainAccount, useDataProtectionKeychain);

@@ -22,7 +22,7 @@
 namespace quillard {
 
 // What the pairing is read from and kept in. All of it outlives the configuration.
-struct PairingSurroundings {
+struct PairingDependencies {
   const platform::Environment& environment;
   const platform::Bundle& bundle;
   platform::PropertyLists& propertyLists;
@@ -39,7 +39,7 @@ struct PairingSurroundings {
 // then goes by secrets of this run alone.
 class PairingConfiguration {
  public:
-  explicit PairingConfiguration(const PairingSurroundings& surroundings);
+  explicit PairingConfiguration(const PairingDependencies& dependencies);
 
   // Absent unless both the relay's address and an identifier are set, and neither to nothing.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
@@ -71,7 +71,7 @@ class PairingConfiguration {
   void storeInKeychain(const InstallationSecrets& secrets) QUILLARD_REQUIRES(finding);
   std::optional<std::string> legacyText(std::string_view key) const;
 
-  PairingSurroundings surroundings;
+  PairingDependencies dependencies;
   MacKeychainStore keychain;
   PairingConfigurationCache cache;
   // One thread at a time finds out, changes or forgets, so that no two make different identities, and none that was

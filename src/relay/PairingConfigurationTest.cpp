@@ -51,7 +51,7 @@ struct Installation {
 
   std::unique_ptr<PairingConfiguration> newRun() {
     return std::make_unique<PairingConfiguration>(
-        PairingSurroundings{environment, bundle, propertyLists, secretStore, userDefaults, random, console});
+        PairingDependencies{environment, bundle, propertyLists, secretStore, userDefaults, random, console});
   }
   void restart() { run = newRun(); }
   void setRelay(std::string_view url, std::string_view pairingID = "office") {

@@ -118,7 +118,7 @@ struct CanaryClient {
         RelayClientCallbacks{.onApprovalRequest = [](const auto&) {},
                              .onSuppressionCommand = [](const auto&) {},
                              .onStatusChange = [](const auto&) {}},
-        *world.queue, RelayClientSurroundings{world.sockets, world.time, world.random, world.console});
+        *world.queue, RelayClientDependencies{world.sockets, world.time, world.random, world.console});
   }
   void hear(const std::string& text) {
     world.sockets.newest()->sendText(text);

@@ -7,9 +7,9 @@
 namespace quillard {
 
 RelayClient::RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
-                         const RelayClientSurroundings& surroundings)
+                         const RelayClientDependencies& dependencies)
     : queue(queue),
-      core(std::make_shared<RelayClientCore>(std::move(access), std::move(callbacks), queue, surroundings)) {}
+      core(std::make_shared<RelayClientCore>(std::move(access), std::move(callbacks), queue, dependencies)) {}
 
 RelayClient::~RelayClient() {
   core->retire();

@@ -33,7 +33,7 @@ struct RelayClientCallbacks {
 };
 
 // All of it outlives the client's queue.
-struct RelayClientSurroundings {
+struct RelayClientDependencies {
   platform::WebSockets& webSockets;
   const platform::Clock& clock;
   platform::Random& random;
@@ -55,14 +55,14 @@ class RelayClient {
  public:
   // `queue` outlives the client.
   RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
-              const RelayClientSurroundings& surroundings);
+              const RelayClientDependencies& dependencies);
   ~RelayClient();
   RelayClient(const RelayClient&) = delete;
   RelayClient& operator=(const RelayClient&) = delete;
 
   // Nothing happens while there is a connection, open or not.
   void connect();
-  // Says goodbye to the relay, and stays away.
+  // Sends the relay a close message, and stays away.
   void disconnect();
 
   // Seals `approvals` into a snapshot and sends it, now or as soon as the connection is open. Lists with the same
@@ -74,7 +74,7 @@ class RelayClient {
   void publishResult(std::string decisionID, ApprovalResultCommand result);
 
   // Absent: all phones. `completion` is called on the queue, exactly once unless the client is destroyed before, with
-  // whether the wish was sent.
+  // whether the request was sent.
   void unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion);
 
  private:

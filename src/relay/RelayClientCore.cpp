@@ -26,12 +26,12 @@ std::string snapshotSignature(const std::vector<PendingApproval>& approvals, boo
 }
 
 RelayClientCore::RelayClientCore(RelayClientAccess access, RelayClientCallbacks callbacks,
-                                 platform::SerialExecutor& queue, const RelayClientSurroundings& surroundings)
+                                 platform::SerialExecutor& queue, const RelayClientDependencies& dependencies)
     : callbacks(std::move(callbacks)),
-      surroundings(surroundings),
-      conversation(std::move(access.cryptoSecret), surroundings.random),
+      dependencies(dependencies),
+      conversation(std::move(access.cryptoSecret), dependencies.random),
       connection(std::make_shared<RelayConnection>(std::move(access.url), std::move(access.relaySecret), queue,
-                                                   surroundings.webSockets, surroundings.console, connectionEvents())) {
+                                                   dependencies.webSockets, dependencies.console, connectionEvents())) {
 }
 
 // The connection is this object's own and calls on the queue only, where this object ends: it never calls too late.
@@ -125,7 +125,7 @@ bool RelayClientCore::holdSnapshot(const std::vector<PendingApproval>& approvals
     print("Unable to encrypt relay snapshot: ", failure->description);
     return false;
   }
-  outbox.hold({.observedAt = surroundings.clock.now(),
+  outbox.hold({.observedAt = dependencies.clock.now(),
                .accessibilityTrusted = accessibilityTrusted,
                .encryptedApprovals = std::get<EncryptedRelayPayload>(std::move(sealed)),
                .approvalCount = static_cast<std::int64_t>(approvals.size()),
@@ -141,13 +141,13 @@ void RelayClientCore::publishResult(const std::string& decisionID, const Approva
   }
   const ApprovalResultRelayMessage message{.decisionID = decisionID,
                                            .encryptedResult = std::get<EncryptedRelayPayload>(std::move(sealed)),
-                                           .issuedAt = surroundings.clock.now()};
+                                           .issuedAt = dependencies.clock.now()};
   send(toJson(message), [](bool) {});
 }
 
 void RelayClientCore::unpairPhone(const std::optional<std::string>& deviceID,
                                   const std::function<void(bool)>& completion) {
-  const UnpairPhoneRelayMessage message{.deviceID = deviceID, .issuedAt = surroundings.clock.now()};
+  const UnpairPhoneRelayMessage message{.deviceID = deviceID, .issuedAt = dependencies.clock.now()};
   send(toJson(message), [weak = weak_from_this(), completion](bool wasSent) {
     const auto self = weak.lock();
     if (self && !self->isRetired()) completion(wasSent);
@@ -189,7 +189,7 @@ void RelayClientCore::reportStatus() {
 }
 
 void RelayClientCore::print(std::string_view prefix, std::string_view description) {
-  surroundings.console.writeLine(std::string(prefix) + printableText(description));
+  dependencies.console.writeLine(std::string(prefix) + printableText(description));
 }
 
 }  // namespace quillard

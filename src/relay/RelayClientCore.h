@@ -24,7 +24,7 @@ namespace quillard {
 class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
  public:
   RelayClientCore(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
-                  const RelayClientSurroundings& surroundings);
+                  const RelayClientDependencies& dependencies);
 
   // From now on no callback begins. Any thread.
   void retire() { retired = true; }
@@ -58,7 +58,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void print(std::string_view prefix, std::string_view description);
 
   const RelayClientCallbacks callbacks;
-  const RelayClientSurroundings surroundings;
+  const RelayClientDependencies dependencies;
   SealedConversation conversation;
   SnapshotOutbox outbox;
   RelayConnectionStatus status;

@@ -33,11 +33,11 @@ struct Listening {
     hearMessage(toJson(ApprovalRequestRelayMessage{.decisionID = decisionID, .encryptedRequest = payload}));
   }
   // The line that came since the last look, without its prefix. Fails when it is not exactly one.
-  std::string complaint() {
+  std::string warning() {
     const auto lines = world.console.takeLines();
     const std::string prefix = "Unable to decode relay message: ";
     EXPECT_EQ(lines.size(), 1U);
-    if (lines.size() != 1 || !lines[0].starts_with(prefix)) return "no complaint";
+    if (lines.size() != 1 || !lines[0].starts_with(prefix)) return "no warning";
     return lines[0].substr(prefix.size());
   }
 };
@@ -108,14 +108,14 @@ TEST(RelayClientMessages, OfUnknownTypesAreDroppedSilently) {
 TEST(RelayClientMessages, ThatAreBrokenAreReportedAndDoNotEndTheConversation) {
   Listening listening;
   listening.hear("{");
-  EXPECT_EQ(listening.complaint(), "The text is not valid JSON.");
+  EXPECT_EQ(listening.warning(), "The text is not valid JSON.");
   listening.hear(R"({"decisionID":"d"})");
-  EXPECT_EQ(listening.complaint(), "type: The member is missing.");
+  EXPECT_EQ(listening.warning(), "type: The member is missing.");
   listening.hear(R"({"type":"approval.request","decisionID":"d"})");
-  EXPECT_EQ(listening.complaint(), "encryptedRequest: The member is missing.");
+  EXPECT_EQ(listening.warning(), "encryptedRequest: The member is missing.");
   listening.hear(R"({"type":"approval.request","decisionID":"d","encryptedRequest":)"
                  R"({"version":1,"nonce":"","ciphertext":""},"issuedAt":"2026-03-01"})");
-  EXPECT_EQ(listening.complaint(), "issuedAt: Expected ISO-8601 date string.");
+  EXPECT_EQ(listening.warning(), "issuedAt: Expected ISO-8601 date string.");
   EXPECT_TRUE(listening.world.statuses.empty());
   listening.hearRequest(listening.world.sealed(toJson(kCommand)));
   EXPECT_EQ(listening.world.requests.size(), 1U);
@@ -127,10 +127,10 @@ TEST(RelayClientMessages, WhoseSealCannotBeOpenedAreReported) {
   auto payload = listening.world.sealed(toJson(kCommand));
   payload.ciphertext[20] = payload.ciphertext[20] == 'A' ? 'B' : 'A';
   listening.hearRequest(payload);
-  EXPECT_EQ(listening.complaint(), "RelayCryptoError.invalidCiphertext");
+  EXPECT_EQ(listening.warning(), "RelayCryptoError.invalidCiphertext");
   payload.ciphertext = "no base64";
   listening.hearRequest(payload);
-  EXPECT_EQ(listening.complaint(), "RelayCryptoError.invalidCiphertext");
+  EXPECT_EQ(listening.warning(), "RelayCryptoError.invalidCiphertext");
   EXPECT_TRUE(listening.world.requests.empty());
   EXPECT_EQ(listening.world.statuses.size(), 2U) << "That a message came is news of its own.";
 }
@@ -138,10 +138,10 @@ TEST(RelayClientMessages, WhoseSealCannotBeOpenedAreReported) {
 TEST(RelayClientMessages, WhoseCommandIsBrokenAreReported) {
   Listening listening;
   listening.hearRequest(listening.world.sealed(Json{{"approvalID", "x"}, {"buttonLabel", "Allow"}}));
-  EXPECT_EQ(listening.complaint(), "approvalID: Expected a UUID.");
+  EXPECT_EQ(listening.warning(), "approvalID: Expected a UUID.");
   listening.hearMessage(toJson(ApprovalSuppressionRelayMessage{
       .decisionID = "d", .encryptedSuppression = listening.world.sealed(toJson(kCommand))}));
-  EXPECT_EQ(listening.complaint(), "action: The member is missing.");
+  EXPECT_EQ(listening.warning(), "action: The member is missing.");
   EXPECT_TRUE(listening.world.requests.empty());
   EXPECT_TRUE(listening.world.suppressions.empty());
 }
@@ -149,10 +149,10 @@ TEST(RelayClientMessages, WhoseCommandIsBrokenAreReported) {
 TEST(RelayClientMessages, CannotForgeDiagnosticLines) {
   Listening listening;
   listening.hear("{\"x\\nQuillard relay connected.\":1,\"x\\nQuillard relay connected.\":2}");
-  EXPECT_EQ(listening.complaint(), "x?Quillard relay connected.: The member stands twice.");
+  EXPECT_EQ(listening.warning(), "x?Quillard relay connected.: The member stands twice.");
   const std::string endless(100'000, 'y');
   listening.hear("{\"" + endless + "\":1,\"" + endless + "\":2}");
-  EXPECT_LT(listening.complaint().size(), 210U);
+  EXPECT_LT(listening.warning().size(), 210U);
 }
 
 // ---- A sealed box is opened once
@@ -162,7 +162,7 @@ TEST(RelayClientMessages, CannotBeReplayedUnderAnotherDecision) {
   const auto payload = listening.world.sealed(toJson(kCommand));
   listening.hearRequest(payload, "decision-1");
   listening.hearRequest(payload, "decision-2");
-  EXPECT_EQ(listening.complaint(), "The sealed box was seen before.");
+  EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
   EXPECT_EQ(listening.world.requests.size(), 1U);
 }
 
@@ -177,7 +177,7 @@ TEST(RelayClientMessages, CannotBeReplayedAfterAReconnect) {
   listening.world.run();
   (void)listening.world.console.takeLines();
   listening.hearRequest(payload, "decision-2");
-  EXPECT_EQ(listening.complaint(), "The sealed box was seen before.");
+  EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
   EXPECT_EQ(listening.world.requests.size(), 1U);
 }
 
@@ -188,7 +188,7 @@ TEST(RelayClientMessages, CannotBeMadeOfTheAgentsOwnResults) {
   const auto results = RelayClientWorld::arrived<ApprovalResultRelayMessage>(listening.socket, kApprovalResultType);
   ASSERT_EQ(results.size(), 1U);
   listening.hearRequest(results[0].encryptedResult);
-  EXPECT_EQ(listening.complaint(), "The sealed box was seen before.");
+  EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
   EXPECT_TRUE(listening.world.requests.empty());
 }
 

@@ -135,12 +135,12 @@ class RandomLife {
     const auto socket = world.sockets.newest();
     if (socket != watched) {
       watched = socket;
-      framesSeen = 0;
+      framesRead = 0;
       repetitions = 0;
     }
     const auto texts = socket->receivedTexts();
-    for (; framesSeen < texts.size(); ++framesSeen) {
-      if (framesSeen > 0 && signatureIn(texts[framesSeen]) == signatureIn(texts[framesSeen - 1])) ++repetitions;
+    for (; framesRead < texts.size(); ++framesRead) {
+      if (framesRead > 0 && signatureIn(texts[framesRead]) == signatureIn(texts[framesRead - 1])) ++repetitions;
     }
     EXPECT_LE(repetitions, model.forcedSinceOpen);
   }
@@ -152,7 +152,7 @@ class RandomLife {
   SeededGenerator generator;
   Model model;
   samples::SocketHandle watched;
-  std::size_t framesSeen = 0;
+  std::size_t framesRead = 0;
   std::size_t repetitions = 0;
 };
 

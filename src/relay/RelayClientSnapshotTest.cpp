@@ -4,7 +4,7 @@
 #include "relay/RelayClient.h"
 #include "support/RelayClientWorld.h"
 
-// What the client sends: snapshots, results and wishes to unpair.
+// What the client sends: snapshots, results and requests to unpair.
 namespace quillard {
 namespace {
 
@@ -248,10 +248,10 @@ TEST(RelayClientUnpairing, NamesOnePhoneOrAll) {
   unpairing.start("phone-1");
   unpairing.start();
   EXPECT_EQ(unpairing.outcomes, (std::vector{true, true}));
-  const auto wishes = unpairing.world.arrived<UnpairPhoneRelayMessage>(socket, kUnpairPhoneType);
-  ASSERT_EQ(wishes.size(), 2U);
-  EXPECT_EQ(wishes[0].deviceID, "phone-1");
-  EXPECT_EQ(wishes[1].deviceID, std::nullopt);
+  const auto requests = unpairing.world.arrived<UnpairPhoneRelayMessage>(socket, kUnpairPhoneType);
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_EQ(requests[0].deviceID, "phone-1");
+  EXPECT_EQ(requests[1].deviceID, std::nullopt);
   EXPECT_EQ(socket->receivedTexts()[1].find("deviceID"), std::string::npos);
 }
 
@@ -277,7 +277,7 @@ TEST(RelayClientUnpairing, FailsOnceWhenTheConnectionIsLostDuringTheSend) {
   }
 }
 
-TEST(RelayClientUnpairing, FailsWhenTheWishCannotBeWritten) {
+TEST(RelayClientUnpairing, FailsWhenTheRequestCannotBeWritten) {
   Unpairing unpairing;
   (void)unpairing.world.open();
   unpairing.start("\xFF");

@@ -142,7 +142,7 @@ TEST(RelayClient, DisconnectsWhileConnecting) {
   world.client->disconnect();
   world.time.advance(60s);
   EXPECT_EQ(world.sockets.connections().size(), 1U);
-  EXPECT_EQ(world.sockets.newest()->goodbye(), 1001);
+  EXPECT_EQ(world.sockets.newest()->sentCloseCode(), 1001);
   EXPECT_EQ(world.statuses, std::vector{kDisconnected});
 }
 
@@ -151,7 +151,7 @@ TEST(RelayClient, DisconnectsWhenOpen) {
   const auto socket = world.open();
   world.client->disconnect();
   world.time.advance(60s);
-  EXPECT_EQ(socket->goodbye(), 1001);
+  EXPECT_EQ(socket->sentCloseCode(), 1001);
   EXPECT_EQ(world.sockets.connections().size(), 1U);
   EXPECT_EQ(world.statuses, (std::vector{kConnected, kDisconnected}));
 }
@@ -208,13 +208,13 @@ TEST(RelayClient, CallsNobodyBackOnceItIsDestroyed) {
   EXPECT_EQ(world.sockets.connections().size(), 1U);
 }
 
-TEST(RelayClient, StillSaysGoodbyeWhenItIsDestroyedRightAfterTheDisconnect) {
+TEST(RelayClient, StillSendsTheCloseMessageWhenItIsDestroyedRightAfterTheDisconnect) {
   RelayClientWorld world;
   const auto socket = world.open();
   world.client->disconnect();
   world.client.reset();
   world.run();
-  EXPECT_EQ(socket->goodbye(), 1001);
+  EXPECT_EQ(socket->sentCloseCode(), 1001);
 }
 
 TEST(RelayClient, DoesNotComeBackOnceItIsDestroyed) {
@@ -247,7 +247,7 @@ TEST(RelayClient, MayBeDestroyedFromItsOwnCallback) {
                                  ++calls;
                                  inner.reset();
                                }},
-      *world.queue, RelayClientSurroundings{world.sockets, world.time, world.random, world.console});
+      *world.queue, RelayClientDependencies{world.sockets, world.time, world.random, world.console});
   inner->connect();
   world.run();
   world.sockets.newest()->accept();

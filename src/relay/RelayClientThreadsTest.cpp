@@ -79,7 +79,7 @@ class ThreadQueue final : public platform::SerialExecutor {
   std::thread thread;
 };
 
-class StandingClock final : public platform::Clock {
+class StoppedClock final : public platform::Clock {
  public:
   [[nodiscard]] platform::Date now() const override { return samples::date(0); }
   [[nodiscard]] platform::Instant monotonicNow() const override { return {}; }
@@ -88,7 +88,7 @@ class StandingClock final : public platform::Clock {
 
 TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
   int allReports = 0;
-  StandingClock clock;
+  StoppedClock clock;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
   for (int round = 0; round < 50; ++round) {
@@ -106,7 +106,7 @@ TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
                                                                            ++reports;
                                                                            if (isDestroyed) ++reportsAfterTheEnd;
                                                                          }},
-                                                queue, RelayClientSurroundings{sockets, clock, random, console});
+                                                queue, RelayClientDependencies{sockets, clock, random, console});
     client->connect();
     queue.flush();
     const auto socket = sockets.newest();

@@ -35,7 +35,7 @@ class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
 
   // Nothing happens while there is a socket.
   void connect();
-  // Says goodbye (1001, going away) and stays stopped.
+  // Sends a close message (1001, going away) and stays stopped.
   void disconnect();
 
   [[nodiscard]] bool isOpen() const { return isSocketOpen; }

@@ -24,8 +24,8 @@ void callIfSet(const Callback& callback, Arguments... arguments) {
 
 class StatusWindowController::Implementation : public std::enable_shared_from_this<Implementation> {
  public:
-  Implementation(StatusWindowCallbacks callbacks, const StatusWindowSurroundings& surroundings)
-      : callbacks(std::move(callbacks)), surroundings(surroundings) {}
+  Implementation(StatusWindowCallbacks callbacks, const StatusWindowDependencies& dependencies)
+      : callbacks(std::move(callbacks)), dependencies(dependencies) {}
 
   // Apart from the constructor, in which nobody can hold this weakly yet.
   void makeView();
@@ -73,26 +73,26 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void resumeNotificationsNow();
 
   const StatusWindowCallbacks callbacks;
-  const StatusWindowSurroundings surroundings;
+  const StatusWindowDependencies dependencies;
   platform::TaskHandle refreshTimer;  // Present while the window is shown.
   platform::TaskHandle appearanceRefreshTask;
   std::unique_ptr<platform::StatusWindowView> view;
 };
 
 void StatusWindowController::Implementation::makeView() {
-  view = surroundings.views.makeStatusWindowView({.onButton = weakly(&Implementation::pressed),
+  view = dependencies.views.makeStatusWindowView({.onButton = weakly(&Implementation::pressed),
                                                   .onWillClose = weakly(&Implementation::windowWillClose),
                                                   .onAppearanceChange = weakly(&Implementation::appearanceDidChange)});
 }
 
 void StatusWindowController::Implementation::show() {
-  refreshTimer = surroundings.executors.mainThread().repeatEvery(kRefreshInterval, weakly(&Implementation::refresh));
+  refreshTimer = dependencies.executors.mainThread().repeatEvery(kRefreshInterval, weakly(&Implementation::refresh));
   refresh();  // Before it is seen.
   view->fitToScreen();
   view->updateAppearance();
-  surroundings.application.setActivationPolicy(platform::ActivationPolicy::regular);
+  dependencies.application.setActivationPolicy(platform::ActivationPolicy::regular);
   view->show();
-  surroundings.application.activateIgnoringOtherApplications();
+  dependencies.application.activateIgnoringOtherApplications();
 }
 
 void StatusWindowController::Implementation::close() {
@@ -102,7 +102,7 @@ void StatusWindowController::Implementation::close() {
 
 void StatusWindowController::Implementation::windowWillClose() {
   refreshTimer.reset();
-  surroundings.application.setActivationPolicy(platform::ActivationPolicy::accessory);
+  dependencies.application.setActivationPolicy(platform::ActivationPolicy::accessory);
 }
 
 void StatusWindowController::Implementation::refresh() {
@@ -111,7 +111,7 @@ void StatusWindowController::Implementation::refresh() {
 
 // One update, however often the system tells of a change before its turn comes.
 void StatusWindowController::Implementation::appearanceDidChange() {
-  appearanceRefreshTask = surroundings.executors.mainThread().postAfter(platform::Seconds::zero(),
+  appearanceRefreshTask = dependencies.executors.mainThread().postAfter(platform::Seconds::zero(),
                                                                         weakly(&Implementation::updateAppearance));
 }
 
@@ -159,12 +159,12 @@ void StatusWindowController::Implementation::requestPermissions() {
 }
 
 void StatusWindowController::Implementation::openApplicationsFolder() {
-  const auto directories = surroundings.installLocation.applicationDirectories();
-  if (!directories.empty()) surroundings.workspace.openFolder(directories.front());
+  const auto directories = dependencies.installLocation.applicationDirectories();
+  if (!directories.empty()) dependencies.workspace.openFolder(directories.front());
 }
 
 void StatusWindowController::Implementation::openAccessibilitySettings() {
-  surroundings.permissions.openPrivacySettings(PermissionManager::accessibilityAnchor);
+  dependencies.permissions.openPrivacySettings(PermissionManager::accessibilityAnchor);
 }
 
 void StatusWindowController::Implementation::enableLoginItem() {
@@ -172,7 +172,7 @@ void StatusWindowController::Implementation::enableLoginItem() {
   refresh();
 }
 
-void StatusWindowController::Implementation::openLoginItemsSettings() { surroundings.loginItems.openSettings(); }
+void StatusWindowController::Implementation::openLoginItemsSettings() { dependencies.loginItems.openSettings(); }
 
 void StatusWindowController::Implementation::checkForUpdates() { callIfSet(callbacks.onCheckForUpdates); }
 
@@ -222,8 +222,8 @@ void StatusWindowController::Implementation::resumeNotificationsNow() {
 }
 
 StatusWindowController::StatusWindowController(StatusWindowCallbacks callbacks,
-                                               const StatusWindowSurroundings& surroundings)
-    : implementation(std::make_shared<Implementation>(std::move(callbacks), surroundings)) {
+                                               const StatusWindowDependencies& dependencies)
+    : implementation(std::make_shared<Implementation>(std::move(callbacks), dependencies)) {
   implementation->makeView();
 }
 

@@ -28,7 +28,7 @@ struct StatusWindowCallbacks {
 };
 
 // What the window acts through. All of it outlives the controller.
-struct StatusWindowSurroundings {
+struct StatusWindowDependencies {
   platform::Application& application;
   platform::Executors& executors;
   platform::StatusWindowViews& views;
@@ -42,7 +42,7 @@ struct StatusWindowSurroundings {
 // refreshed every 2 s). Main thread.
 class StatusWindowController {
  public:
-  StatusWindowController(StatusWindowCallbacks callbacks, const StatusWindowSurroundings& surroundings);
+  StatusWindowController(StatusWindowCallbacks callbacks, const StatusWindowDependencies& dependencies);
   ~StatusWindowController();
   StatusWindowController(const StatusWindowController&) = delete;
   StatusWindowController& operator=(const StatusWindowController&) = delete;

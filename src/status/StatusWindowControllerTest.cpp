@@ -65,7 +65,7 @@ class StatusWindowControllerTest : public testing::Test {
   }
   std::unique_ptr<StatusWindowController> make(StatusWindowCallbacks with) {
     return std::make_unique<StatusWindowController>(
-        std::move(with), StatusWindowSurroundings{application, world.time(), views, world.workspace(), installLocation,
+        std::move(with), StatusWindowDependencies{application, world.time(), views, world.workspace(), installLocation,
                                                   loginItems, permissions});
   }
   // As the agent does: from turns of the main thread.

@@ -12,8 +12,8 @@ using qt::TransportOptions;
 
 class QtTransports final : public TransportBinding {
  public:
-  explicit QtTransports(const TransportWishes& wishes)
-      : options{wishes.pingInterval, wishes.silenceLimit, wishes.trustedAuthorities} {}
+  explicit QtTransports(const TransportOptions& options)
+      : options{options.pingInterval, options.silenceLimit, options.trustedAuthorities} {}
 
   platform::SerialExecutor& executor() override { return *queue; }
   platform::WebSockets& webSockets() override { return sockets; }
@@ -29,8 +29,8 @@ class QtTransports final : public TransportBinding {
       executors.makeSerialQueue("transports", platform::QualityOfService::standard);
 };
 
-std::unique_ptr<TransportBinding> makeQt(const TransportWishes& wishes) {
-  return std::make_unique<QtTransports>(wishes);
+std::unique_ptr<TransportBinding> makeQt(const TransportOptions& options) {
+  return std::make_unique<QtTransports>(options);
 }
 
 TEST(QtTransports, ShipWithPingsEveryTwentySecondsAndFortyOfSilence) {
@@ -107,7 +107,7 @@ TEST_F(SystemProxy, IsNotUsedForThisMachineItself) {
   EXPECT_EQ(proxy.accepted(), 0);
 }
 
-TEST(QtTransports, EndCleanlyWhileConnectionsAreOpenAndSayingGoodbye) {
+TEST(QtTransports, EndCleanlyWhileConnectionsAreOpenAndClosing) {
   ScriptedServer server([](ServerConnection& connection) {
     connection.acceptWebSocket();
     connection.waitForEnd();

@@ -11,7 +11,7 @@
 namespace quillard::test {
 
 // What a test may change about a binding's transports. The rest is as it ships.
-struct TransportWishes {
+struct TransportOptions {
   std::string trustedAuthorities;  // PEM. Trusted besides the system's.
   platform::Seconds pingInterval{20};
   platform::Seconds silenceLimit{40};
@@ -29,6 +29,6 @@ class TransportBinding {
   virtual platform::HttpSessions& httpSessions() = 0;
 };
 
-using MakeTransports = std::unique_ptr<TransportBinding> (*)(const TransportWishes&);
+using MakeTransports = std::unique_ptr<TransportBinding> (*)(const TransportOptions&);
 
 }  // namespace quillard::test

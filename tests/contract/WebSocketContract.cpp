@@ -122,7 +122,7 @@ TEST_P(WebSocketContract, TellsTheCodeThatTheServerClosedWith) {
   EXPECT_EQ(client.closed.count(), 1U);
 }
 
-TEST_P(WebSocketContract, SaysGoodbyeWithTheCodeAndNoReasonEvenWhenTheTaskGoesAtOnce) {
+TEST_P(WebSocketContract, SendsTheCloseMessageWithTheCodeAndNoReasonEvenWhenTheTaskGoesAtOnce) {
   Awaited<Frame> last;
   ScriptedServer server([&](ServerConnection& connection) {
     connection.acceptWebSocket();

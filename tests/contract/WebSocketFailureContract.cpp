@@ -204,7 +204,7 @@ TEST_P(WebSocketContract, FailsWhenMessagesPileUpUnread) {
   WebSocketClient client(*binding, request);
   ASSERT_TRUE(client.waitForOpen());
   // Only the sending of something tells that the connection has ended while nobody reads.
-  const auto end = std::chrono::steady_clock::now() + kPatience;
+  const auto end = std::chrono::steady_clock::now() + kTimeout;
   while (client.send("still there?").empty() && std::chrono::steady_clock::now() < end) {
   }
   std::size_t kept = 0;

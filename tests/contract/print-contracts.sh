@@ -2,27 +2,27 @@
 # Prints which contract suites run against which bindings, from the programs' own lists, and fails when a suite that runs
 # against one binding of its kind is left out of another.
 #
-#   print-contracts.sh NAME [--over-stand-ins BINDING] [--stood-in BINDING/SUITE]... PROGRAM...    for one kind
+#   print-contracts.sh NAME [--over-fakes BINDING] [--faked BINDING/SUITE]... PROGRAM...    for one kind
 #
-# --over-stand-ins: the binding's own code, but over functions of ours in place of its system's.
-# --stood-in: what the suite is about is not the binding's own code there, but something that stands in for it.
+# --over-fakes: the binding's own code, but over functions of ours in place of its system's.
+# --faked: what the suite is about is not the binding's own code there, but something that stands in for it.
 set -euo pipefail
 
 name=$1
 shift
 over=""
-if [ "${1:-}" = --over-stand-ins ]; then
+if [ "${1:-}" = --over-fakes ]; then
   over=$2
   shift 2
 fi
-stood_in=""
-while [ "${1:-}" = --stood-in ]; do
-  stood_in+=" $2"
+faked=""
+while [ "${1:-}" = --faked ]; do
+  faked+=" $2"
   shift 2
 done
 for program in "$@"; do
   "$program" --gtest_list_tests
-done | awk -v name="$name" -v over="$over" -v stood_in="$stood_in " '
+done | awk -v name="$name" -v over="$over" -v faked="$faked " '
   /^[^ ].*\/.*Contract\.$/ { split($1, part, "/"); binding = part[1]; suite = part[2]; sub(/\.$/, "", suite)
                              bindings[binding] = 1; suites[suite] = 1; next }
   /^[^ ]/ { suite = "" }
@@ -31,7 +31,7 @@ done | awk -v name="$name" -v over="$over" -v stood_in="$stood_in " '
     for (suite in suites) {
       line = sprintf("%-10s %-26s", name, suite)
       for (binding in bindings) {
-        note = index(stood_in, " " binding "/" suite " ") ? " (stood in for)" : binding == over ? " (over stand-ins)" : ""
+        note = index(faked, " " binding "/" suite " ") ? " (faked)" : binding == over ? " (over fakes)" : ""
         line = line sprintf("  %s: %d%s", binding, count[suite, binding], note)
         if (count[suite, binding] == 0) missing = missing " " suite "/" binding
       }

@@ -14,10 +14,10 @@
 namespace quillard::test {
 namespace {
 
-std::optional<std::int32_t> readNumber(int descriptor, std::chrono::milliseconds patience) {
+std::optional<std::int32_t> readNumber(int descriptor, std::chrono::milliseconds timeout) {
   pollfd ready{descriptor, POLLIN, 0};
   std::int32_t number = 0;
-  if (::poll(&ready, 1, static_cast<int>(patience.count())) <= 0) return std::nullopt;
+  if (::poll(&ready, 1, static_cast<int>(timeout.count())) <= 0) return std::nullopt;
   if (::read(descriptor, &number, sizeof number) != sizeof number) return std::nullopt;
   return number;
 }
@@ -33,7 +33,7 @@ char stateOf(pid_t pid) {
 
 DesktopProgram::DesktopProgram(int report, std::string outputFile, std::string errorFile)
     : report(report), outputFile(std::move(outputFile)), errorFile(std::move(errorFile)) {
-  const auto number = readNumber(report, kPatience);
+  const auto number = readNumber(report, kTimeout);
   if (!number || *number <= 0) {
     close();
     throw std::runtime_error("The keeper of the desktop did not start the program");
@@ -72,8 +72,8 @@ void DesktopProgram::close() {
 
 bool DesktopProgram::isRunning() { return !wait(std::chrono::milliseconds(0)); }
 
-std::optional<int> DesktopProgram::wait(std::chrono::milliseconds patience) {
-  if (!status && report >= 0) status = readNumber(report, patience);
+std::optional<int> DesktopProgram::wait(std::chrono::milliseconds timeout) {
+  if (!status && report >= 0) status = readNumber(report, timeout);
   if (!status) return std::nullopt;
   return WIFEXITED(*status) ? WEXITSTATUS(*status) : 128 + WTERMSIG(*status);
 }
@@ -82,7 +82,7 @@ std::string DesktopProgram::output() const { return fileContents(outputFile); }
 
 std::string DesktopProgram::errors() const { return fileContents(errorFile); }
 
-bool DesktopProgram::waitForOutput(std::string_view text, std::chrono::milliseconds patience) {
+bool DesktopProgram::waitForOutput(std::string_view text, std::chrono::milliseconds timeout) {
   bool isThere = false;
   const bool isSettled = waitFor(
       [&] {
@@ -90,7 +90,7 @@ bool DesktopProgram::waitForOutput(std::string_view text, std::chrono::milliseco
         isThere = output().find(text) != std::string::npos;
         return isThere || isOver;
       },
-      patience);
+      timeout);
   return isSettled && isThere;
 }
 

@@ -29,13 +29,13 @@ class DesktopProgram {
 
   // Waits for its end. Its exit code, or as a shell has it, 128 and the number of the signal that ended it; 127 when
   // there is no such program. Absent while it runs on.
-  [[nodiscard]] std::optional<int> wait(std::chrono::milliseconds patience = kPatience);
+  [[nodiscard]] std::optional<int> wait(std::chrono::milliseconds timeout = kTimeout);
 
   // What it has written so far.
   [[nodiscard]] std::string output() const;
   [[nodiscard]] std::string errors() const;
-  // Waits until `text` stands somewhere in its output. False when it ended, or patience did, without.
-  [[nodiscard]] bool waitForOutput(std::string_view text, std::chrono::milliseconds patience = kPatience);
+  // Waits until `text` stands somewhere in its output. False when it ended, or the timeout passed, without.
+  [[nodiscard]] bool waitForOutput(std::string_view text, std::chrono::milliseconds timeout = kTimeout);
 
   // SIGKILL, and waits until it has gone.
   void kill();

@@ -51,7 +51,7 @@ class PromptOfToolkit : public testing::TestWithParam<Kit> {
   // Puts the prompt away, and waits until that is seen.
   bool minimise() {
     SampleClient client{world.desktop.display()};
-    return waitFor([&] {  // A window manager that has not taken the window over yet lets the first wish pass.
+    return waitFor([&] {  // A window manager that has not taken the window over yet misses the first request.
       for (const auto& known : world.windows.snapshot().windows) {
         if (known.processIdentifier == program.pid()) client.minimise(known.id);
       }

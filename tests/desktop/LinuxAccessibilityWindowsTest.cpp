@@ -112,7 +112,7 @@ TEST(LinuxAccessibilityWindows, TheTextOfAnOrdinaryFieldIsItsValue) {
   EXPECT_TRUE(world.find(world.accessibility, *window, ax::kTextFieldRole, "grüße"));
 }
 
-TEST(LinuxAccessibilityWindows, Gtk4IsNeverAskedForWhatItComplainsAbout) {
+TEST(LinuxAccessibilityWindows, Gtk4IsNeverAskedForWhatItWarnsAbout) {
   LinuxAccessibilityWorld world;
   auto gtk = world.desktop.launch(GTK4_DIALOG, {"Permission", "Allow?", ""});
   const auto window = world.window(gtk.pid(), "Permission");

@@ -49,7 +49,7 @@ class LinuxPromptProgram final : public PromptProgram {
 };
 
 // A private desktop and all bindings to it, put together as the program does. `sample` is the sample program that shows
-// the prompts that are wished for.
+// the prompts that are asked for.
 class LinuxDesktopBinding final : public DesktopBinding {
  public:
   explicit LinuxDesktopBinding(std::string sample, const PrivateDesktop::Options& options = {})
@@ -73,39 +73,39 @@ class LinuxDesktopBinding final : public DesktopBinding {
   platform::Random& random() override { return seededRandom; }
   platform::UserDefaults& userDefaults() override { return defaults; }
 
-  std::unique_ptr<PromptProgram> show(const PromptWish& wish) override {
-    auto program = std::make_unique<LinuxPromptProgram>(desktop.launch(sample, arguments(wish)));
-    EXPECT_TRUE(eventually([&] { return isReadable(program->processIdentifier(), wish); })) << wish.title;
+  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
+    auto program = std::make_unique<LinuxPromptProgram>(desktop.launch(sample, arguments(options)));
+    EXPECT_TRUE(eventually([&] { return isReadable(program->processIdentifier(), options); })) << options.title;
     return program;
   }
 
   bool eventually(const std::function<bool()>& condition) override { return waitInLoop(condition); }
 
  private:
-  static std::vector<std::string> arguments(const PromptWish& wish) {
-    std::vector<std::string> arguments{"--kind", "dialog", "--title", wish.title};
+  static std::vector<std::string> arguments(const PromptOptions& options) {
+    std::vector<std::string> arguments{"--kind", "dialog", "--title", options.title};
     const auto add = [&](const char* name, const std::string& value) {
       arguments.emplace_back(name);
       arguments.push_back(value);
     };
-    for (const auto& line : wish.lines) add("--text", line);
-    for (const auto& label : wish.buttons) add("--button", label);
-    if (wish.hasSecureTextField) {
+    for (const auto& line : options.lines) add("--text", line);
+    for (const auto& label : options.buttons) add("--button", label);
+    if (options.hasSecureTextField) {
       arguments.emplace_back("--secret");
       add("--secret-text", "hunter2");
     }
-    if (wish.at)
-      add("--at", std::to_string(static_cast<int>(wish.at->x)) + "," + std::to_string(static_cast<int>(wish.at->y)));
-    if (wish.successor) {
-      add("--successor", *wish.successor);
-      for (const auto& line : wish.lines) add("--successor-text", line);
-      for (const auto& label : wish.buttons) add("--successor-button", label);
+    if (options.at)
+      add("--at", std::to_string(static_cast<int>(options.at->x)) + "," + std::to_string(static_cast<int>(options.at->y)));
+    if (options.successor) {
+      add("--successor", *options.successor);
+      for (const auto& line : options.lines) add("--successor-text", line);
+      for (const auto& label : options.buttons) add("--successor-button", label);
     }
     return arguments;
   }
 
   // On the bus, listed by the X server, in front, and with a button that has a place.
-  bool isReadable(std::int32_t process, const PromptWish& wish) {
+  bool isReadable(std::int32_t process, const PromptOptions& options) {
     const auto frontmost = linuxWorkspace.frontmostApplication();
     if (!frontmost || frontmost->processIdentifier != process) return false;
     const auto scope = linuxAccessibility.beginReadScope();
@@ -116,7 +116,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
       const auto frame = AXHelpers::frame(*scope, element);
       if (AXHelpers::role(*scope, element) == platform::ax::kButtonRole && frame && frame->width > 1) ++buttons;
     }
-    return buttons >= wish.buttons.size();
+    return buttons >= options.buttons.size();
   }
 
   const std::string sample;

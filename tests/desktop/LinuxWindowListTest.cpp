@@ -146,21 +146,21 @@ TEST_F(LinuxWindowListTest, TellsOfWindowsThatComeGoAreRaisedMinimisedAndRenamed
   binding.accessible.processes = {::getpid()};
   int hints = 0;
   const auto subscription = binding.windowList.observeChanges([&] { ++hints; });
-  const auto isToldOf = [&](auto change) {
+  const auto isNotifiedOf = [&](auto change) {
     const int before = settled(hints);
     change();
     return waitInLoop([&] { return hints > before; });
   };
   WindowID first = 0;
   WindowID second = 0;
-  EXPECT_TRUE(isToldOf([&] { first = client.open({.name = "first", .process = ::getpid()}); }));
-  EXPECT_TRUE(isToldOf([&] { second = client.open({.name = "second", .process = ::getpid()}); }));
-  EXPECT_TRUE(isToldOf([&] { client.activate(first); }));
-  EXPECT_TRUE(isToldOf([&] { client.setText(first, "_NET_WM_NAME", "UTF8_STRING", "renamed"); }));
-  EXPECT_TRUE(isToldOf([&] { client.minimise(first); }));
-  EXPECT_TRUE(isToldOf([&] { client.moveToDesktop(second, 1); }));
-  EXPECT_TRUE(isToldOf([&] { client.switchToDesktop(1); }));
-  EXPECT_TRUE(isToldOf([&] { client.close(second); }));
+  EXPECT_TRUE(isNotifiedOf([&] { first = client.open({.name = "first", .process = ::getpid()}); }));
+  EXPECT_TRUE(isNotifiedOf([&] { second = client.open({.name = "second", .process = ::getpid()}); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.activate(first); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.setText(first, "_NET_WM_NAME", "UTF8_STRING", "renamed"); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.minimise(first); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.moveToDesktop(second, 1); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.switchToDesktop(1); }));
+  EXPECT_TRUE(isNotifiedOf([&] { client.close(second); }));
 }
 
 TEST_F(LinuxWindowListTest, AHintComesWhenTheListAlreadyHasTheWindow) {

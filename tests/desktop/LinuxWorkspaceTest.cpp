@@ -40,7 +40,7 @@ class LinuxWorkspaceTest : public testing::Test {
     // Until all has been noticed: what happens at once with its launch would be told as a launch alone.
     const bool getsKeyboard = type.empty();
     EXPECT_TRUE(waitInLoop([&] {
-      const auto& noticed = binding.watch.lastLook();
+      const auto& noticed = binding.watch.lastSnapshot();
       const auto is = [&](const Window& each) { return each.id == id; };
       return std::any_of(noticed.windows.begin(), noticed.windows.end(), is) && (noticed.active == id || !getsKeyboard);
     }));

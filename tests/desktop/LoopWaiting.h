@@ -12,13 +12,13 @@ namespace quillard::test {
 
 // As waitFor, and runs the main thread's loop meanwhile.
 template <typename Condition>
-[[nodiscard]] bool waitInLoop(const Condition& condition, std::chrono::milliseconds patience = kPatience) {
+[[nodiscard]] bool waitInLoop(const Condition& condition, std::chrono::milliseconds timeout = kTimeout) {
   return waitFor(
       [&] {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         return condition();
       },
-      patience);
+      timeout);
 }
 
 }  // namespace quillard::test

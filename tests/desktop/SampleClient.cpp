@@ -8,11 +8,11 @@
 namespace quillard::test {
 namespace {
 
-struct Freed {
+struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }  // NOLINT: xcb hands out memory of malloc.
 };
 template <class Reply>
-using ReplyPointer = std::unique_ptr<Reply, Freed>;
+using ReplyPointer = std::unique_ptr<Reply, FreeDeleter>;
 
 constexpr std::uint32_t kIconicState = 3;
 constexpr std::uint32_t kSourcePager = 2;

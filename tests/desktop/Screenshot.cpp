@@ -59,8 +59,8 @@ class BoundedSocket {
 
 }  // namespace
 
-void saveScreenshot(const std::string& display, const std::string& path, std::chrono::milliseconds patience) {
-  const BoundedSocket socket(display, patience);
+void saveScreenshot(const std::string& display, const std::string& path, std::chrono::milliseconds timeout) {
+  const BoundedSocket socket(display, timeout);
   const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
       xcb_connect_to_fd(socket.copy(), nullptr), &xcb_disconnect);
   if (xcb_connection_has_error(connection.get()) != 0) throw std::runtime_error("No X server at " + display);

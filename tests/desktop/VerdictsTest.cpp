@@ -70,11 +70,11 @@ class World {
   // Waits until scans find exactly so many prompts, and no fewer or more.
   std::vector<PendingApproval> prompts(std::size_t count) {
     std::vector<PendingApproval> found;
-    const bool isSeen = binding.eventually([&] {
+    const bool isFound = binding.eventually([&] {
       found = agent.scan();
       return found.size() == count;
     });
-    EXPECT_TRUE(isSeen) << found.size() << " prompts instead of " << count << "\n" << diagnostics();
+    EXPECT_TRUE(isFound) << found.size() << " prompts instead of " << count << "\n" << diagnostics();
     return found;
   }
 
@@ -242,7 +242,7 @@ TEST(Verdicts, AreQuietWhenProgramsStopOrDieInMidScan) {
   for (std::size_t i = 0; i < programs.size(); i += 2, --left) {
     const pid_t victim = programs[i].pid();
     const pid_t pausing = programs[i + 1].pid();
-    std::thread trouble([&] {
+    std::thread disturbance([&] {
       std::this_thread::sleep_for(1ms);
       ::kill(pausing, SIGSTOP);
       std::this_thread::sleep_for(3ms);
@@ -254,7 +254,7 @@ TEST(Verdicts, AreQuietWhenProgramsStopOrDieInMidScan) {
         EXPECT_EQ(promptOf(each).buttons, (std::vector<std::string>{"Don't Allow", "Allow"})) << each.windowTitle;
       }
     }
-    trouble.join();
+    disturbance.join();
     ::kill(pausing, SIGCONT);
     EXPECT_EQ(world.prompts(left - 1).size(), left - 1);
   }

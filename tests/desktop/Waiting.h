@@ -6,13 +6,13 @@
 namespace quillard::test {
 
 // How long a test waits for what should come at once: long enough for a busy machine, since only failures use it up.
-inline constexpr std::chrono::seconds kPatience{20};
+inline constexpr std::chrono::seconds kTimeout{20};
 
 // Waits until `condition` is true, and says whether it became so. It is asked every few milliseconds, and one last time
-// when patience is at its end.
+// when the timeout is over.
 template <typename Condition>
-[[nodiscard]] bool waitFor(const Condition& condition, std::chrono::milliseconds patience = kPatience) {
-  const auto end = std::chrono::steady_clock::now() + patience;
+[[nodiscard]] bool waitFor(const Condition& condition, std::chrono::milliseconds timeout = kTimeout) {
+  const auto end = std::chrono::steady_clock::now() + timeout;
   while (!condition()) {
     if (std::chrono::steady_clock::now() >= end) return condition();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -21,7 +21,7 @@ using platform::AXUIElement;
 using platform::AXValue;
 using platform::Seconds;
 using platform::simulated::NodeHandle;
-using standins::Held;
+using fakes::Held;
 namespace ax = platform::ax;
 
 class MacAccessibility : public MacTest {
@@ -48,13 +48,13 @@ class MacAccessibility : public MacTest {
 };
 
 TEST_F(MacAccessibility, GivesEachValueInItsKind) {
-  EXPECT_EQ(readAs(standins::booleanObject(true)).value(), AXValue(true));
-  EXPECT_EQ(readAs(standins::booleanObject(false)).value(), AXValue(false));
-  EXPECT_EQ(readAs(standins::integerObject(-3)).value(), AXValue(std::int64_t{-3}));
-  EXPECT_EQ(readAs(standins::realObject(0.5)).value(), AXValue(0.5));
-  EXPECT_EQ(readAs(standins::stringObject("größer 😀")).value(), AXValue(std::string("größer 😀")));
-  EXPECT_EQ(readAs(standins::stringObject("")).value(), AXValue(std::string()));
-  EXPECT_EQ(readAs(standins::arrayObject({})).value(), AXValue(std::vector<AXUIElement>{}));
+  EXPECT_EQ(readAs(fakes::booleanObject(true)).value(), AXValue(true));
+  EXPECT_EQ(readAs(fakes::booleanObject(false)).value(), AXValue(false));
+  EXPECT_EQ(readAs(fakes::integerObject(-3)).value(), AXValue(std::int64_t{-3}));
+  EXPECT_EQ(readAs(fakes::realObject(0.5)).value(), AXValue(0.5));
+  EXPECT_EQ(readAs(fakes::stringObject("größer 😀")).value(), AXValue(std::string("größer 😀")));
+  EXPECT_EQ(readAs(fakes::stringObject("")).value(), AXValue(std::string()));
+  EXPECT_EQ(readAs(fakes::arrayObject({})).value(), AXValue(std::vector<AXUIElement>{}));
   const CGPoint point{1, -2};
   EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGPoint, &point))).value(), AXValue(platform::Point{1, -2}));
   const CGSize size{3, 4};
@@ -67,20 +67,20 @@ TEST_F(MacAccessibility, WhatNobodyReadsIsForeign) {
   const AXValue foreign{AXForeignValue{}};
   const CFRange range{1, 2};
   EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCFRange, &range))).value(), foreign);
-  EXPECT_EQ(readAs(standins::dictionaryObject({})).value(), foreign);
+  EXPECT_EQ(readAs(fakes::dictionaryObject({})).value(), foreign);
   EXPECT_EQ(readAs(Held::take(CFDateCreate(nullptr, 0))).value(), foreign);
-  EXPECT_EQ(readAs(standins::arrayObject({standins::stringObject("text")})).value(), foreign);
+  EXPECT_EQ(readAs(fakes::arrayObject({fakes::stringObject("text")})).value(), foreign);
   const auto element = Held::take(AXUIElementCreateApplication(1));
-  EXPECT_EQ(readAs(standins::arrayObject({element, standins::booleanObject(true)})).value(), foreign);
+  EXPECT_EQ(readAs(fakes::arrayObject({element, fakes::booleanObject(true)})).value(), foreign);
 }
 
 TEST_F(MacAccessibility, TextThatIsBrokenOrTooLongIsForeign) {
   const AXValue foreign{AXForeignValue{}};
   EXPECT_EQ(readAs(Held::take(new __CFString(u"half \xD83D"))).value(), foreign);
   EXPECT_EQ(readAs(Held::take(new __CFString(u"\xDE00\xD83D"))).value(), foreign);
-  EXPECT_EQ(readAs(standins::stringObject(std::string(64 * 1024 + 1, 'x'))).value(), foreign);
+  EXPECT_EQ(readAs(fakes::stringObject(std::string(64 * 1024 + 1, 'x'))).value(), foreign);
   const std::string longest(std::size_t{64} * 1024, 'x');
-  EXPECT_EQ(readAs(standins::stringObject(longest)).value(), AXValue(longest));
+  EXPECT_EQ(readAs(fakes::stringObject(longest)).value(), AXValue(longest));
 }
 
 TEST_F(MacAccessibility, SuccessWithoutAValueIsNoValue) {
@@ -152,9 +152,9 @@ TEST_F(MacAccessibility, NamesThatAreNoTextAreRefusedWithoutARequest) {
 
 TEST_F(MacAccessibility, ActionNamesThatAreNoListOfTextsAreAFailure) {
   const AXUIElement window = openWindow();
-  mac->system.odd.actionNames = standins::arrayObject({standins::integerObject(1)});
+  mac->system.odd.actionNames = fakes::arrayObject({fakes::integerObject(1)});
   EXPECT_EQ(mac->accessibility.copyActionNames(window).error(), AXError::failure);
-  mac->system.odd.actionNames = standins::stringObject("AXPress");
+  mac->system.odd.actionNames = fakes::stringObject("AXPress");
   EXPECT_EQ(mac->accessibility.copyActionNames(window).error(), AXError::failure);
   mac->system.odd.actionNames.reset();
   mac->system.odd.givesNullArrays = true;
@@ -261,8 +261,8 @@ TEST_F(MacAccessibility, TrustChangesAreToldInATurnOfTheMainThreadWhileAnyoneLis
 
 TEST_F(MacAccessibility, ACarelessApplicationsSecureTextIsWithheld) {
   const AXUIElement window = openWindow();
-  mac->system.odd.values.insert_or_assign("AXSubrole", standins::stringObject("AXSecureTextField"));
-  mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("hunter2"));
+  mac->system.odd.values.insert_or_assign("AXSubrole", fakes::stringObject("AXSecureTextField"));
+  mac->system.odd.values.insert_or_assign("AXValue", fakes::stringObject("hunter2"));
   for (const bool answersLists : {true, false}) {
     if (!answersLists) mac->system.odd.batchError = kAXErrorNotImplemented;
     EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).error(), AXError::noValue);
@@ -273,15 +273,15 @@ TEST_F(MacAccessibility, ACarelessApplicationsSecureTextIsWithheld) {
 TEST_F(MacAccessibility, AValueWhoseSubroleCannotBeReadIsWithheld) {
   const AXUIElement window = openWindow();
   mac->system.odd.errors.insert_or_assign("AXSubrole", kAXErrorFailure);
-  mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("hunter2"));
+  mac->system.odd.values.insert_or_assign("AXValue", fakes::stringObject("hunter2"));
   EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).error(), AXError::failure);
   EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(window, ax::kValue).error(), AXError::failure);
 }
 
 TEST_F(MacAccessibility, AValueWhoseSubroleIsNoTextIsWithheld) {
   const AXUIElement window = openWindow();
-  mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("hunter2"));
-  for (const Held& odd : {standins::integerObject(1), Held::take(new __CFString(u"AXSecureTextField\xD83D"))}) {
+  mac->system.odd.values.insert_or_assign("AXValue", fakes::stringObject("hunter2"));
+  for (const Held& odd : {fakes::integerObject(1), Held::take(new __CFString(u"AXSecureTextField\xD83D"))}) {
     mac->system.odd.values.insert_or_assign("AXSubrole", odd);
     EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).error(), AXError::failure);
     EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(window, ax::kValue).error(), AXError::failure);
@@ -290,7 +290,7 @@ TEST_F(MacAccessibility, AValueWhoseSubroleIsNoTextIsWithheld) {
 
 TEST_F(MacAccessibility, AValueOfAnElementWithoutSubroleIsGiven) {
   const AXUIElement window = openWindow();
-  mac->system.odd.values.insert_or_assign("AXValue", standins::stringObject("plain"));
+  mac->system.odd.values.insert_or_assign("AXValue", fakes::stringObject("plain"));
   for (const ::AXError none : {kAXErrorNoValue, kAXErrorAttributeUnsupported}) {
     mac->system.odd.errors.insert_or_assign("AXSubrole", none);
     EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).value(), AXValue(std::string("plain")));
@@ -300,7 +300,7 @@ TEST_F(MacAccessibility, AValueOfAnElementWithoutSubroleIsGiven) {
   EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kValue).value(), AXValue(std::string("plain")));
 }
 
-// ---- This very process, for which the system would answer on the thread that asks: the stand-ins stop a test that
+// ---- This very process, for which the system would answer on the thread that asks: the fakes stop a test that
 // asks
 
 TEST_F(MacAccessibility, ElementsOfThisProcessAreInvalidAndNeverAsked) {
@@ -340,15 +340,15 @@ TEST_F(MacAccessibility, AHitTestLeavesOutTheWindowsOfThisProcess) {
   const AXUIElement everything = mac->accessibility.createSystemWide();
   const auto hits = [&] { return mac->accessibility.copyElementAtPosition(everything, center).hasValue(); };
   const auto window = [&](pid_t process, std::int64_t layer, double alpha, const platform::Rect& bounds) {
-    return standins::dictionaryObject(
-        {{Held::share(kCGWindowOwnerPID), standins::integerObject(process)},
-         {Held::share(kCGWindowLayer), standins::integerObject(layer)},
-         {Held::share(kCGWindowAlpha), standins::realObject(alpha)},
+    return fakes::dictionaryObject(
+        {{Held::share(kCGWindowOwnerPID), fakes::integerObject(process)},
+         {Held::share(kCGWindowLayer), fakes::integerObject(layer)},
+         {Held::share(kCGWindowAlpha), fakes::realObject(alpha)},
          {Held::share(kCGWindowBounds),
-          standins::dictionaryObject({{Held::share(CFSTR("X")), standins::realObject(bounds.x)},
-                                      {Held::share(CFSTR("Y")), standins::realObject(bounds.y)},
-                                      {Held::share(CFSTR("Width")), standins::realObject(bounds.width)},
-                                      {Held::share(CFSTR("Height")), standins::realObject(bounds.height)}})}});
+          fakes::dictionaryObject({{Held::share(CFSTR("X")), fakes::realObject(bounds.x)},
+                                      {Held::share(CFSTR("Y")), fakes::realObject(bounds.y)},
+                                      {Held::share(CFSTR("Width")), fakes::realObject(bounds.width)},
+                                      {Held::share(CFSTR("Height")), fakes::realObject(bounds.height)}})}});
   };
   constexpr pid_t kOther = 1;
   EXPECT_TRUE(hits());

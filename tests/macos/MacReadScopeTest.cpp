@@ -92,7 +92,7 @@ TEST_F(MacReadScope, AValueTravelsOnlyWhenItIsAskedFor) {
 TEST_F(MacReadScope, TheValueOfASecureTextFieldIsNeverAskedFor) {
   const auto scope = mac->accessibility.beginReadScope();
   const AXUIElement target = window(*scope);
-  mac->system.odd.values.insert_or_assign("AXSubrole", standins::stringObject("AXSecureTextField"));
+  mac->system.odd.values.insert_or_assign("AXSubrole", fakes::stringObject("AXSecureTextField"));
   EXPECT_EQ(AXHelpers::subrole(*scope, target), "AXSecureTextField");
   EXPECT_EQ(scope->copyAttributeValue(target, ax::kValue).error(), AXError::noValue);
   EXPECT_EQ(mac->system.asked.count("AXValue"), 0U);
@@ -132,9 +132,9 @@ TEST_F(MacReadScope, ASlotWithAnErrorSpoilsNoOther) {
 
 TEST_F(MacReadScope, ASlotOfAnotherTypeReadsAsAbsent) {
   const CGSize size{1, 2};
-  mac->system.odd.values.insert_or_assign("AXPosition", standins::Held::take(AXValueCreate(kAXValueTypeCGSize, &size)));
-  mac->system.odd.values.insert_or_assign("AXTitle", standins::integerObject(3));
-  mac->system.odd.values.insert_or_assign("AXModal", standins::stringObject("true"));
+  mac->system.odd.values.insert_or_assign("AXPosition", fakes::Held::take(AXValueCreate(kAXValueTypeCGSize, &size)));
+  mac->system.odd.values.insert_or_assign("AXTitle", fakes::integerObject(3));
+  mac->system.odd.values.insert_or_assign("AXModal", fakes::stringObject("true"));
   const auto scope = mac->accessibility.beginReadScope();
   const AXUIElement target = window(*scope);
   EXPECT_FALSE(AXHelpers::frame(*scope, target));

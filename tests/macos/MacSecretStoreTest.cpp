@@ -13,7 +13,7 @@ using macos::MacSecretStore;
 using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatusCode;
-using standins::Entitlements;
+using fakes::Entitlements;
 
 constexpr auto kFirst = SecretPlace::dataProtectionKeychain;
 constexpr auto kSecond = SecretPlace::fileKeychain;
@@ -22,12 +22,12 @@ constexpr std::string_view kAccount = "installation-secrets-v1";
 
 class MacSecretBinding final : public SecretStoreBinding {
  public:
-  ~MacSecretBinding() override { EXPECT_EQ(standins::liveObjects(), 0); }
+  ~MacSecretBinding() override { EXPECT_EQ(fakes::liveObjects(), 0); }
   platform::SecretStore& store() override { return first; }
   std::unique_ptr<platform::SecretStore> reopen() override { return std::make_unique<MacSecretStore>(); }
 
  private:
-  const standins::MacSystem system;
+  const fakes::MacSystem system;
   MacSecretStore first;
 };
 
@@ -35,13 +35,13 @@ std::unique_ptr<SecretStoreBinding> makeMac() { return std::make_unique<MacSecre
 
 class Keychains : public testing::Test {
  protected:
-  void TearDown() override { EXPECT_EQ(standins::liveObjects(), 0); }
+  void TearDown() override { EXPECT_EQ(fakes::liveObjects(), 0); }
   std::vector<SecretStatusCode> allStatuses(SecretPlace place) {
     return {store.copyMatching(place, kService, kAccount).status.code,
             store.add(place, kService, kAccount, Secret("new")).code,
             store.update(place, kService, kAccount, Secret("new")).code, store.remove(place, kService, kAccount).code};
   }
-  standins::MacSystem system;
+  fakes::MacSystem system;
   MacSecretStore store;
 };
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "macos/standins/MacSystem.h"
+#include "macos/fakes/MacSystem.h"
 #include "platform/macos/MacAccessibility.h"
 #include "platform/simulated/SimulatedWorld.h"
 
@@ -14,7 +14,7 @@ namespace quillard::test {
 struct MacWorld {
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
-  standins::MacSystem system{world.desktop(), events};
+  fakes::MacSystem system{world.desktop(), events};
   macos::MacAccessibility accessibility{macos::AXCalls{nullptr, [this] { return system.hasFocus; }},
                                         world.time().mainThread()};
   platform::simulated::SimulatedDesktop& desktop = world.desktop();
@@ -25,7 +25,7 @@ class MacTest : public testing::Test {
  protected:
   void TearDown() override {
     mac.reset();
-    EXPECT_EQ(standins::liveObjects(), 0) << "objects that were not released";
+    EXPECT_EQ(fakes::liveObjects(), 0) << "objects that were not released";
   }
   std::unique_ptr<MacWorld> mac = std::make_unique<MacWorld>();
 };

@@ -83,10 +83,10 @@ TEST_F(Installation, TheDesktopEntryIsValidAndStartsTheProgram) {
   const std::string entry = prefix() + "/share/applications/com.quillard.agent.desktop";
   ChildProcess validator(
       {.command = {"desktop-file-validate", entry}, .environment = test::presentEnvironment(), .input = {}});
-  std::string complaints;
-  while (const auto line = validator.readLine()) complaints += *line + "\n";
+  std::string errorText;
+  while (const auto line = validator.readLine()) errorText += *line + "\n";
   EXPECT_EQ(validator.wait(), 0);
-  EXPECT_EQ(complaints, "");
+  EXPECT_EQ(errorText, "");
 }
 
 TEST_F(Installation, TellsItsVersion) {
@@ -128,10 +128,10 @@ TEST_F(Installation, MayBringTheRelayThatItIsMadeFor) {
   }
   const auto said = run({"doctor"});
   fs::remove_all(bundleFolder() + "/Resources");
-  bool isTold = false;
+  bool isNotified = false;
   for (const auto& line : said.lines)
-    isTold = isTold || line.find("http://127.0.0.1:1 does not answer") != std::string::npos;
-  EXPECT_TRUE(isTold) << testing::PrintToString(said.lines);
+    isNotified = isNotified || line.find("http://127.0.0.1:1 does not answer") != std::string::npos;
+  EXPECT_TRUE(isNotified) << testing::PrintToString(said.lines);
 }
 
 }  // namespace

@@ -28,9 +28,9 @@ struct DetectionWorld {
   platform::simulated::SimulatedWorld world;
   ApprovalSuppressionStore suppressionStore{world.userDefaults()};
   StableIDs stableIDs{world.random()};
-  DetectorSurroundings surroundings{world.accessibility(), world.workspace(), world.windowList(), world.time(),
+  DetectorDependencies dependencies{world.accessibility(), world.workspace(), world.windowList(), world.time(),
                                     world.environment(),   world.console(),   stableIDs};
-  DialogDetector detector{kOwnProcess, suppressionStore, surroundings};
+  DialogDetector detector{kOwnProcess, suppressionStore, dependencies};
 };
 
 inline std::vector<std::string> titles(const std::vector<PendingApproval>& approvals) {

@@ -178,10 +178,10 @@ int FakeProgram::replyObjects(sd_bus_message* message, const FakeObject& object)
   for (const auto& child : object.children) {
     require(sd_bus_message_append(reply, "(so)", uniqueName.c_str(), child.c_str()), "child");
   }
-  for (const auto& stranger : object.strangers) {
-    const auto slash = stranger.find('/');
-    require(sd_bus_message_append(reply, "(so)", stranger.substr(0, slash).c_str(), stranger.substr(slash).c_str()),
-            "stranger");
+  for (const auto& foreignChild : object.foreignChildren) {
+    const auto slash = foreignChild.find('/');
+    require(sd_bus_message_append(reply, "(so)", foreignChild.substr(0, slash).c_str(), foreignChild.substr(slash).c_str()),
+            "foreign child");
   }
   require(sd_bus_message_close_container(reply), "array");
   const int result = sd_bus_send(bus, reply, nullptr);
@@ -214,7 +214,7 @@ std::unique_ptr<FakeProgram> FakeAccessibilityBus::start() { return std::make_un
 
 void FakeAccessibilityBus::registerPrograms(const std::vector<std::string>& names) {
   FakeObject root;
-  for (const auto& name : names) root.strangers.push_back(name + FakeProgram::kRoot);
+  for (const auto& name : names) root.foreignChildren.push_back(name + FakeProgram::kRoot);
   registryProgram->set(FakeProgram::kRoot, root);
 }
 

@@ -29,7 +29,7 @@ struct FakeObject {
   std::string text;
   std::optional<platform::Rect> extents;
   std::vector<std::string> children;   // Paths, of this program.
-  std::vector<std::string> strangers;  // "bus/path" of other programs, listed after the children.
+  std::vector<std::string> foreignChildren;  // "bus/path" of other programs, listed after the children.
   std::vector<std::string> actions;
 };
 

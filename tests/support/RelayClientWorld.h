@@ -36,7 +36,7 @@ struct RelayClientWorld {
         RelayClientCallbacks{.onApprovalRequest = [this](const auto& envelope) { requests.push_back(envelope); },
                              .onSuppressionCommand = [this](const auto& command) { suppressions.push_back(command); },
                              .onStatusChange = [this](const auto& status) { statuses.push_back(status); }},
-        *queue, RelayClientSurroundings{sockets, time, random, console});
+        *queue, RelayClientDependencies{sockets, time, random, console});
   }
   // The client ends in a turn of its queue.
   ~RelayClientWorld() {

@@ -14,8 +14,8 @@ namespace {
 
 // Short, since sockets are made below it, whose paths the kernel limits.
 std::string placeOfFolders() {
-  const char* const wished = std::getenv("TMPDIR");
-  return wished && *wished ? wished : "/tmp";
+  const char* const requested = std::getenv("TMPDIR");
+  return requested && *requested ? requested : "/tmp";
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ class TrayOnADesktop : public testing::Test {
       clickAt(x, y);
       return program.waitForOutput("clicked", kAnswerTime);
     };
-    EXPECT_TRUE(waitFor(isClicked, 3 * kPatience)) << program.output();  // A panel shows a new icon in its own time.
+    EXPECT_TRUE(waitFor(isClicked, 3 * kTimeout)) << program.output();  // A panel shows a new icon in its own time.
   }
 
   // Of the program whose window has the keyboard; 0 when none has.

@@ -27,7 +27,7 @@ void StandardOutput::writeLine(std::string_view line) {
 // Whether a piece of PIPE_BUF bytes can be written without waiting.
 bool StandardOutput::hasRoom() {
   pollfd output{descriptor, POLLOUT, 0};
-  const int ready = ::poll(&output, 1, isStalled ? 0 : kPatienceMilliseconds);
+  const int ready = ::poll(&output, 1, isStalled ? 0 : kTimeoutMilliseconds);
   // An error shows when writing: a closed output is not a full one.
   isStalled = ready <= 0;
   return !isStalled;

@@ -6,13 +6,13 @@
 namespace quillard::desktop {
 
 // Lines on standard output. Whoever reads them may stop reading, or go: an output that is full is waited for at most
-// `kPatienceMilliseconds`, and after a line was lost not at all until there is room again. A line of which only a part
+// `kTimeoutMilliseconds`, and after a line was lost not at all until there is room again. A line of which only a part
 // could be written is ended before the next one begins.
 //
 // Making one lets the process outlive a reader that went away: the signal for that is ignored from then on.
 class StandardOutput final : public platform::Console {
  public:
-  static constexpr int kPatienceMilliseconds = 100;
+  static constexpr int kTimeoutMilliseconds = 100;
 
   StandardOutput();
   // Writes to `descriptor`, which it does not own.

@@ -56,7 +56,7 @@ class QtWebSocketTask final : public platform::WebSocketTask {
 
   void cancel(platform::WebSocketCloseCode code) override {
     if (ended) return;
-    onNetwork([code](WebSocketConnection& live) { live.sayGoodbye(code); });
+    onNetwork([code](WebSocketConnection& live) { live.sendClose(code); });
     inbox.clear();
     end(TransportError{"The connection was cancelled."});
   }

@@ -8,7 +8,7 @@ namespace quillard::qt {
 
 // WebSockets over Qt. Sockets live on the network thread, a fresh one for each task; a task lives on its executor, and
 // every callback hops there. Destroying a task waits for nothing: its socket is closed on the network thread soon
-// after. A task that was cancelled first gets up to a second there to say goodbye.
+// after. A task that was cancelled first gets up to a second there to send a close message.
 //
 // Messages that nobody has asked for are kept up to the weight of 16 of the longest; past that the connection fails.
 // Likewise a text is refused while 4 MiB wait for the network. A text counts as sent when the socket has passed it on.

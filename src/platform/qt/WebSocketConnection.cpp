@@ -14,7 +14,7 @@ using platform::Seconds;
 using platform::TextMessage;
 using platform::WebSocketMessage;
 
-constexpr Seconds kGoodbyeTime{1};
+constexpr Seconds kCloseTimeout{1};
 constexpr std::size_t kMessagesInBacklog = 16;   // Of the longest kind.
 constexpr std::size_t kWeightOfAnyMessage = 64;  // Bytes that an empty message costs.
 constexpr qint64 kRoomForHeaders = 64 * 1024;    // Bytes that may be read ahead of a message.
@@ -177,26 +177,26 @@ void WebSocketConnection::end(WebSocketEnded ended) {
   tell(std::move(ended));
 }
 
-void WebSocketConnection::sayGoodbye(platform::WebSocketCloseCode code) {
+void WebSocketConnection::sendClose(platform::WebSocketCloseCode code) {
   if (std::exchange(isEnded, true)) return;
   openDeadline.reset();
   pings.reset();
   silence.reset();
   if (!std::exchange(isOpen, false)) return socket.reset();
-  isSayingGoodbye = true;
+  isSendingClose = true;
   socket->disconnect();
   const auto leave = [self = shared_from_this()] {
     self->socket.reset();
-    self->goodbyeDeadline.reset();
+    self->closeDeadline.reset();
   };
   QObject::connect(socket.get(), &QWebSocket::disconnected, socket.get(), [this] { socket.reset(); });
-  goodbyeDeadline = network.postAfter(kGoodbyeTime, leave);
+  closeDeadline = network.postAfter(kCloseTimeout, leave);
   socket->close(static_cast<QWebSocketProtocol::CloseCode>(code));
 }
 
 void WebSocketConnection::abandon() {
   isEnded = true;
-  if (!isSayingGoodbye) socket.reset();
+  if (!isSendingClose) socket.reset();
 }
 
 }  // namespace quillard::qt

@@ -51,8 +51,8 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   // `number` comes back with the outcome.
   void sendText(const std::string& text, std::uint64_t number);
   // Ends the connection with a close frame, which gets a moment to leave; nothing is told any more.
-  void sayGoodbye(platform::WebSocketCloseCode code);
-  // Ends the connection now, unless it is saying goodbye.
+  void sendClose(platform::WebSocketCloseCode code);
+  // Ends the connection now, unless it is closing.
   void abandon();
 
  private:
@@ -83,11 +83,11 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   std::deque<std::uint64_t> unsent;  // Handed to the socket, not yet to the network.
   bool isOpen = false;
   bool isEnded = false;
-  bool isSayingGoodbye = false;
+  bool isSendingClose = false;
   platform::TaskHandle openDeadline;
   platform::TaskHandle pings;
   platform::TaskHandle silence;
-  platform::TaskHandle goodbyeDeadline;
+  platform::TaskHandle closeDeadline;
 };
 
 }  // namespace quillard::qt

@@ -298,10 +298,10 @@ std::optional<std::string> SimulatedDesktop::pressed(NodeHandle window) const {
 
 std::vector<Press> SimulatedDesktop::presses() const { return internals->actions.presses(); }
 
-void SimulatedDesktop::setTrusted(bool trusted, bool isTold) {
+void SimulatedDesktop::setTrusted(bool trusted, bool isNotified) {
   if (internals->gate.isTrusted() == trusted) return;
   internals->gate.setTrusted(trusted);
-  if (isTold) internals->accessibility.trustChanged();
+  if (isNotified) internals->accessibility.trustChanged();
 }
 
 void SimulatedDesktop::setRequestHook(std::function<void(const AXRequest&)> hook) {

@@ -156,8 +156,8 @@ class SimulatedDesktop {
   [[nodiscard]] std::vector<Press> presses() const;
 
   // ---- Requests.
-  // `isTold`: whether the system says so to those who observe it; sometimes it does not.
-  void setTrusted(bool trusted, bool isTold = true);
+  // `isNotified`: whether the system says so to those who observe it; sometimes it does not.
+  void setTrusted(bool trusted, bool isNotified = true);
   // Called before each request that is sent; it may change anything on the desktop, and is not called for requests that
   // it makes itself. Empty: none.
   void setRequestHook(std::function<void(const AXRequest&)> hook);

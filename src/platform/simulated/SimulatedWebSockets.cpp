@@ -106,9 +106,9 @@ bool SimulatedWebSocketConnection::isEnded() const {
   return ended;
 }
 
-std::optional<std::uint16_t> SimulatedWebSocketConnection::goodbye() const {
+std::optional<std::uint16_t> SimulatedWebSocketConnection::sentCloseCode() const {
   const MutexLock lock{mutex};
-  return clientGoodbye;
+  return clientCloseCode;
 }
 
 // ---- The client's side
@@ -133,7 +133,7 @@ void SimulatedWebSocketConnection::sendFromClient(std::string text,
 
 void SimulatedWebSocketConnection::cancel(WebSocketCloseCode code) {
   const MutexLock lock{mutex};
-  if (!clientGoodbye) clientGoodbye = static_cast<std::uint16_t>(code);
+  if (!clientCloseCode) clientCloseCode = static_cast<std::uint16_t>(code);
   end();
 }
 

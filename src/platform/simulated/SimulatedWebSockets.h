@@ -42,8 +42,8 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   [[nodiscard]] bool isAccepted() const;
   // Whether server or client ended it, or let go of it.
   [[nodiscard]] bool isEnded() const;
-  // What the client said goodbye with. Absent: it did not.
-  [[nodiscard]] std::optional<std::uint16_t> goodbye() const;
+  // The code of the close message that the client sent. Absent: it sent none.
+  [[nodiscard]] std::optional<std::uint16_t> sentCloseCode() const;
 
   // ---- The client's side, for its task alone.
   void receive(std::function<void(WebSocketReceipt)> completion);
@@ -76,7 +76,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   std::map<std::uint64_t, Send> sends QUILLARD_GUARDED_BY(mutex);  // Under way, by age.
   std::uint64_t sendCount QUILLARD_GUARDED_BY(mutex) = 0;
   std::vector<std::string> arrived QUILLARD_GUARDED_BY(mutex);
-  std::optional<std::uint16_t> clientGoodbye QUILLARD_GUARDED_BY(mutex);
+  std::optional<std::uint16_t> clientCloseCode QUILLARD_GUARDED_BY(mutex);
   bool accepted QUILLARD_GUARDED_BY(mutex) = false;
   bool ended QUILLARD_GUARDED_BY(mutex) = false;
   bool isHolding QUILLARD_GUARDED_BY(mutex) = false;

@@ -88,12 +88,12 @@ TEST_F(SimulatedWorkspaceTest, ObserversHearWhatHappensAfterTheyCameAndBeforeThe
 TEST_F(SimulatedWorkspaceTest, AnObserverMayEndTheSubscriptionOfTheNext) {
   SubscriptionHandle second;
   const auto first = workspace.observe([&](const WorkspaceEvent&) { second.reset(); });
-  bool isSecondTold = false;
-  second = workspace.observe([&](const WorkspaceEvent&) { isSecondTold = true; });
+  bool isSecondNotified = false;
+  second = workspace.observe([&](const WorkspaceEvent&) { isSecondNotified = true; });
   desktop.launch();
   world.advance(0s);
   EXPECT_EQ(second, nullptr);
-  EXPECT_FALSE(isSecondTold);
+  EXPECT_FALSE(isSecondNotified);
 }
 
 TEST_F(SimulatedWorkspaceTest, AnObserverMayEndItsOwnSubscription) {

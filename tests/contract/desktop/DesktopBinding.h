@@ -21,7 +21,7 @@
 namespace quillard::test {
 
 // A prompt that a test wants to see on the screen: a dialog with these texts above a row of these buttons.
-struct PromptWish {
+struct PromptOptions {
   std::string title = "Permission";
   std::vector<std::string> lines{"The program wants to use the camera."};
   std::vector<std::string> buttons{"Don't Allow", "Allow"};
@@ -67,7 +67,7 @@ class DesktopBinding {
   virtual platform::UserDefaults& userDefaults() = 0;
 
   // Returns when the prompt is on the screen, in front, and can be read.
-  [[nodiscard]] virtual std::unique_ptr<PromptProgram> show(const PromptWish& wish) = 0;
+  [[nodiscard]] virtual std::unique_ptr<PromptProgram> show(const PromptOptions& options) = 0;
 
   // Lets time pass, and the main thread run, until `condition` holds; false when it never came to hold.
   [[nodiscard]] virtual bool eventually(const std::function<bool()>& condition) = 0;

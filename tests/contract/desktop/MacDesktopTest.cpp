@@ -1,9 +1,9 @@
-// The binding for macOS over stand-ins for the system's C functions, which stand on the simulated desktop. Its own code
+// The binding for macOS over fakes for the system's C functions, which stand on the simulated desktop. Its own code
 // are accessibility, the window list and synthetic events; running applications are the simulated desktop's.
 
 #include "contract/desktop/DesktopContract.h"
 #include "contract/desktop/SimulatedPrompts.h"
-#include "macos/standins/MacSystem.h"
+#include "macos/fakes/MacSystem.h"
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacSyntheticEvents.h"
 #include "platform/macos/MacWindowList.h"
@@ -19,7 +19,7 @@ struct Balance {
   Balance() = default;
   Balance(const Balance&) = delete;
   Balance& operator=(const Balance&) = delete;
-  ~Balance() { EXPECT_EQ(standins::liveObjects(), 0) << "objects that were not released"; }
+  ~Balance() { EXPECT_EQ(fakes::liveObjects(), 0) << "objects that were not released"; }
 };
 
 class MacDesktopBinding final : public DesktopBinding {
@@ -34,14 +34,14 @@ class MacDesktopBinding final : public DesktopBinding {
   platform::Random& random() override { return world.random(); }
   platform::UserDefaults& userDefaults() override { return world.userDefaults(); }
 
-  std::unique_ptr<PromptProgram> show(const PromptWish& wish) override { return showSimulatedPrompt(world, wish); }
+  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override { return showSimulatedPrompt(world, options); }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:
   Balance balance;  // First, so that it looks last.
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
-  const standins::MacSystem system{world.desktop(), events};
+  const fakes::MacSystem system{world.desktop(), events};
   macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time().mainThread()};
   macos::MacWindowList macWindowList{world.workspace()};
   macos::MacSyntheticEvents macEvents;

@@ -29,12 +29,12 @@ class PromptAgent {
   // The same, of the prompts with this title: waits for one.
   std::vector<PendingApproval> scan(const std::string& title) {
     std::vector<PendingApproval> found;
-    const bool isSeen = binding.eventually([&] {
+    const bool isFound = binding.eventually([&] {
       found = scan();
       std::erase_if(found, [&](const PendingApproval& approval) { return approval.windowTitle != title; });
       return !found.empty();
     });
-    EXPECT_TRUE(isSeen) << title;
+    EXPECT_TRUE(isFound) << title;
     return found;
   }
 

@@ -39,23 +39,23 @@ class SimulatedPromptProgram final : public PromptProgram {
   std::set<platform::simulated::NodeHandle> shown;  // Windows that were seen of it, also when they are gone.
 };
 
-[[nodiscard]] inline platform::simulated::DialogSpec dialogFor(const PromptWish& wish) {
-  platform::simulated::DialogSpec dialog{.title = wish.title, .lines = wish.lines, .buttons = wish.buttons};
-  if (wish.at) dialog.frame = platform::Rect{wish.at->x, wish.at->y, 600, 240};
-  if (wish.hasSecureTextField) {
+[[nodiscard]] inline platform::simulated::DialogSpec dialogFor(const PromptOptions& options) {
+  platform::simulated::DialogSpec dialog{.title = options.title, .lines = options.lines, .buttons = options.buttons};
+  if (options.at) dialog.frame = platform::Rect{options.at->x, options.at->y, 600, 240};
+  if (options.hasSecureTextField) {
     dialog.extra.push_back({.role = "AXTextField", .subrole = "AXSecureTextField", .value = "hunter2"});
   }
-  if (wish.successor) {
+  if (options.successor) {
     dialog.effect = platform::simulated::PressEffect::opensNext(
-        {.title = *wish.successor, .lines = wish.lines, .buttons = wish.buttons});
+        {.title = *options.successor, .lines = options.lines, .buttons = options.buttons});
   }
   return dialog;
 }
 
 [[nodiscard]] inline std::unique_ptr<PromptProgram> showSimulatedPrompt(platform::simulated::SimulatedWorld& world,
-                                                                        const PromptWish& wish) {
+                                                                        const PromptOptions& options) {
   const auto application = world.desktop().launch({.name = "Example", .bundleIdentifier = "com.example.app"});
-  const auto prompt = world.desktop().open(application, dialogFor(wish));
+  const auto prompt = world.desktop().open(application, dialogFor(options));
   world.desktop().activate(application);
   world.desktop().raise(prompt);
   world.advance(platform::Seconds{0.05});

@@ -18,7 +18,7 @@
 namespace quillard::test {
 namespace {
 
-constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::seconds kTimeout{5};
 
 void require(bool succeeded, const char* what) {
   if (!succeeded) throw std::runtime_error(what);
@@ -84,14 +84,14 @@ std::uint64_t bigEndian(std::string_view bytes) {
 }  // namespace
 
 ServerConnection::ServerConnection(int descriptor, SSL_CTX* context) : descriptor(descriptor) {
-  setPatience(kPatience);
+  setTimeout(kTimeout);
   if (!context) return;
   tls = SSL_new(context);
   SSL_set_fd(tls, descriptor);
 }
 
-void ServerConnection::setPatience(std::chrono::seconds patience) {
-  const timeval limit{patience.count(), 0};
+void ServerConnection::setTimeout(std::chrono::seconds timeout) {
+  const timeval limit{timeout.count(), 0};
   setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
   setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }

@@ -48,7 +48,7 @@ class ServerConnection {
   // The same for a handshake that was read already.
   bool acceptWebSocket(std::string readHead);
   // How long reads and writes wait from now on, in place of five seconds.
-  void setPatience(std::chrono::seconds patience);
+  void setTimeout(std::chrono::seconds timeout);
   // A whole frame with its mask undone. Absent when the client has gone.
   std::optional<Frame> readFrame();
   bool sendFrame(Opcode opcode, std::string_view payload, bool isLast = true);

@@ -44,12 +44,12 @@ void setName(X509* certificate, const std::string& name) {
   require(X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_UTF8, bytes, -1, -1, 0) == 1);
 }
 
-Certificate blankCertificate(const Key& key, const std::string& name, const CertificateWish& wish) {
+Certificate blankCertificate(const Key& key, const std::string& name, const CertificateOptions& options) {
   Certificate certificate(X509_new(), X509_free);
   require(certificate != nullptr && X509_set_version(certificate.get(), X509_VERSION_3) == 1);
   setSerial(certificate.get());
-  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), wish.validFrom);
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), wish.validUntil);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), options.validFrom);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), options.validUntil);
   require(X509_set_pubkey(certificate.get(), key.get()) == 1);
   setName(certificate.get(), name);
   return certificate;
@@ -88,18 +88,18 @@ TestAuthority::TestAuthority() : key(makeKey()), own(blankCertificate(key, "Test
 
 std::string TestAuthority::certificate() const { return pem(own.get()); }
 
-ServerIdentity TestAuthority::issue(const CertificateWish& wish) const {
+ServerIdentity TestAuthority::issue(const CertificateOptions& options) const {
   const Key serverKey = makeKey();
-  const Certificate certificate = blankCertificate(serverKey, "Test server", wish);
-  addExtension(certificate.get(), own.get(), NID_subject_alt_name, wish.names);
+  const Certificate certificate = blankCertificate(serverKey, "Test server", options);
+  addExtension(certificate.get(), own.get(), NID_subject_alt_name, options.names);
   sign(certificate.get(), own.get(), key);
   return {pem(certificate.get()), pem(serverKey.get())};
 }
 
-ServerIdentity TestAuthority::selfSigned(const CertificateWish& wish) {
+ServerIdentity TestAuthority::selfSigned(const CertificateOptions& options) {
   const Key serverKey = makeKey();
-  const Certificate certificate = blankCertificate(serverKey, "Test server", wish);
-  addExtension(certificate.get(), certificate.get(), NID_subject_alt_name, wish.names);
+  const Certificate certificate = blankCertificate(serverKey, "Test server", options);
+  addExtension(certificate.get(), certificate.get(), NID_subject_alt_name, options.names);
   sign(certificate.get(), certificate.get(), serverKey);
   return {pem(certificate.get()), pem(serverKey.get())};
 }

@@ -15,7 +15,7 @@ struct ServerIdentity {
 };
 
 // What a certificate may say.
-struct CertificateWish {
+struct CertificateOptions {
   std::string names = "IP:127.0.0.1";  // Alternative names, as OpenSSL writes them.
   long validFrom = -3600;              // Seconds from now.
   long validUntil = 3600;
@@ -28,9 +28,9 @@ class TestAuthority {
 
   // For those who are to trust it.
   [[nodiscard]] std::string certificate() const;
-  [[nodiscard]] ServerIdentity issue(const CertificateWish& wish = {}) const;
+  [[nodiscard]] ServerIdentity issue(const CertificateOptions& options = {}) const;
   // Vouched for by itself alone.
-  [[nodiscard]] static ServerIdentity selfSigned(const CertificateWish& wish = {});
+  [[nodiscard]] static ServerIdentity selfSigned(const CertificateOptions& options = {});
 
  private:
   std::shared_ptr<EVP_PKEY> key;

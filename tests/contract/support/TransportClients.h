@@ -18,7 +18,7 @@
 
 namespace quillard::test {
 
-inline constexpr std::chrono::seconds kPatience{5};
+inline constexpr std::chrono::seconds kTimeout{5};
 
 // Runs `body` in a turn of `executor` and waits for what it returns.
 template <class Body>
@@ -39,9 +39,9 @@ class Awaited {
     changed.notify_all();
   }
   // The `index`th value; absent when it has not come in time.
-  std::optional<T> get(std::size_t index = 0, std::chrono::milliseconds patience = kPatience) {
+  std::optional<T> get(std::size_t index = 0, std::chrono::milliseconds timeout = kTimeout) {
     std::unique_lock lock(mutex);
-    changed.wait_for(lock, patience, [&] { return values.size() > index; });
+    changed.wait_for(lock, timeout, [&] { return values.size() > index; });
     return values.size() > index ? std::optional(values[index]) : std::nullopt;
   }
   std::size_t count() {
@@ -135,7 +135,7 @@ inline platform::HttpOutcome sendHttp(TransportBinding& binding, const platform:
     session = binding.httpSessions().makeEphemeralSession(binding.executor());
     session->send(request, [&](platform::HttpOutcome got) { outcome.set(std::move(got)); });
   });
-  auto got = outcome.get(0, kPatience + kPatience);
+  auto got = outcome.get(0, kTimeout + kTimeout);
   onExecutor(binding.executor(), [&] { session.reset(); });
   return got.value_or(platform::TransportError{});
 }

@@ -8,7 +8,7 @@
 namespace quillard::samples {
 namespace {
 
-constexpr int kMostLooks = 400;    // Two seconds, when a look is taken every 5 ms.
+constexpr int kMostChecks = 400;    // Two seconds, when a look is taken every 5 ms.
 constexpr int kEnoughInPlace = 6;  // Where a window stays for so many looks, it is left alone.
 
 // Of _NET_MOVERESIZE_WINDOW: the place is the corner of the frame, whatever gravity the toolkit has set, and both of
@@ -64,12 +64,12 @@ std::pair<int, int> WindowPlacing::placeOf(XWindow window) const {
 }
 
 void WindowPlacing::start() {
-  patience = kMostLooks;
+  timeout = kMostChecks;
   looksInPlace = 0;
 }
 
 bool WindowPlacing::staysAt(std::pair<int, int> place, XWindow window) {
-  if (patience-- <= 0) return true;
+  if (timeout-- <= 0) return true;
   if (placeOf(window) == place) return ++looksInPlace >= kEnoughInPlace;
   looksInPlace = 0;
   ask(place, window);

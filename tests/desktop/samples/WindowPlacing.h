@@ -29,7 +29,7 @@ class WindowPlacing {
   void start();
   // One look, which asks for the place when the window is elsewhere. Asked once, the move may be undone: the window
   // manager goes on placing a new window, and its toolkit sizing it. True when the window has stayed there for some
-  // looks in a row, or has been asked in vain for long enough.
+  // looks in a row, or has been asked without success for long enough.
   [[nodiscard]] bool staysAt(std::pair<int, int> place, XWindow window);
 
  private:
@@ -40,7 +40,7 @@ class WindowPlacing {
   [[nodiscard]] XWindow root() const;
 
   const std::unique_ptr<xcb_connection_t, Disconnect> connection;
-  int patience = 0;
+  int timeout = 0;
   int looksInPlace = 0;
 };
 

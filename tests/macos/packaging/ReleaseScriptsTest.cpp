@@ -10,7 +10,7 @@
 #include "macos/packaging/Shell.h"
 #include "support/TemporaryFolder.h"
 
-// The scripts that turn a build into what is given to people, with stand-ins for the tools of a Mac that write down how
+// The scripts that turn a build into what is given to people, with fakes for the tools of a Mac that write down how
 // they were called.
 namespace quillard {
 namespace {
@@ -42,7 +42,7 @@ class ReleaseScripts : public testing::Test {
     fs::create_directories(tools);
   }
 
-  // `body` is what the stand-in does after it has written down its arguments, one call a line.
+  // `body` is what the fake does after it has written down its arguments, one call a line.
   void addTool(const std::string& name, const std::string& body = "") {
     const std::string path = tools + "/" + name;
     std::ofstream{path} << "#!/usr/bin/env bash\nIFS='|'; echo \"" << name << "|$*\" >>'" << log << "'\n"

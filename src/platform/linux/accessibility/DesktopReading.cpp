@@ -54,10 +54,10 @@ Node* ProcessWindows::sheetOf(const Node& window) const {
   return nullptr;
 }
 
-DesktopReading::DesktopReading(BusConnections::Loan connection, const ReadingSurroundings& surroundings)
-    : surroundings(surroundings),
+DesktopReading::DesktopReading(BusConnections::Loan connection, const ReadingDependencies& dependencies)
+    : dependencies(dependencies),
       connection(std::move(connection)),
-      requests(*this->connection, surroundings.counters),
+      requests(*this->connection, dependencies.counters),
       trees(requests, tree, [this](const ProgramNode& program) { return timeoutOf(program.processIdentifier); }) {}
 
 DesktopReading::~DesktopReading() { rememberPrograms(); }
@@ -68,7 +68,7 @@ const std::vector<std::int32_t>& DesktopReading::processIdentifiers() {
 }
 
 std::vector<ProgramNode*> DesktopReading::programs(std::int32_t processIdentifier) {
-  if (processIdentifier == surroundings.ownProcessIdentifier) return {};
+  if (processIdentifier == dependencies.ownProcessIdentifier) return {};
   listPrograms();
   const auto found = programsByProcess.find(processIdentifier);
   return found == programsByProcess.end() ? std::vector<ProgramNode*>{} : found->second;
@@ -79,26 +79,26 @@ void DesktopReading::listPrograms() {
   std::vector<ObjectName> roots;
   requests.send(
       {.target = {names::kRegistry, names::kRootPath}, .interface = names::kAccessible, .member = "GetChildren"},
-      surroundings.timeouts.ofDesktop(), [&](const BusReply& reply) {
+      dependencies.timeouts.ofDesktop(), [&](const BusReply& reply) {
         if (auto list = reply.readObjects(kMostPrograms)) roots = std::move(list->objects);
       });
   requests.settle();
   std::unordered_set<std::string> buses;
   std::erase_if(roots, [&](const ObjectName& root) { return root.bus.empty() || !buses.insert(root.bus).second; });
-  surroundings.knownPrograms.retain(busIdentity(), buses);
+  dependencies.knownPrograms.retain(busIdentity(), buses);
   identify(roots);
 }
 
 void DesktopReading::identify(const std::vector<ObjectName>& roots) {
   std::vector<std::optional<KnownProgram>> known(roots.size());
   for (std::size_t i = 0; i < roots.size(); ++i) {
-    known[i] = surroundings.knownPrograms.find(busIdentity(), roots[i].bus);
+    known[i] = dependencies.knownPrograms.find(busIdentity(), roots[i].bus);
     if (known[i]) continue;
     requests.send({.target = {names::kBus, names::kBusPath},
                    .interface = names::kBus,
                    .member = "GetConnectionUnixProcessID",
                    .arguments = {roots[i].bus}},
-                  surroundings.timeouts.ofDesktop(), [&, i](const BusReply& reply) {
+                  dependencies.timeouts.ofDesktop(), [&, i](const BusReply& reply) {
                     const auto process = reply.readUnsigned();
                     if (!process) return;
                     known[i] = KnownProgram{.processIdentifier = static_cast<std::int32_t>(*process),
@@ -131,9 +131,9 @@ ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgr
 
 void DesktopReading::rememberPrograms() {
   for (const auto& [bus, program] : programsByBus) {
-    const auto before = surroundings.knownPrograms.find(busIdentity(), bus);
+    const auto before = dependencies.knownPrograms.find(busIdentity(), bus);
     const bool isAnswering = !requests.hasMissedTimeout(bus) && !requests.hasGone(bus);
-    surroundings.knownPrograms.remember(
+    dependencies.knownPrograms.remember(
         busIdentity(), bus,
         {.processIdentifier = program->processIdentifier,
          .rootPath = program->root->name.path,
@@ -147,7 +147,7 @@ void DesktopReading::rememberPrograms() {
 
 Node* DesktopReading::node(const ElementReference& reference) {
   if (reference.busIdentity != busIdentity()) return nullptr;
-  const auto known = surroundings.knownPrograms.find(busIdentity(), reference.name.bus);
+  const auto known = dependencies.knownPrograms.find(busIdentity(), reference.name.bus);
   ProgramNode& program = addProgram(
       reference.name.bus,
       known.value_or(KnownProgram{.processIdentifier = reference.processIdentifier, .rootPath = names::kRootPath}));
@@ -244,7 +244,7 @@ bool DesktopReading::hasMissedTimeout(std::int32_t processIdentifier) const {
 bool DesktopReading::hasLostRegistry() const { return requests.hasMissedTimeout(names::kRegistry); }
 
 const x11::WindowsSnapshot& DesktopReading::xWindows() {
-  if (!snapshot) snapshot = surroundings.windows.snapshot();
+  if (!snapshot) snapshot = dependencies.windows.snapshot();
   return *snapshot;
 }
 

@@ -19,7 +19,7 @@
 namespace quillard::atspi {
 
 // What every reading is made over. All of it outlives the reading.
-struct ReadingSurroundings {
+struct ReadingDependencies {
   x11::Windows& windows;
   KnownPrograms& knownPrograms;
   const MessagingTimeouts& timeouts;
@@ -45,7 +45,7 @@ struct ProcessWindows {
 // One thread at a time.
 class DesktopReading {
  public:
-  DesktopReading(BusConnections::Loan connection, const ReadingSurroundings& surroundings);
+  DesktopReading(BusConnections::Loan connection, const ReadingDependencies& dependencies);
   ~DesktopReading();
   DesktopReading(const DesktopReading&) = delete;
   DesktopReading& operator=(const DesktopReading&) = delete;
@@ -72,12 +72,12 @@ class DesktopReading {
   // Whether the list of programs did not come in time: who is missing from it may be there.
   [[nodiscard]] bool hasLostRegistry() const;
   [[nodiscard]] const x11::WindowsSnapshot& xWindows();
-  [[nodiscard]] bool hasXServer() const { return surroundings.windows.isAvailable(); }
+  [[nodiscard]] bool hasXServer() const { return dependencies.windows.isAvailable(); }
 
   // For requests that are no reads of trees.
   [[nodiscard]] BusRequests& direct() { return requests; }
   [[nodiscard]] std::chrono::microseconds timeoutOf(std::int32_t processIdentifier) const {
-    return surroundings.timeouts.of(processIdentifier);
+    return dependencies.timeouts.of(processIdentifier);
   }
 
   // The handle of an object that was met here.
@@ -91,7 +91,7 @@ class DesktopReading {
   [[nodiscard]] ProcessWindows findWindows(std::int32_t processIdentifier);
   void findSheets(ProcessWindows& found);
 
-  const ReadingSurroundings surroundings;
+  const ReadingDependencies dependencies;
   const BusConnections::Loan connection;
   NodeTree tree;
   BusRequests requests;

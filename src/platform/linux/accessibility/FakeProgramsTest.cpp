@@ -211,7 +211,7 @@ TEST(FakePrograms, ObjectsOfOtherProgramsAreNoPartOfAWindow) {
   const auto other = world.bus.start();
   other->set("/steal", object(Role::pushButton, "Allow"));
   auto window = object(Role::dialog, "Permission", {"/deny"});
-  window.strangers = {other->name() + "/steal"};
+  window.foreignChildren = {other->name() + "/steal"};
   world.program->set("/window", window);
   ASSERT_TRUE(world.window());
   EXPECT_EQ(world.elementsBelow(*world.window()), 1U);

@@ -40,7 +40,7 @@ std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
   if (!connection) return nullptr;
   return std::make_unique<DesktopReading>(*std::move(connection),
-                                          ReadingSurroundings{.windows = windows,
+                                          ReadingDependencies{.windows = windows,
                                                               .knownPrograms = knownPrograms,
                                                               .timeouts = timeouts,
                                                               .counters = counted,

@@ -10,7 +10,7 @@
 #include "platform/linux/x11/X11Windows.h"
 
 // What an object of the accessibility bus is in the vocabulary of AX. Nothing but values in and values out: the
-// peculiarities of each toolkit are here and nowhere else.
+// traits of each toolkit are here and nowhere else.
 namespace quillard::atspi::mapping {
 
 inline constexpr std::string_view kCheckBoxRole = "AXCheckBox";

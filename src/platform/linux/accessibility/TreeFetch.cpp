@@ -212,7 +212,7 @@ void TreeFetch::askDetails(Run& run, Node& node, const mapping::DetailNeeds& nee
   }
   if (needs.extents) {
     node.place = Progress::asked;
-    // GTK 4 knows no places on the screen, and complains on its standard error when asked for one.
+    // GTK 4 knows no places on the screen, and prints warnings when asked for one.
     const auto origin = run.program->toolkit == Toolkit::gtk4 ? kInWindow : kOnScreen;
     ask(run, {.target = node.name, .interface = names::kComponent, .member = "GetExtents", .arguments = {origin}},
         [&node](const BusReply& reply) {

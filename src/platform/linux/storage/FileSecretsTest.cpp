@@ -79,11 +79,11 @@ TEST_F(SecretFile, InAFolderThatOthersMayEnterIsRefused) {
 TEST_F(SecretFile, OfAnotherUserIsRefused) {
   if (::geteuid() != 0) GTEST_SKIP() << "Only root can give a file to another user.";
   ASSERT_EQ(secrets.add("s", "a", Secret("x")).code, SecretStatusCode::success);
-  constexpr uid_t kNobody = 65534;
-  ASSERT_EQ(::chown(path().c_str(), kNobody, kNobody), 0);
+  constexpr uid_t kOtherUser = 65534;
+  ASSERT_EQ(::chown(path().c_str(), kOtherUser, kOtherUser), 0);
   expectRefusal(SecretStatusCode::accessDenied);
   ASSERT_EQ(::chown(path().c_str(), 0, 0), 0);
-  ASSERT_EQ(::chown(folder().c_str(), kNobody, kNobody), 0);
+  ASSERT_EQ(::chown(folder().c_str(), kOtherUser, kOtherUser), 0);
   expectRefusal(SecretStatusCode::accessDenied);
 }
 

@@ -115,7 +115,7 @@ class Deadline {
   std::thread thread;
 };
 
-// libsecret answers a service's wish for a prompt by showing it. This kind of service object answers that it is locked.
+// libsecret answers a service's request for a prompt by showing it. This kind of service object answers that it is locked.
 GError* promptRefusal() { return g_error_new_literal(secret_error_get_quark(), SECRET_ERROR_IS_LOCKED, kWouldPrompt); }
 
 GVariant* refusePromptSync(SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error) {

@@ -71,10 +71,10 @@ TEST_F(AutostartEntryTest, IsValidWhateverThePathOfTheProgram) {
     EXPECT_EQ(AutostartEntry(environment, program).status(), LoginServiceStatus::enabled) << program;
     ChildProcess validator(
         {.command = {"desktop-file-validate", path()}, .environment = test::presentEnvironment(), .input = {}});
-    std::string complaints;
-    while (const auto line = validator.readLine()) complaints += *line + "\n";
-    EXPECT_EQ(validator.wait(), 0) << complaints << content();
-    EXPECT_EQ(complaints, "") << content();
+    std::string errorText;
+    while (const auto line = validator.readLine()) errorText += *line + "\n";
+    EXPECT_EQ(validator.wait(), 0) << errorText << content();
+    EXPECT_EQ(errorText, "") << content();
   }
 }
 

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t kLongestFile = 256 * 1024;
 constexpr std::size_t kMostEntries = 10'000;
 constexpr int kDeepestFolder = 4;
-constexpr auto kLookInterval = std::chrono::seconds{5};
+constexpr auto kReadInterval = std::chrono::seconds{5};
 constexpr std::string_view kSuffix = ".desktop";
 
 std::optional<std::string> contentsOf(const fs::path& path) {
@@ -155,9 +155,9 @@ std::optional<DesktopEntry> DesktopEntries::find(const std::string& program, con
 
 void DesktopEntries::refresh() {
   const auto now = Clock::now();
-  if (lastLook && (now - *lastLook < kLookInterval)) return;
-  const bool isFirst = !lastLook;
-  lastLook = now;
+  if (lastReading && (now - *lastReading < kReadInterval)) return;
+  const bool isFirst = !lastReading;
+  lastReading = now;
   if (!isFirst && !haveFoldersChanged()) return;
   folders.clear();
   byID.clear();

@@ -24,7 +24,7 @@ struct DesktopEntry {
   bool operator==(const DesktopEntry&) const = default;
 };
 
-// The names of keys such as Name[de_AT@euro], the most fitting first, for a locale as environment variables give it.
+// The names of keys such as Name[de_AT@euro], the most trimmed first, for a locale as environment variables give it.
 [[nodiscard]] std::vector<std::string> localeVariants(std::string_view locale);
 
 // The program that a command line of an Exec key starts: behind `env` and its settings, and behind an interpreter of
@@ -62,7 +62,7 @@ class DesktopEntries {
 
   const platform::Environment& environment;
   Mutex mutex;
-  std::optional<Clock::time_point> lastLook QUILLARD_GUARDED_BY(mutex);
+  std::optional<Clock::time_point> lastReading QUILLARD_GUARDED_BY(mutex);
   std::vector<std::pair<std::filesystem::path, std::filesystem::file_time_type>> folders QUILLARD_GUARDED_BY(mutex);
   std::map<std::string, std::optional<DesktopEntry>> byID QUILLARD_GUARDED_BY(mutex);  // Absent: hides others.
   std::unordered_map<std::string, std::vector<std::string>> idsByProgram QUILLARD_GUARDED_BY(mutex);

@@ -48,7 +48,7 @@ void DesktopWatch::disconnect() {
   notifier.release()->deleteLater();
   server.reset();
   watched.clear();
-  lookTask.reset();
+  readTask.reset();
   nameTask.reset();
   seen = {};
   retryTask = mainThread.postAfter(retryDelay, [this] { connect(); });
@@ -70,7 +70,7 @@ void DesktopWatch::takeEvents() {
     urgency = std::max(urgency, urgencyOf(*event));
   }
   if (server->isBroken()) return disconnect();
-  if (urgency == Urgency::now) return lookSoon();
+  if (urgency == Urgency::now) return readSoon();
   if (urgency == Urgency::later && !nameTask) nameTask = mainThread.postAfter(kNameDelay, [this] { look(); });
 }
 
@@ -97,15 +97,15 @@ DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) 
   return isOneOf({Atom::netWMName, Atom::wmName}) ? Urgency::later : Urgency::none;
 }
 
-void DesktopWatch::lookSoon() {
-  if (lookTask) return;
+void DesktopWatch::readSoon() {
+  if (readTask) return;
   const Seconds since = lookedAt ? Seconds{steady_clock::now() - *lookedAt} : kShortestGap;
   if (since >= kShortestGap) return look();
-  lookTask = mainThread.postAfter(kShortestGap - since, [this] { look(); });
+  readTask = mainThread.postAfter(kShortestGap - since, [this] { look(); });
 }
 
 void DesktopWatch::look() {
-  lookTask.reset();
+  readTask.reset();
   nameTask.reset();
   const bool wasManaged = seen.active || seen.currentDesktop;
   seen = windows.snapshot();

@@ -31,12 +31,12 @@ class DesktopWatch {
   DesktopWatch(const DesktopWatch&) = delete;
   DesktopWatch& operator=(const DesktopWatch&) = delete;
 
-  // `onLook`: on the main thread, with what there is now.
-  [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onLook) {
-    return listeners.add(std::move(onLook));
+  // `onRead`: on the main thread, with what there is now.
+  [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onRead) {
+    return listeners.add(std::move(onRead));
   }
   // What was seen last.
-  [[nodiscard]] const WindowsSnapshot& lastLook() const { return seen; }
+  [[nodiscard]] const WindowsSnapshot& lastSnapshot() const { return seen; }
 
  private:
   enum class Urgency { none, later, now };
@@ -45,7 +45,7 @@ class DesktopWatch {
   void disconnect();
   void takeEvents();
   [[nodiscard]] Urgency urgencyOf(const xcb_generic_event_t& event) const;
-  void lookSoon();
+  void readSoon();
   void look();
   void watchRoot();
   // Asks for the events of windows that are new in `seen`. False when all were known.
@@ -60,7 +60,7 @@ class DesktopWatch {
   WindowsSnapshot seen;
   platform::Seconds retryDelay;
   std::optional<std::chrono::steady_clock::time_point> lookedAt;
-  platform::TaskHandle lookTask;   // A look that is put off.
+  platform::TaskHandle readTask;   // A look that is put off.
   platform::TaskHandle nameTask;   // A look for changed names.
   platform::TaskHandle retryTask;  // Another try to connect.
   Listeners<WindowsSnapshot> listeners;

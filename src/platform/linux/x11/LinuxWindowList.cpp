@@ -18,7 +18,7 @@ constexpr platform::Seconds kPartnerDelay{0.035};
 LinuxWindowList::LinuxWindowList(Windows& windows, RunningPrograms& programs, DesktopWatch& watch,
                                  AccessibleProcesses& accessible, platform::SerialExecutor& mainThread)
     : windows(windows), programs(programs), accessible(accessible), mainThread(mainThread) {
-  for (const auto& window : watch.lastLook().windows) known.insert(window.id);
+  for (const auto& window : watch.lastSnapshot().windows) known.insert(window.id);
   subscription = watch.observe([this](const WindowsSnapshot& snapshot) { windowsChanged(snapshot); });
 }
 

@@ -42,14 +42,14 @@ bool isOfDesktop(const Window& window) { return window.type == WindowType::deskt
 
 LinuxWorkspace::LinuxWorkspace(const Sources& sources)
     : sources(sources), agents(sources.processes, sources.processes.sessionFolder(::getpid())) {
-  const Look look = lookAt(sources.watch.lastLook());
+  const Look look = lookAt(sources.watch.lastSnapshot());
   told = {.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
   windowSubscription = sources.watch.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
-  accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.watch.lastLook()); });
+  accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.watch.lastSnapshot()); });
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
-  auto running = applications(recentLook());
+  auto running = applications(recentReading());
   const auto isKnown = [&](std::int32_t process) {
     return std::any_of(running.begin(), running.end(),
                        [&](const RunningApplication& each) { return each.processIdentifier == process; });
@@ -65,15 +65,15 @@ std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
 }
 
 std::optional<RunningApplication> LinuxWorkspace::frontmostApplication() {
-  for (const auto& sketch : recentLook().sketches) {
-    if (sketch.isActive) return application(sketch);
+  for (const auto& info : recentReading().infos) {
+    if (info.isActive) return application(info);
   }
   return std::nullopt;
 }
 
 std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_t processIdentifier) {
-  for (const auto& sketch : recentLook().sketches) {
-    if (sketch.processIdentifier == processIdentifier) return application(sketch);
+  for (const auto& info : recentReading().infos) {
+    if (info.processIdentifier == processIdentifier) return application(info);
   }
   if (!agents.isOurs(processIdentifier)) return std::nullopt;
   return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::prohibited});
@@ -83,7 +83,7 @@ bool LinuxWorkspace::activate(std::int32_t processIdentifier) {
   const Look look = lookAt(sources.windows.snapshot());
   const auto own = windowsOf(processIdentifier, look);
   if (own.empty()) return false;
-  forgetLook();
+  forgetReading();
   bool isAsked = false;
   for (const auto& window : own) {
     if (isOnScreen(window, look.snapshot)) isAsked = sources.windows.activate(window.id) || isAsked;
@@ -95,7 +95,7 @@ bool LinuxWorkspace::unhide(std::int32_t processIdentifier) {
   const Look look = lookAt(sources.windows.snapshot());
   const auto own = windowsOf(processIdentifier, look);
   if (own.empty()) return false;
-  forgetLook();
+  forgetReading();
   return std::all_of(own.begin(), own.end(),
                      [&](const Window& window) { return !window.isHidden || sources.windows.activate(window.id); });
 }
@@ -115,31 +115,31 @@ platform::SubscriptionHandle LinuxWorkspace::observe(std::function<void(const pl
   return listeners.add(std::move(onEvent));
 }
 
-LinuxWorkspace::Look LinuxWorkspace::recentLook() {
+LinuxWorkspace::Reading LinuxWorkspace::recentReading() {
   const MutexLock lock(mutex);
-  if (!lastLook || steady_clock::now() - lastLook->moment > kLongestReuse) {
-    lastLook = lookAt(sources.windows.snapshot());
+  if (!lastReading || steady_clock::now() - lastReading->moment > kLongestReuse) {
+    lastReading = lookAt(sources.windows.snapshot());
   }
-  return *lastLook;
+  return *lastReading;
 }
 
-void LinuxWorkspace::forgetLook() {
+void LinuxWorkspace::forgetReading() {
   const MutexLock lock(mutex);
-  lastLook.reset();
+  lastReading.reset();
 }
 
-LinuxWorkspace::Look LinuxWorkspace::lookAt(WindowsSnapshot snapshot) {
-  auto sketches = sketchApplications(snapshot, sources.accessible.processIdentifiers());
-  return {.snapshot = std::move(snapshot), .sketches = std::move(sketches), .moment = steady_clock::now()};
+LinuxWorkspace::Reading LinuxWorkspace::lookAt(WindowsSnapshot snapshot) {
+  auto infos = applicationInfos(snapshot, sources.accessible.processIdentifiers());
+  return {.snapshot = std::move(snapshot), .infos = std::move(infos), .moment = steady_clock::now()};
 }
 
-std::optional<RunningApplication> LinuxWorkspace::application(const ApplicationSketch& sketch) {
-  const auto program = sources.programs.program(sketch.processIdentifier, sketch.windowClass);
+std::optional<RunningApplication> LinuxWorkspace::application(const ApplicationInfo& info) {
+  const auto program = sources.programs.program(info.processIdentifier, info.windowClass);
   if (!program) return std::nullopt;
-  RunningApplication application{.processIdentifier = sketch.processIdentifier,
-                                 .activationPolicy = sketch.activationPolicy,
-                                 .isActive = sketch.isActive,
-                                 .isHidden = sketch.isHidden};
+  RunningApplication application{.processIdentifier = info.processIdentifier,
+                                 .activationPolicy = info.activationPolicy,
+                                 .isActive = info.isActive,
+                                 .isHidden = info.isHidden};
   if (!program->name.empty()) application.localizedName = program->name;
   if (!program->identifier.empty()) application.bundleIdentifier = program->identifier;
   return application;
@@ -147,8 +147,8 @@ std::optional<RunningApplication> LinuxWorkspace::application(const ApplicationS
 
 std::vector<RunningApplication> LinuxWorkspace::applications(const Look& look) {
   std::vector<RunningApplication> found;
-  for (const auto& sketch : look.sketches) {
-    if (auto known = application(sketch)) found.push_back(std::move(*known));
+  for (const auto& info : look.infos) {
+    if (auto known = application(info)) found.push_back(std::move(*known));
   }
   return found;
 }
@@ -164,9 +164,9 @@ std::vector<Window> LinuxWorkspace::windowsOf(std::int32_t processIdentifier, co
 }
 
 void LinuxWorkspace::desktopChanged(const WindowsSnapshot& snapshot) {
-  forgetLook();
+  forgetReading();
   const Look look = lookAt(snapshot);
-  WorkspaceLook now{.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
+  WorkspaceState now{.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
   const auto events = eventsBetween(std::exchange(told, now), now);
   for (const auto& event : events) listeners.tell(event);
 }

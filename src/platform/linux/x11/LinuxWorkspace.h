@@ -11,7 +11,7 @@
 #include "platform/linux/system/DesktopOpener.h"
 #include "platform/linux/x11/AccessibleProcesses.h"
 #include "platform/linux/x11/AgentProcesses.h"
-#include "platform/linux/x11/ApplicationSketches.h"
+#include "platform/linux/x11/ApplicationInfo.h"
 #include "platform/linux/x11/DesktopWatch.h"
 #include "platform/linux/x11/Listeners.h"
 #include "platform/linux/x11/RunningPrograms.h"
@@ -25,7 +25,7 @@ namespace quillard::x11 {
 // What an application is on this system:
 //   - The bundle identifier is the id of its desktop entry, else the path of its program; see `identify`. It is steady,
 //     but it is what the program says of itself: another program of the same user can claim any.
-//   - The activation policy follows from its windows; see `sketchApplications`. An agent without a window, and not on
+//   - The activation policy follows from its windows; see `applicationInfos`. An agent without a window, and not on
 //     the bus, is `prohibited`: it is found by its identifier, and not searched for prompts.
 //   - Active is the owner of the active window; without an X server, nobody is.
 //   - Hidden means that all of its windows are minimised.
@@ -70,15 +70,15 @@ class LinuxWorkspace final : public platform::Workspace {
  private:
   struct Look {
     WindowsSnapshot snapshot;
-    std::vector<ApplicationSketch> sketches;
+    std::vector<ApplicationInfo> infos;
     std::chrono::steady_clock::time_point moment;
   };
 
-  [[nodiscard]] Look recentLook();
-  void forgetLook();
+  [[nodiscard]] Look recentReading();
+  void forgetReading();
   [[nodiscard]] Look lookAt(WindowsSnapshot snapshot);
   // Absent when the process is another user's or has gone.
-  [[nodiscard]] std::optional<platform::RunningApplication> application(const ApplicationSketch& sketch);
+  [[nodiscard]] std::optional<platform::RunningApplication> application(const ApplicationInfo& info);
   [[nodiscard]] std::vector<platform::RunningApplication> applications(const Look& look);
   [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Look& look);
   void desktopChanged(const WindowsSnapshot& snapshot);
@@ -86,8 +86,8 @@ class LinuxWorkspace final : public platform::Workspace {
   const Sources sources;
   const AgentProcesses agents;
   Mutex mutex;
-  std::optional<Look> lastLook QUILLARD_GUARDED_BY(mutex);
-  WorkspaceLook told;  // Main thread only, like all below.
+  std::optional<Look> lastReading QUILLARD_GUARDED_BY(mutex);
+  WorkspaceState told;  // Main thread only, like all below.
   Listeners<platform::WorkspaceEvent> listeners;
   platform::SubscriptionHandle windowSubscription;
   platform::SubscriptionHandle accessibleSubscription;

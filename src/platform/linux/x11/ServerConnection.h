@@ -14,11 +14,11 @@
 
 namespace quillard::x11 {
 
-struct Freed {
+struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }  // NOLINT: xcb hands out memory of malloc.
 };
 template <class Reply>
-using ReplyPointer = std::unique_ptr<Reply, Freed>;
+using ReplyPointer = std::unique_ptr<Reply, FreeDeleter>;
 
 // One connection to the X server, and what was learnt when it was made. When the server goes, it is broken for good:
 // nothing else happens, and each reply is empty. Not for two threads at a time.

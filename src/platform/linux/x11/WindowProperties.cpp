@@ -35,14 +35,14 @@ std::string fromLatin1(std::string_view bytes) {
   return text;
 }
 
-std::optional<std::int32_t> processOf(const RawWindow& raw, const WindowSurroundings& surroundings) {
-  const auto process = numberOf(raw.processIdentifier, surroundings.atoms[Atom::cardinal]);
+std::optional<std::int32_t> processOf(const RawWindow& raw, const WindowDependencies& dependencies) {
+  const auto process = numberOf(raw.processIdentifier, dependencies.atoms[Atom::cardinal]);
   if (!process || *process == 0 || *process > std::uint32_t{std::numeric_limits<std::int32_t>::max()}) {
     return std::nullopt;
   }
   // A number of another machine's processes says nothing here.
-  const auto machine = textOf(raw.clientMachine, surroundings.atoms);
-  if (raw.clientMachine.type != 0 && machine != surroundings.hostName) return std::nullopt;
+  const auto machine = textOf(raw.clientMachine, dependencies.atoms);
+  if (raw.clientMachine.type != 0 && machine != dependencies.hostName) return std::nullopt;
   return static_cast<std::int32_t>(*process);
 }
 
@@ -98,14 +98,14 @@ WindowType typeOf(const RawWindow& raw, const Atoms& atoms, bool isTransient) {
   return isTransient ? WindowType::dialog : WindowType::normal;
 }
 
-std::optional<WindowID> transientFor(const RawWindow& raw, const WindowSurroundings& surroundings) {
-  const auto other = numberOf(raw.transientFor, surroundings.atoms[Atom::window]);
-  if (!other || *other == 0 || *other == surroundings.root || *other == raw.id) return std::nullopt;
+std::optional<WindowID> transientFor(const RawWindow& raw, const WindowDependencies& dependencies) {
+  const auto other = numberOf(raw.transientFor, dependencies.atoms[Atom::window]);
+  if (!other || *other == 0 || *other == dependencies.root || *other == raw.id) return std::nullopt;
   return other;
 }
 
-void readState(const RawWindow& raw, const WindowSurroundings& surroundings, Window& window) {
-  const Atoms& atoms = surroundings.atoms;
+void readState(const RawWindow& raw, const WindowDependencies& dependencies, Window& window) {
+  const Atoms& atoms = dependencies.atoms;
   const auto states = numbersOf(raw.state, atoms[Atom::atom], kMostAtoms);
   const auto has = [&](Atom name) { return std::find(states.begin(), states.end(), atoms[name]) != states.end(); };
   window.isModal = has(Atom::netWMStateModal);
@@ -117,7 +117,7 @@ void readState(const RawWindow& raw, const WindowSurroundings& surroundings, Win
   // not know HIDDEN, iconic on the present desktop is minimised.
   const std::uint32_t legacy = numberOf(raw.legacyState, atoms[Atom::wmState]).value_or(kUnknownState);
   const bool isElsewhere =
-      window.desktop && surroundings.currentDesktop && window.desktop != surroundings.currentDesktop;
+      window.desktop && dependencies.currentDesktop && window.desktop != dependencies.currentDesktop;
   window.isHidden = has(Atom::netWMStateHidden) || (legacy == kIconicState && !isElsewhere);
   const bool isManaged = legacy == kNormalState || legacy == kIconicState;
   window.isMapped = !window.isHidden && (isManaged || (legacy != kWithdrawnState && raw.isViewable));
@@ -161,18 +161,18 @@ const std::vector<PropertySource>& windowPropertySources() {
   return sources;
 }
 
-Window readWindow(const RawWindow& raw, const WindowSurroundings& surroundings) {
-  const Atoms& atoms = surroundings.atoms;
+Window readWindow(const RawWindow& raw, const WindowDependencies& dependencies) {
+  const Atoms& atoms = dependencies.atoms;
   Window window;
   window.id = raw.id;
-  window.processIdentifier = processOf(raw, surroundings);
+  window.processIdentifier = processOf(raw, dependencies);
   window.name = nameOf(raw, atoms);
   window.className = classOf(raw.classHint, atoms);
-  window.transientFor = transientFor(raw, surroundings);
+  window.transientFor = transientFor(raw, dependencies);
   window.type = typeOf(raw, atoms, raw.transientFor.type == atoms[Atom::window]);
   const auto desktop = numberOf(raw.desktop, atoms[Atom::cardinal]);
   if (desktop != kAllDesktops) window.desktop = desktop;
-  readState(raw, surroundings, window);
+  readState(raw, dependencies, window);
   window.clientBounds = raw.clientBounds;
   window.frame = extentsOf(raw.frame, atoms).value_or(Extents{});
   window.gtkFrame = extentsOf(raw.gtkFrame, atoms);

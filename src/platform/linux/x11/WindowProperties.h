@@ -60,13 +60,13 @@ struct PropertySource {
 [[nodiscard]] const std::vector<PropertySource>& windowPropertySources();
 
 // What is needed to understand a window, besides the window.
-struct WindowSurroundings {
+struct WindowDependencies {
   const Atoms& atoms;
   std::string hostName;
   WindowID root = 0;
   std::optional<std::uint32_t> currentDesktop;
 };
 
-[[nodiscard]] Window readWindow(const RawWindow& raw, const WindowSurroundings& surroundings);
+[[nodiscard]] Window readWindow(const RawWindow& raw, const WindowDependencies& dependencies);
 
 }  // namespace quillard::x11

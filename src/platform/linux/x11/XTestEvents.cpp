@@ -19,7 +19,7 @@ using platform::SyntheticEvent;
 constexpr std::uint8_t kLeftButton = 1;
 constexpr int kDeepestWindow = 32;
 constexpr auto kKeyboardWait = std::chrono::milliseconds{100};
-constexpr auto kKeyboardLook = std::chrono::milliseconds{5};
+constexpr auto kKeyboardCheckInterval = std::chrono::milliseconds{5};
 constexpr std::uint32_t kReturnSymbol = 0xFF0D;
 constexpr std::uint32_t kSpaceSymbol = 0x20;
 constexpr std::uint32_t kEscapeSymbol = 0xFF1B;
@@ -206,7 +206,7 @@ bool XTestEvents::waitForKeyboard(const ServerConnection& server, std::int32_t p
   const auto deadline = std::chrono::steady_clock::now() + kKeyboardWait;
   while (ownerOfKeyboard(server) != processIdentifier) {
     if (std::chrono::steady_clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(kKeyboardLook);
+    std::this_thread::sleep_for(kKeyboardCheckInterval);
   }
   return true;
 }

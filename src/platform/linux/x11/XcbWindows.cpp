@@ -130,12 +130,12 @@ WindowsSnapshot XcbWindows::snapshot() {
   inquiries.reserve(root.windows.size());
   for (const auto window : root.windows) inquiries.push_back(askWindow(*server, window));
 
-  const WindowSurroundings surroundings{
+  const WindowDependencies dependencies{
       .atoms = server->atoms(), .hostName = hostName(), .root = server->root(), .currentDesktop = root.currentDesktop};
   WindowsSnapshot snapshot{.active = root.active, .currentDesktop = root.currentDesktop, .screen = root.screen};
   for (std::size_t i = 0; i < root.windows.size(); ++i) {
     const auto raw = takeAnswers(*server, root.windows[i], inquiries[i], root.isManaged);
-    if (raw) snapshot.windows.push_back(readWindow(*raw, surroundings));
+    if (raw) snapshot.windows.push_back(readWindow(*raw, dependencies));
   }
   if (server->isBroken()) return {};  // Half of an answer would look like windows that were closed.
   return snapshot;

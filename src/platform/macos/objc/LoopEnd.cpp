@@ -27,7 +27,7 @@ void LoopEnd::terminate() {
 }
 
 void LoopEnd::tellOnce() {
-  if (!std::exchange(isTold, true) && onWillTerminate) onWillTerminate();
+  if (!std::exchange(isNotified, true) && onWillTerminate) onWillTerminate();
 }
 
 }  // namespace quillard::macos

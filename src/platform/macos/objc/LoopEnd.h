@@ -32,7 +32,7 @@ class LoopEnd {
   platform::SerialExecutor& mainThread;
   std::function<void()> onWillTerminate;
   bool isTerminating = false;
-  bool isTold = false;
+  bool isNotified = false;
   const std::unique_ptr<Connection> aboutToQuit;
 };
 

@@ -8,7 +8,7 @@
 
 #include "platform/macos/objc/MainThreadLink.h"
 #include "platform/macos/objc/Text.h"
-#include "platform/macos/objc/WorkspaceWords.h"
+#include "platform/macos/objc/WorkspaceMapping.h"
 
 // What menus and events are sent to, since they cannot call functions.
 @interface QuillardReceiver : NSObject

@@ -2,7 +2,7 @@
 
 #import <ServiceManagement/ServiceManagement.h>
 
-#include "platform/macos/objc/LoginServiceWords.h"
+#include "platform/macos/objc/LoginServiceMapping.h"
 #include "platform/macos/objc/Text.h"
 
 namespace quillard::macos {

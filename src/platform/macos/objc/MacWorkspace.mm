@@ -6,7 +6,7 @@
 
 #include "platform/macos/objc/MainThreadLink.h"
 #include "platform/macos/objc/Text.h"
-#include "platform/macos/objc/WorkspaceWords.h"
+#include "platform/macos/objc/WorkspaceMapping.h"
 
 namespace quillard::macos {
 

@@ -22,14 +22,14 @@ constexpr const char* kWatcherService = "org.kde.StatusNotifierWatcher";
 
 // A panel that has begun to start is asked a few times, until it has.
 constexpr std::chrono::seconds kHostInterval{2};
-constexpr int kHostPatience = 30;
+constexpr int kMostHostChecks = 30;
 
-using CFreed = std::unique_ptr<void, decltype(&std::free)>;
+using FreeingPointer = std::unique_ptr<void, decltype(&std::free)>;
 
 xcb_atom_t atom(xcb_connection_t* connection, const std::string& name) {
   const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
   auto* reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-  const CFreed freed{reply, &std::free};
+  const FreeingPointer freed{reply, &std::free};
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
@@ -71,10 +71,10 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
   void takeAnswer(bool hasWatcher, bool hasHost) {
     if (hasHost) {
       found();
-    } else if (hasWatcher && !isFound && ++hostless <= kHostPatience) {
+    } else if (hasWatcher && !isFound && ++hostless <= kMostHostChecks) {
       QTimer::singleShot(kHostInterval, this, [this] { askForHost(); });
     } else {
-      lookAtDisplay();  // Only now: a tray on the bus, where there is one, is the better one.
+      checkDisplay();  // Only now: a tray on the bus, where there is one, is the better one.
     }
   }
 
@@ -85,14 +85,14 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
     manager = atom(connection, "MANAGER");
     traySelection = atom(connection, "_NET_SYSTEM_TRAY_S0");
     QCoreApplication::instance()->installNativeEventFilter(this);
-    if (!QDBusConnection::sessionBus().isConnected()) lookAtDisplay();
+    if (!QDBusConnection::sessionBus().isConnected()) checkDisplay();
   }
 
-  void lookAtDisplay() {
+  void checkDisplay() {
     if (!connection) return;
     auto* reply =
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, traySelection), nullptr);
-    const CFreed freed{reply, &std::free};
+    const FreeingPointer freed{reply, &std::free};
     if (reply && reply->owner != XCB_WINDOW_NONE) found();
   }
 

@@ -1,0 +1,187 @@
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "desktop/AccessibleTree.h"
+#include "desktop/PrivateDesktop.h"
+#include "e2e/InstalledAgent.h"
+#include "e2e/TestRelay.h"
+
+// The window of the running agent, used as somebody does who cannot see it: every button through the accessibility bus,
+// and every action for real.
+namespace quillard {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Accessible;
+using test::DesktopProgram;
+using test::InstalledAgent;
+using test::PrivateDesktop;
+using test::TestRelay;
+using test::waitFor;
+
+constexpr std::uint32_t kPanelRole = 39;
+constexpr std::uint32_t kMenuItemRole = 35;
+
+const std::string kPairing = "iPhone Pairing";
+const std::string kInstallation = "Applications Folder";
+const std::string kAccessibility = "Accessibility";
+const std::string kLogin = "Open at Login";
+const std::string kAlerts = "iPhone Alerts";
+
+class AgentWindow : public testing::Test {
+ protected:
+  explicit AgentWindow(const PrivateDesktop::Options& options = {}) : desktop(options) {
+    // In place of the desktop's file browser: writes down what it is asked to open.
+    std::filesystem::create_directories(programs);
+    std::ofstream(programs + "/xdg-open") << "#!/bin/sh\nprintf '%s\\n' \"$1\" >> \"$HOME/opened\"\n";
+    std::filesystem::permissions(programs + "/xdg-open", std::filesystem::perms::owner_all);
+  }
+
+  void startAgent() {
+    agent.push_back(installed.start({{"QUILLARD_RELAY_URL", relay.url()},
+                                     {"QUILLARD_PAIRING_ID", "window"},
+                                     {"PATH", programs + ":/usr/local/bin:/usr/bin:/bin"},
+                                     {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}));
+    ASSERT_TRUE(relay.waitForConnection()) << said();
+    relay.pairPhone(installed.endToEndSecret());
+  }
+  std::string said() { return agent.back().output() + agent.back().errors(); }
+
+  // The first object in the agent's windows, below the row of that name, that is of this role and name.
+  std::optional<Accessible> find(const std::string& row, std::uint32_t role, const std::string& name) {
+    for (const auto& window : tree.windowsOf(agent.back().pid())) {
+      const auto* const panel = window.find(kPanelRole, row);
+      const auto* const found = panel ? panel->find(role, name) : nullptr;
+      if (found) return *found;
+    }
+    return std::nullopt;
+  }
+  bool says(const std::string& row, const std::string& text) {
+    return waitFor([&] { return find(row, test::kLabelRole, text).has_value(); });
+  }
+  void press(const std::string& row, const std::string& label) {
+    std::optional<Accessible> button;
+    ASSERT_TRUE(waitFor([&] {
+      button = find(row, test::kButtonRole, label);
+      return button.has_value();
+    })) << row
+        << ": " << label << "\n"
+        << said();
+    EXPECT_TRUE(tree.press(*button));
+  }
+  // From the menu that a button has opened. Pressing a menu item may answer only when the menu is gone.
+  void choose(const std::string& item) {
+    ASSERT_TRUE(waitFor([&] {
+      for (const auto& window : tree.windowsOf(agent.back().pid())) {
+        const auto* const found = window.find(kMenuItemRole, item);
+        if (found) return tree.press(*found);
+      }
+      return false;
+    })) << item;
+  }
+  std::vector<std::string> opened() {
+    std::vector<std::string> addresses;
+    std::ifstream file(desktop.folder("home") + "/opened");
+    for (std::string line; std::getline(file, line);) addresses.push_back(line);
+    return addresses;
+  }
+  bool opens(const std::string& part) {
+    return waitFor([&] {
+      const auto addresses = opened();
+      return std::any_of(addresses.begin(), addresses.end(),
+                         [&](const std::string& address) { return address.find(part) != std::string::npos; });
+    });
+  }
+  bool listHas(std::size_t count) {
+    return relay.waitForList([&](const auto& approvals) { return approvals.size() == count; }, 15s).has_value();
+  }
+
+  PrivateDesktop desktop;
+  const std::string programs = desktop.folder("home") + "/programs";
+  TestRelay relay;
+  InstalledAgent installed{desktop, QUILLARD_PROGRAM, QUILLARD_INFORMATION};
+  test::AccessibleTree tree{desktop};
+  std::vector<DesktopProgram> agent;  // One at most.
+};
+
+TEST_F(AgentWindow, PausesAndResumesThePhonesAlerts) {
+  startAgent();
+  auto dialog = desktop.launch("gtk3_prompt", {"--kind", "dialog", "--title", "Waiting", "--text", "May it go on?",
+                                               "--button", "No", "--button", "Yes"});
+  ASSERT_TRUE(listHas(1)) << said();
+  press(kAlerts, "Pause 2h");
+  EXPECT_TRUE(listHas(0));
+  EXPECT_TRUE(says(kAlerts, "Alerts will resume automatically."));
+  press(kAlerts, "Resume");
+  EXPECT_TRUE(listHas(1));
+  EXPECT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+  EXPECT_TRUE(dialog.isRunning());
+}
+
+TEST_F(AgentWindow, OffersLongerPausesInAMenu) {
+  startAgent();
+  ASSERT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+  press(kAlerts, "Options…");
+  choose("Pause Forever");
+  EXPECT_TRUE(says(kAlerts, "Paused until you resume."));
+  press(kAlerts, "Options…");
+  choose("Resume Now");
+  EXPECT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+}
+
+TEST_F(AgentWindow, OpensTheFolderForApplications) {
+  startAgent();
+  press(kInstallation, "Open Folder");
+  EXPECT_TRUE(opens("/.local/lib"));
+}
+
+TEST_F(AgentWindow, SwitchesTheStartAtLoginOnAgainAndShowsWhereItIsKept) {
+  startAgent();
+  const auto entry = desktop.folder("config") + "/autostart/com.quillard.agent.desktop";
+  ASSERT_TRUE(says(kLogin, "Enabled"));
+  ASSERT_TRUE(std::filesystem::remove(entry));
+  ASSERT_TRUE(says(kLogin, "Off")) << "The window looks again every two seconds.";
+  press(kLogin, "Enable");
+  EXPECT_TRUE(says(kLogin, "Enabled"));
+  EXPECT_TRUE(std::filesystem::exists(entry));
+  press(kLogin, "Open Settings");
+  EXPECT_TRUE(opens("autostart"));
+}
+
+TEST_F(AgentWindow, UnpairsThePhoneAndComesBackUnderANewIdentity) {
+  startAgent();
+  ASSERT_TRUE(says(kPairing, "iPhone paired"));
+  const auto before = std::string(installed.endToEndSecret().text());
+  press(kPairing, "Unpair iPhone");
+  EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << said();
+  EXPECT_TRUE(waitFor([&] { return installed.endToEndSecret().text() != before; }));
+}
+
+class AgentWindowWithoutAccessibility : public AgentWindow {
+ protected:
+  AgentWindowWithoutAccessibility() : AgentWindow({.accessibility = PrivateDesktop::Options::Accessibility::off}) {}
+};
+
+TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromThePairingCard) {
+  startAgent();
+  ASSERT_TRUE(says(kPairing, "Accessibility required"));
+  press(kPairing, "Allow Accessibility…");
+  EXPECT_TRUE(says(kAccessibility, "Allowed")) << said();
+}
+
+TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromItsRow) {
+  startAgent();
+  ASSERT_TRUE(says(kAccessibility, "Required"));
+  press(kAccessibility, "Open Settings");
+  EXPECT_TRUE(says(kAccessibility, "Allowed")) << said();
+}
+
+}  // namespace
+}  // namespace quillard

@@ -1,0 +1,158 @@
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "contract/support/TransportClients.h"
+#include "platform/qt/QtExecutors.h"
+#include "platform/qt/QtHttpSessions.h"
+#include "platform/qt/QtNetworkThread.h"
+#include "platform/qt/QtWebSockets.h"
+#include "platform/qt/SystemClock.h"
+#include "platform/simulated/SimulatedConsole.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "relay/RelayClient.h"
+#include "relay/RelayCrypto.h"
+#include "relay/RelayTokenRegistration.h"
+#include "e2e/RelayProgram.h"
+#include "e2e/RelayWire.h"
+#include "support/SampleApprovals.h"
+
+// The agent's side of the relay against the real relay: both halves of one protocol, made apart.
+namespace quillard {
+namespace {
+
+using platform::Secret;
+using test::Awaited;
+using test::RelayProgram;
+using test::RelayWire;
+
+const std::string kToken(64, 'a');
+const std::string kPairing = "quillard-office-1";
+
+class RelayServerEndToEnd : public testing::Test {
+ protected:
+  RelayRegistrationOutcome registerToken(const std::string& token) {
+    Awaited<RelayRegistrationOutcome> outcome;
+    std::unique_ptr<platform::HttpSession> session;
+    test::onExecutor(*queue, [&] {
+      session = http.makeEphemeralSession(*queue);
+      registerRelayAuthToken({.relayURL = url(), .pairingID = kPairing}, Secret{std::string_view{token}}, *session,
+                             *queue, [&](RelayRegistrationOutcome got) { outcome.set(std::move(got)); });
+    });
+    const auto got = outcome.get();
+    test::onExecutor(*queue, [&] { session.reset(); });
+    EXPECT_TRUE(got) << "the registration did not end";
+    return got.value_or(std::nullopt);
+  }
+
+  [[nodiscard]] std::string url() const { return "ws://127.0.0.1:" + std::to_string(relay.port()) + "/ws"; }
+
+  std::unique_ptr<RelayClient> connectAgent() {
+    auto client = std::make_unique<RelayClient>(
+        RelayClientAccess{.url = url() + "?pairing=" + kPairing + "&role=mac",
+                          .relaySecret = Secret{std::string_view{kToken}},
+                          .cryptoSecret = Secret{std::string_view{"shared"}}},
+        RelayClientCallbacks{.onApprovalRequest = [this](const auto& request) { requests.set(request); },
+                             .onSuppressionCommand = [this](const auto& command) { suppressions.set(command); },
+                             .onStatusChange = [this](const auto& status) { statuses.set(status); }},
+        *queue, RelayClientDependencies{sockets, clock, random, console});
+    client->connect();
+    return client;
+  }
+
+  // The first status that `accepts` likes. Absent: none came in time.
+  template <class Accepts>
+  std::optional<RelayConnectionStatus> waitForStatus(Accepts accepts) {
+    for (std::size_t i = 0;; ++i) {
+      auto status = statuses.get(i);
+      if (!status || accepts(*status)) return status;
+    }
+  }
+
+  std::unique_ptr<RelayWire> connectPhone() {
+    auto phone = std::make_unique<RelayWire>(relay.port());
+    const auto reply = phone->upgrade("role=phone&pairing=" + kPairing + "&deviceID=A&deviceName=Ana&platform=iOS",
+                                      {{"Sec-WebSocket-Protocol", "quillard.v1, quillard.bearer." + kToken}});
+    EXPECT_EQ(reply.status, 101);
+    return phone;
+  }
+
+  Json seal(const Json& command) {
+    return toJson(
+        std::get<EncryptedRelayPayload>(RelayCrypto::seal(command, Secret{std::string_view{"shared"}}, random)));
+  }
+
+  RelayProgram relay;
+  qt::QtExecutors executors;
+  qt::QtNetworkThread network;
+  qt::QtWebSockets sockets{network};
+  qt::QtHttpSessions http{network};
+  qt::SystemClock clock;
+  platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
+  platform::simulated::SimulatedConsole console;
+  Awaited<ApprovalRequestEnvelope> requests;
+  Awaited<ApprovalSuppressionCommand> suppressions;
+  Awaited<RelayConnectionStatus> statuses;
+  std::unique_ptr<platform::SerialExecutor> queue =
+      executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
+};
+
+TEST_F(RelayServerEndToEnd, TakesTheAgentsTokenAndRefusesAnother) {
+  EXPECT_FALSE(registerToken(kToken));
+  EXPECT_FALSE(registerToken(kToken));
+  const auto other = registerToken(std::string(64, 'b'));
+  ASSERT_TRUE(other);
+  EXPECT_EQ(description(*other), "The relay rejected token registration with HTTP 401.");
+}
+
+TEST_F(RelayServerEndToEnd, CarriesAPromptToThePhoneAndTheDecisionBack) {
+  ASSERT_FALSE(registerToken(kToken));
+  const auto agent = connectAgent();
+  ASSERT_TRUE(waitForStatus([](const auto& status) { return status.relayConnected; }));
+  const std::vector<PendingApproval> list{samples::approval(1)};
+  agent->publishSnapshot(list, true, false);
+  const auto phone = connectPhone();
+  const auto status = waitForStatus([](const auto& seen) { return seen.phoneConnected; });
+  ASSERT_TRUE(status);
+  ASSERT_EQ(status->phones.size(), 1U);
+  EXPECT_EQ(status->phones[0].deviceName, "Ana");
+  EXPECT_EQ(status->phones[0].connected, true);
+  EXPECT_EQ(phone->read("mac.snapshot")["snapshotID"], "ax1:" + RelayCrypto::snapshotID(list));
+
+  const ApprovalRequestCommand command{.approvalID = samples::uuid(1), .buttonLabel = "Erase"};
+  phone->say({{"type", "approval.request"}, {"decisionID", "d1"}, {"encryptedRequest", seal(toJson(command))}});
+  const auto request = requests.get();
+  ASSERT_TRUE(request);
+  EXPECT_EQ(request->decisionID, "d1");
+  EXPECT_EQ(request->command, command);
+  EXPECT_EQ(phone->read("relay.receipt")["delivered"], true);
+  agent->publishResult("d1", {.approvalID = samples::uuid(1), .buttonLabel = "Erase", .status = "accepted"});
+  EXPECT_EQ(phone->read("approval.result")["phone"]["deviceID"], "A");
+
+  const ApprovalSuppressionCommand suppression{
+      .action = "suppress", .approvalID = {}, .suppressionID = samples::uuid(2)};
+  phone->say(
+      {{"type", "approval.suppress"}, {"decisionID", "s1"}, {"encryptedSuppression", seal(toJson(suppression))}});
+  EXPECT_EQ(suppressions.get(), suppression);
+  agent->disconnect();
+  EXPECT_EQ(phone->read("mac.status")["macConnected"], false);
+}
+
+TEST_F(RelayServerEndToEnd, EndsThePairingWhenTheAgentUnpairs) {
+  ASSERT_FALSE(registerToken(kToken));
+  const auto agent = connectAgent();
+  const auto phone = connectPhone();
+  ASSERT_TRUE(waitForStatus([](const auto& status) { return status.phoneConnected; }));
+  Awaited<bool> sent;
+  agent->unpairPhone({}, [&](bool isSent) { sent.set(isSent); });
+  EXPECT_EQ(sent.get(), true);
+  EXPECT_EQ(phone->readClose(), 4002);
+  const auto outcome = registerToken(kToken);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(description(*outcome), "This pairing was revoked.");
+  agent->disconnect();
+}
+
+}  // namespace
+}  // namespace quillard

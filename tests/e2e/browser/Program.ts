@@ -1,0 +1,120 @@
+import { spawn, type ChildProcess } from "node:child_process";
+import { constants } from "node:os";
+
+/** How long a sign may take on a busy machine. Only failures use it up. */
+export const timeout = 20_000;
+
+/** Programs are not to print any secret; should one do so, it is not spread by us. */
+export function withoutSecrets(text: string): string {
+  return text.replace(/[0-9a-f]{64}/g, "(a secret)");
+}
+
+/** A program on the desktop, as it runs: what it has written, and what it ended with. */
+export class Program {
+  private readonly child: ChildProcess;
+  private written = "";
+  private listeners: (() => void)[] = [];
+  private status: number | undefined;
+  /** Its exit code or, as a shell has it, 128 and the number of the signal that ended it. */
+  readonly exitStatus: Promise<number>;
+  /** Everything that it wrote has been read, too. */
+  readonly isRead: Promise<void>;
+
+  constructor(
+    readonly name: string,
+    path: string,
+    args: readonly string[],
+    variables: Readonly<Record<string, string>> = {},
+  ) {
+    this.child = spawn(path, args, {
+      stdio: ["ignore", "pipe", "pipe"],
+      env: { ...process.env, ...variables },
+    });
+    for (const stream of [this.child.stdout, this.child.stderr]) {
+      stream?.setEncoding("utf8").on("data", (text: string) => this.take(text));
+    }
+    this.exitStatus = new Promise((resolve, reject) => {
+      this.child.on("error", reject);
+      this.child.on("exit", (code, signal) => {
+        this.status = code ?? 128 + (signal === null ? 0 : constants.signals[signal]);
+        this.tell();
+        resolve(this.status);
+      });
+    });
+    this.isRead = new Promise((resolve) => this.child.on("close", () => resolve()));
+    // Whoever awaits it gets to know; a program that nobody awaits may fail to start without ending the run.
+    this.exitStatus.catch(() => undefined);
+  }
+
+  get pid(): number {
+    if (this.child.pid === undefined) throw new Error(`${this.name} did not start`);
+    return this.child.pid;
+  }
+
+  /** All that it has written to standard output and standard error. */
+  get output(): string {
+    return this.written;
+  }
+
+  get isRunning(): boolean {
+    return this.status === undefined;
+  }
+
+  /** The match of `sign` in its output, as soon as it is there. */
+  waitForOutput(sign: RegExp): Promise<RegExpExecArray> {
+    return new Promise((resolve, reject) => {
+      const giveUp = (why: string) => {
+        this.listeners = this.listeners.filter((listener) => listener !== look);
+        clearTimeout(timer);
+        reject(
+          new Error(
+            `${this.name} ${why} before it said ${String(sign)}. It said:\n${withoutSecrets(this.output)}`,
+          ),
+        );
+      };
+      const look = () => {
+        const match = sign.exec(this.written);
+        if (match !== null) {
+          this.listeners = this.listeners.filter((listener) => listener !== look);
+          clearTimeout(timer);
+          resolve(match);
+        } else if (!this.isRunning) {
+          giveUp(`ended (${String(this.status)})`);
+        }
+      };
+      const timer = setTimeout(() => giveUp("took too long"), timeout);
+      this.listeners.push(look);
+      look();
+    });
+  }
+
+  /** Politely. Waits until it has gone. */
+  end(): Promise<number> {
+    this.child.kill("SIGTERM");
+    return this.exitStatus;
+  }
+
+  /** Without a warning. Waits until it has gone. */
+  kill(): Promise<number> {
+    this.child.kill("SIGKILL");
+    return this.exitStatus;
+  }
+
+  /** It stands still until it is resumed: as hung programs and sleeping computers do. */
+  stop(): void {
+    this.child.kill("SIGSTOP");
+  }
+
+  resume(): void {
+    this.child.kill("SIGCONT");
+  }
+
+  private take(text: string): void {
+    this.written += text;
+    this.tell();
+  }
+
+  private tell(): void {
+    for (const listener of [...this.listeners]) listener();
+  }
+}

@@ -1,0 +1,16 @@
+import { defineConfig } from "@playwright/test";
+
+// The whole road on one private desktop: one computer, one relay, one phone. What waits on the desktop is seen by all, so
+// nothing runs side by side, and a failed test is not tried again: what fails now and then is a mistake.
+export default defineConfig({
+  testDir: ".",
+  outputDir: process.env["QUILLARD_E2E_RESULTS"] ?? "test-results",
+  grep: new RegExp(process.env["QUILLARD_E2E_ONLY"] ?? ""),
+  workers: 1,
+  fullyParallel: false,
+  retries: 0,
+  forbidOnly: true,
+  timeout: 60_000,
+  expect: { timeout: 20_000 },
+  reporter: "list",
+});

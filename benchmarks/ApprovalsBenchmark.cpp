@@ -10,7 +10,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::Seed;
 
 std::vector<PendingApproval> approvals(std::int64_t count) {

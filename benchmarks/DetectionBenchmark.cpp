@@ -1,15 +1,14 @@
 #include <benchmark/benchmark.h>
 
 #include "benchmarks/RatioReporter.h"
-#include "detection/AXHelpers.h"
 #include "detection/DialogPromptClassifier.h"
 #include "detection/PromptReader.h"
+#include "detection/elements/AXHelpers.h"
 #include "support/DetectionWorld.h"
 
 namespace quillard {
 namespace {
 
-using platform::Rect;
 using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
 

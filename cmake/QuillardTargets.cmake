@@ -10,6 +10,10 @@ target_compile_options(quillard_options INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-maybe-uninitialized>
   $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wshadow -Wthread-safety>)
 target_include_directories(quillard_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+# A header that is compiled once suits only what is compiled alike: position independence and threads are the same
+# everywhere.
+target_compile_options(quillard_options INTERFACE -fPIC -pthread
+  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-fno-semantic-interposition>)
 if(QUILLARD_SANITIZE)
   target_compile_options(quillard_options INTERFACE
     -fsanitize=${QUILLARD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -25,22 +29,50 @@ function(quillard_common target)
   endif()
 endfunction()
 
+# Headers that nearly every source reads, compiled once: `quillard_pch` for sources, `quillard_test_pch` for tests.
+function(quillard_make_precompiled_headers)
+  add_library(quillard_pch OBJECT ${PROJECT_SOURCE_DIR}/cmake/Empty.cpp)
+  target_link_libraries(quillard_pch PRIVATE quillard_options)
+  target_precompile_headers(quillard_pch PRIVATE
+    <algorithm> <array> <chrono> <cstdint> <functional> <map> <memory> <optional> <set> <span> <string> <string_view>
+    <unordered_map> <unordered_set> <utility> <variant> <vector>)
+  if(QUILLARD_TESTS)
+    add_library(quillard_test_pch OBJECT ${PROJECT_SOURCE_DIR}/cmake/Empty.cpp)
+    target_link_libraries(quillard_test_pch PRIVATE quillard_options GTest::gtest GTest::gmock rapidcheck)
+    target_precompile_headers(quillard_test_pch PRIVATE
+      <gmock/gmock.h> <gtest/gtest.h> <rapidcheck.h> <rapidcheck/gtest.h>
+      <chrono> <fstream> <functional> <map> <set> <span> <sstream> <unordered_map> <variant>)
+  endif()
+endfunction()
+
+function(quillard_precompiled_headers target which)
+  if(QUILLARD_PRECOMPILE)
+    target_precompile_headers(${target} REUSE_FROM ${which})
+  endif()
+endfunction()
+
 # quillard_library(NAME SOURCES ... [PUBLIC targets...] [PRIVATE targets...])
 function(quillard_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillard_options ${ARG_PRIVATE})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  quillard_precompiled_headers(${name} quillard_pch)
   quillard_common(${name})
 endfunction()
 
-# quillard_header_library(NAME [INTERFACE targets...]): headers only; `<NAME>_headers` compiles each of them alone.
+# quillard_header_library(NAME [SUBFOLDERS folders...] [INTERFACE targets...]): headers only; `<NAME>_headers` compiles
+# each of them alone.
 function(quillard_header_library name)
-  cmake_parse_arguments(ARG "" "" "INTERFACE" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SUBFOLDERS;INTERFACE" ${ARGN})
   add_library(${name} INTERFACE)
   target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} INTERFACE ${ARG_INTERFACE})
-  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  set(patterns ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  foreach(folder IN LISTS ARG_SUBFOLDERS)
+    list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.h)
+  endforeach()
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/src ${patterns})
   set(probes)
   foreach(header IN LISTS headers)
     string(MAKE_C_IDENTIFIER ${header} stem)
@@ -67,6 +99,7 @@ function(quillard_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE quillard_options ${ARG_LINK} GTest::gtest GTest::gmock GTest::gtest_main rapidcheck)
+  quillard_precompiled_headers(${name} quillard_test_pch)
   quillard_common(${name})
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()

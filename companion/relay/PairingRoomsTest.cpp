@@ -76,7 +76,7 @@ TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
   world.say(*agent, snapshot());
   EXPECT_EQ(one->ofType("mac.snapshot").size(), 1U);
   EXPECT_EQ(two->ofType("mac.snapshot").size(), 1U);
-  EXPECT_EQ(foreignChild->ofType("mac.snapshot").size(), 0U);
+  EXPECT_EQ(other->ofType("mac.snapshot").size(), 0U);
 }
 
 TEST(PairingRooms, PassOnKnownMembersOnlyInTheirOrder) {

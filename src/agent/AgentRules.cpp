@@ -7,7 +7,7 @@
 namespace quillard::AgentRules {
 namespace {
 
-constexpr platform::Seconds kShortestResumeDelay{0.5};
+constexpr Seconds kShortestResumeDelay{0.5};
 
 bool isPhonePresent(const RelayConnectionStatus& status) {
   return status.phoneConnected || status.phoneCount > 0 || !status.phones.empty();
@@ -36,13 +36,13 @@ std::unordered_set<Uuid> stillAnnounced(const std::unordered_set<Uuid>& lastNoti
   return kept;
 }
 
-platform::Seconds resumeDelay(platform::Date pausedUntil, platform::Date now) {
+Seconds resumeDelay(Date pausedUntil, Date now) {
   if (pausedUntil <= now) return kShortestResumeDelay;
   // Unsigned, since moments may lie further apart than a signed difference can say.
   const auto microseconds = static_cast<std::uint64_t>(pausedUntil.time_since_epoch().count()) -
                             static_cast<std::uint64_t>(now.time_since_epoch().count());
   // Half a microsecond more, so that rounding never ends the wait before the pause.
-  const platform::Seconds left{(static_cast<double>(microseconds) + 0.5) / 1e6};
+  const Seconds left{(static_cast<double>(microseconds) + 0.5) / 1e6};
   return std::max(kShortestResumeDelay, left);
 }
 

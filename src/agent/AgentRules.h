@@ -6,8 +6,8 @@
 
 #include "approvals/PendingApproval.h"
 #include "foundation/Uuid.h"
-#include "platform/Time.h"
 #include "relay/RelayStatus.h"
+#include "values/Time.h"
 
 // Small decisions of the agent, as functions of what is known. No state; any thread.
 namespace quillard::AgentRules {
@@ -20,7 +20,7 @@ namespace quillard::AgentRules {
                                                       const std::vector<PendingApproval>& current);
 
 // How long to wait for the end of a pause: never less than half a second.
-[[nodiscard]] platform::Seconds resumeDelay(platform::Date pausedUntil, platform::Date now);
+[[nodiscard]] Seconds resumeDelay(Date pausedUntil, Date now);
 
 // Whether the news is that a phone came, or is another one: it has to be sent the list, whether or not that changed.
 [[nodiscard]] bool phoneNeedsSnapshot(const RelayConnectionStatus& before, const RelayConnectionStatus& now);

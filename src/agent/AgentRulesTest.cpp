@@ -9,7 +9,6 @@
 namespace quillard::AgentRules {
 namespace {
 
-using platform::Seconds;
 using samples::approval;
 using samples::date;
 using samples::uuid;
@@ -36,8 +35,8 @@ TEST(AgentRules, WaitsForTheEndOfAPauseButHalfASecondAtLeast) {
 }
 
 TEST(AgentRules, TakesEverySetClock) {
-  EXPECT_EQ(resumeDelay(platform::Date::min(), platform::Date::max()), Seconds{0.5});
-  EXPECT_GT(resumeDelay(platform::Date::max(), platform::Date::min()).count(), 1.8e13);
+  EXPECT_EQ(resumeDelay(Date::min(), Date::max()), Seconds{0.5});
+  EXPECT_GT(resumeDelay(Date::max(), Date::min()).count(), 1.8e13);
 }
 
 TEST(AgentRules, ANewPhoneNeedsTheListAndANewConnectionAloneDoesNot) {

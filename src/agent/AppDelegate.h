@@ -9,13 +9,13 @@
 #include <unordered_set>
 #include <vector>
 
-#include "agent/ApprovalClicker.h"
 #include "agent/DecisionQueue.h"
 #include "agent/RelayRegistrationTask.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/PendingApproval.h"
+#include "click/ApprovalClicker.h"
 #include "click/DialogFocusResolver.h"
 #include "detection/DialogDetector.h"
 #include "detection/DialogEventMonitor.h"
@@ -139,7 +139,7 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   void refreshStatusWindow();
   [[nodiscard]] std::unique_ptr<StatusWindowController> makeStatusWindowController();
   [[nodiscard]] std::string pairingCaption();
-  [[nodiscard]] std::optional<platform::Bitmap> pairingQRCodeImage();
+  [[nodiscard]] std::optional<Bitmap> pairingQRCodeImage();
   [[nodiscard]] std::optional<PairingPayload> pairingPayload();
 
   const platform::Platform platform;
@@ -177,10 +177,10 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   platform::TaskHandle confirmationTask;
   int confirmationsInARow = 0;
   std::optional<PairingPayload> cachedPairingQRCodePayload;
-  std::optional<platform::Bitmap> cachedPairingQRCodeImage;
+  std::optional<Bitmap> cachedPairingQRCodeImage;
   std::optional<std::optional<RelayLaunchConfiguration>> bundledRelayConfiguration;  // Read once; absent: not yet.
-  std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.
-  std::int64_t relayGeneration = 0;   // One more at every start of the relay and every reset of the pairing.
+  std::string lastSnapshotWarning;   // What was printed of the last list that was too long; empty: it was not.
+  std::int64_t relayGeneration = 0;  // One more at every start of the relay and every reset of the pairing.
   bool pairingResetInProgress = false;
   DecisionQueue decisions;
   std::int32_t instanceLockFileDescriptor = -1;

@@ -10,7 +10,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::PressEffect;
@@ -93,7 +92,7 @@ TEST(AppDelegateDecisions, BringsTheApplicationToTheFrontAndWaitsForIt) {
 TEST(AppDelegateDecisions, LooksASecondTimeAQuarterOfASecondLater) {
   DecidingAgent agent;
   auto spec = erasePrompt();
-  spec.frame = platform::Rect{100, 100, 400, 180};
+  spec.frame = Rect{100, 100, 400, 180};
   const auto dialog = agent.show(spec);
   agent.decide("Erase disk?", "Erase");
   agent.desktop().close(dialog);

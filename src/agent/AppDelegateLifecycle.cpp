@@ -1,18 +1,16 @@
 #include <array>
 #include <utility>
 
-#include "agent/AgentConfiguration.h"
 #include "agent/AgentRules.h"
 #include "agent/AppDelegate.h"
 #include "agent/FallbackStatusSnapshot.h"
+#include "agent/configuration/AgentConfiguration.h"
 #include "foundation/PrintableText.h"
 #include "status/MenuBarIcon.h"
 
 // From construction to quitting: the start, the single instance, the permission, the pause, and the end.
 namespace quillard {
 namespace {
-
-using platform::Seconds;
 
 constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", "com.quillard.agent"};
 constexpr std::string_view kLockFileName = "com.quillard.agent.lock";
@@ -287,7 +285,7 @@ void AppDelegate::notificationPauseMayHaveEnded() {
 void AppDelegate::resumeAfterSleepIfNeeded() {
   if (!notificationPauseResumeTimer) return;
   const auto end = notificationPauseStore.snapshot().pausedUntil;
-  if (end && platform::advanced(*end, kResumeGrace) <= platform.clock.now()) notificationPauseMayHaveEnded();
+  if (end && advanced(*end, kResumeGrace) <= platform.clock.now()) notificationPauseMayHaveEnded();
 }
 
 }  // namespace quillard

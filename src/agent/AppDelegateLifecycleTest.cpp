@@ -14,7 +14,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::StatusWindowButton;
 using platform::simulated::ApplicationHandle;
 using samples::AgentWorld;
@@ -387,8 +386,7 @@ TEST(AppDelegatePause, OneThatEndsAtLaunchStillWaitsHalfASecond) {
 
 TEST(AppDelegatePause, OneFromTheLastRunGoesOn) {
   AgentWorld agent;
-  agent.world.userDefaults().set(NotificationPauseStore::untilKey,
-                                 platform::advanced(agent.world.time().now(), Seconds{100}));
+  agent.world.userDefaults().set(NotificationPauseStore::untilKey, advanced(agent.world.time().now(), Seconds{100}));
   agent.launch();
   agent.advance(99.999);
   EXPECT_TRUE(agent.status().notificationPause.isPaused());
@@ -400,8 +398,7 @@ TEST(AppDelegatePause, OneThatWasExtendedMeanwhileLastsLonger) {
   TrustedAgent agent;
   agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::twoHours); });
   // As another hand on the same settings would.
-  agent.world.userDefaults().set(NotificationPauseStore::untilKey,
-                                 platform::advanced(agent.world.time().now(), Seconds{9000}));
+  agent.world.userDefaults().set(NotificationPauseStore::untilKey, advanced(agent.world.time().now(), Seconds{9000}));
   agent.advance(8999.9);
   EXPECT_TRUE(agent.status().notificationPause.isPaused());
   EXPECT_THAT(agent.phone.shown(), IsEmpty());
@@ -414,7 +411,7 @@ TEST(AppDelegatePause, OneThatTheComputerSleptThroughEndsAtTheNextPoll) {
   TrustedAgent agent;
   agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::fourHours); });
   agent.advance(60);
-  agent.world.time().setWallClock(platform::advanced(agent.world.time().now(), Seconds{36'000}));
+  agent.world.time().setWallClock(advanced(agent.world.time().now(), Seconds{36'000}));
   agent.advance(2);
   EXPECT_FALSE(agent.status().notificationPause.isPaused());
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));

@@ -13,8 +13,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
-
 // How long quitting waits for the relay to be sent a close message, at most.
 constexpr Seconds kCloseWait{0.5};
 constexpr Seconds kCloseCheckInterval{0.01};
@@ -181,7 +179,7 @@ void AppDelegate::awaitRelayQueue() {
   if (!relayQueue) return;
   const auto isDone = std::make_shared<std::atomic<bool>>(false);
   relayQueue->post([isDone] { *isDone = true; });
-  const auto end = platform::advanced(platform.clock.monotonicNow(), kCloseWait);
+  const auto end = advanced(platform.clock.monotonicNow(), kCloseWait);
   while (!*isDone && platform.clock.monotonicNow() < end) platform.clock.sleep(kCloseCheckInterval);
   relayQueue.reset();
 }

@@ -1,8 +1,8 @@
 #include <utility>
 
-#include "agent/AgentConfiguration.h"
 #include "agent/AgentRules.h"
 #include "agent/AppDelegate.h"
+#include "agent/configuration/AgentConfiguration.h"
 #include "foundation/PrintableText.h"
 
 // When the screen is looked at, and what is done with what was seen.
@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::string_view kSeenOnce = "seen-once";
 // Longer than the scans after an event are apart, so that this one is needed only where none of those is left.
-constexpr platform::Seconds kConfirmationDelay{1.3};
+constexpr Seconds kConfirmationDelay{1.3};
 constexpr int kMostConfirmationsInARow = 3;
 
 }  // namespace

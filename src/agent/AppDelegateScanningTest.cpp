@@ -9,7 +9,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
 using samples::AgentWorld;
@@ -284,10 +283,10 @@ TEST(AppDelegateStaleCleanup, AScanThatSeesItAgainCancelsTheCleanup) {
   agent.desktop().close(agent.second);
   agent.advance(3);
   auto spec = erasePrompt("Second");
-  spec.frame = agent.phone.shown().size() == 2 ? std::optional(platform::Rect{}) : std::nullopt;
+  spec.frame = agent.phone.shown().size() == 2 ? std::optional(Rect{}) : std::nullopt;
   for (const auto& approval : agent.phone.shown()) {
     const auto& frame = approval.windowFrame;
-    if (approval.windowTitle == "Second") spec.frame = platform::Rect{frame.x, frame.y, frame.width, frame.height};
+    if (approval.windowTitle == "Second") spec.frame = Rect{frame.x, frame.y, frame.width, frame.height};
   }
   agent.desktop().open(spec);
   agent.advance(2.001);

@@ -89,7 +89,7 @@ std::optional<PairingPayload> AppDelegate::pairingPayload() {
   return isRelayConfigured() ? pairingConfiguration.payload() : std::nullopt;
 }
 
-std::optional<platform::Bitmap> AppDelegate::pairingQRCodeImage() {
+std::optional<Bitmap> AppDelegate::pairingQRCodeImage() {
   auto payload = pairingPayload();
   if (!payload) {
     cachedPairingQRCodePayload.reset();

@@ -1,6 +1,6 @@
 #include "agent/DecisionRules.h"
 
-#include "click/DialogButtonSemantics.h"
+#include "click/semantics/DialogButtonSemantics.h"
 
 namespace quillard::DecisionRules {
 namespace {

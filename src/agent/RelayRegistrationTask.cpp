@@ -6,7 +6,7 @@
 namespace quillard {
 namespace {
 
-constexpr platform::Seconds kRetryDelay{3};
+constexpr Seconds kRetryDelay{3};
 
 bool isRevoked(const RelayRegistrationFailure& failure) {
   const auto* error = std::get_if<RelayRegistrationError>(&failure);
@@ -15,7 +15,7 @@ bool isRevoked(const RelayRegistrationFailure& failure) {
 
 }  // namespace
 
-RelayRegistrationTask::RelayRegistrationTask(RelayLaunchConfiguration configuration, platform::Secret relaySecret,
+RelayRegistrationTask::RelayRegistrationTask(RelayLaunchConfiguration configuration, Secret relaySecret,
                                              platform::HttpSessions& httpSessions, platform::SerialExecutor& mainThread,
                                              RelayRegistrationEvents events)
     : configuration(std::move(configuration)),
@@ -23,7 +23,7 @@ RelayRegistrationTask::RelayRegistrationTask(RelayLaunchConfiguration configurat
       httpSessions(httpSessions),
       mainThread(mainThread),
       events(std::move(events)),
-      nextAttempt(mainThread.postAfter(platform::Seconds::zero(), [this] { ask(); })) {}
+      nextAttempt(mainThread.postAfter(Seconds::zero(), [this] { ask(); })) {}
 
 RelayRegistrationTask::~RelayRegistrationTask() { letGoOfSession(); }
 

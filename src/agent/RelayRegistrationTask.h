@@ -4,11 +4,11 @@
 #include <memory>
 #include <string>
 
-#include "platform/Executors.h"
-#include "platform/Http.h"
-#include "platform/Secret.h"
+#include "platform/network/Http.h"
+#include "platform/process/Executors.h"
 #include "relay/RelayLaunchConfiguration.h"
 #include "relay/RelayTokenRegistration.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -26,7 +26,7 @@ struct RelayRegistrationEvents {
 class RelayRegistrationTask {
  public:
   // `httpSessions` and `mainThread` outlive the task. The first request is sent in a later turn.
-  RelayRegistrationTask(RelayLaunchConfiguration configuration, platform::Secret relaySecret,
+  RelayRegistrationTask(RelayLaunchConfiguration configuration, Secret relaySecret,
                         platform::HttpSessions& httpSessions, platform::SerialExecutor& mainThread,
                         RelayRegistrationEvents events);
   ~RelayRegistrationTask();
@@ -39,7 +39,7 @@ class RelayRegistrationTask {
   void letGoOfSession();
 
   const RelayLaunchConfiguration configuration;
-  const platform::Secret relaySecret;
+  const Secret relaySecret;
   platform::HttpSessions& httpSessions;
   platform::SerialExecutor& mainThread;
   const RelayRegistrationEvents events;

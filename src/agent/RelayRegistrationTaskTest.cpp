@@ -15,7 +15,6 @@ namespace {
 
 using platform::HttpOutcome;
 using platform::HttpResponse;
-using platform::Seconds;
 using platform::TransportError;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -25,7 +24,7 @@ struct RelayRegistrationTaskTest : testing::Test {
     time.runOnMainThread([&] {
       task = std::make_unique<RelayRegistrationTask>(
           RelayLaunchConfiguration{.relayURL = "wss://relay.example/ws", .pairingID = "quillard-0123"},
-          platform::Secret{std::string_view{"c4n4ry"}}, sessions, time.mainThread(),
+          Secret{std::string_view{"c4n4ry"}}, sessions, time.mainThread(),
           RelayRegistrationEvents{.onRegistered = [&] { tell("registered"); },
                                   .onRevoked = [&] { tell("revoked"); },
                                   .onFailure = [&](const std::string& description) { tell(description); }});
@@ -116,7 +115,7 @@ TEST_F(RelayRegistrationTaskTest, SaysNothingWhenCancelledBetweenAnswerAndTurn) 
   time.runOnMainThread([&] {
     task = std::make_unique<RelayRegistrationTask>(
         RelayLaunchConfiguration{.relayURL = "ws://relay.example/ws", .pairingID = "quillard-0123"},
-        platform::Secret{std::string_view{"c4n4ry"}}, sessions, time.mainThread(),
+        Secret{std::string_view{"c4n4ry"}}, sessions, time.mainThread(),
         RelayRegistrationEvents{.onRegistered = [&] { tell("registered"); },
                                 .onRevoked = [&] { tell("revoked"); },
                                 .onFailure = [&](const std::string& description) { tell(description); }});

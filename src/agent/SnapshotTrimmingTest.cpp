@@ -114,7 +114,7 @@ TEST(SnapshotTrimming, TheWorstListFitsOneRelayMessage) {
   EXPECT_GT(trimmed.approvals.size(), 5U);
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   const auto sealed = std::get<EncryptedRelayPayload>(
-      RelayCrypto::seal(toJson(trimmed.approvals), platform::Secret{std::string_view{"shared-secret"}}, random));
+      RelayCrypto::seal(toJson(trimmed.approvals), Secret{std::string_view{"shared-secret"}}, random));
   EXPECT_LT(jsonText(toJson(MacSnapshotRelayMessage{.encryptedApprovals = sealed}))->size(), kRelayLimit - 16'384);
 }
 

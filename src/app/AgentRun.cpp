@@ -22,11 +22,11 @@ namespace quillard::app {
 namespace {
 
 // An agent that ends sends a close message to its relay first.
-constexpr platform::Seconds kOtherAgentsTimeout{5};
+constexpr Seconds kOtherAgentsTimeout{5};
 
 // After the status window has come up, as it does at each start, or gone: its pages are drawn, or let go, by then, and
 // the first scans are done.
-constexpr platform::Seconds kWindowHasSettled{4};
+constexpr Seconds kWindowHasSettled{4};
 
 // Everything that the agent is handed.
 struct AgentDependencies {
@@ -68,7 +68,8 @@ struct AgentDependencies {
 std::optional<QByteArray> windowPlatform() {
   const desktop::ProcessEnvironment environment;
   const auto requested = environment.value("QT_QPA_PLATFORM");
-  if (requested && !requested->starts_with("xcb")) return QByteArray::fromStdString(*requested);  // Somebody knows better.
+  if (requested && !requested->starts_with("xcb"))
+    return QByteArray::fromStdString(*requested);  // Somebody knows better.
   if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) return "xcb";
   if (environment.value("WAYLAND_DISPLAY")) return "wayland;offscreen";
   return std::nullopt;

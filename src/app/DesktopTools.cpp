@@ -3,7 +3,7 @@
 #include "app/NewPrivateFile.h"
 #include "app/ScanReport.h"
 #include "approvals/ApprovalSuppressionStore.h"
-#include "click/DialogButtonSemantics.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogDetector.h"
 #include "detection/StableIDs.h"
 #include "recording/DesktopRecorder.h"

@@ -3,14 +3,14 @@
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/Console.h"
-#include "platform/Environment.h"
-#include "platform/Random.h"
-#include "platform/UserDefaults.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Console.h"
+#include "platform/process/Environment.h"
+#include "platform/process/Random.h"
+#include "platform/storage/UserDefaults.h"
 
 // The tools that look at the desktop once.
 namespace quillard::app {

@@ -100,7 +100,7 @@ void DoctorExamination::checkRelay() {
 }
 
 void DoctorExamination::askWhetherRelayIsThere() {
-  constexpr platform::Seconds kTimeout{8};
+  constexpr Seconds kTimeout{8};
   session->send(
       {.method = "GET", .url = facts.relayAddress + "/healthz", .headers = {}, .body = {}, .timeout = kTimeout},
       [this](const platform::HttpOutcome& outcome) {

@@ -6,15 +6,15 @@
 #include <vector>
 
 #include "app/DoctorFacts.h"
-#include "platform/Accessibility.h"
-#include "platform/Bundle.h"
-#include "platform/Environment.h"
-#include "platform/Executors.h"
-#include "platform/Http.h"
-#include "platform/LockFiles.h"
-#include "platform/LoginService.h"
-#include "platform/SecretStore.h"
-#include "platform/UserNotifications.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/network/Http.h"
+#include "platform/process/Bundle.h"
+#include "platform/process/Environment.h"
+#include "platform/process/Executors.h"
+#include "platform/process/LockFiles.h"
+#include "platform/shell/LoginService.h"
+#include "platform/shell/UserNotifications.h"
+#include "platform/storage/SecretStore.h"
 #include "relay/PairingConfiguration.h"
 
 namespace quillard::app {

@@ -22,8 +22,6 @@ using platform::HttpRequest;
 using platform::HttpResponse;
 using platform::LockOutcome;
 using platform::LoginServiceStatus;
-using platform::Seconds;
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatusCode;
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "app/DoctorReport.h"
-#include "platform/LockFiles.h"
-#include "platform/LoginService.h"
-#include "platform/SecretStore.h"
+#include "platform/process/LockFiles.h"
+#include "platform/shell/LoginService.h"
+#include "platform/storage/SecretStore.h"
 
 namespace quillard::app {
 

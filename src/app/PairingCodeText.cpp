@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kBlackOnWhite = "\x1B[30;47m";
 constexpr std::string_view kUsualColours = "\x1B[0m\n";
 
-bool isDark(const platform::Bitmap& code, int x, int y) {
+bool isDark(const Bitmap& code, int x, int y) {
   if (y >= code.height) return false;
   return code.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(code.width) + static_cast<std::size_t>(x)] <
          128;
@@ -23,7 +23,7 @@ std::string_view character(bool isUpperDark, bool isLowerDark) {
 
 }  // namespace
 
-platform::Secret terminalText(const platform::Bitmap& code) {
+Secret terminalText(const Bitmap& code) {
   constexpr std::size_t kLongestCharacter = 3;
   const auto lines = static_cast<std::size_t>(code.height + 1) / 2;
   const auto longestLine =

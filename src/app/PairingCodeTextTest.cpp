@@ -9,8 +9,6 @@
 namespace quillard::app {
 namespace {
 
-using platform::Bitmap;
-
 TEST(PairingCodeText, PutsTwoRowsInALine) {
   constexpr std::uint8_t k = 0;
   constexpr std::uint8_t w = 255;

@@ -24,7 +24,7 @@ bool isKeychainReadable(platform::SecretStore& secretStore) {
          code == SecretStatusCode::missingEntitlement;
 }
 
-ExitCode showCode(const platform::Secret& text, const TerminalFacts& terminal, const Output& output) {
+ExitCode showCode(const Secret& text, const TerminalFacts& terminal, const Output& output) {
   constexpr int kOnePixelAModule = 1;
   const auto code = QRCodeRenderer::image(text.view(), kOnePixelAModule);
   if (!code) return refuse(output, "The pairing settings are too long for a code.\n");
@@ -40,7 +40,7 @@ ExitCode showCode(const platform::Secret& text, const TerminalFacts& terminal, c
 }
 
 // A text is wrapped by a narrow terminal, and copied from there as the one line that it is.
-ExitCode showText(const platform::Secret& text, const Output& output) {
+ExitCode showText(const Secret& text, const Output& output) {
   output.print(text.text());
   output.print("\n");
   output.printError(

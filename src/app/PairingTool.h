@@ -5,7 +5,7 @@
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
-#include "platform/SecretStore.h"
+#include "platform/storage/SecretStore.h"
 #include "relay/PairingConfiguration.h"
 
 namespace quillard::app {

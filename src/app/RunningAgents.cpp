@@ -42,8 +42,7 @@ class ProcessHandle {
 
 }  // namespace
 
-bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment,
-                      platform::Seconds timeout) {
+bool endRunningAgents(const x11::ProcessTable& processes, const platform::Environment& environment, Seconds timeout) {
   const x11::AgentProcesses agents(processes, environment.value("XDG_RUNTIME_DIR"));
   std::vector<ProcessHandle> ending;
   for (const auto agent : agents.find()) {

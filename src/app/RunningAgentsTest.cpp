@@ -15,7 +15,6 @@ namespace quillard::app {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Seconds;
 using test::ChildProcess;
 
 class RunningAgents : public testing::Test {

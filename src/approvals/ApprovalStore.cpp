@@ -5,9 +5,6 @@
 
 namespace quillard {
 
-using platform::Date;
-using platform::Seconds;
-
 ApprovalStore::ApprovalStore(Seconds staleAfter, const platform::Clock& clock, platform::Random& random)
     : staleAfter(staleAfter), clock(clock), random(random) {}
 
@@ -22,7 +19,8 @@ void ApprovalStore::replace(const std::vector<PendingApproval>& scanned) {
 void ApprovalStore::add(const PendingApproval& scanned, Date now) {
   const Uuid fingerprint = scanned.id;
   const auto known = approvalIDByFingerprint.find(fingerprint);
-  const Uuid id = known != approvalIDByFingerprint.end() ? known->second : Uuid::random(random);
+  const Uuid id =
+      known != approvalIDByFingerprint.end() ? known->second : Uuid::fromRandomBytes(random.identityBytes());
   const auto current = approvalsByID.find(id);
   const Date detectedAt = current != approvalsByID.end() ? current->second.detectedAt : scanned.detectedAt;
   approvalIDByFingerprint[fingerprint] = id;
@@ -75,7 +73,7 @@ void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   lastSeenByID.erase(id);
   const Seconds period = retention.value_or(staleAfter);
   if (period > Seconds::zero() && fingerprintByApprovalID.contains(id)) {
-    retainedIdentityExpiresAtByApprovalID[id] = platform::advanced(clock.now(), period);
+    retainedIdentityExpiresAtByApprovalID[id] = advanced(clock.now(), period);
   } else {
     removeFingerprintMapping(id);
   }

@@ -7,9 +7,9 @@
 #include "approvals/PendingApproval.h"
 #include "foundation/Mutex.h"
 #include "foundation/Uuid.h"
-#include "platform/Clock.h"
-#include "platform/Random.h"
-#include "platform/Time.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Random.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -26,7 +26,7 @@ class ApprovalStore {
  public:
   // `staleAfter`: how long a prompt that scans no longer report is kept, and how long an answered one keeps its
   // identity. Seconds of the wall clock; infinite: for ever.
-  ApprovalStore(platform::Seconds staleAfter, const platform::Clock& clock, platform::Random& random);
+  ApprovalStore(Seconds staleAfter, const platform::Clock& clock, platform::Random& random);
 
   // Takes `scanned` as the outcome of one scan; each record's `id` is its fingerprint. A known prompt keeps its
   // identity and `detectedAt`, all else follows the newest scan; of two records with one fingerprint the later wins. A
@@ -41,25 +41,25 @@ class ApprovalStore {
 
   // Removes an answered prompt. For `retention` (absent: `staleAfter`) the same fingerprint seen again gets the same
   // identity, so that nobody is asked twice under a new one; zero or less forgets it at once.
-  void remove(const Uuid& id, std::optional<platform::Seconds> retention = std::nullopt);
+  void remove(const Uuid& id, std::optional<Seconds> retention = std::nullopt);
 
   // Removes every current prompt of that kind, identities and all.
   void removeSuppressed(const Uuid& suppressionID);
 
  private:
-  void add(const PendingApproval& scanned, platform::Date now) QUILLARD_REQUIRES(mutex);
-  void sweepStale(platform::Date now) QUILLARD_REQUIRES(mutex);
+  void add(const PendingApproval& scanned, Date now) QUILLARD_REQUIRES(mutex);
+  void sweepStale(Date now) QUILLARD_REQUIRES(mutex);
   void forget(const Uuid& id) QUILLARD_REQUIRES(mutex);
-  void purgeRetainedIdentityMappings(platform::Date expiredBefore) QUILLARD_REQUIRES(mutex);
+  void purgeRetainedIdentityMappings(Date expiredBefore) QUILLARD_REQUIRES(mutex);
   void removeFingerprintMapping(const Uuid& approvalID) QUILLARD_REQUIRES(mutex);
 
   mutable Mutex mutex;
   std::unordered_map<Uuid, PendingApproval> approvalsByID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, platform::Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);
+  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> approvalIDByFingerprint QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> fingerprintByApprovalID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, platform::Date> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);
-  const platform::Seconds staleAfter;
+  std::unordered_map<Uuid, Date> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);
+  const Seconds staleAfter;
   const platform::Clock& clock;
   platform::Random& random;
 };

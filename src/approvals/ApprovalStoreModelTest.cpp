@@ -15,7 +15,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::Seed;
 
 constexpr int kGrace = 8;  // Seconds.
@@ -116,7 +115,7 @@ class Pair {
       const auto [known, isNew] = identities.emplace(prompt.identity, approval.id);
       RC_ASSERT(known->second == approval.id);
       if (isNew) RC_ASSERT(given.insert(approval.id).second);
-      RC_ASSERT(approval.detectedAt == platform::advanced(start, Seconds{static_cast<double>(prompt.detectedAt)}));
+      RC_ASSERT(approval.detectedAt == advanced(start, Seconds{static_cast<double>(prompt.detectedAt)}));
       RC_ASSERT(store.approval(approval.id) == approval);
     }
     RC_ASSERT(all.size() == current);
@@ -131,7 +130,7 @@ class Pair {
   platform::simulated::VirtualTime time{Seed{3}};
   platform::simulated::SimulatedRandom random{Seed{3}};
   ApprovalStore store{Seconds{kGrace}, time, random};
-  platform::Date start = time.now();
+  Date start = time.now();
   StoreModel model;
   std::map<int, Uuid> identities;
   std::set<Uuid> given;

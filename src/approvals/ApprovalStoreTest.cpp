@@ -12,7 +12,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::Seed;
 using samples::approval;
 using samples::uuid;
@@ -202,15 +201,15 @@ TEST_F(ApprovalStoreTest, ListsTheOldestFirstAndEqualOnesAlwaysInTheSameOrder) {
 
 TEST_F(ApprovalStoreTest, KeepsEverythingForAnInfiniteGrace) {
   ApprovalStore keeping{Seconds{std::numeric_limits<double>::infinity()}, time, random};
-  waiting.replace({scanned(1)});
+  keeping.replace({scanned(1)});
   time.advance(Seconds{1e9});
-  waiting.replace({});
-  ASSERT_EQ(waiting.all().size(), 1U);
-  const auto id = waiting.all().front().id;
-  waiting.remove(id);
+  keeping.replace({});
+  ASSERT_EQ(keeping.all().size(), 1U);
+  const auto id = keeping.all().front().id;
+  keeping.remove(id);
   time.advance(Seconds{1e9});
-  waiting.replace({scanned(1)});
-  EXPECT_EQ(waiting.all().front().id, id);
+  keeping.replace({scanned(1)});
+  EXPECT_EQ(keeping.all().front().id, id);
 }
 
 TEST_F(ApprovalStoreTest, KeepsPromptsWhenTheClockIsSetBack) {

@@ -4,7 +4,7 @@
 
 #include "foundation/Mutex.h"
 #include "foundation/Uuid.h"
-#include "platform/UserDefaults.h"
+#include "platform/storage/UserDefaults.h"
 
 namespace quillard {
 

@@ -2,9 +2,6 @@
 
 namespace quillard {
 
-using platform::Date;
-using platform::Seconds;
-
 namespace {
 
 constexpr Seconds kTwoHours{7200};
@@ -41,12 +38,12 @@ void NotificationPauseStore::apply(NotificationPauseOption option, Date now, con
   }
 }
 
-void NotificationPauseStore::pause(Seconds duration, Date from) { pauseUntil(platform::advanced(from, duration)); }
+void NotificationPauseStore::pause(Seconds duration, Date from) { pauseUntil(advanced(from, duration)); }
 
 void NotificationPauseStore::pauseUntilTomorrow(Date from, const platform::Calendar& calendar) {
-  const Date tomorrow = calendar.dateByAddingDays(1, from).value_or(platform::advanced(from, kOneDay));
+  const Date tomorrow = calendar.dateByAddingDays(1, from).value_or(advanced(from, kOneDay));
   const Date start = calendar.startOfDay(tomorrow);
-  pauseUntil(calendar.dateBySettingHour(kMorningHour, start).value_or(platform::advanced(start, kMidnightToMorning)));
+  pauseUntil(calendar.dateBySettingHour(kMorningHour, start).value_or(advanced(start, kMidnightToMorning)));
 }
 
 void NotificationPauseStore::pauseIndefinitely() {

@@ -3,16 +3,16 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/Calendar.h"
-#include "platform/Time.h"
-#include "platform/UserDefaults.h"
+#include "platform/process/Calendar.h"
+#include "platform/storage/UserDefaults.h"
+#include "values/Time.h"
 
 namespace quillard {
 
 enum class NotificationPauseOption { twoHours, fourHours, untilTomorrow, indefinitely };
 
 struct NotificationPauseSnapshot {
-  std::optional<platform::Date> pausedUntil;  // The end of a timed pause; absent: there is none.
+  std::optional<Date> pausedUntil;  // The end of a timed pause; absent: there is none.
   bool pausesIndefinitely = false;
 
   [[nodiscard]] bool isPaused() const { return pausesIndefinitely || pausedUntil.has_value(); }
@@ -32,19 +32,19 @@ class NotificationPauseStore {
   [[nodiscard]] NotificationPauseSnapshot snapshot() const;
 
   // Each takes the place of whatever pause there was.
-  void apply(NotificationPauseOption option, platform::Date now, const platform::Calendar& calendar);
-  void pause(platform::Seconds duration, platform::Date from);
+  void apply(NotificationPauseOption option, Date now, const platform::Calendar& calendar);
+  void pause(Seconds duration, Date from);
   // Until 09:00 by the local calendar on the day after `from`, also where the clocks change before nine.
-  void pauseUntilTomorrow(platform::Date from, const platform::Calendar& calendar);
+  void pauseUntilTomorrow(Date from, const platform::Calendar& calendar);
   void pauseIndefinitely();
 
   void resume();
 
   // Ends a timed pause whose end is `now` or earlier. A pause without end stays.
-  void pruneExpired(platform::Date now);
+  void pruneExpired(Date now);
 
  private:
-  void pauseUntil(platform::Date end);
+  void pauseUntil(Date end);
 
   platform::UserDefaults& defaults;
 };

@@ -8,8 +8,6 @@ namespace quillard {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Date;
-using platform::Seconds;
 
 // 2026-`month`-`day` in UTC.
 Date day(unsigned month, unsigned day) {

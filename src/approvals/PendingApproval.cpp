@@ -77,7 +77,7 @@ std::string PendingApproval::displayTitle() const {
   return windowTitle.empty() ? appName + " needs attention" : appName + ": " + windowTitle;
 }
 
-PendingApproval PendingApproval::replacingIdentity(const Uuid& newID, platform::Date newDetectedAt) const {
+PendingApproval PendingApproval::replacingIdentity(const Uuid& newID, Date newDetectedAt) const {
   PendingApproval copy = *this;
   copy.id = newID;
   copy.detectedAt = newDetectedAt;

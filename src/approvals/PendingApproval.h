@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "foundation/Uuid.h"
-#include "platform/Geometry.h"
-#include "platform/Time.h"
+#include "values/Geometry.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -18,7 +18,7 @@ struct DialogFrame {
   double width = 0;
   double height = 0;
 
-  [[nodiscard]] static DialogFrame of(const platform::Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
+  [[nodiscard]] static DialogFrame of(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
 
   // Whether `identity` can be asked for: every field is finite and fits a signed 64-bit integer.
   [[nodiscard]] bool hasIdentity() const;
@@ -47,7 +47,7 @@ struct DialogButton {
 struct PendingApproval {
   Uuid id;             // From detection: the prompt's fingerprint. From the store: the identity that the phone knows.
   Uuid suppressionID;  // What mutes this kind of prompt.
-  platform::Date detectedAt;  // When the prompt was first seen.
+  Date detectedAt;     // When the prompt was first seen.
   std::string appName;
   std::optional<std::string> bundleIdentifier;  // Absent: unknown.
   std::int32_t processIdentifier = 0;
@@ -70,7 +70,7 @@ struct PendingApproval {
   [[nodiscard]] std::string displayTitle() const;
 
   // A copy under another identity and time; all else, `suppressionID` included, stays.
-  [[nodiscard]] PendingApproval replacingIdentity(const Uuid& newID, platform::Date newDetectedAt) const;
+  [[nodiscard]] PendingApproval replacingIdentity(const Uuid& newID, Date newDetectedAt) const;
 
   // How well a freshly read prompt matches this one: 1000 for the same `id`; 0 when process, bundle, title, message
   // lines or the set of labels differ; else 500 less the distance of the window centres in points, at least 1.

@@ -4,14 +4,13 @@
 #include <utility>
 
 #include "click/ClickCandidates.h"
-#include "detection/AXHelpers.h"
 #include "detection/PromptReader.h"
+#include "detection/elements/AXHelpers.h"
 
 namespace quillard {
 
 using platform::AXError;
 using platform::AXUIElement;
-using platform::Point;
 namespace ax = platform::ax;
 
 namespace {

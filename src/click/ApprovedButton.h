@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "detection/ResolvedDialogButton.h"
-#include "platform/Accessibility.h"
-#include "platform/Geometry.h"
+#include "platform/desktop/Accessibility.h"
+#include "values/Geometry.h"
 
 namespace quillard {
 
@@ -47,9 +47,9 @@ class ApprovedButton {
   [[nodiscard]] std::vector<platform::AXUIElement> windowsForAction() const;
 
   // Where a mouse would press it.
-  [[nodiscard]] std::optional<platform::Point> centre() const;
+  [[nodiscard]] std::optional<Point> centre() const;
   // The button that a click at `point` would press. Absent unless it is the approved one.
-  [[nodiscard]] std::optional<platform::AXUIElement> buttonAt(platform::Point point) const;
+  [[nodiscard]] std::optional<platform::AXUIElement> buttonAt(Point point) const;
   // Whether the element is, or lies inside, one of the windows.
   [[nodiscard]] bool hitButtonBelongsToTarget(const platform::AXUIElement& hit,
                                               const std::vector<platform::AXUIElement>& targetWindows) const;

@@ -5,14 +5,13 @@
 #include <utility>
 
 #include "click/ClickCandidates.h"
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 
 namespace quillard {
 
 using platform::AXError;
 using platform::AXUIElement;
 using platform::KeyCode;
-using platform::Seconds;
 namespace ax = platform::ax;
 
 namespace {
@@ -237,9 +236,8 @@ ClickProgress ClickAttempt::typeKeyOfLabel() {
 std::vector<EventDelivery> ClickAttempt::keyDeliveries(KeyCode key) const {
   std::vector<EventDelivery> deliveries;
   if (const auto owner = button.processIdentifier()) {
-    deliveries.push_back({owner, [this, key] {
-                            return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfProcess(); });
-                          }});
+    deliveries.push_back(
+        {owner, [this, key] { return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfProcess(); }); }});
   }
   deliveries.push_back({std::nullopt, [this, key] {
                           return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfDesktop(); });

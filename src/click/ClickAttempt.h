@@ -9,7 +9,7 @@
 #include "click/ClickExecutor.h"
 #include "click/PromptWatch.h"
 #include "click/SyntheticInput.h"
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard {
 

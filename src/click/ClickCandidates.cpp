@@ -1,7 +1,7 @@
 #include "click/ClickCandidates.h"
 
-#include "click/DialogButtonSemantics.h"
-#include "platform/Accessibility.h"
+#include "click/semantics/DialogButtonSemantics.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard::ClickExecutor {
 

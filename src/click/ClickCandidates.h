@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/SyntheticEvents.h"
+#include "platform/desktop/SyntheticEvents.h"
 
 // What may stand in for a press of the button with this label, because it means the same: a confirm label may only
 // confirm, a cancel label may only cancel. Nothing, for labels that are neither.

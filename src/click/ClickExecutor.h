@@ -6,10 +6,10 @@
 #include <string_view>
 
 #include "detection/ResolvedDialogButton.h"
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/SyntheticEvents.h"
-#include "platform/Time.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/SyntheticEvents.h"
+#include "platform/process/Clock.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -43,11 +43,9 @@ struct ClickQuestions {
 // responsive.
 namespace ClickExecutor {
 
-inline constexpr std::array<platform::Seconds, 5> acceptedPressClearDelays{
-    platform::Seconds{0.15}, platform::Seconds{0.35}, platform::Seconds{0.75}, platform::Seconds{1.25},
-    platform::Seconds{1.75}};
-inline constexpr std::array<platform::Seconds, 3> standardClearDelays{platform::Seconds{0.15}, platform::Seconds{0.35},
-                                                                      platform::Seconds{0.75}};
+inline constexpr std::array<Seconds, 5> acceptedPressClearDelays{Seconds{0.15}, Seconds{0.35}, Seconds{0.75},
+                                                                 Seconds{1.25}, Seconds{1.75}};
+inline constexpr std::array<Seconds, 3> standardClearDelays{Seconds{0.15}, Seconds{0.35}, Seconds{0.75}};
 
 // Absent: the prompt is gone. A click that was stopped gives `promptStillPresent`.
 [[nodiscard]] std::optional<ClickError> click(const ResolvedDialogButton& button, const ClickDependencies& dependencies,

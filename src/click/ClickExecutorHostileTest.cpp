@@ -13,8 +13,6 @@ namespace quillard {
 namespace {
 
 using platform::AXError;
-using platform::Rect;
-using platform::Seconds;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
 using platform::simulated::DialogSpec;

@@ -12,7 +12,6 @@ namespace {
 using platform::AXError;
 using platform::KeyCode;
 using platform::MouseEventType;
-using platform::Seconds;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
 using platform::simulated::DialogSpec;
@@ -337,7 +336,7 @@ TEST_F(ClickExecutorTest, TheMousePressesAtTheCentreOfTheButton) {
   approve(question(PressEffect::doesNothing()));
   const auto frame = *desktop().frame(button());
   click();
-  const platform::Point centre{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  const Point centre{frame.x + frame.width / 2, frame.y + frame.height / 2};
   const auto isThere = [&](const PostedEvent& event) { return !event.mouse || event.position == centre; };
   EXPECT_TRUE(std::all_of(events.posted().begin(), events.posted().end(), isThere));
 }
@@ -364,7 +363,7 @@ TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfBeingToldToStop) {
     ClickWorld other;
     other.approve(other.question(PressEffect::doesNothing()));
     const auto start = other.world.time().monotonicNow();
-    other.stopAt = platform::advanced(start, ms(at));
+    other.stopAt = advanced(start, ms(at));
     EXPECT_EQ(other.click(), ClickError::promptStillPresent);
     EXPECT_GE(other.took, ms(at));
     EXPECT_LE(other.took, ms(at + 100)) << at;

@@ -1,6 +1,6 @@
 #include "click/DialogFocusResolver.h"
 
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 
 namespace quillard {
 

@@ -6,8 +6,8 @@
 #include "approvals/PendingApproval.h"
 #include "detection/DialogDetector.h"
 #include "detection/ResolvedDialogButton.h"
-#include "platform/Accessibility.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/Workspace.h"
 
 namespace quillard {
 

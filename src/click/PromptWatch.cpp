@@ -4,8 +4,6 @@
 
 namespace quillard {
 
-using platform::Seconds;
-
 namespace {
 
 constexpr Seconds kLongestSlice{0.1};
@@ -14,7 +12,7 @@ constexpr Seconds kLongestSlice{0.1};
 
 bool PromptWatch::sleep(Seconds duration) const {
   // By the moment of its end, so that slices that come late do not add up.
-  const auto end = platform::advanced(clock.monotonicNow(), duration);
+  const auto end = advanced(clock.monotonicNow(), duration);
   while (!shouldStop()) {
     const Seconds remaining = end - clock.monotonicNow();
     if (remaining <= Seconds::zero()) return true;

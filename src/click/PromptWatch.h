@@ -3,8 +3,8 @@
 #include <span>
 
 #include "click/ClickExecutor.h"
-#include "platform/Clock.h"
-#include "platform/Time.h"
+#include "platform/process/Clock.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -27,10 +27,10 @@ class PromptWatch {
   [[nodiscard]] bool shouldStop() const { return questions.shouldStop && questions.shouldStop(); }
 
   // False when the click was stopped meanwhile: within a tenth of a second, however long `duration` is.
-  [[nodiscard]] bool sleep(platform::Seconds duration) const;
+  [[nodiscard]] bool sleep(Seconds duration) const;
 
   // Sleeps through the delays one after another and looks for the prompt after each, until it is gone.
-  [[nodiscard]] ClickProgress waitToClear(std::span<const platform::Seconds> delays) const;
+  [[nodiscard]] ClickProgress waitToClear(std::span<const Seconds> delays) const;
 
  private:
   const ClickQuestions& questions;

@@ -6,8 +6,6 @@ namespace quillard {
 
 using platform::KeyCode;
 using platform::MouseEventType;
-using platform::Point;
-using platform::Seconds;
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "click/PromptWatch.h"
-#include "platform/Clock.h"
-#include "platform/Geometry.h"
-#include "platform/SyntheticEvents.h"
+#include "platform/desktop/SyntheticEvents.h"
+#include "platform/process/Clock.h"
+#include "values/Geometry.h"
 
 namespace quillard {
 
@@ -29,7 +29,7 @@ class SyntheticInput {
       : events(events), clock(clock), watch(watch) {}
 
   // One delivery after the other, until the prompt is gone. All events are made before the first one is posted.
-  ClickProgress postClickAndWait(platform::Point point, const std::vector<EventDelivery>& deliveries);
+  ClickProgress postClickAndWait(Point point, const std::vector<EventDelivery>& deliveries);
   ClickProgress postKeyAndWait(platform::KeyCode keyCode, const std::vector<EventDelivery>& deliveries);
 
   // Whether a key or a mouse button went down.

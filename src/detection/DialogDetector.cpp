@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "agent/AgentConfiguration.h"
-#include "click/DialogButtonSemantics.h"
-#include "detection/AXHelpers.h"
+#include "agent/configuration/AgentConfiguration.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogDiagnostics.h"
 #include "detection/DirectAccess.h"
 #include "detection/VisibleWindowOwners.h"
+#include "detection/elements/AXHelpers.h"
 #include "foundation/Numbers.h"
 #include "foundation/Text.h"
 
@@ -43,7 +43,7 @@ WindowSource sourceFor(AXUIElement window, std::int32_t processIdentifier,
 }
 
 std::string windowSignature(AXReadScope& scope, const WindowSource& source) {
-  const auto frame = AXHelpers::frame(scope, source.window).value_or(platform::Rect{});
+  const auto frame = AXHelpers::frame(scope, source.window).value_or(Rect{});
   return std::to_string(source.processIdentifier) + "|" + AXHelpers::role(scope, source.window) + "|" +
          AXHelpers::stringAttribute(scope, source.window, ax::kTitle).value_or("") + "|" +
          DialogFrame::of(frame).identity();

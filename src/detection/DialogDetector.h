@@ -14,12 +14,12 @@
 #include "detection/StableIDs.h"
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/Console.h"
-#include "platform/Environment.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Console.h"
+#include "platform/process/Environment.h"
 
 namespace quillard {
 

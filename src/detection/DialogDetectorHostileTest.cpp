@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "detection/AXHelpers.h"
 #include "detection/DialogDetector.h"
+#include "detection/elements/AXHelpers.h"
 #include "support/DetectionWorld.h"
 
 // Other programs may show anything. Whatever it is, a scan ends, within its limits, and takes nothing for a prompt that
@@ -15,9 +15,6 @@ namespace {
 
 using platform::AXError;
 using platform::AXUIElement;
-using platform::Point;
-using platform::Rect;
-using platform::Size;
 using platform::simulated::AXRequest;
 using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
@@ -214,7 +211,7 @@ class AttributeByAttribute final : public platform::Accessibility {
   }
   AXUIElement createApplication(std::int32_t process) override { return live.createApplication(process); }
   AXUIElement createSystemWide() override { return live.createSystemWide(); }
-  void setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) override {
+  void setMessagingTimeout(const AXUIElement& element, Seconds timeout) override {
     live.setMessagingTimeout(element, timeout);
   }
   std::unique_ptr<platform::AXReadScope> beginReadScope() override { return std::make_unique<Scope>(live); }

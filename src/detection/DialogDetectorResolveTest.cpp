@@ -7,7 +7,6 @@ namespace quillard {
 namespace {
 
 using platform::AXError;
-using platform::Rect;
 using platform::simulated::AXRequest;
 using platform::simulated::DialogSpec;
 using platform::simulated::ElementSpec;
@@ -26,7 +25,8 @@ class ResolveTest : public testing::Test, protected DetectionWorld {
   PendingApproval stored() {
     auto approvals = scanTwice();
     EXPECT_EQ(approvals.size(), 1U);
-    return approvals.at(0).replacingIdentity(Uuid::random(world.random()), approvals.at(0).detectedAt);
+    return approvals.at(0).replacingIdentity(Uuid::fromRandomBytes(world.random().identityBytes()),
+                                             approvals.at(0).detectedAt);
   }
 
   platform::simulated::ApplicationHandle application = world.desktop().launch({.name = "App"});
@@ -73,7 +73,7 @@ TEST_F(ResolveTest, FindsNothingInAPromptThatSaysSomethingElse) {
 TEST_F(ResolveTest, SkipsAButtonThatHasNoHeight) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
-  desktop().setAttribute(*desktop().findButton(dialog, "Erase"), ax::kSize, platform::Size{80, 0});
+  desktop().setAttribute(*desktop().findButton(dialog, "Erase"), ax::kSize, Size{80, 0});
   EXPECT_FALSE(detector.resolveCurrentButton(approval, "Erase").has_value());
 }
 

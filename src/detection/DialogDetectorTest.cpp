@@ -9,7 +9,6 @@
 namespace quillard {
 namespace {
 
-using platform::Rect;
 using platform::simulated::ApplicationHandle;
 using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
@@ -266,7 +265,7 @@ TEST_F(DialogDetectorTest, MarksPromptsThatWouldChangeSettings) {
 TEST_F(DialogDetectorTest, GivesOnePromptOneFingerprintFromScanToScanAndForEveryDetectorOfTheProcess) {
   desktop().open(eraseDialog());
   const auto prompt = onlyPrompt();
-  world.advance(platform::Seconds{100});
+  world.advance(Seconds{100});
   EXPECT_EQ(onlyPrompt().id, prompt.id);
   DialogDetector another{kOwnProcess, suppressionStore, dependencies};
   (void)another.scan();

@@ -4,8 +4,8 @@
 
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
-#include "platform/Accessibility.h"
-#include "platform/Console.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/process/Console.h"
 
 // For who wonders why a window was, or was not, taken for a prompt: one line a window, with what was read and the
 // verdict. The agent's own windows are no sources, so they are not printed. May wait for other processes.

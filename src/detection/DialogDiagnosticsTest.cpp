@@ -6,7 +6,6 @@
 namespace quillard {
 namespace {
 
-using platform::Rect;
 using samples::DetectionWorld;
 
 class DialogDiagnosticsTest : public testing::Test, protected DetectionWorld {

@@ -5,12 +5,11 @@
 #include <string_view>
 #include <utility>
 
-#include "agent/AgentConfiguration.h"
+#include "agent/configuration/AgentConfiguration.h"
 #include "detection/VisibleWindowOwners.h"
 
 namespace quillard {
 
-using platform::Seconds;
 using platform::WorkspaceEvent;
 using platform::WorkspaceEventKind;
 

@@ -8,11 +8,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Environment.h"
-#include "platform/Executors.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Environment.h"
+#include "platform/process/Executors.h"
 
 namespace quillard {
 
@@ -41,7 +41,7 @@ class DialogEventMonitor {
   };
 
   // `debounceInterval`: how long it must be quiet before a request is delivered; at least 0.05 s.
-  DialogEventMonitor(std::int32_t ownProcessIdentifier, platform::Seconds debounceInterval, OnChange onChange,
+  DialogEventMonitor(std::int32_t ownProcessIdentifier, Seconds debounceInterval, OnChange onChange,
                      const MonitorDependencies& dependencies);
   ~DialogEventMonitor();
   DialogEventMonitor(const DialogEventMonitor&) = delete;
@@ -74,7 +74,7 @@ class DialogEventMonitor {
   void windowListMayHaveChanged();
 
   const std::int32_t ownProcessIdentifier;
-  const platform::Seconds debounceInterval;
+  const Seconds debounceInterval;
   const OnChange onChange;
   std::unordered_map<std::int32_t, Observation> observations;
   std::vector<platform::SubscriptionHandle> notificationTokens;

@@ -8,8 +8,6 @@
 namespace quillard {
 namespace {
 
-using platform::Rect;
-using platform::Seconds;
 using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 

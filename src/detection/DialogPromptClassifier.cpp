@@ -5,7 +5,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "click/DialogButtonSemantics.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "foundation/Text.h"
 
 namespace quillard {

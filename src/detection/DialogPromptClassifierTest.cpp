@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "click/DialogButtonSemantics.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogPromptClassifier.h"
 
 namespace quillard {

@@ -7,7 +7,7 @@
 
 #include "approvals/PendingApproval.h"
 #include "detection/DialogDetector.h"
-#include "platform/Executors.h"
+#include "platform/process/Executors.h"
 
 namespace quillard {
 

@@ -6,7 +6,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using samples::DetectionWorld;
 using samples::titles;
 

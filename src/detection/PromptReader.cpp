@@ -6,16 +6,15 @@
 #include <unordered_set>
 #include <utility>
 
-#include "click/DialogButtonSemantics.h"
-#include "detection/AXHelpers.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/KnownPromptService.h"
+#include "detection/elements/AXHelpers.h"
 #include "foundation/Text.h"
 
 namespace quillard {
 
 using platform::AXAttributeReader;
 using platform::AXUIElement;
-using platform::Rect;
 namespace ax = platform::ax;
 
 namespace {

@@ -6,7 +6,7 @@
 #include "approvals/PendingApproval.h"
 #include "detection/DialogPromptClassifier.h"
 #include "detection/WindowSource.h"
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard {
 

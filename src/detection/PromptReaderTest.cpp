@@ -7,7 +7,6 @@
 namespace quillard {
 namespace {
 
-using platform::Rect;
 using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::Seed;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "approvals/PendingApproval.h"
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard {
 

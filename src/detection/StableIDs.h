@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "foundation/Uuid.h"
-#include "platform/Random.h"
+#include "platform/process/Random.h"
 
 namespace quillard {
 

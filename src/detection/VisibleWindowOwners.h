@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
 
 // Who has windows on the screen, from the window server's list alone: no application is asked. Any thread.
 namespace quillard::VisibleWindowOwners {

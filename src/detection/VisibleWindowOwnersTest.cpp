@@ -10,7 +10,6 @@ namespace quillard {
 namespace {
 
 using platform::ActivationPolicy;
-using platform::Rect;
 using platform::RunningApplication;
 using platform::WindowListEntry;
 using platform::simulated::Seed;

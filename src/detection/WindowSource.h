@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard {
 

@@ -8,7 +8,6 @@
 namespace quillard {
 namespace {
 
-using platform::Date;
 using std::chrono::days;
 using std::chrono::sys_days;
 using std::chrono::year;

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Time.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -13,11 +13,11 @@ inline constexpr std::string_view kExpectedIsoDate = "Expected ISO-8601 date str
 
 // "2026-03-01T12:34:56Z": UTC, whole seconds (the fraction is dropped, towards the past). Years outside 0000 to 9999
 // are written as the nearest moment inside.
-[[nodiscard]] std::string isoDateText(platform::Date date);
+[[nodiscard]] std::string isoDateText(Date date);
 
 // The `quillardISO8601` strategy: an internet date-time, first with fractional seconds, else without; "Z" or a numeric
 // offset from UTC. Fractions finer than a microsecond are dropped. Absent for anything else, a day or an hour that does
 // not exist included.
-[[nodiscard]] std::optional<platform::Date> quillardISO8601(std::string_view text);
+[[nodiscard]] std::optional<Date> quillardISO8601(std::string_view text);
 
 }  // namespace quillard

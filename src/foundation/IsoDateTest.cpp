@@ -7,7 +7,6 @@ namespace quillard {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Date;
 
 const Date kNoon{std::chrono::sys_days{std::chrono::year{2026} / 3 / 1} + 12h + 34min + 56s};
 

@@ -109,7 +109,7 @@ std::optional<Uuid> uuidValue(const Json& json) {
   return Uuid::parse(json.get_ref<const std::string&>());
 }
 
-std::optional<platform::Date> dateValue(const Json& json) {
+std::optional<Date> dateValue(const Json& json) {
   if (!json.is_string()) return std::nullopt;
   return quillardISO8601(json.get_ref<const std::string&>());
 }
@@ -207,9 +207,7 @@ std::string JsonReader::string(std::string_view name) {
 
 Uuid JsonReader::uuid(std::string_view name) { return requiredValue<Uuid>(name, kExpectedUuid, uuidValue); }
 
-platform::Date JsonReader::date(std::string_view name) {
-  return requiredValue<platform::Date>(name, kExpectedIsoDate, dateValue);
-}
+Date JsonReader::date(std::string_view name) { return requiredValue<Date>(name, kExpectedIsoDate, dateValue); }
 
 std::int64_t JsonReader::integer(std::string_view name, std::int64_t lowest, std::int64_t highest) {
   return requiredValue<std::int64_t>(name, kExpectedInteger,
@@ -242,8 +240,8 @@ std::optional<Uuid> JsonReader::optionalUuid(std::string_view name) {
   return optionalValue<Uuid>(name, kExpectedUuid, uuidValue);
 }
 
-std::optional<platform::Date> JsonReader::optionalDate(std::string_view name) {
-  return optionalValue<platform::Date>(name, kExpectedIsoDate, dateValue);
+std::optional<Date> JsonReader::optionalDate(std::string_view name) {
+  return optionalValue<Date>(name, kExpectedIsoDate, dateValue);
 }
 
 }  // namespace quillard

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "foundation/Uuid.h"
-#include "platform/Time.h"
+#include "values/Time.h"
 
 // Reading and writing JSON where every byte may come from somebody else. Members keep their order on writing; on
 // reading, any order and unknown members are fine, doubled members are not.
@@ -64,7 +64,7 @@ class JsonReader {
   bool boolean(std::string_view name);
   std::string string(std::string_view name);
   Uuid uuid(std::string_view name);
-  platform::Date date(std::string_view name);
+  Date date(std::string_view name);
   // A whole number, also when written as 412.0, within [lowest, highest].
   std::int64_t integer(std::string_view name, std::int64_t lowest, std::int64_t highest);
   std::vector<std::string> strings(std::string_view name);
@@ -75,7 +75,7 @@ class JsonReader {
   std::optional<double> optionalNumber(std::string_view name);
   std::optional<std::int64_t> optionalInteger(std::string_view name, std::int64_t lowest, std::int64_t highest);
   std::optional<Uuid> optionalUuid(std::string_view name);
-  std::optional<platform::Date> optionalDate(std::string_view name);
+  std::optional<Date> optionalDate(std::string_view name);
 
   // A required object, read by `read(JsonReader&)`, whose failures become this reader's.
   template <class Read>

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/Time.h"
+#include "values/Time.h"
 
 namespace quillard::platform {
 namespace {

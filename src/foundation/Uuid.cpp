@@ -18,8 +18,7 @@ std::optional<unsigned> hexDigit(char c) {
 
 }  // namespace
 
-Uuid Uuid::random(platform::Random& random) {
-  auto bytes = random.identityBytes();
+Uuid Uuid::fromRandomBytes(std::array<std::uint8_t, 16> bytes) {
   bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);  // Version 4,
   bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);  // of the usual variant.
   return Uuid{bytes};

@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Random.h"
-
 namespace quillard {
 
 // An identity of 128 bits. The default one is all zeros.
@@ -19,8 +17,8 @@ class Uuid {
   Uuid() = default;
   explicit Uuid(const std::array<std::uint8_t, 16>& bytes) : bytes(bytes) {}
 
-  // A new random identity (version 4).
-  [[nodiscard]] static Uuid random(platform::Random& random);
+  // The random identity (version 4) that these bytes make; six of their bits are replaced by the version and variant.
+  [[nodiscard]] static Uuid fromRandomBytes(std::array<std::uint8_t, 16> bytes);
   // Reads the hyphenated form of 36 characters, in either case. Absent for anything else.
   [[nodiscard]] static std::optional<Uuid> parse(std::string_view text);
 

@@ -61,7 +61,7 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
   int scopes = 0;
   int liveReads = 0;
   std::set<std::pair<std::string, std::string>> reads;
-  std::map<std::string, platform::Seconds> timeouts;
+  std::map<std::string, Seconds> timeouts;
 
   AXResult<AXValue> read(const AXUIElement& of, std::string_view name) {
     reads.emplace(nameOf(of), name);
@@ -84,9 +84,7 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
   platform::SubscriptionHandle observeTrustChanges(std::function<void()>) override { return nullptr; }
   AXUIElement createApplication(std::int32_t process) override { return element("app " + std::to_string(process)); }
   AXUIElement createSystemWide() override { return element("system"); }
-  void setMessagingTimeout(const AXUIElement& of, platform::Seconds timeout) override {
-    timeouts[nameOf(of)] = timeout;
-  }
+  void setMessagingTimeout(const AXUIElement& of, Seconds timeout) override { timeouts[nameOf(of)] = timeout; }
   std::unique_ptr<platform::AXReadScope> beginReadScope() override;
   std::optional<std::int32_t> processIdentifier(const AXUIElement& of) override {
     const auto found = elementsByName.find(nameOf(of));
@@ -94,7 +92,7 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
   }
   AXError setAttributeValue(const AXUIElement&, std::string_view, const AXValue&) override { return AXError::failure; }
   AXError performAction(const AXUIElement&, std::string_view) override { return AXError::failure; }
-  AXResult<AXUIElement> copyElementAtPosition(const AXUIElement&, platform::Point) override { return AXError::failure; }
+  AXResult<AXUIElement> copyElementAtPosition(const AXUIElement&, Point) override { return AXError::failure; }
 
   std::vector<RunningApplication> runningApplications() override { return applications; }
   std::optional<RunningApplication> frontmostApplication() override { return frontmost; }
@@ -164,8 +162,8 @@ class DesktopRecorderTest : public ::testing::Test {
                                           {"AXFocusedWindow", AXValue{element("window")}}});
     all["window"] = fake("AXWindow", {{"AXTitle", text("Erase disk 7?")},
                                       {"AXModal", AXValue{true}},
-                                      {"AXPosition", AXValue{platform::Point{1, 2}}},
-                                      {"AXSize", AXValue{platform::Size{3, 4}}},
+                                      {"AXPosition", AXValue{Point{1, 2}}},
+                                      {"AXSize", AXValue{Size{3, 4}}},
                                       {"AXParent", AXValue{element("app 7")}},
                                       {"AXValue", AXError::noValue},
                                       {"AXDefaultButton", AXValue{element("erase")}},
@@ -212,8 +210,8 @@ TEST_F(DesktopRecorderTest, RecordsApplicationsWithTheirTrees) {
                              .attributes = {{"AXRole", "AXWindow"},
                                             {"AXTitle", "Erase disk 7?"},
                                             {"AXModal", true},
-                                            {"AXPosition", platform::Point{1, 2}},
-                                            {"AXSize", platform::Size{3, 4}},
+                                            {"AXPosition", Point{1, 2}},
+                                            {"AXSize", Size{3, 4}},
                                             {"AXParent", ElementReference{"#1"}},
                                             {"AXValue", AXError::noValue},
                                             {"AXDefaultButton", ElementReference{"#5"}},
@@ -225,10 +223,10 @@ TEST_F(DesktopRecorderTest, RecordsApplicationsWithTheirTrees) {
 }
 
 TEST_F(DesktopRecorderTest, ReadsAllInOneScopeAndBoundsTheWaits) {
-  record({.messagingTimeout = platform::Seconds{3}});
+  record({.messagingTimeout = Seconds{3}});
   EXPECT_EQ(desktop.scopes, 1);
   EXPECT_EQ(desktop.liveReads, 0);
-  EXPECT_THAT(desktop.timeouts, ElementsAre(Pair("app 7", platform::Seconds{3}), Pair("system", platform::Seconds{3})));
+  EXPECT_THAT(desktop.timeouts, ElementsAre(Pair("app 7", Seconds{3}), Pair("system", Seconds{3})));
 }
 
 TEST_F(DesktopRecorderTest, RecordsTheApplicationInFrontEvenWhenItIsNotListed) {

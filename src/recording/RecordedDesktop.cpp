@@ -7,10 +7,6 @@
 namespace quillard::recording {
 namespace {
 
-using platform::Point;
-using platform::Rect;
-using platform::Size;
-
 bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 bool isSame(const Point& a, const Point& b) { return isSame(a.x, b.x) && isSame(a.y, b.y); }
 bool isSame(const Size& a, const Size& b) { return isSame(a.width, b.width) && isSame(a.height, b.height); }

@@ -8,9 +8,9 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
 
 // A whole desktop at one moment, as the accessibility interface, the workspace and the window list showed it. Plain
 // values: recorded on one computer, read by people, played back on another.
@@ -26,9 +26,8 @@ struct ElementReference {
 
 // What a request for an attribute was answered with: a value in the kind in which the application gave it, or the error
 // (never `success`). Text is as the application gave it, broken UTF-8 included. Every id stands for a recorded element.
-using RecordedValue =
-    std::variant<platform::AXForeignValue, bool, std::int64_t, double, std::string, platform::Point, platform::Size,
-                 platform::Rect, ElementReference, std::vector<ElementId>, platform::AXError>;
+using RecordedValue = std::variant<platform::AXForeignValue, bool, std::int64_t, double, std::string, Point, Size, Rect,
+                                   ElementReference, std::vector<ElementId>, platform::AXError>;
 
 // By name, which is UTF-8. An attribute that is not here answers `attributeUnsupported`.
 using RecordedAttributes = std::map<std::string, RecordedValue, std::less<>>;

@@ -90,8 +90,8 @@ TEST(RecordedDesktopJson, ReadsWhatAPersonWrote) {
                                                                {"AXSubrole", "AXDialog"},
                                                                {"AXTitle", "Erase disk?"},
                                                                {"AXModal", true},
-                                                               {"AXPosition", platform::Point{40, 60}},
-                                                               {"AXSize", platform::Size{320, 140.5}},
+                                                               {"AXPosition", Point{40, 60}},
+                                                               {"AXSize", Size{320, 140.5}},
                                                                {"AXParent", ElementReference{"#1"}},
                                                                {"AXDefaultButton", ElementReference{"erase"}},
                                                                {"AXMinimized", false},
@@ -104,7 +104,7 @@ TEST(RecordedDesktopJson, ReadsWhatAPersonWrote) {
                                                              .ownerName = "Files",
                                                              .layer = 0,
                                                              .alpha = 1.0,
-                                                             .bounds = platform::Rect{40, 60, 320, 140.5}}}}));
+                                                             .bounds = Rect{40, 60, 320, 140.5}}}}));
 }
 
 TEST(RecordedDesktopJson, WritesWhatAPersonWouldWrite) { EXPECT_EQ(recordedDesktopText(read(kByHand)), kByHand); }
@@ -147,9 +147,9 @@ TEST(RecordedDesktopJson, KeepsEveryKindOfValue) {
   EXPECT_TRUE(std::isnan(std::get<double>(attributes["nan"])));
   EXPECT_EQ(attributes["inf"], RecordedValue{infinity});
   EXPECT_EQ(attributes["-inf"], RecordedValue{-infinity});
-  EXPECT_EQ(attributes["point"], (RecordedValue{platform::Point{1, infinity}}));
-  EXPECT_EQ(attributes["size"], (RecordedValue{platform::Size{1.5, 2}}));
-  EXPECT_EQ(attributes["rect"], (RecordedValue{platform::Rect{1, 2, 3, 4}}));
+  EXPECT_EQ(attributes["point"], (RecordedValue{Point{1, infinity}}));
+  EXPECT_EQ(attributes["size"], (RecordedValue{Size{1.5, 2}}));
+  EXPECT_EQ(attributes["rect"], (RecordedValue{Rect{1, 2, 3, 4}}));
   EXPECT_EQ(attributes["element"], RecordedValue{ElementReference{"w"}});
   EXPECT_EQ(attributes["elements"], (RecordedValue{std::vector<ElementId>{"w", "w"}}));
   EXPECT_EQ(attributes["foreign"], RecordedValue{platform::AXForeignValue{}});
@@ -364,11 +364,11 @@ class DesktopGenerator {
       case 4:
         return text();
       case 5:
-        return platform::Point{number(), number()};
+        return Point{number(), number()};
       case 6:
-        return platform::Size{number(), number()};
+        return Size{number(), number()};
       case 7:
-        return platform::Rect{number(), number(), number(), number()};
+        return Rect{number(), number(), number(), number()};
       case 8:
         return ElementReference{*rc::gen::elementOf(ids)};
       case 9:
@@ -418,7 +418,7 @@ class DesktopGenerator {
                       .windowName = text(),
                       .layer = *rc::gen::arbitrary<std::int64_t>(),
                       .alpha = number(),
-                      .bounds = platform::Rect{number(), number(), number(), number()}};
+                      .bounds = Rect{number(), number(), number(), number()}};
     return recorded;
   }
 

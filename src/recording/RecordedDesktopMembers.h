@@ -4,8 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/Accessibility.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/Workspace.h"
 
 // Names that writing and reading share.
 namespace quillard::recording {

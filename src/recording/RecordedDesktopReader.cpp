@@ -140,7 +140,7 @@ class DesktopReader {
     }
     if (const Json* bounds = reader.member("bounds")) {
       if (const auto n = numbersOf(*bounds, 4)) {
-        recorded.entry.bounds = platform::Rect{(*n)[0], (*n)[1], (*n)[2], (*n)[3]};
+        recorded.entry.bounds = Rect{(*n)[0], (*n)[1], (*n)[2], (*n)[3]};
       } else {
         reader.failAt("bounds", "Expected [x, y, width, height].");
       }

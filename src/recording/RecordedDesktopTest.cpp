@@ -13,11 +13,11 @@ RecordedElement elementWith(RecordedValue value) { return {.attributes = {{"AXVa
 
 TEST(RecordedDesktop, EqualsItselfWhenItHoldsNumbersThatAreNone) {
   EXPECT_EQ(elementWith(kNan), elementWith(kNan));
-  EXPECT_EQ(elementWith(platform::Point{kNan, 1}), elementWith(platform::Point{kNan, 1}));
-  EXPECT_EQ(elementWith(platform::Rect{0, 1, kNan, 2}), elementWith(platform::Rect{0, 1, kNan, 2}));
-  EXPECT_NE(elementWith(platform::Size{kNan, 1}), elementWith(platform::Size{kNan, 2}));
+  EXPECT_EQ(elementWith(Point{kNan, 1}), elementWith(Point{kNan, 1}));
+  EXPECT_EQ(elementWith(Rect{0, 1, kNan, 2}), elementWith(Rect{0, 1, kNan, 2}));
+  EXPECT_NE(elementWith(Size{kNan, 1}), elementWith(Size{kNan, 2}));
   EXPECT_NE(elementWith(kNan), elementWith(0.0));
-  const RecordedWindowListEntry entry{.entry = {.alpha = kNan, .bounds = platform::Rect{kNan, 0, 0, 0}}};
+  const RecordedWindowListEntry entry{.entry = {.alpha = kNan, .bounds = Rect{kNan, 0, 0, 0}}};
   EXPECT_EQ(entry, entry);
 }
 

@@ -138,8 +138,8 @@ class DesktopWriter {
   }
 
   static void writeFrame(Remaining& remaining, Json& json) {
-    const auto* position = remaining.peek<platform::Point>(ax::kPosition);
-    const auto* size = remaining.peek<platform::Size>(ax::kSize);
+    const auto* position = remaining.peek<Point>(ax::kPosition);
+    const auto* size = remaining.peek<Size>(ax::kSize);
     if (!position || !size) return;
     json["frame"] = numbersJson({position->x, position->y, size->width, size->height});
     remaining.take(ax::kPosition);

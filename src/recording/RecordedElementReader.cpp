@@ -145,8 +145,8 @@ void RecordedElementReader::readFrame(JsonReader& reader, Attributes& attributes
     return;
   }
   const auto& n = *numbers;
-  const bool isNew = attributes.try_emplace(std::string(ax::kPosition), platform::Point{n[0], n[1]}).second &&
-                     attributes.try_emplace(std::string(ax::kSize), platform::Size{n[2], n[3]}).second;
+  const bool isNew = attributes.try_emplace(std::string(ax::kPosition), Point{n[0], n[1]}).second &&
+                     attributes.try_emplace(std::string(ax::kSize), Size{n[2], n[3]}).second;
   if (!isNew) reader.failAt("frame", "The attribute stands twice.");
 }
 

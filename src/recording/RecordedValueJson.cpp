@@ -98,7 +98,7 @@ template <class T>
 std::optional<T> coordinatesOf(const Json& json) {
   const auto numbers = numbersOf(json, sizeof(T) / sizeof(double));
   if (!numbers) return std::nullopt;
-  if constexpr (std::is_same_v<T, platform::Rect>) {
+  if constexpr (std::is_same_v<T, Rect>) {
     return T{(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]};
   } else {
     return T{(*numbers)[0], (*numbers)[1]};
@@ -120,9 +120,9 @@ Outcome valueOfObject(const Json& json) {
   if (json.size() != 1) return Outcome{std::in_place_index<1>, kUnknown};
   const std::string& kind = json.begin().key();
   const Json& content = *json.begin();
-  if (kind == "point") return valueOr(coordinatesOf<platform::Point>(content), "Expected a point: [x, y].");
-  if (kind == "size") return valueOr(coordinatesOf<platform::Size>(content), "Expected a size: [width, height].");
-  if (kind == "rect") return valueOr(coordinatesOf<platform::Rect>(content), "Expected [x, y, width, height].");
+  if (kind == "point") return valueOr(coordinatesOf<Point>(content), "Expected a point: [x, y].");
+  if (kind == "size") return valueOr(coordinatesOf<Size>(content), "Expected a size: [width, height].");
+  if (kind == "rect") return valueOr(coordinatesOf<Rect>(content), "Expected [x, y, width, height].");
   if (kind == "element") return valueOr(referenceOf(content), "Expected the id of an element.");
   if (kind == "elements") return valueOr(idsOf(content), "Expected a list of ids of elements.");
   if (kind == "number") return valueOr(unfiniteNumberOf(content), "Expected \"nan\", \"inf\" or \"-inf\".");
@@ -139,9 +139,9 @@ struct ValueWriter {
   Json operator()(std::int64_t value) const { return value; }
   Json operator()(double value) const { return std::isfinite(value) ? Json(value) : unfiniteNumberJson(value); }
   Json operator()(const std::string& value) const { return textJson(value); }
-  Json operator()(const platform::Point& value) const { return {{"point", numbersJson({value.x, value.y})}}; }
-  Json operator()(const platform::Size& value) const { return {{"size", numbersJson({value.width, value.height})}}; }
-  Json operator()(const platform::Rect& value) const {
+  Json operator()(const Point& value) const { return {{"point", numbersJson({value.x, value.y})}}; }
+  Json operator()(const Size& value) const { return {{"size", numbersJson({value.width, value.height})}}; }
+  Json operator()(const Rect& value) const {
     return {{"rect", numbersJson({value.x, value.y, value.width, value.height})}};
   }
   Json operator()(const ElementReference& value) const { return {{"element", value.id}}; }

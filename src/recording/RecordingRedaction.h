@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 #include "recording/DesktopRecorder.h"
 
 namespace quillard::recording {

@@ -30,7 +30,7 @@ class WipedAtEnd {
   Json& json;
 };
 
-platform::Secret readSecret(JsonReader& reader, std::string_view name) {
+Secret readSecret(JsonReader& reader, std::string_view name) {
   std::string text = reader.string(name);
   return takenSecret(text);
 }
@@ -42,7 +42,7 @@ bool InstallationSecrets::isUsable() const {
          !text::trimmed(e2eSecret.text()).empty();
 }
 
-std::optional<platform::Secret> installationSecretsText(const InstallationSecrets& secrets) {
+std::optional<Secret> installationSecretsText(const InstallationSecrets& secrets) {
   Json json{{"pairingID", secrets.pairingID},
             {"relayAuthToken", secrets.relayAuthToken.text()},
             {"e2eSecret", secrets.e2eSecret.text()}};

@@ -5,15 +5,15 @@
 #include <span>
 #include <string>
 
-#include "platform/Secret.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
 // Who this installation is to its relay, and what its phones share with it.
 struct InstallationSecrets {
-  std::string pairingID;            // Public: a prefix, "-" and 32 hexadecimal digits.
-  platform::Secret relayAuthToken;  // The bearer token for the relay.
-  platform::Secret e2eSecret;       // What the sealing key is derived from.
+  std::string pairingID;  // Public: a prefix, "-" and 32 hexadecimal digits.
+  Secret relayAuthToken;  // The bearer token for the relay.
+  Secret e2eSecret;       // What the sealing key is derived from.
 
   // Whether none of the three is empty or mere white space.
   [[nodiscard]] bool isUsable() const;
@@ -22,7 +22,7 @@ struct InstallationSecrets {
 };
 
 // The stored form: JSON with the members in the order of the fields. Absent when the identifier is no UTF-8.
-[[nodiscard]] std::optional<platform::Secret> installationSecretsText(const InstallationSecrets& secrets);
+[[nodiscard]] std::optional<Secret> installationSecretsText(const InstallationSecrets& secrets);
 
 // Absent when the text is not the stored form; unknown members are ignored. The secrets may be unusable.
 [[nodiscard]] std::optional<InstallationSecrets> readInstallationSecrets(std::span<const std::uint8_t> text);

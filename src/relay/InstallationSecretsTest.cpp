@@ -7,8 +7,6 @@
 namespace quillard {
 namespace {
 
-using platform::Secret;
-
 InstallationSecrets secrets(std::string_view pairingID, std::string_view token, std::string_view e2eSecret) {
   return {std::string(pairingID), Secret{token}, Secret{e2eSecret}};
 }

@@ -39,7 +39,7 @@ KeychainReading MacKeychainStore::data(std::string_view key) {
   return {outcome, {}};
 }
 
-bool MacKeychainStore::set(const platform::Secret& data, std::string_view key, bool useDataProtectionKeychain) {
+bool MacKeychainStore::set(const Secret& data, std::string_view key, bool useDataProtectionKeychain) {
   const SecretPlace place = quillard::place(useDataProtectionKeychain);
   SecretStatus status = secretStore.update(place, kService, key, data);
   if (status.code == SecretStatusCode::itemNotFound) status = secretStore.add(place, kService, key, data);

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "platform/Console.h"
-#include "platform/Secret.h"
-#include "platform/SecretStore.h"
+#include "platform/process/Console.h"
+#include "platform/storage/SecretStore.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -16,7 +16,7 @@ struct KeychainReading {
     unreadable,  // None was found, but some place could not be read: the item may well be there.
   };
   Outcome outcome = Outcome::absent;
-  platform::Secret data;  // Empty unless found.
+  Secret data;  // Empty unless found.
 };
 
 // The agent's items in the user's keychain: service "com.quillard.agent", the account is the item's key. There are two
@@ -33,7 +33,7 @@ class MacKeychainStore {
   [[nodiscard]] KeychainReading data(std::string_view key);
 
   // Replaces the item, or adds it. False: it was not stored; what was there before may still be.
-  [[nodiscard]] bool set(const platform::Secret& data, std::string_view key, bool useDataProtectionKeychain);
+  [[nodiscard]] bool set(const Secret& data, std::string_view key, bool useDataProtectionKeychain);
 
   // Afterwards the item is gone, or a line says why not.
   void remove(std::string_view key, bool useDataProtectionKeychain);

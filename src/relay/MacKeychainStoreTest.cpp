@@ -11,7 +11,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 using Outcome = KeychainReading::Outcome;
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatus;
 using platform::SecretStatusCode;

@@ -20,7 +20,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 using Lines = std::vector<std::string>;
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatus;
 using platform::SecretStatusCode;

@@ -24,7 +24,7 @@ bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 
 
 std::string hexOfTwoIdentities(std::size_t byteCount, platform::Random& random) {
   std::string text;
-  for (int i = 0; i < 2; ++i) text += hexText(Uuid::random(random).data());
+  for (int i = 0; i < 2; ++i) text += hexText(Uuid::fromRandomBytes(random.identityBytes()).data());
   text.resize(std::min(text.size(), byteCount * 2));
   return text;
 }
@@ -37,7 +37,7 @@ std::string_view firstPart(std::string_view seed) {
 
 }  // namespace
 
-platform::Secret randomHex(std::size_t byteCount, platform::Random& random) {
+Secret randomHex(std::size_t byteCount, platform::Random& random) {
   std::vector<std::uint8_t> bytes(byteCount);
   std::string text = random.fillSecurely(bytes) ? hexText(bytes) : hexOfTwoIdentities(byteCount, random);
   OPENSSL_cleanse(bytes.data(), bytes.size());

@@ -5,14 +5,14 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Random.h"
-#include "platform/Secret.h"
+#include "platform/process/Random.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
 // `byteCount` random bytes as lower-case hexadecimal digits, two each. From the secure generator; should that fail,
 // from two fresh identities, which gives at most 32 bytes' worth.
-[[nodiscard]] platform::Secret randomHex(std::size_t byteCount, platform::Random& random);
+[[nodiscard]] Secret randomHex(std::size_t byteCount, platform::Random& random);
 
 // A new public identifier: the part of the trimmed `seed` before its first "-", sanitised, or else "quillard"; then "-"
 // and 32 random digits.

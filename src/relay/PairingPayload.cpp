@@ -19,7 +19,7 @@ std::string withEscapedSlashes(const std::string& json) {
 
 }  // namespace
 
-std::optional<platform::Secret> pairingPayloadText(const PairingPayload& payload) {
+std::optional<Secret> pairingPayloadText(const PairingPayload& payload) {
   Json json{{"type", payload.type},
             {"version", payload.version},
             {"backendURL", payload.backendURL},

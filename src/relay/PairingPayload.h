@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/Secret.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -15,13 +15,13 @@ struct PairingPayload {
   std::int64_t version = 1;
   std::string backendURL;  // https or http; host and port only.
   std::string pairingID;
-  platform::Secret relaySecret;  // The installation's bearer token.
-  platform::Secret e2eSecret;
+  Secret relaySecret;  // The installation's bearer token.
+  Secret e2eSecret;
   bool operator==(const PairingPayload&) const = default;
 };
 
 // Compact JSON, the members in the order of the fields, "/" written as "\/": the bytes of the code. Absent when a text
 // is no UTF-8.
-[[nodiscard]] std::optional<platform::Secret> pairingPayloadText(const PairingPayload& payload);
+[[nodiscard]] std::optional<Secret> pairingPayloadText(const PairingPayload& payload);
 
 }  // namespace quillard

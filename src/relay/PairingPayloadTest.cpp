@@ -9,8 +9,6 @@
 namespace quillard {
 namespace {
 
-using platform::Secret;
-
 PairingPayload examplePayload() {
   return {.backendURL = "https://relay.example:8443",
           .pairingID = "quillard-00112233445566778899aabbccddeeff",

@@ -28,12 +28,12 @@ std::optional<QrCode> encoded(std::span<const std::uint8_t> data) {
 
 }  // namespace
 
-std::optional<platform::Bitmap> image(std::span<const std::uint8_t> data, int scale) {
+std::optional<Bitmap> image(std::span<const std::uint8_t> data, int scale) {
   if (scale < 1 || scale > kLargestScale) return std::nullopt;
   const auto code = encoded(data);
   if (!code) return std::nullopt;
   const int side = (code->getSize() + 2 * kQuietZone) * scale;
-  platform::Bitmap bitmap{.width = side, .height = side, .pixels = {}};
+  Bitmap bitmap{.width = side, .height = side, .pixels = {}};
   bitmap.pixels.reserve(static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
   for (int y = 0; y < side; ++y) {
     for (int x = 0; x < side; ++x) {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 namespace quillard::QRCodeRenderer {
 
@@ -14,6 +14,6 @@ inline constexpr int kLargestScale = 100;
 
 // A QR code of `data` in byte mode, error-correction level M, quiet zone included: each module is a square of `scale`
 // pixels. Absent when the data does not fit a code (2,331 bytes do), or `scale` is not between 1 and `kLargestScale`.
-[[nodiscard]] std::optional<platform::Bitmap> image(std::span<const std::uint8_t> data, int scale);
+[[nodiscard]] std::optional<Bitmap> image(std::span<const std::uint8_t> data, int scale);
 
 }  // namespace quillard::QRCodeRenderer

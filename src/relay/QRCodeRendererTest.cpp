@@ -10,8 +10,6 @@
 namespace quillard {
 namespace {
 
-using platform::Bitmap;
-
 std::optional<Bitmap> imageOf(std::string_view text, int scale) {
   return QRCodeRenderer::image({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, scale);
 }
@@ -40,8 +38,8 @@ std::vector<std::string> decoded(const Bitmap& bitmap) {
 std::string pairingText(char digit) {
   const PairingPayload payload{.backendURL = "https://relay.example:8443",
                                .pairingID = "quillard-00112233445566778899aabbccddeeff",
-                               .relaySecret = platform::Secret{std::string(64, digit)},
-                               .e2eSecret = platform::Secret{std::string(64, 'b')}};
+                               .relaySecret = Secret{std::string(64, digit)},
+                               .e2eSecret = Secret{std::string(64, 'b')}};
   return std::string(pairingPayloadText(payload)->text());
 }
 

@@ -50,7 +50,7 @@ void expectOpened(const std::vector<KeptBox>& boxes) {
   for (const auto& box : boxes) {
     const auto payload = readRelayRecord<EncryptedRelayPayload>(box.payload);
     ASSERT_TRUE(std::holds_alternative<EncryptedRelayPayload>(payload)) << box.payload;
-    const auto opened = RelayCrypto::open(std::get<EncryptedRelayPayload>(payload), platform::Secret{box.secret});
+    const auto opened = RelayCrypto::open(std::get<EncryptedRelayPayload>(payload), Secret{box.secret});
     ASSERT_TRUE(std::holds_alternative<std::string>(opened)) << box.payload;
     EXPECT_EQ(std::get<std::string>(opened), box.text);
   }
@@ -75,7 +75,7 @@ TEST(RelayBoxes, OfTheAgentStayAsTheyAre) {
   for (const auto& [secret, text] : {std::pair<std::string, std::string>{std::string(64, 'b'), "[]"},
                                      {"\r\n " + std::string(64, 'c') + "\xC2\xA0", R"({"status":"accepted"})"},
                                      {std::string(64, 'd'), "\"\xE2\x80\xAE\xF0\x9F\x98\x80\""}}) {
-    const auto payload = RelayCrypto::sealText(text, platform::Secret{secret}, random);
+    const auto payload = RelayCrypto::sealText(text, Secret{secret}, random);
     ASSERT_TRUE(std::holds_alternative<EncryptedRelayPayload>(payload));
     written += hexOf(secret) + " " + hexOf(text) + " " +
                jsonText(toJson(std::get<EncryptedRelayPayload>(payload))).value() + "\n";

@@ -21,7 +21,6 @@ namespace quillard {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatus;
 using platform::SecretStatusCode;

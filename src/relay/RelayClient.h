@@ -7,22 +7,22 @@
 #include <vector>
 
 #include "approvals/PendingApproval.h"
-#include "platform/Clock.h"
-#include "platform/Console.h"
-#include "platform/Executors.h"
-#include "platform/Random.h"
-#include "platform/Secret.h"
-#include "platform/WebSocket.h"
+#include "platform/network/WebSocket.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Console.h"
+#include "platform/process/Executors.h"
+#include "platform/process/Random.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayStatus.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
 // Where the relay is and what is needed there.
 struct RelayClientAccess {
-  std::string url;                // ws or wss, with the query that names pairing and role. Never printed.
-  platform::Secret relaySecret;   // The bearer token.
-  platform::Secret cryptoSecret;  // The end-to-end secret: the relay never learns it.
+  std::string url;      // ws or wss, with the query that names pairing and role. Never printed.
+  Secret relaySecret;   // The bearer token.
+  Secret cryptoSecret;  // The end-to-end secret: the relay never learns it.
 };
 
 // Called on the client's queue, one at a time; they hand the work on to wherever it belongs. None may be empty.

@@ -38,7 +38,7 @@ class RandomLife {
     for (int i = 0; i < steps; ++i) {
       step();
       if (chance(2)) world.run();
-      if (chance(3)) world.time.advance(platform::Seconds{static_cast<double>(generator.below(4'000)) / 1'000});
+      if (chance(3)) world.time.advance(Seconds{static_cast<double>(generator.below(4'000)) / 1'000});
       checkThatNothingCameTwice();
     }
   }
@@ -217,7 +217,7 @@ TEST(RelayClientSchedules, SurviveARelayThatDiesAHundredTimes) {
       world.client->publishSnapshot(approvals, true, false);
     };
     const auto wait = [&](std::uint64_t longest) {
-      world.time.advance(platform::Seconds{static_cast<double>(generator.below(longest)) / 1'000});
+      world.time.advance(Seconds{static_cast<double>(generator.below(longest)) / 1'000});
     };
     world.client->connect();
     publish();

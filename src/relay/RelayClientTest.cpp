@@ -28,7 +28,7 @@ TEST(RelayClient, AsksForASocketWithItsBearerToken) {
   world.run();
   const auto request = world.sockets.newest()->request();
   EXPECT_EQ(request.url, "wss://relay.example/ws?role=mac&pairing=quillard-0123");
-  EXPECT_EQ(request.timeout, platform::Seconds{60});
+  EXPECT_EQ(request.timeout, Seconds{60});
   ASSERT_EQ(request.headers.size(), 1U);
   EXPECT_EQ(request.headers[0].name, "authorization");
   EXPECT_EQ(request.headers[0].value, "Bearer bearer-token");

@@ -36,11 +36,11 @@ class ThreadQueue final : public platform::SerialExecutor {
     }
     somethingNew.notify_one();
   }
-  platform::TaskHandle postAfter(platform::Seconds delay, platform::Turn turn) override {
-    if (delay <= platform::Seconds::zero()) post(std::move(turn));
+  platform::TaskHandle postAfter(Seconds delay, platform::Turn turn) override {
+    if (delay <= Seconds::zero()) post(std::move(turn));
     return std::make_unique<NoTask>();
   }
-  platform::TaskHandle repeatEvery(platform::Seconds, platform::Turn) override { return std::make_unique<NoTask>(); }
+  platform::TaskHandle repeatEvery(Seconds, platform::Turn) override { return std::make_unique<NoTask>(); }
   [[nodiscard]] bool isCurrent() const override { return std::this_thread::get_id() == thread.get_id(); }
 
   // Until all that was posted before has run.
@@ -81,9 +81,9 @@ class ThreadQueue final : public platform::SerialExecutor {
 
 class StoppedClock final : public platform::Clock {
  public:
-  [[nodiscard]] platform::Date now() const override { return samples::date(0); }
-  [[nodiscard]] platform::Instant monotonicNow() const override { return {}; }
-  void sleep(platform::Seconds) override {}
+  [[nodiscard]] Date now() const override { return samples::date(0); }
+  [[nodiscard]] Instant monotonicNow() const override { return {}; }
+  void sleep(Seconds) override {}
 };
 
 TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {

@@ -7,7 +7,7 @@
 
 #include "foundation/StrictJson.h"
 #include "foundation/Uuid.h"
-#include "platform/Time.h"
+#include "values/Time.h"
 
 // What phone and agent say to each other inside sealed payloads, where the relay cannot read it.
 namespace quillard {
@@ -48,7 +48,7 @@ struct ApprovalResultCommand {
 struct ApprovalRequestEnvelope {
   std::string decisionID;
   ApprovalRequestCommand command;
-  std::optional<platform::Date> issuedAt;
+  std::optional<Date> issuedAt;
   bool operator==(const ApprovalRequestEnvelope&) const = default;
 };
 

@@ -7,12 +7,12 @@
 namespace quillard {
 namespace {
 
-constexpr platform::Seconds kReconnectDelay{3};
-constexpr platform::Seconds kConnectTimeout{60};
+constexpr Seconds kReconnectDelay{3};
+constexpr Seconds kConnectTimeout{60};
 
 }  // namespace
 
-RelayConnection::RelayConnection(std::string url, platform::Secret relaySecret, platform::SerialExecutor& queue,
+RelayConnection::RelayConnection(std::string url, Secret relaySecret, platform::SerialExecutor& queue,
                                  platform::WebSockets& webSockets, platform::Console& console,
                                  RelayConnectionEvents events)
     : url(std::move(url)),

@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "platform/Console.h"
-#include "platform/Executors.h"
-#include "platform/Secret.h"
-#include "platform/WebSocket.h"
+#include "platform/network/WebSocket.h"
+#include "platform/process/Console.h"
+#include "platform/process/Executors.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -30,7 +30,7 @@ struct RelayConnectionEvents {
 class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
  public:
   // The references outlive the connection. `relaySecret` is the bearer token.
-  RelayConnection(std::string url, platform::Secret relaySecret, platform::SerialExecutor& queue,
+  RelayConnection(std::string url, Secret relaySecret, platform::SerialExecutor& queue,
                   platform::WebSockets& webSockets, platform::Console& console, RelayConnectionEvents events);
 
   // Nothing happens while there is a socket.
@@ -57,7 +57,7 @@ class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
   void reconnectLater();
 
   const std::string url;
-  const platform::Secret relaySecret;
+  const Secret relaySecret;
   platform::SerialExecutor& queue;
   platform::WebSockets& webSockets;
   platform::Console& console;

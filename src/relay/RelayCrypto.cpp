@@ -41,15 +41,14 @@ std::string_view description(RelayCryptoError error) {
 
 namespace RelayCrypto {
 
-platform::Secret key(const platform::Secret& secret) {
+Secret key(const Secret& secret) {
   Digest digest = sha256(text::trimmed(secret.text()));
-  platform::Secret key{digest};
+  Secret key{digest};
   OPENSSL_cleanse(digest.data(), digest.size());
   return key;
 }
 
-std::variant<EncryptedRelayPayload, JsonError, RelayCryptoError> seal(const Json& value,
-                                                                      const platform::Secret& relaySecret,
+std::variant<EncryptedRelayPayload, JsonError, RelayCryptoError> seal(const Json& value, const Secret& relaySecret,
                                                                       platform::Random& random) {
   const auto plaintext = jsonText(value);
   if (!plaintext) return JsonError{"", "A text is not valid UTF-8."};
@@ -58,8 +57,7 @@ std::variant<EncryptedRelayPayload, JsonError, RelayCryptoError> seal(const Json
   return std::get<EncryptedRelayPayload>(std::move(sealed));
 }
 
-std::variant<EncryptedRelayPayload, RelayCryptoError> sealText(std::string_view plaintext,
-                                                               const platform::Secret& relaySecret,
+std::variant<EncryptedRelayPayload, RelayCryptoError> sealText(std::string_view plaintext, const Secret& relaySecret,
                                                                platform::Random& random) {
   Nonce nonce{};
   if (!random.fillSecurely(nonce)) return RelayCryptoError::invalidCiphertext;
@@ -74,8 +72,7 @@ std::variant<BoxBytes, RelayCryptoError> box(const EncryptedRelayPayload& payloa
   return *std::move(bytes);
 }
 
-std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload,
-                                                 const platform::Secret& relaySecret) {
+std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload, const Secret& relaySecret) {
   const auto bytes = box(payload);
   if (const auto* error = std::get_if<RelayCryptoError>(&bytes)) return *error;
   auto plaintext = openedBox(key(relaySecret), std::get<BoxBytes>(bytes));

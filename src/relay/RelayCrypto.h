@@ -7,10 +7,10 @@
 
 #include "approvals/PendingApproval.h"
 #include "foundation/StrictJson.h"
-#include "platform/Random.h"
-#include "platform/Secret.h"
+#include "platform/process/Random.h"
 #include "relay/RelayMessages.h"
 #include "relay/SealedBox.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -24,17 +24,17 @@ namespace RelayCrypto {
 
 // The AES-256 key that a secret stands for: the SHA-256 of its UTF-8, white space and line breaks at both ends left
 // out.
-[[nodiscard]] platform::Secret key(const platform::Secret& secret);
+[[nodiscard]] Secret key(const Secret& secret);
 
 // Fails with what is wrong in `value` when it cannot be written as JSON, else with `invalidCiphertext` when there are
 // no random bytes for the nonce or the cipher fails.
 [[nodiscard]] std::variant<EncryptedRelayPayload, JsonError, RelayCryptoError> seal(const Json& value,
-                                                                                    const platform::Secret& relaySecret,
+                                                                                    const Secret& relaySecret,
                                                                                     platform::Random& random);
 
 // The same for a text that is JSON already.
 [[nodiscard]] std::variant<EncryptedRelayPayload, RelayCryptoError> sealText(std::string_view plaintext,
-                                                                             const platform::Secret& relaySecret,
+                                                                             const Secret& relaySecret,
                                                                              platform::Random& random);
 
 // The bytes of the sealed box; fails unless `ciphertext` is standard base64 of at least a nonce and a tag.
@@ -42,7 +42,7 @@ namespace RelayCrypto {
 
 // The plaintext. `version` and `nonce` of the payload are not looked at: the box has all that counts.
 [[nodiscard]] std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload,
-                                                               const platform::Secret& relaySecret);
+                                                               const Secret& relaySecret);
 
 // 64 lower-case hexadecimal digits that are equal for lists of the same identities and button labels in the same order.
 [[nodiscard]] std::string snapshotID(const std::vector<PendingApproval>& approvals);

@@ -12,7 +12,6 @@
 namespace quillard {
 namespace {
 
-using platform::Secret;
 using platform::simulated::Seed;
 using platform::simulated::SimulatedRandom;
 

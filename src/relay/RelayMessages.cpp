@@ -8,7 +8,7 @@
 namespace quillard {
 namespace {
 
-void addDate(Json& json, const char* name, const std::optional<platform::Date>& date) {
+void addDate(Json& json, const char* name, const std::optional<Date>& date) {
   if (date) json[name] = isoDateText(*date);
 }
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "foundation/StrictJson.h"
-#include "platform/Time.h"
 #include "relay/RelayStatus.h"
+#include "values/Time.h"
 
 // What crosses the relay's WebSocket: one JSON object a message, told apart by its "type". The relay sees these members
 // only; what it must not read travels sealed inside them.
@@ -33,7 +33,7 @@ struct EncryptedRelayPayload {
 // Agent to relay: what waits for an answer now.
 struct MacSnapshotRelayMessage {
   std::string type{kMacSnapshotType};
-  platform::Date observedAt;  // When this message was built.
+  Date observedAt;  // When this message was built.
   bool accessibilityTrusted = false;
   EncryptedRelayPayload encryptedApprovals;  // The list of `PendingApproval`, in the agent's order.
   std::int64_t approvalCount = 0;
@@ -46,7 +46,7 @@ struct ApprovalResultRelayMessage {
   std::string type{kApprovalResultType};
   std::string decisionID;                 // As it came in the request.
   EncryptedRelayPayload encryptedResult;  // An `ApprovalResultCommand`.
-  platform::Date issuedAt;
+  Date issuedAt;
   bool operator==(const ApprovalResultRelayMessage&) const = default;
 };
 
@@ -54,7 +54,7 @@ struct ApprovalResultRelayMessage {
 struct UnpairPhoneRelayMessage {
   std::string type{kUnpairPhoneType};
   std::optional<std::string> deviceID;  // Absent: all phones of the pairing.
-  platform::Date issuedAt;
+  Date issuedAt;
   bool operator==(const UnpairPhoneRelayMessage&) const = default;
 };
 
@@ -63,7 +63,7 @@ struct ApprovalRequestRelayMessage {
   std::string type{kApprovalRequestType};
   std::string decisionID;                  // Opaque; the phone's choice.
   EncryptedRelayPayload encryptedRequest;  // An `ApprovalRequestCommand`.
-  std::optional<platform::Date> issuedAt;
+  std::optional<Date> issuedAt;
   bool operator==(const ApprovalRequestRelayMessage&) const = default;
 };
 
@@ -72,7 +72,7 @@ struct ApprovalSuppressionRelayMessage {
   std::string type{kSuppressType};
   std::string decisionID;
   EncryptedRelayPayload encryptedSuppression;  // An `ApprovalSuppressionCommand`, whose own action counts.
-  std::optional<platform::Date> issuedAt;
+  std::optional<Date> issuedAt;
   bool operator==(const ApprovalSuppressionRelayMessage&) const = default;
 };
 

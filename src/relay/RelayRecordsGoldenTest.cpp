@@ -16,7 +16,7 @@ constexpr const char* kNonceText = "AQIDBAUGBwgJCgsM";
 constexpr const char* kBoxText = "AQIDBAUGBwgJCgsM+/+/AAAAAAAAAAAAAAAAAAAAAA==";
 
 const EncryptedRelayPayload kPayload{.version = 1, .nonce = kNonceText, .ciphertext = kBoxText};
-const platform::Date kMoment = *quillardISO8601("2026-03-01T12:34:56Z");
+const Date kMoment = *quillardISO8601("2026-03-01T12:34:56Z");
 const Uuid kApprovalID = *Uuid::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
 const Uuid kSuppressionID = *Uuid::parse("0F0E0D0C-0B0A-4908-8706-050403020100");
 

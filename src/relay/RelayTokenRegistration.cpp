@@ -11,7 +11,7 @@ namespace {
 
 using Case = RelayRegistrationError::Case;
 
-constexpr platform::Seconds kTimeout{8};
+constexpr Seconds kTimeout{8};
 constexpr std::string_view kRegistrationBody = R"({"client":"mac","version":1})";
 constexpr int kGone = 410;
 
@@ -25,7 +25,7 @@ std::optional<std::string> registrationURL(const RelayLaunchConfiguration& confi
   return url->text();
 }
 
-platform::HttpRequest registrationRequest(std::string url, const platform::Secret& relaySecret) {
+platform::HttpRequest registrationRequest(std::string url, const Secret& relaySecret) {
   return {
       .method = "PUT",
       .url = std::move(url),
@@ -66,7 +66,7 @@ std::string description(const RelayRegistrationFailure& failure) {
   return printableText(std::get<platform::TransportError>(failure).description);
 }
 
-void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const platform::Secret& relaySecret,
+void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const Secret& relaySecret,
                             platform::HttpSession& session, platform::SerialExecutor& executor,
                             std::function<void(RelayRegistrationOutcome)> completion) {
   auto url = registrationURL(configuration);

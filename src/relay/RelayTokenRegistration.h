@@ -5,10 +5,10 @@
 #include <string>
 #include <variant>
 
-#include "platform/Executors.h"
-#include "platform/Http.h"
-#include "platform/Secret.h"
+#include "platform/network/Http.h"
+#include "platform/process/Executors.h"
 #include "relay/RelayLaunchConfiguration.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -31,7 +31,7 @@ using RelayRegistrationOutcome = std::optional<RelayRegistrationFailure>;
 // Makes `relaySecret` known to the relay as this installation's bearer token: one request, no repetition, 8 s at most.
 // Calls `completion` exactly once, as a later turn of `executor`, for which `session` was made; never when the session
 // is destroyed before. A token never goes in clear to another computer: such an address is an `invalidRelayURL`.
-void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const platform::Secret& relaySecret,
+void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const Secret& relaySecret,
                             platform::HttpSession& session, platform::SerialExecutor& executor,
                             std::function<void(RelayRegistrationOutcome)> completion);
 

@@ -23,8 +23,7 @@ struct Registration {
   std::vector<RelayRegistrationOutcome> outcomes;
 
   void start(const std::string& relayURL, const std::string& pairingID = "quillard-0123") {
-    registerRelayAuthToken({relayURL, pairingID}, platform::Secret{std::string_view{"token"}}, *session,
-                           time.mainThread(),
+    registerRelayAuthToken({relayURL, pairingID}, Secret{std::string_view{"token"}}, *session, time.mainThread(),
                            [this](RelayRegistrationOutcome outcome) { outcomes.push_back(std::move(outcome)); });
   }
   // "" for success.
@@ -50,7 +49,7 @@ TEST(RelayTokenRegistration, PutsTheTokenAtThePairingsAddress) {
   EXPECT_EQ(request.method, "PUT");
   EXPECT_EQ(request.url, "https://relay.example:8443/api/pairings/quillard-0123/relay-token");
   EXPECT_EQ(request.body, R"({"client":"mac","version":1})");
-  EXPECT_EQ(request.timeout, platform::Seconds{8});
+  EXPECT_EQ(request.timeout, Seconds{8});
   ASSERT_EQ(request.headers.size(), 2U);
   EXPECT_EQ(request.headers[0].name, "content-type");
   EXPECT_EQ(request.headers[0].value, "application/json");

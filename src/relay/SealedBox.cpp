@@ -17,7 +17,7 @@ using Context = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
 
 constexpr std::size_t kLongestText = std::numeric_limits<int>::max() - 1024;
 
-bool isUsable(const platform::Secret& key, std::size_t length) {
+bool isUsable(const Secret& key, std::size_t length) {
   return key.view().size() == kSealingKeyLength && length <= kLongestText;
 }
 
@@ -43,7 +43,7 @@ bool decrypt(EVP_CIPHER_CTX* context, std::span<const std::uint8_t> ciphertext, 
 
 }  // namespace
 
-std::optional<BoxBytes> sealedBox(const platform::Secret& key, const Nonce& nonce, std::string_view plaintext) {
+std::optional<BoxBytes> sealedBox(const Secret& key, const Nonce& nonce, std::string_view plaintext) {
   if (!isUsable(key, plaintext.size())) return std::nullopt;
   const Context context{EVP_CIPHER_CTX_new()};
   BoxBytes box(kShortestBox + plaintext.size());
@@ -57,7 +57,7 @@ std::optional<BoxBytes> sealedBox(const platform::Secret& key, const Nonce& nonc
   return box;
 }
 
-std::optional<std::string> openedBox(const platform::Secret& key, std::span<const std::uint8_t> box) {
+std::optional<std::string> openedBox(const Secret& key, std::span<const std::uint8_t> box) {
   const auto nonce = nonceOf(box);
   if (!nonce || !isUsable(key, box.size())) return std::nullopt;
   const Context context{EVP_CIPHER_CTX_new()};

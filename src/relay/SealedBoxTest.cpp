@@ -87,7 +87,7 @@ TEST(SealedBox, SealsEveryPublishedVector) {
   if (vectors.empty()) GTEST_SKIP() << kNoVectors;
   EXPECT_GE(vectors.size(), 60U);
   for (const auto& vector : vectors) {
-    const platform::Secret key{vector.bytes("Key")};
+    const Secret key{vector.bytes("Key")};
     EXPECT_EQ(sealedBox(key, nonceOfVector(vector), plaintextOf(vector)), boxOfVector(vector)) << vector.name();
   }
 }
@@ -97,7 +97,7 @@ TEST(SealedBox, OpensEveryPublishedVectorAndRefusesTheForgedOnes) {
   if (vectors.empty()) GTEST_SKIP() << kNoVectors;
   std::size_t forged = 0;
   for (const auto& vector : vectors) {
-    const auto opened = openedBox(platform::Secret{vector.bytes("Key")}, boxOfVector(vector));
+    const auto opened = openedBox(Secret{vector.bytes("Key")}, boxOfVector(vector));
     if (vector.mustFail) {
       ++forged;
       EXPECT_FALSE(opened.has_value()) << vector.name();
@@ -109,7 +109,7 @@ TEST(SealedBox, OpensEveryPublishedVectorAndRefusesTheForgedOnes) {
   EXPECT_GE(vectors.size() - forged, 10U);
 }
 
-const platform::Secret kKey{std::string_view{"0123456789abcdef0123456789abcdef"}};
+const Secret kKey{std::string_view{"0123456789abcdef0123456789abcdef"}};
 constexpr Nonce kNonce{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
 TEST(SealedBox, IsNonceThenCiphertextThenTag) {
@@ -140,7 +140,7 @@ TEST(SealedBox, IsTooShortBelow28Bytes) {
 
 TEST(SealedBox, TakesKeysOf32BytesOnly) {
   for (const std::size_t length : {0U, 16U, 31U, 33U, 64U}) {
-    const platform::Secret key{std::string(length, 'k')};
+    const Secret key{std::string(length, 'k')};
     EXPECT_FALSE(sealedBox(key, kNonce, "x").has_value()) << length;
     EXPECT_FALSE(openedBox(key, *sealedBox(kKey, kNonce, "x")).has_value()) << length;
   }

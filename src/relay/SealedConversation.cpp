@@ -12,7 +12,7 @@ SealingFailure failure(RelayCryptoError error) { return {std::string(description
 
 }  // namespace
 
-SealedConversation::SealedConversation(platform::Secret cryptoSecret, platform::Random& random)
+SealedConversation::SealedConversation(Secret cryptoSecret, platform::Random& random)
     : cryptoSecret(std::move(cryptoSecret)), random(random) {}
 
 std::variant<EncryptedRelayPayload, SealingFailure> SealedConversation::seal(const Json& value) {

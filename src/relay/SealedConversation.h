@@ -4,10 +4,10 @@
 #include <variant>
 
 #include "foundation/StrictJson.h"
-#include "platform/Random.h"
-#include "platform/Secret.h"
+#include "platform/process/Random.h"
 #include "relay/RelayMessages.h"
 #include "relay/SealedBoxMemory.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -21,14 +21,14 @@ struct SealingFailure {
 class SealedConversation {
  public:
   // `random` outlives the conversation.
-  SealedConversation(platform::Secret cryptoSecret, platform::Random& random);
+  SealedConversation(Secret cryptoSecret, platform::Random& random);
 
   [[nodiscard]] std::variant<EncryptedRelayPayload, SealingFailure> seal(const Json& value);
   // The plaintext.
   [[nodiscard]] std::variant<std::string, SealingFailure> open(const EncryptedRelayPayload& payload);
 
  private:
-  platform::Secret cryptoSecret;
+  Secret cryptoSecret;
   platform::Random& random;
   SealedBoxMemory memory;
 };

@@ -10,7 +10,7 @@ namespace {
 using platform::simulated::Seed;
 using platform::simulated::SimulatedRandom;
 
-const platform::Secret kSecret{std::string_view{"shared"}};
+const Secret kSecret{std::string_view{"shared"}};
 
 struct Conversation {
   SimulatedRandom random{Seed{1}};

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "approvals/NotificationPauseStore.h"
-#include "platform/Images.h"
 #include "relay/RelayStatus.h"
 #include "system/LoginItemManager.h"
 #include "system/UpdateManager.h"
+#include "values/Images.h"
 
 namespace quillard {
 
@@ -25,7 +25,7 @@ struct MacStatusSnapshot {
   std::vector<RelayPhoneStatus> connectedPhones;
   NotificationPauseSnapshot notificationPause;
   std::int64_t pendingApprovalCount = 0;
-  std::optional<platform::Bitmap> pairingImage;  // Absent: no code may be shown, or there is none.
+  std::optional<Bitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;
 

@@ -2,14 +2,9 @@
 
 namespace quillard::MenuBarIcon {
 
-using platform::ArcStep;
-using platform::OvalStep;
-using platform::PolylineStep;
-using platform::RoundedRectStep;
-
-platform::TemplateImage image(std::int64_t count) {
+TemplateImage image(std::int64_t count) {
   const bool isPending = count > 0;
-  platform::TemplateImage image{.size = {isPending ? 30.0 : 22.0, 18.0}, .steps = {}};
+  TemplateImage image{.size = {isPending ? 30.0 : 22.0, 18.0}, .steps = {}};
   auto& steps = image.steps;
   // The screen and its stand.
   steps.emplace_back(RoundedRectStep{.rect = {1.5, 4.5, 12.5, 9.5}, .radius = 2.2, .lineWidth = 2.1});

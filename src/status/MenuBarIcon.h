@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 namespace quillard::MenuBarIcon {
 
@@ -10,6 +10,6 @@ inline constexpr double idleLength = 24;     // Points, of the status item.
 inline constexpr double pendingLength = 30;  // While approvals are pending.
 
 // The icon; with a dot when `count` approvals, at least one, are pending.
-[[nodiscard]] platform::TemplateImage image(std::int64_t count);
+[[nodiscard]] TemplateImage image(std::int64_t count);
 
 }  // namespace quillard::MenuBarIcon

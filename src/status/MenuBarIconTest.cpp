@@ -8,12 +8,6 @@
 namespace quillard {
 namespace {
 
-using platform::ArcStep;
-using platform::OvalStep;
-using platform::PolylineStep;
-using platform::RoundedRectStep;
-using platform::Size;
-
 TEST(MenuBarIcon, IsWiderAndHasADotWhileApprovalsArePending) {
   const auto idle = MenuBarIcon::image(0);
   const auto pending = MenuBarIcon::image(1);
@@ -57,11 +51,11 @@ TEST(MenuBarIcon, FitsItsImage) {
 }
 
 TEST(AppBrand, HasItsColours) {
-  EXPECT_EQ(AppBrand::ink, (platform::Color{0.09, 0.12, 0.14, 1}));
-  EXPECT_EQ(AppBrand::green, (platform::Color{0.16, 0.78, 0.34, 1}));
-  EXPECT_EQ(AppBrand::amber, (platform::Color{0.95, 0.58, 0.16, 1}));
-  EXPECT_EQ(AppBrand::successPill, (platform::Color{0.04, 0.36, 0.18, 1}));
-  EXPECT_EQ(AppBrand::warningPill, (platform::Color{0.58, 0.30, 0.06, 1}));
+  EXPECT_EQ(AppBrand::ink, (Color{0.09, 0.12, 0.14, 1}));
+  EXPECT_EQ(AppBrand::green, (Color{0.16, 0.78, 0.34, 1}));
+  EXPECT_EQ(AppBrand::amber, (Color{0.95, 0.58, 0.16, 1}));
+  EXPECT_EQ(AppBrand::successPill, (Color{0.04, 0.36, 0.18, 1}));
+  EXPECT_EQ(AppBrand::warningPill, (Color{0.58, 0.30, 0.06, 1}));
 }
 
 }  // namespace

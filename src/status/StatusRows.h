@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
 
 // The five setting rows of the status window. Dots and symbols are green where all is well, amber where something is

@@ -2,16 +2,16 @@
 
 #include <string>
 
-#include "platform/Images.h"
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
+#include "values/Images.h"
 
 // What a snapshot means, in words and colours. Functions of their arguments; any thread.
 namespace quillard::StatusTexts {
 
 struct OverallStatus {
   std::string text;
-  platform::Color color;  // Of the pill behind the text.
+  Color color;  // Of the pill behind the text.
   bool operator==(const OverallStatus&) const = default;
 };
 [[nodiscard]] OverallStatus overallStatus(const MacStatusSnapshot& snapshot);

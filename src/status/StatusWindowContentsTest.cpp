@@ -57,7 +57,7 @@ TEST(StatusWindowContent, StandsInForACodeThatCannotBeShown) {
 }
 
 TEST(StatusWindowContent, ShowsTheCodeAndItsCaption) {
-  const platform::Bitmap code{.width = 1, .height = 1, .pixels = {255}};
+  const Bitmap code{.width = 1, .height = 1, .pixels = {255}};
   const auto content =
       statusWindowContent({.accessibilityTrusted = true, .pairingImage = code, .pairingCaption = "Scan me."});
   EXPECT_EQ(content.pairingImage, code);

@@ -13,7 +13,7 @@ using platform::StatusWindowButton;
 
 namespace {
 
-constexpr platform::Seconds kRefreshInterval{2.0};
+constexpr Seconds kRefreshInterval{2.0};
 
 template <class Callback, class... Arguments>
 void callIfSet(const Callback& callback, Arguments... arguments) {
@@ -111,8 +111,8 @@ void StatusWindowController::Implementation::refresh() {
 
 // One update, however often the system tells of a change before its turn comes.
 void StatusWindowController::Implementation::appearanceDidChange() {
-  appearanceRefreshTask = dependencies.executors.mainThread().postAfter(platform::Seconds::zero(),
-                                                                        weakly(&Implementation::updateAppearance));
+  appearanceRefreshTask =
+      dependencies.executors.mainThread().postAfter(Seconds::zero(), weakly(&Implementation::updateAppearance));
 }
 
 void StatusWindowController::Implementation::updateAppearance() {

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "approvals/NotificationPauseStore.h"
-#include "platform/Application.h"
-#include "platform/Executors.h"
-#include "platform/StatusWindowView.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Application.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
 #include "system/InstallLocation.h"
 #include "system/LoginItemManager.h"

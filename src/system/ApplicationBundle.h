@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Bundle.h"
+#include "platform/process/Bundle.h"
 
 namespace quillard {
 

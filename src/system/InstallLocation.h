@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Bundle.h"
+#include "platform/process/Bundle.h"
 
 namespace quillard {
 

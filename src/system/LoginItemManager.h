@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "platform/Bundle.h"
-#include "platform/Console.h"
-#include "platform/LoginService.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Bundle.h"
+#include "platform/process/Console.h"
+#include "platform/shell/LoginService.h"
 
 namespace quillard {
 

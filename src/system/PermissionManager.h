@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 
 namespace quillard {
 

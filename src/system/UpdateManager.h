@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Bundle.h"
-#include "platform/UpdateService.h"
+#include "platform/process/Bundle.h"
+#include "platform/shell/UpdateService.h"
 
 namespace quillard {
 

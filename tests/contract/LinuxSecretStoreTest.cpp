@@ -10,7 +10,6 @@
 namespace quillard::test {
 namespace {
 
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatusCode;
 using xdg::SecretServiceStore;
@@ -148,9 +147,7 @@ TEST_F(SecretService, ThatDoesNotAnswerCostsNoMoreThanTheTimeOut) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
 }
 
-TEST(SecretServiceStore, WaitsFiveSecondsUnlessAskedOtherwise) {
-  EXPECT_EQ(SecretServiceStore::kTimeout, platform::Seconds{5});
-}
+TEST(SecretServiceStore, WaitsFiveSecondsUnlessAskedOtherwise) { EXPECT_EQ(SecretServiceStore::kTimeout, Seconds{5}); }
 
 }  // namespace
 

@@ -12,8 +12,8 @@ using qt::TransportOptions;
 
 class QtTransports final : public TransportBinding {
  public:
-  explicit QtTransports(const TransportOptions& options)
-      : options{options.pingInterval, options.silenceLimit, options.trustedAuthorities} {}
+  explicit QtTransports(const TransportSettings& settings)
+      : options{settings.pingInterval, settings.silenceLimit, settings.trustedAuthorities} {}
 
   platform::SerialExecutor& executor() override { return *queue; }
   platform::WebSockets& webSockets() override { return sockets; }
@@ -29,13 +29,13 @@ class QtTransports final : public TransportBinding {
       executors.makeSerialQueue("transports", platform::QualityOfService::standard);
 };
 
-std::unique_ptr<TransportBinding> makeQt(const TransportOptions& options) {
-  return std::make_unique<QtTransports>(options);
+std::unique_ptr<TransportBinding> makeQt(const TransportSettings& settings) {
+  return std::make_unique<QtTransports>(settings);
 }
 
 TEST(QtTransports, ShipWithPingsEveryTwentySecondsAndFortyOfSilence) {
-  EXPECT_EQ(TransportOptions{}.pingInterval, platform::Seconds{20});
-  EXPECT_EQ(TransportOptions{}.silenceLimit, platform::Seconds{40});
+  EXPECT_EQ(TransportOptions{}.pingInterval, Seconds{20});
+  EXPECT_EQ(TransportOptions{}.silenceLimit, Seconds{40});
   EXPECT_EQ(TransportOptions{}.additionalAuthorities, "");
 }
 

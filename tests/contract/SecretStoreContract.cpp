@@ -3,7 +3,6 @@
 namespace quillard::test {
 namespace {
 
-using platform::Secret;
 using platform::SecretStatusCode;
 
 constexpr std::string_view kService = "com.quillard.agent";

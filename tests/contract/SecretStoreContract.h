@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/SecretStore.h"
+#include "platform/storage/SecretStore.h"
 
 namespace quillard::test {
 

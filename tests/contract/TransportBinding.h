@@ -4,17 +4,17 @@
 #include <memory>
 #include <string>
 
-#include "platform/Executors.h"
-#include "platform/Http.h"
-#include "platform/WebSocket.h"
+#include "platform/network/Http.h"
+#include "platform/network/WebSocket.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::test {
 
 // What a test may change about a binding's transports. The rest is as it ships.
-struct TransportOptions {
+struct TransportSettings {
   std::string trustedAuthorities;  // PEM. Trusted besides the system's.
-  platform::Seconds pingInterval{20};
-  platform::Seconds silenceLimit{40};
+  Seconds pingInterval{20};
+  Seconds silenceLimit{40};
 };
 
 // The transports of one binding, and an executor to own what they make.
@@ -29,6 +29,6 @@ class TransportBinding {
   virtual platform::HttpSessions& httpSessions() = 0;
 };
 
-using MakeTransports = std::unique_ptr<TransportBinding> (*)(const TransportOptions&);
+using MakeTransports = std::unique_ptr<TransportBinding> (*)(const TransportSettings&);
 
 }  // namespace quillard::test

@@ -11,12 +11,12 @@ namespace quillard::test {
 // What the agent relies on, whatever the binding; each instantiates both suites with the way to make its transports.
 class WebSocketContract : public testing::TestWithParam<MakeTransports> {
  protected:
-  std::unique_ptr<TransportBinding> make(const TransportOptions& options = {}) { return GetParam()(options); }
+  std::unique_ptr<TransportBinding> make(const TransportSettings& settings = {}) { return GetParam()(settings); }
 };
 
 class HttpContract : public testing::TestWithParam<MakeTransports> {
  protected:
-  std::unique_ptr<TransportBinding> make(const TransportOptions& options = {}) { return GetParam()(options); }
+  std::unique_ptr<TransportBinding> make(const TransportSettings& settings = {}) { return GetParam()(settings); }
 };
 
 // Certificates that a client must refuse, with `authority` being the one that it trusts.

@@ -13,7 +13,6 @@ namespace {
 
 using platform::AXError;
 using platform::AXUIElement;
-using platform::Point;
 namespace ax = platform::ax;
 
 enum class Kit { gtk3, qt, gtk4 };
@@ -229,7 +228,7 @@ TEST_P(PromptOfToolkit, CostsOneTimeoutWhenItsProgramHangs) {
   ASSERT_TRUE(window);
   program.stop();
   const auto application = world.accessibility.createApplication(program.pid());
-  world.accessibility.setMessagingTimeout(application, platform::Seconds{0.2});
+  world.accessibility.setMessagingTimeout(application, Seconds{0.2});
   const auto scope = world.accessibility.beginReadScope();
   const auto begin = std::chrono::steady_clock::now();
   scope->prepareApplications({&application, 1}, 80);

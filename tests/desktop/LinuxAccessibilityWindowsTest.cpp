@@ -119,7 +119,7 @@ TEST(LinuxAccessibilityWindows, Gtk4IsNeverAskedForWhatItWarnsAbout) {
   ASSERT_TRUE(window);
   const auto before = gtk.errors();
   (void)world.outline(world.accessibility, *window, true);
-  const auto frame = AXHelpers::frame(world.accessibility, *window).value_or(platform::Rect{});
+  const auto frame = AXHelpers::frame(world.accessibility, *window).value_or(Rect{});
   (void)world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), {frame.x + 9, frame.y + 60});
   EXPECT_EQ(gtk.errors(), before);
 }

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "desktop/PrivateDesktop.h"
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/x11/XcbWindows.h"
 #include "platform/qt/QtExecutors.h"
@@ -24,7 +24,7 @@ struct LinuxAccessibilityWorld {
         windows(options.hasDisplay ? std::optional{desktop.display()} : std::nullopt),
         accessibility({.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid()}, windows,
                       executors) {
-    accessibility.setMessagingTimeout(accessibility.createSystemWide(), platform::Seconds{2});  // A busy machine's.
+    accessibility.setMessagingTimeout(accessibility.createSystemWide(), Seconds{2});  // A busy machine's.
   }
 
   // All elements of a tree, the root first, in the order of the agent's walk.

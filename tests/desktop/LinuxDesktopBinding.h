@@ -13,7 +13,7 @@
 #include "desktop/LoopWaiting.h"
 #include "desktop/PrivateDesktop.h"
 #include "desktop/X11Binding.h"
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/x11/XTestEvents.h"
@@ -95,7 +95,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
       add("--secret-text", "hunter2");
     }
     if (options.at)
-      add("--at", std::to_string(static_cast<int>(options.at->x)) + "," + std::to_string(static_cast<int>(options.at->y)));
+      add("--at",
+          std::to_string(static_cast<int>(options.at->x)) + "," + std::to_string(static_cast<int>(options.at->y)));
     if (options.successor) {
       add("--successor", *options.successor);
       for (const auto& line : options.lines) add("--successor-text", line);

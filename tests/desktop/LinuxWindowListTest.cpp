@@ -14,7 +14,6 @@
 namespace quillard::x11 {
 namespace {
 
-using platform::Rect;
 using platform::WindowListEntry;
 using platform::WindowListOptions;
 using test::PrivateDesktop;

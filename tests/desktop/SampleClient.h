@@ -6,14 +6,14 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/Geometry.h"
+#include "values/Geometry.h"
 
 namespace quillard::test {
 
 // A window as the sample client opens it.
 struct SampleWindow {
   std::string name = "Sample";
-  platform::Rect bounds{100, 100, 300, 200};
+  Rect bounds{100, 100, 300, 200};
   std::int32_t process = 0;  // Whose it claims to be; 0: it does not say.
   std::string type;          // Such as "_NET_WM_WINDOW_TYPE_DIALOG"; empty: it does not say.
   bool isUnmanaged = false;  // Override-redirect, as menus are.

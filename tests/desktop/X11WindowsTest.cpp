@@ -66,7 +66,7 @@ TEST(X11Windows, ReadsTheDialogOfARealProgram) {
   const auto& window = snapshot.windows.front();
   EXPECT_EQ(snapshot.active, window.id);
   EXPECT_EQ(snapshot.currentDesktop, 0U);
-  EXPECT_EQ(snapshot.screen, (platform::Size{1280, 1024}));
+  EXPECT_EQ(snapshot.screen, (Size{1280, 1024}));
   EXPECT_EQ(window.processIdentifier, zenity.pid());
   EXPECT_EQ(window.name, "Grüße");
   EXPECT_EQ(window.className, "Zenity");
@@ -82,7 +82,7 @@ TEST(X11Windows, KnowsWhereTheClientIsInsideItsFrame) {
   XcbWindows windows{desktop.display()};
   const auto id = client.open({.bounds = {200, 150, 320, 240}, .hasFrame = false});
   ASSERT_TRUE(becomes(windows, id, [](const Window& window) {
-    return window.clientBounds == platform::Rect{200, 150, 320, 240};
+    return window.clientBounds == Rect{200, 150, 320, 240};
   }));
   EXPECT_EQ(find(windows, id)->frame, Extents{});
 }

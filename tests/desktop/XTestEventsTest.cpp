@@ -18,7 +18,6 @@ namespace {
 
 using platform::KeyCode;
 using platform::MouseEventType;
-using platform::Point;
 using test::DesktopProgram;
 using test::PrivateDesktop;
 using test::SampleClient;
@@ -34,11 +33,11 @@ class XTestEventsTest : public testing::Test {
         {.bounds = {300, 300, 200, 150}, .process = program.pid(), .isUnmanaged = isUnmanaged, .hasFrame = false});
     if (!isUnmanaged) {
       EXPECT_TRUE(waitFor([&] { return windows.snapshot().active == id; }));
-      EXPECT_TRUE(waitFor([&] { return clientBounds(id) == platform::Rect({300, 300, 200, 150}); }));
+      EXPECT_TRUE(waitFor([&] { return clientBounds(id) == Rect({300, 300, 200, 150}); }));
     }
     return id;
   }
-  platform::Rect clientBounds(WindowID id) {
+  Rect clientBounds(WindowID id) {
     for (const auto& each : windows.snapshot().windows) {
       if (each.id == id) return each.clientBounds;
     }

@@ -8,9 +8,9 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "foundation/Numbers.h"
-#include "platform/Secret.h"
 #include "platform/linux/storage/FileSecrets.h"
 #include "relay/InstallationSecrets.h"
+#include "values/Secret.h"
 
 namespace quillard::test {
 
@@ -35,8 +35,8 @@ class InstalledAgent {
   }
 
   // What a phone learns from the pairing code. Empty as long as the agent has not stored its secrets.
-  [[nodiscard]] platform::Secret endToEndSecret() const {
-    platform::Secret secret;
+  [[nodiscard]] Secret endToEndSecret() const {
+    Secret secret;
     const bool isStored = waitFor([&] {
       const auto reading = xdg::FileSecrets(desktop.folder("data") + "/quillard")
                                .copyMatching("com.quillard.agent", "installation-secrets-v1");

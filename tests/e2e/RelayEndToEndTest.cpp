@@ -20,8 +20,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
-using platform::Secret;
 using platform::TaskHandle;
 using platform::Turn;
 using test::ChildProcess;

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "contract/support/TransportClients.h"
+#include "e2e/RelayProgram.h"
+#include "e2e/RelayWire.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/QtHttpSessions.h"
 #include "platform/qt/QtNetworkThread.h"
@@ -14,15 +16,12 @@
 #include "relay/RelayClient.h"
 #include "relay/RelayCrypto.h"
 #include "relay/RelayTokenRegistration.h"
-#include "e2e/RelayProgram.h"
-#include "e2e/RelayWire.h"
 #include "support/SampleApprovals.h"
 
 // The agent's side of the relay against the real relay: both halves of one protocol, made apart.
 namespace quillard {
 namespace {
 
-using platform::Secret;
 using test::Awaited;
 using test::RelayProgram;
 using test::RelayWire;

@@ -10,7 +10,7 @@ namespace quillard::test {
 
 TestRelay::TestRelay() : server([this](ServerConnection& connection) { serve(connection); }) {}
 
-void TestRelay::pairPhone(const platform::Secret& secret) {
+void TestRelay::pairPhone(const Secret& secret) {
   const std::lock_guard lock(mutex);
   phonesSecret = secret;
   changed.notify_all();

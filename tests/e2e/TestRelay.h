@@ -13,10 +13,10 @@
 #include "approvals/PendingApproval.h"
 #include "contract/support/ScriptedServer.h"
 #include "foundation/Uuid.h"
-#include "platform/Secret.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayMessages.h"
+#include "values/Secret.h"
 
 namespace quillard::test {
 
@@ -31,7 +31,7 @@ class TestRelay {
   // What the agent is to be configured with.
   [[nodiscard]] std::string url() const { return server.url("ws"); }
   // What the phone learns from the pairing code. Until then it cannot read anything.
-  void pairPhone(const platform::Secret& secret);
+  void pairPhone(const Secret& secret);
 
   // The status codes of further registrations; 200 at first.
   void answerRegistrations(int status);
@@ -70,7 +70,7 @@ class TestRelay {
 
   std::mutex mutex;
   std::condition_variable changed;
-  platform::Secret phonesSecret;
+  Secret phonesSecret;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{42}};
   int registrationStatus = 200;
   int decisions = 0;

@@ -12,7 +12,7 @@ using fuzz::require;
 namespace {
 
 // Nobody who does not know the secret makes a box that opens.
-void checkPayload(std::string_view text, const platform::Secret& secret) {
+void checkPayload(std::string_view text, const Secret& secret) {
   const auto payload = readRelayRecord<EncryptedRelayPayload>(text);
   if (std::holds_alternative<JsonError>(payload)) return;
   const auto opened = RelayCrypto::open(std::get<EncryptedRelayPayload>(payload), secret);
@@ -23,7 +23,7 @@ void checkBase64(std::string_view text) {
   const auto bytes = base64Bytes(text);
   if (!bytes) return;
   require(base64Text(*bytes) == text, "Bytes have one text.");
-  (void)openedBox(platform::Secret{std::string(32, 'k')}, *bytes);
+  (void)openedBox(Secret{std::string(32, 'k')}, *bytes);
 }
 
 // The plaintext of a box comes from whoever holds the secret: it is read as strictly as the rest.
@@ -42,7 +42,7 @@ void checkCommand(std::string_view text) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto text = fuzz::textOf(data, size);
-  const platform::Secret secret{std::string_view{"unknown to the fuzzer"}};
+  const Secret secret{std::string_view{"unknown to the fuzzer"}};
   checkPayload(text, secret);
   checkBase64(text);
   checkCommand<ApprovalRequestCommand>(text);

@@ -24,13 +24,13 @@ std::string hexOf(const std::string& text) {
   return hexText({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
-std::string sealed(const std::string& text, const platform::Secret& secret, platform::Random& random) {
+std::string sealed(const std::string& text, const Secret& secret, platform::Random& random) {
   const auto payload = RelayCrypto::sealText(text, secret, random);
   if (std::holds_alternative<RelayCryptoError>(payload)) return "failed";
   return jsonText(toJson(std::get<EncryptedRelayPayload>(payload))).value();
 }
 
-std::string opened(const std::string& json, const platform::Secret& secret) {
+std::string opened(const std::string& json, const Secret& secret) {
   const auto payload = readRelayRecord<EncryptedRelayPayload>(json);
   if (std::holds_alternative<JsonError>(payload)) return "refused";
   const auto text = RelayCrypto::open(std::get<EncryptedRelayPayload>(payload), secret);
@@ -40,7 +40,7 @@ std::string opened(const std::string& json, const platform::Secret& secret) {
 void serve(std::uint64_t seed) {
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{seed}};
   for (std::string verb, secretHex, rest; std::cin >> verb >> secretHex && std::getline(std::cin, rest);) {
-    const platform::Secret secret{textOf(secretHex)};
+    const Secret secret{textOf(secretHex)};
     const std::string argument = rest.empty() ? rest : rest.substr(1);
     std::cout << (verb == "seal" ? sealed(textOf(argument), secret, random) : opened(argument, secret)) << std::endl;
   }

@@ -15,13 +15,12 @@
 namespace quillard::test {
 namespace {
 
+using fakes::Held;
 using platform::AXError;
 using platform::AXForeignValue;
 using platform::AXUIElement;
 using platform::AXValue;
-using platform::Seconds;
 using platform::simulated::NodeHandle;
-using fakes::Held;
 namespace ax = platform::ax;
 
 class MacAccessibility : public MacTest {
@@ -56,11 +55,11 @@ TEST_F(MacAccessibility, GivesEachValueInItsKind) {
   EXPECT_EQ(readAs(fakes::stringObject("")).value(), AXValue(std::string()));
   EXPECT_EQ(readAs(fakes::arrayObject({})).value(), AXValue(std::vector<AXUIElement>{}));
   const CGPoint point{1, -2};
-  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGPoint, &point))).value(), AXValue(platform::Point{1, -2}));
+  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGPoint, &point))).value(), AXValue(Point{1, -2}));
   const CGSize size{3, 4};
-  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGSize, &size))).value(), AXValue(platform::Size{3, 4}));
+  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGSize, &size))).value(), AXValue(Size{3, 4}));
   const CGRect rect{{1, 2}, {3, 4}};
-  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGRect, &rect))).value(), AXValue(platform::Rect{1, 2, 3, 4}));
+  EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGRect, &rect))).value(), AXValue(Rect{1, 2, 3, 4}));
 }
 
 TEST_F(MacAccessibility, WhatNobodyReadsIsForeign) {
@@ -169,9 +168,9 @@ TEST_F(MacAccessibility, WhatCanBeSaidToTheSystemIsReadBackEqual) {
                                     std::numeric_limits<std::int64_t>::max(),
                                     1.5,
                                     std::string("Ünïcode 😀"),
-                                    platform::Point{1, 2},
-                                    platform::Size{3, 4},
-                                    platform::Rect{5, 6, 7, 8},
+                                    Point{1, 2},
+                                    Size{3, 4},
+                                    Rect{5, 6, 7, 8},
                                     one,
                                     std::vector<AXUIElement>{one, other}};
   for (const AXValue& value : values) {
@@ -336,19 +335,19 @@ TEST_F(MacAccessibility, NobodyIsAskedForTheFocusWhileThisProcessHasIt) {
 TEST_F(MacAccessibility, AHitTestLeavesOutTheWindowsOfThisProcess) {
   openWindow();
   const auto frame = *mac->desktop.frame(*mac->desktop.findButton(prompt, "Allow"));
-  const platform::Point center{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  const Point center{frame.x + frame.width / 2, frame.y + frame.height / 2};
   const AXUIElement everything = mac->accessibility.createSystemWide();
   const auto hits = [&] { return mac->accessibility.copyElementAtPosition(everything, center).hasValue(); };
-  const auto window = [&](pid_t process, std::int64_t layer, double alpha, const platform::Rect& bounds) {
+  const auto window = [&](pid_t process, std::int64_t layer, double alpha, const Rect& bounds) {
     return fakes::dictionaryObject(
         {{Held::share(kCGWindowOwnerPID), fakes::integerObject(process)},
          {Held::share(kCGWindowLayer), fakes::integerObject(layer)},
          {Held::share(kCGWindowAlpha), fakes::realObject(alpha)},
          {Held::share(kCGWindowBounds),
           fakes::dictionaryObject({{Held::share(CFSTR("X")), fakes::realObject(bounds.x)},
-                                      {Held::share(CFSTR("Y")), fakes::realObject(bounds.y)},
-                                      {Held::share(CFSTR("Width")), fakes::realObject(bounds.width)},
-                                      {Held::share(CFSTR("Height")), fakes::realObject(bounds.height)}})}});
+                                   {Held::share(CFSTR("Y")), fakes::realObject(bounds.y)},
+                                   {Held::share(CFSTR("Width")), fakes::realObject(bounds.width)},
+                                   {Held::share(CFSTR("Height")), fakes::realObject(bounds.height)}})}});
   };
   constexpr pid_t kOther = 1;
   EXPECT_TRUE(hits());

@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 #include "macos/MacWorld.h"
 
 namespace quillard::test {
@@ -10,7 +10,6 @@ namespace {
 using platform::AXError;
 using platform::AXUIElement;
 using platform::AXValue;
-using platform::Seconds;
 using platform::simulated::ApplicationHandle;
 using platform::simulated::NodeHandle;
 namespace ax = platform::ax;

@@ -9,11 +9,10 @@
 namespace quillard::test {
 namespace {
 
+using fakes::Entitlements;
 using macos::MacSecretStore;
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretStatusCode;
-using fakes::Entitlements;
 
 constexpr auto kFirst = SecretPlace::dataProtectionKeychain;
 constexpr auto kSecond = SecretPlace::fileKeychain;

@@ -19,11 +19,10 @@
 namespace quillard::test {
 namespace {
 
-using platform::Date;
+using fakes::Held;
 using platform::UserDefaultsValue;
 using platform::WindowListEntry;
 using platform::WindowListOptions;
-using fakes::Held;
 
 // ---- The window list
 
@@ -39,7 +38,7 @@ TEST_F(MacWindowListTest, GivesWhatTheServerSaysOfEachWindow) {
                               .windowName = "Käfer",
                               .layer = -3,
                               .alpha = 0.5,
-                              .bounds = platform::Rect{1, 2, 300.5, 400}};
+                              .bounds = Rect{1, 2, 300.5, 400}};
   mac->desktop.addWindowEntry(given);
   mac->desktop.addWindowEntry({});
   EXPECT_EQ(list.copyWindowInfo(WindowListOptions::onScreenOnly), (std::vector<WindowListEntry>{{}, given}));
@@ -61,17 +60,17 @@ TEST_F(MacWindowListTest, WhatIsOfAnotherTypeIsAbsent) {
   mac->system.furtherWindows = {
       fakes::stringObject("no dictionary"),
       fakes::dictionaryObject({{key(kCGWindowOwnerPID), fakes::realObject(41)},
-                                  {key(kCGWindowOwnerName), fakes::integerObject(1)},
-                                  {key(kCGWindowName), Held::take(new __CFString(u"half \xD83D"))},
-                                  {key(kCGWindowLayer), fakes::stringObject("0")},
-                                  {key(kCGWindowAlpha), fakes::booleanObject(true)},
-                                  {key(kCGWindowBounds), fakes::arrayObject({})}}),
+                               {key(kCGWindowOwnerName), fakes::integerObject(1)},
+                               {key(kCGWindowName), Held::take(new __CFString(u"half \xD83D"))},
+                               {key(kCGWindowLayer), fakes::stringObject("0")},
+                               {key(kCGWindowAlpha), fakes::booleanObject(true)},
+                               {key(kCGWindowBounds), fakes::arrayObject({})}}),
       fakes::dictionaryObject(
           {{key(kCGWindowOwnerPID), fakes::integerObject(std::numeric_limits<std::int64_t>::max())},
            {key(kCGWindowBounds), fakes::dictionaryObject({{key(CFSTR("X")), fakes::realObject(1)},
-                                                              {key(CFSTR("Y")), fakes::realObject(1)},
-                                                              {key(CFSTR("Width")), fakes::realObject(1)},
-                                                              {key(CFSTR("Height")), fakes::stringObject("1")}})}})};
+                                                           {key(CFSTR("Y")), fakes::realObject(1)},
+                                                           {key(CFSTR("Width")), fakes::realObject(1)},
+                                                           {key(CFSTR("Height")), fakes::stringObject("1")}})}})};
   EXPECT_EQ(list.copyWindowInfo(WindowListOptions::all), (std::vector<WindowListEntry>{{}, {}}));
 }
 
@@ -107,7 +106,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
     const auto event = events.createMouseEvent(type, {10.5, 20});
     events.postToProcess(41, *event);
     EXPECT_EQ(mac->events.posted().back().mouse, type);
-    EXPECT_EQ(mac->events.posted().back().position, (platform::Point{10.5, 20}));
+    EXPECT_EQ(mac->events.posted().back().position, (Point{10.5, 20}));
     EXPECT_EQ(mac->events.posted().back().processIdentifier, 41);
     events.postToHIDTap(*event);
     EXPECT_EQ(mac->events.posted().back().processIdentifier, std::nullopt);

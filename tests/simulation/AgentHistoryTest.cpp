@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "click/DialogButtonSemantics.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "support/AgentWorld.h"
 
 // Random lives of the whole agent in virtual time, and what must hold in each of them. To replay one, give its seed to
@@ -16,7 +16,6 @@
 namespace quillard {
 namespace {
 
-using platform::Seconds;
 using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::PressEffect;

@@ -8,7 +8,6 @@
 namespace quillard::samples {
 namespace {
 
-using platform::Rect;
 using platform::simulated::ApplicationHandle;
 using platform::simulated::DialogSpec;
 using platform::simulated::ElementSpec;

@@ -134,7 +134,7 @@ class AgentWorld {
   void quit();
   void destroyAgent() { agent.reset(); }
 
-  void advance(double seconds) { world.advance(platform::Seconds{seconds}); }
+  void advance(double seconds) { world.advance(Seconds{seconds}); }
   // In a turn of the main thread; lets time pass while that is in the middle of something.
   template <class Act>
   void onMainThread(Act act) {

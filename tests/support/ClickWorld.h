@@ -34,7 +34,7 @@ struct ClickWorld : DetectionWorld {
     return {.title = "Access?",
             .lines = {"App wants to see your files."},
             .buttons = {"Deny", "Allow", "Always Allow"},
-            .frame = platform::Rect{100, 100, 500, 200},
+            .frame = Rect{100, 100, 500, 200},
             .effect = noted(effect),
             .defaultButton = "Allow",
             .cancelButton = "Deny",
@@ -63,7 +63,7 @@ struct ClickWorld : DetectionWorld {
       took = world.time().monotonicNow() - start;
       wasPresentAtEnd = isPromptPresent();
     });
-    world.advance(platform::Seconds{60});
+    world.advance(Seconds{60});
     return outcome.value();
   }
 
@@ -108,8 +108,8 @@ struct ClickWorld : DetectionWorld {
   std::set<NodeHandle> approvedButtons;
   std::function<std::optional<ResolvedDialogButton>()> findsAgain;  // Empty: the detector does.
   std::function<bool()> detectorSees;                               // Empty: what the detector sees.
-  std::optional<platform::Instant> stopAt;
-  platform::Seconds took{0};
+  std::optional<Instant> stopAt;
+  Seconds took{0};
   bool wasPresentAtEnd = false;
   int presenceChecks = 0;
   int searches = 0;

@@ -14,9 +14,9 @@
 
 #include <systemd/sd-bus.h>
 
-#include "platform/Geometry.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
+#include "values/Geometry.h"
 
 namespace quillard::test {
 
@@ -27,8 +27,8 @@ struct FakeObject {
   std::string name;
   std::string description;
   std::string text;
-  std::optional<platform::Rect> extents;
-  std::vector<std::string> children;   // Paths, of this program.
+  std::optional<Rect> extents;
+  std::vector<std::string> children;         // Paths, of this program.
   std::vector<std::string> foreignChildren;  // "bus/path" of other programs, listed after the children.
   std::vector<std::string> actions;
 };

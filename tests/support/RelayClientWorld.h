@@ -31,8 +31,8 @@ struct RelayClientWorld {
         phonesRandom(platform::simulated::Seed{~seed}) {
     client = std::make_unique<RelayClient>(
         RelayClientAccess{.url = "wss://relay.example/ws?role=mac&pairing=quillard-0123",
-                          .relaySecret = platform::Secret{std::string_view{"bearer-token"}},
-                          .cryptoSecret = platform::Secret{std::string_view{"shared-secret"}}},
+                          .relaySecret = Secret{std::string_view{"bearer-token"}},
+                          .cryptoSecret = Secret{std::string_view{"shared-secret"}}},
         RelayClientCallbacks{.onApprovalRequest = [this](const auto& envelope) { requests.push_back(envelope); },
                              .onSuppressionCommand = [this](const auto& command) { suppressions.push_back(command); },
                              .onStatusChange = [this](const auto& status) { statuses.push_back(status); }},
@@ -86,7 +86,7 @@ struct RelayClientWorld {
     return arrived<MacSnapshotRelayMessage>(socket, kMacSnapshotType);
   }
 
-  const platform::Secret secret{std::string_view{"shared-secret"}};
+  const Secret secret{std::string_view{"shared-secret"}};
   platform::simulated::VirtualTime time;
   platform::simulated::SimulatedWebSockets sockets;
   platform::simulated::SimulatedRandom random;

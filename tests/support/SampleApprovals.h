@@ -15,9 +15,9 @@ inline Uuid uuid(std::uint64_t number) {
   return Uuid{bytes};
 }
 
-inline platform::Date date(double seconds) {
-  constexpr platform::Date kStart{std::chrono::sys_days{std::chrono::year{2026} / 3 / 1}};
-  return platform::advanced(kStart, platform::Seconds{seconds});
+inline Date date(double seconds) {
+  constexpr Date kStart{std::chrono::sys_days{std::chrono::year{2026} / 3 / 1}};
+  return advanced(kStart, Seconds{seconds});
 }
 
 inline DialogButton button(std::string label) {

@@ -57,7 +57,7 @@ inline void forEachSituation(const std::function<void(const Situation&)>& visit)
           snapshot.phoneCount = count;
           snapshot.connectedPhones = phones;
           snapshot.notificationPause.pausesIndefinitely = bit(5);
-          if (bit(6)) snapshot.notificationPause.pausedUntil = platform::Date{};
+          if (bit(6)) snapshot.notificationPause.pausedUntil = Date{};
           auto& conditions = situation.conditions;
           conditions += spelled('i', bit(0));
           conditions += spelled('t', bit(1));

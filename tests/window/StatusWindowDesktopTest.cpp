@@ -7,7 +7,7 @@
 #include <systemd/sd-bus.h>
 
 #include "desktop/PrivateDesktop.h"
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 #include "support/GoldenFile.h"
 #include "window/AccessibleTree.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 #include "relay/QRCodeRenderer.h"
 #include "status/MacStatusSnapshot.h"
 #include "status/StatusTexts.h"
@@ -19,11 +19,10 @@ struct StatusWindowState {
 };
 
 // As long as a real pairing code's text.
-inline const platform::Bitmap& sampleCode() {
+inline const Bitmap& sampleCode() {
   static const std::string text = R"({"type":"sample","version":1,"address":"https:\/\/relay.example.org",)" +
                                   std::string(R"("filler":")") + std::string(190, 'x') + R"("})";
-  static const platform::Bitmap code =
-      QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 10).value();
+  static const Bitmap code = QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 10).value();
   return code;
 }
 

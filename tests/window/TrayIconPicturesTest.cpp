@@ -71,9 +71,9 @@ TEST(TrayIconDrawing, HasItsOriginAtTheBottomLeft) {
 }
 
 TEST(TrayIconDrawing, TurnsArcsCounterClockwise) {
-  const platform::TemplateImage image{
+  const TemplateImage image{
       .size = {18, 18},
-      .steps = {platform::ArcStep{.center = {9, 9}, .radius = 6, .startDegrees = 0, .endDegrees = 90, .lineWidth = 2}}};
+      .steps = {ArcStep{.center = {9, 9}, .radius = 6, .startDegrees = 0, .endDegrees = 90, .lineWidth = 2}}};
   QImage picture{36, 36, QImage::Format_RGB32};
   picture.fill(Qt::white);
   QPainter painter{&picture};

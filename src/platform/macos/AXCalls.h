@@ -6,8 +6,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/Executors.h"
 #include "platform/macos/AXElement.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

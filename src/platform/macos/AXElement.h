@@ -6,7 +6,7 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <unistd.h>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/macos/CFHandle.h"
 
 namespace quillard::macos {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/macos/AXElement.h"
 
 namespace quillard::macos {

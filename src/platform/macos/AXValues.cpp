@@ -24,14 +24,14 @@ std::optional<Content> contentOf(AXValueRef box, AXValueType type) {
 
 AXResult<AXValue> boxContent(AXValueRef box) {
   if (const auto point = contentOf<CGPoint>(box, kAXValueTypeCGPoint)) {
-    return AXValue(platform::Point{.x = point->x, .y = point->y});
+    return AXValue(Point{.x = point->x, .y = point->y});
   }
   if (const auto size = contentOf<CGSize>(box, kAXValueTypeCGSize)) {
-    return AXValue(platform::Size{.width = size->width, .height = size->height});
+    return AXValue(Size{.width = size->width, .height = size->height});
   }
   if (const auto rect = contentOf<CGRect>(box, kAXValueTypeCGRect)) {
-    return AXValue(platform::Rect{
-        .x = rect->origin.x, .y = rect->origin.y, .width = rect->size.width, .height = rect->size.height});
+    return AXValue(
+        Rect{.x = rect->origin.x, .y = rect->origin.y, .width = rect->size.width, .height = rect->size.height});
   }
   if (const auto error = contentOf<::AXError>(box, kAXValueTypeAXError)) {
     // An error that says that there was none says nothing about the value.
@@ -71,15 +71,15 @@ struct ValueMaker {
   CFValue operator()(std::int64_t value) const { return asValue(makeInteger(value)); }
   CFValue operator()(double value) const { return asValue(makeNumber(value)); }
   CFValue operator()(const std::string& value) const { return asValue(makeString(value)); }
-  CFValue operator()(platform::Point value) const {
+  CFValue operator()(Point value) const {
     const CGPoint point{value.x, value.y};
     return makeBox(kAXValueTypeCGPoint, &point);
   }
-  CFValue operator()(platform::Size value) const {
+  CFValue operator()(Size value) const {
     const CGSize size{value.width, value.height};
     return makeBox(kAXValueTypeCGSize, &size);
   }
-  CFValue operator()(const platform::Rect& value) const {
+  CFValue operator()(const Rect& value) const {
     const CGRect rect{{value.x, value.y}, {value.width, value.height}};
     return makeBox(kAXValueTypeCGRect, &rect);
   }

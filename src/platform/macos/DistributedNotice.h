@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-#include "platform/Executors.h"
 #include "platform/Subscription.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

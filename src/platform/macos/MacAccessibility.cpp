@@ -59,7 +59,7 @@ AXUIElement MacAccessibility::createSystemWide() {
   return elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateSystemWide()), AXElementKind::systemWide);
 }
 
-void MacAccessibility::setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) {
+void MacAccessibility::setMessagingTimeout(const AXUIElement& element, Seconds timeout) {
   const AXElement* const own = elementOf(element);
   if (!own) return;
   calls.run(
@@ -94,7 +94,7 @@ AXError MacAccessibility::performAction(const AXUIElement& element, std::string_
   return calls.run([&] { return errorFrom(AXUIElementPerformAction(own->get(), string.get())); });
 }
 
-AXResult<AXUIElement> MacAccessibility::copyElementAtPosition(const AXUIElement& within, platform::Point point) {
+AXResult<AXUIElement> MacAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
   const AXElement* const own = askableElementOf(within);
   if (!own) return AXError::invalidUIElement;
   if (own->elementKind() == AXElementKind::systemWide && isOwnWindowAt(point)) return AXError::noValue;

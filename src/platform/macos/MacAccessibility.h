@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Executors.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/macos/AXCalls.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 
@@ -24,7 +24,7 @@ namespace quillard::macos {
 // point, the system-wide element has nothing to say of that.
 class MacAccessibility final : public platform::Accessibility {
  public:
-  static constexpr platform::Seconds kMessagingTimeout{0.2};
+  static constexpr Seconds kMessagingTimeout{0.2};
 
   // `mainThread` outlives this.
   MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread);
@@ -38,14 +38,14 @@ class MacAccessibility final : public platform::Accessibility {
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
-  void setMessagingTimeout(const platform::AXUIElement& element, platform::Seconds timeout) override;
+  void setMessagingTimeout(const platform::AXUIElement& element, Seconds timeout) override;
   [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
   [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
   platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
                                       const platform::AXValue& value) override;
   platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
   [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
-                                                                                platform::Point point) override;
+                                                                                Point point) override;
 
  private:
   const AXCalls calls;

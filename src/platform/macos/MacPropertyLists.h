@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/PropertyLists.h"
+#include "platform/storage/PropertyLists.h"
 
 namespace quillard::macos {
 

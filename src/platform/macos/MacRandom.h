@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Random.h"
+#include "platform/process/Random.h"
 
 namespace quillard::macos {
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/macos/AXCalls.h"
 #include "platform/macos/AXElement.h"
 

@@ -13,7 +13,6 @@
 namespace quillard::macos {
 namespace {
 
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretReading;
 using platform::SecretStatus;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/SecretStore.h"
+#include "platform/storage/SecretStore.h"
 
 namespace quillard::macos {
 
@@ -16,9 +16,9 @@ class MacSecretStore final : public platform::SecretStore {
   [[nodiscard]] platform::SecretReading copyMatching(platform::SecretPlace place, std::string_view service,
                                                      std::string_view account) override;
   [[nodiscard]] platform::SecretStatus add(platform::SecretPlace place, std::string_view service,
-                                           std::string_view account, const platform::Secret& data) override;
+                                           std::string_view account, const Secret& data) override;
   [[nodiscard]] platform::SecretStatus update(platform::SecretPlace place, std::string_view service,
-                                              std::string_view account, const platform::Secret& data) override;
+                                              std::string_view account, const Secret& data) override;
   [[nodiscard]] platform::SecretStatus remove(platform::SecretPlace place, std::string_view service,
                                               std::string_view account) override;
 };

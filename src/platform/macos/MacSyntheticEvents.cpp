@@ -44,7 +44,7 @@ CGEventRef systemEvent(const SyntheticEvent& event) {
 MacSyntheticEvents::MacSyntheticEvents()
     : source(CFHandle<CGEventSourceRef>::adopt(CGEventSourceCreate(kCGEventSourceStateHIDSystemState))) {}
 
-std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createMouseEvent(MouseEventType type, platform::Point position) {
+std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createMouseEvent(MouseEventType type, Point position) {
   if (!source) return nullptr;
   const CGPoint point{position.x, position.y};
   return madeOf(

@@ -2,7 +2,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include "platform/SyntheticEvents.h"
+#include "platform/desktop/SyntheticEvents.h"
 #include "platform/macos/CFHandle.h"
 
 namespace quillard::macos {
@@ -15,7 +15,7 @@ class MacSyntheticEvents final : public platform::SyntheticEvents {
   MacSyntheticEvents();
 
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
-                                                                           platform::Point position) override;
+                                                                           Point position) override;
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;

@@ -9,7 +9,6 @@
 namespace quillard::macos {
 namespace {
 
-using platform::Date;
 using platform::UserDefaultsValue;
 
 constexpr CFIndex kNoLimit = CFIndex{4} * 1024 * 1024;  // Of our own texts, which are read whole.

@@ -3,8 +3,8 @@
 #include <functional>
 #include <vector>
 
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
 
 namespace quillard::macos {
 

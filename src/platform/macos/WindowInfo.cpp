@@ -11,7 +11,6 @@
 namespace quillard::macos {
 namespace {
 
-using platform::Rect;
 using platform::WindowListEntry;
 
 CFTypeRef valueAt(CFDictionaryRef dictionary, CFStringRef key) { return CFDictionaryGetValue(dictionary, key); }
@@ -45,7 +44,7 @@ WindowListEntry entryFrom(CFDictionaryRef window) {
           .bounds = boundsOf(valueAt(window, kCGWindowBounds))};
 }
 
-bool contains(const Rect& bounds, platform::Point point) {
+bool contains(const Rect& bounds, Point point) {
   return point.x >= bounds.x && point.x < bounds.x + bounds.width && point.y >= bounds.y &&
          point.y < bounds.y + bounds.height;
 }
@@ -64,7 +63,7 @@ std::vector<WindowListEntry> copyWindowInfo(platform::WindowListOptions options)
   return entries;
 }
 
-bool isOwnWindowAt(platform::Point point) {
+bool isOwnWindowAt(Point point) {
   // Above these, the system's own programs have windows as large as the screen that let everything through.
   constexpr std::int64_t kHighestDialog = 8;
   for (const auto& window : copyWindowInfo(platform::WindowListOptions::onScreenOnly)) {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/Geometry.h"
-#include "platform/WindowList.h"
+#include "platform/desktop/WindowList.h"
+#include "values/Geometry.h"
 
 // The window server's list, for whoever needs it here. Any thread.
 namespace quillard::macos {
@@ -13,6 +13,6 @@ namespace quillard::macos {
 
 // Whether the frontmost window that a hit test at `point` can find is one of this process. Windows of others above all
 // dialogs are looked through: what they let through, nobody can tell.
-[[nodiscard]] bool isOwnWindowAt(platform::Point point);
+[[nodiscard]] bool isOwnWindowAt(Point point);
 
 }  // namespace quillard::macos

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/LockFiles.h"
+#include "platform/process/LockFiles.h"
 
 namespace quillard::desktop {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Environment.h"
+#include "platform/process/Environment.h"
 
 namespace quillard::desktop {
 

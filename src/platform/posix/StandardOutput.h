@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/Mutex.h"
-#include "platform/Console.h"
+#include "platform/process/Console.h"
 
 namespace quillard::desktop {
 

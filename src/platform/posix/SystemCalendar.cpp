@@ -8,7 +8,6 @@
 namespace quillard::desktop {
 namespace {
 
-using platform::Date;
 using std::chrono::hours;
 using std::chrono::seconds;
 

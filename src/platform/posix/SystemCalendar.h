@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Calendar.h"
+#include "platform/process/Calendar.h"
 
 namespace quillard::desktop {
 
@@ -11,9 +11,9 @@ namespace quillard::desktop {
 // twice, the one with the offset of the date that it starts from, else the first.
 class SystemCalendar final : public platform::Calendar {
  public:
-  [[nodiscard]] std::optional<platform::Date> dateByAddingDays(int days, platform::Date date) const override;
-  [[nodiscard]] platform::Date startOfDay(platform::Date date) const override;
-  [[nodiscard]] std::optional<platform::Date> dateBySettingHour(int hour, platform::Date date) const override;
+  [[nodiscard]] std::optional<Date> dateByAddingDays(int days, Date date) const override;
+  [[nodiscard]] Date startOfDay(Date date) const override;
+  [[nodiscard]] std::optional<Date> dateBySettingHour(int hour, Date date) const override;
 };
 
 }  // namespace quillard::desktop

@@ -14,7 +14,6 @@ namespace quillard::desktop {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Date;
 using std::chrono::sys_days;
 
 Date utc(std::chrono::year_month_day day, std::chrono::minutes time = 0min) { return sys_days{day} + time; }

@@ -10,7 +10,6 @@ namespace {
 
 using platform::HttpOutcome;
 using platform::HttpRequest;
-using platform::Seconds;
 using platform::TransportError;
 
 constexpr const char* kTooLate = "The server did not answer in time.";

@@ -7,7 +7,7 @@
 #include <QtCore/QUrl>
 #include <QtNetwork/QAbstractSocket>
 
-#include "platform/Http.h"
+#include "platform/network/Http.h"
 #include "platform/qt/HttpResponseHead.h"
 #include "platform/qt/TransportPolicy.h"
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "foundation/Mutex.h"
-#include "platform/Executors.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::qt {
 

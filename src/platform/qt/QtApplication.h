@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "platform/Application.h"
-#include "platform/Executors.h"
+#include "platform/process/Application.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::qt {
 

@@ -17,7 +17,6 @@ namespace quillard::qt {
 namespace {
 
 using platform::QualityOfService;
-using platform::Seconds;
 using platform::SerialExecutor;
 using platform::TaskHandle;
 using namespace std::chrono_literals;
@@ -141,7 +140,7 @@ TEST_P(ExecutorContract, RunsADelayedTurnNotBeforeItsTimeAndInOrderOfTime) {
   std::vector<int> order;
   std::atomic<int> count{0};
   const auto start = steadyNow();
-  platform::Instant firstRun;
+  Instant firstRun;
   const auto later = executor.postAfter(40ms, [&] { order.push_back(2), ++count; });
   const auto sooner = executor.postAfter(20ms, [&] { firstRun = steadyNow(), order.push_back(1), ++count; });
   ASSERT_TRUE(bench->waitUntil([&] { return count == 2; }));
@@ -191,9 +190,9 @@ TEST_P(ExecutorContract, RepeatsAtItsIntervalUntilItsOwnTurnEndsIt) {
 
 TEST_P(ExecutorContract, RunsMissedTicksOnce) {
   std::atomic<int> count{0};
-  std::vector<platform::Instant> ticks;
+  std::vector<Instant> ticks;
   TaskHandle repeating;
-  platform::Instant blockedUntil;
+  Instant blockedUntil;
   bench->run([&] {
     repeating = executor.repeatEvery(20ms, [&] { ticks.push_back(steadyNow()), ++count; });
     std::this_thread::sleep_for(110ms);  // Five ticks pass unseen.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Http.h"
+#include "platform/network/Http.h"
 #include "platform/qt/QtNetworkThread.h"
 #include "platform/qt/TransportPolicy.h"
 

@@ -13,7 +13,6 @@
 namespace quillard::qt {
 namespace {
 
-using platform::Seconds;
 using platform::TaskHandle;
 using platform::Turn;
 using std::chrono::milliseconds;

@@ -23,8 +23,8 @@ class QtLoopExecutor final : public platform::SerialExecutor {
   ~QtLoopExecutor() override;
 
   void post(platform::Turn turn) override;
-  [[nodiscard]] platform::TaskHandle postAfter(platform::Seconds delay, platform::Turn turn) override;
-  [[nodiscard]] platform::TaskHandle repeatEvery(platform::Seconds interval, platform::Turn turn) override;
+  [[nodiscard]] platform::TaskHandle postAfter(Seconds delay, platform::Turn turn) override;
+  [[nodiscard]] platform::TaskHandle repeatEvery(Seconds interval, platform::Turn turn) override;
   // Also true in the loop's own events, which are turns of the same thread.
   [[nodiscard]] bool isCurrent() const override;
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "platform/Executors.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::qt {
 

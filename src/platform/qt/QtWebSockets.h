@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/WebSocket.h"
+#include "platform/network/WebSocket.h"
 #include "platform/qt/QtNetworkThread.h"
 #include "platform/qt/TransportPolicy.h"
 

@@ -8,7 +8,6 @@
 
 namespace quillard::qt {
 
-using platform::Seconds;
 using platform::TaskHandle;
 using platform::Turn;
 

@@ -16,8 +16,8 @@ class SerialQueue final : public platform::SerialExecutor {
   ~SerialQueue() override;
 
   void post(platform::Turn turn) override;
-  [[nodiscard]] platform::TaskHandle postAfter(platform::Seconds delay, platform::Turn turn) override;
-  [[nodiscard]] platform::TaskHandle repeatEvery(platform::Seconds interval, platform::Turn turn) override;
+  [[nodiscard]] platform::TaskHandle postAfter(Seconds delay, platform::Turn turn) override;
+  [[nodiscard]] platform::TaskHandle repeatEvery(Seconds interval, platform::Turn turn) override;
   [[nodiscard]] bool isCurrent() const override;
 
  private:

@@ -8,15 +8,15 @@
 
 namespace quillard::qt {
 
-platform::Date SystemClock::now() const {
+Date SystemClock::now() const {
   return std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
 }
 
-platform::Instant SystemClock::monotonicNow() const { return steadyNow(); }
+Instant SystemClock::monotonicNow() const { return steadyNow(); }
 
-void SystemClock::sleep(platform::Seconds duration) {
+void SystemClock::sleep(Seconds duration) {
   constexpr std::chrono::nanoseconds kLongestPiece = std::chrono::hours{1};  // A deadline that no clock overflows at.
-  const platform::Instant end = platform::advanced(steadyNow(), duration);
+  const Instant end = advanced(steadyNow(), duration);
   for (auto now = steadyNow(); now < end; now = steadyNow()) {
     std::this_thread::sleep_for(std::min(kLongestPiece, end - now));
   }

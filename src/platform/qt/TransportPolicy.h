@@ -13,17 +13,17 @@
 #include <QtNetwork/QSslConfiguration>
 #include <QtNetwork/QSslError>
 
-#include "platform/Http.h"
-#include "platform/Time.h"
+#include "platform/network/Http.h"
+#include "values/Time.h"
 
 namespace quillard::qt {
 
 // What the program ships with. Tests shorten the times and bring an authority of their own; nothing in the environment
 // can.
 struct TransportOptions {
-  platform::Seconds pingInterval{20};
-  platform::Seconds silenceLimit{40};  // A peer that has said nothing for so long is dead.
-  std::string additionalAuthorities;   // PEM. Trusted besides the system's store.
+  Seconds pingInterval{20};
+  Seconds silenceLimit{40};           // A peer that has said nothing for so long is dead.
+  std::string additionalAuthorities;  // PEM. Trusted besides the system's store.
 };
 
 // What every connection keeps to, WebSocket or HTTP: on the network thread.

@@ -6,8 +6,6 @@
 
 namespace quillard::qt {
 
-using platform::Instant;
-using platform::Seconds;
 using platform::TaskHandle;
 using platform::Turn;
 
@@ -20,11 +18,11 @@ namespace {
 
 // The first tick after `now` of a repetition whose last tick was due at `due`.
 Instant tickAfter(Instant due, Instant now, Seconds interval) {
-  const Instant next = platform::advanced(due, interval);
+  const Instant next = advanced(due, interval);
   if (next > now) return next;
   const double missed = std::floor(Seconds(now - due) / interval);
-  const Instant onGrid = platform::advanced(due, interval * (missed + 1));
-  return onGrid > now ? onGrid : platform::advanced(now, interval);  // Rounding, of a very short interval.
+  const Instant onGrid = advanced(due, interval * (missed + 1));
+  return onGrid > now ? onGrid : advanced(now, interval);  // Rounding, of a very short interval.
 }
 
 }  // namespace
@@ -71,7 +69,7 @@ TaskHandle TurnQueue::repeatEvery(Seconds interval, Turn turn) {
 }
 
 TaskHandle TurnQueue::schedule(EntryPointer entry, Seconds delay) {
-  entry->due = platform::advanced(steadyNow(), delay);
+  entry->due = advanced(steadyNow(), delay);
   auto handle = std::make_unique<Handle>(weak_from_this(), entry);
   {
     const MutexLock lock(mutex);

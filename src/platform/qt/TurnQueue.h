@@ -9,13 +9,13 @@
 #include <utility>
 
 #include "foundation/Mutex.h"
-#include "platform/Executors.h"
-#include "platform/Time.h"
+#include "platform/process/Executors.h"
+#include "values/Time.h"
 
 namespace quillard::qt {
 
 // The steady clock as a moment of the platform's monotonic time.
-[[nodiscard]] platform::Instant steadyNow();
+[[nodiscard]] Instant steadyNow();
 
 // The turns of one executor that are still ahead, in the order in which they may run. It knows no thread: whoever owns
 // it, the runner, calls `runNext` from one thread, and is woken through `wake` whenever there may be more to do, or
@@ -31,15 +31,15 @@ class TurnQueue : public std::enable_shared_from_this<TurnQueue> {
   ~TurnQueue();
 
   void post(platform::Turn turn);
-  [[nodiscard]] platform::TaskHandle postAfter(platform::Seconds delay, platform::Turn turn);
-  [[nodiscard]] platform::TaskHandle repeatEvery(platform::Seconds interval, platform::Turn turn);
+  [[nodiscard]] platform::TaskHandle postAfter(Seconds delay, platform::Turn turn);
+  [[nodiscard]] platform::TaskHandle repeatEvery(Seconds interval, platform::Turn turn);
 
   // Runs one turn. False when none may run yet.
   bool runNext();
   // How many turns may run now.
   [[nodiscard]] std::size_t readyCount();
   // When the next turn may run: the past when one may now. Absent when only a wake can bring one.
-  [[nodiscard]] std::optional<platform::Instant> nextDue();
+  [[nodiscard]] std::optional<Instant> nextDue();
 
   // Drops everything, and whatever is posted from now on.
   void close();
@@ -47,21 +47,21 @@ class TurnQueue : public std::enable_shared_from_this<TurnQueue> {
  private:
   struct Entry {
     platform::Turn turn;
-    std::optional<platform::Seconds> interval;  // Absent: runs once.
-    std::uint64_t number = 0;                   // Orders turns that are due at one moment.
-    platform::Instant due;
+    std::optional<Seconds> interval;  // Absent: runs once.
+    std::uint64_t number = 0;         // Orders turns that are due at one moment.
+    Instant due;
     bool isRunning = false;
     bool isCancelled = false;
   };
   using EntryPointer = std::shared_ptr<Entry>;
-  using Timed = std::map<std::pair<platform::Instant, std::uint64_t>, EntryPointer>;
+  using Timed = std::map<std::pair<Instant, std::uint64_t>, EntryPointer>;
   class Handle;
 
-  platform::TaskHandle schedule(EntryPointer entry, platform::Seconds delay);
+  platform::TaskHandle schedule(EntryPointer entry, Seconds delay);
   void cancel(const EntryPointer& entry);
   void insertTimed(const EntryPointer& entry) QUILLARD_REQUIRES(mutex);
-  void promoteDue(platform::Instant now) QUILLARD_REQUIRES(mutex);
-  EntryPointer begin(platform::Instant now) QUILLARD_REQUIRES(mutex);
+  void promoteDue(Instant now) QUILLARD_REQUIRES(mutex);
+  EntryPointer begin(Instant now) QUILLARD_REQUIRES(mutex);
 
   const std::function<void()> wake;
   Mutex mutex;

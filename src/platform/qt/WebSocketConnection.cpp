@@ -10,7 +10,6 @@ namespace quillard::qt {
 namespace {
 
 using platform::BinaryMessage;
-using platform::Seconds;
 using platform::TextMessage;
 using platform::WebSocketMessage;
 

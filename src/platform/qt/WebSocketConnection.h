@@ -12,7 +12,7 @@
 #include <QtNetwork/QAbstractSocket>
 #include <QtNetwork/QSslError>
 
-#include "platform/WebSocket.h"
+#include "platform/network/WebSocket.h"
 #include "platform/qt/TransportPolicy.h"
 
 class QWebSocket;

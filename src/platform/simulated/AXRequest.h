@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/Accessibility.h"
-#include "platform/Time.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/simulated/DesktopHandles.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/process/Clock.h"
 #include "platform/simulated/AXRequest.h"
 #include "platform/simulated/DesktopState.h"
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/simulated/DesktopState.h"
 #include "platform/simulated/ElementTree.h"
 #include "platform/simulated/SimulatedElement.h"

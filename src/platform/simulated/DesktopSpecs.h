@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Geometry.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/Workspace.h"
 #include "platform/simulated/PressEffect.h"
+#include "values/Geometry.h"
 
 namespace quillard::platform::simulated {
 

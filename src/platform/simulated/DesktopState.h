@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Executors.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Executors.h"
 #include "platform/simulated/DesktopHandles.h"
 #include "platform/simulated/DesktopSpecs.h"
 #include "platform/simulated/ElementTree.h"

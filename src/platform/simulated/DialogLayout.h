@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Geometry.h"
 #include "platform/simulated/DesktopSpecs.h"
+#include "values/Geometry.h"
 
 namespace quillard::platform::simulated {
 

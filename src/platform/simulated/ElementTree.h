@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Geometry.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/simulated/DesktopHandles.h"
 #include "platform/simulated/DesktopSpecs.h"
+#include "values/Geometry.h"
 
 namespace quillard::platform::simulated {
 

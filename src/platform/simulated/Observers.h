@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/Executors.h"
 #include "platform/Subscription.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::platform::simulated {
 

@@ -2,9 +2,9 @@
 
 #include <functional>
 
-#include "platform/Accessibility.h"
-#include "platform/Time.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/simulated/DesktopHandles.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/Time.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/process/Clock.h"
 #include "platform/simulated/AXRequest.h"
 #include "platform/simulated/DesktopState.h"
 #include "platform/simulated/SimulatedElement.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Application.h"
-#include "platform/Executors.h"
+#include "platform/process/Application.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::platform::simulated {
 

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Bundle.h"
+#include "platform/process/Bundle.h"
 
 namespace quillard::platform::simulated {
 

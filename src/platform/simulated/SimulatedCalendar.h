@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Calendar.h"
-#include "platform/Time.h"
+#include "platform/process/Calendar.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Console.h"
+#include "platform/process/Console.h"
 
 namespace quillard::platform::simulated {
 

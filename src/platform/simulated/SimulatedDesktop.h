@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/Executors.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Executors.h"
 #include "platform/simulated/AXRequest.h"
 #include "platform/simulated/DesktopHandles.h"
 #include "platform/simulated/DesktopSpecs.h"

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "foundation/Mutex.h"
-#include "platform/Environment.h"
+#include "platform/process/Environment.h"
 
 namespace quillard::platform::simulated {
 

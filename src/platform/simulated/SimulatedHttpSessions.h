@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Http.h"
+#include "platform/network/Http.h"
 
 namespace quillard::platform::simulated {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/LockFiles.h"
+#include "platform/process/LockFiles.h"
 
 namespace quillard::platform::simulated {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/LoginService.h"
+#include "platform/shell/LoginService.h"
 
 namespace quillard::platform::simulated {
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <variant>
 
-#include "platform/PropertyLists.h"
+#include "platform/storage/PropertyLists.h"
 
 namespace quillard::platform::simulated {
 

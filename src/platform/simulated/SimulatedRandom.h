@@ -5,7 +5,7 @@
 #include <span>
 
 #include "foundation/Mutex.h"
-#include "platform/Random.h"
+#include "platform/process/Random.h"
 #include "platform/simulated/Seed.h"
 #include "platform/simulated/SeededGenerator.h"
 

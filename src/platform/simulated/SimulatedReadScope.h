@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/simulated/DesktopAnswers.h"
 #include "platform/simulated/DesktopState.h"
 #include "platform/simulated/RequestGate.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/SecretStore.h"
+#include "platform/storage/SecretStore.h"
 
 namespace quillard::platform::simulated {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/Executors.h"
-#include "platform/StatusItem.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/StatusItem.h"
 
 namespace quillard::platform::simulated {
 

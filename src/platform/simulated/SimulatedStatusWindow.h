@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Executors.h"
-#include "platform/StatusWindowView.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::platform::simulated {
 

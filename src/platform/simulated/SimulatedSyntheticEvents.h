@@ -7,11 +7,11 @@
 #include <set>
 #include <vector>
 
-#include "platform/Clock.h"
-#include "platform/SyntheticEvents.h"
-#include "platform/Time.h"
+#include "platform/desktop/SyntheticEvents.h"
+#include "platform/process/Clock.h"
 #include "platform/simulated/DesktopHandles.h"
 #include "platform/simulated/SimulatedDesktop.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

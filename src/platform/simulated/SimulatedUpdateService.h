@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Executors.h"
-#include "platform/UpdateService.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/UpdateService.h"
 
 namespace quillard::platform::simulated {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/UserDefaults.h"
+#include "platform/storage/UserDefaults.h"
 
 namespace quillard::platform::simulated {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/Executors.h"
-#include "platform/UserNotifications.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/UserNotifications.h"
 
 namespace quillard::platform::simulated {
 

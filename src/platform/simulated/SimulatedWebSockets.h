@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/WebSocket.h"
+#include "platform/network/WebSocket.h"
 
 namespace quillard::platform::simulated {
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/WindowList.h"
+#include "platform/desktop/WindowList.h"
 #include "platform/simulated/DesktopState.h"
 
 namespace quillard::platform::simulated {

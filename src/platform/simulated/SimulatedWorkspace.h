@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 #include "platform/simulated/DesktopState.h"
 
 namespace quillard::platform::simulated {

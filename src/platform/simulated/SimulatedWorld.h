@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/Time.h"
 #include "platform/simulated/Seed.h"
 #include "platform/simulated/SimulatedApplication.h"
 #include "platform/simulated/SimulatedBundle.h"
@@ -23,6 +22,7 @@
 #include "platform/simulated/SimulatedUserNotifications.h"
 #include "platform/simulated/SimulatedWebSockets.h"
 #include "platform/simulated/VirtualTime.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Executors.h"
-#include "platform/Time.h"
+#include "platform/process/Executors.h"
 #include "platform/simulated/SeededGenerator.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

@@ -5,10 +5,10 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/Clock.h"
-#include "platform/Executors.h"
-#include "platform/Time.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Executors.h"
 #include "platform/simulated/Seed.h"
+#include "values/Time.h"
 
 namespace quillard::platform::simulated {
 

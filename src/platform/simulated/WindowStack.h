@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/WindowList.h"
+#include "platform/desktop/WindowList.h"
 #include "platform/simulated/DesktopHandles.h"
 
 namespace quillard::platform::simulated {

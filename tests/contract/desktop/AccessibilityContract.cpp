@@ -162,7 +162,7 @@ TEST_P(AccessibilityContract, BringingAWindowForwardIsAccepted) {
 }
 
 TEST_P(AccessibilityContract, AHitTestFindsTheButtonUnderItsOwnCentre) {
-  const auto program = binding->show({.at = platform::Point{200, 200}});
+  const auto program = binding->show({.at = Point{200, 200}});
   const auto allow = button(*program, "Allow");
   ASSERT_TRUE(allow);
   (void)accessibility().performAction(window(*program), ax::kRaiseAction);
@@ -175,7 +175,7 @@ TEST_P(AccessibilityContract, AHitTestFindsTheButtonUnderItsOwnCentre) {
 }
 
 TEST_P(AccessibilityContract, AHitTestNeverFindsWhatAnotherWindowCovers) {
-  const auto below = binding->show({.title = "Below", .at = platform::Point{200, 200}});
+  const auto below = binding->show({.title = "Below", .at = Point{200, 200}});
   const auto allow = button(*below, "Allow");
   ASSERT_TRUE(allow);
   const auto owner = [&]() -> std::optional<std::int32_t> {
@@ -185,7 +185,7 @@ TEST_P(AccessibilityContract, AHitTestNeverFindsWhatAnotherWindowCovers) {
     return hit.hasValue() ? accessibility().processIdentifier(hit.value()) : std::nullopt;
   };
   EXPECT_TRUE(binding->eventually([&] { return owner() == below->processIdentifier(); }));
-  const auto above = binding->show({.title = "Above", .at = platform::Point{200, 200}});
+  const auto above = binding->show({.title = "Above", .at = Point{200, 200}});
   (void)accessibility().performAction(window(*above), ax::kRaiseAction);
   EXPECT_TRUE(binding->eventually([&] { return owner() == above->processIdentifier(); }));
 }
@@ -198,8 +198,8 @@ TEST_P(AccessibilityContract, AProgramThatDoesNotAnswerCostsItsTimeoutAndNoMore)
   const auto before = binding->clock().monotonicNow();
   EXPECT_FALSE(accessibility().copyAttributeValue(prompt, ax::kRole).hasValue());
   const auto waited = binding->clock().monotonicNow() - before;
-  EXPECT_GE(waited, platform::Seconds{0.19});
-  EXPECT_LT(waited, platform::Seconds{1});
+  EXPECT_GE(waited, Seconds{0.19});
+  EXPECT_LT(waited, Seconds{1});
   program->goOn();
   EXPECT_TRUE(binding->eventually([&] { return AXHelpers::role(accessibility(), prompt) == ax::kWindowRole; }));
 }

@@ -7,16 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Clock.h"
-#include "platform/Console.h"
-#include "platform/Environment.h"
-#include "platform/Executors.h"
-#include "platform/Random.h"
-#include "platform/SyntheticEvents.h"
-#include "platform/UserDefaults.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/SyntheticEvents.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Console.h"
+#include "platform/process/Environment.h"
+#include "platform/process/Executors.h"
+#include "platform/process/Random.h"
+#include "platform/storage/UserDefaults.h"
 
 namespace quillard::test {
 
@@ -26,7 +26,7 @@ struct PromptOptions {
   std::vector<std::string> lines{"The program wants to use the camera."};
   std::vector<std::string> buttons{"Don't Allow", "Allow"};
   bool hasSecureTextField = false;         // With "hunter2" typed in.
-  std::optional<platform::Point> at{};     // Top left, roughly: window managers add frames. Absent: anywhere.
+  std::optional<Point> at{};               // Top left, roughly: window managers add frames. Absent: anywhere.
   std::optional<std::string> successor{};  // The title of a prompt that the first press opens in the same place.
 };
 

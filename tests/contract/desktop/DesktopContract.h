@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "contract/desktop/DesktopBinding.h"
-#include "detection/AXHelpers.h"
+#include "detection/elements/AXHelpers.h"
 
 namespace quillard::test {
 
@@ -45,9 +45,7 @@ class DesktopContract : public testing::TestWithParam<DesktopCase> {
     ADD_FAILURE() << "no button " << label;
     return std::nullopt;
   }
-  [[nodiscard]] static platform::Point center(const platform::Rect& rect) {
-    return {rect.x + rect.width / 2, rect.y + rect.height / 2};
-  }
+  [[nodiscard]] static Point center(const Rect& rect) { return {rect.x + rect.width / 2, rect.y + rect.height / 2}; }
 
   const std::unique_ptr<DesktopBinding> binding = GetParam().make();
 };

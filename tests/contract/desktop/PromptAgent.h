@@ -41,9 +41,9 @@ class PromptAgent {
   // As ApprovalClicker does it: an application that is still busy coming to the front is asked a second time.
   std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval, const std::string& label) {
     resolver.focusApplication(approval);
-    binding.clock().sleep(platform::Seconds{0.2});
+    binding.clock().sleep(Seconds{0.2});
     if (auto button = resolver.resolveCurrentButton(approval, label)) return button;
-    binding.clock().sleep(platform::Seconds{0.25});
+    binding.clock().sleep(Seconds{0.25});
     return resolver.resolveCurrentButton(approval, label);
   }
 

@@ -61,8 +61,8 @@ TEST_P(PromptContract, PressesExactlyTheButtonThatWasChosenAndProvesThatThePromp
 }
 
 TEST_P(PromptContract, OfTwoIdenticalPromptsTheOneThatWasChosenIsPressed) {
-  const auto first = binding->show({.title = "Twin", .at = platform::Point{100, 100}});
-  const auto second = binding->show({.title = "Twin", .at = platform::Point{600, 500}});
+  const auto first = binding->show({.title = "Twin", .at = Point{100, 100}});
+  const auto second = binding->show({.title = "Twin", .at = Point{600, 500}});
   PromptAgent agent{*binding};
   std::vector<PendingApproval> prompts;
   ASSERT_TRUE(binding->eventually([&] {

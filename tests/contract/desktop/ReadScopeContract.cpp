@@ -7,7 +7,6 @@ namespace {
 
 namespace ax = platform::ax;
 using platform::AXUIElement;
-using platform::Seconds;
 
 // All that a walk over a window reads, as text: what two readers must agree on.
 std::vector<std::string> walked(platform::AXAttributeReader& reader, const AXUIElement& window) {

@@ -41,7 +41,7 @@ class SimulatedPromptProgram final : public PromptProgram {
 
 [[nodiscard]] inline platform::simulated::DialogSpec dialogFor(const PromptOptions& options) {
   platform::simulated::DialogSpec dialog{.title = options.title, .lines = options.lines, .buttons = options.buttons};
-  if (options.at) dialog.frame = platform::Rect{options.at->x, options.at->y, 600, 240};
+  if (options.at) dialog.frame = Rect{options.at->x, options.at->y, 600, 240};
   if (options.hasSecureTextField) {
     dialog.extra.push_back({.role = "AXTextField", .subrole = "AXSecureTextField", .value = "hunter2"});
   }
@@ -58,7 +58,7 @@ class SimulatedPromptProgram final : public PromptProgram {
   const auto prompt = world.desktop().open(application, dialogFor(options));
   world.desktop().activate(application);
   world.desktop().raise(prompt);
-  world.advance(platform::Seconds{0.05});
+  world.advance(Seconds{0.05});
   return std::make_unique<SimulatedPromptProgram>(world.desktop(), application, prompt);
 }
 
@@ -66,7 +66,7 @@ class SimulatedPromptProgram final : public PromptProgram {
                                        const std::function<bool()>& condition) {
   for (int i = 0; i < 200; ++i) {
     if (condition()) return true;
-    world.advance(platform::Seconds{0.05});
+    world.advance(Seconds{0.05});
   }
   return condition();
 }

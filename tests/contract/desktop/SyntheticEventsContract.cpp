@@ -6,9 +6,8 @@ namespace {
 namespace ax = platform::ax;
 using platform::KeyCode;
 using platform::MouseEventType;
-using platform::Point;
 
-constexpr platform::Seconds kBetweenEvents{0.08};
+constexpr Seconds kBetweenEvents{0.08};
 
 // Everything that a click or a key press posts, one after the other.
 template <class Post>
@@ -82,7 +81,7 @@ TEST_P(SyntheticEventsContract, AClickForOneProgramNeverReachesAnotherThatCovers
   (void)accessibility().performAction(window(*above), ax::kRaiseAction);
   click(*binding, center(*frame),
         [&](const auto& event) { binding->syntheticEvents().postToProcess(below->processIdentifier(), event); });
-  binding->clock().sleep(platform::Seconds{0.2});
+  binding->clock().sleep(Seconds{0.2});
   EXPECT_TRUE(above->presses().empty());
 }
 

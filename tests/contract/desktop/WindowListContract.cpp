@@ -19,7 +19,7 @@ std::vector<WindowListEntry> windowsOf(platform::WindowList& list, const PromptP
 }
 
 TEST_P(WindowListContract, APromptIsAVisibleOrdinaryWindowOfItsProgram) {
-  const auto program = binding->show({.title = "Camera access", .at = platform::Point{200, 200}});
+  const auto program = binding->show({.title = "Camera access", .at = Point{200, 200}});
   const auto windows = windowsOf(binding->windowList(), *program);
   ASSERT_EQ(windows.size(), 1U);
   EXPECT_TRUE(VisibleWindowOwners::isVisible(windows[0]));
@@ -29,7 +29,7 @@ TEST_P(WindowListContract, APromptIsAVisibleOrdinaryWindowOfItsProgram) {
 }
 
 TEST_P(WindowListContract, ItsBoundsHoldWhatAccessibilityReads) {
-  const auto program = binding->show({.at = platform::Point{200, 200}});
+  const auto program = binding->show({.at = Point{200, 200}});
   const auto allow = button(*program, "Allow");
   ASSERT_TRUE(allow);
   EXPECT_TRUE(binding->eventually([&] {
@@ -43,8 +43,8 @@ TEST_P(WindowListContract, ItsBoundsHoldWhatAccessibilityReads) {
 }
 
 TEST_P(WindowListContract, TheNewestWindowComesBeforeTheOnesItCovers) {
-  const auto below = binding->show({.title = "Below", .at = platform::Point{200, 200}});
-  const auto above = binding->show({.title = "Above", .at = platform::Point{220, 220}});
+  const auto below = binding->show({.title = "Below", .at = Point{200, 200}});
+  const auto above = binding->show({.title = "Above", .at = Point{220, 220}});
   (void)binding->workspace().activate(above->processIdentifier());
   EXPECT_TRUE(binding->eventually([&] {
     const auto owners = VisibleWindowOwners::processIdentifiers(binding->windowList(), false);

@@ -13,7 +13,6 @@ using quillard::platform::AXForeignValue;
 using quillard::platform::AXResult;
 using quillard::platform::AXUIElement;
 using quillard::platform::AXValue;
-using quillard::platform::Seconds;
 
 namespace {
 
@@ -67,13 +66,11 @@ struct Maker {
   Held operator()(std::int64_t value) const { return integerObject(value); }
   Held operator()(double value) const { return realObject(value); }
   Held operator()(const std::string& value) const { return stringObject(value); }
-  Held operator()(quillard::platform::Point value) const {
-    return boxObject(kAXValueTypeCGPoint, CGPoint{value.x, value.y});
-  }
-  Held operator()(quillard::platform::Size value) const {
+  Held operator()(quillard::Point value) const { return boxObject(kAXValueTypeCGPoint, CGPoint{value.x, value.y}); }
+  Held operator()(quillard::Size value) const {
     return boxObject(kAXValueTypeCGSize, CGSize{value.width, value.height});
   }
-  Held operator()(const quillard::platform::Rect& value) const {
+  Held operator()(const quillard::Rect& value) const {
     return boxObject(kAXValueTypeCGRect, CGRect{{value.x, value.y}, {value.width, value.height}});
   }
   Held operator()(const AXUIElement& value) const { return elementObject(value); }

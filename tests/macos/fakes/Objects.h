@@ -13,8 +13,8 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <Security/Security.h>
 
-#include "platform/Accessibility.h"
-#include "platform/SyntheticEvents.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/SyntheticEvents.h"
 
 namespace quillard::fakes {
 
@@ -148,8 +148,7 @@ struct __CFDictionary final : quillard::fakes::Object {
 };
 
 struct __CFData final : quillard::fakes::Object {
-  explicit __CFData(std::vector<std::uint8_t> bytes)
-      : Object(quillard::fakes::Type::data), bytes(std::move(bytes)) {}
+  explicit __CFData(std::vector<std::uint8_t> bytes) : Object(quillard::fakes::Type::data), bytes(std::move(bytes)) {}
   const std::vector<std::uint8_t> bytes;
 };
 

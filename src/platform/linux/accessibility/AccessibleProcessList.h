@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Executors.h"
 #include "platform/Subscription.h"
 #include "platform/linux/accessibility/AccessibleApplications.h"
 #include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/x11/AccessibleProcesses.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::atspi {
 

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "foundation/Mutex.h"
-#include "platform/Executors.h"
 #include "platform/Subscription.h"
 #include "platform/linux/accessibility/BusWatch.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::atspi {
 

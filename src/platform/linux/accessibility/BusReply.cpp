@@ -79,14 +79,13 @@ std::optional<std::uint64_t> BusReply::readStates() const {
   return states;
 }
 
-std::optional<platform::Rect> BusReply::readExtents() const {
+std::optional<Rect> BusReply::readExtents() const {
   std::int32_t x = 0;
   std::int32_t y = 0;
   std::int32_t width = 0;
   std::int32_t height = 0;
   if (!message || sd_bus_message_read(message, "(iiii)", &x, &y, &width, &height) <= 0) return std::nullopt;
-  return platform::Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
-                        static_cast<double>(height)};
+  return Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width), static_cast<double>(height)};
 }
 
 bool BusReply::enterProperty(const char* contents) const {

@@ -8,8 +8,8 @@
 
 #include <systemd/sd-bus.h>
 
-#include "platform/Geometry.h"
 #include "platform/linux/accessibility/ObjectName.h"
+#include "values/Geometry.h"
 
 namespace quillard::atspi {
 
@@ -42,7 +42,7 @@ class BusReply {
   [[nodiscard]] std::optional<ObjectList> readObjects(std::size_t most) const;
   // A set of state numbers, as bits.
   [[nodiscard]] std::optional<std::uint64_t> readStates() const;
-  [[nodiscard]] std::optional<platform::Rect> readExtents() const;
+  [[nodiscard]] std::optional<Rect> readExtents() const;
 
   // The same for the answers of properties, which come wrapped.
   [[nodiscard]] std::optional<std::string> readTextProperty() const;

@@ -12,7 +12,6 @@ using platform::AXError;
 using platform::AXResult;
 using platform::AXUIElement;
 using platform::AXValue;
-using platform::Point;
 using Kind = ElementReference::Kind;
 namespace ax = platform::ax;
 

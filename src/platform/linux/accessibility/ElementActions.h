@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
 
@@ -18,8 +18,7 @@ class ElementActions {
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, std::string_view action);
   [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, std::string_view name,
                                       const platform::AXValue& value);
-  [[nodiscard]] platform::AXResult<platform::AXUIElement> elementAt(const platform::AXUIElement& within,
-                                                                    platform::Point point);
+  [[nodiscard]] platform::AXResult<platform::AXUIElement> elementAt(const platform::AXUIElement& within, Point point);
 
  private:
   // The object that may be acted on, or why not.
@@ -32,7 +31,7 @@ class ElementActions {
   [[nodiscard]] platform::AXError setOfWindow(Node& window, std::string_view name, const platform::AXValue& value);
   // `always`: even when it is already active.
   [[nodiscard]] platform::AXError bringForward(const x11::Window* window, bool always);
-  [[nodiscard]] const x11::Window* topmostAt(platform::Point point);
+  [[nodiscard]] const x11::Window* topmostAt(Point point);
 
   DesktopReading& reading;
   ElementAnswers answers;

@@ -13,8 +13,6 @@ using platform::AXError;
 using platform::AXResult;
 using platform::AXUIElement;
 using platform::AXValue;
-using platform::Point;
-using platform::Rect;
 namespace ax = platform::ax;
 
 namespace {
@@ -229,7 +227,7 @@ AXResult<AXValue> ElementAnswers::place(Node& node, std::string_view name) {
   const auto rect = frame(node);
   if (!rect) return AXError::noValue;
   if (name == ax::kPosition) return AXValue{Point{rect->x, rect->y}};
-  return AXValue{platform::Size{rect->width, rect->height}};
+  return AXValue{Size{rect->width, rect->height}};
 }
 
 std::optional<Rect> ElementAnswers::frame(Node& node) {

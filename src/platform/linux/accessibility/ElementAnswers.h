@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 
 namespace quillard::atspi {
@@ -27,7 +27,7 @@ class ElementAnswers {
   // Of the windows of the desktop, the active one. Null: none, or it is not on the bus.
   [[nodiscard]] Node* activeWindow();
   // The deepest element at `point` of the window, the window itself included.
-  [[nodiscard]] Node& deepestAt(Node& window, platform::Point point);
+  [[nodiscard]] Node& deepestAt(Node& window, Point point);
   // The number of the action that presses. Absent: it has none.
   [[nodiscard]] std::optional<std::int32_t> pressAction(const Node& node);
   // A window, a sheet, or a dialog inside a window.
@@ -50,7 +50,7 @@ class ElementAnswers {
   [[nodiscard]] Value valueOf(Node& node);
   [[nodiscard]] Value defaultButton(Node& window);
   [[nodiscard]] Value focusedElement(Node* window);
-  [[nodiscard]] std::optional<platform::Rect> frame(Node& node);
+  [[nodiscard]] std::optional<Rect> frame(Node& node);
   [[nodiscard]] bool isDialogInside(Node& node);
   [[nodiscard]] std::string_view roleOf(Node& node);
   [[nodiscard]] Value elementOrNone(Node* node);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/ObjectName.h"
 
 namespace quillard::atspi {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "detection/AXHelpers.h"
 #include "detection/PromptReader.h"
+#include "detection/elements/AXHelpers.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/Roles.h"
@@ -20,7 +20,6 @@ namespace {
 
 using platform::AXError;
 using platform::AXUIElement;
-using platform::Seconds;
 using test::FakeAccessibilityBus;
 using test::FakeObject;
 using test::FakeProgram;
@@ -39,7 +38,7 @@ constexpr auto kShown = bit(State::showing);
 
 FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {}) {
   FakeObject object{.role = static_cast<std::uint32_t>(role), .states = kShown, .name = name};
-  object.extents = platform::Rect{10, 10, 100, 20};
+  object.extents = Rect{10, 10, 100, 20};
   object.children = std::move(children);
   if (role == Role::pushButton) object.actions = {"click"};
   return object;
@@ -431,9 +430,9 @@ TEST(FakePrograms, WhatIsHiddenOrTakesNoRoomIsNoPartOfAPrompt) {
   auto hidden = object(Role::label, "Are you sure?");
   hidden.states = 0;
   auto empty = object(Role::label, "Delete?");
-  empty.extents = platform::Rect{0, 0, 0, 0};
+  empty.extents = Rect{0, 0, 0, 0};
   auto nowhere = object(Role::label, "Erase?");
-  nowhere.extents = platform::Rect{-2147483648.0, -2147483648.0, 1, 1};
+  nowhere.extents = Rect{-2147483648.0, -2147483648.0, 1, 1};
   world.program->set("/hidden", hidden);
   world.program->set("/empty", empty);
   world.program->set("/nowhere", nowhere);

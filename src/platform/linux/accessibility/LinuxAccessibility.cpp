@@ -73,7 +73,7 @@ AXUIElement LinuxAccessibility::createApplication(std::int32_t processIdentifier
 
 AXUIElement LinuxAccessibility::createSystemWide() { return ElementReference::systemWide(); }
 
-void LinuxAccessibility::setMessagingTimeout(const AXUIElement& element, platform::Seconds timeout) {
+void LinuxAccessibility::setMessagingTimeout(const AXUIElement& element, Seconds timeout) {
   const auto* const reference = ElementReference::of(element);
   if (!reference) return;
   if (reference->kind == Kind::systemWide) {
@@ -99,7 +99,7 @@ AXError LinuxAccessibility::performAction(const AXUIElement& element, std::strin
   return reading ? ElementActions{*reading, windows}.perform(element, action) : AXError::apiDisabled;
 }
 
-AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, platform::Point point) {
+AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
   if (!options.isXSession || !windows.isAvailable()) return AXError::notImplemented;
   const auto reading = beginReading();
   if (!reading) return AXError::apiDisabled;

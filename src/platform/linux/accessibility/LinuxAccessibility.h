@@ -8,8 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
-#include "platform/Executors.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/AccessibilityCounters.h"
 #include "platform/linux/accessibility/AccessibilityStatus.h"
 #include "platform/linux/accessibility/AccessibilitySwitch.h"
@@ -20,6 +19,7 @@
 #include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/MessagingTimeouts.h"
 #include "platform/linux/x11/X11Windows.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::atspi {
 
@@ -57,14 +57,14 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
-  void setMessagingTimeout(const platform::AXUIElement& element, platform::Seconds timeout) override;
+  void setMessagingTimeout(const platform::AXUIElement& element, Seconds timeout) override;
   [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
   [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
   platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
                                       const platform::AXValue& value) override;
   platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
   [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
-                                                                                platform::Point point) override;
+                                                                                Point point) override;
 
   [[nodiscard]] std::vector<std::int32_t> processIdentifiers() override;
   [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;

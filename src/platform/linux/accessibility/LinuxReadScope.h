@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
 

@@ -4,12 +4,11 @@
 #include <limits>
 
 #include "foundation/Text.h"
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/WindowMatching.h"
 
 namespace quillard::atspi::mapping {
 
-using platform::Rect;
 namespace ax = platform::ax;
 
 namespace {
@@ -66,7 +65,7 @@ bool isSentinel(const Rect& extents) {
 }
 
 // From the origin of its X window to the one that GTK 4 counts from.
-platform::Point contentOffset(const Rect& accessibleWindow, const x11::Window& window) {
+Point contentOffset(const Rect& accessibleWindow, const x11::Window& window) {
   if (window.gtkFrame) return {window.gtkFrame->left, window.gtkFrame->top};
   return {(window.clientBounds.width - accessibleWindow.width) / 2,
           (window.clientBounds.height - accessibleWindow.height) / 2};

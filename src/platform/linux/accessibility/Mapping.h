@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Geometry.h"
 #include "platform/linux/accessibility/NodeRecord.h"
 #include "platform/linux/x11/X11Windows.h"
+#include "values/Geometry.h"
 
 // What an object of the accessibility bus is in the vocabulary of AX. Nothing but values in and values out: the
 // traits of each toolkit are here and nowhere else.
@@ -57,10 +57,10 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // The place of an object on the screen. `record`, and `windowRecord` of the window that it lies in, come from one
 // toolkit; `window`: its X window, null when unknown. Without one, GTK 4 and Wayland clients tell places within the
 // window only: good for order and size. Absent for objects that are nowhere.
-[[nodiscard]] std::optional<platform::Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord,
-                                                    Toolkit toolkit, const x11::Window* window);
+[[nodiscard]] std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord, Toolkit toolkit,
+                                          const x11::Window* window);
 // Of a window itself.
-[[nodiscard]] std::optional<platform::Rect> windowFrame(const NodeRecord& record, const x11::Window* window);
+[[nodiscard]] std::optional<Rect> windowFrame(const NodeRecord& record, const x11::Window* window);
 
 // What is read of an object besides role, states and name.
 struct DetailNeeds {

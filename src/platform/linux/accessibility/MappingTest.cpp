@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "platform/Accessibility.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/Mapping.h"
 
 namespace quillard::atspi {
 namespace {
 
-using platform::Rect;
 namespace ax = platform::ax;
 
 constexpr double kNowhere = -2147483648.0;

@@ -4,7 +4,6 @@
 
 namespace quillard::atspi {
 
-using platform::Seconds;
 using std::chrono::microseconds;
 
 namespace {
@@ -17,7 +16,7 @@ constexpr std::size_t kMostProcesses = 4096;
 bool isLength(Seconds timeout) { return timeout.count() > 0; }
 
 microseconds usable(Seconds timeout) {
-  return std::max(platform::saturatingDuration<microseconds>(std::min(timeout, kLongest)), microseconds{1});
+  return std::max(saturatingDuration<microseconds>(std::min(timeout, kLongest)), microseconds{1});
 }
 
 }  // namespace

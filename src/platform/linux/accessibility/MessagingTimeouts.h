@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "foundation/Mutex.h"
-#include "platform/Time.h"
+#include "values/Time.h"
 
 namespace quillard::atspi {
 
@@ -13,19 +13,19 @@ namespace quillard::atspi {
 class MessagingTimeouts {
  public:
   // What holds while nobody has said otherwise.
-  static constexpr platform::Seconds kInitial{0.5};
+  static constexpr Seconds kInitial{0.5};
 
   // Zero, less, and what is no number mean "the default again".
-  void setDefault(platform::Seconds timeout);
-  void setFor(std::int32_t processIdentifier, platform::Seconds timeout);
+  void setDefault(Seconds timeout);
+  void setFor(std::int32_t processIdentifier, Seconds timeout);
 
   [[nodiscard]] std::chrono::microseconds ofDesktop() const;
   [[nodiscard]] std::chrono::microseconds of(std::int32_t processIdentifier) const;
 
  private:
   mutable Mutex mutex;
-  platform::Seconds common QUILLARD_GUARDED_BY(mutex) = kInitial;
-  std::unordered_map<std::int32_t, platform::Seconds> byProcess QUILLARD_GUARDED_BY(mutex);
+  Seconds common QUILLARD_GUARDED_BY(mutex) = kInitial;
+  std::unordered_map<std::int32_t, Seconds> byProcess QUILLARD_GUARDED_BY(mutex);
 };
 
 }  // namespace quillard::atspi

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Geometry.h"
 #include "platform/linux/accessibility/Roles.h"
+#include "values/Geometry.h"
 
 namespace quillard::atspi {
 
@@ -20,7 +20,7 @@ struct NodeRecord {
   std::optional<std::string> description;
   std::optional<std::string> text;
   // GTK 4: within its window. Otherwise on the screen, as far as there is one.
-  std::optional<platform::Rect> extents;
+  std::optional<Rect> extents;
 
   [[nodiscard]] bool is(State state) const { return has(states, state); }
   bool operator==(const NodeRecord&) const = default;

@@ -6,8 +6,6 @@
 
 namespace quillard::atspi {
 
-using platform::Rect;
-
 namespace {
 
 // Rounding, and borders that are counted or not.

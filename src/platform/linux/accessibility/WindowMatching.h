@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/Geometry.h"
 #include "platform/linux/accessibility/NodeRecord.h"
 #include "platform/linux/x11/X11Windows.h"
+#include "values/Geometry.h"
 
 namespace quillard::atspi {
 
@@ -16,12 +16,12 @@ struct AccessibleWindow {
   std::string name;
   bool isShowing = true;  // True, too, where the toolkit does not say.
   // On the screen; with GTK 4, and without an X server, only its size means anything.
-  std::optional<platform::Rect> extents;
+  std::optional<Rect> extents;
   bool tellsPlace = true;
 };
 
 // What the user sees of a window: with the window manager's frame, without a shadow that the program draws itself.
-[[nodiscard]] platform::Rect visibleBounds(const x11::Window& window);
+[[nodiscard]] Rect visibleBounds(const x11::Window& window);
 
 // Which X window each accessible window is, both of one process; none is taken twice. By title first, then by place or
 // size; what is then left over on both sides is matched when there is but one of each. A window that its toolkit calls

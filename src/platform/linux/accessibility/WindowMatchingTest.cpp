@@ -5,7 +5,6 @@
 namespace quillard::atspi {
 namespace {
 
-using platform::Rect;
 using Matches = std::vector<std::optional<std::size_t>>;
 
 x11::Window window(x11::WindowID id, const std::string& name, Rect bounds) {

@@ -8,7 +8,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Secret;
 using platform::SecretReading;
 using platform::SecretStatus;
 using platform::SecretStatusCode;

@@ -7,8 +7,8 @@
 #include <variant>
 
 #include "foundation/Mutex.h"
-#include "platform/SecretStore.h"
 #include "platform/linux/storage/PrivateFile.h"
+#include "platform/storage/SecretStore.h"
 
 namespace quillard::xdg {
 
@@ -23,15 +23,13 @@ class FileSecrets {
   explicit FileSecrets(std::string folder);
 
   [[nodiscard]] platform::SecretReading copyMatching(std::string_view service, std::string_view account);
-  [[nodiscard]] platform::SecretStatus add(std::string_view service, std::string_view account,
-                                           const platform::Secret& data);
-  [[nodiscard]] platform::SecretStatus update(std::string_view service, std::string_view account,
-                                              const platform::Secret& data);
+  [[nodiscard]] platform::SecretStatus add(std::string_view service, std::string_view account, const Secret& data);
+  [[nodiscard]] platform::SecretStatus update(std::string_view service, std::string_view account, const Secret& data);
   [[nodiscard]] platform::SecretStatus remove(std::string_view service, std::string_view account);
 
  private:
   using Key = std::pair<std::string, std::string>;  // Service, account.
-  using Items = std::map<Key, platform::Secret>;
+  using Items = std::map<Key, Secret>;
   // No file: no items.
   std::variant<Items, platform::SecretStatus> load() QUILLARD_REQUIRES(mutex);
   platform::SecretStatus save(const Items& items) QUILLARD_REQUIRES(mutex);

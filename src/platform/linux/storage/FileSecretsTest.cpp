@@ -14,7 +14,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Secret;
 using platform::SecretStatusCode;
 
 class SecretFile : public testing::Test {

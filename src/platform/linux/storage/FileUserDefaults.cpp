@@ -5,7 +5,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Secret;
 using platform::UserDefaultsValue;
 
 constexpr std::size_t kLargestFile = 4 * 1024 * 1024;

@@ -5,11 +5,11 @@
 #include <string>
 
 #include "foundation/Mutex.h"
-#include "platform/Console.h"
-#include "platform/Executors.h"
-#include "platform/UserDefaults.h"
 #include "platform/linux/storage/PrivateFile.h"
 #include "platform/linux/storage/UserDefaultsText.h"
+#include "platform/process/Console.h"
+#include "platform/process/Executors.h"
+#include "platform/storage/UserDefaults.h"
 
 namespace quillard::xdg {
 

@@ -20,7 +20,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Date;
 using platform::UserDefaultsValue;
 using Texts = std::vector<std::string>;
 using Bytes = std::vector<std::uint8_t>;

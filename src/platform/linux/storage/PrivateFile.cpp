@@ -16,7 +16,6 @@ namespace quillard::xdg {
 namespace {
 
 using Kind = FileProblem::Kind;
-using platform::Secret;
 
 constexpr mode_t kOwnerOnlyFile = 0600;
 constexpr mode_t kOwnerOnlyFolder = 0700;

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/Secret.h"
+#include "values/Secret.h"
 
 namespace quillard::xdg {
 
@@ -32,7 +32,7 @@ class PrivateFile {
   // `folder` is absolute. It is made, with those above it, by the first write.
   PrivateFile(std::string folder, std::string name, std::size_t largest);
 
-  [[nodiscard]] std::variant<platform::Secret, FileProblem> read() const;
+  [[nodiscard]] std::variant<Secret, FileProblem> read() const;
   // Absent on success, when the bytes are on the disk.
   [[nodiscard]] std::optional<FileProblem> write(std::string_view bytes) const;
   // Gives the file a name that no file has yet, so that nothing overwrites it. The name; absent when that failed.

@@ -10,8 +10,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Seconds;
-using platform::Secret;
 using platform::SecretReading;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
@@ -115,7 +113,8 @@ class Deadline {
   std::thread thread;
 };
 
-// libsecret answers a service's request for a prompt by showing it. This kind of service object answers that it is locked.
+// libsecret answers a service's request for a prompt by showing it. This kind of service object answers that it is
+// locked.
 GError* promptRefusal() { return g_error_new_literal(secret_error_get_quark(), SECRET_ERROR_IS_LOCKED, kWouldPrompt); }
 
 GVariant* refusePromptSync(SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error) {

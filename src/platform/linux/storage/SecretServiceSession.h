@@ -7,8 +7,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/SecretStore.h"
-#include "platform/Time.h"
+#include "platform/storage/SecretStore.h"
+#include "values/Time.h"
 
 namespace quillard::xdg {
 
@@ -20,17 +20,15 @@ namespace quillard::xdg {
 class SecretServiceSession {
  public:
   using Opened = std::variant<std::unique_ptr<SecretServiceSession>, platform::SecretStatus>;
-  [[nodiscard]] static Opened open(platform::Seconds timeout);
+  [[nodiscard]] static Opened open(Seconds timeout);
 
   SecretServiceSession(const SecretServiceSession&) = delete;
   SecretServiceSession& operator=(const SecretServiceSession&) = delete;
   ~SecretServiceSession();
 
   [[nodiscard]] platform::SecretReading read(std::string_view service, std::string_view account);
-  [[nodiscard]] platform::SecretStatus add(std::string_view service, std::string_view account,
-                                           const platform::Secret& data);
-  [[nodiscard]] platform::SecretStatus update(std::string_view service, std::string_view account,
-                                              const platform::Secret& data);
+  [[nodiscard]] platform::SecretStatus add(std::string_view service, std::string_view account, const Secret& data);
+  [[nodiscard]] platform::SecretStatus update(std::string_view service, std::string_view account, const Secret& data);
   [[nodiscard]] platform::SecretStatus remove(std::string_view service, std::string_view account);
 
  private:

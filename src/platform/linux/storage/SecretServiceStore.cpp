@@ -7,14 +7,13 @@
 
 namespace quillard::xdg {
 
-using platform::Secret;
 using platform::SecretPlace;
 using platform::SecretReading;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
 
 SecretServiceStore::SecretServiceStore(const platform::Environment& environment, std::string dataFolder,
-                                       platform::Seconds timeout)
+                                       Seconds timeout)
     : environment(environment), timeout(timeout), file(std::move(dataFolder)) {}
 
 template <class Result, class Use>

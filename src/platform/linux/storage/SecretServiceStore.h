@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "platform/Environment.h"
-#include "platform/SecretStore.h"
-#include "platform/Time.h"
 #include "platform/linux/storage/FileSecrets.h"
+#include "platform/process/Environment.h"
+#include "platform/storage/SecretStore.h"
+#include "values/Time.h"
 
 namespace quillard::xdg {
 
@@ -17,19 +17,18 @@ namespace quillard::xdg {
 // one operation as a whole, is `other`.
 class SecretServiceStore final : public platform::SecretStore {
  public:
-  static constexpr platform::Seconds kTimeout{5};
+  static constexpr Seconds kTimeout{5};
 
   // `environment` is the process's own, in which the session bus is looked for, and outlives this object. `dataFolder`
   // as from `dataFolder`.
-  SecretServiceStore(const platform::Environment& environment, std::string dataFolder,
-                     platform::Seconds timeout = kTimeout);
+  SecretServiceStore(const platform::Environment& environment, std::string dataFolder, Seconds timeout = kTimeout);
 
   [[nodiscard]] platform::SecretReading copyMatching(platform::SecretPlace place, std::string_view service,
                                                      std::string_view account) override;
   [[nodiscard]] platform::SecretStatus add(platform::SecretPlace place, std::string_view service,
-                                           std::string_view account, const platform::Secret& data) override;
+                                           std::string_view account, const Secret& data) override;
   [[nodiscard]] platform::SecretStatus update(platform::SecretPlace place, std::string_view service,
-                                              std::string_view account, const platform::Secret& data) override;
+                                              std::string_view account, const Secret& data) override;
   [[nodiscard]] platform::SecretStatus remove(platform::SecretPlace place, std::string_view service,
                                               std::string_view account) override;
 
@@ -39,7 +38,7 @@ class SecretServiceStore final : public platform::SecretStore {
   Result inService(Use use);
 
   const platform::Environment& environment;
-  const platform::Seconds timeout;
+  const Seconds timeout;
   FileSecrets file;
 };
 

@@ -8,7 +8,6 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::Date;
 using platform::UserDefaultsValue;
 using Bytes = std::vector<std::uint8_t>;
 

@@ -7,7 +7,7 @@
 #include <variant>
 
 #include "foundation/StrictJson.h"
-#include "platform/UserDefaults.h"
+#include "platform/storage/UserDefaults.h"
 
 namespace quillard::xdg {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/Environment.h"
+#include "platform/process/Environment.h"
 
 namespace quillard::xdg {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Environment.h"
-#include "platform/LoginService.h"
+#include "platform/process/Environment.h"
+#include "platform/shell/LoginService.h"
 
 namespace quillard::desktop {
 

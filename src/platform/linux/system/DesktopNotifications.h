@@ -3,9 +3,9 @@
 #include <chrono>
 #include <memory>
 
-#include "platform/Environment.h"
-#include "platform/Executors.h"
-#include "platform/UserNotifications.h"
+#include "platform/process/Environment.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/UserNotifications.h"
 
 namespace quillard::desktop {
 

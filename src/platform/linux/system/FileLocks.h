@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Environment.h"
-#include "platform/LockFiles.h"
+#include "platform/process/Environment.h"
+#include "platform/process/LockFiles.h"
 
 namespace quillard::desktop {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "platform/Bundle.h"
-#include "platform/Environment.h"
-#include "platform/PropertyLists.h"
+#include "platform/process/Bundle.h"
+#include "platform/process/Environment.h"
+#include "platform/storage/PropertyLists.h"
 
 namespace quillard::desktop {
 

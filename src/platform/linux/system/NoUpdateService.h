@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/UpdateService.h"
+#include "platform/shell/UpdateService.h"
 
 namespace quillard::desktop {
 

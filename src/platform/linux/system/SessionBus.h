@@ -9,7 +9,7 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
-#include "platform/Environment.h"
+#include "platform/process/Environment.h"
 
 namespace quillard::desktop {
 

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/Random.h"
+#include "platform/process/Random.h"
 
 namespace quillard::desktop {
 

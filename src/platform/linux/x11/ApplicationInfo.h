@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 #include "platform/linux/x11/X11Windows.h"
 
 namespace quillard::x11 {
@@ -24,7 +24,7 @@ struct ApplicationInfo {
 // Regular: has an ordinary window that wants a place in the task bar. Accessory: has other windows, such as dialogs, or
 // none (its prompts may come yet). Prohibited: all that it has are panels, notifications, or the desktop's background.
 [[nodiscard]] std::vector<ApplicationInfo> applicationInfos(const WindowsSnapshot& snapshot,
-                                                                const std::vector<std::int32_t>& accessible);
+                                                            const std::vector<std::int32_t>& accessible);
 
 // What happened between two looks.
 struct WorkspaceState {

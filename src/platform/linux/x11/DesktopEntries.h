@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Environment.h"
+#include "platform/process/Environment.h"
 
 namespace quillard::x11 {
 

@@ -7,7 +7,6 @@
 namespace quillard::x11 {
 namespace {
 
-using platform::Seconds;
 using std::chrono::steady_clock;
 
 constexpr Seconds kFirstRetry{5};
@@ -39,7 +38,7 @@ void DesktopWatch::connect() {
   notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(server->get()), QSocketNotifier::Read);
   QObject::connect(notifier.get(), &QSocketNotifier::activated, [this] { takeEvents(); });
   watchRoot();
-  look();
+  read();
 }
 
 void DesktopWatch::disconnect() {
@@ -50,9 +49,9 @@ void DesktopWatch::disconnect() {
   watched.clear();
   readTask.reset();
   nameTask.reset();
-  seen = {};
+  snapshot = {};
   retryTask = mainThread.postAfter(retryDelay, [this] { connect(); });
-  listeners.tell(seen);
+  listeners.tell(snapshot);
 }
 
 void DesktopWatch::watchRoot() {
@@ -71,7 +70,7 @@ void DesktopWatch::takeEvents() {
   }
   if (server->isBroken()) return disconnect();
   if (urgency == Urgency::now) return readSoon();
-  if (urgency == Urgency::later && !nameTask) nameTask = mainThread.postAfter(kNameDelay, [this] { look(); });
+  if (urgency == Urgency::later && !nameTask) nameTask = mainThread.postAfter(kNameDelay, [this] { read(); });
 }
 
 DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) const {
@@ -99,32 +98,32 @@ DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) 
 
 void DesktopWatch::readSoon() {
   if (readTask) return;
-  const Seconds since = lookedAt ? Seconds{steady_clock::now() - *lookedAt} : kShortestGap;
-  if (since >= kShortestGap) return look();
-  readTask = mainThread.postAfter(kShortestGap - since, [this] { look(); });
+  const Seconds since = readAt ? Seconds{steady_clock::now() - *readAt} : kShortestGap;
+  if (since >= kShortestGap) return read();
+  readTask = mainThread.postAfter(kShortestGap - since, [this] { read(); });
 }
 
-void DesktopWatch::look() {
+void DesktopWatch::read() {
   readTask.reset();
   nameTask.reset();
-  const bool wasManaged = seen.active || seen.currentDesktop;
-  seen = windows.snapshot();
-  // What happened to a new window before its events were asked for is seen by looking again.
-  if (watchNewWindows()) seen = windows.snapshot();
-  lookedAt = steady_clock::now();
-  const bool isManaged = seen.active || seen.currentDesktop;
+  const bool wasManaged = snapshot.active || snapshot.currentDesktop;
+  snapshot = windows.snapshot();
+  // What happened to a new window before its events were asked for is found by reading again.
+  if (watchNewWindows()) snapshot = windows.snapshot();
+  readAt = steady_clock::now();
+  const bool isManaged = snapshot.active || snapshot.currentDesktop;
   if (isManaged != wasManaged) watchRoot();
   // While this waited for replies, events may have come that its socket will not tell of again.
   mainThread.post([this, alive = std::weak_ptr<char>(life)] {
     if (!alive.expired() && server) takeEvents();
   });
-  listeners.tell(seen);
+  listeners.tell(snapshot);
 }
 
 bool DesktopWatch::watchNewWindows() {
   std::set<WindowID> present;
   bool isNew = false;
-  for (const auto& window : seen.windows) {
+  for (const auto& window : snapshot.windows) {
     present.insert(window.id);
     if (watched.contains(window.id)) continue;
     constexpr std::uint32_t kEvents = XCB_EVENT_MASK_PROPERTY_CHANGE;
@@ -133,7 +132,7 @@ bool DesktopWatch::watchNewWindows() {
   }
   watched = std::move(present);
   if (!isNew) return false;
-  // Its answer comes when the server has seen the requests above.
+  // Its answer comes when the server has processed the requests above.
   const ReplyPointer<xcb_get_input_focus_reply_t> sign{
       xcb_get_input_focus_reply(server->get(), xcb_get_input_focus(server->get()), nullptr)};
   return true;

@@ -9,10 +9,10 @@
 
 #include <QtCore/QSocketNotifier>
 
-#include "platform/Executors.h"
 #include "platform/linux/x11/Listeners.h"
 #include "platform/linux/x11/ServerConnection.h"
 #include "platform/linux/x11/X11Windows.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::x11 {
 
@@ -36,7 +36,7 @@ class DesktopWatch {
     return listeners.add(std::move(onRead));
   }
   // What was seen last.
-  [[nodiscard]] const WindowsSnapshot& lastSnapshot() const { return seen; }
+  [[nodiscard]] const WindowsSnapshot& lastSnapshot() const { return snapshot; }
 
  private:
   enum class Urgency { none, later, now };
@@ -46,9 +46,9 @@ class DesktopWatch {
   void takeEvents();
   [[nodiscard]] Urgency urgencyOf(const xcb_generic_event_t& event) const;
   void readSoon();
-  void look();
+  void read();
   void watchRoot();
-  // Asks for the events of windows that are new in `seen`. False when all were known.
+  // Asks for the events of windows that are new in `snapshot`. False when all were known.
   bool watchNewWindows();
 
   const std::optional<std::string> displayName;
@@ -57,9 +57,9 @@ class DesktopWatch {
   std::unique_ptr<ServerConnection> server;
   std::unique_ptr<QSocketNotifier> notifier;
   std::set<WindowID> watched;
-  WindowsSnapshot seen;
-  platform::Seconds retryDelay;
-  std::optional<std::chrono::steady_clock::time_point> lookedAt;
+  WindowsSnapshot snapshot;
+  Seconds retryDelay;
+  std::optional<std::chrono::steady_clock::time_point> readAt;
   platform::TaskHandle readTask;   // A look that is put off.
   platform::TaskHandle nameTask;   // A look for changed names.
   platform::TaskHandle retryTask;  // Another try to connect.

@@ -11,7 +11,7 @@
 namespace quillard::x11 {
 namespace {
 
-constexpr platform::Seconds kPartnerDelay{0.035};
+constexpr Seconds kPartnerDelay{0.035};
 
 }  // namespace
 

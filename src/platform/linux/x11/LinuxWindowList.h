@@ -4,13 +4,13 @@
 #include <set>
 #include <vector>
 
-#include "platform/Executors.h"
-#include "platform/WindowList.h"
+#include "platform/desktop/WindowList.h"
 #include "platform/linux/x11/AccessibleProcesses.h"
 #include "platform/linux/x11/DesktopWatch.h"
 #include "platform/linux/x11/Listeners.h"
 #include "platform/linux/x11/RunningPrograms.h"
 #include "platform/linux/x11/X11Windows.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::x11 {
 

@@ -42,8 +42,8 @@ bool isOfDesktop(const Window& window) { return window.type == WindowType::deskt
 
 LinuxWorkspace::LinuxWorkspace(const Sources& sources)
     : sources(sources), agents(sources.processes, sources.processes.sessionFolder(::getpid())) {
-  const Look look = lookAt(sources.watch.lastSnapshot());
-  told = {.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
+  const Reading reading = read(sources.watch.lastSnapshot());
+  reported = {.applications = applications(reading), .currentDesktop = reading.snapshot.currentDesktop};
   windowSubscription = sources.watch.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
   accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.watch.lastSnapshot()); });
 }
@@ -80,20 +80,20 @@ std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_
 }
 
 bool LinuxWorkspace::activate(std::int32_t processIdentifier) {
-  const Look look = lookAt(sources.windows.snapshot());
-  const auto own = windowsOf(processIdentifier, look);
+  const Reading reading = read(sources.windows.snapshot());
+  const auto own = windowsOf(processIdentifier, reading);
   if (own.empty()) return false;
   forgetReading();
   bool isAsked = false;
   for (const auto& window : own) {
-    if (isOnScreen(window, look.snapshot)) isAsked = sources.windows.activate(window.id) || isAsked;
+    if (isOnScreen(window, reading.snapshot)) isAsked = sources.windows.activate(window.id) || isAsked;
   }
   return isAsked || sources.windows.activate(own.back().id);
 }
 
 bool LinuxWorkspace::unhide(std::int32_t processIdentifier) {
-  const Look look = lookAt(sources.windows.snapshot());
-  const auto own = windowsOf(processIdentifier, look);
+  const Reading reading = read(sources.windows.snapshot());
+  const auto own = windowsOf(processIdentifier, reading);
   if (own.empty()) return false;
   forgetReading();
   return std::all_of(own.begin(), own.end(),
@@ -104,7 +104,7 @@ bool LinuxWorkspace::terminate(std::int32_t processIdentifier) {
   const ProcessHandle handle(processIdentifier);
   const auto application = runningApplication(processIdentifier);
   if (!application) return false;
-  const auto own = windowsOf(processIdentifier, lookAt(sources.windows.snapshot()));
+  const auto own = windowsOf(processIdentifier, read(sources.windows.snapshot()));
   if (own.empty() || application->bundleIdentifier == kAgentIdentifier) return handle.terminate();
   bool isAsked = true;
   for (const auto& window : own) isAsked = sources.windows.close(window.id) && isAsked;
@@ -118,7 +118,7 @@ platform::SubscriptionHandle LinuxWorkspace::observe(std::function<void(const pl
 LinuxWorkspace::Reading LinuxWorkspace::recentReading() {
   const MutexLock lock(mutex);
   if (!lastReading || steady_clock::now() - lastReading->moment > kLongestReuse) {
-    lastReading = lookAt(sources.windows.snapshot());
+    lastReading = read(sources.windows.snapshot());
   }
   return *lastReading;
 }
@@ -128,7 +128,7 @@ void LinuxWorkspace::forgetReading() {
   lastReading.reset();
 }
 
-LinuxWorkspace::Reading LinuxWorkspace::lookAt(WindowsSnapshot snapshot) {
+LinuxWorkspace::Reading LinuxWorkspace::read(WindowsSnapshot snapshot) {
   auto infos = applicationInfos(snapshot, sources.accessible.processIdentifiers());
   return {.snapshot = std::move(snapshot), .infos = std::move(infos), .moment = steady_clock::now()};
 }
@@ -145,19 +145,19 @@ std::optional<RunningApplication> LinuxWorkspace::application(const ApplicationI
   return application;
 }
 
-std::vector<RunningApplication> LinuxWorkspace::applications(const Look& look) {
+std::vector<RunningApplication> LinuxWorkspace::applications(const Reading& reading) {
   std::vector<RunningApplication> found;
-  for (const auto& info : look.infos) {
+  for (const auto& info : reading.infos) {
     if (auto known = application(info)) found.push_back(std::move(*known));
   }
   return found;
 }
 
 // Bottom to top, without panels and the like. None for processes of other users.
-std::vector<Window> LinuxWorkspace::windowsOf(std::int32_t processIdentifier, const Look& look) {
+std::vector<Window> LinuxWorkspace::windowsOf(std::int32_t processIdentifier, const Reading& reading) {
   if (!sources.processes.process(processIdentifier)) return {};
   std::vector<Window> own;
-  for (const auto& window : look.snapshot.windows) {
+  for (const auto& window : reading.snapshot.windows) {
     if (window.processIdentifier == processIdentifier && !isOfDesktop(window)) own.push_back(window);
   }
   return own;
@@ -165,9 +165,9 @@ std::vector<Window> LinuxWorkspace::windowsOf(std::int32_t processIdentifier, co
 
 void LinuxWorkspace::desktopChanged(const WindowsSnapshot& snapshot) {
   forgetReading();
-  const Look look = lookAt(snapshot);
-  WorkspaceState now{.applications = applications(look), .currentDesktop = look.snapshot.currentDesktop};
-  const auto events = eventsBetween(std::exchange(told, now), now);
+  const Reading reading = read(snapshot);
+  WorkspaceState now{.applications = applications(reading), .currentDesktop = reading.snapshot.currentDesktop};
+  const auto events = eventsBetween(std::exchange(reported, now), now);
   for (const auto& event : events) listeners.tell(event);
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 #include "platform/linux/system/DesktopOpener.h"
 #include "platform/linux/x11/AccessibleProcesses.h"
 #include "platform/linux/x11/AgentProcesses.h"
@@ -68,26 +68,26 @@ class LinuxWorkspace final : public platform::Workspace {
       std::function<void(const platform::WorkspaceEvent&)> onEvent) override;
 
  private:
-  struct Look {
+  struct Reading {
     WindowsSnapshot snapshot;
     std::vector<ApplicationInfo> infos;
     std::chrono::steady_clock::time_point moment;
   };
 
-  [[nodiscard]] Look recentReading();
+  [[nodiscard]] Reading recentReading();
   void forgetReading();
-  [[nodiscard]] Look lookAt(WindowsSnapshot snapshot);
+  [[nodiscard]] Reading read(WindowsSnapshot snapshot);
   // Absent when the process is another user's or has gone.
   [[nodiscard]] std::optional<platform::RunningApplication> application(const ApplicationInfo& info);
-  [[nodiscard]] std::vector<platform::RunningApplication> applications(const Look& look);
-  [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Look& look);
+  [[nodiscard]] std::vector<platform::RunningApplication> applications(const Reading& reading);
+  [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Reading& reading);
   void desktopChanged(const WindowsSnapshot& snapshot);
 
   const Sources sources;
   const AgentProcesses agents;
   Mutex mutex;
-  std::optional<Look> lastReading QUILLARD_GUARDED_BY(mutex);
-  WorkspaceState told;  // Main thread only, like all below.
+  std::optional<Reading> lastReading QUILLARD_GUARDED_BY(mutex);
+  WorkspaceState reported;  // Main thread only, like all below.
   Listeners<platform::WorkspaceEvent> listeners;
   platform::SubscriptionHandle windowSubscription;
   platform::SubscriptionHandle accessibleSubscription;

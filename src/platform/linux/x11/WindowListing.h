@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/WindowList.h"
+#include "platform/desktop/WindowList.h"
 #include "platform/linux/x11/X11Windows.h"
 
 namespace quillard::x11 {
@@ -20,7 +20,7 @@ inline constexpr std::int64_t kNotificationLayer = 25;
 
 // As a person sees the window: with the frame that the window manager draws around it, without the shadow that the
 // client draws inside its own. Never of negative size.
-[[nodiscard]] platform::Rect visibleBounds(const Window& window);
+[[nodiscard]] Rect visibleBounds(const Window& window);
 
 // On the present desktop, or on all of them. True when nobody says.
 [[nodiscard]] bool isOnCurrentDesktop(const Window& window, const WindowsSnapshot& snapshot);

@@ -8,14 +8,13 @@
 namespace quillard::x11 {
 namespace {
 
-using platform::Rect;
 using platform::WindowListEntry;
 using platform::WindowListOptions;
 
 Window shown(WindowID id) { return {.id = id, .isMapped = true, .clientBounds = {100, 100, 300, 200}}; }
 
 WindowsSnapshot desktop(std::vector<Window> windows) {
-  return {.windows = std::move(windows), .currentDesktop = 0, .screen = platform::Size{1280, 1024}};
+  return {.windows = std::move(windows), .currentDesktop = 0, .screen = Size{1280, 1024}};
 }
 
 std::vector<WindowListEntry> list(const WindowsSnapshot& snapshot, WindowListOptions options) {

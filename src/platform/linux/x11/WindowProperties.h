@@ -47,7 +47,7 @@ struct RawWindow {
   Property frame;
   Property gtkFrame;
   Property opacity;
-  platform::Rect clientBounds;
+  Rect clientBounds;
   bool isViewable = false;  // For the X server: it and all its ancestors are mapped.
 };
 

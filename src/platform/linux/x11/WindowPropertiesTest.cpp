@@ -77,7 +77,7 @@ TEST(WindowProperties, ReadsAnOrdinaryWindow) {
   EXPECT_TRUE(window.isMapped);
   EXPECT_EQ(window.desktop, 2U);
   EXPECT_EQ(window.transientFor, 0x300U);
-  EXPECT_EQ(window.clientBounds, (platform::Rect{10, 20, 300, 200}));
+  EXPECT_EQ(window.clientBounds, (Rect{10, 20, 300, 200}));
   EXPECT_EQ(window.frame, (Extents{.left = 1, .right = 2, .top = 3, .bottom = 4}));
   EXPECT_EQ(window.gtkFrame, (Extents{.left = 14, .right = 14, .top = 12, .bottom = 17}));
   EXPECT_NEAR(window.opacity, 0.5, 1e-6);

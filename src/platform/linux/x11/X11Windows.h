@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Geometry.h"
+#include "values/Geometry.h"
 
 namespace quillard::x11 {
 
@@ -38,7 +38,7 @@ struct Window {
   bool isMapped = false;  // Neither minimised nor withdrawn, on whatever desktop the window manager keeps it.
   std::optional<std::uint32_t> desktop;  // Absent: on all of them, or nobody says.
   std::optional<WindowID> transientFor;  // Never the root window.
-  platform::Rect clientBounds;           // Of the client's own window, without the frame.
+  Rect clientBounds;                     // Of the client's own window, without the frame.
   Extents frame;                         // _NET_FRAME_EXTENTS: what the window manager draws around it.
   std::optional<Extents> gtkFrame;       // _GTK_FRAME_EXTENTS: the client's own shadow, inside `clientBounds`.
   double opacity = 1;                    // _NET_WM_WINDOW_OPACITY, 0 to 1.
@@ -49,7 +49,7 @@ struct WindowsSnapshot {
   std::vector<Window> windows;  // Bottom to top.
   std::optional<WindowID> active;
   std::optional<std::uint32_t> currentDesktop;
-  std::optional<platform::Size> screen;  // Of the root window. Absent without an X server.
+  std::optional<Size> screen;  // Of the root window. Absent without an X server.
   bool operator==(const WindowsSnapshot&) const = default;
 };
 
@@ -62,7 +62,7 @@ class Windows {
   [[nodiscard]] virtual WindowsSnapshot snapshot() = 0;
   // The window of the client list that a click at `point` would reach: nothing lies above it there, not even what is in
   // no list, such as menus and notifications. Absent: nothing of the list, or it cannot be told.
-  [[nodiscard]] virtual std::optional<WindowID> windowAt(platform::Point /*point*/) { return std::nullopt; }
+  [[nodiscard]] virtual std::optional<WindowID> windowAt(Point /*point*/) { return std::nullopt; }
   // Asks the window manager, as a pager does: in front, restored, on its desktop, with the keyboard. False: could not
   // be asked.
   virtual bool activate(WindowID window) = 0;

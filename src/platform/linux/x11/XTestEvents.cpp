@@ -13,7 +13,6 @@ namespace {
 
 using platform::KeyCode;
 using platform::MouseEventType;
-using platform::Point;
 using platform::SyntheticEvent;
 
 constexpr std::uint8_t kLeftButton = 1;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
-#include "platform/SyntheticEvents.h"
+#include "platform/desktop/SyntheticEvents.h"
 #include "platform/linux/x11/ServerConnection.h"
 #include "platform/linux/x11/X11Windows.h"
 
@@ -42,7 +42,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   ~XTestEvents() override;
 
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
-                                                                           platform::Point position) override;
+                                                                           Point position) override;
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
@@ -54,7 +54,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   using Gate = std::function<bool(const ServerConnection&)>;
 
   [[nodiscard]] ServerConnection* testableServer();
-  [[nodiscard]] bool isOnScreen(const ServerConnection& server, platform::Point position) const;
+  [[nodiscard]] bool isOnScreen(const ServerConnection& server, Point position) const;
   void post(const ServerConnection& server, const Event& event);
   // Between the gate's look and the event, the server serves nobody else. False when the gate said no.
   bool postIf(const ServerConnection& server, const Gate& gate, const Event& event);

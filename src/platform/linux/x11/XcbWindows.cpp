@@ -25,7 +25,7 @@ struct RootAnswers {
   bool isManaged = true;  // Whether a window manager lists the windows.
   std::optional<WindowID> active;
   std::optional<std::uint32_t> currentDesktop;
-  std::optional<platform::Size> screen;
+  std::optional<Size> screen;
 };
 
 std::vector<WindowID> childrenOf(const ServerConnection& server, xcb_query_tree_cookie_t cookie) {
@@ -141,7 +141,7 @@ WindowsSnapshot XcbWindows::snapshot() {
   return snapshot;
 }
 
-std::optional<WindowID> XcbWindows::windowAt(platform::Point point) {
+std::optional<WindowID> XcbWindows::windowAt(Point point) {
   // Window manager's frames are a few windows deep.
   constexpr int kDeepest = 8;
   constexpr double kScreenEnd = 32767;

@@ -24,7 +24,7 @@ class XcbWindows final : public Windows {
   [[nodiscard]] bool isAvailable() const override;
   [[nodiscard]] WindowsSnapshot snapshot() override;
   // Changes to the window's desktop first, if it is on another one.
-  [[nodiscard]] std::optional<WindowID> windowAt(platform::Point point) override;
+  [[nodiscard]] std::optional<WindowID> windowAt(Point point) override;
   bool activate(WindowID window) override;
 
   // Asks the window manager to close the window, as its own close button does. False: could not be asked.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Executors.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

@@ -14,10 +14,10 @@ class EnclosedExecutor final : public platform::SerialExecutor {
       : enclosure(std::move(enclosure)), beneath(beneath) {}
 
   void post(Turn turn) override { beneath.post(enclosed(std::move(turn))); }
-  [[nodiscard]] platform::TaskHandle postAfter(platform::Seconds delay, Turn turn) override {
+  [[nodiscard]] platform::TaskHandle postAfter(Seconds delay, Turn turn) override {
     return beneath.postAfter(delay, enclosed(std::move(turn)));
   }
-  [[nodiscard]] platform::TaskHandle repeatEvery(platform::Seconds interval, Turn turn) override {
+  [[nodiscard]] platform::TaskHandle repeatEvery(Seconds interval, Turn turn) override {
     return beneath.repeatEvery(interval, enclosed(std::move(turn)));
   }
   [[nodiscard]] bool isCurrent() const override { return beneath.isCurrent(); }
@@ -38,10 +38,10 @@ class EnclosedQueue final : public platform::SerialExecutor {
       : queue(std::move(queue)), enclosed(*this->queue, enclosure) {}
 
   void post(Turn turn) override { enclosed.post(std::move(turn)); }
-  [[nodiscard]] platform::TaskHandle postAfter(platform::Seconds delay, Turn turn) override {
+  [[nodiscard]] platform::TaskHandle postAfter(Seconds delay, Turn turn) override {
     return enclosed.postAfter(delay, std::move(turn));
   }
-  [[nodiscard]] platform::TaskHandle repeatEvery(platform::Seconds interval, Turn turn) override {
+  [[nodiscard]] platform::TaskHandle repeatEvery(Seconds interval, Turn turn) override {
     return enclosed.repeatEvery(interval, std::move(turn));
   }
   [[nodiscard]] bool isCurrent() const override { return enclosed.isCurrent(); }

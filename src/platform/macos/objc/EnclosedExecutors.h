@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "platform/Executors.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

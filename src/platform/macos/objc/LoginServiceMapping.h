@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/LoginService.h"
+#include "platform/shell/LoginService.h"
 
 // What the login service answers, in our words. Pure functions.
 namespace quillard::macos {

@@ -3,9 +3,9 @@
 #include <functional>
 #include <memory>
 
-#include "platform/Application.h"
-#include "platform/Executors.h"
 #include "platform/macos/objc/LoopEnd.h"
+#include "platform/process/Application.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

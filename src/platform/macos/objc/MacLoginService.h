@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/LoginService.h"
+#include "platform/shell/LoginService.h"
 
 namespace quillard::macos {
 

@@ -14,7 +14,6 @@
 namespace quillard::macos {
 namespace {
 
-using platform::Seconds;
 using platform::Turn;
 
 // ---- LoopEnd, on the real loop

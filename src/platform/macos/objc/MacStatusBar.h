@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Executors.h"
-#include "platform/StatusItem.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/StatusItem.h"
 
 namespace quillard::macos {
 

@@ -53,7 +53,7 @@ class MacStatusItem final : public platform::StatusItem {
 
   void setLength(double points) override { item.length = points; }
 
-  void setImage(const platform::TemplateImage& image) override {
+  void setImage(const TemplateImage& image) override {
     @autoreleasepool {
       item.button.image = templateImage(image);
     }

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "platform/Executors.h"
-#include "platform/UserNotifications.h"
+#include "platform/process/Executors.h"
+#include "platform/shell/UserNotifications.h"
 
 namespace quillard::macos {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Executors.h"
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/process/Executors.h"
 
 namespace quillard::macos {
 

@@ -3,27 +3,27 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 namespace quillard::macos {
 
 // One path to draw and how: what a canvas has to be told, in its order. Points, origin at the bottom left.
 struct PathPlan {
   struct RoundedRect {
-    platform::Rect rect;
+    Rect rect;
     double radius = 0;
     bool operator==(const RoundedRect&) const = default;
   };
   struct Oval {
-    platform::Rect rect;
+    Rect rect;
     bool operator==(const Oval&) const = default;
   };
   struct Lines {
-    std::vector<platform::Point> points;  // Two at the least.
+    std::vector<Point> points;  // Two at the least.
     bool operator==(const Lines&) const = default;
   };
   struct Arc {  // Counter-clockwise, in degrees from the x axis.
-    platform::Point center;
+    Point center;
     double radius = 0;
     double startDegrees = 0;
     double endDegrees = 0;
@@ -38,6 +38,6 @@ struct PathPlan {
 
 // Steps that leave no mark are left out: lines of fewer than two points, and strokes without a width, which a canvas
 // would draw as thin as it can.
-[[nodiscard]] std::vector<PathPlan> pathPlans(const platform::TemplateImage& image);
+[[nodiscard]] std::vector<PathPlan> pathPlans(const TemplateImage& image);
 
 }  // namespace quillard::macos

@@ -6,14 +6,12 @@
 namespace quillard::macos {
 namespace {
 
-platform::TemplateImage imageOf(decltype(platform::TemplateImage::steps) steps) {
-  return {.size = {22, 18}, .steps = std::move(steps)};
-}
+TemplateImage imageOf(decltype(TemplateImage::steps) steps) { return {.size = {22, 18}, .steps = std::move(steps)}; }
 
 TEST(PathPlans, KeepTheOrderOfTheSteps) {
-  const auto plans = pathPlans(
-      imageOf({platform::RoundedRectStep{{1, 2, 3, 4}, 0.5, 2.0}, platform::OvalStep{{5, 6, 7, 8}, 1.5},
-               platform::PolylineStep{{{0, 0}, {1, 1}}, 1.0, true}, platform::ArcStep{{9, 9}, 3, -18, 45, 1.7, true}}));
+  const auto plans =
+      pathPlans(imageOf({RoundedRectStep{{1, 2, 3, 4}, 0.5, 2.0}, OvalStep{{5, 6, 7, 8}, 1.5},
+                         PolylineStep{{{0, 0}, {1, 1}}, 1.0, true}, ArcStep{{9, 9}, 3, -18, 45, 1.7, true}}));
   const std::vector<PathPlan> expected{
       {.shape = PathPlan::RoundedRect{{1, 2, 3, 4}, 0.5}, .lineWidth = 2.0},
       {.shape = PathPlan::Oval{{5, 6, 7, 8}}, .lineWidth = 1.5},
@@ -23,16 +21,15 @@ TEST(PathPlans, KeepTheOrderOfTheSteps) {
 }
 
 TEST(PathPlans, FillAnOvalWithoutALine) {
-  const auto plans = pathPlans(imageOf({platform::OvalStep{{1, 1, 4, 4}, 0}}));
+  const auto plans = pathPlans(imageOf({OvalStep{{1, 1, 4, 4}, 0}}));
   ASSERT_EQ(plans.size(), 1U);
   EXPECT_EQ(plans.front().lineWidth, 0);
 }
 
 TEST(PathPlans, LeaveOutWhatLeavesNoMark) {
-  EXPECT_TRUE(pathPlans(imageOf({platform::PolylineStep{{}, 1.0, false}, platform::PolylineStep{{{1, 1}}, 1.0, false},
-                                 platform::PolylineStep{{{1, 1}, {2, 2}}, 0, false},
-                                 platform::RoundedRectStep{{1, 1, 2, 2}, 1, 0}, platform::OvalStep{{1, 1, 2, 2}, -1},
-                                 platform::ArcStep{{1, 1}, 1, 0, 90, 0, false}}))
+  EXPECT_TRUE(pathPlans(imageOf({PolylineStep{{}, 1.0, false}, PolylineStep{{{1, 1}}, 1.0, false},
+                                 PolylineStep{{{1, 1}, {2, 2}}, 0, false}, RoundedRectStep{{1, 1, 2, 2}, 1, 0},
+                                 OvalStep{{1, 1, 2, 2}, -1}, ArcStep{{1, 1}, 1, 0, 90, 0, false}}))
                   .empty());
 }
 

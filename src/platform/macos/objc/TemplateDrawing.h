@@ -2,11 +2,11 @@
 
 #import <AppKit/AppKit.h>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 namespace quillard::macos {
 
 // The picture for the menu bar, which the system tints. For Objective-C++ only. Main thread.
-[[nodiscard]] NSImage* _Nonnull templateImage(const platform::TemplateImage& image);
+[[nodiscard]] NSImage* _Nonnull templateImage(const TemplateImage& image);
 
 }  // namespace quillard::macos

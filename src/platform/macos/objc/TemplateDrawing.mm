@@ -9,8 +9,8 @@
 namespace quillard::macos {
 namespace {
 
-NSRect nsRect(const platform::Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, rect.height); }
-NSPoint nsPoint(platform::Point point) { return NSMakePoint(point.x, point.y); }
+NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, rect.height); }
+NSPoint nsPoint(Point point) { return NSMakePoint(point.x, point.y); }
 
 struct PathMaker {
   NSBezierPath* operator()(const PathPlan::RoundedRect& shape) const {
@@ -50,7 +50,7 @@ void draw(const PathPlan& plan) {
 
 }  // namespace
 
-NSImage* templateImage(const platform::TemplateImage& image) {
+NSImage* templateImage(const TemplateImage& image) {
   const std::vector<PathPlan> plans = pathPlans(image);
   NSImage* const drawn = [NSImage imageWithSize:NSMakeSize(image.size.width, image.size.height)
                                         flipped:NO

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/Workspace.h"
+#include "platform/desktop/Workspace.h"
 
 // The workspace's numbers and names in our words, and back. Pure functions.
 namespace quillard::macos {

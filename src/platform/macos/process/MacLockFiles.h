@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/LockFiles.h"
+#include "platform/process/LockFiles.h"
 
 namespace quillard::macos {
 

@@ -5,7 +5,7 @@
 
 #include <QtWidgets/QPushButton>
 
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

@@ -20,7 +20,7 @@ constexpr double kRadius = 12;
 
 CodeView::CodeView(QWidget* parent) : QWidget(parent) { hide(); }
 
-void CodeView::setContent(const std::optional<platform::Bitmap>& bitmap, const std::string& placeholderSymbol,
+void CodeView::setContent(const std::optional<Bitmap>& bitmap, const std::string& placeholderSymbol,
                           const std::string& name) {
   grid = bitmap ? moduleGrid(*bitmap) : ModuleGrid{};
   symbol = placeholderSymbol;

@@ -5,8 +5,8 @@
 
 #include <QtWidgets/QWidget>
 
-#include "platform/Images.h"
 #include "platform/qt/window/ModuleGrid.h"
+#include "values/Images.h"
 
 namespace quillard::qt {
 
@@ -17,8 +17,7 @@ class CodeView final : public QWidget {
   explicit CodeView(QWidget* parent);
 
   // With neither a code nor a symbol, nothing is shown. `name`: what assistive programs call the picture.
-  void setContent(const std::optional<platform::Bitmap>& bitmap, const std::string& placeholderSymbol,
-                  const std::string& name);
+  void setContent(const std::optional<Bitmap>& bitmap, const std::string& placeholderSymbol, const std::string& name);
 
   // The side of the square that it wants, given so much room.
   [[nodiscard]] int sideFor(int room) const;

@@ -10,18 +10,18 @@ constexpr std::uint8_t kLightest = 128;
 
 class Pixels {
  public:
-  explicit Pixels(const platform::Bitmap& bitmap) : bitmap(bitmap) {}
+  explicit Pixels(const Bitmap& bitmap) : bitmap(bitmap) {}
   [[nodiscard]] bool isLight(int x, int y) const {
     const auto row = static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width);
     return bitmap.pixels[row + static_cast<std::size_t>(x)] >= kLightest;
   }
 
  private:
-  const platform::Bitmap& bitmap;
+  const Bitmap& bitmap;
 };
 
 // Every place where light turns to dark lies on a border between modules, so their distance to the edges tells.
-int moduleSide(const platform::Bitmap& bitmap) {
+int moduleSide(const Bitmap& bitmap) {
   const Pixels pixels{bitmap};
   int side = std::gcd(bitmap.width, bitmap.height);
   for (int y = 0; y < bitmap.height && side > 1; ++y) {
@@ -33,14 +33,14 @@ int moduleSide(const platform::Bitmap& bitmap) {
   return side;
 }
 
-bool isWhole(const platform::Bitmap& bitmap) {
+bool isWhole(const Bitmap& bitmap) {
   if (bitmap.width <= 0 || bitmap.height <= 0) return false;
   return bitmap.pixels.size() == static_cast<std::size_t>(bitmap.width) * static_cast<std::size_t>(bitmap.height);
 }
 
 }  // namespace
 
-ModuleGrid moduleGrid(const platform::Bitmap& bitmap) {
+ModuleGrid moduleGrid(const Bitmap& bitmap) {
   if (!isWhole(bitmap)) return {};
   const int side = moduleSide(bitmap);
   const Pixels pixels{bitmap};

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 namespace quillard::qt {
 
@@ -16,6 +16,6 @@ struct ModuleGrid {
 };
 
 // The largest modules that the bitmap can be made of. Empty for a bitmap that is not as long as it says.
-[[nodiscard]] ModuleGrid moduleGrid(const platform::Bitmap& bitmap);
+[[nodiscard]] ModuleGrid moduleGrid(const Bitmap& bitmap);
 
 }  // namespace quillard::qt

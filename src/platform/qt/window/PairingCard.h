@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/CardView.h"
 #include "platform/qt/window/CodeView.h"
 #include "platform/qt/window/PillView.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

@@ -3,8 +3,8 @@
 #include <functional>
 #include <vector>
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/ActionButton.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

@@ -5,8 +5,8 @@
 
 #include <QtWidgets/QMenu>
 
-#include "platform/Application.h"
-#include "platform/StatusItem.h"
+#include "platform/process/Application.h"
+#include "platform/shell/StatusItem.h"
 
 namespace quillard::qt {
 

@@ -49,7 +49,7 @@ void QtStatusItem::draw() {
 
 void QtStatusItem::setLength(double /*points*/) {}
 
-void QtStatusItem::setImage(const platform::TemplateImage& newImage) {
+void QtStatusItem::setImage(const TemplateImage& newImage) {
   if (newImage == image) return;
   image = newImage;
   draw();

@@ -2,9 +2,9 @@
 
 #include <QtWidgets/QSystemTrayIcon>
 
-#include "platform/StatusItem.h"
 #include "platform/qt/window/TrayMenu.h"
 #include "platform/qt/window/TrayWatch.h"
+#include "platform/shell/StatusItem.h"
 
 namespace quillard::qt {
 
@@ -16,7 +16,7 @@ class QtStatusItem final : public QObject, public platform::StatusItem {
 
   // Trays give every icon a square, whose size is theirs to choose.
   void setLength(double points) override;
-  void setImage(const platform::TemplateImage& image) override;
+  void setImage(const TemplateImage& image) override;
   void setToolTip(const std::string& text) override;
 
  protected:
@@ -27,7 +27,7 @@ class QtStatusItem final : public QObject, public platform::StatusItem {
   void draw();
 
   const std::function<void()> onClick;
-  platform::TemplateImage image;
+  TemplateImage image;
   QString toolTip;
   std::unique_ptr<TrayMenu> menu;   // None in a menu bar, where a click opens the window at once.
   QSystemTrayIcon* icon = nullptr;  // A child; null until there is a tray.

@@ -8,9 +8,9 @@ namespace quillard::qt {
 namespace {
 
 // One pixel a module: all there is to know of a code, in a hundredth of its size.
-platform::Bitmap shrunk(const platform::Bitmap& bitmap) {
+Bitmap shrunk(const Bitmap& bitmap) {
   const ModuleGrid grid = moduleGrid(bitmap);
-  platform::Bitmap small{.width = grid.width, .height = grid.height, .pixels = {}};
+  Bitmap small{.width = grid.width, .height = grid.height, .pixels = {}};
   small.pixels.reserve(grid.isLight.size());
   for (const bool isLight : grid.isLight) small.pixels.push_back(isLight ? 255 : 0);
   return small;

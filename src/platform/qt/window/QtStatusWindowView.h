@@ -3,8 +3,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QRect>
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/StatusWindow.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

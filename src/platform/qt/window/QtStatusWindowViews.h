@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/StatusWindowView.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

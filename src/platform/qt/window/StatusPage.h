@@ -2,10 +2,10 @@
 
 #include <array>
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/HeaderView.h"
 #include "platform/qt/window/PairingCard.h"
 #include "platform/qt/window/StatusRowCard.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

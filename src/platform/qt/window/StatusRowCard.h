@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/CardView.h"
 #include "platform/qt/window/WrappedLabel.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

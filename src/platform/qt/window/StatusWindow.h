@@ -6,9 +6,9 @@
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QWidget>
 
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/DesktopColorScheme.h"
 #include "platform/qt/window/StatusPage.h"
+#include "platform/shell/StatusWindowView.h"
 
 namespace quillard::qt {
 

@@ -12,22 +12,22 @@ namespace {
 
 constexpr double kHaloWidth = 1.6;
 
-QRectF toQRectF(const platform::Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
+QRectF toQRectF(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
 
 // What one step covers, with y growing upwards as in the step.
 class StepShape {
  public:
-  QPainterPath operator()(const platform::RoundedRectStep& step) const {
+  QPainterPath operator()(const RoundedRectStep& step) const {
     QPainterPath path;
     path.addRoundedRect(toQRectF(step.rect), step.radius, step.radius);
     return outlined(path, step.lineWidth, false);
   }
-  QPainterPath operator()(const platform::OvalStep& step) const {
+  QPainterPath operator()(const OvalStep& step) const {
     QPainterPath path;
     path.addEllipse(toQRectF(step.rect));
     return step.lineWidth > 0 ? outlined(path, step.lineWidth, false) : path;
   }
-  QPainterPath operator()(const platform::PolylineStep& step) const {
+  QPainterPath operator()(const PolylineStep& step) const {
     QPainterPath path;
     for (std::size_t i = 0; i < step.points.size(); ++i) {
       const QPointF point{step.points[i].x, step.points[i].y};
@@ -35,7 +35,7 @@ class StepShape {
     }
     return outlined(path, step.lineWidth, step.roundCapsAndJoins);
   }
-  QPainterPath operator()(const platform::ArcStep& step) const {
+  QPainterPath operator()(const ArcStep& step) const {
     const QRectF box{step.center.x - step.radius, step.center.y - step.radius, 2 * step.radius, 2 * step.radius};
     double span = step.endDegrees - step.startDegrees;
     if (span < 0) span += 360;
@@ -57,7 +57,7 @@ class StepShape {
 
 class TemplateImageEngine final : public QIconEngine {
  public:
-  TemplateImageEngine(platform::TemplateImage image, IconInk ink) : image(std::move(image)), ink(std::move(ink)) {}
+  TemplateImageEngine(TemplateImage image, IconInk ink) : image(std::move(image)), ink(std::move(ink)) {}
 
   void paint(QPainter* painter, const QRect& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override {
     drawTemplateImage(*painter, image, rect, ink);
@@ -76,13 +76,13 @@ class TemplateImageEngine final : public QIconEngine {
   [[nodiscard]] QIconEngine* clone() const override { return new TemplateImageEngine(*this); }
 
  private:
-  platform::TemplateImage image;
+  TemplateImage image;
   IconInk ink;
 };
 
 }  // namespace
 
-void drawTemplateImage(QPainter& painter, const platform::TemplateImage& image, const QRectF& box, const IconInk& ink) {
+void drawTemplateImage(QPainter& painter, const TemplateImage& image, const QRectF& box, const IconInk& ink) {
   if (image.size.width <= 0 || image.size.height <= 0) return;
   const double scale = std::min(box.width() / image.size.width, box.height() / image.size.height);
   painter.save();
@@ -97,7 +97,7 @@ void drawTemplateImage(QPainter& painter, const platform::TemplateImage& image, 
   painter.restore();
 }
 
-QIcon templateImageIcon(const platform::TemplateImage& image, const IconInk& ink) {
+QIcon templateImageIcon(const TemplateImage& image, const IconInk& ink) {
   QIcon icon{new TemplateImageEngine(image, ink)};
   icon.setIsMask(!ink.halo.isValid());
   return icon;

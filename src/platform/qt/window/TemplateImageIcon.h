@@ -4,7 +4,7 @@
 #include <QtGui/QColor>
 #include <QtGui/QIcon>
 
-#include "platform/Images.h"
+#include "values/Images.h"
 
 class QPainter;
 
@@ -18,9 +18,9 @@ struct IconInk {
 };
 
 // Draws the picture as large as fits into `box`, in its middle.
-void drawTemplateImage(QPainter& painter, const platform::TemplateImage& image, const QRectF& box, const IconInk& ink);
+void drawTemplateImage(QPainter& painter, const TemplateImage& image, const QRectF& box, const IconInk& ink);
 
 // The picture as an icon, sharp at every size and scale.
-[[nodiscard]] QIcon templateImageIcon(const platform::TemplateImage& image, const IconInk& ink);
+[[nodiscard]] QIcon templateImageIcon(const TemplateImage& image, const IconInk& ink);
 
 }  // namespace quillard::qt

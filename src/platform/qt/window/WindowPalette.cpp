@@ -104,7 +104,7 @@ bool isDark(const QPalette& palette) {
   return luminance(palette.color(QPalette::Window)) < luminance(palette.color(QPalette::WindowText));
 }
 
-QColor toQColor(const platform::Color& color) {
+QColor toQColor(const Color& color) {
   const auto part = [](double value) { return static_cast<float>(std::clamp(value, 0.0, 1.0)); };
   return QColor::fromRgbF(part(color.red), part(color.green), part(color.blue), part(color.alpha));
 }

@@ -3,9 +3,9 @@
 #include <QtGui/QColor>
 #include <QtGui/QPalette>
 
-#include "platform/Images.h"
-#include "platform/StatusWindowView.h"
 #include "platform/qt/window/DesktopColorScheme.h"
+#include "platform/shell/StatusWindowView.h"
+#include "values/Images.h"
 
 namespace quillard::qt {
 
@@ -19,7 +19,7 @@ namespace quillard::qt {
 // Whether the desktop is dark, judged by the colours that it gives to all windows.
 [[nodiscard]] bool isDark(const QPalette& palette);
 
-[[nodiscard]] QColor toQColor(const platform::Color& color);
+[[nodiscard]] QColor toQColor(const Color& color);
 // The tint's colour, or that of secondary text.
 [[nodiscard]] QColor toQColor(const platform::Tint& tint, const QPalette& palette);
 

@@ -14,10 +14,10 @@ namespace quillard::qt {
 namespace {
 
 // "#" is dark; each module is a square of `scale` pixels.
-platform::Bitmap bitmapOf(const std::vector<std::string>& rows, int scale) {
-  platform::Bitmap bitmap{.width = static_cast<int>(rows.front().size()) * scale,
-                          .height = static_cast<int>(rows.size()) * scale,
-                          .pixels = {}};
+Bitmap bitmapOf(const std::vector<std::string>& rows, int scale) {
+  Bitmap bitmap{.width = static_cast<int>(rows.front().size()) * scale,
+                .height = static_cast<int>(rows.size()) * scale,
+                .pixels = {}};
   for (int y = 0; y < bitmap.height; ++y) {
     for (int x = 0; x < bitmap.width; ++x) {
       const bool isDark = rows[static_cast<std::size_t>(y / scale)][static_cast<std::size_t>(x / scale)] == '#';

@@ -1,0 +1,1 @@
+// What a precompiled header is made for.

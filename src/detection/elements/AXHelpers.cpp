@@ -1,0 +1,129 @@
+#include "detection/elements/AXHelpers.h"
+
+#include <algorithm>
+
+#include "foundation/Numbers.h"
+#include "foundation/Text.h"
+
+namespace quillard::AXHelpers {
+
+using platform::Accessibility;
+using platform::AXAttributeReader;
+using platform::AXUIElement;
+namespace ax = platform::ax;
+
+namespace {
+
+template <class T>
+std::optional<T> typedAttribute(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+  auto result = reader.copyAttributeValue(element, name);
+  if (!result.hasValue()) return std::nullopt;
+  auto value = std::move(result).value();
+  T* typed = std::get_if<T>(&value);
+  return typed ? std::optional<T>{std::move(*typed)} : std::nullopt;
+}
+
+std::optional<AXUIElement> systemWideAttribute(Accessibility& accessibility, AXAttributeReader& reader,
+                                               std::string_view name) {
+  const AXUIElement systemWide = accessibility.createSystemWide();
+  accessibility.setMessagingTimeout(systemWide, kMessagingTimeout);
+  return elementAttribute(reader, systemWide, name);
+}
+
+template <class Matches>
+std::optional<AXUIElement> nearest(AXAttributeReader& reader, AXUIElement element, int limit, Matches matches) {
+  for (int remaining = limit; remaining > 0; --remaining) {
+    if (matches(role(reader, element))) return element;
+    if (remaining == 1) break;  // Its parent would not be looked at any more.
+    auto parent = elementAttribute(reader, element, ax::kParent);
+    if (!parent) break;
+    element = *std::move(parent);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> stringAttribute(AXAttributeReader& reader, const AXUIElement& element,
+                                           std::string_view name) {
+  auto value = typedAttribute<std::string>(reader, element, name);
+  if (value && (value->size() > kLongestText || !text::isValidUtf8(*value))) return std::nullopt;
+  return value;
+}
+
+std::optional<bool> boolAttribute(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+  return typedAttribute<bool>(reader, element, name);
+}
+
+std::optional<AXUIElement> elementAttribute(AXAttributeReader& reader, const AXUIElement& element,
+                                            std::string_view name) {
+  return typedAttribute<AXUIElement>(reader, element, name);
+}
+
+std::vector<AXUIElement> children(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+  return typedAttribute<std::vector<AXUIElement>>(reader, element, name).value_or(std::vector<AXUIElement>{});
+}
+
+std::vector<AXUIElement> windows(AXAttributeReader& reader, const AXUIElement& element) {
+  return children(reader, element, ax::kWindows);
+}
+
+std::vector<std::string> actionNames(AXAttributeReader& reader, const AXUIElement& element) {
+  auto result = reader.copyActionNames(element);
+  return result.hasValue() ? std::move(result).value() : std::vector<std::string>{};
+}
+
+std::string role(AXAttributeReader& reader, const AXUIElement& element) {
+  return stringAttribute(reader, element, ax::kRole).value_or("");
+}
+
+std::string subrole(AXAttributeReader& reader, const AXUIElement& element) {
+  return stringAttribute(reader, element, ax::kSubrole).value_or("");
+}
+
+std::optional<AXUIElement> focusedWindow(Accessibility& accessibility, AXAttributeReader& reader) {
+  return systemWideAttribute(accessibility, reader, ax::kFocusedWindow);
+}
+
+std::optional<AXUIElement> focusedElement(Accessibility& accessibility, AXAttributeReader& reader) {
+  return systemWideAttribute(accessibility, reader, ax::kFocusedUIElement);
+}
+
+std::optional<Rect> frame(AXAttributeReader& reader, const AXUIElement& element) {
+  const auto position = typedAttribute<Point>(reader, element, ax::kPosition);
+  if (!position) return std::nullopt;
+  const auto size = typedAttribute<Size>(reader, element, ax::kSize);
+  if (!size) return std::nullopt;
+  const bool isPlace =
+      fitsInteger(position->x) && fitsInteger(position->y) && fitsInteger(size->width) && fitsInteger(size->height);
+  if (!isPlace) return std::nullopt;
+  return Rect{position->x, position->y, size->width, size->height};
+}
+
+std::optional<AXUIElement> nearestWindow(AXAttributeReader& reader, const AXUIElement& from, int limit) {
+  return nearest(reader, from, limit,
+                 [](std::string_view role) { return role == ax::kWindowRole || role == ax::kSheetRole; });
+}
+
+std::optional<AXUIElement> nearestButton(AXAttributeReader& reader, const AXUIElement& from, int limit) {
+  return nearest(reader, from, limit, [](std::string_view role) { return role == ax::kButtonRole; });
+}
+
+std::vector<AXUIElement> deeplyNestedChildren(AXAttributeReader& reader, const AXUIElement& root, int limit) {
+  std::vector<AXUIElement> result;
+  std::vector<AXUIElement> stack;
+  int remaining = std::max(limit, 0);
+  if (remaining > 0) stack = children(reader, root);
+  while (!stack.empty() && remaining > 0) {
+    AXUIElement element = std::move(stack.back());
+    stack.pop_back();
+    if (--remaining > 0) {  // The children of the last one would not be reached.
+      auto nested = children(reader, element);
+      std::move(nested.begin(), nested.end(), std::back_inserter(stack));
+    }
+    result.push_back(std::move(element));
+  }
+  return result;
+}
+
+}  // namespace quillard::AXHelpers

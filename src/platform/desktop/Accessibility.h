@@ -1,0 +1,216 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/Subscription.h"
+#include "values/Geometry.h"
+#include "values/Time.h"
+
+namespace quillard::platform {
+
+// The element model is neutral, in the vocabulary of AX (roles, attributes, actions, errors): each binding maps its own
+// system onto it. Names of attributes, roles and actions are exact, case-sensitive strings.
+namespace ax {
+inline constexpr std::string_view kRole = "AXRole";
+inline constexpr std::string_view kSubrole = "AXSubrole";
+inline constexpr std::string_view kTitle = "AXTitle";
+inline constexpr std::string_view kDescription = "AXDescription";
+inline constexpr std::string_view kValue = "AXValue";
+inline constexpr std::string_view kModal = "AXModal";
+inline constexpr std::string_view kChildren = "AXChildren";
+inline constexpr std::string_view kWindows = "AXWindows";
+inline constexpr std::string_view kParent = "AXParent";
+inline constexpr std::string_view kPosition = "AXPosition";
+inline constexpr std::string_view kSize = "AXSize";
+inline constexpr std::string_view kMainWindow = "AXMainWindow";
+inline constexpr std::string_view kFocusedWindow = "AXFocusedWindow";
+inline constexpr std::string_view kFocusedUIElement = "AXFocusedUIElement";
+inline constexpr std::string_view kMinimized = "AXMinimized";
+inline constexpr std::string_view kMain = "AXMain";
+inline constexpr std::string_view kFocused = "AXFocused";
+inline constexpr std::string_view kFrontmost = "AXFrontmost";
+inline constexpr std::string_view kDefaultButton = "AXDefaultButton";
+inline constexpr std::string_view kCancelButton = "AXCancelButton";
+
+inline constexpr std::string_view kApplicationRole = "AXApplication";
+inline constexpr std::string_view kWindowRole = "AXWindow";
+inline constexpr std::string_view kSheetRole = "AXSheet";
+inline constexpr std::string_view kButtonRole = "AXButton";
+inline constexpr std::string_view kStaticTextRole = "AXStaticText";
+inline constexpr std::string_view kTextFieldRole = "AXTextField";
+inline constexpr std::string_view kToolbarRole = "AXToolbar";
+inline constexpr std::string_view kOutlineRole = "AXOutline";
+inline constexpr std::string_view kTabGroupRole = "AXTabGroup";
+inline constexpr std::string_view kSidebarRole = "AXSidebar";
+inline constexpr std::string_view kGroupRole = "AXGroup";
+
+inline constexpr std::string_view kDialogSubrole = "AXDialog";
+inline constexpr std::string_view kSecureTextFieldSubrole = "AXSecureTextField";
+
+inline constexpr std::string_view kPressAction = "AXPress";
+inline constexpr std::string_view kRaiseAction = "AXRaise";
+inline constexpr std::string_view kConfirmAction = "AXConfirm";
+inline constexpr std::string_view kCancelAction = "AXCancel";
+}  // namespace ax
+
+// Why a request brought nothing. `cannotComplete`: the application did not answer within the messaging time-out, or
+// could not finish; an action may have happened all the same.
+enum class AXError : std::int32_t {
+  success = 0,
+  failure,
+  illegalArgument,
+  invalidUIElement,
+  cannotComplete,
+  attributeUnsupported,
+  actionUnsupported,
+  notImplemented,
+  apiDisabled,
+  noValue,
+};
+
+// What a handle points at. Made by a binding; compared by the element beneath, never by address.
+class AXElementReference {
+ public:
+  virtual ~AXElementReference() = default;
+  [[nodiscard]] virtual bool isEqual(const AXElementReference& other) const = 0;
+  [[nodiscard]] virtual std::size_t hashValue() const = 0;
+};
+
+// A reference-counted handle to one element of some process: an application, a window, a button. Copies are cheap and
+// may be used from any thread. Never empty. The element may be gone at any time; requests on it then fail.
+class AXUIElement {
+ public:
+  explicit AXUIElement(std::shared_ptr<const AXElementReference> reference) : reference(std::move(reference)) {}
+  [[nodiscard]] const AXElementReference& get() const { return *reference; }
+  bool operator==(const AXUIElement& other) const {
+    return reference == other.reference || reference->isEqual(*other.reference);
+  }
+
+ private:
+  std::shared_ptr<const AXElementReference> reference;
+};
+
+// A value of a kind that nobody here reads: a dictionary, a range, a list of anything but elements.
+struct AXForeignValue {
+  bool operator==(const AXForeignValue&) const = default;
+};
+
+// An attribute's value, in the kind in which the application gave it. Text is UTF-8 where the system guarantees it, but
+// comes from another program: it may be of any length, hold any character, or be broken. Numbers may be NaN.
+using AXValue = std::variant<AXForeignValue, bool, std::int64_t, double, std::string, Point, Size, Rect, AXUIElement,
+                             std::vector<AXUIElement>>;
+
+// A value, or the reason why there is none.
+template <class T>
+class AXResult {
+ public:
+  AXResult(T value) : content(std::in_place_index<0>, std::move(value)) {}
+  AXResult(AXError error) : content(std::in_place_index<1>, error) {}
+
+  [[nodiscard]] bool hasValue() const { return content.index() == 0; }
+  [[nodiscard]] AXError error() const { return hasValue() ? AXError::success : std::get<1>(content); }
+  [[nodiscard]] const T& value() const& { return std::get<0>(content); }
+  [[nodiscard]] T&& value() && { return std::get<0>(std::move(content)); }
+
+ private:
+  std::variant<T, AXError> content;
+};
+
+// Reads of elements. Each may be a request to another process and then waits for it, at the longest for the messaging
+// time-out: not for a thread that must stay responsive.
+class AXAttributeReader {
+ public:
+  AXAttributeReader() = default;
+  AXAttributeReader(const AXAttributeReader&) = delete;
+  AXAttributeReader& operator=(const AXAttributeReader&) = delete;
+  virtual ~AXAttributeReader() = default;
+
+  // The value of the attribute, of whatever kind. A binding never gives the text of a secure text field.
+  [[nodiscard]] virtual AXResult<AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) = 0;
+
+  // The names of the actions that the element offers, in its own order.
+  [[nodiscard]] virtual AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) = 0;
+};
+
+// Reads that belong together: one scan, one resolve, one presence check. A scope answers what a live read would have
+// answered at some moment since the scope began, so that a binding can fetch many attributes in one request and answer
+// a second question from the first answer. Nothing read in one scope is used in another.
+//
+// An application that has missed its time-out once is not asked again in this scope: every further read of its elements
+// fails with `cannotComplete` at once, so that a hung program costs one wait.
+//
+// One thread at a time.
+class AXReadScope : public AXAttributeReader {
+ public:
+  // Says that the windows of these applications are about to be read, each with up to `descendantsPerWindow` elements
+  // of its tree, last child first. A hint: a binding may fetch them together now, or do nothing.
+  virtual void prepareApplications(std::span<const AXUIElement> applications, int descendantsPerWindow) = 0;
+
+  // Whether the application that owns `element` has missed its time-out in this scope: what was read of it may be a
+  // part only.
+  [[nodiscard]] virtual bool missedTimeout(const AXUIElement& element) const = 0;
+};
+
+// Told by an application about one of its elements. Nothing in the agent makes one; what is handed in can be undone.
+class AXObserver {
+ public:
+  AXObserver() = default;
+  AXObserver(const AXObserver&) = delete;
+  AXObserver& operator=(const AXObserver&) = delete;
+  virtual ~AXObserver() = default;
+  // Both on the main thread; failures are ignored, since the application may be gone.
+  virtual void removeNotification(const AXUIElement& element, std::string_view notification) = 0;
+  virtual void detachFromRunLoop() = 0;
+};
+
+// All that the agent asks of the accessibility service. Any thread. The reads of this class itself are live.
+class Accessibility : public AXAttributeReader {
+ public:
+  // Whether this process may use the interface at all. Never asks the user.
+  [[nodiscard]] virtual bool isProcessTrusted() = 0;
+
+  // Calls back on the main thread whenever the system says that the permission of some process has changed. A hint:
+  // `isProcessTrusted` may answer as before, and may change without a hint.
+  [[nodiscard]] virtual SubscriptionHandle observeTrustChanges(std::function<void()> onChange) = 0;
+
+  // The element of a running process. No request; never fails, whether the process exists or not.
+  [[nodiscard]] virtual AXUIElement createApplication(std::int32_t processIdentifier) = 0;
+
+  // The element that knows the focused window and the focused element of the whole desktop. No request.
+  [[nodiscard]] virtual AXUIElement createSystemWide() = 0;
+
+  // Bounds how long one request to `element` waits; on the system-wide element, each request of this process that has
+  // no bound of its own. No request.
+  virtual void setMessagingTimeout(const AXUIElement& element, Seconds timeout) = 0;
+
+  [[nodiscard]] virtual std::unique_ptr<AXReadScope> beginReadScope() = 0;
+
+  // The process that owns the element. Absent when it can no longer be told.
+  [[nodiscard]] virtual std::optional<std::int32_t> processIdentifier(const AXUIElement& element) = 0;
+
+  virtual AXError setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) = 0;
+
+  // `success`: the application accepted the action. Any error may mean that it acted all the same: look before acting
+  // again.
+  virtual AXError performAction(const AXUIElement& element, std::string_view action) = 0;
+
+  // The deepest element at `point` within `within`, which is an application or the system-wide element.
+  [[nodiscard]] virtual AXResult<AXUIElement> copyElementAtPosition(const AXUIElement& within, Point point) = 0;
+};
+
+}  // namespace quillard::platform
+
+template <>
+struct std::hash<quillard::platform::AXUIElement> {
+  std::size_t operator()(const quillard::platform::AXUIElement& element) const { return element.get().hashValue(); }
+};

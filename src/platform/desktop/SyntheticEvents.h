@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "values/Geometry.h"
+
+namespace quillard::platform {
+
+enum class MouseEventType { moved, leftMouseDown, leftMouseUp };
+
+// Keys by their meaning; the values are the key codes of a Mac keyboard, which other bindings translate.
+enum class KeyCode : std::uint16_t { returnKey = 36, space = 49, escape = 53 };
+
+// An event that is made but not posted. Posting may be repeated.
+class SyntheticEvent {
+ public:
+  SyntheticEvent() = default;
+  SyntheticEvent(const SyntheticEvent&) = delete;
+  SyntheticEvent& operator=(const SyntheticEvent&) = delete;
+  virtual ~SyntheticEvent() = default;
+};
+
+// Input as if from mouse and keyboard. One thread at a time. A binding says in its header what each delivery means on
+// its system. Events must come from this same object.
+class SyntheticEvents {
+ public:
+  virtual ~SyntheticEvents() = default;
+
+  // Empty when the event could not be created.
+  [[nodiscard]] virtual std::unique_ptr<SyntheticEvent> createMouseEvent(MouseEventType type, Point position) = 0;
+  [[nodiscard]] virtual std::unique_ptr<SyntheticEvent> createKeyboardEvent(KeyCode key, bool isDown) = 0;
+
+  // To one process, whatever is in front: or the closest that the system offers.
+  virtual void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) = 0;
+  // Where the hardware's events enter: whatever is in front, or under the point, gets it.
+  virtual void postToHIDTap(const SyntheticEvent& event) = 0;
+};
+
+}  // namespace quillard::platform

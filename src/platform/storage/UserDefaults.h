@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "values/Time.h"
+
+namespace quillard::platform {
+
+// `std::monostate`: a value of a kind that nobody here writes.
+using UserDefaultsValue =
+    std::variant<std::monostate, bool, double, std::string, std::vector<std::string>, Date, std::vector<std::uint8_t>>;
+
+// This user's settings of the agent, kept from run to run. Any thread. What was set is read back at once; it reaches
+// the disk whole or not at all, soon after. Failing to reach the disk is not reported.
+class UserDefaults {
+ public:
+  virtual ~UserDefaults() = default;
+  // Absent when nothing is stored under the key.
+  [[nodiscard]] virtual std::optional<UserDefaultsValue> object(std::string_view key) const = 0;
+  virtual void set(std::string_view key, UserDefaultsValue value) = 0;
+  // Nothing happens when nothing is stored.
+  virtual void remove(std::string_view key) = 0;
+};
+
+}  // namespace quillard::platform

@@ -13,6 +13,7 @@ target_include_directories(quillard_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 # A header that is compiled once suits only what is compiled alike: position independence and threads are the same
 # everywhere.
 target_compile_options(quillard_options INTERFACE -fPIC -pthread
+  $<$<AND:$<BOOL:${QUILLARD_PRECOMPILE}>,$<CXX_COMPILER_ID:Clang>>:SHELL:-Xclang -fno-pch-timestamp>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-fno-semantic-interposition>)
 if(QUILLARD_SANITIZE)
   target_compile_options(quillard_options INTERFACE
@@ -31,17 +32,25 @@ endfunction()
 
 # Headers that nearly every source reads, compiled once: `quillard_pch` for sources, `quillard_test_pch` for tests.
 function(quillard_make_precompiled_headers)
-  add_library(quillard_pch OBJECT ${PROJECT_SOURCE_DIR}/cmake/Empty.cpp)
-  target_link_libraries(quillard_pch PRIVATE quillard_options)
-  target_precompile_headers(quillard_pch PRIVATE
-    <algorithm> <array> <chrono> <cstdint> <functional> <map> <memory> <optional> <set> <span> <string> <string_view>
-    <unordered_map> <unordered_set> <utility> <variant> <vector>)
+  quillard_precompiled_target(quillard_pch
+    <algorithm> <array> <chrono> <cstdint> <functional> <map> <memory> <optional> <set> <span> <sstream> <string>
+    <string_view> <unordered_map> <unordered_set> <utility> <variant> <vector> <nlohmann/json.hpp>)
   if(QUILLARD_TESTS)
-    add_library(quillard_test_pch OBJECT ${PROJECT_SOURCE_DIR}/cmake/Empty.cpp)
-    target_link_libraries(quillard_test_pch PRIVATE quillard_options GTest::gtest GTest::gmock rapidcheck)
-    target_precompile_headers(quillard_test_pch PRIVATE
-      <gmock/gmock.h> <gtest/gtest.h> <rapidcheck.h> <rapidcheck/gtest.h>
+    quillard_precompiled_target(quillard_test_pch
+      <gmock/gmock.h> <gtest/gtest.h> <rapidcheck.h> <rapidcheck/gtest.h> <nlohmann/json.hpp>
       <chrono> <fstream> <functional> <map> <set> <span> <sstream> <unordered_map> <variant>)
+    target_link_libraries(quillard_test_pch PRIVATE GTest::gtest GTest::gmock rapidcheck)
+  endif()
+endfunction()
+
+function(quillard_precompiled_target name)
+  add_library(${name} OBJECT ${PROJECT_SOURCE_DIR}/cmake/Empty.cpp)
+  target_link_libraries(${name} PRIVATE quillard_options nlohmann_json::nlohmann_json)
+  target_precompile_headers(${name} PRIVATE ${ARGN})
+  # It names the files that it was made from by their full paths, so that it is of no use to another clone.
+  set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(${name} PRIVATE -fpch-instantiate-templates)
   endif()
 endfunction()
 
@@ -84,6 +93,24 @@ function(quillard_header_library name)
   target_link_libraries(${name}_headers PRIVATE quillard_options ${name})
 endfunction()
 
+# What ./test builds when it is asked for some tests only: the file test-programs.txt of the build folder has one line for
+# each program, its target, folder and sources. CTest knows each folder as a label of the tests in it.
+function(quillard_list_test_program name)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  set_property(DIRECTORY PROPERTY LABELS ${folder})
+  set(line "${name}\t${folder}")
+  foreach(source IN LISTS ARGN)
+    get_filename_component(path ${source} ABSOLUTE)
+    string(APPEND line "\t${path}")
+  endforeach()
+  set_property(GLOBAL APPEND_STRING PROPERTY QUILLARD_TEST_PROGRAMS "${line}\n")
+endfunction()
+
+function(quillard_write_test_programs)
+  get_property(programs GLOBAL PROPERTY QUILLARD_TEST_PROGRAMS)
+  file(WRITE ${PROJECT_BINARY_DIR}/test-programs.txt "${programs}")
+endfunction()
+
 # quillard_test(NAME SOURCES ... LINK targets... [LABEL label]): one GoogleTest program, each of its tests known to CTest.
 function(quillard_test name)
   if(NOT QUILLARD_TESTS)
@@ -101,5 +128,6 @@ function(quillard_test name)
   target_link_libraries(${name} PRIVATE quillard_options ${ARG_LINK} GTest::gtest GTest::gmock GTest::gtest_main rapidcheck)
   quillard_precompiled_headers(${name} quillard_test_pch)
   quillard_common(${name})
+  quillard_list_test_program(${name} ${ARG_SOURCES})
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()

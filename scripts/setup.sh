@@ -66,10 +66,14 @@ jobs_here() {
   echo $((memory < cores ? memory : cores))
 }
 
+configure() {
+  [ -f "build/$1/build.ninja" ] || cmake --preset "$1" >&2
+}
+
 # configure_and_build PRESET [TARGET...]
 configure_and_build() {
   local preset=$1; shift
-  [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >&2
+  configure "$preset"
   cmake --build "build/$preset" -j "$(jobs_here)" ${1:+--target "$@"} >&2
 }
 

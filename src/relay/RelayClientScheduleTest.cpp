@@ -115,11 +115,10 @@ class RandomLife {
       case 1:
         return socket->fail("Reset.");
       case 2:
-        socket->fail("Reset.");
+        socket->sendText("{}");
         return socket->close(1006);
       case 3:
-        socket->close(1006);
-        return socket->fail("Reset.");
+        return socket->failSends("Full.");
       case 4:
         return socket->holdSends();
       case 5:
@@ -182,9 +181,7 @@ class MortalRelay {
     isUp = false;
     for (const auto& socket : world.sockets.connections()) {
       if (socket->isEnded()) continue;
-      const auto way = generator.below(3);
-      if (way != 0) socket->fail("Connection reset.");
-      if (way != 1) socket->close(1006);
+      generator.below(2) == 0 ? socket->fail("Connection reset.") : socket->close(1006);
     }
   }
 

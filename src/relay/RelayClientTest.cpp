@@ -74,19 +74,40 @@ TEST(RelayClient, ComesBackThreeSecondsAfterAFailedReceive) {
   EXPECT_EQ(world.sockets.connections().size(), 2U);
 }
 
-TEST(RelayClient, ComesBackOnceWhenACloseAndAFailedReceiveBothArrive) {
-  for (const bool closesFirst : {true, false}) {
+TEST(RelayClient, PrintsNothingWhenTheServerClosesTheConnection) {
+  RelayClientWorld world;
+  world.open()->close(1006);
+  world.run();
+  EXPECT_EQ(world.console.lines(), Lines{kConnectedLine});
+}
+
+TEST(RelayClient, ReceivesWhatTheServerSentBeforeItClosed) {
+  RelayClientWorld world;
+  const auto socket = world.open();
+  for (int phones : {1, 2}) {
+    socket->sendText(R"({"type":"phone.status","phoneConnected":true,"phoneCount":)" + std::to_string(phones) + "}");
+  }
+  socket->close(1006);
+  world.run();
+  ASSERT_EQ(world.statuses.size(), 4U);
+  EXPECT_EQ(world.statuses[1].phoneCount, 1);
+  EXPECT_EQ(world.statuses[2].phoneCount, 2);
+  EXPECT_EQ(world.statuses[3], kDisconnected);
+}
+
+TEST(RelayClient, ComesBackOnceWhenASendFailsWithTheConnection) {
+  for (const bool isClosed : {true, false}) {
     RelayClientWorld world;
     const auto socket = world.open();
-    if (closesFirst) socket->close(1006);
-    socket->fail("Reset.");
-    if (!closesFirst) socket->close(1006);
+    socket->holdSends();
+    world.publish(listOf({1}));
+    isClosed ? socket->close(1006) : socket->fail("Reset.");
     world.time.advance(10s);
     EXPECT_EQ(world.sockets.connections().size(), 2U);
     EXPECT_EQ(world.statuses.back(), kDisconnected);
     world.sockets.newest()->accept();
     world.time.advance(60s);
-    EXPECT_EQ(world.sockets.connections().size(), 2U) << "The news of the old socket do not end the new one.";
+    EXPECT_EQ(world.sockets.connections().size(), 2U) << "Reports of the old socket do not end the new one.";
     EXPECT_EQ(world.statuses.back(), kConnected);
   }
 }

@@ -26,7 +26,9 @@ void RelayConnection::connect() {
   if (task) return;
   shouldReconnect = true;
   ++taskNumber;
-  task = webSockets.makeTask(queue, request(), socketEvents());
+  task = webSockets.makeTask(queue, request(), [weak = weak_from_this(), number = taskNumber] {
+    if (const auto self = weak.lock()) self->socketOpened(number);
+  });
   isSocketOpen = false;
   task->start();
   receiveNext();
@@ -59,28 +61,10 @@ platform::WebSocketRequest RelayConnection::request() const {
           .timeout = kConnectTimeout};
 }
 
-platform::WebSocketEvents RelayConnection::socketEvents() {
-  return {.didOpen =
-              [weak = weak_from_this(), number = taskNumber] {
-                if (const auto self = weak.lock()) self->socketOpened(number);
-              },
-          .didClose =
-              [weak = weak_from_this(), number = taskNumber](std::uint16_t) {
-                if (const auto self = weak.lock()) self->socketClosed(number);
-              }};
-}
-
 void RelayConnection::socketOpened(std::uint64_t number) {
   if (!task || number != taskNumber) return;
   isSocketOpen = true;
   events.opened();
-}
-
-void RelayConnection::socketClosed(std::uint64_t number) {
-  if (!task || number != taskNumber) return;
-  forgetTask();
-  events.lost();
-  reconnectLater();
 }
 
 void RelayConnection::receiveNext() {
@@ -96,7 +80,12 @@ void RelayConnection::socketReceived(std::uint64_t number, const platform::WebSo
     if (task && number == taskNumber) receiveNext();
     return;
   }
-  console.writeLine("Relay receive failed: " + printableText(std::get<platform::TransportError>(receipt).description));
+  socketEnded(std::get<platform::WebSocketEnd>(receipt));
+}
+
+// A close message is an orderly end, so only a failure is printed.
+void RelayConnection::socketEnded(const platform::WebSocketEnd& end) {
+  if (!end.closeCode) console.writeLine("Relay receive failed: " + printableText(end.error.description));
   forgetTask();
   events.lost();
   reconnectLater();

@@ -14,7 +14,7 @@
 
 namespace quillard {
 
-// What a connection tells its owner, on the connection's queue.
+// What a connection reports to its owner, on the connection's queue.
 struct RelayConnectionEvents {
   std::function<void()> opened;
   // Closed, failed or disconnected: nothing that was sent counts any more.
@@ -25,8 +25,9 @@ struct RelayConnectionEvents {
 // One WebSocket to the relay at a time, opened again 3 s after it drops, for as long as it is wanted: no growing delay,
 // no limit. States: stopped -> connecting -> open -> waiting -> connecting ..., and stopped again from any of them.
 //
-// News of a socket that is not the present one is not heard. All calls and events on `queue`; events never come from
-// inside a call, except `lost` from `disconnect`.
+// A socket's end is reported once, by the receive that is always under way, and leads to one reconnect. What comes from
+// a socket that is no longer the present one is ignored: each completion carries the number of its socket. All calls
+// and events on `queue`; events never come from inside a call, except `lost` from `disconnect`.
 class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
  public:
   // The references outlive the connection. `relaySecret` is the bearer token.
@@ -47,11 +48,10 @@ class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
 
  private:
   platform::WebSocketRequest request() const;
-  platform::WebSocketEvents socketEvents();
   void socketOpened(std::uint64_t number);
-  void socketClosed(std::uint64_t number);
   void receiveNext();
   void socketReceived(std::uint64_t number, const platform::WebSocketReceipt& receipt);
+  void socketEnded(const platform::WebSocketEnd& end);
   void sendEnded(std::uint64_t sendNumber, const std::optional<platform::TransportError>& error);
   void forgetTask();
   void reconnectLater();

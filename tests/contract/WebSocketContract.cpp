@@ -48,21 +48,27 @@ TEST_P(WebSocketContract, CarriesTextsBothWaysInOrder) {
   for (const auto& text : texts) EXPECT_EQ(client.receiveText(), text);
 }
 
-TEST_P(WebSocketContract, KeepsMessagesUntilTheyAreAskedFor) {
-  ScriptedServer server([](ServerConnection& connection) {
+TEST_P(WebSocketContract, KeepsMessagesUntilTheyAreAskedForAndReportsTheEndAfterThem) {
+  Awaited<bool> ended;
+  ScriptedServer server([&](ServerConnection& connection) {
     connection.acceptWebSocket();
     for (const char* text : {"one", "two", "three"}) connection.sendFrame(Opcode::text, text);
     connection.sendFrame(Opcode::close, std::string("\x03\xE8", 2));
     connection.waitForEnd();
+    ended.set(true);
   });
   const auto binding = make();
   WebSocketClient client(*binding, requestTo(server.url("ws")));
-  ASSERT_EQ(client.closed.get(), 1000);
+  ASSERT_TRUE(ended.get().has_value());
   EXPECT_EQ(client.receiveText(), "one");
   EXPECT_EQ(client.receiveText(), "two");
   EXPECT_EQ(client.receiveText(), "three");
-  EXPECT_NE(client.receiveError(), "");
-  EXPECT_NE(client.receiveError(), "");  // The end stays the end.
+  for (int receive = 0; receive < 2; ++receive) {  // The end stays the end.
+    const auto end = client.receiveEnd();
+    ASSERT_TRUE(end.has_value());
+    EXPECT_EQ(end->closeCode, 1000);
+    EXPECT_NE(end->error.description, "");
+  }
 }
 
 TEST_P(WebSocketContract, JoinsAMessageThatCameInPieces) {
@@ -107,7 +113,7 @@ TEST_P(WebSocketContract, AnswersPings) {
   EXPECT_EQ(answer.get(), (Frame{Opcode::pong, "are you there"}));
 }
 
-TEST_P(WebSocketContract, TellsTheCodeThatTheServerClosedWith) {
+TEST_P(WebSocketContract, ReportsTheCodeThatTheServerClosedWith) {
   ScriptedServer server([](ServerConnection& connection) {
     connection.acceptWebSocket();
     connection.sendFrame(Opcode::close, std::string("\x0F\xA1", 2) + "revoked");  // 4001
@@ -115,14 +121,15 @@ TEST_P(WebSocketContract, TellsTheCodeThatTheServerClosedWith) {
   });
   const auto binding = make();
   WebSocketClient client(*binding, requestTo(server.url("ws")));
-  const std::string error = client.receiveError();
-  EXPECT_NE(error.find("4001"), std::string::npos) << error;
-  EXPECT_EQ(error.find("revoked"), std::string::npos) << error;  // The server's own words stay out of the log.
-  EXPECT_EQ(client.closed.get(), 4001);
-  EXPECT_EQ(client.closed.count(), 1U);
+  const auto end = client.receiveEnd();
+  ASSERT_TRUE(end.has_value());
+  EXPECT_EQ(end->closeCode, 4001);
+  const std::string& text = end->error.description;
+  EXPECT_NE(text.find("4001"), std::string::npos) << text;
+  EXPECT_EQ(text.find("revoked"), std::string::npos) << text;  // The server's own words stay out of the log.
 }
 
-TEST_P(WebSocketContract, SendsTheCloseMessageWithTheCodeAndNoReasonEvenWhenTheTaskGoesAtOnce) {
+TEST_P(WebSocketContract, SendsTheCloseMessageWithTheCodeAndNoReasonEvenWhenTheTaskIsDestroyedRightAfter) {
   Awaited<Frame> last;
   ScriptedServer server([&](ServerConnection& connection) {
     connection.acceptWebSocket();
@@ -151,7 +158,9 @@ TEST_P(WebSocketContract, EndsACancelledConnectionThoughTheServerDoesNotAnswer) 
   EXPECT_TRUE(ended.get().has_value());
   const auto receipt = client.received.get();
   ASSERT_TRUE(receipt.has_value());
-  EXPECT_TRUE(std::holds_alternative<platform::TransportError>(*receipt));
+  const auto* end = std::get_if<platform::WebSocketEnd>(&*receipt);
+  ASSERT_NE(end, nullptr);
+  EXPECT_EQ(end->closeCode, std::nullopt);  // The server's code, not this side's.
   EXPECT_NE(client.send("too late"), "");
   EXPECT_NE(client.receiveError(), "");
 }
@@ -187,10 +196,10 @@ TEST_P(WebSocketContract, IsSilentOnceDestroyedAndClosesTheConnection) {
   const auto start = std::chrono::steady_clock::now();
   client.destroy();
   EXPECT_LT(std::chrono::steady_clock::now() - start, 500ms);
-  const auto heard = client.received.count() + client.closed.count() + client.sent.count();
+  const auto reports = client.received.count() + client.sent.count();
   EXPECT_TRUE(ended.get().has_value());
   onExecutor(binding->executor(), [] {});
-  EXPECT_EQ(client.received.count() + client.closed.count() + client.sent.count(), heard);
+  EXPECT_EQ(client.received.count() + client.sent.count(), reports);
 }
 
 TEST_P(WebSocketContract, ATaskMayBeDestroyedFromItsOwnCallback) {
@@ -200,12 +209,12 @@ TEST_P(WebSocketContract, ATaskMayBeDestroyedFromItsOwnCallback) {
   std::unique_ptr<platform::WebSocketTask> task;
   int late = 0;
   onExecutor(binding->executor(), [&] {
-    task = binding->webSockets().makeTask(binding->executor(), requestTo(server.url("ws")), {.didOpen = [&] {
-                                            task->sendText("never answered", [&](const auto&) { ++late; });
-                                            task->receive([&](const auto&) { ++late; });
-                                            task.reset();
-                                            gone.set(true);
-                                          }});
+    task = binding->webSockets().makeTask(binding->executor(), requestTo(server.url("ws")), [&] {
+      task->sendText("never answered", [&](const auto&) { ++late; });
+      task->receive([&](const auto&) { ++late; });
+      task.reset();
+      gone.set(true);
+    });
     task->start();
   });
   ASSERT_TRUE(gone.get().has_value());
@@ -213,7 +222,7 @@ TEST_P(WebSocketContract, ATaskMayBeDestroyedFromItsOwnCallback) {
   EXPECT_EQ(onExecutor(binding->executor(), [&] { return late; }), 0);
 }
 
-TEST_P(WebSocketContract, SpeaksTlsWithAServerThatIsVouchedFor) {
+TEST_P(WebSocketContract, SpeaksTlsWithAServerOfATrustedAuthority) {
   const TestAuthority authority;
   ScriptedServer server(echo, authority.issue());
   const auto binding = make({.trustedAuthorities = authority.certificate()});
@@ -236,7 +245,7 @@ TEST_P(WebSocketContract, ChecksTheNameThatTheAddressGives) {
   EXPECT_NE(byNumber.receiveError(), "");
 }
 
-TEST_P(WebSocketContract, RefusesCertificatesThatNobodyVouchesFor) {
+TEST_P(WebSocketContract, RefusesCertificatesOfUntrustedAuthorities) {
   const TestAuthority authority;
   const auto binding = make({.trustedAuthorities = authority.certificate()});
   for (const auto& bad : badCertificates(authority)) {
@@ -272,7 +281,7 @@ TEST_P(WebSocketContract, FailsWhenTheServerSpeaksNoTls) {
   EXPECT_NE(client.receiveError(), "");
 }
 
-TEST_P(WebSocketContract, ManyConnectionsAtOnceStayApart) {
+TEST_P(WebSocketContract, HandlesManyConnectionsSeparately) {
   ScriptedServer server(echo);
   const auto binding = make();
   std::vector<std::unique_ptr<WebSocketClient>> clients;
@@ -298,7 +307,7 @@ TEST_P(WebSocketContract, ComesBackToAServerThatIsKilledAndStartedAgain) {
     client.beginReceive();
     server.kill();
     ASSERT_TRUE(client.received.get(1).has_value()) << "life " << life;
-    EXPECT_TRUE(std::holds_alternative<platform::TransportError>(*client.received.get(1)));
+    EXPECT_TRUE(std::holds_alternative<platform::WebSocketEnd>(*client.received.get(1)));
     EXPECT_EQ(client.opened.count(), 1U);
   }
 }

@@ -29,7 +29,13 @@ struct BinaryMessage {
   std::vector<std::uint8_t> bytes;
 };
 using WebSocketMessage = std::variant<TextMessage, BinaryMessage>;
-using WebSocketReceipt = std::variant<WebSocketMessage, TransportError>;
+
+// Why a connection ended: closed by the server, failed, or cancelled.
+struct WebSocketEnd {
+  std::optional<std::uint16_t> closeCode;  // Present when a close message ended it, absent when it failed.
+  TransportError error;                    // The same in words, for a diagnostic line: never the server's own words.
+};
+using WebSocketReceipt = std::variant<WebSocketMessage, WebSocketEnd>;
 
 enum class WebSocketCloseCode : std::uint16_t { normalClosure = 1000, goingAway = 1001 };
 
@@ -44,27 +50,25 @@ class WebSocketTask {
   virtual ~WebSocketTask() = default;
 
   virtual void start() = 0;
-  // The next message, or why there will be none. One receive at a time; each is answered exactly once.
+  // The next message. Once those that arrived are read, why there are no more: this is the only report of the end, and
+  // every later receive gets the same one. An owner that always has a receive under way therefore learns of the end as
+  // it happens, and one that does not only by its sends, which fail. One receive at a time; each is answered exactly
+  // once.
   virtual void receive(std::function<void(WebSocketReceipt)> completion) = 0;
   // One text frame. The completion comes exactly once: nothing when the frame was handed to the network, else why not.
   virtual void sendText(std::string text, std::function<void(std::optional<TransportError>)> completion) = 0;
   // Sends a close message with `code` and no reason, and ends the connection whether or not the other side answers.
+  // Messages that were not received are dropped.
   virtual void cancel(WebSocketCloseCode code) = 0;
-};
-
-// Both are told for the one task that they were given with. A failed connection may report a failed receive only.
-struct WebSocketEvents {
-  std::function<void()> didOpen;
-  std::function<void(std::uint16_t closeCode)> didClose;
 };
 
 // Dead peers are found by pings, within 40 s of silence: the task then fails. Trust and proxies as for HTTP.
 class WebSockets {
  public:
   virtual ~WebSockets() = default;
-  // `executor` outlives the task.
+  // `executor` outlives the task. `didOpen` is called at most once, when the connection is open; it is not empty.
   [[nodiscard]] virtual std::unique_ptr<WebSocketTask> makeTask(SerialExecutor& executor, WebSocketRequest request,
-                                                                WebSocketEvents events) = 0;
+                                                                std::function<void()> didOpen) = 0;
 };
 
 }  // namespace quillard::platform

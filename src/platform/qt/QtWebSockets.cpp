@@ -12,7 +12,7 @@ namespace {
 
 using platform::SerialExecutor;
 using platform::TransportError;
-using platform::WebSocketEvents;
+using platform::WebSocketEnd;
 using platform::WebSocketMessage;
 using platform::WebSocketReceipt;
 using platform::WebSocketRequest;
@@ -25,12 +25,13 @@ using SendCompletion = std::function<void(std::optional<TransportError>)>;
 class QtWebSocketTask final : public platform::WebSocketTask {
  public:
   QtWebSocketTask(SerialExecutor& network, const TransportOptions& options, SerialExecutor& executor,
-                  WebSocketRequest request, WebSocketEvents events)
-      : network(network), owner(std::make_shared<OwnerLink>(executor)), events(std::move(events)) {
-    auto tell = [this, link = owner](WebSocketNews news) {
+                  WebSocketRequest request, std::function<void()> didOpen)
+      : network(network), owner(std::make_shared<OwnerLink>(executor)), didOpen(std::move(didOpen)) {
+    auto report = [this, link = owner](WebSocketNews news) {
       link->post([this, news = std::move(news)]() mutable { handle(std::move(news)); });
     };
-    connection = std::make_shared<WebSocketConnection>(network, options, std::move(request), backlog, std::move(tell));
+    connection =
+        std::make_shared<WebSocketConnection>(network, options, std::move(request), backlog, std::move(report));
   }
 
   ~QtWebSocketTask() override {
@@ -48,7 +49,7 @@ class QtWebSocketTask final : public platform::WebSocketTask {
   }
 
   void sendText(std::string text, SendCompletion completion) override {
-    if (ended) return owner->post([completion = std::move(completion), error = *ended] { completion(error); });
+    if (ended) return owner->post([completion = std::move(completion), error = ended->error] { completion(error); });
     const std::uint64_t number = ++lastSend;
     pendingSends.emplace(number, std::move(completion));
     onNetwork([text = std::move(text), number](WebSocketConnection& live) { live.sendText(text, number); });
@@ -58,7 +59,7 @@ class QtWebSocketTask final : public platform::WebSocketTask {
     if (ended) return;
     onNetwork([code](WebSocketConnection& live) { live.sendClose(code); });
     inbox.clear();
-    end(TransportError{"The connection was cancelled."});
+    end({std::nullopt, {"The connection was cancelled."}});
   }
 
  private:
@@ -70,25 +71,21 @@ class QtWebSocketTask final : public platform::WebSocketTask {
   void handle(WebSocketNews news) {
     if (ended) return;
     if (std::holds_alternative<WebSocketOpened>(news)) {
-      if (events.didOpen) owner->post(events.didOpen);
+      owner->post(didOpen);
     } else if (auto* message = std::get_if<WebSocketMessage>(&news)) {
       inbox.push_back(std::move(*message));
       answerReceive();
     } else if (const auto* sent = std::get_if<WebSocketSent>(&news)) {
       answerSend(sent->number, sent->error);
     } else {
-      const auto& last = std::get<WebSocketEnded>(news);
-      if (last.closeCode && events.didClose) {
-        owner->post([tell = events.didClose, code = *last.closeCode] { tell(code); });
-      }
-      end(last.error);
+      end(std::get<WebSocketEnd>(std::move(news)));
     }
   }
 
   // Messages that have arrived are still read after the end; then the end is what every receive gets.
   void answerReceive() {
     if (!pendingReceive || (inbox.empty() && !ended)) return;
-    WebSocketReceipt receipt = TransportError{};
+    WebSocketReceipt receipt = WebSocketEnd{};
     if (inbox.empty()) {
       receipt = *ended;
     } else {
@@ -108,15 +105,15 @@ class QtWebSocketTask final : public platform::WebSocketTask {
     pendingSends.erase(found);
   }
 
-  void end(const TransportError& error) {
-    ended = error;
+  void end(WebSocketEnd why) {
+    ended = std::move(why);
     answerReceive();
-    while (!pendingSends.empty()) answerSend(pendingSends.begin()->first, error);
+    while (!pendingSends.empty()) answerSend(pendingSends.begin()->first, ended->error);
   }
 
   SerialExecutor& network;
   const std::shared_ptr<OwnerLink> owner;
-  const WebSocketEvents events;
+  const std::function<void()> didOpen;
   const WebSocketBacklog backlog = std::make_shared<std::atomic<std::size_t>>(0);
   std::shared_ptr<WebSocketConnection> connection;
 
@@ -124,7 +121,7 @@ class QtWebSocketTask final : public platform::WebSocketTask {
   ReceiveCompletion pendingReceive;
   std::map<std::uint64_t, SendCompletion> pendingSends;
   std::uint64_t lastSend = 0;
-  std::optional<TransportError> ended;
+  std::optional<WebSocketEnd> ended;
 };
 
 }  // namespace
@@ -133,9 +130,9 @@ QtWebSockets::QtWebSockets(QtNetworkThread& network, TransportOptions options)
     : network(network), options(std::move(options)) {}
 
 std::unique_ptr<platform::WebSocketTask> QtWebSockets::makeTask(SerialExecutor& executor, WebSocketRequest request,
-                                                                WebSocketEvents events) {
+                                                                std::function<void()> didOpen) {
   return std::make_unique<QtWebSocketTask>(network.executor(), options, executor, std::move(request),
-                                           std::move(events));
+                                           std::move(didOpen));
 }
 
 }  // namespace quillard::qt

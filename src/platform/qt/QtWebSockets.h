@@ -22,7 +22,7 @@ class QtWebSockets final : public platform::WebSockets {
 
   [[nodiscard]] std::unique_ptr<platform::WebSocketTask> makeTask(platform::SerialExecutor& executor,
                                                                   platform::WebSocketRequest request,
-                                                                  platform::WebSocketEvents events) override;
+                                                                  std::function<void()> didOpen) override;
 
  private:
   QtNetworkThread& network;

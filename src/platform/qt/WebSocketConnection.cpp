@@ -54,12 +54,12 @@ void WebSocketConnection::LaterDeleter::operator()(QWebSocket* ended) const {
 
 WebSocketConnection::WebSocketConnection(platform::SerialExecutor& network, TransportOptions options,
                                          platform::WebSocketRequest request, WebSocketBacklog backlog,
-                                         std::function<void(WebSocketNews)> tell)
+                                         std::function<void(WebSocketNews)> report)
     : network(network),
       options(std::move(options)),
       request(std::move(request)),
       backlog(std::move(backlog)),
-      tell(std::move(tell)) {}
+      report(std::move(report)) {}
 
 WebSocketConnection::~WebSocketConnection() = default;
 
@@ -91,13 +91,13 @@ void WebSocketConnection::listen() {
   QObject::connect(from, &QWebSocket::binaryMessageReceived, from, [this](const QByteArray& bytes) {
     received(BinaryMessage{std::vector<std::uint8_t>(bytes.begin(), bytes.end())});
   });
-  QObject::connect(from, &QWebSocket::textFrameReceived, from, [this] { heard(); });
-  QObject::connect(from, &QWebSocket::binaryFrameReceived, from, [this] { heard(); });
-  QObject::connect(from, &QWebSocket::pong, from, [this] { heard(); });
+  QObject::connect(from, &QWebSocket::textFrameReceived, from, [this] { peerIsAlive(); });
+  QObject::connect(from, &QWebSocket::binaryFrameReceived, from, [this] { peerIsAlive(); });
+  QObject::connect(from, &QWebSocket::pong, from, [this] { peerIsAlive(); });
   QObject::connect(from, &QWebSocket::bytesWritten, from, [this] { reportSent(); });
   QObject::connect(from, &QWebSocket::sslErrors, from, [this](const auto& errors) { certificateErrors = errors; });
   QObject::connect(from, kErrorSignal, from, [this](QAbstractSocket::SocketError error) { socketFailed(error); });
-  // Said by the server, or by the socket itself about something that the server must not send.
+  // The code comes from the server, or from the socket itself when the server broke the protocol.
   QObject::connect(from, &QWebSocket::aboutToClose, from, [this] {
     const auto code = static_cast<std::uint16_t>(socket->closeCode());
     end({code, {"The connection was closed with code " + std::to_string(code) + "."}});
@@ -114,11 +114,11 @@ void WebSocketConnection::opened() {
   isOpen = true;
   openDeadline.reset();
   pings = network.repeatEvery(options.pingInterval, [this] { socket->ping(); });
-  heard();
-  tell(WebSocketOpened{});
+  peerIsAlive();
+  report(WebSocketOpened{});
 }
 
-void WebSocketConnection::heard() {
+void WebSocketConnection::peerIsAlive() {
   if (isOpen) silence = network.postAfter(options.silenceLimit, [this] { fail(kPeerIsSilent); });
 }
 
@@ -127,14 +127,14 @@ void WebSocketConnection::received(WebSocketMessage message) {
   const std::size_t weight = backlogWeight(message);
   const std::size_t limit = kMessagesInBacklog * (request.longestMessage + kWeightOfAnyMessage);
   if (backlog->fetch_add(weight) + weight > limit) return fail(kBacklogIsFull);
-  tell(std::move(message));
+  report(std::move(message));
 }
 
 void WebSocketConnection::sendText(const std::string& text, std::uint64_t number) {
-  if (isEnded) return;  // The end has been told, which answers every message.
-  if (!isOpen) return tell(WebSocketSent{number, platform::TransportError{kNotOpen}});
+  if (isEnded) return;  // The end was reported, which answers every message.
+  if (!isOpen) return report(WebSocketSent{number, platform::TransportError{kNotOpen}});
   if (socket->bytesToWrite() + static_cast<qint64>(text.size()) > kMostBytesUnsent) {
-    return tell(WebSocketSent{number, platform::TransportError{kNetworkIsFull}});
+    return report(WebSocketSent{number, platform::TransportError{kNetworkIsFull}});
   }
   unsent.push_back(number);
   socket->sendTextMessage(QString::fromStdString(text));
@@ -143,21 +143,21 @@ void WebSocketConnection::sendText(const std::string& text, std::uint64_t number
 
 void WebSocketConnection::reportSent() {
   if (!isOpen || socket->bytesToWrite() > 0) return;
-  for (const std::uint64_t number : std::exchange(unsent, {})) tell(WebSocketSent{number, std::nullopt});
+  for (const std::uint64_t number : std::exchange(unsent, {})) report(WebSocketSent{number, std::nullopt});
 }
 
 void WebSocketConnection::socketFailed(QAbstractSocket::SocketError error) { fail(failureText(error)); }
 
-// The socket reports a refused handshake as a refused connection, and says more only in words.
+// The socket reports a refused handshake as a refused connection, and gives the reason only in its text.
 std::string WebSocketConnection::failureText(QAbstractSocket::SocketError error) const {
   if (!certificateErrors.isEmpty()) return certificateErrorText(certificateErrors);
   if (isOpen) return socketErrorText(error);
   static const QRegularExpression kStatus(QStringLiteral("http status code: (\\d{3})\\b"));
-  const QString words = socket->errorString();
-  if (const auto match = kStatus.match(words); match.hasMatch()) {
+  const QString description = socket->errorString();
+  if (const auto match = kStatus.match(description); match.hasMatch()) {
     return "The server answered with HTTP " + match.captured(1).toStdString() + " instead of opening a WebSocket.";
   }
-  if (words.contains(QStringLiteral("handshake"), Qt::CaseInsensitive) &&
+  if (description.contains(QStringLiteral("handshake"), Qt::CaseInsensitive) &&
       error == QAbstractSocket::ConnectionRefusedError) {
     return "The server does not speak WebSocket.";
   }
@@ -166,14 +166,14 @@ std::string WebSocketConnection::failureText(QAbstractSocket::SocketError error)
 
 void WebSocketConnection::fail(std::string description) { end({std::nullopt, {std::move(description)}}); }
 
-void WebSocketConnection::end(WebSocketEnded ended) {
+void WebSocketConnection::end(platform::WebSocketEnd why) {
   if (std::exchange(isEnded, true)) return;
   isOpen = false;
   openDeadline.reset();
   pings.reset();
   silence.reset();
   socket.reset();
-  tell(std::move(ended));
+  report(std::move(why));
 }
 
 void WebSocketConnection::sendClose(platform::WebSocketCloseCode code) {

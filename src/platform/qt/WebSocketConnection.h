@@ -19,30 +19,26 @@ class QWebSocket;
 
 namespace quillard::qt {
 
-// What a connection tells its owner, in the order in which it happened.
+// What a connection reports to its owner, in the order in which it happened.
 struct WebSocketOpened {};
 struct WebSocketSent {
   std::uint64_t number = 0;  // As given to `sendText`.
   std::optional<platform::TransportError> error;
 };
-struct WebSocketEnded {
-  std::optional<std::uint16_t> closeCode;  // Present when the end was said, absent when the connection failed.
-  platform::TransportError error;
-};
-using WebSocketNews = std::variant<WebSocketOpened, platform::WebSocketMessage, WebSocketSent, WebSocketEnded>;
+using WebSocketNews = std::variant<WebSocketOpened, platform::WebSocketMessage, WebSocketSent, platform::WebSocketEnd>;
 
-// Bytes that have arrived and that nobody has asked for yet. Counted up by the connection, down by its owner.
+// Bytes that have arrived and were not asked for yet. Counted up by the connection, down by its owner.
 using WebSocketBacklog = std::shared_ptr<std::atomic<std::size_t>>;
 
 // What a message weighs in the backlog: an empty one is not free.
 [[nodiscard]] std::size_t backlogWeight(const platform::WebSocketMessage& message);
 
 // The half of a WebSocket task that lives on the network thread, where everything here is called and its last reference
-// goes. States: made -> connecting -> open -> ended, or ended from any of them; `tell` is not called once ended.
+// goes. States: made -> connecting -> open -> ended, or ended from any of them; `report` is not called once ended.
 class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnection> {
  public:
   WebSocketConnection(platform::SerialExecutor& network, TransportOptions options, platform::WebSocketRequest request,
-                      WebSocketBacklog backlog, std::function<void(WebSocketNews)> tell);
+                      WebSocketBacklog backlog, std::function<void(WebSocketNews)> report);
   WebSocketConnection(const WebSocketConnection&) = delete;
   WebSocketConnection& operator=(const WebSocketConnection&) = delete;
   ~WebSocketConnection();
@@ -50,7 +46,7 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   void open();
   // `number` comes back with the outcome.
   void sendText(const std::string& text, std::uint64_t number);
-  // Ends the connection with a close frame, which gets a moment to leave; nothing is told any more.
+  // Ends the connection with a close frame, which has a second to leave; nothing is reported any more.
   void sendClose(platform::WebSocketCloseCode code);
   // Ends the connection now, unless it is closing.
   void abandon();
@@ -65,18 +61,18 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   void listen();
   void opened();
   void received(platform::WebSocketMessage message);
-  void heard();
+  void peerIsAlive();
   void reportSent();
   void socketFailed(QAbstractSocket::SocketError error);
   [[nodiscard]] std::string failureText(QAbstractSocket::SocketError error) const;
   void fail(std::string description);
-  void end(WebSocketEnded ended);
+  void end(platform::WebSocketEnd why);
 
   platform::SerialExecutor& network;
   const TransportOptions options;
   const platform::WebSocketRequest request;
   const WebSocketBacklog backlog;
-  const std::function<void(WebSocketNews)> tell;
+  const std::function<void(WebSocketNews)> report;
 
   std::unique_ptr<QWebSocket, LaterDeleter> socket;
   QList<QSslError> certificateErrors;

@@ -12,7 +12,7 @@ class SimulatedWebSocketTask final : public WebSocketTask {
  public:
   SimulatedWebSocketTask(ConnectionHandle connection, std::function<void(const ConnectionHandle&)> startListener)
       : connection(std::move(connection)), startListener(std::move(startListener)) {}
-  ~SimulatedWebSocketTask() override { connection->letGo(); }
+  ~SimulatedWebSocketTask() override { connection->abandon(); }
 
   void start() override {
     if (startListener) startListener(connection);
@@ -35,8 +35,8 @@ class SimulatedWebSocketTask final : public WebSocketTask {
 // ---- SimulatedWebSocketConnection, the server's side
 
 SimulatedWebSocketConnection::SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request,
-                                                           WebSocketEvents events, Seconds sendDelay)
-    : executor(executor), theRequest(std::move(request)), events(std::move(events)), sendDelay(sendDelay) {}
+                                                           std::function<void()> didOpen, Seconds sendDelay)
+    : executor(executor), theRequest(std::move(request)), didOpen(std::move(didOpen)), sendDelay(sendDelay) {}
 
 void SimulatedWebSocketConnection::accept() {
   {
@@ -44,34 +44,31 @@ void SimulatedWebSocketConnection::accept() {
     if (ended) return;
     accepted = true;
   }
-  tell([this] { events.didOpen(); });
+  post([this] { didOpen(); });
 }
 
 void SimulatedWebSocketConnection::sendText(std::string text) {
   const MutexLock lock{mutex};
   if (ended) return;
-  inbox.emplace_back(WebSocketMessage{TextMessage{std::move(text)}});
+  inbox.emplace_back(TextMessage{std::move(text)});
   deliver();
 }
 
 void SimulatedWebSocketConnection::sendBinary(std::vector<std::uint8_t> bytes) {
   const MutexLock lock{mutex};
   if (ended) return;
-  inbox.emplace_back(WebSocketMessage{BinaryMessage{std::move(bytes)}});
+  inbox.emplace_back(BinaryMessage{std::move(bytes)});
   deliver();
 }
 
 void SimulatedWebSocketConnection::fail(std::string description) {
   const MutexLock lock{mutex};
-  inbox.emplace_back(TransportError{std::move(description)});
-  deliver();
-  end();
+  end({std::nullopt, {std::move(description)}});
 }
 
 void SimulatedWebSocketConnection::close(std::uint16_t code) {
   const MutexLock lock{mutex};
-  tell([this, code] { events.didClose(code); });
-  end();
+  end({code, {"The connection was closed with code " + std::to_string(code) + "."}});
 }
 
 void SimulatedWebSocketConnection::holdSends() {
@@ -103,7 +100,7 @@ bool SimulatedWebSocketConnection::isAccepted() const {
 
 bool SimulatedWebSocketConnection::isEnded() const {
   const MutexLock lock{mutex};
-  return ended;
+  return ended.has_value();
 }
 
 std::optional<std::uint16_t> SimulatedWebSocketConnection::sentCloseCode() const {
@@ -123,7 +120,7 @@ void SimulatedWebSocketConnection::sendFromClient(std::string text,
                                                   std::function<void(std::optional<TransportError>)> completion) {
   const MutexLock lock{mutex};
   if (!accepted || ended) {
-    tell([completion = std::move(completion)] { completion(TransportError{"The connection is not open."}); });
+    post([completion = std::move(completion)] { completion(TransportError{"The connection is not open."}); });
     return;
   }
   const auto number = ++sendCount;
@@ -134,37 +131,42 @@ void SimulatedWebSocketConnection::sendFromClient(std::string text,
 void SimulatedWebSocketConnection::cancel(WebSocketCloseCode code) {
   const MutexLock lock{mutex};
   if (!clientCloseCode) clientCloseCode = static_cast<std::uint16_t>(code);
-  end();
+  inbox.clear();
+  end({std::nullopt, {"The connection was cancelled."}});
 }
 
-void SimulatedWebSocketConnection::letGo() {
+void SimulatedWebSocketConnection::abandon() {
   std::map<std::uint64_t, Send> dropped;  // Destroyed last, without the lock.
   std::function<void(WebSocketReceipt)> droppedReceive;
   const MutexLock lock{mutex};
-  isLetGo = true;
-  ended = true;
+  isAbandoned = true;
+  if (!ended) ended.emplace();
   dropped.swap(sends);
   droppedReceive.swap(pendingReceive);
 }
 
 // ---- Between the two
 
-void SimulatedWebSocketConnection::tell(Turn turn) {
+void SimulatedWebSocketConnection::post(Turn turn) {
   executor.post([self = shared_from_this(), turn = std::move(turn)] {
     const auto isGone = [&] {
       const MutexLock lock{self->mutex};
-      return self->isLetGo;
+      return self->isAbandoned;
     };
     if (!isGone()) turn();
   });
 }
 
 void SimulatedWebSocketConnection::deliver() {
-  if (!pendingReceive || inbox.empty()) return;
-  tell([completion = std::exchange(pendingReceive, nullptr), receipt = std::move(inbox.front())] {
-    completion(receipt);
-  });
-  inbox.pop_front();
+  if (!pendingReceive || (inbox.empty() && !ended)) return;
+  WebSocketReceipt receipt = WebSocketEnd{};
+  if (inbox.empty()) {
+    receipt = *ended;
+  } else {
+    receipt = std::move(inbox.front());
+    inbox.pop_front();
+  }
+  post([completion = std::exchange(pendingReceive, nullptr), receipt = std::move(receipt)] { completion(receipt); });
 }
 
 void SimulatedWebSocketConnection::letArriveLater(std::uint64_t number, Send& send) {
@@ -188,12 +190,14 @@ void SimulatedWebSocketConnection::arrive(std::uint64_t number) {
 
 void SimulatedWebSocketConnection::loseSends(const std::string& description) {
   for (auto& [number, send] : std::exchange(sends, {})) {
-    tell([completion = std::move(send.completion), description] { completion(TransportError{description}); });
+    post([completion = std::move(send.completion), description] { completion(TransportError{description}); });
   }
 }
 
-void SimulatedWebSocketConnection::end() {
-  ended = true;
+void SimulatedWebSocketConnection::end(WebSocketEnd why) {
+  if (ended) return;
+  ended = std::move(why);
+  deliver();
   loseSends("The connection was lost.");
 }
 
@@ -215,10 +219,10 @@ std::vector<SimulatedWebSockets::ConnectionHandle> SimulatedWebSockets::connecti
 }
 
 std::unique_ptr<WebSocketTask> SimulatedWebSockets::makeTask(SerialExecutor& executor, WebSocketRequest request,
-                                                             WebSocketEvents events) {
+                                                             std::function<void()> didOpen) {
   const MutexLock lock{mutex};
   made.push_back(
-      std::make_shared<SimulatedWebSocketConnection>(executor, std::move(request), std::move(events), sendDelay));
+      std::make_shared<SimulatedWebSocketConnection>(executor, std::move(request), std::move(didOpen), sendDelay));
   return std::make_unique<SimulatedWebSocketTask>(made.back(), startListener);
 }
 

@@ -16,10 +16,10 @@ namespace quillard::platform::simulated {
 
 // One connection as its server sees it: made -> started -> accepted -> ended, or ended from any of them. What the
 // server does reaches the client as later turns of the client's executor, in the order in which it was done; nothing
-// reaches a client that has let go of its task. Any thread.
+// reaches a client that has destroyed its task. Any thread.
 class SimulatedWebSocketConnection : public std::enable_shared_from_this<SimulatedWebSocketConnection> {
  public:
-  SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request, WebSocketEvents events,
+  SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request, std::function<void()> didOpen,
                                Seconds sendDelay);
 
   // ---- The server's side.
@@ -27,11 +27,11 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   void accept();
   void sendText(std::string text);
   void sendBinary(std::vector<std::uint8_t> bytes);
-  // The connection ends with a failed receive only, with a close event only, or with both in the order of the calls.
-  // What the client was sending is lost, and its sends fail.
+  // The connection ends without or with a close code, unless it has ended before. The client receives what was sent to
+  // it until then and the end after that. What the client was sending is lost, and its sends fail.
   void fail(std::string description);
   void close(std::uint16_t code);
-  // Held sends neither arrive nor complete, until they are let go on.
+  // Held sends neither arrive nor complete, until they are released.
   void holdSends();
   void releaseSends();
   // What is under way is lost and fails, but the connection goes on.
@@ -40,7 +40,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   // Frames that arrived, oldest first.
   [[nodiscard]] std::vector<std::string> receivedTexts() const;
   [[nodiscard]] bool isAccepted() const;
-  // Whether server or client ended it, or let go of it.
+  // Whether the server or the client ended it, or the client destroyed its task.
   [[nodiscard]] bool isEnded() const;
   // The code of the close message that the client sent. Absent: it sent none.
   [[nodiscard]] std::optional<std::uint16_t> sentCloseCode() const;
@@ -49,7 +49,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   void receive(std::function<void(WebSocketReceipt)> completion);
   void sendFromClient(std::string text, std::function<void(std::optional<TransportError>)> completion);
   void cancel(WebSocketCloseCode code);
-  void letGo();
+  void abandon();
 
  private:
   struct Send {
@@ -58,32 +58,32 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
     TaskHandle arrival;  // Empty while held.
   };
 
-  // Runs `turn` later, unless the client has let go by then.
-  void tell(Turn turn);
+  // Runs `turn` later, unless the client has destroyed its task by then.
+  void post(Turn turn);
   void deliver() QUILLARD_REQUIRES(mutex);
   void arrive(std::uint64_t number);
   void letArriveLater(std::uint64_t number, Send& send) QUILLARD_REQUIRES(mutex);
   void loseSends(const std::string& description) QUILLARD_REQUIRES(mutex);
-  void end() QUILLARD_REQUIRES(mutex);
+  void end(WebSocketEnd why) QUILLARD_REQUIRES(mutex);
 
   SerialExecutor& executor;
   const WebSocketRequest theRequest;
-  const WebSocketEvents events;
+  const std::function<void()> didOpen;
   const Seconds sendDelay;
   mutable Mutex mutex;
-  std::deque<WebSocketReceipt> inbox QUILLARD_GUARDED_BY(mutex);
+  std::deque<WebSocketMessage> inbox QUILLARD_GUARDED_BY(mutex);
   std::function<void(WebSocketReceipt)> pendingReceive QUILLARD_GUARDED_BY(mutex);
   std::map<std::uint64_t, Send> sends QUILLARD_GUARDED_BY(mutex);  // Under way, by age.
   std::uint64_t sendCount QUILLARD_GUARDED_BY(mutex) = 0;
   std::vector<std::string> arrived QUILLARD_GUARDED_BY(mutex);
   std::optional<std::uint16_t> clientCloseCode QUILLARD_GUARDED_BY(mutex);
   bool accepted QUILLARD_GUARDED_BY(mutex) = false;
-  bool ended QUILLARD_GUARDED_BY(mutex) = false;
+  std::optional<WebSocketEnd> ended QUILLARD_GUARDED_BY(mutex);
   bool isHolding QUILLARD_GUARDED_BY(mutex) = false;
-  bool isLetGo QUILLARD_GUARDED_BY(mutex) = false;
+  bool isAbandoned QUILLARD_GUARDED_BY(mutex) = false;
 };
 
-// The network of WebSockets, and the one server behind it, which a test plays. Any thread.
+// The network of WebSockets, and the one server behind it, which the test controls. Any thread.
 class SimulatedWebSockets final : public WebSockets {
  public:
   using ConnectionHandle = std::shared_ptr<SimulatedWebSocketConnection>;
@@ -99,7 +99,7 @@ class SimulatedWebSockets final : public WebSockets {
   [[nodiscard]] ConnectionHandle newest() const { return connections().back(); }
 
   [[nodiscard]] std::unique_ptr<WebSocketTask> makeTask(SerialExecutor& executor, WebSocketRequest request,
-                                                        WebSocketEvents events) override;
+                                                        std::function<void()> didOpen) override;
 
  private:
   mutable Mutex mutex;

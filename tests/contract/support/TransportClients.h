@@ -55,14 +55,12 @@ class Awaited {
   std::deque<T> values;
 };
 
-// Drives one WebSocket task from the test's thread, and keeps what it says.
+// Drives one WebSocket task from the test's thread, and keeps what it reports.
 class WebSocketClient {
  public:
   WebSocketClient(TransportBinding& binding, platform::WebSocketRequest request) : executor(binding.executor()) {
-    const platform::WebSocketEvents events{.didOpen = [this] { opened.set(true); },
-                                           .didClose = [this](std::uint16_t code) { closed.set(code); }};
     onExecutor(executor, [&] {
-      task = binding.webSockets().makeTask(executor, request, events);
+      task = binding.webSockets().makeTask(executor, request, [this] { opened.set(true); });
       task->start();
     });
   }
@@ -83,24 +81,29 @@ class WebSocketClient {
       task->receive([this](platform::WebSocketReceipt receipt) { received.set(std::move(receipt)); });
     });
   }
-  // Receives once and waits for it. An error with no words when nothing came.
+  // Receives once and waits for it. An end without a text when nothing came.
   platform::WebSocketReceipt receive() {
     const std::size_t index = received.count();
     beginReceive();
-    return received.get(index).value_or(platform::TransportError{});
+    return received.get(index).value_or(platform::WebSocketEnd{});
   }
   // The text of the next message. "!" and the error when there is none.
   std::string receiveText() {
     const auto receipt = receive();
-    if (const auto* error = std::get_if<platform::TransportError>(&receipt)) return "!" + error->description;
+    if (const auto* end = std::get_if<platform::WebSocketEnd>(&receipt)) return "!" + end->error.description;
     const auto* text = std::get_if<platform::TextMessage>(&std::get<platform::WebSocketMessage>(receipt));
     return text ? text->text : "!binary";
   }
+  // Receives once: the end. Absent when there is a message; an end without a text when nothing came.
+  std::optional<platform::WebSocketEnd> receiveEnd() {
+    const auto receipt = receive();
+    const auto* end = std::get_if<platform::WebSocketEnd>(&receipt);
+    return end ? std::optional(*end) : std::nullopt;
+  }
   // Why there is no message. Empty when there is one, or nothing came.
   std::string receiveError() {
-    const auto receipt = receive();
-    const auto* error = std::get_if<platform::TransportError>(&receipt);
-    return error ? error->description : "";
+    const auto end = receiveEnd();
+    return end ? end->error.description : "";
   }
 
   void beginSend(const std::string& text) {
@@ -118,7 +121,6 @@ class WebSocketClient {
   }
 
   Awaited<bool> opened;
-  Awaited<std::uint16_t> closed;
   Awaited<platform::WebSocketReceipt> received;
   Awaited<std::string> sent;
 

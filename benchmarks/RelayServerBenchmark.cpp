@@ -7,7 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include "benchmarks/RatioReporter.h"
-#include "companion/relay/RelayWorld.h"
+#include "companion/relay/rules/RelayWorld.h"
 #include "e2e/RelayProgram.h"
 #include "e2e/RelayWire.h"
 

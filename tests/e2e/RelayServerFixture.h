@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companion/relay/RelayWorld.h"
+#include "companion/relay/rules/RelayWorld.h"
 #include "e2e/RelayProgram.h"
 #include "e2e/RelayWire.h"
 

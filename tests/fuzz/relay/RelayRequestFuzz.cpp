@@ -1,12 +1,12 @@
 #include <string>
 #include <vector>
 
-#include "companion/relay/ClientAddress.h"
-#include "companion/relay/PeerIntroduction.h"
-#include "companion/relay/PhonePage.h"
-#include "companion/relay/RelayConfiguration.h"
-#include "companion/relay/RelayNames.h"
-#include "companion/relay/RequestTarget.h"
+#include "companion/relay/rules/ClientAddress.h"
+#include "companion/relay/rules/ListenAddress.h"
+#include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/PhonePage.h"
+#include "companion/relay/rules/RelayNames.h"
+#include "companion/relay/rules/RequestTarget.h"
 #include "fuzz/FuzzTarget.h"
 
 using namespace quillard::relayserver;

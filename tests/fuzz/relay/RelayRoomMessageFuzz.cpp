@@ -1,7 +1,7 @@
 #include <string>
 #include <variant>
 
-#include "companion/relay/RoomMessages.h"
+#include "companion/relay/rules/RoomMessages.h"
 #include "fuzz/FuzzTarget.h"
 
 using namespace quillard::relayserver;

@@ -1,0 +1,196 @@
+#include "companion/relay/app/RelayCommandLine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr const char* kDescription =
+    "Passes sealed messages between Quillard's agents and the phones that are paired with them,\n"
+    "and serves the phones' page.";
+constexpr const char* kFooter =
+    "Each option can also stand in the configuration file, without its dashes, or in the environment: --tls-key is\n"
+    "QUILLARD_RELAY_TLS_KEY. A flag outweighs the environment, and that the file.\n"
+    "Exit codes: 0 fine, 2 wrong usage, 3 not possible here.";
+
+// What CLI11 reads into.
+struct Arguments {
+  std::vector<std::string> listen{"127.0.0.1:8080"};
+  std::string metrics;
+  std::string database;
+  std::string page;
+  std::string tlsCertificate;
+  std::string tlsKey;
+  bool isBehindProxy = false;
+  std::vector<std::string> trustedProxies{"127.0.0.0/8", "::1"};
+  RelayLimits limits;
+  long purgeDays = 400;
+  std::size_t snapshotMebibytes = 256;
+};
+
+std::string environmentName(const std::string& option) {
+  std::string name = "QUILLARD_RELAY_";
+  for (const char c : option) name += c == '-' ? '_' : static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+  return name;
+}
+
+template <class Value>
+CLI::Option* add(CLI::App& program, const std::string& name, Value& value, const std::string& description) {
+  return program.add_option("--" + name, value, description);
+}
+
+void describeLimits(CLI::App& program, Arguments& read) {
+  add(program, "pairings", read.limits.pairings, "The most pairings that are kept")
+      ->check(CLI::Range(1, 10'000'000))
+      ->capture_default_str();
+  add(program, "purge-days", read.purgeDays, "Forget a pairing that was not used for so many days")
+      ->check(CLI::Range(1, 36'500))
+      ->capture_default_str();
+  add(program, "connections", read.limits.connections, "The most connections at the same time")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str();
+  add(program, "snapshot-memory", read.snapshotMebibytes, "MiB for the newest snapshots of all pairings")
+      ->check(CLI::Range(1, 1'048'576))
+      ->capture_default_str();
+}
+
+// For tests and benchmarks, which need higher rates and shorter times: not shown in the help.
+void describeRates(CLI::App& program, Arguments& read) {
+  const auto hidden = [&](const std::string& name, auto& value) { add(program, name, value, "")->group(""); };
+  hidden("registration-burst", read.limits.registrations.burst);
+  hidden("registrations-per-second", read.limits.registrations.perSecond);
+  hidden("handshake-burst", read.limits.handshakes.burst);
+  hidden("handshakes-per-second", read.limits.handshakes.perSecond);
+  hidden("agent-message-burst", read.limits.agentMessages.burst);
+  hidden("phone-message-burst", read.limits.phoneMessages.burst);
+  hidden("open-requests", read.limits.openRequests);
+  const auto hiddenTime = [&](const std::string& name, std::chrono::milliseconds& value) {
+    program
+        .add_option_function<std::int64_t>("--" + name,
+                                           [&value](std::int64_t given) { value = std::chrono::milliseconds(given); })
+        ->group("")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{3'600'000}));
+  };
+  hiddenTime("handshake-milliseconds", read.limits.handshake);
+  hiddenTime("ping-milliseconds", read.limits.ping);
+  hiddenTime("idle-milliseconds", read.limits.idle);
+}
+
+void describe(CLI::App& program, Arguments& read) {
+  program.description(kDescription);
+  program.footer(kFooter);
+  program.set_version_flag("--version", "quillard-relay " QUILLARD_VERSION, "Print the version and exit");
+  program.set_help_flag("-h,--help", "Print this help and exit");
+  program.set_config("--config", "", "Read the configuration from this file");
+  program.allow_config_extras(CLI::config_extras_mode::error);
+  add(program, "listen", read.listen, "Where to listen; may be given several times; port 0 takes one that is free")
+      ->delimiter(',')
+      ->capture_default_str();
+  add(program, "database", read.database, "The file that pairings are kept in; it is made where there is none")
+      ->required();
+  add(program, "page", read.page, "The folder of the phones' page");
+  add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
+  add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
+  program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is");
+  add(program, "trusted-proxy", read.trustedProxies, "Addresses or networks whose X-Forwarded-For counts")
+      ->delimiter(',')
+      ->capture_default_str();
+  add(program, "metrics", read.metrics, "Where to serve /metrics for Prometheus, in clear");
+  describeLimits(program, read);
+  describeRates(program, read);
+}
+
+bool isGiven(const std::string& flag, const std::vector<std::string>& arguments) {
+  return std::any_of(arguments.begin(), arguments.end(), [&](const std::string& argument) {
+    return argument == flag || argument.rfind(flag + "=", 0) == 0;
+  });
+}
+
+// CLI11 itself would prefer the file to the environment. Each variable therefore becomes a flag, unless that flag was
+// given.
+std::vector<std::string> withEnvironment(const CLI::App& program, std::vector<std::string> arguments) {
+  std::vector<std::string> added;
+  for (const CLI::Option* option : program.get_options()) {
+    const std::string name = option->get_single_name();
+    const char* value = name == "help" || name == "version" ? nullptr : std::getenv(environmentName(name).c_str());
+    if (value && *value != '\0' && !isGiven("--" + name, arguments)) added.push_back("--" + name + "=" + value);
+  }
+  arguments.insert(arguments.begin(), added.begin(), added.end());
+  return arguments;
+}
+
+CommandLineMessage wrongUsage(const std::string& text) { return {text + "\n", ExitCode::wrongUsage}; }
+
+std::optional<CommandLineMessage> readListeners(const Arguments& read, RelayConfiguration& configuration) {
+  for (const auto& text : read.listen) {
+    const auto address = ListenAddress::parse(text);
+    if (!address) return wrongUsage("--listen " + text + ": that is no address and port, such as 127.0.0.1:8080.");
+    if (!address->address.isLoopback() && !configuration.hasTls() && !configuration.isBehindProxy) {
+      return wrongUsage("--listen " + text +
+                        ": other computers could listen in. Give --tls-certificate and --tls-key, or "
+                        "--behind-proxy where a proxy does TLS.");
+    }
+    configuration.listen.push_back(*address);
+  }
+  if (read.metrics.empty()) return std::nullopt;
+  configuration.metrics = ListenAddress::parse(read.metrics);
+  if (!configuration.metrics) return wrongUsage("--metrics " + read.metrics + ": that is no address and port.");
+  if (!configuration.metrics->address.isLoopback() && !configuration.isBehindProxy) {
+    return wrongUsage("--metrics " + read.metrics +
+                      ": metrics are served in clear; without --behind-proxy only at this "
+                      "computer's own address.");
+  }
+  return std::nullopt;
+}
+
+std::optional<CommandLineMessage> readProxies(const Arguments& read, RelayConfiguration& configuration) {
+  if (!read.isBehindProxy) return std::nullopt;
+  for (const auto& text : read.trustedProxies) {
+    const auto network = IpNetwork::parse(text);
+    if (!network) return wrongUsage("--trusted-proxy " + text + ": that is no address or network, such as 10.0.0.0/8.");
+    configuration.trustedProxies.push_back(*network);
+  }
+  return std::nullopt;
+}
+
+std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Arguments& read) {
+  if (read.tlsCertificate.empty() != read.tlsKey.empty()) {
+    return wrongUsage("--tls-certificate and --tls-key go together.");
+  }
+  RelayConfiguration configuration{.database = read.database,
+                                   .page = read.page,
+                                   .tlsCertificate = read.tlsCertificate,
+                                   .tlsKey = read.tlsKey,
+                                   .isBehindProxy = read.isBehindProxy,
+                                   .limits = read.limits};
+  configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
+  configuration.limits.snapshotBytes = read.snapshotMebibytes * 1024 * 1024;
+  if (auto wrong = readListeners(read, configuration)) return *wrong;
+  if (auto wrong = readProxies(read, configuration)) return *wrong;
+  return configuration;
+}
+
+}  // namespace
+
+std::variant<RelayConfiguration, CommandLineMessage> readConfiguration(const std::vector<std::string>& arguments) {
+  CLI::App program("", "quillard-relay");
+  Arguments read;
+  describe(program, read);
+  const auto all = withEnvironment(program, arguments);
+  // CLI11 expects them in reverse order.
+  std::vector<std::string> reversed(all.rbegin(), all.rend());
+  try {
+    program.parse(std::move(reversed));
+  } catch (const CLI::ParseError& end) {
+    std::ostringstream printed;
+    const bool isWrong = program.exit(end, printed, printed) != 0;
+    return CommandLineMessage{printed.str(), isWrong ? ExitCode::wrongUsage : ExitCode::success};
+  }
+  return configurationOf(read);
+}
+
+}  // namespace quillard::relayserver

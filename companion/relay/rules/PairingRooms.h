@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "companion/relay/rules/EventLog.h"
+#include "companion/relay/rules/Pairings.h"
+#include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/RelayLimits.h"
+#include "companion/relay/rules/RelayMetrics.h"
+#include "companion/relay/rules/RelayPeer.h"
+#include "companion/relay/rules/RelayTime.h"
+#include "companion/relay/rules/RoomMessages.h"
+
+namespace quillard::relayserver {
+
+// The connected peers, one room for each pairing, and which message goes to which of them. All of the protocol between
+// agents and phones is here; sockets, and the decision who may join, are not. Time comes in as a parameter.
+//
+// States of a peer: unknown -> joined -> gone, because it left or because the rooms closed it. Messages of a peer that
+// is gone are ignored. Not thread-safe: everything runs on the thread of the event loop. Peers are called from inside
+// these operations, and never call back before they return.
+class PairingRooms {
+ public:
+  // What the rooms are made over. All of it outlives them.
+  struct Dependencies {
+    Pairings& pairings;
+    const RelayLimits& limits;
+    RelayMetrics& metrics;
+    EventLog& log;
+  };
+  explicit PairingRooms(const Dependencies& dependencies);
+  ~PairingRooms();
+  PairingRooms(const PairingRooms&) = delete;
+  PairingRooms& operator=(const PairingRooms&) = delete;
+
+  // Whether one more phone may join. A phone that replaces its own earlier connection always may; so does an agent.
+  [[nodiscard]] bool hasRoomFor(const PeerIntroduction& who) const;
+  void join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, Instant now);
+  void leave(RelayPeer& peer, Instant now);
+
+  // Any bytes came from the peer, pongs included: it is alive. Ignored for a peer that is gone.
+  void didReceiveBytes(const RelayPeer& peer, Instant now);
+  // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why.
+  void take(RelayPeer& peer, std::string_view text, Moment now);
+  // Pings peers, sends phones the status of their computer, and drops peers that were silent for `limits.idle`. To be
+  // called a few times a second.
+  void tick(Instant now);
+
+  struct Presence {
+    bool isAgentConnected = false;
+    std::size_t phoneCount = 0;
+  };
+  [[nodiscard]] Presence presenceOf(const std::string& pairingID) const;
+
+  // Closes one of the peers that are left. False: there are none.
+  bool closeNext(CloseCode code);
+  [[nodiscard]] std::size_t peerCount() const { return members.size(); }
+  // Drops what is kept of these pairings, which were purged; those with a connected peer stay.
+  void forget(const std::vector<std::string>& pairingIDs);
+
+ private:
+  struct Room;
+  struct Member;
+
+  Member* memberOf(const RelayPeer& peer);
+  Room& roomOf(const std::string& pairingID, Instant now);
+  void joinAsAgent(Member& member, Instant now);
+  void joinAsPhone(Member& member, Instant now);
+
+  void takeFromAgent(Member& member, std::string_view text, Moment now);
+  void takeFromPhone(Member& member, std::string_view text, Moment now);
+  void takeSnapshot(Room& room, const SnapshotMessage& message, Instant now);
+  void takeResult(Room& room, ResultMessage message, Instant now);
+  void unpair(Room& room, const UnpairMessage& message, Moment now);
+  void takeRequest(Member& member, const RequestMessage& message, Instant now);
+  void takeSuppression(Member& member, const SuppressionMessage& message, Instant now);
+  void passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now);
+
+  // Recipients that do not read fast enough are closed, after all others were served.
+  void sendTo(const std::vector<Member*>& recipients, const MessageText& text, Instant now);
+  void sendMacStatus(Member& phone, Instant now);
+  void sendMacStatusToPhones(Room& room, Instant now);
+  void sendPhoneStatusToAgent(Room& room, Instant now);
+
+  // Closes the member, takes it out of its room and sends the others the new status. `code` absent: without a close
+  // message.
+  void expel(Member& member, std::optional<CloseCode> code, Instant now);
+  // Takes the member out of its room, and nothing else.
+  void remove(Member& member);
+  void closeMember(Member& member, std::optional<CloseCode> code);
+  void keepSnapshot(Room& room, MessageText text);
+  void dropSnapshot(Room& room);
+
+  Pairings& pairings;
+  const RelayLimits& limits;
+  RelayMetrics& metrics;
+  EventLog& log;
+  std::unordered_map<std::string, std::unique_ptr<Room>> rooms;
+  std::unordered_map<const RelayPeer*, std::unique_ptr<Member>> members;
+  std::list<Room*> roomsWithSnapshots;  // The oldest snapshot comes first.
+};
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,404 @@
+#include <gtest/gtest.h>
+
+#include "companion/relay/rules/PairingRooms.h"
+#include "companion/relay/rules/RelayWorld.h"
+
+namespace quillard::relayserver {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(PairingRooms, TellsAnAgentOfThePhonesWhenItJoinsAndWhenTheyChange) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  EXPECT_EQ(agent->newest().dump(), R"({"type":"phone.status","phoneConnected":false,"phoneCount":0,"phones":[]})");
+  const auto phone = world.joinPhone("A");
+  EXPECT_EQ(agent->newest().dump(), R"({"type":"phone.status","phoneConnected":true,"phoneCount":1,"phones":[)"
+                                    R"({"deviceID":"A","deviceName":"A's name","connected":true}]})");
+  world.rooms.leave(*phone, world.instant);
+  EXPECT_EQ(agent->newest()["phoneCount"], 0);
+  EXPECT_EQ(agent->texts.size(), 3U);
+}
+
+TEST(PairingRooms, ShowsThePlatformWhereThePhoneSaidOne) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  world.join({.role = Role::phone, .pairingID = kPairing, .deviceID = "A", .deviceName = "", .platform = "iOS"});
+  EXPECT_EQ(agent->newest()["phones"][0]["platform"], "iOS");
+}
+
+TEST(PairingRooms, TellsAPhoneOfTheComputerFirstAndThenHandsItTheNewestSnapshot) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.say(*agent, snapshot("ax1:1"));
+  world.say(*agent, snapshot("ax1:2"));
+  world.advance(4s + 900ms);
+  const auto phone = world.joinPhone("A");
+  ASSERT_EQ(phone->texts.size(), 2U);
+  EXPECT_EQ(phone->texts[0], R"({"type":"mac.status","macConnected":true,"heardSecondsAgo":4})");
+  EXPECT_EQ(phone->newest()["snapshotID"], "ax1:2");
+}
+
+TEST(PairingRooms, DoNotSayWhenTheyHeardFromAComputerThatNeverSpoke) {
+  RelayWorld world;
+  EXPECT_EQ(world.joinPhone("A")->texts, std::vector<std::string>{R"({"type":"mac.status","macConnected":false})"});
+}
+
+TEST(PairingRooms, KeepTheSnapshotAndTheTimeAfterTheComputerHasGone) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.say(*agent, snapshot());
+  world.rooms.leave(*agent, world.instant);
+  world.advance(90s);
+  const auto phone = world.joinPhone("A");
+  EXPECT_EQ(phone->texts[0], R"({"type":"mac.status","macConnected":false,"heardSecondsAgo":90})");
+  EXPECT_EQ(phone->texts.size(), 2U);
+}
+
+TEST(PairingRooms, TellPhonesWhenTheComputerComesAndGoes) {
+  RelayWorld world;
+  const auto phone = world.joinPhone("A");
+  const auto agent = world.joinAgent();
+  EXPECT_EQ(phone->newest()["macConnected"], true);
+  world.rooms.leave(*agent, world.instant);
+  EXPECT_EQ(phone->newest()["macConnected"], false);
+  EXPECT_EQ(phone->texts.size(), 3U);
+}
+
+TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto one = world.joinPhone("A");
+  const auto two = world.joinPhone("B");
+  const auto other = world.joinPhone("A", "another");
+  world.say(*agent, snapshot());
+  EXPECT_EQ(one->ofType("mac.snapshot").size(), 1U);
+  EXPECT_EQ(two->ofType("mac.snapshot").size(), 1U);
+  EXPECT_EQ(other->ofType("mac.snapshot").size(), 0U);
+}
+
+TEST(PairingRooms, PassOnKnownMembersOnlyInTheirOrder) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.rooms.take(
+      *phone,
+      R"( {"x":{"type":"mac.snapshot"},"issuedAt":"2026-03-01T12:34:56.5Z","decisionID":"d1",)"
+      R"("encryptedRequest":{"nonce":"AA==","more":1,"ciphertext":"QQ==","version":1},"type":"approval.request"})",
+      world.now());
+  EXPECT_EQ(agent->texts.back(),
+            R"({"type":"approval.request","decisionID":"d1","encryptedRequest":{"version":1,"nonce":"AA==",)"
+            R"("ciphertext":"QQ=="},"issuedAt":"2026-03-01T12:34:56.5Z"})");
+}
+
+TEST(PairingRooms, GiveAReceiptForEveryDecision) {
+  RelayWorld world;
+  const auto phone = world.joinPhone("A");
+  world.say(*phone, request("d1"));
+  EXPECT_EQ(phone->texts.back(),
+            R"({"type":"relay.receipt","decisionID":"d1","delivered":false,"reason":"macNotConnected"})");
+  const auto agent = world.joinAgent();
+  world.say(*phone, request("d1"));
+  EXPECT_EQ(phone->texts.back(), R"({"type":"relay.receipt","decisionID":"d1","delivered":true})");
+  EXPECT_EQ(agent->ofType("approval.request").size(), 1U);
+  EXPECT_EQ(world.metrics.delivered, 1U);
+  EXPECT_EQ(world.metrics.notDelivered, 1U);
+}
+
+TEST(PairingRooms, TellAPhoneThatTheComputerIsBusyAndKeepTheComputer) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  agent->room = agent->texts.size();
+  world.say(*phone, request("d1"));
+  EXPECT_EQ(phone->texts.back(), R"({"type":"relay.receipt","decisionID":"d1","delivered":false,"reason":"macBusy"})");
+  EXPECT_FALSE(agent->closed);
+}
+
+TEST(PairingRooms, SendAResultToAllPhonesAndSayWhoHadAsked) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto one = world.joinPhone("A");
+  const auto two = world.joinPhone("B");
+  world.say(*one, request("d1"));
+  world.say(*two, request("d1"));  // Asks for the outcome; the first one had decided.
+  world.say(*agent, result("d1"));
+  for (const auto& phone : {one, two}) {
+    EXPECT_EQ(phone->newest()["phone"].dump(), R"({"deviceID":"A","deviceName":"A's name"})");
+  }
+  world.say(*agent, result("unknown"));
+  EXPECT_FALSE(one->newest().contains("phone"));
+  EXPECT_EQ(one->ofType("approval.result").size(), 2U);
+}
+
+TEST(PairingRooms, KnowWhoHadAskedOfTheNewestDecisions) {
+  RelayWorld world({.phoneMessages = {1000, 0}});
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  for (int i = 0; i < 257; ++i) world.say(*phone, request("d" + std::to_string(i)));
+  world.say(*agent, result("d0"));
+  EXPECT_FALSE(phone->newest().contains("phone"));
+  world.say(*agent, result("d1"));
+  EXPECT_TRUE(phone->newest().contains("phone"));
+}
+
+TEST(PairingRooms, PassASuppressionToTheComputerAndToTheOtherPhones) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto one = world.joinPhone("A");
+  const auto two = world.joinPhone("B");
+  for (const std::string type : {"approval.suppress", "approval.unsuppress"}) {
+    world.say(*one, suppression("s1", type));
+    EXPECT_EQ(agent->ofType(type).size(), 1U);
+    EXPECT_EQ(two->ofType(type).size(), 1U);
+    EXPECT_EQ(two->newest()["decisionID"], "s1");
+    EXPECT_EQ(one->ofType(type).size(), 0U);
+    EXPECT_EQ(one->newest()["delivered"], true);
+  }
+}
+
+TEST(PairingRooms, PutTheNewestAgentInThePlaceOfTheEarlierOne) {
+  RelayWorld world;
+  const auto phone = world.joinPhone("A");
+  const auto earlier = world.joinAgent();
+  const auto newer = world.joinAgent();
+  EXPECT_EQ(earlier->closed, CloseCode::replaced);
+  world.rooms.leave(*earlier, world.instant);  // Its socket has ended; nothing follows from it.
+  EXPECT_EQ(phone->newest()["macConnected"], true);
+  world.say(*earlier, snapshot());
+  EXPECT_EQ(phone->ofType("mac.snapshot").size(), 0U);
+  world.say(*phone, request("d1"));
+  EXPECT_EQ(newer->ofType("approval.request").size(), 1U);
+}
+
+TEST(PairingRooms, PutAPhonesNewestConnectionInThePlaceOfItsEarlierOne) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto earlier = world.joinPhone("A");
+  world.joinPhone("A");
+  EXPECT_EQ(earlier->closed, CloseCode::replaced);
+  EXPECT_EQ(agent->newest()["phoneCount"], 1);
+}
+
+TEST(PairingRooms, HavePlaceForEightPhonesAndForOneOfThemAgain) {
+  RelayWorld world;
+  for (int i = 0; i < 7; ++i) world.joinPhone(std::to_string(i));
+  const PeerIntroduction ninth{.role = Role::phone, .pairingID = kPairing, .deviceID = "9"};
+  EXPECT_TRUE(world.rooms.hasRoomFor(ninth));
+  world.joinPhone("7");
+  EXPECT_FALSE(world.rooms.hasRoomFor(ninth));
+  EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::phone, .pairingID = kPairing, .deviceID = "3"}));
+  EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::agent, .pairingID = kPairing}));
+  EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::phone, .pairingID = "another", .deviceID = "9"}));
+}
+
+TEST(PairingRooms, CloseThoseWhoseFrameIsNoMessage) {
+  for (const std::string text :
+       {"", "{", "[]", "\"text\"", "{}", R"({"type":1})", R"({"type":"approval.request"})",
+        R"({"type":"approval.request","type":"approval.request"})", "\xFF", "\xEF\xBB\xBF{}"}) {
+    RelayWorld world;
+    const auto agent = world.joinAgent();
+    const auto phone = world.joinPhone("A");
+    world.rooms.take(*phone, text, world.now());
+    EXPECT_EQ(phone->closed, CloseCode::malformedMessage) << text;
+    EXPECT_EQ(agent->newest()["phoneCount"], 0) << text;
+  }
+}
+
+TEST(PairingRooms, IgnoreKindsThatTheyDoNotKnowOrThatAreNotForThisRole) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  const auto before = agent->texts.size();
+  world.say(*phone, {{"type", "something.new"}});
+  world.say(*phone, snapshot());
+  world.say(*phone, unpair());
+  world.say(*phone, {{"type", "Approval.Request"}});
+  world.say(*agent, request("d1"));
+  EXPECT_FALSE(phone->closed);
+  EXPECT_FALSE(agent->closed);
+  EXPECT_EQ(agent->texts.size(), before);
+  EXPECT_EQ(world.metrics.messages["unknown"], 5U);
+}
+
+TEST(PairingRooms, TakeTwentyMessagesOfAPhoneAtOnceAndThenTwoASecond) {
+  RelayWorld world;
+  const auto phone = world.joinPhone("A");
+  for (int i = 0; i < 20; ++i) world.say(*phone, {{"type", "x"}});
+  world.advance(500ms);
+  world.say(*phone, {{"type", "x"}});
+  EXPECT_FALSE(phone->closed);
+  world.advance(499ms);
+  world.say(*phone, {{"type", "x"}});
+  EXPECT_EQ(phone->closed, CloseCode::tooManyMessages);
+}
+
+TEST(PairingRooms, DoNotForgetAPhonesRateWhenItComesBack) {
+  RelayWorld world;
+  const auto phone = world.joinPhone("A");
+  for (int i = 0; i < 20; ++i) world.say(*phone, {{"type", "x"}});
+  world.rooms.leave(*phone, world.instant);
+  const auto again = world.joinPhone("A");
+  world.say(*again, {{"type", "x"}});
+  EXPECT_EQ(again->closed, CloseCode::tooManyMessages);
+}
+
+TEST(PairingRooms, TakeSixtyMessagesOfAnAgentAtOnceAndThenTenASecond) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  for (int i = 0; i < 60; ++i) world.say(*agent, {{"type", "x"}});
+  world.advance(100ms);
+  world.say(*agent, {{"type", "x"}});
+  EXPECT_FALSE(agent->closed);
+  world.advance(99ms);
+  world.say(*agent, {{"type", "x"}});
+  EXPECT_EQ(agent->closed, CloseCode::tooManyMessages);
+}
+
+TEST(PairingRooms, TakeAMessageOfExactlyOneMebibyte) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  Json message = snapshot();
+  message["encryptedApprovals"]["ciphertext"] = "";
+  const auto rest = world.limits.messageBytes - message.dump().size();
+  message["encryptedApprovals"]["ciphertext"] = std::string(rest, 'A');
+  world.say(*agent, message);
+  EXPECT_FALSE(agent->closed);
+  message["encryptedApprovals"]["ciphertext"] = std::string(rest + 1, 'A');
+  world.say(*agent, message);
+  EXPECT_EQ(agent->closed, CloseCode::tooBig);
+}
+
+TEST(PairingRooms, CloseASlowPhoneAndServeTheOthers) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto slow = world.joinPhone("A");
+  const auto quick = world.joinPhone("B");
+  slow->room = slow->texts.size();
+  world.say(*agent, snapshot());
+  EXPECT_EQ(slow->closed, CloseCode::tooSlow);
+  EXPECT_EQ(quick->ofType("mac.snapshot").size(), 1U);
+  EXPECT_EQ(agent->newest()["phoneCount"], 1);
+}
+
+TEST(PairingRooms, SurviveEverybodyBeingTooSlowAtOnce) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  std::vector<std::shared_ptr<FakePeer>> phones;
+  for (int i = 0; i < 8; ++i) phones.push_back(world.joinPhone(std::to_string(i)));
+  agent->room = 0;
+  for (const auto& phone : phones) phone->room = 0;
+  world.say(*phones[0], suppression("s1"));
+  for (const auto& phone : phones) EXPECT_EQ(phone->closed, CloseCode::tooSlow);
+  EXPECT_EQ(agent->closed, CloseCode::tooSlow);
+  EXPECT_EQ(world.rooms.peerCount(), 0U);
+}
+
+TEST(PairingRooms, RevokeAPairingForGoodAndCloseAllOfIt) {
+  RelayWorld world;
+  (void)world.registerToken();
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.say(*agent, snapshot());
+  world.say(*agent, unpair());
+  EXPECT_EQ(agent->closed, CloseCode::revoked);
+  EXPECT_EQ(phone->closed, CloseCode::revoked);
+  EXPECT_EQ(world.pairings.membershipOf(kPairing, kToken, 0), Pairings::Membership::revoked);
+  EXPECT_EQ(world.metrics.snapshotBytes, 0U);
+}
+
+TEST(PairingRooms, RemoveOnePhoneOnly) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto removed = world.joinPhone("A");
+  const auto other = world.joinPhone("B");
+  world.say(*agent, unpair("A"));
+  world.say(*agent, unpair("never-seen"));
+  EXPECT_EQ(removed->closed, CloseCode::removed);
+  EXPECT_FALSE(other->closed);
+  EXPECT_FALSE(agent->closed);
+  EXPECT_TRUE(world.pairings.isRemoved(kPairing, "A"));
+  EXPECT_FALSE(world.pairings.isRemoved(kPairing, "B"));
+  EXPECT_TRUE(world.pairings.isRemoved(kPairing, "never-seen"));
+}
+
+TEST(PairingRooms, PingEveryTwentySecondsAndDropWhomTheyDidNotHearForSixty) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.run(19s + 750ms);
+  EXPECT_EQ(agent->pings, 0);
+  world.run(250ms);
+  EXPECT_EQ(agent->pings, 1);
+  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.run(39s + 750ms);
+  EXPECT_FALSE(phone->isAborted);
+  world.run(250ms);
+  EXPECT_TRUE(phone->isAborted);
+  EXPECT_FALSE(agent->isAborted);
+  EXPECT_EQ(agent->newest()["phoneCount"], 0);
+  world.run(20s);
+  EXPECT_TRUE(agent->isAborted);
+}
+
+TEST(PairingRooms, TellPhonesOfTheirComputerEveryTwentySeconds) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.run(19s + 750ms);
+  EXPECT_EQ(phone->texts.size(), 1U);
+  world.run(250ms);
+  ASSERT_EQ(phone->texts.size(), 2U);
+  EXPECT_EQ(phone->newest()["heardSecondsAgo"], 20);
+}
+
+TEST(PairingRooms, ForgetTheOldestSnapshotsWhereMemoryIsShort) {
+  RelayWorld world({.snapshotBytes = 2 * snapshot().dump().size()});
+  for (const std::string pairing : {"one", "two", "three"}) world.say(*world.joinAgent(pairing), snapshot());
+  EXPECT_EQ(world.joinPhone("A", "one")->ofType("mac.snapshot").size(), 0U);
+  EXPECT_EQ(world.joinPhone("A", "two")->ofType("mac.snapshot").size(), 1U);
+  EXPECT_EQ(world.joinPhone("A", "three")->ofType("mac.snapshot").size(), 1U);
+}
+
+TEST(PairingRooms, ForgetPurgedPairingsUnlessSomebodyIsThere) {
+  RelayWorld world;
+  const auto gone = world.joinAgent("gone");
+  const auto there = world.joinAgent("there");
+  world.say(*gone, snapshot());
+  world.say(*there, snapshot());
+  world.rooms.leave(*gone, world.instant);
+  world.rooms.forget({"gone", "there", "unknown"});
+  EXPECT_EQ(world.joinPhone("A", "gone")->texts.size(), 1U);
+  EXPECT_EQ(world.joinPhone("A", "there")->texts.size(), 2U);
+}
+
+TEST(PairingRooms, CloseAllOneAfterAnother) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  EXPECT_TRUE(world.rooms.closeNext(CloseCode::stopping));
+  EXPECT_EQ(agent->closed.has_value() + phone->closed.has_value(), 1);
+  EXPECT_TRUE(world.rooms.closeNext(CloseCode::stopping));
+  EXPECT_FALSE(world.rooms.closeNext(CloseCode::stopping));
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+  EXPECT_EQ(phone->closed, CloseCode::stopping);
+}
+
+TEST(PairingRooms, WriteNoNameOfADeviceAndNoWholePairingToTheLog) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.say(*phone, request("d1"));
+  world.say(*agent, unpair());
+  ASSERT_FALSE(world.log.lines.empty());
+  for (const auto& line : world.log.lines) {
+    EXPECT_EQ(line.find("name"), std::string::npos) << line;
+    EXPECT_EQ(line.find(kPairing), std::string::npos) << line;
+  }
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

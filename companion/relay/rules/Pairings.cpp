@@ -1,0 +1,108 @@
+#include "companion/relay/rules/Pairings.h"
+
+#include <utility>
+
+namespace quillard::relayserver {
+namespace {
+
+// When a pairing was last used need not be known better than this.
+constexpr std::int64_t kUsedStep = std::int64_t{12} * 60 * 60;
+constexpr std::size_t kMostFailures = 16;
+
+}  // namespace
+
+Pairings::Pairings(PairingStore& store, const RelayLimits& limits)
+    : store(store), limits(limits), kept(store.count()) {}
+
+template <class Result, class Work>
+Result Pairings::withStore(Result onFailure, Work work) {
+  try {
+    return work();
+  } catch (const PairingStore::Failure& failure) {
+    if (failures.size() < kMostFailures) failures.push_back(failure.description);
+    return onFailure;
+  }
+}
+
+std::vector<std::string> Pairings::takeFailures() { return std::exchange(failures, {}); }
+
+void Pairings::keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now) {
+  if (now - entry.lastUsed < kUsedStep) return;
+  withStore(false, [&] {
+    store.markUsed(pairingID, now);
+    return true;
+  });
+}
+
+Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token, std::int64_t now) {
+  if (unsavedRevocations.contains(pairingID)) return Registration::revoked;
+  return withStore(Registration::storeFailed, [&] {
+    const auto entry = store.find(pairingID);
+    if (entry && !entry->token) return Registration::revoked;
+    if (entry) {
+      if (!areEqual(*entry->token, hashOf(token))) return Registration::otherToken;
+      keepUsed(pairingID, *entry, now);
+      return Registration::taken;
+    }
+    if (kept >= limits.pairings) return Registration::full;
+    store.add(pairingID, hashOf(token), now);
+    ++kept;
+    return Registration::taken;
+  });
+}
+
+Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now) {
+  if (unsavedRevocations.contains(pairingID)) return Membership::revoked;
+  return withStore(Membership::storeFailed, [&] {
+    const auto entry = store.find(pairingID);
+    if (entry && !entry->token) return Membership::revoked;
+    const bool isEqual = areEqual(entry ? *entry->token : TokenHash{}, hashOf(token));
+    if (!entry || !isEqual) return Membership::unauthenticated;
+    keepUsed(pairingID, *entry, now);
+    return Membership::member;
+  });
+}
+
+void Pairings::revoke(const std::string& pairingID, std::int64_t now) {
+  const bool isSaved = withStore(false, [&] {
+    store.revoke(pairingID, now, limits.revocations);
+    kept = store.count();
+    return true;
+  });
+  if (isSaved) {
+    unsavedRevocations.erase(pairingID);
+  } else {
+    unsavedRevocations.insert(pairingID);
+  }
+}
+
+bool Pairings::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now) {
+  const bool isSaved = withStore(false, [&] {
+    store.removePhone(pairingID, deviceID, now, limits.removedPhones);
+    return true;
+  });
+  if (isSaved) {
+    unsavedRemovals.erase({pairingID, deviceID});
+  } else {
+    unsavedRemovals.insert({pairingID, deviceID});
+  }
+  return isSaved;
+}
+
+bool Pairings::isRemoved(const std::string& pairingID, const std::string& deviceID) {
+  if (unsavedRemovals.contains({pairingID, deviceID})) return true;
+  return withStore(false, [&] { return store.isRemoved(pairingID, deviceID); });
+}
+
+std::vector<std::string> Pairings::tidy(std::int64_t now) {
+  for (const auto& pairingID : std::set(unsavedRevocations)) revoke(pairingID, now);
+  for (const auto& [pairingID, deviceID] : std::set(unsavedRemovals)) removePhone(pairingID, deviceID, now);
+  return withStore(std::vector<std::string>{}, [&] {
+    const auto longest = std::chrono::duration_cast<std::chrono::seconds>(limits.purgeAfter).count();
+    auto purged = store.purge(now - longest);
+    kept = store.count();
+    return purged;
+  });
+}
+
+}  // namespace quillard::relayserver

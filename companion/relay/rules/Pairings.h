@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "companion/relay/rules/PairingStore.h"
+#include "companion/relay/rules/RelayLimits.h"
+
+namespace quillard::relayserver {
+
+// Which token belongs to which pairing, and which phones were removed, over a store that may fail. Callers pass only
+// well-formed names and tokens. `now` is in seconds since 1970.
+class Pairings {
+ public:
+  // Both outlive it. Throws PairingStore::Failure.
+  Pairings(PairingStore& store, const RelayLimits& limits);
+
+  enum class Registration { taken, otherToken, revoked, full, storeFailed };
+  // The first token of a name is kept; the same one again is fine.
+  [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token, std::int64_t now);
+
+  enum class Membership { member, unauthenticated, revoked, storeFailed };
+  // The answer, and the time it takes, are the same for an unknown pairing and for one with another token: a client
+  // cannot find out which pairings exist.
+  [[nodiscard]] Membership membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now);
+
+  // For good. Where the store fails, the revocation holds for as long as this process lives, and is tried again.
+  void revoke(const std::string& pairingID, std::int64_t now);
+  // The phone is refused from now on. False: the store failed.
+  bool removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now);
+  [[nodiscard]] bool isRemoved(const std::string& pairingID, const std::string& deviceID);
+
+  // Tries again what the store did not take, purges pairings that were not used for `limits.purgeAfter`, and returns
+  // their names. To be called about once an hour.
+  std::vector<std::string> tidy(std::int64_t now);
+
+  [[nodiscard]] std::size_t count() const { return kept; }
+  // The failures of the store since the last call, for the log; at most 16.
+  [[nodiscard]] std::vector<std::string> takeFailures();
+
+ private:
+  template <class Result, class Work>
+  Result withStore(Result onFailure, Work work);
+  void keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now);
+
+  PairingStore& store;
+  const RelayLimits& limits;
+  std::size_t kept;
+  std::set<std::string> unsavedRevocations;
+  std::set<std::pair<std::string, std::string>> unsavedRemovals;  // Pairing and device.
+  std::vector<std::string> failures;
+};
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace quillard::relayserver {
+
+// The counters of the relay. They name no pairing, device or address.
+struct RelayMetrics {
+  std::uint64_t agents = 0;  // Connected now, as are the next.
+  std::uint64_t phones = 0;
+  std::uint64_t requests = 0;  // Connections that are no WebSocket.
+  std::uint64_t pairings = 0;
+  std::uint64_t snapshotBytes = 0;
+
+  std::map<std::string, std::uint64_t> messages;  // Taken, by type; "unknown" for all that the relay does not know.
+  std::map<int, std::uint64_t> answers;           // By HTTP status.
+  std::map<int, std::uint64_t> closes;            // By the close code that the relay gave; 0: without one.
+  std::uint64_t delivered = 0;                    // Receipts of phones.
+  std::uint64_t notDelivered = 0;
+  std::uint64_t bytesReceived = 0;  // Of messages.
+  std::uint64_t bytesSent = 0;
+  std::uint64_t storeFailures = 0;
+};
+
+// As Prometheus reads it.
+[[nodiscard]] std::string prometheusText(const RelayMetrics& metrics);
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include "companion/relay/rules/ClientAddress.h"
+#include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/PhonePage.h"
+#include "companion/relay/rules/RelayMetrics.h"
+#include "companion/relay/rules/RelayNames.h"
+#include "companion/relay/rules/RequestTarget.h"
+#include "companion/relay/rules/TokenBucket.h"
+
+// The smaller parts of the relay.
+namespace quillard::relayserver {
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string kToken(64, 'a');
+
+// ---- RequestTarget
+
+TEST(RequestTarget, UndoesEscapesInPathAndQuery) {
+  const auto target = parseRequestTarget("/a%20b/c+d?e=f+g%2B&h&=i&&j=k=l");
+  ASSERT_TRUE(target);
+  EXPECT_EQ(target->segments, (std::vector<std::string>{"a b", "c+d"}));
+  EXPECT_EQ(target->query, (std::vector<QueryItem>{{"e", "f g+"}, {"h", ""}, {"", "i"}, {"j", "k=l"}}));
+}
+
+TEST(RequestTarget, KnowsTheRootAndASlashAtTheEnd) {
+  EXPECT_TRUE(parseRequestTarget("/")->segments.empty());
+  EXPECT_EQ(parseRequestTarget("/a/")->segments, (std::vector<std::string>{"a", ""}));
+}
+
+TEST(RequestTarget, RefusesWhatNoClientSends) {
+  for (const std::string& target :
+       {std::string(), std::string("a"), std::string("*"), std::string("http://a/b"), std::string("/a b"),
+        std::string("/\n"), std::string("/\x7F"), std::string("/\xC3\xA4"), std::string("/a\\b"), std::string("/%"),
+        std::string("/%a"), std::string("/%g0"), std::string("/%00"), std::string("/a#b"), std::string("/?a=%"),
+        std::string("/\0", 2)}) {
+    EXPECT_FALSE(parseRequestTarget(target)) << target;
+  }
+}
+
+TEST(RequestTarget, HasBounds) {
+  EXPECT_TRUE(parseRequestTarget("/" + std::string(8 * 1024 - 1, 'a')));
+  EXPECT_FALSE(parseRequestTarget("/" + std::string(8 * 1024, 'a')));
+  std::string items = "/?";
+  for (int i = 0; i < 64; ++i) items += "a=1&";
+  EXPECT_TRUE(parseRequestTarget(items));
+  EXPECT_FALSE(parseRequestTarget(items + "b"));
+}
+
+// ---- The token
+
+TEST(OfferedToken, ComesAsHeaderOrAmongTheSubprotocols) {
+  const auto header = readToken({"Bearer " + kToken}, {});
+  EXPECT_EQ(header.kind, OfferedToken::Kind::given);
+  EXPECT_EQ(header.token, kToken);
+  EXPECT_FALSE(header.offersProtocol);
+  for (const auto& protocols : {std::vector{"quillard.v1, quillard.bearer." + kToken},
+                                std::vector{"quillard.bearer." + kToken + ",quillard.v1"},
+                                std::vector<std::string>{"quillard.v1", "quillard.bearer." + kToken}}) {
+    const auto offered = readToken({}, protocols);
+    EXPECT_EQ(offered.token, kToken);
+    EXPECT_TRUE(offered.offersProtocol);
+  }
+}
+
+TEST(OfferedToken, IsMalformedWhereTwoDiffer) {
+  const std::string other(64, 'b');
+  EXPECT_EQ(readToken({"Bearer " + kToken, "Bearer " + other}, {}).kind, OfferedToken::Kind::malformed);
+  EXPECT_EQ(readToken({"Bearer " + kToken}, {"quillard.bearer." + other}).kind, OfferedToken::Kind::malformed);
+  EXPECT_EQ(readToken({}, {"quillard.bearer.x"}).kind, OfferedToken::Kind::malformed);
+  EXPECT_EQ(readToken({"Bearer"}, {"quillard.v1"}).kind, OfferedToken::Kind::none);
+  EXPECT_EQ(readToken({"Bearer " + kToken}, {"quillard.bearer." + kToken}).kind, OfferedToken::Kind::given);
+}
+
+// ---- Rates
+
+TEST(NamedBuckets, ForgetFullOnesAndMakeNewcomersShareWhereAllAreNeeded) {
+  NamedBuckets buckets({1, 1}, 2);
+  Instant now{1h};
+  EXPECT_TRUE(buckets.of("a", now).take(now));
+  EXPECT_TRUE(buckets.of("b", now).take(now));
+  EXPECT_TRUE(buckets.of("c", now).take(now));
+  EXPECT_FALSE(buckets.of("d", now).take(now));  // Shares with c.
+  EXPECT_LE(buckets.size(), 3U);
+  now += 2s;
+  EXPECT_TRUE(buckets.of("d", now).take(now));
+  EXPECT_EQ(buckets.size(), 1U);
+}
+
+// ---- Addresses
+
+IpAddress address(const std::string& text) { return IpAddress::parse(text).value(); }
+
+TEST(IpAddress, IsOneNetworkForRatesOnIpv6) {
+  EXPECT_EQ(address("2001:db8:1:2:3:4:5:6").rateName(), "2001:db8:1:2::");
+  EXPECT_EQ(address("192.0.2.7").rateName(), "192.0.2.7");
+  EXPECT_EQ(address("::ffff:192.0.2.7"), address("192.0.2.7"));
+  EXPECT_TRUE(address("127.3.2.1").isLoopback());
+  EXPECT_TRUE(address("[::1]").isLoopback());
+  EXPECT_FALSE(address("0.0.0.0").isLoopback());
+  for (const char* text : {"", "localhost", "1.2.3", "1.2.3.4.5", "[1.2.3.4", "::g", "fe80::1%eth0"}) {
+    EXPECT_FALSE(IpAddress::parse(text)) << text;
+  }
+}
+
+TEST(IpNetwork, ContainsWhatItsPrefixSays) {
+  EXPECT_TRUE(IpNetwork::parse("10.1.0.0/15")->contains(address("10.0.3.4")));
+  EXPECT_FALSE(IpNetwork::parse("10.1.0.0/16")->contains(address("10.0.3.4")));
+  EXPECT_TRUE(IpNetwork::parse("2001:db8::/33")->contains(address("2001:db8:7fff::1")));
+  EXPECT_FALSE(IpNetwork::parse("2001:db8::/33")->contains(address("2001:db8:8000::1")));
+  EXPECT_FALSE(IpNetwork::parse("0.0.0.0/0")->contains(address("2001:db8::1")));
+  for (const char* text : {"", "/8", "10.0.0.0/", "10.0.0.0/33", "10.0.0.0/8x", "::/129", "10.0.0.0/-1"}) {
+    EXPECT_FALSE(IpNetwork::parse(text)) << text;
+  }
+}
+
+TEST(ClientAddress, IsTheLastOneThatATrustedProxyDidNotAddItself) {
+  const std::vector<IpNetwork> proxies{*IpNetwork::parse("127.0.0.0/8"), *IpNetwork::parse("10.0.0.0/8")};
+  const auto from = [&](const std::string& peer, const std::vector<std::string>& headers) {
+    return clientAddress(address(peer), headers, proxies).text();
+  };
+  EXPECT_EQ(from("127.0.0.1", {"192.0.2.1"}), "192.0.2.1");
+  EXPECT_EQ(from("127.0.0.1", {"6.6.6.6, 192.0.2.1, 10.0.0.5"}), "192.0.2.1");
+  EXPECT_EQ(from("127.0.0.1", {"6.6.6.6", "192.0.2.1"}), "192.0.2.1");
+  EXPECT_EQ(from("192.0.2.9", {"6.6.6.6"}), "192.0.2.9");
+  EXPECT_EQ(from("127.0.0.1", {}), "127.0.0.1");
+  EXPECT_EQ(from("127.0.0.1", {"6.6.6.6, nonsense"}), "127.0.0.1");
+  EXPECT_EQ(from("127.0.0.1", {" [2001:db8::1] "}), "2001:db8::1");
+}
+
+// ---- The page
+
+TEST(PhonePage, SaysHowLongAFileMayBeKept) {
+  PhonePage page;
+  page.add("index.html", "<p>");
+  page.add("assets/index-B7f3x_Qa.js", "1");
+  const auto header = [&](const std::vector<std::string>& segments, const std::string& name) -> std::string {
+    const auto answer = page.answer(segments, "");
+    for (const auto& [known, value] : answer.headers) {
+      if (known == name) return value;
+    }
+    return "";
+  };
+  EXPECT_EQ(header({"index.html"}, "cache-control"), "no-cache");
+  EXPECT_EQ(header({}, "content-type"), "text/html; charset=utf-8");
+  EXPECT_EQ(header({"assets", "index-B7f3x_Qa.js"}, "cache-control"), "public, max-age=31536000, immutable");
+  const auto tag = header({}, "etag");
+  EXPECT_EQ(tag.size(), 34U);
+  EXPECT_EQ(page.answer({}, tag).status, 304);
+  EXPECT_EQ(page.answer({}, "W/" + tag + ", \"x\"").status, 304);
+  EXPECT_EQ(page.answer({}, "\"x\"").status, 200);
+}
+
+// ---- Names and metrics
+
+TEST(RelayNames, AreShortenedForTheLog) {
+  EXPECT_EQ(shortened("quillard-0123456789abcdef"), "quillard...");
+  EXPECT_EQ(shortened("home"), "ho...");
+  EXPECT_EQ(shortened("x"), "...");
+}
+
+TEST(RelayMetrics, AreWrittenAsPrometheusReadsThem) {
+  RelayMetrics metrics{.agents = 1, .phones = 2};
+  metrics.answers[204] = 3;
+  const auto text = prometheusText(metrics);
+  EXPECT_NE(text.find("# TYPE quillard_relay_connections gauge\nquillard_relay_connections{kind=\"mac\"} 1\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("quillard_relay_answers_total{status=\"204\"} 3\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace quillard::relayserver {
+
+// The text of one message, shared by all connections that it waits for.
+using MessageText = std::shared_ptr<const std::string>;
+
+enum class CloseCode : std::uint16_t {
+  malformedMessage = 1003,
+  tooManyMessages = 1008,
+  tooBig = 1009,
+  stopping = 1012,
+  tooSlow = 1013,
+  replaced = 4001,
+  revoked = 4002,
+  removed = 4003,
+};
+
+// One WebSocket connection, as the rooms use it. None of these calls comes back to the caller before it returns.
+class RelayPeer {
+ public:
+  RelayPeer() = default;
+  RelayPeer(const RelayPeer&) = delete;
+  RelayPeer& operator=(const RelayPeer&) = delete;
+  virtual ~RelayPeer() = default;
+
+  // Queues the text. False, and nothing is queued: more would wait for the reader than may.
+  [[nodiscard]] virtual bool send(const MessageText& text) = 0;
+  virtual void ping() = 0;
+  // Sends a close message with this code. What still waits is dropped.
+  virtual void close(CloseCode code) = 0;
+  // Ends the connection without a close message: the other end does not answer any more.
+  virtual void abort() = 0;
+};
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,184 @@
+#include "companion/relay/rules/RelayService.h"
+
+#include <optional>
+
+#include "companion/relay/rules/RelayNames.h"
+#include "foundation/StrictJson.h"
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr std::string_view kMalformed = "The request is malformed.";
+constexpr std::string_view kUnauthenticated = "There is no such pairing, or it has another token.";
+constexpr std::string_view kRevoked = "This pairing was revoked.";
+constexpr std::string_view kStoreFailed = "The relay cannot use its database now.";
+constexpr std::string_view kStopping = "The relay is stopping.";
+
+HttpResponse unauthorized(std::string_view text) {
+  auto answer = errorResponse(401, text);
+  answer.headers.emplace_back("www-authenticate", "Bearer");
+  return answer;
+}
+
+HttpResponse notAllowed(const char* allowed) {
+  auto answer = errorResponse(405, "That cannot be done here.");
+  answer.headers.emplace_back("allow", allowed);
+  return answer;
+}
+
+// Absent: there is still room in the rate.
+std::optional<HttpResponse> refusalForRate(NamedBuckets& buckets, const std::string& name, Instant now) {
+  TokenBucket& bucket = buckets.of(name, now);
+  if (bucket.take(now)) return std::nullopt;
+  auto answer = errorResponse(429, "Too many requests.");
+  answer.headers.emplace_back("retry-after", std::to_string(bucket.wait(now).count()));
+  return answer;
+}
+
+// Absent: a token was given.
+std::optional<HttpResponse> refusalForToken(const OfferedToken& offered) {
+  if (offered.kind == OfferedToken::Kind::none) return unauthorized("There is no bearer token.");
+  if (offered.kind == OfferedToken::Kind::malformed) return errorResponse(400, "The bearer token is malformed.");
+  return std::nullopt;
+}
+
+// Absent: a member.
+std::optional<HttpResponse> refusalForMembership(Pairings::Membership membership) {
+  switch (membership) {
+    case Pairings::Membership::member:
+      return std::nullopt;
+    case Pairings::Membership::unauthenticated:
+      return unauthorized(kUnauthenticated);
+    case Pairings::Membership::revoked:
+      return errorResponse(410, kRevoked);
+    case Pairings::Membership::storeFailed:
+      return errorResponse(500, kStoreFailed);
+  }
+  return errorResponse(500, kStoreFailed);
+}
+
+bool isRegistrationBody(const std::string& body) {
+  const auto parsed = parseStrictJson(body, {.depth = 8, .members = 64});
+  const auto* json = std::get_if<Json>(&parsed);
+  if (!json) return false;
+  JsonReader reader{*json};
+  const bool isForMac = reader.string("client") == "mac";
+  const bool isVersion1 = reader.integer("version", 1, 1) == 1;
+  return !reader.error() && isForMac && isVersion1;
+}
+
+HttpResponse answerTo(Pairings::Registration registration) {
+  switch (registration) {
+    case Pairings::Registration::taken:
+      return {.status = 204, .headers = {{"cache-control", "no-store"}}};
+    case Pairings::Registration::otherToken:
+      return unauthorized("The pairing has another token.");
+    case Pairings::Registration::revoked:
+      return errorResponse(410, kRevoked);
+    case Pairings::Registration::full:
+      return errorResponse(507, "The relay holds as many pairings as it will.");
+    case Pairings::Registration::storeFailed:
+      break;
+  }
+  return errorResponse(500, kStoreFailed);
+}
+
+bool isReading(const HttpRequest& request) { return request.method == "GET" || request.method == "HEAD"; }
+
+}  // namespace
+
+RelayService::RelayService(const Dependencies& dependencies)
+    : pairings(dependencies.pairings),
+      rooms(dependencies.rooms),
+      page(dependencies.page),
+      registrations(dependencies.limits.registrations, dependencies.limits.addresses),
+      handshakes(dependencies.limits.handshakes, dependencies.limits.addresses) {}
+
+HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
+  const auto target = parseRequestTarget(request.target);
+  if (!target) return errorResponse(400, kMalformed);
+  const auto& segments = target->segments;
+  const std::string first = segments.empty() ? "" : segments.front();
+  if (first == "api") return answerPairing(request, *target, now);
+  if (!isReading(request)) return notAllowed("GET, HEAD");
+  if (segments.size() == 1 && first == "healthz") return answerHealth();
+  if (segments.size() == 1 && first == "ws") {
+    auto answer = errorResponse(426, "This address is for WebSockets.");
+    answer.headers.emplace_back("upgrade", "websocket");
+    answer.headers.emplace_back("sec-websocket-version", "13");
+    return answer;
+  }
+  return page.answer(segments, request.ifNoneMatch);
+}
+
+HttpResponse RelayService::answerHealth() const {
+  if (isStopping) return errorResponse(503, kStopping);
+  return {.headers = {{"content-type", "text/plain; charset=utf-8"}, {"cache-control", "no-store"}},
+          .body = std::make_shared<const std::string>("ok")};
+}
+
+HttpResponse RelayService::answerPairing(const HttpRequest& request, const RequestTarget& target, Moment now) {
+  const auto& segments = target.segments;
+  const bool isPairing = segments.size() >= 3 && segments[1] == "pairings";
+  if (isPairing && segments.size() == 4 && segments[3] == "relay-token") {
+    if (request.method != "PUT") return notAllowed("PUT");
+    return registerToken(request, segments[2], now);
+  }
+  if (isPairing && segments.size() == 3) {
+    if (!isReading(request)) return notAllowed("GET, HEAD");
+    return answerPresence(request, target, now);
+  }
+  return errorResponse(404, "There is nothing at this address.");
+}
+
+HttpResponse RelayService::registerToken(const HttpRequest& request, const std::string& pairingID, Moment now) {
+  if (auto refusal = refusalForRate(registrations, request.rateName, now.instant)) return *refusal;
+  if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
+  const auto offered = readToken(request.authorization, {});
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (!isRegistrationBody(request.body)) return errorResponse(400, "The body is malformed.");
+  return answerTo(pairings.registerToken(pairingID, offered.token, now.epochSeconds));
+}
+
+// Absent: no phone, or one that the computer has not removed.
+std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
+  if (deviceID.empty() || !pairings.isRemoved(pairingID, deviceID)) return std::nullopt;
+  return errorResponse(403, "The computer has removed this phone.");
+}
+
+HttpResponse RelayService::answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now) {
+  if (auto refusal = refusalForRate(handshakes, request.rateName, now.instant)) return *refusal;
+  const std::string& pairingID = target.segments[2];
+  if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
+  const auto phone = readAskingPhone(target.query);
+  if (!phone) return errorResponse(400, kMalformed);
+  const auto offered = readToken(request.authorization, {});
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (auto refusal = refusalForMembership(pairings.membershipOf(pairingID, offered.token, now.epochSeconds))) {
+    return *refusal;
+  }
+  if (auto refusal = refusalForPhone(pairingID, *phone)) return *refusal;
+  const auto presence = rooms.presenceOf(pairingID);
+  const Json json{{"macConnected", presence.isAgentConnected}, {"phoneCount", presence.phoneCount}};
+  return {.headers = {{"content-type", "application/json"}, {"cache-control", "no-store"}},
+          .body = std::make_shared<const std::string>(json.dump())};
+}
+
+std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& request, Moment now) {
+  if (isStopping) return errorResponse(503, kStopping);
+  if (auto refusal = refusalForRate(handshakes, request.rateName, now.instant)) return *refusal;
+  const auto target = parseRequestTarget(request.target);
+  if (!target) return errorResponse(400, kMalformed);
+  auto who = readIntroduction(target->query);
+  if (!who) return errorResponse(400, kMalformed);
+  const auto offered = readToken(request.authorization, request.subprotocols);
+  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (auto refusal = refusalForMembership(pairings.membershipOf(who->pairingID, offered.token, now.epochSeconds))) {
+    return *refusal;
+  }
+  if (auto refusal = refusalForPhone(who->pairingID, who->deviceID)) return *refusal;
+  if (!rooms.hasRoomFor(*who)) return errorResponse(503, "The pairing has as many phones as it can.");
+  return Admission{.who = std::move(*who), .offersProtocol = offered.offersProtocol};
+}
+
+}  // namespace quillard::relayserver

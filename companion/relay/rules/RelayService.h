@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "companion/relay/rules/HttpResponse.h"
+#include "companion/relay/rules/PairingRooms.h"
+#include "companion/relay/rules/Pairings.h"
+#include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/PhonePage.h"
+#include "companion/relay/rules/RelayLimits.h"
+#include "companion/relay/rules/RelayTime.h"
+#include "companion/relay/rules/RequestTarget.h"
+#include "companion/relay/rules/TokenBucket.h"
+
+namespace quillard::relayserver {
+
+// A WebSocket was granted to this peer. It counts as connected only after PairingRooms::join.
+struct Admission {
+  PeerIntroduction who;
+  bool offersProtocol = false;
+};
+
+// What the relay answers over HTTP, and which clients get a WebSocket. Rates are limited for each address,
+// registrations and handshakes separately; a refusal never says whether a pairing exists.
+class RelayService {
+ public:
+  // What it is made over. All of it outlives it.
+  struct Dependencies {
+    Pairings& pairings;
+    PairingRooms& rooms;
+    const PhonePage& page;
+    const RelayLimits& limits;
+  };
+  explicit RelayService(const Dependencies& dependencies);
+
+  // Any request but one for a WebSocket at /ws.
+  [[nodiscard]] HttpResponse answer(const HttpRequest& request, Moment now);
+  // A request for a WebSocket: granted, or refused with the answer.
+  [[nodiscard]] std::variant<Admission, HttpResponse> admit(const HttpRequest& request, Moment now);
+
+  // From now on every WebSocket is refused, and /healthz answers 503.
+  void stop() { isStopping = true; }
+  [[nodiscard]] bool stopRequested() const { return isStopping; }
+
+ private:
+  [[nodiscard]] HttpResponse answerPairing(const HttpRequest& request, const RequestTarget& target, Moment now);
+  [[nodiscard]] HttpResponse registerToken(const HttpRequest& request, const std::string& pairingID, Moment now);
+  [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
+  [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
+  [[nodiscard]] HttpResponse answerHealth() const;
+
+  Pairings& pairings;
+  PairingRooms& rooms;
+  const PhonePage& page;
+  NamedBuckets registrations;
+  NamedBuckets handshakes;
+  bool isStopping = false;
+};
+
+}  // namespace quillard::relayserver

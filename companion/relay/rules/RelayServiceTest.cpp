@@ -1,0 +1,292 @@
+#include <gtest/gtest.h>
+
+#include "companion/relay/rules/RelayService.h"
+#include "companion/relay/rules/RelayWorld.h"
+
+namespace quillard::relayserver {
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string kPhone = "role=phone&pairing=" + kPairing + "&deviceID=A&deviceName=Ana";
+const std::string kAgent = "role=mac&pairing=" + kPairing;
+
+std::string headerOf(const HttpResponse& answer, const std::string& name) {
+  for (const auto& [known, value] : answer.headers) {
+    if (known == name) return value;
+  }
+  return "";
+}
+
+TEST(RelayService, TakesTheFirstTokenOfAPairingAndTheSameOneAgain) {
+  RelayWorld world;
+  EXPECT_EQ(world.registerToken().status, 204);
+  EXPECT_EQ(world.registerToken().status, 204);
+  EXPECT_EQ(world.registerToken(std::string(64, 'b')).status, 401);
+  EXPECT_EQ(world.registerToken(kToken, "another").status, 204);
+}
+
+TEST(RelayService, KeepsOnlyAHashOfTheToken) {
+  RelayWorld world;
+  (void)world.registerToken();
+  EXPECT_EQ(world.store.entries.at(kPairing).token, hashOf(kToken));
+}
+
+TEST(RelayService, NeverLetsARevokedPairingComeBack) {
+  RelayWorld world;
+  (void)world.registerToken();
+  world.pairings.revoke(kPairing, world.epochSeconds);
+  EXPECT_EQ(world.registerToken().status, 410);
+  EXPECT_EQ(world.registerToken(std::string(64, 'b')).status, 410);
+  EXPECT_EQ(world.connect(kAgent), 410);
+  EXPECT_EQ(world.connect(kPhone), 410);
+  EXPECT_EQ(
+      world.ask({.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}}).status,
+      410);
+}
+
+TEST(RelayService, RefusesAMalformedRegistration) {
+  RelayWorld world({.registrations = {1000, 1}});
+  EXPECT_EQ(world.registerToken(kToken, std::string(128, 'a')).status, 204);
+  EXPECT_EQ(world.registerToken(kToken, std::string(129, 'a')).status, 400);
+  EXPECT_EQ(world.registerToken(kToken, "UPPER").status, 400);
+  EXPECT_EQ(world.registerToken(kToken, "a%00").status, 400);
+  EXPECT_EQ(world.registerToken(std::string(31, 'a')).status, 400);
+  EXPECT_EQ(world.registerToken(std::string(32, 'a'), "shortest").status, 204);
+  EXPECT_EQ(world.registerToken(std::string(128, 'a'), "longest").status, 204);
+  EXPECT_EQ(world.registerToken(std::string(129, 'a'), "too-long").status, 400);
+  HttpRequest request{.method = "PUT", .target = "/api/pairings/new/relay-token", .body = "{}"};
+  EXPECT_EQ(world.ask(request).status, 401);
+  request.authorization = {"Basic abc"};
+  EXPECT_EQ(world.ask(request).status, 401);
+  request.authorization = {"bearer " + kToken};
+  for (const std::string body :
+       {"", "{}", "[]", R"({"client":"mac"})", R"({"client":"phone","version":1})", R"({"client":"mac","version":2})",
+        R"({"client":"mac","version":1,"version":1})", R"({"client":"mac","version":1}x)"}) {
+    request.body = body;
+    EXPECT_EQ(world.ask(request).status, 400) << body;
+  }
+  request.body = R"( {"version":1, "client":"mac", "more":[]} )";
+  EXPECT_EQ(world.ask(request).status, 204);
+}
+
+TEST(RelayService, TakesTwentyRegistrationsOfAnAddressAtOnceAndThenOneEveryThreeSeconds) {
+  RelayWorld world;
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(world.registerToken().status, 204);
+  const auto refused = world.registerToken();
+  EXPECT_EQ(refused.status, 429);
+  EXPECT_EQ(headerOf(refused, "retry-after"), "3");
+  world.advance(2999ms);
+  EXPECT_EQ(headerOf(world.registerToken(), "retry-after"), "1");
+  world.advance(1ms);
+  EXPECT_EQ(world.registerToken().status, 204);
+  EXPECT_EQ(world.registerToken().status, 429);
+  EXPECT_EQ(world.connect(kAgent), 101);  // Counted apart.
+}
+
+TEST(RelayService, HoldsAsManyPairingsAsItIsTold) {
+  RelayWorld world({.pairings = 2});
+  EXPECT_EQ(world.registerToken(kToken, "one").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "two").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "three").status, 507);
+  EXPECT_EQ(world.registerToken(kToken, "two").status, 204);
+  world.pairings.revoke("one", world.epochSeconds);
+  EXPECT_EQ(world.registerToken(kToken, "three").status, 204);
+}
+
+TEST(RelayService, TellsMembersWhoIsThere) {
+  RelayWorld world;
+  (void)world.registerToken();
+  HttpRequest request{.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}};
+  EXPECT_EQ(*world.ask(request).body, R"({"macConnected":false,"phoneCount":0})");
+  world.joinAgent();
+  world.joinPhone("A");
+  EXPECT_EQ(*world.ask(request).body, R"({"macConnected":true,"phoneCount":1})");
+  request.authorization = {"Bearer " + std::string(64, 'b')};
+  const auto wrong = world.ask(request);
+  request.target = "/api/pairings/unknown";
+  const auto unknown = world.ask(request);
+  EXPECT_EQ(wrong.status, 401);
+  EXPECT_EQ(unknown.status, 401);
+  EXPECT_EQ(*wrong.body, *unknown.body);
+  EXPECT_EQ(wrong.headers, unknown.headers);
+  request.target = "/api/pairings/UPPER";
+  EXPECT_EQ(world.ask(request).status, 400);
+  request.authorization.clear();
+  request.target = "/api/pairings/" + kPairing;
+  EXPECT_EQ(world.ask(request).status, 401);
+}
+
+TEST(RelayService, TellsAPhoneThatItWasRemoved) {
+  RelayWorld world;
+  (void)world.registerToken();
+  const auto status = [&](const std::string& query) {
+    return world
+        .ask({.method = "GET", .target = "/api/pairings/" + kPairing + query, .authorization = {"Bearer " + kToken}})
+        .status;
+  };
+  EXPECT_EQ(status("?deviceID=A"), 200);
+  EXPECT_TRUE(world.pairings.removePhone(kPairing, "A", world.epochSeconds));
+  EXPECT_EQ(status("?deviceID=A"), 403);
+  EXPECT_EQ(status("?deviceID=B"), 200);
+  EXPECT_EQ(status(""), 200);
+  EXPECT_EQ(status("?deviceID="), 400);
+  EXPECT_EQ(status("?deviceID=A&deviceID=B"), 400);
+}
+
+TEST(RelayService, GrantsWebSocketsToMembersOnly) {
+  RelayWorld world;
+  EXPECT_EQ(world.connect(kAgent), 401);
+  (void)world.registerToken();
+  EXPECT_EQ(world.connect(kAgent), 101);
+  EXPECT_EQ(world.connect(kPhone), 101);
+  EXPECT_EQ(world.connect(kAgent, std::string(64, 'b')), 401);
+  EXPECT_EQ(world.connect(kAgent, "short"), 400);
+}
+
+TEST(RelayService, RefusesMalformedIntroductions) {
+  RelayWorld world({.handshakes = {1000, 1}});
+  (void)world.registerToken();
+  const std::string pairing = "pairing=" + kPairing;
+  for (const std::string& query :
+       std::vector<std::string>{"",
+                                pairing,
+                                "role=mac",
+                                "role=tablet&" + pairing,
+                                "role=mac&role=mac&" + pairing,
+                                "role=mac&" + pairing + "&" + pairing,
+                                "role=mac&pairing=UPPER",
+                                "role=mac&pairing=",
+                                "role=phone&" + pairing,
+                                kPhone + "&deviceID=B",
+                                "role=phone&" + pairing + "&deviceID=A",
+                                "role=phone&" + pairing + "&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=a_b&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=" + std::string(65, 'a') + "&deviceName=Ana",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=" + std::string(65, 'n'),
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=a%0Ab",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=%C2%85",
+                                "role=phone&" + pairing + "&deviceID=A&deviceName=%FF",
+                                kPhone + "&platform=" + std::string(33, 'p'),
+                                kPhone + "&platform=%7F",
+                                kPhone + "&x=%",
+                                kPhone + "&x=%4",
+                                kPhone + "&x=%zz"}) {
+    EXPECT_EQ(world.connect(query), 400) << query;
+  }
+  EXPECT_EQ(world.connect("x=1&x=2&token=abc&" + kPhone + "&platform=" + std::string(32, 'p')), 101);
+  // 64 characters, not bytes.
+  std::string name;
+  for (int i = 0; i < 64; ++i) name += "%F0%9F%93%B1";
+  EXPECT_EQ(world.connect("role=phone&" + pairing + "&deviceID=" + std::string(64, 'a') + "&deviceName=" + name), 101);
+}
+
+TEST(RelayService, RefusesARemovedPhoneAndOneTooMany) {
+  RelayWorld world;
+  (void)world.registerToken();
+  world.pairings.removePhone(kPairing, "A", world.epochSeconds);
+  EXPECT_EQ(world.connect(kPhone), 403);
+  for (int i = 0; i < 8; ++i) world.joinPhone(std::to_string(i));
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=9&deviceName=x"), 503);
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=3&deviceName=x"), 101);
+}
+
+TEST(RelayService, TakesSixtyHandshakesOfAnAddressAtOnceAndThenOneASecond) {
+  RelayWorld world;
+  for (int i = 0; i < 60; ++i) EXPECT_EQ(world.connect(kAgent), 401);
+  EXPECT_EQ(world.connect(kAgent), 429);
+  EXPECT_EQ(world.connect(kAgent, kToken, "192.0.2.2"), 401);
+  world.advance(999ms);
+  EXPECT_EQ(world.connect(kAgent), 429);
+  world.advance(1ms);
+  EXPECT_EQ(world.connect(kAgent), 401);
+  EXPECT_EQ(world.connect(kAgent), 429);
+}
+
+TEST(RelayService, LetsNobodyInOnceItIsStopping) {
+  RelayWorld world;
+  (void)world.registerToken();
+  EXPECT_EQ(*world.ask({.method = "GET", .target = "/healthz"}).body, "ok");
+  world.service.stop();
+  EXPECT_EQ(world.ask({.method = "GET", .target = "/healthz"}).status, 503);
+  EXPECT_EQ(world.connect(kAgent), 503);
+}
+
+TEST(RelayService, AnswersEverythingElseWithThePage) {
+  RelayWorld world;
+  world.page.add("index.html", "<p>");
+  world.page.add("assets/index-B7f3x_Qa.js", "1");
+  const auto status = [&](const std::string& target, const std::string& method = "GET") {
+    return world.ask({.method = method, .target = target}).status;
+  };
+  EXPECT_EQ(status("/"), 200);
+  EXPECT_EQ(status("/?x=1"), 200);
+  EXPECT_EQ(status("/index.html", "HEAD"), 200);
+  EXPECT_EQ(status("/assets/index-B7f3x_Qa.js"), 200);
+  for (const char* target : {"/nothing", "/assets", "/assets/", "/..", "/assets/../index.html", "/%2e%2e/index.html",
+                             "/assets%2Findex-B7f3x_Qa.js", "//index.html", "/healthz/x", "/api", "/api/pairings",
+                             "/api/pairings/a/b", "/api/pairings/a/relay-token/x"}) {
+    EXPECT_EQ(status(target), 404) << target;
+  }
+  for (const char* target : {"", "*", "http://x/", "/\x01", "/a b", "/%0", "/%00", "/#x"}) {
+    EXPECT_EQ(status(target), 400) << target;
+  }
+  EXPECT_EQ(status("/", "POST"), 405);
+  EXPECT_EQ(status("/api/pairings/a/relay-token", "GET"), 405);
+  EXPECT_EQ(status("/api/pairings/a", "DELETE"), 405);
+  EXPECT_EQ(status("/ws"), 426);
+}
+
+TEST(RelayService, SaysSoWhenItsDatabaseFails) {
+  RelayWorld world;
+  (void)world.registerToken();
+  world.store.fails = true;
+  EXPECT_EQ(world.registerToken().status, 500);
+  EXPECT_EQ(world.connect(kAgent), 500);
+  EXPECT_EQ(world.pairings.takeFailures().size(), 2U);
+  EXPECT_TRUE(world.pairings.takeFailures().empty());
+}
+
+TEST(RelayService, WritesEveryErrorAsJsonThatIsNotKept) {
+  RelayWorld world;
+  const auto answer = world.ask({.method = "GET", .target = "/api"});
+  EXPECT_EQ(*answer.body, R"({"error":"There is nothing at this address."})");
+  EXPECT_EQ(headerOf(answer, "content-type"), "application/json");
+  EXPECT_EQ(headerOf(answer, "cache-control"), "no-store");
+}
+
+TEST(Pairings, HoldARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
+  RelayWorld world;
+  (void)world.registerToken();
+  world.store.fails = true;
+  world.pairings.revoke(kPairing, world.epochSeconds);
+  world.pairings.removePhone("another", "A", world.epochSeconds);
+  EXPECT_EQ(world.registerToken().status, 410);
+  EXPECT_EQ(world.connect(kAgent), 410);
+  EXPECT_TRUE(world.pairings.isRemoved("another", "A"));
+  world.store.fails = false;
+  (void)world.pairings.tidy(world.epochSeconds);
+  EXPECT_FALSE(world.store.entries.at(kPairing).token);
+  EXPECT_TRUE(world.store.removed.contains({"another", "A"}));
+}
+
+TEST(Pairings, ForgetThoseThatNobodyUsedForFourHundredDaysButNoRevocation) {
+  RelayWorld world;
+  (void)world.registerToken(kToken, "old");
+  (void)world.registerToken(kToken, "used");
+  (void)world.registerToken(kToken, "revoked");
+  world.pairings.revoke("revoked", world.epochSeconds);
+  world.advance(24h * 200);
+  EXPECT_EQ(world.pairings.membershipOf("used", kToken, world.epochSeconds), Pairings::Membership::member);
+  world.advance(24h * 200);
+  EXPECT_TRUE(world.pairings.tidy(world.epochSeconds).empty());
+  world.advance(1s);
+  EXPECT_EQ(world.pairings.tidy(world.epochSeconds), std::vector<std::string>{"old"});
+  EXPECT_EQ(world.pairings.count(), 1U);
+  EXPECT_EQ(world.registerToken(std::string(64, 'b'), "old").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "revoked").status, 410);
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

@@ -1,0 +1,157 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "companion/relay/rules/EventLog.h"
+#include "companion/relay/rules/MemoryPairingStore.h"
+#include "companion/relay/rules/PairingRooms.h"
+#include "companion/relay/rules/Pairings.h"
+#include "companion/relay/rules/RelayService.h"
+#include "foundation/StrictJson.h"
+
+namespace quillard::relayserver {
+
+// For tests: a connection that keeps what it is sent, and takes only so much.
+class FakePeer final : public RelayPeer {
+ public:
+  bool send(const MessageText& text) override {
+    if (texts.size() >= room) return false;
+    texts.push_back(*text);
+    return true;
+  }
+  void ping() override { ++pings; }
+  void close(CloseCode code) override { closed = code; }
+  void abort() override { isAborted = true; }
+
+  [[nodiscard]] Json newest() const { return texts.empty() ? Json() : Json::parse(texts.back()); }
+  // All of one type.
+  [[nodiscard]] std::vector<Json> ofType(const std::string& type) const {
+    std::vector<Json> found;
+    for (const auto& text : texts) {
+      if (auto json = Json::parse(text); json["type"] == type) found.push_back(std::move(json));
+    }
+    return found;
+  }
+
+  std::vector<std::string> texts;
+  std::size_t room = 1'000'000;
+  int pings = 0;
+  std::optional<CloseCode> closed;
+  bool isAborted = false;
+};
+
+class KeptLog final : public EventLog {
+ public:
+  void note(std::string_view line) override { lines.emplace_back(line); }
+  void warn(std::string_view line) override { lines.emplace_back(line); }
+  std::vector<std::string> lines;
+};
+
+inline const std::string kToken(64, 'a');
+inline const std::string kPairing = "quillard-office-1";
+
+// For tests: everything above the sockets, in virtual time.
+class RelayWorld {
+ public:
+  explicit RelayWorld(const RelayLimits& limits = {}) : limits(limits) {}
+
+  [[nodiscard]] Moment now() const { return {instant, epochSeconds}; }
+  void advance(Duration by) {
+    passed += by;
+    instant += by;
+    epochSeconds = 1'772'000'000 + std::chrono::duration_cast<std::chrono::seconds>(passed).count();
+  }
+  // Advances in the server's own steps.
+  void run(Duration by) {
+    constexpr std::chrono::milliseconds kStep{250};
+    for (Duration done{}; done < by; done += kStep) {
+      advance(kStep);
+      rooms.tick(instant);
+    }
+  }
+
+  std::shared_ptr<FakePeer> join(PeerIntroduction who) {
+    auto peer = std::make_shared<FakePeer>();
+    rooms.join(peer, std::move(who), instant);
+    return peer;
+  }
+  std::shared_ptr<FakePeer> joinAgent(const std::string& pairingID = kPairing) {
+    return join({.role = Role::agent, .pairingID = pairingID});
+  }
+  std::shared_ptr<FakePeer> joinPhone(const std::string& deviceID, const std::string& pairingID = kPairing) {
+    return join(
+        {.role = Role::phone, .pairingID = pairingID, .deviceID = deviceID, .deviceName = deviceID + "'s name"});
+  }
+  void say(FakePeer& peer, const Json& message) { rooms.take(peer, message.dump(), now()); }
+  HttpResponse ask(HttpRequest request) {
+    if (request.rateName.empty()) request.rateName = "192.0.2.1";
+    return service.answer(request, now());
+  }
+  HttpResponse registerToken(const std::string& token = kToken, const std::string& pairingID = kPairing) {
+    return ask({.method = "PUT",
+                .target = "/api/pairings/" + pairingID + "/relay-token",
+                .body = R"({"client":"mac","version":1})",
+                .authorization = {"Bearer " + token}});
+  }
+  // 101 when it is granted.
+  int connect(const std::string& query, const std::string& token = kToken, const std::string& from = "192.0.2.1") {
+    const auto outcome = service.admit({.method = "GET",
+                                        .target = "/ws?" + query,
+                                        .authorization = {"Bearer " + token},
+                                        .asksForWebSocket = true,
+                                        .rateName = from},
+                                       now());
+    const auto* refusal = std::get_if<HttpResponse>(&outcome);
+    return refusal ? refusal->status : 101;
+  }
+
+  RelayLimits limits;
+  Instant instant{std::chrono::hours(1)};
+  std::int64_t epochSeconds = 1'772'000'000;
+  MemoryPairingStore store;
+  RelayMetrics metrics;
+  KeptLog log;
+  PhonePage page;
+  Pairings pairings{store, limits};
+  PairingRooms rooms{PairingRooms::Dependencies{pairings, limits, metrics, log}};
+  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits}};
+
+ private:
+  Duration passed{};
+};
+
+// ---- Messages as both ends send them
+
+inline Json sealed() { return {{"version", 1}, {"nonce", "AAAAAAAAAAAAAAAA"}, {"ciphertext", "QUJD"}}; }
+
+inline Json snapshot(const std::string& id = "ax1:0") {
+  return {{"type", "mac.snapshot"},       {"observedAt", "2026-03-01T12:34:56Z"},
+          {"accessibilityTrusted", true}, {"encryptedApprovals", sealed()},
+          {"approvalCount", 1},           {"snapshotID", id}};
+}
+
+inline Json result(const std::string& decisionID) {
+  return {{"type", "approval.result"},
+          {"decisionID", decisionID},
+          {"encryptedResult", sealed()},
+          {"issuedAt", "2026-03-01T12:34:56Z"}};
+}
+
+inline Json request(const std::string& decisionID) {
+  return {{"type", "approval.request"}, {"decisionID", decisionID}, {"encryptedRequest", sealed()}};
+}
+
+inline Json suppression(const std::string& decisionID, const std::string& type = "approval.suppress") {
+  return {{"type", type}, {"decisionID", decisionID}, {"encryptedSuppression", sealed()}};
+}
+
+inline Json unpair() { return {{"type", "phone.unpair"}, {"issuedAt", "2026-03-01T12:34:56Z"}}; }
+
+inline Json unpair(const std::string& deviceID) {
+  return {{"type", "phone.unpair"}, {"deviceID", deviceID}, {"issuedAt", "2026-03-01T12:34:56Z"}};
+}
+
+}  // namespace quillard::relayserver

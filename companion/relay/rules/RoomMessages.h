@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "companion/relay/rules/PeerIntroduction.h"
+#include "foundation/StrictJson.h"
+
+// The messages that the relay knows. A message is passed on by writing it anew from its known members, so that two
+// parsers cannot read one message differently. Sealed content is not examined.
+namespace quillard::relayserver {
+
+// The known members in their order, checked, ready to be written.
+struct SnapshotMessage {
+  Json json;
+};
+struct ResultMessage {
+  std::string decisionID;
+  Json json;
+};
+struct UnpairMessage {
+  std::optional<std::string> deviceID;  // Absent: the whole pairing.
+};
+struct RequestMessage {
+  std::string decisionID;
+  Json json;
+};
+struct SuppressionMessage {
+  std::string decisionID;
+  Json json;
+};
+// A message of a kind that is not known, or not for this role to send: to be ignored.
+struct UnknownMessage {};
+// Not JSON, or a known kind whose members break its rules.
+struct MalformedMessage {};
+
+using AgentMessage = std::variant<SnapshotMessage, ResultMessage, UnpairMessage, UnknownMessage, MalformedMessage>;
+using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, UnknownMessage, MalformedMessage>;
+
+// `longest`: bytes.
+[[nodiscard]] AgentMessage readAgentMessage(std::string_view text, std::size_t longest);
+[[nodiscard]] PhoneMessage readPhoneMessage(std::string_view text, std::size_t longest);
+
+// A phone as others see it.
+struct PhoneDescription {
+  std::string deviceID;
+  std::string deviceName;
+  std::optional<std::string> platform;
+};
+
+// The relay's own messages, as they are sent.
+[[nodiscard]] std::string phoneStatusText(const std::vector<PhoneDescription>& phones);
+// `secondsSinceReceived`: absent when the agent has sent nothing yet.
+[[nodiscard]] std::string macStatusText(bool isConnected, std::optional<long long> secondsSinceReceived);
+enum class NotDelivered { macNotConnected, macBusy };
+[[nodiscard]] std::string receiptText(const std::string& decisionID, std::optional<NotDelivered> reason);
+// The agent's message, and the phone that sent the decision. Absent: it is not known any more.
+[[nodiscard]] std::string resultText(ResultMessage message, const std::optional<PhoneDescription>& phone);
+[[nodiscard]] std::string messageText(const Json& json);
+
+}  // namespace quillard::relayserver

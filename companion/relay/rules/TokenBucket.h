@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+
+#include "companion/relay/rules/RelayTime.h"
+
+namespace quillard::relayserver {
+
+// A rate limit: `burst` without waiting, then `perSecond`.
+struct Rate {
+  double burst = 1;
+  double perSecond = 1;
+};
+
+// Holds `burst` tokens at first, and gets `perSecond` new ones a second up to that.
+class TokenBucket {
+ public:
+  TokenBucket(Rate rate, Instant now) : rate(rate), tokens(rate.burst), filledAt(now) {}
+
+  // False: there was none left.
+  [[nodiscard]] bool take(Instant now);
+  // Until there is one, rounded up; at least one second.
+  [[nodiscard]] std::chrono::seconds wait(Instant now) const;
+  // Nothing is remembered that a new one would not know.
+  [[nodiscard]] bool isFull(Instant now) const { return tokensAt(now) >= rate.burst; }
+
+ private:
+  [[nodiscard]] double tokensAt(Instant now) const;
+
+  Rate rate;
+  double tokens;
+  Instant filledAt;
+};
+
+// One bucket a name, of which a bounded number is kept: full ones are forgotten, and where all are needed, newcomers
+// share one.
+class NamedBuckets {
+ public:
+  NamedBuckets(Rate rate, std::size_t most) : rate(rate), most(most) {}
+
+  // Of the name, or the shared one.
+  [[nodiscard]] TokenBucket& of(const std::string& name, Instant now);
+  [[nodiscard]] std::size_t size() const { return buckets.size(); }
+
+ private:
+  void forgetFullOnes(Instant now);
+
+  const Rate rate;
+  const std::size_t most;
+  std::unordered_map<std::string, TokenBucket> buckets;
+  Instant nextCleaning{};
+};
+
+}  // namespace quillard::relayserver

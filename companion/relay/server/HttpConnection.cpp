@@ -1,0 +1,206 @@
+#include "companion/relay/server/HttpConnection.h"
+
+#include <array>
+#include <optional>
+
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/field.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+#include "companion/relay/server/WebSocketConnection.h"
+
+namespace quillard::relayserver {
+namespace {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+
+// How long a client has to fetch an answer, and then to end the connection.
+constexpr std::chrono::seconds kAnswerTimeout{60};
+constexpr std::chrono::seconds kEndTimeout{2};
+constexpr std::size_t kMostBuffered = 128 * 1024;
+
+// `name`: of the field, as a text or as one that Beast knows.
+template <class Name>
+std::vector<std::string> valuesOf(const HttpRequestMessage& message, Name name) {
+  std::vector<std::string> values;
+  const auto [first, last] = message.equal_range(name);
+  for (auto field = first; field != last; ++field) values.emplace_back(field->value());
+  return values;
+}
+
+std::string firstOf(const std::vector<std::string>& values) { return values.empty() ? "" : values.front(); }
+
+// Of those that ask for a WebSocket; absent: it is well-formed.
+std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& message) {
+  constexpr std::size_t kKeyLength = 24;
+  if (firstOf(valuesOf(message, http::field::sec_websocket_version)) != "13") {
+    auto answer = errorResponse(426, "The relay speaks version 13 of the WebSocket protocol.");
+    answer.headers.emplace_back("sec-websocket-version", "13");
+    answer.headers.emplace_back("upgrade", "websocket");
+    return answer;
+  }
+  const auto keys = valuesOf(message, http::field::sec_websocket_key);
+  if (keys.size() != 1 || keys.front().size() != kKeyLength || !message.body().empty()) {
+    return errorResponse(400, "The WebSocket handshake is malformed.");
+  }
+  return std::nullopt;
+}
+
+// One connection, request after request. States: TLS handshake -> reading -> answering -> reading again, or ending, or
+// handed on to a WebSocket. The operations under way own it.
+class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
+ public:
+  HttpConnection(RelayStream accepted, const IpAddress& peer, const ConnectionDependencies& dependencies,
+                 PlainResponder plainResponder, std::function<void()> onEnd)
+      : dependencies(dependencies),
+        stream(std::move(accepted)),
+        deadline(stream.get_executor()),
+        peer(peer),
+        plainResponder(std::move(plainResponder)),
+        onEnd(std::move(onEnd)) {}
+  HttpConnection(const HttpConnection&) = delete;
+  HttpConnection& operator=(const HttpConnection&) = delete;
+  ~HttpConnection() { onEnd(); }
+
+  void start() {
+    stream.setOnBytes([this](std::size_t bytes) { countBytes(bytes); });
+    expireAfter(dependencies.limits.handshake);
+    stream.handshake([self = shared_from_this()](const ErrorCode& error) {
+      if (!error) self->readRequest();
+    });
+  }
+
+ private:
+  void expireAfter(Duration timeout) {
+    deadline.expires_after(timeout);
+    deadline.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+      const auto self = weak.lock();
+      if (self && !error && self->deadline.expiry() <= std::chrono::steady_clock::now()) self->stream.close();
+    });
+  }
+
+  // The parser's own limit is that of what it has not understood yet: headers that come piece by piece could go on.
+  void countBytes(std::size_t bytes) {
+    const bool isOver = parser && !parser->is_header_done() && received > dependencies.limits.headerBytes;
+    if (isOver) stream.close();
+    received += bytes;
+  }
+
+  void readRequest() {
+    received = buffer.size();
+    parser.emplace();
+    parser->header_limit(dependencies.limits.headerBytes + 1);
+    parser->body_limit(dependencies.limits.bodyBytes);
+    http::async_read(stream, buffer, *parser, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (error) {
+        self->refuseUnreadable(error);
+      } else {
+        self->answerRequest(self->parser->release());
+      }
+    });
+  }
+
+  void refuseUnreadable(const ErrorCode& error) {
+    if (error == http::error::header_limit) return send(errorResponse(431, "The headers are too long."), false);
+    if (error == http::error::body_limit) return send(errorResponse(413, "The body is too long."), false);
+    const bool isOfHttp = error.category() == http::make_error_code(http::error::bad_method).category();
+    const bool hasJustEnded = error == http::error::end_of_stream || error == http::error::partial_message;
+    if (isOfHttp && !hasJustEnded) send(errorResponse(400, "The message is malformed."), false);
+  }
+
+  void answerRequest(HttpRequestMessage message) {
+    const bool isTooLong = received - buffer.size() - message.body().size() > dependencies.limits.headerBytes;
+    if (isTooLong) return send(errorResponse(431, "The headers are too long."), false);
+    const HttpRequest request = requestOf(message);
+    isForHead = message.method() == http::verb::head;
+    if (plainResponder) return send(plainResponder(request), message.keep_alive());
+    const bool isForWebSocket = request.asksForWebSocket && request.target.substr(0, 4) == "/ws?";
+    if (isForWebSocket) return answerUpgrade(message, request);
+    send(dependencies.service.answer(request, dependencies.now()), message.keep_alive());
+  }
+
+  void answerUpgrade(const HttpRequestMessage& message, const HttpRequest& request) {
+    auto malformed = refusalForUpgrade(message);
+    // Nothing may follow before the answer.
+    if (!malformed && buffer.size() > 0) malformed = errorResponse(400, "The WebSocket handshake is malformed.");
+    if (malformed) return send(*malformed, false);
+    auto outcome = dependencies.service.admit(request, dependencies.now());
+    if (auto* refusal = std::get_if<HttpResponse>(&outcome)) return send(std::move(*refusal), false);
+    deadline.cancel();
+    startWebSocket(std::move(stream), message, std::get<Admission>(outcome), dependencies);
+  }
+
+  HttpRequest requestOf(const HttpRequestMessage& message) const {
+    return {
+        .method = std::string(message.method_string()),
+        .target = std::string(message.target()),
+        .body = message.body(),
+        .authorization = valuesOf(message, http::field::authorization),
+        .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
+        .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
+        .asksForWebSocket = beast::websocket::is_upgrade(message),
+        .rateName = clientAddress(peer, valuesOf(message, "x-forwarded-for"), dependencies.trustedProxies).rateName()};
+  }
+
+  void send(HttpResponse answer, bool keepsAlive) {
+    ++dependencies.metrics.answers[answer.status];
+    if (dependencies.service.stopRequested()) keepsAlive = false;
+    head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
+    body = isForHead ? nullptr : answer.body;
+    const std::array<asio::const_buffer, 2> parts{asio::buffer(head),
+                                                  body ? asio::buffer(*body) : asio::const_buffer()};
+    expireAfter(kAnswerTimeout);
+    ++dependencies.unfinished.answers;
+    asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+      --self->dependencies.unfinished.answers;
+      if (error) return;
+      if (!keepsAlive) return self->end();
+      self->expireAfter(self->dependencies.limits.handshake);
+      self->readRequest();
+    });
+  }
+
+  // What the client still sends is read and dropped for up to kEndTimeout: closing immediately could reset the
+  // connection before the client has read the answer.
+  void end() {
+    expireAfter(kEndTimeout);
+    stream.shutdown([self = shared_from_this()](const ErrorCode& error) {
+      if (!error && !self->stream.isEncrypted()) self->drain();
+    });
+  }
+
+  void drain() {
+    stream.async_read_some(asio::buffer(dropped), [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (!error) self->drain();
+    });
+  }
+
+  const ConnectionDependencies& dependencies;
+  RelayStream stream;
+  asio::steady_timer deadline;
+  const IpAddress peer;
+  const PlainResponder plainResponder;
+  const std::function<void()> onEnd;
+  beast::flat_buffer buffer{kMostBuffered};
+  std::size_t received = 0;  // Of the present message, and what follows it already.
+  std::optional<http::request_parser<http::string_body>> parser;
+  std::string head;
+  MessageText body;
+  bool isForHead = false;
+  std::array<char, 1024> dropped{};
+};
+
+}  // namespace
+
+void serveHttp(RelayStream stream, const IpAddress& peer, const ConnectionDependencies& dependencies,
+               const PlainResponder& plainResponder, std::function<void()> onEnd) {
+  std::make_shared<HttpConnection>(std::move(stream), peer, dependencies, plainResponder, std::move(onEnd))->start();
+}
+
+}  // namespace quillard::relayserver

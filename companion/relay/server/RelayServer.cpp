@@ -1,0 +1,317 @@
+#include "companion/relay/server/RelayServer.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <optional>
+#include <unordered_map>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ip/v6_only.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <openssl/ssl.h>
+
+#include "companion/relay/rules/Pairings.h"
+#include "companion/relay/server/HttpConnection.h"
+#include "companion/relay/server/PhonePageFiles.h"
+#include "companion/relay/server/StderrLog.h"
+
+namespace quillard::relayserver {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+
+namespace {
+
+constexpr std::chrono::milliseconds kTick{250};
+constexpr std::chrono::hours kTidying{1};
+// After a connection could not be accepted, usually for want of file descriptors.
+constexpr std::chrono::milliseconds kAcceptPause{200};
+
+constexpr int kSendBuffer = 256 * 1024;
+
+using TlsContext = std::shared_ptr<asio::ssl::context>;
+
+tcp::endpoint endpointOf(const ListenAddress& requested) {
+  return {asio::ip::make_address(requested.address.text()), requested.port};
+}
+
+std::string textOf(const tcp::endpoint& endpoint) {
+  const auto address = endpoint.address();
+  const std::string host = address.is_v6() ? "[" + address.to_string() + "]" : address.to_string();
+  return host + ":" + std::to_string(endpoint.port());
+}
+
+// Throws boost::system::system_error.
+TlsContext makeTlsContext(const RelayConfiguration& configuration) {
+  auto context = std::make_shared<asio::ssl::context>(asio::ssl::context::tls_server);
+  context->set_options(asio::ssl::context::default_workarounds | asio::ssl::context::no_compression |
+                       SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE);
+  SSL_CTX_set_min_proto_version(context->native_handle(), TLS1_2_VERSION);
+  SSL_CTX_set_cipher_list(context->native_handle(), "ECDHE+AESGCM:ECDHE+CHACHA20");
+  SSL_CTX_set_mode(context->native_handle(), SSL_MODE_RELEASE_BUFFERS);
+  context->use_certificate_chain_file(configuration.tlsCertificate);
+  context->use_private_key_file(configuration.tlsKey, asio::ssl::context::pem);
+  return context;
+}
+
+Moment currentMoment() {
+  const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+  return {.instant = std::chrono::steady_clock::now(),
+          .epochSeconds = std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch).count()};
+}
+
+}  // namespace
+
+class RelayServer::Implementation {
+ public:
+  Implementation(const RelayConfiguration& configuration, OpenStore openStore)
+      : configuration(configuration), openStore(std::move(openStore)) {}
+
+  std::string prepare();
+  void run();
+
+ private:
+  struct Listener {
+    tcp::acceptor acceptor;
+    asio::steady_timer pause;
+    bool isForMetrics = false;
+  };
+
+  void open(const ListenAddress& requested, bool isForMetrics);
+  void accept(Listener& listener);
+  void serve(tcp::socket socket, bool isForMetrics);
+  void awaitSignal();
+  void reloadCertificate();
+  void awaitTick();
+  void tidy();
+  void stop();
+  void closeNext(Duration pause);
+  void waitForConnections(Instant latest);
+  HttpResponse answerForMetrics(const HttpRequest& request);
+
+  const RelayConfiguration configuration;
+  const OpenStore openStore;
+  StderrLog log;
+  RelayMetrics metrics;
+  Unfinished unfinished;
+  PhonePage page;
+  std::unique_ptr<PairingStore> store;
+  std::optional<Pairings> pairings;
+  std::optional<PairingRooms> rooms;
+  std::optional<RelayService> service;
+  std::optional<ConnectionDependencies> dependencies;
+  TlsContext tls;
+  Instant nextTidying{};
+  bool isStopping = false;
+  std::unordered_map<std::string, std::size_t> openRequests;  // By address.
+  asio::io_context loop{1};
+  std::vector<std::unique_ptr<Listener>> listeners;
+  asio::signal_set signals{loop, SIGTERM, SIGINT, SIGHUP};
+  asio::steady_timer ticker{loop};
+  asio::steady_timer closeTimer{loop};
+};
+
+std::string RelayServer::Implementation::prepare() {
+  try {
+    if (configuration.hasTls()) tls = makeTlsContext(configuration);
+  } catch (const boost::system::system_error& error) {
+    return std::string("The certificate or its key cannot be used: ") + error.code().message();
+  }
+  if (!configuration.page.empty()) {
+    std::string why;
+    auto read = readPhonePage(configuration.page, why);
+    if (!read) return "The page cannot be served from " + configuration.page + ": " + why;
+    page = std::move(*read);
+  }
+  try {
+    store = openStore();
+    pairings.emplace(*store, configuration.limits);
+  } catch (const PairingStore::Failure& failure) {
+    return failure.description;
+  }
+  rooms.emplace(PairingRooms::Dependencies{*pairings, configuration.limits, metrics, log});
+  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits});
+  dependencies.emplace(ConnectionDependencies{*service, *rooms, configuration.limits, metrics, log, unfinished,
+                                              configuration.trustedProxies, currentMoment});
+  for (const auto& requested : configuration.listen) {
+    try {
+      open(requested, false);
+    } catch (const boost::system::system_error& error) {
+      return "Cannot listen at " + textOf(endpointOf(requested)) + ": " + error.code().message();
+    }
+  }
+  if (!configuration.metrics) return {};
+  try {
+    open(*configuration.metrics, true);
+  } catch (const boost::system::system_error& error) {
+    return "Cannot listen at " + textOf(endpointOf(*configuration.metrics)) + ": " + error.code().message();
+  }
+  return {};
+}
+
+void RelayServer::Implementation::open(const ListenAddress& requested, bool isForMetrics) {
+  const auto endpoint = endpointOf(requested);
+  auto listener = std::make_unique<Listener>(Listener{tcp::acceptor(loop), asio::steady_timer(loop), isForMetrics});
+  listener->acceptor.open(endpoint.protocol());
+  listener->acceptor.set_option(asio::socket_base::reuse_address(true));
+  if (endpoint.address().is_v6()) listener->acceptor.set_option(asio::ip::v6_only(true));
+  listener->acceptor.bind(endpoint);
+  listener->acceptor.listen();
+  listeners.push_back(std::move(listener));
+}
+
+void RelayServer::Implementation::run() {
+  for (const auto& listener : listeners) accept(*listener);
+  awaitSignal();
+  awaitTick();
+  for (const auto& listener : listeners) {
+    const std::string scheme = tls && !listener->isForMetrics ? "https://" : "http://";
+    const std::string what = listener->isForMetrics ? "Metrics on " : "Listening on ";
+    std::printf("%s\n", (what + scheme + textOf(listener->acceptor.local_endpoint())).c_str());
+  }
+  std::fflush(stdout);
+  loop.run();
+  // The peers that are left end before the loop does.
+  while (rooms->closeNext(CloseCode::stopping)) {
+  }
+}
+
+void RelayServer::Implementation::accept(Listener& listener) {
+  listener.acceptor.async_accept([this, &listener](const ErrorCode& error, tcp::socket socket) {
+    if (!listener.acceptor.is_open()) return;
+    if (!error) {
+      serve(std::move(socket), listener.isForMetrics);
+      return accept(listener);
+    }
+    log.warn("A connection could not be accepted: " + error.message());
+    listener.pause.expires_after(kAcceptPause);
+    listener.pause.async_wait([this, &listener](const ErrorCode& ended) {
+      if (!ended && listener.acceptor.is_open()) accept(listener);
+    });
+  });
+}
+
+void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
+  ErrorCode error;
+  const auto endpoint = socket.remote_endpoint(error);
+  if (error) return;
+  socket.set_option(tcp::no_delay(true), error);
+  // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
+  socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
+  const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
+  const std::string name = peer.rateName();
+  const bool isTrusted = std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
+                                     [&](const IpNetwork& network) { return network.contains(peer); });
+  const auto open = openRequests.find(name);
+  const bool isCrowded = open != openRequests.end() && open->second >= configuration.limits.openRequests;
+  const bool isFull = metrics.requests + rooms->peerCount() >= configuration.limits.connections;
+  if (isFull || (isCrowded && !isTrusted)) return log.note("A connection was refused: there are too many.");
+  ++openRequests[name];
+  ++metrics.requests;
+  const auto onEnd = [this, name] {
+    --metrics.requests;
+    const auto counted = openRequests.find(name);
+    if (--counted->second == 0) openRequests.erase(counted);
+  };
+  PlainResponder plainResponder;
+  if (isForMetrics) plainResponder = [this](const HttpRequest& request) { return answerForMetrics(request); };
+  serveHttp(RelayStream(std::move(socket), isForMetrics ? nullptr : tls), peer, *dependencies, plainResponder, onEnd);
+}
+
+HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& request) {
+  if (request.target != "/metrics" || request.method != "GET") return errorResponse(404, "Only /metrics is here.");
+  metrics.pairings = pairings->count();
+  return {.headers = {{"content-type", "text/plain; version=0.0.4; charset=utf-8"}},
+          .body = std::make_shared<const std::string>(prometheusText(metrics))};
+}
+
+void RelayServer::Implementation::awaitSignal() {
+  signals.async_wait([this](const ErrorCode& error, int signal) {
+    if (error) return;
+    if (signal == SIGHUP) {
+      reloadCertificate();
+    } else if (isStopping) {
+      return loop.stop();
+    } else {
+      stop();
+    }
+    awaitSignal();
+  });
+}
+
+void RelayServer::Implementation::reloadCertificate() {
+  if (!configuration.hasTls()) return;
+  try {
+    tls = makeTlsContext(configuration);
+    log.warn("The certificate was read again.");
+  } catch (const boost::system::system_error& error) {
+    log.warn("The certificate stays as it was; the new one cannot be used: " + error.code().message());
+  }
+}
+
+void RelayServer::Implementation::awaitTick() {
+  ticker.expires_after(std::min<Duration>(kTick, configuration.limits.ping / 2));
+  ticker.async_wait([this](const ErrorCode& error) {
+    if (error) return;
+    const auto now = currentMoment();
+    rooms->tick(now.instant);
+    if (now.instant >= nextTidying) tidy();
+    for (const auto& failure : pairings->takeFailures()) {
+      ++metrics.storeFailures;
+      log.warn("The database could not be used: " + failure);
+    }
+    awaitTick();
+  });
+}
+
+void RelayServer::Implementation::tidy() {
+  const auto now = currentMoment();
+  nextTidying = now.instant + kTidying;
+  const auto purged = pairings->tidy(now.epochSeconds);
+  if (!purged.empty()) log.note("Forgot pairings that were not used for long: " + std::to_string(purged.size()));
+  rooms->forget(purged);
+}
+
+void RelayServer::Implementation::stop() {
+  isStopping = true;
+  log.warn("Stopping.");
+  service->stop();
+  for (const auto& listener : listeners) listener->acceptor.close();
+  constexpr std::chrono::milliseconds kUsualPause{5};
+  const auto count = static_cast<Duration::rep>(std::max<std::size_t>(rooms->peerCount(), 1));
+  closeNext(std::min<Duration>(kUsualPause, Duration(configuration.limits.closeStagger) / count));
+}
+
+void RelayServer::Implementation::closeNext(Duration pause) {
+  if (!rooms->closeNext(CloseCode::stopping)) {
+    return waitForConnections(std::chrono::steady_clock::now() + configuration.limits.lastAnswers);
+  }
+  closeTimer.expires_after(pause);
+  closeTimer.async_wait([this, pause](const ErrorCode& error) {
+    if (!error) closeNext(pause);
+  });
+}
+
+void RelayServer::Implementation::waitForConnections(Instant latest) {
+  const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0;
+  if (isDone || std::chrono::steady_clock::now() >= latest) return loop.stop();
+  constexpr std::chrono::milliseconds kCheckInterval{10};
+  closeTimer.expires_after(kCheckInterval);
+  closeTimer.async_wait([this, latest](const ErrorCode& error) {
+    if (!error) waitForConnections(latest);
+  });
+}
+
+RelayServer::RelayServer(const RelayConfiguration& configuration, OpenStore openStore)
+    : implementation(std::make_unique<Implementation>(configuration, std::move(openStore))) {}
+RelayServer::~RelayServer() = default;
+
+std::string RelayServer::prepare() { return implementation->prepare(); }
+
+void RelayServer::run() { implementation->run(); }
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,87 @@
+#include "companion/relay/server/RelayStream.h"
+
+#include <algorithm>
+#include <optional>
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/stream.hpp>
+
+namespace quillard::relayserver {
+namespace asio = boost::asio;
+using asio::ip::tcp;
+
+struct RelayStream::State {
+  State(tcp::socket accepted, std::shared_ptr<asio::ssl::context> context)
+      : socket(std::move(accepted)), context(std::move(context)) {
+    if (this->context) tls.emplace(socket, *this->context);
+  }
+
+  tcp::socket socket;
+  std::shared_ptr<asio::ssl::context> context;
+  std::optional<asio::ssl::stream<tcp::socket&>> tls;
+  std::vector<unsigned char> joined;  // A short write in one piece: each write is a TLS record of its own.
+  std::function<void(std::size_t)> onBytes;
+};
+
+RelayStream::RelayStream(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
+    : state(std::make_unique<State>(std::move(socket), std::move(tls))) {}
+RelayStream::RelayStream(RelayStream&& other) noexcept = default;
+RelayStream& RelayStream::operator=(RelayStream&& other) noexcept = default;
+RelayStream::~RelayStream() = default;
+
+RelayStream::executor_type RelayStream::get_executor() { return state->socket.get_executor(); }
+
+tcp::socket& RelayStream::socket() { return state->socket; }
+
+bool RelayStream::isEncrypted() const { return state->tls.has_value(); }
+
+void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->onBytes = std::move(onBytes); }
+
+void RelayStream::handshake(std::function<void(const ErrorCode&)> done) {
+  if (!state->tls) return done({});
+  state->tls->async_handshake(asio::ssl::stream_base::server, std::move(done));
+}
+
+void RelayStream::shutdown(std::function<void(const ErrorCode&)> done) {
+  if (state->tls) return state->tls->async_shutdown(std::move(done));
+  ErrorCode error;
+  state->socket.shutdown(tcp::socket::shutdown_send, error);
+  asio::post(get_executor(), [done = std::move(done), error] { done(error); });
+}
+
+void RelayStream::close() {
+  ErrorCode ignored;
+  state->socket.close(ignored);
+}
+
+void RelayStream::readSome(const BufferList<asio::mutable_buffer>& buffers, IoHandler handler) {
+  auto finish = [state = state.get(), handler = std::move(handler)](const ErrorCode& error, std::size_t bytes) mutable {
+    if (bytes > 0 && state->onBytes) state->onBytes(bytes);
+    handler(error, bytes);
+  };
+  if (state->tls) {
+    state->tls->async_read_some(buffers, std::move(finish));
+  } else {
+    state->socket.async_read_some(buffers, std::move(finish));
+  }
+}
+
+void RelayStream::writeSome(const BufferList<asio::const_buffer>& buffers, IoHandler handler) {
+  if (!state->tls) return state->socket.async_write_some(buffers, std::move(handler));
+  constexpr std::size_t kRecord = 16 * 1024;
+  state->joined.resize(std::min(kRecord, asio::buffer_size(buffers)));
+  asio::buffer_copy(asio::buffer(state->joined), buffers);
+  state->tls->async_write_some(asio::buffer(state->joined), std::move(handler));
+}
+
+void teardown(boost::beast::role_type, RelayStream& stream, ErrorCode& error) {
+  error = {};
+  stream.close();
+}
+
+void endWebSocket(RelayStream& stream, std::function<void(const ErrorCode&)> done) { stream.shutdown(std::move(done)); }
+
+void beast_close_socket(RelayStream& stream) { stream.close(); }
+
+}  // namespace quillard::relayserver

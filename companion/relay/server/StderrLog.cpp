@@ -1,0 +1,40 @@
+#include "companion/relay/server/StderrLog.h"
+
+#include <string>
+
+#include <unistd.h>
+
+#include "foundation/IsoDate.h"
+#include "foundation/PrintableText.h"
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr Rate kNotes{200, 20};
+
+Instant now() { return std::chrono::steady_clock::now(); }
+
+}  // namespace
+
+StderrLog::StderrLog() : notes(kNotes, now()) {}
+
+void StderrLog::note(std::string_view line) {
+  if (!notes.take(now())) {
+    ++leftOut;
+    return;
+  }
+  if (leftOut > 0) write(std::to_string(leftOut) + " lines were left out.");
+  leftOut = 0;
+  write(line);
+}
+
+void StderrLog::warn(std::string_view line) { write(line); }
+
+void StderrLog::write(std::string_view line) {
+  const auto date = std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
+  const std::string whole = isoDateText(date) + " " + printableText(line, 500) + "\n";
+  // A failure cannot be reported anywhere.
+  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, whole.data(), whole.size());
+}
+
+}  // namespace quillard::relayserver

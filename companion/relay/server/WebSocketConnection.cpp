@@ -1,0 +1,162 @@
+#include "companion/relay/server/WebSocketConnection.h"
+
+#include <optional>
+#include <string_view>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/field.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include "companion/relay/server/OutgoingQueue.h"
+
+namespace quillard::relayserver {
+namespace {
+
+namespace beast = boost::beast;
+namespace websocket = beast::websocket;
+
+// How long the answer to a handshake may take to be sent, and how long a peer has to answer a close message.
+constexpr std::chrono::seconds kHandshakeTimeout{10};
+constexpr std::chrono::seconds kCloseTimeout{5};
+// What a connection keeps of its buffer between messages.
+constexpr std::size_t kKeptBuffer = 16 * 1024;
+
+// One agent or phone. States: answering the handshake -> open -> closing -> gone. The operations under
+// way own it.
+class WebSocketConnection final : public RelayPeer, public std::enable_shared_from_this<WebSocketConnection> {
+ public:
+  WebSocketConnection(RelayStream stream, const ConnectionDependencies& dependencies)
+      : dependencies(dependencies),
+        socket(std::move(stream)),
+        timeout(socket.get_executor()),
+        outgoing(dependencies.limits.queuedBytes, dependencies.limits.queuedMessages) {
+    ++dependencies.unfinished.webSockets;
+  }
+  WebSocketConnection(const WebSocketConnection&) = delete;
+  WebSocketConnection& operator=(const WebSocketConnection&) = delete;
+  ~WebSocketConnection() override { --dependencies.unfinished.webSockets; }
+
+  void start(const HttpRequestMessage& request, const Admission& admission) {
+    socket.set_option(websocket::stream_base::timeout{kHandshakeTimeout, websocket::stream_base::none(), false});
+    socket.read_message_max(dependencies.limits.messageBytes);
+    socket.auto_fragment(false);
+    socket.text(true);
+    socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
+      if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
+    }));
+    socket.next_layer().setOnBytes(
+        [this](std::size_t) { this->dependencies.rooms.didReceiveBytes(*this, now().instant); });
+    // Joins before the answer is sent, so that the same place cannot be granted twice meanwhile.
+    dependencies.rooms.join(shared_from_this(), admission.who, now().instant);
+    ++dependencies.metrics.answers[101];
+    socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
+  }
+
+  bool send(const MessageText& text) override {
+    if (!outgoing.push(text)) return false;
+    writeNext();
+    return true;
+  }
+
+  void ping() override {
+    if (state != State::open || isPinging) return;
+    isPinging = true;
+    socket.async_ping({}, [self = shared_from_this()](const ErrorCode&) { self->isPinging = false; });
+  }
+
+  void close(CloseCode code) override {
+    if (state == State::closing) return;
+    outgoing.clear(isWriting);
+    closeCode = code;
+    if (state == State::open) sendClose();
+  }
+
+  void abort() override {
+    state = State::closing;
+    outgoing.clear(isWriting);
+    socket.next_layer().close();
+  }
+
+ private:
+  enum class State { answering, open, closing };
+
+  [[nodiscard]] Moment now() const { return dependencies.now(); }
+
+  void didAccept(const ErrorCode& error) {
+    if (error || state == State::closing) return end();
+    state = State::open;
+    if (closeCode) {
+      sendClose();
+    } else {
+      writeNext();
+    }
+    read();
+  }
+
+  // The read that is under way notices the end.
+  void sendClose() {
+    state = State::closing;
+    timeout.expires_after(kCloseTimeout);
+    timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+      const auto self = weak.lock();
+      if (self && !error) self->socket.next_layer().close();
+    });
+    socket.async_close(websocket::close_reason(static_cast<std::uint16_t>(*closeCode)),
+                       [self = shared_from_this()](const ErrorCode&) { self->end(); });
+  }
+
+  void read() {
+    socket.async_read(buffer, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+      if (error) return self->end();
+      self->take();
+      self->read();
+    });
+  }
+
+  void take() {
+    const auto bytes = buffer.cdata();
+    dependencies.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
+    buffer.consume(buffer.size());
+    if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
+  }
+
+  void writeNext() {
+    if (state != State::open || isWriting || outgoing.isEmpty()) return;
+    isWriting = true;
+    const MessageText text = outgoing.front();
+    socket.async_write(boost::asio::buffer(*text),
+                       [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
+                         self->isWriting = false;
+                         self->outgoing.pop();
+                         if (!error) self->writeNext();
+                       });
+  }
+
+  void end() {
+    dependencies.rooms.leave(*this, now().instant);
+    if (state == State::closing && closeCode) return;  // The close message is under way, or done.
+    state = State::closing;
+    outgoing.clear(isWriting);
+  }
+
+  const ConnectionDependencies& dependencies;
+  websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
+  boost::asio::steady_timer timeout;  // For the close message, which may be stuck behind one that is not read.
+  OutgoingQueue outgoing;
+  beast::flat_buffer buffer;
+  State state = State::answering;
+  bool isWriting = false;
+  bool isPinging = false;
+  std::optional<CloseCode> closeCode;
+};
+
+}  // namespace
+
+void startWebSocket(RelayStream stream, const HttpRequestMessage& request, const Admission& admission,
+                    const ConnectionDependencies& dependencies) {
+  std::make_shared<WebSocketConnection>(std::move(stream), dependencies)->start(request, admission);
+}
+
+}  // namespace quillard::relayserver

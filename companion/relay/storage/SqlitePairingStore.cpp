@@ -1,0 +1,223 @@
+#include "companion/relay/storage/SqlitePairingStore.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr int kSchemaVersion = 1;
+constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
+
+constexpr const char* kSchema = R"(
+  CREATE TABLE pairings (id TEXT PRIMARY KEY, token BLOB NOT NULL, seen INTEGER NOT NULL) WITHOUT ROWID;
+  CREATE INDEX pairings_by_seen ON pairings (seen);
+  CREATE TABLE revocations (id TEXT PRIMARY KEY, at INTEGER NOT NULL) WITHOUT ROWID;
+  CREATE INDEX revocations_by_time ON revocations (at);
+  CREATE TABLE removed_phones (pairing TEXT NOT NULL, device TEXT NOT NULL, at INTEGER NOT NULL,
+                               PRIMARY KEY (pairing, device)) WITHOUT ROWID;
+  PRAGMA user_version = 1;
+)";
+
+[[noreturn]] void failForFile(const std::string& file, const std::string& why) {
+  throw PairingStore::Failure{"The database " + file + " cannot be used: " + why};
+}
+
+// SQLite gives the files beside it the same permissions.
+void prepareFile(const std::string& file) {
+  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (descriptor < 0) failForFile(file, std::strerror(errno));
+  struct stat status {};
+  const bool isKnown = ::fstat(descriptor, &status) == 0;
+  ::close(descriptor);
+  if (!isKnown || !S_ISREG(status.st_mode)) failForFile(file, "it is no file.");
+  if (status.st_uid != ::geteuid()) failForFile(file, "it belongs to another user.");
+  if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) failForFile(file, "others may use it; it must have mode 0600.");
+}
+
+}  // namespace
+
+// A prepared statement with its values, for one run.
+class SqlitePairingStore::Statement {
+ public:
+  Statement(const SqlitePairingStore& store, const char* sql) : store(store) {
+    if (sqlite3_prepare_v2(store.connection.get(), sql, -1, &statement, nullptr) != SQLITE_OK) store.fail("prepare");
+  }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+  ~Statement() { sqlite3_finalize(statement); }
+
+  Statement& with(const std::string& text) {
+    return checked(sqlite3_bind_text(statement, ++bound, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT));
+  }
+  Statement& with(std::int64_t number) { return checked(sqlite3_bind_int64(statement, ++bound, number)); }
+  Statement& with(const TokenHash& hash) {
+    return checked(sqlite3_bind_blob(statement, ++bound, hash.data(), static_cast<int>(hash.size()), SQLITE_TRANSIENT));
+  }
+
+  // Whether there is a row; false at the end.
+  bool step() {
+    const int outcome = sqlite3_step(statement);
+    if (outcome != SQLITE_ROW && outcome != SQLITE_DONE) store.fail("run");
+    return outcome == SQLITE_ROW;
+  }
+  void run() {
+    while (step()) {
+    }
+  }
+
+  [[nodiscard]] std::int64_t number(int column) const { return sqlite3_column_int64(statement, column); }
+  [[nodiscard]] std::string text(int column) const {
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
+    return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))) : "";
+  }
+  [[nodiscard]] TokenHash hash(int column) const {
+    const std::string bytes = text(column);
+    TokenHash hash{};
+    if (bytes.size() != hash.size()) throw Failure{"The database holds a token that is no hash."};
+    std::copy(bytes.begin(), bytes.end(), hash.begin());
+    return hash;
+  }
+
+ private:
+  Statement& checked(int outcome) {
+    if (outcome != SQLITE_OK) store.fail("bind");
+    return *this;
+  }
+
+  const SqlitePairingStore& store;
+  sqlite3_stmt* statement = nullptr;
+  int bound = 0;
+};
+
+void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
+
+SqlitePairingStore::SqlitePairingStore(const std::string& file) {
+  prepareFile(file);
+  sqlite3* opened = nullptr;
+  const int outcome = sqlite3_open_v2(file.c_str(), &opened,
+                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
+  connection.reset(opened);
+  if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
+  sqlite3_busy_timeout(opened, kTimeoutMilliseconds);
+  try {
+    execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA trusted_schema = OFF;");
+    prepareSchema();
+  } catch (const Failure& failure) {
+    failForFile(file, failure.description);
+  }
+}
+
+SqlitePairingStore::~SqlitePairingStore() = default;
+
+void SqlitePairingStore::fail(const char* what) const {
+  throw Failure{std::string(sqlite3_errmsg(connection.get())) + " (" + what + ")"};
+}
+
+void SqlitePairingStore::execute(const char* sql) {
+  if (sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) fail("execute");
+}
+
+template <class Changes>
+void SqlitePairingStore::inTransaction(Changes changes) {
+  execute("BEGIN IMMEDIATE");
+  try {
+    changes();
+    execute("COMMIT");
+  } catch (const Failure&) {
+    sqlite3_exec(connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    throw;
+  }
+}
+
+void SqlitePairingStore::prepareSchema() {
+  inTransaction([this] {
+    Statement version(*this, "PRAGMA user_version");
+    version.step();
+    const auto found = version.number(0);
+    if (found > kSchemaVersion) throw Failure{"a newer version has written it."};
+    if (found == 0) execute(kSchema);
+  });
+}
+
+std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& pairingID) {
+  // One statement whatever there is.
+  Statement found(*this,
+                  "SELECT 1, at, NULL FROM revocations WHERE id = ?1 UNION ALL "
+                  "SELECT 0, seen, token FROM pairings WHERE id = ?1 ORDER BY 1 DESC LIMIT 1");
+  if (!found.with(pairingID).step()) return std::nullopt;
+  const bool isRevoked = found.number(0) == 1;
+  return Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)), .lastUsed = found.number(1)};
+}
+
+void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {
+  Statement(*this, "INSERT INTO pairings (id, token, seen) VALUES (?, ?, ?)")
+      .with(pairingID)
+      .with(token)
+      .with(now)
+      .run();
+}
+
+void SqlitePairingStore::markUsed(const std::string& pairingID, std::int64_t now) {
+  Statement(*this, "UPDATE pairings SET seen = ?2 WHERE id = ?1").with(pairingID).with(now).run();
+}
+
+void SqlitePairingStore::revoke(const std::string& pairingID, std::int64_t now, std::size_t most) {
+  inTransaction([&] {
+    Statement(*this, "INSERT OR IGNORE INTO revocations (id, at) VALUES (?, ?)").with(pairingID).with(now).run();
+    Statement(*this, "DELETE FROM pairings WHERE id = ?").with(pairingID).run();
+    Statement(*this, "DELETE FROM removed_phones WHERE pairing = ?").with(pairingID).run();
+    Statement(*this,
+              "DELETE FROM revocations WHERE id IN "
+              "(SELECT id FROM revocations ORDER BY at DESC, id LIMIT -1 OFFSET ?)")
+        .with(static_cast<std::int64_t>(most))
+        .run();
+  });
+}
+
+void SqlitePairingStore::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
+                                     std::size_t most) {
+  inTransaction([&] {
+    Statement(*this, "INSERT OR REPLACE INTO removed_phones (pairing, device, at) VALUES (?, ?, ?)")
+        .with(pairingID)
+        .with(deviceID)
+        .with(now)
+        .run();
+    Statement(*this,
+              "DELETE FROM removed_phones WHERE pairing = ?1 AND device IN "
+              "(SELECT device FROM removed_phones WHERE pairing = ?1 ORDER BY at DESC, device LIMIT -1 OFFSET ?2)")
+        .with(pairingID)
+        .with(static_cast<std::int64_t>(most))
+        .run();
+  });
+}
+
+bool SqlitePairingStore::isRemoved(const std::string& pairingID, const std::string& deviceID) {
+  Statement found(*this, "SELECT 1 FROM removed_phones WHERE pairing = ? AND device = ?");
+  return found.with(pairingID).with(deviceID).step();
+}
+
+std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore) {
+  std::vector<std::string> purged;
+  inTransaction([&] {
+    Statement old(*this, "DELETE FROM pairings WHERE seen < ? RETURNING id");
+    old.with(usedBefore);
+    while (old.step()) purged.push_back(old.text(0));
+    Statement(*this, "DELETE FROM removed_phones WHERE pairing NOT IN (SELECT id FROM pairings)").run();
+  });
+  return purged;
+}
+
+std::size_t SqlitePairingStore::count() {
+  Statement counted(*this, "SELECT COUNT(*) FROM pairings");
+  counted.step();
+  return static_cast<std::size_t>(counted.number(0));
+}
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "companion/relay/rules/PairingStore.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace quillard::relayserver {
+
+// The store in one SQLite file of the user's own (0600), with a write-ahead log beside it.
+class SqlitePairingStore final : public PairingStore {
+ public:
+  // Makes the file where there is none. Throws Failure: it cannot be made or opened, it is a link, it belongs to
+  // another user or others may read it, or a newer version has written it.
+  explicit SqlitePairingStore(const std::string& file);
+  ~SqlitePairingStore() override;
+
+  std::optional<Entry> find(const std::string& pairingID) override;
+  void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
+  void markUsed(const std::string& pairingID, std::int64_t now) override;
+  void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;
+  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
+                   std::size_t most) override;
+  bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
+  std::vector<std::string> purge(std::int64_t usedBefore) override;
+  std::size_t count() override;
+
+ private:
+  class Statement;
+  void execute(const char* sql);
+  void prepareSchema();
+  // Runs all of `changes` or nothing.
+  template <class Changes>
+  void inTransaction(Changes changes);
+  [[noreturn]] void fail(const char* what) const;
+
+  struct Close {
+    void operator()(sqlite3* opened) const;
+  };
+  std::unique_ptr<sqlite3, Close> connection;
+};
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,101 @@
+#include <fstream>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "companion/relay/storage/SqlitePairingStore.h"
+#include "support/TemporaryFolder.h"
+
+namespace quillard::relayserver {
+namespace {
+
+const std::string kToken(64, 'a');
+
+class SqliteStore : public testing::Test {
+ protected:
+  const test::TemporaryFolder folder;
+  const std::string file = folder.path() + "/relay.db";
+};
+
+TEST_F(SqliteStore, KeepsEverythingInAFileOfTheUsersOwn) {
+  {
+    SqlitePairingStore store(file);
+    store.add("one", hashOf(kToken), 100);
+    store.add("two", hashOf(kToken), 100);
+    store.markUsed("one", 200);
+    store.revoke("two", 300, 10);
+    store.removePhone("one", "A", 300, 10);
+  }
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  SqlitePairingStore store(file);
+  EXPECT_EQ(store.find("one")->token, hashOf(kToken));
+  EXPECT_EQ(store.find("one")->lastUsed, 200);
+  ASSERT_TRUE(store.find("two"));
+  EXPECT_FALSE(store.find("two")->token);
+  EXPECT_FALSE(store.find("three"));
+  EXPECT_TRUE(store.isRemoved("one", "A"));
+  EXPECT_FALSE(store.isRemoved("one", "B"));
+  EXPECT_EQ(store.count(), 1U);
+}
+
+TEST_F(SqliteStore, HoldsNoToken) {
+  { SqlitePairingStore(file).add("one", hashOf(kToken), 100); }
+  std::ifstream stream(file, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+  EXPECT_NE(bytes.find("one"), std::string::npos);
+  EXPECT_EQ(bytes.find(kToken), std::string::npos);
+}
+
+TEST_F(SqliteStore, ForgetsTheOldestRevocationsAndRemovals) {
+  SqlitePairingStore store(file);
+  for (int i = 0; i < 3; ++i) store.revoke("r" + std::to_string(i), i, 2);
+  EXPECT_FALSE(store.find("r0"));
+  EXPECT_TRUE(store.find("r1"));
+  for (int i = 0; i < 3; ++i) store.removePhone("one", "d" + std::to_string(i), i, 2);
+  store.removePhone("two", "d0", 9, 2);
+  EXPECT_FALSE(store.isRemoved("one", "d0"));
+  EXPECT_TRUE(store.isRemoved("one", "d1"));
+  EXPECT_TRUE(store.isRemoved("two", "d0"));
+}
+
+TEST_F(SqliteStore, PurgesWithWhatBelongsToIt) {
+  SqlitePairingStore store(file);
+  store.add("old", hashOf(kToken), 100);
+  store.add("new", hashOf(kToken), 101);
+  store.removePhone("old", "A", 100, 10);
+  EXPECT_EQ(store.purge(101), std::vector<std::string>{"old"});
+  EXPECT_FALSE(store.find("old"));
+  EXPECT_FALSE(store.isRemoved("old", "A"));
+  EXPECT_TRUE(store.find("new"));
+}
+
+TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
+  const auto opens = [](const std::string& path) {
+    try {
+      const SqlitePairingStore store(path);
+      return true;
+    } catch (const PairingStore::Failure&) {
+      return false;
+    }
+  };
+  EXPECT_FALSE(opens(folder.path()));
+  EXPECT_FALSE(opens(folder.path() + "/missing/relay.db"));
+  std::ofstream(file) << "no database, but long enough to be recognised as none";
+  ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+  EXPECT_FALSE(opens(file));
+  const std::string shared = folder.path() + "/shared.db";
+  { const SqlitePairingStore store(shared); }
+  EXPECT_TRUE(opens(shared));
+  ASSERT_EQ(::chmod(shared.c_str(), 0640), 0);
+  EXPECT_FALSE(opens(shared));
+  ASSERT_EQ(::chmod(shared.c_str(), 0600), 0);
+  const std::string link = folder.path() + "/link.db";
+  ASSERT_EQ(::symlink(shared.c_str(), link.c_str()), 0);
+  EXPECT_FALSE(opens(link));
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

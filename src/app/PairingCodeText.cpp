@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "relay/WipedText.h"
+#include "values/Secret.h"
 
 namespace quillard::app {
 namespace {

@@ -5,26 +5,25 @@
 
 #include "foundation/StrictJson.h"
 #include "foundation/Text.h"
-#include "relay/WipedText.h"
 
 namespace quillard {
 namespace {
 
 constexpr JsonLimits kLimits{.bytes = 16 * 1024, .depth = 8};
 
-// Overwrites the texts of a record that held secrets; the parser's own copies are short-lived.
+// Wipes the texts of a record that held secrets; the parser's own copies are short-lived.
 class WipedAtEnd {
  public:
   explicit WipedAtEnd(Json& json) : json(json) {}
-  ~WipedAtEnd() { wipe(json); }
+  ~WipedAtEnd() { wipeTexts(json); }
   WipedAtEnd(const WipedAtEnd&) = delete;
   WipedAtEnd& operator=(const WipedAtEnd&) = delete;
 
  private:
-  static void wipe(Json& part) {
-    if (part.is_string()) (void)takenSecret(part.get_ref<std::string&>());
+  static void wipeTexts(Json& part) {
+    if (part.is_string()) wipe(part.get_ref<std::string&>());
     if (!part.is_structured()) return;
-    for (auto& inside : part) wipe(inside);
+    for (auto& inside : part) wipeTexts(inside);
   }
 
   Json& json;

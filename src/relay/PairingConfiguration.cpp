@@ -6,13 +6,10 @@
 #include <variant>
 #include <vector>
 
-#include <openssl/crypto.h>
-
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
 #include "relay/PairingIdentifiers.h"
-#include "relay/WipedText.h"
 
 namespace quillard {
 namespace {
@@ -131,7 +128,7 @@ std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults
   auto* bytes = value ? std::get_if<Bytes>(&*value) : nullptr;
   if (!bytes) return std::nullopt;
   auto secrets = usableSecrets(*bytes);
-  OPENSSL_cleanse(bytes->data(), bytes->size());
+  wipe(*bytes);
   return secrets;
 }
 

@@ -4,12 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include <openssl/crypto.h>
-
 #include "foundation/Text.h"
 #include "foundation/Uuid.h"
 #include "relay/HexText.h"
-#include "relay/WipedText.h"
 
 namespace quillard {
 namespace {
@@ -40,7 +37,7 @@ std::string_view firstPart(std::string_view seed) {
 Secret randomHex(std::size_t byteCount, platform::Random& random) {
   std::vector<std::uint8_t> bytes(byteCount);
   std::string text = random.fillSecurely(bytes) ? hexText(bytes) : hexOfTwoIdentities(byteCount, random);
-  OPENSSL_cleanse(bytes.data(), bytes.size());
+  wipe(bytes);
   return takenSecret(text);
 }
 

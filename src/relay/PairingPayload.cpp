@@ -1,7 +1,6 @@
 #include "relay/PairingPayload.h"
 
 #include "foundation/StrictJson.h"
-#include "relay/WipedText.h"
 
 namespace quillard {
 namespace {
@@ -27,10 +26,10 @@ std::optional<Secret> pairingPayloadText(const PairingPayload& payload) {
             {"relaySecret", payload.relaySecret.text()},
             {"e2eSecret", payload.e2eSecret.text()}};
   auto text = jsonText(json);
-  for (const auto* name : {"relaySecret", "e2eSecret"}) (void)takenSecret(json[name].get_ref<std::string&>());
+  for (const auto* name : {"relaySecret", "e2eSecret"}) wipe(json[name].get_ref<std::string&>());
   if (!text) return std::nullopt;
   auto escaped = withEscapedSlashes(*text);
-  (void)takenSecret(*text);
+  wipe(*text);
   return takenSecret(escaped);
 }
 

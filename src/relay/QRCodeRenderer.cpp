@@ -4,8 +4,9 @@
 #include <cstddef>
 #include <vector>
 
-#include <openssl/crypto.h>
 #include <qrcodegen.hpp>
+
+#include "values/Secret.h"
 
 namespace quillard::QRCodeRenderer {
 namespace {
@@ -16,7 +17,7 @@ using qrcodegen::QrSegment;
 std::optional<QrCode> encoded(std::span<const std::uint8_t> data) {
   std::vector<std::uint8_t> bytes(data.begin(), data.end());
   const std::vector<QrSegment> segments{QrSegment::makeBytes(bytes)};
-  OPENSSL_cleanse(bytes.data(), bytes.size());  // Pairing codes carry secrets.
+  wipe(bytes);  // Pairing codes carry secrets.
   try {
     constexpr int kAnyMask = -1;
     return QrCode::encodeSegments(segments, QrCode::Ecc::MEDIUM, QrCode::MIN_VERSION, QrCode::MAX_VERSION, kAnyMask,

@@ -5,7 +5,6 @@
 #include <optional>
 #include <span>
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include "foundation/BrokenPromise.h"
@@ -44,7 +43,7 @@ namespace RelayCrypto {
 Secret key(const Secret& secret) {
   Digest digest = sha256(text::trimmed(secret.text()));
   Secret key{digest};
-  OPENSSL_cleanse(digest.data(), digest.size());
+  wipe(digest);
   return key;
 }
 

@@ -3,14 +3,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 namespace quillard {
 
-// Bytes that must not be seen: never printed (there is no way to stream one), overwritten before their memory goes
-// back.
+// Overwrites bytes with zeros, in a way that no compiler leaves out. The only way to wipe memory in this program: for
+// buffers that a secret passes through on its way into or out of a `Secret`, such as a library's. `bytes`: a vector,
+// array or text; its size stays. A text or vector that grew before has left copies behind, which nothing can wipe.
+template <class Bytes>
+void wipe(Bytes& bytes) {
+  static_assert(sizeof(*bytes.data()) == 1);
+  auto* byte = reinterpret_cast<volatile unsigned char*>(bytes.data());
+  for (std::size_t left = bytes.size(); left > 0; --left) *byte++ = 0;
+}
+
+// Bytes that must stay confidential: never printed (there is no way to stream one), overwritten before their memory
+// goes back.
 class Secret {
  public:
   Secret() = default;
@@ -26,10 +37,7 @@ class Secret {
     bytes.swap(other.bytes);  // What was here is wiped with `other`.
     return *this;
   }
-  ~Secret() {
-    volatile std::uint8_t* byte = bytes.data();
-    for (std::size_t left = bytes.size(); left > 0; --left) *byte++ = 0;
-  }
+  ~Secret() { wipe(bytes); }
 
   // Valid while this object lives and is not assigned to.
   [[nodiscard]] std::span<const std::uint8_t> view() const { return bytes; }
@@ -47,5 +55,13 @@ class Secret {
  private:
   std::vector<std::uint8_t> bytes;
 };
+
+// Moves a secret out of a text that passed through code which knows nothing of secrets: wipes the text and empties it.
+[[nodiscard]] inline Secret takenSecret(std::string& text) {
+  Secret secret{std::string_view{text}};
+  wipe(text);
+  text.clear();
+  return secret;
+}
 
 }  // namespace quillard

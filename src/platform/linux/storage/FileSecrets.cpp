@@ -28,10 +28,7 @@ class WipedText {
   explicit WipedText(std::size_t room) : text(room, '\0') { text.clear(); }
   WipedText(const WipedText&) = delete;
   WipedText& operator=(const WipedText&) = delete;
-  ~WipedText() {
-    volatile char* byte = text.data();
-    for (std::size_t left = text.size(); left > 0; --left) *byte++ = 0;
-  }
+  ~WipedText() { wipe(text); }
   void append(std::string_view more) { text += more; }
   void appendHex(std::string_view bytes) {
     for (const char byte : bytes) {

@@ -44,7 +44,7 @@ class WipedBuffer {
   explicit WipedBuffer(std::size_t size) : bytes(size) {}
   WipedBuffer(const WipedBuffer&) = delete;
   WipedBuffer& operator=(const WipedBuffer&) = delete;
-  ~WipedBuffer() { explicit_bzero(bytes.data(), bytes.size()); }
+  ~WipedBuffer() { wipe(bytes); }
   std::vector<std::uint8_t> bytes;
 };
 

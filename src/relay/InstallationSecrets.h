@@ -9,7 +9,7 @@
 
 namespace quillard {
 
-// Who this installation is to its relay, and what its phones share with it.
+// The identity of this installation at its relay, and the secret that it shares with its phones.
 struct InstallationSecrets {
   std::string pairingID;  // Public: a prefix, "-" and 32 hexadecimal digits.
   Secret relayAuthToken;  // The bearer token for the relay.

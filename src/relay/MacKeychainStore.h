@@ -8,12 +8,12 @@
 
 namespace quillard {
 
-// What reading the keychain told.
+// The outcome of reading the keychain.
 struct KeychainReading {
   enum class Outcome {
     found,
     absent,      // All places were read, and none has the item.
-    unreadable,  // None was found, but some place could not be read: the item may well be there.
+    unreadable,  // None was found, but some place could not be read: the item may be there.
   };
   Outcome outcome = Outcome::absent;
   Secret data;  // Empty unless found.

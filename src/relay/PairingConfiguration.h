@@ -21,7 +21,7 @@
 
 namespace quillard {
 
-// What the pairing is read from and kept in. All of it outlives the configuration.
+// What the pairing is read from and stored in. All of it outlives the configuration.
 struct PairingDependencies {
   const platform::Environment& environment;
   const platform::Bundle& bundle;
@@ -32,16 +32,20 @@ struct PairingDependencies {
   platform::Console& console;
 };
 
-// Which relay to use, who this installation is, and what its pairing code says. One for the process. Answers are found
-// out once and kept; only a rotation forgets them. Any thread; a call may wait for the keychain.
+// Which relay to use, the identity of this installation, and the content of its pairing code. One for the process. Each
+// answer is read once and cached; only a rotation clears the cache. Any thread; a call may wait for the keychain, which
+// may ask the user.
 //
-// A keychain that is locked or denied is not an empty one: what it may hold is never written over. The installation
-// then goes by secrets of this run alone.
+// Secrets that could not be read are not replaced. A keychain that is locked or denied is not an empty one: overwriting
+// it would silently unpair every phone. The agent then makes secrets for this run alone and stores nothing.
+//
+// What came with the application is read once: the bundle does not change while the program runs, and every scan asks
+// whether a relay is configured.
 class PairingConfiguration {
  public:
   explicit PairingConfiguration(const PairingDependencies& dependencies);
 
-  // Absent unless both the relay's address and an identifier are set, and neither to nothing.
+  // Absent unless both the relay's address and an identifier are set, and neither is empty.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
   // What came with the application. Absent when nothing did, or, with a line that says why, it cannot be read.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> bundledConfiguration() const;
@@ -74,10 +78,11 @@ class PairingConfiguration {
   PairingDependencies dependencies;
   MacKeychainStore keychain;
   PairingConfigurationCache cache;
-  // One thread at a time finds out, changes or forgets, so that no two make different identities, and none that was
-  // read before a rotation is kept after it. Not the cache's own lock, which is never held while something is read.
+  // One thread at a time reads, changes or clears, so that two threads never create different identities, and nothing
+  // that was read before a rotation is cached after it. Not the cache's own lock, which is never held while the
+  // keychain or a file is read.
   Mutex finding;
-  // What was rotated away in this run: should the keychain refuse to delete it, it is not taken up again.
+  // The identifiers that were replaced in this run. If the keychain refuses to delete one, it is not used again.
   std::set<std::string, std::less<>> retiredPairingIDs QUILLARD_GUARDED_BY(finding);
 };
 

@@ -9,10 +9,10 @@
 
 namespace quillard {
 
-// What was found out about the pairing in this run, until it is reset. Every operation is atomic; any thread.
+// What was read about the pairing in this run, until it is reset. Every operation is atomic; any thread.
 class PairingConfigurationCache {
  public:
-  // Absent: not found out yet.
+  // Absent: not read yet.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration() const;
   [[nodiscard]] std::optional<PairingPayload> pairingPayload() const;
   [[nodiscard]] std::optional<InstallationSecrets> installationSecrets() const;
@@ -21,7 +21,7 @@ class PairingConfigurationCache {
   void store(const PairingPayload& payload);
   void store(const InstallationSecrets& secrets);
 
-  // Forgets all three.
+  // Clears all three.
   void reset();
 
  private:

@@ -18,34 +18,34 @@ RelayClient::~RelayClient() {
 }
 
 void RelayClient::connect() {
-  post([](RelayClientCore& joints) { joints.connect(); });
+  post([](RelayClientCore& live) { live.connect(); });
 }
 
 void RelayClient::disconnect() {
-  post([](RelayClientCore& joints) { joints.disconnect(); });
+  post([](RelayClientCore& live) { live.disconnect(); });
 }
 
 void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force) {
   auto signature = snapshotSignature(approvals, accessibilityTrusted);
   post([approvals = std::move(approvals), signature = std::move(signature), accessibilityTrusted,
-        force](RelayClientCore& joints) { joints.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
+        force](RelayClientCore& live) { live.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
 }
 
 void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {
-  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& joints) {
-    joints.publishResult(decisionID, result);
+  post([decisionID = std::move(decisionID), result = std::move(result)](RelayClientCore& live) {
+    live.publishResult(decisionID, result);
   });
 }
 
 void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion) {
-  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& joints) {
-    joints.unpairPhone(deviceID, completion);
+  post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& live) {
+    live.unpairPhone(deviceID, completion);
   });
 }
 
 void RelayClient::post(std::function<void(RelayClientCore&)> operation) {
   queue.post([weak = std::weak_ptr(core), operation = std::move(operation)] {
-    if (const auto joints = weak.lock()) operation(*joints);
+    if (const auto live = weak.lock()) operation(*live);
   });
 }
 

@@ -18,14 +18,14 @@
 
 namespace quillard {
 
-// Where the relay is and what is needed there.
+// The address of the relay and the secrets for it.
 struct RelayClientAccess {
   std::string url;      // ws or wss, with the query that names pairing and role. Never printed.
   Secret relaySecret;   // The bearer token.
   Secret cryptoSecret;  // The end-to-end secret: the relay never learns it.
 };
 
-// Called on the client's queue, one at a time; they hand the work on to wherever it belongs. None may be empty.
+// Called on the client's queue, one at a time; they post the work to its own executor. None may be empty.
 struct RelayClientCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
@@ -42,27 +42,30 @@ struct RelayClientDependencies {
 
 class RelayClientCore;
 
-// Keeps one connection to the relay, tells the phones behind it what waits for an answer, once each time it changes,
-// and hands on what they decide. Nothing fails towards the caller: what goes wrong is printed, the message in question
-// is dropped, and a broken connection is opened again 3 s later.
+// Keeps one connection to the relay, publishes the pending approvals to the phones behind it, once for each change, and
+// passes their decisions to the callbacks. Nothing fails towards the caller: an error is printed, the message in
+// question is dropped, and a broken connection is opened again 3 s later.
 //
 // States: stopped -> connecting -> open -> waiting to reconnect -> connecting ..., and stopped again by `disconnect`
-// from any of them. Every change is reported, and so is all that the relay says about its phones.
+// from any of them. Every change is reported, and so is every status of the phones that the relay sends.
 //
-// Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; what it was
-// asked before is still done, and then, in a later turn of the queue, its socket is let go.
+// Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; operations
+// that were called before are still done, and then, in a later turn of the queue, its socket is destroyed.
+//
+// One queue serves all relay clients of the process, one after another: a client that is replaced can still send its
+// close message while the next one begins, and quitting waits for the queue, up to half a second, not for a client.
 class RelayClient {
  public:
-  // `queue` outlives the client.
+  // `queue` outlives the client and everything that the client posted to it.
   RelayClient(RelayClientAccess access, RelayClientCallbacks callbacks, platform::SerialExecutor& queue,
               const RelayClientDependencies& dependencies);
   ~RelayClient();
   RelayClient(const RelayClient&) = delete;
   RelayClient& operator=(const RelayClient&) = delete;
 
-  // Nothing happens while there is a connection, open or not.
+  // Does nothing while there is a connection, open or not.
   void connect();
-  // Sends the relay a close message, and stays away.
+  // Sends the relay a close message, and does not reconnect.
   void disconnect();
 
   // Seals `approvals` into a snapshot and sends it, now or as soon as the connection is open. Lists with the same

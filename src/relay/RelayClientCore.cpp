@@ -45,7 +45,7 @@ void RelayClientCore::connect() { connection->connect(); }
 
 void RelayClientCore::disconnect() { connection->disconnect(); }
 
-// ---- What the connection says
+// ---- Incoming
 
 void RelayClientCore::opened() {
   outbox.forgetSent();
@@ -109,7 +109,7 @@ std::optional<Command> RelayClientCore::openedCommand(const EncryptedRelayPayloa
   return std::get<Command>(command);
 }
 
-// ---- What the agent says
+// ---- Outgoing
 
 void RelayClientCore::publishSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
                                       bool accessibilityTrusted, bool force) {

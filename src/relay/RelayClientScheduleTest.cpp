@@ -29,7 +29,7 @@ struct Model {
   [[nodiscard]] std::string signature() const { return snapshotSignature(approvals, accessibilityTrusted); }
 };
 
-// One client, and a hand that plays agent, relay and network at random.
+// One client, with an agent, a relay and a network that act at random.
 class RandomLife {
  public:
   explicit RandomLife(std::uint64_t seed) : world(seed), generator(Seed{seed}) {}
@@ -94,7 +94,7 @@ class RandomLife {
       case 4:
         return publish();
       default:
-        if (socket) playRelay(socket);
+        if (socket) actAsRelay(socket);
     }
   }
 
@@ -108,7 +108,7 @@ class RandomLife {
     world.client->publishSnapshot(model.approvals, model.accessibilityTrusted, force);
   }
 
-  void playRelay(const samples::SocketHandle& socket) {
+  void actAsRelay(const samples::SocketHandle& socket) {
     switch (generator.below(8)) {
       case 0:
         return socket->close(1006);
@@ -118,7 +118,8 @@ class RandomLife {
         socket->sendText("{}");
         return socket->close(1006);
       case 3:
-        return socket->failSends("Full.");
+        socket->sendText("{}");
+        return socket->fail("Reset.");
       case 4:
         return socket->holdSends();
       case 5:

@@ -9,7 +9,7 @@
 #include "foundation/Uuid.h"
 #include "values/Time.h"
 
-// What phone and agent say to each other inside sealed payloads, where the relay cannot read it.
+// The commands of phone and agent inside sealed payloads, which the relay cannot read.
 namespace quillard {
 
 // Phone to agent: press this button of this prompt.
@@ -44,7 +44,7 @@ struct ApprovalResultCommand {
   bool operator==(const ApprovalResultCommand&) const = default;
 };
 
-// An opened request, as the agent is handed it. Never crosses the wire.
+// An opened request, as the agent gets it. Never sent.
 struct ApprovalRequestEnvelope {
   std::string decisionID;
   ApprovalRequestCommand command;

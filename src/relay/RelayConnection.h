@@ -25,9 +25,10 @@ struct RelayConnectionEvents {
 // One WebSocket to the relay at a time, opened again 3 s after it drops, for as long as it is wanted: no growing delay,
 // no limit. States: stopped -> connecting -> open -> waiting -> connecting ..., and stopped again from any of them.
 //
-// A socket's end is reported once, by the receive that is always under way, and leads to one reconnect. What comes from
-// a socket that is no longer the present one is ignored: each completion carries the number of its socket. All calls
-// and events on `queue`; events never come from inside a call, except `lost` from `disconnect`.
+// Reports of a socket that was let go are void. A socket's end is reported once, by the receive that is always under
+// way, and leads to one reconnect. What comes later from a socket that is no longer the present one is ignored: each
+// completion carries the number of its socket. All calls and events on `queue`; events never come from inside a call,
+// except `lost` from `disconnect`.
 class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
  public:
   // The references outlive the connection. `relaySecret` is the bearer token.

@@ -18,7 +18,7 @@ enum class RelayCryptoError { invalidCiphertext };
 
 [[nodiscard]] std::string_view description(RelayCryptoError error);
 
-// Seals what the relay must not read, so that only who holds the pairing's end-to-end secret can open it. No state; any
+// Seals what the relay must not read: only a holder of the pairing's end-to-end secret can open it. Stateless; any
 // thread.
 namespace RelayCrypto {
 
@@ -40,7 +40,7 @@ namespace RelayCrypto {
 // The bytes of the sealed box; fails unless `ciphertext` is standard base64 of at least a nonce and a tag.
 [[nodiscard]] std::variant<BoxBytes, RelayCryptoError> box(const EncryptedRelayPayload& payload);
 
-// The plaintext. `version` and `nonce` of the payload are not looked at: the box has all that counts.
+// The plaintext. `version` and `nonce` of the payload are ignored: the box contains the nonce that counts.
 [[nodiscard]] std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload,
                                                                const Secret& relaySecret);
 

@@ -11,8 +11,8 @@
 #include "relay/RelayStatus.h"
 #include "values/Time.h"
 
-// What crosses the relay's WebSocket: one JSON object a message, told apart by its "type". The relay sees these members
-// only; what it must not read travels sealed inside them.
+// What crosses the relay's WebSocket: one JSON object for each message, with its kind in "type". The relay can read
+// these members only; what it must not read is sealed inside them.
 namespace quillard {
 
 inline constexpr std::string_view kMacSnapshotType = "mac.snapshot";
@@ -24,8 +24,8 @@ inline constexpr std::string_view kSuppressType = "approval.suppress";
 inline constexpr std::string_view kUnsuppressType = "approval.unsuppress";
 
 struct EncryptedRelayPayload {
-  std::int64_t version = 1;  // Not looked at when opening.
-  std::string nonce;         // Base64; a copy that is not looked at either.
+  std::int64_t version = 1;  // Ignored when opening.
+  std::string nonce;         // Base64; a copy, ignored as well.
   std::string ciphertext;    // Base64 of the whole box: nonce, ciphertext, tag.
   bool operator==(const EncryptedRelayPayload&) const = default;
 };
@@ -37,7 +37,7 @@ struct MacSnapshotRelayMessage {
   bool accessibilityTrusted = false;
   EncryptedRelayPayload encryptedApprovals;  // The list of `PendingApproval`, in the agent's order.
   std::int64_t approvalCount = 0;
-  std::string snapshotID;  // The snapshot's signature: equal for lists that a phone need not be told apart.
+  std::string snapshotID;  // The snapshot's signature: equal for lists that are the same to a phone.
   bool operator==(const MacSnapshotRelayMessage&) const = default;
 };
 
@@ -85,7 +85,7 @@ struct PhoneStatusRelayMessage {
   bool operator==(const PhoneStatusRelayMessage&) const = default;
 };
 
-// The first look at any message.
+// What is read first of any message.
 struct RelayMessageTypeProbe {
   std::string type;
   bool operator==(const RelayMessageTypeProbe&) const = default;
@@ -104,14 +104,14 @@ struct RelayMessageTypeProbe {
 template <class Record>
 [[nodiscard]] std::variant<Record, JsonError> readRelayRecord(std::string_view text);
 
-// A type that this agent does not know: for the relay to add without breaking it.
+// A type that this agent does not know. Ignored, so that the relay can add types.
 struct UnknownRelayMessage {
   bool operator==(const UnknownRelayMessage&) const = default;
 };
 using IncomingRelayMessage = std::variant<UnknownRelayMessage, ApprovalRequestRelayMessage, PhoneStatusRelayMessage,
                                           ApprovalSuppressionRelayMessage, JsonError>;
 
-// What a frame from the relay says: its type first, compared to the letter, then the record that the type stands for.
+// Reads a frame from the relay: its type first, compared case-sensitively, then the record of that type.
 [[nodiscard]] IncomingRelayMessage decodeIncomingRelayMessage(std::string_view frame);
 
 }  // namespace quillard

@@ -7,7 +7,7 @@
 
 namespace quillard {
 
-// One connected phone, as the relay tells of it.
+// One phone, as the relay reports it.
 struct RelayPhoneStatus {
   std::string deviceID;
   std::string deviceName;

@@ -12,7 +12,7 @@
 
 namespace quillard {
 
-// Why the relay did not take the installation's token. `description` is for people to read.
+// Why the relay did not take the installation's token. `description` is for users.
 struct RelayRegistrationError {
   enum class Case { rejected, invalidRelayURL, invalidResponse, pairingRevoked };
   Case code = Case::invalidResponse;
@@ -23,14 +23,17 @@ struct RelayRegistrationError {
 };
 
 using RelayRegistrationFailure = std::variant<RelayRegistrationError, platform::TransportError>;
-// Absent: the relay knows the token now.
+// Absent: the relay has the token.
 using RelayRegistrationOutcome = std::optional<RelayRegistrationFailure>;
 
 [[nodiscard]] std::string description(const RelayRegistrationFailure& failure);
 
-// Makes `relaySecret` known to the relay as this installation's bearer token: one request, no repetition, 8 s at most.
+// Registers `relaySecret` with the relay as this installation's bearer token: one request, no repetition, 8 s at most.
 // Calls `completion` exactly once, as a later turn of `executor`, for which `session` was made; never when the session
-// is destroyed before. A token never goes in clear to another computer: such an address is an `invalidRelayURL`.
+// is destroyed before.
+//
+// A bearer token never travels in clear, except to this machine itself: plain HTTP to any other host is refused as an
+// `invalidRelayURL`, without a connection. Whoever reads the token on the way could take the installation's place.
 void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const Secret& relaySecret,
                             platform::HttpSession& session, platform::SerialExecutor& executor,
                             std::function<void(RelayRegistrationOutcome)> completion);

@@ -69,7 +69,7 @@ std::optional<std::string> openedBox(const Secret& key, std::span<const std::uin
       EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.view().data(), nonce->data()) != 1 ||
       EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, kTagLength, tag.data()) != 1 ||
       !decrypt(context.get(), ciphertext, plaintext)) {
-    return std::nullopt;  // What was decrypted before the tag failed is nobody's business.
+    return std::nullopt;  // The text is not authentic: it must not get out.
   }
   return plaintext;
 }

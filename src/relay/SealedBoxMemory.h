@@ -8,9 +8,12 @@
 
 namespace quillard {
 
-// The nonces of the boxes that were sealed or opened here, so that each box is opened once: a relay that cannot read a
-// box could otherwise deliver it again under another name, or hand our own back to us. Bounded: the newest are kept.
-// One thread at a time.
+// The nonces of the boxes that this agent sealed or opened: each sealed box is opened once.
+//
+// The relay cannot read a box, but without this memory it could deliver a phone's decision a second time under another
+// `decisionID`, or return the agent's own result as a request. Nonces are enough, since a box under the same key and
+// nonce is the same box. Bounded to the newest `kNoncesKept`, so an older box could be replayed; a decision that old
+// names an approval that no longer exists. Not stored: a new run starts empty. One thread at a time.
 class SealedBoxMemory {
  public:
   static constexpr std::size_t kNoncesKept = 8192;
@@ -20,8 +23,8 @@ class SealedBoxMemory {
 
   [[nodiscard]] bool knows(const Nonce& nonce) const { return known.contains(nonce); }
 
-  // Forgets the oldest one when there are too many. A known nonce keeps its age. Only for boxes that are authentic:
-  // anybody can make up others, and flood this memory with them.
+  // Forgets the oldest one when there are too many. A known nonce keeps its age. Only for authentic boxes: the
+  // relay could fill this memory with made-up ones.
   void remember(const Nonce& nonce);
 
  private:

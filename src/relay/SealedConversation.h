@@ -16,8 +16,8 @@ struct SealingFailure {
   std::string description;
 };
 
-// The sealed side of one client's conversation: seals what goes out, and opens each box that comes in once. A box that
-// was sealed or opened here before is refused, whatever message it comes in. One thread at a time.
+// Seals the outgoing messages of one client, and opens each incoming box once: a box that was sealed or opened here
+// before is refused, whatever message contains it (see SealedBoxMemory). One thread at a time.
 class SealedConversation {
  public:
   // `random` outlives the conversation.

@@ -9,8 +9,12 @@
 
 namespace quillard {
 
-// The newest snapshot, and how far it has got on the present connection: not sent -> under way -> delivered. Decides
-// what is to be sent, so that no phone is told the same thing twice. One thread at a time.
+// The newest snapshot, and its state on the present connection: not sent -> under way -> delivered. Decides what to
+// send, so that no phone gets the same snapshot twice in a row. One thread at a time.
+//
+// The phone ends up with the newest snapshot: only the last delivered signature counts as delivered. A list that was
+// delivered before, but is the newest again while another one is under way, is sent again. Otherwise the phone would
+// keep the other one.
 class SnapshotOutbox {
  public:
   // Whether the newest snapshot has this signature. False when there is none.
@@ -19,7 +23,7 @@ class SnapshotOutbox {
   // Takes the place of the newest one. Its `snapshotID` is its signature.
   void hold(MacSnapshotRelayMessage snapshot);
 
-  // From now on nothing counts as sent: the connection is another one, or the phone asks anew.
+  // From now on nothing counts as sent: there is a new connection, or the caller forces a repetition.
   void forgetSent();
 
   // One sending of a snapshot.
@@ -31,7 +35,7 @@ class SnapshotOutbox {
   [[nodiscard]] std::optional<Sending> begin();
   // The snapshot of the sending that began last.
   [[nodiscard]] const MacSnapshotRelayMessage& snapshot() const { return *latestSnapshot; }
-  // News of an older sending than the last change nothing.
+  // Reports of a sending that is not the last one are ignored.
   void end(const Sending& sending, bool succeeded);
 
  private:

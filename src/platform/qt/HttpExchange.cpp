@@ -119,8 +119,8 @@ void HttpExchange::finish(HttpOutcome outcome) {
   deadline.reset();
   socket.reset();
   // In a turn of its own: `done` may destroy this object, and the caller is still in it.
-  report =
-      network.postAfter(Seconds::zero(), [told = std::move(done), outcome = std::move(outcome)] { told(outcome); });
+  report = network.postAfter(Seconds::zero(),
+                             [completion = std::move(done), outcome = std::move(outcome)] { completion(outcome); });
 }
 
 }  // namespace quillard::qt

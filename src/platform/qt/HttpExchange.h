@@ -16,10 +16,11 @@ class QSslSocket;
 namespace quillard::qt {
 
 // One request and the head of its response, over a connection of its own. On the network thread. Destroyed early, it
-// ends the connection and tells nothing.
+// ends the connection and reports nothing.
 //
-// Written over a socket, since Qt's own HTTP client cannot tell a server that speaks something else from one that hung
-// up, keeps headers of any length, and repeats requests by itself.
+// HTTP over Qt's TLS sockets is an exchange of our own: one request, the response's head, no redirect, no cookie. Qt's
+// HTTP client cannot distinguish a server that speaks something else from one that closed the connection, keeps headers
+// of any length, and repeats requests by itself.
 class HttpExchange {
  public:
   // `done` is called once, later than `start`, and may destroy this object.

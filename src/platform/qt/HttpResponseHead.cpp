@@ -38,10 +38,10 @@ int statusIn(std::string_view head) { return (head[9] - '0') * 100 + (head[10] -
 
 HttpResponseHead::State HttpResponseHead::add(std::string_view bytes) {
   if (current != State::incomplete) return current;
-  seen += bytes.size();
+  received += bytes.size();
   head += bytes;
   current = judge();
-  if (current == State::incomplete && seen > kLongestHead) current = State::tooLong;
+  if (current == State::incomplete && received > kLongestHead) current = State::tooLong;
   return current;
 }
 

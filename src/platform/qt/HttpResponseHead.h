@@ -28,7 +28,7 @@ class HttpResponseHead {
   State judge();
 
   std::string head;  // Since the end of the last interim answer.
-  std::size_t seen = 0;
+  std::size_t received = 0;
   State current = State::incomplete;
   int status = 0;
 };

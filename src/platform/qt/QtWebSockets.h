@@ -10,10 +10,10 @@ namespace quillard::qt {
 // every callback hops there. Destroying a task waits for nothing: its socket is closed on the network thread soon
 // after. A task that was cancelled first gets up to a second there to send a close message.
 //
-// Messages that nobody has asked for are kept up to the weight of 16 of the longest; past that the connection fails.
+// Messages that are not received are kept up to the weight of 16 of the longest; past that the connection fails.
 // Likewise a text is refused while 4 MiB wait for the network. A text counts as sent when the socket has passed it on.
 //
-// A peer that has said nothing for `silenceLimit` is dead; pings every `pingInterval` make a live one speak. Redirects
+// A peer that has sent nothing for `silenceLimit` is dead; pings every `pingInterval` make a live one answer. Redirects
 // and demands for credentials fail the connection.
 class QtWebSockets final : public platform::WebSockets {
  public:

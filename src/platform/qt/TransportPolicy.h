@@ -22,7 +22,7 @@ namespace quillard::qt {
 // can.
 struct TransportOptions {
   Seconds pingInterval{20};
-  Seconds silenceLimit{40};           // A peer that has said nothing for so long is dead.
+  Seconds silenceLimit{40};           // A peer that has sent nothing for so long is dead.
   std::string additionalAuthorities;  // PEM. Trusted besides the system's store.
 };
 
@@ -41,7 +41,7 @@ struct TransportOptions {
 // leave it. May wait for the system's own look-up.
 [[nodiscard]] QNetworkProxy systemProxyFor(const QUrl& url);
 
-// For a diagnostic line. Fixed words for each error, so that nothing of the address, the request or the answer can get
+// For a diagnostic line. A fixed text for each error, so that nothing of the address, the request or the answer can get
 // into them.
 [[nodiscard]] std::string socketErrorText(QAbstractSocket::SocketError error);
 [[nodiscard]] std::string certificateErrorText(const QList<QSslError>& errors);

@@ -10,7 +10,7 @@
 
 namespace quillard::platform::simulated {
 
-// The web, played by a test. Any thread.
+// Fake servers, which the test controls. Any thread.
 class SimulatedHttpSessions final : public HttpSessions {
  public:
   // What a server answers; absent: nothing, so that the request runs into its time-out. At first everything is answered

@@ -1,4 +1,4 @@
-// The page in a real browser, against the real relay. A computer is played by the tests.
+// The page in a real browser, against the real relay. The computer is a fake.
 //
 //   QUILLARD_RELAY_PROGRAM   the program quillard-relay
 //   QUILLARD_PAGE            the folder of the built page; otherwise dist/page

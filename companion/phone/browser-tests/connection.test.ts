@@ -1,6 +1,6 @@
 import type { Browser, Page } from "@playwright/test";
 import { sampleApproval } from "../src/core/testing";
-import { PlayedComputer } from "./support/PlayedComputer";
+import { FakeAgent } from "./support/FakeAgent";
 import { agree, card, expect, kRelayIsGone, pairByText, test } from "./support/fixtures";
 
 async function secondPhone(browser: Browser): Promise<Page> {
@@ -12,7 +12,7 @@ async function secondPhone(browser: Browser): Promise<Page> {
   return context.newPage();
 }
 
-test("what another phone decided is told here", async ({ page, browser, relay, computer }) => {
+test("what another phone decided is shown here", async ({ page, browser, relay, computer }) => {
   await computer.show([sampleApproval(1)]);
   await pairByText(page, relay, computer);
   const other = await secondPhone(browser);
@@ -43,7 +43,7 @@ test("a reload keeps the pairing and the history", async ({ page, relay, compute
   await expect(card(page, "After the reload")).toBeVisible();
 });
 
-test("a computer that went away is said, with when it was last heard of", async ({
+test("a computer that went away is shown, with when it was last heard of", async ({
   page,
   relay,
   computer,
@@ -61,7 +61,7 @@ test("a computer that went away is said, with when it was last heard of", async 
   await expect(page.getByText("Studio is not connected")).toBeHidden();
 });
 
-test("a relay that is restarted is said, waited for, and used again", async ({
+test("a relay that is restarted is shown, waited for, and used again", async ({
   page,
   relay,
   computer,
@@ -120,7 +120,7 @@ test("only one tab has the connection, and it can be taken back", async ({
   await expect(second.getByText("Quillard is open in another tab")).toBeVisible();
 });
 
-test("a pairing that the computer took back is said, and can be forgotten", async ({
+test("a pairing that the computer took back is shown, and can be forgotten", async ({
   page,
   relay,
   computer,
@@ -139,7 +139,7 @@ test("a pairing that the computer took back is said, and can be forgotten", asyn
   await expect(page.getByRole("heading", { name: "Answer your computer from here" })).toBeVisible();
 });
 
-test("a computer that may not see its windows is told, and so is a list that cannot be read", async ({
+test("a computer that may not read its windows is shown, and so is a list that cannot be read", async ({
   page,
   relay,
   computer,
@@ -155,7 +155,7 @@ test("a computer that may not see its windows is told, and so is a list that can
 });
 
 test("several computers stand side by side", async ({ page, relay, computer }) => {
-  const laptop = new PlayedComputer(relay.url);
+  const laptop = new FakeAgent(relay.url);
   await laptop.connect();
   await laptop.show([sampleApproval(2, { windowTitle: "On the laptop" })]);
   await computer.show([sampleApproval(1, { windowTitle: "In the studio" })]);
@@ -168,7 +168,7 @@ test("several computers stand side by side", async ({ page, relay, computer }) =
   await expect(page.getByRole("heading", { name: "2 prompts wait" })).toBeVisible();
   await page.getByRole("region", { name: "Laptop" }).getByRole("button", { name: "Cancel" }).tap();
   expect((await laptop.request()).buttonLabel).toBe("Cancel");
-  expect(computer.isAsked).toBe(false);
+  expect(computer.hasMessages).toBe(false);
   laptop.disconnect();
 });
 

@@ -71,7 +71,7 @@ test("it can be installed", async ({ page, relay }) => {
   }
 });
 
-test("it opens without the relay, and keeps nothing of what was said", async ({
+test("it opens without the relay, and stores nothing of what was sent", async ({
   page,
   relay,
   computer,
@@ -97,7 +97,7 @@ test("it opens without the relay, and keeps nothing of what was said", async ({
   await expect(page.getByText("The relay cannot be reached")).toBeVisible();
 });
 
-test("a new version is offered, and taken when the person says so", async ({ page, relay, watch }) => {
+test("a new version is offered, and taken when the person agrees", async ({ page, relay, watch }) => {
   watch.expected.push(kRelayIsGone);
   const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
   try {
@@ -130,7 +130,7 @@ test("a new version is offered, and taken when the person says so", async ({ pag
   }
 });
 
-test("its policy lets no script, frame or stranger in", async ({ page, relay }) => {
+test("its policy lets no foreign script or frame in", async ({ page, relay }) => {
   const answer = await page.goto(relay.url);
   const policy = answer?.headers()["content-security-policy"] ?? "";
   for (const part of [

@@ -64,8 +64,8 @@ async function withCamera(text: string, use: (page: Page) => Promise<void>): Pro
       const open = media.getUserMedia.bind(media);
       const streams: MediaStream[] = [];
       Object.assign(window, { streams });
-      media.getUserMedia = async (wish) => {
-        const stream = await open(wish);
+      media.getUserMedia = async (constraints) => {
+        const stream = await open(constraints);
         streams.push(stream);
         return stream;
       };
@@ -103,7 +103,7 @@ test("pairs by camera, and lets the camera go", async ({ relay, computer }) => {
   });
 });
 
-test("says what is wrong with a code in front of the camera, and runs it only while it is seen", async ({
+test("says what is wrong with a code in front of the camera, and runs it only while it is visible", async ({
   relay,
 }) => {
   await withCamera("https://example.org/", async (page) => {
@@ -162,11 +162,11 @@ test("keeps its keys so that nothing can read them, and nothing elsewhere", asyn
   const kept = await page.evaluate(async () => {
     const found: unknown[] = [];
     const keys: boolean[] = [];
-    const seen = (value: unknown): void => {
+    const collect = (value: unknown): void => {
       if (value instanceof CryptoKey) keys.push(value.extractable);
       else if (typeof value === "string") found.push(value);
       else if (typeof value === "object" && value !== null && !(value instanceof ArrayBuffer)) {
-        Object.values(value).forEach(seen);
+        Object.values(value).forEach(collect);
       }
     };
     for (const { name } of await indexedDB.databases()) {
@@ -181,7 +181,7 @@ test("keeps its keys so that nothing can read them, and nothing elsewhere", asyn
           reading.onsuccess = () => resolve(reading.result);
           reading.onerror = () => reject(reading.error);
         });
-        seen(all);
+        collect(all);
       }
       database.close();
     }

@@ -1,7 +1,7 @@
 import { sampleApproval, sampleButton, sampleID } from "../src/core/testing";
 import { card, expect, hold, pairByText, test } from "./support/fixtures";
 
-test("a dismissal is one tap, and what became of it is told", async ({ page, relay, computer }) => {
+test("a dismissal is one tap, and its outcome is shown", async ({ page, relay, computer }) => {
   await computer.show([sampleApproval(1)]);
   await pairByText(page, relay, computer);
   await card(page).getByRole("button", { name: "Cancel" }).tap();
@@ -22,7 +22,7 @@ test("a grant is a hold: taps do nothing, and say so", async ({ page, relay, com
   await allow.tap();
   await allow.tap();
   await expect(card(page).getByRole("status")).toHaveText("Keep holding the button to confirm: Allow");
-  expect(computer.isAsked).toBe(false);
+  expect(computer.hasMessages).toBe(false);
   await hold(page, allow, () => expect(card(page).getByRole("status")).toContainText(/Sending|is with/));
   const request = await computer.request();
   expect(request.buttonLabel).toBe("Allow");
@@ -36,7 +36,7 @@ test("a keyboard grants by two activations", async ({ page, relay, computer }) =
   await card(page).getByRole("button", { name: "Allow" }).focus();
   await page.keyboard.press("Enter");
   await expect(card(page).getByRole("status")).toHaveText("Hold, or activate again, to confirm: Allow");
-  expect(computer.isAsked).toBe(false);
+  expect(computer.hasMessages).toBe(false);
   await page.keyboard.press("Enter");
   expect((await computer.request()).buttonLabel).toBe("Allow");
 });
@@ -61,7 +61,7 @@ test("a finger that scrolls over a granting button grants nothing", async ({ pag
   // Longer than a hold takes, in the page's own time.
   await page.evaluate(() => new Promise((resolve) => setTimeout(resolve, 900)));
   await client.send("Input.dispatchTouchEvent", { type: "touchEnd", touchPoints: [] });
-  // What was asked earlier would be heard earlier.
+  // What was asked earlier would arrive earlier.
   await card(page, "Third").getByRole("button", { name: "Cancel" }).tap();
   expect(await computer.request()).toMatchObject({ approvalID: sampleID(3), buttonLabel: "Cancel" });
 });
@@ -80,7 +80,7 @@ test("a failure brings the computer's reason, and the prompt can be decided agai
   expect((await computer.request()).buttonLabel).toBe("Cancel");
 });
 
-test("labels go back byte for byte, and what is hidden in them is seen", async ({
+test("labels go back byte for byte, and what is hidden in them is shown", async ({
   page,
   relay,
   computer,
@@ -110,7 +110,7 @@ test("a prompt that requires direct access says why, and can only be dismissed",
   expect((await computer.request()).buttonLabel).toBe("Cancel");
 });
 
-test("new prompts come in below, and one that is gone keeps its place for a moment", async ({
+test("new prompts come in below, and one that is gone keeps its place for some seconds", async ({
   page,
   relay,
   computer,
@@ -134,7 +134,7 @@ test("a kind of prompt is muted, listed, and shown again", async ({ page, relay,
   await computer.show([sampleApproval(1)]);
   await pairByText(page, relay, computer);
   await card(page).getByRole("button", { name: "Don’t show this again" }).tap();
-  expect(await computer.heard()).toMatchObject({
+  expect(await computer.nextMessage()).toMatchObject({
     type: "approval.suppress",
     command: { action: "suppress", approvalID: sampleID(1), suppressionID: sampleID(1001) },
   });
@@ -143,7 +143,7 @@ test("a kind of prompt is muted, listed, and shown again", async ({ page, relay,
   await page.getByRole("link", { name: /Not shown any more/ }).tap();
   await expect(page.getByText("Erase disk?")).toBeVisible();
   await page.getByRole("button", { name: "Show again: Erase disk?" }).tap();
-  expect(await computer.heard()).toMatchObject({
+  expect(await computer.nextMessage()).toMatchObject({
     type: "approval.unsuppress",
     command: { action: "unsuppress", suppressionID: sampleID(1001) },
   });

@@ -40,7 +40,7 @@ export function computer(parts: Partial<Computer> = {}): Computer {
     pairedAt: kSceneNow - 40 * 24 * kHour,
     relay: { kind: "connected" },
     isComputerConnected: true,
-    heardAt: kSceneNow - 3 * kSecond,
+    lastReceivedAt: kSceneNow - 3 * kSecond,
     accessibilityTrusted: true,
     prompts: [],
     hasUnreadableSnapshot: false,
@@ -180,18 +180,20 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
   notConnected: phone(
     computer({
       isComputerConnected: false,
-      heardAt: kSceneNow - 3 * kMinute,
+      lastReceivedAt: kSceneNow - 3 * kMinute,
       prompts: [prompt(1, { detectedAt: kSceneNow - 4 * kMinute })],
     }),
   ),
   relayAway: phone(
     computer({
       relay: { kind: "waiting", nextAttemptAt: kSceneNow + 7 * kSecond },
-      heardAt: kSceneNow - 50 * kSecond,
+      lastReceivedAt: kSceneNow - 50 * kSecond,
       prompts: [prompt(1)],
     }),
   ),
-  offline: phone(computer({ relay: { kind: "offline" }, heardAt: kSceneNow - 9 * kMinute, prompts: [] })),
+  offline: phone(
+    computer({ relay: { kind: "offline" }, lastReceivedAt: kSceneNow - 9 * kMinute, prompts: [] }),
+  ),
   takenOver: phone(computer({ relay: { kind: "takenOver" } })),
   revoked: phone(computer({ relay: { kind: "revoked" } })),
   removed: phone(computer({ relay: { kind: "removed" } })),
@@ -234,7 +236,7 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
       name: "Build machine in the basement",
       relay: { kind: "connected" },
       isComputerConnected: false,
-      heardAt: kSceneNow - 26 * kHour,
+      lastReceivedAt: kSceneNow - 26 * kHour,
       prompts: [],
     }),
   ),

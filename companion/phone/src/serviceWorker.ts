@@ -1,5 +1,5 @@
-// Keeps the page's own files, so that it opens without a network and at once. It never touches what goes to the relay's
-// interfaces, and never keeps anything that a computer or a phone said.
+// Keeps the page's own files, so that it opens without a network and without a delay. It never touches what goes to the relay's
+// interfaces, and never keeps anything that a computer or a phone sent.
 
 // The build puts the page's files here: names that change with their content, and a few that do not.
 declare const kPageFiles: readonly string[];
@@ -26,7 +26,7 @@ const scope = self as unknown as WorkerScope;
 const kPrefix = "quillard-page-";
 const kCache = kPrefix + kPageVersion;
 // A network that does not answer is as good as none.
-const kPatience = 4000;
+const kTimeout = 4000;
 
 async function keepFiles(): Promise<void> {
   const cache = await scope.caches.open(kCache);
@@ -46,7 +46,7 @@ async function dropOlder(): Promise<void> {
 async function newestPage(request: Request): Promise<Response> {
   const cache = await scope.caches.open(kCache);
   try {
-    const answer = await fetch(request, { signal: AbortSignal.timeout(kPatience) });
+    const answer = await fetch(request, { signal: AbortSignal.timeout(kTimeout) });
     if (answer.ok) return answer;
   } catch {
     // The kept one will do.

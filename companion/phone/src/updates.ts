@@ -3,7 +3,7 @@ import { signal } from "@preact/signals";
 import type { ReadonlySignal } from "@preact/signals";
 
 // A page on the home screen may stay open for weeks.
-const kBetweenLooks = 60 * 60 * 1000;
+const kCheckInterval = 60 * 60 * 1000;
 
 const waiting = signal<(() => void) | undefined>(undefined);
 
@@ -27,11 +27,11 @@ function follow(registration: ServiceWorkerRegistration): void {
       if (worker.state === "installed" && isUpdate()) offer(worker);
     });
   });
-  const look = () => {
+  const check = () => {
     if (document.visibilityState === "visible") registration.update().catch(() => undefined);
   };
-  setInterval(look, kBetweenLooks);
-  document.addEventListener("visibilitychange", look);
+  setInterval(check, kCheckInterval);
+  document.addEventListener("visibilitychange", check);
 }
 
 /** Without service workers (a plain connection, a private window) the page works all the same. */

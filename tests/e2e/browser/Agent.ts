@@ -29,7 +29,7 @@ export class Agent {
     this.runs.push(
       new Program("the agent", this.program, [], {
         QUILLARD_RELAY_URL: this.relay.webSocketAddress,
-        QUILLARD_PAIRING_ID: "road",
+        QUILLARD_PAIRING_ID: "e2e",
         QUILLARD_DIALOG_DIAGNOSTICS: "1", // What each scan saw, for those who look for the reason of a failure.
       }),
     );
@@ -52,7 +52,7 @@ export class Agent {
   async tool(...args: readonly string[]): Promise<string> {
     const run = new Program("the agent's tool", this.program, args, {
       QUILLARD_RELAY_URL: this.relay.webSocketAddress,
-      QUILLARD_PAIRING_ID: "road",
+      QUILLARD_PAIRING_ID: "e2e",
     });
     await run.isRead;
     return run.output;

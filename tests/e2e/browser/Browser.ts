@@ -15,8 +15,8 @@ function phoneEnvironment(): Record<string, string> {
 export class Browser {
   private context: BrowserContext | undefined;
   private opened: PhonePage | undefined;
-  private readonly said: string[] = [];
-  /** What the page has done wrong: exceptions, what its policy forbids, requests to anybody but its own relay. */
+  private readonly consoleLines: string[] = [];
+  /** What the page has done wrong: exceptions, what its policy forbids, requests to anything but its own relay. */
   readonly mistakes: string[] = [];
   readonly profile: string;
 
@@ -49,9 +49,9 @@ export class Browser {
       locale: "en-GB",
     });
     const page = this.context.pages()[0] ?? (await this.context.newPage());
-    page.on("console", (message) => this.heard(message.text()));
+    page.on("console", (message) => this.logged(message.text()));
     page.on("pageerror", (error) => this.mistakes.push(String(error)));
-    this.context.on("request", (request) => this.seen(request.url()));
+    this.context.on("request", (request) => this.requested(request.url()));
     this.opened = new PhonePage(page, this.context, this.relay);
   }
 
@@ -70,15 +70,15 @@ export class Browser {
 
   /** What the page and the browser have written to its console. */
   get output(): string {
-    return this.said.join("\n");
+    return this.consoleLines.join("\n");
   }
 
-  private heard(text: string): void {
-    this.said.push(text);
+  private logged(text: string): void {
+    this.consoleLines.push(text);
     if (/content.security.policy/i.test(text)) this.mistakes.push(text);
   }
 
-  private seen(url: string): void {
+  private requested(url: string): void {
     const isOurs = url.startsWith(`${this.relay.address}/`) || /^(blob|data):/.test(url);
     if (!isOurs) this.mistakes.push(`A request to ${url}`);
   }

@@ -88,8 +88,8 @@ export class PhonePage {
     const mark = `${title} ${String(++this.marks)}`;
     await this.prompts(title)
       .nth(index)
-      .evaluate((element, mark) => element.setAttribute("data-road", mark), mark);
-    return new PromptCard(this.page.locator(`[data-road="${mark}"]`), this);
+      .evaluate((element, mark) => element.setAttribute("data-e2e", mark), mark);
+    return new PromptCard(this.page.locator(`[data-e2e="${mark}"]`), this);
   }
 
   /** Touches the middle of `target`, and lets go when `isDone` has seen what it waits for. */

@@ -1,10 +1,10 @@
 import { spawn, type ChildProcess } from "node:child_process";
 import { constants } from "node:os";
 
-/** How long a sign may take on a busy machine. Only failures use it up. */
+/** How long output may take on a busy machine. Only failures use it up. */
 export const timeout = 20_000;
 
-/** Programs are not to print any secret; should one do so, it is not spread by us. */
+/** Programs do not print secrets; should one do so, the report of a failure does not repeat it. */
 export function withoutSecrets(text: string): string {
   return text.replace(/[0-9a-f]{64}/g, "(a secret)");
 }
@@ -37,12 +37,12 @@ export class Program {
       this.child.on("error", reject);
       this.child.on("exit", (code, signal) => {
         this.status = code ?? 128 + (signal === null ? 0 : constants.signals[signal]);
-        this.tell();
+        this.notify();
         resolve(this.status);
       });
     });
     this.isRead = new Promise((resolve) => this.child.on("close", () => resolve()));
-    // Whoever awaits it gets to know; a program that nobody awaits may fail to start without ending the run.
+    // Whoever awaits it sees the failure; one that is not awaited may fail to start without ending the run.
     this.exitStatus.catch(() => undefined);
   }
 
@@ -64,18 +64,18 @@ export class Program {
   waitForOutput(sign: RegExp): Promise<RegExpExecArray> {
     return new Promise((resolve, reject) => {
       const giveUp = (why: string) => {
-        this.listeners = this.listeners.filter((listener) => listener !== look);
+        this.listeners = this.listeners.filter((listener) => listener !== check);
         clearTimeout(timer);
         reject(
           new Error(
-            `${this.name} ${why} before it said ${String(sign)}. It said:\n${withoutSecrets(this.output)}`,
+            `${this.name} ${why} before it printed ${String(sign)}. It printed:\n${withoutSecrets(this.output)}`,
           ),
         );
       };
-      const look = () => {
+      const check = () => {
         const match = sign.exec(this.written);
         if (match !== null) {
-          this.listeners = this.listeners.filter((listener) => listener !== look);
+          this.listeners = this.listeners.filter((listener) => listener !== check);
           clearTimeout(timer);
           resolve(match);
         } else if (!this.isRunning) {
@@ -83,8 +83,8 @@ export class Program {
         }
       };
       const timer = setTimeout(() => giveUp("took too long"), timeout);
-      this.listeners.push(look);
-      look();
+      this.listeners.push(check);
+      check();
     });
   }
 
@@ -111,10 +111,10 @@ export class Program {
 
   private take(text: string): void {
     this.written += text;
-    this.tell();
+    this.notify();
   }
 
-  private tell(): void {
+  private notify(): void {
     for (const listener of [...this.listeners]) listener();
   }
 }

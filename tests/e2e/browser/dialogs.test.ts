@@ -1,5 +1,5 @@
 import { pressed, toolkits } from "./Desktop";
-import { expect, test } from "./road";
+import { expect, test } from "./endToEnd";
 
 const straight = "Don't Allow";
 const curly = "Don’t Allow";

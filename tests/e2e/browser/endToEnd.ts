@@ -9,8 +9,8 @@ import type { PhonePage } from "./PhonePage";
 import { withoutSecrets } from "./Program";
 import { Relay } from "./Relay";
 
-/** The whole road: a desktop, the agent on it, the relay, and a browser as a phone, paired. */
-export class Road {
+/** The whole endToEnd: a desktop, the agent on it, the relay, and a browser as a phone, paired. */
+export class EndToEnd {
   readonly desktop = new Desktop();
   readonly relay = new Relay();
   readonly agent = new Agent(this.desktop, this.relay);
@@ -53,12 +53,12 @@ export class Road {
     expect(await this.relay.end(), "the relay ends politely").toBe(0);
   }
 
-  /** What there is to see when a test has failed. The pictures may show a code, of a pairing that goes with the desktop. */
-  async tell(info: TestInfo): Promise<void> {
+  /** Prints and keeps what explains a failure. The pictures may show a code, of a pairing that goes with the desktop. */
+  async report(info: TestInfo): Promise<void> {
     const agent = withoutSecrets(this.agent.output);
     const relay = withoutSecrets(this.relay.output);
-    console.log(`The screens then, and what the programs said: ${info.outputDir}`);
-    console.log(`The agent, at last:\n${agent.split("\n").slice(-40).join("\n")}`);
+    console.log(`The screens and the output of the programs: ${info.outputDir}`);
+    console.log(`The last output of the agent:\n${agent.split("\n").slice(-40).join("\n")}`);
     console.log(`The relay:\n${relay}`);
     const file = (name: string) => info.outputPath(name);
     const steps = [
@@ -68,17 +68,17 @@ export class Road {
       this.browser.screenshot(file("page.png")),
     ];
     for (const step of await Promise.allSettled(steps)) {
-      if (step.status === "rejected") console.log(`Not to be seen: ${String(step.reason)}`);
+      if (step.status === "rejected") console.log(`Could not be kept: ${String(step.reason)}`);
     }
   }
 }
 
 interface WorkerFixtures {
   /** The same one for all tests, until one fails: the next one then gets a new one. */
-  readonly roadForAll: Road;
+  readonly sharedEndToEnd: EndToEnd;
 }
 interface TestFixtures {
-  readonly road: Road;
+  readonly endToEnd: EndToEnd;
   readonly desktop: Desktop;
   readonly agent: Agent;
   readonly relay: Relay;
@@ -86,30 +86,30 @@ interface TestFixtures {
 }
 
 export const test = base.extend<TestFixtures, WorkerFixtures>({
-  roadForAll: [
+  sharedEndToEnd: [
     async ({}, use) => {
-      const road = new Road();
-      await use(road);
-      await road.end();
+      const endToEnd = new EndToEnd();
+      await use(endToEnd);
+      await endToEnd.end();
     },
     { scope: "worker" },
   ],
-  road: async ({ roadForAll }, use, info) => {
+  endToEnd: async ({ sharedEndToEnd }, use, info) => {
     try {
-      await roadForAll.begin();
-      await use(roadForAll);
-      if (info.status !== info.expectedStatus) await roadForAll.tell(info);
-      expect(roadForAll.browser.mistakes).toEqual([]);
+      await sharedEndToEnd.begin();
+      await use(sharedEndToEnd);
+      if (info.status !== info.expectedStatus) await sharedEndToEnd.report(info);
+      expect(sharedEndToEnd.browser.mistakes).toEqual([]);
     } catch (error) {
-      await roadForAll.tell(info);
+      await sharedEndToEnd.report(info);
       throw error;
     } finally {
-      await roadForAll.desktop.closeAll();
+      await sharedEndToEnd.desktop.closeAll();
     }
   },
-  desktop: ({ road }, use) => use(road.desktop),
-  agent: ({ road }, use) => use(road.agent),
-  relay: ({ road }, use) => use(road.relay),
-  phone: ({ road }, use) => use(road.phone),
+  desktop: ({ endToEnd }, use) => use(endToEnd.desktop),
+  agent: ({ endToEnd }, use) => use(endToEnd.agent),
+  relay: ({ endToEnd }, use) => use(endToEnd.relay),
+  phone: ({ endToEnd }, use) => use(endToEnd.phone),
 });
 export { expect };

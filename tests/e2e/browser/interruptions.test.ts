@@ -1,5 +1,5 @@
 import { pressed } from "./Desktop";
-import { expect, test } from "./road";
+import { expect, test } from "./endToEnd";
 
 test("goes on where it was when the relay was killed and comes back", async ({ desktop, phone, relay }) => {
   const before = await desktop.open({ toolkit: "gtk3", title: "Before", buttons: ["No", "Yes"] });
@@ -42,14 +42,14 @@ test("is paired still after the page was loaded again", async ({ desktop, phone 
   await phone.expectOutcome("Reloaded", "“Yes” pressed from here");
 });
 
-test("is paired still after the browser was closed", async ({ desktop, road }) => {
-  await road.browser.end();
+test("is paired still after the browser was closed", async ({ desktop, endToEnd }) => {
+  await endToEnd.browser.end();
   const dialog = await desktop.open({ toolkit: "qt", title: "Reopened", buttons: ["No", "Yes"] });
-  await road.browser.start();
-  await road.phone.open();
-  await (await road.phone.prompt("Reopened")).hold("Yes");
+  await endToEnd.browser.start();
+  await endToEnd.phone.open();
+  await (await endToEnd.phone.prompt("Reopened")).hold("Yes");
   expect(await dialog.exitStatus).toBe(pressed(1));
-  await road.phone.expectOutcome("Reopened", "“Yes” pressed from here");
+  await endToEnd.phone.expectOutcome("Reopened", "“Yes” pressed from here");
 });
 
 test("learns after a reload what became of a decision", async ({ agent, desktop, phone }) => {

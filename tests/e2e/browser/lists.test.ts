@@ -1,5 +1,5 @@
 import { closedWithoutAButton, killed, pressed } from "./Desktop";
-import { expect, test } from "./road";
+import { expect, test } from "./endToEnd";
 
 const atTheComputer = "Answered at the computer, or closed by itself";
 

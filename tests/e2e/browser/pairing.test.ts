@@ -4,7 +4,7 @@ import { dirname, join } from "node:path";
 import { Browser } from "./Browser";
 import { pressed } from "./Desktop";
 import { places } from "./places";
-import { expect, test } from "./road";
+import { expect, test } from "./endToEnd";
 
 test("pairs by a picture of the computer's screen", async ({ agent, phone }) => {
   await agent.waitForPhoneNamed("Ana’s phone");
@@ -12,11 +12,11 @@ test("pairs by a picture of the computer's screen", async ({ agent, phone }) => 
   await phone.expectNothingWaits();
 });
 
-test("is unpaired by the computer, and paired again", async ({ agent, desktop, phone, road }) => {
+test("is unpaired by the computer, and paired again", async ({ agent, desktop, phone, endToEnd }) => {
   await agent.unpair();
   await phone.expectNotice("Desk unpaired its phones");
   await phone.forget("Desk");
-  await road.pair();
+  await endToEnd.pair();
   const dialog = await desktop.open({ toolkit: "gtk3", title: "Afresh", buttons: ["No", "Yes"] });
   await (await phone.prompt("Afresh")).hold("Yes");
   expect(await dialog.exitStatus).toBe(pressed(1));
@@ -40,30 +40,30 @@ test("shows what another phone has decided", async ({ desktop, phone, relay }) =
   }
 });
 
-// The last one of this file: what everybody has said so far, and what they keep.
-test("spreads no secret", async ({ agent, relay, road }) => {
+// The last one of this file: all output so far, and all that is kept.
+test("spreads no secret", async ({ agent, relay, endToEnd }) => {
   const secrets = (await agent.tool("pair", "--text", "--force")).match(/[0-9a-f]{64}/g) ?? [];
   expect(secrets.length, "the token and the end-to-end secret").toBe(2);
-  await road.browser.end(); // So that everything it keeps is on the disk, and stays there.
+  await endToEnd.browser.end(); // So that everything it keeps is on the disk, and stays there.
   const kept = await filesBelow(inFolder(""));
-  await road.browser.start();
-  await road.phone.open();
-  const said = [
+  await endToEnd.browser.start();
+  await endToEnd.phone.open();
+  const outputs = [
     { name: "the agent's output", contents: Buffer.from(agent.output) },
     { name: "the relay's output", contents: Buffer.from(relay.output) },
-    { name: "the page's console", contents: Buffer.from(road.browser.output) },
+    { name: "the page's console", contents: Buffer.from(endToEnd.browser.output) },
   ];
   const forms = secrets.flatMap(formsOf);
-  const holding = [...kept, ...said]
+  const holding = [...kept, ...outputs]
     .filter(({ contents }) => forms.some((form) => contents.includes(form)))
     .map(({ name }) => name);
-  // The agent's own two places, for nobody but its user.
+  // The agent's own two places, readable by its user only.
   const [store, settings] = ["data/quillard/secrets", "config/quillard/settings.json"].map(inFolder);
   expect(holding).toContain(store);
   expect(holding.filter((name) => name !== store && name !== settings)).toEqual([]);
   for (const name of holding) expect((await stat(name)).mode & 0o077, name).toBe(0);
   const names = kept.map(({ name }) => name);
-  for (const part of [relay.database, road.browser.profile]) {
+  for (const part of [relay.database, endToEnd.browser.profile]) {
     expect(
       names.some((name) => name.startsWith(part)),
       part,

@@ -6,7 +6,7 @@ function required(name: string): string {
   return value;
 }
 
-/** Where everything is that the road is made of: programs as they were built, and folders of the private desktop. */
+/** Where everything is that the tests need: programs as they were built, and folders of the private desktop. */
 export const places = {
   agentProgram: required("QUILLARD_E2E_AGENT"),
   agentInformation: required("QUILLARD_E2E_INFORMATION"),

@@ -1,7 +1,7 @@
 import { defineConfig } from "@playwright/test";
 
-// The whole road on one private desktop: one computer, one relay, one phone. What waits on the desktop is seen by all, so
-// nothing runs side by side, and a failed test is not tried again: what fails now and then is a mistake.
+// The whole chain on one private desktop: one computer, one relay, one phone. Every test sees what waits on the desktop,
+// so nothing runs in parallel, and a failed test is not tried again: what fails now and then is a mistake.
 export default defineConfig({
   testDir: ".",
   outputDir: process.env["QUILLARD_E2E_RESULTS"] ?? "test-results",

@@ -48,11 +48,11 @@ export class RelayProcess {
     const line = await ready;
     child.removeAllListeners("exit");
     const port = /:(\d+)\s*$/.exec(line)?.[1];
-    if (port === undefined) throw new Error("The relay did not say where it listens.");
+    if (port === undefined) throw new Error("The relay did not print where it listens.");
     this.port = Number(port);
   }
 
-  /** At once, without a goodbye. */
+  /** Immediately, without a close message. */
   async kill(): Promise<void> {
     const child = this.process;
     this.process = undefined;

@@ -1,35 +1,35 @@
 // What each test begins with: a relay of its own, a computer that is connected to it, and a page that is watched.
 import { expect, test as base } from "@playwright/test";
 import type { Locator, Page } from "@playwright/test";
-import { PlayedComputer } from "./PlayedComputer";
+import { FakeAgent } from "./FakeAgent";
 import { RelayProcess } from "./RelayProcess";
 
 /** What the page did that it must not do. */
 export interface Watch {
-  readonly troubles: string[];
-  /** A trouble that the test itself causes, such as a relay that is gone. */
+  readonly problems: string[];
+  /** A problem that the test itself causes, such as a relay that is gone. */
   readonly expected: RegExp[];
 }
 
 export interface Things {
   readonly relay: RelayProcess;
-  readonly computer: PlayedComputer;
+  readonly computer: FakeAgent;
   readonly watch: Watch;
 }
 
-function watchPage(page: Page, relay: RelayProcess, troubles: string[]): void {
+function watchPage(page: Page, relay: RelayProcess, problems: string[]): void {
   const origin = () => new URL(relay.url).host;
   const mind = (url: string) => {
     const { protocol, host } = new URL(url);
     if (protocol !== "blob:" && protocol !== "data:" && host !== origin())
-      troubles.push(`request to ${host}`);
+      problems.push(`request to ${host}`);
   };
   page.on("request", (request) => mind(request.url()));
   page.on("websocket", (socket) => mind(socket.url()));
-  page.on("pageerror", (error) => troubles.push(`exception: ${error.message}`));
+  page.on("pageerror", (error) => problems.push(`exception: ${error.message}`));
   page.on("console", (message) => {
     if (message.type() === "error" || message.type() === "warning")
-      troubles.push(`console: ${message.text()}`);
+      problems.push(`console: ${message.text()}`);
   });
 }
 
@@ -41,22 +41,22 @@ export const test = base.extend<Things>({
     await relay.dispose();
   },
   computer: async ({ relay }, use) => {
-    const computer = new PlayedComputer(relay.url);
+    const computer = new FakeAgent(relay.url);
     await computer.connect();
     await use(computer);
     computer.disconnect();
   },
   watch: async ({ context, relay }, use) => {
-    const watch: Watch = { troubles: [], expected: [] };
+    const watch: Watch = { problems: [], expected: [] };
     // Said by the browser itself, of whatever the policy of the relay stopped.
     await context.addInitScript(() => {
       document.addEventListener("securitypolicyviolation", (event) =>
         console.error(`policy: ${event.violatedDirective} ${event.blockedURI}`),
       );
     });
-    context.on("page", (page) => watchPage(page, relay, watch.troubles));
+    context.on("page", (page) => watchPage(page, relay, watch.problems));
     await use(watch);
-    const left = watch.troubles.filter((trouble) => !watch.expected.some((pattern) => pattern.test(trouble)));
+    const left = watch.problems.filter((problem) => !watch.expected.some((pattern) => pattern.test(problem)));
     expect(left).toEqual([]);
   },
   page: async ({ watch, page }, use) => {
@@ -65,13 +65,13 @@ export const test = base.extend<Things>({
   },
 });
 
-/** Of a relay that is not there, or that refuses, the browser itself speaks. */
+/** What the browser itself logs about a relay that is gone or refuses. */
 export const kRelayIsGone = /WebSocket connection to|Failed to load resource|ERR_CONNECTION_REFUSED/;
 
 export async function pairByText(
   page: Page,
   relay: RelayProcess,
-  computer: PlayedComputer,
+  computer: FakeAgent,
   name = "Studio",
 ): Promise<void> {
   await page.goto(relay.url);
@@ -87,7 +87,7 @@ export async function agree(page: Page, name: string): Promise<void> {
   await expect(page.getByRole("heading", { name, exact: true })).toBeVisible();
 }
 
-/** Holds a finger on the middle of `button` until `isEnough` has seen its sign. */
+/** Holds a finger on the middle of `button` until `isEnough` is fulfilled. */
 export async function hold(page: Page, button: Locator, isEnough: () => Promise<unknown>): Promise<void> {
   await button.scrollIntoViewIfNeeded();
   const box = await button.boundingBox();

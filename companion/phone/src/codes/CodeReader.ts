@@ -1,5 +1,5 @@
 // Asks the worker for codes. One owner; closed by it.
-import type { CodeAnswer, CodeQuestion } from "./codeWorker";
+import type { CodeAnswer, CodeRequest } from "./codeWorker";
 import type { Effort } from "./findCode";
 import type { Pixels } from "./pixels";
 
@@ -24,7 +24,7 @@ export class CodeReader {
       const id = this.nextID++;
       this.waiting.set(id, resolve);
       const plain = { data: pixels.data, width: pixels.width, height: pixels.height };
-      const question: CodeQuestion = { id, pixels: plain, effort };
+      const question: CodeRequest = { id, pixels: plain, effort };
       this.worker.postMessage(question, [pixels.data.buffer]);
     });
   }

@@ -3,7 +3,7 @@ import { findCode } from "./findCode";
 import type { Effort } from "./findCode";
 import type { Pixels } from "./pixels";
 
-export interface CodeQuestion {
+export interface CodeRequest {
   readonly id: number;
   readonly pixels: Pixels;
   readonly effort: Effort;
@@ -15,7 +15,7 @@ export interface CodeAnswer {
   readonly text?: string;
 }
 
-self.onmessage = (event: MessageEvent<CodeQuestion>) => {
+self.onmessage = (event: MessageEvent<CodeRequest>) => {
   const { id, pixels, effort } = event.data;
   const text = findCode(pixels, effort);
   const answer: CodeAnswer = text === undefined ? { id } : { id, text };

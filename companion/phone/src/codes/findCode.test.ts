@@ -52,9 +52,9 @@ function desktopPicture(name: string): Pixels {
 }
 
 // Pictures are searched pixel by pixel: on a busy machine that takes its time.
-const kPatience = { timeout: 60_000 };
+const kTimeout = { timeout: 60_000 };
 
-describe("a code in a picture", kPatience, () => {
+describe("a code in a picture", kTimeout, () => {
   it("is found in a plain picture of it", () => {
     const picture = blank(700, 700, 240);
     draw(picture, kText, 40, 40, 6);

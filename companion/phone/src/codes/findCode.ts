@@ -3,7 +3,7 @@ import jsQR from "jsqr";
 import { crop, enlarge, shrink, tiles } from "./pixels";
 import type { Pixels } from "./pixels";
 
-/** quick: one look, for the many frames of a camera. thorough: many looks, for the one picture that a person picked. */
+/** quick: one scan, for the many frames of a camera. thorough: many scans, for the one picture that a person picked. */
 export type Effort = "quick" | "thorough";
 
 // A code of a phone's photo fills hundreds of pixels; more of them only cost time.
@@ -12,12 +12,12 @@ const kComfortableSides = [1400, 900, 560];
 const kTileSides = [640, 420];
 const kEnlarged = 2;
 
-function look(pixels: Pixels): string | undefined {
+function scan(pixels: Pixels): string | undefined {
   const found = jsQR(pixels.data, pixels.width, pixels.height, { inversionAttempts: "dontInvert" });
   return found && found.data !== "" ? found.data : undefined;
 }
 
-/** The pictures that are looked at, one after another, until one gives the code. */
+/** The pictures that are scanned, one after another, until one gives the code. */
 function* views(pixels: Pixels): Generator<Pixels> {
   const side = Math.max(pixels.width, pixels.height);
   if (side <= 1600) yield pixels;
@@ -36,9 +36,9 @@ function* views(pixels: Pixels): Generator<Pixels> {
 
 /** What the first code that is found holds. Absent: none was found. */
 export function findCode(pixels: Pixels, effort: Effort): string | undefined {
-  if (effort === "quick") return look(pixels);
+  if (effort === "quick") return scan(pixels);
   for (const view of views(pixels)) {
-    const text = look(view);
+    const text = scan(view);
     if (text !== undefined) return text;
   }
   return undefined;

@@ -1,4 +1,4 @@
-// Pictures as plain numbers, and what is done to them before a code is looked for. No DOM: it runs in a worker, and in tests.
+// Pictures as plain numbers, and what is done to them before a code is searched. No DOM: it runs in a worker, and in tests.
 
 /** Red, green, blue, alpha for each pixel, row by row from the top left. */
 export interface Pixels {

@@ -1,9 +1,9 @@
-// The surroundings that a browser gives.
+// The environment that a browser gives.
 
-import type { Answer, Environment, Socket, SocketListener, Surroundings } from "./environment";
+import type { HttpResponse, Environment, Socket, SocketListener, DeviceStatus } from "./environment";
 import { IndexedDBStore } from "./indexedDBStore";
 
-const askingLimit = 10_000;
+const requestTimeout = 10_000;
 
 export function browserEnvironment(): Environment {
   // A page that came without encryption from another computer has no such thing, whatever the types say.
@@ -20,9 +20,9 @@ export function browserEnvironment(): Environment {
     random: () => Math.random(),
     crypto,
     openSocket: openWebSocket,
-    ask: askRelay,
+    httpGet,
     store: new IndexedDBStore(crypto, factory(), async () => navigator.storage.persist()),
-    surroundings: browserSurroundings(),
+    deviceStatus: browserDeviceStatus(),
     relayOrigin: location.origin,
     deviceName: platform(navigator.userAgent).device,
     platform: platform(navigator.userAgent).name,
@@ -33,7 +33,7 @@ function openWebSocket(url: string, protocols: readonly string[], listener: Sock
   const socket = new WebSocket(url, [...protocols]);
   socket.onopen = () => listener.opened();
   socket.onmessage = (event: MessageEvent<unknown>) => listener.received(event.data);
-  // An error says nothing, and a close follows it.
+  // An error carries no details, and a close follows it.
   socket.onclose = (event) => listener.closed(event.code);
   return {
     send: (text) => {
@@ -54,9 +54,9 @@ function factory(): IDBFactory | undefined {
   }
 }
 
-async function askRelay(url: string, bearer: string): Promise<Answer> {
+async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
   const ending = new AbortController();
-  const timer = setTimeout(() => ending.abort(), askingLimit);
+  const timer = setTimeout(() => ending.abort(), requestTimeout);
   try {
     const answer = await fetch(url, {
       headers: { authorization: `Bearer ${bearer}` },
@@ -72,20 +72,24 @@ async function askRelay(url: string, bearer: string): Promise<Answer> {
   }
 }
 
-function browserSurroundings(): Surroundings {
+function browserDeviceStatus(): DeviceStatus {
   return {
     isOnline: () => navigator.onLine,
     onChange: (listener) => {
       const ending = new AbortController();
       const { signal } = ending;
-      const seen = () => listener("seen");
+      const becameVisible = () => listener("visible");
       addEventListener("online", () => listener("online"), { signal });
       addEventListener("offline", () => listener("offline"), { signal });
       // A page that was kept aside comes back without being loaded.
-      addEventListener("pageshow", seen, { signal });
-      document.addEventListener("visibilitychange", () => document.visibilityState === "visible" && seen(), {
-        signal,
-      });
+      addEventListener("pageshow", becameVisible, { signal });
+      document.addEventListener(
+        "visibilitychange",
+        () => document.visibilityState === "visible" && becameVisible(),
+        {
+          signal,
+        },
+      );
       return () => ending.abort();
     },
   };

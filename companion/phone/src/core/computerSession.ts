@@ -1,7 +1,7 @@
 // One paired computer as this phone knows it: its list, what was decided about it, and what became of that. Nothing is
 // shared with another computer's session but the surroundings.
 
-import { DecisionBook, harmless, type DecisionRecord } from "./decisionBook";
+import { DecisionLog, harmless, type DecisionRecord } from "./decisionLog";
 import type { Environment } from "./environment";
 import {
   readMessage,
@@ -13,12 +13,12 @@ import {
   type IncomingMessage,
   type OtherPhone,
   type Result,
-  type ToldPrompt,
+  type ReportedPrompt,
 } from "./messages";
 import type { Computer, Instant, Prompt, Suppression } from "./model";
 import { RelayConnection } from "./relayConnection";
 import { open, seal, type SealedPayload } from "./sealing";
-import { SeenBoxes } from "./seenBoxes";
+import { UsedNonces } from "./usedNonces";
 import type { PairingKeys, PairingNotes, PendingSuppression, StoredOutcome, StoredPairing } from "./store";
 import { newUuid } from "./uuid";
 
@@ -29,7 +29,7 @@ const mostRemembered = 200;
 /** A result that comes so long after its prompt went away still explains why it went. */
 const resultLag = 60_000;
 const otherPhone = "Another phone";
-const unseenPrompt = "A prompt that this phone has not seen";
+const unknownPrompt = "A prompt that this phone has not seen";
 
 interface PromptNames {
   readonly appName: string;
@@ -40,18 +40,18 @@ export class ComputerSession {
   readonly keys: PairingKeys;
 
   private name: string;
-  private told: readonly ToldPrompt[] | undefined;
+  private told: readonly ReportedPrompt[] | undefined;
   private accessibilityTrusted: boolean | undefined;
   private hasUnreadableSnapshot = false;
   private isComputerConnected: boolean | undefined;
-  private heardAt: Instant | undefined;
+  private lastReceivedAt: Instant | undefined;
   private outcomes: readonly StoredOutcome[];
   private suppressions: readonly Suppression[];
   private pendingSuppressions: readonly PendingSuppression[];
   private ended: PairingNotes["ended"];
 
-  private readonly book: DecisionBook;
-  private readonly seen: SeenBoxes;
+  private readonly book: DecisionLog;
+  private readonly seen: UsedNonces;
   private readonly connection: RelayConnection;
   private readonly names = new Map<string, PromptNames>();
   /** Prompts of which another phone may have pressed a button. */
@@ -74,8 +74,8 @@ export class ComputerSession {
     this.suppressions = notes.suppressions;
     this.pendingSuppressions = notes.pendingSuppressions;
     this.ended = notes.ended;
-    this.book = new DecisionBook(notes.decisions, environment.now());
-    this.seen = new SeenBoxes(notes.seenNonces);
+    this.book = new DecisionLog(notes.decisions, environment.now());
+    this.seen = new UsedNonces(notes.seenNonces);
     this.connection = new RelayConnection({ ...keys, deviceName }, environment, {
       stateChanged: () => this.relayChanged(),
       connected: () => this.askEverything(),
@@ -97,7 +97,7 @@ export class ComputerSession {
   }
 
   computer(): Computer {
-    const { isComputerConnected, heardAt, accessibilityTrusted } = this;
+    const { isComputerConnected, lastReceivedAt, accessibilityTrusted } = this;
     const prompts = this.prompts();
     return {
       pairingID: this.keys.pairingID,
@@ -105,7 +105,7 @@ export class ComputerSession {
       pairedAt: this.keys.pairedAt,
       relay: this.connection.state,
       ...(isComputerConnected !== undefined && { isComputerConnected }),
-      ...(heardAt !== undefined && { heardAt }),
+      ...(lastReceivedAt !== undefined && { lastReceivedAt }),
       ...(accessibilityTrusted !== undefined && { accessibilityTrusted }),
       ...(prompts !== undefined && { prompts }),
       hasUnreadableSnapshot: this.hasUnreadableSnapshot,
@@ -256,7 +256,7 @@ export class ComputerSession {
     if (gone.length > 0) await this.save();
   }
 
-  private promptGone(prompt: ToldPrompt): void {
+  private promptGone(prompt: ReportedPrompt): void {
     const isExplained = this.book.mayHavePressed(prompt.id) || this.pressedElsewhere.has(prompt.id);
     this.book.promptGone(prompt.id);
     // A computer that may not look at windows any more sees none, which says nothing about them.
@@ -276,7 +276,7 @@ export class ComputerSession {
     if (this.isStopped || !this.seen.add(opened.nonce)) return;
     const result = readResultCommand(opened.text);
     const now = this.environment.now();
-    this.heardAt = now;
+    this.lastReceivedAt = now;
     const record = this.book.result(decisionID, result, now);
     if (record) this.recordDecision(record);
     // A result of something else under the name of our decision settles nothing.
@@ -296,7 +296,7 @@ export class ComputerSession {
       key: decisionID,
       approvalID: result.approvalID,
       at: this.environment.now(),
-      ...(this.names.get(result.approvalID) ?? { appName: unseenPrompt, windowTitle: "" }),
+      ...(this.names.get(result.approvalID) ?? { appName: unknownPrompt, windowTitle: "" }),
       buttonLabel: result.buttonLabel,
       status: result.status,
       ...(result.error !== undefined && { error: result.error }),
@@ -317,14 +317,14 @@ export class ComputerSession {
   private muteForOthers(suppressionID: string, approvalID: string | undefined): void {
     const prompt = this.told?.find((candidate) => candidate.id === approvalID);
     const names = approvalID === undefined ? undefined : this.names.get(approvalID);
-    this.mute(suppressionID, names ?? { appName: unseenPrompt, windowTitle: "" });
+    this.mute(suppressionID, names ?? { appName: unknownPrompt, windowTitle: "" });
     if (prompt && prompt.suppressionID === suppressionID) this.recordSuppressed(prompt, otherPhone);
   }
 
   private takeComputerStatus(isConnected: boolean, heardSecondsAgo: number | undefined): void {
     const isBack = isConnected && this.isComputerConnected === false;
     this.isComputerConnected = isConnected;
-    if (heardSecondsAgo !== undefined) this.heardAt = this.environment.now() - heardSecondsAgo * 1000;
+    if (heardSecondsAgo !== undefined) this.lastReceivedAt = this.environment.now() - heardSecondsAgo * 1000;
     this.changed();
     // What came of a decision may have been said while nobody listened at the other end of its connection.
     if (isBack) this.askEverything();
@@ -416,7 +416,7 @@ export class ComputerSession {
     this.outcomes = [outcome, ...others].slice(0, mostOutcomes);
   }
 
-  private recordSuppressed(prompt: ToldPrompt, by: string | undefined): void {
+  private recordSuppressed(prompt: ReportedPrompt, by: string | undefined): void {
     this.record({
       key: newUuid(this.environment.crypto),
       approvalID: prompt.id,

@@ -2,7 +2,7 @@
 // names its seed; QUILLARD_HISTORY_SEED runs that one alone.
 
 import { describe, expect, it } from "vitest";
-import { decisionLife, isOpen } from "./decisionBook";
+import { decisionLife, isOpen } from "./decisionLog";
 import type { Decision, Instant } from "./model";
 import { PhoneWorld, sampleApproval, sampleID, type FakeComputer, type FakeSocket } from "./testing";
 
@@ -20,14 +20,14 @@ class Chance {
   }
 }
 
-/** What really happened to one decision, as nobody but the test knows. */
+/** What really happened to one decision, known to the test only. */
 interface Truth {
   readonly label: string;
   readonly decidedAt: Instant;
   hasArrived: boolean;
   /** What the computer answers, the same each time it is asked. */
   readonly answer: string;
-  answersHeard: number;
+  answersReceived: number;
 }
 
 class History {
@@ -99,7 +99,13 @@ class History {
     }
     if (made && made.decisionID !== before?.decisionID) {
       const answer = ["accepted", "failed", "not_found"][this.chance.below(3)] ?? "failed";
-      const truth = { label, decidedAt: this.world.time.now(), hasArrived: false, answer, answersHeard: 0 };
+      const truth = {
+        label,
+        decidedAt: this.world.time.now(),
+        hasArrived: false,
+        answer,
+        answersReceived: 0,
+      };
       this.truths.set(made.decisionID, truth);
     }
     await this.world.time.settle();
@@ -115,7 +121,7 @@ class History {
   private async setMac(isThere: boolean): Promise<void> {
     this.isMacThere = isThere;
     const socket = this.world.network.socket("mac");
-    if (socket.state === "open") socket.say({ type: "mac.status", macConnected: isThere });
+    if (socket.state === "open") socket.deliver({ type: "mac.status", macConnected: isThere });
     await this.world.time.settle();
   }
 
@@ -138,7 +144,7 @@ class History {
     const isHanded = this.isMacThere;
     if (isHanded && truth) truth.hasArrived = true;
     if (socket.state !== "open" || this.chance.below(5) === 0) return;
-    socket.say({
+    socket.deliver({
       type: "relay.receipt",
       decisionID: message.decisionID,
       delivered: isHanded,
@@ -151,9 +157,9 @@ class History {
   private async answer(socket: FakeSocket, decisionID: string, truth: Truth): Promise<void> {
     await this.world.time.advance(this.chance.below(4) * 1000);
     if (socket.state !== "open" || this.world.network.socket("mac") !== socket) return;
-    truth.answersHeard += 1;
+    truth.answersReceived += 1;
     const command = { approvalID: one, buttonLabel: truth.label, status: truth.answer };
-    socket.say(await this.mac!.result(decisionID, command));
+    socket.deliver(await this.mac!.result(decisionID, command));
     await this.world.time.settle();
   }
 
@@ -162,14 +168,14 @@ class History {
     for (const decision of decisions) this.checkDecision(decision);
     expect(decisions.filter(isOpen).length, `One decision at a time, ${this.name}`).toBeLessThanOrEqual(1);
     const keys = this.world.computer("mac").outcomes.map((outcome) => outcome.key);
-    expect(new Set(keys).size, `Each outcome is told once, ${this.name}`).toBe(keys.length);
+    expect(new Set(keys).size, `Each outcome is reported once, ${this.name}`).toBe(keys.length);
     for (const outcome of this.world.computer("mac").outcomes) {
       const truth = this.truths.get(outcome.key);
       expect(truth, `Only what was decided has an outcome, ${this.name}`).toBeDefined();
       if (outcome.status === "undelivered") expect(truth?.hasArrived, this.name).toBe(false);
       if (outcome.status !== "accepted") continue;
       expect(truth?.answer, this.name).toBe("accepted");
-      expect(truth?.answersHeard, this.name).toBeGreaterThan(0);
+      expect(truth?.answersReceived, this.name).toBeGreaterThan(0);
     }
   }
 
@@ -181,14 +187,14 @@ class History {
     if (isOpen(decision)) expect(age, about).toBeLessThan(decisionLife);
     if (decision.status === "delivered") expect(truth?.hasArrived, about).toBe(true);
     if (decision.status === "undelivered") expect(truth?.hasArrived, about).toBe(false);
-    if (decision.status === "unanswered") expect(truth?.answersHeard, about).toBe(0);
+    if (decision.status === "unanswered") expect(truth?.answersReceived, about).toBe(0);
     const words: Readonly<Record<string, string>> = {
       accepted: "accepted",
       failed: "failed",
       notFound: "not_found",
     };
     if (words[decision.status] !== undefined) {
-      expect(truth?.answersHeard, about).toBeGreaterThan(0);
+      expect(truth?.answersReceived, about).toBeGreaterThan(0);
       expect(words[decision.status], about).toBe(truth?.answer);
     }
   }

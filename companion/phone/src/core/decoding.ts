@@ -173,7 +173,7 @@ export class Fields {
   }
 
   private member(name: string): unknown {
-    // Only own members: a "constructor" that nobody wrote must not be found on the prototype.
+    // Only own members: an inherited "constructor" must not be found on the prototype.
     const value = Object.hasOwn(this.members, name) ? this.members[name] : undefined;
     return value === null ? undefined : value;
   }

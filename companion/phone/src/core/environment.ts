@@ -1,4 +1,4 @@
-// All that the core asks of its surroundings, so that it runs in a page, in a terminal, and in tests in virtual time.
+// All that the core needs from outside, so that it runs in a page, in a terminal, and in tests in virtual time.
 
 import type { Instant } from "./model";
 import type { Store } from "./store";
@@ -10,11 +10,11 @@ export type After = (milliseconds: number, action: () => void) => () => void;
 export interface Socket {
   /** Throws where it is not open. */
   send(text: string): void;
-  /** Nothing is to be heard from it any more, though something may be. */
+  /** The listener ignores what still arrives after this. */
   close(): void;
 }
 
-/** What a socket tells; never before `openSocket` has returned. Whatever goes wrong ends in `closed`. */
+/** What a socket reports; never before `openSocket` has returned. Whatever goes wrong ends in `closed`. */
 export interface SocketListener {
   opened(): void;
   /** A text, or else something that is no message. */
@@ -22,17 +22,17 @@ export interface SocketListener {
   closed(code: number): void;
 }
 
-/** What a relay answered to a question. The body is left unread: the status says it all. */
-export interface Answer {
+/** The response of a relay. The body is not read: the status is all that is needed. */
+export interface HttpResponse {
   readonly status: number;
 }
 
 /** The network and the screen, as far as they can be known. */
-export interface Surroundings {
+export interface DeviceStatus {
   /** False only where it is known that there is no network. */
   isOnline(): boolean;
-  /** Network gained or lost, or the page is seen again. The returned function ends it. */
-  onChange(listener: (what: "online" | "offline" | "seen") => void): () => void;
+  /** Network gained or lost, or the page becomes visible again. The returned function ends it. */
+  onChange(listener: (what: "online" | "offline" | "visible") => void): () => void;
 }
 
 export interface Environment {
@@ -43,9 +43,9 @@ export interface Environment {
   readonly crypto: CryptoTools;
   openSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket;
   /** GET, not cached. Rejects where there was no answer, or none within ten seconds. */
-  ask(url: string, bearer: string): Promise<Answer>;
+  httpGet(url: string, bearer: string): Promise<HttpResponse>;
   readonly store: Store;
-  readonly surroundings: Surroundings;
+  readonly deviceStatus: DeviceStatus;
   /** The only relay that this phone may talk to, as `https://host:port`. Absent: any. */
   readonly relayOrigin?: string;
   /** What the phone is called until a person names it. */

@@ -90,7 +90,7 @@ describe("Messages", () => {
     });
   });
 
-  it("that tell of a list which cannot be read are said, not dropped", () => {
+  it("about a list that cannot be read are reported, not dropped", () => {
     const snapshot = { type: "mac.snapshot", accessibilityTrusted: true, encryptedApprovals: box };
     for (const name of ["accessibilityTrusted", "encryptedApprovals"]) {
       expect(message(without(snapshot, name)).type).toBe("unreadableSnapshot");
@@ -193,7 +193,7 @@ describe("A list of prompts", () => {
     ]);
   });
 
-  it("keeps labels that look alike apart", () => {
+  it("keeps labels that are spelled alike apart", () => {
     const labels = ["Allow", "Аllow", "Allow\u200B", "Allow "];
     const prompt = read(sampleApproval(1, { buttons: labels.map(sampleButton) }))[0];
     expect(prompt?.buttons.map((button) => button.label)).toEqual(labels);

@@ -100,11 +100,11 @@ function readReceipt(fields: Fields): IncomingMessage {
   return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
 }
 
-/** A prompt as the computer told of it; decisions are added by those who know of them. */
-export type ToldPrompt = Omit<Prompt, "decision">;
+/** A prompt as the computer reported it, without a decision. */
+export type ReportedPrompt = Omit<Prompt, "decision">;
 
 /** What the box of a snapshot holds. Throws a `DecodingError`. */
-export function readPrompts(text: string): ToldPrompt[] {
+export function readPrompts(text: string): ReportedPrompt[] {
   const prompts = readList(
     parseJson(text, longestMessage, "approvals"),
     "approvals",
@@ -117,7 +117,7 @@ export function readPrompts(text: string): ToldPrompt[] {
   return prompts;
 }
 
-function readPrompt(value: unknown, path: string): ToldPrompt {
+function readPrompt(value: unknown, path: string): ReportedPrompt {
   const fields = new Fields(value, path);
   checkWhatIsNotShown(fields);
   const id = fields.uuid("id");

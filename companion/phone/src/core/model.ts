@@ -77,7 +77,7 @@ export interface Outcome {
   /** goneByItself: see buttonLabel. suppressed: was muted. */
   readonly status: DecisionStatus | "goneByItself" | "suppressed";
   readonly error?: string;
-  /** The name of another phone that decided. Absent: this one, or nobody. */
+  /** The name of another phone that decided. Absent: this one, or none. */
   readonly otherPhone?: string;
 }
 
@@ -106,11 +106,11 @@ export interface Computer {
   readonly name: string;
   readonly pairedAt: Instant;
   readonly relay: RelayConnection;
-  /** Absent: not known, since the relay is not connected or has not said. */
+  /** Absent: not known, since the relay is not connected or has not reported it. */
   readonly isComputerConnected?: boolean;
   /** When the computer was last heard of, on this phone's clock. Absent: never. */
-  readonly heardAt?: Instant;
-  /** Whether the computer may look at windows at all. Absent: no snapshot yet. */
+  readonly lastReceivedAt?: Instant;
+  /** Whether the computer may read windows at all. Absent: no snapshot yet. */
   readonly accessibilityTrusted?: boolean;
   /** Absent: no snapshot yet, which is another thing than an empty list. In the computer's order. */
   readonly prompts?: readonly Prompt[];

@@ -2,7 +2,7 @@
 // damaged, must not keep the pairing itself from working: what cannot be read of it is left out.
 
 import { Fields, parseJson } from "./decoding";
-import type { DecisionRecord } from "./decisionBook";
+import type { DecisionRecord } from "./decisionLog";
 import type { DecisionStatus, Suppression } from "./model";
 import type { PairingNotes, PendingSuppression, StoredOutcome } from "./store";
 

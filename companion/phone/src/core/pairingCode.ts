@@ -31,7 +31,7 @@ export function relayBase(text: string): string | undefined {
   return isPlain && isWeb ? url.origin : undefined;
 }
 
-/** Whether what is said to this base stays on this computer. */
+/** Whether what is sent to this base stays on this computer. */
 function isLoopback(base: string): boolean {
   const host = new URL(base).hostname;
   return host === "localhost" || host === "[::1]" || /^127(\.\d{1,3}){3}$/.test(host);
@@ -82,7 +82,7 @@ function fieldsOf(text: string): Fields {
   try {
     return new Fields(parseJson(text, longestText), "code");
   } catch {
-    // Begun like a code and cut off: more helpful than to call it somebody else's.
+    // Begun like a code and cut off: more helpful than to call it a foreign text.
     throw new PairingCodeProblem(
       text.startsWith("{") && text.includes("quillard.pairing") ? damaged : notOurs,
     );

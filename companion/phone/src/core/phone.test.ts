@@ -58,7 +58,7 @@ describe("Pairing", () => {
     expect(world.computer("mac").name).toBe("Ana’s Mac");
   });
 
-  it("tells the relay of a new name of the phone by joining anew", async () => {
+  it("sends the relay a new name of the phone by joining anew", async () => {
     await world.connected("mac", []);
     await world.phone.renameDevice(" Bo’s phone ");
     expect(world.phone.state.value.deviceName).toBe("Bo’s phone");
@@ -76,7 +76,7 @@ describe("Forgetting", () => {
     const socket = world.network.socket("mac");
     world.phone.decide("mac", one, "Allow");
     await world.phone.forget("mac");
-    socket.say(await mac.snapshot([]));
+    socket.deliver(await mac.snapshot([]));
     await world.time.advance(120_000);
     expect(socket.state).toBe("closed");
     expect(world.phone.state.value.computers.map((computer) => computer.pairingID)).toEqual(["other"]);

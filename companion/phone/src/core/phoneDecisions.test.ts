@@ -64,7 +64,7 @@ describe("A decision", () => {
     expect(world.sent()).toHaveLength(1);
   });
 
-  it("that the relay could not hand over is said, and can be made again under another name", async () => {
+  it("that the relay could not hand over is reported, and can be made again under another name", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const first = await world.decided(mac);
     await world.receipt(mac, first, false, "macNotConnected");
@@ -85,7 +85,7 @@ describe("A decision", () => {
     await world.receipt(mac, asked, true);
     for (let seconds = 0; seconds < 40; seconds += 20) {
       await world.time.advance(20_000);
-      world.network.socket("mac").say({ type: "mac.status", macConnected: true });
+      world.network.socket("mac").deliver({ type: "mac.status", macConnected: true });
     }
     await world.time.advance(19_999);
     expect(world.decision()?.status).toBe("delivered");
@@ -124,11 +124,11 @@ describe("A decision", () => {
 
   it("made without a connection is undelivered after a minute, and never goes out then", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
-    world.surroundings.goOffline();
+    world.deviceStatus.goOffline();
     world.phone.decide("mac", one, "Allow");
     await world.time.advance(60_000);
     expect(world.decision()?.status).toBe("undelivered");
-    world.surroundings.goOnline();
+    world.deviceStatus.goOnline();
     await world.join(mac);
     expect(world.sent()).toEqual([]);
   });
@@ -138,7 +138,7 @@ describe("A decision", () => {
     const asked = await world.decided(mac);
     await world.receipt(mac, asked, true);
     const status = (macConnected: boolean) =>
-      world.network.socket("mac").say({ type: "mac.status", macConnected });
+      world.network.socket("mac").deliver({ type: "mac.status", macConnected });
     status(false);
     status(true);
     status(true);
@@ -177,7 +177,7 @@ describe("A decision", () => {
     world.phone.decide("mac", one, "Allow");
     await world.time.settle();
     world.time.set(world.time.now() + 7_200_000);
-    world.surroundings.beSeen();
+    world.deviceStatus.becomeVisible();
     await world.join(mac);
     expect(world.sent()).toEqual([]);
     expect(world.decision()?.status).toBe("undelivered");
@@ -205,11 +205,11 @@ describe("A result", () => {
     ["not_found", "notFound"],
     ["requires_direct_access", "requiresDirectAccess"],
     ["failed", "failed"],
-  ])("%s is told with its reason, and the prompt can be decided again", async (status, told) => {
+  ])("%s is reported with its reason, and the prompt can be decided again", async (status, expected) => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const asked = await world.decided(mac);
     await world.result(mac, asked, sampleResult(status, { error: "Why" }));
-    expect(world.decision()).toMatchObject({ status: told, error: "Why" });
+    expect(world.decision()).toMatchObject({ status: expected, error: "Why" });
     expect(await world.decided(mac, "Cancel")).not.toBe(asked);
   });
 
@@ -217,15 +217,15 @@ describe("A result", () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const asked = await world.decided(mac);
     const text = await mac.result(asked, sampleResult("failed", { error: "First" }));
-    world.network.socket("mac").say(text);
+    world.network.socket("mac").deliver(text);
     await world.time.settle();
     const later = await world.decided(mac);
-    world.network.socket("mac").say(text.replace(asked, later));
+    world.network.socket("mac").deliver(text.replace(asked, later));
     await world.time.settle();
     expect(world.decision()).toMatchObject({ decisionID: later, status: "sending" });
     await world.reload();
     await world.join(mac);
-    world.network.socket("mac").say(text.replace(asked, later));
+    world.network.socket("mac").deliver(text.replace(asked, later));
     await world.time.settle();
     await world.list(mac, [sampleApproval(1)]);
     expect(world.decision()?.status).toBe("sending");
@@ -246,10 +246,12 @@ describe("A result", () => {
     await world.result(mac, asked, { approvalID: one, buttonLabel: "Allow" });
     world.network
       .socket("mac")
-      .say((await mac.result(asked, sampleResult("accepted"))).replace('"ciphertext":"', '"ciphertext":"A'));
+      .deliver(
+        (await mac.result(asked, sampleResult("accepted"))).replace('"ciphertext":"', '"ciphertext":"A'),
+      );
     world.network
       .socket("mac")
-      .say(
+      .deliver(
         world.sent()[0]?.replace("approval.request", "approval.result").replace("Request", "Result") ?? "",
       );
     await world.time.settle();

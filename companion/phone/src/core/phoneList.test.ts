@@ -58,7 +58,7 @@ describe("The list", () => {
     const mac = await world.connected("mac", []);
     const text = await mac.snapshot([sampleApproval(1)]);
     for (let times = 0; times < 3; times += 1) {
-      world.network.socket("mac").say(text);
+      world.network.socket("mac").deliver(text);
       await world.time.settle();
       expect(world.computer("mac").prompts).toHaveLength(1);
     }
@@ -70,8 +70,8 @@ describe("The list", () => {
       sampleApproval(1, { messageLines: new Array(500).fill("x".repeat(500)) }),
     ]);
     const short = await mac.snapshot([sampleApproval(2)]);
-    world.network.socket("mac").say(long);
-    world.network.socket("mac").say(short);
+    world.network.socket("mac").deliver(long);
+    world.network.socket("mac").deliver(short);
     await world.time.settle();
     expect(world.computer("mac").prompts?.map((prompt) => prompt.id)).toEqual([two]);
   });
@@ -80,10 +80,10 @@ describe("The list", () => {
     ["sealed with another secret", (_text: string, other: string) => other],
     ["damaged", (text: string) => text.replace('"ciphertext":"', '"ciphertext":"AAAA')],
     ["without a box", () => '{"type":"mac.snapshot","accessibilityTrusted":true}'],
-  ])("that cannot be opened is said, and the last good one stays: %s", async (_, damage) => {
+  ])("that cannot be opened is reported, and the last good one stays: %s", async (_, damage) => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const other = await world.pair("other");
-    world.network.socket("mac").say(damage(await mac.snapshot([]), await other.snapshot([])));
+    world.network.socket("mac").deliver(damage(await mac.snapshot([]), await other.snapshot([])));
     await world.time.settle();
     expect(world.computer("mac")).toMatchObject({
       hasUnreadableSnapshot: true,
@@ -94,7 +94,7 @@ describe("The list", () => {
     expect(world.computer("mac")).toMatchObject({ hasUnreadableSnapshot: false, prompts: [] });
   });
 
-  it("that cannot be read once opened is said", async () => {
+  it("that cannot be read once opened is reported", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     await world.list(mac, [sampleApproval(1), sampleApproval(1)]);
     expect(world.computer("mac").hasUnreadableSnapshot).toBe(true);
@@ -110,10 +110,10 @@ describe("The list", () => {
     expect(await world.decided(mac)).not.toBe(first);
   });
 
-  it("is not troubled by messages that nobody knows", async () => {
+  it("ignores unknown messages", async () => {
     await world.connected("mac", [sampleApproval(1)]);
     for (const text of ["", "{", "[]", '{"type":5}', '{"type":"mac.joke"}', '{"type":"mac.status"}']) {
-      world.network.socket("mac").say(text);
+      world.network.socket("mac").deliver(text);
     }
     await world.time.settle();
     expect(world.computer("mac")).toMatchObject({ relay: { kind: "connected" }, prompts: [{ id: one }] });
@@ -124,15 +124,15 @@ describe("The computer", () => {
   it("is connected, not connected, or not known to be, with the time of its last word", async () => {
     const mac = await world.pair("mac");
     expect(world.computer("mac")).not.toHaveProperty("isComputerConnected");
-    expect(world.computer("mac")).not.toHaveProperty("heardAt");
+    expect(world.computer("mac")).not.toHaveProperty("lastReceivedAt");
     const socket = await world.join(mac, false);
-    socket.say({ type: "mac.status", macConnected: false, heardSecondsAgo: 90 });
+    socket.deliver({ type: "mac.status", macConnected: false, heardSecondsAgo: 90 });
     await world.time.settle();
-    const heardAt = world.time.now() - 90_000;
-    expect(world.computer("mac")).toMatchObject({ isComputerConnected: false, heardAt });
+    const lastReceivedAt = world.time.now() - 90_000;
+    expect(world.computer("mac")).toMatchObject({ isComputerConnected: false, lastReceivedAt });
     socket.end();
     expect(world.computer("mac")).not.toHaveProperty("isComputerConnected");
-    expect(world.computer("mac").heardAt).toBe(heardAt);
+    expect(world.computer("mac").lastReceivedAt).toBe(lastReceivedAt);
   });
 
   it("that unpaired its phones is not asked again after the page was loaded anew", async () => {
@@ -151,16 +151,16 @@ describe("The computer", () => {
     expect(world.network.sockets).toHaveLength(2);
   });
 
-  it("never hears of what another one's connection says", async () => {
+  it("never takes what comes on the connection of another", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const other = await world.connected("other", [sampleApproval(1)]);
     const asked = await world.decided(mac);
     await world.result(other, asked, sampleResult("accepted"));
     await world.receipt(other, asked, false, "macBusy");
-    world.network.socket("other").say(await mac.result(asked, sampleResult("accepted")));
+    world.network.socket("other").deliver(await mac.result(asked, sampleResult("accepted")));
     world.network
       .socket("other")
-      .say(await mac.suppression({ action: "suppress", suppressionID: sampleID(1001) }));
+      .deliver(await mac.suppression({ action: "suppress", suppressionID: sampleID(1001) }));
     await world.time.settle();
     expect(world.decision("mac")?.status).toBe("sending");
     expect(world.prompt("other", one).decision).toBeUndefined();
@@ -174,7 +174,7 @@ describe("The computer", () => {
 });
 
 describe("A muted kind of prompt", () => {
-  it("is not shown any more, and the computer is told", async () => {
+  it("is not shown any more, and the computer is notified", async () => {
     const kind = { suppressionID: sampleID(1000) };
     const mac = await world.connected("mac", [
       sampleApproval(1, kind),
@@ -220,18 +220,18 @@ describe("A muted kind of prompt", () => {
     });
   });
 
-  it("is told to the computer until that was reached, and then no more", async () => {
+  it("is sent to the computer until that was reached, and then no more", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     world.phone.suppress("mac", one);
     await world.time.settle();
-    const told = await world.lastSent(mac);
-    await world.receipt(mac, told.decisionID, false, "macNotConnected");
+    const sent = await world.lastSent(mac);
+    await world.receipt(mac, sent.decisionID, false, "macNotConnected");
     await world.reload();
     await world.join(mac);
     const again = await world.lastSent(mac);
-    expect(again).toMatchObject({ decisionID: told.decisionID, command: told.command });
-    expect(again.nonce).not.toBe(told.nonce);
-    await world.receipt(mac, told.decisionID, true);
+    expect(again).toMatchObject({ decisionID: sent.decisionID, command: sent.command });
+    expect(again.nonce).not.toBe(sent.nonce);
+    await world.receipt(mac, sent.decisionID, true);
     world.network.socket("mac").end();
     await world.time.advance(1000);
     await world.join(mac);
@@ -241,17 +241,17 @@ describe("A muted kind of prompt", () => {
   it("may be muted and shown by another phone, whose own action counts", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const suppressionID = sampleID(1001);
-    const say = async (command: unknown, type: string) => {
-      world.network.socket("mac").say(await mac.suppression(command, type));
+    const receive = async (command: unknown, type: string) => {
+      world.network.socket("mac").deliver(await mac.suppression(command, type));
       await world.time.settle();
     };
-    await say({ action: "suppress", approvalID: one, suppressionID }, "approval.unsuppress");
+    await receive({ action: "suppress", approvalID: one, suppressionID }, "approval.unsuppress");
     expect(world.computer("mac")).toMatchObject({
       prompts: [],
       suppressions: [{ suppressionID, appName: "Disk Tool" }],
     });
     expect(world.outcomes()).toMatchObject([{ status: "suppressed", otherPhone: "Another phone" }]);
-    await say({ action: "unsuppress", suppressionID }, "approval.suppress");
+    await receive({ action: "unsuppress", suppressionID }, "approval.suppress");
     expect(world.computer("mac")).toMatchObject({ prompts: [{ id: one }], suppressions: [] });
     expect(world.sent()).toEqual([]);
   });
@@ -260,14 +260,14 @@ describe("A muted kind of prompt", () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const suppressionID = sampleID(1001);
     const text = await mac.suppression({ action: "suppress", approvalID: one, suppressionID });
-    world.network.socket("mac").say(text);
+    world.network.socket("mac").deliver(text);
     await world.time.settle();
     world.phone.unsuppress("mac", suppressionID);
     world.phone.suppress("mac", one);
     await world.time.settle();
     const own = world.sent().at(-1) ?? "";
     world.phone.unsuppress("mac", suppressionID);
-    for (const old of [text, own]) world.network.socket("mac").say(old);
+    for (const old of [text, own]) world.network.socket("mac").deliver(old);
     await world.time.settle();
     expect(world.computer("mac").prompts).toHaveLength(1);
   });

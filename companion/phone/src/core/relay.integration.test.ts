@@ -1,4 +1,4 @@
-// The phone's core and the terminal phone against the real relay, with the computer played by the test.
+// The phone's core and the terminal phone against the real relay, with a fake computer.
 
 import { spawn, type ChildProcessByStdio } from "node:child_process";
 import { webcrypto } from "node:crypto";
@@ -20,7 +20,7 @@ if (!program) {
     "The phone is not tried with the real relay: QUILLARD_RELAY_PROGRAM does not name its program.",
   );
 }
-const patience = { timeout: 15_000, interval: 20 };
+const waitOptions = { timeout: 15_000, interval: 20 };
 const one = sampleID(1);
 
 class Relay {
@@ -79,12 +79,12 @@ class ConnectedComputer extends FakeComputer {
   async connect(): Promise<void> {
     const url = `${this.backendURL.replace("http", "ws")}/ws?role=mac&pairing=${this.pairingID}`;
     const socket = new WebSocket(url, { headers: { authorization: `Bearer ${this.relaySecret}` } });
-    socket.on("message", (data) => void this.heard(String(data)));
+    socket.on("message", (data) => void this.received(String(data)));
     await new Promise((resolve, reject) => socket.once("open", resolve).once("error", reject));
     this.socket = socket;
   }
 
-  say(text: string): void {
+  send(text: string): void {
     this.socket?.send(text);
   }
 
@@ -92,7 +92,7 @@ class ConnectedComputer extends FakeComputer {
     this.socket?.terminate();
   }
 
-  private async heard(text: string): Promise<void> {
+  private async received(text: string): Promise<void> {
     if (text.includes('"approval.')) this.requests.push(await this.read(text));
   }
 }
@@ -137,7 +137,7 @@ describe.skipIf(!program)("With the real relay", () => {
 
   async function paired(mac: ConnectedComputer, name: string): Promise<RunningPhone> {
     const phone = phoneNamed(name);
-    await vi.waitFor(() => expect(phone.state.value.phase).toBe("ready"), patience);
+    await vi.waitFor(() => expect(phone.state.value.phase).toBe("ready"), waitOptions);
     const reading = phone.actions.readPairing(mac.pairingText());
     if (reading.kind !== "offer") throw new Error("The code was not taken.");
     await phone.actions.pair(reading.offer, name);
@@ -147,29 +147,29 @@ describe.skipIf(!program)("With the real relay", () => {
   const first = (phone: RunningPhone) => phone.state.value.computers[0];
 
   async function sees(phone: RunningPhone, expected: Readonly<Record<string, unknown>>): Promise<void> {
-    await vi.waitFor(() => expect(first(phone)).toMatchObject(expected), patience);
+    await vi.waitFor(() => expect(first(phone)).toMatchObject(expected), waitOptions);
   }
 
   async function asked(mac: ConnectedComputer, count: number): Promise<PhoneMessage> {
-    await vi.waitFor(() => expect(mac.requests).toHaveLength(count), patience);
+    await vi.waitFor(() => expect(mac.requests).toHaveLength(count), waitOptions);
     const request = mac.requests.at(-1);
     if (!request) throw new Error("Nothing was asked.");
     return request;
   }
 
   it("a prompt is shown, decided and reported, on the other phone as well", async () => {
-    const mac = await computer("road-1");
-    mac.say(await mac.snapshot([sampleApproval(1)]));
+    const mac = await computer("e2e-1");
+    mac.send(await mac.snapshot([sampleApproval(1)]));
     const [ana, bo] = [await paired(mac, "Ana’s phone"), await paired(mac, "Bo’s phone")];
     for (const phone of [ana, bo]) await sees(phone, { isComputerConnected: true, prompts: [{ id: one }] });
-    ana.actions.decide("road-1", one, "Allow");
+    ana.actions.decide("e2e-1", one, "Allow");
     const request = await asked(mac, 1);
     expect(request.command).toEqual({ approvalID: one, buttonLabel: "Allow" });
     await sees(ana, { prompts: [{ decision: { status: "delivered" } }] });
-    mac.say(
+    mac.send(
       await mac.result(request.decisionID, { approvalID: one, buttonLabel: "Allow", status: "accepted" }),
     );
-    mac.say(await mac.snapshot([]));
+    mac.send(await mac.snapshot([]));
     await sees(ana, { prompts: [], outcomes: [{ status: "accepted", buttonLabel: "Allow" }] });
     await sees(bo, { prompts: [], outcomes: [{ status: "accepted", otherPhone: "Ana’s phone" }] });
     expect(first(bo)?.outcomes).toHaveLength(1);
@@ -177,39 +177,39 @@ describe.skipIf(!program)("With the real relay", () => {
   });
 
   it("a decision while the computer is away is undelivered, and the phone says that it is away", async () => {
-    const mac = await computer("road-2");
-    mac.say(await mac.snapshot([sampleApproval(1)]));
+    const mac = await computer("e2e-2");
+    mac.send(await mac.snapshot([sampleApproval(1)]));
     const phone = await paired(mac, "Ana’s phone");
     await sees(phone, { isComputerConnected: true, prompts: [{ id: one }] });
     mac.disconnect();
     await sees(phone, { isComputerConnected: false });
-    expect(first(phone)?.heardAt).toBeGreaterThan(Date.now() - 60_000);
-    phone.actions.decide("road-2", one, "Cancel");
+    expect(first(phone)?.lastReceivedAt).toBeGreaterThan(Date.now() - 60_000);
+    phone.actions.decide("e2e-2", one, "Cancel");
     await sees(phone, { prompts: [{ decision: { status: "undelivered" } }] });
   });
 
   it("a muted kind of prompt is muted on the other phone too", async () => {
-    const mac = await computer("road-3");
-    mac.say(await mac.snapshot([sampleApproval(1)]));
+    const mac = await computer("e2e-3");
+    mac.send(await mac.snapshot([sampleApproval(1)]));
     const [ana, bo] = [await paired(mac, "Ana’s phone"), await paired(mac, "Bo’s phone")];
     for (const phone of [ana, bo]) await sees(phone, { prompts: [{ id: one }] });
-    ana.actions.suppress("road-3", one);
+    ana.actions.suppress("e2e-3", one);
     expect((await asked(mac, 1)).command).toMatchObject({
       action: "suppress",
       suppressionID: sampleID(1001),
     });
     for (const phone of [ana, bo])
       await sees(phone, { prompts: [], suppressions: [{ appName: "Disk Tool" }] });
-    bo.actions.unsuppress("road-3", sampleID(1001));
+    bo.actions.unsuppress("e2e-3", sampleID(1001));
     await sees(ana, { prompts: [{ id: one }], suppressions: [] });
   });
 
   it("a decision outlives a restart of the relay, under the same name", async () => {
-    const mac = await computer("road-4");
-    mac.say(await mac.snapshot([sampleApproval(1)]));
+    const mac = await computer("e2e-4");
+    mac.send(await mac.snapshot([sampleApproval(1)]));
     const phone = await paired(mac, "Ana’s phone");
     await sees(phone, { prompts: [{ id: one }] });
-    phone.actions.decide("road-4", one, "Allow");
+    phone.actions.decide("e2e-4", one, "Allow");
     const before = await asked(mac, 1);
     const { port } = relay;
     await relay.stop();
@@ -218,26 +218,26 @@ describe.skipIf(!program)("With the real relay", () => {
     const again = await asked(mac, 2);
     expect(again.decisionID).toBe(before.decisionID);
     expect(again.nonce).not.toBe(before.nonce);
-    mac.say(
+    mac.send(
       await mac.result(again.decisionID, { approvalID: one, buttonLabel: "Allow", status: "accepted" }),
     );
     await sees(phone, { outcomes: [{ status: "accepted" }] });
   });
 
   it("a pairing that the relay does not know is refused, and one that was revoked is told apart", async () => {
-    const unknown = await paired(new ConnectedComputer("road-nobody", relay.url), "Ana’s phone");
+    const unknown = await paired(new ConnectedComputer("e2e-unregistered", relay.url), "Ana’s phone");
     await sees(unknown, { relay: { kind: "refused" } });
-    const mac = await computer("road-5");
+    const mac = await computer("e2e-5");
     const phone = await paired(mac, "Ana’s phone");
     await sees(phone, { relay: { kind: "connected" } });
-    mac.say(JSON.stringify({ type: "phone.unpair", issuedAt: "2026-03-01T12:34:56Z" }));
+    mac.send(JSON.stringify({ type: "phone.unpair", issuedAt: "2026-03-01T12:34:56Z" }));
     await sees(phone, { relay: { kind: "revoked" } });
     const later = await paired(mac, "Bo’s phone");
     await sees(later, { relay: { kind: "revoked" } });
   });
 
   it("a phone that was removed knows it", async () => {
-    const mac = await computer("road-6");
+    const mac = await computer("e2e-6");
     const deviceIDs: string[] = [];
     const { openSocket, ...rest } = nodeEnvironment("Ana’s phone");
     const phone = createPhone({
@@ -248,15 +248,15 @@ describe.skipIf(!program)("With the real relay", () => {
       },
     });
     phones.push(phone);
-    await vi.waitFor(() => expect(phone.state.value.phase).toBe("ready"), patience);
+    await vi.waitFor(() => expect(phone.state.value.phase).toBe("ready"), waitOptions);
     const reading = phone.actions.readPairing(mac.pairingText());
     if (reading.kind === "offer") await phone.actions.pair(reading.offer, "mac");
     await sees(phone, { relay: { kind: "connected" } });
-    mac.say(
+    mac.send(
       JSON.stringify({ type: "phone.unpair", deviceID: deviceIDs[0], issuedAt: "2026-03-01T12:34:56Z" }),
     );
     await sees(phone, { relay: { kind: "removed" } });
-    phone.actions.connectNow("road-6");
+    phone.actions.connectNow("e2e-6");
     await sees(phone, { relay: { kind: "connecting" } });
     await sees(phone, { relay: { kind: "removed" } });
   });
@@ -275,47 +275,55 @@ describe.skipIf(!program)("With the real relay", () => {
       let output = "";
       child.stdout.on("data", (data) => (output += String(data)));
       const status = new Promise<number | null>((resolve) => child.once("exit", resolve));
-      const says = (text: string) => vi.waitFor(() => expect(output).toContain(text), patience);
-      return { child, status, says };
+      const waitForOutput = (text: string) => vi.waitFor(() => expect(output).toContain(text), waitOptions);
+      return { child, status, waitForOutput };
     }
 
     it("answers by itself from a file, and ends with what came of it", async () => {
-      const mac = await computer("road-7");
-      mac.say(await mac.snapshot([sampleApproval(1)]));
+      const mac = await computer("e2e-7");
+      mac.send(await mac.snapshot([sampleApproval(1)]));
       const file = join(folder, "code.json");
       writeFileSync(file, mac.pairingText());
-      const { status, says } = terminal("--pairing", file, "--answer", "Allow", "--once", "--name", "Script");
+      const { status, waitForOutput } = terminal(
+        "--pairing",
+        file,
+        "--answer",
+        "Allow",
+        "--once",
+        "--name",
+        "Script",
+      );
       const request = await asked(mac, 1);
-      mac.say(
+      mac.send(
         await mac.result(request.decisionID, { approvalID: one, buttonLabel: "Allow", status: "accepted" }),
       );
       expect(await status).toBe(0);
-      await says("Done: “Allow” was pressed");
+      await waitForOutput("Done: “Allow” was pressed");
     });
 
     it("takes the code and numbers from its input", async () => {
-      const mac = await computer("road-8");
-      mac.say(await mac.snapshot([sampleApproval(1)]));
-      const { child, status, says } = terminal("--once");
+      const mac = await computer("e2e-8");
+      mac.send(await mac.snapshot([sampleApproval(1)]));
+      const { child, status, waitForOutput } = terminal("--once");
       child.stdin.write(`${mac.pairingText()}\n`);
-      await says("2  “Allow” (recommended)");
+      await waitForOutput("2  “Allow” (recommended)");
       child.stdin.write("2\n");
-      await says("type yes:");
+      await waitForOutput("type yes:");
       child.stdin.write("yes\n");
       const request = await asked(mac, 1);
-      mac.say(
+      mac.send(
         await mac.result(request.decisionID, { approvalID: one, buttonLabel: "Allow", status: "not_found" }),
       );
       expect(await status).toBe(3);
     });
 
     it("ends when its time is over, and when its pairing is not known", async () => {
-      const mac = await computer("road-9");
+      const mac = await computer("e2e-9");
       const late = terminal("--timeout", "1", "--once");
       late.child.stdin.end(mac.pairingText());
       expect(await late.status).toBe(4);
       const unknown = terminal();
-      unknown.child.stdin.end(new FakeComputer(webcrypto, "road-10", relay.url).pairingText());
+      unknown.child.stdin.end(new FakeComputer(webcrypto, "e2e-10", relay.url).pairingText());
       expect(await unknown.status).toBe(5);
     });
   });

@@ -5,11 +5,11 @@ import type { FakeSocket } from "./testing";
 
 let world: PhoneWorld;
 let connection: RelayConnection;
-let heard: string[];
+let events: string[];
 
 beforeEach(() => {
   world = new PhoneWorld();
-  heard = [];
+  events = [];
   connection = new RelayConnection(
     {
       backendURL: "https://relay.example:8443",
@@ -20,10 +20,10 @@ beforeEach(() => {
     },
     world.environment(),
     {
-      stateChanged: () => heard.push(connection.state.kind),
-      connected: () => heard.push("(connected)"),
-      disconnected: () => heard.push("(disconnected)"),
-      message: (text) => heard.push(text),
+      stateChanged: () => events.push(connection.state.kind),
+      connected: () => events.push("(connected)"),
+      disconnected: () => events.push("(disconnected)"),
+      message: (text) => events.push(text),
     },
   );
 });
@@ -55,11 +55,11 @@ describe("The way to the relay", () => {
     expect(url.href).not.toContain("ttt");
   });
 
-  it("is connecting until the relay takes it, and hears texts only", () => {
+  it("is connecting until the relay takes it, and passes on texts only", () => {
     const socket = connected();
-    socket.say({ type: "anything" });
-    socket.sayRaw(new ArrayBuffer(3));
-    expect(heard).toEqual(["connecting", "connected", "(connected)", '{"type":"anything"}']);
+    socket.deliver({ type: "anything" });
+    socket.deliverRaw(new ArrayBuffer(3));
+    expect(events).toEqual(["connecting", "connected", "(connected)", '{"type":"anything"}']);
   });
 
   it("sends nothing before it is open or after it is closed", () => {
@@ -74,7 +74,7 @@ describe("The way to the relay", () => {
   });
 
   it("waits 1 s, then twice as long each time, and never more than 30 s", async () => {
-    world.network.answer = 200;
+    world.network.responseStatus = 200;
     connection.start();
     for (const [index, wait] of [1, 2, 4, 8, 16, 30, 30].entries()) {
       expect(attempts()).toBe(index + 1);
@@ -123,9 +123,9 @@ describe("The way to the relay", () => {
   ])("rests after the close code %i, until a person asks", async (code, kind) => {
     connected().end(code);
     expect(connection.state.kind).toBe(kind);
-    world.surroundings.beSeen();
-    world.surroundings.goOffline();
-    world.surroundings.goOnline();
+    world.deviceStatus.becomeVisible();
+    world.deviceStatus.goOffline();
+    world.deviceStatus.goOnline();
     await world.time.advance(3_600_000);
     expect(attempts()).toBe(1);
     expect(connection.state.kind).toBe(kind);
@@ -138,12 +138,12 @@ describe("The way to the relay", () => {
     [403, "removed"],
     [410, "revoked"],
   ])("learns from the answer %i why it was refused", async (status, kind) => {
-    world.network.answer = status;
+    world.network.responseStatus = status;
     connection.start();
     world.network.socket().end();
     await world.time.settle();
     expect(connection.state.kind).toBe(kind);
-    expect(world.network.questions).toEqual([
+    expect(world.network.requests).toEqual([
       { url: "https://relay.example:8443/api/pairings/mac-1?deviceID=DEVICE-1", bearer: "t".repeat(64) },
     ]);
     await world.time.advance(3_600_000);
@@ -153,7 +153,7 @@ describe("The way to the relay", () => {
   it.each([200, 400, 429, 503, "unreachable" as const])(
     "goes on trying after the answer %s",
     async (answer) => {
-      world.network.answer = answer;
+      world.network.responseStatus = answer;
       connection.start();
       world.network.socket().end();
       await world.time.settle();
@@ -185,7 +185,7 @@ describe("The way to the relay", () => {
 
   it("does not ask why a connection ended that had been open", () => {
     connected().end(1006);
-    expect(world.network.questions).toEqual([]);
+    expect(world.network.requests).toEqual([]);
   });
 
   it("gives up a handshake after 15 s", async () => {
@@ -198,42 +198,42 @@ describe("The way to the relay", () => {
     expect(connection.state.kind).toBe("waiting");
   });
 
-  it("takes 50 s of silence for the end, and connects anew at once", async () => {
+  it("takes 50 s of silence for the end, and connects anew immediately", async () => {
     const socket = connected();
     await world.time.advance(30_000);
-    socket.say("a sign of life");
+    socket.deliver("a sign of life");
     await world.time.advance(49_999);
     expect(attempts()).toBe(1);
     await world.time.advance(1);
     expect(attempts()).toBe(2);
     expect(socket.state).toBe("closed");
-    expect(heard.slice(-2)).toEqual(["(disconnected)", "connecting"]);
+    expect(events.slice(-2)).toEqual(["(disconnected)", "connecting"]);
   });
 
-  it("connects anew when the page is seen again after 25 s of silence, not sooner", async () => {
+  it("connects anew when the page is visible again after 25 s of silence, not sooner", async () => {
     connected();
     await world.time.advance(24_999);
-    world.surroundings.beSeen();
+    world.deviceStatus.becomeVisible();
     expect(attempts()).toBe(1);
     world.time.set(world.time.now() + 1);
-    world.surroundings.beSeen();
+    world.deviceStatus.becomeVisible();
     expect(attempts()).toBe(2);
   });
 
-  it("does not wait any longer once the page is seen, or there is a network again", async () => {
+  it("does not wait any longer once the page is visible, or there is a network again", async () => {
     connected().end();
-    world.surroundings.beSeen();
+    world.deviceStatus.becomeVisible();
     expect(attempts()).toBe(2);
-    world.surroundings.goOffline();
+    world.deviceStatus.goOffline();
     expect(connection.state.kind).toBe("offline");
     await world.time.advance(3_600_000);
     expect(attempts()).toBe(2);
-    world.surroundings.goOnline();
+    world.deviceStatus.goOnline();
     expect(attempts()).toBe(3);
   });
 
   it("tries nothing without a network", () => {
-    world.surroundings.goOffline();
+    world.deviceStatus.goOffline();
     connection.start();
     expect(connection.state.kind).toBe("offline");
     expect(attempts()).toBe(0);
@@ -243,10 +243,10 @@ describe("The way to the relay", () => {
     const old = connected();
     await world.time.advance(50_000);
     world.network.socket().open();
-    heard.length = 0;
-    old.say("from the past");
+    events.length = 0;
+    old.deliver("from the past");
     old.end(4002);
-    expect(heard).toEqual([]);
+    expect(events).toEqual([]);
     expect(connection.state.kind).toBe("connected");
   });
 
@@ -263,16 +263,16 @@ describe("The way to the relay", () => {
     expect(attempts()).toBe(0);
   });
 
-  it("hears and tries nothing any more once it is stopped", async () => {
+  it("reports and tries nothing any more once it is stopped", async () => {
     const socket = connected();
     connection.stop();
-    heard.length = 0;
-    socket.say("late");
+    events.length = 0;
+    socket.deliver("late");
     socket.end();
-    world.surroundings.beSeen();
+    world.deviceStatus.becomeVisible();
     connection.connectNow();
     await world.time.advance(3_600_000);
-    expect(heard).toEqual([]);
+    expect(events).toEqual([]);
     expect(attempts()).toBe(1);
   });
 

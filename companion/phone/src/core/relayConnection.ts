@@ -1,22 +1,22 @@
-// The way to the relay, for one pairing: keeps a WebSocket open for as long as that makes sense, and says what is known.
+// The way to the relay, for one pairing: keeps a WebSocket open for as long as that makes sense, and reports its state.
 //
 // connecting -> connected -> waiting -> connecting ...; offline while there is no network. Until a person asks again it
 // rests in takenOver, revoked, removed and refused. A phone's system kills sockets in the background without a word, so
-// silence is checked whenever the page is seen again, and by a watchdog.
+// silence is checked whenever the page is visible again, and by a watchdog.
 
 import type { Environment, Socket } from "./environment";
 import type { RelayConnection as State } from "./model";
 
-/** The relay is heard every 20 s. */
+/** The relay sends something every 20 s. */
 const longestSilence = 50_000;
-/** Silence after which a connection is not believed when the page is seen again. */
+/** Silence after which a connection is not believed when the page is visible again. */
 const suspiciousSilence = 25_000;
 const handshakeLimit = 15_000;
-const firstWait = 1_000;
-const longestWait = 30_000;
+const firstDelay = 1_000;
+const longestDelay = 30_000;
 /** A connection that held for as long was a good one: the next wait is the first again. */
 const steadyAfter = 30_000;
-/** The relay said that it is stopping. */
+/** The relay announced that it is stopping. */
 const shortestRestartWait = 2_000;
 const longestRestartWait = 5_000;
 
@@ -65,9 +65,9 @@ export class RelayConnection {
   private sockets = 0;
   private openings = 0;
   private openedAt = 0;
-  private heardAt = 0;
+  private lastReceivedAt = 0;
   private cancelTimer: () => void = () => {};
-  private endSurroundings: () => void = () => {};
+  private endDeviceStatus: () => void = () => {};
 
   constructor(
     private readonly details: RelayDetails,
@@ -79,15 +79,15 @@ export class RelayConnection {
   start(rest?: "revoked" | "removed"): void {
     if (this.isRunning) return;
     this.isRunning = true;
-    this.endSurroundings = this.environment.surroundings.onChange((what) => this.surroundingsChanged(what));
+    this.endDeviceStatus = this.environment.deviceStatus.onChange((what) => this.deviceStatusChanged(what));
     if (rest) this.enter({ kind: rest });
     else this.attempt();
   }
 
-  /** For good. The listener hears nothing any more. */
+  /** For good. The listener is not called any more. */
   stop(): void {
     this.isRunning = false;
-    this.endSurroundings();
+    this.endDeviceStatus();
     this.drop();
   }
 
@@ -98,7 +98,7 @@ export class RelayConnection {
     this.attempt();
   }
 
-  /** Anew, since what the relay was told at joining has changed. */
+  /** Anew, since what the relay was sent at joining has changed. */
   reconnect(): void {
     if (this.isRunning && !finalStates.has(this.state.kind)) this.attempt();
   }
@@ -116,21 +116,21 @@ export class RelayConnection {
 
   private attempt(): void {
     this.drop();
-    if (!this.environment.surroundings.isOnline()) {
+    if (!this.environment.deviceStatus.isOnline()) {
       this.enter({ kind: "offline" });
       return;
     }
     this.enter({ kind: "connecting" });
     this.sockets += 1;
     const number = this.sockets;
-    // What an older socket still has to say is not heard any more.
+    // What an older socket still delivers is ignored.
     const ifCurrent = (action: () => void) => {
       if (this.sockets === number) action();
     };
     try {
       this.socket = this.environment.openSocket(this.url(), protocolsFor(this.details.token), {
         opened: () => ifCurrent(() => this.opened()),
-        received: (data) => ifCurrent(() => this.heard(data)),
+        received: (data) => ifCurrent(() => this.received(data)),
         closed: (code) => ifCurrent(() => this.closed(code)),
       });
     } catch {
@@ -155,20 +155,20 @@ export class RelayConnection {
   private opened(): void {
     this.isOpen = true;
     this.openings += 1;
-    this.openedAt = this.heardAt = this.environment.now();
+    this.openedAt = this.lastReceivedAt = this.environment.now();
     this.watch();
     this.enter({ kind: "connected" });
     this.listener.connected();
   }
 
-  private heard(data: unknown): void {
-    this.heardAt = this.environment.now();
-    // Messages are texts; a relay that sends anything else is heard, and not understood.
+  private received(data: unknown): void {
+    this.lastReceivedAt = this.environment.now();
+    // Messages are texts; a relay that sends anything else keeps the connection alive, and is ignored.
     if (typeof data === "string") this.listener.message(data);
   }
 
   private watch(): void {
-    const left = this.heardAt + longestSilence - this.environment.now();
+    const left = this.lastReceivedAt + longestSilence - this.environment.now();
     this.timer(Math.min(Math.max(left, 0), longestSilence), () => {
       if (this.silence() >= longestSilence) this.attempt();
       else this.watch();
@@ -177,7 +177,7 @@ export class RelayConnection {
 
   /** A clock that was set back makes no silence. */
   private silence(): number {
-    return this.environment.now() - this.heardAt;
+    return this.environment.now() - this.lastReceivedAt;
   }
 
   private closed(code: number): void {
@@ -187,7 +187,7 @@ export class RelayConnection {
     if (wasSteady) this.failures = 0;
     const end = statesOfCloseCodes.get(code);
     if (end) this.enter(end);
-    else if (!wasOpen) this.askWhy();
+    else if (!wasOpen) this.findOutWhy();
     else if (code === restarting) this.waitForRestart();
     else this.waitForNextAttempt();
   }
@@ -197,13 +197,13 @@ export class RelayConnection {
     this.waitForNextAttempt();
   }
 
-  /** A browser does not say with which status a WebSocket was refused. */
-  private askWhy(): void {
+  /** A browser does not expose with which status a WebSocket was refused. */
+  private findOutWhy(): void {
     this.waitForNextAttempt();
     const asked = this.openings;
     const { backendURL, pairingID, token, deviceID } = this.details;
     const place = `${backendURL}/api/pairings/${encodeURIComponent(pairingID)}`;
-    this.environment.ask(`${place}?deviceID=${encodeURIComponent(deviceID)}`, token).then(
+    this.environment.httpGet(`${place}?deviceID=${encodeURIComponent(deviceID)}`, token).then(
       (answer) => {
         const end = statesOfAnswers.get(answer.status);
         // Meanwhile something newer may have been learnt; a further attempt under way is nothing that was learnt.
@@ -223,13 +223,13 @@ export class RelayConnection {
   }
 
   private waitForNextAttempt(): void {
-    const whole = Math.min(firstWait * 2 ** Math.min(this.failures, 10), longestWait);
+    const whole = Math.min(firstDelay * 2 ** Math.min(this.failures, 10), longestDelay);
     this.failures += 1;
     this.waitFor(whole * (1 - this.environment.random() / 2));
   }
 
   private waitFor(milliseconds: number): void {
-    if (!this.environment.surroundings.isOnline()) {
+    if (!this.environment.deviceStatus.isOnline()) {
       this.enter({ kind: "offline" });
       return;
     }
@@ -237,7 +237,7 @@ export class RelayConnection {
     this.enter({ kind: "waiting", nextAttemptAt: this.environment.now() + milliseconds });
   }
 
-  private surroundingsChanged(what: "online" | "offline" | "seen"): void {
+  private deviceStatusChanged(what: "online" | "offline" | "visible"): void {
     if (!this.isRunning || finalStates.has(this.state.kind)) return;
     if (what === "offline") {
       this.drop();
@@ -253,7 +253,7 @@ export class RelayConnection {
     this.cancelTimer = this.environment.after(milliseconds, action);
   }
 
-  /** The socket is not heard any more. */
+  /** What the socket still delivers is ignored. */
   private drop(): void {
     this.cancelTimer();
     const { socket, isOpen } = this;

@@ -3,7 +3,7 @@ import { webcrypto } from "node:crypto";
 import { describe, expect, it } from "vitest";
 import { base64Bytes, base64Text } from "./base64";
 import { keyFrom, newStorageKey, open, seal, SealingError } from "./sealing";
-import { SeenBoxes } from "./seenBoxes";
+import { UsedNonces } from "./usedNonces";
 
 interface KeptBox {
   readonly secret: string;
@@ -119,15 +119,15 @@ describe("Base64", () => {
   );
 });
 
-describe("Boxes that were seen", () => {
+describe("Nonces that were used", () => {
   it("are known again, the newest 512 of them", () => {
-    const seen = new SeenBoxes(["old"]);
-    expect(seen.add("old")).toBe(false);
-    expect(seen.add("new")).toBe(true);
-    expect(seen.add("new")).toBe(false);
-    for (let index = 0; index < 511; index += 1) seen.add(`further ${index}`);
-    expect(seen.all()).toHaveLength(512);
-    expect(seen.add("new")).toBe(false);
-    expect(seen.add("old")).toBe(true);
+    const nonces = new UsedNonces(["old"]);
+    expect(nonces.add("old")).toBe(false);
+    expect(nonces.add("new")).toBe(true);
+    expect(nonces.add("new")).toBe(false);
+    for (let index = 0; index < 511; index += 1) nonces.add(`further ${index}`);
+    expect(nonces.all()).toHaveLength(512);
+    expect(nonces.add("new")).toBe(false);
+    expect(nonces.add("old")).toBe(true);
   });
 });

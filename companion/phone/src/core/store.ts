@@ -1,7 +1,7 @@
 // What a phone keeps between two visits: per pairing its keys and its notes. An interface, with a binding for browsers in
 // `indexedDBStore.ts` and one that forgets in `memoryStore.ts`.
 
-import type { DecisionRecord } from "./decisionBook";
+import type { DecisionRecord } from "./decisionLog";
 import type { SuppressionCommand } from "./messages";
 import type { Instant, Outcome, Suppression } from "./model";
 
@@ -14,7 +14,7 @@ export interface PairingKeys {
   readonly pairedAt: Instant;
   /** Opens and seals what travels. Not extractable. */
   readonly key: CryptoKey;
-  /** The relay's bearer. It has to be sent as text, so it cannot be a key that nobody reads. */
+  /** The relay's bearer. It has to be sent as text, so it cannot be a non-extractable key. */
   readonly token: string;
 }
 
@@ -23,7 +23,7 @@ export interface StoredOutcome extends Outcome {
   readonly approvalID: string;
 }
 
-/** What the computer is to be told about a kind of prompt, until the relay has handed it over. */
+/** What is to be sent to the computer about a kind of prompt, until the relay has handed it over. */
 export interface PendingSuppression extends SuppressionCommand {
   readonly decisionID: string;
 }

@@ -8,6 +8,6 @@ export {
   sampleResult,
   type PhoneMessage,
 } from "./testing/fakeComputer";
-export { FakeNetwork, FakeSocket, FakeSurroundings } from "./testing/fakeNetwork";
+export { FakeNetwork, FakeSocket, FakeDeviceStatus } from "./testing/fakeNetwork";
 export { PhoneWorld } from "./testing/phoneWorld";
 export { countedCrypto, VirtualTime } from "./testing/virtualTime";

@@ -1,4 +1,4 @@
-// Texts of other programs, made safe to look at: what has no shape of its own, or changes the order or the look of what
+// Texts of other programs, made safe to show: what has no shape of its own, or changes the order or the look of what
 // stands around it, is written out.
 
 // Control and format characters (bidirectional ones and joiners among them), halves of pairs, line and paragraph

@@ -1,15 +1,15 @@
-// The surroundings that Node gives, version 18 and newer.
+// The environment that Node gives, version 18 and newer.
 
 import { webcrypto } from "node:crypto";
 import { request as plainRequest } from "node:http";
 import { request as secureRequest } from "node:https";
 import { hostname } from "node:os";
 import { WebSocket } from "ws";
-import type { Answer, CryptoTools, Environment, Socket, SocketListener } from "../core/environment";
+import type { HttpResponse, CryptoTools, Environment, Socket, SocketListener } from "../core/environment";
 import { MemoryStore } from "../core/memoryStore";
 import { longestMessage } from "../core/messages";
 
-const askingLimit = 10_000;
+const requestTimeout = 10_000;
 
 export function nodeEnvironment(name: string | undefined): Environment {
   return {
@@ -21,10 +21,10 @@ export function nodeEnvironment(name: string | undefined): Environment {
     random: () => Math.random(),
     crypto: nodeCrypto(),
     openSocket: openWebSocket,
-    ask: askRelay,
+    httpGet,
     // One visit, one pairing: nothing is left behind on this machine.
     store: new MemoryStore(),
-    surroundings: { isOnline: () => true, onChange: () => () => {} },
+    deviceStatus: { isOnline: () => true, onChange: () => () => {} },
     deviceName: name ?? `Terminal on ${hostname()}`,
     platform: "Terminal",
   };
@@ -55,10 +55,10 @@ function sendOn(socket: WebSocket, text: string): void {
 }
 
 /** Not by `fetch`, which warns of itself on the oldest Node that this is for. */
-function askRelay(url: string, bearer: string): Promise<Answer> {
+function httpGet(url: string, bearer: string): Promise<HttpResponse> {
   return new Promise((resolve, reject) => {
     const request = url.startsWith("https:") ? secureRequest : plainRequest;
-    const asked = request(url, { headers: { authorization: `Bearer ${bearer}` }, timeout: askingLimit });
+    const asked = request(url, { headers: { authorization: `Bearer ${bearer}` }, timeout: requestTimeout });
     asked.on("response", (answer) => {
       answer.resume();
       resolve({ status: answer.statusCode ?? 0 });

@@ -1,4 +1,4 @@
-// What the terminal phone is told on its command line.
+// The command line of the terminal phone.
 
 export interface Options {
   /** "-": standard input. */

@@ -112,7 +112,7 @@ describe("A prompt in a terminal", () => {
 });
 
 describe("A number", () => {
-  it("of a dismissal presses it at once", async () => {
+  it("of a dismissal presses it immediately", async () => {
     await shown([sampleApproval(1)]);
     await typed("1");
     expect((await world.lastSent(mac)).command).toEqual({ approvalID: one, buttonLabel: "Cancel" });
@@ -224,13 +224,13 @@ describe("An answer given beforehand", () => {
   });
 });
 
-describe("What the terminal says of the way", () => {
+describe("What the terminal prints of the connection", () => {
   it("is each change of the relay and the computer, once", async () => {
     await shown([]);
-    world.network.socket("mac").say({ type: "mac.status", macConnected: false });
-    world.network.socket("mac").say({ type: "mac.status", macConnected: false });
+    world.network.socket("mac").deliver({ type: "mac.status", macConnected: false });
+    world.network.socket("mac").deliver({ type: "mac.status", macConnected: false });
     await world.time.settle();
-    world.network.socket("mac").say('{"type":"mac.snapshot"}');
+    world.network.socket("mac").deliver('{"type":"mac.snapshot"}');
     await world.time.settle();
     world.network.socket("mac").end();
     expect(printed.slice(-4)).toEqual([

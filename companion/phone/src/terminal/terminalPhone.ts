@@ -11,7 +11,7 @@ import type {
   PromptButton,
 } from "../core/model";
 import { exitStatus, type Options } from "./options";
-import { outcomeLine, promptLines, quoted, relayLine, titleOf } from "./words";
+import { outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
 
 export interface Terminal {
   print(line: string): void;
@@ -19,7 +19,7 @@ export interface Terminal {
   end(status: number): void;
 }
 
-export interface TerminalSurroundings {
+export interface TerminalDependencies {
   now(): Instant;
   readonly after: After;
 }
@@ -35,13 +35,13 @@ export class TerminalPhone {
   private readonly numbers = new Map<string, number>();
   /** A prompt as it was printed: printed anew when anything but its decision differs. */
   private readonly printed = new Map<string, string>();
-  private readonly toldOutcomes = new Map<string, string>();
+  private readonly printedOutcomes = new Map<string, string>();
   private readonly answered = new Set<string>();
   private readonly refusedAnswers = new Set<string>();
   private asking: Choice | undefined;
   private lastStatus = "";
   private isListEmpty: boolean | undefined;
-  private hasToldUnreadable = false;
+  private hasReportedUnreadable = false;
   private hasEnded = false;
   private computer: Computer | undefined;
   private readonly cancelTimeout: () => void;
@@ -50,14 +50,14 @@ export class TerminalPhone {
     private readonly pairingID: string,
     private readonly actions: PhoneActions,
     private readonly options: Options,
-    private readonly surroundings: TerminalSurroundings,
+    private readonly dependencies: TerminalDependencies,
     private readonly terminal: Terminal,
   ) {
     const { timeoutSeconds } = options;
     this.cancelTimeout =
       timeoutSeconds === undefined
         ? () => {}
-        : surroundings.after(timeoutSeconds * 1000, () => {
+        : dependencies.after(timeoutSeconds * 1000, () => {
             this.terminal.print("The time is over.");
             this.end(exitStatus.timedOut);
           });
@@ -126,10 +126,10 @@ export class TerminalPhone {
     const status = parts.join(" ");
     if (status !== this.lastStatus) this.terminal.print(status);
     this.lastStatus = status;
-    if (computer.hasUnreadableSnapshot && !this.hasToldUnreadable) {
+    if (computer.hasUnreadableSnapshot && !this.hasReportedUnreadable) {
       this.terminal.print("A list came that this phone cannot read. Pair anew if this stays so.");
     }
-    this.hasToldUnreadable = computer.hasUnreadableSnapshot;
+    this.hasReportedUnreadable = computer.hasUnreadableSnapshot;
   }
 
   private showList(computer: Computer): void {
@@ -145,15 +145,15 @@ export class TerminalPhone {
 
   private showPrompt(prompt: Prompt): void {
     const { decision: _, ...shown } = prompt;
-    const look = JSON.stringify(shown);
-    if (this.printed.get(prompt.id) === look) return;
-    this.printed.set(prompt.id, look);
+    const rendered = JSON.stringify(shown);
+    if (this.printed.get(prompt.id) === rendered) return;
+    this.printed.set(prompt.id, rendered);
     const numbers = prompt.buttons.map((button) =>
       prompt.requiresDirectAccess && button.kind !== "dismiss"
         ? undefined
         : this.number(prompt.id, button.label),
     );
-    for (const line of promptLines(prompt, numbers, this.surroundings.now())) this.terminal.print(line);
+    for (const line of promptLines(prompt, numbers, this.dependencies.now())) this.terminal.print(line);
   }
 
   private number(approvalID: string, label: string): number {
@@ -166,11 +166,11 @@ export class TerminalPhone {
   }
 
   private showOutcomes(computer: Computer): void {
-    // Newest first there; told in the order in which they came.
+    // Newest first there; printed in the order in which they came.
     for (const outcome of [...computer.outcomes].reverse()) {
       const line = outcomeLine(outcome);
-      if (this.toldOutcomes.get(outcome.key) === line) continue;
-      this.toldOutcomes.set(outcome.key, line);
+      if (this.printedOutcomes.get(outcome.key) === line) continue;
+      this.printedOutcomes.set(outcome.key, line);
       this.terminal.print(line);
     }
   }

@@ -108,7 +108,7 @@ describe("pairing", () => {
     expect(actions.renameDevice).not.toHaveBeenCalled();
   });
 
-  it("tells why it did not work, and can be tried again", async () => {
+  it("says why it did not work, and can be tried again", async () => {
     const actions = actionsWith();
     actions.pair.mockRejectedValueOnce(new Error("The phone has no room for keys."));
     show(phone(), actions);

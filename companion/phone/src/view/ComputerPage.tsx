@@ -11,7 +11,7 @@ import { Symbol } from "./parts/Symbol";
 import type { SymbolName } from "./parts/Symbol";
 import { goTo, routeHash } from "./routes";
 import type { Route } from "./routes";
-import { longAge, standing, titleOf } from "./words";
+import { longAge, connectionText, titleOf } from "./texts";
 
 interface ComputerPageProps {
   readonly computer: Computer;
@@ -19,7 +19,7 @@ interface ComputerPageProps {
   readonly now: Instant;
 }
 
-function relayWords(computer: Computer): string {
+function relayText(computer: Computer): string {
   switch (computer.relay.kind) {
     case "connected":
       return "Connected";
@@ -40,7 +40,7 @@ function relayWords(computer: Computer): string {
   }
 }
 
-function computerWords(computer: Computer): string {
+function computerText(computer: Computer): string {
   if (computer.relay.kind !== "connected" || computer.isComputerConnected === undefined) return "Not known";
   return computer.isComputerConnected ? "Connected" : "Not connected";
 }
@@ -127,7 +127,7 @@ export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX
   const { pairingID } = computer;
   return (
     <PageFrame title={computer.name} back={{ page: "home" }} backTitle="Prompts">
-      <p class={`pill is-${standing(computer, now).tone}`}>{standing(computer, now).text}</p>
+      <p class={`pill is-${connectionText(computer, now).tone}`}>{connectionText(computer, now).text}</p>
       <Notices computer={computer} actions={actions} now={now} />
       <NameField
         label="Name"
@@ -135,10 +135,10 @@ export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX
         onSave={(name) => actions.renameComputer(pairingID, name)}
       />
       <dl class="card facts">
-        <Fact name="Relay">{relayWords(computer)}</Fact>
-        <Fact name="Computer">{computerWords(computer)}</Fact>
+        <Fact name="Relay">{relayText(computer)}</Fact>
+        <Fact name="Computer">{computerText(computer)}</Fact>
         <Fact name="Last heard of">
-          {computer.heardAt === undefined ? "Never" : longAge(computer.heardAt, now)}
+          {computer.lastReceivedAt === undefined ? "Never" : longAge(computer.lastReceivedAt, now)}
         </Fact>
         <Fact name="Paired">{longAge(computer.pairedAt, now)}</Fact>
       </dl>

@@ -10,7 +10,7 @@ import { routeHash } from "./routes";
 import { arrange } from "./steadyList";
 import type { Slot } from "./steadyList";
 import { isTouched, noteMoved } from "./touch";
-import { isReachable, isUpToDate, standing } from "./words";
+import { isReachable, isUpToDate, connectionText } from "./texts";
 
 const kOutcomesShown = 3;
 
@@ -44,7 +44,7 @@ function useNoteMoves(list: { readonly current: HTMLElement | null }): void {
 }
 
 function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Element {
-  const { tone, text } = standing(computer, now);
+  const { tone, text } = connectionText(computer, now);
   return (
     <a class="computer-head" href={routeHash({ page: "computer", pairingID: computer.pairingID })}>
       <span class={`tile is-${tone}`}>
@@ -54,7 +54,7 @@ function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Elem
         <span class="computer-name" role="heading" aria-level={2}>
           {computer.name}
         </span>
-        <span class="computer-standing">
+        <span class="computer-status">
           <span class={`dot is-${tone}`} aria-hidden="true" />
           {text}
         </span>

@@ -4,7 +4,7 @@ import type { Instant, PhoneActions, PhoneState } from "../core/model";
 import { ComputerSection } from "./ComputerSection";
 import { Mark, Symbol } from "./parts/Symbol";
 import { routeHash } from "./routes";
-import { headline, isUpToDate } from "./words";
+import { headline, isUpToDate } from "./texts";
 
 interface HomeProps {
   readonly state: PhoneState;

@@ -4,8 +4,8 @@ import type { Computer, Instant, PhoneActions } from "../core/model";
 import { Symbol } from "./parts/Symbol";
 import type { SymbolName } from "./parts/Symbol";
 import { goTo } from "./routes";
-import { notices } from "./words";
-import type { Notice } from "./words";
+import { notices } from "./texts";
+import type { Notice } from "./texts";
 
 function symbolOf(notice: Notice, computer: Computer): SymbolName {
   if (notice.action === "useHere") return "tabs";

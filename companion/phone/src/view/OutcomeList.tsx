@@ -4,17 +4,17 @@ import type { Instant, Outcome } from "../core/model";
 import { visibleText } from "../core/visibleText";
 import { Symbol } from "./parts/Symbol";
 import type { SymbolName } from "./parts/Symbol";
-import { longAge, outcomeWords, shortAge, titleOf } from "./words";
+import { longAge, outcomeText, shortAge, titleOf } from "./texts";
 
 function symbolOf(outcome: Outcome): SymbolName {
   if (outcome.status === "suppressed") return "muted";
-  const tone = outcomeWords(outcome).tone;
+  const tone = outcomeText(outcome).tone;
   if (tone === "good") return "check";
   return tone === "warn" ? "warning" : "clock";
 }
 
 function Row({ outcome, now }: { outcome: Outcome; now: Instant }): JSX.Element {
-  const words = outcomeWords(outcome);
+  const words = outcomeText(outcome);
   return (
     <li class="list-row">
       <span class={`tile is-small is-${words.tone}`}>

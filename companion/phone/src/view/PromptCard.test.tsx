@@ -184,7 +184,7 @@ describe("a decision on a prompt", () => {
     ["sending", "Sending “Allow”…"],
     ["delivered", "“Allow” is with Studio Mac…"],
     ["accepted", "“Allow” pressed, the prompt is gone."],
-  ])("that is %s is told in its place, and leaves nothing to press", (scene, words) => {
+  ])("that is %s is shown in its place, and leaves nothing to press", (scene, words) => {
     render(card(ofScene(scene)));
     expect(screen.getByRole("status").textContent).toBe(words);
     expect(pressable()).toEqual([]);
@@ -193,7 +193,7 @@ describe("a decision on a prompt", () => {
   it.each([
     ["failed", "“Allow” did not work. The prompt is still there."],
     ["unanswered", /It is not known whether it was pressed/],
-  ])("that %s is told in its place, and may be made again", (scene, words) => {
+  ])("that %s is shown in its place, and may be made again", (scene, words) => {
     render(card(ofScene(scene)));
     expect(screen.getByText(words)).toBeTruthy();
     expect(pressable()).toEqual(["Don’t Allow", "Allow"]);

@@ -8,16 +8,16 @@ import { Symbol } from "./parts/Symbol";
 import { TapButton } from "./parts/TapButton";
 import type { Slot } from "./steadyList";
 import {
-  decisionWords,
+  decisionText,
   isReachable,
   longAge,
   mayDecide,
-  outcomeWords,
+  outcomeText,
   quoted,
   shortAge,
   titleOf,
-} from "./words";
-import type { Tone } from "./words";
+} from "./texts";
+import type { Tone } from "./texts";
 
 // A prompt may bring hundreds of lines. What does not fit at a glance is unfolded by the person.
 const kLinesShown = 10;
@@ -193,10 +193,10 @@ function statusLine(slot: Slot, computer: Computer, hint: string | undefined): S
   const { prompt, goneAt } = slot;
   if (goneAt === undefined) {
     if (hint !== undefined) return { tone: "quiet", text: hint };
-    return prompt.decision && decisionWords(prompt.decision, computer.name);
+    return prompt.decision && decisionText(prompt.decision, computer.name);
   }
   const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
-  return outcome ? outcomeWords(outcome) : { tone: "quiet", text: "It is gone." };
+  return outcome ? outcomeText(outcome) : { tone: "quiet", text: "It is gone." };
 }
 
 /** What became of it, or what to do: read out when it changes. */

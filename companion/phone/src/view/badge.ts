@@ -1,5 +1,5 @@
 // The count of what waits, in the title, and on the icon where the system has a place for it.
-import { pageTitle } from "./words";
+import { pageTitle } from "./texts";
 
 export function showCount(waiting: number): void {
   document.title = pageTitle(waiting);

@@ -1,4 +1,4 @@
-// The time that the views show. It ticks once a second while the page can be seen, and not at all while it cannot.
+// The time that the views show. It ticks once a second while the page is visible, and not at all while it is hidden.
 import { signal } from "@preact/signals";
 import type { ReadonlySignal } from "@preact/signals";
 import type { Instant } from "../core/model";
@@ -30,6 +30,6 @@ export function startClock(): () => void {
 }
 
 /** For pictures and tests: time stands still. */
-export function setClock(moment: Instant): void {
-  current.value = moment;
+export function setClock(instant: Instant): void {
+  current.value = instant;
 }

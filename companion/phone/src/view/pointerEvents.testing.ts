@@ -1,4 +1,4 @@
-// The tests' document knows no pointers: this is as much of them as the views look at.
+// jsdom has no pointer events: this is as much of them as the views read.
 class TestPointerEvent extends MouseEvent {
   readonly pointerId: number;
   readonly isPrimary: boolean;

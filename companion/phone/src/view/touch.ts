@@ -37,7 +37,7 @@ export function isTouched(): boolean {
 const kAfterMove = 300;
 let movedAt = -Infinity;
 
-/** To be told when prompts changed their place on the page without the person's doing. */
+/** Called when prompts changed their place on the page without the person's doing. */
 export function noteMoved(): void {
   movedAt = performance.now();
 }

@@ -1,4 +1,4 @@
-import type { Answer, Socket, SocketListener, Surroundings } from "../environment";
+import type { HttpResponse, Socket, SocketListener, DeviceStatus } from "../environment";
 
 /** The other end of one WebSocket of the phone. */
 export class FakeSocket implements Socket {
@@ -16,11 +16,11 @@ export class FakeSocket implements Socket {
     this.listener.opened();
   }
 
-  say(message: unknown): void {
+  deliver(message: unknown): void {
     this.listener.received(typeof message === "string" ? message : JSON.stringify(message));
   }
 
-  sayRaw(data: unknown): void {
+  deliverRaw(data: unknown): void {
     this.listener.received(data);
   }
 
@@ -40,12 +40,12 @@ export class FakeSocket implements Socket {
   }
 }
 
-/** Remembers every socket and every question of the phone; nothing happens by itself. */
+/** Remembers every socket and every request of the phone; nothing happens by itself. */
 export class FakeNetwork {
   readonly sockets: FakeSocket[] = [];
-  readonly questions: { readonly url: string; readonly bearer: string }[] = [];
-  /** What a question is answered; absent: it never is. */
-  answer: number | undefined | "unreachable";
+  readonly requests: { readonly url: string; readonly bearer: string }[] = [];
+  /** The status that answers a request; absent: it is never answered. */
+  responseStatus: number | undefined | "unreachable";
 
   readonly openSocket = (url: string, protocols: readonly string[], listener: SocketListener): Socket => {
     const socket = new FakeSocket(new URL(url), protocols, listener);
@@ -53,11 +53,11 @@ export class FakeNetwork {
     return socket;
   };
 
-  readonly ask = (url: string, bearer: string): Promise<Answer> => {
-    this.questions.push({ url, bearer });
-    if (this.answer === undefined) return new Promise(() => {});
-    if (this.answer === "unreachable") return Promise.reject(new Error("Unreachable."));
-    return Promise.resolve({ status: this.answer });
+  readonly httpGet = (url: string, bearer: string): Promise<HttpResponse> => {
+    this.requests.push({ url, bearer });
+    if (this.responseStatus === undefined) return new Promise(() => {});
+    if (this.responseStatus === "unreachable") return Promise.reject(new Error("Unreachable."));
+    return Promise.resolve({ status: this.responseStatus });
   };
 
   /** The newest socket of a pairing, or of any. */
@@ -70,34 +70,34 @@ export class FakeNetwork {
   }
 }
 
-export class FakeSurroundings implements Surroundings {
+export class FakeDeviceStatus implements DeviceStatus {
   private online = true;
-  private readonly listeners = new Set<(what: "online" | "offline" | "seen") => void>();
+  private readonly listeners = new Set<(what: "online" | "offline" | "visible") => void>();
 
   isOnline(): boolean {
     return this.online;
   }
 
-  onChange(listener: (what: "online" | "offline" | "seen") => void): () => void {
+  onChange(listener: (what: "online" | "offline" | "visible") => void): () => void {
     this.listeners.add(listener);
     return () => this.listeners.delete(listener);
   }
 
   goOffline(): void {
     this.online = false;
-    this.tell("offline");
+    this.notify("offline");
   }
 
   goOnline(): void {
     this.online = true;
-    this.tell("online");
+    this.notify("online");
   }
 
-  beSeen(): void {
-    this.tell("seen");
+  becomeVisible(): void {
+    this.notify("visible");
   }
 
-  private tell(what: "online" | "offline" | "seen"): void {
+  private notify(what: "online" | "offline" | "visible"): void {
     for (const listener of this.listeners) listener(what);
   }
 }

@@ -5,13 +5,13 @@ import type { Computer, Outcome, Prompt } from "../model";
 import { Phone } from "../phone";
 import type { Store } from "../store";
 import { FakeComputer, sampleID, type PhoneMessage } from "./fakeComputer";
-import { FakeNetwork, FakeSurroundings, type FakeSocket } from "./fakeNetwork";
+import { FakeNetwork, FakeDeviceStatus, type FakeSocket } from "./fakeNetwork";
 import { countedCrypto, VirtualTime } from "./virtualTime";
 
 /** A phone in a world of its own: virtual time, a network that does as it is told, a store that forgets at the end. */
 export class PhoneWorld {
   readonly network = new FakeNetwork();
-  readonly surroundings = new FakeSurroundings();
+  readonly deviceStatus = new FakeDeviceStatus();
   readonly crypto: CryptoTools;
   readonly time: VirtualTime;
   /** What `random` gives; 0 makes every wait as long as it can be. */
@@ -35,9 +35,9 @@ export class PhoneWorld {
       random: () => this.chance,
       crypto: this.crypto,
       openSocket: this.network.openSocket,
-      ask: this.network.ask,
+      httpGet: this.network.httpGet,
       store: this.store,
-      surroundings: this.surroundings,
+      deviceStatus: this.deviceStatus,
       relayOrigin: "https://relay.example",
       deviceName: "Ana’s phone",
       platform: "iOS",
@@ -79,13 +79,13 @@ export class PhoneWorld {
   async join(computer: FakeComputer, macConnected = true): Promise<FakeSocket> {
     const socket = this.network.socket(computer.pairingID);
     socket.open();
-    socket.say({ type: "mac.status", macConnected, heardSecondsAgo: 0 });
+    socket.deliver({ type: "mac.status", macConnected, heardSecondsAgo: 0 });
     await this.time.settle();
     return socket;
   }
 
   async list(computer: FakeComputer, approvals: readonly unknown[], trusted = true): Promise<void> {
-    this.network.socket(computer.pairingID).say(await computer.snapshot(approvals, trusted));
+    this.network.socket(computer.pairingID).deliver(await computer.snapshot(approvals, trusted));
     await this.time.settle();
   }
 
@@ -109,12 +109,12 @@ export class PhoneWorld {
     delivered: boolean,
     reason?: string,
   ): Promise<void> {
-    this.network.socket(computer.pairingID).say({ type: "relay.receipt", decisionID, delivered, reason });
+    this.network.socket(computer.pairingID).deliver({ type: "relay.receipt", decisionID, delivered, reason });
     await this.time.settle();
   }
 
   async result(computer: FakeComputer, decisionID: string, command: unknown, phone?: unknown): Promise<void> {
-    this.network.socket(computer.pairingID).say(await computer.result(decisionID, command, phone));
+    this.network.socket(computer.pairingID).deliver(await computer.result(decisionID, command, phone));
     await this.time.settle();
   }
 

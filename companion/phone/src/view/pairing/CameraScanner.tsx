@@ -1,10 +1,10 @@
-// Looks for the code with the camera. The camera runs only while this is up and can be seen.
+// Scans for the code with the camera. The camera runs only while this is up and visible.
 import type { JSX } from "preact";
 import { useEffect, useRef, useState } from "preact/hooks";
 import { CodeReader } from "../../codes/CodeReader";
 import { imageOf } from "../../codes/imageOf";
 
-// Frames are looked at one after another, and not more often than this. Milliseconds.
+// Frames are scanned one after another, and not more often than this. Milliseconds.
 const kBetweenFrames = 120;
 const kLargestFrame = 1000;
 // How long a word on a code that is none of ours stands.
@@ -14,11 +14,11 @@ interface CameraScannerProps {
   /** Gives back what is wrong with it, or nothing when it was taken. */
   readonly onText: (text: string) => string | undefined;
   /** There is no camera, or it may not be used. */
-  readonly onTrouble: (problem: string) => void;
+  readonly onProblem: (problem: string) => void;
   readonly onCancel: () => void;
 }
 
-function troubleWith(error: unknown): string {
+function problemWith(error: unknown): string {
   const name = error instanceof DOMException ? error.name : "";
   if (name === "NotAllowedError" || name === "SecurityError") {
     return "The camera may not be used by this page. Allow it in the browser’s settings, or use a picture or the code’s text.";
@@ -44,12 +44,12 @@ function stop(stream: MediaStream | undefined): void {
   for (const track of stream?.getTracks() ?? []) track.stop();
 }
 
-export function CameraScanner({ onText, onTrouble, onCancel }: CameraScannerProps): JSX.Element {
+export function CameraScanner({ onText, onProblem, onCancel }: CameraScannerProps): JSX.Element {
   const video = useRef<HTMLVideoElement>(null);
   const [hint, setHint] = useState<string>();
   const [isSeeing, setSeeing] = useState(false);
-  const handlers = useRef({ onText, onTrouble });
-  handlers.current = { onText, onTrouble };
+  const handlers = useRef({ onText, onProblem });
+  handlers.current = { onText, onProblem };
 
   useEffect(() => {
     const reader = new CodeReader();
@@ -60,7 +60,7 @@ export function CameraScanner({ onText, onTrouble, onCancel }: CameraScannerProp
     let timer: ReturnType<typeof setTimeout> | undefined;
     let hintTimer: ReturnType<typeof setTimeout> | undefined;
 
-    const look = async (mine: number): Promise<void> => {
+    const scan = async (mine: number): Promise<void> => {
       const element = video.current;
       if (mine !== turn || !element) return;
       if (element.videoWidth > 0) {
@@ -75,7 +75,7 @@ export function CameraScanner({ onText, onTrouble, onCancel }: CameraScannerProp
           hintTimer = setTimeout(() => setHint(undefined), kWrongCodeStands);
         }
       }
-      timer = setTimeout(() => void look(mine), kBetweenFrames);
+      timer = setTimeout(() => void scan(mine), kBetweenFrames);
     };
 
     const close = () => {
@@ -98,9 +98,9 @@ export function CameraScanner({ onText, onTrouble, onCancel }: CameraScannerProp
         video.current.srcObject = opened;
         await video.current.play();
         setSeeing(true);
-        void look(mine);
+        void scan(mine);
       } catch (error) {
-        if (!isOver && mine === turn) handlers.current.onTrouble(troubleWith(error));
+        if (!isOver && mine === turn) handlers.current.onProblem(problemWith(error));
       }
     };
 

@@ -1,4 +1,4 @@
-// A person looks at what was read, names it, and agrees.
+// A person checks what was read, names it, and agrees.
 import type { JSX } from "preact";
 import { useId, useState } from "preact/hooks";
 import type { PairingOffer, PhoneActions, PhoneState } from "../../core/model";
@@ -95,7 +95,7 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
         />
       </div>
       {problem !== undefined && (
-        <p class="trouble" role="alert">
+        <p class="problem" role="alert">
           <Symbol name="warning" />
           <span>{problem}</span>
         </p>

@@ -1,4 +1,4 @@
-// Pairing with a computer: by camera, by a picture of its code, or by the code's text; then a look at what it is, and a
+// Pairing with a computer: by camera, by a picture of its code, or by the code's text; then a check of what it is, and a
 // name. It is also the first page of a phone that has no computer yet.
 import type { JSX } from "preact";
 import { useEffect, useState } from "preact/hooks";
@@ -19,9 +19,9 @@ interface PairPageProps {
   readonly actions: PhoneActions;
 }
 
-function Trouble({ text }: { text: string | undefined }): JSX.Element {
+function Problem({ text }: { text: string | undefined }): JSX.Element {
   return (
-    <p class={text === undefined ? "trouble is-empty" : "trouble"} role="alert">
+    <p class={text === undefined ? "problem is-empty" : "problem"} role="alert">
       {text !== undefined && <Symbol name="warning" />}
       {text !== undefined && <span>{text}</span>}
     </p>
@@ -72,15 +72,15 @@ function AlreadyPaired({ name, onBack }: { name: string; onBack: () => void }): 
 }
 
 function Ways(props: {
-  trouble: string | undefined;
+  problem: string | undefined;
   onStep: (step: Step) => void;
   onText: (text: string) => void;
-  onTrouble: (text: string) => void;
+  onProblem: (text: string) => void;
 }): JSX.Element {
-  const { trouble, onStep, onText, onTrouble } = props;
+  const { problem, onStep, onText, onProblem } = props;
   return (
     <div class="ways">
-      <Trouble text={trouble} />
+      <Problem text={problem} />
       <button
         type="button"
         class="button is-primary is-wide is-tall"
@@ -89,7 +89,7 @@ function Ways(props: {
         <Symbol name="camera" />
         Scan the code
       </button>
-      <PictureButton onText={onText} onTrouble={onTrouble} />
+      <PictureButton onText={onText} onProblem={onProblem} />
       <button type="button" class="button is-wide is-tall" onClick={() => onStep({ kind: "text" })}>
         <Symbol name="text" />
         Paste the code’s text
@@ -110,18 +110,18 @@ function Introduction(): JSX.Element {
 
 export function PairPage({ state, actions }: PairPageProps): JSX.Element {
   const [step, setStep] = useState<Step>({ kind: "ways" });
-  const [trouble, setTrouble] = useState<string>();
+  const [problem, setProblem] = useState<string>();
   const isFirst = state.computers.length === 0;
 
   useEffect(() => window.scrollTo(0, 0), [step.kind]);
 
   const go = (next: Step) => {
-    setTrouble(undefined);
+    setProblem(undefined);
     setStep(next);
   };
   const back = () => go({ kind: "ways" });
   const stop = (problem: string) => {
-    setTrouble(problem);
+    setProblem(problem);
     setStep({ kind: "ways" });
   };
   const read = (text: string) => {
@@ -141,17 +141,17 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
               go({ kind: "read", reading });
               return undefined;
             }}
-            onTrouble={stop}
+            onProblem={stop}
             onCancel={back}
           />
         );
       case "text":
         return (
           <PastedText
-            trouble={trouble}
+            problem={problem}
             onText={(text) => {
               const reading = actions.readPairing(text);
-              if (reading.kind === "invalid") setTrouble(reading.problem);
+              if (reading.kind === "invalid") setProblem(reading.problem);
               else go({ kind: "read", reading });
             }}
             onCancel={back}
@@ -160,7 +160,7 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
       case "read":
         break;
       case "ways":
-        return <Ways trouble={trouble} onStep={go} onText={read} onTrouble={setTrouble} />;
+        return <Ways problem={problem} onStep={go} onText={read} onProblem={setProblem} />;
     }
     const reading = step.reading;
     if (reading.kind === "offer") {

@@ -4,12 +4,12 @@ import { useId, useState } from "preact/hooks";
 import { Symbol } from "../parts/Symbol";
 
 interface PastedTextProps {
-  readonly trouble: string | undefined;
+  readonly problem: string | undefined;
   readonly onText: (text: string) => void;
   readonly onCancel: () => void;
 }
 
-export function PastedText({ trouble, onText, onCancel }: PastedTextProps): JSX.Element {
+export function PastedText({ problem, onText, onCancel }: PastedTextProps): JSX.Element {
   const id = useId();
   const [text, setText] = useState("");
   return (
@@ -38,10 +38,10 @@ export function PastedText({ trouble, onText, onCancel }: PastedTextProps): JSX.
         On the computer, <code>quillard pair --text</code> prints it. It holds secrets: bring it here by a way
         that nobody else reads.
       </p>
-      {trouble !== undefined && (
-        <p class="trouble" role="alert">
+      {problem !== undefined && (
+        <p class="problem" role="alert">
           <Symbol name="warning" />
-          <span>{trouble}</span>
+          <span>{problem}</span>
         </p>
       )}
       <div class="row">

@@ -6,10 +6,10 @@ import { Symbol } from "../parts/Symbol";
 
 interface PictureButtonProps {
   readonly onText: (text: string) => void;
-  readonly onTrouble: (problem: string) => void;
+  readonly onProblem: (problem: string) => void;
 }
 
-export function PictureButton({ onText, onTrouble }: PictureButtonProps): JSX.Element {
+export function PictureButton({ onText, onProblem }: PictureButtonProps): JSX.Element {
   const input = useRef<HTMLInputElement>(null);
   const [isBusy, setBusy] = useState(false);
 
@@ -18,10 +18,10 @@ export function PictureButton({ onText, onTrouble }: PictureButtonProps): JSX.El
     try {
       const text = await readPicture(file);
       if (text === undefined)
-        onTrouble("No code was found in this picture. Take it closer, straight, and sharp.");
+        onProblem("No code was found in this picture. Take it closer, straight, and sharp.");
       else onText(text);
     } catch (error) {
-      onTrouble(error instanceof Error ? error.message : "This picture cannot be read.");
+      onProblem(error instanceof Error ? error.message : "This picture cannot be read.");
     } finally {
       setBusy(false);
     }

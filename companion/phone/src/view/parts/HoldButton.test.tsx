@@ -58,7 +58,7 @@ afterEach(() => {
 });
 
 describe("a button that grants, held by a finger", () => {
-  it("is pressed when it is full, not a moment before", () => {
+  it("is pressed when it is full, not earlier", () => {
     render(drawn());
     press();
     pass(kHold - 1);
@@ -210,7 +210,7 @@ describe("a button that grants, activated without a finger", () => {
   });
 });
 
-describe("the look of a button that grants", () => {
+describe("the appearance of a button that grants", () => {
   it("bears the label as its name, and how to press it as its description", () => {
     render(drawn({ label: "Allow" }));
     expect(screen.getByRole("button", { name: "Allow", description: "Hold" })).toBeTruthy();

@@ -42,7 +42,7 @@ function isInside(element: Element, event: PointerEvent): boolean {
   );
 }
 
-/** Follows one hold until it ends. `onEnd` is told once; leaving, scrolling, another finger, and the page's going end it. */
+/** Follows one hold until it ends. `onEnd` is called once; leaving, scrolling, another finger, and the page's going end it. */
 function followHold(
   button: Element,
   pointerId: number,

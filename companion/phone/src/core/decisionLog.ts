@@ -38,14 +38,14 @@ const refusedByRelay = "The relay did not pass it on. Nothing was pressed.";
 const noAnswer =
   "The computer did not answer within a minute. It is not known whether the button was pressed.";
 
-export class DecisionBook {
+export class DecisionLog {
   private readonly records = new Map<string, DecisionRecord>();
   /** Decisions on a prompt that went away since: should it come again, it is another question. */
   private readonly past = new Set<string>();
   /** How many sendings of a decision the relay has not acknowledged yet. */
   private readonly outstanding = new Map<string, number>();
 
-  /** Records of an earlier visit; those that were open may have arrived, since nobody saw what came of them. */
+  /** Records of an earlier visit; those that were open may have arrived, since their outcome was not received. */
   constructor(records: readonly DecisionRecord[], now: Instant) {
     for (const record of records) {
       // A clock that was set back since must not keep a decision open for longer than its life.
@@ -105,7 +105,7 @@ export class DecisionBook {
 
   /**
    * What was decided about it concerns it no more, should it come again; of an open decision that holds once it is
-   * settled, since the computer tells of the list without the prompt before it tells what became of the decision.
+   * settled, since the computer sends the list without the prompt before it sends what became of the decision.
    */
   promptGone(approvalID: string): void {
     for (const record of this.all()) {

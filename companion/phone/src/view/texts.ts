@@ -46,30 +46,33 @@ export function quoted(text: string): string {
   return `“${visibleText(text)}”`;
 }
 
-export function headline(waiting: number, isEverybodyHeard: boolean): string {
+export function headline(waiting: number, isEverythingUpToDate: boolean): string {
   if (waiting === 1) return "1 prompt waits";
   if (waiting > 1) return `${waiting} prompts wait`;
-  return isEverybodyHeard ? "Nothing waits" : "Not up to date";
+  return isEverythingUpToDate ? "Nothing waits" : "Not up to date";
 }
 
 export type Tone = "good" | "warn" | "quiet";
 
-export interface Standing {
+export interface ToneText {
   readonly tone: Tone;
   readonly text: string;
 }
 
 /** One line on a computer: whether what the page shows of it is true now. */
-export function standing(computer: Computer, now: Instant): Standing {
-  const { relay, heardAt } = computer;
-  const lastHeard = heardAt === undefined ? "never heard" : `heard ${ago(heardAt, now)}`;
+export function connectionText(computer: Computer, now: Instant): ToneText {
+  const { relay, lastReceivedAt } = computer;
+  const lastReceived = lastReceivedAt === undefined ? "never heard" : `heard ${ago(lastReceivedAt, now)}`;
   switch (relay.kind) {
     case "connecting":
-      return { tone: "quiet", text: heardAt === undefined ? "Connecting…" : `Connecting, ${lastHeard}` };
+      return {
+        tone: "quiet",
+        text: lastReceivedAt === undefined ? "Connecting…" : `Connecting, ${lastReceived}`,
+      };
     case "waiting":
-      return { tone: "warn", text: `No relay, ${lastHeard}` };
+      return { tone: "warn", text: `No relay, ${lastReceived}` };
     case "offline":
-      return { tone: "warn", text: `Offline, ${lastHeard}` };
+      return { tone: "warn", text: `Offline, ${lastReceived}` };
     case "takenOver":
       return { tone: "warn", text: "Open in another tab" };
     case "revoked":
@@ -80,10 +83,10 @@ export function standing(computer: Computer, now: Instant): Standing {
       break;
   }
   if (computer.isComputerConnected === undefined) return { tone: "quiet", text: "Connecting…" };
-  if (!computer.isComputerConnected) return { tone: "warn", text: `Not connected, ${lastHeard}` };
+  if (!computer.isComputerConnected) return { tone: "warn", text: `Not connected, ${lastReceived}` };
   return {
     tone: "good",
-    text: heardAt === undefined ? "Connected" : `Connected, heard ${ago(heardAt, now)}`,
+    text: lastReceivedAt === undefined ? "Connected" : `Connected, heard ${ago(lastReceivedAt, now)}`,
   };
 }
 
@@ -166,9 +169,9 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
       tone: "warn",
       title: `${computer.name} is not connected`,
       detail:
-        computer.heardAt === undefined
+        computer.lastReceivedAt === undefined
           ? "The relay has not heard of it yet. It may be switched off, asleep or without a network."
-          : `Last heard of ${longAge(computer.heardAt, now)}. It may be switched off, asleep or without a network.`,
+          : `Last heard of ${longAge(computer.lastReceivedAt, now)}. It may be switched off, asleep or without a network.`,
     });
   }
   if (computer.accessibilityTrusted === false) {
@@ -188,7 +191,7 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
   return found;
 }
 
-export interface DecisionWords {
+export interface DecisionText {
   readonly tone: Tone;
   readonly text: string;
   /** It is under way: something still moves. */
@@ -200,7 +203,7 @@ function withReason(sentence: string, reason: string | undefined): string {
 }
 
 /** What became of a decision that was made here, so far. */
-export function decisionWords(decision: Decision, computerName: string): DecisionWords {
+export function decisionText(decision: Decision, computerName: string): DecisionText {
   const label = quoted(decision.buttonLabel);
   switch (decision.status) {
     case "sending":
@@ -245,7 +248,7 @@ export function mayDecide(prompt: Prompt): boolean {
 }
 
 /** One line of the history. */
-export function outcomeWords(outcome: Outcome): Standing {
+export function outcomeText(outcome: Outcome): ToneText {
   const label = outcome.buttonLabel === undefined ? "It" : quoted(outcome.buttonLabel);
   const who = outcome.otherPhone === undefined ? "" : ` on ${visibleText(outcome.otherPhone)}`;
   switch (outcome.status) {

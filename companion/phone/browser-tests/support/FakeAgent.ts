@@ -1,4 +1,4 @@
-// A computer as the relay and the phones see it: it registers, connects, shows prompts, and answers decisions as told.
+// A computer as the relay and the phones see it: it registers, connects, shows prompts, and answers decisions as the test wants.
 import { randomUUID, webcrypto } from "node:crypto";
 import WebSocket from "ws";
 import { FakeComputer } from "../../src/core/testing";
@@ -15,7 +15,7 @@ function memberOf(value: unknown, name: string): string {
   return typeof member === "string" ? member : "";
 }
 
-export class PlayedComputer {
+export class FakeAgent {
   private readonly computer: FakeComputer;
   private socket: WebSocket | undefined;
   private readonly messages: PhoneMessage[] = [];
@@ -62,23 +62,23 @@ export class PlayedComputer {
   }
 
   async show(approvals: readonly unknown[], accessibilityTrusted = true): Promise<void> {
-    this.say(await this.computer.snapshot(approvals, accessibilityTrusted));
+    this.send(await this.computer.snapshot(approvals, accessibilityTrusted));
   }
 
   /** A list that no phone can open. */
   async showSealedOtherwise(): Promise<void> {
-    const stranger = new FakeComputer(webcrypto as unknown as Crypto, randomUUID(), this.relayURL);
-    this.say(await stranger.snapshot([]));
+    const other = new FakeComputer(webcrypto as unknown as Crypto, randomUUID(), this.relayURL);
+    this.send(await other.snapshot([]));
   }
 
   /** The next thing that a phone asks for, earlier ones first. */
-  async heard(): Promise<PhoneMessage> {
+  async nextMessage(): Promise<PhoneMessage> {
     const first = this.messages.shift();
     return first ?? new Promise((resolve) => this.waiting.push(resolve));
   }
 
   async request(): Promise<Request> {
-    const { type, decisionID, command } = await this.heard();
+    const { type, decisionID, command } = await this.nextMessage();
     if (type !== "approval.request") throw new Error(`A decision was awaited, and ${type} came.`);
     return {
       decisionID,
@@ -87,23 +87,23 @@ export class PlayedComputer {
     };
   }
 
-  /** Whether phones asked for something that nobody has looked at yet. */
-  get isAsked(): boolean {
+  /** Whether a message of a phone has not been taken by the test yet. */
+  get hasMessages(): boolean {
     return this.messages.length > 0;
   }
 
   async answer(request: Request, status: string, error?: string): Promise<void> {
     const { decisionID, approvalID, buttonLabel } = request;
-    this.say(await this.computer.result(decisionID, { approvalID, buttonLabel, status, error }));
+    this.send(await this.computer.result(decisionID, { approvalID, buttonLabel, status, error }));
   }
 
   unpair(): void {
-    this.say(
+    this.send(
       JSON.stringify({ type: "phone.unpair", issuedAt: new Date().toISOString().replace(/\.\d+/, "") }),
     );
   }
 
-  private say(text: string): void {
+  private send(text: string): void {
     this.socket?.send(text);
   }
 

@@ -3,16 +3,16 @@ import { computer, kSceneNow, prompt } from "../../gallery/scenes";
 import type { DecisionStatus, Outcome } from "../core/model";
 import {
   ago,
-  decisionWords,
+  decisionText,
   headline,
   isUpToDate,
   longAge,
   mayDecide,
   notices,
-  outcomeWords,
+  outcomeText,
   shortAge,
-  standing,
-} from "./words";
+  connectionText,
+} from "./texts";
 
 const kNow = kSceneNow;
 
@@ -58,28 +58,32 @@ describe("the headline", () => {
   });
 
   it("takes no list as not up to date", () => {
-    const { prompts: _, ...unheard } = computer();
-    expect(isUpToDate(unheard)).toBe(false);
+    const { prompts: _, ...withoutSnapshot } = computer();
+    expect(isUpToDate(withoutSnapshot)).toBe(false);
   });
 });
 
 describe("how it stands with a computer", () => {
   it.each([
     [{}, "good", "Connected, heard just now"],
-    [{ isComputerConnected: false, heardAt: kNow - 180_000 }, "warn", "Not connected, heard 3 min ago"],
+    [
+      { isComputerConnected: false, lastReceivedAt: kNow - 180_000 },
+      "warn",
+      "Not connected, heard 3 min ago",
+    ],
     [{ relay: { kind: "waiting", nextAttemptAt: kNow } }, "warn", "No relay, heard just now"],
     [{ relay: { kind: "offline" } }, "warn", "Offline, heard just now"],
     [{ relay: { kind: "takenOver" } }, "warn", "Open in another tab"],
     [{ relay: { kind: "revoked" } }, "warn", "Not paired any more"],
     [{ relay: { kind: "removed" } }, "warn", "Not paired any more"],
     [{ relay: { kind: "refused" } }, "warn", "Not paired any more"],
-  ] as const)("is told in a line: %j", (parts, tone, text) => {
-    expect(standing(computer(parts), kNow)).toEqual({ tone, text });
+  ] as const)("is one line: %j", (parts, tone, text) => {
+    expect(connectionText(computer(parts), kNow)).toEqual({ tone, text });
   });
 
   it("is no claim that it is connected while the relay has not said so", () => {
-    const { isComputerConnected: _, ...unsaid } = computer();
-    expect(standing(unsaid, kNow).tone).toBe("quiet");
+    const { isComputerConnected: _, ...withoutStatus } = computer();
+    expect(connectionText(withoutStatus, kNow).tone).toBe("quiet");
   });
 
   it("counts down to the next try of the relay", () => {
@@ -93,13 +97,13 @@ describe("how it stands with a computer", () => {
     expect(notices(computer(), kNow)).toEqual([]);
   });
 
-  it("tells everything that stands in the way at once", () => {
-    const troubled = computer({
+  it("lists every problem", () => {
+    const computerWithProblems = computer({
       isComputerConnected: false,
       accessibilityTrusted: false,
       hasUnreadableSnapshot: true,
     });
-    expect(notices(troubled, kNow).map((notice) => notice.title)).toEqual([
+    expect(notices(computerWithProblems, kNow).map((notice) => notice.title)).toEqual([
       "Studio Mac is not connected",
       "Studio Mac cannot see its windows",
       "A list came that cannot be read",
@@ -128,22 +132,22 @@ describe("what became of a decision", () => {
     ...(error === undefined ? {} : { error }),
   });
 
-  it("is said differently for each way that it can go", () => {
-    const said = kStatuses.map((status) => decisionWords(decision(status), "Studio Mac").text);
-    expect(new Set(said).size).toBe(kStatuses.length);
+  it("reads differently for each way that it can go", () => {
+    const texts = kStatuses.map((status) => decisionText(decision(status), "Studio Mac").text);
+    expect(new Set(texts).size).toBe(kStatuses.length);
   });
 
   it("is called done only when the computer says so", () => {
-    const good = kStatuses.filter((status) => decisionWords(decision(status), "Studio Mac").tone === "good");
+    const good = kStatuses.filter((status) => decisionText(decision(status), "Studio Mac").tone === "good");
     expect(good).toEqual(["accepted"]);
   });
 
   it("says that it is not known where it is not", () => {
-    expect(decisionWords(decision("unanswered"), "Studio Mac").text).toContain("not known");
+    expect(decisionText(decision("unanswered"), "Studio Mac").text).toContain("not known");
   });
 
   it("brings the reason of a failure, with what is hidden in it made visible", () => {
-    expect(decisionWords(decision("failed", "Bad\u202eluck."), "Studio Mac").text).toBe(
+    expect(decisionText(decision("failed", "Bad\u202eluck."), "Studio Mac").text).toBe(
       "“Allow” did not work. Bad⟨U+202E⟩luck.",
     );
   });
@@ -166,18 +170,18 @@ describe("the history", () => {
     ...parts,
   });
 
-  it("tells who decided", () => {
-    expect(outcomeWords(outcome({ buttonLabel: "Allow" })).text).toBe("“Allow” pressed from here");
-    expect(outcomeWords(outcome({ buttonLabel: "Allow", otherPhone: "Ben’s phone" })).text).toBe(
+  it("names who decided", () => {
+    expect(outcomeText(outcome({ buttonLabel: "Allow" })).text).toBe("“Allow” pressed from here");
+    expect(outcomeText(outcome({ buttonLabel: "Allow", otherPhone: "Ben’s phone" })).text).toBe(
       "“Allow” pressed: chosen on Ben’s phone",
     );
-    expect(outcomeWords(outcome({ status: "goneByItself" })).text).toBe(
+    expect(outcomeText(outcome({ status: "goneByItself" })).text).toBe(
       "Answered at the computer, or closed by itself",
     );
-    expect(outcomeWords(outcome({ status: "suppressed" })).text).toBe("Not shown any more");
+    expect(outcomeText(outcome({ status: "suppressed" })).text).toBe("Not shown any more");
   });
 
   it("shows the hidden characters of another phone's name", () => {
-    expect(outcomeWords(outcome({ buttonLabel: "No", otherPhone: "A\u200bB" })).text).toContain("A⟨U+200B⟩B");
+    expect(outcomeText(outcome({ buttonLabel: "No", otherPhone: "A\u200bB" })).text).toContain("A⟨U+200B⟩B");
   });
 });

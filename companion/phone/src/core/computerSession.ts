@@ -1,63 +1,55 @@
-// One paired computer as this phone knows it: its list, what was decided about it, and what became of that. Nothing is
-// shared with another computer's session but the surroundings.
+// One paired computer as this phone knows it: joins the owners of its list, decisions, suppressions, history and
+// connection, each of which has a state of its own. Sessions share nothing but the environment.
 
-import { DecisionLog, harmless, type DecisionRecord } from "./decisionLog";
+import { DecisionDelivery } from "./decisionDelivery";
+import { harmless } from "./decisionLog";
+import { trim } from "./bounded";
 import type { Environment } from "./environment";
 import {
   readMessage,
   readPrompts,
   readResultCommand,
   readSuppressionCommand,
-  requestMessage,
   suppressionMessage,
   type IncomingMessage,
   type OtherPhone,
-  type Result,
   type ReportedPrompt,
+  type Result,
 } from "./messages";
-import type { Computer, Instant, Prompt, Suppression } from "./model";
+import type { Computer, Instant, Prompt } from "./model";
+import { NotesWriter } from "./notesWriter";
+import { OutcomeHistory, type OutcomeSubject } from "./outcomeHistory";
+import { PromptList } from "./promptList";
 import { RelayConnection } from "./relayConnection";
-import { open, seal, type SealedPayload } from "./sealing";
-import { UsedNonces } from "./usedNonces";
-import type { PairingKeys, PairingNotes, PendingSuppression, StoredOutcome, StoredPairing } from "./store";
+import { SealedChannel } from "./sealedChannel";
+import type { PairingKeys, PairingNotes, PendingSuppression, StoredPairing } from "./store";
+import { SuppressionList } from "./suppressionList";
 import { newUuid } from "./uuid";
 
-const mostOutcomes = 50;
-const mostSuppressions = 500;
-/** Prompts whose names are remembered after they went away, for results that come late. */
-const mostRemembered = 200;
-/** A result that comes so long after its prompt went away still explains why it went. */
-const resultLag = 60_000;
-const otherPhone = "Another phone";
-const unknownPrompt = "A prompt that this phone has not seen";
-
-interface PromptNames {
-  readonly appName: string;
-  readonly windowTitle: string;
-}
+const mostPressedElsewhere = 200;
+const otherPhoneName = "Another phone";
+const unknownPrompt = { appName: "A prompt that this phone has not seen", windowTitle: "" } as const;
 
 export class ComputerSession {
   readonly keys: PairingKeys;
 
   private name: string;
-  private told: readonly ReportedPrompt[] | undefined;
-  private accessibilityTrusted: boolean | undefined;
-  private hasUnreadableSnapshot = false;
+  /** Being stored: not shown yet, and part of every write meanwhile. */
+  private newName: string | undefined;
   private isComputerConnected: boolean | undefined;
   private lastReceivedAt: Instant | undefined;
-  private outcomes: readonly StoredOutcome[];
-  private suppressions: readonly Suppression[];
-  private pendingSuppressions: readonly PendingSuppression[];
   private ended: PairingNotes["ended"];
 
-  private readonly book: DecisionLog;
-  private readonly seen: UsedNonces;
+  private readonly list = new PromptList();
+  private readonly history: OutcomeHistory;
+  private readonly suppressions: SuppressionList;
+  private readonly decisions: DecisionDelivery;
+  private readonly channel: SealedChannel;
+  private readonly writer: NotesWriter;
   private readonly connection: RelayConnection;
-  private readonly names = new Map<string, PromptNames>();
   /** Prompts of which another phone may have pressed a button. */
   private readonly pressedElsewhere = new Set<string>();
   private inbox: Promise<void> = Promise.resolve();
-  private cancelTimer: () => void = () => {};
   private isStopped = false;
 
   /** `changed` is called after every change of `computer()`. */
@@ -70,34 +62,45 @@ export class ComputerSession {
     const { notes, ...keys } = stored;
     this.keys = keys;
     this.name = notes.name;
-    this.outcomes = notes.outcomes;
-    this.suppressions = notes.suppressions;
-    this.pendingSuppressions = notes.pendingSuppressions;
     this.ended = notes.ended;
-    this.book = new DecisionLog(notes.decisions, environment.now());
-    this.seen = new UsedNonces(notes.seenNonces);
+    this.history = new OutcomeHistory(notes.outcomes);
+    this.suppressions = new SuppressionList(notes.suppressions, notes.pendingSuppressions);
+    this.channel = new SealedChannel(environment.crypto, keys.key, notes.usedNonces);
+    this.writer = new NotesWriter(environment.store, keys.pairingID, () => this.notes(), changed);
     this.connection = new RelayConnection({ ...keys, deviceName }, environment, {
       stateChanged: () => this.relayChanged(),
-      connected: () => this.askEverything(),
+      connected: () => this.sendEverythingOpen(),
       disconnected: () => this.disconnected(),
       message: (text) => this.received(text),
+    });
+    this.decisions = new DecisionDelivery(notes.decisions, {
+      environment,
+      channel: this.channel,
+      isConnected: () => this.connection.state.kind === "connected",
+      send: (text) => this.connection.send(text),
+      save: () => this.writer.save(),
+      settled: (record) => this.history.addDecision(record),
+      changed,
     });
   }
 
   start(): void {
-    this.settleExpired();
+    this.decisions.expire();
     this.connection.start(this.ended);
   }
 
-  /** For good; nothing is kept from here on. */
+  /** For good; nothing is stored from here on. */
   stop(): void {
     this.isStopped = true;
-    this.cancelTimer();
+    this.writer.stop();
+    this.decisions.stop();
     this.connection.stop();
   }
 
   computer(): Computer {
-    const { isComputerConnected, lastReceivedAt, accessibilityTrusted } = this;
+    const { isComputerConnected, lastReceivedAt } = this;
+    const { accessibilityTrusted, isUnreadable } = this.list;
+    const { problem } = this.writer;
     const prompts = this.prompts();
     return {
       pairingID: this.keys.pairingID,
@@ -108,19 +111,26 @@ export class ComputerSession {
       ...(lastReceivedAt !== undefined && { lastReceivedAt }),
       ...(accessibilityTrusted !== undefined && { accessibilityTrusted }),
       ...(prompts !== undefined && { prompts }),
-      hasUnreadableSnapshot: this.hasUnreadableSnapshot,
-      outcomes: this.outcomes,
-      suppressions: this.suppressions,
+      hasUnreadableSnapshot: isUnreadable,
+      outcomes: this.history.all(),
+      suppressions: this.suppressions.all(),
+      ...(problem !== undefined && { storageProblem: problem }),
     };
   }
 
+  /** The new name is shown once it is stored. Rejects with an Error for people, and keeps the old one. */
   async rename(name: string): Promise<void> {
-    this.name = name;
+    this.newName = name;
+    try {
+      await this.writer.write();
+      this.name = name;
+    } finally {
+      if (this.newName === name) this.newName = undefined;
+    }
     this.changed();
-    await this.save();
   }
 
-  /** The relay is told of the phone's name when it joins. */
+  /** The relay is sent the phone's name when it joins. */
   deviceRenamed(): void {
     this.connection.reconnect();
   }
@@ -129,51 +139,43 @@ export class ComputerSession {
     this.connection.connectNow();
   }
 
-  /** Nothing happens where the prompt, the button or the moment does not allow it. */
+  /** Nothing happens where the prompt, the button or the time does not allow it. */
   decide(approvalID: string, buttonLabel: string): void {
-    const now = this.environment.now();
-    const prompt = this.prompts()?.find((candidate) => candidate.id === approvalID);
-    const button = prompt?.buttons.find((candidate) => candidate.label === buttonLabel);
-    if (!prompt || !button || !this.book.mayDecide(approvalID, now)) return;
-    if (prompt.requiresDirectAccess && button.kind !== "dismiss") return;
-    const decisionID = newUuid(this.environment.crypto);
-    const { appName, windowTitle } = prompt;
-    const made = { decisionID, approvalID, buttonLabel, decidedAt: now, appName, windowTitle } as const;
-    this.book.add({ ...made, status: "sending", mayHaveArrived: false });
-    this.schedule();
-    this.changed();
-    // Kept first: should the page be closed at this very moment, the next visit asks what became of it.
-    void this.save().then(() => this.ask(decisionID));
+    const prompt = this.prompt(approvalID);
+    if (prompt) this.decisions.decide(prompt, buttonLabel);
   }
 
+  /** The prompt leaves the list immediately; the history names it once that is stored. */
   suppress(approvalID: string): void {
-    const prompt = this.prompts()?.find((candidate) => candidate.id === approvalID);
+    const prompt = this.prompt(approvalID);
     if (!prompt) return;
-    this.mute(prompt.suppressionID, prompt);
-    this.recordSuppressed(prompt, undefined);
-    this.queueSuppression({ action: "suppress", approvalID, suppressionID: prompt.suppressionID });
+    const { suppressionID } = prompt;
+    const subject = this.subjectOf(prompt);
+    this.suppressions.add(suppressionID, prompt, subject.at);
+    void this.storeAndSend({ action: "suppress", approvalID, suppressionID }, () =>
+      this.history.addSuppressed(subject),
+    );
   }
 
   unsuppress(suppressionID: string): void {
-    if (!this.suppressions.some((suppression) => suppression.suppressionID === suppressionID)) return;
-    this.unmute(suppressionID);
-    this.queueSuppression({ action: "unsuppress", suppressionID });
+    if (!this.suppressions.has(suppressionID)) return;
+    this.suppressions.remove(suppressionID);
+    void this.storeAndSend({ action: "unsuppress", suppressionID });
   }
 
   // The list that a person sees.
 
   private prompts(): Prompt[] | undefined {
-    const now = this.environment.now();
-    return this.told
-      ?.filter((prompt) => !this.isMuted(prompt.suppressionID))
+    return this.list.prompts
+      ?.filter((prompt) => !this.suppressions.has(prompt.suppressionID))
       .map((prompt) => {
-        const decision = this.book.on(prompt.id, now);
+        const decision = this.decisions.on(prompt.id);
         return decision ? { ...prompt, decision } : prompt;
       });
   }
 
-  private isMuted(suppressionID: string): boolean {
-    return this.suppressions.some((suppression) => suppression.suppressionID === suppressionID);
+  private prompt(approvalID: string): Prompt | undefined {
+    return this.prompts()?.find((prompt) => prompt.id === approvalID);
   }
 
   // The relay.
@@ -184,25 +186,23 @@ export class ComputerSession {
     // Only a connection proves that an end was none after all.
     if (ended !== this.ended && (ended !== undefined || kind === "connected")) {
       this.ended = ended;
-      void this.save();
+      void this.writer.save();
     }
     this.changed();
   }
 
   private disconnected(): void {
-    this.book.connectionLost();
+    this.decisions.connectionLost();
     this.isComputerConnected = undefined;
   }
 
-  private askEverything(): void {
-    // Timers stand still while a phone sleeps: what grew too old meanwhile must not be pressed now.
-    this.settleExpired();
-    for (const decision of this.book.open()) void this.ask(decision.decisionID);
-    for (const pending of this.pendingSuppressions) void this.sendSuppression(pending);
+  private sendEverythingOpen(): void {
+    this.decisions.resume();
+    for (const pending of this.suppressions.pending()) void this.sendSuppression(pending);
   }
 
   private received(text: string): void {
-    // Boxes are opened aside; what came first is still taken first.
+    // Boxes are opened asynchronously; messages are still taken in the order in which they came.
     this.inbox = this.inbox.then(() => (this.isStopped ? undefined : this.take(text)));
   }
 
@@ -212,7 +212,7 @@ export class ComputerSession {
       message = readMessage(text);
       await this.handle(message);
     } catch {
-      // What cannot be read is no message for us; but a list that cannot be read is said.
+      // What cannot be read is no message for us; but a list that cannot be read is reported.
       if (message?.type === "snapshot") this.unreadable();
     }
   }
@@ -237,88 +237,73 @@ export class ComputerSession {
   }
 
   private unreadable(): void {
-    this.hasUnreadableSnapshot = true;
+    this.list.markUnreadable();
     this.changed();
   }
 
   private async takeSnapshot(box: string, accessibilityTrusted: boolean): Promise<void> {
     // The newest list comes again whenever this phone joins: having been opened before does not count against it.
-    const { text } = await open(this.environment.crypto, this.keys.key, box);
-    const prompts = readPrompts(text);
+    const prompts = readPrompts(await this.channel.open(box));
     if (this.isStopped) return;
-    const gone = (this.told ?? []).filter((before) => !prompts.some((prompt) => prompt.id === before.id));
-    this.told = prompts;
-    this.accessibilityTrusted = accessibilityTrusted;
-    this.hasUnreadableSnapshot = false;
-    for (const prompt of prompts) this.remember(prompt.id, prompt);
+    const gone = this.list.replace(prompts, accessibilityTrusted);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
-    if (gone.length > 0) await this.save();
+    if (gone.length > 0) await this.writer.save();
   }
 
   private promptGone(prompt: ReportedPrompt): void {
-    const isExplained = this.book.mayHavePressed(prompt.id) || this.pressedElsewhere.has(prompt.id);
-    this.book.promptGone(prompt.id);
-    // A computer that may not look at windows any more sees none, which says nothing about them.
-    if (isExplained || this.isMuted(prompt.suppressionID) || this.accessibilityTrusted === false) return;
-    this.record({
-      key: newUuid(this.environment.crypto),
-      approvalID: prompt.id,
-      at: this.environment.now(),
-      appName: prompt.appName,
-      windowTitle: prompt.windowTitle,
-      status: "goneByItself",
-    });
+    const isExplained = this.decisions.mayHavePressed(prompt.id) || this.pressedElsewhere.has(prompt.id);
+    this.decisions.promptGone(prompt.id);
+    // The list of a computer that may not read windows any more is empty, which says nothing about them.
+    const isKnown = this.list.accessibilityTrusted !== false;
+    if (isExplained || !isKnown || this.suppressions.has(prompt.suppressionID)) return;
+    this.history.addGoneByItself(this.subjectOf(prompt));
   }
 
   private async takeResult(decisionID: string, box: string, phone: OtherPhone | undefined): Promise<void> {
-    const opened = await open(this.environment.crypto, this.keys.key, box);
-    if (this.isStopped || !this.seen.add(opened.nonce)) return;
-    const result = readResultCommand(opened.text);
-    const now = this.environment.now();
-    this.lastReceivedAt = now;
-    const record = this.book.result(decisionID, result, now);
-    if (record) this.recordDecision(record);
-    // A result of something else under the name of our decision settles nothing.
-    else if (!this.book.find(decisionID)) this.recordOfOthers(decisionID, result, phone);
-    this.schedule();
+    const text = await this.channel.openOnce(box);
+    if (this.isStopped || text === undefined) return;
+    const result = readResultCommand(text);
+    this.lastReceivedAt = this.environment.now();
+    if (!this.decisions.result(decisionID, result)) this.recordOfOthers(decisionID, result, phone);
     this.changed();
-    await this.save();
+    await this.writer.save();
   }
 
   private recordOfOthers(decisionID: string, result: Result, phone: OtherPhone | undefined): void {
     const isOwn = phone?.deviceID === this.keys.deviceID;
     if (!isOwn && !harmless.has(result.status)) {
       this.pressedElsewhere.add(result.approvalID);
-      trim(this.pressedElsewhere, mostRemembered);
+      trim(this.pressedElsewhere, mostPressedElsewhere);
     }
-    this.record({
+    this.history.add({
       key: decisionID,
       approvalID: result.approvalID,
       at: this.environment.now(),
-      ...(this.names.get(result.approvalID) ?? { appName: unknownPrompt, windowTitle: "" }),
+      ...(this.list.namesOf(result.approvalID) ?? unknownPrompt),
       buttonLabel: result.buttonLabel,
       status: result.status,
       ...(result.error !== undefined && { error: result.error }),
-      ...(!isOwn && { otherPhone: phone?.deviceName || otherPhone }),
+      ...(!isOwn && { otherPhone: phone?.deviceName || otherPhoneName }),
     });
   }
 
   private async takeSuppression(box: string): Promise<void> {
-    const opened = await open(this.environment.crypto, this.keys.key, box);
-    if (this.isStopped || !this.seen.add(opened.nonce)) return;
-    const command = readSuppressionCommand(opened.text);
-    if (command.action === "unsuppress") this.unmute(command.suppressionID);
-    else this.muteForOthers(command.suppressionID, command.approvalID);
+    const text = await this.channel.openOnce(box);
+    if (this.isStopped || text === undefined) return;
+    const command = readSuppressionCommand(text);
+    if (command.action === "unsuppress") this.suppressions.remove(command.suppressionID);
+    else this.suppressForOthers(command.suppressionID, command.approvalID);
     this.changed();
-    await this.save();
+    await this.writer.save();
   }
 
-  private muteForOthers(suppressionID: string, approvalID: string | undefined): void {
-    const prompt = this.told?.find((candidate) => candidate.id === approvalID);
-    const names = approvalID === undefined ? undefined : this.names.get(approvalID);
-    this.mute(suppressionID, names ?? { appName: unknownPrompt, windowTitle: "" });
-    if (prompt && prompt.suppressionID === suppressionID) this.recordSuppressed(prompt, otherPhone);
+  private suppressForOthers(suppressionID: string, approvalID: string | undefined): void {
+    const prompt = approvalID === undefined ? undefined : this.list.find(approvalID);
+    const names = approvalID === undefined ? undefined : this.list.namesOf(approvalID);
+    this.suppressions.add(suppressionID, names ?? unknownPrompt, this.environment.now());
+    if (prompt?.suppressionID === suppressionID)
+      this.history.addSuppressed(this.subjectOf(prompt), otherPhoneName);
   }
 
   private takeComputerStatus(isConnected: boolean, heardSecondsAgo: number | undefined): void {
@@ -326,8 +311,8 @@ export class ComputerSession {
     this.isComputerConnected = isConnected;
     if (heardSecondsAgo !== undefined) this.lastReceivedAt = this.environment.now() - heardSecondsAgo * 1000;
     this.changed();
-    // What came of a decision may have been said while nobody listened at the other end of its connection.
-    if (isBack) this.askEverything();
+    // The outcome of a decision may have been sent while this phone was not connected.
+    if (isBack) this.sendEverythingOpen();
   }
 
   private async takeReceipt(
@@ -335,164 +320,59 @@ export class ComputerSession {
     delivered: boolean,
     reason: string | undefined,
   ): Promise<void> {
-    const pending = this.pendingSuppressions.find((candidate) => candidate.decisionID === decisionID);
-    if (pending) {
+    if (this.suppressions.isPending(decisionID)) {
       if (!delivered) return;
-      this.pendingSuppressions = this.pendingSuppressions.filter((candidate) => candidate !== pending);
-      return this.save();
+      this.suppressions.delivered(decisionID);
+    } else {
+      this.decisions.receipt(decisionID, delivered, reason);
+      this.changed();
     }
-    const settled = this.book.receipt(decisionID, delivered, reason, this.environment.now());
-    if (settled) this.recordDecision(settled);
-    this.schedule();
-    this.changed();
-    await this.save();
-  }
-
-  // Decisions.
-
-  private async ask(decisionID: string): Promise<void> {
-    const decision = this.book.find(decisionID);
-    if (!decision || this.connection.state.kind !== "connected") return;
-    const { approvalID, buttonLabel } = decision;
-    // Sealed anew each time: the computer opens a box once.
-    const payload = await this.sealed({ approvalID, buttonLabel });
-    const now = this.environment.now();
-    if (!payload || !this.book.mayAsk(decisionID, now) || this.isStopped) return;
-    if (this.connection.send(requestMessage(decisionID, payload, now))) this.book.handedOver(decisionID);
-  }
-
-  /** Absent: it could not be sealed, which leaves the decision open until its time is over. */
-  private async sealed(value: unknown): Promise<SealedPayload | undefined> {
-    try {
-      const payload = await seal(this.environment.crypto, this.keys.key, value);
-      // Our own box must not come back to us as somebody else's.
-      this.seen.add(payload.nonce);
-      return payload;
-    } catch {
-      return undefined;
-    }
-  }
-
-  private settleExpired(): void {
-    const expired = this.book.expire(this.environment.now());
-    for (const record of expired) this.recordDecision(record);
-    this.schedule();
-    this.changed();
-    if (expired.length > 0) void this.save();
-  }
-
-  private schedule(): void {
-    this.cancelTimer();
-    const now = this.environment.now();
-    const next = this.book.nextChange(now);
-    if (next === undefined || this.isStopped) return;
-    this.cancelTimer = this.environment.after(Math.max(next - now, 0), () => this.settleExpired());
-  }
-
-  private recordDecision(record: DecisionRecord): void {
-    this.record({
-      key: record.decisionID,
-      approvalID: record.approvalID,
-      at: record.settledAt ?? record.decidedAt,
-      appName: record.appName,
-      windowTitle: record.windowTitle,
-      buttonLabel: record.buttonLabel,
-      status: record.status,
-      ...(record.error !== undefined && { error: record.error }),
-    });
-  }
-
-  // Outcomes.
-
-  private record(outcome: StoredOutcome): void {
-    const isExplained = (old: StoredOutcome) =>
-      old.status === "goneByItself" &&
-      old.approvalID === outcome.approvalID &&
-      !harmless.has(
-        outcome.status === "suppressed" || outcome.status === "goneByItself" ? "undelivered" : outcome.status,
-      ) &&
-      outcome.at - old.at < resultLag;
-    const others = this.outcomes.filter((old) => old.key !== outcome.key && !isExplained(old));
-    this.outcomes = [outcome, ...others].slice(0, mostOutcomes);
-  }
-
-  private recordSuppressed(prompt: ReportedPrompt, by: string | undefined): void {
-    this.record({
-      key: newUuid(this.environment.crypto),
-      approvalID: prompt.id,
-      at: this.environment.now(),
-      appName: prompt.appName,
-      windowTitle: prompt.windowTitle,
-      status: "suppressed",
-      ...(by !== undefined && { otherPhone: by }),
-    });
-  }
-
-  private remember(approvalID: string, { appName, windowTitle }: PromptNames): void {
-    this.names.delete(approvalID);
-    this.names.set(approvalID, { appName, windowTitle });
-    trim(this.names, mostRemembered);
+    await this.writer.save();
   }
 
   // Suppressions.
 
-  private mute(suppressionID: string, { appName, windowTitle }: PromptNames): void {
-    const others = this.suppressions.filter((suppression) => suppression.suppressionID !== suppressionID);
-    const added = { suppressionID, at: this.environment.now(), appName, windowTitle };
-    this.suppressions = [added, ...others].slice(0, mostSuppressions);
-  }
-
-  private unmute(suppressionID: string): void {
-    this.suppressions = this.suppressions.filter(
-      (suppression) => suppression.suppressionID !== suppressionID,
-    );
-  }
-
-  /** Said until the relay has handed it to the computer; of two about the same kind of prompt the newer counts. */
-  private queueSuppression(command: Omit<PendingSuppression, "decisionID">): void {
+  /** `stored`: what is recorded once the change is stored. Sent in any case, until the relay has handed it over. */
+  private async storeAndSend(
+    command: Omit<PendingSuppression, "decisionID">,
+    stored?: () => void,
+  ): Promise<void> {
     const pending = { ...command, decisionID: newUuid(this.environment.crypto) };
-    const others = this.pendingSuppressions.filter((old) => old.suppressionID !== command.suppressionID);
-    this.pendingSuppressions = [...others, pending].slice(-mostSuppressions);
+    this.suppressions.enqueue(pending);
     this.changed();
-    void this.save().then(() => this.sendSuppression(pending));
+    const isStored = await this.writer.save();
+    if (isStored && stored && !this.isStopped) {
+      stored();
+      this.changed();
+      await this.writer.save();
+    }
+    await this.sendSuppression(pending);
   }
 
   private async sendSuppression(pending: PendingSuppression): Promise<void> {
     if (this.connection.state.kind !== "connected") return;
     const { decisionID, ...command } = pending;
-    const payload = await this.sealed(command);
-    const isStillPending = this.pendingSuppressions.includes(pending);
-    if (!payload || !isStillPending || this.isStopped) return;
+    const payload = await this.channel.seal(command);
+    if (!payload || !this.suppressions.isPending(decisionID) || this.isStopped) return;
     this.connection.send(suppressionMessage(command.action, decisionID, payload, this.environment.now()));
   }
 
-  // What is kept.
-
-  /** Never rejects: a phone that cannot write goes on with what it has in mind, and asks anew after the next start. */
-  private async save(): Promise<void> {
-    if (this.isStopped) return;
-    const { name, outcomes, suppressions, pendingSuppressions, ended } = this;
-    const notes: PairingNotes = {
-      name,
-      outcomes,
-      suppressions,
-      pendingSuppressions,
-      decisions: this.book.all(),
-      seenNonces: this.seen.all(),
-      ...(ended !== undefined && { ended }),
-    };
-    try {
-      await this.environment.store.saveNotes(this.keys.pairingID, notes);
-    } catch {
-      // See above.
-    }
+  private subjectOf({ id, appName, windowTitle }: ReportedPrompt): OutcomeSubject {
+    const key = newUuid(this.environment.crypto);
+    return { key, approvalID: id, at: this.environment.now(), appName, windowTitle };
   }
-}
 
-/** Forgets the oldest beyond `most`. */
-function trim(collection: Map<string, unknown> | Set<string>, most: number): void {
-  for (const oldest of collection.keys()) {
-    if (collection.size <= most) return;
-    collection.delete(oldest);
+  // What is stored.
+
+  private notes(): PairingNotes {
+    return {
+      name: this.newName ?? this.name,
+      outcomes: this.history.all(),
+      suppressions: this.suppressions.all(),
+      pendingSuppressions: this.suppressions.pending(),
+      decisions: this.decisions.records(),
+      usedNonces: this.channel.usedNonces(),
+      ...(this.ended !== undefined && { ended: this.ended }),
+    };
   }
 }

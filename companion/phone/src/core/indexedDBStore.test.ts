@@ -41,7 +41,7 @@ const notes: PairingNotes = {
       mayHaveArrived: true,
     },
   ],
-  seenNonces: ["AAAA"],
+  usedNonces: ["AAAA"],
   ended: "removed",
 };
 
@@ -146,7 +146,7 @@ describe("What a browser keeps", () => {
       name: null,
     };
     await change("a", { notes: JSON.stringify(damaged) });
-    expect((await store().load()).pairings[0]?.notes).toEqual({ ...notes, seenNonces: [], name: "Computer" });
+    expect((await store().load()).pairings[0]?.notes).toEqual({ ...notes, usedNonces: [], name: "Computer" });
     await change("a", { notes: "{" });
     expect((await store().load()).pairings[0]?.notes).toMatchObject({ name: "Computer", outcomes: [] });
   });

@@ -118,6 +118,8 @@ export interface Computer {
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];
   readonly suppressions: readonly Suppression[];
+  /** Why the newest changes are not stored on this phone. Absent: they are, or are being stored. */
+  readonly storageProblem?: string;
 }
 
 export interface PhoneState {
@@ -151,7 +153,9 @@ export interface PhoneActions {
   readPairing(text: string): PairingReading;
   /** Stores it and connects. Rejects with an Error whose message is for people. */
   pair(offer: PairingOffer, computerName: string): Promise<void>;
+  /** Resolves, and shows the new name, once it is stored. Rejects with an Error whose message is for people. */
   renameComputer(pairingID: string, name: string): Promise<void>;
+  /** As `renameComputer`; the relay learns of it then. */
   renameDevice(name: string): Promise<void>;
   /** Removes its keys, list and history from this phone. */
   forget(pairingID: string): Promise<void>;

@@ -10,6 +10,8 @@ const longest = 16 * 1024 * 1024;
 const most = 10_000;
 const longestText = 100_000;
 const defaultName = "Computer";
+/** The member that pairings stored earlier have, too. */
+const nonces = "seenNonces";
 
 const decisionStatuses: ReadonlySet<string> = new Set<DecisionStatus>([
   "sending",
@@ -31,11 +33,12 @@ function isOutcomeStatus(text: string): text is StoredOutcome["status"] {
 }
 
 export function textOfNotes(notes: PairingNotes): string {
-  return JSON.stringify(notes);
+  const { usedNonces, ...others } = notes;
+  return JSON.stringify({ ...others, [nonces]: usedNonces });
 }
 
 export function notesFrom(text: string): PairingNotes {
-  const empty = { outcomes: [], suppressions: [], pendingSuppressions: [], decisions: [], seenNonces: [] };
+  const empty = { outcomes: [], suppressions: [], pendingSuppressions: [], decisions: [], usedNonces: [] };
   let fields: Fields;
   try {
     fields = new Fields(parseJson(text, longest, "notes"), "notes");
@@ -49,7 +52,7 @@ export function notesFrom(text: string): PairingNotes {
     suppressions: elements(fields, "suppressions", suppression),
     pendingSuppressions: elements(fields, "pendingSuppressions", pendingSuppression),
     decisions: elements(fields, "decisions", decision),
-    seenNonces: readable(() => fields.strings("seenNonces", most, 64)) ?? [],
+    usedNonces: readable(() => fields.strings(nonces, most, 64)) ?? [],
     ...((ended === "revoked" || ended === "removed") && { ended }),
   };
 }

@@ -74,7 +74,7 @@ export class Phone implements PhoneActions {
         suppressions: [],
         pendingSuppressions: [],
         decisions: [],
-        seenNonces: [],
+        usedNonces: [],
       },
     };
     await store.add(pairing);
@@ -90,10 +90,11 @@ export class Phone implements PhoneActions {
   }
 
   async renameDevice(name: string): Promise<void> {
-    this.deviceName = cleanName(name, cleanName(this.environment.deviceName, "Phone"));
+    const deviceName = cleanName(name, cleanName(this.environment.deviceName, "Phone"));
+    await this.environment.store.saveDeviceName(deviceName);
+    this.deviceName = deviceName;
     this.publish({});
     for (const session of this.sessions) session.deviceRenamed();
-    await this.environment.store.saveDeviceName(this.deviceName);
   }
 
   async forget(pairingID: string): Promise<void> {

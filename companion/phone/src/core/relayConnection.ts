@@ -6,19 +6,15 @@
 
 import type { Environment, Socket } from "./environment";
 import type { RelayConnection as State } from "./model";
+import { RetrySchedule } from "./retrySchedule";
 
 /** The relay sends something every 20 s. */
 const longestSilence = 50_000;
 /** Silence after which a connection is not believed when the page is visible again. */
 const suspiciousSilence = 25_000;
 const handshakeLimit = 15_000;
-const firstDelay = 1_000;
-const longestDelay = 30_000;
 /** A connection that held for as long was a good one: the next wait is the first again. */
 const steadyAfter = 30_000;
-/** The relay announced that it is stopping. */
-const shortestRestartWait = 2_000;
-const longestRestartWait = 5_000;
 
 export interface RelayDetails {
   readonly backendURL: string;
@@ -60,7 +56,7 @@ export class RelayConnection {
   private socket: Socket | undefined;
   private isRunning = false;
   private isOpen = false;
-  private failures = 0;
+  private readonly retries: RetrySchedule;
   /** Names the current socket. */
   private sockets = 0;
   private openings = 0;
@@ -73,7 +69,9 @@ export class RelayConnection {
     private readonly details: RelayDetails,
     private readonly environment: Environment,
     private readonly listener: RelayListener,
-  ) {}
+  ) {
+    this.retries = new RetrySchedule(() => environment.random());
+  }
 
   /** `rest`: what an earlier visit ended with; then nothing is tried until a person asks. */
   start(rest?: "revoked" | "removed"): void {
@@ -94,7 +92,7 @@ export class RelayConnection {
   /** Also out of a state that is final otherwise. A connection that is there stays. */
   connectNow(): void {
     if (!this.isRunning || this.state.kind === "connected") return;
-    this.failures = 0;
+    this.retries.reset();
     this.attempt();
   }
 
@@ -184,11 +182,11 @@ export class RelayConnection {
     const wasOpen = this.isOpen;
     const wasSteady = wasOpen && this.environment.now() - this.openedAt >= steadyAfter;
     this.drop();
-    if (wasSteady) this.failures = 0;
+    if (wasSteady) this.retries.reset();
     const end = statesOfCloseCodes.get(code);
     if (end) this.enter(end);
     else if (!wasOpen) this.findOutWhy();
-    else if (code === restarting) this.waitForRestart();
+    else if (code === restarting) this.waitFor(this.retries.delayAfterRestart());
     else this.waitForNextAttempt();
   }
 
@@ -216,16 +214,8 @@ export class RelayConnection {
     );
   }
 
-  private waitForRestart(): void {
-    this.waitFor(
-      shortestRestartWait + this.environment.random() * (longestRestartWait - shortestRestartWait),
-    );
-  }
-
   private waitForNextAttempt(): void {
-    const whole = Math.min(firstDelay * 2 ** Math.min(this.failures, 10), longestDelay);
-    this.failures += 1;
-    this.waitFor(whole * (1 - this.environment.random() / 2));
+    this.waitFor(this.retries.delayAfterFailure());
   }
 
   private waitFor(milliseconds: number): void {

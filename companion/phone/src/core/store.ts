@@ -37,7 +37,7 @@ export interface PairingNotes {
   /** Newest last. */
   readonly decisions: readonly DecisionRecord[];
   /** Boxes that must not be opened a second time. Newest last. */
-  readonly seenNonces: readonly string[];
+  readonly usedNonces: readonly string[];
   /** Why the relay will not have this phone any more. Absent: nothing of the kind is known. */
   readonly ended?: "revoked" | "removed";
 }

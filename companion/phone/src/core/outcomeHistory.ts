@@ -1,0 +1,64 @@
+import { harmless, type DecisionRecord } from "./decisionLog";
+import type { Instant } from "./model";
+import type { PromptNames } from "./promptList";
+import type { StoredOutcome } from "./store";
+
+const mostKept = 50;
+/** A result that comes so long after its prompt went away still explains why it went. Milliseconds. */
+const resultLag = 60_000;
+
+/** What an outcome is about. */
+export interface OutcomeSubject extends PromptNames {
+  readonly key: string;
+  readonly approvalID: string;
+  readonly at: Instant;
+}
+
+/** What became of prompts and decisions: newest first, each key once, at most 50. */
+export class OutcomeHistory {
+  private outcomes: readonly StoredOutcome[];
+
+  constructor(stored: readonly StoredOutcome[]) {
+    this.outcomes = stored;
+  }
+
+  /** Another object after each change. */
+  all(): readonly StoredOutcome[] {
+    return this.outcomes;
+  }
+
+  /** Takes the place of an older outcome of that key, and of "gone by itself" where it explains why the prompt went. */
+  add(outcome: StoredOutcome): void {
+    const others = this.outcomes.filter((old) => old.key !== outcome.key && !explains(outcome, old));
+    this.outcomes = [outcome, ...others].slice(0, mostKept);
+  }
+
+  addDecision(record: DecisionRecord): void {
+    this.add({
+      key: record.decisionID,
+      approvalID: record.approvalID,
+      at: record.settledAt ?? record.decidedAt,
+      appName: record.appName,
+      windowTitle: record.windowTitle,
+      buttonLabel: record.buttonLabel,
+      status: record.status,
+      ...(record.error !== undefined && { error: record.error }),
+    });
+  }
+
+  addGoneByItself(subject: OutcomeSubject): void {
+    this.add({ ...subject, status: "goneByItself" });
+  }
+
+  /** `otherPhone`: absent when it was this one. */
+  addSuppressed(subject: OutcomeSubject, otherPhone?: string): void {
+    this.add({ ...subject, status: "suppressed", ...(otherPhone !== undefined && { otherPhone }) });
+  }
+}
+
+/** Only what may have pressed a button explains that a prompt went away. */
+function explains(newer: StoredOutcome, old: StoredOutcome): boolean {
+  if (old.status !== "goneByItself" || old.approvalID !== newer.approvalID) return false;
+  if (newer.status === "suppressed" || newer.status === "goneByItself") return false;
+  return !harmless.has(newer.status) && newer.at - old.at < resultLag;
+}

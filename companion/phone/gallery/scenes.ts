@@ -200,6 +200,12 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
   refused: phone(computer({ relay: { kind: "refused" } })),
   untrusted: phone(computer({ accessibilityTrusted: false })),
   unreadable: phone(computer({ hasUnreadableSnapshot: true, prompts: [prompt(1)] })),
+  notStored: phone(
+    computer({
+      prompts: [prompt(1)],
+      storageProblem: "This browser could not keep this. Is its storage full, or switched off?",
+    }),
+  ),
   sending: phone(computer({ prompts: [prompt(1, { decision: decided("sending") }), kInstall] })),
   delivered: phone(computer({ prompts: [prompt(1, { decision: decided("delivered") }), kInstall] })),
   accepted: phone(computer({ prompts: [prompt(1, { decision: decided("accepted") }), kInstall] })),

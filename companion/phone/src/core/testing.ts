@@ -8,6 +8,7 @@ export {
   sampleResult,
   type PhoneMessage,
 } from "./testing/fakeComputer";
+export { HeldStore } from "./testing/heldStore";
 export { FakeNetwork, FakeSocket, FakeDeviceStatus } from "./testing/fakeNetwork";
 export { PhoneWorld } from "./testing/phoneWorld";
 export { countedCrypto, VirtualTime } from "./testing/virtualTime";

@@ -163,3 +163,48 @@ describe("a computer's page", () => {
     expect(actions.connectNow.mock.calls).toEqual([["studio"]]);
   });
 });
+
+describe("a name", () => {
+  function type(name: string): void {
+    fireEvent.input(screen.getByLabelText("What the computers call it"), { target: { value: name } });
+  }
+
+  it("is saved when it is stored, not earlier", async () => {
+    const actions = actionsWith();
+    let stored = (): void => undefined;
+    actions.renameDevice.mockImplementation(() => new Promise<void>((resolve) => (stored = resolve)));
+    const { current } = show(phone(computer()), actions);
+    at("#/phone");
+    type("Ben’s phone");
+    fireEvent.click(screen.getByRole("button", { name: "Save" }));
+    const button = await screen.findByRole<HTMLButtonElement>("button", { name: "Saving…" });
+    expect(button.disabled).toBe(true);
+    expect(actions.renameDevice.mock.calls).toEqual([["Ben’s phone"]]);
+    current.value = { ...current.value, deviceName: "Ben’s phone" };
+    stored();
+    await waitFor(() => expect(screen.queryByRole("button", { name: /^Sav/ })).toBeNull());
+    expect(screen.queryByRole("alert")).toBeNull();
+  });
+
+  it("that cannot be stored says why, and can be saved again", async () => {
+    const actions = actionsWith();
+    actions.renameDevice.mockRejectedValueOnce(new Error("The storage is full."));
+    show(phone(computer()), actions);
+    at("#/phone");
+    type("Ben’s phone");
+    fireEvent.click(screen.getByRole("button", { name: "Save" }));
+    await screen.findByText("The storage is full.");
+    fireEvent.click(await screen.findByRole("button", { name: "Save" }));
+    await waitFor(() => expect(actions.renameDevice).toHaveBeenCalledTimes(2));
+  });
+
+  it("that is stored in the spelling it had is shown in that", async () => {
+    const { current } = show(phone(computer()));
+    at("#/phone");
+    const before = current.value.deviceName;
+    type(`${before}\u200b`);
+    fireEvent.click(screen.getByRole("button", { name: "Save" }));
+    const field = screen.getByLabelText<HTMLInputElement>("What the computers call it");
+    await waitFor(() => expect(field.value).toBe(before));
+  });
+});

@@ -102,12 +102,15 @@ describe("how it stands with a computer", () => {
       isComputerConnected: false,
       accessibilityTrusted: false,
       hasUnreadableSnapshot: true,
+      storageProblem: "The storage is full.",
     });
     expect(notices(computerWithProblems, kNow).map((notice) => notice.title)).toEqual([
       "Studio Mac is not connected",
       "Studio Mac cannot see its windows",
       "A list came that cannot be read",
+      "The last changes are not stored",
     ]);
+    expect(notices(computerWithProblems, kNow).at(-1)?.detail).toContain("The storage is full.");
   });
 });
 

@@ -188,6 +188,13 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
       detail: "What stands below may be old. If this stays, forget this computer and pair again.",
     });
   }
+  if (computer.storageProblem !== undefined) {
+    found.push({
+      tone: "warn",
+      title: "The last changes are not stored",
+      detail: `They are lost when this page is closed. ${computer.storageProblem}`,
+    });
+  }
   return found;
 }
 

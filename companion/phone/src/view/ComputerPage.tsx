@@ -71,7 +71,7 @@ function Way({
         <span class="tile is-small is-quiet">
           <Symbol name={symbol} />
         </span>
-        <span class="list-words">
+        <span class="list-text">
           <span class="list-title">{title}</span>
           <span class="list-detail">{detail}</span>
         </span>
@@ -196,7 +196,7 @@ export function MutedPage({ computer, actions, now }: ComputerPageProps): JSX.El
         <ul class="card list">
           {computer.suppressions.map((one) => (
             <li key={one.suppressionID} class="list-row">
-              <span class="list-words">
+              <span class="list-text">
                 <bdi class="list-title">{titleOf(one.windowTitle)}</bdi>
                 <bdi class="list-detail">{visibleText(one.appName)}</bdi>
                 <span class="list-detail">{longAge(one.at, now)}</span>

@@ -50,7 +50,7 @@ function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Elem
       <span class={`tile is-${tone}`}>
         <Symbol name="computer" />
       </span>
-      <span class="computer-words">
+      <span class="computer-text">
         <span class="computer-name" role="heading" aria-level={2}>
           {computer.name}
         </span>

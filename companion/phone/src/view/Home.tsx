@@ -22,7 +22,7 @@ export function Home({ state, actions, now }: HomeProps): JSX.Element {
     <>
       <header class="masthead">
         <Mark />
-        <div class="masthead-words">
+        <div class="masthead-text">
           <p class="product">Quillard</p>
           <h1 aria-live="polite">{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
         </div>

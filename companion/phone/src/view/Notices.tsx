@@ -62,7 +62,7 @@ export function Notices(props: { computer: Computer; actions: PhoneActions; now:
       {notices(computer, now).map((notice) => (
         <div key={notice.title} class={`card notice is-${notice.tone}`}>
           <Symbol name={symbolOf(notice, computer)} />
-          <div class="notice-words">
+          <div class="notice-text">
             <p class="notice-title" role="status">
               {notice.title}
             </p>

@@ -20,7 +20,7 @@ function Row({ outcome, now }: { outcome: Outcome; now: Instant }): JSX.Element 
       <span class={`tile is-small is-${words.tone}`}>
         <Symbol name={symbolOf(outcome)} />
       </span>
-      <span class="list-words">
+      <span class="list-text">
         <bdi class="list-title">{titleOf(outcome.windowTitle)}</bdi>
         <span class="list-detail">
           <bdi>{visibleText(outcome.appName)}</bdi>: {words.text}

@@ -1,5 +1,5 @@
 // Random histories of taps, breaks, losses and reloads, held against what really happened to each decision. A failure
-// names its seed; QUILLARD_HISTORY_SEED runs that one alone.
+// names its seed; QUILLARD_HISTORY_SEED runs that one alone, QUILLARD_LONG_TESTS=1 twenty times as many.
 
 import { describe, expect, it } from "vitest";
 import { decisionLife, isOpen } from "./decisionLog";
@@ -9,6 +9,8 @@ import { PhoneWorld, sampleApproval, sampleID, type FakeComputer, type FakeSocke
 const one = sampleID(1);
 const labels = ["Allow", "Cancel"] as const;
 const steps = 70;
+const isLong = process.env["QUILLARD_LONG_TESTS"] === "1";
+const historyCount = isLong ? 400 : 20;
 
 /** Small and repeatable; good enough to choose what happens next. */
 class Chance {
@@ -212,11 +214,12 @@ class History {
 describe("In any history", () => {
   it(
     "a decision's state says neither more nor less than what is known of it",
-    { timeout: 60_000 },
+    { timeout: isLong ? 1_200_000 : 60_000 },
     async () => {
       const given = process.env["QUILLARD_HISTORY_SEED"];
       const start = given === undefined ? Date.now() % 1_000_000 : Number(given);
-      const count = given === undefined ? 20 : 1;
+      const count = given === undefined ? historyCount : 1;
+      console.log(`Histories of the seeds from ${start}.`);
       let decisions = 0;
       for (let seed = start; seed < start + count; seed += 1) {
         try {

@@ -2,7 +2,7 @@ import { spawn, type ChildProcess } from "node:child_process";
 import { constants } from "node:os";
 
 /** How long output may take on a busy machine. Only failures use it up. */
-export const timeout = 20_000;
+export const timeout = 60_000;
 
 /** Programs do not print secrets; should one do so, the report of a failure does not repeat it. */
 export function withoutSecrets(text: string): string {

@@ -3,15 +3,18 @@
 //   QUILLARD_RELAY_PROGRAM   the program quillard-relay
 //   QUILLARD_PAGE            the folder of the built page; otherwise dist/page
 //   QUILLARD_CHROMIUM        another Chromium than /usr/bin/chromium
+//   QUILLARD_BROWSER_WORKERS how many tests run at the same time; otherwise 2
 import { defineConfig } from "@playwright/test";
 import { kChromium } from "./browser-tests/support/chromium";
 
 export default defineConfig({
   testDir: "browser-tests",
   outputDir: "test-results",
-  workers: 1,
-  timeout: 60_000,
-  expect: { timeout: 20_000 },
+  // Tests share nothing that they change, so files may run in parallel.
+  workers: Number(process.env["QUILLARD_BROWSER_WORKERS"] ?? 2),
+  // Only failures use them up: a busy machine must not fail a test.
+  timeout: 180_000,
+  expect: { timeout: 60_000 },
   forbidOnly: true,
   reporter: [["list"]],
   use: {

@@ -1,6 +1,7 @@
 import type { Browser, Page } from "@playwright/test";
 import { sampleApproval } from "../src/core/testing";
 import { FakeAgent } from "./support/FakeAgent";
+import { slowStorage } from "./support/slowStorage";
 import { agree, card, expect, kRelayIsGone, pairByText, test } from "./support/fixtures";
 
 async function secondPhone(browser: Browser): Promise<Page> {
@@ -61,32 +62,36 @@ test("a computer that went away is shown, with when it was last heard of", async
   await expect(page.getByText("Studio is not connected")).toBeHidden();
 });
 
-test("a relay that is restarted is shown, waited for, and used again", async ({
-  page,
-  relay,
-  computer,
-  watch,
-}) => {
-  watch.expected.push(kRelayIsGone);
-  await computer.show([sampleApproval(1)]);
-  await pairByText(page, relay, computer);
-  await relay.kill();
-  await expect(page.getByText("The relay cannot be reached")).toBeVisible();
-  await expect(page.getByText(/^Next try in \d+ s\.$|^Trying again…$/)).toBeVisible();
-  await expect(card(page).getByRole("button", { name: "Cancel" })).toBeDisabled();
-  await relay.start();
-  await computer.connect();
-  await computer.show([sampleApproval(1)]);
-  await page
-    .getByRole("button", { name: "Try now" })
-    .tap({ timeout: 3000 })
-    .catch(() => undefined);
-  // What was aimed while the page moved is not taken.
-  await expect(async () => {
-    await card(page).getByRole("button", { name: "Cancel" }).tap({ timeout: 1000 });
-    await expect(card(page).getByRole("status")).toContainText(/Sending|is with/, { timeout: 1000 });
-  }).toPass();
-  expect((await computer.request()).buttonLabel).toBe("Cancel");
+test.describe("with a relay of its own", () => {
+  test.use({ ownRelay: true });
+
+  test("a relay that is restarted is shown, waited for, and used again", async ({
+    page,
+    relay,
+    computer,
+    watch,
+  }) => {
+    watch.expected.push(kRelayIsGone);
+    await computer.show([sampleApproval(1)]);
+    await pairByText(page, relay, computer);
+    await relay.kill();
+    await expect(page.getByText("The relay cannot be reached")).toBeVisible();
+    await expect(page.getByText(/^Next try in \d+ s\.$|^Trying again…$/)).toBeVisible();
+    await expect(card(page).getByRole("button", { name: "Cancel" })).toBeDisabled();
+    await relay.start();
+    await computer.connect();
+    await computer.show([sampleApproval(1)]);
+    await page
+      .getByRole("button", { name: "Try now" })
+      .tap({ timeout: 3000 })
+      .catch(() => undefined);
+    // What was aimed while the page moved is not taken.
+    await expect(async () => {
+      await card(page).getByRole("button", { name: "Cancel" }).tap({ timeout: 1000 });
+      await expect(card(page).getByRole("status")).toContainText(/Sending|is with/, { timeout: 1000 });
+    }).toPass();
+    expect((await computer.request()).buttonLabel).toBe("Cancel");
+  });
 });
 
 test("a phone without a network says so, and goes on by itself", async ({
@@ -172,17 +177,58 @@ test("several computers stand side by side", async ({ page, relay, computer }) =
   laptop.disconnect();
 });
 
-test("names can be changed, of the computer and of this phone", async ({ page, relay, computer }) => {
+test("names are changed once they are stored, of the computer and of this phone", async ({
+  page,
+  relay,
+  computer,
+}) => {
+  const storage = await slowStorage(page);
   await pairByText(page, relay, computer);
+  const save = page.getByRole("button", { name: "Save", exact: true });
+  const saving = page.getByRole("button", { name: "Saving…" });
+
   await page.getByRole("link", { name: /^Studio/ }).tap();
+  await storage.hold();
   await page.getByLabel("Name").fill("Attic");
-  await page.getByRole("button", { name: "Save" }).tap();
+  await save.tap();
+  await expect(saving).toBeVisible();
+  await expect(page.getByRole("heading", { name: "Studio" })).toBeVisible();
+  await storage.release();
+  await expect(saving).toBeHidden();
+  await page.reload();
   await expect(page.getByRole("heading", { name: "Attic" })).toBeVisible();
+
   await page.getByRole("link", { name: "Prompts" }).tap();
   await page.getByRole("link", { name: "This phone" }).tap();
-  await page.getByLabel("What the computers call it").fill("Ann’s phone");
-  await page.getByRole("button", { name: "Save" }).tap();
-  await expect(page.getByRole("button", { name: "Save" })).toBeHidden();
+  const name = page.getByLabel("What the computers call it");
+  const before = await name.inputValue();
+  await storage.hold();
+  await name.fill("Ann’s phone");
+  await save.tap();
+  await expect(saving).toBeVisible();
+  // Left before it is stored: the page has not called it saved, and it is not.
   await page.reload();
-  await expect(page.getByLabel("What the computers call it")).toHaveValue("Ann’s phone");
+  await expect(name).toHaveValue(before);
+  await name.fill("Ann’s phone");
+  await save.tap();
+  await expect(save.or(saving)).toBeHidden();
+  await page.reload();
+  await expect(name).toHaveValue("Ann’s phone");
+});
+
+test("a name that cannot be stored is not changed, and the page says why", async ({
+  page,
+  relay,
+  computer,
+}) => {
+  const storage = await slowStorage(page);
+  await pairByText(page, relay, computer);
+  await page.getByRole("link", { name: /^Studio/ }).tap();
+  await storage.fail();
+  await page.getByLabel("Name").fill("Attic");
+  await page.getByRole("button", { name: "Save" }).tap();
+  await expect(page.getByRole("alert")).toContainText("This browser could not keep this");
+  await expect(page.getByRole("heading", { name: "Studio" })).toBeVisible();
+  await page.reload();
+  await expect(page.getByRole("heading", { name: "Studio" })).toBeVisible();
 });

@@ -71,63 +71,68 @@ test("it can be installed", async ({ page, relay }) => {
   }
 });
 
-test("it opens without the relay, and stores nothing of what was sent", async ({
-  page,
-  relay,
-  computer,
-  watch,
-}) => {
-  watch.expected.push(kRelayIsGone);
-  await computer.show([sampleApproval(1)]);
-  await pairByText(page, relay, computer);
-  await page.evaluate(async () => navigator.serviceWorker.ready);
-  await expect.poll(() => page.evaluate(() => navigator.serviceWorker.controller !== null)).toBe(true);
-  const kept = await page.evaluate(async () => {
-    const paths: string[] = [];
-    for (const name of await caches.keys()) {
-      for (const request of await (await caches.open(name)).keys()) paths.push(new URL(request.url).pathname);
-    }
-    return paths;
-  });
-  expect(kept).toContain("/");
-  expect(kept.filter((path) => /^\/(api|ws|healthz)/.test(path))).toEqual([]);
-  await relay.kill();
-  await page.reload();
-  await expect(page.getByRole("heading", { name: "Studio", exact: true })).toBeVisible();
-  await expect(page.getByText("The relay cannot be reached")).toBeVisible();
-});
+test.describe("with a relay of its own", () => {
+  test.use({ ownRelay: true });
 
-test("a new version is offered, and taken when the person agrees", async ({ page, relay, watch }) => {
-  watch.expected.push(kRelayIsGone);
-  const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
-  try {
-    relay.page = join(folder, "page");
-    cpSync(kPage, relay.page, { recursive: true });
-    await relay.kill();
-    await relay.start();
-    await page.goto(relay.url);
+  test("it opens without the relay, and stores nothing of what was sent", async ({
+    page,
+    relay,
+    computer,
+    watch,
+  }) => {
+    watch.expected.push(kRelayIsGone);
+    await computer.show([sampleApproval(1)]);
+    await pairByText(page, relay, computer);
+    await page.evaluate(async () => navigator.serviceWorker.ready);
     await expect.poll(() => page.evaluate(() => navigator.serviceWorker.controller !== null)).toBe(true);
-    await expect(page.getByText("A new version is ready")).toBeHidden();
-    const before = await page.evaluate(() => caches.keys());
-
-    const worker = join(relay.page, "sw.js");
-    writeFileSync(
-      worker,
-      readFileSync(worker, "utf8").replace(/kPageVersion="[^"]*"/, 'kPageVersion="newer"'),
-    );
+    const kept = await page.evaluate(async () => {
+      const paths: string[] = [];
+      for (const name of await caches.keys()) {
+        for (const request of await (await caches.open(name)).keys())
+          paths.push(new URL(request.url).pathname);
+      }
+      return paths;
+    });
+    expect(kept).toContain("/");
+    expect(kept.filter((path) => /^\/(api|ws|healthz)/.test(path))).toEqual([]);
     await relay.kill();
-    await relay.start();
-    await page.evaluate(async () => void (await (await navigator.serviceWorker.ready).update()));
-    await expect(page.getByText("A new version is ready")).toBeVisible();
-    const reloaded = page.waitForEvent("load");
-    await page.getByRole("button", { name: "Reload" }).tap();
-    await reloaded;
-    await expect(page.getByRole("heading", { level: 1 })).toBeVisible();
-    const after = await page.evaluate(() => caches.keys());
-    expect([before, after]).toEqual([[expect.stringMatching(/^quillard-page-/)], ["quillard-page-newer"]]);
-  } finally {
-    rmSync(folder, { recursive: true, force: true });
-  }
+    await page.reload();
+    await expect(page.getByRole("heading", { name: "Studio", exact: true })).toBeVisible();
+    await expect(page.getByText("The relay cannot be reached")).toBeVisible();
+  });
+
+  test("a new version is offered, and taken when the person agrees", async ({ page, relay, watch }) => {
+    watch.expected.push(kRelayIsGone);
+    const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
+    try {
+      relay.page = join(folder, "page");
+      cpSync(kPage, relay.page, { recursive: true });
+      await relay.kill();
+      await relay.start();
+      await page.goto(relay.url);
+      await expect.poll(() => page.evaluate(() => navigator.serviceWorker.controller !== null)).toBe(true);
+      await expect(page.getByText("A new version is ready")).toBeHidden();
+      const before = await page.evaluate(() => caches.keys());
+
+      const worker = join(relay.page, "sw.js");
+      writeFileSync(
+        worker,
+        readFileSync(worker, "utf8").replace(/kPageVersion="[^"]*"/, 'kPageVersion="newer"'),
+      );
+      await relay.kill();
+      await relay.start();
+      await page.evaluate(async () => void (await (await navigator.serviceWorker.ready).update()));
+      await expect(page.getByText("A new version is ready")).toBeVisible();
+      const reloaded = page.waitForEvent("load");
+      await page.getByRole("button", { name: "Reload" }).tap();
+      await reloaded;
+      await expect(page.getByRole("heading", { level: 1 })).toBeVisible();
+      const after = await page.evaluate(() => caches.keys());
+      expect([before, after]).toEqual([[expect.stringMatching(/^quillard-page-/)], ["quillard-page-newer"]]);
+    } finally {
+      rmSync(folder, { recursive: true, force: true });
+    }
+  });
 });
 
 test("its policy lets no foreign script or frame in", async ({ page, relay }) => {

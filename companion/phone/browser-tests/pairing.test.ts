@@ -1,5 +1,5 @@
 import { chromium } from "@playwright/test";
-import type { Page } from "@playwright/test";
+import type { Browser, Page } from "@playwright/test";
 import { mkdtempSync, rmSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -45,20 +45,37 @@ test("says that a picture holds no code, and that a file is no picture", async (
   await expect(page.getByRole("alert")).toContainText("no picture that the browser can show");
 });
 
-/** A browser whose camera sees a desktop with the code of `text`. */
+/** A browser whose camera sees what `film` holds when the camera is switched on; launched at its first use. */
+const camera = {
+  folder: "",
+  browser: undefined as Promise<Browser> | undefined,
+  get film() {
+    return join(this.folder, "code.y4m");
+  },
+  launch(): Promise<Browser> {
+    this.folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
+    const args = [
+      ...(kChromium.args ?? []),
+      "--use-fake-device-for-media-stream",
+      "--use-fake-ui-for-media-stream",
+      `--use-file-for-fake-video-capture=${this.film}`,
+    ];
+    return chromium.launch({ ...kChromium, args });
+  },
+};
+
+test.afterAll(async () => {
+  if (!camera.browser) return;
+  await (await camera.browser).close();
+  rmSync(camera.folder, { recursive: true, force: true });
+});
+
+/** A page whose camera sees a desktop with the code of `text`. */
 async function withCamera(text: string, use: (page: Page) => Promise<void>): Promise<void> {
-  const folder = mkdtempSync(join(tmpdir(), "quillard-page-test-"));
-  const film = join(folder, "code.y4m");
-  writeFilm(film, text);
-  const args = [
-    ...(kChromium.args ?? []),
-    "--use-fake-device-for-media-stream",
-    "--use-fake-ui-for-media-stream",
-    `--use-file-for-fake-video-capture=${film}`,
-  ];
-  const browser = await chromium.launch({ ...kChromium, args });
+  const browser = await (camera.browser ??= camera.launch());
+  writeFilm(camera.film, text);
+  const page = await browser.newPage({ viewport: { width: 390, height: 844 } });
   try {
-    const page = await browser.newPage({ viewport: { width: 390, height: 844 } });
     await page.addInitScript(() => {
       const media = navigator.mediaDevices;
       const open = media.getUserMedia.bind(media);
@@ -72,8 +89,7 @@ async function withCamera(text: string, use: (page: Page) => Promise<void>): Pro
     });
     await use(page);
   } finally {
-    await browser.close();
-    rmSync(folder, { recursive: true, force: true });
+    await page.close();
   }
 }
 

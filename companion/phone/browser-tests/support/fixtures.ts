@@ -1,4 +1,5 @@
-// What each test begins with: a relay of its own, a computer that is connected to it, and a page that is watched.
+// What each test begins with: a relay, a fake computer with a pairing of its own that is connected to it, and a page that
+// is watched. The tests of one worker share a relay, except those that stop it or change what it serves: `ownRelay`.
 import { expect, test as base } from "@playwright/test";
 import type { Locator, Page } from "@playwright/test";
 import { FakeAgent } from "./FakeAgent";
@@ -11,7 +12,13 @@ export interface Watch {
   readonly expected: RegExp[];
 }
 
-export interface Things {
+interface WorkerFixtures {
+  readonly sharedRelay: RelayProcess;
+}
+
+interface TestFixtures {
+  /** Option: the test gets a relay that no other test uses. */
+  readonly ownRelay: boolean;
   readonly relay: RelayProcess;
   readonly computer: FakeAgent;
   readonly watch: Watch;
@@ -33,12 +40,22 @@ function watchPage(page: Page, relay: RelayProcess, problems: string[]): void {
   });
 }
 
-export const test = base.extend<Things>({
-  relay: async ({}, use) => {
-    const relay = new RelayProcess();
+async function withRelay(use: (relay: RelayProcess) => Promise<void>): Promise<void> {
+  const relay = new RelayProcess();
+  try {
     await relay.start();
     await use(relay);
+  } finally {
     await relay.dispose();
+  }
+}
+
+export const test = base.extend<TestFixtures, WorkerFixtures>({
+  sharedRelay: [async ({}, use) => withRelay(use), { scope: "worker" }],
+  ownRelay: [false, { option: true }],
+  relay: async ({ ownRelay, sharedRelay }, use) => {
+    if (ownRelay) await withRelay(use);
+    else await use(sharedRelay);
   },
   computer: async ({ relay }, use) => {
     const computer = new FakeAgent(relay.url);

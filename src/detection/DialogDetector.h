@@ -9,11 +9,13 @@
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/PendingApproval.h"
 #include "detection/PromptCandidateGate.h"
+#include "detection/PromptPresence.h"
 #include "detection/PromptReader.h"
 #include "detection/ResolvedDialogButton.h"
 #include "detection/StableIDs.h"
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
+#include "detection/WindowSources.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
@@ -59,28 +61,37 @@ class DialogDetector {
   // accessibility is not granted.
   [[nodiscard]] std::vector<WindowDiagnosis> diagnose();
 
-  // Whether some window on screen still shows the prompt. Also true when that cannot be told, because its application
-  // does not answer or accessibility was taken away: only a prompt that was looked for without success counts as gone.
-  [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval);
+  // Whether some window still shows the prompt. Windows of one whose content is the same, wherever it lies, count; the
+  // scan's own two-scan gate does not, nor does this open it.
+  //
+  // The prompt's own application is asked first, and a prompt that it shows is there: that costs a few requests, on a
+  // desktop of any size. Only before it says "gone" are the windows of the whole desktop read. Unknown when
+  // accessibility is not granted, or when the prompt's application misses its time-out; that of another one proves
+  // nothing either way.
+  [[nodiscard]] PromptPresence presenceOf(const PendingApproval& approval);
+  // The same as yes or no: an unknown presence is yes, since nothing has shown that the prompt went.
+  [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval) { return !presenceOf(approval).isGone(); }
 
   // The live button labelled exactly `buttonLabel` in the window that matches the approval best; of equal ones the
   // first met. Its window is restored and raised. Absent when no window matches, or none has such a button.
+  //
+  // The prompt's own application is asked first, too. A window of it that has not moved is taken; one that has moved
+  // is compared with all other windows, since an equal one may lie nearer.
   [[nodiscard]] std::optional<ResolvedDialogButton> resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel);
 
  private:
   struct Match;
 
-  [[nodiscard]] std::vector<WindowSource> allWindowSources(platform::AXReadScope& scope);
-  [[nodiscard]] std::vector<WindowSource> uniqueWindowSources(platform::AXReadScope& scope);
-  void appendApplicationSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
-  void appendSystemWideSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
-  void appendSystemWideSource(const std::optional<platform::AXUIElement>& window, std::vector<WindowSource>& sources);
-
+  [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
                                                                        const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalOf(const WindowSource& source, const PromptReading& reading);
+  [[nodiscard]] bool isShownIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
+                               const PendingApproval& approval);
+  [[nodiscard]] std::optional<Match> bestMatchIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
+                                                 const PendingApproval& approval, const std::string& buttonLabel);
   [[nodiscard]] std::optional<Match> matchIn(platform::AXReadScope& scope, const WindowSource& source,
                                              const PendingApproval& approval, const std::string& buttonLabel);
   void printDiagnostics(const std::vector<WindowSource>& sources);

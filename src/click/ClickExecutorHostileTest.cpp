@@ -284,7 +284,7 @@ const std::vector<Change>& changes() {
 }
 
 // As the detector would, but at no request.
-bool seesThePrompt(ClickWorld& world) {
+bool showsThePrompt(ClickWorld& world) {
   if (!world.desktop().isOpen(world.prompt) || world.isQuestionGone) return false;
   for (const auto label : {"Deny", "Allow", "Always Allow"}) {
     if (!world.desktop().findButton(world.prompt, label)) return false;
@@ -299,7 +299,7 @@ class ChangeBetweenRequests : public testing::TestWithParam<std::tuple<Change, i
     const auto& [change, kind] = GetParam();
     ClickWorld world;
     world.approve(world.question(kind == 0 ? PressEffect::doesNothing() : PressEffect::fails(AXError::cannotComplete)));
-    world.detectorSees = [&world] { return seesThePrompt(world); };
+    world.fakePresence = [&world] { return showsThePrompt(world); };
     world.events.setReturnPressesFocusedButton(kind == 0);
     int requests = 0;
     world.desktop().setRequestHook([&, &change = change](const AXRequest&) {

@@ -199,7 +199,7 @@ TEST_F(ClickExecutorTest, ARefusedPressGoesStraightToTheNextPath) {
 TEST_F(ClickExecutorTest, AButtonThatDiedAndIsNowhereElseIsReported) {
   approve(question(PressEffect::doesNothing()));
   desktop().close(button());
-  detectorSees = [] { return true; };
+  fakePresence = [] { return true; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_EQ(searches, 1);
   EXPECT_EQ(took, Seconds::zero());
@@ -207,8 +207,8 @@ TEST_F(ClickExecutorTest, AButtonThatDiedAndIsNowhereElseIsReported) {
 
 TEST_F(ClickExecutorTest, AButtonThatDiesOfThePressWhileThePromptStaysIsReported) {
   approve(question(PressEffect::disappears()));
-  findsAgain = [] { return std::nullopt; };
-  detectorSees = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_EQ(took, ms(4250));
 }
@@ -232,8 +232,8 @@ TEST_F(ClickExecutorTest, AButtonThatWasMadeAnewIsFoundAgainAndPressed) {
 TEST_F(ClickExecutorTest, AButtonOfAnotherLabelIsNotTheOneThatWasLost) {
   approve(question());
   const auto other = detector.resolveCurrentButton(*approval, "Always Allow");
-  detectorSees = [] { return true; };
-  findsAgain = [other] { return other; };
+  fakePresence = [] { return true; };
+  fakeSearch = [other] { return other; };
   desktop().close(button());
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_TRUE(desktop().presses().empty());
@@ -242,8 +242,8 @@ TEST_F(ClickExecutorTest, AButtonOfAnotherLabelIsNotTheOneThatWasLost) {
 TEST_F(ClickExecutorTest, AButtonThatGotAnotherLabelIsNotPressedAnyMore) {
   approve(question());
   desktop().setAttribute(button(), ax::kTitle, std::string{"Always Allow"});
-  detectorSees = [] { return true; };
-  findsAgain = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_TRUE(desktop().presses().empty());
 }
@@ -270,8 +270,8 @@ TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptGoesWhileTheButtonIsLookedFo
   approve(question(
       PressEffect::runs([](auto& desktop, NodeHandle pressed) { desktop.close(pressed); }, AXError::cannotComplete)));
   bool isThere = true;
-  detectorSees = [&isThere] { return isThere; };
-  findsAgain = [&isThere]() -> std::optional<ResolvedDialogButton> {
+  fakePresence = [&isThere] { return isThere; };
+  fakeSearch = [&isThere]() -> std::optional<ResolvedDialogButton> {
     isThere = false;
     return std::nullopt;
   };
@@ -302,7 +302,7 @@ TEST_F(ClickExecutorTest, APromptThatGoesDuringTheLastPathIsGone) {
   dialog.buttons = {"Cancel", "Open Settings"};
   approve(dialog, "Open Settings");
   int hitTests = 0;
-  detectorSees = [&hitTests] { return hitTests < 3; };
+  fakePresence = [&hitTests] { return hitTests < 3; };
   desktop().setHitTest([&hitTests](auto) {
     ++hitTests;  // One for the press of what is hit, one for each delivery of the mouse.
     return platform::AXResult<NodeHandle>{AXError::noValue};
@@ -388,7 +388,7 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
 
 TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
   approve(question());
-  detectorSees = [this] {
+  fakePresence = [this] {
     stopAt = world.time().monotonicNow();
     return true;
   };
@@ -401,7 +401,7 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
 TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
   approve(question());
   desktop().hang(application, platform::simulated::LateActions::performedOnUnhang);
-  findsAgain = [] { return std::nullopt; };
+  fakeSearch = [] { return std::nullopt; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_LT(took, Seconds{2});
   desktop().unhang(application);
@@ -413,8 +413,8 @@ TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
   approve(question());
   world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if nobody had.
   world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
-  detectorSees = [] { return true; };
-  findsAgain = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
   desktop().hang(application);
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_EQ(took, ms(400)) << "one look before the press, one for whether it died";
@@ -424,7 +424,7 @@ TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) 
   approve(question(PressEffect::fails(AXError::failure)));
   const auto other = desktop().launch({.name = "Other"});
   const auto above = desktop().open(other, question());
-  detectorSees = [] { return true; };
+  fakePresence = [] { return true; };
   desktop().setRequestHook([&](const AXRequest& request) {
     if (request.name != ax::kRaiseAction) return;
     desktop().hang(other);

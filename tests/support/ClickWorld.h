@@ -59,7 +59,7 @@ struct ClickWorld : DetectionWorld {
     const auto start = world.time().monotonicNow();
     std::optional<Outcome> outcome;
     queue->post([&] {
-      outcome = ClickExecutor::click(resolved.value(), {world.accessibility(), events, world.time()}, questions());
+      outcome = ClickExecutor::click(resolved.value(), {world.accessibility(), events, world.time()}, callbacks());
       took = world.time().monotonicNow() - start;
       wasPresentAtEnd = isPromptPresent();
     });
@@ -67,12 +67,12 @@ struct ClickWorld : DetectionWorld {
     return outcome.value();
   }
 
-  ClickQuestions questions() {
-    return {.isPromptStillPresent =
+  ClickCallbacks callbacks() {
+    return {.presence =
                 [this] {
                   ++presenceChecks;
                   if (hasChanged) ++checksSinceChange;
-                  return isPromptPresent();
+                  return presence();
                 },
             .refreshedButton = [this] { return findAgain(); },
             .shouldStop = [this] { return stopAt && world.time().monotonicNow() >= *stopAt; }};
@@ -86,7 +86,11 @@ struct ClickWorld : DetectionWorld {
     isQuestionGone = isQuestionGone || !answersTheQuestion;
   }
 
-  bool isPromptPresent() { return detectorSees ? detectorSees() : detector.isPromptStillPresent(*approval); }
+  PromptPresence presence() {
+    if (!fakePresence) return detector.presenceOf(*approval);
+    return fakePresence() ? PromptPresence::there() : PromptPresence::gone();
+  }
+  bool isPromptPresent() { return !presence().isGone(); }
 
   // The effect, after a note of who was pressed.
   PressEffect noted(const PressEffect& effect) {
@@ -106,8 +110,8 @@ struct ClickWorld : DetectionWorld {
   std::optional<PendingApproval> approval;
   std::optional<ResolvedDialogButton> resolved;
   std::set<NodeHandle> approvedButtons;
-  std::function<std::optional<ResolvedDialogButton>()> findsAgain;  // Empty: the detector does.
-  std::function<bool()> detectorSees;                               // Empty: what the detector sees.
+  std::function<std::optional<ResolvedDialogButton>()> fakeSearch;  // Empty: the detector searches.
+  std::function<bool()> fakePresence;                               // Whether it is there. Empty: the detector checks.
   std::optional<Instant> stopAt;
   Seconds took{0};
   bool wasPresentAtEnd = false;
@@ -137,7 +141,7 @@ struct ClickWorld : DetectionWorld {
 
   std::optional<ResolvedDialogButton> findAgain() {
     ++searches;
-    auto found = findsAgain ? findsAgain() : detector.resolveCurrentButton(*approval, chosen);
+    auto found = fakeSearch ? fakeSearch() : detector.resolveCurrentButton(*approval, chosen);
     if (found) approvedButtons.insert(*desktop().node(found->element));
     return found;
   }

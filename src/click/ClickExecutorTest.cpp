@@ -43,9 +43,9 @@ class ClickExecutorTest : public testing::Test, protected ClickWorld {
   Lines trace() const {
     Lines lines;
     for (const auto& [at, what] : traced) {
-      std::array<char, 16> moment{};
-      std::snprintf(moment.data(), moment.size(), "%.3f ", at.count());
-      lines.push_back(moment.data() + what);
+      std::array<char, 16> seconds{};
+      std::snprintf(seconds.data(), seconds.size(), "%.3f ", at.count());
+      lines.push_back(seconds.data() + what);
     }
     return lines;
   }
@@ -76,7 +76,7 @@ class ClickExecutorTest : public testing::Test, protected ClickWorld {
   std::vector<std::pair<Seconds, std::string>> traced;
 };
 
-TEST(ClickError, SaysWhatTheUserIsTold) {
+TEST(ClickError, DescribesEachErrorToTheUser) {
   EXPECT_EQ(localizedDescription(ClickError::unableToCreateEvent), "Unable to create a synthetic click event.");
   EXPECT_EQ(localizedDescription(ClickError::pendingApprovalNotFound), "The approval request is no longer pending.");
   EXPECT_EQ(localizedDescription(ClickError::buttonNotFound), "The approved button no longer exists on screen.");
@@ -84,7 +84,7 @@ TEST(ClickError, SaysWhatTheUserIsTold) {
             "The dialog was still visible after Quillard tried every safe click path.");
 }
 
-// ---- The road as a whole
+// ---- All paths
 
 TEST_F(ClickExecutorTest, APressThatClosesThePromptIsAllThatIsDone) {
   approve(question());
@@ -161,7 +161,7 @@ TEST_F(ClickExecutorTest, StopsAtThePathThatHelps) {
 
 // ---- Waiting
 
-TEST_F(ClickExecutorTest, APromptThatClosesLaterIsSeenAtTheNextMomentOfTheSchedule) {
+TEST_F(ClickExecutorTest, APromptThatClosesLaterIsGoneAtTheNextCheckOfTheSchedule) {
   const std::pair<double, double> closesAndEnds[] = {{149, 150},   {151, 500},   {200, 500},   {499, 500},
                                                      {501, 1250},  {1000, 1250}, {1249, 1250}, {1251, 2500},
                                                      {2499, 2500}, {2501, 4250}, {4000, 4250}, {4249, 4250}};
@@ -182,7 +182,7 @@ TEST_F(ClickExecutorTest, APromptThatClosesAfterTheWaitIsGoneBeforeItIsPressedAg
   EXPECT_EQ(took, ms(4350)) << "while its window is prepared";
 }
 
-TEST_F(ClickExecutorTest, AsksAboutThePromptOnceBeforeAPressAndOnceAtEachMomentAfterIt) {
+TEST_F(ClickExecutorTest, ChecksPresenceOnceBeforeAPressAndAfterEachDelay) {
   approve(question(PressEffect::closesAfter(ms(2600))));
   EXPECT_EQ(click(), std::nullopt);
   EXPECT_EQ(presenceChecks, 1 + 5);
@@ -252,7 +252,7 @@ TEST_F(ClickExecutorTest, APromptThatWentBeforeAnythingWasDoneWasNotAnsweredHere
   approve(question());
   desktop().close(prompt);
   EXPECT_EQ(click(), ClickError::buttonNotFound);
-  EXPECT_EQ(searches, 0) << "there is nothing to look for";
+  EXPECT_EQ(searches, 0) << "there is nothing to find";
 }
 
 TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptIsGoneIsAPressThatLanded) {
@@ -358,7 +358,7 @@ TEST_F(ClickExecutorTest, EventsThatGetLostAreNoHarm) {
 
 // ---- Stopping
 
-TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfBeingToldToStop) {
+TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfARequestToStop) {
   for (double at = 0; at < 16400; at += 113) {
     ClickWorld other;
     other.approve(other.question(PressEffect::doesNothing()));
@@ -386,7 +386,7 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
   EXPECT_EQ(trace(), Lines{});
 }
 
-TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
+TEST_F(ClickExecutorTest, DoesNothingWhenItIsStoppedDuringTheChecks) {
   approve(question());
   fakePresence = [this] {
     stopAt = world.time().monotonicNow();
@@ -406,18 +406,18 @@ TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
   EXPECT_LT(took, Seconds{2});
   desktop().unhang(application);
   world.advance(Seconds{1});
-  EXPECT_TRUE(desktop().presses().empty()) << "nothing was asked of it that it could do late";
+  EXPECT_TRUE(desktop().presses().empty()) << "no action was requested that it could perform late";
 }
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
   approve(question());
-  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if nobody had.
+  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if it had not been set.
   world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
   fakePresence = [] { return true; };
   fakeSearch = [] { return std::nullopt; };
   desktop().hang(application);
   EXPECT_EQ(click(), ClickError::buttonNotFound);
-  EXPECT_EQ(took, ms(400)) << "one look before the press, one for whether it died";
+  EXPECT_EQ(took, ms(400)) << "one read before the press, one for whether it died";
 }
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) {

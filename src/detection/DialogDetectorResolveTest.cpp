@@ -124,7 +124,7 @@ TEST_F(ResolveTest, TakesTheFirstMetOfTwoAtEqualDistance) {
   EXPECT_EQ(desktop().node(resolved->window), first);
 }
 
-TEST_F(ResolveTest, LooksForTheButtonAmongAHundredAndTwentyDescendantsOfTheContent) {
+TEST_F(ResolveTest, SearchesForTheButtonAmongAHundredAndTwentyDescendantsOfTheContent) {
   for (const int position : {120, 121}) {
     // The walk takes the last child first, and the record is made of eighty: the first child is in neither.
     ElementSpec window{.role = "AXWindow", .subrole = "AXDialog", .title = "Erase?"};
@@ -188,7 +188,7 @@ TEST_F(ResolveTest, FindsNothingWhileTheApplicationDoesNotAnswer) {
 }
 
 // Whatever changes between any two requests: what comes back is a button of that label, in the prompt that it belongs
-// to, at the moment when it was looked at.
+// to, at the time when it was read.
 TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
@@ -214,7 +214,7 @@ TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
 
 // ---- Presence
 
-TEST_F(ResolveTest, APromptIsPresentFromTheFirstLookOn) {
+TEST_F(ResolveTest, APromptIsPresentFromTheFirstCheckOn) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
   DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};
@@ -252,7 +252,7 @@ TEST_F(ResolveTest, APromptCountsAsPresentWhileItsApplicationDoesNotAnswer) {
   EXPECT_FALSE(detector.isPromptStillPresent(approval));
 }
 
-TEST_F(ResolveTest, APromptCountsAsPresentWhileNobodyMayLook) {
+TEST_F(ResolveTest, APromptCountsAsPresentWhilePermissionIsMissing) {
   desktop().open(application, spec());
   const auto approval = stored();
   desktop().setTrusted(false);
@@ -341,7 +341,7 @@ TEST_F(CrowdedDesktop, ASilentApplicationCostsOneRequestAndOneWait) {
   EXPECT_EQ(requestsOf([&] { EXPECT_FALSE(detector.resolveCurrentButton(*approval, "Erase").has_value()); }), 1U);
 }
 
-TEST_F(ResolveTest, LookingDoesNotOpenTheGateForTheScan) {
+TEST_F(ResolveTest, ACheckDoesNotOpenTheGateForTheScan) {
   desktop().open(application, spec());
   const auto approval = stored();
   DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};

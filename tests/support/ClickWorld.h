@@ -20,7 +20,7 @@ namespace quillard::samples {
 // does, with the detector's own presence check and search.
 //
 // It watches every press of every button that it made: one of anything but the approved button of the approved prompt
-// is a wrong press, unless what made it wrong happened after the click had last looked for the prompt.
+// is a wrong press, unless what made it wrong happened after the click had last checked presence.
 struct ClickWorld : DetectionWorld {
   using NodeHandle = platform::simulated::NodeHandle;
   using DialogSpec = platform::simulated::DialogSpec;
@@ -41,7 +41,7 @@ struct ClickWorld : DetectionWorld {
             .actions = {"AXRaise", "AXConfirm", "AXCancel"}};
   }
 
-  // Opens the prompt, lets it be seen, and chooses the button as the phone would.
+  // Opens the prompt, scans twice, and chooses the button as the phone would.
   void approve(const DialogSpec& dialog, const std::string& label = "Allow") {
     prompt = desktop().open(application, dialog);
     chosen = label;
@@ -92,7 +92,7 @@ struct ClickWorld : DetectionWorld {
   }
   bool isPromptPresent() { return !presence().isGone(); }
 
-  // The effect, after a note of who was pressed.
+  // The effect, after a note of what was pressed.
   PressEffect noted(const PressEffect& effect) {
     if (!effect.isTaken()) return effect;
     return PressEffect::runs(
@@ -122,7 +122,7 @@ struct ClickWorld : DetectionWorld {
   bool isQuestionGone = false;
   int rightPresses = 0;
   std::vector<std::string> wrongPresses;  // Labels.
-  int unavoidablePresses = 0;             // Wrong ones, by a change after the last look.
+  int unavoidablePresses = 0;             // Wrong ones, by a change after the last check.
 
  private:
   void note(NodeHandle pressed) {

@@ -14,8 +14,6 @@
 namespace quillard {
 
 using platform::AXReadScope;
-using platform::AXUIElement;
-using platform::RunningApplication;
 namespace ax = platform::ax;
 
 namespace {

@@ -14,36 +14,42 @@
 
 namespace quillard {
 
-// Finds the button of a decision, and presses it away from the main thread, one press after another. Main thread.
+// The way from a decision to a press, and the one entry to this folder: `focusAndResolve` finds the button on the main
+// thread, `click` presses it on a queue of its own, one press after another.
+//
+//     ApprovalClicker -> DialogFocusResolver -> DialogDetector    finds the button
+//                     -> ClickExecutor -> ApprovedButton          presses it, and proves that it is the approved one
+//                                      -> DialogDetector          proves that the prompt went
+//
+// Main thread.
 class ApprovalClicker {
  public:
-  // Absent: the prompt is gone.
+  // Absent: the approved button was pressed, and the prompt is gone.
   using Completion = std::function<void(std::optional<ClickError>)>;
 
   // All outlive the clicker.
   ApprovalClicker(DialogDetector& detector, DialogFocusResolver& focusResolver, const ClickDependencies& dependencies,
                   platform::Executors& executors);
-  // Stops, and waits for the press under way, a tenth of a second or the answer of one request.
+  // Stops, and waits for the press under way: a tenth of a second, or the answer of one request.
   ~ApprovalClicker();
   ApprovalClicker(const ApprovalClicker&) = delete;
   ApprovalClicker& operator=(const ApprovalClicker&) = delete;
 
-  // Brings the prompt's application to the front, waits for it to come, and looks for the live button, twice. Blocks
-  // the calling thread on purpose: 0.2 s, and 0.25 s more when the button is not there at first.
+  // Brings the prompt's application to the front, waits for it to come, and searches for the live button, twice. Blocks
+  // the main thread on purpose, so that the application comes to the front before anything is pressed: 0.2 s, and
+  // 0.25 s more when the button is not there at first.
   [[nodiscard]] std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval,
                                                                     const std::string& buttonLabel);
 
-  // Presses `button` and sees to it that the prompt goes. `completion` comes once, in a later turn of the main thread;
-  // never when this is destroyed before.
+  // Presses `button` until the prompt is gone, as `ClickExecutor` does, after every press asked for before.
+  // `completion` comes once, in a later turn of the main thread; never when this is destroyed before.
   void click(const PendingApproval& approval, const std::string& buttonLabel, const ResolvedDialogButton& button,
              Completion completion);
 
-  // The press under way ends within a tenth of a second, before it acts again, as one that failed.
+  // The newest press ends within a tenth of a second, before it acts again, and fails with `promptStillPresent`.
   void stop();
 
  private:
-  struct Attempt;
-
   DialogDetector& detector;
   DialogFocusResolver& focusResolver;
   const ClickDependencies dependencies;

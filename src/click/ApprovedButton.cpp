@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "click/ClickCandidates.h"
+#include "click/ClickExecutor.h"
 #include "detection/PromptReader.h"
 #include "detection/elements/AXHelpers.h"
 
@@ -18,6 +18,12 @@ namespace {
 constexpr int kHitButtonLimit = 8;
 constexpr int kWindowAncestorLimit = 20;
 constexpr std::size_t kButtonSearchLimit = 120;
+
+// Whether one key, or one action of a window, could mean either label.
+bool meansTheSame(std::string_view label, std::string_view other) {
+  const auto key = ClickExecutor::keyCandidate(label);
+  return key && key == ClickExecutor::keyCandidate(other);
+}
 
 }  // namespace
 
@@ -132,7 +138,7 @@ bool ApprovedButton::isOnlyOneOfItsMeaning(const AXUIElement& window) const {
   const auto elements = AXHelpers::deeplyNestedChildren(*scope, window, kButtonSearchLimit);
   const bool hasAnother = std::any_of(elements.begin(), elements.end(), [&](const AXUIElement& element) {
     return element != resolved.element && AXHelpers::role(*scope, element) == ax::kButtonRole &&
-           ClickExecutor::meansTheSame(label(), PromptReader::buttonLabel(*scope, element));
+           meansTheSame(label(), PromptReader::buttonLabel(*scope, element));
   });
   return !hasAnother && elements.size() < kButtonSearchLimit && !scope->missedTimeout(window);
 }

@@ -4,7 +4,6 @@
 #include <array>
 #include <utility>
 
-#include "click/ClickCandidates.h"
 #include "detection/elements/AXHelpers.h"
 
 namespace quillard {
@@ -12,12 +11,14 @@ namespace quillard {
 using platform::AXError;
 using platform::AXUIElement;
 using platform::KeyCode;
+using platform::MouseEventType;
 namespace ax = platform::ax;
 
 namespace {
 
 constexpr Seconds kPauseAfterPreparing{0.1};
 constexpr Seconds kPauseAfterFocusing{0.08};
+constexpr Seconds kPauseBetweenEvents{0.08};
 
 // Whether the answer says that the application never got as far as the button. Any other error may follow a press.
 bool isRefusedBeyondDoubt(AXError error) {
@@ -29,19 +30,19 @@ bool isRefusedBeyondDoubt(AXError error) {
 }  // namespace
 
 ClickAttempt::ClickAttempt(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
-                           const ClickQuestions& questions)
+                           const ClickCallbacks& callbacks)
     : button(button, dependencies.accessibility),
       accessibility(dependencies.accessibility),
-      questions(questions),
-      watch(questions, dependencies.clock),
-      input(dependencies.syntheticEvents, dependencies.clock, watch) {}
+      syntheticEvents(dependencies.syntheticEvents),
+      clock(dependencies.clock),
+      callbacks(callbacks) {}
 
 std::optional<ClickError> ClickAttempt::run() {
   constexpr std::array kPaths{&ClickAttempt::pressDirectly,
                               &ClickAttempt::findAgainWhenDead,
                               &ClickAttempt::prepareWindows,
                               &ClickAttempt::pressWindowButtons,
-                              static_cast<ClickProgress (ClickAttempt::*)()>(&ClickAttempt::focusAndPressSpace),
+                              &ClickAttempt::focusButtonAndPressSpace,
                               &ClickAttempt::focusWindowButtonsAndPressSpace,
                               &ClickAttempt::performWindowActions,
                               &ClickAttempt::pressWhatIsHit,
@@ -49,90 +50,103 @@ std::optional<ClickError> ClickAttempt::run() {
                               &ClickAttempt::typeKeyOfLabel};
   for (const auto path : kPaths) {
     const auto progress = (this->*path)();
-    if (progress != ClickProgress::promptRemains) return outcome(progress);
+    if (progress != Progress::promptRemains) return outcome(progress);
   }
-  return outcome(watch.isPromptStillPresent() ? ClickProgress::promptRemains : ClickProgress::promptGone);
+  return outcome(isPromptStillPresent() ? Progress::promptRemains : Progress::promptGone);
 }
 
-std::optional<ClickError> ClickAttempt::outcome(ClickProgress progress) const {
+std::optional<ClickError> ClickAttempt::outcome(Progress progress) const {
   switch (progress) {
-    case ClickProgress::promptGone:
-      // A prompt that somebody else answered before anything was done here was not answered as approved.
-      if (hasPerformed || input.hasPressed()) return std::nullopt;
+    case Progress::promptGone:
+      if (hasActed) return std::nullopt;
       return ClickError::buttonNotFound;
-    case ClickProgress::buttonLost:
+    case Progress::buttonLost:
       return ClickError::buttonNotFound;
-    case ClickProgress::eventNotCreated:
+    case Progress::eventNotCreated:
       return ClickError::unableToCreateEvent;
-    case ClickProgress::promptRemains:
-    case ClickProgress::stopped:
+    case Progress::promptRemains:
+    case Progress::stopped:
       break;
   }
   return ClickError::promptStillPresent;
 }
 
-std::optional<ClickProgress> ClickAttempt::blocker() const {
-  if (watch.shouldStop()) return ClickProgress::stopped;
-  if (!watch.isPromptStillPresent()) return ClickProgress::promptGone;
-  if (!button.isIntact()) return ClickProgress::promptRemains;
-  if (watch.shouldStop()) return ClickProgress::stopped;  // Looking may have taken long.
+// ---- Checks and waits
+
+std::optional<ClickAttempt::Progress> ClickAttempt::blocker() const {
+  if (shouldStop()) return Progress::stopped;
+  if (!isPromptStillPresent()) return Progress::promptGone;
+  if (!button.isIntact()) return Progress::promptRemains;
+  if (shouldStop()) return Progress::stopped;  // The checks may have taken long.
   return std::nullopt;
 }
 
-std::optional<ClickProgress> ClickAttempt::blocker(const std::function<bool()>& proof) const {
+std::optional<ClickAttempt::Progress> ClickAttempt::blocker(const Proof& proof) const {
   if (auto blocked = blocker()) return blocked;
-  return proof() ? std::nullopt : std::optional{ClickProgress::promptRemains};
+  return proof() ? std::nullopt : std::optional{Progress::promptRemains};
+}
+
+bool ClickAttempt::sleep(Seconds duration) const {
+  return ClickExecutor::sleepUnlessStopped(clock, duration, callbacks.shouldStop);
+}
+
+ClickAttempt::Progress ClickAttempt::waitToClear(std::span<const Seconds> delays) const {
+  for (const Seconds delay : delays) {
+    if (!sleep(delay)) return Progress::stopped;
+    if (!isPromptStillPresent()) return Progress::promptGone;
+  }
+  return Progress::promptRemains;
 }
 
 AXError ClickAttempt::perform(const AXUIElement& target, std::string_view action) {
   const auto answer = accessibility.performAction(target, action);
-  if (answer != AXError::invalidUIElement) hasPerformed = true;  // Where there was nothing, nothing was pressed.
+  if (answer != AXError::invalidUIElement) hasActed = true;  // Where there was nothing, nothing was pressed.
   return answer;
 }
 
 // ---- The button itself
 
-ClickProgress ClickAttempt::pressDirectly() {
+ClickAttempt::Progress ClickAttempt::pressDirectly() {
   (void)button.owningApplication();  // Bounds the waits.
   if (const auto blocked = blocker()) return *blocked;
   const auto answer = perform(button.element(), ax::kPressAction);
   mayPressHaveLanded = !isRefusedBeyondDoubt(answer);
-  if (answer != AXError::success) return ClickProgress::promptRemains;
-  return watch.waitToClear(ClickExecutor::acceptedPressClearDelays);
+  if (answer != AXError::success) return Progress::promptRemains;
+  return waitToClear(ClickExecutor::acceptedPressClearDelays);
 }
 
-ClickProgress ClickAttempt::findAgainWhenDead() {
-  if (watch.shouldStop()) return ClickProgress::stopped;
+ClickAttempt::Progress ClickAttempt::findAgainWhenDead() {
+  if (shouldStop()) return Progress::stopped;
   if (!button.isIntact()) {
     const auto progress = findAgain();
-    if (progress != ClickProgress::promptRemains) return progress;
+    if (progress != Progress::promptRemains) return progress;
   }
-  return watch.isPromptStillPresent() ? ClickProgress::promptRemains : ClickProgress::promptGone;
+  return isPromptStillPresent() ? Progress::promptRemains : Progress::promptGone;
 }
 
 // A button that died of a press is not missed: then the prompt has gone with it.
-ClickProgress ClickAttempt::findAgain() {
-  const auto hasGone = [this] { return mayPressHaveLanded && !watch.isPromptStillPresent(); };
-  if (hasGone()) return ClickProgress::promptGone;
-  auto found = questions.refreshedButton();
+ClickAttempt::Progress ClickAttempt::findAgain() {
+  const auto hasGone = [this] { return mayPressHaveLanded && !isPromptStillPresent(); };
+  if (hasGone()) return Progress::promptGone;
+  auto found = callbacks.refreshedButton();
   const bool isApproved = found && found->button.label == button.label();
-  if (!isApproved) return hasGone() ? ClickProgress::promptGone : ClickProgress::buttonLost;
+  if (!isApproved) return hasGone() ? Progress::promptGone : Progress::buttonLost;
   button.replace(*std::move(found));
-  return ClickProgress::promptRemains;
+  return Progress::promptRemains;
 }
 
 // ---- Its windows
 
-ClickProgress ClickAttempt::prepareWindows() {
+ClickAttempt::Progress ClickAttempt::prepareWindows() {
   for (const auto& window : button.windowsForAction()) {
     if (const auto blocked = blocker()) return *blocked;
     const auto progress = prepareWindow(window);
-    if (progress != ClickProgress::promptRemains) return progress;
+    if (progress != Progress::promptRemains) return progress;
   }
-  return ClickProgress::promptRemains;
+  return Progress::promptRemains;
 }
 
-ClickProgress ClickAttempt::prepareWindow(const AXUIElement& window) {
+ClickAttempt::Progress ClickAttempt::prepareWindow(const AXUIElement& window) {
   if (const auto application = button.owningApplication()) {
     accessibility.setAttributeValue(*application, ax::kFrontmost, true);
     accessibility.setAttributeValue(*application, ax::kFocusedWindow, window);
@@ -141,108 +155,101 @@ ClickProgress ClickAttempt::prepareWindow(const AXUIElement& window) {
   accessibility.performAction(window, ax::kRaiseAction);
   accessibility.setAttributeValue(window, ax::kMain, true);
   accessibility.setAttributeValue(window, ax::kFocused, true);
-  return watch.sleep(kPauseAfterPreparing) ? ClickProgress::promptRemains : ClickProgress::stopped;
+  return sleep(kPauseAfterPreparing) ? Progress::promptRemains : Progress::stopped;
 }
 
-ClickProgress ClickAttempt::forEachWindowButton(const Act& act) {
+ClickAttempt::Progress ClickAttempt::forEachWindowButton(const Act& act) {
   for (const auto& window : button.windowsForAction()) {
     for (const auto attribute : ClickExecutor::buttonAttributeCandidates(button.label())) {
       const auto target = button.windowButton(window, attribute);
       if (!target) continue;
       const auto progress = act(*target);
-      if (progress != ClickProgress::promptRemains) return progress;
+      if (progress != Progress::promptRemains) return progress;
     }
   }
-  return ClickProgress::promptRemains;
+  return Progress::promptRemains;
 }
 
-ClickProgress ClickAttempt::pressWindowButtons() {
+ClickAttempt::Progress ClickAttempt::pressWindowButtons() {
   return forEachWindowButton([this](const AXUIElement& target) {
-    return button.offersPress(target) ? pressAndWait(target) : ClickProgress::promptRemains;
+    return button.offersPress(target) ? pressAndWait(target) : Progress::promptRemains;
   });
 }
 
-ClickProgress ClickAttempt::pressAndWait(const AXUIElement& target) {
+ClickAttempt::Progress ClickAttempt::pressAndWait(const AXUIElement& target) {
   if (const auto blocked = blocker([&] { return button.isLabelledAsApproved(target); })) return *blocked;
   perform(target, ax::kPressAction);
-  return watch.waitToClear(ClickExecutor::standardClearDelays);
+  return waitToClear(ClickExecutor::standardClearDelays);
 }
 
-ClickProgress ClickAttempt::performWindowActions() {
+ClickAttempt::Progress ClickAttempt::performWindowActions() {
   for (const auto& window : button.windowsForAction()) {
     const auto offered = AXHelpers::actionNames(accessibility, window);
     for (const auto action : ClickExecutor::windowActionCandidates(button.label())) {
       if (std::find(offered.begin(), offered.end(), action) == offered.end()) continue;
       const auto progress = performAndWait(window, action);
-      if (progress != ClickProgress::promptRemains) return progress;
+      if (progress != Progress::promptRemains) return progress;
     }
   }
-  return ClickProgress::promptRemains;
+  return Progress::promptRemains;
 }
 
-ClickProgress ClickAttempt::performAndWait(const AXUIElement& window, std::string_view action) {
+ClickAttempt::Progress ClickAttempt::performAndWait(const AXUIElement& window, std::string_view action) {
   if (const auto blocked = blocker([&] { return button.answersForWindow(window); })) return *blocked;
   perform(window, action);
-  return watch.waitToClear(ClickExecutor::standardClearDelays);
+  return waitToClear(ClickExecutor::standardClearDelays);
 }
 
 // ---- Its place on the screen
 
-ClickProgress ClickAttempt::pressWhatIsHit() {
+ClickAttempt::Progress ClickAttempt::pressWhatIsHit() {
   const auto centre = button.centre();
   const auto hit = centre ? button.buttonAt(*centre) : std::nullopt;
-  return hit ? pressAndWait(*hit) : ClickProgress::promptRemains;
+  return hit ? pressAndWait(*hit) : Progress::promptRemains;
 }
 
-ClickProgress ClickAttempt::clickAtCentre() {
+ClickAttempt::Progress ClickAttempt::clickAtCentre() {
   const auto centre = button.centre();
-  if (!centre) return ClickProgress::promptRemains;
+  if (!centre) return Progress::promptRemains;
   // The window may move in the meantime, or another one come to lie above it.
   const auto isThere = [this, centre] { return button.centre() == centre && button.buttonAt(*centre).has_value(); };
-  const auto mayPost = [this, isThere] { return blocker(isThere); };
-  std::vector<EventDelivery> deliveries;
-  if (const auto owner = button.processIdentifier()) deliveries.push_back({owner, mayPost});
-  deliveries.push_back({std::nullopt, mayPost});
-  return input.postClickAndWait(*centre, deliveries);
+  std::vector<Delivery> deliveries;
+  if (const auto owner = button.processIdentifier()) deliveries.push_back({owner, isThere});
+  deliveries.push_back({std::nullopt, isThere});
+  return postClickAndWait(*centre, deliveries);
 }
 
 // ---- The keyboard
 
-ClickProgress ClickAttempt::focusAndPressSpace() { return focusAndPressSpace(button.element()); }
+ClickAttempt::Progress ClickAttempt::focusButtonAndPressSpace() { return focusAndPressSpace(button.element()); }
 
-ClickProgress ClickAttempt::focusWindowButtonsAndPressSpace() {
+ClickAttempt::Progress ClickAttempt::focusWindowButtonsAndPressSpace() {
   return forEachWindowButton([this](const AXUIElement& target) { return focusAndPressSpace(target); });
 }
 
-// A space presses whatever has the focus: that setting it was accepted does not say that it moved.
-ClickProgress ClickAttempt::focusAndPressSpace(const AXUIElement& target) {
+// A space presses whatever has the focus, and that setting it was accepted does not say that it moved.
+ClickAttempt::Progress ClickAttempt::focusAndPressSpace(const AXUIElement& target) {
   if (const auto blocked = blocker()) return *blocked;
   const auto owner = button.processIdentifier();
-  if (!owner) return ClickProgress::promptRemains;
+  if (!owner) return Progress::promptRemains;
   (void)button.owningApplication();  // Bounds the waits.
   accessibility.setAttributeValue(target, ax::kFocused, true);
-  if (!watch.sleep(kPauseAfterFocusing)) return ClickProgress::stopped;
-  const auto pressesIt = [&] {
-    return button.hasKeysOfProcess() && button.hasFocus(target) && button.isLabelledAsApproved(target);
-  };
-  return input.postKeyAndWait(KeyCode::space, {{owner, [&] { return blocker(pressesIt); }}});
+  if (!sleep(kPauseAfterFocusing)) return Progress::stopped;
+  return postKeyAndWait(KeyCode::space, {{owner, [&] {
+                                            return button.hasKeysOfProcess() && button.hasFocus(target) &&
+                                                   button.isLabelledAsApproved(target);
+                                          }}});
 }
 
-ClickProgress ClickAttempt::typeKeyOfLabel() {
+ClickAttempt::Progress ClickAttempt::typeKeyOfLabel() {
   const auto key = ClickExecutor::keyCandidate(button.label());
-  return key ? input.postKeyAndWait(*key, keyDeliveries(*key)) : ClickProgress::promptRemains;
-}
-
-std::vector<EventDelivery> ClickAttempt::keyDeliveries(KeyCode key) const {
-  std::vector<EventDelivery> deliveries;
+  if (!key) return Progress::promptRemains;
+  std::vector<Delivery> deliveries;
   if (const auto owner = button.processIdentifier()) {
-    deliveries.push_back(
-        {owner, [this, key] { return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfProcess(); }); }});
+    deliveries.push_back({owner, [&] { return keyMeansTheButton(*key) && button.hasKeysOfProcess(); }});
   }
-  deliveries.push_back({std::nullopt, [this, key] {
-                          return blocker([&] { return keyMeansTheButton(key) && button.hasKeysOfDesktop(); });
-                        }});
-  return deliveries;
+  deliveries.push_back({std::nullopt, [&] { return keyMeansTheButton(*key) && button.hasKeysOfDesktop(); }});
+  return postKeyAndWait(*key, deliveries);
 }
 
 bool ClickAttempt::keyMeansTheButton(KeyCode key) const {
@@ -250,6 +257,64 @@ bool ClickAttempt::keyMeansTheButton(KeyCode key) const {
   const auto windows = button.windowsForAction();
   return std::all_of(windows.begin(), windows.end(),
                      [this](const AXUIElement& window) { return button.answersForWindow(window); });
+}
+
+// ---- Synthetic events
+
+ClickAttempt::Progress ClickAttempt::postClickAndWait(Point point, const std::vector<Delivery>& deliveries) {
+  const auto make = [&] {
+    Events events;
+    for (const auto type : {MouseEventType::moved, MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
+      events.push_back(syntheticEvents.createMouseEvent(type, point));
+    }
+    return events;
+  };
+  return postAndWait(make, deliveries);
+}
+
+ClickAttempt::Progress ClickAttempt::postKeyAndWait(KeyCode key, const std::vector<Delivery>& deliveries) {
+  const auto make = [&] {
+    Events events;
+    for (const bool isDown : {true, false}) events.push_back(syntheticEvents.createKeyboardEvent(key, isDown));
+    return events;
+  };
+  return postAndWait(make, deliveries);
+}
+
+ClickAttempt::Progress ClickAttempt::postAndWait(const std::function<Events()>& make,
+                                                 const std::vector<Delivery>& deliveries) {
+  Events events;
+  for (const auto& delivery : deliveries) {
+    const auto blocked = blocker(delivery.proof);
+    if (blocked == Progress::promptRemains) continue;
+    if (blocked) return *blocked;
+    if (events.empty()) events = make();
+    if (std::find(events.begin(), events.end(), nullptr) != events.end()) return Progress::eventNotCreated;
+    const auto progress = deliver(events, delivery);
+    if (progress != Progress::promptRemains) return progress;
+  }
+  return Progress::promptRemains;
+}
+
+ClickAttempt::Progress ClickAttempt::deliver(const Events& events, const Delivery& delivery) {
+  for (auto event = events.begin(); event + 2 != events.end(); ++event) {
+    post(*event, delivery);
+    if (!sleep(kPauseBetweenEvents)) return Progress::stopped;
+    if (const auto blocked = blocker(delivery.proof)) return *blocked;  // Another window may have come up meanwhile.
+  }
+  hasActed = true;
+  post(events[events.size() - 2], delivery);
+  clock.sleep(kPauseBetweenEvents);  // Not stoppable: what went down comes up.
+  post(events.back(), delivery);
+  return waitToClear(ClickExecutor::standardClearDelays);
+}
+
+void ClickAttempt::post(const Event& event, const Delivery& delivery) {
+  if (delivery.processIdentifier) {
+    syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
+  } else {
+    syntheticEvents.postToHIDTap(*event);
+  }
 }
 
 }  // namespace quillard

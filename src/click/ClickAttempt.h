@@ -1,73 +1,107 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
 #include "click/ApprovedButton.h"
 #include "click/ClickExecutor.h"
-#include "click/PromptWatch.h"
-#include "click/SyntheticInput.h"
+#include "detection/ResolvedDialogButton.h"
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/SyntheticEvents.h"
+#include "platform/process/Clock.h"
+#include "values/Geometry.h"
+#include "values/Time.h"
 
 namespace quillard {
 
-// One click: its paths, from the gentlest to the last resort, each tried only when the ones before it left the prompt
-// standing. For one run.
-//
-// Right before it acts, each path looks for the prompt and at the button once more, since a prompt may have been
-// answered, or replaced by another one, at any moment; and it acts only on what is proved to be the approved button. A
-// path that cannot prove it is passed over.
+// One click, for one run: the paths of `ClickExecutor` in their order, the checks right before each act, and the waits
+// for the prompt to go. Nothing but `ClickExecutor::click` makes one. One thread.
 class ClickAttempt {
  public:
   // All outlive the attempt.
   ClickAttempt(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
-               const ClickQuestions& questions);
+               const ClickCallbacks& callbacks);
   ClickAttempt(const ClickAttempt&) = delete;
   ClickAttempt& operator=(const ClickAttempt&) = delete;
   ~ClickAttempt() = default;
 
-  // Absent: the prompt is gone, and something was done to make it go.
+  // As `ClickExecutor::click`.
   [[nodiscard]] std::optional<ClickError> run();
 
  private:
-  using Act = std::function<ClickProgress(const platform::AXUIElement&)>;
+  // How far a click has come.
+  enum class Progress {
+    promptRemains,  // As far as is known; the next path may be tried.
+    promptGone,
+    stopped,
+    eventNotCreated,
+    buttonLost,  // The button has died and could not be found again.
+  };
+
+  using Act = std::function<Progress(const platform::AXUIElement&)>;
+  using Proof = std::function<bool()>;
+  using Event = std::unique_ptr<platform::SyntheticEvent>;
+  using Events = std::vector<Event>;  // What leads up to it, if anything; down; up.
+
+  // Where events are posted, and what must hold before each of them but the last.
+  struct Delivery {
+    std::optional<std::int32_t> processIdentifier;  // Absent: to where the hardware's events enter.
+    Proof proof;
+  };
 
   // The paths, in their order.
-  ClickProgress pressDirectly();
-  ClickProgress findAgainWhenDead();
-  ClickProgress prepareWindows();
-  ClickProgress pressWindowButtons();
-  ClickProgress focusAndPressSpace();
-  ClickProgress focusWindowButtonsAndPressSpace();
-  ClickProgress performWindowActions();
-  ClickProgress pressWhatIsHit();
-  ClickProgress clickAtCentre();
-  ClickProgress typeKeyOfLabel();
+  Progress pressDirectly();
+  Progress findAgainWhenDead();
+  Progress prepareWindows();
+  Progress pressWindowButtons();
+  Progress focusButtonAndPressSpace();
+  Progress focusWindowButtonsAndPressSpace();
+  Progress performWindowActions();
+  Progress pressWhatIsHit();
+  Progress clickAtCentre();
+  Progress typeKeyOfLabel();
 
-  // Why nothing may be done at this moment; `promptRemains` when the button is not what it was. Absent: it may.
-  [[nodiscard]] std::optional<ClickProgress> blocker() const;
-  // The same, and `promptRemains` when `proof` does not hold.
-  [[nodiscard]] std::optional<ClickProgress> blocker(const std::function<bool()>& proof) const;
+  // The checks right before each act: why nothing may be done now; `promptRemains` when the button is not what it was,
+  // or when `proof` does not hold. Absent: it may be done.
+  [[nodiscard]] std::optional<Progress> blocker() const;
+  [[nodiscard]] std::optional<Progress> blocker(const Proof& proof) const;
 
-  ClickProgress findAgain();
-  ClickProgress prepareWindow(const platform::AXUIElement& window);
-  ClickProgress forEachWindowButton(const Act& act);
-  ClickProgress pressAndWait(const platform::AXUIElement& target);
-  ClickProgress focusAndPressSpace(const platform::AXUIElement& target);
-  ClickProgress performAndWait(const platform::AXUIElement& window, std::string_view action);
-  [[nodiscard]] std::vector<EventDelivery> keyDeliveries(platform::KeyCode key) const;
-  [[nodiscard]] bool keyMeansTheButton(platform::KeyCode key) const;
+  [[nodiscard]] bool isPromptStillPresent() const { return !callbacks.presence().isGone(); }
+  [[nodiscard]] bool shouldStop() const { return callbacks.shouldStop && callbacks.shouldStop(); }
+  // False when the click was stopped meanwhile.
+  [[nodiscard]] bool sleep(Seconds duration) const;
+  // Sleeps through the delays one after another and checks presence after each, until the prompt is gone.
+  [[nodiscard]] Progress waitToClear(std::span<const Seconds> delays) const;
+
+  Progress findAgain();
+  Progress prepareWindow(const platform::AXUIElement& window);
+  Progress forEachWindowButton(const Act& act);
+  Progress pressAndWait(const platform::AXUIElement& target);
+  Progress focusAndPressSpace(const platform::AXUIElement& target);
+  Progress performAndWait(const platform::AXUIElement& window, std::string_view action);
   platform::AXError perform(const platform::AXUIElement& target, std::string_view action);
-  [[nodiscard]] std::optional<ClickError> outcome(ClickProgress progress) const;
+  [[nodiscard]] bool keyMeansTheButton(platform::KeyCode key) const;
+
+  // One delivery after the other, until the prompt is gone. All events are made before the first one is posted.
+  Progress postClickAndWait(Point point, const std::vector<Delivery>& deliveries);
+  Progress postKeyAndWait(platform::KeyCode key, const std::vector<Delivery>& deliveries);
+  Progress postAndWait(const std::function<Events()>& make, const std::vector<Delivery>& deliveries);
+  Progress deliver(const Events& events, const Delivery& delivery);
+  void post(const Event& event, const Delivery& delivery);
+
+  [[nodiscard]] std::optional<ClickError> outcome(Progress progress) const;
 
   ApprovedButton button;
   platform::Accessibility& accessibility;
-  const ClickQuestions& questions;
-  PromptWatch watch;
-  SyntheticInput input;
-  bool hasPerformed = false;        // An action was asked for that may have pressed the button.
+  platform::SyntheticEvents& syntheticEvents;
+  platform::Clock& clock;
+  const ClickCallbacks& callbacks;
+  bool hasActed = false;  // An action was asked for, or something went down, that may have pressed the button.
   bool mayPressHaveLanded = false;  // The direct press was made, and not refused beyond doubt.
 };
 

@@ -1,8 +1,20 @@
 #include "click/ClickExecutor.h"
 
+#include <algorithm>
+
 #include "click/ClickAttempt.h"
+#include "click/semantics/DialogButtonSemantics.h"
 
 namespace quillard {
+
+using platform::KeyCode;
+namespace ax = platform::ax;
+
+namespace {
+
+constexpr Seconds kLongestSlice{0.1};
+
+}  // namespace
 
 std::string_view localizedDescription(ClickError error) {
   switch (error) {
@@ -19,8 +31,38 @@ std::string_view localizedDescription(ClickError error) {
 }
 
 std::optional<ClickError> ClickExecutor::click(const ResolvedDialogButton& button,
-                                               const ClickDependencies& dependencies, const ClickQuestions& questions) {
-  return ClickAttempt{button, dependencies, questions}.run();
+                                               const ClickDependencies& dependencies, const ClickCallbacks& callbacks) {
+  return ClickAttempt{button, dependencies, callbacks}.run();
+}
+
+std::vector<std::string_view> ClickExecutor::windowActionCandidates(std::string_view label) {
+  if (DialogButtonSemantics::isConfirmAction(label)) return {ax::kConfirmAction};
+  if (DialogButtonSemantics::isCancelAction(label)) return {ax::kCancelAction};
+  return {};
+}
+
+std::vector<std::string_view> ClickExecutor::buttonAttributeCandidates(std::string_view label) {
+  if (DialogButtonSemantics::isConfirmAction(label)) return {ax::kDefaultButton};
+  if (DialogButtonSemantics::isCancelAction(label)) return {ax::kCancelButton};
+  return {};
+}
+
+std::optional<KeyCode> ClickExecutor::keyCandidate(std::string_view label) {
+  if (DialogButtonSemantics::isConfirmAction(label)) return KeyCode::returnKey;
+  if (DialogButtonSemantics::isCancelAction(label)) return KeyCode::escape;
+  return std::nullopt;
+}
+
+bool ClickExecutor::sleepUnlessStopped(platform::Clock& clock, Seconds duration,
+                                       const std::function<bool()>& shouldStop) {
+  // By the time of its end, so that slices that come late do not add up.
+  const auto end = advanced(clock.monotonicNow(), duration);
+  while (!shouldStop || !shouldStop()) {
+    const Seconds remaining = end - clock.monotonicNow();
+    if (remaining <= Seconds::zero()) return true;
+    clock.sleep(std::min(remaining, kLongestSlice));
+  }
+  return false;
 }
 
 }  // namespace quillard

@@ -4,7 +4,9 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <vector>
 
+#include "detection/PromptPresence.h"
 #include "detection/ResolvedDialogButton.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/SyntheticEvents.h"
@@ -13,43 +15,79 @@
 
 namespace quillard {
 
-// Why a button could not be pressed. The first two between them are raised around the executor too: no such approval,
-// no such button.
+// Why a prompt was not answered as approved. `pendingApprovalNotFound` and `buttonNotFound` are also raised before a
+// click begins: no such approval, no such button.
 enum class ClickError { unableToCreateEvent, pendingApprovalNotFound, buttonNotFound, promptStillPresent };
 
-// What the user is told; never empty.
+// The text for the user; never empty.
 [[nodiscard]] std::string_view localizedDescription(ClickError error);
 
-// What a click acts through. All of it outlives the click.
+// What clicks act through. All of it outlives every click.
 struct ClickDependencies {
   platform::Accessibility& accessibility;
   platform::SyntheticEvents& syntheticEvents;
   platform::Clock& clock;
 };
 
-// What a click asks of its caller while it runs; called on the thread of the click.
-struct ClickQuestions {
-  // Whether the approved prompt is still on screen.
-  std::function<bool()> isPromptStillPresent;
+// What one click asks while it runs. Called on the thread of the click, never after it has returned.
+struct ClickCallbacks {
+  // Whether the approved prompt is on screen. An unknown presence keeps the click going, as one that is there does.
+  std::function<PromptPresence()> presence;
   // The approved button, found again on the screen. Absent: nowhere.
   std::function<std::optional<ResolvedDialogButton>()> refreshedButton;
-  // Whether the agent wants to quit: the click then ends within a tenth of a second, before it acts again. Empty:
-  // never.
-  std::function<bool()> shouldStop;
+  // Whether the click is to end before it acts again. Empty: never.
+  std::function<bool()> shouldStop{};
 };
 
-// Makes a prompt go away by pressing exactly the approved button, with the gentlest means that works, and proves that
-// it went. Blocks the calling thread for several seconds, at worst for over twenty: never a thread that must stay
-// responsive.
+// Makes a prompt go away by pressing exactly the approved button, and proves that it went.
+//
+// The paths, from the gentlest to the last resort, each tried only when the ones before it left the prompt standing:
+//    1. press the button;
+//    2. find it again when its element has died;
+//    3. bring its windows to the front;
+//    4. press it as the window's default or cancel button;
+//    5. focus it and press space;
+//    6. the same with the window's default or cancel button;
+//    7. perform the window's confirm or cancel action;
+//    8. press what a hit test finds at its centre;
+//    9. click there with the mouse, first to the process, then to the desktop;
+//   10. type Return or Escape, first to the process, then to the desktop.
+//
+// Right before it acts, each path checks presence and the button once more, since a prompt may be answered, or replaced
+// by another one, at any time; and it acts only on what `ApprovedButton` proves to be the approved button. A path that
+// cannot prove it is passed over.
+//
+// A prompt that goes before the click has done anything was answered by something else, so the click fails with
+// `buttonNotFound`: reporting success would claim that the approved button was pressed. A press that the application
+// answered with an error counts as done when the prompt is gone afterwards, since many act and then fail to answer. One
+// that was refused beyond doubt, for example since the element offers no such action, does not count.
+//
+// What goes down, a key or a mouse button, always comes up again, also when the click is stopped in between.
 namespace ClickExecutor {
 
+// How long to wait before each check whether a press was followed by the prompt's end: after a direct press that was
+// accepted, and after everything else.
 inline constexpr std::array<Seconds, 5> acceptedPressClearDelays{Seconds{0.15}, Seconds{0.35}, Seconds{0.75},
                                                                  Seconds{1.25}, Seconds{1.75}};
 inline constexpr std::array<Seconds, 3> standardClearDelays{Seconds{0.15}, Seconds{0.35}, Seconds{0.75}};
 
-// Absent: the prompt is gone. A click that was stopped gives `promptStillPresent`.
+// Absent: the prompt is gone, and the click has done something to make it go. Blocks the calling thread for several
+// seconds, at worst for over twenty: never a thread that must stay responsive. A click that is stopped ends within a
+// tenth of a second, or with the answer of one request, and gives `promptStillPresent`.
 [[nodiscard]] std::optional<ClickError> click(const ResolvedDialogButton& button, const ClickDependencies& dependencies,
-                                              const ClickQuestions& questions);
+                                              const ClickCallbacks& callbacks);
+
+// What may stand in for a press of the button with this label, because it means the same: a confirm label may only
+// confirm, a cancel label may only cancel. Nothing for labels that are neither. Meaning alone proves nothing; see
+// `ApprovedButton`.
+[[nodiscard]] std::vector<std::string_view> windowActionCandidates(std::string_view label);
+// Attributes of the window that name one of its buttons.
+[[nodiscard]] std::vector<std::string_view> buttonAttributeCandidates(std::string_view label);
+[[nodiscard]] std::optional<platform::KeyCode> keyCandidate(std::string_view label);
+
+// Sleeps for `duration`. False as soon as `shouldStop`, which may be empty, says so: within a tenth of a second.
+[[nodiscard]] bool sleepUnlessStopped(platform::Clock& clock, Seconds duration,
+                                      const std::function<bool()>& shouldStop);
 
 }  // namespace ClickExecutor
 }  // namespace quillard

@@ -7,7 +7,7 @@
 #include "click/ClickExecutor.h"
 #include "support/ClickWorld.h"
 
-// Prompts that do anything but go away when they are told to. Whatever they do, nothing but the approved button of the
+// Prompts that do anything but go away when they are pressed. Whatever they do, nothing but the approved button of the
 // approved prompt is pressed, and what the click says is true.
 namespace quillard {
 namespace {
@@ -102,30 +102,30 @@ std::function<void(ClickWorld&)> twins(const std::function<void(ClickWorld&)>& m
 const std::vector<Row>& truthTable() {
   static const PressEffect nothing = PressEffect::doesNothing();
   static const std::vector<Row> rows{
-      {"closes at once", prompt(PressEffect::closes()), kGone, 1},
+      {"closes immediately", prompt(PressEffect::closes()), kGone, 1},
       {"answers an error, but acted", prompt(PressEffect::failsButCloses(AXError::cannotComplete)), kGone, 1},
       {"answers success, does nothing", prompt(nothing), kStillPresent, 10},
       {"refuses every press", prompt(PressEffect::fails(AXError::failure)), kStillPresent, 0},
       {"closes after 0.2 s", prompt(PressEffect::closesAfter(Seconds{0.2})), kGone, 1},
       {"closes after 1.0 s", prompt(PressEffect::closesAfter(Seconds{1.0})), kGone, 1},
       {"closes after 4.0 s", prompt(PressEffect::closesAfter(Seconds{4.0})), kGone, 1},
-      {"has a successor of the same look",
+      {"has a successor that looks the same",
        [](ClickWorld& world) { world.approve(world.question(PressEffect::opensNext(nextQuestion(world)))); }, kGone, 1},
-      {"has a successor of the same look after 1 s",
+      {"has a successor that looks the same after 1 s",
        prompt(PressEffect::runs([](auto& desktop, NodeHandle pressed) {
                 desktop.later(Seconds{1}, [&desktop, pressed] { desktop.close(pressed); });
               }),
               [](ClickWorld& world) { world.desktop().later(Seconds{1}, [&world] { replacePrompt(world); }); }),
        kGone, 1},
-      {"answers an error, but has a successor of the same look",
+      {"answers an error, but has a successor that looks the same",
        [](ClickWorld& world) {
          world.approve(world.question(
              PressEffect::runs([&world](auto&, NodeHandle) { replacePrompt(world); }, AXError::cannotComplete)));
        },
        kGone, 1},
-      {"gets a second prompt of the same look above it", prompt(nothing, [](ClickWorld& world) { openAbove(world); }),
-       kStillPresent, 10},
-      {"is replaced by one of the same look before anything is done", prompt(nothing, replacePrompt), kNotFound, 0},
+      {"gets a second prompt that looks the same above it",
+       prompt(nothing, [](ClickWorld& world) { openAbove(world); }), kStillPresent, 10},
+      {"is replaced by one that looks the same before anything is done", prompt(nothing, replacePrompt), kNotFound, 0},
       {"asks something else in the same window before anything is done", prompt(nothing, askSomethingElse), kNotFound,
        0},
       {"makes its buttons anew when it is pressed",
@@ -284,7 +284,7 @@ const std::vector<Change>& changes() {
 }
 
 // As the detector would, but at no request.
-bool seesThePrompt(ClickWorld& world) {
+bool showsThePrompt(ClickWorld& world) {
   if (!world.desktop().isOpen(world.prompt) || world.isQuestionGone) return false;
   for (const auto label : {"Deny", "Allow", "Always Allow"}) {
     if (!world.desktop().findButton(world.prompt, label)) return false;
@@ -299,7 +299,7 @@ class ChangeBetweenRequests : public testing::TestWithParam<std::tuple<Change, i
     const auto& [change, kind] = GetParam();
     ClickWorld world;
     world.approve(world.question(kind == 0 ? PressEffect::doesNothing() : PressEffect::fails(AXError::cannotComplete)));
-    world.detectorSees = [&world] { return seesThePrompt(world); };
+    world.fakePresence = [&world] { return showsThePrompt(world); };
     world.events.setReturnPressesFocusedButton(kind == 0);
     int requests = 0;
     world.desktop().setRequestHook([&, &change = change](const AXRequest&) {
@@ -314,7 +314,7 @@ class ChangeBetweenRequests : public testing::TestWithParam<std::tuple<Change, i
   }
 };
 
-TEST_P(ChangeBetweenRequests, LeadsToNoWrongPressAndNoFalseWord) {
+TEST_P(ChangeBetweenRequests, LeadsToNoWrongPressAndNoFalseOutcome) {
   int unavoidable = 0;
   int index = 0;
   for (;; index += std::get<1>(GetParam()) == 0 ? 1 : 3) {
@@ -326,7 +326,7 @@ TEST_P(ChangeBetweenRequests, LeadsToNoWrongPressAndNoFalseWord) {
   RecordProperty("requests", index);
   RecordProperty("unavoidable", unavoidable);
   EXPECT_GT(index, 100);
-  // The requests that lie between the last look and the press itself: about ten for each of ten presses.
+  // The requests that lie between the last check and the press itself: about ten for each of ten presses.
   EXPECT_LE(unavoidable, 110);
 }
 
@@ -338,9 +338,9 @@ INSTANTIATE_TEST_SUITE_P(Every, ChangeBetweenRequests,
                                                                                        : "AfterErrors"};
                          });
 
-// ---- Anything at any moment, under the real detector
+// ---- Anything at any time, with the real detector
 
-RC_GTEST_PROP(HostilePromptAtRandom, PressesNothingElseAndTellsTheTruth, (std::uint64_t seed)) {
+RC_GTEST_PROP(HostilePromptAtRandom, PressesNothingElseAndReportsTheTruth, (std::uint64_t seed)) {
   ClickWorld world{seed};
   const auto effect = *rc::gen::element(
       PressEffect::doesNothing(), PressEffect::fails(AXError::failure), PressEffect::fails(AXError::cannotComplete),

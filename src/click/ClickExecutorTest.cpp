@@ -43,9 +43,9 @@ class ClickExecutorTest : public testing::Test, protected ClickWorld {
   Lines trace() const {
     Lines lines;
     for (const auto& [at, what] : traced) {
-      std::array<char, 16> moment{};
-      std::snprintf(moment.data(), moment.size(), "%.3f ", at.count());
-      lines.push_back(moment.data() + what);
+      std::array<char, 16> seconds{};
+      std::snprintf(seconds.data(), seconds.size(), "%.3f ", at.count());
+      lines.push_back(seconds.data() + what);
     }
     return lines;
   }
@@ -76,7 +76,7 @@ class ClickExecutorTest : public testing::Test, protected ClickWorld {
   std::vector<std::pair<Seconds, std::string>> traced;
 };
 
-TEST(ClickError, SaysWhatTheUserIsTold) {
+TEST(ClickError, DescribesEachErrorToTheUser) {
   EXPECT_EQ(localizedDescription(ClickError::unableToCreateEvent), "Unable to create a synthetic click event.");
   EXPECT_EQ(localizedDescription(ClickError::pendingApprovalNotFound), "The approval request is no longer pending.");
   EXPECT_EQ(localizedDescription(ClickError::buttonNotFound), "The approved button no longer exists on screen.");
@@ -84,7 +84,7 @@ TEST(ClickError, SaysWhatTheUserIsTold) {
             "The dialog was still visible after Quillard tried every safe click path.");
 }
 
-// ---- The road as a whole
+// ---- All paths
 
 TEST_F(ClickExecutorTest, APressThatClosesThePromptIsAllThatIsDone) {
   approve(question());
@@ -161,7 +161,7 @@ TEST_F(ClickExecutorTest, StopsAtThePathThatHelps) {
 
 // ---- Waiting
 
-TEST_F(ClickExecutorTest, APromptThatClosesLaterIsSeenAtTheNextMomentOfTheSchedule) {
+TEST_F(ClickExecutorTest, APromptThatClosesLaterIsGoneAtTheNextCheckOfTheSchedule) {
   const std::pair<double, double> closesAndEnds[] = {{149, 150},   {151, 500},   {200, 500},   {499, 500},
                                                      {501, 1250},  {1000, 1250}, {1249, 1250}, {1251, 2500},
                                                      {2499, 2500}, {2501, 4250}, {4000, 4250}, {4249, 4250}};
@@ -182,7 +182,7 @@ TEST_F(ClickExecutorTest, APromptThatClosesAfterTheWaitIsGoneBeforeItIsPressedAg
   EXPECT_EQ(took, ms(4350)) << "while its window is prepared";
 }
 
-TEST_F(ClickExecutorTest, AsksAboutThePromptOnceBeforeAPressAndOnceAtEachMomentAfterIt) {
+TEST_F(ClickExecutorTest, ChecksPresenceOnceBeforeAPressAndAfterEachDelay) {
   approve(question(PressEffect::closesAfter(ms(2600))));
   EXPECT_EQ(click(), std::nullopt);
   EXPECT_EQ(presenceChecks, 1 + 5);
@@ -199,7 +199,7 @@ TEST_F(ClickExecutorTest, ARefusedPressGoesStraightToTheNextPath) {
 TEST_F(ClickExecutorTest, AButtonThatDiedAndIsNowhereElseIsReported) {
   approve(question(PressEffect::doesNothing()));
   desktop().close(button());
-  detectorSees = [] { return true; };
+  fakePresence = [] { return true; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_EQ(searches, 1);
   EXPECT_EQ(took, Seconds::zero());
@@ -207,8 +207,8 @@ TEST_F(ClickExecutorTest, AButtonThatDiedAndIsNowhereElseIsReported) {
 
 TEST_F(ClickExecutorTest, AButtonThatDiesOfThePressWhileThePromptStaysIsReported) {
   approve(question(PressEffect::disappears()));
-  findsAgain = [] { return std::nullopt; };
-  detectorSees = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_EQ(took, ms(4250));
 }
@@ -232,8 +232,8 @@ TEST_F(ClickExecutorTest, AButtonThatWasMadeAnewIsFoundAgainAndPressed) {
 TEST_F(ClickExecutorTest, AButtonOfAnotherLabelIsNotTheOneThatWasLost) {
   approve(question());
   const auto other = detector.resolveCurrentButton(*approval, "Always Allow");
-  detectorSees = [] { return true; };
-  findsAgain = [other] { return other; };
+  fakePresence = [] { return true; };
+  fakeSearch = [other] { return other; };
   desktop().close(button());
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_TRUE(desktop().presses().empty());
@@ -242,8 +242,8 @@ TEST_F(ClickExecutorTest, AButtonOfAnotherLabelIsNotTheOneThatWasLost) {
 TEST_F(ClickExecutorTest, AButtonThatGotAnotherLabelIsNotPressedAnyMore) {
   approve(question());
   desktop().setAttribute(button(), ax::kTitle, std::string{"Always Allow"});
-  detectorSees = [] { return true; };
-  findsAgain = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_TRUE(desktop().presses().empty());
 }
@@ -252,7 +252,7 @@ TEST_F(ClickExecutorTest, APromptThatWentBeforeAnythingWasDoneWasNotAnsweredHere
   approve(question());
   desktop().close(prompt);
   EXPECT_EQ(click(), ClickError::buttonNotFound);
-  EXPECT_EQ(searches, 0) << "there is nothing to look for";
+  EXPECT_EQ(searches, 0) << "there is nothing to find";
 }
 
 TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptIsGoneIsAPressThatLanded) {
@@ -270,8 +270,8 @@ TEST_F(ClickExecutorTest, AnErrorAfterWhichThePromptGoesWhileTheButtonIsLookedFo
   approve(question(
       PressEffect::runs([](auto& desktop, NodeHandle pressed) { desktop.close(pressed); }, AXError::cannotComplete)));
   bool isThere = true;
-  detectorSees = [&isThere] { return isThere; };
-  findsAgain = [&isThere]() -> std::optional<ResolvedDialogButton> {
+  fakePresence = [&isThere] { return isThere; };
+  fakeSearch = [&isThere]() -> std::optional<ResolvedDialogButton> {
     isThere = false;
     return std::nullopt;
   };
@@ -302,7 +302,7 @@ TEST_F(ClickExecutorTest, APromptThatGoesDuringTheLastPathIsGone) {
   dialog.buttons = {"Cancel", "Open Settings"};
   approve(dialog, "Open Settings");
   int hitTests = 0;
-  detectorSees = [&hitTests] { return hitTests < 3; };
+  fakePresence = [&hitTests] { return hitTests < 3; };
   desktop().setHitTest([&hitTests](auto) {
     ++hitTests;  // One for the press of what is hit, one for each delivery of the mouse.
     return platform::AXResult<NodeHandle>{AXError::noValue};
@@ -358,7 +358,7 @@ TEST_F(ClickExecutorTest, EventsThatGetLostAreNoHarm) {
 
 // ---- Stopping
 
-TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfBeingToldToStop) {
+TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfARequestToStop) {
   for (double at = 0; at < 16400; at += 113) {
     ClickWorld other;
     other.approve(other.question(PressEffect::doesNothing()));
@@ -386,9 +386,9 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
   EXPECT_EQ(trace(), Lines{});
 }
 
-TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
+TEST_F(ClickExecutorTest, DoesNothingWhenItIsStoppedDuringTheChecks) {
   approve(question());
-  detectorSees = [this] {
+  fakePresence = [this] {
     stopAt = world.time().monotonicNow();
     return true;
   };
@@ -401,30 +401,30 @@ TEST_F(ClickExecutorTest, DoesNothingWhenItIsToldToStopWhileItLooks) {
 TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
   approve(question());
   desktop().hang(application, platform::simulated::LateActions::performedOnUnhang);
-  findsAgain = [] { return std::nullopt; };
+  fakeSearch = [] { return std::nullopt; };
   EXPECT_EQ(click(), ClickError::buttonNotFound);
   EXPECT_LT(took, Seconds{2});
   desktop().unhang(application);
   world.advance(Seconds{1});
-  EXPECT_TRUE(desktop().presses().empty()) << "nothing was asked of it that it could do late";
+  EXPECT_TRUE(desktop().presses().empty()) << "no action was requested that it could perform late";
 }
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
   approve(question());
-  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if nobody had.
+  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if it had not been set.
   world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
-  detectorSees = [] { return true; };
-  findsAgain = [] { return std::nullopt; };
+  fakePresence = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
   desktop().hang(application);
   EXPECT_EQ(click(), ClickError::buttonNotFound);
-  EXPECT_EQ(took, ms(400)) << "one look before the press, one for whether it died";
+  EXPECT_EQ(took, ms(400)) << "one read before the press, one for whether it died";
 }
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) {
   approve(question(PressEffect::fails(AXError::failure)));
   const auto other = desktop().launch({.name = "Other"});
   const auto above = desktop().open(other, question());
-  detectorSees = [] { return true; };
+  fakePresence = [] { return true; };
   desktop().setRequestHook([&](const AXRequest& request) {
     if (request.name != ax::kRaiseAction) return;
     desktop().hang(other);

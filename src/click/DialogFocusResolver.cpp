@@ -3,10 +3,26 @@
 #include "detection/elements/AXHelpers.h"
 
 namespace quillard {
+namespace {
+
+constexpr Seconds kFocusDelay{0.2};
+constexpr Seconds kSecondSearchDelay{0.25};
+
+}  // namespace
 
 DialogFocusResolver::DialogFocusResolver(DialogDetector& detector, platform::Accessibility& accessibility,
                                          platform::Workspace& workspace)
     : detector(detector), accessibility(accessibility), workspace(workspace) {}
+
+std::optional<ResolvedDialogButton> DialogFocusResolver::focusAndResolve(const PendingApproval& approval,
+                                                                         const std::string& buttonLabel,
+                                                                         const Sleep& sleep) {
+  focusApplication(approval);
+  if (!sleep(kFocusDelay)) return std::nullopt;
+  if (auto button = resolveCurrentButton(approval, buttonLabel)) return button;
+  if (!sleep(kSecondSearchDelay)) return std::nullopt;
+  return resolveCurrentButton(approval, buttonLabel);
+}
 
 void DialogFocusResolver::focusApplication(const PendingApproval& approval) {
   if (!workspace.runningApplication(approval.processIdentifier)) return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -8,18 +9,30 @@
 #include "detection/ResolvedDialogButton.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/Workspace.h"
+#include "values/Time.h"
 
 namespace quillard {
 
-// Finds, at the moment when a decision arrives, the live button that the phone chose, and brings its application and
-// window forward. Waits for other processes.
+// Finds the live button that the phone chose when its decision arrives, and brings its application and window to the
+// front, so that the person at the computer sees what is pressed.
+//
+// Every operation waits for other processes. Any thread; two at a time do not disturb each other.
 class DialogFocusResolver {
  public:
+  // Sleeps. False when the search is not worth going on with, since it was stopped meanwhile.
+  using Sleep = std::function<bool(Seconds)>;
+
   // All outlive the resolver. `detector` need not be the one that scans.
   DialogFocusResolver(DialogDetector& detector, platform::Accessibility& accessibility, platform::Workspace& workspace);
 
-  // Asks the prompt's application to show itself and come to the front. Nothing happens when it has gone; whether it
-  // came shows only a moment later.
+  // `focusApplication`, 0.2 s for the application to come, then `resolveCurrentButton`; once more 0.25 s later when the
+  // button is not there yet, since an application that comes to the front may be busy showing its windows. Absent when
+  // there is no such button, or when `sleep` was stopped.
+  [[nodiscard]] std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval,
+                                                                    const std::string& buttonLabel, const Sleep& sleep);
+
+  // Asks the prompt's application to show itself and come to the front. Does nothing when it has ended; whether it came
+  // shows only some time later.
   void focusApplication(const PendingApproval& approval);
 
   // The live button labelled exactly `buttonLabel`, in the window that matches the approval best, which is restored and

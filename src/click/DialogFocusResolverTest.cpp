@@ -1,3 +1,6 @@
+#include <cstdint>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "click/DialogFocusResolver.h"
@@ -33,7 +36,7 @@ TEST_F(DialogFocusResolverTest, BringsTheApplicationToTheFront) {
   EXPECT_EQ(world.workspace().frontmostApplication()->processIdentifier, application.processIdentifier);
 }
 
-TEST_F(DialogFocusResolverTest, AsksNobodyWhenTheApplicationHasGone) {
+TEST_F(DialogFocusResolverTest, SendsNoRequestWhenTheApplicationHasEnded) {
   const auto approval = openPrompt();
   desktop().terminate(application);
   desktop().resetRoundTrips();
@@ -55,6 +58,56 @@ TEST_F(DialogFocusResolverTest, ResolvesTheButtonThatThePhoneChose) {
   ASSERT_TRUE(resolved.has_value());
   EXPECT_EQ(resolved->element, desktop().element(*desktop().findButton(dialog, "Cancel")));
   EXPECT_FALSE(resolver.resolveCurrentButton(approval, "cancel").has_value());
+}
+
+// ---- Focus, then resolve
+
+TEST_F(DialogFocusResolverTest, SearchesOnceTheApplicationHasHadTimeToComeToTheFront) {
+  const auto approval = openPrompt();
+  std::vector<Seconds> slept;
+  const auto resolved = resolver.focusAndResolve(approval, "Erase", [&](Seconds duration) {
+    slept.push_back(duration);
+    return true;
+  });
+  EXPECT_TRUE(resolved.has_value());
+  EXPECT_EQ(slept, std::vector<Seconds>{Seconds{0.2}});
+}
+
+TEST_F(DialogFocusResolverTest, SearchesASecondTimeForAButtonThatIsShownLate) {
+  const auto approval = openPrompt();
+  desktop().close(dialog);
+  std::vector<Seconds> slept;
+  const auto resolved = resolver.focusAndResolve(approval, "Erase", [&](Seconds duration) {
+    slept.push_back(duration);
+    if (slept.size() == 2) desktop().open(application, {.title = "Erase?", .buttons = {"Cancel", "Erase"}});
+    return true;
+  });
+  EXPECT_TRUE(resolved.has_value());
+  EXPECT_EQ(slept, (std::vector<Seconds>{Seconds{0.2}, Seconds{0.25}}));
+}
+
+TEST_F(DialogFocusResolverTest, GivesUpAfterTheSecondSearch) {
+  const auto approval = openPrompt();
+  desktop().close(dialog);
+  int sleeps = 0;
+  EXPECT_FALSE(resolver.focusAndResolve(approval, "Erase", [&](Seconds) { return ++sleeps > 0; }).has_value());
+  EXPECT_EQ(sleeps, 2);
+}
+
+TEST_F(DialogFocusResolverTest, SearchesNoMoreWhenItIsStoppedDuringEitherSleep) {
+  const auto approval = openPrompt();
+  desktop().close(dialog);
+  for (const int lastSleep : {1, 2}) {
+    int sleeps = 0;
+    std::uint64_t requestsAtStop = 0;
+    const auto resolved = resolver.focusAndResolve(approval, "Erase", [&](Seconds) {
+      requestsAtStop = desktop().roundTrips();
+      return ++sleeps < lastSleep;
+    });
+    EXPECT_FALSE(resolved.has_value());
+    EXPECT_EQ(sleeps, lastSleep);
+    EXPECT_EQ(desktop().roundTrips(), requestsAtStop);
+  }
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogDiagnostics.h"
 #include "detection/DirectAccess.h"
-#include "detection/VisibleWindowOwners.h"
 #include "detection/elements/AXHelpers.h"
 #include "foundation/Numbers.h"
 #include "foundation/Text.h"
@@ -15,39 +14,16 @@
 namespace quillard {
 
 using platform::AXReadScope;
-using platform::AXUIElement;
-using platform::RunningApplication;
 namespace ax = platform::ax;
 
 namespace {
 
-constexpr std::string_view kUnknownApp = "Unknown app";
 constexpr int kApprovalDescendantLimit = 80;
 constexpr int kButtonSearchLimit = 120;
 constexpr int kWindowAncestorLimit = 20;
 
-// No desktop shows as many; a broken or hostile application must not keep a scan from ending.
-constexpr std::size_t kMostWindowsPerApplication = 1000;
-
-std::optional<std::string> usableText(const std::optional<std::string>& text) {
-  return text && !text->empty() && text::isValidUtf8(*text) ? text : std::nullopt;
-}
-
-WindowSource sourceFor(AXUIElement window, std::int32_t processIdentifier,
-                       const std::optional<RunningApplication>& application) {
-  const auto name = application ? usableText(application->localizedName) : std::nullopt;
-  return {.window = std::move(window),
-          .appName = name.value_or(std::string(kUnknownApp)),
-          .bundleIdentifier = application ? usableText(application->bundleIdentifier) : std::nullopt,
-          .processIdentifier = processIdentifier};
-}
-
-std::string windowSignature(AXReadScope& scope, const WindowSource& source) {
-  const auto frame = AXHelpers::frame(scope, source.window).value_or(Rect{});
-  return std::to_string(source.processIdentifier) + "|" + AXHelpers::role(scope, source.window) + "|" +
-         AXHelpers::stringAttribute(scope, source.window, ax::kTitle).value_or("") + "|" +
-         DialogFrame::of(frame).identity();
-}
+// What a window of the right content scores where the prompt was when it was read last: no other lies nearer.
+constexpr double kUnmovedScore = 500;
 
 std::string fallbackLine(const WindowSource& source, const DialogPromptEvidence& evidence) {
   return "Blocking " + (evidence.title.empty() ? source.appName : evidence.title) +
@@ -85,7 +61,7 @@ std::vector<PendingApproval> DialogDetector::scan() {
   heldBack = 0;
   if (!dependencies.accessibility.isProcessTrusted()) return {};
   const auto scope = dependencies.accessibility.beginReadScope();
-  const auto sources = uniqueWindowSources(*scope);
+  const auto sources = windowsIn(*scope).allWindowSources();
   if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) printDiagnostics(sources);
 
   std::vector<PendingApproval> approvals;
@@ -103,7 +79,7 @@ std::vector<WindowDiagnosis> DialogDetector::diagnose() {
   if (!dependencies.accessibility.isProcessTrusted()) return {};
   const auto scope = dependencies.accessibility.beginReadScope();
   std::vector<WindowDiagnosis> windows;
-  for (const auto& source : uniqueWindowSources(*scope)) {
+  for (const auto& source : windowsIn(*scope).allWindowSources()) {
     windows.push_back({source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
   }
   return windows;
@@ -115,60 +91,9 @@ void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) 
   DialogDiagnostics::print(*scope, sources, dependencies.console);
 }
 
-std::vector<WindowSource> DialogDetector::uniqueWindowSources(AXReadScope& scope) {
-  auto sources = allWindowSources(scope);
-  std::unordered_set<std::string> signatures;
-  std::erase_if(sources,
-                [&](const WindowSource& source) { return !signatures.insert(windowSignature(scope, source)).second; });
-  return sources;
-}
-
-std::vector<WindowSource> DialogDetector::allWindowSources(AXReadScope& scope) {
-  std::vector<WindowSource> sources;
-  appendApplicationSources(scope, sources);
-  appendSystemWideSources(scope, sources);
-  return sources;
-}
-
-void DialogDetector::appendApplicationSources(AXReadScope& scope, std::vector<WindowSource>& sources) {
-  auto candidates = VisibleWindowOwners::promptScanApplications(dependencies.workspace, dependencies.windowList);
-  std::erase_if(candidates, [&](const RunningApplication& application) {
-    return application.isTerminated || application.processIdentifier == ownProcessIdentifier;
-  });
-  std::vector<AXUIElement> elements;
-  elements.reserve(candidates.size());
-  for (const auto& application : candidates) {
-    elements.push_back(dependencies.accessibility.createApplication(application.processIdentifier));
-    dependencies.accessibility.setMessagingTimeout(elements.back(), AXHelpers::kMessagingTimeout);
-  }
-  scope.prepareApplications(elements, kApprovalDescendantLimit);
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    auto windows = AXHelpers::windows(scope, elements[i]);
-    if (windows.size() > kMostWindowsPerApplication) {
-      windows.erase(windows.begin() + kMostWindowsPerApplication, windows.end());
-    }
-    for (const auto name : {ax::kMainWindow, ax::kFocusedWindow}) {
-      if (auto window = AXHelpers::elementAttribute(scope, elements[i], name)) windows.push_back(*std::move(window));
-    }
-    for (auto& window : windows) {
-      sources.push_back(sourceFor(std::move(window), candidates[i].processIdentifier, candidates[i]));
-    }
-  }
-}
-
-void DialogDetector::appendSystemWideSources(AXReadScope& scope, std::vector<WindowSource>& sources) {
-  appendSystemWideSource(AXHelpers::focusedWindow(dependencies.accessibility, scope), sources);
-  const auto focusedElement = AXHelpers::focusedElement(dependencies.accessibility, scope);
-  if (!focusedElement) return;
-  appendSystemWideSource(AXHelpers::nearestWindow(scope, *focusedElement, kWindowAncestorLimit), sources);
-}
-
-void DialogDetector::appendSystemWideSource(const std::optional<AXUIElement>& window,
-                                            std::vector<WindowSource>& sources) {
-  if (!window) return;
-  const auto owner = dependencies.accessibility.processIdentifier(*window);
-  if (!owner || *owner == ownProcessIdentifier) return;
-  sources.push_back(sourceFor(*window, *owner, dependencies.workspace.runningApplication(*owner)));
+WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
+  return {ownProcessIdentifier,   kApprovalDescendantLimit, dependencies.accessibility,
+          dependencies.workspace, dependencies.windowList,  scope};
 }
 
 std::optional<PromptReading> DialogDetector::acceptedReading(AXReadScope& scope, const WindowSource& source) {
@@ -210,29 +135,62 @@ std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& so
        .isFallbackDetection = isFallback});
 }
 
-bool DialogDetector::isPromptStillPresent(const PendingApproval& approval) {
-  if (!dependencies.accessibility.isProcessTrusted()) return true;
-  const auto scope = dependencies.accessibility.beginReadScope();
-  for (const auto& source : uniqueWindowSources(*scope)) {
-    const auto candidate = approvalForWindowSource(*scope, source);
-    if (candidate && approval.matchScore(*candidate) > 0) return true;
+PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) {
+  auto& accessibility = dependencies.accessibility;
+  if (!accessibility.isProcessTrusted()) {
+    return PromptPresence::unknown(PromptPresence::UnknownReason::accessibilityNotGranted);
   }
-  return scope->missedTimeout(dependencies.accessibility.createApplication(approval.processIdentifier));
+  const auto scope = accessibility.beginReadScope();
+  const auto application = accessibility.createApplication(approval.processIdentifier);
+  auto windows = windowsIn(*scope);
+  if (isShownIn(*scope, windows.windowSourcesForApplication(approval.processIdentifier), approval)) {
+    return PromptPresence::there();
+  }
+  if (!scope->missedTimeout(application) && isShownIn(*scope, windows.allWindowSources(), approval)) {
+    return PromptPresence::there();
+  }
+  if (scope->missedTimeout(application)) {
+    return PromptPresence::unknown(PromptPresence::UnknownReason::applicationDidNotAnswer);
+  }
+  return PromptPresence::gone();
+}
+
+bool DialogDetector::isShownIn(AXReadScope& scope, const std::vector<WindowSource>& sources,
+                               const PendingApproval& approval) {
+  return std::any_of(sources.begin(), sources.end(), [&](const WindowSource& source) {
+    const auto candidate = approvalForWindowSource(scope, source);
+    return candidate && approval.matchScore(*candidate) > 0;
+  });
 }
 
 std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel) {
-  const auto scope = dependencies.accessibility.beginReadScope();
-  std::optional<Match> best;
-  for (const auto& source : uniqueWindowSources(*scope)) {
-    auto match = matchIn(*scope, source, approval, buttonLabel);
-    if (match && (!best || match->score > best->score)) best = std::move(match);
+  auto& accessibility = dependencies.accessibility;
+  const auto scope = accessibility.beginReadScope();
+  auto windows = windowsIn(*scope);
+  auto best =
+      bestMatchIn(*scope, windows.windowSourcesForApplication(approval.processIdentifier), approval, buttonLabel);
+  const bool isUnmoved = best && best->score >= kUnmovedScore;
+  if (!isUnmoved && !scope->missedTimeout(accessibility.createApplication(approval.processIdentifier))) {
+    auto other = bestMatchIn(*scope, windows.allWindowSources(), approval, buttonLabel);
+    if (other && (!best || other->score > best->score)) best = std::move(other);
   }
   if (!best) return std::nullopt;
-  auto& accessibility = dependencies.accessibility;
   accessibility.setAttributeValue(best->resolved.window, ax::kMinimized, false);
   accessibility.performAction(best->resolved.window, ax::kRaiseAction);
   return std::move(best->resolved);
+}
+
+std::optional<DialogDetector::Match> DialogDetector::bestMatchIn(AXReadScope& scope,
+                                                                 const std::vector<WindowSource>& sources,
+                                                                 const PendingApproval& approval,
+                                                                 const std::string& buttonLabel) {
+  std::optional<Match> best;
+  for (const auto& source : sources) {
+    auto match = matchIn(scope, source, approval, buttonLabel);
+    if (match && (!best || match->score > best->score)) best = std::move(match);
+  }
+  return best;
 }
 
 std::optional<DialogDetector::Match> DialogDetector::matchIn(AXReadScope& scope, const WindowSource& source,

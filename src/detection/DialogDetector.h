@@ -9,11 +9,13 @@
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/PendingApproval.h"
 #include "detection/PromptCandidateGate.h"
+#include "detection/PromptPresence.h"
 #include "detection/PromptReader.h"
 #include "detection/ResolvedDialogButton.h"
 #include "detection/StableIDs.h"
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
+#include "detection/WindowSources.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
@@ -34,53 +36,67 @@ struct DetectorDependencies {
   const StableIDs& stableIDs;
 };
 
-// Turns the windows on screen into approvals: looks at the windows of every application that may show a prompt, and at
-// the focused one, classifies each, and gives the prompts that two scans in a row have seen.
+// Turns the windows on screen into approvals: reads the windows of every application that may show a prompt, and the
+// focused one, classifies each, and gives the prompts that two scans in a row have met. For a click, it checks whether
+// one approval's prompt is still there, and finds its button again.
 //
-// An application that does not answer in time contributes no window whose reading it cut short: a prompt of which only
-// a part was read could hide that it asks for a password.
+// Each operation reads in one scope of its own, so nothing that was read before is used again. An application that
+// misses its time-out contributes no window whose reading it cut short: a prompt of which only a part was read may look
+// more harmless than the whole, for example without the field for a password.
 //
-// Every operation reads other processes and may wait for them: never on the main thread. One scan at a time, and
-// `heldBackCount` by the thread that scans; the other operations change nothing here and may run beside it.
+// Every operation waits for other processes, up to 0.2 s for each application that does not answer: never on the main
+// thread, but for `resolveCurrentButton` right before a press. One scan at a time, and `heldBackCount` by the thread
+// that scans; the other operations change nothing here and may run at the same time.
 class DialogDetector {
  public:
-  // `ownProcessIdentifier`: whose windows are never looked at.
+  // `ownProcessIdentifier`: the process whose windows are never read.
   DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
                  const DetectorDependencies& dependencies);
 
-  // The prompts on screen, in the order in which they were met. Each one's `id` and `suppressionID` are its
-  // fingerprint: owner, title, place, labels and lines. Empty when accessibility is not granted.
+  // The prompts on screen, in the order in which they were met, suppressed ones left out. Each one's `id` and
+  // `suppressionID` are its fingerprint (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes
+  // any of them is another one. Empty when accessibility is not granted.
   [[nodiscard]] std::vector<PendingApproval> scan();
-  // How many prompts the last scan met and kept to itself, since the scan before it had not seen them.
+  // How many prompts the last scan met and kept to itself, since the scan before it had not met them.
   [[nodiscard]] std::size_t heldBackCount() const { return heldBack; }
 
-  // Every window that a scan would look at, with the verdict on it and why, in the order in which they were met.
-  // Suppressed prompts and prompts seen for the first time are among them. Changes nothing here. Empty when
+  // Every window that a scan would read, with the verdict on it and why, in the order in which they were met.
+  // Suppressed prompts and prompts met for the first time are among them. Changes nothing here. Empty when
   // accessibility is not granted.
   [[nodiscard]] std::vector<WindowDiagnosis> diagnose();
 
-  // Whether some window on screen still shows the prompt. Also true when that cannot be told, because its application
-  // does not answer or accessibility was taken away: only a prompt that was looked for without success counts as gone.
-  [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval);
+  // Whether some window still shows the prompt: one of the same process and content, wherever it lies now. A window
+  // counts at the first check, without the second scan that publishing takes. A suppressed prompt is passed over here
+  // too, as if its window were none.
+  //
+  // The prompt's own application is asked first, and a prompt that it shows is there: that costs a few requests, on a
+  // desktop of any size. Only before it says "gone" are the windows of the whole desktop read. Unknown when
+  // accessibility is not granted, or when the prompt's application misses its time-out; that of another one proves
+  // nothing either way.
+  [[nodiscard]] PromptPresence presenceOf(const PendingApproval& approval);
+  // The same as yes or no: an unknown presence is yes, since nothing has shown that the prompt went.
+  [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval) { return !presenceOf(approval).isGone(); }
 
   // The live button labelled exactly `buttonLabel` in the window that matches the approval best; of equal ones the
   // first met. Its window is restored and raised. Absent when no window matches, or none has such a button.
+  //
+  // The prompt's own application is asked first, too. A window of it that has not moved is taken; one that has moved
+  // is compared with all other windows, since an equal one may lie nearer.
   [[nodiscard]] std::optional<ResolvedDialogButton> resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel);
 
  private:
   struct Match;
 
-  [[nodiscard]] std::vector<WindowSource> allWindowSources(platform::AXReadScope& scope);
-  [[nodiscard]] std::vector<WindowSource> uniqueWindowSources(platform::AXReadScope& scope);
-  void appendApplicationSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
-  void appendSystemWideSources(platform::AXReadScope& scope, std::vector<WindowSource>& sources);
-  void appendSystemWideSource(const std::optional<platform::AXUIElement>& window, std::vector<WindowSource>& sources);
-
+  [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
                                                                        const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalOf(const WindowSource& source, const PromptReading& reading);
+  [[nodiscard]] bool isShownIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
+                               const PendingApproval& approval);
+  [[nodiscard]] std::optional<Match> bestMatchIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
+                                                 const PendingApproval& approval, const std::string& buttonLabel);
   [[nodiscard]] std::optional<Match> matchIn(platform::AXReadScope& scope, const WindowSource& source,
                                              const PendingApproval& approval, const std::string& buttonLabel);
   void printDiagnostics(const std::vector<WindowSource>& sources);

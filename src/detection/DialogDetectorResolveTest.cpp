@@ -13,6 +13,7 @@ using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::PressEffect;
 using samples::DetectionWorld;
+using UnknownReason = PromptPresence::UnknownReason;
 namespace ax = platform::ax;
 
 class ResolveTest : public testing::Test, protected DetectionWorld {
@@ -96,6 +97,20 @@ TEST_F(ResolveTest, TakesTheNearestOfTwoIdenticalPrompts) {
   EXPECT_EQ(resolved->window, desktop().element(near));
 }
 
+TEST_F(ResolveTest, TakesANearerPromptThatOnlyTheDesktopNames) {
+  const auto far = desktop().open(application, spec({100, 100, 400, 200}));
+  const auto approval = stored();
+  desktop().move(far, {100, 160, 400, 200});
+  const auto near = desktop().open(application, spec({100, 140, 400, 200}));
+  desktop().setAttribute(application, ax::kWindows, std::vector{desktop().element(far)});
+  desktop().setAttributeError(application, ax::kMainWindow, AXError::noValue);
+  desktop().setAttributeError(application, ax::kFocusedWindow, AXError::noValue);
+  desktop().setSystemWideAttribute(ax::kFocusedWindow, desktop().element(near));
+  const auto resolved = detector.resolveCurrentButton(approval, "Erase");
+  ASSERT_TRUE(resolved.has_value());
+  EXPECT_EQ(resolved->window, desktop().element(near));
+}
+
 TEST_F(ResolveTest, TakesTheFirstMetOfTwoAtEqualDistance) {
   desktop().open(application, spec({100, 100, 400, 200}));
   const auto approval = stored();
@@ -109,7 +124,7 @@ TEST_F(ResolveTest, TakesTheFirstMetOfTwoAtEqualDistance) {
   EXPECT_EQ(desktop().node(resolved->window), first);
 }
 
-TEST_F(ResolveTest, LooksForTheButtonAmongAHundredAndTwentyDescendantsOfTheContent) {
+TEST_F(ResolveTest, SearchesForTheButtonAmongAHundredAndTwentyDescendantsOfTheContent) {
   for (const int position : {120, 121}) {
     // The walk takes the last child first, and the record is made of eighty: the first child is in neither.
     ElementSpec window{.role = "AXWindow", .subrole = "AXDialog", .title = "Erase?"};
@@ -173,7 +188,7 @@ TEST_F(ResolveTest, FindsNothingWhileTheApplicationDoesNotAnswer) {
 }
 
 // Whatever changes between any two requests: what comes back is a button of that label, in the prompt that it belongs
-// to, at the moment when it was looked at.
+// to, at the time when it was read.
 TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
@@ -199,7 +214,7 @@ TEST_F(ResolveTest, NeverNamesAButtonOfAnotherLabelWhateverChangesMeanwhile) {
 
 // ---- Presence
 
-TEST_F(ResolveTest, APromptIsPresentFromTheFirstLookOn) {
+TEST_F(ResolveTest, APromptIsPresentFromTheFirstCheckOn) {
   const auto dialog = desktop().open(application, spec());
   const auto approval = stored();
   DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};
@@ -237,14 +252,96 @@ TEST_F(ResolveTest, APromptCountsAsPresentWhileItsApplicationDoesNotAnswer) {
   EXPECT_FALSE(detector.isPromptStillPresent(approval));
 }
 
-TEST_F(ResolveTest, APromptCountsAsPresentWhileNobodyMayLook) {
+TEST_F(ResolveTest, APromptCountsAsPresentWhilePermissionIsMissing) {
   desktop().open(application, spec());
   const auto approval = stored();
   desktop().setTrusted(false);
   EXPECT_TRUE(detector.isPromptStillPresent(approval));
 }
 
-TEST_F(ResolveTest, LookingDoesNotOpenTheGateForTheScan) {
+TEST_F(ResolveTest, APresenceTellsThereGoneAndUnknownWithItsReason) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::there());
+  desktop().hang(application);
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::unknown(UnknownReason::applicationDidNotAnswer));
+  desktop().unhang(application);
+  desktop().setTrusted(false);
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::unknown(UnknownReason::accessibilityNotGranted));
+  desktop().setTrusted(true);
+  desktop().close(dialog);
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::gone());
+}
+
+// Its application lists no window, but the desktop names one of it as focused.
+TEST_F(ResolveTest, APromptThatOnlyTheDesktopNamesIsThereAndCanBeResolved) {
+  const auto dialog = desktop().open(application, spec());
+  const auto approval = stored();
+  for (const auto name : {ax::kWindows, ax::kMainWindow, ax::kFocusedWindow}) {
+    desktop().setAttributeError(application, name, AXError::noValue);
+  }
+  desktop().setSystemWideAttribute(ax::kFocusedWindow, desktop().element(dialog));
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::there());
+  EXPECT_TRUE(detector.resolveCurrentButton(approval, "Erase").has_value());
+  desktop().setSystemWideAttribute(ax::kFocusedWindow, platform::AXForeignValue{});
+  desktop().setSystemWideAttribute(ax::kFocusedUIElement, platform::AXForeignValue{});
+  EXPECT_EQ(detector.presenceOf(approval), PromptPresence::gone());
+}
+
+// ---- Cost
+
+// Sixty applications with a window each; the prompt's own is one of them.
+class CrowdedDesktop : public ResolveTest {
+ protected:
+  CrowdedDesktop() {
+    for (int i = 1; i < 60; ++i) {
+      desktop().open(desktop().launch({.name = "Other " + std::to_string(i)}),
+                     {.title = "Document", .lines = {"Text"}, .buttons = {"One", "Two"}});
+    }
+    prompt = desktop().open(application, spec());
+    approval = stored();
+  }
+
+  template <class Operation>
+  std::uint64_t requestsOf(Operation operation) {
+    desktop().resetRoundTrips();
+    operation();
+    return desktop().roundTrips();
+  }
+
+  NodeHandle prompt;
+  std::optional<PendingApproval> approval;
+};
+
+// The application, its window, the text and the two buttons. A search that begins with the whole desktop takes 124 with
+// the prompt's application in front, and 301 with it behind all others.
+TEST_F(CrowdedDesktop, APromptThatIsThereCostsFiveRequestsWhereverItsApplicationStands) {
+  EXPECT_EQ(requestsOf([&] { EXPECT_TRUE(detector.presenceOf(*approval).isThere()); }), 5U);
+  desktop().activate(desktop().launch({.name = "In front"}));
+  EXPECT_EQ(requestsOf([&] { EXPECT_TRUE(detector.presenceOf(*approval).isThere()); }), 5U);
+}
+
+TEST_F(CrowdedDesktop, AButtonThatHasNotMovedCostsSevenRequests) {
+  const auto resolve = [&] { EXPECT_TRUE(detector.resolveCurrentButton(*approval, "Erase").has_value()); };
+  EXPECT_EQ(requestsOf(resolve), 7U) << "two of them restore and raise the window";
+  desktop().move(prompt, {500, 500, 400, 200});
+  EXPECT_EQ(requestsOf(resolve), 303U) << "an equal window might lie nearer";
+}
+
+TEST_F(CrowdedDesktop, OnlyGoneCostsTheWholeDesktop) {
+  desktop().close(prompt);
+  EXPECT_EQ(requestsOf([&] { EXPECT_TRUE(detector.presenceOf(*approval).isGone()); }), 297U);
+}
+
+TEST_F(CrowdedDesktop, ASilentApplicationCostsOneRequestAndOneWait) {
+  desktop().hang(application);
+  const auto before = world.time().monotonicNow();
+  EXPECT_EQ(requestsOf([&] { EXPECT_TRUE(detector.presenceOf(*approval).isUnknown()); }), 1U);
+  EXPECT_EQ(world.time().monotonicNow() - before, std::chrono::milliseconds(200));
+  EXPECT_EQ(requestsOf([&] { EXPECT_FALSE(detector.resolveCurrentButton(*approval, "Erase").has_value()); }), 1U);
+}
+
+TEST_F(ResolveTest, ACheckDoesNotOpenTheGateForTheScan) {
   desktop().open(application, spec());
   const auto approval = stored();
   DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};

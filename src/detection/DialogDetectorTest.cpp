@@ -40,7 +40,7 @@ TEST_F(DialogDetectorTest, ReturnsAPromptFromTheSecondConsecutiveScanOn) {
   EXPECT_EQ(titles(detector.scan()), Lines{"Erase disk?"});
 }
 
-TEST_F(DialogDetectorTest, ReturnsNothingWithoutPermissionAndAsksNobody) {
+TEST_F(DialogDetectorTest, ReturnsNothingWithoutPermissionAndSendsNoRequest) {
   desktop().open(eraseDialog());
   (void)scanTwice();
   desktop().setTrusted(false);
@@ -327,7 +327,7 @@ TEST_F(DialogDetectorTest, AHungApplicationCostsOneWaitAndTheOthersAreScanned) {
 
 // ---- What a diagnosis tells
 
-TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstLookAndConfirmsNothing) {
+TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstReadAndConfirmsNothing) {
   desktop().open(eraseDialog());
   desktop().open({.title = "Untitled", .lines = {"Text"}, .modal = false});
   const auto windows = detector.diagnose();

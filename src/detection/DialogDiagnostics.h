@@ -7,8 +7,8 @@
 #include "platform/desktop/Accessibility.h"
 #include "platform/process/Console.h"
 
-// For who wonders why a window was, or was not, taken for a prompt: one line a window, with what was read and the
-// verdict. The agent's own windows are no sources, so they are not printed. May wait for other processes.
+// Shows why a window was, or was not, taken for a prompt: one line a window, with what was read and the verdict. The
+// agent's own windows are no sources, so they are not printed. May wait for other processes.
 namespace quillard::DialogDiagnostics {
 
 // Read as for detection, only with a longer walk. Absent when the application did not answer in time.

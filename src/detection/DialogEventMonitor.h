@@ -25,8 +25,12 @@ struct MonitorDependencies {
 };
 
 // Asks for a scan soon after something happened on the desktop: an application came, went, was shown or hidden, the
-// space changed, or the owners of visible windows are others than before. Bursts lead to one request, followed by two
-// later ones, since prompts often finish drawing a moment after the event.
+// space changed, or the owners of visible windows are others than before. A burst leads to one request, once it has
+// been quiet for the debounce interval.
+//
+// Two follow-up scans come 0.8 s and 2.0 s after an event, since many programs finish drawing a prompt only after the
+// event that announces it, and since a prompt is published by the second scan that meets it. A newer event replaces
+// what is left of them, so a lively desktop does not pile scans up.
 //
 // States: new -> started -> stopped, and started again if asked. Main thread only, `onChange` included.
 class DialogEventMonitor {
@@ -47,7 +51,7 @@ class DialogEventMonitor {
   DialogEventMonitor(const DialogEventMonitor&) = delete;
   DialogEventMonitor& operator=(const DialogEventMonitor&) = delete;
 
-  // Begins to watch and asks for a first scan. What is visible at this moment is no change. A second call does nothing.
+  // Begins to watch and asks for a first scan. What is visible already is no change. A second call does nothing.
   void start();
   // After it, nothing is delivered.
   void stop();
@@ -68,8 +72,8 @@ class DialogEventMonitor {
   void startVisibleOwnerPolling();
   // At each tick: any difference counts, a window that only moved included.
   void checkVisibleOwners();
-  // When the system tells of a change: windows that came, went or changed their names count at once; mere moves wait
-  // for the tick, and a request that is already waiting is not put off, so that a lively desktop cannot keep scans
+  // When the system announces a change: windows that came, went or changed their names count immediately; mere moves
+  // wait for the tick, and a request that is already waiting is not put off, so that a lively desktop cannot keep scans
   // away.
   void windowListMayHaveChanged();
 

@@ -188,7 +188,7 @@ TEST_F(DialogEventMonitorTest, WhatIsVisibleAtTheStartIsNoChange) {
 class SilentWindowList final : public platform::WindowList {
  public:
   std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions) override {
-    ++looks;
+    ++reads;
     return entries;
   }
   platform::SubscriptionHandle observeChanges(std::function<void()>) override {
@@ -196,7 +196,7 @@ class SilentWindowList final : public platform::WindowList {
   }
 
   std::vector<platform::WindowListEntry> entries;
-  int looks = 0;
+  int reads = 0;
 };
 
 class SilentPollTest : public DialogEventMonitorTest {
@@ -207,7 +207,7 @@ class SilentPollTest : public DialogEventMonitorTest {
         MonitorDependencies{world.time().mainThread(), world.workspace(), windowList, world.environment()});
     monitor->start();
     world.advance(Seconds{1});
-    windowList.looks = 0;
+    windowList.reads = 0;
   }
   SilentWindowList windowList;
 };
@@ -215,11 +215,11 @@ class SilentPollTest : public DialogEventMonitorTest {
 TEST_F(SilentPollTest, LooksEveryTwoSecondsAndRequestsNothingWhileNothingChanges) {
   startSilently();
   EXPECT_EQ(after(0.999), Reasons{});
-  EXPECT_EQ(windowList.looks, 0);
+  EXPECT_EQ(windowList.reads, 0);
   EXPECT_EQ(after(0.001), Reasons{});
-  EXPECT_EQ(windowList.looks, 1);
+  EXPECT_EQ(windowList.reads, 1);
   EXPECT_EQ(after(20), Reasons{});
-  EXPECT_EQ(windowList.looks, 11);
+  EXPECT_EQ(windowList.reads, 11);
 }
 
 TEST_F(SilentPollTest, RequestsAScanWhenTheOwnersHaveChangedAtATick) {
@@ -234,7 +234,7 @@ TEST_F(SilentPollTest, LooksAsOftenAsTheEnvironmentSays) {
   world.environment().set("FARROWLIGHT_VISIBLE_WINDOW_OWNER_POLL_SECONDS", "0.25");
   startSilently();
   world.advance(Seconds{10});
-  EXPECT_EQ(windowList.looks, 40);
+  EXPECT_EQ(windowList.reads, 40);
 }
 
 TEST_F(SilentPollTest, StopsLooking) {
@@ -242,7 +242,7 @@ TEST_F(SilentPollTest, StopsLooking) {
   monitor->stop();
   windowList.entries = {foreignWindow(0)};
   EXPECT_EQ(after(60), Reasons{});
-  EXPECT_EQ(windowList.looks, 0);
+  EXPECT_EQ(windowList.reads, 0);
 }
 
 // ---- Stopping

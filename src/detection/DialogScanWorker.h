@@ -14,16 +14,16 @@ namespace quillard {
 // What a scan brought.
 struct ScanOutcome {
   std::vector<PendingApproval> approvals;
-  std::size_t heldBackCount = 0;  // Prompts seen for the first time, which another scan has to confirm.
+  std::size_t heldBackCount = 0;  // Prompts met for the first time, which another scan has to confirm.
 };
 
-// Runs scans one at a time, away from the main thread. Destroying it waits for the scan under way; its completion may
-// still come.
+// Runs scans one at a time on a queue of its own, since each waits for other processes. Main thread. Destroying it
+// waits for the scan under way; its completion may still come.
 class DialogScanWorker {
  public:
   using Completion = std::function<void(const ScanOutcome&)>;
 
-  // Both outlive the worker; nobody else scans with `detector`.
+  // Both outlive the worker. `detector` scans for this worker only.
   DialogScanWorker(DialogDetector& detector, platform::Executors& executors);
 
   // Scans once, after every scan asked for before; `completion` is called with the outcome on the main thread. Never

@@ -32,7 +32,7 @@ TEST_F(DialogScanWorkerTest, ScansAwayFromTheMainThreadAndReportsOnIt) {
   EXPECT_TRUE(outcomes.empty()) << "asking never blocks";
   world.time().runUntilIdle();
   EXPECT_EQ(outcomes, (std::vector<std::vector<std::string>>{{}, {"Erase?"}}));
-  EXPECT_EQ(heldBack, (std::vector<std::size_t>{1, 0})) << "The first scan keeps it until the second has seen it.";
+  EXPECT_EQ(heldBack, (std::vector<std::size_t>{1, 0})) << "The first scan keeps it until the second has met it.";
   EXPECT_FALSE(scannedOnMainThread);
   EXPECT_TRUE(reportedOnMainThread);
 }
@@ -56,7 +56,7 @@ TEST_F(DialogScanWorkerTest, DestroyingItWaitsForTheScanUnderWay) {
   world.advance(Seconds{0.1});
   worker.reset();
   EXPECT_FALSE(desktop().roundTrips() == 0);
-  EXPECT_EQ(titles(scanTwice()), std::vector<std::string>{}) << "nobody else uses the detector any more";
+  EXPECT_EQ(titles(scanTwice()), std::vector<std::string>{}) << "no other scan uses the detector any more";
 }
 
 }  // namespace

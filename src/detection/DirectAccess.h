@@ -6,13 +6,16 @@
 
 namespace quillard {
 
-// Why a prompt must be answered at the computer itself: it asks for a secret, or for a change of settings. The text is
-// for the user. Absent: it may be answered from afar.
+// Why a prompt must be approved at the computer itself: it asks for a secret, or for a change of settings. The text is
+// for the user. Absent: it may be approved from afar. A pure function of its arguments; any thread.
+//
+// It goes by words alone. A prompt with a secure text field requires direct access whatever its words are; see
+// `PromptReading`.
 [[nodiscard]] std::optional<std::string> directAccessRequiredReason(const std::string& title,
                                                                     const std::vector<std::string>& messageLines,
                                                                     const std::vector<std::string>& buttonLabels);
 
-// The reason of a prompt that asks for a secret, for one that is known by its fields instead of its words.
+// The reason of a prompt that asks for a secret by its fields instead of its words.
 [[nodiscard]] std::string secretRequiredReason();
 
 }  // namespace quillard

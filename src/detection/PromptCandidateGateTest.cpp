@@ -19,7 +19,7 @@ TEST(PromptCandidateGate, OpensAtTheSecondScanInARowAndStaysOpen) {
   EXPECT_EQ(gate.publishableIDs({uuid(1)}), Ids{uuid(1)});
 }
 
-TEST(PromptCandidateGate, StartsAgainForWhoeverMissedAScan) {
+TEST(PromptCandidateGate, StartsAgainForAPromptThatMissedAScan) {
   PromptCandidateGate gate;
   (void)gate.publishableIDs({uuid(1)});
   EXPECT_EQ(gate.publishableIDs({uuid(1)}), Ids{uuid(1)});
@@ -35,7 +35,7 @@ TEST(PromptCandidateGate, LetsEachCandidateThroughByItself) {
   EXPECT_EQ(gate.publishableIDs({uuid(2)}), Ids{uuid(2)});
 }
 
-// In plain words: publishable is what this scan and the one before have both seen.
+// In plain words: publishable is what this scan and the one before have both met.
 RC_GTEST_PROP(PromptCandidateGate, PublishesWhatThisScanAndTheLastHaveBothSeen,
               (const std::vector<std::set<std::uint8_t>>& scans)) {
   PromptCandidateGate gate;

@@ -11,6 +11,9 @@
 namespace quillard {
 
 // What one window shows, read once: everything that classification, the approval record and the diagnostics go by.
+//
+// A password field is enough: a prompt with a secure text field must not be approved from afar, whatever words, or
+// language, it uses. The field's value is never asked for.
 struct PromptReading {
   platform::AXUIElement content;  // The element that holds the prompt: the window, or the dialog inside it.
   DialogPromptEvidence evidence;
@@ -19,9 +22,14 @@ struct PromptReading {
   bool hasSecureTextField = false;    // The prompt asks for a secret, whatever words it uses.
 };
 
+// Reads windows. Stateless; any thread. Each read may be a request to another process and wait for it.
+//
+// What cannot be read must not be half understood. A text that is no UTF-8 or longer than 64 KiB reads as absent, and
+// so does a frame that is not finite or does not fit an integer. No read fails: a missing attribute and one that could
+// not be read look alike, and `AXReadScope::missedTimeout` says whether the whole reading was cut short.
 namespace PromptReader {
 
-// How many descendants of a window are looked at for the dialog inside it.
+// How many descendants of a window are searched for the dialog inside it.
 inline constexpr int kContentSearchLimit = 40;
 
 // Whether the element is one that holds a dialog: a sheet, a dialog by its subrole, or modal.

@@ -9,11 +9,18 @@
 
 namespace quillard {
 
-// Turns the text that identifies a prompt into its fingerprint: the same text, the same identity, for as long as this
-// object lives. The key is drawn once, so fingerprints of one run tell nobody anything in another. One for the whole
-// process, shared by all detectors, or they would not know each other's prompts. Any thread.
+// Turns the text that identifies a prompt into its fingerprint: the same text gives the same identity for as long as
+// this object lives.
+//
+// A fingerprint is SipHash of the text under a key that is drawn once. It is steady while the agent runs, and
+// meaningless to anyone else and in another run: the text holds what a prompt says, and a plain hash would let whoever
+// knows a fingerprint test guesses of it. The price is that nothing stored by fingerprint is found again after a
+// restart.
+//
+// One for the whole process, shared by all detectors, or they would not recognise each other's prompts. Any thread.
 class StableIDs {
  public:
+  // Draws the key; `random` is not kept.
   explicit StableIDs(platform::Random& random);
   [[nodiscard]] Uuid stableID(std::string_view text) const;
 

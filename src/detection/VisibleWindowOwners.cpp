@@ -60,7 +60,7 @@ bool isPromptService(const RunningApplication& application) {
 class Candidates {
  public:
   void add(const RunningApplication& application) {
-    if (seen.insert(application.processIdentifier).second) list.push_back(application);
+    if (known.insert(application.processIdentifier).second) list.push_back(application);
   }
   void add(const std::vector<RunningApplication>& applications) {
     for (const auto& application : applications) add(application);
@@ -68,7 +68,7 @@ class Candidates {
   [[nodiscard]] std::vector<RunningApplication> take() && { return std::move(list); }
 
  private:
-  std::unordered_set<std::int32_t> seen;
+  std::unordered_set<std::int32_t> known;
   std::vector<RunningApplication> list;
 };
 

@@ -15,8 +15,8 @@ namespace quillard::VisibleWindowOwners {
 // does not say of its alpha or layer does not count against it; bounds it must have.
 [[nodiscard]] bool isVisible(const platform::WindowListEntry& entry);
 
-// One text per visible window on the screen: "owner|owner name|window name|layer|x,y,width,height". Two looks with
-// equal sets have seen the same windows in the same places.
+// One text per visible window on the screen: "owner|owner name|window name|layer|x,y,width,height". Two reads with
+// equal sets have met the same windows in the same places.
 [[nodiscard]] std::set<std::string> visibleWindowSignatures(platform::WindowList& windowList);
 
 // The owners of visible windows, 1 and up, front to back, as often as they own one.
@@ -30,7 +30,7 @@ namespace quillard::VisibleWindowOwners {
 [[nodiscard]] std::vector<platform::RunningApplication> knownPromptServiceApplications(platform::Workspace& workspace);
 
 // Every application that may show a prompt, each once: the frontmost, the active, the owners of visible windows, the
-// others that can have windows, then the system's prompt services. One look at the window list.
+// others that can have windows, then the system's prompt services. Reads the window list once.
 [[nodiscard]] std::vector<platform::RunningApplication> promptScanApplications(platform::Workspace& workspace,
                                                                                platform::WindowList& windowList);
 

@@ -9,7 +9,7 @@
 
 namespace quillard {
 
-// What one window looked like to the detector, and the verdict: one diagnostic line.
+// What the detector read of one window, and the verdict: one diagnostic line.
 struct WindowDebugSnapshot {
   std::string appName;
   std::optional<std::string> bundleIdentifier;

@@ -8,10 +8,10 @@
 
 namespace quillard {
 
-// A window to look at, and whose it is.
+// A window to read, and the application that owns it. A plain value; the window may be gone at any time.
 struct WindowSource {
   platform::AXUIElement window;
-  std::string appName;                          // "Unknown app" when the system knows no name.
+  std::string appName;                          // "Unknown app" when the system has no name for it.
   std::optional<std::string> bundleIdentifier;  // Absent: unknown.
   std::int32_t processIdentifier = 0;
 };

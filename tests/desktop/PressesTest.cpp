@@ -9,8 +9,8 @@
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/LinuxDesktopBinding.h"
 
-// Presses in a row on real dialogs: read, found again, pressed, and seen to have gone. Each program tells by its exit
-// status which of its buttons it was.
+// Presses in a row on real dialogs: each is read, found again, pressed and proved to have gone. Each program reports by
+// its exit status which of its buttons was pressed.
 namespace quillard::test {
 namespace {
 
@@ -29,7 +29,7 @@ struct Press {
   std::string kind;
 };
 
-// A different one for each number: toolkit, labels, choice, kind and modality go round at paces of their own.
+// A different one for each number: toolkit, labels, choice, kind and modality cycle with different periods.
 Press pressNumber(int number) {
   static const std::vector<std::string> samples{"gtk3_prompt", "gtk4_prompt", "qt_prompt"};
   static const std::vector<std::vector<std::string>> labels{{"Don't Allow", "Allow"},
@@ -60,14 +60,14 @@ class Row {
 
   [[nodiscard]] std::size_t size() const { return waiting.size(); }
 
-  // Presses the oldest one; false when that went wrong anywhere. Prompts that look the same are told apart by process.
+  // Presses the oldest one; false when any step went wrong. Prompts that look the same differ by process.
   [[nodiscard]] bool pressNext() {
     auto [press, program] = std::move(waiting.front());
     waiting.pop_front();
     const auto approval = approvalOf(program.pid(), press.labels.size());
     const std::string& label = press.labels[press.chosen];
     if (!approval) {
-      ADD_FAILURE() << "not seen: " << press.sample << " " << label << program.errors();
+      ADD_FAILURE() << "not detected: " << press.sample << " " << label << program.errors();
       return false;
     }
     const auto begin = steady_clock::now();

@@ -20,7 +20,7 @@ namespace quillard::samples {
 // does, with the detector's own presence check and search.
 //
 // It watches every press of every button that it made: one of anything but the approved button of the approved prompt
-// is a wrong press, unless what made it wrong happened after the click had last looked for the prompt.
+// is a wrong press, unless what made it wrong happened after the click had last checked presence.
 struct ClickWorld : DetectionWorld {
   using NodeHandle = platform::simulated::NodeHandle;
   using DialogSpec = platform::simulated::DialogSpec;
@@ -41,7 +41,7 @@ struct ClickWorld : DetectionWorld {
             .actions = {"AXRaise", "AXConfirm", "AXCancel"}};
   }
 
-  // Opens the prompt, lets it be seen, and chooses the button as the phone would.
+  // Opens the prompt, scans twice, and chooses the button as the phone would.
   void approve(const DialogSpec& dialog, const std::string& label = "Allow") {
     prompt = desktop().open(application, dialog);
     chosen = label;
@@ -59,7 +59,7 @@ struct ClickWorld : DetectionWorld {
     const auto start = world.time().monotonicNow();
     std::optional<Outcome> outcome;
     queue->post([&] {
-      outcome = ClickExecutor::click(resolved.value(), {world.accessibility(), events, world.time()}, questions());
+      outcome = ClickExecutor::click(resolved.value(), {world.accessibility(), events, world.time()}, callbacks());
       took = world.time().monotonicNow() - start;
       wasPresentAtEnd = isPromptPresent();
     });
@@ -67,12 +67,12 @@ struct ClickWorld : DetectionWorld {
     return outcome.value();
   }
 
-  ClickQuestions questions() {
-    return {.isPromptStillPresent =
+  ClickCallbacks callbacks() {
+    return {.presence =
                 [this] {
                   ++presenceChecks;
                   if (hasChanged) ++checksSinceChange;
-                  return isPromptPresent();
+                  return presence();
                 },
             .refreshedButton = [this] { return findAgain(); },
             .shouldStop = [this] { return stopAt && world.time().monotonicNow() >= *stopAt; }};
@@ -86,9 +86,13 @@ struct ClickWorld : DetectionWorld {
     isQuestionGone = isQuestionGone || !answersTheQuestion;
   }
 
-  bool isPromptPresent() { return detectorSees ? detectorSees() : detector.isPromptStillPresent(*approval); }
+  PromptPresence presence() {
+    if (!fakePresence) return detector.presenceOf(*approval);
+    return fakePresence() ? PromptPresence::there() : PromptPresence::gone();
+  }
+  bool isPromptPresent() { return !presence().isGone(); }
 
-  // The effect, after a note of who was pressed.
+  // The effect, after a note of what was pressed.
   PressEffect noted(const PressEffect& effect) {
     if (!effect.isTaken()) return effect;
     return PressEffect::runs(
@@ -106,8 +110,8 @@ struct ClickWorld : DetectionWorld {
   std::optional<PendingApproval> approval;
   std::optional<ResolvedDialogButton> resolved;
   std::set<NodeHandle> approvedButtons;
-  std::function<std::optional<ResolvedDialogButton>()> findsAgain;  // Empty: the detector does.
-  std::function<bool()> detectorSees;                               // Empty: what the detector sees.
+  std::function<std::optional<ResolvedDialogButton>()> fakeSearch;  // Empty: the detector searches.
+  std::function<bool()> fakePresence;                               // Whether it is there. Empty: the detector checks.
   std::optional<Instant> stopAt;
   Seconds took{0};
   bool wasPresentAtEnd = false;
@@ -118,7 +122,7 @@ struct ClickWorld : DetectionWorld {
   bool isQuestionGone = false;
   int rightPresses = 0;
   std::vector<std::string> wrongPresses;  // Labels.
-  int unavoidablePresses = 0;             // Wrong ones, by a change after the last look.
+  int unavoidablePresses = 0;             // Wrong ones, by a change after the last check.
 
  private:
   void note(NodeHandle pressed) {
@@ -137,7 +141,7 @@ struct ClickWorld : DetectionWorld {
 
   std::optional<ResolvedDialogButton> findAgain() {
     ++searches;
-    auto found = findsAgain ? findsAgain() : detector.resolveCurrentButton(*approval, chosen);
+    auto found = fakeSearch ? fakeSearch() : detector.resolveCurrentButton(*approval, chosen);
     if (found) approvedButtons.insert(*desktop().node(found->element));
     return found;
   }

@@ -11,7 +11,7 @@
 
 namespace quillard::samples {
 
-// A simulated desktop with a detector that looks at it.
+// A simulated desktop with a detector that reads it.
 struct DetectionWorld {
   static constexpr std::int32_t kOwnProcess = 99;
 
@@ -19,7 +19,7 @@ struct DetectionWorld {
 
   platform::simulated::SimulatedDesktop& desktop() { return world.desktop(); }
 
-  // A second scan confirms what the first one saw.
+  // A second scan confirms what the first one met.
   std::vector<PendingApproval> scanTwice() {
     (void)detector.scan();
     return detector.scan();

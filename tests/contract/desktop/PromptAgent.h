@@ -38,22 +38,20 @@ class PromptAgent {
     return found;
   }
 
-  // As ApprovalClicker does it: an application that is still busy coming to the front is asked a second time.
+  // As ApprovalClicker does it.
   std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval, const std::string& label) {
-    resolver.focusApplication(approval);
-    binding.clock().sleep(Seconds{0.2});
-    if (auto button = resolver.resolveCurrentButton(approval, label)) return button;
-    binding.clock().sleep(Seconds{0.25});
-    return resolver.resolveCurrentButton(approval, label);
+    return resolver.focusAndResolve(approval, label, [this](Seconds duration) {
+      binding.clock().sleep(duration);
+      return true;
+    });
   }
 
   std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
     const auto find = [&, this] { return focusAndResolve(approval, label); };
     const auto button = find();
     if (!button) return ClickError::buttonNotFound;
-    return ClickExecutor::click(
-        *button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
-        {.isPromptStillPresent = [&] { return detector.isPromptStillPresent(approval); }, .refreshedButton = find});
+    return ClickExecutor::click(*button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
+                                {.presence = [&] { return detector.presenceOf(approval); }, .refreshedButton = find});
   }
 
   DesktopBinding& binding;

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "detection/WindowSource.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/desktop/WindowList.h"
+#include "platform/desktop/Workspace.h"
+
+namespace quillard {
+
+// The windows to read in one scope, each given once. For one use: it remembers what it has given, so that a caller can
+// ask for the windows of one application first and for the rest of the desktop only when those were not enough.
+//
+// Two windows are the same when process, role, title and frame are equal: the application's window list, its main and
+// focused window and the desktop's focused window name the same window through different handles. The first one counts.
+// The agent's own windows are never among them.
+//
+// At most 1,000 windows of an application's list are taken, its main and focused windows besides. No desktop shows as
+// many, and a broken or hostile application that lists a hundred thousand must not keep a scan from ending.
+//
+// Reads other processes and may wait for them. One thread at a time.
+class WindowSources {
+ public:
+  // All outlive this. `descendantsPerWindow`: how much of each window's tree the caller is about to read, a hint for
+  // the scope.
+  WindowSources(std::int32_t ownProcessIdentifier, int descendantsPerWindow, platform::Accessibility& accessibility,
+                platform::Workspace& workspace, platform::WindowList& windowList, platform::AXReadScope& scope);
+
+  // The windows of one application: its list, then its main and its focused window. No other process is asked. Empty
+  // when no such application is running, or when it does not answer.
+  [[nodiscard]] std::vector<WindowSource> windowSourcesForApplication(std::int32_t processIdentifier);
+
+  // All windows that were not given before: those of every application that may show a prompt, in the order of
+  // `VisibleWindowOwners::promptScanApplications`, then the desktop's focused window and the window of its focused
+  // element. An application that was asked by itself before is not asked for its windows again.
+  [[nodiscard]] std::vector<WindowSource> allWindowSources();
+
+ private:
+  void appendApplications(const std::vector<platform::RunningApplication>& applications,
+                          std::vector<WindowSource>& sources);
+  void appendWindowsOf(const platform::RunningApplication& application, const platform::AXUIElement& element,
+                       std::vector<WindowSource>& sources);
+  void appendSystemWide(std::vector<WindowSource>& sources);
+  void appendOwnedWindow(const platform::AXUIElement& window, std::vector<WindowSource>& sources);
+  [[nodiscard]] std::vector<WindowSource> unique(std::vector<WindowSource> sources);
+  [[nodiscard]] std::string windowSignature(const WindowSource& source);
+
+  const std::int32_t ownProcessIdentifier;
+  const int descendantsPerWindow;
+  platform::Accessibility& accessibility;
+  platform::Workspace& workspace;
+  platform::WindowList& windowList;
+  platform::AXReadScope& scope;
+  std::unordered_set<std::int32_t> askedProcesses;
+  std::unordered_set<std::string> givenSignatures;
+};
+
+}  // namespace quillard

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "agent/DecisionQueue.h"
-#include "agent/RelayRegistrationTask.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
@@ -24,6 +23,7 @@
 #include "platform/Platform.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayClient.h"
+#include "relay/RelayRegistrationTask.h"
 #include "relay/RelayStatus.h"
 #include "status/MacStatusSnapshot.h"
 #include "status/StatusWindowController.h"
@@ -138,7 +138,6 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   void updateStatus(std::int64_t count);
   void refreshStatusWindow();
   [[nodiscard]] std::unique_ptr<StatusWindowController> makeStatusWindowController();
-  [[nodiscard]] std::string pairingCaption();
   [[nodiscard]] std::optional<Bitmap> pairingQRCodeImage();
   [[nodiscard]] std::optional<PairingPayload> pairingPayload();
 
@@ -178,7 +177,6 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   int confirmationsInARow = 0;
   std::optional<PairingPayload> cachedPairingQRCodePayload;
   std::optional<Bitmap> cachedPairingQRCodeImage;
-  std::optional<std::optional<RelayLaunchConfiguration>> bundledRelayConfiguration;  // Read once; absent: not yet.
   std::string lastSnapshotWarning;   // What was printed of the last list that was too long; empty: it was not.
   std::int64_t relayGeneration = 0;  // One more at every start of the relay and every reset of the pairing.
   bool pairingResetInProgress = false;

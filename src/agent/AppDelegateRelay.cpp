@@ -5,9 +5,9 @@
 
 #include "agent/AgentRules.h"
 #include "agent/AppDelegate.h"
-#include "agent/RelayAddress.h"
-#include "agent/SnapshotTrimming.h"
 #include "foundation/BrokenPromise.h"
+#include "relay/RelayAddress.h"
+#include "relay/SnapshotTrimming.h"
 
 // The agent's side of the relay: its start, what is told to the phones, and the reset of the pairing.
 namespace quillard {
@@ -19,15 +19,7 @@ constexpr Seconds kCloseCheckInterval{0.01};
 
 }  // namespace
 
-bool AppDelegate::isRelayConfigured() {
-  auto configuration = pairingConfiguration.environmentConfiguration();
-  if (!configuration) {
-    // What came with the application stays the same while it runs, and a broken file is reported only so often.
-    if (!bundledRelayConfiguration) bundledRelayConfiguration = pairingConfiguration.bundledConfiguration();
-    configuration = *bundledRelayConfiguration;
-  }
-  return configuration && PairingConfiguration::backendBaseURL(configuration->relayURL);
-}
+bool AppDelegate::isRelayConfigured() { return pairingConfiguration.isRelayConfigured(); }
 
 void AppDelegate::startRelayIfConfigured() {
   const auto configuration = pairingConfiguration.launchConfiguration();

@@ -2,6 +2,7 @@
 #include "agent/FallbackStatusSnapshot.h"
 #include "relay/QRCodeRenderer.h"
 #include "status/MenuBarIcon.h"
+#include "status/StatusTexts.h"
 
 // What the user of this computer sees: the menu bar, the status window and the pairing code in it.
 namespace quillard {
@@ -72,16 +73,8 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .notificationPause = notificationPauseStore.snapshot(),
           .pendingApprovalCount = pendingApprovalCount,
           .pairingImage = isTrusted ? pairingQRCodeImage() : std::nullopt,
-          .pairingCaption = pairingCaption(),
+          .pairingCaption = StatusTexts::pairingCaption(isTrusted, isTrusted && pairingPayload()),
           .updateAvailability = updates ? updates->availability() : UpdateAvailabilitySnapshot{}};
-}
-
-std::string AppDelegate::pairingCaption() {
-  if (!isAccessibilityTrusted()) {
-    return "Allow Accessibility in System Settings. The pairing code appears after Quillard can detect Mac prompts.";
-  }
-  if (pairingPayload()) return "Open the iPhone app, choose Pair Mac, and scan this code.";
-  return "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
 }
 
 // Asked for at every refresh of the window, so nothing is read anew where there is nothing to pair with.

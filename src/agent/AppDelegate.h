@@ -84,7 +84,9 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   void accessibilityPermissionDidChange();
   void scheduleAccessibilityStatusTimer();
   void scheduleAccessibilityRechecks();
+  // Both are done once a fresh answer is there, which the main thread does not wait for.
   void handleAccessibilityStatusChangeIfNeeded(bool forceRefresh);
+  void accessibilityTrustRead(bool isTrusted, bool forceRefresh);
   void scheduleNotificationPauseResumeTimer();
   void notificationPauseMayHaveEnded();
   void resumeAfterSleepIfNeeded();

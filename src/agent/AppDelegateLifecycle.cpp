@@ -190,7 +190,7 @@ void AppDelegate::startPromptDetection() {
 
 // ---- The permission
 
-bool AppDelegate::isAccessibilityTrusted() { return platform.accessibility.isProcessTrusted(); }
+bool AppDelegate::isAccessibilityTrusted() { return platform.accessibility.lastKnownProcessTrust(); }
 
 void AppDelegate::observeAccessibilityPermission() {
   accessibilityPermissionObserver = platform.accessibility.observeTrustChanges([weak = weak_from_this()] {
@@ -225,7 +225,13 @@ void AppDelegate::scheduleAccessibilityRechecks() {
 }
 
 void AppDelegate::handleAccessibilityStatusChangeIfNeeded(bool forceRefresh) {
-  const bool isTrusted = isAccessibilityTrusted();
+  platform.accessibility.refreshProcessTrust([weak = weak_from_this(), forceRefresh](bool isTrusted) {
+    const auto self = weak.lock();
+    if (self && !self->isTerminating) self->accessibilityTrustRead(isTrusted, forceRefresh);
+  });
+}
+
+void AppDelegate::accessibilityTrustRead(bool isTrusted, bool forceRefresh) {
   const bool hasChanged = std::exchange(lastAccessibilityTrusted, isTrusted) != isTrusted;
   if (hasChanged && isTrusted) {
     publishCurrentApprovalSnapshot(/*force=*/false);

@@ -166,6 +166,13 @@ TEST(AppDelegateLaunch, WithoutARelayNothingIsDetected) {
   agent.world.environment().unset("QUILLARD_RELAY_URL");
   agent.desktop().open(erasePrompt());
   agent.launch();
+  agent.advance(1);
+  // Each of these asks for a scan, whether detection has started or not.
+  agent.desktop().setTrusted(false, /*isNotified=*/false);
+  agent.advance(3);
+  agent.desktop().setTrusted(true, /*isNotified=*/false);
+  agent.advance(3);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.unpairPhoneFromStatusWindow(); });
   agent.advance(1000);
   EXPECT_EQ(agent.desktop().roundTrips(), 0U);
   EXPECT_FALSE(agent.status().relayConfigured);
@@ -315,9 +322,8 @@ TEST(AppDelegateTrust, OnceRegainedEverythingIsScannedAndAnnouncedAgain) {
   agent.advance(30);
   const auto announced = agent.world.userNotifications().posted().size();
   agent.desktop().setTrusted(true, /*isNotified=*/false);
-  agent.advance(10);
+  agent.advance(4);  // To the next poll, and from the scan there to its confirmation; the sweep is minutes away.
   EXPECT_TRUE(agent.phone.snapshots().back().accessibilityTrusted);
-  agent.advance(300);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
   EXPECT_EQ(agent.world.userNotifications().posted().size(), announced + 1);
 }

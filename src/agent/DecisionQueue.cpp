@@ -19,14 +19,16 @@ std::optional<ApprovalResultCommand> DecisionQueue::outcome(const std::string& d
   return known == outcomesByDecisionID.end() ? std::nullopt : std::optional{known->second};
 }
 
-void DecisionQueue::end(const ApprovalResultCommand& result) {
+bool DecisionQueue::end(const ApprovalResultCommand& result) {
   const auto ended = std::exchange(underWay, std::nullopt);
-  if (!ended || ended->isForgotten) return;
-  if (!outcomesByDecisionID.emplace(ended->decisionID, result).second) return;
+  if (!ended || ended->isForgotten) return false;
+  if (!outcomesByDecisionID.emplace(ended->decisionID, result).second) return true;
   decisionIDsByAge.push_back(ended->decisionID);
-  if (decisionIDsByAge.size() <= kRememberedOutcomes) return;
-  outcomesByDecisionID.erase(decisionIDsByAge.front());
-  decisionIDsByAge.pop_front();
+  if (decisionIDsByAge.size() > kRememberedOutcomes) {
+    outcomesByDecisionID.erase(decisionIDsByAge.front());
+    decisionIDsByAge.pop_front();
+  }
+  return true;
 }
 
 void DecisionQueue::forget() {

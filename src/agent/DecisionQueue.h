@@ -10,9 +10,9 @@
 
 namespace quillard {
 
-// The phone's decisions in the order in which they came: waiting -> under way -> answered. One is under way at a time.
-// What was answered is remembered, so that a decision that is delivered again, during or after the first time, gets the
-// same answer without being carried out twice. Main thread.
+// The phone's decisions in the order in which they were received: waiting -> under way -> answered. One is under way at
+// a time. What was answered is remembered, so that a decision that is delivered again, during or after the first time,
+// gets the same answer without being carried out twice. Main thread.
 class DecisionQueue {
  public:
   static constexpr std::size_t kRememberedOutcomes = 1024;
@@ -25,8 +25,9 @@ class DecisionQueue {
   // What this decision was answered before. Absent: it was not, or longer ago than the newest `kRememberedOutcomes`.
   [[nodiscard]] std::optional<ApprovalResultCommand> outcome(const std::string& decisionID) const;
 
-  // The one under way has its answer. Not remembered when everything was forgotten since it began.
-  void end(const ApprovalResultCommand& result);
+  // The one under way has its answer, which is remembered. False: nobody waits for it any more, since everything was
+  // forgotten after it began, or none was under way; it is not remembered then.
+  [[nodiscard]] bool end(const ApprovalResultCommand& result);
 
   // Another pairing: what waits is dropped, and answers no longer count. The one under way still has to end.
   void forget();

@@ -17,68 +17,68 @@ ApprovalResultCommand answer(const std::string& status) {
 }
 
 TEST(DecisionQueue, GivesOneAfterAnotherInTheirOrder) {
-  DecisionQueue book;
-  EXPECT_EQ(book.begin(), std::nullopt);
-  book.add(decision("one"));
-  book.add(decision("two"));
-  EXPECT_EQ(book.begin(), decision("one"));
-  EXPECT_EQ(book.begin(), std::nullopt) << "One is under way.";
-  book.end(answer("accepted"));
-  EXPECT_EQ(book.begin(), decision("two"));
+  DecisionQueue queue;
+  EXPECT_EQ(queue.begin(), std::nullopt);
+  queue.add(decision("one"));
+  queue.add(decision("two"));
+  EXPECT_EQ(queue.begin(), decision("one"));
+  EXPECT_EQ(queue.begin(), std::nullopt) << "One is under way.";
+  EXPECT_TRUE(queue.end(answer("accepted")));
+  EXPECT_EQ(queue.begin(), decision("two"));
 }
 
 TEST(DecisionQueue, RemembersTheFirstAnswer) {
-  DecisionQueue book;
-  book.add(decision("one"));
-  book.add(decision("one"));
-  (void)book.begin();
-  EXPECT_EQ(book.outcome("one"), std::nullopt);
-  book.end(answer("accepted"));
-  EXPECT_EQ(book.outcome("one"), answer("accepted"));
-  (void)book.begin();
-  book.end(answer("failed"));
-  EXPECT_EQ(book.outcome("one"), answer("accepted"));
+  DecisionQueue queue;
+  queue.add(decision("one"));
+  queue.add(decision("one"));
+  (void)queue.begin();
+  EXPECT_EQ(queue.outcome("one"), std::nullopt);
+  EXPECT_TRUE(queue.end(answer("accepted")));
+  EXPECT_EQ(queue.outcome("one"), answer("accepted"));
+  (void)queue.begin();
+  EXPECT_TRUE(queue.end(answer("failed")));
+  EXPECT_EQ(queue.outcome("one"), answer("accepted"));
 }
 
 TEST(DecisionQueue, RemembersTheNewestOnly) {
-  DecisionQueue book;
+  DecisionQueue queue;
   for (std::size_t i = 0; i <= DecisionQueue::kRememberedOutcomes; ++i) {
-    book.add(decision(std::to_string(i)));
-    (void)book.begin();
-    book.end(answer("accepted"));
+    queue.add(decision(std::to_string(i)));
+    (void)queue.begin();
+    EXPECT_TRUE(queue.end(answer("accepted")));
   }
-  EXPECT_EQ(book.outcome("0"), std::nullopt);
-  EXPECT_EQ(book.outcome("1"), answer("accepted"));
-  EXPECT_EQ(book.outcome(std::to_string(DecisionQueue::kRememberedOutcomes)), answer("accepted"));
+  EXPECT_EQ(queue.outcome("0"), std::nullopt);
+  EXPECT_EQ(queue.outcome("1"), answer("accepted"));
+  EXPECT_EQ(queue.outcome(std::to_string(DecisionQueue::kRememberedOutcomes)), answer("accepted"));
 }
 
 TEST(DecisionQueue, ForgetsWhatWaitsAndWhatWasAnswered) {
-  DecisionQueue book;
-  book.add(decision("answered"));
-  (void)book.begin();
-  book.end(answer("accepted"));
-  book.add(decision("waiting"));
-  book.forget();
-  EXPECT_EQ(book.begin(), std::nullopt);
-  EXPECT_EQ(book.outcome("answered"), std::nullopt);
+  DecisionQueue queue;
+  queue.add(decision("answered"));
+  (void)queue.begin();
+  EXPECT_TRUE(queue.end(answer("accepted")));
+  queue.add(decision("waiting"));
+  queue.forget();
+  EXPECT_EQ(queue.begin(), std::nullopt);
+  EXPECT_EQ(queue.outcome("answered"), std::nullopt);
 }
 
 TEST(DecisionQueue, AForgottenOneStillHasToEnd) {
-  DecisionQueue book;
-  book.add(decision("old"));
-  (void)book.begin();
-  book.forget();
-  book.add(decision("new"));
-  EXPECT_EQ(book.begin(), std::nullopt);
-  book.end(answer("accepted"));
-  EXPECT_EQ(book.outcome("old"), std::nullopt);
-  EXPECT_EQ(book.begin(), decision("new"));
+  DecisionQueue queue;
+  queue.add(decision("old"));
+  (void)queue.begin();
+  queue.forget();
+  queue.add(decision("new"));
+  EXPECT_EQ(queue.begin(), std::nullopt);
+  EXPECT_FALSE(queue.end(answer("accepted"))) << "Nobody waits for its answer any more.";
+  EXPECT_EQ(queue.outcome("old"), std::nullopt);
+  EXPECT_EQ(queue.begin(), decision("new"));
 }
 
 TEST(DecisionQueue, TheAnswerOfADecisionThatNeverBeganChangesNothing) {
-  DecisionQueue book;
-  book.end(answer("accepted"));
-  EXPECT_EQ(book.begin(), std::nullopt);
+  DecisionQueue queue;
+  EXPECT_FALSE(queue.end(answer("accepted")));
+  EXPECT_EQ(queue.begin(), std::nullopt);
 }
 
 }  // namespace

@@ -5,26 +5,17 @@
 #include "system/LoginItemManager.h"
 
 namespace quillard {
-namespace {
-
-bool isRelayConfigured(const platform::Platform& platform) {
-  const PairingConfiguration pairing{pairingDependencies(platform)};
-  auto configuration = pairing.environmentConfiguration();
-  if (!configuration) configuration = pairing.bundledConfiguration();
-  return configuration && PairingConfiguration::backendBaseURL(configuration->relayURL);
-}
-
-}  // namespace
-
 PairingDependencies pairingDependencies(const platform::Platform& platform) {
   return {platform.environment,  platform.bundle, platform.propertyLists, platform.secretStore,
           platform.userDefaults, platform.random, platform.console};
 }
 
 MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform) {
+  PairingConfiguration pairing{pairingDependencies(platform)};
   LoginItemManager loginItems{platform.bundle, platform.loginService, platform.workspace, platform.console};
   return fallbackSnapshot(InstallLocation{platform.bundle}.isRunningFromApplications(),
-                          platform.accessibility.isProcessTrusted(), loginItems.status(), isRelayConfigured(platform));
+                          platform.accessibility.lastKnownProcessTrust(), loginItems.status(),
+                          pairing.isRelayConfigured());
 }
 
 }  // namespace quillard

@@ -30,7 +30,7 @@ MacSystem::MacSystem(int consoleDescriptor)
       lockFiles(temporaryFolder()),
       notifications(executors.mainThread()),
       accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
-      accessibility(macos::AXCalls(accessibilityQueue.get(), hasFocus), executors.mainThread()),
+      accessibility(macos::AXCalls(accessibilityQueue.get(), hasFocus), executors),
       workspace(executors.mainThread()),
       windowList(workspace) {}
 

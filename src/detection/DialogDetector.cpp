@@ -70,6 +70,8 @@ std::vector<PendingApproval> DialogDetector::scan() {
     auto approval = approvalForWindowSource(*scope, source);
     if (approval && ids.insert(approval->id).second) approvals.push_back(*std::move(approval));
   }
+  // Asked again at the end, so that the one who is given the result finds the newest answer without waiting for it.
+  if (!dependencies.accessibility.isProcessTrusted()) return {};
   const auto publishable = candidateGate.publishableIDs(ids);
   heldBack = std::erase_if(approvals, [&](const auto& approval) { return !publishable.contains(approval.id); });
   return approvals;

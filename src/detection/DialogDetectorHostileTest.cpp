@@ -206,6 +206,10 @@ class AttributeByAttribute final : public platform::Accessibility {
   };
 
   bool isProcessTrusted() override { return live.isProcessTrusted(); }
+  bool lastKnownProcessTrust() override { return live.lastKnownProcessTrust(); }
+  void refreshProcessTrust(std::function<void(bool)> onAnswer) override {
+    live.refreshProcessTrust(std::move(onAnswer));
+  }
   platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override {
     return live.observeTrustChanges(std::move(onChange));
   }

@@ -81,6 +81,8 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
     return elementsByName.at(nameOf(of)).actionNames;
   }
   bool isProcessTrusted() override { return true; }
+  bool lastKnownProcessTrust() override { return true; }
+  void refreshProcessTrust(std::function<void(bool)>) override {}
   platform::SubscriptionHandle observeTrustChanges(std::function<void()>) override { return nullptr; }
   AXUIElement createApplication(std::int32_t process) override { return element("app " + std::to_string(process)); }
   AXUIElement createSystemWide() override { return element("system"); }

@@ -69,6 +69,18 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfigurati
   return std::nullopt;
 }
 
+std::optional<RelayLaunchConfiguration> PairingConfiguration::configuredRelay() {
+  if (auto configuration = environmentConfiguration()) return configuration;
+  const MutexLock locked{readingBundle};
+  if (!bundledRelay) bundledRelay = bundledConfiguration();
+  return *bundledRelay;
+}
+
+bool PairingConfiguration::isRelayConfigured() {
+  const auto configuration = configuredRelay();
+  return configuration && backendBaseURL(configuration->relayURL);
+}
+
 std::optional<RelayLaunchConfiguration> PairingConfiguration::launchConfiguration() {
   if (auto cached = cache.launchConfiguration()) return cached;
   const MutexLock locked{finding};

@@ -50,6 +50,13 @@ class PairingConfiguration {
   // What came with the application. Absent when nothing did, or, with a line that says why, it cannot be read.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> bundledConfiguration() const;
 
+  // The relay that is configured, as it stands in the environment or else in what came with the application. Makes no
+  // identity. The environment is read at each call; the application's part, which stays the same while it runs, is read
+  // once, so that a broken file is reported once. Absent: neither names a relay.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> configuredRelay();
+  // Whether a relay is configured and its address can be used. Without one the agent scans nothing.
+  [[nodiscard]] bool isRelayConfigured();
+
   // The address of the relay, with the installation's own identifier. Absent: no relay is configured.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration();
   // `seed`: what a new pairing identifier begins with; absent: "quillard".
@@ -78,6 +85,9 @@ class PairingConfiguration {
   PairingDependencies dependencies;
   MacKeychainStore keychain;
   PairingConfigurationCache cache;
+  Mutex readingBundle;
+  // Outer: absent until `configuredRelay` needed it. Inner: absent when nothing usable came with the application.
+  std::optional<std::optional<RelayLaunchConfiguration>> bundledRelay QUILLARD_GUARDED_BY(readingBundle);
   // One thread at a time reads, changes or clears, so that two threads never create different identities, and nothing
   // that was read before a rotation is cached after it. Not the cache's own lock, which is never held while the
   // keychain or a file is read.

@@ -160,6 +160,30 @@ TEST(BundledConfiguration, SaysWhyItCannotBeRead) {
   EXPECT_EQ(installation.console.lines(), Lines{"Unable to read bundled relay configuration: Permission denied."});
 }
 
+TEST(ConfiguredRelay, FollowsTheEnvironmentAndReadsTheBuiltInFileOnce) {
+  Installation installation;
+  EXPECT_EQ(installation.run->configuredRelay(), std::nullopt);
+  EXPECT_FALSE(installation.run->isRelayConfigured());
+  installation.setRelay("wss://environment");
+  EXPECT_EQ(installation.run->configuredRelay()->relayURL, "wss://environment");
+  EXPECT_TRUE(installation.run->isRelayConfigured());
+  EXPECT_TRUE(installation.secretStore.calls().empty()) << "No identity is made.";
+
+  Installation broken;
+  broken.bundle.setResource("RelayConfig.plist", "broken");
+  for (int i = 0; i < 3; ++i) EXPECT_FALSE(broken.run->isRelayConfigured());
+  EXPECT_EQ(broken.console.lines().size(), 1U);
+}
+
+TEST(ConfiguredRelay, CountsOnlyWithAnAddressThatCanBeUsed) {
+  Installation installation;
+  installation.bundle.setResource("RelayConfig.plist", R"({"relayURL":"wss://built-in","pairingID":"built"})");
+  EXPECT_TRUE(installation.run->isRelayConfigured());
+  installation.setRelay("wss:///ws");
+  EXPECT_EQ(installation.run->configuredRelay()->relayURL, "wss:///ws");
+  EXPECT_FALSE(installation.run->isRelayConfigured()) << "The environment comes first, usable or not.";
+}
+
 // ---- Who this installation is
 
 TEST(InstallationIdentity, IsMadeOnceAndKeptInTheBetterKeychain) {

@@ -15,8 +15,7 @@ struct MacWorld {
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   fakes::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility accessibility{macos::AXCalls{nullptr, [this] { return system.hasFocus; }},
-                                        world.time().mainThread()};
+  macos::MacAccessibility accessibility{macos::AXCalls{nullptr, [this] { return system.hasFocus; }}, world.time()};
   platform::simulated::SimulatedDesktop& desktop = world.desktop();
 };
 

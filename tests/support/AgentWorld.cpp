@@ -245,6 +245,16 @@ void AgentWorld::quit() {
   destroyAgent();
 }
 
+void AgentWorld::destroyAgent() {
+  if (!agent) return;
+  bool isDone = false;
+  world.time().runOnMainThread([&] {
+    agent.reset();
+    isDone = true;
+  });
+  while (!isDone) advance(0.01);
+}
+
 bool AgentWorld::menuBarShowsPending() {
   const auto items = world.statusBar().items();
   return !items.empty() && items.back()->length == MenuBarIcon::pendingLength;

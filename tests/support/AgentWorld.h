@@ -132,7 +132,8 @@ class AgentWorld {
   void launchAndPair();
   // Ends the agent as the system does: told first, destroyed afterwards.
   void quit();
-  void destroyAgent() { agent.reset(); }
+  // As the system does, in a turn of the main thread, once the turn that may be under way there has ended.
+  void destroyAgent();
 
   void advance(double seconds) { world.advance(Seconds{seconds}); }
   // In a turn of the main thread; lets time pass while that is in the middle of something.

@@ -176,11 +176,22 @@ class AXObserver {
 // All that the agent asks of the accessibility service. Any thread. The reads of this class itself are live.
 class Accessibility : public AXAttributeReader {
  public:
-  // Whether this process may use the interface at all. Never asks the user.
+  // Whether this process may use the interface at all, asked now. Never asks the user. It may wait for services of the
+  // session for some seconds: not for the main thread, which has the next two.
   [[nodiscard]] virtual bool isProcessTrusted() = 0;
 
+  // The newest answer that `isProcessTrusted` or `refreshProcessTrust` brought, from whatever thread. Does not wait,
+  // but for the first answer of all when there is none yet: ask once before anything depends on the main thread. As old
+  // as the last question: the one who depends on its age refreshes it.
+  [[nodiscard]] virtual bool lastKnownProcessTrust() = 0;
+
+  // Asks now, without waiting, and calls `onAnswer` with the answer in a later turn of the main thread. Several
+  // requests may share one question, which begins after each of them was made. From the main thread only; `onAnswer` is
+  // dropped when the binding is destroyed first.
+  virtual void refreshProcessTrust(std::function<void(bool isTrusted)> onAnswer) = 0;
+
   // Calls back on the main thread whenever the system says that the permission of some process has changed. A hint:
-  // `isProcessTrusted` may answer as before, and may change without a hint.
+  // the next answer may be as before, and may change without a hint.
   [[nodiscard]] virtual SubscriptionHandle observeTrustChanges(std::function<void()> onChange) = 0;
 
   // The element of a running process. No request; never fails, whether the process exists or not.

@@ -20,10 +20,15 @@ using platform::AXValue;
 
 constexpr std::string_view kTrustNotice = "com.apple.accessibility.api";
 
+bool askForTrust() {
+  const auto options = makeDictionary({{kAXTrustedCheckOptionPrompt, kCFBooleanFalse}});
+  return AXIsProcessTrustedWithOptions(options.get()) != 0;
+}
+
 }  // namespace
 
-MacAccessibility::MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread)
-    : calls(std::move(calls)), mainThread(mainThread) {
+MacAccessibility::MacAccessibility(AXCalls calls, platform::Executors& executors)
+    : calls(std::move(calls)), mainThread(executors.mainThread()), trust(askForTrust, executors) {
   setMessagingTimeout(createSystemWide(), kMessagingTimeout);
 }
 
@@ -39,11 +44,6 @@ AXResult<std::vector<std::string>> MacAccessibility::copyActionNames(const AXUIE
   if (!own) return AXError::invalidUIElement;
   if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
   return calls.run([&] { return readActionNames(*own); });
-}
-
-bool MacAccessibility::isProcessTrusted() {
-  const auto options = makeDictionary({{kAXTrustedCheckOptionPrompt, kCFBooleanFalse}});
-  return AXIsProcessTrustedWithOptions(options.get()) != 0;
 }
 
 platform::SubscriptionHandle MacAccessibility::observeTrustChanges(std::function<void()> onChange) {

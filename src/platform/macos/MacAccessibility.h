@@ -5,9 +5,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/TrustAnswers.h"
 #include "platform/macos/AXCalls.h"
 #include "platform/process/Executors.h"
 
@@ -26,14 +28,16 @@ class MacAccessibility final : public platform::Accessibility {
  public:
   static constexpr Seconds kMessagingTimeout{0.2};
 
-  // `mainThread` outlives this.
-  MacAccessibility(AXCalls calls, platform::SerialExecutor& mainThread);
+  // `executors` outlives this.
+  MacAccessibility(AXCalls calls, platform::Executors& executors);
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
                                                                          std::string_view name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
-  [[nodiscard]] bool isProcessTrusted() override;
+  [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
+  [[nodiscard]] bool lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
   // Main thread. The system announces a change of any process's permission.
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
@@ -50,6 +54,7 @@ class MacAccessibility final : public platform::Accessibility {
  private:
   const AXCalls calls;
   platform::SerialExecutor& mainThread;
+  platform::TrustAnswers trust;
 };
 
 }  // namespace quillard::macos

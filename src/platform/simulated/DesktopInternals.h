@@ -20,7 +20,7 @@ class DesktopInternals {
       : state(executors.mainThread()),
         gate(clock, state),
         actions(desktop, clock, state),
-        accessibility(desktop, executors.mainThread(), state, gate, actions),
+        accessibility(desktop, executors, state, gate, actions),
         workspace(desktop, state),
         windowList(state),
         elsewhere(executors.makeSerialQueue("simulated desktop", QualityOfService::standard)) {}

@@ -30,6 +30,11 @@ Delivery RequestGate::send(AXRequestKind kind, const ElementTarget& target, std:
   return wait(target, process);
 }
 
+bool RequestGate::askForTrust() {
+  if (trustLatency > Seconds::zero()) clock.sleep(trustLatency);
+  return isTrustedNow;
+}
+
 void RequestGate::callHook(const AXRequest& request) {
   if (!hook || std::exchange(isInHook, true)) return;
   const auto current = hook;  // It may replace itself.

@@ -35,6 +35,9 @@ class RequestGate {
                 std::optional<std::int32_t> answering = std::nullopt);
 
   void setTrusted(bool trusted) { isTrustedNow = trusted; }
+  // What the system answers, after it has taken as long as it is to take.
+  [[nodiscard]] bool askForTrust();
+  void setTrustLatency(Seconds latency) { trustLatency = latency; }
   [[nodiscard]] bool isTrusted() const { return isTrustedNow; }
   void setHook(std::function<void(const AXRequest&)> newHook) { hook = std::move(newHook); }
   // Not positive: back to the default.
@@ -57,6 +60,7 @@ class RequestGate {
   std::uint64_t trips = 0;
   std::uint64_t requests = 0;
   bool isTrustedNow = true;
+  Seconds trustLatency{0};
   bool isInHook = false;
 };
 

@@ -6,9 +6,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/TrustAnswers.h"
 #include "platform/simulated/DesktopActions.h"
 #include "platform/simulated/DesktopState.h"
 #include "platform/simulated/Observers.h"
@@ -23,16 +25,23 @@ class SimulatedAccessibility final : public Accessibility {
   using HitTest = std::function<std::optional<AXResult<NodeHandle>>(Point)>;
 
   // `desktop`: where late actions happen.
-  SimulatedAccessibility(SimulatedDesktop& desktop, SerialExecutor& mainThread, DesktopState& state, RequestGate& gate,
+  SimulatedAccessibility(SimulatedDesktop& desktop, Executors& executors, DesktopState& state, RequestGate& gate,
                          DesktopActions& actions)
-      : desktop(desktop), state(state), gate(gate), actions(actions), trustObservers(mainThread) {}
+      : desktop(desktop),
+        state(state),
+        gate(gate),
+        actions(actions),
+        trustObservers(executors.mainThread()),
+        trust([&gate] { return gate.askForTrust(); }, executors) {}
 
   void trustChanged() { trustObservers.tell(); }
   void setHitTest(HitTest answer) { hitTest = std::move(answer); }
 
   AXResult<AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) override;
   AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override;
-  bool isProcessTrusted() override { return gate.isTrusted(); }
+  bool isProcessTrusted() override { return trust.ask(); }
+  bool lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
   SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   AXUIElement createApplication(std::int32_t processIdentifier) override;
   AXUIElement createSystemWide() override;
@@ -54,6 +63,7 @@ class SimulatedAccessibility final : public Accessibility {
   DesktopActions& actions;
   Observers<> trustObservers;
   HitTest hitTest;  // Empty: the desktop's own.
+  TrustAnswers trust;
 };
 
 // The process that answers for `target`: for the system-wide element, that of the application in front, 0 when there is

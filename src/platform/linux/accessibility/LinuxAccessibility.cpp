@@ -34,7 +34,8 @@ LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options,
       windows(windows),
       status(options.sessionBusAddress, counted),
       connections([this] { return status.busAddress(); }),
-      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread()) {}
+      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread()),
+      trust([this] { return askForTrust(); }, executors) {}
 
 std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
@@ -59,7 +60,7 @@ std::unique_ptr<platform::AXReadScope> LinuxAccessibility::beginReadScope() {
   return std::make_unique<LinuxReadScope>([this] { return beginReading(); });
 }
 
-bool LinuxAccessibility::isProcessTrusted() {
+bool LinuxAccessibility::askForTrust() {
   return status.isEnabled().value_or(false) && connections.borrow().has_value();
 }
 

@@ -1,14 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/TrustAnswers.h"
 #include "platform/linux/accessibility/AccessibilityCounters.h"
 #include "platform/linux/accessibility/AccessibilityStatus.h"
 #include "platform/linux/accessibility/AccessibilitySwitch.h"
@@ -53,7 +56,9 @@ class LinuxAccessibility final : public platform::Accessibility,
                                                                          std::string_view name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
-  [[nodiscard]] bool isProcessTrusted() override;
+  [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
+  [[nodiscard]] bool lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
@@ -77,6 +82,8 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] const AccessibilityCounters& counters() const { return counted; }
 
  private:
+  // Waits for the session's services, up to a few seconds where they hang.
+  [[nodiscard]] bool askForTrust();
   // Null: the accessibility bus cannot be reached.
   [[nodiscard]] std::unique_ptr<DesktopReading> beginReading();
 
@@ -88,6 +95,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   AccessibilityStatus status;
   BusConnections connections;
   BusObservers trustObservers;
+  platform::TrustAnswers trust;
 };
 
 }  // namespace quillard::atspi

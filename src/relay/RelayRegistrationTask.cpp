@@ -1,4 +1,4 @@
-#include "agent/RelayRegistrationTask.h"
+#include "relay/RelayRegistrationTask.h"
 
 #include <utility>
 #include <variant>

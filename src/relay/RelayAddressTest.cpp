@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "agent/RelayAddress.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 namespace {

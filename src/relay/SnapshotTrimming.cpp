@@ -1,4 +1,4 @@
-#include "agent/SnapshotTrimming.h"
+#include "relay/SnapshotTrimming.h"
 
 #include <utility>
 

@@ -5,11 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "agent/SnapshotTrimming.h"
 #include "approvals/PendingApprovalJson.h"
 #include "foundation/Text.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "relay/RelayCrypto.h"
+#include "relay/SnapshotTrimming.h"
 #include "support/SampleApprovals.h"
 
 namespace quillard {

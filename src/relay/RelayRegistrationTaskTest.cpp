@@ -6,9 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "agent/RelayRegistrationTask.h"
 #include "platform/simulated/SimulatedHttpSessions.h"
 #include "platform/simulated/VirtualTime.h"
+#include "relay/RelayRegistrationTask.h"
 
 namespace quillard {
 namespace {

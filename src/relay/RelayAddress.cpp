@@ -1,4 +1,4 @@
-#include "agent/RelayAddress.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 

@@ -1,0 +1,259 @@
+#include "agent/AppDelegate.h"
+
+#include <cstdint>
+#include <string>
+
+#include "agent/DesktopApprovalPress.h"
+#include "agent/FallbackStatusSnapshot.h"
+#include "agent/configuration/AgentConfiguration.h"
+
+namespace quillard {
+
+AppDelegate::AppDelegate(const platform::Platform& platform)
+    : platform(platform),
+      installLocation(platform.bundle),
+      loginItems(platform.bundle, platform.loginService, platform.workspace, platform.console),
+      permissions(platform.workspace),
+      pairingConfiguration(pairingDependencies(platform)),
+      suppressionStore(platform.userDefaults),
+      store(AgentConfiguration::approvalStaleGrace(platform.environment), platform.clock, platform.random),
+      instanceGuard({platform.application, platform.workspace, platform.lockFiles}),
+      notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
+                        [this] { publishAndRefresh(/*force=*/false); }),
+      permissionWatch(platform.accessibility, platform.executors.mainThread(), permissionWatchEvents()),
+      announcer({platform.bundle, platform.userNotifications, platform.console}),
+      status({platform.statusBar,
+              pairingConfiguration,
+              {platform.application, platform.executors, platform.statusWindowViews, platform.workspace,
+               installLocation, loginItems, permissions}},
+             [this] { return statusWindowCallbacks(); }),
+      menu({platform.application, platform.bundle, platform.updateService}, [this] { status.refreshStatusWindow(); }),
+      detection(promptDetectionDependencies(),
+                {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
+                 .publishScan = [this](const auto& scanned) { return publishScan(scanned); }}),
+      decisions({store, makeApprovalPress(), platform.executors.mainThread()},
+                {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
+                 .onResult = [this](const std::string& decisionID,
+                                    const ApprovalResultCommand& result) { relay.publishResult(decisionID, result); }}),
+      relay({pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets, platform.clock,
+             platform.random, platform.console},
+            relaySessionCallbacks()) {}
+
+AppDelegate::~AppDelegate() = default;
+
+// ---- What the system calls
+
+void AppDelegate::applicationDidFinishLaunching() {
+  instanceGuard.terminateOtherAgents();
+  if (!instanceGuard.acquireSingleInstanceLock()) {
+    quit();
+    return;
+  }
+  menu.configureApplicationMenu();
+  status.configureMenuBar();
+  permissionWatch.observeAccessibilityPermission();
+  if (installLocation.isRunningFromApplications()) {
+    (void)loginItems.registerApplication();
+    relay.startRelayIfConfigured();
+  }
+  permissionWatch.scheduleAccessibilityStatusTimer();
+  notificationPause.scheduleNotificationPauseResumeTimer();
+  announcer.requestNotificationPermission();
+  showStatusWindow();
+  detection.scheduleStartOfPromptDetection();
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
+  showStatusWindow();
+  return true;
+}
+
+void AppDelegate::applicationWillTerminate() {
+  status.stop();
+  decisions.stop();
+  notificationPause.stop();
+  permissionWatch.stop();
+  detection.stop();
+  relay.stop();
+  instanceGuard.releaseSingleInstanceLock();
+}
+
+// ---- What menus and buttons call
+
+void AppDelegate::showStatusWindow() { status.showStatusWindow(); }
+
+void AppDelegate::checkForUpdates() { menu.checkForUpdates(); }
+
+void AppDelegate::requestPermissions() {
+  if (!installLocation.isRunningFromApplications()) {
+    const auto directories = installLocation.applicationDirectories();
+    if (!directories.empty()) platform.workspace.openFolder(directories.front());
+    return;
+  }
+  permissions.openPrivacySettings(PermissionManager::accessibilityAnchor);
+  permissionWatch.scheduleAccessibilityRechecks();
+}
+
+void AppDelegate::quit() { platform.application.terminate(); }
+
+void AppDelegate::pauseNotifications(NotificationPauseOption option) {
+  notificationPause.begin(option);
+  announcer.forget();
+  publishAndRefresh(/*force=*/false);
+}
+
+void AppDelegate::resumeNotifications() {
+  notificationPause.end();
+  publishAndRefresh(/*force=*/false);
+}
+
+void AppDelegate::unpairPhoneFromStatusWindow() { relay.unpairPhoneFromStatusWindow(); }
+
+MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
+  const bool isTrusted = permissionWatch.isAccessibilityTrusted();
+  const auto& connection = relay.status();
+  return {.installedInApplications = installLocation.isRunningFromApplications(),
+          .accessibilityTrusted = isTrusted,
+          .loginItemStatus = loginItems.status(),
+          .relayConfigured = pairingConfiguration.isRelayConfigured(),
+          .relayConnected = connection.relayConnected,
+          .phoneConnected = connection.phoneConnected,
+          .phoneCount = connection.phoneCount,
+          .connectedPhones = connection.phones,
+          .notificationPause = notificationPause.snapshot(),
+          .pendingApprovalCount = status.pendingApprovalCount(),
+          .pairingImage = status.pairingImage(isTrusted),
+          .pairingCaption = status.pairingCaption(isTrusted),
+          .updateAvailability = menu.updateAvailability()};
+}
+
+// ---- What the owners report
+
+std::optional<std::size_t> AppDelegate::publishScan(const std::vector<PendingApproval>& scanned) {
+  if (!permissionWatch.isAccessibilityTrusted()) {
+    forgetApprovals();
+    return std::nullopt;
+  }
+  store.replace(scanned);
+  const auto current = store.all();
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  announcer.announce(current, notificationPause.isPaused());
+  status.updateStatus(static_cast<std::int64_t>(current.size()));
+  return current.size();
+}
+
+void AppDelegate::accessibilityWasGranted() {
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  detection.scheduleScan("accessibility-granted");
+  status.refreshStatusWindow();
+}
+
+void AppDelegate::forgetApprovals() {
+  store.replace({});
+  announcer.forget();
+  status.updateStatus(0);
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+}
+
+void AppDelegate::pendingApprovalsChanged() {
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  status.updateStatus(static_cast<std::int64_t>(store.all().size()));
+}
+
+void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
+  store.remove(approvalID);
+  pendingApprovalsChanged();
+  detection.scheduleScan("approval-answered");
+}
+
+void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
+  if (command.action == kSuppressAction) {
+    suppressionStore.suppress(command.suppressionID);
+    store.removeSuppressed(command.suppressionID);
+    pendingApprovalsChanged();
+  } else if (command.action == kUnsuppressAction) {
+    suppressionStore.unsuppress(command.suppressionID);
+    detection.scheduleScanAndFollowUps("unsuppressed");
+  }
+}
+
+ApprovalSnapshot AppDelegate::approvalSnapshot() {
+  ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted()};
+  if (snapshot.accessibilityTrusted && !notificationPause.isPaused()) snapshot.approvals = store.all();
+  return snapshot;
+}
+
+void AppDelegate::publishAndRefresh(bool force) {
+  relay.publishCurrentApprovalSnapshot(force);
+  status.refreshStatusWindow();
+}
+
+// ---- What the owners are handed
+
+PermissionWatchEvents AppDelegate::permissionWatchEvents() {
+  return {.onGranted = [this] { accessibilityWasGranted(); },
+          .onRevoked = [this] { forgetApprovals(); },
+          .onConfirmed = [this] { publishAndRefresh(/*force=*/true); },
+          .onPolled = [this] { notificationPause.resumeAfterSleepIfNeeded(); }};
+}
+
+PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
+  return {platform.application.processIdentifier(),
+          suppressionStore,
+          installLocation,
+          platform.accessibility,
+          platform.workspace,
+          platform.windowList,
+          platform.executors,
+          platform.random,
+          platform.clock,
+          platform.environment,
+          platform.console};
+}
+
+std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {
+  return std::make_unique<DesktopApprovalPress>(
+      DesktopApprovalPressDependencies{.detector = [this]() -> DialogDetector& { return detection.detector(); },
+                                       .click = {platform.accessibility, platform.syntheticEvents, platform.clock},
+                                       .workspace = platform.workspace,
+                                       .executors = platform.executors});
+}
+
+RelaySessionCallbacks AppDelegate::relaySessionCallbacks() {
+  return {.snapshotProvider = [this] { return approvalSnapshot(); },
+          .onApprovalRequest = [this](const auto& envelope) { decisions.handleRelayApprovalRequest(envelope); },
+          .onSuppressionCommand = [this](const auto& command) { handleRelaySuppressionCommand(command); },
+          .onStatusChange = [this] { status.refreshStatusWindow(); },
+          .onPairingForgotten =
+              [this] {
+                decisions.forget();
+                status.forgetPairingCode();
+              },
+          .onPairingRenewed =
+              [this] {
+                detection.scheduleScan("pairing-reset");
+                status.refreshStatusWindow();
+              }};
+}
+
+StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
+  const auto weakly = [weak = weak_from_this()](auto act) {
+    return [weak, act](auto... arguments) {
+      if (const auto self = weak.lock()) act(*self, arguments...);
+    };
+  };
+  return {.snapshotProvider =
+              [weak = weak_from_this(), platform = platform] {
+                const auto self = weak.lock();
+                return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
+              },
+          .onEnableLoginItem = weakly([](AppDelegate& self) { (void)self.loginItems.registerApplication(); }),
+          .onUnpairPhone = weakly([](AppDelegate& self) { self.unpairPhoneFromStatusWindow(); }),
+          .onCheckForUpdates = weakly([](AppDelegate& self) { self.checkForUpdates(); }),
+          .onPauseNotifications =
+              weakly([](AppDelegate& self, NotificationPauseOption option) { self.pauseNotifications(option); }),
+          .onResumeNotifications = weakly([](AppDelegate& self) { self.resumeNotifications(); }),
+          .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); })};
+}
+
+}  // namespace quillard

@@ -1,0 +1,41 @@
+#include "agent/InstanceGuard.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace quillard {
+namespace {
+
+constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", "com.quillard.agent"};
+constexpr std::string_view kLockFileName = "com.quillard.agent.lock";
+
+}  // namespace
+
+InstanceGuard::InstanceGuard(const InstanceGuardDependencies& dependencies) : dependencies(dependencies) {}
+
+InstanceGuard::~InstanceGuard() { releaseSingleInstanceLock(); }
+
+void InstanceGuard::terminateOtherAgents() {
+  const auto own = dependencies.application.processIdentifier();
+  const auto running = dependencies.workspace.runningApplications();
+  for (const auto identifier : kAgentBundleIdentifiers) {
+    for (const auto& application : running) {
+      if (application.bundleIdentifier != identifier || application.processIdentifier == own) continue;
+      dependencies.workspace.terminate(application.processIdentifier);
+    }
+  }
+}
+
+bool InstanceGuard::acquireSingleInstanceLock() {
+  const auto result = dependencies.lockFiles.acquire(kLockFileName);
+  if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = result.descriptor;
+  return result.outcome != platform::LockOutcome::heldElsewhere;
+}
+
+void InstanceGuard::releaseSingleInstanceLock() {
+  if (instanceLockFileDescriptor < 0) return;
+  dependencies.lockFiles.release(std::exchange(instanceLockFileDescriptor, -1));
+}
+
+}  // namespace quillard

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+
+#include "foundation/CallbackScope.h"
+#include "platform/Subscription.h"
+#include "platform/desktop/Accessibility.h"
+#include "platform/process/Executors.h"
+
+namespace quillard {
+
+// What the watch reports, in turns of the main thread. None may be empty.
+struct PermissionWatchEvents {
+  std::function<void()> onGranted;
+  std::function<void()> onRevoked;
+  // The system reported a change, and the permission is the same as before.
+  std::function<void()> onConfirmed;
+  // After each poll, whatever it found. For other state that follows the system only by asking, so that an idle agent
+  // wakes up for one timer.
+  std::function<void()> onPolled;
+};
+
+// Follows the accessibility permission of this process. It polls, since the system does not report every change, and
+// after each report it asks three times more, since the answer may change a little before or after the report.
+//
+// States: watching nothing -> observing, polling or both -> stopped. Main thread.
+class PermissionWatch {
+ public:
+  // Both outlive the watch. The permission as it is now counts as known: only a later change is an event.
+  PermissionWatch(platform::Accessibility& accessibility, platform::SerialExecutor& mainThread,
+                  PermissionWatchEvents events);
+  ~PermissionWatch();
+  PermissionWatch(const PermissionWatch&) = delete;
+  PermissionWatch& operator=(const PermissionWatch&) = delete;
+
+  // Whether the agent may use the accessibility interface, by the newest answer that anyone in the agent was given:
+  // never older than one poll, and never waited for. Never asks the user.
+  [[nodiscard]] bool isAccessibilityTrusted();
+
+  // Listens to the system's reports from now on.
+  void observeAccessibilityPermission();
+  // Asks every 2 s from now on. Takes the place of an earlier timer.
+  void scheduleAccessibilityStatusTimer();
+  // Asks 0.15, 0.75 and 2 s from now, besides all that is scheduled already. Nothing happens once it is stopped.
+  void scheduleAccessibilityRechecks();
+
+  // No event comes afterwards.
+  void stop();
+
+ private:
+  void accessibilityPermissionDidChange();
+  // Asks for a fresh answer, which the main thread does not wait for. `forceRefresh`: an unchanged permission is
+  // reported too.
+  void handleAccessibilityStatusChangeIfNeeded(bool forceRefresh);
+  void accessibilityTrustRead(bool isTrusted, bool forceRefresh);
+
+  platform::Accessibility& accessibility;
+  platform::SerialExecutor& mainThread;
+  const PermissionWatchEvents events;
+  bool lastAccessibilityTrusted;
+  bool isStopped = false;
+  platform::SubscriptionHandle accessibilityPermissionObserver;
+  platform::TaskHandle accessibilityStatusTimer;
+  std::map<std::uint64_t, platform::TaskHandle> accessibilityRechecks;  // Those that are ahead, by age.
+  std::uint64_t accessibilityRecheckCount = 0;
+  CallbackScope callbacks;  // Last.
+};
+
+}  // namespace quillard

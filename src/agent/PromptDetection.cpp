@@ -1,0 +1,80 @@
+#include "agent/PromptDetection.h"
+
+#include <string>
+#include <utility>
+
+#include "agent/configuration/AgentConfiguration.h"
+#include "values/Time.h"
+
+namespace quillard {
+namespace {
+
+constexpr Seconds kDetectionStartDelay{0.3};
+
+}  // namespace
+
+PromptDetection::PromptDetection(const PromptDetectionDependencies& dependencies, PromptDetectionCallbacks callbacks)
+    : dependencies(dependencies),
+      callbacks(std::move(callbacks)),
+      stableIDs(dependencies.random),
+      scheduler(
+          {.mainThread = dependencies.executors.mainThread(),
+           .environment = dependencies.environment,
+           .isScanWanted = this->callbacks.isRelayConfigured,
+           .beginScan = [this](DialogScanWorker::Completion completion) { scanWorker().scan(std::move(completion)); },
+           .publishScan = this->callbacks.publishScan}) {}
+
+// The worker ends first, while all that its scan uses is still there.
+PromptDetection::~PromptDetection() {
+  stop();
+  madeScanWorker.reset();
+}
+
+void PromptDetection::scheduleStartOfPromptDetection() {
+  startDetectionTask = dependencies.executors.mainThread().postAfter(kDetectionStartDelay, [this] {
+    startDetectionTask.reset();
+    if (dependencies.installLocation.isRunningFromApplications()) startPromptDetection();
+  });
+}
+
+void PromptDetection::startPromptDetection() {
+  if (!callbacks.isRelayConfigured()) return;
+  eventMonitor = std::make_unique<DialogEventMonitor>(
+      dependencies.ownProcessIdentifier, AgentConfiguration::eventScanDebounce(dependencies.environment),
+      [this](const std::string& reason) { scheduler.scheduleScan(reason); },
+      MonitorDependencies{dependencies.executors.mainThread(), dependencies.workspace, dependencies.windowList,
+                          dependencies.environment});
+  eventMonitor->start();
+  scheduler.startSafetySweep();
+  scheduler.scheduleScan("prompt-detection-started");
+}
+
+void PromptDetection::scheduleScan(std::string_view reason) { scheduler.scheduleScan(reason); }
+
+void PromptDetection::scheduleScanAndFollowUps(std::string_view reason) {
+  scheduler.scheduleScan(reason);
+  if (eventMonitor) eventMonitor->requestFollowUpScans(std::string(reason) + "-settled");
+}
+
+void PromptDetection::stop() {
+  startDetectionTask.reset();
+  scheduler.stop();
+  if (eventMonitor) eventMonitor->stop();
+}
+
+DialogDetector& PromptDetection::detector() {
+  if (!madeDetector) {
+    madeDetector = std::make_unique<DialogDetector>(
+        dependencies.ownProcessIdentifier, dependencies.suppressionStore,
+        DetectorDependencies{dependencies.accessibility, dependencies.workspace, dependencies.windowList,
+                             dependencies.clock, dependencies.environment, dependencies.console, stableIDs});
+  }
+  return *madeDetector;
+}
+
+DialogScanWorker& PromptDetection::scanWorker() {
+  if (!madeScanWorker) madeScanWorker = std::make_unique<DialogScanWorker>(detector(), dependencies.executors);
+  return *madeScanWorker;
+}
+
+}  // namespace quillard

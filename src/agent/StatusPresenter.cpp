@@ -1,0 +1,54 @@
+#include "agent/StatusPresenter.h"
+
+#include <utility>
+
+#include "status/MenuBarIcon.h"
+#include "status/StatusTexts.h"
+
+namespace quillard {
+
+StatusPresenter::StatusPresenter(const StatusPresenterDependencies& dependencies,
+                                 std::function<StatusWindowCallbacks()> windowCallbacks)
+    : dependencies(dependencies),
+      windowCallbacks(std::move(windowCallbacks)),
+      pairingCode(dependencies.pairingConfiguration) {}
+
+StatusPresenter::~StatusPresenter() = default;
+
+void StatusPresenter::configureMenuBar() {
+  statusItem =
+      dependencies.statusBar.makeStatusItem(MenuBarIcon::idleLength, callbacks.bind([this] { showStatusWindow(); }));
+  statusItem->setImage(MenuBarIcon::image(0));
+  statusItem->setToolTip("Quillard");
+}
+
+void StatusPresenter::updateStatus(std::int64_t count) {
+  pendingCount = count;
+  if (statusItem) {
+    statusItem->setLength(count < 1 ? MenuBarIcon::idleLength : MenuBarIcon::pendingLength);
+    statusItem->setImage(MenuBarIcon::image(count));
+  }
+  refreshStatusWindow();
+}
+
+void StatusPresenter::refreshStatusWindow() {
+  if (statusWindowController) statusWindowController->refresh();
+}
+
+void StatusPresenter::showStatusWindow() {
+  if (isStopped) return;
+  if (!statusWindowController) {
+    statusWindowController = std::make_unique<StatusWindowController>(windowCallbacks(), dependencies.window);
+  }
+  statusWindowController->show();
+}
+
+std::optional<Bitmap> StatusPresenter::pairingImage(bool accessibilityTrusted) {
+  return accessibilityTrusted ? pairingCode.image() : std::nullopt;
+}
+
+std::string StatusPresenter::pairingCaption(bool accessibilityTrusted) {
+  return StatusTexts::pairingCaption(accessibilityTrusted, accessibilityTrusted && pairingCode.isAvailable());
+}
+
+}  // namespace quillard

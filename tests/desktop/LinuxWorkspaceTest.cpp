@@ -369,7 +369,7 @@ TEST(LinuxWorkspace, WithoutAServerTheBusAloneTells) {
   EXPECT_EQ(events, std::vector{WorkspaceEventKind::didLaunchApplication});
   const auto running = binding.workspace.runningApplication(::getpid());
   ASSERT_TRUE(running.has_value());
-  EXPECT_EQ(running->localizedName, "linux_workspace_test");
+  EXPECT_EQ(running->localizedName, "linux_desktop_test");
   EXPECT_EQ(running->activationPolicy, ActivationPolicy::accessory);
   EXPECT_EQ(binding.workspace.frontmostApplication(), std::nullopt);
   EXPECT_FALSE(binding.workspace.activate(::getpid()));

@@ -8,8 +8,8 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "desktop/SampleClient.h"
-#include "desktop/Waiting.h"
 #include "platform/linux/x11/XcbWindows.h"
+#include "private-desktop/Waiting.h"
 
 namespace quillard::x11 {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOptions.h"
 
 namespace quillard::samples {
 

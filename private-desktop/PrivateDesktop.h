@@ -16,7 +16,7 @@ namespace quillard::privatedesktop {
 
 struct PrivateDesktopOptions {
   enum class Accessibility {
-    on,       // The bus is there, and toolkits are told to use it.
+    on,       // The bus is there, and toolkits are asked to use it.
     off,      // The bus is there, IsEnabled is false: GTK uses it nevertheless, Qt does not.
     missing,  // There is no such bus.
   };

@@ -28,7 +28,7 @@ class SampleOutcome {
   bool isReady = false;
 };
 
-// Answers nobody any more.
+// Answers no request any more.
 [[noreturn]] void hang();
 
 }  // namespace quillard::samples

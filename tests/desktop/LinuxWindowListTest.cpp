@@ -132,7 +132,7 @@ TEST_F(LinuxWindowListTest, MenusAreNotListed) {
   EXPECT_TRUE(waitForNames({"ordinary"}, WindowListOptions::all));
 }
 
-// Runs the loop until nothing more is told for a while, and says how much was told by then.
+// Runs the loop until no more hints come for a while. Returns how many came until then.
 int settled(const int& hints) {
   for (int last = -1; last != hints;) {
     last = hints;

@@ -37,7 +37,7 @@ class LinuxWorkspaceTest : public testing::Test {
   DesktopProgram sleeper() { return desktop.launch("sleep", {"1000"}); }
   WindowID window(std::int32_t process, const std::string& type = "") {
     const auto id = client.open({.process = process, .type = type});
-    // Until all has been noticed: what happens at once with its launch would be told as a launch alone.
+    // Until all has been noticed: a change together with its launch would be reported as a launch alone.
     const bool getsKeyboard = type.empty();
     EXPECT_TRUE(waitInLoop([&] {
       const auto& noticed = binding.watch.lastSnapshot();

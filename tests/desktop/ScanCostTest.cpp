@@ -59,7 +59,7 @@ class Desk {
 
 TEST(ScanCost, WaitsAsOftenAsTheTreesAreDeepHoweverManyThereAre) {
   // As deep as a dialog's tree is. Of a program that was once too slow to list what is in it, as many are when so many
-  // start at once, each level is counted before it is listed.
+  // start together, each level is counted before it is listed.
   constexpr std::uint64_t kLevels = 5;
   Desk desk;
   std::uint64_t waitsForOne = 0;

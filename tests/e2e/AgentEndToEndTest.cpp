@@ -166,12 +166,12 @@ TEST_F(AgentEndToEnd, QuittingIsPoliteAndQuick) {
   EXPECT_LT(std::chrono::steady_clock::now() - asked, test::onThisMachine(3s));
 }
 
-// What nobody shares with a process, in megabytes.
+// What a process shares with no other one, in megabytes.
 struct PrivateMemory {
   double written = 0;  // Heap, stacks, data: what is nowhere else.
   double libraries =
       0;  // Mapped files' own copies of pages: mostly addresses that were filled in when they were loaded.
-  double unwritten = 0;  // Mapped files as they are on the disk: given up whenever somebody else needs room.
+  double unwritten = 0;  // Mapped files as they are on the disk: given up whenever another process needs room.
   [[nodiscard]] double sum() const { return written + libraries + unwritten; }
 };
 

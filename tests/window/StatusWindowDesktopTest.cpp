@@ -136,7 +136,7 @@ TEST_F(StatusWindowOnADesktop, TurnsDarkAndLightWithTheDesktop) {
       << pageColor(desktop).name().toStdString();
 }
 
-// Written by the process itself, in kilobytes: what of the libraries' code nobody else uses at the time is left out.
+// Written by the process itself, in kilobytes; code of libraries does not count, shared or not.
 int ownMemoryOf(pid_t process) {
   std::ifstream file{"/proc/" + std::to_string(process) + "/smaps_rollup"};
   int sum = 0;

@@ -15,6 +15,7 @@
 #include "desktop/SampleClient.h"
 #include "desktop/X11Binding.h"
 #include "detection/VisibleWindowOwners.h"
+#include "support/LongTests.h"
 
 namespace quillard::x11 {
 namespace {
@@ -347,16 +348,17 @@ TEST_F(LinuxWorkspaceTest, SurvivesTheServer) {
 
 TEST_F(LinuxWorkspaceTest, AnswersQuicklyWithManyWindows) {
   std::vector<DesktopProgram> programs;
-  for (int i = 0; i < 20; ++i) {
+  const auto count = static_cast<std::size_t>(test::rounds(6, 20));
+  for (std::size_t i = 0; i < count; ++i) {
     programs.push_back(sleeper());
     for (int each = 0; each < 5; ++each) client.open({.process = programs.back().pid()});
   }
-  ASSERT_TRUE(waitInLoop([&] { return binding.windows.snapshot().windows.size() == 100; }));
+  ASSERT_TRUE(waitInLoop([&] { return binding.windows.snapshot().windows.size() == count * 5; }));
   const auto begin = std::chrono::steady_clock::now();
   const auto found = VisibleWindowOwners::promptScanApplications(binding.workspace, binding.windowList);
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begin;
-  EXPECT_EQ(found.size(), 20U);
-  std::cout << "Whom to scan, of 20 applications with 100 windows: " << taken.count() << " ms\n";
+  EXPECT_EQ(found.size(), count);
+  std::cout << "Which to scan, of " << count << " applications with five windows each: " << taken.count() << " ms\n";
 }
 
 TEST(LinuxWorkspace, WithoutAServerTheBusAloneTells) {

@@ -11,8 +11,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "demo/PhoneProgram.h"
 #include "demo/DemoTexts.h"
+#include "demo/PhoneProgram.h"
 
 namespace quillard::demo {
 namespace {
@@ -24,7 +24,7 @@ using std::chrono::steady_clock;
 
 constexpr auto kEndTimeout = 3s;  // With each of the programs, which send a close message to each other.
 constexpr auto kToolTimeout = 20s;
-constexpr auto kPauseBetweenSamples = 1500ms;  // So that one is seen to go before the next one comes.
+constexpr auto kPauseBetweenSamples = 1500ms;  // So that a person sees one go before the next one comes.
 constexpr int kNotPossibleHere = 3;            // What the agent exits with where it finds no display.
 constexpr int kLinesBelowTheCode = 22;         // The rest of the welcome, with the text to be pasted.
 
@@ -45,15 +45,15 @@ Variables ownEnvironment() {
 }
 
 // The code as lines for this terminal; empty when it does not fit, or this is no terminal.
-std::string codeForTerminal(const Road& road) {
+std::string codeForTerminal(const RunningDemo& running) {
   winsize size{};
   if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {};
-  const auto printed = run({road.agent, "pair", "--force"}, road.environment, 10s);
+  const auto printed = run({running.agent, "pair", "--force"}, running.environment, 10s);
   return printed.code == 0 && fits(printed.output, size.ws_col, size.ws_row, kLinesBelowTheCode) ? printed.output + "\n"
                                                                                                  : std::string();
 }
 
-void say(const std::string& text) {
+void print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
   std::fflush(stdout);
 }
@@ -90,21 +90,21 @@ void Demo::bringUp() {
 }
 
 void Demo::makeDesktop() {
-  road.isPrivate = !options.installed;
+  running.isPrivate = !options.installed;
   if (options.installed) {
     folder = dataFolder();
-    road.agent = *options.installed;
-    road.environment = ownEnvironment();
+    running.agent = *options.installed;
+    running.environment = ownEnvironment();
     return;
   }
-  desktop = std::make_unique<test::PrivateDesktop>();
+  desktop = std::make_unique<privatedesktop::PrivateDesktop>();
   folder = desktop->folder("data") + "/quillard-relay";
-  road.environment = desktop->environment();
+  running.environment = desktop->environment();
   const fs::path place = fs::path(desktop->folder("home")) / ".local/lib/Quillard.app";
   fs::create_directories(place);
   fs::copy_file(programs.agent, place / "quillard");
   fs::copy_file(programs.information, place / "Info.plist");
-  road.agent = place / "quillard";
+  running.agent = place / "quillard";
 }
 
 void Demo::startRelay() {
@@ -113,34 +113,35 @@ void Demo::startRelay() {
     relay = std::make_unique<RelayProgram>(
         RelayProgram::Places{.program = programs.relay, .page = programs.page, .folder = folder},
         [this] { return stopRequested(); });
-    road.page = relay->address();
+    running.page = relay->address();
     address = relay->socketAddress();
   }
-  road.environment = with(road.environment, "QUILLARD_RELAY_URL", *address);
-  road.environment = with(road.environment, "QUILLARD_PAIRING_ID", variable("QUILLARD_PAIRING_ID").value_or("home"));
+  running.environment = with(running.environment, "QUILLARD_RELAY_URL", *address);
+  running.environment =
+      with(running.environment, "QUILLARD_PAIRING_ID", variable("QUILLARD_PAIRING_ID").value_or("home"));
 }
 
 // The pairing is made first, and by one program: an agent and a tool that begin at the same time would each make their
-// own, and a phone would be paired with the one that nobody goes by.
+// own, and a phone would be paired with the one that neither uses.
 void Demo::startAgent() {
-  const auto isEnough = [this] { return stopRequested(); };
-  pairing = pairingTextOf(road, isEnough);
+  const auto isCancelled = [this] { return stopRequested(); };
+  pairing = pairingTextOf(running, isCancelled);
   if (stopRequested()) return;
-  if (!road.isPrivate) {
-    const auto examined = demo::run({road.agent, "doctor"}, road.environment, kToolTimeout, isEnough);
-    if (examined.code != 0 && !stopRequested()) say("Something is missing:\n\n" + examined.output);
+  if (!running.isPrivate) {
+    const auto examined = demo::run({running.agent, "doctor"}, running.environment, kToolTimeout, isCancelled);
+    if (examined.code != 0 && !stopRequested()) print("Something is missing:\n\n" + examined.output);
   }
   agentLog = placeOfAgentsLog();
   agent = std::make_unique<Service>(
-      Service::Start{.command = {road.agent}, .environment = road.environment, .logFile = agentLog});
+      Service::Start{.command = {running.agent}, .environment = running.environment, .logFile = agentLog});
   waitUntilConnected();
-  demoSocket = std::make_unique<DemoSocket>(road);
-  if (!road.isPrivate && !options.withSample) return;
-  samples = std::make_unique<SamplePrompts>(programs.sample, road.environment, "/dev/null");
+  demoSocket = std::make_unique<DemoSocket>(running);
+  if (!running.isPrivate && !options.withSample) return;
+  samples = std::make_unique<SamplePrompts>(programs.sample, running.environment, "/dev/null");
   samples->showNext();
 }
 
-// With a relay of somebody else's it may take its time: the window says how it stands.
+// The relay of another operator may take longer: the window shows the state of the connection.
 void Demo::waitUntilConnected() {
   if (!pairing || (!relay && !options.withPhone)) return;
   const bool isConnected = waitForAgent(*pairing, [this] { return stopRequested() || agent->exitCode(); });
@@ -150,8 +151,8 @@ void Demo::waitUntilConnected() {
 
 // On their own desktop, people read its lines, unless a phone has the terminal.
 std::string Demo::placeOfAgentsLog() const {
-  if (!road.isPrivate && !options.withPhone) return {};
-  if (!road.isPrivate && !relay) return "/dev/null";
+  if (!running.isPrivate && !options.withPhone) return {};
+  if (!running.isPrivate && !relay) return "/dev/null";
   fs::create_directories(folder);
   const std::string log = folder + "/agent.log";
   fs::remove(log);
@@ -160,34 +161,34 @@ std::string Demo::placeOfAgentsLog() const {
 
 void Demo::startPhone() {
   if (!options.withPhone) {
-    tellHowItStands();
+    printWelcome();
     return;
   }
   if (!pairing) throw std::runtime_error("Without a pairing there is nothing that a phone could do.");
-  if (relay) say("The phone's page is " + road.page + "; here is the phone without a browser.\n");
+  if (relay) print("The phone's page is " + running.page + "; here is the phone without a browser.\n");
   phone = demo::startPhone(programs.phone, *pairing, options.answer);
 }
 
-void Demo::tellHowItStands() {
-  Situation situation{.isPrivate = road.isPrivate,
+void Demo::printWelcome() {
+  Situation situation{.isPrivate = running.isPrivate,
                       .isOnUsualPort = !relay || relay->isOnUsualPort(),
                       .isRemote = variable("SSH_CONNECTION").has_value()};
-  if (relay) situation.page = road.page;
-  if (road.isPrivate && ::isatty(STDOUT_FILENO) == 1) {
+  if (relay) situation.page = running.page;
+  if (running.isPrivate && ::isatty(STDOUT_FILENO) == 1) {
     situation.pairing = pairing;
-    situation.code = codeForTerminal(road);
+    situation.code = codeForTerminal(running);
   }
-  say(welcome(situation));
+  print(welcome(situation));
 }
 
 // ---- Being up
 
 int Demo::stayUp() {
   while (!stopRequested()) {
-    takeAnswerOfSample();
+    takeSampleAnswer();
     if (const auto result = reasonToEnd()) return *result;
-    waitForNews(nextSampleAt ? std::chrono::duration_cast<milliseconds>(*nextSampleAt - steady_clock::now()) + 1ms
-                             : milliseconds(-1));
+    waitForEvents(nextSampleAt ? std::chrono::duration_cast<milliseconds>(*nextSampleAt - steady_clock::now()) + 1ms
+                               : milliseconds(-1));
     if (nextSampleAt && *nextSampleAt <= steady_clock::now()) {
       nextSampleAt.reset();
       samples->showNext();
@@ -197,19 +198,19 @@ int Demo::stayUp() {
 }
 
 // `timeout`: below zero, as long as it takes.
-void Demo::waitForNews(milliseconds timeout) const {
+void Demo::waitForEvents(milliseconds timeout) const {
   std::array<pollfd, 2> ready{pollfd{signals.descriptor(), POLLIN, 0},
                               pollfd{demoSocket ? demoSocket->descriptor() : -1, POLLIN, 0}};
   if (::poll(ready.data(), ready.size(), static_cast<int>(timeout.count())) <= 0) return;
   if (ready[1].revents != 0) demoSocket->answer();
 }
 
-void Demo::takeAnswerOfSample() {
+void Demo::takeSampleAnswer() {
   const auto answer = samples ? samples->takeAnswer() : std::nullopt;
   if (!answer) return;
   answered = answer;
-  say(sampleAnswered(*answer));
-  if (road.isPrivate && !options.answer) nextSampleAt = steady_clock::now() + kPauseBetweenSamples;
+  print(sampleAnswered(*answer));
+  if (running.isPrivate && !options.answer) nextSampleAt = steady_clock::now() + kPauseBetweenSamples;
 }
 
 std::optional<int> Demo::reasonToEnd() {
@@ -218,11 +219,11 @@ std::optional<int> Demo::reasonToEnd() {
   }
   if (const auto code = agent->exitCode()) {
     if (*code == 0) {
-      say("Quillard was told to quit.\n");
+      print("Quillard was told to quit.\n");
       return 0;
     }
     printError("Quillard has ended (" + std::to_string(*code) + ").\n" + lastLines(agentLog));
-    if (!road.isPrivate && *code == kNotPossibleHere) {
+    if (!running.isPrivate && *code == kNotPossibleHere) {
       printError("To try it on a private desktop:  env -u DISPLAY -u WAYLAND_DISPLAY ./run\n");
     }
     return 1;
@@ -236,14 +237,15 @@ std::optional<int> Demo::reasonToEnd() {
 
 // A phone that says "accepted" is believed only when the sample prompt says so, too.
 int Demo::resultOfPhone(int code) {
-  if (code != 0 || !options.answer || !road.isPrivate) return code;
+  if (code != 0 || !options.answer || !running.isPrivate) return code;
   const auto end = steady_clock::now() + 5s;
   while (!answered && steady_clock::now() < end && !stopRequested()) {
-    waitForNews(100ms);
-    takeAnswerOfSample();
+    waitForEvents(100ms);
+    takeSampleAnswer();
   }
   if (answered == options.answer) return 0;
-  printError("The phone says that \"" + *options.answer + "\" was pressed, but the sample prompt knows nothing of it.\n");
+  printError("The phone says that \"" + *options.answer +
+             "\" was pressed, but the sample prompt knows nothing of it.\n");
   return 1;
 }
 

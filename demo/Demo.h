@@ -5,12 +5,12 @@
 #include <optional>
 #include <string>
 
-#include "desktop/PrivateDesktop.h"
+#include "demo/DemoSocket.h"
 #include "demo/EndSignals.h"
 #include "demo/RelayProgram.h"
-#include "demo/DemoSocket.h"
 #include "demo/SamplePrompts.h"
 #include "demo/Service.h"
+#include "private-desktop/PrivateDesktop.h"
 
 namespace quillard::demo {
 
@@ -32,9 +32,9 @@ struct Options {
   bool withSample = false;            // On this user's own desktop; on a private one there always is one.
 };
 
-// The whole road on one machine: desktop if need be, relay, agent, prompts, phone. Goes through bringing up, being up,
-// and ending, which it does in this order: phone, agent, prompts, relay, desktop. It ends when it is told to, when its
-// phone does, or when agent or relay do.
+// The whole system on one machine: a private desktop where there is no display, relay, agent, prompts, phone. States:
+// coming up, up, ending; it ends them in this order: phone, agent, prompts, relay, desktop. It ends at a signal, when
+// its phone ends, or when the agent or the relay ends.
 class Demo {
  public:
   Demo(Programs programs, Options options, EndSignals& signals);
@@ -53,10 +53,10 @@ class Demo {
   [[nodiscard]] std::string placeOfAgentsLog() const;
   void waitUntilConnected();
   void startPhone();
-  void tellHowItStands();
+  void printWelcome();
   int stayUp();
-  void waitForNews(std::chrono::milliseconds timeout) const;
-  void takeAnswerOfSample();
+  void waitForEvents(std::chrono::milliseconds timeout) const;
+  void takeSampleAnswer();
   [[nodiscard]] std::optional<int> reasonToEnd();
   [[nodiscard]] int resultOfPhone(int code);
   void end();
@@ -67,12 +67,12 @@ class Demo {
   EndSignals& signals;
   std::string folder;    // For databases and logs.
   std::string agentLog;  // Empty: its lines go to our own streams.
-  Road road;
+  RunningDemo running;
   std::optional<std::string> pairing;   // What the code holds. Absent: there is none.
   std::optional<std::string> answered;  // The label of the newest answer to a sample prompt.
   std::optional<std::chrono::steady_clock::time_point> nextSampleAt;
   // Destroyed from the last to the first, should an exception skip `end`.
-  std::unique_ptr<test::PrivateDesktop> desktop;
+  std::unique_ptr<privatedesktop::PrivateDesktop> desktop;
   std::unique_ptr<RelayProgram> relay;
   std::unique_ptr<SamplePrompts> samples;
   std::unique_ptr<Service> agent;

@@ -28,7 +28,8 @@ struct Address {
 // A name that begins with a zero is no file. QUILLARD_RUN_NAME keeps several apart, as tests need them.
 Address address() {
   const char* const requested = std::getenv("QUILLARD_RUN_NAME");
-  const std::string name = "quillard-run-" + std::to_string(::getuid()) + (requested ? std::string("-") + requested : "");
+  const std::string name =
+      "quillard-run-" + std::to_string(::getuid()) + (requested ? std::string("-") + requested : "");
   Address result;
   result.place.sun_family = AF_UNIX;
   const std::size_t length = std::min(name.size(), sizeof result.place.sun_path - 1);
@@ -37,26 +38,28 @@ Address address() {
   return result;
 }
 
-// Anybody on this machine may connect, or have taken the name before us.
+// Any process of this machine may connect, or have taken the name before us.
 bool isOurs(int socket) {
   ucred other{};
   socklen_t size = sizeof other;
   return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &other, &size) == 0 && other.uid == ::getuid();
 }
 
-std::string textOf(const Road& road) {
-  return json{
-      {"page", road.page}, {"agent", road.agent}, {"isPrivate", road.isPrivate}, {"environment", road.environment}}
+std::string textOf(const RunningDemo& running) {
+  return json{{"page", running.page},
+              {"agent", running.agent},
+              {"isPrivate", running.isPrivate},
+              {"environment", running.environment}}
       .dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-std::optional<Road> roadOf(const std::string& text) {
+std::optional<RunningDemo> parsedDemo(const std::string& text) {
   try {
     const auto read = json::parse(text);
-    return Road{.page = read.at("page"),
-                .agent = read.at("agent"),
-                .isPrivate = read.at("isPrivate"),
-                .environment = read.at("environment")};
+    return RunningDemo{.page = read.at("page"),
+                       .agent = read.at("agent"),
+                       .isPrivate = read.at("isPrivate"),
+                       .environment = read.at("environment")};
   } catch (const json::exception&) {
     return std::nullopt;
   }
@@ -76,7 +79,7 @@ std::string readAll(int socket) {
 
 }  // namespace
 
-DemoSocket::DemoSocket(const Road& road) : text(textOf(road)) {
+DemoSocket::DemoSocket(const RunningDemo& running) : text(textOf(running)) {
   listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   const auto place = address();
   if (::bind(listener, place.pointer(), place.size) == 0 && ::listen(listener, 8) == 0) return;
@@ -96,13 +99,13 @@ void DemoSocket::answer() const {
   ::close(socket);
 }
 
-std::optional<Road> DemoSocket::find() {
+std::optional<RunningDemo> DemoSocket::find() {
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const auto place = address();
-  std::optional<Road> road;
-  if (::connect(socket, place.pointer(), place.size) == 0 && isOurs(socket)) road = roadOf(readAll(socket));
+  std::optional<RunningDemo> running;
+  if (::connect(socket, place.pointer(), place.size) == 0 && isOurs(socket)) running = parsedDemo(readAll(socket));
   ::close(socket);
-  return road;
+  return running;
 }
 
 }  // namespace quillard::demo

@@ -7,13 +7,13 @@
 
 namespace quillard::demo {
 
-// What one needs to join a road that is up.
-struct Road {
+// What a later ./run needs to join the one that is up.
+struct RunningDemo {
   std::string page;        // Its address. Empty when the relay is not ours.
   std::string agent;       // The program.
   bool isPrivate = false;  // Whether the desktop is one of its own.
   Variables environment;   // Of programs on its desktop, the agent's relay included.
-  bool operator==(const Road&) const = default;
+  bool operator==(const RunningDemo&) const = default;
 };
 
 // Where a later ./run finds the one that is up: an address in the kernel, which goes with this process however that
@@ -21,18 +21,18 @@ struct Road {
 class DemoSocket {
  public:
   // Without effect when another process has the address.
-  explicit DemoSocket(const Road& road);
+  explicit DemoSocket(const RunningDemo& running);
   DemoSocket(const DemoSocket&) = delete;
   DemoSocket& operator=(const DemoSocket&) = delete;
   ~DemoSocket();
 
-  // Readable when somebody asks. -1 when another process has the address.
+  // Readable when a client connects. -1 when another process has the address.
   [[nodiscard]] int descriptor() const { return listener; }
   // Answers whoever asks now.
   void answer() const;
 
   // Absent: none is up.
-  [[nodiscard]] static std::optional<Road> find();
+  [[nodiscard]] static std::optional<RunningDemo> find();
 
  private:
   const std::string text;

@@ -9,12 +9,12 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include "desktop/Waiting.h"
-#include "support/TemporaryFolder.h"
 #include "demo/DemoSocket.h"
-#include "demo/Service.h"
 #include "demo/DemoTexts.h"
+#include "demo/Service.h"
 #include "demo/Variables.h"
+#include "private-desktop/TemporaryFolder.h"
+#include "private-desktop/Waiting.h"
 
 namespace quillard::demo {
 namespace {
@@ -26,7 +26,7 @@ const Variables kPath{"PATH=/usr/bin:/bin"};
 
 Service::Start shell(const std::string& script) { return {.command = {"sh", "-c", script}, .environment = kPath}; }
 
-bool says(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+bool contains(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
 // ---- Variables
 
@@ -48,12 +48,12 @@ TEST(Service, TellsItsEndAsAShellDoes) {
 }
 
 TEST(Service, IsAskedToEndBeforeItIsKilled) {
-  const test::TemporaryFolder folder;
+  const privatedesktop::TemporaryFolder folder;
   const auto endOf = [&folder](const std::string& trap, std::chrono::milliseconds timeout) {
     auto start = shell("trap '" + trap + "' TERM; echo ready; while :; do sleep 0.01; done");
     start.logFile = folder.path() + "/" + std::to_string(trap.size());
     Service program(start);
-    EXPECT_TRUE(test::waitFor([&] { return fs::file_size(start.logFile) > 0; }));
+    EXPECT_TRUE(privatedesktop::waitFor([&] { return fs::file_size(start.logFile) > 0; }));
     program.end(timeout);
     return program.exitCode();
   };
@@ -87,26 +87,26 @@ class DemoSocketTest : public testing::Test {
   ~DemoSocketTest() override { ::unsetenv("QUILLARD_RUN_NAME"); }
 
   // The server's side is asked while it waits, as it does in a process of its own.
-  static std::optional<Road> found(const DemoSocket& demoSocket) {
-    std::optional<Road> road;
-    std::thread asking([&road] { road = DemoSocket::find(); });
+  static std::optional<RunningDemo> found(const DemoSocket& demoSocket) {
+    std::optional<RunningDemo> running;
+    std::thread asking([&running] { running = DemoSocket::find(); });
     pollfd ready{demoSocket.descriptor(), POLLIN, 0};
     if (::poll(&ready, 1, 20'000) > 0) demoSocket.answer();
     asking.join();
-    return road;
+    return running;
   }
 };
 
-TEST_F(DemoSocketTest, FindsNobodyWhereNobodyIs) { EXPECT_EQ(DemoSocket::find(), std::nullopt); }
+TEST_F(DemoSocketTest, FindsNothingWhereNoDemoIsUp) { EXPECT_EQ(DemoSocket::find(), std::nullopt); }
 
-TEST_F(DemoSocketTest, HandsTheWholeRoadOver) {
-  const Road road{.page = "http://127.0.0.1:8080",
-                  .agent = "/a b/quillard",
-                  .isPrivate = true,
-                  .environment = {"DISPLAY=:7", "LONG=" + std::string(100'000, 'x')}};
-  const DemoSocket demoSocket(road);
-  EXPECT_EQ(found(demoSocket), road);
-  EXPECT_EQ(found(demoSocket), road);  // As often as asked.
+TEST_F(DemoSocketTest, HandsAllOfTheRunningDemoOver) {
+  const RunningDemo running{.page = "http://127.0.0.1:8080",
+                            .agent = "/a b/quillard",
+                            .isPrivate = true,
+                            .environment = {"DISPLAY=:7", "LONG=" + std::string(100'000, 'x')}};
+  const DemoSocket demoSocket(running);
+  EXPECT_EQ(found(demoSocket), running);
+  EXPECT_EQ(found(demoSocket), running);  // As often as asked.
 }
 
 TEST_F(DemoSocketTest, GoesWithItsOwner) {
@@ -118,48 +118,48 @@ TEST_F(DemoSocketTest, TheFirstKeepsThePlace) {
   const DemoSocket first({.page = "first"});
   const DemoSocket second({.page = "second"});
   EXPECT_EQ(second.descriptor(), -1);
-  const auto road = found(first);
-  ASSERT_TRUE(road);
-  EXPECT_EQ(road->page, "first");
+  const auto running = found(first);
+  ASSERT_TRUE(running);
+  EXPECT_EQ(running->page, "first");
 }
 
-// ---- What is said
+// ---- What is printed
 
 TEST(Welcome, OfAPrivateDesktopShowsTheTextToPaste) {
   const auto text = welcome({.isPrivate = true, .page = "http://127.0.0.1:8080", .pairing = "{\"a\":1}"});
-  EXPECT_TRUE(says(text, "http://127.0.0.1:8080\n")) << text;
-  EXPECT_TRUE(says(text, "\n{\"a\":1}\n")) << text;
-  EXPECT_TRUE(says(text, "./run --phone")) << text;
-  EXPECT_TRUE(says(text, "docs/relay.md")) << text;
-  EXPECT_FALSE(says(text, "ssh -L")) << text;
+  EXPECT_TRUE(contains(text, "http://127.0.0.1:8080\n")) << text;
+  EXPECT_TRUE(contains(text, "\n{\"a\":1}\n")) << text;
+  EXPECT_TRUE(contains(text, "./run --phone")) << text;
+  EXPECT_TRUE(contains(text, "docs/relay.md")) << text;
+  EXPECT_FALSE(contains(text, "ssh -L")) << text;
 }
 
 TEST(Welcome, WithoutATerminalSaysWhereTheTextIsInstead) {
   const auto text = welcome({.isPrivate = true, .page = "http://127.0.0.1:8080"});
-  EXPECT_TRUE(says(text, "./run --pair")) << text;
-  EXPECT_FALSE(says(text, "picture")) << text;  // Nobody sees the window.
+  EXPECT_TRUE(contains(text, "./run --pair")) << text;
+  EXPECT_FALSE(contains(text, "picture")) << text;  // The window is on no screen.
 }
 
 TEST(Welcome, OnTheUsersOwnDesktopNamesTheWindow) {
   const auto text = welcome({.page = "http://127.0.0.1:8080"});
-  EXPECT_TRUE(says(text, "picture of the code in Quillard's window")) << text;
-  EXPECT_TRUE(says(text, "./run --sample")) << text;
+  EXPECT_TRUE(contains(text, "picture of the code in Quillard's window")) << text;
+  EXPECT_TRUE(contains(text, "./run --sample")) << text;
 }
 
 TEST(Welcome, SaysWhenThePortIsAnotherOne) {
-  EXPECT_TRUE(says(welcome({.page = "http://127.0.0.1:4711", .isOnUsualPort = false}), "usual port is taken"));
-  EXPECT_FALSE(says(welcome({.page = "http://127.0.0.1:8080"}), "usual port is taken"));
+  EXPECT_TRUE(contains(welcome({.page = "http://127.0.0.1:4711", .isOnUsualPort = false}), "usual port is taken"));
+  EXPECT_FALSE(contains(welcome({.page = "http://127.0.0.1:8080"}), "usual port is taken"));
 }
 
 TEST(Welcome, TellsWhoSitsElsewhereHowToGetThere) {
   const auto text = welcome({.isPrivate = true, .page = "http://127.0.0.1:4711", .isRemote = true});
-  EXPECT_TRUE(says(text, "ssh -L 4711:127.0.0.1:4711")) << text;
+  EXPECT_TRUE(contains(text, "ssh -L 4711:127.0.0.1:4711")) << text;
 }
 
 TEST(Welcome, NamesNoPageOfARelayThatIsNotOurs) {
   const auto text = welcome({.isPrivate = true});
-  EXPECT_TRUE(says(text, "QUILLARD_RELAY_URL")) << text;
-  EXPECT_FALSE(says(text, "127.0.0.1")) << text;
+  EXPECT_TRUE(contains(text, "QUILLARD_RELAY_URL")) << text;
+  EXPECT_FALSE(contains(text, "127.0.0.1")) << text;
 }
 
 TEST(Fits, CountsColumnsAndLinesButNotColours) {

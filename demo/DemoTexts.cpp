@@ -29,7 +29,7 @@ std::string pairingLines(const Situation& situation) {
   return way + (situation.isPrivate ? ".\n" : ",\nor with a picture of the code in Quillard's window.\n");
 }
 
-std::string playLines(const Situation& situation) {
+std::string nextSteps(const Situation& situation) {
   if (situation.isPrivate) {
     return "A sample prompt waits there to be answered, and after each answer the next one.\n"
            "Without a browser:  ./run --phone  in another terminal.\n";
@@ -57,7 +57,7 @@ std::string welcome(const Situation& situation) {
   std::string text = "\n" + situation.code;
   text += situation.isPrivate ? "There is no display here: Quillard runs on a private desktop.\n\n"
                               : "Quillard runs on this desktop; its window says what is set up.\n\n";
-  text += pageLines(situation) + pairingLines(situation) + playLines(situation);
+  text += pageLines(situation) + pairingLines(situation) + nextSteps(situation);
   if (situation.page) text += "A phone elsewhere needs a relay that it can reach, with TLS: docs/relay.md.\n";
   text += situation.isPrivate ? "\nCtrl-C ends all of it and leaves nothing behind.\n"
                               : "\nCtrl-C ends Quillard, and what was started with it.\n";

@@ -20,7 +20,7 @@ struct Situation {
 // `label`: empty when it went without an answer.
 [[nodiscard]] std::string sampleAnswered(const std::string& label);
 
-// There is a road already that was asked for once more.
+// The answer to a second ./run without options.
 [[nodiscard]] std::string alreadyUp(const std::string& page);
 
 // Whether lines of text fit into a terminal, with `below` more lines under them.

@@ -4,8 +4,8 @@
 
 #include <poll.h>
 
-#include "demo/PhoneProgram.h"
 #include "demo/DemoTexts.h"
+#include "demo/PhoneProgram.h"
 
 namespace quillard::demo {
 namespace {
@@ -20,8 +20,8 @@ int waitFor(Service& program, EndSignals& signals) {
   return signals.requested() ? 128 + *signals.requested() : program.exitCode().value_or(1);
 }
 
-int showSample(const Road& road, const Programs& programs, EndSignals& signals) {
-  SamplePrompts samples(programs.sample, road.environment, "/dev/null");
+int showSample(const RunningDemo& running, const Programs& programs, EndSignals& signals) {
+  SamplePrompts samples(programs.sample, running.environment, "/dev/null");
   samples.showNext();
   while (!signals.requested()) {
     if (const auto answer = samples.takeAnswer()) {
@@ -36,26 +36,26 @@ int showSample(const Road& road, const Programs& programs, EndSignals& signals) 
 
 }  // namespace
 
-int join(const Road& road, const Programs& programs, const Options& options, EndSignals& signals) {
+int join(const RunningDemo& running, const Programs& programs, const Options& options, EndSignals& signals) {
   if (options.withPhone) {
-    const auto isEnough = [&signals] { return signals.requested().has_value(); };
-    const auto pairing = pairingTextOf(road, isEnough);
+    const auto isCancelled = [&signals] { return signals.requested().has_value(); };
+    const auto pairing = pairingTextOf(running, isCancelled);
     if (!pairing) return 1;
-    if (!waitForAgent(*pairing, isEnough)) {
-      if (!isEnough()) std::fputs("Quillard does not reach its relay.\n", stderr);
+    if (!waitForAgent(*pairing, isCancelled)) {
+      if (!isCancelled()) std::fputs("Quillard does not reach its relay.\n", stderr);
       return 1;
     }
     return waitFor(*startPhone(programs.phone, *pairing, options.answer), signals);
   }
-  if (options.withSample) return showSample(road, programs, signals);
-  std::fputs(alreadyUp(road.page).c_str(), stderr);
+  if (options.withSample) return showSample(running, programs, signals);
+  std::fputs(alreadyUp(running.page).c_str(), stderr);
   return 1;
 }
 
-int showPairing(const Road& road, bool evenWithoutTerminal) {
-  std::vector<std::string> command{road.agent, "pair", "--text"};
+int showPairing(const RunningDemo& running, bool evenWithoutTerminal) {
+  std::vector<std::string> command{running.agent, "pair", "--text"};
   if (evenWithoutTerminal) command.emplace_back("--force");
-  Service tool({.command = command, .environment = road.environment, .isInForeground = true});
+  Service tool({.command = command, .environment = running.environment, .isInForeground = true});
   return tool.waitForEnd(std::chrono::minutes(2)).value_or(1);
 }
 

@@ -1,4 +1,4 @@
-// What ./run starts once everything is built: the whole road on this machine, until Ctrl-C. ./run --help says what it
+// What ./run starts once everything is built: the whole system on this machine, until Ctrl-C. ./run --help says what it
 // does; these are its own options:
 //
 //   demo [--installed PROGRAM] [--phone] [--answer LABEL] [--sample]   brings it up, or joins what is up
@@ -13,8 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "demo/Joining.h"
 #include "demo/Demo.h"
+#include "demo/Joining.h"
 
 namespace {
 
@@ -46,28 +46,29 @@ void describe(CLI::App& program, Arguments& read) {
   program.add_option("--on-private-desktop", read.command, "Run a command there, beside a sample prompt");
 }
 
-// A look at a private desktop, and nothing more.
+// Runs a command on a private desktop, without an agent there.
 int runOnPrivateDesktop(const std::vector<std::string>& command, EndSignals& signals) {
-  quillard::test::PrivateDesktop desktop;
+  quillard::privatedesktop::PrivateDesktop desktop;
   auto prompt = desktop.launch(
       DEMO_SAMPLE, {"--kind", "dialog", "--title", "Camera access", "--text", "A web page wants to use the camera.",
-                      "--button", "Don't Allow", "--button", "Allow"});
+                    "--button", "Don't Allow", "--button", "Allow"});
   if (!prompt.waitForOutput("ready")) std::fprintf(stderr, "The sample prompt did not come up.\n");
   Service program({.command = command, .environment = desktop.environment(), .isInForeground = true});
-  return program.waitForEnd(std::chrono::minutes(2), [&signals] { return signals.requested().has_value(); }).value_or(1);
+  return program.waitForEnd(std::chrono::minutes(2), [&signals] { return signals.requested().has_value(); })
+      .value_or(1);
 }
 
 int runAs(const Arguments& read) {
   EndSignals signals;
   if (!read.command.empty()) return runOnPrivateDesktop(read.command, signals);
-  const auto road = DemoSocket::find();
-  if (read.asksWhetherItIsUp) return road ? 0 : 1;
+  const auto running = DemoSocket::find();
+  if (read.asksWhetherItIsUp) return running ? 0 : 1;
   if (read.isPairing) {
-    if (road) return showPairing(*road, read.isForced);
+    if (running) return showPairing(*running, read.isForced);
     std::fprintf(stderr, "No ./run is up on this machine, which is what this pairs with.\n");
     return 1;
   }
-  if (road) return join(*road, kPrograms, read.options, signals);
+  if (running) return join(*running, kPrograms, read.options, signals);
   return Demo(kPrograms, read.options, signals).run();
 }
 

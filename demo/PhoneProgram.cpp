@@ -36,20 +36,20 @@ class HandedText {
 
 }  // namespace
 
-std::optional<std::string> pairingTextOf(const Road& road, const std::function<bool()>& isEnough) {
+std::optional<std::string> pairingTextOf(const RunningDemo& running, const std::function<bool()>& isCancelled) {
   const auto printed =
-      run({road.agent, "pair", "--text", "--force"}, road.environment, kKeyringTimeout, isEnough);
+      run({running.agent, "pair", "--text", "--force"}, running.environment, kKeyringTimeout, isCancelled);
   if (printed.code == 0) return printed.output.substr(0, printed.output.find('\n'));
-  if (!isEnough || !isEnough()) std::fprintf(stderr, "There is no pairing. %s\n", printed.errors.c_str());
+  if (!isCancelled || !isCancelled()) std::fprintf(stderr, "There is no pairing. %s\n", printed.errors.c_str());
   return std::nullopt;
 }
 
-bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isEnough) {
+bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isCancelled) {
   const HandedText text(pairingText);
   Service waiting({.command = {"node", DEMO_AWAIT_COMPUTER, kSecondsForTheAgent},
                    .environment = presentVariables(),
                    .handedOn = text.descriptor});
-  return waiting.waitForEnd(std::chrono::minutes(1), isEnough) == 0;
+  return waiting.waitForEnd(std::chrono::minutes(1), isCancelled) == 0;
 }
 
 std::unique_ptr<Service> startPhone(const std::string& program, const std::string& pairingText,

@@ -11,16 +11,17 @@
 
 namespace quillard::demo {
 
-// What the pairing code of the agent holds: a secret. `road.agent` is asked, which makes the pairing where there is
+// What the pairing code of the agent holds: a secret. `running.agent` is asked, which makes the pairing where there is
 // none yet. Absent, with a line on standard error that says why, when it does not tell.
-[[nodiscard]] std::optional<std::string> pairingTextOf(const Road& road, const std::function<bool()>& isEnough = {});
+[[nodiscard]] std::optional<std::string> pairingTextOf(const RunningDemo& running,
+                                                       const std::function<bool()>& isCancelled = {});
 
 // Waits until the agent is connected with its relay, which then knows the pairing. False when it was not in time, or
-// `isEnough` became true.
-[[nodiscard]] bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isEnough);
+// `isCancelled` became true.
+[[nodiscard]] bool waitForAgent(const std::string& pairingText, const std::function<bool()>& isCancelled);
 
-// The phone without a browser, in our terminal. It ends with the person's options, or, with `answer`, once it has pressed
-// that button of the first prompt and heard what came of it.
+// The phone without a browser, in our terminal. It ends with the person's options, or, with `answer`, once it has
+// pressed that button of the first prompt and received the outcome.
 [[nodiscard]] std::unique_ptr<Service> startPhone(const std::string& program, const std::string& pairingText,
                                                   const std::optional<std::string>& answer);
 

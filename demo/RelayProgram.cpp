@@ -11,9 +11,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "desktop/Waiting.h"
 #include "foundation/PrintableText.h"
-#include "support/FileContents.h"
+#include "private-desktop/FileContents.h"
+#include "private-desktop/Waiting.h"
 
 namespace quillard::demo {
 namespace {
@@ -60,16 +60,16 @@ Variables environmentOfRelay() {
 
 }  // namespace
 
-RelayProgram::RelayProgram(const Places& places, const std::function<bool()>& isEnough)
+RelayProgram::RelayProgram(const Places& places, const std::function<bool()>& isCancelled)
     : log(places.folder + "/relay.log") {
   makePrivateFolder(places.folder);
-  // Somebody may take the usual port between the look and the relay's own try.
-  bool isUp = isFree(kUsualPort) && start(places, kUsualPort, isEnough);
-  if (!isUp && !isEnough() && !isFree(kUsualPort)) isUp = start(places, kAnyPort, isEnough);
+  // Another process may take the usual port between this check and the relay's own attempt.
+  bool isUp = isFree(kUsualPort) && start(places, kUsualPort, isCancelled);
+  if (!isUp && !isCancelled() && !isFree(kUsualPort)) isUp = start(places, kAnyPort, isCancelled);
   if (!isUp) throw std::runtime_error("The relay is not up.\n" + lastLines(log));
 }
 
-bool RelayProgram::start(const Places& places, std::uint16_t port, const std::function<bool()>& isEnough) {
+bool RelayProgram::start(const Places& places, std::uint16_t port, const std::function<bool()>& isCancelled) {
   std::filesystem::remove(log);
   program = std::make_unique<Service>(
       Service::Start{.command = {places.program, "--listen", kHost + std::to_string(port), "--database",
@@ -77,9 +77,9 @@ bool RelayProgram::start(const Places& places, std::uint16_t port, const std::fu
                      .environment = environmentOfRelay(),
                      .logFile = log});
   std::optional<std::string> announced;
-  static_cast<void>(test::waitFor([&] {
-    const bool isOver = program->exitCode() || isEnough();
-    announced = announcedAddress(test::fileContents(log));
+  static_cast<void>(privatedesktop::waitFor([&] {
+    const bool isOver = program->exitCode() || isCancelled();
+    announced = announcedAddress(privatedesktop::fileContents(log));
     return announced || isOver;
   }));
   base = announced.value_or("");

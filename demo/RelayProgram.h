@@ -18,8 +18,8 @@ class RelayProgram {
     std::string folder;  // For its database and its log; made if need be, for its user alone.
   };
   // Waits until it listens: on its usual port, or on another one when that is taken. Throws when it does not, with what
-  // it wrote; at once when `isEnough` becomes true.
-  RelayProgram(const Places& places, const std::function<bool()>& isEnough);
+  // it wrote; immediately when `isCancelled` becomes true.
+  RelayProgram(const Places& places, const std::function<bool()>& isCancelled);
 
   // "http://127.0.0.1:8080": of the page, and what phones call the relay.
   [[nodiscard]] const std::string& address() const { return base; }
@@ -31,7 +31,7 @@ class RelayProgram {
 
  private:
   // False when it does not listen there.
-  bool start(const Places& places, std::uint16_t port, const std::function<bool()>& isEnough);
+  bool start(const Places& places, std::uint16_t port, const std::function<bool()>& isCancelled);
 
   const std::string log;
   std::unique_ptr<Service> program;

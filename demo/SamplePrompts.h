@@ -9,7 +9,7 @@
 
 namespace quillard::demo {
 
-// Prompts to play with, one after another, by a program that does nothing but ask.
+// Sample prompts for a person to try, one after another, shown by a program that does nothing else.
 class SamplePrompts {
  public:
   // `program`: gtk3_prompt. `environment`: of the desktop where they appear. `logFile`: for what it prints.

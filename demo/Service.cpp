@@ -13,7 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "desktop/Waiting.h"
+#include "private-desktop/Waiting.h"
 
 namespace quillard::demo {
 namespace {
@@ -112,8 +112,9 @@ std::optional<int> Service::exitCode() {
   return code;
 }
 
-std::optional<int> Service::waitForEnd(std::chrono::milliseconds timeout, const std::function<bool()>& isEnough) {
-  static_cast<void>(test::waitFor([&] { return exitCode().has_value() || (isEnough && isEnough()); }, timeout));
+std::optional<int> Service::waitForEnd(std::chrono::milliseconds timeout, const std::function<bool()>& isCancelled) {
+  static_cast<void>(
+      privatedesktop::waitFor([&] { return exitCode().has_value() || (isCancelled && isCancelled()); }, timeout));
   return code;
 }
 
@@ -123,16 +124,16 @@ void Service::end(std::chrono::milliseconds timeout) {
   ::kill(pid, SIGCONT);
   if (waitForEnd(timeout)) return;
   ::kill(pid, SIGKILL);
-  static_cast<void>(waitForEnd(test::kTimeout));
+  static_cast<void>(waitForEnd(privatedesktop::kTimeout));
 }
 
 Printed run(const std::vector<std::string>& command, const Variables& environment, std::chrono::milliseconds timeout,
-            const std::function<bool()>& isEnough) {
+            const std::function<bool()>& isCancelled) {
   const MemoryFile output;
   const MemoryFile errors;
   Service program(
       {.command = command, .environment = environment, .output = output.descriptor, .errors = errors.descriptor});
-  const auto code = program.waitForEnd(timeout, isEnough);
+  const auto code = program.waitForEnd(timeout, isCancelled);
   program.end(std::chrono::milliseconds(500));
   return {.code = code, .output = output.contents(), .errors = errors.contents()};
 }

@@ -23,7 +23,7 @@ class Service {
     std::string logFile = {};
     int output = -1;
     int errors = -1;
-    // Has our terminal and what is typed there, Ctrl-C included. Others read nothing and hear of no Ctrl-C.
+    // Has our terminal and what is typed there, Ctrl-C included. Others read nothing and get no Ctrl-C.
     bool isInForeground = false;
     int handedOn = -1;  // A descriptor that it gets as number 3.
   };
@@ -35,8 +35,8 @@ class Service {
   [[nodiscard]] pid_t id() const { return pid; }
   // As a shell has it: its exit code, or 128 and the number of the signal that ended it. Absent while it runs.
   [[nodiscard]] std::optional<int> exitCode();
-  // Absent: it did not end in time, or `isEnough` became true before.
-  std::optional<int> waitForEnd(std::chrono::milliseconds timeout, const std::function<bool()>& isEnough = {});
+  // Absent: it did not end in time, or `isCancelled` became true before.
+  std::optional<int> waitForEnd(std::chrono::milliseconds timeout, const std::function<bool()>& isCancelled = {});
   // Asks it to end, and kills it when it has not done so in time.
   void end(std::chrono::milliseconds timeout);
 
@@ -52,6 +52,6 @@ struct Printed {
   std::string errors;
 };
 [[nodiscard]] Printed run(const std::vector<std::string>& command, const Variables& environment,
-                          std::chrono::milliseconds timeout, const std::function<bool()>& isEnough = {});
+                          std::chrono::milliseconds timeout, const std::function<bool()>& isCancelled = {});
 
 }  // namespace quillard::demo

@@ -15,9 +15,10 @@ debian_packages=(
 # Where Node did not come from the distribution it has an npm of its own, and theirs would not go with it.
 command -v npm >/dev/null || debian_packages+=(npm)
 
-# Of these, what only tests need. Whoever wants to run the program sets only_to_run, and does not wait for it.
-debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev python3-cryptography-vectors gnome-keyring dunst
-  zenity gcr x11-utils desktop-file-utils man-db shellcheck tint2 chromium "
+# Of these, what only tests need: not installed, and not built, where only_to_run is set.
+debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev git libzbar-dev python3-cryptography-vectors
+  libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils desktop-file-utils man-db shellcheck tint2 chromium
+  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev "
 only_to_run=""
 
 # The same as Homebrew calls it.
@@ -66,15 +67,23 @@ jobs_here() {
   echo $((memory < cores ? memory : cores))
 }
 
+# The folder below build/ for a preset. Without tests it is another one, since a folder keeps what it was configured for.
+folder_of() {
+  echo "build/$1${only_to_run:+-without-tests}"
+}
+
 configure() {
-  [ -f "build/$1/build.ninja" ] || cmake --preset "$1" >&2
+  local folder options=()
+  folder=$(folder_of "$1")
+  [ -z "$only_to_run" ] || options=(-DQUILLARD_TESTS=OFF -DQUILLARD_BENCHMARKS=OFF)
+  [ -f "$folder/build.ninja" ] || cmake --preset "$1" -B "$folder" "${options[@]}" >&2
 }
 
 # configure_and_build PRESET [TARGET...]
 configure_and_build() {
   local preset=$1; shift
   configure "$preset"
-  cmake --build "build/$preset" -j "$(jobs_here)" ${1:+--target "$@"} >&2
+  cmake --build "$(folder_of "$preset")" -j "$(jobs_here)" ${1:+--target "$@"} >&2
 }
 
 # The corpus of a fuzz target: recorded_desktop_fuzz starts from the folder recorded-desktop, wherever below tests/fuzz.

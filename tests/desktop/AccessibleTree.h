@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "desktop/DesktopBus.h"
 #include "desktop/PrivateDesktop.h"
+#include "private-desktop/DesktopBus.h"
 
 namespace quillard::test {
 

@@ -5,6 +5,7 @@
 
 #include "desktop/LinuxAccessibilityWorld.h"
 #include "desktop/SampleClient.h"
+#include "desktop/SharedDesktop.h"
 #include "detection/PromptReader.h"
 
 // What the agent sees of, and does to, dialogs of real toolkits.
@@ -35,6 +36,8 @@ DesktopProgram launchPrompt(PrivateDesktop& desktop, Kit kit) {
 // Any prompt of any toolkit comes out alike.
 class PromptOfToolkit : public testing::TestWithParam<Kit> {
  protected:
+  static void TearDownTestSuite() { shared.end(); }
+
   PromptOfToolkit() : program(launchPrompt(world.desktop, GetParam())) {
     window = world.window(program.pid(), "Permission");
   }
@@ -58,11 +61,27 @@ class PromptOfToolkit : public testing::TestWithParam<Kit> {
     });
   }
 
+  // Of the button, once a hit test of the whole desktop finds the button there: a window that has just come up may
+  // still be on its way to its place.
+  std::optional<Rect> frameInPlace(const AXUIElement& button) {
+    std::optional<Rect> frame;
+    const bool isInPlace = waitFor([&] {
+      frame = AXHelpers::frame(world.accessibility, button);
+      if (!frame) return false;
+      const auto hit =
+          world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centreOf(*frame));
+      return hit.hasValue() && hit.value() == button;
+    });
+    return isInPlace ? frame : std::nullopt;
+  }
+  static Point centreOf(const Rect& frame) { return {frame.x + frame.width / 2, frame.y + frame.height / 2}; }
+
   std::optional<bool> flag(const AXUIElement& element, std::string_view name) {
     return AXHelpers::boolAttribute(world.accessibility, element, name);
   }
 
-  LinuxAccessibilityWorld world;
+  inline static SharedDesktop shared;
+  LinuxAccessibilityWorld world{shared.get()};
   DesktopProgram program;
   std::optional<AXUIElement> window;
 };
@@ -96,8 +115,11 @@ TEST_P(PromptOfToolkit, ShowsNothingBesides) {
 
 TEST_P(PromptOfToolkit, AnswersOutsideAScopeAsWithin) {
   ASSERT_TRUE(window);
-  const auto scope = world.accessibility.beginReadScope();
-  EXPECT_EQ(world.outline(world.accessibility, *window, true), world.outline(*scope, *window, true));
+  // Again when the window moved between the two.
+  EXPECT_TRUE(waitFor([&] {
+    const auto scope = world.accessibility.beginReadScope();
+    return world.outline(world.accessibility, *window, true) == world.outline(*scope, *window, true);
+  })) << world.outline(world.accessibility, *window, true);
 }
 
 TEST_P(PromptOfToolkit, IsFoundAloneByAScopeThatWasPreparedForIt) {
@@ -169,14 +191,10 @@ TEST_P(PromptOfToolkit, TellsWhichButtonIsAtAPoint) {
   ASSERT_TRUE(window);
   const auto allow = button("Allow");
   ASSERT_TRUE(allow);
-  const auto frame = AXHelpers::frame(world.accessibility, *allow);
-  ASSERT_TRUE(frame);
-  const Point centre{frame->x + frame->width / 2, frame->y + frame->height / 2};
-  const auto hit = world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centre);
-  ASSERT_TRUE(hit.hasValue());
-  EXPECT_EQ(hit.value(), *allow);
+  const auto frame = frameInPlace(*allow);
+  ASSERT_TRUE(frame) << "The desktop says that another element is there.";
   const auto inside =
-      world.accessibility.copyElementAtPosition(world.accessibility.createApplication(program.pid()), centre);
+      world.accessibility.copyElementAtPosition(world.accessibility.createApplication(program.pid()), centreOf(*frame));
   ASSERT_TRUE(inside.hasValue());
   EXPECT_EQ(inside.value(), *allow);
 }
@@ -185,13 +203,13 @@ TEST_P(PromptOfToolkit, IsNotAtAPointWhereAnotherWindowCoversIt) {
   ASSERT_TRUE(window);
   const auto allow = button("Allow");
   ASSERT_TRUE(allow);
-  const auto frame = AXHelpers::frame(world.accessibility, *allow);
+  const auto frame = frameInPlace(*allow);
   ASSERT_TRUE(frame);
   SampleClient cover{world.desktop.display()};
   cover.open({.name = "Cover", .bounds = *frame});
-  const Point centre{frame->x + frame->width / 2, frame->y + frame->height / 2};
   EXPECT_TRUE(waitFor([&] {
-    const auto hit = world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centre);
+    const auto hit =
+        world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centreOf(*frame));
     return !hit.hasValue() && hit.error() == AXError::noValue;
   }));
 }
@@ -200,13 +218,13 @@ TEST_P(PromptOfToolkit, IsNotAtAPointWhereAMenuOrNotificationCoversIt) {
   ASSERT_TRUE(window);
   const auto allow = button("Allow");
   ASSERT_TRUE(allow);
-  const auto frame = AXHelpers::frame(world.accessibility, *allow);
+  const auto frame = frameInPlace(*allow);
   ASSERT_TRUE(frame);
   SampleClient cover{world.desktop.display()};
   cover.open({.name = "Cover", .bounds = *frame, .isUnmanaged = true});
-  const Point centre{frame->x + frame->width / 2, frame->y + frame->height / 2};
   EXPECT_TRUE(waitFor([&] {
-    const auto hit = world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centre);
+    const auto hit =
+        world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), centreOf(*frame));
     return !hit.hasValue() && hit.error() == AXError::noValue;
   }));
 }

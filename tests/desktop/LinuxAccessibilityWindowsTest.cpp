@@ -165,7 +165,7 @@ TEST(LinuxAccessibilityWindows, TellsWhoIsOnTheBus) {
 }
 
 TEST(LinuxAccessibilityTrust, FollowsTheSwitchAndTheBus) {
-  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktopOptions::Accessibility::off}};
+  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktop::Options::Accessibility::off}};
   EXPECT_FALSE(world.accessibility.isProcessTrusted());
   EXPECT_EQ(world.accessibility.switchOn(), atspi::SwitchOnOutcome::switchedOn);
   EXPECT_TRUE(world.accessibility.isProcessTrusted());
@@ -175,7 +175,7 @@ TEST(LinuxAccessibilityTrust, FollowsTheSwitchAndTheBus) {
 }
 
 TEST(LinuxAccessibilityTrust, ThereIsNoneWithoutABus) {
-  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktopOptions::Accessibility::missing}};
+  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktop::Options::Accessibility::missing}};
   EXPECT_FALSE(world.accessibility.isProcessTrusted());
   EXPECT_TRUE(AXHelpers::windows(world.accessibility, world.accessibility.createApplication(1)).empty());
   x11::XcbWindows nowhere{std::nullopt};
@@ -185,7 +185,7 @@ TEST(LinuxAccessibilityTrust, ThereIsNoneWithoutABus) {
 }
 
 TEST(LinuxAccessibilityTrust, ProgramsOfQtThatStartedBeforeTheSwitchStayUnseenAndAreNamed) {
-  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktopOptions::Accessibility::off}};
+  LinuxAccessibilityWorld world{{.accessibility = PrivateDesktop::Options::Accessibility::off}};
   auto qt = world.desktop.launch(QT_DIALOG, {"--title=Permission", "--text=Allow?"},
                                  {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", ""}});
   ASSERT_TRUE(qt.waitForOutput("ready"));

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -20,8 +22,13 @@ struct LinuxAccessibilityWorld {
   using Element = platform::AXUIElement;
 
   explicit LinuxAccessibilityWorld(const PrivateDesktop::Options& options = {})
-      : desktop(options),
-        windows(options.hasDisplay ? std::optional{desktop.display()} : std::nullopt),
+      : LinuxAccessibilityWorld(std::make_unique<PrivateDesktop>(options), nullptr) {}
+  // On a desktop of another owner, which outlives this object.
+  explicit LinuxAccessibilityWorld(PrivateDesktop& shared) : LinuxAccessibilityWorld(nullptr, &shared) {}
+  LinuxAccessibilityWorld(std::unique_ptr<PrivateDesktop> made, PrivateDesktop* shared)
+      : own(std::move(made)),
+        desktop(shared ? *shared : *own),
+        windows(desktop.display().empty() ? std::nullopt : std::optional{desktop.display()}),
         accessibility({.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid()}, windows,
                       executors) {
     accessibility.setMessagingTimeout(accessibility.createSystemWide(), Seconds{2});  // A busy machine's.
@@ -91,7 +98,8 @@ struct LinuxAccessibilityWorld {
     return line;
   }
 
-  PrivateDesktop desktop;
+  const std::unique_ptr<PrivateDesktop> own;  // Null for a shared one.
+  PrivateDesktop& desktop;
   x11::XcbWindows windows;
   qt::QtExecutors executors;
   atspi::LinuxAccessibility accessibility;

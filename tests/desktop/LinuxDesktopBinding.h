@@ -53,7 +53,9 @@ class LinuxPromptProgram final : public PromptProgram {
 class LinuxDesktopBinding final : public DesktopBinding {
  public:
   explicit LinuxDesktopBinding(std::string sample, const PrivateDesktop::Options& options = {})
-      : sample(std::move(sample)), desktop(options) {}
+      : sample(std::move(sample)), own(std::make_unique<PrivateDesktop>(options)), desktop(*own) {}
+  // On a desktop of another owner, which outlives this object.
+  LinuxDesktopBinding(std::string sample, PrivateDesktop& shared) : sample(std::move(sample)), desktop(shared) {}
 
   [[nodiscard]] PrivateDesktop& privateDesktop() { return desktop; }
   // Those of the agent; none are set.
@@ -121,7 +123,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
   }
 
   const std::string sample;
-  PrivateDesktop desktop;
+  const std::unique_ptr<PrivateDesktop> own;  // Null for a shared one.
+  PrivateDesktop& desktop;
   qt::QtExecutors executors;
   qt::SystemClock systemClock;
   platform::simulated::SimulatedConsole quietConsole;

@@ -6,14 +6,15 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
 
-#include "desktop/Waiting.h"
+#include "private-desktop/Waiting.h"
 
 namespace quillard::test {
 
 // As waitFor, and runs the main thread's loop meanwhile.
 template <typename Condition>
-[[nodiscard]] bool waitInLoop(const Condition& condition, std::chrono::milliseconds timeout = kTimeout) {
-  return waitFor(
+[[nodiscard]] bool waitInLoop(const Condition& condition,
+                              std::chrono::milliseconds timeout = privatedesktop::kTimeout) {
+  return privatedesktop::waitFor(
       [&] {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         return condition();

@@ -6,6 +6,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/LinuxDesktopBinding.h"
+#include "support/LongTests.h"
 
 // What a whole scan costs: applications, windows, texts and verdicts. Times are printed, since they belong to a
 // machine; waits for other programs are counted.
@@ -58,11 +59,12 @@ class Desk {
 
 TEST(ScanCost, WaitsAsOftenAsTheTreesAreDeepHoweverManyThereAre) {
   // As deep as a dialog's tree is. Of a program that was once too slow to list what is in it, as many are when so many
-  // start at once, each level is counted before it is listed.
+  // start together, each level is counted before it is listed.
   constexpr std::uint64_t kLevels = 5;
   Desk desk;
   std::uint64_t waitsForOne = 0;
-  for (const std::size_t dialogs : {1U, 10U, 50U}) {
+  for (const int count : {1, rounds(10, 50)}) {
+    const auto dialogs = static_cast<std::size_t>(count);
     ASSERT_TRUE(desk.fillTo(dialogs)) << dialogs;
     const Cost cost = desk.costOfAScan();
     std::printf("%zu dialogs: %llu calls, %llu waits, median %.2f ms\n", dialogs,

@@ -16,7 +16,7 @@
 namespace quillard::test {
 namespace {
 
-// A socket to the X server. Nobody waits on it for longer than its time: it is then shut down, which ends every wait.
+// A socket to the X server. No wait on it takes longer than its time: it is then shut down, which ends every wait.
 class BoundedSocket {
  public:
   BoundedSocket(const std::string& display, std::chrono::milliseconds time)
@@ -41,7 +41,7 @@ class BoundedSocket {
     ::close(descriptor);
   }
 
-  // For somebody who closes it.
+  // The caller closes it.
   [[nodiscard]] int copy() const { return ::dup(descriptor); }
 
  private:

@@ -222,7 +222,7 @@ std::vector<Row> verdictTable() {
      Prompt{.title = "Camera?", .lines = {"It wants the camera."}, .buttons = {"Don't Allow", "Allow"},
             .recommended = "Allow"}},
 
-    // ---- What nobody sees is not there
+    // ---- What is not visible does not count
     {"HiddenParts", kAll,
      {"--kind", "dialog", "--title", "Bare", "--text", "Go on?", "--hidden-text", "Password", "--hidden-button", "Never",
       "--zero-size-text", "Delete", "--button", "No", "--button", "Yes"},

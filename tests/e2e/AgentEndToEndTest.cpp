@@ -14,8 +14,9 @@
 #include "desktop/PrivateDesktop.h"
 #include "e2e/InstalledAgent.h"
 #include "e2e/TestRelay.h"
+#include "support/MachineLoad.h"
 
-// The agent as a user has it, a process of its own, on a real desktop; the relay and the phone are the test's.
+// The agent as a user has it, a process of its own, on a real desktop; relay and phone are fakes.
 namespace quillard {
 namespace {
 
@@ -44,22 +45,22 @@ std::optional<PendingApproval> titled(const std::vector<PendingApproval>& approv
 class AgentEndToEnd : public testing::Test {
  protected:
   void startAgent(PrivateDesktop::Variables more = {}) {
-    more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "road"}});
+    more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}});
     agent.push_back(installed.start(more));
-    ASSERT_TRUE(relay.waitForConnection()) << said();
+    ASSERT_TRUE(relay.waitForConnection()) << printed();
     relay.pairPhone(installed.endToEndSecret());
   }
-  std::string said() { return agent.back().output() + agent.back().errors(); }
+  std::string printed() { return agent.back().output() + agent.back().errors(); }
 
   // What the phone shows of the prompt; a failure when it does not show up there.
   PendingApproval onPhone(const std::string& title) {
     const auto list =
-        relay.waitForList([&](const auto& approvals) { return titled(approvals, title).has_value(); }, 15s);
-    EXPECT_TRUE(list) << title << "\n" << said();
+        relay.waitForList([&](const auto& approvals) { return titled(approvals, title).has_value(); }, 30s);
+    EXPECT_TRUE(list) << title << "\n" << printed();
     return list ? *titled(*list, title) : PendingApproval{};
   }
   bool isGoneFromPhone(const std::string& title) {
-    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, 15s).has_value();
+    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, 30s).has_value();
   }
 
   PrivateDesktop desktop;
@@ -81,7 +82,7 @@ TEST_F(AgentEndToEnd, APhonePressesTheButtonsOfRealDialogs) {
       const auto decision = relay.decide(approval.id, labels[chosen]);
       EXPECT_EQ(dialog.wait(), kFirstButton + static_cast<int>(chosen)) << program << ", " << labels[chosen];
       const auto result = relay.waitForResult(decision);
-      ASSERT_TRUE(result) << said();
+      ASSERT_TRUE(result) << printed();
       EXPECT_EQ(result->status, kAcceptedStatus) << result->error.value_or("");
       EXPECT_TRUE(isGoneFromPhone(title));
       EXPECT_EQ(relay.resultCount(decision), 1U);
@@ -162,15 +163,15 @@ TEST_F(AgentEndToEnd, QuittingIsPoliteAndQuick) {
   const auto asked = std::chrono::steady_clock::now();
   agent.back().end();
   EXPECT_EQ(agent.back().wait(), 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - asked, 3s);
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, test::onThisMachine(3s));
 }
 
-// What nobody shares with a process, in megabytes.
+// What a process shares with no other one, in megabytes.
 struct PrivateMemory {
   double written = 0;  // Heap, stacks, data: what is nowhere else.
   double libraries =
       0;  // Mapped files' own copies of pages: mostly addresses that were filled in when they were loaded.
-  double unwritten = 0;  // Mapped files as they are on the disk: given up whenever somebody else needs room.
+  double unwritten = 0;  // Mapped files as they are on the disk: given up whenever another process needs room.
   [[nodiscard]] double sum() const { return written + libraries + unwritten; }
 };
 
@@ -211,7 +212,7 @@ TEST_F(AgentEndToEnd, LooksAtTheDesktopSoonAfterItsStart) {
   const auto scanned = std::chrono::steady_clock::now();
   std::printf("from start to the first scan: %lld ms, of which the agent waits 300 by design\n",
               static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(scanned - started).count()));
-  EXPECT_LT(scanned - started, kLongestStart);
+  EXPECT_LT(scanned - started, test::onThisMachine(kLongestStart));
   onPhone("Early");
 }
 
@@ -223,7 +224,7 @@ TEST_F(AgentEndToEnd, StaysLightOnceItsWindowIsClosed) {
   test::ClientList list{desktop};
   ASSERT_TRUE(test::waitFor([&] { return !list.windowsOf(agent.back().pid()).empty(); }));
   for (const auto& window : list.windowsOf(agent.back().pid())) list.close(window.id);
-  ASSERT_TRUE(test::waitFor([&] { return list.windowsOf(agent.back().pid()).empty(); })) << said();
+  ASSERT_TRUE(test::waitFor([&] { return list.windowsOf(agent.back().pid()).empty(); })) << printed();
   PrivateMemory memory;
   EXPECT_TRUE(test::waitFor([&] {
     memory = privateMemory(agent.back().pid());
@@ -232,7 +233,7 @@ TEST_F(AgentEndToEnd, StaysLightOnceItsWindowIsClosed) {
   EXPECT_GT(memory.written, 0);
   // A scan, a message to the phone and its answer need some of what was given back.
   auto dialog = desktop.launch("gtk3_prompt", prompt("Later", {"No", "Yes"}));
-  ASSERT_TRUE(relay.waitForResult(relay.decide(onPhone("Later").id, "Yes"))) << said();
+  ASSERT_TRUE(relay.waitForResult(relay.decide(onPhone("Later").id, "Yes"))) << printed();
   memory = privateMemory(agent.back().pid());
   std::printf("private memory: %.1f MB: %.1f written, %.1f of libraries, %.1f unwritten\n", memory.sum(),
               memory.written, memory.libraries, memory.unwritten);
@@ -252,12 +253,16 @@ TEST_F(AgentEndToEnd, IdleMeansIdle) {
     return static_cast<double>(ticks) / static_cast<double>(sysconf(_SC_CLK_TCK));
   };
   EXPECT_TRUE(agent.back().waitForOutput("Quillard relay connected."));
-  std::this_thread::sleep_for(3s);  // The scans that follow the start.
-  const double before = used();
-  std::this_thread::sleep_for(5s);
-  const double spent = used() - before;
-  std::printf("processor time of 5 idle seconds: %.0f ms\n", spent * 1000);
-  EXPECT_LT(spent, 0.25);
+  // The first intervals hold the scans that follow the start.
+  constexpr auto kInterval = 2s;
+  double spent = 0;
+  EXPECT_TRUE(test::waitFor([&] {
+    const double before = used();
+    std::this_thread::sleep_for(kInterval);
+    spent = used() - before;
+    return spent < 0.1;
+  }));
+  std::printf("processor time of 2 idle seconds: %.0f ms\n", spent * 1000);
 }
 
 }  // namespace

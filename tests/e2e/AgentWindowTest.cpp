@@ -13,7 +13,7 @@
 #include "e2e/InstalledAgent.h"
 #include "e2e/TestRelay.h"
 
-// The window of the running agent, used as somebody does who cannot see it: every button through the accessibility bus,
+// The window of the running agent, used as a screen reader does: every button through the accessibility bus,
 // and every action for real.
 namespace quillard {
 namespace {
@@ -49,10 +49,10 @@ class AgentWindow : public testing::Test {
                                      {"QUILLARD_PAIRING_ID", "window"},
                                      {"PATH", programs + ":/usr/local/bin:/usr/bin:/bin"},
                                      {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}));
-    ASSERT_TRUE(relay.waitForConnection()) << said();
+    ASSERT_TRUE(relay.waitForConnection()) << printed();
     relay.pairPhone(installed.endToEndSecret());
   }
-  std::string said() { return agent.back().output() + agent.back().errors(); }
+  std::string printed() { return agent.back().output() + agent.back().errors(); }
 
   // The first object in the agent's windows, below the row of that name, that is of this role and name.
   std::optional<Accessible> find(const std::string& row, std::uint32_t role, const std::string& name) {
@@ -63,7 +63,7 @@ class AgentWindow : public testing::Test {
     }
     return std::nullopt;
   }
-  bool says(const std::string& row, const std::string& text) {
+  bool shows(const std::string& row, const std::string& text) {
     return waitFor([&] { return find(row, test::kLabelRole, text).has_value(); });
   }
   void press(const std::string& row, const std::string& label) {
@@ -73,7 +73,7 @@ class AgentWindow : public testing::Test {
       return button.has_value();
     })) << row
         << ": " << label << "\n"
-        << said();
+        << printed();
     EXPECT_TRUE(tree.press(*button));
   }
   // From the menu that a button has opened. Pressing a menu item may answer only when the menu is gone.
@@ -100,7 +100,7 @@ class AgentWindow : public testing::Test {
     });
   }
   bool listHas(std::size_t count) {
-    return relay.waitForList([&](const auto& approvals) { return approvals.size() == count; }, 15s).has_value();
+    return relay.waitForList([&](const auto& approvals) { return approvals.size() == count; }, 30s).has_value();
   }
 
   PrivateDesktop desktop;
@@ -115,25 +115,25 @@ TEST_F(AgentWindow, PausesAndResumesThePhonesAlerts) {
   startAgent();
   auto dialog = desktop.launch("gtk3_prompt", {"--kind", "dialog", "--title", "Waiting", "--text", "May it go on?",
                                                "--button", "No", "--button", "Yes"});
-  ASSERT_TRUE(listHas(1)) << said();
+  ASSERT_TRUE(listHas(1)) << printed();
   press(kAlerts, "Pause 2h");
   EXPECT_TRUE(listHas(0));
-  EXPECT_TRUE(says(kAlerts, "Alerts will resume automatically."));
+  EXPECT_TRUE(shows(kAlerts, "Alerts will resume automatically."));
   press(kAlerts, "Resume");
   EXPECT_TRUE(listHas(1));
-  EXPECT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+  EXPECT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
   EXPECT_TRUE(dialog.isRunning());
 }
 
 TEST_F(AgentWindow, OffersLongerPausesInAMenu) {
   startAgent();
-  ASSERT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+  ASSERT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
   press(kAlerts, "Options…");
   choose("Pause Forever");
-  EXPECT_TRUE(says(kAlerts, "Paused until you resume."));
+  EXPECT_TRUE(shows(kAlerts, "Paused until you resume."));
   press(kAlerts, "Options…");
   choose("Resume Now");
-  EXPECT_TRUE(says(kAlerts, "Pause while handling prompts locally."));
+  EXPECT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
 }
 
 TEST_F(AgentWindow, OpensTheFolderForApplications) {
@@ -145,11 +145,11 @@ TEST_F(AgentWindow, OpensTheFolderForApplications) {
 TEST_F(AgentWindow, SwitchesTheStartAtLoginOnAgainAndShowsWhereItIsKept) {
   startAgent();
   const auto entry = desktop.folder("config") + "/autostart/com.quillard.agent.desktop";
-  ASSERT_TRUE(says(kLogin, "Enabled"));
+  ASSERT_TRUE(shows(kLogin, "Enabled"));
   ASSERT_TRUE(std::filesystem::remove(entry));
-  ASSERT_TRUE(says(kLogin, "Off")) << "The window looks again every two seconds.";
+  ASSERT_TRUE(shows(kLogin, "Off")) << "The window looks again every two seconds.";
   press(kLogin, "Enable");
-  EXPECT_TRUE(says(kLogin, "Enabled"));
+  EXPECT_TRUE(shows(kLogin, "Enabled"));
   EXPECT_TRUE(std::filesystem::exists(entry));
   press(kLogin, "Open Settings");
   EXPECT_TRUE(opens("autostart"));
@@ -157,10 +157,10 @@ TEST_F(AgentWindow, SwitchesTheStartAtLoginOnAgainAndShowsWhereItIsKept) {
 
 TEST_F(AgentWindow, UnpairsThePhoneAndComesBackUnderANewIdentity) {
   startAgent();
-  ASSERT_TRUE(says(kPairing, "iPhone paired"));
+  ASSERT_TRUE(shows(kPairing, "iPhone paired"));
   const auto before = std::string(installed.endToEndSecret().text());
   press(kPairing, "Unpair iPhone");
-  EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << said();
+  EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << printed();
   EXPECT_TRUE(waitFor([&] { return installed.endToEndSecret().text() != before; }));
 }
 
@@ -171,16 +171,16 @@ class AgentWindowWithoutAccessibility : public AgentWindow {
 
 TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromThePairingCard) {
   startAgent();
-  ASSERT_TRUE(says(kPairing, "Accessibility required"));
+  ASSERT_TRUE(shows(kPairing, "Accessibility required"));
   press(kPairing, "Allow Accessibility…");
-  EXPECT_TRUE(says(kAccessibility, "Allowed")) << said();
+  EXPECT_TRUE(shows(kAccessibility, "Allowed")) << printed();
 }
 
 TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromItsRow) {
   startAgent();
-  ASSERT_TRUE(says(kAccessibility, "Required"));
+  ASSERT_TRUE(shows(kAccessibility, "Required"));
   press(kAccessibility, "Open Settings");
-  EXPECT_TRUE(says(kAccessibility, "Allowed")) << said();
+  EXPECT_TRUE(shows(kAccessibility, "Allowed")) << printed();
 }
 
 }  // namespace

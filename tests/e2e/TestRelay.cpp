@@ -23,7 +23,7 @@ void TestRelay::answerRegistrations(int status) {
 
 bool TestRelay::waitForConnection() {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, std::chrono::seconds(10), [this] { return agent != nullptr; });
+  return changed.wait_for(lock, std::chrono::seconds(30), [this] { return agent != nullptr; });
 }
 
 int TestRelay::connections() {
@@ -33,7 +33,7 @@ int TestRelay::connections() {
 
 std::optional<std::chrono::steady_clock::time_point> TestRelay::firstSnapshotAt() {
   std::unique_lock lock(mutex);
-  changed.wait_for(lock, std::chrono::seconds(10), [this] { return firstSnapshot.has_value(); });
+  changed.wait_for(lock, std::chrono::seconds(30), [this] { return firstSnapshot.has_value(); });
   return firstSnapshot;
 }
 

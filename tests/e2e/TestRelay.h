@@ -20,8 +20,9 @@
 
 namespace quillard::test {
 
-// A relay for one agent with one phone behind it, both played by the test: takes the agent's token, keeps its newest
-// list, and hands it what the phone says. Any thread; every wait has a deadline of ten seconds unless it says another.
+// A relay for one agent with one phone behind it, both fakes that the test controls: takes the agent's token, keeps its
+// newest list, and delivers what the phone sends. Any thread; every wait has a deadline of thirty seconds unless it
+// says another.
 class TestRelay {
  public:
   TestRelay();
@@ -43,7 +44,7 @@ class TestRelay {
   // Until the newest list of the agent is one that `accepts` likes. Absent: none was in time.
   [[nodiscard]] std::optional<std::vector<PendingApproval>> waitForList(
       const std::function<bool(const std::vector<PendingApproval>&)>& accepts,
-      std::chrono::milliseconds deadline = std::chrono::seconds(10));
+      std::chrono::milliseconds deadline = std::chrono::seconds(30));
 
   // The phone's tap on a button. Gives the decision's identifier.
   std::string decide(const Uuid& approvalID, const std::string& buttonLabel);

@@ -15,7 +15,7 @@
 namespace quillard::test {
 namespace {
 
-constexpr std::chrono::seconds kTimeout{10};
+constexpr std::chrono::seconds kTimeout{30};
 
 std::array<int, 2> makePipe() {
   std::array<int, 2> ends{-1, -1};

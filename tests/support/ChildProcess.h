@@ -22,13 +22,13 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
   ~ChildProcess();
 
-  // The next line of its standard output, without the line break. Absent when it ended first, or said nothing for ten
-  // seconds.
+  // The next line of its standard output, without the line break. Absent when it ended first, or printed nothing for
+  // thirty seconds.
   std::optional<std::string> readLine();
 
   // Ends it without warning, and waits until it has gone.
   void kill();
-  // Waits for its own end, ten seconds at the longest. Its exit code; absent when it was ended by a signal.
+  // Waits for its own end, thirty seconds at the longest. Its exit code; absent when it was ended by a signal.
   std::optional<int> wait();
   [[nodiscard]] pid_t id() const { return pid; }
 

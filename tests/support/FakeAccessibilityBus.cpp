@@ -10,20 +10,13 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include "private-desktop/BusConfiguration.h"
+
 namespace quillard::test {
 namespace {
 
 void require(int result, const char* what) {
   if (result < 0) throw std::runtime_error(std::string(what) + ": " + std::strerror(-result));
-}
-
-std::string busConfiguration(const std::string& socket) {
-  return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-         "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-         "<busconfig><type>session</type><listen>unix:path=" +
-         socket +
-         "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-         "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
 }
 
 }  // namespace
@@ -180,8 +173,9 @@ int FakeProgram::replyObjects(sd_bus_message* message, const FakeObject& object)
   }
   for (const auto& foreignChild : object.foreignChildren) {
     const auto slash = foreignChild.find('/');
-    require(sd_bus_message_append(reply, "(so)", foreignChild.substr(0, slash).c_str(), foreignChild.substr(slash).c_str()),
-            "foreign child");
+    require(
+        sd_bus_message_append(reply, "(so)", foreignChild.substr(0, slash).c_str(), foreignChild.substr(slash).c_str()),
+        "foreign child");
   }
   require(sd_bus_message_close_container(reply), "array");
   const int result = sd_bus_send(bus, reply, nullptr);
@@ -191,7 +185,7 @@ int FakeProgram::replyObjects(sd_bus_message* message, const FakeObject& object)
 
 FakeAccessibilityBus::FakeAccessibilityBus() {
   const std::string file = folder.path() + "/bus.conf";
-  std::ofstream(file) << busConfiguration(folder.path() + "/bus");
+  std::ofstream(file) << privatedesktop::busConfiguration(folder.path() + "/bus");
   daemon = std::make_unique<ChildProcess>(ChildProcess::Start{
       .command = {"dbus-daemon", "--config-file=" + file, "--nofork", "--nopidfile", "--print-address=1"},
       .environment = presentEnvironment()});

@@ -7,22 +7,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "private-desktop/BusConfiguration.h"
+
 namespace quillard::test {
-namespace {
-
-std::string busConfiguration(const std::string& socket) {
-  return "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-         "  \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-         "<busconfig><type>session</type><listen>unix:path=" +
-         socket +
-         "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-         "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
-}
-
-}  // namespace
-
 PrivateBus::PrivateBus() {
-  std::ofstream(folder("bus.conf")) << busConfiguration(folder("bus"));
+  std::ofstream(folder("bus.conf")) << privatedesktop::busConfiguration(folder("bus"));
   for (const char* name : {"run", "data", "config", "cache"}) ::mkdir(folder(name).c_str(), 0700);
   start();
 }

@@ -11,7 +11,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 
-#include "support/BusConfiguration.h"
+#include "private-desktop/BusConfiguration.h"
 
 namespace quillard::test {
 namespace {
@@ -30,7 +30,7 @@ void waitFor(const char* what, const std::function<bool()>& isSo) {
 
 PrivateSecretService::PrivateSecretService() {
   const std::string file = folder("bus.conf");
-  std::ofstream(file) << busConfiguration(folder("bus"));
+  std::ofstream(file) << privatedesktop::busConfiguration(folder("bus"));
   for (const char* name : {"run", "data", "config", "cache"}) ::mkdir(folder(name).c_str(), 0700);
   bus = std::make_unique<ChildProcess>(ChildProcess::Start{
       .command = {"dbus-daemon", "--config-file=" + file, "--nofork", "--nopidfile", "--print-address=1"},

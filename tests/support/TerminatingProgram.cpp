@@ -1,5 +1,5 @@
-// terminating_program [--stuck]: says when it is up, runs until it is told to end, and says so. Stuck, it never comes to
-// an end by itself.
+// terminating_program [--stuck]: says when it is up, runs until it is told to end, and says so. Stuck, it never comes
+// to an end by itself.
 
 #include <cstdio>
 #include <string_view>

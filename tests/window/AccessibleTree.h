@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "desktop/DesktopBus.h"
+#include "private-desktop/DesktopBus.h"
 
 namespace quillard::test {
 
@@ -41,7 +41,7 @@ class AccessibleTree {
   [[nodiscard]] bool isShowing(const AccessibleObject& object);
   [[nodiscard]] AccessibleNode read(const AccessibleObject& object);
 
-  DesktopBus bus;
+  privatedesktop::DesktopBus bus;
 };
 
 // All of `node` and below that satisfy `isWanted`, parents first.

@@ -1,5 +1,7 @@
 #include <fstream>
 #include <iostream>
+#include <optional>
+#include <utility>
 
 #include <QtGui/QColor>
 #include <QtGui/QImage>
@@ -22,12 +24,22 @@ std::vector<AccessibleNode> buttons(const AccessibleNode& window) {
                  [](const AccessibleNode& node) { return node.role == "button" || node.role == "push button"; });
 }
 
+std::vector<AccessibleNode> buttonsIn(const std::optional<AccessibleNode>& window) {
+  return window ? buttons(*window) : std::vector<AccessibleNode>{};
+}
+
 class StatusWindowOnADesktop : public testing::Test {
  protected:
   DesktopProgram show(const std::string& state) {
     auto program = desktop.launch(QUILLARD_WINDOW_PROGRAM, {state});
     EXPECT_TRUE(program.waitForOutput("ready")) << program.errors();
-    EXPECT_TRUE(waitFor([&] { return tree.window("Quillard").has_value(); })) << program.errors();
+    // What is showing comes to the bus bit by bit: complete once two reads are alike.
+    std::string before;
+    EXPECT_TRUE(waitFor([&] {
+      const auto window = tree.window("Quillard");
+      const std::string now = window ? described(*window) : "";
+      return !buttonsIn(window).empty() && now == std::exchange(before, now);
+    })) << program.errors();
     return program;
   }
 
@@ -124,7 +136,7 @@ TEST_F(StatusWindowOnADesktop, TurnsDarkAndLightWithTheDesktop) {
       << pageColor(desktop).name().toStdString();
 }
 
-// Written by the process itself, in kilobytes: what of the libraries' code nobody else uses at the time is left out.
+// Written by the process itself, in kilobytes; code of libraries does not count, shared or not.
 int ownMemoryOf(pid_t process) {
   std::ifstream file{"/proc/" + std::to_string(process) + "/smaps_rollup"};
   int sum = 0;

@@ -12,8 +12,8 @@
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
-#include "desktop/DesktopBus.h"
 #include "desktop/PrivateDesktop.h"
+#include "private-desktop/DesktopBus.h"
 
 // The tray icon on real desktops: with a tray on the bus, with a classic one, with either coming late, with none.
 namespace quillard::test {

@@ -19,15 +19,16 @@
 #include <vector>
 
 #include "desktop/AccessibleTree.h"
-#include "desktop/DesktopBus.h"
 #include "desktop/Screenshot.h"
-#include "desktop/Waiting.h"
+#include "private-desktop/DesktopBus.h"
+#include "private-desktop/Waiting.h"
 
 namespace {
 
+using quillard::privatedesktop::DesktopBus;
+using quillard::privatedesktop::waitFor;
 using quillard::test::Accessible;
 using quillard::test::AccessibleTree;
-using quillard::test::DesktopBus;
 
 constexpr std::uint32_t kPanelRole = 39;
 
@@ -63,13 +64,13 @@ std::optional<Accessible> find(AccessibleTree& tree, pid_t pid, const std::strin
 
 bool see(pid_t pid, const std::string& row, const std::string& name) {
   auto tree = treeOfDesktop();
-  return quillard::test::waitFor([&] { return find(tree, pid, row, name, std::nullopt).has_value(); });
+  return waitFor([&] { return find(tree, pid, row, name, std::nullopt).has_value(); });
 }
 
 bool press(pid_t pid, const std::string& row, const std::string& label) {
   auto tree = treeOfDesktop();
   std::optional<Accessible> button;
-  const bool isThere = quillard::test::waitFor([&] {
+  const bool isThere = waitFor([&] {
     button = find(tree, pid, row, label, quillard::test::kButtonRole);
     return button.has_value();
   });

@@ -15,12 +15,12 @@
 
 #include <unistd.h>
 
-#include "desktop/PrivateDesktop.h"
+#include "private-desktop/PrivateDesktop.h"
 
 namespace {
 
-using quillard::test::DesktopProgram;
-using quillard::test::PrivateDesktop;
+using quillard::privatedesktop::DesktopProgram;
+using quillard::privatedesktop::PrivateDesktop;
 
 constexpr std::string_view kOurs = "QUILLARD_E2E_";
 

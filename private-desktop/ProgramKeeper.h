@@ -5,13 +5,13 @@
 
 #include <sys/types.h>
 
-#include "desktop/DesktopProgram.h"
-#include "desktop/ProgramRequest.h"
+#include "private-desktop/DesktopProgram.h"
+#include "private-desktop/ProgramRequest.h"
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
 // Starts programs through a process of its own, the keeper, which ends all of them, and all that they have started,
-// when this object goes or the test is killed. Programs get nothing of the test's: no descriptor, no environment.
+// when this object is destroyed or this process is killed. Programs inherit no descriptor and no environment from here.
 class ProgramKeeper {
  public:
   // `lifeline`: a descriptor that the keeper holds until everything has gone. `name` tells keepers apart in a list of
@@ -30,4 +30,4 @@ class ProgramKeeper {
   pid_t keeper = -1;
 };
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

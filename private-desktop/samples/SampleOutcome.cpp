@@ -1,4 +1,4 @@
-#include "desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/SampleOutcome.h"
 
 #include <iostream>
 

@@ -9,9 +9,9 @@
 
 #include <sys/types.h>
 
-#include "desktop/Waiting.h"
+#include "private-desktop/Waiting.h"
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
 // A program on a private desktop. It is killed with this object, and in any case with its desktop. One thread.
 class DesktopProgram {
@@ -56,4 +56,4 @@ class DesktopProgram {
   std::string errorFile;
 };
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

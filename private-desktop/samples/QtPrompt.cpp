@@ -1,4 +1,4 @@
-// A window of any kind with Qt. See tests/desktop/README.md.
+// A window of any kind with Qt. See private-desktop/samples/README.md.
 
 #include <chrono>
 #include <iostream>
@@ -23,9 +23,9 @@
 #include <QtWidgets/QToolBar>
 #include <QtWidgets/QVBoxLayout>
 
-#include "desktop/samples/SampleOptions.h"
-#include "desktop/samples/SampleOutcome.h"
-#include "desktop/samples/WindowPlacing.h"
+#include "private-desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/WindowPlacing.h"
 
 namespace quillard::samples {
 namespace {
@@ -34,6 +34,7 @@ QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
 // A part that tells accessibility it is something else: the widget's property says what.
 constexpr const char* kRoleProperty = "sampleRole";
+constexpr std::chrono::milliseconds kPlaceCheckInterval{50};
 
 QAccessibleInterface* accessibleWithRole(const QString&, QObject* object) {
   auto* const widget = qobject_cast<QWidget*>(object);
@@ -80,11 +81,13 @@ class QtPrompt : public QObject {
   void show();
   void pressed(int index, const std::string& label);
   void settle();
+  void keepPlace();
   template <typename Action>
   void after(std::chrono::milliseconds time, const Action& action) {
     auto* const timer = new QTimer(this);
     timer->setSingleShot(true);
     connect(timer, &QTimer::timeout, this, action);
+    connect(timer, &QTimer::timeout, timer, &QObject::deleteLater);
     timer->start(time);
   }
   void succeed();
@@ -291,6 +294,12 @@ void QtPrompt::settle() {
   if (options.isMinimised) window->showMinimized();
   options.isMinimised = false;
   outcome.windowIsUp();
+  if (options.at) keepPlace();
+}
+
+void QtPrompt::keepPlace() {
+  placing.keepAt(*options.at, xWindowOf(window));
+  after(kPlaceCheckInterval, [this] { keepPlace(); });
 }
 
 // A button that is none of the choices only leaves its line of output.
@@ -303,7 +312,7 @@ void QtPrompt::pressed(int index, const std::string& label) {
 
 void QtPrompt::succeed() {
   QWidget* const old = window;
-  const auto place = placing.placeOf(xWindowOf(old));
+  const auto place = options.at.value_or(placing.placeOf(xWindowOf(old)));
   options = options.successor();
   options.at = place;
   isSettled = false;

@@ -1,15 +1,19 @@
-// A window of any kind with GTK 3. See tests/desktop/README.md.
+// A window of any kind with GTK 3. See private-desktop/samples/README.md.
 
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
-#include "desktop/samples/GtkParts.h"
-#include "desktop/samples/SampleOptions.h"
-#include "desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/GtkParts.h"
+#include "private-desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/WindowPlacing.h"
 
 namespace quillard::samples {
 namespace {
 
 constexpr int kSpacing = 6;
+constexpr guint kTickMilliseconds = 5;
+constexpr guint kPlaceCheckMilliseconds = 50;
 
 class Gtk3Prompt {
  public:
@@ -33,12 +37,16 @@ class Gtk3Prompt {
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
   static gboolean onMapped(GtkWidget* window, GdkEvent*, gpointer self);
+  static gboolean onTick(gpointer self);
+  static gboolean onPlaceCheck(gpointer self);
+  void windowIsUp();
 
   SampleOptions options;
   SampleOutcome outcome;
   GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
   GtkWidget* parent = nullptr;
   GtkWidget* window = nullptr;
+  WindowPlacing placing;
   int exitCode = kClosedWithoutAButton;
 };
 
@@ -207,7 +215,6 @@ void Gtk3Prompt::show() {
   if (options.hasDialogType) gtk_window_set_type_hint(GTK_WINDOW(made), GDK_WINDOW_TYPE_HINT_DIALOG);
   if (parent) gtk_window_set_transient_for(GTK_WINDOW(made), GTK_WINDOW(parent));
   gtk_window_set_modal(GTK_WINDOW(made), options.isModal);
-  if (options.at) gtk_window_move(GTK_WINDOW(made), options.at->first, options.at->second);
   g_signal_connect(made, "map-event", G_CALLBACK(&Gtk3Prompt::onMapped), this);
   gtk_widget_show_all(made);
 }
@@ -226,10 +233,37 @@ void Gtk3Prompt::onClicked(GtkButton* button, gpointer self) {
 
 gboolean Gtk3Prompt::onMapped(GtkWidget* window, GdkEvent*, gpointer self) {
   auto& prompt = *static_cast<Gtk3Prompt*>(self);
-  if (prompt.options.isMinimised) gtk_window_iconify(GTK_WINDOW(window));
-  prompt.options.isMinimised = false;
-  prompt.outcome.windowIsUp();
+  if (window != prompt.window) return FALSE;
+  if (prompt.options.at) {
+    prompt.placing.start();
+    g_timeout_add(kTickMilliseconds, &Gtk3Prompt::onTick, self);
+  } else {
+    prompt.windowIsUp();
+  }
   return FALSE;
+}
+
+XWindow xWindowOf(GtkWidget* window) { return static_cast<XWindow>(GDK_WINDOW_XID(gtk_widget_get_window(window))); }
+
+gboolean Gtk3Prompt::onTick(gpointer self) {
+  auto& prompt = *static_cast<Gtk3Prompt*>(self);
+  const XWindow window = xWindowOf(prompt.window);
+  if (!prompt.placing.isManaged(window) || !prompt.placing.staysAt(*prompt.options.at, window)) return TRUE;
+  prompt.windowIsUp();
+  g_timeout_add(kPlaceCheckMilliseconds, &Gtk3Prompt::onPlaceCheck, self);
+  return FALSE;
+}
+
+gboolean Gtk3Prompt::onPlaceCheck(gpointer self) {
+  auto& prompt = *static_cast<Gtk3Prompt*>(self);
+  prompt.placing.keepAt(*prompt.options.at, xWindowOf(prompt.window));
+  return TRUE;
+}
+
+void Gtk3Prompt::windowIsUp() {
+  if (options.isMinimised) gtk_window_iconify(GTK_WINDOW(window));
+  options.isMinimised = false;
+  outcome.windowIsUp();
 }
 
 // A button that is none of the choices only leaves its line of output.
@@ -244,11 +278,9 @@ void Gtk3Prompt::pressed(int index, const std::string& label) {
 
 void Gtk3Prompt::succeed() {
   GtkWidget* const old = window;
-  int x = 0;
-  int y = 0;
-  gtk_window_get_position(GTK_WINDOW(old), &x, &y);
+  const auto place = options.at.value_or(placing.placeOf(xWindowOf(old)));
   options = options.successor();
-  options.at = {x, y};
+  options.at = place;
   show();
   gtk_widget_destroy(old);
 }

@@ -1,11 +1,11 @@
-#include "desktop/DesktopBus.h"
+#include "private-desktop/DesktopBus.h"
 
 #include <cstdint>
 #include <stdexcept>
 
 #include <systemd/sd-bus.h>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 namespace {
 
 constexpr const char* kBusName = "org.freedesktop.DBus";
@@ -96,4 +96,4 @@ bool DesktopBus::setServiceEnvironment(const std::vector<std::string>& variables
   return isDone;
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

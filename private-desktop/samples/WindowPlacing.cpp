@@ -1,4 +1,4 @@
-#include "desktop/samples/WindowPlacing.h"
+#include "private-desktop/samples/WindowPlacing.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -8,8 +8,8 @@
 namespace quillard::samples {
 namespace {
 
-constexpr int kMostChecks = 400;    // Two seconds, when a look is taken every 5 ms.
-constexpr int kEnoughInPlace = 6;  // Where a window stays for so many looks, it is left alone.
+constexpr int kMostChecks = 400;   // Two seconds, with a check every 5 ms.
+constexpr int kEnoughInPlace = 6;  // So often in a row counts as settled.
 
 // Of _NET_MOVERESIZE_WINDOW: the place is the corner of the frame, whatever gravity the toolkit has set, and both of
 // its numbers are given.
@@ -64,16 +64,20 @@ std::pair<int, int> WindowPlacing::placeOf(XWindow window) const {
 }
 
 void WindowPlacing::start() {
-  timeout = kMostChecks;
-  looksInPlace = 0;
+  checksLeft = kMostChecks;
+  checksInPlace = 0;
 }
 
 bool WindowPlacing::staysAt(std::pair<int, int> place, XWindow window) {
-  if (timeout-- <= 0) return true;
-  if (placeOf(window) == place) return ++looksInPlace >= kEnoughInPlace;
-  looksInPlace = 0;
+  if (checksLeft-- <= 0) return true;
+  if (placeOf(window) == place) return ++checksInPlace >= kEnoughInPlace;
+  checksInPlace = 0;
   ask(place, window);
   return false;
+}
+
+void WindowPlacing::keepAt(std::pair<int, int> place, XWindow window) {
+  if (isManaged(window) && placeOf(window) != place) ask(place, window);
 }
 
 void WindowPlacing::ask(std::pair<int, int> place, XWindow window) {

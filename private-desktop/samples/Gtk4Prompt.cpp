@@ -1,18 +1,19 @@
-// A window of any kind with GTK 4. See tests/desktop/README.md.
+// A window of any kind with GTK 4. See private-desktop/samples/README.md.
 
 #include <X11/Xlib.h>
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
 
-#include "desktop/samples/GtkParts.h"
-#include "desktop/samples/SampleOptions.h"
-#include "desktop/samples/SampleOutcome.h"
-#include "desktop/samples/WindowPlacing.h"
+#include "private-desktop/samples/GtkParts.h"
+#include "private-desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/WindowPlacing.h"
 
 namespace quillard::samples {
 namespace {
 
 constexpr int kSpacing = 6;
+constexpr guint kPlaceCheckMilliseconds = 50;
 
 class Gtk4Prompt {
  public:
@@ -37,6 +38,7 @@ class Gtk4Prompt {
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
   static gboolean onTick(gpointer self);
+  static gboolean onPlaceCheck(gpointer self);
 
   SampleOptions options;
   SampleOutcome outcome;
@@ -242,7 +244,14 @@ gboolean Gtk4Prompt::onTick(gpointer self) {
   if (prompt.options.isMinimised) gtk_window_minimize(GTK_WINDOW(prompt.window));
   prompt.options.isMinimised = false;
   prompt.outcome.windowIsUp();
+  if (prompt.options.at) g_timeout_add(kPlaceCheckMilliseconds, &Gtk4Prompt::onPlaceCheck, self);
   return FALSE;
+}
+
+gboolean Gtk4Prompt::onPlaceCheck(gpointer self) {
+  auto& prompt = *static_cast<Gtk4Prompt*>(self);
+  prompt.placing.keepAt(*prompt.options.at, xWindowOf(prompt.window));
+  return TRUE;
 }
 
 // A button that is none of the choices only leaves its line of output.
@@ -257,7 +266,7 @@ void Gtk4Prompt::pressed(int index, const std::string& label) {
 
 void Gtk4Prompt::succeed() {
   GtkWidget* const old = window;
-  const auto place = placing.placeOf(xWindowOf(old));
+  const auto place = options.at.value_or(placing.placeOf(xWindowOf(old)));
   options = options.successor();
   options.at = place;
   show();

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
 // Empty when the file cannot be read. Nor does it throw where an iterator over the stream would: a process whose file
 // below /proc is open may go before it is read.
@@ -17,4 +17,4 @@ inline std::string fileContents(const std::filesystem::path& path) {
   return contents.str();
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

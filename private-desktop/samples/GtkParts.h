@@ -5,8 +5,8 @@
 
 #include <gtk/gtk.h>
 
-#include "desktop/samples/SampleOptions.h"
-#include "desktop/samples/SampleOutcome.h"
+#include "private-desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOutcome.h"
 
 // What GTK 3 and GTK 4 have in common: included by a program of either, and compiled against its own.
 namespace quillard::samples {

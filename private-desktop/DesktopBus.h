@@ -8,16 +8,17 @@
 
 struct sd_bus;
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
-// What the desktop's own set-up, and tests of it, ask on a bus. One thread. Answers of "no" and of nobody are alike.
+// A connection to a bus of a desktop, with the calls that its set-up and its tests need. Calls wait for the answer; one
+// that fails and one that means "no" read alike. One thread.
 class DesktopBus {
  public:
-  // Throws when nobody listens at `address`.
+  // Throws when no bus listens at `address`.
   explicit DesktopBus(const std::string& address);
 
   [[nodiscard]] bool isNameOwned(const std::string& name);
-  // Of the program that owns `name`; 0 when nobody does.
+  // Of the program that owns `name`; 0 when it has no owner.
   [[nodiscard]] pid_t processOf(const std::string& name);
   // Whether the owner of `name`, started for it if need be, answers.
   [[nodiscard]] bool ping(const std::string& name, const std::string& path);
@@ -40,4 +41,4 @@ class DesktopBus {
   std::unique_ptr<sd_bus, Closing> bus;
 };
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

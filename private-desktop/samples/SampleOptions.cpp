@@ -1,4 +1,4 @@
-#include "desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOptions.h"
 
 #include <cstdlib>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "desktop/samples/SampleOptions.h"
+#include "private-desktop/samples/SampleOptions.h"
 
 namespace quillard::samples {
 
@@ -28,7 +28,7 @@ class SampleOutcome {
   bool isReady = false;
 };
 
-// Answers nobody any more.
+// Answers no request any more.
 [[noreturn]] void hang();
 
 }  // namespace quillard::samples

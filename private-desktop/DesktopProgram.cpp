@@ -1,4 +1,4 @@
-#include "desktop/DesktopProgram.h"
+#include "private-desktop/DesktopProgram.h"
 
 #include <cstdint>
 #include <stdexcept>
@@ -9,9 +9,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "support/FileContents.h"
+#include "private-desktop/FileContents.h"
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 namespace {
 
 std::optional<std::int32_t> readNumber(int descriptor, std::chrono::milliseconds timeout) {
@@ -113,4 +113,4 @@ void DesktopProgram::stop() {
 
 void DesktopProgram::resume() { send(SIGCONT); }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

@@ -1,7 +1,7 @@
-// Runs the programs of one private desktop, and outlives the test that owns it: when the test ends, even by SIGKILL, it
-// ends every program and whatever those have started, and then itself.
+// Runs the programs of one private desktop, and outlives the process that owns it: when the owner ends, even by
+// SIGKILL, it ends every program and whatever those have started, and then itself.
 //
-// Descriptor 0: a socket whose end is the end of the test. Each message asks for one program (see ProgramKeeper.cpp).
+// Descriptor 0: a socket that closes when the owner ends. Each message asks for one program (see ProgramKeeper.cpp).
 // Descriptor 3: held until all have gone, so that the janitor of the desktop's folder waits for that.
 
 #include <algorithm>
@@ -28,11 +28,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "desktop/ProgramRequest.h"
+#include "private-desktop/ProgramRequest.h"
 
 namespace {
 
-using quillard::test::ProgramRequest;
+using quillard::privatedesktop::ProgramRequest;
 
 constexpr int kOwner = 0;
 constexpr int kLifeline = 3;
@@ -45,7 +45,7 @@ struct Kept {
 std::map<pid_t, Kept> programs;
 
 void tell(int report, std::int32_t number) {
-  // The owner may have lost interest: nothing to be done about it.
+  // The owner may have closed its end, which is no error.
   while (::write(report, &number, sizeof number) < 0 && errno == EINTR) {
   }
 }

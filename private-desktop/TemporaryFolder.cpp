@@ -1,4 +1,4 @@
-#include "support/TemporaryFolder.h"
+#include "private-desktop/TemporaryFolder.h"
 
 #include <array>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
 namespace {
 
@@ -20,13 +20,13 @@ std::string placeOfFolders() {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard-test.XXXXXX") {
+TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard.XXXXXX") {
   std::array<int, 2> pipe{-1, -1};
   if (!::mkdtemp(folder.data()) || ::pipe(pipe.data()) != 0) throw std::runtime_error("mkdtemp");
   for (const int end : pipe) ::fcntl(end, F_SETFD, FD_CLOEXEC);
   janitor = ::fork();
   if (janitor == 0) {
-    // Not to be killed along with the test by a signal to its group. Tries again, since servers may still be writing.
+    // Not to be killed by a signal to the group of its owner. Tries again, since servers may still be writing.
     ::setsid();
     ::dup2(pipe[0], STDIN_FILENO);
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -45,4 +45,4 @@ TemporaryFolder::~TemporaryFolder() {
   ::waitpid(janitor, nullptr, 0);
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

@@ -1,4 +1,4 @@
-#include "desktop/ProgramKeeper.h"
+#include "private-desktop/ProgramKeeper.h"
 
 #include <array>
 #include <cstring>
@@ -11,7 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 namespace {
 
 // Closed when it goes out of scope.
@@ -62,7 +62,7 @@ ProgramKeeper::ProgramKeeper(int lifeline, std::string name) {
   ::posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
   posix_spawnattr_t attributes;
   ::posix_spawnattr_init(&attributes);
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);  // A signal to the test's group is not for it.
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);  // A signal to the owner's group is not for it.
   std::string path = QUILLARD_DESKTOP_KEEPER;
   std::array<char*, 3> arguments{path.data(), name.data(), nullptr};
   const int error = ::posix_spawn(&keeper, path.c_str(), &actions, &attributes, arguments.data(), environ);
@@ -92,4 +92,4 @@ DesktopProgram ProgramKeeper::start(const ProgramRequest& request, const std::st
   return {report[0], files + ".out", files + ".err"};
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

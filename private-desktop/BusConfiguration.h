@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
-// The configuration of a session bus of a test: whoever runs as this user may do anything. `serviceFolder` holds the
+// The configuration of a private session bus: programs of this user may do anything. `serviceFolder` holds the
 // descriptions of services that the bus starts by itself; none when it is empty.
 inline std::string busConfiguration(const std::string& socket, const std::string& serviceFolder = {}) {
   const std::string services = serviceFolder.empty() ? "" : "<servicedir>" + serviceFolder + "</servicedir>";
@@ -16,4 +16,4 @@ inline std::string busConfiguration(const std::string& socket, const std::string
          "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

@@ -25,12 +25,14 @@ class WindowPlacing {
   // The corner of the frame, or of the window where it has none. 0, 0 when there is no such window.
   [[nodiscard]] std::pair<int, int> placeOf(XWindow window) const;
 
-  // From here on the looks of `staysAt` are counted for another window.
+  // From here on the checks of `staysAt` are counted for another window.
   void start();
-  // One look, which asks for the place when the window is elsewhere. Asked once, the move may be undone: the window
-  // manager goes on placing a new window, and its toolkit sizing it. True when the window has stayed there for some
-  // looks in a row, or has been asked without success for long enough.
+  // One check, which asks for the place when the window is elsewhere. Asked once, the move may be undone: the window
+  // manager goes on placing a new window, and its toolkit sizing it. True when the window was there for some checks in
+  // a row, or has been asked without success for long enough.
   [[nodiscard]] bool staysAt(std::pair<int, int> place, XWindow window);
+  // The same check for a window that is up: on a busy machine the move may be undone even later.
+  void keepAt(std::pair<int, int> place, XWindow window);
 
  private:
   struct Disconnect {
@@ -40,8 +42,8 @@ class WindowPlacing {
   [[nodiscard]] XWindow root() const;
 
   const std::unique_ptr<xcb_connection_t, Disconnect> connection;
-  int timeout = 0;
-  int looksInPlace = 0;
+  int checksLeft = 0;
+  int checksInPlace = 0;
 };
 
 }  // namespace quillard::samples

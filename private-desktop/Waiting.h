@@ -3,9 +3,9 @@
 #include <chrono>
 #include <thread>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
-// How long a test waits for what should come at once: long enough for a busy machine, since only failures use it up.
+// How long to wait for what should come immediately: long enough for a busy machine, since only failures use it up.
 inline constexpr std::chrono::seconds kTimeout{20};
 
 // Waits until `condition` is true, and says whether it became so. It is asked every few milliseconds, and one last time
@@ -20,4 +20,4 @@ template <typename Condition>
   return true;
 }
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-namespace quillard::test {
+namespace quillard::privatedesktop {
 
-// What a test asks of the keeper of its desktop: one program. It travels with descriptors for the report (a process id,
-// then its wait status, each as a 32-bit number), standard input, output and error.
+// What the owner of a desktop asks of its keeper: one program. It travels with descriptors for the report (a process
+// id, then its wait status, each as a 32-bit number), standard input, output and error.
 struct ProgramRequest {
   static constexpr std::size_t kDescriptors = 4;
   static constexpr std::size_t kMaximumSize = std::size_t{128} * 1024;
@@ -49,4 +49,4 @@ struct ProgramRequest {
   }
 };
 
-}  // namespace quillard::test
+}  // namespace quillard::privatedesktop

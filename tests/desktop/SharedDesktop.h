@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "desktop/ClientList.h"
+#include "desktop/PrivateDesktop.h"
+
+namespace quillard::test {
+
+// A desktop that the tests of a suite share, one after another, because bringing one up costs as much as a short test.
+// A test that leaves a window behind gets the next one a new desktop. For suites whose tests only start and end
+// programs.
+//
+//   class Something : public testing::Test {
+//     static void TearDownTestSuite() { shared.end(); }
+//     inline static SharedDesktop shared;
+class SharedDesktop {
+ public:
+  // Free of windows. Made by the first call.
+  [[nodiscard]] PrivateDesktop& get() {
+    using namespace std::chrono_literals;
+    if (desktop && !waitFor([this] { return ClientList(*desktop).windows().empty(); }, 1s)) desktop.reset();
+    if (!desktop) desktop = std::make_unique<PrivateDesktop>();
+    return *desktop;
+  }
+  void end() { desktop.reset(); }
+
+ private:
+  std::unique_ptr<PrivateDesktop> desktop;
+};
+
+}  // namespace quillard::test

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "contract/SecretStoreContract.h"
+#include "contract/storage/SecretStoreContract.h"
 #include "platform/linux/storage/SecretServiceStore.h"
 #include "support/PrivateSecretService.h"
 
@@ -41,16 +41,17 @@ class LinuxBinding final : public SecretStoreBinding {
  public:
   LinuxBinding() { session.startUnlocked(); }
   platform::SecretStore& store() override { return first; }
-  std::unique_ptr<platform::SecretStore> reopen() override {
+  platform::SecretStore& reopen() override {
     session.killService();
     session.startUnlocked();
-    return std::make_unique<SecretServiceStore>(environment, session.folder("data/quillard"));
+    return next.emplace(environment, session.folder("data/quillard"));
   }
 
  private:
   PrivateSecretService session;
   const ProcessEnvironment environment{session};
   SecretServiceStore first{environment, session.folder("data/quillard")};
+  std::optional<SecretServiceStore> next;
 };
 
 std::unique_ptr<SecretStoreBinding> makeLinux() { return std::make_unique<LinuxBinding>(); }

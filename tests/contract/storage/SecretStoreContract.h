@@ -17,8 +17,8 @@ class SecretStoreBinding {
   SecretStoreBinding& operator=(const SecretStoreBinding&) = delete;
   virtual ~SecretStoreBinding() = default;
   virtual platform::SecretStore& store() = 0;
-  // A second store over the same place, as the next run of the program has it.
-  virtual std::unique_ptr<platform::SecretStore> reopen() = 0;
+  // The store over the same place that the next run of the program has. Lives as long as this.
+  virtual platform::SecretStore& reopen() = 0;
 };
 
 struct SecretStoreCase {

@@ -1,4 +1,4 @@
-#include "contract/SecretStoreContract.h"
+#include "contract/storage/SecretStoreContract.h"
 
 namespace quillard::test {
 namespace {
@@ -69,8 +69,27 @@ TEST_P(SecretStoreContract, AnEmptySecretIsNotAMissingOne) {
 TEST_P(SecretStoreContract, KeepsItemsFromRunToRun) {
   Place place(GetParam());
   EXPECT_EQ(place.add("kept"), SecretStatusCode::success);
-  const auto next = place.binding->reopen();
-  EXPECT_EQ(next->copyMatching(place.place, kService, kAccount).data.text(), "kept");
+  auto& next = place.binding->reopen();
+  EXPECT_EQ(next.copyMatching(place.place, kService, kAccount).data.text(), "kept");
+}
+
+TEST_P(SecretStoreContract, TheTwoPlacesAreApart) {
+  Place place(GetParam());
+  const auto other = place.place == platform::SecretPlace::fileKeychain ? platform::SecretPlace::dataProtectionKeychain
+                                                                        : platform::SecretPlace::fileKeychain;
+  auto& store = place.binding->store();
+  EXPECT_EQ(place.add("here"), SecretStatusCode::success);
+  EXPECT_EQ(store.copyMatching(other, kService, kAccount).status.code, SecretStatusCode::itemNotFound);
+  EXPECT_EQ(store.add(other, kService, kAccount, Secret("there")).code, SecretStatusCode::success);
+  EXPECT_EQ(place.remove(), SecretStatusCode::success);
+  EXPECT_EQ(store.copyMatching(other, kService, kAccount).data.text(), "there");
+}
+
+TEST_P(SecretStoreContract, AFailureSaysWhy) {
+  Place place(GetParam());
+  EXPECT_EQ(place.binding->store().add(place.place, kService, kAccount, Secret("first")).text, "");
+  EXPECT_NE(place.binding->store().add(place.place, kService, kAccount, Secret("second")).text, "");
+  EXPECT_NE(place.read("never stored").status.text, "");
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "contract/process/CalendarContract.h"
 #include "contract/process/ConsoleContract.h"
 #include "contract/process/EnvironmentContract.h"
+#include "contract/process/LockFilesContract.h"
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
 #include "contract/shell/LoginServiceContract.h"
@@ -27,6 +28,7 @@
 #include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/DesktopNotifications.h"
+#include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/SystemRandom.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
@@ -35,6 +37,7 @@
 #include "platform/qt/SystemClock.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
+#include "support/ChildProcess.h"
 #include "support/FileContents.h"
 #include "support/NotificationServer.h"
 #include "support/TemporaryFolder.h"
@@ -158,6 +161,44 @@ std::unique_ptr<platform::Random> makeFailingRandom() {
   });
 }
 
+class FileLocksBinding final : public LockFilesBinding {
+ public:
+  FileLocksBinding() {
+    std::filesystem::create_directory(runtimeFolder);
+    std::filesystem::permissions(runtimeFolder, std::filesystem::perms::owner_all);
+    environment.set("XDG_RUNTIME_DIR", runtimeFolder);
+    environment.set("TMPDIR", temporary.path());
+  }
+  AcquiredLock acquire(const std::string& fileName) override {
+    const auto result = locks.acquire(fileName);
+    if (result.outcome != platform::LockOutcome::acquired) return {result.outcome, nullptr};
+    return {result.outcome,
+            std::shared_ptr<void>(this, [this, descriptor = result.descriptor](void*) { locks.release(descriptor); })};
+  }
+  platform::LockOutcome acquireInOtherProcess(const std::string& fileName) override {
+    other = std::make_unique<ChildProcess>(ChildProcess::Start{
+        .command = {LOCK_HOLDER, fileName},
+        .environment = {"XDG_RUNTIME_DIR=" + runtimeFolder, "TMPDIR=" + temporary.path(), "PATH=/usr/bin:/bin"},
+        .input = {}});
+    const auto outcome = other->readLine();
+    if (outcome == "acquired") return platform::LockOutcome::acquired;
+    if (outcome == "held elsewhere") return platform::LockOutcome::heldElsewhere;
+    return platform::LockOutcome::unavailable;
+  }
+  void endOtherProcess() override { other->kill(); }
+  void makeFolderUnusable() override {
+    environment.unset("XDG_RUNTIME_DIR");
+    environment.set("TMPDIR", temporary.path() + "/missing");
+  }
+
+ private:
+  const TemporaryFolder temporary;
+  const std::string runtimeFolder = temporary.path() + "/run";
+  platform::simulated::SimulatedEnvironment environment;
+  desktop::FileLocks locks{environment};
+  std::unique_ptr<ChildProcess> other;
+};
+
 // ---- Storage
 
 class FileUserDefaultsBinding final : public UserDefaultsBinding {
@@ -237,6 +278,7 @@ INSTANTIATE_TEST_SUITE_P(Linux, CalendarContract, testing::Values(&make<Calendar
 INSTANTIATE_TEST_SUITE_P(Linux, EnvironmentContract,
                          testing::Values(&make<EnvironmentBinding, ProcessEnvironmentBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, ConsoleContract, testing::Values(&make<ConsoleBinding, FileConsoleBinding>));
+INSTANTIATE_TEST_SUITE_P(Linux, LockFilesContract, testing::Values(&make<LockFilesBinding, FileLocksBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
 INSTANTIATE_TEST_SUITE_P(Linux, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, FileUserDefaultsBinding>));

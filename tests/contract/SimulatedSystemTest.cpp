@@ -5,6 +5,7 @@
 #include "contract/process/CalendarContract.h"
 #include "contract/process/ConsoleContract.h"
 #include "contract/process/EnvironmentContract.h"
+#include "contract/process/LockFilesContract.h"
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
 #include "contract/shell/LoginServiceContract.h"
@@ -14,6 +15,7 @@
 #include "platform/simulated/SimulatedCalendar.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
+#include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "platform/simulated/SimulatedSecretStore.h"
@@ -124,6 +126,27 @@ std::unique_ptr<platform::Random> makeFailingRandom() {
   return random;
 }
 
+class SimulatedLocksBinding final : public LockFilesBinding {
+ public:
+  AcquiredLock acquire(const std::string& fileName) override {
+    const auto result = own.acquire(fileName);
+    if (result.outcome != platform::LockOutcome::acquired) return {result.outcome, nullptr};
+    return {result.outcome,
+            std::shared_ptr<void>(this, [this, descriptor = result.descriptor](void*) { own.release(descriptor); })};
+  }
+  platform::LockOutcome acquireInOtherProcess(const std::string& fileName) override {
+    if (!other) other.emplace(folder);
+    return other->acquire(fileName).outcome;
+  }
+  void endOtherProcess() override { other.reset(); }
+  void makeFolderUnusable() override { folder.setUnavailable(true); }
+
+ private:
+  SimulatedLockFolder folder;
+  SimulatedLockFiles own{folder};
+  std::optional<SimulatedLockFiles> other;
+};
+
 // ---- Storage
 
 class SimulatedUserDefaultsBinding final : public UserDefaultsBinding {
@@ -189,6 +212,7 @@ INSTANTIATE_TEST_SUITE_P(Simulated, CalendarContract,
 INSTANTIATE_TEST_SUITE_P(Simulated, EnvironmentContract,
                          testing::Values(&make<EnvironmentBinding, SimulatedEnvironmentBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, ConsoleContract, testing::Values(&make<ConsoleBinding, SimulatedConsoleBinding>));
+INSTANTIATE_TEST_SUITE_P(Simulated, LockFilesContract, testing::Values(&make<LockFilesBinding, SimulatedLocksBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
 INSTANTIATE_TEST_SUITE_P(Simulated, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, SimulatedUserDefaultsBinding>));

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -12,20 +13,29 @@
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 
-// A whole desktop at one moment, as the accessibility interface, the workspace and the window list showed it. Plain
-// values: recorded on one computer, read by people, played back on another.
+// The windows of a whole desktop at one time, as the accessibility interface, the workspace and the window list
+// reported them. Plain values: recorded on one computer, read by people, loaded into the simulated desktop on another.
 namespace quillard::recording {
 
-// Unique among the elements of one recording, not empty, UTF-8. Of the recorder: "#1", "#2" and so on.
+// Unique among the elements of one recording, not empty, UTF-8. The recorder gives "#1", "#2" and so on.
 using ElementId = std::string;
+
+// Shorter ids first, then by bytes: "#9" before "#10". Elements are therefore in the order in which they were recorded,
+// each before what lies inside it.
+struct ElementIdOrder {
+  using is_transparent = void;
+  bool operator()(std::string_view a, std::string_view b) const {
+    return a.size() == b.size() ? a < b : a.size() < b.size();
+  }
+};
 
 struct ElementReference {
   ElementId id;
   bool operator==(const ElementReference&) const = default;
 };
 
-// What a request for an attribute was answered with: a value in the kind in which the application gave it, or the error
-// (never `success`). Text is as the application gave it, broken UTF-8 included. Every id stands for a recorded element.
+// The answer to a request for an attribute: a value of the kind that the application gave, or the error (never
+// `success`). Text is as the application gave it, broken UTF-8 included. Every id is that of a recorded element.
 using RecordedValue = std::variant<platform::AXForeignValue, bool, std::int64_t, double, std::string, Point, Size, Rect,
                                    ElementReference, std::vector<ElementId>, platform::AXError>;
 
@@ -35,19 +45,19 @@ using RecordedAttributes = std::map<std::string, RecordedValue, std::less<>>;
 // Elements form a graph rather than a tree: `AXChildren`, `AXWindows` and `AXParent` are attributes like all others,
 // and an application may list an element twice, or one that contains itself.
 struct RecordedElement {
-  std::optional<std::int32_t> processIdentifier;  // Of its owner. Absent when it could not be told.
+  std::optional<std::int32_t> processIdentifier;  // Of its owner. Absent when it is unknown.
   RecordedAttributes attributes;
-  std::variant<std::vector<std::string>, platform::AXError> actionNames;  // Empty too where nobody asked.
+  std::variant<std::vector<std::string>, platform::AXError> actionNames;  // Empty too where they were not asked for.
 
-  // Equal when they show the same: here a number that is NaN equals itself.
+  // Equal when they report the same: here a number that is NaN equals itself.
   bool operator==(const RecordedElement& other) const;
 };
 
 struct RecordedApplication {
   platform::RunningApplication application;
   bool isFrontmost = false;    // At most one of a recording.
-  bool missedTimeout = false;  // It hung while it was recorded: what is here is what could be read before.
-  ElementId element;           // What stands for the application itself, with its windows.
+  bool missedTimeout = false;  // It hung while it was recorded: what is here is what was read before.
+  ElementId element;           // The application's own element, with its windows.
   bool operator==(const RecordedApplication&) const = default;
 };
 
@@ -61,8 +71,8 @@ struct RecordedWindowListEntry {
 
 struct RecordedDesktop {
   std::vector<RecordedApplication> applications;  // In the order of the workspace, process identifiers unique.
-  std::map<ElementId, RecordedElement, std::less<>> elements;
-  // What the system-wide element says.
+  std::map<ElementId, RecordedElement, ElementIdOrder> elements;
+  // Attributes of the system-wide element. Absent: it has none.
   std::optional<ElementId> focusedWindow;
   std::optional<ElementId> focusedElement;
   std::vector<RecordedWindowListEntry> windowList;  // Front to back.

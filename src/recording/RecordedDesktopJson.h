@@ -8,66 +8,70 @@
 #include "foundation/StrictJson.h"
 #include "recording/RecordedDesktop.h"
 
-// Recorded desktops as text that a person can read, cut down and write by hand:
+// Recorded desktops as JSON of one line for each application, window-list entry and element, so that a person can read
+// it, cut it down and write it by hand, and a comparison of two shows the elements that differ:
 //
 //   {
 //     "format": "quillard.recorded-desktop",
-//     "version": 1,
+//     "version": 2,
 //     "applications": [
-//       {
-//         "name": "Files",
-//         "frontmost": true,
-//         "windows": [
-//           {
-//             "title": "Erase disk?",
-//             "subrole": "AXDialog",
-//             "frame": [40, 60, 320, 140],
-//             "attributes": {"AXMinimized": false, "AXDefaultButton": {"element": "erase"}},
-//             "children": [
-//               {"role": "AXStaticText", "value": "This cannot be undone."},
-//               {"id": "erase", "role": "AXButton", "title": "Erase", "frame": [260, 160, 80, 24]}
-//             ]
-//           }
-//         ]
-//       }
+//       {"processIdentifier":412,"name":"Files","frontmost":true,"element":"#1"}
 //     ],
-//     "focusedElement": "erase",
-//     "windowList": [{"ownerProcessIdentifier": 1001, "ownerName": "Files", "layer": 0, "bounds": [40, 60, 320, 140]}]
+//     "focusedElement": "#4",
+//     "windowList": [
+//       {"ownerProcessIdentifier":412,"ownerName":"Files","layer":0,"bounds":[40,60,320,140]}
+//     ],
+//     "elements": [
+//       {"id":"#1","process":412,"role":"AXApplication","windows":["#2"]},
+//       {"id":"#2","process":412,"parent":"#1","role":"AXWindow","attributes":{"AXTitle":"Erase disk?",
+//        "AXPosition":{"point":[40,60]},"AXSize":{"size":[320,140]}},"actions":["AXRaise"],"children":["#3","#4"]},
+//       {"id":"#3","process":412,"parent":"#2","role":"AXStaticText","attributes":{"AXValue":"It is gone then."}},
+//       {"id":"#4","process":412,"parent":"#2","role":"AXButton","attributes":{"AXTitle":"Erase"},"actions":["AXPress"]}
+//     ]
 //   }
 //
-// An application is an element with the workspace's facts: "processIdentifier", "name", "bundleIdentifier",
-// "activationPolicy", "active", "hidden", "terminated", "frontmost", "missedTimeout". An element has "id", "process",
-// "role", "subrole", "title", "description", "value", "modal", "frame" (position and size in one), "windows",
-// "children", "actions", and under "attributes" all others by their AX names. Elements that stand in no list of windows
-// or children are under "elements" of the whole. An element that is listed a second time is a mere id in that list.
+// (Element "#2" is one line in a file.) Nothing is implied: a member that is left out, or null, is absent.
+//
+// The whole: "format", "version", "cut" (limits left something out), "applications", "focusedWindow" and
+// "focusedElement" (ids), "windowList" (front to back), "elements".
+// An application: "processIdentifier", "name", "bundleIdentifier", "activationPolicy" ("regular" unless given),
+// "active", "hidden", "terminated", "frontmost", "missedTimeout", and "element", the id of its own element.
+// A window-list entry: "ownerProcessIdentifier", "ownerName", "windowName", "layer", "alpha", "bounds", "onScreen"
+// (true unless given).
+// An element: "id", "process" (of its owner), "parent", "role", "attributes" by their AX names, "actions", "windows"
+// and "children". Parent, role, windows and children are the attributes AXParent, AXRole, AXWindows and AXChildren
+// where they are an element, a text and lists of elements; where they are anything else, they are among the attributes.
+// They are independent of one another, as applications report them: an element may list another one whose parent it is
+// not.
 //
 // Values are JSON's own where it has them; others are objects of one member: {"point": [x, y]}, {"size": [w, h]},
 // {"rect": [x, y, w, h]}, {"element": id}, {"elements": [ids]}, {"number": "nan" | "inf" | "-inf"}, {"foreign": true},
 // {"error": "noValue"}, and {"bytes": hexadecimal} for text that is no UTF-8. 5 is an integer, 5.0 a number, except in
-// frames and bounds.
-//
-// Whatever is left out is what one would expect: an element's id (nothing can refer to it then), its owner and its
-// parent (those around it), a role by its place (AXApplication, AXWindow, else AXGroup), AXPress for a button and
-// AXRaise for a window or a sheet, an empty list of children, or of windows for an application, and the process
-// identifier 1001 for the first application, 1002 for the second. null says that the element has no such attribute at
-// all.
+// points, sizes and rectangles.
 namespace quillard::recording {
 
 inline constexpr std::string_view kRecordedDesktopFormat = "quillard.recorded-desktop";
-inline constexpr int kRecordedDesktopVersion = 1;
+inline constexpr int kRecordedDesktopVersion = 2;
 
-// Children inside one another take two levels each.
-inline constexpr JsonLimits kRecordedDesktopLimits{.bytes = std::size_t{64} * 1024 * 1024, .depth = 512};
-// A small text can hold a great many empty elements.
-inline constexpr std::size_t kRecordedDesktopElements = 250'000;
+// What the reader accepts at most. A recording with the recorder's own limits is far below.
+struct RecordedDesktopLimits {
+  // The deepest value: whole, list of elements, element, attributes, value, its list, a number that JSON has no word
+  // for.
+  JsonLimits json{.bytes = std::size_t{64} * 1024 * 1024, .depth = 7};
+  std::size_t applications = 10'000;
+  std::size_t windowListEntries = 100'000;
+  std::size_t elements = 250'000;
+  std::size_t elementDepth = 2000;  // Elements inside one another by their windows and children.
+};
 
-// Indented by two, ending in a line break, the same for equal desktops. Trees that are deeper than the limits allow are
-// cut into pieces that refer to one another.
+// Ends in a line break; the same text for equal desktops. Applications and window-list entries are in their order,
+// elements in that of their ids.
 [[nodiscard]] std::string recordedDesktopText(const RecordedDesktop& desktop);
 
-// The desktop, or the first thing that was wrong with the text: beyond the limits, of another format or version, a
-// member of the wrong kind or of an unknown name, an id or a process identifier that stands twice, a reference to an
-// element that is not there.
-[[nodiscard]] std::variant<RecordedDesktop, JsonError> readRecordedDesktop(std::string_view text);
+// The desktop, or the first thing that is wrong with the text, and where: it is beyond the limits, of another format or
+// version, a member is of the wrong kind or of an unknown name, an id, an attribute or a process identifier is there
+// twice, or an id is that of no element.
+[[nodiscard]] std::variant<RecordedDesktop, JsonError> readRecordedDesktop(std::string_view text,
+                                                                           const RecordedDesktopLimits& limits = {});
 
 }  // namespace quillard::recording

@@ -1,10 +1,6 @@
-#include <array>
 #include <utility>
 
-#include "recording/ReadableJson.h"
 #include "recording/RecordedDesktopJson.h"
-#include "recording/RecordedDesktopLayout.h"
-#include "recording/RecordedDesktopMembers.h"
 #include "recording/RecordedValueJson.h"
 
 namespace quillard::recording {
@@ -12,190 +8,116 @@ namespace {
 
 namespace ax = platform::ax;
 
-// Each takes two levels, the whole and its lists some more, and the values of the deepest element three.
-constexpr int kDeepestElement = 240;
-static_assert(2 * kDeepestElement + 8 <= static_cast<int>(kRecordedDesktopLimits.depth));
+// On one line. Ids and attribute names are UTF-8 by contract; a broken one becomes replacement characters.
+std::string lineOf(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-// The attributes of one element that are not written yet.
-class Remaining {
+// The members of the whole, one after another.
+class DesktopText {
  public:
-  explicit Remaining(const RecordedAttributes& attributes) {
-    for (const auto& [name, value] : attributes) left.emplace(name, &value);
+  void addMember(std::string_view name, const Json& value) { begin(name) += lineOf(value); }
+
+  template <class Range, class ToJson>
+  void addList(std::string_view name, const Range& range, ToJson toJson) {
+    auto& list = begin(name);
+    const char* separator = "[\n    ";
+    for (const auto& entry : range) {
+      list += separator + lineOf(toJson(entry));
+      separator = ",\n    ";
+    }
+    list += range.empty() ? "[]" : "\n  ]";
   }
 
-  // Null when there is none, or it was taken.
-  const RecordedValue* take(std::string_view name) {
-    const auto found = left.find(name);
-    if (found == left.end()) return nullptr;
-    const auto* value = found->second;
-    left.erase(found);
-    return value;
-  }
-  template <class T>
-  const T* peek(std::string_view name) const {
-    const auto found = left.find(name);
-    return found == left.end() ? nullptr : std::get_if<T>(found->second);
-  }
-  [[nodiscard]] const std::map<std::string_view, const RecordedValue*>& all() const { return left; }
+  [[nodiscard]] std::string finish() && { return std::move(text) + "\n}\n"; }
 
  private:
-  std::map<std::string_view, const RecordedValue*> left;
+  std::string& begin(std::string_view name) {
+    text += text.empty() ? "{\n  " : ",\n  ";
+    return text += lineOf(Json(name)) + ": ";
+  }
+
+  std::string text;
 };
 
-class DesktopWriter {
- public:
-  explicit DesktopWriter(const RecordedDesktop& desktop) : desktop(desktop), layout(desktop, kDeepestElement) {}
+Json applicationJson(const RecordedApplication& recorded) {
+  const auto& application = recorded.application;
+  Json json{{"processIdentifier", application.processIdentifier}};
+  if (application.localizedName) json["name"] = textJson(*application.localizedName);
+  if (application.bundleIdentifier) json["bundleIdentifier"] = textJson(*application.bundleIdentifier);
+  json["activationPolicy"] = policyName(application.activationPolicy);
+  if (application.isActive) json["active"] = true;
+  if (application.isHidden) json["hidden"] = true;
+  if (application.isTerminated) json["terminated"] = true;
+  if (recorded.isFrontmost) json["frontmost"] = true;
+  if (recorded.missedTimeout) json["missedTimeout"] = true;
+  json["element"] = recorded.element;
+  return json;
+}
 
-  [[nodiscard]] Json write() const {
-    Json json{{"format", kRecordedDesktopFormat}, {"version", kRecordedDesktopVersion}};
-    if (desktop.isCut) json["cut"] = true;
-    json["applications"] = applicationsJson();
-    if (!layout.elementsOfTheWhole().empty()) {
-      json["elements"] = listJson(layout.elementsOfTheWhole(), ElementList::elements, {});
-    }
-    if (desktop.focusedWindow) json["focusedWindow"] = *desktop.focusedWindow;
-    if (desktop.focusedElement) json["focusedElement"] = *desktop.focusedElement;
-    json["windowList"] = Json::array();
-    for (const auto& entry : desktop.windowList) json["windowList"].push_back(windowListEntryJson(entry));
-    return json;
+Json windowListEntryJson(const RecordedWindowListEntry& recorded) {
+  const auto& entry = recorded.entry;
+  Json json = Json::object();
+  if (entry.ownerProcessIdentifier) json["ownerProcessIdentifier"] = *entry.ownerProcessIdentifier;
+  if (entry.ownerName) json["ownerName"] = textJson(*entry.ownerName);
+  if (entry.windowName) json["windowName"] = textJson(*entry.windowName);
+  if (entry.layer) json["layer"] = *entry.layer;
+  if (entry.alpha) json["alpha"] = numberJson(*entry.alpha);
+  if (const auto& bounds = entry.bounds) {
+    json["bounds"] = numbersJson({bounds->x, bounds->y, bounds->width, bounds->height});
   }
+  if (!recorded.isOnScreen) json["onScreen"] = false;
+  return json;
+}
 
- private:
-  [[nodiscard]] Json applicationsJson() const {
-    Json list = Json::array();
-    for (std::size_t i = 0; i < desktop.applications.size(); ++i) {
-      const auto& application = desktop.applications[i];
-      Json json = factsJson(application);
-      if (layout.isPlacedAt(application.element, ElementList::applications, {}, i)) {
-        writeElement(application.element, application.application.processIdentifier, json);
-      } else {
-        json["element"] = application.element;
-      }
-      list.push_back(std::move(json));
-    }
-    return list;
+template <class T>
+const T* attributeOf(const RecordedElement& element, std::string_view name) {
+  const auto found = element.attributes.find(name);
+  return found == element.attributes.end() ? nullptr : std::get_if<T>(&found->second);
+}
+
+Json elementJson(const std::pair<const ElementId, RecordedElement>& entry) {
+  const auto& [id, element] = entry;
+  const auto* parent = attributeOf<ElementReference>(element, ax::kParent);
+  const auto* role = attributeOf<std::string>(element, ax::kRole);
+  const auto* windows = attributeOf<std::vector<ElementId>>(element, ax::kWindows);
+  const auto* children = attributeOf<std::vector<ElementId>>(element, ax::kChildren);
+  const auto hasOwnMember = [&](std::string_view name) {
+    return (parent && name == ax::kParent) || (role && name == ax::kRole) || (windows && name == ax::kWindows) ||
+           (children && name == ax::kChildren);
+  };
+
+  Json json{{"id", id}};
+  if (element.processIdentifier) json["process"] = *element.processIdentifier;
+  if (parent) json["parent"] = parent->id;
+  if (role) json["role"] = textJson(*role);
+  Json attributes = Json::object();
+  for (const auto& [name, value] : element.attributes) {
+    if (!hasOwnMember(name)) attributes[name] = valueJson(value);
   }
-
-  // What the workspace says of the application.
-  static Json factsJson(const RecordedApplication& recorded) {
-    const auto& application = recorded.application;
-    Json json{{"processIdentifier", application.processIdentifier}};
-    if (application.localizedName) json["name"] = textJson(*application.localizedName);
-    if (application.bundleIdentifier) json["bundleIdentifier"] = textJson(*application.bundleIdentifier);
-    for (const auto& [policy, name] : kActivationPolicies) {
-      if (policy == application.activationPolicy) json["activationPolicy"] = name;
-    }
-    if (application.isActive) json["active"] = true;
-    if (application.isHidden) json["hidden"] = true;
-    if (application.isTerminated) json["terminated"] = true;
-    if (recorded.isFrontmost) json["frontmost"] = true;
-    if (recorded.missedTimeout) json["missedTimeout"] = true;
-    return json;
+  if (!attributes.empty()) json["attributes"] = std::move(attributes);
+  const auto* names = std::get_if<std::vector<std::string>>(&element.actionNames);
+  if (!names) {
+    json["actions"] = errorJson(std::get<platform::AXError>(element.actionNames));
+  } else if (!names->empty()) {
+    json["actions"] = textsJson(*names);
   }
-
-  static Json windowListEntryJson(const RecordedWindowListEntry& recorded) {
-    const auto& entry = recorded.entry;
-    Json json = Json::object();
-    if (entry.ownerProcessIdentifier) json["ownerProcessIdentifier"] = *entry.ownerProcessIdentifier;
-    if (entry.ownerName) json["ownerName"] = textJson(*entry.ownerName);
-    if (entry.windowName) json["windowName"] = textJson(*entry.windowName);
-    if (entry.layer) json["layer"] = *entry.layer;
-    if (entry.alpha) json["alpha"] = numberJson(*entry.alpha);
-    if (const auto& bounds = entry.bounds) {
-      json["bounds"] = numbersJson({bounds->x, bounds->y, bounds->width, bounds->height});
-    }
-    if (!recorded.isOnScreen) json["onScreen"] = false;
-    return json;
-  }
-
-  // Adds the element's members to `json`. `owner`: the process that the reader will take for its owner.
-  void writeElement(const ElementId& id, std::optional<std::int32_t> owner, Json& json) const {
-    const auto& element = desktop.elements.find(id)->second;
-    const auto& place = layout.place(id);
-    if (id != expectedId(place.position) || layout.isReferredTo(id)) json["id"] = id;
-    if (element.processIdentifier != owner) {
-      json["process"] = element.processIdentifier ? Json(*element.processIdentifier) : Json();
-    }
-    Remaining remaining{element.attributes};
-    const RecordedValue role{std::string(expectedRole(place.list))};
-    writeAttribute("role", remaining.take(ax::kRole), &role, json);
-    for (const auto& [member, name] : kEverydayMembers) writeAttribute(member, remaining.take(name), nullptr, json);
-    writeFrame(remaining, json);
-    writeActions(element, json);
-    const auto* windows = remaining.take(ax::kWindows);
-    const auto* children = remaining.take(ax::kChildren);
-    writeOtherAttributes(place, remaining, json);
-    const bool isApplication = place.list == ElementList::applications;
-    writeList("windows", {id, ElementList::windows}, windows, isApplication, json);
-    writeList("children", {id, ElementList::children}, children, !isApplication, json);
-  }
-
-  // `expected` may be null: nothing is expected then.
-  static void writeAttribute(const char* member, const RecordedValue* value, const RecordedValue* expected,
-                             Json& json) {
-    if (value && (!expected || *value != *expected)) json[member] = valueJson(*value);
-    if (!value && expected) json[member] = nullptr;
-  }
-
-  static void writeFrame(Remaining& remaining, Json& json) {
-    const auto* position = remaining.peek<Point>(ax::kPosition);
-    const auto* size = remaining.peek<Size>(ax::kSize);
-    if (!position || !size) return;
-    json["frame"] = numbersJson({position->x, position->y, size->width, size->height});
-    remaining.take(ax::kPosition);
-    remaining.take(ax::kSize);
-  }
-
-  static void writeActions(const RecordedElement& element, Json& json) {
-    if (const auto* error = std::get_if<platform::AXError>(&element.actionNames)) {
-      json["actions"] = errorJson(*error);
-      return;
-    }
-    const auto& names = std::get<0>(element.actionNames);
-    if (names != expectedActions(element.attributes)) json["actions"] = textsJson(names);
-  }
-
-  static void writeOtherAttributes(const ElementPlace& place, Remaining& remaining, Json& json) {
-    Json attributes = Json::object();
-    const RecordedValue container{ElementReference{place.container}};
-    writeAttribute(ax::kParent.data(), remaining.take(ax::kParent), place.container.empty() ? nullptr : &container,
-                   attributes);
-    for (const auto& [name, value] : remaining.all()) attributes[std::string(name)] = valueJson(*value);
-    if (!attributes.empty()) json["attributes"] = std::move(attributes);
-  }
-
-  // `isExpected`: an empty list is what the reader assumes.
-  void writeList(const char* member, const std::pair<const ElementId&, ElementList>& of, const RecordedValue* value,
-                 bool isExpected, Json& json) const {
-    const auto* ids = value ? std::get_if<std::vector<ElementId>>(value) : nullptr;
-    if (!ids) {
-      const RecordedValue expected{std::vector<ElementId>{}};
-      writeAttribute(member, value, isExpected ? &expected : nullptr, json);
-    } else if (!ids->empty() || !isExpected) {
-      json[member] = listJson(*ids, of.second, of.first);
-    }
-  }
-
-  [[nodiscard]] Json listJson(const std::vector<ElementId>& ids, ElementList list, const ElementId& container) const {
-    const auto owner = container.empty() ? std::nullopt : desktop.elements.find(container)->second.processIdentifier;
-    Json json = Json::array();
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-      Json entry = ids[i];
-      if (layout.isPlacedAt(ids[i], list, container, i)) {
-        entry = Json::object();
-        writeElement(ids[i], owner, entry);
-      }
-      json.push_back(std::move(entry));
-    }
-    return json;
-  }
-
-  const RecordedDesktop& desktop;
-  const RecordedDesktopLayout layout;
-};
+  if (windows) json["windows"] = *windows;
+  if (children) json["children"] = *children;
+  return json;
+}
 
 }  // namespace
 
-std::string recordedDesktopText(const RecordedDesktop& desktop) { return readableJson(DesktopWriter{desktop}.write()); }
+std::string recordedDesktopText(const RecordedDesktop& desktop) {
+  DesktopText text;
+  text.addMember("format", kRecordedDesktopFormat);
+  text.addMember("version", kRecordedDesktopVersion);
+  if (desktop.isCut) text.addMember("cut", true);
+  text.addList("applications", desktop.applications, applicationJson);
+  if (desktop.focusedWindow) text.addMember("focusedWindow", *desktop.focusedWindow);
+  if (desktop.focusedElement) text.addMember("focusedElement", *desktop.focusedElement);
+  text.addList("windowList", desktop.windowList, windowListEntryJson);
+  text.addList("elements", desktop.elements, elementJson);
+  return std::move(text).finish();
+}
 
 }  // namespace quillard::recording

@@ -11,6 +11,7 @@
 namespace quillard::recording {
 namespace {
 
+using platform::ActivationPolicy;
 using platform::AXError;
 
 constexpr std::array<std::pair<AXError, std::string_view>, 9> kErrorNames{{
@@ -23,6 +24,12 @@ constexpr std::array<std::pair<AXError, std::string_view>, 9> kErrorNames{{
     {AXError::notImplemented, "notImplemented"},
     {AXError::apiDisabled, "apiDisabled"},
     {AXError::noValue, "noValue"},
+}};
+
+constexpr std::array<std::pair<ActivationPolicy, std::string_view>, 3> kPolicyNames{{
+    {ActivationPolicy::regular, "regular"},
+    {ActivationPolicy::accessory, "accessory"},
+    {ActivationPolicy::prohibited, "prohibited"},
 }};
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
@@ -74,16 +81,6 @@ std::optional<AXError> errorOf(const Json& json) {
     if (json == name) return error;
   }
   return std::nullopt;
-}
-
-std::optional<std::vector<ElementId>> idsOf(const Json& json) {
-  if (!json.is_array()) return std::nullopt;
-  std::vector<ElementId> ids;
-  for (const auto& id : json) {
-    if (!id.is_string()) return std::nullopt;
-    ids.push_back(id.get<std::string>());
-  }
-  return ids;
 }
 
 using Outcome = std::variant<RecordedValue, std::string>;
@@ -207,6 +204,30 @@ std::optional<std::vector<std::string>> textsOf(const Json& json) {
     texts.push_back(std::move(*text));
   }
   return texts;
+}
+
+std::optional<std::vector<ElementId>> idsOf(const Json& json) {
+  if (!json.is_array()) return std::nullopt;
+  std::vector<ElementId> ids;
+  for (const auto& id : json) {
+    if (!id.is_string()) return std::nullopt;
+    ids.push_back(id.get<std::string>());
+  }
+  return ids;
+}
+
+std::string_view policyName(ActivationPolicy policy) {
+  for (const auto& [known, name] : kPolicyNames) {
+    if (known == policy) return name;
+  }
+  return "regular";
+}
+
+std::optional<ActivationPolicy> policyOf(std::string_view name) {
+  for (const auto& [policy, known] : kPolicyNames) {
+    if (known == name) return policy;
+  }
+  return std::nullopt;
 }
 
 Json errorJson(AXError error) {

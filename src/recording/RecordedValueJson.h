@@ -3,14 +3,15 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
 #include "foundation/StrictJson.h"
 #include "recording/RecordedDesktop.h"
 
-// The small pieces that recorded desktops are written with; the header of the whole format describes them. Reading what
-// was written gives an equal value.
+// The values that recorded desktops are written with; `RecordedDesktopJson.h` describes the format. Reading what was
+// written gives an equal value. Where a value is read, absent means that the JSON is none of this kind.
 namespace quillard::recording {
 
 [[nodiscard]] Json textJson(const std::string& text);
@@ -25,11 +26,16 @@ namespace quillard::recording {
 [[nodiscard]] Json textsJson(const std::vector<std::string>& texts);
 [[nodiscard]] std::optional<std::vector<std::string>> textsOf(const Json& json);
 
+[[nodiscard]] std::optional<std::vector<ElementId>> idsOf(const Json& json);
+
+[[nodiscard]] std::string_view policyName(platform::ActivationPolicy policy);
+[[nodiscard]] std::optional<platform::ActivationPolicy> policyOf(std::string_view name);
+
 [[nodiscard]] Json errorJson(platform::AXError error);
 
 [[nodiscard]] Json valueJson(const RecordedValue& value);
 
-// The value, or what is wrong with it. Whether the elements that it refers to are there is not looked at.
+// The value, or what is wrong with it. Does not check whether its references are those of elements.
 [[nodiscard]] std::variant<RecordedValue, std::string> valueOf(const Json& json);
 
 }  // namespace quillard::recording

@@ -30,7 +30,7 @@ bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }  // namespace
 
 RecordingRedaction::RecordingRedaction(const RecordingPrivacy& privacy,
-                             const std::vector<platform::RunningApplication>& applications)
+                                       const std::vector<platform::RunningApplication>& applications)
     : privacy(privacy) {
   for (const auto& application : applications) {
     if (application.localizedName) applicationNames.insert(text::normalized(*application.localizedName));

@@ -2,14 +2,20 @@
 # Prints which contract suites run against which bindings, from the programs' own lists, and fails when a suite that runs
 # against one binding of its kind is left out of another.
 #
-#   print-contracts.sh NAME [--over-fakes BINDING] [--faked BINDING/SUITE]... PROGRAM...    for one kind
+#   print-contracts.sh NAME [--suites "SUITE..."] [--over-fakes BINDING] [--faked BINDING/SUITE]... PROGRAM...
 #
+# --suites: the suites of this kind, where the programs hold those of other kinds, too.
 # --over-fakes: the binding's own code, but over functions of ours in place of its system's.
 # --faked: what the suite is about is not the binding's own code there, but something that stands in for it.
 set -euo pipefail
 
 name=$1
 shift
+suites=""
+if [ "${1:-}" = --suites ]; then
+  suites=" $2 "
+  shift 2
+fi
 over=""
 if [ "${1:-}" = --over-fakes ]; then
   over=$2
@@ -22,8 +28,9 @@ while [ "${1:-}" = --faked ]; do
 done
 for program in "$@"; do
   "$program" --gtest_list_tests
-done | awk -v name="$name" -v over="$over" -v faked="$faked " '
+done | awk -v name="$name" -v only="$suites" -v over="$over" -v faked="$faked " '
   /^[^ ].*\/.*Contract\.$/ { split($1, part, "/"); binding = part[1]; suite = part[2]; sub(/\.$/, "", suite)
+                             if (only != "" && !index(only, " " suite " ")) { suite = ""; next }
                              bindings[binding] = 1; suites[suite] = 1; next }
   /^[^ ]/ { suite = "" }
   /^  / { if (suite != "") count[suite, binding]++ }

@@ -2,10 +2,8 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -56,40 +54,6 @@ class OutputPipe {
  private:
   std::array<int, 2> ends{-1, -1};
 };
-
-TEST(StandardOutput, EndsEachLine) {
-  const OutputPipe pipe;
-  StandardOutput console(pipe.writer());
-  console.writeLine("first");
-  console.writeLine("");
-  console.writeLine("gr\xC3\xBC\xC3\x9F");
-  EXPECT_EQ(pipe.take(), "first\n\ngr\xC3\xBC\xC3\x9F\n");
-}
-
-TEST(StandardOutput, KeepsTheLinesOfSeveralThreadsApart) {
-  const test::TemporaryFolder folder;
-  const std::string path = folder.path() + "/lines";
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_APPEND, 0600);
-  ASSERT_GE(file, 0);
-  constexpr std::size_t kLines = 200;
-  {
-    StandardOutput console(file);
-    std::vector<std::thread> threads;
-    for (char letter = 'a'; letter < 'e'; ++letter) {
-      threads.emplace_back([&console, letter] {
-        for (std::size_t i = 0; i < kLines; ++i) console.writeLine(std::string(5000, letter));
-      });
-    }
-    for (auto& thread : threads) thread.join();
-  }
-  ::close(file);
-  std::ifstream lines(path);
-  std::size_t count = 0;
-  for (std::string line; std::getline(lines, line); ++count) {
-    ASSERT_EQ(line, std::string(5000, line.empty() ? '?' : line.front())) << "line " << count;
-  }
-  EXPECT_EQ(count, 4 * kLines);
-}
 
 TEST(StandardOutput, SurvivesAReaderThatWentAway) {
   OutputPipe pipe;

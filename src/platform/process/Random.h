@@ -11,7 +11,8 @@ class Random {
  public:
   virtual ~Random() = default;
 
-  // Fills `bytes` from the system's secure generator. False when the generator failed: `bytes` must not be used.
+  // Fills `bytes` from the system's secure generator. False when the generator failed: `bytes` are all zero then, and
+  // must not be used.
   [[nodiscard]] virtual bool fillSecurely(std::span<std::uint8_t> bytes) = 0;
 
   // Sixteen random bytes for an identity. Always succeeds; the caller sets the version and variant bits.

@@ -108,11 +108,16 @@ TEST_F(DesktopLoaderTest, LoadedPromptsCanBePressedAndClose) {
 
 TEST_F(DesktopLoaderTest, WhatIsWrittenByHandLoadsUnderItsIds) {
   const auto parsed = recording::readRecordedDesktop(R"({
-    "format": "quillard.recorded-desktop", "version": 1,
-    "applications": [{"name": "Files", "frontmost": true, "missedTimeout": true, "windows": [
-      {"id": "prompt", "title": "Erase?", "subrole": "AXDialog", "frame": [40, 60, 320, 140], "children": [
-        {"id": "erase", "role": "AXButton", "title": "Erase", "frame": [260, 160, 80, 24]}]}]}],
-    "focusedElement": "erase"})");
+    "format": "quillard.recorded-desktop", "version": 2,
+    "applications": [
+      {"processIdentifier": 7, "name": "Files", "frontmost": true, "missedTimeout": true, "element": "files"}],
+    "focusedElement": "erase",
+    "elements": [
+      {"id": "files", "process": 7, "role": "AXApplication", "windows": ["prompt"]},
+      {"id": "prompt", "process": 7, "parent": "files", "role": "AXWindow", "children": ["erase"],
+       "attributes": {"AXTitle": "Erase?", "AXPosition": {"point": [40, 60]}, "AXSize": {"size": [320, 140]}}},
+      {"id": "erase", "process": 7, "parent": "prompt", "role": "AXButton", "attributes": {"AXTitle": "Erase"},
+       "actions": ["AXPress"]}]})");
   ASSERT_TRUE(std::holds_alternative<RecordedDesktop>(parsed)) << std::get<JsonError>(parsed).description();
   const LoadedNodes nodes = loadDesktop(std::get<RecordedDesktop>(parsed), desktop);
   EXPECT_EQ(desktop.findButton(nodes.at("prompt"), "Erase"), nodes.at("erase"));

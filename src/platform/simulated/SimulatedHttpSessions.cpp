@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/simulated/UsableUrl.h"
+
 namespace quillard::platform::simulated {
 
 class SimulatedHttpSessions::Session final : public HttpSession {
@@ -20,6 +22,7 @@ class SimulatedHttpSessions::Session final : public HttpSession {
 
  private:
   std::optional<HttpOutcome> answer(const HttpRequest& request) {
+    if (!isUsableUrl(request.url, {"http", "https"})) return TransportError{std::string(kUnusableAddress)};
     Server server;
     {
       const MutexLock lock{state->mutex};

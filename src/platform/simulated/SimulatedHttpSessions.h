@@ -18,7 +18,7 @@ class SimulatedHttpSessions final : public HttpSessions {
   using Server = std::function<std::optional<HttpOutcome>(const HttpRequest&)>;
   void setServer(Server server);
 
-  // All requests that were sent, oldest first.
+  // All requests that were sent, oldest first. None to an address that cannot be used.
   [[nodiscard]] std::vector<HttpRequest> requests() const;
 
   [[nodiscard]] std::unique_ptr<HttpSession> makeEphemeralSession(SerialExecutor& executor) override;

@@ -9,7 +9,9 @@ SimulatedLockFiles::~SimulatedLockFiles() {
 }
 
 LockResult SimulatedLockFiles::acquire(std::string_view fileName) {
-  if (folder.isUnavailable) return {LockOutcome::unavailable, -1};
+  const bool isFileName =
+      !fileName.empty() && fileName != "." && fileName != ".." && fileName.find('/') == fileName.npos;
+  if (folder.isUnavailable || !isFileName) return {LockOutcome::unavailable, -1};
   if (folder.isLocked(fileName)) return {LockOutcome::heldElsewhere, -1};
   const std::int32_t descriptor = folder.nextDescriptor++;
   folder.holders.emplace(fileName, descriptor);

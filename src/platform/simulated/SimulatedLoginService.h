@@ -8,7 +8,8 @@
 
 namespace quillard::platform::simulated {
 
-// Knows nothing of the agent at first, and takes it when it asks.
+// The agent is not registered at first, and is when it asks. What the user switched off (`requiresApproval`) stays off
+// however often it asks.
 class SimulatedLoginService final : public LoginService {
  public:
   void setStatus(LoginServiceStatus status) { itsStatus = status; }
@@ -21,7 +22,7 @@ class SimulatedLoginService final : public LoginService {
   [[nodiscard]] LoginServiceStatus status() override { return itsStatus; }
   [[nodiscard]] std::optional<std::string> registerMainApplication() override {
     ++registrations;
-    if (!error) itsStatus = afterRegistration;
+    if (!error && itsStatus != LoginServiceStatus::requiresApproval) itsStatus = afterRegistration;
     return error;
   }
 

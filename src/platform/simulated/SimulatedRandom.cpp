@@ -1,5 +1,7 @@
 #include "platform/simulated/SimulatedRandom.h"
 
+#include <algorithm>
+
 namespace quillard::platform::simulated {
 
 void SimulatedRandom::failNextFills(int calls) {
@@ -11,6 +13,7 @@ bool SimulatedRandom::fillSecurely(std::span<std::uint8_t> bytes) {
   const MutexLock lock{mutex};
   if (failuresLeft > 0) {
     --failuresLeft;
+    std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
     return false;
   }
   fill(bytes);

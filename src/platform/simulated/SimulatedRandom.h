@@ -16,7 +16,7 @@ class SimulatedRandom final : public Random {
  public:
   explicit SimulatedRandom(Seed seed) : generator(seed) {}
 
-  // The next `calls` calls of `fillSecurely` fail, and leave the bytes as they are. Zero: none does.
+  // The next `calls` calls of `fillSecurely` fail. Zero: none does.
   void failNextFills(int calls);
 
   [[nodiscard]] bool fillSecurely(std::span<std::uint8_t> bytes) override;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/simulated/UsableUrl.h"
+
 namespace quillard::platform::simulated {
 
 namespace {
@@ -15,7 +17,7 @@ class SimulatedWebSocketTask final : public WebSocketTask {
   ~SimulatedWebSocketTask() override { connection->abandon(); }
 
   void start() override {
-    if (startListener) startListener(connection);
+    if (connection->start() && startListener) startListener(connection);
   }
   void receive(std::function<void(WebSocketReceipt)> completion) override {
     connection->receive(std::move(completion));
@@ -43,22 +45,21 @@ void SimulatedWebSocketConnection::accept() {
     const MutexLock lock{mutex};
     if (ended) return;
     accepted = true;
+    openingTimeout.reset();
   }
-  post([this] { didOpen(); });
+  post([this] {
+    if (!sentCloseCode()) didOpen();
+  });
 }
 
 void SimulatedWebSocketConnection::sendText(std::string text) {
-  const MutexLock lock{mutex};
-  if (ended) return;
-  inbox.emplace_back(TextMessage{std::move(text)});
-  deliver();
+  const std::size_t length = text.size();
+  sendToClient(TextMessage{std::move(text)}, length);
 }
 
 void SimulatedWebSocketConnection::sendBinary(std::vector<std::uint8_t> bytes) {
-  const MutexLock lock{mutex};
-  if (ended) return;
-  inbox.emplace_back(BinaryMessage{std::move(bytes)});
-  deliver();
+  const std::size_t length = bytes.size();
+  sendToClient(BinaryMessage{std::move(bytes)}, length);
 }
 
 void SimulatedWebSocketConnection::fail(std::string description) {
@@ -110,6 +111,19 @@ std::optional<std::uint16_t> SimulatedWebSocketConnection::sentCloseCode() const
 
 // ---- The client's side
 
+bool SimulatedWebSocketConnection::start() {
+  const MutexLock lock{mutex};
+  if (ended) return false;
+  if (!isUsableUrl(theRequest.url, {"ws", "wss"})) {
+    end({std::nullopt, {std::string(kUnusableAddress)}});
+    return false;
+  }
+  openingTimeout = executor.postAfter(theRequest.timeout, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->fail("The connection timed out.");
+  });
+  return true;
+}
+
 void SimulatedWebSocketConnection::receive(std::function<void(WebSocketReceipt)> completion) {
   const MutexLock lock{mutex};
   pendingReceive = std::move(completion);
@@ -141,6 +155,7 @@ void SimulatedWebSocketConnection::abandon() {
   const MutexLock lock{mutex};
   isAbandoned = true;
   if (!ended) ended.emplace();
+  openingTimeout.reset();
   dropped.swap(sends);
   droppedReceive.swap(pendingReceive);
 }
@@ -155,6 +170,17 @@ void SimulatedWebSocketConnection::post(Turn turn) {
     };
     if (!isGone()) turn();
   });
+}
+
+void SimulatedWebSocketConnection::sendToClient(WebSocketMessage message, std::size_t length) {
+  const MutexLock lock{mutex};
+  if (ended) return;
+  if (length > theRequest.longestMessage) {
+    end({std::nullopt, {"A message of the server is too long."}});
+    return;
+  }
+  inbox.push_back(std::move(message));
+  deliver();
 }
 
 void SimulatedWebSocketConnection::deliver() {
@@ -197,6 +223,7 @@ void SimulatedWebSocketConnection::loseSends(const std::string& description) {
 void SimulatedWebSocketConnection::end(WebSocketEnd why) {
   if (ended) return;
   ended = std::move(why);
+  openingTimeout.reset();
   deliver();
   loseSends("The connection was lost.");
 }

@@ -14,7 +14,8 @@
 
 namespace quillard::platform::simulated {
 
-// One connection as its server sees it: made -> started -> accepted -> ended, or ended from any of them. What the
+// One connection as its server sees it: made -> started -> accepted -> ended, or ended from any of them. One that is
+// not accepted within the request's timeout ends, and so does one to an address that cannot be used. What the
 // server does reaches the client as later turns of the client's executor, in the order in which it was done; nothing
 // reaches a client that has destroyed its task. Any thread.
 class SimulatedWebSocketConnection : public std::enable_shared_from_this<SimulatedWebSocketConnection> {
@@ -25,6 +26,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   // ---- The server's side.
   [[nodiscard]] const WebSocketRequest& request() const { return theRequest; }
   void accept();
+  // A message that is longer than the request allows ends the connection.
   void sendText(std::string text);
   void sendBinary(std::vector<std::uint8_t> bytes);
   // The connection ends without or with a close code, unless it has ended before. The client receives what was sent to
@@ -46,6 +48,8 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   [[nodiscard]] std::optional<std::uint16_t> sentCloseCode() const;
 
   // ---- The client's side, for its task alone.
+  // False when the address cannot be used: nothing is to reach a server then.
+  [[nodiscard]] bool start();
   void receive(std::function<void(WebSocketReceipt)> completion);
   void sendFromClient(std::string text, std::function<void(std::optional<TransportError>)> completion);
   void cancel(WebSocketCloseCode code);
@@ -60,6 +64,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
 
   // Runs `turn` later, unless the client has destroyed its task by then.
   void post(Turn turn);
+  void sendToClient(WebSocketMessage message, std::size_t length);
   void deliver() QUILLARD_REQUIRES(mutex);
   void arrive(std::uint64_t number);
   void letArriveLater(std::uint64_t number, Send& send) QUILLARD_REQUIRES(mutex);
@@ -78,6 +83,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   std::vector<std::string> arrived QUILLARD_GUARDED_BY(mutex);
   std::optional<std::uint16_t> clientCloseCode QUILLARD_GUARDED_BY(mutex);
   bool accepted QUILLARD_GUARDED_BY(mutex) = false;
+  TaskHandle openingTimeout QUILLARD_GUARDED_BY(mutex);  // Empty unless started and neither accepted nor ended.
   std::optional<WebSocketEnd> ended QUILLARD_GUARDED_BY(mutex);
   bool isHolding QUILLARD_GUARDED_BY(mutex) = false;
   bool isAbandoned QUILLARD_GUARDED_BY(mutex) = false;

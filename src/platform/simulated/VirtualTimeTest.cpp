@@ -100,16 +100,6 @@ TEST_F(VirtualTimeTest, CancelledTurnsDoNotRun) {
   EXPECT_THAT(notes, ElementsAre("repeating@1000", "repeating@2000"));
 }
 
-TEST_F(VirtualTimeTest, ARepeatingTurnMayDestroyItsOwnHandle) {
-  TaskHandle task;
-  task = time.mainThread().repeatEvery(100ms, [this, &task, alive = std::make_shared<int>(5)] {
-    task.reset();
-    note("once " + std::to_string(*alive));
-  });
-  time.advance(1s);
-  EXPECT_THAT(notes, ElementsAre("once 5@100"));
-}
-
 TEST_F(VirtualTimeTest, TicksMissedInALongTurnRunOnceAndKeepTheirRaster) {
   int ticks = 0;
   const TaskHandle task = time.mainThread().repeatEvery(100ms, [&] {
@@ -315,17 +305,6 @@ TEST(VirtualTimeChance, EveryExecutorMayComeFirst) {
 }
 
 // ---- Ends
-
-TEST_F(VirtualTimeTest, DestroyingAQueueDropsWhatHasNotBegun) {
-  auto worker = queue();
-  const auto held = std::make_shared<int>(1);
-  worker->post([held] {});
-  const TaskHandle later = worker->postAfter(1s, noting("later"));
-  worker.reset();
-  EXPECT_EQ(held.use_count(), 1);
-  time.advance(2s);
-  EXPECT_THAT(notes, IsEmpty());
-}
 
 TEST_F(VirtualTimeTest, DestroyingAQueueOutsideAnyTurnLetsItsSleeperEnd) {
   auto worker = queue();

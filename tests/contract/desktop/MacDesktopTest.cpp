@@ -34,7 +34,9 @@ class MacDesktopBinding final : public DesktopBinding {
   platform::Random& random() override { return world.random(); }
   platform::UserDefaults& userDefaults() override { return world.userDefaults(); }
 
-  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override { return showSimulatedPrompt(world, options); }
+  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
+    return showSimulatedPrompt(world, options);
+  }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:

@@ -19,7 +19,9 @@ class SimulatedDesktopBinding final : public DesktopBinding {
   platform::Random& random() override { return world.random(); }
   platform::UserDefaults& userDefaults() override { return world.userDefaults(); }
 
-  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override { return showSimulatedPrompt(world, options); }
+  std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
+    return showSimulatedPrompt(world, options);
+  }
 
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 

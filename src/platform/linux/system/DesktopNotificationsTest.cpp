@@ -1,21 +1,16 @@
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <QtCore/QCoreApplication>
-#include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
-#include <QtDBus/QDBusVirtualObject>
 #include <gtest/gtest.h>
 
 #include "platform/linux/system/DesktopNotifications.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/simulated/SimulatedEnvironment.h"
+#include "support/NotificationServer.h"
 #include "support/PrivateBus.h"
 #include "support/QtWait.h"
 
@@ -24,78 +19,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::UserNotification;
+using test::NotificationServer;
+using test::SentNote;
 using test::waitUntil;
-
-struct Note {
-  std::string program;
-  uint replaces = 0;
-  std::string title;
-  std::string body;
-  QVariantMap hints;
-};
-
-// A server that keeps what it is told, and can be made to behave badly.
-class NotificationServer : public QDBusVirtualObject {
- public:
-  enum class Manner { answers, fails, isSilent };
-
-  explicit NotificationServer(const test::PrivateBus& bus)
-      : name(QStringLiteral("server-%1").arg(reinterpret_cast<quintptr>(this))),
-        connection(QDBusConnection::connectToBus(QString::fromStdString(bus.address()), name)) {
-    EXPECT_TRUE(connection.registerVirtualObject(QStringLiteral("/org/freedesktop/Notifications"), this));
-    EXPECT_TRUE(connection.registerService(QStringLiteral("org.freedesktop.Notifications")));
-  }
-  NotificationServer(const NotificationServer&) = delete;
-  NotificationServer& operator=(const NotificationServer&) = delete;
-  ~NotificationServer() override { QDBusConnection::disconnectFromBus(name); }
-
-  [[nodiscard]] QString introspect(const QString&) const override { return {}; }
-  bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override {
-    if (manner == Manner::isSilent) return true;
-    if (manner == Manner::fails) {
-      connection.send(message.createErrorReply(QStringLiteral("org.example.Broken"), QStringLiteral("out of order")));
-      return true;
-    }
-    if (message.member() == QLatin1String("GetCapabilities")) {
-      timesAsked += 1;
-      connection.send(message.createReply(QVariant(capabilities)));
-    } else if (message.member() == QLatin1String("Notify")) {
-      keep(message);
-    }
-    return true;
-  }
-  // Answers what was held back.
-  void answerHeld() {
-    holdsAnswers = false;
-    for (const auto& [message, number] : std::exchange(held, {})) connection.send(message.createReply(number));
-  }
-
-  Manner manner = Manner::answers;
-  bool holdsAnswers = false;
-  QStringList capabilities{QStringLiteral("body")};
-  std::vector<Note> notes;
-  int timesAsked = 0;
-
- private:
-  void keep(const QDBusMessage& message) {
-    const auto arguments = message.arguments();
-    EXPECT_EQ(message.signature(), QStringLiteral("susssasa{sv}i"));
-    notes.push_back({arguments[0].toString().toStdString(), arguments[1].toUInt(),
-                     arguments[3].toString().toStdString(), arguments[4].toString().toStdString(),
-                     qdbus_cast<QVariantMap>(arguments[6])});
-    const uint number = notes.back().replaces ? notes.back().replaces : ++lastNumber;
-    if (holdsAnswers) {
-      held.emplace_back(message, number);
-    } else {
-      connection.send(message.createReply(number));
-    }
-  }
-
-  const QString name;
-  QDBusConnection connection;
-  uint lastNumber = 100;
-  std::vector<std::pair<QDBusMessage, uint>> held;
-};
 
 class DesktopNotificationsTest : public testing::Test {
  protected:
@@ -158,7 +84,7 @@ TEST_F(DesktopNotificationsTest, ShowTitleAndBodyUnderTheProgramsName) {
   const NotificationServer server(bus);
   notifications->post(note("a", "Your computer needs approval."));
   ASSERT_TRUE(waitForNotes(server, 1));
-  const Note& shown = server.notes.front();
+  const SentNote& shown = server.notes.front();
   EXPECT_EQ(shown.program, "Quillard");
   EXPECT_EQ(shown.replaces, 0U);
   EXPECT_EQ(shown.title, "Quillard");

@@ -118,8 +118,9 @@ bool SimulatedWebSocketConnection::start() {
     end({std::nullopt, {std::string(kUnusableAddress)}});
     return false;
   }
+  if (accepted) return true;
   openingTimeout = executor.postAfter(theRequest.timeout, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->fail("The connection timed out.");
+    if (const auto self = weak.lock()) self->fail("The connection was not opened in time.");
   });
   return true;
 }

@@ -1,6 +1,7 @@
 // The contract of the network against Qt's, with servers on this machine.
 
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -21,11 +22,13 @@ class ControlledServer {
   [[nodiscard]] std::string url() const { return server.url("ws"); }
 
   void send(Opcode opcode, const std::string& payload) {
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
+    waitForClient(lock);
     if (newest) newest->sendFrame(opcode, payload);
   }
   void drop() {
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
+    waitForClient(lock);
     if (newest) newest->interrupt();
   }
   [[nodiscard]] std::vector<std::string> receivedTexts() {
@@ -42,6 +45,10 @@ class ControlledServer {
   }
 
  private:
+  // The client may know that its connection is open before this thread goes on.
+  void waitForClient(std::unique_lock<std::mutex>& lock) {
+    accepted.wait_for(lock, kTimeout, [this] { return wasAccepted; });
+  }
   void serve(ServerConnection& connection) {
     if (!connection.acceptWebSocket()) return;
     {
@@ -49,6 +56,7 @@ class ControlledServer {
       newest = &connection;
       wasAccepted = true;
     }
+    accepted.notify_all();
     while (const auto frame = connection.readFrame()) keep(*frame, connection);
     const std::lock_guard lock(mutex);
     newest = nullptr;
@@ -58,11 +66,13 @@ class ControlledServer {
     if (frame.opcode == Opcode::text) texts.push_back(frame.payload);
     if (frame.opcode == Opcode::ping) connection.sendFrame(Opcode::pong, frame.payload);
     if (frame.opcode != Opcode::close || frame.payload.size() < 2) return;
+    connection.sendFrame(Opcode::close, frame.payload.substr(0, 2));
     closeCode = static_cast<std::uint16_t>(static_cast<unsigned char>(frame.payload[0]) * 256 +
                                            static_cast<unsigned char>(frame.payload[1]));
   }
 
   std::mutex mutex;
+  std::condition_variable accepted;
   ServerConnection* newest = nullptr;
   bool wasAccepted = false;
   std::vector<std::string> texts;
@@ -135,7 +145,7 @@ class QtNetworkBinding final : public NetworkBinding {
     connection.readHead();
     connection.readBytes(1);
   }};
-  const qt::TransportOptions options;
+  const qt::TransportOptions options{};
   qt::QtExecutors executors;
   qt::QtNetworkThread network;
   qt::QtWebSockets sockets{network, options};

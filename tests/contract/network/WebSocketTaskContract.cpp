@@ -143,7 +143,8 @@ TEST_P(WebSocketTaskContract, FailsOnAMessageThatIsTooLong) {
   binding->sendText(std::string(100, 'x'));
   EXPECT_EQ(client.receiveAsText(), std::string(100, 'x'));
   binding->sendText(std::string(101, 'x'));
-  EXPECT_EQ(client.receiveAsText(), "end");
+  const std::string end = client.receiveAsText();
+  EXPECT_TRUE(end == "end" || end == "end 1009") << end;  // The client's close message, which a server may echo.
   EXPECT_TRUE(binding->eventually([&] { return binding->hasEnded(); }));
 }
 

@@ -32,19 +32,6 @@ std::vector<std::int32_t> processesOf(const std::vector<ApplicationHandle>& appl
 
 // ---- One agent a session
 
-TEST(AppDelegateLaunch, AsksOtherAgentsToQuitFirst) {
-  AgentWorld agent;
-  auto& desktop = agent.desktop();
-  desktop.launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501});
-  desktop.launch({.bundleIdentifier = "com.farrowlight.agent", .processIdentifier = 502});
-  desktop.launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 503});
-  desktop.launch({.bundleIdentifier = "com.quillard.agent.other", .processIdentifier = 504});
-  desktop.launch(
-      {.bundleIdentifier = "com.quillard.agent", .processIdentifier = agent.world.application().processIdentifier()});
-  agent.launch();
-  EXPECT_THAT(processesOf(desktop.quitRequests()), ElementsAre(502, 501, 503));
-}
-
 TEST(AppDelegateLaunch, HoldsTheLockUntilItQuits) {
   AgentWorld agent;
   agent.launch();
@@ -132,23 +119,6 @@ TEST(AppDelegateLaunch, OutsideApplicationsThereIsOnlyTheWindow) {
   EXPECT_EQ(agent.desktop().roundTrips(), 0U) << "Nothing is looked at.";
   EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());
   EXPECT_FALSE(agent.status().installedInApplications);
-}
-
-TEST(AppDelegateLaunch, SaysWhyNotificationsCouldNotBeAskedFor) {
-  AgentWorld agent;
-  agent.world.userNotifications().setAuthorizationError("No\nservice.");
-  agent.launch();
-  agent.advance(0);
-  EXPECT_THAT(agent.world.console().lines(),
-              testing::Contains("Unable to request notification permission: No?service."));
-}
-
-TEST(AppDelegateLaunch, WithoutABundleIdentifierNotificationsAreNotAskedFor) {
-  AgentWorld agent;
-  agent.world.bundle().setIdentifier(std::nullopt);
-  agent.launch();
-  agent.advance(10);
-  EXPECT_EQ(agent.world.userNotifications().authorizationRequestCount(), 0);
 }
 
 TEST(AppDelegateLaunch, DetectionStartsThreeTenthsOfASecondLater) {
@@ -262,15 +232,6 @@ struct UpdatingAgent : AgentWorld {
   }
 };
 
-TEST(AppDelegateUpdates, AreLookedForWhereThereIsAFeed) {
-  UpdatingAgent agent;
-  agent.launch();
-  EXPECT_EQ(agent.world.updateService().controllerCount(), 1);
-  EXPECT_TRUE(agent.world.application().chooseMenuItem("Check for Updates..."));
-  agent.advance(0);
-  EXPECT_EQ(agent.world.updateService().userCheckCount(), 1);
-}
-
 TEST(AppDelegateUpdates, AFoundOneShowsInTheWindowAtOnce) {
   UpdatingAgent agent;
   agent.launch();
@@ -280,14 +241,6 @@ TEST(AppDelegateUpdates, AFoundOneShowsInTheWindowAtOnce) {
   agent.advance(0);
   EXPECT_EQ(agent.status().updateAvailability.displayVersion, "2.1");
   EXPECT_EQ(agent.world.statusWindowViews().window().content()->update.status, "Version 2.1");
-}
-
-TEST(AppDelegateUpdates, WithoutAFeedTheMenuItemStaysDisabled) {
-  AgentWorld agent;
-  agent.launch();
-  agent.onMainThread([](AppDelegate& delegate) { delegate.checkForUpdates(); });
-  EXPECT_FALSE(agent.world.application().chooseMenuItem("Check for Updates..."));
-  EXPECT_EQ(agent.world.updateService().controllerCount(), 0);
 }
 
 // ---- The permission
@@ -344,16 +297,6 @@ TEST(AppDelegateTrust, AHintIsFollowedByThreeLooks) {
   EXPECT_EQ(agent.snapshotCount(), count);
 }
 
-TEST(AppDelegateTrust, AHintedLossIsSeenAtTheFirstLookThatShowsIt) {
-  TrustedAgent agent;
-  agent.advance(0.6);
-  agent.desktop().setTrusted(false);
-  agent.advance(0.149);
-  EXPECT_TRUE(agent.menuBarShowsPending());
-  agent.advance(0.002);
-  EXPECT_FALSE(agent.menuBarShowsPending());
-}
-
 TEST(AppDelegateTrust, IsLookedAtAgainAfterTheUserWasSentToTheSettings) {
   TrustedAgent agent;
   agent.advance(0.6);
@@ -380,16 +323,6 @@ TEST(AppDelegatePause, ATimedOneEndsByItself) {
   EXPECT_FALSE(agent.status().notificationPause.isPaused());
 }
 
-TEST(AppDelegatePause, OneThatEndsAtLaunchStillWaitsHalfASecond) {
-  AgentWorld agent;
-  agent.world.userDefaults().set(NotificationPauseStore::untilKey, agent.world.time().now());
-  agent.launch();
-  agent.advance(0.499);
-  EXPECT_TRUE(agent.status().notificationPause.isPaused());
-  agent.advance(0.002);
-  EXPECT_FALSE(agent.status().notificationPause.isPaused());
-}
-
 TEST(AppDelegatePause, OneFromTheLastRunGoesOn) {
   AgentWorld agent;
   agent.world.userDefaults().set(NotificationPauseStore::untilKey, advanced(agent.world.time().now(), Seconds{100}));
@@ -398,19 +331,6 @@ TEST(AppDelegatePause, OneFromTheLastRunGoesOn) {
   EXPECT_TRUE(agent.status().notificationPause.isPaused());
   agent.advance(0.002);
   EXPECT_FALSE(agent.status().notificationPause.isPaused());
-}
-
-TEST(AppDelegatePause, OneThatWasExtendedMeanwhileLastsLonger) {
-  TrustedAgent agent;
-  agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::twoHours); });
-  // As another hand on the same settings would.
-  agent.world.userDefaults().set(NotificationPauseStore::untilKey, advanced(agent.world.time().now(), Seconds{9000}));
-  agent.advance(8999.9);
-  EXPECT_TRUE(agent.status().notificationPause.isPaused());
-  EXPECT_THAT(agent.phone.shown(), IsEmpty());
-  agent.advance(0.2);
-  EXPECT_FALSE(agent.status().notificationPause.isPaused());
-  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
 }
 
 TEST(AppDelegatePause, OneThatTheComputerSleptThroughEndsAtTheNextPoll) {

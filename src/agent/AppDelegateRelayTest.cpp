@@ -46,65 +46,6 @@ TEST(AppDelegateRelay, RegistersConnectsAndTellsAtOnce) {
   EXPECT_THAT(agent.world.console().lines(), ElementsAre("Quillard relay connected."));
 }
 
-TEST(AppDelegateRelay, RefusesAnAddressThatWouldTellTheNetwork) {
-  RelayAgent agent;
-  agent.world.environment().set("QUILLARD_RELAY_URL", "ws://relay.example/ws?token=canaryquery7f3a");
-  agent.launch();
-  agent.advance(60);
-  EXPECT_THAT(agent.world.console().lines(), ElementsAre("Refusing insecure relay URL: ws://relay.example/ws"));
-  EXPECT_EQ(agent.requestCount(), 0U);
-  EXPECT_THAT(agent.world.webSockets().connections(), IsEmpty());
-}
-
-TEST(AppDelegateRelay, SaysNothingOfAnAddressThatIsNone) {
-  RelayAgent agent;
-  agent.world.environment().set("QUILLARD_RELAY_URL", "not an address");
-  agent.launch();
-  agent.advance(60);
-  EXPECT_THAT(agent.world.console().lines(), IsEmpty());
-  EXPECT_EQ(agent.requestCount(), 0U);
-}
-
-TEST(AppDelegateRelay, TriesToRegisterEveryThreeSecondsForEver) {
-  RelayAgent agent;
-  agent.relay.answerRegistrationsWith(HttpResponse{500});
-  agent.launch();
-  agent.advance(2.999);
-  EXPECT_EQ(agent.requestCount(), 1U);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.requestCount(), 2U);
-  agent.advance(300);
-  EXPECT_EQ(agent.requestCount(), 102U);
-  EXPECT_THAT(
-      agent.world.console().lines(),
-      testing::AllOf(SizeIs(102), testing::Each("Unable to register relay token: The relay rejected token registration "
-                                                "with HTTP 500.")));
-  agent.relay.answerRegistrationsWith(std::nullopt);
-  agent.advance(3);
-  EXPECT_TRUE(agent.status().relayConnected);
-}
-
-TEST(AppDelegateRelay, QuittingEndsTheRegistration) {
-  RelayAgent agent;
-  agent.relay.answerRegistrationsWith(HttpResponse{500});
-  agent.launch();
-  agent.advance(4);
-  agent.quit();
-  agent.advance(60);
-  EXPECT_EQ(agent.requestCount(), 2U);
-}
-
-TEST(AppDelegateRelay, QuittingWhileTheRelayThinksAboutTheTokenEndsItToo) {
-  RelayAgent agent;
-  agent.relay.goDown();
-  agent.launch();
-  agent.advance(4);
-  agent.quit();
-  agent.advance(60);
-  EXPECT_EQ(agent.requestCount(), 1U);
-  EXPECT_THAT(agent.world.console().lines(), IsEmpty());
-}
-
 // ---- Phones that come and go
 
 TEST(AppDelegateRelay, APhoneThatComesOnlineIsToldAtOnce) {
@@ -235,23 +176,6 @@ TEST(AppDelegateUnpairing, WorksWithoutAConnectionToo) {
   EXPECT_TRUE(agent.status().relayConnected);
 }
 
-TEST(AppDelegateUnpairing, DuringTheRegistrationVoidsItsLaterSuccess) {
-  RelayAgent agent;
-  agent.relay.goDown();
-  agent.launch();
-  agent.advance(1);
-  const auto before = keptSecrets(agent.world)->pairingID;
-  agent.unpair();
-  agent.relay.comeUp();
-  agent.advance(30);
-  const auto after = keptSecrets(agent.world)->pairingID;
-  EXPECT_NE(after, before);
-  for (const auto& connection : agent.world.webSockets().connections()) {
-    EXPECT_THAT(connection->request().url, HasSubstr("pairing=" + after));
-  }
-  EXPECT_TRUE(agent.status().relayConnected);
-}
-
 TEST(AppDelegateUnpairing, DuringTheWaitBetweenRegistrationsEndsTheStaleLoop) {
   RelayAgent agent;
   agent.relay.answerRegistrationsWith(HttpResponse{500});
@@ -267,23 +191,6 @@ TEST(AppDelegateUnpairing, DuringTheWaitBetweenRegistrationsEndsTheStaleLoop) {
   EXPECT_THAT(agent.world.webSockets().connections(), SizeIs(1));
 }
 
-TEST(AppDelegateUnpairing, ASecondRequestMeanwhileIsTheSameRequest) {
-  RelayAgent agent;
-  agent.launchAndPair();
-  agent.world.webSockets().newest()->holdSends();
-  agent.unpair();
-  agent.unpair();
-  agent.advance(1);
-  const auto before = keptSecrets(agent.world)->pairingID;
-  agent.world.webSockets().newest()->releaseSends();
-  agent.advance(1);
-  EXPECT_NE(keptSecrets(agent.world)->pairingID, before);
-  EXPECT_EQ(agent.requestCount(), 2U) << "One registration for each identity.";
-  agent.unpair();
-  agent.advance(1);
-  EXPECT_EQ(agent.requestCount(), 3U) << "It can be requested again afterwards.";
-}
-
 TEST(AppDelegateUnpairing, ItsRelayDyingMeanwhileDoesNotStopIt) {
   RelayAgent agent;
   agent.launchAndPair();
@@ -295,26 +202,6 @@ TEST(AppDelegateUnpairing, ItsRelayDyingMeanwhileDoesNotStopIt) {
   agent.relay.dropConnections();
   agent.advance(1);
   EXPECT_NE(keptSecrets(agent.world)->pairingID, before);
-}
-
-TEST(AppDelegateUnpairing, ARevokedPairingIsReplacedSilently) {
-  RelayAgent agent;
-  agent.launchAndPair();
-  const auto before = keptSecrets(agent.world)->pairingID;
-  agent.quit();
-  agent.relay.revoke(before);
-
-  RelayAgent revoked;
-  revoked.world.userDefaults().set("quillard.per-install-pairing-id", std::string("quillard-old"));
-  revoked.relay.revoke("quillard-old");
-  revoked.launch();
-  revoked.advance(1);
-  const auto requests = revoked.world.httpSessions().requests();
-  ASSERT_THAT(requests, SizeIs(2));
-  EXPECT_THAT(requests[0].url, HasSubstr("/quillard-old/"));
-  EXPECT_THAT(requests[1].url, Not(HasSubstr("/quillard-old/")));
-  EXPECT_TRUE(revoked.status().relayConnected);
-  EXPECT_THAT(revoked.world.console().lines(), ElementsAre("Quillard relay connected."));
 }
 
 TEST(AppDelegateUnpairing, QuittingBeforeTheRelayAnsweredKeepsTheIdentity) {

@@ -36,134 +36,6 @@ struct ScanningAgent : AgentWorld {
   std::function<void(const AXRequest&)> onRequest;
 };
 
-TEST(AppDelegateScanning, LooksAtOnceTwiceAndThenOnlyAtSweeps) {
-  ScanningAgent agent;
-  agent.launch();
-  agent.advance(0.301);
-  EXPECT_EQ(agent.scans, 1);
-  agent.advance(0.348);
-  EXPECT_EQ(agent.scans, 1);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.scans, 2) << "The monitor's own first request, 0.35 s after its start.";
-  agent.advance(299.648);
-  EXPECT_EQ(agent.scans, 2);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.scans, 3) << "The safety sweep.";
-  agent.advance(300);
-  EXPECT_EQ(agent.scans, 4);
-}
-
-TEST(AppDelegateScanning, SweepsAsOftenAsItIsTold) {
-  ScanningAgent agent;
-  agent.world.environment().set("QUILLARD_SCAN_INTERVAL_SECONDS", "60");
-  agent.launch();
-  agent.advance(1);
-  const int before = agent.scans;
-  agent.advance(59.2);
-  EXPECT_EQ(agent.scansSince(before), 0);
-  agent.advance(0.2);
-  EXPECT_EQ(agent.scansSince(before), 1);
-}
-
-TEST(AppDelegateScanning, DebouncesWhatHappensOnTheDesktop) {
-  ScanningAgent agent;
-  agent.launch();
-  agent.advance(10);
-  const int before = agent.scans;
-  agent.desktop().changeSpace();
-  agent.advance(0.1);
-  agent.desktop().changeSpace();
-  agent.advance(0.349);
-  EXPECT_EQ(agent.scansSince(before), 0);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.scansSince(before), 1);
-  agent.advance(10);
-  EXPECT_EQ(agent.scansSince(before), 3) << "Two follow-ups.";
-}
-
-TEST(AppDelegateScanning, TenRequestsDuringAScanAreOneMore) {
-  ScanningAgent agent;
-  agent.world.environment().set("QUILLARD_EVENT_SCAN_DEBOUNCE_SECONDS", "0.05");
-  std::vector<platform::simulated::ApplicationHandle> applications;
-  for (int i = 0; i < 8; ++i) {
-    applications.push_back(agent.desktop().launch({.name = "Slow", .bundleIdentifier = "com.example.slow"}));
-    agent.desktop().open(applications.back(), erasePrompt());
-  }
-  agent.launch();
-  agent.advance(10);
-  for (const auto& application : applications) agent.desktop().slow(application, Seconds{0.15});
-  const int before = agent.scans;
-  for (int i = 0; i < 11; ++i) {  // The first of them begins the scan.
-    agent.desktop().changeSpace();
-    agent.advance(0.06);
-  }
-  ASSERT_EQ(agent.scansSince(before), 1) << "It is under way still.";
-  for (const auto& application : applications) agent.desktop().slow(application, Seconds{0});
-  agent.advance(0.5);
-  EXPECT_EQ(agent.scansSince(before), 2);
-  agent.advance(10);
-  EXPECT_EQ(agent.scansSince(before), 4) << "And the two follow-ups of the last event.";
-}
-
-// A dialog whose buttons cannot be read, so that it is none, and of which all scans after its coming have passed.
-struct UnreadableDialogAgent : ScanningAgent {
-  UnreadableDialogAgent() {
-    launchAndPair();
-    parts = desktop().children(desktop().open(erasePrompt()));
-    for (const auto part : parts) desktop().setAttributeError(part, "AXRole", platform::AXError::noValue);
-    advance(10);
-  }
-  void becomesReadable() {
-    desktop().setAttribute(parts.at(0), "AXRole", std::string("AXStaticText"));
-    for (std::size_t i = 1; i < parts.size(); ++i) desktop().setAttribute(parts[i], "AXRole", std::string("AXButton"));
-  }
-
-  std::vector<platform::simulated::NodeHandle> parts;  // A text and two buttons.
-};
-
-TEST(AppDelegateScanning, WhatOnlyTheLastScanAfterAnEventCouldReadIsConfirmedSoon) {
-  UnreadableDialogAgent agent;
-  agent.desktop().changeSpace();
-  agent.advance(1.9);
-  agent.becomesReadable();
-  agent.advance(0.2);
-  const int before = agent.scans;
-  agent.advance(1.1);
-  EXPECT_EQ(agent.scansSince(before), 0);
-  EXPECT_THAT(agent.phone.shown(), IsEmpty()) << "Seen once, 2.0 s after the event.";
-  agent.advance(0.2);
-  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
-  agent.advance(200);
-  EXPECT_EQ(agent.scansSince(before), 1);
-}
-
-TEST(AppDelegateScanning, ThatIsNotNeededWhereAnotherScanAfterTheEventComes) {
-  UnreadableDialogAgent agent;
-  agent.desktop().changeSpace();
-  agent.advance(0.7);
-  agent.becomesReadable();
-  const int before = agent.scans;
-  agent.advance(200);
-  EXPECT_EQ(agent.scansSince(before), 2) << "The two follow-ups.";
-}
-
-TEST(AppDelegateScanning, APromptThatIsAnotherOneAtEachLookIsNotChased) {
-  UnreadableDialogAgent agent;
-  agent.becomesReadable();
-  int looks = 0;
-  agent.onRequest = [&](const AXRequest&) {
-    if (looks == agent.scans) return;
-    looks = agent.scans;
-    agent.desktop().setAttribute(agent.parts.at(0), "AXValue", "Look " + std::to_string(looks));
-  };
-  agent.desktop().changeSpace();
-  agent.advance(3);
-  const int before = agent.scans;
-  agent.advance(200);
-  EXPECT_EQ(agent.scansSince(before), 3);
-  EXPECT_THAT(agent.phone.shown(), IsEmpty());
-}
-
 TEST(AppDelegateScanning, APromptIsAnnouncedOnceAsLongAsItStays) {
   AgentWorld agent;
   agent.launchAndPair();
@@ -189,16 +61,6 @@ TEST(AppDelegateScanning, APromptThatLeftAndCameBackIsAnnouncedAgain) {
   agent.desktop().open(spec);
   agent.advance(5);
   EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(2));
-}
-
-TEST(AppDelegateScanning, WithoutABundleIdentifierAnnouncementsArePrinted) {
-  AgentWorld agent;
-  agent.world.bundle().setIdentifier(std::nullopt);
-  agent.launchAndPair();
-  agent.desktop().open(erasePrompt("Erase\x1b[31m disk?"));
-  agent.advance(5);
-  EXPECT_THAT(agent.world.console().lines(), testing::Contains("Approval needed: Example: Erase?[31m disk?"));
-  EXPECT_THAT(agent.world.userNotifications().posted(), IsEmpty());
 }
 
 TEST(AppDelegateScanning, PausedNothingIsAnnouncedAndThePhoneSeesNothing) {
@@ -296,18 +158,6 @@ TEST(AppDelegateStaleCleanup, AScanThatSeesItAgainCancelsTheCleanup) {
   EXPECT_THAT(agent.phone.shown(), SizeIs(2));
 }
 
-TEST(AppDelegateStaleCleanup, TheGraceIsReadAfreshForEachCleanup) {
-  StaleAgent agent;
-  agent.world.environment().set("QUILLARD_APPROVAL_STALE_GRACE_SECONDS", "20");
-  agent.desktop().close(agent.second);
-  agent.advance(2.001);
-  const int before = agent.scans;
-  agent.advance(20.498);
-  EXPECT_EQ(agent.scansSince(before), 0);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.scansSince(before), 1);
-}
-
 TEST(AppDelegateStaleCleanup, QuittingCancelsIt) {
   StaleAgent agent;
   agent.desktop().close(agent.second);
@@ -344,23 +194,6 @@ TEST(AppDelegateScanning, TrustLostDuringAScanEmptiesEverything) {
   agent.advance(0.4);
   EXPECT_FALSE(agent.menuBarShowsPending());
   EXPECT_THAT(agent.phone.shown(), IsEmpty());
-}
-
-TEST(AppDelegateScanning, AListThatIsTooLongForTheRelayIsShortenedAndSaidSoOnce) {
-  AgentWorld agent;
-  agent.launchAndPair();
-  for (int i = 0; i < 20; ++i) {
-    auto spec = erasePrompt("Prompt " + std::to_string(i));
-    spec.lines = {std::string(60'000, 'x')};
-    agent.desktop().open(spec);
-  }
-  agent.advance(30);
-  ASSERT_THAT(agent.phone.shown(), SizeIs(20));
-  EXPECT_LT(agent.phone.shown()[0].messageLines.at(0).size(), 10'000U);
-  agent.advance(310);
-  EXPECT_THAT(agent.world.console().lines(),
-              ElementsAre("Quillard relay connected.",
-                          "The list of approvals is too long for the relay: 20 shortened, 0 left out."));
 }
 
 }  // namespace

@@ -19,8 +19,6 @@ using samples::keptSecrets;
 constexpr const char* kScanThis = "Open the iPhone app, choose Pair Mac, and scan this code.";
 constexpr const char* kAllowFirst =
     "Allow Accessibility in System Settings. The pairing code appears after Quillard can detect Mac prompts.";
-constexpr const char* kNoPairing =
-    "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
 
 TEST(AppDelegateStatus, ShowsTheCodeOfThisInstallation) {
   AgentWorld agent;
@@ -43,14 +41,6 @@ TEST(AppDelegateStatus, ShowsNoCodeWithoutThePermission) {
   agent.launch();
   EXPECT_EQ(agent.status().pairingImage, std::nullopt);
   EXPECT_EQ(agent.status().pairingCaption, kAllowFirst);
-}
-
-TEST(AppDelegateStatus, ShowsNoCodeWithoutARelay) {
-  AgentWorld agent;
-  agent.world.environment().unset("QUILLARD_PAIRING_ID");
-  agent.launch();
-  EXPECT_EQ(agent.status().pairingImage, std::nullopt);
-  EXPECT_EQ(agent.status().pairingCaption, kNoPairing);
 }
 
 TEST(AppDelegateStatus, TheMenuBarShowsWhetherAnythingWaits) {

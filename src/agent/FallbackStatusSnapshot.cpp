@@ -5,6 +5,7 @@
 #include "system/LoginItemManager.h"
 
 namespace quillard {
+
 PairingDependencies pairingDependencies(const platform::Platform& platform) {
   return {platform.environment,  platform.bundle, platform.propertyLists, platform.secretStore,
           platform.userDefaults, platform.random, platform.console};

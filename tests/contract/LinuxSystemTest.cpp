@@ -38,7 +38,7 @@
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/ChildProcess.h"
-#include "support/FileContents.h"
+#include "private-desktop/FileContents.h"
 #include "support/NotificationServer.h"
 #include "support/TemporaryFolder.h"
 

@@ -12,7 +12,7 @@
 #include "platform/simulated/DesktopLoader.h"
 #include "recording/RecordedDesktopJson.h"
 #include "support/DetectionWorld.h"
-#include "support/FileContents.h"
+#include "private-desktop/FileContents.h"
 #include "support/GoldenFile.h"
 
 namespace quillard {

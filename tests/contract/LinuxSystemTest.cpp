@@ -143,7 +143,7 @@ class FileConsoleBinding final : public ConsoleBinding {
  public:
   ~FileConsoleBinding() override { ::close(file); }
   platform::Console& console() override { return output; }
-  std::string written() override { return fileContents(path); }
+  std::string written() override { return privatedesktop::fileContents(path); }
 
  private:
   const TemporaryFolder folder;
@@ -225,7 +225,7 @@ class AutostartBinding final : public LoginServiceBinding {
   platform::LoginService& service() override { return entry.emplace(environment, "/opt/Quillard.app/quillard"); }
   void switchOff() override { std::ofstream(path(), std::ios::app) << "X-GNOME-Autostart-enabled=false\n"; }
   void switchOn() override {
-    auto text = fileContents(path());
+    auto text = privatedesktop::fileContents(path());
     text.replace(text.find("enabled=false"), 13, "enabled=true");
     std::ofstream(path(), std::ios::trunc) << text;
   }

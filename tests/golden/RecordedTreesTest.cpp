@@ -58,7 +58,7 @@ std::string detectionText(samples::DetectionWorld& world) {
 class RecordedTree : public testing::TestWithParam<std::string> {};
 
 TEST_P(RecordedTree, IsJudgedAsItsGoldenFileSays) {
-  const auto recording = test::fileContents(QUILLARD_GOLDEN_DIRECTORY "/trees/" + GetParam() + ".json");
+  const auto recording = privatedesktop::fileContents(QUILLARD_GOLDEN_DIRECTORY "/trees/" + GetParam() + ".json");
   auto outcome = recording::readRecordedDesktop(recording);
   ASSERT_TRUE(std::holds_alternative<recording::RecordedDesktop>(outcome))
       << std::get<JsonError>(outcome).description();

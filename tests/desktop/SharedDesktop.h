@@ -21,7 +21,7 @@ class SharedDesktop {
   // Free of windows. Made by the first call.
   [[nodiscard]] PrivateDesktop& get() {
     using namespace std::chrono_literals;
-    if (desktop && !waitFor([this] { return ClientList(*desktop).windows().empty(); }, 1s)) desktop.reset();
+    if (desktop && !waitFor([this] { return ClientList(*desktop).windows().empty(); }, 3s)) desktop.reset();
     if (!desktop) desktop = std::make_unique<PrivateDesktop>();
     return *desktop;
   }

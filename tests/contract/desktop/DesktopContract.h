@@ -18,9 +18,7 @@ class DesktopContract : public testing::TestWithParam<DesktopCase> {
   platform::Accessibility& accessibility() { return binding->accessibility(); }
 
   [[nodiscard]] platform::AXUIElement application(const PromptProgram& program) {
-    auto element = accessibility().createApplication(program.processIdentifier());
-    accessibility().setMessagingTimeout(element, AXHelpers::kMessagingTimeout);
-    return element;
+    return accessibility().createApplication(program.processIdentifier());
   }
   // The prompt's window; a failure, and the application itself, when it has none.
   [[nodiscard]] platform::AXUIElement window(const PromptProgram& program, platform::AXAttributeReader& reader) {

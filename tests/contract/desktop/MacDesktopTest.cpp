@@ -44,7 +44,7 @@ class MacDesktopBinding final : public DesktopBinding {
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   const fakes::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time().mainThread()};
+  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time()};
   macos::MacWindowList macWindowList{world.workspace()};
   macos::MacSyntheticEvents macEvents;
 };

@@ -131,10 +131,13 @@ SwitchOnOutcome LinuxAccessibility::switchOn() {
   return SwitchOnOutcome::switchedOn;
 }
 
-std::vector<std::int32_t> LinuxAccessibility::unseenProcesses() {
-  const auto seen = processIdentifiers();
+std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
+  const auto reading = beginReading();
+  if (!reading || !reading->hasXServer()) return std::nullopt;
+  const auto& seen = reading->processIdentifiers();
+  if (reading->hasLostRegistry()) return std::nullopt;
   std::vector<std::int32_t> unseen;
-  for (const auto& window : windows.snapshot().windows) {
+  for (const auto& window : reading->xWindows().windows) {
     if (!window.processIdentifier || *window.processIdentifier == options.ownProcessIdentifier) continue;
     const bool isListed = std::find(seen.begin(), seen.end(), *window.processIdentifier) != seen.end() ||
                           std::find(unseen.begin(), unseen.end(), *window.processIdentifier) != unseen.end();

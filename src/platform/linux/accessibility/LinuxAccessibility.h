@@ -75,7 +75,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;
 
   SwitchOnOutcome switchOn() override;
-  [[nodiscard]] std::vector<std::int32_t> unseenProcesses() override;
+  [[nodiscard]] std::optional<std::vector<std::int32_t>> unseenProcesses() override;
 
   // Where the accessibility bus listens. Absent when there is none. Any thread.
   [[nodiscard]] std::optional<std::string> busAddress() { return status.busAddress(); }

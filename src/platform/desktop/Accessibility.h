@@ -19,14 +19,14 @@
 
 namespace quillard::platform {
 
+// The element model is neutral, in the vocabulary of AX (roles, attributes, actions, errors): each binding maps its own
+// system onto it.
+
 // How long one request waits for an application that does not answer, at the longest. One bound for the whole process,
 // which a binding takes when it is made and sets wherever its system wants it: systems bound a connection or a handle,
 // and a bound that the core could change for one element would hold for different elements on each of them.
 inline constexpr Seconds kMessagingTimeout{0.2};
 
-// The element model is neutral, in the vocabulary of AX (roles, attributes, actions, errors): each binding maps its own
-// system onto it.
-//
 // Why a request brought nothing. `cannotComplete`: the application did not answer within the messaging time-out, or
 // could not finish; an action may have happened all the same.
 enum class AXError : std::int32_t {

@@ -122,9 +122,8 @@ ExitCode runAgent(char* programName, const Output& output) {
   application.setOnActivationPolicy([&trim, &mainThread = dependencies.system.executors.mainThread()] {
     trim = mainThread.postAfter(kWindowHasSettled, trimMemory);
   });
-  if (const auto limitation = dependencies.system.windows.limitation()) {
-    dependencies.system.console.writeLine(*limitation);
-  }
+  const auto limitation = dependencies.system.capabilities.limitation(platform::DesktopCapability::windowList);
+  if (limitation && !limitation->isPartial) dependencies.system.console.writeLine(limitation->reason);
   const qt::TerminationSignals termination([&application] { application.terminate(); });
   dependencies.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;

@@ -50,12 +50,12 @@ void DoctorExamination::checkSystem() {
   facts.canBeLoginItem = dependencies.bundle.identifier().has_value();
   facts.isInstalled = location.isRunningFromApplications() && facts.canBeLoginItem;
   if (!directories.empty()) facts.folderForApplications = directories.front();
-  facts.hasDisplay = dependencies.hasDisplay();
+  facts.windowListLimitation = dependencies.capabilities.limitation(platform::DesktopCapability::windowList);
   facts.isWayland = dependencies.environment.value("XDG_SESSION_TYPE") == "wayland" ||
                     !dependencies.environment.value("WAYLAND_DISPLAY").value_or("").empty();
   facts.isAskedAlone = dependencies.isAskedAlone;
   facts.isAccessibilityTrusted = dependencies.accessibility.isProcessTrusted();
-  if (facts.isAccessibilityTrusted) facts.unseenPrograms = dependencies.unseenPrograms();
+  facts.unreadablePrograms = dependencies.capabilities.unreadablePrograms();
   facts.hasGtk2Bridge = holds(dependencies.environment, "GTK_MODULES", "atk-bridge");
   facts.loginItem = dependencies.loginService.status();
   checkKeychain();

@@ -3,10 +3,10 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "app/DoctorFacts.h"
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/DesktopCapabilities.h"
 #include "platform/network/Http.h"
 #include "platform/process/Bundle.h"
 #include "platform/process/Environment.h"
@@ -22,6 +22,7 @@ namespace quillard::app {
 // What an examination looks at. All of it outlives the examination.
 struct DoctorDependencies {
   platform::Accessibility& accessibility;
+  platform::DesktopCapabilities& capabilities;
   const platform::Bundle& bundle;
   const platform::Environment& environment;
   platform::HttpSessions& httpSessions;
@@ -31,9 +32,6 @@ struct DoctorDependencies {
   platform::UserNotifications* notifications;  // Null where the question would reach the user: it is not asked then.
   PairingConfiguration& pairing;
   platform::SerialExecutor& mainThread;
-  std::function<bool()> hasDisplay;
-  // Programs that have windows and cannot be read, for people to read.
-  std::function<std::vector<std::string>()> unseenPrograms;
   bool isAskedAlone = true;  // As in the facts.
 };
 

@@ -34,20 +34,19 @@ class DoctorExaminationTest : public testing::Test {
     world.environment().set("QUILLARD_PAIRING_ID", "office");
   }
   void start() {
-    examination = std::make_unique<DoctorExamination>(
-        DoctorDependencies{.accessibility = world.accessibility(),
-                           .bundle = bundle,
-                           .environment = world.environment(),
-                           .httpSessions = httpSessions,
-                           .lockFiles = lockFiles,
-                           .loginService = loginService,
-                           .secretStore = secretStore,
-                           .notifications = mayAskUser ? &notifications : nullptr,
-                           .pairing = pairing,
-                           .mainThread = world.time().mainThread(),
-                           .hasDisplay = [this] { return hasDisplay; },
-                           .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; },
-                           .isAskedAlone = isAskedAlone});
+    examination =
+        std::make_unique<DoctorExamination>(DoctorDependencies{.accessibility = world.accessibility(),
+                                                               .capabilities = world.capabilities(),
+                                                               .bundle = bundle,
+                                                               .environment = world.environment(),
+                                                               .httpSessions = httpSessions,
+                                                               .lockFiles = lockFiles,
+                                                               .loginService = loginService,
+                                                               .secretStore = secretStore,
+                                                               .notifications = mayAskUser ? &notifications : nullptr,
+                                                               .pairing = pairing,
+                                                               .mainThread = world.time().mainThread(),
+                                                               .isAskedAlone = isAskedAlone});
     examination->start([this](const DoctorFacts& found) {
       EXPECT_FALSE(facts.has_value()) << "It is done once.";
       facts = found;
@@ -79,7 +78,6 @@ class DoctorExaminationTest : public testing::Test {
   platform::simulated::SimulatedUserNotifications notifications{world.time()};
   PairingConfiguration pairing{
       {world.environment(), bundle, propertyLists, secretStore, world.userDefaults(), world.random(), world.console()}};
-  bool hasDisplay = true;
   bool mayAskUser = true;
   bool isAskedAlone = true;
   std::optional<DoctorFacts> facts;
@@ -88,14 +86,15 @@ class DoctorExaminationTest : public testing::Test {
 
 TEST_F(DoctorExaminationTest, LooksAtTheProgramAndItsDesktop) {
   loginService.setStatus(LoginServiceStatus::enabled);
+  world.desktop().addWindowEntry({.ownerProcessIdentifier = 12, .ownerName = "gimp"});
   const auto found = examine();
   EXPECT_EQ(found.programFolder, bundle.path());
   EXPECT_TRUE(found.isInstalled);
   EXPECT_EQ(found.folderForApplications, bundle.applicationDirectories().front());
-  EXPECT_TRUE(found.hasDisplay);
+  EXPECT_EQ(found.windowListLimitation, std::nullopt);
   EXPECT_FALSE(found.isWayland);
   EXPECT_TRUE(found.isAccessibilityTrusted);
-  EXPECT_EQ(found.unseenPrograms, (std::vector<std::string>{"gimp (process 12)"}));
+  EXPECT_EQ(found.unreadablePrograms, (std::vector<platform::UnreadableProgram>{{12, "gimp"}}));
   EXPECT_TRUE(found.canBeLoginItem);
   EXPECT_EQ(found.loginItem, LoginServiceStatus::enabled);
   EXPECT_EQ(found.notificationProblem, std::nullopt);
@@ -137,11 +136,19 @@ TEST_F(DoctorExaminationTest, KnowsAWaylandSessionByEitherSign) {
   EXPECT_TRUE(examine().isWayland);
 }
 
-TEST_F(DoctorExaminationTest, AsksForUnseenProgramsOnlyWhereAnyCouldBeSeen) {
+TEST_F(DoctorExaminationTest, TellsWhatTheDesktopLacks) {
+  const platform::Limitation limitation{"There is no display."};
+  world.capabilities().setLimitation(platform::DesktopCapability::windowList, limitation);
+  const auto found = examine();
+  EXPECT_EQ(found.windowListLimitation, limitation);
+  EXPECT_EQ(found.unreadablePrograms, platform::Limitation{"Not known: There is no display."});
+}
+
+TEST_F(DoctorExaminationTest, ClaimsNothingOfProgramsWithoutAccessibility) {
   world.desktop().setTrusted(false);
   const auto found = examine();
   EXPECT_FALSE(found.isAccessibilityTrusted);
-  EXPECT_TRUE(found.unseenPrograms.empty());
+  EXPECT_FALSE(found.unreadablePrograms.isKnown());
 }
 
 TEST_F(DoctorExaminationTest, SeesTheGtk2Bridge) {

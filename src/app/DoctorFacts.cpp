@@ -12,17 +12,14 @@ using platform::SecretStatusCode;
 
 DoctorCheck displayCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "display", .title = "Display", .detail = "An X server is there.", .remedy = {}};
-  if (!facts.hasDisplay && !facts.isWayland) {
-    check.state = State::problem;
-    check.detail = "There is no X server, or it does not answer.";
-    check.remedy = "Start quillard in a desktop session. DISPLAY names the X server.";
-  } else if (facts.isWayland) {
+  if (!facts.windowListLimitation) return check;
+  check.detail = facts.windowListLimitation->reason;
+  if (facts.isWayland || facts.windowListLimitation->isPartial) {
     check.state = State::note;
-    check.detail = facts.hasDisplay ? "This is a Wayland session. Windows of Wayland programs cannot be brought to the "
-                                      "front or clicked, and some are not seen; those of X programs are."
-                                    : "This is a Wayland session without an X server. Prompts are read and answered "
-                                      "through accessibility alone; windows cannot be brought to the front or clicked.";
     check.remedy = "Choose an X session at login, if that is a problem.";
+  } else {
+    check.state = State::problem;
+    check.remedy = "Start quillard in a desktop session. DISPLAY names the X server.";
   }
   return check;
 }
@@ -42,16 +39,18 @@ DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
 DoctorCheck programsCheck(const DoctorFacts& facts) {
   DoctorCheck check{
       .id = "programs", .title = "Programs", .detail = "All that have windows can be read.", .remedy = {}};
-  if (!facts.isAccessibilityTrusted) {
+  if (!facts.unreadablePrograms.isKnown()) {
     check.state = State::note;
-    check.detail = "Not known without accessibility.";
+    check.detail = facts.unreadablePrograms.limitation().reason;
     return check;
   }
-  if (facts.unseenPrograms.empty()) return check;
+  const auto& programs = facts.unreadablePrograms.value();
+  if (programs.empty()) return check;
   check.state = State::note;
   check.detail = "Prompts of these are not seen:";
-  for (const auto& program : facts.unseenPrograms) {
-    check.detail += (&program == &facts.unseenPrograms.front() ? " " : ", ") + program;
+  for (const auto& program : programs) {
+    check.detail += (&program == &programs.front() ? " " : ", ") + program.name + " (process " +
+                    std::to_string(program.processIdentifier) + ")";
   }
   check.detail += ".";
   check.remedy = "Start them anew: some look only then whether accessibility is on.";

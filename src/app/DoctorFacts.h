@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/DoctorReport.h"
+#include "platform/desktop/DesktopCapabilities.h"
 #include "platform/process/LockFiles.h"
 #include "platform/shell/LoginService.h"
 #include "platform/storage/SecretStore.h"
@@ -27,13 +28,15 @@ struct DoctorFacts {
   bool isInstalled = false;  // As an application, in a folder for applications.
   std::string folderForApplications;
 
-  bool hasDisplay = false;  // An X server answers.
-  bool isWayland = false;   // The session is one of Wayland: the X server is its guest.
+  // Why not every window is listed, or none. Absent: all are.
+  std::optional<platform::Limitation> windowListLimitation;
+  bool isWayland = false;  // The session is one of Wayland: the X server is its guest.
 
   bool isAccessibilityTrusted = false;
-  bool isAskedAlone = true;                 // Not by another program, for which the system then answers.
-  std::vector<std::string> unseenPrograms;  // They have windows, but cannot be read. For people to read.
-  bool hasGtk2Bridge = false;               // GTK_MODULES names what makes GTK 2 programs readable.
+  bool isAskedAlone = true;  // Not by another program, for which the system then answers.
+  platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms =
+      std::vector<platform::UnreadableProgram>{};
+  bool hasGtk2Bridge = false;  // GTK_MODULES names what makes GTK 2 programs readable.
 
   RelayReach relay = RelayReach::notConfigured;
   std::string relayAddress;  // Host and port only.

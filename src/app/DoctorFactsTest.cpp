@@ -19,9 +19,7 @@ DoctorFacts healthy() {
   return {.programFolder = "/home/ann/.local/lib/Quillard.app",
           .isInstalled = true,
           .folderForApplications = "/home/ann/.local/lib",
-          .hasDisplay = true,
           .isAccessibilityTrusted = true,
-          .unseenPrograms = {},
           .relay = RelayReach::registered,
           .relayAddress = "https://relay.example.org",
           .relayText = {},
@@ -66,24 +64,35 @@ TEST(Doctor, FindsAnAgentThatIsNotInstalled) {
 TEST(Doctor, TellsNoDisplayFromAWaylandSession) {
   auto facts = healthy();
   facts.isWayland = true;
+  facts.windowListLimitation = platform::Limitation{.reason = "Some are not listed.", .isPartial = true};
   EXPECT_EQ(check(facts, "display").state, State::note);
-  facts.hasDisplay = false;
+  EXPECT_EQ(check(facts, "display").detail, "Some are not listed.");
+  facts.windowListLimitation = platform::Limitation{"None are listed."};
   EXPECT_EQ(check(facts, "display").state, State::note);
-  EXPECT_NE(check(facts, "display").detail.find("without an X server"), std::string::npos);
+  EXPECT_EQ(check(facts, "display").detail, "None are listed.");
+  EXPECT_NE(check(facts, "display").remedy.find("X session"), std::string::npos);
   facts.isWayland = false;
   EXPECT_EQ(check(facts, "display").state, State::problem);
+  EXPECT_EQ(check(facts, "display").detail, "None are listed.");
+  EXPECT_NE(check(facts, "display").remedy.find("DISPLAY"), std::string::npos);
 }
 
 TEST(Doctor, FindsAccessibilitySwitchedOff) {
   auto facts = healthy();
   facts.isAccessibilityTrusted = false;
   EXPECT_EQ(check(facts, "accessibility").state, State::problem);
-  EXPECT_EQ(check(facts, "programs").state, State::note);  // Nothing is claimed of them.
+}
+
+TEST(Doctor, ClaimsNothingOfProgramsThatCannotBeKnown) {
+  auto facts = healthy();
+  facts.unreadablePrograms = platform::Limitation{"Not known here."};
+  EXPECT_EQ(check(facts, "programs").state, State::note);
+  EXPECT_EQ(check(facts, "programs").detail, "Not known here.");
 }
 
 TEST(Doctor, NamesProgramsThatCannotBeRead) {
   auto facts = healthy();
-  facts.unseenPrograms = {"gimp (process 12)", "keepassxc (process 15)"};
+  facts.unreadablePrograms = std::vector<platform::UnreadableProgram>{{12, "gimp"}, {15, "keepassxc"}};
   auto found = check(facts, "programs");
   EXPECT_EQ(found.state, State::note);
   EXPECT_EQ(found.detail, "Prompts of these are not seen: gimp (process 12), keepassxc (process 15).");

@@ -16,11 +16,15 @@ namespace {
 // Of a user without a home: nothing can be made there, so that settings of this run stay in memory.
 constexpr const char* kNowhere = "/dev/null/quillard";
 
+bool isXSession(const platform::Environment& environment) {
+  return environment.value("WAYLAND_DISPLAY").value_or("").empty() &&
+         environment.value("XDG_SESSION_TYPE") != "wayland";
+}
+
 atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environment& environment) {
   return {.sessionBusAddress = xdg::sessionBusAddress(environment),
           .ownProcessIdentifier = static_cast<std::int32_t>(::getpid()),
-          .isXSession = environment.value("WAYLAND_DISPLAY").value_or("").empty() &&
-                        environment.value("XDG_SESSION_TYPE") != "wayland"};
+          .isXSession = isXSession(environment)};
 }
 
 }  // namespace
@@ -40,20 +44,16 @@ LinuxSystem::LinuxSystem(int consoleDescriptor)
           accessibility, [this] { return accessibility.busAddress(); }, executors.mainThread()),
       desktopEntries(environment),
       programs(processes, desktopEntries),
+      capabilities(accessibility, windows, isXSession(environment),
+                   [this](std::int32_t process) -> std::optional<std::string> {
+                     const auto program = programs.program(process, "");
+                     return program ? std::optional(program->name) : std::nullopt;
+                   }),
       opener(openerActions()),
       workspace({windows, watch, accessibleProcesses, processes, programs, opener}),
       windowList(windows, programs, watch, accessibleProcesses, executors.mainThread()),
       syntheticEvents(environment.value("DISPLAY"), windows),
       settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
-
-std::vector<std::string> LinuxSystem::unseenPrograms() {
-  std::vector<std::string> unseen;
-  for (const auto process : accessibility.unseenProcesses()) {
-    const auto program = programs.program(process, "");
-    unseen.push_back((program ? program->name : "an unknown program") + " (process " + std::to_string(process) + ")");
-  }
-  return unseen;
-}
 
 desktop::OpenerActions LinuxSystem::openerActions() {
   return {.start = desktop::startDetached,

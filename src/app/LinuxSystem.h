@@ -7,6 +7,7 @@
 
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 #include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/linux/storage/PlistReader.h"
 #include "platform/linux/storage/SecretServiceStore.h"
@@ -45,9 +46,6 @@ struct LinuxSystem {
   LinuxSystem(const LinuxSystem&) = delete;
   LinuxSystem& operator=(const LinuxSystem&) = delete;
 
-  // Programs that have windows and cannot be read, with their numbers, for people to read. Waits for the bus.
-  [[nodiscard]] std::vector<std::string> unseenPrograms();
-
   // In the order in which they need one another.
   desktop::ProcessEnvironment environment;
   desktop::StandardOutput console;
@@ -74,6 +72,7 @@ struct LinuxSystem {
   x11::ProcessTable processes;
   x11::DesktopEntries desktopEntries;
   x11::RunningPrograms programs;
+  atspi::LinuxDesktopCapabilities capabilities;
   desktop::XdgOpener opener;
   x11::LinuxWorkspace workspace;
   x11::LinuxWindowList windowList;

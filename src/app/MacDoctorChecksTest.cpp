@@ -22,7 +22,6 @@ DoctorFacts healthy() {
           .folderForApplications = "/Applications",
           .isAccessibilityTrusted = true,
           .isAskedAlone = true,
-          .unseenPrograms = {},
           .relay = RelayReach::registered,
           .relayAddress = "https://relay.example.org",
           .relayText = {},

@@ -4,6 +4,7 @@
 
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacBundle.h"
+#include "platform/macos/MacDesktopCapabilities.h"
 #include "platform/macos/MacPropertyLists.h"
 #include "platform/macos/MacRandom.h"
 #include "platform/macos/MacSecretStore.h"
@@ -60,6 +61,7 @@ struct MacSystem {
 
   const std::unique_ptr<platform::SerialExecutor> accessibilityQueue;
   macos::MacAccessibility accessibility;
+  macos::MacDesktopCapabilities capabilities;
   macos::MacWorkspace workspace;
   macos::MacWindowList windowList;
   macos::MacSyntheticEvents syntheticEvents;

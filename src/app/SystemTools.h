@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -21,9 +20,7 @@ namespace quillard::app {
 
 // How the examination of one system differs from that of another.
 struct DoctorTraits {
-  platform::UserNotifications* notifications = nullptr;  // As in the examination's dependencies, as are the next three.
-  std::function<bool()> hasDisplay = [] { return true; };
-  std::function<std::vector<std::string>()> unseenPrograms = [] { return std::vector<std::string>{}; };
+  platform::UserNotifications* notifications = nullptr;  // As in the examination's dependencies, as is the next.
   bool isAskedAlone = true;
   // What the facts mean there.
   std::vector<DoctorCheck> (*checks)(const DoctorFacts&) = doctorChecks;
@@ -37,8 +34,7 @@ class SystemTools {
   using Traits = DoctorTraits (*)(System&);
 
   // `output` outlives it.
-  SystemTools(const Output& output, Traits traitsOf)
-      : system(STDERR_FILENO), output(output), traitsOf(traitsOf) {}
+  SystemTools(const Output& output, Traits traitsOf) : system(STDERR_FILENO), output(output), traitsOf(traitsOf) {}
 
   ExitCode run(const Command& command) { return std::visit(*this, command); }
 
@@ -48,6 +44,7 @@ class SystemTools {
     PairingConfiguration pairing(pairingDependencies());
     const auto traits = traitsOf(system);
     DoctorExamination examination({.accessibility = system.accessibility,
+                                   .capabilities = system.capabilities,
                                    .bundle = system.bundle,
                                    .environment = system.environment,
                                    .httpSessions = system.httpSessions,
@@ -57,8 +54,6 @@ class SystemTools {
                                    .notifications = traits.notifications,
                                    .pairing = pairing,
                                    .mainThread = system.executors.mainThread(),
-                                   .hasDisplay = traits.hasDisplay,
-                                   .unseenPrograms = traits.unseenPrograms,
                                    .isAskedAlone = traits.isAskedAlone});
     std::vector<DoctorCheck> checks;
     examination.start([&](const DoctorFacts& facts) {

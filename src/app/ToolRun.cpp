@@ -6,11 +6,7 @@
 namespace quillard::app {
 namespace {
 
-DoctorTraits traitsOf(LinuxSystem& system) {
-  return {.notifications = &system.notifications,
-          .hasDisplay = [&system] { return system.windows.isAvailable(); },
-          .unseenPrograms = [&system] { return system.unseenPrograms(); }};
-}
+DoctorTraits traitsOf(LinuxSystem& system) { return {.notifications = &system.notifications}; }
 
 }  // namespace
 

@@ -37,9 +37,7 @@ std::optional<std::int32_t> ApprovedButton::processIdentifier() const {
 std::optional<AXUIElement> ApprovedButton::owningApplication() const {
   const auto owner = processIdentifier();
   if (!owner) return std::nullopt;
-  auto application = accessibility.createApplication(*owner);
-  accessibility.setMessagingTimeout(application, AXHelpers::kMessagingTimeout);
-  return application;
+  return accessibility.createApplication(*owner);
 }
 
 // ---- Identity
@@ -88,9 +86,7 @@ std::optional<Point> ApprovedButton::centre() const {
 
 std::optional<AXUIElement> ApprovedButton::buttonAt(Point point) const {
   // Of the whole desktop: a window of another application may lie above the prompt.
-  const auto systemWide = accessibility.createSystemWide();
-  accessibility.setMessagingTimeout(systemWide, AXHelpers::kMessagingTimeout);
-  const auto hit = accessibility.copyElementAtPosition(systemWide, point);
+  const auto hit = accessibility.copyElementAtPosition(accessibility.createSystemWide(), point);
   if (!hit.hasValue()) return std::nullopt;
   auto button = AXHelpers::nearestButton(accessibility, hit.value(), kHitButtonLimit);
   if (!button || !hitButtonBelongsToTarget(*button, windowsForAction())) return std::nullopt;

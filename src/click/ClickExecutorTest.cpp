@@ -411,8 +411,6 @@ TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
 
 TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
   approve(question());
-  world.accessibility().setMessagingTimeout(desktop().element(application), Seconds{0});  // As if it had not been set.
-  world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
   fakePresence = [] { return true; };
   fakeSearch = [] { return std::nullopt; };
   desktop().hang(application);
@@ -428,7 +426,6 @@ TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) 
   desktop().setRequestHook([&](const AXRequest& request) {
     if (request.name != ax::kRaiseAction) return;
     desktop().hang(other);
-    world.accessibility().setMessagingTimeout(world.accessibility().createSystemWide(), Seconds{0});
     desktop().later(Seconds{0.05}, [&] { desktop().raise(above); });
   });
   EXPECT_EQ(click(), ClickError::promptStillPresent);

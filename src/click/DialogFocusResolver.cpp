@@ -1,7 +1,5 @@
 #include "click/DialogFocusResolver.h"
 
-#include "detection/elements/AXHelpers.h"
-
 namespace quillard {
 namespace {
 
@@ -29,7 +27,6 @@ void DialogFocusResolver::focusApplication(const PendingApproval& approval) {
   workspace.unhide(approval.processIdentifier);
   workspace.activate(approval.processIdentifier);
   const auto application = accessibility.createApplication(approval.processIdentifier);
-  accessibility.setMessagingTimeout(application, AXHelpers::kMessagingTimeout);
   accessibility.setAttributeValue(application, platform::ax::kFrontmost, true);
 }
 

@@ -186,7 +186,7 @@ class AttributeByAttribute final : public platform::Accessibility {
    public:
     explicit Scope(platform::Accessibility& live) : live(live) {}
     platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element,
-                                                             std::string_view name) override {
+                                                             platform::AXAttribute name) override {
       if (missedTimeout(element)) return AXError::cannotComplete;
       auto value = live.copyAttributeValue(element, name);
       if (value.error() == AXError::cannotComplete) missed.insert(live.processIdentifier(element));
@@ -215,24 +215,22 @@ class AttributeByAttribute final : public platform::Accessibility {
   }
   AXUIElement createApplication(std::int32_t process) override { return live.createApplication(process); }
   AXUIElement createSystemWide() override { return live.createSystemWide(); }
-  void setMessagingTimeout(const AXUIElement& element, Seconds timeout) override {
-    live.setMessagingTimeout(element, timeout);
-  }
   std::unique_ptr<platform::AXReadScope> beginReadScope() override { return std::make_unique<Scope>(live); }
   std::optional<std::int32_t> processIdentifier(const AXUIElement& element) override {
     return live.processIdentifier(element);
   }
-  AXError setAttributeValue(const AXUIElement& element, std::string_view name,
+  AXError setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
                             const platform::AXValue& value) override {
     return live.setAttributeValue(element, name, value);
   }
-  AXError performAction(const AXUIElement& element, std::string_view action) override {
+  AXError performAction(const AXUIElement& element, platform::AXAction action) override {
     return live.performAction(element, action);
   }
   platform::AXResult<AXUIElement> copyElementAtPosition(const AXUIElement& within, Point point) override {
     return live.copyElementAtPosition(within, point);
   }
-  platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) override {
+  platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element,
+                                                           platform::AXAttribute name) override {
     return live.copyAttributeValue(element, name);
   }
   platform::AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override {

@@ -37,7 +37,7 @@ bool isSecureTextField(AXAttributeReader& reader, const AXUIElement& element, st
 }
 
 std::optional<std::string> firstTextValue(AXAttributeReader& reader, const AXUIElement& element, bool isSecure) {
-  constexpr std::array<std::string_view, 3> kTextAttributes{ax::kValue, ax::kTitle, ax::kDescription};
+  constexpr std::array kTextAttributes{ax::kValue, ax::kTitle, ax::kDescription};
   for (const auto name : kTextAttributes) {
     if (isSecure && name == ax::kValue) continue;
     const auto value = AXHelpers::stringAttribute(reader, element, name);

@@ -70,7 +70,6 @@ void WindowSources::appendApplications(const std::vector<RunningApplication>& ap
     if (!askedProcesses.insert(application.processIdentifier).second) continue;
     candidates.push_back(application);
     elements.push_back(accessibility.createApplication(application.processIdentifier));
-    accessibility.setMessagingTimeout(elements.back(), AXHelpers::kMessagingTimeout);
   }
   scope.prepareApplications(elements, descendantsPerWindow);
   for (std::size_t i = 0; i < candidates.size(); ++i) appendWindowsOf(candidates[i], elements[i], sources);

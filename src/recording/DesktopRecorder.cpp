@@ -69,7 +69,6 @@ class Recorder {
     std::vector<AXUIElement> elements;
     for (const auto& application : applications) {
       elements.push_back(accessibility.createApplication(application.processIdentifier));
-      accessibility.setMessagingTimeout(elements.back(), limits.messagingTimeout);
     }
     scope->prepareApplications(elements, limits.elementsPerWindow);
     for (std::size_t i = 0; i < elements.size(); ++i) recordApplication(applications[i], elements[i]);
@@ -78,7 +77,6 @@ class Recorder {
   // Elements that stand in no list of windows or children are recorded when something refers to them.
   void recordFocus() {
     const auto systemWide = accessibility.createSystemWide();
-    accessibility.setMessagingTimeout(systemWide, limits.messagingTimeout);
     const auto window = focused(systemWide, ax::kFocusedWindow);
     const auto element = focused(systemWide, ax::kFocusedUIElement);
     if (window) desktop.focusedWindow = recordedId(*window);

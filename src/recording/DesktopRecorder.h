@@ -7,7 +7,6 @@
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "recording/RecordedDesktop.h"
-#include "values/Time.h"
 
 namespace quillard::recording {
 
@@ -15,8 +14,7 @@ namespace quillard::recording {
 struct RecordingLimits {
   int elementsPerWindow = 2000;  // The window counts as one.
   int windowsPerApplication = 256;
-  int depth = 100;                // Elements inside one another; a window is at depth one.
-  Seconds messagingTimeout{0.2};  // For each request to an application; a hung one costs one of these.
+  int depth = 100;  // Elements inside one another; a window is at depth one.
 };
 
 // What a recording tells of the user. Texts of secure fields are never in it, masked or not.

@@ -20,6 +20,7 @@ namespace quillard::test {
 // A private desktop, and the binding looking at it.
 struct LinuxAccessibilityWorld {
   using Element = platform::AXUIElement;
+  static constexpr Seconds kMessagingTimeout{2};  // For a busy machine.
 
   explicit LinuxAccessibilityWorld(const PrivateDesktop::Options& options = {})
       : LinuxAccessibilityWorld(std::make_unique<PrivateDesktop>(options), nullptr) {}
@@ -29,10 +30,10 @@ struct LinuxAccessibilityWorld {
       : own(std::move(made)),
         desktop(shared ? *shared : *own),
         windows(desktop.display().empty() ? std::nullopt : std::optional{desktop.display()}),
-        accessibility({.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid()}, windows,
-                      executors) {
-    accessibility.setMessagingTimeout(accessibility.createSystemWide(), Seconds{2});  // A busy machine's.
-  }
+        accessibility({.sessionBusAddress = desktop.sessionBusAddress(),
+                       .ownProcessIdentifier = ::getpid(),
+                       .messagingTimeout = kMessagingTimeout},
+                      windows, executors) {}
 
   // All elements of a tree, the root first, in the order of the agent's walk.
   [[nodiscard]] std::vector<Element> walk(platform::AXAttributeReader& reader, const Element& root) {

@@ -16,6 +16,7 @@
 #include "detection/elements/AXHelpers.h"
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/SystemClock.h"
@@ -69,6 +70,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
   platform::Workspace& workspace() override { return linuxWorkspace; }
   platform::WindowList& windowList() override { return linuxWindowList; }
   platform::SyntheticEvents& syntheticEvents() override { return events; }
+  platform::DesktopCapabilities& capabilities() override { return linuxCapabilities; }
   platform::Clock& clock() override { return systemClock; }
   platform::Console& console() override { return quietConsole; }
   const platform::Environment& environment() override { return variables; }
@@ -79,6 +81,11 @@ class LinuxDesktopBinding final : public DesktopBinding {
     auto program = std::make_unique<LinuxPromptProgram>(desktop.launch(sample, arguments(options)));
     EXPECT_TRUE(eventually([&] { return isReadable(program->processIdentifier(), options); })) << options.title;
     return program;
+  }
+
+  std::unique_ptr<PromptProgram> showUnreadable() override {
+    return std::make_unique<LinuxPromptProgram>(
+        desktop.launch("zenity", {"--info", "--title=Unreadable", "--text=x"}, {{"NO_AT_BRIDGE", "1"}}));
   }
 
   bool eventually(const std::function<bool()>& condition) override { return waitInLoop(condition); }
@@ -141,6 +148,11 @@ class LinuxDesktopBinding final : public DesktopBinding {
   x11::ProcessTable processes;
   x11::DesktopEntries entries{variables};
   x11::RunningPrograms programs{processes, entries};
+  atspi::LinuxDesktopCapabilities linuxCapabilities{linuxAccessibility, windows, /*isXSession=*/true,
+                                                    [this](std::int32_t process) -> std::optional<std::string> {
+                                                      const auto program = programs.program(process, "");
+                                                      return program ? std::optional(program->name) : std::nullopt;
+                                                    }};
   x11::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
   x11::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
   x11::XTestEvents events{desktop.display(), windows};

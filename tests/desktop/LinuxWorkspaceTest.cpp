@@ -363,7 +363,7 @@ TEST_F(LinuxWorkspaceTest, AnswersQuicklyWithManyWindows) {
 
 TEST(LinuxWorkspace, WithoutAServerTheBusAloneTells) {
   X11Binding binding{std::nullopt};
-  EXPECT_TRUE(binding.windows.limitation().has_value());
+  EXPECT_FALSE(binding.windows.isAvailable());
   std::vector<WorkspaceEventKind> events;
   const auto subscription =
       binding.workspace.observe([&](const WorkspaceEvent& event) { events.push_back(event.kind); });

@@ -49,8 +49,6 @@ TEST(X11Windows, WithoutAServerThereAreNone) {
     EXPECT_EQ(windows.snapshot(), WindowsSnapshot{});
     EXPECT_FALSE(windows.activate(1));
     EXPECT_FALSE(windows.close(1));
-    EXPECT_EQ(windows.limitation(),
-              "No X server can be reached: windows are not listed, and no click or key can be sent.");
   }
 }
 
@@ -58,7 +56,7 @@ TEST(X11Windows, ReadsTheDialogOfARealProgram) {
   PrivateDesktop desktop;
   const auto zenity = desktop.launch("zenity", {"--question", "--title", "Grüße", "--text", "Really?"});
   XcbWindows windows{desktop.display()};
-  EXPECT_EQ(windows.limitation(), std::nullopt);
+  EXPECT_TRUE(windows.isAvailable());
   ASSERT_TRUE(waitFor([&] {
     const auto snapshot = windows.snapshot();
     return snapshot.windows.size() == 1 && snapshot.active;
@@ -284,7 +282,6 @@ TEST(X11Windows, AServerThatDiesLeavesNoWindowsAndANewOneIsFound) {
   EXPECT_EQ(windows.snapshot(), WindowsSnapshot{});
   EXPECT_FALSE(windows.isAvailable());
   EXPECT_FALSE(windows.activate(1));
-  EXPECT_TRUE(windows.limitation().has_value());
 
   const auto server = desktop.launch("Xvfb", {desktop.display(), "-nolisten", "tcp", "-noreset", "-ac"});
   EXPECT_TRUE(waitFor([&] { return windows.isAvailable(); }));

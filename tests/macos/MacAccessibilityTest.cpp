@@ -136,7 +136,6 @@ TEST_F(MacAccessibility, AnElementOfAnotherBindingIsInvalid) {
   EXPECT_EQ(mac->accessibility.setAttributeValue(openWindow(), ax::kFocusedWindow, foreign), AXError::illegalArgument);
   EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(foreign, ax::kRole).error(),
             AXError::invalidUIElement);
-  mac->accessibility.setMessagingTimeout(foreign, Seconds{1});
 }
 
 TEST_F(MacAccessibility, NamesThatAreNoTextAreRefusedWithoutARequest) {
@@ -187,18 +186,23 @@ TEST_F(MacAccessibility, BoundsEveryRequestOfTheProcessFromTheStart) {
   EXPECT_NEAR(waitedFor(window).count(), 0.2, 1e-6);
 }
 
-TEST_F(MacAccessibility, ATimeoutHoldsForItsHandleAndItsCopiesOnly) {
+TEST_F(MacAccessibility, BoundsTheElementOfEachApplicationBesides) {
   const AXUIElement window = openWindow();
   const auto process = mac->desktop.owner(prompt)->processIdentifier;
-  const AXUIElement application = mac->accessibility.createApplication(process);
-  mac->accessibility.setMessagingTimeout(application, Seconds{0.5});
   mac->desktop.hang({process});
+  mac->system.processTimeout = 1;
+  const AXUIElement application = mac->accessibility.createApplication(process);
+  EXPECT_NEAR(waitedFor(application).count(), 0.2, 1e-6);
   const AXUIElement& copy = application;
-  EXPECT_NEAR(waitedFor(copy).count(), 0.5, 1e-6);
-  EXPECT_NEAR(waitedFor(mac->accessibility.createApplication(process)).count(), 0.2, 1e-6);
-  EXPECT_NEAR(waitedFor(window).count(), 0.2, 1e-6);
-  mac->accessibility.setMessagingTimeout(mac->accessibility.createSystemWide(), Seconds{0.3});
-  EXPECT_NEAR(waitedFor(window).count(), 0.3, 1e-6);
+  EXPECT_NEAR(waitedFor(copy).count(), 0.2, 1e-6);
+  EXPECT_NEAR(waitedFor(window).count(), 1, 1e-6) << "a bound holds for its handle and the copies of that only";
+}
+
+TEST_F(MacAccessibility, IsMadeWithAnotherTimeoutWhereThatIsWanted) {
+  const AXUIElement window = openWindow();
+  const macos::MacAccessibility slower{macos::AXCalls{}, mac->world.time(), Seconds{0.5}};
+  mac->desktop.hang(*mac->desktop.owner(prompt));
+  EXPECT_NEAR(waitedFor(window).count(), 0.5, 1e-6) << "the newest holds for the whole process";
 }
 
 TEST_F(MacAccessibility, AnApplicationThatAnswersJustInTimeIsHeard) {
@@ -212,13 +216,11 @@ TEST_F(MacAccessibility, AnApplicationThatAnswersJustInTimeIsHeard) {
 TEST_F(MacAccessibility, APressThatTimesOutMayHappenAllTheSame) {
   openWindow();
   const auto button = *mac->desktop.findButton(prompt, "Allow");
-  mac->desktop.slow(*mac->desktop.owner(prompt), Seconds{0.3});
   const auto center = *mac->desktop.frame(button);
-  mac->accessibility.setMessagingTimeout(mac->accessibility.createSystemWide(), Seconds{1});
   const auto hit =
       mac->accessibility.copyElementAtPosition(mac->accessibility.createSystemWide(), {center.x + 1, center.y + 1});
   ASSERT_TRUE(hit.hasValue());
-  mac->accessibility.setMessagingTimeout(mac->accessibility.createSystemWide(), Seconds{0.2});
+  mac->desktop.slow(*mac->desktop.owner(prompt), Seconds{0.3});
   EXPECT_EQ(mac->accessibility.performAction(hit.value(), ax::kPressAction), AXError::cannotComplete);
   mac->world.advance(Seconds{1});
   EXPECT_EQ(mac->desktop.pressed(prompt), "Allow");

@@ -47,7 +47,7 @@ TEST_F(MacReadScope, AnElementCostsOneRequestHoweverMuchIsReadOfIt) {
   EXPECT_EQ(mac->desktop.roundTrips(), 1U);  // The application.
   for (int i = 0; i < 2; ++i) {
     for (const auto name : {ax::kRole, ax::kSubrole, ax::kTitle, ax::kModal, ax::kChildren, ax::kParent, ax::kSize}) {
-      EXPECT_TRUE(scope->copyAttributeValue(target, name).hasValue()) << name;
+      EXPECT_TRUE(scope->copyAttributeValue(target, name).hasValue()) << name.name();
     }
   }
   EXPECT_EQ(mac->desktop.roundTrips(), 2U);

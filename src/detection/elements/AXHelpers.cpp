@@ -15,7 +15,7 @@ namespace ax = platform::ax;
 namespace {
 
 template <class T>
-std::optional<T> typedAttribute(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+std::optional<T> typedAttribute(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
   auto result = reader.copyAttributeValue(element, name);
   if (!result.hasValue()) return std::nullopt;
   auto value = std::move(result).value();
@@ -24,10 +24,8 @@ std::optional<T> typedAttribute(AXAttributeReader& reader, const AXUIElement& el
 }
 
 std::optional<AXUIElement> systemWideAttribute(Accessibility& accessibility, AXAttributeReader& reader,
-                                               std::string_view name) {
-  const AXUIElement systemWide = accessibility.createSystemWide();
-  accessibility.setMessagingTimeout(systemWide, kMessagingTimeout);
-  return elementAttribute(reader, systemWide, name);
+                                               platform::AXAttribute name) {
+  return elementAttribute(reader, accessibility.createSystemWide(), name);
 }
 
 template <class Matches>
@@ -45,22 +43,22 @@ std::optional<AXUIElement> nearest(AXAttributeReader& reader, AXUIElement elemen
 }  // namespace
 
 std::optional<std::string> stringAttribute(AXAttributeReader& reader, const AXUIElement& element,
-                                           std::string_view name) {
+                                           platform::AXAttribute name) {
   auto value = typedAttribute<std::string>(reader, element, name);
   if (value && (value->size() > kLongestText || !text::isValidUtf8(*value))) return std::nullopt;
   return value;
 }
 
-std::optional<bool> boolAttribute(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+std::optional<bool> boolAttribute(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
   return typedAttribute<bool>(reader, element, name);
 }
 
 std::optional<AXUIElement> elementAttribute(AXAttributeReader& reader, const AXUIElement& element,
-                                            std::string_view name) {
+                                            platform::AXAttribute name) {
   return typedAttribute<AXUIElement>(reader, element, name);
 }
 
-std::vector<AXUIElement> children(AXAttributeReader& reader, const AXUIElement& element, std::string_view name) {
+std::vector<AXUIElement> children(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
   return typedAttribute<std::vector<AXUIElement>>(reader, element, name).value_or(std::vector<AXUIElement>{});
 }
 

@@ -12,25 +12,23 @@
 // the accessibility interface itself for live reads; each read may be a request to another process and wait for it.
 namespace quillard::AXHelpers {
 
-// How long one request may wait for an application that does not answer.
-inline constexpr Seconds kMessagingTimeout{0.2};
-
 // Texts longer than this read as absent: no prompt shows one, and no phone could.
 inline constexpr std::size_t kLongestText = 64 * 1024;
 
 // Absent, too, when the text is no UTF-8: what cannot be read must not be half understood.
 [[nodiscard]] std::optional<std::string> stringAttribute(platform::AXAttributeReader& reader,
-                                                         const platform::AXUIElement& element, std::string_view name);
+                                                         const platform::AXUIElement& element,
+                                                         platform::AXAttribute name);
 [[nodiscard]] std::optional<bool> boolAttribute(platform::AXAttributeReader& reader,
-                                                const platform::AXUIElement& element, std::string_view name);
+                                                const platform::AXUIElement& element, platform::AXAttribute name);
 [[nodiscard]] std::optional<platform::AXUIElement> elementAttribute(platform::AXAttributeReader& reader,
                                                                     const platform::AXUIElement& element,
-                                                                    std::string_view name);
+                                                                    platform::AXAttribute name);
 
 // In the platform's order.
 [[nodiscard]] std::vector<platform::AXUIElement> children(platform::AXAttributeReader& reader,
                                                           const platform::AXUIElement& element,
-                                                          std::string_view name = platform::ax::kChildren);
+                                                          platform::AXAttribute name = platform::ax::kChildren);
 [[nodiscard]] std::vector<platform::AXUIElement> windows(platform::AXAttributeReader& reader,
                                                          const platform::AXUIElement& element);
 [[nodiscard]] std::vector<std::string> actionNames(platform::AXAttributeReader& reader,
@@ -40,7 +38,7 @@ inline constexpr std::size_t kLongestText = 64 * 1024;
 [[nodiscard]] std::string role(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
 [[nodiscard]] std::string subrole(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
 
-// Of the whole desktop. They bound the waits of every later request that has no bound of its own.
+// Of the whole desktop.
 [[nodiscard]] std::optional<platform::AXUIElement> focusedWindow(platform::Accessibility& accessibility,
                                                                  platform::AXAttributeReader& reader);
 [[nodiscard]] std::optional<platform::AXUIElement> focusedElement(platform::Accessibility& accessibility,

@@ -13,55 +13,19 @@
 #include <vector>
 
 #include "platform/Subscription.h"
+#include "platform/desktop/AXNames.h"
 #include "values/Geometry.h"
 #include "values/Time.h"
 
 namespace quillard::platform {
 
 // The element model is neutral, in the vocabulary of AX (roles, attributes, actions, errors): each binding maps its own
-// system onto it. Names of attributes, roles and actions are exact, case-sensitive strings.
-namespace ax {
-inline constexpr std::string_view kRole = "AXRole";
-inline constexpr std::string_view kSubrole = "AXSubrole";
-inline constexpr std::string_view kTitle = "AXTitle";
-inline constexpr std::string_view kDescription = "AXDescription";
-inline constexpr std::string_view kValue = "AXValue";
-inline constexpr std::string_view kModal = "AXModal";
-inline constexpr std::string_view kChildren = "AXChildren";
-inline constexpr std::string_view kWindows = "AXWindows";
-inline constexpr std::string_view kParent = "AXParent";
-inline constexpr std::string_view kPosition = "AXPosition";
-inline constexpr std::string_view kSize = "AXSize";
-inline constexpr std::string_view kMainWindow = "AXMainWindow";
-inline constexpr std::string_view kFocusedWindow = "AXFocusedWindow";
-inline constexpr std::string_view kFocusedUIElement = "AXFocusedUIElement";
-inline constexpr std::string_view kMinimized = "AXMinimized";
-inline constexpr std::string_view kMain = "AXMain";
-inline constexpr std::string_view kFocused = "AXFocused";
-inline constexpr std::string_view kFrontmost = "AXFrontmost";
-inline constexpr std::string_view kDefaultButton = "AXDefaultButton";
-inline constexpr std::string_view kCancelButton = "AXCancelButton";
+// system onto it.
 
-inline constexpr std::string_view kApplicationRole = "AXApplication";
-inline constexpr std::string_view kWindowRole = "AXWindow";
-inline constexpr std::string_view kSheetRole = "AXSheet";
-inline constexpr std::string_view kButtonRole = "AXButton";
-inline constexpr std::string_view kStaticTextRole = "AXStaticText";
-inline constexpr std::string_view kTextFieldRole = "AXTextField";
-inline constexpr std::string_view kToolbarRole = "AXToolbar";
-inline constexpr std::string_view kOutlineRole = "AXOutline";
-inline constexpr std::string_view kTabGroupRole = "AXTabGroup";
-inline constexpr std::string_view kSidebarRole = "AXSidebar";
-inline constexpr std::string_view kGroupRole = "AXGroup";
-
-inline constexpr std::string_view kDialogSubrole = "AXDialog";
-inline constexpr std::string_view kSecureTextFieldSubrole = "AXSecureTextField";
-
-inline constexpr std::string_view kPressAction = "AXPress";
-inline constexpr std::string_view kRaiseAction = "AXRaise";
-inline constexpr std::string_view kConfirmAction = "AXConfirm";
-inline constexpr std::string_view kCancelAction = "AXCancel";
-}  // namespace ax
+// How long one request waits for an application that does not answer, at the longest. One bound for the whole process,
+// which a binding takes when it is made and sets wherever its system wants it: systems bound a connection or a handle,
+// and a bound that the core could change for one element would hold for different elements on each of them.
+inline constexpr Seconds kMessagingTimeout{0.2};
 
 // Why a request brought nothing. `cannotComplete`: the application did not answer within the messaging time-out, or
 // could not finish; an action may have happened all the same.
@@ -136,7 +100,7 @@ class AXAttributeReader {
   virtual ~AXAttributeReader() = default;
 
   // The value of the attribute, of whatever kind. A binding never gives the text of a secure text field.
-  [[nodiscard]] virtual AXResult<AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) = 0;
+  [[nodiscard]] virtual AXResult<AXValue> copyAttributeValue(const AXUIElement& element, AXAttribute name) = 0;
 
   // The names of the actions that the element offers, in its own order.
   [[nodiscard]] virtual AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) = 0;
@@ -173,7 +137,8 @@ class AXObserver {
   virtual void detachFromRunLoop() = 0;
 };
 
-// All that the agent asks of the accessibility service. Any thread. The reads of this class itself are live.
+// All that the agent asks of the accessibility service. Any thread. The reads of this class itself are live. A binding
+// is made with its messaging time-out, `kMessagingTimeout` but in tests.
 class Accessibility : public AXAttributeReader {
  public:
   // Whether this process may use the interface at all, asked now. Never asks the user. It may wait for services of the
@@ -200,20 +165,16 @@ class Accessibility : public AXAttributeReader {
   // The element that knows the focused window and the focused element of the whole desktop. No request.
   [[nodiscard]] virtual AXUIElement createSystemWide() = 0;
 
-  // Bounds how long one request to `element` waits; on the system-wide element, each request of this process that has
-  // no bound of its own. No request.
-  virtual void setMessagingTimeout(const AXUIElement& element, Seconds timeout) = 0;
-
   [[nodiscard]] virtual std::unique_ptr<AXReadScope> beginReadScope() = 0;
 
   // The process that owns the element. Absent when it can no longer be told.
   [[nodiscard]] virtual std::optional<std::int32_t> processIdentifier(const AXUIElement& element) = 0;
 
-  virtual AXError setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) = 0;
+  virtual AXError setAttributeValue(const AXUIElement& element, AXAttribute name, const AXValue& value) = 0;
 
   // `success`: the application accepted the action. Any error may mean that it acted all the same: look before acting
   // again.
-  virtual AXError performAction(const AXUIElement& element, std::string_view action) = 0;
+  virtual AXError performAction(const AXUIElement& element, AXAction action) = 0;
 
   // The deepest element at `point` within `within`, which is an application or the system-wide element.
   [[nodiscard]] virtual AXResult<AXUIElement> copyElementAtPosition(const AXUIElement& within, Point point) = 0;

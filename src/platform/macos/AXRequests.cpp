@@ -16,10 +16,10 @@ namespace ax = platform::ax;
 
 constexpr auto kPlaceOfEachError = static_cast<AXCopyMultipleAttributeOptions>(0);
 
-AXResult<CFHandle<CFArrayRef>> copySlots(const AXElement& element, const std::vector<std::string_view>& names) {
+AXResult<CFHandle<CFArrayRef>> copySlots(const AXElement& element, const std::vector<platform::AXAttribute>& names) {
   std::vector<CFHandle<CFStringRef>> strings;
   std::vector<CFTypeRef> values;
-  for (const std::string_view name : names) {
+  for (const platform::AXAttribute name : names) {
     strings.push_back(makeString(name));
     if (!strings.back()) return AXError::illegalArgument;
     values.push_back(strings.back().get());
@@ -34,7 +34,7 @@ AXResult<CFHandle<CFArrayRef>> copySlots(const AXElement& element, const std::ve
   return slots;
 }
 
-AXResult<AXValue> readOne(const AXElement& element, std::string_view name) {
+AXResult<AXValue> readOne(const AXElement& element, platform::AXAttribute name) {
   const auto string = makeString(name);
   if (!string) return AXError::illegalArgument;
   CFValue value;
@@ -54,20 +54,20 @@ AXResult<AXValue> readValue(const AXElement& element) {
 
 }  // namespace
 
-AXResult<AXValue> readAttribute(const AXElement& element, std::string_view name) {
+AXResult<AXValue> readAttribute(const AXElement& element, platform::AXAttribute name) {
   return name == ax::kValue ? readValue(element) : readOne(element, name);
 }
 
-AXResult<AXAnswers> readAttributes(const AXElement& element, const std::vector<std::string_view>& names) {
+AXResult<AXAnswers> readAttributes(const AXElement& element, const std::vector<platform::AXAttribute>& names) {
   const auto slots = copySlots(element, names);
   if (!slots.hasValue()) return slots.error();
-  const auto slot = [&](std::string_view name) {
+  const auto slot = [&](platform::AXAttribute name) {
     const auto index = std::find(names.begin(), names.end(), name) - names.begin();
     return valueFrom(CFArrayGetValueAtIndex(slots.value().get(), static_cast<CFIndex>(index)));
   };
   AXAnswers answers;
   answers.reserve(names.size());
-  for (const std::string_view name : names) {
+  for (const platform::AXAttribute name : names) {
     const auto refusal = name == ax::kValue ? refusalOfValue(slot(ax::kSubrole)) : std::nullopt;
     answers.push_back(refusal ? AXResult<AXValue>(*refusal) : slot(name));
   }

@@ -15,13 +15,13 @@ namespace quillard::macos {
 // The text of a secure text field is never given. The system gives dots in its place, but an application that draws its
 // own fields may be careless; so a value is only given together with a subrole that was read, or that is not there.
 
-[[nodiscard]] platform::AXResult<platform::AXValue> readAttribute(const AXElement& element, std::string_view name);
+[[nodiscard]] platform::AXResult<platform::AXValue> readAttribute(const AXElement& element, platform::AXAttribute name);
 
 // One answer for each name, in their order, from one request. What is no answer to that, a list of another length for
 // example, is `failure`.
 using AXAnswers = std::vector<platform::AXResult<platform::AXValue>>;
 [[nodiscard]] platform::AXResult<AXAnswers> readAttributes(const AXElement& element,
-                                                           const std::vector<std::string_view>& names);
+                                                           const std::vector<platform::AXAttribute>& names);
 
 // Why the value of an element with this subrole must not be given, when it must not: the subrole says that it is a
 // secret, or cannot be told.

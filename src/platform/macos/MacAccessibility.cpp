@@ -27,12 +27,15 @@ bool askForTrust() {
 
 }  // namespace
 
-MacAccessibility::MacAccessibility(AXCalls calls, platform::Executors& executors)
-    : calls(std::move(calls)), mainThread(executors.mainThread()), trust(askForTrust, executors) {
-  setMessagingTimeout(createSystemWide(), kMessagingTimeout);
+MacAccessibility::MacAccessibility(AXCalls calls, platform::Executors& executors, Seconds messagingTimeout)
+    : calls(std::move(calls)),
+      messagingTimeout(messagingTimeout),
+      mainThread(executors.mainThread()),
+      trust(askForTrust, executors) {
+  boundRequests(createSystemWide());
 }
 
-AXResult<AXValue> MacAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> MacAccessibility::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
   const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
@@ -51,19 +54,21 @@ platform::SubscriptionHandle MacAccessibility::observeTrustChanges(std::function
 }
 
 AXUIElement MacAccessibility::createApplication(std::int32_t processIdentifier) {
-  return elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateApplication(processIdentifier)),
-                     AXElementKind::application);
+  auto application = elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateApplication(processIdentifier)),
+                                 AXElementKind::application);
+  boundRequests(application);
+  return application;
 }
 
 AXUIElement MacAccessibility::createSystemWide() {
   return elementFrom(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateSystemWide()), AXElementKind::systemWide);
 }
 
-void MacAccessibility::setMessagingTimeout(const AXUIElement& element, Seconds timeout) {
+// Where requests are made, though it is none: no documentation says that it may be made elsewhere.
+void MacAccessibility::boundRequests(const AXUIElement& element) {
   const AXElement* const own = elementOf(element);
-  if (!own) return;
-  calls.run(
-      [&] { static_cast<void>(AXUIElementSetMessagingTimeout(own->get(), static_cast<float>(timeout.count()))); });
+  const auto seconds = static_cast<float>(messagingTimeout.count());
+  calls.run([&] { static_cast<void>(AXUIElementSetMessagingTimeout(own->get(), seconds)); });
 }
 
 std::unique_ptr<platform::AXReadScope> MacAccessibility::beginReadScope() {
@@ -77,7 +82,8 @@ std::optional<std::int32_t> MacAccessibility::processIdentifier(const AXUIElemen
   return process;
 }
 
-AXError MacAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) {
+AXError MacAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
+                                            const AXValue& value) {
   const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   const auto string = makeString(name);
@@ -86,7 +92,7 @@ AXError MacAccessibility::setAttributeValue(const AXUIElement& element, std::str
   return calls.run([&] { return errorFrom(AXUIElementSetAttributeValue(own->get(), string.get(), content.get())); });
 }
 
-AXError MacAccessibility::performAction(const AXUIElement& element, std::string_view action) {
+AXError MacAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
   const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   const auto string = makeString(action);

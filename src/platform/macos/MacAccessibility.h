@@ -19,20 +19,20 @@ namespace quillard::macos {
 // are, is no request.
 //
 // Time-outs: one that is set on the system-wide element holds for the whole process, one that is set on another element
-// for that very handle and its copies, not for equal ones, and not for elements that are read through it. So the bound
-// of 0.2 s is set on the system-wide element when this is made, which replaces the system's own of several seconds.
+// for that very handle and its copies, not for equal ones, and not for elements that are read through it. So the
+// messaging time-out is set on the system-wide element when this is made, which replaces the system's own of several
+// seconds, and on each application's element besides.
 //
 // Nothing is asked of this very process: its elements are invalid here, and while it has the focus, or the window at a
 // point, the system-wide element has nothing to say of that.
 class MacAccessibility final : public platform::Accessibility {
  public:
-  static constexpr Seconds kMessagingTimeout{0.2};
-
-  // `executors` outlives this.
-  MacAccessibility(AXCalls calls, platform::Executors& executors);
+  // `executors` outlives this. `messagingTimeout`: of each request. Positive.
+  MacAccessibility(AXCalls calls, platform::Executors& executors,
+                   Seconds messagingTimeout = platform::kMessagingTimeout);
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
-                                                                         std::string_view name) override;
+                                                                         platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
   [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
@@ -42,17 +42,19 @@ class MacAccessibility final : public platform::Accessibility {
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
-  void setMessagingTimeout(const platform::AXUIElement& element, Seconds timeout) override;
   [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
   [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
-  platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
+  platform::AXError setAttributeValue(const platform::AXUIElement& element, platform::AXAttribute name,
                                       const platform::AXValue& value) override;
-  platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
+  platform::AXError performAction(const platform::AXUIElement& element, platform::AXAction action) override;
   [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
                                                                                 Point point) override;
 
  private:
+  void boundRequests(const platform::AXUIElement& element);
+
   const AXCalls calls;
+  const Seconds messagingTimeout;
   platform::SerialExecutor& mainThread;
   platform::TrustAnswers trust;
 };

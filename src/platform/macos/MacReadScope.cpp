@@ -1,6 +1,5 @@
 #include "platform/macos/MacReadScope.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/macos/AXRequests.h"
@@ -14,24 +13,86 @@ using platform::AXUIElement;
 using platform::AXValue;
 namespace ax = platform::ax;
 
-using Names = std::vector<std::string_view>;
+using Attribute = platform::AXKnownAttribute;
+using Names = std::vector<platform::AXAttribute>;
+
+// The attributes that one request brings of an application. The focused element and the state at the front change from
+// read to read and are asked for alone, as is what an application does not have.
+const Names& batchOfApplication(Attribute attribute) {
+  static const Names batch{ax::kRole, ax::kTitle, ax::kWindows, ax::kMainWindow, ax::kFocusedWindow};
+  static const Names alone;
+  switch (attribute) {
+    case Attribute::role:
+    case Attribute::title:
+    case Attribute::windows:
+    case Attribute::mainWindow:
+    case Attribute::focusedWindow:
+      return batch;
+    case Attribute::subrole:
+    case Attribute::description:
+    case Attribute::value:
+    case Attribute::modal:
+    case Attribute::children:
+    case Attribute::parent:
+    case Attribute::position:
+    case Attribute::size:
+    case Attribute::focusedUIElement:
+    case Attribute::minimized:
+    case Attribute::main:
+    case Attribute::focused:
+    case Attribute::frontmost:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
+  }
+  return alone;
+}
+
+// The same of any other element: what a walk asks each of them for.
+const Names& batchOfNode(Attribute attribute) {
+  static const Names batch{ax::kRole,     ax::kSubrole, ax::kTitle,    ax::kDescription, ax::kModal,
+                           ax::kChildren, ax::kParent,  ax::kPosition, ax::kSize};
+  static const Names value{ax::kSubrole, ax::kValue};
+  static const Names alone;
+  switch (attribute) {
+    case Attribute::role:
+    case Attribute::subrole:
+    case Attribute::title:
+    case Attribute::description:
+    case Attribute::modal:
+    case Attribute::children:
+    case Attribute::parent:
+    case Attribute::position:
+    case Attribute::size:
+      return batch;
+    case Attribute::value:
+      return value;
+    case Attribute::windows:
+    case Attribute::mainWindow:
+    case Attribute::focusedWindow:
+    case Attribute::focusedUIElement:
+    case Attribute::minimized:
+    case Attribute::main:
+    case Attribute::focused:
+    case Attribute::frontmost:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
+  }
+  return alone;
+}
 
 // What is asked for together with `name`, itself among it: nothing when it is asked for alone, as all is that the
-// system-wide element is asked for.
-const Names& batchOf(AXElementKind kind, std::string_view name) {
-  static const Names application{ax::kRole, ax::kTitle, ax::kWindows, ax::kMainWindow, ax::kFocusedWindow};
-  static const Names node{ax::kRole,     ax::kSubrole, ax::kTitle,    ax::kDescription, ax::kModal,
-                          ax::kChildren, ax::kParent,  ax::kPosition, ax::kSize};
-  static const Names value{ax::kSubrole, ax::kValue};
-  static const Names nothing;
-  if (kind == AXElementKind::systemWide) return nothing;
-  if (kind == AXElementKind::node && name == ax::kValue) return value;
-  const Names& batch = kind == AXElementKind::application ? application : node;
-  return std::find(batch.begin(), batch.end(), name) != batch.end() ? batch : nothing;
+// system-wide element is asked for, and all that only some application has.
+const Names& batchOf(AXElementKind kind, platform::AXAttribute name) {
+  static const Names alone;
+  const auto known = name.known();
+  if (!known || kind == AXElementKind::systemWide) return alone;
+  return kind == AXElementKind::application ? batchOfApplication(*known) : batchOfNode(*known);
 }
 
 // Of a value whose subrole is known to say so.
-std::optional<AXError> knownRefusal(std::string_view name, const MacReadScope::Answers& known) {
+std::optional<AXError> knownRefusal(platform::AXAttribute name, const MacReadScope::Answers& known) {
   const auto subrole = known.find(ax::kSubrole);
   if (name != ax::kValue || subrole == known.end()) return std::nullopt;
   return refusalOfValue(subrole->second);
@@ -39,7 +100,7 @@ std::optional<AXError> knownRefusal(std::string_view name, const MacReadScope::A
 
 }  // namespace
 
-AXResult<AXValue> MacReadScope::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> MacReadScope::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
   const AXElement* const own = askableElementOf(element);
   if (!own) return AXError::invalidUIElement;
   if (hasMissed(*own)) return AXError::cannotComplete;
@@ -55,7 +116,7 @@ AXResult<AXValue> MacReadScope::copyAttributeValue(const AXUIElement& element, s
   return attributes.emplace(name, std::move(answer)).first->second;
 }
 
-bool MacReadScope::readBatch(const AXElement& element, const std::vector<std::string_view>& names, Known& known) {
+bool MacReadScope::readBatch(const AXElement& element, const std::vector<platform::AXAttribute>& names, Known& known) {
   if (names.empty() || known.takesNoLists) return true;
   auto batch = calls.run([&] { return readAttributes(element, names); });
   if (batch.error() == AXError::cannotComplete) {

@@ -32,7 +32,7 @@ class MacReadScope final : public platform::AXReadScope {
   explicit MacReadScope(AXCalls calls) : calls(std::move(calls)) {}
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
-                                                                         std::string_view name) override;
+                                                                         platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
   // Does nothing: no request of this system serves many elements.
@@ -47,7 +47,7 @@ class MacReadScope final : public platform::AXReadScope {
   };
 
   // Keeps in `known` what one request for `names` brings. False when the application cannot be asked.
-  bool readBatch(const AXElement& element, const std::vector<std::string_view>& names, Known& known);
+  bool readBatch(const AXElement& element, const std::vector<platform::AXAttribute>& names, Known& known);
   void note(platform::AXError error, const AXElement& element);
   [[nodiscard]] bool hasMissed(const AXElement& element) const;
 

@@ -18,7 +18,7 @@ std::optional<AXError> setError(const AttributeMap& attributes, std::string_view
 
 }  // namespace
 
-AXError DesktopActions::perform(const ElementTarget& target, std::string_view action) {
+AXError DesktopActions::perform(const ElementTarget& target, AXAction action) {
   if (target.kind != ElementKind::node) return AXError::actionUnsupported;
   const ElementNode* const node = state.tree.find(target.node);
   if (!node) return AXError::invalidUIElement;
@@ -52,25 +52,35 @@ AXError DesktopActions::press(NodeHandle button) {
   return effect.answer();
 }
 
-AXError DesktopActions::performItself(NodeHandle node, std::string_view action) {
-  if (action == ax::kConfirmAction) return pressNamedButton(node, ax::kDefaultButton);
-  if (action == ax::kCancelAction) return pressNamedButton(node, ax::kCancelButton);
-  if (action == ax::kRaiseAction) {
-    state.raise(state.tree.rootOf(node).value_or(node));
-    state.setMainWindow(state.tree.rootOf(node).value_or(node));
+// What an element does of itself when it offers the action, and nothing else was set for it. One that only some
+// application has is accepted, and nothing comes of it.
+AXError DesktopActions::performItself(NodeHandle node, AXAction action) {
+  const auto known = action.known();
+  if (!known) return AXError::success;
+  switch (*known) {
+    case AXKnownAction::press:
+      return press(node);
+    case AXKnownAction::confirm:
+      return pressNamedButton(node, ax::kDefaultButton);
+    case AXKnownAction::cancel:
+      return pressNamedButton(node, ax::kCancelButton);
+    case AXKnownAction::raise:
+      state.raise(state.tree.rootOf(node).value_or(node));
+      state.setMainWindow(state.tree.rootOf(node).value_or(node));
+      break;
   }
   return AXError::success;
 }
 
 // A window that names no such button accepts, and nothing comes of it.
-AXError DesktopActions::pressNamedButton(NodeHandle window, std::string_view attribute) {
+AXError DesktopActions::pressNamedButton(NodeHandle window, AXAttribute attribute) {
   const auto answer = attributeAnswer(state, {ElementKind::node, 0, window}, attribute);
   const auto* const element = answer.hasValue() ? std::get_if<AXUIElement>(&answer.value()) : nullptr;
   const auto target = element ? state.target(*element) : std::nullopt;
   return target && state.tree.find(target->node) ? press(target->node) : AXError::success;
 }
 
-AXError DesktopActions::set(const ElementTarget& target, std::string_view name, const AXValue& value) {
+AXError DesktopActions::set(const ElementTarget& target, AXAttribute name, const AXValue& value) {
   if (target.kind == ElementKind::systemWide) return AXError::attributeUnsupported;
   if (target.kind == ElementKind::application) {
     ApplicationState* const application = state.running(target.processIdentifier);
@@ -79,7 +89,7 @@ AXError DesktopActions::set(const ElementTarget& target, std::string_view name, 
   return state.tree.find(target.node) ? setOfNode(target.node, name, value) : AXError::invalidUIElement;
 }
 
-AXError DesktopActions::setOfApplication(ApplicationState& application, std::string_view name, const AXValue& value) {
+AXError DesktopActions::setOfApplication(ApplicationState& application, AXAttribute name, const AXValue& value) {
   if (const auto error = setError(application.attributes, name)) return *error;
   if (name == ax::kFrontmost) {
     const auto* const isFront = std::get_if<bool>(&value);
@@ -100,7 +110,7 @@ AXError DesktopActions::setOfApplication(ApplicationState& application, std::str
   return AXError::success;
 }
 
-AXError DesktopActions::setOfNode(NodeHandle handle, std::string_view name, const AXValue& value) {
+AXError DesktopActions::setOfNode(NodeHandle handle, AXAttribute name, const AXValue& value) {
   ElementNode& node = *state.tree.find(handle);
   if (const auto error = setError(node.attributes, name)) return *error;
   const bool isWindow = state.isWindow(handle);

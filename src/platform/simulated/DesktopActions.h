@@ -19,8 +19,8 @@ class DesktopActions {
   DesktopActions(SimulatedDesktop& desktop, Clock& clock, DesktopState& state)
       : desktop(desktop), clock(clock), state(state) {}
 
-  AXError perform(const ElementTarget& target, std::string_view action);
-  AXError set(const ElementTarget& target, std::string_view name, const AXValue& value);
+  AXError perform(const ElementTarget& target, AXAction action);
+  AXError set(const ElementTarget& target, AXAttribute name, const AXValue& value);
   // `invalidUIElement` when the button is gone.
   AXError press(NodeHandle button);
 
@@ -28,10 +28,10 @@ class DesktopActions {
   [[nodiscard]] std::optional<std::string> pressed(NodeHandle window) const;
 
  private:
-  AXError performItself(NodeHandle node, std::string_view action);
-  AXError pressNamedButton(NodeHandle window, std::string_view attribute);
-  AXError setOfApplication(ApplicationState& application, std::string_view name, const AXValue& value);
-  AXError setOfNode(NodeHandle node, std::string_view name, const AXValue& value);
+  AXError performItself(NodeHandle node, AXAction action);
+  AXError pressNamedButton(NodeHandle window, AXAttribute attribute);
+  AXError setOfApplication(ApplicationState& application, AXAttribute name, const AXValue& value);
+  AXError setOfNode(NodeHandle node, AXAttribute name, const AXValue& value);
 
   SimulatedDesktop& desktop;
   Clock& clock;

@@ -1,5 +1,6 @@
 #include "platform/simulated/DesktopAnswers.h"
 
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -17,48 +18,97 @@ void put(AttributeMap& answers, std::string_view name, AXResult<AXValue> answer)
   answers.insert_or_assign(std::string(name), std::move(answer));
 }
 
-void putElement(AttributeMap& answers, std::string_view name, const DesktopState& state,
-                std::optional<NodeHandle> node) {
-  if (node) {
-    put(answers, name, AXValue{state.nodeElement(*node)});
-  } else {
-    put(answers, name, AXError::noValue);
+using Answer = std::optional<AXResult<AXValue>>;
+using Attribute = AXKnownAttribute;
+
+Answer elementAnswer(const DesktopState& state, std::optional<NodeHandle> node) {
+  return node ? AXResult<AXValue>{AXValue{state.nodeElement(*node)}} : AXResult<AXValue>{AXError::noValue};
+}
+
+// What follows from the state of the desktop. Absent: nothing does, so that somebody has to set it.
+Answer ofApplication(const DesktopState& state, const ApplicationState& application, Attribute attribute) {
+  switch (attribute) {
+    case Attribute::role:
+      return AXValue{std::string(ax::kApplicationRole)};
+    case Attribute::title:
+      return application.facts.localizedName ? Answer{AXValue{*application.facts.localizedName}} : std::nullopt;
+    case Attribute::windows:
+    case Attribute::children:
+      return AXValue{elements(state, application.windows)};
+    case Attribute::frontmost:
+      return AXValue{application.facts.isActive};
+    case Attribute::mainWindow:
+      return elementAnswer(state, application.mainWindow);
+    case Attribute::focusedWindow:
+      return elementAnswer(state, application.focusedWindow);
+    case Attribute::focusedUIElement:
+      return elementAnswer(state, application.focusedElement);
+    case Attribute::subrole:
+    case Attribute::description:
+    case Attribute::value:
+    case Attribute::modal:
+    case Attribute::parent:
+    case Attribute::position:
+    case Attribute::size:
+    case Attribute::minimized:
+    case Attribute::main:
+    case Attribute::focused:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
   }
+  return std::nullopt;
 }
 
-AttributeMap answersOf(const DesktopState& state, const ApplicationState& application) {
-  AttributeMap answers;
-  put(answers, ax::kRole, AXValue{std::string(ax::kApplicationRole)});
-  if (application.facts.localizedName) put(answers, ax::kTitle, AXValue{*application.facts.localizedName});
-  put(answers, ax::kWindows, AXValue{elements(state, application.windows)});
-  put(answers, ax::kChildren, AXValue{elements(state, application.windows)});
-  put(answers, ax::kFrontmost, AXValue{application.facts.isActive});
-  putElement(answers, ax::kMainWindow, state, application.mainWindow);
-  putElement(answers, ax::kFocusedWindow, state, application.focusedWindow);
-  putElement(answers, ax::kFocusedUIElement, state, application.focusedElement);
-  return answers;
-}
-
-AttributeMap answersOf(const DesktopState& state, NodeHandle handle, const ElementNode& node) {
-  AttributeMap answers;
+Answer ofNode(const DesktopState& state, NodeHandle handle, const ElementNode& node, Attribute attribute) {
   const ApplicationState* const owner = state.find(node.processIdentifier);
-  put(answers, ax::kChildren, AXValue{elements(state, node.children)});
-  put(answers, ax::kParent,
-      AXValue{node.parent ? state.nodeElement(*node.parent)
-                          : state.element({ElementKind::application, node.processIdentifier, {}})});
-  if (owner) {
-    const bool isFocused = owner->focusedWindow == handle || owner->focusedElement == handle;
-    put(answers, ax::kFocused, AXValue{isFocused});
-    if (state.isWindow(handle)) put(answers, ax::kMain, AXValue{owner->mainWindow == handle});
+  switch (attribute) {
+    case Attribute::children:
+      return AXValue{elements(state, node.children)};
+    case Attribute::parent:
+      return AXValue{node.parent ? state.nodeElement(*node.parent)
+                                 : state.element({ElementKind::application, node.processIdentifier, {}})};
+    case Attribute::focused:
+      if (!owner) break;
+      return AXValue{owner->focusedWindow == handle || owner->focusedElement == handle};
+    case Attribute::main:
+      if (!owner || !state.isWindow(handle)) break;
+      return AXValue{owner->mainWindow == handle};
+    case Attribute::role:
+    case Attribute::subrole:
+    case Attribute::title:
+    case Attribute::description:
+    case Attribute::value:
+    case Attribute::modal:
+    case Attribute::windows:
+    case Attribute::position:
+    case Attribute::size:
+    case Attribute::mainWindow:
+    case Attribute::focusedWindow:
+    case Attribute::focusedUIElement:
+    case Attribute::minimized:
+    case Attribute::frontmost:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
   }
-  return answers;
+  return std::nullopt;
 }
 
-AttributeMap systemWideAnswers(const DesktopState& state) {
+Answer ofSystem(const DesktopState& state, Attribute attribute) {
   const ApplicationState* const front = state.front();
+  if (attribute == Attribute::focusedWindow) return elementAnswer(state, front ? front->focusedWindow : std::nullopt);
+  if (attribute != Attribute::focusedUIElement) return std::nullopt;
+  return elementAnswer(state, front ? front->focusedElement : std::nullopt);
+}
+
+template <class Of>
+AttributeMap answersOf(Of of) {
   AttributeMap answers;
-  putElement(answers, ax::kFocusedWindow, state, front ? front->focusedWindow : std::nullopt);
-  putElement(answers, ax::kFocusedUIElement, state, front ? front->focusedElement : std::nullopt);
+  for (std::uint8_t i = 0; i < kKnownCount<Attribute>; ++i) {
+    const auto attribute = static_cast<Attribute>(i);
+    if (auto answer = of(attribute)) put(answers, nameOf(attribute), *std::move(answer));
+  }
   return answers;
 }
 
@@ -70,20 +120,21 @@ void override(AttributeMap& answers, const AttributeMap& set) {
 
 AXResult<AttributeMap> attributeAnswers(const DesktopState& state, const ElementTarget& target) {
   if (target.kind == ElementKind::systemWide) {
-    AttributeMap answers = systemWideAnswers(state);
+    AttributeMap answers = answersOf([&](Attribute attribute) { return ofSystem(state, attribute); });
     override(answers, state.systemWide);
     return answers;
   }
   if (target.kind == ElementKind::application) {
     const ApplicationState* const application = state.running(target.processIdentifier);
     if (!application) return AXError::invalidUIElement;
-    AttributeMap answers = answersOf(state, *application);
+    AttributeMap answers =
+        answersOf([&](Attribute attribute) { return ofApplication(state, *application, attribute); });
     override(answers, application->attributes);
     return answers;
   }
   const ElementNode* const node = state.tree.find(target.node);
   if (!node) return AXError::invalidUIElement;
-  AttributeMap answers = answersOf(state, target.node, *node);
+  AttributeMap answers = answersOf([&](Attribute attribute) { return ofNode(state, target.node, *node, attribute); });
   override(answers, node->attributes);
   if (state.tree.text(target.node, ax::kSubrole) == ax::kSecureTextFieldSubrole) {
     put(answers, ax::kValue, AXError::noValue);

@@ -1,13 +1,10 @@
 #include "platform/simulated/RequestGate.h"
 
-#include <array>
 #include <utility>
 
 namespace quillard::platform::simulated {
 
 namespace {
-
-constexpr Seconds kDefaultTimeout{6};
 
 std::optional<NodeHandle> nodeOf(const ElementTarget& target) {
   return target.kind == ElementKind::node ? std::optional{target.node} : std::nullopt;
@@ -48,38 +45,18 @@ Delivery RequestGate::wait(const ElementTarget& target, std::int32_t answering) 
   if (!application) {
     return {.error = target.kind == ElementKind::systemWide ? AXError::success : AXError::invalidUIElement};
   }
-  const Seconds timeout = timeoutFor(target);
   if (application->isHung) {
     const bool isKept = application->lateActions == LateActions::performedOnUnhang;
-    clock.sleep(timeout);
+    clock.sleep(messagingTimeout);
     return {.error = AXError::cannotComplete, .missedTimeout = true, .waitsForUnhang = isKept};
   }
   const Seconds latency = application->latency;
-  if (latency > timeout) {
-    clock.sleep(timeout);
-    return {.error = AXError::cannotComplete, .missedTimeout = true, .arrivesAfter = latency - timeout};
+  if (latency > messagingTimeout) {
+    clock.sleep(messagingTimeout);
+    return {.error = AXError::cannotComplete, .missedTimeout = true, .arrivesAfter = latency - messagingTimeout};
   }
   clock.sleep(latency);
   return {};
-}
-
-// The element's own, else its application's, else that of the whole process.
-Seconds RequestGate::timeoutFor(const ElementTarget& target) const {
-  const std::array<ElementTarget, 3> sources{
-      target, ElementTarget{ElementKind::application, target.processIdentifier, {}}, ElementTarget{}};
-  for (const ElementTarget& source : sources) {
-    const auto found = timeouts.find(source);
-    if (found != timeouts.end()) return found->second;
-  }
-  return kDefaultTimeout;
-}
-
-void RequestGate::setMessagingTimeout(const ElementTarget& target, Seconds timeout) {
-  if (timeout > Seconds::zero()) {
-    timeouts[target] = timeout;
-  } else {
-    timeouts.erase(target);
-  }
 }
 
 std::uint64_t RequestGate::roundTrips(std::int32_t processIdentifier) const {

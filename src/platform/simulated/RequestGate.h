@@ -40,8 +40,7 @@ class RequestGate {
   void setTrustLatency(Seconds latency) { trustLatency = latency; }
   [[nodiscard]] bool isTrusted() const { return isTrustedNow; }
   void setHook(std::function<void(const AXRequest&)> newHook) { hook = std::move(newHook); }
-  // Not positive: back to the default.
-  void setMessagingTimeout(const ElementTarget& target, Seconds timeout);
+  void setMessagingTimeout(Seconds timeout) { messagingTimeout = timeout; }
 
   [[nodiscard]] std::uint64_t roundTrips() const { return trips; }
   [[nodiscard]] std::uint64_t roundTrips(std::int32_t processIdentifier) const;
@@ -50,12 +49,11 @@ class RequestGate {
  private:
   void callHook(const AXRequest& request);
   [[nodiscard]] Delivery wait(const ElementTarget& target, std::int32_t answering);
-  [[nodiscard]] Seconds timeoutFor(const ElementTarget& target) const;
 
   Clock& clock;
   DesktopState& state;
   std::function<void(const AXRequest&)> hook;
-  std::map<ElementTarget, Seconds> timeouts;
+  Seconds messagingTimeout = kMessagingTimeout;
   std::map<std::int32_t, std::uint64_t> tripsByProcess;
   std::uint64_t trips = 0;
   std::uint64_t requests = 0;

@@ -13,7 +13,7 @@ std::int32_t answeringProcess(const DesktopState& state, const ElementTarget& ta
   return front ? front->facts.processIdentifier : 0;
 }
 
-AXResult<AXValue> SimulatedAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> SimulatedAccessibility::copyAttributeValue(const AXUIElement& element, AXAttribute name) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
   const Delivery delivery = gate.send(AXRequestKind::readAttribute, *target, name, answeringProcess(state, *target));
@@ -39,10 +39,6 @@ AXUIElement SimulatedAccessibility::createApplication(std::int32_t processIdenti
 
 AXUIElement SimulatedAccessibility::createSystemWide() { return state.element({}); }
 
-void SimulatedAccessibility::setMessagingTimeout(const AXUIElement& element, Seconds timeout) {
-  if (const auto target = state.target(element)) gate.setMessagingTimeout(*target, timeout);
-}
-
 std::unique_ptr<AXReadScope> SimulatedAccessibility::beginReadScope() {
   return std::make_unique<SimulatedReadScope>(state, gate);
 }
@@ -54,8 +50,7 @@ std::optional<std::int32_t> SimulatedAccessibility::processIdentifier(const AXUI
   return target->processIdentifier;
 }
 
-AXError SimulatedAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name,
-                                                  const AXValue& value) {
+AXError SimulatedAccessibility::setAttributeValue(const AXUIElement& element, AXAttribute name, const AXValue& value) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
   const Delivery delivery = gate.send(AXRequestKind::setAttribute, *target, name, answeringProcess(state, *target));
@@ -64,7 +59,7 @@ AXError SimulatedAccessibility::setAttributeValue(const AXUIElement& element, st
   });
 }
 
-AXError SimulatedAccessibility::performAction(const AXUIElement& element, std::string_view action) {
+AXError SimulatedAccessibility::performAction(const AXUIElement& element, AXAction action) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
   const Delivery delivery = gate.send(AXRequestKind::performAction, *target, action, answeringProcess(state, *target));

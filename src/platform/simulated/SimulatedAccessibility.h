@@ -37,7 +37,7 @@ class SimulatedAccessibility final : public Accessibility {
   void trustChanged() { trustObservers.tell(); }
   void setHitTest(HitTest answer) { hitTest = std::move(answer); }
 
-  AXResult<AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) override;
+  AXResult<AXValue> copyAttributeValue(const AXUIElement& element, AXAttribute name) override;
   AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override;
   bool isProcessTrusted() override { return trust.ask(); }
   bool lastKnownProcessTrust() override { return trust.lastKnown(); }
@@ -45,11 +45,10 @@ class SimulatedAccessibility final : public Accessibility {
   SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   AXUIElement createApplication(std::int32_t processIdentifier) override;
   AXUIElement createSystemWide() override;
-  void setMessagingTimeout(const AXUIElement& element, Seconds timeout) override;
   std::unique_ptr<AXReadScope> beginReadScope() override;
   std::optional<std::int32_t> processIdentifier(const AXUIElement& element) override;
-  AXError setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) override;
-  AXError performAction(const AXUIElement& element, std::string_view action) override;
+  AXError setAttributeValue(const AXUIElement& element, AXAttribute name, const AXValue& value) override;
+  AXError performAction(const AXUIElement& element, AXAction action) override;
   AXResult<AXUIElement> copyElementAtPosition(const AXUIElement& within, Point point) override;
 
  private:

@@ -94,34 +94,26 @@ TEST_F(SimulatedAccessibilityTest, EachLiveRequestIsOneRoundTrip) {
   EXPECT_EQ(desktop.roundTrips(app), 0U);
 }
 
-TEST_F(SimulatedAccessibilityTest, MakingElementsAndSettingTimeoutsAreNoRequests) {
-  accessibility.setMessagingTimeout(accessibility.createSystemWide(), 200ms);
+TEST_F(SimulatedAccessibilityTest, MakingElementsIsNoRequest) {
+  static_cast<void>(accessibility.createSystemWide());
   static_cast<void>(accessibility.createApplication(4711));
   EXPECT_TRUE(accessibility.isProcessTrusted());
   EXPECT_EQ(desktop.roundTrips(), 0U);
 }
 
-TEST_F(SimulatedAccessibilityTest, ARequestToAHungApplicationCostsTheTimeoutInForce) {
+TEST_F(SimulatedAccessibilityTest, ARequestToAHungApplicationCostsTheMessagingTimeout) {
   desktop.hang(app);
-  const AXUIElement application = accessibility.createApplication(app.processIdentifier);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 6s);
-  accessibility.setMessagingTimeout(accessibility.createSystemWide(), 500ms);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 500ms);
-  accessibility.setMessagingTimeout(application, 200ms);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 200ms);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(desktop.element(app)), AXError::cannotComplete); }), 200ms);
-  accessibility.setMessagingTimeout(window, 50ms);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 50ms);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(desktop.element(button)), AXError::cannotComplete); }), 200ms);
+  for (const AXUIElement& element : {window, desktop.element(button), desktop.element(app)}) {
+    EXPECT_EQ(cost([&] { EXPECT_EQ(readError(element), AXError::cannotComplete); }), kMessagingTimeout);
+  }
   EXPECT_EQ(cost([&] { EXPECT_EQ(readError(desktop.element(other)), AXError::success); }), 0s);
-  accessibility.setMessagingTimeout(window, 0s);
-  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 200ms);
+  desktop.setMessagingTimeout(500ms);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::cannotComplete); }), 500ms);
   desktop.unhang(app);
   EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::success); }), 0s);
 }
 
 TEST_F(SimulatedAccessibilityTest, TheSystemWideElementWaitsForTheApplicationInFront) {
-  accessibility.setMessagingTimeout(accessibility.createSystemWide(), 200ms);
   desktop.hang(app);
   const auto read = [&] {
     return accessibility.copyAttributeValue(accessibility.createSystemWide(), "AXFocusedWindow");
@@ -134,7 +126,7 @@ TEST_F(SimulatedAccessibilityTest, TheSystemWideElementWaitsForTheApplicationInF
 
 TEST_F(SimulatedAccessibilityTest, OthersGoOnWhileARequestWaits) {
   desktop.hang(app);
-  accessibility.setMessagingTimeout(desktop.element(app), 1s);
+  desktop.setMessagingTimeout(1s);
   int ticks = 0;
   const TaskHandle task = world.time().mainThread().repeatEvery(300ms, [&] { ++ticks; });
   const auto worker = world.time().makeSerialQueue("worker", QualityOfService::utility);
@@ -148,7 +140,6 @@ TEST_F(SimulatedAccessibilityTest, OthersGoOnWhileARequestWaits) {
 }
 
 TEST_F(SimulatedAccessibilityTest, ASlowApplicationCostsItsLatencyUpToTheTimeout) {
-  accessibility.setMessagingTimeout(desktop.element(app), 200ms);
   desktop.slow(app, 150ms);
   EXPECT_EQ(cost([&] { EXPECT_EQ(readError(window), AXError::success); }), 150ms);
   desktop.slow(app, 200ms);
@@ -158,7 +149,6 @@ TEST_F(SimulatedAccessibilityTest, ASlowApplicationCostsItsLatencyUpToTheTimeout
 }
 
 TEST_F(SimulatedAccessibilityTest, AnActionThatMissedItsTimeoutHappensLateAllTheSame) {
-  accessibility.setMessagingTimeout(desktop.element(app), 200ms);
   desktop.slow(app, 300ms);
   EXPECT_EQ(accessibility.performAction(desktop.element(button), "AXPress"), AXError::cannotComplete);
   EXPECT_EQ(desktop.pressed(dialog), std::nullopt);
@@ -170,7 +160,6 @@ TEST_F(SimulatedAccessibilityTest, AnActionThatMissedItsTimeoutHappensLateAllThe
 }
 
 TEST_F(SimulatedAccessibilityTest, ActionsOnAHungApplicationAreLostUnlessItIsSaidOtherwise) {
-  accessibility.setMessagingTimeout(desktop.element(app), 200ms);
   desktop.hang(app);
   EXPECT_EQ(accessibility.performAction(desktop.element(button), "AXPress"), AXError::cannotComplete);
   desktop.unhang(app);
@@ -233,6 +222,77 @@ TEST_F(SimulatedAccessibilityTest, ChangesOfTrustAreToldOnTheMainThread) {
   subscription.reset();
   world.advance(0s);
   EXPECT_EQ(told, 1) << "nothing after the end of the subscription, not even what was under way";
+}
+
+TEST_F(SimulatedAccessibilityTest, TheLastKnownTrustIsThatOfTheNewestAnswer) {
+  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "the first answer is asked for";
+  desktop.setTrusted(false);
+  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "nothing has asked since";
+  EXPECT_FALSE(accessibility.isProcessTrusted());
+  EXPECT_FALSE(accessibility.lastKnownProcessTrust());
+}
+
+TEST_F(SimulatedAccessibilityTest, OnlyTheFirstLastKnownTrustWaits) {
+  desktop.setTrustLatency(2s);
+  EXPECT_EQ(cost([&] { EXPECT_TRUE(accessibility.lastKnownProcessTrust()); }), 2s);
+  EXPECT_EQ(cost([&] { EXPECT_TRUE(accessibility.lastKnownProcessTrust()); }), 0s);
+  EXPECT_EQ(cost([&] { accessibility.refreshProcessTrust([](bool) {}); }), 0s);
+}
+
+TEST_F(SimulatedAccessibilityTest, AFreshAnswerComesToTheMainThreadWhichGoesOnMeanwhile) {
+  static_cast<void>(accessibility.lastKnownProcessTrust());
+  desktop.setTrustLatency(1s);
+  desktop.setTrusted(false);
+  std::vector<bool> answers;
+  int ticks = 0;
+  const TaskHandle task = world.time().mainThread().repeatEvery(300ms, [&] { ++ticks; });
+  world.time().runOnMainThread([&] {
+    accessibility.refreshProcessTrust([&](bool isTrusted) {
+      EXPECT_TRUE(world.time().mainThread().isCurrent());
+      answers.push_back(isTrusted);
+    });
+  });
+  world.advance(999ms);
+  EXPECT_THAT(answers, IsEmpty());
+  EXPECT_EQ(ticks, 3);
+  EXPECT_TRUE(accessibility.lastKnownProcessTrust());
+  world.advance(2ms);
+  EXPECT_THAT(answers, ElementsAre(false));
+  EXPECT_FALSE(accessibility.lastKnownProcessTrust());
+}
+
+TEST_F(SimulatedAccessibilityTest, RequestsDuringAQuestionShareTheNextOne) {
+  desktop.setTrustLatency(1s);
+  std::vector<std::string> answers;
+  const auto ask = [&](const char* who) {
+    world.time().runOnMainThread([&, who] {
+      accessibility.refreshProcessTrust(
+          [&answers, who](bool isTrusted) { answers.push_back(std::string(who) + (isTrusted ? " yes" : " no")); });
+    });
+  };
+  ask("first");
+  world.advance(500ms);
+  ask("second");
+  ask("third");
+  world.advance(500ms);
+  EXPECT_THAT(answers, ElementsAre("first yes"));
+  desktop.setTrusted(false);
+  world.advance(999ms);
+  EXPECT_THAT(answers, ElementsAre("first yes"));
+  world.advance(1ms);
+  EXPECT_THAT(answers, ElementsAre("first yes", "second no", "third no"));
+}
+
+TEST_F(SimulatedAccessibilityTest, AnEarlierQuestionThatIsAnsweredLaterChangesNothing) {
+  desktop.setTrustLatency(1s);
+  const auto slow = world.time().makeSerialQueue("slow", QualityOfService::utility);
+  slow->post([&] { EXPECT_FALSE(accessibility.isProcessTrusted()) << "what is true when the answer comes"; });
+  world.advance(500ms);
+  desktop.setTrustLatency(0s);
+  EXPECT_TRUE(accessibility.isProcessTrusted());
+  desktop.setTrusted(false);
+  world.advance(1s);
+  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "a later question was answered before";
 }
 
 // ---- Hooks
@@ -315,14 +375,14 @@ TEST_F(SimulatedAccessibilityTest, AScopeAnswersForEachElementAsALiveReadDoes) {
   const auto scope = accessibility.beginReadScope();
   for (const AXUIElement& element :
        {window, desktop.element(button), desktop.element(app), accessibility.createSystemWide()}) {
-    for (const std::string_view name :
+    for (const AXAttribute name :
          {ax::kRole, ax::kTitle, ax::kChildren, ax::kParent, ax::kPosition, ax::kFocusedWindow, ax::kFocusedUIElement,
-          ax::kMain, ax::kFocused, ax::kMinimized, ax::kWindows, std::string_view("AXHelp")}) {
+          ax::kMain, ax::kFocused, ax::kMinimized, ax::kWindows, AXAttribute("AXHelp")}) {
       const auto live = accessibility.copyAttributeValue(element, name);
       const auto scoped = scope->copyAttributeValue(element, name);
-      ASSERT_EQ(live.error(), scoped.error()) << name;
+      ASSERT_EQ(live.error(), scoped.error()) << name.name();
       if (live.hasValue()) {
-        EXPECT_EQ(live.value(), scoped.value()) << name;
+        EXPECT_EQ(live.value(), scoped.value()) << name.name();
       }
     }
   }
@@ -330,7 +390,6 @@ TEST_F(SimulatedAccessibilityTest, AScopeAnswersForEachElementAsALiveReadDoes) {
 }
 
 TEST_F(SimulatedAccessibilityTest, InAScopeAHungApplicationCostsOneWait) {
-  accessibility.setMessagingTimeout(desktop.element(app), 200ms);
   desktop.activate(other);
   const auto scope = accessibility.beginReadScope();
   EXPECT_EQ(scope->copyAttributeValue(window, "AXRole").error(), AXError::success);

@@ -298,6 +298,8 @@ std::optional<std::string> SimulatedDesktop::pressed(NodeHandle window) const {
 
 std::vector<Press> SimulatedDesktop::presses() const { return internals->actions.presses(); }
 
+void SimulatedDesktop::setMessagingTimeout(Seconds timeout) { internals->gate.setMessagingTimeout(timeout); }
+
 void SimulatedDesktop::setTrustLatency(Seconds latency) { internals->gate.setTrustLatency(latency); }
 
 void SimulatedDesktop::setTrusted(bool trusted, bool isNotified) {

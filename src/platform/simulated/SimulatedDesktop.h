@@ -158,6 +158,8 @@ class SimulatedDesktop {
   // ---- Requests.
   // `isNotified`: whether the system says so to those who observe it; sometimes it does not.
   void setTrusted(bool trusted, bool isNotified = true);
+  // As a binding is made with. `kMessagingTimeout` at first.
+  void setMessagingTimeout(Seconds timeout);
   // How long whoever asks whether this process is trusted waits for the answer. Zero at first.
   void setTrustLatency(Seconds latency);
   // Called before each request that is sent; it may change anything on the desktop, and is not called for requests that

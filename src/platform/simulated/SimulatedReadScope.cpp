@@ -4,7 +4,7 @@
 
 namespace quillard::platform::simulated {
 
-AXResult<AXValue> SimulatedReadScope::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> SimulatedReadScope::copyAttributeValue(const AXUIElement& element, AXAttribute name) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
   if (missed.contains(target->processIdentifier)) return AXError::cannotComplete;

@@ -21,7 +21,7 @@ class SimulatedReadScope final : public AXReadScope {
  public:
   SimulatedReadScope(const DesktopState& state, RequestGate& gate) : state(state), gate(gate) {}
 
-  AXResult<AXValue> copyAttributeValue(const AXUIElement& element, std::string_view name) override;
+  AXResult<AXValue> copyAttributeValue(const AXUIElement& element, AXAttribute name) override;
   AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override;
   // Does nothing: here no fetching ahead is cheaper.
   void prepareApplications(std::span<const AXUIElement> applications, int descendantsPerWindow) override;

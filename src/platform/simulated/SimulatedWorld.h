@@ -7,6 +7,7 @@
 #include "platform/simulated/SimulatedCalendar.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedDesktop.h"
+#include "platform/simulated/SimulatedDesktopCapabilities.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "platform/simulated/SimulatedHttpSessions.h"
 #include "platform/simulated/SimulatedLockFiles.h"
@@ -53,6 +54,7 @@ class SimulatedWorld {
   Accessibility& accessibility() { return simulatedDesktop.accessibility(); }
   Workspace& workspace() { return simulatedDesktop.workspace(); }
   WindowList& windowList() { return simulatedDesktop.windowList(); }
+  SimulatedDesktopCapabilities& capabilities() { return simulatedCapabilities; }
   SimulatedSyntheticEvents& syntheticEvents() { return simulatedSyntheticEvents; }
   SimulatedApplication& application() { return simulatedApplication; }
   SimulatedBundle& bundle() { return simulatedBundle; }
@@ -76,6 +78,8 @@ class SimulatedWorld {
   SimulatedUserDefaults simulatedUserDefaults;
   SimulatedCalendar simulatedCalendar;
   SimulatedDesktop simulatedDesktop;
+  SimulatedDesktopCapabilities simulatedCapabilities{simulatedDesktop.accessibility(), simulatedDesktop.workspace(),
+                                                     simulatedDesktop.windowList()};
   SimulatedSyntheticEvents simulatedSyntheticEvents;
   SimulatedApplication simulatedApplication;
   SimulatedBundle simulatedBundle;

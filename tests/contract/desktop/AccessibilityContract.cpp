@@ -13,6 +13,16 @@ TEST_P(AccessibilityContract, IsTrustedOnADesktopWhoseAccessibilityIsOn) {
   EXPECT_TRUE(accessibility().isProcessTrusted());
 }
 
+TEST_P(AccessibilityContract, AFreshAnswerAboutTrustComesLaterAndIsTheLastKnownOne) {
+  EXPECT_TRUE(accessibility().lastKnownProcessTrust());
+  std::vector<bool> answers;
+  accessibility().refreshProcessTrust([&](bool isTrusted) { answers.push_back(isTrusted); });
+  EXPECT_TRUE(answers.empty()) << "in a later turn of the main thread";
+  EXPECT_TRUE(binding->eventually([&] { return !answers.empty(); }));
+  EXPECT_EQ(answers, std::vector<bool>{true});
+  EXPECT_TRUE(accessibility().lastKnownProcessTrust());
+}
+
 TEST_P(AccessibilityContract, APromptIsAWindowOfItsApplicationWithItsTitle) {
   const auto program = binding->show({.title = "Camera access"});
   const auto prompt = window(*program);
@@ -67,7 +77,7 @@ TEST_P(AccessibilityContract, ASecureTextFieldSaysThatItIsOneAndNeverItsText) {
   EXPECT_EQ(AXHelpers::subrole(accessibility(), fields[0]), ax::kSecureTextFieldSubrole);
   for (const auto attribute : {ax::kValue, ax::kTitle, ax::kDescription}) {
     const auto text = AXHelpers::stringAttribute(accessibility(), fields[0], attribute).value_or("");
-    EXPECT_EQ(text.find("hunter2"), std::string::npos) << attribute;
+    EXPECT_EQ(text.find("hunter2"), std::string::npos) << attribute.name();
   }
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/DesktopCapabilities.h"
 #include "platform/desktop/SyntheticEvents.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
@@ -60,6 +61,7 @@ class DesktopBinding {
   virtual platform::Workspace& workspace() = 0;
   virtual platform::WindowList& windowList() = 0;
   virtual platform::SyntheticEvents& syntheticEvents() = 0;
+  virtual platform::DesktopCapabilities& capabilities() = 0;
   virtual platform::Clock& clock() = 0;
   virtual platform::Console& console() = 0;
   virtual const platform::Environment& environment() = 0;
@@ -68,6 +70,10 @@ class DesktopBinding {
 
   // Returns when the prompt is on the screen, in front, and can be read.
   [[nodiscard]] virtual std::unique_ptr<PromptProgram> show(const PromptOptions& options) = 0;
+
+  // A program that has a window on the screen whose elements the accessibility interface does not reach. Null: none can
+  // be shown here.
+  [[nodiscard]] virtual std::unique_ptr<PromptProgram> showUnreadable() = 0;
 
   // Lets time pass, and the main thread run, until `condition` holds; false when it never came to hold.
   [[nodiscard]] virtual bool eventually(const std::function<bool()>& condition) = 0;

@@ -16,11 +16,10 @@ namespace quillard::test {
 class DesktopContract : public testing::TestWithParam<DesktopCase> {
  protected:
   platform::Accessibility& accessibility() { return binding->accessibility(); }
+  platform::DesktopCapabilities& capabilities() { return binding->capabilities(); }
 
   [[nodiscard]] platform::AXUIElement application(const PromptProgram& program) {
-    auto element = accessibility().createApplication(program.processIdentifier());
-    accessibility().setMessagingTimeout(element, AXHelpers::kMessagingTimeout);
-    return element;
+    return accessibility().createApplication(program.processIdentifier());
   }
   // The prompt's window; a failure, and the application itself, when it has none.
   [[nodiscard]] platform::AXUIElement window(const PromptProgram& program, platform::AXAttributeReader& reader) {
@@ -55,17 +54,19 @@ class ReadScopeContract : public DesktopContract {};
 class WorkspaceContract : public DesktopContract {};
 class WindowListContract : public DesktopContract {};
 class SyntheticEventsContract : public DesktopContract {};
+class DesktopCapabilitiesContract : public DesktopContract {};
 class PromptContract : public DesktopContract {};
 
 [[nodiscard]] inline std::string caseName(const testing::TestParamInfo<DesktopCase>& info) { return info.param.name; }
 
 // Instantiates every suite for the cases that `CASES` gives.
-#define QUILLARD_DESKTOP_CONTRACT(NAME, CASES)                              \
-  INSTANTIATE_TEST_SUITE_P(NAME, AccessibilityContract, CASES, caseName);   \
-  INSTANTIATE_TEST_SUITE_P(NAME, ReadScopeContract, CASES, caseName);       \
-  INSTANTIATE_TEST_SUITE_P(NAME, WorkspaceContract, CASES, caseName);       \
-  INSTANTIATE_TEST_SUITE_P(NAME, WindowListContract, CASES, caseName);      \
-  INSTANTIATE_TEST_SUITE_P(NAME, SyntheticEventsContract, CASES, caseName); \
+#define QUILLARD_DESKTOP_CONTRACT(NAME, CASES)                                  \
+  INSTANTIATE_TEST_SUITE_P(NAME, AccessibilityContract, CASES, caseName);       \
+  INSTANTIATE_TEST_SUITE_P(NAME, ReadScopeContract, CASES, caseName);           \
+  INSTANTIATE_TEST_SUITE_P(NAME, WorkspaceContract, CASES, caseName);           \
+  INSTANTIATE_TEST_SUITE_P(NAME, WindowListContract, CASES, caseName);          \
+  INSTANTIATE_TEST_SUITE_P(NAME, SyntheticEventsContract, CASES, caseName);     \
+  INSTANTIATE_TEST_SUITE_P(NAME, DesktopCapabilitiesContract, CASES, caseName); \
   INSTANTIATE_TEST_SUITE_P(NAME, PromptContract, CASES, caseName)
 
 }  // namespace quillard::test

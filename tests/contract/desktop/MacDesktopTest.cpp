@@ -5,6 +5,7 @@
 #include "contract/desktop/SimulatedPrompts.h"
 #include "macos/fakes/MacSystem.h"
 #include "platform/macos/MacAccessibility.h"
+#include "platform/macos/MacDesktopCapabilities.h"
 #include "platform/macos/MacSyntheticEvents.h"
 #include "platform/macos/MacWindowList.h"
 
@@ -28,6 +29,7 @@ class MacDesktopBinding final : public DesktopBinding {
   platform::Workspace& workspace() override { return world.workspace(); }
   platform::WindowList& windowList() override { return macWindowList; }
   platform::SyntheticEvents& syntheticEvents() override { return macEvents; }
+  platform::DesktopCapabilities& capabilities() override { return macCapabilities; }
   platform::Clock& clock() override { return world.time(); }
   platform::Console& console() override { return world.console(); }
   const platform::Environment& environment() override { return world.environment(); }
@@ -37,6 +39,7 @@ class MacDesktopBinding final : public DesktopBinding {
   std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
     return showSimulatedPrompt(world, options);
   }
+  std::unique_ptr<PromptProgram> showUnreadable() override { return showUnreadableWindow(world); }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:
@@ -44,9 +47,10 @@ class MacDesktopBinding final : public DesktopBinding {
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   const fakes::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time().mainThread()};
+  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time()};
   macos::MacWindowList macWindowList{world.workspace()};
   macos::MacSyntheticEvents macEvents;
+  macos::MacDesktopCapabilities macCapabilities;
 };
 
 const DesktopCase kMac{"Mac",

@@ -13,6 +13,7 @@ class SimulatedDesktopBinding final : public DesktopBinding {
   platform::Workspace& workspace() override { return world.workspace(); }
   platform::WindowList& windowList() override { return world.windowList(); }
   platform::SyntheticEvents& syntheticEvents() override { return events; }
+  platform::DesktopCapabilities& capabilities() override { return world.capabilities(); }
   platform::Clock& clock() override { return world.time(); }
   platform::Console& console() override { return world.console(); }
   const platform::Environment& environment() override { return world.environment(); }
@@ -22,6 +23,8 @@ class SimulatedDesktopBinding final : public DesktopBinding {
   std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
     return showSimulatedPrompt(world, options);
   }
+
+  std::unique_ptr<PromptProgram> showUnreadable() override { return showUnreadableWindow(world); }
 
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 

@@ -39,6 +39,35 @@ class SimulatedPromptProgram final : public PromptProgram {
   std::set<platform::simulated::NodeHandle> shown;  // Windows that were seen of it, also when they are gone.
 };
 
+// A window in the window list, of a program that the accessibility interface does not know.
+class UnreadableSimulatedProgram final : public PromptProgram {
+ public:
+  explicit UnreadableSimulatedProgram(platform::simulated::SimulatedDesktop& desktop)
+      : desktop(desktop),
+        window(desktop.addWindowEntry({.ownerProcessIdentifier = kProcess,
+                                       .ownerName = "Old program",
+                                       .windowName = "Permission",
+                                       .layer = 0,
+                                       .alpha = 1.0,
+                                       .bounds = Rect{10, 10, 300, 200}})) {}
+  ~UnreadableSimulatedProgram() override { desktop.close(window); }
+
+  [[nodiscard]] std::int32_t processIdentifier() const override { return kProcess; }
+  [[nodiscard]] std::vector<std::string> presses() override { return {}; }
+  void kill() override { desktop.close(window); }
+  void stop() override {}
+  void goOn() override {}
+
+ private:
+  static constexpr std::int32_t kProcess = 40'000;
+  platform::simulated::SimulatedDesktop& desktop;
+  const platform::simulated::NodeHandle window;
+};
+
+[[nodiscard]] inline std::unique_ptr<PromptProgram> showUnreadableWindow(platform::simulated::SimulatedWorld& world) {
+  return std::make_unique<UnreadableSimulatedProgram>(world.desktop());
+}
+
 [[nodiscard]] inline platform::simulated::DialogSpec dialogFor(const PromptOptions& options) {
   platform::simulated::DialogSpec dialog{.title = options.title, .lines = options.lines, .buttons = options.buttons};
   if (options.at) dialog.frame = Rect{options.at->x, options.at->y, 600, 240};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace quillard::atspi {
@@ -20,8 +21,9 @@ class AccessibilitySwitch {
   virtual SwitchOnOutcome switchOn() = 0;
 
   // The processes that have windows on the X server, but are not on the accessibility bus: their prompts cannot be
-  // seen. In the order of their windows, from the bottom; this process is left out.
-  [[nodiscard]] virtual std::vector<std::int32_t> unseenProcesses() = 0;
+  // read. In the order of their windows, from the bottom; this process is left out. Absent: one of the two cannot be
+  // reached, so that it is not known.
+  [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> unseenProcesses() = 0;
 };
 
 }  // namespace quillard::atspi

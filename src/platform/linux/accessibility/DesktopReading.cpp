@@ -58,7 +58,7 @@ DesktopReading::DesktopReading(BusConnections::Loan connection, const ReadingDep
     : dependencies(dependencies),
       connection(std::move(connection)),
       requests(*this->connection, dependencies.counters),
-      trees(requests, tree, [this](const ProgramNode& program) { return timeoutOf(program.processIdentifier); }) {}
+      trees(requests, tree, dependencies.messagingTimeout) {}
 
 DesktopReading::~DesktopReading() { rememberPrograms(); }
 
@@ -79,7 +79,7 @@ void DesktopReading::listPrograms() {
   std::vector<ObjectName> roots;
   requests.send(
       {.target = {names::kRegistry, names::kRootPath}, .interface = names::kAccessible, .member = "GetChildren"},
-      dependencies.timeouts.ofDesktop(), [&](const BusReply& reply) {
+      messagingTimeout(), [&](const BusReply& reply) {
         if (auto list = reply.readObjects(kMostPrograms)) roots = std::move(list->objects);
       });
   requests.settle();
@@ -98,7 +98,7 @@ void DesktopReading::identify(const std::vector<ObjectName>& roots) {
                    .interface = names::kBus,
                    .member = "GetConnectionUnixProcessID",
                    .arguments = {roots[i].bus}},
-                  dependencies.timeouts.ofDesktop(), [&, i](const BusReply& reply) {
+                  messagingTimeout(), [&, i](const BusReply& reply) {
                     const auto process = reply.readUnsigned();
                     if (!process) return;
                     known[i] = KnownProgram{.processIdentifier = static_cast<std::int32_t>(*process),
@@ -157,7 +157,7 @@ Node* DesktopReading::node(const ElementReference& reference) {
 Node* DesktopReading::parent(Node& node) {
   if (node.parent) return node.parent;
   std::optional<ObjectName> name;
-  requests.send(propertyCall(node.name, names::kAccessible, "Parent"), timeoutOf(node.program->processIdentifier),
+  requests.send(propertyCall(node.name, names::kAccessible, "Parent"), messagingTimeout(),
                 [&](const BusReply& reply) { name = reply.readObjectProperty(); });
   requests.settle();
   if (!name || name->bus != node.program->bus || name->path == names::kNullPath || *name == node.name) return nullptr;

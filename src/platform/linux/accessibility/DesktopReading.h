@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,7 +13,6 @@
 #include "platform/linux/accessibility/BusRequests.h"
 #include "platform/linux/accessibility/ElementReference.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
-#include "platform/linux/accessibility/MessagingTimeouts.h"
 #include "platform/linux/accessibility/TreeFetch.h"
 #include "platform/linux/x11/X11Windows.h"
 
@@ -22,7 +22,7 @@ namespace quillard::atspi {
 struct ReadingDependencies {
   x11::Windows& windows;
   KnownPrograms& knownPrograms;
-  const MessagingTimeouts& timeouts;
+  std::chrono::microseconds messagingTimeout{};  // Of each request.
   AccessibilityCounters& counters;
   // Never asked anything: it may be waiting for the very thread that reads.
   std::int32_t ownProcessIdentifier = 0;
@@ -76,9 +76,7 @@ class DesktopReading {
 
   // For requests that are no reads of trees.
   [[nodiscard]] BusRequests& direct() { return requests; }
-  [[nodiscard]] std::chrono::microseconds timeoutOf(std::int32_t processIdentifier) const {
-    return dependencies.timeouts.of(processIdentifier);
-  }
+  [[nodiscard]] std::chrono::microseconds messagingTimeout() const { return dependencies.messagingTimeout; }
 
   // The handle of an object that was met here.
   [[nodiscard]] platform::AXUIElement element(const Node& node) const;

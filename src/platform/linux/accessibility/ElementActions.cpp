@@ -33,15 +33,27 @@ AXResult<Node*> ElementActions::living(const ElementReference& reference) {
   return node;
 }
 
-AXError ElementActions::perform(const AXUIElement& element, std::string_view action) {
+AXError ElementActions::perform(const AXUIElement& element, platform::AXAction action) {
   const auto* reference = ElementReference::of(element);
   if (!reference) return AXError::invalidUIElement;
   if (reference->kind != Kind::object) return AXError::actionUnsupported;
   const auto node = living(*reference);
   if (!node.hasValue()) return node.error();
-  const bool isWindow = answers.isWindowLike(*node.value());
-  if (action == ax::kRaiseAction && isWindow) return bringForward(answers.xWindow(*node.value()), true);
-  if (action == ax::kPressAction && !isWindow) return press(*node.value());
+  const auto known = action.known();
+  return known ? performKnown(*node.value(), *known) : AXError::actionUnsupported;
+}
+
+AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action) {
+  const bool isWindow = answers.isWindowLike(node);
+  switch (action) {
+    case platform::AXKnownAction::press:
+      return isWindow ? AXError::actionUnsupported : press(node);
+    case platform::AXKnownAction::raise:
+      return isWindow ? bringForward(answers.xWindow(node), true) : AXError::actionUnsupported;
+    case platform::AXKnownAction::confirm:
+    case platform::AXKnownAction::cancel:
+      break;  // No toolkit offers them of a window.
+  }
   return AXError::actionUnsupported;
 }
 
@@ -49,18 +61,17 @@ AXError ElementActions::press(Node& node) {
   const auto number = answers.pressAction(node);
   if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
   if (!number) return AXError::actionUnsupported;
-  return askYesOrNo(node,
-                    {.target = node.name, .interface = names::kAction, .member = "DoAction", .arguments = {*number}});
+  return askYesOrNo({.target = node.name, .interface = names::kAction, .member = "DoAction", .arguments = {*number}});
 }
 
 AXError ElementActions::grabFocus(Node& node) {
-  return askYesOrNo(node, {.target = node.name, .interface = names::kComponent, .member = "GrabFocus"});
+  return askYesOrNo({.target = node.name, .interface = names::kComponent, .member = "GrabFocus"});
 }
 
-AXError ElementActions::askYesOrNo(const Node& node, BusCall call) {
+AXError ElementActions::askYesOrNo(BusCall call) {
   AXError error = AXError::failure;
   auto& requests = reading.direct();
-  requests.send(std::move(call), reading.timeoutOf(node.program->processIdentifier), [&](const BusReply& reply) {
+  requests.send(std::move(call), reading.messagingTimeout(), [&](const BusReply& reply) {
     switch (reply.outcome()) {
       case CallOutcome::answered:
         error = reply.readBoolean().value_or(false) ? AXError::success : AXError::failure;
@@ -85,7 +96,7 @@ AXError ElementActions::bringForward(const x11::Window* window, bool always) {
   return windows.activate(window->id) ? AXError::success : AXError::cannotComplete;
 }
 
-AXError ElementActions::set(const AXUIElement& element, std::string_view name, const AXValue& value) {
+AXError ElementActions::set(const AXUIElement& element, platform::AXAttribute name, const AXValue& value) {
   const auto* reference = ElementReference::of(element);
   if (!reference) return AXError::invalidUIElement;
   if (reference->kind == Kind::systemWide) return AXError::attributeUnsupported;
@@ -97,7 +108,7 @@ AXError ElementActions::set(const AXUIElement& element, std::string_view name, c
   return isTrue(value) ? grabFocus(*node.value()) : AXError::illegalArgument;
 }
 
-AXError ElementActions::setOfApplication(std::int32_t process, std::string_view name, const AXValue& value) {
+AXError ElementActions::setOfApplication(std::int32_t process, platform::AXAttribute name, const AXValue& value) {
   const auto& own = reading.windows(process);
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
   if (name == ax::kFocusedWindow) {
@@ -123,7 +134,7 @@ AXError ElementActions::setOfApplication(std::int32_t process, std::string_view 
   return bringForward(uppermost, false);
 }
 
-AXError ElementActions::setOfWindow(Node& window, std::string_view name, const AXValue& value) {
+AXError ElementActions::setOfWindow(Node& window, platform::AXAttribute name, const AXValue& value) {
   const x11::Window* const outer = answers.xWindow(window);
   if (name == ax::kMinimized) {
     if (!std::holds_alternative<bool>(value)) return AXError::illegalArgument;

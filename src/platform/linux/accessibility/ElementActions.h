@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
@@ -15,8 +13,8 @@ class ElementActions {
   ElementActions(DesktopReading& reading, x11::Windows& windows)
       : reading(reading), answers(reading), windows(windows) {}
 
-  [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, std::string_view action);
-  [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, std::string_view name,
+  [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
+  [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, platform::AXAttribute name,
                                       const platform::AXValue& value);
   [[nodiscard]] platform::AXResult<platform::AXUIElement> elementAt(const platform::AXUIElement& within, Point point);
 
@@ -25,10 +23,11 @@ class ElementActions {
   [[nodiscard]] platform::AXResult<Node*> living(const ElementReference& reference);
   [[nodiscard]] platform::AXError press(Node& node);
   [[nodiscard]] platform::AXError grabFocus(Node& node);
-  [[nodiscard]] platform::AXError askYesOrNo(const Node& node, BusCall call);
-  [[nodiscard]] platform::AXError setOfApplication(std::int32_t processIdentifier, std::string_view name,
+  [[nodiscard]] platform::AXError askYesOrNo(BusCall call);
+  [[nodiscard]] platform::AXError performKnown(Node& node, platform::AXKnownAction action);
+  [[nodiscard]] platform::AXError setOfApplication(std::int32_t processIdentifier, platform::AXAttribute name,
                                                    const platform::AXValue& value);
-  [[nodiscard]] platform::AXError setOfWindow(Node& window, std::string_view name, const platform::AXValue& value);
+  [[nodiscard]] platform::AXError setOfWindow(Node& window, platform::AXAttribute name, const platform::AXValue& value);
   // `always`: even when it is already active.
   [[nodiscard]] platform::AXError bringForward(const x11::Window* window, bool always);
   [[nodiscard]] const x11::Window* topmostAt(Point point);

@@ -55,16 +55,25 @@ bool isPressName(std::string_view name) {
 
 }  // namespace
 
-AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, platform::AXAttribute name) {
   const auto* reference = ElementReference::of(element);
   if (!reference) return AXError::invalidUIElement;
-  if (reference->kind == ElementReference::Kind::systemWide) return ofDesktop(name);
+  // What only some program has is not asked of any: foreign names are of no element here.
+  const auto known = name.known();
+  if (reference->kind == ElementReference::Kind::systemWide) {
+    return known ? ofDesktop(*known) : Value{AXError::attributeUnsupported};
+  }
   const auto process = reference->processIdentifier;
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
   auto value = [&]() -> Value {
-    if (reference->kind == ElementReference::Kind::application) return ofApplication(process, name);
+    if (reference->kind == ElementReference::Kind::application) {
+      if (reading.programs(process).empty()) return AXError::notImplemented;
+      return known ? ofApplication(process, *known) : Value{AXError::attributeUnsupported};
+    }
     Node* const node = reading.node(*reference);
-    return node ? ofNode(*node, name) : Value{AXError::invalidUIElement};
+    if (!node) return AXError::invalidUIElement;
+    if (const auto reason = whyNotAsked(*node)) return *reason;
+    return known ? ofNode(*node, *known) : Value{AXError::attributeUnsupported};
   }();
   // What came in before the application fell silent, or went, may be a part only.
   if (reading.hasMissedTimeout(process) || reading.hasLostRegistry()) return AXError::cannotComplete;
@@ -73,76 +82,172 @@ AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, std::str
   return value;
 }
 
-AXResult<AXValue> ElementAnswers::ofDesktop(std::string_view name) {
-  if (name == ax::kRole) return textValue(kSystemWideRole);
-  if (name == ax::kFocusedWindow) return elementOrNone(activeWindow());
-  if (name == ax::kFocusedUIElement) return focusedElement(activeWindow());
-  return AXError::attributeUnsupported;
+AXResult<AXValue> ElementAnswers::role(Node& node) {
+  if (const auto reason = whyNotAsked(node)) return *reason;
+  return textValue(roleOf(node));
 }
 
-AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, std::string_view name) {
-  const auto programs = reading.programs(process);
-  if (programs.empty()) return AXError::notImplemented;
-  if (name == ax::kRole) return textValue(ax::kApplicationRole);
-  if (name == ax::kWindows || name == ax::kChildren) return windowList(process);
-  if (name == ax::kTitle) {
-    Node& root = *programs.front()->root;
-    reading.fetch({{.node = &root, .isRootItself = true}});
-    return root.isUnreadable ? Value{AXError::invalidUIElement} : Value{textValue(root.record.name.value_or(""))};
-  }
-  Node* const active = activeWindow();
-  const bool isFrontmost = active && active->program->processIdentifier == process;
-  if (name == ax::kFrontmost) return AXValue{isFrontmost};
-  if (name == ax::kMainWindow || name == ax::kFocusedWindow) return elementOrNone(isFrontmost ? active : nullptr);
-  if (name == ax::kFocusedUIElement) return focusedElement(isFrontmost ? active : nullptr);
-  return AXError::attributeUnsupported;
-}
-
-AXResult<AXValue> ElementAnswers::ofNode(Node& node, std::string_view name) {
+std::optional<AXError> ElementAnswers::whyNotAsked(Node& node) {
   if (node.isTopLevel()) {
-    if (!reading.windows(node.program->processIdentifier).contains(node)) return AXError::invalidUIElement;
-  } else {
-    reading.fetch({{.node = &node}});
-    if (node.isUnreadable || node.record.is(State::defunct)) return AXError::invalidUIElement;
+    const bool isPresent = reading.windows(node.program->processIdentifier).contains(node);
+    return isPresent ? std::nullopt : std::optional(AXError::invalidUIElement);
   }
-  if (name == ax::kRole) return textValue(roleOf(node));
-  if (name == ax::kTitle) return title(node);
-  if (name == ax::kDescription) {
-    reading.fetch({{.node = &node, .more = {.description = true}}});
-    return textValue(mapping::descriptionOf(node.record));
-  }
-  if (name == ax::kParent) return parent(node);
-  if (name == ax::kChildren) return children(node);
-  if (name == ax::kPosition || name == ax::kSize) return place(node, name);
-  return isWindowLike(node) ? ofWindow(node, name) : ofInner(node, name);
+  reading.fetch({{.node = &node}});
+  const bool isGone = node.isUnreadable || node.record.is(State::defunct);
+  return isGone ? std::optional(AXError::invalidUIElement) : std::nullopt;
 }
 
-AXResult<AXValue> ElementAnswers::ofWindow(Node& window, std::string_view name) {
-  const x11::Window* const own = window.isTopLevel() ? xWindow(window) : nullptr;
-  if (name == ax::kSubrole) {
-    const bool isDialog = !window.isTopLevel() || mapping::isDialogWindow(window.record, own);
-    return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
+AXResult<AXValue> ElementAnswers::ofDesktop(Attribute attribute) {
+  switch (attribute) {
+    case Attribute::role:
+      return textValue(kSystemWideRole);
+    case Attribute::focusedWindow:
+      return elementOrNone(activeWindow());
+    case Attribute::focusedUIElement:
+      return focusedElement(activeWindow());
+    case Attribute::subrole:
+    case Attribute::title:
+    case Attribute::description:
+    case Attribute::value:
+    case Attribute::modal:
+    case Attribute::children:
+    case Attribute::windows:
+    case Attribute::parent:
+    case Attribute::position:
+    case Attribute::size:
+    case Attribute::mainWindow:
+    case Attribute::minimized:
+    case Attribute::main:
+    case Attribute::focused:
+    case Attribute::frontmost:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
   }
-  if (name == ax::kModal) return AXValue{mapping::isModal(window.record, own)};
-  if (name == ax::kDefaultButton) return defaultButton(window);
-  if (name == ax::kCancelButton) return AXError::noValue;
-  return windowState(window, name);
+  return AXError::attributeUnsupported;
 }
 
-AXResult<AXValue> ElementAnswers::windowState(Node& window, std::string_view name) {
+AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, Attribute attribute) {
+  // The window of the desktop that has the focus, when it is one of this process. Null: none of its windows has it.
+  const auto ownActiveWindow = [&]() -> Node* {
+    Node* const active = activeWindow();
+    return active && active->program->processIdentifier == process ? active : nullptr;
+  };
+  switch (attribute) {
+    case Attribute::role:
+      return textValue(ax::kApplicationRole);
+    case Attribute::windows:
+    case Attribute::children:
+      return windowList(process);
+    case Attribute::title:
+      return applicationTitle(*reading.programs(process).front());
+    case Attribute::frontmost:
+      return AXValue{ownActiveWindow() != nullptr};
+    case Attribute::mainWindow:
+    case Attribute::focusedWindow:
+      return elementOrNone(ownActiveWindow());
+    case Attribute::focusedUIElement:
+      return focusedElement(ownActiveWindow());
+    case Attribute::subrole:
+    case Attribute::description:
+    case Attribute::value:
+    case Attribute::modal:
+    case Attribute::parent:
+    case Attribute::position:
+    case Attribute::size:
+    case Attribute::minimized:
+    case Attribute::main:
+    case Attribute::focused:
+    case Attribute::defaultButton:
+    case Attribute::cancelButton:
+      break;
+  }
+  return AXError::attributeUnsupported;
+}
+
+// What is a window is asked only where that makes a difference, since it may take a request.
+AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
+  const auto ofWindow = [&](Value (ElementAnswers::*answer)(Node&)) -> Value {
+    return isWindowLike(node) ? (this->*answer)(node) : Value{AXError::attributeUnsupported};
+  };
+  switch (attribute) {
+    case Attribute::role:
+      return textValue(roleOf(node));
+    case Attribute::subrole:
+      return isWindowLike(node) ? windowSubrole(node) : innerSubrole(node);
+    case Attribute::title:
+      return title(node);
+    case Attribute::description:
+      return description(node);
+    case Attribute::value:
+      return isWindowLike(node) ? Value{AXError::attributeUnsupported} : valueOf(node);
+    case Attribute::children:
+      return children(node);
+    case Attribute::parent:
+      return parent(node);
+    case Attribute::position:
+      return position(node);
+    case Attribute::size:
+      return size(node);
+    case Attribute::focused:
+      return isWindowLike(node) ? isActive(node) : AXValue{node.record.is(State::focused)};
+    case Attribute::main:
+      return ofWindow(&ElementAnswers::isActive);
+    case Attribute::modal:
+      return ofWindow(&ElementAnswers::isModal);
+    case Attribute::minimized:
+      return ofWindow(&ElementAnswers::isMinimized);
+    case Attribute::defaultButton:
+      return ofWindow(&ElementAnswers::defaultButton);
+    case Attribute::cancelButton:  // No toolkit marks one.
+      return isWindowLike(node) ? AXError::noValue : AXError::attributeUnsupported;
+    case Attribute::windows:
+    case Attribute::mainWindow:
+    case Attribute::focusedWindow:
+    case Attribute::focusedUIElement:
+    case Attribute::frontmost:
+      break;
+  }
+  return AXError::attributeUnsupported;
+}
+
+AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
+  const bool isDialog = !window.isTopLevel() || mapping::isDialogWindow(window.record, xWindow(window));
+  return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
+}
+
+AXResult<AXValue> ElementAnswers::innerSubrole(Node& node) {
+  if (!mapping::isSecret(node.record)) return AXError::attributeUnsupported;
+  return textValue(ax::kSecureTextFieldSubrole);
+}
+
+AXResult<AXValue> ElementAnswers::isModal(Node& window) {
+  return AXValue{mapping::isModal(window.record, window.isTopLevel() ? xWindow(window) : nullptr)};
+}
+
+AXResult<AXValue> ElementAnswers::applicationTitle(ProgramNode& program) {
+  reading.fetch({{.node = program.root, .isRootItself = true}});
+  if (program.root->isUnreadable) return AXError::invalidUIElement;
+  return textValue(program.root->record.name.value_or(""));
+}
+
+AXResult<AXValue> ElementAnswers::description(Node& node) {
+  reading.fetch({{.node = &node, .more = {.description = true}}});
+  return textValue(mapping::descriptionOf(node.record));
+}
+
+AXResult<AXValue> ElementAnswers::isMinimized(Node& window) {
   const x11::Window* const outer = xWindow(window);
   const auto& record = window.window ? window.window->record : window.record;
-  if (name == ax::kMinimized) return AXValue{outer ? outer->isHidden : record.is(State::iconified)};
-  if (name != ax::kMain && name != ax::kFocused) return AXError::attributeUnsupported;
-  if (reading.hasXServer()) return AXValue{outer && reading.xWindows().active == outer->id};
-  return AXValue{record.is(State::active)};
+  return AXValue{outer ? outer->isHidden : record.is(State::iconified)};
 }
 
-AXResult<AXValue> ElementAnswers::ofInner(Node& node, std::string_view name) {
-  if (name == ax::kValue) return valueOf(node);
-  if (name == ax::kFocused) return AXValue{node.record.is(State::focused)};
-  if (name == ax::kSubrole && mapping::isSecret(node.record)) return textValue(ax::kSecureTextFieldSubrole);
-  return AXError::attributeUnsupported;
+AXResult<AXValue> ElementAnswers::isActive(Node& window) {
+  if (reading.hasXServer()) {
+    const x11::Window* const outer = xWindow(window);
+    return AXValue{outer && reading.xWindows().active == outer->id};
+  }
+  return AXValue{(window.window ? window.window->record : window.record).is(State::active)};
 }
 
 std::string_view ElementAnswers::roleOf(Node& node) {
@@ -223,11 +328,14 @@ AXResult<AXValue> ElementAnswers::elementOrNone(Node* node) {
   return node ? Value{AXValue{reading.element(*node)}} : Value{AXError::noValue};
 }
 
-AXResult<AXValue> ElementAnswers::place(Node& node, std::string_view name) {
+AXResult<AXValue> ElementAnswers::position(Node& node) {
   const auto rect = frame(node);
-  if (!rect) return AXError::noValue;
-  if (name == ax::kPosition) return AXValue{Point{rect->x, rect->y}};
-  return AXValue{Size{rect->width, rect->height}};
+  return rect ? Value{AXValue{Point{rect->x, rect->y}}} : Value{AXError::noValue};
+}
+
+AXResult<AXValue> ElementAnswers::size(Node& node) {
+  const auto rect = frame(node);
+  return rect ? Value{AXValue{Size{rect->width, rect->height}}} : Value{AXError::noValue};
 }
 
 std::optional<Rect> ElementAnswers::frame(Node& node) {
@@ -307,7 +415,7 @@ Node& ElementAnswers::deepestAt(Node& window, Point point) {
 
 std::optional<std::int32_t> ElementAnswers::pressAction(const Node& node) {
   auto& requests = reading.direct();
-  const auto timeout = reading.timeoutOf(node.program->processIdentifier);
+  const auto timeout = reading.messagingTimeout();
   std::int32_t count = 0;
   requests.send(propertyCall(node.name, names::kAction, "NActions"), timeout,
                 [&](const BusReply& reply) { count = reply.readIntegerProperty().value_or(0); });
@@ -334,7 +442,7 @@ AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
   Node* const node = reading.node(*reference);
   if (!node) return AXError::invalidUIElement;
-  const auto role = ofNode(*node, ax::kRole);
+  const auto role = this->role(*node);
   std::vector<std::string> actions;
   if (role.hasValue() && isWindowLike(*node)) {
     if (xWindow(*node)) actions.emplace_back(ax::kRaiseAction);

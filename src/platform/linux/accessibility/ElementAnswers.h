@@ -17,11 +17,11 @@ class ElementAnswers {
   explicit ElementAnswers(DesktopReading& reading) : reading(reading) {}
 
   [[nodiscard]] platform::AXResult<platform::AXValue> attribute(const platform::AXUIElement& element,
-                                                                std::string_view name);
+                                                                platform::AXAttribute name);
   [[nodiscard]] platform::AXResult<std::vector<std::string>> actionNames(const platform::AXUIElement& element);
 
   // Its role; an error when it is no living element.
-  [[nodiscard]] platform::AXResult<platform::AXValue> role(Node& node) { return ofNode(node, platform::ax::kRole); }
+  [[nodiscard]] platform::AXResult<platform::AXValue> role(Node& node);
   // The X window in which an element lies, or that it is. Absent: none is known.
   [[nodiscard]] const x11::Window* xWindow(Node& node);
   // Of the windows of the desktop, the active one. Null: none, or it is not on the bus.
@@ -35,14 +35,23 @@ class ElementAnswers {
 
  private:
   using Value = platform::AXResult<platform::AXValue>;
+  using Attribute = platform::AXKnownAttribute;
 
-  [[nodiscard]] Value ofDesktop(std::string_view name);
-  [[nodiscard]] Value ofApplication(std::int32_t processIdentifier, std::string_view name);
-  [[nodiscard]] Value ofNode(Node& node, std::string_view name);
-  [[nodiscard]] Value ofWindow(Node& window, std::string_view name);
-  [[nodiscard]] Value ofInner(Node& node, std::string_view name);
-  [[nodiscard]] Value windowState(Node& window, std::string_view name);
-  [[nodiscard]] Value place(Node& node, std::string_view name);
+  // One switch for each kind of element: a new attribute does not compile before each has its answer.
+  [[nodiscard]] Value ofDesktop(Attribute attribute);
+  [[nodiscard]] Value ofApplication(std::int32_t processIdentifier, Attribute attribute);
+  [[nodiscard]] Value ofNode(Node& node, Attribute attribute);
+  // Absent: it is an element that can be asked.
+  [[nodiscard]] std::optional<platform::AXError> whyNotAsked(Node& node);
+  [[nodiscard]] Value applicationTitle(ProgramNode& program);
+  [[nodiscard]] Value description(Node& node);
+  [[nodiscard]] Value windowSubrole(Node& window);
+  [[nodiscard]] Value innerSubrole(Node& node);
+  [[nodiscard]] Value isModal(Node& window);
+  [[nodiscard]] Value isMinimized(Node& window);
+  [[nodiscard]] Value isActive(Node& window);
+  [[nodiscard]] Value position(Node& node);
+  [[nodiscard]] Value size(Node& node);
   [[nodiscard]] Value children(Node& node);
   [[nodiscard]] Value windowList(std::int32_t processIdentifier);
   [[nodiscard]] Value parent(Node& node);

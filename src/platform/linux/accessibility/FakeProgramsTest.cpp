@@ -46,7 +46,9 @@ FakeObject object(Role role, const std::string& name, std::vector<std::string> c
 
 // One program with a prompt, on a bus of its own. All fake programs live in this process.
 struct World {
-  World() : program(bus.start()) {
+  explicit World(Seconds messagingTimeout = Seconds{0.5})
+      : program(bus.start()),
+        accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = messagingTimeout}, windows, executors) {
     bus.registerPrograms({program->name()});
     program->set(FakeProgram::kRoot, object(Role{75}, "example", {"/window"}));
     program->set("/window", object(Role::dialog, "Permission", {"/text", "/deny", "/allow"}));
@@ -72,7 +74,7 @@ struct World {
   std::unique_ptr<FakeProgram> program;
   NoWindows windows;
   qt::QtExecutors executors;
-  LinuxAccessibility accessibility{{.sessionBusAddress = bus.address()}, windows, executors};
+  LinuxAccessibility accessibility;
 };
 
 milliseconds durationOf(const std::function<void()>& work) {
@@ -126,9 +128,8 @@ TEST(FakePrograms, ThePasswordIsNeverAskedFor) {
 }
 
 TEST(FakePrograms, OneThatHangsCostsOneTimeoutAndIsAskedNoMore) {
-  World world;
+  World world{Seconds{0.2}};
   world.program->hangOn("Name");
-  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.2});
   const auto application = world.application();
   const auto scope = world.accessibility.beginReadScope();
   EXPECT_FALSE(scope->missedTimeout(application));
@@ -142,8 +143,7 @@ TEST(FakePrograms, OneThatHangsCostsOneTimeoutAndIsAskedNoMore) {
 }
 
 TEST(FakePrograms, OneThatAnswersInTimeMissesNothing) {
-  World world;
-  world.accessibility.setMessagingTimeout(world.application(), Seconds{30});
+  World world{Seconds{30}};
   const auto application = world.application();
   const auto scope = world.accessibility.beginReadScope();
   scope->prepareApplications({&application, 1}, 80);
@@ -151,8 +151,7 @@ TEST(FakePrograms, OneThatAnswersInTimeMissesNothing) {
 }
 
 TEST(FakePrograms, OneThatDiesMeanwhileFailsAtOnce) {
-  World world;
-  world.accessibility.setMessagingTimeout(world.application(), Seconds{30});
+  World world{Seconds{30}};
   const auto window = world.window();
   ASSERT_TRUE(window);
   world.program->hangOn("Name");
@@ -246,8 +245,7 @@ TEST(FakePrograms, OfAContainerWithThousandsOfChildrenOnlyTheLastAreAskedFor) {
 
 TEST(FakePrograms, OneThatWasSlowOnceIsSoonAskedPlainlyAgain) {
   constexpr int kCarefulReadings = 20;
-  World world;
-  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.2});
+  World world{Seconds{0.2}};
   const auto application = world.application();
   const auto read = [&] {
     const int before = world.program->timesAsked("ChildCount");
@@ -299,13 +297,12 @@ TEST(FakePrograms, AProcessMayHaveSeveralConnections) {
 }
 
 TEST(FakePrograms, ASlowOneHoldsUpNobodyElse) {
-  World world;
+  constexpr milliseconds kTimeout{1000};
+  World world{kTimeout};
   const auto slow = world.bus.start();
   slow->set(FakeProgram::kRoot, object(Role{75}, "slow", {"/other"}));
   slow->hangOn("GetChildren");
   world.bus.registerPrograms({slow->name(), world.program->name()});
-  constexpr milliseconds kTimeout{1000};
-  world.accessibility.setMessagingTimeout(world.application(), kTimeout);
   const auto application = world.application();
   const auto begin = steady_clock::now();
   auto isRead = std::async(std::launch::async, [&] {
@@ -359,9 +356,8 @@ TEST(FakePrograms, TextsBeyondTheLimitAreAbsent) {
 }
 
 TEST(FakePrograms, AHungRegistryIsNoEmptyDesktop) {
-  World world;
+  World world{Seconds{0.1}};
   world.bus.registry().hangOn("GetChildren");
-  world.accessibility.setMessagingTimeout(world.accessibility.createSystemWide(), Seconds{0.1});
   EXPECT_EQ(world.accessibility.copyAttributeValue(world.application(), ax::kWindows).error(), AXError::cannotComplete);
 }
 
@@ -403,7 +399,6 @@ TEST(FakePrograms, APressThatIsNotAnsweredInTimeCannotBeComplete) {
   ASSERT_TRUE(window);
   const auto allow = AXHelpers::children(world.accessibility, *window).back();
   world.program->hangOn("DoAction");
-  world.accessibility.setMessagingTimeout(world.application(), Seconds{0.1});
   EXPECT_EQ(world.accessibility.performAction(allow, ax::kPressAction), AXError::cannotComplete);
   EXPECT_EQ(world.program->timesAsked("DoAction"), 1);
 }

@@ -40,15 +40,16 @@ LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options,
 std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
   if (!connection) return nullptr;
-  return std::make_unique<DesktopReading>(*std::move(connection),
-                                          ReadingDependencies{.windows = windows,
-                                                              .knownPrograms = knownPrograms,
-                                                              .timeouts = timeouts,
-                                                              .counters = counted,
-                                                              .ownProcessIdentifier = options.ownProcessIdentifier});
+  return std::make_unique<DesktopReading>(
+      *std::move(connection),
+      ReadingDependencies{.windows = windows,
+                          .knownPrograms = knownPrograms,
+                          .messagingTimeout = saturatingDuration<std::chrono::microseconds>(options.messagingTimeout),
+                          .counters = counted,
+                          .ownProcessIdentifier = options.ownProcessIdentifier});
 }
 
-AXResult<AXValue> LinuxAccessibility::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> LinuxAccessibility::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
   return beginReadScope()->copyAttributeValue(element, name);
 }
 
@@ -74,28 +75,19 @@ AXUIElement LinuxAccessibility::createApplication(std::int32_t processIdentifier
 
 AXUIElement LinuxAccessibility::createSystemWide() { return ElementReference::systemWide(); }
 
-void LinuxAccessibility::setMessagingTimeout(const AXUIElement& element, Seconds timeout) {
-  const auto* const reference = ElementReference::of(element);
-  if (!reference) return;
-  if (reference->kind == Kind::systemWide) {
-    timeouts.setDefault(timeout);
-  } else {
-    timeouts.setFor(reference->processIdentifier, timeout);
-  }
-}
-
 std::optional<std::int32_t> LinuxAccessibility::processIdentifier(const AXUIElement& element) {
   const auto* const reference = ElementReference::of(element);
   if (!reference || reference->kind == Kind::systemWide) return std::nullopt;
   return reference->processIdentifier;
 }
 
-AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, std::string_view name, const AXValue& value) {
+AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
+                                              const AXValue& value) {
   const auto reading = beginReading();
   return reading ? ElementActions{*reading, windows}.set(element, name, value) : AXError::apiDisabled;
 }
 
-AXError LinuxAccessibility::performAction(const AXUIElement& element, std::string_view action) {
+AXError LinuxAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
   const auto reading = beginReading();
   return reading ? ElementActions{*reading, windows}.perform(element, action) : AXError::apiDisabled;
 }
@@ -139,10 +131,13 @@ SwitchOnOutcome LinuxAccessibility::switchOn() {
   return SwitchOnOutcome::switchedOn;
 }
 
-std::vector<std::int32_t> LinuxAccessibility::unseenProcesses() {
-  const auto seen = processIdentifiers();
+std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
+  const auto reading = beginReading();
+  if (!reading || !reading->hasXServer()) return std::nullopt;
+  const auto& seen = reading->processIdentifiers();
+  if (reading->hasLostRegistry()) return std::nullopt;
   std::vector<std::int32_t> unseen;
-  for (const auto& window : windows.snapshot().windows) {
+  for (const auto& window : reading->xWindows().windows) {
     if (!window.processIdentifier || *window.processIdentifier == options.ownProcessIdentifier) continue;
     const bool isListed = std::find(seen.begin(), seen.end(), *window.processIdentifier) != seen.end() ||
                           std::find(unseen.begin(), unseen.end(), *window.processIdentifier) != unseen.end();

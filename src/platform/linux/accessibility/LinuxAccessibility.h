@@ -20,7 +20,6 @@
 #include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
-#include "platform/linux/accessibility/MessagingTimeouts.h"
 #include "platform/linux/x11/X11Windows.h"
 #include "platform/process/Executors.h"
 
@@ -32,6 +31,8 @@ struct LinuxAccessibilityOptions {
   // Whether what the X server shows is all that there is. Under Wayland other windows may lie above those that it
   // knows, so nobody can say what is at a point of the screen: hit tests then answer `notImplemented`.
   bool isXSession = true;
+  // How long one request waits, for programs and for the accessibility bus's own services. Positive, a minute at most.
+  Seconds messagingTimeout = platform::kMessagingTimeout;
 };
 
 // Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the X server knows of their
@@ -53,7 +54,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   LinuxAccessibility& operator=(const LinuxAccessibility&) = delete;
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
-                                                                         std::string_view name) override;
+                                                                         platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
   [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
@@ -62,12 +63,11 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
-  void setMessagingTimeout(const platform::AXUIElement& element, Seconds timeout) override;
   [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
   [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
-  platform::AXError setAttributeValue(const platform::AXUIElement& element, std::string_view name,
+  platform::AXError setAttributeValue(const platform::AXUIElement& element, platform::AXAttribute name,
                                       const platform::AXValue& value) override;
-  platform::AXError performAction(const platform::AXUIElement& element, std::string_view action) override;
+  platform::AXError performAction(const platform::AXUIElement& element, platform::AXAction action) override;
   [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
                                                                                 Point point) override;
 
@@ -75,7 +75,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;
 
   SwitchOnOutcome switchOn() override;
-  [[nodiscard]] std::vector<std::int32_t> unseenProcesses() override;
+  [[nodiscard]] std::optional<std::vector<std::int32_t>> unseenProcesses() override;
 
   // Where the accessibility bus listens. Absent when there is none. Any thread.
   [[nodiscard]] std::optional<std::string> busAddress() { return status.busAddress(); }
@@ -90,7 +90,6 @@ class LinuxAccessibility final : public platform::Accessibility,
   const LinuxAccessibilityOptions options;
   x11::Windows& windows;
   AccessibilityCounters counted;
-  MessagingTimeouts timeouts;
   KnownPrograms knownPrograms;
   AccessibilityStatus status;
   BusConnections connections;

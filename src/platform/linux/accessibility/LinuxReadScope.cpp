@@ -18,7 +18,7 @@ ElementAnswers* LinuxReadScope::begin() {
   return answers.get();
 }
 
-AXResult<AXValue> LinuxReadScope::copyAttributeValue(const AXUIElement& element, std::string_view name) {
+AXResult<AXValue> LinuxReadScope::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
   auto* const ready = begin();
   return ready ? ready->attribute(element, name) : AXResult<AXValue>{AXError::apiDisabled};
 }

@@ -22,7 +22,7 @@ class LinuxReadScope final : public platform::AXReadScope {
   explicit LinuxReadScope(BeginReading beginReading) : beginReading(std::move(beginReading)) {}
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
-                                                                         std::string_view name) override;
+                                                                         platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
   void prepareApplications(std::span<const platform::AXUIElement> applications, int descendantsPerWindow) override;

@@ -156,11 +156,10 @@ void TreeFetch::advance(Run& run) { Round{*this, run}.plan(); }
 
 void TreeFetch::ask(Run& run, BusCall call, BusRequests::OnReply onReply) {
   ++run.waiting;
-  requests.send(std::move(call), timeoutOf(*run.program),
-                [this, &run, onReply = std::move(onReply)](const BusReply& reply) {
-                  onReply(reply);
-                  if (--run.waiting == 0) advance(run);
-                });
+  requests.send(std::move(call), messagingTimeout, [this, &run, onReply = std::move(onReply)](const BusReply& reply) {
+    onReply(reply);
+    if (--run.waiting == 0) advance(run);
+  });
 }
 
 void TreeFetch::askToolkit(Run& run) {

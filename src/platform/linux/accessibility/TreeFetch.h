@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -30,11 +29,9 @@ struct FetchGoal {
 // once.
 class TreeFetch {
  public:
-  using TimeoutOf = std::function<std::chrono::microseconds(const ProgramNode&)>;
-
-  // All outlive this.
-  TreeFetch(BusRequests& requests, NodeTree& tree, TimeoutOf timeoutOf)
-      : requests(requests), tree(tree), timeoutOf(std::move(timeoutOf)) {}
+  // Both outlive this. `messagingTimeout`: of each request.
+  TreeFetch(BusRequests& requests, NodeTree& tree, std::chrono::microseconds messagingTimeout)
+      : requests(requests), tree(tree), messagingTimeout(messagingTimeout) {}
 
   // Waits until everything that the goals ask for is known, or can no longer be told. Asks nothing when it is known.
   void fetch(const std::vector<FetchGoal>& goals);
@@ -59,7 +56,7 @@ class TreeFetch {
 
   BusRequests& requests;
   NodeTree& tree;
-  const TimeoutOf timeoutOf;
+  const std::chrono::microseconds messagingTimeout;
 };
 
 }  // namespace quillard::atspi

@@ -194,9 +194,4 @@ ServerConnection* XcbWindows::managedServer() {
   return manager.type == 0 ? nullptr : server;
 }
 
-std::optional<std::string> XcbWindows::limitation() const {
-  if (isAvailable()) return std::nullopt;
-  return "No X server can be reached: windows are not listed, and no click or key can be sent.";
-}
-
 }  // namespace quillard::x11

@@ -29,8 +29,6 @@ class XcbWindows final : public Windows {
 
   // Asks the window manager to close the window, as its own close button does. False: could not be asked.
   bool close(WindowID window);
-  // One line that says what cannot be done, when no X server can be reached.
-  [[nodiscard]] std::optional<std::string> limitation() const;
 
  private:
   // Null when there is no window manager to be asked.

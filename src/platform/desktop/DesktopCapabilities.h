@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace quillard::platform {
+
+// What the agent can do better, or at all, where the desktop lets it. Bindings map them by a `switch` without a
+// default.
+enum class DesktopCapability : std::uint8_t {
+  windowList,            // The window list holds the windows of every application.
+  frontmostApplication,  // The workspace can tell which application is in front.
+  screenCoordinates,     // Frames of elements are places on the screen, and it can be told what lies at a point.
+  syntheticInput,        // Clicks and keys can be sent to every application.
+};
+
+// Why something cannot be had here, in a sentence or two for the user. Never empty.
+struct Limitation {
+  std::string reason;
+  bool isPartial = false;  // It can be had of some applications.
+  bool operator==(const Limitation&) const = default;
+};
+
+// A program that has windows whose elements cannot be read, so that its prompts are missed.
+struct UnreadableProgram {
+  std::int32_t processIdentifier = 0;
+  std::string name;  // For people. Never empty.
+  bool operator==(const UnreadableProgram&) const = default;
+};
+
+// What a binding found, or why it cannot know: an empty list says "there are none" and nothing else.
+template <class T>
+class Finding {
+ public:
+  Finding(T value) : content(std::in_place_index<0>, std::move(value)) {}
+  Finding(Limitation limitation) : content(std::in_place_index<1>, std::move(limitation)) {}
+
+  [[nodiscard]] bool isKnown() const { return content.index() == 0; }
+  // Only of what is known.
+  [[nodiscard]] const T& value() const { return std::get<0>(content); }
+  // Only of what is not.
+  [[nodiscard]] const Limitation& limitation() const { return std::get<1>(content); }
+
+  bool operator==(const Finding&) const = default;
+
+ private:
+  std::variant<T, Limitation> content;
+};
+
+// What this desktop lets the agent do and know, asked of the binding that knows it: whoever explains to the user why
+// something is missing asks here, and shows the reason as it is. Any thread.
+class DesktopCapabilities {
+ public:
+  DesktopCapabilities() = default;
+  DesktopCapabilities(const DesktopCapabilities&) = delete;
+  DesktopCapabilities& operator=(const DesktopCapabilities&) = delete;
+  virtual ~DesktopCapabilities() = default;
+
+  // As it is now: a display may come and go. Absent: nothing is missing. Waits for the display at the longest, never
+  // for applications.
+  [[nodiscard]] virtual std::optional<Limitation> limitation(DesktopCapability capability) = 0;
+
+  // The programs with windows that the accessibility interface does not reach; this process is never among them. Not
+  // known where accessibility is not to be had, and where windows cannot be listed or programs not be told apart by
+  // that. Waits for services of the session: not for a thread that must stay responsive.
+  [[nodiscard]] virtual Finding<std::vector<UnreadableProgram>> unreadablePrograms() = 0;
+};
+
+}  // namespace quillard::platform

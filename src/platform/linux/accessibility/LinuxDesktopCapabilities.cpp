@@ -1,0 +1,47 @@
+#include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+
+namespace quillard::atspi {
+namespace {
+
+using platform::DesktopCapability;
+using platform::Limitation;
+
+constexpr const char* kNoServer =
+    "No X server can be reached: windows are not listed, and no click or key can be sent.";
+constexpr const char* kWaylandAlone =
+    "This is a Wayland session without an X server. Prompts are read and answered through accessibility alone; windows "
+    "cannot be brought to the front or clicked.";
+constexpr const char* kWaylandWithServer =
+    "This is a Wayland session. Windows of Wayland programs cannot be brought to the front or clicked, and some are "
+    "not seen; those of X programs are.";
+constexpr const char* kWaylandPoints =
+    "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
+
+}  // namespace
+
+std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability capability) {
+  if (!windows.isAvailable()) return Limitation{isXSession ? kNoServer : kWaylandAlone};
+  if (isXSession) return std::nullopt;
+  switch (capability) {
+    case DesktopCapability::windowList:
+    case DesktopCapability::frontmostApplication:
+    case DesktopCapability::syntheticInput:
+      return Limitation{.reason = kWaylandWithServer, .isPartial = true};
+    case DesktopCapability::screenCoordinates:
+      break;
+  }
+  return Limitation{kWaylandPoints};
+}
+
+platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabilities::unreadablePrograms() {
+  if (!accessibility.isProcessTrusted()) return Limitation{"Not known without accessibility."};
+  const auto processes = accessibility.unseenProcesses();
+  if (!processes) return Limitation{"Not known: it cannot be told which programs have windows."};
+  std::vector<platform::UnreadableProgram> programs;
+  for (const auto process : *processes) {
+    programs.push_back({.processIdentifier = process, .name = nameOf(process).value_or("an unknown program")});
+  }
+  return programs;
+}
+
+}  // namespace quillard::atspi

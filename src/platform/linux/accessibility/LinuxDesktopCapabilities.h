@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/DesktopCapabilities.h"
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/x11/X11Windows.h"
+
+namespace quillard::atspi {
+
+// What the X server and the accessibility bus leave open. Without an X server nothing but accessibility is left; within
+// a Wayland session the X server knows the windows of X programs only, and others may lie above these.
+class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
+ public:
+  // What people call the program; absent: it is not known.
+  using NameOf = std::function<std::optional<std::string>(std::int32_t processIdentifier)>;
+
+  // All outlive this. `isXSession`: as in the options of the accessibility.
+  LinuxDesktopCapabilities(LinuxAccessibility& accessibility, x11::Windows& windows, bool isXSession, NameOf nameOf)
+      : accessibility(accessibility), windows(windows), isXSession(isXSession), nameOf(std::move(nameOf)) {}
+
+  [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
+  // Of the programs that have windows on the X server.
+  [[nodiscard]] platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms() override;
+
+ private:
+  LinuxAccessibility& accessibility;
+  x11::Windows& windows;
+  const bool isXSession;
+  const NameOf nameOf;
+};
+
+}  // namespace quillard::atspi

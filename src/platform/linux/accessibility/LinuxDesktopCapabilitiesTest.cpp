@@ -1,0 +1,115 @@
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/qt/QtExecutors.h"
+#include "support/FakeAccessibilityBus.h"
+
+namespace quillard::atspi {
+namespace {
+
+using platform::DesktopCapability;
+using platform::UnreadableProgram;
+using test::FakeAccessibilityBus;
+
+constexpr std::int32_t kStranger = 40'000;
+
+// An X server with these processes' windows, or none.
+class FixedWindows final : public x11::Windows {
+ public:
+  [[nodiscard]] bool isAvailable() const override { return isThere; }
+  [[nodiscard]] x11::WindowsSnapshot snapshot() override {
+    x11::WindowsSnapshot snapshot;
+    for (const auto process : owners) {
+      x11::Window window{};
+      window.id = static_cast<x11::WindowID>(snapshot.windows.size() + 1);
+      window.processIdentifier = process;
+      snapshot.windows.push_back(window);
+    }
+    return snapshot;
+  }
+  bool activate(x11::WindowID) override { return false; }
+
+  bool isThere = true;
+  std::vector<std::int32_t> owners;
+};
+
+class LinuxDesktopCapabilitiesTest : public testing::Test {
+ protected:
+  LinuxDesktopCapabilities capabilities(bool isXSession = true) {
+    return {accessibility, windows, isXSession, [](std::int32_t process) -> std::optional<std::string> {
+              return process == kStranger ? std::optional<std::string>("gimp") : std::nullopt;
+            }};
+  }
+
+  FakeAccessibilityBus bus;
+  std::unique_ptr<test::FakeProgram> program = bus.start();
+  FixedWindows windows;
+  qt::QtExecutors executors;
+  LinuxAccessibility accessibility{
+      {.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{0.5}}, windows, executors};
+};
+
+TEST_F(LinuxDesktopCapabilitiesTest, AnXSessionLacksNothing) {
+  auto here = capabilities();
+  EXPECT_EQ(here.limitation(DesktopCapability::windowList), std::nullopt);
+  EXPECT_EQ(here.limitation(DesktopCapability::screenCoordinates), std::nullopt);
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, WithoutAnXServerEverythingIsMissing) {
+  windows.isThere = false;
+  auto here = capabilities();
+  for (const auto capability : {DesktopCapability::windowList, DesktopCapability::frontmostApplication,
+                                DesktopCapability::screenCoordinates, DesktopCapability::syntheticInput}) {
+    const auto limitation = here.limitation(capability);
+    ASSERT_TRUE(limitation);
+    EXPECT_EQ(limitation->reason,
+              "No X server can be reached: windows are not listed, and no click or key can be sent.");
+    EXPECT_FALSE(limitation->isPartial);
+  }
+  EXPECT_NE(capabilities(/*isXSession=*/false)
+                .limitation(DesktopCapability::windowList)
+                .value_or(platform::Limitation{})
+                .reason.find("Wayland session without an X server"),
+            std::string::npos);
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, AWaylandSessionWithAnXServerHasXProgramsOnlyAndNoPoints) {
+  auto here = capabilities(/*isXSession=*/false);
+  const auto list = here.limitation(DesktopCapability::windowList);
+  ASSERT_TRUE(list);
+  EXPECT_TRUE(list->isPartial);
+  EXPECT_NE(list->reason.find("This is a Wayland session."), std::string::npos) << list->reason;
+  const auto points = here.limitation(DesktopCapability::screenCoordinates);
+  ASSERT_TRUE(points);
+  EXPECT_FALSE(points->isPartial);
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWithWindowsThatAreNotOnTheBus) {
+  bus.registerPrograms({program->name()});  // Of this process.
+  windows.owners = {::getpid()};
+  EXPECT_EQ(capabilities().unreadablePrograms(), std::vector<UnreadableProgram>{});
+  windows.owners = {kStranger, ::getpid(), kStranger, kStranger + 1};
+  EXPECT_EQ(capabilities().unreadablePrograms(),
+            (std::vector<UnreadableProgram>{{kStranger, "gimp"}, {kStranger + 1, "an unknown program"}}));
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, WhatCannotBeKnownIsNotNothing) {
+  windows.owners = {kStranger};
+  windows.isThere = false;
+  EXPECT_FALSE(capabilities().unreadablePrograms().isKnown()) << "no windows to go by";
+  windows.isThere = true;
+  bus.registry().hangOn("GetChildren");
+  EXPECT_FALSE(capabilities().unreadablePrograms().isKnown()) << "no list of programs";
+  bus.isEnabled = false;
+  EXPECT_EQ(capabilities().unreadablePrograms(), platform::Limitation{"Not known without accessibility."});
+}
+
+}  // namespace
+}  // namespace quillard::atspi

@@ -1,0 +1,33 @@
+#include "platform/simulated/SimulatedDesktopCapabilities.h"
+
+#include <set>
+#include <utility>
+
+namespace quillard::platform::simulated {
+
+void SimulatedDesktopCapabilities::setLimitation(DesktopCapability capability, std::optional<Limitation> limitation) {
+  limitations.erase(capability);
+  if (limitation) limitations.emplace(capability, *std::move(limitation));
+}
+
+std::optional<Limitation> SimulatedDesktopCapabilities::limitation(DesktopCapability capability) {
+  const auto found = limitations.find(capability);
+  return found == limitations.end() ? std::nullopt : std::optional(found->second);
+}
+
+Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadablePrograms() {
+  if (!accessibility.isProcessTrusted()) return Limitation{"Not known without accessibility."};
+  if (const auto missing = limitation(DesktopCapability::windowList); missing && !missing->isPartial) {
+    return Limitation{"Not known: " + missing->reason};
+  }
+  std::vector<UnreadableProgram> programs;
+  std::set<std::int32_t> listed;
+  for (const auto& window : windowList.copyWindowInfo(WindowListOptions::all)) {
+    const auto process = window.ownerProcessIdentifier;
+    if (!process || workspace.runningApplication(*process) || !listed.insert(*process).second) continue;
+    programs.push_back({.processIdentifier = *process, .name = window.ownerName.value_or("an unknown program")});
+  }
+  return programs;
+}
+
+}  // namespace quillard::platform::simulated

@@ -18,7 +18,7 @@ namespace {
 
 using Error = quillard::platform::AXError;
 
-constexpr Seconds kTimeoutOfTheSystem{6};
+constexpr quillard::Seconds kTimeoutOfTheSystem{6};
 
 ::AXError systemError(Error error) {
   switch (error) {
@@ -106,7 +106,7 @@ Accessibility* interfaceFor(const __AXUIElement& element, bool asksWhoeverHasThe
   if (!system.desktop) return nullptr;
   Accessibility& accessibility = system.desktop->accessibility();
   const float own = element.timeout > 0 ? element.timeout : system.processTimeout;
-  system.desktop->setMessagingTimeout(own > 0 ? Seconds{own} : kTimeoutOfTheSystem);
+  system.desktop->setMessagingTimeout(own > 0 ? quillard::Seconds{own} : kTimeoutOfTheSystem);
   return &accessibility;
 }
 

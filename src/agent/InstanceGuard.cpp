@@ -14,8 +14,6 @@ constexpr std::string_view kLockFileName = "com.quillard.agent.lock";
 
 InstanceGuard::InstanceGuard(const InstanceGuardDependencies& dependencies) : dependencies(dependencies) {}
 
-InstanceGuard::~InstanceGuard() { releaseSingleInstanceLock(); }
-
 void InstanceGuard::terminateOtherAgents() {
   const auto own = dependencies.application.processIdentifier();
   const auto running = dependencies.workspace.runningApplications();
@@ -28,14 +26,11 @@ void InstanceGuard::terminateOtherAgents() {
 }
 
 bool InstanceGuard::acquireSingleInstanceLock() {
-  const auto result = dependencies.lockFiles.acquire(kLockFileName);
-  if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = result.descriptor;
+  auto result = dependencies.lockFiles.acquire(kLockFileName);
+  if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = std::move(result.lock);
   return result.outcome != platform::LockOutcome::heldElsewhere;
 }
 
-void InstanceGuard::releaseSingleInstanceLock() {
-  if (instanceLockFileDescriptor < 0) return;
-  dependencies.lockFiles.release(std::exchange(instanceLockFileDescriptor, -1));
-}
+void InstanceGuard::releaseSingleInstanceLock() { instanceLockFileDescriptor.reset(); }
 
 }  // namespace quillard

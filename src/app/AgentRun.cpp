@@ -47,11 +47,9 @@ struct AgentDependencies {
             .httpSessions = system.httpSessions,
             .lockFiles = system.lockFiles,
             .loginService = system.loginService,
-            .propertyLists = system.propertyLists,
             .random = system.random,
             .secretStore = system.secretStore,
             .statusBar = statusBar,
-            .statusWindowViews = statusWindowViews,
             .syntheticEvents = system.syntheticEvents,
             .updateService = system.updateService,
             .userDefaults = system.userDefaults,
@@ -110,9 +108,8 @@ ExitCode runAgent(char* programName, const Output& output) {
   platform::TaskHandle trim;
   // Asks again itself, but does not wait: without this, whoever starts a second agent would be left with none.
   endRunningAgents(dependencies.system.processes, dependencies.system.environment, kOtherAgentsTimeout);
-  const auto agent = std::make_shared<AppDelegate>(dependencies.platform());
+  const auto agent = std::make_shared<AppDelegate>(dependencies.platform(), dependencies.statusWindowViews);
   auto& application = dependencies.application;
-  application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
   application.setOnAboutPanel(showAboutPanel);
   application.setOnMenuChange([&dependencies] {
     dependencies.statusBar.setApplicationMenu(
@@ -126,7 +123,7 @@ ExitCode runAgent(char* programName, const Output& output) {
     dependencies.system.console.writeLine(*limitation);
   }
   const qt::TerminationSignals termination([&application] { application.terminate(); });
-  dependencies.system.executors.mainThread().post([&agent] { agent->applicationDidFinishLaunching(); });
+  application.setDelegate(agent);
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;
 }
 

@@ -68,11 +68,7 @@ void DoctorExamination::checkKeychain() {
   facts.secretFile = store.copyMatching(SecretPlace::fileKeychain, kService, kIdentity).status;
 }
 
-void DoctorExamination::checkLock() {
-  const auto lock = dependencies.lockFiles.acquire(kLockFile);
-  facts.lock = lock.outcome;
-  if (lock.outcome == platform::LockOutcome::acquired) dependencies.lockFiles.release(lock.descriptor);
-}
+void DoctorExamination::checkLock() { facts.lock = dependencies.lockFiles.acquire(kLockFile).outcome; }
 
 void DoctorExamination::askForNotifications() {
   if (!dependencies.notifications) return oneMoreDone();

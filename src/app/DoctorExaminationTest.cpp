@@ -9,7 +9,6 @@
 #include "platform/simulated/SimulatedHttpSessions.h"
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserNotifications.h"
 #include "platform/simulated/SimulatedWorld.h"
@@ -70,7 +69,6 @@ class DoctorExaminationTest : public testing::Test {
 
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{5}};
   platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedPropertyLists propertyLists;
   platform::simulated::SimulatedHttpSessions httpSessions;
   platform::simulated::SimulatedLockFolder lockFolder;
   platform::simulated::SimulatedLockFiles lockFiles{lockFolder};
@@ -78,7 +76,7 @@ class DoctorExaminationTest : public testing::Test {
   platform::simulated::SimulatedSecretStore secretStore;
   platform::simulated::SimulatedUserNotifications notifications{world.time()};
   PairingConfiguration pairing{
-      {world.environment(), bundle, propertyLists, secretStore, world.userDefaults(), world.random(), world.console()}};
+      {world.environment(), bundle, secretStore, world.userDefaults(), world.random(), world.console()}};
   bool hasDisplay = true;
   bool mayAskUser = true;
   bool isAskedAlone = true;
@@ -159,7 +157,8 @@ TEST_F(DoctorExaminationTest, LeavesTheLockAsItWas) {
   EXPECT_EQ(lockFiles.heldCount(), 0U);
   facts.reset();
   platform::simulated::SimulatedLockFiles agent(lockFolder);
-  (void)agent.acquire("com.quillard.agent.lock");
+  const auto held = agent.acquire("com.quillard.agent.lock");
+  ASSERT_EQ(held.outcome, LockOutcome::acquired);
   EXPECT_EQ(examine().lock, LockOutcome::heldElsewhere);
   EXPECT_EQ(agent.heldCount(), 1U);
 }

@@ -27,7 +27,7 @@ atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environmen
 
 LinuxSystem::LinuxSystem(int consoleDescriptor)
     : console(consoleDescriptor),
-      bundle(desktop::InstalledProgram::ownExecutable(), environment, propertyLists),
+      bundle(desktop::InstalledProgram::ownExecutable(), environment),
       lockFiles(environment),
       loginService(environment, desktop::InstalledProgram::ownExecutable()),
       notifications(environment, executors.mainThread()),

@@ -8,7 +8,6 @@
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/storage/FileUserDefaults.h"
-#include "platform/linux/storage/PlistReader.h"
 #include "platform/linux/storage/SecretServiceStore.h"
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/DesktopNotifications.h"
@@ -58,7 +57,6 @@ struct LinuxSystem {
   qt::QtNetworkThread network;
   qt::QtHttpSessions httpSessions{network};
   qt::QtWebSockets webSockets{network};
-  xdg::PlistReader propertyLists;
   desktop::InstalledProgram bundle;
   desktop::FileLocks lockFiles;
   desktop::AutostartEntry loginService;

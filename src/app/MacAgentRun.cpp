@@ -32,14 +32,9 @@ ExitCode runAgent(char* programName, const Output& /*output*/) {
   MacPlatform dependencies(STDOUT_FILENO);
   auto& application = dependencies.application;
   application.setActivationPolicy(platform::ActivationPolicy::accessory);
-  const auto agent = std::make_shared<AppDelegate>(dependencies.platform());
-  application.setOnWillTerminate([&agent] { agent->applicationWillTerminate(); });
+  const auto agent = std::make_shared<AppDelegate>(dependencies.platform(), dependencies.statusWindowViews);
   const qt::TerminationSignals termination([&application] { application.terminate(); });
-  dependencies.system.executors.mainThread().post([&agent, &application] {
-    // The status window comes to the front, whether one was to be seen or not.
-    application.setOnReopen([&agent] { agent->applicationShouldHandleReopen(false); });
-    agent->applicationDidFinishLaunching();
-  });
+  application.setDelegate(agent);
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;
 }
 

@@ -4,7 +4,6 @@
 
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacBundle.h"
-#include "platform/macos/MacPropertyLists.h"
 #include "platform/macos/MacRandom.h"
 #include "platform/macos/MacSecretStore.h"
 #include "platform/macos/MacSyntheticEvents.h"
@@ -49,7 +48,6 @@ struct MacSystem {
   qt::QtNetworkThread network;
   qt::QtHttpSessions httpSessions{network};
   qt::QtWebSockets webSockets{network};
-  macos::MacPropertyLists propertyLists;
   macos::MacBundle bundle;
   macos::MacLockFiles lockFiles;
   macos::MacLoginService loginService;

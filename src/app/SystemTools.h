@@ -37,8 +37,7 @@ class SystemTools {
   using Traits = DoctorTraits (*)(System&);
 
   // `output` outlives it.
-  SystemTools(const Output& output, Traits traitsOf)
-      : system(STDERR_FILENO), output(output), traitsOf(traitsOf) {}
+  SystemTools(const Output& output, Traits traitsOf) : system(STDERR_FILENO), output(output), traitsOf(traitsOf) {}
 
   ExitCode run(const Command& command) { return std::visit(*this, command); }
 
@@ -90,8 +89,7 @@ class SystemTools {
             .ownProcessIdentifier = static_cast<std::int32_t>(::getpid())};
   }
   PairingDependencies pairingDependencies() {
-    return {system.environment,  system.bundle, system.propertyLists, system.secretStore,
-            system.userDefaults, system.random, system.console};
+    return {system.environment, system.bundle, system.secretStore, system.userDefaults, system.random, system.console};
   }
   static TerminalFacts terminalFacts() {
     TerminalFacts facts{.isTerminal = ::isatty(STDOUT_FILENO) == 1, .columns = {}};

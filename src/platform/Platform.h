@@ -17,10 +17,8 @@
 #include "platform/process/Random.h"
 #include "platform/shell/LoginService.h"
 #include "platform/shell/StatusItem.h"
-#include "platform/shell/StatusWindowView.h"
 #include "platform/shell/UpdateService.h"
 #include "platform/shell/UserNotifications.h"
-#include "platform/storage/PropertyLists.h"
 #include "platform/storage/SecretStore.h"
 #include "platform/storage/UserDefaults.h"
 
@@ -40,11 +38,9 @@ struct Platform {
   HttpSessions& httpSessions;
   LockFiles& lockFiles;
   LoginService& loginService;
-  PropertyLists& propertyLists;
   Random& random;
   SecretStore& secretStore;
   StatusBar& statusBar;
-  StatusWindowViews& statusWindowViews;
   SyntheticEvents& syntheticEvents;
   UpdateService& updateService;
   UserDefaults& userDefaults;

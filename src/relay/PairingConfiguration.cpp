@@ -29,11 +29,7 @@ std::optional<std::string> firstSet(const platform::Environment& environment, st
   return value ? value : environment.value(second);
 }
 
-std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(platform::PropertyLists& propertyLists,
-                                                                            std::span<const std::uint8_t> bytes) {
-  const auto outcome = propertyLists.readTexts(bytes);
-  if (const auto* error = std::get_if<platform::PropertyListError>(&outcome)) return error->description;
-  const auto& texts = std::get<platform::PropertyListTexts>(outcome);
+std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(const platform::PropertyListTexts& texts) {
   for (const auto* key : {"relayURL", "pairingID"}) {
     if (!texts.contains(key)) return std::string(key) + ": Expected a text.";
   }
@@ -55,13 +51,13 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::environmentConfigu
 }
 
 std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfiguration() const {
-  const auto resource = dependencies.bundle.resource("RelayConfig", "plist");
+  const auto resource = dependencies.bundle.propertyList("RelayConfig");
   if (!resource) return std::nullopt;
   std::variant<RelayLaunchConfiguration, std::string> outcome;
   if (const auto* error = std::get_if<platform::ResourceError>(&*resource)) {
     outcome = error->description;
   } else {
-    outcome = readLaunchConfiguration(dependencies.propertyLists, std::get<Bytes>(*resource));
+    outcome = readLaunchConfiguration(std::get<platform::PropertyListTexts>(*resource));
   }
   if (auto* configuration = std::get_if<RelayLaunchConfiguration>(&outcome)) return std::move(*configuration);
   dependencies.console.writeLine("Unable to read bundled relay configuration: " +

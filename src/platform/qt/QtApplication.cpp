@@ -15,6 +15,13 @@ std::int32_t QtApplication::processIdentifier() const {
   return static_cast<std::int32_t>(QCoreApplication::applicationPid());
 }
 
+void QtApplication::setDelegate(std::weak_ptr<platform::ApplicationDelegate> delegate) {
+  loopEnd.setDelegate(delegate);
+  mainThread.post([delegate = std::move(delegate)] {
+    if (const auto told = delegate.lock()) told->applicationDidFinishLaunching();
+  });
+}
+
 void QtApplication::setActivationPolicy(platform::ActivationPolicy policy) {
   itsPolicy = policy;
   if (onActivationPolicy) onActivationPolicy();
@@ -27,14 +34,6 @@ void QtApplication::activateIgnoringOtherApplications() {
     window->raise();
     window->requestActivate();
   }
-}
-
-void QtApplication::terminate() {
-  if (std::exchange(isTerminating, true)) return;
-  mainThread.post([this] {
-    if (onWillTerminate) onWillTerminate();
-    QCoreApplication::exit(0);
-  });
 }
 
 void QtApplication::setApplicationMenu(const std::string& title, std::vector<ApplicationMenuItem> items) {

@@ -4,6 +4,7 @@
 
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
+#include "platform/qt/LoopEnd.h"
 
 namespace quillard::qt {
 
@@ -19,18 +20,16 @@ class QtApplication final : public platform::Application {
   // `mainThread` is the Qt event loop, and outlives this. Needs Qt's application object for what has windows.
   explicit QtApplication(platform::SerialExecutor& mainThread) : mainThread(mainThread) {}
 
-  // Called once, when the application is told to end and before the loop does.
-  void setOnWillTerminate(std::function<void()> handler) { onWillTerminate = std::move(handler); }
   void setOnMenuChange(std::function<void()> handler) { onMenuChange = std::move(handler); }
   void setOnAboutPanel(std::function<void()> handler) { onAboutPanel = std::move(handler); }
   // Called after each choice of a policy, also of the one that held before.
   void setOnActivationPolicy(std::function<void()> handler) { onActivationPolicy = std::move(handler); }
 
   [[nodiscard]] std::int32_t processIdentifier() const override;
+  void setDelegate(std::weak_ptr<platform::ApplicationDelegate> delegate) override;
   void setActivationPolicy(platform::ActivationPolicy policy) override;
   void activateIgnoringOtherApplications() override;
-  // Told again, nothing happens.
-  void terminate() override;
+  void terminate() override { loopEnd.terminate(); }
   void setApplicationMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items) override;
 
   [[nodiscard]] platform::ActivationPolicy activationPolicy() const { return itsPolicy; }
@@ -40,10 +39,9 @@ class QtApplication final : public platform::Application {
 
  private:
   platform::SerialExecutor& mainThread;
+  LoopEnd loopEnd{mainThread};
   platform::ActivationPolicy itsPolicy = platform::ActivationPolicy::regular;
   ApplicationMenu menu;
-  bool isTerminating = false;
-  std::function<void()> onWillTerminate;
   std::function<void()> onMenuChange;
   std::function<void()> onAboutPanel;
   std::function<void()> onActivationPolicy;

@@ -1,3 +1,4 @@
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtExecutors.h"
 #include "support/QtWait.h"
+#include "support/RecordingDelegate.h"
 
 namespace quillard::qt {
 namespace {
@@ -25,14 +27,16 @@ class QtApplicationTest : public testing::Test {
 TEST_F(QtApplicationTest, IsThisProcess) { EXPECT_EQ(application.processIdentifier(), ::getpid()); }
 
 TEST_F(QtApplicationTest, EndsTheLoopAfterThePresentTurnAndSaysSoBefore) {
-  application.setOnWillTerminate([this] { happened.emplace_back("will terminate"); });
-  executors.mainThread().post([this] {
+  const auto delegate = std::make_shared<test::RecordingDelegate>();
+  application.setDelegate(delegate);
+  delegate->onLaunch = [&] {
     application.terminate();
     application.terminate();
-    happened.emplace_back("end of the turn");
-  });
+    delegate->calls.emplace_back("end of the turn");
+  };
+  EXPECT_TRUE(delegate->calls.empty());
   EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(happened, (std::vector<std::string>{"end of the turn", "will terminate"}));
+  EXPECT_EQ(delegate->calls, (std::vector<std::string>{"did finish launching", "end of the turn", "will terminate"}));
 }
 
 TEST_F(QtApplicationTest, KeepsItsActivationPolicy) {
@@ -60,7 +64,6 @@ TEST_F(QtApplicationTest, KeepsTheNewestMenuAndTellsThatItChanged) {
 }
 
 TEST_F(QtApplicationTest, DoesWhatAMenuItemIsFor) {
-  application.setOnWillTerminate([this] { happened.emplace_back("terminate"); });
   application.setOnAboutPanel([this] { happened.emplace_back("about"); });
   const auto custom = [this] { happened.emplace_back("custom"); };
   application.choose(
@@ -73,7 +76,6 @@ TEST_F(QtApplicationTest, DoesWhatAMenuItemIsFor) {
   application.choose(
       {.title = "Quit", .action = ApplicationMenuAction::terminate, .keyEquivalent = "q", .onChoice = custom});
   EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(happened.back(), "terminate");
 }
 
 TEST_F(QtApplicationTest, BringsItsWindowsToTheFrontAndBackFromBeingMinimised) {

@@ -4,23 +4,23 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/storage/PlistReader.h"
+#include "platform/linux/storage/PropertyList.h"
 
 namespace quillard::xdg {
 namespace {
 
-using platform::PropertyListError;
 using platform::PropertyListTexts;
+using platform::ResourceError;
 
-using Outcome = std::variant<PropertyListTexts, PropertyListError>;
+using Outcome = std::variant<PropertyListTexts, ResourceError>;
 
 Outcome read(std::string_view text) {
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  return PlistReader().readTexts(std::span(bytes, text.size()));
+  return readPropertyList(std::span(bytes, text.size()));
 }
 
 std::string errorOf(const Outcome& outcome) {
-  const auto* error = std::get_if<PropertyListError>(&outcome);
+  const auto* error = std::get_if<ResourceError>(&outcome);
   return error ? error->description : "";
 }
 
@@ -79,7 +79,7 @@ std::string binaryConfiguration() {
       .build();
 }
 
-TEST(PlistReader, ReadsTheTextsOfAnXmlList) {
+TEST(PropertyList, ReadsTheTextsOfAnXmlList) {
   const auto outcome =
       read(xml("<dict><key>relayURL</key><string>wss://relay</string><!-- a note -->\n"
                "<key>count</key><integer>3</integer><key>pairingID</key><string>team-1</string>"
@@ -88,13 +88,13 @@ TEST(PlistReader, ReadsTheTextsOfAnXmlList) {
   EXPECT_EQ(std::get<PropertyListTexts>(outcome), kConfiguration);
 }
 
-TEST(PlistReader, ReadsTheTextsOfABinaryList) {
+TEST(PropertyList, ReadsTheTextsOfABinaryList) {
   const auto outcome = read(binaryConfiguration());
   ASSERT_EQ(errorOf(outcome), "");
   EXPECT_EQ(std::get<PropertyListTexts>(outcome), kConfiguration);
 }
 
-TEST(PlistReader, ReadsEscapesAndUnicode) {
+TEST(PropertyList, ReadsEscapesAndUnicode) {
   const auto outcome =
       read(xml("<dict><key>a&amp;b</key><string>&lt;Gr\xC3\xBC\xC3\x9F"
                "e&gt; &#228;</string>"
@@ -109,7 +109,7 @@ TEST(PlistReader, ReadsEscapesAndUnicode) {
   EXPECT_EQ(std::get<PropertyListTexts>(wide), (PropertyListTexts{{"k", "\xC3\xA4\xE2\x82\xAC"}}));
 }
 
-TEST(PlistReader, SaysWhatIsNoPropertyListOfTexts) {
+TEST(PropertyList, SaysWhatIsNoPropertyListOfTexts) {
   EXPECT_EQ(errorOf(read("")), "The property list is empty.");
   for (const std::string& bytes :
        {std::string("nonsense"), std::string("{\"a\":1}"), std::string("<plist>"), std::string("bplist00"),
@@ -120,11 +120,11 @@ TEST(PlistReader, SaysWhatIsNoPropertyListOfTexts) {
   EXPECT_EQ(errorOf(read(Binary().list({1}).text("a").build())), "The property list is no dictionary.");
 }
 
-TEST(PlistReader, RefusesWhatIsNoUtf8) {
+TEST(PropertyList, RefusesWhatIsNoUtf8) {
   EXPECT_NE(errorOf(read(xml("<dict><key>a</key><string>\xC3\x28</string></dict>"))), "");
 }
 
-TEST(PlistReader, RefusesWhatIsTooLargeOrTooDeep) {
+TEST(PropertyList, RefusesWhatIsTooLargeOrTooDeep) {
   EXPECT_EQ(errorOf(read(xml("<dict><key>a</key><string>" + std::string(300'000, 'x') + "</string></dict>"))),
             "The property list is too large.");
   std::string deep;
@@ -137,7 +137,7 @@ TEST(PlistReader, RefusesWhatIsTooLargeOrTooDeep) {
             "The property list is nested too deeply, or unfolds to too much.");
 }
 
-TEST(PlistReader, RefusesAListThatUnfoldsToMoreThanThereIsMemory) {
+TEST(PropertyList, RefusesAListThatUnfoldsToMoreThanThereIsMemory) {
   Binary laughs;
   laughs.dictionary({{20, 1}});
   for (int i = 1; i < 20; ++i) laughs.list(std::vector<int>(14, i + 1));
@@ -145,7 +145,7 @@ TEST(PlistReader, RefusesAListThatUnfoldsToMoreThanThereIsMemory) {
             "The property list is nested too deeply, or unfolds to too much.");
 }
 
-TEST(PlistReader, RefusesKeysThatHoldAZeroOrAreNoText) {
+TEST(PropertyList, RefusesKeysThatHoldAZeroOrAreNoText) {
   for (const char* zero : {"&#0;", "&#x0;", "&#x00000000;", "&#4294967296;", "&#x100000000;", "&#;", "&#-0;"}) {
     const std::string list = xml(std::string("<dict><key>a") + zero + "b</key><string>x</string></dict>");
     EXPECT_EQ(errorOf(read(list)), "The property list is malformed.") << zero;
@@ -161,12 +161,12 @@ TEST(PlistReader, RefusesKeysThatHoldAZeroOrAreNoText) {
   }
 }
 
-TEST(PlistReader, RefusesAListThatContainsItself) {
+TEST(PropertyList, RefusesAListThatContainsItself) {
   EXPECT_NE(errorOf(read(Binary().list({0}).build())), "");
   EXPECT_NE(errorOf(read(Binary().dictionary({{2, 1}}).list({0}).text("k").build())), "");
 }
 
-TEST(PlistReader, RefusesReferencesAndSizesThatLeadOutside) {
+TEST(PropertyList, RefusesReferencesAndSizesThatLeadOutside) {
   EXPECT_NE(errorOf(read(Binary().dictionary({{1, 9}}).text("k").build())), "");
   EXPECT_NE(errorOf(read(Binary().dictionary({{1, 2}}).text("k").add("\x5F\x12\x7F\xFF\xFF\xFF").build())), "");
   EXPECT_NE(
@@ -176,7 +176,7 @@ TEST(PlistReader, RefusesReferencesAndSizesThatLeadOutside) {
 }
 
 // Whatever is done to good bytes, the reader answers; the sanitizers watch how.
-TEST(PlistReader, AnswersWhateverIsDoneToGoodBytes) {
+TEST(PropertyList, AnswersWhateverIsDoneToGoodBytes) {
   std::mt19937 random(11);
   const std::vector<std::string> seeds{
       binaryConfiguration(), xml("<dict><key>relayURL</key><string>wss://relay</string><key>d</key><data>AAEC</data>"

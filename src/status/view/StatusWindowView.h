@@ -9,7 +9,7 @@
 
 #include "values/Images.h"
 
-namespace quillard::platform {
+namespace quillard {
 
 // Everything that the status window shows, as values: the view draws it and decides nothing.
 enum class StatusWindowButton {
@@ -116,4 +116,4 @@ class StatusWindowViews {
   [[nodiscard]] virtual std::unique_ptr<StatusWindowView> makeStatusWindowView(StatusWindowEvents events) = 0;
 };
 
-}  // namespace quillard::platform
+}  // namespace quillard

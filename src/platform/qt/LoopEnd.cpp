@@ -1,10 +1,10 @@
-#include "platform/macos/objc/LoopEnd.h"
+#include "platform/qt/LoopEnd.h"
 
 #include <utility>
 
 #include <QtCore/QCoreApplication>
 
-namespace quillard::macos {
+namespace quillard::qt {
 
 struct LoopEnd::Connection {
   QMetaObject::Connection connection;
@@ -14,20 +14,21 @@ LoopEnd::LoopEnd(platform::SerialExecutor& mainThread)
     : mainThread(mainThread),
       aboutToQuit(std::make_unique<Connection>(
           Connection{QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit,
-                                      QCoreApplication::instance(), [this] { tellOnce(); })})) {}
+                                      QCoreApplication::instance(), [this] { notifyOnce(); })})) {}
 
 LoopEnd::~LoopEnd() { QObject::disconnect(aboutToQuit->connection); }
 
 void LoopEnd::terminate() {
   if (std::exchange(isTerminating, true)) return;
   mainThread.post([this] {
-    tellOnce();
+    notifyOnce();
     QCoreApplication::exit(0);
   });
 }
 
-void LoopEnd::tellOnce() {
-  if (!std::exchange(isNotified, true) && onWillTerminate) onWillTerminate();
+void LoopEnd::notifyOnce() {
+  if (std::exchange(isNotified, true)) return;
+  if (const auto told = delegate.lock()) told->applicationWillTerminate();
 }
 
-}  // namespace quillard::macos
+}  // namespace quillard::qt

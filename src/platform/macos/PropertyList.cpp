@@ -1,4 +1,4 @@
-#include "platform/macos/MacPropertyLists.h"
+#include "platform/macos/PropertyList.h"
 
 #include <utility>
 #include <vector>
@@ -9,8 +9,8 @@
 namespace quillard::macos {
 namespace {
 
-using platform::PropertyListError;
 using platform::PropertyListTexts;
+using platform::ResourceError;
 
 PropertyListTexts textsIn(CFDictionaryRef dictionary) {
   const auto count = static_cast<std::size_t>(CFDictionaryGetCount(dictionary));
@@ -34,16 +34,16 @@ std::string descriptionOf(CFErrorRef error) {
 
 }  // namespace
 
-std::variant<PropertyListTexts, PropertyListError> MacPropertyLists::readTexts(std::span<const std::uint8_t> bytes) {
-  if (bytes.empty()) return PropertyListError{"The property list is empty."};
-  if (const auto refusal = refusalOfPropertyList(bytes)) return PropertyListError{std::string(*refusal)};
+std::variant<PropertyListTexts, ResourceError> readPropertyList(std::span<const std::uint8_t> bytes) {
+  if (bytes.empty()) return ResourceError{"The property list is empty."};
+  if (const auto refusal = refusalOfPropertyList(bytes)) return ResourceError{std::string(*refusal)};
   const auto data = makeData(bytes);
   CFHandle<CFErrorRef> error;
   const auto list = CFValue::adopt(
       CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, nullptr, error.out()));
-  if (!list) return PropertyListError{descriptionOf(error.get())};
+  if (!list) return ResourceError{descriptionOf(error.get())};
   const auto dictionary = cfCast<CFDictionaryRef>(list.get());
-  if (!dictionary) return PropertyListError{"The property list is no dictionary."};
+  if (!dictionary) return ResourceError{"The property list is no dictionary."};
   return textsIn(dictionary);
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
+#include "platform/process/Application.h"
 #include "platform/process/Executors.h"
 
-namespace quillard::macos {
+namespace quillard::qt {
 
 // The end of the Qt loop, however it comes: the agent ends itself, or the user or the system asks the application to
 // quit, which Qt takes up. Main thread; made and destroyed inside the life of Qt's application object.
@@ -19,21 +19,21 @@ class LoopEnd {
   LoopEnd& operator=(const LoopEnd&) = delete;
   ~LoopEnd();
 
-  // Called once, before the loop ends.
-  void setOnWillTerminate(std::function<void()> handler) { onWillTerminate = std::move(handler); }
-  // Ends the loop after the present turn. Told again, nothing happens.
+  // Its `applicationWillTerminate` is called once, before the loop ends.
+  void setDelegate(std::weak_ptr<platform::ApplicationDelegate> newDelegate) { delegate = std::move(newDelegate); }
+  // Ends the loop after the present turn. Asked again, nothing happens.
   void terminate();
 
  private:
   struct Connection;
 
-  void tellOnce();
+  void notifyOnce();
 
   platform::SerialExecutor& mainThread;
-  std::function<void()> onWillTerminate;
+  std::weak_ptr<platform::ApplicationDelegate> delegate;
   bool isTerminating = false;
   bool isNotified = false;
   const std::unique_ptr<Connection> aboutToQuit;
 };
 
-}  // namespace quillard::macos
+}  // namespace quillard::qt

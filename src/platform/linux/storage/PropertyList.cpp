@@ -1,4 +1,4 @@
-#include "platform/linux/storage/PlistReader.h"
+#include "platform/linux/storage/PropertyList.h"
 
 #include <cstdlib>
 #include <memory>
@@ -14,8 +14,8 @@
 namespace quillard::xdg {
 namespace {
 
-using platform::PropertyListError;
 using platform::PropertyListTexts;
+using platform::ResourceError;
 
 struct PlistFree {
   void operator()(plist_t list) const { plist_free(list); }
@@ -64,15 +64,15 @@ PropertyListTexts textsOf(plist_t dictionary) {
 
 }  // namespace
 
-std::variant<PropertyListTexts, PropertyListError> PlistReader::readTexts(std::span<const std::uint8_t> bytes) {
-  if (bytes.empty()) return PropertyListError{"The property list is empty."};
-  if (const auto refusal = refusalOfPropertyList(bytes)) return PropertyListError{std::string(*refusal)};
+std::variant<PropertyListTexts, ResourceError> readPropertyList(std::span<const std::uint8_t> bytes) {
+  if (bytes.empty()) return ResourceError{"The property list is empty."};
+  if (const auto refusal = refusalOfPropertyList(bytes)) return ResourceError{std::string(*refusal)};
   const Plist list = parse(bytes);
-  if (!list) return PropertyListError{"The property list is malformed."};
-  if (plist_get_node_type(list.get()) != PLIST_DICT) return PropertyListError{"The property list is no dictionary."};
+  if (!list) return ResourceError{"The property list is malformed."};
+  if (plist_get_node_type(list.get()) != PLIST_DICT) return ResourceError{"The property list is no dictionary."};
   auto texts = textsOf(list.get());
   for (const auto& [key, text] : texts) {
-    if (!text::isValidUtf8(key) || !text::isValidUtf8(text)) return PropertyListError{"The property list is no UTF-8."};
+    if (!text::isValidUtf8(key) || !text::isValidUtf8(text)) return ResourceError{"The property list is no UTF-8."};
   }
   return texts;
 }

@@ -4,11 +4,12 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/AgentNames.h"
+
 namespace quillard {
 namespace {
 
-constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", "com.quillard.agent"};
-constexpr std::string_view kLockFileName = "com.quillard.agent.lock";
+constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", kAgentIdentifier};
 
 }  // namespace
 
@@ -26,7 +27,7 @@ void InstanceGuard::terminateOtherAgents() {
 }
 
 bool InstanceGuard::acquireSingleInstanceLock() {
-  auto result = dependencies.lockFiles.acquire(kLockFileName);
+  auto result = dependencies.lockFiles.acquire(kInstanceLockFile);
   if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = std::move(result.lock);
   return result.outcome != platform::LockOutcome::heldElsewhere;
 }

@@ -5,12 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "app/DoctorExamination.h"
-#include "platform/simulated/SimulatedBundle.h"
-#include "platform/simulated/SimulatedHttpSessions.h"
-#include "platform/simulated/SimulatedLockFiles.h"
-#include "platform/simulated/SimulatedLoginService.h"
-#include "platform/simulated/SimulatedSecretStore.h"
-#include "platform/simulated/SimulatedUserNotifications.h"
 #include "platform/simulated/SimulatedWorld.h"
 
 namespace quillard::app {
@@ -34,19 +28,11 @@ class DoctorExaminationTest : public testing::Test {
   }
   void start() {
     examination = std::make_unique<DoctorExamination>(
-        DoctorDependencies{.accessibility = world.accessibility(),
-                           .bundle = bundle,
-                           .environment = world.environment(),
-                           .httpSessions = httpSessions,
-                           .lockFiles = lockFiles,
-                           .loginService = loginService,
-                           .secretStore = secretStore,
-                           .notifications = mayAskUser ? &notifications : nullptr,
-                           .pairing = pairing,
-                           .mainThread = world.time().mainThread(),
-                           .hasDisplay = [this] { return hasDisplay; },
-                           .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; },
-                           .isAskedAlone = isAskedAlone});
+        world.platform(), pairing,
+        DoctorTraits{.mayAskForNotifications = mayAskUser,
+                     .isAskedAlone = isAskedAlone,
+                     .hasDisplay = [this] { return hasDisplay; },
+                     .unseenPrograms = [] { return std::vector<std::string>{"gimp (process 12)"}; }});
     examination->start([this](const DoctorFacts& found) {
       EXPECT_FALSE(facts.has_value()) << "It is done once.";
       facts = found;
@@ -68,13 +54,13 @@ class DoctorExaminationTest : public testing::Test {
   }
 
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{5}};
-  platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedHttpSessions httpSessions;
-  platform::simulated::SimulatedLockFolder lockFolder;
-  platform::simulated::SimulatedLockFiles lockFiles{lockFolder};
-  platform::simulated::SimulatedLoginService loginService;
-  platform::simulated::SimulatedSecretStore secretStore;
-  platform::simulated::SimulatedUserNotifications notifications{world.time()};
+  platform::simulated::SimulatedBundle& bundle = world.bundle();
+  platform::simulated::SimulatedHttpSessions& httpSessions = world.httpSessions();
+  platform::simulated::SimulatedLockFolder& lockFolder = world.lockFolder();
+  platform::simulated::SimulatedLockFiles& lockFiles = world.lockFiles();
+  platform::simulated::SimulatedLoginService& loginService = world.loginService();
+  platform::simulated::SimulatedSecretStore& secretStore = world.secretStore();
+  platform::simulated::SimulatedUserNotifications& notifications = world.userNotifications();
   PairingConfiguration pairing{
       {world.environment(), bundle, secretStore, world.userDefaults(), world.random(), world.console()}};
   bool hasDisplay = true;

@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "foundation/AgentNames.h"
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
@@ -16,7 +17,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::string_view kKeychainAccount = "installation-secrets-v1";
 constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
 constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
 constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
@@ -110,7 +110,7 @@ InstallationSecrets PairingConfiguration::findInstallationSecrets(const std::opt
 }
 
 InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optional<std::string>& seed) {
-  const auto reading = keychain.data(kKeychainAccount);
+  const auto reading = keychain.data(kSecretsAccount);
   if (reading.outcome == KeychainReading::Outcome::found) {
     if (auto stored = usableSecrets(reading.data.view())) {
       const auto bytes = reading.data.view();
@@ -151,10 +151,10 @@ InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std
 void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
   const auto text = installationSecretsText(secrets);
   if (!text) return;
-  if (keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/true)) {
-    keychain.remove(kKeychainAccount, /*useDataProtectionKeychain=*/false);
+  if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/true)) {
+    keychain.remove(kSecretsAccount, /*useDataProtectionKeychain=*/false);
   } else {
-    (void)keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/false);
+    (void)keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/false);
   }
 }
 
@@ -173,7 +173,7 @@ void PairingConfiguration::rotateInstallationIdentity() {
     dependencies.userDefaults.remove(key);
   }
   for (const bool useDataProtectionKeychain : {true, false}) {
-    keychain.remove(kKeychainAccount, useDataProtectionKeychain);
+    keychain.remove(kSecretsAccount, useDataProtectionKeychain);
   }
   cache.reset();
 }

@@ -108,7 +108,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
     EXPECT_EQ(mac->events.posted().back().mouse, type);
     EXPECT_EQ(mac->events.posted().back().position, (Point{10.5, 20}));
     EXPECT_EQ(mac->events.posted().back().processIdentifier, 41);
-    events.postToHIDTap(*event);
+    events.postToDesktop(*event);
     EXPECT_EQ(mac->events.posted().back().processIdentifier, std::nullopt);
   }
   using platform::KeyCode;
@@ -124,7 +124,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
 TEST_F(MacSyntheticEventsTest, AnEventOfAnotherBindingIsNotPosted) {
   const auto foreign = mac->events.createMouseEvent(platform::MouseEventType::moved, {});
   events.postToProcess(41, *foreign);
-  events.postToHIDTap(*foreign);
+  events.postToDesktop(*foreign);
   EXPECT_TRUE(mac->events.posted().empty());
 }
 

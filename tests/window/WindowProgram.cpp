@@ -7,7 +7,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QSystemTrayIcon>
 
-#include "platform/qt/window/QtStatusBar.h"
+#include "platform/linux/shell/LinuxStatusBar.h"
 #include "platform/qt/window/QtStatusWindowViews.h"
 #include "status/MenuBarIcon.h"
 #include "window/StatusWindowStates.h"
@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     view->show();
   }
 
-  qt::QtStatusBar bar;
+  desktop::LinuxStatusBar bar;
   std::unique_ptr<platform::StatusItem> item;
   QTimer places;
   QPoint place;

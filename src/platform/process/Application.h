@@ -17,7 +17,7 @@ struct ApplicationMenuItem {
   ApplicationMenuAction action = ApplicationMenuAction::custom;
   std::string keyEquivalent;  // With the system's command modifier. Empty: none.
   bool isEnabled = true;
-  std::function<void()> onChoice;  // Of a custom item only.
+  std::function<void()> onChoice;  // Of a custom item only; in a turn of its own.
 };
 
 // What an application is told of its life, by whatever binding runs it. Main thread; each call comes in a turn of its

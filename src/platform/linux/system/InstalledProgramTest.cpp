@@ -133,7 +133,7 @@ TEST_F(InstalledProgramTest, AHomeBehindALinkIsKnownByBothNames) {
 
 TEST(OwnExecutable, IsThisProgram) {
   const auto path = InstalledProgram::ownExecutable();
-  EXPECT_EQ(fs::path(path).filename(), "installed_program_test");
+  EXPECT_EQ(fs::path(path).filename(), "linux_test");
   EXPECT_TRUE(fs::path(path).is_absolute());
 }
 

@@ -60,9 +60,33 @@ function(quillard_precompiled_headers target which)
   endif()
 endfunction()
 
-# quillard_library(NAME SOURCES ... [PUBLIC targets...] [PRIVATE targets...])
+# Which library each folder of src/ is, and which others it links: what tests/architecture reads, so that the arrows are
+# declared where they are linked, and nowhere else. The file modules.txt of the build folder has one line for each folder:
+# its name below src/, its target, and the targets of ours that it links.
+function(quillard_list_module name)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+  if(folder MATCHES "^\\.\\./")
+    return()
+  endif()
+  set(line "${folder}\t${name}")
+  foreach(link IN LISTS ARGN)
+    if(link MATCHES "^quillard_")
+      string(APPEND line "\t${link}")
+    endif()
+  endforeach()
+  set_property(GLOBAL APPEND_STRING PROPERTY QUILLARD_MODULES "${line}\n")
+endfunction()
+
+function(quillard_write_modules)
+  get_property(modules GLOBAL PROPERTY QUILLARD_MODULES)
+  file(WRITE ${PROJECT_BINARY_DIR}/modules.txt "${modules}")
+endfunction()
+
+# quillard_library(NAME SOURCES ... [PUBLIC targets...] [PRIVATE targets...]): a folder, its subfolders included unless
+# they are libraries of their own.
 function(quillard_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  quillard_list_module(${name} ${ARG_PUBLIC} ${ARG_PRIVATE})
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillard_options ${ARG_PRIVATE})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
@@ -74,6 +98,7 @@ endfunction()
 # each of them alone.
 function(quillard_header_library name)
   cmake_parse_arguments(ARG "" "" "SUBFOLDERS;INTERFACE" ${ARGN})
+  quillard_list_module(${name} ${ARG_INTERFACE})
   add_library(${name} INTERFACE)
   target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} INTERFACE ${ARG_INTERFACE})
@@ -109,6 +134,15 @@ endfunction()
 function(quillard_write_test_programs)
   get_property(programs GLOBAL PROPERTY QUILLARD_TEST_PROGRAMS)
   file(WRITE ${PROJECT_BINARY_DIR}/test-programs.txt "${programs}")
+endfunction()
+
+# quillard_program(NAME SOURCES ... LINK targets...): an executable that is no test.
+function(quillard_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  quillard_list_module(${name} ${ARG_LINK})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE quillard_options ${ARG_LINK})
+  quillard_common(${name})
 endfunction()
 
 # quillard_test(NAME SOURCES ... LINK targets... [LABEL label] [GROUPED pattern]): one GoogleTest program, each of its tests

@@ -9,7 +9,7 @@
 
 namespace quillard {
 
-AppDelegate::AppDelegate(const platform::Platform& platform)
+AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews)
     : platform(platform),
       installLocation(platform.bundle),
       loginItems(platform.bundle, platform.loginService, platform.workspace, platform.console),
@@ -24,7 +24,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform)
       announcer({platform.bundle, platform.userNotifications, platform.console}),
       status({platform.statusBar,
               pairingConfiguration,
-              {platform.application, platform.executors, platform.statusWindowViews, platform.workspace,
+              {platform.application, platform.executors, statusWindowViews, platform.workspace,
                installLocation, loginItems, permissions}},
              [this] { return statusWindowCallbacks(); }),
       menu({platform.application, platform.bundle, platform.updateService}, [this] { status.refreshStatusWindow(); }),

@@ -23,6 +23,7 @@
 #include "relay/RelayCommands.h"
 #include "status/MacStatusSnapshot.h"
 #include "status/StatusWindowController.h"
+#include "status/view/StatusWindowView.h"
 #include "system/InstallLocation.h"
 #include "system/LoginItemManager.h"
 #include "system/PermissionManager.h"
@@ -36,22 +37,20 @@ namespace quillard {
 // States: constructed -> launching -> running -> terminating; or, when another agent holds the lock, constructed ->
 // terminating. Main thread only, its destruction included, which waits for a scan and for a press that have begun and
 // is never asked for from inside one of its own operations.
-class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
+class AppDelegate final : public platform::ApplicationDelegate, public std::enable_shared_from_this<AppDelegate> {
  public:
-  // What `platform` refers to outlives the agent. Owned by a `std::shared_ptr`, since the status window may ask for the
+  // What `platform` refers to, and `statusWindowViews`, outlive the agent. Owned by a `std::shared_ptr`, since the status window may ask for the
   // agent after it has gone.
-  explicit AppDelegate(const platform::Platform& platform);
-  ~AppDelegate();
-  AppDelegate(const AppDelegate&) = delete;
-  AppDelegate& operator=(const AppDelegate&) = delete;
+  AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews);
+  ~AppDelegate() override;
 
   // ---- What the system calls.
-  void applicationDidFinishLaunching();
-  // Whether the system's own answer to a reopening is wanted too. Always.
-  bool applicationShouldHandleReopen(bool hasVisibleWindows);
+  void applicationDidFinishLaunching() override;
+  // Always true.
+  bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
   // Nothing is started, pressed or sent afterwards. Waits, for half a second at most, until the relay was sent a close
   // message.
-  void applicationWillTerminate();
+  void applicationWillTerminate() override;
 
   // ---- What menus and buttons call.
   void showStatusWindow();

@@ -14,7 +14,6 @@
 namespace quillard {
 namespace {
 
-using platform::StatusWindowButton;
 using platform::simulated::ApplicationHandle;
 using samples::AgentWorld;
 using samples::erasePrompt;
@@ -44,7 +43,8 @@ TEST(AppDelegateLaunch, HoldsTheLockUntilItQuits) {
 TEST(AppDelegateLaunch, ASecondAgentAsksTheFirstToQuitAndEndsItself) {
   AgentWorld agent;
   platform::simulated::SimulatedLockFiles first{agent.world.lockFolder()};
-  ASSERT_EQ(first.acquire(kLock).outcome, platform::LockOutcome::acquired);
+  const auto held = first.acquire(kLock);
+  ASSERT_EQ(held.outcome, platform::LockOutcome::acquired);
   agent.desktop().launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501});
   agent.launch();
   agent.advance(60);
@@ -160,8 +160,8 @@ TEST(AppDelegateLaunch, ARelayWithoutAnAddressIsNone) {
 TEST(AppDelegateLaunch, ABundledRelayServesToo) {
   AgentWorld agent;
   agent.world.environment().unset("QUILLARD_RELAY_URL");
-  agent.world.bundle().setResource("RelayConfig.plist",
-                                   R"({"relayURL":"wss://relay.example/ws","pairingID":"quillard"})");
+  agent.world.bundle().setPropertyList(
+      "RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://relay.example/ws"}, {"pairingID", "quillard"}});
   agent.launchAndPair();
   agent.desktop().open(erasePrompt());
   agent.advance(3);
@@ -171,7 +171,7 @@ TEST(AppDelegateLaunch, ABundledRelayServesToo) {
 TEST(AppDelegateLaunch, ABrokenBundledRelayIsNotReportedAgainAndAgain) {
   AgentWorld agent;
   agent.world.environment().unset("QUILLARD_RELAY_URL");
-  agent.world.bundle().setResource("RelayConfig.plist", "broken");
+  agent.world.bundle().setPropertyList("RelayConfig", platform::ResourceError{"The property list is malformed."});
   agent.launch();
   const auto atStart = agent.world.console().lines().size();
   EXPECT_GE(atStart, 1U);
@@ -193,9 +193,9 @@ TEST(AppDelegateWindow, ComesBackByMenuBarAndReopening) {
   EXPECT_TRUE(window.isVisible());
   window.closeByUser();
   agent.advance(0);
-  bool answer = false;
-  agent.onMainThread([&](AppDelegate& delegate) { answer = delegate.applicationShouldHandleReopen(false); });
-  EXPECT_TRUE(answer);
+  agent.world.application().reopen();
+  agent.advance(0);
+  EXPECT_EQ(agent.world.application().reopenAnswer(), true);
   EXPECT_TRUE(window.isVisible());
   EXPECT_THAT(agent.world.statusWindowViews().windows(), SizeIs(1)) << "It is the same one.";
 }

@@ -58,7 +58,6 @@ TEST(AppDelegateStatus, TheMenuBarShowsWhetherAnythingWaits) {
 }
 
 TEST(AppDelegateStatus, TheWindowsButtonsReachTheAgent) {
-  using platform::StatusWindowButton;
   AgentWorld agent;
   agent.launchAndPair();
   agent.advance(3);
@@ -81,7 +80,7 @@ TEST(AppDelegateStatus, TheLoginItemCanBeEnabledFromTheWindow) {
   agent.launch();
   agent.world.loginService().setRegistrationError(std::nullopt);
   agent.advance(3);
-  EXPECT_TRUE(agent.world.statusWindowViews().window().click(platform::StatusWindowButton::loginItemPrimary));
+  EXPECT_TRUE(agent.world.statusWindowViews().window().click(StatusWindowButton::loginItemPrimary));
   agent.advance(0);
   EXPECT_EQ(agent.status().loginItemStatus.state, LoginItemState::enabled);
 }

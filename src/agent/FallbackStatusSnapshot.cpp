@@ -7,7 +7,7 @@
 namespace quillard {
 
 PairingDependencies pairingDependencies(const platform::Platform& platform) {
-  return {platform.environment,  platform.bundle, platform.propertyLists, platform.secretStore,
+  return {platform.environment,  platform.bundle, platform.secretStore,
           platform.userDefaults, platform.random, platform.console};
 }
 

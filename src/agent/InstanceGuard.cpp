@@ -4,17 +4,16 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/AgentNames.h"
+
 namespace quillard {
 namespace {
 
-constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", "com.quillard.agent"};
-constexpr std::string_view kLockFileName = "com.quillard.agent.lock";
+constexpr std::array<std::string_view, 2> kAgentBundleIdentifiers{"com.farrowlight.agent", kAgentIdentifier};
 
 }  // namespace
 
 InstanceGuard::InstanceGuard(const InstanceGuardDependencies& dependencies) : dependencies(dependencies) {}
-
-InstanceGuard::~InstanceGuard() { releaseSingleInstanceLock(); }
 
 void InstanceGuard::terminateOtherAgents() {
   const auto own = dependencies.application.processIdentifier();
@@ -28,14 +27,11 @@ void InstanceGuard::terminateOtherAgents() {
 }
 
 bool InstanceGuard::acquireSingleInstanceLock() {
-  const auto result = dependencies.lockFiles.acquire(kLockFileName);
-  if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = result.descriptor;
+  auto result = dependencies.lockFiles.acquire(kInstanceLockFile);
+  if (result.outcome == platform::LockOutcome::acquired) instanceLockFileDescriptor = std::move(result.lock);
   return result.outcome != platform::LockOutcome::heldElsewhere;
 }
 
-void InstanceGuard::releaseSingleInstanceLock() {
-  if (instanceLockFileDescriptor < 0) return;
-  dependencies.lockFiles.release(std::exchange(instanceLockFileDescriptor, -1));
-}
+void InstanceGuard::releaseSingleInstanceLock() { instanceLockFileDescriptor.reset(); }
 
 }  // namespace quillard

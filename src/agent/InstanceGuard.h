@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <memory>
 
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Application.h"
@@ -21,8 +21,8 @@ struct InstanceGuardDependencies {
 class InstanceGuard {
  public:
   explicit InstanceGuard(const InstanceGuardDependencies& dependencies);
-  // Releases the lock.
-  ~InstanceGuard();
+  // The lock is released when this is destroyed.
+  ~InstanceGuard() = default;
   InstanceGuard(const InstanceGuard&) = delete;
   InstanceGuard& operator=(const InstanceGuard&) = delete;
 
@@ -37,7 +37,7 @@ class InstanceGuard {
 
  private:
   const InstanceGuardDependencies dependencies;
-  std::int32_t instanceLockFileDescriptor = -1;  // Negative: not held.
+  std::unique_ptr<platform::FileLock> instanceLockFileDescriptor;  // Empty: not held.
 };
 
 }  // namespace quillard

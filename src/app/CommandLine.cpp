@@ -67,7 +67,7 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& end) {
     std::ostringstream said;
     const bool isWrong = program.exit(end, said, said) != 0;
-    return SaySomething{said.str(), isWrong ? ExitCode::wrongUsage : ExitCode::fine};
+    return PrintMessage{said.str(), isWrong ? ExitCode::wrongUsage : ExitCode::fine};
   }
   return commandOf(program, read);
 }

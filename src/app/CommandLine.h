@@ -12,12 +12,12 @@ namespace quillard::app {
 struct RunAgent {
   bool operator==(const RunAgent&) const = default;
 };
-// Says of every window why it is, or is not, a prompt.
+// Prints of every window why it is, or is not, a prompt.
 struct ScanOnce {
   bool asJson = false;
   bool operator==(const ScanOnce&) const = default;
 };
-// Looks whether everything that the agent needs is there.
+// Checks whether everything that the agent needs is there.
 struct ExamineSetup {
   bool asJson = false;
   bool operator==(const ExamineSetup&) const = default;
@@ -35,14 +35,14 @@ struct RecordDesktop {
   bool operator==(const RecordDesktop&) const = default;
 };
 
-// Nothing to do but to say something: the help that was asked for, or what is wrong with the arguments.
-struct SaySomething {
+// Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
+struct PrintMessage {
   std::string text;  // Ends in a line break.
   ExitCode code = ExitCode::fine;
-  bool operator==(const SaySomething&) const = default;
+  bool operator==(const PrintMessage&) const = default;
 };
 
-using Command = std::variant<RunAgent, ScanOnce, ExamineSetup, ShowPairingCode, RecordDesktop, SaySomething>;
+using Command = std::variant<RunAgent, ScanOnce, ExamineSetup, ShowPairingCode, RecordDesktop, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

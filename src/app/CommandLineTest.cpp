@@ -19,7 +19,7 @@ void expectCommand(const std::vector<std::string>& arguments, const Expected& ex
 
 std::string refusal(const std::vector<std::string>& arguments) {
   const auto command = parseCommandLine(arguments);
-  const auto* const said = std::get_if<SaySomething>(&command);
+  const auto* const said = std::get_if<PrintMessage>(&command);
   if (!said) return "not refused";
   EXPECT_EQ(said->code, ExitCode::wrongUsage);
   return said->text;
@@ -44,7 +44,7 @@ TEST(CommandLine, HasACommandForEachTool) {
 TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
   for (const char* flag : {"--help", "-h"}) {
     const auto command = parseCommandLine({flag});
-    const auto& said = std::get<SaySomething>(command);
+    const auto& said = std::get<PrintMessage>(command);
     EXPECT_EQ(said.code, ExitCode::fine);
     for (const char* word : {"scan", "doctor", "pair", "record", "--version", "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
@@ -54,14 +54,14 @@ TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
 
 TEST(CommandLine, EachCommandHasHelpOfItsOwn) {
   const auto command = parseCommandLine({"record", "--help"});
-  const auto& said = std::get<SaySomething>(command);
+  const auto& said = std::get<PrintMessage>(command);
   EXPECT_EQ(said.code, ExitCode::fine);
   EXPECT_NE(said.text.find("--mask-texts"), std::string::npos) << said.text;
 }
 
 TEST(CommandLine, TellsItsVersion) {
   const auto command = parseCommandLine({"--version"});
-  EXPECT_EQ(std::get<SaySomething>(command), (SaySomething{"quillard " QUILLARD_VERSION "\n", ExitCode::fine}));
+  EXPECT_EQ(std::get<PrintMessage>(command), (PrintMessage{"quillard " QUILLARD_VERSION "\n", ExitCode::fine}));
 }
 
 TEST(CommandLine, SaysWhatItDoesNotUnderstand) {

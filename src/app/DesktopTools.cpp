@@ -28,29 +28,30 @@ std::set<std::string, std::less<>> knownLabels() {
 
 }  // namespace
 
-ExitCode scanOnce(const ScanOnce& command, const DesktopView& view, const Output& output) {
-  if (!view.accessibility.isProcessTrusted()) {
+ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
+  if (!platform.accessibility.isProcessTrusted()) {
     output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }
-  const ApprovalSuppressionStore suppressionStore(view.userDefaults);
-  const StableIDs stableIDs(view.random);
-  DialogDetector detector(
-      view.ownProcessIdentifier, suppressionStore,
-      {view.accessibility, view.workspace, view.windowList, view.clock, view.environment, view.console, stableIDs});
+  const ApprovalSuppressionStore suppressionStore(platform.userDefaults);
+  const StableIDs stableIDs(platform.random);
+  DialogDetector detector(platform.application.processIdentifier(), suppressionStore,
+                          {platform.accessibility, platform.workspace, platform.windowList, platform.clock,
+                           platform.environment, platform.console, stableIDs});
   const auto windows = detector.diagnose();
   output.print(command.asJson ? scanJson(windows) : scanText(windows));
   return ExitCode::fine;
 }
 
-ExitCode recordDesktop(const RecordDesktop& command, const DesktopView& view, const Output& output) {
-  if (!view.accessibility.isProcessTrusted()) {
+ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& platform, const Output& output) {
+  if (!platform.accessibility.isProcessTrusted()) {
     output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }
   recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
   if (command.masksTexts) privacy.knownTexts = knownLabels();
-  const auto desktop = recording::recordDesktop(view.accessibility, view.workspace, view.windowList, {}, privacy);
+  const auto desktop =
+      recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList, {}, privacy);
   const auto problem = writeNewPrivateFile(command.file, recording::recordedDesktopText(desktop));
   if (problem) {
     output.printError(command.file + " cannot be written: " + *problem + "\n");

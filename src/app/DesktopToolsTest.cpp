@@ -24,11 +24,6 @@ class DesktopTools : public testing::Test {
     world.desktop().open(
         {.title = "Erase Ann's disk?", .lines = {"This cannot be undone."}, .buttons = {"Cancel", "Erase"}});
   }
-  [[nodiscard]] DesktopView view() {
-    return {world.accessibility(), world.workspace(),    world.windowList(),
-            world.time(),          world.environment(),  world.console(),
-            world.random(),        world.userDefaults(), 99};
-  }
   [[nodiscard]] std::string recorded() const {
     std::ostringstream text;
     text << std::ifstream(file).rdbuf();
@@ -45,28 +40,28 @@ class DesktopTools : public testing::Test {
 };
 
 TEST_F(DesktopTools, ScanTellsOfThePrompt) {
-  EXPECT_EQ(scanOnce({}, view(), output), ExitCode::fine);
+  EXPECT_EQ(scanOnce({}, world.platform(), output), ExitCode::fine);
   EXPECT_EQ(printed.find("PROMPT        \"Erase Ann's disk?\" of Example"), 0U) << printed;
   EXPECT_EQ(errorText, "");
   EXPECT_TRUE(world.console().lines().empty());
 }
 
 TEST_F(DesktopTools, ScanSpeaksJson) {
-  EXPECT_EQ(scanOnce({.asJson = true}, view(), output), ExitCode::fine);
+  EXPECT_EQ(scanOnce({.asJson = true}, world.platform(), output), ExitCode::fine);
   EXPECT_EQ(nlohmann::json::parse(printed).at("windows").at(0).at("accepted"), true);
 }
 
 TEST_F(DesktopTools, NeitherWorksWithoutAccessibility) {
   world.desktop().setTrusted(false);
-  EXPECT_EQ(scanOnce({}, view(), output), ExitCode::cannotDoHere);
-  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(scanOnce({}, world.platform(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recordDesktop({.file = file}, world.platform(), output), ExitCode::cannotDoHere);
   EXPECT_EQ(printed, "");
   EXPECT_NE(errorText.find("quillard doctor"), std::string::npos) << errorText;
   EXPECT_FALSE(fs::exists(file));
 }
 
 TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
-  ASSERT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::fine) << errorText;
+  ASSERT_EQ(recordDesktop({.file = file}, world.platform(), output), ExitCode::fine) << errorText;
   struct stat status {};
   ASSERT_EQ(::stat(file.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
@@ -76,7 +71,7 @@ TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
 }
 
 TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {
-  ASSERT_EQ(recordDesktop({.file = file, .masksTexts = true}, view(), output), ExitCode::fine) << errorText;
+  ASSERT_EQ(recordDesktop({.file = file, .masksTexts = true}, world.platform(), output), ExitCode::fine) << errorText;
   EXPECT_EQ(recorded().find("Ann"), std::string::npos) << recorded();
   EXPECT_EQ(recorded().find("undone"), std::string::npos) << recorded();
   EXPECT_NE(recorded().find("Cancel"), std::string::npos) << recorded();
@@ -84,17 +79,17 @@ TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {
 
 TEST_F(DesktopTools, RecordOverwritesNothing) {
   std::ofstream(file) << "precious";
-  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recordDesktop({.file = file}, world.platform(), output), ExitCode::cannotDoHere);
   EXPECT_EQ(recorded(), "precious");
   EXPECT_NE(errorText.find(file), std::string::npos) << errorText;
   fs::remove(file);
   fs::create_symlink(folder.path() + "/elsewhere", file);
-  EXPECT_EQ(recordDesktop({.file = file}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recordDesktop({.file = file}, world.platform(), output), ExitCode::cannotDoHere);
   EXPECT_FALSE(fs::exists(folder.path() + "/elsewhere"));
 }
 
 TEST_F(DesktopTools, RecordSaysThatTheFolderIsNotThere) {
-  EXPECT_EQ(recordDesktop({.file = folder.path() + "/no/such/file"}, view(), output), ExitCode::cannotDoHere);
+  EXPECT_EQ(recordDesktop({.file = folder.path() + "/no/such/file"}, world.platform(), output), ExitCode::cannotDoHere);
   EXPECT_NE(errorText.find("No such file or directory"), std::string::npos) << errorText;
 }
 

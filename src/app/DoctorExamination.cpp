@@ -3,6 +3,7 @@
 #include <utility>
 #include <variant>
 
+#include "foundation/AgentNames.h"
 #include "relay/RelayTokenRegistration.h"
 #include "system/InstallLocation.h"
 
@@ -11,10 +12,6 @@ namespace {
 
 using platform::SecretPlace;
 using platform::SecretStatusCode;
-
-constexpr std::string_view kService = "com.quillard.agent";
-constexpr std::string_view kIdentity = "installation-secrets-v1";
-constexpr std::string_view kLockFile = "com.quillard.agent.lock";
 
 bool holds(const platform::Environment& environment, std::string_view variable, std::string_view word) {
   return environment.value(variable).value_or("").find(word) != std::string::npos;
@@ -44,54 +41,50 @@ void DoctorExamination::start(std::function<void(const DoctorFacts&)> handler) {
 }
 
 void DoctorExamination::checkSystem() {
-  const InstallLocation location(dependencies.bundle);
+  const InstallLocation location(platform.bundle);
   const auto directories = location.applicationDirectories();
-  facts.programFolder = dependencies.bundle.path();
-  facts.canBeLoginItem = dependencies.bundle.identifier().has_value();
+  facts.programFolder = platform.bundle.path();
+  facts.canBeLoginItem = platform.bundle.identifier().has_value();
   facts.isInstalled = location.isRunningFromApplications() && facts.canBeLoginItem;
   if (!directories.empty()) facts.folderForApplications = directories.front();
-  facts.windowListLimitation = dependencies.capabilities.limitation(platform::DesktopCapability::windowList);
-  facts.isWayland = dependencies.environment.value("XDG_SESSION_TYPE") == "wayland" ||
-                    !dependencies.environment.value("WAYLAND_DISPLAY").value_or("").empty();
-  facts.isAskedAlone = dependencies.isAskedAlone;
-  facts.isAccessibilityTrusted = dependencies.accessibility.isProcessTrusted();
-  facts.unreadablePrograms = dependencies.capabilities.unreadablePrograms();
-  facts.hasGtk2Bridge = holds(dependencies.environment, "GTK_MODULES", "atk-bridge");
-  facts.loginItem = dependencies.loginService.status();
+  facts.windowListLimitation = platform.capabilities.limitation(platform::DesktopCapability::windowList);
+  facts.isWayland = platform.environment.value("XDG_SESSION_TYPE") == "wayland" ||
+                    !platform.environment.value("WAYLAND_DISPLAY").value_or("").empty();
+  facts.isAskedAlone = traits.isAskedAlone;
+  facts.isAccessibilityTrusted = platform.accessibility.isProcessTrusted();
+  facts.unreadablePrograms = platform.capabilities.unreadablePrograms();
+  facts.hasGtk2Bridge = holds(platform.environment, "GTK_MODULES", "atk-bridge");
+  facts.loginItem = platform.loginService.status();
   checkKeychain();
   checkLock();
 }
 
 void DoctorExamination::checkKeychain() {
-  auto& store = dependencies.secretStore;
-  facts.secretService = store.copyMatching(SecretPlace::dataProtectionKeychain, kService, kIdentity).status;
-  facts.secretFile = store.copyMatching(SecretPlace::fileKeychain, kService, kIdentity).status;
+  auto& store = platform.secretStore;
+  facts.secretService =
+      store.copyMatching(SecretPlace::dataProtectionKeychain, kAgentIdentifier, kSecretsAccount).status;
+  facts.secretFile = store.copyMatching(SecretPlace::fileKeychain, kAgentIdentifier, kSecretsAccount).status;
 }
 
-void DoctorExamination::checkLock() {
-  const auto lock = dependencies.lockFiles.acquire(kLockFile);
-  facts.lock = lock.outcome;
-  if (lock.outcome == platform::LockOutcome::acquired) dependencies.lockFiles.release(lock.descriptor);
-}
+void DoctorExamination::checkLock() { facts.lock = platform.lockFiles.acquire(kInstanceLockFile).outcome; }
 
 void DoctorExamination::askForNotifications() {
-  if (!dependencies.notifications) return oneMoreDone();
-  dependencies.notifications->requestAuthorization(
-      [this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
-        if (weak.expired()) return;
-        facts.notificationProblem = std::move(error);
-        oneMoreDone();
-      });
+  if (!traits.mayAskForNotifications) return oneMoreDone();
+  platform.userNotifications.requestAuthorization([this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
+    if (weak.expired()) return;
+    facts.notificationProblem = std::move(error);
+    oneMoreDone();
+  });
 }
 
 void DoctorExamination::checkRelay() {
-  auto configuration = dependencies.pairing.environmentConfiguration();
-  if (!configuration) configuration = dependencies.pairing.bundledConfiguration();
+  auto configuration = pairing.environmentConfiguration();
+  if (!configuration) configuration = pairing.bundledConfiguration();
   if (!configuration) return relayFound(RelayReach::notConfigured);
   const auto address = PairingConfiguration::backendBaseURL(configuration->relayURL);
   if (!address) return relayFound(RelayReach::badAddress);
   facts.relayAddress = *address;
-  session = dependencies.httpSessions.makeEphemeralSession(dependencies.mainThread);
+  session = platform.httpSessions.makeEphemeralSession(platform.executors.mainThread());
   if (hasIdentity(facts)) {
     askWhetherRelayKnowsUs();
   } else {
@@ -111,10 +104,10 @@ void DoctorExamination::askWhetherRelayIsThere() {
 }
 
 void DoctorExamination::askWhetherRelayKnowsUs() {
-  const auto configuration = dependencies.pairing.launchConfiguration();
+  const auto configuration = pairing.launchConfiguration();
   if (!configuration) return relayFound(RelayReach::notConfigured);
-  const auto secrets = dependencies.pairing.installationSecrets();
-  registerRelayAuthToken(*configuration, secrets.relayAuthToken, *session, dependencies.mainThread,
+  const auto secrets = pairing.installationSecrets();
+  registerRelayAuthToken(*configuration, secrets.relayAuthToken, *session, platform.executors.mainThread(),
                          [this](const RelayRegistrationOutcome& failure) {
                            if (!failure) return relayFound(RelayReach::registered);
                            relayFound(reachAfter(*failure), description(*failure));
@@ -130,7 +123,7 @@ void DoctorExamination::relayFound(RelayReach reach, std::string text) {
 // In a later turn, since the last answer may come from inside `start`.
 void DoctorExamination::oneMoreDone() {
   if (--openQuestions > 0) return;
-  dependencies.mainThread.post([this, weak = std::weak_ptr(life)] {
+  platform.executors.mainThread().post([this, weak = std::weak_ptr(life)] {
     if (!weak.expired()) onDone(facts);
   });
 }

@@ -5,13 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "app/DoctorExamination.h"
-#include "platform/simulated/SimulatedBundle.h"
-#include "platform/simulated/SimulatedHttpSessions.h"
-#include "platform/simulated/SimulatedLockFiles.h"
-#include "platform/simulated/SimulatedLoginService.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
-#include "platform/simulated/SimulatedSecretStore.h"
-#include "platform/simulated/SimulatedUserNotifications.h"
 #include "platform/simulated/SimulatedWorld.h"
 
 namespace quillard::app {
@@ -34,19 +27,8 @@ class DoctorExaminationTest : public testing::Test {
     world.environment().set("QUILLARD_PAIRING_ID", "office");
   }
   void start() {
-    examination =
-        std::make_unique<DoctorExamination>(DoctorDependencies{.accessibility = world.accessibility(),
-                                                               .capabilities = world.capabilities(),
-                                                               .bundle = bundle,
-                                                               .environment = world.environment(),
-                                                               .httpSessions = httpSessions,
-                                                               .lockFiles = lockFiles,
-                                                               .loginService = loginService,
-                                                               .secretStore = secretStore,
-                                                               .notifications = mayAskUser ? &notifications : nullptr,
-                                                               .pairing = pairing,
-                                                               .mainThread = world.time().mainThread(),
-                                                               .isAskedAlone = isAskedAlone});
+    examination = std::make_unique<DoctorExamination>(
+        world.platform(), pairing, DoctorTraits{.mayAskForNotifications = mayAskUser, .isAskedAlone = isAskedAlone});
     examination->start([this](const DoctorFacts& found) {
       EXPECT_FALSE(facts.has_value()) << "It is done once.";
       facts = found;
@@ -68,16 +50,15 @@ class DoctorExaminationTest : public testing::Test {
   }
 
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{5}};
-  platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedPropertyLists propertyLists;
-  platform::simulated::SimulatedHttpSessions httpSessions;
-  platform::simulated::SimulatedLockFolder lockFolder;
-  platform::simulated::SimulatedLockFiles lockFiles{lockFolder};
-  platform::simulated::SimulatedLoginService loginService;
-  platform::simulated::SimulatedSecretStore secretStore;
-  platform::simulated::SimulatedUserNotifications notifications{world.time()};
+  platform::simulated::SimulatedBundle& bundle = world.bundle();
+  platform::simulated::SimulatedHttpSessions& httpSessions = world.httpSessions();
+  platform::simulated::SimulatedLockFolder& lockFolder = world.lockFolder();
+  platform::simulated::SimulatedLockFiles& lockFiles = world.lockFiles();
+  platform::simulated::SimulatedLoginService& loginService = world.loginService();
+  platform::simulated::SimulatedSecretStore& secretStore = world.secretStore();
+  platform::simulated::SimulatedUserNotifications& notifications = world.userNotifications();
   PairingConfiguration pairing{
-      {world.environment(), bundle, propertyLists, secretStore, world.userDefaults(), world.random(), world.console()}};
+      {world.environment(), bundle, secretStore, world.userDefaults(), world.random(), world.console()}};
   bool mayAskUser = true;
   bool isAskedAlone = true;
   std::optional<DoctorFacts> facts;
@@ -166,7 +147,8 @@ TEST_F(DoctorExaminationTest, LeavesTheLockAsItWas) {
   EXPECT_EQ(lockFiles.heldCount(), 0U);
   facts.reset();
   platform::simulated::SimulatedLockFiles agent(lockFolder);
-  (void)agent.acquire("com.quillard.agent.lock");
+  const auto held = agent.acquire("com.quillard.agent.lock");
+  ASSERT_EQ(held.outcome, LockOutcome::acquired);
   EXPECT_EQ(examine().lock, LockOutcome::heldElsewhere);
   EXPECT_EQ(agent.heldCount(), 1U);
 }

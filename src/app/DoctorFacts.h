@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "app/DoctorReport.h"
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/process/LockFiles.h"
 #include "platform/shell/LoginService.h"
@@ -52,9 +51,5 @@ struct DoctorFacts {
 
   platform::LockOutcome lock = platform::LockOutcome::unavailable;  // Acquired: no agent runs.
 };
-
-// What it means for the agent on Linux, and what to do: one check for each thing, in an order in which they are best
-// mended.
-[[nodiscard]] std::vector<DoctorCheck> doctorChecks(const DoctorFacts& facts);
 
 }  // namespace quillard::app

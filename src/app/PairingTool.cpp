@@ -1,6 +1,7 @@
 #include "app/PairingTool.h"
 
 #include "app/PairingCodeText.h"
+#include "foundation/AgentNames.h"
 #include "relay/PairingPayload.h"
 #include "relay/QRCodeRenderer.h"
 
@@ -17,8 +18,7 @@ ExitCode refuse(const Output& output, std::string_view reason) {
 
 // Whether the agent, too, would find what is found here, or make what is made here.
 bool isKeychainReadable(platform::SecretStore& secretStore) {
-  const auto reading =
-      secretStore.copyMatching(SecretPlace::dataProtectionKeychain, "com.quillard.agent", "installation-secrets-v1");
+  const auto reading = secretStore.copyMatching(SecretPlace::dataProtectionKeychain, kAgentIdentifier, kSecretsAccount);
   const auto code = reading.status.code;
   return code == SecretStatusCode::success || code == SecretStatusCode::itemNotFound ||
          code == SecretStatusCode::missingEntitlement;

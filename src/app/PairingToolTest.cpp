@@ -8,7 +8,6 @@
 #include "platform/simulated/SimulatedBundle.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
@@ -40,12 +39,11 @@ class PairingTool : public testing::Test {
 
   platform::simulated::SimulatedEnvironment environment;
   platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedPropertyLists propertyLists;
   platform::simulated::SimulatedSecretStore secretStore;
   platform::simulated::SimulatedUserDefaults userDefaults;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{7}};
   platform::simulated::SimulatedConsole console;
-  PairingConfiguration pairing{{environment, bundle, propertyLists, secretStore, userDefaults, random, console}};
+  PairingConfiguration pairing{{environment, bundle, secretStore, userDefaults, random, console}};
   std::string printed;
   std::string errorText;
   const Output output{.print = [this](std::string_view text) { printed += text; },

@@ -1,17 +1,66 @@
 #include "app/ToolRun.h"
 
-#include "app/LinuxSystem.h"
-#include "app/SystemTools.h"
+#include <variant>
+#include <vector>
+
+#include <QtCore/QCoreApplication>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "agent/FallbackStatusSnapshot.h"
+#include "app/DesktopTools.h"
+#include "app/DoctorExamination.h"
+#include "app/PairingTool.h"
 
 namespace quillard::app {
 namespace {
 
-DoctorTraits traitsOf(LinuxSystem& system) { return {.notifications = &system.notifications}; }
+TerminalFacts terminalFacts() {
+  TerminalFacts facts{.isTerminal = ::isatty(STDOUT_FILENO) == 1, .columns = {}};
+  winsize size{};
+  if (facts.isTerminal && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    facts.columns = size.ws_col;
+  }
+  return facts;
+}
+
+struct Tools {
+  ExitCode operator()(const ScanOnce& command) const { return scanOnce(command, platform, output); }
+  ExitCode operator()(const RecordDesktop& command) const { return recordDesktop(command, platform, output); }
+  ExitCode operator()(const ExamineSetup& command) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    DoctorExamination examination(platform, pairing, doctor);
+    std::vector<DoctorCheck> checks;
+    examination.start([&](const DoctorFacts& facts) {
+      checks = doctor.checks(facts);
+      QCoreApplication::exit();
+    });
+    QCoreApplication::exec();
+    output.print(command.asJson ? doctorJson(checks, QUILLARD_VERSION) : doctorText(checks));
+    return exitCode(checks);
+  }
+  ExitCode operator()(const ShowPairingCode& command) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    return showPairingCode(command, terminalFacts(), pairing, platform.secretStore, output);
+  }
+  // No tools.
+  ExitCode operator()(const RunAgent&) const { return ExitCode::wrongUsage; }
+  ExitCode operator()(const PrintMessage&) const { return ExitCode::wrongUsage; }
+
+  const platform::Platform& platform;
+  const DoctorTraits& doctor;
+  const Output& output;
+};
 
 }  // namespace
 
-ExitCode runTool(const Command& command, char* programName, const Output& output) {
-  return runToolOver(command, programName, output, traitsOf);
+ExitCode runTool(const Command& command, const System& system, char* programName, const Output& output) {
+  int count = 1;
+  char* arguments[] = {programName, nullptr};
+  const QCoreApplication loop(count, arguments);
+  const auto opened = system.open(STDERR_FILENO);
+  const auto platform = opened.platform->platform();
+  return std::visit(Tools{platform, opened.doctor, output}, command);
 }
 
 }  // namespace quillard::app

@@ -313,7 +313,7 @@ void ClickAttempt::post(const Event& event, const Delivery& delivery) {
   if (delivery.processIdentifier) {
     syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
   } else {
-    syntheticEvents.postToHIDTap(*event);
+    syntheticEvents.postToDesktop(*event);
   }
 }
 

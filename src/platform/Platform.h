@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/DesktopCapabilities.h"
 #include "platform/desktop/SyntheticEvents.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
@@ -17,10 +18,8 @@
 #include "platform/process/Random.h"
 #include "platform/shell/LoginService.h"
 #include "platform/shell/StatusItem.h"
-#include "platform/shell/StatusWindowView.h"
 #include "platform/shell/UpdateService.h"
 #include "platform/shell/UserNotifications.h"
-#include "platform/storage/PropertyLists.h"
 #include "platform/storage/SecretStore.h"
 #include "platform/storage/UserDefaults.h"
 
@@ -33,6 +32,7 @@ struct Platform {
   Application& application;
   Bundle& bundle;
   Calendar& calendar;
+  DesktopCapabilities& capabilities;
   Clock& clock;
   Console& console;
   Environment& environment;
@@ -40,11 +40,9 @@ struct Platform {
   HttpSessions& httpSessions;
   LockFiles& lockFiles;
   LoginService& loginService;
-  PropertyLists& propertyLists;
   Random& random;
   SecretStore& secretStore;
   StatusBar& statusBar;
-  StatusWindowViews& statusWindowViews;
   SyntheticEvents& syntheticEvents;
   UpdateService& updateService;
   UserDefaults& userDefaults;

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "foundation/AgentNames.h"
 #include "foundation/PrintableText.h"
 
 namespace quillard {
@@ -11,8 +12,6 @@ namespace {
 using platform::SecretPlace;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
-
-constexpr std::string_view kService = "com.quillard.agent";
 
 SecretPlace place(bool useDataProtectionKeychain) {
   return useDataProtectionKeychain ? SecretPlace::dataProtectionKeychain : SecretPlace::fileKeychain;
@@ -28,7 +27,7 @@ bool isMissing(SecretPlace place, const SecretStatus& status) {
 KeychainReading MacKeychainStore::data(std::string_view key) {
   auto outcome = KeychainReading::Outcome::absent;
   for (const SecretPlace place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
-    auto reading = secretStore.copyMatching(place, kService, key);
+    auto reading = secretStore.copyMatching(place, kAgentIdentifier, key);
     if (reading.status.code == SecretStatusCode::success) {
       return {KeychainReading::Outcome::found, std::move(reading.data)};
     }
@@ -41,15 +40,15 @@ KeychainReading MacKeychainStore::data(std::string_view key) {
 
 bool MacKeychainStore::set(const Secret& data, std::string_view key, bool useDataProtectionKeychain) {
   const SecretPlace place = quillard::place(useDataProtectionKeychain);
-  SecretStatus status = secretStore.update(place, kService, key, data);
-  if (status.code == SecretStatusCode::itemNotFound) status = secretStore.add(place, kService, key, data);
+  SecretStatus status = secretStore.update(place, kAgentIdentifier, key, data);
+  if (status.code == SecretStatusCode::itemNotFound) status = secretStore.add(place, kAgentIdentifier, key, data);
   if (status.code == SecretStatusCode::success) return true;
   if (!isMissing(place, status)) print("update", key, status);
   return false;
 }
 
 void MacKeychainStore::remove(std::string_view key, bool useDataProtectionKeychain) {
-  const SecretStatus status = secretStore.remove(place(useDataProtectionKeychain), kService, key);
+  const SecretStatus status = secretStore.remove(place(useDataProtectionKeychain), kAgentIdentifier, key);
   if (status.code == SecretStatusCode::success || status.code == SecretStatusCode::itemNotFound) return;
   print("delete", key, status);
 }

@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "foundation/AgentNames.h"
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
@@ -16,7 +17,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::string_view kKeychainAccount = "installation-secrets-v1";
 constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
 constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
 constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
@@ -29,11 +29,7 @@ std::optional<std::string> firstSet(const platform::Environment& environment, st
   return value ? value : environment.value(second);
 }
 
-std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(platform::PropertyLists& propertyLists,
-                                                                            std::span<const std::uint8_t> bytes) {
-  const auto outcome = propertyLists.readTexts(bytes);
-  if (const auto* error = std::get_if<platform::PropertyListError>(&outcome)) return error->description;
-  const auto& texts = std::get<platform::PropertyListTexts>(outcome);
+std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(const platform::PropertyListTexts& texts) {
   for (const auto* key : {"relayURL", "pairingID"}) {
     if (!texts.contains(key)) return std::string(key) + ": Expected a text.";
   }
@@ -55,13 +51,13 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::environmentConfigu
 }
 
 std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfiguration() const {
-  const auto resource = dependencies.bundle.resource("RelayConfig", "plist");
+  const auto resource = dependencies.bundle.propertyList("RelayConfig");
   if (!resource) return std::nullopt;
   std::variant<RelayLaunchConfiguration, std::string> outcome;
   if (const auto* error = std::get_if<platform::ResourceError>(&*resource)) {
     outcome = error->description;
   } else {
-    outcome = readLaunchConfiguration(dependencies.propertyLists, std::get<Bytes>(*resource));
+    outcome = readLaunchConfiguration(std::get<platform::PropertyListTexts>(*resource));
   }
   if (auto* configuration = std::get_if<RelayLaunchConfiguration>(&outcome)) return std::move(*configuration);
   dependencies.console.writeLine("Unable to read bundled relay configuration: " +
@@ -114,7 +110,7 @@ InstallationSecrets PairingConfiguration::findInstallationSecrets(const std::opt
 }
 
 InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optional<std::string>& seed) {
-  const auto reading = keychain.data(kKeychainAccount);
+  const auto reading = keychain.data(kSecretsAccount);
   if (reading.outcome == KeychainReading::Outcome::found) {
     if (auto stored = usableSecrets(reading.data.view())) {
       const auto bytes = reading.data.view();
@@ -155,10 +151,10 @@ InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std
 void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
   const auto text = installationSecretsText(secrets);
   if (!text) return;
-  if (keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/true)) {
-    keychain.remove(kKeychainAccount, /*useDataProtectionKeychain=*/false);
+  if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/true)) {
+    keychain.remove(kSecretsAccount, /*useDataProtectionKeychain=*/false);
   } else {
-    (void)keychain.set(*text, kKeychainAccount, /*useDataProtectionKeychain=*/false);
+    (void)keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/false);
   }
 }
 
@@ -177,7 +173,7 @@ void PairingConfiguration::rotateInstallationIdentity() {
     dependencies.userDefaults.remove(key);
   }
   for (const bool useDataProtectionKeychain : {true, false}) {
-    keychain.remove(kKeychainAccount, useDataProtectionKeychain);
+    keychain.remove(kSecretsAccount, useDataProtectionKeychain);
   }
   cache.reset();
 }

@@ -10,7 +10,6 @@
 #include "platform/process/Console.h"
 #include "platform/process/Environment.h"
 #include "platform/process/Random.h"
-#include "platform/storage/PropertyLists.h"
 #include "platform/storage/SecretStore.h"
 #include "platform/storage/UserDefaults.h"
 #include "relay/InstallationSecrets.h"
@@ -25,7 +24,6 @@ namespace quillard {
 struct PairingDependencies {
   const platform::Environment& environment;
   const platform::Bundle& bundle;
-  platform::PropertyLists& propertyLists;
   platform::SecretStore& secretStore;
   platform::UserDefaults& userDefaults;
   platform::Random& random;

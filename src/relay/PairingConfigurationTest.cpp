@@ -9,7 +9,6 @@
 #include "platform/simulated/SimulatedBundle.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
@@ -40,7 +39,6 @@ const std::string kLockedLine = "Unable to read installation-secrets-v1 from Key
 struct Installation {
   platform::simulated::SimulatedEnvironment environment;
   platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedPropertyLists propertyLists;
   platform::simulated::SimulatedSecretStore secretStore;
   platform::simulated::SimulatedUserDefaults userDefaults;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{7}};
@@ -50,7 +48,7 @@ struct Installation {
 
   std::unique_ptr<PairingConfiguration> newRun() {
     return std::make_unique<PairingConfiguration>(
-        PairingDependencies{environment, bundle, propertyLists, secretStore, userDefaults, random, console});
+        PairingDependencies{environment, bundle, secretStore, userDefaults, random, console});
   }
   void restart() { run = newRun(); }
   void setRelay(std::string_view url, std::string_view pairingID = "office") {
@@ -101,7 +99,8 @@ TEST(EnvironmentConfiguration, CountsAnEmptyFirstNameAsFound) {
 
 TEST(LaunchConfiguration, DoesNotMixTheEnvironmentWithTheBuiltInFile) {
   Installation installation;
-  installation.bundle.setResource("RelayConfig.plist", R"({"relayURL":"wss://built-in","pairingID":"built"})");
+  installation.bundle.setPropertyList(
+      "RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://built-in"}, {"pairingID", "built"}});
   installation.environment.set("QUILLARD_RELAY_URL", "wss://environment");
   const auto configuration = installation.run->launchConfiguration();
   ASSERT_TRUE(configuration.has_value());
@@ -111,7 +110,8 @@ TEST(LaunchConfiguration, DoesNotMixTheEnvironmentWithTheBuiltInFile) {
 
 TEST(LaunchConfiguration, PrefersTheEnvironmentWhenItIsWhole) {
   Installation installation;
-  installation.bundle.setResource("RelayConfig.plist", R"({"relayURL":"wss://built-in","pairingID":"built"})");
+  installation.bundle.setPropertyList(
+      "RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://built-in"}, {"pairingID", "built"}});
   installation.setRelay("wss://environment", "Team Mac-01");
   const auto configuration = installation.run->launchConfiguration();
   ASSERT_TRUE(configuration.has_value());
@@ -143,19 +143,20 @@ TEST(LaunchConfiguration, StaysForTheProcessOnceItIsKnown) {
 }
 
 TEST(BundledConfiguration, SaysWhyItCannotBeRead) {
-  const std::vector<std::pair<std::string, std::string>> table{
-      {"no property list", "The text is not valid JSON."},
-      {"[]", "The root is no dictionary."},
-      {R"({"relayURL":"wss://x"})", "pairingID: Expected a text."},
-      {R"({"relayURL":7,"pairingID":"p"})", "relayURL: Expected a text."}};
-  for (const auto& [text, why] : table) {
+  using List = platform::simulated::SimulatedBundle::PropertyList;
+  const std::vector<std::pair<List, std::string>> table{
+      {platform::PropertyListTexts{}, "relayURL: Expected a text."},
+      {platform::PropertyListTexts{{"relayURL", "wss://x"}}, "pairingID: Expected a text."},
+      {platform::PropertyListTexts{{"pairingID", "p"}}, "relayURL: Expected a text."},
+      {platform::ResourceError{"The property list is malformed."}, "The property list is malformed."}};
+  for (const auto& [list, why] : table) {
     Installation installation;
-    installation.bundle.setResource("RelayConfig.plist", text);
+    installation.bundle.setPropertyList("RelayConfig", list);
     EXPECT_EQ(installation.run->bundledConfiguration(), std::nullopt);
     EXPECT_EQ(installation.console.lines(), Lines{"Unable to read bundled relay configuration: " + why});
   }
   Installation installation;
-  installation.bundle.setResource("RelayConfig.plist", platform::ResourceError{"Permission denied."});
+  installation.bundle.setPropertyList("RelayConfig", platform::ResourceError{"Permission denied."});
   EXPECT_EQ(installation.run->launchConfiguration(), std::nullopt);
   EXPECT_EQ(installation.console.lines(), Lines{"Unable to read bundled relay configuration: Permission denied."});
 }

@@ -8,7 +8,6 @@
 #include "platform/simulated/SimulatedBundle.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "platform/simulated/SimulatedHttpSessions.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
 #include "relay/PairingConfiguration.h"
@@ -47,18 +46,17 @@ Lines linesOfPairing(const std::string& stored, const SecretStatus& status,
                      const std::set<platform::simulated::SecretOperation>& failing) {
   platform::simulated::SimulatedEnvironment environment;
   platform::simulated::SimulatedBundle bundle;
-  platform::simulated::SimulatedPropertyLists propertyLists;
   platform::simulated::SimulatedSecretStore secretStore;
   platform::simulated::SimulatedUserDefaults userDefaults;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
-  bundle.setResource("RelayConfig.plist", R"({"relayURL":"wss://c4n4ry.example","pairingID":7})");
+  bundle.setPropertyList("RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://c4n4ry.example"}});
   userDefaults.set("quillard.per-install-e2e-secret", std::string("c4n4ry-legacy"));
   for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
     (void)secretStore.add(place, "com.quillard.agent", "installation-secrets-v1", Secret{std::string_view{stored}});
     secretStore.fail(place, failing, status);
   }
-  PairingConfiguration pairing{{environment, bundle, propertyLists, secretStore, userDefaults, random, console}};
+  PairingConfiguration pairing{{environment, bundle, secretStore, userDefaults, random, console}};
   (void)pairing.launchConfiguration();
   (void)pairing.installationSecrets();
   (void)pairing.payload();

@@ -6,10 +6,6 @@
 
 namespace quillard::StatusRows {
 
-using platform::ButtonContent;
-using platform::StatusRowContent;
-using platform::Tint;
-
 namespace {
 
 constexpr Tint kWell{AppBrand::green};

@@ -7,9 +7,6 @@
 namespace quillard {
 namespace {
 
-using platform::ButtonContent;
-using platform::StatusRowContent;
-using platform::Tint;
 using test::expectTable;
 using Rows = std::vector<test::Row<StatusRowContent>>;
 

@@ -46,7 +46,7 @@ std::string pairingStatus(const MacStatusSnapshot& snapshot) {
   return snapshot.isPhonePresent() ? "iPhone paired" : "Ready to scan";
 }
 
-platform::Tint pairingStatusTint(const MacStatusSnapshot& snapshot) {
+Tint pairingStatusTint(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications || !snapshot.accessibilityTrusted) return {AppBrand::amber};
   if (snapshot.isPhonePresent()) return {AppBrand::green};
   return {};

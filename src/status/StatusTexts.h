@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
+#include "status/view/StatusWindowView.h"
 #include "values/Images.h"
 
 // What a snapshot means, in words and colours. Functions of their arguments; any thread.
@@ -23,7 +23,7 @@ struct OverallStatus {
 // The pairing card. Its status asks for the permission before it looks at the relay; its detail looks at the relay
 // first. Both are meant.
 [[nodiscard]] std::string pairingStatus(const MacStatusSnapshot& snapshot);
-[[nodiscard]] platform::Tint pairingStatusTint(const MacStatusSnapshot& snapshot);
+[[nodiscard]] Tint pairingStatusTint(const MacStatusSnapshot& snapshot);
 [[nodiscard]] std::string phoneStatusDetail(const MacStatusSnapshot& snapshot);
 // The text under the code. `hasPayload`: pairing is configured, so that there is a code to show.
 [[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);

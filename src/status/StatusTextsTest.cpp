@@ -8,7 +8,6 @@
 namespace quillard {
 namespace {
 
-using platform::Tint;
 using test::expectTable;
 using Texts = std::vector<test::Row<std::string>>;
 

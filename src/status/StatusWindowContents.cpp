@@ -8,9 +8,6 @@
 
 namespace quillard {
 
-using platform::ButtonContent;
-using platform::StatusWindowContent;
-
 namespace {
 
 struct Placeholder {

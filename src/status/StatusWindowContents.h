@@ -1,11 +1,11 @@
 #pragma once
 
-#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard {
 
 // All that the status window shows of a snapshot. A function of its argument; any thread.
-[[nodiscard]] platform::StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot);
+[[nodiscard]] StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot);
 
 }  // namespace quillard

@@ -8,7 +8,6 @@
 namespace quillard {
 namespace {
 
-using platform::ButtonContent;
 using test::expectTable;
 
 TEST(StatusWindowContent, TakesEachTextFromWhereItIsDecided) {

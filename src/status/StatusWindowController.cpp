@@ -9,8 +9,6 @@
 
 namespace quillard {
 
-using platform::StatusWindowButton;
-
 namespace {
 
 constexpr Seconds kRefreshInterval{2.0};
@@ -37,7 +35,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
  private:
   using Action = void (Implementation::*)();
   struct MenuItem {
-    platform::MenuItemContent content;
+    MenuItemContent content;
     Action action;  // Null: a separator.
   };
 
@@ -76,7 +74,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   const StatusWindowDependencies dependencies;
   platform::TaskHandle refreshTimer;  // Present while the window is shown.
   platform::TaskHandle appearanceRefreshTask;
-  std::unique_ptr<platform::StatusWindowView> view;
+  std::unique_ptr<StatusWindowView> view;
 };
 
 void StatusWindowController::Implementation::makeView() {
@@ -198,7 +196,7 @@ void StatusWindowController::Implementation::showNotificationPauseOptions() {
     menu.push_back({{""}, nullptr});
     menu.push_back({{"Resume Now"}, &Implementation::resumeNotificationsNow});
   }
-  std::vector<platform::MenuItemContent> items;
+  std::vector<MenuItemContent> items;
   std::vector<Action> actions;
   for (auto& [content, action] : menu) {
     items.push_back(std::move(content));

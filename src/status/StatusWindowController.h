@@ -7,8 +7,8 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
-#include "platform/shell/StatusWindowView.h"
 #include "status/MacStatusSnapshot.h"
+#include "status/view/StatusWindowView.h"
 #include "system/InstallLocation.h"
 #include "system/LoginItemManager.h"
 #include "system/PermissionManager.h"
@@ -31,7 +31,7 @@ struct StatusWindowCallbacks {
 struct StatusWindowDependencies {
   platform::Application& application;
   platform::Executors& executors;
-  platform::StatusWindowViews& views;
+  StatusWindowViews& views;
   platform::Workspace& workspace;
   InstallLocation& installLocation;
   LoginItemManager& loginItems;

@@ -12,7 +12,6 @@ namespace quillard {
 namespace {
 
 using platform::ActivationPolicy;
-using platform::StatusWindowButton;
 using platform::simulated::Seed;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -64,8 +64,8 @@ class CarelessBundle final : public platform::Bundle {
   [[nodiscard]] std::string resolvedPath() const override { return path(); }
   [[nodiscard]] std::optional<std::string> identifier() const override { return std::nullopt; }
   [[nodiscard]] std::optional<std::string> informationText(std::string_view) const override { return std::nullopt; }
-  [[nodiscard]] std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> resource(
-      std::string_view, std::string_view) const override {
+  [[nodiscard]] std::optional<std::variant<platform::PropertyListTexts, platform::ResourceError>> propertyList(
+      std::string_view) const override {
     return std::nullopt;
   }
   [[nodiscard]] std::vector<std::string> applicationDirectories() const override {

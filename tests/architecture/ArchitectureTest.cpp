@@ -11,55 +11,52 @@
 
 #include <gtest/gtest.h>
 
-// The tree shows the design, and this keeps it true: arrows run down only, and the core touches the outside world
-// through src/platform/*.h alone.
+// The tree shows the design, and this keeps it true: folders, libraries and arrows are one picture. Arrows are declared
+// where CMake links libraries, and nowhere else; the core touches the outside world through the headers of src/platform
+// alone.
 namespace {
 
 namespace fs = std::filesystem;
 
-using Modules = std::set<std::string>;
+// A folder below src/ that is a library of its own, or a program.
+struct Module {
+  std::string target;
+  std::set<std::string> links;  // Targets of other modules.
+};
 
-// What each module may include besides itself. A module is a folder, or a few files of one that others stand on by
-// themselves; the longest name that fits a path says which module the path belongs to.
-const std::map<std::string, Modules>& arrows() {
-  static const Modules core{"platform", "foundation", "approvals", "agent/AgentConfiguration",
-                            "click/DialogButtonSemantics"};
-  static const auto with = [](Modules modules, const Modules& more) {
-    modules.insert(more.begin(), more.end());
-    return modules;
-  };
-  static const Modules binding{"platform", "foundation", "recording"};
-  static const std::map<std::string, Modules> arrows{
-      {"platform", {}},
-      {"foundation", {"platform"}},
-      {"recording", {"platform", "foundation"}},
-      {"platform/simulated", binding},
-      {"platform/qt", binding},
-      {"platform/posix", binding},
-      {"platform/linux", with(binding, {"platform/posix", "platform/qt"})},
-      {"platform/macos", with(binding, {"platform/posix", "platform/qt"})},
-      {"agent/AgentConfiguration", {"platform", "foundation"}},
-      {"click/DialogButtonSemantics", {"foundation"}},
-      {"approvals", {"platform", "foundation"}},
-      {"detection", core},
-      {"click", with(core, {"detection"})},
-      {"relay", core},
-      {"system", {"platform", "foundation"}},
-      {"status", with(core, {"relay", "system"})},
-      {"agent", with(core, {"detection", "click", "relay", "status", "system", "recording"})},
-      {"app", with(core, {"detection", "click", "relay", "status", "system", "recording", "agent", "platform/simulated",
-                          "platform/posix", "platform/qt", "platform/linux", "platform/macos"})},
-  };
-  return arrows;
+// By folder, as CMake wrote them down: see quillard_list_module.
+const std::map<std::string, Module>& modules() {
+  static const std::map<std::string, Module> modules = [] {
+    std::map<std::string, Module> read;
+    std::ifstream file{QUILLARD_MODULES};
+    for (std::string line; std::getline(file, line);) {
+      std::istringstream fields{line};
+      std::string folder;
+      Module module;
+      std::getline(fields, folder, '\t');
+      std::getline(fields, module.target, '\t');
+      for (std::string link; std::getline(fields, link, '\t');) module.links.insert(link);
+      EXPECT_TRUE(read.emplace(folder, module).second) << folder << " is two libraries.";
+    }
+    return read;
+  }();
+  return modules;
 }
 
+// The longest folder that fits a path says which module it belongs to.
 std::optional<std::string> moduleOf(const std::string& path) {
   std::optional<std::string> best;
-  for (const auto& [module, allowed] : arrows()) {
-    const bool fits = path.rfind(module + "/", 0) == 0 || path.rfind(module + ".", 0) == 0;
-    if (fits && (!best || module.size() > best->size())) best = module;
+  for (const auto& [folder, module] : modules()) {
+    if (path.rfind(folder + "/", 0) == 0 && (!best || folder.size() > best->size())) best = folder;
   }
   return best;
+}
+
+std::optional<std::string> folderOf(const std::string& target) {
+  for (const auto& [folder, module] : modules()) {
+    if (module.target == target) return folder;
+  }
+  return std::nullopt;
 }
 
 struct Source {
@@ -96,10 +93,18 @@ std::optional<std::string> includedPath(const std::string& line, char open, char
   return name.substr(1, name.size() - 2);
 }
 
-// The core, and the headers that it is written against: not the bindings, not the entry point.
+bool isBelow(const std::string& folder, const std::string& above) {
+  return folder == above || folder.rfind(above + "/", 0) == 0;
+}
+
+bool isBinding(const std::string& folder) { return folder.rfind("platform/", 0) == 0; }
+
+// The core, and the headers that it is written against: not the bindings, not the program.
+bool isPureFolder(const std::string& folder) { return !isBelow(folder, "app") && !isBinding(folder); }
+
 bool isPure(const std::string& path) {
   const auto module = moduleOf(path);
-  return module && *module != "app" && module->rfind("platform/", 0) != 0;
+  return module && isPureFolder(*module);
 }
 
 void expectNoLineMatching(const char* pattern, const char* why) {
@@ -120,11 +125,24 @@ TEST(Architecture, HasSourcesToLookAt) {
       std::any_of(sources().begin(), sources().end(), [](const Source& source) { return isPure(source.path); }));
 }
 
-TEST(Architecture, EveryFileBelongsToAModule) {
+TEST(Architecture, EveryFileBelongsToALibrary) {
   for (const auto& source : sources()) EXPECT_TRUE(moduleOf(source.path).has_value()) << source.path;
 }
 
-TEST(Architecture, IncludesRunDownOnly) {
+TEST(Architecture, EveryLibraryIsOneFolderWithSources) {
+  std::set<std::string> targets;
+  for (const auto& [folder, module] : modules()) {
+    EXPECT_TRUE(targets.insert(module.target).second) << module.target << " is two folders.";
+    EXPECT_TRUE(std::any_of(sources().begin(), sources().end(), [&folder = folder](const Source& source) {
+      return moduleOf(source.path) == folder;
+    })) << folder;
+    for (const auto& link : module.links) EXPECT_TRUE(folderOf(link).has_value()) << folder << " links " << link;
+  }
+}
+
+// Both ways: what is included is linked by that name, and what is linked is included somewhere.
+TEST(Architecture, TheArrowsAreWhatTheSourcesInclude) {
+  std::map<std::string, std::set<std::string>> used;
   for (const auto& source : sources()) {
     const auto from = moduleOf(source.path);
     if (!from) continue;
@@ -133,8 +151,17 @@ TEST(Architecture, IncludesRunDownOnly) {
       if (!included) continue;
       const auto to = moduleOf(*included);
       ASSERT_TRUE(to.has_value()) << source.path << " includes \"" << *included << "\" by a path not below src/";
-      EXPECT_TRUE(*to == *from || arrows().at(*from).contains(*to))
-          << source.path << " (" << *from << ") may not include " << *included << " (" << *to << ")";
+      if (*to == *from) continue;
+      const auto& target = modules().at(*to).target;
+      EXPECT_TRUE(modules().at(*from).links.contains(target))
+          << source.path << " includes " << *included << ", but " << modules().at(*from).target << " does not link "
+          << target;
+      used[*from].insert(target);
+    }
+  }
+  for (const auto& [folder, module] : modules()) {
+    for (const auto& link : module.links) {
+      EXPECT_TRUE(used[folder].contains(link)) << module.target << " links " << link << ", and includes nothing of it";
     }
   }
 }
@@ -143,13 +170,25 @@ TEST(Architecture, TheArrowsHaveNoCycle) {
   std::set<std::string> settled;
   for (bool grows = true; grows;) {
     grows = false;
-    for (const auto& [module, needs] : arrows()) {
-      const bool ready =
-          std::all_of(needs.begin(), needs.end(), [&](const auto& need) { return settled.contains(need); });
-      if (ready && settled.insert(module).second) grows = true;
+    for (const auto& [folder, module] : modules()) {
+      const bool isReady = std::all_of(module.links.begin(), module.links.end(),
+                                       [&](const auto& link) { return settled.contains(link); });
+      if (isReady && settled.insert(module.target).second) grows = true;
     }
   }
-  EXPECT_EQ(settled.size(), arrows().size());
+  EXPECT_EQ(settled.size(), modules().size());
+}
+
+TEST(Architecture, TheCoreStandsOnNoBindingAndOnlyEntryPointsNameTheirOwn) {
+  for (const auto& [folder, module] : modules()) {
+    for (const auto& link : module.links) {
+      const auto to = folderOf(link).value_or("");
+      EXPECT_TRUE(!isPureFolder(folder) || isPureFolder(to)) << folder << " stands on " << to;
+      EXPECT_TRUE(to != "platform/linux" || folder == "app/linux") << folder << " names the binding to Linux.";
+      EXPECT_TRUE(to != "platform/macos" || folder == "app/macos") << folder << " names the binding to macOS.";
+      EXPECT_NE(to, "platform/simulated") << folder << " stands on the simulated world.";
+    }
+  }
 }
 
 TEST(Architecture, TheCoreIncludesNoHeaderOfTheSystemOrOfToolkits) {
@@ -205,9 +244,10 @@ std::vector<std::string> namesIn(const std::string& line) {
   return names;
 }
 
-// All but the binding for the other system, and what chooses between the two.
+// All but what is for the other system, and the file that chooses between the two.
 bool isBuiltOnAMac(const std::string& path) {
-  return path.rfind("platform/linux/", 0) != 0 && path.rfind("app/", 0) != 0 && path != "platform/qt/ThreadTraits.cpp";
+  return path.rfind("platform/linux/", 0) != 0 && path.rfind("app/linux/", 0) != 0 &&
+         path != "platform/qt/ThreadTraits.cpp";
 }
 
 // GCC takes these; the macOS toolchain of the oldest system that we build for does not.
@@ -261,8 +301,7 @@ TEST(Architecture, TheBindingForMacsTalksToItsOtherLanguageInOneFolderOnly) {
   static const std::vector<std::string> other{"#import", "@interface", "@implementation", "objc_msgSend",
                                               "<objc/",  "<AppKit/",   "<Foundation/"};
   for (const auto& source : sources()) {
-    const bool isBinding = source.path.rfind("platform/macos/", 0) == 0;
-    if (!isBinding || source.path.rfind("platform/macos/objc/", 0) == 0) continue;
+    if (!isBelow(source.path, "platform/macos") || source.path.rfind("platform/macos/objc/", 0) == 0) continue;
     EXPECT_NE(fs::path(source.path).extension(), ".mm") << source.path;
     for (const auto& line : source.lines) {
       for (const auto& word : other) EXPECT_EQ(line.find(word), std::string::npos) << source.path << ": " << line;

@@ -170,10 +170,8 @@ class FileLocksBinding final : public LockFilesBinding {
     environment.set("TMPDIR", temporary.path());
   }
   AcquiredLock acquire(const std::string& fileName) override {
-    const auto result = locks.acquire(fileName);
-    if (result.outcome != platform::LockOutcome::acquired) return {result.outcome, nullptr};
-    return {result.outcome,
-            std::shared_ptr<void>(this, [this, descriptor = result.descriptor](void*) { locks.release(descriptor); })};
+    auto result = locks.acquire(fileName);
+    return {result.outcome, std::move(result.lock)};
   }
   platform::LockOutcome acquireInOtherProcess(const std::string& fileName) override {
     other = std::make_unique<ChildProcess>(ChildProcess::Start{

@@ -129,10 +129,8 @@ std::unique_ptr<platform::Random> makeFailingRandom() {
 class SimulatedLocksBinding final : public LockFilesBinding {
  public:
   AcquiredLock acquire(const std::string& fileName) override {
-    const auto result = own.acquire(fileName);
-    if (result.outcome != platform::LockOutcome::acquired) return {result.outcome, nullptr};
-    return {result.outcome,
-            std::shared_ptr<void>(this, [this, descriptor = result.descriptor](void*) { own.release(descriptor); })};
+    auto result = own.acquire(fileName);
+    return {result.outcome, std::move(result.lock)};
   }
   platform::LockOutcome acquireInOtherProcess(const std::string& fileName) override {
     if (!other) other.emplace(folder);

@@ -199,10 +199,10 @@ TEST_F(XTestEventsTest, TheHardwaresWayLeadsToWhateverIsThere) {
   window(owner, ownerProgram);
   window(other, otherProgram);
   for (const auto type : {MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
-    input.postToHIDTap(*input.createMouseEvent(type, kInside));
+    input.postToDesktop(*input.createMouseEvent(type, kInside));
   }
   ASSERT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30"}));
-  for (const bool isDown : {true, false}) input.postToHIDTap(*input.createKeyboardEvent(KeyCode::returnKey, isDown));
+  for (const bool isDown : {true, false}) input.postToDesktop(*input.createKeyboardEvent(KeyCode::returnKey, isDown));
   EXPECT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30", "key 36 down", "key 36 up"}));
   EXPECT_TRUE(gotNothing(owner));
 }
@@ -250,7 +250,7 @@ TEST_F(XTestEventsTest, NothingIsMadeOrPostedOnceTheServerIsGone) {
   const auto key = input.createKeyboardEvent(KeyCode::space, true);
   ASSERT_TRUE(down && key);
   desktop.killDisplay();
-  input.postToHIDTap(*down);
+  input.postToDesktop(*down);
   input.postToProcess(ownerProgram.pid(), *key);
   EXPECT_FALSE(input.createMouseEvent(MouseEventType::moved, kInside));
   EXPECT_FALSE(input.createKeyboardEvent(KeyCode::space, true));

@@ -9,11 +9,11 @@
 
 #include "macos/MacWorld.h"
 #include "platform/macos/MacBundle.h"
-#include "platform/macos/MacPropertyLists.h"
 #include "platform/macos/MacRandom.h"
 #include "platform/macos/MacSyntheticEvents.h"
 #include "platform/macos/MacUserDefaults.h"
 #include "platform/macos/MacWindowList.h"
+#include "platform/macos/PropertyList.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::test {
@@ -108,7 +108,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
     EXPECT_EQ(mac->events.posted().back().mouse, type);
     EXPECT_EQ(mac->events.posted().back().position, (Point{10.5, 20}));
     EXPECT_EQ(mac->events.posted().back().processIdentifier, 41);
-    events.postToHIDTap(*event);
+    events.postToDesktop(*event);
     EXPECT_EQ(mac->events.posted().back().processIdentifier, std::nullopt);
   }
   using platform::KeyCode;
@@ -124,7 +124,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
 TEST_F(MacSyntheticEventsTest, AnEventOfAnotherBindingIsNotPosted) {
   const auto foreign = mac->events.createMouseEvent(platform::MouseEventType::moved, {});
   events.postToProcess(41, *foreign);
-  events.postToHIDTap(*foreign);
+  events.postToDesktop(*foreign);
   EXPECT_TRUE(mac->events.posted().empty());
 }
 
@@ -195,19 +195,19 @@ TEST_F(MacUserDefaultsTest, ForeignAndMixedValuesAreForeign) {
 
 // ---- Property lists
 
-class MacPropertyListsTest : public MacTest {
+class PropertyListTest : public MacTest {
  protected:
   std::string read(const std::string& text) {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    const auto outcome = macos::MacPropertyLists().readTexts(std::span(bytes, text.size()));
-    if (const auto* error = std::get_if<platform::PropertyListError>(&outcome)) return "error: " + error->description;
+    const auto outcome = macos::readPropertyList(std::span(bytes, text.size()));
+    if (const auto* error = std::get_if<platform::ResourceError>(&outcome)) return "error: " + error->description;
     std::string all;
     for (const auto& [key, value] : std::get<platform::PropertyListTexts>(outcome)) all += key + "=" + value + ";";
     return all;
   }
 };
 
-TEST_F(MacPropertyListsTest, GivesTheTextsOfTheRootAndNothingElse) {
+TEST_F(PropertyListTest, GivesTheTextsOfTheRootAndNothingElse) {
   EXPECT_EQ(
       read("<plist version=\"1.0\"><dict><key>relayURL</key><string>wss://relay</string><key>number</key>"
            "<integer>1</integer><key>pairingID</key><string>team-1</string><key>inner</key><dict/></dict></plist>"),
@@ -215,7 +215,7 @@ TEST_F(MacPropertyListsTest, GivesTheTextsOfTheRootAndNothingElse) {
   EXPECT_EQ(read("<plist version=\"1.0\"><dict/></plist>"), "");
 }
 
-TEST_F(MacPropertyListsTest, SaysWhatIsWrong) {
+TEST_F(PropertyListTest, SaysWhatIsWrong) {
   EXPECT_EQ(read(""), "error: The property list is empty.");
   EXPECT_EQ(read("nothing of the kind"), "error: The words of the system.");
   EXPECT_EQ(read("<plist version=\"1.0\"><array/></plist>"), "error: The property list is no dictionary.");
@@ -260,22 +260,26 @@ TEST_F(MacBundleTest, AProcessOutsideABundleHasNoIdentifier) {
   EXPECT_EQ(bundle.path(), "");
   EXPECT_EQ(bundle.identifier(), std::nullopt);
   EXPECT_EQ(bundle.informationText("SUFeedURL"), std::nullopt);
-  EXPECT_FALSE(bundle.resource("RelayConfig", "plist"));
+  EXPECT_FALSE(bundle.propertyList("RelayConfig"));
 }
 
-TEST_F(MacBundleTest, ReadsItsResources) {
+TEST_F(MacBundleTest, ReadsThePropertyListsThatCameWithIt) {
   const TemporaryFolder folder;
-  std::ofstream(folder.path() + "/RelayConfig.plist") << "content";
-  std::ofstream(folder.path() + "/Large.bin") << std::string(macos::MacBundle::kLargestResource + 1, 'x');
+  std::ofstream(folder.path() + "/RelayConfig.plist")
+      << "<plist version=\"1.0\"><dict><key>relayURL</key><string>wss://relay</string></dict></plist>";
+  std::ofstream(folder.path() + "/Broken.plist") << "<plist version=\"1.0\"><array/></plist>";
+  std::ofstream(folder.path() + "/Large.plist") << std::string(macos::MacBundle::kLargestResource + 1, 'x');
   mac->system.bundle.resources = {{"RelayConfig.plist", folder.path() + "/RelayConfig.plist"},
-                                  {"Large.bin", folder.path() + "/Large.bin"},
-                                  {"Gone.bin", folder.path() + "/Gone.bin"}};
-  const auto content = bundle.resource("RelayConfig", "plist");
+                                  {"Broken.plist", folder.path() + "/Broken.plist"},
+                                  {"Large.plist", folder.path() + "/Large.plist"},
+                                  {"Gone.plist", folder.path() + "/Gone.plist"}};
+  const auto content = bundle.propertyList("RelayConfig");
   ASSERT_TRUE(content);
-  EXPECT_EQ(std::get<0>(*content), (std::vector<std::uint8_t>{'c', 'o', 'n', 't', 'e', 'n', 't'}));
-  EXPECT_FALSE(bundle.resource("Other", "plist"));
-  EXPECT_EQ(std::get<1>(*bundle.resource("Large", "bin")).description, "The file is too large.");
-  EXPECT_FALSE(std::get<1>(*bundle.resource("Gone", "bin")).description.empty());
+  EXPECT_EQ(std::get<0>(*content), (platform::PropertyListTexts{{"relayURL", "wss://relay"}}));
+  EXPECT_FALSE(bundle.propertyList("Other"));
+  EXPECT_EQ(std::get<1>(*bundle.propertyList("Broken")).description, "The property list is no dictionary.");
+  EXPECT_EQ(std::get<1>(*bundle.propertyList("Large")).description, "The file is too large.");
+  EXPECT_FALSE(std::get<1>(*bundle.propertyList("Gone")).description.empty());
 }
 
 TEST_F(MacBundleTest, ApplicationsLieInTwoFolders) {

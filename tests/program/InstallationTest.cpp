@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/storage/PlistReader.h"
 #include "platform/linux/system/InstalledProgram.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "program/Installation.h"
@@ -72,8 +71,7 @@ TEST_F(Installation, InstallsNothingElse) {
 TEST_F(Installation, TheProgramFindsWhatItIs) {
   platform::simulated::SimulatedEnvironment environment;
   environment.set("HOME", home->path());
-  xdg::PlistReader propertyLists;
-  const desktop::InstalledProgram program(bundleFolder() + "/quillard", environment, propertyLists);
+  const desktop::InstalledProgram program(bundleFolder() + "/quillard", environment);
   EXPECT_EQ(program.identifier(), "com.quillard.agent");
   EXPECT_EQ(program.informationText("CFBundleShortVersionString"), QUILLARD_VERSION);
   EXPECT_EQ(program.applicationDirectories().front(), prefix() + "/lib");

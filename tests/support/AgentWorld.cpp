@@ -215,20 +215,19 @@ std::vector<std::string> SimulatedPhone::answers(const std::string& decisionID) 
 AgentWorld::AgentWorld(std::uint64_t seed) : world(Seed{seed}) {
   world.environment().set("QUILLARD_RELAY_URL", "wss://relay.example/ws");
   world.environment().set("QUILLARD_PAIRING_ID", "quillard");
-  world.application().setOnWillTerminate([this] {
-    if (agent) agent->applicationWillTerminate();
-  });
 }
 
 AgentWorld::~AgentWorld() { destroyAgent(); }
 
 void AgentWorld::construct() {
-  world.time().runOnMainThread([&] { agent = std::make_shared<AppDelegate>(world.platform()); });
+  world.time().runOnMainThread(
+      [&] { agent = std::make_shared<AppDelegate>(world.platform(), world.statusWindowViews()); });
 }
 
 void AgentWorld::launch() {
   if (!agent) construct();
-  onMainThread([](AppDelegate& delegate) { delegate.applicationDidFinishLaunching(); });
+  onMainThread([this](AppDelegate&) { world.application().setDelegate(agent); });
+  onMainThread([](AppDelegate&) {});  // After the turn in which the agent launches.
 }
 
 void AgentWorld::launchAndPair() {

@@ -12,7 +12,8 @@ int main(int argc, char** argv) {
   using quillard::platform::LockOutcome;
   const quillard::desktop::ProcessEnvironment environment;
   quillard::desktop::FileLocks locks(environment);
-  switch (locks.acquire(argv[1]).outcome) {
+  const auto lock = locks.acquire(argv[1]);
+  switch (lock.outcome) {
     case LockOutcome::acquired:
       std::puts("acquired");
       break;

@@ -7,21 +7,17 @@
 #include <QtCore/QCoreApplication>
 #include <unistd.h>
 
-#include "platform/qt/QtApplication.h"
-#include "platform/qt/QtExecutors.h"
 #include "platform/qt/TerminationSignals.h"
 
 int main(int argc, char** argv) {
   const QCoreApplication loop(argc, argv);
-  quillard::qt::QtExecutors executors;
-  quillard::qt::QtApplication application(executors.mainThread());
   const bool isStuck = argc > 1 && std::string_view(argv[1]) == "--stuck";
-  application.setOnWillTerminate([isStuck] {
+  const quillard::qt::TerminationSignals termination([isStuck] {
     std::puts("will terminate");
     std::fflush(stdout);
     while (isStuck) ::pause();
+    QCoreApplication::exit(0);
   });
-  const quillard::qt::TerminationSignals termination([&application] { application.terminate(); });
   std::puts("up");
   std::fflush(stdout);
   const int code = QCoreApplication::exec();

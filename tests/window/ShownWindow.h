@@ -30,9 +30,9 @@ inline QPalette desktopPalette(Theme theme) {
 // The status window in one state, on a desktop of one theme.
 class ShownWindow {
  public:
-  explicit ShownWindow(const platform::StatusWindowContent& content, Theme theme = Theme::light, int width = 960) {
+  explicit ShownWindow(const StatusWindowContent& content, Theme theme = Theme::light, int width = 960) {
     QApplication::setPalette(desktopPalette(theme));
-    window = std::make_unique<qt::StatusWindow>(platform::StatusWindowEvents{}, qt::ColorScheme::noPreference);
+    window = std::make_unique<qt::StatusWindow>(StatusWindowEvents{}, qt::ColorScheme::noPreference);
     window->setContent(content);
     takeWidth(width);
     window->comeToFront();

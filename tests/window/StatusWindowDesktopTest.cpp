@@ -9,15 +9,13 @@
 #include <systemd/sd-bus.h>
 
 #include "desktop/PrivateDesktop.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 #include "support/GoldenFile.h"
 #include "window/AccessibleTree.h"
 
 // The window on a real desktop, used through the accessibility interface as a screen reader uses it.
 namespace quillard::test {
 namespace {
-
-using platform::StatusWindowButton;
 
 std::vector<AccessibleNode> buttons(const AccessibleNode& window) {
   return findAll(window,

@@ -41,7 +41,7 @@ TEST_P(StatusWindowPictures, AreAsTheyWereApproved) {
 
 TEST_P(StatusWindowPictures, ShowThePauseMenuUnderItsButton) {
   ShownWindow window{test::statusWindowStates().at(6).content, GetParam()};
-  window->popUpMenu(platform::StatusWindowButton::notificationPauseSecondary,
+  window->popUpMenu(StatusWindowButton::notificationPauseSecondary,
                     {{"Pause for 4 Hours"}, {"Pause until Tomorrow"}, {"Pause Forever"}, {""}, {"Resume Now"}}, {});
   ShownWindow::settle();
   auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());

@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "platform/shell/StatusWindowView.h"
 #include "relay/QRCodeRenderer.h"
 #include "status/MacStatusSnapshot.h"
 #include "status/StatusTexts.h"
 #include "status/StatusWindowContents.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::test {
 
 struct StatusWindowState {
   std::string name;
   MacStatusSnapshot snapshot;
-  platform::StatusWindowContent content;
+  StatusWindowContent content;
 };
 
 // As long as a real pairing code's text.
@@ -84,7 +84,7 @@ inline std::vector<StatusWindowState> statusWindowStates() {
 }
 
 // Words as long as other languages have them, and names without a blank to break at.
-inline platform::StatusWindowContent withLongTexts(platform::StatusWindowContent content) {
+inline StatusWindowContent withLongTexts(StatusWindowContent content) {
   const std::string words = " Benachrichtigungsunterbrechungseinstellungen und Bedienungshilfenberechtigungsverwaltung";
   for (std::string* text : {&content.headline, &content.detail, &content.pillText, &content.pairingTitle,
                             &content.pairingStatus, &content.pairingCaption}) {
@@ -96,11 +96,11 @@ inline platform::StatusWindowContent withLongTexts(platform::StatusWindowContent
     row->title += words;
     row->status += words;
     row->detail += words + words;
-    row->primaryButton = platform::ButtonContent{"Systemeinstellungen für Bedienungshilfen jetzt öffnen"};
-    row->secondaryButton = platform::ButtonContent{"Benachrichtigungsunterbrechungseinstellungen…"};
+    row->primaryButton = ButtonContent{"Systemeinstellungen für Bedienungshilfen jetzt öffnen"};
+    row->secondaryButton = ButtonContent{"Benachrichtigungsunterbrechungseinstellungen…"};
   }
-  content.pairingActionButton = platform::ButtonContent{"Bedienungshilfenberechtigungsverwaltung öffnen"};
-  content.unpairPhoneButton = platform::ButtonContent{"Kopplung mit diesem Telefon vollständig aufheben"};
+  content.pairingActionButton = ButtonContent{"Bedienungshilfenberechtigungsverwaltung öffnen"};
+  content.unpairPhoneButton = ButtonContent{"Kopplung mit diesem Telefon vollständig aufheben"};
   return content;
 }
 

@@ -3,8 +3,8 @@
 #include <QtGui/QPainter>
 #include <gtest/gtest.h>
 
+#include "platform/linux/shell/TrayInk.h"
 #include "platform/qt/window/TemplateImageIcon.h"
-#include "platform/qt/window/TrayInk.h"
 #include "platform/qt/window/WindowPalette.h"
 #include "status/MenuBarIcon.h"
 #include "support/GoldenImage.h"
@@ -104,7 +104,7 @@ double strongestContrast(const qt::IconInk& ink, const QColor& bar) {
 TEST(TrayInk, CanBeSeenOnLightAndDarkBarsOfEveryDesktop) {
   for (const auto theme : {test::Theme::light, test::Theme::dark}) {
     for (const char* desktop : {"KDE", "GNOME", "ubuntu:GNOME", "XFCE", ""}) {
-      const auto ink = qt::trayInk(desktop, test::desktopPalette(theme));
+      const auto ink = desktop::trayInk(desktop, test::desktopPalette(theme));
       for (const QColor& bar : {QColor{Qt::black}, QColor{36, 36, 36}, QColor{235, 235, 235}, QColor{Qt::white}}) {
         EXPECT_GE(strongestContrast(ink, bar), 3.0) << desktop << " " << bar.name().toStdString();
       }
@@ -114,9 +114,9 @@ TEST(TrayInk, CanBeSeenOnLightAndDarkBarsOfEveryDesktop) {
 
 TEST(TrayInk, FollowsTheWindowsWhereTheBarDoes) {
   const auto light = test::desktopPalette(test::Theme::light);
-  EXPECT_LT(qt::trayInk("KDE", light).color.lightness(), 80);
-  EXPECT_GT(qt::trayInk("KDE", test::desktopPalette(test::Theme::dark)).color.lightness(), 200);
-  EXPECT_GT(qt::trayInk("GNOME", light).color.lightness(), 200);
+  EXPECT_LT(desktop::trayInk("KDE", light).color.lightness(), 80);
+  EXPECT_GT(desktop::trayInk("KDE", test::desktopPalette(test::Theme::dark)).color.lightness(), 200);
+  EXPECT_GT(desktop::trayInk("GNOME", light).color.lightness(), 200);
 }
 
 TEST(TrayIcon, IsSharpAtEverySize) {

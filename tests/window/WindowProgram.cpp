@@ -7,7 +7,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QSystemTrayIcon>
 
-#include "platform/qt/window/QtStatusBar.h"
+#include "platform/linux/shell/LinuxStatusBar.h"
 #include "platform/qt/window/QtStatusWindowViews.h"
 #include "status/MenuBarIcon.h"
 #include "window/StatusWindowStates.h"
@@ -23,7 +23,7 @@ void say(const std::string& line) {
   std::fflush(stdout);
 }
 
-platform::StatusWindowContent contentOf(const std::string& name) {
+StatusWindowContent contentOf(const std::string& name) {
   for (const auto& state : test::statusWindowStates()) {
     if (state.name == name) return state.content;
   }
@@ -48,13 +48,12 @@ int main(int argc, char** argv) {
   QApplication::setFont(QFont{"DejaVu Sans", 10});
   const std::string state = argc > 1 ? argv[1] : "";
 
-  std::unique_ptr<platform::StatusWindowView> view;
+  std::unique_ptr<StatusWindowView> view;
   qt::QtStatusWindowViews views;
   view = views.makeStatusWindowView({.onButton =
-                                         [&view](platform::StatusWindowButton button) {
+                                         [&view](StatusWindowButton button) {
                                            say("button " + std::to_string(static_cast<int>(button)));
-                                           if (button != platform::StatusWindowButton::notificationPauseSecondary)
-                                             return;
+                                           if (button != StatusWindowButton::notificationPauseSecondary) return;
                                            view->popUpMenu(
                                                button, {{"Pause for 4 Hours"}, {"Pause Forever"}, {""}, {"Resume Now"}},
                                                [](std::size_t index) { say("choice " + std::to_string(index)); });
@@ -72,7 +71,7 @@ int main(int argc, char** argv) {
     view->show();
   }
 
-  qt::QtStatusBar bar;
+  desktop::LinuxStatusBar bar;
   std::unique_ptr<platform::StatusItem> item;
   QTimer places;
   QPoint place;

@@ -9,8 +9,8 @@ namespace quillard::platform {
 
 enum class MouseEventType { moved, leftMouseDown, leftMouseUp };
 
-// Keys by their meaning; the values are the key codes of a Mac keyboard, which other bindings translate.
-enum class KeyCode : std::uint16_t { returnKey = 36, space = 49, escape = 53 };
+// Keys by their meaning. Each binding knows their numbers on its system.
+enum class KeyCode : std::uint8_t { returnKey, space, escape };
 
 // An event that is made but not posted. Posting may be repeated.
 class SyntheticEvent {
@@ -34,7 +34,7 @@ class SyntheticEvents {
   // To one process, whatever is in front: or the closest that the system offers.
   virtual void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) = 0;
   // Where the hardware's events enter: whatever is in front, or under the point, gets it.
-  virtual void postToHIDTap(const SyntheticEvent& event) = 0;
+  virtual void postToDesktop(const SyntheticEvent& event) = 0;
 };
 
 }  // namespace quillard::platform

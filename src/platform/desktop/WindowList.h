@@ -11,8 +11,8 @@
 
 namespace quillard::platform {
 
-// Which windows to list; the desktop's own elements are in neither. The values are the option bits of the macOS list.
-enum class WindowListOptions : std::uint32_t { onScreenOnly = 17, all = 16 };
+// Which windows to list; the desktop's own elements (its background, its panels) are in neither.
+enum class WindowListOptions : std::uint8_t { onScreenOnly, all };
 
 // One window as the window server knows it, without asking its application. Every member is absent when the system does
 // not give it or gives it in another kind.

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/macos/CFValues.h"
+#include "platform/macos/PropertyList.h"
 
 namespace quillard::macos {
 namespace {
@@ -81,16 +82,18 @@ std::optional<std::string> MacBundle::informationText(std::string_view key) cons
   return textOf(CFBundleGetValueForInfoDictionaryKey(bundle, name.get()));
 }
 
-std::optional<std::variant<Bytes, ResourceError>> MacBundle::resource(std::string_view name,
-                                                                      std::string_view extension) const {
+std::optional<std::variant<platform::PropertyListTexts, ResourceError>> MacBundle::propertyList(
+    std::string_view name) const {
   const CFBundleRef bundle = CFBundleGetMainBundle();
   const auto stem = makeString(name);
-  const auto type = makeString(extension);
+  const auto type = makeString("plist");
   if (!bundle || !stem || !type) return std::nullopt;
   const auto url = CFHandle<CFURLRef>::adopt(CFBundleCopyResourceURL(bundle, stem.get(), type.get(), nullptr));
   const auto path = pathOf(url);
   if (!path) return std::nullopt;
-  return contentOf(*path);
+  auto content = contentOf(*path);
+  if (auto* const error = std::get_if<ResourceError>(&content)) return std::move(*error);
+  return readPropertyList(std::get<Bytes>(content));
 }
 
 std::vector<std::string> MacBundle::applicationDirectories() const {

@@ -15,8 +15,8 @@ class MacBundle final : public platform::Bundle {
   [[nodiscard]] std::string resolvedPath() const override;
   [[nodiscard]] std::optional<std::string> identifier() const override;
   [[nodiscard]] std::optional<std::string> informationText(std::string_view key) const override;
-  [[nodiscard]] std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> resource(
-      std::string_view name, std::string_view extension) const override;
+  [[nodiscard]] std::optional<std::variant<platform::PropertyListTexts, platform::ResourceError>> propertyList(
+      std::string_view name) const override;
   [[nodiscard]] std::vector<std::string> applicationDirectories() const override;
 };
 

@@ -33,6 +33,22 @@ CGEventType systemType(MouseEventType type) {
   }
 }
 
+// The numbers of places on a keyboard of this system, whatever is printed there.
+CGKeyCode systemKey(platform::KeyCode key) {
+  constexpr CGKeyCode kReturn = 36;
+  constexpr CGKeyCode kSpace = 49;
+  constexpr CGKeyCode kEscape = 53;
+  switch (key) {
+    case platform::KeyCode::returnKey:
+      return kReturn;
+    case platform::KeyCode::space:
+      return kSpace;
+    case platform::KeyCode::escape:
+      break;
+  }
+  return kEscape;
+}
+
 // Null for an event of another binding.
 CGEventRef systemEvent(const SyntheticEvent& event) {
   const auto* const own = dynamic_cast<const MacEvent*>(&event);
@@ -53,15 +69,14 @@ std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createMouseEvent(MouseEventT
 
 std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createKeyboardEvent(platform::KeyCode key, bool isDown) {
   if (!source) return nullptr;
-  return madeOf(
-      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), static_cast<CGKeyCode>(key), isDown)));
+  return madeOf(CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), systemKey(key), isDown)));
 }
 
 void MacSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
   if (const CGEventRef made = systemEvent(event)) CGEventPostToPid(processIdentifier, made);
 }
 
-void MacSyntheticEvents::postToHIDTap(const SyntheticEvent& event) {
+void MacSyntheticEvents::postToDesktop(const SyntheticEvent& event) {
   if (const CGEventRef made = systemEvent(event)) CGEventPost(kCGHIDEventTap, made);
 }
 

@@ -19,7 +19,7 @@ class MacSyntheticEvents final : public platform::SyntheticEvents {
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
-  void postToHIDTap(const platform::SyntheticEvent& event) override;
+  void postToDesktop(const platform::SyntheticEvent& event) override;
 
  private:
   const CFHandle<CGEventSourceRef> source;  // Empty when the system gave none: no event can be created.

@@ -52,8 +52,10 @@ bool contains(const Rect& bounds, Point point) {
 }  // namespace
 
 std::vector<WindowListEntry> copyWindowInfo(platform::WindowListOptions options) {
+  constexpr CGWindowListOption kAll = kCGWindowListExcludeDesktopElements;
+  constexpr CGWindowListOption kOnScreenOnly = kCGWindowListOptionOnScreenOnly | kCGWindowListExcludeDesktopElements;
   const auto windows = CFHandle<CFArrayRef>::adopt(
-      CGWindowListCopyWindowInfo(static_cast<CGWindowListOption>(options), kCGNullWindowID));
+      CGWindowListCopyWindowInfo(options == platform::WindowListOptions::all ? kAll : kOnScreenOnly, kCGNullWindowID));
   if (!cfCast<CFArrayRef>(windows.get())) return {};
   std::vector<WindowListEntry> entries;
   for (CFIndex i = 0; i < CFArrayGetCount(windows.get()); ++i) {

@@ -1,6 +1,7 @@
 #include "platform/posix/LockedFile.h"
 
 #include <cerrno>
+#include <memory>
 #include <string>
 
 #include <fcntl.h>
@@ -47,19 +48,18 @@ bool lockWhole(int file) {
 
 }  // namespace
 
-LockResult lockFileIn(int folder, std::string_view name) {
-  if (!isFileName(name)) return {LockOutcome::unavailable, -1};
-  const int file = openFile(folder, name);
-  if (file < 0) return {LockOutcome::unavailable, -1};
-  if (lockWhole(file)) return {LockOutcome::acquired, file};
-  ::close(file);
-  return {LockOutcome::heldElsewhere, -1};
+LockedFile::~LockedFile() {
+  ::flock(itsDescriptor, LOCK_UN);
+  ::close(itsDescriptor);
 }
 
-void unlockFile(std::int32_t descriptor) {
-  if (descriptor < 0) return;
-  ::flock(descriptor, LOCK_UN);
-  ::close(descriptor);
+LockResult lockFileIn(int folder, std::string_view name) {
+  if (!isFileName(name)) return {LockOutcome::unavailable, nullptr};
+  const int file = openFile(folder, name);
+  if (file < 0) return {LockOutcome::unavailable, nullptr};
+  if (lockWhole(file)) return {LockOutcome::acquired, std::make_unique<LockedFile>(file)};
+  ::close(file);
+  return {LockOutcome::heldElsewhere, nullptr};
 }
 
 }  // namespace quillard::desktop

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,6 +8,9 @@
 #include <vector>
 
 namespace quillard::platform {
+
+// What the root dictionary of a property list holds under its keys; values of other kinds than text are left out.
+using PropertyListTexts = std::map<std::string, std::string, std::less<>>;
 
 struct ResourceError {
   std::string description;  // For a diagnostic line.
@@ -26,9 +29,11 @@ class Bundle {
   [[nodiscard]] virtual std::optional<std::string> identifier() const = 0;
   // The text under `key` of the information dictionary. Absent when there is none, or it is no text.
   [[nodiscard]] virtual std::optional<std::string> informationText(std::string_view key) const = 0;
-  // The bytes of a resource that came with the program. Absent when there is no such resource.
-  [[nodiscard]] virtual std::optional<std::variant<std::vector<std::uint8_t>, ResourceError>> resource(
-      std::string_view name, std::string_view extension) const = 0;
+  // The texts of `name`.plist, a resource that came with the program. Absent when there is no such resource; an error
+  // when it cannot be read or is no property list with a dictionary at its root. Each binding reads it with its
+  // system's library, and refuses files that are too large, too deep or unfold to too much before that.
+  [[nodiscard]] virtual std::optional<std::variant<PropertyListTexts, ResourceError>> propertyList(
+      std::string_view name) const = 0;
 
   // The folders in which this system's users install applications, absolute and standardised. The first is the one to
   // show to somebody who has to move the application there.

@@ -7,8 +7,19 @@ namespace quillard::platform::simulated {
 
 SimulatedApplication::SimulatedApplication(Executors& executors) : executors(executors) {}
 
-void SimulatedApplication::setOnWillTerminate(std::function<void()> onWillTerminate) {
-  end->onWillTerminate = std::move(onWillTerminate);
+void SimulatedApplication::setDelegate(std::weak_ptr<ApplicationDelegate> delegate) {
+  life->delegate = std::move(delegate);
+  executors.mainThread().post([life = life] {
+    const auto told = life->delegate.lock();
+    if (told && !life->hasEnded) told->applicationDidFinishLaunching();
+  });
+}
+
+void SimulatedApplication::reopen(bool hasVisibleWindows) {
+  executors.mainThread().post([life = life, hasVisibleWindows] {
+    const auto told = life->delegate.lock();
+    if (told && !life->hasEnded) life->reopenAnswer = told->applicationShouldHandleReopen(hasVisibleWindows);
+  });
 }
 
 bool SimulatedApplication::chooseMenuItem(std::string_view title) {
@@ -35,10 +46,10 @@ void SimulatedApplication::setActivationPolicy(ActivationPolicy newPolicy) {
 }
 
 void SimulatedApplication::terminate() {
-  if (std::exchange(end->isRequested, true)) return;
-  executors.mainThread().post([end = end] {
-    if (end->onWillTerminate) end->onWillTerminate();
-    end->hasCome = true;
+  if (std::exchange(life->isEndRequested, true)) return;
+  executors.mainThread().post([life = life] {
+    if (const auto told = life->delegate.lock()) told->applicationWillTerminate();
+    life->hasEnded = true;
   });
 }
 

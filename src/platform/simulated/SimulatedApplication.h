@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,15 +20,17 @@ class SimulatedApplication final : public Application {
   explicit SimulatedApplication(Executors& executors);
 
   void setProcessIdentifier(std::int32_t identifier) { itsProcessIdentifier = identifier; }
-  // Called once, in the turn after the one in which the end was asked for first.
-  void setOnWillTerminate(std::function<void()> onWillTerminate);
+  // The user starts the application again. What the delegate answers is kept.
+  void reopen(bool hasVisibleWindows = false);
+  // What the delegate answered last. Absent: it was never asked.
+  [[nodiscard]] std::optional<bool> reopenAnswer() const { return life->reopenAnswer; }
 
   [[nodiscard]] ActivationPolicy activationPolicy() const { return policy; }
   // Every policy that was set, oldest first.
   [[nodiscard]] const std::vector<ActivationPolicy>& activationPolicies() const { return policies; }
   [[nodiscard]] int activationCount() const { return activations; }
-  [[nodiscard]] bool isTerminationRequested() const { return end->isRequested; }
-  [[nodiscard]] bool hasTerminated() const { return end->hasCome; }
+  [[nodiscard]] bool isTerminationRequested() const { return life->isEndRequested; }
+  [[nodiscard]] bool hasTerminated() const { return life->hasEnded; }
   [[nodiscard]] int aboutPanelCount() const { return aboutPanels; }
 
   [[nodiscard]] const std::string& menuTitle() const { return itsMenuTitle; }
@@ -37,16 +39,18 @@ class SimulatedApplication final : public Application {
   bool chooseMenuItem(std::string_view title);
 
   [[nodiscard]] std::int32_t processIdentifier() const override { return itsProcessIdentifier; }
+  void setDelegate(std::weak_ptr<ApplicationDelegate> delegate) override;
   void setActivationPolicy(ActivationPolicy policy) override;
   void activateIgnoringOtherApplications() override { ++activations; }
   void terminate() override;
   void setApplicationMenu(const std::string& title, std::vector<ApplicationMenuItem> items) override;
 
  private:
-  struct End {
-    std::function<void()> onWillTerminate;
-    bool isRequested = false;
-    bool hasCome = false;
+  struct Life {
+    std::weak_ptr<ApplicationDelegate> delegate;
+    std::optional<bool> reopenAnswer;
+    bool isEndRequested = false;
+    bool hasEnded = false;
   };
 
   Executors& executors;
@@ -57,7 +61,7 @@ class SimulatedApplication final : public Application {
   int aboutPanels = 0;
   std::string itsMenuTitle;
   std::vector<ApplicationMenuItem> items;
-  std::shared_ptr<End> end = std::make_shared<End>();  // Shared with the turn that brings it.
+  std::shared_ptr<Life> life = std::make_shared<Life>();  // Shared with the turns that are under way.
 };
 
 }  // namespace quillard::platform::simulated

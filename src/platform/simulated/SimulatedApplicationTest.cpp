@@ -1,3 +1,4 @@
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -6,6 +7,7 @@
 
 #include "platform/simulated/SimulatedApplication.h"
 #include "platform/simulated/VirtualTime.h"
+#include "support/RecordingDelegate.h"
 
 namespace quillard::platform::simulated {
 namespace {
@@ -16,23 +18,24 @@ class SimulatedApplicationTest : public testing::Test {
  protected:
   VirtualTime time{Seed{1}};
   SimulatedApplication application{time};
-  std::vector<std::string> told;
+  std::vector<std::string> chosen;
 };
 
-TEST_F(SimulatedApplicationTest, EndsAfterThePresentTurnAndTellsOnce) {
-  application.setOnWillTerminate([this] { told.push_back(application.hasTerminated() ? "late" : "in time"); });
-  time.mainThread().post([this] {
+TEST_F(SimulatedApplicationTest, EndsAfterThePresentTurnAndCallsTheDelegateOnce) {
+  const auto delegate = std::make_shared<test::RecordingDelegate>();
+  application.setDelegate(delegate);
+  time.mainThread().post([&] {
     application.terminate();
     application.terminate();
-    told.emplace_back("the turn goes on");
+    delegate->calls.emplace_back("the turn goes on");
   });
   time.runUntilIdle();
-  EXPECT_THAT(told, ElementsAre("the turn goes on", "in time"));
+  EXPECT_THAT(delegate->calls, ElementsAre("did finish launching", "the turn goes on", "will terminate"));
   EXPECT_TRUE(application.isTerminationRequested());
   EXPECT_TRUE(application.hasTerminated());
   application.terminate();
   time.runUntilIdle();
-  EXPECT_EQ(told.size(), 2U);
+  EXPECT_EQ(delegate->calls.size(), 3U);
 }
 
 TEST_F(SimulatedApplicationTest, RemembersPoliciesAndActivations) {
@@ -48,9 +51,9 @@ TEST_F(SimulatedApplicationTest, OnlyEnabledItemsOfTheNewestMenuCanBeChosen) {
   application.setApplicationMenu("Old", {{.title = "Gone"}});
   application.setApplicationMenu(
       "New", {{.title = "About", .action = ApplicationMenuAction::standardAboutPanel},
-              {.title = "Do", .onChoice = [this] { told.emplace_back("done"); }},
+              {.title = "Do", .onChoice = [this] { chosen.emplace_back("done"); }},
               {.title = ""},
-              {.title = "Not now", .isEnabled = false, .onChoice = [this] { told.emplace_back("wrong"); }},
+              {.title = "Not now", .isEnabled = false, .onChoice = [this] { chosen.emplace_back("wrong"); }},
               {.title = "Quit", .action = ApplicationMenuAction::terminate, .keyEquivalent = "q"}});
   EXPECT_EQ(application.menuTitle(), "New");
   EXPECT_EQ(application.menuItems().size(), 5U);
@@ -59,9 +62,9 @@ TEST_F(SimulatedApplicationTest, OnlyEnabledItemsOfTheNewestMenuCanBeChosen) {
   EXPECT_FALSE(application.chooseMenuItem("Not now"));
   EXPECT_TRUE(application.chooseMenuItem("About"));
   EXPECT_TRUE(application.chooseMenuItem("Do"));
-  EXPECT_TRUE(told.empty()) << "in a later turn";
+  EXPECT_TRUE(chosen.empty()) << "in a later turn";
   time.runUntilIdle();
-  EXPECT_THAT(told, ElementsAre("done"));
+  EXPECT_THAT(chosen, ElementsAre("done"));
   EXPECT_EQ(application.aboutPanelCount(), 1);
   EXPECT_FALSE(application.hasTerminated());
   EXPECT_TRUE(application.chooseMenuItem("Quit"));

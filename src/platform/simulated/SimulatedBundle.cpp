@@ -15,12 +15,8 @@ void SimulatedBundle::setInformationText(std::string_view key, std::string_view 
   information.insert_or_assign(std::string(key), std::string(text));
 }
 
-void SimulatedBundle::setResource(std::string_view fileName, std::string_view text) {
-  resources.insert_or_assign(std::string(fileName), std::vector<std::uint8_t>(text.begin(), text.end()));
-}
-
-void SimulatedBundle::setResource(std::string_view fileName, ResourceError error) {
-  resources.insert_or_assign(std::string(fileName), std::move(error));
+void SimulatedBundle::setPropertyList(std::string_view name, PropertyList list) {
+  propertyLists.insert_or_assign(std::string(name), std::move(list));
 }
 
 std::optional<std::string> SimulatedBundle::informationText(std::string_view key) const {
@@ -29,10 +25,9 @@ std::optional<std::string> SimulatedBundle::informationText(std::string_view key
   return found->second;
 }
 
-std::optional<SimulatedBundle::Resource> SimulatedBundle::resource(std::string_view name,
-                                                                   std::string_view extension) const {
-  const auto found = resources.find(std::string(name) + "." + std::string(extension));
-  if (found == resources.end()) return std::nullopt;
+std::optional<SimulatedBundle::PropertyList> SimulatedBundle::propertyList(std::string_view name) const {
+  const auto found = propertyLists.find(name);
+  if (found == propertyLists.end()) return std::nullopt;
   return found->second;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,24 +13,23 @@
 namespace quillard::platform::simulated {
 
 // An installed program, set up by a test before it runs. At first it lies in the first of the application directories
-// and has neither resources nor information.
+// and has neither property lists nor information.
 class SimulatedBundle final : public Bundle {
  public:
-  using Resource = std::variant<std::vector<std::uint8_t>, ResourceError>;
+  using PropertyList = std::variant<PropertyListTexts, ResourceError>;
 
   void setPath(std::string path);  // The resolved path too.
   void setResolvedPath(std::string path);
   void setIdentifier(std::optional<std::string> identifier);
   void setInformationText(std::string_view key, std::string_view text);
-  // `fileName`: with its extension. Text, or why it cannot be read.
-  void setResource(std::string_view fileName, std::string_view text);
-  void setResource(std::string_view fileName, ResourceError error);
+  // What `propertyList` gives from now on: the texts, or why they cannot be read.
+  void setPropertyList(std::string_view name, PropertyList list);
 
   [[nodiscard]] std::string path() const override { return itsPath; }
   [[nodiscard]] std::string resolvedPath() const override { return itsResolvedPath; }
   [[nodiscard]] std::optional<std::string> identifier() const override { return itsIdentifier; }
   [[nodiscard]] std::optional<std::string> informationText(std::string_view key) const override;
-  [[nodiscard]] std::optional<Resource> resource(std::string_view name, std::string_view extension) const override;
+  [[nodiscard]] std::optional<PropertyList> propertyList(std::string_view name) const override;
   [[nodiscard]] std::vector<std::string> applicationDirectories() const override;
 
  private:
@@ -39,7 +37,7 @@ class SimulatedBundle final : public Bundle {
   std::string itsResolvedPath = itsPath;
   std::optional<std::string> itsIdentifier = "com.quillard.agent";
   std::map<std::string, std::string, std::less<>> information;
-  std::map<std::string, Resource, std::less<>> resources;
+  std::map<std::string, PropertyList, std::less<>> propertyLists;
 };
 
 }  // namespace quillard::platform::simulated

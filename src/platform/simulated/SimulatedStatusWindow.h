@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/process/Executors.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::platform::simulated {
 

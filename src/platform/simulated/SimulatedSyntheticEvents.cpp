@@ -33,7 +33,7 @@ void SimulatedSyntheticEvents::postToProcess(std::int32_t processIdentifier, con
   post(processIdentifier, event);
 }
 
-void SimulatedSyntheticEvents::postToHIDTap(const SyntheticEvent& event) { post(std::nullopt, event); }
+void SimulatedSyntheticEvents::postToDesktop(const SyntheticEvent& event) { post(std::nullopt, event); }
 
 void SimulatedSyntheticEvents::post(std::optional<std::int32_t> processIdentifier, const SyntheticEvent& event) {
   PostedEvent posted = dynamic_cast<const SimulatedEvent&>(event).event;

@@ -52,7 +52,7 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createMouseEvent(MouseEventType type, Point position) override;
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createKeyboardEvent(KeyCode key, bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) override;
-  void postToHIDTap(const SyntheticEvent& event) override;
+  void postToDesktop(const SyntheticEvent& event) override;
 
  private:
   [[nodiscard]] std::unique_ptr<SyntheticEvent> create(const PostedEvent& event);

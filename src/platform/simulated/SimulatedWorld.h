@@ -12,7 +12,6 @@
 #include "platform/simulated/SimulatedHttpSessions.h"
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
-#include "platform/simulated/SimulatedPropertyLists.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedStatusBar.h"
@@ -87,7 +86,6 @@ class SimulatedWorld {
   SimulatedLockFolder simulatedLockFolder;
   SimulatedLockFiles simulatedLockFiles;
   SimulatedLoginService simulatedLoginService;
-  SimulatedPropertyLists simulatedPropertyLists;
   SimulatedSecretStore simulatedSecretStore;
   SimulatedStatusBar simulatedStatusBar;
   SimulatedStatusWindowViews simulatedStatusWindowViews;

@@ -48,7 +48,7 @@ TEST_P(SyntheticEventsContract, AClickWhereTheHardwareEntersPressesWhatIsUnderTh
   ASSERT_TRUE(deny);
   const auto frame = AXHelpers::frame(accessibility(), *deny);
   ASSERT_TRUE(frame);
-  click(*binding, center(*frame), [&](const auto& event) { binding->syntheticEvents().postToHIDTap(event); });
+  click(*binding, center(*frame), [&](const auto& event) { binding->syntheticEvents().postToDesktop(event); });
   EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
   EXPECT_EQ(program->presses(), std::vector<std::string>{"Don't Allow"});
 }

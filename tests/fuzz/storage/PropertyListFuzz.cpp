@@ -3,17 +3,17 @@
 
 #include "foundation/Text.h"
 #include "fuzz/FuzzTarget.h"
-#include "platform/linux/storage/PlistReader.h"
+#include "platform/linux/storage/PropertyList.h"
 
 using namespace quillard;
 using fuzz::require;
 
 // Whatever the bytes are, they are read or refused, twice alike, and what is read is text.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto outcome = xdg::PlistReader().readTexts(std::span(data, size));
-  const auto again = xdg::PlistReader().readTexts(std::span(data, size));
+  const auto outcome = xdg::readPropertyList(std::span(data, size));
+  const auto again = xdg::readPropertyList(std::span(data, size));
   require(outcome.index() == again.index(), "The same bytes are judged alike.");
-  if (const auto* error = std::get_if<platform::PropertyListError>(&outcome)) {
+  if (const auto* error = std::get_if<platform::ResourceError>(&outcome)) {
     require(!error->description.empty(), "A refusal says why.");
     return 0;
   }

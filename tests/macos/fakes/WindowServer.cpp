@@ -1,5 +1,7 @@
 // The window list and synthetic events, over the simulated desktop.
 
+#include <map>
+
 #include "macos/fakes/MacSystem.h"
 
 using namespace quillard::fakes;
@@ -82,12 +84,14 @@ CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CG
 }
 
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown) {
-  return eventObject(source, MacSystem::current().events->createKeyboardEvent(static_cast<KeyCode>(key), isDown),
-                     __func__);
+  // By the numbers of the system's own keyboards.
+  static const std::map<CGKeyCode, KeyCode> keys{{36, KeyCode::returnKey}, {49, KeyCode::space}, {53, KeyCode::escape}};
+  if (!keys.contains(key)) stopForMisuse(__func__, "called for a key that no test needs");
+  return eventObject(source, MacSystem::current().events->createKeyboardEvent(keys.at(key), isDown), __func__);
 }
 
 void CGEventPost(CGEventTapLocation, CGEventRef event) {
-  MacSystem::current().events->postToHIDTap(*checkedAs<__CGEvent>(event, Type::event, __func__).event);
+  MacSystem::current().events->postToDesktop(*checkedAs<__CGEvent>(event, Type::event, __func__).event);
 }
 
 void CGEventPostToPid(pid_t process, CGEventRef event) {

@@ -5,8 +5,8 @@
 
 namespace quillard::desktop {
 
-// Locks on files of the user's own folder for the session (see RuntimeFolder.h). A lock goes with the process, however
-// that ends; programs that the process starts do not inherit it. Files stay behind, empty.
+// Locks on files of the user's own folder for the session (see RuntimeFolder.h). Programs that
+// the process starts do not inherit a lock.
 class FileLocks final : public platform::LockFiles {
  public:
   // `environment` outlives this.
@@ -15,7 +15,6 @@ class FileLocks final : public platform::LockFiles {
   // `fileName` is the name of a file, not a path. Whatever else than a file of this user waits under the name (a link,
   // a pipe, a folder, another user's file), it is left alone, and the lock is unavailable.
   [[nodiscard]] platform::LockResult acquire(std::string_view fileName) override;
-  void release(std::int32_t descriptor) override;
 
  private:
   const platform::Environment& environment;

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "platform/linux/system/FileLocks.h"
+#include "platform/posix/LockedFile.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
@@ -49,7 +50,7 @@ class FileLocksTest : public testing::Test {
   void expectUnavailable() {
     const LockResult result = locks.acquire(kName);
     EXPECT_EQ(result.outcome, LockOutcome::unavailable);
-    EXPECT_LT(result.descriptor, 0);
+    EXPECT_FALSE(result.lock);
   }
   // Another process that tries to lock the file. It may run as another user, and says what came of it.
   [[nodiscard]] ChildProcess::Start holder(std::vector<std::string> prefix = {}) const {
@@ -67,21 +68,21 @@ class FileLocksTest : public testing::Test {
 
 TEST_F(FileLocksTest, MakesAFileOfTheUsersOwnInTheFolderOfTheSession) {
   const mode_t before = ::umask(0);
-  const LockResult lock = locks.acquire(kName);
+  LockResult lock = locks.acquire(kName);
   ::umask(before);
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
-  EXPECT_GE(lock.descriptor, 0);
+  ASSERT_TRUE(lock.lock);
+  const int descriptor = static_cast<const LockedFile&>(*lock.lock).descriptor();
   EXPECT_EQ(modeOf(path()), 0600U);
-  EXPECT_NE(::fcntl(lock.descriptor, F_GETFD) & FD_CLOEXEC, 0);
-  locks.release(lock.descriptor);
-  EXPECT_EQ(::fcntl(lock.descriptor, F_GETFD), -1);  // Closed.
+  EXPECT_NE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
+  lock.lock.reset();
+  EXPECT_EQ(::fcntl(descriptor, F_GETFD), -1);  // Closed.
 }
 
 TEST_F(FileLocksTest, TakesAFileThatAnEarlierRunLeft) {
   std::ofstream(path()) << "";
   const LockResult lock = locks.acquire(kName);
   EXPECT_EQ(lock.outcome, LockOutcome::acquired);
-  locks.release(lock.descriptor);
 }
 
 TEST_F(FileLocksTest, TellsThatAnotherProcessHasTheLock) {
@@ -89,15 +90,15 @@ TEST_F(FileLocksTest, TellsThatAnotherProcessHasTheLock) {
   ASSERT_EQ(other.readLine(), "acquired");
   const LockResult lock = locks.acquire(kName);
   EXPECT_EQ(lock.outcome, LockOutcome::heldElsewhere);
-  EXPECT_LT(lock.descriptor, 0);
+  EXPECT_FALSE(lock.lock);
 }
 
 TEST_F(FileLocksTest, IsHeldAgainstOtherProcessesUntilReleased) {
-  const LockResult lock = locks.acquire(kName);
+  LockResult lock = locks.acquire(kName);
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
   ChildProcess early(holder());
   EXPECT_EQ(early.readLine(), "held elsewhere");
-  locks.release(lock.descriptor);
+  lock.lock.reset();
   ChildProcess late(holder());
   EXPECT_EQ(late.readLine(), "acquired");
 }
@@ -108,7 +109,6 @@ TEST_F(FileLocksTest, TheLockGoesWithAKilledProcess) {
   other.kill();
   const LockResult lock = locks.acquire(kName);
   EXPECT_EQ(lock.outcome, LockOutcome::acquired);
-  locks.release(lock.descriptor);
 }
 
 TEST_F(FileLocksTest, IsNotInheritedByProgramsThatAreStarted) {
@@ -122,7 +122,6 @@ TEST_F(FileLocksTest, IsNotInheritedByProgramsThatAreStarted) {
     std::error_code error;
     EXPECT_NE(fs::read_symlink(entry.path(), error), path());
   }
-  locks.release(lock.descriptor);
 }
 
 TEST_F(FileLocksTest, FollowsNoLinkInItsPlace) {
@@ -164,7 +163,6 @@ TEST_F(FileLocksTest, MakesAFolderOfItsOwnWhereTheSessionHasNone) {
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
   EXPECT_EQ(modeOf(fallbackFolder()), 0700U);
   EXPECT_TRUE(fs::exists(fallbackFolder() + "/" + kName));
-  locks.release(lock.descriptor);
 }
 
 TEST_F(FileLocksTest, DistrustsASessionFolderThatOthersMayEnter) {
@@ -173,7 +171,6 @@ TEST_F(FileLocksTest, DistrustsASessionFolderThatOthersMayEnter) {
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
   EXPECT_FALSE(fs::exists(path()));
   EXPECT_TRUE(fs::exists(fallbackFolder() + "/" + kName));
-  locks.release(lock.descriptor);
 }
 
 TEST_F(FileLocksTest, DistrustsAFallbackFolderThatOthersMayEnterOrThatIsALink) {

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/storage/PropertyList.h"
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/system/SmallFile.h"
 
@@ -23,13 +24,20 @@ std::span<const std::uint8_t> bytesOf(const std::string& text) {
 
 bool isInstalled(const std::string& folder) { return fs::path(folder).extension() == ".app"; }
 
-platform::PropertyListTexts readInformation(const std::string& folder, platform::PropertyLists& propertyLists) {
-  const auto content = readSmallFile(folder + "/Info.plist", kLargestFile);
-  const auto* const bytes = std::get_if<std::string>(&content);
-  if (!bytes) return {};
-  auto texts = propertyLists.readTexts(bytesOf(*bytes));
-  auto* const found = std::get_if<platform::PropertyListTexts>(&texts);
-  return found ? std::move(*found) : platform::PropertyListTexts{};
+// Absent when there is no such file.
+std::optional<std::variant<platform::PropertyListTexts, platform::ResourceError>> readFile(const std::string& path) {
+  const auto content = readSmallFile(path, kLargestFile);
+  if (const auto* const problem = std::get_if<SmallFileProblem>(&content)) {
+    if (problem->isAbsent) return std::nullopt;
+    return platform::ResourceError{problem->description};
+  }
+  return xdg::readPropertyList(bytesOf(std::get<std::string>(content)));
+}
+
+platform::PropertyListTexts readInformation(const std::string& folder) {
+  auto content = readFile(folder + "/Info.plist");
+  auto* const texts = content ? std::get_if<platform::PropertyListTexts>(&*content) : nullptr;
+  return texts ? std::move(*texts) : platform::PropertyListTexts{};
 }
 
 std::string standardized(const std::string& path) {
@@ -58,11 +66,10 @@ bool isPartOfName(std::string_view text) {
 
 }  // namespace
 
-InstalledProgram::InstalledProgram(const std::string& executable, const platform::Environment& environment,
-                                   platform::PropertyLists& propertyLists)
+InstalledProgram::InstalledProgram(const std::string& executable, const platform::Environment& environment)
     : folder(standardized(fs::path(executable).parent_path().string())),
       directories(findApplicationDirectories(environment)) {
-  if (isInstalled(folder)) information = readInformation(folder, propertyLists);
+  if (isInstalled(folder)) information = readInformation(folder);
 }
 
 std::string InstalledProgram::ownExecutable() {
@@ -87,18 +94,10 @@ std::optional<std::string> InstalledProgram::informationText(std::string_view ke
   return found == information.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> InstalledProgram::resource(
-    std::string_view name, std::string_view extension) const {
-  using Resource = std::variant<std::vector<std::uint8_t>, platform::ResourceError>;
-  if (!isPartOfName(name) || !isPartOfName(extension)) return std::nullopt;
-  const auto path = folder + "/Resources/" + std::string(name) + "." + std::string(extension);
-  const auto content = readSmallFile(path, kLargestFile);
-  if (const auto* const problem = std::get_if<SmallFileProblem>(&content)) {
-    if (problem->isAbsent) return std::nullopt;
-    return Resource(platform::ResourceError{problem->description});
-  }
-  const auto bytes = bytesOf(std::get<std::string>(content));
-  return Resource(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+std::optional<std::variant<platform::PropertyListTexts, platform::ResourceError>> InstalledProgram::propertyList(
+    std::string_view name) const {
+  if (!isPartOfName(name)) return std::nullopt;
+  return readFile(folder + "/Resources/" + std::string(name) + ".plist");
 }
 
 }  // namespace quillard::desktop

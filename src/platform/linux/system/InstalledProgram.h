@@ -4,7 +4,6 @@
 
 #include "platform/process/Bundle.h"
 #include "platform/process/Environment.h"
-#include "platform/storage/PropertyLists.h"
 
 namespace quillard::desktop {
 
@@ -21,8 +20,7 @@ namespace quillard::desktop {
 class InstalledProgram final : public platform::Bundle {
  public:
   // Reads the information once. `executable` is the path of the program itself, absolute.
-  InstalledProgram(const std::string& executable, const platform::Environment& environment,
-                   platform::PropertyLists& propertyLists);
+  InstalledProgram(const std::string& executable, const platform::Environment& environment);
 
   // The path of this process's program, links followed. Empty when the system does not tell.
   [[nodiscard]] static std::string ownExecutable();
@@ -32,8 +30,8 @@ class InstalledProgram final : public platform::Bundle {
   [[nodiscard]] std::string resolvedPath() const override;
   [[nodiscard]] std::optional<std::string> identifier() const override;
   [[nodiscard]] std::optional<std::string> informationText(std::string_view key) const override;
-  [[nodiscard]] std::optional<std::variant<std::vector<std::uint8_t>, platform::ResourceError>> resource(
-      std::string_view name, std::string_view extension) const override;
+  [[nodiscard]] std::optional<std::variant<platform::PropertyListTexts, platform::ResourceError>> propertyList(
+      std::string_view name) const override;
   [[nodiscard]] std::vector<std::string> applicationDirectories() const override { return directories; }
 
  private:

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/linux/storage/PlistReader.h"
 #include "platform/linux/system/InstalledProgram.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/TemporaryFolder.h"
@@ -34,15 +33,12 @@ class InstalledProgramTest : public testing::Test {
     std::ofstream(folder + "/Info.plist") << kInformation;
   }
   [[nodiscard]] InstalledProgram program() { return installedIn(folder); }
-  [[nodiscard]] InstalledProgram installedIn(const std::string& place) {
-    return {place + "/quillard", environment, propertyLists};
-  }
+  [[nodiscard]] InstalledProgram installedIn(const std::string& place) { return {place + "/quillard", environment}; }
   void putResource(const std::string& text) const { std::ofstream(folder + "/Resources/RelayConfig.plist") << text; }
 
   const test::TemporaryFolder temporary;
   const std::string folder = temporary.path() + "/.local/lib/Quillard.app";
   platform::simulated::SimulatedEnvironment environment;
-  xdg::PlistReader propertyLists;
 };
 
 TEST_F(InstalledProgramTest, IsTheFolderThatHoldsTheProgram) {
@@ -87,30 +83,34 @@ TEST_F(InstalledProgramTest, ThePathStandsWhereItCannotBeFollowed) {
   EXPECT_EQ(installedIn("/nowhere/Quillard.app").resolvedPath(), "/nowhere/Quillard.app");
 }
 
-TEST_F(InstalledProgramTest, GivesTheBytesOfItsResources) {
-  EXPECT_EQ(program().resource("RelayConfig", "plist"), std::nullopt);
-  putResource("x\ny");
-  const auto found = program().resource("RelayConfig", "plist");
+TEST_F(InstalledProgramTest, ReadsThePropertyListsThatCameWithIt) {
+  EXPECT_EQ(program().propertyList("RelayConfig"), std::nullopt);
+  putResource("<plist version=\"1.0\"><dict><key>relayURL</key><string>wss://relay</string></dict></plist>");
+  const auto found = program().propertyList("RelayConfig");
   ASSERT_TRUE(found.has_value());
-  EXPECT_EQ(std::get<std::vector<std::uint8_t>>(*found), (std::vector<std::uint8_t>{'x', '\n', 'y'}));
+  EXPECT_EQ(std::get<platform::PropertyListTexts>(*found), (platform::PropertyListTexts{{"relayURL", "wss://relay"}}));
 }
 
-TEST_F(InstalledProgramTest, SaysWhyAResourceCannotBeRead) {
+TEST_F(InstalledProgramTest, ReportsWhyAPropertyListCannotBeRead) {
+  const auto descriptionNow = [this] {
+    const auto found = program().propertyList("RelayConfig");
+    return found ? std::get<platform::ResourceError>(*found).description : "absent";
+  };
+  putResource("no list");
+  EXPECT_EQ(descriptionNow(), "The property list is malformed.");
+  putResource("");
+  EXPECT_EQ(descriptionNow(), "The property list is empty.");
   putResource(std::string(300 * 1024, 'x'));
-  auto found = program().resource("RelayConfig", "plist");
-  ASSERT_TRUE(found.has_value());
-  EXPECT_EQ(std::get<platform::ResourceError>(*found).description, "It is too large");
+  EXPECT_EQ(descriptionNow(), "It is too large");
   fs::remove(folder + "/Resources/RelayConfig.plist");
   fs::create_directory(folder + "/Resources/RelayConfig.plist");
-  found = program().resource("RelayConfig", "plist");
-  ASSERT_TRUE(found.has_value());
-  EXPECT_EQ(std::get<platform::ResourceError>(*found).description, "It is not a plain file");
+  EXPECT_EQ(descriptionNow(), "It is not a plain file");
 }
 
-TEST_F(InstalledProgramTest, LooksForResourcesNowhereElse) {
-  EXPECT_EQ(program().resource("../Info", "plist"), std::nullopt);
-  EXPECT_EQ(program().resource("", "plist"), std::nullopt);
-  EXPECT_EQ(program().resource("Info", ""), std::nullopt);
+TEST_F(InstalledProgramTest, ReadsPropertyListsOfNoOtherFolder) {
+  EXPECT_EQ(program().propertyList("../Info"), std::nullopt);
+  EXPECT_EQ(program().propertyList(""), std::nullopt);
+  EXPECT_EQ(program().propertyList(std::string_view("Info\0", 5)), std::nullopt);
 }
 
 TEST_F(InstalledProgramTest, TheUsersOwnFolderIsTheFirstOfThoseForApplications) {
@@ -133,7 +133,7 @@ TEST_F(InstalledProgramTest, AHomeBehindALinkIsKnownByBothNames) {
 
 TEST(OwnExecutable, IsThisProgram) {
   const auto path = InstalledProgram::ownExecutable();
-  EXPECT_EQ(fs::path(path).filename(), "installed_program_test");
+  EXPECT_EQ(fs::path(path).filename(), "linux_test");
   EXPECT_TRUE(fs::path(path).is_absolute());
 }
 

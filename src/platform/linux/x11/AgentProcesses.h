@@ -7,11 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/AgentNames.h"
 #include "platform/linux/x11/ProcessTable.h"
 
 namespace quillard::x11 {
-
-inline constexpr std::string_view kAgentIdentifier = "com.quillard.agent";
 
 // Finds this user's running agents, which have no window most of the time. An agent is a process whose executable is
 // `quillard` in a folder `Quillard.app`, wherever that is, and which was called with options alone: the same executable

@@ -1,12 +1,11 @@
 #include "platform/linux/x11/LinuxWorkspace.h"
 
 #include <algorithm>
-#include <csignal>
 #include <utility>
 
-#include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/linux/system/ProcessHandle.h"
 #include "platform/linux/x11/WindowListing.h"
 
 namespace quillard::x11 {
@@ -17,24 +16,6 @@ using platform::RunningApplication;
 using std::chrono::steady_clock;
 
 constexpr auto kLongestReuse = std::chrono::milliseconds{20};
-
-// An open descriptor keeps the number from meaning another process between the check and the signal.
-class ProcessHandle {
- public:
-  explicit ProcessHandle(std::int32_t process) : descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0U))) {}
-  ~ProcessHandle() {
-    if (descriptor >= 0) ::close(descriptor);
-  }
-  ProcessHandle(const ProcessHandle&) = delete;
-  ProcessHandle& operator=(const ProcessHandle&) = delete;
-
-  [[nodiscard]] bool terminate() const {
-    return descriptor >= 0 && ::syscall(SYS_pidfd_send_signal, descriptor, SIGTERM, nullptr, 0U) == 0;
-  }
-
- private:
-  int descriptor;
-};
 
 bool isOfDesktop(const Window& window) { return window.type == WindowType::desktop || window.type == WindowType::dock; }
 
@@ -101,7 +82,7 @@ bool LinuxWorkspace::unhide(std::int32_t processIdentifier) {
 }
 
 bool LinuxWorkspace::terminate(std::int32_t processIdentifier) {
-  const ProcessHandle handle(processIdentifier);
+  const desktop::ProcessHandle handle(processIdentifier);
   const auto application = runningApplication(processIdentifier);
   if (!application) return false;
   const auto own = windowsOf(processIdentifier, read(sources.windows.snapshot()));

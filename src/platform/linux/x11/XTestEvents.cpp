@@ -149,7 +149,7 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
   postIf(*server, hasKeyboard, *known);
 }
 
-void XTestEvents::postToHIDTap(const SyntheticEvent& event) {
+void XTestEvents::postToDesktop(const SyntheticEvent& event) {
   const auto* const known = dynamic_cast<const Event*>(&event);
   const auto* const server = known ? testableServer() : nullptr;
   if (server != nullptr) post(*server, *known);

@@ -46,7 +46,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
-  void postToHIDTap(const platform::SyntheticEvent& event) override;
+  void postToDesktop(const platform::SyntheticEvent& event) override;
 
  private:
   class Event;

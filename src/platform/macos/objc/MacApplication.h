@@ -1,11 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
-#include "platform/macos/objc/LoopEnd.h"
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
+#include "platform/qt/LoopEnd.h"
 
 namespace quillard::macos {
 
@@ -26,13 +25,10 @@ class MacApplication final : public platform::Application {
   explicit MacApplication(platform::SerialExecutor& mainThread);
   ~MacApplication() override;
 
-  // Called once, before the loop ends, whoever ends it.
-  void setOnWillTerminate(std::function<void()> handler) { loopEnd.setOnWillTerminate(std::move(handler)); }
-  // Called when somebody starts the application that runs already. Set it once the loop runs: until then the system
-  // has a handler of its own, which does not come back. With an empty one nothing happens then.
-  void setOnReopen(std::function<void()> handler);
-
   [[nodiscard]] std::int32_t processIdentifier() const override;
+  // Of reopening the system is asked once the loop runs: until then it has a handler of its own, which does not come
+  // back. Whether windows are visible is not known.
+  void setDelegate(std::weak_ptr<platform::ApplicationDelegate> delegate) override;
   void setActivationPolicy(platform::ActivationPolicy policy) override;
   void activateIgnoringOtherApplications() override;
   void terminate() override { loopEnd.terminate(); }
@@ -41,7 +37,7 @@ class MacApplication final : public platform::Application {
  private:
   struct Cocoa;
 
-  LoopEnd loopEnd;
+  qt::LoopEnd loopEnd;
   const std::unique_ptr<Cocoa> cocoa;
 };
 

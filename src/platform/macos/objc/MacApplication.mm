@@ -97,6 +97,14 @@ struct MacApplication::Cocoa {
     return receiver;
   }
 
+  void observeReopen(platform::Turn onReopen) {
+    reopenReceiver = [[QuillardReceiver alloc] initWithLink:listening.link() turn:std::move(onReopen)];
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:reopenReceiver
+                                                       andSelector:@selector(applicationWasReopened:withReply:)
+                                                     forEventClass:kCoreEvents
+                                                        andEventID:kReopen];
+  }
+
   void forgetReopen() {
     if (!reopenReceiver) return;
     [[NSAppleEventManager sharedAppleEventManager] removeEventHandlerForEventClass:kCoreEvents andEventID:kReopen];
@@ -115,14 +123,14 @@ MacApplication::MacApplication(platform::SerialExecutor& mainThread)
 
 MacApplication::~MacApplication() = default;
 
-void MacApplication::setOnReopen(std::function<void()> handler) {
-  cocoa->forgetReopen();
-  if (!handler) return;
-  cocoa->reopenReceiver = [[QuillardReceiver alloc] initWithLink:cocoa->listening.link() turn:std::move(handler)];
-  [[NSAppleEventManager sharedAppleEventManager] setEventHandler:cocoa->reopenReceiver
-                                                     andSelector:@selector(applicationWasReopened:withReply:)
-                                                   forEventClass:kCoreEvents
-                                                      andEventID:kReopen];
+void MacApplication::setDelegate(std::weak_ptr<platform::ApplicationDelegate> delegate) {
+  loopEnd.setDelegate(delegate);
+  cocoa->listening.link()->post([this, delegate = std::move(delegate)] {
+    cocoa->observeReopen([delegate] {
+      if (const auto told = delegate.lock()) told->applicationShouldHandleReopen(false);
+    });
+    if (const auto told = delegate.lock()) told->applicationDidFinishLaunching();
+  });
 }
 
 std::int32_t MacApplication::processIdentifier() const { return ::getpid(); }

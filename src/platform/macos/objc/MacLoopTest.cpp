@@ -3,73 +3,15 @@
 #include <string>
 #include <vector>
 
-#include <QtCore/QCoreApplication>
 #include <gtest/gtest.h>
 
 #include "platform/macos/objc/EnclosedExecutors.h"
-#include "platform/macos/objc/LoopEnd.h"
 #include "platform/macos/objc/MainThreadLink.h"
-#include "platform/qt/QtExecutors.h"
 
 namespace quillard::macos {
 namespace {
 
 using platform::Turn;
-
-// ---- LoopEnd, on the real loop
-
-class LoopEndTest : public testing::Test {
- protected:
-  // Fails the test instead of hanging it.
-  void SetUp() override {
-    alarm = executors.mainThread().postAfter(Seconds{20}, [] { QCoreApplication::exit(1); });
-  }
-
-  qt::QtExecutors executors;
-  LoopEnd loopEnd{executors.mainThread()};
-  platform::TaskHandle alarm;
-  std::vector<std::string> events;
-};
-
-TEST_F(LoopEndTest, TellsBeforeTheLoopEndsAndAfterThePresentTurn) {
-  loopEnd.setOnWillTerminate([this] { events.emplace_back("will terminate"); });
-  executors.mainThread().post([this] {
-    loopEnd.terminate();
-    events.emplace_back("turn is over");
-  });
-  EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(events, (std::vector<std::string>{"turn is over", "will terminate"}));
-}
-
-TEST_F(LoopEndTest, TellsOnceHoweverOftenItIsAsked) {
-  int told = 0;
-  loopEnd.setOnWillTerminate([&told] { ++told; });
-  executors.mainThread().post([this] {
-    loopEnd.terminate();
-    loopEnd.terminate();
-  });
-  EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(told, 1);
-}
-
-TEST_F(LoopEndTest, TellsWhenTheUserOrTheSystemEndsTheLoop) {
-  int told = 0;
-  loopEnd.setOnWillTerminate([&told] { ++told; });
-  executors.mainThread().post([] { QCoreApplication::quit(); });  // What Qt makes of the system's request.
-  EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(told, 1);
-}
-
-TEST_F(LoopEndTest, SaysNothingWhenItIsGone) {
-  int told = 0;
-  {
-    LoopEnd shortLived(executors.mainThread());
-    shortLived.setOnWillTerminate([&told] { ++told; });
-  }
-  executors.mainThread().post([] { QCoreApplication::quit(); });
-  EXPECT_EQ(QCoreApplication::exec(), 0);
-  EXPECT_EQ(told, 0);
-}
 
 // ---- The link to the main thread, and enclosed turns: over an executor that runs when it is told
 

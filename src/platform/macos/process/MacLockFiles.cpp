@@ -9,12 +9,10 @@ namespace quillard::macos {
 
 platform::LockResult MacLockFiles::acquire(std::string_view fileName) {
   const int opened = folder.empty() ? -1 : ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (opened < 0) return {platform::LockOutcome::unavailable, -1};
-  const auto result = desktop::lockFileIn(opened, fileName);
+  if (opened < 0) return {platform::LockOutcome::unavailable, nullptr};
+  auto result = desktop::lockFileIn(opened, fileName);
   ::close(opened);
   return result;
 }
-
-void MacLockFiles::release(std::int32_t descriptor) { desktop::unlockFile(descriptor); }
 
 }  // namespace quillard::macos

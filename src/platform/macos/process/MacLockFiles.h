@@ -6,9 +6,8 @@
 
 namespace quillard::macos {
 
-// Locks on files of the user's temporary folder, which the system makes for each user and nobody else may enter. A lock
-// goes with the process, however that ends; programs that the process starts do not inherit it. Files stay behind,
-// empty.
+// Locks on files of the user's temporary folder, which the system makes for each user and nobody else may enter.
+// Programs that the process starts do not inherit a lock.
 class MacLockFiles final : public platform::LockFiles {
  public:
   // `folder` is absolute.
@@ -17,7 +16,6 @@ class MacLockFiles final : public platform::LockFiles {
   // `fileName` is the name of a file, not a path. Whatever else than a file of this user waits under the name (a link,
   // a pipe, a folder, another user's file), it is left alone, and the lock is unavailable.
   [[nodiscard]] platform::LockResult acquire(std::string_view fileName) override;
-  void release(std::int32_t descriptor) override;
 
  private:
   const std::string folder;

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "platform/macos/process/MacLockFiles.h"
+#include "platform/posix/LockedFile.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::macos {
@@ -16,28 +17,27 @@ using platform::LockOutcome;
 TEST(MacLockFiles, HoldsALockUntilItIsReleased) {
   const test::TemporaryFolder folder;
   MacLockFiles locks(folder.path());
-  const auto first = locks.acquire("agent.lock");
+  auto first = locks.acquire("agent.lock");
   ASSERT_EQ(first.outcome, LockOutcome::acquired);
-  ASSERT_GE(first.descriptor, 0);
+  ASSERT_TRUE(first.lock);
   // Two descriptors of one process exclude each other as those of two processes do.
   const auto second = locks.acquire("agent.lock");
   EXPECT_EQ(second.outcome, LockOutcome::heldElsewhere);
-  EXPECT_LT(second.descriptor, 0);
-  locks.release(first.descriptor);
-  const auto third = locks.acquire("agent.lock");
-  EXPECT_EQ(third.outcome, LockOutcome::acquired);
-  locks.release(third.descriptor);
+  EXPECT_FALSE(second.lock);
+  first.lock.reset();
+  EXPECT_EQ(locks.acquire("agent.lock").outcome, LockOutcome::acquired);
 }
 
 TEST(MacLockFiles, MakesAFileForItsOwnerAloneThatNoChildInherits) {
   const test::TemporaryFolder folder;
   MacLockFiles locks(folder.path());
   const auto lock = locks.acquire("agent.lock");
+  ASSERT_EQ(lock.outcome, LockOutcome::acquired);
+  const int descriptor = static_cast<const desktop::LockedFile&>(*lock.lock).descriptor();
   struct stat status {};
-  ASSERT_EQ(::fstat(lock.descriptor, &status), 0);
+  ASSERT_EQ(::fstat(descriptor, &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  EXPECT_NE(::fcntl(lock.descriptor, F_GETFD) & FD_CLOEXEC, 0);
-  locks.release(lock.descriptor);
+  EXPECT_NE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
 }
 
 TEST(MacLockFiles, IsUnavailableWhereSomethingElseLies) {

@@ -20,14 +20,14 @@ constexpr double kDisabledStrength = 0.45;
 
 }  // namespace
 
-ActionButton::ActionButton(QWidget* parent, Prominence prominence, platform::StatusWindowButton identity)
+ActionButton::ActionButton(QWidget* parent, Prominence prominence, StatusWindowButton identity)
     : QPushButton(parent), identity(identity), prominence(prominence) {
   setFocusPolicy(Qt::StrongFocus);
   setFont(fontFor(TextStyle::button));
   hide();
 }
 
-void ActionButton::setContent(const std::optional<platform::ButtonContent>& content, const std::string& context) {
+void ActionButton::setContent(const std::optional<ButtonContent>& content, const std::string& context) {
   if (content) {
     title = QString::fromStdString(content->title);
     setText(plainTitle(content->title));

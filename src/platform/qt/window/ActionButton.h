@@ -5,7 +5,7 @@
 
 #include <QtWidgets/QPushButton>
 
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
@@ -17,12 +17,12 @@ class ActionButton final : public QPushButton {
  public:
   static constexpr int kRing = 3;
 
-  ActionButton(QWidget* parent, Prominence prominence, platform::StatusWindowButton identity);
+  ActionButton(QWidget* parent, Prominence prominence, StatusWindowButton identity);
 
-  const platform::StatusWindowButton identity;
+  const StatusWindowButton identity;
 
   // Absent: hidden. `context`: what the button is about, for people who hear it instead of seeing where it stands.
-  void setContent(const std::optional<platform::ButtonContent>& content, const std::string& context);
+  void setContent(const std::optional<ButtonContent>& content, const std::string& context);
   [[nodiscard]] int naturalWidth() const;
   void updateFont();
 

@@ -26,7 +26,7 @@ HeaderView::HeaderView(QWidget* parent)
       detailLabel(new WrappedLabel(this, TextStyle::body, QPalette::PlaceholderText)),
       statePill(new PillView(this)) {}
 
-void HeaderView::setContent(const platform::StatusWindowContent& content) {
+void HeaderView::setContent(const StatusWindowContent& content) {
   titleLabel->setContent(content.title);
   headlineLabel->setContent(content.headline);
   detailLabel->setContent(content.detail);

@@ -2,7 +2,7 @@
 
 #include "platform/qt/window/CardView.h"
 #include "platform/qt/window/PillView.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
@@ -11,7 +11,7 @@ class HeaderView final : public ArrangedView {
  public:
   explicit HeaderView(QWidget* parent);
 
-  void setContent(const platform::StatusWindowContent& content);
+  void setContent(const StatusWindowContent& content);
   void updateAppearance();
 
  protected:

@@ -7,8 +7,6 @@
 namespace quillard::qt {
 namespace {
 
-using platform::StatusWindowButton;
-
 constexpr int kPadding = 20;
 constexpr int kGap = 10;
 constexpr int kCodeGap = 16;
@@ -31,7 +29,7 @@ PairingCard::PairingCard(QWidget* parent)
       unpairPhoneButton(new ActionButton(this, Prominence::secondary, StatusWindowButton::unpairPhone)),
       pairingButtonStack({pairingActionButton, unpairPhoneButton}) {}
 
-void PairingCard::setContent(const platform::StatusWindowContent& content) {
+void PairingCard::setContent(const StatusWindowContent& content) {
   status = content.pairingStatus;
   statusTint = content.pairingStatusTint;
   pairingTitleLabel->setContent(content.pairingTitle);

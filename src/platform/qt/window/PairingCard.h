@@ -3,7 +3,7 @@
 #include "platform/qt/window/CardView.h"
 #include "platform/qt/window/CodeView.h"
 #include "platform/qt/window/PillView.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
@@ -12,7 +12,7 @@ class PairingCard final : public CardView {
  public:
   explicit PairingCard(QWidget* parent);
 
-  void setContent(const platform::StatusWindowContent& content);
+  void setContent(const StatusWindowContent& content);
   void updateAppearance();
 
  protected:
@@ -27,7 +27,7 @@ class PairingCard final : public CardView {
   void showStatus();
 
   std::string status;
-  platform::Tint statusTint;
+  Tint statusTint;
   WrappedLabel* pairingTitleLabel;
   PillView* pairStatusLabel;
   WrappedLabel* pairingDetailLabel;

@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "platform/qt/window/ActionButton.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
 // Pops up a menu 4 points under `anchor`, in the window's colours, and returns at once. `onChoice` comes at most once.
 // The menu is a child of the anchor's window, and goes when it closes.
-void popUpMenu(ActionButton& anchor, const std::vector<platform::MenuItemContent>& items,
+void popUpMenu(ActionButton& anchor, const std::vector<MenuItemContent>& items,
                std::function<void(std::size_t)> onChoice);
 
 }  // namespace quillard::qt

@@ -16,20 +16,19 @@ Bitmap shrunk(const Bitmap& bitmap) {
   return small;
 }
 
-platform::StatusWindowContent withoutLargeImages(const platform::StatusWindowContent& content) {
-  platform::StatusWindowContent kept = content;
+StatusWindowContent withoutLargeImages(const StatusWindowContent& content) {
+  StatusWindowContent kept = content;
   if (content.pairingImage) kept.pairingImage = shrunk(*content.pairingImage);
   return kept;
 }
 
 }  // namespace
 
-std::unique_ptr<platform::StatusWindowView> QtStatusWindowViews::makeStatusWindowView(
-    platform::StatusWindowEvents events) {
+std::unique_ptr<StatusWindowView> QtStatusWindowViews::makeStatusWindowView(StatusWindowEvents events) {
   return std::make_unique<QtStatusWindowView>(std::move(events));
 }
 
-QtStatusWindowView::QtStatusWindowView(platform::StatusWindowEvents events) : events(std::move(events)) {
+QtStatusWindowView::QtStatusWindowView(StatusWindowEvents events) : events(std::move(events)) {
   installAccessibleRoles();
   schemeWatch = DesktopColorScheme::watch([this](ColorScheme chosen) {
     scheme = chosen;
@@ -39,7 +38,7 @@ QtStatusWindowView::QtStatusWindowView(platform::StatusWindowEvents events) : ev
 
 QtStatusWindowView::~QtStatusWindowView() { delete window; }
 
-void QtStatusWindowView::setContent(const platform::StatusWindowContent& content) {
+void QtStatusWindowView::setContent(const StatusWindowContent& content) {
   auto next = withoutLargeImages(content);
   if (next == shownContent) return;  // Most refreshes bring nothing new.
   shownContent = std::move(next);
@@ -48,7 +47,7 @@ void QtStatusWindowView::setContent(const platform::StatusWindowContent& content
 
 StatusWindow& QtStatusWindowView::openWindow() {
   if (window) return *window;
-  platform::StatusWindowEvents own = events;
+  StatusWindowEvents own = events;
   own.onWillClose = [this] {
     letGoOfWindow();
     if (events.onWillClose) events.onWillClose();
@@ -84,8 +83,7 @@ void QtStatusWindowView::updateAppearance() {
   if (window) window->updateAppearance();
 }
 
-void QtStatusWindowView::popUpMenu(platform::StatusWindowButton button,
-                                   const std::vector<platform::MenuItemContent>& items,
+void QtStatusWindowView::popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                                    std::function<void(std::size_t)> onChoice) {
   if (window) window->popUpMenu(button, items, std::move(onChoice));
 }

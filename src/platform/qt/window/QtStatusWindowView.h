@@ -4,32 +4,32 @@
 #include <QtCore/QRect>
 
 #include "platform/qt/window/StatusWindow.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
 // The agent's window exists only while it is on screen, since its picture alone takes more memory than the rest of the
 // agent's state: hidden, this remembers what it would show, and where.
-class QtStatusWindowView final : public platform::StatusWindowView {
+class QtStatusWindowView final : public StatusWindowView {
  public:
-  explicit QtStatusWindowView(platform::StatusWindowEvents events);
+  explicit QtStatusWindowView(StatusWindowEvents events);
   ~QtStatusWindowView() override;
 
-  void setContent(const platform::StatusWindowContent& content) override;
+  void setContent(const StatusWindowContent& content) override;
   void fitToScreen() override;
   void show() override;
   void close() override;
   [[nodiscard]] bool isVisible() const override;
   void updateAppearance() override;
-  void popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,
+  void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                  std::function<void(std::size_t)> onChoice) override;
 
  private:
   StatusWindow& openWindow();
   void letGoOfWindow();
 
-  const platform::StatusWindowEvents events;
-  platform::StatusWindowContent shownContent;
+  const StatusWindowEvents events;
+  StatusWindowContent shownContent;
   QRect lastGeometry;  // Invalid: never shown.
   ColorScheme scheme = ColorScheme::noPreference;
   StatusWindow* window = nullptr;

@@ -11,9 +11,6 @@
 namespace quillard::qt {
 namespace {
 
-using platform::ButtonContent;
-using platform::StatusWindowButton;
-
 constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::unpairPhone,
                                  StatusWindowButton::installLocationPrimary,
@@ -27,7 +24,7 @@ constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::notificationPausePrimary,
                                  StatusWindowButton::notificationPauseSecondary};
 
-platform::StatusRowContent row(const std::string& title) {
+StatusRowContent row(const std::string& title) {
   return {.symbol = "bell",
           .tint = {},
           .title = title,
@@ -37,19 +34,19 @@ platform::StatusRowContent row(const std::string& title) {
           .secondaryButton = ButtonContent{title + " secondary"}};
 }
 
-platform::StatusWindowContent fullContent() {
-  platform::StatusWindowContent content{.title = "Quillard",
-                                        .headline = "All OK",
-                                        .detail = "All is well.",
-                                        .pillText = "All OK",
-                                        .pairingTitle = "Pairing",
-                                        .pairingDetail = "A phone.",
-                                        .pairingStatus = "Paired",
-                                        .placeholderSymbol = "qrcode",
-                                        .placeholderDescription = "No code",
-                                        .pairingCaption = "Scan it.",
-                                        .pairingActionButton = ButtonContent{"Pair"},
-                                        .unpairPhoneButton = ButtonContent{"Unpair"}};
+StatusWindowContent fullContent() {
+  StatusWindowContent content{.title = "Quillard",
+                              .headline = "All OK",
+                              .detail = "All is well.",
+                              .pillText = "All OK",
+                              .pairingTitle = "Pairing",
+                              .pairingDetail = "A phone.",
+                              .pairingStatus = "Paired",
+                              .placeholderSymbol = "qrcode",
+                              .placeholderDescription = "No code",
+                              .pairingCaption = "Scan it.",
+                              .pairingActionButton = ButtonContent{"Pair"},
+                              .unpairPhoneButton = ButtonContent{"Unpair"}};
   content.installLocation = row("Location");
   content.accessibility = row("Accessibility");
   content.loginItem = row("Login");
@@ -97,14 +94,14 @@ class QtStatusWindowViewTest : public testing::Test {
                                                        .onAppearanceChange = [this] { ++appearanceChanges; }});
   }
 
-  void show(const platform::StatusWindowContent& content = fullContent()) {
+  void show(const StatusWindowContent& content = fullContent()) {
     view->setContent(content);
     view->fitToScreen();
     view->show();
     settle();
   }
 
-  std::unique_ptr<platform::StatusWindowView> view;
+  std::unique_ptr<StatusWindowView> view;
   std::vector<StatusWindowButton> pressed;
   int closes = 0;
   int appearanceChanges = 0;

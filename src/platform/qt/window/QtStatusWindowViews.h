@@ -1,14 +1,13 @@
 #pragma once
 
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
 // Windows made of Qt's widgets; the application object must be a QApplication, and outlive them.
-class QtStatusWindowViews final : public platform::StatusWindowViews {
+class QtStatusWindowViews final : public StatusWindowViews {
  public:
-  [[nodiscard]] std::unique_ptr<platform::StatusWindowView> makeStatusWindowView(
-      platform::StatusWindowEvents events) override;
+  [[nodiscard]] std::unique_ptr<StatusWindowView> makeStatusWindowView(StatusWindowEvents events) override;
 };
 
 }  // namespace quillard::qt

@@ -7,8 +7,6 @@
 namespace quillard::qt {
 namespace {
 
-using platform::StatusWindowButton;
-
 constexpr int kMargin = 28;
 constexpr int kNarrowMargin = 16;
 constexpr int kNarrow = 480;
@@ -45,7 +43,7 @@ std::array<StatusRowCard*, 5> StatusPage::rows() const {
   return {installLocationRow, accessibilityRow, loginItemRow, updateRow, notificationPauseRow};
 }
 
-void StatusPage::setContent(const platform::StatusWindowContent& content) {
+void StatusPage::setContent(const StatusWindowContent& content) {
   header->setContent(content);
   pairingCard->setContent(content);
   installLocationRow->setContent(content.installLocation);

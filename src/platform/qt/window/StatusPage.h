@@ -5,7 +5,7 @@
 #include "platform/qt/window/HeaderView.h"
 #include "platform/qt/window/PairingCard.h"
 #include "platform/qt/window/StatusRowCard.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
@@ -17,7 +17,7 @@ class StatusPage final : public QWidget {
 
   explicit StatusPage(QWidget* parent);
 
-  void setContent(const platform::StatusWindowContent& content);
+  void setContent(const StatusWindowContent& content);
   // Colours and fonts may have changed.
   void updateAppearance();
 

@@ -27,8 +27,7 @@ constexpr int kLeastTextWidth = 190;
 
 }  // namespace
 
-StatusRowCard::StatusRowCard(QWidget* parent, platform::StatusWindowButton primary,
-                             platform::StatusWindowButton secondary)
+StatusRowCard::StatusRowCard(QWidget* parent, StatusWindowButton primary, StatusWindowButton secondary)
     : CardView(parent),
       titleLabel(new WrappedLabel(this, TextStyle::rowTitle)),
       statusLabel(new WrappedLabel(this, TextStyle::button)),
@@ -37,7 +36,7 @@ StatusRowCard::StatusRowCard(QWidget* parent, platform::StatusWindowButton prima
       secondaryButton(new ActionButton(this, Prominence::secondary, secondary)),
       actions({primaryButton, secondaryButton}) {}
 
-void StatusRowCard::setContent(const platform::StatusRowContent& content) {
+void StatusRowCard::setContent(const StatusRowContent& content) {
   symbol = content.symbol;
   tint = content.tint;
   titleLabel->setContent(content.title);

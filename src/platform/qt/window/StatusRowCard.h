@@ -2,16 +2,16 @@
 
 #include "platform/qt/window/CardView.h"
 #include "platform/qt/window/WrappedLabel.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
 // One setting: a symbol, what it is called, how it stands, what that means, and what one can do about it.
 class StatusRowCard final : public CardView {
  public:
-  StatusRowCard(QWidget* parent, platform::StatusWindowButton primary, platform::StatusWindowButton secondary);
+  StatusRowCard(QWidget* parent, StatusWindowButton primary, StatusWindowButton secondary);
 
-  void setContent(const platform::StatusRowContent& content);
+  void setContent(const StatusRowContent& content);
   void updateAppearance();
 
  protected:
@@ -24,7 +24,7 @@ class StatusRowCard final : public CardView {
   int arrangeStatus(QPoint topLeft, int width, Placing placing);
 
   std::string symbol;
-  platform::Tint tint;
+  Tint tint;
   QRect symbolTile;
   QRect statusDot;
   WrappedLabel* titleLabel;

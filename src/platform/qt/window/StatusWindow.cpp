@@ -23,7 +23,7 @@ constexpr QMargins kExpectedFrame{2, 34, 2, 4};
 
 }  // namespace
 
-StatusWindow::StatusWindow(platform::StatusWindowEvents events, ColorScheme scheme)
+StatusWindow::StatusWindow(StatusWindowEvents events, ColorScheme scheme)
     : events(std::move(events)), scheme(scheme), scrollView(new QScrollArea(this)), page(new StatusPage(nullptr)) {
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowIcon(brandIcon());
@@ -55,7 +55,7 @@ void StatusWindow::keepFocusInView() {
   });
 }
 
-void StatusWindow::setContent(const platform::StatusWindowContent& content) {
+void StatusWindow::setContent(const StatusWindowContent& content) {
   setWindowTitle(QString::fromStdString(content.title));
   const int position = scrollView->verticalScrollBar()->value();
   page->setContent(content);
@@ -120,12 +120,12 @@ void StatusWindow::setColorScheme(ColorScheme chosen) {
   noticeAppearance();
 }
 
-void StatusWindow::popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,
+void StatusWindow::popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                              std::function<void(std::size_t)> onChoice) {
   if (auto* anchor = buttonFor(button)) qt::popUpMenu(*anchor, items, std::move(onChoice));
 }
 
-ActionButton* StatusWindow::buttonFor(platform::StatusWindowButton identity) const {
+ActionButton* StatusWindow::buttonFor(StatusWindowButton identity) const {
   for (auto* button : page->findChildren<QPushButton*>()) {
     auto* action = dynamic_cast<ActionButton*>(button);
     if (action && action->identity == identity) return action;

@@ -8,16 +8,16 @@
 
 #include "platform/qt/window/DesktopColorScheme.h"
 #include "platform/qt/window/StatusPage.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
 
 // The window itself: the page, a scroll bar where the screen is too small for it, and the keyboard.
 class StatusWindow final : public QWidget {
  public:
-  StatusWindow(platform::StatusWindowEvents events, ColorScheme scheme);
+  StatusWindow(StatusWindowEvents events, ColorScheme scheme);
 
-  void setContent(const platform::StatusWindowContent& content);
+  void setContent(const StatusWindowContent& content);
   // The user's choice for the desktop; told like any change of appearance.
   void setColorScheme(ColorScheme chosen);
   // The size that shows all, or as much of it as the screen holds.
@@ -25,7 +25,7 @@ class StatusWindow final : public QWidget {
   void fitToScreen();
   void comeToFront();
   void updateAppearance();
-  void popUpMenu(platform::StatusWindowButton button, const std::vector<platform::MenuItemContent>& items,
+  void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                  std::function<void(std::size_t)> onChoice);
 
  protected:
@@ -40,9 +40,9 @@ class StatusWindow final : public QWidget {
   void keepFocusInView();
   void noticeAppearance();
   [[nodiscard]] QRect screenRoom() const;
-  [[nodiscard]] ActionButton* buttonFor(platform::StatusWindowButton identity) const;
+  [[nodiscard]] ActionButton* buttonFor(StatusWindowButton identity) const;
 
-  const platform::StatusWindowEvents events;
+  const StatusWindowEvents events;
   ColorScheme scheme;
   QScrollArea* scrollView;
   StatusPage* page;

@@ -109,7 +109,7 @@ QColor toQColor(const Color& color) {
   return QColor::fromRgbF(part(color.red), part(color.green), part(color.blue), part(color.alpha));
 }
 
-QColor toQColor(const platform::Tint& tint, const QPalette& palette) {
+QColor toQColor(const Tint& tint, const QPalette& palette) {
   return tint.color ? toQColor(*tint.color) : palette.color(QPalette::PlaceholderText);
 }
 

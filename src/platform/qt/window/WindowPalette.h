@@ -4,7 +4,7 @@
 #include <QtGui/QPalette>
 
 #include "platform/qt/window/DesktopColorScheme.h"
-#include "platform/shell/StatusWindowView.h"
+#include "status/view/StatusWindowView.h"
 #include "values/Images.h"
 
 namespace quillard::qt {
@@ -21,7 +21,7 @@ namespace quillard::qt {
 
 [[nodiscard]] QColor toQColor(const Color& color);
 // The tint's colour, or that of secondary text.
-[[nodiscard]] QColor toQColor(const platform::Tint& tint, const QPalette& palette);
+[[nodiscard]] QColor toQColor(const Tint& tint, const QPalette& palette);
 
 // `share` of `over` laid on `under`, opaque.
 [[nodiscard]] QColor mixed(const QColor& under, const QColor& over, double share);

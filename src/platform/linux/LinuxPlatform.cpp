@@ -1,0 +1,144 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include <QtCore/QtGlobal>
+#include <unistd.h>
+
+#include "platform/linux/storage/SessionBusAddress.h"
+#include "platform/linux/storage/XdgFolders.h"
+#include "platform/linux/system/DetachedProgram.h"
+#include "platform/linux/system/LinuxRunningAgents.h"
+
+namespace quillard::desktop {
+namespace {
+
+// Of a user without a home: nothing can be made there, so that settings of this run stay in memory.
+constexpr const char* kNowhere = "/dev/null/quillard";
+
+// An agent that ends sends a close message to its relay first.
+constexpr Seconds kOtherAgentsTimeout{5};
+
+bool isXSession(const platform::Environment& environment) {
+  return environment.value("WAYLAND_DISPLAY").value_or("").empty() &&
+         environment.value("XDG_SESSION_TYPE") != "wayland";
+}
+
+atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environment& environment) {
+  return {.sessionBusAddress = xdg::sessionBusAddress(environment),
+          .ownProcessIdentifier = static_cast<std::int32_t>(::getpid()),
+          .isXSession = isXSession(environment)};
+}
+
+}  // namespace
+
+LinuxPlatform::LinuxPlatform(int consoleDescriptor)
+    : console(consoleDescriptor),
+      bundle(InstalledProgram::ownExecutable(), environment),
+      lockFiles(environment),
+      loginService(environment, InstalledProgram::ownExecutable()),
+      notifications(environment, executors.mainThread()),
+      secretStore(environment, xdg::dataFolder(environment).value_or(kNowhere)),
+      userDefaults(xdg::configurationFolder(environment).value_or(kNowhere), executors, console),
+      windows(environment.value("DISPLAY")),
+      watch(environment.value("DISPLAY"), windows, executors.mainThread()),
+      accessibility(accessibilityOptions(environment), windows, executors),
+      accessibleProcesses(
+          accessibility, [this] { return accessibility.busAddress(); }, executors.mainThread()),
+      desktopEntries(environment),
+      programs(processes, desktopEntries),
+      capabilities(accessibility, windows, isXSession(environment),
+                   [this](std::int32_t process) -> std::optional<std::string> {
+                     const auto program = programs.program(process, "");
+                     return program ? std::optional(program->name) : std::nullopt;
+                   }),
+      opener(openerActions()),
+      workspace({windows, watch, accessibleProcesses, processes, programs, opener}),
+      windowList(windows, programs, watch, accessibleProcesses, executors.mainThread()),
+      syntheticEvents(environment.value("DISPLAY"), windows),
+      application(executors.mainThread(), statusBar),
+      settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
+
+std::optional<std::string> LinuxPlatform::prepareWindows() {
+  const ProcessEnvironment environment;
+  const auto chosen = environment.value("QT_QPA_PLATFORM");
+  if (chosen && !chosen->starts_with("xcb")) return std::nullopt;
+  if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) {
+    qputenv("QT_QPA_PLATFORM", "xcb");
+  } else if (environment.value("WAYLAND_DISPLAY")) {
+    qputenv("QT_QPA_PLATFORM", "wayland;offscreen");
+  } else {
+    return "There is no X server, or it does not answer. DISPLAY says where it is.";
+  }
+  return std::nullopt;
+}
+
+platform::Platform LinuxPlatform::platform() {
+  return {.accessibility = accessibility,
+          .application = application,
+          .bundle = bundle,
+          .calendar = calendar,
+          .capabilities = capabilities,
+          .clock = clock,
+          .console = console,
+          .environment = environment,
+          .executors = executors,
+          .httpSessions = httpSessions,
+          .lockFiles = lockFiles,
+          .loginService = loginService,
+          .random = random,
+          .secretStore = secretStore,
+          .statusBar = statusBar,
+          .syntheticEvents = syntheticEvents,
+          .updateService = updateService,
+          .userDefaults = userDefaults,
+          .userNotifications = notifications,
+          .webSockets = webSockets,
+          .windowList = windowList,
+          .workspace = workspace};
+}
+
+void LinuxPlatform::prepareForAgent() {
+  endRunningAgents(processes, environment, kOtherAgentsTimeout);
+  const auto limitation = capabilities.limitation(platform::DesktopCapability::windowList);
+  if (limitation && !limitation->isPartial) console.writeLine(limitation->reason);
+}
+
+OpenerActions LinuxPlatform::openerActions() {
+  return {.start = startDetached,
+          .openAccessibilitySettings = [this] { return openAccessibilitySettings(); },
+          .openLoginItems = [this] { return openLoginItems(); }};
+}
+
+// Desktops have no page where a program is let in; they have a switch for all.
+bool LinuxPlatform::openAccessibilitySettings() {
+  if (!xdg::sessionBusAddress(environment)) return false;
+  settingsQueue->post([this] {
+    const auto outcome = accessibility.switchOn();
+    executors.mainThread().post([this, outcome] { announceAccessibility(outcome); });
+  });
+  return true;
+}
+
+void LinuxPlatform::announceAccessibility(atspi::SwitchOnOutcome outcome) {
+  const std::string text = outcome == atspi::SwitchOnOutcome::failed
+                               ? "Accessibility cannot be switched on: is at-spi2-core installed?"
+                               : "Accessibility is on. Programs that were running before may have to be started anew "
+                                 "before their prompts are seen.";
+  console.writeLine(text);
+  notifications.post({.identifier = "accessibility", .title = "Quillard", .body = text, .playsDefaultSound = false});
+}
+
+bool LinuxPlatform::openLoginItems() {
+  const auto candidates = loginItemPrograms(environment.value("XDG_CURRENT_DESKTOP").value_or(""));
+  if (std::any_of(candidates.begin(), candidates.end(), startDetached)) return true;
+  const auto& folder = loginService.autostartFolder();
+  if (!folder) return false;
+  std::error_code error;
+  std::filesystem::create_directories(*folder, error);
+  return opener.openFolder(*folder);
+}
+
+}  // namespace quillard::desktop

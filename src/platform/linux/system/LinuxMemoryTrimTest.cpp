@@ -1,0 +1,71 @@
+#include <cstddef>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/system/LinuxMemoryTrim.h"
+
+namespace quillard::desktop {
+namespace {
+
+// In kilobytes, of this process: "RssAnon", "RssFile".
+long sizeOf(const std::string& kind) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    std::istringstream words(line);
+    std::string name;
+    long kilobytes = 0;
+    words >> name >> kilobytes;
+    if (name == kind + ":") return kilobytes;
+  }
+  ADD_FAILURE() << kind;
+  return 0;
+}
+
+std::string written = "before";
+
+struct Shape {
+  virtual ~Shape() = default;
+  [[nodiscard]] virtual int corners() const = 0;
+};
+struct Square : Shape {
+  [[nodiscard]] int corners() const override { return 4; }
+};
+
+TEST(LinuxMemoryTrim, LetsGoOfPagesThatAreOnTheDiskAnyway) {
+  const long before = sizeOf("RssFile");
+  trimMemory();
+  EXPECT_LT(sizeOf("RssFile"), before * 3 / 4);
+}
+
+TEST(LinuxMemoryTrim, KeepsEverythingThatWasWrittenOrRelocated) {
+  const std::unique_ptr<Shape> shape = std::make_unique<Square>();
+  written = "a text that was written to the program's own data";
+  trimMemory();
+  EXPECT_EQ(written, "a text that was written to the program's own data");
+  EXPECT_EQ(shape->corners(), 4);
+  EXPECT_THROW(static_cast<void>(std::vector<int>{}.at(1)), std::out_of_range) << "The tables of unwinding are read.";
+}
+
+TEST(LinuxMemoryTrim, GivesFreeHeapBack) {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
+#endif
+#endif
+  constexpr std::size_t kBlocks = 16 * 1024;
+  constexpr std::size_t kBlockSize = 1024;  // Small ones come from the heap that grows, and are not unmapped alone.
+  std::vector<std::unique_ptr<std::vector<char>>> blocks;
+  for (std::size_t i = 0; i < kBlocks; ++i) blocks.push_back(std::make_unique<std::vector<char>>(kBlockSize, 'x'));
+  blocks.erase(blocks.begin(), blocks.end() - 1);  // The last one keeps the heap from shrinking by itself.
+  const long before = sizeOf("RssAnon");
+  trimMemory();
+  EXPECT_LT(sizeOf("RssAnon"), before - 8 * 1024);
+}
+
+}  // namespace
+}  // namespace quillard::desktop

@@ -1,0 +1,74 @@
+#include "platform/macos/MacPlatform.h"
+
+#import <AppKit/AppKit.h>
+
+#include "platform/macos/objc/AutoreleasePool.h"
+#include "platform/macos/objc/Text.h"
+
+namespace quillard::macos {
+namespace {
+
+// The one that the system makes for each user. Empty when it tells of none: then there is no lock.
+std::string temporaryFolder() {
+  @autoreleasepool {
+    return textFrom(NSTemporaryDirectory()).value_or("");
+  }
+}
+
+// The system's own copy, which any thread may read.
+bool hasFocus() {
+  @autoreleasepool {
+    return static_cast<bool>(NSRunningApplication.currentApplication.active);
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> MacPlatform::prepareWindows() {
+  MacApplication::keepQtFromTakingTheFocus();
+  return std::nullopt;
+}
+
+MacPlatform::MacPlatform(int consoleDescriptor)
+    : console(consoleDescriptor),
+      executors(threads, runInAutoreleasePool),
+      lockFiles(temporaryFolder()),
+      notifications(executors.mainThread()),
+      accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
+      accessibility(AXCalls(accessibilityQueue.get(), hasFocus), executors),
+      workspace(executors.mainThread()),
+      windowList(workspace),
+      application(executors.mainThread()),
+      statusBar(executors.mainThread()) {}
+
+platform::Platform MacPlatform::platform() {
+  return {.accessibility = accessibility,
+          .application = application,
+          .bundle = bundle,
+          .calendar = calendar,
+          .capabilities = capabilities,
+          .clock = clock,
+          .console = console,
+          .environment = environment,
+          .executors = executors,
+          .httpSessions = httpSessions,
+          .lockFiles = lockFiles,
+          .loginService = loginService,
+          .random = random,
+          .secretStore = secretStore,
+          .statusBar = statusBar,
+          .syntheticEvents = syntheticEvents,
+          .updateService = updateService,
+          .userDefaults = userDefaults,
+          .userNotifications = notifications,
+          .webSockets = webSockets,
+          .windowList = windowList,
+          .workspace = workspace};
+}
+
+void MacPlatform::prepareForAgent() {
+  work.emplace();
+  application.setActivationPolicy(platform::ActivationPolicy::accessory);
+}
+
+}  // namespace quillard::macos

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "values/Images.h"
+
+namespace quillard {
+
+// Everything that the status window shows, as values: the view draws it and decides nothing.
+enum class StatusWindowButton {
+  pairingAction,
+  unpairPhone,
+  installLocationPrimary,
+  installLocationSecondary,
+  accessibilityPrimary,
+  accessibilitySecondary,
+  loginItemPrimary,
+  loginItemSecondary,
+  updatePrimary,
+  updateSecondary,
+  notificationPausePrimary,
+  notificationPauseSecondary,
+};
+
+struct ButtonContent {
+  std::string title;
+  bool isEnabled = true;
+  bool operator==(const ButtonContent&) const = default;
+};
+
+// How a text or mark is coloured: by a fixed colour, or as the system colours secondary labels.
+struct Tint {
+  std::optional<Color> color;  // Absent: the system's secondary label colour.
+  bool operator==(const Tint&) const = default;
+};
+
+struct StatusRowContent {
+  std::string symbol;  // The name of a symbol that the view can draw.
+  Tint tint;           // Of the symbol and the status dot.
+  std::string title;
+  std::string status;
+  std::string detail;
+  std::optional<ButtonContent> primaryButton;    // Absent: not shown.
+  std::optional<ButtonContent> secondaryButton;  // Absent: not shown.
+  bool operator==(const StatusRowContent&) const = default;
+};
+
+struct StatusWindowContent {
+  std::string title;
+  std::string headline;
+  std::string detail;
+  std::string pillText;
+  Color pillColor;
+  std::string pairingTitle;
+  std::string pairingDetail;
+  std::string pairingStatus;
+  Tint pairingStatusTint;
+  std::optional<Bitmap> pairingImage;  // Absent: the symbol of that name and description stands in its place.
+  std::string placeholderSymbol;
+  std::string placeholderDescription;
+  std::string pairingCaption;
+  std::optional<ButtonContent> pairingActionButton;
+  std::optional<ButtonContent> unpairPhoneButton;
+  StatusRowContent installLocation;
+  StatusRowContent accessibility;
+  StatusRowContent loginItem;
+  StatusRowContent update;
+  StatusRowContent notificationPause;
+  bool operator==(const StatusWindowContent&) const = default;
+};
+
+struct MenuItemContent {
+  std::string title;  // Empty: a separator.
+  bool isEnabled = true;
+  bool operator==(const MenuItemContent&) const = default;
+};
+
+struct StatusWindowEvents {
+  std::function<void(StatusWindowButton)> onButton;
+  std::function<void()> onWillClose;         // The user closed the window; it can be shown again.
+  std::function<void()> onAppearanceChange;  // Light to dark, or back.
+};
+
+// The agent's only window. Main thread; callbacks too.
+class StatusWindowView {
+ public:
+  StatusWindowView() = default;
+  StatusWindowView(const StatusWindowView&) = delete;
+  StatusWindowView& operator=(const StatusWindowView&) = delete;
+  virtual ~StatusWindowView() = default;
+
+  // Takes the place of all that was shown. Keeps scroll position and keyboard focus where they still make sense.
+  virtual void setContent(const StatusWindowContent& content) = 0;
+  // Fits the window to the screen it is on, keeping its size where it can.
+  virtual void fitToScreen() = 0;
+  // Shows the window at the normal level, in front, with the keyboard.
+  virtual void show() = 0;
+  // Hides it; `onWillClose` is not called.
+  virtual void close() = 0;
+  [[nodiscard]] virtual bool isVisible() const = 0;
+  // Redraws all that depends on light or dark.
+  virtual void updateAppearance() = 0;
+  // Pops up a menu 4 points under `button`. `onChoice` comes at most once, with the index of the chosen item.
+  virtual void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
+                         std::function<void(std::size_t)> onChoice) = 0;
+};
+
+class StatusWindowViews {
+ public:
+  virtual ~StatusWindowViews() = default;
+  [[nodiscard]] virtual std::unique_ptr<StatusWindowView> makeStatusWindowView(StatusWindowEvents events) = 0;
+};
+
+}  // namespace quillard

@@ -191,7 +191,7 @@ class Indiscreet final : public platform::AXAttributeReader {
  public:
   explicit Indiscreet(platform::AXAttributeReader& reader) : reader(reader) {}
   platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
-                                                           std::string_view name) override {
+                                                           platform::AXAttribute name) override {
     if (name == ax::kValue) return platform::AXValue{std::string("hunter2")};
     return reader.copyAttributeValue(element, name);
   }

@@ -171,14 +171,15 @@ TEST(ConfiguredRelay, FollowsTheEnvironmentAndReadsTheBuiltInFileOnce) {
   EXPECT_TRUE(installation.secretStore.calls().empty()) << "No identity is made.";
 
   Installation broken;
-  broken.bundle.setResource("RelayConfig.plist", "broken");
+  broken.bundle.setPropertyList("RelayConfig", platform::ResourceError{"The property list is malformed."});
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(broken.run->isRelayConfigured());
   EXPECT_EQ(broken.console.lines().size(), 1U);
 }
 
 TEST(ConfiguredRelay, CountsOnlyWithAnAddressThatCanBeUsed) {
   Installation installation;
-  installation.bundle.setResource("RelayConfig.plist", R"({"relayURL":"wss://built-in","pairingID":"built"})");
+  installation.bundle.setPropertyList(
+      "RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://built-in"}, {"pairingID", "built"}});
   EXPECT_TRUE(installation.run->isRelayConfigured());
   installation.setRelay("wss:///ws");
   EXPECT_EQ(installation.run->configuredRelay()->relayURL, "wss:///ws");

@@ -57,10 +57,21 @@ class ClickExecutorTest : public testing::Test, protected ClickWorld {
     return title.hasValue() ? std::get<std::string>(title.value()) : "?";
   }
 
+  static std::string nameOf(platform::KeyCode key) {
+    switch (key) {
+      case platform::KeyCode::returnKey:
+        return "return";
+      case platform::KeyCode::space:
+        return "space";
+      case platform::KeyCode::escape:
+        return "escape";
+    }
+    return "?";
+  }
+
   static std::string nameOf(const PostedEvent& event) {
     const std::string where = event.processIdentifier ? " to process" : " to desktop";
-    if (event.key)
-      return "key " + std::to_string(static_cast<int>(*event.key)) + (event.isDown ? " down" : " up") + where;
+    if (event.key) return nameOf(*event.key) + (event.isDown ? " down" : " up") + where;
     const auto type = *event.mouse;
     const std::string what = type == MouseEventType::moved ? "moved" : event.isDown ? "down" : "up";
     return "mouse " + what + where;
@@ -102,12 +113,12 @@ TEST_F(ClickExecutorTest, TriesEveryPathInItsOrderAndAtItsTimeThenGivesUp) {
       (Lines{"0.000 AXPress Allow",           "4.250 AXFrontmost application", "4.250 AXFocusedWindow application",
              "4.250 AXMinimized window",      "4.250 AXRaise window",          "4.250 AXMain window",
              "4.250 AXFocused window",        "4.350 AXPress Allow",           "5.600 AXFocused Allow",
-             "5.680 key 49 down to process",  "5.760 key 49 up to process",    "7.010 AXFocused Allow",
-             "7.090 key 49 down to process",  "7.170 key 49 up to process",    "8.420 AXConfirm window",
+             "5.680 space down to process",   "5.760 space up to process",     "7.010 AXFocused Allow",
+             "7.090 space down to process",   "7.170 space up to process",     "8.420 AXConfirm window",
              "9.670 AXPress Allow",           "10.920 mouse moved to process", "11.000 mouse down to process",
              "11.080 mouse up to process",    "12.330 mouse moved to desktop", "12.410 mouse down to desktop",
-             "12.490 mouse up to desktop",    "13.740 key 36 down to process", "13.820 key 36 up to process",
-             "15.070 key 36 down to desktop", "15.150 key 36 up to desktop"}));
+             "12.490 mouse up to desktop",    "13.740 return down to process", "13.820 return up to process",
+             "15.070 return down to desktop", "15.150 return up to desktop"}));
   EXPECT_EQ(took, ms(16400));
   EXPECT_EQ(rightPresses, 10);
   EXPECT_EQ(wrongPresses, Lines{});
@@ -119,8 +130,8 @@ TEST_F(ClickExecutorTest, ACancelLabelTakesTheWaysThatCancel) {
   const auto lines = trace();
   const auto has = [&](const std::string& line) { return std::find(lines.begin(), lines.end(), line) != lines.end(); };
   EXPECT_TRUE(has("8.420 AXCancel window"));
-  EXPECT_TRUE(has("13.740 key 53 down to process"));
-  EXPECT_TRUE(has("15.070 key 53 down to desktop"));
+  EXPECT_TRUE(has("13.740 escape down to process"));
+  EXPECT_TRUE(has("15.070 escape down to desktop"));
   EXPECT_EQ(keysPosted(KeyCode::returnKey), 0U);
   EXPECT_EQ(rightPresses, 10);
   EXPECT_EQ(wrongPresses, Lines{});

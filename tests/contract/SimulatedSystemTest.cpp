@@ -134,7 +134,8 @@ class SimulatedLocksBinding final : public LockFilesBinding {
   }
   platform::LockOutcome acquireInOtherProcess(const std::string& fileName) override {
     if (!other) other.emplace(folder);
-    return other->acquire(fileName).outcome;
+    otherLocks.push_back(other->acquire(fileName));
+    return otherLocks.back().outcome;
   }
   void endOtherProcess() override { other.reset(); }
   void makeFolderUnusable() override { folder.setUnavailable(true); }
@@ -143,6 +144,7 @@ class SimulatedLocksBinding final : public LockFilesBinding {
   SimulatedLockFolder folder;
   SimulatedLockFiles own{folder};
   std::optional<SimulatedLockFiles> other;
+  std::vector<platform::LockResult> otherLocks;  // A process that ends releases none of them itself.
 };
 
 // ---- Storage

@@ -137,6 +137,7 @@ TEST(SimulatedWorld, EndsWhileATurnWaitsForAHungApplication) {
   };
   {
     SimulatedWorld world{Seed{7}};
+    world.desktop().setMessagingTimeout(Seconds{60});
     const auto dialog = world.desktop().open({.buttons = {"OK"}});
     world.desktop().hang(*world.desktop().owner(dialog));
     world.time().mainThread().post([&] {

@@ -52,7 +52,8 @@ TEST(ProcessTable, ReadsThisVeryProcess) {
   ASSERT_TRUE(self.has_value());
   EXPECT_EQ(self->executable, fs::read_symlink("/proc/self/exe").string());
   ASSERT_FALSE(self->arguments.empty());
-  EXPECT_EQ(self->shortName, "x11_process_tab");  // The kernel keeps 15 bytes.
+  const auto program = fs::path(self->executable).filename().string();
+  EXPECT_EQ(self->shortName, program.substr(0, 15)) << "The kernel keeps 15 bytes.";
 }
 
 TEST(ProcessTable, ReadsWhatTheKernelShows) {

@@ -78,8 +78,7 @@ void DoctorExamination::askForNotifications() {
 }
 
 void DoctorExamination::checkRelay() {
-  auto configuration = pairing.environmentConfiguration();
-  if (!configuration) configuration = pairing.bundledConfiguration();
+  const auto configuration = pairing.configuredRelay();
   if (!configuration) return relayFound(RelayReach::notConfigured);
   const auto address = PairingConfiguration::backendBaseURL(configuration->relayURL);
   if (!address) return relayFound(RelayReach::badAddress);

@@ -10,6 +10,7 @@
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "support/AgentWorld.h"
+#include "support/LongTests.h"
 
 // Random lives of the whole agent in virtual time, and what must hold in each of them. To replay one, give its seed to
 // the test that failed: the seed is all that a life is made of.
@@ -264,10 +265,11 @@ class AgentLife {
 class AgentHistory : public testing::TestWithParam<int> {};
 
 TEST_P(AgentHistory, HoldsItsPromises) {
-  constexpr int kLivesInOneTest = 25;
+  constexpr int kSeedsOfOneTest = 25;
+  const int lives = test::rounds(10, kSeedsOfOneTest);
   std::map<std::string, int> answers;
-  for (int i = 0; i < kLivesInOneTest; ++i) {
-    const auto seed = static_cast<std::uint64_t>(GetParam() * kLivesInOneTest + i);
+  for (int i = 0; i < lives; ++i) {
+    const auto seed = static_cast<std::uint64_t>(GetParam() * kSeedsOfOneTest + i);
     SCOPED_TRACE("seed " + std::to_string(seed));
     AgentLife life{seed};
     life.live();

@@ -39,8 +39,8 @@ namespace quillard {
 // is never asked for from inside one of its own operations.
 class AppDelegate final : public platform::ApplicationDelegate, public std::enable_shared_from_this<AppDelegate> {
  public:
-  // What `platform` refers to, and `statusWindowViews`, outlive the agent. Owned by a `std::shared_ptr`, since the status window may ask for the
-  // agent after it has gone.
+  // What `platform` refers to, and `statusWindowViews`, outlive the agent. Owned by a `std::shared_ptr`, since the
+  // status window may ask for the agent after it has gone.
   AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews);
   ~AppDelegate() override;
 

@@ -286,7 +286,7 @@ TEST(AppDelegateTrust, AHintIsFollowedByThreeLooks) {
   agent.advance(0.6);  // Away from the polls.
   auto count = agent.snapshotCount();
   agent.desktop().setTrusted(false, /*isNotified=*/false);
-  agent.desktop().setTrusted(true);  // By the time anybody looks all is as before, and each look sends the list anew.
+  agent.desktop().setTrusted(true);  // By the time of the checks all is as before, and each check sends the list anew.
   for (const auto& [before, after] : {std::pair{0.149, 0.002}, {0.598, 0.002}, {1.248, 0.002}}) {
     agent.advance(before);
     EXPECT_EQ(agent.snapshotCount(), count);

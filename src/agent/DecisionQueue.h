@@ -25,7 +25,7 @@ class DecisionQueue {
   // What this decision was answered before. Absent: it was not, or longer ago than the newest `kRememberedOutcomes`.
   [[nodiscard]] std::optional<ApprovalResultCommand> outcome(const std::string& decisionID) const;
 
-  // The one under way has its answer, which is remembered. False: nobody waits for it any more, since everything was
+  // The one under way has its answer, which is remembered. False: no caller waits for it any more, since everything was
   // forgotten after it began, or none was under way; it is not remembered then.
   [[nodiscard]] bool end(const ApprovalResultCommand& result);
 

@@ -70,7 +70,7 @@ TEST(DecisionQueue, AForgottenOneStillHasToEnd) {
   queue.forget();
   queue.add(decision("new"));
   EXPECT_EQ(queue.begin(), std::nullopt);
-  EXPECT_FALSE(queue.end(answer("accepted"))) << "Nobody waits for its answer any more.";
+  EXPECT_FALSE(queue.end(answer("accepted"))) << "No caller waits for its answer any more.";
   EXPECT_EQ(queue.outcome("old"), std::nullopt);
   EXPECT_EQ(queue.begin(), decision("new"));
 }

@@ -49,7 +49,7 @@ TEST_F(PermissionWatchTest, ReportsAChangeAtTheNextPoll) {
   EXPECT_EQ(polls, 5);
   setTrusted(false, /*isNotified=*/false);
   EXPECT_THAT(after(1.999), IsEmpty());
-  EXPECT_TRUE(watch->isAccessibilityTrusted()) << "Nobody has asked since.";
+  EXPECT_TRUE(watch->isAccessibilityTrusted()) << "It was not asked for since.";
   EXPECT_THAT(after(0.002), ElementsAre("revoked"));
   EXPECT_FALSE(watch->isAccessibilityTrusted());
   setTrusted(true, /*isNotified=*/false);

@@ -81,10 +81,10 @@ TEST_F(DoctorExaminationTest, LooksAtTheProgramAndItsDesktop) {
   EXPECT_EQ(found.notificationProblem, std::nullopt);
 }
 
-TEST_F(DoctorExaminationTest, AsksNobodyWhereTheQuestionWouldReachTheUser) {
+TEST_F(DoctorExaminationTest, DoesNotAskWhereTheQuestionWouldReachTheUser) {
   mayAskUser = false;
   isAskedAlone = false;
-  notifications.setAuthorizationError("somebody asked");
+  notifications.setAuthorizationError("the user was asked");
   const auto found = examine();
   EXPECT_EQ(found.notificationProblem, std::nullopt);
   EXPECT_FALSE(found.isAskedAlone);

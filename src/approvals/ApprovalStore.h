@@ -40,7 +40,7 @@ class ApprovalStore {
   [[nodiscard]] std::optional<PendingApproval> approval(const Uuid& id) const;
 
   // Removes an answered prompt. For `retention` (absent: `staleAfter`) the same fingerprint seen again gets the same
-  // identity, so that nobody is asked twice under a new one; zero or less forgets it at once.
+  // identity, so that a person is not asked twice under a new one; zero or less forgets it immediately.
   void remove(const Uuid& id, std::optional<Seconds> retention = std::nullopt);
 
   // Removes every current prompt of that kind, identities and all.

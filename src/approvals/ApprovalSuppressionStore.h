@@ -23,7 +23,7 @@ class ApprovalSuppressionStore {
   [[nodiscard]] bool contains(const Uuid& id) const;
 
  private:
-  // With the lock held, so that nobody sees the set and the stored list disagree.
+  // With the lock held, so that no caller reads a set that disagrees with the stored list.
   void writeBack() QUILLARD_REQUIRES(mutex);
 
   platform::UserDefaults& defaults;

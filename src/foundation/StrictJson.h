@@ -13,7 +13,7 @@
 #include "foundation/Uuid.h"
 #include "values/Time.h"
 
-// Reading and writing JSON where every byte may come from somebody else. Members keep their order on writing; on
+// Reading and writing JSON where every byte may come from another program. Members keep their order on writing; on
 // reading, any order and unknown members are fine, doubled members are not.
 namespace quillard {
 

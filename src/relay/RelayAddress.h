@@ -8,7 +8,7 @@
 
 namespace quillard {
 
-// Whether bearer token and messages may travel to this address: encrypted to anybody, in clear to this computer only.
+// Whether bearer token and messages may travel to this address: encrypted to any host, in clear to this computer only.
 // The host is compared exactly as it stands.
 [[nodiscard]] bool isAllowedRelayURL(const UrlComponents& components);
 

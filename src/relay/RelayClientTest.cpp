@@ -209,7 +209,7 @@ TEST(RelayClient, ConnectsAtOnceWhenAskedWhileWaiting) {
 
 // ---- The end of a client
 
-TEST(RelayClient, CallsNobodyBackOnceItIsDestroyed) {
+TEST(RelayClient, MakesNoCallbackOnceItIsDestroyed) {
   RelayClientWorld world;
   const auto socket = world.open();
   socket->holdSends();

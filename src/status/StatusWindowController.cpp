@@ -25,7 +25,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   Implementation(StatusWindowCallbacks callbacks, const StatusWindowDependencies& dependencies)
       : callbacks(std::move(callbacks)), dependencies(dependencies) {}
 
-  // Apart from the constructor, in which nobody can hold this weakly yet.
+  // Apart from the constructor, in which this cannot be held weakly yet.
   void makeView();
 
   void show();

@@ -13,7 +13,7 @@ class InstallLocation {
   // `bundle` outlives this.
   explicit InstallLocation(const platform::Bundle& bundle) : bundle(bundle) {}
 
-  // The accepted folders, absolute. The first is the one to show to somebody who has to move the application.
+  // The accepted folders, absolute. The first is the one to show to a person who has to move the application.
   [[nodiscard]] std::vector<std::string> applicationDirectories() const;
   // Links followed. True for the folders themselves and for everything below them.
   [[nodiscard]] bool isRunningFromApplications() const;

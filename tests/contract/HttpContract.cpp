@@ -127,7 +127,7 @@ TEST_P(HttpContract, FailsWhenTheConnectionIsReset) {
   EXPECT_NE(errorOf(sendHttp(*binding, registrationAt(server.url("http")))), "");
 }
 
-TEST_P(HttpContract, FailsWhenNobodyListens) {
+TEST_P(HttpContract, FailsWhenNoServerListens) {
   const auto binding = make();
   const std::string url = "http://127.0.0.1:" + std::to_string(deadPort()) + pathWithCanary();
   EXPECT_EQ(errorOf(sendHttp(*binding, registrationAt(url))), "The connection was refused.");

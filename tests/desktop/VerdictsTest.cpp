@@ -313,7 +313,7 @@ void askForANewKeyring(DesktopBus& bus) {
   sd_bus_message_unref(reply);
 }
 
-TEST(Verdicts, OfAKeyringsOwnPromptIsThatItNeedsSomebodyThere) {
+TEST(Verdicts, OfAKeyringsOwnPromptIsThatItNeedsAPersonThere) {
   World world({.secretService = PrivateDesktop::Options::SecretService::locked});
   DesktopBus bus(world.desktop().sessionBusAddress());
   askForANewKeyring(bus);

@@ -133,7 +133,7 @@ TEST(X11Windows, GoFromBottomToTop) {
   EXPECT_TRUE(isOnTop(first));
 }
 
-TEST(X11Windows, WindowsThatNobodyManagesAreNotListed) {
+TEST(X11Windows, UnmanagedWindowsAreNotListed) {
   PrivateDesktop desktop;
   SampleClient client{desktop.display()};
   XcbWindows windows{desktop.display()};
@@ -164,7 +164,7 @@ TEST(X11Windows, WithoutAWindowManagerTheRootsChildrenAreListed) {
   EXPECT_EQ(find(windows, ordinary)->processIdentifier, 77);
   EXPECT_EQ(find(windows, menu), std::nullopt);
   EXPECT_EQ(windows.snapshot().active, std::nullopt);
-  EXPECT_FALSE(windows.activate(ordinary));  // Nobody there to be asked.
+  EXPECT_FALSE(windows.activate(ordinary));  // There is no window manager to ask.
   EXPECT_FALSE(windows.close(ordinary));
 }
 

@@ -231,7 +231,7 @@ TEST_F(AgentEndToEnd, StaysLightOnceItsWindowIsClosed) {
     return memory.sum() < kMostMemory;
   }));
   EXPECT_GT(memory.written, 0);
-  // A scan, a message to the phone and its answer need some of what was given back.
+  // A scan, a message to the phone and its answer need some of what was released.
   auto dialog = desktop.launch("gtk3_prompt", prompt("Later", {"No", "Yes"}));
   ASSERT_TRUE(relay.waitForResult(relay.decide(onPhone("Later").id, "Yes"))) << printed();
   memory = privateMemory(agent.back().pid());

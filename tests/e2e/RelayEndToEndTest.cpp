@@ -74,7 +74,7 @@ TEST_F(RelayEndToEnd, TheNewestSnapshotArrivesOncePerConnectionAtARelayThatIsKil
   auto client = makeClient(port);
   client.connect();
   for (std::uint64_t life = 1; life <= 5; ++life) {
-    // Nobody listens now: both lists wait, and only the newer one is worth sending.
+    // No server listens now: both lists wait, and only the newer one is worth sending.
     client.publishSnapshot({samples::approval(100 + life)}, true, false);
     const std::vector<PendingApproval> newest{samples::approval(life), samples::approval(50)};
     client.publishSnapshot(newest, true, false);

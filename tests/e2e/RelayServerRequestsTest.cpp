@@ -221,7 +221,7 @@ TEST_F(RelayServerRequests, BelievesATrustedProxyWhomItSpeaksFor) {
   EXPECT_EQ(put("192.0.2.3, 192.0.2.2"), 429);
 }
 
-TEST_F(RelayServerRequests, CountsWithoutNamingAnybody) {
+TEST_F(RelayServerRequests, CountsWithoutNames) {
   start({"--metrics", "127.0.0.1:0"});
   const auto agent = join(agentQuery());
   RelayWire prometheus(relay->metricsPort().value());

@@ -11,7 +11,7 @@ using fuzz::require;
 
 namespace {
 
-// Nobody who does not know the secret makes a box that opens.
+// Without the secret, no box can be made that opens.
 void checkPayload(std::string_view text, const Secret& secret) {
   const auto payload = readRelayRecord<EncryptedRelayPayload>(text);
   if (std::holds_alternative<JsonError>(payload)) return;

@@ -62,7 +62,7 @@ TEST_F(MacAccessibility, GivesEachValueInItsKind) {
   EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCGRect, &rect))).value(), AXValue(Rect{1, 2, 3, 4}));
 }
 
-TEST_F(MacAccessibility, WhatNobodyReadsIsForeign) {
+TEST_F(MacAccessibility, WhatTheCoreDoesNotReadIsForeign) {
   const AXValue foreign{AXForeignValue{}};
   const CFRange range{1, 2};
   EXPECT_EQ(readAs(Held::take(AXValueCreate(kAXValueTypeCFRange, &range))).value(), foreign);
@@ -318,7 +318,7 @@ TEST_F(MacAccessibility, ElementsOfThisProcessAreInvalidAndNeverAsked) {
   EXPECT_EQ(mac->accessibility.processIdentifier(itself), ::getpid());
 }
 
-TEST_F(MacAccessibility, NobodyIsAskedForTheFocusWhileThisProcessHasIt) {
+TEST_F(MacAccessibility, TheFocusIsNotAskedForWhileThisProcessHasIt) {
   openWindow();
   mac->desktop.focusWindow(prompt);
   const AXUIElement everything = mac->accessibility.createSystemWide();

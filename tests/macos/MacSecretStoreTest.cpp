@@ -53,7 +53,7 @@ TEST_F(Keychains, WithoutAnEntitlementOnlyWritingSaysThatThePlaceIsClosed) {
   EXPECT_EQ(store.copyMatching(kSecond, kService, kAccount).data.text(), "in the file");
 }
 
-TEST_F(Keychains, WithAnEntitlementThatNobodyVouchesForThePlaceIsClosed) {
+TEST_F(Keychains, WithAnUnvalidatedEntitlementThePlaceIsClosed) {
   system.keychain.entitlements = Entitlements::unvalidated;
   EXPECT_EQ(allStatuses(kFirst), std::vector(4, SecretStatusCode::missingEntitlement));
 }

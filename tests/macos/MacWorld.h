@@ -19,7 +19,7 @@ struct MacWorld {
   platform::simulated::SimulatedDesktop& desktop = world.desktop();
 };
 
-// Every object that a test's calls were given is given back in the end, exactly once.
+// Every object that a test's calls were given is released in the end, exactly once.
 class MacTest : public testing::Test {
  protected:
   void TearDown() override {

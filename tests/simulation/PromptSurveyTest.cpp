@@ -34,7 +34,7 @@ TEST_P(PromptSurvey, FindsExactlyTheFivePromptsAmongTwoHundredWindowsFromTheSeco
   }
 }
 
-TEST_P(PromptSurvey, HungApplicationsCostOneWaitEachAndHideNobodyElsesPrompts) {
+TEST_P(PromptSurvey, HungApplicationsCostOneWaitEachAndHideNoOtherPrompts) {
   DetectionWorld world{GetParam()};
   const SurveyDesktop desktop{world.world};
   (void)world.detector.scan();

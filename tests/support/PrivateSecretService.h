@@ -21,7 +21,7 @@ class PrivateSecretService {
   void startLocked();
   // Without warning.
   void killService();
-  // It keeps its name on the bus, and answers nobody.
+  // It keeps its name on the bus, and answers no request.
   void pauseService() const;
   void killBus();
 

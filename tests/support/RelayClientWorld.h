@@ -23,7 +23,8 @@ using SocketHandle = platform::simulated::SimulatedWebSockets::ConnectionHandle;
 
 inline const std::string kConnectedLine = "Quillard relay connected.";
 
-// A client in virtual time, a relay that the test plays, and a phone that shares the client's end-to-end secret.
+// A client in virtual time, a fake relay in the hands of the test, and a phone that shares the client's end-to-end
+// secret.
 struct RelayClientWorld {
   explicit RelayClientWorld(std::uint64_t seed = 1)
       : time(platform::simulated::Seed{seed}),

@@ -97,12 +97,12 @@ class TrayOnADesktop : public testing::Test {
 
   // Its first number; 0 when there is none.
   static std::uint32_t property(xcb_connection_t* connection, xcb_window_t window, const std::string& name) {
-    const auto freed = [](auto* reply) {
+    const auto owned = [](auto* reply) {
       return std::unique_ptr<std::remove_pointer_t<decltype(reply)>, decltype(&std::free)>{reply, &std::free};
     };
-    const auto atom = freed(xcb_intern_atom_reply(
+    const auto atom = owned(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
-    const auto value = freed(xcb_get_property_reply(
+    const auto value = owned(xcb_get_property_reply(
         connection, xcb_get_property(connection, 0, window, atom->atom, XCB_ATOM_ANY, 0, 1), nullptr));
     if (!value || xcb_get_property_value_length(value.get()) < 4) return 0;
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(value.get()));

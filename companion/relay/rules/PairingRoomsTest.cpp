@@ -363,7 +363,7 @@ TEST(PairingRooms, ForgetTheOldestSnapshotsWhereMemoryIsShort) {
   EXPECT_EQ(world.joinPhone("A", "three")->ofType("mac.snapshot").size(), 1U);
 }
 
-TEST(PairingRooms, ForgetPurgedPairingsUnlessSomebodyIsThere) {
+TEST(PairingRooms, ForgetPurgedPairingsUnlessAPeerIsConnected) {
   RelayWorld world;
   const auto gone = world.joinAgent("gone");
   const auto there = world.joinAgent("there");

@@ -204,7 +204,7 @@ TEST(RelayService, TakesSixtyHandshakesOfAnAddressAtOnceAndThenOneASecond) {
   EXPECT_EQ(world.connect(kAgent), 429);
 }
 
-TEST(RelayService, LetsNobodyInOnceItIsStopping) {
+TEST(RelayService, RefusesPeersOnceItIsStopping) {
   RelayWorld world;
   (void)world.registerToken();
   EXPECT_EQ(*world.ask({.method = "GET", .target = "/healthz"}).body, "ok");
@@ -271,7 +271,7 @@ TEST(Pairings, HoldARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   EXPECT_TRUE(world.store.removed.contains({"another", "A"}));
 }
 
-TEST(Pairings, ForgetThoseThatNobodyUsedForFourHundredDaysButNoRevocation) {
+TEST(Pairings, ForgetThoseUnusedForFourHundredDaysButNoRevocation) {
   RelayWorld world;
   (void)world.registerToken(kToken, "old");
   (void)world.registerToken(kToken, "used");

@@ -64,7 +64,7 @@ class AXUIElement {
   std::shared_ptr<const AXElementReference> reference;
 };
 
-// A value of a kind that nobody here reads: a dictionary, a range, a list of anything but elements.
+// A value of a kind that the core does not read: a dictionary, a range, a list of anything but elements.
 struct AXForeignValue {
   bool operator==(const AXForeignValue&) const = default;
 };
@@ -111,7 +111,7 @@ class AXAttributeReader {
 // a second question from the first answer. Nothing read in one scope is used in another.
 //
 // An application that has missed its time-out once is not asked again in this scope: every further read of its elements
-// fails with `cannotComplete` at once, so that a hung program costs one wait.
+// fails with `cannotComplete` immediately, so that a hung program costs one wait.
 //
 // One thread at a time.
 class AXReadScope : public AXAttributeReader {

@@ -19,7 +19,7 @@ namespace quillard::macos {
 // The thread that asks waits for its answer in any case. Any thread.
 class AXCalls {
  public:
-  // `executor` outlives this, and runs until nobody asks any more. Null: on the thread that asks. `hasFocus`: whether
+  // `executor` outlives this, and runs until the last request. Null: on the thread that asks. `hasFocus`: whether
   // the keyboard belongs to this process; asked on any thread. Empty: a process without windows, which never has it.
   explicit AXCalls(platform::SerialExecutor* executor = nullptr, std::function<bool()> hasFocus = {})
       : executor(executor), hasFocus(std::move(hasFocus)) {}

@@ -77,7 +77,7 @@ AXResult<AXAnswers> readAttributes(const AXElement& element, const std::vector<p
 std::optional<AXError> refusalOfValue(const AXResult<AXValue>& subrole) {
   if (subrole.hasValue()) {
     const auto* const text = std::get_if<std::string>(&subrole.value());
-    if (!text) return AXError::failure;  // It has one, and nobody knows which.
+    if (!text) return AXError::failure;  // It has one, and it is not known which.
     return *text == ax::kSecureTextFieldSubrole ? std::optional(AXError::noValue) : std::nullopt;
   }
   const AXError error = subrole.error();

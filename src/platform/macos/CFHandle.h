@@ -6,7 +6,7 @@
 
 namespace quillard::macos {
 
-// One count of a CoreFoundation object, given back when the handle goes; each handle holds one of its own. `Ref` is the
+// One count of a CoreFoundation object, released when the handle goes; each handle holds one of its own. `Ref` is the
 // object's pointer type, CFStringRef for example. May be empty.
 template <class Ref>
 class CFHandle {

@@ -15,7 +15,7 @@ namespace quillard::macos {
 // Between CoreFoundation's values and ours. Values come from other programs and from outside: each type is checked, and
 // what is of another type, or null, is absent. None of these takes a count of what it is given. Any thread.
 
-// UTF-16 units. Longer texts are absent: nobody here reads them, and they are not copied for that.
+// UTF-16 units. Longer texts are absent: the core does not read them, and they are not copied for that.
 inline constexpr CFIndex kLongestText = CFIndex{64} * 1024;
 
 // Absent, too, when the text is no whole Unicode, as a half of a surrogate pair is.
@@ -37,7 +37,7 @@ inline constexpr CFIndex kLongestText = CFIndex{64} * 1024;
 [[nodiscard]] CFHandle<CFArrayRef> makeArray(std::vector<CFTypeRef> values);
 [[nodiscard]] CFHandle<CFDictionaryRef> makeDictionary(const std::vector<std::pair<CFTypeRef, CFTypeRef>>& entries);
 
-// The truth values are never given back.
+// The truth values are never released.
 [[nodiscard]] inline CFBooleanRef cfBoolean(bool value) { return value ? kCFBooleanTrue : kCFBooleanFalse; }
 
 }  // namespace quillard::macos

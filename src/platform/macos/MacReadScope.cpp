@@ -125,7 +125,7 @@ bool MacReadScope::readBatch(const AXElement& element, const std::vector<platfor
   }
   known.takesNoLists = isBatchRefused(batch.error());
   for (std::size_t i = 0; i < names.size() && !known.takesNoLists; ++i) {
-    // Without a list, the error is true of each: the element is gone, or nobody may ask.
+    // Without a list, the error is true of each: the element is gone, or this process may not ask.
     known.attributes.emplace(names[i], batch.hasValue() ? batch.value()[i] : Answer(batch.error()));
   }
   return true;

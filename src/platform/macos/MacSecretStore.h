@@ -9,8 +9,8 @@ namespace quillard::macos {
 // The first wants an entitlement, which only a build with a provisioning profile has. A build without it is told
 // `missingEntitlement` when it writes, but `itemNotFound` when it reads: having found nothing there proves nothing.
 //
-// The second may be locked, or hold an item of another build, and would then ask the user. Nobody is asked here: the
-// answer is `interactionNotAllowed` then.
+// The second may be locked, or hold an item of another build, and would then ask the user. The user is not asked here:
+// the answer is `interactionNotAllowed` then.
 class MacSecretStore final : public platform::SecretStore {
  public:
   [[nodiscard]] platform::SecretReading copyMatching(platform::SecretPlace place, std::string_view service,

@@ -11,8 +11,8 @@ namespace quillard::macos {
 // The window server's list. It needs no permission, but without the one for recording the screen the server keeps most
 // windows' names to itself.
 //
-// The server tells nobody of changes. What it does tell through `workspace`, that applications come, go and take turns,
-// is the hint.
+// The server notifies of no changes. What is known comes through `workspace`, that applications come, go and take
+// turns, is the hint.
 class MacWindowList final : public platform::WindowList {
  public:
   // `workspace` outlives this.

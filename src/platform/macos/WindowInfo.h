@@ -12,7 +12,7 @@ namespace quillard::macos {
 [[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options);
 
 // Whether the frontmost window that a hit test at `point` can find is one of this process. Windows of others above all
-// dialogs are looked through: what they let through, nobody can tell.
+// dialogs are looked through: what they let through cannot be known.
 [[nodiscard]] bool isOwnWindowAt(Point point);
 
 }  // namespace quillard::macos

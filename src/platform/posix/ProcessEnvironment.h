@@ -4,7 +4,7 @@
 
 namespace quillard::desktop {
 
-// The variables of this process, which nobody here changes once threads run.
+// The variables of this process, which is not changed once threads run.
 class ProcessEnvironment final : public platform::Environment {
  public:
   // A name that no variable can have is not set.

@@ -36,7 +36,7 @@ class Bundle {
       std::string_view name) const = 0;
 
   // The folders in which this system's users install applications, absolute and standardised. The first is the one to
-  // show to somebody who has to move the application there.
+  // show to a person who has to move the application there.
   [[nodiscard]] virtual std::vector<std::string> applicationDirectories() const = 0;
 };
 

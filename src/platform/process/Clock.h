@@ -15,8 +15,8 @@ class Clock {
   // Never goes back, and goes on while the computer sleeps only where the system's own monotonic clock does.
   [[nodiscard]] virtual Instant monotonicNow() const = 0;
 
-  // Blocks the calling thread for at least `duration`; zero or less returns at once. Never on the main thread, except
-  // where a pause of it is meant.
+  // Blocks the calling thread for at least `duration`; zero or less returns immediately. Never on the main thread,
+  // except where a pause of it is meant.
   virtual void sleep(Seconds duration) = 0;
 };
 

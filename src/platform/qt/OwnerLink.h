@@ -7,7 +7,7 @@
 
 namespace quillard::qt {
 
-// How the network thread brings news to the executor of whoever asked, for as long as somebody there is listening.
+// How the network thread brings news to the executor of whoever asked, for as long as the owner lives.
 class OwnerLink : public std::enable_shared_from_this<OwnerLink> {
  public:
   explicit OwnerLink(platform::SerialExecutor& executor) : executor(&executor) {}

@@ -8,7 +8,7 @@ namespace quillard::qt {
 
 // The thread on which sockets live, with an event loop of its own: look-ups of proxies and TLS handshakes may take a
 // while, and the main thread has windows to move. Needs the application object; outlives all that is made with it.
-// Destroying it ends every connection at once.
+// Destroying it ends every connection immediately.
 class QtNetworkThread {
  public:
   QtNetworkThread();

@@ -44,7 +44,7 @@ TEST(TerminationSignals, StayIgnoredWhereTheProgramWasStartedSo) {
                       .input = {}});
   ASSERT_EQ(child.readLine(), "up");
   ::kill(child.id(), SIGHUP);
-  ::kill(child.id(), SIGTERM);  // The first that counts: a second one would have ended the program at once.
+  ::kill(child.id(), SIGTERM);  // The first that counts: a second one would have ended the program immediately.
   EXPECT_EQ(child.readLine(), "will terminate");
   EXPECT_EQ(child.readLine(), "ended");
   EXPECT_EQ(child.wait(), 0);

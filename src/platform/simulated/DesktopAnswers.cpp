@@ -25,7 +25,7 @@ Answer elementAnswer(const DesktopState& state, std::optional<NodeHandle> node) 
   return node ? AXResult<AXValue>{AXValue{state.nodeElement(*node)}} : AXResult<AXValue>{AXError::noValue};
 }
 
-// What follows from the state of the desktop. Absent: nothing does, so that somebody has to set it.
+// What follows from the state of the desktop. Absent: nothing does, so that a test has to set it.
 Answer ofApplication(const DesktopState& state, const ApplicationState& application, Attribute attribute) {
   switch (attribute) {
     case Attribute::role:

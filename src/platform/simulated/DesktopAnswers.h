@@ -11,7 +11,7 @@
 
 namespace quillard::platform::simulated {
 
-// What elements answer when they are asked, at no cost: what somebody has set, else what follows from the state of the
+// What elements answer when they are asked, at no cost: what a test has set, else what follows from the state of the
 // desktop. Text of secure text fields is never given.
 [[nodiscard]] AXResult<AXValue> attributeAnswer(const DesktopState& state, const ElementTarget& target,
                                                 std::string_view name);

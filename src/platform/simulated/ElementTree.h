@@ -15,7 +15,7 @@
 
 namespace quillard::platform::simulated {
 
-// What attributes answer, where somebody has said so.
+// What attributes answer, where a test has set them.
 using AttributeMap = std::map<std::string, AXResult<AXValue>, std::less<>>;
 
 struct ElementNode {

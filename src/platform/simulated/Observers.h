@@ -32,7 +32,8 @@ class Observers {
     executor.post([book = book, end = book->next, event...] { book->deliver(end, event...); });
   }
 
-  // Tells whoever is subscribed when the turn comes, as long as anybody is now. Several calls until then are one.
+  // Tells whoever is subscribed when the turn comes, as long as there is an observer then. Several calls until then are
+  // one.
   void hint() {
     if (book->listeners.empty()) return;
     if (std::exchange(book->isHintUnderWay, true)) return;

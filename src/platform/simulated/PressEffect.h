@@ -19,7 +19,7 @@ class PressEffect {
 
   PressEffect() : PressEffect(closes()) {}
 
-  // The window closes at once.
+  // The window closes immediately.
   [[nodiscard]] static PressEffect closes();
   // Accepted, and nothing comes of it.
   [[nodiscard]] static PressEffect doesNothing();

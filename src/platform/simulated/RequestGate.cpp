@@ -39,7 +39,7 @@ void RequestGate::callHook(const AXRequest& request) {
   isInHook = false;
 }
 
-// A process that has ended makes nobody wait.
+// A process that has ended makes no caller wait.
 Delivery RequestGate::wait(const ElementTarget& target, std::int32_t answering) {
   const ApplicationState* const application = state.running(answering);
   if (!application) {

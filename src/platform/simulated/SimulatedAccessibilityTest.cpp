@@ -88,7 +88,7 @@ TEST_F(SimulatedAccessibilityTest, EachLiveRequestIsOneRoundTrip) {
   EXPECT_EQ(desktop.roundTrips(), 6U);
   static_cast<void>(accessibility.copyAttributeValue(desktop.element(other), "AXWindows"));
   EXPECT_EQ(desktop.roundTrips(other), 1U);
-  EXPECT_EQ(desktop.roundTrips(app), 5U) << "nothing was hit, and nobody had to answer";
+  EXPECT_EQ(desktop.roundTrips(app), 5U) << "nothing was hit, and no application had to answer";
   desktop.resetRoundTrips();
   EXPECT_EQ(desktop.roundTrips(), 0U);
   EXPECT_EQ(desktop.roundTrips(app), 0U);

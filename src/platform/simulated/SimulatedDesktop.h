@@ -44,13 +44,13 @@ class SimulatedDesktop {
 
   // ---- Applications. Each change is told to the observers of the workspace, on the main thread, in a later turn.
   ApplicationHandle launch(const ApplicationSpec& spec = {});
-  // Ends at once, as in a crash or after a quit: its elements die, and it leaves the list.
+  // Ends immediately, as in a crash or after a quit: its elements die, and it leaves the list.
   void terminate(ApplicationHandle application);
   // Ends, but stays in the list as terminated, as one does for a moment.
   void terminateButKeepListed(ApplicationHandle application);
   // In front of everything else, with all its windows, its focus being the desktop's.
   void activate(ApplicationHandle application);
-  // Nobody is in front.
+  // No application is in front.
   void deactivateAll();
   void hide(ApplicationHandle application);
   void unhide(ApplicationHandle application);

@@ -122,7 +122,7 @@ TEST_F(SimulatedWorkspaceTest, ActivatingBringsToTheFrontAndUnhides) {
   EXPECT_FALSE(workspace.activate(12345));
 }
 
-TEST_F(SimulatedWorkspaceTest, HidingTheApplicationInFrontLeavesNobodyThere) {
+TEST_F(SimulatedWorkspaceTest, HidingTheApplicationInFrontLeavesNoneThere) {
   const auto a = desktop.launch({.name = "A", .active = true});
   desktop.hide(a);
   EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);

@@ -144,7 +144,7 @@ TEST(SimulatedWorld, EndsWhileATurnWaitsForAHungApplication) {
       const SetsAtItsEnd end{unwound};
       const auto scope = world.accessibility().beginReadScope();
       static_cast<void>(scope->copyAttributeValue(world.desktop().element(dialog), "AXRole"));
-      ADD_FAILURE() << "nobody answers before the end";
+      ADD_FAILURE() << "no application answers before the end";
     });
     world.advance(1s);
     EXPECT_FALSE(unwound);

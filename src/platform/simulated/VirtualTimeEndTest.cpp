@@ -64,7 +64,7 @@ TEST(VirtualTimeEnd, ASleepWhileUnwindingReturnsAtOnce) {
   EXPECT_TRUE(reached);
 }
 
-TEST(VirtualTimeEnd, ATurnThatThrowsInsteadKeepsNobodyElseFromEnding) {
+TEST(VirtualTimeEnd, ATurnThatThrowsInsteadKeepsNoOtherFromEnding) {
   int ended = 0;
   std::vector<std::unique_ptr<SerialExecutor>> queues;
   VirtualTime time{Seed{1}};

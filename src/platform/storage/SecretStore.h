@@ -17,7 +17,7 @@ enum class SecretStatusCode {
   success,
   itemNotFound,
   missingEntitlement,     // This build may not use this place at all.
-  interactionNotAllowed,  // Locked, and nobody may be asked now.
+  interactionNotAllowed,  // Locked, and the user may not be asked now.
   accessDenied,
   other,
 };

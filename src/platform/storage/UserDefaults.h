@@ -11,12 +11,12 @@
 
 namespace quillard::platform {
 
-// `std::monostate`: a value of a kind that nobody here writes.
+// `std::monostate`: a value of a kind that the agent does not write.
 using UserDefaultsValue =
     std::variant<std::monostate, bool, double, std::string, std::vector<std::string>, Date, std::vector<std::uint8_t>>;
 
-// This user's settings of the agent, kept from run to run. Any thread. What was set is read back at once; it reaches
-// the disk whole or not at all, soon after. Failing to reach the disk is not reported.
+// This user's settings of the agent, kept from run to run. Any thread. What was set is read back immediately; it
+// reaches the disk whole or not at all, soon after. Failing to reach the disk is not reported.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;

@@ -132,9 +132,9 @@ TEST_P(AccessibilityContract, WhatAnElementDoesNotHaveReadsAsAbsent) {
 }
 
 TEST_P(AccessibilityContract, AProcessThatIsNoneHasNothing) {
-  const auto nobody = accessibility().createApplication(0x3FFFFFFF);
-  EXPECT_TRUE(AXHelpers::windows(accessibility(), nobody).empty());
-  EXPECT_FALSE(accessibility().copyAttributeValue(nobody, ax::kRole).hasValue());
+  const auto absent = accessibility().createApplication(0x3FFFFFFF);
+  EXPECT_TRUE(AXHelpers::windows(accessibility(), absent).empty());
+  EXPECT_FALSE(accessibility().copyAttributeValue(absent, ax::kRole).hasValue());
 }
 
 TEST_P(AccessibilityContract, PressingAButtonPressesThatOneAndTheHandlesGoStaleQuietly) {

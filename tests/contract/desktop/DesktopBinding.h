@@ -42,9 +42,9 @@ class PromptProgram {
   [[nodiscard]] virtual std::int32_t processIdentifier() const = 0;
   // The labels that were pressed, oldest first.
   [[nodiscard]] virtual std::vector<std::string> presses() = 0;
-  // Ends at once, as in a crash.
+  // Ends immediately, as in a crash.
   virtual void kill() = 0;
-  // Answers nobody until it goes on.
+  // Answers no request until it goes on.
   virtual void stop() = 0;
   virtual void goOn() = 0;
 };

@@ -15,7 +15,7 @@ namespace {
 using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 
-// Every object that the calls of a test were given is given back in the end, exactly once.
+// Every object that the calls of a test were given is released in the end, exactly once.
 struct Balance {
   Balance() = default;
   Balance(const Balance&) = delete;

@@ -68,7 +68,7 @@ TEST_P(ReadScopeContract, TheNextScopeSeesWhatHasChanged) {
   }));
 }
 
-TEST_P(ReadScopeContract, AHungProgramCostsOneWaitAndHidesNobodyElse) {
+TEST_P(ReadScopeContract, AHungProgramCostsOneWaitAndHidesNoOther) {
   const auto hung = binding->show({.title = "Hung"});
   const auto well = binding->show({.title = "Well"});
   const auto hungWindow = window(*hung);

@@ -59,7 +59,7 @@ TEST_P(SyntheticEventsContract, SpacePressesTheFocusedButton) {
   const auto allow = button(*program, "Allow");
   ASSERT_TRUE(allow);
   if (accessibility().setAttributeValue(*allow, ax::kFocused, true) != platform::AXError::success) {
-    // GTK 4 lets nobody move its focus. What matters is that nobody is told it had moved.
+    // GTK 4 lets no other program move its focus. What matters is that the caller is not told it had moved.
     EXPECT_NE(AXHelpers::focusedElement(accessibility(), accessibility()), std::optional{*allow});
     return;
   }

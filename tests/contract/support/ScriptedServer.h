@@ -108,7 +108,7 @@ class ScriptedServer {
   std::thread acceptor;
 };
 
-// A port on which nobody listens.
+// A port on which no server listens.
 [[nodiscard]] std::uint16_t deadPort();
 
 }  // namespace quillard::test

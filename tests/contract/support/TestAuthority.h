@@ -21,7 +21,7 @@ struct CertificateOptions {
   long validUntil = 3600;
 };
 
-// A certificate authority that exists for one test run and is trusted by nobody who was not given it.
+// A certificate authority that exists for one test run and is trusted by no client that was not given it.
 class TestAuthority {
  public:
   TestAuthority();

@@ -2,7 +2,7 @@ import { expect, type BrowserContext, type CDPSession, type Locator, type Page }
 
 import type { Relay } from "./Relay";
 
-// A press that the page takes shows at once. Longer than any hold and any pause that the page makes on purpose.
+// A press that the page takes shows immediately. Longer than any hold and any pause that the page makes on purpose.
 const kTaken = 2000;
 
 /** One prompt on the page. */

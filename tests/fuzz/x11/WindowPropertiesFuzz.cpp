@@ -65,7 +65,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   require(text::isValidUtf8(window.className), "So is a class.");
   require(!window.processIdentifier || *window.processIdentifier >= 1, "A process has a number.");
   require(window.opacity >= 0 && window.opacity <= 1, "Nothing is more than opaque.");
-  require(window.transientFor != 7U, "The root is nobody's parent.");
+  require(window.transientFor != 7U, "The root is no window's parent.");
   require(isPlace(window.frame) && (!window.gtkFrame || isPlace(*window.gtkFrame)), "A frame has a width.");
   return 0;
 }

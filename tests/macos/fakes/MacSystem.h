@@ -21,7 +21,7 @@ enum class Entitlements { none, unvalidated, keychainAccessGroups };
 // Generic passwords in two keychains.
 struct Keychain {
   Entitlements entitlements = Entitlements::keychainAccessGroups;
-  bool isFileLocked = false;          // Reading wants somebody's permission.
+  bool isFileLocked = false;          // Reading wants a person's permission.
   bool mayAskUser = true;             // For the one in a file, which does not care what a request says of that.
   std::optional<OSStatus> refusal{};  // What every request is answered with.
   bool givesSomethingElse = false;    // Than data.
@@ -50,8 +50,8 @@ struct OddAnswers {
   std::optional<Held> actionNames{};
 };
 
-// The system that the C functions stand on, while it lives: at most one at a time. Without a desktop nobody may use the
-// accessibility interface. One thread at a time.
+// The system that the C functions stand on, while it lives: at most one at a time. Without a desktop no process may use
+// the accessibility interface. One thread at a time.
 class MacSystem {
  public:
   // Both outlive this.

@@ -18,7 +18,7 @@
 
 namespace quillard::fakes {
 
-// The system's objects as plain ones with a count. Nobody keeps a list of them, so that a leak checker sees each that
+// The system's objects as plain ones with a count. There is no list of them, so that a leak checker sees each that
 // is lost; only their number is known.
 enum class Type : CFTypeID {
   null = 6,

@@ -116,7 +116,7 @@ TEST_F(ReleaseScripts, SignForReleaseWithTheHardenedRuntimeAndNeverDeeply) {
   EXPECT_NE(made.back().find("--verify|--strict"), std::string::npos);
 }
 
-TEST_F(ReleaseScripts, SignAdHocWithoutClaimsThatNobodyGrants) {
+TEST_F(ReleaseScripts, SignAdHocWithoutClaimsThatAreNotGranted) {
   addTool("codesign");
   const auto outcome = run("sign.sh", "'" + application + "/'", "QUILLARD_SIGNING_IDENTITY=");
   ASSERT_EQ(outcome.code, 0) << outcome.output;

@@ -16,7 +16,7 @@ class AccessibilityStatus {
   // `sessionBusAddress`: absent outside a session. `counters` outlive this.
   AccessibilityStatus(std::optional<std::string> sessionBusAddress, AccessibilityCounters& counters);
 
-  // Absent: nobody answers for accessibility. Starts nothing.
+  // Absent: no service answers for accessibility. Starts nothing.
   [[nodiscard]] std::optional<bool> isEnabled();
   // Starts the service if need be. False: it is not there, or refused.
   bool enable();

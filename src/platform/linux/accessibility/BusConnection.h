@@ -22,7 +22,7 @@ using BusMessage = std::unique_ptr<sd_bus_message, MessageUnref>;
 // One open connection to a message bus. One thread at a time.
 class BusConnection {
  public:
-  // Connects and says hello. Absent when nobody listens at `address`, or not within `timeout`.
+  // Connects and says hello. Absent when no server listens at `address`, or not within `timeout`.
   [[nodiscard]] static std::unique_ptr<BusConnection> open(const std::string& address,
                                                            std::chrono::microseconds timeout);
 

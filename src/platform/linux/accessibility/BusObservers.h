@@ -14,13 +14,13 @@
 
 namespace quillard::atspi {
 
-// Who wants to hear on the main thread that something was told on a bus. Nothing listens before somebody asks. Hints:
+// Observers, on the main thread, of signals on a bus. Nothing listens before the first one. Hints:
 // one may come without any news, for example when the bus is met for the first time.
 class BusObservers {
  public:
   // `mainThread` outlives this; listeners are called there.
   // `findAddress` and `matchRules`: as for BusWatch. `beforeTelling`, which may be empty, is called on the watch's
-  // thread first; when it answers false, nobody is told.
+  // thread first; when it answers false, no observer is notified.
   BusObservers(BusWatch::FindAddress findAddress, std::vector<std::string> matchRules,
                platform::SerialExecutor& mainThread, std::function<bool()> beforeTelling = {});
 

@@ -37,7 +37,7 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-// A time-out and a death come under the same name, so the clock tells them apart: nobody else says "no reply" before
+// A time-out and a death come under the same name, so the clock tells them apart: no other error says "no reply" before
 // the time is up.
 CallOutcome outcomeOf(sd_bus_message* message, steady_clock::time_point deadline) {
   const sd_bus_error* const error = sd_bus_message_get_error(message);

@@ -37,7 +37,7 @@ struct BusCall {
 // time, the rest waiting here, so that a call's time-out measures the program and not the length of the queue.
 //
 // A program that misses the time-out once, or has left the bus, is not asked again: whatever else it was to be asked is
-// answered at once in the same way. A slow program holds up nobody else's calls.
+// answered immediately in the same way. A slow program does not delay calls to others.
 class BusRequests {
  public:
   using OnReply = std::function<void(const BusReply&)>;

@@ -50,7 +50,7 @@ void BusWatch::run() {
   if (matchRules.empty()) return;
   while (true) {
     if (auto connection = connect()) {
-      onNews();  // Whatever happened while nobody listened.
+      onNews();  // Whatever happened while nothing listened.
       listen(*connection);
       onNews();
     }

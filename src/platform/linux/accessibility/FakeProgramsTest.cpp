@@ -296,7 +296,7 @@ TEST(FakePrograms, AProcessMayHaveSeveralConnections) {
   EXPECT_EQ(world.accessibility.processIdentifiers(), std::vector<std::int32_t>{::getpid()});
 }
 
-TEST(FakePrograms, ASlowOneHoldsUpNobodyElse) {
+TEST(FakePrograms, ASlowOneDelaysNoOther) {
   constexpr milliseconds kTimeout{1000};
   World world{kTimeout};
   const auto slow = world.bus.start();

@@ -29,7 +29,7 @@ struct LinuxAccessibilityOptions {
   std::optional<std::string> sessionBusAddress;  // Absent outside a session: then there is no accessibility either.
   std::int32_t ownProcessIdentifier = 0;
   // Whether what the X server shows is all that there is. Under Wayland other windows may lie above those that it
-  // knows, so nobody can say what is at a point of the screen: hit tests then answer `notImplemented`.
+  // knows, so it cannot be known what is at a point of the screen: hit tests then answer `notImplemented`.
   bool isXSession = true;
   // How long one request waits, for programs and for the accessibility bus's own services. Positive, a minute at most.
   Seconds messagingTimeout = platform::kMessagingTimeout;

@@ -18,7 +18,7 @@ using platform::DesktopCapability;
 using platform::UnreadableProgram;
 using test::FakeAccessibilityBus;
 
-constexpr std::int32_t kStranger = 40'000;
+constexpr std::int32_t kOtherProcess = 40'000;
 
 // An X server with these processes' windows, or none.
 class FixedWindows final : public x11::Windows {
@@ -44,7 +44,7 @@ class LinuxDesktopCapabilitiesTest : public testing::Test {
  protected:
   LinuxDesktopCapabilities capabilities(bool isXSession = true) {
     return {accessibility, windows, isXSession, [](std::int32_t process) -> std::optional<std::string> {
-              return process == kStranger ? std::optional<std::string>("gimp") : std::nullopt;
+              return process == kOtherProcess ? std::optional<std::string>("gimp") : std::nullopt;
             }};
   }
 
@@ -95,13 +95,13 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWithWindowsThatAreNotOnTheBus)
   bus.registerPrograms({program->name()});  // Of this process.
   windows.owners = {::getpid()};
   EXPECT_EQ(capabilities().unreadablePrograms(), std::vector<UnreadableProgram>{});
-  windows.owners = {kStranger, ::getpid(), kStranger, kStranger + 1};
+  windows.owners = {kOtherProcess, ::getpid(), kOtherProcess, kOtherProcess + 1};
   EXPECT_EQ(capabilities().unreadablePrograms(),
-            (std::vector<UnreadableProgram>{{kStranger, "gimp"}, {kStranger + 1, "an unknown program"}}));
+            (std::vector<UnreadableProgram>{{kOtherProcess, "gimp"}, {kOtherProcess + 1, "an unknown program"}}));
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, WhatCannotBeKnownIsNotNothing) {
-  windows.owners = {kStranger};
+  windows.owners = {kOtherProcess};
   windows.isThere = false;
   EXPECT_FALSE(capabilities().unreadablePrograms().isKnown()) << "no windows to go by";
   windows.isThere = true;

@@ -170,7 +170,7 @@ bool takesNoRoom(const NodeRecord& record) {
 
 std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const x11::Window* window) {
   if (window && !window->name.empty()) return window->name;
-  // GTK 3 names a message dialog without a title after its kind ("Question"), which nobody sees.
+  // GTK 3 names a message dialog without a title after its kind ("Question"), which is not shown.
   if (window && toolkit == Toolkit::gtk3 && record.role == Role::alert) return "";
   return nameOf(record, toolkit);
 }

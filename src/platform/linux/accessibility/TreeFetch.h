@@ -24,7 +24,7 @@ struct FetchGoal {
   bool isRootItself = false;
 };
 
-// Reads what goals ask for, in rounds: all that can be asked of a program now goes out at once, and when the last
+// Reads what goals ask for, in rounds: all that can be asked of a program now goes out together, and when the last
 // answer is there, the next round follows from the answers. Every program advances by itself. Each question is asked
 // once.
 class TreeFetch {

@@ -29,7 +29,7 @@ using FreeingPointer = std::unique_ptr<void, decltype(&std::free)>;
 xcb_atom_t atom(xcb_connection_t* connection, const std::string& name) {
   const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
   auto* reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-  const FreeingPointer freed{reply, &std::free};
+  const FreeingPointer released{reply, &std::free};
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
@@ -57,7 +57,7 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
   // Registrations are taken by the watcher, but shown by its host, which may start later; Qt wants both to be there.
   void askForHost() {
     auto question = QDBusMessage::createMethodCall(kWatcherService, "/StatusNotifierWatcher",
-                                                   "org.freedesktop.DBus.Properties", "Get");
+                                                   "org.releasedesktop.DBus.Properties", "Get");
     question << kWatcherService << "IsStatusNotifierHostRegistered";
     question.setAutoStartService(false);
     auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
@@ -92,7 +92,7 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
     if (!connection) return;
     auto* reply =
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, traySelection), nullptr);
-    const FreeingPointer freed{reply, &std::free};
+    const FreeingPointer released{reply, &std::free};
     if (reply && reply->owner != XCB_WINDOW_NONE) found();
   }
 

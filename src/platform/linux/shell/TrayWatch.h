@@ -5,7 +5,7 @@
 
 namespace quillard::desktop {
 
-// Finds out when the desktop has a place for tray icons: at once where it has one already, and otherwise when one
+// Finds out when the desktop has a place for tray icons: immediately where it has one already, and otherwise when one
 // comes, be it hours later. No polling. The place, once found, is announced a single time: from then on Qt itself
 // follows a tray that goes and comes back.
 //

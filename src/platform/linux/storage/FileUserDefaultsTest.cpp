@@ -86,7 +86,7 @@ TEST_F(Settings, AreNotWrittenWhenNothingHasChanged) {
   EXPECT_FALSE(std::filesystem::exists(path()));
 }
 
-TEST_F(Settings, OfKindsThatNobodyKnowsSurvive) {
+TEST_F(Settings, OfUnknownKindsSurvive) {
   put(R"({"version":1,"values":{"new":{"colour":"blue"},"odd":{"date":"today"},"old":{"boolean":true}}})");
   {
     const auto settings = open();

@@ -12,7 +12,7 @@
 namespace quillard::xdg {
 
 // The settings as they stand in their file: each value an object with one member, whose name is the value's kind. A
-// kind that nobody here knows stays as it was read, so that an older program does not lose a newer one's settings.
+// kind that is unknown here stays as it was read, so that an older program does not lose a newer one's settings.
 //
 //   {"version": 1, "values": {"quillard.paused-until": {"date": 1772368496000000}}}
 using StoredSettings = std::map<std::string, Json, std::less<>>;

@@ -10,7 +10,7 @@
 namespace quillard::desktop {
 
 // Notes by the desktop's notification server (org.freedesktop.Notifications), which the bus starts where it knows how.
-// Nobody has to allow them: asking finds out whether there is such a server. Texts are shown as they are, whatever
+// They need no permission: asking finds out whether there is such a server. Texts are shown as they are, whatever
 // markup the server knows.
 //
 // Needs the Qt event loop. A server that is slow or gone never holds the caller up. Notes that are not yet sent when

@@ -59,7 +59,7 @@ TEST_F(LinuxRunningAgents, OfOtherSessionsAndToolsAreLeftAlone) {
   ASSERT_EQ(other.readLine(), "up");
   ASSERT_EQ(tool.readLine(), "up");
   EXPECT_TRUE(end());
-  ::kill(other.id(), SIGTERM);  // The first that they get: a second one would end them at once.
+  ::kill(other.id(), SIGTERM);  // The first that they get: a second one would end them immediately.
   ::kill(tool.id(), SIGTERM);
   EXPECT_EQ(other.wait(), 0);
   EXPECT_EQ(tool.wait(), 0);

@@ -11,7 +11,7 @@ namespace quillard::desktop {
 // "quillard-" and the user's number below TMPDIR or /tmp, made when it is missing.
 //
 // An open descriptor of it, which the caller closes: what is checked here is what is used later, whatever is renamed
-// meanwhile. Absent unless it is a folder of this user that nobody else may enter; links are not followed.
+// meanwhile. Absent unless it is a folder of this user that no other user may enter; links are not followed.
 [[nodiscard]] std::optional<int> openRuntimeFolder(const platform::Environment& environment);
 
 }  // namespace quillard::desktop

@@ -16,7 +16,7 @@ class AccessibleProcesses {
   AccessibleProcesses& operator=(const AccessibleProcesses&) = delete;
   virtual ~AccessibleProcesses() = default;
 
-  // From a copy that is kept up to date: waits for nobody. Any thread; no process twice.
+  // From a copy that is kept up to date: waits for no other process. Any thread; no process twice.
   [[nodiscard]] virtual std::vector<std::int32_t> processIdentifiers() = 0;
 
   // Calls back on the main thread after a process joined or left. May be null where that is not told.

@@ -21,7 +21,7 @@ Window windowOf(std::int32_t process, WindowID id, WindowType type = WindowType:
 }
 
 std::vector<ApplicationInfo> info(std::vector<Window> windows, const std::vector<std::int32_t>& accessible = {},
-                                      std::optional<WindowID> active = std::nullopt) {
+                                  std::optional<WindowID> active = std::nullopt) {
   return applicationInfos({.windows = std::move(windows), .active = active}, accessible);
 }
 
@@ -59,7 +59,7 @@ TEST(ApplicationInfo, AProcessOnTheAccessibilityBusAloneIsAnAccessory) {
   EXPECT_EQ(info({}, {kProcess, 0, -3}), (std::vector<ApplicationInfo>{{.processIdentifier = kProcess}}));
 }
 
-TEST(ApplicationInfo, WindowsOfNobodyMakeNoApplication) { EXPECT_TRUE(info({{.id = 1}}).empty()); }
+TEST(ApplicationInfo, WindowsWithoutAnOwnerMakeNoApplication) { EXPECT_TRUE(info({{.id = 1}}).empty()); }
 
 TEST(ApplicationInfo, EachProcessComesOnceByItsNumber) {
   const auto infos = info({windowOf(9, 1), windowOf(7, 2), windowOf(9, 3)}, {8, 7});

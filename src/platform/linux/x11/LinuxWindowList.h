@@ -20,9 +20,9 @@ namespace quillard::x11 {
 // Bounds are what a person sees, in pixels: with the window manager's frame, without a shadow. Layers: below 0 for
 // windows that are kept below the others, above 0 for those that are kept above, panels and notifications.
 //
-// Changes of the list, of the active window, of the desktop, and of a window's state are told at once, those of names
-// after 100 ms; moves are not told. A new window whose process is not on the accessibility bus yet is told twice, the
-// second time after 35 ms, since it can be read only then.
+// Changes of the list, of the active window, of the desktop, and of a window's state are reported immediately, those of
+// names after 100 ms; moves are not told. A new window whose process is not on the accessibility bus yet is told twice,
+// the second time after 35 ms, since it can be read only then.
 class LinuxWindowList final : public platform::WindowList {
  public:
   // All of them outlive this. Made and destroyed on the main thread.

@@ -27,7 +27,7 @@ namespace quillard::x11 {
 //     but it is what the program says of itself: another program of the same user can claim any.
 //   - The activation policy follows from its windows; see `applicationInfos`. An agent without a window, and not on
 //     the bus, is `prohibited`: it is found by its identifier, and not searched for prompts.
-//   - Active is the owner of the active window; without an X server, nobody is.
+//   - Active is the owner of the active window; without an X server, none is.
 //   - Hidden means that all of its windows are minimised.
 //   - It terminates when it ends, or gives up its last window without being on the bus. Agents without windows come and
 //     go unnoticed.

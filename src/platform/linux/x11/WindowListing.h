@@ -22,7 +22,7 @@ inline constexpr std::int64_t kNotificationLayer = 25;
 // client draws inside its own. Never of negative size.
 [[nodiscard]] Rect visibleBounds(const Window& window);
 
-// On the present desktop, or on all of them. True when nobody says.
+// On the present desktop, or on all of them. True when the window manager does not say.
 [[nodiscard]] bool isOnCurrentDesktop(const Window& window, const WindowsSnapshot& snapshot);
 
 // Mapped, on the present desktop, and with some part inside the screen.

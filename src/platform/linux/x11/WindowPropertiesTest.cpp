@@ -175,12 +175,12 @@ TEST(WindowProperties, TellsMinimisedWindowsFromThoseOfOtherDesktops) {
   const std::vector<StateCase> cases{
       {"on the screen", 1, false, 0, true, false, true},
       {"minimised", 3, true, 0, false, true, false},
-      {"minimised, where nobody says hidden", 3, false, 0, false, true, false},
+      {"minimised, where hidden is not stated", 3, false, 0, false, true, false},
       {"on another desktop", 3, false, 1, false, false, true},
       {"minimised on another desktop", 3, true, 1, false, true, false},
       {"withdrawn", 0, false, 0, true, false, false},
-      {"nobody's window, on the screen", std::nullopt, false, std::nullopt, true, false, true},
-      {"nobody's window, not mapped", std::nullopt, false, std::nullopt, false, false, false},
+      {"window without an owner, on the screen", std::nullopt, false, std::nullopt, true, false, true},
+      {"window without an owner, not mapped", std::nullopt, false, std::nullopt, false, false, false},
       {"a state that does not exist", 77, false, 0, true, false, true},
   };
   for (const auto& entry : cases) {

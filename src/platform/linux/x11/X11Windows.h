@@ -36,7 +36,7 @@ struct Window {
   bool isAbove = false;
   bool isBelow = false;
   bool isMapped = false;  // Neither minimised nor withdrawn, on whatever desktop the window manager keeps it.
-  std::optional<std::uint32_t> desktop;  // Absent: on all of them, or nobody says.
+  std::optional<std::uint32_t> desktop;  // Absent: on all of them, or not stated.
   std::optional<WindowID> transientFor;  // Never the root window.
   Rect clientBounds;                     // Of the client's own window, without the frame.
   Extents frame;                         // _NET_FRAME_EXTENTS: what the window manager draws around it.

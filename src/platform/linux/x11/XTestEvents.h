@@ -29,7 +29,7 @@ namespace quillard::x11 {
 //   - A mouse event is posted only while the topmost window at its point is the process's own.
 //   - A key is posted only while a window of the process has the keyboard. When none has, its topmost window is
 //     activated first, and given up to 100 ms to get it.
-//   - Otherwise nothing is posted. The server serves nobody else between the check and the event.
+//   - Otherwise nothing is posted. The server serves no other client between the check and the event.
 //   - A release follows its press wherever that is: the server hands it to whoever got the press, and a button that
 //     stayed down would be worse. Without a press of ours it is not posted.
 // Presses that were not released are released when this object goes.
@@ -56,7 +56,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   [[nodiscard]] ServerConnection* testableServer();
   [[nodiscard]] bool isOnScreen(const ServerConnection& server, Point position) const;
   void post(const ServerConnection& server, const Event& event);
-  // Between the gate's look and the event, the server serves nobody else. False when the gate said no.
+  // Between the gate's check and the event, the server serves no other client. False when the gate said no.
   bool postIf(const ServerConnection& server, const Gate& gate, const Event& event);
   bool waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
   void releaseAll();

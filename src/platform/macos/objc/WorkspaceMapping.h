@@ -12,7 +12,7 @@ namespace quillard::macos {
 [[nodiscard]] platform::ActivationPolicy activationPolicyFrom(long number);
 [[nodiscard]] long activationPolicyNumber(platform::ActivationPolicy policy);
 
-// Absent for a notification that nobody here waits for.
+// Absent for a notification that no observer here waits for.
 [[nodiscard]] std::optional<platform::WorkspaceEventKind> eventKindFrom(std::string_view notificationName);
 
 }  // namespace quillard::macos

@@ -6,7 +6,7 @@
 
 namespace quillard::macos {
 
-// Locks on files of the user's temporary folder, which the system makes for each user and nobody else may enter.
+// Locks on files of the user's temporary folder, which the system makes for each user and no other user may enter.
 // Programs that the process starts do not inherit a lock.
 class MacLockFiles final : public platform::LockFiles {
  public:

@@ -136,7 +136,7 @@ TEST_F(QtStatusWindowViewTest, TakesEnterAndSpaceForAPressAndLeavesDisabledButto
   EXPECT_EQ(pressed.size(), 3U);
 }
 
-TEST_F(QtStatusWindowViewTest, GivesTheKeyboardToNoButtonUntilSomebodyAsks) {
+TEST_F(QtStatusWindowViewTest, GivesTheKeyboardToNoButtonUntilThePersonAsks) {
   show();
   EXPECT_FALSE(dynamic_cast<ActionButton*>(shownWindow()->focusWidget()));
   press(shownWindow()->focusWidget(), Qt::Key_Return);

@@ -94,7 +94,7 @@ void StatusWindow::comeToFront() {
   setVisible(true);
   raise();
   activateWindow();
-  // Not on a button: Enter must press none before somebody has chosen one.
+  // Not on a button: Enter must press none before a person has chosen one.
   if (!focusWidget()) page->setFocus();
 }
 

@@ -10,7 +10,6 @@
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "support/AgentWorld.h"
-#include "support/LongTests.h"
 
 // Random lives of the whole agent in virtual time, and what must hold in each of them. To replay one, give its seed to
 // the test that failed: the seed is all that a life is made of.
@@ -265,11 +264,10 @@ class AgentLife {
 class AgentHistory : public testing::TestWithParam<int> {};
 
 TEST_P(AgentHistory, HoldsItsPromises) {
-  constexpr int kSeedsOfOneTest = 25;
-  const int lives = test::rounds(10, kSeedsOfOneTest);
+  constexpr int kLivesInOneTest = 25;
   std::map<std::string, int> answers;
-  for (int i = 0; i < lives; ++i) {
-    const auto seed = static_cast<std::uint64_t>(GetParam() * kSeedsOfOneTest + i);
+  for (int i = 0; i < kLivesInOneTest; ++i) {
+    const auto seed = static_cast<std::uint64_t>(GetParam() * kLivesInOneTest + i);
     SCOPED_TRACE("seed " + std::to_string(seed));
     AgentLife life{seed};
     life.live();

@@ -74,6 +74,7 @@ test.describe("with a relay of its own", () => {
     watch.expected.push(kRelayIsGone);
     await computer.show([sampleApproval(1)]);
     await pairByText(page, relay, computer);
+    await expect(card(page).getByRole("button", { name: "Cancel" })).toBeEnabled();
     await relay.kill();
     await expect(page.getByText("The relay cannot be reached")).toBeVisible();
     await expect(page.getByText(/^Next try in \d+ s\.$|^Trying again…$/)).toBeVisible();

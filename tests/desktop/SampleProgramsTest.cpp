@@ -9,6 +9,7 @@
 #include "desktop/AccessibleTree.h"
 #include "desktop/ClientList.h"
 #include "desktop/PrivateDesktop.h"
+#include "desktop/SharedDesktop.h"
 
 namespace quillard::test {
 namespace {
@@ -18,11 +19,14 @@ using Arguments = std::vector<std::string>;
 
 constexpr int kShowingState = 25;
 
-// One desktop for all of them: each test ends its own programs.
+// One desktop for all of them, and a new one after a test whose windows stay, as when a window manager hangs.
 class SamplePrograms : public testing::TestWithParam<std::string> {
  protected:
-  static void SetUpTestSuite() { desktop = std::make_unique<PrivateDesktop>(); }
-  static void TearDownTestSuite() { desktop.reset(); }
+  static void TearDownTestSuite() {
+    desktop = nullptr;
+    shared.end();
+  }
+  void SetUp() override { desktop = &shared.get(); }
 
   [[nodiscard]] static bool isGtk4() { return GetParam() == "gtk4_prompt"; }
   [[nodiscard]] static bool isQt() { return GetParam() == "qt_prompt"; }
@@ -72,7 +76,8 @@ class SamplePrograms : public testing::TestWithParam<std::string> {
     return found;
   }
 
-  inline static std::unique_ptr<PrivateDesktop> desktop;
+  inline static SharedDesktop shared;
+  inline static PrivateDesktop* desktop = nullptr;  // Of the present test.
 };
 
 INSTANTIATE_TEST_SUITE_P(Toolkits, SamplePrograms, testing::Values("gtk3_prompt", "gtk4_prompt", "qt_prompt"),

@@ -97,6 +97,8 @@ class ConnectedComputer extends FakeComputer {
   }
 }
 
+if (!program) console.warn("Skipped: QUILLARD_RELAY_PROGRAM does not name a relay to talk to.");
+
 describe.skipIf(!program)("With the real relay", () => {
   const folder = mkdtempSync(join(tmpdir(), "quillard-phone-"));
   const phones: RunningPhone[] = [];

@@ -95,13 +95,16 @@ function(quillard_library name)
 endfunction()
 
 # quillard_header_library(NAME [SUBFOLDERS folders...] [INTERFACE targets...]): headers only; `<NAME>_headers` compiles
-# each of them alone.
+# each of them alone, among the tests.
 function(quillard_header_library name)
   cmake_parse_arguments(ARG "" "" "SUBFOLDERS;INTERFACE" ${ARGN})
   quillard_list_module(${name} ${ARG_INTERFACE})
   add_library(${name} INTERFACE)
   target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} INTERFACE ${ARG_INTERFACE})
+  if(QUILLARD_SANITIZE OR NOT QUILLARD_TESTS)
+    return()  # Nothing of it runs.
+  endif()
   set(patterns ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   foreach(folder IN LISTS ARG_SUBFOLDERS)
     list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.h)

@@ -237,6 +237,28 @@ TEST_F(LinuxWorkspaceTest, AProcessThatJoinsTheBusIsAnApplicationUntilItLeaves) 
   EXPECT_TRUE(seen(WorkspaceEventKind::didTerminateApplication, program.pid()));
 }
 
+// A scan finds a window by its focus that was not there when it began: its prompt has the program's name all the same.
+TEST_F(LinuxWorkspaceTest, AProgramThatHasJustShownItsFirstWindowIsKnown) {
+  std::vector<DesktopProgram> programs;
+  for (int i = 0; i < 10; ++i) {
+    programs.push_back(sleeper());
+    const auto id = client.open({.process = programs.back().pid(), .type = "notification"});
+    do {
+      static_cast<void>(binding.workspace.runningApplications());
+    } while (!found(id));
+    EXPECT_TRUE(binding.workspace.runningApplication(programs.back().pid()).has_value());
+  }
+}
+
+TEST_F(LinuxWorkspaceTest, AProgramThatHasJustJoinedTheBusIsKnown) {
+  auto program = sleeper();
+  EXPECT_EQ(binding.workspace.runningApplication(program.pid()), std::nullopt);
+  binding.accessible.unreported = {program.pid()};
+  const auto found = binding.workspace.runningApplication(program.pid());
+  ASSERT_TRUE(found.has_value());
+  EXPECT_EQ(found->activationPolicy, ActivationPolicy::accessory);
+}
+
 TEST_F(LinuxWorkspaceTest, TerminateAsksWindowsToClose) {
   auto zenity = desktop.launch("zenity", {"--info", "--text", "Well"});
   ASSERT_TRUE(becomes(zenity.pid(), isActive));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -29,7 +30,16 @@ class FakeAccessibleProcesses final : public x11::AccessibleProcesses {
     processes = std::move(now);
     listeners.tell();
   }
+  // On the bus, though no change was reported yet.
+  std::vector<std::int32_t> unreported;
+
   std::vector<std::int32_t> processIdentifiers() override { return processes; }
+  bool isPresentNow(std::int32_t processIdentifier) override {
+    const auto has = [&](const auto& some) {
+      return std::find(some.begin(), some.end(), processIdentifier) != some.end();
+    };
+    return has(processes) || has(unreported);
+  }
   platform::SubscriptionHandle observe(std::function<void()> onChange) override {
     return listeners.add(std::move(onChange));
   }

@@ -1,5 +1,6 @@
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quillard::atspi {
@@ -29,6 +30,11 @@ AccessibleProcessList::AccessibleProcessList(AccessibleApplications& application
 std::vector<std::int32_t> AccessibleProcessList::processIdentifiers() {
   const MutexLock lock(mutex);
   return present;
+}
+
+bool AccessibleProcessList::isPresentNow(std::int32_t processIdentifier) {
+  const auto now = applications.processIdentifiers();
+  return std::find(now.begin(), now.end(), processIdentifier) != now.end();
 }
 
 platform::SubscriptionHandle AccessibleProcessList::observe(std::function<void()> onChange) {

@@ -22,6 +22,8 @@ class AccessibleProcessList final : public x11::AccessibleProcesses {
                         platform::SerialExecutor& mainThread);
 
   [[nodiscard]] std::vector<std::int32_t> processIdentifiers() override;
+  // Leaves the copy as it is: observers are notified of what changes it.
+  [[nodiscard]] bool isPresentNow(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::SubscriptionHandle observe(std::function<void()> onChange) override;
 
  private:

@@ -18,6 +18,9 @@ class AccessibleProcesses {
 
   // From a copy that is kept up to date: waits for no other process. Any thread; no process twice.
   [[nodiscard]] virtual std::vector<std::int32_t> processIdentifiers() = 0;
+  // Whether it is there now: asks the bus, so that a program counts that the copy does not have yet. Waits for the bus,
+  // but for no program. Any thread.
+  [[nodiscard]] virtual bool isPresentNow(std::int32_t processIdentifier) = 0;
 
   // Calls back on the main thread after a process joined or left. May be null where that is not told.
   [[nodiscard]] virtual platform::SubscriptionHandle observe(std::function<void()> onChange) = 0;

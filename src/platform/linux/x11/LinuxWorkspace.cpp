@@ -53,11 +53,13 @@ std::optional<RunningApplication> LinuxWorkspace::frontmostApplication() {
 }
 
 std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_t processIdentifier) {
-  for (const auto& info : recentReading().infos) {
-    if (info.processIdentifier == processIdentifier) return application(info);
+  if (const auto info = infoOf(processIdentifier, recentReading())) return application(*info);
+  if (agents.isOurs(processIdentifier)) {
+    return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::prohibited});
   }
-  if (!agents.isOurs(processIdentifier)) return std::nullopt;
-  return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::prohibited});
+  if (const auto info = infoOf(processIdentifier, newReading())) return application(*info);
+  if (!sources.accessible.isPresentNow(processIdentifier)) return std::nullopt;
+  return application({.processIdentifier = processIdentifier, .activationPolicy = ActivationPolicy::accessory});
 }
 
 bool LinuxWorkspace::activate(std::int32_t processIdentifier) {
@@ -102,6 +104,18 @@ LinuxWorkspace::Reading LinuxWorkspace::recentReading() {
     lastReading = read(sources.windows.snapshot());
   }
   return *lastReading;
+}
+
+LinuxWorkspace::Reading LinuxWorkspace::newReading() {
+  forgetReading();
+  return recentReading();
+}
+
+std::optional<ApplicationInfo> LinuxWorkspace::infoOf(std::int32_t processIdentifier, const Reading& reading) {
+  for (const auto& info : reading.infos) {
+    if (info.processIdentifier == processIdentifier) return info;
+  }
+  return std::nullopt;
 }
 
 void LinuxWorkspace::forgetReading() {

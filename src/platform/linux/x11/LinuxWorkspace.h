@@ -32,7 +32,8 @@ namespace quillard::x11 {
 //   - It terminates when it ends, or gives up its last window without being on the bus. Agents without windows come and
 //     go unnoticed.
 //
-// Answers about applications may be 20 ms old.
+// Answers about applications may be 20 ms old. An application that such an answer does not have is looked for anew,
+// since one that has just shown its window would otherwise have no name.
 class LinuxWorkspace final : public platform::Workspace {
  public:
   // Where the answers come from. All of them outlive the workspace.
@@ -75,11 +76,14 @@ class LinuxWorkspace final : public platform::Workspace {
   };
 
   [[nodiscard]] Reading recentReading();
+  [[nodiscard]] Reading newReading();
   void forgetReading();
   [[nodiscard]] Reading read(WindowsSnapshot snapshot);
   // Absent when the process is another user's or has gone.
   [[nodiscard]] std::optional<platform::RunningApplication> application(const ApplicationInfo& info);
   [[nodiscard]] std::vector<platform::RunningApplication> applications(const Reading& reading);
+  // What the reading has of a process; absent when it has no application of it.
+  [[nodiscard]] static std::optional<ApplicationInfo> infoOf(std::int32_t processIdentifier, const Reading& reading);
   [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Reading& reading);
   void desktopChanged(const WindowsSnapshot& snapshot);
 

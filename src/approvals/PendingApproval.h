@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/Uuid.h"
+#include "platform/desktop/Accessibility.h"
 #include "values/Geometry.h"
 #include "values/Time.h"
 
@@ -61,6 +62,9 @@ struct PendingApproval {
   bool requiresDirectAccess = false;                  // May be dismissed from afar, never approved.
   std::optional<std::string> directAccessReason;
   bool isFallbackDetection = false;  // No text could be read of it; `messageLines` holds a line of ours instead.
+  // The live window that shows it, which tells two prompts of one content apart. It never leaves this process. Absent:
+  // the record was not read from a screen.
+  std::optional<platform::AXUIElement> window;
 
   // The record with `fields`, and with `suppressionID`, which is the `id` when absent.
   [[nodiscard]] static PendingApproval make(PendingApproval fields,

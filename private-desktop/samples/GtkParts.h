@@ -1,8 +1,10 @@
 #pragma once
 
+#include <csignal>
 #include <cstddef>
 #include <string>
 
+#include <glib-unix.h>
 #include <gtk/gtk.h>
 
 #include "private-desktop/samples/SampleOptions.h"
@@ -29,13 +31,14 @@ inline void addDialogButtons(GtkDialog* dialog, const SampleOptions& options) {
   if (options.defaultButton >= 0) gtk_dialog_set_default_response(dialog, kFirstButton + options.defaultButton);
 }
 
-// Ends `loop`, or hangs, when the options' time has come.
+// Ends `loop`, or hangs, when the options' time has come; ends it also when a SIGUSR1 asks for it.
 inline void endInTime(const SampleOptions& options, GMainLoop* loop) {
   const auto quit = [](gpointer running) -> gboolean {
     g_main_loop_quit(static_cast<GMainLoop*>(running));
     return FALSE;
   };
   const auto stay = [](gpointer) -> gboolean { hang(); };
+  g_unix_signal_add(SIGUSR1, quit, loop);
   if (options.closeAfter) g_timeout_add(static_cast<guint>(options.closeAfter->count()), quit, loop);
   if (options.hangAfter) g_timeout_add(static_cast<guint>(options.hangAfter->count()), stay, nullptr);
 }

@@ -1,6 +1,7 @@
 // A window of any kind with Qt. See private-desktop/samples/README.md.
 
 #include <chrono>
+#include <csignal>
 #include <iostream>
 
 #include <QtCore/QTimer>
@@ -35,6 +36,7 @@ QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 // A part that tells accessibility it is something else: the widget's property says what.
 constexpr const char* kRoleProperty = "sampleRole";
 constexpr std::chrono::milliseconds kPlaceCheckInterval{50};
+constexpr std::chrono::milliseconds kCloseCheckInterval{50};
 
 QAccessibleInterface* accessibleWithRole(const QString&, QObject* object) {
   auto* const widget = qobject_cast<QWidget*>(object);
@@ -82,6 +84,8 @@ class QtPrompt : public QObject {
   void pressed(int index, const std::string& label);
   void settle();
   void keepPlace();
+  // Ends the program once a SIGUSR1 has asked for it.
+  void closeWhenAsked();
   template <typename Action>
   void after(std::chrono::milliseconds time, const Action& action) {
     auto* const timer = new QTimer(this);
@@ -321,7 +325,16 @@ void QtPrompt::succeed() {
   old->deleteLater();
 }
 
+// A handler of signals may do next to nothing: it leaves word, and the loop finds it.
+volatile std::sig_atomic_t closeIsWanted = 0;
+
+void QtPrompt::closeWhenAsked() {
+  if (closeIsWanted != 0) return QCoreApplication::exit(kClosedWithoutAButton);
+  after(kCloseCheckInterval, [this] { closeWhenAsked(); });
+}
+
 int QtPrompt::run() {
+  std::signal(SIGUSR1, [](int) { closeIsWanted = 1; });
   if (options.parent) {
     parentWindow = new QMainWindow;
     parentWindow->setWindowTitle(text(*options.parent));
@@ -332,6 +345,7 @@ int QtPrompt::run() {
   const auto closeAfter = options.closeAfter;
   const auto hangAfter = options.hangAfter;
   show();
+  closeWhenAsked();
   if (closeAfter) after(*closeAfter, [] { QCoreApplication::exit(kClosedWithoutAButton); });
   if (hangAfter) after(*hangAfter, [] { hang(); });
   return QCoreApplication::exec();

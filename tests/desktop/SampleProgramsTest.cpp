@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <csignal>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -236,6 +237,10 @@ TEST_P(SamplePrograms, AreStillThereAfterAnIgnoredPressOnAMessageBox) {
 TEST_P(SamplePrograms, CloseByThemselvesOrByTheWindowManager) {
   auto byItself = launch({"--kind", "dialog", "--title", "Brief", "--button", "OK", "--close-after", "0.05"});
   EXPECT_EQ(byItself.wait(), 3);
+  auto asked = launch({"--kind", "dialog", "--title", "Asked", "--button", "OK"});
+  ASSERT_TRUE(asked.waitForOutput("ready"));
+  ::kill(asked.pid(), SIGUSR1);
+  EXPECT_EQ(asked.wait(), 3);
   for (const char* kind : {"message-box", "dialog", "frame"}) {
     SCOPED_TRACE(kind);
     auto program = launch({"--kind", kind, "--title", "Closed", "--text", "Hm?", "--button", "No", "--button", "OK"});

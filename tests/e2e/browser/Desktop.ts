@@ -29,7 +29,12 @@ export interface DialogOptions {
 }
 
 /** A sample program that shows one prompt, and ends with the number of the button that was pressed. */
-export class Dialog extends Program {}
+export class Dialog extends Program {
+  /** Without a button, as a program does that has waited for long enough. */
+  closeByItself(): Promise<number> {
+    return this.signal("SIGUSR1");
+  }
+}
 
 /** The private desktop that this process runs on: opens dialogs, takes pictures, presses buttons as a person at it does. */
 export class Desktop {

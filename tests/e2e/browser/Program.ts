@@ -90,14 +90,12 @@ export class Program {
 
   /** Politely. Waits until it has gone. */
   end(): Promise<number> {
-    this.child.kill("SIGTERM");
-    return this.exitStatus;
+    return this.signal("SIGTERM");
   }
 
   /** Without a warning. Waits until it has gone. */
   kill(): Promise<number> {
-    this.child.kill("SIGKILL");
-    return this.exitStatus;
+    return this.signal("SIGKILL");
   }
 
   /** It stands still until it is resumed: as hung programs and sleeping computers do. */
@@ -107,6 +105,11 @@ export class Program {
 
   resume(): void {
     this.child.kill("SIGCONT");
+  }
+
+  protected signal(name: NodeJS.Signals): Promise<number> {
+    this.child.kill(name);
+    return this.exitStatus;
   }
 
   private take(text: string): void {

@@ -8,18 +8,13 @@ test("lets prompts go that are answered at the computer, or close by themselves"
   phone,
 }) => {
   const buttons = ["No", "Yes"];
-  const fleeting = await desktop.open({
-    toolkit: "qt",
-    title: "Fleeting",
-    buttons,
-    more: ["--close-after", "3"],
-  });
+  const fleeting = await desktop.open({ toolkit: "qt", title: "Fleeting", buttons });
   const atTheDesk = await desktop.open({ toolkit: "gtk3", title: "At the desk", buttons });
   await phone.prompt("Fleeting");
   await phone.prompt("At the desk");
   await desktop.pressInDialog(atTheDesk, "Yes");
   expect(await atTheDesk.exitStatus).toBe(pressed(1));
-  expect(await fleeting.exitStatus).toBe(closedWithoutAButton);
+  expect(await fleeting.closeByItself()).toBe(closedWithoutAButton);
   await phone.expectOutcome("At the desk", atTheComputer);
   await phone.expectOutcome("Fleeting", atTheComputer);
 });

@@ -44,9 +44,13 @@ FakeObject object(Role role, const std::string& name, std::vector<std::string> c
   return object;
 }
 
+// For tests in which a program does not answer.
+constexpr Seconds kShortTimeout{1};
+
 // One program with a prompt, on a bus of its own. All fake programs live in this process.
 struct World {
-  explicit World(Seconds messagingTimeout = Seconds{0.5})
+  // No test waits for it where every program answers, so it may be long: for a busy machine.
+  explicit World(Seconds messagingTimeout = Seconds{20})
       : program(bus.start()),
         accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = messagingTimeout}, windows, executors) {
     bus.registerPrograms({program->name()});
@@ -394,7 +398,7 @@ TEST(FakePrograms, ManyThreadsReadAtOnce) {
 }
 
 TEST(FakePrograms, APressThatIsNotAnsweredInTimeCannotBeComplete) {
-  World world;
+  World world{kShortTimeout};
   const auto window = world.window();
   ASSERT_TRUE(window);
   const auto allow = AXHelpers::children(world.accessibility, *window).back();

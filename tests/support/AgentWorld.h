@@ -139,12 +139,12 @@ class AgentWorld {
   // In a turn of the main thread; lets time pass while that is in the middle of something.
   template <class Act>
   void onMainThread(Act act) {
-    bool isDone = false;
-    world.time().runOnMainThread([&] {
+    const auto isDone = std::make_shared<bool>(false);
+    world.time().runOnMainThread([&, isDone] {
       act(*agent);
-      isDone = true;
+      *isDone = true;
     });
-    while (!isDone) advance(0.01);
+    while (!*isDone) advance(0.01);
   }
 
   platform::simulated::SimulatedDesktop& desktop() { return world.desktop(); }

@@ -54,8 +54,12 @@ TEST_P(WebSocketContract, FailsWithTheStatusWhenTheServerAnswersWithHttp) {
   for (const auto& [status, answer] : answers) {
     ScriptedServer server(answerWith(answer));
     WebSocketClient client(*binding, requestTo(server.url("ws", pathWithCanary())));
-    const std::string error = client.receiveError();
+    const auto end = client.receiveEnd();
+    ASSERT_TRUE(end.has_value()) << status;
+    const std::string error = end->error.description;
     EXPECT_NE(error.find("HTTP " + status), std::string::npos) << status << ": " << error;
+    EXPECT_EQ(end->refusedWithStatus, std::stoi(status));
+    EXPECT_EQ(end->closeCode, std::nullopt);
     expectNoSecret(error);
     EXPECT_EQ(client.opened.count(), 0U);
     EXPECT_EQ(server.accepted(), 1) << "A demand or a redirect was followed.";
@@ -69,9 +73,12 @@ TEST_P(WebSocketContract, FailsOnAHandshakeThatIsNone) {
                                    "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n"}) {
     ScriptedServer server(answerWith(answer));
     WebSocketClient client(*binding, requestTo(server.url("ws", pathWithCanary())));
-    const std::string error = client.receiveError();
-    EXPECT_NE(error, "") << answer;
-    expectNoSecret(error);
+    const auto end = client.receiveEnd();
+    ASSERT_TRUE(end.has_value()) << answer;
+    EXPECT_NE(end->error.description, "") << answer;
+    EXPECT_NE(end->refusedWithStatus, 401) << answer;
+    EXPECT_NE(end->refusedWithStatus, 410) << answer;
+    expectNoSecret(end->error.description);
     EXPECT_EQ(client.opened.count(), 0U);
   }
 }

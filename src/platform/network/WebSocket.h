@@ -30,10 +30,12 @@ struct BinaryMessage {
 };
 using WebSocketMessage = std::variant<TextMessage, BinaryMessage>;
 
-// Why a connection ended: closed by the server, failed, or cancelled.
+// Why a connection ended: closed by the server, refused by it, failed, or cancelled.
 struct WebSocketEnd {
   std::optional<std::uint16_t> closeCode;  // Present when a close message ended it, absent when it failed.
   TransportError error;                    // The same in words, for a diagnostic line: never the server's own words.
+  // The HTTP status with which the server answered instead of opening the connection. Absent: it gave no such answer.
+  std::optional<int> refusedWithStatus = std::nullopt;
 };
 using WebSocketReceipt = std::variant<WebSocketMessage, WebSocketEnd>;
 

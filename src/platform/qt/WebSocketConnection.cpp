@@ -32,6 +32,10 @@ constexpr auto kErrorSignal = &QWebSocket::errorOccurred;
 constexpr auto kErrorSignal = QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error);
 #endif
 
+std::string refusalText(int statusCode) {
+  return "The server answered with HTTP " + std::to_string(statusCode) + " instead of opening a WebSocket.";
+}
+
 QNetworkRequest handshakeRequest(const QUrl& url, const std::vector<platform::HttpHeader>& headers) {
   QNetworkRequest request(url);
   for (const auto& header : headers) {
@@ -146,17 +150,26 @@ void WebSocketConnection::reportSent() {
   for (const std::uint64_t number : std::exchange(unsent, {})) report(WebSocketSent{number, std::nullopt});
 }
 
-void WebSocketConnection::socketFailed(QAbstractSocket::SocketError error) { fail(failureText(error)); }
+void WebSocketConnection::socketFailed(QAbstractSocket::SocketError error) {
+  const auto status = refusingStatus();
+  end({.closeCode = std::nullopt,
+       .error = {status ? refusalText(*status) : failureText(error)},
+       .refusedWithStatus = status});
+}
 
-// The socket reports a refused handshake as a refused connection, and gives the reason only in its text.
+// The socket reports a refused handshake as a refused connection, and gives the status only in its text.
+std::optional<int> WebSocketConnection::refusingStatus() const {
+  if (isOpen || !certificateErrors.isEmpty()) return std::nullopt;
+  static const QRegularExpression kStatus(QStringLiteral("http status code: (\\d{3})\\b"));
+  const auto match = kStatus.match(socket->errorString());
+  if (!match.hasMatch()) return std::nullopt;
+  return match.captured(1).toInt();
+}
+
 std::string WebSocketConnection::failureText(QAbstractSocket::SocketError error) const {
   if (!certificateErrors.isEmpty()) return certificateErrorText(certificateErrors);
   if (isOpen) return socketErrorText(error);
-  static const QRegularExpression kStatus(QStringLiteral("http status code: (\\d{3})\\b"));
   const QString description = socket->errorString();
-  if (const auto match = kStatus.match(description); match.hasMatch()) {
-    return "The server answered with HTTP " + match.captured(1).toStdString() + " instead of opening a WebSocket.";
-  }
   if (description.contains(QStringLiteral("handshake"), Qt::CaseInsensitive) &&
       error == QAbstractSocket::ConnectionRefusedError) {
     return "The server does not speak WebSocket.";

@@ -64,6 +64,8 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   void peerIsAlive();
   void reportSent();
   void socketFailed(QAbstractSocket::SocketError error);
+  // Absent: the server did not answer the handshake with another status of HTTP.
+  [[nodiscard]] std::optional<int> refusingStatus() const;
   [[nodiscard]] std::string failureText(QAbstractSocket::SocketError error) const;
   void fail(std::string description);
   void end(platform::WebSocketEnd why);

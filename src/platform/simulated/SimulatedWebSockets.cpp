@@ -72,6 +72,14 @@ void SimulatedWebSocketConnection::close(std::uint16_t code) {
   end({code, {"The connection was closed with code " + std::to_string(code) + "."}});
 }
 
+void SimulatedWebSocketConnection::refuse(int statusCode) {
+  const MutexLock lock{mutex};
+  if (accepted) return;
+  end({.closeCode = std::nullopt,
+       .error = {"The server answered with HTTP " + std::to_string(statusCode) + " instead of opening a WebSocket."},
+       .refusedWithStatus = statusCode});
+}
+
 void SimulatedWebSocketConnection::holdSends() {
   const MutexLock lock{mutex};
   isHolding = true;

@@ -33,6 +33,8 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   // it until then and the end after that. What the client was sending is lost, and its sends fail.
   void fail(std::string description);
   void close(std::uint16_t code);
+  // Answers the opening request with this HTTP status instead. Not once it is accepted.
+  void refuse(int statusCode);
   // Held sends neither arrive nor complete, until they are released.
   void holdSends();
   void releaseSends();

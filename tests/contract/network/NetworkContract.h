@@ -42,6 +42,8 @@ class NetworkBinding {
   // The code of the client's close message. Absent: it sent none.
   [[nodiscard]] virtual std::optional<std::uint16_t> receivedCloseCode() = 0;
   [[nodiscard]] virtual bool hasEnded() = 0;
+  // A server that answers with this HTTP status instead of opening a WebSocket.
+  virtual std::string refusingWebSocketUrl(int status) = 0;
   // A server that lets clients connect and never answers.
   virtual std::string silentWebSocketUrl() = 0;
 

@@ -83,7 +83,9 @@ class ControlledServer {
 // Answers with the status that the path names.
 class StatusServer {
  public:
-  [[nodiscard]] std::string url(int status) const { return server.url("http", "/" + std::to_string(status)); }
+  [[nodiscard]] std::string url(const std::string& scheme, int status) const {
+    return server.url(scheme, "/" + std::to_string(status));
+  }
   [[nodiscard]] std::vector<std::string> requests() {
     const std::lock_guard lock(mutex);
     return received;
@@ -132,9 +134,10 @@ class QtNetworkBinding final : public NetworkBinding {
   std::vector<std::string> receivedTexts() override { return socketServer.receivedTexts(); }
   std::optional<std::uint16_t> receivedCloseCode() override { return socketServer.receivedCloseCode(); }
   bool hasEnded() override { return socketServer.hasEnded(); }
+  std::string refusingWebSocketUrl(int status) override { return statusServer.url("ws", status); }
   std::string silentWebSocketUrl() override { return silentServer.url("ws"); }
 
-  std::string httpUrl(int status) override { return statusServer.url(status); }
+  std::string httpUrl(int status) override { return statusServer.url("http", status); }
   std::string silentHttpUrl() override { return silentServer.url("http"); }
   std::vector<std::string> httpRequests() override { return statusServer.requests(); }
 

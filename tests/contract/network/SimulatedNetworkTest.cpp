@@ -17,7 +17,10 @@ class SimulatedNetworkBinding final : public NetworkBinding {
  public:
   SimulatedNetworkBinding() {
     sockets.onStart([this](const SimulatedWebSockets::ConnectionHandle& connection) {
-      if (connection->request().url != silentWebSocketUrl()) connection->accept();
+      const std::string& url = connection->request().url;
+      if (url == silentWebSocketUrl()) return;
+      if (!url.starts_with(kRefusing)) return connection->accept();
+      connection->refuse(std::stoi(url.substr(kRefusing.size())));
     });
     sessions.setServer([this](const platform::HttpRequest& request) -> std::optional<platform::HttpOutcome> {
       if (request.url == silentHttpUrl()) return std::nullopt;
@@ -42,6 +45,7 @@ class SimulatedNetworkBinding final : public NetworkBinding {
   std::vector<std::string> receivedTexts() override { return sockets.newest()->receivedTexts(); }
   std::optional<std::uint16_t> receivedCloseCode() override { return sockets.newest()->sentCloseCode(); }
   bool hasEnded() override { return sockets.newest()->isEnded(); }
+  std::string refusingWebSocketUrl(int status) override { return std::string(kRefusing) + std::to_string(status); }
   std::string silentWebSocketUrl() override { return "ws://silent.example/ws"; }
 
   std::string httpUrl(int status) override { return "http://server.example/" + std::to_string(status); }
@@ -53,6 +57,8 @@ class SimulatedNetworkBinding final : public NetworkBinding {
   }
 
  private:
+  static constexpr std::string_view kRefusing = "ws://refusing.example/";
+
   VirtualTime time{Seed{7}};
   const std::unique_ptr<platform::SerialExecutor> queue =
       time.makeSerialQueue("network", platform::QualityOfService::standard);

@@ -92,6 +92,30 @@ TEST_P(WebSocketTaskContract, GivesUpOpeningAfterTheTimeout) {
   EXPECT_EQ(client.opened.count(), 0U);
 }
 
+TEST_P(WebSocketTaskContract, TellsTheStatusWithWhichTheServerRefused) {
+  for (const int status : {401, 403, 410, 500, 503}) {
+    TaskClient client(*binding, {.url = binding->refusingWebSocketUrl(status)});
+    for (int i = 0; i < 2; ++i) {  // Every later receive gets the same.
+      const auto receipt = client.receive();
+      const auto* end = receipt ? std::get_if<WebSocketEnd>(&*receipt) : nullptr;
+      ASSERT_NE(end, nullptr) << status;
+      EXPECT_EQ(end->refusedWithStatus, status);
+      EXPECT_EQ(end->closeCode, std::nullopt);
+      EXPECT_NE(end->error.description.find("HTTP " + std::to_string(status)), std::string::npos);
+    }
+    EXPECT_EQ(client.opened.count(), 0U);
+  }
+}
+
+TEST_P(WebSocketTaskContract, TellsNoStatusOfAConnectionThatWasNotRefused) {
+  TaskClient dropped(*binding, {.url = binding->webSocketUrl()});
+  ASSERT_TRUE(dropped.waitForOpen());
+  binding->drop();
+  const auto receipt = dropped.receive();
+  ASSERT_TRUE(receipt && std::holds_alternative<WebSocketEnd>(*receipt));
+  EXPECT_EQ(std::get<WebSocketEnd>(*receipt).refusedWithStatus, std::nullopt);
+}
+
 TEST_P(WebSocketTaskContract, RefusesToSendBeforeItIsOpen) {
   TaskClient client(*binding, {.url = binding->silentWebSocketUrl()});
   EXPECT_NE(client.send("too early"), "");

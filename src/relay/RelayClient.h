@@ -30,6 +30,8 @@ struct RelayClientCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
   std::function<void(const RelayConnectionStatus&)> onStatusChange;
+  // The relay did not let the client in. The client is stopped then, until `connect`; its end-to-end state stays.
+  std::function<void(RelayRefusal)> onRefused = [](RelayRefusal) {};
 };
 
 // All of it outlives the client's queue.
@@ -44,10 +46,11 @@ class RelayClientCore;
 
 // Keeps one connection to the relay, publishes the pending approvals to the phones behind it, once for each change, and
 // passes their decisions to the callbacks. Nothing fails towards the caller: an error is printed, the message in
-// question is dropped, and a broken connection is opened again 3 s later.
+// question is dropped, and a broken connection is opened again 3 s later, unless the relay refused this computer.
 //
 // States: stopped -> connecting -> open -> waiting to reconnect -> connecting ..., and stopped again by `disconnect`
-// from any of them. Every change is reported, and so is every status of the phones that the relay sends.
+// from any of them, or by a refusal. Every change is reported, and so is every status of the phones that the relay
+// sends.
 //
 // Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; operations
 // that were called before are still done, and then, in a later turn of the queue, its socket is destroyed.

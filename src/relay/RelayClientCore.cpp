@@ -38,6 +38,7 @@ RelayClientCore::RelayClientCore(RelayClientAccess access, RelayClientCallbacks 
 RelayConnectionEvents RelayClientCore::connectionEvents() {
   return {.opened = [this] { opened(); },
           .lost = [this] { lost(); },
+          .refused = [this](RelayRefusal refusal) { refused(refusal); },
           .received = [this](const platform::WebSocketMessage& message) { received(message); }};
 }
 
@@ -57,6 +58,10 @@ void RelayClientCore::lost() {
   outbox.forgetSent();
   status = {};
   reportStatus();
+}
+
+void RelayClientCore::refused(RelayRefusal refusal) {
+  if (!isRetired()) callbacks.onRefused(refusal);
 }
 
 void RelayClientCore::received(const platform::WebSocketMessage& message) {

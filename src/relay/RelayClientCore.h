@@ -41,6 +41,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   RelayConnectionEvents connectionEvents();
   void opened();
   void lost();
+  void refused(RelayRefusal refusal);
   void received(const platform::WebSocketMessage& message);
 
   void receivedRequest(const ApprovalRequestRelayMessage& message);

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "approvals/PendingApprovalJson.h"
@@ -109,6 +111,40 @@ TEST(RelayClient, ComesBackOnceWhenASendFailsWithTheConnection) {
     world.time.advance(60s);
     EXPECT_EQ(world.sockets.connections().size(), 2U) << "Reports of the old socket do not end the new one.";
     EXPECT_EQ(world.statuses.back(), kConnected);
+  }
+}
+
+TEST(RelayClient, StopsAndSaysWhyWhenTheRelayRefusesItForGood) {
+  for (const auto& [status, refusal] :
+       {std::pair{401, RelayRefusal::tokenUnknown}, std::pair{410, RelayRefusal::pairingRevoked}}) {
+    RelayClientWorld world;
+    world.publish(listOf({1}));
+    world.client->connect();
+    world.run();
+    world.sockets.newest()->refuse(status);
+    world.time.advance(600s);
+    EXPECT_EQ(world.refusals, std::vector{refusal});
+    EXPECT_EQ(world.statuses, std::vector{kDisconnected});
+    EXPECT_EQ(world.sockets.connections().size(), 1U);
+    EXPECT_EQ(world.console.lines(),
+              (Lines{kConnectedLine, "Relay receive failed: The server answered with HTTP " + std::to_string(status) +
+                                         " instead of opening a WebSocket."}));
+    EXPECT_EQ(RelayClientWorld::snapshots(world.open()).size(), 1U) << "It can be asked to connect again.";
+    world.sockets.newest()->close(1006);
+    world.time.advance(4s);
+    EXPECT_EQ(world.sockets.connections().size(), 3U) << "It comes back by itself as before.";
+  }
+}
+
+TEST(RelayClient, ComesBackAfterOtherRefusals) {
+  for (const int status : {200, 302, 403, 404, 429, 500, 503}) {
+    RelayClientWorld world;
+    world.client->connect();
+    world.run();
+    world.sockets.newest()->refuse(status);
+    world.time.advance(4s);
+    EXPECT_TRUE(world.refusals.empty()) << status;
+    EXPECT_EQ(world.sockets.connections().size(), 2U) << status;
   }
 }
 

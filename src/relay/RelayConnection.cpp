@@ -9,6 +9,15 @@ namespace {
 
 constexpr Seconds kReconnectDelay{3};
 constexpr Seconds kConnectTimeout{60};
+constexpr int kUnauthorized = 401;
+constexpr int kGone = 410;
+
+// Absent: asking again may be answered otherwise.
+std::optional<RelayRefusal> refusalOf(const platform::WebSocketEnd& end) {
+  if (end.refusedWithStatus == kUnauthorized) return RelayRefusal::tokenUnknown;
+  if (end.refusedWithStatus == kGone) return RelayRefusal::pairingRevoked;
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -88,7 +97,13 @@ void RelayConnection::socketEnded(const platform::WebSocketEnd& end) {
   if (!end.closeCode) console.writeLine("Relay receive failed: " + printableText(end.error.description));
   forgetTask();
   events.lost();
+  if (const auto refusal = refusalOf(end)) return stopRefused(*refusal);
   reconnectLater();
+}
+
+void RelayConnection::stopRefused(RelayRefusal refusal) {
+  shouldReconnect = false;
+  events.refused(refusal);
 }
 
 void RelayConnection::sendEnded(std::uint64_t sendNumber, const std::optional<platform::TransportError>& error) {

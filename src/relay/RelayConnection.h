@@ -10,6 +10,7 @@
 #include "platform/network/WebSocket.h"
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
+#include "relay/RelayStatus.h"
 #include "values/Secret.h"
 
 namespace quillard {
@@ -19,11 +20,16 @@ struct RelayConnectionEvents {
   std::function<void()> opened;
   // Closed, failed or disconnected: nothing that was sent counts any more.
   std::function<void()> lost;
+  // The relay does not let this computer in: comes after `lost`, and the connection is stopped.
+  std::function<void(RelayRefusal)> refused;
   std::function<void(const platform::WebSocketMessage&)> received;
 };
 
 // One WebSocket to the relay at a time, opened again 3 s after it drops, for as long as it is wanted: no growing delay,
 // no limit. States: stopped -> connecting -> open -> waiting -> connecting ..., and stopped again from any of them.
+//
+// Where asking again would be answered in the same way, the connection stops by itself and says why: the relay does not
+// know the token, or calls the pairing revoked. Its owner does what can help and connects again.
 //
 // Reports of a socket that was let go are void. A socket's end is reported once, by the receive that is always under
 // way, and leads to one reconnect. What comes later from a socket that is no longer the present one is ignored: each
@@ -53,6 +59,7 @@ class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
   void receiveNext();
   void socketReceived(std::uint64_t number, const platform::WebSocketReceipt& receipt);
   void socketEnded(const platform::WebSocketEnd& end);
+  void stopRefused(RelayRefusal refusal);
   void sendEnded(std::uint64_t sendNumber, const std::optional<platform::TransportError>& error);
   void forgetTask();
   void reconnectLater();

@@ -16,6 +16,12 @@ struct RelayPhoneStatus {
   bool operator==(const RelayPhoneStatus&) const = default;
 };
 
+// Why a relay that could be reached does not let this computer in.
+enum class RelayRefusal {
+  tokenUnknown,    // 401: it does not know the pairing, or knows it with another token.
+  pairingRevoked,  // 410: it calls the pairing revoked. Only its word for it.
+};
+
 // What the agent knows of the relay and of the phones behind it.
 struct RelayConnectionStatus {
   bool relayConnected = false;

@@ -36,7 +36,8 @@ struct RelayClientWorld {
                           .cryptoSecret = Secret{std::string_view{"shared-secret"}}},
         RelayClientCallbacks{.onApprovalRequest = [this](const auto& envelope) { requests.push_back(envelope); },
                              .onSuppressionCommand = [this](const auto& command) { suppressions.push_back(command); },
-                             .onStatusChange = [this](const auto& status) { statuses.push_back(status); }},
+                             .onStatusChange = [this](const auto& status) { statuses.push_back(status); },
+                             .onRefused = [this](RelayRefusal refusal) { refusals.push_back(refusal); }},
         *queue, RelayClientDependencies{sockets, time, random, console});
   }
   // The client ends in a turn of its queue.
@@ -98,6 +99,7 @@ struct RelayClientWorld {
   std::vector<ApprovalRequestEnvelope> requests;
   std::vector<ApprovalSuppressionCommand> suppressions;
   std::vector<RelayConnectionStatus> statuses;
+  std::vector<RelayRefusal> refusals;
   std::unique_ptr<RelayClient> client;
 };
 

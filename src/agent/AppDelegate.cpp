@@ -6,6 +6,7 @@
 #include "agent/DesktopApprovalPress.h"
 #include "agent/FallbackStatusSnapshot.h"
 #include "agent/configuration/AgentConfiguration.h"
+#include "status/StatusTexts.h"
 
 namespace quillard {
 
@@ -111,19 +112,21 @@ void AppDelegate::unpairPhoneFromStatusWindow() { relay.unpairPhoneFromStatusWin
 
 MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
   const bool isTrusted = permissionWatch.isAccessibilityTrusted();
+  const bool isRevoked = relay.isPairingRevoked();
   const auto& connection = relay.status();
   return {.installedInApplications = installLocation.isRunningFromApplications(),
           .accessibilityTrusted = isTrusted,
           .loginItemStatus = loginItems.status(),
           .relayConfigured = pairingConfiguration.isRelayConfigured(),
+          .pairingRevoked = isRevoked,
           .relayConnected = connection.relayConnected,
           .phoneConnected = connection.phoneConnected,
           .phoneCount = connection.phoneCount,
           .connectedPhones = connection.phones,
           .notificationPause = notificationPause.snapshot(),
           .pendingApprovalCount = status.pendingApprovalCount(),
-          .pairingImage = status.pairingImage(isTrusted),
-          .pairingCaption = status.pairingCaption(isTrusted),
+          .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
+          .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability()};
 }
 
@@ -194,7 +197,11 @@ PermissionWatchEvents AppDelegate::permissionWatchEvents() {
   return {.onGranted = [this] { accessibilityWasGranted(); },
           .onRevoked = [this] { forgetApprovals(); },
           .onConfirmed = [this] { publishAndRefresh(/*force=*/true); },
-          .onPolled = [this] { notificationPause.resumeAfterSleepIfNeeded(); }};
+          .onPolled =
+              [this] {
+                notificationPause.resumeAfterSleepIfNeeded();
+                relay.askAgainIfDue();
+              }};
 }
 
 PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {

@@ -74,6 +74,38 @@ TEST(AppDelegateStatus, TheWindowsButtonsReachTheAgent) {
   EXPECT_NE(keptSecrets(agent.world)->pairingID, before);
 }
 
+TEST(AppDelegateStatus, ARevokedPairingIsShownAndCanBeReplacedFromTheWindow) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  const auto before = keptSecrets(agent.world)->pairingID;
+  agent.relay.revoke(before);
+  agent.advance(10);
+  auto& window = agent.world.statusWindowViews().window();
+  EXPECT_EQ(window.content()->pairingStatus, "Pairing revoked");
+  EXPECT_EQ(window.content()->pairingImage, std::nullopt) << "A phone that scans it would be refused.";
+  EXPECT_EQ(window.content()->pairingCaption, "The code of a revoked pairing is not shown.");
+  EXPECT_EQ(keptSecrets(agent.world)->pairingID, before);
+  EXPECT_TRUE(window.click(StatusWindowButton::unpairPhone));
+  agent.advance(1);
+  EXPECT_NE(keptSecrets(agent.world)->pairingID, before);
+  EXPECT_EQ(window.content()->pairingStatus, "Ready to scan");
+  EXPECT_EQ(window.content()->pairingCaption, kScanThis);
+}
+
+TEST(AppDelegateStatus, ARevokedPairingIsAskedAboutAgainAfterTheComputerSlept) {
+  AgentWorld agent;
+  agent.launchAndPair();
+  const auto pairingID = keptSecrets(agent.world)->pairingID;
+  agent.relay.revoke(pairingID);
+  agent.advance(10);
+  ASSERT_TRUE(agent.status().pairingRevoked);
+  agent.relay.unrevoke(pairingID);
+  agent.world.time().setWallClock(advanced(agent.world.time().now(), Seconds{3600}));  // The timers stood still.
+  agent.advance(3);
+  EXPECT_FALSE(agent.status().pairingRevoked);
+  EXPECT_TRUE(agent.status().relayConnected);
+}
+
 TEST(AppDelegateStatus, TheLoginItemCanBeEnabledFromTheWindow) {
   AgentWorld agent;
   agent.world.loginService().setRegistrationError("Not now.");

@@ -1,8 +1,10 @@
 #include "agent/RelaySession.h"
 
+#include <algorithm>
 #include <atomic>
 #include <limits>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -16,6 +18,11 @@ namespace {
 
 constexpr Seconds kCloseTimeout{0.5};
 constexpr Seconds kCloseCheckInterval{0.01};
+constexpr Seconds kFirstRegistrationDelay{3};
+constexpr Seconds kLongestRegistrationDelay{60};
+constexpr Seconds kRevokedPairingInterval{3600};
+constexpr std::string_view kPairingRevokedLine =
+    "The relay calls this pairing revoked. The status window offers to pair anew; the relay is asked again every hour.";
 
 bool isPhonePresent(const RelayConnectionStatus& status) {
   return status.phoneConnected || status.phoneCount > 0 || !status.phones.empty();
@@ -28,10 +35,11 @@ bool phonePartDiffers(const RelayConnectionStatus& one, const RelayConnectionSta
 }  // namespace
 
 RelaySession::RelaySession(const RelaySessionDependencies& dependencies, RelaySessionCallbacks callbacks)
-    : dependencies(dependencies), callbacks(std::move(callbacks)) {}
+    : dependencies(dependencies), callbacks(std::move(callbacks)), nextRegistrationDelay(kFirstRegistrationDelay) {}
 
 RelaySession::~RelaySession() {
   isStopped = true;
+  nextRegistration.reset();
   relayRegistrationTask.reset();
   relayClient.reset();
   awaitRelayQueue();
@@ -40,30 +48,25 @@ RelaySession::~RelaySession() {
 // ---- The start
 
 void RelaySession::startRelayIfConfigured() {
+  auto found = findAccess();
+  if (!found) return;
+  beginRelayGeneration();
+  dropRelayClient();
+  access = std::move(found);
+  registerRelayToken();
+}
+
+std::optional<RelaySession::Access> RelaySession::findAccess() const {
   const auto configuration = dependencies.pairingConfiguration.launchConfiguration();
-  if (!configuration) return;
+  if (!configuration) return std::nullopt;
   const auto address = relaySocketURL(*configuration);
   if (const auto* refusal = std::get_if<RelayAddressRefusal>(&address)) {
     if (!refusal->line.empty()) dependencies.console.writeLine(refusal->line);
-    return;
+    return std::nullopt;
   }
-  beginRelayGeneration();
-  const auto secrets = dependencies.pairingConfiguration.installationSecrets();
-  const auto ifCurrent = [this, generation = relayGeneration](auto act) {
-    return [this, generation, act](const auto&... arguments) {
-      if (relayGeneration == generation) act(arguments...);
-    };
-  };
-  // The task ends with this session, so that its events need no scope.
-  relayRegistrationTask = std::make_unique<RelayRegistrationTask>(
-      *configuration, secrets.relayAuthToken, dependencies.httpSessions, dependencies.executors.mainThread(),
-      RelayRegistrationEvents{.onRegistered = ifCurrent([this, url = std::get<std::string>(address), secrets] {
-                                relayTokenRegistered(url, secrets);
-                              }),
-                              .onRevoked = ifCurrent([this] { rotatePairingIdentityAfterUnpair(); }),
-                              .onFailure = ifCurrent([this](const std::string& description) {
-                                dependencies.console.writeLine("Unable to register relay token: " + description);
-                              })});
+  return Access{.configuration = *configuration,
+                .socketURL = std::get<std::string>(address),
+                .secrets = dependencies.pairingConfiguration.installationSecrets()};
 }
 
 void RelaySession::beginRelayGeneration() {
@@ -73,19 +76,83 @@ void RelaySession::beginRelayGeneration() {
   ++relayGeneration;
 }
 
-void RelaySession::relayTokenRegistered(const std::string& url, const InstallationSecrets& secrets) {
+// ---- The registration
+
+void RelaySession::registerRelayToken() {
+  nextRegistration.reset();
+  const auto ifCurrent = [this, generation = relayGeneration](auto act) {
+    return [this, generation, act](const auto&... arguments) {
+      if (relayGeneration == generation) act(arguments...);
+    };
+  };
+  // The task ends with this session, so that its events need no scope.
+  relayRegistrationTask = std::make_unique<RelayRegistrationTask>(
+      access->configuration, access->secrets.relayAuthToken, dependencies.httpSessions,
+      dependencies.executors.mainThread(),
+      RelayRegistrationEvents{
+          .onRegistered = ifCurrent([this] { relayTokenRegistered(); }),
+          .onRevoked = ifCurrent([this] { relayRevokedPairing(); }),
+          .onFailure = ifCurrent([this](const std::string& description) { relayTokenNotRegistered(description); })});
+}
+
+void RelaySession::registerRelayTokenAfter(Seconds delay) {
+  nextRegistration = dependencies.executors.mainThread().postAfter(delay, [this] { registerRelayToken(); });
+}
+
+void RelaySession::relayTokenRegistered() {
+  relayRegistrationTask.reset();
+  const bool wasRevoked = std::exchange(pairingRevoked, false);
+  if (!relayClient) relayClient = makeRelayClient();
+  relayClient->connect();
+  publishCurrentApprovalSnapshot(/*force=*/true);
+  if (wasRevoked) callbacks.onStatusChange();
+}
+
+void RelaySession::relayTokenNotRegistered(const std::string& description) {
+  dependencies.console.writeLine("Unable to register relay token: " + description);
+  if (!pairingRevoked) return;  // The task tries again by itself.
+  relayRegistrationTask.reset();
+  askAgainInAnHour();
+}
+
+std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
   if (!relayQueue) {
     relayQueue =
         dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
   }
-  auto client = std::make_unique<RelayClient>(
-      RelayClientAccess{.url = url, .relaySecret = secrets.relayAuthToken, .cryptoSecret = secrets.e2eSecret},
+  return std::make_unique<RelayClient>(
+      RelayClientAccess{.url = access->socketURL,
+                        .relaySecret = access->secrets.relayAuthToken,
+                        .cryptoSecret = access->secrets.e2eSecret},
       relayClientCallbacks(), *relayQueue,
       RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console});
+}
+
+// ---- A relay that refuses
+
+// During a reset the identity that it refuses is about to go.
+void RelaySession::relayRefused(RelayRefusal refusal) {
+  if (pairingResetInProgress) return;
+  if (refusal == RelayRefusal::pairingRevoked) return relayRevokedPairing();
+  registerRelayTokenAfter(nextRegistrationDelay);
+  nextRegistrationDelay = std::min(2 * nextRegistrationDelay, kLongestRegistrationDelay);
+}
+
+void RelaySession::relayRevokedPairing() {
   relayRegistrationTask.reset();
-  relayClient = std::move(client);
-  relayClient->connect();
-  publishCurrentApprovalSnapshot(/*force=*/true);
+  askAgainInAnHour();
+  if (std::exchange(pairingRevoked, true)) return;
+  dependencies.console.writeLine(kPairingRevokedLine);
+  callbacks.onStatusChange();
+}
+
+void RelaySession::askAgainInAnHour() {
+  askAgainAt = advanced(dependencies.clock.now(), kRevokedPairingInterval);
+  registerRelayTokenAfter(kRevokedPairingInterval);
+}
+
+void RelaySession::askAgainIfDue() {
+  if (pairingRevoked && nextRegistration && dependencies.clock.now() >= askAgainAt) registerRelayToken();
 }
 
 // They are called on the client's queue, and only pass on what they were given.
@@ -107,13 +174,16 @@ RelayClientCallbacks RelaySession::relayClientCallbacks() {
           .onStatusChange =
               [this, onMainThread](const RelayConnectionStatus& status) {
                 onMainThread([this, status] { relayStatusChanged(status); });
-              }};
+              },
+          .onRefused =
+              [this, onMainThread](RelayRefusal refusal) { onMainThread([this, refusal] { relayRefused(refusal); }); }};
 }
 
 // ---- While it runs
 
 void RelaySession::relayStatusChanged(const RelayConnectionStatus& status) {
   const auto before = std::exchange(relayStatus, status);
+  if (relayStatus.relayConnected) nextRegistrationDelay = kFirstRegistrationDelay;
   callbacks.onStatusChange();
   if (phoneNeedsSnapshot(before, relayStatus)) publishCurrentApprovalSnapshot(/*force=*/true);
 }
@@ -155,8 +225,12 @@ void RelaySession::unpairPhoneFromStatusWindow() {
 
 void RelaySession::rotatePairingIdentityAfterUnpair() {
   beginRelayGeneration();
+  nextRegistration.reset();
   relayRegistrationTask.reset();
   dropRelayClient();
+  access.reset();
+  pairingRevoked = false;
+  nextRegistrationDelay = kFirstRegistrationDelay;
   callbacks.onPairingForgotten();
   dependencies.pairingConfiguration.rotateInstallationIdentity();
   relayStatus = {};
@@ -169,6 +243,7 @@ void RelaySession::rotatePairingIdentityAfterUnpair() {
 
 void RelaySession::stop() {
   isStopped = true;
+  nextRegistration.reset();
   relayRegistrationTask.reset();
   dropRelayClient();
   awaitRelayQueue();

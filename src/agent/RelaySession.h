@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,11 +15,14 @@
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
+#include "relay/InstallationSecrets.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayClient.h"
 #include "relay/RelayCommands.h"
+#include "relay/RelayLaunchConfiguration.h"
 #include "relay/RelayRegistrationTask.h"
 #include "relay/RelayStatus.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -45,7 +49,8 @@ struct RelaySessionCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
   std::function<void()> onStatusChange;
-  // The identity is about to be replaced, and the old connection is gone: whoever was paired has no say any more.
+  // The identity is about to be replaced, and the old connection is gone: whoever was paired has no say any more. Only
+  // somebody at this computer can bring that about.
   std::function<void()> onPairingForgotten;
   // The new identity is there, and the relay is started with it.
   std::function<void()> onPairingRenewed;
@@ -54,7 +59,17 @@ struct RelaySessionCallbacks {
 // The agent's side of the relay: registers the installation's token, keeps the connection, tells the phones what is
 // pending, and resets the pairing.
 //
-// States: unconfigured -> registering, again every 3 s -> connected -> reset, and registering again; and stopped.
+// States: unconfigured -> registering, again every 3 s -> connected -> reset, and registering again; and stopped. From
+// registering and connected also: revoked -> registering, once an hour.
+//
+// A relay that refuses the connection because it does not know the token (it lost its database, say) is given the token
+// again, 3 s later; while that does not help, after twice as long each time, 60 s at most. The client stays the same,
+// so that what it remembers of opened boxes does: a relay cannot have a box opened twice by forgetting the token.
+//
+// A relay that calls the pairing revoked is believed only so far that it is left alone: nothing is sent to it but one
+// registration an hour, in case it thinks otherwise by then, or at the next start of the agent. The identity stays: no
+// relay can make this computer throw it away, which would cut off its phones for good. Whoever sits at the computer is
+// told, and can pair anew by `unpairPhoneFromStatusWindow`.
 //
 // Each start of the relay and each reset begins a new `relayGeneration`. What was begun in an earlier one and ends
 // later does nothing: the counter does the work of locks and cancellations. Main thread; the client has a queue of its
@@ -82,6 +97,11 @@ class RelaySession {
 
   // As the client reported it last.
   [[nodiscard]] const RelayConnectionStatus& status() const { return relayStatus; }
+  // Whether the relay called the pairing revoked when it was last asked. `onStatusChange` comes after each change.
+  [[nodiscard]] bool isPairingRevoked() const { return pairingRevoked; }
+  // Asks a relay that called the pairing revoked again, if the last time is an hour ago by the wall clock: the timer
+  // for that may have stood still while the computer slept. To be called every few seconds.
+  void askAgainIfDue();
 
   // Ends the registration and closes the connection. Waits, for half a second at most, until the relay was sent a close
   // message. Nothing is sent or reported afterwards.
@@ -92,7 +112,22 @@ class RelaySession {
   [[nodiscard]] static bool phoneNeedsSnapshot(const RelayConnectionStatus& before, const RelayConnectionStatus& now);
 
  private:
-  void relayTokenRegistered(const std::string& url, const InstallationSecrets& secrets);
+  // Where the session registers and connects, and as whom.
+  struct Access {
+    RelayLaunchConfiguration configuration;
+    std::string socketURL;
+    InstallationSecrets secrets;
+  };
+
+  [[nodiscard]] std::optional<Access> findAccess() const;
+  void registerRelayToken();
+  void registerRelayTokenAfter(Seconds delay);
+  void relayTokenRegistered();
+  void relayTokenNotRegistered(const std::string& description);
+  void relayRefused(RelayRefusal refusal);
+  void relayRevokedPairing();
+  void askAgainInAnHour();
+  [[nodiscard]] std::unique_ptr<RelayClient> makeRelayClient();
   [[nodiscard]] RelayClientCallbacks relayClientCallbacks();
   void relayStatusChanged(const RelayConnectionStatus& status);
   void rotatePairingIdentityAfterUnpair();
@@ -105,11 +140,16 @@ class RelaySession {
   std::int64_t relayGeneration = 0;
   bool isStopped = false;
   bool pairingResetInProgress = false;
+  bool pairingRevoked = false;   // The relay says so.
+  std::optional<Access> access;  // Of this generation. Absent: there is no relay to use.
   RelayConnectionStatus relayStatus;
   std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.
   std::unique_ptr<platform::SerialExecutor> relayQueue;  // Of every client, one after another; made with the first.
   std::unique_ptr<RelayClient> relayClient;              // Present once the token is registered.
   std::unique_ptr<RelayRegistrationTask> relayRegistrationTask;  // Present while the token is being registered.
+  platform::TaskHandle nextRegistration;                         // Present while one is waited for, after a refusal.
+  Seconds nextRegistrationDelay;                                 // After a token that the relay does not know.
+  Date askAgainAt;                                               // Of a pairing that is called revoked.
   CallbackScope scope;                                           // Last.
 };
 

@@ -19,6 +19,7 @@ struct MacStatusSnapshot {
   bool accessibilityTrusted = false;
   LoginItemStatus loginItemStatus;
   bool relayConfigured = false;
+  bool pairingRevoked = false;  // So says the relay. No code is shown then: it would lead to a pairing that is refused.
   bool relayConnected = false;
   bool phoneConnected = false;
   std::int64_t phoneCount = 0;

@@ -42,12 +42,15 @@ std::string pairingStatus(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications) return "Move to Applications";
   if (!snapshot.accessibilityTrusted) return "Accessibility required";
   if (!snapshot.relayConfigured) return "Pairing is not configured";
+  if (snapshot.pairingRevoked) return "Pairing revoked";
   if (!snapshot.relayConnected) return "Connecting";
   return snapshot.isPhonePresent() ? "iPhone paired" : "Ready to scan";
 }
 
 Tint pairingStatusTint(const MacStatusSnapshot& snapshot) {
-  if (!snapshot.installedInApplications || !snapshot.accessibilityTrusted) return {AppBrand::amber};
+  if (!snapshot.installedInApplications || !snapshot.accessibilityTrusted || snapshot.pairingRevoked) {
+    return {AppBrand::amber};
+  }
   if (snapshot.isPhonePresent()) return {AppBrand::green};
   return {};
 }
@@ -56,6 +59,10 @@ std::string phoneStatusDetail(const MacStatusSnapshot& snapshot) {
   static constexpr const char* kSomePhone = "A paired iPhone can receive approval alerts from this Mac.";
   if (!snapshot.installedInApplications) return "Move Quillard to Applications before pairing your iPhone.";
   if (!snapshot.relayConfigured) return "Pairing settings are missing, so no QR code can be shown.";
+  if (snapshot.pairingRevoked) {
+    return "The relay says that this pairing was revoked. Pair anew to get a new code. Until then, Quillard asks the "
+           "relay again every hour.";
+  }
   if (!snapshot.relayConnected) return "Quillard is connecting in the background.";
   if (!snapshot.accessibilityTrusted) {
     return "Turn on Accessibility on this Mac. Until then, paired iPhones will not receive dialogs.";
@@ -77,9 +84,12 @@ std::string pairingCaption(bool accessibilityTrusted, bool hasPayload) {
   return "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
 }
 
+std::string revokedPairingCaption() { return "The code of a revoked pairing is not shown."; }
+
 std::string notificationPauseDetail(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications) return "Move to Applications first.";
   if (!snapshot.relayConfigured) return "Pair an iPhone before pausing alerts.";
+  if (snapshot.pairingRevoked) return "Pair anew before pausing alerts.";
   if (!snapshot.relayConnected) return "Connecting to relay.";
   if (!snapshot.accessibilityTrusted) return "Turn on Accessibility first.";
   if (!snapshot.isPhonePresent()) return "Pair an iPhone to receive alerts.";

@@ -27,6 +27,8 @@ struct OverallStatus {
 [[nodiscard]] std::string phoneStatusDetail(const MacStatusSnapshot& snapshot);
 // The text under the code. `hasPayload`: pairing is configured, so that there is a code to show.
 [[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);
+// The same when the relay calls the pairing revoked.
+[[nodiscard]] std::string revokedPairingCaption();
 
 [[nodiscard]] std::string notificationPauseDetail(const MacStatusSnapshot& snapshot);
 

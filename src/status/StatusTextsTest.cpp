@@ -125,6 +125,22 @@ TEST(StatusTexts, TheTwoTextsOfThePairingCardLookAtDifferentThingsFirst) {
   EXPECT_EQ(StatusTexts::pairingStatus(snapshot), "Accessibility required");
 }
 
+TEST(StatusTexts, ARevokedPairingIsNamedInsteadOfAConnectionThatIsNotTried) {
+  auto snapshot = readySnapshot();
+  snapshot.relayConnected = false;
+  snapshot.pairingRevoked = true;
+  EXPECT_EQ(StatusTexts::pairingStatus(snapshot), "Pairing revoked");
+  EXPECT_EQ(StatusTexts::pairingStatusTint(snapshot), Tint{AppBrand::amber});
+  EXPECT_EQ(StatusTexts::phoneStatusDetail(snapshot),
+            "The relay says that this pairing was revoked. Pair anew to get a new code. Until then, Quillard asks the "
+            "relay again every hour.");
+  EXPECT_EQ(StatusTexts::notificationPauseDetail(snapshot), "Pair anew before pausing alerts.");
+  snapshot.accessibilityTrusted = false;
+  EXPECT_EQ(StatusTexts::pairingStatus(snapshot), "Accessibility required");
+  snapshot.relayConfigured = false;
+  EXPECT_EQ(StatusTexts::phoneStatusDetail(snapshot), "Pairing settings are missing, so no QR code can be shown.");
+}
+
 TEST(StatusTexts, TheFirstPhoneIsNamed) {
   auto snapshot = readySnapshot();
   snapshot.connectedPhones = {{.deviceID = "2", .deviceName = "Bob\xE2\x80\x99s iPhone"},

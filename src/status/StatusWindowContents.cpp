@@ -34,7 +34,11 @@ void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& cont
   if (snapshot.installedInApplications && !snapshot.accessibilityTrusted) {
     content.pairingActionButton = ButtonContent{"Allow Accessibility…"};
   }
+  // Both do the same: the installation takes a new identity.
   if (snapshot.isPhonePresent()) content.unpairPhoneButton = ButtonContent{"Unpair iPhone"};
+  if (snapshot.installedInApplications && snapshot.pairingRevoked) {
+    content.unpairPhoneButton = ButtonContent{"Pair Anew"};
+  }
 }
 
 }  // namespace

@@ -45,6 +45,13 @@ TEST(StatusWindowContent, OffersToUnpairAPhoneThatIsThere) {
       [](const MacStatusSnapshot& snapshot) { return statusWindowContent(snapshot).unpairPhoneButton; });
 }
 
+TEST(StatusWindowContent, OffersToPairAnewWhenThePairingIsRevoked) {
+  MacStatusSnapshot snapshot{.installedInApplications = true, .accessibilityTrusted = true, .pairingRevoked = true};
+  EXPECT_EQ(statusWindowContent(snapshot).unpairPhoneButton, ButtonContent{"Pair Anew"});
+  snapshot.installedInApplications = false;
+  EXPECT_EQ(statusWindowContent(snapshot).unpairPhoneButton, std::nullopt);
+}
+
 TEST(StatusWindowContent, StandsInForACodeThatCannotBeShown) {
   const auto missingPermission = statusWindowContent({});
   EXPECT_EQ(missingPermission.pairingImage, std::nullopt);

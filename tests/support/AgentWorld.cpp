@@ -16,7 +16,8 @@ namespace {
 
 constexpr std::string_view kBearer = "Bearer ";
 
-std::string bearerOf(const platform::WebSocketRequest& request) {
+template <class Request>
+std::string bearerOf(const Request& request) {
   for (const auto& header : request.headers) {
     if (header.name == "authorization") return header.value.substr(kBearer.size());
   }
@@ -62,11 +63,22 @@ void SimulatedRelay::dropConnections() {
   }
 }
 
-platform::HttpOutcome SimulatedRelay::registered(const platform::HttpRequest& request) const {
+void SimulatedRelay::revoke(const std::string& pairingID) {
+  revokedPairingIDs.insert(pairingID);
+  dropConnections();
+}
+
+void SimulatedRelay::loseDatabase() {
+  tokens.clear();
+  dropConnections();
+}
+
+platform::HttpOutcome SimulatedRelay::registered(const platform::HttpRequest& request) {
   if (registrationAnswer) return *registrationAnswer;
   for (const auto& pairingID : revokedPairingIDs) {
     if (request.url.find("/api/pairings/" + pairingID + "/") != std::string::npos) return platform::HttpResponse{410};
   }
+  tokens.insert(bearerOf(request));
   return platform::HttpResponse{204};
 }
 
@@ -76,6 +88,9 @@ void SimulatedRelay::started(const SocketHandle& socket) {
     socket->fail("Connection refused.");
     return;
   }
+  if (socketAnswer) return socket->refuse(*socketAnswer);
+  if (revokedPairingIDs.contains(secrets->pairingID)) return socket->refuse(410);
+  if (!tokens.contains(bearerOf(socket->request()))) return socket->refuse(401);
   all.push_back({socket, *secrets});
   socket->accept();
 }
@@ -149,8 +164,15 @@ bool SimulatedPhone::sendSuppression(const std::string& action, const Uuid& supp
                                                 .decisionID = "suppression",
                                                 .encryptedSuppression = std::get<EncryptedRelayPayload>(
                                                     RelayCrypto::seal(toJson(command), secrets->e2eSecret, random))};
-  agent->sendText(textOf(toJson(message)));
+  lastSuppression = textOf(toJson(message));
+  agent->sendText(lastSuppression);
   return true;
+}
+
+bool SimulatedPhone::repeatSuppression() {
+  const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
+  if (agent) agent->sendText(lastSuppression);
+  return agent != nullptr;
 }
 
 std::string SimulatedPhone::opened(const EncryptedRelayPayload& payload) const {

@@ -21,7 +21,8 @@ using SocketHandle = platform::simulated::SimulatedWebSockets::ConnectionHandle;
 // The identity that the agent keeps in its keychain now. Absent: none.
 [[nodiscard]] std::optional<InstallationSecrets> keptSecrets(const platform::simulated::SimulatedWorld& world);
 
-// The relay of a simulated world: takes tokens, accepts sockets, and routes between one agent and its phones.
+// The relay of a simulated world: takes tokens, accepts the sockets of those that it was given, and routes between one
+// agent and its phones.
 class SimulatedRelay {
  public:
   explicit SimulatedRelay(platform::simulated::SimulatedWorld& world);
@@ -35,8 +36,14 @@ class SimulatedRelay {
   void answerRegistrationsWith(std::optional<platform::HttpOutcome> outcome) {
     registrationAnswer = std::move(outcome);
   }
-  // No more registrations for the pairing.
-  void revoke(const std::string& pairingID) { revokedPairingIDs.insert(pairingID); }
+  // Kills every connection. From then on, 410 is the answer to registrations and sockets of the pairing.
+  void revoke(const std::string& pairingID);
+  // As if it had never been revoked.
+  void unrevoke(const std::string& pairingID) { revokedPairingIDs.erase(pairingID); }
+  // Kills every connection, and knows no token any more.
+  void loseDatabase();
+  // From now on sockets are answered with this HTTP status; absent: as they should be.
+  void answerSocketsWith(std::optional<int> status) { socketAnswer = status; }
 
   // The open connection on which this installation's agent listens. Empty: there is none.
   [[nodiscard]] SocketHandle agentOf(const InstallationSecrets& secrets) const;
@@ -51,13 +58,15 @@ class SimulatedRelay {
   [[nodiscard]] const std::vector<Conversation>& conversations() const { return all; }
 
  private:
-  platform::HttpOutcome registered(const platform::HttpRequest& request) const;
+  platform::HttpOutcome registered(const platform::HttpRequest& request);
   void started(const SocketHandle& socket);
 
   platform::simulated::SimulatedWorld& world;
   bool isUp = true;
   std::optional<platform::HttpOutcome> registrationAnswer;
+  std::optional<int> socketAnswer;
   std::set<std::string> revokedPairingIDs;
+  std::set<std::string> tokens;  // Of all pairings.
   std::vector<Conversation> all;
 };
 
@@ -92,6 +101,8 @@ class SimulatedPhone {
   bool suppress(const Uuid& suppressionID) { return sendSuppression("suppress", suppressionID); }
   bool unsuppress(const Uuid& suppressionID) { return sendSuppression("unsuppress", suppressionID); }
   bool sendSuppression(const std::string& action, const Uuid& suppressionID);
+  // The same box again, as a relay does that repeats what it was given. False when no agent listens.
+  bool repeatSuppression();
 
   // Everything that came for this pairing, oldest first.
   [[nodiscard]] std::vector<PhoneSnapshot> snapshots();
@@ -112,6 +123,7 @@ class SimulatedPhone {
   platform::simulated::SimulatedRandom random;
   std::optional<InstallationSecrets> secrets;
   int decisionCount = 0;
+  std::string lastSuppression;                    // As it was sent.
   std::map<std::size_t, std::size_t> framesRead;  // By conversation.
   std::vector<PhoneSnapshot> allSnapshots;
   std::vector<PhoneResult> allResults;

@@ -27,6 +27,7 @@ bool hasIdentity(const DoctorFacts& facts) {
 RelayReach reachAfter(const RelayRegistrationFailure& failure) {
   const auto* const error = std::get_if<RelayRegistrationError>(&failure);
   if (!error) return RelayReach::unreachable;
+  if (error->code == RelayRegistrationError::Case::pairingRevoked) return RelayReach::revoked;
   return error->code == RelayRegistrationError::Case::invalidRelayURL ? RelayReach::badAddress : RelayReach::refused;
 }
 

@@ -1,6 +1,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -209,11 +210,11 @@ TEST_F(DoctorExaminationTest, WithAnIdentityItAsksWhetherTheRelayKnowsIt) {
 
 TEST_F(DoctorExaminationTest, ARelayMayRefuseThisComputer) {
   putIdentity();
-  for (const int status : {401, 410}) {
+  for (const auto& [status, reach] : {std::pair{401, RelayReach::refused}, std::pair{410, RelayReach::revoked}}) {
     facts.reset();
     answer(HttpResponse{status});
     const auto found = examine();
-    EXPECT_EQ(found.relay, RelayReach::refused) << status;
+    EXPECT_EQ(found.relay, reach) << status;
     EXPECT_NE(found.relayText, "") << status;
   }
 }

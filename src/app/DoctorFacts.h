@@ -19,6 +19,7 @@ enum class RelayReach {
   reachable,    // There is an answer; whether the relay knows this computer, was not asked: it has no identity yet.
   registered,   // The relay knows this computer.
   refused,      // It answers, but does not want this computer.
+  revoked,      // It calls the pairing revoked.
 };
 
 // What was found out about this computer and its desktop, without judgement.

@@ -114,6 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
                     RelayCase{RelayReach::badAddress, State::problem, "Its address is none: no host"},
                     RelayCase{RelayReach::unreachable, State::problem, "relay.example.org does not answer: no host"},
                     RelayCase{RelayReach::refused, State::problem, "does not accept this computer: no host"},
+                    RelayCase{RelayReach::revoked, State::problem, "calls the pairing of this computer revoked"},
                     RelayCase{RelayReach::reachable, State::note, "was not asked whether"},
                     RelayCase{RelayReach::registered, State::fine, "knows this computer"}));
 

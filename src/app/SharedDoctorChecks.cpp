@@ -36,6 +36,12 @@ DoctorCheck relayCheck(const DoctorFacts& facts) {
       check.detail = facts.relayAddress + " does not accept this computer" + because;
       check.remedy = "Unpair in the status window: that makes a new identity, for which the phone scans a new code.";
       break;
+    case RelayReach::revoked:
+      check.detail =
+          facts.relayAddress + " calls the pairing of this computer revoked. The agent asks again every hour.";
+      check.remedy =
+          "Choose \"Pair Anew\" in the status window: that makes a new identity, for which the phone scans a new code.";
+      break;
     case RelayReach::reachable:
       check.state = State::note;
       check.detail = facts.relayAddress +

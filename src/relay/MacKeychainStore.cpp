@@ -24,9 +24,10 @@ bool isMissing(SecretPlace place, const SecretStatus& status) {
 
 }  // namespace
 
-KeychainReading MacKeychainStore::data(std::string_view key) {
+KeychainReading MacKeychainStore::data(std::string_view key, const std::set<SecretPlace>& passedOver) {
   auto outcome = KeychainReading::Outcome::absent;
   for (const SecretPlace place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    if (passedOver.contains(place)) continue;
     auto reading = secretStore.copyMatching(place, kAgentIdentifier, key);
     if (reading.status.code == SecretStatusCode::success) {
       return {KeychainReading::Outcome::found, std::move(reading.data)};
@@ -47,10 +48,11 @@ bool MacKeychainStore::set(const Secret& data, std::string_view key, bool useDat
   return false;
 }
 
-void MacKeychainStore::remove(std::string_view key, bool useDataProtectionKeychain) {
+bool MacKeychainStore::remove(std::string_view key, bool useDataProtectionKeychain) {
   const SecretStatus status = secretStore.remove(place(useDataProtectionKeychain), kAgentIdentifier, key);
-  if (status.code == SecretStatusCode::success || status.code == SecretStatusCode::itemNotFound) return;
+  if (status.code == SecretStatusCode::success || status.code == SecretStatusCode::itemNotFound) return true;
   print("delete", key, status);
+  return false;
 }
 
 void MacKeychainStore::print(std::string_view verb, std::string_view key, const SecretStatus& status) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string_view>
 
 #include "platform/process/Console.h"
@@ -29,14 +30,14 @@ class MacKeychainStore {
   MacKeychainStore(platform::SecretStore& secretStore, platform::Console& console)
       : secretStore(secretStore), console(console) {}
 
-  // The item from the first place that has it.
-  [[nodiscard]] KeychainReading data(std::string_view key);
+  // The item from the first place that has it. Places in `passedOver` are not read, as if they were empty.
+  [[nodiscard]] KeychainReading data(std::string_view key, const std::set<platform::SecretPlace>& passedOver = {});
 
   // Replaces the item, or adds it. False: it was not stored; what was there before may still be.
   [[nodiscard]] bool set(const Secret& data, std::string_view key, bool useDataProtectionKeychain);
 
-  // Afterwards the item is gone, or a line says why not.
-  void remove(std::string_view key, bool useDataProtectionKeychain);
+  // Afterwards the item is gone; or, with a line that says why, it may still be there: false.
+  bool remove(std::string_view key, bool useDataProtectionKeychain);
 
  private:
   void print(std::string_view verb, std::string_view key, const platform::SecretStatus& status);

@@ -1,5 +1,6 @@
 #include "relay/PairingConfiguration.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -16,11 +17,13 @@ namespace quillard {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using platform::SecretPlace;
 
 constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
 constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
 constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
 constexpr std::size_t kSecretBytes = 32;
+constexpr SecretPlace kKeychainPlaces[] = {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain};
 
 // The first that is set decides, even when it is set to nothing.
 std::optional<std::string> firstSet(const platform::Environment& environment, std::string_view first,
@@ -39,7 +42,9 @@ std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(cons
 }  // namespace
 
 PairingConfiguration::PairingConfiguration(const PairingDependencies& dependencies)
-    : dependencies(dependencies), keychain(dependencies.secretStore, dependencies.console) {}
+    : dependencies(dependencies),
+      keychain(dependencies.secretStore, dependencies.console),
+      retired(dependencies.userDefaults) {}
 
 // ---- Which relay
 
@@ -110,25 +115,40 @@ InstallationSecrets PairingConfiguration::findInstallationSecrets(const std::opt
 }
 
 InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optional<std::string>& seed) {
-  const auto reading = keychain.data(kSecretsAccount);
-  if (reading.outcome == KeychainReading::Outcome::found) {
-    if (auto stored = usableSecrets(reading.data.view())) {
-      const auto bytes = reading.data.view();
-      dependencies.userDefaults.set(kSecretsKey, Bytes(bytes.begin(), bytes.end()));
-      return *std::move(stored);
-    }
+  using Outcome = KeychainReading::Outcome;
+  const auto voidPlaces = retired.voidPlaces();
+  const auto reading = keychain.data(kSecretsAccount, voidPlaces);
+  auto stored = reading.outcome == Outcome::found ? usableSecrets(reading.data.view()) : std::nullopt;
+  const bool isInKeychain = stored.has_value();
+  if (isInKeychain) {
+    keepCopy(reading.data.view());
+  } else {
+    stored = secretsFromUserDefaults();
   }
-  if (auto stored = secretsFromUserDefaults()) return *std::move(stored);
+  if (stored) {
+    // What was given up, and is still there, goes as soon as something can be written over it.
+    const bool holdsRetired = !voidPlaces.empty() || (!isInKeychain && isRetired(reading));
+    if (holdsRetired) storeInKeychain(*stored);
+    return *std::move(stored);
+  }
   auto created = createdSecrets(seed);
   // Something may be stored where nothing could be read: then these last for this run, and the next one looks again.
-  if (reading.outcome != KeychainReading::Outcome::unreadable) storeInKeychain(created);
+  if (reading.outcome == Outcome::unreadable) return created;
+  storeInKeychain(created);
+  if (const auto text = installationSecretsText(created)) keepCopy(text->view());
   return created;
 }
 
 std::optional<InstallationSecrets> PairingConfiguration::usableSecrets(std::span<const std::uint8_t> stored) const {
   auto secrets = readInstallationSecrets(stored);
-  if (!secrets || !secrets->isUsable() || retiredPairingIDs.contains(secrets->pairingID)) return std::nullopt;
+  if (!secrets || !secrets->isUsable() || retired.contains(secrets->pairingID)) return std::nullopt;
   return secrets;
+}
+
+bool PairingConfiguration::isRetired(const KeychainReading& reading) const {
+  if (reading.outcome != KeychainReading::Outcome::found) return false;
+  const auto secrets = readInstallationSecrets(reading.data.view());
+  return secrets && retired.contains(secrets->pairingID);
 }
 
 std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults() const {
@@ -140,9 +160,21 @@ std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults
   return secrets;
 }
 
+// Written only when it differs: the tools read the identity too, and leave the agent's settings alone.
+void PairingConfiguration::keepCopy(std::span<const std::uint8_t> stored) {
+  auto kept = dependencies.userDefaults.object(kSecretsKey);
+  auto* bytes = kept ? std::get_if<Bytes>(&*kept) : nullptr;
+  const bool isKept = bytes && std::equal(bytes->begin(), bytes->end(), stored.begin(), stored.end());
+  if (bytes) wipe(*bytes);
+  if (!isKept) dependencies.userDefaults.set(kSecretsKey, Bytes(stored.begin(), stored.end()));
+}
+
 InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std::string>& seed) const {
   auto& random = dependencies.random;
   const auto legacyPairingID = legacyText(kLegacyPairingIDKey);
+  if (legacyPairingID && retired.contains(*legacyPairingID)) {
+    return {createdPairingID(seed, random), randomHex(kSecretBytes, random), randomHex(kSecretBytes, random)};
+  }
   auto legacyEndToEndSecret = legacyText(kLegacyEndToEndSecretKey);
   return {legacyPairingID ? *legacyPairingID : createdPairingID(seed, random), randomHex(kSecretBytes, random),
           legacyEndToEndSecret ? takenSecret(*legacyEndToEndSecret) : randomHex(kSecretBytes, random)};
@@ -152,10 +184,16 @@ void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
   const auto text = installationSecretsText(secrets);
   if (!text) return;
   if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/true)) {
-    keychain.remove(kSecretsAccount, /*useDataProtectionKeychain=*/false);
-  } else {
-    (void)keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/false);
+    retired.setUsable(SecretPlace::dataProtectionKeychain);
+    removeFromKeychain(SecretPlace::fileKeychain);
+  } else if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/false)) {
+    retired.setUsable(SecretPlace::fileKeychain);
   }
+}
+
+void PairingConfiguration::removeFromKeychain(SecretPlace place) {
+  const bool useDataProtectionKeychain = place == SecretPlace::dataProtectionKeychain;
+  if (keychain.remove(kSecretsAccount, useDataProtectionKeychain)) retired.setUsable(place);
 }
 
 // What older builds kept under `key`, trimmed. Absent when that is nothing.
@@ -168,13 +206,14 @@ std::optional<std::string> PairingConfiguration::legacyText(std::string_view key
 
 void PairingConfiguration::rotateInstallationIdentity() {
   const MutexLock locked{finding};
-  if (const auto secrets = cache.installationSecrets()) retiredPairingIDs.insert(secrets->pairingID);
+  // First what voids the old identity whatever fails afterwards.
+  if (const auto secrets = cache.installationSecrets()) retired.retire(secrets->pairingID);
+  if (const auto copy = secretsFromUserDefaults()) retired.retire(copy->pairingID);
+  for (const auto place : kKeychainPlaces) retired.setVoid(place);
   for (const auto key : {kLegacyPairingIDKey, kLegacyEndToEndSecretKey, kSecretsKey}) {
     dependencies.userDefaults.remove(key);
   }
-  for (const bool useDataProtectionKeychain : {true, false}) {
-    keychain.remove(kSecretsAccount, useDataProtectionKeychain);
-  }
+  for (const auto place : kKeychainPlaces) removeFromKeychain(place);
   cache.reset();
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
-#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,7 @@
 #include "relay/PairingConfigurationCache.h"
 #include "relay/PairingPayload.h"
 #include "relay/RelayLaunchConfiguration.h"
+#include "relay/RetiredIdentities.h"
 
 namespace quillard {
 
@@ -35,7 +37,12 @@ struct PairingDependencies {
 // may ask the user.
 //
 // Secrets that could not be read are not replaced. A keychain that is locked or denied is not an empty one: overwriting
-// it would silently unpair every phone. The agent then makes secrets for this run alone and stores nothing.
+// it would silently unpair every phone. Their copy in the user's settings then serves this run; it is kept as soon as
+// an identity is made or read, so that a keychain that is locked at some start does not cut off the phones. Without a
+// copy the agent makes secrets for this run alone and stores nothing.
+//
+// An identity that was given up never comes back, in no run, whatever the keychain still holds or refuses to delete:
+// see `RetiredIdentities`. Giving up means all that is stored, also what a locked keychain hides at that moment.
 //
 // What came with the application is read once: the bundle does not change while the program runs, and every scan asks
 // whether a relay is configured.
@@ -62,7 +69,8 @@ class PairingConfiguration {
   // The content of the pairing code. Absent without a relay, or when its address is not valid.
   [[nodiscard]] std::optional<PairingPayload> payload();
 
-  // Forgets the identity: the next answers are about a new one, and every paired phone loses its access.
+  // Forgets the identity: the next answers are about a new one, and every paired phone loses its access. A keychain
+  // that does not delete the old one is printed; the new one lasts all the same.
   void rotateInstallationIdentity();
 
   // The address of the relay's web interface: "https" for "wss", else "http", and host and port as they are. Absent
@@ -76,8 +84,11 @@ class PairingConfiguration {
   std::optional<InstallationSecrets> usableSecrets(std::span<const std::uint8_t> stored) const
       QUILLARD_REQUIRES(finding);
   std::optional<InstallationSecrets> secretsFromUserDefaults() const QUILLARD_REQUIRES(finding);
-  InstallationSecrets createdSecrets(const std::optional<std::string>& seed) const;
+  InstallationSecrets createdSecrets(const std::optional<std::string>& seed) const QUILLARD_REQUIRES(finding);
+  void keepCopy(std::span<const std::uint8_t> stored) QUILLARD_REQUIRES(finding);
   void storeInKeychain(const InstallationSecrets& secrets) QUILLARD_REQUIRES(finding);
+  void removeFromKeychain(platform::SecretPlace place) QUILLARD_REQUIRES(finding);
+  bool isRetired(const KeychainReading& reading) const QUILLARD_REQUIRES(finding);
   std::optional<std::string> legacyText(std::string_view key) const;
 
   PairingDependencies dependencies;
@@ -90,8 +101,7 @@ class PairingConfiguration {
   // that was read before a rotation is cached after it. Not the cache's own lock, which is never held while the
   // keychain or a file is read.
   Mutex finding;
-  // The identifiers that were replaced in this run. If the keychain refuses to delete one, it is not used again.
-  std::set<std::string, std::less<>> retiredPairingIDs QUILLARD_GUARDED_BY(finding);
+  RetiredIdentities retired QUILLARD_GUARDED_BY(finding);
 };
 
 }  // namespace quillard

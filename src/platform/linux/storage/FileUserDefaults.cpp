@@ -14,6 +14,7 @@ constexpr std::size_t kLargestFile = 4 * 1024 * 1024;
 FileUserDefaults::FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console)
     : file(std::move(folder), "settings.json", kLargestFile), console(console) {
   if (const auto problem = load()) putAside(*problem);
+  file.removeOldAsides();
   writer = executors.makeSerialQueue("quillard.user-defaults", platform::QualityOfService::utility);
 }
 
@@ -83,7 +84,9 @@ void FileUserDefaults::write() {
     if (!std::exchange(isWritePending, false)) return;
     text = userDefaultsText(settings);
   }
-  if (isWritable) static_cast<void>(file.write(text));
+  if (!isWritable) return;
+  static_cast<void>(file.write(text));
+  file.removeOldAsides();
 }
 
 }  // namespace quillard::xdg

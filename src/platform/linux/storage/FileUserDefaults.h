@@ -16,8 +16,10 @@ namespace quillard::xdg {
 // The settings in one private file, "settings.json" in the user's configuration folder. Read once, when this object is
 // made; written by a queue of its own, several changes at once, and for a last time when this object goes.
 //
-// A file that is there but cannot be used is put aside under another name, never overwritten; where that fails too, the
-// settings of this run stay in memory. Either is said once on the console.
+// A file that is there but cannot be used is put aside under another name; where that fails too, the settings of this
+// run stay in memory. Either is said once on the console. The settings hold a copy of the installation's secrets, so
+// what was put aside is for this user alone (0600), three times at most, and for a week: what is older goes at the next
+// start, and whenever settings are written.
 class FileUserDefaults final : public platform::UserDefaults {
  public:
   // `folder` as from `configurationFolder`. `console` and `executors` outlive this object.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -124,11 +125,10 @@ TEST_F(Settings, ThatAreDamagedArePutAsideAndSaidOnce) {
                                          R"({"version":1,"values":{"a":{"text":"\ud800"}}})",
                                          R"({"version":1,"values":{"a":{"number":1e999}}})",
                                          std::string(5'000'000, ' ')};
-  int number = 0;
+  const std::string aside = ".damaged-1";
   for (const auto& text : damaged) {
     put(text);
     console.lines.clear();
-    const std::string aside = ".damaged-" + std::to_string(++number);
     {
       const auto settings = open();
       settings->set("fresh", true);
@@ -147,6 +147,77 @@ TEST_F(Settings, ThatOthersMayWriteAreNotBelieved) {
   EXPECT_EQ(open()->object("planted"), std::nullopt);
   EXPECT_EQ(console.lines.size(), 1U);
   EXPECT_TRUE(std::filesystem::exists(path(".damaged-1")));
+}
+
+// How many damaged files lie beside the settings.
+int damagedFiles(const std::string& folder) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().filename().string().find("damaged") != std::string::npos) ++count;
+  }
+  return count;
+}
+
+TEST_F(Settings, ThatAreDamagedAreKeptThreeTimesAtMost) {
+  for (int i = 1; i <= 10; ++i) {
+    put("damage " + std::to_string(i));
+    open()->set("fresh", true);
+    EXPECT_EQ(damagedFiles(folder()), std::min(i, 3));
+  }
+  EXPECT_EQ(content(".damaged-1"), "damage 10");
+  EXPECT_EQ(content(".damaged-2"), "damage 9");
+  EXPECT_EQ(content(".damaged-3"), "damage 8");
+}
+
+TEST_F(Settings, ThatAreDamagedAreThisUsersAloneOnceTheyArePutAside) {
+  put("damaged");
+  ::chmod(path().c_str(), 0666);
+  open()->set("fresh", true);
+  struct stat status {};
+  ASSERT_EQ(::stat(path(".damaged-1").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST_F(Settings, ThatAreDamagedGoAWeekAfterTheyWerePutAside) {
+  using namespace std::chrono_literals;
+  const auto age = [this](const char* suffix, std::chrono::hours by) {
+    std::filesystem::last_write_time(path(suffix), std::filesystem::file_time_type::clock::now() - by);
+  };
+  put("long damaged");
+  age("", 10'000h);  // The damage may be old when it is found.
+  open()->set("fresh", true);
+  put("damaged later");
+  open()->set("fresh", true);
+  EXPECT_EQ(damagedFiles(folder()), 2);
+  age(".damaged-1", 7 * 24h - 1h);
+  age(".damaged-2", 7 * 24h + 1h);
+  (void)open();
+  EXPECT_EQ(damagedFiles(folder()), 1) << "At the next start.";
+  const auto settings = open();
+  age(".damaged-1", 7 * 24h + 1h);
+  settings->set("fresh", false);
+  const auto end = std::chrono::steady_clock::now() + 5s;
+  while (damagedFiles(folder()) > 0 && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(damagedFiles(folder()), 0) << "And whenever something is written.";
+}
+
+TEST_F(Settings, ThatAreDamagedDoNotStayUnderTheNamesOfOlderBuilds) {
+  put(R"({"version":1,"values":{}})");
+  for (int number = 1; number <= 100; ++number) {
+    std::ofstream(path(".damaged-" + std::to_string(number))) << "damaged";
+  }
+  (void)open();
+  EXPECT_EQ(damagedFiles(folder()), 3);
+}
+
+TEST_F(Settings, ThatAreDamagedArePutAsideBesideAFolderOfThatName) {
+  std::filesystem::create_directories(path(".damaged-3"));
+  for (int i = 1; i <= 4; ++i) {
+    put("damage " + std::to_string(i));
+    open()->set("fresh", true);
+    EXPECT_EQ(content(".damaged-1"), "damage " + std::to_string(i));
+  }
+  EXPECT_TRUE(std::filesystem::is_directory(path(".damaged-3"))) << "It is not ours.";
 }
 
 TEST_F(Settings, StayInMemoryWhereTheFolderCannotBeUsed) {

@@ -1,6 +1,7 @@
 #include "platform/linux/storage/PrivateFile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <span>
@@ -139,17 +140,40 @@ std::optional<FileProblem> PrivateFile::write(std::string_view bytes) const {
   return std::nullopt;
 }
 
+std::string PrivateFile::asideName(int number) const { return name + ".damaged-" + std::to_string(number); }
+
 std::optional<std::string> PrivateFile::putAside() const {
-  constexpr int kMostKept = 100;
   auto opened = openFolder(folder);
   if (std::holds_alternative<FileProblem>(opened)) return std::nullopt;
   const int within = std::get<Descriptor>(opened).get();
-  for (int number = 1; number <= kMostKept; ++number) {
-    const std::string aside = name + ".damaged-" + std::to_string(number);
-    if (::renameat2(within, name.c_str(), within, aside.c_str(), RENAME_NOREPLACE) == 0) return aside;
-    if (errno != EEXIST) return std::nullopt;
+  for (int number = kMostAside - 1; number >= 1; --number) {
+    ::renameat(within, asideName(number).c_str(), within, asideName(number + 1).c_str());
   }
-  return std::nullopt;
+  const std::string aside = asideName(1);
+  if (::renameat(within, name.c_str(), within, aside.c_str()) != 0) return std::nullopt;
+  // The age of what was put aside counts from now. A link is left as it is.
+  struct stat status {};
+  if (::fstatat(within, aside.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode)) {
+    ::fchmodat(within, aside.c_str(), kOwnerOnlyFile, 0);
+  }
+  ::utimensat(within, aside.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
+  return aside;
+}
+
+void PrivateFile::removeOldAsides() const {
+  constexpr int kMostEver = 100;  // Older builds kept so many.
+  auto opened = openFolder(folder);
+  if (std::holds_alternative<FileProblem>(opened)) return;
+  const int within = std::get<Descriptor>(opened).get();
+  const auto now = std::chrono::system_clock::now();
+  for (int number = 1; number <= kMostEver; ++number) {
+    const std::string aside = asideName(number);
+    struct stat status {};
+    if (::fstatat(within, aside.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISDIR(status.st_mode)) continue;
+    // A clock that was set back does not keep it either.
+    const auto age = now - std::chrono::system_clock::from_time_t(status.st_mtime);
+    if (number > kMostAside || age >= kKeptAside || age <= -kKeptAside) ::unlinkat(within, aside.c_str(), 0);
+  }
 }
 
 }  // namespace quillard::xdg

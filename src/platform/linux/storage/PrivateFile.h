@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -35,10 +36,19 @@ class PrivateFile {
   [[nodiscard]] std::variant<Secret, FileProblem> read() const;
   // Absent on success, when the bytes are on the disk.
   [[nodiscard]] std::optional<FileProblem> write(std::string_view bytes) const;
-  // Gives the file a name that no file has yet, so that nothing overwrites it. The name; absent when that failed.
+  // Gives the file another name, for someone who wants to see what was in it: that name ends in "damaged-1", the one
+  // that had it before becomes "damaged-2", and so on; the oldest of more than `kMostAside` is lost. Absent when that
+  // failed. What was put aside may hold secrets, like the file itself: it is for this user alone, and does not stay.
   [[nodiscard]] std::optional<std::string> putAside() const;
+  // Removes what was put aside `kKeptAside` ago or longer, and what is more than `kMostAside`.
+  void removeOldAsides() const;
+
+  static constexpr int kMostAside = 3;
+  static constexpr std::chrono::hours kKeptAside{7 * 24};
 
  private:
+  [[nodiscard]] std::string asideName(int number) const;
+
   const std::string folder;
   const std::string name;
   const std::size_t largest;

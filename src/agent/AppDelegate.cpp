@@ -50,6 +50,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     quit();
     return;
   }
+  suppressionStore.forgetEarlierRuns();  // Only the agent that runs does so: the settings are shared.
   menu.configureApplicationMenu();
   status.configureMenuBar();
   permissionWatch.observeAccessibilityPermission();

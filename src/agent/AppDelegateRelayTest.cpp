@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/AgentWorld.h"
+#include "support/SampleApprovals.h"
 
 namespace quillard {
 namespace {
@@ -119,6 +120,23 @@ TEST(AppDelegateRelay, MutesAKindOfPromptAndShowsItAgain) {
   EXPECT_THAT(agent.phone.shown(), IsEmpty()) << "The first scan sees it, the second confirms it.";
   agent.advance(0.2);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+}
+
+TEST(AppDelegateRelay, ForgetsAtItsStartWhatEarlierRunsMuted) {
+  RelayAgent agent;
+  const std::vector<std::string> earlier{samples::uuid(1).text()};
+  agent.world.userDefaults().set(ApprovalSuppressionStore::key, earlier);
+  agent.construct();
+  EXPECT_EQ(agent.world.userDefaults().object(ApprovalSuppressionStore::key), platform::UserDefaultsValue{earlier})
+      << "Not before it knows that it is the agent of this session.";
+  agent.launchAndPair();
+  agent.desktop().open(erasePrompt());
+  agent.advance(3);
+  EXPECT_TRUE(agent.phone.suppress(agent.phone.shown().at(0).suppressionID));
+  agent.advance(1);
+  EXPECT_EQ(
+      std::get<std::vector<std::string>>(*agent.world.userDefaults().object(ApprovalSuppressionStore::key)).size(), 1U)
+      << "What this run muted.";
 }
 
 TEST(AppDelegateRelay, IgnoresActionsThatItDoesNotKnow) {

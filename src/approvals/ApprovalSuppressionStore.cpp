@@ -7,13 +7,17 @@
 namespace quillard {
 namespace {
 
-std::unordered_set<Uuid> storedIDs(const platform::UserDefaults& defaults) {
-  std::unordered_set<Uuid> ids;
+// No identifier twice.
+std::vector<Uuid> storedIDs(const platform::UserDefaults& defaults) {
+  std::vector<Uuid> ids;
   const auto stored = defaults.object(ApprovalSuppressionStore::key);
   const auto* texts = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
   if (!texts) return ids;
+  std::unordered_set<Uuid> known;
   for (const auto& text : *texts) {
-    if (const auto id = Uuid::parse(text)) ids.insert(*id);
+    const auto id = Uuid::parse(text);
+    if (id && known.insert(*id).second) ids.push_back(*id);
+    if (ids.size() == ApprovalSuppressionStore::kMost) break;
   }
   return ids;
 }
@@ -21,17 +25,32 @@ std::unordered_set<Uuid> storedIDs(const platform::UserDefaults& defaults) {
 }  // namespace
 
 ApprovalSuppressionStore::ApprovalSuppressionStore(platform::UserDefaults& defaults)
-    : defaults(defaults), suppressedIDs(storedIDs(defaults)) {}
+    : defaults(defaults), idsByAge(storedIDs(defaults)) {
+  const MutexLock lock{mutex};
+  suppressedIDs.insert(idsByAge.begin(), idsByAge.end());
+}
+
+void ApprovalSuppressionStore::forgetEarlierRuns() {
+  const MutexLock lock{mutex};
+  suppressedIDs.clear();
+  idsByAge.clear();
+  if (defaults.object(key)) writeBack();
+}
 
 void ApprovalSuppressionStore::suppress(const Uuid& id) {
   const MutexLock lock{mutex};
-  suppressedIDs.insert(id);
+  if (!suppressedIDs.insert(id).second) std::erase(idsByAge, id);
+  idsByAge.push_back(id);
+  if (idsByAge.size() > kMost) {
+    suppressedIDs.erase(idsByAge.front());
+    idsByAge.erase(idsByAge.begin());
+  }
   writeBack();
 }
 
 void ApprovalSuppressionStore::unsuppress(const Uuid& id) {
   const MutexLock lock{mutex};
-  suppressedIDs.erase(id);
+  if (suppressedIDs.erase(id) > 0) std::erase(idsByAge, id);
   writeBack();
 }
 

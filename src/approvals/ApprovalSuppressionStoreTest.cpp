@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
@@ -66,6 +67,50 @@ TEST_F(ApprovalSuppressionStoreTest, StoresTheTextsInAscendingOrder) {
 TEST_F(ApprovalSuppressionStoreTest, RemembersAcrossRestarts) {
   ApprovalSuppressionStore(defaults).suppress(uuid(1));
   EXPECT_TRUE(ApprovalSuppressionStore(defaults).contains(uuid(1)));
+}
+
+TEST_F(ApprovalSuppressionStoreTest, ForgetsWhatEarlierRunsMuted) {
+  ApprovalSuppressionStore(defaults).suppress(uuid(1));
+  defaults.set("quillard.suppressed-approval-ids", Texts{"nonsense", uuid(1).text()});
+  ApprovalSuppressionStore store{defaults};
+  store.forgetEarlierRuns();
+  EXPECT_FALSE(store.contains(uuid(1)));
+  EXPECT_EQ(stored(), Texts{});
+  store.suppress(uuid(2));
+  EXPECT_EQ(stored(), Texts{uuid(2).text()});
+}
+
+TEST_F(ApprovalSuppressionStoreTest, WritesNothingWhereThereIsNothingToForget) {
+  ApprovalSuppressionStore(defaults).forgetEarlierRuns();
+  EXPECT_FALSE(defaults.object("quillard.suppressed-approval-ids").has_value());
+}
+
+TEST_F(ApprovalSuppressionStoreTest, DropsTheOldestOfTooMany) {
+  ApprovalSuppressionStore store{defaults};
+  constexpr auto kMost = ApprovalSuppressionStore::kMost;
+  for (std::uint64_t i = 1; i <= kMost; ++i) store.suppress(uuid(i));
+  store.suppress(uuid(1));  // Again: now it is the newest.
+  EXPECT_EQ(stored().size(), kMost);
+  store.suppress(uuid(kMost + 1));
+  EXPECT_EQ(stored().size(), kMost);
+  EXPECT_TRUE(store.contains(uuid(1)));
+  EXPECT_FALSE(store.contains(uuid(2)));
+  EXPECT_TRUE(store.contains(uuid(3)));
+  EXPECT_TRUE(store.contains(uuid(kMost + 1)));
+  store.unsuppress(uuid(3));
+  store.suppress(uuid(kMost + 2));
+  EXPECT_TRUE(store.contains(uuid(4))) << "There was room again.";
+}
+
+TEST_F(ApprovalSuppressionStoreTest, TakesABoundedNumberFromTheSettings) {
+  Texts many;
+  for (std::uint64_t i = 1; i <= 3 * ApprovalSuppressionStore::kMost; ++i) many.push_back(uuid(i).text());
+  many.insert(many.end(), many.begin(), many.end());
+  defaults.set("quillard.suppressed-approval-ids", many);
+  ApprovalSuppressionStore store{defaults};
+  store.suppress(uuid(0));
+  EXPECT_TRUE(store.contains(uuid(0)));
+  EXPECT_EQ(stored().size(), ApprovalSuppressionStore::kMost);
 }
 
 TEST_F(ApprovalSuppressionStoreTest, MayBeAskedWhileAnotherThreadChangesIt) {

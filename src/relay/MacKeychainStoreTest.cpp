@@ -86,6 +86,18 @@ TEST(MacKeychainStore, FindsInTheSecondPlaceWhatTheFirstWillNotTell) {
   EXPECT_EQ(keychain.store.data("key").data.text(), "older");
 }
 
+TEST(MacKeychainStore, DoesNotReadThePlacesThatItIsToldToPassOver) {
+  Keychain keychain;
+  keychain.put(kFirst, "better");
+  keychain.put(kSecond, "older");
+  EXPECT_EQ(keychain.store.data("key", {kFirst}).data.text(), "older");
+  EXPECT_EQ(keychain.store.data("key", {kSecond}).data.text(), "better");
+  keychain.places.fail(kFirst, kLocked);
+  keychain.places.fail(kSecond, kLocked);
+  EXPECT_EQ(keychain.store.data("key", {kFirst, kSecond}).outcome, Outcome::absent);
+  EXPECT_EQ(keychain.console.lines(), Lines{});
+}
+
 TEST(MacKeychainStore, AddsOrUpdatesInThePlaceThatItIsTold) {
   Keychain keychain;
   EXPECT_TRUE(keychain.set(true));
@@ -116,9 +128,9 @@ TEST(MacKeychainStore, PrintsWhyItCouldNotWrite) {
 TEST(MacKeychainStore, RemovesAndDoesNotMindWhatIsGone) {
   Keychain keychain;
   keychain.put(kFirst, "x");
-  keychain.store.remove("key", true);
-  keychain.store.remove("key", true);
-  keychain.store.remove("key", false);
+  EXPECT_TRUE(keychain.store.remove("key", true));
+  EXPECT_TRUE(keychain.store.remove("key", true));
+  EXPECT_TRUE(keychain.store.remove("key", false));
   EXPECT_EQ(keychain.places.stored(kFirst, "key"), std::nullopt);
   EXPECT_EQ(keychain.console.lines(), Lines{});
 }
@@ -127,8 +139,8 @@ TEST(MacKeychainStore, PrintsWhyItCouldNotRemove) {
   Keychain keychain;
   keychain.places.fail(kFirst, kMissing);
   keychain.places.fail(kSecond, kLocked);
-  keychain.store.remove("key", true);
-  keychain.store.remove("key", false);
+  EXPECT_FALSE(keychain.store.remove("key", true));
+  EXPECT_FALSE(keychain.store.remove("key", false));
   EXPECT_EQ(keychain.console.lines(), (Lines{"Unable to delete key from Keychain: " + kMissing.text,
                                              "Unable to delete key from Keychain: " + kLocked.text}));
 }

@@ -454,7 +454,7 @@ TEST_F(RelaySessionTest, PairingAnewEndsARevokedPairing) {
   EXPECT_TRUE(session->status().relayConnected);
   const auto requests = requestCount();
   advance(7200);
-  EXPECT_EQ(requestCount(), requests) << "Nobody asks about the old one any more.";
+  EXPECT_EQ(requestCount(), requests) << "No request is about the old one any more.";
 }
 
 TEST_F(RelaySessionTest, ARefusalDuringAResetDoesNotStopIt) {

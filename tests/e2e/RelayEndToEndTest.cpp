@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "contract/support/ScriptedServer.h"
+#include "e2e/HurriedExecutors.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/QtNetworkThread.h"
 #include "platform/qt/QtWebSockets.h"
@@ -20,24 +21,8 @@
 namespace quillard {
 namespace {
 
-using platform::TaskHandle;
-using platform::Turn;
 using test::ChildProcess;
-
-// A queue whose delays are thirty times shorter, so that the client's 3 s until the next attempt are a tenth of one.
-class HurriedQueue final : public platform::SerialExecutor {
- public:
-  explicit HurriedQueue(std::unique_ptr<SerialExecutor> queue) : queue(std::move(queue)) {}
-  void post(Turn turn) override { queue->post(std::move(turn)); }
-  TaskHandle postAfter(Seconds delay, Turn turn) override { return queue->postAfter(delay / 30, std::move(turn)); }
-  TaskHandle repeatEvery(Seconds interval, Turn turn) override {
-    return queue->repeatEvery(interval / 30, std::move(turn));
-  }
-  bool isCurrent() const override { return queue->isCurrent(); }
-
- private:
-  std::unique_ptr<SerialExecutor> queue;
-};
+using test::HurriedQueue;
 
 class RelayEndToEnd : public testing::Test {
  protected:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -18,7 +19,7 @@ std::optional<std::uint16_t> portIn(const std::optional<std::string>& line) {
 
 RelayProgram::RelayProgram(std::vector<std::string> arguments) : arguments(std::move(arguments)) { start(); }
 
-void RelayProgram::start() {
+void RelayProgram::start(std::uint16_t port) {
   // The shell only sends what it warns of to a file, and becomes the relay.
   std::vector<std::string> command{"/bin/sh",
                                    "-c",
@@ -27,7 +28,7 @@ void RelayProgram::start() {
                                    folder() + "/log",
                                    QUILLARD_RELAY_PROGRAM,
                                    "--listen",
-                                   "127.0.0.1:0",
+                                   "127.0.0.1:" + std::to_string(port),
                                    "--database",
                                    folder() + "/relay.db"};
   command.insert(command.end(), arguments.begin(), arguments.end());
@@ -46,6 +47,12 @@ void RelayProgram::signal(int number) const { ::kill(process->id(), number); }
 void RelayProgram::killAndRestart() {
   process->kill();
   start();
+}
+
+void RelayProgram::loseDatabaseAndRestart() {
+  process->kill();
+  for (const auto* const suffix : {"", "-wal", "-shm"}) std::filesystem::remove(folder() + "/relay.db" + suffix);
+  start(boundPort);
 }
 
 std::string RelayProgram::output() const {

@@ -29,11 +29,14 @@ class RelayProgram {
   [[nodiscard]] std::optional<int> wait() { return process->wait(); }
   // As kill -9 does, and again with the same database.
   void killAndRestart();
+  // The same with an empty database, and on the same port.
+  void loseDatabaseAndRestart();
   // All that it has said so far, on both streams and over all its lives.
   [[nodiscard]] std::string output() const;
 
  private:
-  void start();
+  // 0: on any port that is free.
+  void start(std::uint16_t port = 0);
 
   const TemporaryFolder place;
   const std::vector<std::string> arguments;

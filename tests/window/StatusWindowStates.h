@@ -49,8 +49,9 @@ inline MacStatusSnapshot unpairedSnapshot() {
 
 inline StatusWindowState state(std::string name, MacStatusSnapshot snapshot) {
   if (!snapshot.accessibilityTrusted) snapshot.pairingImage.reset();
-  snapshot.pairingCaption =
-      StatusTexts::pairingCaption(snapshot.accessibilityTrusted, snapshot.pairingImage.has_value());
+  snapshot.pairingCaption = snapshot.pairingRevoked ? StatusTexts::revokedPairingCaption()
+                                                    : StatusTexts::pairingCaption(snapshot.accessibilityTrusted,
+                                                                                  snapshot.pairingImage.has_value());
   auto content = statusWindowContent(snapshot);
   return {.name = std::move(name), .snapshot = std::move(snapshot), .content = std::move(content)};
 }
@@ -65,6 +66,9 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   untrusted.loginItemStatus.state = LoginItemState::requiresApproval;
   auto connecting = unpairedSnapshot();
   connecting.relayConnected = false;
+  auto revoked = connecting;
+  revoked.pairingRevoked = true;
+  revoked.pairingImage.reset();
   auto unconfigured = connecting;
   unconfigured.relayConfigured = false;
   unconfigured.pairingImage.reset();
@@ -80,7 +84,8 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("ready-to-scan", unpairedSnapshot()),
           state("paired", pairedSnapshot()),
           state("paused", paused),
-          state("update-available", update)};
+          state("update-available", update),
+          state("revoked", revoked)};
 }
 
 // Words as long as other languages have them, and names without a blank to break at.

@@ -11,16 +11,19 @@ constexpr std::size_t kLargestFile = 4 * 1024 * 1024;
 
 }  // namespace
 
-FileUserDefaults::FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console)
-    : file(std::move(folder), "settings.json", kLargestFile), console(console) {
+FileUserDefaults::FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console,
+                                   Seconds retryDelay)
+    : file(std::move(folder), "settings.json", kLargestFile), console(console), retryDelay(retryDelay) {
   if (const auto problem = load()) putAside(*problem);
   file.removeOldAsides();
   writer = executors.makeSerialQueue("quillard.user-defaults", platform::QualityOfService::utility);
+  queue = writer.get();
 }
 
 FileUserDefaults::~FileUserDefaults() {
   writer.reset();
-  write();
+  oweWhatFailed();
+  (void)write();
 }
 
 std::optional<std::string> FileUserDefaults::load() {
@@ -73,20 +76,33 @@ void FileUserDefaults::changed() {
     const MutexLock lock(mutex);
     if (std::exchange(isWritePending, true)) return;
   }
-  writer->post([this] { write(); });
+  writer->post([this] { writeOrTryLater(); });
 }
 
-// Failing to reach the disk is not reported: the next change tries again.
-void FileUserDefaults::write() {
+// Failing to reach the disk is not reported.
+void FileUserDefaults::writeOrTryLater() {
+  oweWhatFailed();
+  if (!write()) retry = queue->postAfter(retryDelay, [this] { writeOrTryLater(); });
+}
+
+void FileUserDefaults::oweWhatFailed() {
+  if (!retry) return;
+  retry.reset();
+  const MutexLock lock(mutex);
+  isWritePending = true;
+}
+
+bool FileUserDefaults::write() {
   std::string text;
   {
     const MutexLock lock(mutex);
-    if (!std::exchange(isWritePending, false)) return;
+    if (!std::exchange(isWritePending, false)) return true;
     text = userDefaultsText(settings);
   }
-  if (!isWritable) return;
-  static_cast<void>(file.write(text));
+  if (!isWritable) return true;
+  const bool isWritten = !file.write(text);
   file.removeOldAsides();
+  return isWritten;
 }
 
 }  // namespace quillard::xdg

@@ -10,11 +10,13 @@
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
 #include "platform/storage/UserDefaults.h"
+#include "values/Time.h"
 
 namespace quillard::xdg {
 
 // The settings in one private file, "settings.json" in the user's configuration folder. Read once, when this object is
-// made; written by a queue of its own, several changes at once, and for a last time when this object goes.
+// made; written by a queue of its own, several changes at once, and for a last time when this object goes. A write that
+// failed, on a full disk say, is tried again: what was removed must not come back with the next run.
 //
 // A file that is there but cannot be used is put aside under another name; where that fails too, the settings of this
 // run stay in memory. Either is said once on the console. The settings hold a copy of the installation's secrets, so
@@ -22,8 +24,12 @@ namespace quillard::xdg {
 // start, and whenever settings are written.
 class FileUserDefaults final : public platform::UserDefaults {
  public:
-  // `folder` as from `configurationFolder`. `console` and `executors` outlive this object.
-  FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console);
+  static constexpr Seconds kRetryDelay{60};
+
+  // `folder` as from `configurationFolder`. `console` and `executors` outlive this object. `retryDelay`: after a write
+  // that failed.
+  FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console,
+                   Seconds retryDelay = kRetryDelay);
   FileUserDefaults(const FileUserDefaults&) = delete;
   FileUserDefaults& operator=(const FileUserDefaults&) = delete;
   ~FileUserDefaults() override;
@@ -37,7 +43,11 @@ class FileUserDefaults final : public platform::UserDefaults {
   std::optional<std::string> load();
   void putAside(const std::string& reason);
   void changed();
-  void write();
+  void writeOrTryLater();
+  // What a write that failed was to write is to be written by the next one.
+  void oweWhatFailed();
+  // False: it failed.
+  bool write();
 
   const PrivateFile file;
   platform::Console& console;
@@ -46,7 +56,10 @@ class FileUserDefaults final : public platform::UserDefaults {
   mutable Mutex mutex;
   StoredSettings settings QUILLARD_GUARDED_BY(mutex);
   bool isWritePending QUILLARD_GUARDED_BY(mutex) = false;
+  const Seconds retryDelay;
+  platform::TaskHandle retry;  // The writer's alone, until that has gone. Present after a write that failed.
   std::unique_ptr<platform::SerialExecutor> writer;
+  platform::SerialExecutor* queue = nullptr;  // The writer, which asks itself for retries while it goes.
 };
 
 }  // namespace quillard::xdg

@@ -149,6 +149,46 @@ TEST_F(Settings, ThatOthersMayWriteAreNotBelieved) {
   EXPECT_TRUE(std::filesystem::exists(path(".damaged-1")));
 }
 
+// What stands in the way of every write.
+class Obstacle {
+ public:
+  explicit Obstacle(const std::string& file) : folder(file + ".new") { std::filesystem::create_directories(folder); }
+  Obstacle(const Obstacle&) = delete;
+  Obstacle& operator=(const Obstacle&) = delete;
+  ~Obstacle() { std::filesystem::remove(folder); }
+
+ private:
+  const std::string folder;
+};
+
+TEST_F(Settings, ThatCouldNotBeWrittenAreWrittenLaterWithoutAnotherChange) {
+  put(R"({"version":1,"values":{"old":{"boolean":true}}})");
+  FileUserDefaults settings{folder(), executors, console, Seconds{0.02}};
+  auto obstacle = std::make_unique<Obstacle>(path());
+  settings.remove("old");
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_NE(content().find("old"), std::string::npos);
+  obstacle.reset();
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (content().find("old") != std::string::npos && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_EQ(content().find("old"), std::string::npos) << content();
+}
+
+TEST_F(Settings, ThatCouldNotBeWrittenAreWrittenAtTheEndAtTheLatest) {
+  put(R"({"version":1,"values":{"old":{"boolean":true}}})");
+  {
+    const auto settings = open();
+    auto obstacle = std::make_unique<Obstacle>(path());
+    settings->remove("old");
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_NE(content().find("old"), std::string::npos);
+    obstacle.reset();
+  }
+  EXPECT_EQ(content().find("old"), std::string::npos) << content();
+}
+
 // How many damaged files lie beside the settings.
 int damagedFiles(const std::string& folder) {
   int count = 0;

@@ -7,23 +7,16 @@
 #include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogDiagnostics.h"
 #include "detection/DirectAccess.h"
-#include "detection/elements/AXHelpers.h"
 #include "foundation/Numbers.h"
 #include "foundation/Text.h"
 
 namespace quillard {
 
 using platform::AXReadScope;
-namespace ax = platform::ax;
 
 namespace {
 
 constexpr int kApprovalDescendantLimit = 80;
-constexpr int kButtonSearchLimit = 120;
-constexpr int kWindowAncestorLimit = 20;
-
-// What a window of the right content scores where the prompt was when it was read last: no other lies nearer.
-constexpr double kUnmovedScore = 500;
 
 std::string fallbackLine(const WindowSource& source, const DialogPromptEvidence& evidence) {
   return "Blocking " + (evidence.title.empty() ? source.appName : evidence.title) +
@@ -47,15 +40,15 @@ std::string windowRole(const DialogPromptEvidence& evidence) {
 
 }  // namespace
 
-// A window that may hold the button that a decision names.
-struct DialogDetector::Match {
-  ResolvedDialogButton resolved;
-  double score = 0;
-};
-
 DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
                                const DetectorDependencies& dependencies)
-    : ownProcessIdentifier(ownProcessIdentifier), suppressionStore(suppressionStore), dependencies(dependencies) {}
+    : ownProcessIdentifier(ownProcessIdentifier),
+      suppressionStore(suppressionStore),
+      dependencies(dependencies),
+      search({.accessibility = dependencies.accessibility,
+              .windowsIn = [this](AXReadScope& scope) { return windowsIn(scope); },
+              .candidateIn = [this](AXReadScope& scope,
+                                    const WindowSource& source) { return candidateIn(scope, source); }}) {}
 
 std::vector<PendingApproval> DialogDetector::scan() {
   heldBack = 0;
@@ -137,78 +130,18 @@ std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& so
        .isFallbackDetection = isFallback});
 }
 
-PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) {
-  auto& accessibility = dependencies.accessibility;
-  if (!accessibility.isProcessTrusted()) {
-    return PromptPresence::unknown(PromptPresence::UnknownReason::accessibilityNotGranted);
-  }
-  const auto scope = accessibility.beginReadScope();
-  const auto application = accessibility.createApplication(approval.processIdentifier);
-  auto windows = windowsIn(*scope);
-  if (isShownIn(*scope, windows.windowSourcesForApplication(approval.processIdentifier), approval)) {
-    return PromptPresence::there();
-  }
-  if (!scope->missedTimeout(application) && isShownIn(*scope, windows.allWindowSources(), approval)) {
-    return PromptPresence::there();
-  }
-  if (scope->missedTimeout(application)) {
-    return PromptPresence::unknown(PromptPresence::UnknownReason::applicationDidNotAnswer);
-  }
-  return PromptPresence::gone();
-}
-
-bool DialogDetector::isShownIn(AXReadScope& scope, const std::vector<WindowSource>& sources,
-                               const PendingApproval& approval) {
-  return std::any_of(sources.begin(), sources.end(), [&](const WindowSource& source) {
-    const auto candidate = approvalForWindowSource(scope, source);
-    return candidate && approval.matchScore(*candidate) > 0;
-  });
-}
+PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }
 
 std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel) {
-  auto& accessibility = dependencies.accessibility;
-  const auto scope = accessibility.beginReadScope();
-  auto windows = windowsIn(*scope);
-  auto best =
-      bestMatchIn(*scope, windows.windowSourcesForApplication(approval.processIdentifier), approval, buttonLabel);
-  const bool isUnmoved = best && best->score >= kUnmovedScore;
-  if (!isUnmoved && !scope->missedTimeout(accessibility.createApplication(approval.processIdentifier))) {
-    auto other = bestMatchIn(*scope, windows.allWindowSources(), approval, buttonLabel);
-    if (other && (!best || other->score > best->score)) best = std::move(other);
-  }
-  if (!best) return std::nullopt;
-  accessibility.setAttributeValue(best->resolved.window, ax::kMinimized, false);
-  accessibility.performAction(best->resolved.window, ax::kRaiseAction);
-  return std::move(best->resolved);
+  return search.resolveCurrentButton(approval, buttonLabel);
 }
 
-std::optional<DialogDetector::Match> DialogDetector::bestMatchIn(AXReadScope& scope,
-                                                                 const std::vector<WindowSource>& sources,
-                                                                 const PendingApproval& approval,
-                                                                 const std::string& buttonLabel) {
-  std::optional<Match> best;
-  for (const auto& source : sources) {
-    auto match = matchIn(scope, source, approval, buttonLabel);
-    if (match && (!best || match->score > best->score)) best = std::move(match);
-  }
-  return best;
-}
-
-std::optional<DialogDetector::Match> DialogDetector::matchIn(AXReadScope& scope, const WindowSource& source,
-                                                             const PendingApproval& approval,
-                                                             const std::string& buttonLabel) {
+std::optional<PromptCandidate> DialogDetector::candidateIn(AXReadScope& scope, const WindowSource& source) {
   const auto reading = acceptedReading(scope, source);
-  const auto candidate = reading ? approvalOf(source, *reading) : std::nullopt;
-  const double score = candidate ? approval.matchScore(*candidate) : 0;
-  if (!(score > 0)) return std::nullopt;
-  for (auto& element : AXHelpers::deeplyNestedChildren(scope, reading->content, kButtonSearchLimit)) {
-    auto button = PromptReader::pressableButton(scope, element);
-    if (!button || button->label != buttonLabel) continue;
-    auto window = AXHelpers::nearestWindow(scope, element, kWindowAncestorLimit).value_or(source.window);
-    return Match{{*std::move(button), std::move(element), std::move(window)}, score};
-  }
-  return std::nullopt;
+  auto approval = reading ? approvalOf(source, *reading) : std::nullopt;
+  if (!approval) return std::nullopt;
+  return PromptCandidate{reading->content, *std::move(approval)};
 }
 
 }  // namespace quillard

@@ -11,6 +11,7 @@
 #include "detection/PromptCandidateGate.h"
 #include "detection/PromptPresence.h"
 #include "detection/PromptReader.h"
+#include "detection/PromptSearch.h"
 #include "detection/ResolvedDialogButton.h"
 #include "detection/StableIDs.h"
 #include "detection/WindowDebugSnapshot.h"
@@ -52,6 +53,9 @@ class DialogDetector {
   // `ownProcessIdentifier`: the process whose windows are never read.
   DialogDetector(std::int32_t ownProcessIdentifier, const ApprovalSuppressionStore& suppressionStore,
                  const DetectorDependencies& dependencies);
+  DialogDetector(const DialogDetector&) = delete;
+  DialogDetector& operator=(const DialogDetector&) = delete;
+  ~DialogDetector() = default;
 
   // The prompts on screen, in the order in which they were met, suppressed ones left out. Each one's `id` and
   // `suppressionID` are its fingerprint (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes
@@ -86,19 +90,12 @@ class DialogDetector {
                                                                          const std::string& buttonLabel);
 
  private:
-  struct Match;
-
   [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
                                                                        const WindowSource& source);
   [[nodiscard]] std::optional<PendingApproval> approvalOf(const WindowSource& source, const PromptReading& reading);
-  [[nodiscard]] bool isShownIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
-                               const PendingApproval& approval);
-  [[nodiscard]] std::optional<Match> bestMatchIn(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
-                                                 const PendingApproval& approval, const std::string& buttonLabel);
-  [[nodiscard]] std::optional<Match> matchIn(platform::AXReadScope& scope, const WindowSource& source,
-                                             const PendingApproval& approval, const std::string& buttonLabel);
+  [[nodiscard]] std::optional<PromptCandidate> candidateIn(platform::AXReadScope& scope, const WindowSource& source);
   void printDiagnostics(const std::vector<WindowSource>& sources);
 
   const std::int32_t ownProcessIdentifier;
@@ -106,6 +103,7 @@ class DialogDetector {
   PromptCandidateGate candidateGate;
   std::size_t heldBack = 0;
   const DetectorDependencies dependencies;
+  const PromptSearch search;  // Reads as the scan does.
 };
 
 }  // namespace quillard

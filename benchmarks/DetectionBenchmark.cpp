@@ -59,7 +59,7 @@ void buildApproval(benchmark::State& state) {
   openLargeDialog(world, state.range(0));
   (void)world.detector.scan();
   for (auto _ : state) {
-    const auto approvals = world.detector.scan();
+    const auto approvals = world.detector.scan().approvals;
     if (approvals.size() != 1) state.SkipWithError("The prompt was not found.");
   }
 }

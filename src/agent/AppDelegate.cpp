@@ -31,7 +31,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       menu({platform.application, platform.bundle, platform.updateService}, [this] { status.refreshStatusWindow(); }),
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
-                 .publishScan = [this](const auto& scanned) { return publishScan(scanned); }}),
+                 .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
       decisions({store, makeApprovalPress(), platform.executors.mainThread()},
                 {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
                  .onResult = [this](const std::string& decisionID,
@@ -126,6 +126,7 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .connectedPhones = connection.phones,
           .notificationPause = notificationPause.snapshot(),
           .pendingApprovalCount = status.pendingApprovalCount(),
+          .scanProblem = scanProblem,
           .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
           .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability()};
@@ -133,17 +134,18 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
 
 // ---- What the owners report
 
-std::optional<std::size_t> AppDelegate::publishScan(const std::vector<PendingApproval>& scanned) {
+std::optional<std::size_t> AppDelegate::publishScan(const ScanOutcome& outcome) {
   if (!permissionWatch.isAccessibilityTrusted()) {
     forgetApprovals();
     return std::nullopt;
   }
-  store.replace(scanned);
+  scanProblem = ScanProblem::of(outcome);
+  const auto missedCount = store.merge(outcome);
   const auto current = store.all();
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
   announcer.announce(current, notificationPause.isPaused());
   status.updateStatus(static_cast<std::int64_t>(current.size()));
-  return current.size();
+  return missedCount;
 }
 
 void AppDelegate::accessibilityWasGranted() {
@@ -153,6 +155,7 @@ void AppDelegate::accessibilityWasGranted() {
 }
 
 void AppDelegate::forgetApprovals() {
+  scanProblem = {};
   store.replace({});
   announcer.forget();
   status.updateStatus(0);
@@ -165,9 +168,10 @@ void AppDelegate::pendingApprovalsChanged() {
 }
 
 void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
-  store.remove(approvalID);
+  // What was answered and seen gone is over: the same text again is a new prompt.
+  store.remove(approvalID, Seconds::zero());
   pendingApprovalsChanged();
-  detection.scheduleScan("approval-answered");
+  detection.scheduleScanAfterChange("approval-answered", /*scansAnyway=*/true);
 }
 
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
@@ -175,9 +179,10 @@ void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand
     suppressionStore.suppress(command.suppressionID);
     store.removeSuppressed(command.suppressionID);
     pendingApprovalsChanged();
+    detection.scheduleScanAfterChange("suppressed", /*scansAnyway=*/false);
   } else if (command.action == kUnsuppressAction) {
     suppressionStore.unsuppress(command.suppressionID);
-    detection.scheduleScanAndFollowUps("unsuppressed");
+    detection.scheduleScan("unsuppressed");
   }
 }
 

@@ -17,7 +17,7 @@
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
-#include "approvals/PendingApproval.h"
+#include "approvals/ScanOutcome.h"
 #include "platform/Platform.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayCommands.h"
@@ -68,7 +68,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
  private:
   // ---- What the owners report, and what it means for the others.
   // Absent: without the permission the outcome of a scan does not count.
-  std::optional<std::size_t> publishScan(const std::vector<PendingApproval>& scanned);
+  std::optional<std::size_t> publishScan(const ScanOutcome& outcome);
   void accessibilityWasGranted();
   // Without the permission nothing is known of the screen any more.
   void forgetApprovals();
@@ -95,6 +95,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   PairingConfiguration pairingConfiguration;
   ApprovalSuppressionStore suppressionStore;
   ApprovalStore store;
+  ScanProblem scanProblem;  // Of the newest scan that counted.
   // The owners. What they use while they are destroyed stands above them; their callbacks into this class do not run
   // any more by then, since those run on the same thread.
   InstanceGuard instanceGuard;

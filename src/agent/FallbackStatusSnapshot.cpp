@@ -15,8 +15,8 @@ MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform) {
   PairingConfiguration pairing{pairingDependencies(platform)};
   LoginItemManager loginItems{platform.bundle, platform.loginService, platform.workspace, platform.console};
   return fallbackSnapshot(InstallLocation{platform.bundle}.isRunningFromApplications(),
-                          platform.accessibility.lastKnownProcessTrust(), loginItems.status(),
-                          pairing.isRelayConfigured());
+                          platform.accessibility.lastKnownProcessTrust() == platform::ProcessTrust::granted,
+                          loginItems.status(), pairing.isRelayConfigured());
 }
 
 }  // namespace quillard

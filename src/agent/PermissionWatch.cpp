@@ -6,9 +6,13 @@
 #include "values/Time.h"
 
 namespace quillard {
+
+using platform::ProcessTrust;
+
 namespace {
 
 constexpr Seconds kAccessibilityPollInterval{2.0};
+constexpr Seconds kLongestSilence{30};
 constexpr std::array<Seconds, 3> kAccessibilityRecheckDelays{Seconds{0.15}, Seconds{0.75}, Seconds{2.0}};
 
 }  // namespace
@@ -22,7 +26,9 @@ PermissionWatch::PermissionWatch(platform::Accessibility& accessibility, platfor
 
 PermissionWatch::~PermissionWatch() = default;
 
-bool PermissionWatch::isAccessibilityTrusted() { return accessibility.lastKnownProcessTrust(); }
+bool PermissionWatch::isAccessibilityTrusted() {
+  return !isSilentForTooLong && accessibility.lastKnownProcessTrust() == ProcessTrust::granted;
+}
 
 void PermissionWatch::observeAccessibilityPermission() {
   accessibilityPermissionObserver = accessibility.observeTrustChanges([this] { accessibilityPermissionDidChange(); });
@@ -49,12 +55,27 @@ void PermissionWatch::scheduleAccessibilityRechecks() {
 }
 
 void PermissionWatch::handleAccessibilityStatusChangeIfNeeded(bool forceRefresh) {
-  accessibility.refreshProcessTrust(callbacks.bind([this, forceRefresh](bool isTrusted) {
-    if (!isStopped) accessibilityTrustRead(isTrusted, forceRefresh);
+  accessibility.refreshProcessTrust(callbacks.bind([this, forceRefresh](ProcessTrust trust) {
+    if (!isStopped) accessibilityTrustRead(trust, forceRefresh);
   }));
 }
 
-void PermissionWatch::accessibilityTrustRead(bool isTrusted, bool forceRefresh) {
+void PermissionWatch::accessibilityTrustRead(ProcessTrust trust, bool forceRefresh) {
+  if (trust != ProcessTrust::unknown) {
+    silenceTimer.reset();
+    isSilentForTooLong = false;
+  } else if (!silenceTimer && !isSilentForTooLong) {
+    silenceTimer = mainThread.postAfter(kLongestSilence, [this] {
+      silenceTimer.reset();
+      isSilentForTooLong = true;
+      accessibilityTrustChanged(/*forceRefresh=*/false);
+    });
+  }
+  accessibilityTrustChanged(forceRefresh);
+}
+
+void PermissionWatch::accessibilityTrustChanged(bool forceRefresh) {
+  const bool isTrusted = isAccessibilityTrusted();
   const bool hasChanged = std::exchange(lastAccessibilityTrusted, isTrusted) != isTrusted;
   if (hasChanged) {
     (isTrusted ? events.onGranted : events.onRevoked)();
@@ -65,6 +86,7 @@ void PermissionWatch::accessibilityTrustRead(bool isTrusted, bool forceRefresh) 
 
 void PermissionWatch::stop() {
   isStopped = true;
+  silenceTimer.reset();
   accessibilityStatusTimer.reset();
   accessibilityRechecks.clear();
   accessibilityPermissionObserver.reset();

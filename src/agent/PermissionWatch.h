@@ -25,6 +25,10 @@ struct PermissionWatchEvents {
 // Follows the accessibility permission of this process. It polls, since the system does not report every change, and
 // after each report it asks three times more, since the answer may change a little before or after the report.
 //
+// When the system gives no answer, the permission counts as it was for 30 s; a system that is silent for longer has
+// taken it, and gives it back with its next answer. So a service that is started anew, or held up for a moment, changes
+// nothing. A permission that was never known counts as missing.
+//
 // States: watching nothing -> observing, polling or both -> stopped. Main thread.
 class PermissionWatch {
  public:
@@ -36,7 +40,7 @@ class PermissionWatch {
   PermissionWatch& operator=(const PermissionWatch&) = delete;
 
   // Whether the agent may use the accessibility interface, by the newest answer that anyone in the agent was given:
-  // never older than one poll, and never waited for. Never asks the user.
+  // never older than one poll but for a silent system, and never waited for. Never asks the user.
   [[nodiscard]] bool isAccessibilityTrusted();
 
   // Listens to the system's reports from now on.
@@ -54,11 +58,14 @@ class PermissionWatch {
   // Asks for a fresh answer, which the main thread does not wait for. `forceRefresh`: an unchanged permission is
   // reported too.
   void handleAccessibilityStatusChangeIfNeeded(bool forceRefresh);
-  void accessibilityTrustRead(bool isTrusted, bool forceRefresh);
+  void accessibilityTrustRead(platform::ProcessTrust trust, bool forceRefresh);
+  void accessibilityTrustChanged(bool forceRefresh);
 
   platform::Accessibility& accessibility;
   platform::SerialExecutor& mainThread;
   const PermissionWatchEvents events;
+  bool isSilentForTooLong = false;
+  platform::TaskHandle silenceTimer;  // Present while the system gives no answer, until that is for too long.
   bool lastAccessibilityTrusted;
   bool isStopped = false;
   platform::SubscriptionHandle accessibilityPermissionObserver;

@@ -133,6 +133,50 @@ TEST_F(PermissionWatchTest, ReportsALateAnswerWhenItComes) {
   EXPECT_THAT(after(0.002), ElementsAre("revoked"));
 }
 
+TEST_F(PermissionWatchTest, ASilentSystemChangesNothingForHalfAMinuteAndHasTakenThePermissionThen) {
+  watchAll();
+  EXPECT_THAT(after(10), IsEmpty());
+  world.desktop().setTrustSilent(true);
+  EXPECT_THAT(after(31.999), IsEmpty()) << "The next poll, and 30 s.";
+  EXPECT_TRUE(watch->isAccessibilityTrusted());
+  EXPECT_THAT(after(0.002), ElementsAre("revoked"));
+  EXPECT_FALSE(watch->isAccessibilityTrusted());
+  EXPECT_THAT(after(100), IsEmpty()) << "Once.";
+  world.desktop().setTrustSilent(false);
+  EXPECT_THAT(after(2), ElementsAre("granted"));
+}
+
+TEST_F(PermissionWatchTest, EverySilenceIsCountedAnew) {
+  watchAll();
+  for (int i = 0; i < 10; ++i) {
+    world.desktop().setTrustSilent(true);
+    EXPECT_THAT(after(28), IsEmpty()) << i;
+    world.desktop().setTrustSilent(false);
+    EXPECT_THAT(after(2), IsEmpty()) << i;
+  }
+}
+
+TEST_F(PermissionWatchTest, APermissionThatWasNeverKnownIsNotThere) {
+  world.desktop().setTrustSilent(true);
+  watchAll();
+  EXPECT_THAT(after(100), IsEmpty());
+  EXPECT_FALSE(watch->isAccessibilityTrusted());
+  world.desktop().setTrustSilent(false);
+  EXPECT_THAT(after(2), ElementsAre("granted"));
+}
+
+TEST_F(PermissionWatchTest, APermissionThatWasDeniedIsNotGivenBySilence) {
+  setTrusted(false, /*isNotified=*/false);
+  watchAll();
+  EXPECT_THAT(after(2), IsEmpty());
+  world.desktop().setTrustSilent(true);
+  setTrusted(true, /*isNotified=*/false);
+  EXPECT_THAT(after(100), IsEmpty());
+  EXPECT_FALSE(watch->isAccessibilityTrusted());
+  world.desktop().setTrustSilent(false);
+  EXPECT_THAT(after(2), ElementsAre("granted"));
+}
+
 TEST_F(PermissionWatchTest, ReportsNothingOnceItIsGone) {
   watchAll();
   watch->scheduleAccessibilityRechecks();

@@ -51,9 +51,8 @@ void PromptDetection::startPromptDetection() {
 
 void PromptDetection::scheduleScan(std::string_view reason) { scheduler.scheduleScan(reason); }
 
-void PromptDetection::scheduleScanAndFollowUps(std::string_view reason) {
-  scheduler.scheduleScan(reason);
-  if (eventMonitor) eventMonitor->requestFollowUpScans(std::string(reason) + "-settled");
+void PromptDetection::scheduleScanAfterChange(std::string_view reason, bool scansAnyway) {
+  scheduler.scheduleScanAfterChange(reason, scansAnyway);
 }
 
 void PromptDetection::stop() {

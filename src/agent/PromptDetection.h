@@ -6,11 +6,10 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 #include "agent/ScanScheduler.h"
 #include "approvals/ApprovalSuppressionStore.h"
-#include "approvals/PendingApproval.h"
+#include "approvals/ScanOutcome.h"
 #include "detection/DialogDetector.h"
 #include "detection/DialogEventMonitor.h"
 #include "detection/DialogScanWorker.h"
@@ -47,7 +46,7 @@ struct PromptDetectionCallbacks {
   // Whether there is a relay at all: without one nothing is scanned.
   std::function<bool()> isRelayConfigured;
   // As in `ScanSchedulerDependencies`.
-  std::function<std::optional<std::size_t>(const std::vector<PendingApproval>&)> publishScan;
+  std::function<std::optional<std::size_t>(const ScanOutcome&)> publishScan;
 };
 
 // Everything that finds prompts on this desktop: the detector, the worker that scans with it, the monitor that notices
@@ -67,9 +66,8 @@ class PromptDetection {
   void scheduleStartOfPromptDetection();
 
   void scheduleScan(std::string_view reason);
-  // Scans now, and twice more as after an event on the desktop. For a prompt that is wanted again: nothing changes on
-  // the screen, and it has to be found twice before it is reported.
-  void scheduleScanAndFollowUps(std::string_view reason);
+  // The same for what has just been changed here, as in `ScanScheduler`.
+  void scheduleScanAfterChange(std::string_view reason, bool scansAnyway);
 
   // Nothing is read of the desktop afterwards, but by the scan that is under way.
   void stop();

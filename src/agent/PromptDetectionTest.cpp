@@ -20,6 +20,7 @@ using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 // Detection on a desktop, without relay, phone or window. Counts scans: each asks the application in front twice, first
 // for its windows, last for the focus of the desktop.
@@ -41,10 +42,14 @@ struct PromptDetectionTest : testing::Test {
                                     world.random(), world.time(), world.environment(), world.console()},
         PromptDetectionCallbacks{.isRelayConfigured = [this] { return isRelayConfigured; },
                                  .publishScan =
-                                     [this](const std::vector<PendingApproval>& scanned) {
+                                     [this](const ScanOutcome& outcome) {
                                        found.clear();
-                                       for (const auto& approval : scanned) found.push_back(approval.windowTitle);
-                                       return std::optional(scanned.size());
+                                       kinds.clear();
+                                       for (const auto& approval : outcome.approvals) {
+                                         found.push_back(approval.windowTitle);
+                                         kinds.push_back(approval.suppressionID);
+                                       }
+                                       return std::optional<std::size_t>(0);
                                      }});
   }
   void start() {
@@ -72,6 +77,7 @@ struct PromptDetectionTest : testing::Test {
   int scans = 0;  // Begun so far.
   int reads = 0;
   std::vector<std::string> found;  // By the newest scan.
+  std::vector<Uuid> kinds;         // What mutes these.
   std::function<void()> onRequest;
   std::unique_ptr<PromptDetection> detection = makeDetection();
 };
@@ -122,21 +128,30 @@ TEST_F(PromptDetectionTest, StartsOnlyWhereItIsInstalledAndARelayIsConfigured) {
   EXPECT_EQ(scansAfter(0.301), 1);
 }
 
-TEST_F(PromptDetectionTest, ScansTwiceMoreForAPromptThatIsWantedAgain) {
+TEST_F(PromptDetectionTest, APromptThatIsWantedAgainIsConfirmedByASecondLook) {
   start();
   advance(10);
-  EXPECT_EQ(scansOf([this] { detection->scheduleScanAndFollowUps("unsuppressed"); }), 1);
-  EXPECT_EQ(scansAfter(0.799), 0);
+  world.desktop().open(erasePrompt());
+  advance(10);
+  ASSERT_THAT(kinds, SizeIs(1));
+  const Uuid id = kinds.front();
+  suppressionStore.suppress(id);
+  EXPECT_EQ(scansOf([this] { detection->scheduleScan("suppressed"); }), 1);
+  advance(10);
+  EXPECT_THAT(found, IsEmpty());
+  suppressionStore.unsuppress(id);
+  EXPECT_EQ(scansOf([this] { detection->scheduleScan("unsuppressed"); }), 1);
+  EXPECT_THAT(found, IsEmpty());
+  EXPECT_EQ(scansAfter(1.299), 0);
   EXPECT_EQ(scansAfter(0.002), 1);
-  EXPECT_EQ(scansAfter(1.198), 0);
-  EXPECT_EQ(scansAfter(0.002), 1);
-  EXPECT_EQ(scansAfter(100), 0);
+  EXPECT_THAT(found, ElementsAre("Erase disk?"));
+  EXPECT_EQ(scansAfter(100), 0) << "Nothing else follows.";
 }
 
 TEST_F(PromptDetectionTest, BeforeItsStartOnlyRequestsScan) {
   world.desktop().changeSpace();
   EXPECT_EQ(scansAfter(10), 0);
-  EXPECT_EQ(scansOf([this] { detection->scheduleScanAndFollowUps("unsuppressed"); }), 1);
+  EXPECT_EQ(scansOf([this] { detection->scheduleScan("unsuppressed"); }), 1);
   EXPECT_EQ(scansAfter(100), 0);
 }
 

@@ -23,22 +23,23 @@ using testing::SizeIs;
 // A scheduler whose scans the test answers itself.
 struct ScanSchedulerTest : testing::Test {
   std::unique_ptr<ScanScheduler> makeScheduler() {
-    return std::make_unique<ScanScheduler>(ScanSchedulerDependencies{
-        .mainThread = time.mainThread(),
-        .environment = environment,
-        .isScanWanted = [this] { return isScanWanted; },
-        .beginScan =
-            [this](DialogScanWorker::Completion completion) {
-              ++scans;
-              underWay.push_back(std::move(completion));
-              if (answersItself) time.mainThread().post([this] { answerOnThisThread(outcome); });
-            },
-        .publishScan = [this](const std::vector<PendingApproval>& scanned) -> std::optional<std::size_t> {
-          published.push_back(scanned.size());
-          if (whenPublished) whenPublished();
-          if (!isTrusted) return std::nullopt;
-          return scanned.size() + keptCount;
-        }});
+    return std::make_unique<ScanScheduler>(
+        ScanSchedulerDependencies{.mainThread = time.mainThread(),
+                                  .environment = environment,
+                                  .isScanWanted = [this] { return isScanWanted; },
+                                  .beginScan =
+                                      [this](DialogScanWorker::Completion completion) {
+                                        ++scans;
+                                        underWay.push_back(std::move(completion));
+                                        if (answersItself)
+                                          time.mainThread().post([this] { answerOnThisThread(outcome); });
+                                      },
+                                  .publishScan = [this](const ScanOutcome& scanned) -> std::optional<std::size_t> {
+                                    published.push_back(scanned.approvals.size());
+                                    if (whenPublished) whenPublished();
+                                    if (!isTrusted) return std::nullopt;
+                                    return keptCount;
+                                  }});
   }
   void request() {
     time.runOnMainThread([this] { scheduler->scheduleScan("test"); });
@@ -272,13 +273,113 @@ TEST_F(ScanSchedulerTest, NoWordOfARequestIsTakenForAConfirmation) {
   }
 }
 
+// ---- What could not be read
+
+struct UnreadScanTest : ScanSchedulerTest {
+  static ScanOutcome unread(std::vector<std::int32_t> processes) {
+    ScanOutcome outcome;
+    outcome.unreadProcesses = std::move(processes);
+    return outcome;
+  }
+  static ScanOutcome blind() {
+    ScanOutcome outcome;
+    outcome.failure = platform::DesktopReadFailure::applicationList;
+    return outcome;
+  }
+};
+
+TEST_F(UnreadScanTest, IsLookedAtAgainAtGrowingIntervalsFiveTimes) {
+  answersItself = true;
+  for (const auto& silent : {unread({7}), blind()}) {
+    outcome = silent;
+    request();
+    advance(0.01);
+    for (const double delay : {2.0, 4.0, 8.0, 16.0, 32.0}) {
+      const int before = scans;
+      advance(delay - 0.02);  // The scan before was a hundredth of a second ago.
+      EXPECT_EQ(scans, before) << delay;
+      advance(0.02);
+      EXPECT_EQ(scans, before + 1) << delay;
+    }
+    const int before = scans;
+    advance(1000);
+    EXPECT_EQ(scans, before);
+  }
+}
+
+TEST_F(UnreadScanTest, ARequestBeginsNoNewRowAndAnotherSilenceDoes) {
+  answersItself = true;
+  outcome = unread({7});
+  request();
+  advance(1000);
+  ASSERT_EQ(scans, 6);
+  request();
+  advance(1000);
+  EXPECT_EQ(scans, 7) << "It is as silent as before.";
+  outcome = unread({7, 8});
+  request();
+  advance(1000);
+  EXPECT_EQ(scans, 13);
+  outcome = unread({8});
+  request();
+  advance(1000);
+  EXPECT_EQ(scans, 14) << "Fewer are no other ones.";
+}
+
+TEST_F(UnreadScanTest, OnceEverythingWasReadNothingFollows) {
+  request();
+  answer(unread({7}));
+  advance(2);
+  EXPECT_EQ(scans, 2);
+  answer(found(1));
+  advance(1000);
+  EXPECT_EQ(scans, 2);
+  request();
+  answer(unread({7}));
+  advance(2);
+  EXPECT_EQ(scans, 4) << "A new row.";
+}
+
+TEST_F(UnreadScanTest, AScanThatComesFirstTakesThePlaceOfTheOtherLook) {
+  request();
+  answer(blind());
+  advance(1);
+  request();
+  answer(found(1));
+  advance(1000);
+  EXPECT_EQ(scans, 2);
+}
+
+// ---- Changes during a scan
+
+TEST_F(ScanSchedulerTest, AnOutcomeFromBeforeAChangeIsDroppedAndAnotherScanFollows) {
+  request();
+  time.runOnMainThread([this] { scheduler->scheduleScanAfterChange("answered", /*scansAnyway=*/true); });
+  answer(found(1));
+  EXPECT_THAT(published, IsEmpty());
+  EXPECT_EQ(scans, 2);
+  answer(found(2));
+  EXPECT_THAT(published, ElementsAre(2));
+}
+
+TEST_F(ScanSchedulerTest, AChangeWithoutAScanUnderWayScansWhereThatIsWanted) {
+  time.runOnMainThread([this] { scheduler->scheduleScanAfterChange("muted", /*scansAnyway=*/false); });
+  EXPECT_EQ(scans, 0);
+  time.runOnMainThread([this] { scheduler->scheduleScanAfterChange("answered", /*scansAnyway=*/true); });
+  EXPECT_EQ(scans, 1);
+  answer(found(1));
+  EXPECT_THAT(published, ElementsAre(1)) << "That scan has begun after the change.";
+}
+
 // ---- The end
 
 TEST_F(ScanSchedulerTest, StoppingCancelsEverythingThatIsAhead) {
   scheduler->startSafetySweep();
   keptCount = 1;
   request();
-  answer(found(1, 1));
+  ScanOutcome silent = found(1, 1);
+  silent.unreadProcesses = {7};
+  answer(silent);
   scheduler->stop();
   EXPECT_EQ(time.nextDue(), std::nullopt);
   request();

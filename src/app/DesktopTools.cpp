@@ -29,7 +29,7 @@ std::set<std::string, std::less<>> knownLabels() {
 }  // namespace
 
 ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
-  if (!platform.accessibility.isProcessTrusted()) {
+  if (platform.accessibility.isProcessTrusted() != platform::ProcessTrust::granted) {
     output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }
@@ -38,13 +38,13 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
   DialogDetector detector(platform.application.processIdentifier(), suppressionStore,
                           {platform.accessibility, platform.workspace, platform.windowList, platform.clock,
                            platform.environment, platform.console, stableIDs});
-  const auto windows = detector.diagnose();
-  output.print(command.asJson ? scanJson(windows) : scanText(windows));
-  return ExitCode::fine;
+  const auto diagnosis = detector.diagnose();
+  output.print(command.asJson ? scanJson(diagnosis) : scanText(diagnosis));
+  return diagnosis.failure ? ExitCode::cannotDoHere : ExitCode::fine;
 }
 
 ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& platform, const Output& output) {
-  if (!platform.accessibility.isProcessTrusted()) {
+  if (platform.accessibility.isProcessTrusted() != platform::ProcessTrust::granted) {
     output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
   }

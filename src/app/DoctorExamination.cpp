@@ -52,7 +52,7 @@ void DoctorExamination::checkSystem() {
   facts.isWayland = platform.environment.value("XDG_SESSION_TYPE") == "wayland" ||
                     !platform.environment.value("WAYLAND_DISPLAY").value_or("").empty();
   facts.isAskedAlone = traits.isAskedAlone;
-  facts.isAccessibilityTrusted = platform.accessibility.isProcessTrusted();
+  facts.accessibilityTrust = platform.accessibility.isProcessTrusted();
   facts.unreadablePrograms = platform.capabilities.unreadablePrograms();
   facts.hasGtk2Bridge = holds(platform.environment, "GTK_MODULES", "atk-bridge");
   facts.loginItem = platform.loginService.status();

@@ -75,7 +75,7 @@ TEST_F(DoctorExaminationTest, LooksAtTheProgramAndItsDesktop) {
   EXPECT_EQ(found.folderForApplications, bundle.applicationDirectories().front());
   EXPECT_EQ(found.windowListLimitation, std::nullopt);
   EXPECT_FALSE(found.isWayland);
-  EXPECT_TRUE(found.isAccessibilityTrusted);
+  EXPECT_EQ(found.accessibilityTrust, platform::ProcessTrust::granted);
   EXPECT_EQ(found.unreadablePrograms, (std::vector<platform::UnreadableProgram>{{12, "gimp"}}));
   EXPECT_TRUE(found.canBeLoginItem);
   EXPECT_EQ(found.loginItem, LoginServiceStatus::enabled);
@@ -129,7 +129,7 @@ TEST_F(DoctorExaminationTest, TellsWhatTheDesktopLacks) {
 TEST_F(DoctorExaminationTest, ClaimsNothingOfProgramsWithoutAccessibility) {
   world.desktop().setTrusted(false);
   const auto found = examine();
-  EXPECT_FALSE(found.isAccessibilityTrusted);
+  EXPECT_EQ(found.accessibilityTrust, platform::ProcessTrust::denied);
   EXPECT_FALSE(found.unreadablePrograms.isKnown());
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/process/LockFiles.h"
 #include "platform/shell/LoginService.h"
@@ -32,7 +33,7 @@ struct DoctorFacts {
   std::optional<platform::Limitation> windowListLimitation;
   bool isWayland = false;  // The session is one of Wayland: the X server is its guest.
 
-  bool isAccessibilityTrusted = false;
+  platform::ProcessTrust accessibilityTrust = platform::ProcessTrust::denied;
   bool isAskedAlone = true;  // Not by another program, for which the system then answers.
   platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms =
       std::vector<platform::UnreadableProgram>{};

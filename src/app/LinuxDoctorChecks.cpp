@@ -27,9 +27,14 @@ DoctorCheck displayCheck(const DoctorFacts& facts) {
 DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   DoctorCheck check{
       .id = "accessibility", .title = "Accessibility", .detail = "It is on, and can be used.", .remedy = {}};
-  if (facts.isAccessibilityTrusted) return check;
+  if (facts.accessibilityTrust == platform::ProcessTrust::granted) return check;
   check.state = State::problem;
-  check.detail = "It is off, or its bus does not answer: no window can be read.";
+  if (facts.accessibilityTrust == platform::ProcessTrust::unknown) {
+    check.detail = "Its service or its bus does not answer: no window can be read.";
+    check.remedy = "Ask again in a minute. If it stays silent, sign out and in again.";
+    return check;
+  }
+  check.detail = "It is off, or its service is not there: no window can be read.";
   check.remedy =
       "Install at-spi2-core, and switch it on: "
       "gsettings set org.gnome.desktop.interface toolkit-accessibility true";

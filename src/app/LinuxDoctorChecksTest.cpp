@@ -19,7 +19,7 @@ DoctorFacts healthy() {
   return {.programFolder = "/home/ann/.local/lib/Quillard.app",
           .isInstalled = true,
           .folderForApplications = "/home/ann/.local/lib",
-          .isAccessibilityTrusted = true,
+          .accessibilityTrust = platform::ProcessTrust::granted,
           .relay = RelayReach::registered,
           .relayAddress = "https://relay.example.org",
           .relayText = {},
@@ -79,7 +79,7 @@ TEST(Doctor, TellsNoDisplayFromAWaylandSession) {
 
 TEST(Doctor, FindsAccessibilitySwitchedOff) {
   auto facts = healthy();
-  facts.isAccessibilityTrusted = false;
+  facts.accessibilityTrust = platform::ProcessTrust::denied;
   EXPECT_EQ(check(facts, "accessibility").state, State::problem);
 }
 

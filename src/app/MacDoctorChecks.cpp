@@ -11,7 +11,8 @@ using platform::SecretStatusCode;
 
 DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "accessibility", .title = "Accessibility", .detail = "It is allowed.", .remedy = {}};
-  if (facts.isAskedAlone && facts.isAccessibilityTrusted) return check;
+  const bool isTrusted = facts.accessibilityTrust == platform::ProcessTrust::granted;
+  if (facts.isAskedAlone && isTrusted) return check;
   if (facts.isAskedAlone) {
     check.state = State::problem;
     check.detail = "It is not allowed: no window can be read.";
@@ -20,7 +21,7 @@ DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   }
   // A program that a terminal starts counts as the terminal.
   check.state = State::note;
-  check.detail = std::string("It is ") + (facts.isAccessibilityTrusted ? "" : "not ") +
+  check.detail = std::string("It is ") + (isTrusted ? "" : "not ") +
                  "allowed to the program that this was started from, which says nothing of the agent.";
   check.remedy = "Open Quillard: its window says whether the agent may.";
   return check;

@@ -20,7 +20,7 @@ DoctorFacts healthy() {
   return {.programFolder = "/Applications/Quillard.app",
           .isInstalled = true,
           .folderForApplications = "/Applications",
-          .isAccessibilityTrusted = true,
+          .accessibilityTrust = platform::ProcessTrust::granted,
           .isAskedAlone = true,
           .relay = RelayReach::registered,
           .relayAddress = "https://relay.example.org",
@@ -60,7 +60,7 @@ TEST(MacDoctor, HasSomethingToDoForEveryProblemAndNothingOfAnotherSystem) {
 
 TEST(MacDoctor, FindsAMissingPermission) {
   auto facts = healthy();
-  facts.isAccessibilityTrusted = false;
+  facts.accessibilityTrust = platform::ProcessTrust::denied;
   const auto found = check(facts, "accessibility");
   EXPECT_EQ(found.state, State::problem);
   EXPECT_NE(found.remedy.find("Privacy & Security > Accessibility"), std::string::npos) << found.remedy;
@@ -71,7 +71,7 @@ TEST(MacDoctor, TakesTheTerminalsPermissionForNeitherAnswer) {
   facts.isAskedAlone = false;
   EXPECT_EQ(check(facts, "accessibility").state, State::note);
   EXPECT_NE(check(facts, "accessibility").detail.find("is allowed to the program"), std::string::npos);
-  facts.isAccessibilityTrusted = false;
+  facts.accessibilityTrust = platform::ProcessTrust::denied;
   EXPECT_EQ(check(facts, "accessibility").state, State::note);
   EXPECT_NE(check(facts, "accessibility").detail.find("is not allowed to the program"), std::string::npos);
 }

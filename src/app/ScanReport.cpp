@@ -1,6 +1,7 @@
 #include "app/ScanReport.h"
 
 #include <cmath>
+#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -10,6 +11,21 @@ namespace quillard::app {
 namespace {
 
 constexpr std::size_t kLongestText = 500;
+
+std::string_view sentenceOf(platform::DesktopReadFailure failure) {
+  using platform::DesktopReadFailure;
+  switch (failure) {
+    case DesktopReadFailure::notPermitted:
+      return "Accessibility is not allowed.";
+    case DesktopReadFailure::accessibilityService:
+      return "Accessibility does not answer.";
+    case DesktopReadFailure::applicationList:
+      return "It cannot be told which programs can be read.";
+    case DesktopReadFailure::windowServer:
+      return "The display does not answer.";
+  }
+  return "";
+}
 
 std::string printable(const std::string& text) { return printableText(text, kLongestText); }
 
@@ -44,7 +60,9 @@ std::string describe(const WindowDebugSnapshot& window) {
 
 }  // namespace
 
-std::string scanText(const std::vector<WindowDiagnosis>& windows) {
+std::string scanText(const DesktopDiagnosis& diagnosis) {
+  if (diagnosis.failure) return std::string(sentenceOf(*diagnosis.failure)) + " Windows may be there all the same.\n";
+  const auto& windows = diagnosis.windows;
   if (windows.empty()) return "No windows.\n";
   std::string text;
   std::size_t prompts = 0;
@@ -61,11 +79,12 @@ std::string scanText(const std::vector<WindowDiagnosis>& windows) {
          std::to_string(prompts) + (prompts == 1 ? " prompt.\n" : " prompts.\n");
 }
 
-std::string scanJson(const std::vector<WindowDiagnosis>& windows) {
+std::string scanJson(const DesktopDiagnosis& diagnosis) {
   nlohmann::ordered_json report;
   report["windows"] = nlohmann::ordered_json::array();
   report["unanswered"] = nlohmann::ordered_json::array();
-  for (const auto& window : windows) {
+  if (diagnosis.failure) report["failure"] = sentenceOf(*diagnosis.failure);
+  for (const auto& window : diagnosis.windows) {
     const auto json = window.snapshot ? sortedJsonText(*window.snapshot) : std::nullopt;
     if (json) {
       report["windows"].push_back(nlohmann::ordered_json::parse(*json));

@@ -31,7 +31,7 @@ WindowDiagnosis diagnosis(const WindowDebugSnapshot& window) {
 }
 
 TEST(ScanReport, SaysOfAPromptWhatItShows) {
-  EXPECT_EQ(scanText({diagnosis(sampleWindow())}),
+  EXPECT_EQ(scanText({.windows = {diagnosis(sampleWindow())}}),
             "PROMPT        \"Erase disk?\" of Files (process 1001)\n"
             "    score: 9\n"
             "    window: AXWindow/AXDialog, a dialog, 320 x 140 at 40, 60\n"
@@ -46,7 +46,7 @@ TEST(ScanReport, SaysOfAnyOtherWindowWhyItIsNone) {
   window.accepted = false;
   window.rejectionReason = "no buttons";
   window.buttonLabels.clear();
-  const auto text = scanText({diagnosis(window)});
+  const auto text = scanText({.windows = {diagnosis(window)}});
   EXPECT_EQ(text.find("not a prompt  \"Erase disk?\""), 0U) << text;
   EXPECT_NE(text.find("    why not: no buttons\n"), std::string::npos) << text;
   EXPECT_EQ(text.find("buttons:"), std::string::npos) << text;
@@ -56,14 +56,15 @@ TEST(ScanReport, SaysOfAnyOtherWindowWhyItIsNone) {
 TEST(ScanReport, NamesApplicationsThatDidNotAnswer) {
   const std::vector<WindowDiagnosis> windows{{.appName = "Hung", .processIdentifier = 7, .snapshot = std::nullopt},
                                              diagnosis(sampleWindow())};
-  EXPECT_EQ(scanText(windows).find("no answer     a window of Hung (process 7)\n"), 0U) << scanText(windows);
-  const auto report = nlohmann::json::parse(scanJson(windows));
+  EXPECT_EQ(scanText({.windows = windows}).find("no answer     a window of Hung (process 7)\n"), 0U)
+      << scanText({.windows = windows});
+  const auto report = nlohmann::json::parse(scanJson({.windows = windows}));
   EXPECT_EQ(report.at("unanswered"), nlohmann::json::parse(R"([{"appName":"Hung","processIdentifier":7}])"));
   EXPECT_EQ(report.at("windows").size(), 1U);
 }
 
 TEST(ScanReport, IsJsonForPrograms) {
-  const auto report = nlohmann::json::parse(scanJson({diagnosis(sampleWindow())}));
+  const auto report = nlohmann::json::parse(scanJson({.windows = {diagnosis(sampleWindow())}}));
   const auto& window = report.at("windows").at(0);
   EXPECT_EQ(window.at("title"), "Erase disk?");
   EXPECT_EQ(window.at("accepted"), true);
@@ -75,7 +76,7 @@ TEST(ScanReport, MakesTextsOfOtherProgramsHarmless) {
   auto window = sampleWindow();
   window.title = "\x1B]0;owned\x07";
   window.messageLines = {"a\nPROMPT  forged"};
-  const auto text = scanText({diagnosis(window)});
+  const auto text = scanText({.windows = {diagnosis(window)}});
   EXPECT_EQ(text.find('\x1B'), std::string::npos);
   EXPECT_EQ(text.find("\nPROMPT  forged"), std::string::npos) << text;
 }
@@ -83,6 +84,13 @@ TEST(ScanReport, MakesTextsOfOtherProgramsHarmless) {
 TEST(ScanReport, ToldOfADesktopWithoutWindows) {
   EXPECT_EQ(scanText({}), "No windows.\n");
   EXPECT_EQ(nlohmann::json::parse(scanJson({})), nlohmann::json::parse(R"({"windows":[],"unanswered":[]})"));
+}
+
+TEST(ScanReport, ADesktopThatCouldNotBeReadIsNotTakenForAnEmptyOne) {
+  const DesktopDiagnosis diagnosis{.windows = {}, .failure = platform::DesktopReadFailure::applicationList};
+  EXPECT_EQ(scanText(diagnosis), "It cannot be told which programs can be read. Windows may be there all the same.\n");
+  const auto report = nlohmann::json::parse(scanJson(diagnosis));
+  EXPECT_EQ(report["failure"], "It cannot be told which programs can be read.");
 }
 
 TEST(ScanReport, TellsOfThePromptsOfASimulatedDesktop) {

@@ -5,28 +5,90 @@
 
 namespace quillard {
 
+namespace {
+
+bool isInSameWindow(const PendingApproval& a, const PendingApproval& b) {
+  return !a.window || !b.window || *a.window == *b.window;
+}
+
+// By fingerprint, in the order in which these were met.
+std::vector<std::vector<const PendingApproval*>> groups(const ScanOutcome& outcome) {
+  std::vector<std::vector<const PendingApproval*>> all;
+  std::unordered_map<Uuid, std::size_t> places;
+  for (const auto* list : {&outcome.approvals, &outcome.twins}) {
+    for (const auto& record : *list) {
+      const auto [place, isNew] = places.emplace(record.id, all.size());
+      if (isNew) all.emplace_back();
+      all[place->second].push_back(&record);
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
 ApprovalStore::ApprovalStore(Seconds staleAfter, const platform::Clock& clock, platform::Random& random)
     : staleAfter(staleAfter), clock(clock), random(random) {}
 
-void ApprovalStore::replace(const std::vector<PendingApproval>& scanned) {
+void ApprovalStore::replace(const std::vector<PendingApproval>& scanned) { (void)merge({.approvals = scanned}); }
+
+std::size_t ApprovalStore::merge(const ScanOutcome& outcome) {
   const MutexLock lock{mutex};
-  const Date now = clock.now();
-  purgeRetainedIdentityMappings(now);
-  for (const auto& record : scanned) add(record, now);
-  sweepStale(now);
+  Merge merge{outcome, clock.now(), {}};
+  purgeRetainedIdentityMappings(merge.now);
+  if (!outcome.failure) {
+    for (const auto& group : groups(outcome)) add(group, merge);
+  }
+  keepUnread(merge);
+  sweepStale(merge.now);
+  return static_cast<std::size_t>(std::count_if(approvalsByID.begin(), approvalsByID.end(),
+                                                [&](const auto& entry) { return !merge.seen.contains(entry.first); }));
 }
 
-void ApprovalStore::add(const PendingApproval& scanned, Date now) {
+bool ApprovalStore::Merge::isUnread(const PendingApproval& approval) const {
+  const auto& silent = outcome.unreadProcesses;
+  return outcome.failure || std::find(silent.begin(), silent.end(), approval.processIdentifier) != silent.end();
+}
+
+// A prompt keeps its identity while its own window shows it, or may show it.
+void ApprovalStore::add(const Group& group, Merge& merge) {
+  const auto* const known = current(group.front()->id);
+  const PendingApproval* chosen = nullptr;
+  for (const auto* candidate : group) {
+    if (known ? isInSameWindow(*known, *candidate) : !chosen || !candidate->window) chosen = candidate;
+  }
+  if (chosen) return put(*chosen, group.front()->detectedAt, merge);
+  if (merge.isUnread(*known)) return;
+  forget(Uuid{known->id});
+  put(*group.front(), group.front()->detectedAt, merge);
+}
+
+void ApprovalStore::keepUnread(Merge& merge) {
+  for (const auto& [id, approval] : approvalsByID) {
+    if (merge.seen.contains(id) || !merge.isUnread(approval) || merge.now - lastReadByID[id] > kLongestUnread) continue;
+    lastSeenByID[id] = merge.now;
+    merge.seen.insert(id);
+  }
+}
+
+const PendingApproval* ApprovalStore::current(const Uuid& fingerprint) const {
+  const auto id = approvalIDByFingerprint.find(fingerprint);
+  const auto found = id == approvalIDByFingerprint.end() ? approvalsByID.end() : approvalsByID.find(id->second);
+  return found == approvalsByID.end() ? nullptr : &found->second;
+}
+
+void ApprovalStore::put(const PendingApproval& scanned, Date firstSeen, Merge& merge) {
   const Uuid fingerprint = scanned.id;
   const auto known = approvalIDByFingerprint.find(fingerprint);
   const Uuid id =
       known != approvalIDByFingerprint.end() ? known->second : Uuid::fromRandomBytes(random.identityBytes());
   const auto current = approvalsByID.find(id);
-  const Date detectedAt = current != approvalsByID.end() ? current->second.detectedAt : scanned.detectedAt;
+  const Date detectedAt = current != approvalsByID.end() ? current->second.detectedAt : firstSeen;
   approvalIDByFingerprint[fingerprint] = id;
   fingerprintByApprovalID[id] = fingerprint;
   approvalsByID[id] = scanned.replacingIdentity(id, detectedAt);
-  lastSeenByID[id] = now;
+  lastSeenByID[id] = lastReadByID[id] = merge.now;
+  merge.seen.insert(id);
   retainedIdentityExpiresAtByApprovalID.erase(id);
 }
 
@@ -43,6 +105,7 @@ void ApprovalStore::sweepStale(Date now) {
 void ApprovalStore::forget(const Uuid& id) {
   approvalsByID.erase(id);
   lastSeenByID.erase(id);
+  lastReadByID.erase(id);
   removeFingerprintMapping(id);
 }
 
@@ -71,6 +134,7 @@ void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   const MutexLock lock{mutex};
   approvalsByID.erase(id);
   lastSeenByID.erase(id);
+  lastReadByID.erase(id);
   const Seconds period = retention.value_or(staleAfter);
   if (period > Seconds::zero() && fingerprintByApprovalID.contains(id)) {
     retainedIdentityExpiresAtByApprovalID[id] = advanced(clock.now(), period);

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "approvals/PendingApproval.h"
+#include "approvals/ScanOutcome.h"
 #include "foundation/Mutex.h"
 #include "foundation/Uuid.h"
 #include "platform/process/Clock.h"
@@ -19,6 +22,11 @@ namespace quillard {
 // Life of an identity: current -> (missed by scans, kept for the grace) -> gone; or current -> retained after an answer
 // -> current again or gone. What is gone never comes back: a returning prompt is a new request.
 //
+// An identity means one appearance: the window in which its prompt was found first. The same content in another window
+// is a new prompt, once its own window is not found any more; the old identity is gone then. As long as that is found,
+// or could not be read, the other one waits: of identical prompts one is listed, always the same one. A record without
+// a window, or beside one without, counts as in the same window.
+//
 // Every operation is atomic; call from any thread, never from inside another operation. (One lock, held for the whole
 // of an operation, serves as the serial queue; nothing is called out to while it is held but the clock and the random
 // source.)
@@ -30,8 +38,18 @@ class ApprovalStore {
 
   // Takes `scanned` as the outcome of one scan; each record's `id` is its fingerprint. A known prompt keeps its
   // identity and `detectedAt`, all else follows the newest scan; of two records with one fingerprint the later wins. A
-  // prompt missing for longer than `staleAfter` is forgotten, identity and all.
+  // prompt missing for longer than `staleAfter` is forgotten, identity and all. Of records with one fingerprint in
+  // several windows, the one in the window of its identity is listed, else the first.
   void replace(const std::vector<PendingApproval>& scanned);
+
+  // The same of a scan that says what it could not read. The prompts of processes that it could not read count as seen
+  // by it, with their place and identity, and so do all when it could not see the desktop: nothing that was not read
+  // ages. But for ten minutes at the longest since a scan has really seen them: then they age as missed ones, since
+  // nobody can vouch for them any more. How many current prompts the scan missed, which age now.
+  std::size_t merge(const ScanOutcome& outcome);
+
+  // See `merge`.
+  static constexpr Seconds kLongestUnread{600};
 
   // Oldest `detectedAt` first; equal ones by identity, so that the order is the same from call to call.
   [[nodiscard]] std::vector<PendingApproval> all() const;
@@ -47,7 +65,22 @@ class ApprovalStore {
   void removeSuppressed(const Uuid& suppressionID);
 
  private:
-  void add(const PendingApproval& scanned, Date now) QUILLARD_REQUIRES(mutex);
+  using Group = std::vector<const PendingApproval*>;  // Records with one fingerprint, in their order. Never empty.
+
+  // One scan while it is merged.
+  struct Merge {
+    const ScanOutcome& outcome;
+    Date now;
+    std::unordered_set<Uuid> seen;  // Identities that it has seen, or that count as seen by it.
+
+    [[nodiscard]] bool isUnread(const PendingApproval& approval) const;
+  };
+
+  void add(const Group& group, Merge& merge) QUILLARD_REQUIRES(mutex);
+  // `firstSeen`: its time, unless it is current.
+  void put(const PendingApproval& scanned, Date firstSeen, Merge& merge) QUILLARD_REQUIRES(mutex);
+  [[nodiscard]] const PendingApproval* current(const Uuid& fingerprint) const QUILLARD_REQUIRES(mutex);
+  void keepUnread(Merge& merge) QUILLARD_REQUIRES(mutex);
   void sweepStale(Date now) QUILLARD_REQUIRES(mutex);
   void forget(const Uuid& id) QUILLARD_REQUIRES(mutex);
   void purgeRetainedIdentityMappings(Date expiredBefore) QUILLARD_REQUIRES(mutex);
@@ -55,7 +88,8 @@ class ApprovalStore {
 
   mutable Mutex mutex;
   std::unordered_map<Uuid, PendingApproval> approvalsByID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);
+  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);  // Or last counted as seen.
+  std::unordered_map<Uuid, Date> lastReadByID QUILLARD_GUARDED_BY(mutex);  // By a scan that has really seen it.
   std::unordered_map<Uuid, Uuid> approvalIDByFingerprint QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> fingerprintByApprovalID QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Date> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);

@@ -1,6 +1,8 @@
 #include <limits>
+#include <memory>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -217,6 +219,172 @@ TEST_F(ApprovalStoreTest, KeepsPromptsWhenTheClockIsSetBack) {
   time.setWallClock(time.now() - std::chrono::hours{24});
   store.replace({});
   EXPECT_EQ(store.all().size(), 1U);
+}
+
+// ---- Windows
+
+struct NumberedWindow final : platform::AXElementReference {
+  explicit NumberedWindow(int number) : number(number) {}
+  [[nodiscard]] bool isEqual(const AXElementReference& other) const override {
+    return dynamic_cast<const NumberedWindow&>(other).number == number;
+  }
+  [[nodiscard]] std::size_t hashValue() const override { return static_cast<std::size_t>(number); }
+  const int number;
+};
+
+class ApprovalStoreWindowTest : public ApprovalStoreTest {
+ protected:
+  static constexpr std::int32_t kProcess = 412;
+
+  PendingApproval shownIn(int window, std::uint64_t fingerprint = 1, std::int32_t process = kProcess) {
+    auto record = scanned(fingerprint);
+    record.window = platform::AXUIElement{std::make_shared<NumberedWindow>(window)};
+    record.processIdentifier = process;
+    return record;
+  }
+  static ScanOutcome unread(std::vector<std::int32_t> processes, std::vector<PendingApproval> approvals = {}) {
+    ScanOutcome outcome;
+    outcome.approvals = std::move(approvals);
+    outcome.unreadProcesses = std::move(processes);
+    return outcome;
+  }
+  static ScanOutcome unseen() {
+    ScanOutcome outcome;
+    outcome.failure = platform::DesktopReadFailure::applicationList;
+    return outcome;
+  }
+  void passAnHour(const ScanOutcome& outcome) {
+    for (int i = 0; i < 360; ++i) {
+      time.advance(Seconds{10});
+      (void)store.merge(outcome);
+    }
+  }
+};
+
+TEST_F(ApprovalStoreWindowTest, TheSameContentInAnotherWindowIsANewPrompt) {
+  store.replace({shownIn(1)});
+  const auto first = only();
+  time.advance(Seconds{2});
+  store.replace({shownIn(2)});
+  EXPECT_NE(only().id, first.id);
+  EXPECT_EQ(only().detectedAt, time.now());
+  EXPECT_FALSE(store.approval(first.id));
+  store.replace({shownIn(1)});
+  EXPECT_NE(only().id, first.id) << "what is gone never comes back";
+}
+
+TEST_F(ApprovalStoreWindowTest, ThePromptStaysWithItsWindowAmongTwinsInWhateverOrder) {
+  store.replace({shownIn(1), shownIn(2)});
+  const auto first = only();
+  EXPECT_EQ(first.window, shownIn(1).window) << "the first";
+  for (const auto& order : {std::vector{2, 1}, std::vector{1, 2}, std::vector{3, 2, 1}}) {
+    std::vector<PendingApproval> records;
+    for (const int window : order) records.push_back(shownIn(window));
+    store.replace(records);
+    EXPECT_EQ(only(), first.replacingIdentity(first.id, first.detectedAt));
+  }
+  store.replace({shownIn(2), shownIn(3)});
+  const auto second = only();
+  EXPECT_NE(second.id, first.id);
+  EXPECT_EQ(second.window, shownIn(2).window);
+  store.replace({shownIn(3)});
+  EXPECT_NE(only().id, second.id);
+}
+
+TEST_F(ApprovalStoreWindowTest, AnAnsweredTwinMakesTheOtherOneAPromptOfItsOwn) {
+  store.replace({shownIn(1), shownIn(2)});
+  const auto first = only();
+  store.remove(first.id, Seconds{0});
+  store.replace({shownIn(2)});
+  EXPECT_NE(only().id, first.id);
+}
+
+TEST_F(ApprovalStoreWindowTest, ARecordWithoutAWindowCountsAsInTheSame) {
+  store.replace({scanned(1)});
+  const auto first = only();
+  store.replace({shownIn(1)});
+  EXPECT_EQ(only().id, first.id);
+  store.replace({scanned(1)});
+  EXPECT_EQ(only().id, first.id);
+}
+
+TEST_F(ApprovalStoreWindowTest, AWindowThatChangesAndChangesBackKeepsItsIdentityForTheGrace) {
+  store.replace({shownIn(1, 1)});
+  const auto first = only();
+  time.advance(Seconds{4});
+  store.replace({shownIn(1, 2)});
+  time.advance(Seconds{4});
+  store.replace({shownIn(1, 1)});
+  EXPECT_EQ(store.approval(first.id)->detectedAt, first.detectedAt);
+}
+
+// ---- What could not be read
+
+TEST_F(ApprovalStoreWindowTest, APromptOfAProcessThatCouldNotBeReadDoesNotAge) {
+  store.replace({shownIn(1)});
+  const auto first = only();
+  for (int i = 0; i < 60; ++i) {
+    time.advance(Seconds{10});
+    EXPECT_EQ(store.merge(unread({kProcess})), 0U) << "it is not missed";
+    ASSERT_EQ(only(), first);
+  }
+  time.advance(Seconds{8});
+  EXPECT_EQ(store.merge({}), 1U);
+  EXPECT_EQ(only(), first) << "the grace runs from the last scan that could not tell";
+  time.advance(Seconds{0.001});
+  EXPECT_EQ(store.merge({}), 0U);
+  EXPECT_TRUE(store.all().empty());
+}
+
+TEST_F(ApprovalStoreWindowTest, AScanThatCouldNotSeeTheDesktopAgesNothing) {
+  store.replace({shownIn(1), shownIn(2, 2, 7), scanned(3)});
+  const auto before = store.all();
+  for (int i = 0; i < 60; ++i) {
+    time.advance(Seconds{10});
+    EXPECT_EQ(store.merge(unseen()), 0U);
+  }
+  EXPECT_EQ(store.all(), before);
+}
+
+TEST_F(ApprovalStoreWindowTest, NobodyVouchesForAPromptForLongerThanTenMinutes) {
+  for (const auto& outcome : {unread({kProcess}), unseen()}) {
+    store.replace({shownIn(1)});
+    const auto first = only();
+    time.advance(ApprovalStore::kLongestUnread);
+    EXPECT_EQ(store.merge(outcome), 0U);
+    EXPECT_EQ(only(), first);
+    time.advance(Seconds{8});
+    EXPECT_EQ(store.merge(outcome), 1U) << "now it ages";
+    EXPECT_EQ(only(), first);
+    time.advance(Seconds{0.001});
+    (void)store.merge(outcome);
+    EXPECT_TRUE(store.all().empty());
+  }
+}
+
+TEST_F(ApprovalStoreWindowTest, OtherProcessesAgeAsEver) {
+  store.replace({shownIn(1, 1, 7), shownIn(2, 2, 8)});
+  time.advance(Seconds{8.001});
+  (void)store.merge(unread({7}));
+  EXPECT_EQ(only().processIdentifier, 7);
+}
+
+TEST_F(ApprovalStoreWindowTest, ATwinWaitsWhileTheWindowOfTheIdentityCouldNotBeRead) {
+  store.replace({shownIn(1, 1, 7)});
+  const auto first = only();
+  time.advance(Seconds{100});
+  (void)store.merge(unread({7}, {shownIn(2, 1, 8)}));
+  EXPECT_EQ(only(), first) << "it may still be there";
+  (void)store.merge(unread({}, {shownIn(2, 1, 8)}));
+  EXPECT_NE(only().id, first.id) << "it is not";
+}
+
+TEST_F(ApprovalStoreWindowTest, NothingOfASilentProcessStaysForEver) {
+  for (std::uint64_t i = 1; i <= 20; ++i) {
+    store.replace({shownIn(static_cast<int>(i), i)});
+    passAnHour(unread({kProcess}));
+    EXPECT_TRUE(store.all().empty());
+  }
 }
 
 TEST_F(ApprovalStoreTest, EachOperationIsAtomicForAllThreads) {

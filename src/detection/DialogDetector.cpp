@@ -13,6 +13,7 @@
 namespace quillard {
 
 using platform::AXReadScope;
+using platform::DesktopReadFailure;
 
 namespace {
 
@@ -29,9 +30,20 @@ std::string identityText(const WindowSource& source, const PromptReading& readin
          text::joined(reading.evidence.messageLines, ",");
 }
 
-std::optional<std::string> directAccessReason(const PromptReading& reading, const std::vector<std::string>& lines) {
+// `beyond`: texts of the prompt that are not shown, since there are too many elements before them.
+std::optional<std::string> directAccessReason(const PromptReading& reading, const std::vector<std::string>& beyond) {
   if (reading.hasSecureTextField) return secretRequiredReason();
-  return directAccessRequiredReason(reading.evidence.title, lines, reading.evidence.buttonLabels);
+  auto lines = reading.evidence.messageLines;
+  lines.insert(lines.end(), beyond.begin(), beyond.end());
+  const auto& evidence = reading.evidence;
+  if (auto reason = directAccessRequiredReason(evidence.title, lines, evidence.buttonLabels)) return reason;
+  return reading.hasUnreadableText ? std::optional(unreadableTextReason()) : std::nullopt;
+}
+
+ScanOutcome unseen(DesktopReadFailure failure) {
+  ScanOutcome outcome;
+  outcome.failure = failure;
+  return outcome;
 }
 
 std::string windowRole(const DialogPromptEvidence& evidence) {
@@ -50,34 +62,62 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
               .candidateIn = [this](AXReadScope& scope,
                                     const WindowSource& source) { return candidateIn(scope, source); }}) {}
 
-std::vector<PendingApproval> DialogDetector::scan() {
-  heldBack = 0;
-  if (!dependencies.accessibility.isProcessTrusted()) return {};
+bool DialogDetector::isPermissionDenied() const {
+  return dependencies.accessibility.isProcessTrusted() == platform::ProcessTrust::denied;
+}
+
+ScanOutcome DialogDetector::scan() {
+  if (isPermissionDenied()) return unseen(DesktopReadFailure::notPermitted);
   const auto scope = dependencies.accessibility.beginReadScope();
-  const auto sources = windowsIn(*scope).allWindowSources();
+  auto windows = windowsIn(*scope);
+  const auto sources = windows.allWindowSources();
   if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) printDiagnostics(sources);
 
-  std::vector<PendingApproval> approvals;
+  ScanOutcome outcome;
   std::unordered_set<Uuid> ids;
   for (const auto& source : sources) {
     auto approval = approvalForWindowSource(*scope, source);
-    if (approval && ids.insert(approval->id).second) approvals.push_back(*std::move(approval));
+    if (!approval || suppressionStore.contains(approval->suppressionID)) continue;
+    auto& list = ids.insert(approval->id).second ? outcome.approvals : outcome.twins;
+    list.push_back(*std::move(approval));
   }
+  outcome.unreadProcesses = windows.unreadProcesses();
   // Asked again at the end, so that the one who is given the result finds the newest answer without waiting for it.
-  if (!dependencies.accessibility.isProcessTrusted()) return {};
-  const auto publishable = candidateGate.publishableIDs(ids);
-  heldBack = std::erase_if(approvals, [&](const auto& approval) { return !publishable.contains(approval.id); });
-  return approvals;
+  if (isPermissionDenied()) return unseen(DesktopReadFailure::notPermitted);
+  if (const auto failure = scope->desktopFailure()) return unseen(*failure);
+  confirm(outcome);
+  return outcome;
 }
 
-std::vector<WindowDiagnosis> DialogDetector::diagnose() {
-  if (!dependencies.accessibility.isProcessTrusted()) return {};
-  const auto scope = dependencies.accessibility.beginReadScope();
-  std::vector<WindowDiagnosis> windows;
-  for (const auto& source : windowsIn(*scope).allWindowSources()) {
-    windows.push_back({source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
+// Takes out what only this scan has met.
+void DialogDetector::confirm(ScanOutcome& outcome) {
+  const auto& silent = outcome.unreadProcesses;
+  std::erase_if(processByFingerprint, [&](const auto& known) {
+    return std::find(silent.begin(), silent.end(), known.second) == silent.end();
+  });
+  std::unordered_set<Uuid> unread;
+  for (const auto& [id, process] : processByFingerprint) unread.insert(id);
+  std::unordered_set<Uuid> ids;
+  for (const auto& approval : outcome.approvals) {
+    ids.insert(approval.id);
+    processByFingerprint[approval.id] = approval.processIdentifier;
   }
-  return windows;
+  const auto publishable = candidateGate.publishableIDs(ids, unread);
+  const auto isHeldBack = [&](const auto& approval) { return !publishable.contains(approval.id); };
+  outcome.heldBackCount = std::erase_if(outcome.approvals, isHeldBack);
+  std::erase_if(outcome.twins, isHeldBack);
+}
+
+DesktopDiagnosis DialogDetector::diagnose() {
+  if (isPermissionDenied()) return {.windows = {}, .failure = DesktopReadFailure::notPermitted};
+  const auto scope = dependencies.accessibility.beginReadScope();
+  DesktopDiagnosis diagnosis;
+  for (const auto& source : windowsIn(*scope).allWindowSources()) {
+    diagnosis.windows.push_back(
+        {source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
+  }
+  diagnosis.failure = scope->desktopFailure();
+  return diagnosis;
 }
 
 void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) {
@@ -100,18 +140,16 @@ std::optional<PromptReading> DialogDetector::acceptedReading(AXReadScope& scope,
 }
 
 std::optional<PendingApproval> DialogDetector::approvalForWindowSource(AXReadScope& scope, const WindowSource& source) {
-  const auto reading = acceptedReading(scope, source);
-  return reading ? approvalOf(source, *reading) : std::nullopt;
+  auto candidate = candidateIn(scope, source);
+  return candidate ? std::optional(std::move(candidate->approval)) : std::nullopt;
 }
 
-std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading) {
+PendingApproval DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading,
+                                           const std::optional<std::string>& directAccess) {
   const auto& evidence = reading.evidence;
   const Uuid id = dependencies.stableIDs.stableID(identityText(source, reading));
-  if (suppressionStore.contains(id)) return std::nullopt;
-
   const bool isFallback = evidence.messageLines.empty();
   const auto lines = isFallback ? std::vector{fallbackLine(source, evidence)} : evidence.messageLines;
-  const auto directAccess = directAccessReason(reading, lines);
   return PendingApproval::make(
       {.id = id,
        .detectedAt = dependencies.clock.now(),
@@ -127,7 +165,8 @@ std::optional<PendingApproval> DialogDetector::approvalOf(const WindowSource& so
        .recommendedButtonLabel = DialogButtonSemantics::recommendedButton(evidence.buttonLabels),
        .requiresDirectAccess = directAccess.has_value(),
        .directAccessReason = directAccess,
-       .isFallbackDetection = isFallback});
+       .isFallbackDetection = isFallback,
+       .window = source.window});
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }
@@ -138,10 +177,11 @@ std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const P
 }
 
 std::optional<PromptCandidate> DialogDetector::candidateIn(AXReadScope& scope, const WindowSource& source) {
-  const auto reading = acceptedReading(scope, source);
-  auto approval = reading ? approvalOf(source, *reading) : std::nullopt;
-  if (!approval) return std::nullopt;
-  return PromptCandidate{reading->content, *std::move(approval)};
+  auto reading = acceptedReading(scope, source);
+  if (!reading) return std::nullopt;
+  const auto beyond = PromptReader::readBeyond(scope, *reading, kApprovalDescendantLimit);
+  if (scope.missedTimeout(source.window)) return std::nullopt;
+  return PromptCandidate{reading->content, approvalOf(source, *reading, directAccessReason(*reading, beyond))};
 }
 
 }  // namespace quillard

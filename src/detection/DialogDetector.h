@@ -4,10 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/PendingApproval.h"
+#include "approvals/ScanOutcome.h"
 #include "detection/PromptCandidateGate.h"
 #include "detection/PromptPresence.h"
 #include "detection/PromptReader.h"
@@ -46,8 +48,8 @@ struct DetectorDependencies {
 // more harmless than the whole, for example without the field for a password.
 //
 // Every operation waits for other processes, up to 0.2 s for each application that does not answer: never on the main
-// thread, but for `resolveCurrentButton` right before a press. One scan at a time, and `heldBackCount` by the thread
-// that scans; the other operations change nothing here and may run at the same time.
+// thread, but for `resolveCurrentButton` right before a press. One scan at a time; the other operations change
+// nothing here and may run at the same time.
 class DialogDetector {
  public:
   // `ownProcessIdentifier`: the process whose windows are never read.
@@ -57,21 +59,19 @@ class DialogDetector {
   DialogDetector& operator=(const DialogDetector&) = delete;
   ~DialogDetector() = default;
 
-  // The prompts on screen, in the order in which they were met, suppressed ones left out. Each one's `id` and
-  // `suppressionID` are its fingerprint (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes
-  // any of them is another one. Empty when accessibility is not granted.
-  [[nodiscard]] std::vector<PendingApproval> scan();
-  // How many prompts the last scan met and kept to itself, since the scan before it had not met them.
-  [[nodiscard]] std::size_t heldBackCount() const { return heldBack; }
+  // The prompts on screen, suppressed ones left out. Each one's `id` and `suppressionID` are its fingerprint
+  // (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes any of them is another one. A scan
+  // that could not see the desktop, as without the permission, brings nothing but the reason. Without an answer about
+  // the permission it tries: what can be read is known.
+  [[nodiscard]] ScanOutcome scan();
 
   // Every window that a scan would read, with the verdict on it and why, in the order in which they were met.
-  // Suppressed prompts and prompts met for the first time are among them. Changes nothing here. Empty when
-  // accessibility is not granted.
-  [[nodiscard]] std::vector<WindowDiagnosis> diagnose();
+  // Suppressed prompts and prompts met for the first time are among them. Changes nothing here.
+  [[nodiscard]] DesktopDiagnosis diagnose();
 
   // Whether some window still shows the prompt: one of the same process and content, wherever it lies now. A window
-  // counts at the first check, without the second scan that publishing takes. A suppressed prompt is passed over here
-  // too, as if its window were none.
+  // counts at the first check, without the second scan that publishing takes, and so does a suppressed prompt: what is
+  // muted is on the screen all the same.
   //
   // The prompt's own application is asked first, and a prompt that it shows is there: that costs a few requests, on a
   // desktop of any size. Only before it says "gone" are the windows of the whole desktop read. Unknown when
@@ -91,17 +91,21 @@ class DialogDetector {
 
  private:
   [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
+  [[nodiscard]] bool isPermissionDenied() const;
   [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
+  // Suppressed or not: that decides what a scan lists, never whether a prompt is there.
   [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
                                                                        const WindowSource& source);
-  [[nodiscard]] std::optional<PendingApproval> approvalOf(const WindowSource& source, const PromptReading& reading);
+  [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
+                                           const std::optional<std::string>& directAccess);
+  void confirm(ScanOutcome& outcome);
   [[nodiscard]] std::optional<PromptCandidate> candidateIn(platform::AXReadScope& scope, const WindowSource& source);
   void printDiagnostics(const std::vector<WindowSource>& sources);
 
   const std::int32_t ownProcessIdentifier;
   const ApprovalSuppressionStore& suppressionStore;
   PromptCandidateGate candidateGate;
-  std::size_t heldBack = 0;
+  std::unordered_map<Uuid, std::int32_t> processByFingerprint;  // Of the prompts that a scan has met.
   const DetectorDependencies dependencies;
   const PromptSearch search;  // Reads as the scan does.
 };

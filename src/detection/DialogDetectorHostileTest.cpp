@@ -169,7 +169,7 @@ TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTaken) {
       desktop().setRequestHook([&](const AXRequest&) {
         if (index++ == hangAt) desktop().hang(application);
       });
-      for (const auto& approval : detector.scan()) EXPECT_EQ(approval.id, whole.front().id) << hangAt;
+      for (const auto& approval : detector.scan().approvals) EXPECT_EQ(approval.id, whole.front().id) << hangAt;
       desktop().setRequestHook({});
       desktop().unhang(application);
     }
@@ -199,15 +199,16 @@ class AttributeByAttribute final : public platform::Accessibility {
     bool missedTimeout(const AXUIElement& element) const override {
       return missed.contains(live.processIdentifier(element));
     }
+    std::optional<platform::DesktopReadFailure> desktopFailure() const override { return std::nullopt; }
 
    private:
     platform::Accessibility& live;
     std::set<std::optional<std::int32_t>> missed;
   };
 
-  bool isProcessTrusted() override { return live.isProcessTrusted(); }
-  bool lastKnownProcessTrust() override { return live.lastKnownProcessTrust(); }
-  void refreshProcessTrust(std::function<void(bool)> onAnswer) override {
+  platform::ProcessTrust isProcessTrusted() override { return live.isProcessTrusted(); }
+  platform::ProcessTrust lastKnownProcessTrust() override { return live.lastKnownProcessTrust(); }
+  void refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) override {
     live.refreshProcessTrust(std::move(onAnswer));
   }
   platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override {
@@ -249,7 +250,7 @@ TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTakenWhereEachAttrib
   DialogDetector careful{kOwnProcess, suppressionStore, unbatched};
   (void)careful.scan();
   desktop().resetRoundTrips();
-  const auto whole = careful.scan();
+  const auto whole = careful.scan().approvals;
   ASSERT_EQ(whole.size(), 1U);
   const auto requestsPerScan = desktop().roundTrips();
   EXPECT_GT(requestsPerScan, 20U);
@@ -259,7 +260,7 @@ TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTakenWhereEachAttrib
       desktop().setRequestHook([&](const AXRequest&) {
         if (index++ == hangAt) desktop().hang(application);
       });
-      for (const auto& approval : careful.scan()) EXPECT_EQ(approval.id, whole.front().id) << hangAt;
+      for (const auto& approval : careful.scan().approvals) EXPECT_EQ(approval.id, whole.front().id) << hangAt;
       desktop().setRequestHook({});
       desktop().unhang(application);
     }
@@ -281,7 +282,7 @@ TEST_F(HostileDesktop, AWindowThatClosesInMidScanIsNotTakenTwice) {
     });
     (void)detector.scan();
     desktop().setRequestHook({});
-    EXPECT_TRUE(detector.scan().empty()) << closeAt;
+    EXPECT_TRUE(detector.scan().approvals.empty()) << closeAt;
     openDialog();
     (void)scanTwice();
   }

@@ -347,7 +347,7 @@ TEST_F(ResolveTest, ACheckDoesNotOpenTheGateForTheScan) {
   DialogDetector fresh{kOwnProcess, suppressionStore, dependencies};
   (void)fresh.isPromptStillPresent(approval);
   (void)fresh.resolveCurrentButton(approval, "Erase");
-  EXPECT_TRUE(fresh.scan().empty());
+  EXPECT_TRUE(fresh.scan().approvals.empty());
 }
 
 }  // namespace

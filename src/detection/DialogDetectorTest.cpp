@@ -35,9 +35,9 @@ DialogSpec eraseDialog() {
 
 TEST_F(DialogDetectorTest, ReturnsAPromptFromTheSecondConsecutiveScanOn) {
   desktop().open(eraseDialog());
-  EXPECT_TRUE(detector.scan().empty());
-  EXPECT_EQ(titles(detector.scan()), Lines{"Erase disk?"});
-  EXPECT_EQ(titles(detector.scan()), Lines{"Erase disk?"});
+  EXPECT_TRUE(detector.scan().approvals.empty());
+  EXPECT_EQ(titles(detector.scan().approvals), Lines{"Erase disk?"});
+  EXPECT_EQ(titles(detector.scan().approvals), Lines{"Erase disk?"});
 }
 
 TEST_F(DialogDetectorTest, ReturnsNothingWithoutPermissionAndSendsNoRequest) {
@@ -45,7 +45,7 @@ TEST_F(DialogDetectorTest, ReturnsNothingWithoutPermissionAndSendsNoRequest) {
   (void)scanTwice();
   desktop().setTrusted(false);
   desktop().resetRoundTrips();
-  EXPECT_TRUE(detector.scan().empty());
+  EXPECT_TRUE(detector.scan().approvals.empty());
   EXPECT_EQ(desktop().roundTrips(), 0U);
 }
 
@@ -133,7 +133,7 @@ TEST_F(DialogDetectorTest, TakesIdenticalPromptsAtTwoPlacesForTwo) {
   EXPECT_EQ(scanTwice().size(), 2U);
 }
 
-TEST_F(DialogDetectorTest, TakesTwoWindowsOfOneSignatureForOne) {
+TEST_F(DialogDetectorTest, TellsWindowsApartThatLieOnTopOfEachOther) {
   const auto application = desktop().launch({.name = "App"});
   for (const auto* line : {"Are you sure?", "Are you really sure?"}) {
     auto spec = eraseDialog();
@@ -141,7 +141,7 @@ TEST_F(DialogDetectorTest, TakesTwoWindowsOfOneSignatureForOne) {
     spec.frame = Rect{100.9, 100, 300, 200};
     desktop().open(application, spec);
   }
-  EXPECT_EQ(scanTwice().size(), 1U);
+  EXPECT_EQ(scanTwice().size(), 2U);
 }
 
 TEST_F(DialogDetectorTest, TakesEqualPromptsOfTwoProcessesOfOneApplicationForOne) {
@@ -150,7 +150,12 @@ TEST_F(DialogDetectorTest, TakesEqualPromptsOfTwoProcessesOfOneApplicationForOne
     spec.frame = Rect{100, 100, 300, 200};
     desktop().open(desktop().launch({.name = "App", .bundleIdentifier = "com.example.app"}), spec);
   }
-  EXPECT_EQ(scanTwice().size(), 1U) << "they have one fingerprint";
+  (void)detector.scan();
+  const auto outcome = detector.scan();
+  EXPECT_EQ(outcome.approvals.size(), 1U) << "they have one fingerprint";
+  ASSERT_EQ(outcome.twins.size(), 1U);
+  EXPECT_EQ(outcome.twins.front().id, outcome.approvals.front().id);
+  EXPECT_NE(outcome.twins.front().window, outcome.approvals.front().window);
 }
 
 TEST_F(DialogDetectorTest, LeavesSuppressedPromptsOut) {
@@ -159,8 +164,8 @@ TEST_F(DialogDetectorTest, LeavesSuppressedPromptsOut) {
   suppressionStore.suppress(prompt.suppressionID);
   EXPECT_TRUE(scanTwice().empty());
   suppressionStore.unsuppress(prompt.suppressionID);
-  EXPECT_TRUE(detector.scan().empty()) << "it starts again at the gate";
-  EXPECT_EQ(detector.scan().size(), 1U);
+  EXPECT_TRUE(detector.scan().approvals.empty()) << "it starts again at the gate";
+  EXPECT_EQ(detector.scan().approvals.size(), 1U);
 }
 
 TEST_F(DialogDetectorTest, LeavesOutApplicationsThatHaveEnded) {
@@ -269,7 +274,7 @@ TEST_F(DialogDetectorTest, GivesOnePromptOneFingerprintFromScanToScanAndForEvery
   EXPECT_EQ(onlyPrompt().id, prompt.id);
   DialogDetector another{kOwnProcess, suppressionStore, dependencies};
   (void)another.scan();
-  EXPECT_EQ(another.scan().front().id, prompt.id);
+  EXPECT_EQ(another.scan().approvals.front().id, prompt.id);
 }
 
 TEST_F(DialogDetectorTest, TellsPromptsApartByEachPartOfTheirIdentity) {
@@ -322,7 +327,7 @@ TEST_F(DialogDetectorTest, AHungApplicationCostsOneWaitAndTheOthersAreScanned) {
   const auto before = world.time().monotonicNow();
   (void)detector.scan();
   EXPECT_EQ(world.time().monotonicNow() - before, std::chrono::milliseconds(200));
-  EXPECT_EQ(titles(detector.scan()), Lines{"Erase disk?"});
+  EXPECT_EQ(titles(detector.scan().approvals), Lines{"Erase disk?"});
 }
 
 // ---- What a diagnosis tells
@@ -330,7 +335,7 @@ TEST_F(DialogDetectorTest, AHungApplicationCostsOneWaitAndTheOthersAreScanned) {
 TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstReadAndConfirmsNothing) {
   desktop().open(eraseDialog());
   desktop().open({.title = "Untitled", .lines = {"Text"}, .modal = false});
-  const auto windows = detector.diagnose();
+  const auto windows = detector.diagnose().windows;
   std::map<std::string, bool> verdicts;
   for (const auto& window : windows) {
     ASSERT_TRUE(window.snapshot.has_value());
@@ -338,7 +343,7 @@ TEST_F(DialogDetectorTest, DiagnosesEveryWindowAtTheFirstReadAndConfirmsNothing)
     verdicts[window.snapshot->title] = window.snapshot->accepted;
   }
   EXPECT_EQ(verdicts, (std::map<std::string, bool>{{"Erase disk?", true}, {"Untitled", false}}));
-  EXPECT_TRUE(detector.scan().empty());
+  EXPECT_TRUE(detector.scan().approvals.empty());
 }
 
 TEST_F(DialogDetectorTest, DiagnosesThatAnApplicationDidNotAnswer) {
@@ -347,7 +352,7 @@ TEST_F(DialogDetectorTest, DiagnosesThatAnApplicationDidNotAnswer) {
   desktop().setRequestHook([&](const platform::simulated::AXRequest& request) {
     if (request.node == button) desktop().hang(hung);
   });
-  const auto windows = detector.diagnose();
+  const auto windows = detector.diagnose().windows;
   ASSERT_FALSE(windows.empty());
   EXPECT_EQ(windows.front().appName, "Hung");
   EXPECT_FALSE(windows.front().snapshot.has_value());
@@ -356,7 +361,7 @@ TEST_F(DialogDetectorTest, DiagnosesThatAnApplicationDidNotAnswer) {
 TEST_F(DialogDetectorTest, DiagnosesNothingWithoutPermission) {
   desktop().open(eraseDialog());
   desktop().setTrusted(false);
-  EXPECT_TRUE(detector.diagnose().empty());
+  EXPECT_EQ(detector.diagnose().failure, platform::DesktopReadFailure::notPermitted);
 }
 
 }  // namespace

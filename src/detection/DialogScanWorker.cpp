@@ -11,9 +11,7 @@ DialogScanWorker::DialogScanWorker(DialogDetector& detector, platform::Executors
 
 void DialogScanWorker::scan(Completion completion) {
   queue->post([&detector = detector, &mainThread = mainThread, completion = std::move(completion)] {
-    ScanOutcome outcome{.approvals = detector.scan()};
-    outcome.heldBackCount = detector.heldBackCount();
-    mainThread.post([completion, outcome = std::move(outcome)] { completion(outcome); });
+    mainThread.post([completion, outcome = detector.scan()] { completion(outcome); });
   });
 }
 

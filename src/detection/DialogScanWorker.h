@@ -1,21 +1,13 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <memory>
-#include <vector>
 
-#include "approvals/PendingApproval.h"
+#include "approvals/ScanOutcome.h"
 #include "detection/DialogDetector.h"
 #include "platform/process/Executors.h"
 
 namespace quillard {
-
-// What a scan brought.
-struct ScanOutcome {
-  std::vector<PendingApproval> approvals;
-  std::size_t heldBackCount = 0;  // Prompts met for the first time, which another scan has to confirm.
-};
 
 // Runs scans one at a time on a queue of its own, since each waits for other processes. Main thread. Destroying it
 // waits for the scan under way; its completion may still come.

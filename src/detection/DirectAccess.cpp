@@ -47,4 +47,9 @@ std::string secretRequiredReason() {
          "access so Quillard never handles secrets. You can still deny it remotely.";
 }
 
+std::string unreadableTextReason() {
+  return "Part of this dialog's text cannot be read, so it may ask for a password. Use TeamViewer, AnyDesk, Screen "
+         "Sharing, or physical access to approve it. You can still deny it remotely.";
+}
+
 }  // namespace quillard

@@ -32,21 +32,6 @@ struct TextBlock {
   std::vector<std::string> lines;
 };
 
-bool isSecureTextField(AXAttributeReader& reader, const AXUIElement& element, std::string_view role) {
-  return role == ax::kTextFieldRole && AXHelpers::subrole(reader, element) == ax::kSecureTextFieldSubrole;
-}
-
-std::optional<std::string> firstTextValue(AXAttributeReader& reader, const AXUIElement& element, bool isSecure) {
-  constexpr std::array kTextAttributes{ax::kValue, ax::kTitle, ax::kDescription};
-  for (const auto name : kTextAttributes) {
-    if (isSecure && name == ax::kValue) continue;
-    const auto value = AXHelpers::stringAttribute(reader, element, name);
-    const auto shown = text::trimmed(value ? std::string_view{*value} : std::string_view{});
-    if (!shown.empty()) return std::string(shown);
-  }
-  return isSecure ? std::optional<std::string>{kUnnamedSecret} : std::nullopt;
-}
-
 std::vector<std::string> inReadingOrder(std::vector<TextLine> lines) {
   std::vector<TextBlock> blocks;
   for (auto& line : lines) {
@@ -76,15 +61,54 @@ bool isNavigationChrome(std::string_view role) {
   return role == ax::kToolbarRole || role == ax::kOutlineRole || role == ax::kTabGroupRole || role == ax::kSidebarRole;
 }
 
+// Reads texts of one prompt, and notes in its reading when one could not be read.
+class TextReader {
+ public:
+  TextReader(AXAttributeReader& reader, PromptReading& reading) : reader(reader), reading(reading) {}
+
+  std::optional<std::string> text(const AXUIElement& element, platform::AXAttribute name) {
+    auto read = AXHelpers::readText(reader, element, name);
+    if (read.isUnreadable) reading.hasUnreadableText = true;
+    return std::move(read.text);
+  }
+
+  std::string role(const AXUIElement& element) { return text(element, ax::kRole).value_or(""); }
+
+  // What a text or text field shows. Absent: nothing, or the element is of another role.
+  std::optional<std::string> shown(const AXUIElement& element, std::string_view role) {
+    if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return std::nullopt;
+    const bool isSecure =
+        role == ax::kTextFieldRole && text(element, ax::kSubrole).value_or("") == ax::kSecureTextFieldSubrole;
+    if (isSecure) reading.hasSecureTextField = true;
+    return firstTextValue(element, isSecure);
+  }
+
+ private:
+  std::optional<std::string> firstTextValue(const AXUIElement& element, bool isSecure) {
+    constexpr std::array kTextAttributes{ax::kValue, ax::kTitle, ax::kDescription};
+    for (const auto name : kTextAttributes) {
+      if (isSecure && name == ax::kValue) continue;
+      const auto value = text(element, name);
+      const auto shown = text::trimmed(value ? std::string_view{*value} : std::string_view{});
+      if (!shown.empty()) return std::string(shown);
+    }
+    return isSecure ? std::optional<std::string>{kUnnamedSecret} : std::nullopt;
+  }
+
+  AXAttributeReader& reader;
+  PromptReading& reading;
+};
+
 // Goes once over the elements of a prompt and gathers all that is asked of them.
 class ContentWalk {
  public:
   ContentWalk(AXAttributeReader& reader, PromptReading& reading) : reader(reader), reading(reading) {}
 
   void visit(const AXUIElement& element) {
-    const std::string role = AXHelpers::role(reader, element);
+    const std::string role = texts.role(element);
     if (role == ax::kButtonRole) visitButton(element);
-    if (role == ax::kStaticTextRole || role == ax::kTextFieldRole) visitText(element, role);
+    if (auto shown = texts.shown(element, role))
+      lines.push_back({*std::move(shown), AXHelpers::frame(reader, element)});
     if (isNavigationChrome(role)) reading.evidence.hasNavigationChrome = true;
   }
 
@@ -95,24 +119,20 @@ class ContentWalk {
 
  private:
   void visitButton(const AXUIElement& element) {
+    // Read for whether they can be: a button without a label is none.
+    if (texts.text(element, ax::kTitle).value_or("").empty()) (void)texts.text(element, ax::kDescription);
     if (auto button = PromptReader::pressableButton(reader, element)) reading.buttons.push_back(*std::move(button));
-  }
-
-  void visitText(const AXUIElement& element, std::string_view role) {
-    const bool isSecure = isSecureTextField(reader, element, role);
-    if (isSecure) reading.hasSecureTextField = true;
-    auto text = firstTextValue(reader, element, isSecure);
-    if (text) lines.push_back({*std::move(text), AXHelpers::frame(reader, element)});
   }
 
   AXAttributeReader& reader;
   PromptReading& reading;
+  TextReader texts{reader, reading};
   std::vector<TextLine> lines;
 };
 
-std::string titleOf(AXAttributeReader& reader, const AXUIElement& content, const AXUIElement& window) {
-  auto title = AXHelpers::stringAttribute(reader, content, ax::kTitle);
-  if (!title) title = AXHelpers::stringAttribute(reader, window, ax::kTitle);
+std::string titleOf(TextReader& texts, const AXUIElement& content, const AXUIElement& window) {
+  auto title = texts.text(content, ax::kTitle);
+  if (!title) title = texts.text(window, ax::kTitle);
   return title.value_or("");
 }
 
@@ -158,17 +178,34 @@ PromptReading PromptReader::readPrompt(AXAttributeReader& reader, const WindowSo
   auto& evidence = reading.evidence;
   evidence.role = AXHelpers::role(reader, reading.content);
   evidence.subrole = AXHelpers::subrole(reader, reading.content);
-  evidence.title = titleOf(reader, reading.content, source.window);
+  TextReader texts{reader, reading};
+  evidence.title = titleOf(texts, reading.content, source.window);
   evidence.isModal = isDialogContainer(reader, reading.content);
   evidence.bundleIdentifier = source.bundleIdentifier;
   evidence.isKnownPromptService = isKnownPromptService(source.bundleIdentifier, source.appName);
   reading.frame = frameOf(reader, reading.content, source.window);
   ContentWalk walk{reader, reading};
-  for (const auto& element : AXHelpers::deeplyNestedChildren(reader, reading.content, descendantLimit)) {
-    walk.visit(element);
-  }
+  const auto descendants = AXHelpers::descendants(reader, reading.content, descendantLimit);
+  for (const auto& element : descendants.elements) walk.visit(element);
   walk.finish();
+  const bool isFull = static_cast<int>(descendants.elements.size()) >= descendantLimit;
+  if (isFull) reading.isCutOff = !descendants.isComplete;
+  if (!isFull && !descendants.isComplete) reading.hasUnreadableText = true;
   return reading;
+}
+
+std::vector<std::string> PromptReader::readBeyond(AXAttributeReader& reader, PromptReading& reading,
+                                                  int descendantLimit) {
+  std::vector<std::string> lines;
+  if (!reading.isCutOff) return lines;
+  TextReader texts{reader, reading};
+  const auto descendants = AXHelpers::descendants(reader, reading.content, kTellingLimit);
+  for (std::size_t i = static_cast<std::size_t>(std::max(descendantLimit, 0)); i < descendants.elements.size(); ++i) {
+    const auto& element = descendants.elements[i];
+    if (auto shown = texts.shown(element, texts.role(element))) lines.push_back(*std::move(shown));
+  }
+  if (!descendants.isComplete) reading.hasUnreadableText = true;
+  return lines;
 }
 
 }  // namespace quillard

@@ -20,17 +20,26 @@ struct PromptReading {
   DialogFrame frame;                  // Of the content, else of the window, else all zero.
   std::vector<DialogButton> buttons;  // In the walk's order.
   bool hasSecureTextField = false;    // The prompt asks for a secret, whatever words it uses.
+  // Some text of it may be there and could not be read (`AXHelpers::TextReading`), or elements of it could not: what
+  // they say may be what tells a prompt for a password.
+  bool hasUnreadableText = false;
+  // More than the limit of elements: what lies beyond is in none of the above.
+  bool isCutOff = false;
 };
 
 // Reads windows. Stateless; any thread. Each read may be a request to another process and wait for it.
 //
-// What cannot be read must not be half understood. A text that is no UTF-8 or longer than 64 KiB reads as absent, and
-// so does a frame that is not finite or does not fit an integer. No read fails: a missing attribute and one that could
-// not be read look alike, and `AXReadScope::missedTimeout` says whether the whole reading was cut short.
+// What cannot be read must not be half understood. A text that is no UTF-8 or longer than 64 KiB is left out as a
+// whole, and the reading says that there was one. A frame that is not finite or does not fit an integer reads as
+// absent. No read fails; `AXReadScope::missedTimeout` says whether the whole reading was cut short.
 namespace PromptReader {
 
 // How many descendants of a window are searched for the dialog inside it.
 inline constexpr int kContentSearchLimit = 40;
+
+// How many descendants of a prompt are read for what tells that it asks for a secret. A binding may hand over that many
+// children of one element and no more, so that a higher limit would take some for all.
+inline constexpr int kTellingLimit = 120;
 
 // Whether the element is one that holds a dialog: a sheet, a dialog by its subrole, or modal.
 [[nodiscard]] bool isDialogContainer(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
@@ -56,6 +65,12 @@ inline constexpr int kContentSearchLimit = 40;
 // that say the same as a button, or as an earlier line, once normalised, are left out.
 [[nodiscard]] PromptReading readPrompt(platform::AXAttributeReader& reader, const WindowSource& source,
                                        int descendantLimit);
+
+// Reads on in a prompt that was cut off, up to `kTellingLimit`, for nothing but whether it may be approved from afar:
+// the texts that lie beyond what was read, in the order of the walk. Sets `hasSecureTextField` and `hasUnreadableText`
+// where they belong, the latter also when there is even more. Nothing of a reading that was not cut off.
+[[nodiscard]] std::vector<std::string> readBeyond(platform::AXAttributeReader& reader, PromptReading& reading,
+                                                  int descendantLimit);
 
 }  // namespace PromptReader
 

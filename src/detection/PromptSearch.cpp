@@ -29,7 +29,7 @@ struct PromptSearch::Match {
 
 PromptPresence PromptSearch::presenceOf(const PendingApproval& approval) const {
   auto& accessibility = dependencies.accessibility;
-  if (!accessibility.isProcessTrusted()) {
+  if (accessibility.isProcessTrusted() == platform::ProcessTrust::denied) {
     return PromptPresence::unknown(PromptPresence::UnknownReason::accessibilityNotGranted);
   }
   const auto scope = accessibility.beginReadScope();

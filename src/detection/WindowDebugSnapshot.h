@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "approvals/PendingApproval.h"
+#include "platform/desktop/Accessibility.h"
 
 namespace quillard {
 
@@ -32,6 +33,12 @@ struct WindowDiagnosis {
   std::string appName;
   std::int32_t processIdentifier = 0;
   std::optional<WindowDebugSnapshot> snapshot;  // Absent when the application did not answer in time.
+};
+
+// The windows of a desktop. `failure` present: it could not be read as a whole, and what is missing may be there.
+struct DesktopDiagnosis {
+  std::vector<WindowDiagnosis> windows;
+  std::optional<platform::DesktopReadFailure> failure;
 };
 
 // One JSON object, its members sorted by name, absent ones left out. Absent when a text is no UTF-8.

@@ -1,10 +1,10 @@
 #include "detection/WindowSources.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <utility>
 
-#include "approvals/PendingApproval.h"
 #include "detection/VisibleWindowOwners.h"
 #include "detection/elements/AXHelpers.h"
 #include "foundation/Text.h"
@@ -69,6 +69,7 @@ void WindowSources::appendApplications(const std::vector<RunningApplication>& ap
     if (application.isTerminated || application.processIdentifier == ownProcessIdentifier) continue;
     if (!askedProcesses.insert(application.processIdentifier).second) continue;
     candidates.push_back(application);
+    processes.push_back(application.processIdentifier);
     elements.push_back(accessibility.createApplication(application.processIdentifier));
   }
   scope.prepareApplications(elements, descendantsPerWindow);
@@ -101,20 +102,21 @@ void WindowSources::appendSystemWide(std::vector<WindowSource>& sources) {
 void WindowSources::appendOwnedWindow(const AXUIElement& window, std::vector<WindowSource>& sources) {
   const auto owner = accessibility.processIdentifier(window);
   if (!owner || *owner == ownProcessIdentifier) return;
+  if (std::find(processes.begin(), processes.end(), *owner) == processes.end()) processes.push_back(*owner);
   sources.push_back(sourceFor(window, *owner, workspace.runningApplication(*owner)));
 }
 
 std::vector<WindowSource> WindowSources::unique(std::vector<WindowSource> sources) {
-  std::erase_if(sources,
-                [&](const WindowSource& source) { return !givenSignatures.insert(windowSignature(source)).second; });
+  std::erase_if(sources, [&](const WindowSource& source) { return !givenWindows.insert(source.window).second; });
   return sources;
 }
 
-std::string WindowSources::windowSignature(const WindowSource& source) {
-  const auto frame = AXHelpers::frame(scope, source.window).value_or(Rect{});
-  return std::to_string(source.processIdentifier) + "|" + AXHelpers::role(scope, source.window) + "|" +
-         AXHelpers::stringAttribute(scope, source.window, ax::kTitle).value_or("") + "|" +
-         DialogFrame::of(frame).identity();
+std::vector<std::int32_t> WindowSources::unreadProcesses() const {
+  std::vector<std::int32_t> unread;
+  for (const auto process : processes) {
+    if (scope.missedTimeout(accessibility.createApplication(process))) unread.push_back(process);
+  }
+  return unread;
 }
 
 }  // namespace quillard

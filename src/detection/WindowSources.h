@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <unordered_set>
 #include <vector>
 
@@ -15,9 +14,10 @@ namespace quillard {
 // The windows to read in one scope, each given once. For one use: it remembers what it has given, so that a caller can
 // ask for the windows of one application first and for the rest of the desktop only when those were not enough.
 //
-// Two windows are the same when process, role, title and frame are equal: the application's window list, its main and
-// focused window and the desktop's focused window name the same window through different handles. The first one counts.
-// The agent's own windows are never among them.
+// Two windows are the same when their handles are equal, which bindings promise of the application's window list, its
+// main and focused window and the desktop's focused window. Role, title and place would not do: identical dialogs lie
+// on top of each other, and are prompts of their own. The first one counts. The agent's own windows are never among
+// them.
 //
 // At most 1,000 windows of an application's list are taken, its main and focused windows besides. No desktop shows as
 // many, and a broken or hostile application that lists a hundred thousand must not keep a scan from ending.
@@ -39,6 +39,10 @@ class WindowSources {
   // element. An application that was asked by itself before is not asked for its windows again.
   [[nodiscard]] std::vector<WindowSource> allWindowSources();
 
+  // Those of the processes asked here that have missed their time-out by now, in the order in which they were asked:
+  // some of their windows, or parts of them, are missing from what was read.
+  [[nodiscard]] std::vector<std::int32_t> unreadProcesses() const;
+
  private:
   void appendApplications(const std::vector<platform::RunningApplication>& applications,
                           std::vector<WindowSource>& sources);
@@ -47,7 +51,6 @@ class WindowSources {
   void appendSystemWide(std::vector<WindowSource>& sources);
   void appendOwnedWindow(const platform::AXUIElement& window, std::vector<WindowSource>& sources);
   [[nodiscard]] std::vector<WindowSource> unique(std::vector<WindowSource> sources);
-  [[nodiscard]] std::string windowSignature(const WindowSource& source);
 
   const std::int32_t ownProcessIdentifier;
   const int descendantsPerWindow;
@@ -56,7 +59,8 @@ class WindowSources {
   platform::WindowList& windowList;
   platform::AXReadScope& scope;
   std::unordered_set<std::int32_t> askedProcesses;
-  std::unordered_set<std::string> givenSignatures;
+  std::vector<std::int32_t> processes;  // All that were met, each once.
+  std::unordered_set<platform::AXUIElement> givenWindows;
 };
 
 }  // namespace quillard

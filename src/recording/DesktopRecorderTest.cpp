@@ -77,9 +77,9 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
   AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& of) override {
     return elementsByName.at(nameOf(of)).actionNames;
   }
-  bool isProcessTrusted() override { return true; }
-  bool lastKnownProcessTrust() override { return true; }
-  void refreshProcessTrust(std::function<void(bool)>) override {}
+  platform::ProcessTrust isProcessTrusted() override { return platform::ProcessTrust::granted; }
+  platform::ProcessTrust lastKnownProcessTrust() override { return platform::ProcessTrust::granted; }
+  void refreshProcessTrust(std::function<void(platform::ProcessTrust)>) override {}
   platform::SubscriptionHandle observeTrustChanges(std::function<void()>) override { return nullptr; }
   AXUIElement createApplication(std::int32_t process) override { return element("app " + std::to_string(process)); }
   AXUIElement createSystemWide() override { return element("system"); }
@@ -132,6 +132,7 @@ class FakeScope : public platform::AXReadScope {
     const auto process = desktop.processIdentifier(of);
     return process && desktop.isHanging(*process);
   }
+  std::optional<platform::DesktopReadFailure> desktopFailure() const override { return std::nullopt; }
 
  private:
   FakeDesktop& desktop;

@@ -36,8 +36,9 @@ struct ElementReference {
 
 // The answer to a request for an attribute: a value of the kind that the application gave, or the error (never
 // `success`). Text is as the application gave it, broken UTF-8 included. Every id is that of a recorded element.
-using RecordedValue = std::variant<platform::AXForeignValue, bool, std::int64_t, double, std::string, Point, Size, Rect,
-                                   ElementReference, std::vector<ElementId>, platform::AXError>;
+using RecordedValue =
+    std::variant<platform::AXForeignValue, platform::AXUnreadableText, bool, std::int64_t, double, std::string, Point,
+                 Size, Rect, ElementReference, std::vector<ElementId>, platform::AXError>;
 
 // By name, which is UTF-8. An attribute that is not here answers `attributeUnsupported`.
 using RecordedAttributes = std::map<std::string, RecordedValue, std::less<>>;

@@ -46,6 +46,7 @@
 //
 // Values are JSON's own where it has them; others are objects of one member: {"point": [x, y]}, {"size": [w, h]},
 // {"rect": [x, y, w, h]}, {"element": id}, {"elements": [ids]}, {"number": "nan" | "inf" | "-inf"}, {"foreign": true},
+// {"unreadable": true} for a text that could not be read,
 // {"error": "noValue"}, and {"bytes": hexadecimal} for text that is no UTF-8. 5 is an integer, 5.0 a number, except in
 // points, sizes and rectangles.
 namespace quillard::recording {

@@ -135,7 +135,7 @@ TEST(RecordedDesktopJson, KeepsEveryKindOfValue) {
     "text": "t", "bytes": {"bytes": "ff41"}, "true": true, "integer": -9223372036854775808, "number": 5.0,
     "nan": {"number": "nan"}, "inf": {"number": "inf"}, "-inf": {"number": "-inf"},
     "point": {"point": [1, {"number": "inf"}]}, "size": {"size": [1.5, 2]}, "rect": {"rect": [1, 2, 3, 4]},
-    "element": {"element": "w"}, "elements": {"elements": ["w", "w"]}, "foreign": {"foreign": true},
+    "element": {"element": "w"}, "elements": {"elements": ["w", "w"]}, "foreign": {"foreign": true}, "unreadable": {"unreadable": true},
     "error": {"error": "cannotComplete"}})"));
   auto attributes = elementOf(desktop).attributes;
   const double infinity = std::numeric_limits<double>::infinity();
@@ -153,6 +153,7 @@ TEST(RecordedDesktopJson, KeepsEveryKindOfValue) {
   EXPECT_EQ(attributes["element"], RecordedValue{ElementReference{"w"}});
   EXPECT_EQ(attributes["elements"], (RecordedValue{std::vector<ElementId>{"w", "w"}}));
   EXPECT_EQ(attributes["foreign"], RecordedValue{platform::AXForeignValue{}});
+  EXPECT_EQ(attributes["unreadable"], RecordedValue{platform::AXUnreadableText{}});
   EXPECT_EQ(attributes["error"], RecordedValue{AXError::cannotComplete});
   EXPECT_EQ(read(recordedDesktopText(desktop)), desktop);
 }
@@ -265,6 +266,7 @@ TEST(RecordedDesktopJson, RefusesElementsThatAreNone) {
       {R"("attributes": {"a": {"size": "wide"}})", "attributes.a: Expected a size: [width, height]."},
       {R"("attributes": {"a": {"rect": [1, 2, 3, "4"]}})", "attributes.a: Expected [x, y, width, height]."},
       {R"("attributes": {"a": {"foreign": false}})", "attributes.a: Expected true."},
+      {R"("attributes": {"a": {"unreadable": 1}})", "attributes.a: Expected true."},
       {R"("attributes": {"a": 9223372036854775808})", "attributes.a: The whole number is too large."},
       {R"("role": "a", "attributes": {"AXRole": "b"})",
        "attributes.AXRole: The attribute is there twice: it has a member of its own."},

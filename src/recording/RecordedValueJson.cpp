@@ -112,6 +112,11 @@ std::optional<platform::AXForeignValue> foreignOf(const Json& json) {
   return platform::AXForeignValue{};
 }
 
+std::optional<platform::AXUnreadableText> unreadableOf(const Json& json) {
+  if (json != true) return std::nullopt;
+  return platform::AXUnreadableText{};
+}
+
 Outcome valueOfObject(const Json& json) {
   constexpr auto kUnknown = "Expected a value: an object of one member that says its kind.";
   if (json.size() != 1) return Outcome{std::in_place_index<1>, kUnknown};
@@ -125,6 +130,7 @@ Outcome valueOfObject(const Json& json) {
   if (kind == "number") return valueOr(unfiniteNumberOf(content), "Expected \"nan\", \"inf\" or \"-inf\".");
   if (kind == "bytes") return valueOr(textOf(json), "Expected bytes in lower-case hexadecimal.");
   if (kind == "foreign") return valueOr(foreignOf(content), "Expected true.");
+  if (kind == "unreadable") return valueOr(unreadableOf(content), "Expected true.");
   if (kind == "error") return valueOr(errorOf(content), "Expected the name of an error.");
   return Outcome{std::in_place_index<1>, kUnknown};
 }
@@ -132,6 +138,7 @@ Outcome valueOfObject(const Json& json) {
 // How each kind of value is written.
 struct ValueWriter {
   Json operator()(platform::AXForeignValue) const { return {{"foreign", true}}; }
+  Json operator()(platform::AXUnreadableText) const { return {{"unreadable", true}}; }
   Json operator()(bool value) const { return value; }
   Json operator()(std::int64_t value) const { return value; }
   Json operator()(double value) const { return std::isfinite(value) ? Json(value) : unfiniteNumberJson(value); }

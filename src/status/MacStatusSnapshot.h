@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "approvals/NotificationPauseStore.h"
+#include "approvals/ScanOutcome.h"
 #include "relay/RelayStatus.h"
 #include "system/LoginItemManager.h"
 #include "system/UpdateManager.h"
@@ -26,6 +27,7 @@ struct MacStatusSnapshot {
   std::vector<RelayPhoneStatus> connectedPhones;
   NotificationPauseSnapshot notificationPause;
   std::int64_t pendingApprovalCount = 0;
+  ScanProblem scanProblem;             // Of the newest scan: what it could not read.
   std::optional<Bitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;

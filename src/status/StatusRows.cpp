@@ -51,9 +51,10 @@ StatusRowContent accessibilityRow(const MacStatusSnapshot& snapshot) {
     row.detail = "Allow Accessibility to detect dialogs.";
     row.primaryButton = ButtonContent{kOpenSettings};
   } else {
-    row.tint = kWell;
-    row.status = "Allowed";
-    row.detail = "Can detect dialogs and press approved buttons.";
+    const auto problem = StatusTexts::scanProblemDetail(snapshot);
+    row.tint = problem ? kToDo : kWell;
+    row.status = problem ? "Not Answering" : "Allowed";
+    row.detail = problem.value_or("Can detect dialogs and press approved buttons.");
     row.secondaryButton = ButtonContent{kOpenSettings};
   }
   return row;

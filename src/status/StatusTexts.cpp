@@ -86,6 +86,25 @@ std::string pairingCaption(bool accessibilityTrusted, bool hasPayload) {
 
 std::string revokedPairingCaption() { return "The code of a revoked pairing is not shown."; }
 
+std::optional<std::string> scanProblemDetail(const MacStatusSnapshot& snapshot) {
+  using platform::DesktopReadFailure;
+  const auto& problem = snapshot.scanProblem;
+  if (problem.failure) {
+    switch (*problem.failure) {
+      case DesktopReadFailure::notPermitted:
+      case DesktopReadFailure::accessibilityService:
+        return "Accessibility does not answer. Looking again.";
+      case DesktopReadFailure::applicationList:
+        return "Cannot tell which apps run. Looking again.";
+      case DesktopReadFailure::windowServer:
+        return "The display does not answer. Looking again.";
+    }
+  }
+  if (problem.unreadProgramCount == 0) return std::nullopt;
+  if (problem.unreadProgramCount == 1) return "1 app does not answer. Its dialogs may be missed.";
+  return std::to_string(problem.unreadProgramCount) + " apps do not answer. Their dialogs may be missed.";
+}
+
 std::string notificationPauseDetail(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications) return "Move to Applications first.";
   if (!snapshot.relayConfigured) return "Pair an iPhone before pausing alerts.";

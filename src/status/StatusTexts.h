@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "status/MacStatusSnapshot.h"
@@ -29,6 +30,9 @@ struct OverallStatus {
 [[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);
 // The same when the relay calls the pairing revoked.
 [[nodiscard]] std::string revokedPairingCaption();
+
+// What the newest scan could not read, in a line for the accessibility row. Absent: nothing.
+[[nodiscard]] std::optional<std::string> scanProblemDetail(const MacStatusSnapshot& snapshot);
 
 [[nodiscard]] std::string notificationPauseDetail(const MacStatusSnapshot& snapshot);
 

@@ -126,7 +126,7 @@ TEST(LinuxAccessibilityWindows, Gtk4IsNeverAskedForWhatItWarnsAbout) {
 
 TEST(LinuxAccessibilityWindows, WithoutADisplayNothingIsAtAPoint) {
   LinuxAccessibilityWorld world{{.hasDisplay = false}};
-  EXPECT_TRUE(world.accessibility.isProcessTrusted());
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(world.accessibility.copyElementAtPosition(world.accessibility.createSystemWide(), {1, 1}).error(),
             AXError::notImplemented);
   EXPECT_FALSE(AXHelpers::focusedWindow(world.accessibility, world.accessibility));
@@ -157,7 +157,7 @@ TEST(LinuxAccessibilityWindows, TellsWhoIsOnTheBus) {
   LinuxAccessibilityWorld world;
   auto zenity = world.desktop.launch("zenity", {"--question", "--title=Permission"});
   ASSERT_TRUE(world.window(zenity.pid(), "Permission"));
-  const auto processes = world.accessibility.processIdentifiers();
+  const auto processes = world.accessibility.processIdentifiers().value_or(std::vector<std::int32_t>{});
   EXPECT_NE(std::find(processes.begin(), processes.end(), zenity.pid()), processes.end());
   const auto applications = world.accessibility.accessibleApplications();
   EXPECT_NE(std::find(applications.begin(), applications.end(), atspi::AccessibleApplication{zenity.pid(), "zenity"}),
@@ -166,21 +166,21 @@ TEST(LinuxAccessibilityWindows, TellsWhoIsOnTheBus) {
 
 TEST(LinuxAccessibilityTrust, FollowsTheSwitchAndTheBus) {
   LinuxAccessibilityWorld world{{.accessibility = PrivateDesktop::Options::Accessibility::off}};
-  EXPECT_FALSE(world.accessibility.isProcessTrusted());
+  EXPECT_NE(world.accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(world.accessibility.switchOn(), atspi::SwitchOnOutcome::switchedOn);
-  EXPECT_TRUE(world.accessibility.isProcessTrusted());
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(world.accessibility.switchOn(), atspi::SwitchOnOutcome::wasOn);
   world.desktop.killAccessibilityBus();
-  EXPECT_TRUE(waitFor([&] { return !world.accessibility.isProcessTrusted(); }));
+  EXPECT_TRUE(waitFor([&] { return world.accessibility.isProcessTrusted() != platform::ProcessTrust::granted; }));
 }
 
 TEST(LinuxAccessibilityTrust, ThereIsNoneWithoutABus) {
   LinuxAccessibilityWorld world{{.accessibility = PrivateDesktop::Options::Accessibility::missing}};
-  EXPECT_FALSE(world.accessibility.isProcessTrusted());
+  EXPECT_NE(world.accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_TRUE(AXHelpers::windows(world.accessibility, world.accessibility.createApplication(1)).empty());
   x11::XcbWindows nowhere{std::nullopt};
   atspi::LinuxAccessibility outside{{}, nowhere, world.executors};
-  EXPECT_FALSE(outside.isProcessTrusted());
+  EXPECT_NE(outside.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(outside.switchOn(), atspi::SwitchOnOutcome::failed);
 }
 

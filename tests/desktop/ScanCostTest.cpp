@@ -46,7 +46,7 @@ class Desk {
     const auto& counters = binding.accessibilityCounters();
     const Cost before{.calls = counters.calls, .waits = counters.waits};
     const auto begin = steady_clock::now();
-    EXPECT_EQ(agent.detector.scan().size(), programs.size());
+    EXPECT_EQ(agent.detector.scan().approvals.size(), programs.size());
     return {.milliseconds = std::chrono::duration<double, std::milli>(steady_clock::now() - begin).count(),
             .calls = counters.calls - before.calls,
             .waits = counters.waits - before.waits};

@@ -231,7 +231,7 @@ TEST(Verdicts, OfAProgramThatStandsStillAreNoneAndOthersComeInTime) {
     stopped.stop();
     (void)world.agent.scan();
     const auto begin = std::chrono::steady_clock::now();
-    const auto found = world.agent.detector.scan();
+    const auto found = world.agent.detector.scan().approvals;
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_EQ(found.size(), 2U);
     for (const auto& each : found) EXPECT_NE(each.processIdentifier, stopped.pid());
@@ -260,7 +260,7 @@ TEST(Verdicts, AreQuietWhenProgramsStopOrDieInMidScan) {
       ::kill(victim, SIGKILL);
     });
     for (int scans = 0; scans < 3; ++scans) {
-      for (const auto& each : world.agent.detector.scan()) {
+      for (const auto& each : world.agent.detector.scan().approvals) {
         // Whole or not at all.
         EXPECT_EQ(promptOf(each).buttons, (std::vector<std::string>{"Don't Allow", "Allow"})) << each.windowTitle;
       }

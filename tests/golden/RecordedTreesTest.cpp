@@ -10,9 +10,9 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "platform/simulated/DesktopLoader.h"
+#include "private-desktop/FileContents.h"
 #include "recording/RecordedDesktopJson.h"
 #include "support/DetectionWorld.h"
-#include "private-desktop/FileContents.h"
 #include "support/GoldenFile.h"
 
 namespace quillard {
@@ -48,7 +48,7 @@ std::string verdictText(const WindowDiagnosis& window) {
 
 std::string detectionText(samples::DetectionWorld& world) {
   std::string text = "What the detector makes of this window today; a person may judge otherwise.\n\n";
-  for (const auto& window : world.detector.diagnose()) text += verdictText(window);
+  for (const auto& window : world.detector.diagnose().windows) text += verdictText(window);
   text += "\nRecord:\n";
   const auto prompts = world.scanTwice();
   for (const auto& prompt : prompts) text += recordText(prompt);

@@ -73,11 +73,11 @@ TEST_F(MacAccessibility, WhatTheCoreDoesNotReadIsForeign) {
   EXPECT_EQ(readAs(fakes::arrayObject({element, fakes::booleanObject(true)})).value(), foreign);
 }
 
-TEST_F(MacAccessibility, TextThatIsBrokenOrTooLongIsForeign) {
-  const AXValue foreign{AXForeignValue{}};
-  EXPECT_EQ(readAs(Held::take(new __CFString(u"half \xD83D"))).value(), foreign);
-  EXPECT_EQ(readAs(Held::take(new __CFString(u"\xDE00\xD83D"))).value(), foreign);
-  EXPECT_EQ(readAs(fakes::stringObject(std::string(64 * 1024 + 1, 'x'))).value(), foreign);
+TEST_F(MacAccessibility, TextThatIsBrokenOrTooLongIsUnreadable) {
+  const AXValue unreadable{platform::AXUnreadableText{}};
+  EXPECT_EQ(readAs(Held::take(new __CFString(u"half \xD83D"))).value(), unreadable);
+  EXPECT_EQ(readAs(Held::take(new __CFString(u"\xDE00\xD83D"))).value(), unreadable);
+  EXPECT_EQ(readAs(fakes::stringObject(std::string(64 * 1024 + 1, 'x'))).value(), unreadable);
   const std::string longest(std::size_t{64} * 1024, 'x');
   EXPECT_EQ(readAs(fakes::stringObject(longest)).value(), AXValue(longest));
 }
@@ -231,12 +231,12 @@ TEST_F(MacAccessibility, APressThatTimesOutMayHappenAllTheSame) {
 TEST_F(MacAccessibility, AnUntrustedProcessIsToldSoAndNeverAsks) {
   const AXUIElement window = openWindow();
   mac->desktop.setTrusted(false);
-  EXPECT_FALSE(mac->accessibility.isProcessTrusted());
+  EXPECT_NE(mac->accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(mac->accessibility.copyAttributeValue(window, ax::kRole).error(), AXError::apiDisabled);
   EXPECT_EQ(mac->accessibility.performAction(window, ax::kRaiseAction), AXError::apiDisabled);
   EXPECT_EQ(mac->accessibility.beginReadScope()->copyAttributeValue(window, ax::kRole).error(), AXError::apiDisabled);
   mac->desktop.setTrusted(true);
-  EXPECT_TRUE(mac->accessibility.isProcessTrusted());
+  EXPECT_EQ(mac->accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_EQ(mac->system.trustQuestions, 0);
 }
 

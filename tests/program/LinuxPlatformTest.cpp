@@ -48,9 +48,10 @@ class LinuxPlatformTest : public testing::Test {
 
 TEST_F(LinuxPlatformTest, TheAccessibilityPageIsTheDesktopsSwitch) {
   start({.accessibility = PrivateDesktop::Options::Accessibility::off, .hasNotifications = true});
-  ASSERT_FALSE(system->accessibility.isProcessTrusted());
+  ASSERT_NE(system->accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_TRUE(system->workspace.openURL(kAccessibilityPage));
-  EXPECT_TRUE(waitUntil([this] { return system->accessibility.isProcessTrusted(); }));
+  EXPECT_TRUE(
+      waitUntil([this] { return system->accessibility.isProcessTrusted() == platform::ProcessTrust::granted; }));
   EXPECT_TRUE(waitUntil([this] { return linesOf(console).find("Accessibility is on.") != std::string::npos; }))
       << linesOf(console);
 }
@@ -77,7 +78,7 @@ TEST_F(LinuxPlatformTest, MakesDoWithoutAnyDesktop) {
   start({.hasDisplay = false, .accessibility = PrivateDesktop::Options::Accessibility::missing});
   EXPECT_TRUE(system->capabilities.limitation(platform::DesktopCapability::windowList));
   EXPECT_FALSE(system->capabilities.unreadablePrograms().isKnown());
-  EXPECT_FALSE(system->accessibility.isProcessTrusted());
+  EXPECT_NE(system->accessibility.isProcessTrusted(), platform::ProcessTrust::granted);
   EXPECT_TRUE(system->windowList.copyWindowInfo(platform::WindowListOptions::all).empty());
   EXPECT_EQ(system->workspace.frontmostApplication(), std::nullopt);
   EXPECT_FALSE(system->workspace.openURL("gopher://example.org/"));

@@ -10,7 +10,7 @@ int main() {
   const samples::SurveyDesktop desktop{world.world};
   (void)world.detector.scan();
   world.desktop().resetRoundTrips();
-  const auto prompts = world.detector.scan();
+  const auto prompts = world.detector.scan().approvals;
   for (const auto& prompt : prompts) {
     std::printf("%s\n", prompt.displayTitle().c_str());
     for (const auto& line : prompt.messageLines) std::printf("    %s\n", line.c_str());

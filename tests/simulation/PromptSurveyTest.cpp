@@ -25,10 +25,10 @@ TEST_P(PromptSurvey, FindsExactlyTheFivePromptsAmongTwoHundredWindowsFromTheSeco
   const SurveyDesktop desktop{world.world};
   ASSERT_EQ(desktop.applications, 60);
   ASSERT_EQ(desktop.windows, 200);
-  EXPECT_TRUE(world.detector.scan().empty());
+  EXPECT_TRUE(world.detector.scan().approvals.empty());
   for (int scan = 2; scan <= 4; ++scan) {
     world.desktop().resetRoundTrips();
-    EXPECT_EQ(sortedTitles(world.detector.scan()), desktop.promptTitles);
+    EXPECT_EQ(sortedTitles(world.detector.scan().approvals), desktop.promptTitles);
     std::printf("Scan %d: %llu round trips for %d applications and %d windows.\n", scan,
                 static_cast<unsigned long long>(world.desktop().roundTrips()), desktop.applications, desktop.windows);
   }
@@ -40,7 +40,7 @@ TEST_P(PromptSurvey, HungApplicationsCostOneWaitEachAndHideNoOtherPrompts) {
   (void)world.detector.scan();
   const auto withoutPrompts = [&] {
     std::vector<platform::simulated::ApplicationHandle> quiet;
-    const auto prompts = world.detector.scan();
+    const auto prompts = world.detector.scan().approvals;
     for (const auto& application : world.world.workspace().runningApplications()) {
       const bool prompting = std::any_of(prompts.begin(), prompts.end(), [&](const PendingApproval& prompt) {
         return prompt.processIdentifier == application.processIdentifier;
@@ -51,7 +51,7 @@ TEST_P(PromptSurvey, HungApplicationsCostOneWaitEachAndHideNoOtherPrompts) {
   }();
   for (std::size_t i = 0; i < 10; ++i) world.desktop().hang(withoutPrompts[i * 5]);
   const auto before = world.world.time().monotonicNow();
-  EXPECT_EQ(sortedTitles(world.detector.scan()), desktop.promptTitles);
+  EXPECT_EQ(sortedTitles(world.detector.scan().approvals), desktop.promptTitles);
   EXPECT_EQ(world.world.time().monotonicNow() - before, std::chrono::seconds(2)) << "ten times 0.2 s";
 }
 

@@ -22,7 +22,7 @@ struct DetectionWorld {
   // A second scan confirms what the first one met.
   std::vector<PendingApproval> scanTwice() {
     (void)detector.scan();
-    return detector.scan();
+    return detector.scan().approvals;
   }
 
   platform::simulated::SimulatedWorld world;

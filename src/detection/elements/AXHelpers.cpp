@@ -14,6 +14,11 @@ namespace ax = platform::ax;
 
 namespace {
 
+// Whether there may be a value behind an error. The others say that there is none, or that the element has gone.
+bool isFailure(platform::AXError error) {
+  return error == platform::AXError::failure || error == platform::AXError::cannotComplete;
+}
+
 template <class T>
 std::optional<T> typedAttribute(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
   auto result = reader.copyAttributeValue(element, name);
@@ -42,11 +47,20 @@ std::optional<AXUIElement> nearest(AXAttributeReader& reader, AXUIElement elemen
 
 }  // namespace
 
+TextReading readText(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
+  auto result = reader.copyAttributeValue(element, name);
+  if (!result.hasValue()) return {.text = std::nullopt, .isUnreadable = isFailure(result.error())};
+  auto value = std::move(result).value();
+  if (std::holds_alternative<platform::AXUnreadableText>(value)) return {.text = std::nullopt, .isUnreadable = true};
+  auto* const text = std::get_if<std::string>(&value);
+  if (!text) return {};
+  if (text->size() > kLongestText || !text::isValidUtf8(*text)) return {.text = std::nullopt, .isUnreadable = true};
+  return {.text = std::move(*text)};
+}
+
 std::optional<std::string> stringAttribute(AXAttributeReader& reader, const AXUIElement& element,
                                            platform::AXAttribute name) {
-  auto value = typedAttribute<std::string>(reader, element, name);
-  if (value && (value->size() > kLongestText || !text::isValidUtf8(*value))) return std::nullopt;
-  return value;
+  return readText(reader, element, name).text;
 }
 
 std::optional<bool> boolAttribute(AXAttributeReader& reader, const AXUIElement& element, platform::AXAttribute name) {
@@ -107,21 +121,34 @@ std::optional<AXUIElement> nearestButton(AXAttributeReader& reader, const AXUIEl
   return nearest(reader, from, limit, [](std::string_view role) { return role == ax::kButtonRole; });
 }
 
-std::vector<AXUIElement> deeplyNestedChildren(AXAttributeReader& reader, const AXUIElement& root, int limit) {
-  std::vector<AXUIElement> result;
+Descendants descendants(AXAttributeReader& reader, const AXUIElement& root, int limit) {
+  Descendants result;
   std::vector<AXUIElement> stack;
+  const auto descend = [&](const AXUIElement& element) {
+    auto nested = reader.copyAttributeValue(element, ax::kChildren);
+    if (!nested.hasValue()) {
+      if (isFailure(nested.error())) result.isComplete = false;
+      return;
+    }
+    auto value = std::move(nested).value();
+    if (auto* const list = std::get_if<std::vector<AXUIElement>>(&value)) {
+      std::move(list->begin(), list->end(), std::back_inserter(stack));
+    }
+  };
   int remaining = std::max(limit, 0);
-  if (remaining > 0) stack = children(reader, root);
+  if (remaining > 0) descend(root);
   while (!stack.empty() && remaining > 0) {
     AXUIElement element = std::move(stack.back());
     stack.pop_back();
-    if (--remaining > 0) {  // The children of the last one would not be reached.
-      auto nested = children(reader, element);
-      std::move(nested.begin(), nested.end(), std::back_inserter(stack));
-    }
-    result.push_back(std::move(element));
+    if (--remaining > 0) descend(element);  // The children of the last one would not be reached.
+    result.elements.push_back(std::move(element));
   }
+  if (remaining == 0) result.isComplete = false;
   return result;
+}
+
+std::vector<AXUIElement> deeplyNestedChildren(AXAttributeReader& reader, const AXUIElement& root, int limit) {
+  return descendants(reader, root, limit).elements;
 }
 
 }  // namespace quillard::AXHelpers

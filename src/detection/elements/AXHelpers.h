@@ -12,10 +12,20 @@
 // the accessibility interface itself for live reads; each read may be a request to another process and wait for it.
 namespace quillard::AXHelpers {
 
-// Texts longer than this read as absent: no prompt shows one, and no phone could.
+// Texts longer than this are not read: no prompt shows one, and no phone could.
 inline constexpr std::size_t kLongestText = 64 * 1024;
 
-// Absent, too, when the text is no UTF-8: what cannot be read must not be half understood.
+// What became of reading a text. `isUnreadable`: there is, or may be, one that says something unknown: it is longer
+// than `kLongestText` or no UTF-8, or the application failed to hand it over. Whoever judges by words must not take
+// that for a text that says nothing.
+struct TextReading {
+  std::optional<std::string> text;  // Whole and UTF-8. Absent: none, or unreadable.
+  bool isUnreadable = false;
+};
+[[nodiscard]] TextReading readText(platform::AXAttributeReader& reader, const platform::AXUIElement& element,
+                                   platform::AXAttribute name);
+
+// The same where it does not matter why there is no text.
 [[nodiscard]] std::optional<std::string> stringAttribute(platform::AXAttributeReader& reader,
                                                          const platform::AXUIElement& element,
                                                          platform::AXAttribute name);
@@ -55,8 +65,19 @@ inline constexpr std::size_t kLongestText = 64 * 1024;
 [[nodiscard]] std::optional<platform::AXUIElement> nearestButton(platform::AXAttributeReader& reader,
                                                                  const platform::AXUIElement& from, int limit);
 
+// Descendants in the order of the walk. `isComplete`: these are all; otherwise the limit cut some off, or some element
+// failed to hand over its children.
+struct Descendants {
+  std::vector<platform::AXUIElement> elements;
+  bool isComplete = true;
+};
+
 // At most `limit` descendants, `root` itself left out: each element before its own children, the last child of each
-// first. An element that a broken tree lists twice comes twice.
+// first. An element that a broken tree lists twice comes twice. Of as many as `limit` it is not known whether the last
+// has children: they do not count as complete.
+[[nodiscard]] Descendants descendants(platform::AXAttributeReader& reader, const platform::AXUIElement& root,
+                                      int limit);
+// The same where it does not matter whether these are all.
 [[nodiscard]] std::vector<platform::AXUIElement> deeplyNestedChildren(platform::AXAttributeReader& reader,
                                                                       const platform::AXUIElement& root, int limit);
 

@@ -42,6 +42,19 @@ enum class AXError : std::int32_t {
   noValue,
 };
 
+// Whether this process may use the accessibility interface, as its system says. `unknown`: the system did not answer in
+// time, or cannot be reached, which says nothing of the permission: it may be as it was before.
+enum class ProcessTrust : std::uint8_t { granted, denied, unknown };
+
+// Why a scope could not see the desktop as a whole: who gave no answer. What was not found is then not known to be
+// absent.
+enum class DesktopReadFailure : std::uint8_t {
+  notPermitted,          // This process may not use the interface.
+  accessibilityService,  // The service that carries the requests cannot be reached, or did not answer.
+  applicationList,       // It could not be told which applications can be read.
+  windowServer,          // The display server that knows the windows is gone, or did not answer.
+};
+
 // What a handle points at. Made by a binding; compared by the element beneath, never by address.
 class AXElementReference {
  public:
@@ -69,10 +82,15 @@ struct AXForeignValue {
   bool operator==(const AXForeignValue&) const = default;
 };
 
+// A text that cannot be handed over whole: too long, or broken. It is there, and says something that is not known.
+struct AXUnreadableText {
+  bool operator==(const AXUnreadableText&) const = default;
+};
+
 // An attribute's value, in the kind in which the application gave it. Text is UTF-8 where the system guarantees it, but
 // comes from another program: it may be of any length, hold any character, or be broken. Numbers may be NaN.
-using AXValue = std::variant<AXForeignValue, bool, std::int64_t, double, std::string, Point, Size, Rect, AXUIElement,
-                             std::vector<AXUIElement>>;
+using AXValue = std::variant<AXForeignValue, AXUnreadableText, bool, std::int64_t, double, std::string, Point, Size,
+                             Rect, AXUIElement, std::vector<AXUIElement>>;
 
 // A value, or the reason why there is none.
 template <class T>
@@ -123,6 +141,11 @@ class AXReadScope : public AXAttributeReader {
   // Whether the application that owns `element` has missed its time-out in this scope: what was read of it may be a
   // part only.
   [[nodiscard]] virtual bool missedTimeout(const AXUIElement& element) const = 0;
+
+  // Present when this scope could not see the desktop, as far as its reads have met that by now: ask it after them.
+  // What the scope answered is then not the whole, and no application stands for the rest. Absent also before the first
+  // read.
+  [[nodiscard]] virtual std::optional<DesktopReadFailure> desktopFailure() const = 0;
 };
 
 // Told by an application about one of its elements. Nothing in the agent makes one; what is handed in can be undone.
@@ -143,17 +166,18 @@ class Accessibility : public AXAttributeReader {
  public:
   // Whether this process may use the interface at all, asked now. Never asks the user. It may wait for services of the
   // session for some seconds: not for the main thread, which has the next two.
-  [[nodiscard]] virtual bool isProcessTrusted() = 0;
+  [[nodiscard]] virtual ProcessTrust isProcessTrusted() = 0;
 
-  // The newest answer that `isProcessTrusted` or `refreshProcessTrust` brought, from whatever thread. Does not wait,
-  // but for the first answer of all when there is none yet: ask once before anything depends on the main thread. As old
-  // as the last question: the one who depends on its age refreshes it.
-  [[nodiscard]] virtual bool lastKnownProcessTrust() = 0;
+  // The newest answer but `unknown` that `isProcessTrusted` or `refreshProcessTrust` brought, from whatever thread;
+  // `unknown` when no other answer has come yet. Does not wait, but for the first answer of all when there is none yet:
+  // ask once before anything depends on the main thread. As old as the last answer: whoever depends on its age
+  // refreshes it, and decides how long an old answer counts.
+  [[nodiscard]] virtual ProcessTrust lastKnownProcessTrust() = 0;
 
   // Asks now, without waiting, and calls `onAnswer` with the answer in a later turn of the main thread. Several
   // requests may share one question, which begins after each of them was made. From the main thread only; `onAnswer` is
   // dropped when the binding is destroyed first.
-  virtual void refreshProcessTrust(std::function<void(bool isTrusted)> onAnswer) = 0;
+  virtual void refreshProcessTrust(std::function<void(ProcessTrust trust)> onAnswer) = 0;
 
   // Calls back on the main thread whenever the system says that the permission of some process has changed. A hint:
   // the next answer may be as before, and may change without a hint.

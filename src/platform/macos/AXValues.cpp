@@ -67,6 +67,7 @@ CFTypeRef systemElement(const AXUIElement& element) {
 
 struct ValueMaker {
   CFValue operator()(AXForeignValue) const { return {}; }
+  CFValue operator()(platform::AXUnreadableText) const { return {}; }
   CFValue operator()(bool value) const { return CFValue::retain(cfBoolean(value)); }
   CFValue operator()(std::int64_t value) const { return asValue(makeInteger(value)); }
   CFValue operator()(double value) const { return asValue(makeNumber(value)); }
@@ -123,7 +124,10 @@ platform::AXError errorFrom(::AXError error) {
 
 AXResult<AXValue> valueFrom(CFTypeRef value) {
   if (!value || cfCast<CFNullRef>(value)) return platform::AXError::noValue;
-  if (auto text = textOf(value)) return AXValue(*std::move(text));
+  if (cfCast<CFStringRef>(value)) {
+    auto text = textOf(value);
+    return text ? AXValue(*std::move(text)) : AXValue(platform::AXUnreadableText{});
+  }
   if (const auto boolean = booleanOf(value)) return AXValue(*boolean);
   if (const auto integer = integerOf(value)) return AXValue(*integer);
   if (const auto number = numberOf(value)) return AXValue(*number);

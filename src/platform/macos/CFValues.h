@@ -15,7 +15,8 @@ namespace quillard::macos {
 // Between CoreFoundation's values and ours. Values come from other programs and from outside: each type is checked, and
 // what is of another type, or null, is absent. None of these takes a count of what it is given. Any thread.
 
-// UTF-16 units. Longer texts are absent: the core does not read them, and they are not copied for that.
+// UTF-16 units. Longer texts are absent: the core does not read them, and they are not copied for that. (An element's
+// text that is absent here is handed over as an unreadable one.)
 inline constexpr CFIndex kLongestText = CFIndex{64} * 1024;
 
 // Absent, too, when the text is no whole Unicode, as a half of a surrogate pair is.

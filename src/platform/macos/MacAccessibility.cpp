@@ -20,9 +20,11 @@ using platform::AXValue;
 
 constexpr std::string_view kTrustNotice = "com.apple.accessibility.api";
 
-bool askForTrust() {
+// This system keeps the answer itself: it always has one.
+platform::ProcessTrust askForTrust() {
   const auto options = makeDictionary({{kAXTrustedCheckOptionPrompt, kCFBooleanFalse}});
-  return AXIsProcessTrustedWithOptions(options.get()) != 0;
+  const bool isTrusted = AXIsProcessTrustedWithOptions(options.get()) != 0;
+  return isTrusted ? platform::ProcessTrust::granted : platform::ProcessTrust::denied;
 }
 
 }  // namespace

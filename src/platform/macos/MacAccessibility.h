@@ -35,9 +35,11 @@ class MacAccessibility final : public platform::Accessibility {
                                                                          platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
-  [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
-  [[nodiscard]] bool lastKnownProcessTrust() override { return trust.lastKnown(); }
-  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
+  [[nodiscard]] platform::ProcessTrust isProcessTrusted() override { return trust.ask(); }
+  [[nodiscard]] platform::ProcessTrust lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) override {
+    trust.refresh(std::move(onAnswer));
+  }
   // Main thread. The system announces a change of any process's permission.
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;

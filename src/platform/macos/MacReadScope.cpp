@@ -123,6 +123,7 @@ bool MacReadScope::readBatch(const AXElement& element, const std::vector<platfor
     note(AXError::cannotComplete, element);
     return false;
   }
+  note(batch.error(), element);
   known.takesNoLists = isBatchRefused(batch.error());
   for (std::size_t i = 0; i < names.size() && !known.takesNoLists; ++i) {
     // Without a list, the error is true of each: the element is gone, or this process may not ask.
@@ -151,8 +152,17 @@ bool MacReadScope::missedTimeout(const AXUIElement& element) const {
   return own && hasMissed(*own);
 }
 
+std::optional<platform::DesktopReadFailure> MacReadScope::desktopFailure() const {
+  return wasRefused && !wasAnswered ? std::optional(platform::DesktopReadFailure::notPermitted) : std::nullopt;
+}
+
 void MacReadScope::note(AXError error, const AXElement& element) {
   if (error == AXError::cannotComplete) missed.insert(processOf(element));
+  if (error == AXError::apiDisabled) {
+    wasRefused = true;
+  } else if (error != AXError::cannotComplete) {
+    wasAnswered = true;
+  }
 }
 
 bool MacReadScope::hasMissed(const AXElement& element) const { return missed.contains(processOf(element)); }

@@ -38,6 +38,9 @@ class MacReadScope final : public platform::AXReadScope {
   // Does nothing: no request of this system serves many elements.
   void prepareApplications(std::span<const platform::AXUIElement> applications, int descendantsPerWindow) override;
   [[nodiscard]] bool missedTimeout(const platform::AXUIElement& element) const override;
+  // Only the permission can be missing here: every request is refused then. One that is refused by a single application
+  // says nothing of the desktop.
+  [[nodiscard]] std::optional<platform::DesktopReadFailure> desktopFailure() const override;
 
  private:
   struct Known {
@@ -54,6 +57,8 @@ class MacReadScope final : public platform::AXReadScope {
   const AXCalls calls;
   std::unordered_map<platform::AXUIElement, Known> answers;
   std::set<std::int32_t> missed;  // By process; 0 for the system-wide element.
+  bool wasRefused = false;        // Some request, since this process may not use the interface.
+  bool wasAnswered = false;       // Some other request.
 };
 
 }  // namespace quillard::macos

@@ -22,14 +22,31 @@ Delivery RequestGate::send(AXRequestKind kind, const ElementTarget& target, std:
             .node = nodeOf(target),
             .name = std::string(name)});
   if (!isTrustedNow) return {.error = AXError::apiDisabled};
+  if (const auto blind = blindDelivery(kind)) return *blind;
   ++trips;
   ++tripsByProcess[process];
   return wait(target, process);
 }
 
-bool RequestGate::askForTrust() {
+ProcessTrust RequestGate::askForTrust() {
   if (trustLatency > Seconds::zero()) clock.sleep(trustLatency);
-  return isTrustedNow;
+  if (isTrustSilent) return ProcessTrust::unknown;
+  return isTrustedNow ? ProcessTrust::granted : ProcessTrust::denied;
+}
+
+std::optional<DesktopReadFailure> RequestGate::desktopFailure() const {
+  return isTrustedNow ? failure : DesktopReadFailure::notPermitted;
+}
+
+// What carries the requests is missing at once; who would have to tell where they go lets the caller wait. An action
+// needs no such answer: its application is known.
+std::optional<Delivery> RequestGate::blindDelivery(AXRequestKind kind) {
+  if (!failure) return std::nullopt;
+  if (*failure == DesktopReadFailure::accessibilityService)
+    return Delivery{.error = AXError::apiDisabled, .isBlind = true};
+  if (kind == AXRequestKind::setAttribute || kind == AXRequestKind::performAction) return std::nullopt;
+  clock.sleep(messagingTimeout);
+  return Delivery{.error = AXError::cannotComplete, .isBlind = true};
 }
 
 void RequestGate::callHook(const AXRequest& request) {

@@ -22,6 +22,7 @@ struct Delivery {
   bool missedTimeout = false;
   std::optional<Seconds> arrivesAfter{};  // Too slow for the time-out, but the application gets to it this much later.
   bool waitsForUnhang = false;
+  bool isBlind = false;  // The desktop as a whole cannot be read.
 };
 
 // Takes every request to its application: whether it may be made, what it costs, and whether it arrives.
@@ -36,7 +37,10 @@ class RequestGate {
 
   void setTrusted(bool trusted) { isTrustedNow = trusted; }
   // What the system answers, after it has taken as long as it is to take.
-  [[nodiscard]] bool askForTrust();
+  [[nodiscard]] ProcessTrust askForTrust();
+  void setTrustSilent(bool silent) { isTrustSilent = silent; }
+  void setDesktopFailure(std::optional<DesktopReadFailure> newFailure) { failure = newFailure; }
+  [[nodiscard]] std::optional<DesktopReadFailure> desktopFailure() const;
   void setTrustLatency(Seconds latency) { trustLatency = latency; }
   [[nodiscard]] bool isTrusted() const { return isTrustedNow; }
   void setHook(std::function<void(const AXRequest&)> newHook) { hook = std::move(newHook); }
@@ -48,6 +52,8 @@ class RequestGate {
 
  private:
   void callHook(const AXRequest& request);
+  // Absent: the request can be sent.
+  [[nodiscard]] std::optional<Delivery> blindDelivery(AXRequestKind kind);
   [[nodiscard]] Delivery wait(const ElementTarget& target, std::int32_t answering);
 
   Clock& clock;
@@ -58,6 +64,8 @@ class RequestGate {
   std::uint64_t trips = 0;
   std::uint64_t requests = 0;
   bool isTrustedNow = true;
+  bool isTrustSilent = false;
+  std::optional<DesktopReadFailure> failure;
   Seconds trustLatency{0};
   bool isInHook = false;
 };

@@ -39,9 +39,9 @@ class SimulatedAccessibility final : public Accessibility {
 
   AXResult<AXValue> copyAttributeValue(const AXUIElement& element, AXAttribute name) override;
   AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override;
-  bool isProcessTrusted() override { return trust.ask(); }
-  bool lastKnownProcessTrust() override { return trust.lastKnown(); }
-  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
+  ProcessTrust isProcessTrusted() override { return trust.ask(); }
+  ProcessTrust lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(ProcessTrust)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
   SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   AXUIElement createApplication(std::int32_t processIdentifier) override;
   AXUIElement createSystemWide() override;

@@ -97,7 +97,7 @@ TEST_F(SimulatedAccessibilityTest, EachLiveRequestIsOneRoundTrip) {
 TEST_F(SimulatedAccessibilityTest, MakingElementsIsNoRequest) {
   static_cast<void>(accessibility.createSystemWide());
   static_cast<void>(accessibility.createApplication(4711));
-  EXPECT_TRUE(accessibility.isProcessTrusted());
+  EXPECT_EQ(accessibility.isProcessTrusted(), ProcessTrust::granted);
   EXPECT_EQ(desktop.roundTrips(), 0U);
 }
 
@@ -189,7 +189,7 @@ TEST_F(SimulatedAccessibilityTest, ADeadProcessIsFoundInvalidWithoutAWait) {
 TEST_F(SimulatedAccessibilityTest, WithoutTrustEveryRequestIsDisabledAndFree) {
   desktop.hang(app);
   desktop.setTrusted(false);
-  EXPECT_FALSE(accessibility.isProcessTrusted());
+  EXPECT_NE(accessibility.isProcessTrusted(), ProcessTrust::granted);
   const auto scope = accessibility.beginReadScope();
   const Seconds passed = cost([&] {
     EXPECT_EQ(readError(window), AXError::apiDisabled);
@@ -225,40 +225,40 @@ TEST_F(SimulatedAccessibilityTest, ChangesOfTrustAreToldOnTheMainThread) {
 }
 
 TEST_F(SimulatedAccessibilityTest, TheLastKnownTrustIsThatOfTheNewestAnswer) {
-  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "the first answer is asked for";
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted) << "the first answer is asked for";
   desktop.setTrusted(false);
-  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "nothing has asked since";
-  EXPECT_FALSE(accessibility.isProcessTrusted());
-  EXPECT_FALSE(accessibility.lastKnownProcessTrust());
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted) << "nothing has asked since";
+  EXPECT_NE(accessibility.isProcessTrusted(), ProcessTrust::granted);
+  EXPECT_NE(accessibility.lastKnownProcessTrust(), ProcessTrust::granted);
 }
 
 TEST_F(SimulatedAccessibilityTest, OnlyTheFirstLastKnownTrustWaits) {
   desktop.setTrustLatency(2s);
-  EXPECT_EQ(cost([&] { EXPECT_TRUE(accessibility.lastKnownProcessTrust()); }), 2s);
-  EXPECT_EQ(cost([&] { EXPECT_TRUE(accessibility.lastKnownProcessTrust()); }), 0s);
-  EXPECT_EQ(cost([&] { accessibility.refreshProcessTrust([](bool) {}); }), 0s);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted); }), 2s);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted); }), 0s);
+  EXPECT_EQ(cost([&] { accessibility.refreshProcessTrust([](ProcessTrust) {}); }), 0s);
 }
 
 TEST_F(SimulatedAccessibilityTest, AFreshAnswerComesToTheMainThreadWhichGoesOnMeanwhile) {
   static_cast<void>(accessibility.lastKnownProcessTrust());
   desktop.setTrustLatency(1s);
   desktop.setTrusted(false);
-  std::vector<bool> answers;
+  std::vector<ProcessTrust> answers;
   int ticks = 0;
   const TaskHandle task = world.time().mainThread().repeatEvery(300ms, [&] { ++ticks; });
   world.time().runOnMainThread([&] {
-    accessibility.refreshProcessTrust([&](bool isTrusted) {
+    accessibility.refreshProcessTrust([&](ProcessTrust trust) {
       EXPECT_TRUE(world.time().mainThread().isCurrent());
-      answers.push_back(isTrusted);
+      answers.push_back(trust);
     });
   });
   world.advance(999ms);
   EXPECT_THAT(answers, IsEmpty());
   EXPECT_EQ(ticks, 3);
-  EXPECT_TRUE(accessibility.lastKnownProcessTrust());
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted);
   world.advance(2ms);
-  EXPECT_THAT(answers, ElementsAre(false));
-  EXPECT_FALSE(accessibility.lastKnownProcessTrust());
+  EXPECT_THAT(answers, ElementsAre(ProcessTrust::denied));
+  EXPECT_NE(accessibility.lastKnownProcessTrust(), ProcessTrust::granted);
 }
 
 TEST_F(SimulatedAccessibilityTest, RequestsDuringAQuestionShareTheNextOne) {
@@ -266,8 +266,9 @@ TEST_F(SimulatedAccessibilityTest, RequestsDuringAQuestionShareTheNextOne) {
   std::vector<std::string> answers;
   const auto ask = [&](const char* who) {
     world.time().runOnMainThread([&, who] {
-      accessibility.refreshProcessTrust(
-          [&answers, who](bool isTrusted) { answers.push_back(std::string(who) + (isTrusted ? " yes" : " no")); });
+      accessibility.refreshProcessTrust([&answers, who](ProcessTrust trust) {
+        answers.push_back(std::string(who) + (trust == ProcessTrust::granted ? " yes" : " no"));
+      });
     });
   };
   ask("first");
@@ -286,13 +287,15 @@ TEST_F(SimulatedAccessibilityTest, RequestsDuringAQuestionShareTheNextOne) {
 TEST_F(SimulatedAccessibilityTest, AnEarlierQuestionThatIsAnsweredLaterChangesNothing) {
   desktop.setTrustLatency(1s);
   const auto slow = world.time().makeSerialQueue("slow", QualityOfService::utility);
-  slow->post([&] { EXPECT_FALSE(accessibility.isProcessTrusted()) << "what is true when the answer comes"; });
+  slow->post([&] {
+    EXPECT_NE(accessibility.isProcessTrusted(), ProcessTrust::granted) << "what is true when the answer comes";
+  });
   world.advance(500ms);
   desktop.setTrustLatency(0s);
-  EXPECT_TRUE(accessibility.isProcessTrusted());
+  EXPECT_EQ(accessibility.isProcessTrusted(), ProcessTrust::granted);
   desktop.setTrusted(false);
   world.advance(1s);
-  EXPECT_TRUE(accessibility.lastKnownProcessTrust()) << "a later question was answered before";
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted) << "a later question was answered before";
 }
 
 // ---- Hooks

@@ -302,6 +302,12 @@ void SimulatedDesktop::setMessagingTimeout(Seconds timeout) { internals->gate.se
 
 void SimulatedDesktop::setTrustLatency(Seconds latency) { internals->gate.setTrustLatency(latency); }
 
+void SimulatedDesktop::setTrustSilent(bool silent) { internals->gate.setTrustSilent(silent); }
+
+void SimulatedDesktop::setDesktopFailure(std::optional<DesktopReadFailure> failure) {
+  internals->gate.setDesktopFailure(failure);
+}
+
 void SimulatedDesktop::setTrusted(bool trusted, bool isNotified) {
   if (internals->gate.isTrusted() == trusted) return;
   internals->gate.setTrusted(trusted);

@@ -162,6 +162,12 @@ class SimulatedDesktop {
   void setMessagingTimeout(Seconds timeout);
   // How long whoever asks whether this process is trusted waits for the answer. Zero at first.
   void setTrustLatency(Seconds latency);
+  // Whether the system does not answer at all, after that wait, when it is asked whether this process is trusted.
+  void setTrustSilent(bool silent);
+  // While set, no read is answered and each read scope that meets this says so: at once where the service itself is
+  // gone, otherwise after one messaging time-out. Actions are carried out but without that service. Empty at first; not
+  // for `notPermitted`, which is `setTrusted`.
+  void setDesktopFailure(std::optional<DesktopReadFailure> failure);
   // Called before each request that is sent; it may change anything on the desktop, and is not called for requests that
   // it makes itself. Empty: none.
   void setRequestHook(std::function<void(const AXRequest&)> hook);

@@ -16,7 +16,7 @@ std::optional<Limitation> SimulatedDesktopCapabilities::limitation(DesktopCapabi
 }
 
 Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadablePrograms() {
-  if (!accessibility.isProcessTrusted()) return Limitation{"Not known without accessibility."};
+  if (accessibility.isProcessTrusted() != ProcessTrust::granted) return Limitation{"Not known without accessibility."};
   if (const auto missing = limitation(DesktopCapability::windowList); missing && !missing->isPartial) {
     return Limitation{"Not known: " + missing->reason};
   }

@@ -7,7 +7,7 @@ namespace quillard::platform::simulated {
 AXResult<AXValue> SimulatedReadScope::copyAttributeValue(const AXUIElement& element, AXAttribute name) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
-  if (missed.contains(target->processIdentifier)) return AXError::cannotComplete;
+  if (const auto reason = refusal(*target)) return *reason;
   auto known = attributes.find(*target);
   if (known == attributes.end()) {
     if (const AXError error = ask(AXRequestKind::readAttributes, *target); error != AXError::success) return error;
@@ -22,7 +22,7 @@ AXResult<AXValue> SimulatedReadScope::copyAttributeValue(const AXUIElement& elem
 AXResult<std::vector<std::string>> SimulatedReadScope::copyActionNames(const AXUIElement& element) {
   const auto target = state.target(element);
   if (!target) return AXError::invalidUIElement;
-  if (missed.contains(target->processIdentifier)) return AXError::cannotComplete;
+  if (const auto reason = refusal(*target)) return *reason;
   const auto known = actionNames.find(*target);
   if (known != actionNames.end()) return known->second;
   if (const AXError error = ask(AXRequestKind::readActionNames, *target); error != AXError::success) return error;
@@ -32,7 +32,13 @@ AXResult<std::vector<std::string>> SimulatedReadScope::copyActionNames(const AXU
 AXError SimulatedReadScope::ask(AXRequestKind kind, const ElementTarget& target) {
   const Delivery delivery = gate.send(kind, target, {}, answeringProcess(state, target));
   if (delivery.missedTimeout) missed.insert(target.processIdentifier);
+  if (delivery.isBlind || delivery.error == AXError::apiDisabled) failure = gate.desktopFailure();
   return delivery.error;
+}
+
+std::optional<AXError> SimulatedReadScope::refusal(const ElementTarget& target) const {
+  if (failure && *failure != DesktopReadFailure::notPermitted) return AXError::cannotComplete;
+  return missed.contains(target.processIdentifier) ? std::optional(AXError::cannotComplete) : std::nullopt;
 }
 
 void SimulatedReadScope::prepareApplications(std::span<const AXUIElement>, int) {}

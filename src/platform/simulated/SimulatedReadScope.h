@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -26,8 +27,11 @@ class SimulatedReadScope final : public AXReadScope {
   // Does nothing: here no fetching ahead is cheaper.
   void prepareApplications(std::span<const AXUIElement> applications, int descendantsPerWindow) override;
   [[nodiscard]] bool missedTimeout(const AXUIElement& element) const override;
+  [[nodiscard]] std::optional<DesktopReadFailure> desktopFailure() const override { return failure; }
 
  private:
+  // Whether the element is not to be asked any more, and what to answer instead.
+  [[nodiscard]] std::optional<AXError> refusal(const ElementTarget& target) const;
   // Whether the application can be asked, and why not.
   [[nodiscard]] AXError ask(AXRequestKind kind, const ElementTarget& target);
 
@@ -36,6 +40,7 @@ class SimulatedReadScope final : public AXReadScope {
   std::map<ElementTarget, AXResult<AttributeMap>> attributes;
   std::map<ElementTarget, AXResult<std::vector<std::string>>> actionNames;
   std::set<std::int32_t> missed;  // By process; 0 for the system-wide element.
+  std::optional<DesktopReadFailure> failure;
 };
 
 }  // namespace quillard::platform::simulated

@@ -154,7 +154,7 @@ TEST(SimulatedWorld, EndsWhileATurnWaitsForAHungApplication) {
 
 TEST(SimulatedWorld, StartsEmptyAndTrusted) {
   SimulatedWorld world{Seed{7}};
-  EXPECT_TRUE(world.accessibility().isProcessTrusted());
+  EXPECT_EQ(world.accessibility().isProcessTrusted(), ProcessTrust::granted);
   EXPECT_THAT(world.workspace().runningApplications(), IsEmpty());
   EXPECT_THAT(world.windowList().copyWindowInfo(WindowListOptions::all), IsEmpty());
   EXPECT_THAT(world.console().lines(), IsEmpty());

@@ -10,17 +10,17 @@ using platform::AXError;
 using platform::AXUIElement;
 
 TEST_P(AccessibilityContract, IsTrustedOnADesktopWhoseAccessibilityIsOn) {
-  EXPECT_TRUE(accessibility().isProcessTrusted());
+  EXPECT_EQ(accessibility().isProcessTrusted(), platform::ProcessTrust::granted);
 }
 
 TEST_P(AccessibilityContract, AFreshAnswerAboutTrustComesLaterAndIsTheLastKnownOne) {
-  EXPECT_TRUE(accessibility().lastKnownProcessTrust());
-  std::vector<bool> answers;
-  accessibility().refreshProcessTrust([&](bool isTrusted) { answers.push_back(isTrusted); });
+  EXPECT_EQ(accessibility().lastKnownProcessTrust(), platform::ProcessTrust::granted);
+  std::vector<platform::ProcessTrust> answers;
+  accessibility().refreshProcessTrust([&](platform::ProcessTrust trust) { answers.push_back(trust); });
   EXPECT_TRUE(answers.empty()) << "in a later turn of the main thread";
   EXPECT_TRUE(binding->eventually([&] { return !answers.empty(); }));
-  EXPECT_EQ(answers, std::vector<bool>{true});
-  EXPECT_TRUE(accessibility().lastKnownProcessTrust());
+  EXPECT_EQ(answers, std::vector{platform::ProcessTrust::granted});
+  EXPECT_EQ(accessibility().lastKnownProcessTrust(), platform::ProcessTrust::granted);
 }
 
 TEST_P(AccessibilityContract, APromptIsAWindowOfItsApplicationWithItsTitle) {

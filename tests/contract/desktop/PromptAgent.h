@@ -23,7 +23,7 @@ class PromptAgent {
   // What two scans in a row have seen.
   std::vector<PendingApproval> scan() {
     (void)detector.scan();
-    return detector.scan();
+    return detector.scan().approvals;
   }
 
   // The same, of the prompts with this title: waits for one.

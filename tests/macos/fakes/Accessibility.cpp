@@ -62,6 +62,8 @@ Held boxObject(AXValueType kind, const Content& content) {
 
 struct Maker {
   Held operator()(AXForeignValue) const { return dictionaryObject({}); }
+  // A half of a pair, which is no whole text.
+  Held operator()(quillard::platform::AXUnreadableText) const { return Held::take(new __CFString(u"\xD83D")); }
   Held operator()(bool value) const { return booleanObject(value); }
   Held operator()(std::int64_t value) const { return integerObject(value); }
   Held operator()(double value) const { return realObject(value); }
@@ -143,7 +145,8 @@ Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options) {
   const auto* const prompt =
       options ? static_cast<CFBooleanRef>(CFDictionaryGetValue(options, kAXTrustedCheckOptionPrompt)) : nullptr;
   if (prompt && CFBooleanGetValue(prompt)) ++system.trustQuestions;
-  return system.desktop && system.desktop->accessibility().isProcessTrusted();
+  return system.desktop &&
+         system.desktop->accessibility().isProcessTrusted() == quillard::platform::ProcessTrust::granted;
 }
 
 CFTypeID AXUIElementGetTypeID(void) { return static_cast<CFTypeID>(Type::element); }

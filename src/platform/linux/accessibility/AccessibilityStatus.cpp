@@ -16,23 +16,31 @@ ObjectName launcher() { return {names::kLauncher, names::kLauncherPath}; }
 }  // namespace
 
 AccessibilityStatus::AccessibilityStatus(std::optional<std::string> sessionBusAddress, AccessibilityCounters& counters)
-    : session([address = std::move(sessionBusAddress)] { return address; }), counters(counters) {}
+    : isInSession(sessionBusAddress.has_value()),
+      session([address = std::move(sessionBusAddress)] { return address; }),
+      counters(counters) {}
 
-void AccessibilityStatus::ask(BusCall call, const BusRequests::OnReply& onReply) {
+bool AccessibilityStatus::ask(BusCall call, const BusRequests::OnReply& onReply) {
   const auto connection = session.borrow();
-  if (!connection) return;
+  if (!connection) return false;
   const auto timeout = call.startsService ? kStartTimeout : kTimeout;
   BusRequests requests{**connection, counters};
   requests.send(std::move(call), timeout, onReply);
   requests.settle();
+  return (*connection)->isOpen();
 }
 
-std::optional<bool> AccessibilityStatus::isEnabled() {
-  std::optional<bool> enabled;
+SwitchState AccessibilityStatus::isEnabled() {
+  if (!isInSession) return SwitchState::off;
+  SwitchState state = SwitchState::unknown;
   auto call = propertyCall(launcher(), names::kStatus, "IsEnabled");
   call.startsService = false;
-  ask(std::move(call), [&](const BusReply& reply) { enabled = reply.readBooleanProperty(); });
-  return enabled;
+  const bool isBusThere = ask(std::move(call), [&](const BusReply& reply) {
+    if (reply.outcome() == CallOutcome::timedOut) return;
+    state = reply.readBooleanProperty().value_or(false) ? SwitchState::on : SwitchState::off;
+  });
+  // What came when the bus broke says nothing of the service.
+  return isBusThere ? state : SwitchState::unknown;
 }
 
 bool AccessibilityStatus::enable() {

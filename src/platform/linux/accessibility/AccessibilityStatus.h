@@ -9,6 +9,9 @@
 
 namespace quillard::atspi {
 
+// `off` also where no service takes care of it. `unknown`: the bus or the service did not answer.
+enum class SwitchState { on, off, unknown };
+
 // What the session bus tells about accessibility. Waits for the session's own services, never for applications. Any
 // thread.
 class AccessibilityStatus {
@@ -16,16 +19,18 @@ class AccessibilityStatus {
   // `sessionBusAddress`: absent outside a session. `counters` outlive this.
   AccessibilityStatus(std::optional<std::string> sessionBusAddress, AccessibilityCounters& counters);
 
-  // Absent: no service answers for accessibility. Starts nothing.
-  [[nodiscard]] std::optional<bool> isEnabled();
+  // Starts nothing.
+  [[nodiscard]] SwitchState isEnabled();
   // Starts the service if need be. False: it is not there, or refused.
   bool enable();
   // Where the accessibility bus listens. Absent when there is none. Starts nothing.
   [[nodiscard]] std::optional<std::string> busAddress();
 
  private:
-  void ask(BusCall call, const BusRequests::OnReply& onReply);
+  // `onReply` is called unless the session bus cannot be reached. Whether that is still there afterwards.
+  bool ask(BusCall call, const BusRequests::OnReply& onReply);
 
+  const bool isInSession;
   BusConnections session;
   AccessibilityCounters& counters;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,8 @@ class AccessibleApplications {
   virtual ~AccessibleApplications() = default;
 
   // Asks the bus alone, one or two round trips: waits for no application. In the order in which they joined, each once.
-  // Empty when there is no bus.
-  [[nodiscard]] virtual std::vector<std::int32_t> processIdentifiers() = 0;
+  // Absent: it cannot be told, since the bus or its registry cannot be reached or does not answer.
+  [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> processIdentifiers() = 0;
   // Asks the applications for their names as well, all at once.
   [[nodiscard]] virtual std::vector<AccessibleApplication> accessibleApplications() = 0;
 };

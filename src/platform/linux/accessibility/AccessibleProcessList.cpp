@@ -6,6 +6,8 @@
 namespace quillard::atspi {
 namespace {
 
+constexpr std::chrono::seconds kRetryInterval{1};
+
 // A program is on the list from the moment at which the registry takes it in, a little after it has connected; it may
 // leave without a word.
 const std::vector<std::string>& membershipRules() {
@@ -28,23 +30,41 @@ AccessibleProcessList::AccessibleProcessList(AccessibleApplications& application
 }
 
 std::vector<std::int32_t> AccessibleProcessList::processIdentifiers() {
+  refreshIfOutdated();
   const MutexLock lock(mutex);
   return present;
 }
 
 bool AccessibleProcessList::isPresentNow(std::int32_t processIdentifier) {
   const auto now = applications.processIdentifiers();
-  return std::find(now.begin(), now.end(), processIdentifier) != now.end();
+  const MutexLock lock(mutex);
+  const auto& known = now ? *now : present;
+  return std::find(known.begin(), known.end(), processIdentifier) != known.end();
 }
 
 platform::SubscriptionHandle AccessibleProcessList::observe(std::function<void()> onChange) {
   return observers.add(std::move(onChange));
 }
 
+void AccessibleProcessList::refreshIfOutdated() {
+  {
+    const MutexLock lock(mutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (!unansweredSince || now - *unansweredSince < kRetryInterval) return;
+    unansweredSince = now;  // Those who read meanwhile do not ask, too.
+  }
+  if (refresh()) observers.tell();
+}
+
 bool AccessibleProcessList::refresh() {
   auto now = applications.processIdentifiers();
   const MutexLock lock(mutex);
-  return std::exchange(present, now) != now;
+  if (!now) {
+    unansweredSince = std::chrono::steady_clock::now();
+    return false;
+  }
+  unansweredSince.reset();
+  return std::exchange(present, *now) != *now;
 }
 
 }  // namespace quillard::atspi

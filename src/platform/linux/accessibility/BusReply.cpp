@@ -12,8 +12,7 @@ std::optional<std::string> nextText(sd_bus_message* message) {
     return std::nullopt;
   }
   const std::string_view view{text};
-  if (view.size() > BusReply::kLongestText) return std::nullopt;
-  return std::string(view);
+  return std::string(view.size() > BusReply::kLongestText ? BusReply::kUnreadableText : view);
 }
 
 // An object reference; absent at the end of a list, and when it is no reference.

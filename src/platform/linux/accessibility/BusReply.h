@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <systemd/sd-bus.h>
@@ -27,8 +28,10 @@ struct ObjectList {
 // call that was not answered. Each reply is read once, by one reader.
 class BusReply {
  public:
-  // Texts longer than this read as nothing.
+  // Texts longer than this read as `kUnreadableText`: they are there, and nothing may take them for absent.
   static constexpr std::size_t kLongestText = 64 * std::size_t{1024};
+  // No text of a program is this one: a bus carries UTF-8 only.
+  static constexpr std::string_view kUnreadableText = "\xFF";
 
   // `message`: borrowed, for as long as this object lives; null unless answered.
   BusReply(CallOutcome outcome, sd_bus_message* message) : result(outcome), message(message) {}

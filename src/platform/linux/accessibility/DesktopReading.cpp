@@ -80,7 +80,9 @@ void DesktopReading::listPrograms() {
   requests.send(
       {.target = {names::kRegistry, names::kRootPath}, .interface = names::kAccessible, .member = "GetChildren"},
       messagingTimeout(), [&](const BusReply& reply) {
-        if (auto list = reply.readObjects(kMostPrograms)) roots = std::move(list->objects);
+        auto list = reply.readObjects(kMostPrograms);
+        isProgramListKnown = list.has_value();
+        if (list) roots = std::move(list->objects);
       });
   requests.settle();
   std::unordered_set<std::string> buses;
@@ -241,7 +243,14 @@ bool DesktopReading::hasMissedTimeout(std::int32_t processIdentifier) const {
   });
 }
 
-bool DesktopReading::hasLostRegistry() const { return requests.hasMissedTimeout(names::kRegistry); }
+std::optional<platform::DesktopReadFailure> DesktopReading::failure() const {
+  using platform::DesktopReadFailure;
+  // The bus itself is asked which process a program is: one that could not be told is missing from the list.
+  if (!connection->isOpen() || requests.hasMissedTimeout(names::kBus)) return DesktopReadFailure::accessibilityService;
+  if (areProgramsListed && !isProgramListKnown) return DesktopReadFailure::applicationList;
+  const bool hasLostServer = dependencies.expectsWindowServer && snapshot && !snapshot->screen;
+  return hasLostServer ? std::optional(DesktopReadFailure::windowServer) : std::nullopt;
+}
 
 const x11::WindowsSnapshot& DesktopReading::xWindows() {
   if (!snapshot) snapshot = dependencies.windows.snapshot();

@@ -26,6 +26,8 @@ struct ReadingDependencies {
   AccessibilityCounters& counters;
   // Never asked anything: it may be waiting for the very thread that reads.
   std::int32_t ownProcessIdentifier = 0;
+  // There was an X server, so that one that does not answer now has gone.
+  bool expectsWindowServer = false;
 };
 
 // The windows of a process, as the bus and the X server know them together.
@@ -69,8 +71,8 @@ class DesktopReading {
   [[nodiscard]] bool hasMissedTimeout(std::int32_t processIdentifier) const;
   // Whether the program left the bus while it was read.
   [[nodiscard]] bool hasGone(const std::string& bus) const { return requests.hasGone(bus); }
-  // Whether the list of programs did not come in time: who is missing from it may be there.
-  [[nodiscard]] bool hasLostRegistry() const;
+  // Who did not answer, so that what was not found may be there all the same; as far as it was asked by now.
+  [[nodiscard]] std::optional<platform::DesktopReadFailure> failure() const;
   [[nodiscard]] const x11::WindowsSnapshot& xWindows();
   [[nodiscard]] bool hasXServer() const { return dependencies.windows.isAvailable(); }
 
@@ -95,6 +97,7 @@ class DesktopReading {
   BusRequests requests;
   TreeFetch trees;
   bool areProgramsListed = false;
+  bool isProgramListKnown = false;  // Once they are listed: whether the registry gave a list.
   std::vector<std::int32_t> processes;
   std::unordered_map<std::int32_t, std::vector<ProgramNode*>> programsByProcess;
   std::unordered_map<std::string, ProgramNode*> programsByBus;

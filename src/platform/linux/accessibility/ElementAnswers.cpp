@@ -26,7 +26,10 @@ constexpr std::int32_t kMostActions = 16;
 constexpr std::string_view kStandardWindowSubrole = "AXStandardWindow";
 constexpr std::string_view kSystemWideRole = "AXSystemWide";
 
-AXValue textValue(std::string_view text) { return std::string(text); }
+AXValue textValue(std::string_view text) {
+  if (text == BusReply::kUnreadableText) return platform::AXUnreadableText{};
+  return std::string(text);
+}
 
 bool contains(const Rect& rect, Point point) {
   return point.x >= rect.x && point.y >= rect.y && point.x < rect.x + rect.width && point.y < rect.y + rect.height;
@@ -76,7 +79,7 @@ AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, platform
     return known ? ofNode(*node, *known) : Value{AXError::attributeUnsupported};
   }();
   // What came in before the application fell silent, or went, may be a part only.
-  if (reading.hasMissedTimeout(process) || reading.hasLostRegistry()) return AXError::cannotComplete;
+  if (reading.hasMissedTimeout(process) || reading.failure()) return AXError::cannotComplete;
   const bool isObject = reference->kind == ElementReference::Kind::object;
   if (isObject && reading.hasGone(reference->name.bus)) return AXError::invalidUIElement;
   return value;
@@ -290,8 +293,8 @@ AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
     return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
   }
   if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;
-  auto shown = mapping::textOf(node.record, node.program->toolkit);
-  return shown ? Value{AXValue{*std::move(shown)}} : Value{AXError::noValue};
+  const auto shown = mapping::textOf(node.record, node.program->toolkit);
+  return shown ? Value{textValue(*shown)} : Value{AXError::noValue};
 }
 
 AXResult<AXValue> ElementAnswers::children(Node& node) {

@@ -40,13 +40,15 @@ LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options,
 std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
   if (!connection) return nullptr;
+  if (options.isXSession && windows.isAvailable()) hadWindowServer = true;
   return std::make_unique<DesktopReading>(
       *std::move(connection),
       ReadingDependencies{.windows = windows,
                           .knownPrograms = knownPrograms,
                           .messagingTimeout = saturatingDuration<std::chrono::microseconds>(options.messagingTimeout),
                           .counters = counted,
-                          .ownProcessIdentifier = options.ownProcessIdentifier});
+                          .ownProcessIdentifier = options.ownProcessIdentifier,
+                          .expectsWindowServer = hadWindowServer});
 }
 
 AXResult<AXValue> LinuxAccessibility::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
@@ -61,8 +63,18 @@ std::unique_ptr<platform::AXReadScope> LinuxAccessibility::beginReadScope() {
   return std::make_unique<LinuxReadScope>([this] { return beginReading(); });
 }
 
-bool LinuxAccessibility::askForTrust() {
-  return status.isEnabled().value_or(false) && connections.borrow().has_value();
+platform::ProcessTrust LinuxAccessibility::askForTrust() {
+  using platform::ProcessTrust;
+  switch (status.isEnabled()) {
+    case SwitchState::off:
+      return ProcessTrust::denied;
+    case SwitchState::unknown:
+      return ProcessTrust::unknown;
+    case SwitchState::on:
+      break;
+  }
+  // It is switched on, so that a bus that cannot be reached is one that comes, or is being started anew.
+  return connections.borrow() ? ProcessTrust::granted : ProcessTrust::unknown;
 }
 
 platform::SubscriptionHandle LinuxAccessibility::observeTrustChanges(std::function<void()> onChange) {
@@ -99,9 +111,12 @@ AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElemen
   return ElementActions{*reading, windows}.elementAt(within, point);
 }
 
-std::vector<std::int32_t> LinuxAccessibility::processIdentifiers() {
+std::optional<std::vector<std::int32_t>> LinuxAccessibility::processIdentifiers() {
   const auto reading = beginReading();
-  return reading ? reading->processIdentifiers() : std::vector<std::int32_t>{};
+  if (!reading) return std::nullopt;
+  auto processes = reading->processIdentifiers();
+  if (reading->failure()) return std::nullopt;
+  return processes;
 }
 
 std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() {
@@ -118,7 +133,8 @@ std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() 
   for (const auto process : reading->processIdentifiers()) {
     AccessibleApplication application{.processIdentifier = process};
     for (const ProgramNode* program : reading->programs(process)) {
-      if (application.name.empty()) application.name = program->root->record.name.value_or("");
+      const auto& name = program->root->record.name;
+      if (application.name.empty() && name != BusReply::kUnreadableText) application.name = name.value_or("");
     }
     applications.push_back(std::move(application));
   }
@@ -126,8 +142,8 @@ std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() 
 }
 
 SwitchOnOutcome LinuxAccessibility::switchOn() {
-  if (status.isEnabled().value_or(false)) return SwitchOnOutcome::wasOn;
-  if (!status.enable() || !status.isEnabled().value_or(false)) return SwitchOnOutcome::failed;
+  if (status.isEnabled() == SwitchState::on) return SwitchOnOutcome::wasOn;
+  if (!status.enable() || status.isEnabled() != SwitchState::on) return SwitchOnOutcome::failed;
   return SwitchOnOutcome::switchedOn;
 }
 
@@ -135,7 +151,7 @@ std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
   const auto reading = beginReading();
   if (!reading || !reading->hasXServer()) return std::nullopt;
   const auto& seen = reading->processIdentifiers();
-  if (reading->hasLostRegistry()) return std::nullopt;
+  if (reading->failure()) return std::nullopt;
   std::vector<std::int32_t> unseen;
   for (const auto& window : reading->xWindows().windows) {
     if (!window.processIdentifier || *window.processIdentifier == options.ownProcessIdentifier) continue;

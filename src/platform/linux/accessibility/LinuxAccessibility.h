@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -37,6 +38,11 @@ struct LinuxAccessibilityOptions {
 
 // Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the X server knows of their
 // windows. Trusted means: the bus is there, and switched on.
+// Denied means that it is switched off, or that nothing takes care of it; a service or bus that gives no answer leaves
+// it unknown.
+//
+// A scope cannot see the desktop when the accessibility bus cannot be reached or the registry does not list who is on
+// it, and when an X server that was there has gone (in an X session: others start and end theirs as they like).
 //
 // Windows are raised, restored and focused through the window manager. Where there is no X server, elements are read
 // and pressed all the same; their frames are then good for order and size only, and nothing can be raised.
@@ -57,9 +63,11 @@ class LinuxAccessibility final : public platform::Accessibility,
                                                                          platform::AXAttribute name) override;
   [[nodiscard]] platform::AXResult<std::vector<std::string>> copyActionNames(
       const platform::AXUIElement& element) override;
-  [[nodiscard]] bool isProcessTrusted() override { return trust.ask(); }
-  [[nodiscard]] bool lastKnownProcessTrust() override { return trust.lastKnown(); }
-  void refreshProcessTrust(std::function<void(bool)> onAnswer) override { trust.refresh(std::move(onAnswer)); }
+  [[nodiscard]] platform::ProcessTrust isProcessTrusted() override { return trust.ask(); }
+  [[nodiscard]] platform::ProcessTrust lastKnownProcessTrust() override { return trust.lastKnown(); }
+  void refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) override {
+    trust.refresh(std::move(onAnswer));
+  }
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
@@ -71,7 +79,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] platform::AXResult<platform::AXUIElement> copyElementAtPosition(const platform::AXUIElement& within,
                                                                                 Point point) override;
 
-  [[nodiscard]] std::vector<std::int32_t> processIdentifiers() override;
+  [[nodiscard]] std::optional<std::vector<std::int32_t>> processIdentifiers() override;
   [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;
 
   SwitchOnOutcome switchOn() override;
@@ -83,7 +91,7 @@ class LinuxAccessibility final : public platform::Accessibility,
 
  private:
   // Waits for the session's services, up to a few seconds where they hang.
-  [[nodiscard]] bool askForTrust();
+  [[nodiscard]] platform::ProcessTrust askForTrust();
   // Null: the accessibility bus cannot be reached.
   [[nodiscard]] std::unique_ptr<DesktopReading> beginReading();
 
@@ -93,6 +101,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   KnownPrograms knownPrograms;
   AccessibilityStatus status;
   BusConnections connections;
+  std::atomic<bool> hadWindowServer{false};  // In this run, where an X server shows all that there is.
   BusObservers trustObservers;
   platform::TrustAnswers trust;
 };

@@ -34,7 +34,8 @@ std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability
 }
 
 platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabilities::unreadablePrograms() {
-  if (!accessibility.isProcessTrusted()) return Limitation{"Not known without accessibility."};
+  if (accessibility.isProcessTrusted() != platform::ProcessTrust::granted)
+    return Limitation{"Not known without accessibility."};
   const auto processes = accessibility.unseenProcesses();
   if (!processes) return Limitation{"Not known: it cannot be told which programs have windows."};
   std::vector<platform::UnreadableProgram> programs;

@@ -45,4 +45,9 @@ bool LinuxReadScope::missedTimeout(const AXUIElement& element) const {
   return reference && reading && reading->hasMissedTimeout(reference->processIdentifier);
 }
 
+std::optional<platform::DesktopReadFailure> LinuxReadScope::desktopFailure() const {
+  if (!hasBegun) return std::nullopt;
+  return reading ? reading->failure() : platform::DesktopReadFailure::accessibilityService;
+}
+
 }  // namespace quillard::atspi

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,6 +28,7 @@ class LinuxReadScope final : public platform::AXReadScope {
       const platform::AXUIElement& element) override;
   void prepareApplications(std::span<const platform::AXUIElement> applications, int descendantsPerWindow) override;
   [[nodiscard]] bool missedTimeout(const platform::AXUIElement& element) const override;
+  [[nodiscard]] std::optional<platform::DesktopReadFailure> desktopFailure() const override;
 
  private:
   // Null: the bus cannot be reached.

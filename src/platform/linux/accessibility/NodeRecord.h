@@ -12,7 +12,8 @@ namespace quillard::atspi {
 // The kinds of toolkit that tell things differently. `other` is everything that is not known to be peculiar.
 enum class Toolkit { gtk3, gtk4, qt, other };
 
-// What an object says of itself. Absent: it was not asked, gave no answer, or one that cannot be used.
+// What an object says of itself. Absent: it was not asked, gave no answer, or one that cannot be used. A text may be
+// `BusReply::kUnreadableText`.
 struct NodeRecord {
   Role role{};
   std::uint64_t states = 0;

@@ -53,8 +53,12 @@ bool NodeTree::canAdopt(const Node& parent, const Node& child) const {
 
 void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
   const bool isRoot = &parent == parent.program->root;
-  if (parent.depth >= kDeepest) return;
+  if (parent.depth >= kDeepest) {
+    parent.hasUnreadableList = !names.empty();
+    return;
+  }
   for (const auto& name : names) {
+    if (nodes.size() >= kMostNodes) parent.hasUnreadableList = true;
     if (name.bus != parent.program->bus || nodes.size() >= kMostNodes) continue;
     Node& child = add(*parent.program, name.path);
     if (!canAdopt(parent, child)) continue;

@@ -38,7 +38,7 @@ struct Node {
   Progress childCount = Progress::notAsked;
   Progress children = Progress::notAsked;
   bool isUnreadable = false;       // It was asked for its attributes and is no usable object.
-  bool hasUnreadableList = false;  // It was asked for its children and gave no list.
+  bool hasUnreadableList = false;  // It was asked for its children and gave no list, or one beyond the tree's bounds.
   NodeRecord record;
   std::size_t announcedChildren = 0;  // Once `childCount` is known.
   std::vector<Node*> list;            // Its children, once known: the last ones, when there are very many.

@@ -201,7 +201,7 @@ void TreeFetch::askDetails(Run& run, Node& node, const mapping::DetailNeeds& nee
   }
   if (needs.text) {
     node.text = Progress::asked;
-    // One character more than is ever used, so that a text cut off here is taken for too long.
+    // One character more than is ever read, so that a text cut off here is too long to be read.
     const auto end = static_cast<std::int32_t>(BusReply::kLongestText + 1);
     ask(run, {.target = node.name, .interface = names::kText, .member = "GetText", .arguments = {std::int32_t{0}, end}},
         [&node](const BusReply& reply) {

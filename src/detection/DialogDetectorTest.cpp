@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "detection/DialogDetector.h"
+#include "detection/DirectAccess.h"
 #include "support/DetectionWorld.h"
 
 namespace quillard {
 namespace {
 
+using platform::DesktopReadFailure;
 using platform::simulated::ApplicationHandle;
 using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
@@ -362,6 +364,86 @@ TEST_F(DialogDetectorTest, DiagnosesNothingWithoutPermission) {
   desktop().open(eraseDialog());
   desktop().setTrusted(false);
   EXPECT_EQ(detector.diagnose().failure, platform::DesktopReadFailure::notPermitted);
+}
+
+// ---- What a scan could not read
+
+TEST_F(DialogDetectorTest, NamesTheProcessesThatItCouldNotRead) {
+  const auto well = desktop().launch({.name = "Well"});
+  const auto silent = desktop().launch({.name = "Silent"});
+  desktop().open(well, eraseDialog());
+  desktop().open(silent, eraseDialog());
+  EXPECT_TRUE(detector.scan().isWhole());
+  desktop().hang(silent);
+  const auto outcome = detector.scan();
+  EXPECT_EQ(outcome.unreadProcesses, std::vector{silent.processIdentifier});
+  EXPECT_EQ(outcome.failure, std::nullopt);
+  EXPECT_EQ(outcome.approvals.size(), 1U) << "the other one is read all the same";
+  desktop().terminate(silent);
+  EXPECT_TRUE(detector.scan().isWhole()) << "what has ended is gone";
+}
+
+TEST_F(DialogDetectorTest, SaysThatItCouldNotSeeTheDesktop) {
+  desktop().open(eraseDialog());
+  ASSERT_EQ(scanTwice().size(), 1U);
+  for (const auto failure : {DesktopReadFailure::accessibilityService, DesktopReadFailure::applicationList,
+                             DesktopReadFailure::windowServer}) {
+    desktop().setDesktopFailure(failure);
+    const auto outcome = detector.scan();
+    EXPECT_EQ(outcome.failure, failure);
+    EXPECT_TRUE(outcome.approvals.empty());
+    EXPECT_EQ(detector.diagnose().failure, failure);
+    desktop().setDesktopFailure(std::nullopt);
+    EXPECT_EQ(detector.scan().approvals.size(), 1U) << "it need not be met twice again";
+  }
+  desktop().setTrusted(false);
+  EXPECT_EQ(detector.scan().failure, DesktopReadFailure::notPermitted);
+}
+
+TEST_F(DialogDetectorTest, ReadsWhatItCanWithoutAnAnswerAboutThePermission) {
+  desktop().open(eraseDialog());
+  desktop().setTrustSilent(true);
+  EXPECT_EQ(scanTwice().size(), 1U);
+}
+
+TEST_F(DialogDetectorTest, APromptWhoseProcessWasSilentForAScanNeedsNoThirdOne) {
+  const auto application = desktop().launch({.name = "App"});
+  desktop().open(application, eraseDialog());
+  (void)detector.scan();
+  desktop().hang(application);
+  EXPECT_TRUE(detector.scan().approvals.empty());
+  desktop().unhang(application);
+  EXPECT_EQ(detector.scan().approvals.size(), 1U);
+}
+
+TEST_F(DialogDetectorTest, EveryRecordHasItsWindow) {
+  const auto dialog = desktop().open(eraseDialog());
+  EXPECT_EQ(onlyPrompt().window, desktop().element(dialog));
+}
+
+TEST_F(DialogDetectorTest, AMutedPromptIsThereAllTheSame) {
+  const auto dialog = desktop().open(eraseDialog());
+  const auto prompt = onlyPrompt();
+  suppressionStore.suppress(prompt.suppressionID);
+  EXPECT_TRUE(scanTwice().empty());
+  EXPECT_TRUE(detector.presenceOf(prompt).isThere());
+  EXPECT_TRUE(detector.resolveCurrentButton(prompt, prompt.buttons.at(0).label).has_value());
+  desktop().close(dialog);
+  EXPECT_TRUE(detector.presenceOf(prompt).isGone());
+}
+
+TEST_F(DialogDetectorTest, AskingForASecretBeyondWhatIsShownRequiresDirectAccess) {
+  auto spec = eraseDialog();
+  const auto window = desktop().open(spec);
+  auto order = desktop().children(window);
+  std::vector<NodeHandle> front;
+  front.push_back(desktop().addChild(window, {.role = "AXStaticText", .value = std::string("Enter your password.")}));
+  for (int i = 0; i < 90; ++i) front.push_back(desktop().addChild(window, {.role = "AXGroup"}));
+  front.insert(front.end(), order.begin(), order.end());
+  desktop().reorderChildren(window, front);
+  const auto prompt = onlyPrompt();
+  EXPECT_EQ(prompt.directAccessReason, secretRequiredReason());
+  EXPECT_EQ(prompt.messageLines, spec.lines);
 }
 
 }  // namespace

@@ -29,6 +29,12 @@ TEST(DirectAccess, IsRequiredWhereSettingsWouldChange) {
   }
 }
 
+TEST(DirectAccess, HasASentenceForWhatCannotBeRead) {
+  EXPECT_EQ(unreadableTextReason(),
+            "Part of this dialog's text cannot be read, so it may ask for a password. Use TeamViewer, AnyDesk, Screen "
+            "Sharing, or physical access to approve it. You can still deny it remotely.");
+}
+
 TEST(DirectAccess, NamesTheSecretWhereBothApply) {
   EXPECT_EQ(directAccessRequiredReason("System Settings", {"wants your password"}, {"Open Settings"}), kSecret);
 }

@@ -52,5 +52,14 @@ RC_GTEST_PROP(PromptCandidateGate, PublishesWhatThisScanAndTheLastHaveBothSeen,
   }
 }
 
+TEST(PromptCandidateGate, APromptThatCouldNotBeReadKeepsItsPlace) {
+  PromptCandidateGate gate;
+  EXPECT_TRUE(gate.publishableIDs({samples::uuid(1)}).empty());
+  EXPECT_TRUE(gate.publishableIDs({}, {samples::uuid(1)}).empty());
+  EXPECT_EQ(gate.publishableIDs({samples::uuid(1)}).size(), 1U);
+  EXPECT_TRUE(gate.publishableIDs({}).empty());
+  EXPECT_TRUE(gate.publishableIDs({samples::uuid(1)}).empty()) << "it was missing";
+}
+
 }  // namespace
 }  // namespace quillard

@@ -265,5 +265,90 @@ RC_GTEST_PROP(ReadingOrder, KeepsEveryDistinctLineAndSortsThoseWithAPlace, ()) {
   }
 }
 
+// ---- What cannot be read
+
+TEST_F(PromptReaderTest, ATextThatCannotBeReadIsLeftOutAsAWholeAndNoted) {
+  const std::vector<platform::AXValue> unreadable{std::string("Password\xFF"), std::string(70'000, 'x'),
+                                                  platform::AXUnreadableText{}};
+  const std::vector<std::pair<std::string, std::string_view>> places{
+      {"AXStaticText", ax::kValue},  {"AXTextField", ax::kValue},   {"AXStaticText", ax::kTitle},
+      {"AXStaticText", ax::kRole},   {"AXTextField", ax::kSubrole}, {"AXButton", ax::kTitle},
+      {"AXButton", ax::kDescription}};
+  for (const auto& value : unreadable) {
+    for (const auto& [role, attribute] : places) {
+      const auto dialog = window({text("Shown."), button("OK")});
+      const auto odd = desktop().addChild(dialog, {.role = role, .frame = Rect{0, 0, 80, 24}});
+      desktop().setAttribute(odd, attribute, value);
+      const auto reading = read(dialog);
+      EXPECT_TRUE(reading.hasUnreadableText) << role << " " << attribute;
+      EXPECT_EQ(reading.evidence.messageLines, Lines{"Shown."}) << role << " " << attribute;
+      EXPECT_EQ(reading.evidence.buttonLabels, Lines{"OK"}) << role << " " << attribute;
+    }
+    const auto titled = window({text("Shown."), button("OK")});
+    desktop().setAttribute(titled, ax::kTitle, value);
+    EXPECT_TRUE(read(titled).hasUnreadableText);
+    EXPECT_EQ(read(titled).evidence.title, "");
+  }
+}
+
+TEST_F(PromptReaderTest, WhatIsReadInsteadDoesNotHideThatATextCouldNotBeRead) {
+  const auto dialog = window({button("OK")});
+  const auto odd = desktop().addChild(dialog, {.role = "AXStaticText", .title = "Harmless"});
+  desktop().setAttributeError(odd, ax::kValue, platform::AXError::failure);
+  EXPECT_TRUE(read(dialog).hasUnreadableText);
+  EXPECT_EQ(read(dialog).evidence.messageLines, Lines{"Harmless"});
+}
+
+TEST_F(PromptReaderTest, AnOrdinaryPromptHasNoUnreadableText) {
+  const auto dialog = window({text("Shown."), button("OK"), {.role = "AXGroup", .children = {text("Inside.")}}});
+  const auto reading = read(dialog);
+  EXPECT_FALSE(reading.hasUnreadableText);
+  EXPECT_FALSE(reading.isCutOff);
+  auto copy = reading;
+  const auto scope = world.accessibility().beginReadScope();
+  EXPECT_TRUE(PromptReader::readBeyond(*scope, copy, 80).empty());
+}
+
+TEST_F(PromptReaderTest, ElementsThatCannotBeListedMayHideAText) {
+  const auto dialog = window({text("Shown."), button("OK")});
+  const auto closed = desktop().addChild(dialog, {.role = "AXGroup", .children = {text("Hidden.")}});
+  desktop().setAttributeError(closed, ax::kChildren, platform::AXError::failure);
+  EXPECT_TRUE(read(dialog).hasUnreadableText);
+}
+
+// A prompt whose walk ends before `beyond`, which stands first and is met last.
+struct LongPromptTest : PromptReaderTest {
+  PromptReading readWith(const ElementSpec& beyond, int fillers) {
+    std::vector<ElementSpec> children{beyond};
+    for (int i = 0; i < fillers; ++i) children.push_back({.role = "AXGroup"});
+    children.push_back(text("Shown."));
+    children.push_back(button("OK"));
+    const auto dialog = window(std::move(children));
+    auto reading = read(dialog);
+    const auto scope = world.accessibility().beginReadScope();
+    lines = PromptReader::readBeyond(*scope, reading, 80);
+    return reading;
+  }
+  Lines lines;
+};
+
+TEST_F(LongPromptTest, IsReadFurtherForWhatTells) {
+  EXPECT_TRUE(readWith(text("Enter your password."), 90).isCutOff);
+  EXPECT_EQ(lines, Lines{"Enter your password."});
+  const auto secret = readWith({.role = "AXTextField", .subrole = "AXSecureTextField"}, 90);
+  EXPECT_TRUE(secret.hasSecureTextField);
+  EXPECT_FALSE(secret.hasUnreadableText);
+  EXPECT_TRUE(readWith(text("Broken\xFF"), 90).hasUnreadableText);
+  EXPECT_EQ(secret.evidence.messageLines, Lines{"Shown."}) << "what is shown stays as it was";
+}
+
+TEST_F(LongPromptTest, IsUnreadableBeyondEvenThat) {
+  EXPECT_FALSE(readWith(text("Last."), 116).hasUnreadableText) << "119 elements";
+  EXPECT_EQ(lines, Lines{"Last."});
+  EXPECT_TRUE(readWith(text("Enter your password."), 117).hasUnreadableText) << "120: the last one may have children";
+  EXPECT_TRUE(readWith(text("Enter your password."), 200).hasUnreadableText);
+  EXPECT_TRUE(lines.empty());
+}
+
 }  // namespace
 }  // namespace quillard

@@ -41,6 +41,27 @@ TEST(StatusRows, AccessibilityWaitsForTheMove) {
       StatusRows::accessibilityRow);
 }
 
+TEST(StatusRows, AccessibilitySaysWhatTheNewestScanCouldNotRead) {
+  using platform::DesktopReadFailure;
+  const std::vector<std::pair<ScanProblem, std::string>> table{
+      {{.failure = DesktopReadFailure::notPermitted}, "Accessibility does not answer. Looking again."},
+      {{.failure = DesktopReadFailure::accessibilityService}, "Accessibility does not answer. Looking again."},
+      {{.failure = DesktopReadFailure::applicationList}, "Cannot tell which apps run. Looking again."},
+      {{.failure = DesktopReadFailure::windowServer, .unreadProgramCount = 2},
+       "The display does not answer. Looking again."},
+      {{.unreadProgramCount = 1}, "1 app does not answer. Its dialogs may be missed."},
+      {{.unreadProgramCount = 3}, "3 apps do not answer. Their dialogs may be missed."}};
+  MacStatusSnapshot snapshot{.installedInApplications = true, .accessibilityTrusted = true};
+  for (const auto& [problem, detail] : table) {
+    snapshot.scanProblem = problem;
+    EXPECT_EQ(StatusRows::accessibilityRow(snapshot),
+              (StatusRowContent{"accessibility", kAmber, "Accessibility", "Not Answering", detail, kNone,
+                                button("Open Settings")}));
+  }
+  snapshot.accessibilityTrusted = false;
+  EXPECT_EQ(StatusRows::accessibilityRow(snapshot).status, "Required") << "The permission comes first.";
+}
+
 StatusRowContent loginRow(const LoginItemStatus& status, bool isInstalled) {
   return StatusRows::loginItemRow({.installedInApplications = isInstalled, .loginItemStatus = status});
 }

@@ -88,6 +88,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
         desktop.launch("zenity", {"--info", "--title=Unreadable", "--text=x"}, {{"NO_AT_BRIDGE", "1"}}));
   }
 
+  void loseDesktop() override { desktop.killAccessibilityBus(); }
   bool eventually(const std::function<bool()>& condition) override { return waitInLoop(condition); }
 
  private:

@@ -194,6 +194,7 @@ FakeAccessibilityBus::FakeAccessibilityBus() {
   registryProgram = std::make_unique<FakeProgram>(busAddress, "org.a11y.atspi.Registry");
   registryProgram->set(FakeProgram::kRoot, {});
   launcher = std::make_unique<FakeProgram>(busAddress, "org.a11y.Bus", [this](sd_bus_message* message) {
+    if (isLauncherSilent) return true;
     if (sd_bus_message_is_method_call(message, "org.a11y.Bus", "GetAddress") > 0) {
       return sd_bus_reply_method_return(message, "s", busAddress.c_str()) >= 0;
     }

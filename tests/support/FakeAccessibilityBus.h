@@ -96,6 +96,8 @@ class FakeAccessibilityBus {
   FakeProgram& registry() { return *registryProgram; }
   // Whether accessibility is switched on.
   std::atomic<bool> isEnabled{true};
+  // Whether the launcher leaves its questions unanswered.
+  std::atomic<bool> isLauncherSilent{false};
   void kill() { daemon->kill(); }
 
  private:

@@ -85,6 +85,56 @@ TEST_F(AXHelpersTest, ReadNothingFromAStaleHandleOrAnError) {
   EXPECT_EQ(AXHelpers::nearestWindow(live(), stale, 10), std::nullopt);
 }
 
+TEST_F(AXHelpersTest, TellTextThatCannotBeReadFromTextThatIsNotThere) {
+  const auto node = window();
+  const auto read = [&] { return AXHelpers::readText(live(), element(node), ax::kTitle); };
+  const std::vector<platform::AXValue> unreadable{std::string("Allow\xFF"), std::string("\xC3"),
+                                                  std::string(AXHelpers::kLongestText + 1, 'x'),
+                                                  platform::AXUnreadableText{}};
+  for (const auto& value : unreadable) {
+    desktop().setAttribute(node, ax::kTitle, value);
+    EXPECT_TRUE(read().isUnreadable);
+    EXPECT_EQ(read().text, std::nullopt);
+  }
+  for (const platform::AXValue& absent : {platform::AXValue{std::int64_t{7}}, platform::AXValue{true}}) {
+    desktop().setAttribute(node, ax::kTitle, absent);
+    EXPECT_FALSE(read().isUnreadable) << "it is no text";
+    EXPECT_EQ(read().text, std::nullopt);
+  }
+  for (const auto error : {AXError::failure, AXError::cannotComplete}) {
+    desktop().setAttributeError(node, ax::kTitle, error);
+    EXPECT_TRUE(read().isUnreadable);
+  }
+  for (const auto error : {AXError::noValue, AXError::attributeUnsupported, AXError::notImplemented,
+                           AXError::invalidUIElement, AXError::apiDisabled}) {
+    desktop().setAttributeError(node, ax::kTitle, error);
+    EXPECT_FALSE(read().isUnreadable);
+  }
+  desktop().setAttribute(node, ax::kTitle, std::string());
+  EXPECT_EQ(read().text, "");
+}
+
+TEST_F(AXHelpersTest, DescendantsSayWhetherTheyAreAll) {
+  const auto root = window();
+  desktop().addChild(root, {.title = "A"});
+  const auto second = desktop().addChild(root, {.title = "B", .children = {{.title = "C"}}});
+  const auto walk = [&](int limit) { return AXHelpers::descendants(live(), element(root), limit); };
+  EXPECT_TRUE(walk(4).isComplete);
+  EXPECT_FALSE(walk(3).isComplete) << "whether the last one has children was not asked";
+  EXPECT_FALSE(walk(2).isComplete);
+  EXPECT_FALSE(walk(0).isComplete);
+  EXPECT_EQ(titles(walk(4).elements), "BCA");
+  for (const auto error : {AXError::failure, AXError::cannotComplete}) {
+    desktop().setAttributeError(second, ax::kChildren, error);
+    EXPECT_FALSE(walk(80).isComplete);
+    EXPECT_EQ(titles(walk(80).elements), "BA");
+  }
+  for (const auto error : {AXError::noValue, AXError::attributeUnsupported, AXError::invalidUIElement}) {
+    desktop().setAttributeError(second, ax::kChildren, error);
+    EXPECT_TRUE(walk(80).isComplete);
+  }
+}
+
 TEST_F(AXHelpersTest, TakeTextThatIsNoUtf8OrTooLongForMissing) {
   const auto node = window();
   desktop().setAttribute(node, ax::kTitle, std::string("Allow\xFF"));

@@ -298,6 +298,68 @@ TEST_F(SimulatedAccessibilityTest, AnEarlierQuestionThatIsAnsweredLaterChangesNo
   EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted) << "a later question was answered before";
 }
 
+TEST_F(SimulatedAccessibilityTest, ASilentSystemIsUnknownAndForgetsNothing) {
+  EXPECT_EQ(accessibility.isProcessTrusted(), ProcessTrust::granted);
+  desktop.setTrustSilent(true);
+  desktop.setTrustLatency(1s);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(accessibility.isProcessTrusted(), ProcessTrust::unknown); }), 1s);
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::granted);
+  desktop.setTrusted(false);
+  desktop.setTrustSilent(false);
+  EXPECT_EQ(accessibility.isProcessTrusted(), ProcessTrust::denied);
+  EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::denied);
+}
+
+TEST_F(SimulatedAccessibilityTest, ASystemThatWasSilentFromTheStartIsNotAskedAgainForTheLastAnswer) {
+  desktop.setTrustSilent(true);
+  desktop.setTrustLatency(1s);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::unknown); }), 1s);
+  EXPECT_EQ(cost([&] { EXPECT_EQ(accessibility.lastKnownProcessTrust(), ProcessTrust::unknown); }), 0s);
+}
+
+// ---- A desktop that cannot be seen
+
+TEST_F(SimulatedAccessibilityTest, AScopeThatCannotSeeTheDesktopSaysSoAndWaitsOnce) {
+  for (const auto failure : {DesktopReadFailure::applicationList, DesktopReadFailure::windowServer}) {
+    desktop.setDesktopFailure(failure);
+    const auto scope = accessibility.beginReadScope();
+    EXPECT_EQ(scope->desktopFailure(), std::nullopt) << "nothing was read yet";
+    const Seconds passed = cost([&] {
+      for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(scope->copyAttributeValue(window, "AXRole").error(), AXError::cannotComplete);
+        EXPECT_EQ(scope->copyActionNames(window).error(), AXError::cannotComplete);
+      }
+    });
+    EXPECT_EQ(passed, kMessagingTimeout);
+    EXPECT_EQ(scope->desktopFailure(), failure);
+    EXPECT_FALSE(scope->missedTimeout(window)) << "the application is not to blame";
+    EXPECT_EQ(readError(window), AXError::cannotComplete);
+    EXPECT_EQ(accessibility.performAction(desktop.element(button), "AXPress"), AXError::success);
+    desktop.setDesktopFailure(std::nullopt);
+    EXPECT_EQ(accessibility.beginReadScope()->desktopFailure(), std::nullopt);
+  }
+}
+
+TEST_F(SimulatedAccessibilityTest, WithoutTheServiceNothingIsCarriedOutNorWaitedFor) {
+  desktop.setDesktopFailure(DesktopReadFailure::accessibilityService);
+  const auto scope = accessibility.beginReadScope();
+  const Seconds passed = cost([&] {
+    EXPECT_FALSE(scope->copyAttributeValue(window, "AXRole").hasValue());
+    EXPECT_EQ(readError(window), AXError::apiDisabled);
+    EXPECT_EQ(accessibility.performAction(desktop.element(button), "AXPress"), AXError::apiDisabled);
+  });
+  EXPECT_EQ(passed, 0s);
+  EXPECT_EQ(scope->desktopFailure(), DesktopReadFailure::accessibilityService);
+  EXPECT_THAT(desktop.presses(), IsEmpty());
+}
+
+TEST_F(SimulatedAccessibilityTest, WithoutThePermissionAScopeSaysThat) {
+  desktop.setTrusted(false);
+  const auto scope = accessibility.beginReadScope();
+  EXPECT_FALSE(scope->copyAttributeValue(window, "AXRole").hasValue());
+  EXPECT_EQ(scope->desktopFailure(), DesktopReadFailure::notPermitted);
+}
+
 // ---- Hooks
 
 TEST_F(SimulatedAccessibilityTest, TheHookSeesEveryRequestBeforeItIsSent) {

@@ -75,6 +75,9 @@ class DesktopBinding {
   // be shown here.
   [[nodiscard]] virtual std::unique_ptr<PromptProgram> showUnreadable() = 0;
 
+  // From now on nothing can be read of the desktop, as without its service or the permission.
+  virtual void loseDesktop() = 0;
+
   // Lets time pass, and the main thread run, until `condition` holds; false when it never came to hold.
   [[nodiscard]] virtual bool eventually(const std::function<bool()>& condition) = 0;
 };

@@ -40,6 +40,7 @@ class MacDesktopBinding final : public DesktopBinding {
     return showSimulatedPrompt(world, options);
   }
   std::unique_ptr<PromptProgram> showUnreadable() override { return showUnreadableWindow(world); }
+  void loseDesktop() override { world.desktop().setTrusted(false); }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:

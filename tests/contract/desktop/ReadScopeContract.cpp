@@ -102,5 +102,31 @@ TEST_P(ReadScopeContract, AProgramThatDiesInMidScopeIsQuietlyGone) {
   EXPECT_EQ(AXHelpers::stringAttribute(*scope, window(*other, *scope), ax::kTitle), "Living");
 }
 
+TEST_P(ReadScopeContract, AScopeSaysThatItCouldNotSeeTheDesktop) {
+  const auto program = binding->show({});
+  const auto prompt = window(*program);
+  {
+    const auto scope = accessibility().beginReadScope();
+    EXPECT_EQ(scope->desktopFailure(), std::nullopt) << "before the first read";
+    (void)walked(*scope, prompt);
+    EXPECT_EQ(scope->desktopFailure(), std::nullopt);
+  }
+  binding->loseDesktop();
+  EXPECT_TRUE(binding->eventually([&] {
+    const auto scope = accessibility().beginReadScope();
+    const bool isEmpty = AXHelpers::windows(*scope, application(*program)).empty();
+    return isEmpty && scope->desktopFailure() && !scope->copyAttributeValue(prompt, ax::kRole).hasValue();
+  }));
+}
+
+TEST_P(ReadScopeContract, AHungProgramIsNoFailureOfTheDesktop) {
+  const auto hung = binding->show({});
+  hung->stop();
+  const auto scope = accessibility().beginReadScope();
+  EXPECT_TRUE(AXHelpers::windows(*scope, application(*hung)).empty());
+  EXPECT_EQ(scope->desktopFailure(), std::nullopt);
+  hung->goOn();
+}
+
 }  // namespace
 }  // namespace quillard::test

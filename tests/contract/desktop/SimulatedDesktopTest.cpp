@@ -26,6 +26,7 @@ class SimulatedDesktopBinding final : public DesktopBinding {
 
   std::unique_ptr<PromptProgram> showUnreadable() override { return showUnreadableWindow(world); }
 
+  void loseDesktop() override { world.desktop().setDesktopFailure(platform::DesktopReadFailure::applicationList); }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:

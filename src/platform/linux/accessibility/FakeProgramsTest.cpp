@@ -8,6 +8,7 @@
 
 #include "detection/PromptReader.h"
 #include "detection/elements/AXHelpers.h"
+#include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/Roles.h"
@@ -20,6 +21,8 @@ namespace {
 
 using platform::AXError;
 using platform::AXUIElement;
+using platform::DesktopReadFailure;
+using platform::ProcessTrust;
 using test::FakeAccessibilityBus;
 using test::FakeObject;
 using test::FakeProgram;
@@ -80,6 +83,13 @@ struct World {
   qt::QtExecutors executors;
   LinuxAccessibility accessibility;
 };
+
+// What a scope that has read one application says of the desktop.
+std::optional<DesktopReadFailure> failureOf(World& world) {
+  const auto scope = world.accessibility.beginReadScope();
+  (void)AXHelpers::windows(*scope, world.application());
+  return scope->desktopFailure();
+}
 
 milliseconds durationOf(const std::function<void()>& work) {
   const auto begin = steady_clock::now();
@@ -349,20 +359,158 @@ TEST(FakePrograms, AnObjectThatHasGoneIsInvalid) {
   EXPECT_EQ(world.accessibility.performAction(inner.back(), ax::kPressAction), AXError::invalidUIElement);
 }
 
-TEST(FakePrograms, TextsBeyondTheLimitAreAbsent) {
+TEST(FakePrograms, TextsBeyondTheLimitAreUnreadable) {
   World world;
   world.program->set("/text", object(Role::label, std::string(64 * 1024, 'x')));
   ASSERT_TRUE(world.window());
   const auto inner = [&] { return AXHelpers::children(world.accessibility, *world.window()).front(); };
   EXPECT_TRUE(AXHelpers::stringAttribute(world.accessibility, inner(), ax::kValue));
   world.program->set("/text", object(Role::label, std::string(64 * 1024 + 1, 'x')));
-  EXPECT_FALSE(AXHelpers::stringAttribute(world.accessibility, inner(), ax::kValue));
+  const auto read = [&] { return AXHelpers::readText(world.accessibility, inner(), ax::kValue); };
+  EXPECT_EQ(read().text, std::nullopt);
+  EXPECT_TRUE(read().isUnreadable);
+  auto nameless = object(Role::text, "");
+  nameless.text = std::string(64 * 1024 + 1, 'x');
+  world.program->set("/text", nameless);
+  EXPECT_TRUE(read().isUnreadable);
+}
+
+TEST(FakePrograms, ATitleBeyondTheLimitIsUnreadable) {
+  World world;
+  const std::string endless(64 * 1024 + 1, 'x');
+  world.program->set("/window", object(Role::dialog, endless, {"/text", "/deny", "/allow"}));
+  world.program->set("/allow", object(Role::pushButton, endless));
+  ASSERT_TRUE(world.window());
+  const auto scope = world.accessibility.beginReadScope();
+  const auto reading = world.read(*scope, *world.window());
+  EXPECT_TRUE(reading.hasUnreadableText);
+  EXPECT_EQ(reading.evidence.title, "");
+  EXPECT_EQ(reading.evidence.buttonLabels, std::vector<std::string>{"Don't Allow"});
+}
+
+TEST(FakePrograms, WhatLiesTooDeepToBeReadIsNotTakenForNothing) {
+  World world;
+  std::string parent = "/window";
+  world.program->set(parent, object(Role::dialog, "Deep", {"/d0", "/deny", "/allow"}));
+  for (int i = 0; i < 110; ++i) {
+    const auto next = i == 109 ? std::string("/text") : "/d" + std::to_string(i + 1);
+    world.program->set("/d" + std::to_string(i), object(Role{39}, "", {next}));
+  }
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto scope = world.accessibility.beginReadScope();
+  auto reading = world.read(*scope, *window);
+  (void)PromptReader::readBeyond(*scope, reading, 80);
+  EXPECT_TRUE(reading.hasUnreadableText);
 }
 
 TEST(FakePrograms, AHungRegistryIsNoEmptyDesktop) {
   World world{Seconds{0.1}};
   world.bus.registry().hangOn("GetChildren");
   EXPECT_EQ(world.accessibility.copyAttributeValue(world.application(), ax::kWindows).error(), AXError::cannotComplete);
+  EXPECT_EQ(world.accessibility.processIdentifiers(), std::nullopt) << "It cannot be told.";
+  EXPECT_EQ(failureOf(world), DesktopReadFailure::applicationList);
+  world.bus.registry().goOnWith("GetChildren");
+  EXPECT_EQ(failureOf(world), std::nullopt);
+}
+
+TEST(FakePrograms, ARegistryThatAnswersNonsenseIsNoEmptyDesktop) {
+  World world;
+  world.bus.registry().lieOn("GetChildren");
+  EXPECT_FALSE(world.accessibility.copyAttributeValue(world.application(), ax::kWindows).hasValue());
+  EXPECT_EQ(failureOf(world), DesktopReadFailure::applicationList);
+}
+
+TEST(FakePrograms, AHungProgramIsNoFailureOfTheDesktop) {
+  World world{Seconds{0.1}};
+  world.program->hangOn("GetChildren");
+  EXPECT_EQ(failureOf(world), std::nullopt);
+}
+
+TEST(FakePrograms, ASilentRegistryTakesNoProgramOffTheList) {
+  World world{Seconds{0.1}};
+  AccessibleProcessList list{world.accessibility, [&] { return world.accessibility.busAddress(); },
+                             world.executors.mainThread()};
+  const std::vector<std::int32_t> present{::getpid()};
+  EXPECT_EQ(list.processIdentifiers(), present);
+  world.bus.registry().hangOn("GetChildren");
+  const auto another = world.bus.start();
+  another->set(FakeProgram::kRoot, object(Role{75}, "another"));  // Its coming makes the list ask.
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(list.processIdentifiers(), present);
+    EXPECT_TRUE(list.isPresentNow(::getpid()));
+    EXPECT_FALSE(list.isPresentNow(1));
+  }
+}
+
+TEST(FakePrograms, AProgramThatJoinedWhileTheRegistryWasSilentIsOnTheListSoonAfter) {
+  World world{Seconds{0.1}};
+  world.bus.registry().hangOn("GetChildren");
+  AccessibleProcessList list{world.accessibility, [&] { return world.accessibility.busAddress(); },
+                             world.executors.mainThread()};
+  EXPECT_TRUE(list.processIdentifiers().empty());
+  world.bus.registry().goOnWith("GetChildren");
+  const auto end = steady_clock::now() + std::chrono::seconds{10};
+  while (list.processIdentifiers().empty() && steady_clock::now() < end) {
+    std::this_thread::sleep_for(milliseconds{20});
+  }
+  EXPECT_EQ(list.processIdentifiers(), std::vector<std::int32_t>{::getpid()});
+}
+
+TEST(FakePrograms, WhereNoBusCanBeReachedNothingWasSeen) {
+  World world;
+  world.bus.kill();
+  EXPECT_EQ(failureOf(world), DesktopReadFailure::accessibilityService);
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), ProcessTrust::unknown) << "It may come back.";
+}
+
+TEST(FakePrograms, AScopeThatReadNothingHasMissedNothing) {
+  World world;
+  world.bus.kill();
+  EXPECT_EQ(world.accessibility.beginReadScope()->desktopFailure(), std::nullopt);
+}
+
+TEST(FakePrograms, ALauncherThatDoesNotAnswerLeavesThePermissionUnknown) {
+  World world;
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), ProcessTrust::granted);
+  world.bus.isLauncherSilent = true;
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), ProcessTrust::unknown);
+  EXPECT_EQ(world.accessibility.lastKnownProcessTrust(), ProcessTrust::granted);
+  EXPECT_EQ(failureOf(world), std::nullopt) << "The desktop can be read all the same.";
+  world.bus.isLauncherSilent = false;
+  world.bus.isEnabled = false;
+  EXPECT_EQ(world.accessibility.isProcessTrusted(), ProcessTrust::denied);
+}
+
+// An X server that can go.
+class GoingServer final : public x11::Windows {
+ public:
+  [[nodiscard]] bool isAvailable() const override { return isThere; }
+  [[nodiscard]] x11::WindowsSnapshot snapshot() override {
+    return isThere ? x11::WindowsSnapshot{.screen = Size{800, 600}} : x11::WindowsSnapshot{};
+  }
+  bool activate(x11::WindowID) override { return false; }
+  bool isThere = true;
+};
+
+TEST(FakePrograms, AnXServerThatHasGoneIsNoDesktopWithoutWindows) {
+  for (const bool isXSession : {true, false}) {
+    World world;
+    GoingServer server;
+    LinuxAccessibility accessibility{
+        {.sessionBusAddress = world.bus.address(), .isXSession = isXSession}, server, world.executors};
+    const auto failure = [&] {
+      const auto scope = accessibility.beginReadScope();
+      (void)AXHelpers::windows(*scope, world.application());
+      return scope->desktopFailure();
+    };
+    EXPECT_EQ(failure(), std::nullopt);
+    server.isThere = false;
+    EXPECT_EQ(failure(), isXSession ? std::optional(DesktopReadFailure::windowServer) : std::nullopt)
+        << "Elsewhere X servers come and go.";
+    server.isThere = true;
+    EXPECT_EQ(failure(), std::nullopt);
+  }
 }
 
 TEST(FakePrograms, WhenTheBusDiesEverythingFailsQuietly) {

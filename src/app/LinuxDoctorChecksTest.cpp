@@ -83,6 +83,14 @@ TEST(Doctor, FindsAccessibilitySwitchedOff) {
   EXPECT_EQ(check(facts, "accessibility").state, State::problem);
 }
 
+TEST(Doctor, TellsAccessibilityThatDoesNotAnswerFromOneThatIsOff) {
+  auto facts = healthy();
+  facts.accessibilityTrust = platform::ProcessTrust::unknown;
+  EXPECT_EQ(check(facts, "accessibility").state, State::problem);
+  EXPECT_EQ(check(facts, "accessibility").detail, "Its service or its bus does not answer: no window can be read.");
+  EXPECT_EQ(check(facts, "accessibility").remedy.find("gsettings"), std::string::npos) << "It is switched on already.";
+}
+
 TEST(Doctor, ClaimsNothingOfProgramsThatCannotBeKnown) {
   auto facts = healthy();
   facts.unreadablePrograms = platform::Limitation{"Not known here."};

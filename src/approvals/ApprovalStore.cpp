@@ -65,7 +65,13 @@ void ApprovalStore::add(const Group& group, Merge& merge) {
 
 void ApprovalStore::keepUnread(Merge& merge) {
   for (const auto& [id, approval] : approvalsByID) {
-    if (merge.seen.contains(id) || !merge.isUnread(approval) || merge.now - lastReadByID[id] > kLongestUnread) continue;
+    if (merge.seen.contains(id)) continue;
+    if (!merge.isUnread(approval)) {
+      unreadSinceByID.erase(id);
+      continue;
+    }
+    const Date since = unreadSinceByID.emplace(id, merge.now).first->second;
+    if (merge.now - since > kLongestUnread) continue;
     lastSeenByID[id] = merge.now;
     merge.seen.insert(id);
   }
@@ -87,7 +93,8 @@ void ApprovalStore::put(const PendingApproval& scanned, Date firstSeen, Merge& m
   approvalIDByFingerprint[fingerprint] = id;
   fingerprintByApprovalID[id] = fingerprint;
   approvalsByID[id] = scanned.replacingIdentity(id, detectedAt);
-  lastSeenByID[id] = lastReadByID[id] = merge.now;
+  lastSeenByID[id] = merge.now;
+  unreadSinceByID.erase(id);
   merge.seen.insert(id);
   retainedIdentityExpiresAtByApprovalID.erase(id);
 }
@@ -105,7 +112,7 @@ void ApprovalStore::sweepStale(Date now) {
 void ApprovalStore::forget(const Uuid& id) {
   approvalsByID.erase(id);
   lastSeenByID.erase(id);
-  lastReadByID.erase(id);
+  unreadSinceByID.erase(id);
   removeFingerprintMapping(id);
 }
 
@@ -134,7 +141,7 @@ void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   const MutexLock lock{mutex};
   approvalsByID.erase(id);
   lastSeenByID.erase(id);
-  lastReadByID.erase(id);
+  unreadSinceByID.erase(id);
   const Seconds period = retention.value_or(staleAfter);
   if (period > Seconds::zero() && fingerprintByApprovalID.contains(id)) {
     retainedIdentityExpiresAtByApprovalID[id] = advanced(clock.now(), period);

@@ -44,7 +44,7 @@ class ApprovalStore {
 
   // The same of a scan that says what it could not read. The prompts of processes that it could not read count as seen
   // by it, with their place and identity, and so do all when it could not see the desktop: nothing that was not read
-  // ages. But for ten minutes at the longest since a scan has really seen them: then they age as missed ones, since
+  // ages. But for ten minutes at the longest from the first such scan in a row: then they age as missed ones, since
   // nobody can vouch for them any more. How many current prompts the scan missed, which age now.
   std::size_t merge(const ScanOutcome& outcome);
 
@@ -88,8 +88,8 @@ class ApprovalStore {
 
   mutable Mutex mutex;
   std::unordered_map<Uuid, PendingApproval> approvalsByID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);  // Or last counted as seen.
-  std::unordered_map<Uuid, Date> lastReadByID QUILLARD_GUARDED_BY(mutex);  // By a scan that has really seen it.
+  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);     // Or last counted as seen.
+  std::unordered_map<Uuid, Date> unreadSinceByID QUILLARD_GUARDED_BY(mutex);  // While scans cannot read it.
   std::unordered_map<Uuid, Uuid> approvalIDByFingerprint QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> fingerprintByApprovalID QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Date> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);

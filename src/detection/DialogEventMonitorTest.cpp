@@ -187,7 +187,7 @@ TEST_F(DialogEventMonitorTest, WhatIsVisibleAtTheStartIsNoChange) {
 // A window list that changes without telling, as on systems that have no such events.
 class SilentWindowList final : public platform::WindowList {
  public:
-  std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions) override {
+  platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(platform::WindowListOptions) override {
     ++reads;
     return entries;
   }

@@ -106,7 +106,8 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
     return nullptr;
   }
 
-  std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options) override {
+  platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
+      platform::WindowListOptions options) override {
     return options == platform::WindowListOptions::all ? all : onScreen;
   }
   platform::SubscriptionHandle observeChanges(std::function<void()>) override { return nullptr; }

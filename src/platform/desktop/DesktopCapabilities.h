@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
-#include <variant>
 #include <vector>
+
+#include "platform/desktop/Finding.h"
 
 namespace quillard::platform {
 
@@ -18,37 +18,11 @@ enum class DesktopCapability : std::uint8_t {
   syntheticInput,        // Clicks and keys can be sent to every application.
 };
 
-// Why something cannot be had here, in a sentence or two for the user. Never empty.
-struct Limitation {
-  std::string reason;
-  bool isPartial = false;  // It can be had of some applications.
-  bool operator==(const Limitation&) const = default;
-};
-
 // A program that has windows whose elements cannot be read, so that its prompts are missed.
 struct UnreadableProgram {
   std::int32_t processIdentifier = 0;
   std::string name;  // For people. Never empty.
   bool operator==(const UnreadableProgram&) const = default;
-};
-
-// What a binding found, or why it cannot know: an empty list says "there are none" and nothing else.
-template <class T>
-class Finding {
- public:
-  Finding(T value) : content(std::in_place_index<0>, std::move(value)) {}
-  Finding(Limitation limitation) : content(std::in_place_index<1>, std::move(limitation)) {}
-
-  [[nodiscard]] bool isKnown() const { return content.index() == 0; }
-  // Only of what is known.
-  [[nodiscard]] const T& value() const { return std::get<0>(content); }
-  // Only of what is not.
-  [[nodiscard]] const Limitation& limitation() const { return std::get<1>(content); }
-
-  bool operator==(const Finding&) const = default;
-
- private:
-  std::variant<T, Limitation> content;
 };
 
 // What this desktop lets the agent do and know, asked of the binding that knows it: whoever explains to the user why

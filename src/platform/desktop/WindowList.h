@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/Subscription.h"
+#include "platform/desktop/Finding.h"
 #include "values/Geometry.h"
 
 namespace quillard::platform {
@@ -23,6 +24,7 @@ struct WindowListEntry {
   std::optional<std::int64_t> layer;  // 0 for ordinary windows; below zero: behind them.
   std::optional<double> alpha;        // 0 invisible to 1 opaque.
   std::optional<Rect> bounds;
+  std::optional<std::int64_t> number;  // The server's own name for the window, which no other has while it exists.
   bool operator==(const WindowListEntry&) const = default;
 };
 
@@ -30,8 +32,16 @@ class WindowList {
  public:
   virtual ~WindowList() = default;
 
-  // Front to back. Empty outside a graphical session. Any thread.
-  [[nodiscard]] virtual std::vector<WindowListEntry> copyWindowInfo(WindowListOptions options) = 0;
+  // Front to back, read anew, or why the list could not be read: an empty one says that there are no windows. A window
+  // that was listed among all windows and is no longer has been closed or hidden by its program. One that was never
+  // listed proves nothing by that: some programs' windows are not known to the server. Any thread; asks no application.
+  [[nodiscard]] virtual Finding<std::vector<WindowListEntry>> readWindowInfo(WindowListOptions options) = 0;
+
+  // The same for whoever goes by what is listed only. Empty also when the list could not be read.
+  [[nodiscard]] std::vector<WindowListEntry> copyWindowInfo(WindowListOptions options) {
+    const auto windows = readWindowInfo(options);
+    return windows.isKnown() ? windows.value() : std::vector<WindowListEntry>{};
+  }
 
   // Calls back on the main thread soon after the list or the active window may have changed. A hint for looking sooner
   // than one would have: a system without such events never calls.

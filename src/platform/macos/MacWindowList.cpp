@@ -6,8 +6,11 @@
 
 namespace quillard::macos {
 
-std::vector<platform::WindowListEntry> MacWindowList::copyWindowInfo(platform::WindowListOptions options) {
-  return macos::copyWindowInfo(options);
+platform::Finding<std::vector<platform::WindowListEntry>> MacWindowList::readWindowInfo(
+    platform::WindowListOptions options) {
+  auto windows = macos::copyWindowInfo(options);
+  if (!windows) return platform::Limitation{"The window server gave no list of windows."};
+  return *std::move(windows);
 }
 
 platform::SubscriptionHandle MacWindowList::observeChanges(std::function<void()> onChange) {

@@ -18,7 +18,8 @@ class MacWindowList final : public platform::WindowList {
   // `workspace` outlives this.
   explicit MacWindowList(platform::Workspace& workspace) : workspace(workspace) {}
 
-  [[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options) override;
+  [[nodiscard]] platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
+      platform::WindowListOptions options) override;
   [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
 
  private:

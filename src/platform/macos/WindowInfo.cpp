@@ -41,7 +41,8 @@ WindowListEntry entryFrom(CFDictionaryRef window) {
           .windowName = textOf(valueAt(window, kCGWindowName)),
           .layer = integerOf(valueAt(window, kCGWindowLayer)),
           .alpha = numberOf(valueAt(window, kCGWindowAlpha)),
-          .bounds = boundsOf(valueAt(window, kCGWindowBounds))};
+          .bounds = boundsOf(valueAt(window, kCGWindowBounds)),
+          .number = integerOf(valueAt(window, kCGWindowNumber))};
 }
 
 bool contains(const Rect& bounds, Point point) {
@@ -51,12 +52,12 @@ bool contains(const Rect& bounds, Point point) {
 
 }  // namespace
 
-std::vector<WindowListEntry> copyWindowInfo(platform::WindowListOptions options) {
+std::optional<std::vector<WindowListEntry>> copyWindowInfo(platform::WindowListOptions options) {
   constexpr CGWindowListOption kAll = kCGWindowListExcludeDesktopElements;
   constexpr CGWindowListOption kOnScreenOnly = kCGWindowListOptionOnScreenOnly | kCGWindowListExcludeDesktopElements;
   const auto windows = CFHandle<CFArrayRef>::adopt(
       CGWindowListCopyWindowInfo(options == platform::WindowListOptions::all ? kAll : kOnScreenOnly, kCGNullWindowID));
-  if (!cfCast<CFArrayRef>(windows.get())) return {};
+  if (!cfCast<CFArrayRef>(windows.get())) return std::nullopt;
   std::vector<WindowListEntry> entries;
   for (CFIndex i = 0; i < CFArrayGetCount(windows.get()); ++i) {
     const auto window = cfCast<CFDictionaryRef>(CFArrayGetValueAtIndex(windows.get(), i));
@@ -68,7 +69,9 @@ std::vector<WindowListEntry> copyWindowInfo(platform::WindowListOptions options)
 bool isOwnWindowAt(Point point) {
   // Above these, the system's own programs have windows as large as the screen that let everything through.
   constexpr std::int64_t kHighestDialog = 8;
-  for (const auto& window : copyWindowInfo(platform::WindowListOptions::onScreenOnly)) {
+  const auto windows = copyWindowInfo(platform::WindowListOptions::onScreenOnly);
+  if (!windows) return false;
+  for (const auto& window : *windows) {
     if (!window.bounds || !contains(*window.bounds, point) || window.alpha.value_or(1) <= 0) continue;
     if (window.ownerProcessIdentifier == ::getpid()) return true;
     if (window.layer.value_or(0) <= kHighestDialog) return false;

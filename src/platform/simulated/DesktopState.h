@@ -87,6 +87,7 @@ class DesktopState {
 
   ElementTree tree;
   WindowStack stack;
+  bool isWindowListReadable = true;
   AttributeMap systemWide;  // In place of what the system-wide element would answer itself.
   Observers<WorkspaceEvent> workspaceObservers;
   Observers<> windowObservers;

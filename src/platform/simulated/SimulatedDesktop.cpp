@@ -346,6 +346,11 @@ void SimulatedDesktop::setListed(NodeHandle window, bool listed) {
   internals->state.windowsChanged();
 }
 
+void SimulatedDesktop::setWindowListReadable(bool readable) {
+  internals->state.isWindowListReadable = readable;
+  internals->state.windowsChanged();
+}
+
 NodeHandle SimulatedDesktop::addWindowEntry(WindowListEntry entry, bool isOnScreen) {
   const NodeHandle handle = internals->state.tree.makeHandle();
   internals->state.stack.add({.handle = handle, .isOffScreen = !isOnScreen, .freeStanding = std::move(entry)});

@@ -185,6 +185,8 @@ class SimulatedDesktop {
   void setOffScreen(NodeHandle window, bool offScreen);
   // Whether the window list knows it at all. At first it does.
   void setListed(NodeHandle window, bool listed);
+  // While not, the window server gives no list. At first it does.
+  void setWindowListReadable(bool readable);
   // A window whose owner has no accessibility, in front of all others. `close` removes it.
   NodeHandle addWindowEntry(WindowListEntry entry, bool isOnScreen = true);
 

@@ -14,7 +14,8 @@ class SimulatedWindowList final : public WindowList {
  public:
   explicit SimulatedWindowList(DesktopState& state) : state(state) {}
 
-  std::vector<WindowListEntry> copyWindowInfo(WindowListOptions options) override {
+  Finding<std::vector<WindowListEntry>> readWindowInfo(WindowListOptions options) override {
+    if (!state.isWindowListReadable) return Limitation{"The window server does not answer."};
     return state.windowEntries(options);
   }
   SubscriptionHandle observeChanges(std::function<void()> onChange) override {

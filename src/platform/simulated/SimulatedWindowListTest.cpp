@@ -41,7 +41,8 @@ TEST_F(SimulatedWindowListTest, ListsEveryWindowFrontToBack) {
                              .windowName = "back",
                              .layer = 0,
                              .alpha = 1,
-                             .bounds = Rect{10, 20, 300, 200}}));
+                             .bounds = Rect{10, 20, 300, 200},
+                             .number = static_cast<std::int64_t>(back.id)}));
   EXPECT_EQ(desktop.roundTrips(), 0U);
 }
 

@@ -16,6 +16,7 @@ namespace {
 Held windowObject(const WindowListEntry& window) {
   std::vector<std::pair<Held, Held>> entries;
   const auto put = [&](CFStringRef key, Held value) { entries.emplace_back(Held::share(key), std::move(value)); };
+  if (window.number) put(kCGWindowNumber, integerObject(*window.number));
   if (window.ownerProcessIdentifier) put(kCGWindowOwnerPID, integerObject(*window.ownerProcessIdentifier));
   if (window.ownerName) put(kCGWindowOwnerName, stringObject(*window.ownerName));
   if (window.windowName) put(kCGWindowName, stringObject(*window.windowName));
@@ -51,6 +52,7 @@ MouseEventType mouseType(CGEventType type) {
 
 extern "C" {
 
+const CFStringRef kCGWindowNumber = CFSTR("kCGWindowNumber");
 const CFStringRef kCGWindowOwnerPID = CFSTR("kCGWindowOwnerPID");
 const CFStringRef kCGWindowOwnerName = CFSTR("kCGWindowOwnerName");
 const CFStringRef kCGWindowName = CFSTR("kCGWindowName");

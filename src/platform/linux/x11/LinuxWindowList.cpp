@@ -12,6 +12,7 @@ namespace quillard::x11 {
 namespace {
 
 constexpr Seconds kPartnerDelay{0.035};
+constexpr const char* kNoAnswer = "The X server cannot be reached, or does not answer.";
 
 }  // namespace
 
@@ -22,9 +23,12 @@ LinuxWindowList::LinuxWindowList(Windows& windows, RunningPrograms& programs, De
   subscription = watch.observe([this](const WindowsSnapshot& snapshot) { windowsChanged(snapshot); });
 }
 
-std::vector<platform::WindowListEntry> LinuxWindowList::copyWindowInfo(platform::WindowListOptions options) {
+platform::Finding<std::vector<platform::WindowListEntry>> LinuxWindowList::readWindowInfo(
+    platform::WindowListOptions options) {
+  const auto snapshot = windows.snapshot();
+  if (!snapshot.screen) return platform::Limitation{kNoAnswer};
   std::map<std::int32_t, std::optional<std::string>> names;  // Each process is looked up once, however many windows.
-  return listWindows(windows.snapshot(), options, [&](const Window& window) -> std::optional<std::string> {
+  return listWindows(snapshot, options, [&](const Window& window) -> std::optional<std::string> {
     if (!window.processIdentifier) return std::nullopt;
     const auto [name, isNew] = names.try_emplace(*window.processIdentifier);
     if (isNew) {

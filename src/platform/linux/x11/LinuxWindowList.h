@@ -29,7 +29,8 @@ class LinuxWindowList final : public platform::WindowList {
   LinuxWindowList(Windows& windows, RunningPrograms& programs, DesktopWatch& watch, AccessibleProcesses& accessible,
                   platform::SerialExecutor& mainThread);
 
-  [[nodiscard]] std::vector<platform::WindowListEntry> copyWindowInfo(platform::WindowListOptions options) override;
+  [[nodiscard]] platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
+      platform::WindowListOptions options) override;
   [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
 
  private:

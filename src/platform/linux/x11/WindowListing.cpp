@@ -58,7 +58,8 @@ std::vector<WindowListEntry> listWindows(const WindowsSnapshot& snapshot, Window
                           .ownerName = ownerName(*window),
                           .layer = layerOf(*window),
                           .alpha = window->opacity,
-                          .bounds = visibleBounds(*window)};
+                          .bounds = visibleBounds(*window),
+                          .number = window->id};
     if (!window->name.empty()) entry.windowName = window->name;
     entries.push_back(std::move(entry));
   }

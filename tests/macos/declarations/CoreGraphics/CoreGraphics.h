@@ -33,6 +33,7 @@ enum : CGWindowListOption {
   kCGWindowListExcludeDesktopElements = 16,
 };
 enum : CGWindowID { kCGNullWindowID = 0 };
+extern const CFStringRef kCGWindowNumber;
 extern const CFStringRef kCGWindowOwnerPID;
 extern const CFStringRef kCGWindowOwnerName;
 extern const CFStringRef kCGWindowName;

@@ -22,10 +22,11 @@ class ApprovalPress {
   virtual ~ApprovalPress() = default;
 
   // Brings the prompt's application to the front and finds the button, which blocks the main thread on purpose, for
-  // less than half a second; then presses it elsewhere. False: there is no such button, and `completion` never comes.
-  // True: it comes once, in a later turn of the main thread. One press at a time.
-  [[nodiscard]] virtual bool begin(const PendingApproval& approval, const std::string& buttonLabel,
-                                   Completion completion) = 0;
+  // less than half a second; then presses it elsewhere. Absent: `completion` comes once, in a later turn of the main
+  // thread. Otherwise why nothing is pressed, and `completion` never comes: `buttonNotFound`, also when the prompt
+  // could not be read, or `requiresDirectAccess` of the prompt on screen. One press at a time.
+  [[nodiscard]] virtual std::optional<ClickError> begin(const PendingApproval& approval, const std::string& buttonLabel,
+                                                        Completion completion) = 0;
 
   // The press under way ends within a tenth of a second, before it acts again, as one that failed.
   virtual void stop() = 0;

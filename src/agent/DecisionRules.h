@@ -15,9 +15,11 @@ namespace quillard::DecisionRules {
 // safe dismissal.
 [[nodiscard]] bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel);
 
-// The answer when nothing was pressed. `approval`: what the store holds by now; absent: gone.
+// The answer when nothing was pressed. `approval`: what the store holds by now; absent: gone. `reason`: what the press
+// found on the screen.
 [[nodiscard]] ApprovalResultCommand refusal(const ApprovalRequestCommand& command,
-                                            const std::optional<PendingApproval>& approval);
+                                            const std::optional<PendingApproval>& approval,
+                                            ClickError reason = ClickError::buttonNotFound);
 
 // The answer when a press was tried. `error` absent: the prompt went away.
 [[nodiscard]] ApprovalResultCommand outcome(const ApprovalRequestCommand& command,

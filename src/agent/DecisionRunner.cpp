@@ -34,13 +34,14 @@ void DecisionRunner::carryOutNextDecision() {
 void DecisionRunner::carryOut(const ApprovalRequestEnvelope& envelope) {
   const auto& command = envelope.command;
   const auto approval = store.approval(command.approvalID);
-  const bool isPressing =
-      approval && !DecisionRules::isBlocked(*approval, command.buttonLabel) &&
-      press->begin(
-          *approval, command.buttonLabel,
-          callbacks.bind([this, envelope](const std::optional<ClickError>& error) { pressEnded(envelope, error); }));
-  if (isPressing) return;
-  finishDecision(envelope.decisionID, DecisionRules::refusal(command, store.approval(command.approvalID)));
+  std::optional refusal{ClickError::buttonNotFound};
+  if (approval && !DecisionRules::isBlocked(*approval, command.buttonLabel)) {
+    refusal = press->begin(
+        *approval, command.buttonLabel,
+        callbacks.bind([this, envelope](const std::optional<ClickError>& error) { pressEnded(envelope, error); }));
+  }
+  if (!refusal) return;
+  finishDecision(envelope.decisionID, DecisionRules::refusal(command, store.approval(command.approvalID), *refusal));
 }
 
 void DecisionRunner::pressEnded(const ApprovalRequestEnvelope& envelope, const std::optional<ClickError>& error) {

@@ -33,7 +33,7 @@ struct FakePresses {
     ApprovalPress::Completion completion;
   };
   std::vector<Press> begun;
-  bool isButtonThere = true;
+  std::optional<ClickError> refusal;
   int stops = 0;
   std::function<void()> whenBegun;
 };
@@ -41,11 +41,12 @@ struct FakePresses {
 class FakePress final : public ApprovalPress {
  public:
   explicit FakePress(FakePresses& presses) : presses(presses) {}
-  bool begin(const PendingApproval& approval, const std::string& buttonLabel, Completion completion) override {
+  std::optional<ClickError> begin(const PendingApproval& approval, const std::string& buttonLabel,
+                                  Completion completion) override {
     if (presses.whenBegun) presses.whenBegun();
-    if (!presses.isButtonThere) return false;
+    if (presses.refusal) return presses.refusal;
     presses.begun.push_back({approval.windowTitle, buttonLabel, std::move(completion)});
-    return true;
+    return std::nullopt;
   }
   void stop() override { ++presses.stops; }
 
@@ -124,7 +125,7 @@ TEST_F(DecisionRunnerTest, APressThatFailedIsNoAnswerOfThePrompt) {
 TEST_F(DecisionRunnerTest, RefusesWhatItCannotFind) {
   decideFor(samples::uuid(99), "unknown", "Erase");
   EXPECT_THAT(presses.begun, IsEmpty());
-  presses.isButtonThere = false;
+  presses.refusal = ClickError::buttonNotFound;
   decide("vanished", "Erase");
   EXPECT_THAT(results, ElementsAre(std::string("unknown: ") + kNotFound, std::string("vanished: ") + kNotFound));
   EXPECT_THAT(answered, IsEmpty());
@@ -139,7 +140,7 @@ TEST_F(DecisionRunnerTest, APromptThatNeedsDirectAccessMayBeDismissedOnly) {
 }
 
 TEST_F(DecisionRunnerTest, ARefusalIsAboutWhatIsKnownWhenTheSearchEnds) {
-  presses.isButtonThere = false;
+  presses.refusal = ClickError::buttonNotFound;
   presses.whenBegun = [this] { store.replace({}); };
   decide("deny", "Cancel", "Keychain");
   EXPECT_THAT(results, ElementsAre(std::string("deny: ") + kNotFound));

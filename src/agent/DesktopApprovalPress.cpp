@@ -9,12 +9,13 @@ DesktopApprovalPress::DesktopApprovalPress(DesktopApprovalPressDependencies depe
 
 DesktopApprovalPress::~DesktopApprovalPress() = default;
 
-bool DesktopApprovalPress::begin(const PendingApproval& approval, const std::string& buttonLabel,
-                                 Completion completion) {
-  const auto button = clicker().focusAndResolve(approval, buttonLabel);
-  if (!button) return false;
-  clicker().click(approval, buttonLabel, *button, std::move(completion));
-  return true;
+std::optional<ClickError> DesktopApprovalPress::begin(const PendingApproval& approval, const std::string& buttonLabel,
+                                                      Completion completion) {
+  const auto resolution = clicker().focusAndResolve(approval, buttonLabel);
+  if (resolution.outcome == PromptResolution::Outcome::requiresDirectAccess) return ClickError::requiresDirectAccess;
+  if (!resolution.button) return ClickError::buttonNotFound;
+  clicker().click(approval, buttonLabel, *resolution.button, std::move(completion));
+  return std::nullopt;
 }
 
 void DesktopApprovalPress::stop() {

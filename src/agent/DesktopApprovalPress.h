@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "agent/ApprovalPress.h"
@@ -29,7 +30,8 @@ class DesktopApprovalPress final : public ApprovalPress {
   explicit DesktopApprovalPress(DesktopApprovalPressDependencies dependencies);
   ~DesktopApprovalPress() override;
 
-  bool begin(const PendingApproval& approval, const std::string& buttonLabel, Completion completion) override;
+  std::optional<ClickError> begin(const PendingApproval& approval, const std::string& buttonLabel,
+                                  Completion completion) override;
   void stop() override;
 
  private:

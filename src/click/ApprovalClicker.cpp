@@ -3,6 +3,15 @@
 #include <utility>
 
 namespace quillard {
+namespace {
+
+// The approval as the one appearance in whose window the button was found.
+PendingApproval tied(PendingApproval approval, const ResolvedDialogButton& button) {
+  approval.window = button.promptWindow.element;
+  return approval;
+}
+
+}  // namespace
 
 ApprovalClicker::ApprovalClicker(DialogDetector& detector, DialogFocusResolver& focusResolver,
                                  const ClickDependencies& dependencies, platform::Executors& executors)
@@ -17,8 +26,7 @@ ApprovalClicker::~ApprovalClicker() {
   queue.reset();
 }
 
-std::optional<ResolvedDialogButton> ApprovalClicker::focusAndResolve(const PendingApproval& approval,
-                                                                     const std::string& buttonLabel) {
+PromptResolution ApprovalClicker::focusAndResolve(const PendingApproval& approval, const std::string& buttonLabel) {
   return focusResolver.focusAndResolve(approval, buttonLabel, [this](Seconds duration) {
     dependencies.clock.sleep(duration);
     return true;
@@ -29,7 +37,7 @@ void ApprovalClicker::click(const PendingApproval& approval, const std::string& 
                             const ResolvedDialogButton& button, Completion completion) {
   stopRequested = std::make_shared<std::atomic<bool>>(false);
   queue->post([&detector = detector, &focusResolver = focusResolver, dependencies = dependencies,
-               &mainThread = mainThread, stop = stopRequested, approval, buttonLabel, button,
+               &mainThread = mainThread, stop = stopRequested, prompt = tied(approval, button), buttonLabel, button,
                completion = std::move(completion)] {
     const auto shouldStop = [&stop] { return stop->load(); };
     const auto sleep = [&](Seconds duration) {
@@ -37,8 +45,8 @@ void ApprovalClicker::click(const PendingApproval& approval, const std::string& 
     };
     const auto error = ClickExecutor::click(
         button, dependencies,
-        {.presence = [&] { return detector.presenceOf(approval); },
-         .refreshedButton = [&] { return focusResolver.focusAndResolve(approval, buttonLabel, sleep); },
+        {.presence = [&] { return detector.presenceOf(prompt, button.promptWindow); },
+         .refreshedButton = [&] { return focusResolver.focusAndResolve(prompt, buttonLabel, sleep).button; },
          .shouldStop = shouldStop});
     mainThread.post([completion, error] { completion(error); });
   });

@@ -38,10 +38,10 @@ class ApprovalClicker {
   // Brings the prompt's application to the front, waits for it to come, and searches for the live button, twice. Blocks
   // the main thread on purpose, so that the application comes to the front before anything is pressed: 0.2 s, and
   // 0.25 s more when the button is not there at first.
-  [[nodiscard]] std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval,
-                                                                    const std::string& buttonLabel);
+  [[nodiscard]] PromptResolution focusAndResolve(const PendingApproval& approval, const std::string& buttonLabel);
 
-  // Presses `button` until the prompt is gone, as `ClickExecutor` does, after every press asked for before.
+  // Presses `button` until the prompt is gone, as `ClickExecutor` does, after every press asked for before. From here
+  // on the prompt is the one in `button.promptWindow`: a twin neither counts as present nor is pressed in its place.
   // `completion` comes once, in a later turn of the main thread; never when this is destroyed before.
   void click(const PendingApproval& approval, const std::string& buttonLabel, const ResolvedDialogButton& button,
              Completion completion);

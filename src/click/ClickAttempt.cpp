@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/elements/AXHelpers.h"
 
 namespace quillard {
@@ -20,10 +21,10 @@ constexpr Seconds kPauseAfterPreparing{0.1};
 constexpr Seconds kPauseAfterFocusing{0.08};
 constexpr Seconds kPauseBetweenEvents{0.08};
 
-// Whether the answer says that the application never got as far as the button. Any other error may follow a press.
+// Whether the answer says that the request never reached the application. Any other may follow a press: an element that
+// is gone, or an action that it does not offer, may be so because it acted.
 bool isRefusedBeyondDoubt(AXError error) {
-  constexpr std::array kRefusals{AXError::illegalArgument, AXError::invalidUIElement, AXError::actionUnsupported,
-                                 AXError::notImplemented, AXError::apiDisabled};
+  constexpr std::array kRefusals{AXError::illegalArgument, AXError::notImplemented, AXError::apiDisabled};
   return std::find(kRefusals.begin(), kRefusals.end(), error) != kRefusals.end();
 }
 
@@ -52,7 +53,7 @@ std::optional<ClickError> ClickAttempt::run() {
     const auto progress = (this->*path)();
     if (progress != Progress::promptRemains) return outcome(progress);
   }
-  return outcome(isPromptStillPresent() ? Progress::promptRemains : Progress::promptGone);
+  return outcome(prompt());
 }
 
 std::optional<ClickError> ClickAttempt::outcome(Progress progress) const {
@@ -64,6 +65,13 @@ std::optional<ClickError> ClickAttempt::outcome(Progress progress) const {
       return ClickError::buttonNotFound;
     case Progress::eventNotCreated:
       return ClickError::unableToCreateEvent;
+    case Progress::presenceUnknown:
+      if (!hasActed) return ClickError::promptNotReadable;
+      return whyUnknown == PromptPresence::UnknownReason::applicationDidNotAnswer ? ClickError::programStoppedAnswering
+                                                                                  : ClickError::outcomeNotReadable;
+    case Progress::requiresDirectAccess:
+      if (!hasActed) return ClickError::requiresDirectAccess;
+      break;
     case Progress::promptRemains:
     case Progress::stopped:
       break;
@@ -73,34 +81,58 @@ std::optional<ClickError> ClickAttempt::outcome(Progress progress) const {
 
 // ---- Checks and waits
 
-std::optional<ClickAttempt::Progress> ClickAttempt::blocker() const {
+std::optional<ClickAttempt::Progress> ClickAttempt::blocker() {
   if (shouldStop()) return Progress::stopped;
-  if (!isPromptStillPresent()) return Progress::promptGone;
+  if (const auto progress = prompt(); progress != Progress::promptRemains) return progress;
   if (!button.isIntact()) return Progress::promptRemains;
   if (shouldStop()) return Progress::stopped;  // The checks may have taken long.
   return std::nullopt;
 }
 
-std::optional<ClickAttempt::Progress> ClickAttempt::blocker(const Proof& proof) const {
+std::optional<ClickAttempt::Progress> ClickAttempt::blocker(const Proof& proof) {
   if (auto blocked = blocker()) return blocked;
   return proof() ? std::nullopt : std::optional{Progress::promptRemains};
+}
+
+ClickAttempt::Progress ClickAttempt::prompt() {
+  const auto progress = asProgress(callbacks.presence());
+  if (progress != Progress::presenceUnknown) return progress;
+  return waitUntil(ClickExecutor::standardClearDelays,
+                   [](Progress known) { return known != Progress::presenceUnknown; });
+}
+
+ClickAttempt::Progress ClickAttempt::asProgress(const PromptPresence& presence) {
+  if (presence.isGone()) return Progress::promptGone;
+  if (const auto reason = presence.unknownReason()) {
+    whyUnknown = *reason;
+    return Progress::presenceUnknown;
+  }
+  const bool isBlocked = presence.requiresDirectAccessNow() && !DialogButtonSemantics::isSafeDismissal(button.label());
+  return isBlocked ? Progress::requiresDirectAccess : Progress::promptRemains;
 }
 
 bool ClickAttempt::sleep(Seconds duration) const {
   return ClickExecutor::sleepUnlessStopped(clock, duration, callbacks.shouldStop);
 }
 
-ClickAttempt::Progress ClickAttempt::waitToClear(std::span<const Seconds> delays) const {
+ClickAttempt::Progress ClickAttempt::waitToClear(std::span<const Seconds> delays) {
+  return waitUntil(delays, [](Progress progress) { return progress == Progress::promptGone; });
+}
+
+ClickAttempt::Progress ClickAttempt::waitUntil(std::span<const Seconds> delays,
+                                               const std::function<bool(Progress)>& isEnough) {
+  auto progress = Progress::promptRemains;
   for (const Seconds delay : delays) {
     if (!sleep(delay)) return Progress::stopped;
-    if (!isPromptStillPresent()) return Progress::promptGone;
+    progress = asProgress(callbacks.presence());
+    if (isEnough(progress)) break;
   }
-  return Progress::promptRemains;
+  return progress;
 }
 
 AXError ClickAttempt::perform(const AXUIElement& target, std::string_view action) {
   const auto answer = accessibility.performAction(target, action);
-  if (answer != AXError::invalidUIElement) hasActed = true;  // Where there was nothing, nothing was pressed.
+  if (!isRefusedBeyondDoubt(answer)) hasActed = true;
   return answer;
 }
 
@@ -110,8 +142,7 @@ ClickAttempt::Progress ClickAttempt::pressDirectly() {
   (void)button.owningApplication();  // Bounds the waits.
   if (const auto blocked = blocker()) return *blocked;
   const auto answer = perform(button.element(), ax::kPressAction);
-  mayPressHaveLanded = !isRefusedBeyondDoubt(answer);
-  if (answer != AXError::success) return Progress::promptRemains;
+  if (isRefusedBeyondDoubt(answer)) return Progress::promptRemains;
   return waitToClear(ClickExecutor::acceptedPressClearDelays);
 }
 
@@ -121,16 +152,20 @@ ClickAttempt::Progress ClickAttempt::findAgainWhenDead() {
     const auto progress = findAgain();
     if (progress != Progress::promptRemains) return progress;
   }
-  return isPromptStillPresent() ? Progress::promptRemains : Progress::promptGone;
+  return prompt();
 }
 
 // A button that died of a press is not missed: then the prompt has gone with it.
 ClickAttempt::Progress ClickAttempt::findAgain() {
-  const auto hasGone = [this] { return mayPressHaveLanded && !isPromptStillPresent(); };
-  if (hasGone()) return Progress::promptGone;
+  if (hasActed) {
+    if (const auto progress = prompt(); progress != Progress::promptRemains) return progress;
+  }
   auto found = callbacks.refreshedButton();
   const bool isApproved = found && found->button.label == button.label();
-  if (!isApproved) return hasGone() ? Progress::promptGone : Progress::buttonLost;
+  if (!isApproved) {
+    const auto progress = prompt();
+    return progress == Progress::promptRemains ? Progress::buttonLost : progress;
+  }
   button.replace(*std::move(found));
   return Progress::promptRemains;
 }

@@ -40,7 +40,9 @@ class ClickAttempt {
     promptGone,
     stopped,
     eventNotCreated,
-    buttonLost,  // The button has died and could not be found again.
+    buttonLost,            // The button has died and could not be found again.
+    presenceUnknown,       // For as long as a click waits for it; `whyUnknown` holds the reason.
+    requiresDirectAccess,  // Which it did not when it was approved.
   };
 
   using Act = std::function<Progress(const platform::AXUIElement&)>;
@@ -68,15 +70,19 @@ class ClickAttempt {
 
   // The checks right before each act: why nothing may be done now; `promptRemains` when the button is not what it was,
   // or when `proof` does not hold. Absent: it may be done.
-  [[nodiscard]] std::optional<Progress> blocker() const;
-  [[nodiscard]] std::optional<Progress> blocker(const Proof& proof) const;
+  [[nodiscard]] std::optional<Progress> blocker();
+  [[nodiscard]] std::optional<Progress> blocker(const Proof& proof);
 
-  [[nodiscard]] bool isPromptStillPresent() const { return !callbacks.presence().isGone(); }
+  // Where the prompt stands: `promptRemains` only when it was seen. Waits for a presence that is unknown at first.
+  [[nodiscard]] Progress prompt();
+  [[nodiscard]] Progress asProgress(const PromptPresence& presence);
   [[nodiscard]] bool shouldStop() const { return callbacks.shouldStop && callbacks.shouldStop(); }
   // False when the click was stopped meanwhile.
   [[nodiscard]] bool sleep(Seconds duration) const;
   // Sleeps through the delays one after another and checks presence after each, until the prompt is gone.
-  [[nodiscard]] Progress waitToClear(std::span<const Seconds> delays) const;
+  [[nodiscard]] Progress waitToClear(std::span<const Seconds> delays);
+  // The same until what was found is enough. Gives what the last check found.
+  [[nodiscard]] Progress waitUntil(std::span<const Seconds> delays, const std::function<bool(Progress)>& isEnough);
 
   Progress findAgain();
   Progress prepareWindow(const platform::AXUIElement& window);
@@ -102,7 +108,7 @@ class ClickAttempt {
   platform::Clock& clock;
   const ClickCallbacks& callbacks;
   bool hasActed = false;  // An action was asked for, or something went down, that may have pressed the button.
-  bool mayPressHaveLanded = false;  // The direct press was made, and not refused beyond doubt.
+  PromptPresence::UnknownReason whyUnknown{};  // Of the newest presence that was unknown.
 };
 
 }  // namespace quillard

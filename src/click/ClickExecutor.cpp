@@ -24,6 +24,14 @@ std::string_view localizedDescription(ClickError error) {
       return "The approval request is no longer pending.";
     case ClickError::buttonNotFound:
       return "The approved button no longer exists on screen.";
+    case ClickError::requiresDirectAccess:
+      return "This prompt requires direct Mac access.";
+    case ClickError::promptNotReadable:
+      return "The button was not pressed, since the dialog could not be read.";
+    case ClickError::programStoppedAnswering:
+      return "The button was pressed, but the program has stopped answering.";
+    case ClickError::outcomeNotReadable:
+      return "The button was pressed, but it could not be read whether the dialog has gone.";
     case ClickError::promptStillPresent:
       break;
   }

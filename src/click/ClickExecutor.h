@@ -15,9 +15,18 @@
 
 namespace quillard {
 
-// Why a prompt was not answered as approved. `pendingApprovalNotFound` and `buttonNotFound` are also raised before a
-// click begins: no such approval, no such button.
-enum class ClickError { unableToCreateEvent, pendingApprovalNotFound, buttonNotFound, promptStillPresent };
+// Why a prompt was not answered as approved. `pendingApprovalNotFound`, `buttonNotFound` and `requiresDirectAccess` are
+// also raised before a click begins: no such approval, no such button, a prompt that may not be approved from afar.
+enum class ClickError {
+  unableToCreateEvent,
+  pendingApprovalNotFound,
+  buttonNotFound,
+  promptStillPresent,
+  requiresDirectAccess,     // Nothing was pressed: the prompt on screen requires direct access by now.
+  promptNotReadable,        // Nothing was pressed: it could not be read whether the prompt is still there.
+  programStoppedAnswering,  // Something was pressed, and the program has been silent since.
+  outcomeNotReadable,       // Something was pressed, and it could not be read whether the prompt went.
+};
 
 // The text for the user; never empty.
 [[nodiscard]] std::string_view localizedDescription(ClickError error);
@@ -31,9 +40,9 @@ struct ClickDependencies {
 
 // What one click asks while it runs. Called on the thread of the click, never after it has returned.
 struct ClickCallbacks {
-  // Whether the approved prompt is on screen. An unknown presence keeps the click going, as one that is there does.
+  // Whether the approved prompt is on screen, in the window in which its button was found.
   std::function<PromptPresence()> presence;
-  // The approved button, found again on the screen. Absent: nowhere.
+  // The approved button, found again in that window. Absent: it is not there.
   std::function<std::optional<ResolvedDialogButton>()> refreshedButton;
   // Whether the click is to end before it acts again. Empty: never.
   std::function<bool()> shouldStop{};
@@ -58,9 +67,17 @@ struct ClickCallbacks {
 // cannot prove it is passed over.
 //
 // A prompt that goes before the click has done anything was answered by something else, so the click fails with
-// `buttonNotFound`: reporting success would claim that the approved button was pressed. A press that the application
-// answered with an error counts as done when the prompt is gone afterwards, since many act and then fail to answer. One
-// that was refused beyond doubt, for example since the element offers no such action, does not count.
+// `buttonNotFound`: reporting success would claim that the approved button was pressed.
+//
+// What a press did is judged by the prompt alone, not by the answer to it: many programs act and then fail to answer,
+// or answer that the element, or the action, is none of theirs by then. So the schedule of an accepted press is waited
+// for after every answer but those that say that the request never reached the program.
+//
+// A presence that is unknown is neither there nor gone. The click does nothing until it is known again, for the length
+// of one schedule. When it is not known then, the click ends: a prompt that may have been answered is not pressed again
+// unseen. The error says what is known: that something was pressed, or that nothing was.
+//
+// A prompt that requires direct access by now is not pressed, unless the approved button dismisses it safely.
 //
 // What goes down, a key or a mouse button, always comes up again, also when the click is stopped in between.
 namespace ClickExecutor {

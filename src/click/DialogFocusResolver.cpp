@@ -12,14 +12,13 @@ DialogFocusResolver::DialogFocusResolver(DialogDetector& detector, platform::Acc
                                          platform::Workspace& workspace)
     : detector(detector), accessibility(accessibility), workspace(workspace) {}
 
-std::optional<ResolvedDialogButton> DialogFocusResolver::focusAndResolve(const PendingApproval& approval,
-                                                                         const std::string& buttonLabel,
-                                                                         const Sleep& sleep) {
+PromptResolution DialogFocusResolver::focusAndResolve(const PendingApproval& approval, const std::string& buttonLabel,
+                                                      const Sleep& sleep) {
   focusApplication(approval);
-  if (!sleep(kFocusDelay)) return std::nullopt;
-  if (auto button = resolveCurrentButton(approval, buttonLabel)) return button;
-  if (!sleep(kSecondSearchDelay)) return std::nullopt;
-  return resolveCurrentButton(approval, buttonLabel);
+  if (!sleep(kFocusDelay)) return {};
+  auto resolution = detector.resolve(approval, buttonLabel);
+  if (resolution.button || !sleep(kSecondSearchDelay)) return resolution;
+  return detector.resolve(approval, buttonLabel);
 }
 
 void DialogFocusResolver::focusApplication(const PendingApproval& approval) {

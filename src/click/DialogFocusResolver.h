@@ -25,18 +25,18 @@ class DialogFocusResolver {
   // All outlive the resolver. `detector` need not be the one that scans.
   DialogFocusResolver(DialogDetector& detector, platform::Accessibility& accessibility, platform::Workspace& workspace);
 
-  // `focusApplication`, 0.2 s for the application to come, then `resolveCurrentButton`; once more 0.25 s later when the
-  // button is not there yet, since an application that comes to the front may be busy showing its windows. Absent when
-  // there is no such button, or when `sleep` was stopped.
-  [[nodiscard]] std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval,
-                                                                    const std::string& buttonLabel, const Sleep& sleep);
+  // `focusApplication`, 0.2 s for the application to come, then `DialogDetector::resolve`; once more 0.25 s later when
+  // the button is not there yet, since an application that comes to the front may be busy showing its windows. Not
+  // found, too, when `sleep` was stopped.
+  [[nodiscard]] PromptResolution focusAndResolve(const PendingApproval& approval, const std::string& buttonLabel,
+                                                 const Sleep& sleep);
 
   // Asks the prompt's application to show itself and come to the front. Does nothing when it has ended; whether it came
   // shows only some time later.
   void focusApplication(const PendingApproval& approval);
 
-  // The live button labelled exactly `buttonLabel`, in the window that matches the approval best, which is restored and
-  // raised. Absent when there is none.
+  // The live button labelled exactly `buttonLabel`, in the window that the approval names, or that matches it best; the
+  // window is restored and raised. Absent when there is none.
   [[nodiscard]] std::optional<ResolvedDialogButton> resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel);
 

@@ -58,9 +58,11 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
       suppressionStore(suppressionStore),
       dependencies(dependencies),
       search({.accessibility = dependencies.accessibility,
+              .workspace = dependencies.workspace,
+              .windowList = dependencies.windowList,
+              .descendantsPerWindow = kApprovalDescendantLimit,
               .windowsIn = [this](AXReadScope& scope) { return windowsIn(scope); },
-              .candidateIn = [this](AXReadScope& scope,
-                                    const WindowSource& source) { return candidateIn(scope, source); }}) {}
+              .read = [this](AXReadScope& scope, const WindowSource& source) { return contentOf(scope, source); }}) {}
 
 bool DialogDetector::isPermissionDenied() const {
   return dependencies.accessibility.isProcessTrusted() == platform::ProcessTrust::denied;
@@ -131,17 +133,21 @@ WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
           dependencies.workspace, dependencies.windowList,  scope};
 }
 
-std::optional<PromptReading> DialogDetector::acceptedReading(AXReadScope& scope, const WindowSource& source) {
-  if (source.processIdentifier == ownProcessIdentifier) return std::nullopt;
+WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& source) {
+  if (source.processIdentifier == ownProcessIdentifier) return {};
   auto reading = PromptReader::readPrompt(scope, source, kApprovalDescendantLimit);
-  if (scope.missedTimeout(source.window)) return std::nullopt;
-  if (!DialogPromptClassifier::classify(reading.evidence).accepted) return std::nullopt;
-  return reading;
+  WindowContent content{.prompt = std::nullopt, .isWhole = !reading.hasUnreadableText};
+  if (!scope.missedTimeout(source.window) && DialogPromptClassifier::classify(reading.evidence).accepted) {
+    const auto beyond = PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
+    content.prompt = PromptCandidate{reading.content, approvalOf(source, reading, directAccessReason(reading, beyond))};
+  }
+  if (scope.missedTimeout(source.window)) return {.prompt = std::nullopt, .isWhole = false};
+  return content;
 }
 
 std::optional<PendingApproval> DialogDetector::approvalForWindowSource(AXReadScope& scope, const WindowSource& source) {
-  auto candidate = candidateIn(scope, source);
-  return candidate ? std::optional(std::move(candidate->approval)) : std::nullopt;
+  auto content = contentOf(scope, source);
+  return content.prompt ? std::optional(std::move(content.prompt->approval)) : std::nullopt;
 }
 
 PendingApproval DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading,
@@ -173,15 +179,15 @@ PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { ret
 
 std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel) {
-  return search.resolveCurrentButton(approval, buttonLabel);
+  return search.resolve(approval, buttonLabel).button;
 }
 
-std::optional<PromptCandidate> DialogDetector::candidateIn(AXReadScope& scope, const WindowSource& source) {
-  auto reading = acceptedReading(scope, source);
-  if (!reading) return std::nullopt;
-  const auto beyond = PromptReader::readBeyond(scope, *reading, kApprovalDescendantLimit);
-  if (scope.missedTimeout(source.window)) return std::nullopt;
-  return PromptCandidate{reading->content, approvalOf(source, *reading, directAccessReason(*reading, beyond))};
+PromptPresence DialogDetector::presenceOf(const PendingApproval& approval, const PromptWindow& window) {
+  return search.presenceOf(approval, window);
+}
+
+PromptResolution DialogDetector::resolve(const PendingApproval& approval, const std::string& buttonLabel) {
+  return search.resolve(approval, buttonLabel);
 }
 
 }  // namespace quillard

@@ -69,37 +69,36 @@ class DialogDetector {
   // Suppressed prompts and prompts met for the first time are among them. Changes nothing here.
   [[nodiscard]] DesktopDiagnosis diagnose();
 
-  // Whether some window still shows the prompt: one of the same process and content, wherever it lies now. A window
-  // counts at the first check, without the second scan that publishing takes, and so does a suppressed prompt: what is
-  // muted is on the screen all the same.
+  // Whether the prompt is still on screen, as `PromptSearch` proves it: in the window that the approval names, else in
+  // some window of the same process and content, wherever it lies now. A window counts at the first check, without the
+  // second scan that publishing takes, and whether its kind is suppressed or not.
   //
-  // The prompt's own application is asked first, and a prompt that it shows is there: that costs a few requests, on a
-  // desktop of any size. Only before it says "gone" are the windows of the whole desktop read. Unknown when
-  // accessibility is not granted, or when the prompt's application misses its time-out; that of another one proves
-  // nothing either way.
+  // A prompt that is there costs a few requests to its own application, on a desktop of any size. Only of an approval
+  // that names no window are the windows of the whole desktop read, before it counts as gone. Unknown when nothing
+  // could be read, or when the prompt's application misses its time-out; that of another one proves nothing either way.
   [[nodiscard]] PromptPresence presenceOf(const PendingApproval& approval);
+  // The same in the window in which the prompt was found for a press, whose end the window server may know.
+  [[nodiscard]] PromptPresence presenceOf(const PendingApproval& approval, const PromptWindow& window);
   // The same as yes or no: an unknown presence is yes, since nothing has shown that the prompt went.
   [[nodiscard]] bool isPromptStillPresent(const PendingApproval& approval) { return !presenceOf(approval).isGone(); }
 
-  // The live button labelled exactly `buttonLabel` in the window that matches the approval best; of equal ones the
-  // first met. Its window is restored and raised. Absent when no window matches, or none has such a button.
-  //
-  // The prompt's own application is asked first, too. A window of it that has not moved is taken; one that has moved
-  // is compared with all other windows, since an equal one may lie nearer.
+  // The live button labelled exactly `buttonLabel` in the window that the approval names, or else in the one that
+  // matches it best; of equal ones the first met. Its window is restored and raised. Absent unless `resolve` finds it.
   [[nodiscard]] std::optional<ResolvedDialogButton> resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel);
+  // The same, and why there is none.
+  [[nodiscard]] PromptResolution resolve(const PendingApproval& approval, const std::string& buttonLabel);
 
  private:
   [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] bool isPermissionDenied() const;
-  [[nodiscard]] std::optional<PromptReading> acceptedReading(platform::AXReadScope& scope, const WindowSource& source);
   // Suppressed or not: that decides what a scan lists, never whether a prompt is there.
   [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
                                                                        const WindowSource& source);
   [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
                                            const std::optional<std::string>& directAccess);
   void confirm(ScanOutcome& outcome);
-  [[nodiscard]] std::optional<PromptCandidate> candidateIn(platform::AXReadScope& scope, const WindowSource& source);
+  [[nodiscard]] WindowContent contentOf(platform::AXReadScope& scope, const WindowSource& source);
   void printDiagnostics(const std::vector<WindowSource>& sources);
 
   const std::int32_t ownProcessIdentifier;

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "click/semantics/DialogButtonSemantics.h"
 #include "foundation/Text.h"
 
 namespace quillard {
@@ -40,6 +41,10 @@ std::optional<std::string> directAccessRequiredReason(const std::string& title,
   if (containsAny(shown, kSecretWords)) return secretRequiredReason();
   if (opensSettings(buttonLabels) || containsAny(shown, kSettingsWords)) return std::string(kSettingsReason);
   return std::nullopt;
+}
+
+bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel) {
+  return prompt.requiresDirectAccess && !DialogButtonSemantics::isSafeDismissal(buttonLabel);
 }
 
 std::string secretRequiredReason() {

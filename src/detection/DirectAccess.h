@@ -2,7 +2,10 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "approvals/PendingApproval.h"
 
 namespace quillard {
 
@@ -14,6 +17,10 @@ namespace quillard {
 [[nodiscard]] std::optional<std::string> directAccessRequiredReason(const std::string& title,
                                                                     const std::vector<std::string>& messageLines,
                                                                     const std::vector<std::string>& buttonLabels);
+
+// Whether a press of this button needs the person at the computer: the prompt requires direct access, and the button
+// does more than dismiss it.
+[[nodiscard]] bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel);
 
 // The reason of a prompt that asks for a secret by its fields instead of its words.
 [[nodiscard]] std::string secretRequiredReason();

@@ -47,6 +47,7 @@ struct ClickWorld : DetectionWorld {
     chosen = label;
     approval = scanTwice().at(0);
     resolved = detector.resolveCurrentButton(*approval, label);
+    approval->window = resolved.value().promptWindow.element;
     approvedButtons.insert(*desktop().node(resolved.value().element));
   }
 
@@ -87,7 +88,7 @@ struct ClickWorld : DetectionWorld {
   }
 
   PromptPresence presence() {
-    if (!fakePresence) return detector.presenceOf(*approval);
+    if (!fakePresence) return detector.presenceOf(*approval, resolved->promptWindow);
     return fakePresence() ? PromptPresence::there() : PromptPresence::gone();
   }
   bool isPromptPresent() { return !presence().isGone(); }
@@ -122,6 +123,7 @@ struct ClickWorld : DetectionWorld {
   bool isQuestionGone = false;
   int rightPresses = 0;
   std::vector<std::string> wrongPresses;  // Labels.
+  bool wasPressRequested = false;         // For the test to note: also of an element that had gone by then.
   int unavoidablePresses = 0;             // Wrong ones, by a change after the last check.
 
  private:

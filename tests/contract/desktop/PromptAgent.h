@@ -40,18 +40,21 @@ class PromptAgent {
 
   // As ApprovalClicker does it.
   std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval, const std::string& label) {
-    return resolver.focusAndResolve(approval, label, [this](Seconds duration) {
+    const auto sleep = [this](Seconds duration) {
       binding.clock().sleep(duration);
       return true;
-    });
+    };
+    return resolver.focusAndResolve(approval, label, sleep).button;
   }
 
   std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
-    const auto find = [&, this] { return focusAndResolve(approval, label); };
-    const auto button = find();
+    const auto button = focusAndResolve(approval, label);
     if (!button) return ClickError::buttonNotFound;
+    auto prompt = approval;
+    prompt.window = button->promptWindow.element;
     return ClickExecutor::click(*button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
-                                {.presence = [&] { return detector.presenceOf(approval); }, .refreshedButton = find});
+                                {.presence = [&] { return detector.presenceOf(prompt, button->promptWindow); },
+                                 .refreshedButton = [&] { return focusAndResolve(prompt, label); }});
   }
 
   DesktopBinding& binding;

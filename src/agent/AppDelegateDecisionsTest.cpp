@@ -260,6 +260,125 @@ TEST(AppDelegateDecisions, APhoneThatWasCutOffLearnsTheOutcomeByAskingAgain) {
   EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
 }
 
+// ---- One tap, one press, a true answer
+
+constexpr const char* kStoppedAnswering = "failed: The button was pressed, but the program has stopped answering.";
+
+// The prompt, with what happens when one of its buttons is pressed.
+DialogSpec promptThat(PressEffect::Act act, platform::AXError answer = platform::AXError::success) {
+  auto spec = erasePrompt();
+  spec.frame = Rect{100, 100, 400, 180};
+  spec.effect = PressEffect::runs(std::move(act), answer);
+  return spec;
+}
+
+TEST(AppDelegateDecisions, OneTapPressesOneOfTwoIdenticalPrompts) {
+  for (const double distance : {30.0, 300.0}) {
+    DecidingAgent agent;
+    auto spec = erasePrompt();
+    spec.frame = Rect{100, 100, 400, 180};
+    const auto first = agent.desktop().open(spec);
+    spec.frame->y += distance;
+    const auto second = agent.desktop().open(*agent.desktop().owner(first), spec);
+    agent.advance(3);
+    ASSERT_THAT(agent.phone.shown(), SizeIs(2));
+    const auto chosen = agent.phone.shown().front().id;
+    const auto decision = agent.phone.decide(chosen, "Erase");
+    agent.advance(30);
+    EXPECT_THAT(agent.phone.answers(*decision), ElementsAre("accepted"));
+    EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
+    EXPECT_NE(agent.desktop().isOpen(first), agent.desktop().isOpen(second));
+    EXPECT_THAT(agent.phone.shown(), SizeIs(1)) << "the other one waits for its own answer";
+  }
+}
+
+TEST(AppDelegateDecisions, ATwinThatComesUpAtThePressIsNotPressed) {
+  DecidingAgent agent;
+  NodeHandle twin{};
+  auto spec = promptThat([&twin](auto& desktop, NodeHandle pressed) {
+    const auto owner = *desktop.owner(pressed);
+    desktop.close(*desktop.promptOf(pressed));
+    auto same = erasePrompt();
+    same.frame = Rect{100, 100, 400, 180};
+    twin = desktop.open(owner, same);
+  });
+  agent.show(spec);
+  const auto decision = agent.decide("Erase disk?", "Erase");
+  agent.advance(0.6);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre("accepted"));
+  agent.advance(30);
+  EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
+  EXPECT_TRUE(agent.desktop().isOpen(twin));
+}
+
+TEST(AppDelegateDecisions, MutingDuringThePressDoesNotMakeAPromptThatStaysLookAnswered) {
+  DecidingAgent agent;
+  agent.show(stubborn("Stubborn"));
+  const auto suppressionID = agent.phone.shown().at(0).suppressionID;
+  const auto decision = agent.decide("Stubborn", "Erase");
+  agent.advance(0.25);
+  agent.phone.suppress(suppressionID);
+  agent.advance(60);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kStillThere));
+}
+
+TEST(AppDelegateDecisions, ADenialWorkedWhenTheWindowClosedAlthoughItsProgramIsSilentSince) {
+  DecidingAgent agent;
+  auto spec = promptThat(
+      [](auto& desktop, NodeHandle pressed) {
+        const auto owner = *desktop.owner(pressed);
+        desktop.close(*desktop.promptOf(pressed));
+        desktop.hang(owner);
+      },
+      platform::AXError::cannotComplete);
+  agent.show(spec);
+  const auto decision = agent.decide("Erase disk?", "Cancel");
+  agent.advance(60);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre("accepted"));
+}
+
+TEST(AppDelegateDecisions, AProgramThatStopsAnsweringAtThePressIsReportedAsThat) {
+  DecidingAgent agent;
+  auto spec = promptThat([](auto& desktop, NodeHandle pressed) { desktop.hang(*desktop.owner(pressed)); },
+                         platform::AXError::cannotComplete);
+  const auto dialog = agent.show(spec);
+  const auto decision = agent.decide("Erase disk?", "Erase");
+  agent.advance(60);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kStoppedAnswering));
+  EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
+  EXPECT_TRUE(agent.desktop().isOpen(dialog));
+}
+
+TEST(AppDelegateDecisions, AnActionThatAnswersWithAnErrorAndActsLaterIsDone) {
+  for (const auto answer : {platform::AXError::cannotComplete, platform::AXError::actionUnsupported,
+                            platform::AXError::invalidUIElement, platform::AXError::failure}) {
+    DecidingAgent agent;
+    auto spec = promptThat(
+        [](auto& desktop, NodeHandle pressed) {
+          desktop.later(Seconds{4}, [&desktop, pressed] { desktop.close(*desktop.promptOf(pressed)); });
+        },
+        answer);
+    agent.show(spec);
+    const auto decision = agent.decide("Erase disk?", "Erase");
+    agent.advance(60);
+    EXPECT_THAT(agent.phone.answers(decision), ElementsAre("accepted")) << static_cast<int>(answer);
+    EXPECT_THAT(agent.desktop().presses(), SizeIs(1)) << static_cast<int>(answer);
+  }
+}
+
+TEST(AppDelegateDecisions, APromptThatAsksForASecretByTheTimeOfThePressRequiresDirectAccess) {
+  DecidingAgent agent;
+  const auto dialog = agent.show(erasePrompt());
+  const auto line = agent.phone.shown().at(0).messageLines.at(0);
+  agent.decide("Erase disk?", "");  // Nothing has that label; it only keeps the agent busy.
+  const auto decision = agent.decide("Erase disk?", "Erase");
+  agent.desktop().addChild(
+      dialog, {.role = "AXTextField", .subrole = "AXSecureTextField", .title = line, .frame = Rect{0, 0, 100, 20}});
+  agent.advance(3);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(StartsWith("requires_direct_access: ")));
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+}
+
 // ---- What goes on meanwhile
 
 TEST(AppDelegateDecisions, APressDoesNotHoldUpTheRest) {

@@ -43,6 +43,16 @@ TEST(DecisionRules, ABlockedDecisionSaysWhy) {
   EXPECT_EQ(refusal(kAllow, prompt(true)).error, "This prompt requires direct Mac access.");
 }
 
+TEST(DecisionRules, APromptThatRequiresDirectAccessOnScreenIsNotApprovedWhateverTheRecordSays) {
+  for (const auto& approval : {std::optional(prompt(false)), std::optional<PendingApproval>{}}) {
+    const auto refused = refusal(kAllow, approval, ClickError::requiresDirectAccess);
+    EXPECT_EQ(refused.status, "requires_direct_access");
+    EXPECT_EQ(refused.error, "This prompt requires direct Mac access.");
+  }
+  EXPECT_EQ(refusal(kAllow, prompt(true, "Because."), ClickError::requiresDirectAccess).error, "Because.");
+  EXPECT_EQ(outcome(kAllow, ClickError::requiresDirectAccess).status, "requires_direct_access");
+}
+
 TEST(DecisionRules, APressThatWorkedHasNoError) {
   EXPECT_EQ(outcome(kAllow, std::nullopt),
             (ApprovalResultCommand{.approvalID = uuid(7), .buttonLabel = "Allow", .status = "accepted"}));
@@ -52,6 +62,9 @@ TEST(DecisionRules, APressThatFailedSaysHow) {
   const auto failed = outcome(kAllow, ClickError::promptStillPresent);
   EXPECT_EQ(failed.status, "failed");
   EXPECT_EQ(failed.error, "The dialog was still visible after Quillard tried every safe click path.");
+  const auto silent = outcome(kAllow, ClickError::programStoppedAnswering);
+  EXPECT_EQ(silent.status, "failed");
+  EXPECT_EQ(silent.error, "The button was pressed, but the program has stopped answering.");
 }
 
 }  // namespace

@@ -230,8 +230,18 @@ TEST(LinuxWindowList, AWindowWithoutAPartnerOnTheBusIsToldOnceMore) {
 TEST(LinuxWindowList, IsEmptyWithoutAServer) {
   X11Binding binding{std::nullopt};
   EXPECT_TRUE(binding.windowList.copyWindowInfo(WindowListOptions::all).empty());
+  EXPECT_FALSE(binding.windowList.readWindowInfo(WindowListOptions::all).isKnown()) << "not that there are none";
   const auto subscription = binding.windowList.observeChanges([] { ADD_FAILURE(); });
   EXPECT_FALSE(waitInLoop([] { return false; }, std::chrono::milliseconds{50}));
+}
+
+TEST(LinuxWindowList, AListOfAServerThatDiedIsNotEmptyButUnknown) {
+  PrivateDesktop desktop{{.hasWindowManager = false}};
+  X11Binding binding{desktop.display()};
+  ASSERT_TRUE(binding.windowList.readWindowInfo(WindowListOptions::all).isKnown());
+  EXPECT_TRUE(binding.windowList.copyWindowInfo(WindowListOptions::all).empty()) << "none is open";
+  desktop.killDisplay();
+  EXPECT_TRUE(waitInLoop([&] { return !binding.windowList.readWindowInfo(WindowListOptions::all).isKnown(); }));
 }
 
 TEST(LinuxWindowList, SeesAndTellsOfWindowsWithoutAWindowManager) {

@@ -38,10 +38,12 @@ TEST_F(MacWindowListTest, GivesWhatTheServerSaysOfEachWindow) {
                               .windowName = "Käfer",
                               .layer = -3,
                               .alpha = 0.5,
-                              .bounds = Rect{1, 2, 300.5, 400}};
+                              .bounds = Rect{1, 2, 300.5, 400},
+                              .number = 7'000};
   mac->desktop.addWindowEntry(given);
-  mac->desktop.addWindowEntry({});
-  EXPECT_EQ(list.copyWindowInfo(WindowListOptions::onScreenOnly), (std::vector<WindowListEntry>{{}, given}));
+  mac->desktop.addWindowEntry({.number = 7'001});
+  EXPECT_EQ(list.copyWindowInfo(WindowListOptions::onScreenOnly),
+            (std::vector<WindowListEntry>{{.number = 7'001}, given}));
 }
 
 TEST_F(MacWindowListTest, TellsWindowsOnTheScreenFromAll) {
@@ -54,6 +56,9 @@ TEST_F(MacWindowListTest, IsEmptyOutsideAGraphicalSession) {
   mac->desktop.addWindowEntry({.windowName = "nobody sees it"});
   mac->system.hasGraphicalSession = false;
   EXPECT_TRUE(list.copyWindowInfo(WindowListOptions::all).empty());
+  const auto read = list.readWindowInfo(WindowListOptions::all);
+  ASSERT_FALSE(read.isKnown()) << "which is not that there are none";
+  EXPECT_FALSE(read.limitation().reason.empty());
 }
 
 TEST_F(MacWindowListTest, WhatIsOfAnotherTypeIsAbsent) {
@@ -64,7 +69,8 @@ TEST_F(MacWindowListTest, WhatIsOfAnotherTypeIsAbsent) {
                                {key(kCGWindowName), Held::take(new __CFString(u"half \xD83D"))},
                                {key(kCGWindowLayer), fakes::stringObject("0")},
                                {key(kCGWindowAlpha), fakes::booleanObject(true)},
-                               {key(kCGWindowBounds), fakes::arrayObject({})}}),
+                               {key(kCGWindowBounds), fakes::arrayObject({})},
+                               {key(kCGWindowNumber), fakes::stringObject("7")}}),
       fakes::dictionaryObject(
           {{key(kCGWindowOwnerPID), fakes::integerObject(std::numeric_limits<std::int64_t>::max())},
            {key(kCGWindowBounds), fakes::dictionaryObject({{key(CFSTR("X")), fakes::realObject(1)},

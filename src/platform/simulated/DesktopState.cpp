@@ -271,7 +271,7 @@ WindowListEntry DesktopState::entry(const StackedWindow& window) const {
     if (!title.empty()) entry.windowName = title;
     entry.bounds = tree.frame(window.handle);
   }
-  entry.number = static_cast<std::int64_t>(window.handle.id);
+  if (!entry.number) entry.number = static_cast<std::int64_t>(window.handle.id);
   if (window.change) window.change(entry);
   return entry;
 }

@@ -46,6 +46,16 @@ TEST_F(SimulatedWindowListTest, ListsEveryWindowFrontToBack) {
   EXPECT_EQ(desktop.roundTrips(), 0U);
 }
 
+TEST_F(SimulatedWindowListTest, AListThatCannotBeReadIsNotEmpty) {
+  desktop.setWindowListReadable(false);
+  const auto read = world.windowList().readWindowInfo(WindowListOptions::all);
+  ASSERT_FALSE(read.isKnown());
+  EXPECT_FALSE(read.limitation().reason.empty());
+  EXPECT_TRUE(world.windowList().copyWindowInfo(WindowListOptions::all).empty());
+  desktop.setWindowListReadable(true);
+  EXPECT_EQ(world.windowList().readWindowInfo(WindowListOptions::all).value().size(), 3U);
+}
+
 TEST_F(SimulatedWindowListTest, RaisingAndActivatingRestack) {
   desktop.raise(back);
   EXPECT_THAT(names(), ElementsAre("back", "front", "middle"));

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "contract/desktop/DesktopContract.h"
+#include "contract/desktop/PromptAgent.h"
 #include "detection/VisibleWindowOwners.h"
 
 namespace quillard::test {
@@ -62,6 +63,56 @@ TEST_P(WindowListContract, AWindowThatHasGoneIsListedNowhere) {
     return windowsOf(binding->windowList(), *program).empty() &&
            windowsOf(binding->windowList(), *program, WindowListOptions::all).empty();
   }));
+}
+
+TEST_P(WindowListContract, AListThatWasReadSaysSoEvenWhenItIsEmpty) {
+  for (const auto options : {WindowListOptions::onScreenOnly, WindowListOptions::all}) {
+    const auto read = binding->windowList().readWindowInfo(options);
+    ASSERT_TRUE(read.isKnown()) << read.limitation().reason;
+    EXPECT_EQ(read.value(), binding->windowList().copyWindowInfo(options));
+  }
+}
+
+TEST_P(WindowListContract, AWindowKeepsItsNumberWhileItExistsAndNoOtherHasIt) {
+  const auto first = binding->show({.title = "Twin", .at = Point{200, 200}});
+  const auto second = binding->show({.title = "Twin", .at = Point{200, 200}});
+  const auto numberOf = [&](const PromptProgram& program) {
+    const auto windows = windowsOf(binding->windowList(), program, WindowListOptions::all);
+    return windows.size() == 1 ? windows[0].number : std::nullopt;
+  };
+  const auto number = numberOf(*first);
+  ASSERT_TRUE(number);
+  EXPECT_NE(number, numberOf(*second));
+  (void)binding->workspace().activate(first->processIdentifier());
+  EXPECT_TRUE(binding->eventually(
+      [&] { return binding->windowList().copyWindowInfo(WindowListOptions::onScreenOnly).front().number == number; }));
+  first->kill();
+  EXPECT_TRUE(binding->eventually([&] {
+    const auto windows = binding->windowList().copyWindowInfo(WindowListOptions::all);
+    return std::none_of(windows.begin(), windows.end(),
+                        [&](const WindowListEntry& entry) { return entry.number == number; });
+  }));
+}
+
+// What a press stands on when the prompt's program does not answer any more.
+TEST_P(WindowListContract, TheWindowOfAPromptIsTheOneThatTheListHasAtItsPlace) {
+  const auto program = binding->show({.title = "Camera", .at = Point{200, 200}});
+  PromptAgent agent{*binding};
+  const auto prompts = agent.scan("Camera");
+  ASSERT_EQ(prompts.size(), 1U);
+  std::optional<ResolvedDialogButton> resolved;
+  EXPECT_TRUE(binding->eventually([&] {
+    resolved = agent.detector.resolveCurrentButton(prompts[0], "Allow");
+    return resolved && resolved->promptWindow.number;
+  }));
+  const auto windows = windowsOf(binding->windowList(), *program, WindowListOptions::all);
+  ASSERT_EQ(windows.size(), 1U);
+  EXPECT_EQ(resolved->promptWindow.number, windows[0].number);
+  program->stop();
+  EXPECT_TRUE(agent.detector.presenceOf(prompts[0], resolved->promptWindow).isUnknown());
+  program->kill();
+  EXPECT_TRUE(
+      binding->eventually([&] { return agent.detector.presenceOf(prompts[0], resolved->promptWindow).isGone(); }));
 }
 
 TEST_P(WindowListContract, TwoLooksAtAStillDesktopAreEqual) {

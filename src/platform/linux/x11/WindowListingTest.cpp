@@ -47,7 +47,8 @@ TEST(WindowListing, SaysAllThatIsKnown) {
                                          .windowName = "Title",
                                          .layer = 0,
                                          .alpha = 0.5,
-                                         .bounds = Rect{99, 80, 303, 223}}));
+                                         .bounds = Rect{99, 80, 303, 223},
+                                         .number = 1}));
 }
 
 TEST(WindowListing, WhatIsNotKnownIsAbsent) {

@@ -91,17 +91,30 @@ TEST(AppDelegateDecisions, BringsTheApplicationToTheFrontAndWaitsForIt) {
 
 TEST(AppDelegateDecisions, LooksASecondTimeAQuarterOfASecondLater) {
   DecidingAgent agent;
+  const auto dialog = agent.show(erasePrompt());
+  const auto button = *agent.desktop().findButton(dialog, "Erase");
+  const auto size = agent.desktop().attribute(button, platform::ax::kSize).value();
+  agent.decide("Erase disk?", "Erase");
+  agent.desktop().setAttribute(button, platform::ax::kSize, Size{0, 0});
+  agent.desktop().later(Seconds{0.3}, [&] { agent.desktop().setAttribute(button, platform::ax::kSize, size); });
+  agent.advance(0.449);
+  EXPECT_EQ(agent.desktop().pressed(dialog), std::nullopt);
+  agent.advance(0.002);
+  EXPECT_EQ(agent.desktop().pressed(dialog), "Erase");
+}
+
+TEST(AppDelegateDecisions, APromptThatWasOpenedAnewIsAnotherOne) {
+  DecidingAgent agent;
   auto spec = erasePrompt();
   spec.frame = Rect{100, 100, 400, 180};
   const auto dialog = agent.show(spec);
-  agent.decide("Erase disk?", "Erase");
+  const auto owner = *agent.desktop().owner(dialog);
+  const auto decision = agent.decide("Erase disk?", "Erase");
   agent.desktop().close(dialog);
-  NodeHandle again{};
-  agent.desktop().later(Seconds{0.3}, [&] { again = agent.desktop().open(spec); });
-  agent.advance(0.449);
+  const auto again = agent.desktop().open(owner, spec);
+  agent.advance(10);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kNotFound));
   EXPECT_EQ(agent.desktop().pressed(again), std::nullopt);
-  agent.advance(0.002);
-  EXPECT_EQ(agent.desktop().pressed(again), "Erase");
 }
 
 TEST(AppDelegateDecisions, APromptThatVanishedIsNotFoundAfterBothLooks) {
@@ -263,6 +276,8 @@ TEST(AppDelegateDecisions, APhoneThatWasCutOffLearnsTheOutcomeByAskingAgain) {
 // ---- One tap, one press, a true answer
 
 constexpr const char* kStoppedAnswering = "failed: The button was pressed, but the program has stopped answering.";
+constexpr const char* kNotSeen =
+    "failed: The button was pressed, but it could not be read whether the dialog has gone.";
 
 // The prompt, with what happens when one of its buttons is pressed.
 DialogSpec promptThat(PressEffect::Act act, platform::AXError answer = platform::AXError::success) {
@@ -347,6 +362,32 @@ TEST(AppDelegateDecisions, AProgramThatStopsAnsweringAtThePressIsReportedAsThat)
   EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kStoppedAnswering));
   EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
   EXPECT_TRUE(agent.desktop().isOpen(dialog));
+}
+
+// The registry is silent for two seconds, as it is when many programs start.
+TEST(AppDelegateDecisions, ADesktopThatCouldNotBeSeenForAWhileIsWaitedFor) {
+  for (const bool closes : {true, false}) {
+    for (const double silentFor : {2.0, 20.0}) {
+      DecidingAgent agent;
+      auto spec = promptThat([&](auto& desktop, NodeHandle pressed) {
+        if (closes) desktop.close(*desktop.promptOf(pressed));
+        desktop.setWindowListReadable(false);
+        desktop.setDesktopFailure(platform::DesktopReadFailure::applicationList);
+        desktop.later(Seconds{silentFor}, [&desktop] { desktop.setDesktopFailure(std::nullopt); });
+      });
+      const auto dialog = agent.show(spec);
+      const auto decision = agent.decide("Erase disk?", "Erase");
+      agent.advance(100);
+      ASSERT_THAT(agent.phone.answers(decision), SizeIs(1));
+      const auto answer = agent.phone.answers(decision).front();
+      EXPECT_EQ(answer == "accepted", closes && silentFor < 4) << answer;
+      if (silentFor > 4) {
+        EXPECT_EQ(answer, kNotSeen);
+        EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
+      }
+      EXPECT_NE(agent.desktop().isOpen(dialog), closes);
+    }
+  }
 }
 
 TEST(AppDelegateDecisions, AnActionThatAnswersWithAnErrorAndActsLaterIsDone) {

@@ -22,12 +22,15 @@ class ResolveTest : public testing::Test, protected DetectionWorld {
     return {.title = "Erase?", .lines = {"Are you sure?"}, .buttons = {"Cancel", "Erase"}, .frame = frame};
   }
 
-  // The prompt as the store would hold it: under an identity of its own.
+  // The prompt under an identity of its own, as the store would hold it, but of any window: see `PromptSearchTest` for
+  // approvals that name theirs.
   PendingApproval stored() {
     auto approvals = scanTwice();
     EXPECT_EQ(approvals.size(), 1U);
-    return approvals.at(0).replacingIdentity(Uuid::fromRandomBytes(world.random().identityBytes()),
-                                             approvals.at(0).detectedAt);
+    auto approval = approvals.at(0).replacingIdentity(Uuid::fromRandomBytes(world.random().identityBytes()),
+                                                      approvals.at(0).detectedAt);
+    approval.window.reset();
+    return approval;
   }
 
   platform::simulated::ApplicationHandle application = world.desktop().launch({.name = "App"});

@@ -242,6 +242,57 @@ TEST_F(PromptSearchTest, AnApplicationThatStopsAnsweringAtAnyRequestProvesNothin
   }
 }
 
+TEST_F(PromptSearchTest, APermissionThatIsWithdrawnAtAnyRequestProvesNothing) {
+  for (const bool isWindowNamed : {true, false}) {
+    if (!isWindowNamed) approval.window.reset();
+    const auto withdraw = [&] { desktop().setTrusted(false); };
+    const auto give = [&] { desktop().setTrusted(true); };
+    withChangeBeforeEachRequest(withdraw, give, [&] { EXPECT_FALSE(presence().isGone()); });
+    withChangeBeforeEachRequest(withdraw, give, [&] { EXPECT_NE(outcome(), Outcome::notFound); });
+  }
+}
+
+TEST_F(PromptSearchTest, ADesktopThatCannotBeSeenFromAnyRequestOnProvesNothing) {
+  using platform::DesktopReadFailure;
+  for (const bool isWindowNamed : {true, false}) {
+    if (!isWindowNamed) approval.window.reset();
+    for (const auto failure : {DesktopReadFailure::accessibilityService, DesktopReadFailure::applicationList,
+                               DesktopReadFailure::windowServer}) {
+      const auto fail = [&] { desktop().setDesktopFailure(failure); };
+      const auto recover = [&] { desktop().setDesktopFailure(std::nullopt); };
+      withChangeBeforeEachRequest(fail, recover, [&] { EXPECT_FALSE(presence().isGone()); });
+      withChangeBeforeEachRequest(fail, recover, [&] { EXPECT_NE(outcome(), Outcome::notFound); });
+      fail();
+      EXPECT_EQ(presence(), kNoDesktop);
+      EXPECT_EQ(outcome(), Outcome::unknown);
+      recover();
+    }
+  }
+}
+
+TEST_F(PromptSearchTest, OfADesktopThatCannotBeSeenTheWindowServerKnowsThatTheWindowHasGone) {
+  const auto window = found();
+  desktop().setDesktopFailure(platform::DesktopReadFailure::applicationList);
+  EXPECT_EQ(presence(window), kNoDesktop);
+  desktop().close(dialog);
+  EXPECT_EQ(presence(window), kGone);
+}
+
+TEST_F(PromptSearchTest, AWindowWhoseTextCannotBeReadByNowProvesNothing) {
+  const auto text = desktop().children(dialog).front();
+  for (const auto& unreadable : {std::string("Are you \xFF?"), std::string(70'000, 'x')}) {
+    for (const bool isWindowNamed : {true, false}) {
+      auto sought = approval;
+      if (!isWindowNamed) sought.window.reset();
+      desktop().setAttribute(text, ax::kValue, unreadable);
+      EXPECT_EQ(detector.presenceOf(sought), PromptPresence::unknown(UnknownReason::promptNotReadable));
+      EXPECT_NE(detector.resolve(sought, "Erase").outcome, Outcome::found);
+      desktop().setAttribute(text, ax::kValue, std::string("Are you sure?"));
+      EXPECT_EQ(detector.presenceOf(sought), kThere);
+    }
+  }
+}
+
 TEST_F(PromptSearchTest, SilenceIsToldFromAPromptThatIsThere) {
   desktop().hang(application);
   EXPECT_EQ(presence(), kNoAnswer);

@@ -1,6 +1,7 @@
 #include "detection/DialogDetector.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "agent/configuration/AgentConfiguration.h"
@@ -73,12 +74,18 @@ ScanOutcome DialogDetector::scan() {
   const auto scope = dependencies.accessibility.beginReadScope();
   auto windows = windowsIn(*scope);
   const auto sources = windows.allWindowSources();
-  if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) printDiagnostics(sources);
+  if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) {
+    printDiagnostics(windows.withoutRepeatedSignatures(sources));
+  }
 
   ScanOutcome outcome;
   std::unordered_set<Uuid> ids;
+  std::unordered_map<std::string, std::optional<Uuid>> firstOfSignature;
   for (const auto& source : sources) {
     auto approval = approvalForWindowSource(*scope, source);
+    const auto id = approval ? std::optional{approval->id} : std::nullopt;
+    const auto first = firstOfSignature.try_emplace(windows.windowSignature(source), id).first->second;
+    if (first != id) continue;  // Hidden behind one that looks the same and says something else.
     if (!approval || suppressionStore.contains(approval->suppressionID)) continue;
     auto& list = ids.insert(approval->id).second ? outcome.approvals : outcome.twins;
     list.push_back(*std::move(approval));
@@ -114,7 +121,8 @@ DesktopDiagnosis DialogDetector::diagnose() {
   if (isPermissionDenied()) return {.windows = {}, .failure = DesktopReadFailure::notPermitted};
   const auto scope = dependencies.accessibility.beginReadScope();
   DesktopDiagnosis diagnosis;
-  for (const auto& source : windowsIn(*scope).allWindowSources()) {
+  auto windows = windowsIn(*scope);
+  for (const auto& source : windows.withoutRepeatedSignatures(windows.allWindowSources())) {
     diagnosis.windows.push_back(
         {source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
   }

@@ -135,7 +135,7 @@ TEST_F(DialogDetectorTest, TakesIdenticalPromptsAtTwoPlacesForTwo) {
   EXPECT_EQ(scanTwice().size(), 2U);
 }
 
-TEST_F(DialogDetectorTest, TellsWindowsApartThatLieOnTopOfEachOther) {
+TEST_F(DialogDetectorTest, TakesTwoWindowsOfOneSignatureForOne) {
   const auto application = desktop().launch({.name = "App"});
   for (const auto* line : {"Are you sure?", "Are you really sure?"}) {
     auto spec = eraseDialog();
@@ -143,7 +143,21 @@ TEST_F(DialogDetectorTest, TellsWindowsApartThatLieOnTopOfEachOther) {
     spec.frame = Rect{100.9, 100, 300, 200};
     desktop().open(application, spec);
   }
-  EXPECT_EQ(scanTwice().size(), 2U);
+  const auto prompts = scanTwice();
+  ASSERT_EQ(prompts.size(), 1U);
+  EXPECT_EQ(prompts.front().messageLines, std::vector<std::string>{"Are you sure?"});
+}
+
+TEST_F(DialogDetectorTest, KnowsTwinsThatLieOnTopOfEachOther) {
+  const auto application = desktop().launch({.name = "App"});
+  auto spec = eraseDialog();
+  spec.frame = Rect{100, 100, 300, 200};
+  for (int i = 0; i < 2; ++i) desktop().open(application, spec);
+  (void)detector.scan();
+  const auto outcome = detector.scan();
+  ASSERT_EQ(outcome.approvals.size(), 1U);
+  ASSERT_EQ(outcome.twins.size(), 1U);
+  EXPECT_NE(outcome.twins.front().window, outcome.approvals.front().window);
 }
 
 TEST_F(DialogDetectorTest, TakesEqualPromptsOfTwoProcessesOfOneApplicationForOne) {

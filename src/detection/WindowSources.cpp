@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
+#include "approvals/PendingApproval.h"
 #include "detection/VisibleWindowOwners.h"
 #include "detection/elements/AXHelpers.h"
 #include "foundation/Text.h"
@@ -108,6 +111,19 @@ void WindowSources::appendOwnedWindow(const AXUIElement& window, std::vector<Win
 
 std::vector<WindowSource> WindowSources::unique(std::vector<WindowSource> sources) {
   std::erase_if(sources, [&](const WindowSource& source) { return !givenWindows.insert(source.window).second; });
+  return sources;
+}
+
+std::string WindowSources::windowSignature(const WindowSource& source) const {
+  const auto frame = AXHelpers::frame(scope, source.window).value_or(Rect{});
+  return std::to_string(source.processIdentifier) + "|" + AXHelpers::role(scope, source.window) + "|" +
+         AXHelpers::stringAttribute(scope, source.window, ax::kTitle).value_or("") + "|" +
+         DialogFrame::of(frame).identity();
+}
+
+std::vector<WindowSource> WindowSources::withoutRepeatedSignatures(std::vector<WindowSource> sources) const {
+  std::unordered_set<std::string> signatures;
+  std::erase_if(sources, [&](const auto& source) { return !signatures.insert(windowSignature(source)).second; });
   return sources;
 }
 

@@ -15,9 +15,9 @@ namespace quillard {
 // ask for the windows of one application first and for the rest of the desktop only when those were not enough.
 //
 // Two windows are the same when their handles are equal, which bindings promise of the application's window list, its
-// main and focused window and the desktop's focused window. Role, title and place would not do: identical dialogs lie
-// on top of each other, and are prompts of their own. The first one counts. The agent's own windows are never among
-// them.
+// main and focused window and the desktop's focused window. Windows that merely look the same, by process, role, title
+// and place, have one signature: a person sees the first of them, and the others are twins of it or hidden behind it.
+// The agent's own windows are never among them.
 //
 // At most 1,000 windows of an application's list are taken, its main and focused windows besides. No desktop shows as
 // many, and a broken or hostile application that lists a hundred thousand must not keep a scan from ending.
@@ -38,6 +38,11 @@ class WindowSources {
   // `VisibleWindowOwners::promptScanApplications`, then the desktop's focused window and the window of its focused
   // element. An application that was asked by itself before is not asked for its windows again.
   [[nodiscard]] std::vector<WindowSource> allWindowSources();
+
+  // Process, role, title and place as one text, as they are read now.
+  [[nodiscard]] std::string windowSignature(const WindowSource& source) const;
+  // Without those whose signature an earlier one has.
+  [[nodiscard]] std::vector<WindowSource> withoutRepeatedSignatures(std::vector<WindowSource> sources) const;
 
   // Those of the processes asked here that have missed their time-out by now, in the order in which they were asked:
   // some of their windows, or parts of them, are missing from what was read.

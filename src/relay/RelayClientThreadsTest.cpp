@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -83,6 +84,7 @@ class StoppedClock final : public platform::Clock {
  public:
   [[nodiscard]] Date now() const override { return samples::date(0); }
   [[nodiscard]] Instant monotonicNow() const override { return {}; }
+  [[nodiscard]] std::chrono::milliseconds continuousTime() const override { return {}; }
   void sleep(Seconds) override {}
 };
 

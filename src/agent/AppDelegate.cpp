@@ -18,6 +18,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       pairingConfiguration(pairingDependencies(platform)),
       suppressionStore(platform.userDefaults),
       store(AgentConfiguration::approvalStaleGrace(platform.environment), platform.clock, platform.random),
+      stampClock(platform.clock, platform.random),
       instanceGuard({platform.application, platform.workspace, platform.lockFiles}),
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
                         [this] { publishAndRefresh(/*force=*/false); }),
@@ -32,12 +33,12 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
-      decisions({store, makeApprovalPress(), platform.executors.mainThread()},
+      decisions({store, makeApprovalPress(), platform.executors.mainThread(), stampClock},
                 {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
                  .onResult = [this](const std::string& decisionID,
                                     const ApprovalResultCommand& result) { relay.publishResult(decisionID, result); }}),
       relay({pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets, platform.clock,
-             platform.random, platform.console},
+             platform.random, platform.console, stampClock},
             relaySessionCallbacks()) {}
 
 AppDelegate::~AppDelegate() = default;

@@ -19,6 +19,7 @@
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/ScanOutcome.h"
 #include "platform/Platform.h"
+#include "relay/ClockStamp.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayCommands.h"
 #include "status/MacStatusSnapshot.h"
@@ -96,6 +97,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   ApprovalSuppressionStore suppressionStore;
   ApprovalStore store;
   ScanProblem scanProblem;  // Of the newest scan that counted.
+  StampClock stampClock;
   // The owners. What they use while they are destroyed stands above them; their callbacks into this class do not run
   // any more by then, since those run on the same thread.
   InstanceGuard instanceGuard;

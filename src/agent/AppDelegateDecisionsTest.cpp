@@ -1,3 +1,4 @@
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ using platform::simulated::PressEffect;
 using samples::AgentWorld;
 using samples::erasePrompt;
 using samples::keptSecrets;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -23,6 +25,7 @@ using testing::StartsWith;
 
 constexpr const char* kNotFound = "not_found: The approved button no longer exists on screen.";
 constexpr const char* kStillThere = "failed: The dialog was still visible after Quillard tried every safe click path.";
+constexpr const char* kTooLate = "failed: The decision came too late. Nothing was pressed. Please decide again.";
 
 struct DecidingAgent : AgentWorld {
   DecidingAgent() { launchAndPair(); }
@@ -237,7 +240,7 @@ TEST(AppDelegateDecisions, ARepeatedOneGetsItsAnswerAgainWithoutASecondPress) {
   EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
 }
 
-TEST(AppDelegateDecisions, OneThatIsRepeatedMeanwhileIsAnsweredAfterwardsOnceForEach) {
+TEST(AppDelegateDecisions, OneThatIsRepeatedMeanwhileIsAnsweredOnceWhenItEnds) {
   DecidingAgent agent;
   agent.show(stubborn("Stubborn"));
   const auto id = agent.idOf("Stubborn");
@@ -247,7 +250,7 @@ TEST(AppDelegateDecisions, OneThatIsRepeatedMeanwhileIsAnsweredAfterwardsOnceFor
   agent.phone.send(decision, id, "Erase");
   agent.phone.send(decision, id, "Erase");
   agent.advance(100);
-  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kStillThere, kStillThere, kStillThere));
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre(kStillThere));
 
   DecidingAgent once;
   once.show(stubborn("Stubborn"));
@@ -418,6 +421,84 @@ TEST(AppDelegateDecisions, APromptThatAsksForASecretByTheTimeOfThePressRequiresD
   agent.advance(3);
   EXPECT_THAT(agent.phone.answers(decision), ElementsAre(StartsWith("requires_direct_access: ")));
   EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+}
+
+// ---- A phone that says when a person decided
+
+TEST(AppDelegateDecisions, OneBoxThatTheRelayHoldsBackAndRepeatsPressesOneOfManyIdenticalPrompts) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  const auto box = agent.phone.timedRequest("decision-1", agent.idOf("Erase disk?"), "Erase");
+  for (int i = 0; i < 6; ++i) {
+    agent.phone.deliver("decision-1", box);
+    agent.advance(1);
+    agent.desktop().open(erasePrompt());  // Each is followed by another one of the same text.
+    agent.advance(1);
+  }
+  EXPECT_THAT(agent.desktop().presses(), SizeIs(1));
+  ASSERT_THAT(agent.phone.answers("decision-1"), SizeIs(6));
+  EXPECT_THAT(agent.phone.answers("decision-1"), Each("accepted"));
+}
+
+TEST(AppDelegateDecisions, OneThatTheRelayHoldsBackForMoreThanAMinuteIsRefused) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  const auto box = agent.phone.timedRequest("decision-1", agent.idOf("Erase disk?"), "Erase");
+  agent.advance(61);
+  agent.phone.deliver("decision-1", box);
+  agent.advance(5);
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+  EXPECT_THAT(agent.phone.answers("decision-1"), ElementsAre(kTooLate));
+  EXPECT_EQ(agent.phone.results().back().command.reason, "tooLate");
+}
+
+TEST(AppDelegateDecisions, OneThatWaitedWhileTheComputerSleptIsRefused) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  const auto box = agent.phone.timedRequest("decision-1", agent.idOf("Erase disk?"), "Erase");
+  agent.world.time().suspend(Seconds{3600});
+  agent.phone.deliver("decision-1", box);
+  agent.advance(5);
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+  EXPECT_THAT(agent.phone.answers("decision-1"), ElementsAre(kTooLate));
+}
+
+TEST(AppDelegateDecisions, OneOfAnEarlierRunIsRefused) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  auto earlier = *agent.phone.newestClock();
+  earlier.epoch = Uuid{};
+  agent.phone.deliver("decision-1",
+                      agent.phone.timedRequest("decision-1", agent.idOf("Erase disk?"), "Erase", earlier));
+  agent.advance(5);
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+  EXPECT_THAT(agent.phone.answers("decision-1"), ElementsAre(kTooLate));
+}
+
+TEST(AppDelegateDecisions, OneUnderAnotherNameThanInItsBoxIsIgnored) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  const auto box = agent.phone.timedRequest("decision-1", agent.idOf("Erase disk?"), "Erase");
+  agent.phone.deliver("decision-2", box);
+  agent.advance(5);
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+  EXPECT_THAT(agent.phone.results(), IsEmpty());
+  agent.phone.deliver("decision-1", box);
+  agent.advance(5);
+  EXPECT_THAT(agent.phone.answers("decision-1"), ElementsAre("accepted"));
+}
+
+TEST(AppDelegateDecisions, AnswersTellThePhoneWhatTimeItIs) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  agent.advance(100);
+  agent.decide("Erase disk?", "Erase");
+  agent.advance(5);
+  const auto clock = agent.phone.results().back().command.clock;
+  ASSERT_TRUE(clock);
+  const auto age = agent.world.time().continuousTime() - clock->time;
+  EXPECT_GE(age, std::chrono::milliseconds{0});
+  EXPECT_LE(age, std::chrono::seconds{5});
 }
 
 // ---- What goes on meanwhile

@@ -2,40 +2,105 @@
 
 #include <utility>
 
+#include "relay/RelayCrypto.h"
+
 namespace quillard {
+namespace {
 
-void DecisionQueue::add(ApprovalRequestEnvelope decision) { waiting.push_back(std::move(decision)); }
+// A phone that names none may seal one decision as often as it reconnects within its minute.
+constexpr std::size_t kMostNames = 32;
 
-std::optional<ApprovalRequestEnvelope> DecisionQueue::begin() {
-  if (underWay || waiting.empty()) return std::nullopt;
-  auto decision = std::move(waiting.front());
+std::vector<std::string> namesOf(const ApprovalRequestEnvelope& decision) {
+  if (decision.command.decisionID) return {"sealed:" + *decision.command.decisionID};
+  std::vector<std::string> names{"outside:" + decision.decisionID};
+  if (!decision.boxID.empty()) names.push_back("box:" + decision.boxID);
+  return names;
+}
+
+std::string digestOf(const ApprovalRequestCommand& command) {
+  return RelayCrypto::digest(command.approvalID.text() + ":" + command.buttonLabel);
+}
+
+}  // namespace
+
+DecisionQueue::Arrival DecisionQueue::add(const ApprovalRequestEnvelope& decision, Time now) {
+  if (auto arrival = known(decision)) return *std::move(arrival);
+  if (waiting.size() >= kMostWaiting || !makeRoom(now)) return Full{};
+  const auto place = remembered.insert(
+      remembered.end(),
+      {.names = {}, .commandDigest = digestOf(decision.command), .receivedAt = now, .answer = std::nullopt});
+  addNames(place, namesOf(decision));
+  waiting.push_back({decision, place});
+  return Queued{};
+}
+
+std::optional<DecisionQueue::Arrival> DecisionQueue::known(const ApprovalRequestEnvelope& decision) {
+  const auto names = namesOf(decision);
+  const auto place = find(names);
+  if (!place) return std::nullopt;
+  const auto& earlier = **place;
+  if (earlier.commandDigest != digestOf(decision.command)) return NameTaken{};
+  addNames(*place, names);
+  if (!earlier.answer) return Repeated{};
+  return Answered{{.approvalID = decision.command.approvalID,
+                   .buttonLabel = decision.command.buttonLabel,
+                   .status = earlier.answer->status,
+                   .error = earlier.answer->error,
+                   .reason = earlier.answer->reason}};
+}
+
+std::optional<DecisionQueue::Next> DecisionQueue::begin() {
+  if (isUnderWay || waiting.empty()) return std::nullopt;
+  auto next = std::move(waiting.front());
   waiting.pop_front();
-  underWay = UnderWay{.decisionID = decision.decisionID};
-  return decision;
+  isUnderWay = true;
+  underWay = next.place;
+  return Next{std::move(next.decision), next.place->receivedAt};
 }
 
-std::optional<ApprovalResultCommand> DecisionQueue::outcome(const std::string& decisionID) const {
-  const auto known = outcomesByDecisionID.find(decisionID);
-  return known == outcomesByDecisionID.end() ? std::nullopt : std::optional{known->second};
-}
-
-bool DecisionQueue::end(const ApprovalResultCommand& result) {
+bool DecisionQueue::end(const ApprovalResultCommand& result, Memory memory) {
+  isUnderWay = false;
   const auto ended = std::exchange(underWay, std::nullopt);
-  if (!ended || ended->isForgotten) return false;
-  if (!outcomesByDecisionID.emplace(ended->decisionID, result).second) return true;
-  decisionIDsByAge.push_back(ended->decisionID);
-  if (decisionIDsByAge.size() > kRememberedOutcomes) {
-    outcomesByDecisionID.erase(decisionIDsByAge.front());
-    decisionIDsByAge.pop_front();
+  if (!ended) return false;
+  if (memory == Memory::forget) {
+    erase(*ended);
+  } else {
+    (*ended)->answer = Answer{result.status, result.error, result.reason};
   }
   return true;
 }
 
 void DecisionQueue::forget() {
   waiting.clear();
-  outcomesByDecisionID.clear();
-  decisionIDsByAge.clear();
-  if (underWay) underWay->isForgotten = true;
+  underWay.reset();
+  remembered.clear();
+  placesByName.clear();
+}
+
+std::optional<DecisionQueue::Place> DecisionQueue::find(const std::vector<std::string>& names) const {
+  for (const auto& name : names) {
+    if (const auto found = placesByName.find(name); found != placesByName.end()) return found->second;
+  }
+  return std::nullopt;
+}
+
+void DecisionQueue::addNames(Place place, const std::vector<std::string>& names) {
+  for (const auto& name : names) {
+    if (place->names.size() < kMostNames && placesByName.emplace(name, place).second) place->names.push_back(name);
+  }
+}
+
+bool DecisionQueue::makeRoom(Time now) {
+  if (remembered.size() < kMostRemembered) return true;
+  const auto oldest = remembered.begin();
+  if (!oldest->answer || now - oldest->receivedAt <= kLongestAge) return false;
+  erase(oldest);
+  return true;
+}
+
+void DecisionQueue::erase(Place place) {
+  for (const auto& name : place->names) placesByName.erase(name);
+  remembered.erase(place);
 }
 
 }  // namespace quillard

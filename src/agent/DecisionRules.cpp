@@ -5,6 +5,10 @@
 namespace quillard::DecisionRules {
 namespace {
 
+constexpr std::string_view kTooLate = "The decision came too late. Nothing was pressed. Please decide again.";
+constexpr std::string_view kTooMany = "Too many decisions wait already. Nothing was pressed. Please decide again.";
+constexpr std::string_view kNameTaken = "This decision was about something else before. Please decide again.";
+
 ApprovalResultCommand result(const ApprovalRequestCommand& command, std::string_view status,
                              std::optional<std::string> error) {
   return {.approvalID = command.approvalID,
@@ -14,6 +18,26 @@ ApprovalResultCommand result(const ApprovalRequestCommand& command, std::string_
 }
 
 }  // namespace
+
+bool isTooLate(const ApprovalRequestCommand& command, std::chrono::milliseconds receivedAt, const StampClock& clock) {
+  if (!command.tappedAt) return clock.now().time - receivedAt > kLongestAge;
+  const auto age = clock.age(*command.tappedAt);
+  return !age || *age > kLongestAge;
+}
+
+ApprovalResultCommand tooLate(const ApprovalRequestCommand& command) {
+  auto refused = result(command, kFailedStatus, std::string(kTooLate));
+  refused.reason = kTooLateReason;
+  return refused;
+}
+
+ApprovalResultCommand tooMany(const ApprovalRequestCommand& command) {
+  return result(command, kFailedStatus, std::string(kTooMany));
+}
+
+ApprovalResultCommand nameTaken(const ApprovalRequestCommand& command) {
+  return result(command, kFailedStatus, std::string(kNameTaken));
+}
 
 bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel) {
   return requiresDirectAccessFor(approval, buttonLabel);

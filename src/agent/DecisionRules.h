@@ -1,15 +1,32 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "agent/DecisionQueue.h"
 #include "approvals/PendingApproval.h"
 #include "click/ClickExecutor.h"
+#include "relay/ClockStamp.h"
 #include "relay/RelayCommands.h"
 
 // What is answered to a phone's decision, as functions of what is known. No state; any thread.
 namespace quillard::DecisionRules {
+
+// A decision is carried out no later than this after it was made, or after it came when it does not say when it was
+// made: a person does not expect a press any more by then.
+inline constexpr std::chrono::seconds kLongestAge = DecisionQueue::kLongestAge;
+
+// Whether it is too late to act on a decision that came at `receivedAt`. One that says when it was made is also too
+// late when it was made in another run of the agent or in the future: no honest phone says so.
+[[nodiscard]] bool isTooLate(const ApprovalRequestCommand& command, std::chrono::milliseconds receivedAt,
+                             const StampClock& clock);
+
+// The answers when nothing was tried: it is too late; too many decisions wait; its name stands for another decision.
+[[nodiscard]] ApprovalResultCommand tooLate(const ApprovalRequestCommand& command);
+[[nodiscard]] ApprovalResultCommand tooMany(const ApprovalRequestCommand& command);
+[[nodiscard]] ApprovalResultCommand nameTaken(const ApprovalRequestCommand& command);
 
 // Whether the prompt has to be answered at the computer itself: it may be dismissed from afar, and this label is no
 // safe dismissal.

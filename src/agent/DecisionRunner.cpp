@@ -1,6 +1,7 @@
 #include "agent/DecisionRunner.h"
 
 #include <utility>
+#include <variant>
 
 #include "agent/DecisionRules.h"
 
@@ -9,26 +10,53 @@ namespace quillard {
 DecisionRunner::DecisionRunner(DecisionRunnerDependencies dependencies, DecisionRunnerEvents events)
     : store(dependencies.store),
       mainThread(dependencies.mainThread),
+      clock(dependencies.clock),
       events(std::move(events)),
       press(std::move(dependencies.press)) {}
 
 DecisionRunner::~DecisionRunner() { stop(); }
 
+// What is known gets its old answer, however late it comes.
 void DecisionRunner::handleRelayApprovalRequest(const ApprovalRequestEnvelope& envelope) {
-  decisions.add(envelope);
-  carryOutNextDecision();
+  if (isStopped) return;
+  const auto& command = envelope.command;
+  const auto now = clock.now().time;
+  auto arrival = decisions.known(envelope);
+  if (!arrival && isTooLate(envelope, now)) {
+    events.onResult(envelope.decisionID, DecisionRules::tooLate(command));
+    return;
+  }
+  if (!arrival) arrival = decisions.add(envelope, now);
+  if (const auto* answered = std::get_if<DecisionQueue::Answered>(&*arrival)) {
+    events.onResult(envelope.decisionID, answered->result);
+  } else if (std::holds_alternative<DecisionQueue::NameTaken>(*arrival)) {
+    events.onResult(envelope.decisionID, DecisionRules::nameTaken(command));
+  } else if (std::holds_alternative<DecisionQueue::Full>(*arrival)) {
+    events.onResult(envelope.decisionID, DecisionRules::tooMany(command));
+  } else {
+    carryOutNextDecision();
+  }
+}
+
+bool DecisionRunner::isTooLate(const ApprovalRequestEnvelope& envelope, DecisionQueue::Time receivedAt) const {
+  return DecisionRules::isTooLate(envelope.command, receivedAt, clock);
 }
 
 // One for each turn, since each may block it.
 void DecisionRunner::carryOutNextDecision() {
   if (isStopped) return;
-  const auto envelope = decisions.begin();
-  if (!envelope) return;
-  if (const auto known = decisions.outcome(envelope->decisionID)) {
-    finishDecision(envelope->decisionID, *known);
+  const auto next = decisions.begin();
+  if (!next) return;
+  if (isTooLate(next->decision, next->receivedAt)) {
+    refuseAsTooLate(next->decision);
   } else {
-    carryOut(*envelope);
+    carryOut(next->decision);
   }
+}
+
+void DecisionRunner::refuseAsTooLate(const ApprovalRequestEnvelope& envelope) {
+  finishDecision(envelope.decisionID, DecisionRules::tooLate(envelope.command),
+                 envelope.command.tappedAt ? DecisionQueue::Memory::forget : DecisionQueue::Memory::keep);
 }
 
 void DecisionRunner::carryOut(const ApprovalRequestEnvelope& envelope) {
@@ -50,8 +78,9 @@ void DecisionRunner::pressEnded(const ApprovalRequestEnvelope& envelope, const s
   finishDecision(envelope.decisionID, DecisionRules::outcome(envelope.command, error));
 }
 
-void DecisionRunner::finishDecision(const std::string& decisionID, const ApprovalResultCommand& result) {
-  if (decisions.end(result)) events.onResult(decisionID, result);
+void DecisionRunner::finishDecision(const std::string& decisionID, const ApprovalResultCommand& result,
+                                    DecisionQueue::Memory memory) {
+  if (decisions.end(result, memory)) events.onResult(decisionID, result);
   mainThread.post(callbacks.bind([this] { carryOutNextDecision(); }));
 }
 

@@ -10,6 +10,7 @@
 #include "foundation/CallbackScope.h"
 #include "foundation/Uuid.h"
 #include "platform/process/Executors.h"
+#include "relay/ClockStamp.h"
 #include "relay/RelayCommands.h"
 
 namespace quillard {
@@ -19,21 +20,26 @@ struct DecisionRunnerDependencies {
   const ApprovalStore& store;
   std::unique_ptr<ApprovalPress> press;
   platform::SerialExecutor& mainThread;
+  const StampClock& clock;
 };
 
 // What comes of decisions, on the main thread. Neither is empty.
 struct DecisionRunnerEvents {
   // The prompt was answered and went away.
   std::function<void(const Uuid& approvalID)> onAnswered;
-  // What the phone is to be answered; exactly once for each decision that was received and not forgotten since.
+  // What the phone is to be answered: once for each decision that was received and not forgotten since, and once more
+  // for each time that it is received after that.
   std::function<void(const std::string& decisionID, const ApprovalResultCommand& result)> onResult;
 };
 
 // Carries out what the phone decided, one decision after another, in the order in which they were received. A decision
-// that is received again gets the outcome that it had, without a second press.
+// that is received again gets the outcome that it had, without a second press; while it waits or is under way, that
+// outcome is reported once, when it ends.
 //
 // A decision is: received -> waiting -> refused, or pressing -> accepted or failed. It is checked against the store and
-// the desktop when its turn comes, not when it is received: what was true then may be over.
+// the desktop when its turn comes, not when it is received: what was true then may be over. So is its age, which is
+// checked both times. A decision that says when it was made and comes too late is not remembered: nothing was done, and
+// a phone that knows the agent's clock better by now may say so in another box. One that does not say it stays refused.
 //
 // States: idle, pressing, stopped. Main thread.
 class DecisionRunner {
@@ -55,13 +61,17 @@ class DecisionRunner {
   void stop();
 
  private:
+  [[nodiscard]] bool isTooLate(const ApprovalRequestEnvelope& envelope, DecisionQueue::Time receivedAt) const;
   void carryOutNextDecision();
   void carryOut(const ApprovalRequestEnvelope& envelope);
+  void refuseAsTooLate(const ApprovalRequestEnvelope& envelope);
   void pressEnded(const ApprovalRequestEnvelope& envelope, const std::optional<ClickError>& error);
-  void finishDecision(const std::string& decisionID, const ApprovalResultCommand& result);
+  void finishDecision(const std::string& decisionID, const ApprovalResultCommand& result,
+                      DecisionQueue::Memory memory = DecisionQueue::Memory::keep);
 
   const ApprovalStore& store;
   platform::SerialExecutor& mainThread;
+  const StampClock& clock;
   const DecisionRunnerEvents events;
   DecisionQueue decisions;
   bool isStopped = false;

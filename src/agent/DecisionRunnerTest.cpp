@@ -1,3 +1,4 @@
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,12 +19,17 @@ namespace {
 using platform::simulated::Seed;
 using platform::simulated::SimulatedRandom;
 using platform::simulated::VirtualTime;
+using namespace std::chrono_literals;
+using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr const char* kNotFound = "not_found: The approved button no longer exists on screen.";
 constexpr const char* kStillThere = "failed: The dialog was still visible after Quillard tried every safe click path.";
+
+constexpr const char* kTooLate = "d1: failed: The decision came too late. Nothing was pressed. Please decide again.";
 
 // Presses that the test ends itself.
 struct FakePresses {
@@ -69,11 +75,24 @@ struct DecisionRunnerTest : testing::Test {
     }
     return {};
   }
+  void deliver(const ApprovalRequestEnvelope& envelope) {
+    time.runOnMainThread([&] { runner->handleRelayApprovalRequest(envelope); });
+  }
+  static ApprovalRequestEnvelope envelope(const Uuid& approvalID, const std::string& decisionID,
+                                          const std::string& label) {
+    return {.decisionID = decisionID, .command = {.approvalID = approvalID, .buttonLabel = label}};
+  }
+  // Of a phone that says when a person decided: now.
+  ApprovalRequestEnvelope timed(const std::string& decisionID, const std::string& label) {
+    auto timed = envelope(idOf("Erase disk?"), decisionID, label);
+    timed.command.decisionID = decisionID;
+    timed.command.tappedAt = clock.now();
+    timed.boxID = "box of " + decisionID;
+    return timed;
+  }
+  // Of a phone that does not.
   void decideFor(const Uuid& approvalID, const std::string& decisionID, const std::string& label) {
-    time.runOnMainThread([&] {
-      runner->handleRelayApprovalRequest(
-          {.decisionID = decisionID, .command = {.approvalID = approvalID, .buttonLabel = label}});
-    });
+    deliver(envelope(approvalID, decisionID, label));
   }
   void decide(const std::string& decisionID, const std::string& label, const std::string& title = "Erase disk?") {
     decideFor(idOf(title), decisionID, label);
@@ -85,12 +104,14 @@ struct DecisionRunnerTest : testing::Test {
 
   VirtualTime time{Seed{1}};
   SimulatedRandom random{Seed{1}};
+  const StampClock clock{time, random};
   ApprovalStore store{Seconds{8}, time, random};
   FakePresses presses;
   std::vector<Uuid> answered;
+  std::vector<std::string> reasons;
   std::vector<std::string> results;  // "decision: status", and the error if there is one.
   std::unique_ptr<DecisionRunner> runner = std::make_unique<DecisionRunner>(
-      DecisionRunnerDependencies{store, std::make_unique<FakePress>(presses), time.mainThread()},
+      DecisionRunnerDependencies{store, std::make_unique<FakePress>(presses), time.mainThread(), clock},
       DecisionRunnerEvents{.onAnswered =
                                [this](const Uuid& approvalID) {
                                  answered.push_back(approvalID);
@@ -100,6 +121,7 @@ struct DecisionRunnerTest : testing::Test {
                                [this](const std::string& decisionID, const ApprovalResultCommand& result) {
                                  results.push_back(decisionID + ": " + result.status +
                                                    (result.error ? ": " + *result.error : ""));
+                                 reasons.push_back(result.reason.value_or(""));
                                }});
 };
 
@@ -166,14 +188,156 @@ TEST_F(DecisionRunnerTest, ASecondDecisionIsCheckedWhenItsTurnComes) {
   EXPECT_THAT(results, ElementsAre("d1: accepted", std::string("d2: ") + kNotFound));
 }
 
+// ---- Once, whatever the relay repeats
+
 TEST_F(DecisionRunnerTest, ARepeatedDecisionGetsItsOutcomeWithoutASecondPress) {
   decide("d1", "Erase");
-  decide("d1", "Erase");
   endPress();
-  decide("d1", "Erase");
+  decideFor(answered.front(), "d1", "Erase");
   EXPECT_THAT(presses.begun, SizeIs(1));
-  EXPECT_THAT(results, ElementsAre("d1: accepted", "d1: accepted", "d1: accepted"));
+  EXPECT_THAT(results, ElementsAre("d1: accepted", "d1: accepted"));
 }
+
+TEST_F(DecisionRunnerTest, ADecisionThatIsRepeatedWhileItIsUnderWayIsAnsweredOnceWhenItEnds) {
+  decide("d1", "Erase");
+  decide("d1", "Erase");
+  decide("d2", "Cancel", "Keychain");
+  decide("d2", "Cancel", "Keychain");
+  EXPECT_THAT(results, IsEmpty());
+  endPress();
+  endPress();
+  EXPECT_THAT(presses.begun, SizeIs(2));
+  EXPECT_THAT(results, ElementsAre("d1: accepted", "d2: accepted"));
+}
+
+TEST_F(DecisionRunnerTest, OneTapPressesOneOfManyIdenticalPrompts) {
+  // As soon as one is answered, the next one takes its place: another appearance, of the same text.
+  const auto tapped = timed("d1", "Erase");
+  deliver(tapped);
+  for (int i = 0; i < 6; ++i) {
+    if (presses.begun.size() > static_cast<std::size_t>(i)) endPress(ClickError::promptStillPresent);
+    deliver(tapped);
+    auto again = tapped;
+    again.boxID = "box-" + std::to_string(i);
+    deliver(again);
+  }
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  EXPECT_THAT(results, SizeIs(13)) << "The outcome, and the same from memory each time.";
+  EXPECT_THAT(results, Each(std::string("d1: ") + kStillThere));
+}
+
+TEST_F(DecisionRunnerTest, AnOlderPhonesBoxIsKnownAgainUnderAnotherName) {
+  auto older = envelope(idOf("Erase disk?"), "d1", "Erase");
+  older.boxID = "box-1";
+  deliver(older);
+  endPress(ClickError::promptStillPresent);
+  older.decisionID = "d2";
+  deliver(older);
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  EXPECT_THAT(results, ElementsAre(std::string("d1: ") + kStillThere, std::string("d2: ") + kStillThere));
+}
+
+TEST_F(DecisionRunnerTest, AnOlderPhoneSealsAnewAndGetsTheOutcomeThatItHad) {
+  auto older = envelope(idOf("Erase disk?"), "d1", "Erase");
+  older.boxID = "box-1";
+  deliver(older);
+  endPress(ClickError::promptStillPresent);
+  older.boxID = "box-2";
+  deliver(older);
+  older.decisionID = "d2";
+  deliver(older);
+  EXPECT_THAT(presses.begun, SizeIs(1)) << "The second box is known by now, too.";
+  EXPECT_THAT(results, SizeIs(3));
+}
+
+TEST_F(DecisionRunnerTest, ANameThatStandsForAnotherDecisionIsRefused) {
+  deliver(timed("d1", "Erase"));
+  deliver(timed("d1", "Cancel"));
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  EXPECT_THAT(results, ElementsAre("d1: failed: This decision was about something else before. Please decide again."));
+}
+
+// ---- Soon
+
+TEST_F(DecisionRunnerTest, ADecisionIsTakenUntilAMinuteAfterTheTap) {
+  const auto inTime = timed("d1", "Erase");
+  time.advance(60s);
+  deliver(inTime);
+  EXPECT_THAT(presses.begun, SizeIs(1));
+}
+
+TEST_F(DecisionRunnerTest, ADecisionThatComesLaterThanAMinuteAfterTheTapIsRefused) {
+  const auto late = timed("d1", "Erase");
+  time.advance(60s + 1ms);
+  deliver(late);
+  deliver(late);
+  EXPECT_THAT(presses.begun, IsEmpty());
+  EXPECT_THAT(results, ElementsAre(kTooLate, kTooLate));
+  EXPECT_THAT(reasons, Each("tooLate"));
+}
+
+TEST_F(DecisionRunnerTest, TheTimeInWhichTheComputerSleptCounts) {
+  const auto late = timed("d1", "Erase");
+  time.suspend(61s);
+  deliver(late);
+  EXPECT_THAT(presses.begun, IsEmpty());
+  EXPECT_THAT(results, ElementsAre(kTooLate));
+}
+
+TEST_F(DecisionRunnerTest, ADecisionFromTheFutureOrFromAnotherRunIsRefused) {
+  auto future = timed("d1", "Erase");
+  future.command.tappedAt->time += 1ms;
+  deliver(future);
+  auto otherRun = timed("d1", "Erase");
+  otherRun.command.tappedAt->epoch = samples::uuid(99);
+  deliver(otherRun);
+  EXPECT_THAT(presses.begun, IsEmpty());
+  EXPECT_THAT(results, ElementsAre(kTooLate, kTooLate));
+}
+
+TEST_F(DecisionRunnerTest, ADecisionThatSeemedTooLateMayBeAskedAgainByAPhoneThatKnowsBetter) {
+  auto seemsLate = timed("d1", "Erase");
+  time.advance(65s);
+  deliver(seemsLate);
+  EXPECT_THAT(results, ElementsAre(kTooLate));
+  auto better = timed("d1", "Erase");
+  better.boxID = "box-2";
+  deliver(better);
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  endPress(ClickError::promptStillPresent);
+  // Whatever else comes of that name from now on gets the outcome of the one press.
+  deliver(better);
+  deliver(seemsLate);
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  EXPECT_THAT(results, ElementsAre(kTooLate, std::string("d1: ") + kStillThere, std::string("d1: ") + kStillThere,
+                                   std::string("d1: ") + kStillThere));
+}
+
+TEST_F(DecisionRunnerTest, WhatWaitedUntilItWasTooLateIsRefusedWhenItsTurnComes) {
+  decide("d1", "Cancel", "Keychain");
+  deliver(timed("timed", "Erase"));
+  decide("untimed", "Erase");
+  time.advance(60s + 1ms);
+  endPress(ClickError::promptStillPresent);
+  EXPECT_THAT(presses.begun, SizeIs(1));
+  ASSERT_THAT(results, SizeIs(3));
+  EXPECT_THAT(results[1], HasSubstr("came too late"));
+  EXPECT_THAT(results[2], HasSubstr("came too late"));
+  decide("untimed", "Erase");
+  EXPECT_THAT(presses.begun, SizeIs(1)) << "It does not say when it was made, so it stays refused.";
+  EXPECT_THAT(results, SizeIs(4));
+}
+
+TEST_F(DecisionRunnerTest, AFloodOfDecisionsIsAnsweredWithoutBeingKept) {
+  decide("d1", "Cancel", "Keychain");
+  for (std::size_t i = 0; i < DecisionQueue::kMostWaiting + 10; ++i)
+    deliver(timed("flood-" + std::to_string(i), "Erase"));
+  EXPECT_THAT(results, SizeIs(10));
+  EXPECT_THAT(results, Each(HasSubstr("Too many decisions wait already.")));
+  EXPECT_THAT(presses.begun, SizeIs(1));
+}
+
+// ---- Forgetting and stopping
 
 TEST_F(DecisionRunnerTest, ForgettingStopsThePressAndDropsWhatWaits) {
   decide("d1", "Erase");

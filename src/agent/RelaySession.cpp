@@ -125,7 +125,8 @@ std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
                         .relaySecret = access->secrets.relayAuthToken,
                         .cryptoSecret = access->secrets.e2eSecret},
       relayClientCallbacks(), *relayQueue,
-      RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console});
+      RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
+                              dependencies.stampClock});
 }
 
 // ---- A relay that refuses
@@ -185,7 +186,9 @@ void RelaySession::relayStatusChanged(const RelayConnectionStatus& status) {
   const auto before = std::exchange(relayStatus, status);
   if (relayStatus.relayConnected) nextRegistrationDelay = kFirstRegistrationDelay;
   callbacks.onStatusChange();
-  if (phoneNeedsSnapshot(before, relayStatus)) publishCurrentApprovalSnapshot(/*force=*/true);
+  if (!phoneNeedsSnapshot(before, relayStatus)) return;
+  publishCurrentApprovalSnapshot(/*force=*/true);
+  if (relayClient) relayClient->publishClock();
 }
 
 void RelaySession::publishCurrentApprovalSnapshot(bool force) {
@@ -196,7 +199,7 @@ void RelaySession::publishCurrentApprovalSnapshot(bool force) {
   if (std::exchange(lastSnapshotWarning, warning) != warning && !warning.empty()) {
     dependencies.console.writeLine(warning);
   }
-  relayClient->publishSnapshot(std::move(trimmed.approvals), snapshot.accessibilityTrusted, force);
+  relayClient->publishSnapshot(std::move(trimmed.approvals), snapshot.accessibilityTrusted, force, trimmed.leftOut);
 }
 
 void RelaySession::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {

@@ -15,6 +15,7 @@
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
+#include "relay/ClockStamp.h"
 #include "relay/InstallationSecrets.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayClient.h"
@@ -35,6 +36,7 @@ struct RelaySessionDependencies {
   platform::Clock& clock;
   platform::Random& random;
   platform::Console& console;
+  const StampClock& stampClock;
 };
 
 // What the phones are to be shown.

@@ -37,7 +37,7 @@ struct RelaySessionTest : testing::Test {
   std::unique_ptr<RelaySession> makeSession() {
     return std::make_unique<RelaySession>(
         RelaySessionDependencies{pairing, world.time(), world.httpSessions(), world.webSockets(), world.time(),
-                                 world.random(), world.console()},
+                                 world.random(), world.console(), stampClock},
         RelaySessionCallbacks{
             .snapshotProvider = [this] { return snapshot; },
             .onApprovalRequest = [this](const auto& envelope) { events.push_back("decision " + envelope.decisionID); },
@@ -88,6 +88,8 @@ struct RelaySessionTest : testing::Test {
   SimulatedWorld world{Seed{4}};
   SimulatedRelay relay{world};
   SimulatedPhone phone{world, relay};
+  platform::simulated::SimulatedRandom epochs{Seed{77}};
+  const StampClock stampClock{world.time(), epochs};
   PairingConfiguration pairing{pairingDependencies(world.platform())};
   ApprovalSnapshot snapshot{.accessibilityTrusted = true};
   std::vector<std::string> events;
@@ -184,6 +186,44 @@ TEST_F(RelaySessionTest, PrintsOnceThatAListIsTooLong) {
   snapshot.approvals = tooMuch;
   publish(/*force=*/true);
   EXPECT_THAT(world.console().lines(), ElementsAre("Quillard relay connected.", line, line)) << "It had been whole.";
+}
+
+TEST_F(RelaySessionTest, OneHugeNewerPromptHidesNoOtherAndThePhoneLearnsThatOneIsMissing) {
+  startAndPair();
+  snapshot.approvals = {samples::approval(1), samples::approval(2)};
+  for (std::uint64_t i = 3; i <= 22; ++i) {
+    snapshot.approvals.push_back(samples::approval(i));
+    snapshot.approvals.back().windowTitle = std::string(64'000, 'x');
+  }
+  publish(/*force=*/false);
+  advance(0.1);
+  ASSERT_GT(phone.shown().size(), 2U);
+  EXPECT_EQ(phone.shown()[0], samples::approval(1));
+  EXPECT_EQ(phone.shown()[1], samples::approval(2));
+  const auto leftOut = phone.snapshots().back().marks.leftOut;
+  EXPECT_EQ(leftOut, 22 - phone.shown().size());
+  // One more of them does not change what is shown, but what is said of it.
+  snapshot.approvals.push_back(snapshot.approvals.back());
+  snapshot.approvals.back().id = samples::uuid(23);
+  publish(/*force=*/false);
+  advance(0.1);
+  EXPECT_EQ(phone.snapshots().back().marks.leftOut, leftOut + 1);
+}
+
+TEST_F(RelaySessionTest, TellsAPhoneThatComesOnlineWhatTimeItIs) {
+  startAndPair();
+  snapshot.approvals = {samples::approval(1)};
+  publish(/*force=*/false);
+  advance(3600);
+  phone.comeOnline();
+  advance(0.1);
+  EXPECT_THAT(relay.received(kMacClockType), SizeIs(1));
+  const auto sealedAt = phone.snapshots().back().marks.clock;
+  ASSERT_TRUE(sealedAt && phone.newestClock());
+  EXPECT_EQ(phone.newestClock()->time - sealedAt->time, std::chrono::hours{1}) << "The list itself is an hour old.";
+  phone.goOffline();
+  advance(0.1);
+  EXPECT_THAT(relay.received(kMacClockType), SizeIs(1));
 }
 
 TEST_F(RelaySessionTest, SendsTheListToAPhoneThatComesOnline) {

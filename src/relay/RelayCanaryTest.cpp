@@ -117,7 +117,8 @@ struct CanaryClient {
         RelayClientCallbacks{.onApprovalRequest = [](const auto&) {},
                              .onSuppressionCommand = [](const auto&) {},
                              .onStatusChange = [](const auto&) {}},
-        *world.queue, RelayClientDependencies{world.sockets, world.time, world.random, world.console});
+        *world.queue,
+        RelayClientDependencies{world.sockets, world.time, world.random, world.console, world.stampClock});
   }
   void hear(const std::string& text) {
     world.sockets.newest()->sendText(text);

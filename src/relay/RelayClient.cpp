@@ -25,10 +25,17 @@ void RelayClient::disconnect() {
   post([](RelayClientCore& live) { live.disconnect(); });
 }
 
-void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force) {
-  auto signature = snapshotSignature(approvals, accessibilityTrusted);
-  post([approvals = std::move(approvals), signature = std::move(signature), accessibilityTrusted,
-        force](RelayClientCore& live) { live.publishSnapshot(approvals, signature, accessibilityTrusted, force); });
+void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force,
+                                  std::size_t leftOut) {
+  SnapshotContents contents{.snapshotID = snapshotSignature(approvals, accessibilityTrusted),
+                            .approvals = std::move(approvals),
+                            .accessibilityTrusted = accessibilityTrusted,
+                            .leftOut = leftOut};
+  post([contents = std::move(contents), force](RelayClientCore& live) { live.publishSnapshot(contents, force); });
+}
+
+void RelayClient::publishClock() {
+  post([](RelayClientCore& live) { live.publishClock(); });
 }
 
 void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
+#include "relay/ClockStamp.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayStatus.h"
 #include "values/Secret.h"
@@ -40,6 +42,7 @@ struct RelayClientDependencies {
   const platform::Clock& clock;
   platform::Random& random;
   platform::Console& console;
+  const StampClock& stampClock;
 };
 
 class RelayClientCore;
@@ -72,11 +75,17 @@ class RelayClient {
   void disconnect();
 
   // Seals `approvals` into a snapshot and sends it, now or as soon as the connection is open. Lists with the same
-  // identities and button labels in the same order, and the same `accessibilityTrusted`, are the same snapshot: it is
-  // sent once a connection, and once more for each `force`.
-  void publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force);
+  // identities and button labels in the same order, and the same `accessibilityTrusted` and `leftOut`, are the same
+  // snapshot: it is sent once a connection, and once more for each `force`, as it was sealed first. `leftOut`: how many
+  // prompts wait besides.
+  void publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force,
+                       std::size_t leftOut = 0);
 
-  // Dropped when the connection is not open.
+  // Tells the phones that are connected what time it is on the agent's clock: a snapshot that was sealed long ago does
+  // not. Dropped when the connection is not open.
+  void publishClock();
+
+  // Sealed with the decision's name and the time. Dropped when the connection is not open.
   void publishResult(std::string decisionID, ApprovalResultCommand result);
 
   // Absent: all phones. `completion` is called on the queue, exactly once unless the client is destroyed before, with

@@ -4,13 +4,15 @@
 #include <utility>
 #include <variant>
 
-#include "approvals/PendingApprovalJson.h"
 #include "foundation/PrintableText.h"
 #include "relay/RelayCrypto.h"
+#include "relay/SnapshotRecords.h"
 
 namespace quillard {
 namespace {
 
+// No phone writes a longer one; each is kept for a while.
+constexpr std::size_t kLongestDecisionID = 256;
 constexpr std::string_view kUnableToDecode = "Unable to decode relay message: ";
 
 std::string_view bytesOf(const platform::WebSocketMessage& message) {
@@ -78,16 +80,25 @@ void RelayClientCore::received(const platform::WebSocketMessage& message) {
   }
 }
 
+// The name outside is the relay's word; the one inside is the phone's. Under another name the phone would not know its
+// decision again, so there is no answer either.
 void RelayClientCore::receivedRequest(const ApprovalRequestRelayMessage& message) {
   reportConnected();
-  auto command = openedCommand<ApprovalRequestCommand>(message.encryptedRequest);
+  const auto box = conversation.open(message.encryptedRequest);
+  auto command = readCommand<ApprovalRequestCommand>(box);
   if (!command || isRetired()) return;
-  callbacks.onApprovalRequest({message.decisionID, *std::move(command), message.issuedAt});
+  if (message.decisionID.size() > kLongestDecisionID ||
+      command->decisionID.value_or(message.decisionID) != message.decisionID) {
+    print(kUnableToDecode, "decisionID: It is too long, or another one than in the box.");
+    return;
+  }
+  callbacks.onApprovalRequest(
+      {message.decisionID, *std::move(command), message.issuedAt, std::get<OpenedBox>(box).boxID});
 }
 
 void RelayClientCore::receivedSuppression(const ApprovalSuppressionRelayMessage& message) {
   reportConnected();
-  const auto command = openedCommand<ApprovalSuppressionCommand>(message.encryptedSuppression);
+  const auto command = readCommand<ApprovalSuppressionCommand>(conversation.openOnce(message.encryptedSuppression));
   if (command && !isRetired()) callbacks.onSuppressionCommand(*command);
 }
 
@@ -100,13 +111,12 @@ void RelayClientCore::receivedPhoneStatus(PhoneStatusRelayMessage message) {
 }
 
 template <class Command>
-std::optional<Command> RelayClientCore::openedCommand(const EncryptedRelayPayload& payload) {
-  const auto plaintext = conversation.open(payload);
-  if (const auto* failure = std::get_if<SealingFailure>(&plaintext)) {
+std::optional<Command> RelayClientCore::readCommand(const std::variant<OpenedBox, SealingFailure>& box) {
+  if (const auto* failure = std::get_if<SealingFailure>(&box)) {
     print(kUnableToDecode, failure->description);
     return std::nullopt;
   }
-  const auto command = readRelayCommand<Command>(std::get<std::string>(plaintext));
+  const auto command = readRelayCommand<Command>(std::get<OpenedBox>(box).plaintext);
   if (const auto* error = std::get_if<JsonError>(&command)) {
     print(kUnableToDecode, error->description());
     return std::nullopt;
@@ -116,30 +126,44 @@ std::optional<Command> RelayClientCore::openedCommand(const EncryptedRelayPayloa
 
 // ---- Outgoing
 
-void RelayClientCore::publishSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
-                                      bool accessibilityTrusted, bool force) {
-  if (!outbox.holds(signature) && !holdSnapshot(approvals, signature, accessibilityTrusted)) return;
+void RelayClientCore::publishSnapshot(const SnapshotContents& contents, bool force) {
+  const auto signature = contents.snapshotID + "+" + std::to_string(contents.leftOut);
+  if (!outbox.holds(signature) && !holdSnapshot(contents, signature)) return;
   if (force) outbox.forgetSent();
   sendLatestSnapshotIfNeeded();
 }
 
-bool RelayClientCore::holdSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
-                                   bool accessibilityTrusted) {
-  auto sealed = conversation.seal(toJson(approvals));
+bool RelayClientCore::holdSnapshot(const SnapshotContents& contents, const std::string& signature) {
+  const SnapshotMarks marks{.clock = dependencies.stampClock.now(), .leftOut = contents.leftOut};
+  auto sealed = conversation.seal(snapshotRecords(contents.approvals, marks));
   if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
     print("Unable to encrypt relay snapshot: ", failure->description);
     return false;
   }
   outbox.hold({.observedAt = dependencies.clock.now(),
-               .accessibilityTrusted = accessibilityTrusted,
+               .accessibilityTrusted = contents.accessibilityTrusted,
                .encryptedApprovals = std::get<EncryptedRelayPayload>(std::move(sealed)),
-               .approvalCount = static_cast<std::int64_t>(approvals.size()),
-               .snapshotID = signature});
+               .approvalCount = static_cast<std::int64_t>(contents.approvals.size()),
+               .snapshotID = contents.snapshotID},
+              signature);
   return true;
 }
 
+void RelayClientCore::publishClock() {
+  if (!connection->isOpen()) return;
+  auto sealed = conversation.seal(toJson(ClockCommand{dependencies.stampClock.now()}));
+  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
+    print("Unable to encrypt relay clock: ", failure->description);
+    return;
+  }
+  send(toJson(MacClockRelayMessage{.encryptedClock = std::get<EncryptedRelayPayload>(std::move(sealed))}), [](bool) {});
+}
+
 void RelayClientCore::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {
-  auto sealed = conversation.seal(toJson(result));
+  auto command = result;
+  command.decisionID = decisionID;
+  command.clock = dependencies.stampClock.now();
+  auto sealed = conversation.seal(toJson(command));
   if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
     print("Unable to encrypt relay result: ", failure->description);
     return;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "foundation/StrictJson.h"
@@ -19,6 +21,14 @@ namespace quillard {
 // "ax1:" or "ax0:" (whether accessibility is trusted) and the identifier of the list.
 [[nodiscard]] std::string snapshotSignature(const std::vector<PendingApproval>& approvals, bool accessibilityTrusted);
 
+// What a snapshot says.
+struct SnapshotContents {
+  std::string snapshotID;  // The signature of what follows, but for `leftOut`.
+  std::vector<PendingApproval> approvals;
+  bool accessibilityTrusted = false;
+  std::size_t leftOut = 0;
+};
+
 // The part of the client that lives on its queue: joins connection, sealing and the snapshot to be sent. All calls on
 // the queue, except `retire` and `isRetired`. See `RelayClient`.
 class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
@@ -32,8 +42,8 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
 
   void connect();
   void disconnect();
-  void publishSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
-                       bool accessibilityTrusted, bool force);
+  void publishSnapshot(const SnapshotContents& contents, bool force);
+  void publishClock();
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
   void unpairPhone(const std::optional<std::string>& deviceID, const std::function<void(bool)>& completion);
 
@@ -47,11 +57,11 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void receivedRequest(const ApprovalRequestRelayMessage& message);
   void receivedSuppression(const ApprovalSuppressionRelayMessage& message);
   void receivedPhoneStatus(PhoneStatusRelayMessage message);
+  // Absent, and printed, when the box could not be opened or holds no such command.
   template <class Command>
-  std::optional<Command> openedCommand(const EncryptedRelayPayload& payload);
+  std::optional<Command> readCommand(const std::variant<OpenedBox, SealingFailure>& box);
 
-  [[nodiscard]] bool holdSnapshot(const std::vector<PendingApproval>& approvals, const std::string& signature,
-                                  bool accessibilityTrusted);
+  [[nodiscard]] bool holdSnapshot(const SnapshotContents& contents, const std::string& signature);
   void sendLatestSnapshotIfNeeded();
   void send(const Json& message, std::function<void(bool)> completion);
   void reportConnected();

@@ -48,7 +48,10 @@ TEST(RelayClientMessages, HandARequestToTheAgent) {
   listening.hearMessage(toJson(ApprovalRequestRelayMessage{
       .decisionID = "decision-1", .encryptedRequest = listening.world.sealed(toJson(kCommand)), .issuedAt = issuedAt}));
   ASSERT_EQ(listening.world.requests.size(), 1U);
-  EXPECT_EQ(listening.world.requests[0], (ApprovalRequestEnvelope{"decision-1", kCommand, issuedAt}));
+  auto expected = ApprovalRequestEnvelope{"decision-1", kCommand, issuedAt};
+  expected.boxID = listening.world.requests[0].boxID;
+  EXPECT_EQ(listening.world.requests[0], expected);
+  EXPECT_EQ(expected.boxID.size(), 2 * kNonceLength);
   EXPECT_EQ(listening.world.statuses, std::vector{RelayConnectionStatus{.relayConnected = true}});
   EXPECT_EQ(listening.world.console.lines(), Lines{});
 }
@@ -155,30 +158,65 @@ TEST(RelayClientMessages, CannotForgeDiagnosticLines) {
   EXPECT_LT(listening.warning().size(), 210U);
 }
 
-// ---- A sealed box is opened once
+// ---- What the relay repeats, renames or returns
 
-TEST(RelayClientMessages, CannotBeReplayedUnderAnotherDecision) {
+TEST(RelayClientMessages, OfADecisionComeUpEachTimeWithWhatNamesTheirBox) {
   Listening listening;
   const auto payload = listening.world.sealed(toJson(kCommand));
   listening.hearRequest(payload, "decision-1");
   listening.hearRequest(payload, "decision-2");
-  EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
+  listening.hearRequest(listening.world.sealed(toJson(kCommand)), "decision-1");
+  ASSERT_EQ(listening.world.requests.size(), 3U);
+  EXPECT_EQ(listening.world.requests[0].boxID, listening.world.requests[1].boxID);
+  EXPECT_NE(listening.world.requests[0].boxID, listening.world.requests[2].boxID);
+}
+
+TEST(RelayClientMessages, OfADecisionWithANameOfItsOwnAreRefusedUnderAnotherOne) {
+  Listening listening;
+  auto command = kCommand;
+  command.decisionID = "decision-1";
+  command.tappedAt = listening.world.stampClock.now();
+  const auto payload = listening.world.sealed(toJson(command));
+  listening.hearRequest(payload, "decision-2");
+  EXPECT_EQ(listening.warning(), "decisionID: It is too long, or another one than in the box.");
+  EXPECT_TRUE(listening.world.requests.empty());
+  listening.hearRequest(payload, "decision-1");
+  ASSERT_EQ(listening.world.requests.size(), 1U) << "The attempt has not used it up.";
+  EXPECT_EQ(listening.world.requests[0].command, command);
+}
+
+TEST(RelayClientMessages, WithAnEndlessNameAreRefused) {
+  Listening listening;
+  listening.hearRequest(listening.world.sealed(toJson(kCommand)), std::string(257, 'd'));
+  EXPECT_EQ(listening.warning(), "decisionID: It is too long, or another one than in the box.");
+  listening.hearRequest(listening.world.sealed(toJson(kCommand)), std::string(256, 'd'));
   EXPECT_EQ(listening.world.requests.size(), 1U);
 }
 
-TEST(RelayClientMessages, CannotBeReplayedAfterAReconnect) {
+TEST(RelayClientMessages, OfASuppressionCannotBeReplayed) {
   Listening listening;
-  const auto payload = listening.world.sealed(toJson(kCommand));
-  listening.hearRequest(payload);
+  const auto payload = listening.world.sealed(toJson(kSuppression));
+  const auto message = toJson(ApprovalSuppressionRelayMessage{.decisionID = "d", .encryptedSuppression = payload});
+  listening.hearMessage(message);
+  listening.hearMessage(message);
+  EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
+  EXPECT_EQ(listening.world.suppressions.size(), 1U);
+}
+
+TEST(RelayClientMessages, OfASuppressionCannotBeReplayedAfterAReconnect) {
+  Listening listening;
+  const auto payload = listening.world.sealed(toJson(kSuppression));
+  const auto message = toJson(ApprovalSuppressionRelayMessage{.decisionID = "d", .encryptedSuppression = payload});
+  listening.hearMessage(message);
   listening.socket->close(1006);
   listening.world.time.advance(3s);
   listening.socket = listening.world.sockets.newest();
   listening.socket->accept();
   listening.world.run();
   (void)listening.world.console.takeLines();
-  listening.hearRequest(payload, "decision-2");
+  listening.hearMessage(message);
   EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
-  EXPECT_EQ(listening.world.requests.size(), 1U);
+  EXPECT_EQ(listening.world.suppressions.size(), 1U);
 }
 
 TEST(RelayClientMessages, CannotBeMadeOfTheAgentsOwnResults) {
@@ -189,6 +227,14 @@ TEST(RelayClientMessages, CannotBeMadeOfTheAgentsOwnResults) {
   ASSERT_EQ(results.size(), 1U);
   listening.hearRequest(results[0].encryptedResult);
   EXPECT_EQ(listening.warning(), "The sealed box was seen before.");
+  EXPECT_TRUE(listening.world.requests.empty());
+}
+
+TEST(RelayClientMessages, CannotBeMadeOfAResultOfAnEarlierRunEither) {
+  Listening listening;
+  const ApprovalResultCommand result{kCommand.approvalID, kCommand.buttonLabel, "failed", "It moved."};
+  listening.hearRequest(listening.world.sealed(toJson(result)));
+  EXPECT_EQ(listening.warning(), "status: A result is no request.");
   EXPECT_TRUE(listening.world.requests.empty());
 }
 

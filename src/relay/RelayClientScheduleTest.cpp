@@ -69,7 +69,8 @@ class RandomLife {
     EXPECT_EQ(snapshots.back().snapshotID, model.signature());
     EXPECT_EQ(snapshots.back().approvalCount, static_cast<std::int64_t>(model.approvals.size()));
     EXPECT_EQ(snapshots.back().accessibilityTrusted, model.accessibilityTrusted);
-    EXPECT_EQ(world.opened(snapshots.back().encryptedApprovals), jsonText(toJson(model.approvals)));
+    const auto list = world.opened(snapshots.back().encryptedApprovals);
+    EXPECT_EQ(std::get<std::vector<PendingApproval>>(readPendingApprovals(list)), model.approvals);
   }
 
   [[nodiscard]] std::size_t connectionCount() const { return world.sockets.connections().size(); }

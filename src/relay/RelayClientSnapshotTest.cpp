@@ -2,6 +2,7 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "relay/RelayClient.h"
+#include "relay/SnapshotRecords.h"
 #include "support/RelayClientWorld.h"
 
 // What the client sends: snapshots, results and requests to unpair.
@@ -31,7 +32,25 @@ TEST(RelayClientSnapshot, CarriesTheSealedListAndItsSignature) {
   EXPECT_EQ(snapshot.approvalCount, 2);
   EXPECT_EQ(snapshot.snapshotID, "ax1:" + RelayCrypto::snapshotID(approvals));
   EXPECT_EQ(snapshot.snapshotID.size(), 68U);
-  EXPECT_EQ(world.opened(snapshot.encryptedApprovals), pendingApprovalsText(approvals));
+  const auto list = world.opened(snapshot.encryptedApprovals);
+  EXPECT_EQ(std::get<std::vector<PendingApproval>>(readPendingApprovals(list)), approvals);
+  EXPECT_EQ(std::get<SnapshotMarks>(readSnapshotMarks(list)), (SnapshotMarks{.clock = world.stampClock.now()}));
+}
+
+TEST(RelayClientSnapshot, SaysHowManyPromptsAreLeftOutAndChangesWithThat) {
+  RelayClientWorld world;
+  const auto socket = world.open();
+  for (const std::size_t leftOut : {3U, 3U, 2U, 0U}) {
+    world.client->publishSnapshot(listOf({1}), /*accessibilityTrusted=*/true, /*force=*/false, leftOut);
+    world.run();
+  }
+  std::vector<std::size_t> said;
+  for (const auto& snapshot : world.snapshots(socket)) {
+    said.push_back(std::get<SnapshotMarks>(readSnapshotMarks(world.opened(snapshot.encryptedApprovals))).leftOut);
+    EXPECT_EQ(snapshot.snapshotID, "ax1:" + RelayCrypto::snapshotID(listOf({1})));
+    EXPECT_EQ(snapshot.approvalCount, 1);
+  }
+  EXPECT_EQ(said, (std::vector<std::size_t>{3, 2, 0}));
 }
 
 TEST(RelayClientSnapshot, OfAnEmptyListSealsTwoBytes) {
@@ -200,7 +219,10 @@ TEST(RelayClientResult, IsSealedForThePhone) {
   EXPECT_EQ(results[0].decisionID, "decision-1");
   EXPECT_EQ(results[0].issuedAt, std::chrono::floor<std::chrono::seconds>(world.time.now()));
   const auto opened = readRelayCommand<ApprovalResultCommand>(world.opened(results[0].encryptedResult));
-  EXPECT_EQ(std::get<ApprovalResultCommand>(opened), kResult);
+  auto expected = kResult;
+  expected.decisionID = "decision-1";
+  expected.clock = world.stampClock.now();
+  EXPECT_EQ(std::get<ApprovalResultCommand>(opened), expected);
 }
 
 TEST(RelayClientResult, IsDroppedSilentlyWhileTheConnectionIsDown) {
@@ -226,7 +248,44 @@ TEST(RelayClientResult, ThatCannotBeWrittenIsReported) {
   const auto socket = world.open();
   world.client->publishResult("\xFF", kResult);
   world.run();
-  EXPECT_EQ(world.console.lines().back(), "Unable to encode relay message: A text is not valid UTF-8.");
+  EXPECT_EQ(world.console.lines().back(), "Unable to encrypt relay result: A text is not valid UTF-8.");
+  EXPECT_TRUE(socket->receivedTexts().empty());
+}
+
+// ---- The agent's clock
+
+TEST(RelayClientClock, IsSealedForThePhonesAnewEachTime) {
+  RelayClientWorld world;
+  const auto socket = world.open();
+  const auto first = world.stampClock.now();
+  world.client->publishClock();
+  world.time.advance(7s);
+  world.client->publishClock();
+  world.run();
+  const auto clocks = world.arrived<MacClockRelayMessage>(socket, kMacClockType);
+  ASSERT_EQ(clocks.size(), 2U);
+  const auto stampOf = [&](const MacClockRelayMessage& message) {
+    return std::get<ClockCommand>(readRelayCommand<ClockCommand>(world.opened(message.encryptedClock))).clock;
+  };
+  EXPECT_EQ(stampOf(clocks[0]), first);
+  EXPECT_EQ(stampOf(clocks[1]).time - first.time, 7s);
+}
+
+TEST(RelayClientClock, IsDroppedSilentlyWhileTheConnectionIsDown) {
+  RelayClientWorld world;
+  world.client->publishClock();
+  world.run();
+  EXPECT_EQ(world.console.takeLines(), Lines{});
+  EXPECT_TRUE(world.open()->receivedTexts().empty());
+}
+
+TEST(RelayClientClock, ThatCannotBeSealedIsReported) {
+  RelayClientWorld world;
+  const auto socket = world.open();
+  world.random.failNextFills(1);
+  world.client->publishClock();
+  world.run();
+  EXPECT_EQ(world.console.lines().back(), "Unable to encrypt relay clock: RelayCryptoError.invalidCiphertext");
   EXPECT_TRUE(socket->receivedTexts().empty());
 }
 

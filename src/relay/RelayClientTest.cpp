@@ -304,7 +304,7 @@ TEST(RelayClient, MayBeDestroyedFromItsOwnCallback) {
                                  ++calls;
                                  inner.reset();
                                }},
-      *world.queue, RelayClientDependencies{world.sockets, world.time, world.random, world.console});
+      *world.queue, RelayClientDependencies{world.sockets, world.time, world.random, world.console, world.stampClock});
   inner->connect();
   world.run();
   world.sockets.newest()->accept();

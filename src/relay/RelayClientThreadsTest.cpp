@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -83,6 +84,7 @@ class StoppedClock final : public platform::Clock {
  public:
   [[nodiscard]] Date now() const override { return samples::date(0); }
   [[nodiscard]] Instant monotonicNow() const override { return {}; }
+  [[nodiscard]] std::chrono::milliseconds continuousTime() const override { return {}; }
   void sleep(Seconds) override {}
 };
 
@@ -91,6 +93,7 @@ TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
   StoppedClock clock;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
+  const StampClock stampClock{clock, random};
   for (int round = 0; round < 50; ++round) {
     platform::simulated::SimulatedWebSockets sockets;
     sockets.onStart([](const auto& socket) { socket->accept(); });
@@ -98,15 +101,16 @@ TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
     std::atomic<int> reports = 0;
     std::atomic<int> reportsAfterTheEnd = 0;
     ThreadQueue queue;
-    auto client = std::make_unique<RelayClient>(RelayClientAccess{.url = "wss://relay.example"},
-                                                RelayClientCallbacks{.onApprovalRequest = [](const auto&) {},
-                                                                     .onSuppressionCommand = [](const auto&) {},
-                                                                     .onStatusChange =
-                                                                         [&](const auto&) {
-                                                                           ++reports;
-                                                                           if (isDestroyed) ++reportsAfterTheEnd;
-                                                                         }},
-                                                queue, RelayClientDependencies{sockets, clock, random, console});
+    auto client =
+        std::make_unique<RelayClient>(RelayClientAccess{.url = "wss://relay.example"},
+                                      RelayClientCallbacks{.onApprovalRequest = [](const auto&) {},
+                                                           .onSuppressionCommand = [](const auto&) {},
+                                                           .onStatusChange =
+                                                               [&](const auto&) {
+                                                                 ++reports;
+                                                                 if (isDestroyed) ++reportsAfterTheEnd;
+                                                               }},
+                                      queue, RelayClientDependencies{sockets, clock, random, console, stampClock});
     client->connect();
     queue.flush();
     const auto socket = sockets.newest();
@@ -115,6 +119,7 @@ TEST(RelayClientThreads, MayBeUsedFromAnyThreadAndDestroyedInTheMidstOfIt) {
       threads.emplace_back([&client, id] {
         for (int i = 0; i < 20; ++i) {
           client->publishSnapshot({samples::approval(id)}, true, i % 2 == 0);
+          client->publishClock();
           client->publishResult("d", {samples::uuid(id), "Allow", "accepted", std::nullopt});
           client->unpairPhone(std::nullopt, [](bool) {});
         }

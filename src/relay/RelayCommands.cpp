@@ -5,8 +5,14 @@
 namespace quillard {
 namespace {
 
+// A result has all that a request needs. Should the relay return one as a request, it must not be taken for one.
 ApprovalRequestCommand readRequest(JsonReader& reader) {
-  return {reader.uuid("approvalID"), reader.string("buttonLabel")};
+  ApprovalRequestCommand command{reader.uuid("approvalID"), reader.string("buttonLabel"),
+                                 reader.optionalString("decisionID"), readOptionalClockStamp(reader, "tappedAt")};
+  if (reader.member("status")) reader.failAt("status", "A result is no request.");
+  if (command.buttonLabel.size() > kLongestButtonLabel) reader.failAt("buttonLabel", "The text is too long.");
+  if (command.tappedAt && !command.decisionID) reader.failAt("decisionID", "The member is missing.");
+  return command;
 }
 
 void readMembers(JsonReader& reader, ApprovalRequestCommand& command) { command = readRequest(reader); }
@@ -16,9 +22,16 @@ void readMembers(JsonReader& reader, ApprovalSuppressionCommand& command) {
 }
 
 void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
-  command = {reader.uuid("approvalID"), reader.string("buttonLabel"), reader.string("status"),
-             reader.optionalString("error")};
+  command = {reader.uuid("approvalID"),
+             reader.string("buttonLabel"),
+             reader.string("status"),
+             reader.optionalString("error"),
+             reader.optionalString("reason"),
+             reader.optionalString("decisionID"),
+             readOptionalClockStamp(reader, "clock")};
 }
+
+void readMembers(JsonReader& reader, ClockCommand& command) { command = {reader.object("clock", readClockStamp)}; }
 
 void readMembers(JsonReader& reader, ApprovalRequestEnvelope& envelope) {
   envelope = {reader.string("decisionID"), reader.object("command", readRequest), reader.optionalDate("issuedAt")};
@@ -27,7 +40,10 @@ void readMembers(JsonReader& reader, ApprovalRequestEnvelope& envelope) {
 }  // namespace
 
 Json toJson(const ApprovalRequestCommand& command) {
-  return {{"approvalID", command.approvalID.text()}, {"buttonLabel", command.buttonLabel}};
+  Json json{{"approvalID", command.approvalID.text()}, {"buttonLabel", command.buttonLabel}};
+  if (command.decisionID) json["decisionID"] = *command.decisionID;
+  if (command.tappedAt) json["tappedAt"] = toJson(*command.tappedAt);
+  return json;
 }
 
 Json toJson(const ApprovalSuppressionCommand& command) {
@@ -41,8 +57,13 @@ Json toJson(const ApprovalResultCommand& command) {
   Json json{
       {"approvalID", command.approvalID.text()}, {"buttonLabel", command.buttonLabel}, {"status", command.status}};
   if (command.error) json["error"] = *command.error;
+  if (command.reason) json["reason"] = *command.reason;
+  if (command.decisionID) json["decisionID"] = *command.decisionID;
+  if (command.clock) json["clock"] = toJson(*command.clock);
   return json;
 }
+
+Json toJson(const ClockCommand& command) { return {{"clock", toJson(command.clock)}}; }
 
 Json toJson(const ApprovalRequestEnvelope& envelope) {
   Json json{{"decisionID", envelope.decisionID}, {"command", toJson(envelope.command)}};
@@ -64,6 +85,7 @@ std::variant<Record, JsonError> readRelayCommand(std::string_view text) {
 template std::variant<ApprovalRequestCommand, JsonError> readRelayCommand(std::string_view);
 template std::variant<ApprovalSuppressionCommand, JsonError> readRelayCommand(std::string_view);
 template std::variant<ApprovalResultCommand, JsonError> readRelayCommand(std::string_view);
+template std::variant<ClockCommand, JsonError> readRelayCommand(std::string_view);
 template std::variant<ApprovalRequestEnvelope, JsonError> readRelayCommand(std::string_view);
 
 }  // namespace quillard

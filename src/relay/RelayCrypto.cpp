@@ -79,6 +79,8 @@ std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& pa
   return *std::move(plaintext);
 }
 
+std::string digest(std::string_view text) { return hexText(sha256(text)); }
+
 std::string snapshotID(const std::vector<PendingApproval>& approvals) {
   std::string text;
   for (const auto& approval : approvals) {
@@ -89,7 +91,7 @@ std::string snapshotID(const std::vector<PendingApproval>& approvals) {
       text += button.label;
     }
   }
-  return hexText(sha256(text));
+  return digest(text);
 }
 
 }  // namespace RelayCrypto

@@ -44,6 +44,9 @@ namespace RelayCrypto {
 [[nodiscard]] std::variant<std::string, RelayCryptoError> open(const EncryptedRelayPayload& payload,
                                                                const Secret& relaySecret);
 
+// The SHA-256 of `text`: 64 lower-case hexadecimal digits.
+[[nodiscard]] std::string digest(std::string_view text);
+
 // 64 lower-case hexadecimal digits that are equal for lists of the same identities and button labels in the same order.
 [[nodiscard]] std::string snapshotID(const std::vector<PendingApproval>& approvals);
 

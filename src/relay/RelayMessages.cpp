@@ -50,6 +50,11 @@ void readMembers(JsonReader& reader, ApprovalResultRelayMessage& message) {
   message.issuedAt = reader.date("issuedAt");
 }
 
+void readMembers(JsonReader& reader, MacClockRelayMessage& message) {
+  message.type = reader.string("type");
+  message.encryptedClock = reader.object("encryptedClock", readPayload);
+}
+
 void readMembers(JsonReader& reader, UnpairPhoneRelayMessage& message) {
   message.type = reader.string("type");
   message.deviceID = reader.optionalString("deviceID");
@@ -114,6 +119,10 @@ Json toJson(const ApprovalResultRelayMessage& message) {
           {"issuedAt", isoDateText(message.issuedAt)}};
 }
 
+Json toJson(const MacClockRelayMessage& message) {
+  return {{"type", message.type}, {"encryptedClock", toJson(message.encryptedClock)}};
+}
+
 Json toJson(const UnpairPhoneRelayMessage& message) {
   Json json{{"type", message.type}};
   if (message.deviceID) json["deviceID"] = *message.deviceID;
@@ -155,6 +164,7 @@ std::variant<Record, JsonError> readRelayRecord(std::string_view text) {
 template std::variant<EncryptedRelayPayload, JsonError> readRelayRecord(std::string_view);
 template std::variant<MacSnapshotRelayMessage, JsonError> readRelayRecord(std::string_view);
 template std::variant<ApprovalResultRelayMessage, JsonError> readRelayRecord(std::string_view);
+template std::variant<MacClockRelayMessage, JsonError> readRelayRecord(std::string_view);
 template std::variant<UnpairPhoneRelayMessage, JsonError> readRelayRecord(std::string_view);
 template std::variant<ApprovalRequestRelayMessage, JsonError> readRelayRecord(std::string_view);
 template std::variant<ApprovalSuppressionRelayMessage, JsonError> readRelayRecord(std::string_view);

@@ -17,6 +17,7 @@ namespace quillard {
 
 inline constexpr std::string_view kMacSnapshotType = "mac.snapshot";
 inline constexpr std::string_view kApprovalResultType = "approval.result";
+inline constexpr std::string_view kMacClockType = "mac.clock";
 inline constexpr std::string_view kUnpairPhoneType = "phone.unpair";
 inline constexpr std::string_view kApprovalRequestType = "approval.request";
 inline constexpr std::string_view kPhoneStatusType = "phone.status";
@@ -48,6 +49,13 @@ struct ApprovalResultRelayMessage {
   EncryptedRelayPayload encryptedResult;  // An `ApprovalResultCommand`.
   Date issuedAt;
   bool operator==(const ApprovalResultRelayMessage&) const = default;
+};
+
+// Agent to relay, which passes it on to the phones that are connected, and does not store it.
+struct MacClockRelayMessage {
+  std::string type{kMacClockType};
+  EncryptedRelayPayload encryptedClock;  // A `ClockCommand`.
+  bool operator==(const MacClockRelayMessage&) const = default;
 };
 
 // Agent to relay.
@@ -94,6 +102,7 @@ struct RelayMessageTypeProbe {
 [[nodiscard]] Json toJson(const EncryptedRelayPayload& payload);
 [[nodiscard]] Json toJson(const MacSnapshotRelayMessage& message);
 [[nodiscard]] Json toJson(const ApprovalResultRelayMessage& message);
+[[nodiscard]] Json toJson(const MacClockRelayMessage& message);
 [[nodiscard]] Json toJson(const UnpairPhoneRelayMessage& message);
 [[nodiscard]] Json toJson(const ApprovalRequestRelayMessage& message);
 [[nodiscard]] Json toJson(const ApprovalSuppressionRelayMessage& message);

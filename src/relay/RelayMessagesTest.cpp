@@ -1,3 +1,4 @@
+#include <chrono>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -147,7 +148,37 @@ TEST(RelayCommands, TakeIdentitiesInEitherCase) {
   EXPECT_EQ(command.approvalID.text(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
 }
 
+TEST(RelayCommands, CarryWhatBindsADecision) {
+  const ApprovalRequestCommand command{Uuid{}, "Allow", "D-1",
+                                       ClockStamp{Uuid{}, std::chrono::milliseconds{9'007'199'254'740'991}}};
+  const auto text = jsonText(toJson(command)).value();
+  EXPECT_EQ(text, R"({"approvalID":"00000000-0000-0000-0000-000000000000","buttonLabel":"Allow","decisionID":"D-1",)"
+                  R"("tappedAt":{"epoch":"00000000-0000-0000-0000-000000000000","time":9007199254740991}})");
+  EXPECT_EQ(std::get<ApprovalRequestCommand>(readRelayCommand<ApprovalRequestCommand>(text)), command);
+}
+
+TEST(RelayCommands, CarryAnOutcomeWithItsReasonAndTheTime) {
+  const ApprovalResultCommand command{
+      Uuid{}, "Allow", "failed", "Late.", "tooLate", "D-1", ClockStamp{Uuid{}, std::chrono::milliseconds{5}}};
+  const auto text = jsonText(toJson(command)).value();
+  EXPECT_EQ(text, R"({"approvalID":"00000000-0000-0000-0000-000000000000","buttonLabel":"Allow","status":"failed",)"
+                  R"("error":"Late.","reason":"tooLate","decisionID":"D-1",)"
+                  R"("clock":{"epoch":"00000000-0000-0000-0000-000000000000","time":5}})");
+  EXPECT_EQ(std::get<ApprovalResultCommand>(readRelayCommand<ApprovalResultCommand>(text)), command);
+}
+
+TEST(RelayCommands, CarryTheTime) {
+  const ClockCommand command{ClockStamp{Uuid{}, std::chrono::milliseconds{5}}};
+  const auto text = jsonText(toJson(command)).value();
+  EXPECT_EQ(text, R"({"clock":{"epoch":"00000000-0000-0000-0000-000000000000","time":5}})");
+  EXPECT_EQ(std::get<ClockCommand>(readRelayCommand<ClockCommand>(text)), command);
+  EXPECT_EQ(std::get<JsonError>(readRelayCommand<ClockCommand>("{}")).description(), "clock: The member is missing.");
+}
+
 TEST(RelayCommands, RefuseBadInput) {
+  const std::string kRequest = R"({"approvalID":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","buttonLabel":"Allow")";
+  const std::string kTappedAt =
+      R"(,"decisionID":"d","tappedAt":{"epoch":"00000000-0000-0000-0000-000000000002","time":)";
   const std::vector<std::pair<std::string, std::string>> table{
       {R"({"approvalID":"x","buttonLabel":"Allow"})", "approvalID: Expected a UUID."},
       {R"({"approvalID":null,"buttonLabel":"Allow"})", "approvalID: The member is missing."},
@@ -155,9 +186,29 @@ TEST(RelayCommands, RefuseBadInput) {
       {R"({"approvalID":"e621e1f8c36c495a93fc0c247a3e6e5f","buttonLabel":"Allow"})", "approvalID: Expected a UUID."},
       {R"({"buttonLabel":"Allow","buttonLabel":"Cancel"})", "buttonLabel: The member stands twice."},
       {R"("Allow")", "Expected an object."},
+      {kRequest + R"(,"status":"accepted"})", "status: A result is no request."},
+      {kRequest + R"(,"decisionID":7})", "decisionID: Expected a text."},
+      {kRequest + R"(,"decisionID":"d","tappedAt":12})", "tappedAt: Expected an object."},
+      {kRequest + R"(,"decisionID":"d","tappedAt":{}})", "tappedAt.epoch: The member is missing."},
+      {kRequest + R"(,"decisionID":"d","tappedAt":{"epoch":"x","time":1}})", "tappedAt.epoch: Expected a UUID."},
+      {kRequest + kTappedAt + "-1}}", "tappedAt.time: Expected a whole number in range."},
+      {kRequest + kTappedAt + "1.5}}", "tappedAt.time: Expected a whole number in range."},
+      {kRequest + kTappedAt + "9007199254740992}}", "tappedAt.time: Expected a whole number in range."},
+      {kRequest + kTappedAt + "18446744073709551616}}", "tappedAt.time: Expected a whole number in range."},
+      {kRequest + kTappedAt + "1e400}}", "The text is not valid JSON."},
+      {kRequest + kTappedAt + "NaN}}", "The text is not valid JSON."},
+      {kRequest + kTappedAt + "null}}", "tappedAt.time: The member is missing."},
+      {kRequest + kTappedAt + "\"1\"}}", "tappedAt.time: Expected a whole number in range."},
+      {kRequest + R"(,"tappedAt":{"epoch":"00000000-0000-0000-0000-000000000002","time":1}})",
+       "decisionID: The member is missing."},
+      {R"({"approvalID":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","buttonLabel":")" +
+           std::string(kLongestButtonLabel + 1, 'x') + "\"}",
+       "buttonLabel: The text is too long."},
   };
   for (const auto& [text, expected] : table) {
-    EXPECT_EQ(std::get<JsonError>(readRelayCommand<ApprovalRequestCommand>(text)).description(), expected) << text;
+    const auto read = readRelayCommand<ApprovalRequestCommand>(text);
+    ASSERT_TRUE(std::holds_alternative<JsonError>(read)) << text.substr(0, 200);
+    EXPECT_EQ(std::get<JsonError>(read).description(), expected) << text.substr(0, 200);
   }
 }
 

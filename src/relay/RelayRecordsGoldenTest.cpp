@@ -1,3 +1,4 @@
+#include <chrono>
 #include <string>
 #include <variant>
 
@@ -18,6 +19,7 @@ constexpr const char* kBoxText = "AQIDBAUGBwgJCgsM+/+/AAAAAAAAAAAAAAAAAAAAAA==";
 const EncryptedRelayPayload kPayload{.version = 1, .nonce = kNonceText, .ciphertext = kBoxText};
 const Date kMoment = *quillardISO8601("2026-03-01T12:34:56Z");
 const Uuid kApprovalID = *Uuid::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+const ClockStamp kStamp{*Uuid::parse("5E0C8D3A-1B9F-4E6D-A2C7-9F8E7D6C5B4A"), std::chrono::milliseconds{363'623'352}};
 const Uuid kSuppressionID = *Uuid::parse("0F0E0D0C-0B0A-4908-8706-050403020100");
 
 template <class Record>
@@ -48,6 +50,8 @@ TEST(GoldenRelayRecords, Snapshot) {
                                                         .approvalCount = 2,
                                                         .snapshotID = "ax1:" + std::string(64, '0')});
 }
+
+TEST(GoldenRelayRecords, Clock) { expectMessage("mac-clock", MacClockRelayMessage{.encryptedClock = kPayload}); }
 
 TEST(GoldenRelayRecords, Result) {
   expectMessage("approval-result", ApprovalResultRelayMessage{
@@ -86,11 +90,17 @@ TEST(GoldenRelayRecords, PhoneStatus) {
 
 TEST(GoldenRelayRecords, SealedCommands) {
   expectCommand("command-request", ApprovalRequestCommand{kApprovalID, "Don\xE2\x80\x99t \"Allow\""});
+  expectCommand("command-request-timed",
+                ApprovalRequestCommand{kApprovalID, "Don\xE2\x80\x99t \"Allow\"", "decision-1", kStamp});
   expectCommand("command-suppress", ApprovalSuppressionCommand{"suppress", kApprovalID, kSuppressionID});
   expectCommand("command-unsuppress-bare", ApprovalSuppressionCommand{"unsuppress", std::nullopt, kSuppressionID});
   expectCommand("command-result", ApprovalResultCommand{kApprovalID, "Allow", "accepted", std::nullopt});
   expectCommand("command-result-error", ApprovalResultCommand{kApprovalID, "Allow", "requires_direct_access",
                                                               "This prompt requires direct Mac access."});
+  expectCommand("command-result-too-late",
+                ApprovalResultCommand{kApprovalID, "Allow", "failed", "The decision came too late.", "tooLate",
+                                      "decision-1", kStamp});
+  expectCommand("command-clock", ClockCommand{kStamp});
 }
 
 }  // namespace

@@ -8,12 +8,13 @@
 
 namespace quillard {
 
-// The nonces of the boxes that this agent sealed or opened: each sealed box is opened once.
+// The nonces of boxes that this agent sealed, or of those that it opened: a box of its own is never opened, and one
+// that is to be opened once is not opened again.
 //
-// The relay cannot read a box, but without this memory it could deliver a phone's decision a second time under another
-// `decisionID`, or return the agent's own result as a request. Nonces are enough, since a box under the same key and
-// nonce is the same box. Bounded to the newest `kNoncesKept`, so an older box could be replayed; a decision that old
-// names an approval that no longer exists. Not stored: a new run starts empty. One thread at a time.
+// The relay cannot read a box, but without this memory it could return the agent's own result as a request, or repeat
+// what a phone has taken back since. Nonces are enough, since a box under the same key and nonce is the same box.
+// Bounded to the newest `kNoncesKept`: an older box of the agent's own is told by what it holds, which no phone writes.
+// Not stored: a new run starts empty. One thread at a time.
 class SealedBoxMemory {
  public:
   static constexpr std::size_t kNoncesKept = 8192;

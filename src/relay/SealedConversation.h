@@ -16,21 +16,32 @@ struct SealingFailure {
   std::string description;
 };
 
-// Seals the outgoing messages of one client, and opens each incoming box once: a box that was sealed or opened here
-// before is refused, whatever message contains it (see SealedBoxMemory). One thread at a time.
+// What was inside a box.
+struct OpenedBox {
+  std::string plaintext;
+  // Hexadecimal digits; equal for two deliveries of one box, and for nothing else.
+  std::string boxID;
+};
+
+// Seals the outgoing messages of one client, and opens incoming boxes. A box that was sealed here is refused, whatever
+// message contains it: the relay may return it (see SealedBoxMemory). One thread at a time.
 class SealedConversation {
  public:
   // `random` outlives the conversation.
   SealedConversation(Secret cryptoSecret, platform::Random& random);
 
   [[nodiscard]] std::variant<EncryptedRelayPayload, SealingFailure> seal(const Json& value);
-  // The plaintext.
-  [[nodiscard]] std::variant<std::string, SealingFailure> open(const EncryptedRelayPayload& payload);
+
+  // However often it was opened before: for who knows by the `boxID` what to do about that.
+  [[nodiscard]] std::variant<OpenedBox, SealingFailure> open(const EncryptedRelayPayload& payload);
+  // A box that was opened by this operation before is refused.
+  [[nodiscard]] std::variant<OpenedBox, SealingFailure> openOnce(const EncryptedRelayPayload& payload);
 
  private:
   Secret cryptoSecret;
   platform::Random& random;
-  SealedBoxMemory memory;
+  SealedBoxMemory sealedHere;
+  SealedBoxMemory openedOnce;
 };
 
 }  // namespace quillard

@@ -4,8 +4,8 @@
 
 namespace quillard {
 
-void SnapshotOutbox::hold(MacSnapshotRelayMessage snapshot) {
-  latestSnapshotSignature = snapshot.snapshotID;
+void SnapshotOutbox::hold(MacSnapshotRelayMessage snapshot, std::string signature) {
+  latestSnapshotSignature = std::move(signature);
   latestSnapshot = std::move(snapshot);
 }
 

@@ -20,8 +20,8 @@ class SnapshotOutbox {
   // Whether the newest snapshot has this signature. False when there is none.
   [[nodiscard]] bool holds(std::string_view signature) const { return latestSnapshotSignature == signature; }
 
-  // Takes the place of the newest one. Its `snapshotID` is its signature.
-  void hold(MacSnapshotRelayMessage snapshot);
+  // Takes the place of the newest one. `signature` is equal for snapshots that are the same to a phone.
+  void hold(MacSnapshotRelayMessage snapshot, std::string signature);
 
   // From now on nothing counts as sent: there is a new connection, or the caller forces a repetition.
   void forgetSent();

@@ -15,7 +15,7 @@ TEST(SnapshotOutbox, HasNothingToSendAtFirst) {
 
 TEST(SnapshotOutbox, SendsASnapshotOnce) {
   SnapshotOutbox outbox;
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   EXPECT_TRUE(outbox.holds("A"));
   const auto sending = outbox.begin();
   ASSERT_TRUE(sending.has_value());
@@ -27,7 +27,7 @@ TEST(SnapshotOutbox, SendsASnapshotOnce) {
 
 TEST(SnapshotOutbox, SendsAgainWhatFailedOrWasForgotten) {
   SnapshotOutbox outbox;
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   outbox.end(*outbox.begin(), false);
   outbox.end(*outbox.begin(), true);
   outbox.forgetSent();
@@ -36,9 +36,9 @@ TEST(SnapshotOutbox, SendsAgainWhatFailedOrWasForgotten) {
 
 TEST(SnapshotOutbox, SendsTheNewestBesideAnOlderOneThatIsUnderWay) {
   SnapshotOutbox outbox;
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   const auto first = outbox.begin();
-  outbox.hold(snapshot("B"));
+  outbox.hold(snapshot("B"), "B");
   const auto second = outbox.begin();
   ASSERT_TRUE(second.has_value());
   EXPECT_EQ(second->signature, "B");
@@ -50,11 +50,11 @@ TEST(SnapshotOutbox, SendsTheNewestBesideAnOlderOneThatIsUnderWay) {
 
 TEST(SnapshotOutbox, SendsADeliveredSnapshotAgainBehindAnotherThatIsUnderWay) {
   SnapshotOutbox outbox;
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   outbox.end(*outbox.begin(), true);
-  outbox.hold(snapshot("B"));
+  outbox.hold(snapshot("B"), "B");
   const auto other = outbox.begin();
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   const auto again = outbox.begin();
   ASSERT_TRUE(again.has_value()) << "The phone would be left with B.";
   outbox.end(*other, true);
@@ -64,7 +64,7 @@ TEST(SnapshotOutbox, SendsADeliveredSnapshotAgainBehindAnotherThatIsUnderWay) {
 
 TEST(SnapshotOutbox, IsNotMisledByNewsOfAnOlderSendingOfTheSameSnapshot) {
   SnapshotOutbox outbox;
-  outbox.hold(snapshot("A"));
+  outbox.hold(snapshot("A"), "A");
   const auto older = outbox.begin();
   outbox.forgetSent();
   const auto newer = outbox.begin();

@@ -34,7 +34,7 @@ class RelayEndToEnd : public testing::Test {
                         .onSuppressionCommand = [](const auto&) {},
                         .onStatusChange = [](const auto&) {}},
                        queue,
-                       {sockets, clock, random, console}};
+                       {sockets, clock, random, console, stampClock}};
   }
 
   // The kind of the message that `line` holds.
@@ -51,6 +51,7 @@ class RelayEndToEnd : public testing::Test {
   qt::SystemClock clock;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
+  const StampClock stampClock{clock, random};
   HurriedQueue queue{executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard)};
 };
 

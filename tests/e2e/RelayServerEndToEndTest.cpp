@@ -55,7 +55,7 @@ class RelayServerEndToEnd : public testing::Test {
         RelayClientCallbacks{.onApprovalRequest = [this](const auto& request) { requests.set(request); },
                              .onSuppressionCommand = [this](const auto& command) { suppressions.set(command); },
                              .onStatusChange = [this](const auto& status) { statuses.set(status); }},
-        *queue, RelayClientDependencies{sockets, clock, random, console});
+        *queue, RelayClientDependencies{sockets, clock, random, console, stampClock});
     client->connect();
     return client;
   }
@@ -90,6 +90,7 @@ class RelayServerEndToEnd : public testing::Test {
   qt::SystemClock clock;
   platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
   platform::simulated::SimulatedConsole console;
+  const StampClock stampClock{clock, random};
   Awaited<ApprovalRequestEnvelope> requests;
   Awaited<ApprovalSuppressionCommand> suppressions;
   Awaited<RelayConnectionStatus> statuses;

@@ -67,11 +67,12 @@ class RelaySessionEndToEnd : public testing::Test {
   qt::QtHttpSessions http{network};
   qt::SystemClock clock;
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{1}};  // Settings, secrets and console.
+  const StampClock stampClock{clock, world.random()};
   PairingConfiguration pairing{{world.environment(), world.bundle(), world.secretStore(), world.userDefaults(),
                                 world.random(), world.console()}};
   ApprovalSnapshot snapshot{.approvals = {}, .accessibilityTrusted = true};
   std::unique_ptr<RelaySession> session = std::make_unique<RelaySession>(
-      RelaySessionDependencies{pairing, executors, http, sockets, clock, world.random(), world.console()},
+      RelaySessionDependencies{pairing, executors, http, sockets, clock, world.random(), world.console(), stampClock},
       RelaySessionCallbacks{.snapshotProvider = [this] { return snapshot; },
                             .onApprovalRequest = [](const auto&) {},
                             .onSuppressionCommand = [](const auto&) {},

@@ -122,6 +122,7 @@ void SimulatedPhone::pair() {
   secrets = keptSecrets(world);
   framesRead.clear();
   allSnapshots.clear();
+  clock.reset();
   allResults.clear();
 }
 
@@ -138,13 +139,31 @@ void SimulatedPhone::sendStatus(bool isConnected, const std::string& deviceName)
 }
 
 bool SimulatedPhone::send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel) {
+  if (!secrets) return false;
+  const ApprovalRequestCommand command{.approvalID = approvalID, .buttonLabel = buttonLabel};
+  return deliver(decisionID,
+                 std::get<EncryptedRelayPayload>(RelayCrypto::seal(toJson(command), secrets->e2eSecret, random)));
+}
+
+EncryptedRelayPayload SimulatedPhone::timedRequest(const std::string& decisionID, const Uuid& approvalID,
+                                                   const std::string& buttonLabel,
+                                                   const std::optional<ClockStamp>& tappedAt) {
+  const auto known = newestClock();
+  const ApprovalRequestCommand command{
+      .approvalID = approvalID,
+      .buttonLabel = buttonLabel,
+      .decisionID = decisionID,
+      // A phone in the same world knows the agent's clock exactly, and the run from what came.
+      .tappedAt = tappedAt ? *tappedAt : ClockStamp{known.value().epoch, world.time().continuousTime()}};
+  return std::get<EncryptedRelayPayload>(RelayCrypto::seal(toJson(command), secrets.value().e2eSecret, random));
+}
+
+bool SimulatedPhone::deliver(const std::string& decisionID, const EncryptedRelayPayload& request) {
   const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
   if (!agent) return false;
-  const ApprovalRequestCommand command{.approvalID = approvalID, .buttonLabel = buttonLabel};
   const ApprovalRequestRelayMessage message{.type = std::string(kApprovalRequestType),
                                             .decisionID = decisionID,
-                                            .encryptedRequest = std::get<EncryptedRelayPayload>(
-                                                RelayCrypto::seal(toJson(command), secrets->e2eSecret, random)),
+                                            .encryptedRequest = request,
                                             .issuedAt = world.time().now()};
   agent->sendText(textOf(toJson(message)));
   return true;
@@ -189,14 +208,19 @@ void SimulatedPhone::read() {
       const auto& frame = frames[next];
       if (typeOf(frame) == kMacSnapshotType) {
         const auto message = std::get<MacSnapshotRelayMessage>(readRelayRecord<MacSnapshotRelayMessage>(frame));
-        allSnapshots.push_back(
-            {std::get<std::vector<PendingApproval>>(readPendingApprovals(opened(message.encryptedApprovals))),
-             message.accessibilityTrusted});
+        const auto list = opened(message.encryptedApprovals);
+        allSnapshots.push_back({std::get<std::vector<PendingApproval>>(readPendingApprovals(list)),
+                                message.accessibilityTrusted, std::get<SnapshotMarks>(readSnapshotMarks(list))});
+        if (allSnapshots.back().marks.clock) clock = allSnapshots.back().marks.clock;
       } else if (typeOf(frame) == kApprovalResultType) {
         const auto message = std::get<ApprovalResultRelayMessage>(readRelayRecord<ApprovalResultRelayMessage>(frame));
         allResults.push_back(
             {message.decisionID, std::get<ApprovalResultCommand>(
                                      readRelayCommand<ApprovalResultCommand>(opened(message.encryptedResult)))});
+        clock = allResults.back().command.clock;
+      } else if (typeOf(frame) == kMacClockType) {
+        const auto message = std::get<MacClockRelayMessage>(readRelayRecord<MacClockRelayMessage>(frame));
+        clock = std::get<ClockCommand>(readRelayCommand<ClockCommand>(opened(message.encryptedClock))).clock;
       }
     }
   }
@@ -210,6 +234,11 @@ std::vector<PhoneSnapshot> SimulatedPhone::snapshots() {
 std::vector<PhoneResult> SimulatedPhone::results() {
   read();
   return allResults;
+}
+
+std::optional<ClockStamp> SimulatedPhone::newestClock() {
+  read();
+  return clock;
 }
 
 std::vector<PendingApproval> SimulatedPhone::shown() {

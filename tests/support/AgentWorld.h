@@ -13,6 +13,7 @@
 #include "relay/InstallationSecrets.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayMessages.h"
+#include "relay/SnapshotRecords.h"
 
 namespace quillard::samples {
 
@@ -74,6 +75,7 @@ class SimulatedRelay {
 struct PhoneSnapshot {
   std::vector<PendingApproval> approvals;
   bool accessibilityTrusted = false;
+  SnapshotMarks marks;
 };
 
 // What the phone was answered.
@@ -96,6 +98,13 @@ class SimulatedPhone {
 
   // Sends a decision through the relay; false when no agent listens.
   bool send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel);
+  // As a phone seals it that says when a person decided: `tappedAt`, or else now. To be delivered as often as the test
+  // wants.
+  [[nodiscard]] EncryptedRelayPayload timedRequest(const std::string& decisionID, const Uuid& approvalID,
+                                                   const std::string& buttonLabel,
+                                                   const std::optional<ClockStamp>& tappedAt = std::nullopt);
+  // False when no agent listens.
+  bool deliver(const std::string& decisionID, const EncryptedRelayPayload& request);
   // The same under a new identifier, which is returned. Absent when no agent listens.
   std::optional<std::string> decide(const Uuid& approvalID, const std::string& buttonLabel);
   bool suppress(const Uuid& suppressionID) { return sendSuppression("suppress", suppressionID); }
@@ -107,6 +116,8 @@ class SimulatedPhone {
   // Everything that came for this pairing, oldest first.
   [[nodiscard]] std::vector<PhoneSnapshot> snapshots();
   [[nodiscard]] std::vector<PhoneResult> results();
+  // The newest that came, in a list, a result or by itself. Absent: none did.
+  [[nodiscard]] std::optional<ClockStamp> newestClock();
   // The newest list; empty also when none came yet.
   [[nodiscard]] std::vector<PendingApproval> shown();
   [[nodiscard]] std::vector<std::string> shownTitles();
@@ -127,6 +138,7 @@ class SimulatedPhone {
   std::map<std::size_t, std::size_t> framesRead;  // By conversation.
   std::vector<PhoneSnapshot> allSnapshots;
   std::vector<PhoneResult> allResults;
+  std::optional<ClockStamp> clock;
 };
 
 // A whole agent in a simulated world, installed, trusted and with a relay configured, unless a test says otherwise

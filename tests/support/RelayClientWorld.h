@@ -38,7 +38,7 @@ struct RelayClientWorld {
                              .onSuppressionCommand = [this](const auto& command) { suppressions.push_back(command); },
                              .onStatusChange = [this](const auto& status) { statuses.push_back(status); },
                              .onRefused = [this](RelayRefusal refusal) { refusals.push_back(refusal); }},
-        *queue, RelayClientDependencies{sockets, time, random, console});
+        *queue, RelayClientDependencies{sockets, time, random, console, stampClock});
   }
   // The client ends in a turn of its queue.
   ~RelayClientWorld() {
@@ -94,6 +94,9 @@ struct RelayClientWorld {
   platform::simulated::SimulatedRandom random;
   platform::simulated::SimulatedRandom phonesRandom;
   platform::simulated::SimulatedConsole console;
+  // With random bytes of its own, so that it draws none of the client's.
+  platform::simulated::SimulatedRandom epochs{platform::simulated::Seed{77}};
+  const StampClock stampClock{time, epochs};
   std::unique_ptr<platform::SerialExecutor> queue =
       time.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
   std::vector<ApprovalRequestEnvelope> requests;

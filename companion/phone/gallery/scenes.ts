@@ -214,6 +214,27 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
       prompts: [prompt(1, { decision: decided("failed", "The prompt is still there.") }), kInstall],
     }),
   ),
+  tooLate: phone(
+    computer({
+      prompts: [prompt(1, { decision: decided("tooLate") }), kInstall],
+      outcomes: [{ ...kOutcomes[0]!, key: uuid(900), status: "tooLate" }, ...kOutcomes.slice(2, 4)],
+    }),
+  ),
+  incomplete: phone(computer({ prompts: [prompt(1), kInstall], promptsLeftOut: 3 })),
+  tooLongToShow: phone(
+    computer({
+      prompts: [
+        prompt(1, {
+          windowTitle: "Allow all of these?",
+          messageLines: [],
+          buttons: [],
+          requiresDirectAccess: true,
+          directAccessReason: "This prompt is too long to be shown here. Look at the computer.",
+        }),
+      ],
+      promptsLeftOut: 1,
+    }),
+  ),
   unanswered: phone(computer({ prompts: [prompt(1, { decision: decided("unanswered") })] })),
   manyButtons: phone(computer({ prompts: [kManyButtons] })),
   hidden: phone(

@@ -264,6 +264,7 @@ void PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment n
   Room& room = member.room;
   auto read = readAgentMessage(text, limits.messageBytes);
   std::visit(Overloaded{[&](const SnapshotMessage& message) { takeSnapshot(room, message, now.instant); },
+                        [&](const ClockMessage& message) { takeClock(room, message, now.instant); },
                         [&](ResultMessage& message) { takeResult(room, std::move(message), now.instant); },
                         [&](const UnpairMessage& message) { unpair(room, message, now); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
@@ -285,6 +286,11 @@ void PairingRooms::takeSnapshot(Room& room, const SnapshotMessage& message, Inst
   const auto text = std::make_shared<const std::string>(messageText(message.json));
   keepSnapshot(room, text);
   sendTo(room.phones, text, now);
+}
+
+void PairingRooms::takeClock(Room& room, const ClockMessage& message, Instant now) {
+  ++metrics.messages["mac.clock"];
+  sendTo(room.phones, std::make_shared<const std::string>(messageText(message.json)), now);
 }
 
 void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {

@@ -78,6 +78,7 @@ class PairingRooms {
   void takeFromAgent(Member& member, std::string_view text, Moment now);
   void takeFromPhone(Member& member, std::string_view text, Moment now);
   void takeSnapshot(Room& room, const SnapshotMessage& message, Instant now);
+  void takeClock(Room& room, const ClockMessage& message, Instant now);
   void takeResult(Room& room, ResultMessage message, Instant now);
   void unpair(Room& room, const UnpairMessage& message, Moment now);
   void takeRequest(Member& member, const RequestMessage& message, Instant now);

@@ -79,6 +79,45 @@ TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
   EXPECT_EQ(other->ofType("mac.snapshot").size(), 0U);
 }
 
+TEST(PairingRooms, PassTheAgentsClockOnToThePhonesThatAreThereAndKeepNone) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto one = world.joinPhone("A");
+  const auto two = world.joinPhone("B");
+  const auto other = world.joinPhone("A", "another");
+  Json message = clock();
+  message["more"] = 1;
+  message["encryptedClock"]["more"] = 1;
+  world.say(*agent, message);
+  EXPECT_EQ(one->newest().dump(), clock().dump());
+  EXPECT_EQ(two->newest().dump(), clock().dump());
+  EXPECT_EQ(other->ofType("mac.clock").size(), 0U);
+  EXPECT_EQ(world.joinPhone("C")->ofType("mac.clock").size(), 0U) << "It would be an old one.";
+  EXPECT_FALSE(agent->closed);
+}
+
+TEST(PairingRooms, TakeNoClockFromAPhone) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto one = world.joinPhone("A");
+  const auto two = world.joinPhone("B");
+  world.say(*one, clock());
+  EXPECT_EQ(agent->ofType("mac.clock").size(), 0U);
+  EXPECT_EQ(two->ofType("mac.clock").size(), 0U);
+  EXPECT_FALSE(one->closed);
+}
+
+TEST(PairingRooms, CloseAnAgentWhoseClockBreaksTheRules) {
+  for (const Json& payload : {Json(), Json("QUJD"), Json{{"version", 1}, {"nonce", "AA=="}},
+                              Json{{"version", -1}, {"nonce", "AA=="}, {"ciphertext", "QUJD"}},
+                              Json{{"version", 1}, {"nonce", "AA=="}, {"ciphertext", "not base64!"}}}) {
+    RelayWorld world;
+    const auto agent = world.joinAgent();
+    world.say(*agent, {{"type", "mac.clock"}, {"encryptedClock", payload}});
+    EXPECT_EQ(agent->closed, CloseCode::malformedMessage) << payload.dump();
+  }
+}
+
 TEST(PairingRooms, PassOnKnownMembersOnlyInTheirOrder) {
   RelayWorld world;
   const auto agent = world.joinAgent();

@@ -133,6 +133,8 @@ inline Json snapshot(const std::string& id = "ax1:0") {
           {"approvalCount", 1},           {"snapshotID", id}};
 }
 
+inline Json clock() { return {{"type", "mac.clock"}, {"encryptedClock", sealed()}}; }
+
 inline Json result(const std::string& decisionID) {
   return {{"type", "approval.result"},
           {"decisionID", decisionID},

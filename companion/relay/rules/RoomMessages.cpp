@@ -72,6 +72,12 @@ SnapshotMessage readSnapshot(JsonReader& reader) {
   return {std::move(json)};
 }
 
+ClockMessage readClock(JsonReader& reader) {
+  Json json = {{"type", "mac.clock"}};
+  json["encryptedClock"] = payload(reader, "encryptedClock");
+  return {std::move(json)};
+}
+
 ResultMessage readResult(JsonReader& reader) {
   ResultMessage message{.decisionID = decisionID(reader), .json = {{"type", "approval.result"}}};
   message.json["decisionID"] = message.decisionID;
@@ -125,6 +131,7 @@ Json describe(const PhoneDescription& phone) {
 AgentMessage readAgentMessage(std::string_view text, std::size_t longest) {
   return readMessage<AgentMessage>(text, longest, [](JsonReader& reader, const std::string& type) -> AgentMessage {
     if (type == "mac.snapshot") return readSnapshot(reader);
+    if (type == "mac.clock") return readClock(reader);
     if (type == "approval.result") return readResult(reader);
     if (type == "phone.unpair") return readUnpair(reader);
     return UnknownMessage{};

@@ -17,6 +17,10 @@ namespace quillard::relayserver {
 struct SnapshotMessage {
   Json json;
 };
+// What time it is on the agent's clock. Passed on, never kept.
+struct ClockMessage {
+  Json json;
+};
 struct ResultMessage {
   std::string decisionID;
   Json json;
@@ -37,7 +41,8 @@ struct UnknownMessage {};
 // Not JSON, or a known kind whose members break its rules.
 struct MalformedMessage {};
 
-using AgentMessage = std::variant<SnapshotMessage, ResultMessage, UnpairMessage, UnknownMessage, MalformedMessage>;
+using AgentMessage =
+    std::variant<SnapshotMessage, ClockMessage, ResultMessage, UnpairMessage, UnknownMessage, MalformedMessage>;
 using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, UnknownMessage, MalformedMessage>;
 
 // `longest`: bytes.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "values/Time.h"
 
 namespace quillard::platform {
@@ -14,6 +16,10 @@ class Clock {
 
   // Never goes back, and goes on while the computer sleeps only where the system's own monotonic clock does.
   [[nodiscard]] virtual Instant monotonicNow() const = 0;
+
+  // How long it is since a fixed moment that means nothing, in which the computer's sleep counts. Never goes back, and
+  // is never set. For how old something is when the computer may have slept meanwhile; never for waiting.
+  [[nodiscard]] virtual std::chrono::milliseconds continuousTime() const = 0;
 
   // Blocks the calling thread for at least `duration`; zero or less returns immediately. Never on the main thread,
   // except where a pause of it is meant.

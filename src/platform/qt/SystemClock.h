@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "platform/process/Clock.h"
 
 namespace quillard::qt {
@@ -9,6 +11,7 @@ class SystemClock final : public platform::Clock {
  public:
   [[nodiscard]] Date now() const override;
   [[nodiscard]] Instant monotonicNow() const override;
+  [[nodiscard]] std::chrono::milliseconds continuousTime() const override;
   // Infinite: for good.
   void sleep(Seconds duration) override;
 };

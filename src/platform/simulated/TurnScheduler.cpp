@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "foundation/BrokenPromise.h"
+
 namespace quillard::platform::simulated {
 
 namespace {
@@ -205,6 +207,21 @@ void TurnScheduler::setWallClock(Date date) {
   const MutexLock lock{mutex};
   wallSetAt = now;
   wallSetTo = date;
+}
+
+// Zero means nothing here either: the simulated computer was started some days ago.
+std::chrono::milliseconds TurnScheduler::continuousTime() const {
+  constexpr std::chrono::hours kUpBefore{100};
+  const MutexLock lock{mutex};
+  return std::chrono::floor<std::chrono::milliseconds>(now.time_since_epoch() + suspendedFor + kUpBefore);
+}
+
+void TurnScheduler::suspend(Seconds duration) {
+  const MutexLock lock{mutex};
+  const auto asleep = saturatingDuration<std::chrono::nanoseconds>(duration);
+  if (asleep < std::chrono::nanoseconds::zero()) stopForBrokenPromise("A computer sleeps for some time.");
+  suspendedFor += asleep;
+  wallSetTo = advanced(wallSetTo, duration);
 }
 
 void TurnScheduler::setRunawayLimit(std::uint64_t turns) {

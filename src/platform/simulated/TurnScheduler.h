@@ -56,6 +56,8 @@ class TurnScheduler {
   [[nodiscard]] Instant monotonicNow() const;
   [[nodiscard]] Date wallNow() const;
   void setWallClock(Date date);
+  [[nodiscard]] std::chrono::milliseconds continuousTime() const;
+  void suspend(Seconds duration);
   void setRunawayLimit(std::uint64_t turns);
   [[nodiscard]] std::uint64_t turnCount() const;
 
@@ -101,6 +103,8 @@ class TurnScheduler {
   Instant wallSetAt QUILLARD_GUARDED_BY(mutex){std::chrono::hours{1}};
   Date wallSetTo QUILLARD_GUARDED_BY(mutex){std::chrono::sys_days{std::chrono::January / 15 / 2026} +
                                             std::chrono::hours{9}};
+
+  std::chrono::nanoseconds suspendedFor QUILLARD_GUARDED_BY(mutex){};  // Altogether.
 
   Instant horizon QUILLARD_GUARDED_BY(mutex){};
   const Lane* awaitedLane QUILLARD_GUARDED_BY(mutex) = nullptr;

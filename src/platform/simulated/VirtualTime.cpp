@@ -73,6 +73,8 @@ std::optional<Instant> VirtualTime::nextDue() const { return scheduler->nextDue(
 
 void VirtualTime::setWallClock(Date date) { scheduler->setWallClock(date); }
 
+void VirtualTime::suspend(Seconds duration) { scheduler->suspend(duration); }
+
 void VirtualTime::setRunawayLimit(std::uint64_t turns) { scheduler->setRunawayLimit(turns); }
 
 std::uint64_t VirtualTime::turnCount() const { return scheduler->turnCount(); }
@@ -82,6 +84,8 @@ void VirtualTime::shutDown() { scheduler->shutDown(); }
 Date VirtualTime::now() const { return scheduler->wallNow(); }
 
 Instant VirtualTime::monotonicNow() const { return scheduler->monotonicNow(); }
+
+std::chrono::milliseconds VirtualTime::continuousTime() const { return scheduler->continuousTime(); }
 
 void VirtualTime::sleep(Seconds duration) { scheduler->sleep(duration); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -47,6 +48,10 @@ class VirtualTime final : public Clock, public Executors {
   // Sets what the wall clock shows now, as a user would. Turns that are ahead stay where they are.
   void setWallClock(Date date);
 
+  // The computer sleeps for `duration`, which is finite and not negative, and wakes: the wall clock and the continuous
+  // time have gone on, while the monotonic clock stood still and no turn ran.
+  void suspend(Seconds duration);
+
   // How many turns may run without time moving before the process is stopped with a message. 10 million at first.
   void setRunawayLimit(std::uint64_t turns);
 
@@ -59,6 +64,7 @@ class VirtualTime final : public Clock, public Executors {
 
   [[nodiscard]] Date now() const override;
   [[nodiscard]] Instant monotonicNow() const override;
+  [[nodiscard]] std::chrono::milliseconds continuousTime() const override;
   void sleep(Seconds duration) override;
 
   SerialExecutor& mainThread() override;

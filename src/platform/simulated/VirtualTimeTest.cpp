@@ -244,6 +244,28 @@ TEST_F(VirtualTimeTest, TheWallClockCanBeSetWithoutMovingAnythingElse) {
   EXPECT_THAT(notes, ElementsAre("due@10000"));
 }
 
+TEST_F(VirtualTimeTest, SleepOfTheComputerMovesTheClocksThatCountItAndNothingElse) {
+  const TaskHandle task = time.mainThread().postAfter(10s, noting("due"));
+  const Date wall = time.now();
+  const auto continuous = time.continuousTime();
+  time.advance(4s);
+  time.suspend(3600s);
+  EXPECT_EQ(time.monotonicNow() - start, 4s);
+  EXPECT_EQ(time.continuousTime() - continuous, 3604s);
+  EXPECT_EQ(time.now() - wall, 3604s);
+  EXPECT_THAT(notes, IsEmpty());
+  time.advance(6s);
+  EXPECT_EQ(time.continuousTime() - continuous, 3610s);
+  EXPECT_THAT(notes, ElementsAre("due@10000"));
+}
+
+TEST_F(VirtualTimeTest, TheWallClockMayBeSetWithoutMovingTheContinuousTime) {
+  const auto continuous = time.continuousTime();
+  time.setWallClock(time.now() - 24h);
+  time.advance(1s);
+  EXPECT_EQ(time.continuousTime() - continuous, 1s);
+}
+
 TEST_F(VirtualTimeTest, TheWallClockEndsAtItsLastMoment) {
   time.setWallClock(Date::max());
   time.advance(1s);

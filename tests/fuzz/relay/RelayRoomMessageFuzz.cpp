@@ -27,6 +27,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto text = quillard::fuzz::textOf(data, size);
   const auto fromAgent = readAgentMessage(text, kLongest);
   if (const auto* snapshot = std::get_if<SnapshotMessage>(&fromAgent)) checkRound(*snapshot, readAgentMessage);
+  if (const auto* clock = std::get_if<ClockMessage>(&fromAgent)) checkRound(*clock, readAgentMessage);
   if (const auto* result = std::get_if<ResultMessage>(&fromAgent)) {
     checkRound(*result, readAgentMessage);
     const auto named = resultText(*result, PhoneDescription{.deviceID = "A", .deviceName = "\"\\"});

@@ -13,6 +13,7 @@ export function browserEnvironment(): Environment {
   }
   return {
     now: () => Date.now(),
+    monotonicNow: () => performance.now(),
     after: (milliseconds, action) => {
       const timer = setTimeout(action, milliseconds);
       return () => clearTimeout(timer);

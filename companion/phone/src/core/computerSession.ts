@@ -1,13 +1,15 @@
 // One paired computer as this phone knows it: joins the owners of its list, decisions, suppressions, history and
 // connection, each of which has a state of its own. Sessions share nothing but the environment.
 
+import { ComputerClock, type Moment } from "./computerClock";
 import { DecisionDelivery } from "./decisionDelivery";
 import { harmless } from "./decisionLog";
 import { trim } from "./bounded";
 import type { Environment } from "./environment";
 import {
+  readClock,
   readMessage,
-  readPrompts,
+  readPromptList,
   readResultCommand,
   readSuppressionCommand,
   suppressionMessage,
@@ -41,6 +43,7 @@ export class ComputerSession {
   private ended: PairingNotes["ended"];
 
   private readonly list = new PromptList();
+  private readonly clock = new ComputerClock();
   private readonly history: OutcomeHistory;
   private readonly suppressions: SuppressionList;
   private readonly decisions: DecisionDelivery;
@@ -75,6 +78,7 @@ export class ComputerSession {
     });
     this.decisions = new DecisionDelivery(notes.decisions, {
       environment,
+      clock: this.clock,
       channel: this.channel,
       isConnected: () => this.connection.state.kind === "connected",
       send: (text) => this.connection.send(text),
@@ -99,7 +103,7 @@ export class ComputerSession {
 
   computer(): Computer {
     const { isComputerConnected, lastReceivedAt } = this;
-    const { accessibilityTrusted, isUnreadable } = this.list;
+    const { accessibilityTrusted, isUnreadable, leftOut } = this.list;
     const { problem } = this.writer;
     const prompts = this.prompts();
     return {
@@ -111,6 +115,7 @@ export class ComputerSession {
       ...(lastReceivedAt !== undefined && { lastReceivedAt }),
       ...(accessibilityTrusted !== undefined && { accessibilityTrusted }),
       ...(prompts !== undefined && { prompts }),
+      ...(leftOut > 0 && { promptsLeftOut: leftOut }),
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
@@ -202,29 +207,32 @@ export class ComputerSession {
   }
 
   private received(text: string): void {
+    const receivedAt = { monotonic: this.environment.monotonicNow(), wall: this.environment.now() };
     // Boxes are opened asynchronously; messages are still taken in the order in which they came.
-    this.inbox = this.inbox.then(() => (this.isStopped ? undefined : this.take(text)));
+    this.inbox = this.inbox.then(() => (this.isStopped ? undefined : this.take(text, receivedAt)));
   }
 
-  private async take(text: string): Promise<void> {
+  private async take(text: string, receivedAt: Moment): Promise<void> {
     let message: IncomingMessage | undefined;
     try {
       message = readMessage(text);
-      await this.handle(message);
+      await this.handle(message, receivedAt);
     } catch {
       // What cannot be read is no message for us; but a list that cannot be read is reported.
       if (message?.type === "snapshot") this.unreadable();
     }
   }
 
-  private async handle(message: IncomingMessage): Promise<void> {
+  private async handle(message: IncomingMessage, receivedAt: Moment): Promise<void> {
     switch (message.type) {
       case "snapshot":
-        return this.takeSnapshot(message.box, message.accessibilityTrusted);
+        return this.takeSnapshot(message.box, message.accessibilityTrusted, receivedAt);
       case "unreadableSnapshot":
         return this.unreadable();
       case "result":
-        return this.takeResult(message.decisionID, message.box, message.phone);
+        return this.takeResult(message.decisionID, message.box, message.phone, receivedAt);
+      case "clock":
+        return this.clock.learn(readClock(await this.channel.open(message.box)), receivedAt);
       case "suppression":
         return this.takeSuppression(message.box);
       case "computerStatus":
@@ -241,11 +249,12 @@ export class ComputerSession {
     this.changed();
   }
 
-  private async takeSnapshot(box: string, accessibilityTrusted: boolean): Promise<void> {
+  private async takeSnapshot(box: string, accessibilityTrusted: boolean, receivedAt: Moment): Promise<void> {
     // The newest list comes again whenever this phone joins: having been opened before does not count against it.
-    const prompts = readPrompts(await this.channel.open(box));
+    const { prompts, clock, leftOut } = readPromptList(await this.channel.open(box));
     if (this.isStopped) return;
-    const gone = this.list.replace(prompts, accessibilityTrusted);
+    if (clock) this.clock.learn(clock, receivedAt);
+    const gone = this.list.replace(prompts, accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
     if (gone.length > 0) await this.writer.save();
@@ -254,16 +263,25 @@ export class ComputerSession {
   private promptGone(prompt: ReportedPrompt): void {
     const isExplained = this.decisions.mayHavePressed(prompt.id) || this.pressedElsewhere.has(prompt.id);
     this.decisions.promptGone(prompt.id);
-    // The list of a computer that may not read windows any more is empty, which says nothing about them.
-    const isKnown = this.list.accessibilityTrusted !== false;
+    // The list of a computer that may not read windows any more is empty, and one that is too long leaves some out:
+    // neither says anything about what is missing.
+    const isKnown = this.list.accessibilityTrusted !== false && this.list.leftOut === 0;
     if (isExplained || !isKnown || this.suppressions.has(prompt.suppressionID)) return;
     this.history.addGoneByItself(this.subjectOf(prompt));
   }
 
-  private async takeResult(decisionID: string, box: string, phone: OtherPhone | undefined): Promise<void> {
+  private async takeResult(
+    outerID: string,
+    box: string,
+    phone: OtherPhone | undefined,
+    receivedAt: Moment,
+  ): Promise<void> {
     const text = await this.channel.openOnce(box);
     if (this.isStopped || text === undefined) return;
     const result = readResultCommand(text);
+    // Under which decision's name the relay delivers it is the relay's word only.
+    const decisionID = result.decisionID ?? outerID;
+    if (result.clock) this.clock.learn(result.clock, receivedAt);
     this.lastReceivedAt = this.environment.now();
     if (!this.decisions.result(decisionID, result)) this.recordOfOthers(decisionID, result, phone);
     this.changed();

@@ -1,4 +1,6 @@
-import { DecisionLog, type DecisionRecord } from "./decisionLog";
+import { elapsed, type ClockStamp, type ComputerClock, type Moment } from "./computerClock";
+import { DecisionLog, isOpen, type DecisionRecord } from "./decisionLog";
+import { trim } from "./bounded";
 import type { Environment } from "./environment";
 import { requestMessage, type Result } from "./messages";
 import type { Decision, Prompt } from "./model";
@@ -6,7 +8,8 @@ import type { SealedChannel } from "./sealedChannel";
 import { newUuid } from "./uuid";
 
 export interface DecisionDeliveryDependencies {
-  readonly environment: Pick<Environment, "now" | "after" | "crypto">;
+  readonly environment: Pick<Environment, "now" | "monotonicNow" | "after" | "crypto">;
+  readonly clock: ComputerClock;
   readonly channel: SealedChannel;
   isConnected(): boolean;
   /** False: nothing went out. */
@@ -18,13 +21,31 @@ export interface DecisionDeliveryDependencies {
   changed(): void;
 }
 
+/** A decision of this visit. */
+interface Tap {
+  readonly at: Moment;
+  /** What the newest box says about when that was. Absent: the computer does not ask for it. */
+  readonly sealedAs?: ClockStamp;
+  readonly isAskedAgain: boolean;
+}
+
+/** The computer may think a decision too late because a stamp was long on its way. Then it is worth a second try. */
+const worthAskingAgain = 20_000;
+/** Far more than can be open. */
+const mostTaps = 200;
+
 /**
- * The decisions that are made here: gives each its identity, sends it as long as it is open and young enough, and ends
- * it when its minute is over. What is known of each stands in the `DecisionLog`.
+ * The decisions that are made here: gives each its identity, seals it once, sends that same box as long as it is open and
+ * young enough, and ends it when its minute is over. What is known of each stands in the `DecisionLog`.
+ *
+ * The box says when the decision was made, on the computer's clock. Where the computer finds it too late although it was
+ * made just now, it is sealed once more with what is known by then, under the same name: the computer did nothing about
+ * the first box, and acts on one name once.
  */
 export class DecisionDelivery {
   private readonly log: DecisionLog;
   private cancelTimer: () => void = () => {};
+  private readonly taps = new Map<string, Tap>();
   private isStopped = false;
 
   /** `records`: of earlier visits, newest last. */
@@ -68,16 +89,17 @@ export class DecisionDelivery {
     const { id: approvalID, appName, windowTitle } = prompt;
     const made = { decisionID, approvalID, buttonLabel, decidedAt: now, appName, windowTitle } as const;
     this.log.add({ ...made, status: "sending", mayHaveArrived: false });
+    this.taps.set(decisionID, { at: this.moment(), isAskedAgain: false });
+    trim(this.taps, mostTaps);
     this.schedule();
     this.dependencies.changed();
-    // Stored first: should the page be closed right now, the next visit asks what became of it.
-    void this.dependencies.save().then(() => this.send(decisionID));
+    void this.sealAndSend(decisionID);
   }
 
   /** Sends what is open. Timers stand still while a phone sleeps: what grew too old meanwhile is not pressed now. */
   resume(): void {
     this.expire();
-    for (const decision of this.log.open()) void this.send(decision.decisionID);
+    for (const decision of this.log.open()) this.send(decision.decisionID);
   }
 
   connectionLost(): void {
@@ -93,6 +115,7 @@ export class DecisionDelivery {
 
   /** False: this phone made no decision of that name. */
   result(decisionID: string, result: Result): boolean {
+    if (result.status === "tooLate" && this.askAgain(decisionID, result)) return true;
     const record = this.log.result(decisionID, result, this.now());
     if (record) this.dependencies.settled(record);
     this.schedule();
@@ -109,15 +132,49 @@ export class DecisionDelivery {
     if (expired.length > 0) void this.dependencies.save();
   }
 
-  private async send(decisionID: string): Promise<void> {
-    const decision = this.log.find(decisionID);
-    if (!decision || !this.dependencies.isConnected()) return;
-    const { approvalID, buttonLabel } = decision;
-    // Sealed anew each time: the computer opens a box once. What cannot be sealed stays open until its minute is over.
-    const payload = await this.dependencies.channel.seal({ approvalID, buttonLabel });
+  /** Stored before it is sent: should the page be closed right now, the next visit asks what became of it. */
+  private async sealAndSend(decisionID: string): Promise<void> {
+    const record = this.log.find(decisionID);
+    const tap = this.taps.get(decisionID);
+    if (!record || !tap) return;
+    const { approvalID, buttonLabel } = record;
+    const tappedAt = this.dependencies.clock.at(tap.at);
+    if (tappedAt) this.taps.set(decisionID, { ...tap, sealedAs: tappedAt });
+    const command = { approvalID, buttonLabel, decisionID, ...(tappedAt && { tappedAt }) };
+    const box = await this.dependencies.channel.seal(command);
+    // What cannot be sealed stays open until its minute is over.
+    if (!box || this.isStopped) return;
+    this.log.sealed(decisionID, box);
+    await this.dependencies.save();
+    this.send(decisionID);
+  }
+
+  private send(decisionID: string): void {
+    const box = this.log.find(decisionID)?.box;
     const now = this.now();
-    if (!payload || this.isStopped || !this.log.mayAsk(decisionID, now)) return;
-    if (this.dependencies.send(requestMessage(decisionID, payload, now))) this.log.handedOver(decisionID);
+    const mayBeSent = this.dependencies.isConnected() && !this.isStopped && this.log.mayAsk(decisionID, now);
+    if (!box || !mayBeSent) return;
+    if (this.dependencies.send(requestMessage(decisionID, box, now))) this.log.handedOver(decisionID);
+  }
+
+  /** False: that would change nothing, or comes too late by this phone's own clocks. */
+  private askAgain(decisionID: string, { approvalID, buttonLabel }: Result): boolean {
+    const record = this.log.find(decisionID);
+    const tap = this.taps.get(decisionID);
+    if (!record || !tap?.sealedAs || tap.isAskedAgain || !isOpen(record)) return false;
+    if (record.approvalID !== approvalID || record.buttonLabel !== buttonLabel) return false;
+    const { epoch, time } = tap.sealedAs;
+    const better = this.dependencies.clock.at(tap.at);
+    if (!better || (better.epoch === epoch && better.time <= time)) return false;
+    if (elapsed(tap.at, this.moment()) >= worthAskingAgain) return false;
+    this.taps.set(decisionID, { ...tap, isAskedAgain: true });
+    void this.sealAndSend(decisionID);
+    return true;
+  }
+
+  private moment(): Moment {
+    const { environment } = this.dependencies;
+    return { monotonic: environment.monotonicNow(), wall: environment.now() };
   }
 
   private schedule(): void {

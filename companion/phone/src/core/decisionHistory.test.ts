@@ -36,7 +36,7 @@ class History {
   private readonly world = new PhoneWorld();
   private readonly chance: Chance;
   private readonly truths = new Map<string, Truth>();
-  private readonly nonces = new Set<string>();
+  private readonly boxes = new Map<string, string>();
   private readonly read = new Map<FakeSocket, number>();
   private mac: FakeComputer | undefined;
   private isMacThere = true;
@@ -139,10 +139,15 @@ class History {
     const message = await this.mac!.read(text);
     const truth = this.truths.get(message.decisionID);
     expect(truth, `Only what was decided is asked, ${this.name}`).toBeDefined();
-    expect(message.command, this.name).toEqual({ approvalID: one, buttonLabel: truth?.label });
-    expect(this.nonces.has(message.nonce), `No box is sent twice, ${this.name}`).toBe(false);
+    expect(message.command, this.name).toEqual({
+      approvalID: one,
+      buttonLabel: truth?.label,
+      decisionID: message.decisionID,
+    });
+    const box = this.boxes.get(message.decisionID) ?? message.nonce;
+    expect(message.nonce, `A decision is one box, ${this.name}`).toBe(box);
     expect(this.world.time.now() - (truth?.decidedAt ?? 0), this.name).toBeLessThanOrEqual(decisionLife);
-    this.nonces.add(message.nonce);
+    this.boxes.set(message.decisionID, message.nonce);
     const isHanded = this.isMacThere;
     if (isHanded && truth) truth.hasArrived = true;
     if (socket.state !== "open" || this.chance.below(5) === 0) return;

@@ -6,6 +6,7 @@
 
 import type { Decision, Instant } from "./model";
 import type { Result } from "./messages";
+import type { SealedPayload } from "./sealing";
 
 /** How long a decision may be asked again, and stays open without an answer. */
 export const decisionLife = 60_000;
@@ -18,12 +19,18 @@ export interface DecisionRecord extends Decision {
   readonly windowTitle: string;
   /** It may have reached the computer: then silence does not mean that nothing was pressed. */
   readonly mayHaveArrived: boolean;
+  /** What is sent, each time the same: the computer acts on a box once. Absent: not sealed yet. */
+  readonly box?: SealedPayload;
 }
 
 const open: ReadonlySet<Decision["status"]> = new Set(["sending", "delivered"]);
 
 /** With these nothing was pressed. */
-export const harmless: ReadonlySet<Decision["status"]> = new Set(["undelivered", "requiresDirectAccess"]);
+export const harmless: ReadonlySet<Decision["status"]> = new Set([
+  "undelivered",
+  "requiresDirectAccess",
+  "tooLate",
+]);
 
 export function isOpen(decision: Decision): boolean {
   return open.has(decision.status);
@@ -116,6 +123,10 @@ export class DecisionLog {
   /** Whether a button of it may have been pressed from here, as far as is known. */
   mayHavePressed(approvalID: string): boolean {
     return this.all().some((record) => record.approvalID === approvalID && !harmless.has(record.status));
+  }
+
+  sealed(decisionID: string, box: SealedPayload): void {
+    this.update(decisionID, { box });
   }
 
   handedOver(decisionID: string): void {

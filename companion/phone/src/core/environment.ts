@@ -37,6 +37,8 @@ export interface DeviceStatus {
 
 export interface Environment {
   now(): Instant;
+  /** Milliseconds since some moment of this visit. Never set; may stand still while the device sleeps. */
+  monotonicNow(): number;
   after: After;
   /** From 0 up to, but not including, 1; for waits only. */
   random(): number;

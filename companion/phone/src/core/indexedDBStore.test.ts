@@ -39,6 +39,7 @@ const notes: PairingNotes = {
       appName: "Disk Tool",
       windowTitle: "",
       mayHaveArrived: true,
+      box: { version: 1, nonce: "AAAA", ciphertext: "AAAABBBB" },
     },
   ],
   usedNonces: ["AAAA"],

@@ -2,8 +2,9 @@ import { readFileSync } from "node:fs";
 import { describe, expect, it } from "vitest";
 import { DecodingError, Fields, instantFrom, parseJson } from "./decoding";
 import {
+  readClock,
   readMessage,
-  readPrompts,
+  readPromptList,
   readResultCommand,
   readSuppressionCommand,
   requestMessage,
@@ -151,7 +152,7 @@ describe("Messages", () => {
 });
 
 describe("A list of prompts", () => {
-  const read = (...approvals: unknown[]) => readPrompts(JSON.stringify(approvals));
+  const read = (...approvals: unknown[]) => readPromptList(JSON.stringify(approvals)).prompts;
 
   it("keeps the computer's order, and every text as it is", () => {
     const title = "\u202E</b>\u0000 “x”";
@@ -236,6 +237,18 @@ describe("A list of prompts", () => {
     ["a button without a place", { buttons: [without(sampleButton("OK"), "x")] }],
     ["too many buttons", { buttons: new Array(201).fill(sampleButton("OK")) }],
     ["a label beyond its limit", { buttons: [sampleButton("x".repeat(10_001))] }],
+    ["a time that is no stamp", { clock: 12 }],
+    ["a time without an epoch", { clock: { time: 1 } }],
+    ["a time of an epoch without a name", { clock: { epoch: "here", time: 1 } }],
+    ["a time before all time", { clock: { epoch: sampleID(9), time: -1 } }],
+    ["a time in parts", { clock: { epoch: sampleID(9), time: 0.5 } }],
+    ["a time that is no number", { clock: { epoch: sampleID(9), time: "1" } }],
+    ["a time beyond all numbers", { clock: { epoch: sampleID(9), time: Number.MAX_SAFE_INTEGER + 1 } }],
+    ["nothing that is left out, said aloud", { leftOut: 0 }],
+    ["less than nothing that is left out", { leftOut: -1 }],
+    ["a part of a prompt that is left out", { leftOut: 1.5 }],
+    ["more left out than can be", { leftOut: 1_000_001 }],
+    ["left out, as a text", { leftOut: "3" }],
     ["a title beyond its limit", { windowTitle: "x".repeat(100_001) }],
   ])("is refused: %s", (_, change) => {
     expect(() => read(sampleApproval(1, change))).toThrow(DecodingError);
@@ -243,12 +256,97 @@ describe("A list of prompts", () => {
 
   it("is refused where two prompts have one identity, or there are too many", () => {
     expect(() => read(sampleApproval(1), sampleApproval(1))).toThrow("names two prompts alike");
-    expect(() => readPrompts(JSON.stringify(new Array(1001).fill({})))).toThrow("more than 1000");
-    expect(() => readPrompts('{"0":{}}')).toThrow("is not a list");
+    expect(() => readPromptList(JSON.stringify(new Array(1001).fill({}))).prompts).toThrow("more than 1000");
+    expect(() => readPromptList('{"0":{}}').prompts).toThrow("is not a list");
+  });
+});
+
+describe("A list", () => {
+  const clock = { epoch: sampleID(9), time: Number.MAX_SAFE_INTEGER };
+  const readList = (...approvals: unknown[]) => readPromptList(JSON.stringify(approvals));
+
+  it("says when it was sealed, and how many prompts are missing", () => {
+    const marks = { clock, leftOut: 3 };
+    expect(readList(sampleApproval(1, marks), sampleApproval(2, marks))).toMatchObject({ clock, leftOut: 3 });
+  });
+
+  it("of an older computer says neither, nor does an empty one", () => {
+    expect(readList(sampleApproval(1))).toMatchObject({ leftOut: 0 });
+    expect(readList(sampleApproval(1)).clock).toBeUndefined();
+    expect(readList()).toEqual({ prompts: [], leftOut: 0 });
+  });
+
+  it("is refused where a later record of it cannot be read", () => {
+    expect(() => readList(sampleApproval(1, { clock }), sampleApproval(2, { clock: {} }))).toThrow("epoch");
+  });
+});
+
+describe("A computer's clock", () => {
+  const epoch = sampleID(9);
+
+  it("is an epoch and a whole number", () => {
+    const text = JSON.stringify({ clock: { epoch: epoch.toLowerCase(), time: 12, more: 1 }, more: 2 });
+    expect(readClock(text)).toEqual({ epoch, time: 12 });
+    expect(readMessage('{"type":"mac.clock","encryptedClock":{"ciphertext":"QQ=="}}')).toEqual({
+      type: "clock",
+      box: "QQ==",
+    });
+  });
+
+  it.each([
+    "",
+    "[]",
+    "{}",
+    '{"clock":null}',
+    '{"clock":7}',
+    '{"clock":[]}',
+    '{"clock":{"time":1}}',
+    `{"clock":{"epoch":"${epoch}"}}`,
+    `{"clock":{"epoch":"${epoch}","time":null}}`,
+    `{"clock":{"epoch":"${epoch}","time":-1}}`,
+    `{"clock":{"epoch":"${epoch}","time":0.5}}`,
+    `{"clock":{"epoch":"${epoch}","time":1e400}}`,
+    `{"clock":{"epoch":"${epoch}","time":NaN}}`,
+    `{"clock":{"epoch":"${epoch}","time":"1"}}`,
+    `{"clock":{"epoch":"${epoch}","time":true}}`,
+    `{"clock":{"epoch":"${epoch}","time":9007199254740992}}`,
+    `{"clock":{"epoch":7,"time":1}}`,
+    `{"clock":{"epoch":"x","time":1}}`,
+    `{"epoch":"${epoch}","time":1}`,
+  ])("is nothing else: %s", (text) => {
+    expect(() => readClock(text)).toThrow(DecodingError);
   });
 });
 
 describe("A result", () => {
+  it("that came too late says so by its reason, and says which decision it answers, and when", () => {
+    const clock = { epoch: sampleID(9), time: 12 };
+    const text = { ...result, status: "failed", error: "Late.", reason: "tooLate", decisionID: "D", clock };
+    expect(readResultCommand(JSON.stringify(text))).toEqual({
+      ...result,
+      status: "tooLate",
+      error: "Late.",
+      decisionID: "D",
+      clock,
+    });
+  });
+
+  it("is what it says where its reason is another one, or does not fit", () => {
+    const read = (change: object) => readResultCommand(JSON.stringify({ ...result, ...change })).status;
+    expect(read({ status: "failed", reason: "tired" })).toBe("failed");
+    expect(read({ status: "accepted", reason: "tooLate" })).toBe("accepted");
+  });
+
+  it.each([
+    { reason: 7 },
+    { decisionID: 7 },
+    { decisionID: "x".repeat(257) },
+    { clock: 7 },
+    { clock: { time: 1 } },
+  ])("is refused with %j", (change) => {
+    expect(() => readResultCommand(JSON.stringify({ ...result, ...change }))).toThrow(DecodingError);
+  });
+
   const result = { approvalID: sampleID(1), buttonLabel: "Allow", status: "accepted" };
 
   it.each([

@@ -1,6 +1,7 @@
 // The messages between a phone and the relay, and what is inside their boxes. Reading is strict: a member that is missing,
 // mistyped or beyond its limit makes the whole record unreadable. What to do then is the caller's affair.
 
+import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
 import { buttonKind } from "./labels";
 import type { DecisionStatus, Instant, Prompt, PromptButton } from "./model";
@@ -9,6 +10,7 @@ import type { SealedPayload } from "./sealing";
 /** A message has at most 1 MiB; a character is at least a byte. */
 export const longestMessage = 1024 * 1024;
 const mostPrompts = 1000;
+const mostLeftOut = 1_000_000;
 const mostLines = 1000;
 const mostButtons = 200;
 const longestText = 100_000;
@@ -29,6 +31,7 @@ export type IncomingMessage =
       readonly box: string;
       readonly phone?: OtherPhone;
     }
+  | { readonly type: "clock"; readonly box: string }
   | { readonly type: "suppression"; readonly box: string }
   | { readonly type: "computerStatus"; readonly isConnected: boolean; readonly heardSecondsAgo?: number }
   | {
@@ -45,6 +48,8 @@ export function readMessage(text: string): IncomingMessage {
   switch (fields.string("type", longestName)) {
     case "mac.snapshot":
       return readSnapshot(fields);
+    case "mac.clock":
+      return { type: "clock", box: boxOf(fields, "encryptedClock") };
     case "approval.result":
       return readResult(fields);
     case "approval.suppress":
@@ -103,18 +108,50 @@ function readReceipt(fields: Fields): IncomingMessage {
 /** A prompt as the computer reported it, without a decision. */
 export type ReportedPrompt = Omit<Prompt, "decision">;
 
+/** What the computer says of a list as a whole, in each of its records. */
+export interface ListMarks {
+  /** When it was sealed. Absent: the computer does not say, and takes decisions without a time. */
+  readonly clock?: ClockStamp;
+  /** How many prompts wait besides. */
+  readonly leftOut: number;
+}
+
+export interface ReportedList extends ListMarks {
+  readonly prompts: readonly ReportedPrompt[];
+}
+
 /** What the box of a snapshot holds. Throws a `DecodingError`. */
-export function readPrompts(text: string): ReportedPrompt[] {
-  const prompts = readList(
+export function readPromptList(text: string): ReportedList {
+  const records = readList(
     parseJson(text, longestMessage, "approvals"),
     "approvals",
     mostPrompts,
-    readPrompt,
+    (value, path) => ({ prompt: readPrompt(value, path), marks: readMarks(new Fields(value, path)) }),
   );
+  const prompts = records.map(({ prompt }) => prompt);
   if (new Set(prompts.map((prompt) => prompt.id)).size !== prompts.length) {
     throw new DecodingError("approvals", "names two prompts alike");
   }
-  return prompts;
+  return { prompts, ...(records[0]?.marks ?? { leftOut: 0 }) };
+}
+
+function readMarks(fields: Fields): ListMarks {
+  const clock = readOptionalClock(fields);
+  return { ...(clock && { clock }), leftOut: fields.optionalInteger("leftOut", 1, mostLeftOut) ?? 0 };
+}
+
+function readOptionalClock(fields: Fields): ClockStamp | undefined {
+  const stamp = fields.optionalObject("clock");
+  return stamp && readStamp(stamp);
+}
+
+function readStamp(stamp: Fields): ClockStamp {
+  return { epoch: stamp.uuid("epoch"), time: stamp.integer("time", 0, Number.MAX_SAFE_INTEGER) };
+}
+
+/** What the box of the computer's clock holds. Throws a `DecodingError`. */
+export function readClock(text: string): ClockStamp {
+  return readStamp(new Fields(parseJson(text, longestMessage, "clock"), "clock").object("clock"));
 }
 
 function readPrompt(value: unknown, path: string): ReportedPrompt {
@@ -162,7 +199,7 @@ function readButtons(fields: Fields): PromptButton[] {
 
 export type ResultStatus = Extract<
   DecisionStatus,
-  "accepted" | "failed" | "notFound" | "requiresDirectAccess"
+  "accepted" | "failed" | "notFound" | "requiresDirectAccess" | "tooLate"
 >;
 
 export interface Result {
@@ -170,6 +207,10 @@ export interface Result {
   readonly buttonLabel: string;
   readonly status: ResultStatus;
   readonly error?: string;
+  /** The decision that it answers: the computer's word. Absent: it says none, and the relay's has to do. */
+  readonly decisionID?: string;
+  /** When it was sealed. */
+  readonly clock?: ClockStamp;
 }
 
 const resultStatuses: ReadonlyMap<string, ResultStatus> = new Map([
@@ -185,11 +226,16 @@ export function readResultCommand(text: string): Result {
   const status = resultStatuses.get(fields.string("status", longestName));
   if (status === undefined) throw fields.error("status", "is not known");
   const error = fields.optionalString("error", longestText);
+  const isTooLate = fields.optionalString("reason", longestName) === "tooLate" && status === "failed";
+  const decisionID = fields.optionalString("decisionID", longestName);
+  const clock = readOptionalClock(fields);
   return {
     approvalID: fields.uuid("approvalID"),
     buttonLabel: fields.string("buttonLabel", longestLabel),
-    status,
+    status: isTooLate ? "tooLate" : status,
     ...(error !== undefined && { error }),
+    ...(decisionID !== undefined && { decisionID }),
+    ...(clock && { clock }),
   };
 }
 

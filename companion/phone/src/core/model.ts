@@ -41,7 +41,8 @@ export interface Prompt {
 /**
  * sending: not handed over yet. delivered: with the computer, which has not answered yet. undelivered: never reached it;
  * nothing was pressed. unanswered: delivered, and no answer came within a minute: it is not known what became of it.
- * The others are the computer's own words.
+ * tooLate: it reached the computer more than a minute after it was made; nothing was pressed. The others are the
+ * computer's own words, too.
  */
 export type DecisionStatus =
   | "sending"
@@ -51,7 +52,8 @@ export type DecisionStatus =
   | "accepted"
   | "failed"
   | "notFound"
-  | "requiresDirectAccess";
+  | "requiresDirectAccess"
+  | "tooLate";
 
 export interface Decision {
   readonly decisionID: string;
@@ -114,6 +116,8 @@ export interface Computer {
   readonly accessibilityTrusted?: boolean;
   /** Absent: no snapshot yet, which is another thing than an empty list. In the computer's order. */
   readonly prompts?: readonly Prompt[];
+  /** How many more prompts wait there that the list has no room for. Absent: none. */
+  readonly promptsLeftOut?: number;
   /** A snapshot came that this phone could not open or read. */
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];

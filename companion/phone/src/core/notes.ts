@@ -22,6 +22,7 @@ const decisionStatuses: ReadonlySet<string> = new Set<DecisionStatus>([
   "failed",
   "notFound",
   "requiresDirectAccess",
+  "tooLate",
 ]);
 
 function isDecisionStatus(text: string): text is DecisionStatus {
@@ -118,6 +119,7 @@ function decision(fields: Fields): DecisionRecord {
   if (!isDecisionStatus(status)) throw fields.error("status", "is not known");
   const error = fields.optionalString("error", longestText);
   const settledAt = fields.optionalNumber("settledAt");
+  const box = fields.optionalObject("box");
   return {
     decisionID: fields.string("decisionID", 64),
     approvalID: fields.uuid("approvalID"),
@@ -128,5 +130,12 @@ function decision(fields: Fields): DecisionRecord {
     ...(settledAt !== undefined && { settledAt }),
     ...names(fields),
     mayHaveArrived: fields.boolean("mayHaveArrived"),
+    ...(box !== undefined && {
+      box: {
+        version: 1,
+        nonce: box.string("nonce", 64),
+        ciphertext: box.string("ciphertext", longestText),
+      },
+    }),
   };
 }

@@ -1,12 +1,14 @@
 import { beforeEach, describe, expect, it } from "vitest";
-import { readPrompts, type ReportedPrompt } from "./messages";
+import { readPromptList, type ReportedPrompt } from "./messages";
 import { PromptList } from "./promptList";
 import { sampleApproval, sampleID } from "./testing";
 
 function prompts(...numbers: readonly number[]): ReportedPrompt[] {
-  return readPrompts(
-    JSON.stringify(numbers.map((number) => sampleApproval(number, { appName: `A${number}` }))),
-  );
+  return [
+    ...readPromptList(
+      JSON.stringify(numbers.map((number) => sampleApproval(number, { appName: `A${number}` }))),
+    ).prompts,
+  ];
 }
 
 let list: PromptList;

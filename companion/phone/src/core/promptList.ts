@@ -16,6 +16,7 @@ export interface PromptNames {
  */
 export class PromptList {
   private list: readonly ReportedPrompt[] | undefined;
+  private missing = 0;
   private trusted: boolean | undefined;
   private unreadable = false;
   private readonly names = new Map<string, PromptNames>();
@@ -23,6 +24,11 @@ export class PromptList {
   /** In the computer's order. Absent: no list yet. */
   get prompts(): readonly ReportedPrompt[] | undefined {
     return this.list;
+  }
+
+  /** How many prompts wait that the newest list has no room for. */
+  get leftOut(): number {
+    return this.missing;
   }
 
   /** Whether the computer may read windows at all. Absent: no list yet. */
@@ -35,10 +41,15 @@ export class PromptList {
     return this.unreadable;
   }
 
-  /** Gives the prompts that are on the list no more. */
-  replace(prompts: readonly ReportedPrompt[], accessibilityTrusted: boolean): readonly ReportedPrompt[] {
+  /** `leftOut`: how many wait besides. Gives the prompts that are on the list no more. */
+  replace(
+    prompts: readonly ReportedPrompt[],
+    accessibilityTrusted: boolean,
+    leftOut = 0,
+  ): readonly ReportedPrompt[] {
     const gone = (this.list ?? []).filter((before) => !prompts.some((prompt) => prompt.id === before.id));
     this.list = prompts;
+    this.missing = leftOut;
     this.trusted = accessibilityTrusted;
     this.unreadable = false;
     for (const prompt of prompts) this.remember(prompt);

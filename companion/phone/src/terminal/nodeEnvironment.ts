@@ -14,6 +14,7 @@ const requestTimeout = 10_000;
 export function nodeEnvironment(name: string | undefined): Environment {
   return {
     now: () => Date.now(),
+    monotonicNow: () => performance.now(),
     after: (milliseconds, action) => {
       const timer = setTimeout(action, milliseconds);
       return () => clearTimeout(timer);

@@ -111,11 +111,32 @@ describe("A prompt in a terminal", () => {
   });
 });
 
+describe("A list in a terminal", () => {
+  it("says once how many prompts it has no room for", async () => {
+    await shown([sampleApproval(1, { leftOut: 3 })]);
+    await world.list(mac, [sampleApproval(1, { leftOut: 3 })]);
+    await world.list(mac, [sampleApproval(1, { leftOut: 1 })]);
+    expect(printed.filter((line) => line.includes("not shown"))).toEqual([
+      "3 more prompts are not shown: the list is too long. Look at the computer.",
+      "1 more prompt is not shown: the list is too long. Look at the computer.",
+    ]);
+  });
+
+  it("says that a decision came too late", async () => {
+    await shown([sampleApproval(1)]);
+    await typed("1");
+    await settled({ status: "failed", error: "Late.", reason: "tooLate" });
+    expect(printed.at(-1)).toBe(
+      "Too late: “Cancel” was asked for, and nothing was pressed. (Disk Tool: Erase disk?)",
+    );
+  });
+});
+
 describe("A number", () => {
   it("of a dismissal presses it immediately", async () => {
     await shown([sampleApproval(1)]);
     await typed("1");
-    expect((await world.lastSent(mac)).command).toEqual({ approvalID: one, buttonLabel: "Cancel" });
+    expect((await world.lastSent(mac)).command).toMatchObject({ approvalID: one, buttonLabel: "Cancel" });
     await settled({ status: "accepted" });
     expect(printed.slice(-2)).toEqual([
       "Asking for “Cancel” ...",
@@ -134,7 +155,7 @@ describe("A number", () => {
     }
     expect(sent()).toEqual([]);
     await typed(" Yes ");
-    expect((await world.lastSent(mac)).command).toEqual({ approvalID: one, buttonLabel: "Allow" });
+    expect((await world.lastSent(mac)).command).toMatchObject({ approvalID: one, buttonLabel: "Allow" });
   });
 
   it("is never given to another button, so that one typed too late presses nothing", async () => {
@@ -171,7 +192,10 @@ describe("An answer given beforehand", () => {
       "Allow",
     );
     await world.time.settle();
-    expect((await world.lastSent(mac)).command).toEqual({ approvalID: sampleID(2), buttonLabel: "Allow" });
+    expect((await world.lastSent(mac)).command).toMatchObject({
+      approvalID: sampleID(2),
+      buttonLabel: "Allow",
+    });
     await settled({ status: "failed" });
     await world.list(mac, [sampleApproval(2, { windowTitle: "Changed" })]);
     expect(sent()).toHaveLength(1);

@@ -11,7 +11,7 @@ import type {
   PromptButton,
 } from "../core/model";
 import { exitStatus, type Options } from "./options";
-import { outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
+import { leftOutLine, outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
 
 export interface Terminal {
   print(line: string): void;
@@ -41,6 +41,7 @@ export class TerminalPhone {
   private asking: Choice | undefined;
   private lastStatus = "";
   private isListEmpty: boolean | undefined;
+  private lastLeftOut: string | undefined;
   private hasReportedUnreadable = false;
   private hasEnded = false;
   private computer: Computer | undefined;
@@ -141,6 +142,9 @@ export class TerminalPhone {
       if (!prompts.some((prompt) => prompt.id === id)) this.printed.delete(id);
     }
     for (const prompt of prompts) this.showPrompt(prompt);
+    const leftOut = leftOutLine(computer);
+    if (leftOut !== undefined && leftOut !== this.lastLeftOut) this.terminal.print(leftOut);
+    this.lastLeftOut = leftOut;
   }
 
   private showPrompt(prompt: Prompt): void {

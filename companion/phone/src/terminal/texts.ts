@@ -41,6 +41,13 @@ export function promptLines(
   return lines;
 }
 
+/** Absent: the list is whole. */
+export function leftOutLine({ promptsLeftOut }: Computer): string | undefined {
+  if (promptsLeftOut === undefined) return undefined;
+  const what = promptsLeftOut === 1 ? "1 more prompt is" : `${promptsLeftOut} more prompts are`;
+  return `${what} not shown: the list is too long. Look at the computer.`;
+}
+
 export function relayLine(computer: Computer): string {
   switch (computer.relay.kind) {
     case "connecting":
@@ -72,6 +79,8 @@ export function outcomeLine(outcome: Outcome): string {
       return `Done: ${label} was pressed${by}, and the prompt went away. (${what})`;
     case "failed":
       return `Failed: ${label} was asked for${by}.${why} (${what})`;
+    case "tooLate":
+      return `Too late: ${label} was asked for${by}, and nothing was pressed. (${what})`;
     case "notFound":
       return `Gone: ${label} was asked for${by}, but the prompt or its button was not there any more.${why} (${what})`;
     case "requiresDirectAccess":

@@ -192,6 +192,7 @@ describe("a decision on a prompt", () => {
 
   it.each([
     ["failed", "“Allow” did not work. The prompt is still there."],
+    ["tooLate", /came too late at Studio Mac. Nothing was pressed. You can decide again./],
     ["unanswered", /It is not known whether it was pressed/],
   ])("that %s is shown in its place, and may be made again", (scene, words) => {
     render(card(ofScene(scene)));

@@ -97,17 +97,36 @@ describe("how it stands with a computer", () => {
     expect(notices(computer(), kNow)).toEqual([]);
   });
 
+  it("says how many prompts are not shown, and where to look", () => {
+    const told = (promptsLeftOut: number) => notices(computer({ promptsLeftOut }), kNow);
+    expect(told(1)).toEqual([
+      {
+        tone: "warn",
+        title: "1 more prompt is not shown",
+        detail: "The list is too long. Look at Studio Mac for it.",
+      },
+    ]);
+    expect(told(3)).toMatchObject([
+      {
+        title: "3 more prompts are not shown",
+        detail: "The list is too long. Look at Studio Mac for them.",
+      },
+    ]);
+  });
+
   it("lists every problem", () => {
     const computerWithProblems = computer({
       isComputerConnected: false,
       accessibilityTrusted: false,
       hasUnreadableSnapshot: true,
+      promptsLeftOut: 2,
       storageProblem: "The storage is full.",
     });
     expect(notices(computerWithProblems, kNow).map((notice) => notice.title)).toEqual([
       "Studio Mac is not connected",
       "Studio Mac cannot see its windows",
       "A list came that cannot be read",
+      "2 more prompts are not shown",
       "The last changes are not stored",
     ]);
     expect(notices(computerWithProblems, kNow).at(-1)?.detail).toContain("The storage is full.");
@@ -123,6 +142,7 @@ const kStatuses: readonly DecisionStatus[] = [
   "failed",
   "notFound",
   "requiresDirectAccess",
+  "tooLate",
 ];
 
 describe("what became of a decision", () => {
@@ -157,7 +177,14 @@ describe("what became of a decision", () => {
 
   it("is waited for before another one may be made", () => {
     const open = kStatuses.filter((status) => mayDecide(prompt(1, { decision: decision(status) })));
-    expect(open).toEqual(["undelivered", "unanswered", "failed", "notFound", "requiresDirectAccess"]);
+    expect(open).toEqual([
+      "undelivered",
+      "unanswered",
+      "failed",
+      "notFound",
+      "requiresDirectAccess",
+      "tooLate",
+    ]);
     expect(mayDecide(prompt(1))).toBe(true);
   });
 });

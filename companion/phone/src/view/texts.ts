@@ -188,6 +188,14 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
       detail: "What stands below may be old. If this stays, forget this computer and pair again.",
     });
   }
+  if (computer.promptsLeftOut !== undefined) {
+    const isOne = computer.promptsLeftOut === 1;
+    found.push({
+      tone: "warn",
+      title: `${counted(computer.promptsLeftOut, "more prompt")} ${isOne ? "is" : "are"} not shown`,
+      detail: `The list is too long. Look at ${computer.name} for ${isOne ? "it" : "them"}.`,
+    });
+  }
   if (computer.storageProblem !== undefined) {
     found.push({
       tone: "warn",
@@ -233,6 +241,12 @@ export function decisionText(decision: Decision, computerName: string): Decision
         text: `No answer about ${label} came within a minute. It is not known whether it was pressed.`,
         isBusy: false,
       };
+    case "tooLate":
+      return {
+        tone: "warn",
+        text: `${label} came too late at ${computerName}. Nothing was pressed. You can decide again.`,
+        isBusy: false,
+      };
     case "notFound":
       return {
         tone: "quiet",
@@ -274,6 +288,8 @@ export function outcomeText(outcome: Outcome): ToneText {
       return { tone: "warn", text: `${label} never reached the computer` };
     case "unanswered":
       return { tone: "warn", text: `${label}: no answer came, it is not known what became of it` };
+    case "tooLate":
+      return { tone: "warn", text: `${label}${who} came too late, nothing was pressed` };
     case "notFound":
       return { tone: "quiet", text: `${label}${who}: the prompt was gone already` };
     case "requiresDirectAccess":

@@ -86,6 +86,16 @@ export class FakeComputer {
     });
   }
 
+  /** What the computer says of the time by itself. */
+  async clock(clock: unknown): Promise<string> {
+    return this.sealedClock({ clock });
+  }
+
+  /** The same message, whatever is in its box. */
+  async sealedClock(content: unknown): Promise<string> {
+    return JSON.stringify({ type: "mac.clock", encryptedClock: await this.seal(content) });
+  }
+
   async result(decisionID: string, command: unknown, phone?: unknown): Promise<string> {
     return JSON.stringify({
       type: "approval.result",

@@ -31,6 +31,7 @@ export class PhoneWorld {
   environment(): Environment {
     return {
       now: this.time.now,
+      monotonicNow: this.time.monotonicNow,
       after: this.time.after,
       random: () => this.chance,
       crypto: this.crypto,

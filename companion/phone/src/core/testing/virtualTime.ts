@@ -12,11 +12,15 @@ interface Timer {
 /** A clock that stands still until it is advanced, and the timers that hang on it. */
 export class VirtualTime {
   private time: Instant = Date.UTC(2026, 2, 1, 12, 0, 0);
+  /** By how much the wall clock was set, and went on in sleep. */
+  private shift = Date.UTC(2026, 2, 1, 11, 0, 0);
   private readonly timers = new Set<Timer>();
 
   constructor(private readonly work: () => number) {}
 
   readonly now = (): Instant => this.time;
+
+  readonly monotonicNow = (): number => this.time - this.shift;
 
   readonly after: After = (milliseconds, action) => {
     const timer = { at: this.time + milliseconds, action };
@@ -39,7 +43,13 @@ export class VirtualTime {
 
   /** The wall clock is set, as a person or a network would do; no timer runs. */
   set(instant: Instant): void {
+    this.shift += instant - this.time;
     this.time = instant;
+  }
+
+  /** The device sleeps, and its monotonic clock with it; no timer runs. */
+  sleep(milliseconds: number): void {
+    this.set(this.time + milliseconds);
   }
 
   /** Waits until nothing that was begun is under way any more. No time passes. */

@@ -34,7 +34,7 @@ void ApprovalStore::replace(const std::vector<PendingApproval>& scanned) { (void
 
 std::size_t ApprovalStore::merge(const ScanOutcome& outcome) {
   const MutexLock lock{mutex};
-  Merge merge{outcome, clock.now(), {}};
+  Merge merge{outcome, clock.monotonicNow(), {}};
   purgeRetainedIdentityMappings(merge.now);
   if (!outcome.failure) {
     for (const auto& group : groups(outcome)) add(group, merge);
@@ -70,7 +70,7 @@ void ApprovalStore::keepUnread(Merge& merge) {
       unreadSinceByID.erase(id);
       continue;
     }
-    const Date since = unreadSinceByID.emplace(id, merge.now).first->second;
+    const Instant since = unreadSinceByID.emplace(id, merge.now).first->second;
     if (merge.now - since > kLongestUnread) continue;
     lastSeenByID[id] = merge.now;
     merge.seen.insert(id);
@@ -99,7 +99,7 @@ void ApprovalStore::put(const PendingApproval& scanned, Date firstSeen, Merge& m
   retainedIdentityExpiresAtByApprovalID.erase(id);
 }
 
-void ApprovalStore::sweepStale(Date now) {
+void ApprovalStore::sweepStale(Instant now) {
   std::vector<Uuid> stale;
   for (const auto& [id, approval] : approvalsByID) {
     const auto lastSeen = lastSeenByID.find(id);
@@ -144,7 +144,7 @@ void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   unreadSinceByID.erase(id);
   const Seconds period = retention.value_or(staleAfter);
   if (period > Seconds::zero() && fingerprintByApprovalID.contains(id)) {
-    retainedIdentityExpiresAtByApprovalID[id] = advanced(clock.now(), period);
+    retainedIdentityExpiresAtByApprovalID[id] = advanced(clock.monotonicNow(), period);
   } else {
     removeFingerprintMapping(id);
   }
@@ -159,7 +159,7 @@ void ApprovalStore::removeSuppressed(const Uuid& suppressionID) {
   for (const auto& id : suppressed) forget(id);
 }
 
-void ApprovalStore::purgeRetainedIdentityMappings(Date expiredBefore) {
+void ApprovalStore::purgeRetainedIdentityMappings(Instant expiredBefore) {
   std::vector<Uuid> expired;
   for (const auto& [id, expiresAt] : retainedIdentityExpiresAtByApprovalID) {
     if (expiresAt <= expiredBefore) expired.push_back(id);

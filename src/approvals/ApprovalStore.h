@@ -33,7 +33,8 @@ namespace quillard {
 class ApprovalStore {
  public:
   // `staleAfter`: how long a prompt that scans no longer report is kept, and how long an answered one keeps its
-  // identity. Seconds of the wall clock; infinite: for ever.
+  // identity. Seconds of the monotonic clock, so that a wall clock that is set drops no prompt and keeps none that has
+  // gone; infinite: for ever.
   ApprovalStore(Seconds staleAfter, const platform::Clock& clock, platform::Random& random);
 
   // Takes `scanned` as the outcome of one scan; each record's `id` is its fingerprint. A known prompt keeps its
@@ -70,7 +71,7 @@ class ApprovalStore {
   // One scan while it is merged.
   struct Merge {
     const ScanOutcome& outcome;
-    Date now;
+    Instant now;
     std::unordered_set<Uuid> seen;  // Identities that it has seen, or that count as seen by it.
 
     [[nodiscard]] bool isUnread(const PendingApproval& approval) const;
@@ -81,18 +82,18 @@ class ApprovalStore {
   void put(const PendingApproval& scanned, Date firstSeen, Merge& merge) QUILLARD_REQUIRES(mutex);
   [[nodiscard]] const PendingApproval* current(const Uuid& fingerprint) const QUILLARD_REQUIRES(mutex);
   void keepUnread(Merge& merge) QUILLARD_REQUIRES(mutex);
-  void sweepStale(Date now) QUILLARD_REQUIRES(mutex);
+  void sweepStale(Instant now) QUILLARD_REQUIRES(mutex);
   void forget(const Uuid& id) QUILLARD_REQUIRES(mutex);
-  void purgeRetainedIdentityMappings(Date expiredBefore) QUILLARD_REQUIRES(mutex);
+  void purgeRetainedIdentityMappings(Instant expiredBefore) QUILLARD_REQUIRES(mutex);
   void removeFingerprintMapping(const Uuid& approvalID) QUILLARD_REQUIRES(mutex);
 
   mutable Mutex mutex;
   std::unordered_map<Uuid, PendingApproval> approvalsByID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, Date> lastSeenByID QUILLARD_GUARDED_BY(mutex);     // Or last counted as seen.
-  std::unordered_map<Uuid, Date> unreadSinceByID QUILLARD_GUARDED_BY(mutex);  // While scans cannot read it.
+  std::unordered_map<Uuid, Instant> lastSeenByID QUILLARD_GUARDED_BY(mutex);     // Or last counted as seen.
+  std::unordered_map<Uuid, Instant> unreadSinceByID QUILLARD_GUARDED_BY(mutex);  // While scans cannot read it.
   std::unordered_map<Uuid, Uuid> approvalIDByFingerprint QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> fingerprintByApprovalID QUILLARD_GUARDED_BY(mutex);
-  std::unordered_map<Uuid, Date> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);
+  std::unordered_map<Uuid, Instant> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);
   const Seconds staleAfter;
   const platform::Clock& clock;
   platform::Random& random;

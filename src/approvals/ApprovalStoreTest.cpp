@@ -221,6 +221,21 @@ TEST_F(ApprovalStoreTest, KeepsPromptsWhenTheClockIsSetBack) {
   EXPECT_EQ(store.all().size(), 1U);
 }
 
+TEST_F(ApprovalStoreTest, LetsPromptsGoInTimeWhenTheClockIsSetBack) {
+  store.replace({scanned(1)});
+  time.setWallClock(time.now() - std::chrono::hours{24});
+  time.advance(Seconds{8.001});
+  store.replace({});
+  EXPECT_TRUE(store.all().empty());
+}
+
+TEST_F(ApprovalStoreTest, KeepsPromptsForTheirGraceWhenTheClockIsSetForward) {
+  store.replace({scanned(1)});
+  time.setWallClock(time.now() + std::chrono::hours{24});
+  store.replace({});
+  EXPECT_EQ(store.all().size(), 1U);
+}
+
 // ---- Windows
 
 struct NumberedWindow final : platform::AXElementReference {

@@ -382,6 +382,24 @@ TEST_F(DialogDetectorTest, DiagnosesNothingWithoutPermission) {
 
 // ---- What a scan could not read
 
+TEST_F(DialogDetectorTest, NamesAProcessThatAnswersWithAnErrorInsteadOfItsWindows) {
+  const auto refusing = desktop().launch({.name = "Refusing"});
+  desktop().open(refusing, eraseDialog());
+  for (const auto error : {platform::AXError::cannotComplete, platform::AXError::failure}) {
+    desktop().setAttributeError(refusing, platform::ax::kWindows, error);
+    EXPECT_EQ(detector.scan().unreadProcesses, std::vector{refusing.processIdentifier});
+  }
+}
+
+TEST_F(DialogDetectorTest, TakesAProcessThatSaysThatItHasNoWindowsAsRead) {
+  const auto empty = desktop().launch({.name = "Empty"});
+  for (const auto error : {platform::AXError::noValue, platform::AXError::attributeUnsupported,
+                           platform::AXError::notImplemented, platform::AXError::invalidUIElement}) {
+    desktop().setAttributeError(empty, platform::ax::kWindows, error);
+    EXPECT_TRUE(detector.scan().isWhole());
+  }
+}
+
 TEST_F(DialogDetectorTest, NamesTheProcessesThatItCouldNotRead) {
   const auto well = desktop().launch({.name = "Well"});
   const auto silent = desktop().launch({.name = "Silent"});

@@ -1,6 +1,7 @@
 #include "detection/WindowSources.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 namespace quillard {
 
+using platform::AXError;
 using platform::AXUIElement;
 using platform::RunningApplication;
 namespace ax = platform::ax;
@@ -23,6 +25,13 @@ namespace {
 constexpr std::string_view kUnknownApp = "Unknown app";
 constexpr int kWindowAncestorLimit = 20;
 constexpr std::size_t kMostWindowsPerApplication = 1000;
+
+// An application that has no windows, or is gone, says so. Anything else is not known.
+bool isUnanswered(AXError error) {
+  constexpr std::array kAnswers{AXError::success, AXError::noValue, AXError::attributeUnsupported,
+                                AXError::invalidUIElement, AXError::notImplemented};
+  return std::find(kAnswers.begin(), kAnswers.end(), error) == kAnswers.end();
+}
 
 std::optional<std::string> usableText(const std::optional<std::string>& text) {
   return text && !text->empty() && text::isValidUtf8(*text) ? text : std::nullopt;
@@ -81,6 +90,9 @@ void WindowSources::appendApplications(const std::vector<RunningApplication>& ap
 
 void WindowSources::appendWindowsOf(const RunningApplication& application, const AXUIElement& element,
                                     std::vector<WindowSource>& sources) {
+  if (isUnanswered(scope.copyAttributeValue(element, ax::kWindows).error())) {
+    refusingProcesses.insert(application.processIdentifier);
+  }
   auto windows = AXHelpers::windows(scope, element);
   if (windows.size() > kMostWindowsPerApplication) {
     windows.erase(windows.begin() + kMostWindowsPerApplication, windows.end());
@@ -130,7 +142,9 @@ std::vector<WindowSource> WindowSources::withoutRepeatedSignatures(std::vector<W
 std::vector<std::int32_t> WindowSources::unreadProcesses() const {
   std::vector<std::int32_t> unread;
   for (const auto process : processes) {
-    if (scope.missedTimeout(accessibility.createApplication(process))) unread.push_back(process);
+    const bool isUnread =
+        refusingProcesses.contains(process) || scope.missedTimeout(accessibility.createApplication(process));
+    if (isUnread) unread.push_back(process);
   }
   return unread;
 }

@@ -44,8 +44,9 @@ class WindowSources {
   // Without those whose signature an earlier one has.
   [[nodiscard]] std::vector<WindowSource> withoutRepeatedSignatures(std::vector<WindowSource> sources) const;
 
-  // Those of the processes asked here that have missed their time-out by now, in the order in which they were asked:
-  // some of their windows, or parts of them, are missing from what was read.
+  // Those of the processes asked here that have missed their time-out by now, or answered with an error instead of
+  // their windows, in the order in which they were asked: some of their windows, or parts of them, are missing from
+  // what was read.
   [[nodiscard]] std::vector<std::int32_t> unreadProcesses() const;
 
  private:
@@ -64,7 +65,8 @@ class WindowSources {
   platform::WindowList& windowList;
   platform::AXReadScope& scope;
   std::unordered_set<std::int32_t> askedProcesses;
-  std::vector<std::int32_t> processes;  // All that were met, each once.
+  std::vector<std::int32_t> processes;                 // All that were met, each once.
+  std::unordered_set<std::int32_t> refusingProcesses;  // Those that did not name their windows.
   std::unordered_set<platform::AXUIElement> givenWindows;
 };
 

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "platform/simulated/SimulatedWorld.h"
+#include "relay/InstallationSecrets.h"
+
+namespace quillard::simulation {
+
+// The identities that the agent has had, as they are read from what it stored: what a phone learns from the pairing
+// code. One that was never stored anywhere is not known, and no phone pairs with it.
+class Identities {
+ public:
+  // `world` outlives this.
+  explicit Identities(platform::simulated::SimulatedWorld& world) : world(world) {}
+
+  // Takes over what is stored now. Cheap.
+  void refresh();
+  // The one that the agent stored last. Absent: none.
+  [[nodiscard]] const std::optional<InstallationSecrets>& current() const { return newest; }
+  // Null when none has this bearer token.
+  [[nodiscard]] const InstallationSecrets* ofToken(const std::string& token) const;
+  [[nodiscard]] const std::map<std::string, InstallationSecrets>& byToken() const { return all; }
+
+ private:
+  void take(const std::optional<InstallationSecrets>& secrets);
+
+  platform::simulated::SimulatedWorld& world;
+  std::map<std::string, InstallationSecrets> all;
+  std::optional<InstallationSecrets> newest;
+  std::set<std::string> texts;  // All stored forms that were read.
+};
+
+}  // namespace quillard::simulation

@@ -1,0 +1,242 @@
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "approvals/PendingApprovalJson.h"
+#include "relay/RelayCrypto.h"
+#include "relay/RelayMessages.h"
+#include "simulation/Judge.h"
+
+// The judge alone, fed by hand with what an agent would do: that each invariant really breaks when it is broken.
+namespace quillard::simulation {
+namespace {
+
+using testing::HasSubstr;
+
+class JudgeTest : public testing::Test {
+ protected:
+  JudgeTest() {
+    secrets.pairingID = "pairing-1";
+    secrets.relayAuthToken = Secret(std::string(64, 'a'));
+    secrets.e2eSecret = Secret(std::string(64, 'b'));
+    while (life.open().empty()) life.openPrompt();
+  }
+
+  const Appearance& appearance() { return life.appearances()[life.open().front()]; }
+
+  PendingApproval approvalOf(const Appearance& shown, std::uint8_t number) {
+    PendingApproval approval;
+    approval.id = Uuid::fromRandomBytes({number});
+    approval.suppressionID = Uuid::fromRandomBytes({number, 1});
+    approval.windowTitle = shown.content.title;
+    approval.windowFrame = shown.places.back();
+    approval.requiresDirectAccess = shown.content.needsDirectAccess;
+    return approval;
+  }
+
+  Json seal(const Json& content) {
+    return toJson(std::get<EncryptedRelayPayload>(RelayCrypto::seal(content, secrets.e2eSecret, world.random())));
+  }
+
+  void list(const std::vector<PendingApproval>& approvals) {
+    const Json frame{
+        {"type", "mac.snapshot"}, {"accessibilityTrusted", true}, {"encryptedApprovals", seal(toJson(approvals))}};
+    judge.agentSent(frame.dump(), secrets);
+  }
+
+  void answer(const std::string& id, const std::string& status) {
+    const Json frame{{"type", "approval.result"}, {"decisionID", id}, {"encryptedResult", seal({{"status", status}})}};
+    judge.agentSent(frame.dump(), secrets);
+  }
+
+  TapDecision& decide(const PendingApproval& approval, const std::string& label, bool isNew = true) {
+    const std::string id = "decision-" + std::to_string(ledger.decisions().size());
+    ledger.add({.id = id,
+                .pairingID = secrets.pairingID,
+                .approvalID = approval.id,
+                .label = label,
+                .tappedAt = stage.now(),
+                .isNew = isNew,
+                .delivered = stage.now()},
+               id);
+    return *ledger.find(id);
+  }
+
+  void press(const Appearance& shown, const std::string& label) {
+    judge.pressed({.at = stage.now(), .appearance = shown.number, .label = label});
+  }
+
+  void advance(double seconds) { world.advance(Seconds{seconds}); }
+
+  std::string verdict() { return stage.verdict.reason().value_or("nothing broke"); }
+
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{1}};
+  Stage stage{world, {}};
+  Identities identities{world};
+  Ledger ledger;
+  DesktopLife life{stage, 1};
+  AgentProcess process{stage, 1};
+  OpenedLists lists;
+  Judge judge{stage, life, process, identities, ledger, lists};
+  InstallationSecrets secrets;
+};
+
+TEST_F(JudgeTest, HasNothingToSayAboutAnHonestAgent) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  auto& decision = decide(approval, "Cancel");
+  const std::string id = decision.id;
+  const Appearance shown = appearance();
+  press(shown, "Cancel");
+  life.close(shown.number);
+  answer(id, "accepted");
+  list({});
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesAPressThatNobodyDecided) {
+  list({approvalOf(appearance(), 1)});
+  press(appearance(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+TEST_F(JudgeTest, SeesAnotherButtonThanTheDecidedOne) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel");
+  press(appearance(), "Not Now");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+TEST_F(JudgeTest, SeesAPressInAnotherAppearanceOfTheSameText) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel");
+  life.openTwin();
+  press(life.appearances().back(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+TEST_F(JudgeTest, SeesAPressForADecisionThatCameTooLate) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel").tappedAt = stage.now() - Seconds{62};
+  press(appearance(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+TEST_F(JudgeTest, LetsADecisionOfAnOlderPhoneBeLate) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel", /*isNew=*/false).tappedAt = stage.now() - Seconds{62};
+  press(appearance(), "Cancel");
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesAPressAfterTheAnswer) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  answer(id, "failed");
+  advance(1);
+  press(appearance(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("was pressed again after"));
+}
+
+TEST_F(JudgeTest, SeesAnApprovalThatRequiresDirectAccess) {
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Erase");
+  press(appearance(), "Erase");
+  EXPECT_THAT(verdict(), HasSubstr("requires direct access"));
+}
+
+TEST_F(JudgeTest, SeesAnAcceptedDecisionWhosePromptIsStillThere) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  press(appearance(), "Cancel");
+  answer(id, "accepted");
+  EXPECT_THAT(verdict(), HasSubstr("still on the screen"));
+}
+
+TEST_F(JudgeTest, SeesAnAcceptedDecisionWithoutAPress) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  life.close(appearance().number);
+  answer(id, "accepted");
+  EXPECT_THAT(verdict(), HasSubstr("nothing was pressed"));
+}
+
+TEST_F(JudgeTest, SeesAFailureThatWasASuccess) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  advance(30);
+  const std::string id = decide(approval, "Cancel").id;
+  press(shown, "Cancel");
+  life.close(shown.number);
+  advance(5);
+  answer(id, "failed");
+  EXPECT_THAT(verdict(), HasSubstr("was answered with failed"));
+}
+
+TEST_F(JudgeTest, SeesNotFoundForWhatWasPressed) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  press(appearance(), "Cancel");
+  answer(id, "not_found");
+  EXPECT_THAT(verdict(), HasSubstr("had been pressed"));
+}
+
+TEST_F(JudgeTest, SeesTwoOutcomesOfOneDecision) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  answer(id, "failed");
+  answer(id, "not_found");
+  EXPECT_THAT(verdict(), HasSubstr("and then with not_found"));
+}
+
+TEST_F(JudgeTest, SeesAnAnswerToWhatNobodyDecided) {
+  answer("made-up", "failed");
+  EXPECT_THAT(verdict(), HasSubstr("which nobody decided"));
+}
+
+TEST_F(JudgeTest, SeesAPromptThatIsNotOnTheScreen) {
+  auto approval = approvalOf(appearance(), 1);
+  approval.windowTitle = "Something else";
+  list({approval});
+  EXPECT_THAT(verdict(), HasSubstr("which is not on the screen"));
+}
+
+TEST_F(JudgeTest, SeesAPromptThatLeftTheListAndStayedOnTheScreen) {
+  list({approvalOf(appearance(), 1)});
+  advance(30);
+  list({});
+  EXPECT_THAT(verdict(), HasSubstr("left the list, and is on the screen"));
+}
+
+TEST_F(JudgeTest, SeesAnIdentityThatComesBack) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  life.close(appearance().number);
+  list({});
+  list({approval});
+  EXPECT_THAT(verdict(), HasSubstr("had ended, and came back"));
+}
+
+TEST_F(JudgeTest, SeesAPromptsTextInClear) {
+  judge.agentSent(R"({"type":"mac.snapshot-of volume 1","x":" volume 7"})", secrets);
+  EXPECT_THAT(verdict(), HasSubstr("stands in clear"));
+}
+
+}  // namespace
+}  // namespace quillard::simulation

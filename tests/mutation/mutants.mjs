@@ -1,0 +1,56 @@
+// The mistakes that run.mjs makes: what stands there once in `file`, what takes its place, and which tests of which
+// programs are about it, besides the simulation. `why`: of one that nothing catches, why that is right.
+const agent = { programs: ["agent_test"], filter: "Decision|Runner|Queue|AppDelegate|RelaySession" };
+const click = { programs: ["click_test"], filter: "Click|Approved|Focus" };
+const store = { programs: ["approvals_test"], filter: "ApprovalStore|Suppression|PendingApproval" };
+const relay = { programs: ["relay_test"], filter: "Relay|Seal|Clock|Snapshot|Pairing" };
+const detection = { programs: ["detection_test"], filter: "Detector|Presence|Prompt|Window|Direct" };
+
+export const mutants = [
+  // ---- The decision path.
+  { name: "a decision may be of any age", file: "src/agent/DecisionRules.cpp", from: "return !age || *age > kLongestAge;", to: "return false;", ...agent },
+  { name: "a stamp of another run counts", file: "src/relay/ClockStamp.cpp", from: "stamp.epoch != epoch || age <", to: "age <", ...agent },
+  { name: "a stamp from the future counts", file: "src/relay/ClockStamp.cpp", from: "stamp.epoch != epoch || age < std::chrono::milliseconds::zero()", to: "stamp.epoch != epoch", ...relay },
+  { name: "the clock stands still while the machine sleeps", file: "src/relay/ClockStamp.cpp", from: "return {epoch, clock.continuousTime()};", to: "return {epoch, std::chrono::duration_cast<std::chrono::milliseconds>(clock.monotonicNow().time_since_epoch())};", ...agent },
+  { name: "a repeated decision is carried out again", file: "src/agent/DecisionQueue.cpp", from: "if (auto arrival = known(decision)) return *std::move(arrival);", to: "", ...agent },
+  { name: "a known decision is not known", file: "src/agent/DecisionQueue.cpp", from: "if (!place) return std::nullopt;\n  const auto& earlier", to: "if (!place || (*place)->answer) return std::nullopt;\n  const auto& earlier", ...agent },
+  { name: "an older phone's decision has no box", file: "src/agent/DecisionQueue.cpp", from: "if (!decision.boxID.empty()) names.push_back", to: "if (decision.boxID.empty()) names.push_back", ...agent },
+  { name: "direct access is not looked at", file: "src/agent/DecisionRules.cpp", from: "return requiresDirectAccessFor(approval, buttonLabel);", to: "return approval.requiresDirectAccess && buttonLabel.empty();", ...agent },
+  { name: "every outcome is accepted", file: "src/agent/DecisionRules.cpp", from: "if (error) return result(command, kFailedStatus, std::string(localizedDescription(*error)));", to: "", ...agent },
+  { name: "an answered prompt stays", file: "src/agent/DecisionRunner.cpp", from: "if (!error) events.onAnswered(envelope.command.approvalID);", to: "", ...agent },
+  { name: "the other pairing's decisions are kept", file: "src/agent/DecisionRunner.cpp", from: "  decisions.forget();\n  press->stop();", to: "  press->stop();", ...agent },
+
+  // ---- The click.
+  { name: "the label of the button is not compared", file: "src/click/ApprovedButton.cpp", from: "PromptReader::buttonLabel(accessibility, candidate) == label();", to: "!label().empty();", ...click },
+  { name: "a button elsewhere is the same", file: "src/click/ApprovedButton.cpp", from: "if (!place || AXHelpers::frame(accessibility, candidate) != place) return false;", to: "", ...click },
+  { name: "a button of another window is the same", file: "src/click/ApprovedButton.cpp", from: "return window && isTarget(window) && isLabelledAsApproved(candidate);", to: "return window && isLabelledAsApproved(candidate);", ...click },
+  { name: "a press that may have landed counts as none", file: "src/click/ClickAttempt.cpp", from: "if (!isRefusedBeyondDoubt(answer)) hasActed = true;", to: "if (answer == AXError::success) hasActed = true;", ...click },
+  { name: "an error ends the wait for the prompt", file: "src/click/ClickAttempt.cpp", from: "if (isRefusedBeyondDoubt(answer)) return Progress::promptRemains;\n  return waitToClear", to: "if (answer != AXError::success) return Progress::promptRemains;\n  return waitToClear", ...click },
+  { name: "unknown counts as gone", file: "src/click/ClickAttempt.cpp", from: "    return Progress::presenceUnknown;\n", to: "    return Progress::promptGone;\n", ...click },
+  { name: "what is there counts as gone", file: "src/click/ClickAttempt.cpp", from: "if (presence.isGone()) return Progress::promptGone;", to: "if (!presence.unknownReason()) return Progress::promptGone;", ...click },
+  { name: "another button is found again", file: "src/click/ClickAttempt.cpp", from: "const bool isApproved = found && found->button.label == button.label();", to: "const bool isApproved = found.has_value();", ...click },
+  { name: "direct access is not checked before the press", file: "src/click/ClickAttempt.cpp", from: "const bool isBlocked = presence.requiresDirectAccessNow() &&", to: "const bool isBlocked = false && presence.requiresDirectAccessNow() &&", ...click },
+  { name: "nothing is checked before the press", file: "src/click/ClickAttempt.cpp", from: "  if (const auto progress = prompt(); progress != Progress::promptRemains) return progress;\n  if (!button.isIntact()) return Progress::promptRemains;\n", to: "", ...click },
+
+  // ---- Looking.
+  { name: "a silent application has no windows", file: "src/detection/PromptSearch.cpp", from: "if (known.state == ApplicationWindows::State::silent) return PromptPresence::unknown(whySilent());", to: "if (known.state == ApplicationWindows::State::silent) return PromptPresence::gone();", ...detection },
+  { name: "an application that refuses has no windows", file: "src/detection/WindowSources.cpp", from: "refusingProcesses.contains(process) || scope", to: "scope", ...detection },
+  { name: "an application that does not answer was read", file: "src/detection/DialogDetector.cpp", from: "  outcome.unreadProcesses = windows.unreadProcesses();\n", to: "", ...detection },
+  { name: "unreadable text is safe", file: "src/detection/DialogDetector.cpp", from: "return reading.hasUnreadableText ? std::optional(unreadableTextReason()) : std::nullopt;", to: "return std::nullopt;", ...detection },
+
+  // ---- The store.
+  { name: "another window is the same appearance", file: "src/approvals/ApprovalStore.cpp", from: "return !a.window || !b.window || *a.window == *b.window;", to: "return !a.windowTitle.empty() || !b.window || *a.window == *b.window;", ...store },
+  { name: "the store ages by the wall clock's whim", file: "src/approvals/ApprovalStore.cpp", from: "now - lastSeen->second <= staleAfter", to: "now - lastSeen->second <= Seconds{0.5}", ...store },
+  { name: "nothing in the store ages", file: "src/approvals/ApprovalStore.cpp", from: "now - lastSeen->second <= staleAfter", to: "now >= lastSeen->second", ...store },
+  { name: "what could not be read ages", file: "src/approvals/ApprovalStore.cpp", from: "    lastSeenByID[id] = merge.now;\n    merge.seen.insert(id);\n  }", to: "  }", ...store },
+
+  // ---- The envelope.
+  { name: "a reflected box is opened", file: "src/relay/SealedConversation.cpp", from: "if (sealedHere.knows(nonce)) return SealingFailure{std::string(kSeenBefore)};", to: "", ...relay },
+  { name: "a mute is carried out as often as it comes", file: "src/relay/SealedConversation.cpp", from: "  openedOnce.remember(nonce);\n", to: "", ...relay },
+  { name: "the relay's name of a decision counts", file: "src/relay/RelayClientCore.cpp", from: "command->decisionID.value_or(message.decisionID) != message.decisionID", to: "message.decisionID.empty()", ...relay },
+  { name: "the tag of a box is not checked", file: "src/relay/SealedBox.cpp", from: "return written == length && EVP_DecryptFinal_ex(context, out + written, &rest) == 1 && rest == 0;", to: "(void)rest;\n  return written == length;", ...relay },
+
+  // ---- The address rules.
+  { name: "the token goes to any host in clear", file: "src/relay/RelayAddress.cpp", from: "(scheme == \"ws\" && isThisComputer(*components.host))", to: "scheme == \"ws\"", ...relay },
+  { name: "any scheme is a relay's", file: "src/relay/RelayAddress.cpp", from: "return scheme == \"wss\" ||", to: "return scheme.starts_with(\"w\") ||", ...relay },
+];

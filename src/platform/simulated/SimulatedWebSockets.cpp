@@ -97,6 +97,11 @@ void SimulatedWebSocketConnection::failSends(const std::string& description) {
   loseSends(description);
 }
 
+void SimulatedWebSocketConnection::setReceiver(std::function<void(const std::string&)> taker) {
+  const MutexLock lock{mutex};
+  receiver = std::move(taker);
+}
+
 std::vector<std::string> SimulatedWebSocketConnection::receivedTexts() const {
   const MutexLock lock{mutex};
   return arrived;
@@ -212,14 +217,17 @@ void SimulatedWebSocketConnection::letArriveLater(std::uint64_t number, Send& se
 
 void SimulatedWebSocketConnection::arrive(std::uint64_t number) {
   Send send;
+  std::function<void(const std::string&)> take;
   {
     const MutexLock lock{mutex};
     const auto found = sends.find(number);
     if (found == sends.end()) return;
     send = std::move(found->second);
     sends.erase(found);
-    arrived.push_back(std::move(send.text));
+    take = receiver;
+    if (!take) arrived.push_back(std::move(send.text));
   }
+  if (take) take(send.text);
   send.completion(std::nullopt);
 }
 

@@ -41,6 +41,9 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   // What is under way is lost and fails, but the connection goes on.
   void failSends(const std::string& description);
 
+  // Takes each frame as it arrives, inside the turn in which it does; none is kept then.
+  void setReceiver(std::function<void(const std::string&)> receiver);
+
   // Frames that arrived, oldest first.
   [[nodiscard]] std::vector<std::string> receivedTexts() const;
   [[nodiscard]] bool isAccepted() const;
@@ -83,6 +86,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   std::map<std::uint64_t, Send> sends QUILLARD_GUARDED_BY(mutex);  // Under way, by age.
   std::uint64_t sendCount QUILLARD_GUARDED_BY(mutex) = 0;
   std::vector<std::string> arrived QUILLARD_GUARDED_BY(mutex);
+  std::function<void(const std::string&)> receiver QUILLARD_GUARDED_BY(mutex);  // Empty: frames are kept.
   std::optional<std::uint16_t> clientCloseCode QUILLARD_GUARDED_BY(mutex);
   bool accepted QUILLARD_GUARDED_BY(mutex) = false;
   TaskHandle openingTimeout QUILLARD_GUARDED_BY(mutex);  // Empty unless started and neither accepted nor ended.

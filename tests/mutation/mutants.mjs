@@ -8,7 +8,7 @@ const detection = { programs: ["detection_test"], filter: "Detector|Presence|Pro
 
 export const mutants = [
   // ---- The decision path.
-  { name: "a decision may be of any age", file: "src/agent/DecisionRules.cpp", from: "return !age || *age > kLongestAge;", to: "return false;", ...agent },
+  { name: "a decision may be of any age", file: "src/agent/DecisionRules.cpp", from: "return !age || *age > kLongestAge;", to: "return age && age->count() < 0;", ...agent },
   { name: "a stamp of another run counts", file: "src/relay/ClockStamp.cpp", from: "stamp.epoch != epoch || age <", to: "age <", ...agent },
   { name: "a stamp from the future counts", file: "src/relay/ClockStamp.cpp", from: "stamp.epoch != epoch || age < std::chrono::milliseconds::zero()", to: "stamp.epoch != epoch", ...relay },
   { name: "the clock stands still while the machine sleeps", file: "src/relay/ClockStamp.cpp", from: "return {epoch, clock.continuousTime()};", to: "return {epoch, std::chrono::duration_cast<std::chrono::milliseconds>(clock.monotonicNow().time_since_epoch())};", ...agent },

@@ -29,6 +29,7 @@ void AgentProcess::end() {
 
 void AgentProcess::start() {
   startTime = stage.now();
+  startedWithLockedKeychain = !keychainIsOpen;
   stage.trace("agent", "starts");
   auto& world = stage.world;
   world.time().runOnMainThread(

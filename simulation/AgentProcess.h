@@ -54,6 +54,9 @@ class AgentProcess {
   void refuseKeychainWrites();
   void unlockKeychain();
   [[nodiscard]] bool isKeychainOpen() const { return keychainIsOpen; }
+  // Whether it could not read the keychain when it started: then it may live, until it ends, with an identity that no
+  // phone was paired with, where the disk had no room for the newer one either.
+  [[nodiscard]] bool isWithoutKeychain() const { return startedWithLockedKeychain; }
 
   // ---- The person at the computer.
   void pause();
@@ -75,6 +78,7 @@ class AgentProcess {
   bool hasBeenKilled = false;
   bool isTrusted = true;
   bool keychainIsOpen = true;
+  bool startedWithLockedKeychain = false;
   bool paused = false;
   Seconds startTime{0};
   std::optional<Settings> onDisk;  // While the disk is full: what is really on it.

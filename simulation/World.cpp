@@ -485,6 +485,7 @@ class World {
     simulated.syntheticEvents().setLosesEvents(process.isDead());
     process.freeDisk();
     process.unlockKeychain();
+    if (process.isWithoutKeychain()) quit();  // A person logs in anew.
     process.setPermission(true, true);
     life.calmDown();
     look();

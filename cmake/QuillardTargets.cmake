@@ -21,11 +21,18 @@ if(QUILLARD_SANITIZE)
   target_link_options(quillard_options INTERFACE -fsanitize=${QUILLARD_SANITIZE})
 endif()
 
+# Clang's debug builds optimise a little what tests and simulations spend their time in: libraries, not the tests
+# themselves. That costs a fifth more to compile, and runs three times as fast.
+function(quillard_optimise_a_little target)
+  target_compile_options(${target} PRIVATE $<$<AND:$<CXX_COMPILER_ID:Clang>,$<CONFIG:Debug>>:-O1>)
+endfunction()
+
 # Headers that nearly every source reads, compiled once: `quillard_pch` for sources, `quillard_test_pch` for tests.
 function(quillard_make_precompiled_headers)
   quillard_precompiled_target(quillard_pch
     <algorithm> <array> <chrono> <cstdint> <functional> <map> <memory> <optional> <set> <span> <sstream> <string>
     <string_view> <unordered_map> <unordered_set> <utility> <variant> <vector> <nlohmann/json.hpp>)
+  quillard_optimise_a_little(quillard_pch)
   if(QUILLARD_TESTS)
     quillard_precompiled_target(quillard_test_pch
       <gmock/gmock.h> <gtest/gtest.h> <rapidcheck.h> <rapidcheck/gtest.h> <nlohmann/json.hpp>
@@ -82,6 +89,7 @@ function(quillard_library name)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillard_options ${ARG_PRIVATE})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   quillard_precompiled_headers(${name} quillard_pch)
+  quillard_optimise_a_little(${name})
 endfunction()
 
 # quillard_header_library(NAME [SUBFOLDERS folders...] [INTERFACE targets...]): headers only; `<NAME>_headers` compiles

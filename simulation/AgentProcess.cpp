@@ -178,6 +178,13 @@ void AgentProcess::resume() {
   onMainThread([](AppDelegate& delegate) { delegate.resumeNotifications(); });
 }
 
+bool AgentProcess::showsRevokedPairing() {
+  bool isRevoked = false;
+  if (isRunning())
+    onMainThread([&](AppDelegate& delegate) { isRevoked = delegate.currentStatusSnapshot().pairingRevoked; });
+  return isRevoked;
+}
+
 void AgentProcess::resetPairing() {
   if (!isRunning()) return;
   stage.happened(Fault::pairingIsReset);

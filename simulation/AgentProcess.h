@@ -62,6 +62,8 @@ class AgentProcess {
   void pause();
   void resume();
   void resetPairing();
+  // Whether the window says that the relay calls the pairing revoked.
+  [[nodiscard]] bool showsRevokedPairing();
   [[nodiscard]] bool isPaused() const { return paused; }
 
  private:

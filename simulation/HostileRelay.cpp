@@ -146,6 +146,7 @@ relayserver::Moment HostileRelay::moment() const {
 std::optional<platform::HttpOutcome> HostileRelay::answer(const platform::HttpRequest& request) {
   expectBoundedAttempts();
   identities.refresh();
+  identities.presented(bearerOf(request.headers));
   events.agentAsked(request);
   if (!isUp || stage.verdict.isBroken()) return std::nullopt;
   const auto refuses = [this](Fault how) {
@@ -203,6 +204,7 @@ std::optional<int> HostileRelay::refusal(const ConnectionHandle& connection) {
 void HostileRelay::connectionStarted(const ConnectionHandle& connection) {
   expectBoundedAttempts();
   identities.refresh();
+  identities.presented(bearerOf(connection->request().headers));
   if (const auto status = refusal(connection)) {
     stage.trace("relay", "refuses the agent's connection with ", *status);
     stage.later(Seconds{0.02}, [connection, status] {

@@ -30,6 +30,10 @@ void Identities::take(const std::optional<InstallationSecrets>& secrets) {
   if (added.second) newest = *secrets;
 }
 
+void Identities::presented(const std::string& token) {
+  if (const auto* secrets = ofToken(token)) newest = *secrets;
+}
+
 const InstallationSecrets* Identities::ofToken(const std::string& token) const {
   const auto found = all.find(token);
   return found == all.end() ? nullptr : &found->second;

@@ -19,7 +19,10 @@ class Identities {
 
   // Takes over what is stored now. Cheap.
   void refresh();
-  // The one that the agent stored last. Absent: none.
+  // The agent has shown this bearer token to the relay. Unknown ones change nothing.
+  void presented(const std::string& token);
+  // The one that the agent's window shows: the last of those that it stored and those that it has shown to the relay.
+  // It may be an older one where neither the disk nor the keychain took the newer one. Absent: none.
   [[nodiscard]] const std::optional<InstallationSecrets>& current() const { return newest; }
   // Null when none has this bearer token.
   [[nodiscard]] const InstallationSecrets* ofToken(const std::string& token) const;

@@ -192,7 +192,10 @@ void Judge::pressed(const AgentPress& press) {
     const bool isOpen = decision->answers.empty();
     if (isOpen && (!begun || *decision->delivered < *begun->delivered)) begun = decision;
   }
-  if (begun && press.isTaken && !begun->pressed) begun->pressed = press.appearance;
+  if (begun && press.isTaken && !begun->pressed) {
+    begun->pressed = press.appearance;
+    begun->pressedAt = stage.now();
+  }
   const bool allAnswered = std::all_of(fitting.begin(), fitting.end(), [&](const TapDecision* decision) {
     return decision->isNew && !decision->wasRenamed && !decision->answers.empty() &&
            decision->answers.front().at < press.at;
@@ -252,7 +255,8 @@ void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, 
     const bool isAlone =
         std::count_if(ledger.decisions().begin(), ledger.decisions().end(),
                       [&](const TapDecision& other) { return other.approvalID == decision.approvalID; }) == 1;
-    if (isAlone && decision.pressed) {
+    // A process that has ended cannot tell the next one what it pressed.
+    if (isAlone && decision.pressed && decision.pressedAt >= process.startedAt()) {
       stage.fail(decision.id, " was answered with ", status, ", and \"", decision.label, "\" had been pressed.");
     }
     return;

@@ -28,6 +28,7 @@ struct TapDecision {
   };
   std::vector<Answer> answers{};         // As the agent sent them, oldest first.
   std::optional<std::size_t> pressed{};  // The appearance whose button was pressed for it.
+  Seconds pressedAt{0};
 };
 
 // All decisions that persons made, and what became of them. The world's own book: neither the agent nor the relay can

@@ -490,11 +490,12 @@ class World {
     life.calmDown();
     look();
     process.resume();
-    if (stage.counts.count(Fault::registrationIsAnswered410) + stage.counts.count(Fault::connectionIsAnswered410) > 0) {
-      process.resetPairing();  // What the window offers when the relay calls the pairing revoked.
-    }
     for (const auto& each : phones) each->goOnline();
     pass(kQuietTime);
+    if (process.showsRevokedPairing()) {
+      process.resetPairing();  // What the window offers then.
+      pass(kQuietTime);
+    }
     phones.front()->unmuteAll(judge.mutedKindsEver());
     judge.kindsAreUnmuted();
     stage.desktop().changeSpace();

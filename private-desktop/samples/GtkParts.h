@@ -31,6 +31,16 @@ inline void addDialogButtons(GtkDialog* dialog, const SampleOptions& options) {
   if (options.defaultButton >= 0) gtk_dialog_set_default_response(dialog, kFirstButton + options.defaultButton);
 }
 
+// A label; of a text that no screen has room for, the beginning is to be seen.
+inline GtkWidget* makeText(const std::string& text) {
+  constexpr std::size_t kMostShown = 1000;
+  GtkWidget* const label = gtk_label_new(text.c_str());
+  if (text.size() <= kMostShown) return label;
+  gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
+  gtk_label_set_max_width_chars(GTK_LABEL(label), 60);
+  return label;
+}
+
 // Ends `loop`, or hangs, when the options' time has come; ends it also when a SIGUSR1 asks for it.
 inline void endInTime(const SampleOptions& options, GMainLoop* loop) {
   const auto quit = [](gpointer running) -> gboolean {
@@ -41,6 +51,24 @@ inline void endInTime(const SampleOptions& options, GMainLoop* loop) {
   g_unix_signal_add(SIGUSR1, quit, loop);
   if (options.closeAfter) g_timeout_add(static_cast<guint>(options.closeAfter->count()), quit, loop);
   if (options.hangAfter) g_timeout_add(static_cast<guint>(options.hangAfter->count()), stay, nullptr);
+}
+
+// Shows the prompt, and its twin, until they have gone. The program's exit code.
+template <typename Prompt>
+int run(const SampleOptions& options) {
+  GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
+  int exitCode = kClosedWithoutAButton;
+  OpenPrompts prompts([&](int code) {
+    exitCode = code;
+    g_main_loop_quit(loop);
+  });
+  Prompt first(options, prompts);
+  first.start();
+  Prompt second(options.twin(), prompts);
+  if (options.hasTwin) second.start();
+  endInTime(options, loop);
+  g_main_loop_run(loop);
+  return exitCode;
 }
 
 }  // namespace quillard::samples

@@ -23,22 +23,36 @@ inline GtkWidget* makeMessageBox(const SampleOptions& options) {
   return made;
 }
 
+// Of a text that no screen has room for, the beginning is to be seen.
+inline void limitWidth(GtkWidget* label, std::size_t length, int characters) {
+  constexpr std::size_t kMostShown = 1000;
+  if (length <= kMostShown) return;
+  gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
+  gtk_label_set_max_width_chars(GTK_LABEL(label), characters);
+}
+
+inline GtkWidget* makeText(const std::string& text) {
+  GtkWidget* const label = gtk_label_new(text.c_str());
+  limitWidth(label, text.size(), 60);
+  return label;
+}
+
+inline void limitWidthOfButton(GtkWidget* button, const std::string& label) {
+#if GTK_MAJOR_VERSION < 4
+  GtkWidget* const shown = gtk_bin_get_child(GTK_BIN(button));
+#else
+  GtkWidget* const shown = gtk_button_get_child(GTK_BUTTON(button));
+#endif
+  limitWidth(shown, label.size(), 12);
+}
+
 // Their responses are `kFirstButton` and the numbers that follow.
 inline void addDialogButtons(GtkDialog* dialog, const SampleOptions& options) {
   for (std::size_t i = 0; i < options.buttons.size(); ++i) {
-    gtk_dialog_add_button(dialog, options.buttons[i].c_str(), kFirstButton + static_cast<int>(i));
+    const auto& label = options.buttons[i];
+    limitWidthOfButton(gtk_dialog_add_button(dialog, label.c_str(), kFirstButton + static_cast<int>(i)), label);
   }
   if (options.defaultButton >= 0) gtk_dialog_set_default_response(dialog, kFirstButton + options.defaultButton);
-}
-
-// A label; of a text that no screen has room for, the beginning is to be seen.
-inline GtkWidget* makeText(const std::string& text) {
-  constexpr std::size_t kMostShown = 1000;
-  GtkWidget* const label = gtk_label_new(text.c_str());
-  if (text.size() <= kMostShown) return label;
-  gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-  gtk_label_set_max_width_chars(GTK_LABEL(label), 60);
-  return label;
 }
 
 // Ends `loop`, or hangs, when the options' time has come; ends it also when a SIGUSR1 asks for it.

@@ -36,6 +36,7 @@ QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
 // A part that tells accessibility it is something else: the widget's property says what.
 constexpr const char* kRoleProperty = "sampleRole";
+constexpr std::size_t kMostShown = 1000;  // Bytes; longer texts are not given the room that they want.
 constexpr std::chrono::milliseconds kPlaceCheckInterval{50};
 constexpr std::chrono::milliseconds kCloseCheckInterval{50};
 
@@ -183,7 +184,6 @@ void QtPrompt::addHidden(QVBoxLayout& area) {
 
 // A label; of a text that no screen has room for, the beginning is to be seen.
 QLabel* makeText(const std::string& line) {
-  constexpr std::size_t kMostShown = 1000;
   auto* const label = new QLabel(text(line));
   if (line.size() <= kMostShown) return label;
   label->setTextFormat(Qt::PlainText);
@@ -251,6 +251,7 @@ void QtPrompt::fill(QVBoxLayout& area) {
 
 QPushButton* QtPrompt::makeButton(const std::string& label, int index) {
   auto* const button = new QPushButton(text(label));
+  if (label.size() > kMostShown) button->setMaximumWidth(100);
   button->setAutoDefault(false);
   connect(button, &QPushButton::clicked, this, [this, label, index] { pressed(index, label); });
   return button;

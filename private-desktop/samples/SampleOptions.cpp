@@ -4,6 +4,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <string_view>
 
 namespace quillard::samples {
 namespace {
@@ -74,7 +75,8 @@ const Values& values() {
        [](auto& options, const auto& value) { options.hangAfter = std::chrono::milliseconds(std::stoi(value)); }},
       {"--ignore-presses", [](auto& options, const auto& value) { options.ignoredPresses = std::stoi(value); }},
       {"--again", [](auto& options, const auto& value) { options.repetitions = std::stoi(value); }},
-      {"--pad-texts", [](auto& options, const auto& value) { options.padding = std::stoi(value); }},
+      {"--pad-texts", [](auto& options, const auto& value) { options.textPadding = std::stoi(value); }},
+      {"--pad-buttons", [](auto& options, const auto& value) { options.buttonPadding = std::stoi(value); }},
       {"--twin-at",
        [](auto& options, const auto& value) {
          options.hasTwin = true;
@@ -87,8 +89,7 @@ const Values& values() {
   return values;
 }
 
-void pad(std::string& text, int bytes) {
-  static const std::string filling = " and so on";
+void pad(std::string& text, int bytes, std::string_view filling) {
   const std::size_t wanted = text.size() + static_cast<std::size_t>(bytes);
   while (text.size() < wanted) text += filling;
 }
@@ -119,7 +120,8 @@ SampleOptions parseSampleOptions(int argc, char** argv) {
     if (value == values().end() || i + 1 == argc) refuse(name);
     value->second(options, argv[++i]);
   }
-  for (auto& text : options.texts) pad(text, options.padding);
+  for (auto& text : options.texts) pad(text, options.textPadding, " and so on");
+  for (auto& label : options.buttons) pad(label, options.buttonPadding, "\"");
   return options;
 }
 

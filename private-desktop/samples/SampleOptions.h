@@ -35,7 +35,8 @@ struct SampleOptions {
   bool hasSecret = false;  // A field for a secret with no word beside it.
   std::string secretText;  // What stands in the field for a secret, as if typed.
   std::optional<std::string> fieldLabel;
-  int padding = 0;  // So many bytes of filling come after each of the texts.
+  int textPadding = 0;    // So many bytes of filling come after each of the texts.
+  int buttonPadding = 0;  // So many quotation marks come after each of the buttons' labels.
   bool hasToolbar = false;
   bool hasTabs = false;
   int widgets = 0;                         // That many labels besides, all in one container.

@@ -21,6 +21,27 @@ void TestRelay::answerRegistrations(int status) {
   registrationStatus = status;
 }
 
+int TestRelay::registrations() {
+  const std::lock_guard lock(mutex);
+  return registered;
+}
+
+void TestRelay::refuseConnections(int status) {
+  const std::lock_guard lock(mutex);
+  connectionStatus = status;
+}
+
+int TestRelay::refusals() {
+  const std::lock_guard lock(mutex);
+  return refused;
+}
+
+void TestRelay::setPhones(int count) {
+  const std::lock_guard lock(mutex);
+  phones = count;
+  sendPhoneStatus();
+}
+
 bool TestRelay::waitForConnection() {
   std::unique_lock lock(mutex);
   return changed.wait_for(lock, std::chrono::seconds(30), [this] { return agent != nullptr; });
@@ -41,12 +62,9 @@ std::optional<std::vector<PendingApproval>> TestRelay::waitForList(
     const std::function<bool(const std::vector<PendingApproval>&)>& accepts, std::chrono::milliseconds deadline) {
   std::optional<std::vector<PendingApproval>> list;
   const auto isThere = [&] {
-    const auto text = newestSnapshot ? opened(newestSnapshot->encryptedApprovals) : std::nullopt;
-    if (!text) return false;
-    auto read = readPendingApprovals(*text);
-    auto* approvals = std::get_if<std::vector<PendingApproval>>(&read);
-    if (!approvals || !accepts(*approvals)) return false;
-    list = std::move(*approvals);
+    auto newest = snapshots.empty() ? std::nullopt : read(snapshots.back());
+    if (!newest || !accepts(*newest)) return false;
+    list = std::move(newest);
     return true;
   };
   std::unique_lock lock(mutex);
@@ -54,22 +72,55 @@ std::optional<std::vector<PendingApproval>> TestRelay::waitForList(
   return list;
 }
 
-std::string TestRelay::decide(const Uuid& approvalID, const std::string& buttonLabel) {
-  std::string decisionID;
-  {
-    const std::lock_guard lock(mutex);
-    decisionID = "decision-" + std::to_string(++decisions);
+std::size_t TestRelay::listCount() {
+  const std::lock_guard lock(mutex);
+  return snapshots.size();
+}
+
+std::vector<std::vector<PendingApproval>> TestRelay::listsAfter(std::size_t skipped) {
+  const std::lock_guard lock(mutex);
+  std::vector<std::vector<PendingApproval>> lists;
+  for (std::size_t i = skipped; i < snapshots.size(); ++i) {
+    auto list = read(snapshots[i]);
+    if (!list) throw std::runtime_error("a list that the phone cannot read");
+    lists.push_back(std::move(*list));
   }
-  decideAgain(decisionID, approvalID, buttonLabel);
-  return decisionID;
+  return lists;
+}
+
+std::string TestRelay::decide(const Uuid& approvalID, const std::string& buttonLabel) {
+  const auto decision = seal(approvalID, buttonLabel);
+  deliver(decision);
+  return decision.decisionID;
 }
 
 void TestRelay::decideAgain(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel) {
-  const std::lock_guard lock(mutex);
-  sendToAgent(toJson(ApprovalRequestRelayMessage{.decisionID = decisionID,
-                                                 .encryptedRequest = sealed(toJson(ApprovalRequestCommand{
-                                                     .approvalID = approvalID, .buttonLabel = buttonLabel}))}));
+  SealedDecision decision;
+  {
+    const std::lock_guard lock(mutex);
+    decision = sealAs(decisionID, approvalID, buttonLabel);
+  }
+  deliver(decision);
 }
+
+SealedDecision TestRelay::seal(const Uuid& approvalID, const std::string& buttonLabel) {
+  const std::lock_guard lock(mutex);
+  return sealAs(nextDecisionID(), approvalID, buttonLabel);
+}
+
+SealedDecision TestRelay::sealAs(const std::string& decisionID, const Uuid& approvalID,
+                                 const std::string& buttonLabel) {
+  return {.decisionID = decisionID,
+          .box = sealed(toJson(ApprovalRequestCommand{.approvalID = approvalID, .buttonLabel = buttonLabel}))};
+}
+
+void TestRelay::deliver(const SealedDecision& decision, const std::string& outerID) {
+  const std::lock_guard lock(mutex);
+  sendToAgent(toJson(ApprovalRequestRelayMessage{.decisionID = outerID.empty() ? decision.decisionID : outerID,
+                                                 .encryptedRequest = decision.box}));
+}
+
+std::string TestRelay::nextDecisionID() { return "decision-" + std::to_string(++decisions); }
 
 std::optional<ApprovalResultCommand> TestRelay::waitForResult(const std::string& decisionID,
                                                               std::chrono::milliseconds deadline) {
@@ -87,7 +138,7 @@ void TestRelay::suppress(const Uuid& suppressionID, std::string_view action) {
   const std::lock_guard lock(mutex);
   sendToAgent(toJson(ApprovalSuppressionRelayMessage{
       .type = std::string(action == kSuppressAction ? kSuppressType : kUnsuppressType),
-      .decisionID = "suppression-" + std::to_string(++decisions),
+      .decisionID = nextDecisionID(),
       .encryptedSuppression = sealed(toJson(ApprovalSuppressionCommand{
           .action = std::string(action), .approvalID = {}, .suppressionID = suppressionID}))}));
 }
@@ -102,11 +153,22 @@ void TestRelay::serve(ServerConnection& connection) {
   if (head.starts_with("PUT /api/pairings/")) {
     (void)connection.readBytes(28);  // {"client":"mac","version":1}
     const std::lock_guard lock(mutex);
+    ++registered;
     connection.write("HTTP/1.1 " + std::to_string(registrationStatus) +
                      " Answer\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     return;
   }
-  if (head.starts_with("GET /ws") && connection.acceptWebSocket(head)) talk(connection);
+  if (!head.starts_with("GET /ws") || isRefused(connection)) return;
+  if (connection.acceptWebSocket(head)) talk(connection);
+}
+
+bool TestRelay::isRefused(ServerConnection& connection) {
+  const std::lock_guard lock(mutex);
+  if (connectionStatus == kAccepted) return false;
+  ++refused;
+  connection.write("HTTP/1.1 " + std::to_string(connectionStatus) +
+                   " Refused\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+  return true;
 }
 
 void TestRelay::talk(ServerConnection& connection) {
@@ -115,10 +177,7 @@ void TestRelay::talk(ServerConnection& connection) {
     const std::lock_guard lock(mutex);
     agent = &connection;
     ++connected;
-    sendToAgent(toJson(PhoneStatusRelayMessage{
-        .phoneConnected = true,
-        .phoneCount = 1,
-        .phones = std::vector{RelayPhoneStatus{.deviceID = "phone-1", .deviceName = "Test phone", .platform = {}}}}));
+    sendPhoneStatus();
     changed.notify_all();
   }
   while (const auto frame = connection.readFrame()) {
@@ -146,7 +205,7 @@ void TestRelay::take(const std::string& text) {
 
 void TestRelay::takeSnapshot(const MacSnapshotRelayMessage& message) {
   if (!firstSnapshot) firstSnapshot = std::chrono::steady_clock::now();
-  newestSnapshot = message;
+  snapshots.push_back(message);
 }
 
 void TestRelay::takeResult(const ApprovalResultRelayMessage& message) {
@@ -155,8 +214,26 @@ void TestRelay::takeResult(const ApprovalResultRelayMessage& message) {
   results.emplace(message.decisionID, std::get<ApprovalResultCommand>(readRelayCommand<ApprovalResultCommand>(*text)));
 }
 
+void TestRelay::sendPhoneStatus() {
+  std::vector<RelayPhoneStatus> connectedPhones;
+  for (int number = 1; number <= phones; ++number) {
+    connectedPhones.push_back(
+        {.deviceID = "phone-" + std::to_string(number), .deviceName = "Test phone", .platform = {}});
+  }
+  sendToAgent(
+      toJson(PhoneStatusRelayMessage{.phoneConnected = phones > 0, .phoneCount = phones, .phones = connectedPhones}));
+}
+
 void TestRelay::sendToAgent(const Json& message) {
   if (agent) agent->sendFrame(Opcode::text, jsonText(message).value());
+}
+
+std::optional<std::vector<PendingApproval>> TestRelay::read(const MacSnapshotRelayMessage& snapshot) {
+  const auto text = opened(snapshot.encryptedApprovals);
+  if (!text) return std::nullopt;
+  auto approvals = readPendingApprovals(*text);
+  if (auto* list = std::get_if<std::vector<PendingApproval>>(&approvals)) return std::move(*list);
+  return std::nullopt;
 }
 
 EncryptedRelayPayload TestRelay::sealed(const Json& value) {

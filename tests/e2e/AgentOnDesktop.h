@@ -36,6 +36,8 @@ inline constexpr int kFirstButton = 10;  // The exit code of a sample program wh
 // The agent as a user has it, a process of its own, on a real desktop; relay and phones are fakes.
 class AgentOnDesktop : public testing::Test {
  protected:
+  explicit AgentOnDesktop(const PrivateDesktop::Options& options = {}) : desktop(options) {}
+
   void startAgent(PrivateDesktop::Variables more = {}) {
     more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}});
     agent.push_back(installed.start(more));
@@ -64,8 +66,7 @@ class AgentOnDesktop : public testing::Test {
     return list ? *titled(*list, title) : PendingApproval{};
   }
   bool isGoneFromPhone(const std::string& title) {
-    return relay
-        .waitForList([&](const auto& approvals) { return !titled(approvals, title); }, std::chrono::seconds(30))
+    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, std::chrono::seconds(30))
         .has_value();
   }
 

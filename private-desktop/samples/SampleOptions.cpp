@@ -121,7 +121,7 @@ SampleOptions parseSampleOptions(int argc, char** argv) {
     value->second(options, argv[++i]);
   }
   for (auto& text : options.texts) pad(text, options.textPadding, " and so on");
-  for (auto& label : options.buttons) pad(label, options.buttonPadding, "\"");
+  for (std::size_t i = 2; i < options.buttons.size(); ++i) pad(options.buttons[i], options.buttonPadding, "\"");
   return options;
 }
 

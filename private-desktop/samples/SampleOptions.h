@@ -36,7 +36,7 @@ struct SampleOptions {
   std::string secretText;  // What stands in the field for a secret, as if typed.
   std::optional<std::string> fieldLabel;
   int textPadding = 0;    // So many bytes of filling come after each of the texts.
-  int buttonPadding = 0;  // So many quotation marks come after each of the buttons' labels.
+  int buttonPadding = 0;  // So many quotation marks come after each label but the first two.
   bool hasToolbar = false;
   bool hasTabs = false;
   int widgets = 0;                         // That many labels besides, all in one container.

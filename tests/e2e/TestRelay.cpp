@@ -1,6 +1,7 @@
 #include "e2e/TestRelay.h"
 
 #include <stdexcept>
+#include <utility>
 #include <variant>
 
 #include "approvals/PendingApprovalJson.h"
@@ -180,11 +181,14 @@ void TestRelay::talk(ServerConnection& connection) {
     sendPhoneStatus();
     changed.notify_all();
   }
+  std::string message;
   while (const auto frame = connection.readFrame()) {
     const std::lock_guard lock(mutex);
     if (frame->opcode == Opcode::ping) connection.sendFrame(Opcode::pong, frame->payload);
-    if (frame->opcode == Opcode::text) take(frame->payload);
     if (frame->opcode == Opcode::close) break;
+    if (frame->opcode != Opcode::text && frame->opcode != Opcode::continuation) continue;
+    message += frame->payload;
+    if (frame->isLast) take(std::exchange(message, {}));
   }
   const std::lock_guard lock(mutex);
   if (agent == &connection) agent = nullptr;

@@ -107,20 +107,20 @@ TEST_P(HostileRelay, CannotMakeOneTapAnswerSixIdenticalPrompts) {
 
 TEST_P(HostileRelay, CannotTurnHeldBackDecisionsIntoAPressOfANewPrompt) {
   startAgent();
-  auto dialog = desktop.launch("qt_prompt", prompt("Pay?", {"Cancel", "Pay"}, {"--again", "1"}));
-  const auto approval = onPhone("Pay?");
-  const auto heldBack = relay.seal(approval.id, "Pay");
+  auto dialog = desktop.launch("qt_prompt", prompt("Install?", {"Cancel", "Install"}, {"--again", "1"}));
+  const auto approval = onPhone("Install?");
+  const auto heldBack = relay.seal(approval.id, "Install");
   EXPECT_EQ(resultOf(relay.decide(approval.id, "Cancel")).status, kAcceptedStatus);
   const auto next = onPhoneAfter(approval);
   relay.deliver(heldBack);
   EXPECT_EQ(resultOf(heldBack.decisionID).status, kNotFoundStatus);
-  deliverAgain(heldBack, approval, "Pay");
+  deliverAgain(heldBack, approval, "Install");
   relay.dropAgent();
   EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; }));
-  deliverAgain(heldBack, approval, "Pay");
+  deliverAgain(heldBack, approval, "Install");
   waitUntilAllIsHandled();
   EXPECT_EQ(dialog.output(), "ready\npressed: Cancel\n");
-  EXPECT_EQ(onPhone("Pay?").id, next.id);
+  EXPECT_EQ(onPhone("Install?").id, next.id);
 }
 
 struct Twins {
@@ -300,8 +300,8 @@ TEST_F(HostileDesktop, AnAgentThatTheRelayDoesNotKnowAnyMoreRegistersAgain) {
   relay.refuseConnections(TestRelay::kAccepted);
   EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << printed();
   EXPECT_TRUE(waitFor([&] { return relay.listCount() > listsBefore; }));
-  EXPECT_EQ(resultOf(relay.decide(onPhone("Waiting").id, "Yes")).status, kAcceptedStatus);
   EXPECT_TRUE(staysOnPhone(approval, listsBefore));
+  EXPECT_EQ(resultOf(relay.decide(approval.id, "Yes")).status, kAcceptedStatus);
   EXPECT_EQ(dialog.wait(), kFirstButton + 1);
 }
 

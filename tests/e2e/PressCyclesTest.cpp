@@ -28,6 +28,7 @@ using test::waitFor;
 
 constexpr std::size_t kOnScreen = 5;  // Programs at a time.
 constexpr int kCycles = 40;
+constexpr int kParts = 10;  // What the agent holds is looked at after each.
 constexpr int kManyCycles = 2000;
 constexpr long kMostGrowth = 4096;  // Of memory, in KiB: less than what a leak of 3 KiB a cycle would come to.
 
@@ -192,20 +193,26 @@ class PressCycles : public test::AgentOnDesktop {
   std::vector<double> milliseconds;
 };
 
-void print(const char* when, const Holdings& holdings) {
-  std::printf("%s: %ld KiB resident, %ld threads, %zu descriptors\n", when, holdings.memory, holdings.threads,
+void print(int cycles, const Holdings& holdings) {
+  std::printf("after %d: %ld KiB resident, %ld threads, %zu descriptors\n", cycles, holdings.memory, holdings.threads,
               holdings.descriptors.size());
+  std::fflush(stdout);  // A long run is watched.
 }
 
 TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
   const int cycles = test::rounds(kCycles, kManyCycles);
   startAgent({{"QUILLARD_EVENT_SCAN_DEBOUNCE_SECONDS", "0.05"}, {"QUILLARD_VISIBLE_WINDOW_OWNER_POLL_SECONDS", "0.2"}});
   const auto begin = std::chrono::steady_clock::now();
-  const int tenth = cycles / 10;
+  const int tenth = cycles / kParts;
   run(0, tenth);
   const auto early = quietHoldings();
-  run(tenth, cycles);
-  auto late = quietHoldings();
+  print(tenth, early);
+  auto late = early;
+  for (int part = 1; part < kParts; ++part) {
+    run(part * tenth, (part + 1) * tenth);
+    late = quietHoldings();
+    print((part + 1) * tenth, late);
+  }
   const bool isLevel = waitFor([&] {
     late = holdingsOf(agent.back().pid());
     return late.threads <= early.threads && late.descriptors.size() <= early.descriptors.size();
@@ -214,8 +221,6 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
   std::sort(milliseconds.begin(), milliseconds.end());
   std::printf("%d of %d were right in %lld s, median from tap to outcome %.0f ms\n", right, cycles,
               static_cast<long long>(seconds.count()), milliseconds[milliseconds.size() / 2]);
-  print("after a tenth", early);
-  print("at the end", late);
   EXPECT_EQ(right, cycles);
   EXPECT_TRUE(isLevel) << testing::PrintToString(early.descriptors) << testing::PrintToString(late.descriptors);
 #ifndef QUILLARD_SANITIZED

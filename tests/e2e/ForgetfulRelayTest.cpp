@@ -36,15 +36,22 @@ class ForgetfulRelay : public testing::Test {
                                {"QUILLARD_PAIRING_ID", "office"}})),
         secrets(installed.secrets()) {}
 
-  // As often as it takes until the relay knows the pairing.
-  [[nodiscard]] bool connectPhone() {
+  [[nodiscard]] bool waitForAgent(int times) {
     return waitFor([&] {
-      phone = std::make_unique<RelayWire>(relay.port());
-      return phone
-                 ->upgrade("role=phone&pairing=" + secrets.pairingID + "&deviceID=A&deviceName=Ana",
-                           {{"Authorization", "Bearer " + std::string(secrets.relayAuthToken.text())}})
-                 .status == 101;
+      const std::string log = relay.output();
+      const std::string sign = "Agent joined";
+      int joined = 0;
+      for (auto at = log.find(sign); at != std::string::npos; at = log.find(sign, at + 1)) ++joined;
+      return joined >= times;
     });
+  }
+  // The status that it gets; 101 when it is let in.
+  [[nodiscard]] int connectPhone() {
+    phone = std::make_unique<RelayWire>(relay.port());
+    return phone
+        ->upgrade("role=phone&pairing=" + secrets.pairingID + "&deviceID=A&deviceName=Ana",
+                  {{"Authorization", "Bearer " + std::string(secrets.relayAuthToken.text())}})
+        .status;
   }
   // As soon as it is in a list that the phone gets.
   std::optional<PendingApproval> onPhone(const std::string& title) {
@@ -74,7 +81,7 @@ class ForgetfulRelay : public testing::Test {
   std::string printed() { return agent.output() + agent.errors() + relay.output(); }
 
   PrivateDesktop desktop;
-  RelayProgram relay{{"--registration-burst", "1000", "--handshake-burst", "1000"}};
+  RelayProgram relay;
   InstalledAgent installed{desktop, QUILLARD_PROGRAM, QUILLARD_INFORMATION};
   DesktopProgram agent;
   const InstallationSecrets secrets;
@@ -84,11 +91,13 @@ class ForgetfulRelay : public testing::Test {
 
 TEST_F(ForgetfulRelay, IsToldAgainWhoTheAgentIsAndThePhoneHasItsListBack) {
   auto dialog = desktop.launch("gtk3_prompt", prompt("Waiting", {"No", "Yes"}));
-  ASSERT_TRUE(connectPhone()) << printed();
+  ASSERT_TRUE(waitForAgent(1)) << printed();
+  ASSERT_EQ(connectPhone(), 101) << printed();
   const auto before = onPhone("Waiting");
   ASSERT_TRUE(before) << printed();
   relay.loseDatabaseAndRestart();
-  ASSERT_TRUE(connectPhone()) << printed();
+  ASSERT_TRUE(waitForAgent(2)) << printed();
+  ASSERT_EQ(connectPhone(), 101) << printed();
   const auto after = onPhone("Waiting");
   ASSERT_TRUE(after) << printed();
   EXPECT_EQ(after->id, before->id);

@@ -21,6 +21,7 @@ using test::BusMonitor;
 using test::DesktopBus;
 using test::DesktopProgram;
 using test::kFirstButton;
+using test::PhoneKind;
 using test::PrivateDesktop;
 using test::prompt;
 using test::SealedDecision;
@@ -68,22 +69,28 @@ int presses(const DesktopProgram& program) {
 
 struct Repetition {
   std::string name;
+  PhoneKind phone = PhoneKind::current;
   bool isSealedAnew = false;  // As a phone does that does not know whether its message has arrived.
 };
 std::ostream& operator<<(std::ostream& out, const Repetition& repetition) { return out << repetition.name; }
 
 class HostileRelay : public HostileDesktop, public testing::WithParamInterface<Repetition> {
  protected:
-  // The relay gives it a name of its own.
+  void SetUp() override { relay.usePhones(GetParam().phone); }
+  // As what it is, and under a name of the relay's own.
   void deliverAgain(const SealedDecision& decision, const PendingApproval& approval, const std::string& label) {
-    const std::string name = "copy-" + std::to_string(++copies);
-    relay.deliver(GetParam().isSealedAnew ? relay.seal(approval.id, label) : decision, name);
+    if (GetParam().isSealedAnew) relay.decideAgain(decision.decisionID, approval.id, label);
+    const auto copy = GetParam().isSealedAnew ? relay.seal(approval.id, label) : decision;
+    relay.deliver(copy);
+    relay.deliver(copy, "copy-" + std::to_string(++copies));
   }
   int copies = 0;
 };
 
 INSTANTIATE_TEST_SUITE_P(Decisions, HostileRelay,
-                         testing::Values(Repetition{"SameBox"}, Repetition{"SealedAnew", true}),
+                         testing::Values(Repetition{"SameBox"}, Repetition{"SealedAnew", PhoneKind::current, true},
+                                         Repetition{"SameBoxOfAnOlderPhone", PhoneKind::older},
+                                         Repetition{"SealedAnewByAnOlderPhone", PhoneKind::older, true}),
                          [](const auto& repetition) { return repetition.param.name; });
 
 TEST_P(HostileRelay, CannotMakeOneTapAnswerSixIdenticalPrompts) {
@@ -121,6 +128,20 @@ TEST_P(HostileRelay, CannotTurnHeldBackDecisionsIntoAPressOfANewPrompt) {
   waitUntilAllIsHandled();
   EXPECT_EQ(dialog.output(), "ready\npressed: Cancel\n");
   EXPECT_EQ(onPhone("Install?").id, next.id);
+}
+
+TEST_F(HostileDesktop, ADecisionThatComesAMinuteLateIsNotCarriedOut) {
+  startAgent();
+  auto dialog = desktop.launch("gtk3_prompt", prompt("Allow it?", {"Don't Allow", "Allow"}));
+  const auto approval = onPhone("Allow it?");
+  const auto late = relay.seal(approval.id, "Allow", 61s);
+  relay.deliver(late);
+  EXPECT_EQ(resultOf(late.decisionID).reason, kTooLateReason);
+  relay.deliver(late);
+  waitUntilAllIsHandled();
+  EXPECT_EQ(presses(dialog), 0);
+  EXPECT_EQ(resultOf(relay.decide(approval.id, "Don't Allow")).status, kAcceptedStatus);
+  EXPECT_EQ(dialog.wait(), kFirstButton);
 }
 
 struct Twins {

@@ -6,6 +6,7 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "relay/RelayCrypto.h"
+#include "relay/SnapshotRecords.h"
 
 namespace quillard::test {
 
@@ -14,6 +15,7 @@ TestRelay::TestRelay() : server([this](ServerConnection& connection) { serve(con
 void TestRelay::pairPhone(const Secret& secret) {
   const std::lock_guard lock(mutex);
   phonesSecret = secret;
+  if (!snapshots.empty()) learnTimeFrom(snapshots.back());
   changed.notify_all();
 }
 
@@ -99,20 +101,49 @@ void TestRelay::decideAgain(const std::string& decisionID, const Uuid& approvalI
   SealedDecision decision;
   {
     const std::lock_guard lock(mutex);
-    decision = sealAs(decisionID, approvalID, buttonLabel);
+    decision = sealAs(decisionID, approvalID, buttonLabel, std::chrono::milliseconds(0));
   }
   deliver(decision);
 }
 
-SealedDecision TestRelay::seal(const Uuid& approvalID, const std::string& buttonLabel) {
+SealedDecision TestRelay::seal(const Uuid& approvalID, const std::string& buttonLabel, std::chrono::milliseconds age) {
   const std::lock_guard lock(mutex);
-  return sealAs(nextDecisionID(), approvalID, buttonLabel);
+  return sealAs(nextDecisionID(), approvalID, buttonLabel, age);
 }
 
-SealedDecision TestRelay::sealAs(const std::string& decisionID, const Uuid& approvalID,
-                                 const std::string& buttonLabel) {
-  return {.decisionID = decisionID,
-          .box = sealed(toJson(ApprovalRequestCommand{.approvalID = approvalID, .buttonLabel = buttonLabel}))};
+void TestRelay::usePhones(PhoneKind kind) {
+  const std::lock_guard lock(mutex);
+  phoneKind = kind;
+}
+
+SealedDecision TestRelay::sealAs(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel,
+                                 std::chrono::milliseconds age) {
+  ApprovalRequestCommand command{.approvalID = approvalID, .buttonLabel = buttonLabel};
+  if (phoneKind == PhoneKind::current) {
+    command.decisionID = decisionID;
+    command.tappedAt = agentTime(age);
+  }
+  return {.decisionID = decisionID, .box = sealed(toJson(command))};
+}
+
+ClockStamp TestRelay::agentTime(std::chrono::milliseconds age) const {
+  if (!bestStamp) throw std::runtime_error("the agent has not told its time");
+  const auto& [stamp, arrival] = *bestStamp;
+  const auto since = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - arrival);
+  return {.epoch = stamp.epoch, .time = stamp.time + since - age};
+}
+
+// What took longer on its way says less.
+void TestRelay::learnTime(const std::optional<ClockStamp>& stamp) {
+  if (!stamp) return;
+  const bool isOfThisRun = bestStamp && bestStamp->first.epoch == stamp->epoch;
+  if (isOfThisRun && stamp->time <= agentTime(std::chrono::milliseconds(0)).time) return;
+  bestStamp = {*stamp, std::chrono::steady_clock::now()};
+}
+
+void TestRelay::learnTimeFrom(const MacSnapshotRelayMessage& snapshot) {
+  const auto text = opened(snapshot.encryptedApprovals);
+  if (text) learnTime(std::get<SnapshotMarks>(readSnapshotMarks(*text)).clock);
 }
 
 void TestRelay::deliver(const SealedDecision& decision, const std::string& outerID) {
@@ -203,6 +234,8 @@ void TestRelay::take(const std::string& text) {
     takeSnapshot(std::get<MacSnapshotRelayMessage>(readRelayRecord<MacSnapshotRelayMessage>(text)));
   } else if (typed->type == kApprovalResultType) {
     takeResult(std::get<ApprovalResultRelayMessage>(readRelayRecord<ApprovalResultRelayMessage>(text)));
+  } else if (typed->type == kMacClockType) {
+    takeClock(std::get<MacClockRelayMessage>(readRelayRecord<MacClockRelayMessage>(text)));
   }
   changed.notify_all();
 }
@@ -210,12 +243,20 @@ void TestRelay::take(const std::string& text) {
 void TestRelay::takeSnapshot(const MacSnapshotRelayMessage& message) {
   if (!firstSnapshot) firstSnapshot = std::chrono::steady_clock::now();
   snapshots.push_back(message);
+  learnTimeFrom(message);
+}
+
+void TestRelay::takeClock(const MacClockRelayMessage& message) {
+  const auto text = opened(message.encryptedClock);
+  if (text) learnTime(std::get<ClockCommand>(readRelayCommand<ClockCommand>(*text)).clock);
 }
 
 void TestRelay::takeResult(const ApprovalResultRelayMessage& message) {
   const auto text = opened(message.encryptedResult);
   if (!text) throw std::runtime_error("a result that the phone cannot read");
-  results.emplace(message.decisionID, std::get<ApprovalResultCommand>(readRelayCommand<ApprovalResultCommand>(*text)));
+  const auto result = std::get<ApprovalResultCommand>(readRelayCommand<ApprovalResultCommand>(*text));
+  learnTime(result.clock);
+  results.emplace(message.decisionID, result);
 }
 
 void TestRelay::sendPhoneStatus() {

@@ -8,17 +8,24 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "approvals/PendingApproval.h"
 #include "contract/support/ScriptedServer.h"
 #include "foundation/Uuid.h"
 #include "platform/simulated/SimulatedRandom.h"
+#include "relay/ClockStamp.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayMessages.h"
 #include "values/Secret.h"
 
 namespace quillard::test {
+
+enum class PhoneKind {
+  current,  // Seals its name for a decision, and the time of the tap on the agent's clock.
+  older,    // Knows of neither.
+};
 
 // A decision as a phone has sealed it: what a relay may deliver when, as often and under whatever name it likes.
 struct SealedDecision {
@@ -71,8 +78,12 @@ class TestRelay {
   std::string decide(const Uuid& approvalID, const std::string& buttonLabel);
   // The same decision again, sealed anew.
   void decideAgain(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel);
-  // The tap, which the relay has not delivered yet.
-  [[nodiscard]] SealedDecision seal(const Uuid& approvalID, const std::string& buttonLabel);
+  // The tap, which the relay has not delivered yet; `age`: how long ago it was.
+  [[nodiscard]] SealedDecision seal(const Uuid& approvalID, const std::string& buttonLabel,
+                                    std::chrono::milliseconds age = std::chrono::milliseconds(0));
+  // The kind of phone that taps from now on; current ones at first. Those need a list with a prompt, or another sign of
+  // the agent's clock, before they decide on anything.
+  void usePhones(PhoneKind kind);
   // `outerID`: as what it is delivered; empty: as what it is.
   void deliver(const SealedDecision& decision, const std::string& outerID = {});
   [[nodiscard]] std::optional<ApprovalResultCommand> waitForResult(
@@ -95,7 +106,11 @@ class TestRelay {
   void sendPhoneStatus();
   [[nodiscard]] std::string nextDecisionID();
   [[nodiscard]] SealedDecision sealAs(const std::string& decisionID, const Uuid& approvalID,
-                                      const std::string& buttonLabel);
+                                      const std::string& buttonLabel, std::chrono::milliseconds age);
+  void takeClock(const MacClockRelayMessage& message);
+  void learnTime(const std::optional<ClockStamp>& stamp);
+  void learnTimeFrom(const MacSnapshotRelayMessage& snapshot);
+  [[nodiscard]] ClockStamp agentTime(std::chrono::milliseconds age) const;
   [[nodiscard]] std::optional<std::vector<PendingApproval>> read(const MacSnapshotRelayMessage& snapshot);
   [[nodiscard]] EncryptedRelayPayload sealed(const Json& value);
   [[nodiscard]] std::optional<std::string> opened(const EncryptedRelayPayload& payload);
@@ -109,6 +124,9 @@ class TestRelay {
   int connectionStatus = kAccepted;
   int refused = 0;
   int phones = 1;
+  PhoneKind phoneKind = PhoneKind::current;
+  // The agent's clock was at its time at this moment, or later: the best that the phones know.
+  std::optional<std::pair<ClockStamp, std::chrono::steady_clock::time_point>> bestStamp;
   int decisions = 0;
   int connected = 0;
   ServerConnection* agent = nullptr;

@@ -30,6 +30,7 @@ constexpr std::size_t kOnScreen = 5;  // Programs at a time.
 constexpr int kCycles = 40;
 constexpr int kParts = 10;  // What the agent holds is looked at after each.
 constexpr int kManyCycles = 2000;
+constexpr int kMostUndone = 10;     // Decisions that had to be made again.
 constexpr long kMostGrowth = 4096;  // Of memory, in KiB: less than what a leak of 3 KiB a cycle would come to.
 
 // What one program shows, one prompt after the other or two at a time.
@@ -122,7 +123,8 @@ class PressCycles : public test::AgentOnDesktop {
     return found;
   }
 
-  // One decision on the prompt that has waited longest; false when anything went wrong.
+  // One decision on the prompt that has waited longest, once more when it could not be read in time; false when
+  // anything went wrong.
   bool cycle(int number) {
     Running waiting = std::move(running.front());
     running.pop_front();
@@ -133,7 +135,8 @@ class PressCycles : public test::AgentOnDesktop {
     }
     const auto& label = waiting.show.labels[static_cast<std::size_t>(number) % waiting.show.labels.size()];
     const auto begin = std::chrono::steady_clock::now();
-    const auto result = decide(*approval, label, number);
+    auto result = decide(*approval, label, number);
+    while (isUndone(result, waiting) && ++undone <= kMostUndone) result = decide(*approval, label, number);
     milliseconds.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
     waiting.expected.push_back(label);
     waiting.lastID = approval->id;
@@ -156,6 +159,12 @@ class PressCycles : public test::AgentOnDesktop {
     const auto result = relay.waitForResult(tap.decisionID, 60s);
     if (number % 4 == 3) relay.deliver(relay.seal(approval.id, label), "late-" + std::to_string(number));
     return result.value_or(ApprovalResultCommand{.approvalID = {}, .buttonLabel = {}, .status = "none", .error = {}});
+  }
+
+  // Nothing was pressed, and the answer is that nothing was: on a busy machine a program may not be read in time.
+  static bool isUndone(const ApprovalResultCommand& result, const Running& waiting) {
+    return (result.status == kNotFoundStatus || result.status == kFailedStatus) &&
+           pressedLabels(waiting.program) == waiting.expected;
   }
 
   // The outcome, against what the program says.
@@ -190,6 +199,7 @@ class PressCycles : public test::AgentOnDesktop {
   std::deque<Running> running;
   std::size_t started = 0;
   int right = 0;
+  int undone = 0;
   std::vector<double> milliseconds;
 };
 
@@ -221,6 +231,7 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
   std::sort(milliseconds.begin(), milliseconds.end());
   std::printf("%d of %d were right in %lld s, median from tap to outcome %.0f ms\n", right, cycles,
               static_cast<long long>(seconds.count()), milliseconds[milliseconds.size() / 2]);
+  std::printf("%d decisions were made again, because the prompt could not be read in time\n", undone);
   EXPECT_EQ(right, cycles);
   EXPECT_TRUE(isLevel) << testing::PrintToString(early.descriptors) << testing::PrintToString(late.descriptors);
 #ifndef QUILLARD_SANITIZED

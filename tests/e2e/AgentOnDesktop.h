@@ -17,6 +17,10 @@ namespace quillard::test {
 
 inline constexpr int kFirstButton = 10;  // The exit code of a sample program whose first button was pressed.
 
+// For what takes a second on an idle machine, and used up by failures only: a busy one starts programs slowly, and the
+// agent reads a slow program again and again.
+inline constexpr std::chrono::seconds kLongestWait{90};
+
 // The arguments of a sample program that shows a dialog.
 [[nodiscard]] inline std::vector<std::string> prompt(const std::string& title, const std::vector<std::string>& buttons,
                                                      const std::vector<std::string>& more = {}) {
@@ -61,12 +65,12 @@ class AgentOnDesktop : public testing::Test {
           const auto found = titled(approvals, title);
           return found && isIt(*found);
         },
-        std::chrono::seconds(30));
+        kLongestWait);
     EXPECT_TRUE(list) << title << "\n" << printed();
     return list ? *titled(*list, title) : PendingApproval{};
   }
   bool isGoneFromPhone(const std::string& title) {
-    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, std::chrono::seconds(30))
+    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, kLongestWait)
         .has_value();
   }
 

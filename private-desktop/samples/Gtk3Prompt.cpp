@@ -17,8 +17,10 @@ constexpr guint kPlaceCheckMilliseconds = 50;
 
 class Gtk3Prompt {
  public:
-  explicit Gtk3Prompt(const SampleOptions& options) : options(options), outcome(options) {}
-  int run();
+  // `prompts` outlives the prompt.
+  Gtk3Prompt(const SampleOptions& options, OpenPrompts& prompts)
+      : options(options), outcome(options), prompts(prompts) {}
+  void start();
 
  private:
   GtkWidget* makeWindow();
@@ -32,7 +34,8 @@ class Gtk3Prompt {
   void show();
   void pressed(int index, const std::string& label);
   void succeed();
-  void close() { g_main_loop_quit(loop); }
+  void fallSilent();
+  void close(int exitCode);
 
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
@@ -43,11 +46,10 @@ class Gtk3Prompt {
 
   SampleOptions options;
   SampleOutcome outcome;
-  GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
+  OpenPrompts& prompts;
   GtkWidget* parent = nullptr;
   GtkWidget* window = nullptr;
   WindowPlacing placing;
-  int exitCode = kClosedWithoutAButton;
 };
 
 void add(GtkWidget* area, GtkWidget* child) { gtk_container_add(GTK_CONTAINER(area), child); }
@@ -127,7 +129,7 @@ void Gtk3Prompt::addWindowPrompt(GtkWidget* area) {
   add(area, empty);
   GtkWidget* const prompt = box(GTK_ORIENTATION_VERTICAL);
   describe(prompt, options.isPromptDialog ? ATK_ROLE_DIALOG : ATK_ROLE_ALERT, options.promptTitle);
-  for (const auto& text : options.texts) add(prompt, gtk_label_new(text.c_str()));
+  for (const auto& text : options.texts) add(prompt, makeText(text));
   addFields(prompt);
   addButtons(prompt);
   add(area, prompt);
@@ -169,7 +171,7 @@ void Gtk3Prompt::fill(GtkWidget* area, bool withTexts) {
     addWindowPrompt(area);
   } else {
     for (const auto& text : options.texts) {
-      if (withTexts) add(area, gtk_label_new(text.c_str()));
+      if (withTexts) add(area, makeText(text));
     }
     addFields(area);
   }
@@ -206,7 +208,7 @@ void Gtk3Prompt::show() {
   } else {
     if (options.kind != Kind::windowPrompt) addButtons(area);
     g_signal_connect_swapped(made, "delete-event", G_CALLBACK(+[](gpointer self) {
-                               static_cast<Gtk3Prompt*>(self)->close();
+                               static_cast<Gtk3Prompt*>(self)->close(kClosedWithoutAButton);
                                return TRUE;
                              }),
                              this);
@@ -221,7 +223,7 @@ void Gtk3Prompt::show() {
 
 void Gtk3Prompt::onResponse(GtkDialog*, int response, gpointer self) {
   auto& prompt = *static_cast<Gtk3Prompt*>(self);
-  if (response < kFirstButton) return prompt.close();
+  if (response < kFirstButton) return prompt.close(kClosedWithoutAButton);
   const int index = response - kFirstButton;
   prompt.pressed(index, prompt.options.buttons.at(static_cast<std::size_t>(index)));
 }
@@ -247,6 +249,7 @@ XWindow xWindowOf(GtkWidget* window) { return static_cast<XWindow>(GDK_WINDOW_XI
 
 gboolean Gtk3Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk3Prompt*>(self);
+  if (!prompt.window) return FALSE;
   const XWindow window = xWindowOf(prompt.window);
   if (!prompt.placing.isManaged(window) || !prompt.placing.staysAt(*prompt.options.at, window)) return TRUE;
   prompt.windowIsUp();
@@ -256,6 +259,7 @@ gboolean Gtk3Prompt::onTick(gpointer self) {
 
 gboolean Gtk3Prompt::onPlaceCheck(gpointer self) {
   auto& prompt = *static_cast<Gtk3Prompt*>(self);
+  if (!prompt.window) return FALSE;
   prompt.placing.keepAt(*prompt.options.at, xWindowOf(prompt.window));
   return TRUE;
 }
@@ -272,8 +276,23 @@ void Gtk3Prompt::pressed(int index, const std::string& label) {
   if (index < 0) return;
   if (next == SampleOutcome::Next::isSucceeded) return succeed();
   if (next == SampleOutcome::Next::stays) return;
-  exitCode = kFirstButton + index;
-  close();
+  if (next == SampleOutcome::Next::fallsSilent) return fallSilent();
+  close(kFirstButton + index);
+}
+
+void Gtk3Prompt::close(int exitCode) {
+  if (!prompts.closeOne(exitCode)) return;
+  gtk_widget_destroy(window);
+  window = nullptr;
+}
+
+// The window is off the screen by then, and what pressed the button has its answer.
+void Gtk3Prompt::fallSilent() {
+  gtk_widget_destroy(window);
+  window = nullptr;
+  gdk_display_sync(gdk_display_get_default());
+  const auto stay = [](gpointer) -> gboolean { hang(); };
+  g_idle_add(stay, nullptr);
 }
 
 void Gtk3Prompt::succeed() {
@@ -285,7 +304,7 @@ void Gtk3Prompt::succeed() {
   gtk_widget_destroy(old);
 }
 
-int Gtk3Prompt::run() {
+void Gtk3Prompt::start() {
   if (options.parent) {
     parent = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(parent), options.parent->c_str());
@@ -293,10 +312,8 @@ int Gtk3Prompt::run() {
     add(parent, gtk_label_new("The document"));
     gtk_widget_show_all(parent);
   }
+  prompts.add();
   show();
-  endInTime(options, loop);
-  g_main_loop_run(loop);
-  return exitCode;
 }
 
 }  // namespace
@@ -315,5 +332,5 @@ int main(int argc, char** argv) {
   int count = 1;
   gtk_init(&count, &argv);
   if (options.applicationName) gdk_set_program_class(options.applicationName->c_str());
-  return Gtk3Prompt(options).run();
+  return run<Gtk3Prompt>(options);
 }

@@ -17,8 +17,10 @@ constexpr guint kPlaceCheckMilliseconds = 50;
 
 class Gtk4Prompt {
  public:
-  explicit Gtk4Prompt(const SampleOptions& options) : options(options), outcome(options) {}
-  int run();
+  // `prompts` outlives the prompt.
+  Gtk4Prompt(const SampleOptions& options, OpenPrompts& prompts)
+      : options(options), outcome(options), prompts(prompts) {}
+  void start();
 
  private:
   GtkWidget* makeWindow();
@@ -33,7 +35,8 @@ class Gtk4Prompt {
   void setDialogType();
   void pressed(int index, const std::string& label);
   void succeed();
-  void close() { g_main_loop_quit(loop); }
+  void fallSilent();
+  void close(int exitCode);
 
   static void onResponse(GtkDialog*, int response, gpointer self);
   static void onClicked(GtkButton* button, gpointer self);
@@ -42,11 +45,10 @@ class Gtk4Prompt {
 
   SampleOptions options;
   SampleOutcome outcome;
-  GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
+  OpenPrompts& prompts;
   GtkWidget* parent = nullptr;
   GtkWidget* window = nullptr;
   WindowPlacing placing;
-  int exitCode = kClosedWithoutAButton;
 };
 
 void add(GtkWidget* area, GtkWidget* child) { gtk_box_append(GTK_BOX(area), child); }
@@ -119,7 +121,7 @@ void Gtk4Prompt::addWindowPrompt(GtkWidget* area) {
   GtkWidget* const prompt =
       boxWithRole(options.isPromptDialog ? GTK_ACCESSIBLE_ROLE_DIALOG : GTK_ACCESSIBLE_ROLE_ALERT);
   name(prompt, options.promptTitle);
-  for (const auto& text : options.texts) add(prompt, gtk_label_new(text.c_str()));
+  for (const auto& text : options.texts) add(prompt, makeText(text));
   addFields(prompt);
   addButtons(prompt);
   add(area, prompt);
@@ -159,7 +161,7 @@ void Gtk4Prompt::fill(GtkWidget* area, bool withTexts) {
     addWindowPrompt(area);
   } else {
     for (const auto& text : options.texts) {
-      if (withTexts) add(area, gtk_label_new(text.c_str()));
+      if (withTexts) add(area, makeText(text));
     }
     addFields(area);
   }
@@ -194,7 +196,7 @@ void Gtk4Prompt::show() {
   } else {
     if (options.kind != Kind::windowPrompt) addButtons(area);
     g_signal_connect_swapped(made, "close-request", G_CALLBACK(+[](gpointer self) {
-                               static_cast<Gtk4Prompt*>(self)->close();
+                               static_cast<Gtk4Prompt*>(self)->close(kClosedWithoutAButton);
                                return TRUE;
                              }),
                              this);
@@ -225,7 +227,7 @@ void Gtk4Prompt::setDialogType() {
 
 void Gtk4Prompt::onResponse(GtkDialog*, int response, gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
-  if (response < kFirstButton) return prompt.close();
+  if (response < kFirstButton) return prompt.close(kClosedWithoutAButton);
   const int index = response - kFirstButton;
   prompt.pressed(index, prompt.options.buttons.at(static_cast<std::size_t>(index)));
 }
@@ -237,6 +239,7 @@ void Gtk4Prompt::onClicked(GtkButton* button, gpointer self) {
 
 gboolean Gtk4Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
+  if (!prompt.window) return FALSE;
   const XWindow window = xWindowOf(prompt.window);
   const bool isLaidOut = gtk_widget_get_width(prompt.window) > 0;
   if (!prompt.placing.isManaged(window) || !isLaidOut) return TRUE;
@@ -250,6 +253,7 @@ gboolean Gtk4Prompt::onTick(gpointer self) {
 
 gboolean Gtk4Prompt::onPlaceCheck(gpointer self) {
   auto& prompt = *static_cast<Gtk4Prompt*>(self);
+  if (!prompt.window) return FALSE;
   prompt.placing.keepAt(*prompt.options.at, xWindowOf(prompt.window));
   return TRUE;
 }
@@ -260,8 +264,23 @@ void Gtk4Prompt::pressed(int index, const std::string& label) {
   if (index < 0) return;
   if (next == SampleOutcome::Next::isSucceeded) return succeed();
   if (next == SampleOutcome::Next::stays) return;
-  exitCode = kFirstButton + index;
-  close();
+  if (next == SampleOutcome::Next::fallsSilent) return fallSilent();
+  close(kFirstButton + index);
+}
+
+void Gtk4Prompt::close(int exitCode) {
+  if (!prompts.closeOne(exitCode)) return;
+  gtk_window_destroy(GTK_WINDOW(window));
+  window = nullptr;
+}
+
+// The window is off the screen by then, and what pressed the button has its answer.
+void Gtk4Prompt::fallSilent() {
+  gtk_window_destroy(GTK_WINDOW(window));
+  window = nullptr;
+  gdk_display_sync(gdk_display_get_default());
+  const auto stay = [](gpointer) -> gboolean { hang(); };
+  g_idle_add(stay, nullptr);
 }
 
 void Gtk4Prompt::succeed() {
@@ -273,7 +292,7 @@ void Gtk4Prompt::succeed() {
   gtk_window_destroy(GTK_WINDOW(old));
 }
 
-int Gtk4Prompt::run() {
+void Gtk4Prompt::start() {
   if (options.parent) {
     parent = gtk_window_new();
     gtk_window_set_title(GTK_WINDOW(parent), options.parent->c_str());
@@ -281,10 +300,8 @@ int Gtk4Prompt::run() {
     gtk_window_set_child(GTK_WINDOW(parent), gtk_label_new("The document"));
     gtk_window_present(GTK_WINDOW(parent));
   }
+  prompts.add();
   show();
-  endInTime(options, loop);
-  g_main_loop_run(loop);
-  return exitCode;
 }
 
 }  // namespace
@@ -305,5 +322,5 @@ int main(int argc, char** argv) {
     g_set_application_name(options.applicationName->c_str());
   }
   gtk_init();
-  return Gtk4Prompt(options).run();
+  return run<Gtk4Prompt>(options);
 }

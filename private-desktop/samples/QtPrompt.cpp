@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <iostream>
+#include <utility>
 
 #include <QtCore/QTimer>
 #include <QtGui/QAccessible>
@@ -35,6 +36,7 @@ QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
 // A part that tells accessibility it is something else: the widget's property says what.
 constexpr const char* kRoleProperty = "sampleRole";
+constexpr std::size_t kMostShown = 1000;  // Bytes; longer texts are not given the room that they want.
 constexpr std::chrono::milliseconds kPlaceCheckInterval{50};
 constexpr std::chrono::milliseconds kCloseCheckInterval{50};
 
@@ -63,12 +65,13 @@ QVBoxLayout* makeColumn(QWidget* owner) {
 
 class QtPrompt : public QObject {
  public:
-  explicit QtPrompt(const SampleOptions& options) : options(options), outcome(options) {}
+  // `prompts` outlives the prompt.
+  QtPrompt(const SampleOptions& options, OpenPrompts& prompts) : options(options), outcome(options), prompts(prompts) {}
   ~QtPrompt() override {
     delete window;
     delete parentWindow;
   }
-  int run();
+  void start();
 
  private:
   QWidget* makeWindow();
@@ -84,6 +87,9 @@ class QtPrompt : public QObject {
   void pressed(int index, const std::string& label);
   void settle();
   void keepPlace();
+  void close(int exitCode);
+  void fallSilent();
+  void hideWindow();
   // Ends the program once a SIGUSR1 has asked for it.
   void closeWhenAsked();
   template <typename Action>
@@ -99,6 +105,7 @@ class QtPrompt : public QObject {
 
   SampleOptions options;
   SampleOutcome outcome;
+  OpenPrompts& prompts;
   QWidget* parentWindow = nullptr;
   QWidget* window = nullptr;
   bool isSettled = false;
@@ -175,6 +182,16 @@ void QtPrompt::addHidden(QVBoxLayout& area) {
   }
 }
 
+// A label; of a text that no screen has room for, the beginning is to be seen.
+QLabel* makeText(const std::string& line) {
+  auto* const label = new QLabel(text(line));
+  if (line.size() <= kMostShown) return label;
+  label->setTextFormat(Qt::PlainText);
+  label->setMinimumWidth(400);
+  label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  return label;
+}
+
 // The page that a browser shows, its prompt, and another prompt that is there but empty.
 void QtPrompt::addWindowPrompt(QVBoxLayout& area) {
   area.addWidget(new QLabel("The page behind the prompt"));
@@ -185,7 +202,7 @@ void QtPrompt::addWindowPrompt(QVBoxLayout& area) {
   setRole(prompt, options.isPromptDialog ? QAccessible::Dialog : QAccessible::AlertMessage);
   prompt->setAccessibleName(text(options.promptTitle));
   auto* const inside = new QVBoxLayout(prompt);
-  for (const auto& line : options.texts) inside->addWidget(new QLabel(text(line)));
+  for (const auto& line : options.texts) inside->addWidget(makeText(line));
   addFields(*inside);
   addButtons(*inside);
   area.addWidget(prompt);
@@ -225,7 +242,7 @@ void QtPrompt::fill(QVBoxLayout& area) {
   if (options.kind == Kind::windowPrompt) {
     addWindowPrompt(area);
   } else {
-    for (const auto& line : options.texts) area.addWidget(new QLabel(text(line)));
+    for (const auto& line : options.texts) area.addWidget(makeText(line));
     addFields(area);
   }
   addHidden(area);
@@ -234,6 +251,7 @@ void QtPrompt::fill(QVBoxLayout& area) {
 
 QPushButton* QtPrompt::makeButton(const std::string& label, int index) {
   auto* const button = new QPushButton(text(label));
+  if (label.size() > kMostShown) button->setMaximumWidth(100);
   button->setAutoDefault(false);
   connect(button, &QPushButton::clicked, this, [this, label, index] { pressed(index, label); });
   return button;
@@ -281,7 +299,7 @@ void QtPrompt::show() {
 bool QtPrompt::eventFilter(QObject* watched, QEvent* event) {
   if (watched != window) return false;
   if (event->type() == QEvent::Close) {
-    QCoreApplication::exit(kClosedWithoutAButton);
+    close(kClosedWithoutAButton);
   } else if (event->type() == QEvent::Paint && !isSettled) {  // Painted once the X server has shown it.
     isSettled = true;
     placing.start();
@@ -291,6 +309,7 @@ bool QtPrompt::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void QtPrompt::settle() {
+  if (!window) return;
   if (options.at && !placing.staysAt(*options.at, xWindowOf(window))) {
     after(std::chrono::milliseconds(5), [this] { settle(); });
     return;
@@ -302,6 +321,7 @@ void QtPrompt::settle() {
 }
 
 void QtPrompt::keepPlace() {
+  if (!window) return;
   placing.keepAt(*options.at, xWindowOf(window));
   after(kPlaceCheckInterval, [this] { keepPlace(); });
 }
@@ -311,7 +331,25 @@ void QtPrompt::pressed(int index, const std::string& label) {
   const auto next = outcome.press(label);
   if (index < 0) return;
   if (next == SampleOutcome::Next::isSucceeded) return succeed();
-  if (next == SampleOutcome::Next::ends) QCoreApplication::exit(kFirstButton + index);
+  if (next == SampleOutcome::Next::fallsSilent) return fallSilent();
+  if (next == SampleOutcome::Next::ends) close(kFirstButton + index);
+}
+
+void QtPrompt::close(int exitCode) {
+  if (window && prompts.closeOne(exitCode)) hideWindow();
+}
+
+// The window is off the screen by then, and what pressed the button has its answer.
+void QtPrompt::fallSilent() {
+  hideWindow();
+  QGuiApplication::sync();
+  after(std::chrono::milliseconds(0), [] { hang(); });
+}
+
+void QtPrompt::hideWindow() {
+  QWidget* const old = std::exchange(window, nullptr);
+  old->hide();
+  old->deleteLater();
 }
 
 void QtPrompt::succeed() {
@@ -333,8 +371,7 @@ void QtPrompt::closeWhenAsked() {
   after(kCloseCheckInterval, [this] { closeWhenAsked(); });
 }
 
-int QtPrompt::run() {
-  std::signal(SIGUSR1, [](int) { closeIsWanted = 1; });
+void QtPrompt::start() {
   if (options.parent) {
     parentWindow = new QMainWindow;
     parentWindow->setWindowTitle(text(*options.parent));
@@ -344,11 +381,11 @@ int QtPrompt::run() {
   }
   const auto closeAfter = options.closeAfter;
   const auto hangAfter = options.hangAfter;
+  prompts.add();
   show();
   closeWhenAsked();
   if (closeAfter) after(*closeAfter, [] { QCoreApplication::exit(kClosedWithoutAButton); });
   if (hangAfter) after(*hangAfter, [] { hang(); });
-  return QCoreApplication::exec();
 }
 
 }  // namespace
@@ -371,5 +408,11 @@ int main(int argc, char** argv) {
   qInstallMessageHandler(&printMessage);
   QAccessible::installFactory(&accessibleWithRole);
   QApplication::setQuitOnLastWindowClosed(false);
-  return QtPrompt(options).run();
+  std::signal(SIGUSR1, [](int) { closeIsWanted = 1; });
+  OpenPrompts prompts([](int exitCode) { QCoreApplication::exit(exitCode); });
+  QtPrompt first(options, prompts);
+  first.start();
+  QtPrompt second(options.twin(), prompts);
+  if (options.hasTwin) second.start();
+  return QCoreApplication::exec();
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <string_view>
 
 namespace quillard::samples {
 namespace {
@@ -45,6 +46,8 @@ const Flags& flags() {
       {"--tabs", [](auto& options) { options.hasTabs = true; }},
       {"--minimised", [](auto& options) { options.isMinimised = true; }},
       {"--hang-on-press", [](auto& options) { options.hangsOnPress = true; }},
+      {"--silent-on-press", [](auto& options) { options.fallsSilentOnPress = true; }},
+      {"--twin", [](auto& options) { options.hasTwin = true; }},
   };
   return flags;
 }
@@ -71,11 +74,24 @@ const Values& values() {
       {"--hang-after",
        [](auto& options, const auto& value) { options.hangAfter = std::chrono::milliseconds(std::stoi(value)); }},
       {"--ignore-presses", [](auto& options, const auto& value) { options.ignoredPresses = std::stoi(value); }},
+      {"--again", [](auto& options, const auto& value) { options.repetitions = std::stoi(value); }},
+      {"--pad-texts", [](auto& options, const auto& value) { options.textPadding = std::stoi(value); }},
+      {"--pad-buttons", [](auto& options, const auto& value) { options.buttonPadding = std::stoi(value); }},
+      {"--twin-at",
+       [](auto& options, const auto& value) {
+         options.hasTwin = true;
+         options.twinAt = pointNamed(value);
+       }},
       {"--successor", [](auto& options, const auto& value) { options.successorTitle = value; }},
       {"--successor-text", [](auto& options, const auto& value) { options.successorTexts.push_back(value); }},
       {"--successor-button", [](auto& options, const auto& value) { options.successorButtons.push_back(value); }},
   };
   return values;
+}
+
+void pad(std::string& text, int bytes, std::string_view filling) {
+  const std::size_t wanted = text.size() + static_cast<std::size_t>(bytes);
+  while (text.size() < wanted) text += filling;
 }
 
 [[noreturn]] void help() {
@@ -104,11 +120,14 @@ SampleOptions parseSampleOptions(int argc, char** argv) {
     if (value == values().end() || i + 1 == argc) refuse(name);
     value->second(options, argv[++i]);
   }
+  for (auto& text : options.texts) pad(text, options.textPadding, " and so on");
+  for (std::size_t i = 2; i < options.buttons.size(); ++i) pad(options.buttons[i], options.buttonPadding, "\"");
   return options;
 }
 
 SampleOptions SampleOptions::successor() const {
   SampleOptions next = *this;
+  if (next.repetitions-- > 0) return next;
   next.title = successorTitle.value_or("");
   next.texts = successorTexts;
   next.buttons = successorButtons;
@@ -116,7 +135,15 @@ SampleOptions SampleOptions::successor() const {
   next.successorTitle.reset();
   next.ignoredPresses = 0;
   next.hangsOnPress = false;
+  next.fallsSilentOnPress = false;
   return next;
+}
+
+SampleOptions SampleOptions::twin() const {
+  SampleOptions twin = *this;
+  if (twinAt) twin.at = twinAt;
+  twin.isTwin = true;
+  return twin;
 }
 
 }  // namespace quillard::samples

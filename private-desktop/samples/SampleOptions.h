@@ -35,6 +35,8 @@ struct SampleOptions {
   bool hasSecret = false;  // A field for a secret with no word beside it.
   std::string secretText;  // What stands in the field for a secret, as if typed.
   std::optional<std::string> fieldLabel;
+  int textPadding = 0;    // So many bytes of filling come after each of the texts.
+  int buttonPadding = 0;  // So many quotation marks come after each label but the first two.
   bool hasToolbar = false;
   bool hasTabs = false;
   int widgets = 0;                         // That many labels besides, all in one container.
@@ -48,13 +50,21 @@ struct SampleOptions {
   std::optional<std::chrono::milliseconds> closeAfter;
   std::optional<std::chrono::milliseconds> hangAfter;
   bool hangsOnPress = false;
+  bool fallsSilentOnPress = false;  // The window goes, the program stays and answers no request any more.
   int ignoredPresses = 0;
+  int repetitions = 0;                        // After a press the same prompt comes up again, that often.
+  bool hasTwin = false;                       // The program shows the prompt twice at a time.
+  bool isTwin = false;                        // It is the second one.
+  std::optional<std::pair<int, int>> twinAt;  // Where the second one is; absent: where the first one is.
   std::optional<std::string> successorTitle;
   std::vector<std::string> successorTexts;
   std::vector<std::string> successorButtons;
 
-  // The prompt that comes after a press: the same in all but its wording, and the last one.
+  // The prompt that comes after a press: itself while there are repetitions, then one that is the same in all but its
+  // wording, and the last one.
   [[nodiscard]] SampleOptions successor() const;
+  // The second one of two prompts.
+  [[nodiscard]] SampleOptions twin() const;
 };
 
 // Ends the program with a message (exit code 2) when it does not understand.

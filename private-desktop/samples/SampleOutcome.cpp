@@ -7,25 +7,35 @@
 namespace quillard::samples {
 
 SampleOutcome::SampleOutcome(const SampleOptions& options)
-    : ignoredPresses(options.ignoredPresses),
+    : prefix(options.isTwin ? "twin " : ""),
       hangsOnPress(options.hangsOnPress),
-      hasSuccessor(options.successorTitle.has_value()) {}
+      fallsSilentOnPress(options.fallsSilentOnPress),
+      ignoredPresses(options.ignoredPresses),
+      successors(options.repetitions + (options.successorTitle ? 1 : 0)) {}
 
 SampleOutcome::Next SampleOutcome::press(const std::string& label) {
-  std::cout << "pressed: " << label << std::endl;
+  std::cout << prefix << "pressed: " << label << std::endl;
   if (hangsOnPress) hang();
   if (ignoredPresses > 0) {
     --ignoredPresses;
     return Next::stays;
   }
-  if (!hasSuccessor) return Next::ends;
-  hasSuccessor = false;
-  return Next::isSucceeded;
+  if (successors > 0) {
+    --successors;
+    return Next::isSucceeded;
+  }
+  return fallsSilentOnPress ? Next::fallsSilent : Next::ends;
 }
 
 void SampleOutcome::windowIsUp() {
-  if (!isReady) std::cout << "ready" << std::endl;
+  if (!isReady) std::cout << prefix << "ready" << std::endl;
   isReady = true;
+}
+
+bool OpenPrompts::closeOne(int exitCode) {
+  if (--count > 0) return true;
+  end(exitCode);
+  return false;
 }
 
 void hang() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "private-desktop/samples/SampleOptions.h"
@@ -12,20 +13,37 @@ inline constexpr int kFirstButton = 10;  // The exit code of the first button; t
 // What a press leads to, the same for every toolkit.
 class SampleOutcome {
  public:
-  enum class Next { stays, isSucceeded, ends };
+  enum class Next { stays, isSucceeded, fallsSilent, ends };
 
   explicit SampleOutcome(const SampleOptions& options);
 
-  // Prints the press. Does not return at all when the program shall hang.
+  // Prints the press, and whether it was the twin's. Does not return at all when the program shall hang.
   Next press(const std::string& label);
   // Prints "ready", once.
   void windowIsUp();
 
  private:
+  const std::string prefix;
+  const bool hangsOnPress;
+  const bool fallsSilentOnPress;
   int ignoredPresses;
-  bool hangsOnPress;
-  bool hasSuccessor;
+  int successors;
   bool isReady = false;
+};
+
+// The prompts of one program that are up. The program ends with the last one of them, and its exit code is that one's.
+class OpenPrompts {
+ public:
+  // `end` leaves the program's loop.
+  explicit OpenPrompts(std::function<void(int exitCode)> end) : end(std::move(end)) {}
+
+  void add() { ++count; }
+  // True when others are still up: the program goes on, and the window has to be closed.
+  [[nodiscard]] bool closeOne(int exitCode);
+
+ private:
+  const std::function<void(int exitCode)> end;
+  int count = 0;
 };
 
 // Answers no request any more.

@@ -139,6 +139,7 @@ std::optional<PendingApproval> ApprovalStore::approval(const Uuid& id) const {
 
 void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   const MutexLock lock{mutex};
+  if (const auto removed = approvalsByID.find(id); removed != approvalsByID.end()) forgetRestOf(removed->second);
   approvalsByID.erase(id);
   lastSeenByID.erase(id);
   unreadSinceByID.erase(id);
@@ -148,6 +149,17 @@ void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   } else {
     removeFingerprintMapping(id);
   }
+}
+
+void ApprovalStore::forgetRestOf(const PendingApproval& removed) {
+  const Instant seen = lastSeenByID.at(removed.id);
+  std::vector<Uuid> over;
+  for (const auto& [id, approval] : approvalsByID) {
+    const bool isInItsWindow = approval.window && removed.window && *approval.window == *removed.window;
+    const bool isOver = lastSeenByID.at(id) < seen || removed.matchScore(approval) > 0;
+    if (id != removed.id && isInItsWindow && isOver) over.push_back(id);
+  }
+  for (const auto& id : over) forget(id);
 }
 
 void ApprovalStore::removeSuppressed(const Uuid& suppressionID) {

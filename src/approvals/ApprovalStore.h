@@ -60,6 +60,9 @@ class ApprovalStore {
 
   // Removes an answered prompt. For `retention` (absent: `staleAfter`) the same fingerprint seen again gets the same
   // identity, so that a person is not asked twice under a new one; zero or less forgets it immediately.
+  //
+  // With it goes what else is kept of its window for the grace: the same prompt in another place, whose fingerprint is
+  // another one, and what the window showed before it. What the window has come to show since stays.
   void remove(const Uuid& id, std::optional<Seconds> retention = std::nullopt);
 
   // Removes every current prompt of that kind, identities and all.
@@ -83,6 +86,7 @@ class ApprovalStore {
   [[nodiscard]] const PendingApproval* current(const Uuid& fingerprint) const QUILLARD_REQUIRES(mutex);
   void keepUnread(Merge& merge) QUILLARD_REQUIRES(mutex);
   void sweepStale(Instant now) QUILLARD_REQUIRES(mutex);
+  void forgetRestOf(const PendingApproval& removed) QUILLARD_REQUIRES(mutex);
   void forget(const Uuid& id) QUILLARD_REQUIRES(mutex);
   void purgeRetainedIdentityMappings(Instant expiredBefore) QUILLARD_REQUIRES(mutex);
   void removeFingerprintMapping(const Uuid& approvalID) QUILLARD_REQUIRES(mutex);

@@ -288,6 +288,42 @@ TEST_F(ApprovalStoreWindowTest, TheSameContentInAnotherWindowIsANewPrompt) {
   EXPECT_NE(only().id, first.id) << "what is gone never comes back";
 }
 
+TEST_F(ApprovalStoreWindowTest, AnAnswerEndsWhatElseTheWindowWasSeenToShowBefore) {
+  constexpr std::uint64_t kMoved = 2;  // The place is part of a fingerprint.
+  constexpr std::uint64_t kElsewhere = 3;
+  store.replace({shownIn(1), shownIn(2, kElsewhere)});
+  const auto before = store.all();
+  time.advance(Seconds{1});
+  store.replace({shownIn(1, kMoved)});
+  ASSERT_EQ(store.all().size(), 3U) << "it may move back, within the grace";
+  const auto all = store.all();
+  store.remove(all.back().id, Seconds::zero());
+  EXPECT_EQ(only().window, shownIn(2).window) << "the window has gone, in whatever place it was";
+}
+
+TEST_F(ApprovalStoreWindowTest, AnAnswerToAPromptWhereItWasEndsItWhereItIs) {
+  constexpr std::uint64_t kMoved = 2;
+  store.replace({shownIn(1)});
+  const auto before = only();
+  time.advance(Seconds{1});
+  store.replace({shownIn(1, kMoved)});
+  store.remove(before.id, Seconds::zero());
+  EXPECT_TRUE(store.all().empty());
+}
+
+TEST_F(ApprovalStoreWindowTest, AnAnswerLeavesWhatItsWindowShowsByNow) {
+  constexpr std::uint64_t kNext = 2;
+  store.replace({shownIn(1)});
+  const auto answered = only();
+  time.advance(Seconds{1});
+  auto other = shownIn(1, kNext);
+  other.windowTitle = "Next";
+  store.replace({other});
+  const auto next = store.all().back();
+  store.remove(answered.id, Seconds::zero());
+  EXPECT_EQ(only().id, next.id);
+}
+
 TEST_F(ApprovalStoreWindowTest, ThePromptStaysWithItsWindowAmongTwinsInWhateverOrder) {
   store.replace({shownIn(1), shownIn(2)});
   const auto first = only();

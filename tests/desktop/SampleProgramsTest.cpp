@@ -2,6 +2,7 @@
 #include <csignal>
 #include <iostream>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -262,6 +263,86 @@ TEST_P(SamplePrograms, HangWhenTheyShall) {
     program->end();
     EXPECT_EQ(program->wait(), 128 + 15);
   }
+}
+
+TEST_P(SamplePrograms, ShowTheSamePromptAgain) {
+  auto program = launch({"--kind", "dialog", "--title", "Delete?", "--button", "Delete", "--again", "2"});
+  std::string pressed = "ready\n";
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_TRUE(waitFor([&] { return ClientList(*desktop).windowsOf(program.pid()).size() == 1; }));
+    ASSERT_TRUE(waitFor([&] { return AccessibleTree(*desktop).windowsOf(program.pid()).size() == 1; }));
+    EXPECT_TRUE(press(program, "Delete"));
+    pressed += "pressed: Delete\n";
+    ASSERT_TRUE(program.waitForOutput(pressed)) << program.output();
+  }
+  EXPECT_EQ(program.wait(), 10);
+  EXPECT_EQ(program.output(), pressed);
+  EXPECT_EQ(program.errors(), "");
+}
+
+TEST_P(SamplePrograms, FallSilentAfterTheirWindowHasGone) {
+  auto program = launch({"--kind", "dialog", "--title", "Mute", "--button", "OK", "--silent-on-press"});
+  ASSERT_TRUE(program.waitForOutput("ready\n")) << program.errors();
+  EXPECT_TRUE(press(program, "OK"));
+  ASSERT_TRUE(program.waitForOutput("hangs\n")) << program.output();
+  EXPECT_TRUE(waitFor([&] { return ClientList(*desktop).windowsOf(program.pid()).empty(); }));
+  EXPECT_TRUE(program.isRunning());
+}
+
+TEST_P(SamplePrograms, ShowTwoIdenticalPromptsOfOneProgram) {
+  struct Case {
+    std::vector<std::string> place;
+    int x = 0;  // Of the second window; the first one is at 100.
+  };
+  for (const auto& each : {Case{{"--twin"}, 100}, Case{{"--twin-at", "600,100"}, 600}}) {
+    SCOPED_TRACE(each.x);
+    Arguments arguments{"--kind",   "dialog", "--title",  "Twins", "--text", "Which?",
+                        "--button", "A",      "--button", "B",     "--at",   "100,100"};
+    arguments.insert(arguments.end(), each.place.begin(), each.place.end());
+    auto program = launch(arguments);
+    ASSERT_TRUE(program.waitForOutput("twin ready\n")) << program.errors();
+    EXPECT_TRUE(waitFor([&] {
+      std::multiset<int> places;
+      for (const auto& window : ClientList(*desktop).windowsOf(program.pid())) places.insert(window.x);
+      return places == std::multiset<int>{100, each.x};
+    }));
+    EXPECT_TRUE(press(program, "A"));
+    EXPECT_TRUE(waitFor([&] { return ClientList(*desktop).windowsOf(program.pid()).size() == 1; }));
+    EXPECT_TRUE(waitFor([&] { return AccessibleTree(*desktop).windowsOf(program.pid()).size() == 1; }));
+    EXPECT_TRUE(program.isRunning());
+    EXPECT_TRUE(press(program, "B"));
+    EXPECT_EQ(program.wait(), 11);
+    const std::string output = program.output();
+    const bool isFirstPressedFirst = output.find("\npressed: A\ntwin pressed: B\n") != std::string::npos;
+    const bool isTwinPressedFirst = output.find("\ntwin pressed: A\npressed: B\n") != std::string::npos;
+    EXPECT_TRUE(isFirstPressedFirst || isTwinPressedFirst) << output;
+    EXPECT_EQ(program.errors(), "");
+  }
+}
+
+TEST_P(SamplePrograms, ShowTextsOfAnyLength) {
+  constexpr std::size_t kPadding = 70000;
+  const auto program = launch({"--kind", "dialog", "--title", "Long", "--text", "Enter the password", "--pad-texts",
+                               std::to_string(kPadding), "--button", "OK"});
+  const auto all = treeWithButton(program, "OK");
+  EXPECT_NE(all.text().find("Enter the password and so on"), std::string::npos);
+  EXPECT_GT(all.text().size(), kPadding);
+}
+
+// No such byte reaches the bus, whose server would end the connection. GTK 4 ends itself when it is asked for it.
+TEST_P(SamplePrograms, ShowNoBrokenBytes) {
+  auto program = launch({"--kind", "dialog", "--title", "Broken", "--text", "Whole", "--text", "Enter the pass\xffword",
+                         "--button", "OK"});
+  if (isGtk4()) {
+    EXPECT_TRUE(waitFor([&] {
+      (void)AccessibleTree(*desktop).windowsOf(program.pid());
+      return !program.isRunning();
+    }));
+    return;
+  }
+  const auto all = treeWith(program, kLabelRole, "Whole");
+  EXPECT_EQ(all.find(kLabelRole, "Enter the pass\xffword"), nullptr);
+  EXPECT_EQ(all.find(kLabelRole, "Enter the pass\uFFFDword") != nullptr, isQt()) << all.text();
 }
 
 TEST_P(SamplePrograms, StartMinimised) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -11,63 +10,17 @@
 #include <unistd.h>
 
 #include "desktop/ClientList.h"
-#include "desktop/PrivateDesktop.h"
-#include "e2e/InstalledAgent.h"
-#include "e2e/TestRelay.h"
+#include "e2e/AgentOnDesktop.h"
 #include "support/MachineLoad.h"
 
-// The agent as a user has it, a process of its own, on a real desktop; relay and phone are fakes.
 namespace quillard {
 namespace {
 
 using namespace std::chrono_literals;
-using test::DesktopProgram;
-using test::InstalledAgent;
-using test::PrivateDesktop;
-using test::TestRelay;
+using test::kFirstButton;
+using test::prompt;
 
-constexpr int kFirstButton = 10;  // The exit code of a sample program whose first button was pressed.
-
-std::vector<std::string> prompt(const std::string& title, const std::vector<std::string>& buttons,
-                                std::vector<std::string> more = {}) {
-  std::vector<std::string> arguments{"--kind", "dialog", "--title", title, "--text", "May it go on?"};
-  for (const auto& label : buttons) arguments.insert(arguments.end(), {"--button", label});
-  arguments.insert(arguments.end(), more.begin(), more.end());
-  return arguments;
-}
-
-std::optional<PendingApproval> titled(const std::vector<PendingApproval>& approvals, const std::string& title) {
-  const auto found = std::find_if(approvals.begin(), approvals.end(),
-                                  [&](const PendingApproval& approval) { return approval.windowTitle == title; });
-  return found == approvals.end() ? std::nullopt : std::optional{*found};
-}
-
-class AgentEndToEnd : public testing::Test {
- protected:
-  void startAgent(PrivateDesktop::Variables more = {}) {
-    more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}});
-    agent.push_back(installed.start(more));
-    ASSERT_TRUE(relay.waitForConnection()) << printed();
-    relay.pairPhone(installed.endToEndSecret());
-  }
-  std::string printed() { return agent.back().output() + agent.back().errors(); }
-
-  // What the phone shows of the prompt; a failure when it does not show up there.
-  PendingApproval onPhone(const std::string& title) {
-    const auto list =
-        relay.waitForList([&](const auto& approvals) { return titled(approvals, title).has_value(); }, 30s);
-    EXPECT_TRUE(list) << title << "\n" << printed();
-    return list ? *titled(*list, title) : PendingApproval{};
-  }
-  bool isGoneFromPhone(const std::string& title) {
-    return relay.waitForList([&](const auto& approvals) { return !titled(approvals, title); }, 30s).has_value();
-  }
-
-  PrivateDesktop desktop;
-  TestRelay relay;
-  InstalledAgent installed{desktop, QUILLARD_PROGRAM, QUILLARD_INFORMATION};
-  std::vector<DesktopProgram> agent;  // One at most, the newest last.
-};
+class AgentEndToEnd : public test::AgentOnDesktop {};
 
 TEST_F(AgentEndToEnd, APhonePressesTheButtonsOfRealDialogs) {
   startAgent();

@@ -35,17 +35,19 @@ class InstalledAgent {
   }
 
   // What a phone learns from the pairing code. Empty as long as the agent has not stored its secrets.
-  [[nodiscard]] Secret endToEndSecret() const {
-    Secret secret;
+  [[nodiscard]] Secret endToEndSecret() const { return secrets().e2eSecret; }
+  // All of them.
+  [[nodiscard]] InstallationSecrets secrets() const {
+    InstallationSecrets secrets;
     const bool isStored = waitFor([&] {
       const auto reading = xdg::FileSecrets(desktop.folder("data") + "/quillard")
                                .copyMatching("com.quillard.agent", "installation-secrets-v1");
-      const auto secrets = readInstallationSecrets(reading.data.view());
-      if (secrets) secret = secrets->e2eSecret;
-      return secrets.has_value();
+      const auto stored = readInstallationSecrets(reading.data.view());
+      if (stored) secrets = *stored;
+      return stored.has_value();
     });
     EXPECT_TRUE(isStored);
-    return secret;
+    return secrets;
   }
 
  private:

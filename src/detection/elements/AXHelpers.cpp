@@ -33,6 +33,8 @@ std::optional<AXUIElement> systemWideAttribute(Accessibility& accessibility, AXA
   return elementAttribute(reader, accessibility.createSystemWide(), name);
 }
 
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
+
 template <class Matches>
 std::optional<AXUIElement> nearest(AXAttributeReader& reader, AXUIElement element, int limit, Matches matches) {
   for (int remaining = limit; remaining > 0; --remaining) {
@@ -55,7 +57,8 @@ TextReading readText(AXAttributeReader& reader, const AXUIElement& element, plat
   auto* const text = std::get_if<std::string>(&value);
   if (!text) return {};
   if (text->size() > kLongestText || !text::isValidUtf8(*text)) return {.text = std::nullopt, .isUnreadable = true};
-  return {.text = std::move(*text)};
+  const bool hasLostSome = text->find(kReplacementCharacter) != std::string::npos;
+  return {.text = std::move(*text), .isUnreadable = hasLostSome};
 }
 
 std::optional<std::string> stringAttribute(AXAttributeReader& reader, const AXUIElement& element,

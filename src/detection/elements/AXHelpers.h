@@ -16,10 +16,11 @@ namespace quillard::AXHelpers {
 inline constexpr std::size_t kLongestText = 64 * 1024;
 
 // What became of reading a text. `isUnreadable`: there is, or may be, one that says something unknown: it is longer
-// than `kLongestText` or no UTF-8, or the application failed to hand it over. Whoever judges by words must not take
-// that for a text that says nothing.
+// than `kLongestText` or no UTF-8, or the application failed to hand it over. Or some of it is lost: toolkits put a
+// replacement character (U+FFFD) where a byte of it was broken, and that may have been in the one word that tells.
+// Whoever judges by words must not take that for a text that says nothing.
 struct TextReading {
-  std::optional<std::string> text;  // Whole and UTF-8. Absent: none, or unreadable.
+  std::optional<std::string> text;  // UTF-8, and whole as the application has it. Absent: none, or unreadable.
   bool isUnreadable = false;
 };
 [[nodiscard]] TextReading readText(platform::AXAttributeReader& reader, const platform::AXUIElement& element,

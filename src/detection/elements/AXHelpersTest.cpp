@@ -85,6 +85,18 @@ TEST_F(AXHelpersTest, ReadNothingFromAStaleHandleOrAnError) {
   EXPECT_EQ(AXHelpers::nearestWindow(live(), stale, 10), std::nullopt);
 }
 
+TEST_F(AXHelpersTest, TellTextOfWhichAByteIsLost) {
+  const auto node = window();
+  const auto read = [&] { return AXHelpers::readText(live(), element(node), ax::kTitle); };
+  for (const std::string lost : {"Enter the pass\uFFFDword", "\uFFFD"}) {
+    desktop().setAttribute(node, ax::kTitle, lost);
+    EXPECT_TRUE(read().isUnreadable);
+    EXPECT_EQ(read().text, lost) << "It is shown as the application has it.";
+  }
+  desktop().setAttribute(node, ax::kTitle, std::string("Enter the word\uFFFC"));
+  EXPECT_FALSE(read().isUnreadable);
+}
+
 TEST_F(AXHelpersTest, TellTextThatCannotBeReadFromTextThatIsNotThere) {
   const auto node = window();
   const auto read = [&] { return AXHelpers::readText(live(), element(node), ax::kTitle); };

@@ -153,7 +153,7 @@ std::optional<Frame> ServerConnection::readFrame() {
   if (size == 126) size = bigEndian(readBytes(2));
   if (size == 127) size = bigEndian(readBytes(8));
   const std::string mask = readBytes(4);
-  Frame frame{static_cast<Opcode>(start[0] & 0x0F), readBytes(size)};
+  Frame frame{static_cast<Opcode>(start[0] & 0x0F), readBytes(size), (start[0] & 0x80) != 0};
   if (mask.size() < 4 || frame.payload.size() < size) return std::nullopt;
   for (std::size_t i = 0; i < frame.payload.size(); ++i) {
     frame.payload[i] = static_cast<char>(frame.payload[i] ^ mask[i % 4]);

@@ -23,6 +23,7 @@ enum class Opcode : std::uint8_t { continuation = 0, text = 1, binary = 2, close
 struct Frame {
   Opcode opcode = Opcode::text;
   std::string payload;  // Of a close frame: two bytes of code, then the reason.
+  bool isLast = true;   // Otherwise continuations follow.
   bool operator==(const Frame&) const = default;
 };
 

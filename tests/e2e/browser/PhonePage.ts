@@ -33,6 +33,11 @@ export class PromptCard {
     );
   }
 
+  /** Waits until the page does not show it any more. */
+  async leaves(): Promise<void> {
+    await expect(this.element).toHaveCount(0);
+  }
+
   async mute(): Promise<void> {
     await this.element.getByRole("button", { name: "Don’t show this again" }).tap();
   }

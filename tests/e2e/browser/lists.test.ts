@@ -53,10 +53,12 @@ test("answers two identical prompts in one place one after another", async ({ de
     more: ["--at", "100,100"],
   } as const;
   const dialogs = [await desktop.open(options), await desktop.open(options)];
-  await (await phone.prompt("Pile")).hold("Yes");
+  const first = await phone.prompt("Pile");
+  await first.hold("Yes");
   expect(await Promise.race(dialogs.map((dialog) => dialog.exitStatus))).toBe(pressed(1));
   expect(dialogs.filter((dialog) => dialog.isRunning).length).toBe(1);
   await phone.expectOutcome("Pile", "“Yes” pressed from here");
+  await first.leaves();
   await (await phone.prompt("Pile")).tap("No");
   const statuses = await Promise.all(dialogs.map((dialog) => dialog.exitStatus));
   expect(statuses.sort()).toEqual([pressed(0), pressed(1)]);

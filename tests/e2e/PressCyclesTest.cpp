@@ -31,7 +31,9 @@ constexpr int kCycles = 40;
 constexpr int kParts = 10;  // What the agent holds is looked at after each.
 constexpr int kManyCycles = 2000;
 constexpr int kMostUndone = 10;     // Decisions that had to be made again.
-constexpr long kMostGrowth = 4096;  // Of memory, in KiB: less than what a leak of 3 KiB a cycle would come to.
+// Of memory, in KiB, in the second half: less than what a leak of 5 KiB a cycle would come to in a long run. The first
+// half warms up what is used for the first time.
+constexpr long kMostGrowth = 4096;
 
 // What one program shows, one prompt after the other or two at a time.
 struct Show {
@@ -218,10 +220,12 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
   const auto early = quietHoldings();
   print(tenth, early);
   auto late = early;
+  auto middle = early;
   for (int part = 1; part < kParts; ++part) {
     run(part * tenth, (part + 1) * tenth);
     late = quietHoldings();
     print((part + 1) * tenth, late);
+    if (part + 1 == kParts / 2) middle = late;
   }
   const bool isLevel = waitFor([&] {
     late = holdingsOf(agent.back().pid());
@@ -235,7 +239,7 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
   EXPECT_EQ(right, cycles);
   EXPECT_TRUE(isLevel) << testing::PrintToString(early.descriptors) << testing::PrintToString(late.descriptors);
 #ifndef QUILLARD_SANITIZED
-  EXPECT_LE(late.memory, early.memory + kMostGrowth);
+  EXPECT_LE(late.memory, middle.memory + kMostGrowth);
 #endif
 }
 

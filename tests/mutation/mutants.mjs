@@ -1,10 +1,10 @@
 // The mistakes that run.mjs makes: what stands there once in `file`, what takes its place, and which tests of which
 // programs are about it, besides the simulation. `why`: of one that nothing catches, why that is right.
-const agent = { programs: ["agent_test"], filter: "Decision|Runner|Queue|AppDelegate|RelaySession" };
-const click = { programs: ["click_test"], filter: "Click|Approved|Focus" };
-const store = { programs: ["approvals_test"], filter: "ApprovalStore|Suppression|PendingApproval" };
-const relay = { programs: ["relay_test"], filter: "Relay|Seal|Clock|Snapshot|Pairing" };
-const detection = { programs: ["detection_test"], filter: "Detector|Presence|Prompt|Window|Direct" };
+const agent = { tests: [{ folder: "src/agent", program: "agent_test" }] };
+const click = { tests: [{ folder: "src/click", program: "click_test" }] };
+const store = { tests: [{ folder: "src/approvals", program: "approvals_test" }] };
+const relay = { tests: [{ folder: "src/relay", program: "relay_test" }] };
+const detection = { tests: [{ folder: "src/detection", program: "detection_test" }] };
 
 export const mutants = [
   // ---- The decision path.
@@ -22,7 +22,7 @@ export const mutants = [
 
   // ---- The click.
   { name: "the label of the button is not compared", file: "src/click/ApprovedButton.cpp", from: "PromptReader::buttonLabel(accessibility, candidate) == label();", to: "!label().empty();", ...click },
-  { name: "a button elsewhere is the same", file: "src/click/ApprovedButton.cpp", from: "if (!place || AXHelpers::frame(accessibility, candidate) != place) return false;", to: "", ...click },
+  { name: "a button elsewhere is the same", file: "src/click/ApprovedButton.cpp", from: "if (!place || AXHelpers::frame(accessibility, candidate) != place) return false;", to: "if (!place) return false;", ...click },
   { name: "a button of another window is the same", file: "src/click/ApprovedButton.cpp", from: "return window && isTarget(window) && isLabelledAsApproved(candidate);", to: "return window && isLabelledAsApproved(candidate);", ...click },
   { name: "a press that may have landed counts as none", file: "src/click/ClickAttempt.cpp", from: "if (!isRefusedBeyondDoubt(answer)) hasActed = true;", to: "if (answer == AXError::success) hasActed = true;", ...click },
   { name: "an error ends the wait for the prompt", file: "src/click/ClickAttempt.cpp", from: "if (isRefusedBeyondDoubt(answer)) return Progress::promptRemains;\n  return waitToClear", to: "if (answer != AXError::success) return Progress::promptRemains;\n  return waitToClear", ...click },

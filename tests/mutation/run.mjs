@@ -29,8 +29,17 @@ const only = option("--only", "");
 const jobs = option("--jobs", "2");
 
 function run(command, args, minutes) {
-  const done = spawnSync(command, args, { cwd: project, encoding: "utf8", timeout: minutes * 60_000, maxBuffer: 1 << 28 });
-  return { isOk: done.status === 0, text: (done.stdout ?? "") + (done.stderr ?? ""), timedOut: done.error !== undefined };
+  const done = spawnSync(command, args, {
+    cwd: project,
+    encoding: "utf8",
+    timeout: minutes * 60_000,
+    maxBuffer: 1 << 28,
+  });
+  return {
+    isOk: done.status === 0,
+    text: (done.stdout ?? "") + (done.stderr ?? ""),
+    timedOut: done.error !== undefined,
+  };
 }
 
 // The text must stand there once: a mistake that changes nothing, or two places, shows nothing.
@@ -38,28 +47,40 @@ function apply({ file, from, to }) {
   const path = join(project, file);
   const original = readFileSync(path, "utf8");
   if (original.split(from).length !== 2) throw new Error(`${file} does not hold exactly once: ${from}`);
-  writeFileSync(path, original.replace(from, () => to));
+  writeFileSync(
+    path,
+    original.replace(from, () => to),
+  );
   return () => writeFileSync(path, original);
 }
 
-function failedTest(program, filter) {
+// The program of a folder below src/, run as a whole: a process for each test would take longer than the tests.
+function failedTest({ folder, program }) {
   const built = run("ninja", ["-C", build, `-j${jobs}`, program], 30);
-  if (!built.isOk) return "the compiler";
-  const tested = run("ctest", ["--test-dir", build, "-j", jobs, "--stop-on-failure", "-R", filter, "--timeout", "120"], 20);
-  return tested.isOk ? undefined : tested.text.match(/- (\S+) \((Failed|Timeout|SEGFAULT|Subprocess)/)?.[1] ?? "a test";
+  if (!built.isOk) throw new Error(`What does not compile shows nothing:\n${built.text.slice(-2000)}`);
+  const tested = run(join(build, folder, program), ["--gtest_brief=1", "--gtest_fail_fast"], 5);
+  return tested.isOk
+    ? undefined
+    : (tested.text.match(/\[  FAILED  \] ([^\s,]+)/)?.[1] ?? "a test that did not end");
 }
 
-// What caught the mistake: the simulation, which is the quickest to build, or else a test. Undefined: nothing did.
-function catcher(mutant) {
+function failedSimulation() {
   const built = run("ninja", ["-C", simulationBuild, `-j${jobs}`, "quillard_simulate"], 30);
-  if (!built.isOk) return "the compiler";
+  if (!built.isOk) throw new Error(`What does not compile shows nothing:\n${built.text.slice(-2000)}`);
   const simulated = run(join(simulationBuild, "simulation/quillard-simulate"), ["--seeds", seeds], 20);
-  if (!simulated.isOk) return `the simulation (${simulated.text.match(/^Seed \d+/m)?.[0] ?? "it did not end"})`;
-  for (const program of mutant.programs) {
-    const test = withTests ? failedTest(program, mutant.filter) : undefined;
-    if (test !== undefined) return test;
+  return simulated.isOk
+    ? undefined
+    : `the simulation (${simulated.text.match(/^Seed \d+/m)?.[0] ?? "it did not end"})`;
+}
+
+// What caught the mistake: a test, or else the simulation. Undefined: nothing did.
+function catcher(mutant) {
+  const tests = withTests ? mutant.tests : [];
+  for (const test of tests) {
+    const failed = failedTest(test);
+    if (failed !== undefined) return failed;
   }
-  return undefined;
+  return failedSimulation();
 }
 
 const changed = execFileSync("git", ["status", "--porcelain", "src"], { cwd: project, encoding: "utf8" });

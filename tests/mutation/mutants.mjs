@@ -53,4 +53,13 @@ export const mutants = [
   // ---- The address rules.
   { name: "the token goes to any host in clear", file: "src/relay/RelayAddress.cpp", from: "(scheme == \"ws\" && isThisComputer(*components.host))", to: "scheme == \"ws\"", ...relay },
   { name: "any scheme is a relay's", file: "src/relay/RelayAddress.cpp", from: "return scheme == \"wss\" ||", to: "return scheme.starts_with(\"w\") ||", ...relay },
+
+  // What once happened to people.
+  { name: "an answered identity is kept", file: "src/agent/AppDelegate.cpp", from: "store.remove(approvalID, Seconds::zero());", to: "store.remove(approvalID);", ...agent },
+  { name: "a twin takes the place of the window", file: "src/detection/PromptSearch.cpp", from: "auto match = approval.window ? matchIn(sourceOf(*approval.window), buttonLabel) : bestMatch(buttonLabel);", to: "auto match = bestMatch(buttonLabel);", ...detection },
+  { name: "a desktop that cannot be seen shows nothing", file: "src/detection/PromptSearch.cpp", from: "const auto presence = canSeeDesktop() ? found : PromptPresence::unknown(whySilent());", to: "const auto presence = canSeeDesktop() ? found : PromptPresence::gone();", ...detection },
+  { name: "a window that the server has lost may be there", file: "src/detection/PromptSearch.cpp", from: "return presence.isUnknown() && hasLeftWindowServer(window) ? PromptPresence::gone() : presence;", to: "return presence;", ...detection },
+  { name: "what is muted is gone", file: "src/detection/DialogDetector.cpp", from: "  if (scope.missedTimeout(source.window)) return {.prompt = std::nullopt, .isWhole = false};\n  return content;", to: "  if (scope.missedTimeout(source.window)) return {.prompt = std::nullopt, .isWhole = false};\n  if (content.prompt && suppressionStore.contains(content.prompt->approval.suppressionID)) content.prompt.reset();\n  return content;", ...agent },
+  { name: "a silent system has taken the permission", file: "src/agent/PermissionWatch.cpp", from: "  if (trust != ProcessTrust::unknown) {", to: "  if (trust == ProcessTrust::unknown) isSilentForTooLong = true;\n  if (trust != ProcessTrust::unknown) {", ...agent },
+  { name: "a relay that has forgotten the token is not told it again", file: "src/relay/RelayConnection.cpp", from: "if (end.refusedWithStatus == kUnauthorized) return RelayRefusal::tokenUnknown;", to: "if (end.refusedWithStatus == kUnauthorized) return std::nullopt;", ...agent },
 ];

@@ -30,7 +30,7 @@ constexpr std::size_t kOnScreen = 5;  // Programs at a time.
 constexpr int kCycles = 40;
 constexpr int kParts = 10;  // What the agent holds is looked at after each.
 constexpr int kManyCycles = 2000;
-constexpr int kMostUndone = 10;     // Decisions that had to be made again.
+constexpr int kMostUndone = 10;  // Decisions that had to be made again.
 // Of memory, in KiB, in the second half: less than what a leak of 5 KiB a cycle would come to in a long run. The first
 // half warms up what is used for the first time; threads and descriptors are compared from there on, too.
 constexpr long kMostGrowth = 4096;

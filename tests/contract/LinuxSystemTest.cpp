@@ -37,8 +37,8 @@
 #include "platform/qt/SystemClock.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
-#include "support/ChildProcess.h"
 #include "private-desktop/FileContents.h"
+#include "support/ChildProcess.h"
 #include "support/NotificationServer.h"
 #include "support/TemporaryFolder.h"
 

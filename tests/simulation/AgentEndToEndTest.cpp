@@ -76,9 +76,9 @@ TEST(AgentEndToEnd, GoesOnInTheNextRunWithTheSamePhone) {
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
 }
 
-// What the agent does when nothing happens: two polls every two seconds, and a sweep every five minutes, which is a turn
-// to begin it, the scan, and a turn to take its outcome. The permission is asked for away from the main thread: a turn
-// that asks, the question, and a turn that takes the answer.
+// What the agent does when nothing happens: two polls every two seconds, and a sweep every five minutes, which is a
+// turn to begin it, the scan, and a turn to take its outcome. The permission is asked for away from the main thread: a
+// turn that asks, the question, and a turn that takes the answer.
 constexpr std::uint64_t kTurnsOfPermissionPolls = 1800 * 3;
 
 TEST(AgentIdle, AnHourCostsTheTurnsOfItsTimersAndNoMore) {

@@ -57,7 +57,7 @@ static_assert(ActivationPolicy::regular < ActivationPolicy::accessory &&
               ActivationPolicy::accessory < ActivationPolicy::prohibited);
 
 std::vector<ApplicationInfo> applicationInfos(const WindowsSnapshot& snapshot,
-                                                  const std::vector<std::int32_t>& accessible) {
+                                              const std::vector<std::int32_t>& accessible) {
   std::map<std::int32_t, Draft> drafts;
   for (const auto& window : snapshot.windows) {
     if (!window.processIdentifier) continue;
@@ -69,10 +69,10 @@ std::vector<ApplicationInfo> applicationInfos(const WindowsSnapshot& snapshot,
   std::vector<ApplicationInfo> infos;
   for (const auto& [process, draft] : drafts) {
     infos.push_back({.processIdentifier = process,
-                        .activationPolicy = draft.policy.value_or(ActivationPolicy::accessory),
-                        .isActive = draft.isActive,
-                        .isHidden = draft.policy && !draft.hasShownWindow,
-                        .windowClass = draft.windowClass});
+                     .activationPolicy = draft.policy.value_or(ActivationPolicy::accessory),
+                     .isActive = draft.isActive,
+                     .isHidden = draft.policy && !draft.hasShownWindow,
+                     .windowClass = draft.windowClass});
   }
   return infos;
 }

@@ -83,6 +83,21 @@ TEST(Worlds, KeepEveryInvariantWhereOneWasBroken) {
   }
 }
 
+// What each world shows when the agent makes one mistake again: see tests/mutation for these mistakes.
+TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
+  const std::map<std::uint64_t, std::string> mistakes{
+      {3, "unreadable text is safe"},
+      {10, "a desktop that cannot be seen shows nothing"},
+      {12, "an answered identity is kept"},
+      {26, "a twin takes the place of the window"},
+      {28, "an application that does not answer was read"},
+      {46, "another window is the same appearance"},
+  };
+  for (const auto& [seed, mistake] : mistakes) {
+    EXPECT_EQ(live({.seed = seed}).broken, std::nullopt) << "Seed " << seed << ": " << mistake;
+  }
+}
+
 TEST(Worlds, KeepEveryInvariantUnderEveryFault) {
   const auto worlds = static_cast<std::uint64_t>(test::rounds(2'000, 200'000));
   Summary summary;

@@ -88,9 +88,10 @@ TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
   const std::map<std::uint64_t, std::string> mistakes{
       {3, "unreadable text is safe"},
       {10, "a desktop that cannot be seen shows nothing"},
-      {12, "an answered identity is kept"},
+      {12, "an answered identity is kept; a silent system has taken the permission"},
       {26, "a twin takes the place of the window"},
       {28, "an application that does not answer was read"},
+      {29, "what is muted is gone"},
       {46, "another window is the same appearance"},
   };
   for (const auto& [seed, mistake] : mistakes) {

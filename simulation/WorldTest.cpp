@@ -92,6 +92,7 @@ TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
       {26, "a twin takes the place of the window"},
       {28, "an application that does not answer was read"},
       {29, "what is muted is gone"},
+      {33, "a relay that has forgotten the token is not told it again"},
       {46, "another window is the same appearance"},
   };
   for (const auto& [seed, mistake] : mistakes) {

@@ -253,7 +253,8 @@ class HostileSession : public HostileDesktop {
   HostileSession() : HostileDesktop({.hasNotifications = true}) {}
 };
 
-// The agent asks every two seconds, and before a scan, and waits for a second: of so many at least two were in vain.
+// The agent asks every two seconds, and before a scan, and waits for a second: at least two of those questions bring no
+// answer.
 constexpr int kUnanswered = 5;
 
 TEST_F(HostileSession, TheListStaysWhileTheAccessibilityLauncherIsSilent) {

@@ -33,23 +33,29 @@ class Desk {
     return waitInLoop([&] { return agent.scan().size() == dialogs; }, std::chrono::seconds{90});
   }
 
-  // Of the scan whose time is the median.
+  // Of the scan whose time is the median, among those that every program answered in time: on a busy machine one or the
+  // other is starved for longer than a scan waits.
   [[nodiscard]] Cost costOfAScan() {
-    std::vector<Cost> costs(11);
-    for (auto& cost : costs) cost = scan();
+    std::vector<Cost> costs;
+    EXPECT_TRUE(waitInLoop([&] { return addACompleteScan(costs) && costs.size() == 11; }, std::chrono::seconds{60}));
     std::sort(costs.begin(), costs.end(), [](const Cost& a, const Cost& b) { return a.milliseconds < b.milliseconds; });
     return costs[costs.size() / 2];
   }
 
  private:
-  Cost scan() {
+  // False when a program did not answer in time. Each prompt is then either read or known not to have been.
+  bool addACompleteScan(std::vector<Cost>& costs) {
     const auto& counters = binding.accessibilityCounters();
     const Cost before{.calls = counters.calls, .waits = counters.waits};
     const auto begin = steady_clock::now();
-    EXPECT_EQ(agent.detector.scan().approvals.size(), programs.size());
-    return {.milliseconds = std::chrono::duration<double, std::milli>(steady_clock::now() - begin).count(),
-            .calls = counters.calls - before.calls,
-            .waits = counters.waits - before.waits};
+    const auto outcome = agent.detector.scan();
+    const auto time = steady_clock::now() - begin;
+    EXPECT_EQ(outcome.approvals.size() + outcome.unreadProcesses.size(), programs.size());
+    if (!outcome.isWhole()) return false;
+    costs.push_back({.milliseconds = std::chrono::duration<double, std::milli>(time).count(),
+                     .calls = counters.calls - before.calls,
+                     .waits = counters.waits - before.waits});
+    return true;
   }
 
   LinuxDesktopBinding binding{""};

@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
+
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/ClientList.h"
 #include "desktop/LinuxDesktopBinding.h"
@@ -22,6 +24,7 @@ namespace quillard::test {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::Contains;
 
 std::string accessOf(const PendingApproval& approval) {
   if (!approval.requiresDirectAccess) return kFromAfar;
@@ -231,10 +234,12 @@ TEST(Verdicts, OfAProgramThatStandsStillAreNoneAndOthersComeInTime) {
     stopped.stop();
     (void)world.agent.scan();
     const auto begin = std::chrono::steady_clock::now();
-    const auto found = world.agent.detector.scan().approvals;
+    const auto outcome = world.agent.detector.scan();
     const auto took = std::chrono::steady_clock::now() - begin;
-    EXPECT_EQ(found.size(), 2U);
-    for (const auto& each : found) EXPECT_NE(each.processIdentifier, stopped.pid());
+    // On a busy machine another one may miss its time-out, too, and is then named as well.
+    EXPECT_EQ(outcome.approvals.size() + outcome.unreadProcesses.size(), 3U);
+    EXPECT_THAT(outcome.unreadProcesses, Contains(stopped.pid()));
+    for (const auto& each : outcome.approvals) EXPECT_NE(each.processIdentifier, stopped.pid());
     EXPECT_LT(took, onThisMachine(2s)) << "It is waited for once, not once for each of its elements.";
     stopped.resume();
     EXPECT_EQ(world.prompts(3).size(), 3U);

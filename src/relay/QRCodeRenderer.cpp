@@ -33,15 +33,20 @@ std::optional<Bitmap> image(std::span<const std::uint8_t> data, int scale) {
   if (scale < 1 || scale > kLargestScale) return std::nullopt;
   const auto code = encoded(data);
   if (!code) return std::nullopt;
-  const int side = (code->getSize() + 2 * kQuietZone) * scale;
-  Bitmap bitmap{.width = side, .height = side, .pixels = {}};
-  bitmap.pixels.reserve(static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
-  for (int y = 0; y < side; ++y) {
-    for (int x = 0; x < side; ++x) {
-      const bool isDark = code->getModule(x / scale - kQuietZone, y / scale - kQuietZone);
-      bitmap.pixels.push_back(isDark ? 0 : 255);
+  const int modules = code->getSize() + 2 * kQuietZone;
+  const auto side = static_cast<std::size_t>(modules) * static_cast<std::size_t>(scale);
+  Bitmap bitmap{.width = modules * scale, .height = modules * scale, .pixels = {}};
+  bitmap.pixels.reserve(side * side);
+  std::vector<std::uint8_t> row;
+  for (int y = 0; y < modules; ++y) {
+    row.clear();
+    for (int x = 0; x < modules; ++x) {
+      const bool isDark = code->getModule(x - kQuietZone, y - kQuietZone);
+      row.insert(row.end(), static_cast<std::size_t>(scale), isDark ? 0 : 255);
     }
+    for (int i = 0; i < scale; ++i) bitmap.pixels.insert(bitmap.pixels.end(), row.begin(), row.end());
   }
+  wipe(row);
   return bitmap;
 }
 

@@ -126,6 +126,10 @@ void DesktopLife::lieAboutWindows(Seconds duration) {
 void DesktopLife::troubled(ApplicationHandle handle, Seconds duration) {
   Application* const application = find(handle);
   if (!application) return;
+  if (!application->troubledUntil) {
+    application->troubleBefore = application->lastTrouble;
+    application->troubleBegan = stage.now();
+  }
   application->troubledUntil = stage.now() + duration;
   application->lastTrouble = stage.now();
   stage.later(duration, [this, handle] {
@@ -229,6 +233,13 @@ PressEffect DesktopLife::effect(ApplicationHandle application) {
       pressed(button, opensIdentical, opensOther);
     };
   };
+  const auto closingLate = [this](Fault fault, Seconds delay) {
+    return [this, fault, delay](SimulatedDesktop& desktop, NodeHandle button) {
+      stage.happened(fault);
+      const auto window = desktop.promptOf(button);
+      if (window) stage.later(delay, [this, window] { closeWindow(*window); });
+    };
+  };
   switch (chance.below(18)) {
     case 0:
       return PressEffect::runs([this](SimulatedDesktop&, NodeHandle) { stage.happened(Fault::pressIsIgnored); });
@@ -246,12 +257,10 @@ PressEffect DesktopLife::effect(ApplicationHandle application) {
           chance.pick(errors));
     }
     case 4:
+      return PressEffect::runs(closingLate(Fault::pressWorksLate, chance.seconds(0.05, 6)));
     case 5:
-      return PressEffect::runs([this, delay = chance.seconds(0.05, 6)](SimulatedDesktop& desktop, NodeHandle button) {
-        stage.happened(Fault::pressWorksLate);
-        const auto window = desktop.promptOf(button);
-        if (window) stage.later(delay, [this, window] { closeWindow(*window); });
-      });
+      return PressEffect::runs(closingLate(Fault::pressWorksLateButReportsError, chance.seconds(0.05, 6)),
+                               AXError::cannotComplete);
     case 6:
       return PressEffect::runs([this](SimulatedDesktop& desktop, NodeHandle button) {
         stage.happened(Fault::pressTakesButtonAway);
@@ -447,6 +456,13 @@ bool DesktopLife::answeredSince(std::size_t appearance, Seconds time) const {
   const Application* const application = find(all[appearance].application);
   if (!application) return true;  // It has ended, which can be known.
   return !application->troubledUntil && (!application->lastTrouble || *application->lastTrouble < time);
+}
+
+bool DesktopLife::answeredBetween(std::size_t appearance, Seconds from, Seconds until) const {
+  if (answeredSince(appearance, from)) return true;
+  const Application* const application = find(all[appearance].application);
+  return application && application->troubleBegan >= until &&
+         (!application->troubleBefore || *application->troubleBefore < from);
 }
 
 Appearance* DesktopLife::current(NodeHandle window) {

@@ -86,12 +86,16 @@ class DesktopLife {
   [[nodiscard]] std::vector<AgentPress> takeAgentPresses();
   // Whether its application answered everything, in time and truly, since `time`.
   [[nodiscard]] bool answeredSince(std::size_t appearance, Seconds time) const;
+  // The same up to `until`, whatever became of it then.
+  [[nodiscard]] bool answeredBetween(std::size_t appearance, Seconds from, Seconds until) const;
 
  private:
   struct Application {
     platform::simulated::ApplicationHandle handle;
     std::optional<Seconds> troubledUntil{};  // Until then it does not answer well. Infinite: until it is told to.
     std::optional<Seconds> lastTrouble{};    // When it last did not.
+    Seconds troubleBegan{0};                 // Of its latest time of trouble.
+    std::optional<Seconds> troubleBefore{};  // The end of the one before that.
   };
 
   [[nodiscard]] Content newContent();

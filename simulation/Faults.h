@@ -39,6 +39,7 @@ namespace quillard::simulation {
   FAULT(pressIsRefused)                      \
   FAULT(pressWorksButReportsError)           \
   FAULT(pressWorksLate)                      \
+  FAULT(pressWorksLateButReportsError)       \
   FAULT(pressTakesButtonAway)                \
   FAULT(pressSilencesApplication)            \
   FAULT(inputEventsAreLost)                  \

@@ -18,6 +18,10 @@ constexpr Seconds kStaleAtFirst{25};
 constexpr Seconds kLatestArrival{60};
 // The press may go on for so long after the decision arrived, and the queue before it likewise.
 constexpr Seconds kSettled{3};
+// How long the prompt may take to go after a press: the waits of the click.
+constexpr Seconds kPressTakesEffect{4.25};
+// Some of these do not fit into one message.
+constexpr std::size_t kHugeTitle = 10'000;
 
 std::string shown(const Uuid& id) { return id.text().substr(0, 8); }
 
@@ -72,7 +76,7 @@ void Judge::takeSnapshot(const Json& frame, const InstallationSecrets& secrets) 
     if (!identity.isListed || present.contains(id)) continue;
     identity.isListed = false;
     identity.left = stage.now();
-    identity.mayComeBack = isHidden || isIncomplete;
+    identity.mayComeBack = isHidden || (isIncomplete && identity.isHuge);
     if (!isHidden) left(id, identity);
   }
 }
@@ -107,7 +111,8 @@ void Judge::listed(const PendingApproval& approval) {
     byID.emplace(approval.id, Identity{.candidates = candidates,
                                        .suppressionID = approval.suppressionID,
                                        .title = approval.windowTitle,
-                                       .firstListed = stage.now()});
+                                       .firstListed = stage.now(),
+                                       .isHuge = approval.windowTitle.size() > kHugeTitle});
     return;
   }
   Identity& identity = known->second;
@@ -192,9 +197,10 @@ void Judge::pressed(const AgentPress& press) {
     const bool isOpen = decision->answers.empty();
     if (isOpen && (!begun || *decision->delivered < *begun->delivered)) begun = decision;
   }
+  if (begun && begun->pressed == press.appearance && wasPrompt) expectNoHurry(*begun, press);
   if (begun && press.isTaken && !begun->pressed) {
     begun->pressed = press.appearance;
-    begun->pressedAt = stage.now();
+    begun->pressedAt = press.at;
   }
   const bool allAnswered = std::all_of(fitting.begin(), fitting.end(), [&](const TapDecision* decision) {
     return decision->isNew && !decision->wasRenamed && !decision->answers.empty() &&
@@ -204,6 +210,14 @@ void Judge::pressed(const AgentPress& press) {
     stage.fail("\"", press.label, "\" of \"", appearance.content.title, "\" was pressed again after ",
                fitting.front()->id, " had been answered.");
   }
+}
+
+// The first press may take effect for as long as the click waits for it.
+void Judge::expectNoHurry(const TapDecision& decision, const AgentPress& press) {
+  const Seconds passed = press.at - decision.pressedAt;
+  if (passed >= kPressTakesEffect - Seconds{0.01}) return;
+  stage.fail(decision.id, " pressed \"", press.label, "\" again ", passed.count(),
+             " s after a press that could still take effect.");
 }
 
 // ---- What it answers
@@ -265,7 +279,7 @@ void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, 
   const Appearance& its = life.appearances()[*appearance];
   const bool isPlain = decision.pressed == appearance && its.to && stage.now() - *its.to > kSettled &&
                        viewWasClearSince(*decision.delivered - kStaleAtFirst) &&
-                       life.answeredSince(*appearance, *decision.delivered - kStaleAtFirst) &&
+                       life.answeredBetween(*appearance, *decision.delivered - kStaleAtFirst, decision.pressedAt) &&
                        found->second.candidates.size() == 1 && !its.content.isUnreadable;
   if (isPlain && status == kFailedStatus) {
     stage.fail(decision.id, " was answered with failed (", error, "), and the prompt had gone ",

@@ -23,13 +23,15 @@ namespace quillard::simulation {
 // the agent sent, and never asks the agent. Each breach is reported to the stage, with what broke.
 //
 // - A button is pressed only when a genuine decision for that appearance named it, which reached the agent before, not
-//   later than a minute after the tap where the phone could tell; and nothing more is pressed once it was answered.
+//   later than a minute after the tap where the phone could tell; and nothing more is pressed once it was answered,
+//   nor while an earlier press may still take effect.
 // - A prompt that requires direct access is dismissed at most, never approved.
 // - All answers to one decision are the same. "Accepted": that appearance has gone, and a button of it was pressed.
 //   "Not found", "requires direct access": nothing was pressed for it. "Failed": not when it was plain to see that the
-//   press worked.
+//   press worked, even when its program has fallen silent since.
 // - A list names what is on the screen; a prompt that stays keeps its place and identity, and an identity that has
-//   ended never comes back and never stands for another appearance.
+//   ended never comes back and never stands for another appearance. A list that is too long says so, and sheds the
+//   huge ones only.
 // - A phone that stays connected ends with exactly what is on the screen.
 // - No secret and no text of a prompt leaves in clear.
 class Judge {
@@ -78,6 +80,7 @@ class Judge {
     Uuid suppressionID;
     std::string title;
     Seconds firstListed{0};
+    bool isHuge = false;  // Too large for a list that names others of its size as well.
     bool isListed = true;
     std::optional<Seconds> left{};
     bool mayComeBack = false;  // It left for a reason that has nothing to do with the prompt.
@@ -91,6 +94,7 @@ class Judge {
   [[nodiscard]] bool mayStillBeListed(const Appearance& gone) const;
   [[nodiscard]] std::vector<std::size_t> candidatesOf(const PendingApproval& approval) const;
   [[nodiscard]] bool fits(const TapDecision& decision, const AgentPress& press) const;
+  void expectNoHurry(const TapDecision& decision, const AgentPress& press);
   void judgeAnswer(const TapDecision& decision, const std::string& status, const std::string& error);
   void expectNoSecrets(const std::string& text, const char* where);
   [[nodiscard]] bool viewWasClearSince(Seconds time) const { return !disturbedAt || *disturbedAt < time; }

@@ -78,12 +78,14 @@ int runMany(const CommandLine& line, const LineWriter& print, const LineWriter& 
   std::size_t broken = 0;
   std::size_t presses = 0;
   std::size_t decisions = 0;
+  std::size_t incompleteLists = 0;
   std::map<std::string, std::size_t> answers;
   for (std::uint64_t seed = line.first;; ++seed) {
     const auto outcome = live({.seed = seed, .length = line.length});
     faults.add(outcome.faults);
     presses += outcome.presses;
     decisions += outcome.decisions;
+    incompleteLists += outcome.incompleteLists;
     for (const auto& [status, count] : outcome.answers) answers[status] += count;
     if (outcome.broken) {
       ++broken;
@@ -95,6 +97,7 @@ int runMany(const CommandLine& line, const LineWriter& print, const LineWriter& 
   const std::uint64_t seeds = line.last - line.first + 1;
   printFaults(faults, print);
   for (const auto& [status, count] : answers) print(std::to_string(count) + " decisions were answered: " + status);
+  print(std::to_string(incompleteLists) + " lists said that they are not whole.");
   print(std::to_string(seeds) + " seeds of " + fixed(line.length.count(), "%.0f") + " s each, " +
         std::to_string(decisions) + " decisions, " + std::to_string(presses) + " presses, " + std::to_string(broken) +
         " broken, in " + fixed(taken.count(), "%.1f") + " s.");

@@ -200,12 +200,12 @@ void DesktopLife::openHugePrompts() {
   const Application* const application = anyApplication();
   if (!application) return;
   stage.happened(Fault::listIsTooLong);
-  for (int i = 0; i < 7; ++i) {
+  for (int i = 0; i < 9; ++i) {
     Content content = newContent();
     content.title += std::string(58'000, 'y');
-    for (char letter = 'a'; letter < 'e'; ++letter) content.buttons.emplace_back(9'900, letter);
+    for (char letter = 'a'; letter < 'd'; ++letter) content.buttons.emplace_back(9'900, letter);
     open(application->handle, content);
-    stage.later(Seconds{4}, [this, window = all.back().window] { closeWindow(window); });
+    stage.later(Seconds{12}, [this, window = all.back().window] { closeWindow(window); });
   }
 }
 

@@ -523,7 +523,7 @@ class World {
   int roughness = 0;  // Zero: nothing breaks but what is everyday life.
   bool isQuiet = false;
   bool resetRequested = false;
-  bool mayOpenHuge = chance.oneIn(150);  // Once: it takes long to read.
+  bool mayOpenHuge = chance.oneIn(30);  // Once: it takes long to read.
   std::size_t nextToDisturb = 0;
   Seconds nextRelayTick{0};
 };

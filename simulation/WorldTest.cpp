@@ -51,6 +51,7 @@ struct Summary {
   FaultCounts faults;
   std::map<std::string, std::size_t> answers;
   std::size_t presses = 0;
+  std::size_t incompleteLists = 0;
   std::vector<std::string> broken;
 
   void add(std::uint64_t seed, const WorldOutcome& outcome) {
@@ -58,6 +59,7 @@ struct Summary {
     faults.add(outcome.faults);
     presses += outcome.presses;
     for (const auto& [status, count] : outcome.answers) answers[status] += count;
+    incompleteLists += outcome.incompleteLists;
     if (outcome.broken) broken.push_back("Seed " + std::to_string(seed) + ": " + *outcome.broken);
   }
 };
@@ -112,6 +114,7 @@ TEST(Worlds, KeepEveryInvariantUnderEveryFault) {
     EXPECT_GT(summary.answers[status], 0U) << "Worlds in which nothing is ever \"" << status << "\" show too little.";
   }
   EXPECT_GT(summary.presses, worlds);
+  EXPECT_GT(summary.incompleteLists, 0U);
 }
 
 TEST(Faults, AreAtLeastForty) {

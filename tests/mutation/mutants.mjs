@@ -49,7 +49,7 @@ export const mutants = [
   { name: "a mute is carried out as often as it comes", file: "src/relay/SealedConversation.cpp", from: "  openedOnce.remember(nonce);\n", to: "", ...relay },
   { name: "the relay's name of a decision counts", file: "src/relay/RelayClientCore.cpp", from: "command->decisionID.value_or(message.decisionID) != message.decisionID", to: "message.decisionID.empty()", ...relay },
   { name: "the tag of a box is not checked", file: "src/relay/SealedBox.cpp", from: "return written == length && EVP_DecryptFinal_ex(context, out + written, &rest) == 1 && rest == 0;", to: "(void)rest;\n  return written == length;", ...relay },
-  { name: "a list that is too long sheds the oldest", file: "src/relay/SnapshotTrimming.cpp", from: "return lengths[one] < lengths[other]; });", to: "return &lengths != nullptr && one > other; });", ...relay },
+  { name: "a list that is too long sheds the oldest", file: "src/relay/SnapshotTrimming.cpp", from: "return lengths[one] < lengths[other]; });", to: "return one < lengths.size() && one > other; });", ...relay },
   { name: "a list that is too long does not say so", file: "src/relay/SnapshotTrimming.cpp", from: "trimmed.leftOut = approvals.size() - trimmed.approvals.size();", to: "trimmed.leftOut = 0;", ...relay },
 
   // ---- The address rules.

@@ -71,6 +71,7 @@ void Judge::takeSnapshot(const Json& frame, const InstallationSecrets& secrets) 
   stage.trace("agent", "lists", titles.empty() ? " nothing" : titles);
   const bool isIncomplete = list->marks.leftOut > 0;
   if (isIncomplete) ++incompleteCount;
+  expectWholeUnlessMarked(present, isIncomplete);
   const bool isHidden = process.isPaused() || !frame.value("accessibilityTrusted", true);
   for (auto& [id, identity] : byID) {
     if (!identity.isListed || present.contains(id)) continue;
@@ -78,6 +79,29 @@ void Judge::takeSnapshot(const Json& frame, const InstallationSecrets& secrets) 
     identity.left = stage.now();
     identity.mayComeBack = isHidden || (isIncomplete && identity.isHuge);
     if (!isHidden) left(id, identity);
+  }
+}
+
+// Huge prompts of one program are opened together, and met in the same scan.
+void Judge::expectWholeUnlessMarked(const std::set<Uuid>& present, bool isIncomplete) {
+  constexpr Seconds kMet{0.5};
+  if (isIncomplete || !mutedKinds.empty()) return;
+  std::set<std::size_t> named;
+  for (const Uuid& id : present) {
+    const Identity& identity = byID.at(id);
+    if (identity.isHuge) named.insert(identity.candidates.begin(), identity.candidates.end());
+  }
+  for (const std::size_t number : named) {
+    for (const std::size_t other : life.open()) {
+      const Appearance& missing = life.appearances()[other];
+      const bool isOfThem = missing.application == life.appearances()[number].application && !missing.unsteady &&
+                            missing.content.title.size() > kHugeTitle && !named.contains(other);
+      const bool isMet = stage.now() - missing.from > kMet && viewWasClearSince(missing.from - kStaleAtFirst) &&
+                         life.answeredSince(other, missing.from - kStaleAtFirst);
+      if (isOfThem && isMet) {
+        return stage.fail("A list leaves out appearance ", other, ", and does not say that it is not whole.");
+      }
+    }
   }
 }
 

@@ -89,6 +89,7 @@ class Judge {
   void takeSnapshot(const Json& frame, const InstallationSecrets& secrets);
   void takeResult(const Json& frame, const InstallationSecrets& secrets);
   void listed(const PendingApproval& approval);
+  void expectWholeUnlessMarked(const std::set<Uuid>& present, bool isIncomplete);
   void expectSameAppearance(const Identity& identity, const PendingApproval& approval);
   void left(const Uuid& id, Identity& identity);
   [[nodiscard]] bool mayStillBeListed(const Appearance& gone) const;

@@ -91,11 +91,15 @@ TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
       {3, "unreadable text is safe"},
       {10, "a desktop that cannot be seen shows nothing"},
       {12, "an answered identity is kept; a silent system has taken the permission"},
+      {16, "a window that the server has lost may be there"},
+      {21, "an error ends the wait for the prompt"},
       {26, "a twin takes the place of the window"},
       {28, "an application that does not answer was read"},
       {29, "what is muted is gone"},
       {33, "a relay that has forgotten the token is not told it again"},
       {46, "another window is the same appearance"},
+      {84, "a list that is too long sheds the oldest"},
+      {228, "a list that is too long does not say so"},
   };
   for (const auto& [seed, mistake] : mistakes) {
     EXPECT_EQ(live({.seed = seed}).broken, std::nullopt) << "Seed " << seed << ": " << mistake;

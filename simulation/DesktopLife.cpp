@@ -87,7 +87,7 @@ void DesktopLife::hangApplication(Seconds duration) {
   const bool actsLate = chance.oneIn(3);
   stage.happened(actsLate ? Fault::applicationHangsAndActsLate : Fault::applicationHangs);
   stage.desktop().hang(application->handle, actsLate ? LateActions::performedOnUnhang : LateActions::lost);
-  troubled(application->handle, duration);
+  impaired(application->handle, duration);
 }
 
 void DesktopLife::hangApplicationOf(std::size_t appearance, Seconds duration) {
@@ -95,7 +95,7 @@ void DesktopLife::hangApplicationOf(std::size_t appearance, Seconds duration) {
   if (which.to || !find(which.application)) return;
   stage.happened(Fault::applicationHangsDuringPress);
   stage.desktop().hang(which.application);
-  troubled(which.application, duration);
+  impaired(which.application, duration);
 }
 
 void DesktopLife::slowApplication(Seconds duration) {
@@ -104,7 +104,7 @@ void DesktopLife::slowApplication(Seconds duration) {
   const bool misses = chance.oneIn(3);
   stage.happened(misses ? Fault::applicationMissesTimeouts : Fault::applicationIsSlow);
   stage.desktop().slow(application->handle, misses ? chance.seconds(0.5, 3) : chance.seconds(0.005, 0.06));
-  troubled(application->handle, duration);
+  impaired(application->handle, duration);
 }
 
 void DesktopLife::hideApplication(Seconds duration) {
@@ -112,7 +112,7 @@ void DesktopLife::hideApplication(Seconds duration) {
   if (!application) return;
   stage.happened(Fault::applicationIsHidden);
   stage.desktop().hide(application->handle);
-  troubled(application->handle, duration);
+  impaired(application->handle, duration);
 }
 
 void DesktopLife::lieAboutWindows(Seconds duration) {
@@ -120,29 +120,29 @@ void DesktopLife::lieAboutWindows(Seconds duration) {
   if (!application) return;
   stage.happened(Fault::applicationLiesAboutWindows);
   stage.desktop().setAttributeError(application->handle, ax::kWindows, AXError::cannotComplete);
-  troubled(application->handle, duration);
+  impaired(application->handle, duration);
 }
 
-void DesktopLife::troubled(ApplicationHandle handle, Seconds duration) {
+void DesktopLife::impaired(ApplicationHandle handle, Seconds duration) {
   Application* const application = find(handle);
   if (!application) return;
-  if (!application->troubledUntil) {
-    application->troubleBefore = application->lastTrouble;
-    application->troubleBegan = stage.now();
+  if (!application->impairedUntil) {
+    application->impairedBefore = application->lastImpaired;
+    application->impairmentBegan = stage.now();
   }
-  application->troubledUntil = stage.now() + duration;
-  application->lastTrouble = stage.now();
+  application->impairedUntil = stage.now() + duration;
+  application->lastImpaired = stage.now();
   stage.later(duration, [this, handle] {
     if (Application* const later = find(handle)) calmDown(*later);
   });
 }
 
 void DesktopLife::calmDown(Application& application) {
-  if (application.troubledUntil) {
-    application.lastTrouble = stage.now();
+  if (application.impairedUntil) {
+    application.lastImpaired = stage.now();
     stage.trace("desktop", "process ", application.handle.processIdentifier, " answers again");
   }
-  application.troubledUntil.reset();
+  application.impairedUntil.reset();
   stage.desktop().unhang(application.handle);
   stage.desktop().slow(application.handle, Seconds::zero());
   stage.desktop().unhide(application.handle);
@@ -272,7 +272,7 @@ PressEffect DesktopLife::effect(ApplicationHandle application) {
         stage.happened(Fault::pressSilencesApplication);
         pressed(button, false, false);
         desktop.hang(application);
-        troubled(application, Seconds{40});
+        impaired(application, Seconds{40});
       });
     case 8:
     case 9:
@@ -455,14 +455,14 @@ std::optional<std::size_t> DesktopLife::appearanceAt(NodeHandle window, Seconds 
 bool DesktopLife::answeredSince(std::size_t appearance, Seconds time) const {
   const Application* const application = find(all[appearance].application);
   if (!application) return true;  // It has ended, which can be known.
-  return !application->troubledUntil && (!application->lastTrouble || *application->lastTrouble < time);
+  return !application->impairedUntil && (!application->lastImpaired || *application->lastImpaired < time);
 }
 
 bool DesktopLife::answeredBetween(std::size_t appearance, Seconds from, Seconds until) const {
   if (answeredSince(appearance, from)) return true;
   const Application* const application = find(all[appearance].application);
-  return application && application->troubleBegan >= until &&
-         (!application->troubleBefore || *application->troubleBefore < from);
+  return application && application->impairmentBegan >= until &&
+         (!application->impairedBefore || *application->impairedBefore < from);
 }
 
 Appearance* DesktopLife::current(NodeHandle window) {

@@ -92,10 +92,10 @@ class DesktopLife {
  private:
   struct Application {
     platform::simulated::ApplicationHandle handle;
-    std::optional<Seconds> troubledUntil{};  // Until then it does not answer well. Infinite: until it is told to.
-    std::optional<Seconds> lastTrouble{};    // When it last did not.
-    Seconds troubleBegan{0};                 // Of its latest time of trouble.
-    std::optional<Seconds> troubleBefore{};  // The end of the one before that.
+    std::optional<Seconds> impairedUntil{};  // Until then it does not answer well. Infinite: until it is told to.
+    std::optional<Seconds> lastImpaired{};    // When it last did not.
+    Seconds impairmentBegan{0};                 // Of the newest impairment.
+    std::optional<Seconds> impairedBefore{};  // The end of the one before that.
   };
 
   [[nodiscard]] Content newContent();
@@ -107,7 +107,7 @@ class DesktopLife {
   void end(Appearance& appearance);
   void endAllOf(platform::simulated::ApplicationHandle application);
   void closeWindow(platform::simulated::NodeHandle window);
-  void troubled(platform::simulated::ApplicationHandle application, Seconds duration);
+  void impaired(platform::simulated::ApplicationHandle application, Seconds duration);
   void calmDown(Application& application);
   [[nodiscard]] Appearance* current(platform::simulated::NodeHandle window);
   [[nodiscard]] std::optional<std::size_t> anyOpen();

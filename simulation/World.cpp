@@ -171,7 +171,7 @@ class World {
     }
     phones.front()->unmuteAll(judge.mutedKindsEver());
     judge.kindsAreUnmuted();
-    stage.desktop().changeSpace();
+    life.openPrompt();  // Whatever has happened, what is new is still met.
     pass(kQuietTime);
     if (stage.verdict.isBroken()) return;
     for (const auto& each : phones) {

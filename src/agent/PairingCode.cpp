@@ -19,16 +19,20 @@ std::optional<PairingPayload> PairingCode::payload() {
 
 bool PairingCode::isAvailable() { return payload().has_value(); }
 
-std::optional<Bitmap> PairingCode::image() {
+std::optional<LazyBitmap> PairingCode::image() {
   auto current = payload();
   if (!current) {
     forget();
     return std::nullopt;
   }
   if (current == cachedPairingQRCodePayload && cachedPairingQRCodeImage) return cachedPairingQRCodeImage;
-  const auto text = pairingPayloadText(*current);
+  auto text = pairingPayloadText(*current);
   cachedPairingQRCodePayload = std::move(current);
-  cachedPairingQRCodeImage = text ? QRCodeRenderer::image(text->view(), kPixelsOfModule) : std::nullopt;
+  cachedPairingQRCodeImage.reset();
+  if (text && QRCodeRenderer::fits(text->view())) {
+    cachedPairingQRCodeImage = LazyBitmap{
+        [text = *std::move(text)] { return QRCodeRenderer::image(text.view(), kPixelsOfModule).value_or(Bitmap{}); }};
+  }
   return cachedPairingQRCodeImage;
 }
 

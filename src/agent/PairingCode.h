@@ -9,7 +9,7 @@
 namespace quillard {
 
 // The code that a phone scans to pair, as a picture. It is asked for at every refresh of the status window, so the
-// picture is kept until what it says changes. Main thread.
+// picture is kept until what it says changes, and drawn when a window shows it. Main thread.
 class PairingCode {
  public:
   // `pairingConfiguration` outlives this.
@@ -19,7 +19,7 @@ class PairingCode {
   // yet; reads nothing of it where there is no relay.
   [[nodiscard]] bool isAvailable();
   // Absent where there is nothing to pair with, or the text does not fit a code.
-  [[nodiscard]] std::optional<Bitmap> image();
+  [[nodiscard]] std::optional<LazyBitmap> image();
 
   // Wipes what the last picture said.
   void forget();
@@ -29,7 +29,7 @@ class PairingCode {
 
   PairingConfiguration& pairingConfiguration;
   std::optional<PairingPayload> cachedPairingQRCodePayload;
-  std::optional<Bitmap> cachedPairingQRCodeImage;
+  std::optional<LazyBitmap> cachedPairingQRCodeImage;
 };
 
 }  // namespace quillard

@@ -43,7 +43,7 @@ void StatusPresenter::showStatusWindow() {
   statusWindowController->show();
 }
 
-std::optional<Bitmap> StatusPresenter::pairingImage(bool accessibilityTrusted) {
+std::optional<LazyBitmap> StatusPresenter::pairingImage(bool accessibilityTrusted) {
   return accessibilityTrusted ? pairingCode.image() : std::nullopt;
 }
 

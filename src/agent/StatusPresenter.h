@@ -47,7 +47,7 @@ class StatusPresenter {
 
   // The pairing code of the window and the text beneath it. Without the permission there is no code, and nothing of the
   // pairing is read: a phone that pairs would be shown no prompt.
-  [[nodiscard]] std::optional<Bitmap> pairingImage(bool accessibilityTrusted);
+  [[nodiscard]] std::optional<LazyBitmap> pairingImage(bool accessibilityTrusted);
   [[nodiscard]] std::string pairingCaption(bool accessibilityTrusted);
   // The pairing is about to be replaced.
   void forgetPairingCode() { pairingCode.forget(); }

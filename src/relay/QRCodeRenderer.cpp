@@ -14,6 +14,9 @@ namespace {
 using qrcodegen::QrCode;
 using qrcodegen::QrSegment;
 
+// Of the largest code there is, version 40, in byte mode at level M.
+constexpr std::size_t kMostBytes = 2331;
+
 std::optional<QrCode> encoded(std::span<const std::uint8_t> data) {
   std::vector<std::uint8_t> bytes(data.begin(), data.end());
   const std::vector<QrSegment> segments{QrSegment::makeBytes(bytes)};
@@ -28,6 +31,8 @@ std::optional<QrCode> encoded(std::span<const std::uint8_t> data) {
 }
 
 }  // namespace
+
+bool fits(std::span<const std::uint8_t> data) { return data.size() <= kMostBytes; }
 
 std::optional<Bitmap> image(std::span<const std::uint8_t> data, int scale) {
   if (scale < 1 || scale > kLargestScale) return std::nullopt;

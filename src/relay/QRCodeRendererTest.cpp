@@ -107,6 +107,10 @@ TEST(QRCodeRenderer, HasLevelMEvenWhereABetterOneWouldFit) {
 
 TEST(QRCodeRenderer, HasNoImageForWhatDoesNotFitOrASenselessScale) {
   EXPECT_TRUE(imageOf(std::string(2331, 'x'), 1).has_value());
+  for (const std::size_t size : {0U, 2331U, 2332U, 3000U}) {
+    const std::vector<std::uint8_t> data(size, 'x');
+    EXPECT_EQ(QRCodeRenderer::fits(data), QRCodeRenderer::image(data, 1).has_value()) << size;
+  }
   EXPECT_FALSE(imageOf(std::string(2332, 'x'), 1).has_value());
   for (const int scale : {0, -1, 101}) EXPECT_FALSE(imageOf("x", scale).has_value()) << scale;
   EXPECT_TRUE(imageOf("", 1).has_value());

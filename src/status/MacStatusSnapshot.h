@@ -28,7 +28,7 @@ struct MacStatusSnapshot {
   NotificationPauseSnapshot notificationPause;
   std::int64_t pendingApprovalCount = 0;
   ScanProblem scanProblem;             // Of the newest scan: what it could not read.
-  std::optional<Bitmap> pairingImage;  // Absent: no code may be shown, or there is none.
+  std::optional<LazyBitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;
 

@@ -70,5 +70,22 @@ TEST(StatusWindowContent, ShowsTheCodeAndItsCaption) {
   EXPECT_EQ(content.pairingCaption, "Scan me.");
 }
 
+TEST(LazyBitmap, IsDrawnOnceAndOnlyWhenItIsLookedAt) {
+  const Bitmap dot{.width = 1, .height = 1, .pixels = {255}};
+  int drawings = 0;
+  const LazyBitmap lazy{[&] {
+    ++drawings;
+    return dot;
+  }};
+  const auto copy = lazy;
+  EXPECT_EQ(copy, lazy);
+  EXPECT_EQ(drawings, 0);
+  EXPECT_EQ(copy.bitmap(), dot);
+  EXPECT_EQ(lazy.bitmap(), dot);
+  EXPECT_EQ(lazy, LazyBitmap{dot});
+  EXPECT_FALSE(lazy == LazyBitmap{Bitmap{}});
+  EXPECT_EQ(drawings, 1);
+}
+
 }  // namespace
 }  // namespace quillard

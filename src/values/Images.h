@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -23,6 +26,32 @@ struct Bitmap {
   int height = 0;
   std::vector<std::uint8_t> pixels;  // width * height of them.
   bool operator==(const Bitmap&) const = default;
+};
+
+// A bitmap that is drawn when it is first looked at, and shared by all copies: it is handed on much more often than it
+// is shown. Used on one thread.
+class LazyBitmap {
+ public:
+  // `draw` is called once at most, and goes afterwards.
+  explicit LazyBitmap(std::function<Bitmap()> draw)
+      : picture(std::make_shared<Picture>(Picture{std::move(draw), {}})) {}
+  // NOLINTNEXTLINE(google-explicit-constructor): what is drawn already serves wherever a picture is wanted.
+  LazyBitmap(Bitmap drawn) : picture(std::make_shared<Picture>(Picture{nullptr, std::move(drawn)})) {}
+
+  [[nodiscard]] const Bitmap& bitmap() const {
+    if (const auto draw = std::exchange(picture->draw, nullptr)) picture->drawn = draw();
+    return picture->drawn;
+  }
+
+  // Copies are equal without being drawn.
+  bool operator==(const LazyBitmap& other) const { return picture == other.picture || bitmap() == other.bitmap(); }
+
+ private:
+  struct Picture {
+    std::function<Bitmap()> draw;
+    Bitmap drawn;
+  };
+  std::shared_ptr<Picture> picture;
 };
 
 // Drawing steps in points, origin at the BOTTOM left, y growing upwards: the one place that differs from the screen.

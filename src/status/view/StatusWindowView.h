@@ -60,7 +60,7 @@ struct StatusWindowContent {
   std::string pairingDetail;
   std::string pairingStatus;
   Tint pairingStatusTint;
-  std::optional<Bitmap> pairingImage;  // Absent: the symbol of that name and description stands in its place.
+  std::optional<LazyBitmap> pairingImage;  // Absent: the symbol of that name and description stands in its place.
   std::string placeholderSymbol;
   std::string placeholderDescription;
   std::string pairingCaption;

@@ -20,8 +20,7 @@ constexpr double kRadius = 12;
 
 CodeView::CodeView(QWidget* parent) : QWidget(parent) { hide(); }
 
-void CodeView::setContent(const std::optional<Bitmap>& bitmap, const std::string& placeholderSymbol,
-                          const std::string& name) {
+void CodeView::setContent(const Bitmap* bitmap, const std::string& placeholderSymbol, const std::string& name) {
   grid = bitmap ? moduleGrid(*bitmap) : ModuleGrid{};
   symbol = placeholderSymbol;
   setAccessibleName(QString::fromStdString(name));

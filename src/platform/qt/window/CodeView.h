@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include <QtWidgets/QWidget>
@@ -16,8 +15,9 @@ class CodeView final : public QWidget {
  public:
   explicit CodeView(QWidget* parent);
 
-  // With neither a code nor a symbol, nothing is shown. `name`: what assistive programs call the picture.
-  void setContent(const std::optional<Bitmap>& bitmap, const std::string& placeholderSymbol, const std::string& name);
+  // With neither a code nor a symbol, nothing is shown; a null `bitmap` is no code, and is not kept otherwise. `name`:
+  // what assistive programs call the picture.
+  void setContent(const Bitmap* bitmap, const std::string& placeholderSymbol, const std::string& name);
 
   // The side of the square that it wants, given so much room.
   [[nodiscard]] int sideFor(int room) const;

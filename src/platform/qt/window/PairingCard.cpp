@@ -35,7 +35,7 @@ void PairingCard::setContent(const StatusWindowContent& content) {
   pairingTitleLabel->setContent(content.pairingTitle);
   pairingDetailLabel->setContent(content.pairingDetail);
   qrCaptionLabel->setContent(content.pairingCaption);
-  qrImageView->setContent(content.pairingImage, content.placeholderSymbol,
+  qrImageView->setContent(content.pairingImage ? &content.pairingImage->bitmap() : nullptr, content.placeholderSymbol,
                           content.pairingImage ? "Pairing QR code" : content.placeholderDescription);
   qrImageView->setAccessibleDescription(QString::fromStdString(content.pairingCaption));
   pairingActionButton->setContent(content.pairingActionButton, content.pairingTitle);

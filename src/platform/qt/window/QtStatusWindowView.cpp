@@ -18,7 +18,7 @@ Bitmap shrunk(const Bitmap& bitmap) {
 
 StatusWindowContent withoutLargeImages(const StatusWindowContent& content) {
   StatusWindowContent kept = content;
-  if (content.pairingImage) kept.pairingImage = shrunk(*content.pairingImage);
+  if (content.pairingImage) kept.pairingImage = shrunk(content.pairingImage->bitmap());
   return kept;
 }
 

@@ -48,7 +48,8 @@ TEST(ModuleGrid, IsEmptyForABitmapThatIsNotAsLongAsItSays) {
 TEST(CodeView, ShowsEveryModuleInBlackOrWhiteAndNothingBetween) {
   for (const double scale : {1.0, 1.5, 2.0}) {
     CodeView view{nullptr};
-    view.setContent(bitmapOf(kModules, 10), "qrcode", "Pairing QR code");
+    const Bitmap code = bitmapOf(kModules, 10);
+    view.setContent(&code, "qrcode", "Pairing QR code");
     const int side = view.sideFor(300);
     view.resize(side, side);
     const int pixels = static_cast<int>(side * scale);
@@ -67,10 +68,10 @@ TEST(CodeView, ShowsEveryModuleInBlackOrWhiteAndNothingBetween) {
 
 TEST(CodeView, StandsForItselfWithANameAndHidesWithNothingToShow) {
   CodeView view{nullptr};
-  view.setContent(std::nullopt, "figure.wave.circle.fill", "Accessibility required");
+  view.setContent(nullptr, "figure.wave.circle.fill", "Accessibility required");
   EXPECT_FALSE(view.isHidden());
   EXPECT_EQ(view.accessibleName(), "Accessibility required");
-  view.setContent(std::nullopt, "", "");
+  view.setContent(nullptr, "", "");
   EXPECT_TRUE(view.isHidden());
 }
 

@@ -44,9 +44,9 @@ std::uint64_t statesOf(sd_bus* bus, const std::string& name, const std::string& 
   return numbers[0] | (std::uint64_t{numbers[1]} << 32U);
 }
 
-std::string nameOf(sd_bus* bus, const std::string& name, const std::string& path) {
+std::string textOf(sd_bus* bus, const std::string& name, const std::string& path, const char* property) {
   char* text = nullptr;
-  sd_bus_get_property_string(bus, name.c_str(), path.c_str(), kAccessible, "Name", nullptr, &text);
+  sd_bus_get_property_string(bus, name.c_str(), path.c_str(), kAccessible, property, nullptr, &text);
   std::string result = text ? text : "";
   std::free(text);
   return result;
@@ -62,9 +62,21 @@ const Accessible* Accessible::find(std::uint32_t withRole, const std::string& wi
   return nullptr;
 }
 
+std::vector<Accessible> Accessible::findAllShowing(const std::function<bool(const Accessible&)>& isWanted) const {
+  std::vector<Accessible> found;
+  if (isWanted(*this)) found.push_back(*this);
+  for (const auto& child : children) {
+    if (!child.isShowing()) continue;
+    for (auto& below : child.findAllShowing(isWanted)) found.push_back(std::move(below));
+  }
+  return found;
+}
+
 std::string Accessible::text(int depth) const {
-  std::string result =
-      std::string(static_cast<std::size_t>(depth) * 2, ' ') + std::to_string(role) + " '" + name + "'\n";
+  std::string result(static_cast<std::size_t>(depth) * 2, ' ');
+  result += roleName + " \"" + name + "\"";
+  if (!description.empty()) result += " (" + description + ")";
+  result += isShowing() ? "\n" : ", not showing\n";
   for (const auto& child : children) result += child.text(depth + 1);
   return result;
 }
@@ -74,7 +86,12 @@ Accessible AccessibleTree::read(const std::string& busName, const std::string& p
   if (const Message reply = call(bus.get(), busName, path, "GetRole")) {
     sd_bus_message_read(reply.get(), "u", &result.role);
   }
-  result.name = nameOf(bus.get(), busName, path);
+  if (const Message reply = call(bus.get(), busName, path, "GetRoleName")) {
+    const char* roleName = "";
+    if (sd_bus_message_read(reply.get(), "s", &roleName) >= 0) result.roleName = roleName;
+  }
+  result.name = textOf(bus.get(), busName, path, "Name");
+  result.description = textOf(bus.get(), busName, path, "Description");
   result.states = statesOf(bus.get(), busName, path);
   if (depth == kDeepest) return result;
   for (const auto& [childBus, childPath] : childrenOf(bus.get(), busName, path)) {
@@ -88,6 +105,15 @@ std::vector<Accessible> AccessibleTree::windowsOf(pid_t pid) {
     if (bus.processOf(name) == pid) return read(name, path, 0).children;
   }
   return {};
+}
+
+std::optional<Accessible> AccessibleTree::windowNamed(const std::string& name) {
+  for (const auto& [program, root] : childrenOf(bus.get(), "org.a11y.atspi.Registry", kRoot)) {
+    for (const auto& [owner, window] : childrenOf(bus.get(), program, root)) {
+      if (textOf(bus.get(), owner, window, "Name") == name) return read(owner, window, 0);
+    }
+  }
+  return std::nullopt;
 }
 
 bool AccessibleTree::press(const Accessible& object) {

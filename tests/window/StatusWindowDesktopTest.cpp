@@ -8,22 +8,34 @@
 #include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
 
+#include "desktop/AccessibleTree.h"
 #include "desktop/PrivateDesktop.h"
 #include "status/view/StatusWindowView.h"
 #include "support/GoldenFile.h"
-#include "window/AccessibleTree.h"
 
 // The window on a real desktop, used through the accessibility interface as a screen reader uses it.
 namespace quillard::test {
 namespace {
 
-std::vector<AccessibleNode> buttons(const AccessibleNode& window) {
-  return findAll(window,
-                 [](const AccessibleNode& node) { return node.role == "button" || node.role == "push button"; });
+std::vector<Accessible> buttons(const Accessible& window) {
+  return window.findAllShowing(
+      [](const Accessible& node) { return node.roleName == "button" || node.roleName == "push button"; });
 }
 
-std::vector<AccessibleNode> buttonsIn(const std::optional<AccessibleNode>& window) {
-  return window ? buttons(*window) : std::vector<AccessibleNode>{};
+// What a screen reader meets, one line an object.
+std::string described(const Accessible& node, std::size_t depth = 0) {
+  std::string lines(depth * 2, ' ');
+  lines += node.roleName + " \"" + node.name + "\"";
+  if (!node.description.empty()) lines += " (" + node.description + ")";
+  lines += "\n";
+  for (const auto& child : node.children) {
+    if (child.isShowing()) lines += described(child, depth + 1);
+  }
+  return lines;
+}
+
+std::vector<Accessible> buttonsIn(const std::optional<Accessible>& window) {
+  return window ? buttons(*window) : std::vector<Accessible>{};
 }
 
 class StatusWindowOnADesktop : public testing::Test {
@@ -34,7 +46,7 @@ class StatusWindowOnADesktop : public testing::Test {
     // What is showing comes to the bus bit by bit: complete once two reads are alike.
     std::string before;
     EXPECT_TRUE(waitFor([&] {
-      const auto window = tree.window("Quillard");
+      const auto window = tree.windowNamed("Quillard");
       const std::string now = window ? described(*window) : "";
       return !buttonsIn(window).empty() && now == std::exchange(before, now);
     })) << program.errors();
@@ -47,7 +59,7 @@ class StatusWindowOnADesktop : public testing::Test {
 
 TEST_F(StatusWindowOnADesktop, ReadsWell) {
   const auto program = show("paired");
-  const auto window = tree.window("Quillard");
+  const auto window = tree.windowNamed("Quillard");
   ASSERT_TRUE(window);
   const std::string now = described(*window);
   EXPECT_EQ(now, samples::goldenText("window/accessible-tree.txt", now));
@@ -55,11 +67,11 @@ TEST_F(StatusWindowOnADesktop, ReadsWell) {
 
 TEST_F(StatusWindowOnADesktop, GivesEveryTextPictureAndButtonAName) {
   auto program = show("untrusted");
-  const auto nameless = findAll(*tree.window("Quillard"), [](const AccessibleNode& node) {
-    const bool isContainer = node.role == "filler" || node.role == "scroll pane" || node.role == "viewport";
-    return !isContainer && node.role != "scroll bar" && node.name.empty();
+  const auto nameless = tree.windowNamed("Quillard")->findAllShowing([](const Accessible& node) {
+    const bool isContainer = node.roleName == "filler" || node.roleName == "scroll pane" || node.roleName == "viewport";
+    return !isContainer && node.roleName != "scroll bar" && node.name.empty();
   });
-  for (const auto& node : nameless) ADD_FAILURE() << node.role << " without a name";
+  for (const auto& node : nameless) ADD_FAILURE() << node.roleName << " without a name";
 }
 
 TEST_F(StatusWindowOnADesktop, TakesEveryPressOfAnAssistiveProgram) {
@@ -76,11 +88,11 @@ TEST_F(StatusWindowOnADesktop, TakesEveryPressOfAnAssistiveProgram) {
       {"Pause 2h", "iPhone Alerts", StatusWindowButton::notificationPausePrimary},
   };
   for (const auto& each : expected) {
-    const auto found = findAll(*tree.window("Quillard"), [&](const AccessibleNode& node) {
+    const auto found = tree.windowNamed("Quillard")->findAllShowing([&](const Accessible& node) {
       return node.name == each.name && node.description == each.about;
     });
     ASSERT_EQ(found.size(), 1U) << each.name;
-    EXPECT_TRUE(tree.press(found.front().object));
+    EXPECT_TRUE(tree.press(found.front()));
     EXPECT_TRUE(program.waitForOutput("button " + std::to_string(static_cast<int>(each.button)) + "\n")) << each.name;
   }
 }
@@ -88,7 +100,7 @@ TEST_F(StatusWindowOnADesktop, TakesEveryPressOfAnAssistiveProgram) {
 TEST_F(StatusWindowOnADesktop, OffersTheButtonsOfItsStateAndNoOthers) {
   auto program = show("paused");
   std::vector<std::string> names;
-  for (const auto& button : buttons(*tree.window("Quillard"))) names.push_back(button.name);
+  for (const auto& button : buttons(*tree.windowNamed("Quillard"))) names.push_back(button.name);
   EXPECT_EQ(names, (std::vector<std::string>{"Unpair iPhone", "Open Folder", "Open Settings", "Open Settings", "Resume",
                                              "Options…"}));
 }
@@ -96,17 +108,19 @@ TEST_F(StatusWindowOnADesktop, OffersTheButtonsOfItsStateAndNoOthers) {
 TEST_F(StatusWindowOnADesktop, OpensItsMenuForAnAssistiveProgramAndTakesItsChoice) {
   auto program = show("paused");
   const auto options =
-      findAll(*tree.window("Quillard"), [](const AccessibleNode& node) { return node.name == "Options…"; });
+      tree.windowNamed("Quillard")->findAllShowing([](const Accessible& node) { return node.name == "Options…"; });
   ASSERT_EQ(options.size(), 1U);
-  EXPECT_TRUE(tree.press(options.front().object));
-  std::vector<AccessibleNode> items;
+  EXPECT_TRUE(tree.press(options.front()));
+  std::vector<Accessible> items;
   EXPECT_TRUE(waitFor([&] {
-    items = findAll(*tree.window("Quillard"), [](const AccessibleNode& node) { return node.role == "menu item"; });
+    items = tree.windowNamed("Quillard")->findAllShowing([](const Accessible& node) {
+      return node.roleName == "menu item";
+    });
     return !items.empty();
   }));
-  ASSERT_EQ(items.size(), 3U) << described(*tree.window("Quillard"));
+  ASSERT_EQ(items.size(), 3U) << described(*tree.windowNamed("Quillard"));
   EXPECT_EQ(items.back().name, "Resume Now");
-  EXPECT_TRUE(tree.press(items.back().object));
+  EXPECT_TRUE(tree.press(items.back()));
   EXPECT_TRUE(program.waitForOutput("choice 3")) << program.output();
 }
 

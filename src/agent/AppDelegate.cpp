@@ -222,7 +222,8 @@ PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
           platform.random,
           platform.clock,
           platform.environment,
-          platform.console};
+          platform.console,
+          platform.promptSupplement};
 }
 
 std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {

@@ -66,7 +66,8 @@ DialogDetector& PromptDetection::detector() {
     madeDetector = std::make_unique<DialogDetector>(
         dependencies.ownProcessIdentifier, dependencies.suppressionStore,
         DetectorDependencies{dependencies.accessibility, dependencies.workspace, dependencies.windowList,
-                             dependencies.clock, dependencies.environment, dependencies.console, stableIDs});
+                             dependencies.clock, dependencies.environment, dependencies.console, stableIDs,
+                             dependencies.supplement});
   }
   return *madeDetector;
 }

@@ -15,6 +15,7 @@
 #include "detection/DialogScanWorker.h"
 #include "detection/StableIDs.h"
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/PromptSupplement.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
@@ -39,6 +40,7 @@ struct PromptDetectionDependencies {
   const platform::Clock& clock;
   const platform::Environment& environment;
   platform::Console& console;
+  platform::PromptSupplement supplement{};
 };
 
 // What detection asks of its owner, on the main thread. Neither is empty.

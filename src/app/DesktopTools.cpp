@@ -37,7 +37,7 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
   const StableIDs stableIDs(platform.random);
   DialogDetector detector(platform.application.processIdentifier(), suppressionStore,
                           {platform.accessibility, platform.workspace, platform.windowList, platform.clock,
-                           platform.environment, platform.console, stableIDs});
+                           platform.environment, platform.console, stableIDs, platform.promptSupplement});
   const auto diagnosis = detector.diagnose();
   output.print(command.asJson ? scanJson(diagnosis) : scanText(diagnosis));
   return diagnosis.failure ? ExitCode::cannotDoHere : ExitCode::fine;

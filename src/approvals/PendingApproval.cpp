@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <string>
 #include <string_view>
 
+#include "approvals/LiveText.h"
 #include "foundation/BrokenPromise.h"
 #include "foundation/Numbers.h"
 
@@ -20,15 +22,23 @@ std::int64_t truncated(double value) {
   return truncatedToInteger(value);
 }
 
-std::set<std::string_view> labels(const std::vector<DialogButton>& buttons) {
-  std::set<std::string_view> labels;
-  for (const auto& button : buttons) labels.insert(button.label);
+std::set<std::string> steadyLabels(const std::vector<DialogButton>& buttons) {
+  std::set<std::string> labels;
+  for (const auto& button : buttons) labels.insert(LiveText::steadyLabel(button.label));
   return labels;
 }
 
+bool hasSameLines(const PendingApproval& a, const PendingApproval& b, Seconds passed) {
+  return std::equal(
+      a.messageLines.begin(), a.messageLines.end(), b.messageLines.begin(), b.messageLines.end(),
+      [&](const std::string& one, const std::string& other) { return LiveText::isSameText(one, other, passed); });
+}
+
 bool hasSameContent(const PendingApproval& a, const PendingApproval& b) {
+  const Seconds passed = b.detectedAt - a.detectedAt;
   return a.processIdentifier == b.processIdentifier && a.bundleIdentifier == b.bundleIdentifier &&
-         a.windowTitle == b.windowTitle && a.messageLines == b.messageLines && labels(a.buttons) == labels(b.buttons);
+         LiveText::isSameText(a.windowTitle, b.windowTitle, passed) && hasSameLines(a, b, passed) &&
+         steadyLabels(a.buttons) == steadyLabels(b.buttons);
 }
 
 double centreDistance(const DialogFrame& a, const DialogFrame& b) {
@@ -66,6 +76,16 @@ bool DialogFrame::hasIdentity() const {
 std::string DialogFrame::identity() const {
   return std::to_string(truncated(x)) + "," + std::to_string(truncated(y)) + "," + std::to_string(truncated(width)) +
          "," + std::to_string(truncated(height));
+}
+
+const DialogButton* PendingApproval::button(std::string_view label) const {
+  const auto isExact = [&](const DialogButton& button) { return button.label == label; };
+  const auto exact = std::find_if(buttons.begin(), buttons.end(), isExact);
+  if (exact != buttons.end()) return &*exact;
+  const auto isSame = [&](const DialogButton& button) { return LiveText::isSameLabel(button.label, label); };
+  const auto same = std::find_if(buttons.begin(), buttons.end(), isSame);
+  const bool isOnlyOne = same != buttons.end() && std::none_of(std::next(same), buttons.end(), isSame);
+  return isOnlyOne ? &*same : nullptr;
 }
 
 PendingApproval PendingApproval::make(PendingApproval fields, const std::optional<Uuid>& suppressionID) {
@@ -106,6 +126,8 @@ std::size_t std::hash<quillard::DialogButton>::operator()(const quillard::Dialog
       .add(button.y)
       .add(button.width)
       .add(button.height)
+      .add(button.isEnabled)
+      .add(button.isKnownDismissal)
       .value();
 }
 

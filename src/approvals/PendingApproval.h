@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/Uuid.h"
@@ -39,6 +40,10 @@ struct DialogButton {
   double y = 0;
   double width = 0;
   double height = 0;
+  bool isEnabled = true;  // Takes presses. Others are shown, and neither offered, recommended nor pressed.
+  // A safe dismissal by what is known of this desktop's labels, where the label alone does not tell it
+  // (`DialogButtonSemantics::isSafeDismissal`).
+  bool isKnownDismissal = false;
 
   bool operator==(const DialogButton&) const = default;
 };
@@ -66,6 +71,9 @@ struct PendingApproval {
   // the record was not read from a screen.
   std::optional<platform::AXUIElement> window;
 
+  // The button of that label, or else the only one whose label has run on to it. Absent: none.
+  [[nodiscard]] const DialogButton* button(std::string_view label) const;
+
   // The record with `fields`, and with `suppressionID`, which is the `id` when absent.
   [[nodiscard]] static PendingApproval make(PendingApproval fields,
                                             const std::optional<Uuid>& suppressionID = std::nullopt);
@@ -77,7 +85,8 @@ struct PendingApproval {
   [[nodiscard]] PendingApproval replacingIdentity(const Uuid& newID, Date newDetectedAt) const;
 
   // How well a freshly read prompt matches this one: 1000 for the same `id`; 0 when process, bundle, title, message
-  // lines or the set of labels differ; else 500 less the distance of the window centres in points, at least 1.
+  // lines or the set of labels differ; else 500 less the distance of the window centres in points, at least 1. What
+  // runs in title, lines and labels (`LiveText`) makes no difference.
   [[nodiscard]] double matchScore(const PendingApproval& candidate) const;
 
   bool operator==(const PendingApproval&) const = default;

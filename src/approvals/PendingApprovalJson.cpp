@@ -16,8 +16,14 @@ DialogFrame readFrame(JsonReader& reader) {
 }
 
 DialogButton readButton(JsonReader& reader) {
-  return {reader.string("label"), reader.string("role"),  reader.number("x"),
-          reader.number("y"),     reader.number("width"), reader.number("height")};
+  return {.label = reader.string("label"),
+          .role = reader.string("role"),
+          .x = reader.number("x"),
+          .y = reader.number("y"),
+          .width = reader.number("width"),
+          .height = reader.number("height"),
+          .isEnabled = reader.optionalBoolean("isEnabled").value_or(true),
+          .isKnownDismissal = reader.optionalBoolean("isKnownDismissal").value_or(false)};
 }
 
 PendingApproval readApproval(JsonReader& reader) {
@@ -48,8 +54,12 @@ Json toJson(const DialogFrame& frame) {
 }
 
 Json toJson(const DialogButton& button) {
-  return {{"label", button.label}, {"role", button.role},   {"x", button.x},
-          {"y", button.y},         {"width", button.width}, {"height", button.height}};
+  Json json = {{"label", button.label}, {"role", button.role},   {"x", button.x},
+               {"y", button.y},         {"width", button.width}, {"height", button.height}};
+  // What is usual is left out, so that the record of a usual button is the one that every phone has known.
+  if (!button.isEnabled) json["isEnabled"] = false;
+  if (button.isKnownDismissal) json["isKnownDismissal"] = true;
+  return json;
 }
 
 Json toJson(const PendingApproval& approval) {

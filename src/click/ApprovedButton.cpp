@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "approvals/LiveText.h"
 #include "click/ClickExecutor.h"
+#include "click/semantics/DialogButtonSemantics.h"
 #include "detection/PromptReader.h"
 #include "detection/elements/AXHelpers.h"
 
@@ -30,6 +32,10 @@ bool meansTheSame(std::string_view label, std::string_view other) {
 ApprovedButton::ApprovedButton(ResolvedDialogButton resolved, platform::Accessibility& accessibility)
     : resolved(std::move(resolved)), accessibility(accessibility) {}
 
+bool ApprovedButton::isSafeDismissal() const {
+  return resolved.button.isKnownDismissal || DialogButtonSemantics::isSafeDismissal(label());
+}
+
 std::optional<std::int32_t> ApprovedButton::processIdentifier() const {
   return accessibility.processIdentifier(resolved.element);
 }
@@ -52,7 +58,7 @@ bool ApprovedButton::isIntact() const {
 
 bool ApprovedButton::isLabelledAsApproved(const AXUIElement& candidate) const {
   return AXHelpers::role(accessibility, candidate) == ax::kButtonRole &&
-         PromptReader::buttonLabel(accessibility, candidate) == label();
+         LiveText::isSameLabel(label(), PromptReader::buttonLabel(accessibility, candidate));
 }
 
 bool ApprovedButton::isSameButton(const AXUIElement& candidate) const {

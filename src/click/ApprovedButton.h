@@ -33,6 +33,8 @@ class ApprovedButton {
 
   [[nodiscard]] const platform::AXUIElement& element() const { return resolved.element; }
   [[nodiscard]] const std::string& label() const { return resolved.button.label; }
+  // Whether it only dismisses the prompt, by its label or by what is known of it.
+  [[nodiscard]] bool isSafeDismissal() const;
   // Goes on with `found`, which the caller knows to be the same button, resolved again.
   void replace(ResolvedDialogButton found) { resolved = std::move(found); }
 

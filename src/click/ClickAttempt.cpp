@@ -107,7 +107,7 @@ ClickAttempt::Progress ClickAttempt::asProgress(const PromptPresence& presence) 
     whyUnknown = *reason;
     return Progress::presenceUnknown;
   }
-  const bool isBlocked = presence.requiresDirectAccessNow() && !DialogButtonSemantics::isSafeDismissal(button.label());
+  const bool isBlocked = presence.requiresDirectAccessNow() && !button.isSafeDismissal();
   return isBlocked ? Progress::requiresDirectAccess : Progress::promptRemains;
 }
 

@@ -5,9 +5,8 @@
 #include <unordered_set>
 
 #include "agent/configuration/AgentConfiguration.h"
-#include "click/semantics/DialogButtonSemantics.h"
+#include "approvals/LiveText.h"
 #include "detection/DialogDiagnostics.h"
-#include "detection/DirectAccess.h"
 #include "foundation/Numbers.h"
 #include "foundation/Text.h"
 
@@ -25,20 +24,18 @@ std::string fallbackLine(const WindowSource& source, const DialogPromptEvidence&
          " with buttons: " + text::joined(evidence.buttonLabels, ", ");
 }
 
-std::string identityText(const WindowSource& source, const PromptReading& reading) {
-  return source.bundleIdentifier.value_or(source.appName) + "|" + reading.evidence.title + "|" +
-         reading.frame.identity() + "|" + text::joined(reading.evidence.buttonLabels, "|") + "|" +
-         text::joined(reading.evidence.messageLines, ",");
+std::string steadyText(const std::vector<std::string>& texts, std::string (*steady)(std::string_view),
+                       std::string_view separator) {
+  std::vector<std::string> steadyTexts;
+  for (const auto& text : texts) steadyTexts.push_back(steady(text));
+  return text::joined(steadyTexts, separator);
 }
 
-// `beyond`: texts of the prompt that are not shown, since there are too many elements before them.
-std::optional<std::string> directAccessReason(const PromptReading& reading, const std::vector<std::string>& beyond) {
-  if (reading.hasSecureTextField) return secretRequiredReason();
-  auto lines = reading.evidence.messageLines;
-  lines.insert(lines.end(), beyond.begin(), beyond.end());
-  const auto& evidence = reading.evidence;
-  if (auto reason = directAccessRequiredReason(evidence.title, lines, evidence.buttonLabels)) return reason;
-  return reading.hasUnreadableText ? std::optional(unreadableTextReason()) : std::nullopt;
+std::string identityText(const WindowSource& source, const PromptReading& reading,
+                         const std::vector<std::string>& lines) {
+  return source.bundleIdentifier.value_or(source.appName) + "|" + LiveText::steady(reading.evidence.title) + "|" +
+         reading.frame.identity() + "|" + steadyText(reading.evidence.buttonLabels, LiveText::steadyLabel, "|") + "|" +
+         steadyText(lines, LiveText::steady, ",");
 }
 
 ScanOutcome unseen(DesktopReadFailure failure) {
@@ -58,6 +55,7 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
     : ownProcessIdentifier(ownProcessIdentifier),
       suppressionStore(suppressionStore),
       dependencies(dependencies),
+      judge(this->dependencies.supplement),
       search({.accessibility = dependencies.accessibility,
               .workspace = dependencies.workspace,
               .windowList = dependencies.windowList,
@@ -80,15 +78,10 @@ ScanOutcome DialogDetector::scan() {
 
   ScanOutcome outcome;
   std::unordered_set<Uuid> ids;
-  std::unordered_map<std::string, std::optional<Uuid>> firstOfSignature;
-  for (const auto& source : sources) {
-    auto approval = approvalForWindowSource(*scope, source);
-    const auto id = approval ? std::optional{approval->id} : std::nullopt;
-    const auto first = firstOfSignature.try_emplace(windows.windowSignature(source), id).first->second;
-    if (first != id) continue;  // Hidden behind one that looks the same and says something else.
-    if (!approval || suppressionStore.contains(approval->suppressionID)) continue;
-    auto& list = ids.insert(approval->id).second ? outcome.approvals : outcome.twins;
-    list.push_back(*std::move(approval));
+  for (auto& candidate : visibleCandidates(*scope, windows, sources)) {
+    if (suppressionStore.contains(candidate.approval.suppressionID)) continue;
+    auto& list = ids.insert(candidate.approval.id).second ? outcome.approvals : outcome.twins;
+    list.push_back(std::move(candidate.approval));
   }
   outcome.unreadProcesses = windows.unreadProcesses();
   // Asked again at the end, so that the one who is given the result finds the newest answer without waiting for it.
@@ -96,6 +89,27 @@ ScanOutcome DialogDetector::scan() {
   if (const auto failure = scope->desktopFailure()) return unseen(*failure);
   confirm(outcome);
   return outcome;
+}
+
+// The prompts that a person sees: none that is hidden behind one that looks the same and says something else, and none
+// that another dialog of its program blocks.
+std::vector<PromptCandidate> DialogDetector::visibleCandidates(AXReadScope& scope, WindowSources& windows,
+                                                               const std::vector<WindowSource>& sources) {
+  std::vector<PromptCandidate> candidates;
+  std::unordered_map<std::string, std::optional<Uuid>> firstOfSignature;
+  std::unordered_set<std::int32_t> blocked;  // Processes of which a dialog blocks the others.
+  for (const auto& source : sources) {
+    auto content = contentOf(scope, source);
+    const auto id = content.prompt ? std::optional{content.prompt->approval.id} : std::nullopt;
+    const auto first = firstOfSignature.try_emplace(windows.windowSignature(source), id).first->second;
+    if (first != id || !content.prompt) continue;
+    if (content.prompt->blocksOthers) blocked.insert(source.processIdentifier);
+    candidates.push_back(*std::move(content.prompt));
+  }
+  std::erase_if(candidates, [&](const PromptCandidate& candidate) {
+    return !candidate.blocksOthers && blocked.contains(candidate.approval.processIdentifier);
+  });
+  return candidates;
 }
 
 // Takes out what only this scan has met.
@@ -123,9 +137,9 @@ DesktopDiagnosis DialogDetector::diagnose() {
   DesktopDiagnosis diagnosis;
   auto windows = windowsIn(*scope);
   for (const auto& source : windows.withoutRepeatedSignatures(windows.allWindowSources())) {
-    diagnosis.windows.push_back(
-        {source.appName, source.processIdentifier, DialogDiagnostics::snapshotOf(*scope, source)});
+    diagnosis.windows.push_back(DialogDiagnostics::diagnose(*scope, source, judge));
   }
+  DialogDiagnostics::rejectBlocked(diagnosis);
   diagnosis.failure = scope->desktopFailure();
   return diagnosis;
 }
@@ -133,7 +147,7 @@ DesktopDiagnosis DialogDetector::diagnose() {
 void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) {
   // In a scope of its own: what its longer walk meets must not change what the scan returns.
   const auto scope = dependencies.accessibility.beginReadScope();
-  DialogDiagnostics::print(*scope, sources, dependencies.console);
+  DialogDiagnostics::print(*scope, sources, judge, dependencies.console);
 }
 
 WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
@@ -145,42 +159,38 @@ WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& 
   if (source.processIdentifier == ownProcessIdentifier) return {};
   auto reading = PromptReader::readPrompt(scope, source, kApprovalDescendantLimit);
   WindowContent content{.prompt = std::nullopt, .isWhole = !reading.hasUnreadableText};
-  if (!scope.missedTimeout(source.window) && DialogPromptClassifier::classify(reading.evidence).accepted) {
-    const auto beyond = PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
-    content.prompt = PromptCandidate{reading.content, approvalOf(source, reading, directAccessReason(reading, beyond))};
+  if (!scope.missedTimeout(source.window) && judge.classify(source, reading).accepted) {
+    PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
+    content.prompt = PromptCandidate{.content = reading.content,
+                                     .approval = approvalOf(source, reading, judge.judge(reading)),
+                                     .blocksOthers = judge.blocksOthers(reading)};
   }
   if (scope.missedTimeout(source.window)) return {.prompt = std::nullopt, .isWhole = false};
   return content;
 }
 
-std::optional<PendingApproval> DialogDetector::approvalForWindowSource(AXReadScope& scope, const WindowSource& source) {
-  auto content = contentOf(scope, source);
-  return content.prompt ? std::optional(std::move(content.prompt->approval)) : std::nullopt;
-}
-
 PendingApproval DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading,
-                                           const std::optional<std::string>& directAccess) {
+                                           const JudgedPrompt& judged) {
   const auto& evidence = reading.evidence;
-  const Uuid id = dependencies.stableIDs.stableID(identityText(source, reading));
-  const bool isFallback = evidence.messageLines.empty();
-  const auto lines = isFallback ? std::vector{fallbackLine(source, evidence)} : evidence.messageLines;
-  return PendingApproval::make(
-      {.id = id,
-       .detectedAt = dependencies.clock.now(),
-       .appName = source.appName,
-       .bundleIdentifier = source.bundleIdentifier,
-       .processIdentifier = source.processIdentifier,
-       .windowTitle = evidence.title,
-       .windowRole = windowRole(evidence),
-       .windowFrame = reading.frame,
-       .messageLines = lines,
-       .reason = text::joined(lines, "\n"),
-       .buttons = reading.buttons,
-       .recommendedButtonLabel = DialogButtonSemantics::recommendedButton(evidence.buttonLabels),
-       .requiresDirectAccess = directAccess.has_value(),
-       .directAccessReason = directAccess,
-       .isFallbackDetection = isFallback,
-       .window = source.window});
+  const Uuid id = dependencies.stableIDs.stableID(identityText(source, reading, judged.lines));
+  const bool isFallback = judged.lines.empty();
+  const auto lines = isFallback ? std::vector{fallbackLine(source, evidence)} : judged.lines;
+  return PendingApproval::make({.id = id,
+                                .detectedAt = dependencies.clock.now(),
+                                .appName = source.appName,
+                                .bundleIdentifier = source.bundleIdentifier,
+                                .processIdentifier = source.processIdentifier,
+                                .windowTitle = evidence.title,
+                                .windowRole = windowRole(evidence),
+                                .windowFrame = reading.frame,
+                                .messageLines = lines,
+                                .reason = text::joined(lines, "\n"),
+                                .buttons = judged.buttons,
+                                .recommendedButtonLabel = judged.recommendedLabel,
+                                .requiresDirectAccess = judged.directAccessReason.has_value(),
+                                .directAccessReason = judged.directAccessReason,
+                                .isFallbackDetection = isFallback,
+                                .window = source.window});
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }

@@ -11,6 +11,7 @@
 #include "approvals/PendingApproval.h"
 #include "approvals/ScanOutcome.h"
 #include "detection/PromptCandidateGate.h"
+#include "detection/PromptJudge.h"
 #include "detection/PromptPresence.h"
 #include "detection/PromptReader.h"
 #include "detection/PromptSearch.h"
@@ -20,6 +21,7 @@
 #include "detection/WindowSource.h"
 #include "detection/WindowSources.h"
 #include "platform/desktop/Accessibility.h"
+#include "platform/desktop/PromptSupplement.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
@@ -37,6 +39,7 @@ struct DetectorDependencies {
   const platform::Environment& environment;
   platform::Console& console;
   const StableIDs& stableIDs;
+  platform::PromptSupplement supplement{};  // What this desktop adds to the rules. Empty: they hold to the letter.
 };
 
 // Turns the windows on screen into approvals: reads the windows of every application that may show a prompt, and the
@@ -60,7 +63,8 @@ class DialogDetector {
   ~DialogDetector() = default;
 
   // The prompts on screen, suppressed ones left out. Each one's `id` and `suppressionID` are its fingerprint
-  // (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes any of them is another one. A scan
+  // (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes any of them is another one, but for
+  // what runs in it (`LiveText`). Of two dialogs of one program, the one that blocks the other is listed. A scan
   // that could not see the desktop, as without the permission, brings nothing but the reason. Without an answer about
   // the permission it tries: what can be read is known.
   [[nodiscard]] ScanOutcome scan();
@@ -93,10 +97,10 @@ class DialogDetector {
   [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] bool isPermissionDenied() const;
   // Suppressed or not: that decides what a scan lists, never whether a prompt is there.
-  [[nodiscard]] std::optional<PendingApproval> approvalForWindowSource(platform::AXReadScope& scope,
-                                                                       const WindowSource& source);
+  [[nodiscard]] std::vector<PromptCandidate> visibleCandidates(platform::AXReadScope& scope, WindowSources& windows,
+                                                               const std::vector<WindowSource>& sources);
   [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
-                                           const std::optional<std::string>& directAccess);
+                                           const JudgedPrompt& judged);
   void confirm(ScanOutcome& outcome);
   [[nodiscard]] WindowContent contentOf(platform::AXReadScope& scope, const WindowSource& source);
   void printDiagnostics(const std::vector<WindowSource>& sources);
@@ -106,6 +110,7 @@ class DialogDetector {
   PromptCandidateGate candidateGate;
   std::unordered_map<Uuid, std::int32_t> processByFingerprint;  // Of the prompts that a scan has met.
   const DetectorDependencies dependencies;
+  const PromptJudge judge;
   const PromptSearch search;  // Reads as the scan does.
 };
 

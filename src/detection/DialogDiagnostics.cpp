@@ -1,6 +1,7 @@
 #include "detection/DialogDiagnostics.h"
 
-#include "detection/DialogPromptClassifier.h"
+#include <algorithm>
+
 #include "detection/PromptReader.h"
 
 namespace quillard {
@@ -10,32 +11,50 @@ constexpr int kDiagnosticDescendantLimit = 120;
 
 }  // namespace
 
-std::optional<WindowDebugSnapshot> DialogDiagnostics::snapshotOf(platform::AXReadScope& scope,
-                                                                 const WindowSource& source) {
+WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const WindowSource& source,
+                                            const PromptJudge& judge) {
+  WindowDiagnosis diagnosis{source.appName, source.processIdentifier, std::nullopt, {}};
   const auto reading = PromptReader::readPrompt(scope, source, kDiagnosticDescendantLimit);
-  if (scope.missedTimeout(source.window)) return std::nullopt;
+  if (scope.missedTimeout(source.window)) return diagnosis;
   const auto& evidence = reading.evidence;
-  const auto classification = DialogPromptClassifier::classify(evidence);
-  return WindowDebugSnapshot{.appName = source.appName,
-                             .bundleIdentifier = source.bundleIdentifier,
-                             .processIdentifier = source.processIdentifier,
-                             .role = evidence.role,
-                             .subrole = evidence.subrole,
-                             .title = evidence.title,
-                             .windowFrame = reading.frame,
-                             .isModal = evidence.isModal,
-                             .promptScore = classification.score,
-                             .accepted = classification.accepted,
-                             .rejectionReason = classification.rejectionReason,
-                             .messageLines = evidence.messageLines,
-                             .buttonLabels = evidence.buttonLabels};
+  const auto classification = judge.classify(source, reading);
+  diagnosis.verdicts = judge.explain(source, reading);
+  diagnosis.blocksOthers = classification.accepted && judge.blocksOthers(reading);
+  diagnosis.snapshot = WindowDebugSnapshot{.appName = source.appName,
+                                           .bundleIdentifier = source.bundleIdentifier,
+                                           .processIdentifier = source.processIdentifier,
+                                           .role = evidence.role,
+                                           .subrole = evidence.subrole,
+                                           .title = evidence.title,
+                                           .windowFrame = reading.frame,
+                                           .isModal = evidence.isModal,
+                                           .promptScore = classification.score,
+                                           .accepted = classification.accepted,
+                                           .rejectionReason = classification.rejectionReason,
+                                           .messageLines = evidence.messageLines,
+                                           .buttonLabels = evidence.buttonLabels};
+  return diagnosis;
+}
+
+void DialogDiagnostics::rejectBlocked(DesktopDiagnosis& diagnosis) {
+  const auto& windows = diagnosis.windows;
+  const auto isBlocked = [&](const WindowDiagnosis& window) {
+    return !window.blocksOthers && std::any_of(windows.begin(), windows.end(), [&](const WindowDiagnosis& other) {
+      return other.blocksOthers && other.processIdentifier == window.processIdentifier;
+    });
+  };
+  for (auto& window : diagnosis.windows) {
+    if (!window.snapshot || !window.snapshot->accepted || !isBlocked(window)) continue;
+    window.snapshot->accepted = false;
+    window.snapshot->rejectionReason = "Another dialog of the same program blocks it.";
+  }
 }
 
 void DialogDiagnostics::print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
-                              platform::Console& console) {
+                              const PromptJudge& judge, platform::Console& console) {
   for (const auto& source : sources) {
-    const auto snapshot = snapshotOf(scope, source);
-    const auto text = snapshot ? sortedJsonText(*snapshot) : std::nullopt;
+    const auto diagnosis = diagnose(scope, source, judge);
+    const auto text = diagnosis.snapshot ? sortedJsonText(*diagnosis.snapshot) : std::nullopt;
     if (text) console.writeLine("Quillard dialog diagnostic: " + *text);
   }
 }

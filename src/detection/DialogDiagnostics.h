@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "detection/PromptJudge.h"
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
 #include "platform/desktop/Accessibility.h"
@@ -11,9 +12,14 @@
 // agent's own windows are no sources, so they are not printed. May wait for other processes.
 namespace quillard::DialogDiagnostics {
 
-// Read as for detection, only with a longer walk. Absent when the application did not answer in time.
-[[nodiscard]] std::optional<WindowDebugSnapshot> snapshotOf(platform::AXReadScope& scope, const WindowSource& source);
+// Read as for detection, only with a longer walk.
+[[nodiscard]] WindowDiagnosis diagnose(platform::AXReadScope& scope, const WindowSource& source,
+                                       const PromptJudge& judge);
 
-void print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources, platform::Console& console);
+// Takes no window for a prompt that another prompt of its program blocks.
+void rejectBlocked(DesktopDiagnosis& diagnosis);
+
+void print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources, const PromptJudge& judge,
+           platform::Console& console);
 
 }  // namespace quillard::DialogDiagnostics

@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "click/semantics/DialogButtonSemantics.h"
+#include "detection/PromptStructure.h"
 #include "foundation/Text.h"
 
 namespace quillard {
@@ -204,6 +205,28 @@ DialogPromptClassification DialogPromptClassifier::classify(const DialogPromptEv
   classification.rejectionReason = rejectionReason(evidence, features);
   classification.accepted = !classification.rejectionReason;
   return classification;
+}
+
+DialogPromptClassification DialogPromptClassifier::classify(const DialogPromptEvidence& evidence,
+                                                            const platform::PromptSupplement& supplement) {
+  auto classification = classify(evidence);
+  if (!supplement.judgesByStructure) return classification;
+  const auto verdict = PromptStructure::judge(evidence, supplement);
+  classification.accepted = verdict.isPrompt;
+  classification.rejectionReason = verdict.isPrompt ? std::nullopt : std::optional(verdict.because);
+  return classification;
+}
+
+DialogPromptClassifier::WordSigns DialogPromptClassifier::wordSigns(const DialogPromptEvidence& evidence) {
+  const Features features = featuresOf(evidence);
+  return {.isDialogLike = features.dialogLike,
+          .hasPhrase = features.phraseMatches > 0,
+          .hasPairedChoice = features.pairedChoice,
+          .hasSettingsSignal = features.settingsSignal};
+}
+
+bool DialogPromptClassifier::isHighSignalLabel(const std::string& normalizedLabel) {
+  return highSignalSingleActionLabels.contains(normalizedLabel);
 }
 
 }  // namespace quillard

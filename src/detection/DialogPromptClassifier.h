@@ -4,9 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "detection/WindowStructure.h"
+#include "platform/desktop/PromptSupplement.h"
+
 namespace quillard {
 
-// The facts about one window, as plain data.
+// The facts about one window, as plain data. Texts are as they are judged (`PromptText`).
 struct DialogPromptEvidence {
   std::string role;  // Empty when absent, as are subrole and title.
   std::string subrole;
@@ -17,6 +20,7 @@ struct DialogPromptEvidence {
   std::optional<std::string> bundleIdentifier;
   bool isKnownPromptService = false;  // The owner is one of the system's own prompting services.
   bool hasNavigationChrome = false;   // The window has a toolbar, an outline, tabs or a sidebar.
+  WindowStructure structure{};        // Counts for nothing without a supplement.
   bool operator==(const DialogPromptEvidence&) const = default;
 };
 
@@ -31,6 +35,23 @@ struct DialogPromptClassification {
 namespace DialogPromptClassifier {
 
 [[nodiscard]] DialogPromptClassification classify(const DialogPromptEvidence& evidence);
+
+// The same with what a desktop adds: where it says so, windows are judged by what they are made of (`PromptStructure`).
+// With an empty supplement it is the same as without.
+[[nodiscard]] DialogPromptClassification classify(const DialogPromptEvidence& evidence,
+                                                  const platform::PromptSupplement& supplement);
+
+// The signs of a prompt among the words of a window, by the rules that hold everywhere.
+struct WordSigns {
+  bool isDialogLike = false;
+  bool hasPhrase = false;
+  bool hasPairedChoice = false;
+  bool hasSettingsSignal = false;
+};
+[[nodiscard]] WordSigns wordSigns(const DialogPromptEvidence& evidence);
+
+// Whether a label makes a prompt even when it stands alone.
+[[nodiscard]] bool isHighSignalLabel(const std::string& normalizedLabel);
 
 }  // namespace DialogPromptClassifier
 

@@ -44,12 +44,23 @@ std::optional<std::string> directAccessRequiredReason(const std::string& title,
 }
 
 bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel) {
-  return prompt.requiresDirectAccess && !DialogButtonSemantics::isSafeDismissal(buttonLabel);
+  if (!prompt.requiresDirectAccess || DialogButtonSemantics::isSafeDismissal(buttonLabel)) return false;
+  const auto* const button = prompt.button(buttonLabel);
+  return !button || !button->isKnownDismissal;
 }
 
 std::string secretRequiredReason() {
   return "This dialog asks for a password or keychain access. Use TeamViewer, AnyDesk, Screen Sharing, or physical "
          "access so Quillard never handles secrets. You can still deny it remotely.";
+}
+
+std::string notUnderstoodReason() {
+  return "Not every button of this dialog is understood, so it can only be dismissed remotely. Answer it at the "
+         "computer.";
+}
+
+std::string toBeFilledInReason() {
+  return "Something has to be filled in, so this dialog can only be dismissed remotely. Answer it at the computer.";
 }
 
 std::string unreadableTextReason() {

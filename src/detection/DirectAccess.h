@@ -19,7 +19,7 @@ namespace quillard {
                                                                     const std::vector<std::string>& buttonLabels);
 
 // Whether a press of this button needs the person at the computer: the prompt requires direct access, and the button
-// does more than dismiss it.
+// does more than dismiss it, by its label and by what is known of it (`DialogButton::isKnownDismissal`).
 [[nodiscard]] bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel);
 
 // The reason of a prompt that asks for a secret by its fields instead of its words.
@@ -27,5 +27,11 @@ namespace quillard {
 
 // The reason of a prompt of which some text could not be read: nobody can tell whether it asks for a secret.
 [[nodiscard]] std::string unreadableTextReason();
+
+// The reason of a prompt with a button of which it is not known what it does.
+[[nodiscard]] std::string notUnderstoodReason();
+
+// The reason of a prompt that holds a field for text.
+[[nodiscard]] std::string toBeFilledInReason();
 
 }  // namespace quillard

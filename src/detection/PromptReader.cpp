@@ -110,6 +110,7 @@ class ContentWalk {
     if (auto shown = texts.shown(element, role))
       lines.push_back({*std::move(shown), AXHelpers::frame(reader, element)});
     if (isNavigationChrome(role)) reading.evidence.hasNavigationChrome = true;
+    count(element, role);
   }
 
   void finish() {
@@ -118,6 +119,29 @@ class ContentWalk {
   }
 
  private:
+  void count(const AXUIElement& element, std::string_view role) {
+    auto& parts = reading.evidence.structure;
+    if (role == ax::kTextFieldRole) {
+      const bool isSecure = AXHelpers::subrole(reader, element) == ax::kSecureTextFieldSubrole;
+      ++(isSecure ? parts.secureFields : parts.textFields);
+    }
+    if (role == ax::kBrowserRole) parts.isChooser = true;
+    if (int* const counter = counterOf(parts, role)) ++*counter;
+  }
+
+  // Null: elements of that role are not counted.
+  static int* counterOf(WindowStructure& parts, std::string_view role) {
+    if (role == ax::kCheckBoxRole) return &parts.checkBoxes;
+    if (role == ax::kRadioButtonRole) return &parts.radioButtons;
+    if (role == ax::kComboBoxRole) return &parts.comboBoxes;
+    if (role == ax::kSliderRole || role == ax::kIncrementorRole) return &parts.adjusters;
+    if (role == ax::kListRole || role == ax::kTableRole || role == ax::kOutlineRole) return &parts.lists;
+    if (role == ax::kProgressIndicatorRole) return &parts.progressBars;
+    if (role == ax::kTabGroupRole) return &parts.tabGroups;
+    if (role == ax::kToolbarRole) return &parts.toolbars;
+    return role == ax::kMenuBarRole ? &parts.menuBars : nullptr;
+  }
+
   void visitButton(const AXUIElement& element) {
     // Read for whether they can be: a button without a label is none.
     if (texts.text(element, ax::kTitle).value_or("").empty()) (void)texts.text(element, ax::kDescription);
@@ -140,6 +164,20 @@ DialogFrame frameOf(AXAttributeReader& reader, const AXUIElement& content, const
   auto frame = AXHelpers::frame(reader, content);
   if (!frame) frame = AXHelpers::frame(reader, window);
   return DialogFrame::of(frame.value_or(Rect{}));
+}
+
+std::vector<PromptText> asTheyStand(const std::vector<std::string>& texts) {
+  std::vector<PromptText> all;
+  for (const auto& text : texts) all.push_back(PromptText::asItStands(text));
+  return all;
+}
+
+// What the content says of itself, beyond its role and subrole.
+void readKind(AXAttributeReader& reader, const AXUIElement& content, WindowStructure& structure) {
+  const auto kind = AXHelpers::stringAttribute(reader, content, ax::kRoleDescription).value_or("");
+  structure.isAlert = kind == ax::kAlertDescription;
+  structure.isChooser = structure.isChooser || kind == ax::kChooserDescription;
+  structure.isModal = AXHelpers::boolAttribute(reader, content, ax::kModal).value_or(false);
 }
 
 }  // namespace
@@ -170,7 +208,13 @@ std::optional<DialogButton> PromptReader::pressableButton(AXAttributeReader& rea
   if (label.empty()) return std::nullopt;
   const auto frame = AXHelpers::frame(reader, element);
   if (!frame || !(frame->width > 0) || !(frame->height > 0)) return std::nullopt;
-  return DialogButton{std::move(label), std::string(ax::kButtonRole), frame->x, frame->y, frame->width, frame->height};
+  return DialogButton{.label = std::move(label),
+                      .role = std::string(ax::kButtonRole),
+                      .x = frame->x,
+                      .y = frame->y,
+                      .width = frame->width,
+                      .height = frame->height,
+                      .isEnabled = AXHelpers::boolAttribute(reader, element, ax::kEnabled).value_or(true)};
 }
 
 PromptReading PromptReader::readPrompt(AXAttributeReader& reader, const WindowSource& source, int descendantLimit) {
@@ -191,21 +235,26 @@ PromptReading PromptReader::readPrompt(AXAttributeReader& reader, const WindowSo
   const bool isFull = static_cast<int>(descendants.elements.size()) >= descendantLimit;
   if (isFull) reading.isCutOff = !descendants.isComplete;
   if (!isFull && !descendants.isComplete) reading.hasUnreadableText = true;
+  readKind(reader, reading.content, evidence.structure);
+  evidence.structure.isCutOff = reading.isCutOff;
+  reading.texts = {.title = PromptText::asItStands(evidence.title),
+                   .lines = asTheyStand(evidence.messageLines),
+                   .labels = asTheyStand(evidence.buttonLabels),
+                   .beyond = {}};
   return reading;
 }
 
-std::vector<std::string> PromptReader::readBeyond(AXAttributeReader& reader, PromptReading& reading,
-                                                  int descendantLimit) {
-  std::vector<std::string> lines;
-  if (!reading.isCutOff) return lines;
+void PromptReader::readBeyond(AXAttributeReader& reader, PromptReading& reading, int descendantLimit) {
+  if (!reading.isCutOff) return;
   TextReader texts{reader, reading};
   const auto descendants = AXHelpers::descendants(reader, reading.content, kTellingLimit);
   for (std::size_t i = static_cast<std::size_t>(std::max(descendantLimit, 0)); i < descendants.elements.size(); ++i) {
     const auto& element = descendants.elements[i];
-    if (auto shown = texts.shown(element, texts.role(element))) lines.push_back(*std::move(shown));
+    if (auto shown = texts.shown(element, texts.role(element))) {
+      reading.texts.beyond.push_back(PromptText::asItStands(*std::move(shown)));
+    }
   }
   if (!descendants.isComplete) reading.hasUnreadableText = true;
-  return lines;
 }
 
 }  // namespace quillard

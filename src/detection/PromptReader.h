@@ -5,6 +5,7 @@
 
 #include "approvals/PendingApproval.h"
 #include "detection/DialogPromptClassifier.h"
+#include "detection/PromptText.h"
 #include "detection/WindowSource.h"
 #include "platform/desktop/Accessibility.h"
 
@@ -15,8 +16,9 @@ namespace quillard {
 // A password field is enough: a prompt with a secure text field must not be approved from afar, whatever words, or
 // language, it uses. The field's value is never asked for.
 struct PromptReading {
-  platform::AXUIElement content;  // The element that holds the prompt: the window, or the dialog inside it.
-  DialogPromptEvidence evidence;
+  platform::AXUIElement content;      // The element that holds the prompt: the window, or the dialog inside it.
+  DialogPromptEvidence evidence;      // Its texts as they stand.
+  PromptTexts texts;                  // The same texts, and how each is judged: for now as it stands, too.
   DialogFrame frame;                  // Of the content, else of the window, else all zero.
   std::vector<DialogButton> buttons;  // In the walk's order.
   bool hasSecureTextField = false;    // The prompt asks for a secret, whatever words it uses.
@@ -51,7 +53,8 @@ inline constexpr int kTellingLimit = 120;
 // The title of a button, or its description when it has none. Empty when it has neither.
 [[nodiscard]] std::string buttonLabel(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
 
-// The button as it is now: it has a label, and a frame with some width and height. Absent for anything else.
+// The button as it is now: it has a label, and a frame with some width and height. Absent for anything else. One that
+// does not say whether it takes presses is taken to.
 [[nodiscard]] std::optional<DialogButton> pressableButton(platform::AXAttributeReader& reader,
                                                           const platform::AXUIElement& element);
 
@@ -67,10 +70,10 @@ inline constexpr int kTellingLimit = 120;
                                        int descendantLimit);
 
 // Reads on in a prompt that was cut off, up to `kTellingLimit`, for nothing but whether it may be approved from afar:
-// the texts that lie beyond what was read, in the order of the walk. Sets `hasSecureTextField` and `hasUnreadableText`
-// where they belong, the latter also when there is even more. Nothing of a reading that was not cut off.
-[[nodiscard]] std::vector<std::string> readBeyond(platform::AXAttributeReader& reader, PromptReading& reading,
-                                                  int descendantLimit);
+// the texts that lie beyond what was read, in the order of the walk, which become `texts.beyond`. Sets
+// `hasSecureTextField` and `hasUnreadableText` where they belong, the latter also when there is even more. Nothing of a
+// reading that was not cut off.
+void readBeyond(platform::AXAttributeReader& reader, PromptReading& reading, int descendantLimit);
 
 }  // namespace PromptReader
 

@@ -281,9 +281,12 @@ class PromptSearch::Reading {
       isBlocked = isBlocked || (requiresDirectAccess && isSameQuestion(candidate->approval, buttonLabel));
       return std::nullopt;
     }
+    const auto* const known = candidate->approval.button(buttonLabel);
     for (auto& element : AXHelpers::deeplyNestedChildren(*scope, candidate->content, kButtonSearchLimit)) {
       auto button = PromptReader::pressableButton(*scope, element);
-      if (!button || button->label != buttonLabel) continue;
+      const bool isWanted = button && button->isEnabled && button->label == (known ? known->label : buttonLabel);
+      if (!isWanted) continue;
+      button->isKnownDismissal = known && known->isKnownDismissal;
       auto window = AXHelpers::nearestWindow(*scope, element, kWindowAncestorLimit).value_or(source.window);
       return Match{{*std::move(button), std::move(element), std::move(window), {source.window, std::nullopt}},
                    score,

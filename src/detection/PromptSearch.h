@@ -22,6 +22,7 @@ namespace quillard {
 struct PromptCandidate {
   platform::AXUIElement content;  // The element that holds the prompt's buttons.
   PendingApproval approval;
+  bool blocksOthers = false;  // Other dialogs of its program wait until this one is answered.
 };
 
 // What one window was read to show.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "approvals/PendingApproval.h"
+#include "detection/PromptStructure.h"
 #include "platform/desktop/Accessibility.h"
 
 namespace quillard {
@@ -33,6 +34,9 @@ struct WindowDiagnosis {
   std::string appName;
   std::int32_t processIdentifier = 0;
   std::optional<WindowDebugSnapshot> snapshot;  // Absent when the application did not answer in time.
+  // The rules that fit, the deciding one first. Empty where windows are judged by words alone.
+  std::vector<PromptStructure::Verdict> verdicts;
+  bool blocksOthers = false;  // Other dialogs of its program wait until it is answered.
 };
 
 // The windows of a desktop. `failure` present: it could not be read as a whole, and what is missing may be there.

@@ -2,6 +2,7 @@
 
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DesktopCapabilities.h"
+#include "platform/desktop/PromptSupplement.h"
 #include "platform/desktop/SyntheticEvents.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
@@ -40,6 +41,7 @@ struct Platform {
   HttpSessions& httpSessions;
   LockFiles& lockFiles;
   LoginService& loginService;
+  PromptSupplement promptSupplement;  // What the desktop adds to the rules of prompts; a value.
   Random& random;
   SecretStore& secretStore;
   StatusBar& statusBar;

@@ -25,7 +25,8 @@ constexpr std::array kApplicationAttributes{ax::kTitle,      ax::kParent,       
                                             ax::kMainWindow, ax::kFocusedWindow, ax::kFocusedUIElement};
 constexpr std::array kElementAttributes{ax::kTitle, ax::kDescription, ax::kModal,  ax::kPosition,
                                         ax::kSize,  ax::kParent,      ax::kFocused};
-constexpr std::array kWindowAttributes{ax::kMinimized, ax::kMain, ax::kDefaultButton, ax::kCancelButton};
+constexpr std::array kWindowAttributes{ax::kMinimized, ax::kMain, ax::kDefaultButton, ax::kCancelButton,
+                                       ax::kRoleDescription};
 
 bool isWindow(std::string_view role) { return role == ax::kWindowRole || role == ax::kSheetRole; }
 
@@ -151,6 +152,7 @@ class Recorder {
     if (isWindow(role)) {
       for (const auto name : kWindowAttributes) readAttribute(element, id, name);
     }
+    if (role == ax::kButtonRole) readAttribute(element, id, ax::kEnabled);
     if (isWindow(role) || role == ax::kButtonRole) readActions(element, id);
     if (mayReadValue(elementOf(id))) {
       readAttribute(element, id, ax::kValue);

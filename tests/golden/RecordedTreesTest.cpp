@@ -1,7 +1,9 @@
 // Windows of real programs, recorded, loaded into the simulated desktop and scanned by the real detector.
 //
-// trees/NAME.json is the recording, trees/NAME.txt what the detector makes of it today: a golden file, which says what
-// is, not what should be. A change of the detector that changes one is read and judged in the difference.
+// trees/NAME.json is the recording; trees/NAME.txt is what the detector makes of it today by the rules that hold
+// everywhere, and trees/NAME.linux.txt with what Linux adds to them. Golden files, which say what is, not what should
+// be (that is in trees/verdicts.txt): a change that changes one is read and judged in the difference. The first kind
+// changes for no rule of Linux.
 
 #include <algorithm>
 #include <filesystem>
@@ -9,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "approvals/PendingApprovalJson.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "platform/simulated/DesktopLoader.h"
 #include "private-desktop/FileContents.h"
 #include "recording/RecordedDesktopJson.h"
@@ -46,11 +49,15 @@ std::string verdictText(const WindowDiagnosis& window) {
   return text;
 }
 
-std::string detectionText(samples::DetectionWorld& world) {
+std::string detectionText(DialogDetector& detector) {
   std::string text = "What the detector makes of this window today; a person may judge otherwise.\n\n";
-  for (const auto& window : world.detector.diagnose().windows) text += verdictText(window);
+  for (const auto& window : detector.diagnose().windows) {
+    text += verdictText(window);
+    if (!window.verdicts.empty()) text += "Rule: " + window.verdicts.front().sign + "\n";
+  }
   text += "\nRecord:\n";
-  const auto prompts = world.scanTwice();
+  (void)detector.scan();
+  const auto prompts = detector.scan().approvals;
   for (const auto& prompt : prompts) text += recordText(prompt);
   return text + (prompts.empty() ? "none\n" : "");
 }
@@ -67,8 +74,13 @@ TEST_P(RecordedTree, IsJudgedAsItsGoldenFileSays) {
 
   samples::DetectionWorld world;
   (void)platform::simulated::loadDesktop(desktop, world.desktop());
-  const auto detected = detectionText(world);
-  EXPECT_EQ(detected, samples::goldenText("trees/" + GetParam() + ".txt", detected));
+  const auto byWords = detectionText(world.detector);
+  EXPECT_EQ(byWords, samples::goldenText("trees/" + GetParam() + ".txt", byWords));
+  auto dependencies = world.dependencies;
+  dependencies.supplement = linuxPromptSupplement();
+  DialogDetector onLinux{samples::DetectionWorld::kOwnProcess, world.suppressionStore, dependencies};
+  const auto detected = detectionText(onLinux);
+  EXPECT_EQ(detected, samples::goldenText("trees/" + GetParam() + ".linux.txt", detected));
 }
 
 std::string testName(const testing::TestParamInfo<std::string>& info) {

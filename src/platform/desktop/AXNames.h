@@ -36,6 +36,8 @@ enum class AXKnownAttribute : std::uint8_t {
   frontmost,
   defaultButton,
   cancelButton,
+  enabled,
+  roleDescription,
 };
 
 enum class AXKnownAction : std::uint8_t { press, raise, confirm, cancel };
@@ -83,6 +85,10 @@ enum class AXKnownAction : std::uint8_t { press, raise, confirm, cancel };
       return "AXDefaultButton";
     case AXKnownAttribute::cancelButton:
       return "AXCancelButton";
+    case AXKnownAttribute::enabled:
+      return "AXEnabled";
+    case AXKnownAttribute::roleDescription:
+      return "AXRoleDescription";
   }
   return {};
 }
@@ -172,6 +178,8 @@ inline constexpr AXAttribute kFocused = AXKnownAttribute::focused;
 inline constexpr AXAttribute kFrontmost = AXKnownAttribute::frontmost;
 inline constexpr AXAttribute kDefaultButton = AXKnownAttribute::defaultButton;
 inline constexpr AXAttribute kCancelButton = AXKnownAttribute::cancelButton;
+inline constexpr AXAttribute kEnabled = AXKnownAttribute::enabled;
+inline constexpr AXAttribute kRoleDescription = AXKnownAttribute::roleDescription;
 
 inline constexpr AXAction kPressAction = AXKnownAction::press;
 inline constexpr AXAction kRaiseAction = AXKnownAction::raise;
@@ -190,9 +198,25 @@ inline constexpr std::string_view kOutlineRole = "AXOutline";
 inline constexpr std::string_view kTabGroupRole = "AXTabGroup";
 inline constexpr std::string_view kSidebarRole = "AXSidebar";
 inline constexpr std::string_view kGroupRole = "AXGroup";
+inline constexpr std::string_view kCheckBoxRole = "AXCheckBox";
+inline constexpr std::string_view kRadioButtonRole = "AXRadioButton";
+inline constexpr std::string_view kComboBoxRole = "AXComboBox";
+inline constexpr std::string_view kSliderRole = "AXSlider";
+inline constexpr std::string_view kIncrementorRole = "AXIncrementor";
+inline constexpr std::string_view kListRole = "AXList";
+inline constexpr std::string_view kTableRole = "AXTable";
+inline constexpr std::string_view kBrowserRole = "AXBrowser";
+inline constexpr std::string_view kProgressIndicatorRole = "AXProgressIndicator";
+inline constexpr std::string_view kMenuBarRole = "AXMenuBar";
+inline constexpr std::string_view kLinkRole = "AXLink";
 
 inline constexpr std::string_view kDialogSubrole = "AXDialog";
 inline constexpr std::string_view kSecureTextFieldSubrole = "AXSecureTextField";
+
+// Role descriptions, where a binding knows more of a window than its role and subrole tell. On systems that write them
+// for people, in their language, they say something else: nothing else is concluded from one.
+inline constexpr std::string_view kAlertDescription = "alert";
+inline constexpr std::string_view kChooserDescription = "chooser";
 }  // namespace ax
 
 }  // namespace quillard::platform

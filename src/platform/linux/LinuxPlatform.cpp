@@ -9,6 +9,7 @@
 
 #include "platform/linux/storage/SessionBusAddress.h"
 #include "platform/linux/storage/XdgFolders.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "platform/linux/system/DetachedProgram.h"
 #include "platform/linux/system/LinuxRunningAgents.h"
 
@@ -88,6 +89,7 @@ platform::Platform LinuxPlatform::platform() {
           .httpSessions = httpSessions,
           .lockFiles = lockFiles,
           .loginService = loginService,
+          .promptSupplement = linuxPromptSupplement(),
           .random = random,
           .secretStore = secretStore,
           .statusBar = statusBar,

@@ -43,6 +43,8 @@ const Names& batchOfApplication(Attribute attribute) {
     case Attribute::frontmost:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::enabled:
+    case Attribute::roleDescription:
       break;
   }
   return alone;
@@ -51,7 +53,7 @@ const Names& batchOfApplication(Attribute attribute) {
 // The same of any other element: what a walk asks each of them for.
 const Names& batchOfNode(Attribute attribute) {
   static const Names batch{ax::kRole,     ax::kSubrole, ax::kTitle,    ax::kDescription, ax::kModal,
-                           ax::kChildren, ax::kParent,  ax::kPosition, ax::kSize};
+                           ax::kChildren, ax::kParent,  ax::kPosition, ax::kSize,        ax::kEnabled};
   static const Names value{ax::kSubrole, ax::kValue};
   static const Names alone;
   switch (attribute) {
@@ -64,6 +66,7 @@ const Names& batchOfNode(Attribute attribute) {
     case Attribute::parent:
     case Attribute::position:
     case Attribute::size:
+    case Attribute::enabled:
       return batch;
     case Attribute::value:
       return value;
@@ -77,6 +80,7 @@ const Names& batchOfNode(Attribute attribute) {
     case Attribute::frontmost:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::roleDescription:
       break;
   }
   return alone;

@@ -55,6 +55,8 @@ Answer ofApplication(const DesktopState& state, const ApplicationState& applicat
     case Attribute::focused:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::enabled:
+    case Attribute::roleDescription:
       break;
   }
   return std::nullopt;
@@ -90,6 +92,8 @@ Answer ofNode(const DesktopState& state, NodeHandle handle, const ElementNode& n
     case Attribute::frontmost:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::enabled:
+    case Attribute::roleDescription:
       break;
   }
   return std::nullopt;

@@ -29,6 +29,7 @@ Platform SimulatedWorld::platform() {
           .httpSessions = simulatedHttpSessions,
           .lockFiles = simulatedLockFiles,
           .loginService = simulatedLoginService,
+          .promptSupplement = supplement,
           .random = simulatedRandom,
           .secretStore = simulatedSecretStore,
           .statusBar = simulatedStatusBar,

@@ -37,6 +37,9 @@ class SimulatedWorld {
   SimulatedWorld(const SimulatedWorld&) = delete;
   SimulatedWorld& operator=(const SimulatedWorld&) = delete;
 
+  // What the agent is told that this desktop adds to the rules of prompts: nothing, unless it is set first.
+  void setPromptSupplement(const PromptSupplement& wanted) { supplement = wanted; }
+
   // Lets this much time pass, with all that happens in it.
   void advance(Seconds duration) { virtualTime.advance(duration); }
 
@@ -70,6 +73,7 @@ class SimulatedWorld {
   SimulatedWebSockets& webSockets() { return simulatedWebSockets; }
 
  private:
+  PromptSupplement supplement;
   VirtualTime virtualTime;  // First, since the others may hold queues of it.
   SimulatedRandom simulatedRandom;
   SimulatedEnvironment simulatedEnvironment;

@@ -18,8 +18,12 @@ ROLES = {
     'tool bar': 'AXToolbar', 'tree': 'AXOutline', 'tree table': 'AXOutline', 'page tab list': 'AXTabGroup',
     'icon': 'AXImage', 'image': 'AXImage', 'combo box': 'AXComboBox', 'menu bar': 'AXMenuBar', 'menu': 'AXMenu',
     'popup menu': 'AXMenu', 'menu item': 'AXMenuItem', 'check menu item': 'AXMenuItem',
-    'radio menu item': 'AXMenuItem', 'link': 'AXLink',
+    'radio menu item': 'AXMenuItem', 'link': 'AXLink', 'slider': 'AXSlider', 'dial': 'AXSlider',
+    'spin button': 'AXIncrementor', 'list': 'AXList', 'list box': 'AXList', 'table': 'AXTable',
+    'file chooser': 'AXBrowser', 'color chooser': 'AXBrowser', 'font chooser': 'AXBrowser',
+    'progress bar': 'AXProgressIndicator',
 }
+CHOOSERS = {'file chooser', 'color chooser', 'font chooser'}
 PRESSED = {'AXButton', 'AXCheckBox', 'AXRadioButton', 'AXMenuItem', 'AXLink'}
 
 
@@ -30,6 +34,11 @@ def role_of(node):
     if raw in ('text', 'entry'):
         return 'AXTextField' if 'editable' in node['states'] else 'AXStaticText'
     return ROLES.get(raw, 'AXGroup')
+
+
+def role_description(node):
+    raw = node['rawRoleName']
+    return 'alert' if raw == 'alert' else 'chooser' if raw in CHOOSERS else {'error': 'noValue'}
 
 
 def is_class_name(name):
@@ -109,6 +118,7 @@ class Recording:
             'AXTitle': plain_name(node, self.toolkit), 'AXDescription': node['description'] or '',
             'AXSubrole': 'AXDialog', 'AXModal': 'modal' in node['states'], 'AXMinimized': False,
             'AXMain': self.is_active, 'AXFocused': self.is_active, **self.place(node['frame'], self.offset()),
+            'AXRoleDescription': role_description(node),
         }
         self.finish(element, attributes, ['AXRaise'], node, depth)
 
@@ -123,6 +133,7 @@ class Recording:
         attributes = {}
         if role == 'AXButton':
             attributes['AXTitle'] = button_title(node, self.toolkit)
+            attributes['AXEnabled'] = bool({'enabled', 'sensitive'} & set(node['states']))
         elif role == 'AXStaticText':
             attributes['AXTitle'] = {'error': 'noValue'}
         else:
@@ -167,6 +178,7 @@ class Recording:
             'AXTitle': tree['title'] or '', 'AXDescription': tree['description'] or '',
             'AXSubrole': 'AXDialog' if dialog else 'AXStandardWindow', 'AXModal': tree['modal'],
             'AXMinimized': False, 'AXMain': self.is_active, 'AXFocused': self.is_active, **self.place(tree['frame']),
+            'AXRoleDescription': role_description(tree),
         }
         self.finish(window, attributes, ['AXRaise'], tree, 0)
         active = self.is_active

@@ -125,6 +125,8 @@ AXResult<AXValue> ElementAnswers::ofDesktop(Attribute attribute) {
     case Attribute::frontmost:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::enabled:
+    case Attribute::roleDescription:
       break;
   }
   return AXError::attributeUnsupported;
@@ -163,6 +165,8 @@ AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, Attribute 
     case Attribute::focused:
     case Attribute::defaultButton:
     case Attribute::cancelButton:
+    case Attribute::enabled:
+    case Attribute::roleDescription:
       break;
   }
   return AXError::attributeUnsupported;
@@ -204,6 +208,10 @@ AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
       return ofWindow(&ElementAnswers::defaultButton);
     case Attribute::cancelButton:  // No toolkit marks one.
       return isWindowLike(node) ? AXError::noValue : AXError::attributeUnsupported;
+    case Attribute::enabled:
+      return AXValue{mapping::isEnabled(node.record)};
+    case Attribute::roleDescription:
+      return ofWindow(&ElementAnswers::roleDescription);
     case Attribute::windows:
     case Attribute::mainWindow:
     case Attribute::focusedWindow:
@@ -222,6 +230,11 @@ AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
 AXResult<AXValue> ElementAnswers::innerSubrole(Node& node) {
   if (!mapping::isSecret(node.record)) return AXError::attributeUnsupported;
   return textValue(ax::kSecureTextFieldSubrole);
+}
+
+AXResult<AXValue> ElementAnswers::roleDescription(Node& window) {
+  const auto text = mapping::roleDescriptionOf(window.record.role);
+  return text.empty() ? Value{AXError::noValue} : textValue(text);
 }
 
 AXResult<AXValue> ElementAnswers::isModal(Node& window) {
@@ -289,7 +302,7 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
 
 AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
   const auto role = roleOf(node);
-  if (role == mapping::kCheckBoxRole || role == mapping::kRadioButtonRole) {
+  if (role == ax::kCheckBoxRole || role == ax::kRadioButtonRole) {
     return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
   }
   if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;

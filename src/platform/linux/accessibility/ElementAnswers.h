@@ -48,6 +48,7 @@ class ElementAnswers {
   [[nodiscard]] Value windowSubrole(Node& window);
   [[nodiscard]] Value innerSubrole(Node& node);
   [[nodiscard]] Value isModal(Node& window);
+  [[nodiscard]] Value roleDescription(Node& window);
   [[nodiscard]] Value isMinimized(Node& window);
   [[nodiscard]] Value isActive(Node& window);
   [[nodiscard]] Value position(Node& node);

@@ -400,7 +400,7 @@ TEST(FakePrograms, WhatLiesTooDeepToBeReadIsNotTakenForNothing) {
   ASSERT_TRUE(window);
   const auto scope = world.accessibility.beginReadScope();
   auto reading = world.read(*scope, *window);
-  (void)PromptReader::readBeyond(*scope, reading, 80);
+  PromptReader::readBeyond(*scope, reading, 80);
   EXPECT_TRUE(reading.hasUnreadableText);
 }
 

@@ -88,9 +88,9 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
       return ax::kButtonRole;
     case Role::toggleButton:
     case Role::checkBox:
-      return kCheckBoxRole;
+      return ax::kCheckBoxRole;
     case Role::radioButton:
-      return kRadioButtonRole;
+      return ax::kRadioButtonRole;
     case Role::label:
     case Role::staticText:
       return ax::kStaticTextRole;
@@ -114,9 +114,9 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
     case Role::image:
       return kImageRole;
     case Role::comboBox:
-      return "AXComboBox";
+      return ax::kComboBoxRole;
     case Role::menuBar:
-      return "AXMenuBar";
+      return ax::kMenuBarRole;
     case Role::menu:
     case Role::popupMenu:
       return "AXMenu";
@@ -125,7 +125,23 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
     case Role::radioMenuItem:
       return "AXMenuItem";
     case Role::link:
-      return "AXLink";
+      return ax::kLinkRole;
+    case Role::slider:
+    case Role::dial:
+      return ax::kSliderRole;
+    case Role::spinButton:
+      return ax::kIncrementorRole;
+    case Role::list:
+    case Role::listBox:
+      return ax::kListRole;
+    case Role::table:
+      return ax::kTableRole;
+    case Role::fileChooser:
+    case Role::colorChooser:
+    case Role::fontChooser:
+      return ax::kBrowserRole;
+    case Role::progressBar:
+      return ax::kProgressIndicatorRole;
     default:
       return ax::kGroupRole;
   }
@@ -134,6 +150,16 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
 bool isWindowRole(Role role) { return role != Role::toolTip && role != Role::menu && role != Role::popupMenu; }
 
 bool isDialogRole(Role role) { return role == Role::dialog || role == Role::alert; }
+
+std::string_view roleDescriptionOf(Role role) {
+  if (role == Role::alert) return ax::kAlertDescription;
+  const bool isChooser = role == Role::fileChooser || role == Role::colorChooser || role == Role::fontChooser;
+  return isChooser ? ax::kChooserDescription : "";
+}
+
+// Toolkits set both states or neither. A program that sets one of them is taken at its better word: a button that is
+// offered in vain does no harm, one that is missing does.
+bool isEnabled(const NodeRecord& record) { return record.is(State::enabled) || record.is(State::sensitive); }
 
 bool isSecret(const NodeRecord& record) { return record.role == Role::passwordText; }
 

@@ -13,8 +13,6 @@
 // traits of each toolkit are here and nowhere else.
 namespace quillard::atspi::mapping {
 
-inline constexpr std::string_view kCheckBoxRole = "AXCheckBox";
-inline constexpr std::string_view kRadioButtonRole = "AXRadioButton";
 inline constexpr std::string_view kImageRole = "AXImage";
 
 // Which toolkit speaks. GTK 3 and 4 give themselves the same name in different letter case, and a version each.
@@ -27,6 +25,10 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // Whether a top-level object is a window of its application; menus and tooltips are not.
 [[nodiscard]] bool isWindowRole(Role role);
 [[nodiscard]] bool isDialogRole(Role role);
+// What a window says of its kind beyond being a window or dialog, as a role description. Empty: nothing.
+[[nodiscard]] std::string_view roleDescriptionOf(Role role);
+// Whether the object takes presses and input, as far as its toolkit says.
+[[nodiscard]] bool isEnabled(const NodeRecord& record);
 // Texts whose content is their value: labels, and text that cannot be edited.
 [[nodiscard]] bool isSecret(const NodeRecord& record);
 

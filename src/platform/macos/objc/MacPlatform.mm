@@ -54,6 +54,7 @@ platform::Platform MacPlatform::platform() {
           .httpSessions = httpSessions,
           .lockFiles = lockFiles,
           .loginService = loginService,
+          .promptSupplement = {},  // The rules describe its prompts by themselves.
           .random = random,
           .secretStore = secretStore,
           .statusBar = statusBar,

@@ -1,0 +1,231 @@
+#include "approvals/LiveText.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "foundation/Text.h"
+
+namespace quillard::LiveText {
+namespace {
+
+struct Unit {
+  std::string_view word;  // Lower case.
+  double seconds;         // Zero: a percentage.
+};
+
+constexpr double kMinute = 60;
+constexpr double kHour = 3600;
+
+// Longer words before those that they begin with.
+constexpr std::array kUnits{Unit{"%", 0},
+                            Unit{"percent", 0},
+                            Unit{"seconds", 1},
+                            Unit{"second", 1},
+                            Unit{"secs", 1},
+                            Unit{"sec", 1},
+                            Unit{"sekunden", 1},
+                            Unit{"sekunde", 1},
+                            Unit{"secondes", 1},
+                            Unit{"seconde", 1},
+                            Unit{"segundos", 1},
+                            Unit{"segundo", 1},
+                            Unit{"sekundę", 1},
+                            Unit{"sekundy", 1},
+                            Unit{"sekunda", 1},
+                            Unit{"sekund", 1},
+                            Unit{"秒", 1},
+                            Unit{"ثانية", 1},
+                            Unit{"ثوان", 1},
+                            Unit{"ثواني", 1},
+                            Unit{"minutes", kMinute},
+                            Unit{"minute", kMinute},
+                            Unit{"minuten", kMinute},
+                            Unit{"minutos", kMinute},
+                            Unit{"minuto", kMinute},
+                            Unit{"minutę", kMinute},
+                            Unit{"minuty", kMinute},
+                            Unit{"minuta", kMinute},
+                            Unit{"minut", kMinute},
+                            Unit{"mins", kMinute},
+                            Unit{"min", kMinute},
+                            Unit{"分钟", kMinute},
+                            Unit{"分", kMinute},
+                            Unit{"دقيقة", kMinute},
+                            Unit{"دقائق", kMinute},
+                            Unit{"hours", kHour},
+                            Unit{"hour", kHour},
+                            Unit{"s", 1}};
+
+constexpr Seconds kSlack{5};
+constexpr std::string_view kNoBreakSpace = "\xC2\xA0";
+constexpr std::string_view kThinSpace = "\xE2\x80\xAF";
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+bool isPartOfWord(char c) { return isAsciiLetter(c) || isDigit(c) || c == '_' || (c & 0x80) != 0; }
+
+// Whether a number begins there, and not the rest of a name, an address or another number.
+bool isNumberBegin(std::string_view text, std::size_t at) {
+  constexpr std::string_view kBinding = "._:/-,";
+  if (at == 0) return true;
+  const char before = text[at - 1];
+  if (isAsciiLetter(before) || isDigit(before)) return false;
+  return kBinding.find(before) == std::string_view::npos;
+}
+
+// A live number in a text, with its unit.
+struct Live {
+  std::size_t begin = 0;
+  std::size_t end = 0;  // Behind the unit.
+  bool isTime = false;
+  double seconds = 0;  // Of a time.
+};
+
+std::size_t skipBlanks(std::string_view text, std::size_t at) {
+  for (;;) {
+    if (at < text.size() && text[at] == ' ') {
+      ++at;
+    } else if (text.substr(at).starts_with(kNoBreakSpace)) {
+      at += kNoBreakSpace.size();
+    } else if (text.substr(at).starts_with(kThinSpace)) {
+      at += kThinSpace.size();
+    } else {
+      return at;
+    }
+  }
+}
+
+double numberFrom(std::string_view digits) {
+  constexpr std::size_t kMostDigits = 12;
+  double number = 0;
+  for (const char c : digits.substr(0, kMostDigits)) number = number * 10 + (c - '0');
+  return number;
+}
+
+// The unit that a number is followed by. `lower` is the text in lower case, of the same length.
+const Unit* unitAt(std::string_view lower, std::size_t at) {
+  const auto rest = lower.substr(at);
+  for (const auto& unit : kUnits) {
+    if (!rest.starts_with(unit.word)) continue;
+    const bool isLatin = isAsciiLetter(unit.word.back());
+    if (!isLatin || rest.size() == unit.word.size() || !isPartOfWord(rest[unit.word.size()])) return &unit;
+  }
+  return nullptr;
+}
+
+std::size_t digitsEnd(std::string_view text, std::size_t at) {
+  while (at < text.size() && isDigit(text[at])) ++at;
+  return at;
+}
+
+// "1:05", "0:01:05": parts of two digits behind the first.
+std::optional<Live> clockAt(std::string_view text, std::size_t begin) {
+  std::size_t end = digitsEnd(text, begin);
+  double seconds = numberFrom(text.substr(begin, end - begin));
+  int parts = 1;
+  while (parts < 3 && end + 2 < text.size() && text[end] == ':' && digitsEnd(text, end + 1) == end + 3) {
+    seconds = seconds * kMinute + numberFrom(text.substr(end + 1, 2));
+    end += 3;
+    ++parts;
+  }
+  const bool goesOn = end < text.size() && (text[end] == ':' || text[end] == '.');
+  if (parts == 1 || (goesOn && end + 1 < text.size() && isDigit(text[end + 1]))) return std::nullopt;
+  return Live{begin, end, true, seconds};
+}
+
+std::optional<Live> liveAt(std::string_view text, std::string_view lower, std::size_t begin) {
+  if (const auto clock = clockAt(text, begin)) return clock;
+  std::size_t end = digitsEnd(text, begin);
+  const double number = numberFrom(text.substr(begin, end - begin));
+  const bool hasFraction = end + 1 < text.size() && (text[end] == '.' || text[end] == ',') && isDigit(text[end + 1]);
+  if (hasFraction) end = digitsEnd(text, end + 1);
+  const std::size_t unitBegin = skipBlanks(text, end);
+  const Unit* const unit = unitAt(lower, unitBegin);
+  if (!unit) return std::nullopt;
+  return Live{begin, unitBegin + unit->word.size(), unit->seconds > 0, number * unit->seconds};
+}
+
+// Whether two times make one: nothing but a joining word stands between them.
+bool isJoint(std::string_view between) {
+  constexpr std::array<std::string_view, 7> kJoints{"", "and", ",", "und", "et", "e", "i"};
+  return std::find(kJoints.begin(), kJoints.end(), text::trimmed(between)) != kJoints.end();
+}
+
+std::vector<Live> livesOf(std::string_view text) {
+  std::vector<Live> lives;
+  std::string lower = text::lowercased(text);
+  if (lower.size() != text.size()) lower = std::string(text);  // Letters whose lower case is longer or shorter.
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!isDigit(text[i])) continue;
+    const auto live = isNumberBegin(text, i) ? liveAt(text, lower, i) : std::nullopt;
+    if (!live) {
+      i = digitsEnd(text, i);
+      continue;
+    }
+    const bool joins = !lives.empty() && lives.back().isTime && live->isTime &&
+                       isJoint(text.substr(lives.back().end, live->begin - lives.back().end));
+    if (joins) {
+      lives.back().end = live->end;
+      lives.back().seconds += live->seconds;
+    } else {
+      lives.push_back(*live);
+    }
+    i = live->end - 1;
+  }
+  return lives;
+}
+
+std::string withoutLives(std::string_view text, const std::vector<Live>& lives) {
+  constexpr char kPlace = '\x1F';  // Nothing that is shown.
+  std::string rest;
+  std::size_t from = 0;
+  for (const auto& live : lives) {
+    rest.append(text.substr(from, live.begin - from)) += kPlace;
+    from = live.end;
+  }
+  return rest.append(text.substr(from));
+}
+
+// Where a number in brackets at the end of a label begins: "Restart (9)". Absent: there is none.
+std::optional<std::size_t> bracketsBegin(std::string_view label) {
+  const auto shown = text::trimmed(label);
+  if (shown.size() < 3 || shown.back() != ')') return std::nullopt;
+  const std::size_t open = shown.rfind('(');
+  if (open == std::string_view::npos || open == 0) return std::nullopt;
+  const auto inner = shown.substr(open + 1, shown.size() - open - 2);
+  const bool isNumber = !inner.empty() && std::all_of(inner.begin(), inner.end(), isDigit);
+  return isNumber ? std::optional(static_cast<std::size_t>(shown.data() - label.data()) + open) : std::nullopt;
+}
+
+}  // namespace
+
+std::string steady(std::string_view text) { return withoutLives(text, livesOf(text)); }
+
+std::string steadyLabel(std::string_view label) {
+  if (const auto begin = bracketsBegin(label)) return std::string(text::trimmed(label.substr(0, *begin))) + "\x1F";
+  return steady(label);
+}
+
+bool isSameText(std::string_view shown, std::string_view now, Seconds passed) {
+  if (shown == now) return true;
+  const auto before = livesOf(shown);
+  const auto after = livesOf(now);
+  if (before.size() != after.size() || withoutLives(shown, before) != withoutLives(now, after)) return false;
+  const double bound = (std::max(passed, Seconds{0}) + kSlack).count();
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (before[i].isTime != after[i].isTime) return false;
+    if (before[i].isTime && !(std::abs(before[i].seconds - after[i].seconds) <= bound)) return false;
+  }
+  return true;
+}
+
+bool isSameLabel(std::string_view shown, std::string_view now) {
+  return shown == now || steadyLabel(shown) == steadyLabel(now);
+}
+
+}  // namespace quillard::LiveText

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include "approvals/LiveText.h"
+
+namespace quillard {
+namespace {
+
+using LiveText::isSameLabel;
+using LiveText::isSameText;
+using LiveText::steady;
+using LiveText::steadyLabel;
+
+TEST(LiveText, LeavesTimesAndPercentagesOutOfWhatIdentifiesAPrompt) {
+  for (const auto& [one, other] : std::vector<std::pair<std::string, std::string>>{
+           {"The session ends in 60 seconds.", "The session ends in 1 second."},
+           {"It restarts in 1 minute and 5 seconds", "It restarts in 59 seconds"},
+           {"Reverting in 0:59", "Reverting in 0:01"},
+           {"45 % done", "100 % done"},
+           {"45% done", "46.5% done"},
+           {"Noch 12 Sekunden", "Noch 1 Sekunde"},
+           {"あと10秒です", "あと9秒です"},
+           {"Pozostało 5 sekund", "Pozostało 2 sekundy"}}) {
+    EXPECT_EQ(steady(one), steady(other)) << one;
+  }
+}
+
+TEST(LiveText, KeepsWhatAPromptIsAbout) {
+  for (const auto& [one, other] :
+       std::vector<std::pair<std::string, std::string>>{{"Pay 10 €?", "Pay 1000 €?"},
+                                                        {"Delete 3 files?", "Delete 300 files?"},
+                                                        {"Format /dev/sda1?", "Format /dev/sda2?"},
+                                                        {"Connect to 10.0.0.1:22?", "Connect to 10.0.0.2:22?"},
+                                                        {"The size is 4 MB", "The size is 5 MB"},
+                                                        {"Version 2 s3", "Version 3 s3"},
+                                                        {"Trust 12:34:56:78:9a:bc?", "Trust 12:34:56:78:9a:bd?"},
+                                                        {"The key 5 stays", "The key 6 stays"}}) {
+    EXPECT_NE(steady(one), steady(other)) << one;
+  }
+}
+
+TEST(LiveText, IsTheTextItselfWhereNothingRuns) {
+  for (const std::string text : {"", "Allow it?", "Delete 3 files?", "10.0.0.1:22", "%", "5"})
+    EXPECT_EQ(steady(text), text);
+}
+
+TEST(LiveText, TakesATextForTheSameOnlyIfItsTimesMovedWithTheClock) {
+  EXPECT_TRUE(isSameText("Ends in 60 seconds", "Ends in 31 seconds", Seconds{29}));
+  EXPECT_TRUE(isSameText("Ends in 60 seconds", "Ends in 51 seconds", Seconds{4})) << "five seconds more are allowed";
+  EXPECT_FALSE(isSameText("Ends in 60 seconds", "Ends in 50 seconds", Seconds{4}));
+  EXPECT_TRUE(isSameText("Waiting for 3 seconds", "Waiting for 9 seconds", Seconds{6})) << "some count up";
+  EXPECT_FALSE(isSameText("Allow for 10 minutes?", "Allow for 10 hours?", Seconds{60}));
+  EXPECT_FALSE(isSameText("Allow for 10 minutes?", "Allow for 60 minutes?", Seconds{60}));
+  EXPECT_FALSE(isSameText("Ends in 60 seconds", "Starts in 59 seconds", Seconds{1}));
+  EXPECT_FALSE(isSameText("Ends in 60 seconds", "Ends in 5 %", Seconds{60}));
+  EXPECT_TRUE(isSameText("5 % of 3 files", "90 % of 3 files", Seconds{0}));
+  EXPECT_FALSE(isSameText("5 % of 3 files", "5 % of 4 files", Seconds{0}));
+}
+
+TEST(LiveText, TakesAClockThatWasSetBackForNoTimeAtAll) {
+  EXPECT_TRUE(isSameText("Ends in 60 seconds", "Ends in 57 seconds", Seconds{-3600}));
+  EXPECT_FALSE(isSameText("Ends in 60 seconds", "Ends in 40 seconds", Seconds{-3600}));
+}
+
+TEST(LiveText, KnowsTheLabelOfACountingButton) {
+  EXPECT_TRUE(isSameLabel("Restart (9)", "Restart (8)"));
+  EXPECT_TRUE(isSameLabel("Keep (12 s)", "Keep (3 s)"));
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Install (8)"));
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart")) << "which of two buttons that is, nobody knows";
+  EXPECT_FALSE(isSameLabel("Delete 3", "Delete 4"));
+  EXPECT_EQ(steadyLabel("Allow"), "Allow");
+  EXPECT_EQ(steadyLabel("(3)"), "(3)");
+}
+
+TEST(LiveText, SurvivesAnyBytes) {
+  for (const auto& text :
+       {std::string("1\xC2"), std::string("9:9:9:9"), std::string("12:"), std::string("5 \xE2\x80"),
+        std::string(5000, '7') + " s", std::string("\xFF 5 s \xFF")}) {
+    EXPECT_TRUE(isSameText(text, steady(text) == text ? text : text, Seconds{0}));
+    EXPECT_LE(steady(text).size(), text.size());
+  }
+}
+
+}  // namespace
+}  // namespace quillard

@@ -1,0 +1,147 @@
+#include "detection/PromptJudge.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "click/semantics/DialogButtonSemantics.h"
+#include "detection/DirectAccess.h"
+#include "detection/LabelMeaning.h"
+#include "foundation/Text.h"
+
+namespace quillard {
+namespace {
+
+using TextOf = std::string PromptText::*;
+
+std::vector<std::string> textsOf(const std::vector<PromptText>& texts, TextOf which) {
+  std::vector<std::string> chosen;
+  for (const auto& text : texts) chosen.push_back(text.*which);
+  return chosen;
+}
+
+// Title and lines, those that are not shown among them.
+std::vector<std::string> allLines(const PromptTexts& texts, TextOf which) {
+  auto lines = textsOf(texts.lines, which);
+  for (const auto& line : texts.beyond) lines.push_back(line.*which);
+  return lines;
+}
+
+std::string normalizedText(const PromptTexts& texts, TextOf which) {
+  std::string all = text::normalized(texts.title.*which);
+  for (const auto& line : allLines(texts, which)) all += " " + text::normalized(line);
+  return all;
+}
+
+// What a line says, without the colon of the one that names a field.
+std::string sayingOf(std::string_view line) {
+  std::string saying = text::normalized(line);
+  while (saying.ends_with(':') || saying.ends_with(' ')) saying.pop_back();
+  return saying;
+}
+
+// Without a title that is said again, and without the second of two lines of which one only names the other.
+std::vector<std::string> linesToShow(const PromptTexts& texts) {
+  std::unordered_set<std::string> said{sayingOf(texts.title.shown)};
+  std::vector<std::string> lines;
+  for (const auto& line : texts.lines) {
+    if (said.insert(sayingOf(line.shown)).second) lines.push_back(line.shown);
+  }
+  // A prompt that says nothing but its title says that.
+  return lines.empty() ? textsOf(texts.lines, &PromptText::shown) : lines;
+}
+
+}  // namespace
+
+bool PromptJudge::isService(const WindowSource& source) const {
+  const auto isNamed = [&](std::string_view name) {
+    const std::string lower = text::lowercased(name);
+    return platform::anyTextOf(supplement.promptServices,
+                               [&](std::string_view service) { return lower.find(service) != std::string::npos; });
+  };
+  return isNamed(source.appName) || (source.bundleIdentifier && isNamed(*source.bundleIdentifier));
+}
+
+DialogPromptEvidence PromptJudge::evidence(const WindowSource& source, const PromptReading& reading) const {
+  DialogPromptEvidence evidence = reading.evidence;
+  evidence.title = reading.texts.title.judged;
+  evidence.messageLines = textsOf(reading.texts.lines, &PromptText::judged);
+  evidence.buttonLabels = textsOf(reading.texts.labels, &PromptText::judged);
+  evidence.isKnownPromptService = evidence.isKnownPromptService || isService(source);
+  return evidence;
+}
+
+DialogPromptClassification PromptJudge::classify(const WindowSource& source, const PromptReading& reading) const {
+  return DialogPromptClassifier::classify(evidence(source, reading), supplement);
+}
+
+std::vector<PromptStructure::Verdict> PromptJudge::explain(const WindowSource& source,
+                                                           const PromptReading& reading) const {
+  if (!supplement.judgesByStructure) return {};
+  return PromptStructure::allThatFit(evidence(source, reading), supplement);
+}
+
+bool PromptJudge::blocksOthers(const PromptReading& reading) const {
+  return supplement.judgesByStructure && reading.evidence.structure.isModal;
+}
+
+JudgedPrompt PromptJudge::judge(const PromptReading& reading) const {
+  JudgedPrompt judged{.lines = {},
+                      .buttons = reading.buttons,
+                      .recommendedLabel = std::nullopt,
+                      .directAccessReason = directAccessReason(reading)};
+  judged.lines =
+      supplement.judgesByStructure ? linesToShow(reading.texts) : textsOf(reading.texts.lines, &PromptText::shown);
+  const LabelMeaning meaning{supplement};
+  for (std::size_t i = 0; i < judged.buttons.size(); ++i) {
+    const auto& label = reading.texts.labels[i];
+    const bool tellsByItself = DialogButtonSemantics::isSafeDismissal(label.shown);
+    judged.buttons[i].isKnownDismissal = !tellsByItself && meaning.isSafeDismissal(label.judged);
+  }
+  const bool isOnlyDeniable = supplement.judgesByStructure && judged.directAccessReason;
+  if (!isOnlyDeniable) judged.recommendedLabel = recommendedLabel(reading);
+  return judged;
+}
+
+// Something to be done at the computer is never recommended, and the words that tell may come in either language.
+std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& reading) const {
+  if (reading.hasSecureTextField) return secretRequiredReason();
+  const auto& texts = reading.texts;
+  for (const auto which : {&PromptText::judged, &PromptText::shown}) {
+    const auto reason =
+        directAccessRequiredReason(texts.title.*which, allLines(texts, which), textsOf(texts.labels, which));
+    if (reason) return reason;
+    if (saysOneOf(normalizedText(texts, which), supplement.secretPhrases)) return secretRequiredReason();
+  }
+  if (reading.hasUnreadableText) return unreadableTextReason();
+  if (!supplement.judgesByStructure) return std::nullopt;
+  if (reading.evidence.structure.textFields > 0) return toBeFilledInReason();
+  const LabelMeaning meaning{supplement};
+  for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
+    const auto kind = meaning.kindOf(texts.labels[i].judged);
+    const bool isUnderstood = kind != LabelKind::unknown && kind != LabelKind::form;
+    if (reading.buttons[i].isEnabled && !isUnderstood) return notUnderstoodReason();
+  }
+  return std::nullopt;
+}
+
+bool PromptJudge::saysHazard(const PromptReading& reading) const {
+  const auto says = [&](TextOf which) {
+    std::string all = normalizedText(reading.texts, which);
+    for (const auto& label : reading.texts.labels) all += " " + text::normalized(label.*which);
+    return saysOneOf(all, supplement.hazards);
+  };
+  return says(&PromptText::judged) || says(&PromptText::shown);
+}
+
+std::optional<std::string> PromptJudge::recommendedLabel(const PromptReading& reading) const {
+  const bool isHazard = saysHazard(reading);
+  for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
+    const auto& label = reading.texts.labels[i];
+    if (!reading.buttons[i].isEnabled) continue;
+    if (!DialogButtonSemantics::recommendedLabels().contains(text::normalized(label.judged))) continue;
+    if (!isHazard) return label.shown;
+  }
+  return std::nullopt;
+}
+
+}  // namespace quillard

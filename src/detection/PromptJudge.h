@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "approvals/PendingApproval.h"
+#include "detection/DialogPromptClassifier.h"
+#include "detection/PromptReader.h"
+#include "detection/PromptStructure.h"
+#include "detection/WindowSource.h"
+#include "platform/desktop/PromptSupplement.h"
+
+namespace quillard {
+
+// What a prompt is shown as, and what may be done with it from afar.
+struct JudgedPrompt {
+  std::vector<std::string> lines;     // To be shown, as they stand.
+  std::vector<DialogButton> buttons;  // Those that were read, with what is known of them.
+  std::optional<std::string> recommendedLabel;
+  std::optional<std::string> directAccessReason;  // Absent: it may be approved from afar.
+};
+
+// The one place where texts and labels of a window are judged: by the rules that hold everywhere, and by what this
+// desktop adds to them. Rules and word lists are asked about a text as it is judged; whether a prompt asks for a secret
+// is asked about the text as it stands as well, so that no meaning ever takes that mark away. Any thread.
+class PromptJudge {
+ public:
+  // `supplement` outlives this. Empty: the rules hold to the letter.
+  explicit PromptJudge(const platform::PromptSupplement& supplement) : supplement(supplement) {}
+
+  // What the classifier is handed.
+  [[nodiscard]] DialogPromptEvidence evidence(const WindowSource& source, const PromptReading& reading) const;
+  [[nodiscard]] DialogPromptClassification classify(const WindowSource& source, const PromptReading& reading) const;
+  // All rules that fit, the deciding one first. Empty where windows are not judged by what they are made of.
+  [[nodiscard]] std::vector<PromptStructure::Verdict> explain(const WindowSource& source,
+                                                              const PromptReading& reading) const;
+
+  // Of a window that was accepted.
+  [[nodiscard]] JudgedPrompt judge(const PromptReading& reading) const;
+
+  // Whether other dialogs of the same program wait until this one is answered.
+  [[nodiscard]] bool blocksOthers(const PromptReading& reading) const;
+
+ private:
+  [[nodiscard]] bool isService(const WindowSource& source) const;
+  [[nodiscard]] std::optional<std::string> directAccessReason(const PromptReading& reading) const;
+  [[nodiscard]] std::optional<std::string> recommendedLabel(const PromptReading& reading) const;
+  [[nodiscard]] bool saysHazard(const PromptReading& reading) const;
+
+  const platform::PromptSupplement& supplement;
+};
+
+}  // namespace quillard

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quillard {
+
+// One text of a window: as it stands, and as it is judged. The two differ where the English meaning of a foreign text
+// is known. What is shown to a person, compared, identified and pressed is the text as it stands; rules and word lists
+// are asked about the other one, and nothing else is.
+struct PromptText {
+  std::string shown;
+  std::string judged;
+
+  [[nodiscard]] static PromptText asItStands(std::string text) { return {text, text}; }
+  bool operator==(const PromptText&) const = default;
+};
+
+// All texts of a window that anything is concluded from.
+struct PromptTexts {
+  PromptText title;
+  std::vector<PromptText> lines;   // Those of the evidence, in its order.
+  std::vector<PromptText> labels;  // Those of the buttons, in their order.
+  // Texts that are not shown, since there are too many elements before them: only whether they ask for a secret counts.
+  std::vector<PromptText> beyond;
+  bool operator==(const PromptTexts&) const = default;
+};
+
+}  // namespace quillard

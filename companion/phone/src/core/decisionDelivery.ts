@@ -83,7 +83,7 @@ export class DecisionDelivery {
   decide(prompt: Prompt, buttonLabel: string): void {
     const now = this.now();
     const button = prompt.buttons.find((candidate) => candidate.label === buttonLabel);
-    if (!button || !this.log.mayDecide(prompt.id, now)) return;
+    if (!button || button.isDisabled || !this.log.mayDecide(prompt.id, now)) return;
     if (prompt.requiresDirectAccess && button.kind !== "dismiss") return;
     const decisionID = newUuid(this.dependencies.environment.crypto);
     const { id: approvalID, appName, windowTitle } = prompt;

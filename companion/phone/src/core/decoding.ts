@@ -90,6 +90,11 @@ export class Fields {
     return value;
   }
 
+  /** Missing and null are both absent. */
+  optionalBoolean(name: string): boolean | undefined {
+    return this.member(name) === undefined ? undefined : this.boolean(name);
+  }
+
   number(name: string): number {
     const value = this.required(name);
     if (typeof value !== "number" || !Number.isFinite(value)) throw this.error(name, "is not a number");

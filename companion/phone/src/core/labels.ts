@@ -11,8 +11,9 @@ export function normalizedLabel(label: string): string {
   return label.trim().replace(/\s+/gu, " ").toLowerCase();
 }
 
-export function buttonKind(label: string): PromptButton["kind"] {
+/** `isKnownDismissal`: the computer knows it for a safe dismissal, where the label alone does not tell. */
+export function buttonKind(label: string, isKnownDismissal = false): PromptButton["kind"] {
   const normalized = normalizedLabel(label);
-  if (safeDismissals.has(normalized)) return "dismiss";
+  if (isKnownDismissal || safeDismissals.has(normalized)) return "dismiss";
   return postponements.has(normalized) ? "postpone" : "grant";
 }

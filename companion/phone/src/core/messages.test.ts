@@ -194,6 +194,24 @@ describe("A list of prompts", () => {
     ]);
   });
 
+  it("knows which buttons take no presses, and never calls one of those the usual one", () => {
+    const buttons = [{ ...sampleButton("Allow"), isEnabled: false }, { ...sampleButton("Deny"), isEnabled: true }];
+    expect(read(sampleApproval(1, { buttons }))[0]?.buttons).toEqual([
+      { label: "Allow", isRecommended: false, kind: "grant", isDisabled: true },
+      { label: "Deny", isRecommended: false, kind: "dismiss" },
+    ]);
+  });
+
+  it("takes the computer's word for a safe dismissal whose label does not tell, and for nothing else", () => {
+    const buttons = [
+      { ...sampleButton("Deny Access"), isKnownDismissal: true },
+      { ...sampleButton("Abbrechen"), isKnownDismissal: null },
+      { ...sampleButton("Nein"), isKnownDismissal: false },
+    ];
+    const kinds = read(sampleApproval(1, { buttons }))[0]?.buttons.map((button) => button.kind);
+    expect(kinds).toEqual(["dismiss", "grant", "grant"]);
+  });
+
   it("keeps labels that are spelled alike apart", () => {
     const labels = ["Allow", "Аllow", "Allow\u200B", "Allow "];
     const prompt = read(sampleApproval(1, { buttons: labels.map(sampleButton) }))[0];
@@ -234,6 +252,8 @@ describe("A list of prompts", () => {
     ["a button that is a text", { buttons: ["OK"] }],
     ["a button without a label", { buttons: [without(sampleButton("OK"), "label")] }],
     ["a button without a role", { buttons: [without(sampleButton("OK"), "role")] }],
+    ["a button that is neither enabled nor not", { buttons: [{ ...sampleButton("OK"), isEnabled: "no" }] }],
+    ["a button that may be a dismissal", { buttons: [{ ...sampleButton("OK"), isKnownDismissal: 1 }] }],
     ["a button without a place", { buttons: [without(sampleButton("OK"), "x")] }],
     ["too many buttons", { buttons: new Array(201).fill(sampleButton("OK")) }],
     ["a label beyond its limit", { buttons: [sampleButton("x".repeat(10_001))] }],

@@ -186,15 +186,24 @@ function checkWhatIsNotShown(fields: Fields): void {
 
 function readButtons(fields: Fields): PromptButton[] {
   const recommended = fields.optionalString("recommendedButtonLabel", longestLabel);
-  const labels = fields.list("buttons", mostButtons, (value, path) => {
+  const buttons = fields.list("buttons", mostButtons, (value, path) => {
     const button = new Fields(value, path);
     for (const name of ["x", "y", "width", "height"]) button.number(name);
     button.string("role", longestText);
-    return button.string("label", longestLabel);
+    return {
+      label: button.string("label", longestLabel),
+      isDisabled: button.optionalBoolean("isEnabled") === false,
+      isKnownDismissal: button.optionalBoolean("isKnownDismissal") === true,
+    };
   });
   // Of two buttons with the same label the first is the usual choice, as it is the one that is pressed.
-  const usual = recommended === undefined ? -1 : labels.indexOf(recommended);
-  return labels.map((label, index) => ({ label, isRecommended: index === usual, kind: buttonKind(label) }));
+  const usual = recommended === undefined ? -1 : buttons.findIndex((button) => button.label === recommended);
+  return buttons.map(({ label, isDisabled, isKnownDismissal }, index) => ({
+    label,
+    isRecommended: index === usual && !isDisabled,
+    kind: buttonKind(label, isKnownDismissal),
+    ...(isDisabled && { isDisabled }),
+  }));
 }
 
 export type ResultStatus = Extract<

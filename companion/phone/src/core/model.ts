@@ -14,6 +14,8 @@ export interface PromptButton {
    * asks for a deliberate gesture.
    */
   readonly kind: "dismiss" | "postpone" | "grant";
+  /** Takes no presses there now: shown grey, never offered. Absent: it takes them. */
+  readonly isDisabled?: true;
 }
 
 export interface Prompt {

@@ -64,6 +64,16 @@ describe("A decision", () => {
     expect(world.sent()).toHaveLength(1);
   });
 
+  it("is never for a button that takes no presses", async () => {
+    const buttons = [{ ...sampleButton("Allow"), isEnabled: false }, sampleButton("Cancel")];
+    const mac = await world.connected("mac", [sampleApproval(1, { buttons })]);
+    world.phone.decide("mac", one, "Allow");
+    await world.time.settle();
+    expect(world.sent()).toEqual([]);
+    await world.decided(mac, "Cancel");
+    expect(world.sent()).toHaveLength(1);
+  });
+
   it("that the relay could not hand over is reported, and can be made again under another name", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const first = await world.decided(mac);

@@ -64,6 +64,12 @@ describe("A prompt in a terminal", () => {
     ]);
   });
 
+  it("gives no number to a button that takes no presses", async () => {
+    const buttons = [sampleButton("Cancel"), { ...sampleButton("Allow"), isEnabled: false }];
+    await shown([sampleApproval(1, { buttons })]);
+    expect(printed.slice(3)).toEqual(["    1  “Cancel”", "    -  “Allow” (takes no presses)"]);
+  });
+
   it("that requires direct access says why, and numbers only the safe dismissals", async () => {
     const directAccessReason = "This dialog asks for a password.";
     await shown([sampleApproval(1, { requiresDirectAccess: true, directAccessReason })]);

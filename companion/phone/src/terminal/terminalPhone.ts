@@ -153,7 +153,7 @@ export class TerminalPhone {
     if (this.printed.get(prompt.id) === rendered) return;
     this.printed.set(prompt.id, rendered);
     const numbers = prompt.buttons.map((button) =>
-      prompt.requiresDirectAccess && button.kind !== "dismiss"
+      button.isDisabled || (prompt.requiresDirectAccess && button.kind !== "dismiss")
         ? undefined
         : this.number(prompt.id, button.label),
     );
@@ -191,7 +191,7 @@ export class TerminalPhone {
       prompt.buttons.some((button) => button.label === wanted),
     );
     const button = prompt.buttons.find((candidate) => candidate.label === label);
-    if (label === undefined || !button) return;
+    if (label === undefined || !button || button.isDisabled) return;
     if (prompt.requiresDirectAccess && button.kind !== "dismiss") {
       if (!this.refusedAnswers.has(prompt.id))
         this.terminal.print(`${quoted(label)} can only be pressed there.`);

@@ -35,7 +35,7 @@ export function promptLines(
   }
   prompt.buttons.forEach((button, index) => {
     const number = numbers[index];
-    const mark = button.isRecommended ? " (recommended)" : "";
+    const mark = button.isDisabled ? " (takes no presses)" : button.isRecommended ? " (recommended)" : "";
     lines.push(`  ${number === undefined ? "  -" : `${number}`.padStart(3)}  ${quoted(button.label)}${mark}`);
   });
   return lines;

@@ -88,6 +88,20 @@ describe("a prompt", () => {
     expect(screen.getByRole("button", { name: "Don’t Allow" }).textContent).not.toContain("Recommended");
   });
 
+  it("shows a button that takes no presses in grey, and does not press it", () => {
+    const buttons = [
+      { label: "Cancel", isRecommended: false, kind: "dismiss" as const, isDisabled: true as const },
+      { label: "Install", isRecommended: false, kind: "grant" as const, isDisabled: true as const },
+      { label: "Later", isRecommended: false, kind: "postpone" as const },
+    ];
+    render(card(prompt(1, { buttons })));
+    expect(offered()).toEqual(["Cancel", "Install", "Later"]);
+    expect(pressable()).toEqual(["Later"]);
+    fireEvent.click(screen.getByRole("button", { name: "Cancel" }));
+    hold(screen.getByRole("button", { name: "Install" }));
+    expect(decide).not.toHaveBeenCalled();
+  });
+
   it("is dismissed by one tap, with the label byte for byte", () => {
     render(card(prompt(1)));
     fireEvent.click(screen.getByRole("button", { name: "Don’t Allow" }));

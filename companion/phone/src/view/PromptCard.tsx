@@ -117,6 +117,7 @@ function DirectAccess({ prompt, computer }: { prompt: Prompt; computer: Computer
 }
 
 function captionOf(button: PromptButton): string | undefined {
+  if (button.isDisabled) return undefined;
   if (button.kind === "grant") return button.isRecommended ? "Recommended · hold" : "Hold";
   return button.isRecommended ? "Recommended" : undefined;
 }
@@ -129,7 +130,7 @@ function subjectOf(prompt: Prompt): string {
     prompt.bundleIdentifier,
     prompt.windowTitle,
     prompt.messageLines,
-    prompt.buttons.map((button) => button.label),
+    prompt.buttons.map((button) => [button.label, button.isDisabled]),
     prompt.requiresDirectAccess,
   ]);
 }
@@ -164,7 +165,7 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
             caption={captionOf(button) ?? ""}
             subject={subject}
             isRecommended={button.isRecommended}
-            isDisabled={isDisabled}
+            isDisabled={isDisabled || button.isDisabled === true}
             onConfirm={decide}
             onHint={onHint}
           />
@@ -173,7 +174,7 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
             key={key}
             label={button.label}
             {...(button.isRecommended ? { caption: "Recommended" } : {})}
-            isDisabled={isDisabled}
+            isDisabled={isDisabled || button.isDisabled === true}
             onPress={decide}
             onHint={onHint}
           />

@@ -19,6 +19,7 @@ constexpr const char* kFooter =
 // Where CLI11 puts what it read.
 struct Arguments {
   bool asJson = false;
+  ExplainWindows explanation;
   ShowPairingCode pairing;
   RecordDesktop recording;
 };
@@ -32,6 +33,9 @@ void describe(CLI::App& program, Arguments& read) {
 
   auto* const scan = program.add_subcommand("scan", "Say of every window why it is, or is not, a prompt");
   scan->add_flag("--json", read.asJson, "Print JSON");
+
+  auto* const explain = program.add_subcommand("explain", "Say in plain words what decided about a window");
+  explain->add_option("WORDS", read.explanation.words, "Part of its title or of its program's name");
 
   auto* const doctor = program.add_subcommand("doctor", "Look whether everything that the agent needs is there");
   doctor->add_flag("--json", read.asJson, "Print JSON");
@@ -48,6 +52,7 @@ void describe(CLI::App& program, Arguments& read) {
 
 Command commandOf(const CLI::App& program, const Arguments& read) {
   if (program.got_subcommand("scan")) return ScanOnce{read.asJson};
+  if (program.got_subcommand("explain")) return read.explanation;
   if (program.got_subcommand("doctor")) return ExamineSetup{read.asJson};
   if (program.got_subcommand("pair")) return read.pairing;
   if (program.got_subcommand("record")) return read.recording;

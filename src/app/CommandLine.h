@@ -17,6 +17,11 @@ struct ScanOnce {
   bool asJson = false;
   bool operator==(const ScanOnce&) const = default;
 };
+// Explains of windows, in plain words, what decided about them.
+struct ExplainWindows {
+  std::string words;  // Of the title or the program; empty: of all.
+  bool operator==(const ExplainWindows&) const = default;
+};
 // Checks whether everything that the agent needs is there.
 struct ExamineSetup {
   bool asJson = false;
@@ -42,7 +47,8 @@ struct PrintMessage {
   bool operator==(const PrintMessage&) const = default;
 };
 
-using Command = std::variant<RunAgent, ScanOnce, ExamineSetup, ShowPairingCode, RecordDesktop, PrintMessage>;
+using Command =
+    std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, RecordDesktop, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

@@ -28,6 +28,8 @@ std::string refusal(const std::vector<std::string>& arguments) {
 TEST(CommandLine, WithoutArgumentsTheAgentRuns) { expectCommand({}, RunAgent{}); }
 
 TEST(CommandLine, HasACommandForEachTool) {
+  expectCommand({"explain"}, ExplainWindows{});
+  expectCommand({"explain", "Save"}, ExplainWindows{.words = "Save"});
   expectCommand({"scan"}, ScanOnce{});
   expectCommand({"scan", "--json"}, ScanOnce{.asJson = true});
   expectCommand({"doctor"}, ExamineSetup{});
@@ -46,7 +48,8 @@ TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
     const auto command = parseCommandLine({flag});
     const auto& said = std::get<PrintMessage>(command);
     EXPECT_EQ(said.code, ExitCode::fine);
-    for (const char* word : {"scan", "doctor", "pair", "record", "--version", "Exit codes: 0", "quillard(1)"}) {
+    for (const char* word :
+         {"scan", "explain", "doctor", "pair", "record", "--version", "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
     }
   }

@@ -1,5 +1,6 @@
 #include "app/DesktopTools.h"
 
+#include "app/ExplainReport.h"
 #include "app/NewPrivateFile.h"
 #include "app/ScanReport.h"
 #include "approvals/ApprovalSuppressionStore.h"
@@ -16,19 +17,27 @@ constexpr std::string_view kNotTrusted =
     "Accessibility is off, or its bus does not answer: no window can be read. \"quillard doctor\" says what to do.\n";
 
 // So that it can still be told from a recording which labels decided.
-std::set<std::string, std::less<>> knownLabels() {
+std::set<std::string, std::less<>> knownLabels(const platform::Platform& platform) {
   std::set<std::string, std::less<>> known;
   for (const auto* const labels :
        {&DialogButtonSemantics::safeDismissalLabels(), &DialogButtonSemantics::cancelActionLabels(),
         &DialogButtonSemantics::confirmActionLabels(), &DialogButtonSemantics::promptButtonLabels()}) {
     known.insert(labels->begin(), labels->end());
   }
+  const auto& supplement = platform.promptSupplement;
+  for (const auto list : {supplement.safeDismissals, supplement.dismissals, supplement.actions,
+                          supplement.acknowledgements, supplement.asides, supplement.formLabels}) {
+    (void)platform::anyTextOf(list, [&](std::string_view text) {
+      known.emplace(text);
+      return false;
+    });
+  }
   return known;
 }
 
-}  // namespace
-
-ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
+// Reads the desktop once, and prints what `textOf` makes of it.
+template <class TextOf>
+ExitCode report(const platform::Platform& platform, const Output& output, TextOf textOf) {
   if (platform.accessibility.isProcessTrusted() != platform::ProcessTrust::granted) {
     output.printError(kNotTrusted);
     return ExitCode::cannotDoHere;
@@ -39,8 +48,21 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
                           {platform.accessibility, platform.workspace, platform.windowList, platform.clock,
                            platform.environment, platform.console, stableIDs, platform.promptSupplement});
   const auto diagnosis = detector.diagnose();
-  output.print(command.asJson ? scanJson(diagnosis) : scanText(diagnosis));
+  output.print(textOf(diagnosis));
   return diagnosis.failure ? ExitCode::cannotDoHere : ExitCode::fine;
+}
+
+}  // namespace
+
+ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
+  return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
+    return command.asJson ? scanJson(diagnosis) : scanText(diagnosis);
+  });
+}
+
+ExitCode explainWindows(const ExplainWindows& command, const platform::Platform& platform, const Output& output) {
+  return report(platform, output,
+                [&](const DesktopDiagnosis& diagnosis) { return explainText(diagnosis, command.words); });
 }
 
 ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& platform, const Output& output) {
@@ -49,7 +71,7 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
     return ExitCode::cannotDoHere;
   }
   recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
-  if (command.masksTexts) privacy.knownTexts = knownLabels();
+  if (command.masksTexts) privacy.knownTexts = knownLabels(platform);
   const auto desktop =
       recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList, {}, privacy);
   const auto problem = writeNewPrivateFile(command.file, recording::recordedDesktopText(desktop));

@@ -10,6 +10,8 @@ namespace quillard::app {
 
 ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output);
 
+ExitCode explainWindows(const ExplainWindows& command, const platform::Platform& platform, const Output& output);
+
 // Makes the file, for its user alone; one that is there already is left as it is.
 ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& platform, const Output& output);
 

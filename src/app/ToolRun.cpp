@@ -26,6 +26,7 @@ TerminalFacts terminalFacts() {
 
 struct Tools {
   ExitCode operator()(const ScanOnce& command) const { return scanOnce(command, platform, output); }
+  ExitCode operator()(const ExplainWindows& command) const { return explainWindows(command, platform, output); }
   ExitCode operator()(const RecordDesktop& command) const { return recordDesktop(command, platform, output); }
   ExitCode operator()(const ExamineSetup& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));

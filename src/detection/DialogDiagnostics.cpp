@@ -13,13 +13,21 @@ constexpr int kDiagnosticDescendantLimit = 120;
 
 WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const WindowSource& source,
                                             const PromptJudge& judge) {
-  WindowDiagnosis diagnosis{source.appName, source.processIdentifier, std::nullopt, {}};
+  WindowDiagnosis diagnosis{
+      .appName = source.appName, .processIdentifier = source.processIdentifier, .snapshot = std::nullopt};
   const auto reading = PromptReader::readPrompt(scope, source, kDiagnosticDescendantLimit);
   if (scope.missedTimeout(source.window)) return diagnosis;
   const auto& evidence = reading.evidence;
   const auto classification = judge.classify(source, reading);
   diagnosis.verdicts = judge.explain(source, reading);
   diagnosis.blocksOthers = classification.accepted && judge.blocksOthers(reading);
+  diagnosis.structure = evidence.structure;
+  diagnosis.buttons = judge.buttons(reading);
+  if (classification.accepted) {
+    const auto judged = judge.judge(reading);
+    diagnosis.directAccessReason = judged.directAccessReason;
+    diagnosis.recommendedLabel = judged.recommendedLabel;
+  }
   diagnosis.snapshot = WindowDebugSnapshot{.appName = source.appName,
                                            .bundleIdentifier = source.bundleIdentifier,
                                            .processIdentifier = source.processIdentifier,

@@ -1,7 +1,7 @@
 #include "detection/PromptJudge.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DirectAccess.h"
@@ -39,12 +39,23 @@ std::string sayingOf(std::string_view line) {
   return saying;
 }
 
-// Without a title that is said again, and without the second of two lines of which one only names the other.
+bool namesAField(std::string_view line) { return text::trimmed(line).ends_with(':'); }
+
+// Without a title that is said again, and without one of two lines that say the same but for a colon: the one that
+// names the field stays.
 std::vector<std::string> linesToShow(const PromptTexts& texts) {
-  std::unordered_set<std::string> said{sayingOf(texts.title.shown)};
+  const std::string title = sayingOf(texts.title.shown);
+  std::unordered_map<std::string, std::size_t> places;
   std::vector<std::string> lines;
   for (const auto& line : texts.lines) {
-    if (said.insert(sayingOf(line.shown)).second) lines.push_back(line.shown);
+    const std::string saying = sayingOf(line.shown);
+    if (saying == title) continue;
+    const auto [known, isNew] = places.try_emplace(saying, lines.size());
+    if (isNew) {
+      lines.push_back(line.shown);
+    } else if (namesAField(line.shown)) {
+      lines[known->second] = line.shown;
+    }
   }
   // A prompt that says nothing but its title says that.
   return lines.empty() ? textsOf(texts.lines, &PromptText::shown) : lines;
@@ -78,6 +89,17 @@ std::vector<PromptStructure::Verdict> PromptJudge::explain(const WindowSource& s
                                                            const PromptReading& reading) const {
   if (!supplement.judgesByStructure) return {};
   return PromptStructure::allThatFit(evidence(source, reading), supplement);
+}
+
+std::vector<DiagnosedButton> PromptJudge::buttons(const PromptReading& reading) const {
+  const LabelMeaning meaning{supplement};
+  std::vector<DiagnosedButton> buttons;
+  for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
+    buttons.push_back({.label = reading.buttons[i].label,
+                       .kind = meaning.kindOf(reading.texts.labels[i].judged),
+                       .isEnabled = reading.buttons[i].isEnabled});
+  }
+  return buttons;
 }
 
 bool PromptJudge::blocksOthers(const PromptReading& reading) const {

@@ -8,6 +8,7 @@
 #include "detection/DialogPromptClassifier.h"
 #include "detection/PromptReader.h"
 #include "detection/PromptStructure.h"
+#include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
 #include "platform/desktop/PromptSupplement.h"
 
@@ -35,6 +36,9 @@ class PromptJudge {
   // All rules that fit, the deciding one first. Empty where windows are not judged by what they are made of.
   [[nodiscard]] std::vector<PromptStructure::Verdict> explain(const WindowSource& source,
                                                               const PromptReading& reading) const;
+
+  // How each button is understood.
+  [[nodiscard]] std::vector<DiagnosedButton> buttons(const PromptReading& reading) const;
 
   // Of a window that was accepted.
   [[nodiscard]] JudgedPrompt judge(const PromptReading& reading) const;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "approvals/PendingApproval.h"
+#include "detection/LabelMeaning.h"
 #include "detection/PromptStructure.h"
 #include "platform/desktop/Accessibility.h"
 
@@ -29,14 +30,26 @@ struct WindowDebugSnapshot {
   bool operator==(const WindowDebugSnapshot&) const = default;
 };
 
+// A button, and how its label is understood.
+struct DiagnosedButton {
+  std::string label;
+  LabelKind kind = LabelKind::unknown;
+  bool isEnabled = true;
+};
+
 // One window of a desktop, and what was found of it.
 struct WindowDiagnosis {
   std::string appName;
   std::int32_t processIdentifier = 0;
   std::optional<WindowDebugSnapshot> snapshot;  // Absent when the application did not answer in time.
   // The rules that fit, the deciding one first. Empty where windows are judged by words alone.
-  std::vector<PromptStructure::Verdict> verdicts;
+  std::vector<PromptStructure::Verdict> verdicts{};
   bool blocksOthers = false;  // Other dialogs of its program wait until it is answered.
+  WindowStructure structure{};
+  std::vector<DiagnosedButton> buttons{};
+  // Of a prompt.
+  std::optional<std::string> directAccessReason{};
+  std::optional<std::string> recommendedLabel{};
 };
 
 // The windows of a desktop. `failure` present: it could not be read as a whole, and what is missing may be there.

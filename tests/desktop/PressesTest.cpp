@@ -8,6 +8,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/LinuxDesktopBinding.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "support/LongTests.h"
 
 // Presses in a row on real dialogs: each is read, found again, pressed and proved to have gone. Each program reports by
@@ -100,7 +101,7 @@ class Row {
   }
 
   LinuxDesktopBinding binding{""};
-  PromptAgent agent{binding};
+  PromptAgent agent{binding, linuxPromptSupplement()};
   std::deque<std::pair<Press, DesktopProgram>> waiting;
   std::vector<double> milliseconds;
 };

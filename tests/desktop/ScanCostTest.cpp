@@ -6,6 +6,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/LinuxDesktopBinding.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "support/LongTests.h"
 
 // What a whole scan costs: applications, windows, texts and verdicts. Times are printed, since they belong to a
@@ -59,7 +60,7 @@ class Desk {
   }
 
   LinuxDesktopBinding binding{""};
-  PromptAgent agent{binding};
+  PromptAgent agent{binding, linuxPromptSupplement()};
   std::vector<DesktopProgram> programs;
 };
 

@@ -9,6 +9,7 @@ namespace quillard::test {
 
 inline const std::string kFromAfar = "may be approved from afar";
 inline const std::string kSecret = "asks for a secret";
+inline const std::string kNotUnderstood = "has buttons that are not understood";
 inline const std::string kSettings = "leads to the settings";
 
 // Lines that depend on what is in a folder, and are not compared.

@@ -16,6 +16,7 @@
 #include "desktop/VerdictTable.h"
 #include "detection/DirectAccess.h"
 #include "detection/PromptReader.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "private-desktop/DesktopBus.h"
 #include "support/MachineLoad.h"
 
@@ -28,6 +29,7 @@ using ::testing::Contains;
 
 std::string accessOf(const PendingApproval& approval) {
   if (!approval.requiresDirectAccess) return kFromAfar;
+  if (approval.directAccessReason == notUnderstoodReason()) return kNotUnderstood;
   return approval.directAccessReason == secretRequiredReason() ? kSecret : kSettings;
 }
 
@@ -66,7 +68,7 @@ class World {
     DialogDetector detector{1,
                             agent.suppressionStore,
                             {binding.accessibility(), binding.workspace(), binding.windowList(), binding.clock(),
-                             variables, console, agent.stableIDs}};
+                             variables, console, agent.stableIDs, linuxPromptSupplement()}};
     (void)detector.scan();
     std::string all;
     for (const auto& line : console.lines()) all += line + "\n";
@@ -102,7 +104,7 @@ class World {
   }
 
   LinuxDesktopBinding binding;
-  PromptAgent agent{binding};
+  PromptAgent agent{binding, linuxPromptSupplement()};
 };
 
 class Verdict : public testing::TestWithParam<Case> {

@@ -18,7 +18,9 @@ namespace quillard::test {
 // The agent's eyes and hands over one binding.
 class PromptAgent {
  public:
-  explicit PromptAgent(DesktopBinding& binding) : binding(binding) {}
+  // `supplement`: what the desktop adds to the rules. Empty: they hold to the letter.
+  explicit PromptAgent(DesktopBinding& binding, const platform::PromptSupplement& supplement = {})
+      : binding(binding), supplement(supplement) {}
 
   // What two scans in a row have seen.
   std::vector<PendingApproval> scan() {
@@ -58,12 +60,13 @@ class PromptAgent {
   }
 
   DesktopBinding& binding;
+  const platform::PromptSupplement supplement;
   ApprovalSuppressionStore suppressionStore{binding.userDefaults()};
   StableIDs stableIDs{binding.random()};
   DialogDetector detector{1,
                           suppressionStore,
                           {binding.accessibility(), binding.workspace(), binding.windowList(), binding.clock(),
-                           binding.environment(), binding.console(), stableIDs}};
+                           binding.environment(), binding.console(), stableIDs, supplement}};
   DialogFocusResolver resolver{detector, binding.accessibility(), binding.workspace()};
 };
 

@@ -14,6 +14,21 @@ NodeRecord record(Role role, const std::string& name = "", std::uint64_t states 
   return {.role = role, .states = states, .name = name};
 }
 
+TEST(Mapping, CallsAnObjectEnabledThatSaysSoInEitherWay) {
+  EXPECT_TRUE(mapping::isEnabled(record(Role::pushButton, "OK", bit(State::enabled) | bit(State::sensitive))));
+  EXPECT_TRUE(mapping::isEnabled(record(Role::pushButton, "OK", bit(State::enabled))));
+  EXPECT_TRUE(mapping::isEnabled(record(Role::pushButton, "OK", bit(State::sensitive))));
+  EXPECT_FALSE(mapping::isEnabled(record(Role::pushButton, "OK")));
+}
+
+TEST(Mapping, TellsAlertsAndChoosersFromOtherWindows) {
+  EXPECT_EQ(mapping::roleDescriptionOf(Role::alert), ax::kAlertDescription);
+  for (const Role role : {Role::fileChooser, Role::colorChooser, Role::fontChooser}) {
+    EXPECT_EQ(mapping::roleDescriptionOf(role), ax::kChooserDescription);
+  }
+  EXPECT_EQ(mapping::roleDescriptionOf(Role::dialog), "");
+}
+
 TEST(Mapping, GivesEachRoleItsAxRole) {
   const std::vector<std::pair<NodeRecord, std::string_view>> table{
       {record(Role::pushButton), "AXButton"},
@@ -32,6 +47,15 @@ TEST(Mapping, GivesEachRoleItsAxRole) {
       {record(Role::pageTabList), "AXTabGroup"},
       {record(Role::icon), "AXImage"},
       {record(Role::image), "AXImage"},
+      {record(Role::table), "AXTable"},
+      {record(Role::list), "AXList"},
+      {record(Role::listBox), "AXList"},
+      {record(Role::slider), "AXSlider"},
+      {record(Role::spinButton), "AXIncrementor"},
+      {record(Role::progressBar), "AXProgressIndicator"},
+      {record(Role::fileChooser), "AXBrowser"},
+      {record(Role::colorChooser), "AXBrowser"},
+      {record(Role::fontChooser), "AXBrowser"},
       {record(Role{39}), "AXGroup"},
       {record(Role{20}), "AXGroup"},
       {record(Role{0xffffffff}), "AXGroup"},

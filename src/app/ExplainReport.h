@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "detection/DialogDetector.h"
+
+namespace quillard::app {
+
+// Of each window whose title or program holds `words` (in any letter case; empty: of each), in plain words: which sign
+// decided that it is a prompt or none, what would have to be different, how its buttons are understood, and what can be
+// done with it from afar. Texts of other programs are made harmless.
+[[nodiscard]] std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& words);
+
+}  // namespace quillard::app

@@ -1,0 +1,135 @@
+#include <algorithm>
+
+#include <gmock/gmock.h>
+
+#include "detection/DialogDetector.h"
+#include "detection/DirectAccess.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
+#include "support/DetectionWorld.h"
+
+// What the detector does where a desktop adds to the rules, and with texts that run while they are shown.
+namespace quillard {
+namespace {
+
+using platform::AXValue;
+using platform::simulated::NodeHandle;
+using samples::DetectionWorld;
+using samples::titles;
+using ::testing::UnorderedElementsAre;
+using Outcome = PromptResolution::Outcome;
+namespace ax = platform::ax;
+
+class DialogDetectorLinuxTest : public testing::Test, protected DetectionWorld {
+ protected:
+  static DetectorDependencies onLinux(DetectorDependencies dependencies) {
+    dependencies.supplement = linuxPromptSupplement();
+    return dependencies;
+  }
+  std::vector<PendingApproval> promptsAfterTwoScans() {
+    (void)linuxDetector.scan();
+    return linuxDetector.scan().approvals;
+  }
+  NodeHandle textOf(NodeHandle window) {
+    for (const auto child : desktop().children(window)) {
+      if (desktop().attribute(child, ax::kRole).value() == AXValue{std::string(ax::kStaticTextRole)}) return child;
+    }
+    ADD_FAILURE() << "no text";
+    return window;
+  }
+  void say(NodeHandle text, const std::string& words) { desktop().setAttribute(text, ax::kValue, AXValue{words}); }
+  // As the store would hold it.
+  PendingApproval stored(const PendingApproval& scanned) {
+    return scanned.replacingIdentity(Uuid::fromRandomBytes(world.random().identityBytes()), scanned.detectedAt);
+  }
+
+  DialogDetector linuxDetector{kOwnProcess, suppressionStore, onLinux(dependencies)};
+};
+
+TEST_F(DialogDetectorLinuxTest, APromptWithACountdownArrivesAndCanBePressed) {
+  const auto window = desktop().open({.title = "Display",
+                                      .lines = {"Your configuration will be restored in 20 seconds."},
+                                      .buttons = {"Keep", "Cancel"}});
+  const auto text = textOf(window);
+  (void)linuxDetector.scan();
+  world.advance(Seconds{2});
+  say(text, "Your configuration will be restored in 18 seconds.");
+  const auto prompts = linuxDetector.scan().approvals;
+  ASSERT_EQ(prompts.size(), 1U);
+  EXPECT_EQ(prompts[0].messageLines.front(), "Your configuration will be restored in 18 seconds.") << "the newest text";
+  world.advance(Seconds{9});
+  say(text, "Your configuration will be restored in 9 seconds.");
+  EXPECT_TRUE(linuxDetector.presenceOf(stored(prompts[0])).isThere());
+  EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Keep").outcome, Outcome::found);
+}
+
+TEST_F(DialogDetectorLinuxTest, APromptThatIsAboutSomethingElseByNowIsNotPressed) {
+  const auto window = desktop().open(
+      {.title = "Access", .lines = {"Allow 3 files to be read for 10 minutes?"}, .buttons = {"Allow", "Deny"}});
+  const auto prompt = stored(promptsAfterTwoScans().at(0));
+  const auto text = textOf(window);
+  for (const std::string changed :
+       {"Allow 300 files to be read for 10 minutes?", "Allow 3 files to be read for 10 hours?",
+        "Allow 3 files to be read for 60 minutes?"}) {
+    say(text, changed);
+    EXPECT_EQ(linuxDetector.resolve(prompt, "Allow").outcome, Outcome::notFound) << changed;
+  }
+  say(text, "Allow 3 files to be read for 10 minutes?");
+  EXPECT_EQ(linuxDetector.resolve(prompt, "Allow").outcome, Outcome::found);
+}
+
+TEST_F(DialogDetectorLinuxTest, AButtonThatCountsIsFoundByItsWord) {
+  const auto window = desktop().open({.title = "Restart", .lines = {"Restart?"}, .buttons = {"Restart (9)", "Cancel"}});
+  const auto button = *desktop().findButton(window, "Restart (9)");
+  const auto prompt = stored(promptsAfterTwoScans().at(0));
+  desktop().setAttribute(button, ax::kTitle, AXValue{std::string("Restart (8)")});
+  const auto resolution = linuxDetector.resolve(prompt, "Restart (9)");
+  ASSERT_EQ(resolution.outcome, Outcome::found);
+  EXPECT_EQ(resolution.button->button.label, "Restart (8)");
+}
+
+TEST_F(DialogDetectorLinuxTest, AButtonThatTakesNoPressesIsShownAndNotPressed) {
+  const auto window = desktop().open({.title = "Frob", .lines = {"Go on?"}, .buttons = {"Allow", "Cancel"}});
+  desktop().setAttribute(*desktop().findButton(window, "Allow"), ax::kEnabled, AXValue{false});
+  for (auto* const each : {&linuxDetector, &detector}) {
+    (void)each->scan();
+    const auto prompts = each->scan().approvals;
+    ASSERT_EQ(prompts.size(), 1U);
+    ASSERT_NE(prompts[0].button("Allow"), nullptr);
+    EXPECT_FALSE(prompts[0].button("Allow")->isEnabled);
+    EXPECT_TRUE(prompts[0].button("Cancel")->isEnabled);
+    EXPECT_EQ(prompts[0].recommendedButtonLabel, std::nullopt);
+    EXPECT_EQ(each->resolve(prompts[0], "Allow").outcome, Outcome::notFound);
+    EXPECT_EQ(each->resolve(prompts[0], "Cancel").outcome, Outcome::found);
+  }
+}
+
+TEST_F(DialogDetectorLinuxTest, OfTwoDialogsTheOneThatBlocksTheOtherIsListed) {
+  const auto program = desktop().launch({.name = "Editor"});
+  desktop().open(program, {.title = "Behind", .lines = {"Start?"}, .buttons = {"Start", "Cancel"}, .modal = false});
+  const auto other = desktop().launch({.name = "Other"});
+  desktop().open(other, {.title = "Elsewhere", .lines = {"Start?"}, .buttons = {"Start", "Cancel"}, .modal = false});
+  const auto front =
+      desktop().open(program, {.title = "In front", .lines = {"Replace it?"}, .buttons = {"Replace", "Cancel"}});
+  EXPECT_THAT(titles(promptsAfterTwoScans()), UnorderedElementsAre("In front", "Elsewhere"));
+  const auto windows = linuxDetector.diagnose().windows;
+  const auto behind = std::find_if(windows.begin(), windows.end(),
+                                   [](const auto& window) { return window.snapshot->title == "Behind"; });
+  EXPECT_EQ(behind->snapshot->rejectionReason, "Another dialog of the same program blocks it.");
+  desktop().close(front);
+  EXPECT_THAT(titles(promptsAfterTwoScans()), UnorderedElementsAre("Behind", "Elsewhere"));
+}
+
+TEST_F(DialogDetectorLinuxTest, ASafeDismissalOfTheDesktopMayBePressedOnAnyPrompt) {
+  desktop().open({.title = "Frob", .lines = {"Password needed."}, .buttons = {"Grant Access", "Deny Access"}});
+  const auto prompt = promptsAfterTwoScans().at(0);
+  EXPECT_TRUE(prompt.requiresDirectAccess);
+  EXPECT_TRUE(requiresDirectAccessFor(prompt, "Grant Access"));
+  EXPECT_FALSE(requiresDirectAccessFor(prompt, "Deny Access"));
+  EXPECT_TRUE(requiresDirectAccessFor(prompt, "Reject")) << "it has no such button";
+  const auto resolution = linuxDetector.resolve(stored(prompt), "Deny Access");
+  ASSERT_EQ(resolution.outcome, Outcome::found);
+  EXPECT_TRUE(resolution.button->button.isKnownDismissal);
+}
+
+}  // namespace
+}  // namespace quillard

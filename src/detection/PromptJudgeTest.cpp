@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include "detection/DirectAccess.h"
+#include "detection/PromptJudge.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
+#include "support/DetectionWorld.h"
+
+namespace quillard {
+namespace {
+
+using Lines = std::vector<std::string>;
+const platform::PromptSupplement kNone{};
+
+class PromptJudgeTest : public testing::Test {
+ protected:
+  // A window of one line and these buttons.
+  void show(const Lines& lines, const Lines& buttons, const std::string& title = "Title") {
+    reading.evidence.subrole = "AXDialog";
+    reading.evidence.isModal = true;
+    reading.evidence.title = title;
+    reading.evidence.messageLines = lines;
+    reading.evidence.buttonLabels = buttons;
+    reading.texts.title = PromptText::asItStands(title);
+    for (const auto& line : lines) reading.texts.lines.push_back(PromptText::asItStands(line));
+    for (const auto& label : buttons) {
+      reading.texts.labels.push_back(PromptText::asItStands(label));
+      reading.buttons.push_back({.label = label, .role = "AXButton", .width = 80, .height = 20});
+    }
+  }
+  [[nodiscard]] JudgedPrompt judged(const platform::PromptSupplement& supplement = linuxPromptSupplement()) const {
+    return PromptJudge{supplement}.judge(reading);
+  }
+  [[nodiscard]] bool accepted(const platform::PromptSupplement& supplement = linuxPromptSupplement()) const {
+    return PromptJudge{supplement}.classify(source, reading).accepted;
+  }
+
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{1}};
+  PromptReading reading{.content = world.accessibility().createSystemWide()};
+  WindowSource source{.window = reading.content, .appName = "Example", .bundleIdentifier = std::nullopt};
+};
+
+TEST_F(PromptJudgeTest, JudgesMeaningsAndShowsWhatStandsThere) {
+  show({"Die Kamera verwenden?"}, {"Zulassen", "Ablehnen"});
+  reading.texts.labels[0].judged = "Allow";
+  reading.texts.labels[1].judged = "Reject";
+  EXPECT_TRUE(accepted());
+  const auto prompt = judged();
+  EXPECT_EQ(prompt.lines, Lines{"Die Kamera verwenden?"});
+  EXPECT_EQ(prompt.buttons[0].label, "Zulassen");
+  EXPECT_EQ(prompt.recommendedLabel, "Zulassen");
+  EXPECT_FALSE(prompt.buttons[0].isKnownDismissal);
+  EXPECT_TRUE(prompt.buttons[1].isKnownDismissal);
+  EXPECT_EQ(prompt.directAccessReason, std::nullopt);
+}
+
+TEST_F(PromptJudgeTest, OffersOnlyTheWayOutWhereAButtonIsNotUnderstood) {
+  show({"Grokked."}, {"Frobnicate", "Cancel"});
+  EXPECT_EQ(judged().directAccessReason, notUnderstoodReason());
+  reading.buttons[0].isEnabled = false;
+  EXPECT_EQ(judged().directAccessReason, std::nullopt) << "it cannot be pressed anyway";
+}
+
+TEST_F(PromptJudgeTest, AsksBothTextsWhetherASecretIsWanted) {
+  show({"Passphrase:"}, {"OK", "Cancel"});
+  EXPECT_EQ(judged().directAccessReason, secretRequiredReason());
+  reading.texts.lines[0].judged = "Hello";
+  EXPECT_EQ(judged().directAccessReason, secretRequiredReason()) << "no meaning takes the mark away";
+  reading.texts.lines[0] = {.shown = "Losungswort:", .judged = "Password:"};
+  EXPECT_EQ(judged().directAccessReason, secretRequiredReason());
+  reading.texts.lines[0] = PromptText::asItStands("Hello");
+  EXPECT_EQ(judged().directAccessReason, std::nullopt);
+  reading.texts.beyond = {PromptText::asItStands("Enter your PIN code")};
+  EXPECT_EQ(judged().directAccessReason, secretRequiredReason());
+}
+
+TEST_F(PromptJudgeTest, LeavesWhatHasToBeTypedToTheComputer) {
+  show({"Hello"}, {"OK", "Cancel"});
+  reading.evidence.structure.textFields = 1;
+  EXPECT_EQ(judged().directAccessReason, toBeFilledInReason());
+  EXPECT_EQ(judged(kNone).directAccessReason, std::nullopt);
+}
+
+TEST_F(PromptJudgeTest, RecommendsNothingWhereSomethingIsAtStake) {
+  for (const std::string line :
+       {"Delete 3 files?", "The host key is unknown.", "Do you trust it?", "It cannot be undone."}) {
+    reading = PromptReading{.content = world.accessibility().createSystemWide()};
+    show({line}, {"Yes", "No"});
+    EXPECT_EQ(judged().recommendedLabel, std::nullopt) << line;
+    EXPECT_EQ(judged(kNone).recommendedLabel, "Yes") << "the rules that hold everywhere do";
+  }
+  reading = PromptReading{.content = world.accessibility().createSystemWide()};
+  show({"Turn on the camera?"}, {"Always Allow", "Allow", "Deny"});
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt) << "a button beside it grants for ever";
+}
+
+TEST_F(PromptJudgeTest, NeverRecommendsAButtonThatTakesNoPresses) {
+  show({"Go on?"}, {"OK", "Yes", "No"});
+  reading.buttons[0].isEnabled = false;
+  EXPECT_EQ(judged().recommendedLabel, "Yes");
+  EXPECT_EQ(judged(kNone).recommendedLabel, "Yes");
+}
+
+TEST_F(PromptJudgeTest, SaysNothingTwice) {
+  show({"Unlock  keyring", "Password", "It is locked.", "Password:"}, {"OK", "Cancel"}, "Unlock keyring");
+  EXPECT_EQ(judged().lines, (Lines{"Password:", "It is locked."}));
+  EXPECT_EQ(judged(kNone).lines, (Lines{"Unlock  keyring", "Password", "It is locked.", "Password:"}));
+}
+
+TEST_F(PromptJudgeTest, ShowsATitleThatIsAllThereIs) {
+  show({"Sure?"}, {"Yes", "No"}, "Sure?");
+  EXPECT_EQ(judged().lines, Lines{"Sure?"});
+}
+
+TEST_F(PromptJudgeTest, KnowsTheServicesOfTheDesktopByName) {
+  show({"Something"}, {"Frobnicate", "Grok"});
+  EXPECT_FALSE(accepted());
+  source.appName = "polkit-gnome-authentication-agent-1";
+  EXPECT_TRUE(accepted());
+  EXPECT_FALSE(accepted(kNone));
+  source.appName = "Agent";
+  source.bundleIdentifier = "org.freedesktop.impl.XDG-Desktop-Portal.desktop.gtk";
+  EXPECT_TRUE(accepted());
+}
+
+}  // namespace
+}  // namespace quillard

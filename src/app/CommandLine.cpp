@@ -48,6 +48,7 @@ void describe(CLI::App& program, Arguments& read) {
   auto* const record = program.add_subcommand("record", "Write down what the applications show now");
   record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
   record->add_flag("--mask-texts", read.recording.masksTexts, "Hide what the texts say, but for labels of buttons");
+  record->add_option("--program", read.recording.program, "Only programs whose name holds this");
 }
 
 Command commandOf(const CLI::App& program, const Arguments& read) {

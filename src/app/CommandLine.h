@@ -37,6 +37,7 @@ struct ShowPairingCode {
 struct RecordDesktop {
   std::string file;
   bool masksTexts = false;
+  std::string program{};  // Only applications whose name holds it; empty: all.
   bool operator==(const RecordDesktop&) const = default;
 };
 

@@ -28,6 +28,7 @@ std::string refusal(const std::vector<std::string>& arguments) {
 TEST(CommandLine, WithoutArgumentsTheAgentRuns) { expectCommand({}, RunAgent{}); }
 
 TEST(CommandLine, HasACommandForEachTool) {
+  expectCommand({"record", "f", "--program", "thunar"}, RecordDesktop{.file = "f", .program = "thunar"});
   expectCommand({"explain"}, ExplainWindows{});
   expectCommand({"explain", "Save"}, ExplainWindows{.words = "Save"});
   expectCommand({"scan"}, ScanOnce{});

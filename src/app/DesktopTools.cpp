@@ -72,8 +72,12 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
   }
   recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
   if (command.masksTexts) privacy.knownTexts = knownLabels(platform);
-  const auto desktop =
-      recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList, {}, privacy);
+  const auto desktop = recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList,
+                                                {.program = command.program}, privacy);
+  if (!command.program.empty() && desktop.applications.empty()) {
+    output.printError("No such program has windows here: " + command.program + "\n");
+    return ExitCode::cannotDoHere;
+  }
   const auto problem = writeNewPrivateFile(command.file, recording::recordedDesktopText(desktop));
   if (problem) {
     output.printError(command.file + " cannot be written: " + *problem + "\n");

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "app/DesktopTools.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "platform/simulated/SimulatedWorld.h"
 #include "recording/RecordedDesktopJson.h"
 #include "support/TemporaryFolder.h"
@@ -75,6 +76,31 @@ TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {
   EXPECT_EQ(recorded().find("Ann"), std::string::npos) << recorded();
   EXPECT_EQ(recorded().find("undone"), std::string::npos) << recorded();
   EXPECT_NE(recorded().find("Cancel"), std::string::npos) << recorded();
+}
+
+TEST_F(DesktopTools, RecordLeavesOutOtherProgramsOnRequest) {
+  const auto other = world.desktop().launch({.name = "Letters", .active = true});
+  world.desktop().open(other, {.title = "Dear Ann", .lines = {"Hello"}, .buttons = {"Send", "Cancel"}});
+  ASSERT_EQ(recordDesktop({.file = file, .program = "EXAMPLE"}, world.platform(), output), ExitCode::fine) << errorText;
+  EXPECT_NE(recorded().find("Erase Ann's disk?"), std::string::npos) << recorded();
+  for (const std::string foreign : {"Dear Ann", "Hello", "Letters", "Send"}) {
+    EXPECT_EQ(recorded().find(foreign), std::string::npos) << foreign << "\n" << recorded();
+  }
+  EXPECT_TRUE(std::holds_alternative<recording::RecordedDesktop>(recording::readRecordedDesktop(recorded())));
+  EXPECT_EQ(recordDesktop({.file = file + "2", .program = "nothing like it"}, world.platform(), output),
+            ExitCode::cannotDoHere);
+  EXPECT_FALSE(fs::exists(file + "2"));
+}
+
+TEST_F(DesktopTools, ExplainSaysWhatDecided) {
+  EXPECT_EQ(explainWindows({.words = "erase"}, world.platform(), output), ExitCode::fine);
+  EXPECT_NE(printed.find("It is a prompt."), std::string::npos) << printed;
+  printed.clear();
+  world.setPromptSupplement(linuxPromptSupplement());
+  EXPECT_EQ(explainWindows({.words = "erase"}, world.platform(), output), ExitCode::fine);
+  EXPECT_NE(printed.find("(question)"), std::string::npos) << printed;
+  world.desktop().setTrusted(false);
+  EXPECT_EQ(explainWindows({}, world.platform(), output), ExitCode::cannotDoHere);
 }
 
 TEST_F(DesktopTools, RecordOverwritesNothing) {

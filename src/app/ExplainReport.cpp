@@ -115,9 +115,12 @@ std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& wo
   for (const auto& window : diagnosis.windows) {
     const std::string title = window.snapshot ? window.snapshot->title : "";
     if (!holds(window.appName, lowerWords) && !holds(title, lowerWords)) continue;
-    text += window.snapshot ? explained(window)
-                            : "A window of " + printableText(window.appName, kLongestText) + ": it did not answer.\n";
-    text += "\n";
+    const auto lines =
+        (window.snapshot ? explained(window)
+                         : "A window of " + printableText(window.appName, kLongestText) + ": it did not answer.\n") +
+        "\n";
+    // A sheet is met in its window, and as a window with the focus.
+    if (!text.ends_with(lines)) text += lines;
   }
   if (text.empty()) text = "No such window.\n";
   if (diagnosis.failure) text += "The desktop could not be read as a whole: windows may be there all the same.\n";

@@ -14,6 +14,7 @@ using platform::PromptSupplement;
 constexpr int kTooManyButtons = 13;
 constexpr int kMostButtons = 8;
 constexpr int kMostOthers = 4;
+constexpr int kMostLines = 10;
 constexpr int kMostButtonsOfAKnownChoice = 6;
 constexpr int kMostFieldsBesideASecret = 2;
 constexpr int kManyBoxes = 3;
@@ -32,6 +33,7 @@ struct Facts {
   bool hasConflict = false;    // Two things claim one name.
   bool hasHighSignal = false;  // A label that makes a prompt even alone, and does more than take notice.
 
+  int lines = 0;
   int buttons = 0;
   int decisions = 0;         // Buttons that decide something: all but asides.
   int dismissals = 0;        // Ways out.
@@ -100,6 +102,7 @@ Facts factsOf(const DialogPromptEvidence& evidence, const PromptSupplement& supp
   facts.hasSettingsTitle = isSettingsTitle(evidence.title, supplement.settingsTitles);
   facts.saysQuestion = saysOneOf(all, supplement.questions);
   facts.hasPhrase = facts.words.hasPhrase || facts.saysQuestion || saysOneOf(all, supplement.phrases);
+  facts.lines = static_cast<int>(evidence.messageLines.size()) + (evidence.title.empty() ? 0 : 1);
   facts.asksAQuestion = holdsQuestion(all);
   facts.hasConflict = saysOneOf(all, kConflicts);
   countLabels(evidence, supplement, facts);
@@ -150,11 +153,12 @@ constexpr std::array kRules{
          "It would have to be a dialog, or have no toolbar, menu bar, tabs and no title of settings."},
     Rule{"window-that-asks",
          [](const Facts& f) {
-           return !f.words.isDialogLike && f.hasPhrase && f.buttons <= kMostButtonsOfAKnownChoice && !f.isForm() &&
-                  f.parts.textFields == 0 && f.parts.lists == 0 && !f.parts.isCutOff &&
+           return !f.words.isDialogLike && (f.hasPhrase || f.asksAQuestion) && f.lines <= kMostLines &&
+                  f.buttons <= kMostButtonsOfAKnownChoice && !f.isForm() && f.parts.textFields == 0 &&
+                  f.parts.lists == 0 && !f.parts.isCutOff &&
                   (f.words.hasPairedChoice || f.words.hasSettingsSignal || (f.dismissals > 0 && f.actions > 0));
          },
-         true, "It says what only a prompt says, and known buttons stand for a choice.",
+         true, "It asks, or says what only a prompt says, and known buttons stand for a choice.",
          "It would have to say something else, or show buttons that are no choice."},
     Rule{"ordinary-window", [](const Facts& f) { return !f.words.isDialogLike; }, false,
          "It is an ordinary window, without the words and the buttons of a prompt.",

@@ -159,8 +159,15 @@ TEST(PromptStructure, TakesTheQuestionsOfServicesButNotTheirChoosers) {
 
 TEST(PromptStructure, WantsWordsAndButtonsOfAnOrdinaryWindow) {
   EXPECT_EQ(signOf(window({"Don't Allow", "OK"}, {"It would like to access the camera."})), "window-that-asks");
+  EXPECT_EQ(signOf(window({"Not Now", "Start"}, {"Start the backup now?"})), "window-that-asks");
+  EXPECT_EQ(signOf(with(window({"Not Now", "Start"}, {"Start now?"}), kList)), "ordinary-window");
   EXPECT_EQ(signOf(window({"Cancel", "Frobnicate"}, {"It would like to access the camera."})), "ordinary-window");
   EXPECT_EQ(signOf(window({"Cancel", "OK"})), "ordinary-window");
+  EXPECT_EQ(signOf(window({"Cancel", "OK"}, {"Are you sure?", "1", "2", "3", "4", "5", "6", "7", "8"})),
+            "window-that-asks");
+  EXPECT_EQ(signOf(window({"Cancel", "OK"}, {"Are you sure?", "1", "2", "3", "4", "5", "6", "7", "8", "9"})),
+            "ordinary-window")
+      << "that is no prompt, but much text";
   auto chrome = window({"Cancel", "OK"}, {"Are you sure?"});
   chrome.hasNavigationChrome = true;
   EXPECT_EQ(signOf(chrome), "window-with-chrome");

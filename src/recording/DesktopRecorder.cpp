@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "foundation/Text.h"
 #include "recording/RecordingRedaction.h"
 
 namespace quillard::recording {
@@ -80,8 +81,8 @@ class Recorder {
     const auto systemWide = accessibility.createSystemWide();
     const auto window = focused(systemWide, ax::kFocusedWindow);
     const auto element = focused(systemWide, ax::kFocusedUIElement);
-    if (window) desktop.focusedWindow = recordedId(*window);
-    if (element) desktop.focusedElement = recordedId(*element);
+    if (window && isRecorded(accessibility.processIdentifier(*window))) desktop.focusedWindow = recordedId(*window);
+    if (element && isRecorded(accessibility.processIdentifier(*element))) desktop.focusedElement = recordedId(*element);
     resolveReferences();
   }
 
@@ -105,6 +106,14 @@ class Recorder {
   RecordedDesktop result() && { return std::move(desktop); }
 
  private:
+  // Whether what belongs to the process is part of the recording.
+  [[nodiscard]] bool isRecorded(std::optional<std::int32_t> processIdentifier) const {
+    if (limits.program.empty()) return true;
+    return std::any_of(desktop.applications.begin(), desktop.applications.end(), [&](const auto& application) {
+      return application.application.processIdentifier == processIdentifier;
+    });
+  }
+
   void recordApplication(const platform::RunningApplication& application, const AXUIElement& element) {
     const ElementId id = newElement(element, application.processIdentifier);
     readAttribute(element, id, ax::kRole);
@@ -262,6 +271,7 @@ class Recorder {
   }
 
   void addWindowListEntry(platform::WindowListEntry entry, bool isOnScreen) {
+    if (!isRecorded(entry.ownerProcessIdentifier)) return;
     if (entry.ownerName) entry.ownerName = redaction.text(*entry.ownerName);
     if (entry.windowName) entry.windowName = redaction.text(*entry.windowName);
     desktop.windowList.push_back({.entry = std::move(entry), .isOnScreen = isOnScreen});
@@ -290,13 +300,16 @@ class Recorder {
 
 // All that run, and the one in front even when it is not listed among them.
 std::vector<platform::RunningApplication> applicationsToRecord(
-    platform::Workspace& workspace, const std::optional<platform::RunningApplication>& frontmost) {
+    platform::Workspace& workspace, const std::optional<platform::RunningApplication>& frontmost,
+    const std::string& program) {
+  const std::string wanted = text::lowercased(program);
   std::vector<platform::RunningApplication> applications;
   std::set<std::int32_t> processes;
   auto running = workspace.runningApplications();
   if (frontmost) running.push_back(*frontmost);
   for (auto& application : running) {
     if (application.isTerminated || !processes.insert(application.processIdentifier).second) continue;
+    if (text::lowercased(application.localizedName.value_or("")).find(wanted) == std::string::npos) continue;
     applications.push_back(std::move(application));
   }
   return applications;
@@ -308,7 +321,7 @@ RecordedDesktop recordDesktop(platform::Accessibility& accessibility, platform::
                               platform::WindowList& windowList, const RecordingLimits& limits,
                               const RecordingPrivacy& privacy) {
   const auto frontmost = workspace.frontmostApplication();
-  const auto applications = applicationsToRecord(workspace, frontmost);
+  const auto applications = applicationsToRecord(workspace, frontmost, limits.program);
   Recorder recorder{accessibility, applications, limits, privacy};
   if (frontmost) recorder.markFrontmost(frontmost->processIdentifier);
   recorder.recordFocus();

@@ -15,6 +15,8 @@ struct RecordingLimits {
   int elementsPerWindow = 2000;  // The window counts as one.
   int windowsPerApplication = 256;
   int depth = 100;  // Elements inside one another; a window is at depth one.
+  // Only applications whose name holds it, in any letter case, as if no others were there. Empty: all.
+  std::string program{};
 };
 
 // What a recording tells of the user. Texts of secure fields are never in it, masked or not.

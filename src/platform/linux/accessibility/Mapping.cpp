@@ -130,6 +130,7 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
     case Role::dial:
       return ax::kSliderRole;
     case Role::spinButton:
+    case Role::calendar:  // A date is set in it.
       return ax::kIncrementorRole;
     case Role::list:
     case Role::listBox:

@@ -52,6 +52,7 @@ TEST(Mapping, GivesEachRoleItsAxRole) {
       {record(Role::listBox), "AXList"},
       {record(Role::slider), "AXSlider"},
       {record(Role::spinButton), "AXIncrementor"},
+      {record(Role::calendar), "AXIncrementor"},
       {record(Role::progressBar), "AXProgressIndicator"},
       {record(Role::fileChooser), "AXBrowser"},
       {record(Role::colorChooser), "AXBrowser"},

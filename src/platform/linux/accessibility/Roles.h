@@ -8,6 +8,7 @@ namespace quillard::atspi {
 // not. Only those that something here depends on.
 enum class Role : std::uint32_t {
   alert = 2,
+  calendar = 5,
   checkBox = 7,
   checkMenuItem = 8,
   colorChooser = 9,

@@ -100,7 +100,7 @@ constexpr std::array kFormLabels{
     SupplementGroup{"Leads through the pages of an assistant or a tip.",
         "next|next *|previous|previous *|back|forward|last|first|prev"},
     SupplementGroup{"Searches.",
-        "find|find *|search|search *|count|replace all|mark all|highlight *"},
+        "find|find *|search|search *|count|mark all|highlight *"},
     SupplementGroup{"Changes what a form holds.",
         "browse|browse *|choose|choose *|select all|select none|deselect all|unselect all|invert selection|"
         "add|edit|edit *|new|new *|up|down|move up|move down|insert|insert *|duplicate|manage|preview|color|"

@@ -180,6 +180,7 @@ void Gtk4Prompt::addButtons(GtkWidget* area) {
   for (std::size_t i = 0; i < options.buttons.size(); ++i) {
     GtkWidget* const button = addButton(row, options.buttons[i]);
     g_object_set_data(G_OBJECT(button), "index", GINT_TO_POINTER(static_cast<int>(i) + 1));
+    gtk_widget_set_sensitive(button, static_cast<int>(i) != options.disabledButton ? TRUE : FALSE);
     if (static_cast<int>(i) == options.defaultButton) gtk_window_set_default_widget(GTK_WINDOW(window), button);
   }
   add(area, row);

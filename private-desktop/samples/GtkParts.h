@@ -52,6 +52,9 @@ inline void addDialogButtons(GtkDialog* dialog, const SampleOptions& options) {
     const auto& label = options.buttons[i];
     limitWidthOfButton(gtk_dialog_add_button(dialog, label.c_str(), kFirstButton + static_cast<int>(i)), label);
   }
+  if (options.disabledButton >= 0) {
+    gtk_dialog_set_response_sensitive(dialog, kFirstButton + options.disabledButton, FALSE);
+  }
   if (options.defaultButton >= 0) gtk_dialog_set_default_response(dialog, kFirstButton + options.defaultButton);
 }
 

@@ -253,6 +253,7 @@ QPushButton* QtPrompt::makeButton(const std::string& label, int index) {
   auto* const button = new QPushButton(text(label));
   if (label.size() > kMostShown) button->setMaximumWidth(100);
   button->setAutoDefault(false);
+  button->setEnabled(index < 0 || index != options.disabledButton);
   connect(button, &QPushButton::clicked, this, [this, label, index] { pressed(index, label); });
   return button;
 }

@@ -60,6 +60,7 @@ const Values& values() {
       {"--text", [](auto& options, const auto& value) { options.texts.push_back(value); }},
       {"--button", [](auto& options, const auto& value) { options.buttons.push_back(value); }},
       {"--default", [](auto& options, const auto& value) { options.defaultButton = std::stoi(value); }},
+      {"--disabled", [](auto& options, const auto& value) { options.disabledButton = std::stoi(value); }},
       {"--parent", [](auto& options, const auto& value) { options.parent = value; }},
       {"--password", [](auto& options, const auto& value) { options.passwordLabel = value; }},
       {"--secret-text", [](auto& options, const auto& value) { options.secretText = value; }},

@@ -28,6 +28,7 @@ struct SampleOptions {
   std::vector<std::string> texts;    // One a label; in message boxes the first is the question, the others go together.
   std::vector<std::string> buttons;  // In this order in the program; toolkits arrange them as they like.
   int defaultButton = -1;            // Counted from 0; -1: none.
+  int disabledButton = -1;           // Likewise: it takes no presses.
   bool isModal = false;
   bool hasDialogType = false;         // Sets the X window type, for windows that do not have it anyway.
   std::optional<std::string> parent;  // The title of another window of this program that it is transient for.

@@ -136,7 +136,10 @@ std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& 
   }
   if (reading.hasUnreadableText) return unreadableTextReason();
   if (!supplement.judgesByStructure) return std::nullopt;
-  if (reading.evidence.structure.textFields > 0) return toBeFilledInReason();
+  const auto& parts = reading.evidence.structure;
+  const bool isChosenFrom =
+      parts.lists > 0 && !parts.isAlert && !saysOneOf(normalizedText(texts, &PromptText::judged), supplement.questions);
+  if (parts.textFields > 0 || isChosenFrom) return toBeFilledInReason();
   const LabelMeaning meaning{supplement};
   for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
     const auto kind = meaning.kindOf(texts.labels[i].judged);

@@ -125,6 +125,7 @@ class ContentWalk {
       const bool isSecure = AXHelpers::subrole(reader, element) == ax::kSecureTextFieldSubrole;
       ++(isSecure ? parts.secureFields : parts.textFields);
     }
+    if (role == ax::kStaticTextRole && AXHelpers::subrole(reader, element) == ax::kTextAreaSubrole) ++parts.documents;
     if (role == ax::kBrowserRole) parts.isChooser = true;
     if (int* const counter = counterOf(parts, role)) ++*counter;
   }

@@ -30,6 +30,7 @@ struct Facts {
   bool saysQuestion = false;
   bool hasPhrase = false;      // What only prompts say.
   bool asksAQuestion = false;  // It holds a question mark.
+  bool offersToKeepASecret = false;
   bool hasConflict = false;    // Two things claim one name.
   bool hasHighSignal = false;  // A label that makes a prompt even alone, and does more than take notice.
 
@@ -47,7 +48,7 @@ struct Facts {
            parts.checkBoxes >= kManyBoxes;
   }
   // Strong enough for a list or a menu beside it.
-  [[nodiscard]] bool isQuestionByWords() const { return saysQuestion && dismissals > 0 && decisions > 1; }
+  [[nodiscard]] bool isQuestionByWords() const { return saysQuestion && decisions > 1; }
 };
 
 bool isSettingsTitle(std::string_view title, platform::SupplementList endings) {
@@ -64,6 +65,11 @@ bool isSettingsTitle(std::string_view title, platform::SupplementList endings) {
 
 constexpr std::array kConflicts{
     platform::SupplementGroup{"Two files claim one name.", "already exists|already contains|file exists"}};
+
+constexpr std::array kOffers{platform::SupplementGroup{
+    "A program offers to keep what was typed.",
+    "save password|save this password|save the password|save your password|save login|save this login|update password|"
+    "update login|update this login|remember password|remember this password|remember the password|store password"}};
 
 // In every script that has a question mark of its own.
 bool holdsQuestion(std::string_view text) {
@@ -97,14 +103,16 @@ Facts factsOf(const DialogPromptEvidence& evidence, const PromptSupplement& supp
   facts.words = DialogPromptClassifier::wordSigns(evidence);
   facts.parts = evidence.structure;
   facts.isService = evidence.isKnownPromptService;
-  facts.hasChrome =
-      evidence.hasNavigationChrome || facts.parts.tabGroups > 0 || facts.parts.toolbars > 0 || facts.parts.menuBars > 0;
+  // A tree in a dialog is a list to choose from; in a window, what leads around in it.
+  const bool isOutlined = !facts.words.isDialogLike && evidence.hasNavigationChrome;
+  facts.hasChrome = isOutlined || facts.parts.tabGroups > 0 || facts.parts.toolbars > 0 || facts.parts.menuBars > 0;
   facts.hasSettingsTitle = isSettingsTitle(evidence.title, supplement.settingsTitles);
   facts.saysQuestion = saysOneOf(all, supplement.questions);
   facts.hasPhrase = facts.words.hasPhrase || facts.saysQuestion || saysOneOf(all, supplement.phrases);
   facts.lines = static_cast<int>(evidence.messageLines.size()) + (evidence.title.empty() ? 0 : 1);
   facts.asksAQuestion = holdsQuestion(all);
   facts.hasConflict = saysOneOf(all, kConflicts);
+  facts.offersToKeepASecret = saysOneOf(all, kOffers);
   countLabels(evidence, supplement, facts);
   return facts;
 }
@@ -181,11 +189,11 @@ constexpr std::array kRules{
          "It would have to show at most eight buttons, and at most four of them besides the ways out."},
     Rule{"chooser-of-a-service",
          [](const Facts& f) {
-           return f.isService && f.parts.secureFields == 0 &&
-                  (f.parts.lists > 0 || f.hasChrome || f.parts.comboBoxes > 1);
+           const bool isChooser = (f.parts.lists > 0 && !f.hasPhrase) || f.hasChrome || f.parts.comboBoxes > 1;
+           return f.isService && f.parts.secureFields == 0 && isChooser;
          },
          false, "It belongs to a program that puts up prompts, but something is chosen in it.",
-         "It would have to hold no list, no tabs and at most one menu."},
+         "It would have to hold no list, no tabs and at most one menu, or say what only a prompt says beside a list."},
     Rule{"service", [](const Facts& f) { return f.isService; }, true,
          "It belongs to a program that exists to put up prompts.", "It would have to belong to another program."},
     Rule{"secret", asksForASecret, true, "It asks for a secret.",
@@ -197,12 +205,29 @@ constexpr std::array kRules{
            return f.hasConflict && f.dismissals > 0 && f.others > 0 && f.parts.textFields <= 1 && !f.hasChrome;
          },
          true, "Two things claim one name, and there is a way out.", "It would have to speak of something else."},
-    Rule{"form-with-fields", [](const Facts& f) { return f.parts.textFields > 0 || f.parts.secureFields > 0; }, false,
-         "It is a form: something has to be typed into it.", "It would have to hold no field for text."},
+    Rule{"offer-to-keep-a-secret",
+         [](const Facts& f) {
+           return f.offersToKeepASecret && f.dismissals > 0 && f.decisions > 1 && f.parts.secureFields <= 1 &&
+                  f.parts.textFields <= kMostFieldsBesideASecret && !f.hasChrome;
+         },
+         true, "It offers to keep a secret that has been typed already.", "It would have to offer something else."},
+    Rule{"form-with-fields",
+         [](const Facts& f) {
+           const bool isShownText = f.parts.textFields == 1 && f.parts.secureFields == 0 && f.isQuestionByWords();
+           return (f.parts.textFields > 0 || f.parts.secureFields > 0) && !isShownText;
+         },
+         false, "It is a form: something has to be typed into it.", "It would have to hold no field for text."},
     Rule{"dialog-with-chrome", [](const Facts& f) { return f.hasChrome && !f.parts.isAlert; }, false,
          "It has tabs, a toolbar or a menu bar, as settings and tools have.", "It would have to have none of them."},
     Rule{"labels-of-a-form", [](const Facts& f) { return f.formLabels > 0 && !f.parts.isAlert; }, false,
          "It shows a button of forms, settings, assistants or tools.", "It would have to show no such button."},
+    Rule{"text-to-read",
+         [](const Facts& f) {
+           const bool isAnswered = f.actions > 0 || f.others > f.acknowledgements;
+           return f.parts.documents > 0 && !isAnswered && !f.hasPhrase && !f.parts.isAlert;
+         },
+         false, "It shows a text to be read, and its buttons only take notice.",
+         "It would have to show a button that answers something."},
     Rule{"form-with-choices", [](const Facts& f) { return f.isForm() && !f.parts.isAlert && !f.isQuestionByWords(); },
          false, "It is a form: there is something to set in it.",
          "It would have to hold no menus, sliders, groups of boxes, or say what only a prompt says."},

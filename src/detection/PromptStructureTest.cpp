@@ -120,12 +120,35 @@ TEST(PromptStructure, TakesAListForPartOfAQuestionThatIsAskedInSoManyWords) {
   EXPECT_EQ(signOf(with(dialog({"Cancel", "Save"}, unsaved), kList)), "question");
   EXPECT_EQ(signOf(with(dialog({"Cancel", "Open"}, {"Which one?"}), kList)), "list");
   EXPECT_EQ(signOf(with(alert({"Cancel", "Unmount"}), kList)), "question");
+  auto tree = with(dialog({"Discard", "Start"}, {"Start the recovery process."}), kList);
+  tree.hasNavigationChrome = true;
+  EXPECT_EQ(signOf(tree), "choice-by-words") << "a tree in a dialog is a list";
 }
 
 TEST(PromptStructure, TakesAConflictForAPromptAlthoughANameCanBeTyped) {
   const std::vector<std::string> conflict{"The file already exists."};
   EXPECT_EQ(signOf(with(dialog({"Rename", "Overwrite", "Cancel"}, conflict), kField)), "conflict");
   EXPECT_EQ(signOf(with(dialog({"Rename", "Overwrite", "Cancel"}, conflict), kField, 2)), "form-with-fields");
+}
+
+TEST(PromptStructure, TakesAnOfferToKeepASecretForAPrompt) {
+  const auto offer = dialog({"Save", "Never"}, {"Save password for example.org?"});
+  EXPECT_EQ(signOf(with(with(offer, kField), &WindowStructure::comboBoxes)), "offer-to-keep-a-secret");
+  EXPECT_EQ(signOf(with(with(offer, kField, 3), &WindowStructure::comboBoxes)), "form-with-fields");
+}
+
+TEST(PromptStructure, TakesATextToReadForNoneUnlessItIsAnswered) {
+  EXPECT_EQ(signOf(with(dialog({"OK", "Cancel"}), &WindowStructure::documents)), "text-to-read");
+  EXPECT_EQ(signOf(with(dialog({"Accept", "Decline"}), &WindowStructure::documents)), "question");
+  EXPECT_EQ(
+      signOf(with(dialog({"OK", "Cancel"}, {"Do you agree to the license agreement?"}), &WindowStructure::documents)),
+      "question");
+}
+
+TEST(PromptStructure, TakesAQuestionAboutATextThatItShowsForAPrompt) {
+  EXPECT_EQ(signOf(with(dialog({"Paste", "Cancel"}, {"Pasting this text may be dangerous."}), kField)), "question");
+  EXPECT_EQ(signOf(with(dialog({"Paste", "Cancel"}, {"Pasting this text may be dangerous."}), kField, 2)),
+            "form-with-fields");
 }
 
 TEST(PromptStructure, NeverTakesAChooserForAPrompt) {
@@ -153,6 +176,7 @@ TEST(PromptStructure, TakesTheQuestionsOfServicesButNotTheirChoosers) {
   EXPECT_EQ(signOf(ofService(dialog({"Cancel"}))), "service") << "a passkey to be typed on the other device";
   EXPECT_EQ(signOf(ofService(with(dialog({"Open", "Cancel"}), kList))), "chooser-of-a-service");
   EXPECT_EQ(signOf(ofService(with(dialog({"Print", "Cancel"}), &WindowStructure::tabGroups))), "chooser-of-a-service");
+  EXPECT_EQ(signOf(ofService(with(dialog({"Share", "Cancel"}, {"It wants to share your screen."}), kList))), "service");
   EXPECT_EQ(signOf(ofService(dialog({"OK"}))), "nothing-to-decide");
   EXPECT_EQ(signOf(ofService(window({"Allow", "Deny"}))), "window-of-a-service");
 }

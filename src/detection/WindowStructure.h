@@ -17,6 +17,7 @@ struct WindowStructure {
   int comboBoxes = 0;
   int adjusters = 0;  // Sliders, and fields for numbers.
   int lists = 0;      // Tables and trees among them.
+  int documents = 0;  // Texts that are scrolled or selected, and not edited.
   int progressBars = 0;
   int tabGroups = 0;
   int toolbars = 0;

@@ -100,6 +100,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
     };
     for (const auto& line : options.lines) add("--text", line);
     for (const auto& label : options.buttons) add("--button", label);
+    if (options.disabledButton) add("--disabled", std::to_string(*options.disabledButton));
     if (options.hasSecureTextField) {
       arguments.emplace_back("--secret");
       add("--secret-text", "hunter2");

@@ -20,6 +20,12 @@ ElementSpec partOf(const std::string& part, double y) {
     return {
         .role = std::string(ax::kTextFieldRole), .subrole = std::string(ax::kSecureTextFieldSubrole), .frame = place};
   }
+  if (part == "document") {
+    return {.role = std::string(ax::kStaticTextRole),
+            .subrole = std::string(ax::kTextAreaSubrole),
+            .value = AXValue{std::string("Much text.")},
+            .frame = place};
+  }
   if (part == "chooser") return {.role = std::string(ax::kBrowserRole), .frame = place};
   return {.role = part, .title = "", .frame = place};
 }
@@ -89,6 +95,8 @@ const std::vector<SampleWindow>& sampleWindows() {
      {"Save", "Discard", "Cancel"}},
     {"reload-from-disk", prompt, dialog, "geany", "Question", {"The file 'a.c' on the disk is more recent than the current buffer."},
      {"Reload", "Overwrite", "Cancel"}},
+    {"recover-listed-documents", prompt, dialog, "soffice", "LibreOffice 7.4 Document Recovery",
+     {"Press 'Start' to start the recovery process of the documents listed below."}, {"Discard", "Start"}, {"AXOutline"}},
     {"recover-documents", prompt, dialog, "soffice", "LibreOffice 7.4 Document Recovery",
      {"LibreOffice will attempt to recover the state of the files that you were working on before it crashed.",
       "Click “Start” to begin the recovery, or “Discard” to cancel it."},
@@ -146,6 +154,17 @@ const std::vector<SampleWindow>& sampleWindows() {
     {"share-screen", prompt, dialog, "xdg-desktop-portal-gtk", "Remote Desktop", {"Allow “Viewer” to see the screen and use the input devices?"}, {"Cancel", "Share"}},
     {"wallpaper", prompt, dialog, "xdg-desktop-portal-gtk", "Set Background", {"“Photos” wants to change the background."}, {"Cancel", "Set"}, {"AXImage"}},
 
+    {"tls-certificate-wx", prompt, dialog, "filezilla", "Unknown certificate",
+     {"The server's certificate is unknown. Please carefully examine the certificate to make sure the server can be trusted.",
+      "Certificate in chain:", "Fingerprint (SHA-256):", "Trust the server certificate and carry on connecting?"},
+     {"OK", "Cancel"}, {"AXComboBox", "AXCheckBox", "AXCheckBox"}},
+    {"entries-for-a-browser", prompt, dialog, "keepassxc", "KeePassXC - Browser Access Request", {"example.org is requesting access to the following entries:"},
+     {"Allow Selected", "Deny All"}, {"AXTable", "AXCheckBox"}},
+    {"share-a-screen-of", prompt, dialog, "xdg-desktop-portal-gtk", "Share Screen", {"“Meet” wants to share your screen.", "Select monitor to share."},
+     {"Cancel", "Share"}, {"AXList"}},
+    {"unsafe-paste", prompt, dialog, "xfce4-terminal", "Warning: Unsafe Paste", {"Pasting this text to the terminal may be dangerous as it looks like some commands may be executed."},
+     {"Cancel", "Paste"}, {"AXTextField"}},
+
     // ---- Something ends, begins or is new
     {"quit-with-transfers", prompt, dialog, "hexchat", "Quit HexChat?", {"Are you sure you want to quit?", "You are connected to 2 IRC networks."},
      {"Cancel", "Minimize to Tray", "Quit"}, {"AXCheckBox"}},
@@ -186,6 +205,9 @@ const std::vector<SampleWindow>& sampleWindows() {
      {"Cancel", "OK"}, {"secret", "AXCheckBox"}},
     {"becoming-root", secret, dialog, "lxqt-sudo", "LXQt sudo", {"LXQt sudo needs your password to run:", "synaptic"}, {"OK", "Cancel"}, {"secret"}},
 
+    {"save-password", secret, dialog, "chromium", "Save password?", {"Save password?", "Username", "Password"}, {"Never", "Save", "Close"}, {"AXComboBox", "secret"}, false},
+    {"save-login", secret, alert, "firefox-esr", "", {"Save password for example.org?"}, {"Don’t Save", "Save"}, {"AXTextField", "secret", "AXCheckBox"}, false},
+
     // ---- Information: nothing to decide
     {"warning-ok", information, alert, "xfburn", "Warning", {"The disc is full."}, {"OK"}},
     {"error-close", information, alert, "ristretto", "Error", {"The file could not be deleted permanently."}, {"Close"}},
@@ -195,6 +217,8 @@ const std::vector<SampleWindow>& sampleWindows() {
     {"welcome", information, dialog, "audacity", "Welcome to Audacity!", {"How to get help", "These are our support methods:"}, {"OK"}, {"AXCheckBox"}, false},
     {"tip-of-the-day", information, dialog, "soffice", "Tip of the Day: 3/200", {"Did you know?", "You can delete a row with Ctrl+-."}, {"Next Tip", "OK"}, {"AXCheckBox"}, false},
     {"infobar", information, alert, "chromium", "Infobar", {"You are using an unsupported command-line flag."}, {"Close"}, {}, false},
+
+    {"text-to-read", information, dialog, "zenity", "Text View", {"hello"}, {"Cancel", "OK"}, {"document"}, false},
 
     // ---- Forms and tools
     {"about-gtk", form, dialog, "ristretto", "About Ristretto", {"Ristretto", "0.12", "An image viewer", "This program comes with absolutely no warranty."}, {"Close"}, {"AXCheckBox", "AXCheckBox", "AXLink"}},

@@ -212,6 +212,8 @@ inline constexpr std::string_view kLinkRole = "AXLink";
 
 inline constexpr std::string_view kDialogSubrole = "AXDialog";
 inline constexpr std::string_view kSecureTextFieldSubrole = "AXSecureTextField";
+// Of a static text that is a document to be read, rather than a label: no system's own.
+inline constexpr std::string_view kTextAreaSubrole = "AXTextArea";
 
 // Role descriptions, where a binding knows more of a window than its role and subrole tell. On systems that write them
 // for people, in their language, they say something else: nothing else is concluded from one.

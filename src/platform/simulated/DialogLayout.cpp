@@ -35,6 +35,7 @@ ElementSpec button(const DialogSpec& dialog, const std::string& label, const Rec
   return {.role = std::string(ax::kButtonRole),
           .title = label,
           .frame = frame,
+          .attributes = {{std::string(ax::kEnabled), AXValue{true}}},
           .actions = {std::string(ax::kPressAction)},
           .effects = {{std::string(ax::kPressAction), own == dialog.effects.end() ? dialog.effect : own->second}}};
 }

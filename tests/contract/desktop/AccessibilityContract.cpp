@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
 
 #include "contract/desktop/DesktopContract.h"
 
@@ -36,6 +39,17 @@ TEST_P(AccessibilityContract, ADialogSaysThatItIsOne) {
   const auto prompt = window(*program);
   EXPECT_TRUE(AXHelpers::subrole(accessibility(), prompt) == ax::kDialogSubrole ||
               AXHelpers::boolAttribute(accessibility(), prompt, ax::kModal).value_or(false));
+}
+
+TEST_P(AccessibilityContract, AButtonSaysWhetherItTakesPresses) {
+  const auto program = binding->show({.buttons = {"Cancel", "Allow"}, .disabledButton = 1});
+  std::map<std::string, std::optional<bool>> enabled;
+  for (const auto& element : elements(*program, ax::kButtonRole, accessibility())) {
+    const auto label = AXHelpers::stringAttribute(accessibility(), element, ax::kTitle).value_or("");
+    enabled[label] = AXHelpers::boolAttribute(accessibility(), element, ax::kEnabled);
+  }
+  EXPECT_EQ(enabled["Cancel"], true);
+  EXPECT_EQ(enabled["Allow"], false);
 }
 
 TEST_P(AccessibilityContract, EveryButtonHasItsLabelAndAPlaceInsideItsWindow) {

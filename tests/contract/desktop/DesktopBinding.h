@@ -26,9 +26,10 @@ struct PromptOptions {
   std::string title = "Permission";
   std::vector<std::string> lines{"The program wants to use the camera."};
   std::vector<std::string> buttons{"Don't Allow", "Allow"};
-  bool hasSecureTextField = false;         // With "hunter2" typed in.
-  std::optional<Point> at{};               // Top left, roughly: window managers add frames. Absent: anywhere.
-  std::optional<std::string> successor{};  // The title of a prompt that the first press opens in the same place.
+  std::optional<std::size_t> disabledButton{};  // Which of them takes no presses.
+  bool hasSecureTextField = false;              // With "hunter2" typed in.
+  std::optional<Point> at{};                    // Top left, roughly: window managers add frames. Absent: anywhere.
+  std::optional<std::string> successor{};       // The title of a prompt that the first press opens in the same place.
 };
 
 // A program that shows a prompt. Ends with this object at the latest.

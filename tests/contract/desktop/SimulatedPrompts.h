@@ -85,6 +85,10 @@ class UnreadableSimulatedProgram final : public PromptProgram {
                                                                         const PromptOptions& options) {
   const auto application = world.desktop().launch({.name = "Example", .bundleIdentifier = "com.example.app"});
   const auto prompt = world.desktop().open(application, dialogFor(options));
+  if (options.disabledButton) {
+    const auto button = world.desktop().findButton(prompt, options.buttons.at(*options.disabledButton));
+    world.desktop().setAttribute(button.value(), platform::ax::kEnabled, platform::AXValue{false});
+  }
   world.desktop().activate(application);
   world.desktop().raise(prompt);
   world.advance(Seconds{0.05});

@@ -139,6 +139,8 @@ class Recording:
         else:
             attributes['AXTitle'] = name
         attributes['AXDescription'] = node['description'] or ('Password' if secret else '')
+        if node['rawRoleName'] == 'text' and role == 'AXStaticText':
+            attributes['AXSubrole'] = 'AXTextArea'
         if secret:
             attributes['AXSubrole'] = 'AXSecureTextField'
         elif role in ('AXStaticText', 'AXTextField'):

@@ -228,8 +228,9 @@ AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
 }
 
 AXResult<AXValue> ElementAnswers::innerSubrole(Node& node) {
-  if (!mapping::isSecret(node.record)) return AXError::attributeUnsupported;
-  return textValue(ax::kSecureTextFieldSubrole);
+  if (mapping::isSecret(node.record)) return textValue(ax::kSecureTextFieldSubrole);
+  if (mapping::isDocument(node.record)) return textValue(ax::kTextAreaSubrole);
+  return AXError::attributeUnsupported;
 }
 
 AXResult<AXValue> ElementAnswers::roleDescription(Node& window) {

@@ -162,6 +162,8 @@ std::string_view roleDescriptionOf(Role role) {
 // offered in vain does no harm, one that is missing does.
 bool isEnabled(const NodeRecord& record) { return record.is(State::enabled) || record.is(State::sensitive); }
 
+bool isDocument(const NodeRecord& record) { return record.role == Role::text && !record.is(State::editable); }
+
 bool isSecret(const NodeRecord& record) { return record.role == Role::passwordText; }
 
 bool isDialogWindow(const NodeRecord& record, const x11::Window* window) {

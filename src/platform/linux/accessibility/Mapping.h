@@ -31,6 +31,8 @@ inline constexpr std::string_view kImageRole = "AXImage";
 [[nodiscard]] bool isEnabled(const NodeRecord& record);
 // Texts whose content is their value: labels, and text that cannot be edited.
 [[nodiscard]] bool isSecret(const NodeRecord& record);
+// Whether it is a text of many lines that cannot be edited: toolkits have another role for labels.
+[[nodiscard]] bool isDocument(const NodeRecord& record);
 
 // Whether a window is a dialog, by what it says or by what its X window says (null: no such window is known).
 [[nodiscard]] bool isDialogWindow(const NodeRecord& record, const x11::Window* window);

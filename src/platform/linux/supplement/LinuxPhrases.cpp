@@ -68,7 +68,14 @@ constexpr std::array kQuestions{
         "are you sure|are you certain|sure you want|do you really want|do you want to save|"
         "do you want to replace|do you want to overwrite|do you want to delete|do you want to remove|"
         "do you want to discard|do you want to continue|do you want to proceed|do you want to quit|"
-        "do you want to close|do you want to keep|do you want to restore|do you want to allow"}};
+        "do you want to close|do you want to keep|do you want to restore|do you want to allow|"
+        "may be dangerous|could be dangerous|unsafe paste"},
+    SupplementGroup{"Asks to trust somebody, or to let somebody in.",
+        "do you trust|trust this|carry on connecting|want to continue connecting|certificate is unknown|"
+        "certificate is not trusted|is not trusted|requesting access|requests access|wants access"},
+    SupplementGroup{"Offers to bring back what was not kept.",
+        "recovery process|attempt to recover|was not closed properly|did not shut down correctly|"
+        "closed unexpectedly"}};
 
 constexpr std::array kSecretPhrases{
     SupplementGroup{"Another word for a password.",

@@ -96,9 +96,19 @@ void countLabels(const DialogPromptEvidence& evidence, const PromptSupplement& s
   }
 }
 
+// Title and lines, as far as a prompt could say: what a window holds besides may be a whole document.
+std::string beginningOf(const DialogPromptEvidence& evidence) {
+  constexpr std::size_t kLongestText = 8 * 1024;
+  std::string all = text::normalized(std::string_view{evidence.title}.substr(0, kLongestText));
+  for (const auto& line : evidence.messageLines) {
+    if (all.size() >= kLongestText) break;
+    all += " " + text::normalized(std::string_view{line}.substr(0, kLongestText - all.size()));
+  }
+  return all;
+}
+
 Facts factsOf(const DialogPromptEvidence& evidence, const PromptSupplement& supplement) {
-  std::string all = text::normalized(evidence.title);
-  for (const auto& line : evidence.messageLines) all += " " + text::normalized(line);
+  const std::string all = beginningOf(evidence);
   Facts facts;
   facts.words = DialogPromptClassifier::wordSigns(evidence);
   facts.parts = evidence.structure;

@@ -211,6 +211,12 @@ TEST(PromptStructure, AsksAQuestionWithButtonsThatAreKnown) {
   EXPECT_EQ(signOf(dialog({"Blue", "Green"}, {"Which one?"})), "no-sign");
 }
 
+TEST(PromptStructure, LooksForPhrasesWhereAPromptWouldSayThem) {
+  const std::string document(9000, 'x');
+  EXPECT_EQ(signOf(dialog({"Frobnicate", "Run"}, {"Do you want to save it?", document})), "choice-by-words");
+  EXPECT_EQ(signOf(dialog({"Frobnicate", "Run"}, {document, "Do you want to save it?"})), "no-sign");
+}
+
 TEST(PromptStructure, SaysOfEachVerdictWhatDecidedAndWhatWouldHaveToBeDifferent) {
   std::set<std::string> signs;
   for (const auto& evidence : {dialog(kChoice), alert({"A", "B"}), window({"OK"}), with(dialog(kChoice), kField)}) {

@@ -195,7 +195,10 @@ describe("A list of prompts", () => {
   });
 
   it("knows which buttons take no presses, and never calls one of those the usual one", () => {
-    const buttons = [{ ...sampleButton("Allow"), isEnabled: false }, { ...sampleButton("Deny"), isEnabled: true }];
+    const buttons = [
+      { ...sampleButton("Allow"), isEnabled: false },
+      { ...sampleButton("Deny"), isEnabled: true },
+    ];
     expect(read(sampleApproval(1, { buttons }))[0]?.buttons).toEqual([
       { label: "Allow", isRecommended: false, kind: "grant", isDisabled: true },
       { label: "Deny", isRecommended: false, kind: "dismiss" },

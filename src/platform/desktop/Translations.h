@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillard::platform {
+
+// An English text that a program translates to the one that it shows.
+struct SourceText {
+  std::string text;  // As the program's source has it, without marks of mnemonics; placeholders stand as they are.
+  int count = 0;     // How many of the program's messages say so; at least 1.
+  // How many of these are from catalogues that no program of this user can write. The others may be made up by whoever
+  // shows the text.
+  int protectedCount = 0;
+
+  bool operator==(const SourceText&) const = default;
+};
+
+// What is asked of one program. Texts are as shown.
+struct TranslationRequest {
+  std::int32_t processIdentifier = 0;
+  std::vector<std::string> labels;  // Of buttons: looked up as a whole.
+  std::vector<std::string> lines;   // Other texts: also line by line, and as messages with something put in.
+
+  bool operator==(const TranslationRequest&) const = default;
+};
+
+// One list for each text of the request, in the same order. An empty list: no message of the program is known to be
+// shown like this, as with a text that was English in the first place.
+struct SourceTexts {
+  std::vector<std::vector<SourceText>> labels;
+  std::vector<std::vector<SourceText>> lines;
+  // False: something that should tell could not be looked at this time, so that more may be known later.
+  bool isComplete = true;
+
+  bool operator==(const SourceTexts&) const = default;
+};
+
+// Which English texts of a program stand behind what it shows in another language: looks its translations up in
+// reverse. Nothing is translated by machine, and nothing leaves this computer.
+//
+// Any thread, several at a time. May read files of some megabytes, and ask a program once: milliseconds, and longer for
+// a program that does not answer. Not for every scan, and not for a thread that must stay responsive.
+class Translations {
+ public:
+  Translations() = default;
+  Translations(const Translations&) = delete;
+  Translations& operator=(const Translations&) = delete;
+  virtual ~Translations() = default;
+
+  // Absent: this system has no way to tell. What one process once had as an answer to a text, it has for as long as it
+  // lives; more may come.
+  [[nodiscard]] virtual std::optional<SourceTexts> sourceTexts(const TranslationRequest& request) = 0;
+};
+
+}  // namespace quillard::platform

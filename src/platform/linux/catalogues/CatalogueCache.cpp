@@ -1,0 +1,42 @@
+#include "platform/linux/catalogues/CatalogueCache.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quillard::catalogues {
+namespace {
+
+std::string keyOf(const WantedText& text) { return (text.isLine ? "l" : "b") + text.text; }
+
+}  // namespace
+
+CatalogueCache::Entry& CatalogueCache::entryOf(const FileIdentity& file) {
+  if (!files.contains(file) && files.size() >= kMostFiles) forgetOldest();
+  auto& entry = files[file];
+  entry.lastUse = ++uses;
+  return entry;
+}
+
+void CatalogueCache::forgetOldest() {
+  const auto oldest = std::min_element(
+      files.begin(), files.end(), [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
+  if (oldest == files.end()) return;
+  texts -= oldest->second.texts.size();
+  files.erase(oldest);
+}
+
+const FoundSources* CatalogueCache::find(const FileIdentity& file, const WantedText& text) {
+  const auto known = files.find(file);
+  if (known == files.end()) return nullptr;
+  known->second.lastUse = ++uses;
+  const auto found = known->second.texts.find(keyOf(text));
+  return found == known->second.texts.end() ? nullptr : &found->second;
+}
+
+void CatalogueCache::remember(const FileIdentity& file, const WantedText& text, FoundSources sources) {
+  if (texts >= kMostTexts) forgetOldest();
+  auto& entry = entryOf(file);
+  if (entry.texts.insert_or_assign(keyOf(text), std::move(sources)).second) ++texts;
+}
+
+}  // namespace quillard::catalogues

@@ -1,0 +1,288 @@
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/catalogues/LinuxTranslations.h"
+#include "platform/linux/catalogues/TestCatalogues.h"
+#include "support/TemporaryFolder.h"
+
+namespace quillard::catalogues {
+namespace {
+
+using namespace test;
+using platform::SourceText;
+using platform::SourceTexts;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+namespace fs = std::filesystem;
+
+constexpr std::int32_t kProcess = 4711;
+const std::string kGtk = "/usr/share/locale/de/LC_MESSAGES/gtk30.mo";
+const std::string kOwn = "/usr/share/locale/de/LC_MESSAGES/asker.mo";
+
+// Processes and files of a computer in a folder. What belongs to this test's user counts as protected.
+class Computer {
+ public:
+  Computer() {
+    options.processes = folder.path() + "/proc";
+    options.shareFolder = root() + "/usr/share";
+    options.protectingUser = ::getuid();
+    write(options.processes + "/self/mountinfo", "36 35 98:0 / / rw - ext4 /dev/root rw\n");
+    start();
+  }
+
+  [[nodiscard]] std::string root() const { return folder.path() + "/root"; }
+
+  void start(const std::string& startTime = "12345") {
+    const std::string process = options.processes + "/" + std::to_string(kProcess);
+    std::string fields = " S";
+    for (int i = 0; i < 18; ++i) fields += " 0";
+    write(process + "/stat", std::to_string(kProcess) + " (a (b) c)" + fields + " " + startTime + " 0\n");
+    write(process + "/comm", "asker\n");
+    write(process + "/mountinfo", "36 35 98:0 / / rw - ext4 /dev/root rw\n");
+    fs::create_directories(root());
+    if (!fs::exists(process + "/root")) fs::create_directory_symlink(root(), process + "/root");
+    setMaps({});
+  }
+  void end() { fs::remove_all(options.processes + "/" + std::to_string(kProcess)); }
+
+  void setMaps(const std::vector<std::string>& paths) {
+    std::string maps;
+    for (const auto& path : paths) maps += "7f00-7f01 r--p 00000000 08:01 12   " + path + "\n";
+    write(options.processes + "/" + std::to_string(kProcess) + "/maps", maps);
+  }
+  // To any user but the superuser.
+  void forbidLooking() {
+    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+      if (!entry.is_symlink()) openToAll(entry.path());
+    }
+    openToAll(folder.path());
+    fs::permissions(options.processes + "/" + std::to_string(kProcess) + "/maps", fs::perms::none);
+  }
+  // Under its path in the process's root folder.
+  void install(const std::string& path, const std::string& bytes) {
+    fs::remove(root() + path);  // As package managers do: another file takes its place.
+    write(root() + path, bytes);
+  }
+  void map(const std::string& path, const TestMessages& messages) {
+    install(path, gettextCatalogue(messages));
+    mapped.push_back(path);
+    setMaps(mapped);
+  }
+
+  static void write(const std::string& path, const std::string& bytes) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+  }
+
+  TranslationOptions options;
+
+ private:
+  static void openToAll(const fs::path& path) {
+    constexpr auto kForAll =
+        fs::perms::group_read | fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec;
+    fs::permissions(path, kForAll, fs::perm_options::add);
+  }
+
+  quillard::test::TemporaryFolder folder;
+  std::vector<std::string> mapped;
+};
+
+// The superuser may look everywhere: gives that up for this thread, and takes it back.
+class WithoutPower {
+ public:
+  WithoutPower() : user(::setfsuid(kNobody)) {}
+  WithoutPower(const WithoutPower&) = delete;
+  WithoutPower& operator=(const WithoutPower&) = delete;
+  ~WithoutPower() { ::setfsuid(static_cast<uid_t>(user)); }
+
+ private:
+  static constexpr uid_t kNobody = 65534;
+  const int user;
+};
+
+class LinuxTranslations_ : public testing::Test {
+ protected:
+  LinuxTranslations& translations() {
+    if (!made) made = std::make_unique<LinuxTranslations>(computer.options);
+    return *made;
+  }
+  SourceTexts ask(const std::vector<std::string>& labels, const std::vector<std::string>& lines = {}) {
+    auto texts = translations().sourceTexts({kProcess, labels, lines});
+    EXPECT_TRUE(texts);
+    return texts.value_or(SourceTexts{});
+  }
+  std::vector<SourceText> label(const std::string& shown) { return ask({shown}).labels.at(0); }
+  std::vector<SourceText> line(const std::string& shown) { return ask({}, {shown}).lines.at(0); }
+
+  Computer computer;
+
+ private:
+  std::unique_ptr<LinuxTranslations> made;
+};
+
+TEST_F(LinuxTranslations_, GiveTheSourceOfALabelAndHowManyMessagesSaySo) {
+  computer.map(kGtk, {{"_Cancel", "_Abbrechen"}, {"Stock label\4_Cancel", "_Abbrechen"}, {"_Stop", "_Abbrechen"}});
+  computer.map(kOwn, {{"Abort", "Abbrechen"}});
+  EXPECT_THAT(label("Abbrechen"),
+              ElementsAre(SourceText{"Cancel", 2, 2}, SourceText{"Abort", 1, 1}, SourceText{"Stop", 1, 1}));
+  EXPECT_THAT(label("Erlauben"), IsEmpty());
+}
+
+TEST_F(LinuxTranslations_, GiveTheSourcesOfALineAsAWholeLineByLineAndWithSomethingPutIn) {
+  computer.map(kOwn,
+               {{"Delete “%s”?", "Soll „%s“ gelöscht werden?"}, {"This cannot be undone.", "Das ist endgültig."}});
+  const std::vector both{SourceText{"Delete “%s”?", 1, 1}, SourceText{"This cannot be undone.", 1, 1}};
+  EXPECT_EQ(line("Soll „Brief“ gelöscht werden?\nDas ist endgültig."), both);
+  EXPECT_THAT(label("Soll „Brief“ gelöscht werden?"), IsEmpty()) << "Nothing is put into a label.";
+}
+
+TEST_F(LinuxTranslations_, AreProtectedOnlyInFilesThatNobodyElseMayWrite) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 1}));
+  fs::permissions(computer.root() + kOwn, fs::perms::owner_all | fs::perms::others_write);
+  EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 0}));
+}
+
+TEST_F(LinuxTranslations_, AreNotProtectedInFilesOfAnotherUser) {
+  computer.options.protectingUser = ::getuid() + 1;
+  computer.map(kOwn, {{"Cancel", "Erlauben"}});
+  EXPECT_THAT(label("Erlauben"), ElementsAre(SourceText{"Cancel", 1, 0}));
+}
+
+TEST_F(LinuxTranslations_, ReadACatalogueOnceForEachText) {
+  computer.map(kGtk, {{"_Cancel", "_Abbrechen"}});
+  (void)ask({"Abbrechen", "Erlauben"}, {"Ein Satz."});
+  (void)ask({"Abbrechen", "Erlauben"}, {"Ein Satz."});
+  EXPECT_EQ(translations().readCount(), 1);
+  (void)ask({"Abbrechen"}, {"Ein anderer Satz."});
+  EXPECT_EQ(translations().readCount(), 2);
+}
+
+TEST_F(LinuxTranslations_, ReadACatalogueAnewThatWasReplacedAndKeepWhatTheProcessHad) {
+  computer.map(kOwn, {{"Deny", "Ablehnen"}});
+  EXPECT_THAT(label("Ablehnen"), ElementsAre(SourceText{"Deny", 1, 1}));
+  computer.install(kOwn, gettextCatalogue({{"Reject", "Ablehnen"}}));
+  computer.setMaps({kOwn + " (deleted)"});
+  EXPECT_THAT(label("Ablehnen"), UnorderedElementsAre(SourceText{"Reject", 1, 1}, SourceText{"Deny", 1, 1}));
+  computer.start("999");  // Another process of the same number.
+  computer.setMaps({kOwn});
+  EXPECT_THAT(label("Ablehnen"), ElementsAre(SourceText{"Reject", 1, 1}));
+}
+
+TEST_F(LinuxTranslations_, OpenNoFileThatAnotherProgramServes) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  computer.write(computer.options.processes + "/4711/mountinfo",
+                 "36 35 98:0 / / rw - ext4 /dev/root rw\n37 36 0:50 / /usr/share rw - fuse.sshfs x rw\n");
+  EXPECT_THAT(label("Abbrechen"), IsEmpty());
+}
+
+TEST_F(LinuxTranslations_, FollowNoLinks) {
+  computer.install("/tmp/other.mo", gettextCatalogue({{"Cancel", "Erlauben"}}));
+  fs::create_directories(computer.root() + "/usr/share/locale/de/LC_MESSAGES");
+  fs::create_symlink(computer.root() + "/tmp/other.mo", computer.root() + kOwn);
+  computer.setMaps({kOwn});
+  EXPECT_THAT(label("Erlauben"), IsEmpty());
+}
+
+TEST_F(LinuxTranslations_, PassOverFilesThatAreNoCatalogues) {
+  computer.map(kGtk, {{"_Cancel", "_Abbrechen"}});
+  computer.install(kOwn, "no catalogue");
+  fs::create_directories(computer.root() + "/usr/share/folder.mo");
+  ASSERT_EQ(::mkfifo((computer.root() + "/usr/share/pipe.mo").c_str(), 0600), 0);
+  computer.setMaps({kOwn, "/usr/share/folder.mo", "/usr/share/pipe.mo", "/usr/share/absent.mo", kGtk});
+  const auto texts = ask({"Abbrechen"});
+  EXPECT_TRUE(texts.isComplete);
+  EXPECT_THAT(texts.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 1}));
+}
+
+TEST_F(LinuxTranslations_, ReadQtsAndChromiumsCataloguesToo) {
+  computer.install("/usr/share/qt6/translations/qtbase_de.qm", qtCatalogue({{"&Yes", {u"&Ja"}}}));
+  computer.install("/opt/b/locales/de.pak", chromiumPack({{7, "Zulassen"}}));
+  computer.install("/opt/b/locales/en-US.pak", chromiumPack({{7, "Allow"}}));
+  computer.setMaps({"/usr/share/qt6/translations/qtbase_de.qm", "/opt/b/locales/de.pak"});
+  EXPECT_THAT(label("Ja"), ElementsAre(SourceText{"Yes", 1, 1}));
+  EXPECT_THAT(label("Zulassen"), ElementsAre(SourceText{"Allow", 1, 1}));
+}
+
+// ---- Where nothing is mapped
+
+TEST_F(LinuxTranslations_, OfAProcessThatMapsNoneAreThoseOfItsToolkitAndLanguage) {
+  computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"de_DE.UTF-8", "gtk"}; };
+  computer.install(kGtk, gettextCatalogue({{"_Discard", "_Verwerfen"}}));
+  EXPECT_THAT(label("Verwerfen"), ElementsAre(SourceText{"Discard", 1, 1}));
+}
+
+TEST_F(LinuxTranslations_, OfTheSmallTableAreTheLastResortAndNeverProtected) {
+  computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"de_DE.UTF-8", "Qt"}; };
+  EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 0}));
+}
+
+TEST_F(LinuxTranslations_, OfAProgramThatDoesNotTellItsLanguageAreInTheOneItWasStartedWithOrOurOwn) {
+  computer.options.ownLocale = "pl_PL.UTF-8";
+  EXPECT_THAT(label("Anuluj"), ElementsAre(SourceText{"Cancel", 1, 0}));
+  computer.start("999");
+  computer.write(computer.options.processes + "/4711/environ", std::string("PATH=/bin\0LANG=ja_JP.UTF-8\0", 27));
+  EXPECT_THAT(label("キャンセル(C)"), ElementsAre(SourceText{"Cancel", 1, 0}));
+  EXPECT_THAT(label("Anuluj"), IsEmpty());
+}
+
+TEST_F(LinuxTranslations_, OfAProcessThatLetsNobodyLookAreWhereLikely) {
+  computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"de_DE.UTF-8", "Qt"}; };
+  computer.forbidLooking();
+  const WithoutPower nobody;
+  const auto texts = ask({"Abbrechen"});
+  EXPECT_TRUE(texts.isComplete);
+  EXPECT_THAT(texts.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 0}));
+}
+
+TEST_F(LinuxTranslations_, AskAProgramForItsLanguageOnce) {
+  int asked = 0;
+  computer.options.languageOf = [&](std::int32_t) {
+    ++asked;
+    return ProgramLanguage{"de_DE.UTF-8", "Qt"};
+  };
+  (void)label("Abbrechen");
+  (void)label("Ja");
+  EXPECT_EQ(asked, 1);
+  computer.start("999");
+  (void)label("Ja");
+  EXPECT_EQ(asked, 2);
+}
+
+TEST_F(LinuxTranslations_, OfAnEnglishProgramAreNone) {
+  computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"C", "gtk"}; };
+  computer.options.ownLocale = "de_DE.UTF-8";
+  EXPECT_THAT(label("Abbrechen"), IsEmpty());
+}
+
+TEST_F(LinuxTranslations_, OfAProcessThatHasEndedCouldNotBeLookedAt) {
+  computer.end();
+  const auto texts = ask({"Abbrechen"}, {"Ein Satz."});
+  EXPECT_FALSE(texts.isComplete);
+  EXPECT_THAT(texts.labels, ElementsAre(IsEmpty()));
+  EXPECT_THAT(texts.lines, ElementsAre(IsEmpty()));
+}
+
+TEST_F(LinuxTranslations_, AnswerEachTextInItsPlaceHoweverLongOrMany) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  std::vector<std::string> lines(300, "Eine Zeile");
+  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] += std::to_string(i);
+  lines[0] = std::string(100'000, 'x');
+  lines[1] = "";
+  const auto texts = ask({"", "Abbrechen", "Abbrechen"}, lines);
+  EXPECT_EQ(texts.lines.size(), lines.size());
+  EXPECT_THAT(texts.labels,
+              ElementsAre(IsEmpty(), ElementsAre(SourceText{"Cancel", 1, 1}), ElementsAre(SourceText{"Cancel", 1, 1})));
+}
+
+}  // namespace
+}  // namespace quillard::catalogues

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace quillard::catalogues {
+
+// A shown text that is looked for among translations, in its comparable form.
+struct WantedText {
+  std::string text;
+  bool isLine = false;  // Also as a message with something put in; else only as a whole.
+
+  bool operator==(const WantedText&) const = default;
+};
+
+// The source texts that one text has in one catalogue, and how many messages each is of.
+using FoundSources = std::map<std::string, int>;
+
+// Looks for texts among the messages of one catalogue, which pass by once. One thread.
+class ReverseLookup {
+ public:
+  // As many sources are kept of one text; more are left out.
+  static constexpr std::size_t kMostSources = 16;
+
+  // `wanted` outlives this. Empty texts are never found.
+  explicit ReverseLookup(const std::vector<WantedText>& wanted);
+
+  void pass(std::string_view source, std::string_view translation);
+
+  // One for each wanted text, in the same order.
+  [[nodiscard]] const std::vector<FoundSources>& found() const { return sources; }
+
+ private:
+  void add(std::size_t index, std::string_view source);
+  void passPattern(std::string_view source);
+
+  const std::vector<WantedText>& wanted;
+  std::unordered_map<std::string_view, std::vector<std::size_t>> places;
+  std::vector<std::size_t> lines;  // Which of the wanted texts are lines.
+  std::vector<FoundSources> sources;
+  std::string compared;  // Of the message that passes; kept for its memory.
+};
+
+}  // namespace quillard::catalogues

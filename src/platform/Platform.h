@@ -4,6 +4,7 @@
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/desktop/PromptSupplement.h"
 #include "platform/desktop/SyntheticEvents.h"
+#include "platform/desktop/Translations.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/network/Http.h"
@@ -46,6 +47,7 @@ struct Platform {
   SecretStore& secretStore;
   StatusBar& statusBar;
   SyntheticEvents& syntheticEvents;
+  Translations& translations;
   UpdateService& updateService;
   UserDefaults& userDefaults;
   UserNotifications& userNotifications;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include <QtCore/QtGlobal>
 #include <unistd.h>
@@ -57,6 +59,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
                    }),
       opener(openerActions()),
       workspace({windows, watch, accessibleProcesses, processes, programs, opener}),
+      translations(translationOptions()),
       windowList(windows, programs, watch, accessibleProcesses, executors.mainThread()),
       syntheticEvents(environment.value("DISPLAY"), windows),
       application(executors.mainThread(), statusBar),
@@ -94,6 +97,7 @@ platform::Platform LinuxPlatform::platform() {
           .secretStore = secretStore,
           .statusBar = statusBar,
           .syntheticEvents = syntheticEvents,
+          .translations = translations,
           .updateService = updateService,
           .userDefaults = userDefaults,
           .userNotifications = notifications,
@@ -106,6 +110,15 @@ void LinuxPlatform::prepareForAgent() {
   endRunningAgents(processes, environment, kOtherAgentsTimeout);
   const auto limitation = capabilities.limitation(platform::DesktopCapability::windowList);
   if (limitation && !limitation->isPartial) console.writeLine(limitation->reason);
+}
+
+catalogues::TranslationOptions LinuxPlatform::translationOptions() {
+  return {.ownLocale = catalogues::messageLocale([this](std::string_view name) { return environment.value(name); }),
+          .languageOf = [this](std::int32_t process) -> std::optional<catalogues::ProgramLanguage> {
+            auto language = accessibility.languageOf(process);
+            if (!language) return std::nullopt;
+            return catalogues::ProgramLanguage{std::move(language->locale), std::move(language->toolkit)};
+          }};
 }
 
 OpenerActions LinuxPlatform::openerActions() {

@@ -9,6 +9,7 @@
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/linux/catalogues/LinuxTranslations.h"
 #include "platform/linux/shell/LinuxApplication.h"
 #include "platform/linux/shell/LinuxStatusBar.h"
 #include "platform/linux/storage/FileUserDefaults.h"
@@ -84,12 +85,14 @@ struct LinuxPlatform final : platform::SystemPlatform {
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
   x11::LinuxWorkspace workspace;
+  catalogues::LinuxTranslations translations;
   x11::LinuxWindowList windowList;
   x11::XTestEvents syntheticEvents;
   LinuxStatusBar statusBar;
   LinuxApplication application;
 
  private:
+  [[nodiscard]] catalogues::TranslationOptions translationOptions();
   [[nodiscard]] OpenerActions openerActions();
   bool openAccessibilitySettings();
   bool openLoginItems();

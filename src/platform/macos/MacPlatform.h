@@ -11,6 +11,7 @@
 #include "platform/macos/MacRandom.h"
 #include "platform/macos/MacSecretStore.h"
 #include "platform/macos/MacSyntheticEvents.h"
+#include "platform/macos/MacTranslations.h"
 #include "platform/macos/MacUserDefaults.h"
 #include "platform/macos/MacWindowList.h"
 #include "platform/macos/objc/EnclosedExecutors.h"
@@ -74,6 +75,7 @@ struct MacPlatform final : platform::SystemPlatform {
   MacWorkspace workspace;
   MacWindowList windowList;
   MacSyntheticEvents syntheticEvents;
+  MacTranslations translations;
   MacApplication application;
   MacStatusBar statusBar;
 

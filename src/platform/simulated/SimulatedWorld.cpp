@@ -34,6 +34,7 @@ Platform SimulatedWorld::platform() {
           .secretStore = simulatedSecretStore,
           .statusBar = simulatedStatusBar,
           .syntheticEvents = simulatedSyntheticEvents,
+          .translations = simulatedTranslations,
           .updateService = simulatedUpdateService,
           .userDefaults = simulatedUserDefaults,
           .userNotifications = simulatedUserNotifications,

@@ -17,6 +17,7 @@
 #include "platform/simulated/SimulatedStatusBar.h"
 #include "platform/simulated/SimulatedStatusWindow.h"
 #include "platform/simulated/SimulatedSyntheticEvents.h"
+#include "platform/simulated/SimulatedTranslations.h"
 #include "platform/simulated/SimulatedUpdateService.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
 #include "platform/simulated/SimulatedUserNotifications.h"
@@ -58,6 +59,7 @@ class SimulatedWorld {
   WindowList& windowList() { return simulatedDesktop.windowList(); }
   SimulatedDesktopCapabilities& capabilities() { return simulatedCapabilities; }
   SimulatedSyntheticEvents& syntheticEvents() { return simulatedSyntheticEvents; }
+  SimulatedTranslations& translations() { return simulatedTranslations; }
   SimulatedApplication& application() { return simulatedApplication; }
   SimulatedBundle& bundle() { return simulatedBundle; }
   SimulatedHttpSessions& httpSessions() { return simulatedHttpSessions; }
@@ -84,6 +86,7 @@ class SimulatedWorld {
   SimulatedDesktopCapabilities simulatedCapabilities{simulatedDesktop.accessibility(), simulatedDesktop.workspace(),
                                                      simulatedDesktop.windowList()};
   SimulatedSyntheticEvents simulatedSyntheticEvents;
+  SimulatedTranslations simulatedTranslations;
   SimulatedApplication simulatedApplication;
   SimulatedBundle simulatedBundle;
   SimulatedHttpSessions simulatedHttpSessions;

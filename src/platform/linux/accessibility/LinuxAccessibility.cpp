@@ -5,6 +5,7 @@
 
 #include "platform/linux/accessibility/ElementActions.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
+#include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/LinuxReadScope.h"
 
 namespace quillard::atspi {
@@ -117,6 +118,23 @@ std::optional<std::vector<std::int32_t>> LinuxAccessibility::processIdentifiers(
   auto processes = reading->processIdentifiers();
   if (reading->failure()) return std::nullopt;
   return processes;
+}
+
+std::optional<AccessibleLanguage> LinuxAccessibility::languageOf(std::int32_t processIdentifier) {
+  const auto reading = beginReading();
+  if (!reading) return std::nullopt;
+  const auto programs = reading->programs(processIdentifier);
+  if (programs.empty()) return std::nullopt;
+  AccessibleLanguage language;
+  const auto ask = [&](const char* interface, const char* property, std::string& answer) {
+    reading->direct().send(propertyCall(programs.front()->root->name, interface, property), reading->messagingTimeout(),
+                           [&answer](const BusReply& reply) { answer = reply.readTextProperty().value_or(""); });
+  };
+  ask(names::kAccessible, "Locale", language.locale);
+  ask(names::kApplication, "ToolkitName", language.toolkit);
+  reading->direct().settle();
+  if (reading->hasMissedTimeout(processIdentifier)) return std::nullopt;
+  return language;
 }
 
 std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() {

@@ -26,6 +26,12 @@
 
 namespace quillard::atspi {
 
+// What a program says of itself. Empty: it does not say.
+struct AccessibleLanguage {
+  std::string locale;   // Such as "de_DE.UTF-8".
+  std::string toolkit;  // Such as "gtk", "GTK" (of version 4), "Qt".
+};
+
 struct LinuxAccessibilityOptions {
   std::optional<std::string> sessionBusAddress;  // Absent outside a session: then there is no accessibility either.
   std::int32_t ownProcessIdentifier = 0;
@@ -81,6 +87,9 @@ class LinuxAccessibility final : public platform::Accessibility,
 
   [[nodiscard]] std::optional<std::vector<std::int32_t>> processIdentifiers() override;
   [[nodiscard]] std::vector<AccessibleApplication> accessibleApplications() override;
+
+  // Waits for the program. Absent when the process is not on the bus, or does not answer.
+  [[nodiscard]] std::optional<AccessibleLanguage> languageOf(std::int32_t processIdentifier);
 
   SwitchOnOutcome switchOn() override;
   [[nodiscard]] std::optional<std::vector<std::int32_t>> unseenProcesses() override;

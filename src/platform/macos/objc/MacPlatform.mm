@@ -59,6 +59,7 @@ platform::Platform MacPlatform::platform() {
           .secretStore = secretStore,
           .statusBar = statusBar,
           .syntheticEvents = syntheticEvents,
+          .translations = translations,
           .updateService = updateService,
           .userDefaults = userDefaults,
           .userNotifications = notifications,

@@ -223,7 +223,8 @@ PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
           platform.clock,
           platform.environment,
           platform.console,
-          platform.promptSupplement};
+          platform.promptSupplement,
+          &platform.translations};
 }
 
 std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {

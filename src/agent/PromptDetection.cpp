@@ -67,7 +67,7 @@ DialogDetector& PromptDetection::detector() {
         dependencies.ownProcessIdentifier, dependencies.suppressionStore,
         DetectorDependencies{dependencies.accessibility, dependencies.workspace, dependencies.windowList,
                              dependencies.clock, dependencies.environment, dependencies.console, stableIDs,
-                             dependencies.supplement});
+                             dependencies.supplement, dependencies.translations});
   }
   return *madeDetector;
 }

@@ -16,6 +16,7 @@
 #include "detection/StableIDs.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/PromptSupplement.h"
+#include "platform/desktop/Translations.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
@@ -41,6 +42,7 @@ struct PromptDetectionDependencies {
   const platform::Environment& environment;
   platform::Console& console;
   platform::PromptSupplement supplement{};
+  platform::Translations* translations = nullptr;  // As in `DetectorDependencies`.
 };
 
 // What detection asks of its owner, on the main thread. Neither is empty.

@@ -44,9 +44,10 @@ ExitCode report(const platform::Platform& platform, const Output& output, TextOf
   }
   const ApprovalSuppressionStore suppressionStore(platform.userDefaults);
   const StableIDs stableIDs(platform.random);
-  DialogDetector detector(platform.application.processIdentifier(), suppressionStore,
-                          {platform.accessibility, platform.workspace, platform.windowList, platform.clock,
-                           platform.environment, platform.console, stableIDs, platform.promptSupplement});
+  DialogDetector detector(
+      platform.application.processIdentifier(), suppressionStore,
+      {platform.accessibility, platform.workspace, platform.windowList, platform.clock, platform.environment,
+       platform.console, stableIDs, platform.promptSupplement, &platform.translations});
   const auto diagnosis = detector.diagnose();
   output.print(textOf(diagnosis));
   return diagnosis.failure ? ExitCode::cannotDoHere : ExitCode::fine;

@@ -56,6 +56,7 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
       suppressionStore(suppressionStore),
       dependencies(dependencies),
       judge(this->dependencies.supplement),
+      foreignTexts(dependencies.translations, this->dependencies.supplement),
       search({.accessibility = dependencies.accessibility,
               .workspace = dependencies.workspace,
               .windowList = dependencies.windowList,
@@ -137,7 +138,7 @@ DesktopDiagnosis DialogDetector::diagnose() {
   DesktopDiagnosis diagnosis;
   auto windows = windowsIn(*scope);
   for (const auto& source : windows.withoutRepeatedSignatures(windows.allWindowSources())) {
-    diagnosis.windows.push_back(DialogDiagnostics::diagnose(*scope, source, judge));
+    diagnosis.windows.push_back(DialogDiagnostics::diagnose(*scope, source, {judge, foreignTexts}));
   }
   DialogDiagnostics::rejectBlocked(diagnosis);
   diagnosis.failure = scope->desktopFailure();
@@ -147,7 +148,7 @@ DesktopDiagnosis DialogDetector::diagnose() {
 void DialogDetector::printDiagnostics(const std::vector<WindowSource>& sources) {
   // In a scope of its own: what its longer walk meets must not change what the scan returns.
   const auto scope = dependencies.accessibility.beginReadScope();
-  DialogDiagnostics::print(*scope, sources, judge, dependencies.console);
+  DialogDiagnostics::print(*scope, sources, {judge, foreignTexts}, dependencies.console);
 }
 
 WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
@@ -158,9 +159,11 @@ WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
 WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& source) {
   if (source.processIdentifier == ownProcessIdentifier) return {};
   auto reading = PromptReader::readPrompt(scope, source, kApprovalDescendantLimit);
-  WindowContent content{.prompt = std::nullopt, .isWhole = !reading.hasUnreadableText};
+  const bool isLookedUp = foreignTexts.judge(source.processIdentifier, reading);
+  WindowContent content{.prompt = std::nullopt, .isWhole = !reading.hasUnreadableText && isLookedUp};
   if (!scope.missedTimeout(source.window) && judge.classify(source, reading).accepted) {
     PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
+    foreignTexts.judgeBeyond(source.processIdentifier, reading);
     content.prompt = PromptCandidate{.content = reading.content,
                                      .approval = approvalOf(source, reading, judge.judge(reading)),
                                      .blocksOthers = judge.blocksOthers(reading)};

@@ -10,6 +10,7 @@
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/PendingApproval.h"
 #include "approvals/ScanOutcome.h"
+#include "detection/ForeignTexts.h"
 #include "detection/PromptCandidateGate.h"
 #include "detection/PromptJudge.h"
 #include "detection/PromptPresence.h"
@@ -22,6 +23,7 @@
 #include "detection/WindowSources.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/PromptSupplement.h"
+#include "platform/desktop/Translations.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
@@ -40,6 +42,7 @@ struct DetectorDependencies {
   platform::Console& console;
   const StableIDs& stableIDs;
   platform::PromptSupplement supplement{};  // What this desktop adds to the rules. Empty: they hold to the letter.
+  platform::Translations* translations = nullptr;  // Null: texts of other languages are judged as they stand.
 };
 
 // Turns the windows on screen into approvals: reads the windows of every application that may show a prompt, and the
@@ -111,6 +114,7 @@ class DialogDetector {
   std::unordered_map<Uuid, std::int32_t> processByFingerprint;  // Of the prompts that a scan has met.
   const DetectorDependencies dependencies;
   const PromptJudge judge;
+  const ForeignTexts foreignTexts;
   const PromptSearch search;  // Reads as the scan does.
 };
 

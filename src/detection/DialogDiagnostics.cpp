@@ -12,11 +12,13 @@ constexpr int kDiagnosticDescendantLimit = 120;
 }  // namespace
 
 WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const WindowSource& source,
-                                            const PromptJudge& judge) {
+                                            const WindowJudges& judges) {
   WindowDiagnosis diagnosis{
       .appName = source.appName, .processIdentifier = source.processIdentifier, .snapshot = std::nullopt};
-  const auto reading = PromptReader::readPrompt(scope, source, kDiagnosticDescendantLimit);
+  auto reading = PromptReader::readPrompt(scope, source, kDiagnosticDescendantLimit);
   if (scope.missedTimeout(source.window)) return diagnosis;
+  const auto& [judge, foreignTexts] = judges;
+  (void)foreignTexts.judge(source.processIdentifier, reading);
   const auto& evidence = reading.evidence;
   const auto classification = judge.classify(source, reading);
   diagnosis.verdicts = judge.explain(source, reading);
@@ -59,9 +61,9 @@ void DialogDiagnostics::rejectBlocked(DesktopDiagnosis& diagnosis) {
 }
 
 void DialogDiagnostics::print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
-                              const PromptJudge& judge, platform::Console& console) {
+                              const WindowJudges& judges, platform::Console& console) {
   for (const auto& source : sources) {
-    const auto diagnosis = diagnose(scope, source, judge);
+    const auto diagnosis = diagnose(scope, source, judges);
     const auto text = diagnosis.snapshot ? sortedJsonText(*diagnosis.snapshot) : std::nullopt;
     if (text) console.writeLine("Quillard dialog diagnostic: " + *text);
   }

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "detection/ForeignTexts.h"
 #include "detection/PromptJudge.h"
 #include "detection/WindowDebugSnapshot.h"
 #include "detection/WindowSource.h"
@@ -12,14 +13,20 @@
 // agent's own windows are no sources, so they are not printed. May wait for other processes.
 namespace quillard::DialogDiagnostics {
 
+// What windows are judged by. Both outlive the call.
+struct WindowJudges {
+  const PromptJudge& judge;
+  const ForeignTexts& foreignTexts;
+};
+
 // Read as for detection, only with a longer walk.
 [[nodiscard]] WindowDiagnosis diagnose(platform::AXReadScope& scope, const WindowSource& source,
-                                       const PromptJudge& judge);
+                                       const WindowJudges& judges);
 
 // Takes no window for a prompt that another prompt of its program blocks.
 void rejectBlocked(DesktopDiagnosis& diagnosis);
 
-void print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources, const PromptJudge& judge,
+void print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources, const WindowJudges& judges,
            platform::Console& console);
 
 }  // namespace quillard::DialogDiagnostics

@@ -117,7 +117,7 @@ JudgedPrompt PromptJudge::judge(const PromptReading& reading) const {
   for (std::size_t i = 0; i < judged.buttons.size(); ++i) {
     const auto& label = reading.texts.labels[i];
     const bool tellsByItself = DialogButtonSemantics::isSafeDismissal(label.shown);
-    judged.buttons[i].isKnownDismissal = !tellsByItself && meaning.isSafeDismissal(label.judged);
+    judged.buttons[i].isKnownDismissal = !tellsByItself && label.mayBeSafe && meaning.isSafeDismissal(label.judged);
   }
   const bool isOnlyDeniable = supplement.judgesByStructure && judged.directAccessReason;
   if (!isOnlyDeniable) judged.recommendedLabel = recommendedLabel(reading);

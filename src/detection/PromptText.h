@@ -11,6 +11,9 @@ namespace quillard {
 struct PromptText {
   std::string shown;
   std::string judged;
+  // Of a label: whether what it is judged by may make its button a safe dismissal. False where only a program of the
+  // user itself says that the label means one.
+  bool mayBeSafe = true;
 
   [[nodiscard]] static PromptText asItStands(std::string text) { return {text, text}; }
   bool operator==(const PromptText&) const = default;

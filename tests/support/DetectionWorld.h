@@ -29,7 +29,8 @@ struct DetectionWorld {
   ApprovalSuppressionStore suppressionStore{world.userDefaults()};
   StableIDs stableIDs{world.random()};
   DetectorDependencies dependencies{world.accessibility(), world.workspace(), world.windowList(), world.time(),
-                                    world.environment(),   world.console(),   stableIDs};
+                                    world.environment(),   world.console(),   stableIDs,          {},
+                                    &world.translations()};
   DialogDetector detector{kOwnProcess, suppressionStore, dependencies};
 };
 

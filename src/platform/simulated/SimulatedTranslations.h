@@ -20,6 +20,7 @@ class SimulatedTranslations final : public Translations {
   void teach(std::int32_t processIdentifier, const std::string& shown, const SourceText& source);
   // The same, of one message of a catalogue that no program can write.
   void teach(const std::string& shown, const std::string& source) { teach(shown, SourceText{source, 1, 1}); }
+  void forget() { taught.clear(); }
   // Whether everything can be looked at.
   void setComplete(bool isComplete) { isWhole = isComplete; }
 

@@ -1,0 +1,114 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "detection/DialogDetector.h"
+#include "detection/DirectAccess.h"
+#include "support/DetectionWorld.h"
+
+// Prompts in other languages than English, where the system tells what their texts mean.
+namespace quillard {
+namespace {
+
+using platform::SourceText;
+using platform::simulated::DialogSpec;
+using samples::DetectionWorld;
+using samples::labels;
+
+using Lines = std::vector<std::string>;
+
+class ForeignPrompt : public testing::Test, protected DetectionWorld {
+ protected:
+  ForeignPrompt() {
+    world.translations().teach("Abbrechen", SourceText{"Cancel", 3, 3});
+    world.translations().teach("Erlauben", "Allow");
+    world.translations().teach("Löschen", "Delete");
+    world.translations().teach("Passwort:", "Password:");
+  }
+
+  PendingApproval onlyPrompt() {
+    const auto approvals = scanTwice();
+    EXPECT_EQ(approvals.size(), 1U);
+    return approvals.empty() ? PendingApproval{} : approvals.front();
+  }
+};
+
+DialogSpec camera() {
+  return {.title = "Kamera", .lines = {"Karten möchte die Kamera nutzen."}, .buttons = {"Abbrechen", "Erlauben"}};
+}
+
+TEST_F(ForeignPrompt, IsFoundByTheMeaningOfItsLabels) {
+  desktop().open(camera());
+  EXPECT_EQ(onlyPrompt().windowTitle, "Kamera");
+}
+
+TEST_F(ForeignPrompt, IsShownIdentifiedAndRecommendedAsItStands) {
+  desktop().open(camera());
+  const auto prompt = onlyPrompt();
+  EXPECT_EQ(prompt.messageLines, Lines{"Karten möchte die Kamera nutzen."});
+  EXPECT_EQ(prompt.reason, "Karten möchte die Kamera nutzen.");
+  EXPECT_EQ(labels(prompt), (Lines{"Erlauben", "Abbrechen"}));
+  EXPECT_EQ(prompt.recommendedButtonLabel, "Erlauben");
+  world.translations().teach("Kamera", "Camera");
+  EXPECT_EQ(onlyPrompt().id, prompt.id) << "What is known of a text is no part of what it is.";
+}
+
+TEST_F(ForeignPrompt, IsPressedAsItStands) {
+  desktop().open(camera());
+  const auto prompt = onlyPrompt();
+  const auto button = detector.resolveCurrentButton(prompt, "Abbrechen");
+  ASSERT_TRUE(button);
+  EXPECT_EQ(button->button.label, "Abbrechen");
+  EXPECT_FALSE(detector.resolveCurrentButton(prompt, "Cancel"));
+}
+
+TEST_F(ForeignPrompt, ThatAsksForAPasswordInWordsRequiresDirectAccessAndMayBeDismissed) {
+  desktop().open({.title = "Anmeldung", .lines = {"Passwort:"}, .buttons = {"Abbrechen", "Erlauben"}});
+  const auto prompt = onlyPrompt();
+  EXPECT_TRUE(prompt.requiresDirectAccess);
+  EXPECT_EQ(prompt.directAccessReason, secretRequiredReason());
+  EXPECT_FALSE(requiresDirectAccessFor(prompt, "Abbrechen"));
+  EXPECT_TRUE(requiresDirectAccessFor(prompt, "Erlauben"));
+  const auto button = detector.resolveCurrentButton(prompt, "Abbrechen");
+  ASSERT_TRUE(button);
+  EXPECT_TRUE(button->button.isKnownDismissal);
+}
+
+TEST_F(ForeignPrompt, NeverLosesTheMarkThatItsOwnWordsGiveIt) {
+  world.translations().teach("Enter the password.", "Have a nice day.");
+  desktop().open({.title = "Anmeldung", .lines = {"Enter the password."}, .buttons = {"Abbrechen", "Erlauben"}});
+  EXPECT_EQ(onlyPrompt().directAccessReason, secretRequiredReason());
+}
+
+TEST_F(ForeignPrompt, OfAHostileProgramHasNoSafeButtonByItsOwnCatalogue) {
+  world.translations().teach("Freigeben", SourceText{"Cancel", 100, 0});
+  desktop().open({.title = "Anmeldung", .lines = {"Passwort:"}, .buttons = {"Freigeben", "Löschen"}});
+  EXPECT_TRUE(requiresDirectAccessFor(onlyPrompt(), "Freigeben"));
+}
+
+TEST_F(ForeignPrompt, WithALabelThatRefusesAndGrantsIsNotFoundByIt) {
+  world.translations().teach("ارفض", SourceText{"Deny", 3, 3});
+  world.translations().teach("ارفض", SourceText{"Discard", 2, 2});
+  desktop().open({.title = "x", .lines = {"y"}, .buttons = {"ارفض", "Erlauben"}});
+  EXPECT_TRUE(scanTwice().empty());
+}
+
+TEST_F(ForeignPrompt, IsAskedForInEnglishAsBefore) {
+  desktop().open({.title = "Erase disk?", .lines = {"Are you sure?"}, .buttons = {"Cancel", "Erase"}});
+  EXPECT_EQ(onlyPrompt().windowTitle, "Erase disk?");
+  EXPECT_TRUE(world.translations().requests().empty());
+}
+
+// Could not look is never "is not there".
+TEST_F(ForeignPrompt, IsNotGoneWhenItsMeaningCannotBeLookedUp) {
+  desktop().open(camera());
+  const auto prompt = onlyPrompt();
+  world.translations().forget();
+  world.translations().setComplete(false);
+  EXPECT_TRUE(detector.presenceOf(prompt).isUnknown());
+  world.translations().setComplete(true);
+}
+
+}  // namespace
+}  // namespace quillard

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "detection/LabelMeaning.h"
+#include "platform/desktop/Translations.h"
+
+namespace quillard {
+
+// What the English rules know a label for.
+enum class LabelSense {
+  unknown,         // They do not know it.
+  safeDismissal,   // Closes the prompt, grants nothing and destroys nothing.
+  otherDismissal,  // Refuses too, but may lose something, or puts the question off.
+  grant,           // Goes along with what is asked, or does what it says.
+  neutral,         // Known, and decides nothing.
+};
+using LabelSenseOf = std::function<LabelSense(std::string_view label)>;
+
+// By the rules that hold everywhere and what a desktop adds to them.
+[[nodiscard]] LabelSense senseOf(const LabelMeaning& meaning, std::string_view label);
+
+// A label as the rules are asked about it. What is shown, sent and pressed stays as it stands.
+struct JudgedLabel {
+  std::string text;
+  // Its program's own catalogues, which no program of this user can write, use it for a safe dismissal before all else.
+  // Only then may the meaning make the button one: a hostile program can map a catalogue of its own.
+  bool isSafeDismissal = false;
+
+  bool operator==(const JudgedLabel&) const = default;
+};
+
+// The meaning of a label that English does not know, by the English texts that its program shows like this.
+//
+// A label with a refusing and a granting meaning has none, and is judged as it stands: that one word is used for Deny
+// and for Discard is met on real desktops. Otherwise the meaning that most messages have counts among those that the
+// rules know, unless another one has four times as many; and that one where the rules know none. Marks for the eye and
+// the keyboard (`text::withoutMarks`) are left out. A pure function; any thread.
+[[nodiscard]] JudgedLabel judgedLabel(std::string_view shown, const std::vector<platform::SourceText>& sources,
+                                      const LabelSenseOf& senseOf);
+
+// A line as the rules are asked about it: as it stands, and all its English texts behind it, since English always
+// counts and a text may only add to what is known of a prompt.
+[[nodiscard]] std::string judgedLine(const std::string& shown, const std::vector<platform::SourceText>& sources);
+
+}  // namespace quillard

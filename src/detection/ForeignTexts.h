@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+#include "detection/ForeignLabel.h"
+#include "detection/LabelMeaning.h"
+#include "detection/PromptReader.h"
+#include "platform/desktop/PromptSupplement.h"
+#include "platform/desktop/Translations.h"
+
+namespace quillard {
+
+// Gives the foreign texts of a window their English meaning, where the system can tell it: sets how each is judged
+// (`PromptText`). Asked only of windows that are like dialogs and have a label that is not understood; all others are
+// judged as they stand. Any thread; may read files (`platform::Translations`).
+class ForeignTexts {
+ public:
+  // Both outlive this. `translations` null: texts are judged as they stand.
+  ForeignTexts(platform::Translations* translations, const platform::PromptSupplement& supplement)
+      : translations(translations), meaning(supplement) {}
+
+  // Title, lines and labels. False: not everything that may tell could be looked at this time, so that a window that
+  // looks like no prompt may be one.
+  [[nodiscard]] bool judge(std::int32_t processIdentifier, PromptReading& reading) const;
+  // The texts that are not shown. Whatever they say may ask for direct access, in a window of any language.
+  void judgeBeyond(std::int32_t processIdentifier, PromptReading& reading) const;
+
+ private:
+  [[nodiscard]] LabelSense senseOf(std::string_view label) const { return quillard::senseOf(meaning, label); }
+  [[nodiscard]] bool isToBeAsked(const PromptReading& reading) const;
+  void judgeLabel(PromptText& label, const std::vector<platform::SourceText>& sources) const;
+
+  platform::Translations* const translations;
+  const LabelMeaning meaning;
+};
+
+}  // namespace quillard

@@ -4,6 +4,7 @@
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "foundation/ShownText.h"
+#include "foundation/Text.h"
 
 namespace quillard {
 namespace {
@@ -21,6 +22,10 @@ struct Meaning {
   LabelSense sense = LabelSense::unknown;
 };
 
+// An Undo takes back and grants nothing, and is one word with Cancel in French and others: it speaks neither for nor
+// against a refusal.
+bool isUndo(std::string_view text) { return text::normalized(text) == "undo"; }
+
 bool isRefusing(LabelSense sense) { return sense == LabelSense::safeDismissal || sense == LabelSense::otherDismissal; }
 
 bool anyOf(const std::vector<Meaning>& meanings, bool (*fits)(LabelSense)) {
@@ -36,20 +41,38 @@ const Meaning* leading(const std::vector<Meaning>& meanings, bool (*fits)(LabelS
   return found;
 }
 
-// Nothing else that the rules know is called like this, and safe dismissals lead among what is protected.
+// Nothing that grants is called like this, and safe dismissals lead among what is protected.
 bool isSafelyDismissing(const std::vector<Meaning>& meanings) {
   int safe = 0;
   int other = 0;
   for (const auto& [source, sense] : meanings) {
+    if (sense == LabelSense::grant) return false;
     if (sense == LabelSense::safeDismissal) {
       safe += source->protectedCount;
-    } else if (sense == LabelSense::unknown) {
-      other = std::max(other, source->protectedCount);
     } else {
-      return false;
+      other = std::max(other, source->protectedCount);
     }
   }
   return safe > other;
+}
+
+// Without an Undo beside others.
+std::vector<Meaning> meaningsOf(const std::vector<SourceText>& sources, const LabelSenseOf& senseOf) {
+  std::vector<Meaning> meanings;
+  for (const auto& source : sources) meanings.push_back({&source, senseOf(source.text)});
+  const auto isOnlyUndo = [](const Meaning& meaning) { return isUndo(meaning.source->text); };
+  if (!std::all_of(meanings.begin(), meanings.end(), isOnlyUndo)) std::erase_if(meanings, isOnlyUndo);
+  return meanings;
+}
+
+// Without chance hits, but for those that grant: these count however few they are.
+std::vector<Meaning> withoutChanceHits(std::vector<Meaning> meanings) {
+  const auto* const first = leading(meanings, [](LabelSense) { return true; });
+  const int most = first ? first->source->count : 0;
+  std::erase_if(meanings, [&](const Meaning& meaning) {
+    return meaning.sense != LabelSense::grant && meaning.source->count * kSmallestPart < most;
+  });
+  return meanings;
 }
 
 }  // namespace
@@ -61,7 +84,7 @@ LabelSense senseOf(const LabelMeaning& meaning, std::string_view label) {
     case LabelKind::dismissal:
       return LabelSense::otherDismissal;
     case LabelKind::action:
-      return LabelSense::grant;
+      return semantics::isPromptButton(label) ? LabelSense::grant : LabelSense::action;
     case LabelKind::acknowledgement:
       return semantics::isConfirmAction(label) ? LabelSense::grant : LabelSense::neutral;
     case LabelKind::form:
@@ -75,15 +98,16 @@ LabelSense senseOf(const LabelMeaning& meaning, std::string_view label) {
 
 JudgedLabel judgedLabel(std::string_view shown, const std::vector<SourceText>& sources, const LabelSenseOf& senseOf) {
   const JudgedLabel asItStands{text::withoutMarks(shown), false};
-  std::vector<Meaning> meanings;
-  for (const auto& source : sources) meanings.push_back({&source, senseOf(source.text)});
-  const bool isGranting = anyOf(meanings, [](LabelSense sense) { return sense == LabelSense::grant; });
-  if (meanings.empty() || (isGranting && anyOf(meanings, isRefusing))) return asItStands;
+  const auto all = meaningsOf(sources, senseOf);
+  const auto meanings = withoutChanceHits(all);
+  const bool does =
+      anyOf(meanings, [](LabelSense sense) { return sense == LabelSense::grant || sense == LabelSense::action; });
+  if (meanings.empty() || (does && anyOf(meanings, isRefusing))) return asItStands;
   const auto* const first = leading(meanings, [](LabelSense) { return true; });
   const auto* const known = leading(meanings, [](LabelSense sense) { return sense != LabelSense::unknown; });
   const bool isChance = !known || known->source->count * kSmallestPart < first->source->count;
   if (isChance) return {first->source->text, false};
-  return {known->source->text, known->sense == LabelSense::safeDismissal && isSafelyDismissing(meanings)};
+  return {known->source->text, known->sense == LabelSense::safeDismissal && isSafelyDismissing(all)};
 }
 
 std::string judgedLine(const std::string& shown, const std::vector<SourceText>& sources) {

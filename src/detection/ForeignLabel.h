@@ -15,7 +15,8 @@ enum class LabelSense {
   unknown,         // They do not know it.
   safeDismissal,   // Closes the prompt, grants nothing and destroys nothing.
   otherDismissal,  // Refuses too, but may lose something, or puts the question off.
-  grant,           // Goes along with what is asked, or does what it says.
+  grant,           // Goes along with what a prompt asks.
+  action,          // Does something else that it says, such as Stop or Print.
   neutral,         // Known, and decides nothing.
 };
 using LabelSenseOf = std::function<LabelSense(std::string_view label)>;
@@ -36,9 +37,10 @@ struct JudgedLabel {
 // The meaning of a label that English does not know, by the English texts that its program shows like this.
 //
 // A label with a refusing and a granting meaning has none, and is judged as it stands: that one word is used for Deny
-// and for Discard is met on real desktops. Otherwise the meaning that most messages have counts among those that the
-// rules know, unless another one has four times as many; and that one where the rules know none. Marks for the eye and
-// the keyboard (`text::withoutMarks`) are left out. A pure function; any thread.
+// and for Discard is met on real desktops. So has one with a refusal and another action, unless one of them has four
+// times as many messages, as Cancel has beside Stop in German. Otherwise the meaning that most messages have counts
+// among those that the rules know, unless another one has four times as many; and that one where the rules know none.
+// Marks for the eye and the keyboard (`text::withoutMarks`) are left out. A pure function; any thread.
 [[nodiscard]] JudgedLabel judgedLabel(std::string_view shown, const std::vector<platform::SourceText>& sources,
                                       const LabelSenseOf& senseOf);
 

@@ -19,10 +19,11 @@ using platform::SourceText;
 SourceText protectedText(const std::string& text, int count = 1) { return {text, count, count}; }
 SourceText ownText(const std::string& text, int count = 1) { return {text, count, 0}; }
 
+constexpr std::array kActions{platform::SupplementGroup{"They do what they say.", "stop|print"}};
 constexpr std::array kDismissals{platform::SupplementGroup{"They lose what was changed.", "don't save"}};
 
 LabelSense senseOfLabel(std::string_view label) {
-  static const platform::PromptSupplement supplement{.dismissals = kDismissals};
+  static const platform::PromptSupplement supplement{.dismissals = kDismissals, .actions = kActions};
   return senseOf(LabelMeaning{supplement}, label);
 }
 
@@ -49,8 +50,25 @@ TEST(ForeignLabel, WithARefusingAndAGrantingMeaningHasNone) {
   EXPECT_EQ(judged("無効", {protectedText("No", 90), ownText("Discard")}), (JudgedLabel{"無効", false}));
 }
 
-TEST(ForeignLabel, IsNoSafeDismissalWithAMeaningThatLosesSomething) {
-  EXPECT_EQ(judged("Nein", {protectedText("No", 5), protectedText("Don't Save")}), (JudgedLabel{"No", false}));
+// Real: Stop and Cancel are the same word in German, and five of Qt's own messages of six are Cancel.
+TEST(ForeignLabel, WithARefusalAndAnotherActionMeansWhatMostMessagesSay) {
+  EXPECT_EQ(judged("Abbrechen", {protectedText("Cancel", 5), protectedText("Stop")}), (JudgedLabel{"Cancel", true}));
+  EXPECT_EQ(judged("Abbrechen", {protectedText("Cancel", 4), protectedText("Stop")}),
+            (JudgedLabel{"Abbrechen", false}));
+  EXPECT_EQ(judged("Abbrechen", {protectedText("Stop", 5), protectedText("Cancel")}), (JudgedLabel{"Stop", false}));
+}
+
+// Real: in German, eleven of twelve messages are Discard.
+TEST(ForeignLabel, GrantsWhereARefusalIsAChanceHit) {
+  EXPECT_EQ(judged("Verwerfen", {protectedText("Discard", 11), protectedText("Cancel")}),
+            (JudgedLabel{"Discard", false}));
+  EXPECT_EQ(judged("Verwerfen", {protectedText("Cancel", 11), protectedText("Discard")}),
+            (JudgedLabel{"Verwerfen", false}));
+}
+
+TEST(ForeignLabel, IsNoSafeDismissalWhereThoseThatLoseSomethingAreAsMany) {
+  EXPECT_EQ(judged("Nein", {protectedText("No"), protectedText("Don't Save")}), (JudgedLabel{"No", false}));
+  EXPECT_EQ(judged("Nein", {protectedText("No", 3), protectedText("Don't Save")}), (JudgedLabel{"No", true}));
 }
 
 TEST(ForeignLabel, IsASafeDismissalOnlyByWhatNoProgramOfTheUserCanWrite) {
@@ -60,12 +78,18 @@ TEST(ForeignLabel, IsASafeDismissalOnlyByWhatNoProgramOfTheUserCanWrite) {
 }
 
 TEST(ForeignLabel, IsASafeDismissalOnlyWhereThatMeaningLeads) {
-  EXPECT_EQ(judged("Annuler", {protectedText("Cancel", 3), protectedText("Undo", 1)}), (JudgedLabel{"Cancel", true}));
-  EXPECT_EQ(judged("Annuler", {protectedText("Cancel"), protectedText("Undo")}), (JudgedLabel{"Cancel", false}));
-  EXPECT_EQ(judged("Annuler", {protectedText("Undo", 2), protectedText("Cancel")}), (JudgedLabel{"Cancel", false}));
-  EXPECT_EQ(judged("Annuler", {protectedText("Deny"), protectedText("Cancel"), protectedText("Undo")}).isSafeDismissal,
-            true)
-      << "Both are safe dismissals.";
+  EXPECT_EQ(judged("Halt", {protectedText("Cancel", 3), protectedText("Abort")}), (JudgedLabel{"Cancel", true}));
+  EXPECT_EQ(judged("Halt", {protectedText("Cancel"), protectedText("Abort")}), (JudgedLabel{"Cancel", false}));
+  EXPECT_EQ(judged("Halt", {protectedText("Abort", 2), protectedText("Cancel")}), (JudgedLabel{"Cancel", false}));
+  EXPECT_TRUE(judged("Halt", {protectedText("Deny"), protectedText("Cancel"), protectedText("Abort")}).isSafeDismissal)
+      << "Two of three are.";
+}
+
+// Real: all of Qt's own texts in French that are called like this, but for one, are Undo.
+TEST(ForeignLabel, IsNoLessASafeDismissalBesideUndo) {
+  EXPECT_EQ(judged("Annuler", {protectedText("Undo", 7), protectedText("Cancel")}), (JudgedLabel{"Cancel", true}));
+  EXPECT_EQ(judged("Annuler", {protectedText("Undo", 7)}), (JudgedLabel{"Undo", false}));
+  EXPECT_EQ(judged("Annuler", {protectedText("Undo", 7), protectedText("Delete")}), (JudgedLabel{"Delete", false}));
 }
 
 TEST(ForeignLabel, PrefersWhatTheRulesKnowUnlessItIsAChanceHit) {
@@ -79,7 +103,7 @@ RC_GTEST_PROP(ForeignLabel, NeverBecomesSafeByAnythingThatAProgramOfTheUserCanWr
                                               "Undo",   "Don't Save", "Abort", "Delete", "Skip",  "Remove",  "Quit"};
   std::vector<SourceText> sources;
   for (const auto& text : texts) {
-    const int own = *rc::gen::inRange(0, 4);
+    const int own = *rc::gen::element(0, 0, 1, 3, 50);
     const int safe = *rc::gen::inRange(0, 3);
     if (own + safe > 0) sources.push_back({text, own + safe, safe});
   }

@@ -17,6 +17,7 @@
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/linux/catalogues/LinuxTranslations.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/SystemClock.h"
@@ -65,6 +66,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
   [[nodiscard]] const atspi::AccessibilityCounters& accessibilityCounters() const {
     return linuxAccessibility.counters();
   }
+
+  [[nodiscard]] platform::Translations& translations() { return linuxTranslations; }
 
   platform::Accessibility& accessibility() override { return linuxAccessibility; }
   platform::Workspace& workspace() override { return linuxWorkspace; }
@@ -158,6 +161,12 @@ class LinuxDesktopBinding final : public DesktopBinding {
   x11::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
   x11::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
   x11::XTestEvents events{desktop.display(), windows};
+  catalogues::LinuxTranslations linuxTranslations{
+      {.ownLocale = "", .languageOf = [this](std::int32_t process) -> std::optional<catalogues::ProgramLanguage> {
+         const auto language = linuxAccessibility.languageOf(process);
+         if (!language) return std::nullopt;
+         return catalogues::ProgramLanguage{language->locale, language->toolkit};
+       }}};
 };
 
 }  // namespace quillard::test

@@ -1,0 +1,83 @@
+#include "desktop/languages/LanguageWindows.h"
+
+namespace quillard::test {
+namespace {
+
+using Words = std::vector<std::string>;
+
+LanguageWindow zenity(WindowKind kind, const Words& options) {
+  std::string name = "zenity";
+  for (const auto& option : options) name += " " + option;
+  return {name, kind, "zenity", options};
+}
+
+// It ends with its input, which here never ends.
+LanguageWindow zenityWithInput(WindowKind kind, const std::string& options) {
+  return {"zenity " + options, kind, "bash", {"-c", "exec zenity " + options + " < <(exec sleep 300)"}};
+}
+
+LanguageWindow sample(WindowKind kind, const std::string& toolkit, const std::string& window) {
+  const std::string folder = LANGUAGE_SAMPLES;
+  return {toolkit + " " + window, kind, folder + "/translated_" + toolkit, {window}};
+}
+
+void add(std::vector<LanguageWindow>& windows, WindowKind kind, const std::string& toolkit, const Words& names) {
+  for (const auto& name : names) windows.push_back(sample(kind, toolkit, name));
+}
+
+// The portal that asks for a program in a container: its own labels, and a text that its caller translates.
+LanguageWindow portal() {
+  return {"portal access",
+          WindowKind::prompt,
+          "/usr/libexec/xdg-desktop-portal-gtk",
+          {},
+          {"gdbus", "call", "--session", "--timeout", "60", "--dest", "org.freedesktop.impl.portal.desktop.gtk",
+           "--object-path", "/org/freedesktop/portal/desktop", "--method",
+           "org.freedesktop.impl.portal.Access.AccessDialog", "/org/freedesktop/portal/desktop/request/1/a",
+           "org.example.Camera", "", "Turn On Camera?", "Cheese wants to use your camera.",
+           "This permission can be changed at any time from the privacy settings.", "{}"}};
+}
+
+}  // namespace
+
+std::vector<LanguageWindow> languagePrompts() {
+  std::vector<LanguageWindow> windows{zenity(WindowKind::prompt, {"--question"}),
+                                      zenity(WindowKind::secret, {"--password"}),
+                                      zenity(WindowKind::secret, {"--password", "--username"}), portal()};
+  add(windows, WindowKind::prompt, "gtk3", {"delete", "replace", "yes-no", "ok-cancel"});
+  add(windows, WindowKind::secret, "gtk3", {"password"});
+  add(windows, WindowKind::prompt, "gtk4", {"delete", "yes-no"});
+  add(windows, WindowKind::prompt, "qt", {"delete", "replace", "unsaved", "ok-cancel", "all"});
+  add(windows, WindowKind::secret, "qt", {"password"});
+  return windows;
+}
+
+std::vector<LanguageWindow> languageOthers() {
+  std::vector<LanguageWindow> windows;
+  for (const Words& options :
+       {Words{"--calendar"}, Words{"--entry"}, Words{"--scale"}, Words{"--color-selection"}, Words{"--file-selection"},
+        Words{"--file-selection", "--save"}, Words{"--file-selection", "--directory"},
+        Words{"--file-selection", "--multiple"}, Words{"--forms", "--add-entry=A", "--add-entry=B"},
+        Words{"--list", "--column=A", "1", "2", "3"},
+        Words{"--list", "--checklist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"},
+        Words{"--list", "--radiolist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"}}) {
+    windows.push_back(zenity(WindowKind::other, options));
+  }
+  for (const std::string options : {"--progress", "--progress --pulsate", "--text-info", "--text-info --editable"}) {
+    windows.push_back(zenityWithInput(WindowKind::other, options));
+  }
+  windows.push_back(zenity(WindowKind::information, {"--info"}));
+  windows.push_back(zenity(WindowKind::information, {"--warning"}));
+  windows.push_back(zenity(WindowKind::information, {"--error"}));
+  add(windows, WindowKind::other, "gtk3",
+      {"about", "open", "save", "folder", "color", "font", "application", "recent", "find", "preferences", "properties",
+       "assistant"});
+  add(windows, WindowKind::other, "gtk4", {"about", "open", "color", "font"});
+  add(windows, WindowKind::other, "qt",
+      {"text", "number", "item", "open", "save", "folder", "color", "font", "progress", "wizard", "settings", "form",
+       "tool"});
+  add(windows, WindowKind::information, "qt", {"error", "about"});
+  return windows;
+}
+
+}  // namespace quillard::test

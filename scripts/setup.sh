@@ -7,7 +7,8 @@ debian_packages=(
   nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
   libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
-  libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin xdg-utils util-linux
+  libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin
+  qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome xdg-utils util-linux
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
   libboost1.81-dev libsqlite3-dev chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
@@ -17,7 +18,8 @@ command -v npm >/dev/null || debian_packages+=(npm)
 
 # Of these, what only tests need: not installed, and not built, where only_to_run is set.
 debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev git libzbar-dev python3-cryptography-vectors
-  libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils desktop-file-utils man-db shellcheck tint2 chromium
+  libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
+  desktop-file-utils man-db shellcheck tint2 chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev "
 only_to_run=""
 

@@ -17,7 +17,8 @@ std::vector<std::string> shownTexts(const std::vector<PromptText>& texts) {
 
 bool ForeignTexts::isToBeAsked(const PromptReading& reading) const {
   const auto& evidence = reading.evidence;
-  const bool isDialogLike = evidence.isModal || evidence.subrole == "AXDialog" || evidence.role == "AXSheet";
+  const bool isDialogLike =
+      evidence.isModal || evidence.subrole == "AXDialog" || evidence.role == "AXSheet" || reading.hasSecureTextField;
   const auto& labels = reading.texts.labels;
   return translations && isDialogLike && std::any_of(labels.begin(), labels.end(), [&](const PromptText& label) {
            return senseOf(label.shown) == LabelSense::unknown;

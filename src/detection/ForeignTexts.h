@@ -11,8 +11,8 @@
 namespace quillard {
 
 // Gives the foreign texts of a window their English meaning, where the system can tell it: sets how each is judged
-// (`PromptText`). Asked only of windows that are like dialogs and have a label that is not understood; all others are
-// judged as they stand. Any thread; may read files (`platform::Translations`).
+// (`PromptText`). Asked only of windows that are like dialogs, or have a field for a secret, and have a label that is
+// not understood; all others are judged as they stand. Any thread; may read files (`platform::Translations`).
 class ForeignTexts {
  public:
   // Both outlive this. `translations` null: texts are judged as they stand.

@@ -35,15 +35,27 @@ LanguageWindow portal() {
            "--object-path", "/org/freedesktop/portal/desktop", "--method",
            "org.freedesktop.impl.portal.Access.AccessDialog", "/org/freedesktop/portal/desktop/request/1/a",
            "org.example.Camera", "", "Turn On Camera?", "Cheese wants to use your camera.",
-           "This permission can be changed at any time from the privacy settings.", "{}"}};
+           "This permission can be changed at any time from the privacy settings.", "{}"},
+          "org.freedesktop.impl.portal.desktop.gtk"};
+}
+
+// The agent that asks for a password when something wants to be done as the superuser.
+LanguageWindow policyAgent() {
+  return {.name = "policy agent",
+          .kind = WindowKind::secret,
+          .program = "/usr/lib/policykit-1-gnome/polkit-gnome-authentication-agent-1",
+          .arguments = {},
+          .service = "org.freedesktop.PolicyKit1",
+          .authority = {std::string(LANGUAGE_SAMPLES) + "/policy_authority"},
+          .preloaded = SESSION_STUB};
 }
 
 }  // namespace
 
 std::vector<LanguageWindow> languagePrompts() {
-  std::vector<LanguageWindow> windows{zenity(WindowKind::prompt, {"--question"}),
-                                      zenity(WindowKind::secret, {"--password"}),
-                                      zenity(WindowKind::secret, {"--password", "--username"}), portal()};
+  std::vector<LanguageWindow> windows{
+      zenity(WindowKind::prompt, {"--question"}), zenity(WindowKind::secret, {"--password"}),
+      zenity(WindowKind::secret, {"--password", "--username"}), portal(), policyAgent()};
   add(windows, WindowKind::prompt, "gtk3", {"delete", "replace", "yes-no", "ok-cancel"});
   add(windows, WindowKind::secret, "gtk3", {"password"});
   add(windows, WindowKind::prompt, "gtk4", {"delete", "yes-no"});

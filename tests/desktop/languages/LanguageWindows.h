@@ -19,7 +19,10 @@ struct LanguageWindow {
   WindowKind kind = WindowKind::other;
   std::string program;
   std::vector<std::string> arguments;
-  std::vector<std::string> caller{};  // A command that asks a service for the window, once that is there.
+  std::vector<std::string> caller{};     // A command that asks for the window, once `service` is there.
+  std::string service{};                 // A name on the bus.
+  std::vector<std::string> authority{};  // A program that has to be there, with `service`, before this one.
+  std::string preloaded{};               // A library for the program. It then takes the session's bus for the system's.
 };
 
 // Of every toolkit, those of services among them. Their texts, but for names, are in the program's own language.

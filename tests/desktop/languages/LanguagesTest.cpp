@@ -106,13 +106,15 @@ class Survey {
     Agent agent(binding);
     std::vector<DesktopProgram> programs;
     std::map<std::int32_t, std::string> names;
+    std::vector<DesktopProgram> helpers;
     for (const auto& window : windows) {
-      programs.push_back(binding.privateDesktop().launch(window.program, window.arguments, variables));
+      if (!window.authority.empty()) helpers.push_back(startService(binding, window));
+      programs.push_back(
+          binding.privateDesktop().launch(window.program, window.arguments, variablesOf(binding, window)));
       names[programs.back().pid()] = window.name;
     }
-    std::vector<DesktopProgram> callers;
     for (const auto& window : windows) {
-      if (!window.caller.empty()) callers.push_back(call(binding, window));
+      if (!window.caller.empty()) helpers.push_back(call(binding, window));
     }
     const bool areAllShown = binding.eventually([&] { return shown(agent, names) == names.size(); });
     EXPECT_TRUE(areAllShown) << "Not all windows of this group came up: " << missing(verdictsOf(agent, names));
@@ -129,9 +131,28 @@ class Survey {
     verdicts.merge(found);
   }
 
-  DesktopProgram call(LinuxDesktopBinding& binding, const LanguageWindow& window) {
+  [[nodiscard]] PrivateDesktop::Variables variablesOf(LinuxDesktopBinding& binding,
+                                                      const LanguageWindow& window) const {
+    auto all = variables;
+    if (window.preloaded.empty()) return all;
+    all.emplace_back("LD_PRELOAD", window.preloaded);
+    all.emplace_back("DBUS_SYSTEM_BUS_ADDRESS", binding.privateDesktop().sessionBusAddress());
+    return all;
+  }
+
+  static void waitForService(LinuxDesktopBinding& binding, const LanguageWindow& window) {
     DesktopBus bus(binding.privateDesktop().sessionBusAddress());
-    EXPECT_TRUE(waitFor([&] { return bus.isNameOwned("org.freedesktop.impl.portal.desktop.gtk"); })) << window.name;
+    EXPECT_TRUE(waitFor([&] { return bus.isNameOwned(window.service); })) << window.name;
+  }
+
+  static DesktopProgram startService(LinuxDesktopBinding& binding, const LanguageWindow& window) {
+    auto program = binding.privateDesktop().launch(window.authority.front());
+    waitForService(binding, window);
+    return program;
+  }
+
+  DesktopProgram call(LinuxDesktopBinding& binding, const LanguageWindow& window) {
+    waitForService(binding, window);
     return binding.privateDesktop().launch(window.caller.front(), {window.caller.begin() + 1, window.caller.end()},
                                            variables);
   }
@@ -262,6 +283,12 @@ void expectAsInEnglish(const std::vector<LanguageWindow>& windows, const Verdict
 
 class Languages : public testing::Test {
  protected:
+  static void SetUpTestSuite() {
+    if (!fs::exists("/usr/share/locale/de/LC_MESSAGES/gtk30.mo")) {
+      std::printf("This machine leaves out the translations of its packages: every language is English here.\n");
+    }
+  }
+
   void survey(const std::vector<LanguageWindow>& windows, std::size_t languages) {
     const auto english = Survey(kEnglish, locales).of(windows);
     printHead();

@@ -1,5 +1,6 @@
 #include "platform/linux/catalogues/ChromiumCatalogue.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -43,6 +44,7 @@ class Pack {
   explicit Pack(std::string_view bytes) : numbers(bytes, Bytes::Order::little) {
     if (bytes.size() <= kLargestCatalogue) layout = layoutOf(numbers);
     if (!layout) return;
+    found.reserve(std::min<std::size_t>(layout->entries, bytes.size() / kEntry));
     for (std::size_t i = 0; i < layout->entries; ++i) add(numbers.number16(entryAt(i)), i);
     const std::size_t aliasesAt = entryAt(layout->entries + 1);
     for (std::size_t i = 0; i < layout->aliases; ++i) {

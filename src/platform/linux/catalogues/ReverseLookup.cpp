@@ -1,5 +1,8 @@
 #include "platform/linux/catalogues/ReverseLookup.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "platform/linux/catalogues/CatalogueMessage.h"
 #include "platform/linux/catalogues/ComparableText.h"
 #include "platform/linux/catalogues/MessagePattern.h"
@@ -24,7 +27,13 @@ void ReverseLookup::pass(std::string_view source, std::string_view translation) 
 }
 
 void ReverseLookup::passPattern(std::string_view source) {
-  const auto pattern = MessagePattern::of(compared);
+  const auto begin = compared.find_first_of("%{$");
+  if (begin == std::string::npos) return;
+  // Most messages are out by what stands before their first placeholder.
+  const auto head = std::string_view(compared).substr(0, begin);
+  const bool mayMatch =
+      std::any_of(lines.begin(), lines.end(), [&](std::size_t index) { return wanted[index].text.starts_with(head); });
+  const auto pattern = mayMatch ? MessagePattern::of(compared) : std::nullopt;
   if (!pattern) return;
   for (const auto index : lines) {
     if (pattern->matches(wanted[index].text)) add(index, source);

@@ -35,7 +35,7 @@ TEST_F(ExplainReport, SaysWhichSignDecidedAndWhatWouldHaveToBeDifferent) {
 
 TEST_F(ExplainReport, NamesTheSignsThatWereNotAskedAnyMore) {
   world.desktop().open({.title = "Name",
-                        .lines = {"Are you sure?"},
+                        .lines = {"What is it called?"},
                         .buttons = {"OK", "Cancel"},
                         .extra = {{.role = "AXTextField", .frame = Rect{20, 20, 80, 20}}}});
   const auto text = explained("", linuxPromptSupplement());

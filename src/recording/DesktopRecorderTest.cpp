@@ -266,7 +266,7 @@ TEST_F(DesktopRecorderTest, RecordsAHungApplicationAsFarAsItAnswered) {
   desktop.elementsByName["app 8"] = fake("AXApplication", {{"AXTitle", text("Other")}});
   desktop.elementsByName["app 8"].processIdentifier = 8;
   desktop.hangingProcess = 7;
-  desktop.readsBeforeItHangs = 34;  // The application, its window, and all but the children of the first child.
+  desktop.readsBeforeItHangs = 35;  // The application, its window, and all but the children of the first child.
   const auto recorded = record();
   ASSERT_EQ(recorded.applications.size(), 2U);
   EXPECT_TRUE(recorded.applications[0].missedTimeout);

@@ -21,6 +21,12 @@ TEST(Mapping, CallsAnObjectEnabledThatSaysSoInEitherWay) {
   EXPECT_FALSE(mapping::isEnabled(record(Role::pushButton, "OK")));
 }
 
+TEST(Mapping, TellsATextToReadFromALabelAndFromAField) {
+  EXPECT_TRUE(mapping::isDocument(record(Role::text)));
+  EXPECT_FALSE(mapping::isDocument(record(Role::text, "", bit(State::editable))));
+  EXPECT_FALSE(mapping::isDocument(record(Role::label)));
+}
+
 TEST(Mapping, TellsAlertsAndChoosersFromOtherWindows) {
   EXPECT_EQ(mapping::roleDescriptionOf(Role::alert), ax::kAlertDescription);
   for (const Role role : {Role::fileChooser, Role::colorChooser, Role::fontChooser}) {

@@ -153,6 +153,11 @@ void DesktopLife::calmDown() {
   for (Application& application : applications) calmDown(application);
 }
 
+bool DesktopLife::isImpaired() const {
+  return std::any_of(applications.begin(), applications.end(),
+                     [](const Application& application) { return application.impairedUntil.has_value(); });
+}
+
 // ---- Prompts
 
 Content DesktopLife::newContent() {

@@ -78,6 +78,8 @@ class DesktopLife {
 
   // Every application answers, and none is hidden.
   void calmDown();
+  // Whether one of them does not.
+  [[nodiscard]] bool isImpaired() const;
 
   // ---- The truth.
   [[nodiscard]] const std::vector<Appearance>& appearances() const { return all; }
@@ -92,9 +94,9 @@ class DesktopLife {
  private:
   struct Application {
     platform::simulated::ApplicationHandle handle;
-    std::optional<Seconds> impairedUntil{};  // Until then it does not answer well. Infinite: until it is told to.
+    std::optional<Seconds> impairedUntil{};   // Until then it does not answer well. Infinite: until it is told to.
     std::optional<Seconds> lastImpaired{};    // When it last did not.
-    Seconds impairmentBegan{0};                 // Of the newest impairment.
+    Seconds impairmentBegan{0};               // Of the newest impairment.
     std::optional<Seconds> impairedBefore{};  // The end of the one before that.
   };
 

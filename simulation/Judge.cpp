@@ -135,7 +135,7 @@ void Judge::listed(const PendingApproval& approval) {
     byID.emplace(approval.id, Identity{.candidates = candidates,
                                        .suppressionID = approval.suppressionID,
                                        .title = approval.windowTitle,
-                                       .firstListed = stage.now(),
+                                       .lastListed = stage.now(),
                                        .isHuge = approval.windowTitle.size() > kHugeTitle});
     return;
   }
@@ -145,6 +145,7 @@ void Judge::listed(const PendingApproval& approval) {
     stage.fail("The identity ", shown(approval.id), " (\"", approval.windowTitle, "\") had ended, and came back.");
   }
   identity.isListed = true;
+  identity.lastListed = stage.now();
   identity.left.reset();
 }
 
@@ -166,7 +167,9 @@ void Judge::left(const Uuid& id, Identity& identity) {
     identity.mayComeBack = true;
     return;
   }
-  const bool wasForgotten = forgottenAt && stage.awakeSince(*forgottenAt) < kStaleAtFirst;
+  // Between the two lists at the latest, however far they lie apart.
+  const bool wasForgotten =
+      forgottenAt && (stage.awakeSince(*forgottenAt) < kStaleAtFirst || *forgottenAt >= identity.lastListed);
   if (wasForgotten || identity.mayComeBack) return;
   for (const std::size_t candidate : identity.candidates) {
     const Appearance& appearance = life.appearances()[candidate];
@@ -218,10 +221,13 @@ void Judge::pressed(const AgentPress& press) {
   // The agent takes them in the order in which they came.
   TapDecision* begun = nullptr;
   for (TapDecision* decision : fitting) {
-    const bool isOpen = decision->answers.empty();
-    if (isOpen && (!begun || *decision->delivered < *begun->delivered)) begun = decision;
+    if (!decision->answers.empty()) continue;
+    if (!begun || *decision->delivered < *begun->delivered) begun = decision;
   }
-  if (begun && begun->pressed == press.appearance && wasPrompt) expectNoHurry(*begun, press);
+  // With another one that is open, the press may be its first.
+  const auto isOpen = [](const TapDecision* decision) { return decision->answers.empty(); };
+  const bool isOnlyOne = std::count_if(fitting.begin(), fitting.end(), isOpen) == 1;
+  if (isOnlyOne && begun->pressed == press.appearance && wasPrompt) expectNoHurry(*begun, press);
   if (begun && press.isTaken && !begun->pressed) {
     begun->pressed = press.appearance;
     begun->pressedAt = press.at;

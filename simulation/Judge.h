@@ -79,7 +79,7 @@ class Judge {
     std::vector<std::size_t> candidates;  // Appearances that it may stand for; fewer and fewer, one most often.
     Uuid suppressionID;
     std::string title;
-    Seconds firstListed{0};
+    Seconds lastListed{0};
     bool isHuge = false;  // Too large for a list that names others of its size as well.
     bool isListed = true;
     std::optional<Seconds> left{};

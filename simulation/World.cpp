@@ -171,8 +171,13 @@ class World {
     }
     phones.front()->unmuteAll(judge.mutedKindsEver());
     judge.kindsAreUnmuted();
+    life.calmDown();    // A press that came late may have silenced an application meanwhile.
     life.openPrompt();  // Whatever has happened, what is new is still met.
     pass(kQuietTime);
+    if (life.isImpaired()) {
+      life.calmDown();
+      pass(kQuietTime);
+    }
     if (stage.verdict.isBroken()) return;
     for (const auto& each : phones) {
       if (!each->isConnected()) stage.fail(each->name(), " is not connected after a quiet time.");

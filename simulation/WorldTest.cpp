@@ -85,6 +85,14 @@ TEST(Worlds, KeepEveryInvariantWhereOneWasBroken) {
   }
 }
 
+// Where the judge once found fault with an agent that was right: lists far apart, two decisions for one button, and a
+// program that fell silent in the quiet time.
+TEST(Worlds, KeepEveryInvariantWhereTheJudgeWasWrong) {
+  for (const std::uint64_t seed : {1900U, 2674U, 3587U, 4620U, 500'316U}) {
+    EXPECT_EQ(live({.seed = seed, .length = Seconds{30.24}}).broken, std::nullopt) << "Seed " << seed;
+  }
+}
+
 // What each world shows when the agent makes one mistake again: see tests/mutation for these mistakes.
 TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
   const std::map<std::uint64_t, std::string> mistakes{

@@ -19,7 +19,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       suppressionStore(platform.userDefaults),
       store(AgentConfiguration::approvalStaleGrace(platform.environment), platform.clock, platform.random),
       stampClock(platform.clock, platform.random),
-      instanceGuard({platform.application, platform.workspace, platform.lockFiles}),
+      instanceGuard({platform.application, platform.workspace, platform.lockFiles, platform.executors.mainThread()}),
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
                         [this] { publishAndRefresh(/*force=*/false); }),
       permissionWatch(platform.accessibility, platform.executors.mainThread(), permissionWatchEvents()),
@@ -46,11 +46,10 @@ AppDelegate::~AppDelegate() = default;
 // ---- What the system calls
 
 void AppDelegate::applicationDidFinishLaunching() {
-  instanceGuard.terminateOtherAgents();
-  if (!instanceGuard.acquireSingleInstanceLock()) {
-    quit();
-    return;
-  }
+  instanceGuard.takeOver([this](bool mayRun) { mayRun ? start() : quit(); });
+}
+
+void AppDelegate::start() {
   suppressionStore.forgetEarlierRuns();  // Only the agent that runs does so: the settings are shared.
   menu.configureApplicationMenu();
   status.configureMenuBar();
@@ -67,11 +66,12 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
-  showStatusWindow();
+  if (!instanceGuard.isWaiting()) showStatusWindow();  // The window comes with the start, if there is one.
   return true;
 }
 
 void AppDelegate::applicationWillTerminate() {
+  instanceGuard.stopWaiting();
   status.stop();
   decisions.stop();
   notificationPause.stop();

@@ -35,9 +35,9 @@ namespace quillard {
 // (when to scan, how the relay is kept, which decision is next) is decided by the owner of that concern; what one
 // concern means for another is decided here, and here only.
 //
-// States: constructed -> launching -> running -> terminating; or, when another agent holds the lock, constructed ->
-// terminating. Main thread only, its destruction included, which waits for a scan and for a press that have begun and
-// is never asked for from inside one of its own operations.
+// States: constructed -> launching -> running -> terminating; or, when another agent keeps the lock, constructed ->
+// launching -> terminating. Main thread only, its destruction included, which waits for a scan and for a press that
+// have begun and is never asked for from inside one of its own operations.
 class AppDelegate final : public platform::ApplicationDelegate, public std::enable_shared_from_this<AppDelegate> {
  public:
   // What `platform` refers to, and `statusWindowViews`, outlive the agent. Owned by a `std::shared_ptr`, since the
@@ -46,6 +46,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   ~AppDelegate() override;
 
   // ---- What the system calls.
+  // Runs, or quits, some seconds later when an agent that runs already was asked to make room.
   void applicationDidFinishLaunching() override;
   // Always true.
   bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
@@ -67,6 +68,9 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] MacStatusSnapshot currentStatusSnapshot();
 
  private:
+  // This agent is the only one.
+  void start();
+
   // ---- What the owners report, and what it means for the others.
   // Absent: without the permission the outcome of a scan does not count.
   std::optional<std::size_t> publishScan(const ScanOutcome& outcome);

@@ -61,6 +61,40 @@ TEST(AppDelegateLaunch, ASecondAgentAsksTheFirstToQuitAndEndsItself) {
   EXPECT_EQ(agent.world.time().nextDue(), std::nullopt) << "Nothing was started.";
 }
 
+TEST(AppDelegateLaunch, ASecondAgentRunsOnceTheFirstHasLetGo) {
+  AgentWorld agent;
+  platform::simulated::SimulatedLockFiles first{agent.world.lockFolder()};
+  auto held = first.acquire(kLock);
+  agent.desktop().launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501});
+  agent.launch();
+  agent.world.application().reopen();
+  agent.advance(0.45);
+  EXPECT_THAT(agent.world.statusWindowViews().windows(), IsEmpty()) << "The first one is still there.";
+  EXPECT_EQ(agent.world.loginService().registrationCount(), 0);
+  held.lock.reset();
+  agent.advance(0.2);
+  EXPECT_FALSE(agent.world.application().hasTerminated());
+  EXPECT_TRUE(agent.world.lockFolder().isLocked(kLock));
+  EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());
+  EXPECT_EQ(agent.world.loginService().registrationCount(), 1);
+}
+
+TEST(AppDelegateLaunch, ASecondAgentThatIsToldToQuitWhileItWaitsDoesSo) {
+  AgentWorld agent;
+  platform::simulated::SimulatedLockFiles first{agent.world.lockFolder()};
+  auto held = first.acquire(kLock);
+  agent.desktop().launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501});
+  agent.launch();
+  agent.advance(0.45);
+  agent.world.application().terminate();
+  agent.advance(0);
+  held.lock.reset();
+  agent.advance(60);
+  EXPECT_TRUE(agent.world.application().hasTerminated());
+  EXPECT_EQ(agent.world.lockFiles().heldCount(), 0U);
+  EXPECT_EQ(agent.world.time().nextDue(), std::nullopt);
+}
+
 TEST(AppDelegateLaunch, RunsUnguardedWhereNoLockCanBeHad) {
   AgentWorld agent;
   agent.world.lockFolder().setUnavailable(true);

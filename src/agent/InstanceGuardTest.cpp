@@ -20,8 +20,8 @@ constexpr const char* kLock = "com.quillard.agent.lock";
 
 struct InstanceGuardTest : testing::Test {
   std::unique_ptr<InstanceGuard> makeGuard() {
-    return std::make_unique<InstanceGuard>(
-        InstanceGuardDependencies{world.application(), world.workspace(), world.lockFiles()});
+    return std::make_unique<InstanceGuard>(InstanceGuardDependencies{world.application(), world.workspace(),
+                                                                     world.lockFiles(), world.time().mainThread()});
   }
   std::vector<std::int32_t> quitRequests() {
     std::vector<std::int32_t> processes;
@@ -41,8 +41,68 @@ TEST_F(InstanceGuardTest, AsksAgentsOfBothNamesToQuitAndNeverItself) {
   desktop.launch({.bundleIdentifier = "com.quillard.agent.other", .processIdentifier = 504});
   desktop.launch(
       {.bundleIdentifier = "com.quillard.agent", .processIdentifier = world.application().processIdentifier()});
-  guard->terminateOtherAgents();
+  EXPECT_EQ(guard->terminateOtherAgents(), 3U);
   EXPECT_THAT(quitRequests(), ElementsAre(502, 501, 503));
+}
+
+// ---- Taking over from an agent that quits when it is asked, but not at once
+
+struct TakingOver : InstanceGuardTest {
+  TakingOver() { world.desktop().launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501}); }
+  void takeOver() {
+    world.time().runOnMainThread([this] { guard->takeOver([this](bool mayRun) { decisions.push_back(mayRun); }); });
+  }
+  SimulatedLockFiles first{world.lockFolder()};
+  platform::LockResult held = first.acquire(kLock);
+  std::vector<bool> decisions;
+};
+
+TEST_F(TakingOver, WaitsForTheAgentThatLetsGoAMomentLater) {
+  takeOver();
+  EXPECT_THAT(quitRequests(), ElementsAre(501));
+  world.advance(Seconds{0.65});
+  EXPECT_THAT(decisions, testing::IsEmpty());
+  EXPECT_TRUE(guard->isWaiting());
+  held.lock.reset();
+  world.advance(Seconds{0.1});
+  EXPECT_THAT(decisions, ElementsAre(true));
+  EXPECT_FALSE(guard->isWaiting());
+  EXPECT_EQ(world.lockFiles().heldCount(), 1U);
+  world.advance(Seconds{60});
+  EXPECT_THAT(decisions, ElementsAre(true)) << "Once.";
+}
+
+TEST_F(TakingOver, GivesWayToAnAgentThatDoesNotLetGoInTime) {
+  takeOver();
+  world.advance(InstanceGuard::kLongestWait - Seconds{0.01});
+  EXPECT_THAT(decisions, testing::IsEmpty());
+  world.advance(Seconds{0.02});
+  EXPECT_THAT(decisions, ElementsAre(false));
+  held.lock.reset();
+  world.advance(Seconds{60});
+  EXPECT_EQ(world.lockFiles().heldCount(), 0U) << "Nothing is tried any more.";
+}
+
+TEST_F(TakingOver, DoesNotWaitForALockThatNobodyWasAskedFor) {
+  world.desktop().terminate({501});
+  takeOver();
+  EXPECT_THAT(decisions, ElementsAre(false));
+}
+
+TEST_F(TakingOver, DecidesNothingOnceItIsStopped) {
+  takeOver();
+  guard->stopWaiting();
+  held.lock.reset();
+  world.advance(Seconds{60});
+  EXPECT_THAT(decisions, testing::IsEmpty());
+  EXPECT_EQ(world.lockFiles().heldCount(), 0U);
+}
+
+TEST_F(InstanceGuardTest, MayRunImmediatelyWhereItIsAlone) {
+  std::vector<bool> decisions;
+  world.time().runOnMainThread([&] { guard->takeOver([&](bool mayRun) { decisions.push_back(mayRun); }); });
+  EXPECT_THAT(decisions, ElementsAre(true));
+  EXPECT_EQ(world.time().nextDue(), std::nullopt);
 }
 
 TEST_F(InstanceGuardTest, HoldsTheLockUntilItReleasesIt) {

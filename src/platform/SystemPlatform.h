@@ -19,8 +19,7 @@ class SystemPlatform {
 
   // References into this object.
   [[nodiscard]] virtual Platform platform() = 0;
-  // What this system wants done before an agent is made, which tools do not ask for. May wait some seconds for an agent
-  // that runs already to end.
+  // What this system wants done before an agent is made, which tools do not ask for.
   virtual void prepareForAgent() = 0;
 };
 

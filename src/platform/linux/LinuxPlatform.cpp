@@ -13,16 +13,12 @@
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "platform/linux/system/DetachedProgram.h"
-#include "platform/linux/system/LinuxRunningAgents.h"
 
 namespace quillard::desktop {
 namespace {
 
 // Of a user without a home: nothing can be made there, so that settings of this run stay in memory.
 constexpr const char* kNowhere = "/dev/null/quillard";
-
-// An agent that ends sends a close message to its relay first.
-constexpr Seconds kOtherAgentsTimeout{5};
 
 bool isXSession(const platform::Environment& environment) {
   return environment.value("WAYLAND_DISPLAY").value_or("").empty() &&
@@ -107,7 +103,6 @@ platform::Platform LinuxPlatform::platform() {
 }
 
 void LinuxPlatform::prepareForAgent() {
-  endRunningAgents(processes, environment, kOtherAgentsTimeout);
   const auto limitation = capabilities.limitation(platform::DesktopCapability::windowList);
   if (limitation && !limitation->isPartial) console.writeLine(limitation->reason);
 }

@@ -65,6 +65,7 @@ void DoctorExamination::checkKeychain() {
   facts.secretService =
       store.copyMatching(SecretPlace::dataProtectionKeychain, kAgentIdentifier, kSecretsAccount).status;
   facts.secretFile = store.copyMatching(SecretPlace::fileKeychain, kAgentIdentifier, kSecretsAccount).status;
+  facts.hasIdentityInSettings = pairing.hasCopyInSettings();
 }
 
 void DoctorExamination::checkLock() { facts.lock = platform.lockFiles.acquire(kInstanceLockFile).outcome; }

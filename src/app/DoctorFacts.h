@@ -45,6 +45,7 @@ struct DoctorFacts {
 
   platform::SecretStatus secretService;  // Of looking for the identity there.
   platform::SecretStatus secretFile;
+  bool hasIdentityInSettings = false;  // A copy of the identity, which serves where the others cannot be read.
 
   std::optional<std::string> notificationProblem;
 

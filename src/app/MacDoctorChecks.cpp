@@ -16,7 +16,9 @@ DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   if (facts.isAskedAlone) {
     check.state = State::problem;
     check.detail = "It is not allowed: no window can be read.";
-    check.remedy = "Switch Quillard on in System Settings > Privacy & Security > Accessibility.";
+    check.remedy =
+        "Switch Quillard on in System Settings > Privacy & Security > Accessibility. Where the list does not have it: "
+        "\"+\", and choose Quillard in Applications.";
     return check;
   }
   // A program that a terminal starts counts as the terminal.
@@ -31,6 +33,19 @@ bool holdsNothing(const platform::SecretStatus& status) {
   return status.code == SecretStatusCode::itemNotFound || status.code == SecretStatusCode::missingEntitlement;
 }
 
+void describeWithheldIdentity(DoctorCheck& check, bool hasCopy) {
+  check.detail = "The login keychain is locked, or its identity is another build's, which this one may not read. ";
+  if (hasCopy) {
+    check.state = State::note;
+    check.detail += "The agent uses the copy in its settings: paired phones stay paired.";
+    check.remedy = "Unlock it in Keychain Access; or delete com.quillard.agent there.";
+    return;
+  }
+  check.state = State::problem;
+  check.detail += "The agent uses an identity then that no phone knows.";
+  check.remedy = "Unlock it in Keychain Access; or delete com.quillard.agent there, and pair the phone anew.";
+}
+
 DoctorCheck keychainCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "keychain",
                     .title = "Keychain",
@@ -42,17 +57,16 @@ DoctorCheck keychainCheck(const DoctorFacts& facts) {
     check.detail = "Secrets are kept in the login keychain.";
   } else if (isFirstAsked && facts.secretFile.code == SecretStatusCode::itemNotFound) {
     check.state = State::note;
-    check.detail = "It can be read, and holds no identity yet: that comes with the agent's first start.";
+    check.detail = facts.hasIdentityInSettings
+                       ? "It can be read, and holds no identity. The agent uses the copy in its settings."
+                       : "It can be read, and holds no identity yet: that comes with the agent's first start.";
   } else if (isFirstAsked && facts.secretFile.code == SecretStatusCode::interactionNotAllowed) {
-    check.state = State::problem;
-    check.detail =
-        "The login keychain is locked, or its identity is another build's, which this one may not read. The agent uses "
-        "an identity then that no phone knows.";
-    check.remedy = "Unlock it in Keychain Access; or delete com.quillard.agent there, and pair the phone anew.";
+    describeWithheldIdentity(check, facts.hasIdentityInSettings);
   } else {
     const auto& status = isFirstAsked ? facts.secretFile : facts.secretService;
     check.state = State::problem;
     check.detail = "It cannot be read" + (status.text.empty() ? "." : ": " + status.text);
+    if (facts.hasIdentityInSettings) check.detail += " The agent uses the copy in its settings meanwhile.";
     check.remedy = "Look in Keychain Access whether the login keychain is whole.";
   }
   return check;

@@ -104,6 +104,27 @@ TEST(MacDoctor, TellsTheKeychainsApart) {
   }
 }
 
+TEST(MacDoctor, SaysThatTheCopyInTheSettingsServesWhereTheKeychainDoesNot) {
+  auto facts = healthy();
+  facts.hasIdentityInSettings = true;
+  facts.secretService = {SecretStatusCode::missingEntitlement, ""};
+  facts.secretFile = {SecretStatusCode::interactionNotAllowed, "locked"};
+  EXPECT_EQ(check(facts, "keychain").state, State::note);
+  EXPECT_NE(check(facts, "keychain").detail.find("stay paired"), std::string::npos);
+  EXPECT_EQ(check(facts, "keychain").detail.find("no phone knows"), std::string::npos);
+  facts.secretFile = {SecretStatusCode::itemNotFound, ""};
+  EXPECT_NE(check(facts, "keychain").detail.find("uses the copy"), std::string::npos);
+  facts.secretFile = {SecretStatusCode::other, "broken (-7)"};
+  EXPECT_EQ(check(facts, "keychain").state, State::problem);
+  EXPECT_NE(check(facts, "keychain").detail.find("uses the copy"), std::string::npos);
+}
+
+TEST(MacDoctor, SaysHowTheProgramGetsIntoAListThatDoesNotHaveIt) {
+  auto facts = healthy();
+  facts.accessibilityTrust = platform::ProcessTrust::denied;
+  EXPECT_NE(check(facts, "accessibility").remedy.find("\"+\", and choose Quillard in Applications"), std::string::npos);
+}
+
 TEST(MacDoctor, FindsAProgramOutsideTheApplicationsFolder) {
   auto facts = healthy();
   facts.isInstalled = false;

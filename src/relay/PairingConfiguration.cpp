@@ -160,6 +160,11 @@ std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults
   return secrets;
 }
 
+bool PairingConfiguration::hasCopyInSettings() {
+  const MutexLock locked{finding};
+  return secretsFromUserDefaults().has_value();
+}
+
 // Written only when it differs: the tools read the identity too, and leave the agent's settings alone.
 void PairingConfiguration::keepCopy(std::span<const std::uint8_t> stored) {
   auto kept = dependencies.userDefaults.object(kSecretsKey);

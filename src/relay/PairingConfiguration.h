@@ -66,6 +66,8 @@ class PairingConfiguration {
   [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration();
   // `seed`: what a new pairing identifier begins with; absent: "quillard".
   [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
+  // Whether the settings hold a copy of the identity, which serves where the keychain cannot be read.
+  [[nodiscard]] bool hasCopyInSettings();
   // The content of the pairing code. Absent without a relay, or when its address is not valid.
   [[nodiscard]] std::optional<PairingPayload> payload();
 

@@ -27,7 +27,8 @@ class ReleaseScripts : public testing::Test {
   void SetUp() override {
     for (const char* file :
          {"Info.plist", "MacOS/Quillard", "Frameworks/QtCore.framework/Versions/A/QtCore",
-          "Frameworks/libcrypto.3.dylib", "PlugIns/platforms/libqcocoa.dylib",
+          "Frameworks/libcrypto.3.dylib", "PlugIns/platforms/libqcocoa.dylib", "Frameworks/libssl.3.dylib",
+          "PlugIns/tls/libqopensslbackend.dylib", "PlugIns/tls/libqsecuretransportbackend.dylib",
           "Frameworks/Sparkle.framework/Versions/B/Sparkle", "Frameworks/Sparkle.framework/Versions/B/Autoupdate",
           "Frameworks/Sparkle.framework/Versions/B/Updater.app/Contents/MacOS/Updater",
           "Frameworks/Sparkle.framework/Versions/B/XPCServices/Installer.xpc/Contents/MacOS/Installer"}) {
@@ -97,7 +98,7 @@ TEST_F(ReleaseScripts, SignFromTheInsideOut) {
   EXPECT_TRUE(before("Frameworks/libcrypto.3.dylib", "."));
   EXPECT_TRUE(before("PlugIns/platforms/libqcocoa.dylib", "."));
   EXPECT_EQ(code.back(), ".");
-  EXPECT_EQ(code.size(), 8U) << "Something was signed twice, or through a link.";
+  EXPECT_EQ(code.size(), 11U) << "Something was signed twice, or through a link.";
 }
 
 TEST_F(ReleaseScripts, SignForReleaseWithTheHardenedRuntimeAndNeverDeeply) {
@@ -169,13 +170,112 @@ TEST_F(ReleaseScripts, StapleOnlyWhatWasAccepted) {
   EXPECT_EQ(calls().back(), "xcrun|stapler|staple|" + application);
 }
 
-TEST_F(ReleaseScripts, PutTheUpdateFrameworkInWithoutItsHeaders) {
+// ---- What goes in
+
+class BundledFrameworks : public ReleaseScripts {
+ protected:
+  void SetUp() override {
+    ReleaseScripts::SetUp();
+    addTool("macdeployqt");
+    addTool("install_name_tool");
+    addOtool();
+  }
+  // Says of each file what lies beside it as "<file>.needs" and "<file>.rpaths", a line each.
+  void addOtool() {
+    addTool("otool", R"(echo "$2:"
+if [ "$1" = -L ] && [ -f "$2.needs" ]; then sed 's/.*/\t& (compatibility version 1.0.0, current version 1.0.0)/' "$2.needs"; fi
+if [ "$1" = -l ] && [ -f "$2.rpaths" ]; then
+  while IFS= read -r path; do printf '          cmd LC_RPATH\n      cmdsize 48\n         path %s (offset 12)\n' "$path"; done <"$2.rpaths"
+fi)");
+  }
+  void needs(const std::string& file, const std::string& references) {
+    std::ofstream{application + "/Contents/" + file + ".needs"} << references;
+  }
+  void looksIn(const std::string& file, const std::string& folders) {
+    std::ofstream{application + "/Contents/" + file + ".rpaths"} << folders;
+  }
+  test::ShellOutcome bundle() { return run("bundle-frameworks.sh", "'" + application + "'"); }
+  static bool has(const test::ShellOutcome& outcome, const std::string& words) {
+    return outcome.output.find(words) != std::string::npos;
+  }
+};
+
+TEST_F(BundledFrameworks, AreWholeWhereAllIsInsideOrTheSystems) {
+  needs("MacOS/Quillard",
+        "/usr/lib/libSystem.B.dylib\n/System/Library/Frameworks/AppKit.framework/Versions/C/AppKit\n"
+        "@executable_path/../Frameworks/libcrypto.3.dylib\n@rpath/QtCore.framework/Versions/A/QtCore\n");
+  looksIn("MacOS/Quillard", "@executable_path/../Frameworks\n");
+  needs("Frameworks/libssl.3.dylib", "@loader_path/libcrypto.3.dylib\n");
+  const auto outcome = bundle();
+  EXPECT_EQ(outcome.code, 0) << outcome.output;
+}
+
+TEST_F(BundledFrameworks, WithAReferenceOutsideAreRefusedByName) {
+  needs("PlugIns/platforms/libqcocoa.dylib", "/opt/homebrew/opt/glib/lib/libglib-2.0.0.dylib\n");
+  needs("MacOS/Quillard", "@rpath/QtGui.framework/Versions/A/QtGui\n@executable_path/../Frameworks/libgone.dylib\n");
+  const auto outcome = bundle();
+  EXPECT_NE(outcome.code, 0);
+  EXPECT_TRUE(has(outcome, "PlugIns/platforms/libqcocoa.dylib: needs /opt/homebrew/opt/glib/lib/libglib-2.0.0.dylib"))
+      << outcome.output;
+  EXPECT_TRUE(has(outcome, "MacOS/Quillard: needs @rpath/QtGui.framework/Versions/A/QtGui")) << outcome.output;
+  EXPECT_TRUE(has(outcome, "MacOS/Quillard: needs @executable_path/../Frameworks/libgone.dylib")) << outcome.output;
+}
+
+TEST_F(BundledFrameworks, WithALeftoverFolderOfTheBuildAreRefused) {
+  looksIn("Frameworks/libssl.3.dylib", "/Users/ann/Qt/6.8.0/macos/lib\n");
+  const auto outcome = bundle();
+  EXPECT_NE(outcome.code, 0);
+  EXPECT_TRUE(has(outcome, "Frameworks/libssl.3.dylib: looks for libraries in /Users/ann/Qt/6.8.0/macos/lib"))
+      << outcome.output;
+}
+
+TEST_F(BundledFrameworks, TheProgramForgetsWhereItWasBuilt) {
+  looksIn("MacOS/Quillard", "/Users/ann/Qt libraries\n@executable_path/../Frameworks\n");
+  addTool("install_name_tool", "sed -i '/^\\/Users/d' \"$3.rpaths\"");
+  const auto outcome = bundle();
+  EXPECT_EQ(outcome.code, 0) << outcome.output;
+  const std::string program = application + "/Contents/MacOS/Quillard";
+  const auto made = calls();
+  EXPECT_NE(std::find(made.begin(), made.end(), "install_name_tool|-delete_rpath|/Users/ann/Qt libraries|" + program),
+            made.end());
+}
+
+TEST_F(BundledFrameworks, OfAToolThatFailsAndEndsWellAreRefused) {
+  addTool("macdeployqt", "echo 'ERROR: Could not find Qt plugins' >&2");
+  const auto failed = bundle();
+  EXPECT_NE(failed.code, 0);
+  EXPECT_TRUE(has(failed, "Could not find Qt plugins")) << failed.output;
+  addTool("macdeployqt");  // Which says nothing, and leaves things out.
+  fs::remove_all(application + "/Contents/PlugIns/platforms");
+  const auto silent = bundle();
+  EXPECT_NE(silent.code, 0);
+  EXPECT_TRUE(has(silent, "PlugIns/platforms/libqcocoa.dylib: missing")) << silent.output;
+}
+
+TEST_F(BundledFrameworks, SpeakTlsInOneWayThatIsInside) {
+  ASSERT_EQ(bundle().code, 0);
+  EXPECT_TRUE(fs::exists(application + "/Contents/PlugIns/tls/libqopensslbackend.dylib"));
+  EXPECT_FALSE(fs::exists(application + "/Contents/PlugIns/tls/libqsecuretransportbackend.dylib"));
+  for (const std::string file :
+       {"PlugIns/tls/libqopensslbackend.dylib", "Frameworks/libssl.3.dylib", "Frameworks/libcrypto.3.dylib"}) {
+    const std::string path = application + "/Contents/" + file;
+    fs::rename(path, path + ".away");
+    const auto outcome = bundle();
+    EXPECT_NE(outcome.code, 0) << file;
+    EXPECT_TRUE(has(outcome, "missing")) << outcome.output;
+    if (fs::exists(path + ".away"))
+      fs::rename(path + ".away", path);
+    else
+      std::ofstream{path} << "x";
+  }
+}
+
+TEST_F(BundledFrameworks, HaveTheUpdateFrameworkWithoutItsHeaders) {
   const std::string source = folder.path() + "/Sparkle.framework";
   fs::create_directories(source + "/Versions/B/Headers");
   fs::create_directory_symlink("Versions/Current/Headers", source + "/Headers");
   std::ofstream{source + "/Versions/B/Sparkle"} << "new";
   fs::create_directory_symlink("B", source + "/Versions/Current");
-  addTool("macdeployqt");
   addTool("ditto", "cp -a \"$1\" \"$2\"");
   const auto outcome = run("bundle-frameworks.sh", "'" + application + "' '" + source + "'");
   ASSERT_EQ(outcome.code, 0) << outcome.output;
@@ -187,7 +287,7 @@ TEST_F(ReleaseScripts, PutTheUpdateFrameworkInWithoutItsHeaders) {
 }
 
 TEST_F(ReleaseScripts, SayWhatTheyNeed) {
-  if (shell("command -v codesign || command -v hdiutil || command -v macdeployqt").code == 0) {
+  if (shell("command -v codesign || command -v hdiutil || command -v macdeployqt || command -v otool").code == 0) {
     GTEST_SKIP() << "The tools of a Mac are here, so that nothing is missing.";
   }
   const std::string quoted = "'" + application + "' ";
@@ -196,12 +296,14 @@ TEST_F(ReleaseScripts, SayWhatTheyNeed) {
   };
   EXPECT_TRUE(says(run("sign.sh", quoted), "codesign is missing: it is a part of macOS"));
   EXPECT_TRUE(says(run("bundle-frameworks.sh", quoted), "macdeployqt is missing: it comes with Qt"));
+  EXPECT_TRUE(says(run("check-bundle.sh", quoted), "otool is missing: it comes with Xcode"));
   EXPECT_TRUE(says(run("make-disk-image.sh", quoted + "Quillard.dmg"), "hdiutil is missing: it is a part of macOS"));
   EXPECT_TRUE(says(run("make-disk-image.sh", quoted), "say what the image is to be called"));
   EXPECT_TRUE(says(run("notarize.sh", quoted), "QUILLARD_NOTARY_PROFILE is not set"));
   EXPECT_TRUE(says(run("notarize.sh", quoted, "QUILLARD_NOTARY_PROFILE=name"), "xcrun is missing"));
   EXPECT_TRUE(says(run("release.sh", quoted + "Sparkle.framework Quillard.dmg"), "QUILLARD_SIGNING_IDENTITY"));
-  for (const char* script : {"sign.sh", "bundle-frameworks.sh", "make-disk-image.sh", "release.sh"}) {
+  for (const char* script :
+       {"sign.sh", "bundle-frameworks.sh", "check-bundle.sh", "make-disk-image.sh", "release.sh"}) {
     EXPECT_TRUE(says(run(script, ""), "say which application")) << script;
     EXPECT_TRUE(says(run(script, "/no/such/Quillard.app"), "is no built Quillard.app")) << script;
   }
@@ -215,7 +317,7 @@ TEST(ReleaseScriptSources, AreSoundShell) {
     const auto outcome = shell("bash -n '" + entry.path().string() + "'");
     EXPECT_EQ(outcome.code, 0) << outcome.output;
   }
-  EXPECT_EQ(count, 6U);
+  EXPECT_EQ(count, 7U);
 }
 
 TEST(ReleaseScriptSources, PleaseTheLinter) {

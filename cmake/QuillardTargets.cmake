@@ -5,7 +5,7 @@ add_library(quillard_options INTERFACE)
 # overlaps where a text is put before another one (its bug 105651), and, when it optimises, reads of empty optionals and copies of
 # impossible length: it is not asked.
 target_compile_options(quillard_options INTERFACE
-  -Wall -Wextra -Wno-missing-field-initializers -Wpedantic -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef -Werror
+  -Wall -Wextra -Wno-missing-field-initializers -Wpedantic -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef $<$<BOOL:${QUILLARD_WARNINGS_AS_ERRORS}>:-Werror>
   $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local -Wduplicated-cond -Wlogical-op -Wno-restrict>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread>
   $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wshadow -Wthread-safety>)

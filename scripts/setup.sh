@@ -3,7 +3,7 @@
 
 # What the build and the tests need, as Debian and Ubuntu call it.
 debian_packages=(
-  g++ clang clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache mold pkg-config git
+  g++ clang clang-19 libc++-19-dev clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache mold pkg-config git
   nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
   libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
@@ -17,7 +17,8 @@ debian_packages=(
 command -v npm >/dev/null || debian_packages+=(npm)
 
 # Of these, what only tests need: not installed, and not built, where only_to_run is set.
-debian_packages_of_tests=" clang clang-format clang-tidy libclang-rt-dev git libzbar-dev python3-cryptography-vectors
+debian_packages_of_tests=" clang clang-19 libc++-19-dev clang-format clang-tidy libclang-rt-dev git libzbar-dev
+  python3-cryptography-vectors
   libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
   desktop-file-utils man-db shellcheck tint2 chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev "

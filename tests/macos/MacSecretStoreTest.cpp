@@ -70,6 +70,20 @@ TEST_F(Keychains, LockedIsNotMissingAndReadingNeverAsks) {
   EXPECT_EQ(system.keychain.userQuestions, 0);
 }
 
+TEST_F(Keychains, AnItemOfAnotherBuildIsWithheldAndNeitherReplacedNorDoubled) {
+  system.keychain.itemsOfAnotherBuild = {{std::string(kService), std::string(kAccount)}};
+  const auto reading = store.copyMatching(kSecond, kService, kAccount);
+  EXPECT_EQ(reading.status.code, SecretStatusCode::interactionNotAllowed) << "Not that nothing is there.";
+  EXPECT_TRUE(reading.data.isEmpty());
+  EXPECT_EQ(store.update(kSecond, kService, kAccount, Secret("x")).code, SecretStatusCode::interactionNotAllowed);
+  EXPECT_EQ(store.add(kSecond, kService, kAccount, Secret("x")).code, SecretStatusCode::other);
+  EXPECT_EQ(store.copyMatching(kSecond, kService, "another").status.code, SecretStatusCode::itemNotFound);
+  EXPECT_EQ(system.keychain.userQuestions, 0);
+  EXPECT_EQ(store.remove(kSecond, kService, kAccount).code, SecretStatusCode::success);
+  EXPECT_EQ(store.add(kSecond, kService, kAccount, Secret("own")).code, SecretStatusCode::success);
+  EXPECT_EQ(store.copyMatching(kSecond, kService, kAccount).data.text(), "own");
+}
+
 TEST_F(Keychains, TheFirstPlaceNeverAsksEither) {
   EXPECT_EQ(allStatuses(kFirst), (std::vector{SecretStatusCode::itemNotFound, SecretStatusCode::success,
                                               SecretStatusCode::success, SecretStatusCode::success}));

@@ -28,7 +28,7 @@ using platform::WindowListOptions;
 
 class MacWindowListTest : public MacTest {
  protected:
-  macos::MacWindowList list{mac->world.workspace()};
+  macos::MacWindowList list{mac->workspace};
   static Held key(CFStringRef name) { return Held::share(name); }
 };
 
@@ -42,8 +42,14 @@ TEST_F(MacWindowListTest, GivesWhatTheServerSaysOfEachWindow) {
                               .number = 7'000};
   mac->desktop.addWindowEntry(given);
   mac->desktop.addWindowEntry({.number = 7'001});
+  mac->system.mayRecordScreen = true;
   EXPECT_EQ(list.copyWindowInfo(WindowListOptions::onScreenOnly),
             (std::vector<WindowListEntry>{{.number = 7'001}, given}));
+  mac->system.mayRecordScreen = false;
+  auto nameless = given;
+  nameless.windowName.reset();
+  EXPECT_EQ(list.copyWindowInfo(WindowListOptions::onScreenOnly),
+            (std::vector<WindowListEntry>{{.number = 7'001}, nameless}));
 }
 
 TEST_F(MacWindowListTest, TellsWindowsOnTheScreenFromAll) {

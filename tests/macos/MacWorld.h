@@ -6,6 +6,7 @@
 
 #include "macos/fakes/MacSystem.h"
 #include "platform/macos/MacAccessibility.h"
+#include "platform/macos/objc/MacWorkspace.h"
 #include "platform/simulated/SimulatedWorld.h"
 
 namespace quillard::test {
@@ -15,8 +16,17 @@ struct MacWorld {
   platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   fakes::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility accessibility{macos::AXCalls{nullptr, [this] { return system.hasFocus; }}, world.time()};
+  macos::MacWorkspace workspace{world.time().mainThread()};
+  macos::MacAccessibility accessibility{macos::AXCalls{}, frontmost(), world.time()};
   platform::simulated::SimulatedDesktop& desktop = world.desktop();
+
+  MacWorld() { system.loop = &world.time().mainThread(); }
+  [[nodiscard]] macos::FrontmostProcess frontmost() {
+    return [this] {
+      const auto front = workspace.frontmostApplication();
+      return front ? std::optional(front->processIdentifier) : std::nullopt;
+    };
+  }
 };
 
 // Every object that a test's calls were given is released in the end, exactly once.

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks sources for macOS where there is no Mac, by Clang and the declarations of tests/macos/declarations.
+# Checks sources for macOS where there is no Mac, by Clang 19, its C++ library and tests/macos/declarations.
 #
 #   check-sources.sh flags ARCHITECTURE SOURCES DECLARATIONS     prints the flags that sources are compiled with
 #   check-sources.sh leaks SOURCES DECLARATIONS FILE             asks the static analyser about a file
@@ -9,21 +9,29 @@
 # without it. For a newer one, what is deprecated there is an error, as in any build.
 set -euo pipefail
 
-# The standard library of this system replaces that of macOS, which may not be passed on: only its declarations are used,
-# and they agree in what the sources may use (tests/architecture bans the rest). The types of its integers are made those
-# of macOS (declarations/integers).
-standard_library() {
-  clang++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
-    sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' | sed 's/^/-isystem/'
+# The one that is nearest to a Mac's among Debian's: stricter than Clang 14, and with notes in its C++ library of which
+# macOS has which part of it.
+compiler=${QUILLARD_CHECK_COMPILER:-clang++-19}
+
+# The C++ library is LLVM's own, as on macOS, configured as Apple does (declarations/libcxx). The C library of macOS may
+# not be passed on: this system's takes its place, of which the sources use what both have (tests/architecture bans the
+# rest), with the types of macOS's integers and the functions that its C++ library asks for (declarations/libc).
+libraries() {
+  printf '%s\n' "-isystem$1/libcxx"
+  "$compiler" -stdlib=libc++ -x c++ -E -v /dev/null 2>&1 >/dev/null |
+    sed -n '/search starts here:/,/End of search list/s/^ //p' | grep -v '/lib/clang/' |
+    while read -r folder; do
+      case "$folder" in */c++/v1) printf '%s\n' "-isystem$folder" "-isystem$1/libc" ;; *) echo "-isystem$folder" ;; esac
+    done
 }
 
 # flags ARCHITECTURE SOURCES DECLARATIONS
 flags() {
-  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc \
-    "-isystem$3/integers"
-  standard_library
-  # Clang says __nonnull for macOS, and the C library here then takes it for its own.
-  printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
+  printf '%s\n' -target "$1-apple-macos${QUILLARD_CHECK_SYSTEM:-13.0}" -std=c++20 -nostdinc++ -nostdlibinc
+  libraries "$3"
+  # Clang says __nonnull for macOS, and the C library here then takes it for its own. Its macros for kinds of characters
+  # know how its own locales are made.
+  printf '%s\n' -U__nonnull -D_GNU_SOURCE=1 -D__NO_CTYPE=1 "-isystem$3" "-I$2" -Wall -Wextra -Wpedantic -Wconversion \
     -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef -Wshadow -Wthread-safety -Werror \
     -Wunguarded-availability -Wnullable-to-nonnull-conversion -Wno-missing-field-initializers
   # The C library here knows of no 64-bit ARM unless it is built for it.
@@ -40,14 +48,14 @@ objective_flags() {
 types() {
   local own
   mapfile -t own < <(objective_flags "$1")
-  clang++ "${@:2}" "${own[@]}" -fsyntax-only "$1"
+  "$compiler" "${@:2}" "${own[@]}" -fsyntax-only "$1"
 }
 
 # leaks_of FILE FLAG...
 leaks_of() {
   local own
   mapfile -t own < <(objective_flags "$1")
-  clang++ "${@:2}" "${own[@]}" --analyze --analyzer-no-default-checks -Xclang -analyzer-checker=osx \
+  "$compiler" "${@:2}" "${own[@]}" --analyze --analyzer-no-default-checks -Xclang -analyzer-checker=osx \
     -Xclang -analyzer-werror -Xclang -analyzer-config -Xclang max-nodes=20000 -Xclang -analyzer-output=text "$1"
 }
 

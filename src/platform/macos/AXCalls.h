@@ -1,12 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <future>
 #include <memory>
 #include <type_traits>
 #include <utility>
 
-#include "platform/macos/AXElement.h"
 #include "platform/process/Executors.h"
 
 namespace quillard::macos {
@@ -19,16 +17,8 @@ namespace quillard::macos {
 // The thread that asks waits for its answer in any case. Any thread.
 class AXCalls {
  public:
-  // `executor` outlives this, and runs until the last request. Null: on the thread that asks. `hasFocus`: whether
-  // the keyboard belongs to this process; asked on any thread. Empty: a process without windows, which never has it.
-  explicit AXCalls(platform::SerialExecutor* executor = nullptr, std::function<bool()> hasFocus = {})
-      : executor(executor), hasFocus(std::move(hasFocus)) {}
-
-  // Whether the system would ask this very process for what `element` is asked (see askableElementOf): the system-wide
-  // element hands its questions to the program that has the focus.
-  [[nodiscard]] bool wouldAskThisProcess(const AXElement& element) const {
-    return element.elementKind() == AXElementKind::systemWide && hasFocus && hasFocus();
-  }
+  // `executor` outlives this, and runs until the last request. Null: on the thread that asks.
+  explicit AXCalls(platform::SerialExecutor* executor = nullptr) : executor(executor) {}
 
   // What `call` returns. It must not throw.
   template <class Call>
@@ -50,7 +40,6 @@ class AXCalls {
 
  private:
   platform::SerialExecutor* executor;
-  std::function<bool()> hasFocus;
 };
 
 }  // namespace quillard::macos

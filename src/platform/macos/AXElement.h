@@ -4,7 +4,7 @@
 #include <vector>
 
 #include <ApplicationServices/ApplicationServices.h>
-#include <unistd.h>
+#include <sys/types.h>
 
 #include "platform/desktop/Accessibility.h"
 #include "platform/macos/CFHandle.h"
@@ -53,13 +53,6 @@ class AXElement final : public platform::AXElementReference {
 [[nodiscard]] inline pid_t processOf(const AXElement& element) {
   pid_t process = 0;
   return AXUIElementGetPid(element.get(), &process) == kAXErrorSuccess ? process : 0;
-}
-
-// Null, too, when the element is of this very process: the system would answer for it on the thread that asks, where
-// neither AppKit's objects nor Qt's may be touched.
-[[nodiscard]] inline const AXElement* askableElementOf(const platform::AXUIElement& element) {
-  const AXElement* const own = elementOf(element);
-  return own && processOf(*own) != ::getpid() ? own : nullptr;
 }
 
 [[nodiscard]] inline platform::AXUIElement elementFrom(CFHandle<AXUIElementRef> element,

@@ -2,13 +2,13 @@
 
 #include <utility>
 
+#include "platform/macos/AXAddressee.h"
 #include "platform/macos/AXElement.h"
 #include "platform/macos/AXRequests.h"
 #include "platform/macos/AXValues.h"
 #include "platform/macos/CFValues.h"
 #include "platform/macos/DistributedNotice.h"
 #include "platform/macos/MacReadScope.h"
-#include "platform/macos/WindowInfo.h"
 
 namespace quillard::macos {
 namespace {
@@ -29,26 +29,38 @@ platform::ProcessTrust askForTrust() {
 
 }  // namespace
 
-MacAccessibility::MacAccessibility(AXCalls calls, platform::Executors& executors, Seconds messagingTimeout)
-    : calls(std::move(calls)),
+MacAccessibility::MacAccessibility(AXCalls calls, FrontmostProcess frontmost, platform::Executors& executors,
+                                   Seconds messagingTimeout)
+    : calls(calls),
+      frontmost(std::move(frontmost)),
       messagingTimeout(messagingTimeout),
       mainThread(executors.mainThread()),
       trust(askForTrust, executors) {
   boundRequests(createSystemWide());
 }
 
+// What `request` answers, where requests are made, of the element that is to be asked, or why none is.
+template <class Answer, class Request>
+Answer MacAccessibility::ask(const AXUIElement& element, Request request) {
+  return calls.run([&]() -> Answer {
+    const auto addressee = addresseeOf(element);
+    return addressee.hasValue() ? request(*elementOf(addressee.value())) : Answer(addressee.error());
+  });
+}
+
 AXResult<AXValue> MacAccessibility::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
-  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
-  return calls.run([&] { return readAttribute(*own, name); });
+  if (!isQuestionOfFocus(element, name)) {
+    return ask<AXResult<AXValue>>(element, [&](const AXElement& asked) { return readAttribute(asked, name); });
+  }
+  return calls.run([&]() -> AXResult<AXValue> {
+    const auto addressee = addresseeOfFocus(applicationWithKeyboard(*elementOf(element), frontmost));
+    if (!addressee.hasValue()) return addressee.error();
+    return readAttribute(*elementOf(addressee.value()), name);
+  });
 }
 
 AXResult<std::vector<std::string>> MacAccessibility::copyActionNames(const AXUIElement& element) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
-  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
-  return calls.run([&] { return readActionNames(*own); });
+  return ask<AXResult<std::vector<std::string>>>(element, readActionNames);
 }
 
 platform::SubscriptionHandle MacAccessibility::observeTrustChanges(std::function<void()> onChange) {
@@ -74,7 +86,7 @@ void MacAccessibility::boundRequests(const AXUIElement& element) {
 }
 
 std::unique_ptr<platform::AXReadScope> MacAccessibility::beginReadScope() {
-  return std::make_unique<MacReadScope>(calls);
+  return std::make_unique<MacReadScope>(calls, frontmost);
 }
 
 std::optional<std::int32_t> MacAccessibility::processIdentifier(const AXUIElement& element) {
@@ -86,34 +98,23 @@ std::optional<std::int32_t> MacAccessibility::processIdentifier(const AXUIElemen
 
 AXError MacAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
                                             const AXValue& value) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
   const auto string = makeString(name);
   const CFValue content = cfValueFrom(value);
-  if (!string || !content) return AXError::illegalArgument;
-  return calls.run([&] { return errorFrom(AXUIElementSetAttributeValue(own->get(), string.get(), content.get())); });
+  return ask<AXError>(element, [&](const AXElement& asked) {
+    if (!string || !content) return AXError::illegalArgument;
+    return errorFrom(AXUIElementSetAttributeValue(asked.get(), string.get(), content.get()));
+  });
 }
 
 AXError MacAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
   const auto string = makeString(action);
-  if (!string) return AXError::illegalArgument;
-  return calls.run([&] { return errorFrom(AXUIElementPerformAction(own->get(), string.get())); });
+  return ask<AXError>(element, [&](const AXElement& asked) {
+    return string ? errorFrom(AXUIElementPerformAction(asked.get(), string.get())) : AXError::illegalArgument;
+  });
 }
 
 AXResult<AXUIElement> MacAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
-  const AXElement* const own = askableElementOf(within);
-  if (!own) return AXError::invalidUIElement;
-  if (own->elementKind() == AXElementKind::systemWide && isOwnWindowAt(point)) return AXError::noValue;
-  return calls.run([&]() -> AXResult<AXUIElement> {
-    CFHandle<AXUIElementRef> hit;
-    const auto error = AXUIElementCopyElementAtPosition(own->get(), static_cast<float>(point.x),
-                                                        static_cast<float>(point.y), hit.out());
-    if (error != kAXErrorSuccess) return errorFrom(error);
-    if (!cfCast<AXUIElementRef>(hit.get())) return AXError::noValue;
-    return elementFrom(std::move(hit));
-  });
+  return calls.run([&] { return elementAt(within, point); });
 }
 
 }  // namespace quillard::macos

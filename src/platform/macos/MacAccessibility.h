@@ -10,6 +10,7 @@
 
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/TrustAnswers.h"
+#include "platform/macos/AXAddressee.h"
 #include "platform/macos/AXCalls.h"
 #include "platform/process/Executors.h"
 
@@ -23,12 +24,12 @@ namespace quillard::macos {
 // messaging time-out is set on the system-wide element when this is made, which replaces the system's own of several
 // seconds, and on each application's element besides.
 //
-// Nothing is asked of this very process: its elements are invalid here, and while it has the focus, or the window at a
-// point, the system-wide element has nothing to say of that.
+// Nothing is asked of this very process: its elements are invalid here, and while it has the keyboard, or the window at
+// a point, the system-wide element has nothing to say of that. See AXAddressee.h.
 class MacAccessibility final : public platform::Accessibility {
  public:
   // `executors` outlives this. `messagingTimeout`: of each request. Positive.
-  MacAccessibility(AXCalls calls, platform::Executors& executors,
+  MacAccessibility(AXCalls calls, FrontmostProcess frontmost, platform::Executors& executors,
                    Seconds messagingTimeout = platform::kMessagingTimeout);
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
@@ -54,8 +55,11 @@ class MacAccessibility final : public platform::Accessibility {
 
  private:
   void boundRequests(const platform::AXUIElement& element);
+  template <class Answer, class Request>
+  [[nodiscard]] Answer ask(const platform::AXUIElement& element, Request request);
 
   const AXCalls calls;
+  const FrontmostProcess frontmost;
   const Seconds messagingTimeout;
   platform::SerialExecutor& mainThread;
   platform::TrustAnswers trust;

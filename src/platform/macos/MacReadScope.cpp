@@ -87,7 +87,7 @@ const Names& batchOfNode(Attribute attribute) {
 }
 
 // What is asked for together with `name`, itself among it: nothing when it is asked for alone, as all is that the
-// system-wide element is asked for, and all that only some application has.
+// system-wide element is asked for (the focus), and all that only some application has.
 const Names& batchOf(AXElementKind kind, platform::AXAttribute name) {
   static const Names alone;
   const auto known = name.known();
@@ -104,19 +104,29 @@ std::optional<AXError> knownRefusal(platform::AXAttribute name, const MacReadSco
 
 }  // namespace
 
+AXResult<AXUIElement> MacReadScope::addressee(const AXUIElement& element, platform::AXAttribute name) {
+  if (!isQuestionOfFocus(element, name)) return addresseeOf(element);
+  const AXElement& systemWide = *elementOf(element);
+  if (!withKeyboard) {
+    withKeyboard = calls.run([&] { return applicationWithKeyboard(systemWide, frontmost); });
+    note(withKeyboard->error(), systemWide);
+  }
+  return addresseeOfFocus(*withKeyboard);
+}
+
 AXResult<AXValue> MacReadScope::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
-  if (hasMissed(*own)) return AXError::cannotComplete;
-  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
+  const auto found = addressee(element, name);
+  if (!found.hasValue()) return found.error();
+  const AXElement& asked = *elementOf(found.value());
+  if (hasMissed(asked)) return AXError::cannotComplete;
   Known& known = answers[element];
   auto& attributes = known.attributes;
-  if (const auto found = attributes.find(name); found != attributes.end()) return found->second;
+  if (const auto answer = attributes.find(name); answer != attributes.end()) return answer->second;
   if (const auto refusal = knownRefusal(name, attributes)) return *refusal;
-  if (!readBatch(*own, batchOf(own->elementKind(), name), known)) return AXError::cannotComplete;
-  if (const auto found = attributes.find(name); found != attributes.end()) return found->second;
-  auto answer = calls.run([&] { return readAttribute(*own, name); });
-  note(answer.error(), *own);
+  if (!readBatch(asked, batchOf(elementOf(element)->elementKind(), name), known)) return AXError::cannotComplete;
+  if (const auto answer = attributes.find(name); answer != attributes.end()) return answer->second;
+  auto answer = calls.run([&] { return readAttribute(asked, name); });
+  note(answer.error(), asked);
   return attributes.emplace(name, std::move(answer)).first->second;
 }
 
@@ -137,14 +147,14 @@ bool MacReadScope::readBatch(const AXElement& element, const std::vector<platfor
 }
 
 AXResult<std::vector<std::string>> MacReadScope::copyActionNames(const AXUIElement& element) {
-  const AXElement* const own = askableElementOf(element);
-  if (!own) return AXError::invalidUIElement;
-  if (hasMissed(*own)) return AXError::cannotComplete;
-  if (calls.wouldAskThisProcess(*own)) return AXError::noValue;
+  const auto found = addresseeOf(element);
+  if (!found.hasValue()) return found.error();
+  const AXElement& asked = *elementOf(found.value());
+  if (hasMissed(asked)) return AXError::cannotComplete;
   Known& known = answers[element];
   if (!known.actionNames) {
-    known.actionNames = calls.run([&] { return readActionNames(*own); });
-    note(known.actionNames->error(), *own);
+    known.actionNames = calls.run([&] { return readActionNames(asked); });
+    note(known.actionNames->error(), asked);
   }
   return *known.actionNames;
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/desktop/Accessibility.h"
+#include "platform/macos/AXAddressee.h"
 #include "platform/macos/AXCalls.h"
 #include "platform/macos/AXElement.h"
 
@@ -29,7 +30,7 @@ class MacReadScope final : public platform::AXReadScope {
   using Answer = platform::AXResult<platform::AXValue>;
   using Answers = std::map<std::string, Answer, std::less<>>;
 
-  explicit MacReadScope(AXCalls calls) : calls(std::move(calls)) {}
+  MacReadScope(AXCalls calls, FrontmostProcess frontmost) : calls(calls), frontmost(std::move(frontmost)) {}
 
   [[nodiscard]] platform::AXResult<platform::AXValue> copyAttributeValue(const platform::AXUIElement& element,
                                                                          platform::AXAttribute name) override;
@@ -49,12 +50,17 @@ class MacReadScope final : public platform::AXReadScope {
     bool takesNoLists = false;
   };
 
+  // Whom to ask for the attribute of the element; who has the keyboard is asked once.
+  [[nodiscard]] platform::AXResult<platform::AXUIElement> addressee(const platform::AXUIElement& element,
+                                                                    platform::AXAttribute name);
   // Keeps in `known` what one request for `names` brings. False when the application cannot be asked.
   bool readBatch(const AXElement& element, const std::vector<platform::AXAttribute>& names, Known& known);
   void note(platform::AXError error, const AXElement& element);
   [[nodiscard]] bool hasMissed(const AXElement& element) const;
 
   const AXCalls calls;
+  const FrontmostProcess frontmost;
+  std::optional<platform::AXResult<platform::AXUIElement>> withKeyboard;
   std::unordered_map<platform::AXUIElement, Known> answers;
   std::set<std::int32_t> missed;  // By process; 0 for the system-wide element.
   bool wasRefused = false;        // Some request, since this process may not use the interface.

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include <CoreGraphics/CoreGraphics.h>
-#include <unistd.h>
 
 #include "platform/macos/CFValues.h"
 
@@ -66,17 +65,13 @@ std::optional<std::vector<WindowListEntry>> copyWindowInfo(platform::WindowListO
   return entries;
 }
 
-bool isOwnWindowAt(Point point) {
-  // Above these, the system's own programs have windows as large as the screen that let everything through.
-  constexpr std::int64_t kHighestDialog = 8;
-  const auto windows = copyWindowInfo(platform::WindowListOptions::onScreenOnly);
-  if (!windows) return false;
-  for (const auto& window : *windows) {
-    if (!window.bounds || !contains(*window.bounds, point) || window.alpha.value_or(1) <= 0) continue;
-    if (window.ownerProcessIdentifier == ::getpid()) return true;
-    if (window.layer.value_or(0) <= kHighestDialog) return false;
-  }
-  return false;
+std::optional<std::vector<WindowListEntry>> windowsAt(Point point) {
+  auto windows = copyWindowInfo(platform::WindowListOptions::onScreenOnly);
+  if (!windows) return std::nullopt;
+  std::erase_if(*windows, [&](const WindowListEntry& window) {
+    return !window.bounds || !contains(*window.bounds, point) || window.alpha.value_or(1) <= 0;
+  });
+  return windows;
 }
 
 }  // namespace quillard::macos

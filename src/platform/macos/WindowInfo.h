@@ -12,8 +12,7 @@ namespace quillard::macos {
 // Front to back. Absent outside a graphical session, or when the server gives none.
 [[nodiscard]] std::optional<std::vector<platform::WindowListEntry>> copyWindowInfo(platform::WindowListOptions options);
 
-// Whether the frontmost window that a hit test at `point` can find is one of this process. Windows of others above all
-// dialogs are looked through: what they let through cannot be known.
-[[nodiscard]] bool isOwnWindowAt(Point point);
+// Those on the screen that cover the point and can be seen at all, front to back. Absent as above.
+[[nodiscard]] std::optional<std::vector<platform::WindowListEntry>> windowsAt(Point point);
 
 }  // namespace quillard::macos

@@ -76,6 +76,10 @@ class DesktopBinding {
   // be shown here.
   [[nodiscard]] virtual std::unique_ptr<PromptProgram> showUnreadable() = 0;
 
+  // Whether the window list has the windows' names. Some systems keep them to themselves, and nothing may depend on
+  // them.
+  [[nodiscard]] virtual bool namesWindows() const { return true; }
+
   // From now on nothing can be read of the desktop, as without its service or the permission.
   virtual void loseDesktop() = 0;
 

@@ -1,5 +1,5 @@
 // The binding for macOS over fakes for the system's C functions, which stand on the simulated desktop. Its own code
-// are accessibility, the window list and synthetic events; running applications are the simulated desktop's.
+// are all of these: accessibility, the workspace, the window list and synthetic events.
 
 #include "contract/desktop/DesktopContract.h"
 #include "contract/desktop/SimulatedPrompts.h"
@@ -8,6 +8,7 @@
 #include "platform/macos/MacDesktopCapabilities.h"
 #include "platform/macos/MacSyntheticEvents.h"
 #include "platform/macos/MacWindowList.h"
+#include "platform/macos/objc/MacWorkspace.h"
 
 namespace quillard::test {
 namespace {
@@ -26,7 +27,7 @@ struct Balance {
 class MacDesktopBinding final : public DesktopBinding {
  public:
   platform::Accessibility& accessibility() override { return macAccessibility; }
-  platform::Workspace& workspace() override { return world.workspace(); }
+  platform::Workspace& workspace() override { return macWorkspace; }
   platform::WindowList& windowList() override { return macWindowList; }
   platform::SyntheticEvents& syntheticEvents() override { return macEvents; }
   platform::DesktopCapabilities& capabilities() override { return macCapabilities; }
@@ -40,6 +41,7 @@ class MacDesktopBinding final : public DesktopBinding {
     return showSimulatedPrompt(world, options);
   }
   std::unique_ptr<PromptProgram> showUnreadable() override { return showUnreadableWindow(world); }
+  [[nodiscard]] bool namesWindows() const override { return false; }  // Without the permission to record the screen.
   void loseDesktop() override { world.desktop().setTrusted(false); }
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
@@ -48,8 +50,14 @@ class MacDesktopBinding final : public DesktopBinding {
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
   const fakes::MacSystem system{world.desktop(), events};
-  macos::MacAccessibility macAccessibility{macos::AXCalls{}, world.time()};
-  macos::MacWindowList macWindowList{world.workspace()};
+  macos::MacWorkspace macWorkspace{world.time().mainThread()};
+  macos::MacAccessibility macAccessibility{macos::AXCalls{},
+                                           [this] {
+                                             const auto front = macWorkspace.frontmostApplication();
+                                             return front ? std::optional(front->processIdentifier) : std::nullopt;
+                                           },
+                                           world.time()};
+  macos::MacWindowList macWindowList{macWorkspace};
   macos::MacSyntheticEvents macEvents;
   macos::MacDesktopCapabilities macCapabilities;
 };

@@ -13,6 +13,7 @@ using quillard::platform::AXForeignValue;
 using quillard::platform::AXResult;
 using quillard::platform::AXUIElement;
 using quillard::platform::AXValue;
+using quillard::platform::ProcessTrust;
 
 namespace {
 
@@ -98,18 +99,33 @@ AXValue valueOf(CFTypeRef value, const char* function) {
 }
 
 // The interface of the desktop, ready for one request to `element`. Null when there is none. The real one answers for
-// this process on the thread that asks, and there is nothing here that could.
-Accessibility* interfaceFor(const __AXUIElement& element, bool asksWhoeverHasTheFocus, const char* function) {
+// this process on the thread that asks, and there is nothing here that could. The system-wide element hands questions
+// to whoever has the keyboard or the window, which may be this process at any time.
+Accessibility* interfaceFor(const __AXUIElement& element, const char* function) {
   const MacSystem& system = MacSystem::current();
   if (element.process == ::getpid()) stopForMisuse(function, "called for this very process");
-  if (element.process == 0 && asksWhoeverHasTheFocus && system.hasFocus) {
-    stopForMisuse(function, "called while this very process has the focus");
-  }
+  if (element.process == 0) stopForMisuse(function, "called for whichever process has the focus");
   if (!system.desktop) return nullptr;
   Accessibility& accessibility = system.desktop->accessibility();
   const float own = element.timeout > 0 ? element.timeout : system.processTimeout;
   system.desktop->setMessagingTimeout(own > 0 ? quillard::Seconds{own} : kTimeoutOfTheSystem);
   return &accessibility;
+}
+
+// Belief: the system answers by itself who has the keyboard, without asking that application. Belief: it knows no
+// focused window, which is an attribute of applications.
+::AXError answerOfSystemWide(const std::string& attribute, CFTypeRef* value) {
+  const MacSystem& system = MacSystem::current();
+  if (attribute == "AXFocusedUIElement") stopForMisuse(__func__, "called for whichever process has the focus");
+  if (!system.desktop || system.desktop->accessibility().isProcessTrusted() != ProcessTrust::granted) {
+    return kAXErrorAPIDisabled;
+  }
+  if (attribute != "AXFocusedApplication") return kAXErrorAttributeUnsupported;
+  if (system.focusedApplicationError) return *system.focusedApplicationError;
+  const auto process = system.processWithKeyboard();
+  if (!process) return kAXErrorNoValue;
+  *value = AXUIElementCreateApplication(*process);
+  return kAXErrorSuccess;
 }
 
 // What stands in the place of one attribute, in an answer to it alone or to many questions.
@@ -127,6 +143,16 @@ Held slot(const std::string& name, const AXResult<AXValue>& answer) {
   }
   const auto held = content(name, answer);
   return held.hasValue() ? held.value() : boxObject(kAXValueTypeAXError, systemError(held.error()));
+}
+
+// The application has acted, and answers nothing for a while, this request to begin with.
+::AXError holdUp(Accessibility& accessibility, const __AXUIElement& element) {
+  MacSystem& system = MacSystem::current();
+  const quillard::platform::simulated::ApplicationHandle application{element.process};
+  system.desktop->hang(application, quillard::platform::simulated::LateActions::performedOnUnhang);
+  system.underWay.push_back(system.loop->postAfter(
+      system.odd.busyAfterActing, [&desktop = *system.desktop, application] { desktop.unhang(application); }));
+  return systemError(accessibility.copyAttributeValue(element.handle, "AXRole").error());
 }
 
 // Errors of the request as a whole; others are of one attribute.
@@ -173,7 +199,8 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef* value) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target, true, __func__);
+  if (target.process == 0) return answerOfSystemWide(utf8Of(attribute, __func__), value);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const std::string name = utf8Of(attribute, __func__);
   MacSystem::current().asked.insert(name);
@@ -190,7 +217,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
                                                  AXCopyMultipleAttributeOptions options, CFArrayRef* values) {
   if (options != 0) stopForMisuse(__func__, "called to stop at the first error");
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target, true, __func__);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const OddAnswers& odd = MacSystem::current().odd;
   const auto scope = accessibility->beginReadScope();  // So that all of it is one request.
@@ -211,7 +238,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementCopyActionNames(AXUIElementRef element, CFArrayRef* names) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target, true, __func__);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const auto answer = accessibility->copyActionNames(target.handle);
   if (!answer.hasValue()) return systemError(answer.error());
@@ -226,7 +253,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef value) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target, true, __func__);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   return systemError(
       accessibility->setAttributeValue(target.handle, utf8Of(attribute, __func__), valueOf(value, __func__)));
@@ -234,14 +261,19 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
 
 ::AXError AXUIElementPerformAction(AXUIElementRef element, CFStringRef action) {
   const auto& target = known(element, __func__);
-  Accessibility* const accessibility = interfaceFor(target, true, __func__);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
-  return systemError(accessibility->performAction(target.handle, utf8Of(action, __func__)));
+  const std::string name = utf8Of(action, __func__);
+  const auto answer = accessibility->performAction(target.handle, name);
+  const MacSystem& system = MacSystem::current();
+  if (answer != Error::success || name != "AXPress") return systemError(answer);
+  if (system.odd.busyAfterActing > quillard::Seconds::zero()) return holdUp(*accessibility, target);
+  return system.odd.answerAfterActing.value_or(kAXErrorSuccess);
 }
 
 ::AXError AXUIElementCopyElementAtPosition(AXUIElementRef within, float x, float y, AXUIElementRef* element) {
   const auto& target = known(within, __func__);
-  Accessibility* const accessibility = interfaceFor(target, false, __func__);
+  Accessibility* const accessibility = interfaceFor(target, __func__);
   if (!accessibility) return kAXErrorAPIDisabled;
   const auto hit = accessibility->copyElementAtPosition(target.handle, {x, y});
   if (!hit.hasValue()) return systemError(hit.error());

@@ -48,15 +48,20 @@ Items& itemsOf(Keychain& keychain, const Request& request) {
 }
 
 // Why the request is refused before anything is looked for.
-OSStatus refusal(Keychain& keychain, const Request& request, bool isReading) {
+enum class Access { read, add, change, remove };
+OSStatus refusal(Keychain& keychain, const Request& request, Access access) {
   if (keychain.refusal) return *keychain.refusal;
   if (request.isProtected) {
     if (request.mayAsk) ++keychain.userQuestions;
     if (keychain.entitlements == Entitlements::unvalidated) return errSecMissingEntitlement;
-    if (keychain.entitlements == Entitlements::none) return isReading ? errSecItemNotFound : errSecMissingEntitlement;
+    if (keychain.entitlements == Entitlements::none)
+      return access == Access::read ? errSecItemNotFound : errSecMissingEntitlement;
     return errSecSuccess;
   }
-  if (!keychain.isFileLocked) return errSecSuccess;
+  const bool isOfAnotherBuild = keychain.itemsOfAnotherBuild.contains(request.name);
+  if (isOfAnotherBuild && access == Access::add) return errSecDuplicateItem;
+  const bool isWithheld = isOfAnotherBuild && access != Access::remove;
+  if (!keychain.isFileLocked && !isWithheld) return errSecSuccess;
   if (!keychain.mayAskUser) return errSecInteractionNotAllowed;
   ++keychain.userQuestions;
   return errSecUserCanceled;
@@ -93,7 +98,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
   Keychain& keychain = MacSystem::current().keychain;
   const auto request = requestFrom(query);
   if (!request || !request->wantsData) return errSecParam;
-  if (const OSStatus status = refusal(keychain, *request, true); status != errSecSuccess) return status;
+  if (const OSStatus status = refusal(keychain, *request, Access::read); status != errSecSuccess) return status;
   const Items& items = itemsOf(keychain, *request);
   const auto found = items.find(request->name);
   if (found == items.end()) return errSecItemNotFound;
@@ -109,7 +114,7 @@ OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef*) {
   Keychain& keychain = MacSystem::current().keychain;
   const auto request = requestFrom(attributes);
   if (!request || !request->data) return errSecParam;
-  if (const OSStatus status = refusal(keychain, *request, false); status != errSecSuccess) return status;
+  if (const OSStatus status = refusal(keychain, *request, Access::add); status != errSecSuccess) return status;
   return itemsOf(keychain, *request).emplace(request->name, *request->data).second ? errSecSuccess
                                                                                    : errSecDuplicateItem;
 }
@@ -119,7 +124,7 @@ OSStatus SecItemUpdate(CFDictionaryRef query, CFDictionaryRef attributesToUpdate
   const auto request = requestFrom(query);
   const auto data = dataIn(attributesToUpdate);
   if (!request || !data) return errSecParam;
-  if (const OSStatus status = refusal(keychain, *request, false); status != errSecSuccess) return status;
+  if (const OSStatus status = refusal(keychain, *request, Access::change); status != errSecSuccess) return status;
   Items& items = itemsOf(keychain, *request);
   const auto found = items.find(request->name);
   if (found == items.end()) return errSecItemNotFound;
@@ -131,7 +136,8 @@ OSStatus SecItemDelete(CFDictionaryRef query) {
   Keychain& keychain = MacSystem::current().keychain;
   const auto request = requestFrom(query);
   if (!request) return errSecParam;
-  if (const OSStatus status = refusal(keychain, *request, false); status != errSecSuccess) return status;
+  if (const OSStatus status = refusal(keychain, *request, Access::remove); status != errSecSuccess) return status;
+  if (!request->isProtected && keychain.itemsOfAnotherBuild.erase(request->name) == 1) return errSecSuccess;
   return itemsOf(keychain, *request).erase(request->name) == 1 ? errSecSuccess : errSecItemNotFound;
 }
 

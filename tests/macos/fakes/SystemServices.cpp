@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <plist/plist.h>
+#include <unistd.h>
 
 #include "macos/fakes/MacSystem.h"
 
@@ -65,6 +66,12 @@ MacSystem::~MacSystem() { living = nullptr; }
 MacSystem& MacSystem::current() {
   if (!living) stopForMisuse("MacSystem", "there is none");
   return *living;
+}
+
+std::optional<pid_t> MacSystem::processWithKeyboard() const {
+  if (hasFocus) return ::getpid();
+  const auto front = desktop ? desktop->workspace().frontmostApplication() : std::nullopt;
+  return front ? std::optional<pid_t>(front->processIdentifier) : std::nullopt;
 }
 
 void MacSystem::announce(const std::string& notice) const {

@@ -19,7 +19,8 @@ Held windowObject(const WindowListEntry& window) {
   if (window.number) put(kCGWindowNumber, integerObject(*window.number));
   if (window.ownerProcessIdentifier) put(kCGWindowOwnerPID, integerObject(*window.ownerProcessIdentifier));
   if (window.ownerName) put(kCGWindowOwnerName, stringObject(*window.ownerName));
-  if (window.windowName) put(kCGWindowName, stringObject(*window.windowName));
+  // Without the permission to record the screen, the server keeps the names of windows to itself.
+  if (window.windowName && MacSystem::current().mayRecordScreen) put(kCGWindowName, stringObject(*window.windowName));
   if (window.layer) put(kCGWindowLayer, integerObject(*window.layer));
   if (window.alpha) put(kCGWindowAlpha, realObject(*window.alpha));
   if (window.bounds) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
+#include "platform/macos/objc/MainThreadLink.h"
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
 #include "platform/qt/LoopEnd.h"
@@ -16,6 +18,10 @@ namespace quillard::macos {
 //
 // The menu is the system's main menu. Set it once the loop runs: Qt sets one of its own before. What the user chooses
 // comes in a turn of its own, when the menu is closed.
+//
+// Coming to the front happens in a turn after the one that asks: activated in the same turn as it becomes a regular
+// application, an application has a menu bar that takes no clicks until another one was in front. As soon as it is
+// regular no more, the application that was in front before gets the keyboard again.
 class MacApplication final : public platform::Application {
  public:
   // Before Qt's application object is made.
@@ -23,7 +29,6 @@ class MacApplication final : public platform::Application {
 
   // `mainThread` is the Qt loop, and outlives this.
   explicit MacApplication(platform::SerialExecutor& mainThread);
-  ~MacApplication() override;
 
   [[nodiscard]] std::int32_t processIdentifier() const override;
   // Of reopening the system is asked once the loop runs: until then it has a handler of its own, which does not come
@@ -35,10 +40,10 @@ class MacApplication final : public platform::Application {
   void setApplicationMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items) override;
 
  private:
-  struct Cocoa;
-
   qt::LoopEnd loopEnd;
-  const std::unique_ptr<Cocoa> cocoa;
+  const MainThreadListening listening;
+  platform::SubscriptionHandle reopening;
+  std::uint64_t activation = 0;  // Counts what was asked last: only that still happens.
 };
 
 }  // namespace quillard::macos

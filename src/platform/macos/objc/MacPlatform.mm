@@ -4,6 +4,7 @@
 
 #include "platform/macos/objc/AutoreleasePool.h"
 #include "platform/macos/objc/Text.h"
+#include "platform/macos/objc/WorkspaceCalls.h"
 
 namespace quillard::macos {
 namespace {
@@ -16,10 +17,9 @@ std::string temporaryFolder() {
 }
 
 // The system's own copy, which any thread may read.
-bool hasFocus() {
-  @autoreleasepool {
-    return static_cast<bool>(NSRunningApplication.currentApplication.active);
-  }
+std::optional<std::int32_t> frontmostProcess() {
+  const auto application = appkit::frontmostApplication();
+  return application ? std::optional(application->processIdentifier) : std::nullopt;
 }
 
 }  // namespace
@@ -32,10 +32,10 @@ std::optional<std::string> MacPlatform::prepareWindows() {
 MacPlatform::MacPlatform(int consoleDescriptor)
     : console(consoleDescriptor),
       executors(threads, runInAutoreleasePool),
-      lockFiles(temporaryFolder()),
-      notifications(executors.mainThread()),
+      lockFiles(temporaryFolder(), executors.mainThread()),
+      notifications(executors.mainThread(), bundle),
       accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
-      accessibility(AXCalls(accessibilityQueue.get(), hasFocus), executors),
+      accessibility(AXCalls(accessibilityQueue.get()), frontmostProcess, executors),
       workspace(executors.mainThread()),
       windowList(workspace),
       application(executors.mainThread()),

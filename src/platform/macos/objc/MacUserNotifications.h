@@ -2,6 +2,9 @@
 
 #include <memory>
 
+#include "platform/macos/objc/MainThreadLink.h"
+#include "platform/macos/objc/NotificationCalls.h"
+#include "platform/process/Bundle.h"
 #include "platform/process/Executors.h"
 #include "platform/shell/UserNotifications.h"
 
@@ -11,17 +14,15 @@ namespace quillard::macos {
 // are dropped. Notes are shown while the agent itself is in front, too. Main thread.
 class MacUserNotifications final : public platform::UserNotifications {
  public:
-  // `mainThread` outlives this.
-  explicit MacUserNotifications(platform::SerialExecutor& mainThread);
-  ~MacUserNotifications() override;
+  // `mainThread` outlives this. `bundle`: whose process this is.
+  MacUserNotifications(platform::SerialExecutor& mainThread, const platform::Bundle& bundle);
 
   void requestAuthorization(std::function<void(std::optional<std::string>)> completion) override;
   void post(const platform::UserNotification& notification) override;
 
  private:
-  struct Centre;
-
-  const std::unique_ptr<Centre> centre;
+  const MainThreadListening listening;
+  const std::unique_ptr<appkit::NotificationCenter> center;  // Null where there is none.
 };
 
 }  // namespace quillard::macos

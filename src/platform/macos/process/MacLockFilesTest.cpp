@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <string>
 
 #include <fcntl.h>
@@ -6,7 +7,7 @@
 #include <unistd.h>
 
 #include "platform/macos/process/MacLockFiles.h"
-#include "platform/posix/LockedFile.h"
+#include "platform/simulated/SimulatedWorld.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::macos {
@@ -14,9 +15,15 @@ namespace {
 
 using platform::LockOutcome;
 
-TEST(MacLockFiles, HoldsALockUntilItIsReleased) {
+class MacLockFilesTest : public testing::Test {
+ protected:
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{7}};
+  platform::simulated::VirtualTime& time = world.time();
+};
+
+TEST_F(MacLockFilesTest, HoldsALockUntilItIsReleased) {
   const test::TemporaryFolder folder;
-  MacLockFiles locks(folder.path());
+  MacLockFiles locks(folder.path(), time.mainThread());
   auto first = locks.acquire("agent.lock");
   ASSERT_EQ(first.outcome, LockOutcome::acquired);
   ASSERT_TRUE(first.lock);
@@ -28,21 +35,50 @@ TEST(MacLockFiles, HoldsALockUntilItIsReleased) {
   EXPECT_EQ(locks.acquire("agent.lock").outcome, LockOutcome::acquired);
 }
 
-TEST(MacLockFiles, MakesAFileForItsOwnerAloneThatNoChildInherits) {
+TEST_F(MacLockFilesTest, MakesAFileForItsOwnerAloneThatNoChildInherits) {
   const test::TemporaryFolder folder;
-  MacLockFiles locks(folder.path());
+  MacLockFiles locks(folder.path(), time.mainThread());
   const auto lock = locks.acquire("agent.lock");
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
-  const int descriptor = static_cast<const desktop::LockedFile&>(*lock.lock).descriptor();
+  const std::string path = folder.path() + "/agent.lock";
   struct stat status {};
-  ASSERT_EQ(::fstat(descriptor, &status), 0);
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  EXPECT_NE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
+  EXPECT_EQ(std::system(("test -z \"$(find /proc/self/fd/ -lname '" + path + "')\"").c_str()), 0);
 }
 
-TEST(MacLockFiles, IsUnavailableWhereSomethingElseLies) {
+TEST_F(MacLockFilesTest, IsTouchedWhileItIsHeldSoThatNothingTidiesItAway) {
   const test::TemporaryFolder folder;
-  MacLockFiles locks(folder.path());
+  const std::string path = folder.path() + "/agent.lock";
+  MacLockFiles locks(folder.path(), time.mainThread());
+  auto held = locks.acquire("agent.lock");
+  const auto isOld = [&] {
+    struct stat status {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0);
+    return status.st_mtime == 1000 && status.st_atime == 1000;
+  };
+  const timespec longAgo[2]{{1000, 0}, {1000, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), longAgo, 0), 0);
+  time.advance(MacLockFiles::kTouchInterval - Seconds{1});
+  EXPECT_TRUE(isOld());
+  time.advance(Seconds{2});
+  EXPECT_FALSE(isOld());
+  held.lock.reset();
+  EXPECT_EQ(time.nextDue(), std::nullopt);
+}
+
+TEST_F(MacLockFilesTest, IsLockedAnewShouldItsFileHaveGone) {
+  const test::TemporaryFolder folder;
+  MacLockFiles locks(folder.path(), time.mainThread());
+  const auto held = locks.acquire("agent.lock");
+  ASSERT_EQ(::unlink((folder.path() + "/agent.lock").c_str()), 0);
+  time.advance(MacLockFiles::kTouchInterval);
+  EXPECT_EQ(locks.acquire("agent.lock").outcome, LockOutcome::heldElsewhere);
+}
+
+TEST_F(MacLockFilesTest, IsUnavailableWhereSomethingElseLies) {
+  const test::TemporaryFolder folder;
+  MacLockFiles locks(folder.path(), time.mainThread());
   const std::string path = folder.path();
   ASSERT_EQ(::symlink("/etc/hostname", (path + "/link").c_str()), 0);
   ASSERT_EQ(::mkdir((path + "/folder").c_str(), 0700), 0);
@@ -50,8 +86,8 @@ TEST(MacLockFiles, IsUnavailableWhereSomethingElseLies) {
   for (const char* name : {"link", "folder", "pipe", "", ".", "..", "a/b"}) {
     EXPECT_EQ(locks.acquire(name).outcome, LockOutcome::unavailable) << name;
   }
-  EXPECT_EQ(MacLockFiles(path + "/missing").acquire("agent.lock").outcome, LockOutcome::unavailable);
-  EXPECT_EQ(MacLockFiles("").acquire("agent.lock").outcome, LockOutcome::unavailable);
+  EXPECT_EQ(MacLockFiles(path + "/missing", time.mainThread()).acquire("agent.lock").outcome, LockOutcome::unavailable);
+  EXPECT_EQ(MacLockFiles("", time.mainThread()).acquire("agent.lock").outcome, LockOutcome::unavailable);
 }
 
 }  // namespace

@@ -13,14 +13,12 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSRunningApplication;
 
 // ---- Applications
-typedef NSInteger NSApplicationActivationPolicy;
-enum : NSApplicationActivationPolicy {
+typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
   NSApplicationActivationPolicyRegular = 0,
   NSApplicationActivationPolicyAccessory = 1,
   NSApplicationActivationPolicyProhibited = 2,
 };
-typedef NSUInteger NSApplicationActivationOptions;
-enum : NSApplicationActivationOptions {
+typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions) {
   NSApplicationActivateAllWindows = 1,
   NSApplicationActivateIgnoringOtherApps QUILLARD_DEPRECATED(10.6, 14.0) = 2,
 };
@@ -32,7 +30,10 @@ enum : NSApplicationActivationOptions {
 @property(class, readonly, strong) __kindof NSApplication* sharedApplication;
 @property(nullable, strong) NSMenu* mainMenu;
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
+@property(readonly, getter=isActive) BOOL active;
 - (void)activateIgnoringOtherApps:(BOOL)isForced;
+- (void)hide:(nullable id)sender;
+- (void)unhideWithoutActivation;
 - (void)terminate:(nullable id)sender;
 - (void)orderFrontStandardAboutPanel:(nullable id)sender;
 @end
@@ -76,10 +77,8 @@ extern NSNotificationName const NSWorkspaceActiveSpaceDidChangeNotification;
 - (void)set;
 @end
 
-typedef NSUInteger NSLineCapStyle;
-enum : NSLineCapStyle { NSLineCapStyleButt = 0, NSLineCapStyleRound = 1 };
-typedef NSUInteger NSLineJoinStyle;
-enum : NSLineJoinStyle { NSLineJoinStyleMiter = 0, NSLineJoinStyleRound = 1 };
+typedef NS_ENUM(NSUInteger, NSLineCapStyle) { NSLineCapStyleButt = 0, NSLineCapStyleRound = 1, NSLineCapStyleSquare = 2 };
+typedef NS_ENUM(NSUInteger, NSLineJoinStyle) { NSLineJoinStyleMiter = 0, NSLineJoinStyleRound = 1, NSLineJoinStyleBevel = 2 };
 
 @interface NSBezierPath : NSObject <NSCopying>
 @property CGFloat lineWidth;
@@ -107,6 +106,7 @@ enum : NSLineJoinStyle { NSLineJoinStyleMiter = 0, NSLineJoinStyleRound = 1 };
 @interface NSMenuItem : NSObject <NSCopying>
 @property(nullable, strong) NSMenu* submenu;
 @property(nullable, weak) id target;
+@property(nullable, strong) id representedObject;
 @property(getter=isEnabled) BOOL enabled;
 + (NSMenuItem*)separatorItem;
 - (instancetype)initWithTitle:(NSString*)title action:(nullable SEL)action keyEquivalent:(NSString*)key;
@@ -118,8 +118,7 @@ enum : NSLineJoinStyle { NSLineJoinStyleMiter = 0, NSLineJoinStyleRound = 1 };
 - (void)addItem:(NSMenuItem*)item;
 @end
 
-typedef NSUInteger NSCellImagePosition;
-enum : NSCellImagePosition { NSImageOnly = 1 };
+typedef NS_ENUM(NSUInteger, NSCellImagePosition) { NSNoImage = 0, NSImageOnly = 1, NSImageLeft = 2 };
 
 @interface NSView : NSResponder
 @property(nullable, copy) NSString* toolTip;

@@ -8,7 +8,7 @@
 
 extern "C" {
 
-enum AXError : int32_t {
+typedef CF_ENUM(int32_t, AXError) {
   kAXErrorSuccess = 0,
   kAXErrorFailure = -25200,
   kAXErrorIllegalArgument = -25201,
@@ -40,7 +40,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void);
 AXError AXUIElementSetMessagingTimeout(AXUIElementRef element, float seconds);
 AXError AXUIElementGetPid(AXUIElementRef element, pid_t* process);
 AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef* value);
-typedef uint32_t AXCopyMultipleAttributeOptions;
+typedef CF_OPTIONS(uint32_t, AXCopyMultipleAttributeOptions) { kAXCopyMultipleAttributeOptionStopOnError = 1 };
 AXError AXUIElementCopyMultipleAttributeValues(AXUIElementRef element, CFArrayRef attributes,
                                                AXCopyMultipleAttributeOptions options, CFArrayRef* values);
 AXError AXUIElementCopyActionNames(AXUIElementRef element, CFArrayRef* names);
@@ -48,7 +48,7 @@ AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribu
 AXError AXUIElementPerformAction(AXUIElementRef element, CFStringRef action);
 AXError AXUIElementCopyElementAtPosition(AXUIElementRef within, float x, float y, AXUIElementRef* element);
 
-enum AXValueType : uint32_t {
+typedef CF_ENUM(uint32_t, AXValueType) {
   kAXValueTypeIllegal = 0,
   kAXValueTypeCGPoint = 1,
   kAXValueTypeCGSize = 2,

@@ -23,6 +23,20 @@
 #define QUILLARD_DEPRECATED(version, until)
 #endif
 
+// A real enumeration, and options as an integer, as the system's own macros of these names make them. Unnamed: constants
+// of an integer.
+#ifdef __clang__
+#define QUILLARD_OPEN_ENUM __attribute__((enum_extensibility(open)))
+#else
+#define QUILLARD_OPEN_ENUM
+#endif
+#define CF_ENUM(type, name) \
+  enum QUILLARD_OPEN_ENUM name : type name; \
+  enum QUILLARD_OPEN_ENUM name : type
+#define CF_OPTIONS(type, name) \
+  type name; \
+  enum : name
+
 extern "C" {
 
 // ---- Base
@@ -97,7 +111,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
                          Boolean isExternalRepresentation, UInt8* buffer, CFIndex longest, CFIndex* used);
 
 // ---- Numbers and truth values
-enum CFNumberType : CFIndex { kCFNumberSInt32Type = 3, kCFNumberSInt64Type = 4, kCFNumberDoubleType = 13 };
+typedef CF_ENUM(CFIndex, CFNumberType) { kCFNumberSInt32Type = 3, kCFNumberSInt64Type = 4, kCFNumberDoubleType = 13 };
 
 extern const CFBooleanRef kCFBooleanTrue;
 extern const CFBooleanRef kCFBooleanFalse;
@@ -143,11 +157,11 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
 void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys, const void** values);
 
 // ---- Property lists and preferences
-enum CFPropertyListFormat : CFIndex {
+typedef CF_ENUM(CFIndex, CFPropertyListFormat) {
   kCFPropertyListXMLFormat_v1_0 = 100,
   kCFPropertyListBinaryFormat_v1_0 = 200,
 };
-enum : CFOptionFlags { kCFPropertyListImmutable = 0 };
+typedef CF_OPTIONS(CFOptionFlags, CFPropertyListMutabilityOptions) { kCFPropertyListImmutable = 0 };
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat* format, CFErrorRef* error);
 CFStringRef CFErrorCopyDescription(CFErrorRef error);
@@ -172,7 +186,7 @@ extern const CFRunLoopMode kCFRunLoopDefaultMode;
 CFRunLoopRef CFRunLoopGetMain(void);
 void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 
-enum CFNotificationSuspensionBehavior : CFIndex { CFNotificationSuspensionBehaviorDeliverImmediately = 4 };
+typedef CF_ENUM(CFIndex, CFNotificationSuspensionBehavior) { CFNotificationSuspensionBehaviorDeliverImmediately = 4 };
 typedef void (*CFNotificationCallback)(CFNotificationCenterRef center, void* observer, CFNotificationName name,
                                        const void* object, CFDictionaryRef userInfo);
 CFNotificationCenterRef CFNotificationCenterGetDistributedCenter(void);

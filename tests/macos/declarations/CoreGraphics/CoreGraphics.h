@@ -26,8 +26,7 @@ typedef struct CGRect CGRect;
 
 // ---- The window list
 typedef uint32_t CGWindowID;
-typedef uint32_t CGWindowListOption;
-enum : CGWindowListOption {
+typedef CF_OPTIONS(uint32_t, CGWindowListOption) {
   kCGWindowListOptionAll = 0,
   kCGWindowListOptionOnScreenOnly = 1,
   kCGWindowListExcludeDesktopElements = 16,
@@ -46,10 +45,10 @@ QUILLARD_RETURNS_RETAINED CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOpti
 typedef struct __CGEvent* CGEventRef;
 typedef struct __CGEventSource* CGEventSourceRef;
 typedef uint16_t CGKeyCode;
-enum CGEventSourceStateID : int32_t { kCGEventSourceStateHIDSystemState = 1 };
-enum CGEventType : uint32_t { kCGEventLeftMouseDown = 1, kCGEventLeftMouseUp = 2, kCGEventMouseMoved = 5 };
-enum CGMouseButton : uint32_t { kCGMouseButtonLeft = 0 };
-enum CGEventTapLocation : uint32_t { kCGHIDEventTap = 0 };
+typedef CF_ENUM(int32_t, CGEventSourceStateID) { kCGEventSourceStateHIDSystemState = 1 };
+typedef CF_ENUM(uint32_t, CGEventType) { kCGEventLeftMouseDown = 1, kCGEventLeftMouseUp = 2, kCGEventMouseMoved = 5 };
+typedef CF_ENUM(uint32_t, CGMouseButton) { kCGMouseButtonLeft = 0 };
+typedef CF_ENUM(uint32_t, CGEventTapLocation) { kCGHIDEventTap = 0 };
 CGEventSourceRef CGEventSourceCreate(CGEventSourceStateID state);
 CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType type, CGPoint position, CGMouseButton button);
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bool isDown);

@@ -4,12 +4,18 @@
 // so that it can be checked on systems that have no such framework. Only what is used; types and values as documented.
 
 #include <CoreGraphics/CoreGraphics.h>
+#include <CoreServices/CoreServices.h>
 #include <objc/BaseTypes.h>
 
 #define NS_ASSUME_NONNULL_BEGIN _Pragma("clang assume_nonnull begin")
 #define NS_ASSUME_NONNULL_END _Pragma("clang assume_nonnull end")
 #define QUILLARD_DESIGNATED __attribute__((objc_designated_initializer))
 #define QUILLARD_NOT_AVAILABLE __attribute__((unavailable))
+
+// A real enumeration: neither a number nor another enumeration passes for it. Options are integers, since they are
+// combined.
+#define NS_ENUM(type, name) CF_ENUM(type, name)
+#define NS_OPTIONS(type, name) CF_OPTIONS(type, name)
 
 NS_ASSUME_NONNULL_BEGIN
 
@@ -76,7 +82,7 @@ typedef struct {
                                     count:(NSUInteger)count;
 @end
 
-typedef NSUInteger NSStringEncoding;
+typedef NSUInteger NSStringEncoding;  // An integer, of which some are named.
 enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
 
 @interface NSString : NSObject <NSCopying>
@@ -154,8 +160,7 @@ typedef NSString* NSNotificationName;
 - (nullable Class)classNamed:(NSString*)name;
 @end
 
-typedef uint64_t NSActivityOptions;
-enum : NSActivityOptions {
+typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
   NSActivityIdleSystemSleepDisabled = 1ULL << 20,
   NSActivityUserInitiated = 0x00FFFFFFULL | NSActivityIdleSystemSleepDisabled,
   NSActivityUserInitiatedAllowingIdleSystemSleep = NSActivityUserInitiated & ~NSActivityIdleSystemSleepDisabled,
@@ -167,8 +172,6 @@ enum : NSActivityOptions {
 - (void)endActivity:(id<NSObject>)activity QUILLARD_SINCE(10.9);
 @end
 
-typedef uint32_t AEEventClass;
-typedef uint32_t AEEventID;
 @interface NSAppleEventManager : NSObject
 + (NSAppleEventManager*)sharedAppleEventManager;
 - (void)setEventHandler:(id)handler

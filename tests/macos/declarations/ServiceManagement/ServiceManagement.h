@@ -6,13 +6,12 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-typedef NSInteger SMAppServiceStatus;
-enum : SMAppServiceStatus {
+typedef NS_ENUM(NSInteger, SMAppServiceStatus) {
   SMAppServiceStatusNotRegistered = 0,
   SMAppServiceStatusEnabled = 1,
   SMAppServiceStatusRequiresApproval = 2,
   SMAppServiceStatusNotFound = 3,
-};
+} QUILLARD_SINCE(13.0);
 
 QUILLARD_SINCE(13.0)
 @interface SMAppService : NSObject

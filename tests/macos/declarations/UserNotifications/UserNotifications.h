@@ -10,11 +10,9 @@ NS_ASSUME_NONNULL_BEGIN
 @class UNNotificationTrigger;
 @class UNUserNotificationCenter;
 
-typedef NSUInteger UNAuthorizationOptions;
-enum : UNAuthorizationOptions { UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };
+typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) { UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };
 
-typedef NSUInteger UNNotificationPresentationOptions;
-enum : UNNotificationPresentationOptions {
+typedef NS_OPTIONS(NSUInteger, UNNotificationPresentationOptions) {
   UNNotificationPresentationOptionSound = 2,
   UNNotificationPresentationOptionList QUILLARD_SINCE(11.0) = 8,
   UNNotificationPresentationOptionBanner QUILLARD_SINCE(11.0) = 16,

@@ -1,0 +1,12 @@
+#pragma once
+
+// How soon work should be done, written from the manual page pthread_set_qos_class_self_np(3).
+
+typedef enum : unsigned int {
+  QOS_CLASS_USER_INTERACTIVE = 0x21,
+  QOS_CLASS_USER_INITIATED = 0x19,
+  QOS_CLASS_DEFAULT = 0x15,
+  QOS_CLASS_UTILITY = 0x11,
+  QOS_CLASS_BACKGROUND = 0x09,
+  QOS_CLASS_UNSPECIFIED = 0x00,
+} qos_class_t;

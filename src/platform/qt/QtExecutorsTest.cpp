@@ -8,6 +8,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/SystemClock.h"
@@ -18,6 +19,17 @@ namespace {
 using platform::QualityOfService;
 using platform::SerialExecutor;
 using namespace std::chrono_literals;
+
+constexpr bool hasSanitizer() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  return true;
+#endif
+#endif
+  return false;
+}
 
 // The main thread, and its loop.
 class LoopBench {
@@ -55,6 +67,27 @@ TEST(SerialQueue, HasAThreadOfItsOwn) {
   two->post([&] { free.set_value(std::this_thread::get_id()); });  // Not held up by the other queue.
   EXPECT_NE(free.get_future().get(), blocked.get_future().get());
   release.set_value();
+}
+
+// Every thread of a test program has such a stack (tests/support/SmallStacks.cpp).
+TEST(SerialQueue, HasAStackNoLargerThanAMacGives) {
+#if defined(__linux__)
+  if (hasSanitizer()) GTEST_SKIP() << "Sanitizers need larger stacks for themselves.";
+  QtExecutors executors;
+  std::promise<std::size_t> size;
+  const auto queue = executors.makeSerialQueue("queue", QualityOfService::standard);
+  queue->post([&] {
+    pthread_attr_t attributes;
+    std::size_t bytes = 0;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &bytes);
+    pthread_attr_destroy(&attributes);
+    size.set_value(bytes);
+  });
+  EXPECT_EQ(size.get_future().get(), std::size_t{512} * 1024);
+#else
+  GTEST_SKIP() << "The system gives no other.";
+#endif
 }
 
 TEST(MainThread, KeepsTurnsApartWhenOneRunsALoopInsideItself) {

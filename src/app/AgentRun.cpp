@@ -34,7 +34,7 @@ ExitCode runAgent(const System& system, char* programName, const Output& output)
   const auto opened = system.open(STDOUT_FILENO);
   opened.platform->prepareForAgent();
   const auto platform = opened.platform->platform();
-  qt::QtStatusWindowViews statusWindowViews;
+  qt::QtStatusWindowViews statusWindowViews(system.watchColorScheme);
   const auto agent = std::make_shared<AppDelegate>(platform, statusWindowViews);
   const qt::TerminationSignals termination([&platform] { platform.application.terminate(); });
   platform.application.setDelegate(agent);

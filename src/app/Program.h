@@ -9,6 +9,7 @@
 #include "app/DoctorFacts.h"
 #include "app/DoctorReport.h"
 #include "platform/SystemPlatform.h"
+#include "platform/qt/window/DesktopColorScheme.h"
 
 namespace quillard::app {
 
@@ -32,6 +33,8 @@ struct OpenSystem {
 struct System {
   // Called before a toolkit's application object with windows is made. Why there can be none here; absent: there can.
   std::optional<std::string> (*prepareWindows)();
+  // What a window watches to learn of the colours that the user chose. Null where the toolkit tells it all.
+  qt::WatchColorScheme watchColorScheme;
   // Called within the life of such an object, with or without windows. `consoleDescriptor`: where diagnostic lines go.
   OpenSystem (*open)(int consoleDescriptor);
 };

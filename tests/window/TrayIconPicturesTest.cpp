@@ -3,8 +3,8 @@
 #include <QtGui/QPainter>
 #include <gtest/gtest.h>
 
+#include "platform/linux/shell/TemplateImageIcon.h"
 #include "platform/linux/shell/TrayInk.h"
-#include "platform/qt/window/TemplateImageIcon.h"
 #include "platform/qt/window/WindowPalette.h"
 #include "status/MenuBarIcon.h"
 #include "support/GoldenImage.h"
@@ -25,7 +25,7 @@ QImage drawn(const IconCase& asked) {
                  QImage::Format_RGB32};
   picture.fill(Qt::white);
   QPainter painter{&picture};
-  qt::drawTemplateImage(painter, image, picture.rect(), {.color = Qt::black, .halo = {}});
+  desktop::drawTemplateImage(painter, image, picture.rect(), {.color = Qt::black, .halo = {}});
   return picture;
 }
 
@@ -77,7 +77,7 @@ TEST(TrayIconDrawing, TurnsArcsCounterClockwise) {
   QImage picture{36, 36, QImage::Format_RGB32};
   picture.fill(Qt::white);
   QPainter painter{&picture};
-  qt::drawTemplateImage(painter, image, picture.rect(), {.color = Qt::black, .halo = {}});
+  desktop::drawTemplateImage(painter, image, picture.rect(), {.color = Qt::black, .halo = {}});
   painter.end();
   EXPECT_LT(grayAt(picture, 13.2, 13.2), 30);  // A quarter on the upper right,
   EXPECT_EQ(grayAt(picture, 13.2, 4.7), 255);  // and none of the other three.
@@ -86,11 +86,11 @@ TEST(TrayIconDrawing, TurnsArcsCounterClockwise) {
 }
 
 // How far the drawing stands out from the bar at its strongest.
-double strongestContrast(const qt::IconInk& ink, const QColor& bar) {
+double strongestContrast(const desktop::IconInk& ink, const QColor& bar) {
   QImage picture{22, 22, QImage::Format_RGB32};
   picture.fill(bar);
   QPainter painter{&picture};
-  qt::templateImageIcon(MenuBarIcon::image(0), ink).paint(&painter, picture.rect());
+  desktop::templateImageIcon(MenuBarIcon::image(0), ink).paint(&painter, picture.rect());
   painter.end();
   double strongest = 1;
   for (int y = 0; y < picture.height(); ++y) {
@@ -120,7 +120,7 @@ TEST(TrayInk, FollowsTheWindowsWhereTheBarDoes) {
 }
 
 TEST(TrayIcon, IsSharpAtEverySize) {
-  const QIcon icon = qt::templateImageIcon(MenuBarIcon::image(1), {.color = Qt::black, .halo = {}});
+  const QIcon icon = desktop::templateImageIcon(MenuBarIcon::image(1), {.color = Qt::black, .halo = {}});
   for (const int side : {16, 22, 44, 96}) EXPECT_EQ(icon.pixmap(QSize{side, side}, 1.0).size(), QSize(side, side));
   EXPECT_TRUE(icon.isMask());
 }

@@ -8,6 +8,7 @@
 #include <QtWidgets/QSystemTrayIcon>
 
 #include "platform/linux/shell/LinuxStatusBar.h"
+#include "platform/linux/shell/PortalColorScheme.h"
 #include "platform/qt/window/QtStatusWindowViews.h"
 #include "status/MenuBarIcon.h"
 #include "window/StatusWindowStates.h"
@@ -49,7 +50,7 @@ int main(int argc, char** argv) {
   const std::string state = argc > 1 ? argv[1] : "";
 
   std::unique_ptr<StatusWindowView> view;
-  qt::QtStatusWindowViews views;
+  qt::QtStatusWindowViews views(desktop::watchPortalColorScheme);
   view = views.makeStatusWindowView({.onButton =
                                          [&view](StatusWindowButton button) {
                                            say("button " + std::to_string(static_cast<int>(button)));

@@ -3,6 +3,7 @@
 #include "app/LinuxDoctorChecks.h"
 #include "app/Program.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/shell/PortalColorScheme.h"
 
 namespace {
 
@@ -15,5 +16,6 @@ quillard::app::OpenSystem openLinux(int consoleDescriptor) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return quillard::app::runProgram(argc, argv, {LinuxPlatform::prepareWindows, openLinux});
+  return quillard::app::runProgram(
+      argc, argv, {LinuxPlatform::prepareWindows, quillard::desktop::watchPortalColorScheme, openLinux});
 }

@@ -23,5 +23,5 @@ quillard::app::OpenSystem openMac(int consoleDescriptor) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return quillard::app::runProgram(argc, argv, {MacPlatform::prepareWindows, openMac});
+  return quillard::app::runProgram(argc, argv, {MacPlatform::prepareWindows, nullptr, openMac});
 }

@@ -8,7 +8,7 @@
 namespace quillard::desktop {
 namespace {
 
-qt::IconInk currentInk() { return trayInk(qgetenv("XDG_CURRENT_DESKTOP").toStdString(), QApplication::palette()); }
+IconInk currentInk() { return trayInk(qgetenv("XDG_CURRENT_DESKTOP").toStdString(), QApplication::palette()); }
 
 }  // namespace
 
@@ -34,7 +34,7 @@ void LinuxStatusItem::appear() {
 }
 
 void LinuxStatusItem::draw() {
-  if (icon) icon->setIcon(qt::templateImageIcon(image, currentInk()));
+  if (icon) icon->setIcon(templateImageIcon(image, currentInk()));
 }
 
 void LinuxStatusItem::setLength(double /*points*/) {}

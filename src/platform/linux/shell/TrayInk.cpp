@@ -13,7 +13,7 @@ bool followsWindows(std::string_view currentDesktop) { return currentDesktop.fin
 
 }  // namespace
 
-qt::IconInk trayInk(std::string_view currentDesktop, const QPalette& system) {
+IconInk trayInk(std::string_view currentDesktop, const QPalette& system) {
   const bool isBarDark = !followsWindows(currentDesktop) || qt::isDark(system);
   QColor halo = QColor::fromRgb(isBarDark ? kDark : kLight);
   halo.setAlpha(kHaloAlpha);

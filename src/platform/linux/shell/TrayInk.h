@@ -4,7 +4,7 @@
 
 #include <QtGui/QPalette>
 
-#include "platform/qt/window/TemplateImageIcon.h"
+#include "platform/linux/shell/TemplateImageIcon.h"
 
 namespace quillard::desktop {
 
@@ -13,6 +13,6 @@ namespace quillard::desktop {
 // on a bar of the expected colour, keeps the icon readable on one of the other.
 //
 // `currentDesktop`: XDG_CURRENT_DESKTOP, names separated by colons.
-[[nodiscard]] qt::IconInk trayInk(std::string_view currentDesktop, const QPalette& system);
+[[nodiscard]] IconInk trayInk(std::string_view currentDesktop, const QPalette& system);
 
 }  // namespace quillard::desktop

@@ -1,6 +1,7 @@
 #include "platform/macos/MacPlatform.h"
 
 #import <AppKit/AppKit.h>
+#include <QtNetwork/QSslSocket>
 
 #include "platform/macos/objc/AutoreleasePool.h"
 #include "platform/macos/objc/Text.h"
@@ -39,7 +40,10 @@ MacPlatform::MacPlatform(int consoleDescriptor)
       workspace(executors.mainThread()),
       windowList(workspace),
       application(executors.mainThread()),
-      statusBar(executors.mainThread()) {}
+      statusBar(executors.mainThread()) {
+  // The one that comes with the application, instead of whatever Qt finds: see packaging/macos.
+  QSslSocket::setActiveBackend(QStringLiteral("openssl"));
+}
 
 platform::Platform MacPlatform::platform() {
   return {.accessibility = accessibility,

@@ -11,10 +11,14 @@ enum class ColorScheme { noPreference, dark, light };
 // desktops tell it over the bus only.
 class DesktopColorScheme {
  public:
-  // `onChange` comes on the main thread, in a later turn: once the choice is known, and at each change. Null where Qt's
-  // colours tell it all.
-  static std::unique_ptr<DesktopColorScheme> watch(std::function<void(ColorScheme)> onChange);
+  DesktopColorScheme() = default;
+  DesktopColorScheme(const DesktopColorScheme&) = delete;
+  DesktopColorScheme& operator=(const DesktopColorScheme&) = delete;
   virtual ~DesktopColorScheme() = default;
 };
+
+// Watches the choice for as long as what it returns lives. `onChange` comes on the main thread, in a later turn: once
+// the choice is known, and at each change. Null where Qt's colours tell it all.
+using WatchColorScheme = std::unique_ptr<DesktopColorScheme> (*)(std::function<void(ColorScheme)> onChange);
 
 }  // namespace quillard::qt

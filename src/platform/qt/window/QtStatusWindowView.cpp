@@ -25,12 +25,14 @@ StatusWindowContent withoutLargeImages(const StatusWindowContent& content) {
 }  // namespace
 
 std::unique_ptr<StatusWindowView> QtStatusWindowViews::makeStatusWindowView(StatusWindowEvents events) {
-  return std::make_unique<QtStatusWindowView>(std::move(events));
+  return std::make_unique<QtStatusWindowView>(std::move(events), watchColorScheme);
 }
 
-QtStatusWindowView::QtStatusWindowView(StatusWindowEvents events) : events(std::move(events)) {
+QtStatusWindowView::QtStatusWindowView(StatusWindowEvents events, WatchColorScheme watchColorScheme)
+    : events(std::move(events)) {
   installAccessibleRoles();
-  schemeWatch = DesktopColorScheme::watch([this](ColorScheme chosen) {
+  if (!watchColorScheme) return;
+  schemeWatch = watchColorScheme([this](ColorScheme chosen) {
     scheme = chosen;
     if (window) window->setColorScheme(chosen);
   });

@@ -12,7 +12,8 @@ namespace quillard::qt {
 // agent's state: hidden, this remembers what it would show, and where.
 class QtStatusWindowView final : public StatusWindowView {
  public:
-  explicit QtStatusWindowView(StatusWindowEvents events);
+  // `watchColorScheme`: null where Qt's colours tell it all.
+  QtStatusWindowView(StatusWindowEvents events, WatchColorScheme watchColorScheme);
   ~QtStatusWindowView() override;
 
   void setContent(const StatusWindowContent& content) override;

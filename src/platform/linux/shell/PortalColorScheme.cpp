@@ -1,4 +1,4 @@
-#include "platform/qt/window/PortalColorScheme.h"
+#include "platform/linux/shell/PortalColorScheme.h"
 
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCallWatcher>
@@ -6,7 +6,10 @@
 #include <QtDBus/QDBusServiceWatcher>
 #include <QtDBus/QDBusVariant>
 
-namespace quillard::qt {
+namespace quillard::desktop {
+
+using qt::ColorScheme;
+
 namespace {
 
 constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
@@ -33,7 +36,7 @@ ColorScheme schemeOf(QVariant value) {
 
 }  // namespace
 
-std::unique_ptr<DesktopColorScheme> DesktopColorScheme::watch(std::function<void(ColorScheme)> onChange) {
+std::unique_ptr<qt::DesktopColorScheme> watchPortalColorScheme(std::function<void(ColorScheme)> onChange) {
   return std::make_unique<PortalColorScheme>(std::move(onChange));
 }
 
@@ -71,4 +74,4 @@ void PortalColorScheme::take(ColorScheme scheme) {
   onChange(scheme);
 }
 
-}  // namespace quillard::qt
+}  // namespace quillard::desktop

@@ -1,4 +1,4 @@
-#include "platform/qt/window/TemplateImageIcon.h"
+#include "platform/linux/shell/TemplateImageIcon.h"
 
 #include <algorithm>
 #include <variant>
@@ -7,7 +7,7 @@
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
 
-namespace quillard::qt {
+namespace quillard::desktop {
 namespace {
 
 constexpr double kHaloWidth = 1.6;
@@ -103,4 +103,4 @@ QIcon templateImageIcon(const TemplateImage& image, const IconInk& ink) {
   return icon;
 }
 
-}  // namespace quillard::qt
+}  // namespace quillard::desktop

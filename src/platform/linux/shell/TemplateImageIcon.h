@@ -8,7 +8,7 @@
 
 class QPainter;
 
-namespace quillard::qt {
+namespace quillard::desktop {
 
 // How a picture in one colour is coloured.
 struct IconInk {
@@ -23,4 +23,4 @@ void drawTemplateImage(QPainter& painter, const TemplateImage& image, const QRec
 // The picture as an icon, sharp at every size and scale.
 [[nodiscard]] QIcon templateImageIcon(const TemplateImage& image, const IconInk& ink);
 
-}  // namespace quillard::qt
+}  // namespace quillard::desktop

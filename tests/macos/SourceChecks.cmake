@@ -22,3 +22,6 @@ file(GLOB mistakes CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/mistakes/*)
 add_test(NAME MacSources.MistakesAreFound
   COMMAND ${check} mistakes ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR}/declarations ${mistakes})
 set_tests_properties(MacSources.MistakesAreFound PROPERTIES LABELS macos TIMEOUT 600)
+add_test(NAME MacSources.SayHowManyLinesNoTestRuns
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/count-lines.sh ${PROJECT_SOURCE_DIR})
+set_tests_properties(MacSources.SayHowManyLinesNoTestRuns PROPERTIES LABELS macos)

@@ -271,6 +271,7 @@ AXUIElementRef AXUIElementCreateSystemWide(void) {
   return system.odd.answerAfterActing.value_or(kAXErrorSuccess);
 }
 
+// Belief: an application answers `noValue` for a point at which its windows let everything through.
 ::AXError AXUIElementCopyElementAtPosition(AXUIElementRef within, float x, float y, AXUIElementRef* element) {
   const auto& target = known(within, __func__);
   Accessibility* const accessibility = interfaceFor(target, __func__);

@@ -89,6 +89,7 @@ void activateApplication() {
 
 bool isApplicationActive() { return facts().isActive; }
 
+// Belief: the application that was in front before comes to the front.
 void hideApplication() {
   facts().isActive = false;
   facts().calls.emplace_back("hide");

@@ -55,8 +55,8 @@ struct OddAnswers {
   std::optional<CFIndex> batchLength{};       // How many slots an answer to many questions has.
   std::optional<::AXError> batchError{};      // Nothing but that for many questions.
   bool givesNullArrays = false;               // Success, and no list.
-  // What a press is answered with once it is done: a dialog's action may hold its application up, and AppKit may have
-  // nothing left to answer for.
+  // Belief: what a press may be answered with once it is done. A dialog's action may hold its application up, and AppKit
+  // may have nothing left to answer for.
   std::optional<::AXError> answerAfterActing{};
   Seconds busyAfterActing{};  // For which the application then answers nothing: the action itself misses the time-out.
   std::optional<Held> actionNames{};
@@ -72,10 +72,10 @@ struct AppKitFacts {
   std::function<void()> onReopen{};
   bool isOpeningRefused = false;
   std::set<std::string> packages{};  // Paths that are no folders for the user.
-  // From macOS 14 on, the system may refuse to bring another application to the front: by its answer, or in silence.
+  // Belief: from macOS 14 on, the system may refuse to bring another application to the front: by its answer, or in silence.
   bool refusesActivation = false;
   bool ignoresActivation = false;
-  // The system's own copy of who is in front grows old while the main loop does not run.
+  // Belief: the system's own copy of who is in front grows old while the main loop does not run.
   std::optional<std::int32_t> staleFrontmost{};
   Seconds noticeDelay{};  // How much later the workspace's notices come.
   platform::LoginServiceStatus loginItem = platform::LoginServiceStatus::notFound;  // Belief: never registered.

@@ -89,6 +89,10 @@ void activateApplication() {
 
 bool isApplicationActive() { return facts().isActive; }
 
+bool hasApplicationWindow() { return facts().showsWindow; }
+
+void unhideApplication() { facts().calls.emplace_back("unhide"); }
+
 // Belief: the application that was in front before comes to the front.
 void hideApplication() {
   facts().isActive = false;

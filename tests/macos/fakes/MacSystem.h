@@ -55,8 +55,8 @@ struct OddAnswers {
   std::optional<CFIndex> batchLength{};       // How many slots an answer to many questions has.
   std::optional<::AXError> batchError{};      // Nothing but that for many questions.
   bool givesNullArrays = false;               // Success, and no list.
-  // Belief: what a press may be answered with once it is done. A dialog's action may hold its application up, and AppKit
-  // may have nothing left to answer for.
+  // Belief: what a press may be answered with once it is done. A dialog's action may hold its application up, and
+  // AppKit may have nothing left to answer for.
   std::optional<::AXError> answerAfterActing{};
   Seconds busyAfterActing{};  // For which the application then answers nothing: the action itself misses the time-out.
   std::optional<Held> actionNames{};
@@ -66,13 +66,15 @@ struct OddAnswers {
 struct AppKitFacts {
   platform::ActivationPolicy policy = platform::ActivationPolicy::prohibited;
   bool isActive = false;
-  std::vector<std::string> calls{};  // "regular", "accessory", "activate", "hide", in their order.
+  bool showsWindow = false;
+  std::vector<std::string> calls{};  // "regular", "accessory", "activate", "hide", "unhide", in their order.
   std::string menuTitle{};
   std::vector<platform::ApplicationMenuItem> menu{};
   std::function<void()> onReopen{};
   bool isOpeningRefused = false;
   std::set<std::string> packages{};  // Paths that are no folders for the user.
-  // Belief: from macOS 14 on, the system may refuse to bring another application to the front: by its answer, or in silence.
+  // Belief: from macOS 14 on, the system may refuse to bring another application to the front: by its answer, or in
+  // silence.
   bool refusesActivation = false;
   bool ignoresActivation = false;
   // Belief: the system's own copy of who is in front grows old while the main loop does not run.

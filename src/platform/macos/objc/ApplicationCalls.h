@@ -11,11 +11,14 @@
 namespace quillard::macos::appkit {
 
 void setActivationPolicy(platform::ActivationPolicy policy);
-// In front of whatever is active, and unhidden.
+// In front of whatever is active.
 void activateApplication();
 [[nodiscard]] bool isApplicationActive();
+// Whether a window is on screen that can be the main one: the menu bar's own cannot.
+[[nodiscard]] bool hasApplicationWindow();
 // Hides its windows; the application that was in front before comes to the front.
 void hideApplication();
+void unhideApplication();
 
 // One menu of that title. A custom item's `onChoice` is called while the menu closes.
 void setMainMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items);

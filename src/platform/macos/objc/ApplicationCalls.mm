@@ -103,14 +103,22 @@ class ReopenObservation final : public platform::Subscription {
 
 void setActivationPolicy(ActivationPolicy policy) { [application() setActivationPolicy:systemPolicy(policy)]; }
 
-void activateApplication() {
-  [application() unhideWithoutActivation];
-  [application() activateIgnoringOtherApps:YES];
-}
+void activateApplication() { [application() activateIgnoringOtherApps:YES]; }
 
 bool isApplicationActive() { return static_cast<bool>(application().active); }
 
+bool hasApplicationWindow() {
+  @autoreleasepool {
+    for (NSWindow* window in application().windows) {
+      if (window.visible && window.canBecomeMainWindow) return true;
+    }
+    return false;
+  }
+}
+
 void hideApplication() { [application() hide:nil]; }
+
+void unhideApplication() { [application() unhideWithoutActivation]; }
 
 void setMainMenu(const std::string& title, std::vector<ApplicationMenuItem> items) {
   @autoreleasepool {

@@ -63,10 +63,10 @@ TEST_F(MacApplicationTest, ComesToTheFrontInATurnAfterTheOneThatMakesItRegular) 
   inATurn([&] {
     application->setActivationPolicy(ActivationPolicy::regular);
     application->activateIgnoringOtherApplications();
-    EXPECT_THAT(appKit.calls, ElementsAre("regular"));
+    EXPECT_THAT(appKit.calls, ElementsAre("regular", "unhide"));
   });
   world.advance(Seconds{0});
-  EXPECT_THAT(appKit.calls, ElementsAre("regular", "activate"));
+  EXPECT_THAT(appKit.calls, ElementsAre("regular", "unhide", "activate"));
 }
 
 TEST_F(MacApplicationTest, GivesTheKeyboardBackWhenItIsRegularNoMore) {
@@ -75,12 +75,23 @@ TEST_F(MacApplicationTest, GivesTheKeyboardBackWhenItIsRegularNoMore) {
     application->activateIgnoringOtherApplications();
   });
   world.advance(Seconds{0});
+  appKit.calls.clear();
   inATurn([&] { application->setActivationPolicy(ActivationPolicy::accessory); });
-  EXPECT_THAT(appKit.calls, ElementsAre("regular", "activate", "hide", "accessory"));
+  world.advance(Seconds{0});
+  EXPECT_THAT(appKit.calls, ElementsAre("accessory", "hide"));
+}
+
+TEST_F(MacApplicationTest, KeepsTheKeyboardWhileAnotherWindowOfItIsOnScreen) {
+  appKit.isActive = true;
+  appKit.showsWindow = true;
+  inATurn([&] { application->setActivationPolicy(ActivationPolicy::accessory); });
+  world.advance(Seconds{0});
+  EXPECT_THAT(appKit.calls, ElementsAre("accessory"));
 }
 
 TEST_F(MacApplicationTest, HidesNothingWhereAnotherApplicationIsInFront) {
   inATurn([&] { application->setActivationPolicy(ActivationPolicy::accessory); });
+  world.advance(Seconds{0});
   EXPECT_THAT(appKit.calls, ElementsAre("accessory"));
 }
 
@@ -91,7 +102,17 @@ TEST_F(MacApplicationTest, DoesNotComeToTheFrontOnceItsWindowHasClosedAgain) {
     application->setActivationPolicy(ActivationPolicy::accessory);
   });
   world.advance(Seconds{1});
-  EXPECT_THAT(appKit.calls, ElementsAre("regular", "accessory"));
+  EXPECT_THAT(appKit.calls, ElementsAre("regular", "unhide", "accessory"));
+}
+
+TEST_F(MacApplicationTest, StaysWhereItIsWhenItsWindowOpensAgainImmediately) {
+  appKit.isActive = true;
+  inATurn([&] {
+    application->setActivationPolicy(ActivationPolicy::accessory);
+    application->setActivationPolicy(ActivationPolicy::regular);
+  });
+  world.advance(Seconds{1});
+  EXPECT_THAT(appKit.calls, ElementsAre("accessory", "regular", "unhide"));
 }
 
 TEST_F(MacApplicationTest, TellsItsDelegateOfLaunchAndReopeningInTurnsOfTheirOwn) {

@@ -31,16 +31,19 @@ void MacApplication::setDelegate(std::weak_ptr<platform::ApplicationDelegate> de
 std::int32_t MacApplication::processIdentifier() const { return ::getpid(); }
 
 void MacApplication::setActivationPolicy(ActivationPolicy policy) {
-  if (policy != ActivationPolicy::regular) {
-    ++activation;
-    if (appkit::isApplicationActive()) appkit::hideApplication();
-  }
   appkit::setActivationPolicy(policy);
+  ++turnsAsked;
+  if (policy == ActivationPolicy::regular) return appkit::unhideApplication();
+  inALaterTurn([] {
+    if (appkit::isApplicationActive() && !appkit::hasApplicationWindow()) appkit::hideApplication();
+  });
 }
 
-void MacApplication::activateIgnoringOtherApplications() {
-  listening.link()->post([this, asked = ++activation] {
-    if (asked == activation) appkit::activateApplication();
+void MacApplication::activateIgnoringOtherApplications() { inALaterTurn(appkit::activateApplication); }
+
+void MacApplication::inALaterTurn(platform::Turn turn) {
+  listening.link()->post([this, asked = ++turnsAsked, turn = std::move(turn)] {
+    if (asked == turnsAsked) turn();
   });
 }
 

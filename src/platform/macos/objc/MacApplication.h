@@ -20,8 +20,9 @@ namespace quillard::macos {
 // comes in a turn of its own, when the menu is closed.
 //
 // Coming to the front happens in a turn after the one that asks: activated in the same turn as it becomes a regular
-// application, an application has a menu bar that takes no clicks until another one was in front. As soon as it is
-// regular no more, the application that was in front before gets the keyboard again.
+// application, an application has a menu bar that takes no clicks until another one was in front. In the turn after the
+// one in which it is regular no more, the application that was in front before gets the keyboard again, unless another
+// window of this one is on screen: the update framework's, say.
 class MacApplication final : public platform::Application {
  public:
   // Before Qt's application object is made.
@@ -40,10 +41,12 @@ class MacApplication final : public platform::Application {
   void setApplicationMenu(const std::string& title, std::vector<platform::ApplicationMenuItem> items) override;
 
  private:
+  void inALaterTurn(platform::Turn turn);
+
   qt::LoopEnd loopEnd;
   const MainThreadListening listening;
   platform::SubscriptionHandle reopening;
-  std::uint64_t activation = 0;  // Counts what was asked last: only that still happens.
+  std::uint64_t turnsAsked = 0;  // Only the one that was asked for last still does something.
 };
 
 }  // namespace quillard::macos

@@ -26,7 +26,13 @@ typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions) {
 @interface NSResponder : NSObject
 @end
 
+@interface NSWindow : NSResponder
+@property(readonly, getter=isVisible) BOOL visible;
+@property(readonly) BOOL canBecomeMainWindow;
+@end
+
 @interface NSApplication : NSResponder
+@property(readonly, copy) NSArray<NSWindow*>* windows;
 @property(class, readonly, strong) __kindof NSApplication* sharedApplication;
 @property(nullable, strong) NSMenu* mainMenu;
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;

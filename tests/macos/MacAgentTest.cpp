@@ -80,6 +80,7 @@ class MacAgent : Balance, public AgentWorld {
             .secretStore = simulated.secretStore,
             .statusBar = simulated.statusBar,
             .syntheticEvents = macEvents,
+            .translations = simulated.translations,
             .updateService = simulated.updateService,
             .userDefaults = userDefaults,
             .userNotifications = notifications,

@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Linux, TranslationsContract,
                                                           []() -> std::unique_ptr<TranslationsBinding> {
                                                             return std::make_unique<LinuxTranslationsBinding>();
                                                           }}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 }  // namespace
 }  // namespace quillard::test

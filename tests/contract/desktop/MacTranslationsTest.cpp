@@ -20,7 +20,7 @@ INSTANTIATE_TEST_SUITE_P(Mac, TranslationsContract,
                                                           []() -> std::unique_ptr<TranslationsBinding> {
                                                             return std::make_unique<MacTranslationsBinding>();
                                                           }}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 }  // namespace
 }  // namespace quillard::test

@@ -42,7 +42,7 @@ std::unique_ptr<TranslationsBinding> make() {
 INSTANTIATE_TEST_SUITE_P(Simulated, TranslationsContract,
                          testing::Values(TranslationsCase{"Taught", &make<SimulatedTranslationsBinding>},
                                          TranslationsCase{"Untaught", &make<UntaughtBinding>}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 }  // namespace
 }  // namespace quillard::test

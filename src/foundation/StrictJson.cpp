@@ -2,74 +2,39 @@
 
 #include <algorithm>
 #include <cmath>
-#include <set>
 
 #include "foundation/IsoDate.h"
 
 namespace quillard {
 namespace {
 
-// How deep objects and lists go, without building them. Brackets inside strings do not count.
-bool isDeeperThan(std::string_view text, std::size_t limit) {
-  std::size_t depth = 0;
-  bool inString = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (inString) {
-      if (c == '\\') ++i;
-      if (c == '"') inString = false;
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth > limit) return true;
-    } else if ((c == '}' || c == ']') && depth > 0) {
-      --depth;
-    }
+constexpr const char* kNoJson = "The text is not valid JSON.";
+
+// What is wrong with the text, if anything.
+std::optional<JsonError> errorIn(std::string_view text, JsonLimits limits) {
+  JsonTokens tokens(text, limits);
+  JsonToken token{};
+  do {
+    token = tokens.next();
+  } while (token != JsonToken::end && token != JsonToken::failed);
+  switch (tokens.failure()) {
+    case JsonTokens::Failure::none:
+      return std::nullopt;
+    case JsonTokens::Failure::tooLong:
+      return JsonError{"", "The JSON text is too long."};
+    case JsonTokens::Failure::tooDeep:
+      return JsonError{"", "The JSON text is nested too deeply."};
+    case JsonTokens::Failure::tooManyMembers:
+      return JsonError{"", "An object has too many members."};
+    case JsonTokens::Failure::tooManyValues:
+      return JsonError{"", "The JSON text has too many values."};
+    case JsonTokens::Failure::doubledMember:
+      return JsonError{unescapedJson(tokens.raw()), "The member stands twice."};
+    case JsonTokens::Failure::malformed:
+      break;
   }
-  return false;
+  return JsonError{"", kNoJson};
 }
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // The parser would skip it; JSON has none.
-
-// Notices members that stand twice in one object, which the parser would silently merge, and objects of too many. A
-// pass of its own over the text: the parser's callback, which could do the same, makes it look through the whole list
-// after each of its objects.
-class MemberCheck final : public nlohmann::json_sax<Json> {
- public:
-  explicit MemberCheck(std::size_t mostMembers) : mostMembers(mostMembers) {}
-
-  // What was wrong with the members, if anything. A text that is no JSON says nothing here.
-  [[nodiscard]] const std::optional<JsonError>& error() const { return failure; }
-
-  bool start_object(std::size_t) override {
-    open.emplace_back();
-    return true;
-  }
-  bool end_object() override {
-    open.pop_back();
-    return true;
-  }
-  bool key(string_t& name) override {
-    if (!open.back().insert(name).second) failure = JsonError{name, "The member stands twice."};
-    if (open.back().size() > mostMembers) failure = JsonError{"", "An object has too many members."};
-    return !failure;
-  }
-  bool null() override { return true; }
-  bool boolean(bool) override { return true; }
-  bool number_integer(number_integer_t) override { return true; }
-  bool number_unsigned(number_unsigned_t) override { return true; }
-  bool number_float(number_float_t, const string_t&) override { return true; }
-  bool string(string_t&) override { return true; }
-  bool binary(binary_t&) override { return true; }
-  bool start_array(std::size_t) override { return true; }
-  bool end_array() override { return true; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
-
- private:
-  const std::size_t mostMembers;
-  std::vector<std::set<std::string>> open;  // The names seen so far of each object that is still open.
-  std::optional<JsonError> failure;
-};
 
 std::optional<std::int64_t> wholeNumber(const Json& json, std::int64_t lowest, std::int64_t highest) {
   std::optional<std::int64_t> value;
@@ -133,15 +98,9 @@ constexpr std::string_view kExpectedStrings = "Expected a list of texts.";
 std::string JsonError::description() const { return path.empty() ? message : path + ": " + message; }
 
 std::variant<Json, JsonError> parseStrictJson(std::string_view text, JsonLimits limits) {
-  if (text.size() > limits.bytes) return JsonError{"", "The JSON text is too long."};
-  if (isDeeperThan(text, limits.depth)) return JsonError{"", "The JSON text is nested too deeply."};
-  if (text.starts_with(kByteOrderMark)) return JsonError{"", "The text is not valid JSON."};
-  MemberCheck members{limits.members};
-  const bool isRead = Json::sax_parse(text, &members);
-  if (members.error()) return *members.error();
-  if (!isRead) return JsonError{"", "The text is not valid JSON."};
+  if (auto error = errorIn(text, limits)) return *error;
   Json json = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (json.is_discarded()) return JsonError{"", "The text is not valid JSON."};
+  if (json.is_discarded()) return JsonError{"", kNoJson};  // A number that goes beyond all limits.
   return json;
 }
 

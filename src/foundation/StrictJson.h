@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "foundation/JsonTokens.h"
 #include "foundation/Uuid.h"
 #include "values/Time.h"
 
@@ -18,12 +19,6 @@
 namespace quillard {
 
 using Json = nlohmann::ordered_json;
-
-struct JsonLimits {
-  std::size_t bytes = 1024 * 1024;
-  std::size_t depth = 32;      // Objects and lists inside one another.
-  std::size_t members = 1024;  // Of one object; looking them up takes longer the more there are.
-};
 
 // What was wrong, and where: the path of member names and list positions, such as "buttons[2].width". Empty for the
 // text as a whole.
@@ -36,8 +31,8 @@ struct JsonError {
   bool operator==(const JsonError&) const = default;
 };
 
-// The value, or what was wrong with the text. Its limits are checked before anything is built of it, in time that grows
-// with its length.
+// The value, or what was wrong with the text. All of the text is checked, by JsonTokens, before anything is built of
+// it.
 [[nodiscard]] std::variant<Json, JsonError> parseStrictJson(std::string_view text, JsonLimits limits = {});
 
 // Compact text. Absent when some string in it is no UTF-8.

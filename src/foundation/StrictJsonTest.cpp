@@ -21,6 +21,13 @@ TEST(StrictJson, RefusesWhatIsNoJson) {
   }
 }
 
+TEST(StrictJson, TakesAByteOfZeroForNoEndOfTheText) {
+  using namespace std::string_view_literals;
+  for (const auto text : {"{}\0"sv, "{}\0rubbish"sv, "\0{}"sv, "{\0}"sv, "\"a\0b\""sv, "1\0"sv}) {
+    EXPECT_EQ(errorOf(text), "The text is not valid JSON.");
+  }
+}
+
 TEST(StrictJson, RefusesDoubledMembersAtAnyDepth) {
   EXPECT_EQ(errorOf(R"({"a":1,"b":2,"a":1})"), "a: The member stands twice.");
   EXPECT_EQ(errorOf(R"({"a":[{"x":1,"\u0078":2}]})"), "x: The member stands twice.");

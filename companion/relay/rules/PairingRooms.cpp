@@ -263,8 +263,8 @@ void PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) {
 void PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment now) {
   Room& room = member.room;
   auto read = readAgentMessage(text, limits.messageBytes);
-  std::visit(Overloaded{[&](const SnapshotMessage& message) { takeSnapshot(room, message, now.instant); },
-                        [&](const ClockMessage& message) { takeClock(room, message, now.instant); },
+  std::visit(Overloaded{[&](SnapshotMessage& message) { takeSnapshot(room, std::move(message), now.instant); },
+                        [&](ClockMessage& message) { takeClock(room, std::move(message), now.instant); },
                         [&](ResultMessage& message) { takeResult(room, std::move(message), now.instant); },
                         [&](const UnpairMessage& message) { unpair(room, message, now); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
@@ -273,24 +273,24 @@ void PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment n
 }
 
 void PairingRooms::takeFromPhone(Member& member, std::string_view text, Moment now) {
-  const auto read = readPhoneMessage(text, limits.messageBytes);
-  std::visit(Overloaded{[&](const RequestMessage& message) { takeRequest(member, message, now.instant); },
-                        [&](const SuppressionMessage& message) { takeSuppression(member, message, now.instant); },
+  auto read = readPhoneMessage(text, limits.messageBytes);
+  std::visit(Overloaded{[&](RequestMessage& message) { takeRequest(member, std::move(message), now.instant); },
+                        [&](SuppressionMessage& message) { takeSuppression(member, std::move(message), now.instant); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
 }
 
-void PairingRooms::takeSnapshot(Room& room, const SnapshotMessage& message, Instant now) {
+void PairingRooms::takeSnapshot(Room& room, SnapshotMessage message, Instant now) {
   ++metrics.messages["mac.snapshot"];
-  const auto text = std::make_shared<const std::string>(messageText(message.json));
+  const auto text = std::make_shared<const std::string>(std::move(message.text));
   keepSnapshot(room, text);
   sendTo(room.phones, text, now);
 }
 
-void PairingRooms::takeClock(Room& room, const ClockMessage& message, Instant now) {
+void PairingRooms::takeClock(Room& room, ClockMessage message, Instant now) {
   ++metrics.messages["mac.clock"];
-  sendTo(room.phones, std::make_shared<const std::string>(messageText(message.json)), now);
+  sendTo(room.phones, std::make_shared<const std::string>(std::move(message.text)), now);
 }
 
 void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
@@ -322,7 +322,7 @@ void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) 
   rooms.erase(std::string(room.pairingID));
 }
 
-void PairingRooms::takeRequest(Member& member, const RequestMessage& message, Instant now) {
+void PairingRooms::takeRequest(Member& member, RequestMessage message, Instant now) {
   ++metrics.messages["approval.request"];
   Room& room = member.room;
   // The first phone counts as the one that decided: another one may repeat the decision only to get the outcome.
@@ -330,12 +330,12 @@ void PairingRooms::takeRequest(Member& member, const RequestMessage& message, In
     if (room.decisions.size() == kKeptDecisions) room.decisions.pop_front();
     room.decisions.push_back({message.decisionID, member.description()});
   }
-  passToAgent(member, message.decisionID, std::make_shared<const std::string>(messageText(message.json)), now);
+  passToAgent(member, message.decisionID, std::make_shared<const std::string>(std::move(message.text)), now);
 }
 
-void PairingRooms::takeSuppression(Member& member, const SuppressionMessage& message, Instant now) {
-  ++metrics.messages[message.json["type"].get<std::string>()];
-  const auto text = std::make_shared<const std::string>(messageText(message.json));
+void PairingRooms::takeSuppression(Member& member, SuppressionMessage message, Instant now) {
+  ++metrics.messages[std::string(message.type)];
+  const auto text = std::make_shared<const std::string>(std::move(message.text));
   Room& room = member.room;
   const RelayPeer& peer = *member.peer;
   passToAgent(member, message.decisionID, text, now);

@@ -77,12 +77,12 @@ class PairingRooms {
 
   void takeFromAgent(Member& member, std::string_view text, Moment now);
   void takeFromPhone(Member& member, std::string_view text, Moment now);
-  void takeSnapshot(Room& room, const SnapshotMessage& message, Instant now);
-  void takeClock(Room& room, const ClockMessage& message, Instant now);
+  void takeSnapshot(Room& room, SnapshotMessage message, Instant now);
+  void takeClock(Room& room, ClockMessage message, Instant now);
   void takeResult(Room& room, ResultMessage message, Instant now);
   void unpair(Room& room, const UnpairMessage& message, Moment now);
-  void takeRequest(Member& member, const RequestMessage& message, Instant now);
-  void takeSuppression(Member& member, const SuppressionMessage& message, Instant now);
+  void takeRequest(Member& member, RequestMessage message, Instant now);
+  void takeSuppression(Member& member, SuppressionMessage message, Instant now);
   void passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now);
 
   // Recipients that do not read fast enough are closed, after all others were served.

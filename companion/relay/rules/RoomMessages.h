@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -7,34 +8,35 @@
 #include <vector>
 
 #include "companion/relay/rules/PeerIntroduction.h"
-#include "foundation/StrictJson.h"
 
 // The messages that the relay knows. A message is passed on by writing it anew from its known members, so that two
-// parsers cannot read one message differently. Sealed content is not examined.
+// parsers cannot read one message differently. It is gone through once; nothing is built of it but the text that goes
+// on. Sealed content is not examined.
 namespace quillard::relayserver {
 
-// The known members in their order, checked, ready to be written.
+// `text`: what is passed on, the known members in their order.
 struct SnapshotMessage {
-  Json json;
+  std::string text;
 };
 // What time it is on the agent's clock. Passed on, never kept.
 struct ClockMessage {
-  Json json;
+  std::string text;
 };
 struct ResultMessage {
   std::string decisionID;
-  Json json;
+  std::string text;
 };
 struct UnpairMessage {
   std::optional<std::string> deviceID;  // Absent: the whole pairing.
 };
 struct RequestMessage {
   std::string decisionID;
-  Json json;
+  std::string text;
 };
 struct SuppressionMessage {
+  std::string_view type;  // A constant.
   std::string decisionID;
-  Json json;
+  std::string text;
 };
 // A message of a kind that is not known, or not for this role to send: to be ignored.
 struct UnknownMessage {};
@@ -44,6 +46,11 @@ struct MalformedMessage {};
 using AgentMessage =
     std::variant<SnapshotMessage, ClockMessage, ResultMessage, UnpairMessage, UnknownMessage, MalformedMessage>;
 using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, UnknownMessage, MalformedMessage>;
+
+// What a message may hold, whether it is known or not: its size alone then says what reading it costs.
+inline constexpr std::size_t kMostValuesOfAMessage = 1024;
+inline constexpr std::size_t kMostMembersOfAMessage = 64;  // Of each object in it.
+inline constexpr std::size_t kDeepestMessage = 8;          // Objects and lists inside one another.
 
 // `longest`: bytes.
 [[nodiscard]] AgentMessage readAgentMessage(std::string_view text, std::size_t longest);
@@ -64,6 +71,5 @@ enum class NotDelivered { macNotConnected, macBusy };
 [[nodiscard]] std::string receiptText(const std::string& decisionID, std::optional<NotDelivered> reason);
 // The agent's message, and the phone that sent the decision. Absent: it is not known any more.
 [[nodiscard]] std::string resultText(ResultMessage message, const std::optional<PhoneDescription>& phone);
-[[nodiscard]] std::string messageText(const Json& json);
 
 }  // namespace quillard::relayserver

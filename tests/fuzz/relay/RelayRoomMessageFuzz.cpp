@@ -14,10 +14,10 @@ constexpr std::size_t kLongest = 64 * 1024;
 // What goes on reads as the same again, and writing that changes nothing.
 template <class Message, class Read>
 void checkRound(const Message& message, Read read) {
-  const std::string written = messageText(message.json);
+  const std::string& written = message.text;
   const auto again = read(written, kLongest * 2);
   require(std::holds_alternative<Message>(again), "What goes on is a message of the same kind.");
-  require(messageText(std::get<Message>(again).json) == written, "A second round changes nothing.");
+  require(std::get<Message>(again).text == written, "A second round changes nothing.");
 }
 
 }  // namespace

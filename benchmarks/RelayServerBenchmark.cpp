@@ -28,16 +28,17 @@ class QuickPeer final : public relayserver::RelayPeer {
   void ping() override {}
   void close(relayserver::CloseCode) override {}
   void abort() override {}
+  [[nodiscard]] std::size_t heldBytes() const override { return 0; }
 };
 
 // A snapshot with a ciphertext of 64 KiB to as many phones as the argument says.
 void routeSnapshot(benchmark::State& state) {
   RelayWorld world({.agentMessages = {1e12, 1e12}});
   const auto agent = std::make_shared<QuickPeer>();
-  world.rooms.join(agent, {.role = relayserver::Role::agent, .pairingID = "home"}, world.instant);
+  world.rooms.join(agent, {.role = relayserver::Role::agent, .pairingID = "home"}, {}, world.instant);
   for (int i = 0; i < state.range(0); ++i) {
     world.rooms.join(std::make_shared<QuickPeer>(),
-                     {.role = relayserver::Role::phone, .pairingID = "home", .deviceID = std::to_string(i)},
+                     {.role = relayserver::Role::phone, .pairingID = "home", .deviceID = std::to_string(i)}, {},
                      world.instant);
   }
   auto message = relayserver::snapshot();

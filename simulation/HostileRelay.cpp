@@ -53,7 +53,8 @@ class HostileRelay::Core {
   relayserver::RelayMetrics metrics;
   relayserver::PhonePage page;
   relayserver::Pairings pairings;
-  relayserver::PairingRooms rooms{relayserver::PairingRooms::Dependencies{pairings, limits, metrics, log}};
+  relayserver::MemoryBudget memory{limits.memoryBytes};
+  relayserver::PairingRooms rooms{relayserver::PairingRooms::Dependencies{pairings, memory, limits, metrics, log}};
   relayserver::RelayService service{relayserver::RelayService::Dependencies{pairings, rooms, page, limits}};
 };
 
@@ -84,6 +85,7 @@ class HostileRelay::AgentPeer final : public relayserver::RelayPeer {
   void abort() override {
     if (const auto alive = link.lock()) alive->connection->fail("The connection was reset.");
   }
+  [[nodiscard]] std::size_t heldBytes() const override { return 0; }
   bool pinged = false;
 
  private:
@@ -102,6 +104,7 @@ class HostileRelay::PhonePeer final : public relayserver::RelayPeer {
   void ping() override { pinged = true; }
   void close(relayserver::CloseCode) override { end(); }
   void abort() override { end(); }
+  [[nodiscard]] std::size_t heldBytes() const override { return 0; }
   bool pinged = false;
 
  private:
@@ -163,7 +166,7 @@ std::optional<platform::HttpOutcome> HostileRelay::answer(const platform::HttpRe
                                  .target = targetOf(request.url),
                                  .body = request.body,
                                  .authorization = {std::string(kBearer) + bearerOf(request.headers)},
-                                 .rateName = "192.0.2.1"};
+                                 .from = {"192.0.2.1"}};
   const int status = core->service.answer(asked, moment()).status;
   stage.trace("relay", "registration is answered with ", status);
   return platform::HttpResponse{status};
@@ -195,7 +198,7 @@ std::optional<int> HostileRelay::refusal(const ConnectionHandle& connection) {
                            .target = targetOf(connection->request().url),
                            .authorization = {std::string(kBearer) + bearerOf(connection->request().headers)},
                            .asksForWebSocket = true,
-                           .rateName = "192.0.2.1"},
+                           .from = {"192.0.2.1"}},
                           moment());
   const auto* refused = std::get_if<relayserver::HttpResponse>(&outcome);
   return refused ? std::optional{refused->status} : std::nullopt;
@@ -231,7 +234,7 @@ void HostileRelay::connectionStarted(const ConnectionHandle& connection) {
     if (link->connection->isEnded() || link->hasLeft) return;
     stage.trace("relay", "accepts the agent's connection");
     link->connection->accept();
-    core->rooms.join(link->peer, introduction, moment().instant);
+    core->rooms.join(link->peer, introduction, {}, moment().instant);
   });
 }
 
@@ -310,7 +313,7 @@ bool HostileRelay::connect(const std::string& deviceID, const InstallationSecret
                            .target = target,
                            .authorization = {std::string(kBearer) + std::string(secrets.relayAuthToken.text())},
                            .asksForWebSocket = true,
-                           .rateName = deviceID},
+                           .from = {deviceID}},
                           moment());
   auto* const admission = std::get_if<relayserver::Admission>(&outcome);
   if (!admission) return false;
@@ -321,7 +324,7 @@ bool HostileRelay::connect(const std::string& deviceID, const InstallationSecret
           .number = number,
           .pairingID = secrets.pairingID};
   const auto peer = link.peer;
-  core->rooms.join(peer, admission->who, moment().instant);
+  core->rooms.join(peer, admission->who, admission->from, moment().instant);
   return true;
 }
 

@@ -168,6 +168,23 @@ void UrlComponents::appendQueryItem(std::string_view name, std::string_view valu
   query = query.value_or("") + (isFirst ? "" : "&") + percentEncoded(name) + "=" + percentEncoded(value);
 }
 
+std::optional<std::string> UrlComponents::removeQueryItem(std::string_view name) {
+  if (!query) return std::nullopt;
+  for (std::size_t begin = 0; begin <= query->size();) {
+    const auto end = std::min(query->find('&', begin), query->size());
+    const auto item = query->substr(begin, end - begin);
+    if (item.starts_with(std::string(name) + "=")) {
+      // The separator before it goes with it, or, of the first one, the separator behind it.
+      const bool isFirst = begin == 0;
+      query->erase(isFirst ? 0 : begin - 1, item.size() + (isFirst && end == query->size() ? 0 : 1));
+      if (query->empty()) query.reset();
+      return item.substr(name.size() + 1);
+    }
+    begin = end + 1;
+  }
+  return std::nullopt;
+}
+
 std::string UrlComponents::text() const {
   std::string text;
   if (scheme) text += *scheme + ":";

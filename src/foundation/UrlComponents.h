@@ -28,6 +28,10 @@ struct UrlComponents {
   // Adds to the end of the query. `name` and `value` are any text; they are percent-encoded.
   void appendQueryItem(std::string_view name, std::string_view value);
 
+  // Takes the first item of this name out of the query, and returns its value as it stands there. Absent: there is
+  // none.
+  std::optional<std::string> removeQueryItem(std::string_view name);
+
   [[nodiscard]] std::string text() const;
   // Without user, query and fragment: for people to read.
   [[nodiscard]] std::string printableText() const;

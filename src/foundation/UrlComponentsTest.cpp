@@ -117,5 +117,20 @@ RC_GTEST_PROP(UrlComponents, NeverChokesAndAlwaysWritesWhatItReads, (const std::
   if (url) RC_ASSERT(UrlComponents::parse(url->text()) == url);
 }
 
+TEST(UrlComponents, TakesAnItemOutOfItsQuery) {
+  for (const auto& [query, rest] : std::vector<std::pair<std::string, std::string>>{{"?key=v", ""},
+                                                                                    {"?key=v&a=1", "?a=1"},
+                                                                                    {"?a=1&key=v", "?a=1"},
+                                                                                    {"?a=1&key=v&b=2", "?a=1&b=2"},
+                                                                                    {"?keys=1&key=v", "?keys=1"}}) {
+    auto components = *UrlComponents::parse("wss://relay.example/ws" + query);
+    EXPECT_EQ(components.removeQueryItem("key"), "v") << query;
+    EXPECT_EQ(components.text(), "wss://relay.example/ws" + rest);
+  }
+  auto without = *UrlComponents::parse("wss://relay.example/ws?keys=1");
+  EXPECT_FALSE(without.removeQueryItem("key"));
+  EXPECT_EQ(without.text(), "wss://relay.example/ws?keys=1");
+}
+
 }  // namespace
 }  // namespace quillard

@@ -13,6 +13,7 @@ std::variant<std::string, RelayAddressRefusal> relaySocketURL(const RelayLaunchC
   if (!components) return RelayAddressRefusal{};
   const std::string printable = components->printableText();
   if (!isAllowedRelayURL(*components)) return RelayAddressRefusal{"Refusing insecure relay URL: " + printable};
+  (void)components->removeQueryItem(kRegistrationKeyItem);
   components->appendQueryItem("role", "mac");
   components->appendQueryItem("pairing", configuration.pairingID);
   auto url = components->text();

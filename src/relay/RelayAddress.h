@@ -18,7 +18,11 @@ struct RelayAddressRefusal {
   bool operator==(const RelayAddressRefusal&) const = default;
 };
 
-// The address of the socket: the relay's own, its query items kept, followed by this side's role and the pairing.
+// The item of the relay's address, as the user gives it, that holds the key which its operator may ask for when a
+// pairing is registered. It goes no further: neither into the pairing code, nor into the address of the socket.
+inline constexpr std::string_view kRegistrationKeyItem = "registration-key";
+
+// The address of the socket: the relay's own, its other query items kept, followed by this side's role and the pairing.
 [[nodiscard]] std::variant<std::string, RelayAddressRefusal> relaySocketURL(
     const RelayLaunchConfiguration& configuration);
 

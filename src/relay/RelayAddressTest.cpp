@@ -58,5 +58,10 @@ TEST(RelayAddress, SaysWhatItRefusesWithoutUserAndQuery) {
 
 TEST(RelayAddress, SaysNothingOfWhatIsNoAddress) { EXPECT_EQ(addressOf("not an address"), "refused: "); }
 
+TEST(RelayAddress, KeepsTheRegistrationKeyOutOfTheSocketsAddress) {
+  const auto url = relaySocketURL({"wss://relay.example/ws?registration-key=abc&room=1", "home"});
+  EXPECT_EQ(std::get<std::string>(url), "wss://relay.example/ws?room=1&role=mac&pairing=home");
+}
+
 }  // namespace
 }  // namespace quillard

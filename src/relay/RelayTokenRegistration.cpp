@@ -5,6 +5,7 @@
 #include "foundation/PrintableText.h"
 #include "foundation/UrlComponents.h"
 #include "relay/PairingConfiguration.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 namespace {
@@ -25,13 +26,17 @@ std::optional<std::string> registrationURL(const RelayLaunchConfiguration& confi
   return url->text();
 }
 
-platform::HttpRequest registrationRequest(std::string url, const Secret& relaySecret) {
-  return {
+platform::HttpRequest registrationRequest(std::string url, const Secret& relaySecret, const std::string& relayURL) {
+  platform::HttpRequest request{
       .method = "PUT",
       .url = std::move(url),
       .headers = {{"content-type", "application/json"}, {"authorization", "Bearer " + std::string(relaySecret.text())}},
       .body = std::string(kRegistrationBody),
       .timeout = kTimeout};
+  auto relay = UrlComponents::parse(relayURL);
+  const auto key = relay ? relay->removeQueryItem(kRegistrationKeyItem) : std::nullopt;
+  if (key) request.headers.push_back({"quillard-registration-key", *key});
+  return request;
 }
 
 RelayRegistrationOutcome outcomeOf(const platform::HttpOutcome& outcome) {
@@ -75,7 +80,7 @@ void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const
     return;
   }
   session.send(
-      registrationRequest(*std::move(url), relaySecret),
+      registrationRequest(*std::move(url), relaySecret, configuration.relayURL),
       [completion = std::move(completion)](const platform::HttpOutcome& outcome) { completion(outcomeOf(outcome)); });
 }
 

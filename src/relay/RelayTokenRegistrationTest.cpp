@@ -57,6 +57,16 @@ TEST(RelayTokenRegistration, PutsTheTokenAtThePairingsAddress) {
   EXPECT_EQ(request.headers[1].value, "Bearer token");
 }
 
+TEST(RelayTokenRegistration, ShowsTheOperatorsKeyThatStandsInTheRelaysAddress) {
+  Registration registration;
+  EXPECT_EQ(registration.descriptionAfter("wss://relay.example/ws?room=1&registration-key=k3y"), "");
+  const auto request = registration.web.requests().front();
+  EXPECT_EQ(request.url, "https://relay.example/api/pairings/quillard-0123/relay-token");
+  ASSERT_EQ(request.headers.size(), 3U);
+  EXPECT_EQ(request.headers[2].name, "quillard-registration-key");
+  EXPECT_EQ(request.headers[2].value, "k3y");
+}
+
 TEST(RelayTokenRegistration, GoesOverHttpsForAnUpperCaseSchemeToo) {
   Registration registration;
   EXPECT_EQ(registration.descriptionAfter("WSS://relay.example/ws"), "");

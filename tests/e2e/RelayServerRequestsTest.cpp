@@ -128,6 +128,7 @@ TEST_F(RelayServerRequests, LimitsRegistrationsAndHandshakesOfAnAddress) {
 
 TEST_F(RelayServerRequests, HoldsAsManyPairingsAsItIsTold) {
   start({"--pairings", "1"});
+  EXPECT_EQ(connect(agentQuery()), 101);
   EXPECT_EQ(registerToken(kToken, "another"), 507);
 }
 

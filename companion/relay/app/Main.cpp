@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -16,17 +17,28 @@ namespace {
 
 using namespace quillard::relayserver;
 
-// No memory image with tokens in it; as many connections as this user may have; nothing for others in new files.
+// No memory image with tokens in it; nothing for others in new files.
 void prepareProcess() {
   const rlimit none{};
   ::setrlimit(RLIMIT_CORE, &none);
-  rlimit files{};
-  if (::getrlimit(RLIMIT_NOFILE, &files) == 0) {
-    files.rlim_cur = files.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &files);
-  }
   ::umask(S_IRWXG | S_IRWXO);
   std::signal(SIGPIPE, SIG_IGN);
+}
+
+// Raises the limit of open files to what so many connections need, as far as this user may, and returns how many
+// connections it then allows.
+std::size_t raiseFileLimit(std::size_t connections) {
+  constexpr rlim_t kOtherFiles = 64;  // Listeners, the database, what is accepted only to be refused.
+  const rlim_t wanted = connections + kOtherFiles;
+  rlimit files{};
+  if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return connections;
+  if (files.rlim_cur >= wanted) return connections;
+  rlimit raised{.rlim_cur = wanted, .rlim_max = std::max(wanted, files.rlim_max)};
+  if (::setrlimit(RLIMIT_NOFILE, &raised) == 0) return connections;
+  // Above the hard limit only root may go.
+  raised = {.rlim_cur = std::min(wanted, files.rlim_max), .rlim_max = files.rlim_max};
+  if (::setrlimit(RLIMIT_NOFILE, &raised) != 0) raised = files;
+  return raised.rlim_cur > kOtherFiles ? std::min<std::size_t>(connections, raised.rlim_cur - kOtherFiles) : 1;
 }
 
 int exitWith(ExitCode code) { return static_cast<int>(code); }
@@ -40,7 +52,13 @@ int main(int argc, char** argv) {
     std::fputs(message->text.c_str(), message->exitCode == ExitCode::success ? stdout : stderr);
     return exitWith(message->exitCode);
   }
-  const auto& configuration = std::get<RelayConfiguration>(read);
+  auto configuration = std::get<RelayConfiguration>(read);
+  const std::size_t possible = raiseFileLimit(configuration.limits.connections);
+  if (possible < configuration.limits.connections) {
+    std::fprintf(stderr, "The limit of open files allows %zu connections instead of %zu.\n", possible,
+                 configuration.limits.connections);
+    configuration.limits.connections = possible;
+  }
   RelayServer server(configuration,
                      [&configuration] { return std::make_unique<SqlitePairingStore>(configuration.database); });
   if (const auto problem = server.prepare(); !problem.empty()) {

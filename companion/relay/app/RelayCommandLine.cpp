@@ -30,6 +30,8 @@ struct Arguments {
   RelayLimits limits;
   long purgeDays = 400;
   std::size_t snapshotMebibytes = 256;
+  std::size_t memoryMebibytes = 512;
+  std::string registrationKeyFile;
 };
 
 std::string environmentName(const std::string& option) {
@@ -43,31 +45,61 @@ CLI::Option* add(CLI::App& program, const std::string& name, Value& value, const
   return program.add_option("--" + name, value, description);
 }
 
+constexpr double kMebibyte = 1024.0 * 1024;
+constexpr const char* kLimitsGroup = "Limits";
+constexpr const char* kRatesGroup = "Rates: so many at once, then so many a second";
+
 void describeLimits(CLI::App& program, Arguments& read) {
-  add(program, "pairings", read.limits.pairings, "The most pairings that are kept")
-      ->check(CLI::Range(1, 10'000'000))
-      ->capture_default_str();
+  const auto limit = [&](const std::string& name, std::size_t& value, const std::string& description,
+                         std::size_t highest) {
+    add(program, name, value, description)
+        ->check(CLI::Range(std::size_t{1}, highest))
+        ->capture_default_str()
+        ->group(kLimitsGroup);
+  };
+  limit("pairings", read.limits.pairings, "The most pairings that are kept", 10'000'000);
+  limit("unjoined-pairings", read.limits.unjoinedPairings, "Of these, that nobody has joined yet", 10'000'000);
   add(program, "purge-days", read.purgeDays, "Forget a pairing that was not used for so many days")
       ->check(CLI::Range(1, 36'500))
-      ->capture_default_str();
-  add(program, "connections", read.limits.connections, "The most connections at the same time")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str();
-  add(program, "snapshot-memory", read.snapshotMebibytes, "MiB for the newest snapshots of all pairings")
-      ->check(CLI::Range(1, 1'048'576))
-      ->capture_default_str();
+      ->capture_default_str()
+      ->group(kLimitsGroup);
+  limit("connections", read.limits.connections, "The most connections at the same time", 1'000'000);
+  limit("open-requests", read.limits.openRequests, "Of one address, that are no WebSocket yet", 1'000'000);
+  limit("memory", read.memoryMebibytes, "MiB that clients can make the relay keep, snapshots included", 1'048'576);
+  limit("snapshot-memory", read.snapshotMebibytes, "MiB for the newest snapshots of all pairings", 1'048'576);
 }
 
-// For tests and benchmarks, which need higher rates and shorter times: not shown in the help.
 void describeRates(CLI::App& program, Arguments& read) {
-  const auto hidden = [&](const std::string& name, auto& value) { add(program, name, value, "")->group(""); };
-  hidden("registration-burst", read.limits.registrations.burst);
-  hidden("registrations-per-second", read.limits.registrations.perSecond);
-  hidden("handshake-burst", read.limits.handshakes.burst);
-  hidden("handshakes-per-second", read.limits.handshakes.perSecond);
-  hidden("agent-message-burst", read.limits.agentMessages.burst);
-  hidden("phone-message-burst", read.limits.phoneMessages.burst);
-  hidden("open-requests", read.limits.openRequests);
+  const auto number = [&](const std::string& name, double& value, double unit, const std::string& description) {
+    program
+        .add_option_function<double>(
+            "--" + name, [&value, unit](double given) { value = given * unit; }, description)
+        ->check(CLI::Range(1e-6, 1e12))
+        ->default_str(CLI::detail::to_string(value / unit))
+        ->group(kRatesGroup);
+  };
+  const auto rate = [&](const std::string& burst, const std::string& perSecond, Rate& value, double unit,
+                        const std::string& description) {
+    number(burst, value.burst, unit, description);
+    number(perSecond, value.perSecond, unit, "A second");
+  };
+  auto& limits = read.limits;
+  rate("registration-burst", "registrations-per-second", limits.registrations, 1, "Registrations from one address");
+  rate("handshake-burst", "handshakes-per-second", limits.handshakes, 1, "WebSockets and questions from one address");
+  rate("new-pairing-burst", "new-pairings-per-second", limits.newPairings, 1, "New pairings from all addresses");
+  rate("connection-burst", "connections-per-second", limits.newConnections, 1, "Connections from all addresses");
+  rate("agent-message-burst", "agent-messages-per-second", limits.agentMessages, 1, "Messages of one agent");
+  rate("phone-message-burst", "phone-messages-per-second", limits.phoneMessages, 1, "Messages of one phone");
+  rate("pairing-mebibyte-burst", "pairing-mebibytes-per-second", limits.pairingBytes, kMebibyte, "MiB of one pairing");
+  rate("address-mebibyte-burst", "address-mebibytes-per-second", limits.addressBytes, kMebibyte, "MiB of one address");
+  rate("mebibyte-burst", "mebibytes-per-second", limits.allBytes, kMebibyte, "MiB of all");
+  rate("pairing-work-burst", "pairing-work-per-second", limits.pairingSeconds, 1, "Seconds of work for one pairing");
+  rate("address-work-burst", "address-work-per-second", limits.addressSeconds, 1, "Seconds of work for one address");
+  rate("work-burst", "work-per-second", limits.allSeconds, 1, "Seconds of work for all");
+}
+
+// For tests, which need shorter times: not shown in the help.
+void describeTimes(CLI::App& program, Arguments& read) {
   const auto hiddenTime = [&](const std::string& name, std::chrono::milliseconds& value) {
     program
         .add_option_function<std::int64_t>("--" + name,
@@ -76,6 +108,7 @@ void describeRates(CLI::App& program, Arguments& read) {
         ->check(CLI::Range(std::int64_t{1}, std::int64_t{3'600'000}));
   };
   hiddenTime("handshake-milliseconds", read.limits.handshake);
+  hiddenTime("message-milliseconds", read.limits.message);
   hiddenTime("ping-milliseconds", read.limits.ping);
   hiddenTime("idle-milliseconds", read.limits.idle);
 }
@@ -95,6 +128,8 @@ void describe(CLI::App& program, Arguments& read) {
   add(program, "page", read.page, "The folder of the phones' page");
   add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
   add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
+  add(program, "registration-key-file", read.registrationKeyFile,
+      "A file with a key that agents have to show for a new pairing");
   program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is");
   add(program, "trusted-proxy", read.trustedProxies, "Addresses or networks whose X-Forwarded-For counts")
       ->delimiter(',')
@@ -102,6 +137,7 @@ void describe(CLI::App& program, Arguments& read) {
   add(program, "metrics", read.metrics, "Where to serve /metrics for Prometheus, in clear");
   describeLimits(program, read);
   describeRates(program, read);
+  describeTimes(program, read);
 }
 
 bool isGiven(const std::string& flag, const std::vector<std::string>& arguments) {
@@ -165,10 +201,12 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
                                    .page = read.page,
                                    .tlsCertificate = read.tlsCertificate,
                                    .tlsKey = read.tlsKey,
+                                   .registrationKeyFile = read.registrationKeyFile,
                                    .isBehindProxy = read.isBehindProxy,
                                    .limits = read.limits};
   configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
   configuration.limits.snapshotBytes = read.snapshotMebibytes * 1024 * 1024;
+  configuration.limits.memoryBytes = read.memoryMebibytes * 1024 * 1024;
   if (auto wrong = readListeners(read, configuration)) return *wrong;
   if (auto wrong = readProxies(read, configuration)) return *wrong;
   return configuration;

@@ -49,11 +49,15 @@ std::string IpAddress::text() const {
   return written.data();
 }
 
-std::string IpAddress::rateName() const {
-  if (isIpv4()) return text();
+RatePrefixes IpAddress::ratePrefixes() const {
+  if (isIpv4()) return {text()};
+  RatePrefixes prefixes;
   IpAddress network = *this;
-  std::fill(network.bytes.begin() + 8, network.bytes.end(), std::uint8_t{0});
-  return network.text();
+  for (const std::ptrdiff_t kept : {8, 7, 6}) {
+    std::fill(network.bytes.begin() + kept, network.bytes.end(), std::uint8_t{0});
+    prefixes.push_back(network.text());
+  }
+  return prefixes;
 }
 
 std::optional<IpNetwork> IpNetwork::parse(std::string_view text) {

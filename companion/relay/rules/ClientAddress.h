@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "companion/relay/rules/PrefixBuckets.h"
+
 namespace quillard::relayserver {
 
 // An IP address. One of IPv4 is kept as IPv6 writes it, ::ffff:192.0.2.1.
@@ -17,9 +19,8 @@ class IpAddress {
 
   [[nodiscard]] bool isLoopback() const;
   [[nodiscard]] std::string text() const;
-  // What rates are counted by: one IPv4 address, or the 64-bit network of an IPv6 address, which is what one customer
-  // has.
-  [[nodiscard]] std::string rateName() const;
+  // What its rates are counted by: see RatePrefixes.
+  [[nodiscard]] RatePrefixes ratePrefixes() const;
   bool operator==(const IpAddress&) const = default;
 
  private:

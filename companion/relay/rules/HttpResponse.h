@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "companion/relay/rules/PrefixBuckets.h"
 #include "companion/relay/rules/RelayPeer.h"
 
 namespace quillard::relayserver {
@@ -17,8 +18,9 @@ struct HttpRequest {
   std::vector<std::string> authorization;
   std::vector<std::string> subprotocols;
   std::string ifNoneMatch;
+  std::string registrationKey;
   bool asksForWebSocket = false;
-  std::string rateName;  // Of the address that it comes from.
+  RatePrefixes from;  // The address that it comes from.
 };
 
 struct HttpResponse {

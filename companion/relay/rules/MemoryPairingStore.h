@@ -21,11 +21,15 @@ class MemoryPairingStore final : public PairingStore {
   }
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override {
     check();
-    entries[pairingID] = {token, now};
+    entries[pairingID] = {token, now, false};
   }
   void markUsed(const std::string& pairingID, std::int64_t now) override {
     check();
     entries.at(pairingID).lastUsed = now;
+  }
+  void markJoined(const std::string& pairingID, std::int64_t now) override {
+    markUsed(pairingID, now);
+    entries.at(pairingID).isJoined = true;
   }
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t) override {
     check();
@@ -39,14 +43,31 @@ class MemoryPairingStore final : public PairingStore {
     check();
     return removed.contains({pairingID, deviceID});
   }
-  std::vector<std::string> purge(std::int64_t usedBefore) override {
+  std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override {
     check();
     std::vector<std::string> purged;
     for (const auto& [pairingID, entry] : entries) {
-      if (entry.token && entry.lastUsed < usedBefore) purged.push_back(pairingID);
+      const std::int64_t latest = entry.isJoined ? usedBefore : std::max(usedBefore, unjoinedBefore);
+      if (entry.token && entry.lastUsed < latest) purged.push_back(pairingID);
     }
     for (const auto& pairingID : purged) entries.erase(pairingID);
     return purged;
+  }
+  bool forgetOldestUnjoined() override {
+    check();
+    auto oldest = entries.end();
+    for (auto at = entries.begin(); at != entries.end(); ++at) {
+      if (!isUnjoined(at->second)) continue;
+      if (oldest == entries.end() || at->second.lastUsed < oldest->second.lastUsed) oldest = at;
+    }
+    if (oldest == entries.end()) return false;
+    entries.erase(oldest);
+    return true;
+  }
+  std::size_t countUnjoined() override {
+    check();
+    return static_cast<std::size_t>(
+        std::count_if(entries.begin(), entries.end(), [](const auto& entry) { return isUnjoined(entry.second); }));
   }
   std::size_t count() override {
     check();
@@ -59,6 +80,7 @@ class MemoryPairingStore final : public PairingStore {
   std::set<std::pair<std::string, std::string>> removed;
 
  private:
+  static bool isUnjoined(const Entry& entry) { return entry.token && !entry.isJoined; }
   void check() const {
     if (fails) throw Failure{"disk full"};
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <tuple>
 
 #include "companion/relay/rules/RelayNames.h"
 
@@ -26,6 +27,17 @@ struct Overloaded : Cases... {
 template <class... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
+// Of messages that have no such part: none.
+template <class Messages>
+std::size_t sealedBytesOf(const Messages& read) {
+  return std::visit(
+      [](const auto& message) -> std::size_t {
+        if constexpr (requires { message.sealedBytes; }) return message.sealedBytes;
+        return 0;
+      },
+      read);
+}
+
 }  // namespace
 
 struct PairingRooms::Room {
@@ -38,6 +50,10 @@ struct PairingRooms::Room {
   std::list<Room*>::iterator snapshotPlace;  // While there is a snapshot.
   std::optional<Instant> agentReceivedAt;
   std::deque<Decision> decisions;  // Oldest first.
+  std::shared_ptr<PairingTraffic> traffic;
+  Instant emptySince{};  // While nobody is in it.
+
+  [[nodiscard]] bool isEmpty() const { return !agent && phones.empty(); }
 
   [[nodiscard]] const Decision* decision(const std::string& id) const {
     const auto found =
@@ -50,9 +66,12 @@ struct PairingRooms::Member {
   std::shared_ptr<RelayPeer> peer;
   PeerIntroduction who;
   Room& room;
+  std::shared_ptr<const RatePrefixes> from;
+  std::uint64_t number;  // Later ones have higher numbers.
   Instant receivedAt;
   Instant pingedAt;
-  Instant statusSentAt;  // Of a phone: when it was last sent its computer's status.
+  Instant statusSentAt;              // Of a phone: when it was last sent its computer's status.
+  std::optional<Instant> partSince;  // A message has begun to arrive.
 
   [[nodiscard]] bool isAgent() const { return who.role == Role::agent; }
   [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform}; }
@@ -60,9 +79,11 @@ struct PairingRooms::Member {
 
 PairingRooms::PairingRooms(const Dependencies& dependencies)
     : pairings(dependencies.pairings),
+      memory(dependencies.memory),
       limits(dependencies.limits),
       metrics(dependencies.metrics),
-      log(dependencies.log) {}
+      log(dependencies.log),
+      traffic(dependencies.limits, Instant{}) {}
 
 PairingRooms::~PairingRooms() = default;
 
@@ -78,7 +99,8 @@ PairingRooms::Room& PairingRooms::roomOf(const std::string& pairingID, Instant n
   if (!room) {
     room.reset(new Room{.pairingID = pairingID,
                         .agentRate = TokenBucket(limits.agentMessages, now),
-                        .phoneRates = NamedBuckets(limits.phoneMessages, kKeptRates)});
+                        .phoneRates = NamedBuckets(limits.phoneMessages, kKeptRates),
+                        .traffic = std::make_shared<PairingTraffic>(traffic.makePairing(now))});
   }
   return *room;
 }
@@ -92,10 +114,11 @@ bool PairingRooms::hasRoomFor(const PeerIntroduction& who) const {
          });
 }
 
-void PairingRooms::join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, Instant now) {
+void PairingRooms::join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, RatePrefixes from, Instant now) {
   Room& room = roomOf(who.pairingID, now);
   auto& member = members[peer.get()];
-  member.reset(new Member{peer, std::move(who), room, now, now, now});
+  member.reset(new Member{peer, std::move(who), room, std::make_shared<const RatePrefixes>(std::move(from)),
+                          ++joinedBefore, now, now, now, std::nullopt});
   log.note((member->isAgent() ? "Agent joined " : "Phone joined ") + shortened(room.pairingID));
   if (member->isAgent()) {
     joinAsAgent(*member, now);
@@ -155,6 +178,7 @@ void PairingRooms::remove(Member& member) {
   } else if (std::erase(room.phones, &member) > 0) {
     --metrics.phones;
   }
+  if (room.isEmpty()) room.emptySince = Instant{};
   members.erase(member.peer.get());
 }
 
@@ -216,9 +240,20 @@ void PairingRooms::didReceiveBytes(const RelayPeer& peer, Instant now) {
 }
 
 void PairingRooms::tick(Instant now) {
+  pingAndDropSilent(now);
+  sendStatusThatIsDue(now);
+  constexpr std::chrono::seconds kForgettingInterval{5};
+  if (now < nextForgetting) return;
+  nextForgetting = now + kForgettingInterval;
+  forgetEmptyRooms(now);
+}
+
+void PairingRooms::pingAndDropSilent(Instant now) {
   std::vector<const RelayPeer*> silent;
+  std::vector<const RelayPeer*> tooLong;
   for (const auto& [peer, owned] : members) {
     Member& member = *owned;
+    if (member.partSince && now - *member.partSince >= limits.message) tooLong.push_back(peer);
     if (now - member.receivedAt >= limits.idle) {
       silent.push_back(peer);
       continue;
@@ -231,7 +266,12 @@ void PairingRooms::tick(Instant now) {
   for (const RelayPeer* peer : silent) {
     if (Member* member = memberOf(*peer)) expel(*member, std::nullopt, now);
   }
+  for (const RelayPeer* peer : tooLong) {
+    if (Member* member = memberOf(*peer)) expel(*member, CloseCode::tooManyMessages, now);
+  }
+}
 
+void PairingRooms::sendStatusThatIsDue(Instant now) {
   std::vector<const RelayPeer*> uninformed;
   for (const auto& [peer, owned] : members) {
     if (!owned->isAgent() && now - owned->statusSentAt >= limits.ping) uninformed.push_back(peer);
@@ -241,28 +281,63 @@ void PairingRooms::tick(Instant now) {
   }
 }
 
+void PairingRooms::forgetEmptyRooms(Instant now) {
+  for (auto at = rooms.begin(); at != rooms.end();) {
+    Room& room = *at->second;
+    // When somebody left is noticed here first, which is early enough.
+    if (room.isEmpty() && room.emptySince == Instant{}) room.emptySince = now;
+    const Duration longest = room.snapshot ? Duration(limits.snapshotAfter) : Duration(limits.roomAfter);
+    const bool isOver = room.isEmpty() && now - room.emptySince >= longest;
+    if (isOver) dropSnapshot(room);
+    at = isOver ? rooms.erase(at) : std::next(at);
+  }
+}
+
 // ---- Messages
 
-void PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) {
+void PairingRooms::didReceivePart(const RelayPeer& peer, Instant now) {
   Member* member = memberOf(peer);
-  if (!member) return;
+  if (member && !member->partSince) member->partSince = now;
+  makeRoom(now);
+}
+
+Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) {
+  Member* member = memberOf(peer);
+  if (!member) return {};
   metrics.bytesReceived += text.size();
+  member->partSince.reset();
   Room& room = member->room;
   TokenBucket& rate = member->isAgent() ? room.agentRate : room.phoneRates.of(member->who.deviceID, now.instant);
   if (!rate.take(now.instant)) {
     expel(*member, CloseCode::tooManyMessages, now.instant);
-  } else if (text.size() > limits.messageBytes) {
-    expel(*member, CloseCode::tooBig, now.instant);
-  } else if (member->isAgent()) {
-    takeFromAgent(*member, text, now);
-  } else {
-    takeFromPhone(*member, text, now);
+    return {};
   }
+  if (text.size() > limits.messageBytes) {
+    expel(*member, CloseCode::tooBig, now.instant);
+    return {};
+  }
+  // Both outlive the member, which may be gone afterwards.
+  const auto paying = room.traffic;
+  const auto from = member->from;
+  const auto sentBefore = metrics.bytesSent;
+  const auto textsBefore = textsSent;
+  TrafficWork work{.received = text.size()};
+  work.sealed = member->isAgent() ? takeFromAgent(*member, text, now) : takeFromPhone(*member, text, now);
+  work.sent = metrics.bytesSent - sentBefore;
+  work.texts = textsSent - textsBefore;
+  const Duration wait = traffic.spend(*paying, *from, work, now.instant);
+  makeRoom(now.instant);
+  member = memberOf(peer);
+  if (!member) return {};
+  // Whoever is not read is not silent.
+  member->receivedAt = now.instant + wait;
+  return wait;
 }
 
-void PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment now) {
+std::size_t PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment now) {
   Room& room = member.room;
   auto read = readAgentMessage(text, limits.messageBytes);
+  const std::size_t sealed = sealedBytesOf(read);
   std::visit(Overloaded{[&](SnapshotMessage& message) { takeSnapshot(room, std::move(message), now.instant); },
                         [&](ClockMessage& message) { takeClock(room, std::move(message), now.instant); },
                         [&](ResultMessage& message) { takeResult(room, std::move(message), now.instant); },
@@ -270,34 +345,37 @@ void PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment n
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
+  return sealed;
 }
 
-void PairingRooms::takeFromPhone(Member& member, std::string_view text, Moment now) {
+std::size_t PairingRooms::takeFromPhone(Member& member, std::string_view text, Moment now) {
   auto read = readPhoneMessage(text, limits.messageBytes);
+  const std::size_t sealed = sealedBytesOf(read);
   std::visit(Overloaded{[&](RequestMessage& message) { takeRequest(member, std::move(message), now.instant); },
                         [&](SuppressionMessage& message) { takeSuppression(member, std::move(message), now.instant); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
+  return sealed;
 }
 
 void PairingRooms::takeSnapshot(Room& room, SnapshotMessage message, Instant now) {
   ++metrics.messages["mac.snapshot"];
-  const auto text = std::make_shared<const std::string>(std::move(message.text));
+  const auto text = hold(std::move(message.text));
   keepSnapshot(room, text);
   sendTo(room.phones, text, now);
 }
 
 void PairingRooms::takeClock(Room& room, ClockMessage message, Instant now) {
   ++metrics.messages["mac.clock"];
-  sendTo(room.phones, std::make_shared<const std::string>(std::move(message.text)), now);
+  sendTo(room.phones, hold(std::move(message.text)), now);
 }
 
 void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
   ++metrics.messages["approval.result"];
   const Decision* decision = room.decision(message.decisionID);
   const auto phone = decision ? std::optional(decision->phone) : std::nullopt;
-  sendTo(room.phones, std::make_shared<const std::string>(resultText(std::move(message), phone)), now);
+  sendTo(room.phones, hold(resultText(std::move(message), phone)), now);
 }
 
 void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
@@ -330,12 +408,12 @@ void PairingRooms::takeRequest(Member& member, RequestMessage message, Instant n
     if (room.decisions.size() == kKeptDecisions) room.decisions.pop_front();
     room.decisions.push_back({message.decisionID, member.description()});
   }
-  passToAgent(member, message.decisionID, std::make_shared<const std::string>(std::move(message.text)), now);
+  passToAgent(member, message.decisionID, hold(std::move(message.text)), now);
 }
 
 void PairingRooms::takeSuppression(Member& member, SuppressionMessage message, Instant now) {
   ++metrics.messages[std::string(message.type)];
-  const auto text = std::make_shared<const std::string>(std::move(message.text));
+  const auto text = hold(std::move(message.text));
   Room& room = member.room;
   const RelayPeer& peer = *member.peer;
   passToAgent(member, message.decisionID, text, now);
@@ -350,13 +428,11 @@ void PairingRooms::passToAgent(Member& phone, const std::string& decisionID, con
   Room& room = phone.room;
   if (!room.agent) {
     reason = NotDelivered::macNotConnected;
-  } else if (room.agent->peer->send(text)) {
-    metrics.bytesSent += text->size();
-  } else {
+  } else if (!sendOne(*room.agent, text)) {
     reason = NotDelivered::macBusy;
   }
   ++(reason ? metrics.notDelivered : metrics.delivered);
-  sendTo({&phone}, std::make_shared<const std::string>(receiptText(decisionID, reason)), now);
+  sendTo({&phone}, hold(receiptText(decisionID, reason)), now);
 }
 
 // ---- Sending
@@ -364,15 +440,19 @@ void PairingRooms::passToAgent(Member& phone, const std::string& decisionID, con
 void PairingRooms::sendTo(const std::vector<Member*>& recipients, const MessageText& text, Instant now) {
   std::vector<const RelayPeer*> slow;
   for (Member* member : recipients) {
-    if (member->peer->send(text)) {
-      metrics.bytesSent += text->size();
-    } else {
-      slow.push_back(member->peer.get());
-    }
+    if (!sendOne(*member, text)) slow.push_back(member->peer.get());
   }
   for (const RelayPeer* peer : slow) {
     if (Member* member = memberOf(*peer)) expel(*member, CloseCode::tooSlow, now);
   }
+}
+
+// False: too much waits for it already.
+bool PairingRooms::sendOne(Member& recipient, const MessageText& text) {
+  if (!recipient.peer->send(text)) return false;
+  metrics.bytesSent += text->size();
+  ++textsSent;
+  return true;
 }
 
 void PairingRooms::sendMacStatus(Member& phone, Instant now) {
@@ -380,7 +460,7 @@ void PairingRooms::sendMacStatus(Member& phone, Instant now) {
   const Room& room = phone.room;
   std::optional<long long> ago;
   if (room.agentReceivedAt) ago = std::chrono::duration_cast<std::chrono::seconds>(now - *room.agentReceivedAt).count();
-  sendTo({&phone}, std::make_shared<const std::string>(macStatusText(room.agent != nullptr, ago)), now);
+  sendTo({&phone}, hold(macStatusText(room.agent != nullptr, ago)), now);
 }
 
 void PairingRooms::sendMacStatusToPhones(Room& room, Instant now) {
@@ -395,7 +475,46 @@ void PairingRooms::sendPhoneStatusToAgent(Room& room, Instant now) {
   if (!room.agent) return;
   std::vector<PhoneDescription> phones;
   for (const Member* phone : room.phones) phones.push_back(phone->description());
-  sendTo({room.agent}, std::make_shared<const std::string>(phoneStatusText(phones)), now);
+  sendTo({room.agent}, hold(phoneStatusText(phones)), now);
+}
+
+// ---- Memory
+
+void PairingRooms::makeRoom(Instant now) {
+  // A connection that was ended may give back what it kept a little later.
+  std::size_t excess = memory.excess();
+  while (excess > 0) {
+    std::size_t released = 0;
+    if (Member* member = heaviest()) {
+      released = member->peer->heldBytes();
+      ++metrics.droppedForMemory;
+      expel(*member, std::nullopt, now);
+    } else if (!roomsWithSnapshots.empty()) {
+      released = roomsWithSnapshots.front()->snapshot->size();
+      dropSnapshot(*roomsWithSnapshots.front());
+    } else {
+      return;
+    }
+    excess -= std::min(excess, released);
+  }
+}
+
+// Of those who come from the widest network that makes the relay keep most, the one who does so most; of several, the
+// newest. Null: nobody makes it keep anything.
+PairingRooms::Member* PairingRooms::heaviest() {
+  const auto network = [](const Member& member) {
+    return member.from->empty() ? std::string_view() : std::string_view(member.from->back());
+  };
+  std::unordered_map<std::string_view, std::size_t> heldBy;
+  for (const auto& [peer, member] : members) heldBy[network(*member)] += peer->heldBytes();
+  Member* worst = nullptr;
+  const auto badness = [&](const Member& member) {
+    return std::tuple(heldBy[network(member)], member.peer->heldBytes(), member.number);
+  };
+  for (const auto& [peer, member] : members) {
+    if (peer->heldBytes() > 0 && (!worst || badness(*member) > badness(*worst))) worst = member.get();
+  }
+  return worst;
 }
 
 // ---- Snapshots

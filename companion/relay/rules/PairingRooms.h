@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "companion/relay/rules/EventLog.h"
+#include "companion/relay/rules/MemoryBudget.h"
 #include "companion/relay/rules/Pairings.h"
 #include "companion/relay/rules/PeerIntroduction.h"
 #include "companion/relay/rules/RelayLimits.h"
@@ -18,6 +19,7 @@
 #include "companion/relay/rules/RelayPeer.h"
 #include "companion/relay/rules/RelayTime.h"
 #include "companion/relay/rules/RoomMessages.h"
+#include "companion/relay/rules/TrafficBudget.h"
 
 namespace quillard::relayserver {
 
@@ -32,6 +34,7 @@ class PairingRooms {
   // What the rooms are made over. All of it outlives them.
   struct Dependencies {
     Pairings& pairings;
+    MemoryBudget& memory;
     const RelayLimits& limits;
     RelayMetrics& metrics;
     EventLog& log;
@@ -43,15 +46,21 @@ class PairingRooms {
 
   // Whether one more phone may join. A phone that replaces its own earlier connection always may; so does an agent.
   [[nodiscard]] bool hasRoomFor(const PeerIntroduction& who) const;
-  void join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, Instant now);
+  // `from`: where it comes from, for what its messages cost.
+  void join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, RatePrefixes from, Instant now);
   void leave(RelayPeer& peer, Instant now);
 
   // Any bytes came from the peer, pongs included: it is alive. Ignored for a peer that is gone.
   void didReceiveBytes(const RelayPeer& peer, Instant now);
-  // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why.
-  void take(RelayPeer& peer, std::string_view text, Moment now);
-  // Pings peers, sends phones the status of their computer, and drops peers that were silent for `limits.idle`. To be
-  // called a few times a second.
+  // A part of a message came, and is kept until the rest is there. Where too much memory is kept, those who make the
+  // relay keep most are dropped, this peer or others.
+  void didReceivePart(const RelayPeer& peer, Instant now);
+  // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why. How long
+  // the peer has to wait before its next message is read: see TrafficBudget.
+  Duration take(RelayPeer& peer, std::string_view text, Moment now);
+  // Pings peers, sends phones the status of their computer, drops peers that were silent for `limits.idle` or did not
+  // finish a message in `limits.message`, and forgets rooms that nobody was in for long. To be called a few times a
+  // second.
   void tick(Instant now);
 
   struct Presence {
@@ -63,6 +72,7 @@ class PairingRooms {
   // Closes one of the peers that are left. False: there are none.
   bool closeNext(CloseCode code);
   [[nodiscard]] std::size_t peerCount() const { return members.size(); }
+  [[nodiscard]] std::size_t roomCount() const { return rooms.size(); }
   // Drops what is kept of these pairings, which were purged; those with a connected peer stay.
   void forget(const std::vector<std::string>& pairingIDs);
 
@@ -75,8 +85,12 @@ class PairingRooms {
   void joinAsAgent(Member& member, Instant now);
   void joinAsPhone(Member& member, Instant now);
 
-  void takeFromAgent(Member& member, std::string_view text, Moment now);
-  void takeFromPhone(Member& member, std::string_view text, Moment now);
+  // How many bytes of the message were sealed.
+  std::size_t takeFromAgent(Member& member, std::string_view text, Moment now);
+  std::size_t takeFromPhone(Member& member, std::string_view text, Moment now);
+  void pingAndDropSilent(Instant now);
+  void sendStatusThatIsDue(Instant now);
+  void forgetEmptyRooms(Instant now);
   void takeSnapshot(Room& room, SnapshotMessage message, Instant now);
   void takeClock(Room& room, ClockMessage message, Instant now);
   void takeResult(Room& room, ResultMessage message, Instant now);
@@ -97,13 +111,23 @@ class PairingRooms {
   // Takes the member out of its room, and nothing else.
   void remove(Member& member);
   void closeMember(Member& member, std::optional<CloseCode> code);
+  bool sendOne(Member& recipient, const MessageText& text);
+  MessageText hold(std::string text) { return memory.hold(std::move(text)); }
+  // Drops peers until what is kept fits, and where that is not enough, snapshots.
+  void makeRoom(Instant now);
+  Member* heaviest();
   void keepSnapshot(Room& room, MessageText text);
   void dropSnapshot(Room& room);
 
   Pairings& pairings;
+  MemoryBudget& memory;
   const RelayLimits& limits;
   RelayMetrics& metrics;
   EventLog& log;
+  TrafficBudget traffic;
+  std::size_t textsSent = 0;
+  std::uint64_t joinedBefore = 0;  // How many peers ever joined.
+  Instant nextForgetting{};
   std::unordered_map<std::string, std::unique_ptr<Room>> rooms;
   std::unordered_map<const RelayPeer*, std::unique_ptr<Member>> members;
   std::list<Room*> roomsWithSnapshots;  // The oldest snapshot comes first.

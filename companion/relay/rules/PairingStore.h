@@ -12,12 +12,13 @@ namespace quillard::relayserver {
 // What outlives the process: which pairings there are, the hashes of their tokens, which were revoked and which phones
 // removed. Each change is on the disk when its call returns.
 //
-// A pairing is unknown -> kept -> revoked, or kept -> purged, which is unknown again.
+// A pairing is unknown -> kept -> joined -> revoked; a kept one may be purged, which is unknown again.
 class PairingStore {
  public:
   struct Entry {
     std::optional<TokenHash> token;  // Absent: it was revoked.
     std::int64_t lastUsed = 0;       // When it was last used, in seconds since 1970; of a revoked one, when that was.
+    bool isJoined = false;           // Somebody has connected with its token since it was registered.
   };
   // Nothing could be read or written: not a matter of the pairing. What was to be changed is as it was.
   struct Failure {
@@ -33,16 +34,23 @@ class PairingStore {
   virtual std::optional<Entry> find(const std::string& pairingID) = 0;
   virtual void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) = 0;
   virtual void markUsed(const std::string& pairingID, std::int64_t now) = 0;
+  // Marks it as used, too.
+  virtual void markJoined(const std::string& pairingID, std::int64_t now) = 0;
   // Also of a pairing that is not kept. Keeps the newest `most` revocations.
   virtual void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) = 0;
   // Keeps the newest `most` of the pairing.
   virtual void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
                            std::size_t most) = 0;
   virtual bool isRemoved(const std::string& pairingID, const std::string& deviceID) = 0;
-  // Forgets the kept ones that were last used before then, and names them.
-  virtual std::vector<std::string> purge(std::int64_t usedBefore) = 0;
+  // Forgets the kept ones that were last used before then, and those that nobody has joined before `unjoinedBefore`,
+  // and names them.
+  virtual std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) = 0;
+  // Forgets the oldest one that nobody has joined. False: there is none.
+  virtual bool forgetOldestUnjoined() = 0;
   // How many are kept; revoked ones do not count.
   virtual std::size_t count() = 0;
+  // Of these, those that nobody has joined.
+  virtual std::size_t countUnjoined() = 0;
 };
 
 }  // namespace quillard::relayserver

@@ -1,5 +1,6 @@
 #include "companion/relay/rules/Pairings.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quillard::relayserver {
@@ -12,7 +13,14 @@ constexpr std::size_t kMostFailures = 16;
 }  // namespace
 
 Pairings::Pairings(PairingStore& store, const RelayLimits& limits)
-    : store(store), limits(limits), kept(store.count()) {}
+    : store(store), limits(limits), newPairings(limits.newPairings, Instant{}) {
+  countAgain();
+}
+
+void Pairings::countAgain() {
+  kept = store.count();
+  unjoined = store.countUnjoined();
+}
 
 template <class Result, class Work>
 Result Pairings::withStore(Result onFailure, Work work) {
@@ -34,20 +42,40 @@ void Pairings::keepUsed(const std::string& pairingID, const PairingStore::Entry&
   });
 }
 
-Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token, std::int64_t now) {
+Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token, bool mayAdd,
+                                               Moment now) {
   if (unsavedRevocations.contains(pairingID)) return Registration::revoked;
   return withStore(Registration::storeFailed, [&] {
     const auto entry = store.find(pairingID);
     if (entry && !entry->token) return Registration::revoked;
     if (entry) {
       if (!areEqual(*entry->token, hashOf(token))) return Registration::otherToken;
-      keepUsed(pairingID, *entry, now);
+      keepUsed(pairingID, *entry, now.epochSeconds);
       return Registration::taken;
     }
-    if (kept >= limits.pairings) return Registration::full;
-    store.add(pairingID, hashOf(token), now);
+    if (!mayAdd) return Registration::notAllowed;
+    if (!newPairings.take(now.instant)) return Registration::tooMany;
+    if (!hasRoomForOne()) return Registration::full;
+    store.add(pairingID, hashOf(token), now.epochSeconds);
     ++kept;
+    ++unjoined;
     return Registration::taken;
+  });
+}
+
+bool Pairings::hasRoomForOne() {
+  const bool isFull = kept >= limits.pairings || unjoined >= limits.unjoinedPairings;
+  if (isFull && store.forgetOldestUnjoined()) countAgain();
+  return kept < limits.pairings;
+}
+
+void Pairings::didJoin(const std::string& pairingID, std::int64_t now) {
+  withStore(false, [&] {
+    const auto entry = store.find(pairingID);
+    if (!entry || !entry->token || entry->isJoined) return false;
+    store.markJoined(pairingID, now);
+    unjoined -= std::min<std::size_t>(unjoined, 1);
+    return true;
   });
 }
 
@@ -66,7 +94,7 @@ Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::s
 void Pairings::revoke(const std::string& pairingID, std::int64_t now) {
   const bool isSaved = withStore(false, [&] {
     store.revoke(pairingID, now, limits.revocations);
-    kept = store.count();
+    countAgain();
     return true;
   });
   if (isSaved) {
@@ -99,8 +127,9 @@ std::vector<std::string> Pairings::tidy(std::int64_t now) {
   for (const auto& [pairingID, deviceID] : std::set(unsavedRemovals)) removePhone(pairingID, deviceID, now);
   return withStore(std::vector<std::string>{}, [&] {
     const auto longest = std::chrono::duration_cast<std::chrono::seconds>(limits.purgeAfter).count();
-    auto purged = store.purge(now - longest);
-    kept = store.count();
+    const auto unjoinedFor = std::chrono::duration_cast<std::chrono::seconds>(limits.unjoinedAfter).count();
+    auto purged = store.purge(now - longest, now - unjoinedFor);
+    countAgain();
     return purged;
   });
 }

@@ -17,14 +17,20 @@ class Pairings {
   // Both outlive it. Throws PairingStore::Failure.
   Pairings(PairingStore& store, const RelayLimits& limits);
 
-  enum class Registration { taken, otherToken, revoked, full, storeFailed };
-  // The first token of a name is kept; the same one again is fine.
-  [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token, std::int64_t now);
+  enum class Registration { taken, otherToken, revoked, notAllowed, full, tooMany, storeFailed };
+  // The first token of a name is kept; the same one again is fine. Where there are as many as there may be, or as many
+  // that nobody has joined, the oldest of the latter makes room. `tooMany`: too many new ones came lately, from
+  // everywhere. `notAllowed`: it would be a new one, and `mayAdd` is false.
+  [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token, bool mayAdd,
+                                           Moment now);
 
   enum class Membership { member, unauthenticated, revoked, storeFailed };
   // The answer, and the time it takes, are the same for an unknown pairing and for one with another token: a client
   // cannot find out which pairings exist.
   [[nodiscard]] Membership membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now);
+
+  // A member has connected: the pairing is not purged soon.
+  void didJoin(const std::string& pairingID, std::int64_t now);
 
   // For good. Where the store fails, the revocation holds for as long as this process lives, and is tried again.
   void revoke(const std::string& pairingID, std::int64_t now);
@@ -32,8 +38,8 @@ class Pairings {
   bool removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now);
   [[nodiscard]] bool isRemoved(const std::string& pairingID, const std::string& deviceID);
 
-  // Tries again what the store did not take, purges pairings that were not used for `limits.purgeAfter`, and returns
-  // their names. To be called about once an hour.
+  // Tries again what the store did not take, purges pairings that were not used for `limits.purgeAfter`, or that nobody
+  // has joined for `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
   std::vector<std::string> tidy(std::int64_t now);
 
   [[nodiscard]] std::size_t count() const { return kept; }
@@ -41,13 +47,17 @@ class Pairings {
   [[nodiscard]] std::vector<std::string> takeFailures();
 
  private:
+  [[nodiscard]] bool hasRoomForOne();
+  void countAgain();
   template <class Result, class Work>
   Result withStore(Result onFailure, Work work);
   void keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now);
 
   PairingStore& store;
   const RelayLimits& limits;
-  std::size_t kept;
+  std::size_t kept = 0;
+  std::size_t unjoined = 0;  // Of these.
+  TokenBucket newPairings;
   std::set<std::string> unsavedRevocations;
   std::set<std::pair<std::string, std::string>> unsavedRemovals;  // Pairing and device.
   std::vector<std::string> failures;

@@ -17,6 +17,7 @@ struct RelayLimits {
   std::uint32_t headerBytes = 16 * 1024;
   std::uint64_t bodyBytes = 4 * 1024;
 
+  std::chrono::milliseconds message{60'000};    // From the first byte of a message to its last.
   std::chrono::milliseconds handshake{10'000};  // TLS included.
   std::chrono::milliseconds ping{20'000};       // Also how often phones get their computer's status.
   std::chrono::milliseconds idle{60'000};
@@ -25,14 +26,31 @@ struct RelayLimits {
 
   Rate phoneMessages{20, 2};
   Rate agentMessages{60, 10};
-  Rate registrations{20, 1.0 / 3};  // From one address, as are the next.
+  Rate registrations{20, 1.0 / 3};  // From one address, as are the next; wider networks have more: PrefixBuckets.
   Rate handshakes{60, 1};
+  Rate newPairings{200, 50};        // From all addresses: each is written to the disk.
+  Rate newConnections{2'000, 500};  // From all addresses. What comes on top waits for its turn.
+
+  // What messages may cost: bytes, and seconds of the relay's thread. See TrafficBudget.
+  Rate pairingBytes{16.0 * 1024 * 1024, 1024.0 * 1024};
+  Rate pairingSeconds{0.5, 0.02};
+  Rate addressBytes{128.0 * 1024 * 1024, 8.0 * 1024 * 1024};
+  Rate addressSeconds{1, 0.1};
+  Rate allBytes{512.0 * 1024 * 1024, 256.0 * 1024 * 1024};
+  Rate allSeconds{0.5, 0.6};
+  std::chrono::milliseconds longestWait{10'000};  // Less than what a client takes for a dead relay.
 
   std::size_t pairings = 10'000;
   std::size_t revocations = 100'000;  // Kept; the oldest go first.
   std::size_t removedPhones = 64;     // Kept of a pairing; the oldest go first.
   std::chrono::hours purgeAfter{24 * 400};
+  std::size_t unjoinedPairings = 1'000;         // Registered, but nobody has joined yet; the oldest go first.
+  std::chrono::minutes unjoinedAfter{50};       // Forgotten then.
+  std::chrono::minutes roomAfter{10};           // A room without peers and snapshot is dropped then,
+  std::chrono::minutes snapshotAfter{24 * 60};  // and one with a snapshot then.
   std::size_t snapshotBytes = std::size_t{256} * 1024 * 1024;  // Of all pairings together; the oldest go first.
+  // Of all that clients can make the relay keep, snapshots included: see MemoryBudget.
+  std::size_t memoryBytes = std::size_t{512} * 1024 * 1024;
 
   std::size_t connections = 20'000;
   std::size_t openRequests = 64;   // From one address: connections that are no WebSocket yet. Not of trusted proxies.

@@ -30,6 +30,8 @@ void writeGauges(Page& page, const RelayMetrics& metrics) {
   page.value(metrics.pairings);
   page.family("quillard_relay_snapshot_bytes", "gauge", "Memory that the newest snapshots take.");
   page.value(metrics.snapshotBytes);
+  page.family("quillard_relay_memory_bytes", "gauge", "Memory that clients make the relay keep, snapshots included.");
+  page.value(metrics.memoryBytes);
 }
 
 }  // namespace
@@ -52,6 +54,8 @@ std::string prometheusText(const RelayMetrics& metrics) {
   page.value("direction", "sent", metrics.bytesSent);
   page.family("quillard_relay_store_failures_total", "counter", "How often the database could not be used.");
   page.value(metrics.storeFailures);
+  page.family("quillard_relay_dropped_for_memory_total", "counter", "Connections that were ended for want of memory.");
+  page.value(metrics.droppedForMemory);
   return page.text;
 }
 

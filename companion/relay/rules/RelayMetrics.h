@@ -22,6 +22,8 @@ struct RelayMetrics {
   std::uint64_t bytesReceived = 0;  // Of messages.
   std::uint64_t bytesSent = 0;
   std::uint64_t storeFailures = 0;
+  std::uint64_t droppedForMemory = 0;  // Connections that were ended because too much memory was kept.
+  std::uint64_t memoryBytes = 0;       // What clients make the relay keep now.
 };
 
 // As Prometheus reads it.

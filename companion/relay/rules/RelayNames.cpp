@@ -11,6 +11,11 @@ bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
+// What stands for itself in a URL.
+bool isUnreserved(char c) {
+  return isLower(c) || isUpper(c) || isDigit(c) || c == '-' || c == '.' || c == '_' || c == '~';
+}
+
 template <class Allowed>
 bool consistsOf(std::string_view text, std::size_t shortest, std::size_t longest, Allowed allowed) {
   return text.size() >= shortest && text.size() <= longest && std::all_of(text.begin(), text.end(), allowed);
@@ -40,11 +45,9 @@ bool isPairingID(std::string_view text) {
   return consistsOf(text, 1, 128, [](char c) { return isLower(c) || isDigit(c) || c == '_' || c == '-'; });
 }
 
-bool isBearerToken(std::string_view text) {
-  return consistsOf(text, 32, 128, [](char c) {
-    return isLower(c) || isUpper(c) || isDigit(c) || c == '-' || c == '.' || c == '_' || c == '~';
-  });
-}
+bool isBearerToken(std::string_view text) { return consistsOf(text, 32, 128, isUnreserved); }
+
+bool isRegistrationKey(std::string_view text) { return consistsOf(text, 16, 128, isUnreserved); }
 
 bool isDeviceOrDecisionID(std::string_view text) {
   return consistsOf(text, 1, 64, [](char c) { return isLower(c) || isUpper(c) || isDigit(c) || c == '-'; });

@@ -10,6 +10,8 @@ namespace quillard::relayserver {
 [[nodiscard]] bool isPairingID(std::string_view text);
 // 32 to 128 of A-Z a-z 0-9 - . _ ~
 [[nodiscard]] bool isBearerToken(std::string_view text);
+// 16 to 128 of the same: the operator's key.
+[[nodiscard]] bool isRegistrationKey(std::string_view text);
 // 1 to 64 of A-Z a-z 0-9 -: names of devices and of decisions.
 [[nodiscard]] bool isDeviceOrDecisionID(std::string_view text);
 // UTF-8 of at most `longest` characters, none of them a control character. May be empty.

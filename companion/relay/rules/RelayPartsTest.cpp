@@ -93,9 +93,10 @@ TEST(NamedBuckets, ForgetFullOnesAndMakeNewcomersShareWhereAllAreNeeded) {
 
 IpAddress address(const std::string& text) { return IpAddress::parse(text).value(); }
 
-TEST(IpAddress, IsOneNetworkForRatesOnIpv6) {
-  EXPECT_EQ(address("2001:db8:1:2:3:4:5:6").rateName(), "2001:db8:1:2::");
-  EXPECT_EQ(address("192.0.2.7").rateName(), "192.0.2.7");
+TEST(IpAddress, IsThreeNetworksForRatesOnIpv6) {
+  EXPECT_EQ(address("2001:db8:1:203:3:4:5:6").ratePrefixes(),
+            (RatePrefixes{"2001:db8:1:203::", "2001:db8:1:200::", "2001:db8:1::"}));
+  EXPECT_EQ(address("192.0.2.7").ratePrefixes(), RatePrefixes{"192.0.2.7"});
   EXPECT_EQ(address("::ffff:192.0.2.7"), address("192.0.2.7"));
   EXPECT_TRUE(address("127.3.2.1").isLoopback());
   EXPECT_TRUE(address("[::1]").isLoopback());

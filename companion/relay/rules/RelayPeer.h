@@ -34,8 +34,10 @@ class RelayPeer {
   virtual void ping() = 0;
   // Sends a close message with this code. What still waits is dropped.
   virtual void close(CloseCode code) = 0;
-  // Ends the connection without a close message: the other end does not answer any more.
+  // Ends the connection without a close message: the other end does not answer any more, or may not keep anything.
   virtual void abort() = 0;
+  // What the relay keeps for it, in bytes: what waits to be sent, and a message that has not arrived as a whole.
+  [[nodiscard]] virtual std::size_t heldBytes() const = 0;
 };
 
 }  // namespace quillard::relayserver

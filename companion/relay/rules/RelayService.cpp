@@ -26,13 +26,16 @@ HttpResponse notAllowed(const char* allowed) {
   return answer;
 }
 
-// Absent: there is still room in the rate.
-std::optional<HttpResponse> refusalForRate(NamedBuckets& buckets, const std::string& name, Instant now) {
-  TokenBucket& bucket = buckets.of(name, now);
-  if (bucket.take(now)) return std::nullopt;
+HttpResponse tooManyRequests(std::chrono::seconds wait) {
   auto answer = errorResponse(429, "Too many requests.");
-  answer.headers.emplace_back("retry-after", std::to_string(bucket.wait(now).count()));
+  answer.headers.emplace_back("retry-after", std::to_string(wait.count()));
   return answer;
+}
+
+// Absent: there is still room in the rate.
+std::optional<HttpResponse> refusalForRate(PrefixBuckets& buckets, const RatePrefixes& from, Instant now) {
+  if (buckets.take(from, now)) return std::nullopt;
+  return tooManyRequests(buckets.wait(from, now));
 }
 
 // Absent: a token was given.
@@ -75,8 +78,12 @@ HttpResponse answerTo(Pairings::Registration registration) {
       return unauthorized("The pairing has another token.");
     case Pairings::Registration::revoked:
       return errorResponse(410, kRevoked);
+    case Pairings::Registration::notAllowed:
+      return errorResponse(403, "This relay takes new pairings with its operator's key only.");
     case Pairings::Registration::full:
       return errorResponse(507, "The relay holds as many pairings as it will.");
+    case Pairings::Registration::tooMany:
+      return tooManyRequests(std::chrono::seconds(1));
     case Pairings::Registration::storeFailed:
       break;
   }
@@ -91,6 +98,7 @@ RelayService::RelayService(const Dependencies& dependencies)
     : pairings(dependencies.pairings),
       rooms(dependencies.rooms),
       page(dependencies.page),
+      registrationKey(dependencies.registrationKey),
       registrations(dependencies.limits.registrations, dependencies.limits.addresses),
       handshakes(dependencies.limits.handshakes, dependencies.limits.addresses) {}
 
@@ -132,12 +140,14 @@ HttpResponse RelayService::answerPairing(const HttpRequest& request, const Reque
 }
 
 HttpResponse RelayService::registerToken(const HttpRequest& request, const std::string& pairingID, Moment now) {
-  if (auto refusal = refusalForRate(registrations, request.rateName, now.instant)) return *refusal;
+  if (auto refusal = refusalForRate(registrations, request.from, now.instant)) return *refusal;
   if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
   const auto offered = readToken(request.authorization, {});
   if (auto refusal = refusalForToken(offered)) return *refusal;
   if (!isRegistrationBody(request.body)) return errorResponse(400, "The body is malformed.");
-  return answerTo(pairings.registerToken(pairingID, offered.token, now.epochSeconds));
+  // Hashes are compared, which takes the same time for any key.
+  const bool mayAdd = registrationKey.empty() || areEqual(hashOf(registrationKey), hashOf(request.registrationKey));
+  return answerTo(pairings.registerToken(pairingID, offered.token, mayAdd, now));
 }
 
 // Absent: no phone, or one that the computer has not removed.
@@ -147,7 +157,7 @@ std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pai
 }
 
 HttpResponse RelayService::answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now) {
-  if (auto refusal = refusalForRate(handshakes, request.rateName, now.instant)) return *refusal;
+  if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return *refusal;
   const std::string& pairingID = target.segments[2];
   if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
   const auto phone = readAskingPhone(target.query);
@@ -166,7 +176,7 @@ HttpResponse RelayService::answerPresence(const HttpRequest& request, const Requ
 
 std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& request, Moment now) {
   if (isStopping) return errorResponse(503, kStopping);
-  if (auto refusal = refusalForRate(handshakes, request.rateName, now.instant)) return *refusal;
+  if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return *refusal;
   const auto target = parseRequestTarget(request.target);
   if (!target) return errorResponse(400, kMalformed);
   auto who = readIntroduction(target->query);
@@ -178,7 +188,8 @@ std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& req
   }
   if (auto refusal = refusalForPhone(who->pairingID, who->deviceID)) return *refusal;
   if (!rooms.hasRoomFor(*who)) return errorResponse(503, "The pairing has as many phones as it can.");
-  return Admission{.who = std::move(*who), .offersProtocol = offered.offersProtocol};
+  pairings.didJoin(who->pairingID, now.epochSeconds);
+  return Admission{.who = std::move(*who), .from = request.from, .offersProtocol = offered.offersProtocol};
 }
 
 }  // namespace quillard::relayserver

@@ -18,6 +18,7 @@ namespace quillard::relayserver {
 // A WebSocket was granted to this peer. It counts as connected only after PairingRooms::join.
 struct Admission {
   PeerIntroduction who;
+  RatePrefixes from;
   bool offersProtocol = false;
 };
 
@@ -31,6 +32,7 @@ class RelayService {
     PairingRooms& rooms;
     const PhonePage& page;
     const RelayLimits& limits;
+    std::string registrationKey{};  // Whoever registers a new pairing has to show it. Empty: nobody has to.
   };
   explicit RelayService(const Dependencies& dependencies);
 
@@ -53,8 +55,9 @@ class RelayService {
   Pairings& pairings;
   PairingRooms& rooms;
   const PhonePage& page;
-  NamedBuckets registrations;
-  NamedBuckets handshakes;
+  const std::string registrationKey;
+  PrefixBuckets registrations;
+  PrefixBuckets handshakes;
   bool isStopping = false;
 };
 

@@ -88,6 +88,7 @@ TEST(RelayService, HoldsAsManyPairingsAsItIsTold) {
   RelayWorld world({.pairings = 2});
   EXPECT_EQ(world.registerToken(kToken, "one").status, 204);
   EXPECT_EQ(world.registerToken(kToken, "two").status, 204);
+  for (const char* name : {"one", "two"}) EXPECT_EQ(world.connect("role=mac&pairing=" + std::string(name)), 101);
   EXPECT_EQ(world.registerToken(kToken, "three").status, 507);
   EXPECT_EQ(world.registerToken(kToken, "two").status, 204);
   world.pairings.revoke("one", world.epochSeconds);
@@ -276,6 +277,7 @@ TEST(Pairings, ForgetThoseUnusedForFourHundredDaysButNoRevocation) {
   (void)world.registerToken(kToken, "old");
   (void)world.registerToken(kToken, "used");
   (void)world.registerToken(kToken, "revoked");
+  for (const char* name : {"old", "used"}) EXPECT_EQ(world.connect("role=mac&pairing=" + std::string(name)), 101);
   world.pairings.revoke("revoked", world.epochSeconds);
   world.advance(24h * 200);
   EXPECT_EQ(world.pairings.membershipOf("used", kToken, world.epochSeconds), Pairings::Membership::member);

@@ -25,6 +25,7 @@ class FakePeer final : public RelayPeer {
   void ping() override { ++pings; }
   void close(CloseCode code) override { closed = code; }
   void abort() override { isAborted = true; }
+  [[nodiscard]] std::size_t heldBytes() const override { return isAborted ? 0 : held; }
 
   [[nodiscard]] Json newest() const { return texts.empty() ? Json() : Json::parse(texts.back()); }
   // All of one type.
@@ -41,6 +42,7 @@ class FakePeer final : public RelayPeer {
   int pings = 0;
   std::optional<CloseCode> closed;
   bool isAborted = false;
+  std::size_t held = 0;
 };
 
 class KeptLog final : public EventLog {
@@ -73,9 +75,9 @@ class RelayWorld {
     }
   }
 
-  std::shared_ptr<FakePeer> join(PeerIntroduction who) {
+  std::shared_ptr<FakePeer> join(PeerIntroduction who, const RatePrefixes& from = {"192.0.2.1"}) {
     auto peer = std::make_shared<FakePeer>();
-    rooms.join(peer, std::move(who), instant);
+    rooms.join(peer, std::move(who), from, instant);
     return peer;
   }
   std::shared_ptr<FakePeer> joinAgent(const std::string& pairingID = kPairing) {
@@ -85,9 +87,9 @@ class RelayWorld {
     return join(
         {.role = Role::phone, .pairingID = pairingID, .deviceID = deviceID, .deviceName = deviceID + "'s name"});
   }
-  void say(FakePeer& peer, const Json& message) { rooms.take(peer, message.dump(), now()); }
+  Duration say(FakePeer& peer, const Json& message) { return rooms.take(peer, message.dump(), now()); }
   HttpResponse ask(HttpRequest request) {
-    if (request.rateName.empty()) request.rateName = "192.0.2.1";
+    if (request.from.empty()) request.from = {"192.0.2.1"};
     return service.answer(request, now());
   }
   HttpResponse registerToken(const std::string& token = kToken, const std::string& pairingID = kPairing) {
@@ -102,7 +104,7 @@ class RelayWorld {
                                         .target = "/ws?" + query,
                                         .authorization = {"Bearer " + token},
                                         .asksForWebSocket = true,
-                                        .rateName = from},
+                                        .from = {from}},
                                        now());
     const auto* refusal = std::get_if<HttpResponse>(&outcome);
     return refusal ? refusal->status : 101;
@@ -115,8 +117,9 @@ class RelayWorld {
   RelayMetrics metrics;
   KeptLog log;
   PhonePage page;
+  MemoryBudget memory{limits.memoryBytes};
   Pairings pairings{store, limits};
-  PairingRooms rooms{PairingRooms::Dependencies{pairings, limits, metrics, log}};
+  PairingRooms rooms{PairingRooms::Dependencies{pairings, memory, limits, metrics, log}};
   RelayService service{RelayService::Dependencies{pairings, rooms, page, limits}};
 
  private:

@@ -221,14 +221,14 @@ class MessageWriter {
     require(given.isThere && id.size() <= kLongestSnapshotID && std::all_of(id.begin(), id.end(), isPrintable));
     member("snapshotID", id);
   }
-  void payload(std::string_view name, const Payload& sealed) {
-    require(sealed.isThere);
+  void payload(std::string_view name, const Payload& given) {
+    require(given.isThere);
     begin(name);
     text += '{';
     isFirst = true;
-    number("version", sealed.version, std::numeric_limits<std::int32_t>::max());
-    base64("nonce", sealed.nonce, kLongestNonce);
-    base64("ciphertext", sealed.ciphertext, std::numeric_limits<std::size_t>::max());
+    number("version", given.version, std::numeric_limits<std::int32_t>::max());
+    base64("nonce", given.nonce, kLongestNonce);
+    base64("ciphertext", given.ciphertext, std::numeric_limits<std::size_t>::max());
     text += '}';
   }
 
@@ -238,6 +238,7 @@ class MessageWriter {
     text += '}';
     return std::move(text);
   }
+  [[nodiscard]] std::size_t sealedBytes() const { return sealed; }
 
  private:
   void require(bool isFine) { isGood = isGood && isFine; }
@@ -270,9 +271,11 @@ class MessageWriter {
     if (!isGood) return;
     begin(name);
     quote(given.view());
+    if (value.isBase64) sealed += given.view().size();
   }
 
   std::string text;
+  std::size_t sealed = 0;
   bool isFirst = false;
   bool isGood = true;
 };
@@ -284,6 +287,7 @@ constexpr std::size_t kRoomForNames = 512;
 
 template <class Message>
 std::variant<Message, MalformedMessage> finished(Message message, MessageWriter writer) {
+  message.sealedBytes = writer.sealedBytes();
   auto text = std::move(writer).finish();
   if (!text) return MalformedMessage{};
   message.text = std::move(*text);

@@ -14,17 +14,20 @@
 // on. Sealed content is not examined.
 namespace quillard::relayserver {
 
-// `text`: what is passed on, the known members in their order.
+// `text`: what is passed on, the known members in their order. `sealedBytes`: of what was read, the ciphertext.
 struct SnapshotMessage {
   std::string text;
+  std::size_t sealedBytes = 0;
 };
 // What time it is on the agent's clock. Passed on, never kept.
 struct ClockMessage {
   std::string text;
+  std::size_t sealedBytes = 0;
 };
 struct ResultMessage {
   std::string decisionID;
   std::string text;
+  std::size_t sealedBytes = 0;
 };
 struct UnpairMessage {
   std::optional<std::string> deviceID;  // Absent: the whole pairing.
@@ -32,11 +35,13 @@ struct UnpairMessage {
 struct RequestMessage {
   std::string decisionID;
   std::string text;
+  std::size_t sealedBytes = 0;
 };
 struct SuppressionMessage {
   std::string_view type;  // A constant.
   std::string decisionID;
   std::string text;
+  std::size_t sealedBytes = 0;
 };
 // A message of a kind that is not known, or not for this role to send: to be ignored.
 struct UnknownMessage {};

@@ -18,13 +18,29 @@ double TokenBucket::tokensAt(Instant now) const {
   return std::min(rate.burst, tokens + passed.count() * rate.perSecond);
 }
 
-bool TokenBucket::take(Instant now) {
+bool TokenBucket::hasOne(Instant now) const {
   constexpr double kRounding = 1e-9;  // Ten tenths of a token are a token.
-  tokens = tokensAt(now);
+  return tokensAt(now) >= 1 - kRounding;
+}
+
+bool TokenBucket::take(Instant now) {
+  const bool isThere = hasOne(now);
+  tokens = isThere ? std::max(0.0, tokensAt(now) - 1) : tokensAt(now);
   filledAt = std::max(filledAt, now);
-  if (tokens < 1 - kRounding) return false;
-  tokens = std::max(0.0, tokens - 1);
-  return true;
+  return isThere;
+}
+
+void TokenBucket::spend(double amount, Instant now) {
+  tokens = tokensAt(now) - amount;
+  filledAt = std::max(filledAt, now);
+}
+
+Duration TokenBucket::debtTime(Instant now) const {
+  constexpr double kLongest = 3600;
+  const double owed = std::max(0.0, -tokensAt(now));
+  const double seconds = rate.perSecond > 0 ? owed / rate.perSecond : kLongest;
+  return std::chrono::duration_cast<Duration>(
+      std::chrono::duration<double>(owed > 0 ? std::min(seconds, kLongest) : 0));
 }
 
 std::chrono::seconds TokenBucket::wait(Instant now) const {

@@ -24,6 +24,16 @@ class TokenBucket {
   [[nodiscard]] bool take(Instant now);
   // Until there is one, rounded up; at least one second.
   [[nodiscard]] std::chrono::seconds wait(Instant now) const;
+  // Whether `take` would succeed.
+  [[nodiscard]] bool hasOne(Instant now) const;
+
+  // Takes `amount`, there or not: what is missing is owed, and paid by what comes in.
+  void spend(double amount, Instant now);
+  // Until nothing is owed.
+  [[nodiscard]] Duration debtTime(Instant now) const;
+  // How full it is, from 0 to 1; below 0 while something is owed.
+  [[nodiscard]] double filling(Instant now) const { return tokensAt(now) / rate.burst; }
+
   // Nothing is remembered that a new one would not know.
   [[nodiscard]] bool isFull(Instant now) const { return tokensAt(now) >= rate.burst; }
 

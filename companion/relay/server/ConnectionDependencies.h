@@ -24,6 +24,8 @@ struct Unfinished {
 struct ConnectionDependencies {
   RelayService& service;
   PairingRooms& rooms;
+  MemoryBudget& memory;
+  MemoryBudget& memoryOfRequests;  // Of connections that are no WebSocket, so that they do not push out those that are.
   const RelayLimits& limits;
   RelayMetrics& metrics;
   EventLog& log;

@@ -63,7 +63,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
         deadline(stream.get_executor()),
         peer(peer),
         plainResponder(std::move(plainResponder)),
-        onEnd(std::move(onEnd)) {}
+        onEnd(std::move(onEnd)),
+        kept(dependencies.memoryOfRequests) {}
   HttpConnection(const HttpConnection&) = delete;
   HttpConnection& operator=(const HttpConnection&) = delete;
   ~HttpConnection() { onEnd(); }
@@ -88,12 +89,15 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   // The parser's own limit is that of what it has not understood yet: headers that come piece by piece could go on.
   void countBytes(std::size_t bytes) {
     const bool isOver = parser && !parser->is_header_done() && received > dependencies.limits.headerBytes;
-    if (isOver) stream.close();
     received += bytes;
+    kept.resize(received);
+    // Where memory is short, those who come last are refused.
+    if (isOver || dependencies.memoryOfRequests.excess() > 0) stream.close();
   }
 
   void readRequest() {
     received = buffer.size();
+    kept.resize(received);
     parser.emplace();
     parser->header_limit(dependencies.limits.headerBytes + 1);
     parser->body_limit(dependencies.limits.bodyBytes);
@@ -144,8 +148,9 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
         .authorization = valuesOf(message, http::field::authorization),
         .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
         .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
+        .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
         .asksForWebSocket = beast::websocket::is_upgrade(message),
-        .rateName = clientAddress(peer, valuesOf(message, "x-forwarded-for"), dependencies.trustedProxies).rateName()};
+        .from = clientAddress(peer, valuesOf(message, "x-forwarded-for"), dependencies.trustedProxies).ratePrefixes()};
   }
 
   void send(HttpResponse answer, bool keepsAlive) {
@@ -188,6 +193,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   const PlainResponder plainResponder;
   const std::function<void()> onEnd;
   beast::flat_buffer buffer{kMostBuffered};
+  MemoryBudget::Share kept;
   std::size_t received = 0;  // Of the present message, and what follows it already.
   std::optional<http::request_parser<http::string_body>> parser;
   std::string head;

@@ -17,7 +17,8 @@ struct RelayConfiguration {
   std::string database;                  // The file that pairings are stored in.
   std::string page;                      // Empty: none is served.
   std::string tlsCertificate;
-  std::string tlsKey;  // Both or none.
+  std::string tlsKey;               // Both or none.
+  std::string registrationKeyFile;  // Empty: registering needs no key.
   bool isBehindProxy = false;
   std::vector<IpNetwork> trustedProxies;  // None unless behind a proxy.
   RelayLimits limits;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <fstream>
 #include <optional>
 #include <unordered_map>
 
@@ -15,8 +16,10 @@
 #include <openssl/ssl.h>
 
 #include "companion/relay/rules/Pairings.h"
+#include "companion/relay/rules/RelayNames.h"
 #include "companion/relay/server/HttpConnection.h"
 #include "companion/relay/server/PhonePageFiles.h"
+#include "companion/relay/server/ProcessMemory.h"
 #include "companion/relay/server/StderrLog.h"
 
 namespace quillard::relayserver {
@@ -27,11 +30,13 @@ using asio::ip::tcp;
 namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
-constexpr std::chrono::hours kTidying{1};
+constexpr std::chrono::minutes kTidying{5};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
 constexpr int kSendBuffer = 256 * 1024;
+// What a client sends while it is not read waits in the system, where it is not counted.
+constexpr int kReceiveBuffer = 256 * 1024;
 
 using TlsContext = std::shared_ptr<asio::ssl::context>;
 
@@ -56,6 +61,14 @@ TlsContext makeTlsContext(const RelayConfiguration& configuration) {
   context->use_certificate_chain_file(configuration.tlsCertificate);
   context->use_private_key_file(configuration.tlsKey, asio::ssl::context::pem);
   return context;
+}
+
+// Empty: there is none, or it is not one.
+std::string readRegistrationKey(const std::string& file) {
+  std::ifstream stream(file);
+  std::string key;
+  std::getline(stream, key);
+  return isRegistrationKey(key) ? key : "";
 }
 
 Moment currentMoment() {
@@ -83,6 +96,7 @@ class RelayServer::Implementation {
 
   void open(const ListenAddress& requested, bool isForMetrics);
   void accept(Listener& listener);
+  void acceptAfter(Duration pause, Listener& listener);
   void serve(tcp::socket socket, bool isForMetrics);
   void awaitSignal();
   void reloadCertificate();
@@ -99,12 +113,17 @@ class RelayServer::Implementation {
   RelayMetrics metrics;
   Unfinished unfinished;
   PhonePage page;
+  std::string registrationKey;
   std::unique_ptr<PairingStore> store;
+  MemoryBudget memory{configuration.limits.memoryBytes / 4 * 3};
+  MemoryBudget memoryOfRequests{configuration.limits.memoryBytes / 4};
   std::optional<Pairings> pairings;
   std::optional<PairingRooms> rooms;
   std::optional<RelayService> service;
   std::optional<ConnectionDependencies> dependencies;
   TlsContext tls;
+  TokenBucket newConnections{configuration.limits.newConnections, Instant{}};
+  ProcessMemory processMemory;
   Instant nextTidying{};
   bool isStopping = false;
   std::unordered_map<std::string, std::size_t> openRequests;  // By address.
@@ -127,16 +146,23 @@ std::string RelayServer::Implementation::prepare() {
     if (!read) return "The page cannot be served from " + configuration.page + ": " + why;
     page = std::move(*read);
   }
+  if (!configuration.registrationKeyFile.empty()) {
+    registrationKey = readRegistrationKey(configuration.registrationKeyFile);
+    if (registrationKey.empty()) {
+      return "There is no usable key in " + configuration.registrationKeyFile +
+             ": one line of 16 to 128 letters, digits, or - . _ ~";
+    }
+  }
   try {
     store = openStore();
     pairings.emplace(*store, configuration.limits);
   } catch (const PairingStore::Failure& failure) {
     return failure.description;
   }
-  rooms.emplace(PairingRooms::Dependencies{*pairings, configuration.limits, metrics, log});
-  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits});
-  dependencies.emplace(ConnectionDependencies{*service, *rooms, configuration.limits, metrics, log, unfinished,
-                                              configuration.trustedProxies, currentMoment});
+  rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log});
+  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey});
+  dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
+                                              log, unfinished, configuration.trustedProxies, currentMoment});
   for (const auto& requested : configuration.listen) {
     try {
       open(requested, false);
@@ -159,6 +185,7 @@ void RelayServer::Implementation::open(const ListenAddress& requested, bool isFo
   listener->acceptor.open(endpoint.protocol());
   listener->acceptor.set_option(asio::socket_base::reuse_address(true));
   if (endpoint.address().is_v6()) listener->acceptor.set_option(asio::ip::v6_only(true));
+  listener->acceptor.set_option(tcp::socket::receive_buffer_size(kReceiveBuffer));
   listener->acceptor.bind(endpoint);
   listener->acceptor.listen();
   listeners.push_back(std::move(listener));
@@ -183,15 +210,23 @@ void RelayServer::Implementation::run() {
 void RelayServer::Implementation::accept(Listener& listener) {
   listener.acceptor.async_accept([this, &listener](const ErrorCode& error, tcp::socket socket) {
     if (!listener.acceptor.is_open()) return;
-    if (!error) {
-      serve(std::move(socket), listener.isForMetrics);
-      return accept(listener);
+    if (error) {
+      log.warn("A connection could not be accepted: " + error.message());
+      return acceptAfter(kAcceptPause, listener);
     }
-    log.warn("A connection could not be accepted: " + error.message());
-    listener.pause.expires_after(kAcceptPause);
-    listener.pause.async_wait([this, &listener](const ErrorCode& ended) {
-      if (!ended && listener.acceptor.is_open()) accept(listener);
-    });
+    serve(std::move(socket), listener.isForMetrics);
+    const auto now = std::chrono::steady_clock::now();
+    newConnections.spend(1, now);
+    acceptAfter(newConnections.debtTime(now), listener);
+  });
+}
+
+// Those that come meanwhile wait in the system.
+void RelayServer::Implementation::acceptAfter(Duration pause, Listener& listener) {
+  if (pause == Duration::zero()) return accept(listener);
+  listener.pause.expires_after(pause);
+  listener.pause.async_wait([this, &listener](const ErrorCode& ended) {
+    if (!ended && listener.acceptor.is_open()) accept(listener);
   });
 }
 
@@ -203,7 +238,7 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
   // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
   socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
   const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
-  const std::string name = peer.rateName();
+  const std::string name = peer.ratePrefixes().front();
   const bool isTrusted = std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
                                      [&](const IpNetwork& network) { return network.contains(peer); });
   const auto open = openRequests.find(name);
@@ -225,6 +260,7 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
 HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& request) {
   if (request.target != "/metrics" || request.method != "GET") return errorResponse(404, "Only /metrics is here.");
   metrics.pairings = pairings->count();
+  metrics.memoryBytes = memory.used() + memoryOfRequests.used();
   return {.headers = {{"content-type", "text/plain; version=0.0.4; charset=utf-8"}},
           .body = std::make_shared<const std::string>(prometheusText(metrics))};
 }
@@ -259,6 +295,7 @@ void RelayServer::Implementation::awaitTick() {
     if (error) return;
     const auto now = currentMoment();
     rooms->tick(now.instant);
+    processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
     if (now.instant >= nextTidying) tidy();
     for (const auto& failure : pairings->takeFailures()) {
       ++metrics.storeFailures;

@@ -22,6 +22,7 @@ constexpr std::chrono::seconds kHandshakeTimeout{10};
 constexpr std::chrono::seconds kCloseTimeout{5};
 // What a connection keeps of its buffer between messages.
 constexpr std::size_t kKeptBuffer = 16 * 1024;
+constexpr std::size_t kLargestPart = 64 * 1024;
 
 // One agent or phone. States: answering the handshake -> open -> closing -> gone. The operations under
 // way own it.
@@ -31,7 +32,9 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
       : dependencies(dependencies),
         socket(std::move(stream)),
         timeout(socket.get_executor()),
-        outgoing(dependencies.limits.queuedBytes, dependencies.limits.queuedMessages) {
+        nextRead(socket.get_executor()),
+        outgoing(dependencies.limits.queuedBytes, dependencies.limits.queuedMessages),
+        unfinished(dependencies.memory) {
     ++dependencies.unfinished.webSockets;
   }
   WebSocketConnection(const WebSocketConnection&) = delete;
@@ -49,7 +52,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.next_layer().setOnBytes(
         [this](std::size_t) { this->dependencies.rooms.didReceiveBytes(*this, now().instant); });
     // Joins before the answer is sent, so that the same place cannot be granted twice meanwhile.
-    dependencies.rooms.join(shared_from_this(), admission.who, now().instant);
+    dependencies.rooms.join(shared_from_this(), admission.who, admission.from, now().instant);
     ++dependencies.metrics.answers[101];
     socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
   }
@@ -76,8 +79,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   void abort() override {
     state = State::closing;
     outgoing.clear(isWriting);
+    unfinished.resize(0);
+    nextRead.cancel();
     socket.next_layer().close();
   }
+
+  [[nodiscard]] std::size_t heldBytes() const override { return unfinished.bytes() + outgoing.bytes(); }
 
  private:
   enum class State { answering, open, closing };
@@ -98,6 +105,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   // The read that is under way notices the end.
   void sendClose() {
     state = State::closing;
+    nextRead.cancel();  // The answer has to be read.
     timeout.expires_after(kCloseTimeout);
     timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
@@ -107,19 +115,26 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
                        [self = shared_from_this()](const ErrorCode&) { self->end(); });
   }
 
+  // A part of a message: what it announces to be as a whole takes no memory before it is there.
   void read() {
-    socket.async_read(buffer, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
+    socket.async_read_some(buffer, kLargestPart, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
       if (error) return self->end();
-      self->take();
+      if (self->socket.is_message_done()) return self->take();
+      self->unfinished.resize(self->buffer.capacity());
+      self->dependencies.rooms.didReceivePart(*self, self->now().instant);
       self->read();
     });
   }
 
   void take() {
     const auto bytes = buffer.cdata();
-    dependencies.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
+    const Duration wait = dependencies.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
     buffer.consume(buffer.size());
     if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
+    unfinished.resize(0);
+    if (wait == Duration::zero()) return read();
+    nextRead.expires_after(wait);
+    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) { self->read(); });
   }
 
   void writeNext() {
@@ -139,12 +154,15 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     if (state == State::closing && closeCode) return;  // The close message is under way, or done.
     state = State::closing;
     outgoing.clear(isWriting);
+    unfinished.resize(0);
   }
 
   const ConnectionDependencies& dependencies;
   websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
-  boost::asio::steady_timer timeout;  // For the close message, which may be stuck behind one that is not read.
+  boost::asio::steady_timer timeout;   // For the close message, which may be stuck behind one that is not read.
+  boost::asio::steady_timer nextRead;  // Messages that cost much have to be paid for first.
   OutgoingQueue outgoing;
+  MemoryBudget::Share unfinished;
   beast::flat_buffer buffer;
   State state = State::answering;
   bool isWriting = false;

@@ -12,10 +12,11 @@
 namespace quillard::relayserver {
 namespace {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
 
-constexpr const char* kSchema = R"(
+// The first form; later ones are made of it step by step, so that there is one way to each.
+constexpr const char* kFirstSchema = R"(
   CREATE TABLE pairings (id TEXT PRIMARY KEY, token BLOB NOT NULL, seen INTEGER NOT NULL) WITHOUT ROWID;
   CREATE INDEX pairings_by_seen ON pairings (seen);
   CREATE TABLE revocations (id TEXT PRIMARY KEY, at INTEGER NOT NULL) WITHOUT ROWID;
@@ -23,6 +24,13 @@ constexpr const char* kSchema = R"(
   CREATE TABLE removed_phones (pairing TEXT NOT NULL, device TEXT NOT NULL, at INTEGER NOT NULL,
                                PRIMARY KEY (pairing, device)) WITHOUT ROWID;
   PRAGMA user_version = 1;
+)";
+
+// Whether anybody has joined: of those that were there before, it is taken for granted.
+constexpr const char* kSecondSchema = R"(
+  ALTER TABLE pairings ADD COLUMN joined INTEGER NOT NULL DEFAULT 1;
+  CREATE INDEX unjoined_pairings ON pairings (seen) WHERE joined = 0;
+  PRAGMA user_version = 2;
 )";
 
 [[noreturn]] void failForFile(const std::string& file, const std::string& why) {
@@ -142,22 +150,25 @@ void SqlitePairingStore::prepareSchema() {
     version.step();
     const auto found = version.number(0);
     if (found > kSchemaVersion) throw Failure{"a newer version has written it."};
-    if (found == 0) execute(kSchema);
+    if (found < 1) execute(kFirstSchema);
+    if (found < 2) execute(kSecondSchema);
   });
 }
 
 std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& pairingID) {
   // One statement whatever there is.
   Statement found(*this,
-                  "SELECT 1, at, NULL FROM revocations WHERE id = ?1 UNION ALL "
-                  "SELECT 0, seen, token FROM pairings WHERE id = ?1 ORDER BY 1 DESC LIMIT 1");
+                  "SELECT 1, at, NULL, 1 FROM revocations WHERE id = ?1 UNION ALL "
+                  "SELECT 0, seen, token, joined FROM pairings WHERE id = ?1 ORDER BY 1 DESC LIMIT 1");
   if (!found.with(pairingID).step()) return std::nullopt;
   const bool isRevoked = found.number(0) == 1;
-  return Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)), .lastUsed = found.number(1)};
+  return Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)),
+               .lastUsed = found.number(1),
+               .isJoined = found.number(3) != 0};
 }
 
 void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {
-  Statement(*this, "INSERT INTO pairings (id, token, seen) VALUES (?, ?, ?)")
+  Statement(*this, "INSERT INTO pairings (id, token, seen, joined) VALUES (?, ?, ?, 0)")
       .with(pairingID)
       .with(token)
       .with(now)
@@ -166,6 +177,10 @@ void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& toke
 
 void SqlitePairingStore::markUsed(const std::string& pairingID, std::int64_t now) {
   Statement(*this, "UPDATE pairings SET seen = ?2 WHERE id = ?1").with(pairingID).with(now).run();
+}
+
+void SqlitePairingStore::markJoined(const std::string& pairingID, std::int64_t now) {
+  Statement(*this, "UPDATE pairings SET seen = ?2, joined = 1 WHERE id = ?1").with(pairingID).with(now).run();
 }
 
 void SqlitePairingStore::revoke(const std::string& pairingID, std::int64_t now, std::size_t most) {
@@ -203,15 +218,35 @@ bool SqlitePairingStore::isRemoved(const std::string& pairingID, const std::stri
   return found.with(pairingID).with(deviceID).step();
 }
 
-std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore) {
+std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) {
   std::vector<std::string> purged;
   inTransaction([&] {
-    Statement old(*this, "DELETE FROM pairings WHERE seen < ? RETURNING id");
-    old.with(usedBefore);
-    while (old.step()) purged.push_back(old.text(0));
+    const auto purge = [&](const char* sql, std::int64_t before) {
+      Statement old(*this, sql);
+      old.with(before);
+      while (old.step()) purged.push_back(old.text(0));
+    };
+    purge("DELETE FROM pairings WHERE seen < ? RETURNING id", usedBefore);
+    purge("DELETE FROM pairings WHERE joined = 0 AND seen < ? RETURNING id", unjoinedBefore);
     Statement(*this, "DELETE FROM removed_phones WHERE pairing NOT IN (SELECT id FROM pairings)").run();
   });
   return purged;
+}
+
+bool SqlitePairingStore::forgetOldestUnjoined() {
+  Statement oldest(*this,
+                   "DELETE FROM pairings WHERE id = (SELECT id FROM pairings WHERE joined = 0 ORDER BY seen LIMIT 1) "
+                   "RETURNING id");
+  const bool isThere = oldest.step();
+  while (isThere && oldest.step()) {
+  }
+  return isThere;
+}
+
+std::size_t SqlitePairingStore::countUnjoined() {
+  Statement counted(*this, "SELECT COUNT(*) FROM pairings WHERE joined = 0");
+  counted.step();
+  return static_cast<std::size_t>(counted.number(0));
 }
 
 std::size_t SqlitePairingStore::count() {

@@ -10,7 +10,8 @@ struct sqlite3_stmt;
 
 namespace quillard::relayserver {
 
-// The store in one SQLite file of the user's own (0600), with a write-ahead log beside it.
+// The store in one SQLite file of the user's own (0600), with a write-ahead log beside it. A file that an earlier
+// version has written is brought up to date when it is opened.
 class SqlitePairingStore final : public PairingStore {
  public:
   // Makes the file where there is none. Throws Failure: it cannot be made or opened, it is a link, it belongs to
@@ -21,12 +22,15 @@ class SqlitePairingStore final : public PairingStore {
   std::optional<Entry> find(const std::string& pairingID) override;
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
   void markUsed(const std::string& pairingID, std::int64_t now) override;
+  void markJoined(const std::string& pairingID, std::int64_t now) override;
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;
   void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
                    std::size_t most) override;
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
-  std::vector<std::string> purge(std::int64_t usedBefore) override;
+  std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
+  bool forgetOldestUnjoined() override;
   std::size_t count() override;
+  std::size_t countUnjoined() override;
 
  private:
   class Statement;

@@ -66,7 +66,7 @@ TEST_F(SqliteStore, PurgesWithWhatBelongsToIt) {
   store.add("old", hashOf(kToken), 100);
   store.add("new", hashOf(kToken), 101);
   store.removePhone("old", "A", 100, 10);
-  EXPECT_EQ(store.purge(101), std::vector<std::string>{"old"});
+  EXPECT_EQ(store.purge(101, 0), std::vector<std::string>{"old"});
   EXPECT_FALSE(store.find("old"));
   EXPECT_FALSE(store.isRemoved("old", "A"));
   EXPECT_TRUE(store.find("new"));

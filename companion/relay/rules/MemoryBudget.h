@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "companion/relay/rules/RelayPeer.h"
+
+namespace quillard::relayserver {
+
+// Counts the memory that clients can make the relay keep: messages that have not arrived as a whole, and texts, be they
+// kept as snapshots or waiting to be sent; a text that waits for many counts once. Shares and texts may outlive it.
+class MemoryBudget {
+  struct Count {
+    std::size_t used = 0;
+  };
+
+ public:
+  // `most`: bytes.
+  explicit MemoryBudget(std::size_t most) : most(most) {}
+
+  // What one connection keeps. Given back when it is destroyed.
+  class Share {
+   public:
+    explicit Share(const MemoryBudget& budget) : count(budget.count) {}
+    ~Share() { resize(0); }
+    Share(const Share&) = delete;
+    Share& operator=(const Share&) = delete;
+
+    void resize(std::size_t bytes) {
+      count->used = count->used - mine + bytes;
+      mine = bytes;
+    }
+    [[nodiscard]] std::size_t bytes() const { return mine; }
+
+   private:
+    const std::shared_ptr<Count> count;
+    std::size_t mine = 0;
+  };
+
+  // The text, counted until its last holder lets go of it.
+  [[nodiscard]] MessageText hold(std::string text);
+
+  [[nodiscard]] std::size_t used() const { return count->used; }
+  // How many bytes there are too many.
+  [[nodiscard]] std::size_t excess() const { return count->used > most ? count->used - most : 0; }
+
+ private:
+  const std::size_t most;
+  const std::shared_ptr<Count> count = std::make_shared<Count>();
+};
+
+}  // namespace quillard::relayserver

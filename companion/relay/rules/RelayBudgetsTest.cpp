@@ -1,0 +1,311 @@
+#include <gtest/gtest.h>
+
+#include "companion/relay/rules/MemoryBudget.h"
+#include "companion/relay/rules/PrefixBuckets.h"
+#include "companion/relay/rules/RelayWorld.h"
+#include "companion/relay/rules/TrafficBudget.h"
+
+// What strangers may cost.
+namespace quillard::relayserver {
+namespace {
+
+using namespace std::chrono_literals;
+
+const RatePrefixes kOne{"2001:db8:1:1::", "2001:db8:1::", "2001:db8:1::"};
+
+// ---- Buckets
+
+TEST(TokenBucket, OwesWhatWasSpentAndNotThere) {
+  Instant now{1h};
+  TokenBucket bucket({10, 2}, now);
+  bucket.spend(14, now);
+  EXPECT_EQ(bucket.debtTime(now), 2s);
+  EXPECT_LT(bucket.filling(now), 0);
+  EXPECT_FALSE(bucket.take(now + 2s));
+  EXPECT_EQ(bucket.debtTime(now + 2s), 0s);
+  EXPECT_TRUE(bucket.take(now + 2500ms));
+}
+
+TEST(PrefixBuckets, CountEachWidthAlikeAndGiveWiderOnesFourTimesAsMuch) {
+  PrefixBuckets buckets({2, 1}, 100);
+  const Instant now{1h};
+  const auto takes = [&](const RatePrefixes& prefixes) {
+    int times = 0;
+    while (buckets.take(prefixes, now)) ++times;
+    return times;
+  };
+  // One network of 64 bits after another, in one of 56.
+  EXPECT_EQ(takes({"a1", "a", "x"}), 2);
+  EXPECT_EQ(takes({"a2", "a", "x"}), 2);
+  EXPECT_EQ(takes({"a3", "a", "x"}), 2);
+  EXPECT_EQ(takes({"a4", "a", "x"}), 2);
+  EXPECT_EQ(takes({"a5", "a", "x"}), 0);
+  // Another one of 56, until the one of 48 has nothing left.
+  int others = 0;
+  for (int i = 0; i < 100; ++i) others += takes({"b" + std::to_string(i), "b" + std::to_string(i / 4), "x"});
+  EXPECT_EQ(others, 32 - 8);
+  EXPECT_EQ(takes({"c", "c", "y"}), 2);
+}
+
+TEST(PrefixBuckets, TakeFromNoneWhereOneIsEmpty) {
+  PrefixBuckets buckets({2, 1}, 100);
+  const Instant now{1h};
+  for (int i = 0; i < 8; ++i) EXPECT_TRUE(buckets.take({std::to_string(i), "a", std::to_string(i)}, now));
+  EXPECT_FALSE(buckets.take({"new", "a", "new"}, now));
+  EXPECT_TRUE(buckets.take({"new", "b", "b"}, now));
+  EXPECT_TRUE(buckets.take({"new", "b", "b"}, now));
+}
+
+// ---- Traffic
+
+TEST(TrafficBudget, ReadsAPairingOnAsLongAsItOwesNothing) {
+  const RelayLimits limits{.pairingBytes = {1000, 100}};
+  const Instant now{1h};
+  TrafficBudget traffic(limits, now);
+  auto pairing = traffic.makePairing(now);
+  EXPECT_EQ(traffic.spend(pairing, kOne, {.received = 600, .sent = 400}, now), 0s);
+  EXPECT_EQ(traffic.spend(pairing, kOne, {.received = 200}, now), 2s);
+  EXPECT_EQ(traffic.spend(pairing, kOne, {.received = 100'000}, now), limits.longestWait);
+  auto another = traffic.makePairing(now);
+  EXPECT_EQ(traffic.spend(another, kOne, {.received = 200}, now), 0s);
+}
+
+TEST(TrafficBudget, MakesWhatIsNotSealedDearer) {
+  const auto sealed = costOf({.received = 1'000'000, .sealed = 1'000'000});
+  const auto plain = costOf({.received = 1'000'000});
+  EXPECT_EQ(sealed.bytes, plain.bytes);
+  EXPECT_GT(plain.seconds, 10 * sealed.seconds);
+}
+
+TEST(TrafficBudget, CountsAllPairingsOfAnAddress) {
+  const RelayLimits limits{.addressBytes = {1000, 100}};
+  const Instant now{1h};
+  TrafficBudget traffic(limits, now);
+  for (int i = 0; i < 10; ++i) {
+    auto pairing = traffic.makePairing(now);
+    EXPECT_EQ(traffic.spend(pairing, {"192.0.2.1"}, {.received = 100}, now), 0s);
+  }
+  auto pairing = traffic.makePairing(now);
+  EXPECT_EQ(traffic.spend(pairing, {"192.0.2.1"}, {.received = 100}, now), 1s);
+  EXPECT_EQ(traffic.spend(pairing, {"192.0.2.2"}, {.received = 100}, now), 0s);
+}
+
+TEST(TrafficBudget, LetsThoseWaitFirstWhoHaveSpentMost) {
+  const RelayLimits limits{.pairingBytes = {1000, 100}, .allBytes = {1000, 1000}};
+  const Instant now{1h};
+  TrafficBudget traffic(limits, now);
+  auto heavy = traffic.makePairing(now);
+  auto light = traffic.makePairing(now);
+  EXPECT_EQ(traffic.spend(heavy, {"a"}, {.received = 900}, now), 0s);
+  EXPECT_EQ(traffic.spend(light, {"b"}, {.received = 300}, now), 0s);
+  EXPECT_GT(traffic.spend(heavy, {"a"}, {.received = 1}, now), 0s);
+  // Where that does not help, everybody does.
+  EXPECT_EQ(traffic.spend(light, {"b"}, {.received = 100}, now), 0s);
+  auto third = traffic.makePairing(now);
+  EXPECT_GT(traffic.spend(third, {"c"}, {.received = 400}, now), 0s);
+}
+
+TEST(PairingRooms, MakeAPeerWaitForWhatItsMessagesCost) {
+  RelayWorld world({.agentMessages = {1000, 1000}, .pairingBytes = {64 * 1024, 1024}});
+  const auto agent = world.joinAgent();
+  auto message = snapshot();
+  message["encryptedApprovals"]["ciphertext"] = std::string(60 * 1024, 'A');
+  EXPECT_EQ(world.say(*agent, message), 0s);
+  const auto wait = world.say(*agent, message);
+  EXPECT_GT(wait, 5s);
+  EXPECT_LE(wait, world.limits.longestWait);
+  EXPECT_FALSE(agent->closed);
+  // Whoever is not read is not taken for dead.
+  world.run(world.limits.idle + 4s);
+  EXPECT_FALSE(agent->isAborted);
+}
+
+TEST(PairingRooms, ChargeForEachPhoneThatASnapshotGoesTo) {
+  RelayWorld world({.agentMessages = {1000, 1000}, .pairingBytes = {100 * 1024, 1024}});
+  const auto agent = world.joinAgent();
+  auto message = snapshot();
+  message["encryptedApprovals"]["ciphertext"] = std::string(60 * 1024, 'A');
+  EXPECT_EQ(world.say(*agent, message), 0s);
+  world.advance(1h);
+  const auto phone = world.joinPhone("A");
+  EXPECT_GT(world.say(*agent, message), 0s);
+}
+
+// ---- Memory
+
+TEST(MemoryBudget, CountsATextOnceForAllWhoHoldIt) {
+  MemoryBudget memory(100);
+  auto text = memory.hold(std::string(60, 'x'));
+  auto copy = text;
+  EXPECT_EQ(memory.used(), 60U);
+  text = nullptr;
+  EXPECT_EQ(memory.used(), 60U);
+  EXPECT_EQ(copy->size(), 60U);
+  copy = nullptr;
+  EXPECT_EQ(memory.used(), 0U);
+}
+
+TEST(MemoryBudget, GetsSharesBack) {
+  MemoryBudget memory(100);
+  {
+    MemoryBudget::Share share(memory);
+    share.resize(150);
+    share.resize(120);
+    EXPECT_EQ(memory.excess(), 20U);
+  }
+  EXPECT_EQ(memory.used(), 0U);
+}
+
+// A peer that makes the relay keep `bytes` of a message that has not arrived as a whole.
+std::shared_ptr<FakePeer> holding(RelayWorld& world, const std::string& device, const RatePrefixes& from,
+                                  std::size_t bytes) {
+  auto peer = world.join({.role = Role::phone, .pairingID = kPairing, .deviceID = device}, from);
+  peer->held = bytes;
+  return peer;
+}
+
+TEST(PairingRooms, DropTheLargestAndNewestOfTheNetworkThatKeepsMost) {
+  RelayWorld world({.memoryBytes = 1000});
+  MemoryBudget::Share share(world.memory);
+  const auto honest = holding(world, "honest", {"a"}, 350);
+  const auto small = holding(world, "small", {"b"}, 100);
+  const auto large = holding(world, "large", {"b"}, 200);
+  const auto newest = holding(world, "newest", {"b"}, 200);
+  share.resize(1000);
+  world.rooms.didReceivePart(*honest, world.instant);
+  EXPECT_FALSE(newest->isAborted);
+  share.resize(1001);
+  world.rooms.didReceivePart(*honest, world.instant);
+  EXPECT_TRUE(newest->isAborted);
+  EXPECT_FALSE(large->isAborted);
+  EXPECT_FALSE(small->isAborted);
+  EXPECT_FALSE(honest->isAborted);
+  EXPECT_EQ(world.metrics.droppedForMemory, 1U);
+}
+
+TEST(PairingRooms, DropSnapshotsWhereNobodyKeepsAnythingElse) {
+  RelayWorld world({.memoryBytes = 1000});
+  const auto agent = world.joinAgent();
+  world.say(*agent, snapshot());
+  EXPECT_GT(world.metrics.snapshotBytes, 0U);
+  MemoryBudget::Share share(world.memory);
+  share.resize(1000);
+  world.rooms.didReceivePart(*agent, world.instant);
+  EXPECT_EQ(world.metrics.snapshotBytes, 0U);
+  EXPECT_FALSE(agent->isAborted);
+}
+
+TEST(PairingRooms, CloseThoseWhoDoNotFinishAMessage) {
+  RelayWorld world;
+  const auto slow = world.joinAgent();
+  world.rooms.didReceivePart(*slow, world.instant);
+  const auto keepAlive = [&](Duration by) {
+    for (Duration done{}; done < by; done += 1s) {
+      world.advance(1s);
+      world.rooms.didReceiveBytes(*slow, world.instant);
+      world.rooms.didReceivePart(*slow, world.instant);
+      world.rooms.tick(world.instant);
+    }
+  };
+  keepAlive(59s);
+  EXPECT_FALSE(slow->closed);
+  world.say(*slow, snapshot());
+  world.rooms.didReceivePart(*slow, world.instant);
+  keepAlive(59s);
+  EXPECT_FALSE(slow->closed);
+  keepAlive(1s);
+  EXPECT_EQ(slow->closed, CloseCode::tooManyMessages);
+}
+
+// ---- Pairings that nobody has joined, and rooms that nobody is in
+
+TEST(Pairings, ForgetInAnHourWhatNobodyHasJoined) {
+  RelayWorld world;
+  (void)world.registerToken(kToken, "joined");
+  (void)world.registerToken(kToken, "idle");
+  EXPECT_EQ(world.connect("role=mac&pairing=joined"), 101);
+  world.advance(50min);
+  EXPECT_TRUE(world.pairings.tidy(world.epochSeconds).empty());
+  world.advance(1s);
+  EXPECT_EQ(world.pairings.tidy(world.epochSeconds), std::vector<std::string>{"idle"});
+  EXPECT_EQ(world.connect("role=mac&pairing=joined"), 101);
+}
+
+TEST(Pairings, TakeNewcomersHoweverManyRegisterAndNeverJoin) {
+  RelayWorld world({.registrations = {1e6, 1}, .newPairings = {1e6, 1}, .pairings = 100, .unjoinedPairings = 10});
+  EXPECT_EQ(world.registerToken(kToken, "honest").status, 204);
+  EXPECT_EQ(world.connect("role=mac&pairing=honest"), 101);
+  for (int i = 0; i < 1000; ++i) {
+    world.advance(1s);
+    ASSERT_EQ(world.registerToken(kToken, "s" + std::to_string(i)).status, 204);
+  }
+  EXPECT_EQ(world.pairings.count(), 11U);
+  EXPECT_EQ(world.registerToken(kToken, "newcomer").status, 204);
+  EXPECT_EQ(world.connect("role=mac&pairing=newcomer"), 101);
+  EXPECT_EQ(world.connect("role=mac&pairing=honest"), 101);
+}
+
+TEST(Pairings, AreNewOnlySoOften) {
+  RelayWorld world({.registrations = {1e6, 1}, .newPairings = {2, 1}});
+  EXPECT_EQ(world.registerToken(kToken, "a").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "b").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "c").status, 429);
+  EXPECT_EQ(world.registerToken(kToken, "a").status, 204);
+  world.advance(1s);
+  EXPECT_EQ(world.registerToken(kToken, "c").status, 204);
+}
+
+TEST(RelayService, WantsTheOperatorsKeyForNewPairingsOnly) {
+  RelayWorld world;
+  (void)world.registerToken(kToken, "old");
+  RelayService service({world.pairings, world.rooms, world.page, world.limits, "0123456789abcdef"});
+  const auto put = [&](const std::string& name, const std::string& key) {
+    return service
+        .answer({.method = "PUT",
+                 .target = "/api/pairings/" + name + "/relay-token",
+                 .body = R"({"client":"mac","version":1})",
+                 .authorization = {"Bearer " + kToken},
+                 .registrationKey = key,
+                 .from = {"192.0.2.1"}},
+                world.now())
+        .status;
+  };
+  EXPECT_EQ(put("new", ""), 403);
+  EXPECT_EQ(put("new", "0123456789abcdeF"), 403);
+  EXPECT_EQ(put("old", ""), 204);
+  EXPECT_EQ(put("new", "0123456789abcdef"), 204);
+}
+
+TEST(PairingRooms, KeepNothingOfARoomThatIsEmptyForLong) {
+  RelayWorld world;
+  auto phone = world.joinPhone("A");
+  world.rooms.leave(*phone, world.instant);
+  world.run(9min);
+  EXPECT_EQ(world.rooms.roomCount(), 1U);
+  world.run(2min);
+  EXPECT_EQ(world.rooms.roomCount(), 0U);
+}
+
+TEST(PairingRooms, KeepASnapshotForADayAfterEverybodyHasLeft) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  world.say(*agent, snapshot());
+  world.rooms.leave(*agent, world.instant);
+  const auto later = [&](Duration by) {
+    world.run(10s);  // Notices who has left.
+    world.advance(by);
+    world.rooms.tick(world.instant);
+  };
+  later(23h);
+  EXPECT_EQ(world.joinPhone("A")->ofType("mac.snapshot").size(), 1U);
+  const auto phone = world.joinPhone("A");
+  world.rooms.leave(*phone, world.instant);
+  later(23h);
+  EXPECT_EQ(world.rooms.roomCount(), 1U);
+  later(2h);
+  EXPECT_EQ(world.rooms.roomCount(), 0U);
+  EXPECT_EQ(world.metrics.snapshotBytes, 0U);
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 namespace quillard {
@@ -58,6 +60,12 @@ std::size_t endOf(std::string_view text, std::size_t at) {
 }
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool isBeyondAllLimits(std::string_view number) {
+  constexpr std::size_t kAlwaysSmallEnough = 300;  // Digits.
+  const bool canBe = number.size() > kAlwaysSmallEnough || number.find_first_of("eE") != std::string_view::npos;
+  return canBe && std::isinf(std::strtod(std::string(number).c_str(), nullptr));
+}
 
 int hexadecimal(char c) {
   if (isDigit(c)) return c - '0';
@@ -263,6 +271,7 @@ JsonToken JsonTokens::readNumber() {
     if (!skipDigits()) return fail(Failure::malformed);
   }
   written = text.substr(from, at - from);
+  if (isBeyondAllLimits(written)) return fail(Failure::malformed);
   didReadValue();
   return JsonToken::number;
 }

@@ -30,8 +30,8 @@ enum class JsonToken {
 };
 
 // Goes through a JSON text once, from token to token, and builds nothing of it: the strict grammar of RFC 8259, in
-// UTF-8, without a byte order mark, without members that stand twice in one object and without halves of surrogate
-// pairs. A byte of zero is no end of the text but a byte that is not allowed.
+// UTF-8, without a byte order mark, without members that stand twice in one object, halves of surrogate pairs and
+// numbers beyond what a double can hold. A byte of zero is no end of the text but a byte that is not allowed.
 //
 // Only after `end` is the text known to be JSON: tokens before it are those of its beginning. The time grows with the
 // length of the text, and with the square of `limits.members` at worst.

@@ -100,7 +100,7 @@ std::string JsonError::description() const { return path.empty() ? message : pat
 std::variant<Json, JsonError> parseStrictJson(std::string_view text, JsonLimits limits) {
   if (auto error = errorIn(text, limits)) return *error;
   Json json = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (json.is_discarded()) return JsonError{"", kNoJson};  // A number that goes beyond all limits.
+  if (json.is_discarded()) return JsonError{"", kNoJson};
   return json;
 }
 

@@ -2,6 +2,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "foundation/StrictJson.h"
+#include "support/JsonConformance.h"
 
 namespace quillard {
 namespace {
@@ -120,6 +121,14 @@ TEST(JsonReader, ReadsDatesAndIdentities) {
   JsonReader identities{json};
   (void)identities.uuid("u");
   EXPECT_EQ(identities.error()->description(), "u: Expected a UUID.");
+}
+
+TEST(StrictJson, KeepsEveryRuleOfTheStandard) {
+  const auto cases = test::jsonConformance(QUILLARD_GOLDEN_DIRECTORY);
+  ASSERT_GT(cases.size(), 150U);
+  for (const auto& one : cases) {
+    EXPECT_EQ(errorOf(one.text) == "no error", one.isJson) << one.about << ": " << testing::PrintToString(one.text);
+  }
 }
 
 RC_GTEST_PROP(StrictJson, NeverChokesOnText, (const std::string& text)) { (void)parseStrictJson(text); }

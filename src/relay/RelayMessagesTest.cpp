@@ -6,6 +6,7 @@
 #include "foundation/IsoDate.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayMessages.h"
+#include "support/JsonConformance.h"
 
 namespace quillard {
 namespace {
@@ -102,7 +103,8 @@ TEST(RelayMessages, RefuseBadInput) {
       {"7", "Expected an object."},
       {R"({"type":"phone.status")", "The text is not valid JSON."},
       {std::string(500'000, '['), "The JSON text is nested too deeply."},
-      {R"({"type":)" + std::string(40, '{'), "The JSON text is nested too deeply."},
+      {R"({"type":)" + std::string(40, '['), "The JSON text is nested too deeply."},
+      {R"({"type":)" + std::string(40, '{'), "The text is not valid JSON."},
       {std::string(1024 * 1024 + 1, ' '), "The JSON text is too long."},
       {R"({"type":"phone.status","type":"approval.request"})", "type: The member stands twice."},
       {R"({"type":"phone.status","phoneConnected":true,"phoneCount":1e400})", "The text is not valid JSON."},
@@ -228,6 +230,27 @@ TEST(RelayCommands, CarryAnEnvelopeToTheAgentAsJsonToo) {
   EXPECT_EQ(text, R"({"decisionID":"d","command":{"approvalID":"00000000-0000-0000-0000-000000000000",)"
                   R"("buttonLabel":"Allow"},"issuedAt":"2026-03-01T12:34:56Z"})");
   EXPECT_EQ(std::get<ApprovalRequestEnvelope>(readRelayCommand<ApprovalRequestEnvelope>(text)), envelope);
+}
+
+TEST(RelayMessages, KeepEveryRuleOfJsonInMembersThatTheyIgnore) {
+  const auto cases = test::jsonConformance(QUILLARD_GOLDEN_DIRECTORY);
+  ASSERT_GT(cases.size(), 150U);
+  for (const auto& one : cases) {
+    const auto frame = R"({"phoneConnected":true,"phoneCount":0,"x":)" + one.text + R"(,"type":"phone.status"})";
+    EXPECT_EQ(std::holds_alternative<PhoneStatusRelayMessage>(readRelayRecord<PhoneStatusRelayMessage>(frame)),
+              one.isJson)
+        << one.about << ": " << testing::PrintToString(one.text);
+  }
+}
+
+TEST(RelayCommands, KeepEveryRuleOfJsonInMembersThatTheyIgnore) {
+  for (const auto& one : test::jsonConformance(QUILLARD_GOLDEN_DIRECTORY)) {
+    const auto text =
+        R"({"approvalID":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","x":)" + one.text + R"(,"buttonLabel":"Allow"})";
+    EXPECT_EQ(std::holds_alternative<ApprovalRequestCommand>(readRelayCommand<ApprovalRequestCommand>(text)),
+              one.isJson)
+        << one.about << ": " << testing::PrintToString(one.text);
+  }
 }
 
 }  // namespace

@@ -181,13 +181,23 @@ TEST_P(WebSocketContract, FailsOnAMessageThatIsTooLongWithoutWaitingForItsEnd) {
 TEST_P(WebSocketContract, FailsOnFramesThatBreakTheProtocol) {
   const auto binding = make();
   const std::vector<std::string> frames{
-      std::string("\x81\x02\xC3\x28", 4),  // No UTF-8.
-      std::string("\x80\x01x", 3),         // Goes on with nothing.
-      std::string("\xC1\x01x", 3),         // A reserved bit.
-      std::string("\x83\x01x", 3),         // A reserved kind.
-      std::string("\x89\x7E\x00\x7E", 4),  // A long ping.
-      std::string("\x09\x01x", 3),         // A ping in pieces.
-      std::string("\x88\x01x", 3),         // Half a close code.
+      std::string("\x81\x02\xC3\x28", 4),                            // No UTF-8.
+      std::string("\x80\x01x", 3),                                   // Goes on with nothing.
+      std::string("\xC1\x01x", 3),                                   // A reserved bit.
+      std::string("\x83\x01x", 3),                                   // A reserved kind.
+      std::string("\x89\x7E\x00\x7E", 4),                            // A long ping.
+      std::string("\x09\x01x", 3),                                   // A ping in pieces.
+      std::string("\x88\x01x", 3),                                   // Half a close code.
+      std::string("\x88\x02\x03\xE7", 4),                            // A close code that none may send.
+      std::string("\x88\x03\x03\xE8\xFF", 5),                        // A reason that is no UTF-8.
+      std::string("\x8B\x00", 2),                                    // A reserved kind of control frame.
+      std::string("\xA1\x01x", 3),                                   // The next reserved bit.
+      std::string("\x91\x01x", 3),                                   // And the last.
+      std::string("\x01\x01x\x81\x01y", 6),                          // A text within a text.
+      std::string("\x81\x7E\x00\x01x", 5),                           // A length in more bytes than it needs.
+      std::string("\x81\x7F\x00\x00\x00\x00\x00\x00\x00\x01x", 11),  // In even more.
+      std::string("\x81\x7F\xFF\x00\x00\x00\x00\x00\x00\x01x", 11),  // A length that nothing has.
+      std::string("\x01\x01\xC3\x80\x01(", 6),                       // No UTF-8, in pieces.
   };
   for (const auto& frame : frames) {
     ScriptedServer server([&](ServerConnection& connection) {

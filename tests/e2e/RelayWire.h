@@ -43,6 +43,8 @@ class RelayWire {
   // The start of a frame that claims to be `size` bytes long.
   bool sendFrameHeader(Opcode opcode, std::uint64_t size);
   bool say(const Json& message) { return sendFrame(Opcode::text, message.dump()); }
+  // The next bytes as they come, pings and all; fewer: the relay has ended the connection.
+  std::string readRaw(std::size_t count) { return readBytes(count).value_or(""); }
   // The next frame that is neither ping nor pong. Absent: the relay has ended the connection.
   std::optional<Frame> readFrame();
   // The next message of this type; others are skipped. Null: none came.

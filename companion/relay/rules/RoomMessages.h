@@ -14,7 +14,7 @@
 // on. Sealed content is not examined.
 namespace quillard::relayserver {
 
-// `text`: what is passed on, the known members in their order. `sealedBytes`: of what was read, the ciphertext.
+// `text`: what is passed on, the known members in their order. `sealedBytes`: of what was read, nonce and ciphertext.
 struct SnapshotMessage {
   std::string text;
   std::size_t sealedBytes = 0;

@@ -51,7 +51,7 @@ TEST(RoomMessages, KnowHowMuchOfAMessageIsSealed) {
   auto message = snapshot();
   message["encryptedApprovals"]["ciphertext"] = std::string(5000, 'A');
   const auto read = readAgentMessage(message.dump(), kLongest);
-  EXPECT_EQ(std::get<SnapshotMessage>(read).sealedBytes, 5000U);
+  EXPECT_EQ(std::get<SnapshotMessage>(read).sealedBytes, 5000U + 16);  // Ciphertext and nonce.
 }
 
 TEST(RoomMessages, HoldSoManyValuesAndNoMore) {

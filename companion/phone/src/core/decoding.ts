@@ -2,6 +2,7 @@
 // `DecodingError` that names the member. Members that are not asked for are ignored.
 
 import type { Instant } from "./model";
+import { parseStrictJson } from "./strictJson";
 
 export class DecodingError extends Error {
   constructor(path: string, problem: string) {
@@ -17,11 +18,9 @@ function isObject(value: unknown): value is Readonly<Record<string, unknown>> {
 /** `limit`: characters. */
 export function parseJson(text: string, limit: number, path = "message"): unknown {
   if (text.length > limit) throw new DecodingError(path, `is longer than ${limit} characters`);
-  try {
-    return JSON.parse(text);
-  } catch {
-    throw new DecodingError(path, "is not JSON");
-  }
+  const value = parseStrictJson(text);
+  if (value === undefined) throw new DecodingError(path, "is not JSON");
+  return value;
 }
 
 const datePattern =

@@ -94,6 +94,15 @@ describe("A sealed box", () => {
     await expect(open(webcrypto, key, box)).rejects.toThrow("does not hold a text");
   });
 
+  it("keeps a byte order mark, which no reader of JSON takes", async () => {
+    const key = await keyFrom(webcrypto, "secret");
+    const iv = new Uint8Array(12);
+    const marked = new TextEncoder().encode("\uFEFF[]");
+    const sealed = await webcrypto.subtle.encrypt({ name: "AES-GCM", iv }, key, marked);
+    const box = base64Text(new Uint8Array([...iv, ...new Uint8Array(sealed)]));
+    expect((await open(webcrypto, key, box)).text).toBe("\uFEFF[]");
+  });
+
   it("is made with keys that nothing can read out", async () => {
     for (const key of [await keyFrom(webcrypto, "secret"), await newStorageKey(webcrypto)]) {
       expect(key.extractable).toBe(false);

@@ -63,7 +63,9 @@ export async function open(crypto: CryptoTools, key: CryptoKey, ciphertext: stri
     throw new SealingError("The box was sealed with another secret, or changed on its way.");
   }
   try {
-    return { text: new TextDecoder("utf-8", { fatal: true }).decode(plaintext), nonce: base64Text(iv) };
+    // A byte order mark is no JSON, and must not vanish before that is noticed.
+    const decoder = new TextDecoder("utf-8", { fatal: true, ignoreBOM: true });
+    return { text: decoder.decode(plaintext), nonce: base64Text(iv) };
   } catch {
     throw new SealingError("The box does not hold a text.");
   }

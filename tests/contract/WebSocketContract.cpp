@@ -84,6 +84,24 @@ TEST_P(WebSocketContract, JoinsAMessageThatCameInPieces) {
   EXPECT_EQ(client.receiveText(), "first second");
 }
 
+// The relay's protocol has whole texts only. A binding may refuse one that was cut inside of a character, as Qt's does,
+// but never hands on another text.
+TEST_P(WebSocketContract, JoinsOrRefusesAMessageThatWasCutInsideOfCharacters) {
+  ScriptedServer server([](ServerConnection& connection) {
+    connection.acceptWebSocket();
+    connection.sendFrame(Opcode::text, "a\xC3", false);
+    connection.sendFrame(Opcode::continuation, "\xA4\xF0\x9F", false);
+    connection.sendFrame(Opcode::continuation, "\x98", false);
+    connection.sendFrame(Opcode::continuation, "\x80z", true);
+    connection.waitForEnd();
+  });
+  const auto binding = make();
+  WebSocketClient client(*binding, requestTo(server.url("ws")));
+  const auto received = client.receiveText();
+  EXPECT_TRUE(received == "a\xC3\xA4\xF0\x9F\x98\x80z" || received == "!The connection was closed with code 1007.")
+      << received;
+}
+
 TEST_P(WebSocketContract, DeliversBinaryMessagesAsBytes) {
   const std::string bytes("\x00\xFF\x80\x0A", 4);
   ScriptedServer server([&](ServerConnection& connection) {

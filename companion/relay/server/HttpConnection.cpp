@@ -12,6 +12,7 @@
 #include <boost/beast/websocket/rfc6455.hpp>
 
 #include "companion/relay/server/WebSocketConnection.h"
+#include "foundation/JsonTokens.h"
 
 namespace quillard::relayserver {
 namespace {
@@ -36,9 +37,17 @@ std::vector<std::string> valuesOf(const HttpRequestMessage& message, Name name) 
 
 std::string firstOf(const std::vector<std::string>& values) { return values.empty() ? "" : values.front(); }
 
+// Sixteen bytes in base64: the four bits behind the last of them are zero.
+bool isWebSocketKey(std::string_view key) {
+  constexpr std::size_t kDigits = 22;
+  constexpr std::string_view kLastDigits = "AQgw";
+  const std::string_view digits = key.substr(0, kDigits);
+  return key.size() == kDigits + 2 && key.ends_with("==") && isBase64Text(digits) &&
+         digits.find('=') == std::string_view::npos && kLastDigits.find(digits.back()) != std::string_view::npos;
+}
+
 // Of those that ask for a WebSocket; absent: it is well-formed.
 std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& message) {
-  constexpr std::size_t kKeyLength = 24;
   if (firstOf(valuesOf(message, http::field::sec_websocket_version)) != "13") {
     auto answer = errorResponse(426, "The relay speaks version 13 of the WebSocket protocol.");
     answer.headers.emplace_back("sec-websocket-version", "13");
@@ -46,7 +55,7 @@ std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& message)
     return answer;
   }
   const auto keys = valuesOf(message, http::field::sec_websocket_key);
-  if (keys.size() != 1 || keys.front().size() != kKeyLength || !message.body().empty()) {
+  if (keys.size() != 1 || !isWebSocketKey(keys.front()) || !message.body().empty()) {
     return errorResponse(400, "The WebSocket handshake is malformed.");
   }
   return std::nullopt;

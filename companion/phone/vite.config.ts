@@ -1,6 +1,7 @@
 import { createHash } from "node:crypto";
-import { readFileSync, readdirSync } from "node:fs";
+import { readFileSync, readdirSync, writeFileSync } from "node:fs";
 import { fileURLToPath } from "node:url";
+import { brotliCompressSync, constants, gzipSync } from "node:zlib";
 import { defineConfig } from "vite";
 import type { Plugin } from "vite";
 
@@ -24,18 +25,62 @@ function pageFiles(): Plugin {
         if (file) digest.update(file.type === "chunk" ? file.code : file.source);
       }
       for (const name of readdirSync(folder("public"))) digest.update(readFileSync(folder(`public/${name}`)));
-      const files = ["/", ...names.map((name) => `/${name}`)];
+      // What only some visitors need is kept when they first use it.
+      const isForAll = (name: string): boolean => !/codeWorker|\.png$/.test(name);
+      const files = ["/", ...names.filter(isForAll).map((name) => `/${name}`)];
+      const later = names.filter((name) => !isForAll(name)).map((name) => `/${name}`);
       const version = digest.digest("hex").slice(0, 16);
-      const head = `const kPageFiles=${JSON.stringify(files)},kPageVersion=${JSON.stringify(version)};\n`;
+      const lists = `kPageFiles=${JSON.stringify(files)},kLaterFiles=${JSON.stringify(later)}`;
+      const head = `const ${lists},kPageVersion=${JSON.stringify(version)};\n`;
       worker.code = head + worker.code;
     },
   };
 }
 
+/** The table of Japanese characters is two thirds of what reads codes. Pairing codes are bytes, and have none. */
+function withoutKanji(): Plugin {
+  const table = /exports\.shiftJISTable = \{[^}]*\};/;
+  return {
+    name: "without-kanji",
+    transform(code, id) {
+      if (!id.endsWith("/jsqr/dist/jsQR.js")) return undefined;
+      if (!table.test(code)) throw new Error("The table of the code reader is not where it was.");
+      return { code: code.replace(table, "exports.shiftJISTable = {};"), map: null };
+    },
+  };
+}
+
+/** Beside each text of the page, the same as Brotli and gzip have it at their best: the relay sends these. */
+function compressed(): Plugin {
+  const page = folder("dist/page");
+  const brotli = (bytes: Buffer): Buffer =>
+    brotliCompressSync(bytes, {
+      params: {
+        [constants.BROTLI_PARAM_MODE]: constants.BROTLI_MODE_TEXT,
+        [constants.BROTLI_PARAM_QUALITY]: constants.BROTLI_MAX_QUALITY,
+        [constants.BROTLI_PARAM_SIZE_HINT]: bytes.length,
+      },
+    });
+  return {
+    name: "compressed",
+    apply: "build",
+    closeBundle() {
+      for (const entry of readdirSync(page, { recursive: true, encoding: "utf8" })) {
+        if (!/\.(?:html|js|css|svg|json|webmanifest)$/.test(entry)) continue;
+        const bytes = readFileSync(`${page}/${entry}`);
+        const forms = { br: brotli(bytes), gz: gzipSync(bytes, { level: 9 }) };
+        for (const [ending, form] of Object.entries(forms)) {
+          if (form.length < bytes.length) writeFileSync(`${page}/${entry}.${ending}`, form);
+        }
+      }
+    },
+  };
+}
+
 export default defineConfig({
-  plugins: [pageFiles()],
+  plugins: [pageFiles(), withoutKanji(), compressed()],
   esbuild: { jsx: "automatic", jsxImportSource: "preact" },
-  worker: { format: "es" },
+  worker: { format: "es", plugins: () => [withoutKanji()] },
   build: {
     outDir: "dist/page",
     emptyOutDir: true,
@@ -44,6 +89,9 @@ export default defineConfig({
     assetsInlineLimit: 0,
     modulePreload: { polyfill: false },
     reportCompressedSize: false,
+    minify: "terser",
+    // Three passes would make it larger again once it is compressed.
+    terserOptions: { ecma: 2020, module: true, compress: { passes: 2, inline: 1 } },
     rollupOptions: {
       input: { page: folder("index.html"), sw: folder("src/serviceWorker.ts") },
       output: {

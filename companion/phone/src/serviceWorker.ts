@@ -3,6 +3,8 @@
 
 // The build puts the page's files here: names that change with their content, and a few that do not.
 declare const kPageFiles: readonly string[];
+// Those that only some visitors need, such as what reads the camera's pictures: kept when they are first used.
+declare const kLaterFiles: readonly string[];
 declare const kPageVersion: string;
 
 interface WorkerScope {
@@ -30,7 +32,10 @@ const kTimeout = 4000;
 
 async function keepFiles(): Promise<void> {
   const cache = await scope.caches.open(kCache);
-  await cache.addAll(kPageFiles.map((file) => new Request(file, { cache: "reload" })));
+  // A file whose name changes with its content is the same wherever it was kept before, so that nothing is fetched twice.
+  const request = (file: string): Request =>
+    new Request(file, { cache: file.startsWith("/assets/") ? "default" : "no-cache" });
+  await cache.addAll(kPageFiles.map(request));
 }
 
 async function dropOlder(): Promise<void> {
@@ -56,7 +61,11 @@ async function newestPage(request: Request): Promise<Response> {
 
 async function keptFile(request: Request): Promise<Response> {
   const cache = await scope.caches.open(kCache);
-  return (await cache.match(request)) ?? fetch(request);
+  const kept = await cache.match(request);
+  if (kept) return kept;
+  const answer = await fetch(request);
+  if (answer.ok) await cache.put(request, answer.clone());
+  return answer;
 }
 
 scope.addEventListener("install", (event) => event.waitUntil(keepFiles()));
@@ -70,5 +79,5 @@ scope.addEventListener("fetch", (event) => {
   const url = new URL(request.url);
   if (request.method !== "GET" || url.origin !== scope.location.origin) return;
   if (request.mode === "navigate") event.respondWith(newestPage(request));
-  else if (kPageFiles.includes(url.pathname)) event.respondWith(keptFile(request));
+  else if ([...kPageFiles, ...kLaterFiles].includes(url.pathname)) event.respondWith(keptFile(request));
 });

@@ -18,6 +18,7 @@ struct HttpRequest {
   std::vector<std::string> authorization;
   std::vector<std::string> subprotocols;
   std::string ifNoneMatch;
+  std::string acceptEncoding;
   std::string registrationKey;
   bool asksForWebSocket = false;
   RatePrefixes from;  // The address that it comes from.

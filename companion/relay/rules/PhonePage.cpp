@@ -29,6 +29,9 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 17> kTypes{{
     {".wasm", "application/wasm"},
 }};
 
+constexpr std::string_view kBrotliEnding = ".br";
+constexpr std::string_view kGzipEnding = ".gz";
+
 // The last name of a path, in two: "index" and ".html". Without a dot, or with one at its start only, the second part
 // is empty.
 struct FileName {
@@ -71,6 +74,35 @@ std::string tagOf(const std::string& content) {
   return tag + '"';
 }
 
+std::string_view withoutBlanks(std::string_view text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+  return text;
+}
+
+// The part before `separator`, without blanks around it; `rest` becomes what is behind.
+std::string_view cutAt(std::string_view& rest, char separator) {
+  const auto at = std::min(rest.find(separator), rest.size());
+  const auto part = rest.substr(0, at);
+  rest.remove_prefix(std::min(at + 1, rest.size()));
+  return withoutBlanks(part);
+}
+
+// Whether a header as "gzip, br;q=0.8, *;q=0" allows the coding. A weight of zero forbids it; other weights are not
+// compared, since the smallest form is best for everybody.
+bool accepts(std::string_view header, std::string_view coding) {
+  bool isAllowed = false;
+  while (!header.empty()) {
+    std::string_view item = cutAt(header, ',');
+    const auto name = cutAt(item, ';');
+    const bool isForbidden =
+        !item.empty() && withoutBlanks(item).find_first_not_of("qQ=0. \t") == std::string_view::npos;
+    if (name == coding) return !isForbidden;
+    if (name == "*") isAllowed = !isForbidden;
+  }
+  return isAllowed;
+}
+
 bool isKnownTag(std::string_view ifNoneMatch, const std::string& tag) {
   return ifNoneMatch == "*" || ifNoneMatch.find(tag) != std::string_view::npos;
 }
@@ -78,27 +110,40 @@ bool isKnownTag(std::string_view ifNoneMatch, const std::string& tag) {
 }  // namespace
 
 void PhonePage::add(const std::string& path, std::string content) {
-  File file{.type = typeOf(path), .tag = tagOf(content)};
-  file.content = std::make_shared<const std::string>(std::move(content));
-  file.caching = hasDigestInName(path) ? "public, max-age=31536000, immutable" : "no-cache";
-  files.insert_or_assign(path, std::move(file));
+  const bool isBrotli = path.ends_with(kBrotliEnding);
+  const bool isGzip = path.ends_with(kGzipEnding);
+  const std::string name = path.substr(0, path.size() - (isBrotli || isGzip ? kBrotliEnding.size() : 0));
+  File& file = files[name];
+  file.type = typeOf(name);
+  file.caching = hasDigestInName(name) ? "public, max-age=31536000, immutable" : "no-cache";
+  Form& form = isBrotli ? file.brotli : isGzip ? file.gzip : file.plain;
+  form.tag = tagOf(content);
+  form.content = std::make_shared<const std::string>(std::move(content));
 }
 
-HttpResponse PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const {
+HttpResponse PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch,
+                               std::string_view acceptEncoding) const {
   const bool isRoot = segments.empty() || (segments.size() == 1 && segments.front().empty());
   // An escaped "/" within a segment is no separator.
   const bool isPlain = std::none_of(segments.begin(), segments.end(),
                                     [](const std::string& segment) { return segment.find('/') != std::string::npos; });
   const auto found = files.find(isRoot ? "index.html" : text::joined(segments, "/"));
-  if (!isPlain || found == files.end()) return errorResponse(404, "There is nothing at this address.");
+  if (!isPlain || found == files.end() || !found->second.plain.content) {
+    return errorResponse(404, "There is nothing at this address.");
+  }
   const File& file = found->second;
-  HttpResponse answer{.headers = {{"cache-control", file.caching}, {"etag", file.tag}}};
-  if (isKnownTag(ifNoneMatch, file.tag)) {
+  const bool isBrotli = file.brotli.content && accepts(acceptEncoding, "br");
+  const bool isGzip = !isBrotli && file.gzip.content && accepts(acceptEncoding, "gzip");
+  const Form& form = isBrotli ? file.brotli : isGzip ? file.gzip : file.plain;
+  HttpResponse answer{.headers = {{"cache-control", file.caching}, {"etag", form.tag}}};
+  if (file.brotli.content || file.gzip.content) answer.headers.emplace_back("vary", "accept-encoding");
+  if (isKnownTag(ifNoneMatch, form.tag)) {
     answer.status = 304;
     return answer;
   }
   answer.headers.emplace_back("content-type", file.type);
-  answer.body = file.content;
+  if (isBrotli || isGzip) answer.headers.emplace_back("content-encoding", isBrotli ? "br" : "gzip");
+  answer.body = form.content;
   return answer;
 }
 

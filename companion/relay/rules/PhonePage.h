@@ -14,18 +14,26 @@ class PhonePage {
  public:
   PhonePage() = default;  // No page.
 
-  // By path below the page's folder, with "/" between names.
+  // By path below the page's folder, with "/" between names. NAME.br and NAME.gz are the file NAME as Brotli and gzip
+  // have it; without NAME they are nothing. In any order.
   void add(const std::string& path, std::string content);
 
-  // `segments`: of the request's path. Of "/" and "" the page is index.html. 304 where `ifNoneMatch` knows the file.
-  [[nodiscard]] HttpResponse answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch) const;
+  // `segments`: of the request's path. Of "/" and "" the page is index.html. The smallest form that `acceptEncoding`
+  // allows; 304 where `ifNoneMatch` knows that form.
+  [[nodiscard]] HttpResponse answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch,
+                                    std::string_view acceptEncoding = {}) const;
   [[nodiscard]] std::size_t fileCount() const { return files.size(); }
 
  private:
-  struct File {
-    MessageText content;
-    std::string type;
+  struct Form {
+    MessageText content;  // Absent: the file has no such form.
     std::string tag;
+  };
+  struct File {
+    Form plain;
+    Form brotli;
+    Form gzip;
+    std::string type;
     std::string caching;
   };
   std::map<std::string, File> files;

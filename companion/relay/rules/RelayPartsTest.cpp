@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "companion/relay/rules/ClientAddress.h"
@@ -152,6 +153,41 @@ TEST(PhonePage, SaysHowLongAFileMayBeKept) {
   EXPECT_EQ(page.answer({}, tag).status, 304);
   EXPECT_EQ(page.answer({}, "W/" + tag + ", \"x\"").status, 304);
   EXPECT_EQ(page.answer({}, "\"x\"").status, 200);
+}
+
+TEST(PhonePage, SendsTheSmallestFormThatIsAllowed) {
+  PhonePage page;
+  page.add("assets/index-B7f3x_Qa.js.br", "b");
+  page.add("assets/index-B7f3x_Qa.js", "plain");
+  page.add("assets/index-B7f3x_Qa.js.gz", "gz");
+  page.add("photo.png", "png");
+  page.add("stray.css.br", "b");
+  const std::vector<std::string> file{"assets", "index-B7f3x_Qa.js"};
+  const auto bodyFor = [&](const std::string& header) { return *page.answer(file, "", header).body; };
+  for (const char* header : {"br", "gzip, br", "gzip;q=1.0, br;q=0.1", "*", "deflate, *;q=0.5", " gzip ,\tbr ; q=1"}) {
+    EXPECT_EQ(bodyFor(header), "b") << header;
+  }
+  for (const char* header : {"gzip", "gzip, br;q=0", "gzip, br; q=0.000", "x-gzip, gzip", "br;q=0, *"}) {
+    EXPECT_EQ(bodyFor(header), "gz") << header;
+  }
+  for (const char* header : {"", "identity", "deflate", "brotli", "*;q=0", "br;q=0, gzip;q=0.0", "br;q=0,gzip;q=0,*"}) {
+    EXPECT_EQ(bodyFor(header), "plain") << header;
+  }
+  const auto answer = page.answer(file, "", "br");
+  using Header = std::pair<std::string, std::string>;
+  EXPECT_THAT(answer.headers,
+              testing::IsSupersetOf({Header("content-encoding", "br"), Header("vary", "accept-encoding"),
+                                     Header("content-type", "text/javascript; charset=utf-8")}));
+  // Each form has a tag of its own.
+  const auto tag = answer.headers[1].second;
+  EXPECT_EQ(page.answer(file, tag, "br").status, 304);
+  EXPECT_EQ(page.answer(file, tag, "gzip").status, 200);
+  EXPECT_EQ(page.answer(file, tag, "").status, 200);
+  const auto photo = page.answer({"photo.png"}, "", "br");
+  EXPECT_EQ(*photo.body, "png");
+  for (const auto& [name, value] : photo.headers) EXPECT_TRUE(name != "vary" && name != "content-encoding");
+  EXPECT_EQ(page.answer({"stray.css"}, "", "br").status, 404);
+  EXPECT_EQ(page.answer({"assets", "index-B7f3x_Qa.js.br"}, "", "br").status, 404);
 }
 
 // ---- Names and metrics

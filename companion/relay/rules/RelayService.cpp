@@ -116,7 +116,7 @@ HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
     answer.headers.emplace_back("sec-websocket-version", "13");
     return answer;
   }
-  return page.answer(segments, request.ifNoneMatch);
+  return page.answer(segments, request.ifNoneMatch, request.acceptEncoding);
 }
 
 HttpResponse RelayService::answerHealth() const {

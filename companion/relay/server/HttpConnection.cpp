@@ -13,6 +13,7 @@
 
 #include "companion/relay/server/WebSocketConnection.h"
 #include "foundation/JsonTokens.h"
+#include "foundation/Text.h"
 
 namespace quillard::relayserver {
 namespace {
@@ -157,6 +158,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
         .authorization = valuesOf(message, http::field::authorization),
         .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
         .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
+        .acceptEncoding = text::joined(valuesOf(message, http::field::accept_encoding), ","),
         .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
         .asksForWebSocket = beast::websocket::is_upgrade(message),
         .from = clientAddress(peer, valuesOf(message, "x-forwarded-for"), dependencies.trustedProxies).ratePrefixes()};

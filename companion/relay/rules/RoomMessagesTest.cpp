@@ -95,7 +95,8 @@ TEST(RoomMessages, RefuseWhatBreaksTheRulesOfAMember) {
     message[name] = value;
     EXPECT_FALSE(isMessage(message.dump())) << message.dump();
   }
-  for (const auto& [name, value] : snapshot().items()) {
+  const auto whole = snapshot();
+  for (const auto& [name, value] : whole.items()) {
     auto message = snapshot();
     message[name] = nullptr;
     EXPECT_FALSE(isMessage(message.dump())) << name;

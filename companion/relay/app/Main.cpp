@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <variant>
@@ -9,7 +10,9 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "companion/relay/app/CheckCommandLine.h"
 #include "companion/relay/app/RelayCommandLine.h"
+#include "companion/relay/app/RelaySetup.h"
 #include "companion/relay/server/RelayServer.h"
 #include "companion/relay/storage/SqlitePairingStore.h"
 
@@ -43,15 +46,36 @@ std::size_t raiseFileLimit(std::size_t connections) {
 
 int exitWith(ExitCode code) { return static_cast<int>(code); }
 
+int print(const CommandLineMessage& message) {
+  std::fputs(message.text.c_str(), message.exitCode == ExitCode::success ? stdout : stderr);
+  return exitWith(message.exitCode);
+}
+
+int setUp(const std::vector<std::string>& arguments) {
+  const auto options = readSetupOptions(arguments);
+  if (const auto* message = std::get_if<CommandLineMessage>(&options)) return print(*message);
+  return print(setUpRelay(std::get<RelaySetupOptions>(options)));
+}
+
+int check(const std::vector<std::string>& arguments) {
+  auto read = readCheckOptions(arguments);
+  if (const auto* message = std::get_if<CommandLineMessage>(&read)) return print(*message);
+  auto& options = std::get<RelayCheckOptions>(read);
+  options.currentSecondsSinceEpoch = static_cast<double>(::time(nullptr));
+  const bool isFine = checkRelay(options, [](const std::string& line) { std::puts(line.c_str()); });
+  return exitWith(isFine ? ExitCode::success : ExitCode::isWrong);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   prepareProcess();
-  const auto read = readConfiguration(std::vector<std::string>(argv + 1, argv + argc));
-  if (const auto* message = std::get_if<CommandLineMessage>(&read)) {
-    std::fputs(message->text.c_str(), message->exitCode == ExitCode::success ? stdout : stderr);
-    return exitWith(message->exitCode);
-  }
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  const std::string command = arguments.empty() ? "" : arguments.front();
+  if (command == "setup") return setUp({arguments.begin() + 1, arguments.end()});
+  if (command == "check") return check({arguments.begin() + 1, arguments.end()});
+  const auto read = readConfiguration(arguments);
+  if (const auto* message = std::get_if<CommandLineMessage>(&read)) return print(*message);
   auto configuration = std::get<RelayConfiguration>(read);
   const std::size_t possible = raiseFileLimit(configuration.limits.connections);
   if (possible < configuration.limits.connections) {

@@ -15,7 +15,9 @@ constexpr const char* kDescription =
 constexpr const char* kFooter =
     "Each option can also stand in the configuration file, without its dashes, or in the environment: --tls-key is\n"
     "QUILLARD_RELAY_TLS_KEY. A flag outweighs the environment, and that the file.\n"
-    "Exit codes: 0 fine, 2 wrong usage, 3 not possible here.";
+    "Beside that: quillard-relay setup --domain relay.example writes a configuration and says what to do next,\n"
+    "quillard-relay check https://relay.example says what is wrong with a relay. Each has --help.\n"
+    "Exit codes: 0 fine, 1 a check found something wrong, 2 wrong usage, 3 not possible here.";
 
 // What CLI11 reads into.
 struct Arguments {

@@ -8,7 +8,7 @@
 
 namespace quillard::relayserver {
 
-enum class ExitCode : int { success = 0, wrongUsage = 2, cannotDoHere = 3 };
+enum class ExitCode : int { success = 0, isWrong = 1, wrongUsage = 2, cannotDoHere = 3 };
 
 // What is printed instead of serving: help, the version, or what is wrong. To standard output for `success`, else to
 // standard error.

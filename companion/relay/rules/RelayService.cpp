@@ -1,5 +1,7 @@
 #include "companion/relay/rules/RelayService.h"
 
+#include <array>
+#include <ctime>
 #include <optional>
 
 #include "companion/relay/rules/RelayNames.h"
@@ -90,6 +92,16 @@ HttpResponse answerTo(Pairings::Registration registration) {
   return errorResponse(500, kStoreFailed);
 }
 
+// As HTTP has it: "Sun, 01 Mar 2026 12:34:56 GMT".
+std::string httpDate(std::int64_t epochSeconds) {
+  const auto seconds = static_cast<std::time_t>(epochSeconds);
+  std::tm parts{};
+  ::gmtime_r(&seconds, &parts);
+  std::array<char, 32> text{};
+  const std::size_t length = std::strftime(text.data(), text.size(), "%a, %d %b %Y %H:%M:%S GMT", &parts);
+  return {text.data(), length};
+}
+
 bool isReading(const HttpRequest& request) { return request.method == "GET" || request.method == "HEAD"; }
 
 }  // namespace
@@ -109,7 +121,7 @@ HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
   const std::string first = segments.empty() ? "" : segments.front();
   if (first == "api") return answerPairing(request, *target, now);
   if (!isReading(request)) return notAllowed("GET, HEAD");
-  if (segments.size() == 1 && first == "healthz") return answerHealth();
+  if (segments.size() == 1 && first == "healthz") return answerHealth(now);
   if (segments.size() == 1 && first == "ws") {
     auto answer = errorResponse(426, "This address is for WebSockets.");
     answer.headers.emplace_back("upgrade", "websocket");
@@ -119,9 +131,12 @@ HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
   return page.answer(segments, request.ifNoneMatch, request.acceptEncoding);
 }
 
-HttpResponse RelayService::answerHealth() const {
+HttpResponse RelayService::answerHealth(Moment now) const {
   if (isStopping) return errorResponse(503, kStopping);
-  return {.headers = {{"content-type", "text/plain; charset=utf-8"}, {"cache-control", "no-store"}},
+  // The date is for whoever checks the relay's clock from elsewhere.
+  return {.headers = {{"content-type", "text/plain; charset=utf-8"},
+                      {"cache-control", "no-store"},
+                      {"date", httpDate(now.epochSeconds)}},
           .body = std::make_shared<const std::string>("ok")};
 }
 

@@ -50,7 +50,7 @@ class RelayService {
   [[nodiscard]] HttpResponse registerToken(const HttpRequest& request, const std::string& pairingID, Moment now);
   [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
   [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
-  [[nodiscard]] HttpResponse answerHealth() const;
+  [[nodiscard]] HttpResponse answerHealth(Moment now) const;
 
   Pairings& pairings;
   PairingRooms& rooms;

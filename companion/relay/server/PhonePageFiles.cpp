@@ -22,6 +22,15 @@ std::optional<std::string> contentOf(const fs::path& file) {
   return content;
 }
 
+// A compressed form that is older than its file, which somebody has changed since.
+bool isStale(const fs::path& path) {
+  const auto ending = path.extension().string();
+  if (ending != ".br" && ending != ".gz") return false;
+  std::error_code error;
+  const auto ofFile = fs::last_write_time(path.parent_path() / path.stem(), error);
+  return !error && fs::last_write_time(path, error) < ofFile;
+}
+
 bool isHidden(const fs::path& path) { return path.filename().string().starts_with('.'); }
 
 }  // namespace
@@ -32,7 +41,7 @@ std::optional<PhonePage> readPhonePage(const std::string& folder, std::string& w
   std::error_code error;
   auto entry = fs::recursive_directory_iterator(folder, error);
   for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    const bool isLeftOut = isHidden(entry->path()) || entry->is_symlink(error);
+    const bool isLeftOut = isHidden(entry->path()) || entry->is_symlink(error) || isStale(entry->path());
     if (isLeftOut) entry.disable_recursion_pending();
     if (isLeftOut || !entry->is_regular_file(error)) continue;
     bytes += entry->file_size(error);

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 
 #include "companion/relay/server/OutgoingQueue.h"
 #include "companion/relay/server/PhonePageFiles.h"
+#include "companion/relay/server/ProcessMemory.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::relayserver {
@@ -50,6 +52,44 @@ TEST(PhonePage, IsReadFromAFolderWithoutHiddenFilesAndLinks) {
   EXPECT_EQ(*read->answer({"assets", "a.css"}, "").body, "/assets/a.css");
   EXPECT_EQ(read->answer({"link"}, "").status, 404);
   EXPECT_FALSE(readPhonePage(folder.path() + "/missing", why));
+}
+
+TEST(PhonePage, LeavesOutCompressedFormsThatAreOlderThanTheirFile) {
+  const test::TemporaryFolder folder;
+  namespace fs = std::filesystem;
+  const auto put = [&](const std::string& name, const std::string& content, int age) {
+    const fs::path file = folder.path() + "/" + name;
+    std::ofstream(file) << content;
+    fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(age));
+  };
+  put("index.html", "changed", 1);
+  put("index.html.br", "old", 2);
+  put("fresh.css", "plain", 2);
+  put("fresh.css.br", "small", 2);
+  std::string why;
+  const auto page = readPhonePage(folder.path(), why);
+  ASSERT_TRUE(page) << why;
+  EXPECT_EQ(*page->answer({}, "", "br").body, "changed");
+  EXPECT_EQ(*page->answer({"fresh.css"}, "", "br").body, "small");
+}
+
+TEST(ProcessMemory, IsReleasedOnceMostConnectionsHaveEnded) {
+  using namespace std::chrono_literals;
+  ProcessMemory memory;
+  Instant now{1h};
+  const auto note = [&](std::size_t connections) {
+    now += 6s;
+    memory.noteConnections(connections, now);
+    return memory.timesReleased();
+  };
+  EXPECT_EQ(note(60), 0U);
+  EXPECT_EQ(note(0), 0U);  // Too few to be worth it.
+  EXPECT_EQ(note(1000), 0U);
+  EXPECT_EQ(note(501), 0U);
+  EXPECT_EQ(note(500), 1U);
+  EXPECT_EQ(note(500), 1U);
+  EXPECT_EQ(note(400), 1U);
+  EXPECT_EQ(note(250), 2U);
 }
 
 }  // namespace

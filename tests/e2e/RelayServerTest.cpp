@@ -1,5 +1,6 @@
 #include <csignal>
 #include <fstream>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,23 @@ TEST_F(RelayServer, ClosesConnectionsAndLeavesWithoutWaitingForItsTimeouts) {
     EXPECT_EQ(relay->wait(), 0);
     EXPECT_LT(steady_clock::now() - start, seconds(3));
   }
+}
+
+TEST_F(RelayServer, ServesOnWhileItDrains) {
+  start({"--drain-seconds", "2"});
+  const auto agent = join(agentQuery());
+  EXPECT_EQ(wire()->ask("GET", "/readyz").status, 200);
+  relay->signal(SIGTERM);
+  while (relay->output().find("Draining") == std::string::npos)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(wire()->ask("GET", "/readyz").status, 503);
+  EXPECT_EQ(wire()->ask("GET", "/healthz").status, 200);
+  const auto phone = join(phoneQuery("A"));
+  phone->say(request("d1"));
+  EXPECT_EQ(agent->read("approval.request"), request("d1"));
+  EXPECT_EQ(agent->readClose(), 1012);
+  EXPECT_EQ(phone->readClose(), 1012);
+  EXPECT_EQ(relay->wait(), 0);
 }
 
 TEST_F(RelayServer, DoesNotWaitForeverForThoseWhoDoNotAnswerItsCloseMessage) {

@@ -66,6 +66,20 @@ int check(const std::vector<std::string>& arguments) {
   return exitWith(isFine ? ExitCode::success : ExitCode::isWrong);
 }
 
+// quillard-relay backup DATABASE COPY
+int backUp(const std::vector<std::string>& arguments) {
+  if (arguments.size() != 2) {
+    return print({"quillard-relay backup DATABASE COPY: copies the database of a relay, which may be running.\n",
+                  ExitCode::wrongUsage});
+  }
+  try {
+    SqlitePairingStore::backUp(arguments[0], arguments[1]);
+  } catch (const PairingStore::Failure& failure) {
+    return print({failure.description + "\n", ExitCode::cannotDoHere});
+  }
+  return exitWith(ExitCode::success);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -74,6 +88,7 @@ int main(int argc, char** argv) {
   const std::string command = arguments.empty() ? "" : arguments.front();
   if (command == "setup") return setUp({arguments.begin() + 1, arguments.end()});
   if (command == "check") return check({arguments.begin() + 1, arguments.end()});
+  if (command == "backup") return backUp({arguments.begin() + 1, arguments.end()});
   const auto read = readConfiguration(arguments);
   if (const auto* message = std::get_if<CommandLineMessage>(&read)) return print(*message);
   auto configuration = std::get<RelayConfiguration>(read);

@@ -17,6 +17,7 @@ constexpr const char* kFooter =
     "QUILLARD_RELAY_TLS_KEY. A flag outweighs the environment, and that the file.\n"
     "Beside that: quillard-relay setup --domain relay.example writes a configuration and says what to do next,\n"
     "quillard-relay check https://relay.example says what is wrong with a relay. Each has --help.\n"
+    "quillard-relay backup DATABASE COPY copies the database of a running relay.\n"
     "Exit codes: 0 fine, 1 a check found something wrong, 2 wrong usage, 3 not possible here.";
 
 // What CLI11 reads into.
@@ -34,6 +35,8 @@ struct Arguments {
   std::size_t snapshotMebibytes = 256;
   std::size_t memoryMebibytes = 512;
   std::string registrationKeyFile;
+  std::string logFormat = "text";
+  int drainSeconds = 0;
 };
 
 std::string environmentName(const std::string& option) {
@@ -137,6 +140,12 @@ void describe(CLI::App& program, Arguments& read) {
       ->delimiter(',')
       ->capture_default_str();
   add(program, "metrics", read.metrics, "Where to serve /metrics for Prometheus, in clear");
+  add(program, "log-format", read.logFormat, "How the log is written to standard error: text or json")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->capture_default_str();
+  add(program, "drain-seconds", read.drainSeconds, "How long to serve on, and not be ready, once it is to stop")
+      ->check(CLI::Range(0, 3'600))
+      ->capture_default_str();
   describeLimits(program, read);
   describeRates(program, read);
   describeTimes(program, read);
@@ -205,6 +214,8 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
                                    .tlsKey = read.tlsKey,
                                    .registrationKeyFile = read.registrationKeyFile,
                                    .isBehindProxy = read.isBehindProxy,
+                                   .logFormat = read.logFormat == "json" ? LogFormat::json : LogFormat::text,
+                                   .drain = std::chrono::seconds(read.drainSeconds),
                                    .limits = read.limits};
   configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
   configuration.limits.snapshotBytes = read.snapshotMebibytes * 1024 * 1024;

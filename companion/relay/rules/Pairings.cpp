@@ -25,8 +25,11 @@ void Pairings::countAgain() {
 template <class Result, class Work>
 Result Pairings::withStore(Result onFailure, Work work) {
   try {
-    return work();
+    Result result = work();
+    hasStoreWorked = true;
+    return result;
   } catch (const PairingStore::Failure& failure) {
+    hasStoreWorked = false;
     if (failures.size() < kMostFailures) failures.push_back(failure.description);
     return onFailure;
   }

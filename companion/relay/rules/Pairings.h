@@ -42,6 +42,8 @@ class Pairings {
   // has joined for `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
   std::vector<std::string> tidy(std::int64_t now);
 
+  // Whether the store did what it was last asked to.
+  [[nodiscard]] bool isStoreFine() const { return hasStoreWorked; }
   [[nodiscard]] std::size_t count() const { return kept; }
   // The failures of the store since the last call, for the log; at most 16.
   [[nodiscard]] std::vector<std::string> takeFailures();
@@ -58,6 +60,7 @@ class Pairings {
   std::size_t kept = 0;
   std::size_t unjoined = 0;  // Of these.
   TokenBucket newPairings;
+  bool hasStoreWorked = true;
   std::set<std::string> unsavedRevocations;
   std::set<std::pair<std::string, std::string>> unsavedRemovals;  // Pairing and device.
   std::vector<std::string> failures;

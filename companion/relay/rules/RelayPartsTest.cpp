@@ -1,13 +1,20 @@
+#include <fstream>
+#include <regex>
+#include <set>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "companion/relay/rules/ClientAddress.h"
+#include "companion/relay/rules/LogLine.h"
 #include "companion/relay/rules/PeerIntroduction.h"
 #include "companion/relay/rules/PhonePage.h"
 #include "companion/relay/rules/RelayMetrics.h"
 #include "companion/relay/rules/RelayNames.h"
 #include "companion/relay/rules/RequestTarget.h"
 #include "companion/relay/rules/TokenBucket.h"
+#include "foundation/IsoDate.h"
+#include "foundation/StrictJson.h"
 
 // The smaller parts of the relay.
 namespace quillard::relayserver {
@@ -205,6 +212,35 @@ TEST(RelayMetrics, AreWrittenAsPrometheusReadsThem) {
   EXPECT_NE(text.find("# TYPE quillard_relay_connections gauge\nquillard_relay_connections{kind=\"mac\"} 1\n"),
             std::string::npos);
   EXPECT_NE(text.find("quillard_relay_answers_total{status=\"204\"} 3\n"), std::string::npos);
+}
+
+// Dashboard and alerts ask for no figure that the relay does not have.
+TEST(RelayMetrics, HaveAllThatDashboardAndAlertsAskFor) {
+  RelayMetrics metrics;
+  const auto page = prometheusText(metrics);
+  for (const char* name : {"grafana-dashboard.json", "prometheus-alerts.yml"}) {
+    std::ifstream file(std::string(QUILLARD_RELAY_PACKAGING) + "/" + name);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::set<std::string> asked;
+    const std::regex pattern("quillard_relay_[a-z_]+");
+    for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at) asked.insert(at->str());
+    EXPECT_GE(asked.size(), 3U) << name;
+    for (const auto& metric : asked) EXPECT_NE(page.find("# TYPE " + metric + " "), std::string::npos) << metric;
+  }
+  std::ifstream file(std::string(QUILLARD_RELAY_PACKAGING) + "/grafana-dashboard.json");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_TRUE(Json::accept(text));
+}
+
+TEST(LogLine, IsTextOrJsonAndAlwaysOneLine) {
+  const Date time = *quillardISO8601("2026-03-01T12:34:56Z");
+  EXPECT_EQ(logLine(LogFormat::text, LogLevel::note, time, "a\nb"), "2026-03-01T12:34:56Z a?b\n");
+  const auto line = logLine(LogFormat::json, LogLevel::warning, time, "\"a\"\n\xFF");
+  EXPECT_EQ(line.find('\n'), line.size() - 1);
+  const auto json = Json::parse(line);
+  EXPECT_EQ(json["time"], "2026-03-01T12:34:56Z");
+  EXPECT_EQ(json["level"], "warning");
+  EXPECT_EQ(json["message"].get<std::string>().substr(0, 3), "\"a\"");
 }
 
 }  // namespace

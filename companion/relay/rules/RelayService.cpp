@@ -122,6 +122,7 @@ HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
   if (first == "api") return answerPairing(request, *target, now);
   if (!isReading(request)) return notAllowed("GET, HEAD");
   if (segments.size() == 1 && first == "healthz") return answerHealth(now);
+  if (segments.size() == 1 && first == "readyz") return answerReadiness(now);
   if (segments.size() == 1 && first == "ws") {
     auto answer = errorResponse(426, "This address is for WebSockets.");
     answer.headers.emplace_back("upgrade", "websocket");
@@ -138,6 +139,12 @@ HttpResponse RelayService::answerHealth(Moment now) const {
                       {"cache-control", "no-store"},
                       {"date", httpDate(now.epochSeconds)}},
           .body = std::make_shared<const std::string>("ok")};
+}
+
+HttpResponse RelayService::answerReadiness(Moment now) const {
+  if (isDraining) return errorResponse(503, kStopping);
+  if (!pairings.isStoreFine()) return errorResponse(503, kStoreFailed);
+  return answerHealth(now);
 }
 
 HttpResponse RelayService::answerPairing(const HttpRequest& request, const RequestTarget& target, Moment now) {

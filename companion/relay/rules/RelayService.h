@@ -41,7 +41,9 @@ class RelayService {
   // A request for a WebSocket: granted, or refused with the answer.
   [[nodiscard]] std::variant<Admission, HttpResponse> admit(const HttpRequest& request, Moment now);
 
-  // From now on every WebSocket is refused, and /healthz answers 503.
+  // From now on /readyz answers 503, so that nobody new is sent here; all else goes on.
+  void drain() { isDraining = true; }
+  // From now on every WebSocket is refused, and /healthz answers 503, too.
   void stop() { isStopping = true; }
   [[nodiscard]] bool stopRequested() const { return isStopping; }
 
@@ -51,6 +53,7 @@ class RelayService {
   [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
   [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
   [[nodiscard]] HttpResponse answerHealth(Moment now) const;
+  [[nodiscard]] HttpResponse answerReadiness(Moment now) const;
 
   Pairings& pairings;
   PairingRooms& rooms;
@@ -58,6 +61,7 @@ class RelayService {
   const std::string registrationKey;
   PrefixBuckets registrations;
   PrefixBuckets handshakes;
+  bool isDraining = false;
   bool isStopping = false;
 };
 

@@ -257,6 +257,26 @@ TEST(RelayService, WritesEveryErrorAsJsonThatIsNotKept) {
   EXPECT_EQ(headerOf(answer, "cache-control"), "no-store");
 }
 
+TEST(RelayService, TellsReadinessFromHealth) {
+  RelayWorld world;
+  const auto ask = [&](const char* target) { return world.ask({.method = "GET", .target = target}).status; };
+  EXPECT_EQ(ask("/readyz"), 200);
+  world.store.fails = true;
+  (void)world.registerToken();
+  EXPECT_EQ(ask("/readyz"), 503);
+  EXPECT_EQ(ask("/healthz"), 200);
+  world.store.fails = false;
+  (void)world.registerToken();
+  EXPECT_EQ(ask("/readyz"), 200);
+  world.service.drain();
+  EXPECT_EQ(ask("/readyz"), 503);
+  EXPECT_EQ(ask("/healthz"), 200);
+  EXPECT_EQ(world.connect(kAgent), 101);
+  world.service.stop();
+  EXPECT_EQ(ask("/healthz"), 503);
+  EXPECT_EQ(world.connect(kAgent), 503);
+}
+
 TEST(Pairings, HoldARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   RelayWorld world;
   (void)world.registerToken();

@@ -6,6 +6,7 @@
 
 #include "companion/relay/rules/ClientAddress.h"
 #include "companion/relay/rules/ListenAddress.h"
+#include "companion/relay/rules/LogLine.h"
 #include "companion/relay/rules/RelayLimits.h"
 
 namespace quillard::relayserver {
@@ -21,6 +22,8 @@ struct RelayConfiguration {
   std::string registrationKeyFile;  // Empty: registering needs no key.
   bool isBehindProxy = false;
   std::vector<IpNetwork> trustedProxies;  // None unless behind a proxy.
+  LogFormat logFormat = LogFormat::text;
+  std::chrono::seconds drain{0};  // From the signal to stop until connections are closed.
   RelayLimits limits;
 
   [[nodiscard]] bool hasTls() const { return !tlsCertificate.empty(); }

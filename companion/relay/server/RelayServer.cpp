@@ -102,6 +102,7 @@ class RelayServer::Implementation {
   void reloadCertificate();
   void awaitTick();
   void tidy();
+  void drain();
   void stop();
   void closeNext(Duration pause);
   void waitForConnections(Instant latest);
@@ -109,7 +110,7 @@ class RelayServer::Implementation {
 
   const RelayConfiguration configuration;
   const OpenStore openStore;
-  StderrLog log;
+  StderrLog log{configuration.logFormat};
   RelayMetrics metrics;
   Unfinished unfinished;
   PhonePage page;
@@ -273,7 +274,7 @@ void RelayServer::Implementation::awaitSignal() {
     } else if (isStopping) {
       return loop.stop();
     } else {
-      stop();
+      drain();
     }
     awaitSignal();
   });
@@ -313,8 +314,18 @@ void RelayServer::Implementation::tidy() {
   rooms->forget(purged);
 }
 
-void RelayServer::Implementation::stop() {
+void RelayServer::Implementation::drain() {
   isStopping = true;
+  if (configuration.drain.count() == 0) return stop();
+  log.warn("Draining.");
+  service->drain();
+  closeTimer.expires_after(configuration.drain);
+  closeTimer.async_wait([this](const ErrorCode& error) {
+    if (!error) stop();
+  });
+}
+
+void RelayServer::Implementation::stop() {
   log.warn("Stopping.");
   service->stop();
   for (const auto& listener : listeners) listener->acceptor.close();

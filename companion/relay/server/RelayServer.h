@@ -12,8 +12,9 @@ namespace quillard::relayserver {
 // The whole relay: one process, one thread. Rooms, pairings and answers are those of companion/relay/rules; this class
 // gives them sockets and the time.
 //
-// SIGTERM and SIGINT end it in an orderly way: each connection gets a close message and a while to answer it; a second
-// signal ends it immediately. SIGHUP makes it read its certificate again.
+// SIGTERM and SIGINT end it in an orderly way: for `drain` it serves on and says that it is not ready; then each
+// connection gets a close message and a while to answer it; a second signal ends it immediately. SIGHUP makes it read
+// its certificate again.
 class RelayServer {
  public:
   // Called once, in `prepare`, when everything that can be refused before was fine. Throws PairingStore::Failure.

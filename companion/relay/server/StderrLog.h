@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "companion/relay/rules/EventLog.h"
+#include "companion/relay/rules/LogLine.h"
 #include "companion/relay/rules/TokenBucket.h"
 
 namespace quillard::relayserver {
@@ -10,13 +11,14 @@ namespace quillard::relayserver {
 // Lines on standard error, each with its time. Where too many notes come at once, it counts those that it leaves out.
 class StderrLog final : public EventLog {
  public:
-  StderrLog();
+  explicit StderrLog(LogFormat format);
   void note(std::string_view line) override;
   void warn(std::string_view line) override;
 
  private:
-  static void write(std::string_view line);
+  void write(LogLevel level, std::string_view line) const;
 
+  const LogFormat format;
   TokenBucket notes;
   std::uint64_t leftOut = 0;
 };

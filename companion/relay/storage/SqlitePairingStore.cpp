@@ -155,6 +155,14 @@ void SqlitePairingStore::prepareSchema() {
   });
 }
 
+void SqlitePairingStore::backUp(const std::string& file, const std::string& copy) {
+  if (::access(file.c_str(), R_OK) != 0) failForFile(file, std::strerror(errno));
+  if (::access(copy.c_str(), F_OK) == 0) throw Failure{copy + " is there already."};
+  SqlitePairingStore store(file);
+  Statement(store, "VACUUM INTO ?").with(copy).run();
+  if (::chmod(copy.c_str(), S_IRUSR | S_IWUSR) != 0) failForFile(copy, std::strerror(errno));
+}
+
 std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& pairingID) {
   // One statement whatever there is.
   Statement found(*this,

@@ -19,6 +19,9 @@ class SqlitePairingStore final : public PairingStore {
   explicit SqlitePairingStore(const std::string& file);
   ~SqlitePairingStore() override;
 
+  // A copy as of now into `copy`, which must not exist, while a relay goes on using `file`. Mode 0600. Throws Failure.
+  static void backUp(const std::string& file, const std::string& copy);
+
   std::optional<Entry> find(const std::string& pairingID) override;
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
   void markUsed(const std::string& pairingID, std::int64_t now) override;

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,6 +96,88 @@ TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
   const std::string link = folder.path() + "/link.db";
   ASSERT_EQ(::symlink(shared.c_str(), link.c_str()), 0);
   EXPECT_FALSE(opens(link));
+}
+
+// What the first version wrote, statement by statement.
+TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  const std::string sql = R"(
+    PRAGMA journal_mode = WAL;
+    CREATE TABLE pairings (id TEXT PRIMARY KEY, token BLOB NOT NULL, seen INTEGER NOT NULL) WITHOUT ROWID;
+    CREATE INDEX pairings_by_seen ON pairings (seen);
+    CREATE TABLE revocations (id TEXT PRIMARY KEY, at INTEGER NOT NULL) WITHOUT ROWID;
+    CREATE INDEX revocations_by_time ON revocations (at);
+    CREATE TABLE removed_phones (pairing TEXT NOT NULL, device TEXT NOT NULL, at INTEGER NOT NULL,
+                                 PRIMARY KEY (pairing, device)) WITHOUT ROWID;
+    PRAGMA user_version = 1;
+    INSERT INTO pairings VALUES ('one', zeroblob(32), 100), ('two', zeroblob(32), 200);
+    INSERT INTO revocations VALUES ('gone', 150);
+    INSERT INTO removed_phones VALUES ('one', 'A', 120);
+  )";
+  ASSERT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+  ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+  for (int opened = 0; opened < 2; ++opened) {
+    SqlitePairingStore store(file);
+    ASSERT_TRUE(store.find("one"));
+    EXPECT_EQ(store.find("one")->token, TokenHash{});
+    EXPECT_EQ(store.find("two")->lastUsed, 200);
+    EXPECT_TRUE(store.find("one")->isJoined);
+    EXPECT_FALSE(store.find("gone")->token);
+    EXPECT_TRUE(store.isRemoved("one", "A"));
+    EXPECT_EQ(store.count(), 2U);
+    EXPECT_EQ(store.countUnjoined(), 0U);
+    EXPECT_TRUE(store.purge(50, 1000).empty());
+  }
+  SqlitePairingStore store(file);
+  store.add("three", hashOf(kToken), 300);
+  EXPECT_FALSE(store.find("three")->isJoined);
+}
+
+TEST_F(SqliteStore, RefusesAFileOfALaterVersion) {
+  { const SqlitePairingStore store(file); }
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database, "PRAGMA user_version = 99", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+  EXPECT_THROW(SqlitePairingStore{file}, PairingStore::Failure);
+}
+
+TEST_F(SqliteStore, KnowsWhichPairingsNobodyHasJoined) {
+  SqlitePairingStore store(file);
+  for (int i = 0; i < 4; ++i) store.add("p" + std::to_string(i), hashOf(kToken), 100 + i);
+  store.markJoined("p0", 200);
+  EXPECT_TRUE(store.find("p0")->isJoined);
+  EXPECT_EQ(store.find("p0")->lastUsed, 200);
+  EXPECT_EQ(store.countUnjoined(), 3U);
+  EXPECT_TRUE(store.forgetOldestUnjoined());
+  EXPECT_FALSE(store.find("p1"));
+  EXPECT_EQ(store.purge(0, 103), std::vector<std::string>{"p2"});
+  EXPECT_TRUE(store.forgetOldestUnjoined());
+  EXPECT_FALSE(store.forgetOldestUnjoined());
+  EXPECT_EQ(store.count(), 1U);
+}
+
+TEST_F(SqliteStore, ComesBackFromABackupThatWasMadeWhileItWasInUse) {
+  const std::string copy = folder.path() + "/backup.db";
+  SqlitePairingStore store(file);
+  store.add("one", hashOf(kToken), 100);
+  store.markJoined("one", 100);
+  store.revoke("two", 300, 10);
+  store.removePhone("one", "A", 300, 10);
+  SqlitePairingStore::backUp(file, copy);
+  EXPECT_THROW(SqlitePairingStore::backUp(file, copy), PairingStore::Failure);
+  EXPECT_THROW(SqlitePairingStore::backUp(folder.path() + "/missing.db", copy + "2"), PairingStore::Failure);
+  store.revoke("one", 400, 10);
+  struct stat status {};
+  ASSERT_EQ(::stat(copy.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  SqlitePairingStore restored(copy);
+  EXPECT_EQ(restored.find("one")->token, hashOf(kToken));
+  EXPECT_TRUE(restored.find("one")->isJoined);
+  EXPECT_FALSE(restored.find("two")->token);
+  EXPECT_TRUE(restored.isRemoved("one", "A"));
 }
 
 }  // namespace

@@ -143,7 +143,9 @@ struct CheckedConnection::State {
     if (IpAddress::parse(relay.host)) {
       X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls), relay.host.c_str());
     } else {
-      SSL_set_tlsext_host_name(tls, relay.host.c_str());
+      // What SSL_set_tlsext_host_name does, which is a macro with a cast of another time.
+      std::string name = relay.host;
+      SSL_ctrl(tls, SSL_CTRL_SET_TLSEXT_HOSTNAME, TLSEXT_NAMETYPE_host_name, name.data());
       SSL_set1_host(tls, relay.host.c_str());
     }
     while (true) {

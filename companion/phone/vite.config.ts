@@ -37,15 +37,22 @@ function pageFiles(): Plugin {
   };
 }
 
-/** The table of Japanese characters is two thirds of what reads codes. Pairing codes are bytes, and have none. */
-function withoutKanji(): Plugin {
+/**
+ * The table of Japanese characters is two thirds of what reads codes. Pairing codes are bytes, and have none; nor are they as
+ * large as those of version 26 and above, which hold more than 997 bytes.
+ */
+function forPairingCodes(): Plugin {
   const table = /exports\.shiftJISTable = \{[^}]*\};/;
+  const largeVersions = /,\s*\{\s*infoBits: 0x\w+,\s*versionNumber: 26,[\s\S]*?\n\];/;
   return {
-    name: "without-kanji",
+    name: "for-pairing-codes",
     transform(code, id) {
       if (!id.endsWith("/jsqr/dist/jsQR.js")) return undefined;
-      if (!table.test(code)) throw new Error("The table of the code reader is not where it was.");
-      return { code: code.replace(table, "exports.shiftJISTable = {};"), map: null };
+      if (!table.test(code) || !largeVersions.test(code)) {
+        throw new Error("The tables of the code reader are not where they were.");
+      }
+      const kept = code.replace(table, "exports.shiftJISTable = {};").replace(largeVersions, "\n];");
+      return { code: kept, map: null };
     },
   };
 }
@@ -78,9 +85,9 @@ function compressed(): Plugin {
 }
 
 export default defineConfig({
-  plugins: [pageFiles(), withoutKanji(), compressed()],
+  plugins: [pageFiles(), forPairingCodes(), compressed()],
   esbuild: { jsx: "automatic", jsxImportSource: "preact" },
-  worker: { format: "es", plugins: () => [withoutKanji()] },
+  worker: { format: "es", plugins: () => [forPairingCodes()] },
   build: {
     outDir: "dist/page",
     emptyOutDir: true,

@@ -1,0 +1,219 @@
+#include <algorithm>
+
+#include "companion/relay/rules/PairingRooms.h"
+#include "companion/relay/rules/PairingRoomsState.h"
+#include "companion/relay/rules/RelayNames.h"
+
+// Which message goes to whom.
+namespace quillard::relayserver {
+namespace {
+
+// The number of decisions of which a room remembers which phone sent them.
+constexpr std::size_t kKeptDecisions = 256;
+
+template <class... Cases>
+struct Overloaded : Cases... {
+  using Cases::operator()...;
+};
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
+// Of messages that have no such part: none.
+template <class Messages>
+std::size_t sealedBytesOf(const Messages& read) {
+  return std::visit(
+      [](const auto& message) -> std::size_t {
+        if constexpr (requires { message.sealedBytes; }) return message.sealedBytes;
+        return 0;
+      },
+      read);
+}
+
+}  // namespace
+
+// ---- Messages
+
+void PairingRooms::didReceivePart(const RelayPeer& peer, Instant now) {
+  Member* member = memberOf(peer);
+  if (member && !member->partSince) member->partSince = now;
+  makeRoom(now);
+}
+
+Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) {
+  Member* member = memberOf(peer);
+  if (!member) return {};
+  metrics.bytesReceived += text.size();
+  member->partSince.reset();
+  Room& room = member->room;
+  TokenBucket& rate = member->isAgent() ? room.agentRate : room.phoneRates.of(member->who.deviceID, now.instant);
+  if (!rate.take(now.instant)) {
+    expel(*member, CloseCode::tooManyMessages, now.instant);
+    return {};
+  }
+  if (text.size() > limits.messageBytes) {
+    expel(*member, CloseCode::tooBig, now.instant);
+    return {};
+  }
+  // Both outlive the member, which may be gone afterwards.
+  const auto paying = room.traffic;
+  const auto from = member->from;
+  const auto sentBefore = metrics.bytesSent;
+  const auto textsBefore = textsSent;
+  TrafficWork work{.received = text.size()};
+  work.sealed = member->isAgent() ? takeFromAgent(*member, text, now) : takeFromPhone(*member, text, now);
+  work.sent = metrics.bytesSent - sentBefore;
+  work.texts = textsSent - textsBefore;
+  const Duration wait = traffic.spend(*paying, *from, work, now.instant);
+  makeRoom(now.instant);
+  member = memberOf(peer);
+  if (!member) return {};
+  // Whoever is not read is not silent.
+  member->receivedAt = now.instant + wait;
+  return wait;
+}
+
+std::size_t PairingRooms::takeFromAgent(Member& member, std::string_view text, Moment now) {
+  Room& room = member.room;
+  auto read = readAgentMessage(text, limits.messageBytes);
+  const std::size_t sealed = sealedBytesOf(read);
+  std::visit(Overloaded{[&](SnapshotMessage& message) { takeSnapshot(room, std::move(message), now.instant); },
+                        [&](ClockMessage& message) { takeClock(room, std::move(message), now.instant); },
+                        [&](ResultMessage& message) { takeResult(room, std::move(message), now.instant); },
+                        [&](const UnpairMessage& message) { unpair(room, message, now); },
+                        [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
+                        [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
+             read);
+  return sealed;
+}
+
+std::size_t PairingRooms::takeFromPhone(Member& member, std::string_view text, Moment now) {
+  auto read = readPhoneMessage(text, limits.messageBytes);
+  const std::size_t sealed = sealedBytesOf(read);
+  std::visit(Overloaded{[&](RequestMessage& message) { takeRequest(member, std::move(message), now.instant); },
+                        [&](SuppressionMessage& message) { takeSuppression(member, std::move(message), now.instant); },
+                        [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
+                        [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
+             read);
+  return sealed;
+}
+
+void PairingRooms::takeSnapshot(Room& room, SnapshotMessage message, Instant now) {
+  ++metrics.messages["mac.snapshot"];
+  const auto text = hold(std::move(message.text));
+  keepSnapshot(room, text);
+  sendTo(room.phones, text, now);
+}
+
+void PairingRooms::takeClock(Room& room, ClockMessage message, Instant now) {
+  ++metrics.messages["mac.clock"];
+  sendTo(room.phones, hold(std::move(message.text)), now);
+}
+
+void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
+  ++metrics.messages["approval.result"];
+  const Decision* decision = room.decision(message.decisionID);
+  const auto phone = decision ? std::optional(decision->phone) : std::nullopt;
+  sendTo(room.phones, hold(resultText(std::move(message), phone)), now);
+}
+
+void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
+  ++metrics.messages["phone.unpair"];
+  if (message.deviceID) {
+    pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
+    const auto removed = std::find_if(room.phones.begin(), room.phones.end(),
+                                      [&](const Member* phone) { return phone->who.deviceID == *message.deviceID; });
+    if (removed != room.phones.end()) expel(**removed, CloseCode::removed, now.instant);
+    return;
+  }
+  log.note("Revoked " + shortened(room.pairingID));
+  pairings.revoke(room.pairingID, now.epochSeconds);
+  metrics.pairings = pairings.count();
+  auto leaving = room.phones;
+  if (room.agent) leaving.push_back(room.agent);
+  for (Member* member : leaving) {
+    closeMember(*member, CloseCode::revoked);
+    remove(*member);
+  }
+  dropSnapshot(room);
+  rooms.erase(std::string(room.pairingID));
+}
+
+void PairingRooms::takeRequest(Member& member, RequestMessage message, Instant now) {
+  ++metrics.messages["approval.request"];
+  Room& room = member.room;
+  // The first phone counts as the one that decided: another one may repeat the decision only to get the outcome.
+  if (!room.decision(message.decisionID)) {
+    if (room.decisions.size() == kKeptDecisions) room.decisions.pop_front();
+    room.decisions.push_back({message.decisionID, member.description()});
+  }
+  passToAgent(member, message.decisionID, hold(std::move(message.text)), now);
+}
+
+void PairingRooms::takeSuppression(Member& member, SuppressionMessage message, Instant now) {
+  ++metrics.messages[std::string(message.type)];
+  const auto text = hold(std::move(message.text));
+  Room& room = member.room;
+  const RelayPeer& peer = *member.peer;
+  passToAgent(member, message.decisionID, text, now);
+  auto others = room.phones;
+  std::erase_if(others, [&peer](const Member* phone) { return phone->peer.get() == &peer; });
+  sendTo(others, text, now);
+}
+
+// A busy agent is not closed: the phone gets a receipt that says so, and may try again.
+void PairingRooms::passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now) {
+  std::optional<NotDelivered> reason;
+  Room& room = phone.room;
+  if (!room.agent) {
+    reason = NotDelivered::macNotConnected;
+  } else if (!sendOne(*room.agent, text)) {
+    reason = NotDelivered::macBusy;
+  }
+  ++(reason ? metrics.notDelivered : metrics.delivered);
+  sendTo({&phone}, hold(receiptText(decisionID, reason)), now);
+}
+
+// ---- Sending
+
+void PairingRooms::sendTo(const std::vector<Member*>& recipients, const MessageText& text, Instant now) {
+  std::vector<const RelayPeer*> slow;
+  for (Member* member : recipients) {
+    if (!sendOne(*member, text)) slow.push_back(member->peer.get());
+  }
+  for (const RelayPeer* peer : slow) {
+    if (Member* member = memberOf(*peer)) expel(*member, CloseCode::tooSlow, now);
+  }
+}
+
+// False: too much waits for it already.
+bool PairingRooms::sendOne(Member& recipient, const MessageText& text) {
+  if (!recipient.peer->send(text)) return false;
+  metrics.bytesSent += text->size();
+  ++textsSent;
+  return true;
+}
+
+void PairingRooms::sendMacStatus(Member& phone, Instant now) {
+  phone.statusSentAt = now;
+  const Room& room = phone.room;
+  std::optional<long long> ago;
+  if (room.agentReceivedAt) ago = std::chrono::duration_cast<std::chrono::seconds>(now - *room.agentReceivedAt).count();
+  sendTo({&phone}, hold(macStatusText(room.agent != nullptr, ago)), now);
+}
+
+void PairingRooms::sendMacStatusToPhones(Room& room, Instant now) {
+  std::vector<const RelayPeer*> phones;
+  for (const Member* phone : room.phones) phones.push_back(phone->peer.get());
+  for (const RelayPeer* peer : phones) {
+    if (Member* phone = memberOf(*peer)) sendMacStatus(*phone, now);
+  }
+}
+
+void PairingRooms::sendPhoneStatusToAgent(Room& room, Instant now) {
+  if (!room.agent) return;
+  std::vector<PhoneDescription> phones;
+  for (const Member* phone : room.phones) phones.push_back(phone->description());
+  sendTo({room.agent}, hold(phoneStatusText(phones)), now);
+}
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "companion/relay/rules/PairingRooms.h"
+
+// What PairingRooms keeps of a room and of a peer: for its own sources only.
+namespace quillard::relayserver {
+
+struct Decision {
+  std::string id;
+  PhoneDescription phone;
+};
+
+struct PairingRooms::Room {
+  std::string pairingID;
+  TokenBucket agentRate;
+  NamedBuckets phoneRates;
+  Member* agent = nullptr;
+  std::vector<Member*> phones;
+  MessageText snapshot;
+  std::list<Room*>::iterator snapshotPlace;  // While there is a snapshot.
+  std::optional<Instant> agentReceivedAt;
+  std::deque<Decision> decisions;  // Oldest first.
+  std::shared_ptr<PairingTraffic> traffic;
+  Instant emptySince{};  // While nobody is in it.
+
+  [[nodiscard]] bool isEmpty() const { return !agent && phones.empty(); }
+
+  [[nodiscard]] const Decision* decision(const std::string& id) const {
+    const auto found =
+        std::find_if(decisions.begin(), decisions.end(), [&](const auto& kept) { return kept.id == id; });
+    return found == decisions.end() ? nullptr : &*found;
+  }
+};
+
+struct PairingRooms::Member {
+  std::shared_ptr<RelayPeer> peer;
+  PeerIntroduction who;
+  Room& room;
+  std::shared_ptr<const RatePrefixes> from;
+  std::uint64_t number;  // Later ones have higher numbers.
+  Instant receivedAt;
+  Instant pingedAt;
+  Instant statusSentAt;              // Of a phone: when it was last sent its computer's status.
+  std::optional<Instant> partSince;  // A message has begun to arrive.
+
+  [[nodiscard]] bool isAgent() const { return who.role == Role::agent; }
+  [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform}; }
+};
+
+}  // namespace quillard::relayserver

@@ -72,9 +72,8 @@ TEST(LiveText, KnowsTheLabelOfACountingButton) {
 }
 
 TEST(LiveText, SurvivesAnyBytes) {
-  for (const auto& text :
-       {std::string("1\xC2"), std::string("9:9:9:9"), std::string("12:"), std::string("5 \xE2\x80"),
-        std::string(5000, '7') + " s", std::string("\xFF 5 s \xFF")}) {
+  for (const auto& text : {std::string("1\xC2"), std::string("9:9:9:9"), std::string("12:"), std::string("5 \xE2\x80"),
+                           std::string(5000, '7') + " s", std::string("\xFF 5 s \xFF")}) {
     EXPECT_TRUE(isSameText(text, steady(text) == text ? text : text, Seconds{0}));
     EXPECT_LE(steady(text).size(), text.size());
   }

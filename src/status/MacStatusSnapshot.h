@@ -27,7 +27,7 @@ struct MacStatusSnapshot {
   std::vector<RelayPhoneStatus> connectedPhones;
   NotificationPauseSnapshot notificationPause;
   std::int64_t pendingApprovalCount = 0;
-  ScanProblem scanProblem;             // Of the newest scan: what it could not read.
+  ScanProblem scanProblem;                 // Of the newest scan: what it could not read.
   std::optional<LazyBitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;

@@ -1,5 +1,6 @@
 #include "desktop/AccessibleTree.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -60,6 +61,11 @@ const Accessible* Accessible::find(std::uint32_t withRole, const std::string& wi
     if (const auto* const found = child.find(withRole, withName)) return found;
   }
   return nullptr;
+}
+
+bool Accessible::holdsRole(std::uint32_t wanted) const {
+  return role == wanted || std::any_of(children.begin(), children.end(),
+                                       [wanted](const Accessible& child) { return child.holdsRole(wanted); });
 }
 
 std::vector<Accessible> Accessible::findAllShowing(const std::function<bool(const Accessible&)>& isWanted) const {

@@ -28,6 +28,8 @@ struct Accessible {
   [[nodiscard]] bool isShowing() const { return hasState(kShowingState); }
   // The first one, itself included, from the top.
   [[nodiscard]] const Accessible* find(std::uint32_t withRole, const std::string& withName) const;
+  // Whether it, or anything below it, has that role.
+  [[nodiscard]] bool holdsRole(std::uint32_t wanted) const;
   // All that satisfy `isWanted`, itself included, parents first. What does not show is passed over with all below it,
   // as screen readers do.
   [[nodiscard]] std::vector<Accessible> findAllShowing(const std::function<bool(const Accessible&)>& isWanted) const;
@@ -41,6 +43,7 @@ inline constexpr std::uint32_t kFileChooserRole = 19;
 inline constexpr std::uint32_t kFillerRole = 20;
 inline constexpr std::uint32_t kFrameRole = 23;
 inline constexpr std::uint32_t kLabelRole = 29;
+inline constexpr std::uint32_t kTabListRole = 38;
 inline constexpr std::uint32_t kPasswordRole = 40;
 inline constexpr std::uint32_t kButtonRole = 43;
 inline constexpr std::uint32_t kToolbarRole = 63;

@@ -83,8 +83,16 @@ extern NSNotificationName const NSWorkspaceActiveSpaceDidChangeNotification;
 - (void)set;
 @end
 
-typedef NS_ENUM(NSUInteger, NSLineCapStyle) { NSLineCapStyleButt = 0, NSLineCapStyleRound = 1, NSLineCapStyleSquare = 2 };
-typedef NS_ENUM(NSUInteger, NSLineJoinStyle) { NSLineJoinStyleMiter = 0, NSLineJoinStyleRound = 1, NSLineJoinStyleBevel = 2 };
+typedef NS_ENUM(NSUInteger, NSLineCapStyle) {
+  NSLineCapStyleButt = 0,
+  NSLineCapStyleRound = 1,
+  NSLineCapStyleSquare = 2
+};
+typedef NS_ENUM(NSUInteger, NSLineJoinStyle) {
+  NSLineJoinStyleMiter = 0,
+  NSLineJoinStyleRound = 1,
+  NSLineJoinStyleBevel = 2
+};
 
 @interface NSBezierPath : NSObject <NSCopying>
 @property CGFloat lineWidth;

@@ -23,18 +23,18 @@
 #define QUILLARD_DEPRECATED(version, until)
 #endif
 
-// A real enumeration, and options as an integer, as the system's own macros of these names make them. Unnamed: constants
-// of an integer.
+// A real enumeration, and options as an integer, as the system's own macros of these names make them. Unnamed:
+// constants of an integer.
 #ifdef __clang__
 #define QUILLARD_OPEN_ENUM __attribute__((enum_extensibility(open)))
 #else
 #define QUILLARD_OPEN_ENUM
 #endif
-#define CF_ENUM(type, name) \
+#define CF_ENUM(type, name)                 \
   enum QUILLARD_OPEN_ENUM name : type name; \
   enum QUILLARD_OPEN_ENUM name : type
 #define CF_OPTIONS(type, name) \
-  type name; \
+  type name;                   \
   enum : name
 
 extern "C" {

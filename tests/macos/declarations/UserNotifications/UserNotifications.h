@@ -10,7 +10,10 @@ NS_ASSUME_NONNULL_BEGIN
 @class UNNotificationTrigger;
 @class UNUserNotificationCenter;
 
-typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) { UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };
+typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) {
+  UNAuthorizationOptionSound = 2,
+  UNAuthorizationOptionAlert = 4
+};
 
 typedef NS_OPTIONS(NSUInteger, UNNotificationPresentationOptions) {
   UNNotificationPresentationOptionSound = 2,

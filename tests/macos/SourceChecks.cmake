@@ -8,7 +8,8 @@ foreach(library Qt6::Core Qt6::Widgets Qt6::Network Qt6::WebSockets PkgConfig::q
 endforeach()
 list(REMOVE_DUPLICATES folders)
 set(check ${CMAKE_CURRENT_SOURCE_DIR}/check-sources.sh)
-set(build ${CMAKE_CURRENT_BINARY_DIR}/sources)
+# Named after its compiler: a folder keeps the one that it was made for.
+set(build ${CMAKE_CURRENT_BINARY_DIR}/sources-clang-19)
 add_test(NAME MacSources.AreFound
   COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_SOURCE_DIR}/sources -B ${build} -G Ninja "-DQT_FOLDERS=${folders}")
 set_tests_properties(MacSources.AreFound PROPERTIES FIXTURES_SETUP mac_sources LABELS macos)

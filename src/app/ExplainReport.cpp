@@ -23,7 +23,7 @@ std::string_view meaningOf(LabelKind kind) {
     case LabelKind::action:
       return "does what it says";
     case LabelKind::acknowledgement:
-      return "takes notice";
+      return "acknowledges";
     case LabelKind::form:
       return "stands on forms and tools";
     case LabelKind::aside:

@@ -12,7 +12,7 @@ enum class LabelKind {
   safeDismissal,    // Closes the prompt, grants nothing, destroys nothing.
   dismissal,        // A way out that may lose something, or puts the question off.
   action,           // Goes along with what is asked, or does something else that its label says.
-  acknowledgement,  // OK or Close: takes notice where it stands alone; beside a way out, OK goes along.
+  acknowledgement,  // OK or Close: acknowledges where it stands alone; beside a way out, OK goes along.
   form,             // Stands on forms, settings, assistants and tools.
   aside,            // Decides nothing: help, details, the buttons of a window's frame.
   unknown,          // Not understood: nobody can tell what a press would do.

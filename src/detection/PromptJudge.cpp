@@ -119,8 +119,12 @@ JudgedPrompt PromptJudge::judge(const PromptReading& reading) const {
     const bool tellsByItself = DialogButtonSemantics::isSafeDismissal(label.shown);
     judged.buttons[i].isKnownDismissal = !tellsByItself && label.mayBeSafe && meaning.isSafeDismissal(label.judged);
   }
-  const bool isOnlyDeniable = supplement.judgesByStructure && judged.directAccessReason;
-  if (!isOnlyDeniable) judged.recommendedLabel = recommendedLabel(reading);
+  // What a box or a menu adds to the answer ("Remember this decision") is not read: it may make a grant last for ever.
+  const auto& parts = reading.evidence.structure;
+  const bool mayMeanMore = parts.checkBoxes > 0 || parts.radioButtons > 0 || parts.comboBoxes > 0;
+  const bool isOnlyDeniable = judged.directAccessReason.has_value();
+  if (!supplement.judgesByStructure || (!isOnlyDeniable && !mayMeanMore))
+    judged.recommendedLabel = recommendedLabel(reading);
   return judged;
 }
 
@@ -139,7 +143,7 @@ std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& 
   const auto& parts = reading.evidence.structure;
   const bool isChosenFrom =
       parts.lists > 0 && !parts.isAlert && !saysOneOf(normalizedText(texts, &PromptText::judged), supplement.questions);
-  if (parts.textFields > 0 || isChosenFrom) return toBeFilledInReason();
+  if (parts.textFields > 0 || parts.radioButtons > 0 || isChosenFrom) return toBeFilledInReason();
   const LabelMeaning meaning{supplement};
   for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
     const auto kind = meaning.kindOf(texts.labels[i].judged);

@@ -78,6 +78,19 @@ TEST_F(PromptJudgeTest, LeavesWhatHasToBeTypedToTheComputer) {
   reading.evidence.structure.textFields = 1;
   EXPECT_EQ(judged().directAccessReason, toBeFilledInReason());
   EXPECT_EQ(judged(kNone).directAccessReason, std::nullopt);
+  reading.evidence.structure = {.radioButtons = 2};
+  EXPECT_EQ(judged().directAccessReason, toBeFilledInReason()) << "what is chosen there is not shown on the phone";
+}
+
+TEST_F(PromptJudgeTest, RecommendsNothingWhereABoxMayMeanMore) {
+  show({"Go on?"}, {"Yes", "No"});
+  EXPECT_EQ(judged().recommendedLabel, "Yes");
+  for (const auto& structure : {WindowStructure{.checkBoxes = 1}, WindowStructure{.comboBoxes = 1}}) {
+    reading.evidence.structure = structure;
+    EXPECT_EQ(judged().recommendedLabel, std::nullopt);
+    EXPECT_EQ(judged().directAccessReason, std::nullopt);
+    EXPECT_EQ(judged(kNone).recommendedLabel, "Yes") << "the rules that hold everywhere do";
+  }
 }
 
 TEST_F(PromptJudgeTest, RecommendsNothingWhereSomethingIsAtStake) {

@@ -32,7 +32,7 @@ struct Facts {
   bool asksAQuestion = false;  // It holds a question mark.
   bool offersToKeepASecret = false;
   bool hasConflict = false;    // Two things claim one name.
-  bool hasHighSignal = false;  // A label that makes a prompt even alone, and does more than take notice.
+  bool hasHighSignal = false;  // A label that makes a prompt even alone, and does more than acknowledge.
 
   int lines = 0;
   int buttons = 0;
@@ -188,7 +188,7 @@ constexpr std::array kRules{
            const bool isOnlyNotice = f.decisions == f.acknowledgements || (f.decisions == 1 && f.dismissals == 1);
            return isOnlyNotice && f.parts.secureFields == 0 && !(f.isService && f.dismissals > 0);
          },
-         false, "There is nothing to decide: its buttons only take notice.",
+         false, "There is nothing to decide: its buttons only acknowledge.",
          "It would have to show a second button that does something else."},
     Rule{"tool-palette",
          [](const Facts& f) {
@@ -236,7 +236,7 @@ constexpr std::array kRules{
            const bool isAnswered = f.actions > 0 || f.others > f.acknowledgements;
            return f.parts.documents > 0 && !isAnswered && !f.hasPhrase && !f.parts.isAlert;
          },
-         false, "It shows a text to be read, and its buttons only take notice.",
+         false, "It shows a text to be read, and its buttons only acknowledge.",
          "It would have to show a button that answers something."},
     Rule{"form-with-choices", [](const Facts& f) { return f.isForm() && !f.parts.isAlert && !f.isQuestionByWords(); },
          false, "It is a form: there is something to set in it.",
@@ -251,9 +251,9 @@ constexpr std::array kRules{
          [](const Facts& f) { return f.parts.progressBars > 0 && !f.parts.isAlert && !f.isQuestionByWords(); }, false,
          "It shows how far something is.", "It would have to show no progress, or say what only a prompt says."},
     Rule{"single-action", [](const Facts& f) { return f.decisions == 1 && f.hasHighSignal; }, true,
-         "Its only button does more than take notice.", "It would have to show no button, or OK alone."},
+         "Its only button does more than acknowledge.", "It would have to show no button, or OK alone."},
     Rule{"single-action-by-words", [](const Facts& f) { return f.decisions == 1 && f.actions == 1 && f.hasPhrase; },
-         true, "It says what only a prompt says, and its only button does more than take notice.",
+         true, "It says what only a prompt says, and its only button does more than acknowledge.",
          "It would have to say something else, or show OK alone."},
     Rule{"single-button", [](const Facts& f) { return f.decisions <= 1; }, false,
          "There is nothing to decide: it shows one button.", "It would have to show a second button."},

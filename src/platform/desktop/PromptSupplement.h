@@ -46,7 +46,7 @@ struct PromptSupplement {
   SupplementList safeDismissals;    // Labels that close the prompt, grant nothing and destroy nothing.
   SupplementList dismissals;        // Labels that are a way out, and may lose something.
   SupplementList actions;           // Labels that are understood to do what they say.
-  SupplementList acknowledgements;  // Labels that only take notice.
+  SupplementList acknowledgements;  // Labels that only acknowledge.
   SupplementList asides;            // Labels that decide nothing: help, details, the buttons of the frame.
   SupplementList formLabels;        // Labels of forms, settings, assistants and tools.
 };

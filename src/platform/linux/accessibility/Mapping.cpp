@@ -159,7 +159,7 @@ std::string_view roleDescriptionOf(Role role) {
 }
 
 // Toolkits set both states or neither. A program that sets one of them is taken at its better word: a button that is
-// offered in vain does no harm, one that is missing does.
+// offered without effect does no harm, one that is missing does.
 bool isEnabled(const NodeRecord& record) { return record.is(State::enabled) || record.is(State::sensitive); }
 
 bool isDocument(const NodeRecord& record) { return record.role == Role::text && !record.is(State::editable); }

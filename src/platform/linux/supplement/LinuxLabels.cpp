@@ -25,8 +25,7 @@ constexpr std::array kSafeDismissals{
         "go back|back to safety|stay|stay on page|stay on this page|stay here|keep editing|continue editing|"
         "don't quit|don't close|don't exit|don't leave|don't delete|don't remove|don't replace|"
         "don't overwrite|don't restart|don't log out|do not delete|do not remove|do not replace|"
-        "do not overwrite|do not quit|do not close|do not restart|keep open|keep file|keep files|"
-        "keep playing|keep running"},
+        "do not overwrite|do not quit|do not close|do not restart|keep playing"},
     SupplementGroup{"Keeps the safe state that a document was opened in.",
         "disable macros|keep disabled|keep blocking"}};
 
@@ -76,7 +75,7 @@ constexpr std::array kActions{
         "settings|open preferences|manage *"}};
 
 constexpr std::array kAcknowledgements{
-    SupplementGroup{"Takes notice, and closes what says it.",
+    SupplementGroup{"Acknowledges, and closes what says it.",
         "ok|okay|close|done|got it|ok, got it|i understand|understood|thanks|thank you|alright|fine|hide|"
         "close this message|continue"}};
 

@@ -64,42 +64,13 @@ TEST(LinuxPromptSupplement, HasOneMeaningForEachLabel) {
 // What may be pressed from afar on any prompt must not go along with anything, end anything or throw anything away.
 TEST(LinuxPromptSupplement, CallsNothingSafeThatGrantsOrDestroys) {
   const LabelMeaning meaning{linuxPromptSupplement()};
-  for (const std::string label : {"OK",
-                                  "Yes",
-                                  "Allow",
-                                  "Always Allow",
-                                  "Grant Access",
-                                  "Share",
-                                  "Trust",
-                                  "Delete",
-                                  "Remove",
-                                  "Discard",
-                                  "Don't Save",
-                                  "Close without Saving",
-                                  "Abort",
-                                  "Ignore",
-                                  "Quit",
-                                  "Close",
-                                  "Leave",
-                                  "Log Out",
-                                  "Unlock",
-                                  "Skip",
-                                  "Later",
-                                  "Revert",
-                                  "Stop",
-                                  "End",
-                                  "Enable Macros",
-                                  "Yes, Delete",
-                                  "No, delete it",
-                                  "No encryption",
-                                  "Don't Ask Again",
-                                  "Never ask again",
-                                  "Continue",
-                                  "Retry",
-                                  "Wait",
-                                  "Dismiss",
-                                  "Nein",
-                                  ""}) {
+  for (const std::string label :
+       {"OK", "Yes", "Allow", "Always Allow", "Grant Access", "Share", "Trust", "Delete", "Remove", "Discard",
+        "Don't Save", "Close without Saving", "Abort", "Ignore", "Quit", "Close", "Leave",
+        // "This file may harm your computer", "The file system is damaged".
+        "Keep File", "Keep Running", "Keep Open", "Log Out", "Unlock", "Skip", "Later", "Revert", "Stop", "End",
+        "Enable Macros", "Yes, Delete", "No, delete it", "No encryption", "Don't Ask Again", "Never ask again",
+        "Continue", "Retry", "Wait", "Dismiss", "Nein", ""}) {
     EXPECT_FALSE(meaning.isSafeDismissal(label)) << label;
   }
   for (const std::string label :

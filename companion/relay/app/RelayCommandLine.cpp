@@ -218,8 +218,10 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
                                    .drain = std::chrono::seconds(read.drainSeconds),
                                    .limits = read.limits};
   configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
-  configuration.limits.snapshotBytes = read.snapshotMebibytes * 1024 * 1024;
   configuration.limits.memoryBytes = read.memoryMebibytes * 1024 * 1024;
+  // Else snapshots alone would fill the memory, and messages under way would be dropped instead.
+  configuration.limits.snapshotBytes =
+      std::min(read.snapshotMebibytes * 1024 * 1024, configuration.limits.memoryBytes / 2);
   if (auto wrong = readListeners(read, configuration)) return *wrong;
   if (auto wrong = readProxies(read, configuration)) return *wrong;
   return configuration;

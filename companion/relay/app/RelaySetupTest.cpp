@@ -38,12 +38,12 @@ class RelaySetup : public testing::Test {
 };
 
 TEST_F(RelaySetup, PutsCaddyBeforeTheRelayByDefault) {
-  const auto said = setUp({"--domain", "relay.example"});
-  ASSERT_EQ(said.exitCode, ExitCode::success) << said.text;
-  EXPECT_THAT(said.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws\n"));
-  EXPECT_THAT(said.text, HasSubstr("quillard-relay check https://relay.example\n"));
+  const auto outcome = setUp({"--domain", "relay.example"});
+  ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
+  EXPECT_THAT(outcome.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws\n"));
+  EXPECT_THAT(outcome.text, HasSubstr("quillard-relay check https://relay.example\n"));
   EXPECT_THAT(contents("etc/quillard-relay/Caddyfile"), HasSubstr("relay.example {\n"));
-  EXPECT_THAT(said.text, HasSubstr("reverse_proxy 127.0.0.1:8080"));
+  EXPECT_THAT(outcome.text, HasSubstr("reverse_proxy 127.0.0.1:8080"));
   const auto configuration = written();
   EXPECT_TRUE(configuration.isBehindProxy);
   EXPECT_TRUE(configuration.listen.at(0).address.isLoopback());
@@ -52,10 +52,10 @@ TEST_F(RelaySetup, PutsCaddyBeforeTheRelayByDefault) {
 }
 
 TEST_F(RelaySetup, ListensAtPort443WithACertificateOfItsOwn) {
-  const auto said = setUp(
+  const auto outcome = setUp(
       {"--domain", "relay.example", "--tls-certificate", make("fullchain.pem"), "--tls-key", make("privkey.pem")});
-  ASSERT_EQ(said.exitCode, ExitCode::success) << said.text;
-  EXPECT_THAT(said.text, HasSubstr("systemctl reload quillard-relay"));
+  ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
+  EXPECT_THAT(outcome.text, HasSubstr("systemctl reload quillard-relay"));
   const auto configuration = written();
   EXPECT_EQ(configuration.listen.size(), 2U);
   EXPECT_EQ(configuration.listen.at(0).port, 443);
@@ -69,12 +69,12 @@ TEST_F(RelaySetup, ListensAtPort443WithACertificateOfItsOwn) {
 }
 
 TEST_F(RelaySetup, MakesAKeyThatOnlyItsOwnerCanRead) {
-  const auto said = setUp({"--domain", "relay.example", "--registration-key"});
-  ASSERT_EQ(said.exitCode, ExitCode::success) << said.text;
+  const auto outcome = setUp({"--domain", "relay.example", "--registration-key"});
+  ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
   auto key = contents("etc/quillard-relay/registration-key");
   ASSERT_EQ(key.size(), 33U);
   key.pop_back();
-  EXPECT_THAT(said.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws?registration-key=" + key + "\n"));
+  EXPECT_THAT(outcome.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws?registration-key=" + key + "\n"));
   struct stat status {};
   ASSERT_EQ(::stat((folder.path() + "/etc/quillard-relay/registration-key").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
@@ -102,9 +102,9 @@ TEST_F(RelaySetup, WarnsAboutWhatItCannotUse) {
         {"--domain", "relay.example", "--page", "/missing"},
         {"--domain", "relay.example", "--tls-key", file, "--tls-certificate", "/missing.pem"},
         {"--domain", "relay.example", "--nonsense"}}) {
-    const auto said = setUp(arguments);
-    EXPECT_EQ(said.exitCode, ExitCode::wrongUsage) << said.text;
-    EXPECT_NE(said.text, "");
+    const auto outcome = setUp(arguments);
+    EXPECT_EQ(outcome.exitCode, ExitCode::wrongUsage) << outcome.text;
+    EXPECT_NE(outcome.text, "");
   }
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/etc"));
   EXPECT_EQ(setUp({"--help"}).exitCode, ExitCode::success);

@@ -5,7 +5,7 @@
 #include "companion/relay/rules/RelayWorld.h"
 #include "companion/relay/rules/TrafficBudget.h"
 
-// What strangers may cost.
+// What unauthenticated clients may cost.
 namespace quillard::relayserver {
 namespace {
 

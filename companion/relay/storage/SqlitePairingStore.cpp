@@ -45,7 +45,8 @@ void prepareFile(const std::string& file) {
   const bool isKnown = ::fstat(descriptor, &status) == 0;
   ::close(descriptor);
   if (!isKnown || !S_ISREG(status.st_mode)) failForFile(file, "it is no file.");
-  if (status.st_uid != ::geteuid()) failForFile(file, "it belongs to another user.");
+  // Root makes backups of what belongs to the service's own user.
+  if (status.st_uid != ::geteuid() && ::geteuid() != 0) failForFile(file, "it belongs to another user.");
   if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) failForFile(file, "others may use it; it must have mode 0600.");
 }
 

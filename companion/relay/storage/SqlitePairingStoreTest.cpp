@@ -159,6 +159,20 @@ TEST_F(SqliteStore, KnowsWhichPairingsNobodyHasJoined) {
   EXPECT_EQ(store.count(), 1U);
 }
 
+// The service has a user of its own.
+TEST_F(SqliteStore, OfAnotherUserIsBackedUpByRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "Only root can give a file to another user.";
+  constexpr uid_t kOther = 65534;
+  { SqlitePairingStore(file).add("one", hashOf(kToken), 100); }
+  ASSERT_EQ(::chown(file.c_str(), kOther, kOther), 0);
+  const std::string copy = folder.path() + "/backup.db";
+  SqlitePairingStore::backUp(file, copy);
+  EXPECT_TRUE(SqlitePairingStore(copy).find("one"));
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, kOther);
+}
+
 TEST_F(SqliteStore, ComesBackFromABackupThatWasMadeWhileItWasInUse) {
   const std::string copy = folder.path() + "/backup.db";
   SqlitePairingStore store(file);

@@ -1,5 +1,7 @@
 #include <atomic>
+#include <chrono>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include <gtest/gtest.h>

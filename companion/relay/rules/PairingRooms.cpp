@@ -234,7 +234,7 @@ void PairingRooms::forgetEmptyRooms(Instant now) {
 // ---- Memory
 
 void PairingRooms::makeRoom(Instant now) {
-  // A connection that was ended may give back what it kept a little later.
+  // A connection that was ended may release what it kept a little later.
   std::size_t excess = memory.excess();
   while (excess > 0) {
     std::size_t released = 0;

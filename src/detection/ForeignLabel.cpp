@@ -26,6 +26,12 @@ struct Meaning {
 // against a refusal.
 bool isUndo(std::string_view text) { return text::normalized(text) == "undo"; }
 
+// Other programs call a Cancel like one of these, and none of them grants anything.
+bool grantsNothing(std::string_view label) {
+  const auto plain = LabelMeaning::comparable(label);
+  return plain == "stop" || plain == "print" || plain == "undo";
+}
+
 bool isRefusing(LabelSense sense) { return sense == LabelSense::safeDismissal || sense == LabelSense::otherDismissal; }
 
 bool anyOf(const std::vector<Meaning>& meanings, bool (*fits)(LabelSense)) {
@@ -84,7 +90,7 @@ LabelSense senseOf(const LabelMeaning& meaning, std::string_view label) {
     case LabelKind::dismissal:
       return LabelSense::otherDismissal;
     case LabelKind::action:
-      return semantics::isPromptButton(label) ? LabelSense::grant : LabelSense::action;
+      return grantsNothing(label) ? LabelSense::action : LabelSense::grant;
     case LabelKind::acknowledgement:
       return semantics::isConfirmAction(label) ? LabelSense::grant : LabelSense::neutral;
     case LabelKind::form:

@@ -15,8 +15,8 @@ enum class LabelSense {
   unknown,         // They do not know it.
   safeDismissal,   // Closes the prompt, grants nothing and destroys nothing.
   otherDismissal,  // Refuses too, but may lose something, or puts the question off.
-  grant,           // Goes along with what a prompt asks.
-  action,          // Does something else that it says, such as Stop or Print.
+  grant,           // Goes along with what a prompt asks, or may: any action but the next.
+  action,          // Stop, Print or Undo, as whole labels: one word with Cancel in some languages, and no grant.
   neutral,         // Known, and decides nothing.
 };
 using LabelSenseOf = std::function<LabelSense(std::string_view label)>;

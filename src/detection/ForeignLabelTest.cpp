@@ -5,6 +5,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "detection/ForeignLabel.h"
+#include "platform/linux/supplement/LinuxPromptSupplement.h"
 
 namespace quillard {
 
@@ -29,6 +30,12 @@ LabelSense senseOfLabel(std::string_view label) {
 
 JudgedLabel judged(const std::string& shown, const std::vector<SourceText>& sources) {
   return judgedLabel(shown, sources, senseOfLabel);
+}
+
+// By the words of a real desktop.
+JudgedLabel judgedOnLinux(const std::string& shown, const std::vector<SourceText>& sources) {
+  return judgedLabel(shown, sources,
+                     [](std::string_view label) { return senseOf(LabelMeaning{linuxPromptSupplement()}, label); });
 }
 
 TEST(ForeignLabel, IsJudgedByItsEnglishText) {
@@ -56,6 +63,17 @@ TEST(ForeignLabel, WithARefusalAndAnotherActionMeansWhatMostMessagesSay) {
   EXPECT_EQ(judged("Abbrechen", {protectedText("Cancel", 4), protectedText("Stop")}),
             (JudgedLabel{"Abbrechen", false}));
   EXPECT_EQ(judged("Abbrechen", {protectedText("Stop", 5), protectedText("Cancel")}), (JudgedLabel{"Stop", false}));
+}
+
+TEST(ForeignLabel, HasNoneEitherWhereItGrantsInTheWordsOfTheDesktop) {
+  for (const std::string grant : {"Grant Access", "Accept", "Share", "Trust", "Unlock", "I agree", "Remove"}) {
+    EXPECT_EQ(judgedOnLinux("Wort", {protectedText("Cancel", 5), protectedText(grant)}), (JudgedLabel{"Wort", false}))
+        << grant;
+  }
+  for (const std::string other : {"Stop", "Print", "Undo"}) {
+    EXPECT_EQ(judgedOnLinux("Wort", {protectedText("Cancel", 5), protectedText(other)}), (JudgedLabel{"Cancel", true}))
+        << other;
+  }
 }
 
 // Real: in German, eleven of twelve messages are Discard.

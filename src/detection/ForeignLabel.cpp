@@ -81,6 +81,27 @@ std::vector<Meaning> withoutChanceHits(std::vector<Meaning> meanings) {
   return meanings;
 }
 
+JudgedLabel judgedByAll(std::string_view shown, const std::vector<SourceText>& sources, const LabelSenseOf& senseOf) {
+  const JudgedLabel asItStands{text::withoutMarks(shown), false};
+  const auto all = meaningsOf(sources, senseOf);
+  const auto meanings = withoutChanceHits(all);
+  const bool does =
+      anyOf(meanings, [](LabelSense sense) { return sense == LabelSense::grant || sense == LabelSense::action; });
+  if (meanings.empty() || (does && anyOf(meanings, isRefusing))) return asItStands;
+  const auto* const first = leading(meanings, [](LabelSense) { return true; });
+  const auto* const known = leading(meanings, [](LabelSense sense) { return sense != LabelSense::unknown; });
+  const bool isChance = !known || known->source->count * kSmallestPart < first->source->count;
+  if (isChance) return {first->source->text, false};
+  return {known->source->text, known->sense == LabelSense::safeDismissal && isSafelyDismissing(all)};
+}
+
+// What no program of the user can write.
+std::vector<SourceText> protectedOnes(std::vector<SourceText> sources) {
+  for (auto& source : sources) source.count = source.protectedCount;
+  std::erase_if(sources, [](const SourceText& source) { return source.count == 0; });
+  return sources;
+}
+
 }  // namespace
 
 LabelSense senseOf(const LabelMeaning& meaning, std::string_view label) {
@@ -103,17 +124,10 @@ LabelSense senseOf(const LabelMeaning& meaning, std::string_view label) {
 }
 
 JudgedLabel judgedLabel(std::string_view shown, const std::vector<SourceText>& sources, const LabelSenseOf& senseOf) {
-  const JudgedLabel asItStands{text::withoutMarks(shown), false};
-  const auto all = meaningsOf(sources, senseOf);
-  const auto meanings = withoutChanceHits(all);
-  const bool does =
-      anyOf(meanings, [](LabelSense sense) { return sense == LabelSense::grant || sense == LabelSense::action; });
-  if (meanings.empty() || (does && anyOf(meanings, isRefusing))) return asItStands;
-  const auto* const first = leading(meanings, [](LabelSense) { return true; });
-  const auto* const known = leading(meanings, [](LabelSense sense) { return sense != LabelSense::unknown; });
-  const bool isChance = !known || known->source->count * kSmallestPart < first->source->count;
-  if (isChance) return {first->source->text, false};
-  return {known->source->text, known->sense == LabelSense::safeDismissal && isSafelyDismissing(all)};
+  auto judged = judgedByAll(shown, sources, senseOf);
+  judged.isSafeDismissal =
+      judged.isSafeDismissal && judgedByAll(shown, protectedOnes(sources), senseOf).isSafeDismissal;
+  return judged;
 }
 
 std::string judgedLine(const std::string& shown, const std::vector<SourceText>& sources) {

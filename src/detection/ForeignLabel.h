@@ -27,8 +27,9 @@ using LabelSenseOf = std::function<LabelSense(std::string_view label)>;
 // A label as the rules are asked about it. What is shown, sent and pressed stays as it stands.
 struct JudgedLabel {
   std::string text;
-  // Its program's own catalogues, which no program of this user can write, use it for a safe dismissal before all else.
-  // Only then may the meaning make the button one: a hostile program can map a catalogue of its own.
+  // Its program's own catalogues, which no program of this user can write, use it for a safe dismissal before all else,
+  // and would by themselves. Only then may the meaning make the button one: a hostile program can map a catalogue of
+  // its own, which may take a safe dismissal away and never make one.
   bool isSafeDismissal = false;
 
   bool operator==(const JudgedLabel&) const = default;

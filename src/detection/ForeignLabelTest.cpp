@@ -95,6 +95,17 @@ TEST(ForeignLabel, IsASafeDismissalOnlyByWhatNoProgramOfTheUserCanWrite) {
   EXPECT_EQ(judged("Abbrechen", {{"Cancel", 50, 1}, protectedText("Abort", 2)}), (JudgedLabel{"Cancel", false}));
 }
 
+TEST(ForeignLabel, BecomesNoSafeDismissalByMessagesOfTheUsersOwnBesideProtectedOnes) {
+  const auto deny = protectedText("Deny");
+  const auto no = protectedText("No");
+  const auto later = protectedText("Later", 2);
+  EXPECT_EQ(judged("Wort", {later, protectedText("Cancel"), deny, no}), (JudgedLabel{"Later", false}));
+  EXPECT_EQ(judged("Wort", {{"Cancel", 4, 1}, later, deny, no}), (JudgedLabel{"Cancel", false}));
+  const auto stop = protectedText("Stop");
+  EXPECT_EQ(judged("Wort", {protectedText("Cancel", 4), stop}), (JudgedLabel{"Wort", false}));
+  EXPECT_EQ(judged("Wort", {{"Cancel", 5, 4}, stop}), (JudgedLabel{"Cancel", false}));
+}
+
 TEST(ForeignLabel, IsASafeDismissalOnlyWhereThatMeaningLeads) {
   EXPECT_EQ(judged("Halt", {protectedText("Cancel", 3), protectedText("Abort")}), (JudgedLabel{"Cancel", true}));
   EXPECT_EQ(judged("Halt", {protectedText("Cancel"), protectedText("Abort")}), (JudgedLabel{"Cancel", false}));
@@ -117,8 +128,9 @@ TEST(ForeignLabel, PrefersWhatTheRulesKnowUnlessItIsAChanceHit) {
 }
 
 RC_GTEST_PROP(ForeignLabel, NeverBecomesSafeByAnythingThatAProgramOfTheUserCanWrite, ()) {
-  static const std::vector<std::string> texts{"Cancel", "Deny",       "No",    "Later",  "Allow", "Discard", "OK",
-                                              "Undo",   "Don't Save", "Abort", "Delete", "Skip",  "Remove",  "Quit"};
+  static const std::vector<std::string> texts{"Cancel",  "Deny", "No",     "Later",      "Allow",
+                                              "Discard", "OK",   "Undo",   "Don't Save", "Abort",
+                                              "Delete",  "Skip", "Remove", "Quit",       "Stop"};
   std::vector<SourceText> sources;
   for (const auto& text : texts) {
     const int own = *rc::gen::element(0, 0, 1, 3, 50);

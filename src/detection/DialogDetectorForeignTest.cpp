@@ -49,9 +49,12 @@ TEST_F(ForeignPrompt, IsShownIdentifiedAndRecommendedAsItStands) {
   EXPECT_EQ(prompt.messageLines, Lines{"Karten möchte die Kamera nutzen."});
   EXPECT_EQ(prompt.reason, "Karten möchte die Kamera nutzen.");
   EXPECT_EQ(labels(prompt), (Lines{"Erlauben", "Abbrechen"}));
-  EXPECT_EQ(prompt.recommendedButtonLabel, "Erlauben");
+  EXPECT_EQ(prompt.recommendedButtonLabel, std::nullopt) << "What it asks is not understood.";
   world.translations().teach("Kamera", "Camera");
-  EXPECT_EQ(onlyPrompt().id, prompt.id) << "What is known of a text is no part of what it is.";
+  world.translations().teach("Karten möchte die Kamera nutzen.", "Maps would like to use the camera.");
+  const auto understood = onlyPrompt();
+  EXPECT_EQ(understood.recommendedButtonLabel, "Erlauben");
+  EXPECT_EQ(understood.id, prompt.id) << "What is known of a text is no part of what it is.";
 }
 
 TEST_F(ForeignPrompt, IsPressedAsItStands) {

@@ -6,6 +6,7 @@
 #include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DirectAccess.h"
 #include "detection/LabelMeaning.h"
+#include "foundation/ShownText.h"
 #include "foundation/Text.h"
 
 namespace quillard {
@@ -30,6 +31,11 @@ std::string normalizedText(const PromptTexts& texts, TextOf which) {
   std::string all = text::normalized(texts.title.*which);
   for (const auto& line : allLines(texts, which)) all += " " + text::normalized(line);
   return all;
+}
+
+// Whether an English text is known for it; that marks were taken from it tells nothing.
+bool hasMeaning(const PromptText& text) {
+  return text.judged != text.shown && text.judged != text::withoutMarks(text.shown);
 }
 
 // What a line says, without the colon of the one that names a field.
@@ -162,8 +168,21 @@ bool PromptJudge::saysHazard(const PromptReading& reading) const {
   return says(&PromptText::judged) || says(&PromptText::shown);
 }
 
+bool PromptJudge::isUnderstood(const PromptText& text) const {
+  const std::string plain = text::normalized(text.shown);
+  return plain.empty() || hasMeaning(text) || saysOneOf(plain, supplement.phrases) ||
+         saysOneOf(plain, supplement.questions);
+}
+
+bool PromptJudge::isForeignAndNotUnderstood(const PromptTexts& texts) const {
+  if (std::none_of(texts.labels.begin(), texts.labels.end(), hasMeaning)) return false;
+  const auto isNot = [this](const PromptText& text) { return !isUnderstood(text); };
+  return isNot(texts.title) || std::any_of(texts.lines.begin(), texts.lines.end(), isNot) ||
+         std::any_of(texts.beyond.begin(), texts.beyond.end(), isNot);
+}
+
 std::optional<std::string> PromptJudge::recommendedLabel(const PromptReading& reading) const {
-  const bool isHazard = saysHazard(reading);
+  const bool isHazard = saysHazard(reading) || isForeignAndNotUnderstood(reading.texts);
   for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
     const auto& label = reading.texts.labels[i];
     if (!reading.buttons[i].isEnabled) continue;

@@ -51,6 +51,11 @@ class PromptJudge {
   [[nodiscard]] std::optional<std::string> directAccessReason(const PromptReading& reading) const;
   [[nodiscard]] std::optional<std::string> recommendedLabel(const PromptReading& reading) const;
   [[nodiscard]] bool saysHazard(const PromptReading& reading) const;
+  // Whether something is known of what a title or line says. Of an empty one there is nothing to know.
+  [[nodiscard]] bool isUnderstood(const PromptText& text) const;
+  // Whether some label is known by its meaning alone while nothing is known of some title or line: what such a prompt
+  // puts at stake nobody can tell, so nothing is recommended.
+  [[nodiscard]] bool isForeignAndNotUnderstood(const PromptTexts& texts) const;
 
   const platform::PromptSupplement& supplement;
 };

@@ -41,6 +41,8 @@ class PromptJudgeTest : public testing::Test {
 
 TEST_F(PromptJudgeTest, JudgesMeaningsAndShowsWhatStandsThere) {
   show({"Die Kamera verwenden?"}, {"Zulassen", "Ablehnen"});
+  reading.texts.title.judged = "Title Title";
+  reading.texts.lines[0].judged = "Die Kamera verwenden? Turn on the camera?";
   reading.texts.labels[0].judged = "Allow";
   reading.texts.labels[1].judged = "Reject";
   EXPECT_TRUE(accepted());
@@ -104,6 +106,31 @@ TEST_F(PromptJudgeTest, RecommendsNothingWhereSomethingIsAtStake) {
   reading = PromptReading{.content = world.accessibility().createSystemWide()};
   show({"Turn on the camera?"}, {"Always Allow", "Allow", "Deny"});
   EXPECT_EQ(judged().recommendedLabel, std::nullopt) << "a button beside it grants for ever";
+}
+
+// Nobody knows what is at stake where only the labels are understood.
+TEST_F(PromptJudgeTest, RecommendsNothingByAMeaningWhereATextHasNone) {
+  show({"Alle Daten werden endgültig gelöscht."}, {"Ja", "Nein"}, "");
+  reading.texts.labels[0].judged = "Yes";
+  reading.texts.labels[1].judged = "No";
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt);
+  reading.texts.lines[0] = {.shown = "Die Kamera verwenden?", .judged = "Die Kamera verwenden? Turn on the camera?"};
+  EXPECT_EQ(judged().recommendedLabel, "Ja");
+  reading.texts.lines[0] = PromptText::asItStands("Do you want to turn on the camera?");
+  EXPECT_EQ(judged().recommendedLabel, "Ja") << "what only a prompt says in English";
+  reading.texts.title = PromptText::asItStands("Datenverlust");
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt) << "of the title";
+  reading.texts.title.judged = "Datenverlust Camera";
+  EXPECT_EQ(judged().recommendedLabel, "Ja");
+  reading.texts.beyond = {PromptText::asItStands("Alle Daten werden endgültig gelöscht.")};
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt) << "of a line that is not shown";
+}
+
+TEST_F(PromptJudgeTest, RecommendsALabelThatIsEnglishButForItsMarks) {
+  show({"Turn on the camera?"}, {"\u200FYes", "\u200FNo"});
+  reading.texts.labels[0].judged = "Yes";
+  reading.texts.labels[1].judged = "No";
+  EXPECT_EQ(judged().recommendedLabel, "\u200FYes");
 }
 
 TEST_F(PromptJudgeTest, NeverRecommendsAButtonThatTakesNoPresses) {

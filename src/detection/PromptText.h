@@ -24,7 +24,8 @@ struct PromptTexts {
   PromptText title;
   std::vector<PromptText> lines;   // Those of the evidence, in its order.
   std::vector<PromptText> labels;  // Those of the buttons, in their order.
-  // Texts that are not shown, since there are too many elements before them: only whether they ask for a secret counts.
+  // Texts that are not shown, since there are too many elements before them: whether they ask for a secret
+  // counts, and whether their meaning is known.
   std::vector<PromptText> beyond;
   bool operator==(const PromptTexts&) const = default;
 };

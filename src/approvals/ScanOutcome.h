@@ -18,8 +18,9 @@ struct ScanOutcome {
   // listed, and whoever keeps them decides which.
   std::vector<PendingApproval> twins;
   std::size_t heldBackCount = 0;  // Prompts met for the first time, which another scan has to confirm.
-  // The processes of which some window could not be read, since they missed their time-out. Each once, in the order in
-  // which they were asked. What they show besides what was found is not known.
+  // The processes of which some window could not be read, since they missed their time-out, and then those of which the
+  // meaning of some window's texts could not be looked up. Each once, in the order in which they were asked. What they
+  // show besides what was found is not known.
   std::vector<std::int32_t> unreadProcesses;
   // Present: the desktop as a whole could not be read, and nothing else here says anything.
   std::optional<platform::DesktopReadFailure> failure;

@@ -44,6 +44,12 @@ ScanOutcome unseen(DesktopReadFailure failure) {
   return outcome;
 }
 
+void addEachOnce(const std::vector<std::int32_t>& added, std::vector<std::int32_t>& processes) {
+  for (const auto process : added) {
+    if (std::find(processes.begin(), processes.end(), process) == processes.end()) processes.push_back(process);
+  }
+}
+
 std::string windowRole(const DialogPromptEvidence& evidence) {
   return evidence.subrole.empty() ? evidence.role : evidence.role + "/" + evidence.subrole;
 }
@@ -79,12 +85,14 @@ ScanOutcome DialogDetector::scan() {
 
   ScanOutcome outcome;
   std::unordered_set<Uuid> ids;
-  for (auto& candidate : visibleCandidates(*scope, windows, sources)) {
+  std::vector<std::int32_t> notLookedUp;
+  for (auto& candidate : visibleCandidates(*scope, windows, sources, notLookedUp)) {
     if (suppressionStore.contains(candidate.approval.suppressionID)) continue;
     auto& list = ids.insert(candidate.approval.id).second ? outcome.approvals : outcome.twins;
     list.push_back(std::move(candidate.approval));
   }
   outcome.unreadProcesses = windows.unreadProcesses();
+  addEachOnce(notLookedUp, outcome.unreadProcesses);
   // Asked again at the end, so that the one who is given the result finds the newest answer without waiting for it.
   if (isPermissionDenied()) return unseen(DesktopReadFailure::notPermitted);
   if (const auto failure = scope->desktopFailure()) return unseen(*failure);
@@ -95,12 +103,14 @@ ScanOutcome DialogDetector::scan() {
 // The prompts that a person sees: none that is hidden behind one that looks the same and says something else, and none
 // that another dialog of its program blocks.
 std::vector<PromptCandidate> DialogDetector::visibleCandidates(AXReadScope& scope, WindowSources& windows,
-                                                               const std::vector<WindowSource>& sources) {
+                                                               const std::vector<WindowSource>& sources,
+                                                               std::vector<std::int32_t>& notLookedUp) {
   std::vector<PromptCandidate> candidates;
   std::unordered_map<std::string, std::optional<Uuid>> firstOfSignature;
   std::unordered_set<std::int32_t> blocked;  // Processes of which a dialog blocks the others.
   for (const auto& source : sources) {
     auto content = contentOf(scope, source);
+    if (!content.prompt && !content.isLookedUp) notLookedUp.push_back(source.processIdentifier);
     const auto id = content.prompt ? std::optional{content.prompt->approval.id} : std::nullopt;
     const auto first = firstOfSignature.try_emplace(windows.windowSignature(source), id).first->second;
     if (first != id || !content.prompt) continue;
@@ -160,7 +170,8 @@ WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& 
   if (source.processIdentifier == ownProcessIdentifier) return {};
   auto reading = PromptReader::readPrompt(scope, source, kApprovalDescendantLimit);
   const bool isLookedUp = foreignTexts.judge(source.processIdentifier, reading);
-  WindowContent content{.prompt = std::nullopt, .isWhole = !reading.hasUnreadableText && isLookedUp};
+  WindowContent content{
+      .prompt = std::nullopt, .isWhole = !reading.hasUnreadableText && isLookedUp, .isLookedUp = isLookedUp};
   if (!scope.missedTimeout(source.window) && judge.classify(source, reading).accepted) {
     PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
     foreignTexts.judgeBeyond(source.processIdentifier, reading);

@@ -99,9 +99,11 @@ class DialogDetector {
  private:
   [[nodiscard]] WindowSources windowsIn(platform::AXReadScope& scope);
   [[nodiscard]] bool isPermissionDenied() const;
-  // Suppressed or not: that decides what a scan lists, never whether a prompt is there.
+  // Suppressed or not: that decides what a scan lists, never whether a prompt is there. Adds to `notLookedUp` the
+  // processes of which some window may be a prompt, as its texts could not be looked up.
   [[nodiscard]] std::vector<PromptCandidate> visibleCandidates(platform::AXReadScope& scope, WindowSources& windows,
-                                                               const std::vector<WindowSource>& sources);
+                                                               const std::vector<WindowSource>& sources,
+                                                               std::vector<std::int32_t>& notLookedUp);
   [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
                                            const JudgedPrompt& judged);
   void confirm(ScanOutcome& outcome);

@@ -110,7 +110,25 @@ TEST_F(ForeignPrompt, IsNotGoneWhenItsMeaningCannotBeLookedUp) {
   world.translations().forget();
   world.translations().setComplete(false);
   EXPECT_TRUE(detector.presenceOf(prompt).isUnknown());
+  const auto outcome = detector.scan();
+  EXPECT_TRUE(outcome.approvals.empty());
+  EXPECT_EQ(outcome.unreadProcesses, std::vector{prompt.processIdentifier});
   world.translations().setComplete(true);
+  EXPECT_TRUE(detector.scan().isWhole()) << "Then it is known to mean nothing.";
+}
+
+TEST_F(ForeignPrompt, NamesItsProgramOnceAsUnreadHoweverManyCannotBeLookedUp) {
+  const auto program = desktop().launch({.name = "Karten"});
+  desktop().open(program, camera());
+  auto other = camera();
+  other.title = "Mikrofon";
+  desktop().open(program, other);
+  EXPECT_EQ(scanTwice().size(), 2U);
+  world.translations().forget();
+  world.translations().setComplete(false);
+  EXPECT_EQ(detector.scan().unreadProcesses, std::vector{program.processIdentifier});
+  desktop().hang(program);
+  EXPECT_EQ(detector.scan().unreadProcesses, std::vector{program.processIdentifier});
 }
 
 }  // namespace

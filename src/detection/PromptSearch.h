@@ -29,6 +29,7 @@ struct PromptCandidate {
 struct WindowContent {
   std::optional<PromptCandidate> prompt;  // Absent: no prompt, as far as it was read.
   bool isWhole = true;                    // False: some of it could not be read, so it may show more or something else.
+  bool isLookedUp = true;  // False: nor is it whole. What its texts mean could not be looked up, so it may be a prompt.
 };
 
 // What came of the search for a button.

@@ -185,6 +185,18 @@ TEST_F(LinuxTranslations_, OpenNoFileThatAnotherProgramServes) {
   EXPECT_THAT(label("Abbrechen"), IsEmpty());
 }
 
+// What is beyond the end may cover the file.
+TEST_F(LinuxTranslations_, OpenNoFileByAListOfMountsThatIsCutOff) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  constexpr std::size_t kLine = 4096;
+  const std::string local = "36 35 98:0 / / rw - ext4 /dev/root ";
+  std::string list;
+  for (int i = 0; i < 1024; ++i) list += local + std::string(kLine - local.size() - 1, 'o') + "\n";  // 4 MiB.
+  computer.write(computer.options.processes + "/4711/mountinfo",
+                 list + "37 36 0:50 / /usr/share rw - fuse.sshfs x rw\n");
+  EXPECT_THAT(label("Abbrechen"), IsEmpty());
+}
+
 TEST_F(LinuxTranslations_, FollowNoLinks) {
   computer.install("/tmp/other.mo", gettextCatalogue({{"Cancel", "Erlauben"}}));
   fs::create_directories(computer.root() + "/usr/share/locale/de/LC_MESSAGES");

@@ -45,6 +45,7 @@ std::string unescaped(std::string_view field) {
 }  // namespace
 
 LocalMounts::LocalMounts(std::string_view mountinfo) {
+  if (!mountinfo.ends_with('\n')) return;
   constexpr int kFieldsBeforeMountPoint = 4;
   constexpr std::string_view kSeparator = " - ";
   for (std::size_t count = 0; !mountinfo.empty() && count < kMostMounts; ++count) {
@@ -57,6 +58,7 @@ LocalMounts::LocalMounts(std::string_view mountinfo) {
     line.remove_prefix(separator + kSeparator.size());
     localByMountPoint[unescaped(mountPoint)] = isLocalKind(takeField(line));  // The last one covers those before it.
   }
+  if (!mountinfo.empty()) localByMountPoint.clear();
 }
 
 bool LocalMounts::contains(std::string_view path) const {

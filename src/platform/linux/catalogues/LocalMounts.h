@@ -15,7 +15,8 @@ class LocalMounts {
  public:
   explicit LocalMounts(std::string_view mountinfo);
 
-  // By the mount nearest above it. An unknown kind counts as not local, as does everything when there is no list.
+  // By the mount nearest above it. An unknown kind counts as not local, as does everything when there is no list,
+  // or one that is cut off or too long: what is left of it may cover any other.
   [[nodiscard]] bool contains(std::string_view path) const;
 
  private:

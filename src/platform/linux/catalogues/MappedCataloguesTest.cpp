@@ -85,6 +85,17 @@ TEST(LocalMounts, AreKnownWithBlanksInTheirNames) {
   EXPECT_TRUE(mounts.contains("/mnt/my/a.mo"));
 }
 
+// What is left may cover any of the others.
+TEST(LocalMounts, AreNoneByAListThatIsNotWhole) {
+  std::string list = mount("/", "ext4");
+  for (int i = 1; i < 4096; ++i) list += mount("/m" + std::to_string(i), "ext4");
+  EXPECT_TRUE(LocalMounts(list).contains("/home/a.mo"));
+  list += mount("/home", "fuse.sshfs");
+  EXPECT_FALSE(LocalMounts(list).contains("/home/a.mo"));
+  EXPECT_FALSE(LocalMounts(list).contains("/usr/a.mo"));
+  EXPECT_FALSE(LocalMounts(mount("/", "ext4") + "36 35 98:0 / /ho").contains("/home/a.mo")) << "cut off";
+}
+
 TEST(LocalMounts, AreNoneWithoutAListThatCanBeRead) {
   for (const std::string& list :
        {std::string(), std::string("36 35 98:0 /\n"), std::string("- ext4"),

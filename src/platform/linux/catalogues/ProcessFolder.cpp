@@ -52,7 +52,11 @@ ProcessFolder::Text ProcessFolder::read(const char* name, std::size_t largest) c
 }
 
 ProcessFolder::Text ProcessFolder::maps() const { return read("maps", kLargestList); }
-ProcessFolder::Text ProcessFolder::mounts() const { return read("mountinfo", kLargestList); }
+ProcessFolder::Text ProcessFolder::mounts() const {
+  auto list = read("mountinfo", kLargestList);
+  if (list.text && list.text->size() >= kLargestList) list.text->clear();
+  return list;
+}
 
 std::optional<std::uint64_t> ProcessFolder::startTime() const {
   const auto line = read("stat", kLargestFile).text.value_or("");

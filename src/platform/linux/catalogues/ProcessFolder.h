@@ -33,6 +33,7 @@ class ProcessFolder {
   [[nodiscard]] const std::string& folder() const { return path; }
   // What it has mapped; cut off after some megabytes.
   [[nodiscard]] Text maps() const;
+  // Empty where it is too long to be read whole: a part of it tells nothing.
   [[nodiscard]] Text mounts() const;
   // When it was started, in the kernel's ticks: two processes of one number differ in it. Absent: there is none.
   [[nodiscard]] std::optional<std::uint64_t> startTime() const;

@@ -129,7 +129,6 @@ class Survey {
         return !isPrompt || found[window.name].isTaken;
       });
     });
-    found = verdictsOf(agent, names);
     verdicts.merge(found);
   }
 

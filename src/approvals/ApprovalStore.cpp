@@ -83,8 +83,15 @@ const PendingApproval* ApprovalStore::current(const Uuid& fingerprint) const {
   return found == approvalsByID.end() ? nullptr : &found->second;
 }
 
+// What a decision was made on is not pressed in other words: the times in it have moved by more than they can have run.
+void ApprovalStore::endIfJumped(const PendingApproval& scanned) {
+  const auto* const known = current(scanned.id);
+  if (known && !(known->matchScore(scanned) > 0)) forget(Uuid{known->id});
+}
+
 void ApprovalStore::put(const PendingApproval& scanned, Date firstSeen, Merge& merge) {
   const Uuid fingerprint = scanned.id;
+  endIfJumped(scanned);
   const auto known = approvalIDByFingerprint.find(fingerprint);
   const Uuid id =
       known != approvalIDByFingerprint.end() ? known->second : Uuid::fromRandomBytes(random.identityBytes());

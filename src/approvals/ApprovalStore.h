@@ -27,6 +27,9 @@ namespace quillard {
 // or could not be read, the other one waits: of identical prompts one is listed, always the same one. A record without
 // a window, or beside one without, counts as in the same window.
 //
+// Nor does an identity outlive a time in its texts, or a number on its button, that jumps: when what runs in them has
+// moved further between two scans than `PendingApproval::matchScore` allows, the newer one is a new prompt.
+//
 // Every operation is atomic; call from any thread, never from inside another operation. (One lock, held for the whole
 // of an operation, serves as the serial queue; nothing is called out to while it is held but the clock and the random
 // source.)
@@ -81,6 +84,8 @@ class ApprovalStore {
   };
 
   void add(const Group& group, Merge& merge) QUILLARD_REQUIRES(mutex);
+  // Ends the identity of a current prompt of that fingerprint whose texts cannot have run to those of `scanned`.
+  void endIfJumped(const PendingApproval& scanned) QUILLARD_REQUIRES(mutex);
   // `firstSeen`: its time, unless it is current.
   void put(const PendingApproval& scanned, Date firstSeen, Merge& merge) QUILLARD_REQUIRES(mutex);
   [[nodiscard]] const PendingApproval* current(const Uuid& fingerprint) const QUILLARD_REQUIRES(mutex);

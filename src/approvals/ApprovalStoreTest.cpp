@@ -440,6 +440,58 @@ TEST_F(ApprovalStoreWindowTest, NothingOfASilentProcessStaysForEver) {
   }
 }
 
+// ---- Texts that run
+
+class ApprovalStoreTextTest : public ApprovalStoreTest {
+ protected:
+  // What the store lists after a scan that reads the prompt with this line: one fingerprint, whatever the time in it.
+  PendingApproval afterReading(const std::string& line) {
+    auto record = scanned(1);
+    record.readAt = time.continuousTime();
+    record.messageLines = {line};
+    store.replace({record});
+    return only();
+  }
+};
+
+TEST_F(ApprovalStoreTextTest, ATimeThatJumpsIsAnotherPromptUnderAnotherIdentity) {
+  const auto first = afterReading("Allow for 10 minutes?");
+  time.advance(Seconds{2});
+  const auto second = afterReading("Allow for 10 hours?");
+  EXPECT_NE(second.id, first.id);
+  EXPECT_EQ(second.detectedAt, time.now());
+  EXPECT_EQ(second.messageLines.front(), "Allow for 10 hours?");
+  EXPECT_FALSE(store.approval(first.id).has_value()) << "a decision on the old text presses nothing";
+}
+
+TEST_F(ApprovalStoreTextTest, ATimeThatJumpsAfterAnHourOfTheSamePromptIsAnotherOneToo) {
+  const auto first = afterReading("Allow for 10 minutes?");
+  for (int passed = 0; passed < 3600; passed += 2) {
+    time.advance(Seconds{2});
+    ASSERT_EQ(afterReading("Allow for 10 minutes?").id, first.id);
+  }
+  time.advance(Seconds{2});
+  EXPECT_NE(afterReading("Allow for 60 minutes?").id, first.id);
+}
+
+TEST_F(ApprovalStoreTextTest, ACountdownKeepsItsIdentity) {
+  const auto first = afterReading("Ends in 60 seconds");
+  for (int left = 59; left >= 1; --left) {
+    time.advance(Seconds{1});
+    const auto now = afterReading("Ends in " + std::to_string(left) + " seconds");
+    ASSERT_EQ(now.id, first.id) << left;
+    ASSERT_EQ(now.detectedAt, first.detectedAt);
+  }
+}
+
+TEST_F(ApprovalStoreTextTest, ACountdownOverAnHourInWholeMinutesKeepsItsIdentity) {
+  const auto first = afterReading("Ends in 60 minutes");
+  for (int left = 3598; left >= 60; left -= 2) {
+    time.advance(Seconds{2});
+    ASSERT_EQ(afterReading("Ends in " + std::to_string(left / 60) + " minutes").id, first.id) << left;
+  }
+}
+
 TEST_F(ApprovalStoreTest, EachOperationIsAtomicForAllThreads) {
   const std::vector<PendingApproval> records{scanned(1), scanned(2), scanned(3)};
   store.replace(records);

@@ -61,6 +61,8 @@ constexpr std::array kUnits{Unit{"%", 0},
                             Unit{"s", 1}};
 
 constexpr Seconds kSlack{5};
+constexpr double kLongestUntimedCount = 120;
+constexpr std::size_t kMostDigits = 12;  // Of a live number.
 constexpr std::string_view kNoBreakSpace = "\xC2\xA0";
 constexpr std::string_view kThinSpace = "\xE2\x80\xAF";
 
@@ -84,6 +86,7 @@ struct Live {
   std::size_t end = 0;  // Behind the unit.
   bool isTime = false;
   double seconds = 0;  // Of a time.
+  double grain = 1;    // The smallest unit of it, in seconds.
 };
 
 std::size_t skipBlanks(std::string_view text, std::size_t at) {
@@ -101,9 +104,8 @@ std::size_t skipBlanks(std::string_view text, std::size_t at) {
 }
 
 double numberFrom(std::string_view digits) {
-  constexpr std::size_t kMostDigits = 12;
   double number = 0;
-  for (const char c : digits.substr(0, kMostDigits)) number = number * 10 + (c - '0');
+  for (const char c : digits) number = number * 10 + (c - '0');
   return number;
 }
 
@@ -126,6 +128,7 @@ std::size_t digitsEnd(std::string_view text, std::size_t at) {
 // "1:05", "0:01:05": parts of two digits behind the first.
 std::optional<Live> clockAt(std::string_view text, std::size_t begin) {
   std::size_t end = digitsEnd(text, begin);
+  if (end - begin > kMostDigits) return std::nullopt;
   double seconds = numberFrom(text.substr(begin, end - begin));
   int parts = 1;
   while (parts < 3 && end + 2 < text.size() && text[end] == ':' && digitsEnd(text, end + 1) == end + 3) {
@@ -141,13 +144,14 @@ std::optional<Live> clockAt(std::string_view text, std::size_t begin) {
 std::optional<Live> liveAt(std::string_view text, std::string_view lower, std::size_t begin) {
   if (const auto clock = clockAt(text, begin)) return clock;
   std::size_t end = digitsEnd(text, begin);
+  if (end - begin > kMostDigits) return std::nullopt;
   const double number = numberFrom(text.substr(begin, end - begin));
   const bool hasFraction = end + 1 < text.size() && (text[end] == '.' || text[end] == ',') && isDigit(text[end + 1]);
   if (hasFraction) end = digitsEnd(text, end + 1);
   const std::size_t unitBegin = skipBlanks(text, end);
   const Unit* const unit = unitAt(lower, unitBegin);
   if (!unit) return std::nullopt;
-  return Live{begin, unitBegin + unit->word.size(), unit->seconds > 0, number * unit->seconds};
+  return Live{begin, unitBegin + unit->word.size(), unit->seconds > 0, number * unit->seconds, unit->seconds};
 }
 
 // Whether two times make one: nothing but a joining word stands between them.
@@ -172,6 +176,7 @@ std::vector<Live> livesOf(std::string_view text) {
     if (joins) {
       lives.back().end = live->end;
       lives.back().seconds += live->seconds;
+      lives.back().grain = std::min(lives.back().grain, live->grain);
     } else {
       lives.push_back(*live);
     }
@@ -191,15 +196,35 @@ std::string withoutLives(std::string_view text, const std::vector<Live>& lives) 
   return rest.append(text.substr(from));
 }
 
-// Where a number in brackets at the end of a label begins: "Restart (9)". Absent: there is none.
-std::optional<std::size_t> bracketsBegin(std::string_view label) {
+// Whether the time may have got from `before` to `after` by running.
+bool mayRunTo(const Live& before, const Live& after, double bound) {
+  const double fall = before.seconds - after.seconds;
+  const bool isTick = fall > 0 && after.grain == kMinute;
+  return std::abs(fall) <= bound + (isTick ? kMinute : 0);
+}
+
+double boundAfter(Seconds passed) { return (std::max(passed, Seconds{0}) + kSlack).count(); }
+
+// A label that counts: "Restart (9)", "Keep (12 s)".
+struct Count {
+  std::string_view words;  // What stands before the brackets.
+  double number = 0;
+  bool hasUnit = false;
+};
+
+std::optional<Count> countIn(std::string_view label) {
   const auto shown = text::trimmed(label);
-  if (shown.size() < 3 || shown.back() != ')') return std::nullopt;
+  if (shown.empty() || shown.back() != ')') return std::nullopt;
   const std::size_t open = shown.rfind('(');
   if (open == std::string_view::npos || open == 0) return std::nullopt;
   const auto inner = shown.substr(open + 1, shown.size() - open - 2);
-  const bool isNumber = !inner.empty() && std::all_of(inner.begin(), inner.end(), isDigit);
-  return isNumber ? std::optional(static_cast<std::size_t>(shown.data() - label.data()) + open) : std::nullopt;
+  const std::size_t end = digitsEnd(inner, 0);
+  if (end == 0 || end > kMostDigits) return std::nullopt;
+  const std::string unit = text::lowercased(inner.substr(skipBlanks(inner, end)));
+  const bool isInSeconds = std::any_of(kUnits.begin(), kUnits.end(),
+                                       [&](const Unit& known) { return known.seconds == 1 && known.word == unit; });
+  if (end != inner.size() && !isInSeconds) return std::nullopt;
+  return Count{text::trimmed(shown.substr(0, open)), numberFrom(inner.substr(0, end)), isInSeconds};
 }
 
 }  // namespace
@@ -207,8 +232,8 @@ std::optional<std::size_t> bracketsBegin(std::string_view label) {
 std::string steady(std::string_view text) { return withoutLives(text, livesOf(text)); }
 
 std::string steadyLabel(std::string_view label) {
-  if (const auto begin = bracketsBegin(label)) return std::string(text::trimmed(label.substr(0, *begin))) + "\x1F";
-  return steady(label);
+  const auto count = countIn(label);
+  return count ? std::string(count->words) + "\x1F" : std::string(label);
 }
 
 bool isSameText(std::string_view shown, std::string_view now, Seconds passed) {
@@ -216,16 +241,21 @@ bool isSameText(std::string_view shown, std::string_view now, Seconds passed) {
   const auto before = livesOf(shown);
   const auto after = livesOf(now);
   if (before.size() != after.size() || withoutLives(shown, before) != withoutLives(now, after)) return false;
-  const double bound = (std::max(passed, Seconds{0}) + kSlack).count();
+  const double bound = boundAfter(passed);
   for (std::size_t i = 0; i < before.size(); ++i) {
     if (before[i].isTime != after[i].isTime) return false;
-    if (before[i].isTime && !(std::abs(before[i].seconds - after[i].seconds) <= bound)) return false;
+    if (before[i].isTime && !mayRunTo(before[i], after[i], bound)) return false;
   }
   return true;
 }
 
-bool isSameLabel(std::string_view shown, std::string_view now) {
-  return shown == now || steadyLabel(shown) == steadyLabel(now);
+bool isSameLabel(std::string_view shown, std::string_view now, std::optional<Seconds> passed) {
+  if (shown == now) return true;
+  const auto before = countIn(shown);
+  const auto after = countIn(now);
+  if (!before || !after || before->words != after->words || before->hasUnit != after->hasUnit) return false;
+  const double fall = before->number - after->number;
+  return fall >= 0 && fall <= (passed ? boundAfter(*passed) : kLongestUntimedCount);
 }
 
 }  // namespace quillard::LiveText

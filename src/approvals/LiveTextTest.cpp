@@ -61,20 +61,62 @@ TEST(LiveText, TakesAClockThatWasSetBackForNoTimeAtAll) {
   EXPECT_FALSE(isSameText("Ends in 60 seconds", "Ends in 40 seconds", Seconds{-3600}));
 }
 
+TEST(LiveText, LetsATimeInWholeMinutesFallByOneAtATick) {
+  EXPECT_TRUE(isSameText("Ends in 59 minutes", "Ends in 58 minutes", Seconds{2}));
+  EXPECT_TRUE(isSameText("Ends in 1 hour", "Ends in 59 minutes", Seconds{2}));
+  EXPECT_FALSE(isSameText("Ends in 59 minutes", "Ends in 57 minutes", Seconds{2}));
+  EXPECT_FALSE(isSameText("Allow for 5 minutes?", "Allow for 6 minutes?", Seconds{2}));
+  EXPECT_FALSE(isSameText("Allow for 2 hours?", "Allow for 1 hour?", Seconds{2}));
+  EXPECT_FALSE(isSameText("Ends in 2 minutes 30 seconds", "Ends in 1 minute 30 seconds", Seconds{2}));
+}
+
 TEST(LiveText, KnowsTheLabelOfACountingButton) {
-  EXPECT_TRUE(isSameLabel("Restart (9)", "Restart (8)"));
-  EXPECT_TRUE(isSameLabel("Keep (12 s)", "Keep (3 s)"));
-  EXPECT_FALSE(isSameLabel("Restart (9)", "Install (8)"));
-  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart")) << "which of two buttons that is, nobody knows";
-  EXPECT_FALSE(isSameLabel("Delete 3", "Delete 4"));
+  EXPECT_TRUE(isSameLabel("Restart (9)", "Restart (8)", Seconds{1}));
+  EXPECT_TRUE(isSameLabel("Keep (12 s)", "Keep (3 s)", Seconds{9}));
+  EXPECT_TRUE(isSameLabel("Keep (2 seconds)", "Keep (1 second)", Seconds{1}));
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Install (8)", Seconds{1}));
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart", Seconds{9})) << "which of two buttons that is, nobody knows";
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart (8 s)", Seconds{1}));
+  EXPECT_EQ(steadyLabel("Restart (9)"), steadyLabel("Restart (8)"));
+  EXPECT_EQ(steadyLabel("Keep (12 s)"), steadyLabel("Keep (3 s)"));
   EXPECT_EQ(steadyLabel("Allow"), "Allow");
   EXPECT_EQ(steadyLabel("(3)"), "(3)");
+}
+
+TEST(LiveText, TakesACountingButtonForTheSameOnlyIfItCountedDownWithTheClock) {
+  EXPECT_TRUE(isSameLabel("Restart (60)", "Restart (45)", Seconds{10}));
+  EXPECT_FALSE(isSameLabel("Restart (60)", "Restart (44)", Seconds{10}));
+  EXPECT_FALSE(isSameLabel("Restart (8)", "Restart (9)", Seconds{10})) << "it never rises";
+  EXPECT_FALSE(isSameLabel("Delete (3)", "Delete (5000)", Seconds{36000}));
+  EXPECT_TRUE(isSameLabel("Restart (60)", "Restart (57)", Seconds{-3600}));
+  EXPECT_FALSE(isSameLabel("Restart (60)", "Restart (40)", Seconds{-3600}));
+  EXPECT_TRUE(isSameLabel("Restart (130)", "Restart (10)")) << "nobody knows how long it was";
+  EXPECT_FALSE(isSameLabel("Restart (130)", "Restart (9)"));
+  EXPECT_FALSE(isSameLabel("Restart (8)", "Restart (9)"));
+}
+
+TEST(LiveText, ComparesAllElseOfALabelExactly) {
+  for (const auto& [one, other] :
+       std::vector<std::pair<std::string, std::string>>{{"Allow for 5 minutes", "Allow for 100 hours"},
+                                                        {"Allow for 5 minutes", "Allow for 4 minutes"},
+                                                        {"Pay 10 %", "Pay 90 %"},
+                                                        {"Pay (90 %)", "Pay (10 %)"},
+                                                        {"Wait (5 minutes)", "Wait (4 minutes)"},
+                                                        {"Delete 4", "Delete 3"},
+                                                        {"Wait 5 s (9)", "Wait 4 s (9)"},
+                                                        {"Go (2) (9)", "Go (1) (9)"},
+                                                        {"Go (9000000000001)", "Go (9000000000000)"}}) {
+    EXPECT_FALSE(isSameLabel(one, other, Seconds{3600})) << one;
+    EXPECT_FALSE(isSameLabel(one, other)) << one;
+    EXPECT_NE(steadyLabel(one), steadyLabel(other)) << one;
+  }
 }
 
 TEST(LiveText, SurvivesAnyBytes) {
   for (const auto& text : {std::string("1\xC2"), std::string("9:9:9:9"), std::string("12:"), std::string("5 \xE2\x80"),
                            std::string(5000, '7') + " s", std::string("\xFF 5 s \xFF")}) {
-    EXPECT_TRUE(isSameText(text, steady(text) == text ? text : text, Seconds{0}));
+    EXPECT_FALSE(isSameText(text, text + " 5 s", Seconds{0}));
+    EXPECT_FALSE(isSameLabel(text, text + " (5 s)"));
     EXPECT_LE(steady(text).size(), text.size());
   }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -22,23 +23,36 @@ std::int64_t truncated(double value) {
   return truncatedToInteger(value);
 }
 
-std::set<std::string> steadyLabels(const std::vector<DialogButton>& buttons) {
-  std::set<std::string> labels;
-  for (const auto& button : buttons) labels.insert(LiveText::steadyLabel(button.label));
+// The labels by what is steady of them: those of one entry could run into each other.
+std::map<std::string, std::set<std::string>> labelsOf(const PendingApproval& approval) {
+  std::map<std::string, std::set<std::string>> labels;
+  for (const auto& button : approval.buttons) labels[LiveText::steadyLabel(button.label)].insert(button.label);
   return labels;
 }
 
+bool hasSameLabels(const PendingApproval& a, const PendingApproval& b, Seconds passed) {
+  const auto shown = labelsOf(a);
+  const auto now = labelsOf(b);
+  return std::equal(shown.begin(), shown.end(), now.begin(), now.end(), [&](const auto& one, const auto& other) {
+    if (one.first != other.first) return false;
+    if (one.second == other.second) return true;
+    return one.second.size() == 1 && other.second.size() == 1 &&
+           LiveText::isSameLabel(*one.second.begin(), *other.second.begin(), passed);
+  });
+}
+
 bool hasSameLines(const PendingApproval& a, const PendingApproval& b, Seconds passed) {
+  if (a.isFallbackDetection && b.isFallbackDetection) return true;  // Made of the title and the labels.
   return std::equal(
       a.messageLines.begin(), a.messageLines.end(), b.messageLines.begin(), b.messageLines.end(),
       [&](const std::string& one, const std::string& other) { return LiveText::isSameText(one, other, passed); });
 }
 
 bool hasSameContent(const PendingApproval& a, const PendingApproval& b) {
-  const Seconds passed = b.detectedAt - a.detectedAt;
+  const Seconds passed = a.readAt && b.readAt ? Seconds{*b.readAt - *a.readAt} : Seconds{0};
   return a.processIdentifier == b.processIdentifier && a.bundleIdentifier == b.bundleIdentifier &&
          LiveText::isSameText(a.windowTitle, b.windowTitle, passed) && hasSameLines(a, b, passed) &&
-         steadyLabels(a.buttons) == steadyLabels(b.buttons);
+         hasSameLabels(a, b, passed);
 }
 
 double centreDistance(const DialogFrame& a, const DialogFrame& b) {
@@ -82,10 +96,11 @@ const DialogButton* PendingApproval::button(std::string_view label) const {
   const auto isExact = [&](const DialogButton& button) { return button.label == label; };
   const auto exact = std::find_if(buttons.begin(), buttons.end(), isExact);
   if (exact != buttons.end()) return &*exact;
-  const auto isSame = [&](const DialogButton& button) { return LiveText::isSameLabel(button.label, label); };
-  const auto same = std::find_if(buttons.begin(), buttons.end(), isSame);
-  const bool isOnlyOne = same != buttons.end() && std::none_of(std::next(same), buttons.end(), isSame);
-  return isOnlyOne ? &*same : nullptr;
+  const auto steady = LiveText::steadyLabel(label);
+  const auto isAlike = [&](const DialogButton& button) { return LiveText::steadyLabel(button.label) == steady; };
+  const auto alike = std::find_if(buttons.begin(), buttons.end(), isAlike);
+  const bool isOnlyOne = alike != buttons.end() && std::none_of(std::next(alike), buttons.end(), isAlike);
+  return isOnlyOne && LiveText::isSameLabel(label, alike->label) ? &*alike : nullptr;
 }
 
 PendingApproval PendingApproval::make(PendingApproval fields, const std::optional<Uuid>& suppressionID) {

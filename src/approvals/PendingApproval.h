@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -70,8 +71,12 @@ struct PendingApproval {
   // The live window that shows it, which tells two prompts of one content apart. It never leaves this process. Absent:
   // the record was not read from a screen.
   std::optional<platform::AXUIElement> window;
+  // When the scan read these texts, by `Clock::continuousTime`, so that it is known how far what runs in them may have
+  // got. It never leaves this process. Absent: nobody knows, and no time counts as passed.
+  std::optional<std::chrono::milliseconds> readAt{};
 
-  // The button of that label, or else the only one whose label has run on to it. Absent: none.
+  // The button of a label that was shown: the one labelled so, or else the one that has counted down from it, unless
+  // another counts beside it under the same words. Absent: none.
   [[nodiscard]] const DialogButton* button(std::string_view label) const;
 
   // The record with `fields`, and with `suppressionID`, which is the `id` when absent.
@@ -86,7 +91,8 @@ struct PendingApproval {
 
   // How well a freshly read prompt matches this one: 1000 for the same `id`; 0 when process, bundle, title, message
   // lines or the set of labels differ; else 500 less the distance of the window centres in points, at least 1. What
-  // runs in title, lines and labels (`LiveText`) makes no difference.
+  // runs in title, lines and labels (`LiveText`) makes no difference as far as it can have run since this one was read.
+  // Buttons whose labels could run into each other are compared exactly, and the line of ours is not compared.
   [[nodiscard]] double matchScore(const PendingApproval& candidate) const;
 
   bool operator==(const PendingApproval&) const = default;

@@ -190,6 +190,68 @@ TEST(MatchScore, IgnoresOrderAndRepetitionOfButtons) {
   EXPECT_EQ(approval().matchScore(other), 500);
 }
 
+// As a scan so long after the sample would read it, with these buttons and this line.
+PendingApproval readAfter(Seconds passed, const std::string& line, const std::vector<std::string>& labels) {
+  auto record = approval(static_cast<std::uint64_t>(passed.count()) + 2);
+  record.readAt = saturatingDuration<std::chrono::milliseconds>(passed);
+  record.messageLines = {line};
+  record.buttons.clear();
+  for (const auto& label : labels) record.buttons.push_back(button(label));
+  return record;
+}
+
+TEST(MatchScore, GoesByTheTimeSinceTheTextWasReadAndNotSinceThePromptWasFirstSeen) {
+  const auto asked = readAfter(Seconds{3600}, "Allow for 10 minutes?", {"Allow"});
+  auto later = readAfter(Seconds{3602}, "Allow for 60 minutes?", {"Allow"});
+  later.detectedAt = advanced(asked.detectedAt, Seconds{3602});
+  EXPECT_EQ(asked.matchScore(later), 0);
+  EXPECT_GT(readAfter(Seconds{0}, "Ends in 60 seconds", {"Stop"})
+                .matchScore(readAfter(Seconds{50}, "Ends in 10 seconds", {"Stop"})),
+            0);
+  auto unread = readAfter(Seconds{50}, "Ends in 10 seconds", {"Stop"});
+  unread.readAt = std::nullopt;
+  EXPECT_EQ(readAfter(Seconds{0}, "Ends in 60 seconds", {"Stop"}).matchScore(unread), 0) << "nobody knows how long";
+}
+
+TEST(MatchScore, LetsAButtonCountDownWithTheClock) {
+  const auto first = readAfter(Seconds{0}, "Restart?", {"Restart (60)", "Cancel"});
+  EXPECT_GT(first.matchScore(readAfter(Seconds{20}, "Restart?", {"Restart (40)", "Cancel"})), 0);
+  EXPECT_EQ(first.matchScore(readAfter(Seconds{20}, "Restart?", {"Restart (30)", "Cancel"})), 0);
+  EXPECT_EQ(first.matchScore(readAfter(Seconds{20}, "Restart?", {"Restart (61)", "Cancel"})), 0);
+}
+
+TEST(MatchScore, ComparesButtonsThatCouldBeTakenForEachOtherExactly) {
+  const auto first = readAfter(Seconds{0}, "Which?", {"Delete (4)", "Delete (3)"});
+  EXPECT_GT(first.matchScore(readAfter(Seconds{1}, "Which?", {"Delete (4)", "Delete (3)"})), 0);
+  EXPECT_EQ(first.matchScore(readAfter(Seconds{1}, "Which?", {"Delete (3)", "Delete (2)"})), 0);
+  EXPECT_EQ(first.matchScore(readAfter(Seconds{1}, "Which?", {"Delete (3)"})), 0);
+}
+
+TEST(MatchScore, LeavesOurOwnLineForAPromptWithoutTextOut) {
+  auto first = readAfter(Seconds{0}, "Blocking Tool with buttons: Restart (9)", {"Restart (9)"});
+  auto later = readAfter(Seconds{1}, "Blocking Tool with buttons: Restart (8)", {"Restart (8)"});
+  EXPECT_EQ(first.matchScore(later), 0);
+  first.isFallbackDetection = later.isFallbackDetection = true;
+  EXPECT_GT(first.matchScore(later), 0);
+}
+
+// ---- The button of a label
+
+TEST(ButtonOfALabel, IsTheOneOfThatLabelOrTheOneThatHasCountedDownToIt) {
+  const auto record = readAfter(Seconds{0}, "Which?", {"Restart (8)", "Delete (2)", "Delete (1)", "Wait 5 s", "(3)"});
+  EXPECT_EQ(record.button("Restart (9)"), &record.buttons[0]);
+  EXPECT_EQ(record.button("Restart (7)"), nullptr) << "it does not count up";
+  EXPECT_EQ(record.button("Restart (129)"), nullptr);
+  EXPECT_EQ(record.button("Delete (1)"), &record.buttons[2]);
+  EXPECT_EQ(record.button("Delete (3)"), nullptr) << "either may be meant";
+  EXPECT_EQ(record.button("Wait 6 s"), nullptr);
+}
+
+TEST(ButtonOfALabel, IsNoneBesideAnotherThatCountsEvenIfThatOneHasRisen) {
+  const auto record = readAfter(Seconds{0}, "Which?", {"Delete (2)", "Delete (5000)"});
+  EXPECT_EQ(record.button("Delete (3)"), nullptr);
+}
+
 RC_GTEST_PROP(MatchScore, AgreesWithItsDefinition, ()) {
   const auto coordinate = rc::gen::map(rc::gen::inRange(-3000, 3000), [](int value) { return value / 2.0; });
   const auto labels =

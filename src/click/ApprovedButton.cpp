@@ -57,8 +57,15 @@ bool ApprovedButton::isIntact() const {
 }
 
 bool ApprovedButton::isLabelledAsApproved(const AXUIElement& candidate) const {
-  return AXHelpers::role(accessibility, candidate) == ax::kButtonRole &&
-         LiveText::isSameLabel(label(), PromptReader::buttonLabel(accessibility, candidate));
+  if (AXHelpers::role(accessibility, candidate) != ax::kButtonRole) return false;
+  const auto now = PromptReader::buttonLabel(accessibility, candidate);
+  return now == label() || (LiveText::isSameLabel(label(), now) && isOnlyOneThatCounts(candidate));
+}
+
+bool ApprovedButton::isOnlyOneThatCounts(const AXUIElement& candidate) const {
+  const auto steady = LiveText::steadyLabel(label());
+  return hasNoOther(resolved.window, candidate,
+                    [&](const std::string& other) { return LiveText::steadyLabel(other) == steady; });
 }
 
 bool ApprovedButton::isSameButton(const AXUIElement& candidate) const {
@@ -136,11 +143,16 @@ bool ApprovedButton::answersForWindow(const AXUIElement& window) const {
 }
 
 bool ApprovedButton::isOnlyOneOfItsMeaning(const AXUIElement& window) const {
+  return hasNoOther(window, resolved.element, [&](const std::string& other) { return meansTheSame(label(), other); });
+}
+
+bool ApprovedButton::hasNoOther(const AXUIElement& window, const AXUIElement& candidate,
+                                const std::function<bool(const std::string&)>& isAlike) const {
   const auto scope = accessibility.beginReadScope();
   const auto elements = AXHelpers::deeplyNestedChildren(*scope, window, kButtonSearchLimit);
   const bool hasAnother = std::any_of(elements.begin(), elements.end(), [&](const AXUIElement& element) {
-    return element != resolved.element && AXHelpers::role(*scope, element) == ax::kButtonRole &&
-           meansTheSame(label(), PromptReader::buttonLabel(*scope, element));
+    return element != resolved.element && element != candidate && AXHelpers::role(*scope, element) == ax::kButtonRole &&
+           isAlike(PromptReader::buttonLabel(*scope, element));
   });
   return !hasAnother && elements.size() < kButtonSearchLimit && !scope->missedTimeout(window);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,6 +48,7 @@ class ApprovedButton {
   [[nodiscard]] bool isElementStillAlive(const platform::AXUIElement& element) const;
   // Alive, still a button, and still labelled as approved: an element that has become something else counts as dead.
   [[nodiscard]] bool isIntact() const;
+  // Labelled to the letter, or counted down from that (`LiveText`) with no other of its words in the window.
   [[nodiscard]] bool isLabelledAsApproved(const platform::AXUIElement& candidate) const;
   [[nodiscard]] bool isSameButton(const platform::AXUIElement& candidate) const;
 
@@ -83,6 +85,11 @@ class ApprovedButton {
   [[nodiscard]] std::optional<platform::AXUIElement> focusHolder() const;
   [[nodiscard]] bool isTarget(const std::optional<platform::AXUIElement>& window) const;
   [[nodiscard]] bool isOnlyOneOfItsMeaning(const platform::AXUIElement& window) const;
+  [[nodiscard]] bool isOnlyOneThatCounts(const platform::AXUIElement& candidate) const;
+  // Whether no button of the window but the approved one, which `candidate` is held to be too, has such a label. No
+  // when the window does not answer, or holds more elements than are searched.
+  [[nodiscard]] bool hasNoOther(const platform::AXUIElement& window, const platform::AXUIElement& candidate,
+                                const std::function<bool(const std::string&)>& isAlike) const;
 
   ResolvedDialogButton resolved;
   platform::Accessibility& accessibility;

@@ -76,6 +76,34 @@ TEST_F(ApprovedButtonTest, ASecondHandleIsTheSameButtonOnlyByLabelPlaceAndWindow
   EXPECT_FALSE(approved().isSameButton(element(desktop().addChild(otherWindow, twin))));
 }
 
+TEST_F(ApprovedButtonTest, IsStillItselfOnceItHasCountedDownButNotOnceItSaysSomethingElse) {
+  resolved->button.label = "Restart (9)";
+  const auto isIntactAs = [this](const std::string& label) {
+    desktop().setAttribute(button(), ax::kTitle, label);
+    chosen = label;  // By which `button` finds it from now on.
+    return approved().isIntact();
+  };
+  EXPECT_TRUE(isIntactAs("Restart (8)"));
+  EXPECT_FALSE(isIntactAs("Restart (10)"));
+  EXPECT_FALSE(isIntactAs("Restart for 8 s"));
+  resolved->button.label = "Allow for 5 minutes";
+  EXPECT_FALSE(isIntactAs("Allow for 100 hours"));
+  resolved->button.label = "Delete (3)";
+  EXPECT_FALSE(isIntactAs("Delete (5000)"));
+  resolved->button.label = "Pay 90 %";
+  EXPECT_FALSE(isIntactAs("Pay 10 %"));
+}
+
+TEST_F(ApprovedButtonTest, BesideAnotherOneThatCountsOnlyTheExactLabelIsItself) {
+  resolved->button.label = "Delete (3)";
+  desktop().setAttribute(button("Always Allow"), ax::kTitle, std::string{"Delete (5)"});
+  desktop().setAttribute(button(), ax::kTitle, std::string{"Delete (2)"});
+  chosen = "Delete (2)";
+  EXPECT_FALSE(approved().isIntact());
+  desktop().setAttribute(button(), ax::kTitle, std::string{"Delete (3)"});
+  EXPECT_TRUE(approved().isIntact());
+}
+
 TEST_F(ApprovedButtonTest, AnswersForAWindowThatNamesIt) {
   EXPECT_TRUE(approved().answersForWindow(element(prompt)));
   desktop().setAttribute(prompt, ax::kDefaultButton, element(button("Always Allow")));

@@ -204,7 +204,8 @@ PendingApproval DialogDetector::approvalOf(const WindowSource& source, const Pro
                                 .requiresDirectAccess = judged.directAccessReason.has_value(),
                                 .directAccessReason = judged.directAccessReason,
                                 .isFallbackDetection = isFallback,
-                                .window = source.window});
+                                .window = source.window,
+                                .readAt = dependencies.clock.continuousTime()});
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }

@@ -211,6 +211,7 @@ TEST_F(DialogDetectorTest, FillsEveryFieldOfTheRecord) {
   const auto prompt = onlyPrompt();
   EXPECT_EQ(prompt.suppressionID, prompt.id);
   EXPECT_EQ(prompt.detectedAt, world.time().now());
+  EXPECT_EQ(prompt.readAt, world.time().continuousTime());
   EXPECT_EQ(prompt.appName, "Disk Tool");
   EXPECT_EQ(prompt.bundleIdentifier, "com.example.disktool");
   EXPECT_EQ(prompt.processIdentifier, application.processIdentifier);

@@ -1,4 +1,4 @@
-// The whole agent over the binding's own sources and stand-ins that answer as the system does: late, busy, without
+// The whole agent over the binding's own sources and fakes that answer as the system does: late, busy, without
 // names, and with errors for what they have done.
 
 #include <string>

@@ -35,16 +35,30 @@ bool isWhiteSpace(const Piece& piece) {
          category == UTF8PROC_CATEGORY_ZP;
 }
 
+bool isVisibleAscii(char c) { return c > ' ' && static_cast<unsigned char>(c) < 0x80; }
+
+// What begins `text` without blanks and without characters of more than one byte. Most of any text is such words, and
+// they are handled whole: some texts are megabytes.
+std::string_view asciiWord(std::string_view text) {
+  return text.substr(
+      0, static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isVisibleAscii) - text.begin()));
+}
+
+void appendLowercasedAscii(std::string& out, std::string_view word) {
+  const std::size_t begin = out.size();
+  out += word;
+  for (std::size_t i = begin; i < out.size(); ++i) {
+    if (out[i] >= 'A' && out[i] <= 'Z') out[i] = static_cast<char>(out[i] + ('a' - 'A'));
+  }
+}
+
 void appendLowercased(std::string& out, const Piece& piece) {
   if (!piece.codePoint) {
     out += piece.bytes;
     return;
   }
   const auto c = *piece.codePoint;
-  if (c < 0x80) {
-    out += static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
-    return;
-  }
+  if (c < 0x80) return appendLowercasedAscii(out, piece.bytes);
   std::array<utf8proc_uint8_t, 4> encoded{};
   const auto length = utf8proc_encode_char(utf8proc_tolower(c), encoded.data());
   out.append(reinterpret_cast<const char*>(encoded.data()), static_cast<std::size_t>(length));
@@ -87,6 +101,10 @@ std::string lowercased(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
+    const std::string_view word = asciiWord(text);
+    appendLowercasedAscii(out, word);
+    text.remove_prefix(word.size());
+    if (text.empty()) break;
     const Piece piece = firstPiece(text);
     appendLowercased(out, piece);
     text.remove_prefix(piece.bytes.size());
@@ -100,14 +118,20 @@ std::string normalized(std::string_view text) {
   bool blankIsDue = false;
   while (!text.empty()) {
     const Piece piece = firstPiece(text);
-    text.remove_prefix(piece.bytes.size());
     if (isWhiteSpace(piece)) {
+      text.remove_prefix(piece.bytes.size());
       blankIsDue = !out.empty();
       continue;
     }
     if (blankIsDue) out += ' ';
     blankIsDue = false;
-    appendLowercased(out, piece);
+    if (const std::string_view word = asciiWord(text); !word.empty()) {
+      appendLowercasedAscii(out, word);
+      text.remove_prefix(word.size());
+    } else {
+      appendLowercased(out, piece);
+      text.remove_prefix(piece.bytes.size());
+    }
   }
   return out;
 }

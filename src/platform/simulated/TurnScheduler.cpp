@@ -54,9 +54,8 @@ struct TurnScheduler::Carrier {
 
   TurnScheduler* owner = nullptr;
   std::thread thread{};
-  std::condition_variable_any mayGoOn{};
-  bool hasBaton = false;
-  bool isDismissed = false;
+  Baton baton{};
+  bool isDismissed = false;  // Set before the last time that the baton is handed on to it.
   State state = State::idle;
   Lane* lane = nullptr;            // Unless idle.
   std::shared_ptr<Job> job{};      // From the moment it is chosen until it starts.
@@ -67,6 +66,20 @@ struct TurnScheduler::Carrier {
 };
 
 thread_local TurnScheduler::Carrier* TurnScheduler::Carrier::current = nullptr;
+
+void TurnScheduler::Baton::hand() {
+  {
+    const std::lock_guard<std::mutex> lock{mutex};
+    isHere = true;
+  }
+  arrived.notify_one();
+}
+
+void TurnScheduler::Baton::await() {
+  std::unique_lock<std::mutex> lock{mutex};
+  arrived.wait(lock, [this] { return isHere; });
+  isHere = false;
+}
 
 TurnScheduler::TurnScheduler(Seed seed) : generator(seed) {}
 
@@ -242,14 +255,18 @@ void TurnScheduler::mustBeOutside(std::string_view operation) const {
 
 void TurnScheduler::drive(Instant until, const Lane* awaited) {
   const std::lock_guard<std::mutex> onlyDriver{driving};
-  std::exception_ptr thrown;
+  Baton* next = nullptr;
   {
     const MutexLock lock{mutex};
     horizon = until;
     awaitedLane = awaited;
-    driverHasBaton = false;
-    passBaton();
-    while (!driverHasBaton) driverMayGoOn.wait(mutex);
+    next = &nextBaton();
+  }
+  next->hand();
+  driversBaton.await();
+  std::exception_ptr thrown;
+  {
+    const MutexLock lock{mutex};
     awaitedLane = nullptr;
     if (!awaited && !isEnding) std::swap(thrown, failure);
   }
@@ -275,7 +292,7 @@ void TurnScheduler::dismissCarriers() {
     idle.clear();
     for (const auto& carrier : dismissed) {
       carrier->isDismissed = true;
-      carrier->mayGoOn.notify_all();
+      carrier->baton.hand();
     }
   }
   for (const auto& carrier : dismissed) carrier->thread.join();
@@ -285,16 +302,12 @@ void TurnScheduler::dismissCarriers() {
 
 void TurnScheduler::serve(Carrier& carrier) {
   Carrier::current = &carrier;
-  mutex.lock();
   while (true) {
-    while (!carrier.hasBaton && !carrier.isDismissed) carrier.mayGoOn.wait(mutex);
-    if (carrier.isDismissed) break;
-    mutex.unlock();
+    carrier.baton.await();
+    if (carrier.isDismissed) return;
     const std::exception_ptr thrown = runTurn(carrier);
-    mutex.lock();
-    endTurn(carrier, thrown);
+    endTurn(carrier, thrown).hand();
   }
-  mutex.unlock();
 }
 
 std::exception_ptr TurnScheduler::runTurn(Carrier& carrier) {
@@ -308,41 +321,38 @@ std::exception_ptr TurnScheduler::runTurn(Carrier& carrier) {
   return nullptr;
 }
 
-void TurnScheduler::endTurn(Carrier& carrier, std::exception_ptr thrown) {
+TurnScheduler::Baton& TurnScheduler::endTurn(Carrier& carrier, std::exception_ptr thrown) {
+  const MutexLock lock{mutex};
   if (thrown && !failure) failure = std::move(thrown);
   carrier.lane->running = nullptr;
   carrier.lane = nullptr;
   carrier.state = Carrier::State::idle;
-  carrier.hasBaton = false;
   idle.push_back(&carrier);
-  passBaton();  // Most often to this same carrier, which is the last idle one.
+  return nextBaton();  // Most often of this same carrier, which is the last idle one.
 }
 
 // The carrier's state says what it waits for. Comes back with the baton.
 void TurnScheduler::pause(Carrier& carrier) {
-  carrier.hasBaton = false;
-  passBaton();
-  while (!carrier.hasBaton) carrier.mayGoOn.wait(mutex);
+  Baton& next = nextBaton();
+  mutex.unlock();
+  next.hand();
+  carrier.baton.await();
+  mutex.lock();
   carrier.state = Carrier::State::running;
 }
 
 // ---- Whose turn it is
 
-void TurnScheduler::passBaton() {
+TurnScheduler::Baton& TurnScheduler::nextBaton() {
   const Instant moment = earliestMoment();
-  if (isDriversTurn(moment)) {
-    driverHasBaton = true;
-    driverMayGoOn.notify_all();
-    return;
-  }
+  if (isDriversTurn(moment)) return driversBaton;
   if (moment > now) {
     now = moment;
     turnsAtThisMoment = 0;
   }
   Lane& lane = chooseLane(moment);
   if (!lane.running) beginTurn(lane);
-  lane.running->hasBaton = true;
-  lane.running->mayGoOn.notify_all();
+  return lane.running->baton;
 }
 
 bool TurnScheduler::isDriversTurn(Instant moment) const {

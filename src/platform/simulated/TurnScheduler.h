@@ -65,6 +65,19 @@ class TurnScheduler {
   struct Carrier;
   struct Unwinding {};  // Thrown out of `sleep` when the world ends.
 
+  // Each thread has one, and goes on when it is handed on to it: the newest thing that its holder did is seen then. It
+  // is handed on without `mutex`, since a thread that is woken beneath its waker's lock only falls asleep once more.
+  class Baton {
+   public:
+    void hand();
+    void await();
+
+   private:
+    std::mutex mutex;
+    std::condition_variable arrived;
+    bool isHere = false;
+  };
+
   [[nodiscard]] Carrier* currentCarrier() const;
 
   // The driver's side. `awaited`: comes back as soon as this lane has no turn that has begun. Otherwise throws what a
@@ -78,10 +91,10 @@ class TurnScheduler {
   void serve(Carrier& carrier);
   [[nodiscard]] std::exception_ptr runTurn(Carrier& carrier);
   void pause(Carrier& carrier) QUILLARD_REQUIRES(mutex);
-  void endTurn(Carrier& carrier, std::exception_ptr thrown) QUILLARD_REQUIRES(mutex);
+  [[nodiscard]] Baton& endTurn(Carrier& carrier, std::exception_ptr thrown);
 
   // Whose turn it is.
-  void passBaton() QUILLARD_REQUIRES(mutex);
+  [[nodiscard]] Baton& nextBaton() QUILLARD_REQUIRES(mutex);
   [[nodiscard]] bool isDriversTurn(Instant moment) const QUILLARD_REQUIRES(mutex);
   [[nodiscard]] Instant momentOf(const Lane& lane) const QUILLARD_REQUIRES(mutex);
   [[nodiscard]] Instant earliestMoment() const QUILLARD_REQUIRES(mutex);
@@ -92,7 +105,7 @@ class TurnScheduler {
 
   std::mutex driving;  // Held by the one who drives. Before `mutex`.
   mutable Mutex mutex;
-  std::condition_variable_any driverMayGoOn;
+  Baton driversBaton;
   SeededGenerator generator QUILLARD_GUARDED_BY(mutex);
   std::vector<std::shared_ptr<Lane>> lanes QUILLARD_GUARDED_BY(mutex);  // Oldest first.
   std::vector<std::unique_ptr<Carrier>> carriers QUILLARD_GUARDED_BY(mutex);
@@ -108,7 +121,6 @@ class TurnScheduler {
 
   Instant horizon QUILLARD_GUARDED_BY(mutex){};
   const Lane* awaitedLane QUILLARD_GUARDED_BY(mutex) = nullptr;
-  bool driverHasBaton QUILLARD_GUARDED_BY(mutex) = true;
   bool isEnding QUILLARD_GUARDED_BY(mutex) = false;
   std::exception_ptr failure QUILLARD_GUARDED_BY(mutex);  // What a turn threw and no driver has heard of yet.
   std::uint64_t turnsBegun QUILLARD_GUARDED_BY(mutex) = 0;

@@ -1,6 +1,7 @@
 #include "companion/relay/rules/PairingRooms.h"
 
 #include <algorithm>
+#include <map>
 #include <tuple>
 
 #include "companion/relay/rules/PairingRoomsState.h"
@@ -12,6 +13,9 @@ namespace {
 // The number of phones whose rates a room remembers. More than can be connected, so that a phone gains little by coming
 // back under another name.
 constexpr std::size_t kKeptRates = 32;
+
+// Peers by the number of their joining: what befalls them comes in this order, and not in that of addresses in memory.
+using PeersInOrder = std::map<std::uint64_t, const RelayPeer*>;
 
 }  // namespace
 
@@ -187,13 +191,13 @@ void PairingRooms::tick(Instant now) {
 }
 
 void PairingRooms::pingAndDropSilent(Instant now) {
-  std::vector<const RelayPeer*> silent;
-  std::vector<const RelayPeer*> tooLong;
+  PeersInOrder silent;
+  PeersInOrder tooLong;
   for (const auto& [peer, owned] : members) {
     Member& member = *owned;
-    if (member.partSince && now - *member.partSince >= limits.message) tooLong.push_back(peer);
+    if (member.partSince && now - *member.partSince >= limits.message) tooLong.emplace(member.number, peer);
     if (now - member.receivedAt >= limits.idle) {
-      silent.push_back(peer);
+      silent.emplace(member.number, peer);
       continue;
     }
     if (now - member.pingedAt < limits.ping) continue;
@@ -201,20 +205,20 @@ void PairingRooms::pingAndDropSilent(Instant now) {
     member.peer->ping();
   }
   // The status sent because one peer was dropped may be too much for another, which is then dropped as well.
-  for (const RelayPeer* peer : silent) {
+  for (const auto& [number, peer] : silent) {
     if (Member* member = memberOf(*peer)) expel(*member, std::nullopt, now);
   }
-  for (const RelayPeer* peer : tooLong) {
+  for (const auto& [number, peer] : tooLong) {
     if (Member* member = memberOf(*peer)) expel(*member, CloseCode::tooManyMessages, now);
   }
 }
 
 void PairingRooms::sendStatusThatIsDue(Instant now) {
-  std::vector<const RelayPeer*> uninformed;
+  PeersInOrder uninformed;
   for (const auto& [peer, owned] : members) {
-    if (!owned->isAgent() && now - owned->statusSentAt >= limits.ping) uninformed.push_back(peer);
+    if (!owned->isAgent() && now - owned->statusSentAt >= limits.ping) uninformed.emplace(owned->number, peer);
   }
-  for (const RelayPeer* peer : uninformed) {
+  for (const auto& [number, peer] : uninformed) {
     if (Member* phone = memberOf(*peer)) sendMacStatus(*phone, now);
   }
 }

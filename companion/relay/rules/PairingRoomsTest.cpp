@@ -382,6 +382,32 @@ TEST(PairingRooms, PingEveryTwentySecondsAndDropWhomTheyDidNotHearForSixty) {
   EXPECT_TRUE(agent->isAborted);
 }
 
+// A world in virtual time stays the same from run to run only if nothing goes by where peers stand in memory.
+TEST(PairingRooms, DropTheSilentInTheOrderInWhichTheyJoined) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  std::vector<std::string> joined;
+  std::vector<std::shared_ptr<FakePeer>> phones;
+  for (const char* name : {"F", "B", "H", "A", "D", "G", "C", "E"}) {
+    joined.emplace_back(name);
+    phones.push_back(world.joinPhone(name));
+  }
+  agent->texts.clear();
+  while (!phones.front()->isAborted) {
+    world.rooms.didReceiveBytes(*agent, world.instant);
+    world.run(250ms);
+  }
+  // After each phone that goes, the agent is told who stays.
+  const auto statuses = agent->ofType("phone.status");
+  ASSERT_EQ(statuses.size(), joined.size());
+  for (const Json& status : statuses) {
+    joined.erase(joined.begin());
+    std::vector<std::string> stay;
+    for (const Json& phone : status["phones"]) stay.push_back(phone["deviceID"]);
+    EXPECT_EQ(stay, joined);
+  }
+}
+
 TEST(PairingRooms, TellPhonesOfTheirComputerEveryTwentySeconds) {
   RelayWorld world;
   const auto agent = world.joinAgent();

@@ -195,7 +195,8 @@ void Phone::decideForWhatIsGone() {
 void Phone::decideUnknownLabel() {
   if (list.empty()) return;
   stage.happened(Fault::phoneDecidesWithUnknownLabel);
-  add(chance.pick(list).id, chance.oneIn(2) ? "erase" : "Obliterate", Seconds::zero());
+  const Uuid id = chance.pick(list).id;
+  add(id, chance.oneIn(2) ? "erase" : "Obliterate", Seconds::zero());
 }
 
 void Phone::decideAgain() {

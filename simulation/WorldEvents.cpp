@@ -309,7 +309,9 @@ void WorldEvents::refuseAgent() {
                                  Fault::registrationIsAnswered500, Fault::registrationIsNotAnswered,
                                  Fault::connectionIsAnswered401,   Fault::connectionIsAnswered410,
                                  Fault::connectionIsAnswered500};
-  relay.refuse(kRefusals[chance.below(kRefusals.size())], chance.seconds(3, 40));
+  // Drawn before the length, with every compiler: the order of arguments is not fixed.
+  const Fault refusal = kRefusals[chance.below(kRefusals.size())];
+  relay.refuse(refusal, chance.seconds(3, 40));
   relay.dropConnections();
 }
 

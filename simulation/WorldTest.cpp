@@ -29,7 +29,7 @@ std::vector<std::string> traceOf(std::uint64_t seed) {
 }
 
 TEST(World, IsTheSameLineForLineFromTheSameSeed) {
-  for (const std::uint64_t seed : {3U, 4U, 5U}) {
+  for (const std::uint64_t seed : {3U, 4U, 5U, 75U}) {
     const auto lines = traceOf(seed);
     EXPECT_GT(lines.size(), 20U);
     EXPECT_EQ(lines, traceOf(seed));

@@ -188,8 +188,10 @@ void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand
 }
 
 ApprovalSnapshot AppDelegate::approvalSnapshot() {
-  ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted()};
-  if (snapshot.accessibilityTrusted && !notificationPause.isPaused()) snapshot.approvals = store.all();
+  const NotificationPauseSnapshot pause = notificationPause.snapshot();
+  ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted(),
+                            .state = {.isPaused = pause.isPaused(), .pausedUntil = pause.pausedUntil}};
+  if (snapshot.accessibilityTrusted && !pause.isPaused()) snapshot.approvals = store.all();
   return snapshot;
 }
 

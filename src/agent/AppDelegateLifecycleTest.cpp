@@ -346,9 +346,12 @@ TEST(AppDelegateTrust, IsLookedAtAgainAfterTheUserWasSentToTheSettings) {
 
 TEST(AppDelegatePause, ATimedOneEndsByItself) {
   TrustedAgent agent;
+  const Date end = advanced(agent.world.time().now(), Seconds{7200});
   agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::twoHours); });
   agent.advance(0);
   EXPECT_THAT(agent.phone.shown(), IsEmpty());
+  EXPECT_EQ(agent.phone.snapshots().back().state,
+            (ComputerState{.isPaused = true, .pausedUntil = std::chrono::floor<std::chrono::seconds>(end)}));
   agent.advance(7199.999);
   EXPECT_THAT(agent.phone.shown(), IsEmpty());
   EXPECT_TRUE(agent.status().notificationPause.isPaused());

@@ -72,11 +72,13 @@ TEST(AppDelegateScanning, PausedNothingIsAnnouncedAndThePhoneSeesNothing) {
   EXPECT_THAT(agent.world.userNotifications().posted(), IsEmpty());
   EXPECT_THAT(agent.phone.shown(), IsEmpty());
   EXPECT_TRUE(agent.phone.snapshots().back().accessibilityTrusted);
+  EXPECT_EQ(agent.phone.snapshots().back().state, (ComputerState{.isPaused = true}));
   EXPECT_TRUE(agent.menuBarShowsPending()) << "The menu bar is not paused.";
 
   agent.onMainThread([](AppDelegate& delegate) { delegate.resumeNotifications(); });
   agent.advance(0);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+  EXPECT_EQ(agent.phone.snapshots().back().state, ComputerState{});
   agent.advance(300);
   EXPECT_THAT(agent.world.userNotifications().posted(), SizeIs(1)) << "By the first scan after the pause.";
 }

@@ -199,7 +199,8 @@ void RelaySession::publishCurrentApprovalSnapshot(bool force) {
   if (std::exchange(lastSnapshotWarning, warning) != warning && !warning.empty()) {
     dependencies.console.writeLine(warning);
   }
-  relayClient->publishSnapshot(std::move(trimmed.approvals), snapshot.accessibilityTrusted, force, trimmed.leftOut);
+  relayClient->publishSnapshot(std::move(trimmed.approvals), snapshot.accessibilityTrusted, force, trimmed.leftOut,
+                               snapshot.state);
 }
 
 void RelaySession::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {

@@ -43,6 +43,7 @@ struct RelaySessionDependencies {
 struct ApprovalSnapshot {
   std::vector<PendingApproval> approvals;  // Oldest first.
   bool accessibilityTrusted = false;
+  ComputerState state{};
 };
 
 // What the session asks and reports, on the main thread, none of it after `stop`. None may be empty.

@@ -26,11 +26,12 @@ void RelayClient::disconnect() {
 }
 
 void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force,
-                                  std::size_t leftOut) {
+                                  std::size_t leftOut, ComputerState state) {
   SnapshotContents contents{.snapshotID = snapshotSignature(approvals, accessibilityTrusted),
                             .approvals = std::move(approvals),
                             .accessibilityTrusted = accessibilityTrusted,
-                            .leftOut = leftOut};
+                            .leftOut = leftOut,
+                            .state = state};
   post([contents = std::move(contents), force](RelayClientCore& live) { live.publishSnapshot(contents, force); });
 }
 

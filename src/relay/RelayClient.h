@@ -75,11 +75,11 @@ class RelayClient {
   void disconnect();
 
   // Seals `approvals` into a snapshot and sends it, now or as soon as the connection is open. Lists with the same
-  // identities and button labels in the same order, and the same `accessibilityTrusted` and `leftOut`, are the same
-  // snapshot: it is sent once a connection, and once more for each `force`, as it was sealed first. `leftOut`: how many
-  // prompts wait besides.
+  // identities and button labels in the same order, and the same `accessibilityTrusted`, `leftOut` and `state`, are the
+  // same snapshot: it is sent once a connection, and once more for each `force`, as it was sealed first. `leftOut`: how
+  // many prompts wait besides.
   void publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force,
-                       std::size_t leftOut = 0);
+                       std::size_t leftOut = 0, ComputerState state = {});
 
   // Tells the phones that are connected what time it is on the agent's clock: a snapshot that was sealed long ago does
   // not. Dropped when the connection is not open.

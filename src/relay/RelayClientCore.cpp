@@ -4,6 +4,7 @@
 #include <utility>
 #include <variant>
 
+#include "foundation/IsoDate.h"
 #include "foundation/PrintableText.h"
 #include "relay/RelayCrypto.h"
 #include "relay/SnapshotRecords.h"
@@ -19,6 +20,11 @@ std::string_view bytesOf(const platform::WebSocketMessage& message) {
   if (const auto* text = std::get_if<platform::TextMessage>(&message)) return text->text;
   const auto& bytes = std::get<platform::BinaryMessage>(message).bytes;
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string stateSignature(const ComputerState& state) {
+  if (!state.isPaused) return {};
+  return "+paused" + (state.pausedUntil ? isoDateText(*state.pausedUntil) : std::string{});
 }
 
 }  // namespace
@@ -127,7 +133,7 @@ std::optional<Command> RelayClientCore::readCommand(const std::variant<OpenedBox
 // ---- Outgoing
 
 void RelayClientCore::publishSnapshot(const SnapshotContents& contents, bool force) {
-  const auto signature = contents.snapshotID + "+" + std::to_string(contents.leftOut);
+  const auto signature = contents.snapshotID + "+" + std::to_string(contents.leftOut) + stateSignature(contents.state);
   if (!outbox.holds(signature) && !holdSnapshot(contents, signature)) return;
   if (force) outbox.forgetSent();
   sendLatestSnapshotIfNeeded();
@@ -135,42 +141,45 @@ void RelayClientCore::publishSnapshot(const SnapshotContents& contents, bool for
 
 bool RelayClientCore::holdSnapshot(const SnapshotContents& contents, const std::string& signature) {
   const SnapshotMarks marks{.clock = dependencies.stampClock.now(), .leftOut = contents.leftOut};
-  auto sealed = conversation.seal(snapshotRecords(contents.approvals, marks));
-  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
-    print("Unable to encrypt relay snapshot: ", failure->description);
-    return false;
+  auto list = sealed(snapshotRecords(contents.approvals, marks), "snapshot");
+  if (!list) return false;
+  MacSnapshotRelayMessage message{.observedAt = dependencies.clock.now(),
+                                  .accessibilityTrusted = contents.accessibilityTrusted,
+                                  .encryptedApprovals = *std::move(list),
+                                  .approvalCount = static_cast<std::int64_t>(contents.approvals.size()),
+                                  .snapshotID = contents.snapshotID};
+  if (contents.state.isPaused) {
+    message.encryptedState = sealed(toJson(contents.state), "state");
+    if (!message.encryptedState) return false;
   }
-  outbox.hold({.observedAt = dependencies.clock.now(),
-               .accessibilityTrusted = contents.accessibilityTrusted,
-               .encryptedApprovals = std::get<EncryptedRelayPayload>(std::move(sealed)),
-               .approvalCount = static_cast<std::int64_t>(contents.approvals.size()),
-               .snapshotID = contents.snapshotID},
-              signature);
+  outbox.hold(std::move(message), signature);
   return true;
+}
+
+// Absent, and printed with `what` it was, when it could not be sealed.
+std::optional<EncryptedRelayPayload> RelayClientCore::sealed(const Json& content, std::string_view what) {
+  auto box = conversation.seal(content);
+  if (const auto* failure = std::get_if<SealingFailure>(&box)) {
+    print("Unable to encrypt relay " + std::string(what) + ": ", failure->description);
+    return std::nullopt;
+  }
+  return std::get<EncryptedRelayPayload>(std::move(box));
 }
 
 void RelayClientCore::publishClock() {
   if (!connection->isOpen()) return;
-  auto sealed = conversation.seal(toJson(ClockCommand{dependencies.stampClock.now()}));
-  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
-    print("Unable to encrypt relay clock: ", failure->description);
-    return;
-  }
-  send(toJson(MacClockRelayMessage{.encryptedClock = std::get<EncryptedRelayPayload>(std::move(sealed))}), [](bool) {});
+  auto clock = sealed(toJson(ClockCommand{dependencies.stampClock.now()}), "clock");
+  if (clock) send(toJson(MacClockRelayMessage{.encryptedClock = *std::move(clock)}), [](bool) {});
 }
 
 void RelayClientCore::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {
   auto command = result;
   command.decisionID = decisionID;
   command.clock = dependencies.stampClock.now();
-  auto sealed = conversation.seal(toJson(command));
-  if (const auto* failure = std::get_if<SealingFailure>(&sealed)) {
-    print("Unable to encrypt relay result: ", failure->description);
-    return;
-  }
-  const ApprovalResultRelayMessage message{.decisionID = decisionID,
-                                           .encryptedResult = std::get<EncryptedRelayPayload>(std::move(sealed)),
-                                           .issuedAt = dependencies.clock.now()};
+  auto box = sealed(toJson(command), "result");
+  if (!box) return;
+  const ApprovalResultRelayMessage message{
+      .decisionID = decisionID, .encryptedResult = *std::move(box), .issuedAt = dependencies.clock.now()};
   send(toJson(message), [](bool) {});
 }
 

@@ -23,10 +23,11 @@ namespace quillard {
 
 // What a snapshot says.
 struct SnapshotContents {
-  std::string snapshotID;  // The signature of what follows, but for `leftOut`.
+  std::string snapshotID;  // The signature of what follows, but for `leftOut` and `state`.
   std::vector<PendingApproval> approvals;
   bool accessibilityTrusted = false;
   std::size_t leftOut = 0;
+  ComputerState state{};
 };
 
 // The part of the client that lives on its queue: joins connection, sealing and the snapshot to be sent. All calls on
@@ -61,6 +62,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   template <class Command>
   std::optional<Command> readCommand(const std::variant<OpenedBox, SealingFailure>& box);
 
+  [[nodiscard]] std::optional<EncryptedRelayPayload> sealed(const Json& content, std::string_view what);
   [[nodiscard]] bool holdSnapshot(const SnapshotContents& contents, const std::string& signature);
   void sendLatestSnapshotIfNeeded();
   void send(const Json& message, std::function<void(bool)> completion);

@@ -63,6 +63,26 @@ TEST(RelayClientSnapshot, OfAnEmptyListSealsTwoBytes) {
   EXPECT_EQ(world.opened(snapshot.encryptedApprovals), "[]");
 }
 
+TEST(RelayClientSnapshot, SaysThatAlertsArePausedAndUntilWhen) {
+  RelayClientWorld world;
+  const auto socket = world.open();
+  const Date noon = std::chrono::sys_days{std::chrono::January / 16 / 2026} + std::chrono::hours{12};
+  const std::vector<ComputerState> states{{.isPaused = true, .pausedUntil = noon}, {.isPaused = true}, {}};
+  for (const ComputerState& state : states) {
+    for (int i = 0; i < 2; ++i) {
+      world.client->publishSnapshot({}, /*accessibilityTrusted=*/true, /*force=*/false, 0, state);
+      world.run();
+    }
+  }
+  const auto snapshots = world.snapshots(socket);
+  ASSERT_EQ(snapshots.size(), 3U) << "Each pause is another snapshot, and each is sent once.";
+  ASSERT_TRUE(snapshots[0].encryptedState);
+  EXPECT_EQ(world.opened(*snapshots[0].encryptedState), R"({"isPaused":true,"pausedUntil":"2026-01-16T12:00:00Z"})");
+  ASSERT_TRUE(snapshots[1].encryptedState);
+  EXPECT_EQ(world.opened(*snapshots[1].encryptedState), R"({"isPaused":true})");
+  EXPECT_FALSE(snapshots[2].encryptedState);
+}
+
 TEST(RelayClientSnapshot, WaitsForTheOpenConnection) {
   RelayClientWorld world;
   world.publish(listOf({1}));

@@ -33,6 +33,10 @@ void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
 
 void readMembers(JsonReader& reader, ClockCommand& command) { command = {reader.object("clock", readClockStamp)}; }
 
+void readMembers(JsonReader& reader, ComputerState& state) {
+  state = {reader.boolean("isPaused"), reader.optionalDate("pausedUntil")};
+}
+
 void readMembers(JsonReader& reader, ApprovalRequestEnvelope& envelope) {
   envelope = {reader.string("decisionID"), reader.object("command", readRequest), reader.optionalDate("issuedAt")};
 }
@@ -65,6 +69,12 @@ Json toJson(const ApprovalResultCommand& command) {
 
 Json toJson(const ClockCommand& command) { return {{"clock", toJson(command.clock)}}; }
 
+Json toJson(const ComputerState& state) {
+  Json json{{"isPaused", state.isPaused}};
+  if (state.pausedUntil) json["pausedUntil"] = isoDateText(*state.pausedUntil);
+  return json;
+}
+
 Json toJson(const ApprovalRequestEnvelope& envelope) {
   Json json{{"decisionID", envelope.decisionID}, {"command", toJson(envelope.command)}};
   if (envelope.issuedAt) json["issuedAt"] = isoDateText(*envelope.issuedAt);
@@ -86,6 +96,7 @@ template std::variant<ApprovalRequestCommand, JsonError> readRelayCommand(std::s
 template std::variant<ApprovalSuppressionCommand, JsonError> readRelayCommand(std::string_view);
 template std::variant<ApprovalResultCommand, JsonError> readRelayCommand(std::string_view);
 template std::variant<ClockCommand, JsonError> readRelayCommand(std::string_view);
+template std::variant<ComputerState, JsonError> readRelayCommand(std::string_view);
 template std::variant<ApprovalRequestEnvelope, JsonError> readRelayCommand(std::string_view);
 
 }  // namespace quillard

@@ -64,6 +64,13 @@ struct ClockCommand {
   bool operator==(const ClockCommand&) const = default;
 };
 
+// Agent to phone, with a list that is empty because of it.
+struct ComputerState {
+  bool isPaused = false;                           // Phones are not told of prompts now, whether any wait or not.
+  std::optional<Date> pausedUntil = std::nullopt;  // Only while paused. Absent: until somebody there ends the pause.
+  bool operator==(const ComputerState&) const = default;
+};
+
 // An opened request, as the agent gets it. Never sent.
 struct ApprovalRequestEnvelope {
   std::string decisionID;
@@ -78,6 +85,7 @@ struct ApprovalRequestEnvelope {
 [[nodiscard]] Json toJson(const ApprovalSuppressionCommand& command);
 [[nodiscard]] Json toJson(const ApprovalResultCommand& command);
 [[nodiscard]] Json toJson(const ClockCommand& command);
+[[nodiscard]] Json toJson(const ComputerState& state);
 [[nodiscard]] Json toJson(const ApprovalRequestEnvelope& envelope);
 
 // Reads one of the records above. Members in any order; unknown ones are ignored. Fails as a whole, naming the member

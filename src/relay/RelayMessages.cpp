@@ -41,6 +41,7 @@ void readMembers(JsonReader& reader, MacSnapshotRelayMessage& message) {
   message.encryptedApprovals = reader.object("encryptedApprovals", readPayload);
   message.approvalCount = reader.integer("approvalCount", INT64_MIN, INT64_MAX);
   message.snapshotID = reader.string("snapshotID");
+  if (reader.member("encryptedState")) message.encryptedState = reader.object("encryptedState", readPayload);
 }
 
 void readMembers(JsonReader& reader, ApprovalResultRelayMessage& message) {
@@ -104,12 +105,14 @@ Json toJson(const EncryptedRelayPayload& payload) {
 }
 
 Json toJson(const MacSnapshotRelayMessage& message) {
-  return {{"type", message.type},
-          {"observedAt", isoDateText(message.observedAt)},
-          {"accessibilityTrusted", message.accessibilityTrusted},
-          {"encryptedApprovals", toJson(message.encryptedApprovals)},
-          {"approvalCount", message.approvalCount},
-          {"snapshotID", message.snapshotID}};
+  Json json{{"type", message.type},
+            {"observedAt", isoDateText(message.observedAt)},
+            {"accessibilityTrusted", message.accessibilityTrusted},
+            {"encryptedApprovals", toJson(message.encryptedApprovals)},
+            {"approvalCount", message.approvalCount},
+            {"snapshotID", message.snapshotID}};
+  if (message.encryptedState) json["encryptedState"] = toJson(*message.encryptedState);
+  return json;
 }
 
 Json toJson(const ApprovalResultRelayMessage& message) {

@@ -198,6 +198,10 @@ std::string SimulatedPhone::opened(const EncryptedRelayPayload& payload) const {
   return std::get<std::string>(RelayCrypto::open(payload, secrets->e2eSecret));
 }
 
+ComputerState SimulatedPhone::readState(const EncryptedRelayPayload& payload) const {
+  return std::get<ComputerState>(readRelayCommand<ComputerState>(opened(payload)));
+}
+
 void SimulatedPhone::read() {
   if (!secrets) return;
   const auto& conversations = relay.conversations();
@@ -210,7 +214,8 @@ void SimulatedPhone::read() {
         const auto message = std::get<MacSnapshotRelayMessage>(readRelayRecord<MacSnapshotRelayMessage>(frame));
         const auto list = opened(message.encryptedApprovals);
         allSnapshots.push_back({std::get<std::vector<PendingApproval>>(readPendingApprovals(list)),
-                                message.accessibilityTrusted, std::get<SnapshotMarks>(readSnapshotMarks(list))});
+                                message.accessibilityTrusted, std::get<SnapshotMarks>(readSnapshotMarks(list)),
+                                message.encryptedState ? readState(*message.encryptedState) : ComputerState{}});
         if (allSnapshots.back().marks.clock) clock = allSnapshots.back().marks.clock;
       } else if (typeOf(frame) == kApprovalResultType) {
         const auto message = std::get<ApprovalResultRelayMessage>(readRelayRecord<ApprovalResultRelayMessage>(frame));

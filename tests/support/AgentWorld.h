@@ -76,6 +76,7 @@ struct PhoneSnapshot {
   std::vector<PendingApproval> approvals;
   bool accessibilityTrusted = false;
   SnapshotMarks marks;
+  ComputerState state;
 };
 
 // What the phone was answered.
@@ -127,6 +128,7 @@ class SimulatedPhone {
  private:
   void sendStatus(bool isConnected, const std::string& deviceName);
   [[nodiscard]] std::string opened(const EncryptedRelayPayload& payload) const;
+  [[nodiscard]] ComputerState readState(const EncryptedRelayPayload& payload) const;
   void read();
 
   platform::simulated::SimulatedWorld& world;

@@ -79,6 +79,21 @@ TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
   EXPECT_EQ(other->ofType("mac.snapshot").size(), 0U);
 }
 
+TEST(PairingRooms, PassOnHowTheComputerStandsWhereTheAgentSaysIt) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  Json paused = snapshot();
+  paused["encryptedState"] = sealed();
+  world.say(*agent, paused);
+  const auto phone = world.joinPhone("A");
+  EXPECT_EQ(phone->newest()["encryptedState"], sealed());
+  world.say(*agent, snapshot());
+  EXPECT_FALSE(phone->newest().contains("encryptedState"));
+  paused["encryptedState"] = {{"version", 1}};
+  world.say(*agent, paused);
+  EXPECT_TRUE(agent->closed) << "What is there has to be whole.";
+}
+
 TEST(PairingRooms, PassTheAgentsClockOnToThePhonesThatAreThereAndKeepNone) {
   RelayWorld world;
   const auto agent = world.joinAgent();

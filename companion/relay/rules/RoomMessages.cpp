@@ -41,7 +41,7 @@ struct Payload {
 // All members that some kind of message has. Of any other name: none.
 struct Members {
   Value type, observedAt, accessibilityTrusted, approvalCount, snapshotID, decisionID, issuedAt, deviceID;
-  Payload encryptedApprovals, encryptedClock, encryptedResult, encryptedRequest, encryptedSuppression;
+  Payload encryptedApprovals, encryptedState, encryptedClock, encryptedResult, encryptedRequest, encryptedSuppression;
 
   Value* value(std::string_view name) {
     if (name == "type") return &type;
@@ -56,6 +56,7 @@ struct Members {
   }
   Payload* payload(std::string_view name) {
     if (name == "encryptedApprovals") return &encryptedApprovals;
+    if (name == "encryptedState") return &encryptedState;
     if (name == "encryptedClock") return &encryptedClock;
     if (name == "encryptedResult") return &encryptedResult;
     if (name == "encryptedRequest") return &encryptedRequest;
@@ -300,6 +301,7 @@ auto readSnapshot(const Members& members, MessageWriter writer) {
   writer.payload("encryptedApprovals", members.encryptedApprovals);
   writer.count("approvalCount", members.approvalCount);
   writer.snapshotID(members.snapshotID);
+  if (members.encryptedState.isThere) writer.payload("encryptedState", members.encryptedState);
   return finished(SnapshotMessage{}, std::move(writer));
 }
 

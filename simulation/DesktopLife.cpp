@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <utility>
 #include <variant>
@@ -24,6 +25,8 @@ namespace {
 
 constexpr std::size_t kMostApplications = 5;
 constexpr std::size_t kMostOpen = 9;
+// Two ways of computing one moment differ by less.
+constexpr Seconds kSameMoment{1e-6};
 constexpr const char* kPasswordLine = "Enter your password to go on.";
 
 std::string textOf(const platform::AXResult<AXValue>& answer) {
@@ -447,14 +450,22 @@ std::vector<AgentPress> DesktopLife::takeAgentPresses() {
   return taken;
 }
 
+// At the moment when one turns into another: the earlier one.
 std::optional<std::size_t> DesktopLife::appearanceAt(NodeHandle window, Seconds at) const {
-  std::optional<std::size_t> found;
-  for (const Appearance& appearance : all) {
-    if (appearance.window == window && appearance.from <= at && (!appearance.to || *appearance.to >= at)) {
-      if (!found) found = appearance.number;
-    }
-  }
-  return found;
+  const auto found = std::find_if(all.begin(), all.end(), [&](const Appearance& appearance) {
+    return appearance.window == window && appearance.from <= at + kSameMoment &&
+           (!appearance.to || at <= *appearance.to + kSameMoment);
+  });
+  return found == all.end() ? std::nullopt : std::optional{found->number};
+}
+
+std::optional<std::size_t> DesktopLife::predecessorOf(std::size_t appearance) const {
+  const Appearance& its = all[appearance];
+  const auto found = std::find_if(all.begin(), all.end(), [&](const Appearance& earlier) {
+    return earlier.window == its.window && earlier.number != appearance && earlier.to &&
+           std::abs((*earlier.to - its.from).count()) <= kSameMoment.count();
+  });
+  return found == all.end() ? std::nullopt : std::optional{found->number};
 }
 
 bool DesktopLife::answeredSince(std::size_t appearance, Seconds time) const {

@@ -86,6 +86,8 @@ class DesktopLife {
   [[nodiscard]] std::vector<std::size_t> open() const;
   // Presses of the agent that were noticed since the last call, oldest first.
   [[nodiscard]] std::vector<AgentPress> takeAgentPresses();
+  // The appearance that turned into this one, in the same window. Absent: it is its window's first.
+  [[nodiscard]] std::optional<std::size_t> predecessorOf(std::size_t appearance) const;
   // Whether its application answered everything, in time and truly, since `time`.
   [[nodiscard]] bool answeredSince(std::size_t appearance, Seconds time) const;
   // The same up to `until`, whatever became of it then.

@@ -20,6 +20,9 @@ constexpr Seconds kLatestArrival{60};
 constexpr Seconds kSettled{3};
 // How long the prompt may take to go after a press: the waits of the click.
 constexpr Seconds kPressTakesEffect{4.25};
+// From the last look until a key or a button of the mouse has come up again, and the program has noticed. What a window
+// turns into meanwhile is pressed in place of what it was, whoever presses.
+constexpr Seconds kUnderTheHand{0.15};
 // Some of these do not fit into one message.
 constexpr std::size_t kHugeTitle = 10'000;
 
@@ -94,7 +97,8 @@ void Judge::expectWholeUnlessMarked(const std::set<Uuid>& present, bool isIncomp
   for (const std::size_t number : named) {
     for (const std::size_t other : life.open()) {
       const Appearance& missing = life.appearances()[other];
-      const bool isOfThem = missing.application == life.appearances()[number].application && !missing.unsteady &&
+      const bool isOfThem = missing.from <= life.appearances()[number].from &&
+                            missing.application == life.appearances()[number].application && !missing.unsteady &&
                             missing.content.title.size() > kHugeTitle && !named.contains(other);
       const bool isMet = stage.now() - missing.from > kMet && viewWasClearSince(missing.from - kStaleAtFirst) &&
                          life.answeredSince(other, missing.from - kStaleAtFirst);
@@ -199,9 +203,26 @@ bool Judge::fits(const TapDecision& decision, const AgentPress& press) const {
 
 void Judge::pressed(const AgentPress& press) {
   ++pressCount;
-  const Appearance& appearance = life.appearances()[press.appearance];
   stage.trace("desktop", "the agent presses \"", press.label, "\" of appearance ", press.appearance,
               press.isTaken ? "" : ", which is refused");
+  const auto& decisions = ledger.decisions();
+  const bool isMeant =
+      std::any_of(decisions.begin(), decisions.end(), [&](const TapDecision& one) { return fits(one, press); });
+  if (isMeant || !changedUnderTheHand(press)) return judgePress(press);
+  AgentPress meant = press;
+  meant.appearance = *life.predecessorOf(press.appearance);
+  judgePress(meant);
+}
+
+// Also in a request that was on its way to a slow application.
+bool Judge::changedUnderTheHand(const AgentPress& press) const {
+  if (!life.predecessorOf(press.appearance)) return false;
+  return press.at - life.appearances()[press.appearance].from <= kUnderTheHand ||
+         !life.answeredSince(press.appearance, press.at - kStaleAtFirst);
+}
+
+void Judge::judgePress(const AgentPress& press) {
+  const Appearance& appearance = life.appearances()[press.appearance];
   pressesByAppearance[press.appearance].push_back(press);
   const bool wasPrompt = life.answeredSince(press.appearance, press.at - kStaleAtFirst);
   if (appearance.content.needsDirectAccess && !DialogButtonSemantics::isSafeDismissal(press.label) && wasPrompt) {
@@ -285,6 +306,8 @@ void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, 
     bool wasPressed = false;
     bool isGone = false;
     for (const std::size_t candidate : found->second.candidates) {
+      // A request that a slow application does not answer may have pressed, and its window may have gone by itself.
+      if (life.appearances()[candidate].to && !life.answeredSince(candidate, *decision.delivered)) return;
       const auto& presses = pressesByAppearance[candidate];
       if (presses.empty()) continue;
       wasPressed = true;

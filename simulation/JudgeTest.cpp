@@ -156,6 +156,36 @@ TEST_F(JudgeTest, SeesAnApprovalThatRequiresDirectAccess) {
   EXPECT_THAT(verdict(), HasSubstr("requires direct access"));
 }
 
+// A key that is down comes up; who presses by hand meets the same.
+TEST_F(JudgeTest, ExcusesAWindowThatTurnsIntoAnotherPromptUnderTheHand) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  advance(0.14);
+  press(life.appearances().back(), "Cancel");
+  answer(id, "accepted");
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesThePressOfAnotherPromptThatTheWindowTurnedInto) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel");
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  advance(0.16);
+  press(life.appearances().back(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+TEST_F(JudgeTest, SeesAPressUnderTheHandThatWasNotMeantForThePromptBefore) {
+  list({approvalOf(appearance(), 1)});
+  life.replaceContent(appearance().number, /*withPassword=*/false);
+  advance(0.1);
+  press(life.appearances().back(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
 TEST_F(JudgeTest, SeesAnAcceptedDecisionWhosePromptIsStillThere) {
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
@@ -172,6 +202,17 @@ TEST_F(JudgeTest, SeesAnAcceptedDecisionWithoutAPress) {
   life.close(appearance().number);
   answer(id, "accepted");
   EXPECT_THAT(verdict(), HasSubstr("nothing was pressed"));
+}
+
+TEST_F(JudgeTest, ExcusesAPressThatCannotBeToldFromAWindowThatWent) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  life.hangApplicationOf(shown.number, Seconds{1});
+  life.close(shown.number);
+  answer(id, "accepted");
+  EXPECT_EQ(verdict(), "nothing broke");
 }
 
 TEST_F(JudgeTest, SeesAFailureThatWasASuccess) {

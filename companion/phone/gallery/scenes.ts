@@ -177,6 +177,8 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
   directAccess: phone(computer({ prompts: [kKeychain], outcomes: kOlder.slice(0, 3) })),
   outcome: phone(computer({ outcomes: kOutcomes.slice(0, 4) })),
   empty: phone(computer()),
+  paused: phone(computer({ pause: { until: kSceneNow + 6 * kHour } })),
+  alike: phone(computer({ prompts: [prompt(1), prompt(6), kInstall] })),
   notConnected: phone(
     computer({
       isComputerConnected: false,

@@ -10,21 +10,33 @@ const waiting = signal<(() => void) | undefined>(undefined);
 /** Takes the new version. Absent: this is the newest one that is known. */
 export const update: ReadonlySignal<(() => void) | undefined> = waiting;
 
+// A worker that takes over says so at once. One that does not is met by the next load.
+const kTakingOver = 3000;
+
 function offer(worker: ServiceWorker): void {
   waiting.value = () => {
     navigator.serviceWorker.addEventListener("controllerchange", () => location.reload(), { once: true });
     worker.postMessage("takeOver");
+    setTimeout(() => location.reload(), kTakingOver);
   };
 }
 
-function follow(registration: ServiceWorkerRegistration): void {
-  // The first worker ever is no update.
-  const isUpdate = () => navigator.serviceWorker.controller !== null;
-  if (registration.waiting && isUpdate()) offer(registration.waiting);
+/**
+ * `isFirstVisit`: there was no worker when the page began to register one. The first worker ever is no update, and where it
+ * stands cannot tell: it may have claimed the page before its own "installed" is heard of.
+ */
+export function follow(registration: ServiceWorkerRegistration, isFirstVisit: boolean): void {
+  let first = isFirstVisit ? (registration.installing ?? registration.waiting ?? registration.active) : null;
+  const offerUnlessFirst = (worker: ServiceWorker) => {
+    if (worker !== first) offer(worker);
+  };
+  if (registration.waiting) offerUnlessFirst(registration.waiting);
   registration.addEventListener("updatefound", () => {
     const worker = registration.installing;
-    worker?.addEventListener("statechange", () => {
-      if (worker.state === "installed" && isUpdate()) offer(worker);
+    if (!worker) return;
+    if (isFirstVisit && !first) first = worker;
+    worker.addEventListener("statechange", () => {
+      if (worker.state === "installed") offerUnlessFirst(worker);
     });
   });
   const check = () => {
@@ -37,7 +49,15 @@ function follow(registration: ServiceWorkerRegistration): void {
 /** Without service workers (a plain connection, a private window) the page works all the same. */
 export function keepPage(): void {
   if (!("serviceWorker" in navigator)) return;
-  navigator.serviceWorker
-    .register("/sw.js", { type: "classic", updateViaCache: "none" })
-    .then(follow, () => undefined);
+  void register();
+}
+
+async function register(): Promise<void> {
+  try {
+    const { serviceWorker } = navigator;
+    const isFirstVisit = !serviceWorker.controller && !(await serviceWorker.getRegistration("/"))?.active;
+    follow(await serviceWorker.register("/sw.js", { type: "classic", updateViaCache: "none" }), isFirstVisit);
+  } catch {
+    // Refused, or not to be had now: the page works without.
+  }
 }

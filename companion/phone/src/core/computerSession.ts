@@ -9,6 +9,7 @@ import type { Environment } from "./environment";
 import {
   readClock,
   readMessage,
+  readPause,
   readPromptList,
   readResultCommand,
   readSuppressionCommand,
@@ -18,7 +19,7 @@ import {
   type ReportedPrompt,
   type Result,
 } from "./messages";
-import type { Computer, Instant, Prompt } from "./model";
+import type { Computer, Instant, Pause, Prompt } from "./model";
 import { NotesWriter } from "./notesWriter";
 import { OutcomeHistory, type OutcomeSubject } from "./outcomeHistory";
 import { PromptList } from "./promptList";
@@ -27,6 +28,8 @@ import { SealedChannel } from "./sealedChannel";
 import type { PairingKeys, PairingNotes, PendingSuppression, StoredPairing } from "./store";
 import { SuppressionList } from "./suppressionList";
 import { newUuid } from "./uuid";
+
+type Snapshot = Extract<IncomingMessage, { type: "snapshot" }>;
 
 const mostPressedElsewhere = 200;
 const otherPhoneName = "Another phone";
@@ -40,6 +43,7 @@ export class ComputerSession {
   private newName: string | undefined;
   private isComputerConnected: boolean | undefined;
   private lastReceivedAt: Instant | undefined;
+  private pause: Pause | undefined;
   private ended: PairingNotes["ended"];
 
   private readonly list = new PromptList();
@@ -102,10 +106,11 @@ export class ComputerSession {
   }
 
   computer(): Computer {
-    const { isComputerConnected, lastReceivedAt } = this;
+    const { isComputerConnected, lastReceivedAt, pause } = this;
     const { accessibilityTrusted, isUnreadable, leftOut } = this.list;
     const { problem } = this.writer;
-    const prompts = this.prompts();
+    // What a computer asks that has unpaired this phone, nobody here can answer.
+    const prompts = this.ended === undefined ? this.prompts() : undefined;
     return {
       pairingID: this.keys.pairingID,
       name: this.name,
@@ -116,6 +121,7 @@ export class ComputerSession {
       ...(accessibilityTrusted !== undefined && { accessibilityTrusted }),
       ...(prompts !== undefined && { prompts }),
       ...(leftOut > 0 && { promptsLeftOut: leftOut }),
+      ...(pause !== undefined && { pause }),
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
@@ -226,7 +232,7 @@ export class ComputerSession {
   private async handle(message: IncomingMessage, receivedAt: Moment): Promise<void> {
     switch (message.type) {
       case "snapshot":
-        return this.takeSnapshot(message.box, message.accessibilityTrusted, receivedAt);
+        return this.takeSnapshot(message, receivedAt);
       case "unreadableSnapshot":
         return this.unreadable();
       case "result":
@@ -249,12 +255,15 @@ export class ComputerSession {
     this.changed();
   }
 
-  private async takeSnapshot(box: string, accessibilityTrusted: boolean, receivedAt: Moment): Promise<void> {
+  private async takeSnapshot(snapshot: Snapshot, receivedAt: Moment): Promise<void> {
     // The newest list comes again whenever this phone joins: having been opened before does not count against it.
-    const { prompts, clock, leftOut } = readPromptList(await this.channel.open(box));
+    const { prompts, clock, leftOut } = readPromptList(await this.channel.open(snapshot.box));
+    const { stateBox } = snapshot;
+    const pause = stateBox === undefined ? undefined : readPause(await this.channel.open(stateBox));
     if (this.isStopped) return;
     if (clock) this.clock.learn(clock, receivedAt);
-    const gone = this.list.replace(prompts, accessibilityTrusted, leftOut);
+    this.pause = pause;
+    const gone = this.list.replace(prompts, snapshot.accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
     if (gone.length > 0) await this.writer.save();
@@ -263,9 +272,9 @@ export class ComputerSession {
   private promptGone(prompt: ReportedPrompt): void {
     const isExplained = this.decisions.mayHavePressed(prompt.id) || this.pressedElsewhere.has(prompt.id);
     this.decisions.promptGone(prompt.id);
-    // The list of a computer that may not read windows any more is empty, and one that is too long leaves some out:
-    // neither says anything about what is missing.
-    const isKnown = this.list.accessibilityTrusted !== false && this.list.leftOut === 0;
+    // The list of a computer that may not read windows any more, or that is paused, is empty, and one that is too long
+    // leaves some out: none says anything about what is missing.
+    const isKnown = this.list.accessibilityTrusted !== false && this.list.leftOut === 0 && !this.pause;
     if (isExplained || !isKnown || this.suppressions.has(prompt.suppressionID)) return;
     this.history.addGoneByItself(this.subjectOf(prompt));
   }

@@ -122,6 +122,10 @@ export class Fields {
     return instant;
   }
 
+  optionalDate(name: string): Instant | undefined {
+    return this.member(name) === undefined ? undefined : this.date(name);
+  }
+
   /** In upper case, however it was written. */
   uuid(name: string): string {
     const text = this.string(name, 36).toUpperCase();

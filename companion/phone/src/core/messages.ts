@@ -4,7 +4,7 @@
 import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
 import { buttonKind } from "./labels";
-import type { DecisionStatus, Instant, Prompt, PromptButton } from "./model";
+import type { DecisionStatus, Instant, Pause, Prompt, PromptButton } from "./model";
 import type { SealedPayload } from "./sealing";
 
 /** A message has at most 1 MiB; a character is at least a byte. */
@@ -23,7 +23,13 @@ export interface OtherPhone {
 }
 
 export type IncomingMessage =
-  | { readonly type: "snapshot"; readonly accessibilityTrusted: boolean; readonly box: string }
+  | {
+      readonly type: "snapshot";
+      readonly accessibilityTrusted: boolean;
+      readonly box: string;
+      /** How the computer stands. Absent: nothing is paused, or it or its relay is older. */
+      readonly stateBox?: string;
+    }
   | { readonly type: "unreadableSnapshot"; readonly problem: string }
   | {
       readonly type: "result";
@@ -71,7 +77,13 @@ function boxOf(fields: Fields, name: string): string {
 function readSnapshot(fields: Fields): IncomingMessage {
   try {
     const box = boxOf(fields, "encryptedApprovals");
-    return { type: "snapshot", accessibilityTrusted: fields.boolean("accessibilityTrusted"), box };
+    const stateBox = fields.optionalObject("encryptedState")?.string("ciphertext", longestMessage);
+    return {
+      type: "snapshot",
+      accessibilityTrusted: fields.boolean("accessibilityTrusted"),
+      box,
+      ...(stateBox !== undefined && { stateBox }),
+    };
   } catch (error) {
     if (!(error instanceof DecodingError)) throw error;
     return { type: "unreadableSnapshot", problem: error.message };
@@ -103,6 +115,14 @@ function readReceipt(fields: Fields): IncomingMessage {
   const delivered = fields.boolean("delivered");
   const reason = fields.optionalString("reason", longestName);
   return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
+}
+
+/** What the box of the computer's state holds. Absent: nothing is paused. Throws a `DecodingError`. */
+export function readPause(text: string): Pause | undefined {
+  const fields = new Fields(parseJson(text, longestMessage, "state"), "state");
+  const until = fields.optionalDate("pausedUntil");
+  if (!fields.boolean("isPaused")) return undefined;
+  return until === undefined ? {} : { until };
 }
 
 /** A prompt as the computer reported it, without a decision. */

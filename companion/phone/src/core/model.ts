@@ -104,6 +104,12 @@ export type RelayConnection =
     }
   | { readonly kind: "waiting"; readonly nextAttemptAt: Instant };
 
+/** Alerts are paused at the computer: its list is empty, whatever waits there. */
+export interface Pause {
+  /** Absent: until somebody ends it there. */
+  readonly until?: Instant;
+}
+
 export interface Computer {
   readonly pairingID: string;
   /** Given by the person. */
@@ -120,6 +126,8 @@ export interface Computer {
   readonly prompts?: readonly Prompt[];
   /** How many more prompts wait there that the list has no room for. Absent: none. */
   readonly promptsLeftOut?: number;
+  /** Absent: alerts are not paused, or the computer does not say. */
+  readonly pause?: Pause;
   /** A snapshot came that this phone could not open or read. */
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];

@@ -54,6 +54,9 @@ describe("Pairing", () => {
     expect(world.computer("mac").name).toBe("Ana’s Mac");
     expect(cleanName("😀".repeat(70), "x")).toBe("😀".repeat(64));
     expect(cleanName(" \u200B\n ", "Computer")).toBe("Computer");
+    // A family is four emoji with joiners between; a Persian word has a non-joiner within.
+    for (const name of ["👩‍👩‍👧‍👦", "گوشی‌من", "🏴󠁧󠁢󠁥󠁮󠁧󠁿"]) expect(cleanName(name, "x")).toBe(name);
+    expect(cleanName("a\u2067b\u061Cc\u2028d\u0085e", "x")).toBe("a b c d e");
     await world.reload();
     expect(world.computer("mac").name).toBe("Ana’s Mac");
   });

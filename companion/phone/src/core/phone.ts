@@ -8,13 +8,20 @@ import { readPairingCode } from "./pairingCode";
 import { keyFrom } from "./sealing";
 import type { StoredPairing } from "./store";
 import { newUuid } from "./uuid";
+import { visibleName } from "./visibleText";
 
 const longestName = 64;
 
-/** Names are shown at both ends: no control characters, no needless white space, at most 64 characters. */
+const drawn = /[\p{L}\p{N}\p{P}\p{S}]/u;
+
+/**
+ * Names are shown at both ends: no needless white space, at most 64 characters, nothing that moves other text about. One
+ * that cannot be seen is none.
+ */
 export function cleanName(name: string, fallback: string): string {
-  const plain = name.replace(/[\p{Cc}\p{Cf}\p{Cs}\p{Zl}\p{Zp}\s]+/gu, " ").trim();
-  return [...plain].slice(0, longestName).join("").trim() || fallback;
+  const plain = visibleName(name).replace(/\s+/gu, " ").trim();
+  const short = [...plain].slice(0, longestName).join("").trim();
+  return drawn.test(short) ? short : fallback;
 }
 
 export class Phone implements PhoneActions {

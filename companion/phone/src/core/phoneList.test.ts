@@ -54,6 +54,39 @@ describe("The list", () => {
     expect(world.computer("mac")).toMatchObject({ accessibilityTrusted: false, prompts: [], outcomes: [] });
   });
 
+  it("says nothing of prompts that a pause took away, and says until when it lasts", async () => {
+    const mac = await world.connected("mac", [sampleApproval(1)]);
+    await world.list(mac, [], true, { isPaused: true, pausedUntil: "2026-03-01T18:30:00Z" });
+    expect(world.computer("mac")).toMatchObject({
+      prompts: [],
+      outcomes: [],
+      pause: { until: Date.UTC(2026, 2, 1, 18, 30) },
+    });
+    await world.list(mac, [], true, { isPaused: true });
+    expect(world.computer("mac").pause).toEqual({});
+    await world.list(mac, [sampleApproval(1)]);
+    expect(world.computer("mac")).not.toHaveProperty("pause");
+    await world.list(mac, []);
+    expect(world.outcomes()).toMatchObject([{ status: "goneByItself" }]);
+  });
+
+  it.each([{}, { isPaused: "yes" }, { isPaused: true, pausedUntil: "soon" }])(
+    "is taken for unreadable where the computer's state is: %j",
+    async (state) => {
+      const mac = await world.connected("mac", [sampleApproval(1)]);
+      await world.list(mac, [], true, state);
+      expect(world.computer("mac")).toMatchObject({ hasUnreadableSnapshot: true, prompts: [{ id: one }] });
+    },
+  );
+
+  it("is none any more once the computer has unpaired this phone", async () => {
+    await world.connected("mac", [sampleApproval(1)]);
+    world.network.socket("mac").end(4002);
+    await world.time.settle();
+    expect(world.computer("mac").relay).toEqual({ kind: "revoked" });
+    expect(world.computer("mac")).not.toHaveProperty("prompts");
+  });
+
   it("comes again as often as it likes", async () => {
     const mac = await world.connected("mac", []);
     const text = await mac.snapshot([sampleApproval(1)]);

@@ -18,6 +18,15 @@ export function visibleText(text: string): string {
   return text.replace(hidden, named);
 }
 
+// What moves text about or breaks its line: controls, separators of lines and paragraphs, the marks, embeddings and isolates
+// of direction, halves of pairs. Joiners are none of these: an emoji made of two needs them, and many a Persian name.
+const unruly = /[\p{Cc}\p{Cs}\p{Zl}\p{Zp}\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069]+/gu;
+
+/** A name that a person chose, on one line; what it may not do there becomes a blank. */
+export function visibleName(name: string): string {
+  return name.replace(unruly, " ");
+}
+
 /** The lines of a longer text: its line breaks are honoured, all else is as in `visibleText`. */
 export function visibleLines(text: string): string[] {
   return text.split(/\r\n|\n|\r|\u2028|\u2029/u).map(visibleText);

@@ -118,6 +118,19 @@ describe("A prompt in a terminal", () => {
 });
 
 describe("A list in a terminal", () => {
+  it("is empty for another reason while alerts are paused", async () => {
+    await shown([]);
+    await world.list(mac, [], true, { isPaused: true });
+    await world.list(mac, [], true, { isPaused: true, pausedUntil: "2026-03-01T18:30:00Z" });
+    await world.list(mac, []);
+    expect(printed.filter((line) => /^(Nothing waits|Paused)/.test(line))).toEqual([
+      "Nothing waits.",
+      "Paused at the computer: what waits there is not shown.",
+      expect.stringMatching(/^Paused at the computer until 1 Mar 2026,? .*: what waits there is not shown\.$/),
+      "Nothing waits.",
+    ]);
+  });
+
   it("says once how many prompts it has no room for", async () => {
     await shown([sampleApproval(1, { leftOut: 3 })]);
     await world.list(mac, [sampleApproval(1, { leftOut: 3 })]);

@@ -11,7 +11,7 @@ import type {
   PromptButton,
 } from "../core/model";
 import { exitStatus, type Options } from "./options";
-import { leftOutLine, outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
+import { emptyLine, leftOutLine, outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
 
 export interface Terminal {
   print(line: string): void;
@@ -40,7 +40,7 @@ export class TerminalPhone {
   private readonly refusedAnswers = new Set<string>();
   private asking: Choice | undefined;
   private lastStatus = "";
-  private isListEmpty: boolean | undefined;
+  private lastEmptiness: string | undefined;
   private lastLeftOut: string | undefined;
   private hasReportedUnreadable = false;
   private hasEnded = false;
@@ -136,8 +136,9 @@ export class TerminalPhone {
   private showList(computer: Computer): void {
     const { prompts } = computer;
     if (!prompts) return;
-    if (prompts.length === 0 && this.isListEmpty !== true) this.terminal.print("Nothing waits.");
-    this.isListEmpty = prompts.length === 0;
+    const emptiness = prompts.length === 0 ? emptyLine(computer) : undefined;
+    if (emptiness !== undefined && emptiness !== this.lastEmptiness) this.terminal.print(emptiness);
+    this.lastEmptiness = emptiness;
     for (const id of this.printed.keys()) {
       if (!prompts.some((prompt) => prompt.id === id)) this.printed.delete(id);
     }

@@ -2,7 +2,7 @@
 // terminal obeys control characters, and they must not reach it.
 
 import type { Computer, Instant, Outcome, Prompt } from "../core/model";
-import { visibleLines, visibleText } from "../core/visibleText";
+import { visibleLines, visibleName, visibleText } from "../core/visibleText";
 
 export function quoted(text: string): string {
   return `“${visibleText(text)}”`;
@@ -41,6 +41,14 @@ export function promptLines(
   return lines;
 }
 
+/** Of a list without prompts. */
+export function emptyLine({ pause }: Computer): string {
+  if (!pause) return "Nothing waits.";
+  if (pause.until === undefined) return "Paused at the computer: what waits there is not shown.";
+  const until = new Date(pause.until).toLocaleString("en-GB", { dateStyle: "medium", timeStyle: "short" });
+  return `Paused at the computer until ${until}: what waits there is not shown.`;
+}
+
 /** Absent: the list is whole. */
 export function leftOutLine({ promptsLeftOut }: Computer): string | undefined {
   if (promptsLeftOut === undefined) return undefined;
@@ -71,7 +79,7 @@ export function relayLine(computer: Computer): string {
 
 export function outcomeLine(outcome: Outcome): string {
   const what = titleOf(outcome);
-  const by = outcome.otherPhone === undefined ? "" : ` by ${visibleText(outcome.otherPhone)}`;
+  const by = outcome.otherPhone === undefined ? "" : ` by ${visibleName(outcome.otherPhone)}`;
   const why = outcome.error === undefined ? "" : ` ${visibleText(outcome.error)}`;
   const label = outcome.buttonLabel === undefined ? "" : quoted(outcome.buttonLabel);
   switch (outcome.status) {

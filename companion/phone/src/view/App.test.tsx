@@ -208,3 +208,79 @@ describe("a name", () => {
     await waitFor(() => expect(field.value).toBe(before));
   });
 });
+
+describe("the focus", () => {
+  const focusedCard = () => document.activeElement?.closest(".prompt")?.getAttribute("aria-label");
+  const first = prompt(1, { windowTitle: "First?" });
+  const second = prompt(2, { windowTitle: "Second?" });
+
+  it("stays at a prompt whose buttons are switched off by the answer", () => {
+    const { current } = show(phone(computer({ prompts: [first, second] })));
+    act(() => screen.getAllByRole("button", { name: "Don’t Allow" })[0]?.focus());
+    const decision = scenes.sending?.computers[0]?.prompts?.[0]?.decision;
+    if (!decision) throw new Error("The scene has no decision.");
+    act(() => void (current.value = phone(computer({ prompts: [{ ...first, decision }, second] }))));
+    expect(document.activeElement?.matches(":disabled")).toBe(false);
+    expect(focusedCard()).toBe("First?");
+  });
+
+  it("goes to the next prompt, and to the computer after the last one", () => {
+    const { current } = show(phone(computer({ prompts: [first, second] })));
+    act(() => screen.getAllByRole("button", { name: "Don’t Allow" })[0]?.focus());
+    const gone = (prompts: readonly (typeof first)[], seconds: number) => {
+      act(() => void (current.value = phone(computer({ prompts }))));
+      act(() => setClock(kSceneNow + seconds * 1000));
+    };
+    gone([second], 7);
+    expect(focusedCard()).toBe("Second?");
+    gone([], 14);
+    expect(document.activeElement?.classList.contains("computer-head")).toBe(true);
+  });
+
+  it("is not taken from where the person went", () => {
+    const { current } = show(phone(computer({ prompts: [first, second] })));
+    act(() => screen.getAllByRole("button", { name: "Don’t Allow" })[0]?.focus());
+    act(() => screen.getByRole("link", { name: "Pair another computer" }).focus());
+    act(() => void (current.value = phone(computer({ prompts: [second] }))));
+    act(() => setClock(kSceneNow + 7000));
+    expect(document.activeElement?.getAttribute("aria-label")).toBe("Pair another computer");
+  });
+});
+
+describe("a new prompt", () => {
+  it("is announced by its title, unless it was there when the page opened or comes back", () => {
+    const old = prompt(1, { windowTitle: "Old?" });
+    const fresh = prompt(2, { windowTitle: "Fresh?" });
+    const { current } = show(phone(computer({ prompts: [old] })));
+    const announced = () => screen.getAllByRole("status").some((one) => one.textContent?.startsWith("New:"));
+    expect(announced()).toBe(false);
+    act(() => void (current.value = phone(computer({ prompts: [old, fresh] }))));
+    expect(screen.getByText("New: Terminal: Fresh?.")).toBeTruthy();
+    act(() => void (current.value = phone(computer({ prompts: [] }))));
+    act(() => void (current.value = phone(computer({ prompts: [old, fresh] }))));
+    expect(screen.queryByText(/^New: .*Old/)).toBeNull();
+  });
+});
+
+describe("prompts", () => {
+  it("that look the same are counted", () => {
+    show(scenes.alike ?? phone());
+    expect(screen.getByText(/^1 of 2 that look the same/)).toBeTruthy();
+    expect(screen.getByText(/^2 of 2 that look the same/)).toBeTruthy();
+  });
+
+  it("of a computer that unpaired this phone vanish at once", () => {
+    const { current } = show(phone(computer({ prompts: [prompt(1, { windowTitle: "Erase?" })] })));
+    const { prompts: _none, ...ended } = computer({ relay: { kind: "revoked" } });
+    act(() => void (current.value = phone(ended)));
+    expect(screen.queryByRole("heading", { name: "Erase?" })).toBeNull();
+    expect(screen.getByText(/unpaired its phones/)).toBeTruthy();
+  });
+
+  it("are not said to be answered while alerts are paused", () => {
+    show(scenes.paused ?? phone());
+    expect(screen.getByRole("heading", { name: "Paused" })).toBeTruthy();
+    expect(screen.getByText(/^Paused at the computer until/)).toBeTruthy();
+    expect(screen.queryByText("All is quiet")).toBeNull();
+  });
+});

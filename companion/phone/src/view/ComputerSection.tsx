@@ -2,12 +2,13 @@
 import type { JSX } from "preact";
 import { useLayoutEffect, useRef } from "preact/hooks";
 import type { Computer, Instant, PhoneActions } from "../core/model";
+import { useKeepFocus } from "./keepFocus";
 import { Notices } from "./Notices";
 import { OutcomeList } from "./OutcomeList";
 import { Symbol } from "./parts/Symbol";
 import { PromptCard } from "./PromptCard";
 import { routeHash } from "./routes";
-import { arrange } from "./steadyList";
+import { alikeOf, arrange } from "./steadyList";
 import type { Slot } from "./steadyList";
 import { isTouched, noteMoved } from "./touch";
 import { isReachable, isUpToDate, connectionText } from "./texts";
@@ -24,7 +25,9 @@ interface ComputerSectionProps {
 
 function useSlots(computer: Computer, now: Instant): readonly Slot[] {
   const slots = useRef<readonly Slot[]>([]);
-  slots.current = arrange(slots.current, computer.prompts ?? [], now, !isTouched());
+  // What an unpaired computer asked says nothing any more: it does not even keep its place for a while.
+  const isEnded = computer.relay.kind === "revoked" || computer.relay.kind === "removed";
+  slots.current = isEnded ? [] : arrange(slots.current, computer.prompts ?? [], now, !isTouched());
   return slots.current;
 }
 
@@ -70,6 +73,7 @@ function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }):
       <p class="aside centred">Waiting for the first word of {computer.name}…</p>
     ) : null;
   }
+  if (computer.pause) return null;
   if (!isUpToDate(computer)) return <p class="aside centred">Nothing waited when it was last heard of.</p>;
   if (!isAlone) return <p class="aside centred">Nothing waits.</p>;
   return (
@@ -87,6 +91,7 @@ export function ComputerSection({ computer, actions, now, isAlone }: ComputerSec
   const list = useRef<HTMLElement>(null);
   const slots = useSlots(computer, now);
   useNoteMoves(list);
+  useKeepFocus(list);
   const recent = computer.outcomes.slice(0, kOutcomesShown);
   return (
     <section ref={list} class={`computer ${isUpToDate(computer) ? "" : "is-old"}`} aria-label={computer.name}>
@@ -96,7 +101,14 @@ export function ComputerSection({ computer, actions, now, isAlone }: ComputerSec
         <Empty computer={computer} isAlone={isAlone} />
       ) : (
         slots.map((slot) => (
-          <PromptCard key={slot.prompt.id} slot={slot} computer={computer} actions={actions} now={now} />
+          <PromptCard
+            key={slot.prompt.id}
+            slot={slot}
+            alike={alikeOf(slot, slots)}
+            computer={computer}
+            actions={actions}
+            now={now}
+          />
         ))
       )}
       {recent.length > 0 && (

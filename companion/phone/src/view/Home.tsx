@@ -2,9 +2,10 @@
 import type { JSX } from "preact";
 import type { Instant, PhoneActions, PhoneState } from "../core/model";
 import { ComputerSection } from "./ComputerSection";
+import { NewPrompts } from "./NewPrompts";
 import { Mark, Symbol } from "./parts/Symbol";
 import { routeHash } from "./routes";
-import { headline, isUpToDate } from "./texts";
+import { headline } from "./texts";
 
 interface HomeProps {
   readonly state: PhoneState;
@@ -24,12 +25,13 @@ export function Home({ state, actions, now }: HomeProps): JSX.Element {
         <Mark />
         <div class="masthead-text">
           <p class="product">Quillard</p>
-          <h1 aria-live="polite">{headline(waitingCount(state), computers.every(isUpToDate))}</h1>
+          <h1 aria-live="polite">{headline(waitingCount(state), computers)}</h1>
         </div>
         <a class="round" href={routeHash({ page: "pair" })} aria-label="Pair another computer">
           <Symbol name="plus" />
         </a>
       </header>
+      <NewPrompts computers={computers} />
       <main>
         {computers.map((computer) => (
           <ComputerSection

@@ -10,6 +10,7 @@ import type { Notice } from "./texts";
 function symbolOf(notice: Notice, computer: Computer): SymbolName {
   if (notice.action === "useHere") return "tabs";
   if (computer.relay.kind === "offline") return "offline";
+  if (notice.isPause) return "clock";
   return "warning";
 }
 

@@ -6,7 +6,7 @@ import { visibleLines, visibleText } from "../core/visibleText";
 import { HoldButton } from "./parts/HoldButton";
 import { Symbol } from "./parts/Symbol";
 import { TapButton } from "./parts/TapButton";
-import type { Slot } from "./steadyList";
+import type { Alike, Slot } from "./steadyList";
 import {
   decisionText,
   isReachable,
@@ -25,6 +25,8 @@ const kLettersShown = 700;
 
 interface PromptCardProps {
   readonly slot: Slot;
+  /** Absent: no other prompt looks the same. */
+  readonly alike?: Alike | undefined;
   readonly computer: Computer;
   readonly actions: PhoneActions;
   readonly now: Instant;
@@ -197,7 +199,8 @@ function statusLine(slot: Slot, computer: Computer, hint: string | undefined): S
     return prompt.decision && decisionText(prompt.decision, computer.name);
   }
   const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
-  return outcome ? outcomeText(outcome) : { tone: "quiet", text: "It is gone." };
+  if (outcome) return outcomeText(outcome);
+  return { tone: "quiet", text: computer.pause ? "Not shown while alerts are paused." : "It is gone." };
 }
 
 /** What became of it, or what to do: read out when it changes. */
@@ -232,7 +235,7 @@ function Details({ prompt }: { prompt: Prompt }): JSX.Element {
   );
 }
 
-export function PromptCard({ slot, computer, actions, now }: PromptCardProps): JSX.Element {
+export function PromptCard({ slot, alike, computer, actions, now }: PromptCardProps): JSX.Element {
   const [hint, setHint] = useState<string>();
   const { prompt } = slot;
   const isGone = slot.goneAt !== undefined;
@@ -243,11 +246,17 @@ export function PromptCard({ slot, computer, actions, now }: PromptCardProps): J
     <article
       class={`card prompt ${isGone ? "is-gone" : ""} ${isOpen ? "" : "is-settled"}`}
       aria-label={titleOf(prompt.windowTitle)}
+      tabIndex={-1}
     >
       <Head prompt={prompt} now={now} />
       <h3 class="prompt-title" dir="auto">
         {titleOf(prompt.windowTitle)}
       </h3>
+      {alike && (
+        <p class="aside">
+          {alike.number} of {alike.count} that look the same. An answer is for this one only.
+        </p>
+      )}
       <Message prompt={prompt} />
       {prompt.isFallbackDetection && (
         <p class="aside">Recognised by its looks only: it may be something else than a prompt.</p>

@@ -1,11 +1,25 @@
 import { describe, expect, it } from "vitest";
 import { prompt } from "../../gallery/scenes";
-import { arrange, kLinger } from "./steadyList";
+import { alikeOf, arrange, kLinger } from "./steadyList";
 import type { Slot } from "./steadyList";
 
 function ids(slots: readonly Slot[]): string[] {
   return slots.map((slot) => slot.prompt.id.slice(-1) + (slot.goneAt === undefined ? "" : " gone"));
 }
+
+describe("prompts that look the same", () => {
+  it("are counted, without those that are gone or differ in a button", () => {
+    const other = prompt(3, { buttons: [{ label: "Allow", isRecommended: true, kind: "grant" }] });
+    const before = arrange([], [prompt(1), prompt(2), other, prompt(4)], 0, true);
+    const slots = arrange(before, [prompt(1), prompt(2), other], 1, true);
+    expect(slots.map((slot) => alikeOf(slot, slots))).toEqual([
+      { number: 1, count: 2 },
+      { number: 2, count: 2 },
+      undefined,
+      undefined,
+    ]);
+  });
+});
 
 describe("the arrangement of prompts", () => {
   it("begins in the computer's order", () => {

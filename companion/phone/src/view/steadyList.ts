@@ -11,6 +11,27 @@ export interface Slot {
 /** How long a prompt that is gone keeps its place. */
 export const kLinger = 6000;
 
+/** Which of several prompts this is that look the same. */
+export interface Alike {
+  /** From 1. */
+  readonly number: number;
+  readonly count: number;
+}
+
+/** All that can be seen of it. */
+function looks(prompt: Prompt): string {
+  const buttons = prompt.buttons.map(({ label, isDisabled }) => [label, isDisabled]);
+  return JSON.stringify([prompt.appName, prompt.windowTitle, prompt.messageLines, buttons]);
+}
+
+/** Absent: it is gone, or the only one of its looks. */
+export function alikeOf(slot: Slot, slots: readonly Slot[]): Alike | undefined {
+  if (slot.goneAt !== undefined) return undefined;
+  const mine = looks(slot.prompt);
+  const alike = slots.filter((one) => one.goneAt === undefined && looks(one.prompt) === mine);
+  return alike.length < 2 ? undefined : { number: alike.indexOf(slot) + 1, count: alike.length };
+}
+
 function slotOf(slot: Slot, byID: ReadonlyMap<string, Prompt>, now: Instant): Slot {
   const prompt = byID.get(slot.prompt.id);
   if (prompt) return slot.prompt === prompt && slot.goneAt === undefined ? slot : { prompt };

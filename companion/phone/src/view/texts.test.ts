@@ -8,8 +8,10 @@ import {
   isUpToDate,
   longAge,
   mayDecide,
+  newPromptsText,
   notices,
   outcomeText,
+  pauseText,
   shortAge,
   connectionText,
 } from "./texts";
@@ -40,12 +42,47 @@ describe("ages", () => {
   });
 });
 
+describe("a pause", () => {
+  const local = (day: number, hour: number, minute: number) => new Date(2026, 2, day, hour, minute).getTime();
+  const kNoon = local(1, 12, 0);
+
+  it.each([
+    [local(1, 18, 30), "Paused at the computer until 18:30"],
+    [local(2, 9, 0), "Paused at the computer until tomorrow 09:00"],
+    [local(3, 9, 0), "Paused at the computer until Tue 09:00"],
+    [kNoon, "Paused at the computer"],
+    [undefined, "Paused at the computer"],
+  ])("until %s is told by this phone's calendar", (until, text) => {
+    expect(pauseText(until === undefined ? {} : { until }, kNoon)).toBe(text);
+  });
+
+  it("is a notice of its own", () => {
+    expect(notices(computer({ pause: {} }), kNow)).toMatchObject([
+      { tone: "quiet", title: "Paused at the computer" },
+    ]);
+  });
+});
+
+describe("what has come in", () => {
+  it("is named for the ear, and counted where it is much", () => {
+    expect(newPromptsText([prompt(1, { appName: "Disk", windowTitle: "Erase?" })])).toBe(
+      "New: Disk: Erase?.",
+    );
+    const many = [1, 2, 3, 4, 5].map((number) =>
+      prompt(number, { appName: "Disk", windowTitle: `${number}` }),
+    );
+    expect(newPromptsText(many)).toBe("New: Disk: 1. Disk: 2. Disk: 3. And 2 more.");
+  });
+});
+
 describe("the headline", () => {
   it("never says that nothing waits when that is not known", () => {
-    expect(headline(0, true)).toBe("Nothing waits");
-    expect(headline(0, false)).toBe("Not up to date");
-    expect(headline(1, true)).toBe("1 prompt waits");
-    expect(headline(2, false)).toBe("2 prompts wait");
+    const away = computer({ relay: { kind: "offline" } });
+    expect(headline(0, [computer(), computer()])).toBe("Nothing waits");
+    expect(headline(0, [computer(), away])).toBe("Not up to date");
+    expect(headline(0, [computer(), computer({ pause: {} })])).toBe("Paused");
+    expect(headline(1, [computer()])).toBe("1 prompt waits");
+    expect(headline(2, [away])).toBe("2 prompts wait");
   });
 
   it.each([
@@ -211,7 +248,9 @@ describe("the history", () => {
     expect(outcomeText(outcome({ status: "suppressed" })).text).toBe("Not shown any more");
   });
 
-  it("shows the hidden characters of another phone's name", () => {
-    expect(outcomeText(outcome({ buttonLabel: "No", otherPhone: "A\u200bB" })).text).toContain("A⟨U+200B⟩B");
+  it("lets another phone's name move nothing about, and keeps what joins its letters", () => {
+    const text = (name: string) => outcomeText(outcome({ buttonLabel: "No", otherPhone: name })).text;
+    expect(text("A\u202EB\nC")).toContain("on A B C");
+    expect(text("👩‍👧")).toContain("on 👩‍👧");
   });
 });

@@ -1,7 +1,7 @@
 // What the page says, as functions of what it knows. Everything that a person reads about states is here, so that it can
 // be read, and tested, in one place.
-import type { Computer, Decision, Instant, Outcome, Prompt } from "../core/model";
-import { visibleText } from "../core/visibleText";
+import type { Computer, Decision, Instant, Outcome, Pause, Prompt } from "../core/model";
+import { visibleName, visibleText } from "../core/visibleText";
 
 const kMinute = 60;
 const kHour = 60 * kMinute;
@@ -46,10 +46,44 @@ export function quoted(text: string): string {
   return `“${visibleText(text)}”`;
 }
 
-export function headline(waiting: number, isEverythingUpToDate: boolean): string {
+/** `computers`: all of them. */
+export function headline(waiting: number, computers: readonly Computer[]): string {
   if (waiting === 1) return "1 prompt waits";
   if (waiting > 1) return `${waiting} prompts wait`;
-  return isEverythingUpToDate ? "Nothing waits" : "Not up to date";
+  if (!computers.every(isUpToDate)) return "Not up to date";
+  return computers.some((computer) => computer.pause) ? "Paused" : "Nothing waits";
+}
+
+function sameDay(one: Date, other: Date): boolean {
+  return one.toDateString() === other.toDateString();
+}
+
+/** "18:30", "tomorrow 09:00", "Tue 09:00", by this phone's calendar. */
+function clockText(moment: Instant, now: Instant): string {
+  const date = new Date(moment);
+  const time = date.toLocaleTimeString("en-GB", { hour: "2-digit", minute: "2-digit" });
+  const today = new Date(now);
+  if (sameDay(date, today)) return time;
+  const tomorrow = new Date(today.getFullYear(), today.getMonth(), today.getDate() + 1);
+  if (sameDay(date, tomorrow)) return `tomorrow ${time}`;
+  return `${date.toLocaleDateString("en-GB", { weekday: "short" })} ${time}`;
+}
+
+/** Its end may have passed by this phone's clock: then the computer has not said so yet. */
+export function pauseText(pause: Pause, now: Instant): string {
+  const { until } = pause;
+  return until === undefined || until <= now
+    ? "Paused at the computer"
+    : `Paused at the computer until ${clockText(until, now)}`;
+}
+
+/** For the ear: what has come in. */
+export function newPromptsText(prompts: readonly Prompt[]): string {
+  const named = prompts
+    .slice(0, 3)
+    .map(({ appName, windowTitle }) => `${visibleText(appName)}: ${titleOf(windowTitle)}`);
+  const more = prompts.length - named.length;
+  return `New: ${named.join(". ")}${more > 0 ? `. And ${more} more` : ""}.`;
 }
 
 export type Tone = "good" | "warn" | "quiet";
@@ -105,6 +139,7 @@ export interface Notice {
   readonly title: string;
   readonly detail: string;
   readonly action?: "tryNow" | "useHere" | "pairAgain";
+  readonly isPause?: true;
 }
 
 function connectionNotice(computer: Computer, now: Instant): Notice | undefined {
@@ -172,6 +207,14 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
         computer.lastReceivedAt === undefined
           ? "The relay has not heard of it yet. It may be switched off, asleep or without a network."
           : `Last heard of ${longAge(computer.lastReceivedAt, now)}. It may be switched off, asleep or without a network.`,
+    });
+  }
+  if (computer.pause) {
+    found.push({
+      tone: "quiet",
+      title: pauseText(computer.pause, now),
+      detail: `Prompts that come up meanwhile wait at ${computer.name}.`,
+      isPause: true,
     });
   }
   if (computer.accessibilityTrusted === false) {
@@ -271,7 +314,7 @@ export function mayDecide(prompt: Prompt): boolean {
 /** One line of the history. */
 export function outcomeText(outcome: Outcome): ToneText {
   const label = outcome.buttonLabel === undefined ? "It" : quoted(outcome.buttonLabel);
-  const who = outcome.otherPhone === undefined ? "" : ` on ${visibleText(outcome.otherPhone)}`;
+  const who = outcome.otherPhone === undefined ? "" : ` on ${visibleName(outcome.otherPhone)}`;
   switch (outcome.status) {
     case "goneByItself":
       return { tone: "quiet", text: "Answered at the computer, or closed by itself" };

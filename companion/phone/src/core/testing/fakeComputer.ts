@@ -75,8 +75,14 @@ export class FakeComputer {
     return seal(this.crypto, await keyFrom(this.crypto, this.e2eSecret), value);
   }
 
-  async snapshot(approvals: readonly unknown[], accessibilityTrusted = true): Promise<string> {
+  /** `state`: how the computer stands. Absent: it says nothing of that. */
+  async snapshot(
+    approvals: readonly unknown[],
+    accessibilityTrusted = true,
+    state?: unknown,
+  ): Promise<string> {
     return JSON.stringify({
+      ...(state !== undefined && { encryptedState: await this.seal(state) }),
       type: "mac.snapshot",
       observedAt: "2026-03-01T12:00:00Z",
       accessibilityTrusted,

@@ -85,8 +85,13 @@ export class PhoneWorld {
     return socket;
   }
 
-  async list(computer: FakeComputer, approvals: readonly unknown[], trusted = true): Promise<void> {
-    this.network.socket(computer.pairingID).deliver(await computer.snapshot(approvals, trusted));
+  async list(
+    computer: FakeComputer,
+    approvals: readonly unknown[],
+    trusted = true,
+    state?: unknown,
+  ): Promise<void> {
+    this.network.socket(computer.pairingID).deliver(await computer.snapshot(approvals, trusted, state));
     await this.time.settle();
   }
 

@@ -18,8 +18,13 @@ interface CameraScannerProps {
   readonly onCancel: () => void;
 }
 
-function problemWith(error: unknown): string {
-  const name = error instanceof DOMException ? error.name : "";
+// Not each of these errors is a DOMException: in WebKit, the one of a missing camera is none.
+function nameOf(error: unknown): string {
+  return typeof error === "object" && error !== null && "name" in error ? String(error.name) : "";
+}
+
+export function problemWith(error: unknown): string {
+  const name = nameOf(error);
   if (name === "NotAllowedError" || name === "SecurityError") {
     return "The camera may not be used by this page. Allow it in the browser’s settings, or use a picture or the code’s text.";
   }

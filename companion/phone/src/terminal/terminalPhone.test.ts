@@ -126,7 +126,9 @@ describe("A list in a terminal", () => {
     expect(printed.filter((line) => /^(Nothing waits|Paused)/.test(line))).toEqual([
       "Nothing waits.",
       "Paused at the computer: what waits there is not shown.",
-      expect.stringMatching(/^Paused at the computer until 1 Mar 2026,? .*: what waits there is not shown\.$/),
+      expect.stringMatching(
+        /^Paused at the computer until 1 Mar 2026,? .*: what waits there is not shown\.$/,
+      ),
       "Nothing waits.",
     ]);
   });

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/ShownText.h"
 #include "foundation/Text.h"
 
 namespace quillard::LiveText {
@@ -61,6 +62,8 @@ constexpr std::array kUnits{Unit{"%", 0},
                             Unit{"s", 1}};
 
 constexpr Seconds kSlack{5};
+constexpr double kFastestProgress = 10;  // Points a second: what is done sooner needs no decision.
+constexpr double kWhole = 100;
 constexpr double kLongestUntimedCount = 120;
 constexpr std::size_t kMostDigits = 12;  // Of a live number.
 constexpr std::string_view kNoBreakSpace = "\xC2\xA0";
@@ -84,9 +87,9 @@ bool isNumberBegin(std::string_view text, std::size_t at) {
 struct Live {
   std::size_t begin = 0;
   std::size_t end = 0;  // Behind the unit.
-  bool isTime = false;
-  double seconds = 0;  // Of a time.
-  double grain = 1;    // The smallest unit of it, in seconds.
+  bool isTime = false;  // Else it is a percentage.
+  double value = 0;     // Seconds, or points.
+  double grain = 1;     // The smallest unit of a time, in seconds.
 };
 
 std::size_t skipBlanks(std::string_view text, std::size_t at) {
@@ -107,6 +110,13 @@ double numberFrom(std::string_view digits) {
   double number = 0;
   for (const char c : digits) number = number * 10 + (c - '0');
   return number;
+}
+
+// Of the digits behind a point.
+double fractionFrom(std::string_view digits) {
+  double fraction = 0;
+  for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit) fraction = (fraction + (*digit - '0')) / 10;
+  return fraction;
 }
 
 // The unit that a number is followed by. `lower` is the text in lower case, of the same length.
@@ -145,13 +155,18 @@ std::optional<Live> liveAt(std::string_view text, std::string_view lower, std::s
   if (const auto clock = clockAt(text, begin)) return clock;
   std::size_t end = digitsEnd(text, begin);
   if (end - begin > kMostDigits) return std::nullopt;
-  const double number = numberFrom(text.substr(begin, end - begin));
+  double number = numberFrom(text.substr(begin, end - begin));
   const bool hasFraction = end + 1 < text.size() && (text[end] == '.' || text[end] == ',') && isDigit(text[end + 1]);
-  if (hasFraction) end = digitsEnd(text, end + 1);
+  if (hasFraction) {
+    const std::size_t point = end;
+    end = digitsEnd(text, point + 1);
+    number += fractionFrom(text.substr(point + 1, end - point - 1));
+  }
   const std::size_t unitBegin = skipBlanks(text, end);
   const Unit* const unit = unitAt(lower, unitBegin);
   if (!unit) return std::nullopt;
-  return Live{begin, unitBegin + unit->word.size(), unit->seconds > 0, number * unit->seconds, unit->seconds};
+  const bool isTime = unit->seconds > 0;
+  return Live{begin, unitBegin + unit->word.size(), isTime, isTime ? number * unit->seconds : number, unit->seconds};
 }
 
 // Whether two times make one: nothing but a joining word stands between them.
@@ -160,14 +175,15 @@ bool isJoint(std::string_view between) {
   return std::find(kJoints.begin(), kJoints.end(), text::trimmed(between)) != kJoints.end();
 }
 
-std::vector<Live> livesOf(std::string_view text) {
+std::vector<Live> livesOf(std::string_view text, Progress progress) {
+  const bool mayProgress = progress == Progress::shown && !text::holdsQuestion(text);
   std::vector<Live> lives;
   std::string lower = text::lowercased(text);
   if (lower.size() != text.size()) lower = std::string(text);  // Letters whose lower case is longer or shorter.
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (!isDigit(text[i])) continue;
     const auto live = isNumberBegin(text, i) ? liveAt(text, lower, i) : std::nullopt;
-    if (!live) {
+    if (!live || (!live->isTime && !mayProgress)) {
       i = digitsEnd(text, i);
       continue;
     }
@@ -175,7 +191,7 @@ std::vector<Live> livesOf(std::string_view text) {
                        isJoint(text.substr(lives.back().end, live->begin - lives.back().end));
     if (joins) {
       lives.back().end = live->end;
-      lives.back().seconds += live->seconds;
+      lives.back().value += live->value;
       lives.back().grain = std::min(lives.back().grain, live->grain);
     } else {
       lives.push_back(*live);
@@ -196,9 +212,11 @@ std::string withoutLives(std::string_view text, const std::vector<Live>& lives) 
   return rest.append(text.substr(from));
 }
 
-// Whether the time may have got from `before` to `after` by running.
+// Whether the number may have got from `before` to `after` by running. `bound`: in seconds.
 bool mayRunTo(const Live& before, const Live& after, double bound) {
-  const double fall = before.seconds - after.seconds;
+  if (before.isTime != after.isTime) return false;
+  const double fall = before.value - after.value;
+  if (!before.isTime) return fall <= 0 && -fall <= bound * kFastestProgress && after.value <= kWhole;
   const bool isTick = fall > 0 && after.grain == kMinute;
   return std::abs(fall) <= bound + (isTick ? kMinute : 0);
 }
@@ -229,22 +247,21 @@ std::optional<Count> countIn(std::string_view label) {
 
 }  // namespace
 
-std::string steady(std::string_view text) { return withoutLives(text, livesOf(text)); }
+std::string steady(std::string_view text, Progress progress) { return withoutLives(text, livesOf(text, progress)); }
 
 std::string steadyLabel(std::string_view label) {
   const auto count = countIn(label);
   return count ? std::string(count->words) + "\x1F" : std::string(label);
 }
 
-bool isSameText(std::string_view shown, std::string_view now, Seconds passed) {
+bool isSameText(std::string_view shown, std::string_view now, Seconds passed, Progress progress) {
   if (shown == now) return true;
-  const auto before = livesOf(shown);
-  const auto after = livesOf(now);
+  const auto before = livesOf(shown, progress);
+  const auto after = livesOf(now, progress);
   if (before.size() != after.size() || withoutLives(shown, before) != withoutLives(now, after)) return false;
   const double bound = boundAfter(passed);
   for (std::size_t i = 0; i < before.size(); ++i) {
-    if (before[i].isTime != after[i].isTime) return false;
-    if (before[i].isTime && !mayRunTo(before[i], after[i], bound)) return false;
+    if (!mayRunTo(before[i], after[i], bound)) return false;
   }
   return true;
 }

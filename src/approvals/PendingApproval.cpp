@@ -41,18 +41,23 @@ bool hasSameLabels(const PendingApproval& a, const PendingApproval& b, Seconds p
   });
 }
 
-bool hasSameLines(const PendingApproval& a, const PendingApproval& b, Seconds passed) {
+LiveText::Progress progressOf(const PendingApproval& a, const PendingApproval& b) {
+  return a.showsProgress && b.showsProgress ? LiveText::Progress::shown : LiveText::Progress::absent;
+}
+
+bool hasSameTexts(const PendingApproval& a, const PendingApproval& b, Seconds passed) {
+  const auto isSame = [&](const std::string& one, const std::string& other) {
+    return LiveText::isSameText(one, other, passed, progressOf(a, b));
+  };
+  if (!isSame(a.windowTitle, b.windowTitle)) return false;
   if (a.isFallbackDetection && b.isFallbackDetection) return true;  // Made of the title and the labels.
-  return std::equal(
-      a.messageLines.begin(), a.messageLines.end(), b.messageLines.begin(), b.messageLines.end(),
-      [&](const std::string& one, const std::string& other) { return LiveText::isSameText(one, other, passed); });
+  return std::equal(a.messageLines.begin(), a.messageLines.end(), b.messageLines.begin(), b.messageLines.end(), isSame);
 }
 
 bool hasSameContent(const PendingApproval& a, const PendingApproval& b) {
   const Seconds passed = a.readAt && b.readAt ? Seconds{*b.readAt - *a.readAt} : Seconds{0};
   return a.processIdentifier == b.processIdentifier && a.bundleIdentifier == b.bundleIdentifier &&
-         LiveText::isSameText(a.windowTitle, b.windowTitle, passed) && hasSameLines(a, b, passed) &&
-         hasSameLabels(a, b, passed);
+         hasSameTexts(a, b, passed) && hasSameLabels(a, b, passed);
 }
 
 double centreDistance(const DialogFrame& a, const DialogFrame& b) {

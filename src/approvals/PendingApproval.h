@@ -74,6 +74,9 @@ struct PendingApproval {
   // When the scan read these texts, by `Clock::continuousTime`, so that it is known how far what runs in them may have
   // got. It never leaves this process. Absent: nobody knows, and no time counts as passed.
   std::optional<std::chrono::milliseconds> readAt{};
+  // Its window holds a progress indicator, so that percentages in its texts may run (`LiveText`). It never leaves this
+  // process.
+  bool showsProgress = false;
 
   // The button of a label that was shown: the one labelled so, or else the one that has counted down from it, unless
   // another counts beside it under the same words. Absent: none.

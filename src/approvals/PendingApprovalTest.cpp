@@ -213,6 +213,17 @@ TEST(MatchScore, GoesByTheTimeSinceTheTextWasReadAndNotSinceThePromptWasFirstSee
   EXPECT_EQ(readAfter(Seconds{0}, "Ends in 60 seconds", {"Stop"}).matchScore(unread), 0) << "nobody knows how long";
 }
 
+TEST(MatchScore, LetsAPercentageRiseOnlyBesideAProgressIndicatorInBoth) {
+  auto first = readAfter(Seconds{0}, "Copying… 43 %", {"Stop"});
+  auto later = readAfter(Seconds{1}, "Copying… 44 %", {"Stop"});
+  EXPECT_EQ(first.matchScore(later), 0);
+  first.showsProgress = true;
+  EXPECT_EQ(first.matchScore(later), 0);
+  later.showsProgress = true;
+  EXPECT_GT(first.matchScore(later), 0);
+  EXPECT_EQ(later.matchScore(first), 0) << "it never falls";
+}
+
 TEST(MatchScore, LetsAButtonCountDownWithTheClock) {
   const auto first = readAfter(Seconds{0}, "Restart?", {"Restart (60)", "Cancel"});
   EXPECT_GT(first.matchScore(readAfter(Seconds{20}, "Restart?", {"Restart (40)", "Cancel"})), 0);

@@ -24,18 +24,22 @@ std::string fallbackLine(const WindowSource& source, const DialogPromptEvidence&
          " with buttons: " + text::joined(evidence.buttonLabels, ", ");
 }
 
-std::string steadyText(const std::vector<std::string>& texts, std::string (*steady)(std::string_view),
-                       std::string_view separator) {
+template <class Steady>
+std::string steadyText(const std::vector<std::string>& texts, Steady steady, std::string_view separator) {
   std::vector<std::string> steadyTexts;
   for (const auto& text : texts) steadyTexts.push_back(steady(text));
   return text::joined(steadyTexts, separator);
 }
 
+bool showsProgress(const PromptReading& reading) { return reading.evidence.structure.progressBars > 0; }
+
 std::string identityText(const WindowSource& source, const PromptReading& reading,
                          const std::vector<std::string>& lines) {
-  return source.bundleIdentifier.value_or(source.appName) + "|" + LiveText::steady(reading.evidence.title) + "|" +
+  const auto progress = showsProgress(reading) ? LiveText::Progress::shown : LiveText::Progress::absent;
+  const auto steady = [&](std::string_view text) { return LiveText::steady(text, progress); };
+  return source.bundleIdentifier.value_or(source.appName) + "|" + steady(reading.evidence.title) + "|" +
          reading.frame.identity() + "|" + steadyText(reading.evidence.buttonLabels, LiveText::steadyLabel, "|") + "|" +
-         steadyText(lines, LiveText::steady, ",");
+         steadyText(lines, steady, ",");
 }
 
 ScanOutcome unseen(DesktopReadFailure failure) {
@@ -205,7 +209,8 @@ PendingApproval DialogDetector::approvalOf(const WindowSource& source, const Pro
                                 .directAccessReason = judged.directAccessReason,
                                 .isFallbackDetection = isFallback,
                                 .window = source.window,
-                                .readAt = dependencies.clock.continuousTime()});
+                                .readAt = dependencies.clock.continuousTime(),
+                                .showsProgress = showsProgress(reading)});
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }

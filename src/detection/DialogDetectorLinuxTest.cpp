@@ -77,6 +77,41 @@ TEST_F(DialogDetectorLinuxTest, APromptThatIsAboutSomethingElseByNowIsNotPressed
   EXPECT_EQ(linuxDetector.resolve(prompt, "Allow").outcome, Outcome::found);
 }
 
+TEST_F(DialogDetectorLinuxTest, APromptBesideProgressIsTheSameWhileItsPercentageRises) {
+  const auto window = desktop().open({.title = "Copying",
+                                      .lines = {"Copied 43 %."},
+                                      .buttons = {"Delete", "Cancel"},
+                                      .extra = {{.role = std::string(ax::kProgressIndicatorRole)}}});
+  desktop().setAttribute(window, ax::kRoleDescription, AXValue{std::string(ax::kAlertDescription)});
+  (void)linuxDetector.scan();
+  world.advance(Seconds{2});
+  say(textOf(window), "Copied 47 %.");
+  const auto prompts = linuxDetector.scan().approvals;
+  ASSERT_EQ(prompts.size(), 1U);
+  world.advance(Seconds{2});
+  say(textOf(window), "Copied 49.5 %.");
+  EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Delete").outcome, Outcome::found);
+  say(textOf(window), "Copied 12 %.");
+  EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Delete").outcome, Outcome::notFound);
+}
+
+TEST_F(DialogDetectorLinuxTest, AQuestionAboutAnotherPercentageIsAnotherPrompt) {
+  for (const bool hasProgress : {false, true}) {
+    std::vector<platform::simulated::ElementSpec> extra;
+    if (hasProgress) extra.push_back({.role = std::string(ax::kProgressIndicatorRole)});
+    const auto window = desktop().open({.title = "Payment",
+                                        .lines = {"Do you really want to pay 10 %?"},
+                                        .buttons = {"Pay", "Cancel"},
+                                        .extra = extra});
+    const auto prompts = promptsAfterTwoScans();
+    ASSERT_EQ(prompts.size(), 1U);
+    say(textOf(window), "Do you really want to pay 12 %?");
+    EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Pay").outcome, Outcome::notFound);
+    EXPECT_NE(promptsAfterTwoScans().at(0).id, prompts[0].id);
+    desktop().close(window);
+  }
+}
+
 TEST_F(DialogDetectorLinuxTest, AButtonThatCountsIsFoundByItsWord) {
   const auto window = desktop().open({.title = "Restart", .lines = {"Restart?"}, .buttons = {"Restart (9)", "Cancel"}});
   const auto button = *desktop().findButton(window, "Restart (9)");

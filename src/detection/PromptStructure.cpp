@@ -4,6 +4,7 @@
 #include <array>
 
 #include "detection/LabelMeaning.h"
+#include "foundation/ShownText.h"
 #include "foundation/Text.h"
 
 namespace quillard {
@@ -71,13 +72,6 @@ constexpr std::array kOffers{platform::SupplementGroup{
     "save password|save this password|save the password|save your password|save login|save this login|update password|"
     "update login|update this login|remember password|remember this password|remember the password|store password"}};
 
-// In every script that has a question mark of its own.
-bool holdsQuestion(std::string_view text) {
-  constexpr std::array<std::string_view, 4> kMarks{"?", "？", "؟", "¿"};
-  return std::any_of(kMarks.begin(), kMarks.end(),
-                     [&](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
-}
-
 void countLabels(const DialogPromptEvidence& evidence, const PromptSupplement& supplement, Facts& facts) {
   const LabelMeaning meaning{supplement};
   for (const auto& label : evidence.buttonLabels) {
@@ -120,7 +114,7 @@ Facts factsOf(const DialogPromptEvidence& evidence, const PromptSupplement& supp
   facts.saysQuestion = saysOneOf(all, supplement.questions);
   facts.hasPhrase = facts.words.hasPhrase || facts.saysQuestion || saysOneOf(all, supplement.phrases);
   facts.lines = static_cast<int>(evidence.messageLines.size()) + (evidence.title.empty() ? 0 : 1);
-  facts.asksAQuestion = holdsQuestion(all);
+  facts.asksAQuestion = text::holdsQuestion(all);
   facts.hasConflict = saysOneOf(all, kConflicts);
   facts.offersToKeepASecret = saysOneOf(all, kOffers);
   countLabels(evidence, supplement, facts);

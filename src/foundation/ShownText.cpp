@@ -1,5 +1,6 @@
 #include "foundation/ShownText.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quillard::text {
@@ -71,6 +72,12 @@ std::string withoutMnemonicTail(std::string_view text) {
   }
   if (!takeTail(stem)) return std::string(text);
   return std::string(stem) + std::string(ending);
+}
+
+bool holdsQuestion(std::string_view text) {
+  constexpr std::array<std::string_view, 5> kMarks{"?", "？", "؟", "¿", "\u037E"};
+  return std::any_of(kMarks.begin(), kMarks.end(),
+                     [&](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
 }
 
 std::string withoutMarks(std::string_view text) { return withoutMnemonicTail(withoutDirectionMarks(text)); }

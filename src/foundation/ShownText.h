@@ -19,4 +19,7 @@ namespace quillard::text {
 // Without both.
 [[nodiscard]] std::string withoutMarks(std::string_view text);
 
+// Whether it holds a question mark, of whatever script.
+[[nodiscard]] bool holdsQuestion(std::string_view text);
+
 }  // namespace quillard::text

@@ -12,12 +12,13 @@ using fuzz::require;
 // Texts and labels of other programs, whatever they are.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(fuzz::textOf(data, size));
-  const auto steady = LiveText::steady(text);
   require(LiveText::isSameText(text, text, Seconds{0}), "A text is the same as itself.");
   require(LiveText::isSameLabel(text, text), "So is a label.");
   const auto half = text.substr(0, text.size() / 2);
-  if (LiveText::isSameText(half, text, Seconds{1e9}))
-    require(LiveText::steady(half) == steady, "Same texts identify alike.");
+  for (const auto progress : {LiveText::Progress::absent, LiveText::Progress::shown}) {
+    if (LiveText::isSameText(half, text, Seconds{1e9}, progress))
+      require(LiveText::steady(half, progress) == LiveText::steady(text, progress), "Same texts identify alike.");
+  }
   const LabelMeaning meaning{linuxPromptSupplement()};
   const auto kind = meaning.kindOf(text);
   require(meaning.isSafeDismissal(text) == (kind == LabelKind::safeDismissal), "One label has one meaning.");

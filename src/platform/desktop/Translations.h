@@ -32,8 +32,11 @@ struct TranslationRequest {
 struct SourceTexts {
   std::vector<std::vector<SourceText>> labels;
   std::vector<std::vector<SourceText>> lines;
-  // False: something that should tell could not be looked at this time, so that more may be known later.
+  // False: something that should tell could not be looked at this time, or would have cost too much, so that a text
+  // without a list, or with one, may mean more. It is unknown, not without a meaning; more may be known later.
   bool isComplete = true;
+  // More English texts stand behind one of them than are kept, and what is left out may be what matters.
+  bool isCutOff = false;
 
   bool operator==(const SourceTexts&) const = default;
 };
@@ -42,7 +45,8 @@ struct SourceTexts {
 // reverse. Nothing is translated by machine, and nothing leaves this computer.
 //
 // Any thread, several at a time. May read files of some megabytes, and ask a program once: milliseconds, and longer for
-// a program that does not answer. Not for every scan, and not for a thread that must stay responsive.
+// a program that does not answer. What a request may cost is bounded, and none waits for the work of another. Not for
+// every scan, and not for a thread that must stay responsive.
 class Translations {
  public:
   Translations() = default;

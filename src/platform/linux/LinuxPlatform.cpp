@@ -113,7 +113,8 @@ catalogues::TranslationOptions LinuxPlatform::translationOptions() {
             auto language = accessibility.languageOf(process);
             if (!language) return std::nullopt;
             return catalogues::ProgramLanguage{std::move(language->locale), std::move(language->toolkit)};
-          }};
+          },
+          .now = [this] { return clock.monotonicNow(); }};
 }
 
 OpenerActions LinuxPlatform::openerActions() {

@@ -28,6 +28,7 @@ std::optional<SourceTexts> SimulatedTranslations::sourceTexts(const TranslationR
   for (const auto& label : request.labels) texts.labels.push_back(answer(request.processIdentifier, label));
   for (const auto& line : request.lines) texts.lines.push_back(answer(request.processIdentifier, line));
   texts.isComplete = isWhole;
+  texts.isCutOff = isCutOff;
   return texts;
 }
 

@@ -23,6 +23,8 @@ class SimulatedTranslations final : public Translations {
   void forget() { taught.clear(); }
   // Whether everything can be looked at.
   void setComplete(bool isComplete) { isWhole = isComplete; }
+  // Whether something has more English texts than are told.
+  void setCutOff(bool hasMore) { isCutOff = hasMore; }
 
   [[nodiscard]] const std::vector<TranslationRequest>& requests() const { return received; }
 
@@ -34,6 +36,7 @@ class SimulatedTranslations final : public Translations {
   using Taught = std::multimap<std::string, SourceText>;
   std::map<std::optional<std::int32_t>, Taught> taught;  // Absent: of every program.
   bool isWhole = true;
+  bool isCutOff = false;
   std::vector<TranslationRequest> received;
 };
 

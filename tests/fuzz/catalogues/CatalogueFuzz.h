@@ -19,13 +19,14 @@ class FuzzedMessages {
       require(!source.empty() && !translation.empty(), "A message has two sides.");
       // The encodings of both sides take at most three times as much in UTF-8.
       require(source.size() + translation.size() <= 6 * inputSize, "Nothing comes from beyond the input.");
-      lookup.pass(source, translation);
+      require(lookup.pass(source, translation) > source.size(), "Each message costs something.");
+      return true;
     };
   }
 
   void finish() const {
     for (const auto& found : lookup.found()) {
-      require(found.size() <= catalogues::ReverseLookup::kMostSources, "What is kept of one text has a bound.");
+      require(found.counts.size() <= catalogues::ReverseLookup::kMostSources, "What is kept of one text has a bound.");
     }
   }
 

@@ -8,6 +8,12 @@ namespace {
 
 std::string keyOf(const WantedText& text) { return (text.isLine ? "l" : "b") + text.text; }
 
+std::size_t bytesOf(const std::string& key, const FoundSources& sources) {
+  std::size_t bytes = key.size();
+  for (const auto& [source, count] : sources.counts) bytes += source.size() + sizeof count;
+  return bytes;
+}
+
 }  // namespace
 
 CatalogueCache::Entry& CatalogueCache::entryOf(const FileIdentity& file) {
@@ -22,6 +28,7 @@ void CatalogueCache::forgetOldest() {
       files.begin(), files.end(), [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
   if (oldest == files.end()) return;
   texts -= oldest->second.texts.size();
+  bytes -= oldest->second.bytes;
   files.erase(oldest);
 }
 
@@ -34,9 +41,15 @@ const FoundSources* CatalogueCache::find(const FileIdentity& file, const WantedT
 }
 
 void CatalogueCache::remember(const FileIdentity& file, const WantedText& text, FoundSources sources) {
-  if (texts >= kMostTexts) forgetOldest();
+  const std::string key = keyOf(text);
+  const std::size_t added = bytesOf(key, sources);
+  if (find(file, text)) return;  // Another thread has found the same meanwhile.
+  while (!files.empty() && (texts >= kMostTexts || bytes + added > kMostBytes)) forgetOldest();
   auto& entry = entryOf(file);
-  if (entry.texts.insert_or_assign(keyOf(text), std::move(sources)).second) ++texts;
+  entry.texts.emplace(key, std::move(sources));
+  entry.bytes += added;
+  bytes += added;
+  ++texts;
 }
 
 }  // namespace quillard::catalogues

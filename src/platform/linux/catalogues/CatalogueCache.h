@@ -16,7 +16,9 @@ namespace quillard::catalogues {
 class CatalogueCache {
  public:
   static constexpr std::size_t kMostFiles = 128;
-  static constexpr std::size_t kMostTexts = 4096;  // Of all files; the file used least lately gives way.
+  // Of all files; the file used least lately gives way.
+  static constexpr std::size_t kMostTexts = 4096;
+  static constexpr std::size_t kMostBytes = std::size_t{2} * 1024 * 1024;  // Of texts and their sources.
 
   // Null: this text was not looked for in this file, or it was forgotten since. Valid until the next call.
   [[nodiscard]] const FoundSources* find(const FileIdentity& file, const WantedText& text);
@@ -25,6 +27,7 @@ class CatalogueCache {
  private:
   struct Entry {
     std::map<std::string, FoundSources> texts;
+    std::size_t bytes = 0;
     std::uint64_t lastUse = 0;
   };
   Entry& entryOf(const FileIdentity& file);
@@ -32,6 +35,7 @@ class CatalogueCache {
 
   std::map<FileIdentity, Entry> files;
   std::size_t texts = 0;
+  std::size_t bytes = 0;
   std::uint64_t uses = 0;
 };
 

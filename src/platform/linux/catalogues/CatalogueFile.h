@@ -9,7 +9,7 @@
 namespace quillard::catalogues {
 
 // One state of one file: a package that is upgraded puts another file in its place, and whoever writes into a file
-// changes the time, which nobody can set.
+// changes the time, which no program can set.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
@@ -58,7 +58,7 @@ class CatalogueFile {
   ~CatalogueFile();
 
   [[nodiscard]] const FileIdentity& identity() const { return identified; }
-  // It belongs to the protecting user, and nobody else may write it.
+  // It belongs to the protecting user, and no other user may write it.
   [[nodiscard]] bool isProtected() const { return isSafe; }
   // All of it. Absent: it could not be read.
   [[nodiscard]] std::optional<std::string> read() const;

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <functional>
 #include <string>
 #include <utility>
@@ -28,9 +29,21 @@ struct Read {
 
 Read readWith(const std::function<bool(const MessageVisitor&)>& reader) {
   Read read;
-  read.isCatalogue = reader(
-      [&](std::string_view source, std::string_view translation) { read.messages.emplace_back(source, translation); });
+  read.isCatalogue = reader([&](std::string_view source, std::string_view translation) {
+    read.messages.emplace_back(source, translation);
+    return true;
+  });
   return read;
+}
+
+// How many messages a reader gives to one who wants no more than one.
+int countOfOne(const std::function<bool(const MessageVisitor&)>& reader) {
+  int count = 0;
+  (void)reader([&](std::string_view, std::string_view) {
+    ++count;
+    return false;
+  });
+  return count;
 }
 
 Read gettext(const std::string& bytes) {
@@ -201,6 +214,37 @@ TEST(ChromiumCatalogue, ThatIsBrokenOrNoneGivesNothingBeyondItsEnd) {
   bytes[4] = '\0';  // Binary contents, no texts.
   EXPECT_FALSE(chromium(bytes, english).isCatalogue);
   EXPECT_FALSE(chromium(sound, "no pack").isCatalogue);
+}
+
+TEST(Catalogues, GiveNoMoreMessagesThanAreWanted) {
+  const auto mo = gettextCatalogue({{"No", "Nein"}, {std::string("One\0Two", 7), std::string("Eins\0Zwei", 9)}});
+  EXPECT_EQ(countOfOne([&](const auto& visit) { return readGettextCatalogue(mo, visit); }), 1);
+  const auto qm = qtCatalogue({{"No", {u"Nein", u"Nee"}}, {"Yes", {u"Ja"}}});
+  EXPECT_EQ(countOfOne([&](const auto& visit) { return readQtCatalogue(qm, visit); }), 1);
+  const auto pak = chromiumPack({{7, "Zulassen"}, {8, "Nein"}});
+  const auto english = chromiumPack({{7, "Allow"}, {8, "No"}});
+  EXPECT_EQ(countOfOne([&](const auto& visit) { return readChromiumCatalogue(pak, english, visit); }), 1);
+}
+
+// A small file could name one long text a hundred thousand times.
+TEST(GettextCatalogue, WhoseRowsNameTheSameBytesAgainAndAgainIsReadOnce) {
+  TestMessages messages;
+  for (int i = 0; i < 1000; ++i) messages.emplace_back("Source " + std::to_string(i), std::string(100, 'x'));
+  auto bytes = gettextCatalogue(messages);
+  EXPECT_GE(gettext(bytes).messages.size(), 1000U);
+  constexpr std::size_t kRow = 8;
+  std::uint32_t rows = 0;
+  std::uint32_t translations = 0;
+  std::memcpy(&rows, bytes.data() + 8, sizeof rows);
+  std::memcpy(&translations, bytes.data() + 16, sizeof translations);
+  for (std::uint32_t i = 1; i < rows; ++i) {  // All of it: from the first to the last translation.
+    replaceNumber(bytes, translations + i * kRow, 4000);
+  }
+  const auto read = gettext(bytes);
+  std::size_t size = 0;
+  for (const auto& [source, translation] : read.messages) size += translation.size();
+  EXPECT_GT(read.messages.size(), 10U);
+  EXPECT_LE(size, bytes.size());
 }
 
 }  // namespace

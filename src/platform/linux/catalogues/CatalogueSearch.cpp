@@ -25,34 +25,68 @@ void visitMessages(CatalogueKind kind, std::string_view bytes, std::string_view 
 
 }  // namespace
 
-bool CatalogueSearch::read(const OpenCatalogue& catalogue, const std::vector<WantedText>& texts) {
-  const auto bytes = catalogue.file.read();
-  const auto english = catalogue.english ? catalogue.english->read() : std::string{};
-  if (!bytes || !english) return false;
-  ++reads;
+std::optional<std::string> CatalogueSearch::bytesOf(const CatalogueFile& file, WorkBudget& budget) const {
+  if (!budget.spend(static_cast<std::size_t>(file.identity().size))) return std::nullopt;
+  return readFile ? readFile(file) : file.read();
+}
+
+std::optional<std::vector<FoundSources>> CatalogueSearch::read(const OpenCatalogue& catalogue,
+                                                               const std::vector<WantedText>& texts,
+                                                               WorkBudget& budget) const {
+  const auto bytes = bytesOf(catalogue.file, budget);
+  const auto english = catalogue.english ? bytesOf(*catalogue.english, budget) : std::string{};
+  if (!bytes || !english) return std::nullopt;
   ReverseLookup lookup(texts);
-  visitMessages(catalogue.kind, *bytes, *english,
-                [&](std::string_view source, std::string_view translation) { lookup.pass(source, translation); });
-  for (std::size_t i = 0; i < texts.size(); ++i) {
-    cache.remember(catalogue.file.identity(), texts[i], lookup.found()[i]);
+  bool isWithinBudget = true;
+  visitMessages(catalogue.kind, *bytes, *english, [&](std::string_view source, std::string_view translation) {
+    isWithinBudget = budget.spend(lookup.pass(source, translation));
+    return isWithinBudget;
+  });
+  return isWithinBudget ? std::optional(lookup.found()) : std::nullopt;
+}
+
+CatalogueSearch::KnownSources CatalogueSearch::knownSources(const FileIdentity& file,
+                                                            const std::vector<WantedText>& texts) {
+  const MutexLock lock(mutex);
+  KnownSources known;
+  for (const auto& text : texts) {
+    const auto* const sources = cache.find(file, text);
+    known.push_back(sources ? std::optional(*sources) : std::nullopt);
   }
-  return true;
+  return known;
+}
+
+void CatalogueSearch::remember(const FileIdentity& file, const std::vector<WantedText>& texts,
+                               const std::vector<FoundSources>& found) {
+  const MutexLock lock(mutex);
+  ++reads;
+  for (std::size_t i = 0; i < texts.size(); ++i) cache.remember(file, texts[i], found[i]);
 }
 
 std::optional<std::vector<FoundSources>> CatalogueSearch::find(const OpenCatalogue& catalogue,
-                                                               const std::vector<WantedText>& texts) {
-  const auto& identity = catalogue.file.identity();
+                                                               const std::vector<WantedText>& texts,
+                                                               WorkBudget& budget) {
+  auto known = knownSources(catalogue.file.identity(), texts);
   std::vector<WantedText> unknown;
-  for (const auto& text : texts) {
-    if (!cache.find(identity, text)) unknown.push_back(text);
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (!known[i]) unknown.push_back(texts[i]);
   }
-  if (!unknown.empty() && !read(catalogue, unknown)) return std::nullopt;
-  std::vector<FoundSources> found;
-  for (const auto& text : texts) {
-    const auto* known = cache.find(identity, text);
-    found.push_back(known ? *known : FoundSources{});
+  std::vector<FoundSources> read;
+  if (!unknown.empty()) {
+    auto found = this->read(catalogue, unknown, budget);
+    if (!found) return std::nullopt;
+    read = *std::move(found);
+    remember(catalogue.file.identity(), unknown, read);
   }
-  return found;
+  std::vector<FoundSources> all;
+  auto next = read.begin();
+  for (auto& sources : known) all.push_back(sources ? *std::move(sources) : std::move(*next++));
+  return all;
+}
+
+int CatalogueSearch::readCount() const {
+  const MutexLock lock(mutex);
+  return reads;
 }
 
 }  // namespace quillard::catalogues

@@ -85,7 +85,7 @@ bool readChromiumCatalogue(std::string_view bytes, std::string_view english, con
   for (const auto& [number, text] : translated.texts()) {
     const auto original = source.texts().find(number);
     if (original == source.texts().end() || original->second.empty() || text.empty()) continue;
-    visit(source.utf8(original->second), translated.utf8(text));
+    if (!visit(source.utf8(original->second), translated.utf8(text))) break;
   }
   return true;
 }

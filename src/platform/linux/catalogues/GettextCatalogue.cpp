@@ -69,18 +69,18 @@ std::string_view sourceOf(std::string_view key) {
   return key.substr(0, key.find('\0'));
 }
 
-void visitForms(std::string_view key, std::string_view forms, Charset charset, const MessageVisitor& visit) {
+// False: no more are wanted.
+bool visitForms(std::string_view key, std::string_view forms, Charset charset, const MessageVisitor& visit) {
   const auto source = sourceOf(key);
   while (!source.empty() && !forms.empty()) {
     const auto form = forms.substr(0, forms.find('\0'));
     forms.remove_prefix(std::min(form.size() + 1, forms.size()));
     if (form.empty()) continue;
-    if (charset == Charset::utf8) {
-      visit(source, form);
-    } else {
-      visit(utf8FromLatin1(source), utf8FromLatin1(form));
-    }
+    const bool goesOn =
+        charset == Charset::utf8 ? visit(source, form) : visit(utf8FromLatin1(source), utf8FromLatin1(form));
+    if (!goesOn) return false;
   }
+  return true;
 }
 
 }  // namespace
@@ -93,18 +93,22 @@ bool readGettextCatalogue(std::string_view bytes, const MessageVisitor& visit) {
   const auto sources = numbers->number32(kSourcesAt);
   const auto translations = numbers->number32(kTranslationsAt);
   if (!count || !sources || !translations) return false;
-  auto charset = Charset::utf8;
+  std::optional<Charset> charset;
+  std::size_t left =
+      bytes.size();  // Rows may name the same bytes again and again: all together name no more than these.
   const std::size_t rows = std::min<std::size_t>({*count, kMostMessages, bytes.size() / kRow});
   for (std::size_t i = 0; i < rows; ++i) {
     const auto key = textAt(*numbers, *sources + i * kRow);
     const auto forms = textAt(*numbers, *translations + i * kRow);
     if (!key || !forms) continue;
+    if (key->size() + forms->size() > left) break;
+    left -= key->size() + forms->size();
     if (key->empty()) {
-      const auto named = charsetOf(*forms);
-      if (!named) return false;
-      charset = *named;
+      if (charset) continue;
+      charset = charsetOf(*forms);
+      if (!charset) return false;
     } else if (key->size() <= kLongestMessage && forms->size() <= 2 * kLongestMessage) {
-      visitForms(*key, *forms, charset, visit);
+      if (!visitForms(*key, *forms, charset.value_or(Charset::utf8), visit)) break;
     }
   }
   return true;

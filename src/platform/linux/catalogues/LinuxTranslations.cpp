@@ -22,6 +22,7 @@ constexpr std::size_t kLongestText = 1024;
 constexpr std::size_t kMostTexts = 128;
 constexpr std::size_t kMostProcesses = 64;
 constexpr std::size_t kMostTextsOfProcess = 128;
+constexpr std::size_t kMostBytesOfProcess = 256 * std::size_t{1024};  // Of meanings.
 
 // The texts of a request as they are looked up. A text of several lines is looked up as a whole and line by line.
 class Wanted {
@@ -94,19 +95,21 @@ std::optional<SourceTexts> LinuxTranslations::sourceTexts(const TranslationReque
     return nothing;
   }
   bool isMapped = false;
-  auto found = findMapped(process, wanted.texts(), isMapped);
+  Order order{wanted.texts(), budgetOf(request.processIdentifier, *startTime)};
+  auto found = findMapped(process, order, isMapped);
   if (!isMapped && found.isComplete) {
-    found = findLikely(process, languageOf(process, request.processIdentifier, *startTime), wanted.texts());
+    found = findLikely(process, languageOf(process, request.processIdentifier, *startTime), order);
   }
+  charge(request.processIdentifier, *startTime, order.budget);
   remember(request.processIdentifier, *startTime, wanted.texts(), found);
   auto texts = wanted.answer(found.meanings);
   texts.isComplete = found.isComplete;
+  texts.isCutOff = found.isCutOff;
   return texts;
 }
 
-LinuxTranslations::Found LinuxTranslations::findMapped(const ProcessFolder& process,
-                                                       const std::vector<WantedText>& wanted, bool& isMapped) {
-  Found nothing{.meanings = std::vector<Meanings>(wanted.size())};
+LinuxTranslations::Found LinuxTranslations::findMapped(const ProcessFolder& process, Order& order, bool& isMapped) {
+  Found nothing{.meanings = std::vector<Meanings>(order.wanted.size())};
   const auto maps = process.maps();
   if (!maps.text) {
     nothing.isComplete = maps.isForbidden;  // What can never be looked at is not missing this time.
@@ -122,16 +125,17 @@ LinuxTranslations::Found LinuxTranslations::findMapped(const ProcessFolder& proc
   }
   const auto open = openCatalogues(paths, root, LocalMounts(*mounts.text), options.protectingUser);
   isMapped = !open.catalogues.empty();
-  return find(open, wanted);
+  return find(open, order);
 }
 
 LinuxTranslations::Found LinuxTranslations::findLikely(const ProcessFolder& process, const ProgramLanguage& language,
-                                                       const std::vector<WantedText>& wanted) {
+                                                       Order& order) {
+  const auto& wanted = order.wanted;
   const ProgramTraits program{.name = process.shortName(), .toolkit = language.toolkit, .language = language.locale};
   const auto paths = likelyCatalogues(program, options.shareFolder);
   // On this computer, as this program sees it.
   const LocalMounts mounts(ProcessFolder::ofThisProcess(options.processes).mounts().text.value_or(""));
-  auto found = find(openCatalogues(paths, Folder::systemRoot(), mounts, options.protectingUser), wanted);
+  auto found = find(openCatalogues(paths, Folder::systemRoot(), mounts, options.protectingUser), order);
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     if (wanted[i].isLine || !found.meanings[i].empty()) continue;
     for (const auto label : knownLabels(language.locale, wanted[i].text)) {
@@ -141,22 +145,43 @@ LinuxTranslations::Found LinuxTranslations::findLikely(const ProcessFolder& proc
   return found;
 }
 
-LinuxTranslations::Found LinuxTranslations::find(const OpenCatalogues& open, const std::vector<WantedText>& wanted) {
-  Found all{.meanings = std::vector<Meanings>(wanted.size()), .isComplete = !open.couldNotLook};
-  const MutexLock lock(mutex);
+LinuxTranslations::Found LinuxTranslations::find(const OpenCatalogues& open, Order& order) {
+  const std::size_t count = order.wanted.size();
+  Found all{.meanings = std::vector<Meanings>(count), .isComplete = !open.couldNotLook};
   for (const auto& catalogue : open.catalogues) {
-    const auto found = search.find(catalogue, wanted);
+    const auto found = search.find(catalogue, order.wanted, order.budget);
     if (!found) all.isComplete = false;
-    for (std::size_t i = 0; found && i < wanted.size(); ++i) {
-      for (const auto& [source, count] : (*found)[i]) {
+    for (std::size_t i = 0; found && i < count; ++i) {
+      const auto& [counts, isCutOff] = (*found)[i];
+      if (isCutOff) all.isCutOff = true;
+      for (const auto& [source, messages] : counts) {
         auto& text = all.meanings[i][source];
         text.text = source;
-        text.count += count;
-        if (catalogue.isProtected()) text.protectedCount += count;
+        text.count += messages;
+        if (catalogue.isProtected()) text.protectedCount += messages;
       }
     }
   }
   return all;
+}
+
+WorkBudget LinuxTranslations::budgetOf(std::int32_t processIdentifier, std::uint64_t startTime) {
+  if (!options.now) return WorkBudget(options.work);
+  const Instant now = options.now();
+  const MutexLock lock(mutex);
+  auto& process = known(processIdentifier, startTime);
+  const double earned =
+      std::max(Seconds(now - process.workCountedAt).count(), 0.0) * static_cast<double>(options.workPerSecond);
+  const auto missing = static_cast<double>(options.work - process.work);
+  process.work = earned >= missing ? options.work : process.work + static_cast<std::size_t>(earned);
+  process.workCountedAt = now;
+  return WorkBudget(process.work);
+}
+
+void LinuxTranslations::charge(std::int32_t processIdentifier, std::uint64_t startTime, const WorkBudget& budget) {
+  const MutexLock lock(mutex);
+  auto& process = known(processIdentifier, startTime);
+  process.work -= std::min(process.work, budget.spent());
 }
 
 ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
@@ -183,8 +208,11 @@ LinuxTranslations::KnownProcess& LinuxTranslations::known(std::int32_t processId
     processes.erase(std::min_element(processes.begin(), processes.end(),
                                      [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; }));
   }
-  auto& process = processes[processIdentifier];
-  if (process.startTime != startTime) process = KnownProcess{.startTime = startTime};
+  const auto [place, isNew] = processes.try_emplace(processIdentifier);
+  auto& process = place->second;
+  if (isNew || process.startTime != startTime) {
+    process = KnownProcess{.startTime = startTime, .work = options.work, .workCountedAt = Instant{}};
+  }
   process.lastUse = ++uses;
   return process;
 }
@@ -200,14 +228,13 @@ void LinuxTranslations::remember(std::int32_t processIdentifier, std::uint64_t s
       for (const auto& [source, text] : before->second) meanings.emplace(source, text);
     }
     if (meanings.empty()) continue;
-    if (process.meanings.size() >= kMostTextsOfProcess) process.meanings.clear();
+    if (process.meanings.size() >= kMostTextsOfProcess || process.bytes >= kMostBytesOfProcess) {
+      process.meanings.clear();
+      process.bytes = 0;
+    }
     process.meanings[key] = meanings;
+    for (const auto& [source, text] : meanings) process.bytes += 2 * source.size();
   }
-}
-
-int LinuxTranslations::readCount() const {
-  const MutexLock lock(mutex);
-  return search.readCount();
 }
 
 }  // namespace quillard::catalogues

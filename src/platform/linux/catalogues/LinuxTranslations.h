@@ -12,6 +12,8 @@
 #include "platform/desktop/Translations.h"
 #include "platform/linux/catalogues/CatalogueSearch.h"
 #include "platform/linux/catalogues/ProcessFolder.h"
+#include "platform/linux/catalogues/WorkBudget.h"
+#include "values/Time.h"
 
 namespace quillard::catalogues {
 
@@ -29,6 +31,14 @@ struct TranslationOptions {
   std::string ownLocale;  // Of this program: the last resort. Empty: none.
   // May wait for the program, and is called with nothing locked. Empty, or an absent answer: not known.
   std::function<std::optional<ProgramLanguage>(std::int32_t)> languageOf;
+
+  // The monotonic clock, by which a process gets back what its requests have cost. Empty: it has all of it each time.
+  std::function<Instant()> now{};
+  // What the requests about one process may cost, in bytes that are read or compared: in a burst, and for each second
+  // on average. All catalogues of one language of a rich installation take some 16 MiB, those of a program 2 to 4.
+  std::size_t work = std::size_t{32} * 1024 * 1024;
+  std::size_t workPerSecond = std::size_t{8} * 1024 * 1024;
+  CatalogueSearch::FileReader readFile{};  // Empty: from the disk.
 };
 
 // Looks texts up in the message catalogues of the program that shows them: gettext's, Qt's and Chromium's. Which ones
@@ -36,20 +46,25 @@ struct TranslationOptions {
 // when it first uses it. Files in a container are found through the process's root folder. Files that another program
 // or computer serves are left alone (LocalMounts).
 //
-// Where nothing is mapped, or the process lets nobody look, the catalogues that such a program usually has are taken,
+// Where nothing is mapped, or the process may not be read, the catalogues that such a program usually has are taken,
 // by its name, its toolkit and its language; and for labels that these do not hold, a small table of our own, which is
 // never protected.
 //
 // What was found in a catalogue is kept by the file's identity. What was found for a process is kept as long as it
 // lives, so that an upgrade under a prompt does not take the prompt away. docs/linux.md says what a request costs.
+//
+// A program can map catalogues that are made to cost much. So what is spent on one process has a bound, beyond which
+// its texts are unknown (`SourceTexts::isComplete`), which is not the same as without a meaning; what was found until
+// then is kept, and the next request goes on from there. Nothing is locked while catalogues are read and searched: no
+// request waits for another one.
 class LinuxTranslations final : public platform::Translations {
  public:
-  explicit LinuxTranslations(TranslationOptions options) : options(std::move(options)) {}
+  explicit LinuxTranslations(TranslationOptions given) : options(std::move(given)), search(options.readFile) {}
 
   [[nodiscard]] std::optional<platform::SourceTexts> sourceTexts(const platform::TranslationRequest& request) override;
 
   // How many times a catalogue has been read from beginning to end.
-  [[nodiscard]] int readCount() const;
+  [[nodiscard]] int readCount() const { return search.readCount(); }
 
  private:
   using Meanings = std::map<std::string, platform::SourceText>;  // By source text.
@@ -58,17 +73,28 @@ class LinuxTranslations final : public platform::Translations {
     std::uint64_t startTime = 0;
     std::optional<ProgramLanguage> language;
     std::map<std::string, Meanings> meanings;  // By comparable text.
+    std::size_t bytes = 0;                     // Of these.
+    std::size_t work = 0;                      // That is left of what its requests may cost,
+    Instant workCountedAt;                     // as of this time.
     std::uint64_t lastUse = 0;
   };
   struct Found {
     std::vector<Meanings> meanings;  // One for each wanted text.
     bool isComplete = true;
+    bool isCutOff = false;
+  };
+  // What is looked for, and what that may cost.
+  struct Order {
+    const std::vector<WantedText>& wanted;
+    WorkBudget budget;
   };
 
-  [[nodiscard]] Found findMapped(const ProcessFolder& process, const std::vector<WantedText>& wanted, bool& isMapped);
-  [[nodiscard]] Found findLikely(const ProcessFolder& process, const ProgramLanguage& language,
-                                 const std::vector<WantedText>& wanted);
-  [[nodiscard]] Found find(const OpenCatalogues& open, const std::vector<WantedText>& wanted);
+  [[nodiscard]] Found findMapped(const ProcessFolder& process, Order& order, bool& isMapped);
+  [[nodiscard]] Found findLikely(const ProcessFolder& process, const ProgramLanguage& language, Order& order);
+  [[nodiscard]] Found find(const OpenCatalogues& open, Order& order);
+  // What requests about the process may cost now. Two at a time may both spend it.
+  [[nodiscard]] WorkBudget budgetOf(std::int32_t processIdentifier, std::uint64_t startTime);
+  void charge(std::int32_t processIdentifier, std::uint64_t startTime, const WorkBudget& budget);
   [[nodiscard]] ProgramLanguage languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
                                            std::uint64_t startTime);
   // Adds what the process had before, and keeps what it has now.
@@ -77,8 +103,8 @@ class LinuxTranslations final : public platform::Translations {
   [[nodiscard]] KnownProcess& known(std::int32_t processIdentifier, std::uint64_t startTime) QUILLARD_REQUIRES(mutex);
 
   const TranslationOptions options;
-  mutable Mutex mutex;
-  CatalogueSearch search QUILLARD_GUARDED_BY(mutex);
+  CatalogueSearch search;
+  Mutex mutex;
   std::map<std::int32_t, KnownProcess> processes QUILLARD_GUARDED_BY(mutex);
   std::uint64_t uses QUILLARD_GUARDED_BY(mutex) = 0;
 };

@@ -1,5 +1,8 @@
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -59,7 +62,7 @@ class Computer {
     write(options.processes + "/" + std::to_string(kProcess) + "/maps", maps);
   }
   // To any user but the superuser.
-  void forbidLooking() {
+  void forbidReading() {
     for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
       if (!entry.is_symlink()) openToAll(entry.path());
     }
@@ -96,7 +99,7 @@ class Computer {
   std::vector<std::string> mapped;
 };
 
-// The superuser may look everywhere: gives that up for this thread, and takes it back.
+// The superuser may read everything: gives that up for this thread, and takes it back.
 class WithoutPower {
  public:
   WithoutPower() : user(::setfsuid(kNobody)) {}
@@ -145,7 +148,7 @@ TEST_F(LinuxTranslations_, GiveTheSourcesOfALineAsAWholeLineByLineAndWithSomethi
   EXPECT_THAT(label("Soll „Brief“ gelöscht werden?"), IsEmpty()) << "Nothing is put into a label.";
 }
 
-TEST_F(LinuxTranslations_, AreProtectedOnlyInFilesThatNobodyElseMayWrite) {
+TEST_F(LinuxTranslations_, AreProtectedOnlyInFilesThatNoOtherUserMayWrite) {
   computer.map(kOwn, {{"Cancel", "Abbrechen"}});
   EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 1}));
   fs::permissions(computer.root() + kOwn, fs::perms::owner_all | fs::perms::others_write);
@@ -225,6 +228,106 @@ TEST_F(LinuxTranslations_, ReadQtsAndChromiumsCataloguesToo) {
   EXPECT_THAT(label("Zulassen"), ElementsAre(SourceText{"Allow", 1, 1}));
 }
 
+// ---- What they may cost
+
+TestMessages manyMessages(int count) {
+  TestMessages messages{{"Cancel", "Abbrechen"}};
+  for (int i = 0; i < count; ++i) messages.emplace_back("Source " + std::to_string(i), "Text " + std::to_string(i));
+  return messages;
+}
+
+TEST_F(LinuxTranslations_, BeyondTheirBudgetAreUnknownAndTheNextRequestGoesOnFromThere) {
+  computer.options.work = 2000;
+  computer.map(kGtk, {{"_Cancel", "_Abbrechen"}});
+  computer.map(kOwn, manyMessages(40));  // Some 1,500 bytes, and as many to compare.
+  computer.map("/usr/share/locale/de/LC_MESSAGES/third.mo", {{"Stop", "Abbrechen"}});
+  const auto first = ask({"Abbrechen"});
+  EXPECT_FALSE(first.isComplete);
+  EXPECT_THAT(first.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 1}));
+  computer.options.work = 100'000;
+  LinuxTranslations generous(computer.options);
+  EXPECT_TRUE(generous.sourceTexts({kProcess, {"Abbrechen"}, {}})->isComplete);
+}
+
+TEST_F(LinuxTranslations_, OfManyCataloguesAreKnownAfterSomeRequests) {
+  computer.options.work = 1500;
+  for (int i = 0; i < 8; ++i) {
+    computer.map("/usr/share/locale/de/LC_MESSAGES/part" + std::to_string(i) + ".mo", manyMessages(10));
+  }
+  int requests = 1;
+  auto texts = ask({"Abbrechen"});
+  EXPECT_FALSE(texts.isComplete);
+  for (; !texts.isComplete && requests < 20; ++requests) texts = ask({"Abbrechen"});
+  EXPECT_LT(requests, 20);
+  EXPECT_THAT(texts.labels.at(0), ElementsAre(SourceText{"Cancel", 8, 8}));
+  EXPECT_EQ(translations().readCount(), 8) << "what was found is not looked for again";
+}
+
+TEST_F(LinuxTranslations_, OfOneProcessMayCostOnlySoMuchForEachSecond) {
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  computer.options.work = 2000;
+  computer.options.workPerSecond = 100;
+  computer.map(kOwn, manyMessages(10));
+  const auto isKnown = [&](const std::string& line) { return ask({"Abbrechen"}, {line}).isComplete; };
+  int known = 0;
+  while (known < 100 && isKnown("Line " + std::to_string(known))) ++known;
+  EXPECT_GT(known, 0);
+  EXPECT_LT(known, 10);
+  EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 1})) << "what is known costs nothing";
+  now += std::chrono::seconds(3);
+  EXPECT_FALSE(isKnown("Another line"));
+  now += std::chrono::seconds(17);
+  EXPECT_TRUE(isKnown("Another line"));
+  computer.start("999");
+  computer.setMaps({kOwn});
+  EXPECT_TRUE(isKnown("A line of another process"));
+}
+
+TEST_F(LinuxTranslations_, SayWhenATextHasMoreSourcesThanAreKept) {
+  TestMessages messages;
+  for (int i = 0; i < 16; ++i) messages.emplace_back("Source " + std::to_string(i), "Abbrechen");
+  computer.map(kOwn, messages);
+  EXPECT_FALSE(ask({"Abbrechen"}).isCutOff);
+  messages.emplace_back("Password", "Abbrechen");
+  computer.install(kOwn, gettextCatalogue(messages));
+  EXPECT_TRUE(ask({"Abbrechen"}).isCutOff);
+  EXPECT_FALSE(ask({"Erlauben"}).isCutOff);
+}
+
+// A decision asks on a thread that must not wait for the search of a scan.
+TEST_F(LinuxTranslations_, AnswerWhileAnotherRequestIsReading) {
+  std::promise<void> begun;
+  std::promise<void> goOn;
+  std::atomic<int> calls = 0;
+  computer.options.readFile = [&](const CatalogueFile& file) {
+    if (calls++ == 0) {
+      begun.set_value();
+      goOn.get_future().wait();
+    }
+    return file.read();
+  };
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}, {"Allow", "Erlauben"}});
+  auto& asked = translations();
+  auto slow = std::async(std::launch::async, [&] { return asked.sourceTexts({kProcess, {"Abbrechen"}, {}}); });
+  begun.get_future().wait();
+  auto quick = std::async(std::launch::async, [&] { return asked.sourceTexts({kProcess, {"Erlauben"}, {}}); });
+  const bool isAnswered = quick.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+  EXPECT_TRUE(isAnswered);
+  EXPECT_EQ(slow.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  goOn.set_value();
+  EXPECT_THAT(quick.get()->labels.at(0), ElementsAre(SourceText{"Allow", 1, 1}));
+  EXPECT_THAT(slow.get()->labels.at(0), ElementsAre(SourceText{"Cancel", 1, 1}));
+}
+
+TEST_F(LinuxTranslations_, ThatCannotBeReadAreUnknown) {
+  computer.options.readFile = [](const CatalogueFile&) { return std::nullopt; };
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  const auto texts = ask({"Abbrechen"});
+  EXPECT_FALSE(texts.isComplete);
+  EXPECT_THAT(texts.labels.at(0), IsEmpty());
+}
+
 // ---- Where nothing is mapped
 
 TEST_F(LinuxTranslations_, OfAProcessThatMapsNoneAreThoseOfItsToolkitAndLanguage) {
@@ -247,9 +350,9 @@ TEST_F(LinuxTranslations_, OfAProgramThatDoesNotTellItsLanguageAreInTheOneItWasS
   EXPECT_THAT(label("Anuluj"), IsEmpty());
 }
 
-TEST_F(LinuxTranslations_, OfAProcessThatLetsNobodyLookAreWhereLikely) {
+TEST_F(LinuxTranslations_, OfAProcessThatMayNotBeReadAreWhereLikely) {
   computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"de_DE.UTF-8", "Qt"}; };
-  computer.forbidLooking();
+  computer.forbidReading();
   const WithoutPower nobody;
   const auto texts = ask({"Abbrechen"});
   EXPECT_TRUE(texts.isComplete);

@@ -19,7 +19,7 @@ class ProcessFolder {
  public:
   struct Text {
     std::optional<std::string> text;  // Absent: it could not be read.
-    bool isForbidden = false;         // It never can: the process lets nobody look.
+    bool isForbidden = false;         // It never can: the process may not be read.
   };
 
   // `processes`: "/proc".

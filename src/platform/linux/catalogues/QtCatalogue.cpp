@@ -24,18 +24,18 @@ class Messages {
  public:
   Messages(std::string_view section, const MessageVisitor& visit) : numbers(section, Bytes::Order::big), visit(visit) {}
 
-  // Stops where the section ends, or is broken.
-  void visitAll() {
+  // Stops where the section ends, or is broken. False: no more messages are wanted.
+  [[nodiscard]] bool visitAll() {
     std::size_t count = 0;
     while (const auto tag = numbers.byte(at)) {
       ++at;
       if (static_cast<Tag>(*tag) == Tag::end) {
-        if (++count > kMostMessages) return;
-        finish();
+        if (++count > kMostMessages || !finish()) return false;
       } else if (!take(static_cast<Tag>(*tag))) {
-        return;
+        return true;
       }
     }
+    return true;
   }
 
  private:
@@ -57,15 +57,18 @@ class Messages {
     return true;
   }
 
-  void finish() {
+  // False: no more messages are wanted.
+  bool finish() {
+    bool goesOn = true;
     while (!source.empty() && source.back() == '\0') source.remove_suffix(1);
     for (const auto translation : translations) {
       if (source.empty() || source.size() > kLongestMessage || translation.size() > 2 * kLongestMessage) continue;
       const std::string shown = utf8FromUtf16(translation, Bytes::Order::big);
-      if (!shown.empty()) visit(source, shown);
+      if (!shown.empty()) goesOn = goesOn && visit(source, shown);
     }
     source = {};
     translations.clear();
+    return goesOn;
   }
 
   static constexpr std::size_t kMostForms = 8;
@@ -87,7 +90,7 @@ bool readQtCatalogue(std::string_view bytes, const MessageVisitor& visit) {
     const auto length = numbers.number32(at + 1);
     const auto section = length ? numbers.piece(at + kSectionHead, *length) : std::nullopt;
     if (!section) break;
-    if (tag == kMessagesSection) Messages(*section, visit).visitAll();
+    if (tag == kMessagesSection && !Messages(*section, visit).visitAll()) break;
     at += kSectionHead + section->size();
   }
   return true;

@@ -17,34 +17,44 @@ ReverseLookup::ReverseLookup(const std::vector<WantedText>& wanted) : wanted(wan
   }
 }
 
-void ReverseLookup::pass(std::string_view source, std::string_view translation) {
-  if (source.empty() || source.size() > kLongestMessage || translation.size() > kLongestMessage) return;
+std::size_t ReverseLookup::pass(std::string_view source, std::string_view translation) {
+  std::size_t cost = source.size() + translation.size() + 1;
+  if (source.empty() || source.size() > kLongestMessage || translation.size() > kLongestMessage) return cost;
   makeComparable(translation, compared);
   if (const auto place = places.find(compared); place != places.end()) {
     for (const auto index : place->second) add(index, source);
   }
-  if (!lines.empty()) passPattern(source);
+  if (!lines.empty()) cost += passPattern(source);
+  return cost;
 }
 
-void ReverseLookup::passPattern(std::string_view source) {
+std::size_t ReverseLookup::passPattern(std::string_view source) {
+  constexpr std::size_t kSearches = 4;  // A part of a pattern may be found late, and all of them are looked for.
   const auto begin = compared.find_first_of("%{$");
-  if (begin == std::string::npos) return;
+  if (begin == std::string::npos) return 0;
   // Most messages are out by what stands before their first placeholder.
   const auto head = std::string_view(compared).substr(0, begin);
   const bool mayMatch =
       std::any_of(lines.begin(), lines.end(), [&](std::size_t index) { return wanted[index].text.starts_with(head); });
   const auto pattern = mayMatch ? MessagePattern::of(compared) : std::nullopt;
-  if (!pattern) return;
+  std::size_t cost = lines.size();
+  if (!pattern) return cost;
   for (const auto index : lines) {
+    cost += kSearches * wanted[index].text.size();
     if (pattern->matches(wanted[index].text)) add(index, source);
   }
+  return cost;
 }
 
 void ReverseLookup::add(std::size_t index, std::string_view source) {
   auto plain = plainSource(source);
-  auto& found = sources[index];
-  if (plain.empty() || (found.size() >= kMostSources && !found.contains(plain))) return;
-  ++found[std::move(plain)];
+  if (plain.empty()) return;
+  auto& [counts, isCutOff] = sources[index];
+  if (counts.size() >= kMostSources && !counts.contains(plain)) {
+    isCutOff = true;
+  } else {
+    ++counts[std::move(plain)];
+  }
 }
 
 }  // namespace quillard::catalogues

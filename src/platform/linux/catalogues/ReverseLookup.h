@@ -17,26 +17,32 @@ struct WantedText {
   bool operator==(const WantedText&) const = default;
 };
 
-// The source texts that one text has in one catalogue, and how many messages each is of.
-using FoundSources = std::map<std::string, int>;
+// The source texts that one text has in one catalogue.
+struct FoundSources {
+  std::map<std::string, int> counts;  // How many messages each source text is of.
+  bool isCutOff = false;              // It has more source texts than these.
+
+  bool operator==(const FoundSources&) const = default;
+};
 
 // Looks for texts among the messages of one catalogue, which pass by once. One thread.
 class ReverseLookup {
  public:
-  // As many sources are kept of one text; more are left out.
+  // As many sources are kept of one text.
   static constexpr std::size_t kMostSources = 16;
 
   // `wanted` outlives this. Empty texts are never found.
   explicit ReverseLookup(const std::vector<WantedText>& wanted);
 
-  void pass(std::string_view source, std::string_view translation);
+  // What it cost, in bytes that were compared (`WorkBudget`).
+  [[nodiscard]] std::size_t pass(std::string_view source, std::string_view translation);
 
   // One for each wanted text, in the same order.
   [[nodiscard]] const std::vector<FoundSources>& found() const { return sources; }
 
  private:
   void add(std::size_t index, std::string_view source);
-  void passPattern(std::string_view source);
+  std::size_t passPattern(std::string_view source);
 
   const std::vector<WantedText>& wanted;
   std::unordered_map<std::string_view, std::vector<std::size_t>> places;

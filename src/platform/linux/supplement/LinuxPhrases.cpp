@@ -70,7 +70,7 @@ constexpr std::array kQuestions{
         "do you want to discard|do you want to continue|do you want to proceed|do you want to quit|"
         "do you want to close|do you want to keep|do you want to restore|do you want to allow|"
         "may be dangerous|could be dangerous|unsafe paste"},
-    SupplementGroup{"Asks to trust somebody, or to let somebody in.",
+    SupplementGroup{"Asks to trust an unknown party, or to let one in.",
         "do you trust|trust this|carry on connecting|want to continue connecting|certificate is unknown|"
         "certificate is not trusted|is not trusted|requesting access|requests access|wants access"},
     SupplementGroup{"Offers to bring back what was not kept.",
@@ -98,7 +98,7 @@ constexpr std::array kHazards{
     SupplementGroup{"It is granted for ever, or to whoever asks.",
         "always|forever|for ever|every time|remember|never ask|not ask again|all future|from now on|"
         "any program|any application|all sites|all users"},
-    SupplementGroup{"Somebody unknown is trusted.",
+    SupplementGroup{"An unknown party is trusted.",
         "host key|hostkey|fingerprint*|authenticity|certificate*|trust*|untrusted|verif*|unknown|"
         "unidentified|insecure|not secure|unsafe|risk*|danger*|malicious|virus*|malware|harm*|attack*|"
         "expired|self-signed|signature*|unsigned"},
@@ -106,8 +106,11 @@ constexpr std::array kHazards{
         "macro*|script*|execut*|root|superuser|super user|administrator|privileg*|sudo|password|passphrase|"
         "licen*|legal|agree*|terms|disclaimer|pay*|purchas*|buy|subscri*"},
     SupplementGroup{"A device or a person comes in.",
-        "pair*|passkey|remote control|remote desktop|screen shar*|share your|sharing|control of|"
-        "input devices|record*|use of key"}};
+        "pair*|passkey|remote*|screen shar*|share your|sharing|control of|control your|your desktop|"
+        "input devices|record*|use of key"},
+    SupplementGroup{"What a page or a program is granted, it keeps until that is taken back.",
+        "wants to|wants access|would like to access|requests access|requests permission|requesting access|"
+        "send notifications|your location|multiple files"}};
 
 constexpr std::array kSettingsTitles{
     SupplementGroup{"Titles of windows in which a program is set up.",

@@ -111,10 +111,12 @@ TEST(LinuxPromptSupplement, KnowsTheHazardsWhereNothingIsRecommended) {
   const auto says = [](std::string_view text) {
     return saysOneOf(text::normalized(text), linuxPromptSupplement().hazards);
   };
-  for (const std::string text : {"Always allow", "Unknown host key", "Are you sure you want to delete it?",
-                                 "Remove 3 files?", "Discard changes?", "The file will be overwritten.",
-                                 "This cannot be undone.", "Format the disk?", "Shut down now?", "Trust this computer?",
-                                 "The certificate is not valid.", "Remember this decision", "Enable macros?"}) {
+  for (const std::string text :
+       {"Always allow", "Unknown host key", "Are you sure you want to delete it?", "Remove 3 files?",
+        "Discard changes?", "The file will be overwritten.", "This cannot be undone.", "Format the disk?",
+        "Shut down now?", "Trust this computer?", "A user is trying to remotely view or control your desktop.",
+        "example.org wants to know your location", "Allow it to send notifications?", "The certificate is not valid.",
+        "Remember this decision", "Enable macros?"}) {
     EXPECT_TRUE(says(text)) << text;
   }
   for (const std::string text :

@@ -85,8 +85,9 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
     return ExitCode::cannotDoHere;
   }
   output.print(std::string("Recorded. ") +
-               (command.masksTexts ? "Texts are masked, names of applications are not: look before you hand it on.\n"
-                                   : "It holds what your windows show: look before you hand it on.\n"));
+               (command.masksTexts
+                    ? "Texts are masked, names of applications are not: check it before you hand it on.\n"
+                    : "It holds what your windows show: check it before you hand it on.\n"));
   return ExitCode::fine;
 }
 

@@ -68,7 +68,7 @@ TEST_F(DesktopTools, RecordWritesAFileThatReadsAgainAndIsTheUsersAlone) {
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
   EXPECT_TRUE(std::holds_alternative<recording::RecordedDesktop>(recording::readRecordedDesktop(recorded())));
   EXPECT_NE(recorded().find("Erase Ann's disk?"), std::string::npos);
-  EXPECT_NE(printed.find("look before you hand it on"), std::string::npos) << printed;
+  EXPECT_NE(printed.find("check it before you hand it on"), std::string::npos) << printed;
 }
 
 TEST_F(DesktopTools, RecordMasksTextsButNotTheLabelsThatDecide) {

@@ -78,6 +78,14 @@ std::string otherSigns(const WindowDiagnosis& window) {
   return text;
 }
 
+// "delet*" stands for words that begin so.
+std::string hazardLine(const WindowDiagnosis& window) {
+  if (!window.hazard) return "";
+  const auto& entry = window.hazard->words;
+  const std::string words = entry.ends_with('*') ? entry.substr(0, entry.size() - 1) + "…" : entry;
+  return "    at stake: it says " + quoted(words) + ". " + window.hazard->reason + "\n";
+}
+
 std::string fromAfar(const WindowDiagnosis& window) {
   if (!window.snapshot->accepted) return "";
   std::string text = "    from afar: ";
@@ -100,21 +108,22 @@ std::string explained(const WindowDiagnosis& window) {
   } else {
     text += printableText(snapshot.rejectionReason.value_or("Its words say so."), kLongestText) + "\n";
   }
-  return text + otherSigns(window) + partsLine(window.structure) + buttonLines(window) + fromAfar(window);
+  return text + otherSigns(window) + partsLine(window.structure) + buttonLines(window) + hazardLine(window) +
+         fromAfar(window);
 }
 
-bool holds(const std::string& text, const std::string& lowerWords) {
-  return text::lowercased(text).find(lowerWords) != std::string::npos;
+bool holds(const std::string& text, const std::string& lowerFilter) {
+  return text::lowercased(text).find(lowerFilter) != std::string::npos;
 }
 
 }  // namespace
 
 std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& words) {
-  const std::string lowerWords = text::lowercased(words);
+  const std::string lowerFilter = text::lowercased(words);
   std::string text;
   for (const auto& window : diagnosis.windows) {
     const std::string title = window.snapshot ? window.snapshot->title : "";
-    if (!holds(window.appName, lowerWords) && !holds(title, lowerWords)) continue;
+    if (!holds(window.appName, lowerFilter) && !holds(title, lowerFilter)) continue;
     const auto lines =
         (window.snapshot ? explained(window)
                          : "A window of " + printableText(window.appName, kLongestText) + ": it did not answer.\n") +

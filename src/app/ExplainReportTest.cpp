@@ -46,6 +46,18 @@ TEST_F(ExplainReport, NamesTheSignsThatWereNotAskedAnyMore) {
   EXPECT_NE(text.find("made of: blocks its program, fields for text: 1"), std::string::npos) << text;
 }
 
+TEST_F(ExplainReport, NamesWhatIsAtStakeBoxesIncluded) {
+  world.desktop().open({.title = "Camera",
+                        .lines = {"Let it film?"},
+                        .buttons = {"Allow", "Cancel"},
+                        .extra = {{.role = "AXCheckBox", .title = "Remember this", .frame = Rect{20, 20, 80, 20}}}});
+  const auto text = explained("", linuxPromptSupplement());
+  EXPECT_NE(text.find("    at stake: it says \"remember\". It is granted for ever, or to whoever asks.\n"),
+            std::string::npos)
+      << text;
+  EXPECT_EQ(text.find("Recommended"), std::string::npos) << text;
+}
+
 TEST_F(ExplainReport, GivesTheReasonOfTheWordsWhereWindowsAreJudgedByThemAlone) {
   world.desktop().open({.title = "Frob", .lines = {"Grokked."}, .buttons = {"Frobnicate", "Cancel"}});
   EXPECT_NE(explained().find("It is no prompt. Not actionable enough: role=AXWindow"), std::string::npos)

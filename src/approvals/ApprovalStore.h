@@ -49,7 +49,7 @@ class ApprovalStore {
   // The same of a scan that says what it could not read. The prompts of processes that it could not read count as seen
   // by it, with their place and identity, and so do all when it could not see the desktop: nothing that was not read
   // ages. But for ten minutes at the longest from the first such scan in a row: then they age as missed ones, since
-  // nobody can vouch for them any more. How many current prompts the scan missed, which age now.
+  // nothing vouches for them any more. How many current prompts the scan missed, which age now.
   std::size_t merge(const ScanOutcome& outcome);
 
   // See `merge`.

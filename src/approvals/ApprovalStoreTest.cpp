@@ -397,7 +397,7 @@ TEST_F(ApprovalStoreWindowTest, AScanThatCouldNotSeeTheDesktopAgesNothing) {
   EXPECT_EQ(store.all(), before);
 }
 
-TEST_F(ApprovalStoreWindowTest, NobodyVouchesForAPromptForLongerThanTenMinutes) {
+TEST_F(ApprovalStoreWindowTest, NothingVouchesForAPromptForLongerThanTenMinutes) {
   for (const auto& outcome : {unread({kProcess}), unseen()}) {
     store.replace({shownIn(1)});
     const auto first = only();

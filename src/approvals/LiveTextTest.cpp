@@ -103,7 +103,7 @@ TEST(LiveText, KnowsTheLabelOfACountingButton) {
   EXPECT_TRUE(isSameLabel("Keep (12 s)", "Keep (3 s)", Seconds{9}));
   EXPECT_TRUE(isSameLabel("Keep (2 seconds)", "Keep (1 second)", Seconds{1}));
   EXPECT_FALSE(isSameLabel("Restart (9)", "Install (8)", Seconds{1}));
-  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart", Seconds{9})) << "which of two buttons that is, nobody knows";
+  EXPECT_FALSE(isSameLabel("Restart (9)", "Restart", Seconds{9})) << "which of two buttons that is, is unknown";
   EXPECT_FALSE(isSameLabel("Restart (9)", "Restart (8 s)", Seconds{1}));
   EXPECT_EQ(steadyLabel("Restart (9)"), steadyLabel("Restart (8)"));
   EXPECT_EQ(steadyLabel("Keep (12 s)"), steadyLabel("Keep (3 s)"));
@@ -118,7 +118,7 @@ TEST(LiveText, TakesACountingButtonForTheSameOnlyIfItCountedDownWithTheClock) {
   EXPECT_FALSE(isSameLabel("Delete (3)", "Delete (5000)", Seconds{36000}));
   EXPECT_TRUE(isSameLabel("Restart (60)", "Restart (57)", Seconds{-3600}));
   EXPECT_FALSE(isSameLabel("Restart (60)", "Restart (40)", Seconds{-3600}));
-  EXPECT_TRUE(isSameLabel("Restart (130)", "Restart (10)")) << "nobody knows how long it was";
+  EXPECT_TRUE(isSameLabel("Restart (130)", "Restart (10)")) << "how long it was is unknown";
   EXPECT_FALSE(isSameLabel("Restart (130)", "Restart (9)"));
   EXPECT_FALSE(isSameLabel("Restart (8)", "Restart (9)"));
 }

@@ -19,7 +19,7 @@ struct NotificationPauseSnapshot {
   bool operator==(const NotificationPauseSnapshot&) const = default;
 };
 
-// The pause of the phone's alerts, kept in the user's settings. States: not paused; paused until a moment; paused until
+// The pause of the phone's alerts, kept in the user's settings. States: not paused; paused until a time; paused until
 // resumed. A timed pause that has run out stays until `pruneExpired` takes it away. Main thread.
 class NotificationPauseStore {
  public:

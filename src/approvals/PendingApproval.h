@@ -72,7 +72,7 @@ struct PendingApproval {
   // the record was not read from a screen.
   std::optional<platform::AXUIElement> window;
   // When the scan read these texts, by `Clock::continuousTime`, so that it is known how far what runs in them may have
-  // got. It never leaves this process. Absent: nobody knows, and no time counts as passed.
+  // got. It never leaves this process. Absent: unknown, and no time counts as passed.
   std::optional<std::chrono::milliseconds> readAt{};
   // Its window holds a progress indicator, so that percentages in its texts may run (`LiveText`). It never leaves this
   // process.

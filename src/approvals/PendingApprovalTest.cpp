@@ -210,7 +210,8 @@ TEST(MatchScore, GoesByTheTimeSinceTheTextWasReadAndNotSinceThePromptWasFirstSee
             0);
   auto unread = readAfter(Seconds{50}, "Ends in 10 seconds", {"Stop"});
   unread.readAt = std::nullopt;
-  EXPECT_EQ(readAfter(Seconds{0}, "Ends in 60 seconds", {"Stop"}).matchScore(unread), 0) << "nobody knows how long";
+  EXPECT_EQ(readAfter(Seconds{0}, "Ends in 60 seconds", {"Stop"}).matchScore(unread), 0)
+      << "how long it was is unknown";
 }
 
 TEST(MatchScore, LetsAPercentageRiseOnlyBesideAProgressIndicatorInBoth) {

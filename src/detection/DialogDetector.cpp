@@ -178,6 +178,7 @@ WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& 
       .prompt = std::nullopt, .isWhole = !reading.hasUnreadableText && isLookedUp, .isLookedUp = isLookedUp};
   if (!scope.missedTimeout(source.window) && judge.classify(source, reading).accepted) {
     PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
+    judge.readOptions(scope, reading);
     foreignTexts.judgeBeyond(source.processIdentifier, reading);
     content.prompt = PromptCandidate{.content = reading.content,
                                      .approval = approvalOf(source, reading, judge.judge(reading)),

@@ -122,6 +122,20 @@ TEST_F(DialogDetectorLinuxTest, AButtonThatCountsIsFoundByItsWord) {
   EXPECT_EQ(resolution.button->button.label, "Restart (8)");
 }
 
+// "Allow" with the box on is another answer than "Allow" without.
+TEST_F(DialogDetectorLinuxTest, APromptWhoseBoxWasSwitchedSinceItWasShownIsAnotherOne) {
+  const auto window = desktop().open({.title = "Camera", .lines = {"Let it film?"}, .buttons = {"Allow", "Deny"}});
+  const auto box = desktop().addChild(
+      window, {.role = std::string(ax::kCheckBoxRole), .title = "Remember this", .value = AXValue{std::int64_t{0}}});
+  const auto prompts = promptsAfterTwoScans();
+  ASSERT_EQ(prompts.size(), 1U);
+  EXPECT_EQ(prompts[0].messageLines.back(), "☐ Remember this");
+  EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Allow").outcome, Outcome::found);
+  desktop().setAttribute(box, ax::kValue, AXValue{std::int64_t{1}});
+  EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Allow").outcome, Outcome::notFound);
+  EXPECT_EQ(promptsAfterTwoScans().at(0).messageLines.back(), "☑ Remember this");
+}
+
 TEST_F(DialogDetectorLinuxTest, AButtonThatTakesNoPressesIsShownAndNotPressed) {
   const auto window = desktop().open({.title = "Frob", .lines = {"Go on?"}, .buttons = {"Allow", "Cancel"}});
   desktop().setAttribute(*desktop().findButton(window, "Allow"), ax::kEnabled, AXValue{false});

@@ -26,9 +26,12 @@ WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const 
   diagnosis.structure = evidence.structure;
   diagnosis.buttons = judge.buttons(reading);
   if (classification.accepted) {
+    judge.readOptions(scope, reading);
+    foreignTexts.judgeBeyond(source.processIdentifier, reading);
     const auto judged = judge.judge(reading);
     diagnosis.directAccessReason = judged.directAccessReason;
     diagnosis.recommendedLabel = judged.recommendedLabel;
+    diagnosis.hazard = judge.hazard(reading);
   }
   diagnosis.snapshot = WindowDebugSnapshot{.appName = source.appName,
                                            .bundleIdentifier = source.bundleIdentifier,

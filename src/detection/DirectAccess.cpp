@@ -10,8 +10,8 @@
 namespace quillard {
 namespace {
 
-constexpr std::array<std::string_view, 4> kSecretWords{"password", "keychain", "access key", "login keychain"};
-constexpr std::array<std::string_view, 4> kSettingsWords{"system settings", "privacy & security",
+constexpr std::array<std::string_view, 4> kSecretTexts{"password", "keychain", "access key", "login keychain"};
+constexpr std::array<std::string_view, 4> kSettingsTexts{"system settings", "privacy & security",
                                                          "privacy and security", "accessibility settings"};
 constexpr std::array<std::string_view, 2> kSettingsLabels{"open system settings", "open settings"};
 
@@ -19,10 +19,10 @@ constexpr std::string_view kSettingsReason =
     "Approving this requires changing macOS settings. Use TeamViewer, AnyDesk, Screen Sharing, or physical access to "
     "approve it. You can still deny it remotely.";
 
-template <class Words>
-bool containsAny(std::string_view text, const Words& words) {
-  return std::any_of(words.begin(), words.end(),
-                     [&](std::string_view word) { return text.find(word) != std::string_view::npos; });
+template <class Texts>
+bool containsAny(std::string_view text, const Texts& texts) {
+  return std::any_of(texts.begin(), texts.end(),
+                     [&](std::string_view part) { return text.find(part) != std::string_view::npos; });
 }
 
 bool opensSettings(const std::vector<std::string>& buttonLabels) {
@@ -38,8 +38,8 @@ std::optional<std::string> directAccessRequiredReason(const std::string& title,
                                                       const std::vector<std::string>& buttonLabels) {
   std::string shown = text::normalized(title);
   for (const auto& line : messageLines) shown += " " + text::normalized(line);
-  if (containsAny(shown, kSecretWords)) return secretRequiredReason();
-  if (opensSettings(buttonLabels) || containsAny(shown, kSettingsWords)) return std::string(kSettingsReason);
+  if (containsAny(shown, kSecretTexts)) return secretRequiredReason();
+  if (opensSettings(buttonLabels) || containsAny(shown, kSettingsTexts)) return std::string(kSettingsReason);
   return std::nullopt;
 }
 

@@ -25,7 +25,7 @@ namespace quillard {
 // The reason of a prompt that asks for a secret by its fields instead of its words.
 [[nodiscard]] std::string secretRequiredReason();
 
-// The reason of a prompt of which some text could not be read: nobody can tell whether it asks for a secret.
+// The reason of a prompt of which some text could not be read: it may ask for a secret.
 [[nodiscard]] std::string unreadableTextReason();
 
 // The reason of a prompt with a button of which it is not known what it does.

@@ -1,6 +1,7 @@
 #include "detection/ForeignLabel.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "foundation/ShownText.h"
@@ -15,7 +16,9 @@ using platform::SourceText;
 
 // A meaning with fewer messages than this part of the leading one's is a chance hit.
 constexpr int kSmallestPart = 4;
-constexpr std::size_t kMostTextsOfLine = 8;
+// Of a line.
+constexpr std::size_t kMostProtectedTexts = 64;
+constexpr std::size_t kMostOtherTexts = 8;
 
 struct Meaning {
   const SourceText* source = nullptr;
@@ -38,28 +41,53 @@ bool anyOf(const std::vector<Meaning>& meanings, bool (*fits)(LabelSense)) {
   return std::any_of(meanings.begin(), meanings.end(), [&](const Meaning& meaning) { return fits(meaning.sense); });
 }
 
+// How much a press may do.
+int reachOf(LabelSense sense) {
+  switch (sense) {
+    case LabelSense::grant:
+      return 5;
+    case LabelSense::action:
+      return 4;
+    case LabelSense::otherDismissal:
+      return 3;
+    case LabelSense::unknown:
+      return 2;
+    case LabelSense::neutral:
+      return 1;
+    case LabelSense::safeDismissal:
+      break;
+  }
+  return 0;
+}
+
 // Absent among no meanings.
 const Meaning* leading(const std::vector<Meaning>& meanings, bool (*fits)(LabelSense)) {
+  const auto rank = [](const Meaning& meaning) { return std::pair{meaning.source->count, reachOf(meaning.sense)}; };
   const Meaning* found = nullptr;
   for (const auto& meaning : meanings) {
-    if (fits(meaning.sense) && (!found || meaning.source->count > found->source->count)) found = &meaning;
+    if (fits(meaning.sense) && (!found || rank(meaning) > rank(*found))) found = &meaning;
   }
   return found;
 }
 
-// Nothing that grants is called like this, and safe dismissals lead among what is protected.
+// Nothing that grants is called like this, and most of what is protected are safe dismissals.
 bool isSafelyDismissing(const std::vector<Meaning>& meanings) {
   int safe = 0;
   int other = 0;
   for (const auto& [source, sense] : meanings) {
     if (sense == LabelSense::grant) return false;
-    if (sense == LabelSense::safeDismissal) {
-      safe += source->protectedCount;
-    } else {
-      other = std::max(other, source->protectedCount);
-    }
+    (sense == LabelSense::safeDismissal ? safe : other) += source->protectedCount;
   }
   return safe > other;
+}
+
+std::string textsBeside(const Meaning& chosen, const std::vector<Meaning>& meanings) {
+  std::string texts;
+  for (const auto& meaning : meanings) {
+    if (meaning.source == chosen.source) continue;
+    texts += (texts.empty() ? "" : " ") + meaning.source->text;
+  }
+  return texts;
 }
 
 // Without an Undo beside others.
@@ -82,7 +110,7 @@ std::vector<Meaning> withoutChanceHits(std::vector<Meaning> meanings) {
 }
 
 JudgedLabel judgedByAll(std::string_view shown, const std::vector<SourceText>& sources, const LabelSenseOf& senseOf) {
-  const JudgedLabel asItStands{text::withoutMarks(shown), false};
+  const JudgedLabel asItStands{.text = text::withoutMarks(shown)};
   const auto all = meaningsOf(sources, senseOf);
   const auto meanings = withoutChanceHits(all);
   const bool does =
@@ -91,8 +119,10 @@ JudgedLabel judgedByAll(std::string_view shown, const std::vector<SourceText>& s
   const auto* const first = leading(meanings, [](LabelSense) { return true; });
   const auto* const known = leading(meanings, [](LabelSense sense) { return sense != LabelSense::unknown; });
   const bool isChance = !known || known->source->count * kSmallestPart < first->source->count;
-  if (isChance) return {first->source->text, false};
-  return {known->source->text, known->sense == LabelSense::safeDismissal && isSafelyDismissing(all)};
+  const auto& chosen = isChance ? *first : *known;
+  return {.text = chosen.source->text,
+          .isSafeDismissal = chosen.sense == LabelSense::safeDismissal && isSafelyDismissing(all),
+          .alsoMeans = textsBeside(chosen, meanings)};
 }
 
 // What no program of the user can write.
@@ -130,10 +160,20 @@ JudgedLabel judgedLabel(std::string_view shown, const std::vector<SourceText>& s
   return judged;
 }
 
-std::string judgedLine(const std::string& shown, const std::vector<SourceText>& sources) {
-  std::string judged = text::withoutMarks(shown);
-  const auto count = std::min(sources.size(), kMostTextsOfLine);
-  for (std::size_t i = 0; i < count; ++i) judged += " " + sources[i].text;
+JudgedLine judgedLine(const std::string& shown, const std::vector<SourceText>& sources) {
+  JudgedLine judged{.text = text::withoutMarks(shown)};
+  for (const bool isProtected : {true, false}) {
+    std::size_t left = isProtected ? kMostProtectedTexts : kMostOtherTexts;
+    for (const auto& source : sources) {
+      if ((source.protectedCount > 0) != isProtected) continue;
+      if (left == 0) {
+        judged.isWhole = false;
+        break;
+      }
+      judged.text += " " + source.text;
+      --left;
+    }
+  }
   return judged;
 }
 

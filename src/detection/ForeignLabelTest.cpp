@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <ostream>
 
@@ -28,14 +29,18 @@ LabelSense senseOfLabel(std::string_view label) {
   return senseOf(LabelMeaning{supplement}, label);
 }
 
-JudgedLabel judged(const std::string& shown, const std::vector<SourceText>& sources) {
-  return judgedLabel(shown, sources, senseOfLabel);
+// But for what it may mean besides.
+JudgedLabel judged(const std::string& shown, const std::vector<SourceText>& sources,
+                   const LabelSenseOf& senseOf = senseOfLabel) {
+  auto label = judgedLabel(shown, sources, senseOf);
+  label.alsoMeans.clear();
+  return label;
 }
 
 // By the words of a real desktop.
 JudgedLabel judgedOnLinux(const std::string& shown, const std::vector<SourceText>& sources) {
-  return judgedLabel(shown, sources,
-                     [](std::string_view label) { return senseOf(LabelMeaning{linuxPromptSupplement()}, label); });
+  return judged(shown, sources,
+                [](std::string_view label) { return senseOf(LabelMeaning{linuxPromptSupplement()}, label); });
 }
 
 TEST(ForeignLabel, IsJudgedByItsEnglishText) {
@@ -85,7 +90,7 @@ TEST(ForeignLabel, GrantsWhereARefusalIsAChanceHit) {
 }
 
 TEST(ForeignLabel, IsNoSafeDismissalWhereThoseThatLoseSomethingAreAsMany) {
-  EXPECT_EQ(judged("Nein", {protectedText("No"), protectedText("Don't Save")}), (JudgedLabel{"No", false}));
+  EXPECT_EQ(judged("Nein", {protectedText("No"), protectedText("Don't Save")}), (JudgedLabel{"Don't Save", false}));
   EXPECT_EQ(judged("Nein", {protectedText("No", 3), protectedText("Don't Save")}), (JudgedLabel{"No", true}));
 }
 
@@ -109,9 +114,34 @@ TEST(ForeignLabel, BecomesNoSafeDismissalByMessagesOfTheUsersOwnBesideProtectedO
 TEST(ForeignLabel, IsASafeDismissalOnlyWhereThatMeaningLeads) {
   EXPECT_EQ(judged("Halt", {protectedText("Cancel", 3), protectedText("Abort")}), (JudgedLabel{"Cancel", true}));
   EXPECT_EQ(judged("Halt", {protectedText("Cancel"), protectedText("Abort")}), (JudgedLabel{"Cancel", false}));
+  EXPECT_EQ(judged("Halt", {protectedText("Cancel"), protectedText("Later")}), (JudgedLabel{"Later", false}));
   EXPECT_EQ(judged("Halt", {protectedText("Abort", 2), protectedText("Cancel")}), (JudgedLabel{"Cancel", false}));
   EXPECT_TRUE(judged("Halt", {protectedText("Deny"), protectedText("Cancel"), protectedText("Abort")}).isSafeDismissal)
       << "Two of three are.";
+  EXPECT_FALSE(
+      judged("Halt", {protectedText("Cancel", 2), protectedText("Abort"), protectedText("Break")}).isSafeDismissal)
+      << "Two of four are.";
+}
+
+TEST(ForeignLabel, OfEquallyManyMessagesMeansWhatMayDoMoreInWhateverOrderTheyCome) {
+  std::vector<SourceText> tie{protectedText("Cancel", 3), protectedText("Later", 3), protectedText("Deny")};
+  for (int order = 0; order < 3; ++order) {
+    EXPECT_EQ(judged("Wort", tie), (JudgedLabel{"Later", false}));
+    std::rotate(tie.begin(), tie.begin() + 1, tie.end());
+  }
+  EXPECT_EQ(judged("Wort", {protectedText("Cancel", 3), protectedText("No", 3)}), (JudgedLabel{"Cancel", true}))
+      << "Either is safe.";
+}
+
+// What is at stake is asked about all that a label may mean.
+TEST(ForeignLabel, TellsWhatItMayMeanBesides) {
+  const auto also = [](const std::vector<SourceText>& sources) {
+    return judgedLabel("Wort", sources, senseOfLabel).alsoMeans;
+  };
+  EXPECT_EQ(also({protectedText("Allow", 3), protectedText("Always Allow", 3)}), "Always Allow");
+  EXPECT_EQ(also({protectedText("Allow", 9), protectedText("All of it")}), "") << "a chance hit";
+  EXPECT_EQ(also({protectedText("Allow", 9), protectedText("Delete")}), "Delete") << "it grants, and counts";
+  EXPECT_EQ(also({protectedText("Cancel", 3)}), "");
 }
 
 // Real: all of Qt's own texts in French that are called like this, but for one, are Undo.
@@ -147,9 +177,29 @@ RC_GTEST_PROP(ForeignLabel, NeverBecomesSafeByAnythingThatAProgramOfTheUserCanWr
 
 TEST(JudgedLine, IsTheLineAndItsEnglishTexts) {
   EXPECT_EQ(judgedLine("Passwort:", {protectedText("Password:"), ownText("Passphrase:")}),
-            "Passwort: Password: Passphrase:");
-  EXPECT_EQ(judgedLine("password(P):", {}), "password(P):");
-  EXPECT_EQ(judgedLine("パスワード(P):", {protectedText("Password:")}), "パスワード: Password:");
+            (JudgedLine{"Passwort: Password: Passphrase:", true}));
+  EXPECT_EQ(judgedLine("password(P):", {}), (JudgedLine{"password(P):", true}));
+  EXPECT_EQ(judgedLine("パスワード(P):", {protectedText("Password:")}), (JudgedLine{"パスワード: Password:", true}));
+}
+
+TEST(JudgedLine, LosesNoProtectedTextToAnyNumberOfOthers) {
+  std::vector<SourceText> sources;
+  for (int i = 0; i < 8; ++i) sources.push_back(ownText("Name " + std::to_string(i) + ":", 50));
+  sources.push_back(protectedText("Password:"));
+  EXPECT_EQ(judgedLine("Wort:", sources),
+            (JudgedLine{"Wort: Password: Name 0: Name 1: Name 2: Name 3: Name 4: Name 5: Name 6: Name 7:", true}));
+}
+
+TEST(JudgedLine, SaysWhenItHasMoreTextsThanAreTaken) {
+  const auto manyOf = [](SourceText (*make)(const std::string&, int), int count) {
+    std::vector<SourceText> sources;
+    for (int i = 0; i < count; ++i) sources.push_back(make("Text " + std::to_string(i), 1));
+    return sources;
+  };
+  EXPECT_TRUE(judgedLine("Wort:", manyOf(ownText, 8)).isWhole);
+  EXPECT_FALSE(judgedLine("Wort:", manyOf(ownText, 9)).isWhole);
+  EXPECT_TRUE(judgedLine("Wort:", manyOf(protectedText, 64)).isWhole);
+  EXPECT_FALSE(judgedLine("Wort:", manyOf(protectedText, 65)).isWhole);
 }
 
 }  // namespace

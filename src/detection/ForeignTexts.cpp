@@ -13,6 +13,15 @@ std::vector<std::string> shownTexts(const std::vector<PromptText>& texts) {
   return shown;
 }
 
+// Sets how a line is judged. False: not by all of its English texts.
+bool judgeText(PromptText& text, const std::vector<platform::SourceText>& sources) {
+  auto judged = judgedLine(text.shown, sources);
+  text.judged = std::move(judged.text);
+  return judged.isWhole;
+}
+
+bool isWhole(const platform::SourceTexts& texts) { return texts.isComplete && !texts.isCutOff; }
+
 }  // namespace
 
 bool ForeignTexts::isToBeAsked(const PromptReading& reading) const {
@@ -25,32 +34,45 @@ bool ForeignTexts::isToBeAsked(const PromptReading& reading) const {
          });
 }
 
-void ForeignTexts::judgeLabel(PromptText& label, const std::vector<platform::SourceText>& sources) const {
+void ForeignTexts::judgeLabel(PromptText& label, const std::vector<platform::SourceText>& sources, bool isWhole) const {
   if (senseOf(label.shown) != LabelSense::unknown) return;  // English stays on.
   auto judged = judgedLabel(label.shown, sources, [this](std::string_view text) { return senseOf(text); });
   label.judged = std::move(judged.text);
-  label.mayBeSafe = judged.isSafeDismissal;
+  label.mayBeSafe = isWhole && judged.isSafeDismissal;
+  label.alsoMeans = std::move(judged.alsoMeans);
 }
 
 bool ForeignTexts::judge(std::int32_t processIdentifier, PromptReading& reading) const {
   if (!isToBeAsked(reading)) return true;
-  auto& [title, lines, labels, beyond] = reading.texts;
+  auto& [title, lines, labels, beyond, options, isWholeMeaning] = reading.texts;
   auto allLines = shownTexts(lines);
   allLines.insert(allLines.begin(), title.shown);
   const auto texts = translations->sourceTexts({processIdentifier, shownTexts(labels), allLines});
   if (!texts) return true;
-  for (std::size_t i = 0; i < labels.size(); ++i) judgeLabel(labels[i], texts->labels[i]);
-  title.judged = judgedLine(title.shown, texts->lines[0]);
-  for (std::size_t i = 0; i < lines.size(); ++i) lines[i].judged = judgedLine(lines[i].shown, texts->lines[i + 1]);
+  isWholeMeaning = isWhole(*texts);
+  for (std::size_t i = 0; i < labels.size(); ++i) judgeLabel(labels[i], texts->labels[i], isWholeMeaning);
+  if (!judgeText(title, texts->lines[0])) isWholeMeaning = false;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!judgeText(lines[i], texts->lines[i + 1])) isWholeMeaning = false;
+  }
   return texts->isComplete;
 }
 
 void ForeignTexts::judgeBeyond(std::int32_t processIdentifier, PromptReading& reading) const {
-  auto& beyond = reading.texts.beyond;
-  if (!translations || beyond.empty()) return;
-  const auto texts = translations->sourceTexts({processIdentifier, {}, shownTexts(beyond)});
-  for (std::size_t i = 0; texts && i < beyond.size(); ++i) {
-    beyond[i].judged = judgedLine(beyond[i].shown, texts->lines[i]);
+  auto& [title, lines, labels, beyond, options, isWholeMeaning] = reading.texts;
+  std::vector<PromptText*> asked;
+  for (auto& text : beyond) asked.push_back(&text);
+  if (isToBeAsked(reading)) {
+    for (auto& option : options) asked.push_back(&option.title);
+  }
+  if (!translations || asked.empty()) return;
+  platform::TranslationRequest request{.processIdentifier = processIdentifier};
+  for (const auto* const text : asked) request.lines.push_back(text->shown);
+  const auto texts = translations->sourceTexts(request);
+  if (!texts) return;
+  if (!isWhole(*texts)) isWholeMeaning = false;
+  for (std::size_t i = 0; i < asked.size(); ++i) {
+    if (!judgeText(*asked[i], texts->lines[i])) isWholeMeaning = false;
   }
 }
 

@@ -20,15 +20,17 @@ class ForeignTexts {
       : translations(translations), meaning(supplement) {}
 
   // Title, lines and labels. False: not everything that may tell could be looked at this time, so that a window that
-  // looks like no prompt may be one.
+  // looks like no prompt may be one. Then, and where more is there than is taken, no label is a safe dismissal by its
+  // meaning, and the texts say that their meaning is not whole.
   [[nodiscard]] bool judge(std::int32_t processIdentifier, PromptReading& reading) const;
-  // The texts that are not shown. Whatever they say may ask for direct access, in a window of any language.
+  // The texts that are not shown, in a window of any language, since whatever they say may ask for direct access; and
+  // the titles of boxes and menus, which may tell of a hazard.
   void judgeBeyond(std::int32_t processIdentifier, PromptReading& reading) const;
 
  private:
   [[nodiscard]] LabelSense senseOf(std::string_view label) const { return quillard::senseOf(meaning, label); }
   [[nodiscard]] bool isToBeAsked(const PromptReading& reading) const;
-  void judgeLabel(PromptText& label, const std::vector<platform::SourceText>& sources) const;
+  void judgeLabel(PromptText& label, const std::vector<platform::SourceText>& sources, bool isWhole) const;
 
   platform::Translations* const translations;
   const LabelMeaning meaning;

@@ -50,6 +50,7 @@ TEST_F(ForeignTexts_, GiveLabelsTheirMeaningAndLinesAndTitleTheirsBehindThem) {
   const auto judged = judge(dialog({"Abbrechen", "Löschen", "OK"}));
   EXPECT_THAT(judged.texts.labels, ElementsAre(PromptText{"Abbrechen", "Cancel", true},
                                                PromptText{"Löschen", "Delete", false}, asItStands("OK")));
+  EXPECT_TRUE(judged.texts.isWholeMeaning);
   EXPECT_EQ(judged.texts.title, (PromptText{"Frage", "Frage Question"}));
   EXPECT_THAT(judged.texts.lines, ElementsAre(PromptText{"Sind Sie sicher?", "Sind Sie sicher? Are you sure?"}));
   EXPECT_TRUE(isLookedUp);
@@ -106,11 +107,36 @@ TEST_F(ForeignTexts_, AreAskedForWhatIsNotShownInAWindowOfAnyLanguage) {
   EXPECT_THAT(reading.texts.beyond, ElementsAre(PromptText{"Passwort:", "Passwort: Password:"}));
 }
 
-TEST_F(ForeignTexts_, SayWhenNotEverythingCouldBeLookedAt) {
+TEST_F(ForeignTexts_, AreAskedForTheTitlesOfBoxesInAWindowThatIsNotUnderstood) {
+  translations.teach("Immer", "Always");
+  auto reading = dialog({"OK"});
+  reading.texts.options = {{asItStands("Immer"), true}};
+  texts.judgeBeyond(kProcess, reading);
+  EXPECT_THAT(translations.requests(), IsEmpty());
+  reading = dialog({"Erlauben"});
+  reading.texts.options = {{asItStands("Immer"), true}};
+  texts.judgeBeyond(kProcess, reading);
+  EXPECT_EQ(reading.texts.options[0].title.judged, "Immer Always");
+  EXPECT_EQ(reading.texts.options[0].title.shown, "Immer");
+}
+
+// What could not be looked at may be what says that the label grants, or that a password is wanted.
+TEST_F(ForeignTexts_, MakeNothingSafeWhereNotEverythingCouldBeLookedAt) {
   translations.teach("Abbrechen", "Cancel");
-  translations.setComplete(false);
-  (void)judge(dialog({"Abbrechen"}));
-  EXPECT_FALSE(isLookedUp);
+  for (const bool isComplete : {false, true}) {
+    translations.setComplete(isComplete);
+    translations.setCutOff(isComplete);
+    const auto judged = judge(dialog({"Abbrechen"}));
+    EXPECT_EQ(isLookedUp, isComplete) << "What is cut off is known as well as it ever will be.";
+    EXPECT_FALSE(judged.texts.isWholeMeaning);
+    EXPECT_THAT(judged.texts.labels, ElementsAre(PromptText{"Abbrechen", "Cancel", false}));
+  }
+}
+
+TEST_F(ForeignTexts_, SayWhenALineHasMoreMeaningsThanAreTaken) {
+  for (int i = 0; i < 9; ++i) translations.teach("Sind Sie sicher?", platform::SourceText{std::to_string(i), 1, 0});
+  EXPECT_FALSE(judge(dialog({"Abbrechen"})).texts.isWholeMeaning);
+  EXPECT_TRUE(isLookedUp);
 }
 
 }  // namespace

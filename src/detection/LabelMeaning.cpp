@@ -87,19 +87,26 @@ LabelKind LabelMeaning::kindOf(std::string_view label) const {
 
 bool LabelMeaning::isSafeDismissal(std::string_view label) const { return kindOf(label) == LabelKind::safeDismissal; }
 
-bool saysOneOf(std::string_view normalizedText, SupplementList phrases) {
-  return platform::anyTextOf(phrases, [&](std::string_view phrase) {
-    const bool mayGoOn = phrase.ends_with('*');
-    if (mayGoOn) phrase.remove_suffix(1);
+std::optional<std::string_view> firstMatch(std::string_view normalizedText, SupplementList phrases) {
+  std::optional<std::string_view> found;
+  (void)platform::anyTextOf(phrases, [&](std::string_view entry) {
+    const bool mayGoOn = entry.ends_with('*');
+    const auto phrase = mayGoOn ? entry.substr(0, entry.size() - 1) : entry;
     for (auto at = normalizedText.find(phrase); at != std::string_view::npos;
          at = normalizedText.find(phrase, at + 1)) {
       const auto end = at + phrase.size();
       const bool begins = at == 0 || !isAsciiWord(normalizedText[at - 1]);
       const bool ends = mayGoOn || end == normalizedText.size() || !isAsciiWord(normalizedText[end]);
-      if (begins && ends) return true;
+      if (begins && ends) found = entry;
+      if (found) return true;
     }
     return false;
   });
+  return found;
+}
+
+bool saysOneOf(std::string_view normalizedText, SupplementList phrases) {
+  return firstMatch(normalizedText, phrases).has_value();
 }
 
 }  // namespace quillard

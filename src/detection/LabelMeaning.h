@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,7 +16,7 @@ enum class LabelKind {
   acknowledgement,  // OK or Close: acknowledges where it stands alone; beside a way out, OK goes along.
   form,             // Stands on forms, settings, assistants and tools.
   aside,            // Decides nothing: help, details, the buttons of a window's frame.
-  unknown,          // Not understood: nobody can tell what a press would do.
+  unknown,          // Not understood: what a press would do is not known.
 };
 
 // The meaning of labels by the rules that hold everywhere and by what a desktop adds. Asked about labels as they are
@@ -36,8 +37,10 @@ class LabelMeaning {
   const platform::PromptSupplement& supplement;
 };
 
-// Whether one of the list's entries is found in a normalised text, at the boundaries of words. An entry that ends in
-// "*" may go on there.
+// The first of the list's entries that is found in a normalised text, at the boundaries of words. An entry that ends in
+// "*" may go on there. Absent: none. It lives as long as the list's texts.
+[[nodiscard]] std::optional<std::string_view> firstMatch(std::string_view normalizedText,
+                                                         platform::SupplementList phrases);
 [[nodiscard]] bool saysOneOf(std::string_view normalizedText, platform::SupplementList phrases);
 
 }  // namespace quillard

@@ -33,6 +33,18 @@ std::string normalizedText(const PromptTexts& texts, TextOf which) {
   return all;
 }
 
+// All that tells what is at stake: labels with all that they may mean, boxes and menus as well.
+std::string allTextsOf(const PromptTexts& texts, TextOf which) {
+  std::string all = normalizedText(texts, which);
+  for (const auto& label : texts.labels) all += " " + text::normalized(label.*which + " " + label.alsoMeans);
+  for (const auto& option : texts.options) all += " " + text::normalized(option.title.*which);
+  return all;
+}
+
+std::string lineOf(const PromptOption& option) {
+  return (option.isOn.value_or(false) ? "☑ " : "☐ ") + option.title.shown;
+}
+
 // Whether an English text is known for it; that marks were taken from it tells nothing.
 bool hasMeaning(const PromptText& text) {
   return text.judged != text.shown && text.judged != text::withoutMarks(text.shown);
@@ -49,7 +61,7 @@ bool namesAField(std::string_view line) { return text::trimmed(line).ends_with('
 
 // Without a title that is said again, and without one of two lines that say the same but for a colon: the one that
 // names the field stays.
-std::vector<std::string> linesToShow(const PromptTexts& texts) {
+std::vector<std::string> linesSayingSomething(const PromptTexts& texts) {
   const std::string title = sayingOf(texts.title.shown);
   std::unordered_map<std::string, std::size_t> places;
   std::vector<std::string> lines;
@@ -68,6 +80,24 @@ std::vector<std::string> linesToShow(const PromptTexts& texts) {
 }
 
 }  // namespace
+
+// Boxes behind the lines, on or off, since what a button does depends on them. Without those that decide nothing
+// ("Details"), and without a line that says the same. What a menu is set to is not read, so its title says nothing.
+std::vector<std::string> PromptJudge::linesToShow(const PromptTexts& texts) const {
+  auto lines = linesSayingSomething(texts);
+  const LabelMeaning meaning{supplement};
+  for (const auto& option : texts.options) {
+    if (!option.isOn || meaning.kindOf(option.title.judged) == LabelKind::aside) continue;
+    const std::string saying = sayingOf(option.title.shown);
+    std::erase_if(lines, [&](const std::string& line) { return sayingOf(line) == saying; });
+    lines.push_back(lineOf(option));
+  }
+  return lines;
+}
+
+void PromptJudge::readOptions(platform::AXAttributeReader& reader, PromptReading& reading) const {
+  if (supplement.judgesByStructure) PromptReader::readOptions(reader, reading);
+}
 
 bool PromptJudge::isService(const WindowSource& source) const {
   const auto isNamed = [&](std::string_view name) {
@@ -125,7 +155,7 @@ JudgedPrompt PromptJudge::judge(const PromptReading& reading) const {
     const bool tellsByItself = DialogButtonSemantics::isSafeDismissal(label.shown);
     judged.buttons[i].isKnownDismissal = !tellsByItself && label.mayBeSafe && meaning.isSafeDismissal(label.judged);
   }
-  // What a box or a menu adds to the answer ("Remember this decision") is not read: it may make a grant last for ever.
+  // What a box or a menu adds to the answer may make a grant last for ever, whatever its title.
   const auto& parts = reading.evidence.structure;
   const bool mayMeanMore = parts.checkBoxes > 0 || parts.radioButtons > 0 || parts.comboBoxes > 0;
   const bool isOnlyDeniable = judged.directAccessReason.has_value();
@@ -144,7 +174,7 @@ std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& 
     if (reason) return reason;
     if (saysOneOf(normalizedText(texts, which), supplement.secretPhrases)) return secretRequiredReason();
   }
-  if (reading.hasUnreadableText) return unreadableTextReason();
+  if (reading.hasUnreadableText || !texts.isWholeMeaning) return unreadableTextReason();
   if (!supplement.judgesByStructure) return std::nullopt;
   const auto& parts = reading.evidence.structure;
   const bool isChosenFrom =
@@ -159,13 +189,16 @@ std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& 
   return std::nullopt;
 }
 
-bool PromptJudge::saysHazard(const PromptReading& reading) const {
-  const auto says = [&](TextOf which) {
-    std::string all = normalizedText(reading.texts, which);
-    for (const auto& label : reading.texts.labels) all += " " + text::normalized(label.*which);
-    return saysOneOf(all, supplement.hazards);
-  };
-  return says(&PromptText::judged) || says(&PromptText::shown);
+std::optional<PromptHazard> PromptJudge::hazard(const PromptReading& reading) const {
+  for (const auto which : {&PromptText::judged, &PromptText::shown}) {
+    const std::string all = allTextsOf(reading.texts, which);
+    for (const auto& group : supplement.hazards) {
+      if (const auto words = firstMatch(all, {&group, 1})) {
+        return PromptHazard{.words = std::string(*words), .reason = std::string(group.reason)};
+      }
+    }
+  }
+  return std::nullopt;
 }
 
 bool PromptJudge::isUnderstood(const PromptText& text) const {
@@ -182,7 +215,7 @@ bool PromptJudge::isForeignAndNotUnderstood(const PromptTexts& texts) const {
 }
 
 std::optional<std::string> PromptJudge::recommendedLabel(const PromptReading& reading) const {
-  const bool isHazard = saysHazard(reading) || isForeignAndNotUnderstood(reading.texts);
+  const bool isHazard = hazard(reading).has_value() || isForeignAndNotUnderstood(reading.texts);
   for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
     const auto& label = reading.texts.labels[i];
     if (!reading.buttons[i].isEnabled) continue;

@@ -43,6 +43,11 @@ class PromptJudge {
   // Of a window that was accepted.
   [[nodiscard]] JudgedPrompt judge(const PromptReading& reading) const;
 
+  // The titles of boxes and menus, of a window that was accepted and where windows are judged by what they are made of.
+  void readOptions(platform::AXAttributeReader& reader, PromptReading& reading) const;
+  // Absent: nothing that the prompt says is known to be at stake. Its boxes and menus count, on or off.
+  [[nodiscard]] std::optional<PromptHazard> hazard(const PromptReading& reading) const;
+
   // Whether other dialogs of the same program wait until this one is answered.
   [[nodiscard]] bool blocksOthers(const PromptReading& reading) const;
 
@@ -50,11 +55,11 @@ class PromptJudge {
   [[nodiscard]] bool isService(const WindowSource& source) const;
   [[nodiscard]] std::optional<std::string> directAccessReason(const PromptReading& reading) const;
   [[nodiscard]] std::optional<std::string> recommendedLabel(const PromptReading& reading) const;
-  [[nodiscard]] bool saysHazard(const PromptReading& reading) const;
+  [[nodiscard]] std::vector<std::string> linesToShow(const PromptTexts& texts) const;
   // Whether something is known of what a title or line says. Of an empty one there is nothing to know.
   [[nodiscard]] bool isUnderstood(const PromptText& text) const;
   // Whether some label is known by its meaning alone while nothing is known of some title or line: what such a prompt
-  // puts at stake nobody can tell, so nothing is recommended.
+  // puts at stake is not known, so nothing is recommended.
   [[nodiscard]] bool isForeignAndNotUnderstood(const PromptTexts& texts) const;
 
   const platform::PromptSupplement& supplement;

@@ -108,7 +108,7 @@ TEST_F(PromptJudgeTest, RecommendsNothingWhereSomethingIsAtStake) {
   EXPECT_EQ(judged().recommendedLabel, std::nullopt) << "a button beside it grants for ever";
 }
 
-// Nobody knows what is at stake where only the labels are understood.
+// What is at stake is not known where only the labels are understood.
 TEST_F(PromptJudgeTest, RecommendsNothingByAMeaningWhereATextHasNone) {
   show({"Alle Daten werden endgültig gelöscht."}, {"Ja", "Nein"}, "");
   reading.texts.labels[0].judged = "Yes";
@@ -160,6 +160,43 @@ TEST_F(PromptJudgeTest, KnowsTheServicesOfTheDesktopByName) {
   source.appName = "Agent";
   source.bundleIdentifier = "org.freedesktop.impl.XDG-Desktop-Portal.desktop.gtk";
   EXPECT_TRUE(accepted());
+}
+
+TEST_F(PromptJudgeTest, CanOnlyBeDeniedWhereNotEverythingThatItMeansIsKnown) {
+  show({"Weiter?"}, {"Erlauben", "Cancel"});
+  reading.texts.lines[0].judged = "Weiter? Go on?";
+  reading.texts.labels[0].judged = "Allow";
+  EXPECT_EQ(judged().directAccessReason, std::nullopt);
+  reading.texts.isWholeMeaning = false;
+  EXPECT_EQ(judged().directAccessReason, unreadableTextReason());
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt);
+}
+
+TEST_F(PromptJudgeTest, ShowsBoxesBehindTheLinesAndWhetherTheyAreOn) {
+  show({"Let it film?", "Camera"}, {"Allow", "Deny"});
+  reading.texts.options = {{PromptText::asItStands("Remember this decision"), true},
+                           {PromptText::asItStands("Tell me"), false},
+                           {PromptText::asItStands("Camera"), std::nullopt},
+                           {PromptText::asItStands("Details"), false}};
+  EXPECT_EQ(judged().lines, (Lines{"Let it film?", "Camera", "☑ Remember this decision", "☐ Tell me"}));
+  EXPECT_EQ(judged(kNone).lines, (Lines{"Let it film?", "Camera"}));
+}
+
+TEST_F(PromptJudgeTest, TellsTheHazardOfABoxOfALabelAndOfAnEnglishMeaning) {
+  const PromptJudge judge{linuxPromptSupplement()};
+  show({"Let it film?"}, {"Allow", "Deny"});
+  EXPECT_EQ(judge.hazard(reading), std::nullopt);
+  reading.texts.options = {{PromptText::asItStands("Immer erlauben"), true}};
+  EXPECT_EQ(judge.hazard(reading), std::nullopt);
+  reading.texts.options[0].title.judged += " Always allow";
+  ASSERT_TRUE(judge.hazard(reading));
+  EXPECT_EQ(judge.hazard(reading)->words, "always");
+  reading.texts.options.clear();
+  reading.texts.labels[0].alsoMeans = "Delete";
+  ASSERT_TRUE(judge.hazard(reading));
+  EXPECT_EQ(judge.hazard(reading)->reason, "Something is destroyed, or may be.");
+  EXPECT_EQ(judged().recommendedLabel, std::nullopt);
+  EXPECT_EQ(PromptJudge{kNone}.hazard(reading), std::nullopt);
 }
 
 }  // namespace

@@ -57,6 +57,18 @@ std::vector<std::string> distinctLines(std::vector<std::string> lines, const std
   return lines;
 }
 
+bool isOption(std::string_view role) {
+  return role == ax::kCheckBoxRole || role == ax::kRadioButtonRole || role == ax::kComboBoxRole;
+}
+
+// Absent: it is neither on nor off, or does not say.
+std::optional<bool> isOn(AXAttributeReader& reader, const AXUIElement& option) {
+  if (AXHelpers::role(reader, option) == ax::kComboBoxRole) return std::nullopt;
+  const auto state = reader.copyAttributeValue(option, ax::kValue);
+  const auto* const number = state.hasValue() ? std::get_if<std::int64_t>(&state.value()) : nullptr;
+  return number ? std::optional(*number != 0) : std::nullopt;
+}
+
 bool isNavigationChrome(std::string_view role) {
   return role == ax::kToolbarRole || role == ax::kOutlineRole || role == ax::kTabGroupRole || role == ax::kSidebarRole;
 }
@@ -127,6 +139,7 @@ class ContentWalk {
     }
     if (role == ax::kStaticTextRole && AXHelpers::subrole(reader, element) == ax::kTextAreaSubrole) ++parts.documents;
     if (role == ax::kBrowserRole) parts.isChooser = true;
+    if (isOption(role) && reading.options.size() < PromptReader::kMostOptions) reading.options.push_back(element);
     if (int* const counter = counterOf(parts, role)) ++*counter;
   }
 
@@ -241,7 +254,8 @@ PromptReading PromptReader::readPrompt(AXAttributeReader& reader, const WindowSo
   reading.texts = {.title = PromptText::asItStands(evidence.title),
                    .lines = asTheyStand(evidence.messageLines),
                    .labels = asTheyStand(evidence.buttonLabels),
-                   .beyond = {}};
+                   .beyond = {},
+                   .options = {}};
   return reading;
 }
 
@@ -256,6 +270,17 @@ void PromptReader::readBeyond(AXAttributeReader& reader, PromptReading& reading,
     }
   }
   if (!descendants.isComplete) reading.hasUnreadableText = true;
+}
+
+void PromptReader::readOptions(AXAttributeReader& reader, PromptReading& reading) {
+  TextReader texts{reader, reading};
+  for (const auto& option : reading.options) {
+    auto title = texts.text(option, ax::kTitle).value_or("");
+    if (text::trimmed(title).empty()) title = texts.text(option, ax::kDescription).value_or("");
+    const auto said = text::trimmed(title);
+    if (said.empty()) continue;
+    reading.texts.options.push_back({PromptText::asItStands(std::string(said)), isOn(reader, option)});
+  }
 }
 
 }  // namespace quillard

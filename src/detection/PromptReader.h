@@ -27,6 +27,9 @@ struct PromptReading {
   bool hasUnreadableText = false;
   // More than the limit of elements: what lies beyond is in none of the above.
   bool isCutOff = false;
+  // The check boxes, radio buttons and menus among the elements, in the walk's order; at most `kMostOptions`. Their
+  // titles are read only where `readOptions` is asked to.
+  std::vector<platform::AXUIElement> options{};
 };
 
 // Reads windows. Stateless; any thread. Each read may be a request to another process and wait for it.
@@ -42,6 +45,9 @@ inline constexpr int kContentSearchLimit = 40;
 // How many descendants of a prompt are read for what tells that it asks for a secret. A binding may hand over that many
 // children of one element and no more, so that a higher limit would take some for all.
 inline constexpr int kTellingLimit = 120;
+
+// As many boxes and menus of a prompt are told; a form has more.
+inline constexpr std::size_t kMostOptions = 12;
 
 // Whether the element is one that holds a dialog: a sheet, a dialog by its subrole, or modal.
 [[nodiscard]] bool isDialogContainer(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
@@ -74,6 +80,10 @@ inline constexpr int kTellingLimit = 120;
 // `hasSecureTextField` and `hasUnreadableText` where they belong, the latter also when there is even more. Nothing of a
 // reading that was not cut off.
 void readBeyond(platform::AXAttributeReader& reader, PromptReading& reading, int descendantLimit);
+
+// The titles of boxes and menus (else their descriptions) become `texts.options`. One without a title is left out. A
+// title that cannot be read sets `hasUnreadableText`.
+void readOptions(platform::AXAttributeReader& reader, PromptReading& reading);
 
 }  // namespace PromptReader
 

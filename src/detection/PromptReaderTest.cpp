@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
@@ -308,6 +310,45 @@ TEST_F(PromptReaderTest, AnOrdinaryPromptHasNoUnreadableText) {
   const auto scope = world.accessibility().beginReadScope();
   PromptReader::readBeyond(*scope, copy, 80);
   EXPECT_TRUE(copy.texts.beyond.empty());
+}
+
+TEST_F(PromptReaderTest, ReadsTheTitlesOfBoxesAndMenusWhereItIsAskedTo) {
+  const auto box = [](const std::string& title, std::int64_t value) {
+    return ElementSpec{.role = "AXCheckBox", .title = title, .value = platform::AXValue{value}};
+  };
+  auto described = box("", 0);
+  described.attributes[std::string(platform::ax::kDescription)] = platform::AXValue{std::string("Described")};
+  const auto dialog = window({text("Shown."),
+                              box("Always", 1),
+                              described,
+                              {.role = "AXCheckBox"},
+                              {.role = "AXComboBox", .title = " For how long? "},
+                              button("OK")});
+  auto reading = read(dialog);
+  EXPECT_EQ(reading.options.size(), 4U);
+  EXPECT_TRUE(reading.texts.options.empty());
+  const auto scope = world.accessibility().beginReadScope();
+  PromptReader::readOptions(*scope, reading);
+  auto options = reading.texts.options;
+  std::sort(options.begin(), options.end(), [](const auto& a, const auto& b) { return a.title.shown < b.title.shown; });
+  const std::vector<PromptOption> expected{{PromptText::asItStands("Always"), true},
+                                           {PromptText::asItStands("Described"), false},
+                                           {PromptText::asItStands("For how long?"), std::nullopt}};
+  EXPECT_EQ(options, expected);
+  EXPECT_EQ(reading.evidence.messageLines, Lines{"Shown."});
+}
+
+TEST_F(PromptReaderTest, NotesThatTheTitleOfABoxCouldNotBeRead) {
+  auto reading = read(window({text("Shown."), {.role = "AXCheckBox", .title = "Broken\xFF"}, button("OK")}));
+  EXPECT_FALSE(reading.hasUnreadableText);
+  const auto scope = world.accessibility().beginReadScope();
+  PromptReader::readOptions(*scope, reading);
+  EXPECT_TRUE(reading.hasUnreadableText);
+}
+
+TEST_F(PromptReaderTest, ReadsNoMoreBoxesThanAPromptHas) {
+  std::vector<ElementSpec> children(40, {.role = "AXRadioButton", .title = "One"});
+  EXPECT_EQ(read(window(std::move(children))).options.size(), PromptReader::kMostOptions);
 }
 
 TEST_F(PromptReaderTest, ElementsThatCannotBeListedMayHideAText) {

@@ -209,7 +209,7 @@ TEST_F(PromptSearchTest, AnApplicationThatRunsButCannotBeReachedProvesNothing) {
   }
 }
 
-TEST_F(PromptSearchTest, NobodyWhoCouldLookIsNoProof) {
+TEST_F(PromptSearchTest, ThatNothingCouldBeReadIsNoProof) {
   for (const bool isWindowNamed : {true, false}) {
     if (!isWindowNamed) approval.window.reset();
     for (const auto error : {AXError::cannotComplete, AXError::apiDisabled, AXError::failure}) {

@@ -78,7 +78,7 @@ TEST(PromptStructure, TakesAKnownWayOutBesideSomethingToDecideForAQuestion) {
 
 TEST(PromptStructure, TakesAnAlertWithAChoiceForOneWhateverItSays) {
   EXPECT_EQ(signOf(alert({"Frobnicate", "Grok"})), "alert-with-a-choice");
-  EXPECT_EQ(signOf(dialog({"Frobnicate", "Grok"})), "no-sign") << "nobody knows how to get out of it";
+  EXPECT_EQ(signOf(dialog({"Frobnicate", "Grok"})), "no-sign") << "no way out of it is known";
 }
 
 TEST(PromptStructure, FindsNothingToDecideWhereButtonsOnlyTakeNotice) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,18 @@ struct PromptText {
   // Of a label: whether what it is judged by may make its button a safe dismissal. False where only a program of the
   // user itself says that the label means one.
   bool mayBeSafe = true;
+  std::string alsoMeans{};  // Of a label: see `JudgedLabel`.
 
-  [[nodiscard]] static PromptText asItStands(std::string text) { return {text, text}; }
+  [[nodiscard]] static PromptText asItStands(std::string text) { return {.shown = text, .judged = text}; }
   bool operator==(const PromptText&) const = default;
+};
+
+// The title of a check box, a radio button or a menu, which changes what the buttons do: "Remember this decision".
+struct PromptOption {
+  PromptText title;
+  std::optional<bool> isOn;  // Absent: it is neither on nor off, or does not say.
+
+  bool operator==(const PromptOption&) const = default;
 };
 
 // All texts of a window that anything is concluded from.
@@ -27,6 +37,10 @@ struct PromptTexts {
   // Texts that are not shown, since there are too many elements before them: whether they ask for a secret
   // counts, and whether their meaning is known.
   std::vector<PromptText> beyond;
+  // Of a prompt, where windows are judged by what they are made of; else empty.
+  std::vector<PromptOption> options;
+  // False: what some of these mean is not known as a whole. More may be known later, or more is there than is taken.
+  bool isWholeMeaning = true;
   bool operator==(const PromptTexts&) const = default;
 };
 

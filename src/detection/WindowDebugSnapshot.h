@@ -30,6 +30,14 @@ struct WindowDebugSnapshot {
   bool operator==(const WindowDebugSnapshot&) const = default;
 };
 
+// What a prompt puts at stake, by what it says.
+struct PromptHazard {
+  std::string words;   // That tell it: "always", "delet*" where more may follow.
+  std::string reason;  // "It is granted for ever, or to whoever asks."
+
+  bool operator==(const PromptHazard&) const = default;
+};
+
 // A button, and how its label is understood.
 struct DiagnosedButton {
   std::string label;
@@ -50,6 +58,7 @@ struct WindowDiagnosis {
   // Of a prompt.
   std::optional<std::string> directAccessReason{};
   std::optional<std::string> recommendedLabel{};
+  std::optional<PromptHazard> hazard{};  // Absent: nothing that it says is known to be at stake.
 };
 
 // The windows of a desktop. `failure` present: it could not be read as a whole, and what is missing may be there.

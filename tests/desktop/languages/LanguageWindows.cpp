@@ -3,9 +3,9 @@
 namespace quillard::test {
 namespace {
 
-using Words = std::vector<std::string>;
+using Arguments = std::vector<std::string>;
 
-LanguageWindow zenity(WindowKind kind, const Words& options) {
+LanguageWindow zenity(WindowKind kind, const Arguments& options) {
   std::string name = "zenity";
   for (const auto& option : options) name += " " + option;
   return {name, kind, "zenity", options};
@@ -21,7 +21,7 @@ LanguageWindow sample(WindowKind kind, const std::string& toolkit, const std::st
   return {toolkit + " " + window, kind, folder + "/translated_" + toolkit, {window}};
 }
 
-void add(std::vector<LanguageWindow>& windows, WindowKind kind, const std::string& toolkit, const Words& names) {
+void add(std::vector<LanguageWindow>& windows, WindowKind kind, const std::string& toolkit, const Arguments& names) {
   for (const auto& name : names) windows.push_back(sample(kind, toolkit, name));
 }
 
@@ -66,13 +66,13 @@ std::vector<LanguageWindow> languagePrompts() {
 
 std::vector<LanguageWindow> languageOthers() {
   std::vector<LanguageWindow> windows;
-  for (const Words& options :
-       {Words{"--calendar"}, Words{"--entry"}, Words{"--scale"}, Words{"--color-selection"}, Words{"--file-selection"},
-        Words{"--file-selection", "--save"}, Words{"--file-selection", "--directory"},
-        Words{"--file-selection", "--multiple"}, Words{"--forms", "--add-entry=A", "--add-entry=B"},
-        Words{"--list", "--column=A", "1", "2", "3"},
-        Words{"--list", "--checklist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"},
-        Words{"--list", "--radiolist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"}}) {
+  for (const Arguments& options :
+       {Arguments{"--calendar"}, Arguments{"--entry"}, Arguments{"--scale"}, Arguments{"--color-selection"},
+        Arguments{"--file-selection"}, Arguments{"--file-selection", "--save"},
+        Arguments{"--file-selection", "--directory"}, Arguments{"--file-selection", "--multiple"},
+        Arguments{"--forms", "--add-entry=A", "--add-entry=B"}, Arguments{"--list", "--column=A", "1", "2", "3"},
+        Arguments{"--list", "--checklist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"},
+        Arguments{"--list", "--radiolist", "--column=", "--column=A", "TRUE", "1", "FALSE", "2"}}) {
     windows.push_back(zenity(WindowKind::other, options));
   }
   for (const std::string options : {"--progress", "--progress --pulsate", "--text-info", "--text-info --editable"}) {

@@ -11,6 +11,7 @@
 #include "platform/simulated/DesktopLoader.h"
 #include "private-desktop/FileContents.h"
 #include "recording/RecordedDesktopJson.h"
+#include "support/GoldenFile.h"
 
 namespace quillard::golden {
 namespace {
@@ -29,7 +30,21 @@ Kind kindNamed(const std::string& name) {
   throw std::runtime_error("verdicts.txt names no kind: " + name);
 }
 
-std::string treePath(const std::string& file) { return std::string(QUILLARD_GOLDEN_DIRECTORY "/trees/") + file; }
+// "[Delete|Remove]" at the front of `rest`, which it is taken from.
+std::vector<std::string> takeHazards(const std::string& name, std::string& rest) {
+  const auto end = rest.find(']');
+  if (!rest.starts_with('[') || end == std::string::npos) {
+    throw std::runtime_error("verdicts.txt does not say what is hazardous in " + name);
+  }
+  std::vector<std::string> hazards;
+  std::istringstream labels{rest.substr(1, end - 1)};
+  for (std::string label; std::getline(labels, label, '|');) hazards.push_back(label);
+  rest.erase(0, end + 1);
+  rest.erase(0, rest.find_first_not_of(' '));
+  return hazards;
+}
+
+std::string treePath(const std::string& file) { return samples::goldenFolder() / "trees" / file; }
 
 }  // namespace
 
@@ -60,8 +75,10 @@ std::vector<JudgedWindow> recordedWindows() {
     std::string kind;
     fields >> window.name >> kind >> std::ws;
     window.kind = kindNamed(kind);
-    std::string mistake;
-    if (std::getline(fields, mistake) && !mistake.empty()) window.knownMistake = mistake;
+    std::string rest;
+    std::getline(fields, rest);
+    window.hazards = takeHazards(window.name, rest);
+    if (!rest.empty()) window.knownMistake = rest;
     window.isHeldBack = windows.size() % kHeldBackEvery == kHeldBackEvery - 1;
     windows.push_back(std::move(window));
   }

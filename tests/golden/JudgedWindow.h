@@ -29,6 +29,9 @@ struct JudgedWindow {
   bool isHeldBack = false;  // Was not looked at while the rules were made.
   // Why the detector may judge otherwise today. Absent: it has to agree.
   std::optional<std::string> knownMistake;
+  // The buttons that a person says destroy, grant for ever, or trust an unknown party. Absent: this window has
+  // no such mark.
+  std::optional<std::vector<std::string>> hazards{};
 };
 
 // What the detector makes of a desktop with such a window.

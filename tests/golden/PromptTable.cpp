@@ -12,10 +12,9 @@ int main() {
   const auto& linuxRules = linuxPromptSupplement();
   const auto recorded = golden::countRecorded(linuxRules);
   const auto samples = golden::countSamples(linuxRules);
-  std::printf("%s\n", golden::tableText("Recorded windows, on Linux", recorded, linuxRules).c_str());
-  std::printf("%s\n", golden::tableText("Samples, on Linux", samples, linuxRules).c_str());
-  std::printf("%s\n",
-              golden::tableText("Recorded windows, by the words alone", golden::countRecorded(none), none).c_str());
+  std::printf("%s\n", golden::tableText("Recorded windows, on Linux", recorded).c_str());
+  std::printf("%s\n", golden::tableText("Samples, on Linux", samples).c_str());
+  std::printf("%s\n", golden::tableText("Recorded windows, by the words alone", golden::countRecorded(none)).c_str());
   std::map<std::string, int> signs;
   for (const auto* const windows : {&recorded, &samples}) {
     for (const auto& each : *windows) ++signs[each.sign()];

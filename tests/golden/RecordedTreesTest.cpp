@@ -23,7 +23,7 @@ namespace {
 
 std::vector<std::string> recordedTrees() {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(QUILLARD_GOLDEN_DIRECTORY "/trees")) {
+  for (const auto& entry : std::filesystem::directory_iterator(samples::goldenFolder() / "trees")) {
     if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
   }
   std::sort(names.begin(), names.end());
@@ -65,7 +65,7 @@ std::string detectionText(DialogDetector& detector) {
 class RecordedTree : public testing::TestWithParam<std::string> {};
 
 TEST_P(RecordedTree, IsJudgedAsItsGoldenFileSays) {
-  const auto recording = privatedesktop::fileContents(QUILLARD_GOLDEN_DIRECTORY "/trees/" + GetParam() + ".json");
+  const auto recording = privatedesktop::fileContents(samples::goldenFolder() / "trees" / (GetParam() + ".json"));
   auto outcome = recording::readRecordedDesktop(recording);
   ASSERT_TRUE(std::holds_alternative<recording::RecordedDesktop>(outcome))
       << std::get<JsonError>(outcome).description();

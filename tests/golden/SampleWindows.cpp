@@ -65,13 +65,31 @@ void openSampleWindow(const SampleWindow& sample, platform::simulated::Simulated
   (void)world.desktop().addWindow(program, window);
 }
 
+namespace {
+
+// A person has found none in which a button should be recommended: each destroys or ends something, grants for ever,
+// trusts an unknown party, or asks what only its reader can know.
+std::vector<std::string> hazardsOf(const SampleWindow& sample) {
+  std::vector<std::string> hazards;
+  for (const auto& label : sample.buttons) {
+    const std::string shown = label.starts_with('-') ? label.substr(1) : label;
+    if (!shown.empty()) hazards.push_back(shown);
+  }
+  return hazards;
+}
+
+}  // namespace
+
 std::vector<JudgedWindow> judgedSamples() {
   constexpr std::size_t kHeldBackEvery = 3;
   std::vector<JudgedWindow> judged;
   for (const auto& sample : sampleWindows()) {
     const bool isHeldBack = judged.size() % kHeldBackEvery == kHeldBackEvery - 1;
-    judged.push_back(
-        {.name = sample.name, .kind = sample.kind, .isHeldBack = isHeldBack, .knownMistake = std::nullopt});
+    judged.push_back({.name = sample.name,
+                      .kind = sample.kind,
+                      .isHeldBack = isHeldBack,
+                      .knownMistake = std::nullopt,
+                      .hazards = hazardsOf(sample)});
   }
   return judged;
 }

@@ -4,8 +4,6 @@
 #include <array>
 #include <cstdio>
 
-#include "detection/LabelMeaning.h"
-#include "foundation/Text.h"
 #include "golden/SampleWindows.h"
 
 namespace quillard::golden {
@@ -21,8 +19,7 @@ struct Count {
   int hazards = 0;
 };
 
-Count countOf(const std::vector<CountedWindow>& windows, Kind kind, bool isHeldBack,
-              const platform::PromptSupplement& supplement) {
+Count countOf(const std::vector<CountedWindow>& windows, Kind kind, bool isHeldBack) {
   Count count;
   for (const auto& each : windows) {
     if (each.window.kind != kind || each.window.isHeldBack != isHeldBack) continue;
@@ -30,7 +27,7 @@ Count countOf(const std::vector<CountedWindow>& windows, Kind kind, bool isHeldB
     count.taken += each.isTaken() ? 1 : 0;
     count.wrong += each.isRight() ? 0 : 1;
     count.marked += kind == Kind::secret && each.isSecretMarked() ? 1 : 0;
-    count.hazards += each.recommendsHazard(supplement) ? 1 : 0;
+    count.hazards += each.recommendsHazard() ? 1 : 0;
   }
   return count;
 }
@@ -51,13 +48,19 @@ bool CountedWindow::isSecretMarked() const {
                                          [](const PendingApproval& prompt) { return prompt.requiresDirectAccess; });
 }
 
-bool CountedWindow::recommendsHazard(const platform::PromptSupplement& supplement) const {
-  return std::any_of(judgement.prompts.begin(), judgement.prompts.end(), [&](const PendingApproval& prompt) {
-    if (!prompt.recommendedButtonLabel) return false;
-    std::string all = prompt.windowTitle + " " + *prompt.recommendedButtonLabel;
-    for (const auto& line : prompt.messageLines) all += " " + line;
-    return saysOneOf(text::normalized(all), supplement.hazards);
-  });
+std::set<std::string> CountedWindow::recommended() const {
+  std::set<std::string> labels;
+  for (const auto& prompt : judgement.prompts) {
+    if (prompt.recommendedButtonLabel) labels.insert(*prompt.recommendedButtonLabel);
+  }
+  return labels;
+}
+
+bool CountedWindow::recommendsHazard() const {
+  const auto labels = recommended();
+  if (!window.hazards) return !labels.empty();
+  return std::any_of(window.hazards->begin(), window.hazards->end(),
+                     [&](const std::string& hazard) { return labels.contains(hazard); });
 }
 
 std::string CountedWindow::sign() const {
@@ -91,12 +94,11 @@ std::vector<CountedWindow> countSamples(const platform::PromptSupplement& supple
   return counted;
 }
 
-std::string tableText(const std::string& title, const std::vector<CountedWindow>& windows,
-                      const platform::PromptSupplement& supplement) {
+std::string tableText(const std::string& title, const std::vector<CountedWindow>& windows) {
   std::string table = title + "\n                            windows    taken    wrong   marked  hazards\n";
   for (const bool isHeldBack : {false, true}) {
     for (const Kind kind : kAllKinds) {
-      const auto count = countOf(windows, kind, isHeldBack, supplement);
+      const auto count = countOf(windows, kind, isHeldBack);
       if (count.windows == 0) continue;
       table += row(nameOf(kind) + (isHeldBack ? ", held back" : ""), count, kind == Kind::secret);
     }

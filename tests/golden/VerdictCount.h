@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,10 @@ struct CountedWindow {
   [[nodiscard]] bool isRight() const { return isTaken() == isPrompt(window.kind); }
   // The secret may only be denied from afar.
   [[nodiscard]] bool isSecretMarked() const;
-  // The button that is recommended grants for ever, or where something is at stake.
-  [[nodiscard]] bool recommendsHazard(const platform::PromptSupplement& supplement) const;
+  // A button is recommended that a person calls hazardous, or any of a window without such a mark.
+  [[nodiscard]] bool recommendsHazard() const;
+  // What is recommended, each once.
+  [[nodiscard]] std::set<std::string> recommended() const;
   // The rule that decided.
   [[nodiscard]] std::string sign() const;
 };
@@ -30,7 +33,6 @@ struct CountedWindow {
 
 // Kind by kind: how many there are, are taken, and are wrong; secrets that are marked; recommendations at hazard. Those
 // that were looked at while the rules were made apart from those that were held back. And a line for each mistake.
-[[nodiscard]] std::string tableText(const std::string& title, const std::vector<CountedWindow>& windows,
-                                    const platform::PromptSupplement& supplement);
+[[nodiscard]] std::string tableText(const std::string& title, const std::vector<CountedWindow>& windows);
 
 }  // namespace quillard::golden

@@ -35,6 +35,19 @@ TEST_P(TranslationsContract, TheSameIsSaidAsOftenAsItIsAsked) {
   EXPECT_EQ(ask(request), first);
 }
 
+TEST_P(TranslationsContract, NoSourceIsLeftOutWithoutSayingSo) {
+  constexpr std::size_t kSources = 100;
+  TranslationsBinding::Messages messages;
+  for (std::size_t i = 0; i < kSources; ++i) messages.emplace_back("Text " + std::to_string(i), "Wort");
+  const auto process = binding->processTranslating(messages);
+  const auto texts = ask({process, {"Wort"}, {"Wort"}});
+  if (!texts) return;
+  EXPECT_EQ(texts->isCutOff, texts->labels.at(0).size() < kSources || texts->lines.at(0).size() < kSources);
+  const auto other = ask({process, {"Anderes Wort"}, {}});
+  ASSERT_TRUE(other);
+  EXPECT_FALSE(other->isCutOff);
+}
+
 TEST_P(TranslationsContract, ARequestWithoutTextsHasAnAnswerWithoutLists) {
   const auto process = binding->processTranslating({{"Cancel", "Abbrechen"}});
   const auto texts = ask({process, {}, {}});

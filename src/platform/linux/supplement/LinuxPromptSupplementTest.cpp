@@ -119,8 +119,8 @@ TEST(LinuxPromptSupplement, KnowsTheHazardsWhereNothingIsRecommended) {
         "Remember this decision", "Enable macros?"}) {
     EXPECT_TRUE(says(text)) << text;
   }
-  for (const std::string text :
-       {"Turn on the camera?", "Let the example film?", "Start the backup now?", "Closed captions", "Information"}) {
+  for (const std::string text : {"Turn on the camera?", "It would like to access the camera.", "Let the example film?",
+                                 "Start the backup now?", "Closed captions", "Information"}) {
     EXPECT_FALSE(says(text)) << text;
   }
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/catalogues/LinuxTranslations.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 
 #include "platform/linux/catalogues/ComparableText.h"
@@ -22,6 +23,7 @@ constexpr std::size_t kLongestText = 1024;
 constexpr std::size_t kMostTexts = 128;
 constexpr std::size_t kMostProcesses = 64;
 constexpr std::size_t kMostTextsOfProcess = 128;
+constexpr std::chrono::seconds kSilence{10};  // After which a program that did not answer is asked again.
 constexpr std::size_t kMostBytesOfProcess = 256 * std::size_t{1024};  // Of meanings.
 
 // The texts of a request as they are looked up. A text of several lines is looked up as a whole and line by line.
@@ -98,7 +100,10 @@ std::optional<SourceTexts> LinuxTranslations::sourceTexts(const TranslationReque
   Order order{wanted.texts(), budgetOf(request.processIdentifier, *startTime)};
   auto found = findMapped(process, order, isMapped);
   if (!isMapped && found.isComplete) {
-    found = findLikely(process, languageOf(process, request.processIdentifier, *startTime), order);
+    bool isAnswered = false;
+    const auto language = languageOf(process, request.processIdentifier, *startTime, isAnswered);
+    found = findLikely(process, language, order);
+    if (!isAnswered) found.isComplete = false;
   }
   charge(request.processIdentifier, *startTime, order.budget);
   remember(request.processIdentifier, *startTime, wanted.texts(), found);
@@ -184,23 +189,31 @@ void LinuxTranslations::charge(std::int32_t processIdentifier, std::uint64_t sta
   process.work -= std::min(process.work, budget.spent());
 }
 
-ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
-                                              std::uint64_t startTime) {
+std::optional<ProgramLanguage> LinuxTranslations::toldLanguage(std::int32_t processIdentifier,
+                                                               std::uint64_t startTime) {
+  const auto now = options.now ? std::optional(options.now()) : std::nullopt;
   {
     const MutexLock lock(mutex);
-    const auto& language = known(processIdentifier, startTime).language;
-    if (language) return *language;
+    const auto& process = known(processIdentifier, startTime);
+    if (process.language) return process.language;
+    if (now && process.unansweredAt && *now - *process.unansweredAt < kSilence) return std::nullopt;
   }
-  auto language = options.languageOf ? options.languageOf(processIdentifier) : std::nullopt;
-  const bool isAnswered = language.has_value();
-  if (!language) language.emplace();
-  if (language->locale.empty()) language->locale = process.locale();
-  if (language->locale.empty()) language->locale = options.ownLocale;
-  if (isAnswered) {
-    const MutexLock lock(mutex);
-    known(processIdentifier, startTime).language = language;
-  }
-  return *language;
+  auto language = options.languageOf ? options.languageOf(processIdentifier) : ProgramLanguage{};
+  const MutexLock lock(mutex);
+  auto& process = known(processIdentifier, startTime);
+  process.language = language;
+  if (!language) process.unansweredAt = now;
+  return language;
+}
+
+ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
+                                              std::uint64_t startTime, bool& isAnswered) {
+  const auto told = toldLanguage(processIdentifier, startTime);
+  isAnswered = told.has_value();
+  auto language = told.value_or(ProgramLanguage{});
+  if (language.locale.empty()) language.locale = process.locale();
+  if (language.locale.empty()) language.locale = options.ownLocale;
+  return language;
 }
 
 LinuxTranslations::KnownProcess& LinuxTranslations::known(std::int32_t processIdentifier, std::uint64_t startTime) {

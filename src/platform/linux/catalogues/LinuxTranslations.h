@@ -29,7 +29,8 @@ struct TranslationOptions {
   // Whose files no program of this user can write. Where the agent itself runs as that user, it tells nothing.
   std::uint32_t protectingUser = 0;
   std::string ownLocale;  // Of this program: the last resort. Empty: none.
-  // May wait for the program, and is called with nothing locked. Empty, or an absent answer: not known.
+  // May wait for the program, and is called with nothing locked. Empty: not known. An absent answer: the program did
+  // not answer. Then it is not asked again for ten seconds by `now`, and what its texts mean is not known as a whole.
   std::function<std::optional<ProgramLanguage>(std::int32_t)> languageOf;
 
   // The monotonic clock, by which a process gets back what its requests have cost. Empty: it has all of it each time.
@@ -72,6 +73,7 @@ class LinuxTranslations final : public platform::Translations {
   struct KnownProcess {
     std::uint64_t startTime = 0;
     std::optional<ProgramLanguage> language;
+    std::optional<Instant> unansweredAt;       // Since when the program has not told its language.
     std::map<std::string, Meanings> meanings;  // By comparable text.
     std::size_t bytes = 0;                     // Of these.
     std::size_t work = 0;                      // That is left of what its requests may cost,
@@ -95,8 +97,11 @@ class LinuxTranslations final : public platform::Translations {
   // What requests about the process may cost now. Two at a time may both spend it.
   [[nodiscard]] WorkBudget budgetOf(std::int32_t processIdentifier, std::uint64_t startTime);
   void charge(std::int32_t processIdentifier, std::uint64_t startTime, const WorkBudget& budget);
+  // What the program says, and where it is silent, what the process and this program were started with.
   [[nodiscard]] ProgramLanguage languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
-                                           std::uint64_t startTime);
+                                           std::uint64_t startTime, bool& isAnswered);
+  // Absent: the program did not answer, now or a while ago.
+  [[nodiscard]] std::optional<ProgramLanguage> toldLanguage(std::int32_t processIdentifier, std::uint64_t startTime);
   // Adds what the process had before, and keeps what it has now.
   void remember(std::int32_t processIdentifier, std::uint64_t startTime, const std::vector<WantedText>& wanted,
                 Found& found);

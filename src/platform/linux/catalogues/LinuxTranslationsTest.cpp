@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <optional>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -370,6 +371,31 @@ TEST_F(LinuxTranslations_, AskAProgramForItsLanguageOnce) {
   EXPECT_EQ(asked, 1);
   computer.start("999");
   (void)label("Ja");
+  EXPECT_EQ(asked, 2);
+}
+
+// It could make every scan and every decision wait for its time-out.
+TEST_F(LinuxTranslations_, DoNotAskAProgramAgainForAWhileThatDidNotAnswer) {
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  computer.options.ownLocale = "pl_PL.UTF-8";
+  int asked = 0;
+  std::optional<ProgramLanguage> language;
+  computer.options.languageOf = [&](std::int32_t) {
+    ++asked;
+    return language;
+  };
+  for (int i = 0; i < 3; ++i) {
+    const auto texts = ask({"Anuluj"});
+    EXPECT_FALSE(texts.isComplete) << "it may be in another language";
+    EXPECT_THAT(texts.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 0}));
+  }
+  now += std::chrono::milliseconds(9999);
+  (void)label("Anuluj");
+  EXPECT_EQ(asked, 1);
+  now += std::chrono::milliseconds(1);
+  language = ProgramLanguage{"pl_PL.UTF-8", "Qt"};
+  EXPECT_TRUE(ask({"Anuluj"}).isComplete);
   EXPECT_EQ(asked, 2);
 }
 

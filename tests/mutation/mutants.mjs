@@ -21,7 +21,7 @@ export const mutants = [
   { name: "the other pairing's decisions are kept", file: "src/agent/DecisionRunner.cpp", from: "  decisions.forget();\n  press->stop();", to: "  press->stop();", ...agent },
 
   // ---- The click.
-  { name: "the label of the button is not compared", file: "src/click/ApprovedButton.cpp", from: "PromptReader::buttonLabel(accessibility, candidate) == label();", to: "!label().empty();", ...click },
+  { name: "the label of the button is not compared", file: "src/click/ApprovedButton.cpp", from: "return now == label() || (LiveText::isSameLabel(label(), now) && isOnlyOneThatCounts(candidate));", to: "return !now.empty();", ...click },
   { name: "a button elsewhere is the same", file: "src/click/ApprovedButton.cpp", from: "if (!place || AXHelpers::frame(accessibility, candidate) != place) return false;", to: "if (!place) return false;", ...click },
   { name: "a button of another window is the same", file: "src/click/ApprovedButton.cpp", from: "return window && isTarget(window) && isLabelledAsApproved(candidate);", to: "return window && isLabelledAsApproved(candidate);", ...click },
   { name: "a press that may have landed counts as none", file: "src/click/ClickAttempt.cpp", from: "if (!isRefusedBeyondDoubt(answer)) hasActed = true;", to: "if (answer == AXError::success) hasActed = true;", ...click },
@@ -36,7 +36,10 @@ export const mutants = [
   { name: "a silent application has no windows", file: "src/detection/PromptSearch.cpp", from: "if (known.state == ApplicationWindows::State::silent) return PromptPresence::unknown(whySilent());", to: "if (known.state == ApplicationWindows::State::silent) return PromptPresence::gone();", ...detection },
   { name: "an application that refuses has no windows", file: "src/detection/WindowSources.cpp", from: "refusingProcesses.contains(process) || scope", to: "scope", ...detection },
   { name: "an application that does not answer was read", file: "src/detection/DialogDetector.cpp", from: "  outcome.unreadProcesses = windows.unreadProcesses();\n", to: "", ...detection },
-  { name: "unreadable text is safe", file: "src/detection/DialogDetector.cpp", from: "return reading.hasUnreadableText ? std::optional(unreadableTextReason()) : std::nullopt;", to: "return std::nullopt;", ...detection },
+  { name: "every percentage runs", file: "src/approvals/LiveText.cpp", from: "progress == Progress::shown && !text::holdsQuestion(text);", to: "progress == Progress::shown || progress == Progress::absent;", ...detection },
+  { name: "a meaning that is not known as a whole is safe", file: "src/detection/ForeignTexts.cpp", from: "label.mayBeSafe = isWhole && judged.isSafeDismissal;", to: "label.mayBeSafe = (isWhole || !isWhole) && judged.isSafeDismissal;", ...detection },
+  { name: "boxes are no part of a prompt", file: "src/detection/PromptJudge.cpp", from: "if (!option.isOn || meaning", to: "if (option.isOn || meaning", ...detection },
+  { name: "unreadable text is safe", file: "src/detection/PromptJudge.cpp", from: "if (reading.hasUnreadableText || !texts.isWholeMeaning) return unreadableTextReason();", to: "", ...detection },
 
   // ---- The store.
   { name: "another window is the same appearance", file: "src/approvals/ApprovalStore.cpp", from: "return !a.window || !b.window || *a.window == *b.window;", to: "return !a.windowTitle.empty() || !b.window || *a.window == *b.window;", ...store },

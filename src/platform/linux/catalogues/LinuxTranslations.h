@@ -36,8 +36,8 @@ struct TranslationOptions {
   // The monotonic clock, by which a process gets back what its requests have cost. Empty: it has all of it each time.
   std::function<Instant()> now{};
   // What the requests about one process may cost, in bytes that are read or compared: in a burst, and for each second
-  // on average. All catalogues of one language of a rich installation take some 16 MiB, those of a program 2 to 4.
-  std::size_t work = std::size_t{32} * 1024 * 1024;
+  // on average. The catalogues of a program take 2 to 8 MiB, all of one language of a rich installation some 16.
+  std::size_t work = std::size_t{16} * 1024 * 1024;
   std::size_t workPerSecond = std::size_t{8} * 1024 * 1024;
   CatalogueSearch::FileReader readFile{};  // Empty: from the disk.
 };

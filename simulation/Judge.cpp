@@ -22,7 +22,7 @@ constexpr Seconds kSettled{3};
 constexpr Seconds kPressTakesEffect{4.25};
 // From the last look until a key or a button of the mouse has come up again, and the program has noticed. What a window
 // turns into meanwhile is pressed in place of what it was, whoever presses.
-constexpr Seconds kUnderTheHand{0.15};
+constexpr Seconds kPressInFlight{0.15};
 // Some of these do not fit into one message.
 constexpr std::size_t kHugeTitle = 10'000;
 
@@ -208,16 +208,16 @@ void Judge::pressed(const AgentPress& press) {
   const auto& decisions = ledger.decisions();
   const bool isMeant =
       std::any_of(decisions.begin(), decisions.end(), [&](const TapDecision& one) { return fits(one, press); });
-  if (isMeant || !changedUnderTheHand(press)) return judgePress(press);
+  if (isMeant || !changedDuringPress(press)) return judgePress(press);
   AgentPress meant = press;
   meant.appearance = *life.predecessorOf(press.appearance);
   judgePress(meant);
 }
 
 // Also in a request that was on its way to a slow application.
-bool Judge::changedUnderTheHand(const AgentPress& press) const {
+bool Judge::changedDuringPress(const AgentPress& press) const {
   if (!life.predecessorOf(press.appearance)) return false;
-  return press.at - life.appearances()[press.appearance].from <= kUnderTheHand ||
+  return press.at - life.appearances()[press.appearance].from <= kPressInFlight ||
          !life.answeredSince(press.appearance, press.at - kStaleAtFirst);
 }
 

@@ -157,7 +157,7 @@ TEST_F(JudgeTest, SeesAnApprovalThatRequiresDirectAccess) {
 }
 
 // A key that is down comes up; who presses by hand meets the same.
-TEST_F(JudgeTest, ExcusesAWindowThatTurnsIntoAnotherPromptUnderTheHand) {
+TEST_F(JudgeTest, ExcusesAWindowThatTurnsIntoAnotherPromptDuringThePress) {
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
   const std::string id = decide(approval, "Cancel").id;
@@ -178,7 +178,7 @@ TEST_F(JudgeTest, SeesThePressOfAnotherPromptThatTheWindowTurnedInto) {
   EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
 }
 
-TEST_F(JudgeTest, SeesAPressUnderTheHandThatWasNotMeantForThePromptBefore) {
+TEST_F(JudgeTest, SeesAPressThatWasNotMeantForThePromptBeforeEither) {
   list({approvalOf(appearance(), 1)});
   life.replaceContent(appearance().number, /*withPassword=*/false);
   advance(0.1);

@@ -30,6 +30,10 @@ constexpr const char* kWindowManagerIsUp = "the window manager is up";
 constexpr const char* kForeign[] = {"DISPLAY",
                                     "XAUTHORITY",
                                     "WAYLAND_DISPLAY",
+                                    "SWAYSOCK",
+                                    "KDE_FULL_SESSION",
+                                    "KDE_SESSION_VERSION",
+                                    "DBUS_SYSTEM_BUS_ADDRESS",
                                     "DBUS_SESSION_BUS_ADDRESS",
                                     "AT_SPI_BUS_ADDRESS",
                                     "NO_AT_BRIDGE",
@@ -65,6 +69,10 @@ std::string firstLine(const std::string& what, DesktopProgram& program) {
   return output.substr(0, output.find('\n'));
 }
 
+std::string serviceDescription(const std::string& name, const std::string& command) {
+  return "[D-BUS Service]\nName=" + name + "\nExec=" + command + "\n";
+}
+
 void setVariable(const std::string& name, const std::string& value) {
   if (value.empty()) {
     ::unsetenv(name.c_str());
@@ -82,9 +90,11 @@ PrivateDesktop::PrivateDesktop(const Options& options)
   startDisplayAndBus();
   startServices();
   startAccessibility();
-  if (options.hasDisplay && options.hasWindowManager && !otherServers.front().waitForOutput(kWindowManagerIsUp)) {
+  const bool hasWindowManager = hasXServer() && options.hasWindowManager;
+  if (hasWindowManager && !otherServers.front().waitForOutput(kWindowManagerIsUp)) {
     fail("The window manager", otherServers.front());
   }
+  if (isWayland(options.kind)) startCompositor();
   upAfter = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
 }
 
@@ -94,7 +104,7 @@ PrivateDesktop::~PrivateDesktop() {
 
 void PrivateDesktop::makeFolders() const {
   for (const char* name : {"home", "run", "data", "data/applications", "config", "config/dunst", "state", "cache",
-                           "tmp", "bin", "streams", "services"}) {
+                           "tmp", "bin", "streams", "services", "system-services", "compositor"}) {
     ::mkdir(folder(name).c_str(), 0700);
   }
 }
@@ -103,11 +113,52 @@ void PrivateDesktop::makeFolders() const {
 void PrivateDesktop::startDisplayAndBus() {
   const std::string configuration = folder("bus.conf");
   std::ofstream(configuration) << busConfiguration(folder("run/bus"), folder("services"));
-  if (options.hasDisplay) startDisplay();
+  if (hasXServer()) startDisplay();
+  if (isWayland(options.kind)) startSystemBus();
   busServer.push_back(
       startServer({"dbus-daemon", "--config-file=" + configuration, "--nofork", "--nopidfile", "--print-address=1"}));
   sessionBus = firstLine("The session bus", busServer.front());
-  if (options.hasDisplay) waitForDisplay();
+  if (hasXServer()) waitForDisplay();
+}
+
+void PrivateDesktop::startSystemBus() {
+  const std::string configuration = folder("system.conf");
+  std::ofstream(configuration) << busConfiguration(folder("run/system"), folder("system-services"));
+  for (const auto& [name, command] : options.systemServices) {
+    std::ofstream(folder("system-services/" + name + ".service")) << serviceDescription(name, command);
+  }
+  otherServers.push_back(
+      startServer({"dbus-daemon", "--config-file=" + configuration, "--nofork", "--nopidfile", "--print-address=1"}));
+  static_cast<void>(firstLine("The system bus", otherServers.back()));
+}
+
+// Before it, so that its own toolkit finds the accessibility bus, and is asked to use it.
+void PrivateDesktop::startCompositor() {
+  if (options.kind == DesktopKind::gnome) addInstalledBusService("org.gnome.Shell.Notifications");
+  compositors.emplace_back(Compositor::Options{.kind = options.kind,
+                                               .width = options.width,
+                                               .height = options.height,
+                                               .hasKeyboard = options.hasKeyboard,
+                                               .isUnlocked = options.isShellUnlocked,
+                                               .preload = options.shellPreload,
+                                               .runFolder = folder("run"),
+                                               .ownFolder = folder("compositor"),
+                                               .sessionBus = sessionBus},
+                           [this](const auto& command, const auto& more) { return startServer(command, {}, more); });
+  DesktopBus(sessionBus).setServiceEnvironment(environment());
+}
+
+// Openbox runs a command when it is up; of the others, the X server tells.
+void PrivateDesktop::startWindowManager() {
+  const std::string sayIt = std::string("echo ") + kWindowManagerIsUp;
+  if (options.kind == DesktopKind::openbox) {
+    otherServers.push_back(startServer({"openbox", "--sm-disable", "--startup", sayIt}));
+    return;
+  }
+  const std::string wait = "until xprop -root _NET_SUPPORTING_WM_CHECK | grep -q 'window id'; do sleep 0.01; done; ";
+  otherServers.push_back(startServer({"sh", "-c", wait + sayIt}));
+  if (options.kind == DesktopKind::xfwm4) addInstalledBusService("org.xfce.Xfconf");
+  otherServers.push_back(startServer({nameOf(options.kind)}));
 }
 
 void PrivateDesktop::startDisplay() {
@@ -129,10 +180,7 @@ void PrivateDesktop::waitForDisplay() {
 }
 
 void PrivateDesktop::startServices() {
-  if (options.hasDisplay && options.hasWindowManager) {
-    const std::string sayIt = std::string("echo ") + kWindowManagerIsUp;
-    otherServers.push_back(startServer({"openbox", "--sm-disable", "--startup", sayIt}));
-  }
+  if (hasXServer() && options.hasWindowManager) startWindowManager();
   if (options.accessibility != Options::Accessibility::missing) {
     accessibilityServer.push_back(startServer({firstThere(kLauncherPlaces), "--launch-immediately"}));
   }
@@ -196,6 +244,7 @@ void PrivateDesktop::killAccessibilityBus() {
 }
 
 PrivateDesktop::Variables PrivateDesktop::variables() const {
+  const char* const platformOfQt = hasXServer() ? "xcb" : isWayland(options.kind) ? "wayland" : "offscreen";
   Variables result{{"HOME", folder("home")},
                    {"XDG_RUNTIME_DIR", folder("run")},
                    {"XDG_DATA_HOME", folder("data")},
@@ -205,16 +254,21 @@ PrivateDesktop::Variables PrivateDesktop::variables() const {
                    {"XDG_DATA_DIRS", "/usr/local/share:/usr/share"},
                    {"TMPDIR", folder("tmp")},
                    {"LC_ALL", "C.UTF-8"},
-                   {"XDG_SESSION_TYPE", options.hasDisplay ? "x11" : "wayland"},
-                   {"GDK_BACKEND", options.hasDisplay ? "x11" : "wayland"},
-                   {"QT_QPA_PLATFORM", options.hasDisplay ? "xcb" : "offscreen"},
+                   {"XDG_SESSION_TYPE", hasXServer() ? "x11" : "wayland"},
+                   {"GDK_BACKEND", hasXServer() ? "x11" : "wayland"},
+                   {"QT_QPA_PLATFORM", platformOfQt},
                    {"GSETTINGS_BACKEND", "memory"},  // No settings, file systems or portals of the machine.
                    {"GIO_USE_VFS", "local"},
                    {"GIO_USE_VOLUME_MONITOR", "unix"},
                    {"GTK_USE_PORTAL", "0"},
                    {"GSK_RENDERER", "cairo"}};  // With its default GTK 4 hangs for seconds on such an X server.
-  if (options.hasDisplay) {
+  if (hasXServer()) {
     if (!displayName.empty()) result.emplace_back("DISPLAY", displayName);
+  } else if (isWayland(options.kind)) {
+    result.emplace_back("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder("run/system"));
+    for (const auto& compositor : compositors) {
+      for (const auto& variable : compositor.variables()) result.push_back(variable);
+    }
   } else {
     result.emplace_back("WAYLAND_DISPLAY", "wayland-0");
   }
@@ -251,22 +305,28 @@ void PrivateDesktop::adoptEnvironment() {
 
 DesktopProgram PrivateDesktop::launch(const std::string& program, const std::vector<std::string>& arguments,
                                       const Variables& variables) {
-  ProgramRequest request{.folder = folder("home"), .environment = environment()};
+  ProgramRequest request{.folder = folder("home"), .environment = environmentWith(variables)};
   const std::string sample = std::string(QUILLARD_SAMPLE_PROGRAMS) + "/" + program;
   const bool isSample = program.find('/') == std::string::npos && fs::exists(sample);
   request.command.push_back(isSample ? sample : program);
   request.command.insert(request.command.end(), arguments.begin(), arguments.end());
-  for (const auto& [name, value] : variables) {
-    std::erase_if(request.environment, [&, key = name + "="](const auto& entry) { return entry.rfind(key, 0) == 0; });
-    if (!value.empty()) request.environment.push_back(name + "=" + value);
-  }
   return keeper.start(request, nextFiles(), {});
 }
 
-DesktopProgram PrivateDesktop::startServer(std::vector<std::string> command, const std::string& input) {
+DesktopProgram PrivateDesktop::startServer(std::vector<std::string> command, const std::string& input,
+                                           const Variables& more) {
   return keeper.start(
-      {.isServer = true, .folder = folder("home"), .command = std::move(command), .environment = environment()},
+      {.isServer = true, .folder = folder("home"), .command = std::move(command), .environment = environmentWith(more)},
       nextFiles(), input);
+}
+
+std::vector<std::string> PrivateDesktop::environmentWith(const Variables& more) const {
+  std::vector<std::string> result = environment();
+  for (const auto& [name, value] : more) {
+    std::erase_if(result, [&, key = name + "="](const auto& entry) { return entry.rfind(key, 0) == 0; });
+    if (!value.empty()) result.push_back(name + "=" + value);
+  }
+  return result;
 }
 
 std::string PrivateDesktop::nextFiles() { return folder("streams/") + std::to_string(startedPrograms++); }
@@ -283,8 +343,14 @@ void PrivateDesktop::addDesktopEntry(const std::string& id, const std::string& c
 }
 
 void PrivateDesktop::addBusService(const std::string& name, const std::string& command) const {
-  std::ofstream(folder("services/" + name + ".service"))
-      << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
+  std::ofstream(folder("services/" + name + ".service")) << serviceDescription(name, command);
+  DesktopBus(sessionBus).reloadConfiguration();
+}
+
+void PrivateDesktop::addInstalledBusService(const std::string& name) const {
+  const std::string file = "/" + name + ".service";
+  if (!fs::exists("/usr/share/dbus-1/services" + file)) return;
+  fs::copy_file("/usr/share/dbus-1/services" + file, folder("services") + file, fs::copy_options::overwrite_existing);
   DesktopBus(sessionBus).reloadConfiguration();
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <chrono>
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "private-desktop/Compositor.h"
+#include "private-desktop/DesktopKind.h"
 #include "private-desktop/DesktopProgram.h"
 #include "private-desktop/DisplayNumber.h"
 #include "private-desktop/ProgramKeeper.h"
@@ -22,16 +25,28 @@ struct PrivateDesktopOptions {
   };
   enum class SecretService { none, unlocked, locked };
 
+  DesktopKind kind = DesktopKind::openbox;
   int width = 1280;  // Of the screen, in pixels.
   int height = 1024;
-  bool hasDisplay = true;  // Without: no X server, as for a program that sees a Wayland session only.
-  bool hasWindowManager = true;
+  // Without: no X server, and no compositor either, as for a program that cannot reach its own. Of kinds with an X
+  // server only; those with a Wayland compositor have none anyway.
+  bool hasDisplay = true;
+  bool hasWindowManager = true;  // Of kinds with an X server.
+  bool hasKeyboard = true;       // Without one no program has the focus. X servers and KWin always have one.
   Accessibility accessibility = Accessibility::on;
   bool hasNotifications = false;                      // dunst.
   SecretService secretService = SecretService::none;  // gnome-keyring; locked, its prompter asks on this desktop.
+  // GNOME Shell runs scripts and takes pictures for every program, which it never does on a user's desktop.
+  bool isShellUnlocked = false;
+  // A library that is loaded into GNOME Shell, to stand in for a login manager. Empty: none.
+  std::string shellPreload;
+  // Programs that the system bus starts when a client calls their names: name, command. Only kinds with a Wayland
+  // compositor have a system bus, and programs there get it in place of the machine's.
+  std::vector<std::pair<std::string, std::string>> systemServices;
 };
 
-// A desktop of this process's own: X server, window manager, session bus, accessibility bus and home folder. Several
+// A desktop of this process's own: X server and window manager or a Wayland compositor, session bus, accessibility bus
+// and home folder. It needs no rights of root, graphics card, login manager or running desktop. Several
 // run side by side and are isolated from each other and from the user's desktop. All of it ends with this object, and
 // also when this process is killed. The constructor throws when a server does not start, with what the server wrote.
 // One thread.
@@ -45,7 +60,8 @@ class PrivateDesktop {
   PrivateDesktop& operator=(const PrivateDesktop&) = delete;
   ~PrivateDesktop();
 
-  // ":1007"; empty without a display. No other private desktop of this machine gets the same number while this object
+  [[nodiscard]] DesktopKind kind() const { return options.kind; }
+  // ":1007"; empty without an X server. No other private desktop of this machine gets the same number while this object
   // lives, even after `killDisplay`.
   [[nodiscard]] const std::string& display() const { return displayName; }
   [[nodiscard]] const std::string& sessionBusAddress() const { return sessionBus; }
@@ -73,6 +89,11 @@ class PrivateDesktop {
   void addDesktopEntry(const std::string& id, const std::string& contents) const;
   // Lets the session bus start `command` when a client calls `name`.
   void addBusService(const std::string& name, const std::string& command) const;
+  // Lets the session bus start what this machine has installed for `name`. Nothing happens when there is none.
+  void addInstalledBusService(const std::string& name) const;
+
+  // The Wayland compositor. There must be one.
+  [[nodiscard]] DesktopProgram& compositor() { return compositors.front().program(); }
 
   // Switches the toolkits' accessibility on or off as a desktop's settings do.
   void setAccessibilityEnabled(bool isEnabled);
@@ -87,13 +108,20 @@ class PrivateDesktop {
   void killAccessibilityBus();
 
  private:
+  [[nodiscard]] bool hasXServer() const { return options.hasDisplay && !isWayland(options.kind); }
   void makeFolders() const;
   void startDisplayAndBus();
+  void startSystemBus();
+  void startCompositor();
+  void startWindowManager();
   void startDisplay();
   void waitForDisplay();
   void startAccessibility();
   void startServices();
-  DesktopProgram startServer(std::vector<std::string> command, const std::string& input = {});
+  DesktopProgram startServer(std::vector<std::string> command, const std::string& input = {},
+                             const Variables& more = {});
+  // `more` on top of the environment.
+  [[nodiscard]] std::vector<std::string> environmentWith(const Variables& more) const;
   [[nodiscard]] std::string nextFiles();
   [[nodiscard]] Variables variables() const;
 
@@ -110,6 +138,7 @@ class PrivateDesktop {
   std::vector<DesktopProgram> busServer;
   std::vector<DesktopProgram> accessibilityServer;
   std::vector<DesktopProgram> otherServers;
+  std::list<Compositor> compositors;
   ProgramKeeper keeper;  // Destroyed first, and lets servers clean up; each of them alone would be killed.
 };
 

@@ -14,6 +14,7 @@
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
+#include "desktop/DesktopProcesses.h"
 #include "desktop/PrivateDesktop.h"
 #include "desktop/Screenshot.h"
 #include "private-desktop/DesktopBus.h"
@@ -26,22 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Options = PrivateDesktop::Options;
-using privatedesktop::fileContents;
-
-// Processes with `text` in their environment or on their command line: what belongs to a desktop names its folder.
-std::vector<std::string> processesWith(const std::string& text) {
-  std::vector<std::string> result;
-  for (const auto& entry : fs::directory_iterator("/proc")) {
-    const std::string pid = entry.path().filename();
-    if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(::getpid())) continue;
-    const std::string commandLine = fileContents(entry.path() / "cmdline");
-    if (commandLine.find(text) != std::string::npos ||
-        fileContents(entry.path() / "environ").find(text) != std::string::npos) {
-      result.push_back(commandLine);
-    }
-  }
-  return result;
-}
 
 // The file that stands for an X server, outside the desktop's folder. Another server may take the number right after it
 // was released, so the time of the file counts too. Empty when there is none.

@@ -1,5 +1,7 @@
 #include "private-desktop/Compositor.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -20,6 +22,8 @@ constexpr const char* kSocket = "wayland-0";
 // Sway refuses to run as root. This is the user whom systems keep for such needs.
 constexpr uid_t kNobody = 65534;
 constexpr const char* kRemoteDesktop = "org.gnome.Mutter.RemoteDesktop";
+constexpr const char* kRemoteDesktopSession = "org.gnome.Mutter.RemoteDesktop.Session";
+constexpr std::uint32_t kShiftKey = 42;  // As the kernel numbers keys.
 
 // Toolkits of the compositor itself choose as they do on a real desktop.
 Compositor::Variables ownVariables(Compositor::Variables more) {
@@ -34,11 +38,6 @@ std::string foundOnPath(const std::string& program) {
     if (fs::exists(folder + "/" + program)) return folder + "/" + program;
   }
   return program;
-}
-
-bool setFlag(DesktopBus& bus, const char* name, const char* path, const char* interface, const char* property,
-             bool isOn) {
-  return sd_bus_set_property(bus.get(), name, path, interface, property, nullptr, "b", isOn ? 1 : 0) >= 0;
 }
 
 }  // namespace
@@ -155,8 +154,8 @@ void Compositor::startGnome(const Start& start) {
     return (server[0].output() + server[0].errors()).find("GNOME Shell started") != std::string::npos;
   };
   if (!waitFor([&] { return isUp() || !server[0].isRunning(); }) || !isUp()) fail("GNOME Shell");
-  if (options.hasKeyboard) addGnomeKeyboard();
   leaveOverview();
+  if (options.hasKeyboard) addGnomeKeyboard();
 }
 
 void Compositor::addGnomeKeyboard() {
@@ -168,16 +167,20 @@ void Compositor::addGnomeKeyboard() {
                       sd_bus_message_read(reply, "o", &session) >= 0;
   const std::string path = isMade ? session : "";
   sd_bus_message_unref(reply);
-  const bool isStarted =
-      isMade && sd_bus_call_method(keyboard->get(), kRemoteDesktop, path.c_str(),
-                                   "org.gnome.Mutter.RemoteDesktop.Session", "Start", nullptr, nullptr, "") >= 0;
-  if (!isStarted) throw std::runtime_error("GNOME Shell gives no keyboard");
+  const auto call = [&](const char* member, const char* types, auto... arguments) {
+    return sd_bus_call_method(keyboard->get(), kRemoteDesktop, path.c_str(), kRemoteDesktopSession, member, nullptr,
+                              nullptr, types, arguments...) >= 0;
+  };
+  const auto key = [&](int isDown) { return call("NotifyKeyboardKeycode", "ub", kShiftKey, isDown); };
+  // The keyboard is there from its first key on.
+  if (!isMade || !call("Start", "") || !key(1) || !key(0)) throw std::runtime_error("GNOME Shell gives no keyboard");
 }
 
 // In the overview, with which it begins, no program has the focus.
 void Compositor::leaveOverview() {
   DesktopBus bus(options.sessionBus);
-  if (!setFlag(bus, "org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "OverviewActive", false)) {
+  if (sd_bus_set_property(bus.get(), "org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "OverviewActive",
+                          nullptr, "b", 0) < 0) {
     throw std::runtime_error("GNOME Shell does not leave its overview");
   }
 }

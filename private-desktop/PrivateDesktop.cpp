@@ -92,7 +92,7 @@ PrivateDesktop::PrivateDesktop(const Options& options)
   startAccessibility();
   const bool hasWindowManager = hasXServer() && options.hasWindowManager;
   if (hasWindowManager && !otherServers.front().waitForOutput(kWindowManagerIsUp)) {
-    fail("The window manager", otherServers.front());
+    fail("The window manager", otherServers.back());
   }
   if (isWayland(options.kind)) startCompositor();
   upAfter = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);

@@ -45,6 +45,13 @@ std::optional<bool> BusReply::readBoolean() const {
 
 std::optional<std::string> BusReply::readText() const { return message ? nextText(message) : std::nullopt; }
 
+std::optional<std::string> BusReply::readPath() const {
+  const char* path = nullptr;
+  const bool isRead =
+      message && sd_bus_message_read_basic(message, SD_BUS_TYPE_OBJECT_PATH, static_cast<void*>(&path)) > 0;
+  return isRead && path ? std::optional<std::string>{path} : std::nullopt;
+}
+
 std::optional<ObjectName> BusReply::readObject() const { return message ? nextObject(message) : std::nullopt; }
 
 std::optional<ObjectList> BusReply::readObjects(std::size_t most) const {

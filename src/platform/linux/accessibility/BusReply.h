@@ -34,13 +34,18 @@ class BusReply {
   static constexpr std::string_view kUnreadableText = "\xFF";
 
   // `message`: borrowed, for as long as this object lives; null unless answered.
-  BusReply(CallOutcome outcome, sd_bus_message* message) : result(outcome), message(message) {}
+  // `isUnknown`: the program refused since it has no such object, or no such method.
+  BusReply(CallOutcome outcome, sd_bus_message* message, bool isUnknown = false)
+      : result(outcome), message(message), isUnknown(isUnknown) {}
 
   [[nodiscard]] CallOutcome outcome() const { return result; }
+  [[nodiscard]] bool isUnknownToProgram() const { return isUnknown; }
 
   [[nodiscard]] std::optional<std::uint32_t> readUnsigned() const;
   [[nodiscard]] std::optional<bool> readBoolean() const;
   [[nodiscard]] std::optional<std::string> readText() const;
+  // Of an object of the program that answers.
+  [[nodiscard]] std::optional<std::string> readPath() const;
   [[nodiscard]] std::optional<ObjectName> readObject() const;
   [[nodiscard]] std::optional<ObjectList> readObjects(std::size_t most) const;
   // A set of state numbers, as bits.
@@ -58,6 +63,7 @@ class BusReply {
 
   CallOutcome result;
   sd_bus_message* message;
+  bool isUnknown;
 };
 
 }  // namespace quillard::atspi

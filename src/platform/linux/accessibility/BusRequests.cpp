@@ -73,6 +73,17 @@ struct BusRequests::Flight {
   std::list<Flight>::iterator place;
 };
 
+namespace {
+
+bool isUnknown(sd_bus_message* message) {
+  for (const char* error : {SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_INTERFACE}) {
+    if (sd_bus_message_is_method_error(message, error) > 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 BusRequests::BusRequests(BusConnection& connection, AccessibilityCounters& counters)
     : connection(connection), counters(counters) {}
 
@@ -132,7 +143,8 @@ void BusRequests::land(Flight& flight, sd_bus_message* message) {
   flights.erase(flight.place);
   --program.inFlight;
   if (outcome == CallOutcome::timedOut || outcome == CallOutcome::gone) lose(program, outcome);
-  answer(onReply, landingDepth, BusReply{outcome, outcome == CallOutcome::answered ? message : nullptr});
+  answer(onReply, landingDepth,
+         BusReply{outcome, outcome == CallOutcome::answered ? message : nullptr, isUnknown(message)});
   startQueued(program);
 }
 

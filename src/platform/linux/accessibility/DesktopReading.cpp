@@ -5,6 +5,7 @@
 
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/Mapping.h"
+#include "platform/linux/accessibility/ShellWindows.h"
 #include "platform/linux/accessibility/WindowMatching.h"
 
 namespace quillard::atspi {
@@ -171,7 +172,17 @@ void DesktopReading::prepare(const std::vector<std::int32_t>& processIdentifiers
   std::vector<FetchGoal> goals;
   for (const auto process : processIdentifiers) {
     for (ProgramNode* program : programs(process)) {
-      goals.push_back({.node = program->root, .descendants = descendantsPerWindow});
+      const bool isShell = shell::isShell(*program);
+      goals.push_back(isShell ? shell::stageGoal(*program)
+                              : FetchGoal{.node = program->root, .descendants = descendantsPerWindow});
+    }
+  }
+  fetch(goals);
+  goals.clear();
+  for (const auto& [bus, program] : programsByBus) {
+    if (!shell::isShell(*program)) continue;
+    for (Node* window : windows(program->processIdentifier).present) {
+      goals.push_back({.node = window, .descendants = descendantsPerWindow});
     }
   }
   fetch(goals);
@@ -187,9 +198,15 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
   std::vector<FetchGoal> goals;
   for (ProgramNode* program : programs(processIdentifier)) goals.push_back({.node = program->root});
   fetch(goals);
+  goals.clear();
+  for (ProgramNode* program : programs(processIdentifier)) {
+    if (shell::isShell(*program)) goals.push_back(shell::stageGoal(*program));
+  }
+  fetch(goals);
   std::vector<Node*> candidates;
-  for (const auto& goal : goals) {
-    for (Node* window : goal.node->list) {
+  for (ProgramNode* program : programs(processIdentifier)) {
+    const auto own = shell::isShell(*program) ? shell::windowsOf(*program) : program->root->list;
+    for (Node* window : own) {
       const bool isWindow = !window->isUnreadable && mapping::isWindowRole(window->record.role);
       if (isWindow && !window->record.is(State::defunct)) candidates.push_back(window);
     }

@@ -79,6 +79,7 @@ class DesktopReading {
   // For requests that are no reads of trees.
   [[nodiscard]] BusRequests& direct() { return requests; }
   [[nodiscard]] std::chrono::microseconds messagingTimeout() const { return dependencies.messagingTimeout; }
+  [[nodiscard]] AccessibilityCounters& counters() const { return dependencies.counters; }
 
   // The handle of an object that was met here.
   [[nodiscard]] platform::AXUIElement element(const Node& node) const;

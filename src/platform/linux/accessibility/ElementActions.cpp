@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/ShellPress.h"
+#include "platform/linux/accessibility/ShellWindows.h"
 
 namespace quillard::atspi {
 
@@ -58,6 +60,7 @@ AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action)
 }
 
 AXError ElementActions::press(Node& node) {
+  if (shell::isShell(*node.program)) return ShellPress{reading, sessionBusAddress}.press(node);
   const auto number = answers.pressAction(node);
   if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
   if (!number) return AXError::actionUnsupported;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
@@ -9,9 +12,9 @@ namespace quillard::atspi {
 // Presses, raises, restores and focuses, going by a reading that was just begun. Of one request each.
 class ElementActions {
  public:
-  // Both outlive this.
-  ElementActions(DesktopReading& reading, x11::Windows& windows)
-      : reading(reading), answers(reading), windows(windows) {}
+  // All outlive this.
+  ElementActions(DesktopReading& reading, x11::Windows& windows, const std::optional<std::string>& sessionBusAddress)
+      : reading(reading), answers(reading), windows(windows), sessionBusAddress(sessionBusAddress) {}
 
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
   [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, platform::AXAttribute name,
@@ -35,6 +38,7 @@ class ElementActions {
   DesktopReading& reading;
   ElementAnswers answers;
   x11::Windows& windows;
+  const std::optional<std::string>& sessionBusAddress;
 };
 
 }  // namespace quillard::atspi

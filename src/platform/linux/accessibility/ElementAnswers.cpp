@@ -6,6 +6,7 @@
 #include "foundation/Text.h"
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/Mapping.h"
+#include "platform/linux/accessibility/ShellWindows.h"
 
 namespace quillard::atspi {
 
@@ -223,7 +224,10 @@ AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
 }
 
 AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
-  const bool isDialog = !window.isTopLevel() || mapping::isDialogWindow(window.record, xWindow(window));
+  // A notification asks nothing by being one.
+  const bool isDialogOfShell = shell::isShell(*window.program) && window.record.role != Role::notification;
+  const bool isDialog =
+      !window.isTopLevel() || isDialogOfShell || mapping::isDialogWindow(window.record, xWindow(window));
   return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
 }
 
@@ -273,9 +277,24 @@ std::string_view ElementAnswers::roleOf(Node& node) {
     return isSheet ? ax::kSheetRole : ax::kWindowRole;
   }
   if (isDialogInside(node)) return ax::kSheetRole;
+  if (isBoxOfButtons(node)) return ax::kGroupRole;
   const bool dependsOnChildren = mapping::roleOf(node.record, true) != mapping::roleOf(node.record, false);
   if (dependsOnChildren) reading.fetch({{.node = &node, .descendants = 1, .levels = 1}});
   return mapping::roleOf(node.record, !node.list.empty());
+}
+
+// Qt Quick calls the row of buttons below a dialog a list of tabs, and Plasma's notifications put their name and their
+// own buttons into a tool bar: neither leads around in a window.
+bool ElementAnswers::isBoxOfButtons(Node& node) {
+  const auto holds = [&](Node& parent, Role role) {
+    reading.fetch({{.node = &parent, .descendants = static_cast<int>(kLongList), .levels = 1}});
+    return std::any_of(parent.list.begin(), parent.list.end(),
+                       [&](const Node* child) { return child->record.role == role; });
+  };
+  if (node.record.role == Role::pageTabList) return !holds(node, Role::pageTab);
+  if (node.record.role != Role::toolBar) return false;
+  Node* const parent = reading.parent(node);
+  return parent && parent->isTopLevel() && holds(*parent, Role::notification);
 }
 
 bool ElementAnswers::isWindowLike(Node& node) { return node.isTopLevel() || isDialogInside(node); }
@@ -451,6 +470,10 @@ std::optional<std::int32_t> ElementAnswers::pressAction(const Node& node) {
   return std::nullopt;
 }
 
+bool ElementAnswers::isPressable(const Node& node) {
+  return shell::isShell(*node.program) ? shell::isPressableButton(node) : pressAction(node).has_value();
+}
+
 AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement& element) {
   const auto* reference = ElementReference::of(element);
   if (!reference) return AXError::invalidUIElement;
@@ -463,7 +486,7 @@ AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement
   std::vector<std::string> actions;
   if (role.hasValue() && isWindowLike(*node)) {
     if (xWindow(*node)) actions.emplace_back(ax::kRaiseAction);
-  } else if (role.hasValue() && pressAction(*node)) {
+  } else if (role.hasValue() && isPressable(*node)) {
     actions.emplace_back(ax::kPressAction);
   }
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;

@@ -30,6 +30,7 @@ class ElementAnswers {
   [[nodiscard]] Node& deepestAt(Node& window, Point point);
   // The number of the action that presses. Absent: it has none.
   [[nodiscard]] std::optional<std::int32_t> pressAction(const Node& node);
+  [[nodiscard]] bool isPressable(const Node& node);
   // A window, a sheet, or a dialog inside a window.
   [[nodiscard]] bool isWindowLike(Node& node);
 
@@ -62,6 +63,8 @@ class ElementAnswers {
   [[nodiscard]] Value focusedElement(Node* window);
   [[nodiscard]] std::optional<Rect> frame(Node& node);
   [[nodiscard]] bool isDialogInside(Node& node);
+  // What its role calls tabs or a tool bar, and is none.
+  [[nodiscard]] bool isBoxOfButtons(Node& node);
   [[nodiscard]] std::string_view roleOf(Node& node);
   [[nodiscard]] Value elementOrNone(Node* node);
 

@@ -97,19 +97,21 @@ std::optional<std::int32_t> LinuxAccessibility::processIdentifier(const AXUIElem
 AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
                                               const AXValue& value) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows}.set(element, name, value) : AXError::apiDisabled;
+  return reading ? ElementActions{*reading, windows, options.sessionBusAddress}.set(element, name, value)
+                 : AXError::apiDisabled;
 }
 
 AXError LinuxAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows}.perform(element, action) : AXError::apiDisabled;
+  return reading ? ElementActions{*reading, windows, options.sessionBusAddress}.perform(element, action)
+                 : AXError::apiDisabled;
 }
 
 AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
   if (!options.isXSession || !windows.isAvailable()) return AXError::notImplemented;
   const auto reading = beginReading();
   if (!reading) return AXError::apiDisabled;
-  return ElementActions{*reading, windows}.elementAt(within, point);
+  return ElementActions{*reading, windows, options.sessionBusAddress}.elementAt(within, point);
 }
 
 std::optional<std::vector<std::int32_t>> LinuxAccessibility::processIdentifiers() {

@@ -76,6 +76,8 @@ Point contentOffset(const Rect& accessibleWindow, const x11::Window& window) {
 Toolkit toolkitOf(std::string_view name, std::string_view version) {
   const std::string lower = text::lowercased(name);
   if (lower == "qt") return Toolkit::qt;
+  // The library that the shell's was made from, which programs used, has versions of its own.
+  if (lower == "clutter" && !version.starts_with("0.") && !version.starts_with("1.")) return Toolkit::shell;
   if (lower != "gtk") return Toolkit::other;
   if (version.starts_with("3.") || version.starts_with("2.")) return Toolkit::gtk3;
   // The version decides; where it is missing, the letter case does.

@@ -9,8 +9,9 @@
 
 namespace quillard::atspi {
 
-// The kinds of toolkit that tell things differently. `other` is everything that is not known to be peculiar.
-enum class Toolkit { gtk3, gtk4, qt, other };
+// The kinds of toolkit that tell things differently. `shell` is GNOME Shell's own, `other` everything that is not known
+// to be peculiar.
+enum class Toolkit { gtk3, gtk4, qt, shell, other };
 
 // What an object says of itself. Absent: it was not asked, gave no answer, or one that cannot be used. A text may be
 // `BusReply::kUnreadableText`.

@@ -51,6 +51,15 @@ bool NodeTree::canAdopt(const Node& parent, const Node& child) const {
   return true;
 }
 
+// Only below the stage itself, so that no circle can come of it: nothing below a window is the stage's.
+bool NodeTree::isKnownWindowInStage(const Node& parent, const Node& child) {
+  const ProgramNode& program = *parent.program;
+  const auto& stages = program.root->list;
+  return program.toolkit == Toolkit::shell && child.isTopLevel() && parent.window && &child != parent.window &&
+         std::find(stages.begin(), stages.end(), parent.window) != stages.end() &&
+         std::find(stages.begin(), stages.end(), &child) == stages.end();
+}
+
 void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
   const bool isRoot = &parent == parent.program->root;
   if (parent.depth >= kDeepest) {
@@ -61,8 +70,13 @@ void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
     if (nodes.size() >= kMostNodes) parent.hasUnreadableList = true;
     if (name.bus != parent.program->bus || nodes.size() >= kMostNodes) continue;
     Node& child = add(*parent.program, name.path);
-    if (!canAdopt(parent, child)) continue;
+    const bool isKnownWindow = isKnownWindowInStage(parent, child);
+    if (!canAdopt(parent, child) && !isKnownWindow) continue;
     if (std::find(parent.list.begin(), parent.list.end(), &child) != parent.list.end()) continue;
+    if (isKnownWindow) {
+      parent.list.push_back(&child);
+      continue;
+    }
     child.parent = &parent;
     child.depth = isRoot ? 0 : parent.depth + 1;
     child.window = isRoot ? &child : parent.window;
@@ -82,7 +96,9 @@ bool isOffered(const Node& node) {
 
 std::vector<Node*> offeredChildren(const Node& node) {
   std::vector<Node*> offered;
-  if (node.record.role == Role::pushButton) return offered;
+  // The shell keeps the text of a label once more inside it.
+  const bool isLabelOfShell = node.program->toolkit == Toolkit::shell && node.record.role == Role::label;
+  if (node.record.role == Role::pushButton || isLabelOfShell) return offered;
   for (Node* child : node.list) {
     if (isOffered(*child)) offered.push_back(child);
   }

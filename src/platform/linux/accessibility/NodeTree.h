@@ -86,6 +86,8 @@ class NodeTree {
  private:
   Node& add(ProgramNode& program, const std::string& path);
   [[nodiscard]] bool canAdopt(const Node& parent, const Node& child) const;
+  // Whether `child` is a window of the shell, by an element that was kept, and now met in the stage.
+  [[nodiscard]] static bool isKnownWindowInStage(const Node& parent, const Node& child);
 
   std::unordered_map<ObjectName, std::unique_ptr<Node>> nodes;
   std::unordered_map<std::string, std::unique_ptr<ProgramNode>> programs;

@@ -24,6 +24,7 @@ enum class Role : std::uint32_t {
   menu = 33,
   menuBar = 34,
   menuItem = 35,
+  pageTab = 37,
   pageTabList = 38,
   passwordText = 40,
   popupMenu = 41,
@@ -46,6 +47,7 @@ enum class Role : std::uint32_t {
   heading = 83,
   link = 88,
   listBox = 98,
+  notification = 101,
   staticText = 116,
 };
 

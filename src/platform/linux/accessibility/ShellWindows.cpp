@@ -1,0 +1,91 @@
+#include "platform/linux/accessibility/ShellWindows.h"
+
+#include <algorithm>
+
+namespace quillard::atspi::shell {
+namespace {
+
+// A dialog lies four levels below the stage, a notification five; the buttons of a program that does not answer, by
+// which its question is known, eight.
+constexpr int kStageLevels = 8;
+// About a hundred objects of the stage show at once, twice as many while its menus are open.
+constexpr int kMostStageNodes = 400;
+
+bool isWindowOfShell(const Node& node) {
+  return node.record.role == Role::dialog || node.record.role == Role::alert || node.record.role == Role::notification;
+}
+
+bool holdsButton(const Node& node, int levels) {
+  const auto inner = offeredChildren(node);
+  return std::any_of(inner.begin(), inner.end(), [&](const Node* child) {
+    return child->record.role == Role::pushButton || (levels > 0 && holdsButton(*child, levels - 1));
+  });
+}
+
+void findIn(const Node& node, int levels, std::vector<Node*>& found) {
+  for (Node* child : offeredChildren(node)) {
+    if (isWindowOfShell(*child)) {
+      found.push_back(child);
+    } else if (levels > 0) {
+      findIn(*child, levels - 1, found);
+    }
+  }
+}
+
+// The question whether a program that does not answer should be ended is no dialog: it lies among the windows of
+// programs, which have no objects of their own there, on the window that it is about.
+void findAmongWindows(const Node& windows, std::vector<Node*>& found) {
+  for (const Node* window : offeredChildren(windows)) {
+    for (Node* child : offeredChildren(*window)) {
+      if (!isWindowOfShell(*child) && holdsButton(*child, kStageLevels)) found.push_back(child);
+    }
+  }
+}
+
+// The first child of the first child: the shell puts everything else above the windows.
+const Node* windowGroup(const Node& stage) {
+  const Node* const group = stage.list.empty() ? nullptr : stage.list.front();
+  return !group || group->list.empty() ? nullptr : group->list.front();
+}
+
+void takeAsPart(Node& node, Node& window, int depth) {
+  node.window = &window;
+  node.depth = depth;
+  for (Node* child : node.list) {
+    if (child->parent == &node) takeAsPart(*child, window, depth + 1);
+  }
+}
+
+void becomeWindow(Node& node, const Node& stage) {
+  takeAsPart(node, node, 0);
+  node.parent = node.program->root;
+  if (stage.record.is(State::active)) node.record.states |= bit(State::active);
+}
+
+}  // namespace
+
+bool isShell(const ProgramNode& program) {
+  return program.toolkitProgress == Progress::known && program.toolkit == Toolkit::shell;
+}
+
+FetchGoal stageGoal(ProgramNode& program) {
+  return {.node = program.root, .descendants = kMostStageNodes, .levels = kStageLevels};
+}
+
+std::vector<Node*> windowsOf(ProgramNode& program) {
+  std::vector<Node*> windows;
+  for (const Node* stage : program.root->list) {
+    std::vector<Node*> found;
+    findIn(*stage, kStageLevels, found);
+    if (const Node* const group = windowGroup(*stage)) findAmongWindows(*group, found);
+    for (Node* window : found) becomeWindow(*window, *stage);
+    windows.insert(windows.end(), found.begin(), found.end());
+  }
+  return windows;
+}
+
+bool isPressableButton(const Node& node) {
+  return node.record.role == Role::pushButton && node.record.is(State::sensitive) && node.record.is(State::showing);
+}
+
+}  // namespace quillard::atspi::shell

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/linux/accessibility/NodeTree.h"
+#include "platform/linux/accessibility/TreeFetch.h"
+
+// GNOME Shell is one program with one window as large as the screen, its stage, in which all that it shows lies. Here
+// its dialogs and notifications become windows of their own, as their user sees them, and the stage none.
+namespace quillard::atspi::shell {
+
+[[nodiscard]] bool isShell(const ProgramNode& program);
+
+// What has to be read of the shell before its windows can be told.
+[[nodiscard]] FetchGoal stageGoal(ProgramNode& program);
+
+// The dialogs and notifications that show, and the questions about programs that do not answer. From now on each of
+// them is the top-level object of all below it; it has the keyboard when the stage has it. Call it once that goal was
+// read.
+[[nodiscard]] std::vector<Node*> windowsOf(ProgramNode& program);
+
+// Whether it is a button that takes presses. The shell says of none that it does.
+[[nodiscard]] bool isPressableButton(const Node& node);
+
+}  // namespace quillard::atspi::shell

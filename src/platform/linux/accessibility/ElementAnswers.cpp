@@ -238,7 +238,9 @@ AXResult<AXValue> ElementAnswers::innerSubrole(Node& node) {
 }
 
 AXResult<AXValue> ElementAnswers::roleDescription(Node& window) {
-  const auto text = mapping::roleDescriptionOf(window.record.role);
+  // Those of the shell stand in the way of the whole desktop.
+  const bool isDialogOfShell = shell::isShell(*window.program) && mapping::isDialogRole(window.record.role);
+  const auto text = mapping::roleDescriptionOf(isDialogOfShell ? Role::alert : window.record.role);
   return text.empty() ? Value{AXError::noValue} : textValue(text);
 }
 
@@ -311,6 +313,10 @@ bool ElementAnswers::isDialogInside(Node& node) {
 
 AXResult<AXValue> ElementAnswers::title(Node& node) {
   const Toolkit toolkit = node.program->toolkit;
+  if (node.isTopLevel() && shell::isShell(*node.program)) {
+    reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
+    return textValue(shell::headingOf(node));
+  }
   if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, xWindow(node)));
   if (node.record.role == Role::pushButton) {
     return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));

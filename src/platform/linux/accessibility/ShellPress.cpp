@@ -16,6 +16,7 @@ constexpr std::chrono::seconds kTimeout{2};
 // The shell answers that it has moved the focus a moment before its objects say so.
 constexpr std::chrono::milliseconds kFocusTimeout{500};
 constexpr std::chrono::milliseconds kFocusInterval{10};
+constexpr int kAttempts = 3;
 constexpr std::uint32_t kReturnKey = 28;  // As the kernel numbers keys.
 
 constexpr const char* kShell = "org.gnome.Shell";
@@ -100,15 +101,21 @@ class ShellPress::Session {
 
 AXError ShellPress::press(Node& button) {
   constexpr auto kNotSent = AXError::notImplemented;
-  if (!sessionBusAddress || !shell::isPressableButton(button)) return kNotSent;
+  const bool isInWindow = button.window && reading.windows(button.program->processIdentifier).contains(*button.window);
+  if (!sessionBusAddress || !isInWindow || !shell::isPressableButton(button)) return kNotSent;
   auto connection = BusConnection::open(*sessionBusAddress, kTimeout);
   if (!connection) return kNotSent;
   Session session{std::move(connection), reading.counters()};
   if (!session.isProcessOfShell(button.program->processIdentifier) || !session.isUnlocked()) return kNotSent;
   if (!takesFocus(button) || !session.openKeyboard()) return kNotSent;
-  // Opening it took a moment, in which the user may have turned to something else, or locked the screen.
-  if (!session.isUnlocked() || !isFocused(button)) return kNotSent;
-  return session.pressReturn() ? AXError::success : AXError::cannotComplete;
+  // Opening it took a moment, in which the user may have turned to something else, or locked the screen; and a dialog
+  // that has just come gives the focus to a button of its own choice.
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (!session.isUnlocked()) return kNotSent;
+    if (isFocused(button)) return session.pressReturn() ? AXError::success : AXError::cannotComplete;
+    if (!takesFocus(button)) return kNotSent;
+  }
+  return kNotSent;
 }
 
 bool ShellPress::takesFocus(const Node& button) {

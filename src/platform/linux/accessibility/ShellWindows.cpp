@@ -84,6 +84,14 @@ std::vector<Node*> windowsOf(ProgramNode& program) {
   return windows;
 }
 
+std::string headingOf(const Node& window) {
+  for (const Node* child : offeredChildren(window)) {
+    const bool isLabel = child->record.role == Role::label && child->record.name;
+    if (auto heading = isLabel ? *child->record.name : headingOf(*child); !heading.empty()) return heading;
+  }
+  return {};
+}
+
 bool isPressableButton(const Node& node) {
   return node.record.role == Role::pushButton && node.record.is(State::sensitive) && node.record.is(State::showing);
 }

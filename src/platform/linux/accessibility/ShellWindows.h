@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "platform/linux/accessibility/NodeTree.h"
@@ -18,6 +19,10 @@ namespace quillard::atspi::shell {
 // them is the top-level object of all below it; it has the keyboard when the stage has it. Call it once that goal was
 // read.
 [[nodiscard]] std::vector<Node*> windowsOf(ProgramNode& program);
+
+// What stands above all else in a window of the shell, none of which has a name. Empty: it holds no text. What is below
+// it has been read.
+[[nodiscard]] std::string headingOf(const Node& window);
 
 // Whether it is a button that takes presses. The shell says of none that it does.
 [[nodiscard]] bool isPressableButton(const Node& node);

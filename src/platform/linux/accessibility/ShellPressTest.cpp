@@ -1,0 +1,301 @@
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "detection/PromptReader.h"
+#include "detection/elements/AXHelpers.h"
+#include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/accessibility/Roles.h"
+#include "platform/qt/QtExecutors.h"
+#include "support/FakeAccessibilityBus.h"
+
+// A shell that shows a dialog and a notification, and a compositor's keyboard, on a bus of their own: what is a window
+// there, and when a key is sent.
+namespace quillard::atspi {
+namespace {
+
+using platform::AXError;
+using platform::AXUIElement;
+using test::FakeAccessibilityBus;
+using test::FakeObject;
+using test::FakeProgram;
+namespace ax = platform::ax;
+
+class NoWindows final : public x11::Windows {
+ public:
+  [[nodiscard]] bool isAvailable() const override { return false; }
+  [[nodiscard]] x11::WindowsSnapshot snapshot() override { return {}; }
+  bool activate(x11::WindowID) override { return false; }
+};
+
+constexpr auto kShown = bit(State::showing) | bit(State::sensitive);
+constexpr auto kFocused = kShown | bit(State::focused);
+
+FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {},
+                  std::uint64_t states = kShown) {
+  FakeObject object{.role = static_cast<std::uint32_t>(role), .states = states, .name = name};
+  object.extents = Rect{10, 10, 100, 20};
+  object.children = std::move(children);
+  return object;
+}
+
+constexpr Role kPanel{39};
+constexpr Role kWindow{69};
+constexpr Role kApplication{75};
+
+// What the session bus has of the shell. Any thread.
+struct Compositor {
+  enum class Lock { cannotBeLocked, isOpen, isLocked, isSilent };
+
+  std::atomic<Lock> lock{Lock::cannotBeLocked};
+  std::atomic<bool> givesKeyboard{true};
+  std::atomic<bool> takesFocus{true};
+  std::atomic<bool> locksWhileItOpens{false};
+
+  // Of the keyboard, in order: "Start", "28 down".
+  std::vector<std::string> calls() {
+    const std::lock_guard guard(mutex);
+    return all;
+  }
+
+  bool answer(sd_bus_message* message) {
+    const std::string member = sd_bus_message_get_member(message);
+    const std::string interface = sd_bus_message_get_interface(message);
+    if (member == "GrabFocus") return sd_bus_reply_method_return(message, "b", takesFocus ? 1 : 0) >= 0;
+    if (member == "DoAction") {  // As the shell does.
+      note("DoAction");
+      return sd_bus_reply_method_return(message, "b", 1) >= 0;
+    }
+    if (interface == "org.gnome.ScreenSaver") return answerLock(message);
+    if (!interface.starts_with("org.gnome.Mutter.RemoteDesktop")) return false;
+    if (member == "CreateSession") {
+      if (locksWhileItOpens) lock = Lock::isLocked;
+      if (!givesKeyboard) return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "no") >= 0;
+      return sd_bus_reply_method_return(message, "o", "/keyboard") >= 0;
+    }
+    noteKey(message, member);
+    return sd_bus_reply_method_return(message, "") >= 0;
+  }
+
+ private:
+  bool answerLock(sd_bus_message* message) {
+    switch (lock) {
+      case Lock::cannotBeLocked:
+        return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_METHOD, "no such object") >= 0;
+      case Lock::isSilent:
+        return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "it cannot be told") >= 0;
+      case Lock::isOpen:
+      case Lock::isLocked:
+        break;
+    }
+    return sd_bus_reply_method_return(message, "b", lock == Lock::isLocked ? 1 : 0) >= 0;
+  }
+
+  void noteKey(sd_bus_message* message, const std::string& member) {
+    unsigned key = 0;
+    int isDown = 0;
+    const bool isKey = member == "NotifyKeyboardKeycode" && sd_bus_message_read(message, "ub", &key, &isDown) >= 0;
+    note(isKey ? std::to_string(key) + (isDown != 0 ? " down" : " up") : member);
+  }
+
+  void note(const std::string& call) {
+    const std::lock_guard guard(mutex);
+    all.push_back(call);
+  }
+
+  std::mutex mutex;
+  std::vector<std::string> all;
+};
+
+struct World {
+  explicit World(bool ownsShell = true)
+      : shell(bus.address(), "", [this](sd_bus_message* message) { return compositor.answer(message); }),
+        ofShell(bus.address(), ownsShell ? "org.gnome.Shell" : "org.example.Another",
+                [this](sd_bus_message* message) { return compositor.answer(message); }),
+        remoteDesktop(bus.address(), "org.gnome.Mutter.RemoteDesktop",
+                      [this](sd_bus_message* message) { return compositor.answer(message); }),
+        accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors) {
+    bus.registerPrograms({shell.name()});
+    shell.speakAs("clutter", "43.8");
+    shell.set(FakeProgram::kRoot, object(kApplication, "gnome-shell", {"/stage"}));
+    shell.set("/stage", object(kWindow, "", {"/group"}, kShown | bit(State::active)));
+    shell.set("/group", object(kPanel, "", {"/windows", "/bar", "/tray", "/modal"}));
+    shell.set("/windows", object(kPanel, ""));
+    shell.set("/bar", object(kPanel, "", {"/activities"}));
+    shell.set("/activities", object(Role::pushButton, "Activities"));
+    shell.set("/tray", object(kPanel, "", {"/notification"}));
+    shell.set("/notification", object(Role::notification, "", {"/news", "/open"}));
+    shell.set("/news", object(Role::label, "News", {"/newsText"}));
+    FakeObject repeated = object(Role::text, "");
+    repeated.text = "News";
+    shell.set("/newsText", repeated);
+    shell.set("/open", object(Role::pushButton, "Open"));
+    shell.set("/modal", object(kPanel, "", {"/dialog"}));
+    shell.set("/dialog", object(Role::dialog, "", {"/title", "/body", "/deny", "/allow"}));
+    shell.set("/title", object(Role::label, "Allow camera use?"));
+    FakeObject body = object(Role::label, "A program wants it.");
+    body.extents = Rect{10, 40, 100, 20};
+    shell.set("/body", body);
+    shell.set("/deny", object(Role::pushButton, "Don't Allow", {}, kFocused));
+    shell.set("/allow", object(Role::pushButton, "Allow"));
+  }
+
+  std::vector<AXUIElement> allWindows() {
+    return AXHelpers::windows(accessibility, accessibility.createApplication(::getpid()));
+  }
+  std::optional<AXUIElement> button(const std::string& label) {
+    for (const auto& window : allWindows()) {
+      for (const auto& element : AXHelpers::deeplyNestedChildren(accessibility, window, 80)) {
+        if (AXHelpers::stringAttribute(accessibility, element, ax::kTitle) == label) return element;
+      }
+    }
+    return std::nullopt;
+  }
+  AXError press(const std::string& label) {
+    const auto found = button(label);
+    EXPECT_TRUE(found) << label;
+    return found ? accessibility.performAction(*found, ax::kPressAction) : AXError::failure;
+  }
+
+  FakeAccessibilityBus bus;
+  Compositor compositor;
+  FakeProgram shell;  // On the accessibility bus.
+  FakeProgram ofShell;
+  FakeProgram remoteDesktop;
+  NoWindows windows;
+  qt::QtExecutors executors;
+  LinuxAccessibility accessibility;
+};
+
+using Lock = Compositor::Lock;
+const std::vector<std::string> kOneReturn{"Start", "28 down", "28 up", "Stop"};
+
+TEST(ShellWindows, AreItsDialogsAndNotificationsAndNeverItsStage) {
+  World world;
+  std::vector<std::string> titles;
+  for (const auto& window : world.allWindows())
+    titles.push_back(AXHelpers::stringAttribute(world.accessibility, window, ax::kTitle).value());
+  std::sort(titles.begin(), titles.end());
+  EXPECT_EQ(titles, (std::vector<std::string>{"Allow camera use?", "News"}));
+}
+
+TEST(ShellWindows, AreReadLikeAnyOther) {
+  World world;
+  const auto scope = world.accessibility.beginReadScope();
+  for (const auto& window : AXHelpers::windows(*scope, world.accessibility.createApplication(::getpid()))) {
+    const auto reading = PromptReader::readPrompt(*scope, {.window = window, .appName = "GNOME Shell"}, 80);
+    const bool isDialog = AXHelpers::subrole(*scope, window) == ax::kDialogSubrole;
+    if (!isDialog) {
+      EXPECT_EQ(reading.evidence.messageLines, std::vector<std::string>{"News"})
+          << "Once, though it stands there twice.";
+      continue;
+    }
+    EXPECT_EQ(reading.evidence.buttonLabels, (std::vector<std::string>{"Allow", "Don't Allow"}));
+    EXPECT_EQ(reading.evidence.messageLines, (std::vector<std::string>{"Allow camera use?", "A program wants it."}));
+    EXPECT_TRUE(reading.evidence.structure.isAlert);
+  }
+}
+
+TEST(ShellWindows, AreTheSameElementsInALaterReading) {
+  World world;
+  const auto before = world.allWindows();
+  const auto deny = world.button("Don't Allow");
+  ASSERT_EQ(before.size(), 2U);
+  ASSERT_TRUE(deny);
+  const auto scope = world.accessibility.beginReadScope();
+  // From the element, before the stage has been read.
+  EXPECT_EQ(AXHelpers::stringAttribute(*scope, *deny, ax::kTitle), "Don't Allow");
+  for (const auto& window : before) EXPECT_EQ(AXHelpers::role(*scope, window), ax::kWindowRole);
+  EXPECT_EQ(AXHelpers::windows(*scope, world.accessibility.createApplication(::getpid())), before);
+}
+
+TEST(ShellWindows, GoWhenTheyNoLongerShow) {
+  World world;
+  const auto dialog = world.button("Allow");
+  ASSERT_TRUE(dialog);
+  world.shell.set("/dialog", object(Role::dialog, "", {"/title"}, 0));
+  EXPECT_EQ(world.allWindows().size(), 1U);
+  EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+  EXPECT_EQ(world.accessibility.performAction(*dialog, ax::kPressAction), AXError::notImplemented);
+  EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+TEST(ShellWindows, ThatAreListedInACircleEnd) {
+  World world;
+  world.shell.set("/allow", object(Role::pushButton, "Allow", {"/dialog", "/stage"}));
+  world.shell.set("/modal", object(kPanel, "", {"/dialog", "/stage", "/group"}));
+  EXPECT_EQ(world.allWindows().size(), 2U);
+  EXPECT_EQ(world.allWindows().size(), 2U);
+}
+
+TEST(ShellPress, IsOneReturnOnTheButtonThatHasTheFocus) {
+  World world;
+  EXPECT_EQ(world.press("Don't Allow"), AXError::success);
+  EXPECT_EQ(world.compositor.calls(), kOneReturn) << "And no action, which the shell would only pretend to do.";
+}
+
+TEST(ShellPress, IsOfferedByButtonsThatTakeIt) {
+  World world;
+  world.shell.set("/allow", object(Role::pushButton, "Allow", {}, bit(State::showing)));
+  const auto has = [&](const std::string& label) {
+    const auto actions = AXHelpers::actionNames(world.accessibility, *world.button(label));
+    return std::find(actions.begin(), actions.end(), ax::kPressAction) != actions.end();
+  };
+  EXPECT_TRUE(has("Don't Allow"));
+  EXPECT_FALSE(has("Allow"));
+  EXPECT_EQ(world.press("Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+TEST(ShellPress, SendsNothingWithoutItsProof) {
+  struct Case {
+    const char* name;
+    std::function<void(World&)> change;
+  };
+  const std::vector<Case> cases{
+      {"the screen is locked", [](World& world) { world.compositor.lock = Lock::isLocked; }},
+      {"the lock cannot be told", [](World& world) { world.compositor.lock = Lock::isSilent; }},
+      {"the focus is refused", [](World& world) { world.compositor.takesFocus = false; }},
+      {"the focus did not move",
+       [](World& world) { world.shell.set("/deny", object(Role::pushButton, "Don't Allow")); }},
+      {"a program has the keyboard",
+       [](World& world) { world.shell.set("/stage", object(kWindow, "", {"/group"}, kShown)); }},
+      {"there is no keyboard", [](World& world) { world.compositor.givesKeyboard = false; }},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.name);
+    World world;
+    each.change(world);
+    EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+    EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+  }
+}
+
+TEST(ShellPress, ChecksAgainWhenTheKeyboardIsThere) {
+  World world;
+  world.compositor.locksWhileItOpens = true;
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.compositor.calls(), (std::vector<std::string>{"Start", "Stop"}));
+}
+
+TEST(ShellPress, IsOnlyForTheShellOfThisSession) {
+  World world{/*ownsShell=*/false};
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+TEST(ShellPress, GoesOnWhereTheScreenCouldBeLockedAndIsNot) {
+  World world;
+  world.compositor.lock = Lock::isOpen;
+  EXPECT_EQ(world.press("Don't Allow"), AXError::success);
+  EXPECT_EQ(world.compositor.calls(), kOneReturn);
+}
+
+}  // namespace
+}  // namespace quillard::atspi

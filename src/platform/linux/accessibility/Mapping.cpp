@@ -100,6 +100,8 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
     case Role::heading:
     case Role::caption:
       return hasChildren ? ax::kGroupRole : ax::kStaticTextRole;
+    case Role::notification:  // Plasma's says there what it says, beside its title.
+      return record.description.value_or("").empty() ? ax::kGroupRole : ax::kStaticTextRole;
     case Role::passwordText:
       return ax::kTextFieldRole;
     case Role::text:
@@ -226,6 +228,7 @@ std::string descriptionOf(const NodeRecord& record) {
 
 std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit) {
   if (isSecret(record)) return std::nullopt;
+  if (record.role == Role::notification) return record.description;
   const std::string name = nameOf(record, toolkit);
   if (isText(record.role) && !name.empty()) return name;
   if (record.text && !record.text->empty()) return record.text;
@@ -252,6 +255,7 @@ std::optional<Rect> windowFrame(const NodeRecord& record, const x11::Window* win
 
 DetailNeeds detailNeeds(const NodeRecord& record, Toolkit toolkit, bool isTopLevel) {
   if (isTopLevel || isDialogRole(record.role)) return {.extents = true};
+  if (record.role == Role::notification) return {.extents = true, .description = true};
   const bool isNameless = nameOf(record, toolkit).empty();
   if (record.role == Role::pushButton) return {.extents = true, .description = isNameless};
   if (isText(record.role)) return {.extents = true, .description = isNameless, .text = isNameless};

@@ -260,5 +260,20 @@ TEST(Mapping, OnlyWhatReadingAPromptNeedsIsAsked) {
   EXPECT_TRUE(mapping::detailNeeds(record(Role{23}), Toolkit::gtk4, true).extents);
 }
 
+TEST(Mapping, ANotificationSaysWhatItsDescriptionSays) {
+  NodeRecord record{.role = Role::notification, .name = "The title", .description = "May it go on?"};
+  EXPECT_TRUE(mapping::detailNeeds(record, Toolkit::qt, false).description);
+  EXPECT_EQ(mapping::roleOf(record, true), platform::ax::kStaticTextRole);
+  EXPECT_EQ(mapping::textOf(record, Toolkit::qt), "May it go on?");
+  record.description = "";
+  EXPECT_EQ(mapping::roleOf(record, true), platform::ax::kGroupRole);
+}
+
+TEST(Mapping, TellsTheToolkitOfTheShellFromTheLibraryOfThatName) {
+  EXPECT_EQ(mapping::toolkitOf("clutter", "43.8"), Toolkit::shell);
+  EXPECT_EQ(mapping::toolkitOf("clutter", "3.38.4"), Toolkit::shell);
+  EXPECT_EQ(mapping::toolkitOf("clutter", "1.26.4"), Toolkit::other);
+}
+
 }  // namespace
 }  // namespace quillard::atspi

@@ -99,8 +99,11 @@ std::vector<Node*> offeredChildren(const Node& node) {
   // The shell keeps the text of a label once more inside it.
   const bool isLabelOfShell = node.program->toolkit == Toolkit::shell && node.record.role == Role::label;
   if (node.record.role == Role::pushButton || isLabelOfShell) return offered;
+  // Plasma's shows its text in a field, and says it as a description.
+  const bool isNotification = node.record.role == Role::notification && !node.isTopLevel();
   for (Node* child : node.list) {
-    if (isOffered(*child)) offered.push_back(child);
+    const bool isMeant = !isNotification || child->record.role == Role::label;
+    if (isMeant && isOffered(*child)) offered.push_back(child);
   }
   return offered;
 }

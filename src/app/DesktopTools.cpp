@@ -1,5 +1,7 @@
 #include "app/DesktopTools.h"
 
+#include <algorithm>
+
 #include "app/ExplainReport.h"
 #include "app/NewPrivateFile.h"
 #include "app/ScanReport.h"
@@ -35,7 +37,22 @@ std::set<std::string, std::less<>> knownLabels(const platform::Platform& platfor
   return known;
 }
 
-// Reads the desktop once, and prints what `textOf` makes of it.
+// A program that was slow once is read in smaller pieces the next time, as by the agent, whose next scan comes soon.
+constexpr int kReadings = 3;
+constexpr Seconds kPauseBetweenReadings{0.3};
+
+// Reads until all programs have answered, or often enough.
+template <class Read, class IsIncomplete>
+auto readAgain(const platform::Platform& platform, Read read, IsIncomplete isIncomplete) {
+  auto result = read();
+  for (int readings = 1; readings < kReadings && isIncomplete(result); ++readings) {
+    platform.clock.sleep(kPauseBetweenReadings);
+    result = read();
+  }
+  return result;
+}
+
+// Reads the desktop, and prints what `textOf` makes of it.
 template <class TextOf>
 ExitCode report(const platform::Platform& platform, const Output& output, TextOf textOf) {
   if (platform.accessibility.isProcessTrusted() != platform::ProcessTrust::granted) {
@@ -48,7 +65,8 @@ ExitCode report(const platform::Platform& platform, const Output& output, TextOf
       platform.application.processIdentifier(), suppressionStore,
       {platform.accessibility, platform.workspace, platform.windowList, platform.clock, platform.environment,
        platform.console, stableIDs, platform.promptSupplement, &platform.translations});
-  const auto diagnosis = detector.diagnose();
+  const auto diagnosis = readAgain(
+      platform, [&] { return detector.diagnose(); }, [](const DesktopDiagnosis& read) { return read.isIncomplete(); });
   output.print(textOf(diagnosis));
   return diagnosis.failure ? ExitCode::cannotDoHere : ExitCode::fine;
 }
@@ -73,8 +91,16 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
   }
   recording::RecordingPrivacy privacy{.maskTexts = command.masksTexts, .knownTexts = {}};
   if (command.masksTexts) privacy.knownTexts = knownLabels(platform);
-  const auto desktop = recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList,
-                                                {.program = command.program}, privacy);
+  const auto desktop = readAgain(
+      platform,
+      [&] {
+        return recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList,
+                                        {.program = command.program}, privacy);
+      },
+      [](const recording::RecordedDesktop& read) {
+        return std::any_of(read.applications.begin(), read.applications.end(),
+                           [](const auto& application) { return application.missedTimeout; });
+      });
   if (!command.program.empty() && desktop.applications.empty()) {
     output.printError("No such program has windows here: " + command.program + "\n");
     return ExitCode::cannotDoHere;

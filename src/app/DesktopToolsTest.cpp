@@ -47,6 +47,25 @@ TEST_F(DesktopTools, ScanTellsOfThePrompt) {
   EXPECT_TRUE(world.console().lines().empty());
 }
 
+TEST_F(DesktopTools, ScanReadsAgainWhereAProgramWasSlowAtFirst) {
+  const auto slow = world.desktop().launch({.name = "Slow"});
+  world.desktop().open(slow, {.title = "Delete it?", .buttons = {"Cancel", "Delete"}});
+  world.desktop().hang(slow);
+  const auto platform = world.platform();
+  const auto revival = platform.executors.mainThread().postAfter(Seconds{0.35}, [&] { world.desktop().unhang(slow); });
+  EXPECT_EQ(scanOnce({}, platform, output), ExitCode::fine);
+  EXPECT_NE(printed.find("\"Delete it?\" of Slow"), std::string::npos) << printed;
+  EXPECT_EQ(printed.find("no answer"), std::string::npos) << printed;
+}
+
+TEST_F(DesktopTools, ScanNamesAProgramThatStaysSilent) {
+  const auto silent = world.desktop().launch({.name = "Silent"});
+  world.desktop().open(silent, {.title = "Delete it?", .buttons = {"Cancel", "Delete"}});
+  world.desktop().hang(silent);
+  EXPECT_EQ(scanOnce({}, world.platform(), output), ExitCode::fine);
+  EXPECT_NE(printed.find("no answer     Silent"), std::string::npos) << printed;
+}
+
 TEST_F(DesktopTools, ScanSpeaksJson) {
   EXPECT_EQ(scanOnce({.asJson = true}, world.platform(), output), ExitCode::fine);
   EXPECT_EQ(nlohmann::json::parse(printed).at("windows").at(0).at("accepted"), true);

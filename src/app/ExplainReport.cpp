@@ -124,14 +124,17 @@ std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& wo
   for (const auto& window : diagnosis.windows) {
     const std::string title = window.snapshot ? window.snapshot->title : "";
     if (!holds(window.appName, lowerFilter) && !holds(title, lowerFilter)) continue;
-    const auto lines =
+    text +=
         (window.snapshot ? explained(window)
                          : "A window of " + printableText(window.appName, kLongestText) + ": it did not answer.\n") +
         "\n";
-    // A sheet is met in its window, and as a window with the focus.
-    if (!text.ends_with(lines)) text += lines;
   }
-  if (text.empty()) text = "No such window.\n";
+  for (const auto& program : diagnosis.unread) {
+    if (holds(program.appName, lowerFilter)) {
+      text += printableText(program.appName, kLongestText) + " did not answer: it may have windows.\n";
+    }
+  }
+  if (text.empty()) text = diagnosis.isIncomplete() ? "No such window was read.\n" : "No such window.\n";
   if (diagnosis.failure) text += "The desktop could not be read as a whole: windows may be there all the same.\n";
   return text;
 }

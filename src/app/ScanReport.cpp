@@ -50,6 +50,21 @@ std::string listed(const std::vector<std::string>& texts) {
   return list;
 }
 
+// What the phone shows of a prompt, where that is not what the window shows.
+std::string onPhone(const WindowDiagnosis& diagnosis) {
+  const auto& window = *diagnosis.snapshot;
+  if (!window.accepted) return "";
+  std::string text;
+  if (diagnosis.linesOnPhone != window.messageLines) text += lineOf("on the phone", listed(diagnosis.linesOnPhone));
+  if (diagnosis.recommendedLabel) text += lineOf("recommended", "\"" + printable(*diagnosis.recommendedLabel) + "\"");
+  return text + lineOf("only denied from afar", printable(diagnosis.directAccessReason.value_or("")));
+}
+
+std::string programLine(const UnreadProgram& program) {
+  return "no answer     " + printable(program.appName) + " (process " + std::to_string(program.processIdentifier) +
+         ") may have windows\n";
+}
+
 std::string describe(const WindowDebugSnapshot& window) {
   const auto kind = window.role + (window.subrole.empty() ? "" : "/" + window.subrole) +
                     (window.isModal ? ", a dialog" : "") + ", " + placeOf(window.windowFrame);
@@ -58,23 +73,33 @@ std::string describe(const WindowDebugSnapshot& window) {
          lineOf("texts", listed(window.messageLines)) + lineOf("buttons", listed(window.buttonLabels));
 }
 
+nlohmann::ordered_json withPhone(nlohmann::ordered_json report, const WindowDiagnosis& diagnosis) {
+  if (!diagnosis.snapshot->accepted) return report;
+  auto& lines = report["linesOnPhone"] = nlohmann::ordered_json::array();
+  for (const auto& line : diagnosis.linesOnPhone) lines.push_back(printable(line));
+  if (diagnosis.recommendedLabel) report["recommendedLabel"] = printable(*diagnosis.recommendedLabel);
+  if (diagnosis.directAccessReason) report["directAccessReason"] = printable(*diagnosis.directAccessReason);
+  return report;
+}
+
 }  // namespace
 
 std::string scanText(const DesktopDiagnosis& diagnosis) {
   if (diagnosis.failure) return std::string(sentenceOf(*diagnosis.failure)) + " Windows may be there all the same.\n";
   const auto& windows = diagnosis.windows;
-  if (windows.empty()) return "No windows.\n";
+  if (windows.empty() && diagnosis.unread.empty()) return "No windows.\n";
   std::string text;
   std::size_t prompts = 0;
   for (const auto& window : windows) {
     if (window.snapshot) {
-      text += describe(*window.snapshot);
+      text += describe(*window.snapshot) + onPhone(window);
       prompts += window.snapshot->accepted ? 1 : 0;
     } else {
       text += "no answer     a window of " + printable(window.appName) + " (process " +
               std::to_string(window.processIdentifier) + ")\n";
     }
   }
+  for (const auto& program : diagnosis.unread) text += programLine(program);
   return text + "\n" + std::to_string(windows.size()) + (windows.size() == 1 ? " window, " : " windows, ") +
          std::to_string(prompts) + (prompts == 1 ? " prompt.\n" : " prompts.\n");
 }
@@ -87,11 +112,15 @@ std::string scanJson(const DesktopDiagnosis& diagnosis) {
   for (const auto& window : diagnosis.windows) {
     const auto json = window.snapshot ? sortedJsonText(*window.snapshot) : std::nullopt;
     if (json) {
-      report["windows"].push_back(nlohmann::ordered_json::parse(*json));
+      report["windows"].push_back(withPhone(nlohmann::ordered_json::parse(*json), window));
     } else {
       report["unanswered"].push_back(
           {{"appName", printable(window.appName)}, {"processIdentifier", window.processIdentifier}});
     }
+  }
+  for (const auto& program : diagnosis.unread) {
+    report["unanswered"].push_back(
+        {{"appName", printable(program.appName)}, {"processIdentifier", program.processIdentifier}});
   }
   return report.dump(2) + "\n";
 }

@@ -102,5 +102,41 @@ TEST(ScanReport, TellsOfThePromptsOfASimulatedDesktop) {
   EXPECT_EQ(text.find("PROMPT        \"Erase disk?\" of Files"), 0U) << text;
 }
 
+TEST(ScanReport, NamesAProgramThatDidNotSayWhichWindowsItHas) {
+  const DesktopDiagnosis incomplete{.windows = {}, .failure = std::nullopt, .unread = {{"Slow", 7}}};
+  EXPECT_EQ(scanText(incomplete), "no answer     Slow (process 7) may have windows\n\n0 windows, 0 prompts.\n");
+  EXPECT_EQ(nlohmann::json::parse(scanJson(incomplete)).at("unanswered").at(0).at("appName"), "Slow");
+  EXPECT_TRUE(incomplete.isIncomplete());
+  EXPECT_FALSE(DesktopDiagnosis{}.isIncomplete());
+}
+
+TEST(ScanReport, SaysWhatThePhoneShowsAndWhatItMayNotGrant) {
+  auto window = diagnosis(sampleWindow());
+  window.linesOnPhone = {"This cannot be undone. Really."};
+  window.recommendedLabel = "Cancel";
+  window.directAccessReason = "It asks for a password.";
+  const auto text = scanText({.windows = {window}});
+  EXPECT_NE(text.find("    on the phone: \"This cannot be undone. Really.\"\n"
+                      "    recommended: \"Cancel\"\n"
+                      "    only denied from afar: It asks for a password.\n"),
+            std::string::npos)
+      << text;
+  const auto report = nlohmann::json::parse(scanJson({.windows = {window}})).at("windows").at(0);
+  EXPECT_EQ(report.at("linesOnPhone").at(0), "This cannot be undone. Really.");
+  EXPECT_EQ(report.at("directAccessReason"), "It asks for a password.");
+  window.snapshot->accepted = false;
+  EXPECT_EQ(scanText({.windows = {window}}).find("on the phone"), std::string::npos);
+}
+
+TEST(ScanReport, NamesASilentProgramOfASimulatedDesktop) {
+  samples::DetectionWorld world;
+  const auto files = world.desktop().launch({.name = "Files"});
+  world.desktop().open(files, {.title = "Erase disk?", .buttons = {"Cancel", "Erase"}});
+  world.desktop().hang(files);
+  const auto diagnosis = world.detector.diagnose();
+  EXPECT_TRUE(diagnosis.isIncomplete());
+  EXPECT_NE(scanText(diagnosis).find("no answer     "), std::string::npos) << scanText(diagnosis);
+}
+
 }  // namespace
 }  // namespace quillard::app

@@ -152,9 +152,23 @@ DesktopDiagnosis DialogDetector::diagnose() {
   DesktopDiagnosis diagnosis;
   auto windows = windowsIn(*scope);
   for (const auto& source : windows.withoutRepeatedSignatures(windows.allWindowSources())) {
-    diagnosis.windows.push_back(DialogDiagnostics::diagnose(*scope, source, {judge, foreignTexts}));
+    auto window = DialogDiagnostics::diagnose(*scope, source, {judge, foreignTexts}, kApprovalDescendantLimit);
+    // A sheet is met in its window, and once more as the window with the focus.
+    const auto isKnown = [&](const WindowDiagnosis& other) { return other.content == window.content; };
+    const auto& known = diagnosis.windows;
+    if (window.content && std::any_of(known.begin(), known.end(), isKnown)) continue;
+    diagnosis.windows.push_back(std::move(window));
   }
   DialogDiagnostics::rejectBlocked(diagnosis);
+  for (const auto process : windows.unreadProcesses()) {
+    const auto isOf = [process](const WindowDiagnosis& window) { return window.processIdentifier == process; };
+    // One of whose windows some are known stands there already.
+    if (std::any_of(diagnosis.windows.begin(), diagnosis.windows.end(), isOf)) continue;
+    const auto application = dependencies.workspace.runningApplication(process);
+    diagnosis.unread.push_back(
+        {.appName = application && application->localizedName ? *application->localizedName : "Unknown App",
+         .processIdentifier = process});
+  }
   diagnosis.failure = scope->desktopFailure();
   return diagnosis;
 }

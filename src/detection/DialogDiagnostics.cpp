@@ -7,16 +7,18 @@
 namespace quillard {
 namespace {
 
-constexpr int kDiagnosticDescendantLimit = 120;
+// Of the lines that are printed at each scan.
+constexpr int kPrintedDescendantLimit = 120;
 
 }  // namespace
 
 WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const WindowSource& source,
-                                            const WindowJudges& judges) {
+                                            const WindowJudges& judges, int descendantLimit) {
   WindowDiagnosis diagnosis{
       .appName = source.appName, .processIdentifier = source.processIdentifier, .snapshot = std::nullopt};
-  auto reading = PromptReader::readPrompt(scope, source, kDiagnosticDescendantLimit);
+  auto reading = PromptReader::readPrompt(scope, source, descendantLimit);
   if (scope.missedTimeout(source.window)) return diagnosis;
+  diagnosis.content = reading.content;
   const auto& [judge, foreignTexts] = judges;
   (void)foreignTexts.judge(source.processIdentifier, reading);
   const auto& evidence = reading.evidence;
@@ -26,12 +28,15 @@ WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const 
   diagnosis.structure = evidence.structure;
   diagnosis.buttons = judge.buttons(reading);
   if (classification.accepted) {
+    PromptReader::readBeyond(scope, reading, descendantLimit);
     judge.readOptions(scope, reading);
     foreignTexts.judgeBeyond(source.processIdentifier, reading);
+    if (scope.missedTimeout(source.window)) return diagnosis;
     const auto judged = judge.judge(reading);
     diagnosis.directAccessReason = judged.directAccessReason;
     diagnosis.recommendedLabel = judged.recommendedLabel;
     diagnosis.hazard = judge.hazard(reading);
+    diagnosis.linesOnPhone = judged.lines;
   }
   diagnosis.snapshot = WindowDebugSnapshot{.appName = source.appName,
                                            .bundleIdentifier = source.bundleIdentifier,
@@ -47,6 +52,11 @@ WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const 
                                            .messageLines = evidence.messageLines,
                                            .buttonLabels = evidence.buttonLabels};
   return diagnosis;
+}
+
+bool DesktopDiagnosis::isIncomplete() const {
+  return failure.has_value() || !unread.empty() ||
+         std::any_of(windows.begin(), windows.end(), [](const WindowDiagnosis& window) { return !window.snapshot; });
 }
 
 void DialogDiagnostics::rejectBlocked(DesktopDiagnosis& diagnosis) {
@@ -66,7 +76,7 @@ void DialogDiagnostics::rejectBlocked(DesktopDiagnosis& diagnosis) {
 void DialogDiagnostics::print(platform::AXReadScope& scope, const std::vector<WindowSource>& sources,
                               const WindowJudges& judges, platform::Console& console) {
   for (const auto& source : sources) {
-    const auto diagnosis = diagnose(scope, source, judges);
+    const auto diagnosis = diagnose(scope, source, judges, kPrintedDescendantLimit);
     const auto text = diagnosis.snapshot ? sortedJsonText(*diagnosis.snapshot) : std::nullopt;
     if (text) console.writeLine("Quillard dialog diagnostic: " + *text);
   }

@@ -19,9 +19,9 @@ struct WindowJudges {
   const ForeignTexts& foreignTexts;
 };
 
-// Read as for detection, only with a longer walk.
+// Read as for detection, with a walk of so many descendants.
 [[nodiscard]] WindowDiagnosis diagnose(platform::AXReadScope& scope, const WindowSource& source,
-                                       const WindowJudges& judges);
+                                       const WindowJudges& judges, int descendantLimit);
 
 // Takes no window for a prompt that another prompt of its program blocks.
 void rejectBlocked(DesktopDiagnosis& diagnosis);

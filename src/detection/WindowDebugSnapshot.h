@@ -52,19 +52,32 @@ struct WindowDiagnosis {
   std::optional<WindowDebugSnapshot> snapshot;  // Absent when the application did not answer in time.
   // The rules that fit, the deciding one first. Empty where windows are judged by words alone.
   std::vector<PromptStructure::Verdict> verdicts{};
-  bool blocksOthers = false;  // Other dialogs of its program wait until it is answered.
+  std::optional<platform::AXUIElement> content{};  // What holds its texts and buttons. Absent: it was not read.
+  bool blocksOthers = false;                       // Other dialogs of its program wait until it is answered.
   WindowStructure structure{};
   std::vector<DiagnosedButton> buttons{};
   // Of a prompt.
   std::optional<std::string> directAccessReason{};
   std::optional<std::string> recommendedLabel{};
   std::optional<PromptHazard> hazard{};  // Absent: nothing that it says is known to be at stake.
+  std::vector<std::string> linesOnPhone{};
+};
+
+// A program that did not say which windows it has.
+struct UnreadProgram {
+  std::string appName;
+  std::int32_t processIdentifier = 0;
+  bool operator==(const UnreadProgram&) const = default;
 };
 
 // The windows of a desktop. `failure` present: it could not be read as a whole, and what is missing may be there.
 struct DesktopDiagnosis {
   std::vector<WindowDiagnosis> windows;
   std::optional<platform::DesktopReadFailure> failure;
+  std::vector<UnreadProgram> unread{};  // They may have windows that are not listed.
+
+  // Whether another reading may know more. Programs that were slow once are asked less of the next time.
+  [[nodiscard]] bool isIncomplete() const;
 };
 
 // One JSON object, its members sorted by name, absent ones left out. Absent when a text is no UTF-8.

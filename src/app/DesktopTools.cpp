@@ -75,7 +75,9 @@ ExitCode report(const platform::Platform& platform, const Output& output, TextOf
 
 ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
   return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
-    return command.asJson ? scanJson(diagnosis) : scanText(diagnosis);
+    if (command.asJson) return scanJson(diagnosis);
+    const auto unreadable = platform.capabilities.unreadablePrograms();
+    return scanText(diagnosis) + (unreadable.isKnown() ? unreadableText(unreadable.value()) : "");
   });
 }
 

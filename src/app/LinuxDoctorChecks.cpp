@@ -1,5 +1,7 @@
 #include "app/LinuxDoctorChecks.h"
 
+#include <map>
+
 #include "app/SharedDoctorChecks.h"
 
 namespace quillard::app {
@@ -41,6 +43,24 @@ DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   return check;
 }
 
+// Each remedy once, after the names of the programs that it helps. A program of which nothing is known to help may be
+// of the kind that looks only once.
+std::string remedyForPrograms(const std::vector<platform::UnreadableProgram>& programs) {
+  std::map<std::string, std::string> namesByRemedy;
+  bool isOneUnknown = false;
+  for (const auto& program : programs) {
+    isOneUnknown = isOneUnknown || program.remedy.empty();
+    if (program.remedy.empty()) continue;
+    auto& names = namesByRemedy[program.remedy];
+    names += (names.empty() ? "" : ", ") + program.name;
+  }
+  std::string remedy;
+  for (const auto& [text, names] : namesByRemedy) remedy += (remedy.empty() ? "" : " ") + names + ": " + text;
+  if (!isOneUnknown) return remedy;
+  remedy += remedy.empty() ? "Start them anew" : " Start the others anew";
+  return remedy + ": some look only then whether accessibility is on.";
+}
+
 DoctorCheck programsCheck(const DoctorFacts& facts) {
   DoctorCheck check{
       .id = "programs", .title = "Programs", .detail = "All that have windows can be read.", .remedy = {}};
@@ -58,7 +78,7 @@ DoctorCheck programsCheck(const DoctorFacts& facts) {
                     std::to_string(program.processIdentifier) + ")";
   }
   check.detail += ".";
-  check.remedy = "Start them anew: some look only then whether accessibility is on.";
+  check.remedy = remedyForPrograms(programs);
   if (!facts.hasGtk2Bridge) {
     check.remedy += " Programs made with GTK 2 need GTK_MODULES=gail:atk-bridge in the session's environment.";
   }

@@ -110,6 +110,17 @@ TEST(Doctor, NamesProgramsThatCannotBeRead) {
   EXPECT_EQ(found.remedy.find("GTK_MODULES"), std::string::npos) << found.remedy;
 }
 
+TEST(Doctor, SaysOfEachProgramWhatMakesItReadable) {
+  auto facts = healthy();
+  facts.hasGtk2Bridge = true;
+  facts.unreadablePrograms = std::vector<platform::UnreadableProgram>{
+      {12, "Chromium", "Start it with a switch."}, {13, "Signal", "Start it with a switch."}, {15, "game", ""}};
+  EXPECT_EQ(
+      check(facts, "programs").remedy,
+      "Chromium, Signal: Start it with a switch. Start the others anew: some look only then whether accessibility "
+      "is on.");
+}
+
 struct RelayCase {
   RelayReach reach;
   State state;

@@ -104,6 +104,15 @@ std::string scanText(const DesktopDiagnosis& diagnosis) {
          std::to_string(prompts) + (prompts == 1 ? " prompt.\n" : " prompts.\n");
 }
 
+std::string unreadableText(const std::vector<platform::UnreadableProgram>& programs) {
+  std::string text;
+  for (const auto& program : programs) {
+    text += "cannot be read  " + printable(program.name) + " (process " + std::to_string(program.processIdentifier) +
+            ")\n" + lineOf("what helps", program.remedy);
+  }
+  return text;
+}
+
 std::string scanJson(const DesktopDiagnosis& diagnosis) {
   nlohmann::ordered_json report;
   report["windows"] = nlohmann::ordered_json::array();

@@ -110,6 +110,13 @@ TEST(ScanReport, NamesAProgramThatDidNotSayWhichWindowsItHas) {
   EXPECT_FALSE(DesktopDiagnosis{}.isIncomplete());
 }
 
+TEST(ScanReport, NamesProgramsThatCannotBeReadAndWhatHelps) {
+  EXPECT_EQ(unreadableText({}), "");
+  EXPECT_EQ(unreadableText({{12, "Chromium", "Start it with a switch."}, {13, "game", ""}}),
+            "cannot be read  Chromium (process 12)\n    what helps: Start it with a switch.\n"
+            "cannot be read  game (process 13)\n");
+}
+
 TEST(ScanReport, SaysWhatThePhoneShowsAndWhatItMayNotGrant) {
   auto window = diagnosis(sampleWindow());
   window.linesOnPhone = {"This cannot be undone. Really."};

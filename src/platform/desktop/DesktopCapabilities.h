@@ -21,7 +21,8 @@ enum class DesktopCapability : std::uint8_t {
 // A program that has windows whose elements cannot be read, so that its prompts are missed.
 struct UnreadableProgram {
   std::int32_t processIdentifier = 0;
-  std::string name;  // For people. Never empty.
+  std::string name;    // For people. Never empty.
+  std::string remedy;  // For people: what to do so that it can be read. Empty: nothing is known to help.
   bool operator==(const UnreadableProgram&) const = default;
 };
 
@@ -38,7 +39,8 @@ class DesktopCapabilities {
   // for applications.
   [[nodiscard]] virtual std::optional<Limitation> limitation(DesktopCapability capability) = 0;
 
-  // The programs with windows that the accessibility interface does not reach; this process is never among them. Not
+  // The programs with windows that the accessibility interface does not reach, or of which it tells nothing that is in
+  // them; this process is never among them. Not
   // known where accessibility is not to be had, and where windows cannot be listed or programs not be told apart by
   // that. Waits for services of the session: not for a thread that must stay responsive.
   [[nodiscard]] virtual Finding<std::vector<UnreadableProgram>> unreadablePrograms() = 0;

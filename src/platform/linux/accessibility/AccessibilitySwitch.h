@@ -24,6 +24,10 @@ class AccessibilitySwitch {
   // read. In the order of their windows, from the bottom; this process is left out. Absent: one of the two cannot be
   // reached, so that it is not known.
   [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> unseenProcesses() = 0;
+
+  // The processes that are on the accessibility bus, and of whose windows none holds anything that could be read: no
+  // text, no button, no picture. One that does not answer is not among them, nor one without windows.
+  [[nodiscard]] virtual std::vector<std::int32_t> hollowProcesses() = 0;
 };
 
 }  // namespace quillard::atspi

@@ -5,6 +5,7 @@
 
 #include "platform/linux/accessibility/ElementActions.h"
 #include "platform/linux/accessibility/ElementAnswers.h"
+#include "platform/linux/accessibility/HollowPrograms.h"
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/LinuxReadScope.h"
 
@@ -180,6 +181,12 @@ std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
     if (!isListed) unseen.push_back(*window.processIdentifier);
   }
   return unseen;
+}
+
+std::vector<std::int32_t> LinuxAccessibility::hollowProcesses() {
+  const auto reading = beginReading();
+  if (!reading) return {};
+  return hollowProcessesOf(*reading);
 }
 
 }  // namespace quillard::atspi

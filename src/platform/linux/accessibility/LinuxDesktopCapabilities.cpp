@@ -1,5 +1,8 @@
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 
+#include "platform/linux/accessibility/UnreadableRemedy.h"
+#include "platform/linux/catalogues/ProcessFolder.h"
+
 namespace quillard::atspi {
 namespace {
 
@@ -39,10 +42,16 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
   const auto processes = accessibility.unseenProcesses();
   if (!processes) return Limitation{"Not known: it cannot be told which programs have windows."};
   std::vector<platform::UnreadableProgram> programs;
-  for (const auto process : *processes) {
-    programs.push_back({.processIdentifier = process, .name = nameOf(process).value_or("an unknown program")});
-  }
+  for (const auto process : *processes) programs.push_back(unreadable(process, /*isOnBus=*/false));
+  for (const auto process : accessibility.hollowProcesses()) programs.push_back(unreadable(process, /*isOnBus=*/true));
   return programs;
+}
+
+platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t process, bool isOnBus) const {
+  const auto maps = catalogues::ProcessFolder("/proc", process).maps().text;
+  return {.processIdentifier = process,
+          .name = nameOf(process).value_or("an unknown program"),
+          .remedy = remedyFor(maps.value_or(""), isOnBus)};
 }
 
 }  // namespace quillard::atspi

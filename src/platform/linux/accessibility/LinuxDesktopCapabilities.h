@@ -24,10 +24,13 @@ class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
       : accessibility(accessibility), windows(windows), isXSession(isXSession), nameOf(std::move(nameOf)) {}
 
   [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
-  // Of the programs that have windows on the X server.
+  // Of the programs that have windows on the X server, those that are not on the bus; of those on the bus, the hollow
+  // ones.
   [[nodiscard]] platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms() override;
 
  private:
+  [[nodiscard]] platform::UnreadableProgram unreadable(std::int32_t processIdentifier, bool isOnBus) const;
+
   LinuxAccessibility& accessibility;
   x11::Windows& windows;
   const bool isXSession;

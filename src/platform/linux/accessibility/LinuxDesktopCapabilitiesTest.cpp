@@ -8,6 +8,7 @@
 
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/linux/accessibility/Roles.h"
 #include "platform/qt/QtExecutors.h"
 #include "support/FakeAccessibilityBus.h"
 
@@ -17,6 +18,8 @@ namespace {
 using platform::DesktopCapability;
 using platform::UnreadableProgram;
 using test::FakeAccessibilityBus;
+using test::FakeObject;
+using test::FakeProgram;
 
 constexpr std::int32_t kOtherProcess = 40'000;
 
@@ -98,6 +101,36 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWithWindowsThatAreNotOnTheBus)
   windows.owners = {kOtherProcess, ::getpid(), kOtherProcess, kOtherProcess + 1};
   EXPECT_EQ(capabilities().unreadablePrograms(),
             (std::vector<UnreadableProgram>{{kOtherProcess, "gimp"}, {kOtherProcess + 1, "an unknown program"}}));
+}
+
+FakeObject object(std::uint32_t role, std::vector<std::string> children = {}) {
+  FakeObject object{.role = role, .states = bit(State::showing), .name = "x"};
+  object.extents = Rect{10, 10, 100, 20};
+  object.children = std::move(children);
+  return object;
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNothing) {
+  constexpr std::uint32_t kFrame = 23;
+  constexpr std::uint32_t kPanel = 39;
+  constexpr std::uint32_t kApplication = 75;
+  constexpr std::uint32_t kLabel = 29;
+  bus.registerPrograms({program->name()});
+  program->set(FakeProgram::kRoot, object(kApplication, {"/window"}));
+  program->set("/window", object(kFrame, {"/box"}));
+  program->set("/box", object(kPanel));
+  const auto named = [&] {
+    const auto programs = capabilities().unreadablePrograms();
+    return programs.isKnown() && programs.value().size() == 1 && programs.value()[0].processIdentifier == ::getpid();
+  };
+  EXPECT_TRUE(named());
+  program->set("/window", object(kFrame));
+  EXPECT_TRUE(named()) << "Nothing in it at all.";
+  program->set("/window", object(kFrame, {"/box", "/label"}));
+  program->set("/label", object(kLabel));
+  EXPECT_FALSE(named());
+  program->set(FakeProgram::kRoot, object(kApplication));
+  EXPECT_FALSE(named()) << "A program without windows has none to be read.";
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, WhatCannotBeKnownIsNotNothing) {

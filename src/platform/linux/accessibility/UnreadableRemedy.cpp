@@ -1,0 +1,36 @@
+#include "platform/linux/accessibility/UnreadableRemedy.h"
+
+#include <algorithm>
+#include <array>
+
+namespace quillard::atspi {
+namespace {
+
+constexpr const char* kForChromium = "Start it with --force-renderer-accessibility.";
+constexpr const char* kForQt = "End it and start it again: only then does it look whether accessibility is on.";
+constexpr const char* kForGtk2 =
+    "Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.";
+
+// Files that come with Chromium and with every program that is built on it.
+constexpr std::array<std::string_view, 3> kOfChromium{"/v8_context_snapshot", "/chrome_100_percent.pak",
+                                                      "/chrome_crashpad_handler"};
+constexpr std::array<std::string_view, 2> kOfQt{"/libQt5Gui.so", "/libQt6Gui.so"};
+constexpr std::array<std::string_view, 1> kOfGtk2{"/libgtk-x11-2.0.so"};
+
+template <std::size_t kCount>
+bool hasOne(std::string_view maps, const std::array<std::string_view, kCount>& names) {
+  return std::any_of(names.begin(), names.end(),
+                     [&](std::string_view name) { return maps.find(name) != std::string_view::npos; });
+}
+
+}  // namespace
+
+// A program on Chromium may load Qt for the look of its windows, and is on the bus all the same.
+std::string remedyFor(std::string_view maps, bool isOnBus) {
+  if (isOnBus) return hasOne(maps, kOfChromium) ? kForChromium : "";
+  if (hasOne(maps, kOfQt)) return kForQt;
+  if (hasOne(maps, kOfGtk2)) return kForGtk2;
+  return hasOne(maps, kOfChromium) ? kForChromium : "";
+}
+
+}  // namespace quillard::atspi

@@ -60,6 +60,14 @@ std::string nameOf(DesktopKind kind) {
   return {};
 }
 
+std::optional<DesktopKind> kindNamed(std::string_view name) {
+  for (const auto kind : {DesktopKind::openbox, DesktopKind::xfwm4, DesktopKind::marco, DesktopKind::sway,
+                          DesktopKind::weston, DesktopKind::kwin, DesktopKind::gnome}) {
+    if (nameOf(kind) == name) return kind;
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> missingFor(DesktopKind kind) {
   for (const auto& program : programsOf(kind)) {
     if (!isOnPath(program)) return "For " + nameOf(kind) + ", " + program + " is not installed.";

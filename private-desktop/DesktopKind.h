@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quillard::privatedesktop {
 
@@ -20,6 +21,9 @@ enum class DesktopKind {
 
 // As a person calls it, for names of tests and messages.
 [[nodiscard]] std::string nameOf(DesktopKind kind);
+
+// The kind of that name. Absent: there is none.
+[[nodiscard]] std::optional<DesktopKind> kindNamed(std::string_view name);
 
 // What is missing on this machine for a desktop of that kind, as a sentence. Absent: nothing.
 [[nodiscard]] std::optional<std::string> missingFor(DesktopKind kind);

@@ -4,7 +4,6 @@
 //
 // Ends with the command's exit code, and with its output on this one's.
 
-#include <array>
 #include <cstdio>
 #include <exception>
 #include <optional>
@@ -16,16 +15,6 @@
 namespace {
 
 using namespace quillard::privatedesktop;
-
-constexpr std::array kKinds{DesktopKind::openbox, DesktopKind::xfwm4, DesktopKind::marco, DesktopKind::sway,
-                            DesktopKind::weston,  DesktopKind::kwin,  DesktopKind::gnome};
-
-std::optional<DesktopKind> kindNamed(const std::string& name) {
-  for (const auto kind : kKinds) {
-    if (nameOf(kind) == name) return kind;
-  }
-  return std::nullopt;
-}
 
 int run(DesktopKind kind, bool isUnlocked, const std::vector<std::string>& command) {
   if (const auto missing = missingFor(kind)) {

@@ -106,6 +106,10 @@ Accessible AccessibleTree::read(const std::string& busName, const std::string& p
   return result;
 }
 
+int AccessibleTree::programCount() {
+  return static_cast<int>(childrenOf(bus.get(), "org.a11y.atspi.Registry", kRoot).size());
+}
+
 std::vector<Accessible> AccessibleTree::windowsOf(pid_t pid) {
   for (const auto& [name, path] : childrenOf(bus.get(), "org.a11y.atspi.Registry", kRoot)) {
     if (bus.processOf(name) == pid) return read(name, path, 0).children;

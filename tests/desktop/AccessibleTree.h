@@ -54,6 +54,8 @@ class AccessibleTree {
   explicit AccessibleTree(const PrivateDesktop& desktop) : AccessibleTree(desktop.accessibilityBusAddress()) {}
   explicit AccessibleTree(const std::string& accessibilityBus) : bus(accessibilityBus) {}
 
+  // How many programs the registry lists.
+  [[nodiscard]] int programCount();
   // The windows of a process; empty when it has none, or does not answer.
   [[nodiscard]] std::vector<Accessible> windowsOf(pid_t pid);
   // The first window of that name, of any program. Absent while there is none.

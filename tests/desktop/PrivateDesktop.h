@@ -13,8 +13,9 @@ using privatedesktop::DesktopProgram;
 using privatedesktop::kTimeout;
 using privatedesktop::waitFor;
 
-// A private desktop of a test. While it lives, a failed expectation leaves a picture of its screen below the build
-// folder, and prints where.
+// A private desktop of a test. One of the usual kind is of the kind that QUILLARD_TEST_DESKTOP names, where that is
+// set, so that a suite can be run on another one: "marco", "sway". While it lives, a failed expectation leaves a
+// picture of its screen below the build folder, and prints where.
 class PrivateDesktop : public privatedesktop::PrivateDesktop {
  public:
   explicit PrivateDesktop(const Options& options = {});

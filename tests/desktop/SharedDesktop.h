@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "desktop/AccessibleTree.h"
 #include "desktop/ClientList.h"
 #include "desktop/PrivateDesktop.h"
 
@@ -21,14 +22,26 @@ class SharedDesktop {
   // Free of windows. Made by the first call.
   [[nodiscard]] PrivateDesktop& get() {
     using namespace std::chrono_literals;
-    if (desktop && !waitFor([this] { return ClientList(*desktop).windows().empty(); }, 3s)) desktop.reset();
-    if (!desktop) desktop = std::make_unique<PrivateDesktop>();
+    if (desktop && !waitFor([this] { return isFree(); }, 3s)) desktop.reset();
+    if (!desktop) {
+      desktop = std::make_unique<PrivateDesktop>();
+      programsOfItsOwn = programs();
+    }
     return *desktop;
   }
   void end() { desktop.reset(); }
 
  private:
+  [[nodiscard]] bool isFree() {
+    const bool hasXServer = !desktop->display().empty();
+    return hasXServer ? ClientList(*desktop).windows().empty() : programs() == programsOfItsOwn;
+  }
+
+  // How many take part in accessibility.
+  [[nodiscard]] int programs() { return AccessibleTree(*desktop).programCount(); }
+
   std::unique_ptr<PrivateDesktop> desktop;
+  int programsOfItsOwn = 0;
 };
 
 }  // namespace quillard::test

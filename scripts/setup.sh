@@ -18,7 +18,7 @@ debian_packages=(
 # shellcheck disable=SC2034  # ./test adds them.
 debian_packages_of_large_desktops=(
   weston kwin-wayland plasma-workspace kactivitymanagerd xdg-desktop-portal-kde polkit-kde-agent-1 gnome-shell gjs
-  qt6-wayland xwayland
+  plasma-desktop qtwayland5 qt6-wayland libnotify-bin
 )
 # Where Node did not come from the distribution it has an npm of its own, and theirs would not go with it.
 command -v npm >/dev/null || debian_packages+=(npm)

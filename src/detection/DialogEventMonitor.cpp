@@ -25,6 +25,8 @@ constexpr std::array<std::string_view, 6> kObservedNotifications{"AXMainWindowCh
 
 constexpr const char* kOwnersChanged = "visible-window-owners-changed";
 constexpr const char* kOwnersSettled = "visible-window-owners-settled";
+constexpr const char* kWindowAnnounced = "window-announced";
+constexpr const char* kWindowSettled = "window-announced-settled";
 
 // The signatures without where the windows are, which is their last part.
 std::multiset<std::string> withoutPlaces(const std::set<std::string>& signatures) {
@@ -123,6 +125,7 @@ void DialogEventMonitor::startVisibleOwnerPolling() {
   const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(dependencies.environment);
   visibleOwnerPollTimer = dependencies.mainThread.repeatEvery(interval, [this] { checkVisibleOwners(); });
   notificationTokens.push_back(dependencies.windowList.observeChanges([this] { windowListMayHaveChanged(); }));
+  notificationTokens.push_back(dependencies.windowList.observeUnlistedWindows([this] { unlistedWindowCame(); }));
 }
 
 void DialogEventMonitor::checkVisibleOwners() {
@@ -139,6 +142,11 @@ void DialogEventMonitor::windowListMayHaveChanged() {
   visibleWindowSignature = std::move(signature);
   if (!debounceTask) requestScan(kOwnersChanged);
   requestFollowUpScans(kOwnersSettled);
+}
+
+void DialogEventMonitor::unlistedWindowCame() {
+  if (!debounceTask) requestScan(kWindowAnnounced);
+  requestFollowUpScans(kWindowSettled);
 }
 
 }  // namespace quillard

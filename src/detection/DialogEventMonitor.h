@@ -76,6 +76,8 @@ class DialogEventMonitor {
   // wait for the tick, and a request that is already waiting is not put off, so that a lively desktop cannot keep scans
   // away.
   void windowListMayHaveChanged();
+  // When the system announces a window that it may not list. Waiting requests are not put off either.
+  void unlistedWindowCame();
 
   const std::int32_t ownProcessIdentifier;
   const Seconds debounceInterval;

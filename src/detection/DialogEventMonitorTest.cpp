@@ -184,6 +184,29 @@ TEST_F(DialogEventMonitorTest, WhatIsVisibleAtTheStartIsNoChange) {
   EXPECT_EQ(after(60), Reasons{});
 }
 
+TEST_F(DialogEventMonitorTest, AWindowThatIsAnnouncedButNotListedIsLookedForSoonAndTwiceMore) {
+  const auto application = desktop().launch({.name = "App"});
+  desktop().setListsWindows(false);
+  start();
+  after(10);
+  desktop().open(application, {.title = "Camera", .buttons = {"Allow"}});
+  EXPECT_EQ(after(0.349), Reasons{});
+  EXPECT_EQ(after(10), (Reasons{"window-announced", "window-announced-settled", "window-announced-settled"}));
+  EXPECT_EQ(after(600), Reasons{}) << "a still desktop asks for nothing";
+}
+
+TEST_F(DialogEventMonitorTest, AnnouncementsWithoutEndDoNotPutTheScanOff) {
+  const auto application = desktop().launch({.name = "App"});
+  desktop().setListsWindows(false);
+  start();
+  after(10);
+  for (int i = 0; i < 4; ++i) {
+    desktop().open(application, {.title = "Camera", .buttons = {"Allow"}});
+    world.advance(Seconds{0.1});
+  }
+  EXPECT_EQ(reasons, Reasons{"window-announced"});
+}
+
 // A window list that changes without telling, as on systems that have no such events.
 class SilentWindowList final : public platform::WindowList {
  public:
@@ -194,6 +217,7 @@ class SilentWindowList final : public platform::WindowList {
   platform::SubscriptionHandle observeChanges(std::function<void()>) override {
     return std::make_unique<platform::Subscription>();
   }
+  platform::SubscriptionHandle observeUnlistedWindows(std::function<void()>) override { return nullptr; }
 
   std::vector<platform::WindowListEntry> entries;
   int reads = 0;

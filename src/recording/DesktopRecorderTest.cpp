@@ -111,6 +111,7 @@ class FakeDesktop : public platform::Accessibility, public platform::Workspace, 
     return options == platform::WindowListOptions::all ? all : onScreen;
   }
   platform::SubscriptionHandle observeChanges(std::function<void()>) override { return nullptr; }
+  platform::SubscriptionHandle observeUnlistedWindows(std::function<void()>) override { return nullptr; }
 
  private:
   bool hangs(std::int32_t process) {

@@ -55,7 +55,7 @@ class PromptOfToolkit : public testing::TestWithParam<Kit> {
     SampleClient client{world.desktop.display()};
     return waitFor([&] {  // A window manager that has not taken the window over yet misses the first request.
       for (const auto& known : world.windows.snapshot().windows) {
-        if (known.processIdentifier == program.pid()) client.minimise(known.id);
+        if (known.processIdentifier == program.pid()) client.minimise(static_cast<x11::WindowID>(known.id));
       }
       return flag(*window, ax::kMinimized) == true;
     });

@@ -158,8 +158,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
                                                       const auto program = programs.program(process, "");
                                                       return program ? std::optional(program->name) : std::nullopt;
                                                     }};
-  x11::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
-  x11::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
+  desktop::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
+  desktop::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
   x11::XTestEvents events{desktop.display(), windows};
   catalogues::LinuxTranslations linuxTranslations{
       {.ownLocale = "", .languageOf = [this](std::int32_t process) -> std::optional<catalogues::ProgramLanguage> {

@@ -385,7 +385,7 @@ TEST_F(LinuxWorkspaceTest, AnswersQuicklyWithManyWindows) {
 
 TEST(LinuxWorkspace, WithoutAServerTheBusAloneTells) {
   X11Binding binding{std::nullopt};
-  EXPECT_FALSE(binding.windows.isAvailable());
+  EXPECT_EQ(binding.windows.coverage(), desktop::WindowCoverage::none);
   std::vector<WorkspaceEventKind> events;
   const auto subscription =
       binding.workspace.observe([&](const WorkspaceEvent& event) { events.push_back(event.kind); });

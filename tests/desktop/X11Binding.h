@@ -12,17 +12,17 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "platform/linux/system/DesktopOpener.h"
+#include "platform/linux/windows/LinuxWindowList.h"
+#include "platform/linux/windows/LinuxWorkspace.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/DesktopWatch.h"
-#include "platform/linux/x11/LinuxWindowList.h"
-#include "platform/linux/x11/LinuxWorkspace.h"
 #include "platform/linux/x11/XcbWindows.h"
 #include "platform/qt/QtExecutors.h"
 
 namespace quillard::test {
 
 // The accessibility bus, as the test says it is.
-class FakeAccessibleProcesses final : public x11::AccessibleProcesses {
+class FakeAccessibleProcesses final : public desktop::AccessibleProcesses {
  public:
   std::vector<std::int32_t> processes;
 
@@ -45,7 +45,7 @@ class FakeAccessibleProcesses final : public x11::AccessibleProcesses {
   }
 
  private:
-  x11::Listeners<> listeners;
+  desktop::Listeners<> listeners;
 };
 
 class RecordingOpener final : public desktop::DesktopOpener {
@@ -84,8 +84,8 @@ struct X11Binding {
   x11::ProcessTable processes;
   x11::DesktopEntries entries{environment};
   x11::RunningPrograms programs{processes, entries};
-  x11::LinuxWorkspace workspace{{windows, watch, accessible, processes, programs, opener}};
-  x11::LinuxWindowList windowList{windows, programs, watch, accessible, executors.mainThread()};
+  desktop::LinuxWorkspace workspace{{windows, watch, accessible, processes, programs, opener}};
+  desktop::LinuxWindowList windowList{windows, programs, watch, accessible, executors.mainThread()};
 };
 
 }  // namespace quillard::test

@@ -19,7 +19,7 @@ using test::PrivateDesktop;
 using test::SampleClient;
 using test::waitFor;
 
-std::optional<Window> find(Windows& windows, WindowID id) {
+std::optional<Window> find(desktop::DesktopWindows& windows, WindowID id) {
   for (auto& window : windows.snapshot().windows) {
     if (window.id == id) return window;
   }
@@ -28,7 +28,7 @@ std::optional<Window> find(Windows& windows, WindowID id) {
 
 // Waits until the window is listed, and as `condition` wants it.
 template <class Condition>
-testing::AssertionResult becomes(Windows& windows, WindowID id, const Condition& condition) {
+testing::AssertionResult becomes(desktop::DesktopWindows& windows, WindowID id, const Condition& condition) {
   if (waitFor([&] {
         const auto window = find(windows, id);
         return window && condition(*window);
@@ -45,7 +45,7 @@ TEST(X11Windows, WithoutAServerThereAreNone) {
   for (const auto& display :
        {std::optional<std::string>{}, std::optional<std::string>{""}, std::optional<std::string>{":no-such-display"}}) {
     XcbWindows windows{display};
-    EXPECT_FALSE(windows.isAvailable());
+    EXPECT_EQ(windows.coverage(), desktop::WindowCoverage::none);
     EXPECT_EQ(windows.snapshot(), WindowsSnapshot{});
     EXPECT_FALSE(windows.activate(1));
     EXPECT_FALSE(windows.close(1));
@@ -56,7 +56,7 @@ TEST(X11Windows, ReadsTheDialogOfARealProgram) {
   PrivateDesktop desktop;
   const auto zenity = desktop.launch("zenity", {"--question", "--title", "Grüße", "--text", "Really?"});
   XcbWindows windows{desktop.display()};
-  EXPECT_TRUE(windows.isAvailable());
+  EXPECT_EQ(windows.coverage(), desktop::WindowCoverage::all);
   ASSERT_TRUE(waitFor([&] {
     const auto snapshot = windows.snapshot();
     return snapshot.windows.size() == 1 && snapshot.active;
@@ -190,7 +190,7 @@ TEST(X11Windows, AListMayNameWindowsThatHaveGone) {
   const auto snapshot = windows.snapshot();
   ASSERT_EQ(snapshot.windows.size(), 1U);
   EXPECT_EQ(snapshot.windows.front().id, there);
-  EXPECT_TRUE(windows.isAvailable());
+  EXPECT_EQ(windows.coverage(), desktop::WindowCoverage::all);
 }
 
 TEST(X11Windows, WindowsMayComeAndGoWhileTheyAreRead) {
@@ -273,18 +273,18 @@ TEST(X11Windows, AreReadByManyThreadsAtOnce) {
 
 TEST(X11Windows, AServerThatDiesLeavesNoWindowsAndANewOneIsFound) {
   PrivateDesktop desktop;
-  XcbWindows windows{desktop.display(), std::chrono::milliseconds{50}};
+  XcbWindows windows{desktop.display(), WindowCoverage::all, std::chrono::milliseconds{50}};
   {
     SampleClient client{desktop.display()};
     ASSERT_TRUE(becomes(windows, client.open(), isListed));
   }
   desktop.killDisplay();
   EXPECT_EQ(windows.snapshot(), WindowsSnapshot{});
-  EXPECT_FALSE(windows.isAvailable());
+  EXPECT_EQ(windows.coverage(), desktop::WindowCoverage::none);
   EXPECT_FALSE(windows.activate(1));
 
   const auto server = desktop.launch("Xvfb", {desktop.display(), "-nolisten", "tcp", "-noreset", "-ac"});
-  EXPECT_TRUE(waitFor([&] { return windows.isAvailable(); }));
+  EXPECT_TRUE(waitFor([&] { return windows.coverage() == desktop::WindowCoverage::all; }));
 }
 
 }  // namespace

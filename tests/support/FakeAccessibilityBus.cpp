@@ -191,8 +191,7 @@ FakeAccessibilityBus::FakeAccessibilityBus() {
       .environment = presentEnvironment()});
   busAddress = daemon->readLine().value_or("");
   if (busAddress.empty()) throw std::runtime_error("No bus: is dbus-daemon installed?");
-  registryProgram = std::make_unique<FakeProgram>(busAddress, "org.a11y.atspi.Registry");
-  registryProgram->set(FakeProgram::kRoot, {});
+  startRegistryAnew();
   launcher = std::make_unique<FakeProgram>(busAddress, "org.a11y.Bus", [this](sd_bus_message* message) {
     if (isLauncherSilent) return true;
     if (sd_bus_message_is_method_call(message, "org.a11y.Bus", "GetAddress") > 0) {
@@ -206,6 +205,12 @@ FakeAccessibilityBus::FakeAccessibilityBus() {
 }
 
 std::unique_ptr<FakeProgram> FakeAccessibilityBus::start() { return std::make_unique<FakeProgram>(busAddress); }
+
+void FakeAccessibilityBus::startRegistryAnew() {
+  registryProgram.reset();
+  registryProgram = std::make_unique<FakeProgram>(busAddress, "org.a11y.atspi.Registry");
+  registryProgram->set(FakeProgram::kRoot, {});
+}
 
 void FakeAccessibilityBus::registerPrograms(const std::vector<std::string>& names) {
   FakeObject root;

@@ -94,6 +94,8 @@ class FakeAccessibilityBus {
   // Lists these programs at the registry.
   void registerPrograms(const std::vector<std::string>& names);
   FakeProgram& registry() { return *registryProgram; }
+  // Another registry takes the place of the first one, and knows nothing.
+  void startRegistryAnew();
   // Whether accessibility is switched on.
   std::atomic<bool> isEnabled{true};
   // Whether the launcher leaves its questions unanswered.

@@ -46,6 +46,11 @@ class WindowList {
   // Calls back on the main thread soon after the list or the active window may have changed. A hint for looking sooner
   // than one would have: a system without such events never calls.
   [[nodiscard]] virtual SubscriptionHandle observeChanges(std::function<void()> onChange) = 0;
+
+  // Calls back on the main thread soon after a window that may be missing from the list came, or came to the front:
+  // where the system tells of such windows without listing them, reading the list anew would show no difference. May be
+  // null where every window is listed.
+  [[nodiscard]] virtual SubscriptionHandle observeUnlistedWindows(std::function<void()> onChange) = 0;
 };
 
 }  // namespace quillard::platform

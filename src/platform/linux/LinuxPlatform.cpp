@@ -20,15 +20,23 @@ namespace {
 // Of a user without a home: nothing can be made there, so that settings of this run stay in memory.
 constexpr const char* kNowhere = "/dev/null/quillard";
 
-bool isXSession(const platform::Environment& environment) {
-  return environment.value("WAYLAND_DISPLAY").value_or("").empty() &&
-         environment.value("XDG_SESSION_TYPE") != "wayland";
-}
-
 atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environment& environment) {
   return {.sessionBusAddress = xdg::sessionBusAddress(environment),
           .ownProcessIdentifier = static_cast<std::int32_t>(::getpid()),
           .isXSession = isXSession(environment)};
+}
+
+// GNOME Shell tells everybody that windows or their programs have changed, but not which.
+const std::vector<std::string>& shellRules() {
+  static const std::vector<std::string> rules{
+      "type='signal',sender='org.gnome.Shell',interface='org.gnome.Shell.Introspect',member='WindowsChanged'",
+      "type='signal',sender='org.gnome.Shell',interface='org.gnome.Shell.Introspect',"
+      "member='RunningApplicationsChanged'"};
+  return rules;
+}
+
+bool hasShellSignals(const platform::Environment& environment) {
+  return windowSourceKind(environment) == WindowSourceKind::guestXServer && isDesktop(environment, "GNOME");
 }
 
 }  // namespace
@@ -41,31 +49,36 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       notifications(environment, executors.mainThread()),
       secretStore(environment, xdg::dataFolder(environment).value_or(kNowhere)),
       userDefaults(xdg::configurationFolder(environment).value_or(kNowhere), executors, console),
-      windows(environment.value("DISPLAY")),
-      watch(environment.value("DISPLAY"), windows, executors.mainThread()),
-      accessibility(accessibilityOptions(environment), windows, executors),
+      windowSource(makeWindowSource(environment, executors.mainThread())),
+      xWindows(environment.value("DISPLAY")),
+      accessibility(accessibilityOptions(environment), *windowSource.windows, executors),
       accessibleProcesses(
           accessibility, [this] { return accessibility.busAddress(); }, executors.mainThread()),
       desktopEntries(environment),
       programs(processes, desktopEntries),
-      capabilities(accessibility, windows, isXSession(environment),
+      capabilities(accessibility, *windowSource.windows, isXSession(environment),
                    [this](std::int32_t process) -> std::optional<std::string> {
                      const auto program = programs.program(process, "");
                      return program ? std::optional(program->name) : std::nullopt;
                    }),
       opener(openerActions()),
-      workspace({windows, watch, accessibleProcesses, processes, programs, opener}),
+      workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener}),
       translations(translationOptions()),
-      windowList(windows, programs, watch, accessibleProcesses, executors.mainThread()),
-      syntheticEvents(environment.value("DISPLAY"), windows),
+      windowList(*windowSource.windows, programs, *windowSource.changes, accessibleProcesses, executors.mainThread()),
+      syntheticEvents(environment.value("DISPLAY"), xWindows),
       application(executors.mainThread(), statusBar),
+      windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
+                   executors.mainThread(), [this] { windowList.announceUnlistedWindow(); }),
+      shellSignals([this] { return xdg::sessionBusAddress(environment); }, shellRules(), executors.mainThread()),
+      shellSubscription(hasShellSignals(environment) ? shellSignals.add([this] { windowList.announceUnlistedWindow(); })
+                                                     : nullptr),
       settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
 
 std::optional<std::string> LinuxPlatform::prepareWindows() {
   const ProcessEnvironment environment;
   const auto chosen = environment.value("QT_QPA_PLATFORM");
   if (chosen && !chosen->starts_with("xcb")) return std::nullopt;
-  if (x11::XcbWindows(environment.value("DISPLAY")).isAvailable()) {
+  if (x11::XcbWindows(environment.value("DISPLAY")).coverage() != desktop::WindowCoverage::none) {
     qputenv("QT_QPA_PLATFORM", "xcb");
   } else if (environment.value("WAYLAND_DISPLAY")) {
     qputenv("QT_QPA_PLATFORM", "wayland;offscreen");

@@ -7,8 +7,10 @@
 
 #include "platform/SystemPlatform.h"
 #include "platform/linux/accessibility/AccessibleProcessList.h"
+#include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/linux/accessibility/WindowEvents.h"
 #include "platform/linux/catalogues/LinuxTranslations.h"
 #include "platform/linux/shell/LinuxApplication.h"
 #include "platform/linux/shell/LinuxStatusBar.h"
@@ -21,10 +23,10 @@
 #include "platform/linux/system/NoUpdateService.h"
 #include "platform/linux/system/SystemRandom.h"
 #include "platform/linux/system/XdgOpener.h"
+#include "platform/linux/windows/LinuxWindowList.h"
+#include "platform/linux/windows/LinuxWorkspace.h"
+#include "platform/linux/windows/WindowSource.h"
 #include "platform/linux/x11/DesktopEntries.h"
-#include "platform/linux/x11/DesktopWatch.h"
-#include "platform/linux/x11/LinuxWindowList.h"
-#include "platform/linux/x11/LinuxWorkspace.h"
 #include "platform/linux/x11/ProcessTable.h"
 #include "platform/linux/x11/RunningPrograms.h"
 #include "platform/linux/x11/XTestEvents.h"
@@ -75,8 +77,8 @@ struct LinuxPlatform final : platform::SystemPlatform {
   xdg::SecretServiceStore secretStore;
   xdg::FileUserDefaults userDefaults;
 
-  x11::XcbWindows windows;
-  x11::DesktopWatch watch;
+  desktop::WindowSource windowSource;
+  x11::XcbWindows xWindows;  // Those that take synthetic events. Not asked elsewhere.
   atspi::LinuxAccessibility accessibility;
   atspi::AccessibleProcessList accessibleProcesses;
   x11::ProcessTable processes;
@@ -84,12 +86,16 @@ struct LinuxPlatform final : platform::SystemPlatform {
   x11::RunningPrograms programs;
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
-  x11::LinuxWorkspace workspace;
+  desktop::LinuxWorkspace workspace;
   catalogues::LinuxTranslations translations;
-  x11::LinuxWindowList windowList;
+  desktop::LinuxWindowList windowList;
   x11::XTestEvents syntheticEvents;
   LinuxStatusBar statusBar;
   LinuxApplication application;
+  // What the window source does not tell.
+  atspi::WindowEvents windowEvents;
+  atspi::BusObservers shellSignals;
+  platform::SubscriptionHandle shellSubscription;
 
  private:
   [[nodiscard]] catalogues::TranslationOptions translationOptions();

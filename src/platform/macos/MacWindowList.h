@@ -21,6 +21,8 @@ class MacWindowList final : public platform::WindowList {
   [[nodiscard]] platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
       platform::WindowListOptions options) override;
   [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
+  // The server lists every window.
+  [[nodiscard]] platform::SubscriptionHandle observeUnlistedWindows(std::function<void()>) override { return nullptr; }
 
  private:
   platform::Workspace& workspace;

@@ -10,7 +10,8 @@
 
 namespace quillard::platform::simulated {
 
-DesktopState::DesktopState(SerialExecutor& mainThread) : workspaceObservers(mainThread), windowObservers(mainThread) {}
+DesktopState::DesktopState(SerialExecutor& mainThread)
+    : workspaceObservers(mainThread), windowObservers(mainThread), unlistedObservers(mainThread) {}
 
 // ---- Applications
 
@@ -55,7 +56,7 @@ bool DesktopState::activate(std::int32_t processIdentifier) {
     if (node && node->processIdentifier == processIdentifier) backToFront.insert(backToFront.begin(), window.handle);
   }
   for (const NodeHandle window : backToFront) stack.raise(window);
-  windowsChanged();
+  windowCame();
   if (application->facts.isActive) return true;
   for (ApplicationState& other : applications) other.facts.isActive = &other == application;
   announce(WorkspaceEventKind::didActivateApplication, *application);
@@ -150,7 +151,7 @@ std::optional<NodeHandle> DesktopState::addWindow(std::int32_t processIdentifier
   application->mainWindow = window;
   application->focusedWindow = window;
   application->focusedElement = std::nullopt;
-  windowsChanged();
+  windowCame();
   return window;
 }
 
@@ -214,7 +215,7 @@ void DesktopState::shift(NodeHandle handle, Point by) {
 
 void DesktopState::raise(NodeHandle window) {
   stack.raise(window);
-  windowsChanged();
+  windowCame();
 }
 
 void DesktopState::setFocusedWindow(NodeHandle window) {
@@ -280,7 +281,7 @@ std::vector<WindowListEntry> DesktopState::windowEntries(WindowListOptions optio
   std::vector<WindowListEntry> entries;
   for (const StackedWindow& window : stack.windows()) {
     const bool isWanted = options == WindowListOptions::all || isOnScreen(window);
-    if (isWanted && window.isListed) entries.push_back(entry(window));
+    if (listsWindows && isWanted && window.isListed) entries.push_back(entry(window));
   }
   return entries;
 }

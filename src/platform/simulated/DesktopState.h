@@ -70,7 +70,14 @@ class DesktopState {
   void setMainWindow(NodeHandle window);
   void focusElement(NodeHandle node);
   void setOffScreen(NodeHandle window, bool offScreen);
-  void windowsChanged() { windowObservers.hint(); }
+  void windowsChanged() {
+    if (listsWindows) windowObservers.hint();
+  }
+  // A window came, or came to the front: where they are not listed, that is all that is told of them.
+  void windowCame() {
+    windowsChanged();
+    if (!listsWindows) unlistedObservers.hint();
+  }
 
   // ---- What can be seen
   // Whether it is one of the windows of an application, not a sheet or something else in one.
@@ -88,9 +95,11 @@ class DesktopState {
   ElementTree tree;
   WindowStack stack;
   bool isWindowListReadable = true;
+  bool listsWindows = true;
   AttributeMap systemWide;  // In place of what the system-wide element would answer itself.
   Observers<WorkspaceEvent> workspaceObservers;
   Observers<> windowObservers;
+  Observers<> unlistedObservers;
 
  private:
   void announce(WorkspaceEventKind kind, const ApplicationState& application);

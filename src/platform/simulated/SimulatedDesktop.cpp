@@ -351,6 +351,8 @@ void SimulatedDesktop::setWindowListReadable(bool readable) {
   internals->state.windowsChanged();
 }
 
+void SimulatedDesktop::setListsWindows(bool lists) { internals->state.listsWindows = lists; }
+
 NodeHandle SimulatedDesktop::addWindowEntry(WindowListEntry entry, bool isOnScreen) {
   const NodeHandle handle = internals->state.tree.makeHandle();
   internals->state.stack.add({.handle = handle, .isOffScreen = !isOnScreen, .freeStanding = std::move(entry)});

@@ -187,6 +187,8 @@ class SimulatedDesktop {
   void setListed(NodeHandle window, bool listed);
   // While not, the window server gives no list. At first it does.
   void setWindowListReadable(bool readable);
+  // While not, the list is empty, and windows that come are announced only. At first it does.
+  void setListsWindows(bool lists);
   // A window whose owner has no accessibility, in front of all others. `close` removes it.
   NodeHandle addWindowEntry(WindowListEntry entry, bool isOnScreen = true);
 

@@ -21,6 +21,9 @@ class SimulatedWindowList final : public WindowList {
   SubscriptionHandle observeChanges(std::function<void()> onChange) override {
     return state.windowObservers.add(std::move(onChange));
   }
+  SubscriptionHandle observeUnlistedWindows(std::function<void()> onChange) override {
+    return state.unlistedObservers.add(std::move(onChange));
+  }
 
  private:
   DesktopState& state;

@@ -46,7 +46,7 @@ class Input {
   std::string_view left;
 };
 
-bool isPlace(const x11::Extents& extents) {
+bool isPlace(const desktop::Extents& extents) {
   return std::isfinite(extents.left) && std::isfinite(extents.right) && std::isfinite(extents.top) &&
          std::isfinite(extents.bottom);
 }

@@ -10,7 +10,7 @@
 #include "platform/Subscription.h"
 #include "platform/linux/accessibility/AccessibleApplications.h"
 #include "platform/linux/accessibility/BusObservers.h"
-#include "platform/linux/x11/AccessibleProcesses.h"
+#include "platform/linux/windows/AccessibleProcesses.h"
 #include "platform/process/Executors.h"
 
 namespace quillard::atspi {
@@ -18,7 +18,7 @@ namespace quillard::atspi {
 // Who is on the accessibility bus, as a copy that the bus's own news keep up to date. Asks the bus when it is made, and
 // again whenever a program joins or leaves. When the bus gives no answer the copy stays as it was, and whoever reads it
 // asks again, once a second at most: no silence of a registry empties a desktop.
-class AccessibleProcessList final : public x11::AccessibleProcesses {
+class AccessibleProcessList final : public desktop::AccessibleProcesses {
  public:
   // All outlive this. `findBus`: where the accessibility bus listens.
   AccessibleProcessList(AccessibleApplications& applications, BusWatch::FindAddress findBus,

@@ -31,10 +31,12 @@ int pollTimeout(sd_bus* bus) {
 
 }  // namespace
 
-BusWatch::BusWatch(FindAddress findAddress, std::vector<std::string> matchRules, std::function<void()> onNews)
+BusWatch::BusWatch(FindAddress findAddress, std::vector<std::string> matchRules, std::function<void()> onNews,
+                   BusWatchHooks hooks)
     : findAddress(std::move(findAddress)),
       matchRules(std::move(matchRules)),
       onNews(std::move(onNews)),
+      hooks(std::move(hooks)),
       wakeFile(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       thread([this] { run(); }) {}
 
@@ -50,8 +52,10 @@ void BusWatch::run() {
   if (matchRules.empty()) return;
   while (true) {
     if (auto connection = connect()) {
+      if (hooks.onConnect) hooks.onConnect(*connection);
       onNews();  // Whatever happened while nothing listened.
       listen(*connection);
+      if (hooks.onEnd) hooks.onEnd(*connection);
       onNews();
     }
     if (!pause(kRetryMilliseconds, kNoFile, 0)) return;
@@ -84,8 +88,9 @@ bool BusWatch::pause(int milliseconds, int otherFile, short otherEvents) const {
   return (files[0].revents & POLLIN) == 0;
 }
 
-int BusWatch::onSignal(sd_bus_message*, void* watch, sd_bus_error*) {
-  static_cast<BusWatch*>(watch)->onNews();
+int BusWatch::onSignal(sd_bus_message* signal, void* watch, sd_bus_error*) {
+  const auto& self = *static_cast<BusWatch*>(watch);
+  if (!self.hooks.isNews || self.hooks.isNews(signal)) self.onNews();
   return 0;
 }
 

@@ -16,8 +16,8 @@ constexpr std::size_t kMostPrograms = 4096;
 
 bool hasToolkit(const ProgramNode& program) { return program.toolkitProgress == Progress::known; }
 
-std::vector<x11::Window> windowsOf(const x11::WindowsSnapshot& snapshot, std::int32_t processIdentifier) {
-  std::vector<x11::Window> owned;
+std::vector<desktop::Window> windowsOf(const desktop::WindowsSnapshot& snapshot, std::int32_t processIdentifier) {
+  std::vector<desktop::Window> owned;
   for (const auto& window : snapshot.windows) {
     if (window.processIdentifier == processIdentifier) owned.push_back(window);
   }
@@ -38,9 +38,9 @@ bool ProcessWindows::contains(const Node& window) const {
   return std::find(present.begin(), present.end(), &window) != present.end();
 }
 
-const x11::Window* ProcessWindows::xWindow(const Node* window) const {
-  const auto found = xWindows.find(window);
-  return found == xWindows.end() ? nullptr : found->second;
+const desktop::Window* ProcessWindows::desktopWindow(const Node* window) const {
+  const auto found = desktopWindows.find(window);
+  return found == desktopWindows.end() ? nullptr : found->second;
 }
 
 Node* ProcessWindows::sheetParent(const Node& window) const {
@@ -213,16 +213,16 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
   }
   std::vector<AccessibleWindow> accessible;
   for (const Node* candidate : candidates) accessible.push_back(described(*candidate));
-  const auto owned = windowsOf(xWindows(), processIdentifier);
+  const auto owned = windowsOf(desktopWindows(), processIdentifier);
   const auto matches = matchWindows(accessible, owned);
 
   ProcessWindows found;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const x11::Window* window = nullptr;
+    const desktop::Window* window = nullptr;
     if (matches[i]) {
       window = &*std::find_if(snapshot->windows.begin(), snapshot->windows.end(),
-                              [&](const x11::Window& known) { return known.id == owned[*matches[i]].id; });
-      found.xWindows.emplace(candidates[i], window);
+                              [&](const desktop::Window& known) { return known.id == owned[*matches[i]].id; });
+      found.desktopWindows.emplace(candidates[i], window);
     }
     const auto& record = candidates[i]->record;
     if (mapping::isPresentWindow(record, candidates[i]->program->toolkit, window, !owned.empty())) {
@@ -237,16 +237,16 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
 // window, where it is met first. A window has one sheet, the uppermost; a dialog has none, since the two would be read
 // as one prompt. Whatever else is modal stays a window.
 void DesktopReading::findSheets(ProcessWindows& found) {
-  std::unordered_map<x11::WindowID, Node*> ordinary;
+  std::unordered_map<desktop::WindowID, Node*> ordinary;
   for (Node* node : found.present) {
-    const auto* window = found.xWindow(node);
+    const auto* window = found.desktopWindow(node);
     if (window && !window->isHidden && !mapping::isDialogWindow(node->record, window)) ordinary[window->id] = node;
   }
   std::unordered_map<Node*, Node*> sheets;
-  for (const auto& above : xWindows().windows) {  // Bottom to top, so the uppermost comes last.
+  for (const auto& above : desktopWindows().windows) {  // Bottom to top, so the uppermost comes last.
     if (!above.transientFor || above.isHidden || !ordinary.contains(*above.transientFor)) continue;
     for (Node* node : found.present) {
-      if (found.xWindow(node) != &above) continue;
+      if (found.desktopWindow(node) != &above) continue;
       const bool isSheet = mapping::isDialogRole(node->record.role) && mapping::isModal(node->record, &above);
       if (isSheet) sheets[ordinary[*above.transientFor]] = node;
     }
@@ -265,11 +265,12 @@ std::optional<platform::DesktopReadFailure> DesktopReading::failure() const {
   // The bus itself is asked which process a program is: one that could not be told is missing from the list.
   if (!connection->isOpen() || requests.hasMissedTimeout(names::kBus)) return DesktopReadFailure::accessibilityService;
   if (areProgramsListed && !isProgramListKnown) return DesktopReadFailure::applicationList;
-  const bool hasLostServer = dependencies.expectsWindowServer && snapshot && !snapshot->screen;
+  const bool hasLostServer =
+      dependencies.expectsWindowServer && snapshot && snapshot->coverage == desktop::WindowCoverage::none;
   return hasLostServer ? std::optional(DesktopReadFailure::windowServer) : std::nullopt;
 }
 
-const x11::WindowsSnapshot& DesktopReading::xWindows() {
+const desktop::WindowsSnapshot& DesktopReading::desktopWindows() {
   if (!snapshot) snapshot = dependencies.windows.snapshot();
   return *snapshot;
 }

@@ -14,36 +14,36 @@
 #include "platform/linux/accessibility/ElementReference.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
 #include "platform/linux/accessibility/TreeFetch.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 
 namespace quillard::atspi {
 
 // What every reading is made over. All of it outlives the reading.
 struct ReadingDependencies {
-  x11::Windows& windows;
+  desktop::DesktopWindows& windows;
   KnownPrograms& knownPrograms;
   std::chrono::microseconds messagingTimeout{};  // Of each request.
   AccessibilityCounters& counters;
   // Never asked anything: it may be waiting for the very thread that reads.
   std::int32_t ownProcessIdentifier = 0;
-  // There was an X server, so that one that does not answer now has gone.
+  // The desktop told of its windows before, so that one that tells of none now has gone.
   bool expectsWindowServer = false;
 };
 
-// The windows of a process, as the bus and the X server know them together.
+// The windows of a process, as the bus and the desktop know them together.
 struct ProcessWindows {
-  std::vector<Node*> present;                                    // In their programs' order, sheets included.
-  std::unordered_map<const Node*, const x11::Window*> xWindows;  // Those that have one.
-  std::unordered_map<const Node*, Node*> sheetParents;           // Of sheets: the window that they belong to.
+  std::vector<Node*> present;                                              // In their programs' order, sheets included.
+  std::unordered_map<const Node*, const desktop::Window*> desktopWindows;  // Those that have one.
+  std::unordered_map<const Node*, Node*> sheetParents;                     // Of sheets: the window that they belong to.
 
   [[nodiscard]] bool contains(const Node& window) const;
-  [[nodiscard]] const x11::Window* xWindow(const Node* window) const;
+  [[nodiscard]] const desktop::Window* desktopWindow(const Node* window) const;
   [[nodiscard]] Node* sheetParent(const Node& window) const;
   [[nodiscard]] Node* sheetOf(const Node& window) const;
 };
 
 // What has been read of the desktop since this object was made: programs, windows and objects from the accessibility
-// bus, and one look at the X server's windows. Each thing is asked once; what is missing is asked when it is needed.
+// bus, and one snapshot of the desktop's windows. Each thing is asked once; what is missing is asked when it is needed.
 // One thread at a time.
 class DesktopReading {
  public:
@@ -73,8 +73,7 @@ class DesktopReading {
   [[nodiscard]] bool hasGone(const std::string& bus) const { return requests.hasGone(bus); }
   // Who did not answer, so that what was not found may be there all the same; as far as it was asked by now.
   [[nodiscard]] std::optional<platform::DesktopReadFailure> failure() const;
-  [[nodiscard]] const x11::WindowsSnapshot& xWindows();
-  [[nodiscard]] bool hasXServer() const { return dependencies.windows.isAvailable(); }
+  [[nodiscard]] const desktop::WindowsSnapshot& desktopWindows();
 
   // For requests that are no reads of trees.
   [[nodiscard]] BusRequests& direct() { return requests; }
@@ -103,7 +102,7 @@ class DesktopReading {
   std::unordered_map<std::int32_t, std::vector<ProgramNode*>> programsByProcess;
   std::unordered_map<std::string, ProgramNode*> programsByBus;
   std::unordered_map<std::int32_t, ProcessWindows> windowsByProcess;
-  std::optional<x11::WindowsSnapshot> snapshot;
+  std::optional<desktop::WindowsSnapshot> snapshot;
 };
 
 // Up to `limit` descendants that are elements, in the order of the walk, as far as they have been read.

@@ -51,7 +51,7 @@ AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action)
     case platform::AXKnownAction::press:
       return isWindow ? AXError::actionUnsupported : press(node);
     case platform::AXKnownAction::raise:
-      return isWindow ? bringForward(answers.xWindow(node), true) : AXError::actionUnsupported;
+      return isWindow ? bringForward(answers.desktopWindow(node), true) : AXError::actionUnsupported;
     case platform::AXKnownAction::confirm:
     case platform::AXKnownAction::cancel:
       break;  // No toolkit offers them of a window.
@@ -92,9 +92,9 @@ AXError ElementActions::askYesOrNo(BusCall call) {
   return error;
 }
 
-AXError ElementActions::bringForward(const x11::Window* window, bool always) {
+AXError ElementActions::bringForward(const desktop::Window* window, bool always) {
   if (!window) return AXError::actionUnsupported;
-  const bool isForward = !window->isHidden && reading.xWindows().active == window->id;
+  const bool isForward = !window->isHidden && reading.desktopWindows().active == window->id;
   if (isForward && !always) return AXError::success;
   return windows.activate(window->id) ? AXError::success : AXError::cannotComplete;
 }
@@ -121,14 +121,14 @@ AXError ElementActions::setOfApplication(std::int32_t process, platform::AXAttri
       return AXError::illegalArgument;
     }
     Node* const node = reading.node(*reference);
-    return node ? bringForward(answers.xWindow(*node), false) : AXError::invalidUIElement;
+    return node ? bringForward(answers.desktopWindow(*node), false) : AXError::invalidUIElement;
   }
   if (name != ax::kFrontmost) return AXError::attributeUnsupported;
   if (!isTrue(value)) return AXError::illegalArgument;
-  const auto& desktop = reading.xWindows();
-  const x11::Window* uppermost = nullptr;
+  const auto& desktop = reading.desktopWindows();
+  const desktop::Window* uppermost = nullptr;
   for (const auto& window : desktop.windows) {
-    const bool isOwn = std::any_of(own.xWindows.begin(), own.xWindows.end(),
+    const bool isOwn = std::any_of(own.desktopWindows.begin(), own.desktopWindows.end(),
                                    [&](const auto& entry) { return entry.second == &window; });
     if (!isOwn) continue;
     if (desktop.active == window.id) return AXError::success;
@@ -138,7 +138,7 @@ AXError ElementActions::setOfApplication(std::int32_t process, platform::AXAttri
 }
 
 AXError ElementActions::setOfWindow(Node& window, platform::AXAttribute name, const AXValue& value) {
-  const x11::Window* const outer = answers.xWindow(window);
+  const desktop::Window* const outer = answers.desktopWindow(window);
   if (name == ax::kMinimized) {
     if (!std::holds_alternative<bool>(value)) return AXError::illegalArgument;
     if (isTrue(value)) return AXError::attributeUnsupported;  // The agent never puts a window away.
@@ -150,9 +150,9 @@ AXError ElementActions::setOfWindow(Node& window, platform::AXAttribute name, co
 }
 
 // The X server is asked, not the list: what covers a window there need not be in it.
-const x11::Window* ElementActions::topmostAt(Point point) {
+const desktop::Window* ElementActions::topmostAt(Point point) {
   const auto top = windows.windowAt(point);
-  const auto& known = reading.xWindows().windows;
+  const auto& known = reading.desktopWindows().windows;
   const auto found = std::find_if(known.begin(), known.end(), [&](const auto& window) { return window.id == top; });
   return found == known.end() ? nullptr : &*found;
 }
@@ -161,13 +161,13 @@ AXResult<AXUIElement> ElementActions::elementAt(const AXUIElement& within, Point
   const auto* reference = ElementReference::of(within);
   if (!reference) return AXError::invalidUIElement;
   if (reference->kind == Kind::object) return AXError::illegalArgument;
-  const x11::Window* const top = topmostAt(point);
+  const desktop::Window* const top = topmostAt(point);
   if (!top || !top->processIdentifier) return AXError::noValue;
   const auto process = *top->processIdentifier;
   if (reference->kind == Kind::application && reference->processIdentifier != process) return AXError::noValue;
   const auto& own = reading.windows(process);
   const auto owner = std::find_if(own.present.begin(), own.present.end(),
-                                  [&](const Node* window) { return own.xWindow(window) == top; });
+                                  [&](const Node* window) { return own.desktopWindow(window) == top; });
   if (owner == own.present.end()) {
     return reading.hasMissedTimeout(process) ? AXError::cannotComplete : AXError::noValue;
   }

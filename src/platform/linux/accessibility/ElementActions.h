@@ -13,7 +13,8 @@ namespace quillard::atspi {
 class ElementActions {
  public:
   // All outlive this.
-  ElementActions(DesktopReading& reading, x11::Windows& windows, const std::optional<std::string>& sessionBusAddress)
+  ElementActions(DesktopReading& reading, desktop::DesktopWindows& windows,
+                 const std::optional<std::string>& sessionBusAddress)
       : reading(reading), answers(reading), windows(windows), sessionBusAddress(sessionBusAddress) {}
 
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
@@ -32,12 +33,12 @@ class ElementActions {
                                                    const platform::AXValue& value);
   [[nodiscard]] platform::AXError setOfWindow(Node& window, platform::AXAttribute name, const platform::AXValue& value);
   // `always`: even when it is already active.
-  [[nodiscard]] platform::AXError bringForward(const x11::Window* window, bool always);
-  [[nodiscard]] const x11::Window* topmostAt(Point point);
+  [[nodiscard]] platform::AXError bringForward(const desktop::Window* window, bool always);
+  [[nodiscard]] const desktop::Window* topmostAt(Point point);
 
   DesktopReading& reading;
   ElementAnswers answers;
-  x11::Windows& windows;
+  desktop::DesktopWindows& windows;
   const std::optional<std::string>& sessionBusAddress;
 };
 

@@ -148,7 +148,7 @@ AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, Attribute 
     case Attribute::title:
       return applicationTitle(*reading.programs(process).front());
     case Attribute::frontmost:
-      return AXValue{ownActiveWindow() != nullptr};
+      return isFrontmost(process);
     case Attribute::mainWindow:
     case Attribute::focusedWindow:
       return elementOrNone(ownActiveWindow());
@@ -227,7 +227,7 @@ AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
   // A notification asks nothing by being one.
   const bool isDialogOfShell = shell::isShell(*window.program) && window.record.role != Role::notification;
   const bool isDialog =
-      !window.isTopLevel() || isDialogOfShell || mapping::isDialogWindow(window.record, xWindow(window));
+      !window.isTopLevel() || isDialogOfShell || mapping::isDialogWindow(window.record, desktopWindow(window));
   return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
 }
 
@@ -245,7 +245,7 @@ AXResult<AXValue> ElementAnswers::roleDescription(Node& window) {
 }
 
 AXResult<AXValue> ElementAnswers::isModal(Node& window) {
-  return AXValue{mapping::isModal(window.record, window.isTopLevel() ? xWindow(window) : nullptr)};
+  return AXValue{mapping::isModal(window.record, window.isTopLevel() ? desktopWindow(window) : nullptr)};
 }
 
 AXResult<AXValue> ElementAnswers::applicationTitle(ProgramNode& program) {
@@ -260,17 +260,46 @@ AXResult<AXValue> ElementAnswers::description(Node& node) {
 }
 
 AXResult<AXValue> ElementAnswers::isMinimized(Node& window) {
-  const x11::Window* const outer = xWindow(window);
+  const desktop::Window* const outer = desktopWindow(window);
   const auto& record = window.window ? window.window->record : window.record;
-  return AXValue{outer ? outer->isHidden : record.is(State::iconified)};
+  if (outer) return AXValue{outer->isHidden};
+  if (record.is(State::iconified)) return AXValue{true};
+  // Where the desktop does not tell, programs do not either: no client of Wayland knows it of its own windows.
+  const bool isKnown = reading.desktopWindows().coverage == desktop::WindowCoverage::all;
+  return isKnown ? Value{AXValue{false}} : Value{AXError::noValue};
 }
 
 AXResult<AXValue> ElementAnswers::isActive(Node& window) {
-  if (reading.hasXServer()) {
-    const x11::Window* const outer = xWindow(window);
-    return AXValue{outer && reading.xWindows().active == outer->id};
+  const auto isActive = hasKeyboard(window);
+  return isActive ? Value{AXValue{*isActive}} : Value{AXError::noValue};
+}
+
+AXResult<AXValue> ElementAnswers::isFrontmost(std::int32_t process) {
+  bool isKnown = true;
+  for (Node* window : reading.windows(process).present) {
+    const auto isActive = hasKeyboard(*window);
+    if (isActive.value_or(false)) return AXValue{true};
+    isKnown = isKnown && isActive.has_value();
   }
-  return AXValue{(window.window ? window.window->record : window.record).is(State::active)};
+  return isKnown ? Value{AXValue{false}} : Value{AXError::noValue};
+}
+
+std::optional<bool> ElementAnswers::hasKeyboard(Node& window) {
+  const auto* const outer = desktopWindow(window);
+  if (outer) return reading.desktopWindows().active == outer->id;
+  const auto* const front = activeDesktopWindow();
+  if (front && front->processIdentifier != window.program->processIdentifier) return false;
+  const auto& record = (window.window ? *window.window : window).record;
+  if (record.is(State::active)) return true;
+  if (mapping::tellsActivity(record, window.program->toolkit)) return false;
+  return std::nullopt;
+}
+
+const desktop::Window* ElementAnswers::activeDesktopWindow() {
+  const auto& known = reading.desktopWindows();
+  const auto active = std::find_if(known.windows.begin(), known.windows.end(),
+                                   [&](const desktop::Window& window) { return window.id == known.active; });
+  return active == known.windows.end() ? nullptr : &*active;
 }
 
 std::string_view ElementAnswers::roleOf(Node& node) {
@@ -317,7 +346,7 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
     reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
     return textValue(shell::headingOf(node));
   }
-  if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, xWindow(node)));
+  if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, desktopWindow(node)));
   if (node.record.role == Role::pushButton) {
     return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));
   }
@@ -381,16 +410,20 @@ AXResult<AXValue> ElementAnswers::size(Node& node) {
 }
 
 std::optional<Rect> ElementAnswers::frame(Node& node) {
-  if (node.isTopLevel()) return mapping::windowFrame(node.record, xWindow(node));
+  if (node.isTopLevel()) return mapping::windowFrame(node.record, desktopWindow(node));
   reading.fetch({{.node = &node, .more = {.extents = true}}});
   const Toolkit toolkit = node.program->toolkit;
+  const auto& known = reading.desktopWindows().windows;
+  const bool hasWaylandClients =
+      std::any_of(known.begin(), known.end(), [](const desktop::Window& window) { return window.hasRelativePlaces; });
   // The others say themselves where they are.
-  const x11::Window* const window = toolkit == Toolkit::gtk4 ? xWindow(node) : nullptr;
-  return mapping::frameOf(node.record, node.window ? node.window->record : node.record, toolkit, window);
+  const bool isRelative = toolkit == Toolkit::gtk4 || hasWaylandClients;
+  const auto& record = (node.window ? *node.window : node).record;
+  return mapping::frameOf(node.record, record, toolkit, isRelative ? desktopWindow(node) : nullptr);
 }
 
-const x11::Window* ElementAnswers::xWindow(Node& node) {
-  return reading.windows(node.program->processIdentifier).xWindow(node.window);
+const desktop::Window* ElementAnswers::desktopWindow(Node& node) {
+  return reading.windows(node.program->processIdentifier).desktopWindow(node.window);
 }
 
 AXResult<AXValue> ElementAnswers::defaultButton(Node& window) {
@@ -418,22 +451,21 @@ AXResult<AXValue> ElementAnswers::focusedElement(Node* window) {
 }
 
 Node* ElementAnswers::activeWindow() {
-  if (!reading.hasXServer()) {
-    reading.prepare(reading.processIdentifiers(), 0);
-    for (const auto process : reading.processIdentifiers()) {
-      for (Node* window : reading.windows(process).present) {
-        if (window->record.is(State::active)) return window;
-      }
+  if (const auto* const active = activeDesktopWindow()) {
+    if (!active->processIdentifier) return nullptr;
+    const auto& owner = reading.windows(*active->processIdentifier);
+    for (Node* window : owner.present) {
+      if (owner.desktopWindow(window) == active) return window;
     }
     return nullptr;
   }
-  const auto& desktop = reading.xWindows();
-  const auto active = std::find_if(desktop.windows.begin(), desktop.windows.end(),
-                                   [&](const x11::Window& window) { return window.id == desktop.active; });
-  if (active == desktop.windows.end() || !active->processIdentifier) return nullptr;
-  const auto& owner = reading.windows(*active->processIdentifier);
-  for (Node* window : owner.present) {
-    if (owner.xWindow(window) == &*active) return window;
+  // A desktop that knows every window, and names none, has none in front.
+  if (reading.desktopWindows().coverage == desktop::WindowCoverage::all) return nullptr;
+  reading.prepare(reading.processIdentifiers(), 0);
+  for (const auto process : reading.processIdentifiers()) {
+    for (Node* window : reading.windows(process).present) {
+      if (hasKeyboard(*window).value_or(false)) return window;
+    }
   }
   return nullptr;
 }
@@ -491,7 +523,7 @@ AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement
   const auto role = this->role(*node);
   std::vector<std::string> actions;
   if (role.hasValue() && isWindowLike(*node)) {
-    if (xWindow(*node)) actions.emplace_back(ax::kRaiseAction);
+    if (desktopWindow(*node)) actions.emplace_back(ax::kRaiseAction);
   } else if (role.hasValue() && isPressable(*node)) {
     actions.emplace_back(ax::kPressAction);
   }

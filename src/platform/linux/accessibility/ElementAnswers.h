@@ -22,9 +22,10 @@ class ElementAnswers {
 
   // Its role; an error when it is no living element.
   [[nodiscard]] platform::AXResult<platform::AXValue> role(Node& node);
-  // The X window in which an element lies, or that it is. Absent: none is known.
-  [[nodiscard]] const x11::Window* xWindow(Node& node);
-  // Of the windows of the desktop, the active one. Null: none, or it is not on the bus.
+  // The window of the desktop in which an element lies, or that it is. Null: none is known.
+  [[nodiscard]] const desktop::Window* desktopWindow(Node& node);
+  // Of the windows of the desktop, the active one. Null: none, or it is not on the bus. The desktop says, where it
+  // knows its windows; of others, they say so themselves.
   [[nodiscard]] Node* activeWindow();
   // The deepest element at `point` of the window, the window itself included.
   [[nodiscard]] Node& deepestAt(Node& window, Point point);
@@ -52,6 +53,10 @@ class ElementAnswers {
   [[nodiscard]] Value roleDescription(Node& window);
   [[nodiscard]] Value isMinimized(Node& window);
   [[nodiscard]] Value isActive(Node& window);
+  [[nodiscard]] Value isFrontmost(std::int32_t processIdentifier);
+  // Whether it has the keyboard. Absent: it cannot be told.
+  [[nodiscard]] std::optional<bool> hasKeyboard(Node& window);
+  [[nodiscard]] const desktop::Window* activeDesktopWindow();
   [[nodiscard]] Value position(Node& node);
   [[nodiscard]] Value size(Node& node);
   [[nodiscard]] Value children(Node& node);

@@ -30,11 +30,12 @@ namespace ax = platform::ax;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-class NoWindows final : public x11::Windows {
+class NoWindows final : public desktop::DesktopWindows {
  public:
-  [[nodiscard]] bool isAvailable() const override { return false; }
-  [[nodiscard]] x11::WindowsSnapshot snapshot() override { return {}; }
-  bool activate(x11::WindowID) override { return false; }
+  [[nodiscard]] desktop::WindowCoverage coverage() const override { return desktop::WindowCoverage::none; }
+  [[nodiscard]] desktop::WindowsSnapshot snapshot() override { return {}; }
+  bool activate(desktop::WindowID) override { return false; }
+  bool close(desktop::WindowID) override { return false; }
 };
 
 constexpr auto kShown = bit(State::showing);
@@ -483,13 +484,14 @@ TEST(FakePrograms, ALauncherThatDoesNotAnswerLeavesThePermissionUnknown) {
 }
 
 // An X server that can go.
-class GoingServer final : public x11::Windows {
+class GoingServer final : public desktop::DesktopWindows {
  public:
-  [[nodiscard]] bool isAvailable() const override { return isThere; }
-  [[nodiscard]] x11::WindowsSnapshot snapshot() override {
-    return isThere ? x11::WindowsSnapshot{.screen = Size{800, 600}} : x11::WindowsSnapshot{};
+  [[nodiscard]] desktop::WindowCoverage coverage() const override {
+    return isThere ? desktop::WindowCoverage::all : desktop::WindowCoverage::none;
   }
-  bool activate(x11::WindowID) override { return false; }
+  [[nodiscard]] desktop::WindowsSnapshot snapshot() override { return {.windows = {}, .coverage = coverage()}; }
+  bool activate(desktop::WindowID) override { return false; }
+  bool close(desktop::WindowID) override { return false; }
   bool isThere = true;
 };
 
@@ -511,6 +513,83 @@ TEST(FakePrograms, AnXServerThatHasGoneIsNoDesktopWithoutWindows) {
     server.isThere = true;
     EXPECT_EQ(failure(), std::nullopt);
   }
+}
+
+// Some windows of a desktop, such as the X server's in a Wayland session.
+class FixedWindows final : public desktop::DesktopWindows {
+ public:
+  [[nodiscard]] desktop::WindowCoverage coverage() const override { return present.coverage; }
+  [[nodiscard]] desktop::WindowsSnapshot snapshot() override { return present; }
+  bool activate(desktop::WindowID) override { return false; }
+  bool close(desktop::WindowID) override { return false; }
+  desktop::WindowsSnapshot present{.windows = {}, .coverage = desktop::WindowCoverage::some};
+};
+
+// What the three ways to ask say of who is in front.
+struct Front {
+  std::optional<bool> main;
+  std::optional<bool> frontmost;
+  bool isFocusedWindow = false;
+  bool operator==(const Front&) const = default;
+};
+
+struct FrontWorld : World {
+  FixedWindows windows;
+  LinuxAccessibility desktop{{.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors};
+
+  Front front() {
+    const auto window = this->window();
+    if (!window) return {};
+    const auto flag = [&](const AXUIElement& element, platform::AXAttribute name) -> std::optional<bool> {
+      const auto value = desktop.copyAttributeValue(element, name);
+      if (!value.hasValue()) return std::nullopt;
+      return std::get<bool>(value.value());
+    };
+    return {.main = flag(*window, ax::kMain),
+            .frontmost = flag(application(), ax::kFrontmost),
+            .isFocusedWindow =
+                AXHelpers::elementAttribute(desktop, desktop.createSystemWide(), ax::kFocusedWindow) == window};
+  }
+  void showAs(std::uint64_t states) {
+    auto dialog = object(Role::dialog, "Permission", {"/text", "/deny", "/allow"});
+    dialog.states = states;
+    program->set("/window", dialog);
+  }
+};
+
+TEST(FakePrograms, AWindowThatTheXServerDoesNotKnowIsInFrontWhenItSaysSo) {
+  FrontWorld world;
+  world.showAs(kShown | bit(State::active));
+  EXPECT_EQ(world.front(), (Front{true, true, true}));
+  world.showAs(kShown);
+  EXPECT_EQ(world.front(), (Front{false, false, false}));
+}
+
+TEST(FakePrograms, OfItsOwnWindowsTheXServerKnowsBetter) {
+  FrontWorld world;
+  world.showAs(kShown);
+  desktop::Window own{.id = 7, .processIdentifier = ::getpid(), .name = "Permission", .isMapped = true};
+  own.clientBounds = {10, 10, 100, 20};
+  world.windows.present.windows = {own};
+  EXPECT_EQ(world.front(), (Front{false, false, false}));
+  world.windows.present.active = own.id;
+  EXPECT_EQ(world.front(), (Front{true, true, true}));
+}
+
+TEST(FakePrograms, WhereEveryWindowIsKnownTheOneOfAnotherProgramInFrontSettlesIt) {
+  FrontWorld world;
+  world.showAs(kShown | bit(State::active));  // It has not noticed yet.
+  world.windows.present.coverage = desktop::WindowCoverage::all;
+  world.windows.present.windows = {{.id = 9, .processIdentifier = 1, .name = "Other", .isMapped = true}};
+  world.windows.present.active = 9;
+  EXPECT_EQ(world.front(), (Front{false, false, false}));
+}
+
+TEST(FakePrograms, OfADialogOfGtk4ItIsNotKnownWhetherItIsInFront) {
+  FrontWorld world;
+  world.program->speakAs("GTK", "4.8.3");
+  world.showAs(kShown);
+  EXPECT_EQ(world.front(), (Front{std::nullopt, std::nullopt, false}));
 }
 
 TEST(FakePrograms, WhenTheBusDiesEverythingFailsQuietly) {

@@ -30,7 +30,7 @@ const std::vector<std::string>& trustRules() {
 
 }  // namespace
 
-LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options, x11::Windows& windows,
+LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options, desktop::DesktopWindows& windows,
                                        platform::Executors& executors)
     : options(options),
       windows(windows),
@@ -42,7 +42,7 @@ LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options,
 std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
   auto connection = connections.borrow();
   if (!connection) return nullptr;
-  if (options.isXSession && windows.isAvailable()) hadWindowServer = true;
+  if (options.isXSession && windows.coverage() != desktop::WindowCoverage::none) hadWindowServer = true;
   return std::make_unique<DesktopReading>(
       *std::move(connection),
       ReadingDependencies{.windows = windows,
@@ -109,7 +109,7 @@ AXError LinuxAccessibility::performAction(const AXUIElement& element, platform::
 }
 
 AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
-  if (!options.isXSession || !windows.isAvailable()) return AXError::notImplemented;
+  if (!options.isXSession || windows.coverage() == desktop::WindowCoverage::none) return AXError::notImplemented;
   const auto reading = beginReading();
   if (!reading) return AXError::apiDisabled;
   return ElementActions{*reading, windows, options.sessionBusAddress}.elementAt(within, point);
@@ -170,11 +170,11 @@ SwitchOnOutcome LinuxAccessibility::switchOn() {
 
 std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
   const auto reading = beginReading();
-  if (!reading || !reading->hasXServer()) return std::nullopt;
+  if (!reading || reading->desktopWindows().coverage == desktop::WindowCoverage::none) return std::nullopt;
   const auto& seen = reading->processIdentifiers();
   if (reading->failure()) return std::nullopt;
   std::vector<std::int32_t> unseen;
-  for (const auto& window : reading->xWindows().windows) {
+  for (const auto& window : reading->desktopWindows().windows) {
     if (!window.processIdentifier || *window.processIdentifier == options.ownProcessIdentifier) continue;
     const bool isListed = std::find(seen.begin(), seen.end(), *window.processIdentifier) != seen.end() ||
                           std::find(unseen.begin(), unseen.end(), *window.processIdentifier) != unseen.end();

@@ -21,7 +21,7 @@
 #include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 #include "platform/process/Executors.h"
 
 namespace quillard::atspi {
@@ -61,7 +61,8 @@ class LinuxAccessibility final : public platform::Accessibility,
                                  public AccessibilitySwitch {
  public:
   // Both outlive this. Nothing is asked yet.
-  LinuxAccessibility(const LinuxAccessibilityOptions& options, x11::Windows& windows, platform::Executors& executors);
+  LinuxAccessibility(const LinuxAccessibilityOptions& options, desktop::DesktopWindows& windows,
+                     platform::Executors& executors);
   LinuxAccessibility(const LinuxAccessibility&) = delete;
   LinuxAccessibility& operator=(const LinuxAccessibility&) = delete;
 
@@ -106,7 +107,7 @@ class LinuxAccessibility final : public platform::Accessibility,
   [[nodiscard]] std::unique_ptr<DesktopReading> beginReading();
 
   const LinuxAccessibilityOptions options;
-  x11::Windows& windows;
+  desktop::DesktopWindows& windows;
   AccessibilityCounters counted;
   KnownPrograms knownPrograms;
   AccessibilityStatus status;

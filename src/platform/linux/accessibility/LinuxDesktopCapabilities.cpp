@@ -17,19 +17,25 @@ constexpr const char* kWaylandAlone =
 constexpr const char* kWaylandWithServer =
     "This is a Wayland session. Windows of Wayland programs cannot be brought to the front or clicked, and some are "
     "not seen; those of X programs are.";
+constexpr const char* kWaylandInput = "This is a Wayland session. Clicks and keys can be sent to X programs only.";
 constexpr const char* kWaylandPoints =
     "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
 
 }  // namespace
 
 std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability capability) {
-  if (!windows.isAvailable()) return Limitation{isXSession ? kNoServer : kWaylandAlone};
-  if (isXSession) return std::nullopt;
+  using desktop::WindowCoverage;
+  const auto coverage = windows.coverage();
+  if (isXSession) return coverage == WindowCoverage::none ? std::optional(Limitation{kNoServer}) : std::nullopt;
+  if (coverage == WindowCoverage::none) return Limitation{kWaylandAlone};
   switch (capability) {
     case DesktopCapability::windowList:
     case DesktopCapability::frontmostApplication:
-    case DesktopCapability::syntheticInput:
+      if (coverage == WindowCoverage::all) return std::nullopt;
       return Limitation{.reason = kWaylandWithServer, .isPartial = true};
+    case DesktopCapability::syntheticInput:
+      return Limitation{.reason = coverage == WindowCoverage::all ? kWaylandInput : kWaylandWithServer,
+                        .isPartial = true};
     case DesktopCapability::screenCoordinates:
       break;
   }

@@ -8,31 +8,33 @@
 
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 
 namespace quillard::atspi {
 
-// What the X server and the accessibility bus leave open. Without an X server nothing but accessibility is left; within
-// a Wayland session the X server knows the windows of X programs only, and others may lie above these.
+// What the desktop and the accessibility bus leave open. Where nothing tells of windows, nothing but accessibility is
+// left. In a Wayland session some compositors tell of every window; an X server there knows those of X programs only,
+// and others may lie above these.
 class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
  public:
   // What people call the program; absent: it is not known.
   using NameOf = std::function<std::optional<std::string>(std::int32_t processIdentifier)>;
 
   // All outlive this. `isXSession`: as in the options of the accessibility.
-  LinuxDesktopCapabilities(LinuxAccessibility& accessibility, x11::Windows& windows, bool isXSession, NameOf nameOf)
+  LinuxDesktopCapabilities(LinuxAccessibility& accessibility, desktop::DesktopWindows& windows, bool isXSession,
+                           NameOf nameOf)
       : accessibility(accessibility), windows(windows), isXSession(isXSession), nameOf(std::move(nameOf)) {}
 
   [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
-  // Of the programs that have windows on the X server, those that are not on the bus; of those on the bus, the hollow
-  // ones.
+  // Of the programs that have windows, as far as the desktop knows these, those that are not on the bus; of those on the
+  // bus, the hollow ones.
   [[nodiscard]] platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms() override;
 
  private:
   [[nodiscard]] platform::UnreadableProgram unreadable(std::int32_t processIdentifier, bool isOnBus) const;
 
   LinuxAccessibility& accessibility;
-  x11::Windows& windows;
+  desktop::DesktopWindows& windows;
   const bool isXSession;
   const NameOf nameOf;
 };

@@ -24,22 +24,23 @@ using test::FakeProgram;
 constexpr std::int32_t kOtherProcess = 40'000;
 
 // An X server with these processes' windows, or none.
-class FixedWindows final : public x11::Windows {
+class FixedWindows final : public desktop::DesktopWindows {
  public:
-  [[nodiscard]] bool isAvailable() const override { return isThere; }
-  [[nodiscard]] x11::WindowsSnapshot snapshot() override {
-    x11::WindowsSnapshot snapshot;
+  [[nodiscard]] desktop::WindowCoverage coverage() const override { return known; }
+  [[nodiscard]] desktop::WindowsSnapshot snapshot() override {
+    desktop::WindowsSnapshot snapshot{.windows = {}, .coverage = known};
     for (const auto process : owners) {
-      x11::Window window{};
-      window.id = static_cast<x11::WindowID>(snapshot.windows.size() + 1);
+      desktop::Window window{};
+      window.id = static_cast<desktop::WindowID>(snapshot.windows.size() + 1);
       window.processIdentifier = process;
       snapshot.windows.push_back(window);
     }
     return snapshot;
   }
-  bool activate(x11::WindowID) override { return false; }
+  bool activate(desktop::WindowID) override { return false; }
+  bool close(desktop::WindowID) override { return false; }
 
-  bool isThere = true;
+  desktop::WindowCoverage known = desktop::WindowCoverage::all;
   std::vector<std::int32_t> owners;
 };
 
@@ -66,7 +67,7 @@ TEST_F(LinuxDesktopCapabilitiesTest, AnXSessionLacksNothing) {
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, WithoutAnXServerEverythingIsMissing) {
-  windows.isThere = false;
+  windows.known = desktop::WindowCoverage::none;
   auto here = capabilities();
   for (const auto capability : {DesktopCapability::windowList, DesktopCapability::frontmostApplication,
                                 DesktopCapability::screenCoordinates, DesktopCapability::syntheticInput}) {
@@ -84,6 +85,7 @@ TEST_F(LinuxDesktopCapabilitiesTest, WithoutAnXServerEverythingIsMissing) {
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, AWaylandSessionWithAnXServerHasXProgramsOnlyAndNoPoints) {
+  windows.known = desktop::WindowCoverage::some;
   auto here = capabilities(/*isXSession=*/false);
   const auto list = here.limitation(DesktopCapability::windowList);
   ASSERT_TRUE(list);
@@ -92,6 +94,16 @@ TEST_F(LinuxDesktopCapabilitiesTest, AWaylandSessionWithAnXServerHasXProgramsOnl
   const auto points = here.limitation(DesktopCapability::screenCoordinates);
   ASSERT_TRUE(points);
   EXPECT_FALSE(points->isPartial);
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, ACompositorThatTellsOfItsWindowsLeavesInputAndPointsOpen) {
+  auto here = capabilities(/*isXSession=*/false);
+  EXPECT_EQ(here.limitation(DesktopCapability::windowList), std::nullopt);
+  EXPECT_EQ(here.limitation(DesktopCapability::frontmostApplication), std::nullopt);
+  const auto input = here.limitation(DesktopCapability::syntheticInput);
+  ASSERT_TRUE(input);
+  EXPECT_TRUE(input->isPartial);
+  EXPECT_TRUE(here.limitation(DesktopCapability::screenCoordinates));
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWithWindowsThatAreNotOnTheBus) {
@@ -135,9 +147,9 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNot
 
 TEST_F(LinuxDesktopCapabilitiesTest, WhatCannotBeKnownIsNotNothing) {
   windows.owners = {kOtherProcess};
-  windows.isThere = false;
+  windows.known = desktop::WindowCoverage::none;
   EXPECT_FALSE(capabilities().unreadablePrograms().isKnown()) << "no windows to go by";
-  windows.isThere = true;
+  windows.known = desktop::WindowCoverage::all;
   bus.registry().hangOn("GetChildren");
   EXPECT_FALSE(capabilities().unreadablePrograms().isKnown()) << "no list of programs";
   bus.isEnabled = false;

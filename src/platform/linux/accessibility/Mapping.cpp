@@ -1,6 +1,7 @@
 #include "platform/linux/accessibility/Mapping.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "foundation/Text.h"
@@ -64,8 +65,23 @@ bool isSentinel(const Rect& extents) {
   return extents.x <= kNowhere || extents.y <= kNowhere;
 }
 
+bool hasSize(const Rect& rect, const Rect& other) {
+  constexpr double kRounding = 2;
+  return std::abs(rect.width - other.width) <= kRounding && std::abs(rect.height - other.height) <= kRounding;
+}
+
+// Where a client of Wayland counts from, on the screen: from its buffer, or from what is seen of it. One that is
+// smaller than both draws its own title bar, and counts from below that.
+Point originOf(const Rect& accessibleWindow, const desktop::Window& window) {
+  const Rect visible = visibleBounds(window);
+  if (hasSize(window.clientBounds, accessibleWindow)) return {window.clientBounds.x, window.clientBounds.y};
+  if (hasSize(visible, accessibleWindow)) return {visible.x, visible.y};
+  const double side = (visible.width - accessibleWindow.width) / 2;
+  return {visible.x + side, visible.y + visible.height - accessibleWindow.height - side};
+}
+
 // From the origin of its X window to the one that GTK 4 counts from.
-Point contentOffset(const Rect& accessibleWindow, const x11::Window& window) {
+Point contentOffset(const Rect& accessibleWindow, const desktop::Window& window) {
   if (window.gtkFrame) return {window.gtkFrame->left, window.gtkFrame->top};
   return {(window.clientBounds.width - accessibleWindow.width) / 2,
           (window.clientBounds.height - accessibleWindow.height) / 2};
@@ -170,23 +186,27 @@ bool isDocument(const NodeRecord& record) { return record.role == Role::text && 
 
 bool isSecret(const NodeRecord& record) { return record.role == Role::passwordText; }
 
-bool isDialogWindow(const NodeRecord& record, const x11::Window* window) {
+bool isDialogWindow(const NodeRecord& record, const desktop::Window* window) {
   if (isDialogRole(record.role) || isModal(record, window)) return true;
   if (!window) return false;
   // A window that belongs to another one and does not say what it is counts as a dialog, as window managers have it.
-  return window->type == x11::WindowType::dialog ||
-         (window->type == x11::WindowType::normal && window->transientFor.has_value());
+  return window->type == desktop::WindowType::dialog ||
+         (window->type == desktop::WindowType::normal && window->transientFor.has_value());
 }
 
-bool isModal(const NodeRecord& record, const x11::Window* window) {
+bool isModal(const NodeRecord& record, const desktop::Window* window) {
   return record.is(State::modal) || (window && window->isModal);
 }
 
-bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const x11::Window* window, bool ownsXWindows) {
+bool tellsActivity(const NodeRecord& record, Toolkit toolkit) {
+  return toolkit != Toolkit::gtk4 || record.role == Role::frame;
+}
+
+bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window, bool ownsWindows) {
   if (!isWindowRole(record.role)) return false;
   if (window || record.is(State::showing)) return true;
   // GTK 4 never says of a dialog that it is showing. A process with X windows shows no other ones.
-  return toolkit == Toolkit::gtk4 && !ownsXWindows;
+  return toolkit == Toolkit::gtk4 && !ownsWindows;
 }
 
 bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells) {
@@ -201,7 +221,9 @@ bool takesNoRoom(const NodeRecord& record) {
   return isSentinel(*record.extents) || !(record.extents->width > 0) || !(record.extents->height > 0);
 }
 
-std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const x11::Window* window) {
+std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window) {
+  // KWin numbers windows of the same title.
+  if (window && isNumbered(window->name, nameOf(record, toolkit))) return nameOf(record, toolkit);
   if (window && !window->name.empty()) return window->name;
   // GTK 3 names a message dialog without a title after its kind ("Question"), which is not shown.
   if (window && toolkit == Toolkit::gtk3 && record.role == Role::alert) return "";
@@ -236,9 +258,16 @@ std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit) {
 }
 
 std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord, Toolkit toolkit,
-                            const x11::Window* window) {
+                            const desktop::Window* window) {
   if (!record.extents || isSentinel(*record.extents)) return std::nullopt;
   Rect frame = *record.extents;
+  if (window && window->hasRelativePlaces) {
+    if (!windowRecord.extents || isSentinel(*windowRecord.extents)) return std::nullopt;
+    const auto origin = originOf(*windowRecord.extents, *window);
+    frame.x += origin.x;
+    frame.y += origin.y;
+    return frame;
+  }
   if (toolkit == Toolkit::gtk4 && window && windowRecord.extents) {
     const auto offset = contentOffset(*windowRecord.extents, *window);
     frame.x += window->clientBounds.x + offset.x;
@@ -247,7 +276,7 @@ std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRe
   return frame;
 }
 
-std::optional<Rect> windowFrame(const NodeRecord& record, const x11::Window* window) {
+std::optional<Rect> windowFrame(const NodeRecord& record, const desktop::Window* window) {
   if (window) return visibleBounds(*window);
   if (!record.extents || isSentinel(*record.extents)) return std::nullopt;
   return record.extents;

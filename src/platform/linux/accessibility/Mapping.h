@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "platform/linux/accessibility/NodeRecord.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 #include "values/Geometry.h"
 
 // What an object of the accessibility bus is in the vocabulary of AX. Nothing but values in and values out: the
@@ -35,12 +35,14 @@ inline constexpr std::string_view kImageRole = "AXImage";
 [[nodiscard]] bool isDocument(const NodeRecord& record);
 
 // Whether a window is a dialog, by what it says or by what its X window says (null: no such window is known).
-[[nodiscard]] bool isDialogWindow(const NodeRecord& record, const x11::Window* window);
-[[nodiscard]] bool isModal(const NodeRecord& record, const x11::Window* window);
+[[nodiscard]] bool isDialogWindow(const NodeRecord& record, const desktop::Window* window);
+[[nodiscard]] bool isModal(const NodeRecord& record, const desktop::Window* window);
+// Whether a window whose state is not active is not: dialogs of GTK 4 never say that they are.
+[[nodiscard]] bool tellsActivity(const NodeRecord& record, Toolkit toolkit);
 // Whether a top-level window takes part in what the user sees, or would after being restored. What was closed but is
-// kept by its program does not. `ownsXWindows`: some X window of the process is known.
-[[nodiscard]] bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const x11::Window* window,
-                                   bool ownsXWindows);
+// kept by its program does not. `ownsWindows`: some X window of the process is known.
+[[nodiscard]] bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window,
+                                   bool ownsWindows);
 
 // Whether the user can see the object, as far as its toolkit says. `windowTells`: the window that it lies in says of
 // itself that it is showing.
@@ -48,7 +50,7 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // Whether the object takes up no room, so that nobody can read it: a text or button without any extent.
 [[nodiscard]] bool takesNoRoom(const NodeRecord& record);
 
-[[nodiscard]] std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const x11::Window* window);
+[[nodiscard]] std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window);
 // `label`: the name of the only label inside the button, where there is one.
 [[nodiscard]] std::string buttonTitle(const NodeRecord& record, Toolkit toolkit,
                                       const std::optional<std::string>& label);
@@ -62,9 +64,9 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // toolkit; `window`: its X window, null when unknown. Without one, GTK 4 and Wayland clients tell places within the
 // window only: good for order and size. Absent for objects that are nowhere.
 [[nodiscard]] std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRecord, Toolkit toolkit,
-                                          const x11::Window* window);
+                                          const desktop::Window* window);
 // Of a window itself.
-[[nodiscard]] std::optional<Rect> windowFrame(const NodeRecord& record, const x11::Window* window);
+[[nodiscard]] std::optional<Rect> windowFrame(const NodeRecord& record, const desktop::Window* window);
 
 // What is read of an object besides role, states and name.
 struct DetailNeeds {

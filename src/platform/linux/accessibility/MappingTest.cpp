@@ -120,7 +120,7 @@ TEST(Mapping, ClassNamesOfGtk4AreNoNames) {
 }
 
 TEST(Mapping, TheTitleOfAWindowIsThatOfItsXWindow) {
-  x11::Window window{.name = "Permission"};
+  desktop::Window window{.name = "Permission"};
   EXPECT_EQ(mapping::windowTitle(record(Role::alert, "Question"), Toolkit::gtk3, &window), "Permission");
   EXPECT_EQ(mapping::windowTitle(record(Role::dialog, "Permission"), Toolkit::qt, nullptr), "Permission");
   window.name.clear();
@@ -128,7 +128,7 @@ TEST(Mapping, TheTitleOfAWindowIsThatOfItsXWindow) {
 }
 
 TEST(Mapping, AMessageDialogWithoutATitleIsNotTitledByItsKind) {
-  const x11::Window window{};
+  const desktop::Window window{};
   EXPECT_EQ(mapping::windowTitle(record(Role::alert, "Question"), Toolkit::gtk3, &window), "");
 }
 
@@ -137,17 +137,17 @@ TEST(Mapping, ADialogIsOneByItsRoleItsXTypeItsModalityOrItsOwner) {
   EXPECT_TRUE(mapping::isDialogWindow(record(Role::alert), nullptr));
   EXPECT_FALSE(mapping::isDialogWindow(record(Role{23}), nullptr));
   EXPECT_TRUE(mapping::isDialogWindow(record(Role{23}, "", bit(State::modal)), nullptr));
-  const auto with = [](x11::Window window) { return mapping::isDialogWindow(record(Role{23}), &window); };
+  const auto with = [](desktop::Window window) { return mapping::isDialogWindow(record(Role{23}), &window); };
   EXPECT_FALSE(with({}));
-  EXPECT_TRUE(with({.type = x11::WindowType::dialog}));
+  EXPECT_TRUE(with({.type = desktop::WindowType::dialog}));
   EXPECT_TRUE(with({.isModal = true}));
   EXPECT_TRUE(with({.transientFor = 7}));
-  EXPECT_FALSE(with({.type = x11::WindowType::utility, .transientFor = 7}));
+  EXPECT_FALSE(with({.type = desktop::WindowType::utility, .transientFor = 7}));
 }
 
 TEST(Mapping, AWindowThatWasClosedButIsKeptIsNotPresent) {
   const auto hidden = record(Role::dialog, "", 0);
-  const x11::Window window{};
+  const desktop::Window window{};
   EXPECT_FALSE(mapping::isPresentWindow(hidden, Toolkit::qt, nullptr, true));
   EXPECT_FALSE(mapping::isPresentWindow(hidden, Toolkit::gtk3, nullptr, false));
   EXPECT_TRUE(mapping::isPresentWindow(hidden, Toolkit::qt, &window, true));
@@ -212,7 +212,7 @@ TEST(Mapping, ASecretHasNoTextAndIsCalledPassword) {
 TEST(Mapping, OnScreenExtentsAreTakenAsTheyAre) {
   auto node = record(Role::pushButton);
   node.extents = Rect{500, 400, 80, 30};
-  const x11::Window window{.clientBounds = {480, 380, 300, 200}};
+  const desktop::Window window{.clientBounds = {480, 380, 300, 200}};
   for (const auto toolkit : {Toolkit::gtk3, Toolkit::qt, Toolkit::other}) {
     EXPECT_EQ(mapping::frameOf(node, record(Role::dialog), toolkit, &window), (Rect{500, 400, 80, 30}));
   }
@@ -223,10 +223,10 @@ TEST(Mapping, Gtk4PlacesCountFromTheContentOfTheWindow) {
   node.extents = Rect{20, 30, 80, 30};
   auto dialog = record(Role::dialog);
   dialog.extents = Rect{0, 0, 390, 190};
-  x11::Window window{.clientBounds = {100, 200, 400, 200}};
+  desktop::Window window{.clientBounds = {100, 200, 400, 200}};
   EXPECT_EQ(mapping::frameOf(node, dialog, Toolkit::gtk4, &window), (Rect{125, 235, 80, 30}))
       << "Without the property, half of what the two sizes differ by.";
-  window.gtkFrame = x11::Extents{.left = 14, .right = 14, .top = 12, .bottom = 17};
+  window.gtkFrame = desktop::Extents{.left = 14, .right = 14, .top = 12, .bottom = 17};
   EXPECT_EQ(mapping::frameOf(node, dialog, Toolkit::gtk4, &window), (Rect{134, 242, 80, 30}));
   EXPECT_EQ(mapping::frameOf(node, dialog, Toolkit::gtk4, nullptr), (Rect{20, 30, 80, 30}));
 }
@@ -241,10 +241,11 @@ TEST(Mapping, SentinelsAreNoPlace) {
 }
 
 TEST(Mapping, TheFrameOfAWindowIsWhatTheUserSeesOfIt) {
-  x11::Window window{.clientBounds = {100, 200, 400, 300}, .frame = {.left = 2, .right = 3, .top = 20, .bottom = 4}};
+  desktop::Window window{.clientBounds = {100, 200, 400, 300},
+                         .frame = {.left = 2, .right = 3, .top = 20, .bottom = 4}};
   EXPECT_EQ(mapping::windowFrame(record(Role::dialog), &window), (Rect{98, 180, 405, 324}));
   window.frame = {};
-  window.gtkFrame = x11::Extents{.left = 14, .right = 15, .top = 12, .bottom = 17};
+  window.gtkFrame = desktop::Extents{.left = 14, .right = 15, .top = 12, .bottom = 17};
   EXPECT_EQ(mapping::windowFrame(record(Role::dialog), &window), (Rect{114, 212, 371, 271}));
 }
 
@@ -273,6 +274,36 @@ TEST(Mapping, TellsTheToolkitOfTheShellFromTheLibraryOfThatName) {
   EXPECT_EQ(mapping::toolkitOf("clutter", "43.8"), Toolkit::shell);
   EXPECT_EQ(mapping::toolkitOf("clutter", "3.38.4"), Toolkit::shell);
   EXPECT_EQ(mapping::toolkitOf("clutter", "1.26.4"), Toolkit::other);
+}
+
+// By the rectangles that KWin and GNOME Shell gave for windows of these toolkits.
+TEST(Mapping, PlacesOfClientsOfWaylandCountFromTheirBufferOrWhatIsSeenOfIt) {
+  NodeRecord button = record(Role::pushButton);
+  button.extents = Rect{20, 30, 80, 30};
+  NodeRecord dialog = record(Role::dialog);
+  const auto placed = [&](Rect accessible, Rect buffer, desktop::Extents shadow) {
+    dialog.extents = accessible;
+    desktop::Window window{.id = 1, .clientBounds = buffer, .gtkFrame = shadow};
+    window.hasRelativePlaces = true;
+    return mapping::frameOf(button, dialog, Toolkit::gtk3, &window);
+  };
+  const desktop::Extents shadow{.left = 26, .right = 26, .top = 23, .bottom = 29};
+  EXPECT_EQ(placed({0, 0, 430, 209}, {100, 200, 430, 209}, shadow), (Rect{120, 230, 80, 30})) << "with its shadow";
+  EXPECT_EQ(placed({0, 0, 378, 157}, {100, 200, 430, 209}, shadow), (Rect{146, 253, 80, 30})) << "without it";
+  EXPECT_EQ(placed({0, 0, 331, 100}, {100, 200, 337, 133}, {}), (Rect{123, 260, 80, 30})) << "below its title bar";
+  dialog.extents = std::nullopt;
+  desktop::Window window{.id = 1, .clientBounds = {100, 200, 430, 209}};
+  window.hasRelativePlaces = true;
+  EXPECT_EQ(mapping::frameOf(button, dialog, Toolkit::gtk3, &window), std::nullopt);
+}
+
+TEST(Mapping, TheNumberThatADesktopAddsToATitleIsNotShown) {
+  NodeRecord dialog = record(Role::dialog);
+  dialog.name = "Permission";
+  const desktop::Window second{.id = 1, .name = "Permission <2>"};
+  EXPECT_EQ(mapping::windowTitle(dialog, Toolkit::gtk3, &second), "Permission");
+  const desktop::Window other{.id = 1, .name = "Camera <2>"};
+  EXPECT_EQ(mapping::windowTitle(dialog, Toolkit::gtk3, &other), "Camera <2>");
 }
 
 }  // namespace

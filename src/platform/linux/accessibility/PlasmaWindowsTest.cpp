@@ -24,13 +24,6 @@ using test::FakeAccessibilityBus;
 using test::FakeObject;
 using test::FakeProgram;
 
-class NoWindows final : public x11::Windows {
- public:
-  [[nodiscard]] bool isAvailable() const override { return false; }
-  [[nodiscard]] x11::WindowsSnapshot snapshot() override { return {}; }
-  bool activate(x11::WindowID) override { return false; }
-};
-
 FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {}) {
   FakeObject object{.role = static_cast<std::uint32_t>(role), .states = bit(State::showing), .name = name};
   object.extents = Rect{10, 10, 100, 20};
@@ -60,7 +53,7 @@ struct World {
 
   FakeAccessibilityBus bus;
   std::unique_ptr<FakeProgram> program;
-  NoWindows windows;
+  desktop::NoDesktopWindows windows;
   qt::QtExecutors executors;
   LinuxAccessibility accessibility;
 };

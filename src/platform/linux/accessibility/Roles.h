@@ -46,6 +46,7 @@ enum class Role : std::uint32_t {
   tree = 65,
   treeTable = 66,
   unknown = 67,
+  window = 69,
   paragraph = 73,
   entry = 79,
   caption = 81,

@@ -27,13 +27,6 @@ using test::FakeObject;
 using test::FakeProgram;
 namespace ax = platform::ax;
 
-class NoWindows final : public x11::Windows {
- public:
-  [[nodiscard]] bool isAvailable() const override { return false; }
-  [[nodiscard]] x11::WindowsSnapshot snapshot() override { return {}; }
-  bool activate(x11::WindowID) override { return false; }
-};
-
 constexpr auto kShown = bit(State::showing) | bit(State::sensitive);
 constexpr auto kFocused = kShown | bit(State::focused);
 
@@ -168,7 +161,7 @@ struct World {
   FakeProgram shell;  // On the accessibility bus.
   FakeProgram ofShell;
   FakeProgram remoteDesktop;
-  NoWindows windows;
+  desktop::NoDesktopWindows windows;
   qt::QtExecutors executors;
   LinuxAccessibility accessibility;
 };

@@ -29,19 +29,21 @@ bool hasSameSize(const Rect& a, const Rect& b) {
   return isNear(a.width, b.width, kSameSize) && isNear(a.height, b.height, kSameSize);
 }
 
-int placeScore(const AccessibleWindow& accessible, const x11::Window& window) {
+int placeScore(const AccessibleWindow& accessible, const desktop::Window& window) {
   if (!accessible.extents) return 0;
   const Rect& extents = *accessible.extents;
   const Rect outer = visibleBounds(window);
-  if (accessible.tellsPlace && (hasSamePlace(extents, outer) || hasSamePlace(extents, window.clientBounds))) {
+  if (accessible.tellsPlace && !window.hasRelativePlaces &&
+      (hasSamePlace(extents, outer) || hasSamePlace(extents, window.clientBounds))) {
     return kPlaceScore;
   }
   return hasSameSize(extents, outer) || hasSameSize(extents, window.clientBounds) ? kSizeScore : 0;
 }
 
 // How well the two fit; zero or less: they may not be matched by what they say.
-int score(const AccessibleWindow& accessible, const x11::Window& window) {
-  const bool hasSameTitle = !window.name.empty() && window.name == accessible.name;
+int score(const AccessibleWindow& accessible, const desktop::Window& window) {
+  const bool hasSameTitle =
+      !window.name.empty() && (window.name == accessible.name || isNumbered(window.name, accessible.name));
   if (!accessible.isShowing) return hasSameTitle && window.isHidden ? kTitleScore : 0;
   // A title that both have, and that differs, speaks against the pair; toolkits that name their dialogs by kind still
   // show them at the place of their window.
@@ -57,7 +59,7 @@ struct Pair {
   int score = 0;
 };
 
-std::vector<Pair> bestFirst(std::span<const AccessibleWindow> accessible, std::span<const x11::Window> windows) {
+std::vector<Pair> bestFirst(std::span<const AccessibleWindow> accessible, std::span<const desktop::Window> windows) {
   // Both sides by age, as far as it shows: of windows that cannot be told apart, the older ones belong together.
   std::vector<std::size_t> byAge(windows.size());
   std::iota(byAge.begin(), byAge.end(), std::size_t{0});
@@ -74,17 +76,27 @@ std::vector<Pair> bestFirst(std::span<const AccessibleWindow> accessible, std::s
 
 }  // namespace
 
-Rect visibleBounds(const x11::Window& window) {
+bool isNumbered(std::string_view title, std::string_view name) {
+  constexpr std::string_view kMark = "\u200E";  // KWin may write it behind the number.
+  if (name.empty() || !title.starts_with(name)) return false;
+  title.remove_prefix(name.size());
+  if (title.ends_with(kMark)) title.remove_suffix(kMark.size());
+  if (title.size() < 4 || !title.starts_with(" <") || !title.ends_with(">")) return false;
+  const auto number = title.substr(2, title.size() - 3);
+  return std::all_of(number.begin(), number.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+}
+
+Rect visibleBounds(const desktop::Window& window) {
   const Rect& client = window.clientBounds;
   const auto& frame = window.frame;
-  const auto shadow = window.gtkFrame.value_or(x11::Extents{});
+  const auto shadow = window.gtkFrame.value_or(desktop::Extents{});
   return {client.x - frame.left + shadow.left, client.y - frame.top + shadow.top,
           client.width + frame.left + frame.right - shadow.left - shadow.right,
           client.height + frame.top + frame.bottom - shadow.top - shadow.bottom};
 }
 
 std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleWindow> accessible,
-                                                     std::span<const x11::Window> windows) {
+                                                     std::span<const desktop::Window> windows) {
   std::vector<std::optional<std::size_t>> matches(accessible.size());
   std::vector<bool> isTaken(windows.size(), false);
   const auto join = [&](std::size_t i, std::size_t window) {

@@ -3,10 +3,11 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/linux/accessibility/NodeRecord.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 #include "values/Geometry.h"
 
 namespace quillard::atspi {
@@ -20,8 +21,12 @@ struct AccessibleWindow {
   bool tellsPlace = true;
 };
 
+// Whether the desktop's title is that of the program with a number behind it ("Permission <2>"), by which some desktops
+// tell windows of one title apart.
+[[nodiscard]] bool isNumbered(std::string_view title, std::string_view name);
+
 // What the user sees of a window: with the window manager's frame, without a shadow that the program draws itself.
-[[nodiscard]] Rect visibleBounds(const x11::Window& window);
+[[nodiscard]] Rect visibleBounds(const desktop::Window& window);
 
 // Which X window each accessible window is, both of one process; none is taken twice. By title first, then by place or
 // size; what is then left over on both sides is matched when there is but one of each. A window that its toolkit calls
@@ -29,6 +34,6 @@ struct AccessibleWindow {
 //
 // The result has one entry for each of `accessible`: an index into `windows`, or absent.
 [[nodiscard]] std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleWindow> accessible,
-                                                                   std::span<const x11::Window> windows);
+                                                                   std::span<const desktop::Window> windows);
 
 }  // namespace quillard::atspi

@@ -7,11 +7,11 @@ namespace {
 
 using Matches = std::vector<std::optional<std::size_t>>;
 
-x11::Window window(x11::WindowID id, const std::string& name, Rect bounds) {
+desktop::Window window(desktop::WindowID id, const std::string& name, Rect bounds) {
   return {.id = id, .name = name, .isMapped = true, .clientBounds = bounds};
 }
 
-Matches match(const std::vector<AccessibleWindow>& accessible, const std::vector<x11::Window>& windows) {
+Matches match(const std::vector<AccessibleWindow>& accessible, const std::vector<desktop::Window>& windows) {
   return matchWindows(accessible, windows);
 }
 
@@ -77,6 +77,27 @@ TEST(WindowMatching, WindowsThatCannotBeToldApartAreMatchedByAge) {
 TEST(WindowMatching, NothingFitsNothing) {
   EXPECT_EQ(match({}, {window(1, "A", {})}), Matches{});
   EXPECT_EQ(match({{.name = "A"}}, {}), Matches{std::nullopt});
+}
+
+// A client of Wayland is at the origin of its own coordinates, wherever it is.
+TEST(WindowMatching, ClientsOfWaylandGoByTitleAndSize) {
+  auto small = window(1, "Question", {500, 300, 300, 100});
+  auto large = window(2, "Question", {0, 0, 700, 500});
+  small.hasRelativePlaces = large.hasRelativePlaces = true;
+  EXPECT_EQ(match({{.name = "Question", .extents = Rect{0, 0, 700, 500}},
+                   {.name = "Question", .extents = Rect{0, 0, 300, 100}}},
+                  {small, large}),
+            (Matches{1, 0}));
+}
+
+TEST(WindowMatching, ANumberBehindTheTitleIsTheDesktops) {
+  EXPECT_TRUE(isNumbered("Permission <2>", "Permission"));
+  EXPECT_TRUE(isNumbered("Permission <12>\u200E", "Permission"));
+  for (const char* title :
+       {"Permission", "Permission 2", "Permission <>", "Permission <a>", "Other <2>", "Permission <2"})
+    EXPECT_FALSE(isNumbered(title, "Permission")) << title;
+  EXPECT_FALSE(isNumbered(" <2>", ""));
+  EXPECT_EQ(match({{.name = "A"}, {.name = "A"}}, {window(1, "A", {}), window(2, "A <2>", {})}), (Matches{0, 1}));
 }
 
 }  // namespace

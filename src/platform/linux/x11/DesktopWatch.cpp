@@ -18,7 +18,7 @@ constexpr std::uint8_t kSentByPrograms = 0x80;
 
 }  // namespace
 
-DesktopWatch::DesktopWatch(std::optional<std::string> displayName, Windows& windows,
+DesktopWatch::DesktopWatch(std::optional<std::string> displayName, desktop::DesktopWindows& windows,
                            platform::SerialExecutor& mainThread)
     : displayName(std::move(displayName)), windows(windows), mainThread(mainThread), retryDelay(kFirstRetry) {
   connect();
@@ -124,10 +124,11 @@ bool DesktopWatch::watchNewWindows() {
   std::set<WindowID> present;
   bool isNew = false;
   for (const auto& window : snapshot.windows) {
-    present.insert(window.id);
-    if (watched.contains(window.id)) continue;
+    const auto id = static_cast<WindowID>(window.id);
+    present.insert(id);
+    if (watched.contains(id)) continue;
     constexpr std::uint32_t kEvents = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_change_window_attributes(server->get(), window.id, XCB_CW_EVENT_MASK, &kEvents);
+    xcb_change_window_attributes(server->get(), id, XCB_CW_EVENT_MASK, &kEvents);
     isNew = true;
   }
   watched = std::move(present);

@@ -9,9 +9,9 @@
 
 #include <QtCore/QSocketNotifier>
 
-#include "platform/linux/x11/Listeners.h"
+#include "platform/linux/windows/Listeners.h"
 #include "platform/linux/x11/ServerConnection.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/x11/XWindows.h"
 #include "platform/process/Executors.h"
 
 namespace quillard::x11 {
@@ -22,21 +22,18 @@ namespace quillard::x11 {
 // programs write their progress there. When the X server goes, listeners see no windows, and it is tried again later.
 //
 // Made, used and destroyed on the main thread, whose event loop is Qt's.
-class DesktopWatch {
+class DesktopWatch final : public desktop::WindowChanges {
  public:
   // `displayName`: as for XcbWindows, whose `windows` are looked at; absent: nothing is ever noticed. Both outlive
   // this.
-  DesktopWatch(std::optional<std::string> displayName, Windows& windows, platform::SerialExecutor& mainThread);
-  ~DesktopWatch();
-  DesktopWatch(const DesktopWatch&) = delete;
-  DesktopWatch& operator=(const DesktopWatch&) = delete;
+  DesktopWatch(std::optional<std::string> displayName, desktop::DesktopWindows& windows,
+               platform::SerialExecutor& mainThread);
+  ~DesktopWatch() override;
 
-  // `onRead`: on the main thread, with what there is now.
-  [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onRead) {
+  [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onRead) override {
     return listeners.add(std::move(onRead));
   }
-  // What was seen last.
-  [[nodiscard]] const WindowsSnapshot& lastSnapshot() const { return snapshot; }
+  [[nodiscard]] const WindowsSnapshot& lastSnapshot() const override { return snapshot; }
 
  private:
   enum class Urgency { none, later, now };
@@ -52,7 +49,7 @@ class DesktopWatch {
   bool watchNewWindows();
 
   const std::optional<std::string> displayName;
-  Windows& windows;
+  desktop::DesktopWindows& windows;
   platform::SerialExecutor& mainThread;
   std::unique_ptr<ServerConnection> server;
   std::unique_ptr<QSocketNotifier> notifier;
@@ -63,7 +60,7 @@ class DesktopWatch {
   platform::TaskHandle readTask;   // A look that is put off.
   platform::TaskHandle nameTask;   // A look for changed names.
   platform::TaskHandle retryTask;  // Another try to connect.
-  Listeners<WindowsSnapshot> listeners;
+  desktop::Listeners<WindowsSnapshot> listeners;
   const std::shared_ptr<char> life = std::make_shared<char>();  // Tells turns that are under way whether this lives.
 };
 

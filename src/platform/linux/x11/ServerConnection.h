@@ -10,7 +10,7 @@
 
 #include "platform/linux/x11/Atoms.h"
 #include "platform/linux/x11/WindowProperties.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/x11/XWindows.h"
 
 namespace quillard::x11 {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/linux/x11/Atoms.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/x11/XWindows.h"
 
 namespace quillard::x11 {
 

@@ -112,7 +112,7 @@ std::optional<std::uint8_t> keyForSymbol(const std::vector<std::uint32_t>& symbo
   return std::nullopt;
 }
 
-XTestEvents::XTestEvents(std::optional<std::string> displayName, Windows& windows)
+XTestEvents::XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows)
     : windows(windows), link(std::move(displayName)) {}
 
 XTestEvents::~XTestEvents() { releaseAll(); }

@@ -12,7 +12,7 @@
 #include "foundation/Mutex.h"
 #include "platform/desktop/SyntheticEvents.h"
 #include "platform/linux/x11/ServerConnection.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/x11/XWindows.h"
 
 namespace quillard::x11 {
 
@@ -38,7 +38,7 @@ namespace quillard::x11 {
 class XTestEvents final : public platform::SyntheticEvents {
  public:
   // `displayName`: as for the windows, which outlive this.
-  XTestEvents(std::optional<std::string> displayName, Windows& windows);
+  XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows);
   ~XTestEvents() override;
 
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
@@ -61,7 +61,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   bool waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
   void releaseAll();
 
-  Windows& windows;
+  desktop::DesktopWindows& windows;
   ServerLink link;
   std::set<std::uint8_t> keysDown;
   bool isButtonDown = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -111,14 +112,21 @@ std::optional<RawWindow> takeAnswers(const ServerConnection& server, WindowID wi
   return raw;
 }
 
+// No window of any other source has such a number.
+std::optional<WindowID> numberOf(desktop::WindowID window) {
+  if (window > std::numeric_limits<WindowID>::max()) return std::nullopt;
+  return static_cast<WindowID>(window);
+}
+
 }  // namespace
 
-XcbWindows::XcbWindows(std::optional<std::string> displayName, std::chrono::milliseconds retryInterval)
-    : link(std::move(displayName), retryInterval) {}
+XcbWindows::XcbWindows(std::optional<std::string> displayName, WindowCoverage whenThere,
+                       std::chrono::milliseconds retryInterval)
+    : whenThere(whenThere), link(std::move(displayName), retryInterval) {}
 
-bool XcbWindows::isAvailable() const {
+WindowCoverage XcbWindows::coverage() const {
   const MutexLock lock(mutex);
-  return link.connection() != nullptr;
+  return link.connection() != nullptr ? whenThere : WindowCoverage::none;
 }
 
 WindowsSnapshot XcbWindows::snapshot() {
@@ -132,16 +140,20 @@ WindowsSnapshot XcbWindows::snapshot() {
 
   const WindowDependencies dependencies{
       .atoms = server->atoms(), .hostName = hostName(), .root = server->root(), .currentDesktop = root.currentDesktop};
-  WindowsSnapshot snapshot{.active = root.active, .currentDesktop = root.currentDesktop, .screen = root.screen};
+  WindowsSnapshot snapshot{.windows = {},
+                           .active = root.active,
+                           .currentDesktop = root.currentDesktop,
+                           .screen = root.screen,
+                           .coverage = whenThere};
   for (std::size_t i = 0; i < root.windows.size(); ++i) {
     const auto raw = takeAnswers(*server, root.windows[i], inquiries[i], root.isManaged);
     if (raw) snapshot.windows.push_back(readWindow(*raw, dependencies));
   }
-  if (server->isBroken()) return {};  // Half of an answer would look like windows that were closed.
+  if (!root.screen || server->isBroken()) return {};  // Half of an answer would look like windows that were closed.
   return snapshot;
 }
 
-std::optional<WindowID> XcbWindows::windowAt(Point point) {
+std::optional<desktop::WindowID> XcbWindows::windowAt(Point point) {
   // Window manager's frames are a few windows deep.
   constexpr int kDeepest = 8;
   constexpr double kScreenEnd = 32767;
@@ -164,10 +176,12 @@ std::optional<WindowID> XcbWindows::windowAt(Point point) {
   return std::nullopt;
 }
 
-bool XcbWindows::activate(WindowID window) {
+bool XcbWindows::activate(desktop::WindowID asked) {
   const MutexLock lock(mutex);
   const auto* const server = managedServer();
-  if (server == nullptr) return false;
+  const auto number = numberOf(asked);
+  if (server == nullptr || !number) return false;
+  const WindowID window = *number;
   const Atoms& atoms = server->atoms();
   const auto own = server->askProperty(window, Atom::netWMDesktop, 1);
   const auto current = server->askProperty(server->root(), Atom::netCurrentDesktop, 1);
@@ -181,10 +195,12 @@ bool XcbWindows::activate(WindowID window) {
   return server->askWindowManager(window, Atom::netActiveWindow, kSourcePager, kCurrentTime);
 }
 
-bool XcbWindows::close(WindowID window) {
+bool XcbWindows::close(desktop::WindowID window) {
   const MutexLock lock(mutex);
   const auto* const server = managedServer();
-  return server != nullptr && server->askWindowManager(window, Atom::netCloseWindow, kCurrentTime, kSourcePager);
+  const auto number = numberOf(window);
+  return server != nullptr && number &&
+         server->askWindowManager(*number, Atom::netCloseWindow, kCurrentTime, kSourcePager);
 }
 
 ServerConnection* XcbWindows::managedServer() {

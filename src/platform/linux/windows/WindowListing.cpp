@@ -1,8 +1,8 @@
-#include "platform/linux/x11/WindowListing.h"
+#include "platform/linux/windows/WindowListing.h"
 
 #include <algorithm>
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 using platform::WindowListEntry;
@@ -66,4 +66,4 @@ std::vector<WindowListEntry> listWindows(const WindowsSnapshot& snapshot, Window
   return entries;
 }
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/LinuxWorkspace.h"
+#include "platform/linux/windows/LinuxWorkspace.h"
 
 #include <algorithm>
 #include <utility>
@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include "platform/linux/system/ProcessHandle.h"
-#include "platform/linux/x11/WindowListing.h"
+#include "platform/linux/windows/WindowListing.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 using platform::ActivationPolicy;
@@ -23,10 +23,10 @@ bool isOfDesktop(const Window& window) { return window.type == WindowType::deskt
 
 LinuxWorkspace::LinuxWorkspace(const Sources& sources)
     : sources(sources), agents(sources.processes, sources.processes.sessionFolder(::getpid())) {
-  const Reading reading = read(sources.watch.lastSnapshot());
+  const Reading reading = read(sources.changes.lastSnapshot());
   reported = {.applications = applications(reading), .currentDesktop = reading.snapshot.currentDesktop};
-  windowSubscription = sources.watch.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
-  accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.watch.lastSnapshot()); });
+  windowSubscription = sources.changes.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
+  accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.changes.lastSnapshot()); });
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
@@ -84,7 +84,7 @@ bool LinuxWorkspace::unhide(std::int32_t processIdentifier) {
 }
 
 bool LinuxWorkspace::terminate(std::int32_t processIdentifier) {
-  const desktop::ProcessHandle handle(processIdentifier);
+  const ProcessHandle handle(processIdentifier);
   const auto application = runningApplication(processIdentifier);
   if (!application) return false;
   const auto own = windowsOf(processIdentifier, read(sources.windows.snapshot()));
@@ -166,4 +166,4 @@ void LinuxWorkspace::desktopChanged(const WindowsSnapshot& snapshot) {
   for (const auto& event : events) listeners.tell(event);
 }
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -9,15 +9,14 @@
 #include "foundation/Mutex.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/linux/system/DesktopOpener.h"
-#include "platform/linux/x11/AccessibleProcesses.h"
+#include "platform/linux/windows/AccessibleProcesses.h"
+#include "platform/linux/windows/ApplicationInfo.h"
+#include "platform/linux/windows/DesktopWindows.h"
+#include "platform/linux/windows/Listeners.h"
 #include "platform/linux/x11/AgentProcesses.h"
-#include "platform/linux/x11/ApplicationInfo.h"
-#include "platform/linux/x11/DesktopWatch.h"
-#include "platform/linux/x11/Listeners.h"
 #include "platform/linux/x11/RunningPrograms.h"
-#include "platform/linux/x11/XcbWindows.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // The applications of this user: processes that own a window of the X server or are on the accessibility bus, and the
 // agents of this program (see AgentProcesses). Processes of other users are none, whatever windows they show.
@@ -38,12 +37,12 @@ class LinuxWorkspace final : public platform::Workspace {
  public:
   // Where the answers come from. All of them outlive the workspace.
   struct Sources {
-    XcbWindows& windows;
-    DesktopWatch& watch;
+    DesktopWindows& windows;
+    WindowChanges& changes;
     AccessibleProcesses& accessible;
-    const ProcessTable& processes;
-    RunningPrograms& programs;
-    desktop::DesktopOpener& opener;
+    const x11::ProcessTable& processes;
+    x11::RunningPrograms& programs;
+    DesktopOpener& opener;
   };
   // Made and destroyed on the main thread.
   explicit LinuxWorkspace(const Sources& sources);
@@ -88,7 +87,7 @@ class LinuxWorkspace final : public platform::Workspace {
   void desktopChanged(const WindowsSnapshot& snapshot);
 
   const Sources sources;
-  const AgentProcesses agents;
+  const x11::AgentProcesses agents;
   Mutex mutex;
   std::optional<Reading> lastReading QUILLARD_GUARDED_BY(mutex);
   WorkspaceState reported;  // Main thread only, like all below.
@@ -97,4 +96,4 @@ class LinuxWorkspace final : public platform::Workspace {
   platform::SubscriptionHandle accessibleSubscription;
 };
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

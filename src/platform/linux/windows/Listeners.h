@@ -9,7 +9,7 @@
 #include "foundation/Mutex.h"
 #include "platform/Subscription.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // Who wants to hear of something. Subscribe on any thread; tell, and unsubscribe, on one. Subscriptions may outlive
 // this.
@@ -78,4 +78,4 @@ class Listeners {
   const std::shared_ptr<Book> book = std::make_shared<Book>();
 };
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "platform/desktop/Workspace.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // An application as far as windows and the accessibility bus tell. Who it is, its process tells.
 struct ApplicationInfo {
@@ -37,4 +37,4 @@ struct WorkspaceState {
 [[nodiscard]] std::vector<platform::WorkspaceEvent> eventsBetween(const WorkspaceState& before,
                                                                   const WorkspaceState& after);
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

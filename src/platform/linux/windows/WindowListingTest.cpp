@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/x11/WindowListing.h"
+#include "platform/linux/windows/WindowListing.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 using platform::WindowListEntry;
@@ -129,4 +129,4 @@ TEST(WindowListing, OnScreenMeansThatSomePartCanBeSeen) {
 }
 
 }  // namespace
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -5,14 +5,13 @@
 #include <vector>
 
 #include "platform/desktop/WindowList.h"
-#include "platform/linux/x11/AccessibleProcesses.h"
-#include "platform/linux/x11/DesktopWatch.h"
-#include "platform/linux/x11/Listeners.h"
+#include "platform/linux/windows/AccessibleProcesses.h"
+#include "platform/linux/windows/DesktopWindows.h"
+#include "platform/linux/windows/Listeners.h"
 #include "platform/linux/x11/RunningPrograms.h"
-#include "platform/linux/x11/X11Windows.h"
 #include "platform/process/Executors.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // The windows of the X server's client list. Those that no window manager manages (menus, tooltips, the notifications
 // of some services) are not listed, and neither is the desktop's background.
@@ -26,24 +25,30 @@ namespace quillard::x11 {
 class LinuxWindowList final : public platform::WindowList {
  public:
   // All of them outlive this. Made and destroyed on the main thread.
-  LinuxWindowList(Windows& windows, RunningPrograms& programs, DesktopWatch& watch, AccessibleProcesses& accessible,
-                  platform::SerialExecutor& mainThread);
+  LinuxWindowList(DesktopWindows& windows, x11::RunningPrograms& programs, WindowChanges& changes,
+                  AccessibleProcesses& accessible, platform::SerialExecutor& mainThread);
 
   [[nodiscard]] platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
       platform::WindowListOptions options) override;
   [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
+  [[nodiscard]] platform::SubscriptionHandle observeUnlistedWindows(std::function<void()> onChange) override {
+    return announced.add(std::move(onChange));
+  }
+  // Tells those observers. Main thread.
+  void announceUnlistedWindow() { announced.tell(); }
 
  private:
   void windowsChanged(const WindowsSnapshot& snapshot);
 
-  Windows& windows;
-  RunningPrograms& programs;
+  DesktopWindows& windows;
+  x11::RunningPrograms& programs;
   AccessibleProcesses& accessible;
   platform::SerialExecutor& mainThread;
   std::set<WindowID> known;
   platform::TaskHandle secondHint;
   Listeners<> listeners;
+  Listeners<> announced;
   platform::SubscriptionHandle subscription;
 };
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

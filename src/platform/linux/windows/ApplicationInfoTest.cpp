@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/x11/ApplicationInfo.h"
+#include "platform/linux/windows/ApplicationInfo.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 using platform::ActivationPolicy;
@@ -152,4 +152,4 @@ TEST(WorkspaceEvents, FollowFromTwoLooks) {
 }
 
 }  // namespace
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/LinuxWindowList.h"
+#include "platform/linux/windows/LinuxWindowList.h"
 
 #include <algorithm>
 #include <map>
@@ -6,27 +6,27 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/x11/WindowListing.h"
+#include "platform/linux/windows/WindowListing.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 constexpr Seconds kPartnerDelay{0.035};
-constexpr const char* kNoAnswer = "The X server cannot be reached, or does not answer.";
+constexpr const char* kNoAnswer = "The desktop does not tell which windows there are.";
 
 }  // namespace
 
-LinuxWindowList::LinuxWindowList(Windows& windows, RunningPrograms& programs, DesktopWatch& watch,
+LinuxWindowList::LinuxWindowList(DesktopWindows& windows, x11::RunningPrograms& programs, WindowChanges& changes,
                                  AccessibleProcesses& accessible, platform::SerialExecutor& mainThread)
     : windows(windows), programs(programs), accessible(accessible), mainThread(mainThread) {
-  for (const auto& window : watch.lastSnapshot().windows) known.insert(window.id);
-  subscription = watch.observe([this](const WindowsSnapshot& snapshot) { windowsChanged(snapshot); });
+  for (const auto& window : changes.lastSnapshot().windows) known.insert(window.id);
+  subscription = changes.observe([this](const WindowsSnapshot& snapshot) { windowsChanged(snapshot); });
 }
 
 platform::Finding<std::vector<platform::WindowListEntry>> LinuxWindowList::readWindowInfo(
     platform::WindowListOptions options) {
   const auto snapshot = windows.snapshot();
-  if (!snapshot.screen) return platform::Limitation{kNoAnswer};
+  if (snapshot.coverage == WindowCoverage::none) return platform::Limitation{kNoAnswer};
   std::map<std::int32_t, std::optional<std::string>> names;  // Each process is looked up once, however many windows.
   return listWindows(snapshot, options, [&](const Window& window) -> std::optional<std::string> {
     if (!window.processIdentifier) return std::nullopt;
@@ -61,4 +61,4 @@ void LinuxWindowList::windowsChanged(const WindowsSnapshot& snapshot) {
   listeners.tell();
 }
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -1,10 +1,10 @@
-#include "platform/linux/x11/ApplicationInfo.h"
+#include "platform/linux/windows/ApplicationInfo.h"
 
 #include <algorithm>
 #include <map>
 #include <optional>
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 namespace {
 
 using platform::ActivationPolicy;
@@ -104,4 +104,4 @@ std::vector<WorkspaceEvent> eventsBetween(const WorkspaceState& before, const Wo
   return events;
 }
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

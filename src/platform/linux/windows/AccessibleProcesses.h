@@ -6,7 +6,7 @@
 
 #include "platform/Subscription.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // Which processes are on the accessibility bus. The binding of that bus implements it.
 class AccessibleProcesses {
@@ -26,4 +26,4 @@ class AccessibleProcesses {
   [[nodiscard]] virtual platform::SubscriptionHandle observe(std::function<void()> onChange) = 0;
 };
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "platform/desktop/WindowList.h"
-#include "platform/linux/x11/X11Windows.h"
+#include "platform/linux/windows/DesktopWindows.h"
 
-namespace quillard::x11 {
+namespace quillard::desktop {
 
 // Layers of listed windows. The desktop's own windows are never listed.
 inline constexpr std::int64_t kBelowLayer = -1;
@@ -33,4 +33,4 @@ inline constexpr std::int64_t kNotificationLayer = 25;
     const WindowsSnapshot& snapshot, platform::WindowListOptions options,
     const std::function<std::optional<std::string>(const Window&)>& ownerName);
 
-}  // namespace quillard::x11
+}  // namespace quillard::desktop

@@ -1,0 +1,271 @@
+#include "platform/linux/accessibility/WindowEvents.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include "foundation/Mutex.h"
+#include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/Roles.h"
+
+namespace quillard::atspi {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kBurst{50};
+constexpr int kMostOfADialog = 32;
+constexpr std::chrono::seconds kBudgetTime{10};
+constexpr int kMostQuestions = 64;
+constexpr std::uint64_t kTimeoutMicroseconds = 200'000;
+constexpr std::size_t kMostProgramsKept = 512;
+// A burst has been counted by then.
+constexpr Seconds kShellDelay{0.06};
+
+constexpr const char* kRegistryPath = "/org/a11y/atspi/registry";
+constexpr const char* kRegistryInterface = "org.a11y.atspi.Registry";
+constexpr std::string_view kWindowInterface = "org.a11y.atspi.Event.Window";
+
+std::vector<std::string> rulesFor(const WindowEventKinds& kinds) {
+  if (!kinds.any()) return {};
+  const std::string window = "type='signal',interface='org.a11y.atspi.Event.Window',member=";
+  const std::string object = "type='signal',interface='org.a11y.atspi.Event.Object',member=";
+  // A registry that was started anew knows nothing of what was registered.
+  std::vector<std::string> rules{
+      "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',"
+      "arg0='org.a11y.atspi.Registry'"};
+  if (kinds.created) rules.push_back(window + "'Create'");
+  if (kinds.activated) {
+    rules.push_back(window + "'Activate'");
+    rules.push_back(object + "'StateChanged',arg0='active'");
+  }
+  if (kinds.shown) {
+    rules.push_back(object + "'StateChanged',arg0='showing'");
+    // GTK 4 says no more of a dialog than that its program has one more child.
+    rules.push_back(object + "'ChildrenChanged',arg0='add',path='/org/a11y/atspi/accessible/root'");
+  }
+  return rules;
+}
+
+std::vector<const char*> registrationsFor(const WindowEventKinds& kinds) {
+  std::vector<const char*> events;
+  if (kinds.created) events.push_back("window:create");
+  if (kinds.activated) events.insert(events.end(), {"window:activate", "object:state-changed:active"});
+  if (kinds.shown) events.push_back("object:state-changed:showing");
+  return events;
+}
+
+bool isWindowLike(std::uint32_t role) {
+  constexpr std::array kRoles{Role::alert, Role::dialog, Role::frame, Role::window, Role::notification};
+  return std::find(kRoles.begin(), kRoles.end(), Role{role}) != kRoles.end();
+}
+
+}  // namespace
+
+bool drawsDesktop(std::int32_t process) {
+  std::array<char, 4096> path{};
+  const auto link = "/proc/" + std::to_string(process) + "/exe";
+  const auto length = ::readlink(link.c_str(), path.data(), path.size());
+  if (length <= 0) return false;
+  const std::string_view executable{path.data(), static_cast<std::size_t>(length)};
+  const auto name = executable.substr(executable.rfind('/') + 1);
+  return name == "gnome-shell" || name == "cinnamon";
+}
+
+// Hints on their way to the main thread.
+struct WindowEvents::Hints {
+  Hints(platform::SerialExecutor& mainThread, std::function<void()> onHint)
+      : mainThread(mainThread), onHint(std::move(onHint)) {}
+
+  platform::SerialExecutor& mainThread;
+  const std::function<void()> onHint;
+  Mutex mutex;
+  bool isOver QUILLARD_GUARDED_BY(mutex) = false;
+  bool isTurnAhead QUILLARD_GUARDED_BY(mutex) = false;
+  std::set<std::string> waiting QUILLARD_GUARDED_BY(mutex);  // Of shells, by their names on the bus.
+  platform::TaskHandle shellTask;                            // Main thread.
+
+  // Of a shell, unless what it announced turned out to be part of a burst.
+  void tellOf(const std::string& bus) {
+    {
+      const MutexLock lock(mutex);
+      if (isOver || waiting.erase(bus) == 0) return;
+    }
+    onHint();
+  }
+};
+
+struct WindowEvents::Question {
+  WindowEvents& events;
+  std::string bus;
+};
+
+WindowEvents::WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds, std::int32_t ownProcessIdentifier,
+                           platform::SerialExecutor& mainThread, std::function<void()> onHint,
+                           std::function<bool(std::int32_t)> isShell)
+    : kinds(kinds),
+      ownProcessIdentifier(ownProcessIdentifier),
+      isShell(std::move(isShell)),
+      hints(std::make_shared<Hints>(mainThread, std::move(onHint))) {
+  if (!kinds.any()) return;
+  watch = std::make_unique<BusWatch>(
+      std::move(findBus), rulesFor(kinds), [] {},
+      BusWatchHooks{.isNews = [this](sd_bus_message* signal) { return take(signal); },
+                    .onConnect = [this](BusConnection& connection) { connected(connection); },
+                    .onEnd =
+                        [this](BusConnection&) {
+                          link = nullptr;
+                          programs.clear();
+                        }});
+}
+
+WindowEvents::~WindowEvents() {
+  const MutexLock lock(hints->mutex);
+  hints->isOver = true;
+}
+
+void WindowEvents::connected(BusConnection& connection) {
+  link = &connection;
+  registerEvents();
+}
+
+void WindowEvents::registerEvents() {
+  for (const char* event : registrationsFor(kinds)) {
+    sd_bus_message* call = nullptr;
+    if (sd_bus_message_new_method_call(link->handle(), &call, names::kRegistry, kRegistryPath, kRegistryInterface,
+                                       "RegisterEvent") < 0) {
+      return;
+    }
+    const BusMessage owned{call};
+    if (sd_bus_message_append(call, "sass", event, 0, "") < 0) return;
+    sd_bus_message_set_expect_reply(call, 0);
+    sd_bus_send(link->handle(), call, nullptr);
+  }
+}
+
+bool WindowEvents::take(sd_bus_message* signal) {
+  const char* const sender = sd_bus_message_get_sender(signal);
+  const char* const interface = sd_bus_message_get_interface(signal);
+  const char* const path = sd_bus_message_get_path(signal);
+  const char* detail = nullptr;
+  if (!link || !sender || !interface || !path) return false;
+  if (std::string_view{interface} == "org.freedesktop.DBus") {
+    registerEvents();
+    return false;
+  }
+  std::int32_t value = 0;
+  if (sd_bus_message_read(signal, "si", &detail, &value) <= 0) return false;
+  const std::string bus{sender};
+  Program& program = this->program(bus);
+  if (program.isOwn) return false;
+  if (interface == kWindowInterface || sd_bus_message_is_signal(signal, nullptr, "ChildrenChanged") > 0) {
+    hint(bus, program);
+  } else if (value != 0 && std::string_view{detail} == "active") {
+    hint(bus, program);
+  } else if (value != 0 && std::string_view{detail} == "showing") {
+    shown(bus, program, path);
+  }
+  return false;
+}
+
+void WindowEvents::shown(const std::string& bus, Program& program, const char* path) {
+  const auto now = Clock::now();
+  if (now - program.burstBegin > kBurst) {
+    program.burstBegin = now;
+    program.burst = 0;
+  }
+  if (++program.burst > kMostOfADialog) {
+    if (!program.isShell) return hint(bus, program);  // A window with that much in it.
+    const MutexLock lock(hints->mutex);
+    hints->waiting.erase(bus);
+    return;
+  }
+  if (now - program.budgetBegin > kBudgetTime) {
+    program.budgetBegin = now;
+    program.asked = 0;
+  }
+  if (++program.asked > kMostQuestions) return;
+  auto question = std::make_unique<Question>(Question{*this, bus});
+  sd_bus_message* call = nullptr;
+  if (sd_bus_message_new_method_call(link->handle(), &call, bus.c_str(), path, names::kAccessible, "GetRole") < 0)
+    return;
+  const BusMessage owned{call};
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_call_async(link->handle(), &slot, call, onRole, question.get(), kTimeoutMicroseconds) < 0) return;
+  sd_bus_slot_set_destroy_callback(slot, [](void* asked) { delete static_cast<Question*>(asked); });
+  sd_bus_slot_set_floating(slot, 1);
+  sd_bus_slot_unref(slot);
+  question.release();
+}
+
+int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {
+  const auto& asked = *static_cast<Question*>(question);
+  std::uint32_t role = 0;
+  if (sd_bus_message_read(reply, "u", &role) <= 0 || !isWindowLike(role)) return 1;
+  const auto found = asked.events.programs.find(asked.bus);
+  if (found == asked.events.programs.end()) return 1;
+  const bool isPartOfBurst = found->second.isShell && found->second.burst > kMostOfADialog;
+  if (!isPartOfBurst) asked.events.hint(asked.bus, found->second);
+  return 1;
+}
+
+void WindowEvents::hint(const std::string& bus, const Program& program) {
+  const auto kept = hints;
+  if (program.isShell) {
+    const bool isPartOfBurst = program.burst > kMostOfADialog && Clock::now() - program.burstBegin <= kBurst;
+    const MutexLock lock(kept->mutex);
+    if (isPartOfBurst || !kept->waiting.insert(bus).second) return;
+    kept->mainThread.post([kept, bus] {
+      kept->shellTask = kept->mainThread.postAfter(kShellDelay, [weak = std::weak_ptr(kept), bus] {
+        const auto alive = weak.lock();
+        if (alive) alive->tellOf(bus);
+      });
+    });
+    return;
+  }
+  {
+    const MutexLock lock(kept->mutex);
+    if (kept->isOver || std::exchange(kept->isTurnAhead, true)) return;
+  }
+  kept->mainThread.post([kept] {
+    {
+      const MutexLock lock(kept->mutex);
+      kept->isTurnAhead = false;
+      if (kept->isOver) return;
+    }
+    kept->onHint();
+  });
+}
+
+WindowEvents::Program& WindowEvents::program(const std::string& bus) {
+  const auto found = programs.find(bus);
+  if (found != programs.end()) return found->second;
+  if (programs.size() >= kMostProgramsKept) programs.clear();
+  const auto process = processOf(bus);
+  return programs.emplace(bus, Program{.isOwn = process == ownProcessIdentifier, .isShell = isShell(process)})
+      .first->second;
+}
+
+std::int32_t WindowEvents::processOf(const std::string& bus) const {
+  sd_bus_message* reply = nullptr;
+  sd_bus_message* call = nullptr;
+  if (sd_bus_message_new_method_call(link->handle(), &call, names::kBus, names::kBusPath, names::kBus,
+                                     "GetConnectionUnixProcessID") < 0) {
+    return 0;
+  }
+  const BusMessage ownedCall{call};
+  std::uint32_t process = 0;
+  if (sd_bus_message_append(call, "s", bus.c_str()) < 0 ||
+      sd_bus_call(link->handle(), call, kTimeoutMicroseconds, nullptr, &reply) < 0) {
+    return 0;
+  }
+  const BusMessage owned{reply};
+  return sd_bus_message_read(reply, "u", &process) > 0 ? static_cast<std::int32_t>(process) : 0;
+}
+
+}  // namespace quillard::atspi

@@ -1,0 +1,196 @@
+#include "platform/linux/sway/SwayTree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/StrictJson.h"
+#include "foundation/Text.h"
+
+namespace quillard::sway {
+namespace {
+
+using desktop::Window;
+using desktop::WindowsSnapshot;
+
+constexpr desktop::WindowID kFirst = desktop::WindowID{1} << 40U;
+constexpr std::int64_t kMostContainers = std::int64_t{1} << 40U;
+constexpr std::size_t kLongestText = 64 * 1024;
+constexpr std::string_view kScratchpad = "__i3_scratch";
+constexpr JsonLimits kLimits{
+    .bytes = std::size_t{8} * 1024 * 1024, .depth = 256, .members = 256, .values = 2 * 1024 * 1024};
+
+// One step of the way through the tree.
+struct Step {
+  const Json* node = nullptr;
+  bool isHidden = false;  // Within the scratchpad.
+};
+
+const Json* member(const Json& node, const char* name) {
+  const auto found = node.find(name);
+  return found == node.end() ? nullptr : &*found;
+}
+
+std::optional<std::int64_t> integer(const Json& node, const char* name, std::int64_t lowest, std::int64_t highest) {
+  const Json* const value = member(node, name);
+  if (!value || !value->is_number_integer()) return std::nullopt;
+  const auto number = value->get<std::int64_t>();
+  return number >= lowest && number <= highest ? std::optional{number} : std::nullopt;
+}
+
+bool isTrue(const Json& node, const char* name) {
+  const Json* const value = member(node, name);
+  return value && value->is_boolean() && value->get<bool>();
+}
+
+std::string string(const Json& node, const char* name) {
+  const Json* const value = member(node, name);
+  if (!value || !value->is_string()) return {};
+  const auto& text = value->get_ref<const std::string&>();
+  return text.size() <= kLongestText ? text : std::string{};
+}
+
+std::optional<Rect> rect(const Json& node, const char* name) {
+  const Json* const value = member(node, name);
+  if (!value || !value->is_object()) return std::nullopt;
+  constexpr std::int64_t kFarthest = 1'000'000;
+  const auto x = integer(*value, "x", -kFarthest, kFarthest);
+  const auto y = integer(*value, "y", -kFarthest, kFarthest);
+  const auto width = integer(*value, "width", 0, kFarthest);
+  const auto height = integer(*value, "height", 0, kFarthest);
+  if (!x || !y || !width || !height) return std::nullopt;
+  return Rect{static_cast<double>(*x), static_cast<double>(*y), static_cast<double>(*width),
+              static_cast<double>(*height)};
+}
+
+// The container with its title bar; within it the window, whose buffer may reach beyond it by its shadow.
+void readPlace(const Json& node, Window& window) {
+  const auto outer = rect(node, "rect");
+  if (!outer) return;
+  const auto inner = rect(node, "window_rect").value_or(Rect{0, 0, outer->width, outer->height});
+  const auto title = rect(node, "deco_rect").value_or(Rect{});
+  const auto shown = rect(node, "geometry").value_or(Rect{});
+  const double top = title.height > 0 ? std::min(outer->y, title.y) : outer->y;
+  window.clientBounds = {outer->x + inner.x - shown.x, outer->y + inner.y - shown.y, inner.width + 2 * shown.x,
+                         inner.height + 2 * shown.y};
+  if (shown.x > 0 || shown.y > 0) {
+    window.gtkFrame = desktop::Extents{.left = shown.x, .right = shown.x, .top = shown.y, .bottom = shown.y};
+    return;
+  }
+  window.frame = {.left = inner.x,
+                  .right = std::max(0.0, outer->width - inner.x - inner.width),
+                  .top = outer->y + inner.y - top,
+                  .bottom = std::max(0.0, outer->height - inner.y - inner.height)};
+}
+
+void readXWindow(const Json& node, Window& window) {
+  const Json* const properties = member(node, "window_properties");
+  if (!properties || !properties->is_object()) return;
+  window.className = string(*properties, "class");
+  const auto type = string(*properties, "window_type");
+  if (type == "dialog") window.type = desktop::WindowType::dialog;
+  if (type == "notification") window.type = desktop::WindowType::notification;
+  if (type == "utility") window.type = desktop::WindowType::utility;
+}
+
+// A leaf of the tree, which shows a window: sway says of those alone whose they are.
+std::optional<Window> readWindow(const Json& node, bool isHidden) {
+  const auto container = integer(node, "id", 1, kMostContainers - 1);
+  const auto process = integer(node, "pid", 1, std::numeric_limits<std::int32_t>::max());
+  if (!container || !process) return std::nullopt;
+  Window window{.id = windowOf(*container), .processIdentifier = static_cast<std::int32_t>(*process)};
+  window.name = string(node, "name");
+  window.className = string(node, "app_id");
+  window.isHidden = isHidden;
+  window.isMapped = isTrue(node, "visible");
+  window.hasRelativePlaces = string(node, "shell") != "xwayland";
+  if (!window.hasRelativePlaces) readXWindow(node, window);
+  readPlace(node, window);
+  return window;
+}
+
+class TreeReader {
+ public:
+  WindowsSnapshot read(const Json& root) {
+    std::vector<Step> steps{{&root}};
+    while (!steps.empty() && snapshot.windows.size() < kMostWindows) {
+      const Step step = steps.back();
+      steps.pop_back();
+      const Json& node = *step.node;
+      if (!node.is_object()) continue;
+      const bool isWorkspace = string(node, "type") == "workspace";
+      const bool isHidden = step.isHidden || (isWorkspace && string(node, "name") == kScratchpad);
+      if (isWorkspace) workspace = integer(node, "id", 1, std::numeric_limits<std::int32_t>::max());
+      visit(node, isHidden);
+      // Taken from the end: floating windows come last.
+      push(node, "floating_nodes", isHidden, steps);
+      push(node, "nodes", isHidden, steps);
+    }
+    return std::move(snapshot);
+  }
+
+ private:
+  void visit(const Json& node, bool isHidden) {
+    if (isTrue(node, "focused") && workspace) snapshot.currentDesktop = static_cast<std::uint32_t>(*workspace);
+    auto window = readWindow(node, isHidden);
+    if (!window) return;
+    if (isTrue(node, "focused")) snapshot.active = window->id;
+    snapshot.windows.push_back(*std::move(window));
+  }
+
+  static void push(const Json& node, const char* name, bool isHidden, std::vector<Step>& steps) {
+    const Json* const children = member(node, name);
+    if (!children || !children->is_array()) return;
+    for (auto child = children->rbegin(); child != children->rend(); ++child) steps.push_back({&*child, isHidden});
+  }
+
+  WindowsSnapshot snapshot{.windows = {}, .coverage = desktop::WindowCoverage::all};
+  std::optional<std::int64_t> workspace;  // The one that is being gone through.
+};
+
+// Titles are handed on by sway as programs gave them.
+std::string withoutBrokenText(std::string_view json) {
+  if (text::isValidUtf8(json)) return std::string(json);
+  std::string ascii{json};
+  std::replace_if(
+      ascii.begin(), ascii.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; }, '?');
+  return ascii;
+}
+
+}  // namespace
+
+desktop::WindowID windowOf(std::int64_t container) { return kFirst + static_cast<desktop::WindowID>(container); }
+
+std::optional<std::int64_t> containerOf(desktop::WindowID window) {
+  if (window <= kFirst || window >= 2 * kFirst) return std::nullopt;
+  return static_cast<std::int64_t>(window - kFirst);
+}
+
+std::optional<WindowsSnapshot> parseTree(std::string_view json) {
+  const auto parsed = parseStrictJson(withoutBrokenText(json), kLimits);
+  const auto* const root = std::get_if<Json>(&parsed);
+  if (!root || !root->is_object() || string(*root, "type") != "root") return std::nullopt;
+  auto snapshot = TreeReader{}.read(*root);
+  if (const auto screen = rect(*root, "rect")) snapshot.screen = Size{screen->width, screen->height};
+  return snapshot;
+}
+
+std::string changeOf(std::string_view event) {
+  const auto parsed = parseStrictJson(withoutBrokenText(event), kLimits);
+  const auto* const object = std::get_if<Json>(&parsed);
+  return object && object->is_object() ? string(*object, "change") : std::string{};
+}
+
+bool isSuccess(std::string_view reply) {
+  const auto parsed = parseStrictJson(reply, kLimits);
+  const auto* const results = std::get_if<Json>(&parsed);
+  if (results && results->is_object()) return isTrue(*results, "success");
+  return results && results->is_array() && !results->empty() &&
+         std::all_of(results->begin(), results->end(),
+                     [](const Json& result) { return result.is_object() && isTrue(result, "success"); });
+}
+
+}  // namespace quillard::sway

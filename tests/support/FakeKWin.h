@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "support/FakeAccessibilityBus.h"
+
+namespace quillard::test {
+
+// KWin's interface for scripts, on a real bus. It runs no script, but does what ours does: it tells the state that the
+// test says to the connection and object that the script names. Any thread.
+class FakeKWin {
+ public:
+  // `scriptPath`: where the object of script 7 lies, "/7" or "/Scripting/Script7".
+  FakeKWin(std::string address, std::string scriptPath, std::string firstState);
+
+  // Tells a state, now and to each script that is run.
+  void tell(const std::string& state);
+  // The names of the scripts that are loaded.
+  [[nodiscard]] std::vector<std::string> loaded();
+  // The texts of those that were run, the oldest first.
+  [[nodiscard]] std::vector<std::string> run();
+
+ private:
+  bool answer(sd_bus_message* message);
+  void send(sd_bus* bus);
+
+  const std::string address;
+  const std::string scriptPath;
+  std::mutex mutex;
+  std::string state;
+  std::map<std::string, std::string> scripts;  // Texts by name.
+  std::string lastLoaded;
+  std::string listener;
+  std::vector<std::string> texts;
+  std::unique_ptr<FakeProgram> program;
+};
+
+}  // namespace quillard::test

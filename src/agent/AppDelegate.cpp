@@ -61,7 +61,7 @@ void AppDelegate::start() {
   permissionWatch.scheduleAccessibilityStatusTimer();
   notificationPause.scheduleNotificationPauseResumeTimer();
   announcer.requestNotificationPermission();
-  showStatusWindow();
+  status.showStatusWindowAtStart();
   detection.scheduleStartOfPromptDetection();
 }
 

@@ -57,6 +57,36 @@ TEST(AppDelegateStatus, TheMenuBarShowsWhetherAnythingWaits) {
   EXPECT_TRUE(item->image == MenuBarIcon::image(0));
 }
 
+TEST(AppDelegateStatus, TheWindowOfTheStartMakesWayForAPromptThatIsThereAlready) {
+  AgentWorld agent;
+  agent.desktop().open(erasePrompt());
+  agent.launch();
+  EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());
+  agent.advance(3);
+  EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());
+  EXPECT_TRUE(agent.world.statusWindowViews().window().isBehind());
+}
+
+TEST(AppDelegateStatus, TheWindowOfTheStartStaysInFrontWhereNothingWaits) {
+  AgentWorld agent;
+  agent.launch();
+  agent.advance(3);
+  EXPECT_FALSE(agent.world.statusWindowViews().window().isBehind());
+  agent.advance(3);
+  agent.desktop().open(erasePrompt());  // It comes above the window by itself.
+  agent.advance(3);
+  EXPECT_FALSE(agent.world.statusWindowViews().window().isBehind());
+}
+
+TEST(AppDelegateStatus, AWindowThatAPersonAskedForMakesNoWay) {
+  AgentWorld agent;
+  agent.desktop().open(erasePrompt());
+  agent.launch();
+  agent.world.statusBar().click();
+  agent.advance(3);
+  EXPECT_FALSE(agent.world.statusWindowViews().window().isBehind());
+}
+
 TEST(AppDelegateStatus, TheWindowsButtonsReachTheAgent) {
   AgentWorld agent;
   agent.launchAndPair();

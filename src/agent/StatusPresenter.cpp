@@ -6,6 +6,12 @@
 #include "status/StatusTexts.h"
 
 namespace quillard {
+namespace {
+
+// The first scans are over by then, also where programs are slow.
+constexpr Seconds kStartWindowTime{5};
+
+}  // namespace
 
 StatusPresenter::StatusPresenter(const StatusPresenterDependencies& dependencies,
                                  std::function<StatusWindowCallbacks()> windowCallbacks)
@@ -29,6 +35,9 @@ void StatusPresenter::updateStatus(std::int64_t count) {
     statusItem->setImage(MenuBarIcon::image(count));
   }
   refreshStatusWindow();
+  if (count < 1 || !startWindow) return;
+  startWindow.reset();
+  statusWindowController->makeWay();
 }
 
 void StatusPresenter::refreshStatusWindow() {
@@ -36,11 +45,19 @@ void StatusPresenter::refreshStatusWindow() {
 }
 
 void StatusPresenter::showStatusWindow() {
+  startWindow.reset();
   if (isStopped) return;
   if (!statusWindowController) {
     statusWindowController = std::make_unique<StatusWindowController>(windowCallbacks(), dependencies.window);
   }
   statusWindowController->show();
+}
+
+void StatusPresenter::showStatusWindowAtStart() {
+  showStatusWindow();
+  if (isStopped) return;
+  startWindow = dependencies.window.executors.mainThread().postAfter(kStartWindowTime,
+                                                                     callbacks.bind([this] { startWindow.reset(); }));
 }
 
 std::optional<LazyBitmap> StatusPresenter::pairingImage(bool accessibilityTrusted) {

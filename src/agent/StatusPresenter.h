@@ -44,6 +44,9 @@ class StatusPresenter {
   void refreshStatusWindow();
   // Nothing happens once it is stopped.
   void showStatusWindow();
+  // The same, when nobody asked for it: the window then makes way for prompts that turn out to be on screen already, as
+  // far as they are found within some seconds. It must not cover what it is there to tell of.
+  void showStatusWindowAtStart();
 
   // The pairing code of the window and the text beneath it. Without the permission there is no code, and nothing of the
   // pairing is read: a phone that pairs would be shown no prompt.
@@ -61,6 +64,7 @@ class StatusPresenter {
   PairingCode pairingCode;
   std::int64_t pendingCount = 0;
   bool isStopped = false;
+  platform::TaskHandle startWindow;                                // Present while the window makes way.
   std::unique_ptr<platform::StatusItem> statusItem;                // Present once the menu bar is configured.
   std::unique_ptr<StatusWindowController> statusWindowController;  // Present once the window was shown.
   CallbackScope callbacks;                                         // Last.

@@ -30,6 +30,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
 
   void show();
   void close();
+  void makeWay() { view->makeWay(); }
   void refresh();
 
  private:
@@ -230,6 +231,8 @@ StatusWindowController::~StatusWindowController() = default;
 void StatusWindowController::show() { implementation->show(); }
 
 void StatusWindowController::close() { implementation->close(); }
+
+void StatusWindowController::makeWay() { implementation->makeWay(); }
 
 void StatusWindowController::refresh() { implementation->refresh(); }
 

@@ -50,6 +50,8 @@ class StatusWindowController {
   // Comes to the front, also when it is shown already.
   void show();
   void close();
+  // Lets every other window come before it.
+  void makeWay();
   // Takes a new snapshot and shows it. Cheap enough to be called after every change of state: while the window is
   // hidden it does nothing, since showing takes a snapshot first.
   void refresh();

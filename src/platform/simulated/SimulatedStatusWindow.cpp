@@ -21,8 +21,10 @@ class SimulatedStatusWindowView final : public StatusWindowView {
   void fitToScreen() override { ++window->fits; }
   void show() override {
     window->isShown = true;
+    window->hasMadeWay = false;
     ++window->shows;
   }
+  void makeWay() override { window->hasMadeWay = window->isShown; }
   void close() override {
     window->isShown = false;
     window->itsMenu.reset();

@@ -29,6 +29,8 @@ class SimulatedStatusWindow {
   SimulatedStatusWindow(Executors& executors, StatusWindowEvents events);
 
   [[nodiscard]] bool isVisible() const { return isShown; }
+  // Whether it has made way for other windows since it was shown.
+  [[nodiscard]] bool isBehind() const { return hasMadeWay; }
   // Absent until content was set.
   [[nodiscard]] const std::optional<StatusWindowContent>& content() const { return itsContent; }
   [[nodiscard]] int contentCount() const { return contents; }  // How often content was set, equal or not.
@@ -57,6 +59,7 @@ class SimulatedStatusWindow {
   std::optional<ShownMenu> itsMenu;
   std::function<void(std::size_t)> onMenuChoice;
   bool isShown = false;
+  bool hasMadeWay = false;
   int contents = 0;
   int shows = 0;
   int fits = 0;

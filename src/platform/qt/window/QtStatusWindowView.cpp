@@ -77,6 +77,10 @@ void QtStatusWindowView::fitToScreen() { openWindow().fitToScreen(); }
 
 void QtStatusWindowView::show() { openWindow().comeToFront(); }
 
+void QtStatusWindowView::makeWay() {
+  if (isVisible()) window->makeWay();
+}
+
 void QtStatusWindowView::close() { letGoOfWindow(); }
 
 bool QtStatusWindowView::isVisible() const { return window && window->isVisible(); }

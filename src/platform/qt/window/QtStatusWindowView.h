@@ -19,6 +19,7 @@ class QtStatusWindowView final : public StatusWindowView {
   void setContent(const StatusWindowContent& content) override;
   void fitToScreen() override;
   void show() override;
+  void makeWay() override;
   void close() override;
   [[nodiscard]] bool isVisible() const override;
   void updateAppearance() override;

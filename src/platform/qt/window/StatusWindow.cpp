@@ -98,6 +98,11 @@ void StatusWindow::comeToFront() {
   if (!focusWidget()) page->setFocus();
 }
 
+void StatusWindow::makeWay() {
+  if (QGuiApplication::platformName().startsWith("wayland")) return showMinimized();
+  lower();
+}
+
 void StatusWindow::updateAppearance() {
   knownPalette = windowPalette(QApplication::palette(), scheme);
   knownFont = QApplication::font();

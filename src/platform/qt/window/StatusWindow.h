@@ -24,6 +24,8 @@ class StatusWindow final : public QWidget {
   void takeComfortableSize();
   void fitToScreen();
   void comeToFront();
+  // Behind all others; no client of Wayland may go there, so that it is minimised in such a session.
+  void makeWay();
   void updateAppearance();
   void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                  std::function<void(std::size_t)> onChoice);

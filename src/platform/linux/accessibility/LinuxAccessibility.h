@@ -42,16 +42,16 @@ struct LinuxAccessibilityOptions {
   Seconds messagingTimeout = platform::kMessagingTimeout;
 };
 
-// Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the X server knows of their
-// windows. Trusted means: the bus is there, and switched on.
-// Denied means that it is switched off, or that nothing takes care of it; a service or bus that gives no answer leaves
-// it unknown.
+// Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the desktop knows of their
+// windows. Of a window that it knows, it says whether that is in front; any other says so itself. Trusted means: the
+// bus is there, and switched on. Denied means that it is switched off, or that nothing takes care of it; a service or
+// bus that gives no answer leaves it unknown.
 //
 // A scope cannot see the desktop when the accessibility bus cannot be reached or the registry does not list who is on
 // it, and when an X server that was there has gone (in an X session: others start and end theirs as they like).
 //
-// Windows are raised, restored and focused through the window manager. Where there is no X server, elements are read
-// and pressed all the same; their frames are then good for order and size only, and nothing can be raised.
+// Windows are raised, restored and focused through the desktop. Where it tells of no windows, elements are read and
+// pressed all the same; their frames are then good for order and size only, and nothing can be raised.
 //
 // A process that is not on the bus answers `notImplemented`. This process itself is never asked, and has no windows.
 //

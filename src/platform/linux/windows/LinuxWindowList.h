@@ -13,8 +13,9 @@
 
 namespace quillard::desktop {
 
-// The windows of the X server's client list. Those that no window manager manages (menus, tooltips, the notifications
-// of some services) are not listed, and neither is the desktop's background.
+// The windows that the desktop tells of (see DesktopWindows). Those that no window manager manages (menus, tooltips,
+// the notifications of some services) are not listed, and neither is the desktop's background. Where the desktop tells
+// nothing, the list cannot be read; where it knows some windows only, the others are announced, if at all.
 //
 // Bounds are what a person sees, in pixels: with the window manager's frame, without a shadow. Layers: below 0 for
 // windows that are kept below the others, above 0 for those that are kept above, panels and notifications.

@@ -18,7 +18,7 @@
 
 namespace quillard::desktop {
 
-// The applications of this user: processes that own a window of the X server or are on the accessibility bus, and the
+// The applications of this user: processes that own a window of the desktop or are on the accessibility bus, and the
 // agents of this program (see AgentProcesses). Processes of other users are none, whatever windows they show.
 //
 // What an application is on this system:
@@ -26,7 +26,7 @@ namespace quillard::desktop {
 //     but it is what the program says of itself: another program of the same user can claim any.
 //   - The activation policy follows from its windows; see `applicationInfos`. An agent without a window, and not on
 //     the bus, is `prohibited`: it is found by its identifier, and not searched for prompts.
-//   - Active is the owner of the active window; without an X server, none is.
+//   - Active is the owner of the active window; where the desktop does not tell, none is.
 //   - Hidden means that all of its windows are minimised.
 //   - It terminates when it ends, or gives up its last window without being on the bus. Agents without windows come and
 //     go unnoticed.

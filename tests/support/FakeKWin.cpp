@@ -67,6 +67,10 @@ bool FakeKWin::answer(sd_bus_message* message) {
   const std::string path = sd_bus_message_get_path(message) ? sd_bus_message_get_path(message) : "";
   const char* first = nullptr;
   const char* second = nullptr;
+  if (!isReady) {
+    sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownObject", "No such object path");
+    return true;
+  }
   if (sd_bus_message_is_method_call(message, "org.kde.kwin.Scripting", "loadScript") > 0) {
     if (path != "/Scripting" || sd_bus_message_read(message, "ss", &first, &second) <= 0) return false;
     const bool isNew = scripts.emplace(second, textOf(first)).second;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -17,6 +18,8 @@ class FakeKWin {
   // `scriptPath`: where the object of script 7 lies, "/7" or "/Scripting/Script7".
   FakeKWin(std::string address, std::string scriptPath, std::string firstState);
 
+  // While not, it takes no scripts, as one that has just been started.
+  std::atomic<bool> isReady{true};
   // Tells a state, now and to each script that is run.
   void tell(const std::string& state);
   // The names of the scripts that are loaded.

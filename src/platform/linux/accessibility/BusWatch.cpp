@@ -78,8 +78,17 @@ void BusWatch::listen(BusConnection& connection) {
     const int file = sd_bus_get_fd(connection.handle());
     const int events = sd_bus_get_events(connection.handle());
     if (file < 0 || events < 0) return;
-    if (!pause(pollTimeout(connection.handle()), file, static_cast<short>(events))) return;
+    if (!pause(waitingTime(connection), file, static_cast<short>(events))) return;
+    if (hooks.onWake) hooks.onWake();
   }
+}
+
+int BusWatch::waitingTime(const BusConnection& connection) const {
+  const int timeout = pollTimeout(connection.handle());
+  const auto wake = hooks.wakeAfter ? hooks.wakeAfter() : std::nullopt;
+  if (!wake) return timeout;
+  const auto due = static_cast<int>(std::clamp<std::int64_t>(wake->count(), 0, 60'000));
+  return timeout < 0 ? due : std::min(timeout, due);
 }
 
 bool BusWatch::pause(int milliseconds, int otherFile, short otherEvents) const {

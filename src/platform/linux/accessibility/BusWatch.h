@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,6 +18,10 @@ struct BusWatchHooks {
   std::function<bool(sd_bus_message*)> isNews;
   // With each new connection, once the rules are in force. It may be asked, answered on, and kept until `onEnd`.
   std::function<void(BusConnection&)> onConnect;
+  // How long until `onWake` is due. Absent: it is not.
+  std::function<std::optional<std::chrono::milliseconds>()> wakeAfter;
+  // When that time has passed, and now and then before.
+  std::function<void()> onWake;
   // Before a connection is given up, whether it still works or has broken.
   std::function<void(BusConnection&)> onEnd;
 };
@@ -38,6 +43,8 @@ class BusWatch {
  private:
   void run();
   [[nodiscard]] std::unique_ptr<BusConnection> connect();
+  // Milliseconds; negative: for as long as nothing comes.
+  [[nodiscard]] int waitingTime(const BusConnection& connection) const;
   // Until the connection breaks, or the end is near.
   void listen(BusConnection& connection);
   // False: time to end.

@@ -16,16 +16,11 @@
 namespace quillard::atspi {
 namespace {
 
-using std::chrono::milliseconds;
-
-constexpr milliseconds kBurst{50};
 constexpr int kMostOfADialog = 32;
 constexpr std::chrono::seconds kBudgetTime{10};
 constexpr int kMostQuestions = 64;
 constexpr std::uint64_t kTimeoutMicroseconds = 200'000;
 constexpr std::size_t kMostProgramsKept = 512;
-// A burst has been counted by then.
-constexpr Seconds kShellDelay{0.06};
 
 constexpr const char* kRegistryPath = "/org/a11y/atspi/registry";
 constexpr const char* kRegistryInterface = "org.a11y.atspi.Registry";
@@ -107,10 +102,11 @@ struct WindowEvents::Question {
 
 WindowEvents::WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds, std::int32_t ownProcessIdentifier,
                            platform::SerialExecutor& mainThread, std::function<void()> onHint,
-                           std::function<bool(std::int32_t)> isShell)
+                           std::function<bool(std::int32_t)> isShell, WindowEventPace pace)
     : kinds(kinds),
       ownProcessIdentifier(ownProcessIdentifier),
       isShell(std::move(isShell)),
+      pace(pace),
       hints(std::make_shared<Hints>(mainThread, std::move(onHint))) {
   if (!kinds.any()) return;
   watch = std::make_unique<BusWatch>(
@@ -175,10 +171,8 @@ bool WindowEvents::take(sd_bus_message* signal) {
 
 void WindowEvents::shown(const std::string& bus, Program& program, const char* path) {
   const auto now = Clock::now();
-  if (now - program.burstBegin > kBurst) {
-    program.burstBegin = now;
-    program.burst = 0;
-  }
+  if (now - program.lastShown > pace.longestGap) program.burst = 0;
+  program.lastShown = now;
   if (++program.burst > kMostOfADialog) {
     if (!program.isShell) return hint(bus, program);  // A window with that much in it.
     const MutexLock lock(hints->mutex);
@@ -217,11 +211,11 @@ int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {
 void WindowEvents::hint(const std::string& bus, const Program& program) {
   const auto kept = hints;
   if (program.isShell) {
-    const bool isPartOfBurst = program.burst > kMostOfADialog && Clock::now() - program.burstBegin <= kBurst;
+    const bool isPartOfBurst = program.burst > kMostOfADialog && Clock::now() - program.lastShown <= pace.longestGap;
     const MutexLock lock(kept->mutex);
     if (isPartOfBurst || !kept->waiting.insert(bus).second) return;
-    kept->mainThread.post([kept, bus] {
-      kept->shellTask = kept->mainThread.postAfter(kShellDelay, [weak = std::weak_ptr(kept), bus] {
+    kept->mainThread.post([kept, bus, delay = pace.shellDelay] {
+      kept->shellTask = kept->mainThread.postAfter(delay, [weak = std::weak_ptr(kept), bus] {
         const auto alive = weak.lock();
         if (alive) alive->tellOf(bus);
       });

@@ -74,9 +74,10 @@ class WindowEventsTest : public testing::Test {
  protected:
   void listen(bool isShell = false, WindowEventKinds kinds = {.created = true, .activated = true, .shown = true},
               std::int32_t ownProcess = 0) {
-    events = std::make_unique<WindowEvents>([this] { return std::optional(bus.address()); }, kinds, ownProcess,
-                                            executors.mainThread(), [this] { ++hints; },
-                                            [isShell](std::int32_t) { return isShell; });
+    events = std::make_unique<WindowEvents>(
+        [this] { return std::optional(bus.address()); }, kinds, ownProcess, executors.mainThread(), [this] { ++hints; },
+        [isShell](std::int32_t) { return isShell; },
+        WindowEventPace{.longestGap = std::chrono::milliseconds{500}, .shellDelay = Seconds{0.6}});
     ASSERT_TRUE(waitUntil([this] { return bus.registry().timesAsked("RegisterEvent") > 0; }));
   }
   // Whatever was said before has been heard when this is.
@@ -118,7 +119,8 @@ TEST_F(WindowEventsTest, WhatAppearsIsAHintWhenItIsAWindowADialogOrANotification
   for (const auto role : {Role::label, Role::pushButton, Role::menu, Role::toolTip}) {
     program.set("/shown", role);
     program.show("/shown");
-    EXPECT_TRUE(waitUntil([&] { return program.timesAskedForRole() == ++expected; }));
+    ++expected;
+    EXPECT_TRUE(waitUntil([&] { return program.timesAskedForRole() == expected; }));
   }
   EXPECT_EQ(hintsUntilNow(), 5);
 }
@@ -147,7 +149,7 @@ TEST_F(WindowEventsTest, AShellThatShowsVeryMuchAtOnceShowsNoDialog) {
   program.show("/shown", 0, 190);
   EXPECT_LE(program.timesAskedForRole(), 32);
   bool isOver = false;
-  const auto task = executors.mainThread().postAfter(Seconds{0.3}, [&] { isOver = true; });
+  const auto task = executors.mainThread().postAfter(Seconds{1.5}, [&] { isOver = true; });
   EXPECT_TRUE(waitUntil([&] { return isOver; }));
   EXPECT_EQ(hints, 0);
 }

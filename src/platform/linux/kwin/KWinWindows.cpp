@@ -28,6 +28,9 @@ const std::vector<std::string>& ownerRules() {
   return rules;
 }
 
+constexpr std::chrono::milliseconds kFirstRetry{250};
+constexpr std::chrono::milliseconds kLongestRetry{60'000};
+
 bool isRunning(std::int32_t process) { return ::kill(process, 0) == 0 || errno == EPERM; }
 
 }  // namespace
@@ -63,6 +66,8 @@ KWinWindows::KWinWindows(KWinOptions givenOptions, platform::SerialExecutor& mai
       [this] { return options.sessionBusAddress; }, ownerRules(), [] {},
       atspi::BusWatchHooks{.isNews = [this](sd_bus_message* signal) { return ownerChanged(signal); },
                            .onConnect = [this](atspi::BusConnection& connection) { connected(connection); },
+                           .wakeAfter = [this] { return timeToRetry(); },
+                           .onWake = [this] { retryLoading(); },
                            .onEnd = [this](atspi::BusConnection& connection) { ended(connection); }});
 }
 
@@ -79,6 +84,7 @@ void KWinWindows::connected(atspi::BusConnection& connection) {
   sd_bus_slot* slot = nullptr;
   if (sd_bus_add_object(connection.handle(), &slot, kObjectPath, onTell, this) >= 0) object.reset(slot);
   owner = KWinScripting(connection, options.timeout).owner();
+  retryDelay = kFirstRetry;
   load();
 }
 
@@ -86,6 +92,7 @@ void KWinWindows::ended(atspi::BusConnection& connection) {
   if (connection.isOpen()) unload();
   object.reset();
   link = nullptr;
+  retryAt.reset();
   owner.clear();
   script.reset();
   take(std::nullopt);
@@ -99,6 +106,7 @@ bool KWinWindows::ownerChanged(sd_bus_message* signal) {
   owner = after;
   script.reset();
   take(std::nullopt);
+  retryDelay = kFirstRetry;
   load();
   return true;
 }
@@ -117,11 +125,26 @@ void KWinWindows::load() {
       ::unlink(entry.path().c_str());
     }
     const auto name = scriptNameOf(::getpid());
+    script.reset();  // Its file would go after the new one has come.
     script = std::make_unique<ScriptFile>(options.scriptFolder, name, watchingScript(ownName));
     isLoaded = script->isWritten() && scripting.run(script->path(), name);
   }
-  // What it tells first comes next, if it was loaded.
-  if (!isLoaded) take(std::nullopt);
+  retryAt.reset();
+  if (isLoaded) return;  // What it tells first comes next.
+  take(std::nullopt);
+  // One that has just been started takes scripts a little later.
+  if (canAsk) retryAt = std::chrono::steady_clock::now() + retryDelay;
+  retryDelay = std::min(retryDelay * 2, kLongestRetry);
+}
+
+void KWinWindows::retryLoading() {
+  if (link && retryAt && std::chrono::steady_clock::now() >= *retryAt) load();
+}
+
+std::optional<std::chrono::milliseconds> KWinWindows::timeToRetry() const {
+  if (!retryAt) return std::nullopt;
+  const auto left = *retryAt - std::chrono::steady_clock::now();
+  return std::chrono::ceil<std::chrono::milliseconds>(std::max(left, decltype(left)::zero()));
 }
 
 void KWinWindows::unload() {

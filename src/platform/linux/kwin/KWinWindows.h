@@ -57,6 +57,8 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
   void ended(atspi::BusConnection& connection);
   [[nodiscard]] bool ownerChanged(sd_bus_message* signal);
   void load();
+  void retryLoading();
+  [[nodiscard]] std::optional<std::chrono::milliseconds> timeToRetry() const;
   void unload();
   static int onTell(sd_bus_message* message, void* self, sd_bus_error*);
   void take(std::optional<desktop::WindowsSnapshot> now);
@@ -75,6 +77,9 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
   atspi::BusSlot object;
   std::string owner;                   // KWin's name on the bus. Empty: it is not there.
   std::unique_ptr<ScriptFile> script;  // Null: none of ours is loaded.
+  // When a KWin that is there, but took no script, is asked again. Absent: it has one, or is not there.
+  std::optional<std::chrono::steady_clock::time_point> retryAt;
+  std::chrono::milliseconds retryDelay{};
   const std::shared_ptr<char> life = std::make_shared<char>();
   std::unique_ptr<atspi::BusWatch> watch;  // Last: its thread uses all of the above.
 };

@@ -116,6 +116,15 @@ TEST_F(KWinWindowsTest, KWinMayComeLater) {
   EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
 }
 
+TEST_F(KWinWindowsTest, AKWinThatTakesNoScriptYetIsAskedAgain) {
+  startKWin();
+  fake->isReady = false;
+  startAgent();
+  EXPECT_EQ(windows->coverage(), WindowCoverage::none);
+  fake->isReady = true;
+  EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
+}
+
 TEST_F(KWinWindowsTest, OnlyKWinIsBelieved) {
   startKWin();
   startAgent();

@@ -136,6 +136,16 @@ TEST_F(QtStatusWindowViewTest, TakesEnterAndSpaceForAPressAndLeavesDisabledButto
   EXPECT_EQ(pressed.size(), 3U);
 }
 
+TEST_F(QtStatusWindowViewTest, MakesWayForOtherWindowsWithoutClosing) {
+  view->makeWay();
+  EXPECT_FALSE(view->isVisible());
+  show();
+  view->makeWay();
+  settle();
+  EXPECT_TRUE(view->isVisible());
+  EXPECT_EQ(closes, 0);
+}
+
 TEST_F(QtStatusWindowViewTest, GivesTheKeyboardToNoButtonUntilThePersonAsks) {
   show();
   EXPECT_FALSE(dynamic_cast<ActionButton*>(shownWindow()->focusWidget()));

@@ -246,7 +246,11 @@ gboolean Gtk3Prompt::onMapped(GtkWidget* window, GdkEvent*, gpointer self) {
   return FALSE;
 }
 
-XWindow xWindowOf(GtkWidget* window) { return static_cast<XWindow>(GDK_WINDOW_XID(gtk_widget_get_window(window))); }
+// 0 on a desktop that is none of X.
+XWindow xWindowOf(GtkWidget* window) {
+  GdkWindow* const shown = gtk_widget_get_window(window);
+  return GDK_IS_X11_WINDOW(shown) ? static_cast<XWindow>(GDK_WINDOW_XID(shown)) : 0;
+}
 
 gboolean Gtk3Prompt::onTick(gpointer self) {
   auto& prompt = *static_cast<Gtk3Prompt*>(self);
@@ -314,7 +318,12 @@ void Gtk3Prompt::start() {
     gtk_widget_show_all(parent);
   }
   prompts.add();
-  show();
+  if (!options.promptAfter) return show();
+  const auto showLater = [](gpointer prompt) -> gboolean {
+    static_cast<Gtk3Prompt*>(prompt)->show();
+    return G_SOURCE_REMOVE;
+  };
+  g_timeout_add(static_cast<guint>(options.promptAfter->count()), showLater, this);
 }
 
 }  // namespace

@@ -212,8 +212,10 @@ void Gtk4Prompt::show() {
   g_timeout_add(5, &Gtk4Prompt::onTick, this);
 }
 
+// 0 on a desktop that is none of X.
 XWindow xWindowOf(GtkWidget* window) {
-  return static_cast<XWindow>(GDK_SURFACE_XID(gtk_native_get_surface(GTK_NATIVE(window))));
+  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(window));
+  return GDK_IS_X11_SURFACE(surface) ? static_cast<XWindow>(GDK_SURFACE_XID(surface)) : 0;
 }
 
 // GTK 4 leaves it to itself.
@@ -302,7 +304,12 @@ void Gtk4Prompt::start() {
     gtk_window_present(GTK_WINDOW(parent));
   }
   prompts.add();
-  show();
+  if (!options.promptAfter) return show();
+  const auto showLater = [](gpointer prompt) -> gboolean {
+    static_cast<Gtk4Prompt*>(prompt)->show();
+    return G_SOURCE_REMOVE;
+  };
+  g_timeout_add(static_cast<guint>(options.promptAfter->count()), showLater, this);
 }
 
 }  // namespace

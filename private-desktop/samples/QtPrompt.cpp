@@ -383,7 +383,11 @@ void QtPrompt::start() {
   const auto closeAfter = options.closeAfter;
   const auto hangAfter = options.hangAfter;
   prompts.add();
-  show();
+  if (options.promptAfter) {
+    after(*options.promptAfter, [this] { show(); });
+  } else {
+    show();
+  }
   closeWhenAsked();
   if (closeAfter) after(*closeAfter, [] { QCoreApplication::exit(kClosedWithoutAButton); });
   if (hangAfter) after(*hangAfter, [] { hang(); });

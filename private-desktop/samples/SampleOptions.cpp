@@ -72,6 +72,8 @@ const Values& values() {
       {"--at", [](auto& options, const auto& value) { options.at = pointNamed(value); }},
       {"--application", [](auto& options, const auto& value) { options.applicationName = value; }},
       {"--close-after", [](auto& options, const auto& value) { options.closeAfter = secondsNamed(value); }},
+      {"--prompt-after",
+       [](auto& options, const auto& value) { options.promptAfter = std::chrono::milliseconds(std::stoi(value)); }},
       {"--hang-after",
        [](auto& options, const auto& value) { options.hangAfter = std::chrono::milliseconds(std::stoi(value)); }},
       {"--ignore-presses", [](auto& options, const auto& value) { options.ignoredPresses = std::stoi(value); }},

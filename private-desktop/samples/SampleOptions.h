@@ -48,6 +48,8 @@ struct SampleOptions {
   bool isMinimised = false;
   std::optional<std::string> applicationName;
 
+  // The program, and its parent window, run for so long before the prompt comes up.
+  std::optional<std::chrono::milliseconds> promptAfter;
   std::optional<std::chrono::milliseconds> closeAfter;
   std::optional<std::chrono::milliseconds> hangAfter;
   bool hangsOnPress = false;

@@ -43,6 +43,7 @@ XWindow WindowPlacing::root() const {
 }
 
 bool WindowPlacing::isManaged(XWindow window) const {
+  if (window == 0) return true;
   const auto state = atom(connection.get(), "WM_STATE");
   const auto cookie = xcb_get_property(connection.get(), 0, window, state, XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
   const auto reply = owned(xcb_get_property_reply(connection.get(), cookie, nullptr));

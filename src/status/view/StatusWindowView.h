@@ -100,8 +100,8 @@ class StatusWindowView {
   virtual void fitToScreen() = 0;
   // Shows the window at the normal level, in front, with the keyboard.
   virtual void show() = 0;
-  // Lets every other window come before it: behind them where windows can be put there, minimised elsewhere. Nothing
-  // happens while it is hidden.
+  // Lets every other window come before it: behind them where windows can be put there, minimised elsewhere, and closed
+  // as by a person where neither can be. Nothing happens while it is hidden.
   virtual void makeWay() = 0;
   // Hides it; `onWillClose` is not called.
   virtual void close() = 0;

@@ -99,8 +99,13 @@ void StatusWindow::comeToFront() {
 }
 
 void StatusWindow::makeWay() {
-  if (QGuiApplication::platformName().startsWith("wayland")) return showMinimized();
-  lower();
+  if (!QGuiApplication::platformName().startsWith("wayland")) return lower();
+  // Sway minimises nothing.
+  if (qEnvironmentVariableIsSet("SWAYSOCK")) {
+    close();
+  } else {
+    showMinimized();
+  }
 }
 
 void StatusWindow::updateAppearance() {

@@ -24,7 +24,8 @@ class StatusWindow final : public QWidget {
   void takeComfortableSize();
   void fitToScreen();
   void comeToFront();
-  // Behind all others; no client of Wayland may go there, so that it is minimised in such a session.
+  // Behind all others. No client of Wayland may go there: in such a session it is minimised, or closed where nothing
+  // is ever minimised.
   void makeWay();
   void updateAppearance();
   void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,

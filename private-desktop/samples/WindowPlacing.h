@@ -19,7 +19,8 @@ class WindowPlacing {
   WindowPlacing(const WindowPlacing&) = delete;
   WindowPlacing& operator=(const WindowPlacing&) = delete;
 
-  // True once the window manager has taken the window over: what it is asked before that gets lost. Of window 0, always.
+  // True once the window manager has taken the window over: what it is asked before that gets lost. Of window 0,
+  // always.
   [[nodiscard]] bool isManaged(XWindow window) const;
 
   // The corner of the frame, or of the window where it has none. 0, 0 when there is no such window.

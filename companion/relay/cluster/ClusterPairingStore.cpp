@@ -1,0 +1,140 @@
+#include "companion/relay/cluster/ClusterPairingStore.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr std::size_t kMostPurgedAtOnce = 1'000;
+constexpr std::size_t kCandidates = 16;  // For making room: some of them may be under way already.
+
+}  // namespace
+
+void ClusterPairingStore::check() const {
+  if (!isFresh()) throw Failure{"the cluster's store is not reached."};
+}
+
+std::optional<PairingStore::Entry> ClusterPairingStore::find(const std::string& pairingID) {
+  check();
+  const auto& mirror = member.mirror();
+  if (const auto at = mirror.revokedAt(pairingID)) return Entry{.token = std::nullopt, .lastUsed = *at};
+  if (member.isUnsaved(pairingID)) return Entry{};
+  const auto* found = mirror.pairing(pairingID);
+  if (!found) return std::nullopt;
+  const auto& record = found->record;
+  return Entry{.token = record.token, .lastUsed = record.lastUsed, .isJoined = record.isJoined};
+}
+
+void ClusterPairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {
+  check();
+  added.emplace(pairingID, PairingRecord{.token = token, .lastUsed = now});
+}
+
+void ClusterPairingStore::commit(std::function<void(bool)> done) {
+  if (!added) return done(true);
+  const auto adding = *std::exchange(added, std::nullopt);
+  const std::string& pairingID = adding.first;
+  const PairingRecord& record = adding.second;
+  using Kind = ClusterCondition::Kind;
+  member.transact({.conditions = {{.key = pairingKey(pairingID), .kind = Kind::isAbsent},
+                                  {.key = revokedKey(pairingID), .kind = Kind::isAbsent}},
+                   .changes = {{.key = pairingKey(pairingID), .value = valueOf(record)}},
+                   .reads = {pairingKey(pairingID), revokedKey(pairingID)}},
+                  [this, pairingID, token = record.token,
+                   done = std::move(done)](const std::optional<ClusterTransactionResult>& result) {
+                    // Where it was done twice, or at another relay with the same token, it is there as well.
+                    const auto* there = member.mirror().pairing(pairingID);
+                    done(result && there && areEqual(there->record.token, token));
+                  });
+}
+
+void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record) {
+  const auto* present = member.mirror().pairing(pairingID);
+  if (!present) return;
+  using Kind = ClusterChange::Kind;
+  ClusterTransaction transaction{.conditions = {{.key = pairingKey(pairingID),
+                                                 .kind = ClusterCondition::Kind::modifiedAt,
+                                                 .modified = present->modified}},
+                                 .reads = {pairingKey(pairingID)}};
+  if (record) {
+    transaction.changes.push_back({.key = pairingKey(pairingID), .value = valueOf(*record)});
+  } else {
+    transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
+    transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
+    transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
+  }
+  auto& underWay = record ? beingWritten : beingForgotten;
+  underWay.insert(pairingID);
+  member.transact(std::move(transaction), [&underWay, pairingID](const std::optional<ClusterTransactionResult>&) {
+    underWay.erase(pairingID);
+  });
+}
+
+void ClusterPairingStore::mark(const std::string& pairingID, std::int64_t now, bool isJoined) {
+  check();
+  const auto* present = member.mirror().pairing(pairingID);
+  if (!present || beingWritten.contains(pairingID)) return;
+  auto record = present->record;
+  record.lastUsed = now;
+  record.isJoined = record.isJoined || isJoined;
+  write(pairingID, record);
+}
+
+void ClusterPairingStore::markUsed(const std::string& pairingID, std::int64_t now) { mark(pairingID, now, false); }
+
+void ClusterPairingStore::markJoined(const std::string& pairingID, std::int64_t now) { mark(pairingID, now, true); }
+
+void ClusterPairingStore::revoke(const std::string& pairingID, std::int64_t now, std::size_t) {
+  member.revoke(pairingID, now, [] {});
+}
+
+void ClusterPairingStore::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
+                                      std::size_t most) {
+  member.removePhone(pairingID, deviceID, now, most, [] {});
+}
+
+bool ClusterPairingStore::isRemoved(const std::string& pairingID, const std::string& deviceID) {
+  check();
+  return member.mirror().isRemoved(pairingID, deviceID) || member.isUnsaved(pairingID, deviceID);
+}
+
+std::vector<std::string> ClusterPairingStore::purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) {
+  check();
+  const auto& mirror = member.mirror();
+  auto names = mirror.leastUsed(true, usedBefore, kMostPurgedAtOnce);
+  const auto others = mirror.leastUsed(false, std::max(usedBefore, unjoinedBefore), kMostPurgedAtOnce);
+  names.insert(names.end(), others.begin(), others.end());
+  for (const auto& pairingID : names) write(pairingID, std::nullopt);
+  for (const auto& pairingID : mirror.oldestRevoked(limits.revocations)) {
+    member.transact({.changes = {{.kind = ClusterChange::Kind::erase, .key = revokedKey(pairingID)}}},
+                    [](const std::optional<ClusterTransactionResult>&) {});
+  }
+  return names;
+}
+
+bool ClusterPairingStore::forgetOne(const std::vector<std::string>& candidates) {
+  const auto found = std::find_if(candidates.begin(), candidates.end(),
+                                  [this](const std::string& pairingID) { return !beingForgotten.contains(pairingID); });
+  if (found == candidates.end()) return false;
+  write(*found, std::nullopt);
+  return true;
+}
+
+bool ClusterPairingStore::forgetOldestUnjoined() {
+  check();
+  return forgetOne(member.mirror().leastUsed(false, std::numeric_limits<std::int64_t>::max(), kCandidates));
+}
+
+std::size_t ClusterPairingStore::count() {
+  // Before the mirror is filled, there is nothing to be counted.
+  const auto kept = member.mirror().pairingCount();
+  return kept - std::min(kept, beingForgotten.size());
+}
+
+std::size_t ClusterPairingStore::countUnjoined() {
+  const auto unjoined = member.mirror().unjoinedCount();
+  return unjoined - std::min(unjoined, beingForgotten.size());
+}
+
+}  // namespace quillard::relayserver

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "companion/relay/cluster/ClusterMember.h"
+#include "companion/relay/rules/PairingStore.h"
+#include "companion/relay/rules/RelayLimits.h"
+
+namespace quillard::relayserver {
+
+// The pairings of a cluster, as every relay of it sees them. It reads from the mirror, so that no call waits, and fails
+// while the mirror may be old. Of what it writes, only a new pairing has to be waited for: see `commit`. A revocation
+// or removal was written before the rooms hear of it; what else is written may fail, and is written again another time.
+class ClusterPairingStore final : public PairingStore {
+ public:
+  // `isFresh`: see ClusterMember. Both, and `limits`, outlive it.
+  ClusterPairingStore(ClusterMember& member, const RelayLimits& limits, std::function<bool()> isFresh)
+      : member(member), limits(limits), isFresh(std::move(isFresh)) {}
+
+  // A pairing was added since the last `commit`, and nobody is to be told before it is kept.
+  [[nodiscard]] bool hasAdded() const { return added.has_value(); }
+  // False: it could not be kept, or another one has the name.
+  void commit(std::function<void(bool)> done);
+
+  std::optional<Entry> find(const std::string& pairingID) override;
+  void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
+  void markUsed(const std::string& pairingID, std::int64_t now) override;
+  void markJoined(const std::string& pairingID, std::int64_t now) override;
+  void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;
+  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
+                   std::size_t most) override;
+  bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
+  std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
+  bool forgetOldestUnjoined() override;
+  std::size_t count() override;
+  std::size_t countUnjoined() override;
+
+ private:
+  void check() const;
+  // Unless it was changed meanwhile.
+  void write(const std::string& pairingID, const std::optional<PairingRecord>& record);
+  void mark(const std::string& pairingID, std::int64_t now, bool isJoined);
+  bool forgetOne(const std::vector<std::string>& candidates);
+
+  ClusterMember& member;
+  const RelayLimits& limits;
+  const std::function<bool()> isFresh;
+  std::optional<std::pair<std::string, PairingRecord>> added;
+  std::set<std::string> beingWritten;
+  std::set<std::string> beingForgotten;
+};
+
+}  // namespace quillard::relayserver

@@ -11,7 +11,7 @@ debian_packages=(
   qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome xdg-utils util-linux
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
   libboost1.81-dev libsqlite3-dev chromium
-  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
+  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
   sway wtype xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
 )
 # What only the desktops of ./test --long need: large, and of no use for anything else here.
@@ -28,7 +28,7 @@ debian_packages_of_tests=" clang clang-19 libc++-19-dev clang-format clang-tidy 
   python3-cryptography-vectors
   libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
   desktop-file-utils man-db shellcheck tint2 chromium
-  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
+  libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
   sway wtype xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common "
 only_to_run=""
 
@@ -56,6 +56,10 @@ install_missing() {
     mapfile -t missing < <(missing_debian_packages)
     [ "${#missing[@]}" -gt 0 ] || return 0
     echo "Installing: ${missing[*]}" >&2
+    # Tests start members of their own: the package's service is not wanted.
+    if [[ " ${missing[*]} " == *" etcd-server "* ]] && command -v systemctl >/dev/null; then
+      as_root systemctl mask etcd.service >&2 || true
+    fi
     as_root apt-get update -qq >&2
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
   elif command -v brew >/dev/null; then

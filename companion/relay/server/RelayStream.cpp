@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <optional>
 
+#include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/asio/ssl/stream.hpp>
 
 namespace quillard::relayserver {
@@ -41,6 +43,15 @@ void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->
 void RelayStream::handshake(std::function<void(const ErrorCode&)> done) {
   if (!state->tls) return done({});
   state->tls->async_handshake(asio::ssl::stream_base::server, std::move(done));
+}
+
+void RelayStream::handshakeAsClient(const std::string& host, std::function<void(const ErrorCode&)> done) {
+  if (!state->tls) return done({});
+  ErrorCode notNumeric;
+  (void)asio::ip::make_address(host, notNumeric);
+  if (notNumeric) SSL_set_tlsext_host_name(state->tls->native_handle(), host.c_str());
+  state->tls->set_verify_callback(asio::ssl::host_name_verification(host));
+  state->tls->async_handshake(asio::ssl::stream_base::client, std::move(done));
 }
 
 void RelayStream::shutdown(std::function<void(const ErrorCode&)> done) {

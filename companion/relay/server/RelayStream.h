@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -68,6 +69,8 @@ class RelayStream {
 
   // The TLS handshake; without TLS it is done immediately.
   void handshake(std::function<void(const ErrorCode&)> done);
+  // The same from the other end: whoever answers has to have a certificate for `host`.
+  void handshakeAsClient(const std::string& host, std::function<void(const ErrorCode&)> done);
   // Tells the other end that nothing more comes.
   void shutdown(std::function<void(const ErrorCode&)> done);
   // Ends it without ceremony. What waits fails.

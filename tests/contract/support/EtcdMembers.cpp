@@ -1,0 +1,120 @@
+#include "contract/support/EtcdMembers.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace quillard::test {
+namespace {
+
+constexpr const char* kEtcd = "/usr/bin/etcd";
+constexpr const char* kControl = "/usr/bin/etcdctl";
+
+std::string url(std::uint16_t port) { return "http://127.0.0.1:" + std::to_string(port); }
+
+std::string nameOf(std::size_t member) { return "member-" + std::to_string(member); }
+
+std::vector<std::string> controlEnvironment() {
+  auto environment = presentEnvironment();
+  environment.emplace_back("ETCDCTL_API=3");
+  return environment;
+}
+
+}  // namespace
+
+std::vector<std::uint16_t> freePorts(int count) {
+  std::vector<int> held;
+  std::vector<std::uint16_t> ports;
+  for (int i = 0; i < count; ++i) {
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (::bind(descriptor, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+      throw std::runtime_error("no free port");
+    }
+    held.push_back(descriptor);
+    ports.push_back(ntohs(address.sin_port));
+  }
+  for (const int descriptor : held) ::close(descriptor);
+  return ports;
+}
+
+bool EtcdMembers::isInstalled() { return std::filesystem::exists(kEtcd) && std::filesystem::exists(kControl); }
+
+EtcdMembers::EtcdMembers(int count) {
+  const auto ports = freePorts(2 * count);
+  clientPorts.assign(ports.begin(), ports.begin() + count);
+  peerPorts.assign(ports.begin() + count, ports.end());
+  members.resize(static_cast<std::size_t>(count));
+  for (int member = 0; member < count; ++member) start(member);
+  const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!isReady()) {
+    if (std::chrono::steady_clock::now() > latest) throw std::runtime_error("etcd did not start");
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
+std::vector<std::string> EtcdMembers::urls() const {
+  std::vector<std::string> all;
+  for (const auto port : clientPorts) all.push_back(url(port));
+  return all;
+}
+
+void EtcdMembers::start(int member) {
+  const auto at = static_cast<std::size_t>(member);
+  std::string cluster;
+  for (std::size_t i = 0; i < peerPorts.size(); ++i) {
+    cluster += (i == 0 ? "" : ",") + nameOf(i) + "=" + url(peerPorts[i]);
+  }
+  members[at] = std::make_unique<ChildProcess>(ChildProcess::Start{
+      .command = {kEtcd, "--name", nameOf(at), "--data-dir", place.path() + "/" + nameOf(at), "--listen-client-urls",
+                  url(clientPorts[at]), "--advertise-client-urls", url(clientPorts[at]), "--listen-peer-urls",
+                  url(peerPorts[at]), "--initial-advertise-peer-urls", url(peerPorts[at]), "--initial-cluster", cluster,
+                  "--log-level", "error"},
+      .environment = presentEnvironment()});
+}
+
+void EtcdMembers::kill(int member) { members[static_cast<std::size_t>(member)]->kill(); }
+
+void EtcdMembers::stop(int member) const { ::kill(members[static_cast<std::size_t>(member)]->id(), SIGSTOP); }
+
+void EtcdMembers::wake(int member) const { ::kill(members[static_cast<std::size_t>(member)]->id(), SIGCONT); }
+
+bool EtcdMembers::isReady() const { return control({"endpoint", "health", "--cluster"}) == 0; }
+
+int EtcdMembers::control(const std::vector<std::string>& arguments) const {
+  std::string endpoints;
+  for (const auto& each : urls()) endpoints += (endpoints.empty() ? "" : ",") + each;
+  std::vector<std::string> command{kControl, "--endpoints", endpoints, "--command-timeout", "2s"};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  ChildProcess program({.command = command, .environment = controlEnvironment()});
+  return program.wait().value_or(-1);
+}
+
+int EtcdMembers::leader() const {
+  for (std::size_t i = 0; i < clientPorts.size(); ++i) {
+    ChildProcess program(
+        {.command = {kControl, "--endpoints", url(clientPorts[i]), "--command-timeout", "1s", "endpoint", "status"},
+         .environment = controlEnvironment()});
+    const auto line = program.readLine();  // URL, ID, version, size, whether it leads, ...
+    program.wait();
+    if (!line) continue;
+    std::size_t begin = 0;
+    for (int column = 0; column < 4; ++column) begin = line->find(',', begin) + 1;
+    if (line->substr(begin, 5) == " true") return static_cast<int>(i);
+  }
+  return -1;
+}
+
+}  // namespace quillard::test

@@ -41,6 +41,7 @@ class MemoryPairingStore final : public PairingStore {
   }
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override {
     check();
+    if (cannotSeeRemoved) throw Failure{"disk broken"};
     return removed.contains({pairingID, deviceID});
   }
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override {
@@ -76,6 +77,7 @@ class MemoryPairingStore final : public PairingStore {
   }
 
   bool fails = false;
+  bool cannotSeeRemoved = false;
   std::map<std::string, Entry> entries;
   std::set<std::pair<std::string, std::string>> removed;
 

@@ -156,6 +156,29 @@ bool PairingRooms::closeNext(CloseCode code) {
   return true;
 }
 
+void PairingRooms::closeRoom(const std::string& pairingID, CloseCode ofAgent, CloseCode ofPhones) {
+  const auto found = rooms.find(pairingID);
+  if (found == rooms.end()) return;
+  Room& room = *found->second;
+  auto leaving = room.phones;
+  if (room.agent) leaving.push_back(room.agent);
+  for (Member* member : leaving) {
+    closeMember(*member, member->isAgent() ? ofAgent : ofPhones);
+    remove(*member);
+  }
+  dropSnapshot(room);
+  rooms.erase(found);
+}
+
+void PairingRooms::closePhone(const std::string& pairingID, const std::string& deviceID, CloseCode code, Instant now) {
+  const auto found = rooms.find(pairingID);
+  if (found == rooms.end()) return;
+  const auto& phones = found->second->phones;
+  const auto phone = std::find_if(phones.begin(), phones.end(),
+                                  [&](const Member* member) { return member->who.deviceID == deviceID; });
+  if (phone != phones.end()) expel(**phone, code, now);
+}
+
 PairingRooms::Presence PairingRooms::presenceOf(const std::string& pairingID) const {
   const auto found = rooms.find(pairingID);
   if (found == rooms.end()) return {};

@@ -69,6 +69,10 @@ class PairingRooms {
   };
   [[nodiscard]] Presence presenceOf(const std::string& pairingID) const;
 
+  // Closes all peers of a pairing with these codes and forgets its room: what it held is not true any more.
+  void closeRoom(const std::string& pairingID, CloseCode ofAgent, CloseCode ofPhones);
+  // Closes one phone, if it is connected.
+  void closePhone(const std::string& pairingID, const std::string& deviceID, CloseCode code, Instant now);
   // Closes one of the peers that are left. False: there are none.
   bool closeNext(CloseCode code);
   [[nodiscard]] std::size_t peerCount() const { return members.size(); }

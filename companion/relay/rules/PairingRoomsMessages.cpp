@@ -120,22 +120,14 @@ void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) 
   ++metrics.messages["phone.unpair"];
   if (message.deviceID) {
     pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
-    const auto removed = std::find_if(room.phones.begin(), room.phones.end(),
-                                      [&](const Member* phone) { return phone->who.deviceID == *message.deviceID; });
-    if (removed != room.phones.end()) expel(**removed, CloseCode::removed, now.instant);
-    return;
+    return closePhone(room.pairingID, *message.deviceID, CloseCode::removed, now.instant);
   }
-  log.note("Revoked " + shortened(room.pairingID));
-  pairings.revoke(room.pairingID, now.epochSeconds);
+  // What is not on the disk is not told: a relay that is started again would not know of it.
+  const bool isKept = pairings.revoke(room.pairingID, now.epochSeconds);
+  log.note((isKept ? "Revoked " : "Could not keep that it was revoked: ") + shortened(room.pairingID));
   metrics.pairings = pairings.count();
-  auto leaving = room.phones;
-  if (room.agent) leaving.push_back(room.agent);
-  for (Member* member : leaving) {
-    closeMember(*member, CloseCode::revoked);
-    remove(*member);
-  }
-  dropSnapshot(room);
-  rooms.erase(std::string(room.pairingID));
+  const auto code = isKept ? CloseCode::revoked : CloseCode::stopping;
+  closeRoom(std::string(room.pairingID), code, code);
 }
 
 void PairingRooms::takeRequest(Member& member, RequestMessage message, Instant now) {

@@ -373,9 +373,9 @@ TEST(PairingRooms, RemoveOnePhoneOnly) {
   EXPECT_EQ(removed->closed, CloseCode::removed);
   EXPECT_FALSE(other->closed);
   EXPECT_FALSE(agent->closed);
-  EXPECT_TRUE(world.pairings.isRemoved(kPairing, "A"));
-  EXPECT_FALSE(world.pairings.isRemoved(kPairing, "B"));
-  EXPECT_TRUE(world.pairings.isRemoved(kPairing, "never-seen"));
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "A"), true);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "B"), false);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "never-seen"), true);
 }
 
 TEST(PairingRooms, PingEveryTwentySecondsAndDropWhomTheyDidNotHearForSixty) {

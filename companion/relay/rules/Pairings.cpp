@@ -47,7 +47,7 @@ void Pairings::keepUsed(const std::string& pairingID, const PairingStore::Entry&
 
 Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token, bool mayAdd,
                                                Moment now) {
-  if (unsavedRevocations.contains(pairingID)) return Registration::revoked;
+  if (unsavedRevocations.contains(pairingID)) return Registration::storeFailed;
   return withStore(Registration::storeFailed, [&] {
     const auto entry = store.find(pairingID);
     if (entry && !entry->token) return Registration::revoked;
@@ -83,7 +83,7 @@ void Pairings::didJoin(const std::string& pairingID, std::int64_t now) {
 }
 
 Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now) {
-  if (unsavedRevocations.contains(pairingID)) return Membership::revoked;
+  if (unsavedRevocations.contains(pairingID)) return Membership::storeFailed;
   return withStore(Membership::storeFailed, [&] {
     const auto entry = store.find(pairingID);
     if (entry && !entry->token) return Membership::revoked;
@@ -94,7 +94,7 @@ Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::s
   });
 }
 
-void Pairings::revoke(const std::string& pairingID, std::int64_t now) {
+bool Pairings::revoke(const std::string& pairingID, std::int64_t now) {
   const bool isSaved = withStore(false, [&] {
     store.revoke(pairingID, now, limits.revocations);
     countAgain();
@@ -105,6 +105,7 @@ void Pairings::revoke(const std::string& pairingID, std::int64_t now) {
   } else {
     unsavedRevocations.insert(pairingID);
   }
+  return isSaved;
 }
 
 bool Pairings::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now) {
@@ -120,14 +121,18 @@ bool Pairings::removePhone(const std::string& pairingID, const std::string& devi
   return isSaved;
 }
 
-bool Pairings::isRemoved(const std::string& pairingID, const std::string& deviceID) {
+std::optional<bool> Pairings::isRemoved(const std::string& pairingID, const std::string& deviceID) {
   if (unsavedRemovals.contains({pairingID, deviceID})) return true;
-  return withStore(false, [&] { return store.isRemoved(pairingID, deviceID); });
+  return withStore(std::optional<bool>(), [&] { return std::optional(store.isRemoved(pairingID, deviceID)); });
+}
+
+void Pairings::retryUnsaved(std::int64_t now) {
+  for (const auto& pairingID : std::set(unsavedRevocations)) revoke(pairingID, now);
+  for (const auto& [pairingID, deviceID] : std::set(unsavedRemovals)) removePhone(pairingID, deviceID, now);
 }
 
 std::vector<std::string> Pairings::tidy(std::int64_t now) {
-  for (const auto& pairingID : std::set(unsavedRevocations)) revoke(pairingID, now);
-  for (const auto& [pairingID, deviceID] : std::set(unsavedRemovals)) removePhone(pairingID, deviceID, now);
+  retryUnsaved(now);
   return withStore(std::vector<std::string>{}, [&] {
     const auto longest = std::chrono::duration_cast<std::chrono::seconds>(limits.purgeAfter).count();
     const auto unjoinedFor = std::chrono::duration_cast<std::chrono::seconds>(limits.unjoinedAfter).count();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -32,13 +33,17 @@ class Pairings {
   // A member has connected: the pairing is not purged soon.
   void didJoin(const std::string& pairingID, std::int64_t now);
 
-  // For good. Where the store fails, the revocation holds for as long as this process lives, and is tried again.
-  void revoke(const std::string& pairingID, std::int64_t now);
-  // The phone is refused from now on. False: the store failed.
+  // For good. False: the store failed. Then nobody is let in, but nobody is told that it is revoked, which would not
+  // outlive this process; it is tried again.
+  bool revoke(const std::string& pairingID, std::int64_t now);
+  // The phone is refused from now on. False: the store failed; it is tried again.
   bool removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now);
-  [[nodiscard]] bool isRemoved(const std::string& pairingID, const std::string& deviceID);
+  // Absent: the store failed.
+  [[nodiscard]] std::optional<bool> isRemoved(const std::string& pairingID, const std::string& deviceID);
 
-  // Tries again what the store did not take, purges pairings that were not used for `limits.purgeAfter`, or that nobody
+  // Tries again what the store did not take. To be called every few seconds.
+  void retryUnsaved(std::int64_t now);
+  // Tries again, too, purges pairings that were not used for `limits.purgeAfter`, or that nobody
   // has joined for `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
   std::vector<std::string> tidy(std::int64_t now);
 

@@ -174,7 +174,10 @@ HttpResponse RelayService::registerToken(const HttpRequest& request, const std::
 
 // Absent: no phone, or one that the computer has not removed.
 std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
-  if (deviceID.empty() || !pairings.isRemoved(pairingID, deviceID)) return std::nullopt;
+  if (deviceID.empty()) return std::nullopt;
+  const auto isRemoved = pairings.isRemoved(pairingID, deviceID);
+  if (!isRemoved) return errorResponse(500, kStoreFailed);
+  if (!*isRemoved) return std::nullopt;
   return errorResponse(403, "The computer has removed this phone.");
 }
 
@@ -196,22 +199,41 @@ HttpResponse RelayService::answerPresence(const HttpRequest& request, const Requ
           .body = std::make_shared<const std::string>(json.dump())};
 }
 
-std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& request, Moment now) {
+std::variant<RelayService::Candidate, HttpResponse> RelayService::examine(const HttpRequest& request, Moment now) {
   if (isStopping) return errorResponse(503, kStopping);
   if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return *refusal;
   const auto target = parseRequestTarget(request.target);
   if (!target) return errorResponse(400, kMalformed);
   auto who = readIntroduction(target->query);
   if (!who) return errorResponse(400, kMalformed);
-  const auto offered = readToken(request.authorization, request.subprotocols);
+  auto offered = readToken(request.authorization, request.subprotocols);
   if (auto refusal = refusalForToken(offered)) return *refusal;
-  if (auto refusal = refusalForMembership(pairings.membershipOf(who->pairingID, offered.token, now.epochSeconds))) {
-    return *refusal;
+  return Candidate{.who = std::move(*who),
+                   .token = std::move(offered.token),
+                   .from = request.from,
+                   .offersProtocol = offered.offersProtocol};
+}
+
+std::optional<HttpResponse> RelayService::refusalForCandidate(const Candidate& candidate, Moment now) {
+  const auto& who = candidate.who;
+  if (auto refusal = refusalForMembership(pairings.membershipOf(who.pairingID, candidate.token, now.epochSeconds))) {
+    return refusal;
   }
-  if (auto refusal = refusalForPhone(who->pairingID, who->deviceID)) return *refusal;
-  if (!rooms.hasRoomFor(*who)) return errorResponse(503, "The pairing has as many phones as it can.");
-  pairings.didJoin(who->pairingID, now.epochSeconds);
-  return Admission{.who = std::move(*who), .from = request.from, .offersProtocol = offered.offersProtocol};
+  return refusalForPhone(who.pairingID, who.deviceID);
+}
+
+std::variant<Admission, HttpResponse> RelayService::admit(const Candidate& candidate, Moment now) {
+  if (isStopping) return errorResponse(503, kStopping);
+  if (auto refusal = refusalForCandidate(candidate, now)) return *refusal;
+  if (!rooms.hasRoomFor(candidate.who)) return errorResponse(503, "The pairing has as many phones as it can.");
+  pairings.didJoin(candidate.who.pairingID, now.epochSeconds);
+  return Admission{.who = candidate.who, .from = candidate.from, .offersProtocol = candidate.offersProtocol};
+}
+
+std::variant<Admission, HttpResponse> RelayService::admit(const HttpRequest& request, Moment now) {
+  auto examined = examine(request, now);
+  if (auto* refusal = std::get_if<HttpResponse>(&examined)) return std::move(*refusal);
+  return admit(std::get<Candidate>(examined), now);
 }
 
 }  // namespace quillard::relayserver

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -40,6 +41,20 @@ class RelayService {
   [[nodiscard]] HttpResponse answer(const HttpRequest& request, Moment now);
   // A request for a WebSocket: granted, or refused with the answer.
   [[nodiscard]] std::variant<Admission, HttpResponse> admit(const HttpRequest& request, Moment now);
+
+  // The same in two halves, for a relay that has to ask others in between. Before anything is known of the pairing, for
+  // which the client's rate pays;
+  struct Candidate {
+    PeerIntroduction who;
+    std::string token;
+    RatePrefixes from;
+    bool offersProtocol = false;
+  };
+  [[nodiscard]] std::variant<Candidate, HttpResponse> examine(const HttpRequest& request, Moment now);
+  // then whether it is a member, which changes nothing;
+  [[nodiscard]] std::optional<HttpResponse> refusalForCandidate(const Candidate& candidate, Moment now);
+  // and all that is left.
+  [[nodiscard]] std::variant<Admission, HttpResponse> admit(const Candidate& candidate, Moment now);
 
   // From now on /readyz answers 503, so that nobody new is sent here; all else goes on.
   void drain() { isDraining = true; }

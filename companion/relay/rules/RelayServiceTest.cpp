@@ -249,6 +249,17 @@ TEST(RelayService, SaysSoWhenItsDatabaseFails) {
   EXPECT_TRUE(world.pairings.takeFailures().empty());
 }
 
+TEST(RelayService, LetsNoPhoneInWhileItCannotSeeWhichWereRemoved) {
+  RelayWorld world;
+  (void)world.registerToken();
+  EXPECT_EQ(world.connect(kPhone), 101);
+  world.store.cannotSeeRemoved = true;
+  EXPECT_EQ(world.connect(kPhone), 500);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "A"), std::nullopt);
+  world.store.cannotSeeRemoved = false;
+  EXPECT_EQ(world.connect(kPhone), 101);
+}
+
 TEST(RelayService, WritesEveryErrorAsJsonThatIsNotKept) {
   RelayWorld world;
   const auto answer = world.ask({.method = "GET", .target = "/api"});
@@ -277,17 +288,24 @@ TEST(RelayService, TellsReadinessFromHealth) {
   EXPECT_EQ(world.connect(kAgent), 503);
 }
 
-TEST(Pairings, HoldARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
+TEST(Pairings, TellNobodyOfARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   RelayWorld world;
   (void)world.registerToken();
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
   world.store.fails = true;
-  world.pairings.revoke(kPairing, world.epochSeconds);
+  world.say(*agent, unpair());
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+  EXPECT_EQ(phone->closed, CloseCode::stopping);
   world.pairings.removePhone("another", "A", world.epochSeconds);
-  EXPECT_EQ(world.registerToken().status, 410);
-  EXPECT_EQ(world.connect(kAgent), 410);
-  EXPECT_TRUE(world.pairings.isRemoved("another", "A"));
+  EXPECT_EQ(world.registerToken().status, 500);
+  EXPECT_EQ(world.connect(kAgent), 500);
+  EXPECT_EQ(world.pairings.isRemoved("another", "A"), true);
   world.store.fails = false;
-  (void)world.pairings.tidy(world.epochSeconds);
+  EXPECT_EQ(world.connect(kAgent), 500);
+  world.pairings.retryUnsaved(world.epochSeconds);
+  EXPECT_EQ(world.connect(kAgent), 410);
+  EXPECT_EQ(world.registerToken().status, 410);
   EXPECT_FALSE(world.store.entries.at(kPairing).token);
   EXPECT_TRUE(world.store.removed.contains({"another", "A"}));
 }

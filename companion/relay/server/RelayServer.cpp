@@ -31,6 +31,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::minutes kTidying{5};
+constexpr std::chrono::seconds kRetry{5};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
@@ -126,6 +127,7 @@ class RelayServer::Implementation {
   TokenBucket newConnections{configuration.limits.newConnections, Instant{}};
   ProcessMemory processMemory;
   Instant nextTidying{};
+  Instant nextRetry{};
   bool isStopping = false;
   std::unordered_map<std::string, std::size_t> openRequests;  // By address.
   asio::io_context loop{1};
@@ -298,6 +300,10 @@ void RelayServer::Implementation::awaitTick() {
     rooms->tick(now.instant);
     processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
     if (now.instant >= nextTidying) tidy();
+    if (now.instant >= nextRetry) {
+      nextRetry = now.instant + kRetry;
+      pairings->retryUnsaved(now.epochSeconds);
+    }
     for (const auto& failure : pairings->takeFailures()) {
       ++metrics.storeFailures;
       log.warn("The database could not be used: " + failure);

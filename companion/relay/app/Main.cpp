@@ -15,6 +15,7 @@
 #include "companion/relay/app/RelaySetup.h"
 #include "companion/relay/server/RelayServer.h"
 #include "companion/relay/storage/SqlitePairingStore.h"
+#include "companion/relay/storage/SqliteRelayDisk.h"
 
 namespace {
 
@@ -98,8 +99,12 @@ int main(int argc, char** argv) {
                  configuration.limits.connections);
     configuration.limits.connections = possible;
   }
-  RelayServer server(configuration,
-                     [&configuration] { return std::make_unique<SqlitePairingStore>(configuration.database); });
+  RelayServer server(
+      configuration, [&configuration] { return std::make_unique<SqlitePairingStore>(configuration.database); },
+      [&configuration] {
+        const auto& limits = configuration.limits;
+        return std::make_unique<SqliteRelayDisk>(configuration.database, limits.revocations, limits.removedPhones);
+      });
   if (const auto problem = server.prepare(); !problem.empty()) {
     std::fprintf(stderr, "%s\n", problem.c_str());
     return exitWith(ExitCode::cannotDoHere);

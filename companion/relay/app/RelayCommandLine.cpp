@@ -37,6 +37,11 @@ struct Arguments {
   std::string registrationKeyFile;
   std::string logFormat = "text";
   int drainSeconds = 0;
+  std::vector<std::string> cluster;
+  ClusterConfiguration clusterParts;  // What needs no reading.
+  std::string clusterListen = "127.0.0.1:8443";
+  std::string clusterAddress;
+  bool isClusterInClear = false;
 };
 
 std::string environmentName(const std::string& option) {
@@ -103,6 +108,29 @@ void describeRates(CLI::App& program, Arguments& read) {
   rate("work-burst", "work-per-second", limits.allSeconds, 1, "Seconds of work for all");
 }
 
+void describeCluster(CLI::App& program, Arguments& read) {
+  constexpr const char* kGroup = "One of several relays";
+  auto& parts = read.clusterParts;
+  add(program, "cluster", read.cluster, "The members of the etcd that the relays share, such as https://etcd-1:2379")
+      ->delimiter(',')
+      ->group(kGroup);
+  add(program, "cluster-user", parts.user, "The user that etcd knows this relay as")->group(kGroup);
+  add(program, "cluster-password-file", parts.passwordFile, "A file with its password")->group(kGroup);
+  add(program, "cluster-name", parts.name, "The name of this relay, which no other has: a-z 0-9 -")->group(kGroup);
+  add(program, "cluster-listen", read.clusterListen, "Where to listen for the other relays")
+      ->capture_default_str()
+      ->group(kGroup);
+  add(program, "cluster-address", read.clusterAddress, "Where they reach it, such as relay-1.internal:8443")
+      ->group(kGroup);
+  add(program, "cluster-certificate", parts.certificate, "What it shows the other relays and etcd, PEM")->group(kGroup);
+  add(program, "cluster-key", parts.key, "Its private key, PEM")->group(kGroup);
+  add(program, "cluster-authority", parts.authority,
+      "Who signs the certificates of the cluster, and of nobody else, PEM")
+      ->group(kGroup);
+  // For tests: on this computer alone.
+  program.add_flag("--cluster-in-clear", read.isClusterInClear)->group("");
+}
+
 // For tests, which need shorter times: not shown in the help.
 void describeTimes(CLI::App& program, Arguments& read) {
   const auto hiddenTime = [&](const std::string& name, std::chrono::milliseconds& value) {
@@ -149,6 +177,7 @@ void describe(CLI::App& program, Arguments& read) {
   describeLimits(program, read);
   describeRates(program, read);
   describeTimes(program, read);
+  describeCluster(program, read);
 }
 
 bool isGiven(const std::string& flag, const std::vector<std::string>& arguments) {
@@ -204,6 +233,73 @@ std::optional<CommandLineMessage> readProxies(const Arguments& read, RelayConfig
   return std::nullopt;
 }
 
+// Absent: it is no address of an etcd.
+std::optional<std::pair<PeerAddress, bool>> readEngine(std::string text) {
+  const bool isEncrypted = text.starts_with("https://");
+  if (!isEncrypted && !text.starts_with("http://")) return std::nullopt;
+  text = text.substr(text.find("//") + 2);
+  if (text.ends_with('/')) text.pop_back();
+  const auto address = PeerAddress::parse(text);
+  if (!address) return std::nullopt;
+  return std::pair(*address, isEncrypted);
+}
+
+bool isThisComputer(const PeerAddress& address) {
+  const auto ip = IpAddress::parse(address.host);
+  return address.host == "localhost" || (ip && ip->isLoopback());
+}
+
+std::optional<CommandLineMessage> readEngines(const Arguments& read, ClusterConfiguration& cluster) {
+  for (const auto& text : read.cluster) {
+    const auto engine = readEngine(text);
+    if (!engine) return wrongUsage("--cluster " + text + ": that is no address of etcd, such as https://etcd-1:2379.");
+    const bool isFirst = cluster.engine.empty();
+    if (!isFirst && engine->second != cluster.isEngineEncrypted) {
+      return wrongUsage("--cluster: either all addresses are https or none is.");
+    }
+    if (!engine->second && !isThisComputer(engine->first)) {
+      return wrongUsage("--cluster " + text + ": without https only this computer's own address is possible.");
+    }
+    cluster.isEngineEncrypted = engine->second;
+    cluster.engine.push_back(engine->first);
+  }
+  return std::nullopt;
+}
+
+std::optional<CommandLineMessage> readClusterCertificates(const Arguments& read, const ClusterConfiguration& cluster) {
+  if (cluster.certificate.empty() != cluster.key.empty()) {
+    return wrongUsage("--cluster-certificate and --cluster-key go together.");
+  }
+  if (cluster.user.empty() != cluster.passwordFile.empty()) {
+    return wrongUsage("--cluster-user and --cluster-password-file go together.");
+  }
+  const bool isEncrypted = !cluster.certificate.empty();
+  if ((isEncrypted || cluster.isEngineEncrypted) && cluster.authority.empty()) {
+    return wrongUsage("--cluster needs --cluster-authority: who has signed the certificates of the cluster.");
+  }
+  if (!isEncrypted && !(read.isClusterInClear && cluster.listen.address.isLoopback())) {
+    return wrongUsage("--cluster needs --cluster-certificate and --cluster-key: relays trust each other by them.");
+  }
+  return std::nullopt;
+}
+
+std::optional<CommandLineMessage> readCluster(const Arguments& read, RelayConfiguration& configuration) {
+  if (read.cluster.empty()) return std::nullopt;
+  ClusterConfiguration cluster = read.clusterParts;
+  if (!isRelayName(cluster.name)) return wrongUsage("--cluster needs --cluster-name: a name of a-z 0-9 -.");
+  if (auto wrong = readEngines(read, cluster)) return wrong;
+  const auto listen = ListenAddress::parse(read.clusterListen);
+  if (!listen) return wrongUsage("--cluster-listen " + read.clusterListen + ": that is no address and port.");
+  cluster.listen = *listen;
+  if (!read.clusterAddress.empty()) {
+    cluster.address = PeerAddress::parse(read.clusterAddress);
+    if (!cluster.address) return wrongUsage("--cluster-address " + read.clusterAddress + ": that is no host and port.");
+  }
+  if (auto wrong = readClusterCertificates(read, cluster)) return wrong;
+  configuration.cluster = std::move(cluster);
+  return std::nullopt;
+}
+
 std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Arguments& read) {
   if (read.tlsCertificate.empty() != read.tlsKey.empty()) {
     return wrongUsage("--tls-certificate and --tls-key go together.");
@@ -224,6 +320,7 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
       std::min(read.snapshotMebibytes * 1024 * 1024, configuration.limits.memoryBytes / 2);
   if (auto wrong = readListeners(read, configuration)) return *wrong;
   if (auto wrong = readProxies(read, configuration)) return *wrong;
+  if (auto wrong = readCluster(read, configuration)) return *wrong;
   return configuration;
 }
 

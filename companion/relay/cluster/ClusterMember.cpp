@@ -6,6 +6,12 @@
 #include "companion/relay/rules/RelayNames.h"
 
 namespace quillard::relayserver {
+namespace {
+
+// Proofs that are no further apart than this are without a gap.
+constexpr std::chrono::milliseconds kSteady{1'500};
+
+}  // namespace
 
 ClusterMember::ClusterMember(const Dependencies& dependencies, Options options, Listener listener)
     : store(dependencies.store),
@@ -63,10 +69,16 @@ bool ClusterMember::mayServe(Instant now) {
   return state == State::serving && !mustProve;
 }
 
-void ClusterMember::noteNeighbour(bool hasEngine, Instant now) {
+Duration ClusterMember::steadyFor(Instant now) {
+  noteTurn(now);
+  const bool hasEngine = state == State::serving && !mustProve && now - provenAt <= kSteady;
+  return hasEngine ? now - steadySince : Duration::zero();
+}
+
+void ClusterMember::noteNeighbour(Duration itsSteadyTime, Instant now) {
   noteTurn(now);
   const bool isCutOff = state == State::serving && now - provenAt > options.times.neighbour;
-  if (hasEngine && isCutOff) fence("This relay alone has no connection with the cluster's store.");
+  if (itsSteadyTime > kSteady && isCutOff) fence("This relay alone has no connection with the cluster's store.");
 }
 
 void ClusterMember::checkFence() {
@@ -134,6 +146,7 @@ void ClusterMember::noteProof() {
   if (isSuperseded) return;
   const auto sent = sentBeats.find(self->record.beat);
   if (sent == sentBeats.end()) return;
+  if (sent->second - provenAt > kSteady) steadySince = sent->second;
   provenAt = std::max(provenAt, sent->second);
   sentBeats.erase(sentBeats.begin(), std::next(sent));
   if (mustProve && provenAt < wokenAt) return;

@@ -73,8 +73,11 @@ class ClusterMember {
   // Whether a message may be handed on. Asked before each: a woken process may read its sockets before anything else.
   // False: it is to be held until `proven`, or everybody was sent away.
   [[nodiscard]] bool mayServe(Instant now);
-  // Another relay has answered, and has the engine, or has not. Where it has and this one has not, this one is cut off.
-  void noteNeighbour(bool hasEngine, Instant now);
+  // For how long it has had the engine without a gap. Zero: it has not.
+  [[nodiscard]] Duration steadyFor(Instant now);
+  // Another relay has answered so when it was asked the same. Where it has had the engine for a while and this one has
+  // not, this one alone is cut off: a moment's difference after an election says nothing.
+  void noteNeighbour(Duration steadyFor, Instant now);
 
   [[nodiscard]] const ClusterMirror& mirror() const { return known; }
   [[nodiscard]] const std::string& name() const { return options.relay; }
@@ -154,6 +157,7 @@ class ClusterMember {
   Instant latestTurn{};
   Instant wokenAt{};
   Instant provenAt{};  // All that had happened by then is in the mirror.
+  Instant steadySince{};
   bool mustProve = false;
   Instant nextBeat{};
   Instant watchSince{};

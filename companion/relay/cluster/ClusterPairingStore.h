@@ -24,6 +24,7 @@ class ClusterPairingStore final : public PairingStore {
 
   // A pairing was added since the last `commit`, and nobody is to be told before it is kept.
   [[nodiscard]] bool hasAdded() const { return added.has_value(); }
+  [[nodiscard]] std::size_t mostRemovedPhones() const { return limits.removedPhones; }
   // False: it could not be kept, or another one has the name.
   void commit(std::function<void(bool)> done);
 

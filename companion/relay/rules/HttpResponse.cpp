@@ -38,6 +38,8 @@ std::string_view reasonOf(int status) {
       return "Gone";
     case 413:
       return "Content Too Large";
+    case 421:
+      return "Misdirected Request";
     case 426:
       return "Upgrade Required";
     case 429:

@@ -41,6 +41,8 @@ class Pairings {
   // Absent: the store failed.
   [[nodiscard]] std::optional<bool> isRemoved(const std::string& pairingID, const std::string& deviceID);
 
+  // Counts anew what is stored, for a store that others change, too.
+  void recount() { countAgain(); }
   // Tries again what the store did not take. To be called every few seconds.
   void retryUnsaved(std::int64_t now);
   // Tries again, too, purges pairings that were not used for `limits.purgeAfter`, or that nobody

@@ -26,6 +26,7 @@ void writeGauges(Page& page, const RelayMetrics& metrics) {
   page.value("kind", "mac", metrics.agents);
   page.value("kind", "phone", metrics.phones);
   page.value("kind", "http", metrics.requests);
+  page.value("kind", "tunnel", metrics.tunnels);
   page.family("quillard_relay_pairings", "gauge", "Pairings that are kept.");
   page.value(metrics.pairings);
   page.family("quillard_relay_snapshot_bytes", "gauge", "Memory that the newest snapshots take.");

@@ -11,6 +11,7 @@ struct RelayMetrics {
   std::uint64_t agents = 0;  // Connected now, as are the next.
   std::uint64_t phones = 0;
   std::uint64_t requests = 0;  // Connections that are no WebSocket.
+  std::uint64_t tunnels = 0;   // To other relays of a cluster.
   std::uint64_t pairings = 0;
   std::uint64_t snapshotBytes = 0;
 

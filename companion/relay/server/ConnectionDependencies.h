@@ -14,6 +14,8 @@
 
 namespace quillard::relayserver {
 
+class RelayCluster;
+
 // What is under way and should be finished before the process ends.
 struct Unfinished {
   std::size_t webSockets = 0;
@@ -32,6 +34,7 @@ struct ConnectionDependencies {
   Unfinished& unfinished;
   const std::vector<IpNetwork>& trustedProxies;
   std::function<Moment()> now;
+  RelayCluster* cluster = nullptr;  // Null: this relay is the only one.
 };
 
 }  // namespace quillard::relayserver

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <utility>
 
 #include <boost/asio/steady_timer.hpp>
@@ -57,7 +58,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     }
     const PeerAddress& address = options.members[watchedMember % options.members.size()];
     auto request = requestText(address, etcd::kWatchPath, etcd::watchText(options.prefix, first));
-    watching = EtcdWatch::start(loop, address, options.tls, std::move(request),
+    watching = EtcdWatch::start(loop, address, tls(), std::move(request),
                                 {.line =
                                      [weak = weak_from_this(), watcher](const std::string& line) {
                                        const auto self = weak.lock();
@@ -95,6 +96,8 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     token.clear();  // It may have ended.
     watcher.ended();
   }
+
+  [[nodiscard]] std::shared_ptr<boost::asio::ssl::context> tls() const { return options.tls ? options.tls() : nullptr; }
 
   std::string requestText(const PeerAddress& address, const char* path, const std::string& body) const {
     std::string text =
@@ -145,7 +148,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
       return ask(stream, chosen, std::move(call));
     }
     idle.clear();
-    connectTo(loop, options.members[chosen], options.tls, kAttempt,
+    connectTo(loop, options.members[chosen], tls(), kAttempt,
               [self = shared_from_this(), chosen,
                call = std::make_shared<Call>(std::move(call))](std::optional<RelayStream> connected) {
                 if (self->isStopped) return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,9 +17,10 @@ namespace quillard::relayserver {
 
 struct EtcdOptions {
   std::vector<PeerAddress> members;
-  std::shared_ptr<boost::asio::ssl::context> tls;  // Null: in clear.
-  std::string user;                                // Empty: it asks for none.
-  std::string password;
+  // Asked for each connection, since certificates are renewed. Empty: in clear.
+  std::function<std::shared_ptr<boost::asio::ssl::context>()> tls{};
+  std::string user{};  // Empty: it asks for none.
+  std::string password{};
   std::string prefix = "quillard/";
 };
 

@@ -11,6 +11,7 @@
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
+#include "companion/relay/server/RelayCluster.h"
 #include "companion/relay/server/WebSocketConnection.h"
 #include "foundation/JsonTokens.h"
 #include "foundation/Text.h"
@@ -25,6 +26,8 @@ namespace http = beast::http;
 // How long a client has to fetch an answer, and then to end the connection.
 constexpr std::chrono::seconds kAnswerTimeout{60};
 constexpr std::chrono::seconds kEndTimeout{2};
+// How long the relays of a cluster have to find out who answers.
+constexpr std::chrono::seconds kDecisionTimeout{20};
 constexpr std::size_t kMostBuffered = 128 * 1024;
 
 // `name`: of the field, as a text or as one that Beast knows.
@@ -67,12 +70,13 @@ std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& message)
 class HttpConnection final : public std::enable_shared_from_this<HttpConnection> {
  public:
   HttpConnection(RelayStream accepted, const IpAddress& peer, const ConnectionDependencies& dependencies,
-                 PlainResponder plainResponder, std::function<void()> onEnd)
+                 PlainResponder plainResponder, bool isFromRelay, std::function<void()> onEnd)
       : dependencies(dependencies),
         stream(std::move(accepted)),
         deadline(stream.get_executor()),
         peer(peer),
         plainResponder(std::move(plainResponder)),
+        isFromRelay(isFromRelay),
         onEnd(std::move(onEnd)),
         kept(dependencies.memoryOfRequests) {}
   HttpConnection(const HttpConnection&) = delete;
@@ -134,49 +138,116 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     const HttpRequest request = requestOf(message);
     isForHead = message.method() == http::verb::head;
     if (plainResponder) return send(plainResponder(request), message.keep_alive());
+    if (dependencies.cluster) return answerInCluster(std::move(message), request);
     const bool isForWebSocket = request.asksForWebSocket && request.target.substr(0, 4) == "/ws?";
     if (isForWebSocket) return answerUpgrade(message, request);
     send(dependencies.service.answer(request, dependencies.now()), message.keep_alive());
   }
 
-  void answerUpgrade(const HttpRequestMessage& message, const HttpRequest& request) {
+  // Absent: it is well-formed.
+  [[nodiscard]] std::optional<HttpResponse> refusalForHandshake(const HttpRequestMessage& message) const {
     auto malformed = refusalForUpgrade(message);
     // Nothing may follow before the answer.
     if (!malformed && buffer.size() > 0) malformed = errorResponse(400, "The WebSocket handshake is malformed.");
-    if (malformed) return send(*malformed, false);
+    return malformed;
+  }
+
+  void answerUpgrade(const HttpRequestMessage& message, const HttpRequest& request) {
+    if (const auto malformed = refusalForHandshake(message)) return send(*malformed, false);
     auto outcome = dependencies.service.admit(request, dependencies.now());
     if (auto* refusal = std::get_if<HttpResponse>(&outcome)) return send(std::move(*refusal), false);
     deadline.cancel();
     startWebSocket(std::move(stream), message, std::get<Admission>(outcome), dependencies);
   }
 
-  HttpRequest requestOf(const HttpRequestMessage& message) const {
-    return {
-        .method = std::string(message.method_string()),
-        .target = std::string(message.target()),
-        .body = message.body(),
-        .authorization = valuesOf(message, http::field::authorization),
-        .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
-        .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
-        .acceptEncoding = text::joined(valuesOf(message, http::field::accept_encoding), ","),
-        .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
-        .asksForWebSocket = beast::websocket::is_upgrade(message),
-        .from = clientAddress(peer, valuesOf(message, "x-forwarded-for"), dependencies.trustedProxies).ratePrefixes()};
+  // ---- One of several relays
+
+  void answerInCluster(HttpRequestMessage message, const HttpRequest& request) {
+    if (isFromRelay && request.target == "/cluster") {
+      return send(dependencies.cluster->answerNeighbour(), message.keep_alive());
+    }
+    const bool isForWebSocket = request.asksForWebSocket && request.target.starts_with("/ws?");
+    const auto malformed = isForWebSocket ? refusalForHandshake(message) : std::nullopt;
+    if (malformed) return send(*malformed, false);
+    keepsAlive = !isForWebSocket && message.keep_alive();
+    asked = std::move(message);
+    expireAfter(kDecisionTimeout);
+    dependencies.cluster->admission().decide(
+        request, isFromRelay,
+        [self = shared_from_this()](ClusterDecision decision) { self->follow(std::move(decision)); });
   }
 
-  void send(HttpResponse answer, bool keepsAlive) {
+  void follow(ClusterDecision decision) {
+    if (auto* answer = std::get_if<HttpResponse>(&decision)) return send(std::move(*answer), keepsAlive);
+    if (const auto* admission = std::get_if<Admission>(&decision)) {
+      deadline.cancel();
+      return startWebSocket(std::move(stream), *asked, *admission, dependencies);
+    }
+    const auto& forwarding = std::get<Forwarding>(decision);
+    dependencies.cluster->ask(forwarding, headForHome(), [self = shared_from_this(), forwarding](HomeReply reply) {
+      self->takeHomeReply(forwarding, std::move(reply));
+    });
+  }
+
+  void takeHomeReply(const Forwarding& forwarding, HomeReply reply) {
+    constexpr int kMisdirected = 421;
+    if (reply.status == 0 || reply.status == kMisdirected) {
+      return dependencies.cluster->admission().decideAgain(
+          forwarding, reply.status == kMisdirected,
+          [self = shared_from_this()](ClusterDecision decision) { self->follow(std::move(decision)); });
+    }
+    deadline.cancel();
+    ++dependencies.metrics.answers[reply.status];
+    dependencies.cluster->startTunnel(forwarding, std::move(stream), std::move(reply));
+  }
+
+  // The request as this relay understood it, and nothing else of what the client sent.
+  [[nodiscard]] std::string headForHome() const {
+    const auto& message = *asked;
+    std::string text = std::string(message.method_string()) + " " + std::string(message.target()) + " HTTP/1.1\r\n";
+    text += "Host: relay\r\nX-Forwarded-For: " + client.text() + "\r\n";
+    const bool isForWebSocket = beast::websocket::is_upgrade(message);
+    text += isForWebSocket ? "Connection: Upgrade\r\nUpgrade: websocket\r\n" : "Connection: close\r\n";
+    for (const auto* name : {"Authorization", "Sec-WebSocket-Key", "Sec-WebSocket-Version", "Sec-WebSocket-Protocol"}) {
+      for (const auto& value : valuesOf(message, name)) text += std::string(name) + ": " + value + "\r\n";
+    }
+    return text + "\r\n";
+  }
+
+  // Where the request really comes from. Another relay says so truly.
+  [[nodiscard]] IpAddress clientOf(const HttpRequestMessage& message) const {
+    const auto forwardedFor = valuesOf(message, "x-forwarded-for");
+    if (isFromRelay && forwardedFor.size() == 1) return IpAddress::parse(forwardedFor.front()).value_or(peer);
+    return clientAddress(peer, forwardedFor, dependencies.trustedProxies);
+  }
+
+  HttpRequest requestOf(const HttpRequestMessage& message) {
+    client = clientOf(message);
+    return {.method = std::string(message.method_string()),
+            .target = std::string(message.target()),
+            .body = message.body(),
+            .authorization = valuesOf(message, http::field::authorization),
+            .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
+            .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
+            .acceptEncoding = text::joined(valuesOf(message, http::field::accept_encoding), ","),
+            .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
+            .asksForWebSocket = beast::websocket::is_upgrade(message),
+            .from = client.ratePrefixes()};
+  }
+
+  void send(HttpResponse answer, bool mayGoOn) {
     ++dependencies.metrics.answers[answer.status];
-    if (dependencies.service.stopRequested()) keepsAlive = false;
-    head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = keepsAlive, .isForHead = isForHead});
+    const bool goesOn = mayGoOn && !dependencies.service.stopRequested();
+    head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = goesOn, .isForHead = isForHead});
     body = isForHead ? nullptr : answer.body;
     const std::array<asio::const_buffer, 2> parts{asio::buffer(head),
                                                   body ? asio::buffer(*body) : asio::const_buffer()};
     expireAfter(kAnswerTimeout);
     ++dependencies.unfinished.answers;
-    asio::async_write(stream, parts, [self = shared_from_this(), keepsAlive](const ErrorCode& error, std::size_t) {
+    asio::async_write(stream, parts, [self = shared_from_this(), goesOn](const ErrorCode& error, std::size_t) {
       --self->dependencies.unfinished.answers;
       if (error) return;
-      if (!keepsAlive) return self->end();
+      if (!goesOn) return self->end();
       self->expireAfter(self->dependencies.limits.handshake);
       self->readRequest();
     });
@@ -202,6 +273,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   asio::steady_timer deadline;
   const IpAddress peer;
   const PlainResponder plainResponder;
+  const bool isFromRelay;
   const std::function<void()> onEnd;
   beast::flat_buffer buffer{kMostBuffered};
   MemoryBudget::Share kept;
@@ -210,14 +282,18 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   std::string head;
   MessageText body;
   bool isForHead = false;
+  IpAddress client;
+  std::optional<HttpRequestMessage> asked;  // In a cluster, while it is decided on.
+  bool keepsAlive = false;                  // Of that.
   std::array<char, 1024> dropped{};
 };
 
 }  // namespace
 
 void serveHttp(RelayStream stream, const IpAddress& peer, const ConnectionDependencies& dependencies,
-               const PlainResponder& plainResponder, std::function<void()> onEnd) {
-  std::make_shared<HttpConnection>(std::move(stream), peer, dependencies, plainResponder, std::move(onEnd))->start();
+               const PlainResponder& plainResponder, bool isFromRelay, std::function<void()> onEnd) {
+  std::make_shared<HttpConnection>(std::move(stream), peer, dependencies, plainResponder, isFromRelay, std::move(onEnd))
+      ->start();
 }
 
 }  // namespace quillard::relayserver

@@ -4,12 +4,27 @@
 #include <string>
 #include <vector>
 
+#include "companion/relay/cluster/ClusterRecords.h"
 #include "companion/relay/rules/ClientAddress.h"
 #include "companion/relay/rules/ListenAddress.h"
 #include "companion/relay/rules/LogLine.h"
 #include "companion/relay/rules/RelayLimits.h"
 
 namespace quillard::relayserver {
+
+// Of a relay that is one of several. See docs/relay.md.
+struct ClusterConfiguration {
+  std::vector<PeerAddress> engine;  // etcd's members.
+  bool isEngineEncrypted = false;
+  std::string user;  // Empty: etcd asks for none.
+  std::string passwordFile;
+  std::string name;                    // Of this relay.
+  ListenAddress listen;                // For the other relays.
+  std::optional<PeerAddress> address;  // Where they reach it; absent: where it listens.
+  std::string certificate;             // Of this relay among the others; empty, as is its key: in clear, for tests.
+  std::string key;
+  std::string authority;  // Who has signed theirs, and etcd's.
+};
 
 // What a relay is started with. All of it was checked, except for what is at the paths.
 struct RelayConfiguration {
@@ -25,6 +40,7 @@ struct RelayConfiguration {
   LogFormat logFormat = LogFormat::text;
   std::chrono::seconds drain{0};  // From the signal to stop until connections are closed.
   RelayLimits limits;
+  std::optional<ClusterConfiguration> cluster;  // Absent: it is the only one.
 
   [[nodiscard]] bool hasTls() const { return !tlsCertificate.empty(); }
 };

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <optional>
+#include <stdexcept>
 #include <unordered_map>
 
 #include <boost/asio/io_context.hpp>
@@ -20,6 +21,7 @@
 #include "companion/relay/server/HttpConnection.h"
 #include "companion/relay/server/PhonePageFiles.h"
 #include "companion/relay/server/ProcessMemory.h"
+#include "companion/relay/server/RelayCluster.h"
 #include "companion/relay/server/StderrLog.h"
 
 namespace quillard::relayserver {
@@ -82,23 +84,27 @@ Moment currentMoment() {
 
 class RelayServer::Implementation {
  public:
-  Implementation(const RelayConfiguration& configuration, OpenStore openStore)
-      : configuration(configuration), openStore(std::move(openStore)) {}
+  Implementation(const RelayConfiguration& configuration, OpenStore openStore, OpenDisk openDisk)
+      : configuration(configuration), openStore(std::move(openStore)), openDisk(std::move(openDisk)) {}
 
   std::string prepare();
   void run();
 
  private:
+  enum class Purpose { clients, metrics, relays };
   struct Listener {
     tcp::acceptor acceptor;
     asio::steady_timer pause;
-    bool isForMetrics = false;
+    Purpose purpose = Purpose::clients;
   };
 
-  void open(const ListenAddress& requested, bool isForMetrics);
+  void open(const ListenAddress& requested, Purpose purpose);
+  void openForRelays();
+  void openStoreAndRooms();
+  void printAddresses();
   void accept(Listener& listener);
   void acceptAfter(Duration pause, Listener& listener);
-  void serve(tcp::socket socket, bool isForMetrics);
+  void serve(tcp::socket socket, Purpose purpose);
   void awaitSignal();
   void reloadCertificate();
   void awaitTick();
@@ -111,12 +117,16 @@ class RelayServer::Implementation {
 
   const RelayConfiguration configuration;
   const OpenStore openStore;
+  const OpenDisk openDisk;
+  asio::io_context loop{1};
   StderrLog log{configuration.logFormat};
   RelayMetrics metrics;
   Unfinished unfinished;
   PhonePage page;
   std::string registrationKey;
-  std::unique_ptr<PairingStore> store;
+  std::unique_ptr<PairingStore> store;  // Of the only relay; one of several has the next two.
+  std::unique_ptr<RelayDisk> disk;
+  std::unique_ptr<RelayCluster> cluster;
   MemoryBudget memory{configuration.limits.memoryBytes / 4 * 3};
   MemoryBudget memoryOfRequests{configuration.limits.memoryBytes / 4};
   std::optional<Pairings> pairings;
@@ -130,7 +140,7 @@ class RelayServer::Implementation {
   Instant nextRetry{};
   bool isStopping = false;
   std::unordered_map<std::string, std::size_t> openRequests;  // By address.
-  asio::io_context loop{1};
+  bool hasPrinted = false;
   std::vector<std::unique_ptr<Listener>> listeners;
   asio::signal_set signals{loop, SIGTERM, SIGINT, SIGHUP};
   asio::steady_timer ticker{loop};
@@ -157,34 +167,60 @@ std::string RelayServer::Implementation::prepare() {
     }
   }
   try {
-    store = openStore();
-    pairings.emplace(*store, configuration.limits);
+    openStoreAndRooms();
   } catch (const PairingStore::Failure& failure) {
     return failure.description;
+  } catch (const boost::system::system_error& error) {
+    return "Cannot listen for other relays at " + textOf(endpointOf(configuration.cluster->listen)) + ": " +
+           error.code().message();
+  } catch (const std::runtime_error& error) {
+    return error.what();
   }
-  rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log});
-  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey});
-  dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
-                                              log, unfinished, configuration.trustedProxies, currentMoment});
   for (const auto& requested : configuration.listen) {
     try {
-      open(requested, false);
+      open(requested, Purpose::clients);
     } catch (const boost::system::system_error& error) {
       return "Cannot listen at " + textOf(endpointOf(requested)) + ": " + error.code().message();
     }
   }
   if (!configuration.metrics) return {};
   try {
-    open(*configuration.metrics, true);
+    open(*configuration.metrics, Purpose::metrics);
   } catch (const boost::system::system_error& error) {
     return "Cannot listen at " + textOf(endpointOf(*configuration.metrics)) + ": " + error.code().message();
   }
   return {};
 }
 
-void RelayServer::Implementation::open(const ListenAddress& requested, bool isForMetrics) {
+void RelayServer::Implementation::openStoreAndRooms() {
+  if (configuration.cluster) {
+    disk = openDisk();
+    cluster = std::make_unique<RelayCluster>(
+        RelayCluster::Dependencies{loop, configuration.limits, *disk, log, metrics, memoryOfRequests, currentMoment},
+        configuration);
+    openForRelays();
+  } else {
+    store = openStore();
+  }
+  pairings.emplace(cluster ? cluster->pairingStore() : *store, configuration.limits);
+  rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log});
+  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey});
+  if (cluster) cluster->attach(*pairings, *rooms, *service);
+  dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
+                                              log, unfinished, configuration.trustedProxies, currentMoment,
+                                              cluster.get()});
+}
+
+void RelayServer::Implementation::openForRelays() {
+  const auto& requested = *configuration.cluster;
+  open(requested.listen, Purpose::relays);
+  const auto port = listeners.back()->acceptor.local_endpoint().port();
+  cluster->begin(requested.address.value_or(PeerAddress{requested.listen.address.text(), port}));
+}
+
+void RelayServer::Implementation::open(const ListenAddress& requested, Purpose purpose) {
   const auto endpoint = endpointOf(requested);
-  auto listener = std::make_unique<Listener>(Listener{tcp::acceptor(loop), asio::steady_timer(loop), isForMetrics});
+  auto listener = std::make_unique<Listener>(Listener{tcp::acceptor(loop), asio::steady_timer(loop), purpose});
   listener->acceptor.open(endpoint.protocol());
   listener->acceptor.set_option(asio::socket_base::reuse_address(true));
   if (endpoint.address().is_v6()) listener->acceptor.set_option(asio::ip::v6_only(true));
@@ -198,16 +234,23 @@ void RelayServer::Implementation::run() {
   for (const auto& listener : listeners) accept(*listener);
   awaitSignal();
   awaitTick();
-  for (const auto& listener : listeners) {
-    const std::string scheme = tls && !listener->isForMetrics ? "https://" : "http://";
-    const std::string what = listener->isForMetrics ? "Metrics on " : "Listening on ";
-    std::printf("%s\n", (what + scheme + textOf(listener->acceptor.local_endpoint())).c_str());
-  }
-  std::fflush(stdout);
+  if (!cluster) printAddresses();
   loop.run();
   // The peers that are left end before the loop does.
   while (rooms->closeNext(CloseCode::stopping)) {
   }
+}
+
+void RelayServer::Implementation::printAddresses() {
+  hasPrinted = true;
+  for (const auto& listener : listeners) {
+    if (listener->purpose == Purpose::relays) continue;
+    const bool isForMetrics = listener->purpose == Purpose::metrics;
+    const std::string scheme = tls && !isForMetrics ? "https://" : "http://";
+    const std::string what = isForMetrics ? "Metrics on " : "Listening on ";
+    std::printf("%s\n", (what + scheme + textOf(listener->acceptor.local_endpoint())).c_str());
+  }
+  std::fflush(stdout);
 }
 
 void RelayServer::Implementation::accept(Listener& listener) {
@@ -217,7 +260,7 @@ void RelayServer::Implementation::accept(Listener& listener) {
       log.warn("A connection could not be accepted: " + error.message());
       return acceptAfter(kAcceptPause, listener);
     }
-    serve(std::move(socket), listener.isForMetrics);
+    serve(std::move(socket), listener.purpose);
     const auto now = std::chrono::steady_clock::now();
     newConnections.spend(1, now);
     acceptAfter(newConnections.debtTime(now), listener);
@@ -233,7 +276,7 @@ void RelayServer::Implementation::acceptAfter(Duration pause, Listener& listener
   });
 }
 
-void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
+void RelayServer::Implementation::serve(tcp::socket socket, Purpose purpose) {
   ErrorCode error;
   const auto endpoint = socket.remote_endpoint(error);
   if (error) return;
@@ -242,11 +285,13 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
   socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
   const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
   const std::string name = peer.ratePrefixes().front();
-  const bool isTrusted = std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
-                                     [&](const IpNetwork& network) { return network.contains(peer); });
+  const bool isFromRelay = purpose == Purpose::relays;
+  const bool isTrusted =
+      isFromRelay || std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
+                                 [&](const IpNetwork& network) { return network.contains(peer); });
   const auto open = openRequests.find(name);
   const bool isCrowded = open != openRequests.end() && open->second >= configuration.limits.openRequests;
-  const bool isFull = metrics.requests + rooms->peerCount() >= configuration.limits.connections;
+  const bool isFull = metrics.requests + metrics.tunnels + rooms->peerCount() >= configuration.limits.connections;
   if (isFull || (isCrowded && !isTrusted)) return log.note("A connection was refused: there are too many.");
   ++openRequests[name];
   ++metrics.requests;
@@ -256,11 +301,16 @@ void RelayServer::Implementation::serve(tcp::socket socket, bool isForMetrics) {
     if (--counted->second == 0) openRequests.erase(counted);
   };
   PlainResponder plainResponder;
-  if (isForMetrics) plainResponder = [this](const HttpRequest& request) { return answerForMetrics(request); };
-  serveHttp(RelayStream(std::move(socket), isForMetrics ? nullptr : tls), peer, *dependencies, plainResponder, onEnd);
+  if (purpose == Purpose::metrics)
+    plainResponder = [this](const HttpRequest& request) { return answerForMetrics(request); };
+  TlsContext shown = tls;
+  if (purpose == Purpose::metrics) shown = nullptr;
+  if (isFromRelay) shown = cluster->serverTls();
+  serveHttp(RelayStream(std::move(socket), shown), peer, *dependencies, plainResponder, isFromRelay, onEnd);
 }
 
 HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& request) {
+  if (cluster && request.target.starts_with("/route?")) return cluster->admission().answerRoute(request);
   if (request.target != "/metrics" || request.method != "GET") return errorResponse(404, "Only /metrics is here.");
   metrics.pairings = pairings->count();
   metrics.memoryBytes = memory.used() + memoryOfRequests.used();
@@ -283,6 +333,7 @@ void RelayServer::Implementation::awaitSignal() {
 }
 
 void RelayServer::Implementation::reloadCertificate() {
+  if (cluster) cluster->reloadCertificates();
   if (!configuration.hasTls()) return;
   try {
     tls = makeTlsContext(configuration);
@@ -297,6 +348,10 @@ void RelayServer::Implementation::awaitTick() {
   ticker.async_wait([this](const ErrorCode& error) {
     if (error) return;
     const auto now = currentMoment();
+    if (cluster && !isStopping) {
+      cluster->tick();
+      if (!hasPrinted && cluster->hasServed()) printAddresses();
+    }
     rooms->tick(now.instant);
     processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
     if (now.instant >= nextTidying) tidy();
@@ -335,6 +390,7 @@ void RelayServer::Implementation::stop() {
   log.warn("Stopping.");
   service->stop();
   for (const auto& listener : listeners) listener->acceptor.close();
+  if (cluster) cluster->leave([] {});
   constexpr std::chrono::milliseconds kUsualPause{5};
   const auto count = static_cast<Duration::rep>(std::max<std::size_t>(rooms->peerCount(), 1));
   closeNext(std::min<Duration>(kUsualPause, Duration(configuration.limits.closeStagger) / count));
@@ -360,8 +416,8 @@ void RelayServer::Implementation::waitForConnections(Instant latest) {
   });
 }
 
-RelayServer::RelayServer(const RelayConfiguration& configuration, OpenStore openStore)
-    : implementation(std::make_unique<Implementation>(configuration, std::move(openStore))) {}
+RelayServer::RelayServer(const RelayConfiguration& configuration, OpenStore openStore, OpenDisk openDisk)
+    : implementation(std::make_unique<Implementation>(configuration, std::move(openStore), std::move(openDisk))) {}
 RelayServer::~RelayServer() = default;
 
 std::string RelayServer::prepare() { return implementation->prepare(); }

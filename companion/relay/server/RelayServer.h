@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "companion/relay/cluster/RelayDisk.h"
 #include "companion/relay/rules/PairingStore.h"
 #include "companion/relay/server/RelayConfiguration.h"
 
@@ -20,7 +21,10 @@ class RelayServer {
   // Called once, in `prepare`, when everything that can be refused before was fine. Throws PairingStore::Failure.
   using OpenStore = std::function<std::unique_ptr<PairingStore>()>;
 
-  RelayServer(const RelayConfiguration& configuration, OpenStore openStore);
+  // The same for one of several relays.
+  using OpenDisk = std::function<std::unique_ptr<RelayDisk>()>;
+
+  RelayServer(const RelayConfiguration& configuration, OpenStore openStore, OpenDisk openDisk);
   ~RelayServer();
   RelayServer(const RelayServer&) = delete;
   RelayServer& operator=(const RelayServer&) = delete;

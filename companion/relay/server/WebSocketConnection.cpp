@@ -10,6 +10,7 @@
 #include <boost/beast/websocket/stream.hpp>
 
 #include "companion/relay/server/OutgoingQueue.h"
+#include "companion/relay/server/RelayCluster.h"
 
 namespace quillard::relayserver {
 namespace {
@@ -52,6 +53,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.next_layer().setOnBytes(
         [this](std::size_t) { this->dependencies.rooms.didReceiveBytes(*this, now().instant); });
     // Joins before the answer is sent, so that the same place cannot be granted twice meanwhile.
+    who = admission.who;
     dependencies.rooms.join(shared_from_this(), admission.who, admission.from, now().instant);
     ++dependencies.metrics.answers[101];
     socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
@@ -126,9 +128,19 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     });
   }
 
-  void take() {
+  [[nodiscard]] std::string_view message() const {
     const auto bytes = buffer.cdata();
-    const Duration wait = dependencies.rooms.take(*this, {static_cast<const char*>(bytes.data()), bytes.size()}, now());
+    return {static_cast<const char*>(bytes.data()), bytes.size()};
+  }
+
+  void take() {
+    const bool isHeld = dependencies.cluster && dependencies.cluster->admission().holds(
+                                                    who, message(), [self = shared_from_this()] { self->takeNow(); });
+    if (!isHeld) takeNow();
+  }
+
+  void takeNow() {
+    const Duration wait = dependencies.rooms.take(*this, message(), now());
     buffer.consume(buffer.size());
     if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
     unfinished.resize(0);
@@ -164,6 +176,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   OutgoingQueue outgoing;
   MemoryBudget::Share unfinished;
   beast::flat_buffer buffer;
+  PeerIntroduction who;
   State state = State::answering;
   bool isWriting = false;
   bool isPinging = false;

@@ -264,4 +264,30 @@ std::size_t SqlitePairingStore::count() {
   return static_cast<std::size_t>(counted.number(0));
 }
 
+std::vector<RelayDisk::Revocation> SqlitePairingStore::revocations() {
+  std::vector<RelayDisk::Revocation> all;
+  Statement found(*this, "SELECT id, at FROM revocations");
+  while (found.step()) all.push_back({found.text(0), found.number(1)});
+  return all;
+}
+
+std::vector<RelayDisk::Removal> SqlitePairingStore::removals() {
+  std::vector<RelayDisk::Removal> all;
+  Statement found(*this, "SELECT pairing, device, at FROM removed_phones");
+  while (found.step()) all.push_back({found.text(0), found.text(1), found.number(2)});
+  return all;
+}
+
+std::vector<RelayDisk::Pairing> SqlitePairingStore::pairings() {
+  std::vector<RelayDisk::Pairing> all;
+  Statement found(*this, "SELECT id, token, seen, joined FROM pairings");
+  while (found.step()) {
+    all.push_back(
+        {found.text(0), {.token = found.hash(1), .lastUsed = found.number(2), .isJoined = found.number(3) != 0}});
+  }
+  return all;
+}
+
+void SqlitePairingStore::forgetPairings() { Statement(*this, "DELETE FROM pairings").run(); }
+
 }  // namespace quillard::relayserver

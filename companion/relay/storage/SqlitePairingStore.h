@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "companion/relay/cluster/RelayDisk.h"
 #include "companion/relay/rules/PairingStore.h"
 
 struct sqlite3;
@@ -34,6 +35,13 @@ class SqlitePairingStore final : public PairingStore {
   bool forgetOldestUnjoined() override;
   std::size_t count() override;
   std::size_t countUnjoined() override;
+
+  // All that is kept, for a relay that belongs to a cluster: see RelayDisk.
+  std::vector<RelayDisk::Revocation> revocations();
+  std::vector<RelayDisk::Removal> removals();
+  std::vector<RelayDisk::Pairing> pairings();
+  // The pairings, not their removed phones.
+  void forgetPairings();
 
  private:
   class Statement;

@@ -1,0 +1,244 @@
+#include "companion/relay/cluster/ClusterAdmission.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "companion/relay/rules/RelayNames.h"
+#include "companion/relay/rules/RoomMessages.h"
+
+namespace quillard::relayserver {
+namespace {
+
+constexpr std::size_t kMostLookups = 256;
+constexpr std::size_t kMostWaiting = 10'000;
+// How long a client waits for a new home: an agent comes back after three seconds, and a lease ends after four.
+constexpr std::chrono::seconds kNewHome{6};
+constexpr std::size_t kLongestUnpair = 4096;
+
+HttpResponse unreachable() {
+  auto answer = errorResponse(503, "The relay cannot reach its cluster now.");
+  answer.headers.emplace_back("retry-after", "1");
+  return answer;
+}
+
+HttpResponse misdirected() { return errorResponse(421, "Another relay has this pairing."); }
+
+}  // namespace
+
+ClusterAdmission::ClusterAdmission(const Dependencies& dependencies)
+    : member(dependencies.member),
+      store(dependencies.store),
+      pairings(dependencies.pairings),
+      service(dependencies.service),
+      now(dependencies.now),
+      boot(dependencies.boot),
+      lookups(dependencies.limits.handshakes, dependencies.limits.addresses) {}
+
+void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done done) {
+  if (request.asksForWebSocket && request.target.starts_with("/ws?")) {
+    return decideUpgrade(request, isFromRelay, std::move(done));
+  }
+  const auto target = parseRequestTarget(request.target);
+  const bool isAboutPairing = target && target->segments.size() >= 3 && target->segments[0] == "api" &&
+                              target->segments[1] == "pairings" && isPairingID(target->segments[2]);
+  if (isAboutPairing && request.method == "PUT" && !isFromRelay) {
+    return decideRegistration(request, target->segments[2], std::move(done));
+  }
+  if (isAboutPairing && target->segments.size() == 3) {
+    return decideQuestion(request, target->segments[2], isFromRelay, std::move(done));
+  }
+  if (isFromRelay) return done(errorResponse(404, "There is nothing at this address."));
+  const bool isHealth = request.target == "/healthz" && member.isFenced();
+  const bool isReadiness = request.target == "/readyz" && !member.isFresh(boot());
+  if (isHealth || isReadiness) return done(unreachable());
+  done(service.answer(request, now()));
+}
+
+// ---- Looking up
+
+void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes& from, const Done& refused,
+                               std::function<void()> done) {
+  const bool isTooMuch = lookupsUnderWay >= kMostLookups || !lookups.take(from, now().instant);
+  if (isTooMuch || !member.isFresh(boot())) return refused(unreachable());
+  ++lookupsUnderWay;
+  member.refresh(pairingID, [this, refused, done = std::move(done)](bool isKnown) {
+    --lookupsUnderWay;
+    if (!isKnown) return refused(unreachable());
+    done();
+  });
+}
+
+void ClusterAdmission::decideRegistration(const HttpRequest& request, const std::string& pairingID, Done done) {
+  refresh(pairingID, request.from, done, [this, request, done] {
+    pairings.recount();
+    auto answer = service.answer(request, now());
+    if (!store.hasAdded()) return done(std::move(answer));
+    store.commit([answer = std::move(answer), done](bool isKept) { done(isKept ? answer : unreachable()); });
+  });
+}
+
+void ClusterAdmission::decideQuestion(const HttpRequest& request, const std::string& pairingID, bool isFromRelay,
+                                      Done done) {
+  refresh(pairingID, isFromRelay ? RatePrefixes{} : request.from, done, [this, request, pairingID, isFromRelay, done] {
+    const auto residence = member.residenceOf(pairingID);
+    if (residence.kind != ClusterMember::Residence::Kind::elsewhere) return done(service.answer(request, now()));
+    if (isFromRelay) return done(misdirected());
+    done(Forwarding{.pairingID = pairingID, .relay = residence.relay, .address = residence.address});
+  });
+}
+
+// ---- WebSockets
+
+void ClusterAdmission::decideUpgrade(const HttpRequest& request, bool isFromRelay, Done done) {
+  auto examined = service.examine(request, now());
+  if (auto* refusal = std::get_if<HttpResponse>(&examined)) return done(std::move(*refusal));
+  if (!member.isFresh(boot())) return done(unreachable());
+  decideMember(std::move(std::get<RelayService::Candidate>(examined)), isFromRelay, std::move(done));
+}
+
+void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFromRelay, Done done) {
+  const Instant latest = boot() + kNewHome;
+  auto refusal = service.refusalForCandidate(candidate, now());
+  if (!refusal) return decidePlace(std::move(candidate), isFromRelay, latest, std::move(done));
+  constexpr int kUnauthorized = 401;
+  if (refusal->status != kUnauthorized) return done(std::move(*refusal));
+  const std::string pairingID = candidate.who.pairingID;
+  const RatePrefixes from = isFromRelay ? RatePrefixes{} : candidate.from;
+  refresh(pairingID, from, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
+    if (auto refused = service.refusalForCandidate(candidate, now())) return done(std::move(*refused));
+    decidePlace(std::move(candidate), isFromRelay, latest, done);
+  });
+}
+
+void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+  using Kind = ClusterMember::Residence::Kind;
+  const bool isAgent = candidate.who.role == Role::agent;
+  if (isAgent && isFromRelay) return done(misdirected());
+  const auto residence = member.residenceOf(candidate.who.pairingID);
+  if (!isAgent && residence.kind == Kind::here) return admit(candidate, done);
+  if (!isAgent && residence.kind == Kind::elsewhere) {
+    if (isFromRelay) return done(misdirected());
+    const std::string pairingID = candidate.who.pairingID;
+    return done(Forwarding{.pairingID = pairingID,
+                           .relay = residence.relay,
+                           .address = residence.address,
+                           .candidate = std::move(candidate),
+                           .latest = latest});
+  }
+  claim(std::move(candidate), isFromRelay, latest, std::move(done));
+}
+
+void ClusterAdmission::claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+  const std::string pairingID = candidate.who.pairingID;
+  const bool isAgent = candidate.who.role == Role::agent;
+  member.claim(pairingID, isAgent, [=, this, candidate = std::move(candidate)](ClusterMember::Claim claimed) mutable {
+    using Claim = ClusterMember::Claim;
+    if (claimed == Claim::unknown) return done(unreachable());
+    if (claimed == Claim::elsewhere) return decidePlace(std::move(candidate), isFromRelay, latest, done);
+    // Of a revoked or unknown pairing the mirror knows by now.
+    admit(candidate, done);
+  });
+}
+
+void ClusterAdmission::admit(const RelayService::Candidate& candidate, const Done& done) {
+  auto outcome = service.admit(candidate, now());
+  if (auto* refusal = std::get_if<HttpResponse>(&outcome)) return done(std::move(*refusal));
+  done(std::move(std::get<Admission>(outcome)));
+}
+
+// ---- Homes that do not answer
+
+void ClusterAdmission::decideAgain(Forwarding forwarding, bool isMisdirected, Done done) {
+  const bool isTooLate = !forwarding.candidate || boot() >= forwarding.latest || waiting.size() >= kMostWaiting;
+  if (isTooLate) return done(unreachable());
+  if (!isMisdirected) {
+    waiting.push_back({std::move(forwarding), std::move(done)});
+    return;
+  }
+  const std::string pairingID = forwarding.pairingID;
+  refresh(pairingID, {}, done, [this, forwarding = std::move(forwarding), done]() mutable {
+    waiting.push_back({std::move(forwarding), done});
+    homeChanged(waiting.back().forwarding.pairingID);
+  });
+}
+
+void ClusterAdmission::tryWaiting(const std::function<bool(const Waiting&)>& isDue) {
+  std::vector<Waiting> due;
+  const auto rest =
+      std::stable_partition(waiting.begin(), waiting.end(), [&](const Waiting& one) { return !isDue(one); });
+  std::move(rest, waiting.end(), std::back_inserter(due));
+  waiting.erase(rest, waiting.end());
+  for (auto& one : due) {
+    if (boot() >= one.forwarding.latest || !member.isFresh(boot())) {
+      one.done(unreachable());
+    } else {
+      const Instant latest = one.forwarding.latest;
+      decidePlace(std::move(*one.forwarding.candidate), false, latest, std::move(one.done));
+    }
+  }
+}
+
+void ClusterAdmission::homeChanged(const std::string& pairingID) {
+  tryWaiting([this, &pairingID](const Waiting& one) {
+    if (one.forwarding.pairingID != pairingID) return false;
+    const auto residence = member.residenceOf(pairingID);
+    return residence.kind != ClusterMember::Residence::Kind::elsewhere || residence.relay != one.forwarding.relay;
+  });
+}
+
+void ClusterAdmission::relayChanged() {
+  tryWaiting([this](const Waiting& one) {
+    const auto residence = member.residenceOf(one.forwarding.pairingID);
+    return residence.kind != ClusterMember::Residence::Kind::elsewhere || residence.relay != one.forwarding.relay;
+  });
+}
+
+void ClusterAdmission::tick() {
+  tryWaiting([this](const Waiting& one) { return boot() >= one.forwarding.latest; });
+}
+
+// ---- Messages
+
+bool ClusterAdmission::holds(const PeerIntroduction& who, std::string_view text, std::function<void()> resume) {
+  if (!member.mayServe(boot())) {
+    held.push_back(std::move(resume));
+    return true;
+  }
+  const bool mayUnpair =
+      who.role == Role::agent && text.size() <= kLongestUnpair && text.find("unpair") != std::string_view::npos;
+  if (!mayUnpair) return false;
+  const auto read = readAgentMessage(text, kLongestUnpair);
+  const auto* unpair = std::get_if<UnpairMessage>(&read);
+  if (!unpair) return false;
+  const auto at = now().epochSeconds;
+  // Kept already: then it is told without a wait.
+  const bool isKept = unpair->deviceID ? member.mirror().isRemoved(who.pairingID, *unpair->deviceID)
+                                       : member.mirror().revokedAt(who.pairingID).has_value();
+  if (isKept) return false;
+  if (unpair->deviceID) {
+    member.removePhone(who.pairingID, *unpair->deviceID, at, store.mostRemovedPhones(), std::move(resume));
+  } else {
+    member.revoke(who.pairingID, at, std::move(resume));
+  }
+  return true;
+}
+
+void ClusterAdmission::resumeHeld() {
+  for (const auto& resume : std::exchange(held, {})) resume();
+}
+
+// ---- Routes
+
+HttpResponse ClusterAdmission::answerRoute(const HttpRequest& request) const {
+  const auto target = parseRequestTarget(request.target);
+  const bool isRoute = target && target->segments == std::vector<std::string>{"route"} && target->query.size() == 1 &&
+                       target->query.front().name == "pairing" && isPairingID(target->query.front().value);
+  if (!isRoute) return errorResponse(400, "Ask for /route?pairing=NAME.");
+  const auto residence = member.residenceOf(target->query.front().value);
+  const bool isElsewhere = residence.kind == ClusterMember::Residence::Kind::elsewhere;
+  return {
+      .status = 204,
+      .headers = {{"cache-control", "no-store"}, {"quillard-relay", isElsewhere ? residence.relay : member.name()}}};
+}
+
+}  // namespace quillard::relayserver

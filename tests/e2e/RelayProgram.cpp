@@ -8,6 +8,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "contract/support/EtcdMembers.h"
+
 namespace quillard::test {
 namespace {
 
@@ -22,42 +24,110 @@ std::string relayProgram() {
   return other ? other : QUILLARD_RELAY_PROGRAM;
 }
 
-}  // namespace
-
-RelayProgram::RelayProgram(std::vector<std::string> arguments) : arguments(std::move(arguments)) { start(); }
-
-void RelayProgram::start(std::uint16_t port) {
-  // The shell only sends what it warns of to a file, and becomes the relay.
-  std::vector<std::string> command{
-      "/bin/sh",      "-c",       R"(log=$1; shift; exec "$@" 2>> "$log")", "sh",         folder() + "/log",
-      relayProgram(), "--listen", "127.0.0.1:" + std::to_string(port),      "--database", folder() + "/relay.db"};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  process =
-      std::make_unique<ChildProcess>(ChildProcess::Start{.command = command, .environment = presentEnvironment()});
-  const auto line = process->readLine();
-  if (!line) throw std::runtime_error("the relay did not start: " + output());
-  said += *line + "\n";
-  boundPort = portIn(line).value();
-  const bool hasMetrics = std::find(arguments.begin(), arguments.end(), "--metrics") != arguments.end();
-  if (hasMetrics) boundMetricsPort = portIn(process->readLine());
+// One engine for all tests of the program.
+EtcdMembers& sharedEngine() {
+  static EtcdMembers members(1);
+  return members;
 }
 
-void RelayProgram::signal(int number) const { ::kill(process->id(), number); }
+std::string newPrefix() {
+  static int clusters = 0;
+  return "cluster-" + std::to_string(++clusters) + "/";
+}
+
+}  // namespace
+
+int RelayProgram::relayCount() {
+  const char* several = std::getenv("QUILLARD_TEST_CLUSTER");
+  if (!several) return 1;
+  return EtcdMembers::isInstalled() ? std::atoi(several) : 0;
+}
+
+RelayProgram::RelayProgram(std::vector<std::string> arguments)
+    : arguments(std::move(arguments)), prefix(newPrefix()), instances(static_cast<std::size_t>(relayCount())) {
+  if (instances.empty()) throw std::runtime_error(EtcdMembers::kMissing);
+  start();
+}
+
+std::string RelayProgram::file(std::size_t number, const std::string& name) const {
+  return folder() + "/" + (number == 0 ? "" : std::to_string(number) + "-") + name;
+}
+
+std::vector<std::string> RelayProgram::clusterArguments(std::size_t number) const {
+  if (instances.size() == 1) return {};
+  return {"--cluster",         sharedEngine().urls().front(),
+          "--cluster-name",    "relay-" + std::to_string(number),
+          "--cluster-listen",  "127.0.0.1:0",
+          "--cluster-prefix",  prefix,
+          "--cluster-in-clear"};
+}
+
+void RelayProgram::start() {
+  for (std::size_t i = 0; i < instances.size(); ++i) start(i, instances[i]);
+  for (auto& instance : instances) readAddresses(instance);
+}
+
+void RelayProgram::start(std::size_t number, Instance& instance) {
+  // The shell only sends what it warns of to a file, and becomes the relay.
+  std::vector<std::string> command{
+      "/bin/sh",      "-c",       R"(log=$1; shift; exec "$@" 2>> "$log")",     "sh",         file(number, "log"),
+      relayProgram(), "--listen", "127.0.0.1:" + std::to_string(instance.port), "--database", file(number, "relay.db")};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const auto more = clusterArguments(number);
+  command.insert(command.end(), more.begin(), more.end());
+  instance.process =
+      std::make_unique<ChildProcess>(ChildProcess::Start{.command = command, .environment = presentEnvironment()});
+}
+
+void RelayProgram::readAddresses(Instance& instance) {
+  const auto line = instance.process->readLine();
+  if (!line) throw std::runtime_error("the relay did not start: " + output());
+  said += *line + "\n";
+  instance.port = portIn(line).value();
+  const bool hasMetrics = std::find(arguments.begin(), arguments.end(), "--metrics") != arguments.end();
+  if (hasMetrics) instance.metricsPort = portIn(instance.process->readLine());
+}
+
+void RelayProgram::signal(int number) const {
+  for (const auto& instance : instances) ::kill(instance.process->id(), number);
+}
+
+std::optional<int> RelayProgram::wait() {
+  std::optional<int> highest;
+  for (const auto& instance : instances) {
+    const auto code = instance.process->wait();
+    if (!code) return std::nullopt;
+    highest = std::max(highest.value_or(0), *code);
+  }
+  return highest;
+}
 
 void RelayProgram::killAndRestart() {
-  process->kill();
+  for (auto& instance : instances) {
+    instance.process->kill();
+    instance.port = 0;
+  }
   start();
 }
 
 void RelayProgram::loseDatabaseAndRestart() {
-  process->kill();
-  for (const auto* const suffix : {"", "-wal", "-shm"}) std::filesystem::remove(folder() + "/relay.db" + suffix);
-  start(boundPort);
+  for (auto& instance : instances) instance.process->kill();
+  prefix = newPrefix();
+  for (std::size_t i = 0; i < instances.size(); ++i) {
+    for (const auto* const suffix : {"", "-wal", "-shm"}) {
+      std::filesystem::remove(file(i, "relay.db") + suffix);
+    }
+  }
+  start();
 }
 
 std::string RelayProgram::output() const {
-  std::ifstream log(folder() + "/log", std::ios::binary);
-  return said + std::string{std::istreambuf_iterator<char>(log), {}};
+  std::string all = said;
+  for (std::size_t i = 0; i < instances.size(); ++i) {
+    std::ifstream log(file(i, "log"), std::ios::binary);
+    all += std::string{std::istreambuf_iterator<char>(log), {}};
+  }
+  return all;
 }
 
 }  // namespace quillard::test

@@ -142,6 +142,7 @@ TEST_F(RelayServerEndToEnd, CarriesAPromptToThePhoneAndTheDecisionBack) {
 TEST_F(RelayServerEndToEnd, EndsThePairingWhenTheAgentUnpairs) {
   ASSERT_FALSE(registerToken(kToken));
   const auto agent = connectAgent();
+  ASSERT_TRUE(waitForStatus([](const auto& status) { return status.relayConnected; }));
   const auto phone = connectPhone();
   ASSERT_TRUE(waitForStatus([](const auto& status) { return status.phoneConnected; }));
   Awaited<bool> sent;

@@ -108,6 +108,7 @@ TEST_F(RelayServerRequests, AnswersTheSubprotocolThatHoldsNoToken) {
 
 TEST_F(RelayServerRequests, LimitsRegistrationsAndHandshakesOfAnAddress) {
   relay = std::make_unique<RelayProgram>();
+  relay->useOne();
   const auto begin = steady_clock::now();
   const auto timesUntil429 = [&](const auto& ask, int expected) {
     int times = 0;
@@ -188,6 +189,7 @@ TEST_F(RelayServerRequests, SpeaksTlsAndTakesANewCertificate) {
   EXPECT_EQ(phone.read("mac.snapshot"), message);
 
   install();
+  relay->useOne();
   relay->signal(SIGHUP);
   while (relay->output().find("read again") == std::string::npos) std::this_thread::sleep_for(milliseconds(5));
   RelayWire later(relay->port(), authority.certificate());
@@ -210,6 +212,7 @@ TEST_F(RelayServerRequests, SpeaksTlsAndTakesANewCertificate) {
 
 TEST_F(RelayServerRequests, BelievesATrustedProxyWhomItSpeaksFor) {
   relay = std::make_unique<RelayProgram>(std::vector<std::string>{"--behind-proxy", "--registration-burst", "1"});
+  relay->useOne();
   const auto put = [&](const std::string& client) {
     return wire()
         ->ask("PUT", "/api/pairings/" + kName + "/relay-token", {kBearer[0], {"X-Forwarded-For", client}},
@@ -224,6 +227,7 @@ TEST_F(RelayServerRequests, BelievesATrustedProxyWhomItSpeaksFor) {
 
 TEST_F(RelayServerRequests, CountsWithoutNames) {
   start({"--metrics", "127.0.0.1:0"});
+  relay->useOne();
   const auto agent = join(agentQuery());
   RelayWire prometheus(relay->metricsPort().value());
   const auto reply = prometheus.ask("GET", "/metrics");

@@ -127,6 +127,9 @@ void describeCluster(CLI::App& program, Arguments& read) {
   add(program, "cluster-authority", parts.authority,
       "Who signs the certificates of the cluster, and of nobody else, PEM")
       ->group(kGroup);
+  add(program, "cluster-prefix", parts.prefix, "What all keys in etcd begin with")
+      ->capture_default_str()
+      ->group(kGroup);
   // For tests: on this computer alone.
   program.add_flag("--cluster-in-clear", read.isClusterInClear)->group("");
 }
@@ -287,6 +290,7 @@ std::optional<CommandLineMessage> readCluster(const Arguments& read, RelayConfig
   if (read.cluster.empty()) return std::nullopt;
   ClusterConfiguration cluster = read.clusterParts;
   if (!isRelayName(cluster.name)) return wrongUsage("--cluster needs --cluster-name: a name of a-z 0-9 -.");
+  if (cluster.prefix.empty()) return wrongUsage("--cluster-prefix: it has to be something, such as quillard/.");
   if (auto wrong = readEngines(read, cluster)) return wrong;
   const auto listen = ListenAddress::parse(read.clusterListen);
   if (!listen) return wrongUsage("--cluster-listen " + read.clusterListen + ": that is no address and port.");

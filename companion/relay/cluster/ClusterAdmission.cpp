@@ -14,6 +14,13 @@ constexpr std::size_t kMostWaiting = 10'000;
 // How long a client waits for a new home: an agent comes back after three seconds, and a lease ends after four.
 constexpr std::chrono::seconds kNewHome{6};
 constexpr std::size_t kLongestUnpair = 4096;
+constexpr int kRegistrationAttempts = 3;
+
+// Above what the service itself allows, which it counts later.
+Rate lookupRate(const RelayLimits& limits) {
+  return {limits.handshakes.burst + 2 * limits.registrations.burst,
+          limits.handshakes.perSecond + 2 * limits.registrations.perSecond};
+}
 
 HttpResponse unreachable() {
   auto answer = errorResponse(503, "The relay cannot reach its cluster now.");
@@ -32,7 +39,7 @@ ClusterAdmission::ClusterAdmission(const Dependencies& dependencies)
       service(dependencies.service),
       now(dependencies.now),
       boot(dependencies.boot),
-      lookups(dependencies.limits.handshakes, dependencies.limits.addresses) {}
+      lookups(lookupRate(dependencies.limits), dependencies.limits.addresses) {}
 
 void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done done) {
   if (request.asksForWebSocket && request.target.starts_with("/ws?")) {
@@ -42,7 +49,7 @@ void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done
   const bool isAboutPairing = target && target->segments.size() >= 3 && target->segments[0] == "api" &&
                               target->segments[1] == "pairings" && isPairingID(target->segments[2]);
   if (isAboutPairing && request.method == "PUT" && !isFromRelay) {
-    return decideRegistration(request, target->segments[2], std::move(done));
+    return decideRegistration(request, target->segments[2], kRegistrationAttempts, std::move(done));
   }
   if (isAboutPairing && target->segments.size() == 3) {
     return decideQuestion(request, target->segments[2], isFromRelay, std::move(done));
@@ -58,8 +65,12 @@ void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done
 
 void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes& from, const Done& refused,
                                std::function<void()> done) {
-  const bool isTooMuch = lookupsUnderWay >= kMostLookups || !lookups.take(from, now().instant);
-  if (isTooMuch || !member.isFresh(boot())) return refused(unreachable());
+  if (!lookups.take(from, now().instant)) {
+    auto answer = errorResponse(429, "Too many requests.");
+    answer.headers.emplace_back("retry-after", std::to_string(lookups.wait(from, now().instant).count()));
+    return refused(std::move(answer));
+  }
+  if (lookupsUnderWay >= kMostLookups || !member.isFresh(boot())) return refused(unreachable());
   ++lookupsUnderWay;
   member.refresh(pairingID, [this, refused, done = std::move(done)](bool isKnown) {
     --lookupsUnderWay;
@@ -68,12 +79,18 @@ void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes&
   });
 }
 
-void ClusterAdmission::decideRegistration(const HttpRequest& request, const std::string& pairingID, Done done) {
-  refresh(pairingID, request.from, done, [this, request, done] {
+void ClusterAdmission::decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts,
+                                          Done done) {
+  refresh(pairingID, request.from, done, [this, request, pairingID, attempts, done] {
     pairings.recount();
     auto answer = service.answer(request, now());
-    if (!store.hasAdded()) return done(std::move(answer));
-    store.commit([answer = std::move(answer), done](bool isKept) { done(isKept ? answer : unreachable()); });
+    store.commit(
+        [this, request, pairingID, attempts, answer = std::move(answer), done](ClusterPairingStore::Commit outcome) {
+          using Commit = ClusterPairingStore::Commit;
+          if (outcome == Commit::kept) return done(answer);
+          if (outcome == Commit::unknown || attempts <= 1) return done(unreachable());
+          decideRegistration(request, pairingID, attempts - 1, done);
+        });
   });
 }
 

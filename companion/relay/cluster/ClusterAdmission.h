@@ -78,7 +78,7 @@ class ClusterAdmission {
   void decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
   void claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
   void admit(const RelayService::Candidate& candidate, const Done& done);
-  void decideRegistration(const HttpRequest& request, const std::string& pairingID, Done done);
+  void decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts, Done done);
   void decideQuestion(const HttpRequest& request, const std::string& pairingID, bool isFromRelay, Done done);
   void refresh(const std::string& pairingID, const RatePrefixes& from, const Done& refused, std::function<void()> done);
   void tryWaiting(const std::function<bool(const Waiting&)>& isDue);

@@ -31,38 +31,48 @@ void ClusterPairingStore::add(const std::string& pairingID, const TokenHash& tok
   added.emplace(pairingID, PairingRecord{.token = token, .lastUsed = now});
 }
 
-void ClusterPairingStore::commit(std::function<void(bool)> done) {
-  if (!added) return done(true);
+void ClusterPairingStore::commit(std::function<void(Commit)> done) {
+  const auto leaving = std::exchange(makingRoom, {});
+  if (!added) return done(Commit::kept);
   const auto adding = *std::exchange(added, std::nullopt);
   const std::string& pairingID = adding.first;
-  const PairingRecord& record = adding.second;
   using Kind = ClusterCondition::Kind;
-  member.transact({.conditions = {{.key = pairingKey(pairingID), .kind = Kind::isAbsent},
-                                  {.key = revokedKey(pairingID), .kind = Kind::isAbsent}},
-                   .changes = {{.key = pairingKey(pairingID), .value = valueOf(record)}},
-                   .reads = {pairingKey(pairingID), revokedKey(pairingID)}},
-                  [this, pairingID, token = record.token,
-                   done = std::move(done)](const std::optional<ClusterTransactionResult>& result) {
-                    // Where it was done twice, or at another relay with the same token, it is there as well.
-                    const auto* there = member.mirror().pairing(pairingID);
-                    done(result && there && areEqual(there->record.token, token));
-                  });
+  ClusterTransaction transaction{.conditions = {{.key = pairingKey(pairingID), .kind = Kind::isAbsent},
+                                                {.key = revokedKey(pairingID), .kind = Kind::isAbsent}},
+                                 .changes = {{.key = pairingKey(pairingID), .value = valueOf(adding.second)}}};
+  for (const auto& leaver : leaving) addErasing(leaver, transaction);
+  for (const auto& condition : transaction.conditions) transaction.reads.push_back(condition.key);
+  member.transact(std::move(transaction), [this, pairingID, token = adding.second.token, done = std::move(done)](
+                                              const std::optional<ClusterTransactionResult>& result) {
+    if (!result) return done(Commit::unknown);
+    // Where it was done twice, or at another relay with the same token, it is there as well.
+    const auto* there = member.mirror().pairing(pairingID);
+    done(there && areEqual(there->record.token, token) ? Commit::kept : Commit::changed);
+  });
+}
+
+// Unless it was changed meanwhile.
+void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransaction& transaction) const {
+  const auto* present = member.mirror().pairing(pairingID);
+  using Kind = ClusterChange::Kind;
+  transaction.conditions.push_back({.key = pairingKey(pairingID),
+                                    .kind = ClusterCondition::Kind::modifiedAt,
+                                    .modified = present ? present->modified : 0});
+  transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
+  transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
+  transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
 }
 
 void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record) {
   const auto* present = member.mirror().pairing(pairingID);
   if (!present) return;
-  using Kind = ClusterChange::Kind;
-  ClusterTransaction transaction{.conditions = {{.key = pairingKey(pairingID),
-                                                 .kind = ClusterCondition::Kind::modifiedAt,
-                                                 .modified = present->modified}},
-                                 .reads = {pairingKey(pairingID)}};
+  ClusterTransaction transaction{.reads = {pairingKey(pairingID)}};
   if (record) {
+    transaction.conditions.push_back(
+        {.key = pairingKey(pairingID), .kind = ClusterCondition::Kind::modifiedAt, .modified = present->modified});
     transaction.changes.push_back({.key = pairingKey(pairingID), .value = valueOf(*record)});
   } else {
-    transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
-    transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
-    transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
+    addErasing(pairingID, transaction);
   }
   auto& underWay = record ? beingWritten : beingForgotten;
   underWay.insert(pairingID);
@@ -113,28 +123,29 @@ std::vector<std::string> ClusterPairingStore::purge(std::int64_t usedBefore, std
   return names;
 }
 
-bool ClusterPairingStore::forgetOne(const std::vector<std::string>& candidates) {
-  const auto found = std::find_if(candidates.begin(), candidates.end(),
-                                  [this](const std::string& pairingID) { return !beingForgotten.contains(pairingID); });
+bool ClusterPairingStore::makeRoomWith(const std::vector<std::string>& candidates) {
+  const auto found = std::find_if(candidates.begin(), candidates.end(), [this](const std::string& pairingID) {
+    return !beingForgotten.contains(pairingID) && !makingRoom.contains(pairingID);
+  });
   if (found == candidates.end()) return false;
-  write(*found, std::nullopt);
+  makingRoom.insert(*found);
   return true;
 }
 
 bool ClusterPairingStore::forgetOldestUnjoined() {
   check();
-  return forgetOne(member.mirror().leastUsed(false, std::numeric_limits<std::int64_t>::max(), kCandidates));
+  return makeRoomWith(member.mirror().leastUsed(false, std::numeric_limits<std::int64_t>::max(), kCandidates));
 }
 
 std::size_t ClusterPairingStore::count() {
   // Before the mirror is filled, there is nothing to be counted.
   const auto kept = member.mirror().pairingCount();
-  return kept - std::min(kept, beingForgotten.size());
+  return kept - std::min(kept, beingForgotten.size() + makingRoom.size());
 }
 
 std::size_t ClusterPairingStore::countUnjoined() {
   const auto unjoined = member.mirror().unjoinedCount();
-  return unjoined - std::min(unjoined, beingForgotten.size());
+  return unjoined - std::min(unjoined, beingForgotten.size() + makingRoom.size());
 }
 
 }  // namespace quillard::relayserver

@@ -25,8 +25,9 @@ class ClusterPairingStore final : public PairingStore {
   // A pairing was added since the last `commit`, and nobody is to be told before it is kept.
   [[nodiscard]] bool hasAdded() const { return added.has_value(); }
   [[nodiscard]] std::size_t mostRemovedPhones() const { return limits.removedPhones; }
-  // False: it could not be kept, or another one has the name.
-  void commit(std::function<void(bool)> done);
+  enum class Commit { kept, changed, unknown };
+  // `changed`: something that it was decided by is otherwise by now, and known to be so.
+  void commit(std::function<void(Commit)> done);
 
   std::optional<Entry> find(const std::string& pairingID) override;
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
@@ -45,13 +46,16 @@ class ClusterPairingStore final : public PairingStore {
   void check() const;
   // Unless it was changed meanwhile.
   void write(const std::string& pairingID, const std::optional<PairingRecord>& record);
+  void addErasing(const std::string& pairingID, ClusterTransaction& transaction) const;
   void mark(const std::string& pairingID, std::int64_t now, bool isJoined);
-  bool forgetOne(const std::vector<std::string>& candidates);
+  // Together with what is added next, or not at all.
+  bool makeRoomWith(const std::vector<std::string>& candidates);
 
   ClusterMember& member;
   const RelayLimits& limits;
   const std::function<bool()> isFresh;
   std::optional<std::pair<std::string, PairingRecord>> added;
+  std::set<std::string> makingRoom;
   std::set<std::string> beingWritten;
   std::set<std::string> beingForgotten;
 };

@@ -89,7 +89,7 @@ RelayCluster::RelayCluster(const Dependencies& dependencies, const RelayConfigur
     throw std::runtime_error(std::string("The cluster's certificate, key or authority cannot be used: ") +
                              error.code().message());
   }
-  EtcdOptions options{.members = configuration.engine, .user = configuration.user};
+  EtcdOptions options{.members = configuration.engine, .user = configuration.user, .prefix = configuration.prefix};
   if (configuration.isEngineEncrypted) options.tls = [this] { return tlsOfClient; };
   if (!configuration.user.empty()) options.password = readPassword(configuration.passwordFile);
   engine = std::make_unique<EtcdStore>(dependencies.loop, std::move(options), dependencies.log);

@@ -24,6 +24,7 @@ struct ClusterConfiguration {
   std::string certificate;             // Of this relay among the others; empty, as is its key: in clear, for tests.
   std::string key;
   std::string authority;  // Who has signed theirs, and etcd's.
+  std::string prefix = "quillard/";
 };
 
 // What a relay is started with. All of it was checked, except for what is at the paths.

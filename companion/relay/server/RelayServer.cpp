@@ -86,6 +86,10 @@ class RelayServer::Implementation {
  public:
   Implementation(const RelayConfiguration& configuration, OpenStore openStore, OpenDisk openDisk)
       : configuration(configuration), openStore(std::move(openStore)), openDisk(std::move(openDisk)) {}
+  // What it has open needs the loop; what the loop holds does not need it.
+  ~Implementation() { cluster.reset(); }
+  Implementation(const Implementation&) = delete;
+  Implementation& operator=(const Implementation&) = delete;
 
   std::string prepare();
   void run();
@@ -118,7 +122,6 @@ class RelayServer::Implementation {
   const RelayConfiguration configuration;
   const OpenStore openStore;
   const OpenDisk openDisk;
-  asio::io_context loop{1};
   StderrLog log{configuration.logFormat};
   RelayMetrics metrics;
   Unfinished unfinished;
@@ -141,6 +144,7 @@ class RelayServer::Implementation {
   bool isStopping = false;
   std::unordered_map<std::string, std::size_t> openRequests;  // By address.
   bool hasPrinted = false;
+  asio::io_context loop{1};
   std::vector<std::unique_ptr<Listener>> listeners;
   asio::signal_set signals{loop, SIGTERM, SIGINT, SIGHUP};
   asio::steady_timer ticker{loop};
@@ -348,13 +352,14 @@ void RelayServer::Implementation::awaitTick() {
   ticker.async_wait([this](const ErrorCode& error) {
     if (error) return;
     const auto now = currentMoment();
-    if (cluster && !isStopping) {
+    if (cluster && !service->stopRequested()) {
       cluster->tick();
       if (!hasPrinted && cluster->hasServed()) printAddresses();
     }
     rooms->tick(now.instant);
     processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
-    if (now.instant >= nextTidying) tidy();
+    const bool hasStore = !cluster || cluster->hasServed();
+    if (hasStore && now.instant >= nextTidying) tidy();
     if (now.instant >= nextRetry) {
       nextRetry = now.instant + kRetry;
       pairings->retryUnsaved(now.epochSeconds);
@@ -407,7 +412,8 @@ void RelayServer::Implementation::closeNext(Duration pause) {
 }
 
 void RelayServer::Implementation::waitForConnections(Instant latest) {
-  const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0;
+  // Who comes in through a tunnel hears from its home, which may be stopping, too.
+  const bool isDone = unfinished.webSockets == 0 && unfinished.answers == 0 && metrics.tunnels == 0;
   if (isDone || std::chrono::steady_clock::now() >= latest) return loop.stop();
   constexpr std::chrono::milliseconds kCheckInterval{10};
   closeTimer.expires_after(kCheckInterval);

@@ -67,6 +67,12 @@ RelayWire::~RelayWire() {
   ::close(descriptor);
 }
 
+void RelayWire::setTimeout(std::chrono::milliseconds timeout) const {
+  constexpr int kPerSecond = 1000;
+  const timeval time{timeout.count() / kPerSecond, timeout.count() % kPerSecond * kPerSecond};
+  ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+}
+
 bool RelayWire::write(std::string_view bytes) {
   while (!bytes.empty()) {
     const auto sent = tls ? SSL_write(tls, bytes.data(), static_cast<int>(bytes.size()))

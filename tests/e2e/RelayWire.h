@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -32,6 +33,8 @@ class RelayWire {
   RelayWire& operator=(const RelayWire&) = delete;
   ~RelayWire();
 
+  // How long it waits instead of ten seconds.
+  void setTimeout(std::chrono::milliseconds timeout) const;
   bool write(std::string_view bytes);
   WireReply ask(const std::string& method, const std::string& target, const WireHeaders& headers = {},
                 const std::string& body = {});

@@ -109,6 +109,7 @@ void ClusterMember::didReadEverything(const ClusterReading& reading) {
   known.replaceAll(reading);
   bringDiskIntoStore();
   startWatch();
+  beat();
 }
 
 void ClusterMember::startWatch() {
@@ -172,7 +173,7 @@ void ClusterMember::takeLease() {
   store.takeLease(options.times.leaseSeconds, [this](std::optional<LeaseNumber> taken) {
     isTakingLease = false;
     lease = taken;
-    nextBeat = {};
+    if (hasEverything) beat();
   });
 }
 

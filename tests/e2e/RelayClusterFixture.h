@@ -1,0 +1,95 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "contract/support/EtcdMembers.h"
+#include "e2e/CuttableLink.h"
+#include "e2e/RelayWire.h"
+
+namespace quillard::test {
+
+// Three relays over three members of etcd, each of which can be killed, stopped, woken and cut off.
+class ClusterOfRelays {
+ public:
+  static constexpr int kRelays = 3;
+
+  explicit ClusterOfRelays(std::vector<std::string> arguments = {});
+
+  [[nodiscard]] std::uint16_t port(int relay) const { return ports[static_cast<std::size_t>(relay)]; }
+  void start(int relay);
+  void kill(int relay);
+  // In an orderly way. Its exit code.
+  int end(int relay);
+  void signal(int relay, int number) const;
+  // From all members of etcd.
+  void cutOff(int relay);
+  void mend(int relay);
+  [[nodiscard]] EtcdMembers& etcd() { return members; }
+  // All that they said to the log.
+  [[nodiscard]] std::string output() const;
+
+ private:
+  const std::vector<std::string> arguments;
+  const TemporaryFolder place;
+  EtcdMembers members{3};
+  std::vector<std::vector<std::unique_ptr<CuttableLink>>> links;  // Of each relay, to each member.
+  std::vector<std::uint16_t> ports;
+  std::vector<std::unique_ptr<ChildProcess>> processes;
+};
+
+// An agent and its phones, who come back as the protocol says, each to the next relay that lets them in, and who decide
+// one prompt after another. All of it is written down, to be judged afterwards.
+class BusyPairing {
+ public:
+  BusyPairing(const ClusterOfRelays& relays, std::string name, int phones);
+  ~BusyPairing() { stop(); }
+  BusyPairing(const BusyPairing&) = delete;
+  BusyPairing& operator=(const BusyPairing&) = delete;
+  void stop();
+
+  // How many decisions the phone has had the outcome of.
+  [[nodiscard]] int outcomes(int phone) const { return finished[static_cast<std::size_t>(phone)]; }
+  [[nodiscard]] int phoneCount() const { return static_cast<int>(finished.size()); }
+
+  // What must never be, in words; empty: nothing of it was.
+  [[nodiscard]] std::string wrongs();
+
+ private:
+  void runAgent();
+  void runPhone(int number);
+  // Null: it was refused, or nobody was there. The next one next time.
+  std::unique_ptr<RelayWire> connect(const std::string& query, int& relay) const;
+  void talkAsAgent(RelayWire& wire);
+  // False: the connection has ended.
+  bool decide(RelayWire& wire, int phone, const std::string& decision);
+  void pause(std::chrono::milliseconds time) const;
+
+  const ClusterOfRelays& relays;
+  const std::string name;
+  std::vector<std::atomic<int>> finished;
+  std::atomic<bool> isOver = false;
+  std::mutex mutex;
+  std::map<std::string, int> arrived;    // How often the agent was handed each decision.
+  std::map<std::string, int> sent;       // How often its phone has sent it.
+  std::map<std::string, int> delivered;  // How often it was told so.
+  std::vector<std::thread> threads;
+};
+
+inline const std::string kClusterToken(64, 'c');
+inline const WireHeaders kClusterBearer{{"Authorization", "Bearer " + kClusterToken}};
+
+// The status of registering; 0: nobody answered.
+int registerAt(const ClusterOfRelays& relays, int relay, const std::string& pairing);
+// The status of joining; 0: nobody answered.
+int joinAt(const ClusterOfRelays& relays, int relay, const std::string& query);
+
+}  // namespace quillard::test

@@ -1,0 +1,161 @@
+#include <algorithm>
+#include <csignal>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "companion/relay/rules/RelayWorld.h"
+#include "e2e/RelayClusterFixture.h"
+#include "support/LongTests.h"
+
+// Three relays and three members of etcd under load, one fault after another: whoever lost its connection is back, what
+// was revoked stays so, and no receipt says what is not so.
+namespace quillard::test {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+// An agent comes back three seconds after its connection has ended. What is beyond is for a machine that is busy.
+constexpr seconds kBack{20};
+
+class RelayCluster : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!EtcdMembers::isInstalled()) GTEST_SKIP() << EtcdMembers::kMissing;
+    relays = std::make_unique<ClusterOfRelays>();
+    for (int i = 0; i < 4; ++i)
+      pairings.push_back(std::make_unique<BusyPairing>(*relays, "busy-" + std::to_string(i), 2));
+    expectBack("at first");
+  }
+
+  void TearDown() override {
+    for (const auto& pairing : pairings) pairing->stop();
+    for (const auto& pairing : pairings) EXPECT_EQ(pairing->wrongs(), "");
+    if (relays) expectRevokedStays("at the end");
+    if (HasFailure() && relays) std::printf("%s\n", relays->output().c_str());
+  }
+
+  // Each phone has the outcome of one more decision.
+  void expectBack(const std::string& after) {
+    const auto begin = steady_clock::now();
+    std::vector<std::vector<int>> before;
+    for (const auto& pairing : pairings) {
+      before.emplace_back();
+      for (int phone = 0; phone < pairing->phoneCount(); ++phone) before.back().push_back(pairing->outcomes(phone));
+    }
+    const auto isBack = [&] {
+      for (std::size_t i = 0; i < pairings.size(); ++i) {
+        for (int phone = 0; phone < pairings[i]->phoneCount(); ++phone) {
+          // The one that was under way may have ended in the first moment.
+          if (pairings[i]->outcomes(phone) < before[i][static_cast<std::size_t>(phone)] + 2) return false;
+        }
+      }
+      return true;
+    };
+    while (!isBack() && steady_clock::now() < begin + kBack) std::this_thread::sleep_for(milliseconds(10));
+    EXPECT_TRUE(isBack()) << after;
+    const auto took = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin);
+    std::printf("%s: all are back after %d ms\n", after.c_str(), static_cast<int>(took.count()));
+  }
+
+  // Revokes a new pairing through the relay, and keeps it in mind.
+  void revokeOne(int relay) {
+    const std::string name = "revoked-" + std::to_string(revoked.size());
+    ASSERT_EQ(registerAt(*relays, relay, name), 204);
+    RelayWire agent(relays->port(relay));
+    ASSERT_EQ(agent.upgrade("role=mac&pairing=" + name, kClusterBearer).status, 101);
+    agent.say(relayserver::unpair());
+    ASSERT_EQ(agent.readClose(), 4002);
+    revoked.push_back(name);
+  }
+  // Nobody is ever let in again; where the relay cannot know, it says so.
+  void expectRevokedStays(const std::string& after) {
+    for (const auto& name : revoked) {
+      for (int relay = 0; relay < ClusterOfRelays::kRelays; ++relay) {
+        const int registered = registerAt(*relays, relay, name);
+        EXPECT_TRUE(registered == 410 || registered == 503 || registered == 0) << after << ": " << registered;
+        const int joined = joinAt(*relays, relay, "role=mac&pairing=" + name);
+        EXPECT_TRUE(joined == 410 || joined == 503 || joined == 0) << after << ": " << joined;
+      }
+    }
+  }
+
+  void killAndRestart(int relay) {
+    revokeOne(relay);
+    relays->kill(relay);
+    expectBack("relay killed");
+    expectRevokedStays("relay killed");
+    relays->start(relay);
+    expectBack("relay started again");
+  }
+  void stopAndWake(int relay) {
+    revokeOne(relay);
+    relays->signal(relay, SIGSTOP);
+    expectBack("relay stopped");
+    relays->signal(relay, SIGCONT);
+    expectBack("relay woken");
+    expectRevokedStays("relay woken");
+  }
+  void cutOffAndMend(int relay) {
+    revokeOne(relay);
+    relays->cutOff(relay);
+    std::this_thread::sleep_for(milliseconds(500));
+    expectBack("relay cut off");
+    expectRevokedStays("relay cut off");
+    relays->mend(relay);
+    expectBack("relay mended");
+  }
+  void killAndRestartEtcd(int member) {
+    revokeOne(member);
+    relays->etcd().kill(member);
+    expectBack("etcd killed");
+    revokeOne(member);
+    relays->etcd().start(member);
+    expectBack("etcd started again");
+    expectRevokedStays("etcd started again");
+  }
+  void stopAndWakeEtcd(int member) {
+    relays->etcd().stop(member);
+    expectBack("etcd stopped");
+    revokeOne(member);
+    std::this_thread::sleep_for(seconds(2));
+    relays->etcd().wake(member);
+    expectBack("etcd woken");
+    expectRevokedStays("etcd woken");
+  }
+
+  std::unique_ptr<ClusterOfRelays> relays;
+  std::vector<std::unique_ptr<BusyPairing>> pairings;
+  std::vector<std::string> revoked;
+};
+
+TEST_F(RelayCluster, LosesNothingWhenARelayIsKilledStoppedOrCutOff) {
+  const int count = rounds(1, ClusterOfRelays::kRelays);
+  for (int relay = 0; relay < count; ++relay) {
+    killAndRestart(relay);
+    stopAndWake(relay);
+    cutOffAndMend(relay);
+  }
+}
+
+TEST_F(RelayCluster, LosesNothingWhenAMemberOfEtcdIsKilledOrStopped) {
+  std::vector<int> members{std::max(relays->etcd().leader(), 0)};
+  if (rounds(1, 3) > 1) members = {0, 1, 2};
+  for (const int member : members) {
+    killAndRestartEtcd(member);
+    stopAndWakeEtcd(member);
+  }
+}
+
+TEST_F(RelayCluster, LosesNoDecisionWhenItsRelaysAreRestartedInTurn) {
+  for (int relay = 0; relay < rounds(2, 3); ++relay) {
+    EXPECT_EQ(relays->end(relay), 0);
+    relays->start(relay);
+    expectBack("relay restarted");
+  }
+}
+
+}  // namespace
+}  // namespace quillard::test

@@ -122,8 +122,22 @@ BusyPairing::BusyPairing(const ClusterOfRelays& relays, std::string pairing, int
 
 void BusyPairing::stop() {
   isOver = true;
+  {
+    const std::lock_guard lock(mutex);
+    for (const auto* wire : open) wire->interrupt();
+  }
   for (auto& thread : threads) thread.join();
   threads.clear();
+}
+
+void BusyPairing::setOpen(RelayWire& wire, bool isOpen) {
+  const std::lock_guard lock(mutex);
+  if (isOpen) {
+    open.insert(&wire);
+  } else {
+    open.erase(&wire);
+  }
+  if (isOver) wire.interrupt();
 }
 
 void BusyPairing::pause(milliseconds time) const {
@@ -153,8 +167,11 @@ void BusyPairing::runAgent() {
     std::unique_ptr<RelayWire> wire;
     for (int i = 0; i < ClusterOfRelays::kRelays && !wire; ++i) wire = connect("role=mac&pairing=" + name, relay);
     if (wire) {
+      agentRelay = relay;
+      setOpen(*wire, true);
       wire->say(relayserver::snapshot());
       talkAsAgent(*wire);
+      setOpen(*wire, false);
       ++relay;
     }
     pause(seconds(3));
@@ -185,12 +202,16 @@ void BusyPairing::runPhone(int number) {
     std::unique_ptr<RelayWire> wire;
     const std::string query = "role=phone&deviceName=A&pairing=" + name + "&deviceID=" + std::to_string(number);
     for (int i = 0; i < ClusterOfRelays::kRelays && !wire; ++i) wire = connect(query, relay);
+    if (wire) setOpen(*wire, true);
     while (wire && !isOver && decide(*wire, number, decisionName())) {
       wait = seconds(1);
       ++made;
       pause(milliseconds(50));
     }
-    if (wire) ++relay;
+    if (wire) {
+      setOpen(*wire, false);
+      ++relay;
+    }
     pause(wait * 3 / 4);
     wait = std::min<milliseconds>(wait * 2, seconds(30));
   }

@@ -58,6 +58,8 @@ class BusyPairing {
 
   // How many decisions the phone has had the outcome of.
   [[nodiscard]] int outcomes(int phone) const { return finished[static_cast<std::size_t>(phone)]; }
+  // Where its agent is, or was last.
+  [[nodiscard]] int home() const { return agentRelay; }
   [[nodiscard]] int phoneCount() const { return static_cast<int>(finished.size()); }
 
   // What must never be, in words; empty: nothing of it was.
@@ -71,13 +73,17 @@ class BusyPairing {
   void talkAsAgent(RelayWire& wire);
   // False: the connection has ended.
   bool decide(RelayWire& wire, int phone, const std::string& decision);
+  // Until it is closed, `stop` can interrupt it.
+  void setOpen(RelayWire& wire, bool isOpen);
   void pause(std::chrono::milliseconds time) const;
 
   const ClusterOfRelays& relays;
   const std::string name;
   std::vector<std::atomic<int>> finished;
   std::atomic<bool> isOver = false;
+  std::atomic<int> agentRelay = 0;
   std::mutex mutex;
+  std::set<RelayWire*> open;
   std::map<std::string, int> arrived;    // How often the agent was handed each decision.
   std::map<std::string, int> sent;       // How often its phone has sent it.
   std::map<std::string, int> delivered;  // How often it was told so.

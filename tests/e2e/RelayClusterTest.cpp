@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <functional>
 
@@ -82,9 +83,20 @@ class RelayCluster : public testing::Test {
     }
   }
 
+  // Where most rooms are.
+  [[nodiscard]] int busiest() const {
+    std::array<int, ClusterOfRelays::kRelays> homes{};
+    for (const auto& pairing : pairings) ++homes[static_cast<std::size_t>(pairing->home())];
+    return static_cast<int>(std::max_element(homes.begin(), homes.end()) - homes.begin());
+  }
+
+  // What was under way when it happened has ended.
+  static void settle() { std::this_thread::sleep_for(milliseconds(300)); }
+
   void killAndRestart(int relay) {
     revokeOne(relay);
     relays->kill(relay);
+    settle();
     expectBack("relay killed");
     expectRevokedStays("relay killed");
     relays->start(relay);
@@ -93,15 +105,17 @@ class RelayCluster : public testing::Test {
   void stopAndWake(int relay) {
     revokeOne(relay);
     relays->signal(relay, SIGSTOP);
-    expectBack("relay stopped");
+    // Who is connected with it itself notices nothing; a phone of another relay notices, and finds no computer.
+    std::this_thread::sleep_for(seconds(rounds(6, 8)));
     relays->signal(relay, SIGCONT);
+    settle();
     expectBack("relay woken");
     expectRevokedStays("relay woken");
   }
   void cutOffAndMend(int relay) {
     revokeOne(relay);
     relays->cutOff(relay);
-    std::this_thread::sleep_for(milliseconds(500));
+    std::this_thread::sleep_for(seconds(2));
     expectBack("relay cut off");
     expectRevokedStays("relay cut off");
     relays->mend(relay);
@@ -110,6 +124,7 @@ class RelayCluster : public testing::Test {
   void killAndRestartEtcd(int member) {
     revokeOne(member);
     relays->etcd().kill(member);
+    settle();
     expectBack("etcd killed");
     revokeOne(member);
     relays->etcd().start(member);
@@ -118,6 +133,7 @@ class RelayCluster : public testing::Test {
   }
   void stopAndWakeEtcd(int member) {
     relays->etcd().stop(member);
+    settle();
     expectBack("etcd stopped");
     revokeOne(member);
     std::this_thread::sleep_for(seconds(2));
@@ -132,11 +148,11 @@ class RelayCluster : public testing::Test {
 };
 
 TEST_F(RelayCluster, LosesNothingWhenARelayIsKilledStoppedOrCutOff) {
-  const int count = rounds(1, ClusterOfRelays::kRelays);
-  for (int relay = 0; relay < count; ++relay) {
-    killAndRestart(relay);
-    stopAndWake(relay);
-    cutOffAndMend(relay);
+  const int count = rounds(1, 6);
+  for (int i = 0; i < count; ++i) {
+    killAndRestart(busiest());
+    stopAndWake(busiest());
+    cutOffAndMend(busiest());
   }
 }
 

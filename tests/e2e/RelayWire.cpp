@@ -73,6 +73,8 @@ void RelayWire::setTimeout(std::chrono::milliseconds timeout) const {
   ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
 }
 
+void RelayWire::interrupt() const { ::shutdown(descriptor, SHUT_RDWR); }
+
 bool RelayWire::write(std::string_view bytes) {
   while (!bytes.empty()) {
     const auto sent = tls ? SSL_write(tls, bytes.data(), static_cast<int>(bytes.size()))

@@ -35,6 +35,8 @@ class RelayWire {
 
   // How long it waits instead of ten seconds.
   void setTimeout(std::chrono::milliseconds timeout) const;
+  // Ends what waits in another thread.
+  void interrupt() const;
   bool write(std::string_view bytes);
   WireReply ask(const std::string& method, const std::string& target, const WireHeaders& headers = {},
                 const std::string& body = {});

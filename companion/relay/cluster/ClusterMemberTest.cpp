@@ -1,0 +1,259 @@
+#include <gtest/gtest.h>
+
+#include "companion/relay/cluster/ClusterWorld.h"
+
+// Three relays and their engine in virtual time: who is let in, and what happens when something fails.
+namespace quillard::relayserver {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+const std::string kAgent = "role=mac&pairing=" + kPairing;
+const std::string kPhone = "role=phone&deviceName=A&deviceID=A&pairing=" + kPairing;
+
+class Cluster : public testing::Test {
+ protected:
+  Cluster() { EXPECT_EQ(world.status(world[0].registerToken(kPairing)), 204); }
+  std::shared_ptr<FakePeer> joinAgent(std::size_t relay) {
+    return world[relay].join(world.settle(world[relay].upgrade(kAgent)));
+  }
+  std::shared_ptr<FakePeer> joinPhone(std::size_t relay) {
+    return world[relay].join(world.settle(world[relay].upgrade(kPhone)));
+  }
+  // As a connection does: whether the message is held.
+  bool say(std::size_t relay, const std::shared_ptr<FakePeer>& peer, Role role, const Json& message) {
+    auto& there = world[relay];
+    const std::string text = message.dump();
+    const auto take = [&there, peer, text] { there.rooms.take(*peer, text, there.now()); };
+    if (there.admission.holds({.role = role, .pairingID = kPairing}, text, take)) return true;
+    take();
+    return false;
+  }
+  void cutOff(std::size_t relay) { world[relay].engineEnd.isCutOff = true; }
+
+  ClusterWorld world;
+};
+
+TEST_F(Cluster, TakesAnAgentWhereItArrivesAndSendsPhonesThere) {
+  const auto agent = joinAgent(1);
+  EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 0);
+  EXPECT_EQ(std::get<Forwarding>(world.settle(world[2].upgrade(kPhone))).relay, "relay-b");
+  EXPECT_EQ(world.status(world[1].upgrade(kPhone)), 101);
+  // Its next connection comes elsewhere.
+  const auto phone = joinPhone(1);
+  const auto later = joinAgent(2);
+  world.run(milliseconds(100));
+  EXPECT_EQ(agent->closed, CloseCode::replaced);
+  EXPECT_EQ(phone->closed, CloseCode::stopping);
+  EXPECT_EQ(later->closed, std::nullopt);
+  EXPECT_EQ(std::get<Forwarding>(world.settle(world[1].upgrade(kPhone))).relay, "relay-c");
+}
+
+TEST_F(Cluster, KnowsAPairingEverywhereAsSoonAsItIsRegistered) {
+  for (std::size_t relay = 0; relay < 3; ++relay) world[relay].engineEnd.hasSilentWatch = true;
+  EXPECT_EQ(world.status(world[1].registerToken("another")), 204);
+  EXPECT_EQ(world.status(world[2].upgrade("role=mac&pairing=another")), 101);
+  EXPECT_EQ(world.status(world[2].upgrade("role=mac&pairing=nobody")), 401);
+}
+
+TEST_F(Cluster, HasOneHomeWhenTwoPhonesComeAtOnce) {
+  const auto one = world[0].upgrade(kPhone);
+  const auto other = world[1].upgrade(kPhone);
+  EXPECT_EQ(world.status(one) + world.status(other), 101);
+}
+
+TEST_F(Cluster, RevokesEverywhereBeforeItSaysSo) {
+  const auto agent = joinAgent(0);
+  const auto phone = joinPhone(0);
+  EXPECT_TRUE(say(0, agent, Role::agent, unpair()));
+  EXPECT_EQ(agent->closed, std::nullopt);
+  world.run(milliseconds(100));
+  EXPECT_EQ(agent->closed, CloseCode::revoked);
+  EXPECT_EQ(phone->closed, CloseCode::revoked);
+  for (std::size_t relay = 0; relay < 3; ++relay) {
+    EXPECT_EQ(world.status(world[relay].upgrade(kAgent)), 410);
+    EXPECT_EQ(world.status(world[relay].registerToken(kPairing)), 410);
+  }
+}
+
+TEST_F(Cluster, RemovesAPhoneEverywhere) {
+  const auto agent = joinAgent(0);
+  const auto phone = joinPhone(0);
+  EXPECT_TRUE(say(0, agent, Role::agent, unpair("A")));
+  world.run(milliseconds(100));
+  EXPECT_EQ(phone->closed, CloseCode::removed);
+  for (std::size_t relay = 0; relay < 3; ++relay) EXPECT_EQ(world.status(world[relay].upgrade(kPhone)), 403);
+}
+
+TEST_F(Cluster, KeepsARevocationOnItsDiskUntilTheEngineHasIt) {
+  const auto agent = joinAgent(0);
+  world.engine.setAvailable(false);
+  EXPECT_TRUE(say(0, agent, Role::agent, unpair()));
+  EXPECT_EQ(world[0].disk.revoked.size(), 1U);
+  world.run(milliseconds(4'900));
+  EXPECT_EQ(agent->closed, std::nullopt);
+  world.run(seconds(1));
+  EXPECT_EQ(agent->closed, CloseCode::revoked);
+  EXPECT_EQ(world[0].member.unsavedCount(), 1U);
+  world.engine.setAvailable(true);
+  world.run(seconds(6));
+  EXPECT_EQ(world[0].member.unsavedCount(), 0U);
+  EXPECT_EQ(world.status(world[1].upgrade(kAgent)), 410);
+}
+
+TEST_F(Cluster, WritesWhatARestoredEngineLacksAnewFromTheDisks) {
+  const auto agent = joinAgent(0);
+  say(0, agent, Role::agent, unpair());
+  world.run(milliseconds(100));
+  world.engine.lose(revokedKey(kPairing));
+  auto earlier = std::move(world[0].disk.revoked);
+  world.relays[0] = std::make_unique<ClusterRelay>(world.engine, "relay-a", "a2");
+  world[0].disk.revoked = std::move(earlier);
+  world.run(seconds(3));
+  EXPECT_TRUE(world.engine.value(revokedKey(kPairing)));
+}
+
+TEST_F(Cluster, BringsThePairingsOfARelayThatWasAlone) {
+  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-d"));
+  world[3].disk.earlier = {{"old", {.token = hashOf(kToken), .lastUsed = 1, .isJoined = true}}};
+  world.run(seconds(3));
+  EXPECT_TRUE(world[3].disk.earlier.empty());
+  EXPECT_EQ(world.status(world[1].upgrade("role=mac&pairing=old")), 101);
+}
+
+TEST_F(Cluster, LivesThroughAnEngineThatIsGoneForLessThanAMinute) {
+  const auto agent = joinAgent(0);
+  const auto phone = joinPhone(0);
+  world.engine.setAvailable(false);
+  world.run(seconds(58));
+  EXPECT_FALSE(say(0, phone, Role::phone, request("d1")));
+  EXPECT_EQ(agent->newest()["decisionID"], "d1");
+  EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 503);
+  EXPECT_EQ(world.status(world[1].registerToken("another")), 503);
+  EXPECT_EQ(world[0].fences, 0);
+}
+
+TEST_F(Cluster, ClosesEverythingWhenTheEngineIsGoneForAMinute) {
+  const auto agent = joinAgent(0);
+  world.engine.setAvailable(false);
+  world.run(milliseconds(59'000));
+  EXPECT_EQ(agent->closed, std::nullopt);
+  world.run(milliseconds(2'000));
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+  EXPECT_EQ(world.status(world[0].decide({.method = "GET", .target = "/healthz"})), 503);
+  world.engine.setAvailable(true);
+  world.run(seconds(6));
+  EXPECT_EQ(world.status(world[0].upgrade(kAgent)), 101);
+}
+
+TEST_F(Cluster, GivesUpSoonWhereItAloneIsCutOff) {
+  const auto agent = joinAgent(0);
+  cutOff(0);
+  world.run(milliseconds(1'500));
+  world[0].member.noteNeighbour(seconds(10), world.engine.now());
+  EXPECT_EQ(world[0].fences, 0);
+  world.run(milliseconds(1'000));
+  // One that has only just found the engine again says nothing.
+  world[0].member.noteNeighbour(milliseconds(500), world.engine.now());
+  EXPECT_EQ(world[0].fences, 0);
+  world[0].member.noteNeighbour(seconds(10), world.engine.now());
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+  EXPECT_EQ(world.status(world[0].upgrade(kAgent)), 503);
+  EXPECT_EQ(world.status(world[1].upgrade(kAgent)), 101);
+}
+
+TEST_F(Cluster, HoldsWhatItReadsAfterASleepUntilItKnowsWhatHappened) {
+  const auto agent = joinAgent(0);
+  const auto phone = joinPhone(0);
+  world[0].isAsleep = true;
+  world[0].engineEnd.isCutOff = true;
+  world.run(seconds(8));
+  // Meanwhile the computer has gone elsewhere.
+  const auto later = joinAgent(1);
+  world[0].isAsleep = false;
+  world[0].engineEnd.isCutOff = false;
+  // It reads its sockets before anything else.
+  EXPECT_TRUE(say(0, phone, Role::phone, request("d1")));
+  world.run(seconds(2));
+  EXPECT_TRUE(agent->ofType("approval.request").empty());
+  EXPECT_TRUE(phone->ofType("relay.receipt").empty());
+  EXPECT_EQ(phone->closed, CloseCode::stopping);
+  EXPECT_EQ(agent->closed, CloseCode::replaced);
+  EXPECT_EQ(later->closed, std::nullopt);
+}
+
+TEST_F(Cluster, GoesOnAfterASleepThatNobodyNoticed) {
+  const auto agent = joinAgent(0);
+  const auto phone = joinPhone(0);
+  world[0].isAsleep = true;
+  world.run(seconds(3));
+  world[0].isAsleep = false;
+  EXPECT_TRUE(say(0, phone, Role::phone, request("d1")));
+  world.run(seconds(2));
+  EXPECT_EQ(agent->ofType("approval.request").size(), 1U);
+  EXPECT_EQ(phone->newest()["delivered"], true);
+}
+
+TEST_F(Cluster, TakesTheHomeOfARelayThatHasGoneAndOfNoOther) {
+  (void)joinAgent(0);
+  world[0].isAsleep = true;
+  EXPECT_EQ(world.status(world[1].upgrade(kPhone)), 0);
+  world.run(seconds(6));
+  EXPECT_EQ(world.status(world[1].upgrade(kPhone)), 101);
+}
+
+TEST_F(Cluster, WaitsALittleForANewHomeWhereTheOldOneDoesNotAnswer) {
+  (void)joinAgent(0);
+  const auto forwarding = std::get<Forwarding>(world.settle(world[1].upgrade(kPhone)));
+  world[0].isAsleep = true;
+  auto decided = std::make_shared<std::optional<ClusterDecision>>();
+  world[1].admission.decideAgain(forwarding, false, [decided](ClusterDecision d) { *decided = std::move(d); });
+  world.run(seconds(3));
+  EXPECT_FALSE(*decided);
+  (void)joinAgent(2);
+  world.run(milliseconds(200));
+  ASSERT_TRUE(*decided);
+  EXPECT_EQ(std::get<Forwarding>(**decided).relay, "relay-c");
+}
+
+TEST_F(Cluster, ReadsEverythingAnewWhenTheWatchWasLeftBehind) {
+  world[2].engineEnd.isCutOff = true;
+  EXPECT_EQ(world.status(world[0].registerToken("another")), 204);
+  world.engine.compact();
+  world[2].engineEnd.isCutOff = false;
+  world.run(seconds(6));
+  EXPECT_NE(world[2].member.mirror().pairing("another"), nullptr);
+  EXPECT_TRUE(world[2].member.isFresh(world.engine.now()));
+}
+
+TEST_F(Cluster, MakesWayForARelayThatWasStartedUnderItsName) {
+  const auto agent = joinAgent(0);
+  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-a", "a2"));
+  world.run(seconds(5));
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+  EXPECT_TRUE(world[0].member.isFenced());
+  EXPECT_FALSE(world[3].member.isFenced());
+}
+
+TEST_F(Cluster, CountsThePairingsOfAllRelays) {
+  for (std::size_t relay = 0; relay < 3; ++relay) world[relay].limits.pairings = 2;
+  EXPECT_EQ(world.status(world[0].upgrade(kAgent)), 101);
+  EXPECT_EQ(world.status(world[1].registerToken("two")), 204);
+  EXPECT_EQ(world.status(world[1].upgrade("role=mac&pairing=two")), 101);
+  EXPECT_EQ(world.status(world[2].registerToken("three")), 507);
+}
+
+TEST_F(Cluster, AsksNothingOfTheEngineForALoadBalancer) {
+  (void)joinAgent(1);
+  world.run(milliseconds(100));
+  const auto route = [&](const std::string& target) {
+    return world[0].admission.answerRoute({.method = "GET", .target = target});
+  };
+  EXPECT_EQ(route("/route?pairing=" + kPairing).headers[1].second, "relay-b");
+  EXPECT_EQ(route("/route?pairing=unknown").headers[1].second, "relay-a");
+  EXPECT_EQ(route("/route").status, 400);
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

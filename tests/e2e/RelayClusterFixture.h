@@ -25,6 +25,7 @@ class ClusterOfRelays {
   explicit ClusterOfRelays(std::vector<std::string> arguments = {});
 
   [[nodiscard]] std::uint16_t port(int relay) const { return ports[static_cast<std::size_t>(relay)]; }
+  [[nodiscard]] pid_t processID(int relay) const { return processes[static_cast<std::size_t>(relay)]->id(); }
   void start(int relay);
   void kill(int relay);
   // In an orderly way. Its exit code.

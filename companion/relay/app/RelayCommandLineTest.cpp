@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
@@ -118,6 +119,57 @@ TEST(RelayCommandLine, WarnsAboutWhatItCannotUse) {
   std::ofstream(file) << "no-such-option = 1\n";
   EXPECT_NE(errorOf({"--config", file}), "");
   EXPECT_EQ(std::get<CommandLineMessage>(readConfiguration({})).exitCode, ExitCode::wrongUsage);
+}
+
+TEST(RelayCommandLine, MakesARelayOneOfSeveral) {
+  EXPECT_FALSE(good({}).cluster);
+  const Arguments safe{"--cluster",
+                       "https://etcd-1:2379,https://[2001:db8::1]:2379",
+                       "--cluster-name",
+                       "relay-1",
+                       "--cluster-listen",
+                       "10.0.0.1:8443",
+                       "--cluster-address",
+                       "relay-1.internal:8443",
+                       "--cluster-user",
+                       "relay",
+                       "--cluster-password-file",
+                       "password",
+                       "--cluster-certificate",
+                       "c",
+                       "--cluster-key",
+                       "k",
+                       "--cluster-authority",
+                       "a"};
+  const auto cluster = good(safe).cluster;
+  ASSERT_TRUE(cluster);
+  EXPECT_TRUE(cluster->isEngineEncrypted);
+  EXPECT_EQ(cluster->engine, (std::vector<PeerAddress>{{"etcd-1", 2379}, {"2001:db8::1", 2379}}));
+  EXPECT_EQ(cluster->address, (PeerAddress{"relay-1.internal", 8443}));
+  EXPECT_EQ(cluster->prefix, "quillard/");
+  // Without one of these nobody would know who is a relay.
+  for (const char* left : {"--cluster-name", "--cluster-key", "--cluster-authority", "--cluster-password-file"}) {
+    auto fewer = safe;
+    const auto at = std::find(fewer.begin(), fewer.end(), left);
+    fewer.erase(at, at + 2);
+    EXPECT_NE(errorOf(fewer), "") << left;
+  }
+  for (const char* engine : {"etcd-1:2379", "ftp://etcd-1:2379", "https://etcd-1", "http://etcd-1:2379",
+                             "https://etcd-1:2379,http://127.0.0.1:2379"}) {
+    auto other = safe;
+    other[1] = engine;
+    EXPECT_NE(errorOf(other), "") << engine;
+  }
+}
+
+TEST(RelayCommandLine, SpeaksInClearWithOtherRelaysOfThisComputerOnly) {
+  const Arguments test{"--cluster", "http://127.0.0.1:2379", "--cluster-name", "a"};
+  EXPECT_NE(errorOf(test), "");
+  auto inClear = test;
+  inClear.emplace_back("--cluster-in-clear");
+  EXPECT_TRUE(good(inClear).cluster);
+  inClear.insert(inClear.end(), {"--cluster-listen", "10.0.0.1:8443"});
+  EXPECT_NE(errorOf(inClear), "");
 }
 
 TEST(RelayCommandLine, ExplainsItself) {

@@ -52,7 +52,7 @@ void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done
     return decideRegistration(request, target->segments[2], kRegistrationAttempts, std::move(done));
   }
   if (isAboutPairing && target->segments.size() == 3) {
-    return decideQuestion(request, target->segments[2], isFromRelay, std::move(done));
+    return decideQuestion(request, *target, isFromRelay, std::move(done));
   }
   if (isFromRelay) return done(errorResponse(404, "There is nothing at this address."));
   const bool isHealth = request.target == "/healthz" && member.isFenced();
@@ -63,8 +63,8 @@ void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done
 
 // ---- Looking up
 
-void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes& from, const Done& refused,
-                               std::function<void()> done) {
+void ClusterAdmission::refresh(const Lookup& lookup, const Done& refused, std::function<void()> done) {
+  const auto& from = lookup.from;
   if (!lookups.take(from, now().instant)) {
     auto answer = errorResponse(429, "Too many requests.");
     answer.headers.emplace_back("retry-after", std::to_string(lookups.wait(from, now().instant).count()));
@@ -72,7 +72,7 @@ void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes&
   }
   if (lookupsUnderWay >= kMostLookups || !member.isFresh(boot())) return refused(unreachable());
   ++lookupsUnderWay;
-  member.refresh(pairingID, [this, refused, done = std::move(done)](bool isKnown) {
+  member.refresh(lookup.pairingID, lookup.deviceID, [this, refused, done = std::move(done)](bool isKnown) {
     --lookupsUnderWay;
     if (!isKnown) return refused(unreachable());
     done();
@@ -81,7 +81,7 @@ void ClusterAdmission::refresh(const std::string& pairingID, const RatePrefixes&
 
 void ClusterAdmission::decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts,
                                           Done done) {
-  refresh(pairingID, request.from, done, [this, request, pairingID, attempts, done] {
+  refresh({.pairingID = pairingID, .from = request.from}, done, [this, request, pairingID, attempts, done] {
     pairings.recount();
     auto answer = service.answer(request, now());
     store.commit(
@@ -94,9 +94,13 @@ void ClusterAdmission::decideRegistration(const HttpRequest& request, const std:
   });
 }
 
-void ClusterAdmission::decideQuestion(const HttpRequest& request, const std::string& pairingID, bool isFromRelay,
+void ClusterAdmission::decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay,
                                       Done done) {
-  refresh(pairingID, isFromRelay ? RatePrefixes{} : request.from, done, [this, request, pairingID, isFromRelay, done] {
+  const std::string& pairingID = target.segments[2];
+  const Lookup lookup{.pairingID = pairingID,
+                      .deviceID = readAskingPhone(target.query).value_or(""),
+                      .from = isFromRelay ? RatePrefixes{} : request.from};
+  refresh(lookup, done, [this, request, pairingID, isFromRelay, done] {
     const auto residence = member.residenceOf(pairingID);
     if (residence.kind != ClusterMember::Residence::Kind::elsewhere) return done(service.answer(request, now()));
     if (isFromRelay) return done(misdirected());
@@ -109,7 +113,8 @@ void ClusterAdmission::decideQuestion(const HttpRequest& request, const std::str
 void ClusterAdmission::decideUpgrade(const HttpRequest& request, bool isFromRelay, Done done) {
   auto examined = service.examine(request, now());
   if (auto* refusal = std::get_if<HttpResponse>(&examined)) return done(std::move(*refusal));
-  if (!member.isFresh(boot())) return done(unreachable());
+  // Whoever forwards it waits for another home.
+  if (!member.isFresh(boot())) return done(isFromRelay ? misdirected() : unreachable());
   decideMember(std::move(std::get<RelayService::Candidate>(examined)), isFromRelay, std::move(done));
 }
 
@@ -118,10 +123,13 @@ void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFr
   auto refusal = service.refusalForCandidate(candidate, now());
   if (!refusal) return decidePlace(std::move(candidate), isFromRelay, latest, std::move(done));
   constexpr int kUnauthorized = 401;
-  if (refusal->status != kUnauthorized) return done(std::move(*refusal));
-  const std::string pairingID = candidate.who.pairingID;
-  const RatePrefixes from = isFromRelay ? RatePrefixes{} : candidate.from;
-  refresh(pairingID, from, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
+  constexpr int kForbidden = 403;
+  const bool mayBeOld = refusal->status == kUnauthorized || refusal->status == kForbidden;
+  if (!mayBeOld) return done(std::move(*refusal));
+  const Lookup lookup{.pairingID = candidate.who.pairingID,
+                      .deviceID = candidate.who.deviceID,
+                      .from = isFromRelay ? RatePrefixes{} : candidate.from};
+  refresh(lookup, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
     if (auto refused = service.refusalForCandidate(candidate, now())) return done(std::move(*refused));
     decidePlace(std::move(candidate), isFromRelay, latest, done);
   });
@@ -132,7 +140,9 @@ void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFro
   const bool isAgent = candidate.who.role == Role::agent;
   if (isAgent && isFromRelay) return done(misdirected());
   const auto residence = member.residenceOf(candidate.who.pairingID);
-  if (!isAgent && residence.kind == Kind::here) return admit(candidate, done);
+  if (!isAgent && residence.kind == Kind::here) {
+    return admitPhone(std::move(candidate), isFromRelay, latest, std::move(done));
+  }
   if (!isAgent && residence.kind == Kind::elsewhere) {
     if (isFromRelay) return done(misdirected());
     const std::string pairingID = candidate.who.pairingID;
@@ -145,13 +155,26 @@ void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFro
   claim(std::move(candidate), isFromRelay, latest, std::move(done));
 }
 
+// The mirror may not know yet that the home has moved, or that the phone was removed.
+void ClusterAdmission::admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+  const Lookup lookup{.pairingID = candidate.who.pairingID, .deviceID = candidate.who.deviceID};
+  refresh(lookup, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
+    const auto residence = member.residenceOf(candidate.who.pairingID);
+    if (residence.kind == ClusterMember::Residence::Kind::here) return admit(candidate, done);
+    decidePlace(std::move(candidate), isFromRelay, latest, done);
+  });
+}
+
 void ClusterAdmission::claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
   const std::string pairingID = candidate.who.pairingID;
   const bool isAgent = candidate.who.role == Role::agent;
   member.claim(pairingID, isAgent, [=, this, candidate = std::move(candidate)](ClusterMember::Claim claimed) mutable {
     using Claim = ClusterMember::Claim;
     if (claimed == Claim::unknown) return done(unreachable());
-    if (claimed == Claim::elsewhere) return decidePlace(std::move(candidate), isFromRelay, latest, done);
+    const bool isPhoneAtHome = claimed == Claim::here && candidate.who.role == Role::phone;
+    if (claimed == Claim::elsewhere || isPhoneAtHome) {
+      return decidePlace(std::move(candidate), isFromRelay, latest, done);
+    }
     // Of a revoked or unknown pairing the mirror knows by now.
     admit(candidate, done);
   });
@@ -173,7 +196,7 @@ void ClusterAdmission::decideAgain(Forwarding forwarding, bool isMisdirected, Do
     return;
   }
   const std::string pairingID = forwarding.pairingID;
-  refresh(pairingID, {}, done, [this, forwarding = std::move(forwarding), done]() mutable {
+  refresh({.pairingID = pairingID}, done, [this, forwarding = std::move(forwarding), done]() mutable {
     waiting.push_back({std::move(forwarding), done});
     homeChanged(waiting.back().forwarding.pairingID);
   });

@@ -12,6 +12,7 @@
 #include "companion/relay/cluster/ClusterPairingStore.h"
 #include "companion/relay/rules/Pairings.h"
 #include "companion/relay/rules/RelayService.h"
+#include "companion/relay/rules/RequestTarget.h"
 
 namespace quillard::relayserver {
 
@@ -28,8 +29,9 @@ struct Forwarding {
 using ClusterDecision = std::variant<HttpResponse, Admission, Forwarding>;
 
 // Who may come in at one relay of a cluster, and where. An agent is always taken where it arrives, which becomes the
-// home; a phone goes to the home, and where there is none, the relay that it has reached becomes it. What is refused
-// because the mirror does not know it is looked up first: "not yet here" is not "nowhere".
+// home; a phone goes to the home, and where there is none, the relay that it has reached becomes it. Nobody is let in,
+// or refused as unknown, by what the mirror says alone: the store is asked first, since the mirror may be some seconds
+// old.
 //
 // Everything may be answered later, on the same thread. Where the store is not reached the answer is 503.
 class ClusterAdmission {
@@ -79,8 +81,15 @@ class ClusterAdmission {
   void claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
   void admit(const RelayService::Candidate& candidate, const Done& done);
   void decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts, Done done);
-  void decideQuestion(const HttpRequest& request, const std::string& pairingID, bool isFromRelay, Done done);
-  void refresh(const std::string& pairingID, const RatePrefixes& from, const Done& refused, std::function<void()> done);
+  void decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay, Done done);
+  // What a client makes the relay ask.
+  struct Lookup {
+    std::string pairingID;
+    std::string deviceID{};  // Empty: of no phone.
+    RatePrefixes from{};     // Empty: that is not counted.
+  };
+  void refresh(const Lookup& lookup, const Done& refused, std::function<void()> done);
+  void admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
   void tryWaiting(const std::function<bool(const Waiting&)>& isDue);
 
   ClusterMember& member;

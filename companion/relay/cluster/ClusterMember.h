@@ -95,8 +95,9 @@ class ClusterMember {
   enum class Claim { here, elsewhere, revoked, noPairing, unknown };
   // Makes this relay the home. By an agent, wherever it was before; by a phone, only where no living relay is the home.
   void claim(const std::string& pairingID, bool isByAgent, std::function<void(Claim)> done);
-  // Reads what the store has of a pairing now into the mirror. False: it is not known.
-  void refresh(const std::string& pairingID, std::function<void(bool)> done);
+  // Reads what the store has of a pairing now into the mirror, and whether this phone was removed; empty: no phone.
+  // False: it is not known.
+  void refresh(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done);
 
   // Runs a transaction, and brings what it read into the mirror.
   void transact(ClusterTransaction transaction, ClusterStore::Done<ClusterTransactionResult> done);

@@ -20,10 +20,12 @@ void ClusterMember::transact(ClusterTransaction transaction, ClusterStore::Done<
   });
 }
 
-void ClusterMember::refresh(const std::string& pairingID, std::function<void(bool)> done) {
-  transact(
-      {.reads = {pairingKey(pairingID), revokedKey(pairingID), homeKey(pairingID)}},
-      [done = std::move(done)](const std::optional<ClusterTransactionResult>& result) { done(result.has_value()); });
+void ClusterMember::refresh(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done) {
+  ClusterTransaction reading{.reads = {pairingKey(pairingID), revokedKey(pairingID), homeKey(pairingID)}};
+  if (!deviceID.empty()) reading.reads.push_back(removedKey(pairingID, deviceID));
+  transact(std::move(reading), [done = std::move(done)](const std::optional<ClusterTransactionResult>& result) {
+    done(result.has_value());
+  });
 }
 
 // ---- Homes

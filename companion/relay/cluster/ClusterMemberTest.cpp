@@ -86,6 +86,17 @@ TEST_F(Cluster, RemovesAPhoneEverywhere) {
   for (std::size_t relay = 0; relay < 3; ++relay) EXPECT_EQ(world.status(world[relay].upgrade(kPhone)), 403);
 }
 
+TEST_F(Cluster, LetsNoRemovedPhoneInByAMirrorThatIsOld) {
+  (void)joinAgent(0);
+  world[0].engineEnd.hasSilentWatch = true;
+  bool isDone = false;
+  world[1].member.removePhone(kPairing, "A", 1, 64, [&] { isDone = true; });
+  world.engine.advance(milliseconds(20));
+  ASSERT_TRUE(isDone);
+  ASSERT_FALSE(world[0].member.mirror().isRemoved(kPairing, "A"));
+  EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 403);
+}
+
 TEST_F(Cluster, KeepsARevocationOnItsDiskUntilTheEngineHasIt) {
   const auto agent = joinAgent(0);
   world.engine.setAvailable(false);

@@ -1,0 +1,198 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include "benchmarks/RatioReporter.h"
+#include "companion/relay/rules/RelayWorld.h"
+#include "e2e/RelayClusterFixture.h"
+
+// What three relays over three members of etcd do: decisions through one, two and three of them, what a tunnel costs a
+// message, and what a pairing that does nothing takes. Clients, relays and etcd share the cores of one machine, so what
+// counts is the relays' own time for a message.
+namespace quillard {
+namespace {
+
+using std::chrono::steady_clock;
+using test::ClusterOfRelays;
+using test::RelayWire;
+
+constexpr int kPairings = 6;
+
+ClusterOfRelays& cluster() {
+  static ClusterOfRelays relays({"--phone-messages-per-second", "1000000", "--agent-messages-per-second", "1000000",
+                                 "--pairing-work-burst", "100000", "--address-work-burst", "100000", "--work-burst",
+                                 "100000", "--pairing-mebibyte-burst", "100000", "--address-mebibyte-burst", "100000",
+                                 "--open-requests", "100000"});
+  return relays;
+}
+
+// Seconds of all relays, in user and system mode.
+double relaySeconds() {
+  double all = 0;
+  for (int relay = 0; relay < ClusterOfRelays::kRelays; ++relay) {
+    std::ifstream stream("/proc/" + std::to_string(cluster().processID(relay)) + "/stat");
+    std::string field;
+    double ticks = 0;
+    for (int i = 1; stream >> field; ++i) {
+      if (i == 14 || i == 15) ticks += std::stod(field);
+    }
+    all += ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
+  }
+  return all;
+}
+
+double relayKibibytes() {
+  double all = 0;
+  for (int relay = 0; relay < ClusterOfRelays::kRelays; ++relay) {
+    std::ifstream rollup("/proc/" + std::to_string(cluster().processID(relay)) + "/smaps_rollup");
+    double value = 0;
+    for (std::string name; rollup >> name;) {
+      if (name == "Pss:" && rollup >> value) break;
+    }
+    all += value;
+  }
+  return all;
+}
+
+std::unique_ptr<RelayWire> join(int relay, const std::string& query) {
+  auto wire = std::make_unique<RelayWire>(cluster().port(relay));
+  if (wire->upgrade(query, test::kClusterBearer).status != 101) throw std::runtime_error("a join was refused");
+  return wire;
+}
+
+// A pairing whose agent answers each decision, and a phone at the same or another relay.
+struct Pair {
+  Pair(const std::string& name, int agentAt, int phoneAt) {
+    if (test::registerAt(cluster(), agentAt, name) != 204) throw std::runtime_error("no registration");
+    agent = join(agentAt, "role=mac&pairing=" + name);
+    phone = join(phoneAt, "role=phone&deviceName=A&deviceID=A&pairing=" + name);
+  }
+  // From the phone to the agent, and the receipt back.
+  double decide(const std::string& text) const {
+    const auto begin = steady_clock::now();
+    phone->sendFrame(test::Opcode::text, text);
+    agent->read("approval.request");
+    phone->read("relay.receipt");
+    return std::chrono::duration<double, std::micro>(steady_clock::now() - begin).count();
+  }
+  std::unique_ptr<RelayWire> agent;
+  std::unique_ptr<RelayWire> phone;
+};
+
+std::string decisionText() {
+  auto message = relayserver::request("d1");
+  message["encryptedRequest"]["ciphertext"] = std::string(1024, 'A');
+  return message.dump();
+}
+
+// `state.range(0)`: relays that have rooms; `state.range(1)`: whether phones come in elsewhere.
+void decisions(benchmark::State& state) {
+  static int run = 0;
+  const std::string text = decisionText();
+  for (auto _ : state) {
+    ++run;
+    std::vector<std::unique_ptr<Pair>> pairs;
+    const int relays = static_cast<int>(state.range(0));
+    for (int i = 0; i < kPairings; ++i) {
+      const int home = i % relays;
+      const int edge = state.range(1) != 0 ? (home + 1) % ClusterOfRelays::kRelays : home;
+      pairs.push_back(std::make_unique<Pair>("run-" + std::to_string(run) + "-" + std::to_string(i), home, edge));
+    }
+    const double before = relaySeconds();
+    const auto begin = steady_clock::now();
+    std::vector<std::vector<double>> times(pairs.size());
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+      threads.emplace_back([&, i] {
+        constexpr int kDecisions = 500;
+        for (int k = 0; k < kDecisions; ++k) times[i].push_back(pairs[i]->decide(text));
+      });
+    }
+    for (auto& thread : threads) thread.join();
+    const double took = std::chrono::duration<double>(steady_clock::now() - begin).count();
+    std::vector<double> all;
+    for (const auto& some : times) all.insert(all.end(), some.begin(), some.end());
+    std::sort(all.begin(), all.end());
+    const auto count = static_cast<double>(all.size());
+    state.counters["decisions_a_second"] = count / took;
+    state.counters["us_median"] = all[all.size() / 2];
+    state.counters["us_p99"] = all[all.size() * 99 / 100];
+    state.counters["relay_us_a_decision"] = (relaySeconds() - before) * 1e6 / count;
+    state.SetIterationTime((relaySeconds() - before) / count);
+  }
+}
+BENCHMARK(decisions)
+    ->Args({1, 0})
+    ->Args({2, 0})
+    ->Args({3, 0})
+    ->Args({1, 1})
+    ->Args({3, 1})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+
+// Agents that join anew: a transaction each.
+void joins(benchmark::State& state) {
+  static int run = 0;
+  for (auto _ : state) {
+    constexpr int kJoins = 300;
+    std::vector<std::unique_ptr<RelayWire>> wires;
+    std::vector<std::string> names;
+    for (int i = 0; i < kJoins; ++i) {
+      names.push_back("join-" + std::to_string(run) + "-" + std::to_string(i));
+      (void)test::registerAt(cluster(), 0, names.back());
+    }
+    const auto begin = steady_clock::now();
+    for (int i = 0; i < kJoins; ++i) {
+      wires.push_back(join(i % ClusterOfRelays::kRelays, "role=mac&pairing=" + names[static_cast<std::size_t>(i)]));
+    }
+    const double took = std::chrono::duration<double>(steady_clock::now() - begin).count();
+    state.counters["joins_a_second_one_by_one"] = kJoins / took;
+    state.SetIterationTime(took / kJoins);
+    ++run;
+  }
+}
+BENCHMARK(joins)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+// KiB of all relays for a silent agent and a phone. The argument: whether the phone comes in elsewhere.
+void idlePairings(benchmark::State& state) {
+  static int run = 0;
+  for (auto _ : state) {
+    constexpr int kIdle = 300;
+    std::vector<std::unique_ptr<Pair>> pairs;
+    const double before = relayKibibytes();
+    for (int i = 0; i < kIdle; ++i) {
+      const int home = i % ClusterOfRelays::kRelays;
+      const int edge = state.range(0) != 0 ? (home + 1) % ClusterOfRelays::kRelays : home;
+      pairs.push_back(std::make_unique<Pair>("idle-" + std::to_string(run) + "-" + std::to_string(i), home, edge));
+    }
+    state.counters["KiB_a_pairing"] = (relayKibibytes() - before) / kIdle;
+    ++run;
+  }
+}
+BENCHMARK(idlePairings)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace quillard
+
+int main(int argc, char** argv) {
+  if (!quillard::test::EtcdMembers::isInstalled()) {
+    std::printf("%s\n", quillard::test::EtcdMembers::kMissing);
+    return 0;
+  }
+  return quillard::benchmarks::runAndPrintRatios(
+      argc, argv,
+      {{"decisions/1/1/iterations:1/manual_time", "decisions/1/0/iterations:1/manual_time",
+        "a tunnel costs a decision less of the relays' time than the decision itself: at most 2.5"},
+       {"decisions/3/0/iterations:1/manual_time", "decisions/1/0/iterations:1/manual_time",
+        "a decision costs three relays what it costs one: at most 1.3"}});
+}

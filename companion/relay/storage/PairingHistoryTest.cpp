@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include "companion/relay/cluster/ClusterWorld.h"
+#include "companion/relay/storage/SqlitePairingStore.h"
+#include "support/TemporaryFolder.h"
+
+// One random history of registrations, joins, removals and revocations, against a plain model: by one relay with its
+// database, and by three relays of a cluster, of which some are cut off or asleep now and then.
+namespace quillard::relayserver {
+namespace {
+
+struct Step {
+  int kind = 0;  // Registers, joins, removes, revokes, and for a cluster a fault.
+  int pairing = 0;
+  int device = 0;
+  int token = 0;
+  std::size_t relay = 0;
+};
+
+std::string pairingName(const Step& step) { return "pairing-" + std::to_string(step.pairing); }
+std::string deviceName(const Step& step) { return "D" + std::to_string(step.device); }
+std::string tokenOf(const Step& step) { return std::string(64, static_cast<char>('a' + step.token)); }
+
+HttpRequest registration(const Step& step) {
+  return {.method = "PUT",
+          .target = "/api/pairings/" + pairingName(step) + "/relay-token",
+          .body = R"({"client":"mac","version":1})",
+          .authorization = {"Bearer " + tokenOf(step)}};
+}
+HttpRequest phoneJoin(const Step& step) {
+  return {.method = "GET",
+          .target = "/ws?role=phone&deviceName=A&deviceID=" + deviceName(step) + "&pairing=" + pairingName(step),
+          .authorization = {"Bearer " + tokenOf(step)},
+          .asksForWebSocket = true};
+}
+
+// What has to be answered.
+class Model {
+ public:
+  int registerToken(const Step& step) {
+    if (revoked.contains(step.pairing)) return 410;
+    const auto [at, isNew] = tokens.try_emplace(step.pairing, step.token);
+    return isNew || at->second == step.token ? 204 : 401;
+  }
+  [[nodiscard]] int join(const Step& step) const {
+    if (revoked.contains(step.pairing)) return 410;
+    const auto known = tokens.find(step.pairing);
+    if (known == tokens.end() || known->second != step.token) return 401;
+    return removed.contains({step.pairing, step.device}) ? 403 : 101;
+  }
+  [[nodiscard]] bool isKept(const Step& step) const {
+    return tokens.contains(step.pairing) && !revoked.contains(step.pairing);
+  }
+  void remove(const Step& step) { removed.insert({step.pairing, step.device}); }
+  void revoke(const Step& step) { revoked.insert(step.pairing); }
+
+ private:
+  std::map<int, int> tokens;
+  std::set<int> revoked;
+  std::set<std::pair<int, int>> removed;
+};
+
+class OneRelay {
+ public:
+  int answer(const HttpRequest& request, std::size_t) {
+    if (!request.asksForWebSocket) return service.answer(request, {}).status;
+    const auto outcome = service.admit(request, {});
+    const auto* refusal = std::get_if<HttpResponse>(&outcome);
+    return refusal ? refusal->status : 101;
+  }
+  void remove(const Step& step) { RC_ASSERT(pairings.removePhone(pairingName(step), deviceName(step), 1)); }
+  void revoke(const Step& step) { RC_ASSERT(pairings.revoke(pairingName(step), 1)); }
+  void fail(const Step&) {}
+  static bool mayRefuse() { return false; }
+
+ private:
+  test::TemporaryFolder folder;
+  RelayLimits limits{.registrations = {1e6, 1e6}, .handshakes = {1e6, 1e6}};
+  SqlitePairingStore store{folder.path() + "/relay.db"};
+  Pairings pairings{store, limits};
+  MemoryBudget memory{limits.memoryBytes};
+  RelayMetrics metrics;
+  KeptLog log;
+  PhonePage page;
+  PairingRooms rooms{PairingRooms::Dependencies{pairings, memory, limits, metrics, log}};
+  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits}};
+};
+
+class ThreeRelays {
+ public:
+  int answer(const HttpRequest& request, std::size_t relay) {
+    const int status = world.status(world[relay].decide(request));
+    return status == 0 ? 101 : status;  // Let in by its home.
+  }
+  // By a relay that is well, as an agent would come to.
+  void remove(const Step& step) {
+    bool isDone = false;
+    world[well(step)].member.removePhone(pairingName(step), deviceName(step), 1, 64, [&] { isDone = true; });
+    settle(isDone);
+  }
+  void revoke(const Step& step) {
+    bool isDone = false;
+    world[well(step)].member.revoke(pairingName(step), 1, [&] { isDone = true; });
+    settle(isDone);
+  }
+  void fail(const Step& step) {
+    auto& relay = world[step.relay];
+    if (step.device == 0) relay.engineEnd.isCutOff = !relay.engineEnd.isCutOff;
+    if (step.device == 1) relay.engineEnd.hasSilentWatch = true;
+    if (step.device == 2) world.engine.compact();
+    // Only one at a time is cut off.
+    for (std::size_t other = 0; other < 3; ++other) {
+      if (other != step.relay) world[other].engineEnd.isCutOff = false;
+    }
+    world.run(std::chrono::milliseconds(step.token == 0 ? 50 : 9'000));
+  }
+  [[nodiscard]] bool mayRefuse() const { return true; }
+
+ private:
+  void settle(const bool& isDone) {
+    for (int i = 0; i < 200 && !isDone; ++i) world.run(std::chrono::milliseconds(50));
+    RC_ASSERT(isDone);
+  }
+  [[nodiscard]] std::size_t well(const Step& step) {
+    return world[step.relay].engineEnd.isCutOff ? (step.relay + 1) % 3 : step.relay;
+  }
+
+  ClusterWorld world;
+};
+
+template <class Relays>
+void follow(const std::vector<Step>& history, Relays& relays) {
+  Model model;
+  for (const auto& step : history) {
+    if (step.kind == 0) {
+      const int status = relays.answer(registration(step), step.relay);
+      // Nobody may be told anything else than what is so; that it cannot be known is fine.
+      if (relays.mayRefuse() && status == 503) continue;
+      RC_ASSERT(status == model.registerToken(step));
+    } else if (step.kind <= 2) {
+      const int status = relays.answer(phoneJoin(step), step.relay);
+      if (relays.mayRefuse() && status == 503) continue;
+      RC_ASSERT(status == model.join(step));
+    } else if (step.kind == 3 && model.isKept(step)) {
+      relays.remove(step);
+      model.remove(step);
+    } else if (step.kind == 4 && model.isKept(step)) {
+      relays.revoke(step);
+      model.revoke(step);
+    } else if (step.kind >= 5) {
+      relays.fail(step);
+    }
+  }
+}
+
+rc::Gen<std::vector<Step>> histories() {
+  return rc::gen::container<std::vector<Step>>(
+      rc::gen::construct<Step>(rc::gen::inRange(0, 7), rc::gen::inRange(0, 3), rc::gen::inRange(0, 3),
+                               rc::gen::weightedElement<int>({{4, 0}, {1, 1}}), rc::gen::inRange<std::size_t>(0, 3)));
+}
+
+RC_GTEST_PROP(PairingHistory, IsAnsweredByOneRelayAsByTheModel, ()) {
+  const auto history = *histories();
+  OneRelay relay;
+  follow(history, relay);
+}
+
+RC_GTEST_PROP(PairingHistory, IsAnsweredByAClusterAsByTheModel, ()) {
+  const auto history = *histories();
+  ThreeRelays relays;
+  follow(history, relays);
+}
+
+}  // namespace
+}  // namespace quillard::relayserver

@@ -47,9 +47,9 @@ class ClusterRelay {
     return {engine.now(), std::chrono::duration_cast<std::chrono::seconds>(engine.now().time_since_epoch()).count()};
   }
   // Absent: it is not decided yet.
-  std::shared_ptr<std::optional<ClusterDecision>> decide(const HttpRequest& request) {
+  std::shared_ptr<std::optional<ClusterDecision>> decide(const HttpRequest& request, bool isFromRelay = false) {
     auto decided = std::make_shared<std::optional<ClusterDecision>>();
-    admission.decide(request, false, [decided](ClusterDecision decision) { *decided = std::move(decision); });
+    admission.decide(request, isFromRelay, [decided](ClusterDecision decision) { *decided = std::move(decision); });
     return decided;
   }
   std::shared_ptr<std::optional<ClusterDecision>> upgrade(const std::string& query) {

@@ -91,8 +91,13 @@ class OneRelay {
 class ThreeRelays {
  public:
   int answer(const HttpRequest& request, std::size_t relay) {
-    const int status = world.status(world[relay].decide(request));
-    return status == 0 ? 101 : status;  // Let in by its home.
+    const auto decision = world.settle(world[relay].decide(request));
+    const auto* forwarding = std::get_if<Forwarding>(&decision);
+    if (!forwarding) return statusOf(decision);
+    // As the tunnel would bring it there; a home that cannot say so is no answer.
+    const auto home = static_cast<std::size_t>(forwarding->relay.back() - 'a');
+    const int status = statusOf(world.settle(world[home].decide(request, true)));
+    return status == 421 ? 503 : status;
   }
   // By a relay that is well, as an agent would come to.
   void remove(const Step& step) {
@@ -119,6 +124,10 @@ class ThreeRelays {
   [[nodiscard]] bool mayRefuse() const { return true; }
 
  private:
+  static int statusOf(const ClusterDecision& decision) {
+    const auto* answer = std::get_if<HttpResponse>(&decision);
+    return answer ? answer->status : 101;
+  }
   void settle(const bool& isDone) {
     for (int i = 0; i < 200 && !isDone; ++i) world.run(std::chrono::milliseconds(50));
     RC_ASSERT(isDone);

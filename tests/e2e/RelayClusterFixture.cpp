@@ -14,7 +14,9 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 ClusterOfRelays::ClusterOfRelays(std::vector<std::string> more)
-    : arguments(std::move(more)), ports(freePorts(kRelays)) {
+    : arguments(std::move(more)), ports(freePorts(2 * kRelays)) {
+  peerPorts.assign(ports.begin() + kRelays, ports.end());
+  ports.resize(kRelays);
   processes.resize(kRelays);
   for (int relay = 0; relay < kRelays; ++relay) {
     links.emplace_back();
@@ -45,7 +47,7 @@ void ClusterOfRelays::start(int relay) {
                                    "--cluster-name",
                                    "relay-" + std::to_string(relay),
                                    "--cluster-listen",
-                                   "127.0.0.1:0",
+                                   "127.0.0.1:" + std::to_string(peerPorts[at]),
                                    "--cluster-in-clear",
                                    "--registration-burst",
                                    "100000",

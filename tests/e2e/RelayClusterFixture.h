@@ -25,6 +25,8 @@ class ClusterOfRelays {
   explicit ClusterOfRelays(std::vector<std::string> arguments = {});
 
   [[nodiscard]] std::uint16_t port(int relay) const { return ports[static_cast<std::size_t>(relay)]; }
+  // Where it listens for the other relays.
+  [[nodiscard]] std::uint16_t peerPort(int relay) const { return peerPorts[static_cast<std::size_t>(relay)]; }
   [[nodiscard]] pid_t processID(int relay) const { return processes[static_cast<std::size_t>(relay)]->id(); }
   void start(int relay);
   void kill(int relay);
@@ -44,6 +46,7 @@ class ClusterOfRelays {
   EtcdMembers members{3};
   std::vector<std::vector<std::unique_ptr<CuttableLink>>> links;  // Of each relay, to each member.
   std::vector<std::uint16_t> ports;
+  std::vector<std::uint16_t> peerPorts;
   std::vector<std::unique_ptr<ChildProcess>> processes;
 };
 

@@ -1,11 +1,12 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <functional>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "companion/relay/rules/RelayWorld.h"
+#include "contract/support/TestAuthority.h"
 #include "e2e/RelayClusterFixture.h"
 #include "support/LongTests.h"
 
@@ -150,6 +151,30 @@ class RelayCluster : public testing::Test {
 TEST_F(RelayCluster, LosesNothingWhenARelayOrTheLeaderOfEtcdIsKilled) {
   killAndRestart(busiest());
   killAndRestartEtcd(std::max(relays->etcd().leader(), 0));
+}
+
+TEST(RelayClusterTls, TrustsRelaysByTheirCertificatesAndNobodyElse) {
+  if (!EtcdMembers::isInstalled()) GTEST_SKIP() << EtcdMembers::kMissing;
+  const TestAuthority authority;
+  const TemporaryFolder folder;
+  const auto identity = authority.issue();
+  std::ofstream(folder.path() + "/certificate") << identity.certificate;
+  std::ofstream(folder.path() + "/key") << identity.key;
+  std::ofstream(folder.path() + "/authority") << authority.certificate();
+  const ClusterOfRelays relays({"--cluster-certificate", folder.path() + "/certificate", "--cluster-key",
+                                folder.path() + "/key", "--cluster-authority", folder.path() + "/authority"});
+  ASSERT_EQ(registerAt(relays, 0, "home"), 204);
+  RelayWire agent(relays.port(0));
+  ASSERT_EQ(agent.upgrade("role=mac&pairing=home", kClusterBearer).status, 101);
+  RelayWire phone(relays.port(1));
+  ASSERT_EQ(phone.upgrade("role=phone&deviceName=A&deviceID=A&pairing=home", kClusterBearer).status, 101);
+  phone.say(relayserver::request("d1"));
+  EXPECT_EQ(agent.read("approval.request")["decisionID"], "d1");
+  EXPECT_EQ(phone.read("relay.receipt")["delivered"], true);
+  // Without a certificate, or without TLS.
+  RelayWire stranger(relays.peerPort(0), authority.certificate());
+  EXPECT_EQ(stranger.ask("GET", "/cluster").status, 0);
+  EXPECT_EQ(RelayWire(relays.peerPort(0)).ask("GET", "/cluster").status, 0);
 }
 
 // Some minutes.

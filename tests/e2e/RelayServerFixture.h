@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "contract/support/EtcdMembers.h"
 #include "e2e/RelayProgram.h"
 #include "e2e/RelayWire.h"
+#include "support/LongTests.h"
 
 namespace quillard::test {
 
@@ -18,6 +20,8 @@ class RelayServer : public testing::Test {
  protected:
   void SetUp() override {
     if (RelayProgram::relayCount() == 0) GTEST_SKIP() << EtcdMembers::kMissing;
+    const bool isOnlyForLong = std::getenv("QUILLARD_ONLY_IN_LONG_TESTS") != nullptr;
+    if (isOnlyForLong && rounds(0, 1) == 0) GTEST_SKIP() << "The whole suite takes a minute: ./test --long";
   }
 
   inline static const std::string kToken = std::string(64, 'a');

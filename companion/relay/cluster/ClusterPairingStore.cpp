@@ -137,6 +137,16 @@ bool ClusterPairingStore::forgetOldestUnjoined() {
   return makeRoomWith(member.mirror().leastUsed(false, std::numeric_limits<std::int64_t>::max(), kCandidates));
 }
 
+std::optional<std::string> ClusterPairingStore::forgetLeastUsed(std::int64_t usedBefore) {
+  check();
+  for (const bool isJoined : {false, true}) {
+    for (const auto& pairingID : member.mirror().leastUsed(isJoined, usedBefore, kCandidates)) {
+      if (makeRoomWith({pairingID})) return pairingID;
+    }
+  }
+  return std::nullopt;
+}
+
 std::size_t ClusterPairingStore::count() {
   // Before the mirror is filled, there is nothing to be counted.
   const auto kept = member.mirror().pairingCount();

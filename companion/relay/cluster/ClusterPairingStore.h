@@ -39,6 +39,10 @@ class ClusterPairingStore final : public PairingStore {
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
   bool forgetOldestUnjoined() override;
+  // Of all, the one that was not used for the longest time, if that was before then; together with what is added next.
+  std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore);
+  // Throws Failure while the store is not reached.
+  void probe() { check(); }
   std::size_t count() override;
   std::size_t countUnjoined() override;
 

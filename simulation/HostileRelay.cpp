@@ -250,7 +250,7 @@ void HostileRelay::fromAgent(const std::shared_ptr<AgentLink>& link, const std::
     toAgent(link, frame);
   }
   send(frame, link->lastFromAgent, [this, link](const std::string& arrived) {
-    core->rooms.didReceiveBytes(*link->peer, moment().instant);
+    core->rooms.didReceiveBytes(*link->peer, 1, moment().instant);
     core->rooms.take(*link->peer, arrived, moment());
   });
 }
@@ -340,7 +340,7 @@ void HostileRelay::send(const std::string& deviceID, const std::string& frame) {
   const auto found = phones.find(deviceID);
   if (found == phones.end()) return;
   send(frame, found->second.lastFromPhone, [this, peer = found->second.peer](const std::string& arrived) {
-    core->rooms.didReceiveBytes(*peer, moment().instant);
+    core->rooms.didReceiveBytes(*peer, 1, moment().instant);
     core->rooms.take(*peer, arrived, moment());
   });
 }
@@ -499,13 +499,13 @@ void HostileRelay::tick() {
   std::erase_if(agents, [](const auto& link) { return link->hasLeft; });
   core->rooms.tick(moment().instant);
   for (const auto& link : agents) {
-    if (std::exchange(link->peer->pinged, false)) core->rooms.didReceiveBytes(*link->peer, moment().instant);
+    if (std::exchange(link->peer->pinged, false)) core->rooms.didReceiveBytes(*link->peer, 1, moment().instant);
   }
   std::vector<std::shared_ptr<PhonePeer>> alive;
   for (const auto& [deviceID, link] : phones) {
     if (std::exchange(link.peer->pinged, false)) alive.push_back(link.peer);
   }
-  for (const auto& peer : alive) core->rooms.didReceiveBytes(*peer, moment().instant);
+  for (const auto& peer : alive) core->rooms.didReceiveBytes(*peer, 1, moment().instant);
 }
 
 }  // namespace quillard::simulation

@@ -149,6 +149,54 @@ TEST_F(RelayLoad, ServesHonestPairingsWhileOthersSendTheDearestMessages) {
   for (auto& sender : senders) sender.join();
 }
 
+// Frames that are no message, one after another, from several clients: what the relay has done of them is within what
+// it has for them.
+TEST_F(RelayLoad, ServesHonestPairingsWhileOthersSendPingsAndPieces) {
+  start();
+  constexpr int kHostile = 4;
+  constexpr int kMostFrames = 600'000;  // Of each: more than six seconds of work.
+  const auto begin = steady_clock::now();
+  std::vector<std::unique_ptr<RelayWire>> hostile;
+  for (int i = 0; i < kHostile; ++i) {
+    const std::string address = "198.51.100." + std::to_string(i);
+    ASSERT_EQ(registerFrom("hostile-" + std::to_string(i), address), 204);
+    hostile.push_back(joinFrom(agentQuery("hostile-" + std::to_string(i)), address));
+  }
+  // The first two send pings, the others a message byte by byte.
+  const std::string ping("\x89\x80\0\0\0\0", 6);
+  const std::string piece("\x00\x81\0\0\0\0 ", 7);
+  std::atomic<std::size_t> pongs{0};
+  std::atomic<std::size_t> pieceBytes{0};
+  std::vector<std::thread> clients;
+  for (int i = 0; i < kHostile; ++i) {
+    clients.emplace_back([&, client = hostile[static_cast<std::size_t>(i)].get(), pings = i < 2] {
+      constexpr int kAtOnce = 1000;
+      std::string many;
+      for (int k = 0; k < kAtOnce; ++k) many += pings ? ping : piece;
+      if (!pings) client->sendFrame(Opcode::text, " ", false);
+      for (int sent = 0; sent < kMostFrames && client->write(many); sent += kAtOnce) {
+        if (!pings) pieceBytes += many.size();
+      }
+    });
+    if (i >= 2) continue;
+    clients.emplace_back([&, client = hostile[static_cast<std::size_t>(i)].get()] {
+      while (client->readRaw(2).size() == 2) ++pongs;
+    });
+  }
+  for (int i = 0; i < 50; ++i) useHonestly(i);
+  const auto passed = std::chrono::duration<double>(steady_clock::now() - begin).count();
+  // By its budget each of them gets half a second of work at first, and then 20 ms a second: 10 us a ping, 2 us a
+  // piece. What it has read ahead may come on top.
+  constexpr double kReadAhead = 4096;
+  EXPECT_GT(pongs, 0U);
+  EXPECT_LE(static_cast<double>(pongs), 2 * ((0.5 + 0.02 * passed) / 10e-6 + kReadAhead));
+  const double mostPieces = (0.5 + 0.02 * passed) / 2e-6 + kReadAhead;
+  constexpr double kInTheSystem = 4.0 * 1024 * 1024;
+  EXPECT_LE(static_cast<double>(pieceBytes), 2 * (mostPieces * 7 + kInTheSystem));
+  relay->signal(SIGKILL);
+  for (auto& client : clients) client.join();
+}
+
 TEST_F(RelayLoad, KeepsUnfinishedMessagesWithinItsMemoryAndThoseOfOthersWhole) {
   start({"--handshake-burst", "1000", "--registration-burst", "1000"});
   ASSERT_EQ(registerFrom("honest", "192.0.2.1"), 204);
@@ -207,7 +255,8 @@ TEST_F(RelayLoad, KeepsWhatSlowReadersDoNotReadWithinItsMemory) {
 }
 
 TEST_F(RelayLoad, TakesNewcomersAfterAFloodOfRegistrations) {
-  start({"--pairings", "200", "--unjoined-pairings", "100", "--new-pairing-burst", "100000"});
+  start({"--pairings", "200", "--unjoined-pairings", "100", "--new-pairing-burst", "100000",
+         "--address-new-pairing-burst", "100000"});
   ASSERT_EQ(registerFrom("honest-before", "192.0.2.1"), 204);
   const auto before = joinFrom(agentQuery("honest-before"), "192.0.2.1");
   constexpr int kRegistrations = 500;

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "e2e/RelayServerFixture.h"
 
@@ -186,6 +187,25 @@ TEST_F(RelayServer, ClosesConnectionsAndLeavesWithoutWaitingForItsTimeouts) {
     EXPECT_EQ(relay->wait(), 0);
     EXPECT_LT(steady_clock::now() - start, seconds(3));
   }
+}
+
+TEST_F(RelayServer, IsNotReadyWhileTheDiskIsFull) {
+  start();
+  EXPECT_EQ(wire()->ask("GET", "/readyz").status, 200);
+  // No file of its own may grow any more.
+  const rlimit none{.rlim_cur = 0, .rlim_max = RLIM_INFINITY};
+  ASSERT_EQ(::prlimit(relay->processID(), RLIMIT_FSIZE, &none, nullptr), 0);
+  EXPECT_EQ(registerToken(kToken, "another"), 500);
+  EXPECT_EQ(wire()->ask("GET", "/readyz").status, 503);
+  EXPECT_EQ(wire()->ask("GET", "/healthz").status, 200);
+  EXPECT_EQ(join(agentQuery())->read("phone.status")["phoneCount"], 0);
+  const rlimit all{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
+  ASSERT_EQ(::prlimit(relay->processID(), RLIMIT_FSIZE, &all, nullptr), 0);
+  const auto latest = steady_clock::now() + seconds(30);
+  while (wire()->ask("GET", "/readyz").status != 200 && steady_clock::now() < latest)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(wire()->ask("GET", "/readyz").status, 200);
+  EXPECT_EQ(registerToken(kToken, "another"), 204);
 }
 
 TEST_F(RelayServer, ServesOnWhileItDrains) {

@@ -27,6 +27,8 @@ void prepareProcess() {
   ::setrlimit(RLIMIT_CORE, &none);
   ::umask(S_IRWXG | S_IRWXO);
   std::signal(SIGPIPE, SIG_IGN);
+  // Who writes more than may be written is told so, and need not end.
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 // Raises the limit of open files to what so many connections need, as far as this user may, and returns how many

@@ -32,6 +32,7 @@ struct Arguments {
   std::vector<std::string> trustedProxies{"127.0.0.0/8", "::1"};
   RelayLimits limits;
   long purgeDays = 400;
+  long reclaimDays = 1;
   std::size_t snapshotMebibytes = 256;
   std::size_t memoryMebibytes = 512;
   std::string registrationKeyFile;
@@ -68,13 +69,18 @@ void describeLimits(CLI::App& program, Arguments& read) {
         ->group(kLimitsGroup);
   };
   limit("pairings", read.limits.pairings, "The most pairings that are kept", 10'000'000);
-  limit("unjoined-pairings", read.limits.unjoinedPairings, "Of these, that nobody has joined yet", 10'000'000);
+  limit("unjoined-pairings", read.limits.unjoinedPairings, "Of these, that no client has joined yet", 10'000'000);
   add(program, "purge-days", read.purgeDays, "Forget a pairing that was not used for so many days")
+      ->check(CLI::Range(1, 36'500))
+      ->capture_default_str()
+      ->group(kLimitsGroup);
+  add(program, "reclaim-days", read.reclaimDays, "Where all places are taken, forget one not used for so many days")
       ->check(CLI::Range(1, 36'500))
       ->capture_default_str()
       ->group(kLimitsGroup);
   limit("connections", read.limits.connections, "The most connections at the same time", 1'000'000);
   limit("open-requests", read.limits.openRequests, "Of one address, that are no WebSocket yet", 1'000'000);
+  limit("address-websockets", read.limits.addressWebSockets, "WebSockets of one address", 1'000'000);
   limit("memory", read.memoryMebibytes, "MiB that clients can make the relay keep, snapshots included", 1'048'576);
   limit("snapshot-memory", read.snapshotMebibytes, "MiB for the newest snapshots of all pairings", 1'048'576);
 }
@@ -96,6 +102,10 @@ void describeRates(CLI::App& program, Arguments& read) {
   auto& limits = read.limits;
   rate("registration-burst", "registrations-per-second", limits.registrations, 1, "Registrations from one address");
   rate("handshake-burst", "handshakes-per-second", limits.handshakes, 1, "WebSockets and questions from one address");
+  rate("address-new-pairing-burst", "address-new-pairings-per-second", limits.addressNewPairings, 1,
+       "New pairings from one address");
+  rate("address-connection-burst", "address-connections-per-second", limits.addressNewConnections, 1,
+       "Connections from one address, unless it is a trusted proxy");
   rate("new-pairing-burst", "new-pairings-per-second", limits.newPairings, 1, "New pairings from all addresses");
   rate("connection-burst", "connections-per-second", limits.newConnections, 1, "Connections from all addresses");
   rate("agent-message-burst", "agent-messages-per-second", limits.agentMessages, 1, "Messages of one agent");
@@ -318,6 +328,7 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
                                    .drain = std::chrono::seconds(read.drainSeconds),
                                    .limits = read.limits};
   configuration.limits.purgeAfter = std::chrono::hours(24 * read.purgeDays);
+  configuration.limits.reclaimAfter = std::chrono::hours(24 * read.reclaimDays);
   configuration.limits.memoryBytes = read.memoryMebibytes * 1024 * 1024;
   // Else snapshots alone would fill the memory, and messages under way would be dropped instead.
   configuration.limits.snapshotBytes =

@@ -20,11 +20,11 @@ class MemoryPairingStore final : public PairingStore {
     return found == entries.end() ? std::nullopt : std::optional(found->second);
   }
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override {
-    check();
+    checkWriting();
     entries[pairingID] = {token, now, false};
   }
   void markUsed(const std::string& pairingID, std::int64_t now) override {
-    check();
+    checkWriting();
     entries.at(pairingID).lastUsed = now;
   }
   void markJoined(const std::string& pairingID, std::int64_t now) override {
@@ -32,11 +32,11 @@ class MemoryPairingStore final : public PairingStore {
     entries.at(pairingID).isJoined = true;
   }
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t) override {
-    check();
+    checkWriting();
     entries[pairingID] = {std::nullopt, now};
   }
   void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t, std::size_t) override {
-    check();
+    checkWriting();
     removed.insert({pairingID, deviceID});
   }
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override {
@@ -65,6 +65,19 @@ class MemoryPairingStore final : public PairingStore {
     entries.erase(oldest);
     return true;
   }
+  std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override {
+    check();
+    auto oldest = entries.end();
+    for (auto at = entries.begin(); at != entries.end(); ++at) {
+      if (!at->second.token || at->second.lastUsed >= usedBefore) continue;
+      if (oldest == entries.end() || at->second.lastUsed < oldest->second.lastUsed) oldest = at;
+    }
+    if (oldest == entries.end()) return std::nullopt;
+    auto name = oldest->first;
+    entries.erase(oldest);
+    return name;
+  }
+  void probe() override { checkWriting(); }
   std::size_t countUnjoined() override {
     check();
     return static_cast<std::size_t>(
@@ -78,13 +91,18 @@ class MemoryPairingStore final : public PairingStore {
 
   bool fails = false;
   bool cannotSeeRemoved = false;
+  bool failsToWrite = false;  // Reading works.
   std::map<std::string, Entry> entries;
   std::set<std::pair<std::string, std::string>> removed;
 
  private:
   static bool isUnjoined(const Entry& entry) { return entry.token && !entry.isJoined; }
   void check() const {
-    if (fails) throw Failure{"disk full"};
+    if (fails) throw Failure{"disk gone"};
+  }
+  void checkWriting() const {
+    check();
+    if (failsToWrite) throw Failure{"disk full"};
   }
 };
 

@@ -25,7 +25,8 @@ PairingRooms::PairingRooms(const Dependencies& dependencies)
       limits(dependencies.limits),
       metrics(dependencies.metrics),
       log(dependencies.log),
-      traffic(dependencies.limits, Instant{}) {}
+      traffic(dependencies.limits, Instant{}),
+      membersFrom(dependencies.limits.addressWebSockets) {}
 
 PairingRooms::~PairingRooms() = default;
 
@@ -42,7 +43,8 @@ PairingRooms::Room& PairingRooms::roomOf(const std::string& pairingID, Instant n
     room.reset(new Room{.pairingID = pairingID,
                         .agentRate = TokenBucket(limits.agentMessages, now),
                         .phoneRates = NamedBuckets(limits.phoneMessages, kKeptRates),
-                        .traffic = std::make_shared<PairingTraffic>(traffic.makePairing(now))});
+                        .traffic = std::make_shared<PairingTraffic>(traffic.makePairing(now)),
+                        .usedAt = now});
   }
   return *room;
 }
@@ -60,7 +62,8 @@ void PairingRooms::join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction
   Room& room = roomOf(who.pairingID, now);
   auto& member = members[peer.get()];
   member.reset(new Member{peer, std::move(who), room, std::make_shared<const RatePrefixes>(std::move(from)),
-                          ++joinedBefore, now, now, now, std::nullopt});
+                          ++joinedBefore, now, now, now});
+  membersFrom.add(*member->from);
   log.note((member->isAgent() ? "Agent joined " : "Phone joined ") + shortened(room.pairingID));
   if (member->isAgent()) {
     joinAsAgent(*member, now);
@@ -121,6 +124,7 @@ void PairingRooms::remove(Member& member) {
     --metrics.phones;
   }
   if (room.isEmpty()) room.emptySince = Instant{};
+  membersFrom.remove(*member.from);
   members.erase(member.peer.get());
 }
 
@@ -197,13 +201,6 @@ void PairingRooms::forget(const std::vector<std::string>& pairingIDs) {
 
 // ---- Time
 
-void PairingRooms::didReceiveBytes(const RelayPeer& peer, Instant now) {
-  Member* member = memberOf(peer);
-  if (!member) return;
-  member->receivedAt = now;
-  if (member->isAgent()) member->room.agentReceivedAt = now;
-}
-
 void PairingRooms::tick(Instant now) {
   pingAndDropSilent(now);
   sendStatusThatIsDue(now);
@@ -249,13 +246,22 @@ void PairingRooms::sendStatusThatIsDue(Instant now) {
 void PairingRooms::forgetEmptyRooms(Instant now) {
   for (auto at = rooms.begin(); at != rooms.end();) {
     Room& room = *at->second;
-    // When somebody left is noticed here first, which is early enough.
+    noteInUse(room, now);
+    // When the last peer left is noticed here first, which is early enough.
     if (room.isEmpty() && room.emptySince == Instant{}) room.emptySince = now;
     const Duration longest = room.snapshot ? Duration(limits.snapshotAfter) : Duration(limits.roomAfter);
     const bool isOver = room.isEmpty() && now - room.emptySince >= longest;
     if (isOver) dropSnapshot(room);
     at = isOver ? rooms.erase(at) : std::next(at);
   }
+}
+
+// Few at a time: each may have to be written to the disk.
+void PairingRooms::noteInUse(Room& room, Instant now) {
+  constexpr std::size_t kMostAtOnce = 16;
+  if (room.isEmpty() || now - room.usedAt < limits.usedStep || inUse.size() >= kMostAtOnce) return;
+  room.usedAt = now;
+  inUse.push_back(room.pairingID);
 }
 
 // ---- Memory
@@ -273,6 +279,7 @@ void PairingRooms::makeRoom(Instant now) {
       released = roomsWithSnapshots.front()->snapshot->size();
       dropSnapshot(*roomsWithSnapshots.front());
     } else {
+      for (const auto& [pairingID, room] : rooms) room->decisions.clear();
       return;
     }
     excess -= std::min(excess, released);
@@ -280,7 +287,7 @@ void PairingRooms::makeRoom(Instant now) {
 }
 
 // Of those who come from the widest network that makes the relay keep most, the one who does so most; of several, the
-// newest. Null: nobody makes it keep anything.
+// newest. Null: none of them makes it keep anything.
 PairingRooms::Member* PairingRooms::heaviest() {
   const auto network = [](const Member& member) {
     return member.from->empty() ? std::string_view() : std::string_view(member.from->back());

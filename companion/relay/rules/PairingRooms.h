@@ -8,12 +8,14 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "companion/relay/rules/EventLog.h"
 #include "companion/relay/rules/MemoryBudget.h"
 #include "companion/relay/rules/Pairings.h"
 #include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/PrefixCounts.h"
 #include "companion/relay/rules/RelayLimits.h"
 #include "companion/relay/rules/RelayMetrics.h"
 #include "companion/relay/rules/RelayPeer.h"
@@ -46,22 +48,31 @@ class PairingRooms {
 
   // Whether one more phone may join. A phone that replaces its own earlier connection always may; so does an agent.
   [[nodiscard]] bool hasRoomFor(const PeerIntroduction& who) const;
+  // Whether one more WebSocket may come from there.
+  [[nodiscard]] bool hasRoomFrom(const RatePrefixes& from) const { return membersFrom.hasRoom(from); }
   // `from`: where it comes from, for what its messages cost.
   void join(const std::shared_ptr<RelayPeer>& peer, PeerIntroduction who, RatePrefixes from, Instant now);
   void leave(RelayPeer& peer, Instant now);
 
-  // Any bytes came from the peer, pongs included: it is alive. Ignored for a peer that is gone.
-  void didReceiveBytes(const RelayPeer& peer, Instant now);
-  // A part of a message came, and is kept until the rest is there. Where too much memory is kept, those who make the
-  // relay keep most are dropped, this peer or others.
-  void didReceivePart(const RelayPeer& peer, Instant now);
-  // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why. How long
-  // the peer has to wait before its next message is read: see TrafficBudget.
+  // What comes from a peer. Each of these says how long to wait before more is read from it: see TrafficBudget. They
+  // are ignored for a peer that is gone.
+  //
+  // Any bytes came, pongs included: it is alive. What they were is told by the next three.
+  Duration didReceiveBytes(const RelayPeer& peer, std::size_t bytes, Instant now);
+  // A ping or a pong.
+  Duration didReceiveControl(const RelayPeer& peer, Instant now);
+  // A part of a message came, so many bytes of it, and is kept until the rest is there. Where too much memory is kept,
+  // those who make the relay keep most are dropped, this peer or others.
+  Duration didReceivePart(const RelayPeer& peer, std::size_t bytes, Instant now);
+  // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why.
   Duration take(RelayPeer& peer, std::string_view text, Moment now);
   // Pings peers, sends phones the status of their computer, drops peers that were silent for `limits.idle` or did not
-  // finish a message in `limits.message`, and forgets rooms that nobody was in for long. To be called a few times a
+  // finish a message in `limits.message`, and forgets rooms that no peer was in for long. To be called a few times a
   // second.
   void tick(Instant now);
+
+  // Pairings that have a connected peer, each again after `limits.usedStep`, a few at a time. To be asked after `tick`.
+  [[nodiscard]] std::vector<std::string> takePairingsInUse() { return std::exchange(inUse, {}); }
 
   struct Presence {
     bool isAgentConnected = false;
@@ -95,11 +106,16 @@ class PairingRooms {
   void pingAndDropSilent(Instant now);
   void sendStatusThatIsDue(Instant now);
   void forgetEmptyRooms(Instant now);
+  void noteInUse(Room& room, Instant now);
+  Duration pay(Member& member, const TrafficWork& work, Instant now);
+  static void makeUpFor(Member& member, Duration wait, Instant now);
+  Duration payIfWorthIt(Member& member, Instant now);
   void takeSnapshot(Room& room, SnapshotMessage message, Instant now);
   void takeClock(Room& room, ClockMessage message, Instant now);
   void takeResult(Room& room, ResultMessage message, Instant now);
   void unpair(Room& room, const UnpairMessage& message, Moment now);
   void takeRequest(Member& member, RequestMessage message, Instant now);
+  void keepDecision(Member& member, const std::string& decisionID);
   void takeSuppression(Member& member, SuppressionMessage message, Instant now);
   void passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now);
 
@@ -117,7 +133,7 @@ class PairingRooms {
   void closeMember(Member& member, std::optional<CloseCode> code);
   bool sendOne(Member& recipient, const MessageText& text);
   MessageText hold(std::string text) { return memory.hold(std::move(text)); }
-  // Drops peers until what is kept fits, and where that is not enough, snapshots.
+  // Drops peers until what is kept fits, and where that is not enough, snapshots, and then who sent which decision.
   void makeRoom(Instant now);
   Member* heaviest();
   void keepSnapshot(Room& room, MessageText text);
@@ -129,7 +145,10 @@ class PairingRooms {
   RelayMetrics& metrics;
   EventLog& log;
   TrafficBudget traffic;
+  PrefixCounts membersFrom;
+  std::vector<std::string> inUse;
   std::size_t textsSent = 0;
+  std::size_t commits = 0;
   std::uint64_t joinedBefore = 0;  // How many peers ever joined.
   Instant nextForgetting{};
   std::unordered_map<std::string, std::unique_ptr<Room>> rooms;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "companion/relay/rules/PairingRooms.h"
 #include "companion/relay/rules/PairingRoomsState.h"
@@ -33,10 +34,48 @@ std::size_t sealedBytesOf(const Messages& read) {
 
 // ---- Messages
 
-void PairingRooms::didReceivePart(const RelayPeer& peer, Instant now) {
+Duration PairingRooms::pay(Member& member, const TrafficWork& work, Instant now) {
+  const Duration wait = traffic.spend(*member.room.traffic, *member.from, work, now);
+  makeUpFor(member, wait, now);
+  return wait;
+}
+
+// Whoever is not read is neither silent nor slow.
+void PairingRooms::makeUpFor(Member& member, Duration wait, Instant now) {
+  member.receivedAt = now + wait;
+  if (member.partSince) *member.partSince += wait;
+}
+
+Duration PairingRooms::payIfWorthIt(Member& member, Instant now) {
+  return member.unpaid.isWorthPaying() ? pay(member, member.unpaid.take(), now) : Duration{};
+}
+
+Duration PairingRooms::didReceiveBytes(const RelayPeer& peer, std::size_t bytes, Instant now) {
   Member* member = memberOf(peer);
-  if (member && !member->partSince) member->partSince = now;
+  if (!member) return {};
+  member->receivedAt = now;
+  if (member->isAgent()) member->room.agentReceivedAt = now;
+  member->unpaid.didRead(bytes);
+  return payIfWorthIt(*member, now);
+}
+
+Duration PairingRooms::didReceiveControl(const RelayPeer& peer, Instant now) {
+  Member* member = memberOf(peer);
+  if (!member) return {};
+  member->unpaid.add({.controls = 1});
+  return payIfWorthIt(*member, now);
+}
+
+Duration PairingRooms::didReceivePart(const RelayPeer& peer, std::size_t bytes, Instant now) {
+  Member* member = memberOf(peer);
+  if (!member) return {};
+  if (!member->partSince) member->partSince = now;
+  member->partBytes += bytes;
+  member->unpaid.didReceive(bytes);
+  member->unpaid.add({.parts = 1});
+  const Duration wait = payIfWorthIt(*member, now);
   makeRoom(now);
+  return wait;
 }
 
 Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) {
@@ -44,6 +83,7 @@ Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) 
   if (!member) return {};
   metrics.bytesReceived += text.size();
   member->partSince.reset();
+  member->unpaid.didReceive(text.size() - std::min(text.size(), std::exchange(member->partBytes, 0)));
   Room& room = member->room;
   TokenBucket& rate = member->isAgent() ? room.agentRate : room.phoneRates.of(member->who.deviceID, now.instant);
   if (!rate.take(now.instant)) {
@@ -59,16 +99,15 @@ Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) 
   const auto from = member->from;
   const auto sentBefore = metrics.bytesSent;
   const auto textsBefore = textsSent;
-  TrafficWork work{.received = text.size()};
-  work.sealed = member->isAgent() ? takeFromAgent(*member, text, now) : takeFromPhone(*member, text, now);
-  work.sent = metrics.bytesSent - sentBefore;
-  work.texts = textsSent - textsBefore;
+  const auto commitsBefore = commits;
+  TrafficWork work = member->unpaid.take();
+  work += {.messages = 1, .received = text.size()};
+  work.sealed += member->isAgent() ? takeFromAgent(*member, text, now) : takeFromPhone(*member, text, now);
+  work +=
+      {.sent = metrics.bytesSent - sentBefore, .texts = textsSent - textsBefore, .commits = commits - commitsBefore};
   const Duration wait = traffic.spend(*paying, *from, work, now.instant);
   makeRoom(now.instant);
-  member = memberOf(peer);
-  if (!member) return {};
-  // Whoever is not read is not silent.
-  member->receivedAt = now.instant + wait;
+  if (Member* left = memberOf(peer)) makeUpFor(*left, wait, now.instant);
   return wait;
 }
 
@@ -112,12 +151,13 @@ void PairingRooms::takeClock(Room& room, ClockMessage message, Instant now) {
 void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
   ++metrics.messages["approval.result"];
   const Decision* decision = room.decision(message.decisionID);
-  const auto phone = decision ? std::optional(decision->phone) : std::nullopt;
+  const auto phone = decision ? std::optional(*decision->phone) : std::nullopt;
   sendTo(room.phones, hold(resultText(std::move(message), phone)), now);
 }
 
 void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
   ++metrics.messages["phone.unpair"];
+  ++commits;
   if (message.deviceID) {
     pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
     return closePhone(room.pairingID, *message.deviceID, CloseCode::removed, now.instant);
@@ -135,10 +175,23 @@ void PairingRooms::takeRequest(Member& member, RequestMessage message, Instant n
   Room& room = member.room;
   // The first phone counts as the one that decided: another one may repeat the decision only to get the outcome.
   if (!room.decision(message.decisionID)) {
-    if (room.decisions.size() == kKeptDecisions) room.decisions.pop_front();
-    room.decisions.push_back({message.decisionID, member.description()});
+    keepDecision(member, message.decisionID);
   }
   passToAgent(member, message.decisionID, hold(std::move(message.text)), now);
+}
+
+void PairingRooms::keepDecision(Member& member, const std::string& decisionID) {
+  constexpr std::size_t kOfAllocations = 64;
+  if (!member.described) {
+    auto phone = member.description();
+    const std::size_t bytes = sizeof phone + kOfAllocations + phone.deviceID.size() + phone.deviceName.size() +
+                              (phone.platform ? phone.platform->size() : 0);
+    member.described = memory.keep(std::move(phone), bytes);
+  }
+  auto& decisions = member.room.decisions;
+  if (decisions.size() == kKeptDecisions) decisions.pop_front();
+  const std::size_t bytes = sizeof(Decision) + kOfAllocations + decisionID.size();
+  decisions.push_back(memory.keep(Decision{decisionID, member.described}, bytes));
 }
 
 void PairingRooms::takeSuppression(Member& member, SuppressionMessage message, Instant now) {

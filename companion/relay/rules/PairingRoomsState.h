@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <deque>
 #include <list>
 #include <memory>
 #include <optional>
@@ -16,7 +15,7 @@ namespace quillard::relayserver {
 
 struct Decision {
   std::string id;
-  PhoneDescription phone;
+  std::shared_ptr<const PhoneDescription> phone;  // Shared by all decisions of one connection.
 };
 
 struct PairingRooms::Room {
@@ -28,16 +27,17 @@ struct PairingRooms::Room {
   MessageText snapshot;
   std::list<Room*>::iterator snapshotPlace;  // While there is a snapshot.
   std::optional<Instant> agentReceivedAt;
-  std::deque<Decision> decisions;  // Oldest first.
+  std::list<std::shared_ptr<const Decision>> decisions;  // Oldest first.
   std::shared_ptr<PairingTraffic> traffic;
-  Instant emptySince{};  // While nobody is in it.
+  Instant emptySince{};  // While no peer is in it.
+  Instant usedAt{};      // When that it is used was last noted.
 
   [[nodiscard]] bool isEmpty() const { return !agent && phones.empty(); }
 
   [[nodiscard]] const Decision* decision(const std::string& id) const {
     const auto found =
-        std::find_if(decisions.begin(), decisions.end(), [&](const auto& kept) { return kept.id == id; });
-    return found == decisions.end() ? nullptr : &*found;
+        std::find_if(decisions.begin(), decisions.end(), [&](const auto& kept) { return kept->id == id; });
+    return found == decisions.end() ? nullptr : found->get();
   }
 };
 
@@ -51,6 +51,9 @@ struct PairingRooms::Member {
   Instant pingedAt;
   Instant statusSentAt;              // Of a phone: when it was last sent its computer's status.
   std::optional<Instant> partSince;  // A message has begun to arrive.
+  std::size_t partBytes = 0;         // So much of it is there.
+  UnpaidWork unpaid{};
+  std::shared_ptr<const PhoneDescription> described{};  // Of a phone that has decided something.
 
   [[nodiscard]] bool isAgent() const { return who.role == Role::agent; }
   [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform}; }

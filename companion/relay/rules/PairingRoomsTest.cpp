@@ -30,7 +30,7 @@ TEST(PairingRooms, ShowsThePlatformWhereThePhoneSaidOne) {
 TEST(PairingRooms, TellsAPhoneOfTheComputerFirstAndThenHandsItTheNewestSnapshot) {
   RelayWorld world;
   const auto agent = world.joinAgent();
-  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.rooms.didReceiveBytes(*agent, 1, world.instant);
   world.say(*agent, snapshot("ax1:1"));
   world.say(*agent, snapshot("ax1:2"));
   world.advance(4s + 900ms);
@@ -48,7 +48,7 @@ TEST(PairingRooms, DoNotSayWhenTheyHeardFromAComputerThatNeverSpoke) {
 TEST(PairingRooms, KeepTheSnapshotAndTheTimeAfterTheComputerHasGone) {
   RelayWorld world;
   const auto agent = world.joinAgent();
-  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.rooms.didReceiveBytes(*agent, 1, world.instant);
   world.say(*agent, snapshot());
   world.rooms.leave(*agent, world.instant);
   world.advance(90s);
@@ -386,7 +386,7 @@ TEST(PairingRooms, PingEveryTwentySecondsAndDropWhomTheyDidNotHearForSixty) {
   EXPECT_EQ(agent->pings, 0);
   world.run(250ms);
   EXPECT_EQ(agent->pings, 1);
-  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.rooms.didReceiveBytes(*agent, 1, world.instant);
   world.run(39s + 750ms);
   EXPECT_FALSE(phone->isAborted);
   world.run(250ms);
@@ -427,7 +427,7 @@ TEST(PairingRooms, TellPhonesOfTheirComputerEveryTwentySeconds) {
   RelayWorld world;
   const auto agent = world.joinAgent();
   const auto phone = world.joinPhone("A");
-  world.rooms.didReceiveBytes(*agent, world.instant);
+  world.rooms.didReceiveBytes(*agent, 1, world.instant);
   world.run(19s + 750ms);
   EXPECT_EQ(phone->texts.size(), 1U);
   world.run(250ms);

@@ -18,7 +18,7 @@ class PairingStore {
   struct Entry {
     std::optional<TokenHash> token;  // Absent: it was revoked.
     std::int64_t lastUsed = 0;       // When it was last used, in seconds since 1970; of a revoked one, when that was.
-    bool isJoined = false;           // Somebody has connected with its token since it was registered.
+    bool isJoined = false;           // A client has connected with its token since it was registered.
   };
   // Nothing could be read or written: not a matter of the pairing. What was to be changed is as it was.
   struct Failure {
@@ -42,15 +42,20 @@ class PairingStore {
   virtual void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
                            std::size_t most) = 0;
   virtual bool isRemoved(const std::string& pairingID, const std::string& deviceID) = 0;
-  // Forgets the kept ones that were last used before then, and those that nobody has joined before `unjoinedBefore`,
+  // Forgets the kept ones that were last used before then, and those that no client has joined before `unjoinedBefore`,
   // and names them.
   virtual std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) = 0;
-  // Forgets the oldest one that nobody has joined. False: there is none.
+  // Forgets the oldest one that no client has joined. False: there is none.
   virtual bool forgetOldestUnjoined() = 0;
+  // Forgets the one that was not used for the longest time, if that was before then, and names it. Absent: there is
+  // none.
+  virtual std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) = 0;
   // How many are kept; revoked ones do not count.
   virtual std::size_t count() = 0;
-  // Of these, those that nobody has joined.
+  // Of these, those that no client has joined.
   virtual std::size_t countUnjoined() = 0;
+  // Writes something that changes nothing, to find out whether writing works: a full disk can still be read.
+  virtual void probe() = 0;
 };
 
 }  // namespace quillard::relayserver

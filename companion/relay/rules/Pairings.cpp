@@ -6,14 +6,15 @@
 namespace quillard::relayserver {
 namespace {
 
-// When a pairing was last used need not be known better than this.
-constexpr std::int64_t kUsedStep = std::int64_t{12} * 60 * 60;
 constexpr std::size_t kMostFailures = 16;
 
 }  // namespace
 
 Pairings::Pairings(PairingStore& store, const RelayLimits& limits)
-    : store(store), limits(limits), newPairings(limits.newPairings, Instant{}) {
+    : store(store),
+      limits(limits),
+      newPairings(limits.newPairings, Instant{}),
+      newPairingsFrom(limits.addressNewPairings, limits.addresses) {
   countAgain();
 }
 
@@ -25,9 +26,7 @@ void Pairings::countAgain() {
 template <class Result, class Work>
 Result Pairings::withStore(Result onFailure, Work work) {
   try {
-    Result result = work();
-    hasStoreWorked = true;
-    return result;
+    return work();
   } catch (const PairingStore::Failure& failure) {
     hasStoreWorked = false;
     if (failures.size() < kMostFailures) failures.push_back(failure.description);
@@ -37,16 +36,25 @@ Result Pairings::withStore(Result onFailure, Work work) {
 
 std::vector<std::string> Pairings::takeFailures() { return std::exchange(failures, {}); }
 
+std::vector<std::string> Pairings::takeForgotten() { return std::exchange(forgotten, {}); }
+
+void Pairings::probe() {
+  hasStoreWorked = withStore(false, [&] {
+    store.probe();
+    return true;
+  });
+}
+
 void Pairings::keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now) {
-  if (now - entry.lastUsed < kUsedStep) return;
+  if (now - entry.lastUsed < std::chrono::seconds(limits.usedStep).count()) return;
   withStore(false, [&] {
     store.markUsed(pairingID, now);
     return true;
   });
 }
 
-Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token, bool mayAdd,
-                                               Moment now) {
+Pairings::Registration Pairings::registerToken(const std::string& pairingID, std::string_view token,
+                                               const Registrant& registrant, Moment now) {
   if (unsavedRevocations.contains(pairingID)) return Registration::storeFailed;
   return withStore(Registration::storeFailed, [&] {
     const auto entry = store.find(pairingID);
@@ -56,9 +64,10 @@ Pairings::Registration Pairings::registerToken(const std::string& pairingID, std
       keepUsed(pairingID, *entry, now.epochSeconds);
       return Registration::taken;
     }
-    if (!mayAdd) return Registration::notAllowed;
+    if (!registrant.mayAdd) return Registration::notAllowed;
+    if (!newPairingsFrom.take(registrant.from, now.instant)) return Registration::tooMany;
     if (!newPairings.take(now.instant)) return Registration::tooMany;
-    if (!hasRoomForOne()) return Registration::full;
+    if (!hasRoomForOne(now.epochSeconds)) return Registration::full;
     store.add(pairingID, hashOf(token), now.epochSeconds);
     ++kept;
     ++unjoined;
@@ -66,10 +75,23 @@ Pairings::Registration Pairings::registerToken(const std::string& pairingID, std
   });
 }
 
-bool Pairings::hasRoomForOne() {
+bool Pairings::hasRoomForOne(std::int64_t now) {
   const bool isFull = kept >= limits.pairings || unjoined >= limits.unjoinedPairings;
   if (isFull && store.forgetOldestUnjoined()) countAgain();
+  if (kept < limits.pairings) return true;
+  auto leastUsed = store.forgetLeastUsed(now - std::chrono::seconds(limits.reclaimAfter).count());
+  if (!leastUsed) return false;
+  forgotten.push_back(std::move(*leastUsed));
+  countAgain();
   return kept < limits.pairings;
+}
+
+void Pairings::noteUsed(const std::string& pairingID, std::int64_t now) {
+  withStore(false, [&] {
+    const auto entry = store.find(pairingID);
+    if (entry && entry->token) keepUsed(pairingID, *entry, now);
+    return true;
+  });
 }
 
 void Pairings::didJoin(const std::string& pairingID, std::int64_t now) {

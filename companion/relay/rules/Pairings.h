@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "companion/relay/rules/PairingStore.h"
+#include "companion/relay/rules/PrefixBuckets.h"
 #include "companion/relay/rules/RelayLimits.h"
 
 namespace quillard::relayserver {
@@ -19,11 +20,17 @@ class Pairings {
   Pairings(PairingStore& store, const RelayLimits& limits);
 
   enum class Registration { taken, otherToken, revoked, notAllowed, full, tooMany, storeFailed };
+  // Who registers.
+  struct Registrant {
+    bool mayAdd = true;   // A new pairing.
+    RatePrefixes from{};  // The address that it comes from.
+  };
   // The first token of a name is kept; the same one again is fine. Where there are as many as there may be, or as many
-  // that nobody has joined, the oldest of the latter makes room. `tooMany`: too many new ones came lately, from
-  // everywhere. `notAllowed`: it would be a new one, and `mayAdd` is false.
-  [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token, bool mayAdd,
-                                           Moment now);
+  // that no client has joined, the oldest of the latter makes room, else the one that was not used for the longest
+  // time, if that is `limits.reclaimAfter` or more. `tooMany`: too many new ones came lately, from there or from
+  // everywhere. `notAllowed`: it would be a new one, and the registrant may not add any.
+  [[nodiscard]] Registration registerToken(const std::string& pairingID, std::string_view token,
+                                           const Registrant& registrant, Moment now);
 
   enum class Membership { member, unauthenticated, revoked, storeFailed };
   // The answer, and the time it takes, are the same for an unknown pairing and for one with another token: a client
@@ -32,6 +39,8 @@ class Pairings {
 
   // A member has connected: the pairing is not purged soon.
   void didJoin(const std::string& pairingID, std::int64_t now);
+  // A member is connected still.
+  void noteUsed(const std::string& pairingID, std::int64_t now);
 
   // For good. False: the store failed. Then nobody is let in, but nobody is told that it is revoked, which would not
   // outlive this process; it is tried again.
@@ -45,18 +54,23 @@ class Pairings {
   void recount() { countAgain(); }
   // Tries again what the store did not take. To be called every few seconds.
   void retryUnsaved(std::int64_t now);
-  // Tries again, too, purges pairings that were not used for `limits.purgeAfter`, or that nobody
-  // has joined for `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
+  // Tries again, too, purges pairings that were not used for `limits.purgeAfter`, or that no client has joined for
+  // `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
   std::vector<std::string> tidy(std::int64_t now);
 
-  // Whether the store did what it was last asked to.
+  // The names of those that have made room for others since the last call.
+  [[nodiscard]] std::vector<std::string> takeForgotten();
+
+  // Whether the store could be read and written when it was last used. To be asked after `probe`, called now and then:
+  // what cannot be written may still be read.
   [[nodiscard]] bool isStoreFine() const { return hasStoreWorked; }
+  void probe();
   [[nodiscard]] std::size_t count() const { return kept; }
   // The failures of the store since the last call, for the log; at most 16.
   [[nodiscard]] std::vector<std::string> takeFailures();
 
  private:
-  [[nodiscard]] bool hasRoomForOne();
+  [[nodiscard]] bool hasRoomForOne(std::int64_t now);
   void countAgain();
   template <class Result, class Work>
   Result withStore(Result onFailure, Work work);
@@ -67,6 +81,8 @@ class Pairings {
   std::size_t kept = 0;
   std::size_t unjoined = 0;  // Of these.
   TokenBucket newPairings;
+  PrefixBuckets newPairingsFrom;
+  std::vector<std::string> forgotten;
   bool hasStoreWorked = true;
   std::set<std::string> unsavedRevocations;
   std::set<std::pair<std::string, std::string>> unsavedRemovals;  // Pairing and device.

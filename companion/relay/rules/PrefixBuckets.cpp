@@ -6,7 +6,7 @@ namespace quillard::relayserver {
 namespace {
 
 constexpr std::size_t kWidths = 3;
-constexpr double kShareOfWider = 4;
+constexpr auto kShareOfWider = static_cast<double>(kShareOfWiderPrefix);
 
 }  // namespace
 

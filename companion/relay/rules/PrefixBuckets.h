@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,11 @@ namespace quillard::relayserver {
 // and 48 bits, since one customer may have any of these. Empty: the client is not counted.
 using RatePrefixes = std::vector<std::string>;
 
-// A bucket for each prefix. A wider one holds four times as much as the one inside it, so that who has many networks
-// gains little, and neighbours who share one seldom notice each other.
+// How much more a wider prefix may have than the one inside it: who has many networks gains little, and neighbours who
+// share one seldom notice each other.
+inline constexpr std::size_t kShareOfWiderPrefix = 4;
+
+// A bucket for each prefix. A wider one holds kShareOfWiderPrefix times as much as the one inside it.
 class PrefixBuckets {
  public:
   // `rate`: of the narrowest prefix. `most`: how many are kept of each width.

@@ -2,6 +2,7 @@
 
 #include "companion/relay/rules/MemoryBudget.h"
 #include "companion/relay/rules/PrefixBuckets.h"
+#include "companion/relay/rules/PrefixCounts.h"
 #include "companion/relay/rules/RelayWorld.h"
 #include "companion/relay/rules/TrafficBudget.h"
 
@@ -24,6 +25,47 @@ TEST(TokenBucket, OwesWhatWasSpentAndNotThere) {
   EXPECT_FALSE(bucket.take(now + 2s));
   EXPECT_EQ(bucket.debtTime(now + 2s), 0s);
   EXPECT_TRUE(bucket.take(now + 2500ms));
+}
+
+TEST(TokenBucket, OwesNoMoreThanWhatComesInWithinTenSeconds) {
+  Instant now{1h};
+  TokenBucket bucket({10, 2}, now);
+  bucket.spend(1e9, now);
+  EXPECT_EQ(bucket.debtTime(now), 10s);
+  bucket.spend(1e9, now);
+  EXPECT_EQ(bucket.debtTime(now), 10s);
+  EXPECT_EQ(bucket.debtTime(now + 10s), 0s);
+}
+
+TEST(TrafficBudget, LetsOthersPayOnlyForAWhileForWhatAnAttackHasCost) {
+  const RelayLimits limits{.allBytes = {1000, 1000}};
+  const Instant now{1h};
+  TrafficBudget traffic(limits, now);
+  for (int i = 0; i < 1000; ++i) {
+    auto hostile = traffic.makePairing(now);
+    (void)traffic.spend(hostile, {std::to_string(i)}, {.received = 1'000'000}, now);
+  }
+  auto light = traffic.makePairing(now + 10s);
+  EXPECT_EQ(traffic.spend(light, {"b"}, {.received = 1}, now + 10s), 0s);
+}
+
+TEST(PrefixCounts, GiveWiderPrefixesFourTimesAsMany) {
+  PrefixCounts counts(2);
+  const auto addAll = [&](const RatePrefixes& prefixes) {
+    int added = 0;
+    for (; counts.hasRoom(prefixes); ++added) counts.add(prefixes);
+    return added;
+  };
+  EXPECT_EQ(addAll({"a1", "a", "x"}), 2);
+  EXPECT_EQ(addAll({"a2", "a", "x"}), 2);
+  EXPECT_EQ(addAll({"a3", "a", "x"}), 2);
+  EXPECT_EQ(addAll({"a4", "a", "x"}), 2);
+  EXPECT_EQ(addAll({"a5", "a", "x"}), 0);
+  EXPECT_EQ(addAll({"b1", "b", "x"}), 2);
+  EXPECT_EQ(addAll({"192.0.2.1"}), 2);
+  counts.remove({"a1", "a", "x"});
+  EXPECT_EQ(addAll({"a5", "a", "x"}), 1);
+  EXPECT_TRUE(counts.hasRoom({}));
 }
 
 TEST(PrefixBuckets, CountEachWidthAlikeAndGiveWiderOnesFourTimesAsMuch) {
@@ -131,6 +173,96 @@ TEST(PairingRooms, ChargeForEachPhoneThatASnapshotGoesTo) {
   EXPECT_GT(world.say(*agent, message), 0s);
 }
 
+// What a peer can do that is no message: it comes, and nothing else.
+template <class Event>
+Duration waitAfter(int times, Event event) {
+  Duration wait{};
+  for (int i = 0; i < times && wait == Duration::zero(); ++i) wait = event();
+  return wait;
+}
+
+TEST(PairingRooms, ChargeForPings) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto ping = [&] { return world.rooms.didReceiveControl(*agent, world.instant); };
+  EXPECT_EQ(waitAfter(1000, ping), 0s);
+  EXPECT_GT(waitAfter(100'000, ping), 0s);
+  // Its phones and others at its address pay as well; those elsewhere do not.
+  const auto elsewhere = world.join({.role = Role::agent, .pairingID = "other"}, {"203.0.113.1"});
+  EXPECT_EQ(waitAfter(1000, [&] { return world.rooms.didReceiveControl(*elsewhere, world.instant); }), 0s);
+}
+
+TEST(PairingRooms, ChargeForPartsHoweverSmall) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto part = [&] {
+    const auto wait = world.rooms.didReceiveBytes(*agent, 7, world.instant);
+    return wait + world.rooms.didReceivePart(*agent, 1, world.instant);
+  };
+  EXPECT_EQ(waitAfter(1000, part), 0s);
+  EXPECT_GT(waitAfter(1'000'000, part), 0s);
+}
+
+TEST(PairingRooms, ChargeForFramesThatHoldNothing) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto rubbish = [&] { return world.rooms.didReceiveBytes(*agent, 1536, world.instant); };
+  EXPECT_EQ(waitAfter(100, rubbish), 0s);
+  EXPECT_GT(waitAfter(1'000'000, rubbish), 0s);
+}
+
+TEST(PairingRooms, ChargeNothingTwiceForOrdinaryMessages) {
+  RelayWorld world({.agentMessages = {1e6, 1e6}});
+  const auto agent = world.joinAgent();
+  auto message = snapshot();
+  message["encryptedApprovals"]["ciphertext"] = std::string(1024, 'A');
+  const auto size = message.dump().size();
+  // 16 MiB at first: the frames around messages are not worth mentioning.
+  for (int i = 0; i < 10'000; ++i) {
+    world.rooms.didReceiveBytes(*agent, size + 8, world.instant);
+    ASSERT_EQ(world.say(*agent, message), 0s) << i;
+  }
+}
+
+TEST(PairingRooms, ChargeForTheDisk) {
+  RelayWorld world({.agentMessages = {1e6, 1e6}});
+  const auto agent = world.joinAgent();
+  int removed = 0;
+  while (removed < 10'000 && world.say(*agent, unpair("d" + std::to_string(removed))) == Duration::zero()) ++removed;
+  EXPECT_GT(removed, 50);
+  EXPECT_LT(removed, 150);
+}
+
+TEST(PairingRooms, DoNotTakeThoseForSlowWhomTheyDoNotRead) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  Duration waited{};
+  // Over and over: each part costs much because of all the parts before it.
+  while (waited < world.limits.message * 2) {
+    const auto wait = waitAfter(1'000'000, [&] { return world.rooms.didReceivePart(*agent, 1, world.instant); });
+    ASSERT_GT(wait, 0s);
+    world.advance(wait);
+    world.rooms.tick(world.instant);
+    waited += wait;
+  }
+  EXPECT_FALSE(agent->closed);
+  EXPECT_FALSE(agent->isAborted);
+}
+
+// ---- Connections
+
+TEST(RelayService, GrantsAnAddressOnlySoManyWebSockets) {
+  RelayWorld world({.addressWebSockets = 2});
+  (void)world.registerToken();
+  const auto one = world.joinPhone("A");
+  EXPECT_EQ(world.connect("role=mac&pairing=" + kPairing), 101);
+  const auto two = world.joinPhone("B");
+  EXPECT_EQ(world.connect("role=mac&pairing=" + kPairing), 429);
+  EXPECT_EQ(world.connect("role=mac&pairing=" + kPairing, kToken, "192.0.2.2"), 101);
+  world.rooms.leave(*one, world.instant);
+  EXPECT_EQ(world.connect("role=mac&pairing=" + kPairing), 101);
+}
+
 // ---- Memory
 
 TEST(MemoryBudget, CountsATextOnceForAllWhoHoldIt) {
@@ -156,6 +288,37 @@ TEST(MemoryBudget, GetsSharesBack) {
   EXPECT_EQ(memory.used(), 0U);
 }
 
+TEST(PairingRooms, CountWhoSentWhichDecision) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone =
+      world.join({.role = Role::phone, .pairingID = kPairing, .deviceID = "A", .deviceName = std::string(256, 'n')});
+  for (int i = 0; i < 20; ++i) world.say(*phone, request("decision-" + std::to_string(i)));
+  const auto used = world.memory.used();
+  EXPECT_GT(used, 20U * 64);
+  // The name of the phone is kept once for all of them.
+  EXPECT_LT(used, 20U * 256);
+  world.rooms.leave(*phone, world.instant);
+  EXPECT_EQ(world.memory.used(), used);
+  world.say(*agent, unpair());
+  EXPECT_EQ(world.memory.used(), 0U);
+}
+
+TEST(PairingRooms, ForgetWhoSentWhichDecisionWhereNothingElseIsKept) {
+  RelayWorld world({.memoryBytes = 4096});
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  for (int i = 0; i < 20; ++i) world.say(*phone, request("decision-" + std::to_string(i)));
+  const auto used = world.memory.used();
+  MemoryBudget::Share share(world.memory);
+  share.resize(4096);
+  world.rooms.didReceivePart(*agent, 1, world.instant);
+  EXPECT_LT(world.memory.used(), 4096 + used / 4);
+  world.say(*agent, result("decision-1"));
+  EXPECT_FALSE(phone->newest().contains("phone"));
+  EXPECT_FALSE(agent->isAborted);
+}
+
 // A peer that makes the relay keep `bytes` of a message that has not arrived as a whole.
 std::shared_ptr<FakePeer> holding(RelayWorld& world, const std::string& device, const RatePrefixes& from,
                                   std::size_t bytes) {
@@ -172,10 +335,10 @@ TEST(PairingRooms, DropTheLargestAndNewestOfTheNetworkThatKeepsMost) {
   const auto large = holding(world, "large", {"b"}, 200);
   const auto newest = holding(world, "newest", {"b"}, 200);
   share.resize(1000);
-  world.rooms.didReceivePart(*honest, world.instant);
+  world.rooms.didReceivePart(*honest, 1, world.instant);
   EXPECT_FALSE(newest->isAborted);
   share.resize(1001);
-  world.rooms.didReceivePart(*honest, world.instant);
+  world.rooms.didReceivePart(*honest, 1, world.instant);
   EXPECT_TRUE(newest->isAborted);
   EXPECT_FALSE(large->isAborted);
   EXPECT_FALSE(small->isAborted);
@@ -183,14 +346,14 @@ TEST(PairingRooms, DropTheLargestAndNewestOfTheNetworkThatKeepsMost) {
   EXPECT_EQ(world.metrics.droppedForMemory, 1U);
 }
 
-TEST(PairingRooms, DropSnapshotsWhereNobodyKeepsAnythingElse) {
+TEST(PairingRooms, DropSnapshotsWhereNothingElseIsKept) {
   RelayWorld world({.memoryBytes = 1000});
   const auto agent = world.joinAgent();
   world.say(*agent, snapshot());
   EXPECT_GT(world.metrics.snapshotBytes, 0U);
   MemoryBudget::Share share(world.memory);
   share.resize(1000);
-  world.rooms.didReceivePart(*agent, world.instant);
+  world.rooms.didReceivePart(*agent, 1, world.instant);
   EXPECT_EQ(world.metrics.snapshotBytes, 0U);
   EXPECT_FALSE(agent->isAborted);
 }
@@ -198,28 +361,28 @@ TEST(PairingRooms, DropSnapshotsWhereNobodyKeepsAnythingElse) {
 TEST(PairingRooms, CloseThoseWhoDoNotFinishAMessage) {
   RelayWorld world;
   const auto slow = world.joinAgent();
-  world.rooms.didReceivePart(*slow, world.instant);
+  world.rooms.didReceivePart(*slow, 1, world.instant);
   const auto keepAlive = [&](Duration by) {
     for (Duration done{}; done < by; done += 1s) {
       world.advance(1s);
-      world.rooms.didReceiveBytes(*slow, world.instant);
-      world.rooms.didReceivePart(*slow, world.instant);
+      world.rooms.didReceiveBytes(*slow, 8, world.instant);
+      world.rooms.didReceivePart(*slow, 1, world.instant);
       world.rooms.tick(world.instant);
     }
   };
   keepAlive(59s);
   EXPECT_FALSE(slow->closed);
   world.say(*slow, snapshot());
-  world.rooms.didReceivePart(*slow, world.instant);
+  world.rooms.didReceivePart(*slow, 1, world.instant);
   keepAlive(59s);
   EXPECT_FALSE(slow->closed);
   keepAlive(1s);
   EXPECT_EQ(slow->closed, CloseCode::tooManyMessages);
 }
 
-// ---- Pairings that nobody has joined, and rooms that nobody is in
+// ---- Pairings that no client has joined, and rooms that no peer is in
 
-TEST(Pairings, ForgetInAnHourWhatNobodyHasJoined) {
+TEST(Pairings, ForgetInAnHourWhatNoClientHasJoined) {
   RelayWorld world;
   (void)world.registerToken(kToken, "joined");
   (void)world.registerToken(kToken, "idle");
@@ -232,7 +395,11 @@ TEST(Pairings, ForgetInAnHourWhatNobodyHasJoined) {
 }
 
 TEST(Pairings, TakeNewcomersHoweverManyRegisterAndNeverJoin) {
-  RelayWorld world({.registrations = {1e6, 1}, .newPairings = {1e6, 1}, .pairings = 100, .unjoinedPairings = 10});
+  RelayWorld world({.registrations = {1e6, 1},
+                    .addressNewPairings = {1e6, 1},
+                    .newPairings = {1e6, 1},
+                    .pairings = 100,
+                    .unjoinedPairings = 10});
   EXPECT_EQ(world.registerToken(kToken, "honest").status, 204);
   EXPECT_EQ(world.connect("role=mac&pairing=honest"), 101);
   for (int i = 0; i < 1000; ++i) {
@@ -243,6 +410,56 @@ TEST(Pairings, TakeNewcomersHoweverManyRegisterAndNeverJoin) {
   EXPECT_EQ(world.registerToken(kToken, "newcomer").status, 204);
   EXPECT_EQ(world.connect("role=mac&pairing=newcomer"), 101);
   EXPECT_EQ(world.connect("role=mac&pairing=honest"), 101);
+}
+
+TEST(Pairings, MakeRoomForNewcomersWhereAllWereJoined) {
+  RelayWorld world(
+      {.registrations = {1e6, 1}, .addressNewPairings = {1e6, 1}, .newPairings = {1e6, 1}, .pairings = 10});
+  const auto registerAndJoin = [&](const std::string& name) {
+    const int status = world.registerToken(kToken, name).status;
+    return status == 204 ? world.connect("role=mac&pairing=" + name) : status;
+  };
+  EXPECT_EQ(registerAndJoin("honest"), 101);
+  const auto agent = world.joinAgent("honest");
+  world.say(*agent, snapshot());
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(registerAndJoin("hostile-" + std::to_string(i)), 101);
+  // All were used within a day.
+  EXPECT_EQ(registerAndJoin("newcomer"), 507);
+  // The one that is connected all the time counts as used.
+  for (int hour = 0; hour < 25; ++hour) {
+    world.run(10s);
+    world.advance(1h);
+    world.rooms.didReceiveBytes(*agent, 1, world.instant);
+    for (const auto& name : world.rooms.takePairingsInUse()) world.pairings.noteUsed(name, world.epochSeconds);
+  }
+  EXPECT_EQ(registerAndJoin("newcomer"), 101);
+  EXPECT_EQ(world.pairings.count(), 10U);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(registerAndJoin("newcomer-" + std::to_string(i)), 101);
+  EXPECT_EQ(registerAndJoin("one-too-many"), 507);
+  EXPECT_EQ(world.connect("role=mac&pairing=honest"), 101);
+}
+
+TEST(Pairings, TakeNothingOverFromThoseThatMadeRoom) {
+  RelayWorld world({.registrations = {1e6, 1}, .pairings = 1});
+  (void)world.registerToken(kToken, "old");
+  EXPECT_EQ(world.connect("role=mac&pairing=old"), 101);
+  const auto agent = world.joinAgent("old");
+  world.say(*agent, snapshot());
+  world.rooms.leave(*agent, world.instant);
+  world.advance(25h);
+  EXPECT_EQ(world.registerToken(kToken, "new").status, 204);
+  EXPECT_EQ(world.metrics.snapshotBytes, 0U);
+  EXPECT_EQ(world.rooms.roomCount(), 0U);
+}
+
+TEST(Pairings, AreNewFromOneAddressOnlySoOften) {
+  RelayWorld world({.registrations = {1e6, 1}, .addressNewPairings = {2, 1.0 / 60}});
+  EXPECT_EQ(world.registerToken(kToken, "a").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "b").status, 204);
+  EXPECT_EQ(world.registerToken(kToken, "c").status, 429);
+  EXPECT_EQ(world.registerToken(kToken, "a").status, 204);
+  world.advance(60s);
+  EXPECT_EQ(world.registerToken(kToken, "c").status, 204);
 }
 
 TEST(Pairings, AreNewOnlySoOften) {
@@ -286,7 +503,7 @@ TEST(PairingRooms, KeepNothingOfARoomThatIsEmptyForLong) {
   EXPECT_EQ(world.rooms.roomCount(), 0U);
 }
 
-TEST(PairingRooms, KeepASnapshotForADayAfterEverybodyHasLeft) {
+TEST(PairingRooms, KeepASnapshotForADayAfterAllHaveLeft) {
   RelayWorld world;
   const auto agent = world.joinAgent();
   world.say(*agent, snapshot());

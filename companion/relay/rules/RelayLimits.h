@@ -28,8 +28,10 @@ struct RelayLimits {
   Rate agentMessages{60, 10};
   Rate registrations{20, 1.0 / 3};  // From one address, as are the next; wider networks have more: PrefixBuckets.
   Rate handshakes{60, 1};
-  Rate newPairings{200, 50};        // From all addresses: each is written to the disk.
-  Rate newConnections{2'000, 500};  // From all addresses. What comes on top waits for its turn.
+  Rate addressNewPairings{100, 1.0 / 60};
+  Rate addressNewConnections{200, 10};  // Others are refused.
+  Rate newPairings{200, 50};            // From all addresses: each is written to the disk.
+  Rate newConnections{2'000, 500};      // From all addresses. What comes on top waits for its turn.
 
   // What messages may cost: bytes, and seconds of the relay's thread. See TrafficBudget.
   Rate pairingBytes{16.0 * 1024 * 1024, 1024.0 * 1024};
@@ -44,7 +46,10 @@ struct RelayLimits {
   std::size_t revocations = 100'000;  // Kept; the oldest go first.
   std::size_t removedPhones = 64;     // Kept of a pairing; the oldest go first.
   std::chrono::hours purgeAfter{24 * 400};
-  std::size_t unjoinedPairings = 1'000;         // Registered, but nobody has joined yet; the oldest go first.
+  std::chrono::hours reclaimAfter{
+      24};                          // Where all places are taken, one not used for so long makes room for a new one.
+  std::chrono::hours usedStep{12};  // When a pairing was last used need not be known better than this.
+  std::size_t unjoinedPairings = 1'000;         // Registered, but no client has joined yet; the oldest go first.
   std::chrono::minutes unjoinedAfter{50};       // Forgotten then.
   std::chrono::minutes roomAfter{10};           // A room without peers and snapshot is dropped then,
   std::chrono::minutes snapshotAfter{24 * 60};  // and one with a snapshot then.
@@ -53,8 +58,9 @@ struct RelayLimits {
   std::size_t memoryBytes = std::size_t{512} * 1024 * 1024;
 
   std::size_t connections = 20'000;
-  std::size_t openRequests = 64;   // From one address: connections that are no WebSocket yet. Not of trusted proxies.
-  std::size_t addresses = 65'536;  // Whose rates are kept. Those that come on top share one.
+  std::size_t openRequests = 64;  // From one address: connections that are no WebSocket yet. Not of trusted proxies.
+  std::size_t addressWebSockets = 1'000;  // From one address; as of open requests, wider networks have more.
+  std::size_t addresses = 65'536;         // Whose rates are kept. Those that come on top share one.
 };
 
 }  // namespace quillard::relayserver

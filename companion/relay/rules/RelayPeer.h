@@ -36,7 +36,8 @@ class RelayPeer {
   virtual void close(CloseCode code) = 0;
   // Ends the connection without a close message: the other end does not answer any more, or may not keep anything.
   virtual void abort() = 0;
-  // What the relay keeps for it, in bytes: what waits to be sent, and a message that has not arrived as a whole.
+  // What the relay keeps for it, in bytes: a message that has not arrived as a whole, and what waits to be sent; of a
+  // text that waits for others as well, its share.
   [[nodiscard]] virtual std::size_t heldBytes() const = 0;
 };
 

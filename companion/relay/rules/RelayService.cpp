@@ -14,6 +14,8 @@ constexpr std::string_view kMalformed = "The request is malformed.";
 constexpr std::string_view kUnauthenticated = "There is no such pairing, or it has another token.";
 constexpr std::string_view kRevoked = "This pairing was revoked.";
 constexpr std::string_view kStoreFailed = "The relay cannot use its database now.";
+// When to try again after there were too many connections from an address.
+constexpr std::chrono::seconds kCrowdedWait{30};
 constexpr std::string_view kStopping = "The relay is stopping.";
 
 HttpResponse unauthorized(std::string_view text) {
@@ -169,7 +171,9 @@ HttpResponse RelayService::registerToken(const HttpRequest& request, const std::
   if (!isRegistrationBody(request.body)) return errorResponse(400, "The body is malformed.");
   // Hashes are compared, which takes the same time for any key.
   const bool mayAdd = registrationKey.empty() || areEqual(hashOf(registrationKey), hashOf(request.registrationKey));
-  return answerTo(pairings.registerToken(pairingID, offered.token, mayAdd, now));
+  const auto outcome = pairings.registerToken(pairingID, offered.token, {.mayAdd = mayAdd, .from = request.from}, now);
+  rooms.forget(pairings.takeForgotten());
+  return answerTo(outcome);
 }
 
 // Absent: no phone, or one that the computer has not removed.
@@ -225,6 +229,7 @@ std::optional<HttpResponse> RelayService::refusalForCandidate(const Candidate& c
 std::variant<Admission, HttpResponse> RelayService::admit(const Candidate& candidate, Moment now) {
   if (isStopping) return errorResponse(503, kStopping);
   if (auto refusal = refusalForCandidate(candidate, now)) return *refusal;
+  if (!rooms.hasRoomFrom(candidate.from)) return tooManyRequests(kCrowdedWait);
   if (!rooms.hasRoomFor(candidate.who)) return errorResponse(503, "The pairing has as many phones as it can.");
   pairings.didJoin(candidate.who.pairingID, now.epochSeconds);
   return Admission{.who = candidate.who, .from = candidate.from, .offersProtocol = candidate.offersProtocol};

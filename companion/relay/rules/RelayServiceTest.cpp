@@ -268,6 +268,23 @@ TEST(RelayService, WritesEveryErrorAsJsonThatIsNotKept) {
   EXPECT_EQ(headerOf(answer, "cache-control"), "no-store");
 }
 
+TEST(RelayService, IsNotReadyWhileNothingCanBeWritten) {
+  RelayWorld world;
+  (void)world.registerToken();
+  const auto ask = [&] { return world.ask({.method = "GET", .target = "/readyz"}).status; };
+  world.store.failsToWrite = true;
+  // What is known can still be read.
+  EXPECT_EQ(world.registerToken().status, 204);
+  EXPECT_EQ(ask(), 200);
+  world.pairings.probe();
+  EXPECT_EQ(ask(), 503);
+  EXPECT_EQ(world.registerToken().status, 204);
+  EXPECT_EQ(ask(), 503);
+  world.store.failsToWrite = false;
+  world.pairings.probe();
+  EXPECT_EQ(ask(), 200);
+}
+
 TEST(RelayService, TellsReadinessFromHealth) {
   RelayWorld world;
   const auto ask = [&](const char* target) { return world.ask({.method = "GET", .target = target}).status; };
@@ -277,6 +294,7 @@ TEST(RelayService, TellsReadinessFromHealth) {
   EXPECT_EQ(ask("/readyz"), 503);
   EXPECT_EQ(ask("/healthz"), 200);
   world.store.fails = false;
+  world.pairings.probe();
   (void)world.registerToken();
   EXPECT_EQ(ask("/readyz"), 200);
   world.service.drain();

@@ -31,7 +31,7 @@ bool TokenBucket::take(Instant now) {
 }
 
 void TokenBucket::spend(double amount, Instant now) {
-  tokens = tokensAt(now) - amount;
+  tokens = std::max(tokensAt(now) - amount, -kLongestDebt * rate.perSecond);
   filledAt = std::max(filledAt, now);
 }
 

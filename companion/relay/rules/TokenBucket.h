@@ -27,7 +27,8 @@ class TokenBucket {
   // Whether `take` would succeed.
   [[nodiscard]] bool hasOne(Instant now) const;
 
-  // Takes `amount`, there or not: what is missing is owed, and paid by what comes in.
+  // Takes `amount`, there or not: what is missing is owed, and paid by what comes in. No more is owed than what comes
+  // in within kLongestDebt, so that those who come later do not pay for all that an attack has cost.
   void spend(double amount, Instant now);
   // Until nothing is owed.
   [[nodiscard]] Duration debtTime(Instant now) const;
@@ -38,6 +39,7 @@ class TokenBucket {
   [[nodiscard]] bool isFull(Instant now) const { return tokensAt(now) >= rate.burst; }
 
  private:
+  static constexpr double kLongestDebt = 10;  // Seconds: no client waits longer for one message, either.
   [[nodiscard]] double tokensAt(Instant now) const;
 
   Rate rate;

@@ -1,12 +1,18 @@
 #include "companion/relay/rules/TrafficBudget.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quillard::relayserver {
 namespace {
 
 // Measured, and rounded up.
-constexpr double kSecondsOfAMessage = 10e-6;
+constexpr double kSecondsOfAMessage = 6e-6;
+constexpr double kSecondsOfARead = 4e-6;
+constexpr double kSecondsOfAPart = 2e-6;
+constexpr double kSecondsOfAControl = 10e-6;
+constexpr double kSecondsOfAByteOfFraming = 10e-9;
+constexpr double kSecondsOfACommit = 5e-3;
 constexpr double kSecondsOfAText = 5e-6;
 constexpr double kSecondsOfAByte = 0.5e-9;
 constexpr double kSecondsOfAPlainByte = 6e-9;
@@ -16,11 +22,47 @@ bool hasSpentHalf(const TokenBucket& bucket, Instant now) { return bucket.fillin
 }  // namespace
 
 TrafficCost costOf(const TrafficWork& work) {
-  const auto moved = static_cast<double>(work.received + work.sent);
-  return {.bytes = moved,
-          .seconds = kSecondsOfAMessage + kSecondsOfAText * static_cast<double>(work.texts) + kSecondsOfAByte * moved +
-                     kSecondsOfAPlainByte * static_cast<double>(work.received - work.sealed)};
+  const auto costs = [](std::size_t count, double each) { return static_cast<double>(count) * each; };
+  const std::size_t moved = work.received + work.sent;
+  return {.bytes = static_cast<double>(moved + work.framing),
+          .seconds = costs(work.messages, kSecondsOfAMessage) + costs(work.texts, kSecondsOfAText) +
+                     costs(moved, kSecondsOfAByte) + costs(work.received - work.sealed, kSecondsOfAPlainByte) +
+                     costs(work.reads, kSecondsOfARead) + costs(work.parts, kSecondsOfAPart) +
+                     costs(work.controls, kSecondsOfAControl) + costs(work.framing, kSecondsOfAByteOfFraming) +
+                     costs(work.commits, kSecondsOfACommit)};
 }
+
+TrafficWork& TrafficWork::operator+=(const TrafficWork& more) {
+  messages += more.messages;
+  received += more.received;
+  sealed += more.sealed;
+  sent += more.sent;
+  texts += more.texts;
+  reads += more.reads;
+  parts += more.parts;
+  controls += more.controls;
+  framing += more.framing;
+  commits += more.commits;
+  return *this;
+}
+
+void UnpaidWork::didRead(std::size_t bytes) {
+  // What came before was told by now, but for what the WebSocket's own buffer still holds.
+  constexpr std::int64_t kReadAhead = 4096;
+  if (unexplained > kReadAhead) {
+    work.framing += static_cast<std::size_t>(unexplained - kReadAhead);
+    unexplained = kReadAhead;
+  }
+  ++work.reads;
+  unexplained += static_cast<std::int64_t>(bytes);
+}
+
+bool UnpaidWork::isWorthPaying() const {
+  constexpr double kLeastSeconds = 100e-6;
+  return costOf(work).seconds >= kLeastSeconds;
+}
+
+TrafficWork UnpaidWork::take() { return std::exchange(work, {}); }
 
 TrafficBudget::TrafficBudget(const RelayLimits& limits, Instant now)
     : limits(limits),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "companion/relay/rules/PrefixBuckets.h"
 #include "companion/relay/rules/RelayLimits.h"
@@ -8,12 +9,20 @@
 
 namespace quillard::relayserver {
 
-// What was done with one message.
+// What was done because of what one client has sent.
 struct TrafficWork {
-  std::size_t received = 0;  // Bytes of the message,
+  std::size_t messages = 0;  // That are whole.
+  std::size_t received = 0;  // Bytes of messages,
   std::size_t sealed = 0;    // and how many of them are sealed, which are quick to check.
   std::size_t sent = 0;      // Bytes of all texts that were sent because of it,
   std::size_t texts = 0;     // and how many there were.
+  std::size_t reads = 0;     // How often something came.
+  std::size_t parts = 0;     // Pieces of messages that are not whole yet.
+  std::size_t controls = 0;  // Pings and pongs; a ping is answered.
+  std::size_t framing = 0;   // Bytes that were of no message: the heads of frames, pings, pongs.
+  std::size_t commits = 0;   // Changes that had to be on the disk before anything else was done.
+
+  TrafficWork& operator+=(const TrafficWork& more);
 };
 
 struct TrafficCost {
@@ -21,6 +30,25 @@ struct TrafficCost {
   double seconds = 0;  // Of the relay's only thread, by measured figures: the same for the same work.
 };
 [[nodiscard]] TrafficCost costOf(const TrafficWork& work);
+
+// What a client has done that is not paid for: too little to be worth it, or about to be paid with the message that it
+// belongs to.
+class UnpaidWork {
+ public:
+  // What has come, and of it, what belonged to a message. The rest counts as framing once it cannot be the beginning of
+  // something that is still to be told.
+  void didRead(std::size_t bytes);
+  void didReceive(std::size_t bytesOfMessage) { unexplained -= static_cast<std::int64_t>(bytesOfMessage); }
+  void add(const TrafficWork& more) { work += more; }
+
+  [[nodiscard]] bool isWorthPaying() const;
+  // All of it, which is paid then.
+  [[nodiscard]] TrafficWork take();
+
+ private:
+  TrafficWork work;
+  std::int64_t unexplained = 0;  // Bytes that came, less those of messages.
+};
 
 // The two buckets of one pairing.
 struct PairingTraffic {

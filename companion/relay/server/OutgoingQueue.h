@@ -33,6 +33,12 @@ class OutgoingQueue {
     }
   }
   [[nodiscard]] std::size_t bytes() const { return waiting; }
+  // Of a text that others hold, too, its share.
+  [[nodiscard]] std::size_t ownBytes() const {
+    std::size_t bytes = 0;
+    for (const auto& text : texts) bytes += text->size() / static_cast<std::size_t>(text.use_count());
+    return bytes;
+  }
   [[nodiscard]] std::size_t messages() const { return texts.size(); }
 
  private:

@@ -6,7 +6,6 @@
 #include <fstream>
 #include <optional>
 #include <stdexcept>
-#include <unordered_map>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -17,6 +16,7 @@
 #include <openssl/ssl.h>
 
 #include "companion/relay/rules/Pairings.h"
+#include "companion/relay/rules/PrefixCounts.h"
 #include "companion/relay/rules/RelayNames.h"
 #include "companion/relay/server/HttpConnection.h"
 #include "companion/relay/server/PhonePageFiles.h"
@@ -34,6 +34,9 @@ namespace {
 constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::minutes kTidying{5};
 constexpr std::chrono::seconds kRetry{5};
+// How often it is tried whether the database can be written; the second while it cannot be used.
+constexpr std::chrono::minutes kProbing{1};
+constexpr std::chrono::seconds kProbingOfFailed{5};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
@@ -108,11 +111,13 @@ class RelayServer::Implementation {
   void printAddresses();
   void accept(Listener& listener);
   void acceptAfter(Duration pause, Listener& listener);
-  void serve(tcp::socket socket, Purpose purpose);
+  bool serve(tcp::socket socket, Purpose purpose, Instant now);
+  [[nodiscard]] bool isRefused(const RatePrefixes& from, bool isTrusted, Instant now);
   void awaitSignal();
   void reloadCertificate();
   void awaitTick();
   void tidy();
+  void probeStore(Instant now);
   void drain();
   void stop();
   void closeNext(Duration pause);
@@ -142,7 +147,10 @@ class RelayServer::Implementation {
   Instant nextTidying{};
   Instant nextRetry{};
   bool isStopping = false;
-  std::unordered_map<std::string, std::size_t> openRequests;  // By address.
+  PrefixCounts openRequests{configuration.limits.openRequests};
+  PrefixBuckets newConnectionsFrom{configuration.limits.addressNewConnections, configuration.limits.addresses};
+  Instant nextProbe{};
+  Instant nextProbeOfFailed{};
   bool hasPrinted = false;
   asio::io_context loop{1};
   std::vector<std::unique_ptr<Listener>> listeners;
@@ -264,9 +272,10 @@ void RelayServer::Implementation::accept(Listener& listener) {
       log.warn("A connection could not be accepted: " + error.message());
       return acceptAfter(kAcceptPause, listener);
     }
-    serve(std::move(socket), listener.purpose);
     const auto now = std::chrono::steady_clock::now();
-    newConnections.spend(1, now);
+    // Refusing costs little, so those that are refused do not keep others waiting for long.
+    constexpr double kCostOfRefusing = 0.02;
+    newConnections.spend(serve(std::move(socket), listener.purpose, now) ? 1 : kCostOfRefusing, now);
     acceptAfter(newConnections.debtTime(now), listener);
   });
 }
@@ -280,37 +289,44 @@ void RelayServer::Implementation::acceptAfter(Duration pause, Listener& listener
   });
 }
 
-void RelayServer::Implementation::serve(tcp::socket socket, Purpose purpose) {
+// False: it was refused.
+bool RelayServer::Implementation::serve(tcp::socket socket, Purpose purpose, Instant now) {
   ErrorCode error;
   const auto endpoint = socket.remote_endpoint(error);
-  if (error) return;
-  socket.set_option(tcp::no_delay(true), error);
-  // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
-  socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
+  if (error) return false;
   const auto peer = IpAddress::parse(endpoint.address().to_string()).value_or(IpAddress{});
-  const std::string name = peer.ratePrefixes().front();
+  const auto from = peer.ratePrefixes();
   const bool isFromRelay = purpose == Purpose::relays;
   const bool isTrusted =
       isFromRelay || std::any_of(configuration.trustedProxies.begin(), configuration.trustedProxies.end(),
                                  [&](const IpNetwork& network) { return network.contains(peer); });
-  const auto open = openRequests.find(name);
-  const bool isCrowded = open != openRequests.end() && open->second >= configuration.limits.openRequests;
-  const bool isFull = metrics.requests + metrics.tunnels + rooms->peerCount() >= configuration.limits.connections;
-  if (isFull || (isCrowded && !isTrusted)) return log.note("A connection was refused: there are too many.");
-  ++openRequests[name];
+  if (isRefused(from, isTrusted, now)) {
+    log.note("A connection was refused: there are too many.");
+    return false;
+  }
+  socket.set_option(tcp::no_delay(true), error);
+  // What waits for a slow reader waits in its queue, where it is counted, and not in the system.
+  socket.set_option(tcp::socket::send_buffer_size(kSendBuffer), error);
+  openRequests.add(from);
   ++metrics.requests;
-  const auto onEnd = [this, name] {
+  const auto onEnd = [this, from] {
     --metrics.requests;
-    const auto counted = openRequests.find(name);
-    if (--counted->second == 0) openRequests.erase(counted);
+    openRequests.remove(from);
   };
   PlainResponder plainResponder;
-  if (purpose == Purpose::metrics)
+  if (purpose == Purpose::metrics) {
     plainResponder = [this](const HttpRequest& request) { return answerForMetrics(request); };
+  }
   TlsContext shown = tls;
   if (purpose == Purpose::metrics) shown = nullptr;
   if (isFromRelay) shown = cluster->serverTls();
   serveHttp(RelayStream(std::move(socket), shown), peer, *dependencies, plainResponder, isFromRelay, onEnd);
+  return true;
+}
+
+bool RelayServer::Implementation::isRefused(const RatePrefixes& from, bool isTrusted, Instant now) {
+  if (metrics.requests + metrics.tunnels + rooms->peerCount() >= configuration.limits.connections) return true;
+  return !isTrusted && (!openRequests.hasRoom(from) || !newConnectionsFrom.take(from, now));
 }
 
 HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& request) {
@@ -358,8 +374,10 @@ void RelayServer::Implementation::awaitTick() {
     }
     rooms->tick(now.instant);
     processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
+    for (const auto& pairingID : rooms->takePairingsInUse()) pairings->noteUsed(pairingID, now.epochSeconds);
     const bool hasStore = !cluster || cluster->hasServed();
     if (hasStore && now.instant >= nextTidying) tidy();
+    if (hasStore) probeStore(now.instant);
     if (now.instant >= nextRetry) {
       nextRetry = now.instant + kRetry;
       pairings->retryUnsaved(now.epochSeconds);
@@ -378,6 +396,15 @@ void RelayServer::Implementation::tidy() {
   const auto purged = pairings->tidy(now.epochSeconds);
   if (!purged.empty()) log.note("Forgot pairings that were not used for long: " + std::to_string(purged.size()));
   rooms->forget(purged);
+}
+
+// A disk that is full is noticed before an agent meets it.
+void RelayServer::Implementation::probeStore(Instant now) {
+  if (now < nextProbe && pairings->isStoreFine()) return;
+  if (now < nextProbeOfFailed) return;
+  nextProbe = now + kProbing;
+  nextProbeOfFailed = now + kProbingOfFailed;
+  pairings->probe();
 }
 
 void RelayServer::Implementation::drain() {

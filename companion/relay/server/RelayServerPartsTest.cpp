@@ -33,6 +33,19 @@ TEST(OutgoingQueue, HasABoundInBytesAndOneInMessages) {
   EXPECT_EQ(queue.bytes(), 0U);
 }
 
+TEST(OutgoingQueue, HoldsItsShareOfWhatOthersHoldToo) {
+  const auto snapshot = std::make_shared<const std::string>(900, 'x');
+  OutgoingQueue one(10'000, 10);
+  OutgoingQueue other(10'000, 10);
+  EXPECT_TRUE(one.push(snapshot));
+  EXPECT_TRUE(other.push(snapshot));
+  EXPECT_TRUE(one.push(std::make_shared<const std::string>(50, 'x')));
+  EXPECT_EQ(one.ownBytes(), 900U / 3 + 50);
+  EXPECT_EQ(other.ownBytes(), 900U / 3);
+  one.clear(false);
+  EXPECT_EQ(other.ownBytes(), 900U / 2);
+}
+
 TEST(PhonePage, IsReadFromAFolderWithoutHiddenFilesAndLinks) {
   const test::TemporaryFolder folder;
   const std::string page = folder.path() + "/page";

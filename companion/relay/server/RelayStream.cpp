@@ -8,6 +8,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 namespace quillard::relayserver {
 namespace asio = boost::asio;
@@ -24,6 +25,8 @@ struct RelayStream::State {
   std::optional<asio::ssl::stream<tcp::socket&>> tls;
   std::vector<unsigned char> joined;  // A short write in one piece: each write is a TLS record of its own.
   std::function<void(std::size_t)> onBytes;
+  std::chrono::steady_clock::time_point heldUntil{};
+  std::optional<asio::steady_timer> held;  // Made when it is first needed: few connections do.
 };
 
 RelayStream::RelayStream(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
@@ -61,20 +64,40 @@ void RelayStream::shutdown(std::function<void(const ErrorCode&)> done) {
   asio::post(get_executor(), [done = std::move(done), error] { done(error); });
 }
 
+void RelayStream::holdReads(std::chrono::steady_clock::time_point until) {
+  state->heldUntil = std::max(state->heldUntil, until);
+}
+
+void RelayStream::releaseReads() {
+  state->heldUntil = {};
+  if (state->held) state->held->cancel();
+}
+
 void RelayStream::close() {
+  releaseReads();
   ErrorCode ignored;
   state->socket.close(ignored);
 }
 
 void RelayStream::readSome(const BufferList<asio::mutable_buffer>& buffers, IoHandler handler) {
-  auto finish = [state = state.get(), handler = std::move(handler)](const ErrorCode& error, std::size_t bytes) mutable {
-    if (bytes > 0 && state->onBytes) state->onBytes(bytes);
+  if (state->heldUntil <= std::chrono::steady_clock::now()) return readNow(*state, buffers, std::move(handler));
+  if (!state->held) state->held.emplace(state->socket.get_executor());
+  state->held->expires_at(state->heldUntil);
+  // Also when it was cancelled: of a socket that was closed, the read fails.
+  state->held->async_wait([state = state.get(), buffers, handler = std::move(handler)](const ErrorCode&) mutable {
+    readNow(*state, buffers, std::move(handler));
+  });
+}
+
+void RelayStream::readNow(State& state, const BufferList<asio::mutable_buffer>& buffers, IoHandler handler) {
+  auto finish = [&state, handler = std::move(handler)](const ErrorCode& error, std::size_t bytes) mutable {
+    if (bytes > 0 && state.onBytes) state.onBytes(bytes);
     handler(error, bytes);
   };
-  if (state->tls) {
-    state->tls->async_read_some(buffers, std::move(finish));
+  if (state.tls) {
+    state.tls->async_read_some(buffers, std::move(finish));
   } else {
-    state->socket.async_read_some(buffers, std::move(finish));
+    state.socket.async_read_some(buffers, std::move(finish));
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -79,6 +80,11 @@ class RelayStream {
   // Called whenever bytes have come, with how many, before they are parsed.
   void setOnBytes(std::function<void(std::size_t)> onBytes);
 
+  // Nothing more is read before then: what the client sends waits in the system, and then with the client.
+  void holdReads(std::chrono::steady_clock::time_point until);
+  // What was held goes on.
+  void releaseReads();
+
   template <class Buffers, class Token>
   auto async_read_some(const Buffers& buffers, Token&& token) {
     return boost::asio::async_initiate<Token, void(ErrorCode, std::size_t)>(
@@ -116,6 +122,7 @@ class RelayStream {
   void writeSome(const BufferList<boost::asio::const_buffer>& buffers, IoHandler handler);
 
   struct State;
+  static void readNow(State& state, const BufferList<boost::asio::mutable_buffer>& buffers, IoHandler handler);
   std::unique_ptr<State> state;
 };
 

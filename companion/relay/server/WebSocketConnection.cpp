@@ -50,8 +50,16 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
       if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
     }));
-    socket.next_layer().setOnBytes(
-        [this](std::size_t) { this->dependencies.rooms.didReceiveBytes(*this, now().instant); });
+    // A ping is answered by the library, without a word: whoever has to wait for that is not read any more, below it.
+    socket.next_layer().setOnBytes([this](std::size_t bytes) {
+      const auto when = now().instant;
+      hold(this->dependencies.rooms.didReceiveBytes(*this, bytes, when), when);
+    });
+    socket.control_callback([this](websocket::frame_type kind, const auto&) {
+      if (kind == websocket::frame_type::close) return;
+      const auto when = now().instant;
+      hold(this->dependencies.rooms.didReceiveControl(*this, when), when);
+    });
     // Joins before the answer is sent, so that the same place cannot be granted twice meanwhile.
     who = admission.who;
     dependencies.rooms.join(shared_from_this(), admission.who, admission.from, now().instant);
@@ -86,7 +94,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.next_layer().close();
   }
 
-  [[nodiscard]] std::size_t heldBytes() const override { return unfinished.bytes() + outgoing.bytes(); }
+  [[nodiscard]] std::size_t heldBytes() const override { return unfinished.bytes() + outgoing.ownBytes(); }
 
  private:
   enum class State { answering, open, closing };
@@ -108,6 +116,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   void sendClose() {
     state = State::closing;
     nextRead.cancel();  // The answer has to be read.
+    socket.next_layer().releaseReads();
     timeout.expires_after(kCloseTimeout);
     timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
@@ -119,13 +128,23 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   // A part of a message: what it announces to be as a whole takes no memory before it is there.
   void read() {
-    socket.async_read_some(buffer, kLargestPart, [self = shared_from_this()](const ErrorCode& error, std::size_t) {
-      if (error) return self->end();
-      if (self->socket.is_message_done()) return self->take();
-      self->unfinished.resize(self->buffer.capacity());
-      self->dependencies.rooms.didReceivePart(*self, self->now().instant);
-      self->read();
-    });
+    socket.async_read_some(
+        buffer, kLargestPart, [self = shared_from_this()](const ErrorCode& error, std::size_t bytes) {
+          if (error) return self->end();
+          if (self->socket.is_message_done()) return self->take();
+          self->unfinished.resize(self->buffer.capacity());
+          self->readAfter(self->dependencies.rooms.didReceivePart(*self, bytes, self->now().instant));
+        });
+  }
+
+  void readAfter(Duration wait) {
+    if (wait == Duration::zero()) return read();
+    nextRead.expires_after(wait);
+    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) { self->read(); });
+  }
+
+  void hold(Duration wait, Instant when) {
+    if (wait > Duration::zero()) socket.next_layer().holdReads(when + wait);
   }
 
   [[nodiscard]] std::string_view message() const {
@@ -144,17 +163,15 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     buffer.consume(buffer.size());
     if (buffer.capacity() > kKeptBuffer) buffer.shrink_to_fit();
     unfinished.resize(0);
-    if (wait == Duration::zero()) return read();
-    nextRead.expires_after(wait);
-    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) { self->read(); });
+    readAfter(wait);
   }
 
   void writeNext() {
     if (state != State::open || isWriting || outgoing.isEmpty()) return;
     isWriting = true;
-    const MessageText text = outgoing.front();
-    socket.async_write(boost::asio::buffer(*text),
-                       [self = shared_from_this(), text](const ErrorCode& error, std::size_t) {
+    // The queue holds the text until it is sent.
+    socket.async_write(boost::asio::buffer(*outgoing.front()),
+                       [self = shared_from_this()](const ErrorCode& error, std::size_t) {
                          self->isWriting = false;
                          self->outgoing.pop();
                          if (!error) self->writeNext();

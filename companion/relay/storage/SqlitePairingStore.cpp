@@ -26,7 +26,7 @@ constexpr const char* kFirstSchema = R"(
   PRAGMA user_version = 1;
 )";
 
-// Whether anybody has joined: of those that were there before, it is taken for granted.
+// Whether a client has joined: of those that were there before, it is taken for granted.
 constexpr const char* kSecondSchema = R"(
   ALTER TABLE pairings ADD COLUMN joined INTEGER NOT NULL DEFAULT 1;
   CREATE INDEX unjoined_pairings ON pairings (seen) WHERE joined = 0;
@@ -37,9 +37,10 @@ constexpr const char* kSecondSchema = R"(
   throw PairingStore::Failure{"The database " + file + " cannot be used: " + why};
 }
 
-// SQLite gives the files beside it the same permissions.
-void prepareFile(const std::string& file) {
-  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+// SQLite gives the files beside it the same permissions. `flags`: of open(2); O_CREAT makes the file where there is
+// none.
+void checkFile(const std::string& file, int flags) {
+  const int descriptor = ::open(file.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
   if (descriptor < 0) failForFile(file, std::strerror(errno));
   struct stat status {};
   const bool isKnown = ::fstat(descriptor, &status) == 0;
@@ -108,19 +109,23 @@ class SqlitePairingStore::Statement {
 void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
 
 SqlitePairingStore::SqlitePairingStore(const std::string& file) {
-  prepareFile(file);
-  sqlite3* opened = nullptr;
-  const int outcome = sqlite3_open_v2(file.c_str(), &opened,
-                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
-  connection.reset(opened);
-  if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
-  sqlite3_busy_timeout(opened, kTimeoutMilliseconds);
+  checkFile(file, O_RDWR | O_CREAT);
+  open(file, SQLITE_OPEN_READWRITE);
   try {
     execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA trusted_schema = OFF;");
     prepareSchema();
   } catch (const Failure& failure) {
     failForFile(file, failure.description);
   }
+}
+
+void SqlitePairingStore::open(const std::string& file, int flags) {
+  sqlite3* opened = nullptr;
+  const int outcome =
+      sqlite3_open_v2(file.c_str(), &opened, flags | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
+  connection.reset(opened);
+  if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
+  sqlite3_busy_timeout(opened, kTimeoutMilliseconds);
 }
 
 SqlitePairingStore::~SqlitePairingStore() = default;
@@ -157,9 +162,10 @@ void SqlitePairingStore::prepareSchema() {
 }
 
 void SqlitePairingStore::backUp(const std::string& file, const std::string& copy) {
-  if (::access(file.c_str(), R_OK) != 0) failForFile(file, std::strerror(errno));
+  checkFile(file, O_RDONLY);
   if (::access(copy.c_str(), F_OK) == 0) throw Failure{copy + " is there already."};
-  SqlitePairingStore store(file);
+  SqlitePairingStore store;
+  store.open(file, SQLITE_OPEN_READONLY);
   Statement(store, "VACUUM INTO ?").with(copy).run();
   if (::chmod(copy.c_str(), S_IRUSR | S_IWUSR) != 0) failForFile(copy, std::strerror(errno));
 }
@@ -250,6 +256,25 @@ bool SqlitePairingStore::forgetOldestUnjoined() {
   while (isThere && oldest.step()) {
   }
   return isThere;
+}
+
+std::optional<std::string> SqlitePairingStore::forgetLeastUsed(std::int64_t usedBefore) {
+  std::optional<std::string> forgotten;
+  inTransaction([&] {
+    Statement oldest(*this,
+                     "DELETE FROM pairings WHERE id = (SELECT id FROM pairings WHERE seen < ? ORDER BY seen LIMIT 1) "
+                     "RETURNING id");
+    oldest.with(usedBefore);
+    while (oldest.step()) forgotten = oldest.text(0);
+    if (forgotten) Statement(*this, "DELETE FROM removed_phones WHERE pairing = ?").with(*forgotten).run();
+  });
+  return forgotten;
+}
+
+void SqlitePairingStore::probe() {
+  // Writes the first page anew, as it was.
+  const auto sql = "PRAGMA user_version = " + std::to_string(kSchemaVersion);
+  inTransaction([&] { execute(sql.c_str()); });
 }
 
 std::size_t SqlitePairingStore::countUnjoined() {

@@ -20,7 +20,8 @@ class SqlitePairingStore final : public PairingStore {
   explicit SqlitePairingStore(const std::string& file);
   ~SqlitePairingStore() override;
 
-  // A copy as of now into `copy`, which must not exist, while a relay goes on using `file`. Mode 0600. Throws Failure.
+  // A copy as of now into `copy`, which must not exist, while a relay goes on using `file`. `file` is only read: it
+  // keeps the form that the version which wrote it gave it, and the copy has the same. Mode 0600. Throws Failure.
   static void backUp(const std::string& file, const std::string& copy);
 
   std::optional<Entry> find(const std::string& pairingID) override;
@@ -33,6 +34,8 @@ class SqlitePairingStore final : public PairingStore {
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
   bool forgetOldestUnjoined() override;
+  std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override;
+  void probe() override;
   std::size_t count() override;
   std::size_t countUnjoined() override;
 
@@ -45,6 +48,8 @@ class SqlitePairingStore final : public PairingStore {
 
  private:
   class Statement;
+  SqlitePairingStore() = default;
+  void open(const std::string& file, int flags);
   void execute(const char* sql);
   void prepareSchema();
   // Runs all of `changes` or nothing.

@@ -99,7 +99,7 @@ TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
 }
 
 // What the first version wrote, statement by statement.
-TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
+void writeFirstVersion(const std::string& file) {
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
   const std::string sql = R"(
@@ -118,6 +118,15 @@ TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
   ASSERT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_close(database);
   ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+}
+
+std::string bytesOf(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
+  ASSERT_NO_FATAL_FAILURE(writeFirstVersion(file));
   for (int opened = 0; opened < 2; ++opened) {
     SqlitePairingStore store(file);
     ASSERT_TRUE(store.find("one"));
@@ -144,7 +153,47 @@ TEST_F(SqliteStore, RefusesAFileOfALaterVersion) {
   EXPECT_THROW(SqlitePairingStore{file}, PairingStore::Failure);
 }
 
-TEST_F(SqliteStore, KnowsWhichPairingsNobodyHasJoined) {
+TEST_F(SqliteStore, ChangesNothingInWhatItBacksUp) {
+  ASSERT_NO_FATAL_FAILURE(writeFirstVersion(file));
+  const auto before = bytesOf(file);
+  const std::string copy = folder.path() + "/backup.db";
+  SqlitePairingStore::backUp(file, copy);
+  EXPECT_EQ(bytesOf(file), before);
+  EXPECT_EQ(SqlitePairingStore(copy).find("two")->lastUsed, 200);
+  EXPECT_THROW(SqlitePairingStore::backUp(folder.path() + "/missing.db", copy + "2"), PairingStore::Failure);
+  EXPECT_NE(::access((folder.path() + "/missing.db").c_str(), F_OK), 0);
+}
+
+TEST_F(SqliteStore, ForgetsWhatWasNotUsedForTheLongestTime) {
+  SqlitePairingStore store(file);
+  for (int i = 0; i < 3; ++i) store.add("p" + std::to_string(i), hashOf(kToken), 100 + i);
+  store.markJoined("p0", 200);
+  store.removePhone("p1", "A", 100, 10);
+  EXPECT_EQ(store.forgetLeastUsed(101), std::nullopt);
+  EXPECT_EQ(store.forgetLeastUsed(102), "p1");
+  EXPECT_FALSE(store.find("p1"));
+  EXPECT_FALSE(store.isRemoved("p1", "A"));
+  EXPECT_EQ(store.forgetLeastUsed(1000), "p2");
+  EXPECT_EQ(store.forgetLeastUsed(1000), "p0");
+  EXPECT_EQ(store.count(), 0U);
+}
+
+TEST_F(SqliteStore, FindsOutWhetherItCanBeWritten) {
+  SqlitePairingStore store(file);
+  store.add("one", hashOf(kToken), 100);
+  store.probe();
+  EXPECT_TRUE(store.find("one"));
+  // Another writer is as good as a full disk: nothing can be written for longer than it waits.
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_THROW(store.probe(), PairingStore::Failure);
+  EXPECT_TRUE(store.find("one"));
+  sqlite3_close(other);
+  store.probe();
+}
+
+TEST_F(SqliteStore, KnowsWhichPairingsNoClientHasJoined) {
   SqlitePairingStore store(file);
   for (int i = 0; i < 4; ++i) store.add("p" + std::to_string(i), hashOf(kToken), 100 + i);
   store.markJoined("p0", 200);

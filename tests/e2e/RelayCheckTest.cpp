@@ -5,6 +5,7 @@
 
 #include "contract/support/ScriptedServer.h"
 #include "contract/support/TestAuthority.h"
+#include "e2e/MeddlingProxy.h"
 #include "e2e/RelayServerFixture.h"
 
 // What `quillard-relay check` says of relays that work, and of what else may answer at an address.
@@ -93,6 +94,44 @@ TEST_F(RelayCheck, AsksForTheOperatorsKey) {
   EXPECT_THAT(check({url()}).printed, HasSubstr("WRONG    The relay wants its operator's key"));
   const auto shown = check({url(), "--registration-key", "0123456789abcdef"});
   EXPECT_EQ(shown.exitCode, 0) << shown.printed;
+}
+
+// A proxy that spoils WebSockets in one way or another: which one is told, and no pairing is left behind.
+TEST_F(RelayCheck, SaysWhatAProxyDoesWrongAndLeavesNothingBehind) {
+  auto more = withPage();
+  more.insert(more.end(), {"--metrics", "127.0.0.1:0"});
+  relay = std::make_unique<RelayProgram>(arguments(more));
+  const auto pairings = [&] {
+    const auto metrics = RelayWire(relay->metricsPort().value()).ask("GET", "/metrics").body;
+    return metrics.substr(metrics.find("\nquillard_relay_pairings ") + 1, 25);
+  };
+  using Habit = MeddlingProxy::Habit;
+  struct Row {
+    Habit habit;
+    std::string says;
+    bool isRevoked = true;  // Else no client could join, and the relay forgets the pairing by itself.
+  };
+  const std::vector<Row> table{
+      {Habit::forgetsUpgrades, "has to pass on the headers Upgrade and Connection", false},
+      {Habit::keepsMessagesBack, "a proxy keeps messages back"},
+      {Habit::dropsSilentOnes, "A silent connection was dropped"},
+      {Habit::endsItHalfWay, "ends WebSockets that are used", false},
+      {Habit::changesHandshakes, "changes the WebSocket's handshake"},
+  };
+  std::size_t leftBehind = 0;
+  for (const auto& row : table) {
+    const MeddlingProxy proxy(relay->port(), row.habit);
+    const auto outcome =
+        check({"http://127.0.0.1:" + std::to_string(proxy.port()), "--timeout-milliseconds", "2000", "--wait", "1"});
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.printed;
+    EXPECT_THAT(outcome.printed, HasSubstr("WRONG"));
+    EXPECT_THAT(outcome.printed, HasSubstr(row.says));
+    if (!row.isRevoked) ++leftBehind;
+    EXPECT_EQ(pairings(), "quillard_relay_pairings " + std::to_string(leftBehind)) << row.says;
+  }
+  const MeddlingProxy proxy(relay->port(), Habit::none);
+  EXPECT_EQ(check({"http://127.0.0.1:" + std::to_string(proxy.port())}).exitCode, 0);
+  EXPECT_EQ(pairings(), "quillard_relay_pairings " + std::to_string(leftBehind));
 }
 
 // Answers each request after another: what a proxy in the way makes of a relay.

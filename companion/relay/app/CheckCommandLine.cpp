@@ -16,6 +16,9 @@ std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::
   program.add_option("--wait", seconds, "Keep connections silent for so many seconds, to see whether they are dropped")
       ->check(CLI::Range(0, 3600))
       ->capture_default_str();
+  // For tests.
+  long timeout = options.timeout.count();
+  program.add_option("--timeout-milliseconds", timeout, "")->check(CLI::Range(1, 60'000))->group("");
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
   try {
     program.parse(std::move(reversed));
@@ -31,6 +34,7 @@ std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::
         ExitCode::wrongUsage};
   }
   options.address = *parsed;
+  options.timeout = std::chrono::milliseconds(timeout);
   options.silence = std::chrono::seconds(seconds);
   return options;
 }

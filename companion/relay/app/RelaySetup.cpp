@@ -9,6 +9,9 @@
 #include <CLI/CLI.hpp>
 #include <openssl/rand.h>
 
+#include "companion/relay/app/SetupFiles.h"
+#include "companion/relay/rules/RelayNames.h"
+
 namespace quillard::relayserver {
 namespace {
 
@@ -18,6 +21,7 @@ constexpr const char* kConfiguration = "etc/quillard-relay.conf";
 constexpr const char* kKeyFile = "etc/quillard-relay/registration-key";
 constexpr const char* kDropIn = "etc/systemd/system/quillard-relay.service.d/setup.conf";
 constexpr const char* kCaddyFile = "etc/quillard-relay/Caddyfile";
+constexpr const char* kCopyScript = "etc/quillard-relay/copy-certificate";
 
 CommandLineMessage problem(const std::string& text) { return {text + "\n", ExitCode::cannotDoHere}; }
 
@@ -40,22 +44,6 @@ std::string newKey() {
   return key;
 }
 
-// False: it cannot be written. `isSecret`: readable for its owner only.
-bool write(const fs::path& file, const std::string& text, bool isSecret = false) {
-  std::error_code error;
-  fs::create_directories(file.parent_path(), error);
-  fs::remove(file, error);
-  std::ofstream stream(file);
-  if (isSecret) fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, error);
-  if (!isSecret) fs::permissions(file, fs::perms(0644), error);
-  stream << text;
-  stream.close();
-  return !stream.fail() && !error;
-}
-
-// Quoted as the configuration file has it; the paths hold neither quotes nor backslashes.
-std::string quoted(const std::string& text) { return "\"" + text + "\""; }
-
 std::string configurationText(const RelaySetupOptions& options) {
   std::ostringstream text;
   text << "# Written by quillard-relay setup for " << options.domain << ". See quillard-relay --help.\n";
@@ -69,26 +57,38 @@ std::string configurationText(const RelaySetupOptions& options) {
          << "tls-key = \"/run/quillard-relay/key.pem\"\n";
   }
   text << "database = \"/var/lib/quillard-relay/relay.db\"\n";
-  if (!options.page.empty()) text << "page = " << quoted(options.page) << "\n";
+  if (!options.page.empty()) text << "page = \"" << options.page << "\"\n";
   if (options.wantsRegistrationKey) {
     text << "registration-key-file = \"/run/credentials/quillard-relay.service/registration-key\"\n";
   }
   return text.str();
 }
 
-// What the unit needs beyond itself. The certificate's key belongs to root, and the service to a user of its own: root
-// copies it, at each start and reload, so that a reload takes the newest one.
+// The certificate's key belongs to root, and the service to a user of its own: root runs this at each start and reload,
+// so that a reload takes the newest one.
+std::string copyScriptText(const RelaySetupOptions& options) {
+  std::ostringstream text;
+  text << "#!/bin/sh\n# Written by quillard-relay setup: lets the relay read its certificate and the key.\n"
+       << "set -eu\numask 077\ncd /run/quillard-relay\n"
+       << "owner=$(stat -Lc %u .)\n";
+  const auto copy = [&](const std::string& from, const char* to) {
+    text << "install -m 0400 -o \"$owner\" -- " << shellQuoted(from) << " " << to << ".new\n";
+  };
+  copy(options.tlsCertificate, "certificate.pem");
+  copy(options.tlsKey, "key.pem");
+  text << "mv -f certificate.pem.new certificate.pem\nmv -f key.pem.new key.pem\n";
+  return text.str();
+}
+
+// What the unit needs beyond itself.
 std::string dropInText(const RelaySetupOptions& options) {
   std::ostringstream text;
   text << "# Written by quillard-relay setup.\n[Service]\n";
   if (options.wantsRegistrationKey) text << "LoadCredential=registration-key:/" << kKeyFile << "\n";
   if (options.tlsCertificate.empty()) return text.str();
-  const std::string copy = "install -m 0400 -o \"$(stat -Lc %%u /run/quillard-relay)\" ";
-  const std::string both = copy + options.tlsCertificate + " /run/quillard-relay/certificate.pem && " + copy +
-                           options.tlsKey + " /run/quillard-relay/key.pem";
   text << "RuntimeDirectory=quillard-relay\nRuntimeDirectoryMode=0700\n"
-       << "ExecStartPre=+/bin/sh -c '" << both << "'\n"
-       << "ExecReload=\nExecReload=+/bin/sh -c '" << both << " && kill -HUP $MAINPID'\n"
+       << "ExecStartPre=+/" << kCopyScript << "\n"
+       << "ExecReload=\nExecReload=+/" << kCopyScript << "\nExecReload=/bin/kill -HUP $MAINPID\n"
        << "# Port 443.\nAmbientCapabilities=CAP_NET_BIND_SERVICE\nCapabilityBoundingSet=CAP_NET_BIND_SERVICE\n"
        << "PrivateUsers=no\n";
   return text.str();
@@ -99,19 +99,29 @@ std::string caddyText(const RelaySetupOptions& options) {
          " {\n  header Strict-Transport-Security \"max-age=31536000\"\n  reverse_proxy 127.0.0.1:8080\n}\n";
 }
 
-std::string nextSteps(const RelaySetupOptions& options, const std::string& key) {
+std::string stepsForTls(const RelaySetupOptions& options) {
   std::ostringstream text;
-  text << "Written: /" << kConfiguration << "\n\nOn this server:\n";
-  if (options.tlsCertificate.empty()) {
+  if (!options.tlsCertificate.empty()) {
+    text << "  1. Whenever the certificate is renewed: systemctl reload quillard-relay\n";
+  } else if (options.isBehindTunnel) {
+    text << "  1. Let your private network or tunnel offer https://" << options.domain << ", with a certificate that\n"
+         << "     phones trust, and pass it to http://127.0.0.1:8080: WebSockets, too, also when they are silent for "
+            "90 s.\n";
+  } else {
     text << "  1. Let Caddy do TLS: add these lines to /etc/caddy/Caddyfile (they are in /" << kCaddyFile << ", too),\n"
          << "     and run: systemctl reload caddy\n\n";
     std::istringstream lines(caddyText(options));
     for (std::string line; std::getline(lines, line);) text << "       " << line << "\n";
     text << "\n";
-  } else {
-    text << "  1. Whenever the certificate is renewed: systemctl reload quillard-relay\n";
   }
-  text << "  2. systemctl daemon-reload && systemctl enable --now quillard-relay\n"
+  return text.str();
+}
+
+std::string nextSteps(const RelaySetupOptions& options, const std::string& key) {
+  std::ostringstream text;
+  text << "Written: /" << kConfiguration << "\n\nOn this server:\n"
+       << stepsForTls(options) << "  2. systemctl daemon-reload && systemctl enable --now quillard-relay\n"
+       << "     and where it runs already: systemctl restart quillard-relay\n"
        << "  3. From another computer: quillard-relay check https://" << options.domain
        << (key.empty() ? "" : " --registration-key " + key) << "\n\n"
        << "On the computer whose prompts you want on your phone, start Quillard with these two in its environment:\n"
@@ -121,16 +131,38 @@ std::string nextSteps(const RelaySetupOptions& options, const std::string& key) 
   return text.str();
 }
 
+bool isControl(char c) { return static_cast<unsigned char>(c) < ' '; }
+
 // What is wrong with what the options name; empty: nothing.
 std::string problemWith(const RelaySetupOptions& options) {
   if (!isDomain(options.domain)) return "--domain " + options.domain + ": that is no name such as relay.example.";
+  if (options.isBehindTunnel && !options.tlsKey.empty()) return "--tunnel and a certificate exclude each other.";
   if (options.tlsCertificate.empty() != options.tlsKey.empty()) return "--tls-certificate and --tls-key go together.";
   for (const auto& file : {options.tlsCertificate, options.tlsKey}) {
     const bool isUsable = file.empty() || (fs::path(file).is_absolute() && fs::exists(file));
     if (!isUsable) return file + ": there is no such file. Give its full path.";
-    if (file.find_first_of(" \"'\\$%") != std::string::npos) return file + ": such a path cannot stand in a unit.";
+    if (std::any_of(file.begin(), file.end(), isControl)) return "A path with a line break in it cannot be used.";
   }
   if (!options.page.empty() && !fs::exists(options.page + "/index.html")) return options.page + " holds no page.";
+  return "";
+}
+
+// One that was made before stays good: agents may have it.
+std::string keyFor(const fs::path& root) {
+  std::ifstream stream(root / kKeyFile);
+  std::string earlier;
+  return std::getline(stream, earlier) && isRegistrationKey(earlier) ? earlier : newKey();
+}
+
+// Empty: none of them is there.
+std::string earlierFile(const std::vector<SetupFile>& files, const std::vector<fs::path>& others) {
+  std::error_code error;
+  for (const auto& file : files) {
+    if (fs::exists(fs::symlink_status(file.path, error))) return file.path.string();
+  }
+  for (const auto& path : others) {
+    if (fs::exists(fs::symlink_status(path, error))) return path.string();
+  }
   return "";
 }
 
@@ -149,8 +181,10 @@ std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(const std::
   program.add_option("--tls-certificate", options.tlsCertificate,
                      "A certificate of your own, with those between it and its root; without one, Caddy does TLS");
   program.add_option("--tls-key", options.tlsKey, "Its private key");
+  program.add_flag("--tunnel", options.isBehindTunnel,
+                   "A private network or tunnel of your choice does TLS, and no Caddy is needed");
   program.add_flag("--registration-key", options.wantsRegistrationKey, "Make a key that agents have to show");
-  program.add_flag("--replace", options.replaces, "Write over an earlier configuration");
+  program.add_flag("--replace", options.replaces, "Put an earlier configuration aside, as FILE.old");
   program.add_option("--page", options.page, "The folder of the phones' page")->capture_default_str();
   program.add_option("--root", options.root, "")->group("");
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -167,21 +201,32 @@ std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(const std::
 CommandLineMessage setUpRelay(const RelaySetupOptions& options) {
   if (const auto wrong = problemWith(options); !wrong.empty()) return {wrong + "\n", ExitCode::wrongUsage};
   const fs::path root(options.root);
-  const auto configuration = root / kConfiguration;
-  if (fs::exists(configuration) && !options.replaces) {
-    return problem(configuration.string() + " is there already. --replace writes over it.");
+  const std::string key = options.wantsRegistrationKey ? keyFor(root) : "";
+  std::vector<SetupFile> files{{root / kConfiguration, configurationText(options)}};
+  std::vector<fs::path> obsolete;
+  const auto addIf = [&](bool isWanted, const char* path, const std::string& text, unsigned mode = 0644) {
+    if (isWanted) {
+      files.push_back({root / path, text, mode});
+    } else {
+      obsolete.push_back(root / path);
+    }
+  };
+  const bool hasCertificate = !options.tlsCertificate.empty();
+  addIf(!key.empty(), kKeyFile, key + "\n", 0600);
+  addIf(!key.empty() || hasCertificate, kDropIn, dropInText(options));
+  addIf(hasCertificate, kCopyScript, copyScriptText(options), 0755);
+  addIf(!hasCertificate && !options.isBehindTunnel, kCaddyFile, caddyText(options));
+  if (const auto standing = earlierFile(files, obsolete); !standing.empty() && !options.replaces) {
+    return problem(standing + " is there already. --replace puts it aside.");
   }
-  const std::string key = options.wantsRegistrationKey ? newKey() : "";
-  bool isWritten = write(configuration, configurationText(options));
-  if (!key.empty()) isWritten = isWritten && write(root / kKeyFile, key + "\n", /*isSecret=*/true);
-  const bool needsDropIn = !key.empty() || !options.tlsCertificate.empty();
-  if (needsDropIn) isWritten = isWritten && write(root / kDropIn, dropInText(options));
-  std::error_code ignored;
-  if (!needsDropIn) fs::remove(root / kDropIn, ignored);
-  if (options.tlsCertificate.empty()) isWritten = isWritten && write(root / kCaddyFile, caddyText(options));
-  if (!isWritten) return problem("The configuration cannot be written below " + options.root + ": are you root?");
-  const auto read = readConfiguration({"--config", configuration.string()});
+  SetupFiles together(std::move(files));
+  if (const auto why = together.prepare(); !why.empty()) return problem(why + ". Are you root?");
+  const auto read = readConfiguration({"--config", SetupFiles::preparedName(root / kConfiguration).string()});
   if (const auto* wrong = std::get_if<CommandLineMessage>(&read)) return problem(wrong->text);
+  if (std::get<RelayConfiguration>(read).page != options.page) {
+    return problem(options.page + ": such a path cannot stand in a configuration file.");
+  }
+  if (const auto why = together.commit(obsolete); !why.empty()) return problem(why);
   return {nextSteps(options, key), ExitCode::success};
 }
 

@@ -14,16 +14,18 @@ struct RelaySetupOptions {
   std::string tlsCertificate;  // Both or none: without them, a proxy on the same computer does TLS.
   std::string tlsKey;
   bool wantsRegistrationKey = false;
-  bool replaces = false;   // An earlier configuration may go.
-  std::string root = "/";  // Where etc/ is; another one for tests.
-  std::string page;        // The folder of the phones' page.
+  bool isBehindTunnel = false;  // Something else than Caddy does TLS.
+  bool replaces = false;        // An earlier configuration is put aside.
+  std::string root = "/";       // Where etc/ is; another one for tests.
+  std::string page;             // The folder of the phones' page.
 };
 
 [[nodiscard]] std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(
     const std::vector<std::string>& arguments);
 
 // Writes the configuration, and what else the service needs for it, checks what it has written, and says what to do
-// next. Nothing is written where an earlier configuration stands, unless `replaces`.
+// next. Nothing is written where any of these files stands, unless `replaces`: then the earlier ones are kept beside
+// the new ones, with ".old" at their ends. All of it is written or nothing.
 [[nodiscard]] CommandLineMessage setUpRelay(const RelaySetupOptions& options);
 
 }  // namespace quillard::relayserver

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -6,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "companion/relay/app/RelaySetup.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::relayserver {
@@ -32,6 +34,22 @@ class RelaySetup : public testing::Test {
   }
   [[nodiscard]] RelayConfiguration written() const {
     return std::get<RelayConfiguration>(readConfiguration({"--config", folder.path() + "/etc/quillard-relay.conf"}));
+  }
+
+  [[nodiscard]] unsigned modeOf(const std::string& file) const {
+    struct stat status {};
+    return ::stat((folder.path() + "/" + file).c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+  }
+  // All files and folders below it.
+  static std::string listing(const std::string& place) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(place)) {
+      names.push_back(std::filesystem::relative(entry.path(), place).string());
+    }
+    std::sort(names.begin(), names.end());
+    std::string text;
+    for (const auto& name : names) text += name + " ";
+    return text;
   }
 
   const test::TemporaryFolder folder;
@@ -62,10 +80,43 @@ TEST_F(RelaySetup, ListensAtPort443WithACertificateOfItsOwn) {
   EXPECT_EQ(configuration.tlsKey, "/run/quillard-relay/key.pem");
   EXPECT_FALSE(configuration.isBehindProxy);
   const auto dropIn = contents("etc/systemd/system/quillard-relay.service.d/setup.conf");
-  for (const char* line : {"AmbientCapabilities=CAP_NET_BIND_SERVICE\n", "PrivateUsers=no\n", "ExecReload=\n",
-                           "RuntimeDirectory=quillard-relay\n", "kill -HUP $MAINPID'\n", "/privkey.pem "}) {
+  for (const char* line :
+       {"AmbientCapabilities=CAP_NET_BIND_SERVICE\n", "PrivateUsers=no\n", "ExecReload=\n",
+        "RuntimeDirectory=quillard-relay\n", "ExecReload=/bin/kill -HUP $MAINPID\n",
+        "ExecStartPre=+/etc/quillard-relay/copy-certificate\n", "ExecReload=+/etc/quillard-relay/copy-certificate\n"}) {
     EXPECT_THAT(dropIn, HasSubstr(line));
   }
+  EXPECT_EQ(modeOf("etc/quillard-relay/copy-certificate"), 0755U);
+  EXPECT_EQ(modeOf("etc/quillard-relay"), 0755U);
+}
+
+// What the service runs at its start, with a folder of the test in place of /run/quillard-relay.
+TEST_F(RelaySetup, CopiesCertificatesFromAnyPath) {
+  const std::string certificate = make("a \"full\" $chain's %n;#.pem");
+  const std::string key = make("-key`id`\\.pem");
+  const auto outcome = setUp({"--domain", "relay.example", "--tls-certificate", certificate, "--tls-key", key});
+  ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
+  auto script = contents("etc/quillard-relay/copy-certificate");
+  const std::string place = "/run/quillard-relay";
+  ASSERT_NE(script.find("cd " + place + "\n"), std::string::npos);
+  script.replace(script.find(place), place.size(), "\"$1\"");
+  std::filesystem::create_directory(folder.path() + "/run");
+  const test::ChildProcess::Start start{.command = {"/bin/sh", "-c", script, "sh", folder.path() + "/run"},
+                                        .environment = test::presentEnvironment()};
+  EXPECT_EQ(test::ChildProcess(start).wait(), 0);
+  EXPECT_EQ(contents("run/certificate.pem"), "x");
+  EXPECT_EQ(contents("run/key.pem"), "x");
+  EXPECT_EQ(modeOf("run/key.pem"), 0400U);
+}
+
+TEST_F(RelaySetup, LeavesTlsToATunnel) {
+  const auto outcome = setUp({"--domain", "desk.home.example", "--tunnel"});
+  ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
+  EXPECT_THAT(outcome.text, HasSubstr("offer https://desk.home.example"));
+  EXPECT_THAT(outcome.text, HasSubstr("http://127.0.0.1:8080"));
+  EXPECT_THAT(outcome.text, Not(HasSubstr("Caddy")));
+  EXPECT_TRUE(written().isBehindProxy);
+  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/etc/quillard-relay"));
 }
 
 TEST_F(RelaySetup, MakesAKeyThatOnlyItsOwnerCanRead) {
@@ -89,6 +140,51 @@ TEST_F(RelaySetup, LeavesAnEarlierConfigurationAlone) {
   EXPECT_THAT(contents("etc/quillard-relay.conf"), HasSubstr("first.example"));
   EXPECT_EQ(setUp({"--domain", "second.example", "--replace"}).exitCode, ExitCode::success);
   EXPECT_THAT(contents("etc/quillard-relay.conf"), HasSubstr("second.example"));
+  EXPECT_THAT(contents("etc/quillard-relay.conf.old"), HasSubstr("first.example"));
+}
+
+TEST_F(RelaySetup, GuardsEachFileThatItWouldWriteOrPutAside) {
+  for (const char* file :
+       {"etc/quillard-relay.conf", "etc/quillard-relay/registration-key", "etc/quillard-relay/Caddyfile",
+        "etc/quillard-relay/copy-certificate", "etc/systemd/system/quillard-relay.service.d/setup.conf"}) {
+    const auto path = std::filesystem::path(folder.path()) / file;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << "by hand";
+    const auto outcome = setUp({"--domain", "relay.example"});
+    EXPECT_EQ(outcome.exitCode, ExitCode::cannotDoHere) << file;
+    EXPECT_THAT(outcome.text, HasSubstr(file));
+    EXPECT_EQ(contents(file), "by hand");
+    EXPECT_EQ(setUp({"--domain", "relay.example", "--replace"}).exitCode, ExitCode::success) << file;
+    EXPECT_EQ(contents(std::string(file) + ".old"), "by hand");
+    EXPECT_NE(contents(file), "by hand");
+    std::filesystem::remove_all(folder.path() + "/etc");
+  }
+}
+
+TEST_F(RelaySetup, KeepsTheKeyThatAgentsHave) {
+  ASSERT_EQ(setUp({"--domain", "relay.example", "--registration-key"}).exitCode, ExitCode::success);
+  const auto key = contents("etc/quillard-relay/registration-key");
+  ASSERT_EQ(setUp({"--domain", "other.example", "--registration-key", "--replace"}).exitCode, ExitCode::success);
+  EXPECT_EQ(contents("etc/quillard-relay/registration-key"), key);
+}
+
+TEST_F(RelaySetup, WritesAllOrNothing) {
+  // Two of the files cannot be put where they belong: one not written, the other not renamed.
+  const std::string etc = folder.path() + "/etc";
+  std::filesystem::create_directories(etc);
+  std::ofstream(etc + "/systemd") << "no folder";
+  EXPECT_EQ(setUp({"--domain", "relay.example", "--registration-key"}).exitCode, ExitCode::cannotDoHere);
+  EXPECT_EQ(listing(etc), "systemd ");
+  std::filesystem::remove(etc + "/systemd");
+
+  ASSERT_EQ(setUp({"--domain", "first.example", "--registration-key"}).exitCode, ExitCode::success);
+  const auto before = listing(etc);
+  const std::string obstacle = etc + "/systemd/system/quillard-relay.service.d/setup.conf.old";
+  std::filesystem::create_directories(obstacle + "/in-the-way");
+  EXPECT_EQ(setUp({"--domain", "second.example", "--registration-key", "--replace"}).exitCode, ExitCode::cannotDoHere);
+  EXPECT_THAT(contents("etc/quillard-relay.conf"), HasSubstr("first.example"));
+  std::filesystem::remove_all(obstacle);
+  EXPECT_EQ(listing(etc), before);
 }
 
 TEST_F(RelaySetup, WarnsAboutWhatItCannotUse) {
@@ -101,11 +197,17 @@ TEST_F(RelaySetup, WarnsAboutWhatItCannotUse) {
         {"--domain", "relay.example", "--tls-key", file},
         {"--domain", "relay.example", "--page", "/missing"},
         {"--domain", "relay.example", "--tls-key", file, "--tls-certificate", "/missing.pem"},
+        {"--domain", "relay.example", "--tls-key", file, "--tls-certificate", file, "--tunnel"},
+        {"--domain", "relay.example", "--tls-key", make("line\nbreak"), "--tls-certificate", file},
         {"--domain", "relay.example", "--nonsense"}}) {
     const auto outcome = setUp(arguments);
     EXPECT_EQ(outcome.exitCode, ExitCode::wrongUsage) << outcome.text;
     EXPECT_NE(outcome.text, "");
   }
+  // What the configuration file cannot hold is no page, either.
+  std::filesystem::create_directory(folder.path() + "/a#b");
+  (void)make("a#b/index.html");
+  EXPECT_EQ(setUp({"--domain", "relay.example", "--page", folder.path() + "/a#b"}).exitCode, ExitCode::cannotDoHere);
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/etc"));
   EXPECT_EQ(setUp({"--help"}).exitCode, ExitCode::success);
 }

@@ -19,7 +19,6 @@
 namespace quillard::relayserver {
 namespace {
 
-constexpr std::chrono::milliseconds kTimeout{10'000};
 constexpr std::size_t kLongestReply = std::size_t{4} * 1024 * 1024;
 constexpr unsigned kText = 1;
 constexpr unsigned kClose = 8;
@@ -55,14 +54,14 @@ std::string textOf(const addrinfo& address) {
 }
 
 // -1, and why in `why`: no connection with this address.
-int connectedTo(const addrinfo& address, std::string& why) {
+int connectedTo(const addrinfo& address, std::chrono::milliseconds timeout, std::string& why) {
   const int descriptor = ::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (descriptor < 0) return -1;
   int error = ::connect(descriptor, address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
   if (error == EINPROGRESS) {
     socklen_t size = sizeof error;
     error = ETIMEDOUT;
-    if (isReady(descriptor, POLLOUT, kTimeout)) ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
+    if (isReady(descriptor, POLLOUT, timeout)) ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
   }
   if (error == 0) return descriptor;
   why += " " + textOf(address) + ": " + std::strerror(error) + ".";
@@ -112,7 +111,7 @@ std::optional<CheckedAddress> CheckedAddress::parse(std::string_view text) {
 }
 
 struct CheckedConnection::State {
-  State() = default;
+  explicit State(std::chrono::milliseconds timeout) : timeout(timeout) {}
   State(const State&) = delete;
   State& operator=(const State&) = delete;
   ~State() {
@@ -125,7 +124,7 @@ struct CheckedConnection::State {
     const Addresses found(relay);
     std::string why;
     for (const addrinfo* next = found.first; next && descriptor < 0; next = next->ai_next) {
-      descriptor = connectedTo(*next, why);
+      descriptor = connectedTo(*next, timeout, why);
     }
     if (descriptor < 0) {
       fail("Nothing answers at " + relay.host + ", port " + std::to_string(relay.port) + "." + why +
@@ -151,7 +150,7 @@ struct CheckedConnection::State {
     while (true) {
       const int outcome = SSL_connect(tls);
       if (outcome == 1) return;
-      if (waitFor(outcome, kTimeout)) continue;
+      if (waitFor(outcome)) continue;
       const long verified = SSL_get_verify_result(tls);
       if (verified != X509_V_OK) fail(certificateProblem(relay, verified));
       fail("TLS: there is no encrypted connection with " + relay.host + ", port " + std::to_string(relay.port) +
@@ -160,20 +159,21 @@ struct CheckedConnection::State {
   }
 
   // Whether it is worth another try.
-  bool waitFor(int outcome, std::chrono::milliseconds timeout) const {
+  [[nodiscard]] bool waitFor(int outcome) const {
     const int error = SSL_get_error(tls, outcome);
     if (error == SSL_ERROR_WANT_READ) return isReady(descriptor, POLLIN, timeout);
     if (error == SSL_ERROR_WANT_WRITE) return isReady(descriptor, POLLOUT, timeout);
     return false;
   }
 
+  const std::chrono::milliseconds timeout;
   int descriptor = -1;
   SSL_CTX* context = nullptr;
   SSL* tls = nullptr;
 };
 
-CheckedConnection::CheckedConnection(const CheckedAddress& address)
-    : address(address), state(std::make_unique<State>()) {
+CheckedConnection::CheckedConnection(const CheckedAddress& address, std::chrono::milliseconds timeout)
+    : address(address), timeout(timeout), state(std::make_unique<State>(timeout)) {
   state->connect(address);
   if (address.isEncrypted) state->encrypt(address);
 }
@@ -198,13 +198,13 @@ void CheckedConnection::write(std::string_view bytes) {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
       continue;
     }
-    const bool isWorthIt = state->tls ? state->waitFor(static_cast<int>(sent), kTimeout)
-                                      : errno == EAGAIN && isReady(state->descriptor, POLLOUT, kTimeout);
+    const bool isWorthIt = state->tls ? state->waitFor(static_cast<int>(sent))
+                                      : errno == EAGAIN && isReady(state->descriptor, POLLOUT, timeout);
     if (!isWorthIt) fail("The connection was ended while something was sent.");
   }
 }
 
-bool CheckedConnection::readMore(std::chrono::milliseconds timeout) {
+bool CheckedConnection::readMore(std::chrono::milliseconds longest) {
   std::array<char, 16 * 1024> bytes{};
   while (true) {
     const auto got = state->tls ? SSL_read(state->tls, bytes.data(), static_cast<int>(bytes.size()))
@@ -216,14 +216,14 @@ bool CheckedConnection::readMore(std::chrono::milliseconds timeout) {
     const bool isWaiting = state->tls ? SSL_get_error(state->tls, static_cast<int>(got)) == SSL_ERROR_WANT_READ
                                       : got < 0 && errno == EAGAIN;
     if (!isWaiting) fail("The connection was ended from the other side.");
-    if (!isReady(state->descriptor, POLLIN, timeout)) return false;
+    if (!isReady(state->descriptor, POLLIN, longest)) return false;
   }
 }
 
 std::string CheckedConnection::readBytes(std::size_t count) {
   if (count > kLongestReply) fail("The answer is too long.");
   while (arrived.size() < count) {
-    if (!readMore(kTimeout)) fail("No answer came in ten seconds.");
+    if (!readMore(timeout)) fail("No answer came in time.");
   }
   std::string bytes = arrived.substr(0, count);
   arrived.erase(0, count);
@@ -234,7 +234,7 @@ CheckedReply CheckedConnection::readReply() {
   std::size_t end = 0;
   while ((end = arrived.find("\r\n\r\n")) == std::string::npos) {
     if (arrived.size() > kLongestReply) fail("The answer is too long.");
-    if (!readMore(kTimeout)) fail("No answer came in ten seconds.");
+    if (!readMore(timeout)) fail("No answer came in time.");
   }
   const std::string head = readBytes(end + 4);
   CheckedReply reply;
@@ -290,9 +290,9 @@ void CheckedConnection::sendFrame(unsigned opcode, const std::string& payload) {
 
 void CheckedConnection::sendText(const std::string& text) { sendFrame(kText, text); }
 
-std::optional<std::string> CheckedConnection::readText(std::chrono::milliseconds timeout) {
+std::optional<std::string> CheckedConnection::readText(std::chrono::milliseconds longest) {
   while (true) {
-    if (arrived.empty() && !readMore(timeout)) return std::nullopt;
+    if (arrived.empty() && !readMore(longest)) return std::nullopt;
     const std::string head = readBytes(2);
     const auto first = static_cast<unsigned char>(head[0]);
     std::uint64_t size = static_cast<unsigned char>(head[1]) & 0x7FU;

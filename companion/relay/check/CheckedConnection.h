@@ -32,13 +32,13 @@ struct CheckedReply {
   std::string body;
 };
 
-// A client's connection with a relay, as a phone's browser would make it. Every call waits, ten seconds at most, and
+// A client's connection with a relay, as a phone's browser would make it. Every call waits, `timeout` at most, and
 // throws CheckFailure.
 class CheckedConnection {
  public:
   // Resolves, connects, and checks the certificate with the system's authorities, or those in the file that
   // SSL_CERT_FILE names.
-  explicit CheckedConnection(const CheckedAddress& address);
+  CheckedConnection(const CheckedAddress& address, std::chrono::milliseconds timeout);
   ~CheckedConnection();
   CheckedConnection(const CheckedConnection&) = delete;
   CheckedConnection& operator=(const CheckedConnection&) = delete;
@@ -50,7 +50,7 @@ class CheckedConnection {
   CheckedReply openWebSocket(const std::string& target, const Headers& headers);
   void sendText(const std::string& text);
   // The next text; pings are answered on the way. Absent: none came in that time.
-  std::optional<std::string> readText(std::chrono::milliseconds timeout);
+  std::optional<std::string> readText(std::chrono::milliseconds longest);
 
   // Until the certificate ends. Absent: not encrypted.
   [[nodiscard]] std::optional<int> daysOfCertificate() const;
@@ -63,10 +63,11 @@ class CheckedConnection {
   CheckedReply readReply();
   std::string readBytes(std::size_t count);
   // False: nothing came in that time.
-  bool readMore(std::chrono::milliseconds timeout);
+  bool readMore(std::chrono::milliseconds longest);
   void write(std::string_view bytes);
 
   const CheckedAddress address;
+  const std::chrono::milliseconds timeout;
   std::unique_ptr<State> state;
   std::string arrived;
   int pingsReceived = 0;

@@ -13,7 +13,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kTimeout{10'000};
 constexpr double kMostClockDifference = 60;  // Seconds.
 constexpr int kFewDays = 14;
 
@@ -44,7 +43,21 @@ class Check {
     connectBoth();
     sendSnapshot();
     stayConnected();
-    forget();
+  }
+
+  // Leaves nothing behind, whatever was found: over a connection of its own, since the others may be what is wrong.
+  // Where none can be made, no client has joined, and the relay forgets the pairing by itself.
+  void forget() {
+    if (!isRegistered) return;
+    try {
+      CheckedConnection last(options.address, options.timeout);
+      if (last.openWebSocket("/ws?role=mac&pairing=" + pairing, bearer()).status != 101) return;
+      last.sendText(R"({"type":"phone.unpair","issuedAt":"2026-01-01T00:00:00Z"})");
+      while (last.readText(options.timeout)) {
+      }
+    } catch (const CheckFailure&) {
+      // It was closed, as it should be.
+    }
   }
 
  private:
@@ -52,7 +65,7 @@ class Check {
   void warn(const std::string& text) { print("warning  " + text); }
 
   void reach() {
-    const CheckedConnection connection(options.address);
+    const CheckedConnection connection(options.address, options.timeout);
     const auto days = connection.daysOfCertificate();
     if (!days) return fine("something answers there, in clear, on this computer");
     if (*days < kFewDays) warn("the certificate ends in " + std::to_string(*days) + " days");
@@ -60,7 +73,7 @@ class Check {
   }
 
   void askForHealth() {
-    CheckedConnection connection(options.address);
+    CheckedConnection connection(options.address, options.timeout);
     const auto reply = connection.ask("GET", "/healthz");
     if (reply.status == 502 || reply.status == 504 || (reply.status == 503 && reply.body != "ok")) {
       fail("A proxy answers (" + std::to_string(reply.status) +
@@ -83,7 +96,7 @@ class Check {
   }
 
   void askForPage() {
-    CheckedConnection connection(options.address);
+    CheckedConnection connection(options.address, options.timeout);
     const auto reply = connection.ask("GET", "/", {{"Accept-Encoding", "br, gzip"}});
     if (reply.status == 404) fail("The relay serves no page to phones: give it --page.");
     const auto policy = reply.headers.find("content-security-policy");
@@ -99,7 +112,7 @@ class Check {
   CheckedConnection::Headers bearer() const { return {{"Authorization", "Bearer " + token}}; }
 
   void registerPairing() {
-    CheckedConnection connection(options.address);
+    CheckedConnection connection(options.address, options.timeout);
     auto headers = bearer();
     if (!options.registrationKey.empty()) headers.emplace_back("Quillard-Registration-Key", options.registrationKey);
     const auto reply =
@@ -110,6 +123,7 @@ class Check {
     if (reply.status == 429) fail("The relay has had too many requests from here. Try again in a minute.");
     if (reply.status == 507) fail("The relay holds as many pairings as it may: see --pairings.");
     if (reply.status != 204) fail("Registering a pairing gave " + std::to_string(reply.status) + ".");
+    isRegistered = true;
     fine("an agent can register");
   }
 
@@ -128,10 +142,10 @@ class Check {
   }
 
   void connectBoth() {
-    agent.emplace(options.address);
+    agent.emplace(options.address, options.timeout);
     open(*agent, "&role=mac", bearer(), "agent");
     (void)read(*agent, "phone.status");
-    phone.emplace(options.address);
+    phone.emplace(options.address, options.timeout);
     open(*phone, "&role=phone&deviceID=check&deviceName=check",
          {{"Sec-WebSocket-Protocol", "quillard.v1, quillard.bearer." + token}}, "phone");
     (void)read(*phone, "mac.status");
@@ -140,13 +154,24 @@ class Check {
 
   // The next message of this type.
   Json read(CheckedConnection& connection, const std::string& type) {
-    while (const auto text = connection.readText(kTimeout)) {
+    while (const auto text = connection.readText(options.timeout)) {
       auto parsed = parseStrictJson(*text);
       auto* json = std::get_if<Json>(&parsed);
       if (!json) fail("Something between here and the relay changes messages.");
       if (JsonReader(*json).string("type") == type) return std::move(*json);
     }
-    fail("A message did not arrive in ten seconds: a proxy keeps messages back.");
+    if (hasEnded(agent) || hasEnded(phone)) fail("Something between here and the relay ends WebSockets that are used.");
+    fail("A message did not arrive in time: a proxy keeps messages back.");
+  }
+
+  static bool hasEnded(std::optional<CheckedConnection>& connection) {
+    try {
+      while (connection && connection->readText(milliseconds(0))) {
+      }
+      return false;
+    } catch (const CheckFailure&) {
+      return true;
+    }
   }
 
   void sendSnapshot() {
@@ -185,12 +210,11 @@ class Check {
     fine("connections that are silent for " + std::to_string(options.silence.count()) + " s");
   }
 
-  void forget() { agent->sendText(R"({"type":"phone.unpair","issuedAt":"2026-01-01T00:00:00Z"})"); }
-
   const RelayCheckOptions& options;
   const std::function<void(const std::string&)>& print;
   const std::string token;
   const std::string pairing;
+  bool isRegistered = false;
   std::optional<CheckedConnection> agent;
   std::optional<CheckedConnection> phone;
 };
@@ -198,13 +222,16 @@ class Check {
 }  // namespace
 
 bool checkRelay(const RelayCheckOptions& options, const std::function<void(const std::string&)>& print) {
+  Check check(options, print);
+  bool isFine = true;
   try {
-    Check(options, print).run();
-    return true;
+    check.run();
   } catch (const CheckFailure& failure) {
     print("WRONG    " + failure.text);
-    return false;
+    isFine = false;
   }
+  check.forget();
+  return isFine;
 }
 
 }  // namespace quillard::relayserver

@@ -21,7 +21,7 @@ struct CheckedAddress {
   [[nodiscard]] static std::optional<CheckedAddress> parse(std::string_view text);
 };
 
-// What is wrong, in words for whoever runs the relay.
+// What is wrong, as a text for whoever runs the relay.
 struct CheckFailure {
   std::string text;
 };

@@ -89,7 +89,7 @@ std::string_view cutAt(std::string_view& rest, char separator) {
 }
 
 // Whether a header as "gzip, br;q=0.8, *;q=0" allows the coding. A weight of zero forbids it; other weights are not
-// compared, since the smallest form is best for everybody.
+// compared, since the smallest form is best for every client.
 bool accepts(std::string_view header, std::string_view coding) {
   bool isAllowed = false;
   while (!header.empty()) {

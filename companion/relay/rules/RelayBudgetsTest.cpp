@@ -141,7 +141,7 @@ TEST(TrafficBudget, LetsThoseWaitFirstWhoHaveSpentMost) {
   EXPECT_EQ(traffic.spend(heavy, {"a"}, {.received = 900}, now), 0s);
   EXPECT_EQ(traffic.spend(light, {"b"}, {.received = 300}, now), 0s);
   EXPECT_GT(traffic.spend(heavy, {"a"}, {.received = 1}, now), 0s);
-  // Where that does not help, everybody does.
+  // Where that does not help, all wait.
   EXPECT_EQ(traffic.spend(light, {"b"}, {.received = 100}, now), 0s);
   auto third = traffic.makePairing(now);
   EXPECT_GT(traffic.spend(third, {"c"}, {.received = 400}, now), 0s);

@@ -33,7 +33,7 @@ class RelayService {
     PairingRooms& rooms;
     const PhonePage& page;
     const RelayLimits& limits;
-    std::string registrationKey{};  // Whoever registers a new pairing has to show it. Empty: nobody has to.
+    std::string registrationKey{};  // Whoever registers a new pairing has to show it. Empty: no client has to.
   };
   explicit RelayService(const Dependencies& dependencies);
 
@@ -56,7 +56,7 @@ class RelayService {
   // and all that is left.
   [[nodiscard]] std::variant<Admission, HttpResponse> admit(const Candidate& candidate, Moment now);
 
-  // From now on /readyz answers 503, so that nobody new is sent here; all else goes on.
+  // From now on /readyz answers 503, so that no new client is sent here; all else goes on.
   void drain() { isDraining = true; }
   // From now on every WebSocket is refused, and /healthz answers 503, too.
   void stop() { isStopping = true; }

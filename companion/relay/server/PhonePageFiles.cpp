@@ -22,7 +22,7 @@ std::optional<std::string> contentOf(const fs::path& file) {
   return content;
 }
 
-// A compressed form that is older than its file, which somebody has changed since.
+// A compressed form that is older than its file, which was changed since.
 bool isStale(const fs::path& path) {
   const auto ending = path.extension().string();
   if (ending != ".br" && ending != ".gz") return false;

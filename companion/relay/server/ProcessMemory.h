@@ -6,7 +6,7 @@
 
 namespace quillard::relayserver {
 
-// Gives memory back to the system after many connections have ended: the allocator would keep it for the next ones.
+// Releases memory to the system after many connections have ended: the allocator would keep it for the next ones.
 class ProcessMemory {
  public:
   // `connections`: how many are open now. To be called a few times a second.

@@ -50,7 +50,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.set_option(websocket::stream_base::decorator([offers = admission.offersProtocol](auto& response) {
       if (offers) response.set(beast::http::field::sec_websocket_protocol, kSubprotocol);
     }));
-    // A ping is answered by the library, without a word: whoever has to wait for that is not read any more, below it.
+    // A ping is answered by the library itself: whoever has to wait for that is not read any more, below it.
     socket.next_layer().setOnBytes([this](std::size_t bytes) {
       const auto when = now().instant;
       hold(this->dependencies.rooms.didReceiveBytes(*this, bytes, when), when);

@@ -4,7 +4,7 @@
 # What the build and the tests need, as Debian and Ubuntu call it.
 debian_packages=(
   g++ clang clang-19 libc++-19-dev clang-format clang-tidy libclang-rt-dev cmake ninja-build ccache mold pkg-config git
-  nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev qt6-websockets-dev libsecret-1-dev libplist-dev
+  nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev libsecret-1-dev libplist-dev
   libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin

@@ -198,6 +198,8 @@ TEST_P(WebSocketContract, FailsOnFramesThatBreakTheProtocol) {
       std::string("\x81\x7F\x00\x00\x00\x00\x00\x00\x00\x01x", 11),  // In even more.
       std::string("\x81\x7F\xFF\x00\x00\x00\x00\x00\x00\x01x", 11),  // A length that nothing has.
       std::string("\x01\x01\xC3\x80\x01(", 6),                       // No UTF-8, in pieces.
+      std::string("\x81\x81\x01\x02\x03\x04y", 7),                   // A mask, which only clients have.
+      std::string("\x89\x80\x01\x02\x03\x04", 6),                    // On a ping, too.
   };
   for (const auto& frame : frames) {
     ScriptedServer server([&](ServerConnection& connection) {

@@ -1,6 +1,6 @@
 # Checks of every source that a Mac compiles (sources/), and of the checks themselves.
 set(folders)
-foreach(library Qt6::Core Qt6::Widgets Qt6::Network Qt6::WebSockets PkgConfig::qrcodegencpp)
+foreach(library Qt6::Core Qt6::Widgets Qt6::Network PkgConfig::qrcodegencpp)
   get_target_property(library_folders ${library} INTERFACE_INCLUDE_DIRECTORIES)
   if(library_folders)
     list(APPEND folders ${library_folders})

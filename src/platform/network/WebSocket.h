@@ -22,8 +22,7 @@ struct WebSocketRequest {
   std::size_t longestMessage = 1024 * 1024;  // Bytes; a longer one fails the connection before it is kept.
 };
 
-// A text that came in pieces is joined. One that was cut inside of a character may fail the connection instead, so a
-// server has to send whole texts.
+// A text that came in pieces is joined, however it was cut.
 struct TextMessage {
   std::string text;  // As received; a binding may have checked that it is UTF-8, but need not.
 };

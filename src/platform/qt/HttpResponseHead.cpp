@@ -47,13 +47,14 @@ HttpResponseHead::State HttpResponseHead::add(std::string_view bytes) {
 
 HttpResponseHead::State HttpResponseHead::judge() {
   while (mayBeStatusLine(head)) {
-    const auto end = endOfHead(head);
-    if (!end) return State::incomplete;
+    const auto found = endOfHead(head);
+    if (!found) return State::incomplete;
+    end = *found;
     status = statusIn(head);
     constexpr int kSwitchingProtocols = 101;
     if (status < 100) return State::notHttp;
     if (status >= 200 || status == kSwitchingProtocols) return State::complete;
-    head.erase(0, *end);
+    head.erase(0, end);
   }
   return State::notHttp;
 }

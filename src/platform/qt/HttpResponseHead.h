@@ -16,19 +16,23 @@ class HttpResponseHead {
     tooLong,
   };
 
-  // Bytes from outside, in pieces of any size. What comes after the end is ignored.
+  // Bytes from outside, in pieces of any size. What is added once it is complete is ignored.
   State add(std::string_view bytes);
 
   [[nodiscard]] State state() const { return current; }
   [[nodiscard]] bool isEmpty() const { return head.empty(); }
   // Of a complete head: 101, or 200 to 999. Interim answers (other 1xx) are passed over.
   [[nodiscard]] int statusCode() const { return status; }
+  // Of a complete head: all its lines, and what was added after them.
+  [[nodiscard]] std::string_view text() const { return std::string_view(head).substr(0, end); }
+  [[nodiscard]] std::string_view rest() const { return std::string_view(head).substr(end); }
 
  private:
   State judge();
 
-  std::string head;  // Since the end of the last interim answer.
+  std::string head;  // Since the end of the last interim answer, and what came with it.
   std::size_t received = 0;
+  std::size_t end = 0;  // Of a complete head.
   State current = State::incomplete;
   int status = 0;
 };

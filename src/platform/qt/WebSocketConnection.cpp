@@ -1,10 +1,12 @@
 #include "platform/qt/WebSocketConnection.h"
 
+#include <array>
 #include <utility>
 
-#include <QtCore/QRegularExpression>
-#include <QtNetwork/QNetworkRequest>
-#include <QtWebSockets/QWebSocket>
+#include <QtCore/QRandomGenerator>
+#include <QtNetwork/QSslSocket>
+
+#include "platform/qt/WebSocketHandshake.h"
 
 namespace quillard::qt {
 namespace {
@@ -20,28 +22,29 @@ constexpr qint64 kRoomForHeaders = 64 * 1024;    // Bytes that may be read ahead
 constexpr qint64 kMostBytesUnsent = 4 * 1024 * 1024;
 
 constexpr const char* kTooLate = "The connection was not opened in time.";
-constexpr const char* kLost = "The connection was lost.";
+constexpr const char* kClosedSilently = "The server closed the connection without a close message.";
+constexpr const char* kNoWebSocket = "The server does not speak WebSocket.";
+constexpr const char* kBrokeProtocol = "The server broke the WebSocket protocol, or sent a message that is too long.";
 constexpr const char* kNotOpen = "The connection is not open.";
 constexpr const char* kPeerIsSilent = "The server has fallen silent.";
 constexpr const char* kBacklogIsFull = "The server sends faster than its messages are read.";
 constexpr const char* kNetworkIsFull = "The network takes no more for now.";
 
-#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
-constexpr auto kErrorSignal = &QWebSocket::errorOccurred;
-#else
-constexpr auto kErrorSignal = QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error);
-#endif
-
 std::string refusalText(int statusCode) {
   return "The server answered with HTTP " + std::to_string(statusCode) + " instead of opening a WebSocket.";
 }
 
-QNetworkRequest handshakeRequest(const QUrl& url, const std::vector<platform::HttpHeader>& headers) {
-  QNetworkRequest request(url);
-  for (const auto& header : headers) {
-    request.setRawHeader(QByteArray::fromStdString(header.name), QByteArray::fromStdString(header.value));
-  }
-  return request;
+std::array<std::uint8_t, 4> randomMask() {
+  const quint32 number = QRandomGenerator::system()->generate();
+  return {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(number >> 8U),
+          static_cast<std::uint8_t>(number >> 16U), static_cast<std::uint8_t>(number >> 24U)};
+}
+
+// Sixteen random bytes in base64.
+QByteArray randomKey() {
+  std::array<quint32, 4> numbers{};
+  QRandomGenerator::system()->fillRange(numbers.data(), static_cast<qsizetype>(numbers.size()));
+  return QByteArray(reinterpret_cast<const char*>(numbers.data()), sizeof numbers).toBase64();
 }
 
 }  // namespace
@@ -51,7 +54,7 @@ std::size_t backlogWeight(const WebSocketMessage& message) {
   return kWeightOfAnyMessage + (text ? text->text.size() : std::get<BinaryMessage>(message).bytes.size());
 }
 
-void WebSocketConnection::LaterDeleter::operator()(QWebSocket* ended) const {
+void WebSocketConnection::LaterDeleter::operator()(QSslSocket* ended) const {
   ended->disconnect();
   ended->deleteLater();
 }
@@ -63,64 +66,134 @@ WebSocketConnection::WebSocketConnection(platform::SerialExecutor& network, Tran
       options(std::move(options)),
       request(std::move(request)),
       backlog(std::move(backlog)),
-      report(std::move(report)) {}
+      report(std::move(report)),
+      frames(this->request.longestMessage) {}
 
 WebSocketConnection::~WebSocketConnection() = default;
 
 void WebSocketConnection::open() {
   if (isEnded || socket) return;
-  const auto url = usableUrl(request.url, {"ws", "wss"});
-  if (!url) return fail(std::string(kUnusableAddress));
+  const auto usable = usableUrl(request.url, {"ws", "wss"});
+  if (!usable) return fail(std::string(kUnusableAddress));
   if (!areSendable(request.headers)) return fail(std::string(kUnusableHeaders));
-  makeSocket();
-  listen();
+  url = *usable;
   openDeadline = network.postAfter(request.timeout, [this] { fail(kTooLate); });
-  socket->setProxy(systemProxyFor(*url));
-  socket->open(handshakeRequest(*url, request.headers));
+  socket.reset(new QSslSocket);
+  listen();
+  connectTo();
 }
 
-void WebSocketConnection::makeSocket() {
-  socket.reset(new QWebSocket);
-  socket->setSslConfiguration(tlsConfiguration(options));
-  socket->setMaxAllowedIncomingFrameSize(request.longestMessage);
-  socket->setMaxAllowedIncomingMessageSize(request.longestMessage);
+void WebSocketConnection::connectTo() {
+  constexpr int kHttpPort = 80;
+  constexpr int kHttpsPort = 443;
   socket->setReadBufferSize(static_cast<qint64>(request.longestMessage) + kRoomForHeaders);
+  socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+  socket->setSslConfiguration(tlsConfiguration(options));
+  socket->setProxy(systemProxyFor(url));
+  if (url.scheme() == QStringLiteral("wss")) {
+    socket->connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(kHttpsPort)));
+  } else {
+    socket->connectToHost(url.host(), static_cast<quint16>(url.port(kHttpPort)));
+  }
 }
 
 void WebSocketConnection::listen() {
-  QWebSocket* const from = socket.get();
-  QObject::connect(from, &QWebSocket::connected, from, [this] { opened(); });
-  QObject::connect(from, &QWebSocket::textMessageReceived, from,
-                   [this](const QString& text) { received(TextMessage{text.toStdString()}); });
-  QObject::connect(from, &QWebSocket::binaryMessageReceived, from, [this](const QByteArray& bytes) {
-    received(BinaryMessage{std::vector<std::uint8_t>(bytes.begin(), bytes.end())});
+  QSslSocket* const from = socket.get();
+  QObject::connect(from, &QSslSocket::connected, from, [this] {
+    if (url.scheme() == QStringLiteral("ws")) sendHandshake();
   });
-  QObject::connect(from, &QWebSocket::textFrameReceived, from, [this] { peerIsAlive(); });
-  QObject::connect(from, &QWebSocket::binaryFrameReceived, from, [this] { peerIsAlive(); });
-  QObject::connect(from, &QWebSocket::pong, from, [this] { peerIsAlive(); });
-  QObject::connect(from, &QWebSocket::bytesWritten, from, [this] { reportSent(); });
-  QObject::connect(from, &QWebSocket::sslErrors, from, [this](const auto& errors) { certificateErrors = errors; });
-  QObject::connect(from, kErrorSignal, from, [this](QAbstractSocket::SocketError error) { socketFailed(error); });
-  // The code comes from the server, or from the socket itself when the server broke the protocol.
-  QObject::connect(from, &QWebSocket::aboutToClose, from, [this] {
-    const auto code = static_cast<std::uint16_t>(socket->closeCode());
-    end({code, {"The connection was closed with code " + std::to_string(code) + "."}});
-  });
-  // In a later turn, for the error that says why comes after this signal.
-  QObject::connect(from, &QWebSocket::disconnected, from, [this] {
-    network.post([weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->fail(kLost);
-    });
-  });
+  QObject::connect(from, &QSslSocket::encrypted, from, [this] { sendHandshake(); });
+  QObject::connect(from, &QSslSocket::readyRead, from, [this] { read(); });
+  QObject::connect(from, &QSslSocket::bytesWritten, from, [this] { reportSent(); });
+  QObject::connect(from, &QSslSocket::encryptedBytesWritten, from, [this] { reportSent(); });
+  QObject::connect(from, &QSslSocket::sslErrors, from, [this](const auto& errors) { certificateErrors = errors; });
+  QObject::connect(from, &QSslSocket::errorOccurred, from,
+                   [this](QAbstractSocket::SocketError error) { socketFailed(error); });
+}
+
+void WebSocketConnection::sendHandshake() {
+  key = randomKey();
+  socket->write(handshakeRequest(url, request.headers, key));
+}
+
+void WebSocketConnection::read() {
+  if (!isOpen) readHandshake();
+  std::array<char, 16 * 1024> piece{};
+  while (isOpen) {
+    const qint64 count = socket->read(piece.data(), piece.size());
+    if (count <= 0) return;
+    readFrames({piece.data(), static_cast<std::size_t>(count)});
+  }
+}
+
+void WebSocketConnection::readHandshake() {
+  std::array<char, 4096> piece{};
+  while (!isEnded && head.state() == HttpResponseHead::State::incomplete) {
+    const qint64 count = socket->read(piece.data(), piece.size());
+    if (count <= 0) return;
+    head.add({piece.data(), static_cast<std::size_t>(count)});
+  }
+  if (isEnded) return;
+  constexpr int kSwitchingProtocols = 101;
+  if (head.state() != HttpResponseHead::State::complete) return fail(kNoWebSocket);
+  if (head.statusCode() != kSwitchingProtocols) {
+    return end(
+        {.closeCode = std::nullopt, .error = {refusalText(head.statusCode())}, .refusedWithStatus = head.statusCode()});
+  }
+  if (!isAcceptedHandshake(head.text(), key)) return fail(kNoWebSocket);
+  opened();
+  readFrames(head.rest());
 }
 
 void WebSocketConnection::opened() {
   isOpen = true;
   openDeadline.reset();
-  pings = network.repeatEvery(options.pingInterval, [this] { socket->ping(); });
+  pings = network.repeatEvery(options.pingInterval, [this] { sendFrame(ClientOpcode::ping, {}); });
   peerIsAlive();
   report(WebSocketOpened{});
 }
+
+void WebSocketConnection::readFrames(std::string_view bytes) {
+  if (bytes.empty()) return;
+  peerIsAlive();
+  frames.add(bytes);
+  while (isOpen) {
+    auto event = frames.next();
+    if (!event) return;
+    handle(std::move(*event));
+  }
+}
+
+void WebSocketConnection::handle(WebSocketEvent event) {
+  if (auto* text = std::get_if<TextReceived>(&event)) return received(TextMessage{std::move(text->text)});
+  if (const auto* binary = std::get_if<BinaryReceived>(&event)) {
+    return received(BinaryMessage{std::vector<std::uint8_t>(binary->bytes.begin(), binary->bytes.end())});
+  }
+  if (const auto* ping = std::get_if<PingReceived>(&event)) {
+    // Of a server that sends pings and reads no pongs, the rest is not answered.
+    if (bytesUnsent() < kMostBytesUnsent) sendFrame(ClientOpcode::pong, ping->payload);
+    return;
+  }
+  if (const auto* close = std::get_if<CloseReceived>(&event)) {
+    constexpr std::uint16_t kNoCode = 1005;
+    sendFrame(ClientOpcode::close, close->code == kNoCode ? std::string() : closePayload(close->code));
+    end({close->code, {"The connection was closed with code " + std::to_string(close->code) + "."}});
+    return;
+  }
+  if (const auto* broken = std::get_if<ProtocolBroken>(&event)) {
+    sendFrame(ClientOpcode::close, closePayload(broken->code));
+    fail(kBrokeProtocol);
+  }
+}
+
+void WebSocketConnection::sendFrame(ClientOpcode opcode, std::string_view payload) {
+  const std::string frame = clientFrame(opcode, payload, randomMask());
+  QSslSocket* const to = socket.get();
+  to->write(frame.data(), static_cast<qint64>(frame.size()));
+  if (socket) to->flush();  // Writing may have ended it.
+}
+
+qint64 WebSocketConnection::bytesUnsent() const { return socket->bytesToWrite() + socket->encryptedBytesToWrite(); }
 
 void WebSocketConnection::peerIsAlive() {
   if (isOpen) silence = network.postAfter(options.silenceLimit, [this] { fail(kPeerIsSilent); });
@@ -137,44 +210,24 @@ void WebSocketConnection::received(WebSocketMessage message) {
 void WebSocketConnection::sendText(const std::string& text, std::uint64_t number) {
   if (isEnded) return;  // The end was reported, which answers every message.
   if (!isOpen) return report(WebSocketSent{number, platform::TransportError{kNotOpen}});
-  if (socket->bytesToWrite() + static_cast<qint64>(text.size()) > kMostBytesUnsent) {
+  if (bytesUnsent() + static_cast<qint64>(text.size()) > kMostBytesUnsent) {
     return report(WebSocketSent{number, platform::TransportError{kNetworkIsFull}});
   }
   unsent.push_back(number);
-  socket->sendTextMessage(QString::fromStdString(text));
-  if (!isEnded) socket->flush();
+  sendFrame(ClientOpcode::text, text);
 }
 
 void WebSocketConnection::reportSent() {
-  if (!isOpen || socket->bytesToWrite() > 0) return;
+  if (!isOpen || bytesUnsent() > 0) return;
   for (const std::uint64_t number : std::exchange(unsent, {})) report(WebSocketSent{number, std::nullopt});
 }
 
 void WebSocketConnection::socketFailed(QAbstractSocket::SocketError error) {
-  const auto status = refusingStatus();
-  end({.closeCode = std::nullopt,
-       .error = {status ? refusalText(*status) : failureText(error)},
-       .refusedWithStatus = status});
-}
-
-// The socket reports a refused handshake as a refused connection, and gives the status only in its text.
-std::optional<int> WebSocketConnection::refusingStatus() const {
-  if (isOpen || !certificateErrors.isEmpty()) return std::nullopt;
-  static const QRegularExpression kStatus(QStringLiteral("http status code: (\\d{3})\\b"));
-  const auto match = kStatus.match(socket->errorString());
-  if (!match.hasMatch()) return std::nullopt;
-  return match.captured(1).toInt();
-}
-
-std::string WebSocketConnection::failureText(QAbstractSocket::SocketError error) const {
-  if (!certificateErrors.isEmpty()) return certificateErrorText(certificateErrors);
-  if (isOpen) return socketErrorText(error);
-  const QString description = socket->errorString();
-  if (description.contains(QStringLiteral("handshake"), Qt::CaseInsensitive) &&
-      error == QAbstractSocket::ConnectionRefusedError) {
-    return "The server does not speak WebSocket.";
-  }
-  return socketErrorText(error);
+  read();  // What came right before the end.
+  if (isEnded) return;
+  if (!certificateErrors.isEmpty()) return fail(certificateErrorText(certificateErrors));
+  if (error != QAbstractSocket::RemoteHostClosedError) return fail(socketErrorText(error));
+  fail(isOpen ? kClosedSilently : kNoWebSocket);
 }
 
 void WebSocketConnection::fail(std::string description) { end({std::nullopt, {std::move(description)}}); }
@@ -197,13 +250,16 @@ void WebSocketConnection::sendClose(platform::WebSocketCloseCode code) {
   if (!std::exchange(isOpen, false)) return socket.reset();
   isSendingClose = true;
   socket->disconnect();
+  sendFrame(ClientOpcode::close, closePayload(static_cast<std::uint16_t>(code)));
   const auto leave = [self = shared_from_this()] {
     self->socket.reset();
     self->closeDeadline.reset();
   };
-  QObject::connect(socket.get(), &QWebSocket::disconnected, socket.get(), [this] { socket.reset(); });
+  // The server ends the connection once it has answered; what it still sends is dropped.
+  QSslSocket* const from = socket.get();
+  QObject::connect(from, &QSslSocket::readyRead, from, [from] { from->readAll(); });
+  QObject::connect(from, &QSslSocket::disconnected, from, [this] { socket.reset(); });
   closeDeadline = network.postAfter(kCloseTimeout, leave);
-  socket->close(static_cast<QWebSocketProtocol::CloseCode>(code));
 }
 
 void WebSocketConnection::abandon() {

@@ -9,13 +9,16 @@
 #include <string>
 #include <variant>
 
+#include <QtCore/QUrl>
 #include <QtNetwork/QAbstractSocket>
 #include <QtNetwork/QSslError>
 
 #include "platform/network/WebSocket.h"
+#include "platform/qt/HttpResponseHead.h"
 #include "platform/qt/TransportPolicy.h"
+#include "platform/qt/WebSocketFrames.h"
 
-class QWebSocket;
+class QSslSocket;
 
 namespace quillard::qt {
 
@@ -35,6 +38,9 @@ using WebSocketBacklog = std::shared_ptr<std::atomic<std::size_t>>;
 
 // The half of a WebSocket task that lives on the network thread, where everything here is called and its last reference
 // goes. States: made -> connecting -> open -> ended, or ended from any of them; `report` is not called once ended.
+//
+// WebSockets over Qt's TLS sockets are an implementation of our own: Qt's client takes frames that a server has masked,
+// and refuses texts that were cut inside of a character.
 class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnection> {
  public:
   WebSocketConnection(platform::SerialExecutor& network, TransportOptions options, platform::WebSocketRequest request,
@@ -54,19 +60,23 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
  private:
   // Leaves the socket to the loop: its own signals may be on the stack.
   struct LaterDeleter {
-    void operator()(QWebSocket* ended) const;
+    void operator()(QSslSocket* ended) const;
   };
 
-  void makeSocket();
+  void connectTo();
   void listen();
+  void sendHandshake();
+  void read();
+  void readHandshake();
+  void readFrames(std::string_view bytes);
+  void handle(WebSocketEvent event);
   void opened();
   void received(platform::WebSocketMessage message);
+  void sendFrame(ClientOpcode opcode, std::string_view payload);
+  [[nodiscard]] qint64 bytesUnsent() const;
   void peerIsAlive();
   void reportSent();
   void socketFailed(QAbstractSocket::SocketError error);
-  // Absent: the server did not answer the handshake with another status of HTTP.
-  [[nodiscard]] std::optional<int> refusingStatus() const;
-  [[nodiscard]] std::string failureText(QAbstractSocket::SocketError error) const;
   void fail(std::string description);
   void end(platform::WebSocketEnd why);
 
@@ -76,7 +86,11 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
   const WebSocketBacklog backlog;
   const std::function<void(WebSocketNews)> report;
 
-  std::unique_ptr<QWebSocket, LaterDeleter> socket;
+  QUrl url;
+  std::unique_ptr<QSslSocket, LaterDeleter> socket;
+  QByteArray key;
+  HttpResponseHead head;
+  WebSocketFrameReader frames;
   QList<QSslError> certificateErrors;
   std::deque<std::uint64_t> unsent;  // Handed to the socket, not yet to the network.
   bool isOpen = false;

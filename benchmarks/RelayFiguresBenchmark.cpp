@@ -1,0 +1,244 @@
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+
+#include "benchmarks/MeasuredServers.h"
+#include "benchmarks/RatioReporter.h"
+#include "companion/relay/rules/RelayWorld.h"
+
+// What else a relay has to be good at: latency at half load, handshakes, one snapshot for many phones, a reader that
+// does not read among many that do, and pairings that do nothing.
+namespace quillard::benchmarks {
+namespace {
+
+using std::chrono::steady_clock;
+using test::Opcode;
+using test::RelayWire;
+using Wires = std::vector<std::unique_ptr<RelayWire>>;
+
+constexpr std::size_t kSmall = 1024;
+constexpr std::size_t kLarge = 65536;
+
+// ---- Latency
+
+struct Latency {
+  double median = 0;  // Seconds.
+  double of99 = 0;    // Of a hundred, one takes longer.
+};
+
+// One message after another, as often as half of what the server could do alone on a core, whether or not the ones
+// before have arrived. Each is found again by the number in its snapshotID.
+Latency latencyAtHalfLoad(const MeasuredServer& server, RelayWire& from, RelayWire& to) {
+  constexpr int kWarmUp = 5'000;
+  constexpr int kMessages = 20'000;
+  const auto text = snapshotOf(kSmall);
+  pass(from, to, text, kWarmUp);
+  const double before = server.processorSeconds();
+  pass(from, to, text, kWarmUp);
+  const std::chrono::duration<double> interval(2 * (server.processorSeconds() - before) / kWarmUp);
+
+  std::vector<steady_clock::time_point> sent(kMessages);
+  std::vector<double> taken;
+  taken.reserve(kMessages);
+  std::thread writer([&] {
+    const auto begin = steady_clock::now();
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+      sent[i] = begin + std::chrono::duration_cast<steady_clock::duration>(interval * static_cast<double>(i));
+      while (steady_clock::now() < sent[i]) std::this_thread::yield();
+      if (!from.sendFrame(Opcode::text, text)) return;
+    }
+  });
+  while (taken.size() < kMessages) {
+    const auto frame = to.readFrame();
+    if (!frame) break;
+    if (frame->payload.size() < text.size()) continue;
+    taken.push_back(std::chrono::duration<double>(steady_clock::now() - sent[taken.size()]).count());
+  }
+  writer.join();
+  if (taken.size() < kMessages) throw std::runtime_error("The connection ended.");
+  std::sort(taken.begin(), taken.end());
+  return {taken[kMessages / 2], taken[kMessages * 99 / 100]};
+}
+
+const Latency& latencyOfRelay() {
+  static const Latency latency = [] {
+    MeasuredRelay relay;
+    relay.addPairing("home");
+    const auto agent = relay.joinAgent("home");
+    const auto phone = relay.joinPhone("home");
+    return latencyAtHalfLoad(relay, *agent, *phone);
+  }();
+  return latency;
+}
+
+const Latency& latencyOfEcho() {
+  static const Latency latency = [] {
+    const MeasuredEcho echo(MeasuredEcho::bare());
+    const auto wire = echo.join();
+    return latencyAtHalfLoad(echo, *wire, *wire);
+  }();
+  return latency;
+}
+
+void report(benchmark::State& state, double seconds) {
+  for (auto _ : state) state.SetIterationTime(seconds);
+}
+void relayMedian(benchmark::State& state) { report(state, latencyOfRelay().median); }
+void relay99th(benchmark::State& state) { report(state, latencyOfRelay().of99); }
+void echoMedian(benchmark::State& state) { report(state, latencyOfEcho().median); }
+void echo99th(benchmark::State& state) { report(state, latencyOfEcho().of99); }
+
+// ---- Handshakes
+
+template <class Join>
+void measureHandshakes(benchmark::State& state, const MeasuredServer& server, Join join) {
+  constexpr int kHandshakes = 2'000;
+  for (auto _ : state) {
+    const double before = server.processorSeconds();
+    for (int i = 0; i < kHandshakes; ++i) (void)join();
+    state.SetIterationTime((server.processorSeconds() - before) / kHandshakes);
+  }
+  state.counters["a_second_a_core"] = benchmark::Counter(1, benchmark::Counter::kIsIterationInvariantRate);
+}
+
+void relayHandshake(benchmark::State& state) {
+  MeasuredRelay relay;
+  relay.addPairing("home");
+  measureHandshakes(state, relay, [&] { return relay.joinPhone("home"); });
+}
+
+void echoHandshake(benchmark::State& state) {
+  const MeasuredEcho echo(MeasuredEcho::bare());
+  measureHandshakes(state, echo, [&] { return echo.join(); });
+}
+
+// ---- Many readers
+
+// Waits until each of them has read `count` texts of this size.
+void readAll(const Wires& wires, std::size_t size, int count) {
+  for (const auto& wire : wires) {
+    for (int read = 0; read < count;) {
+      const auto frame = wire->readFrame();
+      if (!frame) throw std::runtime_error("The connection ended.");
+      if (frame->payload.size() >= size) ++read;
+    }
+  }
+}
+
+// A snapshot of 64 KiB for as many phones as the argument says.
+void fanOut(benchmark::State& state) {
+  constexpr int kMessages = 300;
+  MeasuredRelay relay;
+  relay.addPairing("home");
+  const auto agent = relay.joinAgent("home");
+  Wires phones;
+  for (int i = 0; i < state.range(0); ++i) phones.push_back(relay.joinPhone("home", "phone-" + std::to_string(i)));
+  const auto text = snapshotOf(kLarge);
+  for (auto _ : state) {
+    const double before = relay.processorSeconds();
+    for (int i = 0; i < kMessages; ++i) {
+      agent->sendFrame(Opcode::text, text);
+      readAll(phones, text.size(), 1);
+    }
+    state.SetIterationTime((relay.processorSeconds() - before) / kMessages);
+  }
+}
+
+// 1,000 pairings get messages in turn; of one of them, the phone reads nothing from some time on if the argument says
+// so.
+void amongThousand(benchmark::State& state) {
+  constexpr int kPairings = 1'000;
+  constexpr int kRounds = 5;
+  constexpr int kSmallBuffer = 4096;
+  MeasuredRelay relay;
+  Wires agents;
+  Wires phones;
+  for (int i = 0; i < kPairings; ++i) {
+    const std::string name = "home-" + std::to_string(i);
+    relay.addPairing(name);
+    agents.push_back(relay.joinAgent(name));
+    phones.push_back(relay.joinPhone(name, "A", i == 0 ? kSmallBuffer : 0));
+  }
+  std::unique_ptr<RelayWire> slowAgent;
+  std::unique_ptr<RelayWire> slowPhone;
+  const auto text = snapshotOf(kSmall);
+  if (state.range(0) == 1) {
+    slowAgent = std::move(agents.front());
+    slowPhone = std::move(phones.front());
+    agents.erase(agents.begin());
+    phones.erase(phones.begin());
+    const auto large = snapshotOf(kLarge);
+    constexpr int kUntilItWaits = 40;
+    for (int i = 0; i < kUntilItWaits; ++i) slowAgent->sendFrame(Opcode::text, large);
+  }
+  for (auto _ : state) {
+    const double before = relay.processorSeconds();
+    for (int round = 0; round < kRounds; ++round) {
+      for (const auto& agent : agents) agent->sendFrame(Opcode::text, text);
+      readAll(phones, text.size(), 1);
+    }
+    state.SetIterationTime((relay.processorSeconds() - before) / kRounds / static_cast<double>(agents.size()));
+  }
+}
+
+// ---- Pairings that do nothing
+
+// As many as the argument says, an agent and a phone each, connected and silent. The time is KiB of each.
+void idlePairing(benchmark::State& state) {
+  const auto pairings = static_cast<std::size_t>(state.range(0));
+  rlimit files{};
+  ::getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = files.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &files);
+  if (files.rlim_cur < 2 * pairings + 100) return state.SkipWithError("The limit of open files is too low.");
+  for (auto _ : state) {
+    MeasuredRelay relay;
+    const double before = relay.memory();
+    Wires wires;
+    for (std::size_t i = 0; i < pairings; ++i) {
+      const std::string name = "home-" + std::to_string(i);
+      relay.addPairing(name);
+      wires.push_back(relay.joinAgent(name));
+      wires.push_back(relay.joinPhone(name));
+    }
+    const double kibibytes = (relay.memory() - before) / static_cast<double>(pairings);
+    state.SetIterationTime(kibibytes);
+    state.counters["KiB_a_pairing"] = kibibytes;
+    state.counters["MiB_in_all"] = relay.memory() / 1024;
+  }
+}
+
+#define QUILLARD_FIGURE(name) BENCHMARK(name)->UseManualTime()->Iterations(1)->Unit(benchmark::kMicrosecond)
+QUILLARD_FIGURE(relayMedian);
+QUILLARD_FIGURE(relay99th);
+QUILLARD_FIGURE(echoMedian);
+QUILLARD_FIGURE(echo99th);
+QUILLARD_FIGURE(relayHandshake);
+QUILLARD_FIGURE(echoHandshake);
+QUILLARD_FIGURE(fanOut)->Arg(1)->Arg(8);
+QUILLARD_FIGURE(amongThousand)->Arg(0)->Arg(1);
+QUILLARD_FIGURE(idlePairing)->Arg(1'000)->Arg(10'000);
+#undef QUILLARD_FIGURE
+
+}  // namespace
+}  // namespace quillard::benchmarks
+
+int main(int argc, char** argv) {
+  const auto named = [](const std::string& name) { return name + "/iterations:1/manual_time"; };
+  return quillard::benchmarks::runAndPrintRatios(
+      argc, argv,
+      {{named("relayMedian"), named("echoMedian"), "median at half load, beside a bare echo: at most 2.5"},
+       {named("relay99th"), named("echo99th"), "99th percentile at half load: at most 2.5"},
+       {named("relayHandshake"), named("echoHandshake"), "a handshake, beside a bare echo: at most 2.5"},
+       {named("fanOut/8"), named("fanOut/1"), "a snapshot for eight phones instead of one: less than 8"},
+       {named("amongThousand/1"), named("amongThousand/0"), "with a slow reader among 1,000: at most 1.05"},
+       {named("idlePairing/10000"), named("idlePairing/1000"), "memory of a pairing among 10,000: at most 1.1"}});
+}

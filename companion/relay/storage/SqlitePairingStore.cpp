@@ -53,15 +53,25 @@ void checkFile(const std::string& file, int flags) {
 
 }  // namespace
 
-// A prepared statement with its values, for one run.
+// A prepared statement with its values, for one run. `sql`: a constant; no other run of the same is under way.
 class SqlitePairingStore::Statement {
  public:
   Statement(const SqlitePairingStore& store, const char* sql) : store(store) {
-    if (sqlite3_prepare_v2(store.connection.get(), sql, -1, &statement, nullptr) != SQLITE_OK) store.fail("prepare");
+    auto& kept = store.statements[sql];
+    if (!kept) {
+      const int outcome =
+          sqlite3_prepare_v3(store.connection.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+      kept.reset(statement);
+      if (outcome != SQLITE_OK) store.fail("prepare");
+    }
+    statement = kept.get();
   }
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
-  ~Statement() { sqlite3_finalize(statement); }
+  ~Statement() {
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+  }
 
   Statement& with(const std::string& text) {
     return checked(sqlite3_bind_text(statement, ++bound, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT));
@@ -107,6 +117,7 @@ class SqlitePairingStore::Statement {
 };
 
 void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
+void SqlitePairingStore::Close::operator()(sqlite3_stmt* prepared) const { sqlite3_finalize(prepared); }
 
 SqlitePairingStore::SqlitePairingStore(const std::string& file) {
   checkFile(file, O_RDWR | O_CREAT);

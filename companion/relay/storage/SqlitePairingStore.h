@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "companion/relay/cluster/RelayDisk.h"
 #include "companion/relay/rules/PairingStore.h"
@@ -59,8 +60,11 @@ class SqlitePairingStore final : public PairingStore {
 
   struct Close {
     void operator()(sqlite3* opened) const;
+    void operator()(sqlite3_stmt* prepared) const;
   };
   std::unique_ptr<sqlite3, Close> connection;
+  // By their SQL, each a constant of its own: preparing one takes longer than running it.
+  mutable std::unordered_map<const char*, std::unique_ptr<sqlite3_stmt, Close>> statements;
 };
 
 }  // namespace quillard::relayserver

@@ -40,9 +40,9 @@ class ClusterPairingStore final : public PairingStore {
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
   bool forgetOldestUnjoined() override;
   // Of all, the one that was not used for the longest time, if that was before then; together with what is added next.
-  std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore);
+  std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override;
   // Throws Failure while the store is not reached.
-  void probe() { check(); }
+  void probe() override { check(); }
   std::size_t count() override;
   std::size_t countUnjoined() override;
 

@@ -69,10 +69,11 @@ Duration PairingRooms::didReceiveControl(const RelayPeer& peer, Instant now) {
 Duration PairingRooms::didReceivePart(const RelayPeer& peer, std::size_t bytes, Instant now) {
   Member* member = memberOf(peer);
   if (!member) return {};
+  // The first part is paid for with the message.
+  if (member->partSince) member->unpaid.add({.parts = 1});
   if (!member->partSince) member->partSince = now;
   member->partBytes += bytes;
   member->unpaid.didReceive(bytes);
-  member->unpaid.add({.parts = 1});
   const Duration wait = payIfWorthIt(*member, now);
   makeRoom(now);
   return wait;

@@ -21,7 +21,7 @@ namespace websocket = beast::websocket;
 // How long the answer to a handshake may take to be sent, and how long a peer has to answer a close message.
 constexpr std::chrono::seconds kHandshakeTimeout{10};
 constexpr std::chrono::seconds kCloseTimeout{5};
-// What a connection keeps of its buffer between messages.
+// What a connection keeps of its buffer between messages, until it is next pinged.
 constexpr std::size_t kKeptBuffer = 16 * 1024;
 constexpr std::size_t kLargestPart = 64 * 1024;
 
@@ -75,6 +75,8 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   void ping() override {
     if (state != State::open || isPinging) return;
+    // No message is under way: what the last one took is not needed.
+    if (buffer.size() == 0) buffer.shrink_to_fit();
     isPinging = true;
     socket.async_ping({}, [self = shared_from_this()](const ErrorCode&) { self->isPinging = false; });
   }
@@ -126,15 +128,33 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
                        [self = shared_from_this()](const ErrorCode&) { self->end(); });
   }
 
-  // A part of a message: what it announces to be as a whole takes no memory before it is there.
+  // The first byte of a message, so that a connection on which nothing comes keeps no buffer; then the rest, part by
+  // part: what a message announces to be as a whole takes no memory before it is there.
   void read() {
+    if (buffer.size() > 0) return readOn();
+    socket.async_read_some(boost::asio::buffer(&firstByte, 1),
+                           [self = shared_from_this()](const ErrorCode& error, std::size_t bytes) {
+                             if (!error && bytes > 0) self->keepFirstByte();
+                             self->didRead(error, bytes);
+                           });
+  }
+
+  void readOn() {
     socket.async_read_some(
-        buffer, kLargestPart, [self = shared_from_this()](const ErrorCode& error, std::size_t bytes) {
-          if (error) return self->end();
-          if (self->socket.is_message_done()) return self->take();
-          self->unfinished.resize(self->buffer.capacity());
-          self->readAfter(self->dependencies.rooms.didReceivePart(*self, bytes, self->now().instant));
-        });
+        buffer, kLargestPart,
+        [self = shared_from_this()](const ErrorCode& error, std::size_t bytes) { self->didRead(error, bytes); });
+  }
+
+  void keepFirstByte() {
+    *static_cast<char*>(buffer.prepare(1).data()) = firstByte;
+    buffer.commit(1);
+  }
+
+  void didRead(const ErrorCode& error, std::size_t bytes) {
+    if (error) return end();
+    if (socket.is_message_done()) return take();
+    unfinished.resize(buffer.capacity());
+    readAfter(dependencies.rooms.didReceivePart(*this, bytes, now().instant));
   }
 
   void readAfter(Duration wait) {
@@ -192,7 +212,8 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   boost::asio::steady_timer nextRead;  // Messages that cost much have to be paid for first.
   OutgoingQueue outgoing;
   MemoryBudget::Share unfinished;
-  beast::flat_buffer buffer;
+  beast::flat_buffer buffer;  // Of the message that is under way.
+  char firstByte = 0;
   PeerIntroduction who;
   State state = State::answering;
   bool isWriting = false;

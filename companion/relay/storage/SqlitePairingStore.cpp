@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -131,9 +132,16 @@ SqlitePairingStore::SqlitePairingStore(const std::string& file) {
 }
 
 void SqlitePairingStore::open(const std::string& file, int flags) {
+  // SQLite would refuse a link anywhere on the way, such as systemd makes of a service's /var/lib/NAME. Only the file
+  // itself must not be one.
+  const std::filesystem::path given(file);
+  std::error_code error;
+  const auto folder = std::filesystem::canonical(given.has_parent_path() ? given.parent_path() : ".", error);
+  if (error) failForFile(file, error.message());
+  const std::string path = folder / given.filename();
   sqlite3* opened = nullptr;
   const int outcome =
-      sqlite3_open_v2(file.c_str(), &opened, flags | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
+      sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
   connection.reset(opened);
   if (outcome != SQLITE_OK) failForFile(file, sqlite3_errstr(outcome));
   sqlite3_busy_timeout(opened, kTimeoutMilliseconds);

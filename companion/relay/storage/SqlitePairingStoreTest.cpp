@@ -98,6 +98,17 @@ TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
   EXPECT_FALSE(opens(link));
 }
 
+// As systemd has it for a service with a user of its own.
+TEST_F(SqliteStore, OpensAFileInAFolderThatIsReachedByALink) {
+  ASSERT_EQ(::mkdir((folder.path() + "/private").c_str(), 0700), 0);
+  ASSERT_EQ(::symlink("private", (folder.path() + "/state").c_str()), 0);
+  const std::string linked = folder.path() + "/state/relay.db";
+  SqlitePairingStore store(linked);
+  store.add("one", hashOf(kToken), 100);
+  SqlitePairingStore::backUp(linked, folder.path() + "/state/copy.db");
+  EXPECT_TRUE(SqlitePairingStore(folder.path() + "/private/copy.db").find("one"));
+}
+
 // What the first version wrote, statement by statement.
 void writeFirstVersion(const std::string& file) {
   sqlite3* database = nullptr;

@@ -42,11 +42,12 @@ double MeasuredServer::processorSeconds() const {
 
 double MeasuredServer::memory() const {
   std::ifstream rollup("/proc/" + std::to_string(process()) + "/smaps_rollup");
+  double sum = 0;
   for (std::string name; rollup >> name;) {
     double value = 0;
-    if (name == "Pss:" && rollup >> value) return value;
+    if ((name == "Pss:" || name == "SwapPss:") && rollup >> value) sum += value;
   }
-  return 0;
+  return sum;
 }
 
 MeasuredRelay::MeasuredRelay() : relay(liftedLimits()), registrar(relay.port()) {}

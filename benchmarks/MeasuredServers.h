@@ -24,7 +24,7 @@ class MeasuredServer {
   [[nodiscard]] virtual pid_t process() const = 0;
   [[nodiscard]] virtual std::uint16_t port() const = 0;
   [[nodiscard]] double processorSeconds() const;
-  // KiB, its share of what is shared included.
+  // KiB, its share of what is shared and what was swapped out included.
   [[nodiscard]] double memory() const;
 };
 

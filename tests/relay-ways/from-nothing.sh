@@ -138,6 +138,9 @@ served_serial() {
 chmod a+rx /
 grep -q 'relay\.example' /etc/hosts || echo '127.0.0.1 relay.example desk.home.example' >>/etc/hosts
 
+# Packages start their services; here each way starts what it needs.
+free_port() { if has_systemd; then systemctl disable --now caddy >/dev/null 2>&1 || true; fi; }
+
 # ---- The ways
 
 package() {
@@ -155,6 +158,7 @@ set_up() { rm -rf /etc/quillard-relay.conf /etc/quillard-relay "$drop_in"; docum
 
 caddy() {
   apt-get install -y --no-install-recommends caddy openssl
+  free_port
   set_up 'sudo quillard-relay setup --domain relay.example'
   # What setup says to do, and, since no authority knows this machine, certificates of Caddy's own.
   { printf '{\n  local_certs\n  skip_install_trust\n}\n'; cat /etc/quillard-relay/Caddyfile; } >/etc/caddy/Caddyfile
@@ -245,6 +249,7 @@ restore() {
 }
 
 [ "$(id -u)" = 0 ] || fail "It has to be root's machine."
+free_port
 [ $# -gt 0 ] || set -- package caddy certificate tunnel restore
 for way in "$@"; do "$way"; done
 say "All of it works: $*"

@@ -106,19 +106,16 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   void didAccept(const ErrorCode& error) {
     if (error || state == State::closing) return end();
     state = State::open;
-    if (closeCode) {
-      sendClose();
-    } else {
-      writeNext();
-    }
+    if (closeCode) return sendClose();
+    writeNext();
     read();
   }
 
-  // The read that is under way notices the end.
+  // A read that is under way ends first; then the close itself reads on, until it is answered.
   void sendClose() {
     state = State::closing;
-    nextRead.cancel();  // The answer has to be read.
-    socket.next_layer().releaseReads();
+    nextRead.cancel();
+    socket.next_layer().releaseReads();  // The answer has to be read.
     timeout.expires_after(kCloseTimeout);
     timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
@@ -152,15 +149,19 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   void didRead(const ErrorCode& error, std::size_t bytes) {
     if (error) return end();
+    if (state == State::closing) return;  // What still comes is dropped by the close that is under way.
     if (socket.is_message_done()) return take();
     unfinished.resize(buffer.capacity());
     readAfter(dependencies.rooms.didReceivePart(*this, bytes, now().instant));
   }
 
   void readAfter(Duration wait) {
+    if (state == State::closing) return;
     if (wait == Duration::zero()) return read();
     nextRead.expires_after(wait);
-    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) { self->read(); });
+    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) {
+      if (self->state != State::closing) self->read();
+    });
   }
 
   void hold(Duration wait, Instant when) {

@@ -52,6 +52,16 @@ void checkFile(const std::string& file, int flags) {
   if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) failForFile(file, "others may use it; it must have mode 0600.");
 }
 
+// SQLite would refuse a link anywhere on the way, such as systemd makes of a service's /var/lib/NAME. Only the file
+// itself must not be one.
+std::string withoutLinksOnTheWay(const std::string& file) {
+  const std::filesystem::path given(file);
+  std::error_code error;
+  const auto folder = std::filesystem::canonical(given.has_parent_path() ? given.parent_path() : ".", error);
+  if (error) failForFile(file, error.message());
+  return folder / given.filename();
+}
+
 }  // namespace
 
 // A prepared statement with its values, for one run. `sql`: a constant; no other run of the same is under way.
@@ -132,13 +142,7 @@ SqlitePairingStore::SqlitePairingStore(const std::string& file) {
 }
 
 void SqlitePairingStore::open(const std::string& file, int flags) {
-  // SQLite would refuse a link anywhere on the way, such as systemd makes of a service's /var/lib/NAME. Only the file
-  // itself must not be one.
-  const std::filesystem::path given(file);
-  std::error_code error;
-  const auto folder = std::filesystem::canonical(given.has_parent_path() ? given.parent_path() : ".", error);
-  if (error) failForFile(file, error.message());
-  const std::string path = folder / given.filename();
+  const std::string path = withoutLinksOnTheWay(file);
   sqlite3* opened = nullptr;
   const int outcome =
       sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -185,7 +189,7 @@ void SqlitePairingStore::backUp(const std::string& file, const std::string& copy
   if (::access(copy.c_str(), F_OK) == 0) throw Failure{copy + " is there already."};
   SqlitePairingStore store;
   store.open(file, SQLITE_OPEN_READONLY);
-  Statement(store, "VACUUM INTO ?").with(copy).run();
+  Statement(store, "VACUUM INTO ?").with(withoutLinksOnTheWay(copy)).run();
   if (::chmod(copy.c_str(), S_IRUSR | S_IWUSR) != 0) failForFile(copy, std::strerror(errno));
 }
 

@@ -112,7 +112,11 @@ other_processes=
 eventually() {
   local tries=0
   until "$@" >"$work/last" 2>&1; do
-    [ $((++tries)) -lt 120 ] || { tail -n 5 "$work/last" "$work"/*.log; fail "$*"; }
+    if [ $((++tries)) -ge 120 ]; then
+      tail -n 5 "$work/last" "$work"/*.log || true
+      if has_systemd; then systemctl status --no-pager quillard-relay || true; fi
+      fail "$*"
+    fi
     sleep 0.5
   done
   cat "$work/last"

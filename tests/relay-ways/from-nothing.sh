@@ -227,6 +227,7 @@ tunnel() {
 
 # A registration, a backup, another one, and back again.
 restore() {
+  rm -f /var/lib/quillard-relay/relay.db*
   set_up 'sudo quillard-relay setup --domain desk.home.example --tunnel'
   apt-get install -y --no-install-recommends curl
   register() {

@@ -409,7 +409,7 @@ TEST(PairingRooms, DropTheSilentInTheOrderInWhichTheyJoined) {
   }
   agent->texts.clear();
   while (!phones.front()->isAborted) {
-    world.rooms.didReceiveBytes(*agent, world.instant);
+    world.rooms.didReceiveBytes(*agent, 1, world.instant);
     world.run(250ms);
   }
   // After each phone that goes, the agent is told who stays.

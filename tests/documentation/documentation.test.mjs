@@ -7,10 +7,17 @@ import { test } from "node:test";
 import { fileURLToPath } from "node:url";
 
 import { NotMessages, literalsOf, messagesOf, messagesOfPage, piecesOf, piecesOfPage } from "./messages.mjs";
+import { namesIn, relayOptionsOf, rowsOf, storedKeysOf, tunablesOf, variablesOf } from "./settings.mjs";
 
 const folder = dirname(fileURLToPath(import.meta.url));
 const root = join(folder, "../..");
-const read = (path) => readFileSync(join(root, path), "utf8");
+const page = (path) => readFileSync(join(root, path), "utf8");
+const differences = (inSources, inPage) => ({
+  missing: [...inSources].filter((name) => !inPage.has(name)),
+  invented: [...inPage].filter((name) => !inSources.has(name)),
+});
+// What stands below a heading of the second level.
+const section = (text, heading) => text.split(/^## /m).find((part) => part.startsWith(`${heading}\n`)) ?? "";
 
 test("a literal is read as the compiler reads it", () => {
   const source = '#include "one two.h"\n// "three four"\nprint("It \\"is\\" "\n      "joined: " + name + "; so is\\nthis.", \'"\');';
@@ -19,18 +26,52 @@ test("a literal is read as the compiler reads it", () => {
 });
 
 test("a page's messages stand in backticks in the first column", () => {
-  const page = "| message | meaning |\n| --- | --- |\n| `The … is old.`<br>`So` | see `this` |\n`no table`\n";
-  assert.deepEqual(messagesOfPage(page), ["The … is old.", "So"]);
-  assert.deepEqual([...piecesOfPage(page)], ["The", "is old.", "So"]);
+  const text = "| message | meaning |\n| --- | --- |\n| `The … is old.`<br>`So` | see `this` |\n`no table`\n";
+  assert.deepEqual(messagesOfPage(text), ["The … is old.", "So"]);
+  assert.deepEqual([...piecesOfPage(text)], ["The", "is old.", "So"]);
 });
 
 test("every message that the programs print is in the troubleshooting page, and none that they do not", () => {
-  const notMessages = new NotMessages(read("tests/documentation/not-messages.txt"));
+  const notMessages = new NotMessages(page("tests/documentation/not-messages.txt"));
   const { messages, all } = messagesOf(root, notMessages);
   assert.ok(messages.size > 300, `only ${messages.size} messages were found in the sources`);
-  const explained = piecesOfPage(read("docs/troubleshooting.md"));
+  const explained = piecesOfPage(page("docs/troubleshooting.md"));
   const missing = [...messages].filter(([piece]) => !explained.has(piece)).map(([piece, path]) => `${path}: ${piece}`);
   const invented = [...explained].filter((piece) => !all.has(piece));
   const useless = notMessages.rows.filter((row) => !row.used || !row.reason).map((row) => `${row.path}: ${row.start}`);
   assert.deepEqual({ missing, invented, useless }, { missing: [], invented: [], useless: [] });
+});
+
+test("every variable that is read is in the page of settings, and none that is not", () => {
+  const read = variablesOf(root);
+  assert.ok(read.size > 40, `only ${read.size} variables were found in the sources`);
+  const names = rowsOf(page("docs/settings.md")).flatMap(([first]) => namesIn(first, "[A-Z][A-Z0-9_]+"));
+  assert.deepEqual(differences(read, new Set(names)), { missing: [], invented: [] });
+});
+
+test("the page of settings gives the agent's defaults", () => {
+  const tunables = tunablesOf(root);
+  assert.ok(tunables.size >= 12, `only ${tunables.size} tunables were found`);
+  const rows = rowsOf(page("docs/settings.md"));
+  for (const [name, fallback] of [...tunables].filter(([name]) => name.startsWith("QUILLARD_"))) {
+    assert.equal(rows.find(([first]) => first === `\`${name}\``)?.[1], fallback, name);
+  }
+});
+
+test("what the agent remembers, and the bundled file, are in the page of settings", () => {
+  const names = rowsOf(page("docs/settings.md")).flatMap(([first]) => namesIn(first, "quillard\\.[a-z0-9-]+|relayURL"));
+  const stored = storedKeysOf(root);
+  assert.ok(stored.size > 6, `only ${stored.size} keys were found`);
+  assert.deepEqual(differences(stored, new Set(names)), { missing: [], invented: [] });
+});
+
+test("every option of the relay is in its page, with its default", () => {
+  const options = relayOptionsOf(root);
+  assert.ok(options.size > 35, `only ${options.size} options were found`);
+  const rows = rowsOf(section(page("docs/relay.md"), "Configuration"));
+  const explained = new Map(rows.flatMap(([first, second]) => namesIn(first, "--[a-z-]+").map((name) => [name.slice(2), second])));
+  assert.deepEqual(differences(new Set(options.keys()), new Set(explained.keys())), { missing: [], invented: [] });
+  for (const [name, fallback] of options) {
+    if (fallback !== undefined) assert.equal(explained.get(name), fallback, name);
+  }
 });

@@ -1,12 +1,12 @@
 // Holds the pages for people to what the sources say. Run by the tests' `documentation`, or alone:
 //   node --test tests/documentation
 import assert from "node:assert/strict";
-import { readFileSync } from "node:fs";
-import { dirname, join } from "node:path";
+import { existsSync, readFileSync, readdirSync } from "node:fs";
+import { dirname, join, relative } from "node:path";
 import { test } from "node:test";
 import { fileURLToPath } from "node:url";
 
-import { NotMessages, literalsOf, messagesOf, messagesOfPage, piecesOf, piecesOfPage } from "./messages.mjs";
+import { NotMessages, literalsOf, messagesOf, messagesOfPage, piecesOf, piecesOfPage, sourcesBelow } from "./messages.mjs";
 import { namesIn, relayOptionsOf, rowsOf, storedKeysOf, tunablesOf, variablesOf } from "./settings.mjs";
 
 const folder = dirname(fileURLToPath(import.meta.url));
@@ -74,4 +74,42 @@ test("every option of the relay is in its page, with its default", () => {
   for (const [name, fallback] of options) {
     if (fallback !== undefined) assert.equal(explained.get(name), fallback, name);
   }
+});
+
+test("every link of a page leads to a file and a heading that are there", () => {
+  const anchorOf = (heading) => heading.toLowerCase().replace(/[^\p{L}\d\s_-]/gu, "").trim().replace(/\s/g, "-");
+  const anchorsOf = (path) => page(path).split("\n").filter((line) => /^#+ /.test(line)).map((line) => anchorOf(line.replace(/^#+ /, "")));
+  const pages = [root, join(root, "docs")].flatMap((parent) =>
+    readdirSync(parent).filter((name) => name.endsWith(".md")).map((name) => relative(root, join(parent, name))),
+  );
+  assert.ok(pages.length > 10);
+  const broken = [];
+  for (const path of pages) {
+    for (const [, link] of page(path).matchAll(/\]\(([^)\s]+)\)|src="[^"]+"/g)) {
+      if (link === undefined || /^https?:/.test(link)) continue;
+      const [file, anchor] = link.split("#");
+      const target = file === "" ? path : relative(root, join(root, dirname(path), file));
+      const isThere = existsSync(join(root, target)) && (!anchor || anchorsOf(target).includes(anchor));
+      if (!isThere) broken.push(`${path}: ${link}`);
+    }
+  }
+  assert.deepEqual(broken, []);
+});
+
+test("the README fits one screen before its pictures, and leads to every page", () => {
+  const readme = page("README.md");
+  assert.ok(readme.slice(0, readme.indexOf("<img")).split("\n").length <= 30);
+  const pages = readdirSync(join(root, "docs")).filter((name) => name.endsWith(".md"));
+  assert.deepEqual(pages.filter((name) => !readme.includes(`(docs/${name})`)), []);
+});
+
+test("the version stands in one place", () => {
+  const [, version] = /^project\(Quillard VERSION (\d+\.\d+\.\d+) /m.exec(page("CMakeLists.txt")) ?? [];
+  assert.ok(version, "CMakeLists.txt gives no version");
+  for (const path of ["companion/phone/package.json", "companion/phone/package-lock.json"]) {
+    const { version: other, packages } = JSON.parse(page(path));
+    assert.deepEqual([other, packages?.[""].version], [undefined, undefined], path);
+  }
+  const sources = sourcesBelow(root).filter((path) => page(path).includes(`"${version}"`));
+  assert.deepEqual(sources, []);
 });

@@ -9,10 +9,12 @@
 #   RELEASE-NOTES.md                    what CHANGELOG.md says of this version
 #   SHA256SUMS                          digests of all of these
 #
-# The same commit and the same build folders give the same bytes: names are sorted, times are those of the commit, owners
-# are numbers. The version is the one in CMakeLists.txt. Refuses a tree with changes, a version that CHANGELOG.md does not
-# know, and a tag of that version at another commit. `--draft` before OUT makes a trial: it allows all three, takes
-# "Unreleased" for the notes, and adds "-draft" to the version. Signs and publishes nothing.
+# The same commit, build folders and gzip give the same bytes, for every user: names are sorted, times are those of the
+# commit, owners and modes are fixed. Needs GNU tar, so it is run on Linux.
+#
+# The version is the one in CMakeLists.txt. Refuses a tree with changes, a version that CHANGELOG.md does not know, and a
+# tag of that version at another commit. `--draft` before OUT makes a trial: it allows all three, takes "Unreleased" for
+# the notes, and adds "-draft" to the version. Signs and publishes nothing.
 set -euo pipefail
 umask 022
 export LC_ALL=C TZ=UTC
@@ -24,7 +26,7 @@ fail() {
 
 draft=""
 if [ "${1:-}" = --draft ]; then draft=-draft; shift; fi
-[ $# -ge 1 ] || { sed -n '2,/^set /{s/^# \{0,1\}//p}' "$0" >&2; exit 2; }
+[ $# -ge 1 ] || { awk 'NR > 1 { if (!sub(/^# ?/, "")) exit; print }' "$0" >&2; exit 2; }
 out=$(realpath -m "$1"); shift
 builds=()
 for build in "$@"; do
@@ -63,8 +65,8 @@ mkdir "$made"
 
 # pack FOLDER NAME: the folder NAME below FOLDER as NAME.tar.gz. gzip -n keeps neither name nor time.
 pack() {
-  tar --create --directory="$1" --sort=name --mtime="@$time" --owner=0 --group=0 --numeric-owner --format=ustar "$2" \
-    | gzip -9n >"$made/$2.tar.gz"
+  tar --create --directory="$1" --sort=name --mtime="@$time" --owner=0 --group=0 --numeric-owner --mode=u+rw,go+r-w,a+X \
+    --format=ustar "$2" | gzip -9n >"$made/$2.tar.gz"
 }
 
 git archive --format=tar --prefix="quillard-$version/" HEAD | tar --extract --directory="$work"

@@ -6,7 +6,15 @@ import { dirname, join, relative } from "node:path";
 import { test } from "node:test";
 import { fileURLToPath } from "node:url";
 
-import { NotMessages, literalsOf, messagesOf, messagesOfPage, piecesOf, piecesOfPage, sourcesBelow } from "./messages.mjs";
+import {
+  NotMessages,
+  literalsOf,
+  messagesOf,
+  messagesOfPage,
+  piecesOf,
+  piecesOfPage,
+  sourcesBelow,
+} from "./messages.mjs";
 import { namesIn, relayOptionsOf, rowsOf, storedKeysOf, tunablesOf, variablesOf } from "./settings.mjs";
 
 const folder = dirname(fileURLToPath(import.meta.url));
@@ -20,7 +28,8 @@ const differences = (inSources, inPage) => ({
 const section = (text, heading) => text.split(/^## /m).find((part) => part.startsWith(`${heading}\n`)) ?? "";
 
 test("a literal is read as the compiler reads it", () => {
-  const source = '#include "one two.h"\n// "three four"\nprint("It \\"is\\" "\n      "joined: " + name + "; so is\\nthis.", \'"\');';
+  const source =
+    '#include "one two.h"\n// "three four"\nprint("It \\"is\\" "\n      "joined: " + name + "; so is\\nthis.", \'"\');';
   assert.deepEqual(literalsOf(source), ['It "is" joined: ', "; so is\nthis."]);
   assert.deepEqual(piecesOf("one line\n%zu of %s lines\n"), ["one line", "of", "lines"]);
 });
@@ -36,9 +45,13 @@ test("every message that the programs print is in the troubleshooting page, and 
   const { messages, all } = messagesOf(root, notMessages);
   assert.ok(messages.size > 300, `only ${messages.size} messages were found in the sources`);
   const explained = piecesOfPage(page("docs/troubleshooting.md"));
-  const missing = [...messages].filter(([piece]) => !explained.has(piece)).map(([piece, path]) => `${path}: ${piece}`);
+  const missing = [...messages]
+    .filter(([piece]) => !explained.has(piece))
+    .map(([piece, path]) => `${path}: ${piece}`);
   const invented = [...explained].filter((piece) => !all.has(piece));
-  const useless = notMessages.rows.filter((row) => !row.used || !row.reason).map((row) => `${row.path}: ${row.start}`);
+  const useless = notMessages.rows
+    .filter((row) => !row.used || !row.reason)
+    .map((row) => `${row.path}: ${row.start}`);
   assert.deepEqual({ missing, invented, useless }, { missing: [], invented: [], useless: [] });
 });
 
@@ -59,7 +72,9 @@ test("the page of settings gives the agent's defaults", () => {
 });
 
 test("what the agent remembers, and the bundled file, are in the page of settings", () => {
-  const names = rowsOf(page("docs/settings.md")).flatMap(([first]) => namesIn(first, "quillard\\.[a-z0-9-]+|relayURL"));
+  const names = rowsOf(page("docs/settings.md")).flatMap(([first]) =>
+    namesIn(first, "quillard\\.[a-z0-9-]+|relayURL"),
+  );
   const stored = storedKeysOf(root);
   assert.ok(stored.size > 6, `only ${stored.size} keys were found`);
   assert.deepEqual(differences(stored, new Set(names)), { missing: [], invented: [] });
@@ -69,18 +84,34 @@ test("every option of the relay is in its page, with its default", () => {
   const options = relayOptionsOf(root);
   assert.ok(options.size > 35, `only ${options.size} options were found`);
   const rows = rowsOf(section(page("docs/relay.md"), "Configuration"));
-  const explained = new Map(rows.flatMap(([first, second]) => namesIn(first, "--[a-z-]+").map((name) => [name.slice(2), second])));
-  assert.deepEqual(differences(new Set(options.keys()), new Set(explained.keys())), { missing: [], invented: [] });
+  const explained = new Map(
+    rows.flatMap(([first, second]) => namesIn(first, "--[a-z-]+").map((name) => [name.slice(2), second])),
+  );
+  assert.deepEqual(differences(new Set(options.keys()), new Set(explained.keys())), {
+    missing: [],
+    invented: [],
+  });
   for (const [name, fallback] of options) {
     if (fallback !== undefined) assert.equal(explained.get(name), fallback, name);
   }
 });
 
 test("every link of a page leads to a file and a heading that are there", () => {
-  const anchorOf = (heading) => heading.toLowerCase().replace(/[^\p{L}\d\s_-]/gu, "").trim().replace(/\s/g, "-");
-  const anchorsOf = (path) => page(path).split("\n").filter((line) => /^#+ /.test(line)).map((line) => anchorOf(line.replace(/^#+ /, "")));
+  const anchorOf = (heading) =>
+    heading
+      .toLowerCase()
+      .replace(/[^\p{L}\d\s_-]/gu, "")
+      .trim()
+      .replace(/\s/g, "-");
+  const anchorsOf = (path) =>
+    page(path)
+      .split("\n")
+      .filter((line) => /^#+ /.test(line))
+      .map((line) => anchorOf(line.replace(/^#+ /, "")));
   const pages = [root, join(root, "docs")].flatMap((parent) =>
-    readdirSync(parent).filter((name) => name.endsWith(".md")).map((name) => relative(root, join(parent, name))),
+    readdirSync(parent)
+      .filter((name) => name.endsWith(".md"))
+      .map((name) => relative(root, join(parent, name))),
   );
   assert.ok(pages.length > 10);
   const broken = [];
@@ -100,7 +131,10 @@ test("the README fits one screen before its pictures, and leads to every page", 
   const readme = page("README.md");
   assert.ok(readme.slice(0, readme.indexOf("<img")).split("\n").length <= 30);
   const pages = readdirSync(join(root, "docs")).filter((name) => name.endsWith(".md"));
-  assert.deepEqual(pages.filter((name) => !readme.includes(`(docs/${name})`)), []);
+  assert.deepEqual(
+    pages.filter((name) => !readme.includes(`(docs/${name})`)),
+    [],
+  );
 });
 
 test("the version stands in one place", () => {

@@ -11,9 +11,11 @@ import { readFileSync, readdirSync, statSync } from "node:fs";
 import { join, relative } from "node:path";
 
 const kFolders = ["src", "companion/relay", "demo"];
-const kNoProduct = /Test\.cpp$|\/TestCatalogues\.h$|MemoryPairingStore\.h$|RelayWorld\.h$|^src\/platform\/simulated\//;
+const kNoProduct =
+  /Test\.cpp$|\/TestCatalogues\.h$|MemoryPairingStore\.h$|RelayWorld\.h$|^src\/platform\/simulated\//;
 const kCommandLines = /CommandLine\.cpp$|RelaySetup\.cpp$|^demo\/Main\.cpp$/;
-const kLiteral = /\/\/[^\n]*|\/\*[\s\S]*?\*\/|'(?:\\.|[^'\\\n])'|R"(\w*)\([\s\S]*?\)\1"|"(?:\\.|[^"\\\n])*"(?:\s*"(?:\\.|[^"\\\n])*")*/g;
+const kLiteral =
+  /\/\/[^\n]*|\/\*[\s\S]*?\*\/|'(?:\\.|[^'\\\n])'|R"(\w*)\([\s\S]*?\)\1"|"(?:\\.|[^"\\\n])*"(?:\s*"(?:\\.|[^"\\\n])*")*/g;
 const kPart = /"((?:\\.|[^"\\\n])*)"/g;
 const kVaries = /%(?:zu|ld|d|s|\d)/;
 const kTwoWords = /[\p{L}\d'’,.:)"]+ [\p{L}(]+/u;
@@ -41,14 +43,19 @@ export function literalsOf(source) {
   for (const match of source.matchAll(kLiteral)) {
     if (match[0][0] !== '"') continue;
     const line = source.slice(source.lastIndexOf("\n", match.index) + 1, match.index);
-    if (!line.startsWith("#include")) literals.push([...match[0].matchAll(kPart)].map((part) => part[1]).join(""));
+    if (!line.startsWith("#include"))
+      literals.push([...match[0].matchAll(kPart)].map((part) => part[1]).join(""));
   }
   return literals.map(unescaped);
 }
 
 // The pieces of one text, also those of one word.
 export function piecesOf(text) {
-  return text.split("\n").flatMap((line) => line.split(kVaries)).map((piece) => piece.trim()).filter(Boolean);
+  return text
+    .split("\n")
+    .flatMap((line) => line.split(kVaries))
+    .map((piece) => piece.trim())
+    .filter(Boolean);
 }
 
 const looksLikeAMessage = (text) => /[.:!?\s]$/.test(text) || /^[\s:,.]/.test(text);
@@ -103,4 +110,11 @@ export function messagesOfPage(page) {
 }
 
 export const piecesOfPage = (page) =>
-  new Set(messagesOfPage(page).flatMap((message) => message.split("…").map((piece) => piece.trim()).filter(Boolean)));
+  new Set(
+    messagesOfPage(page).flatMap((message) =>
+      message
+        .split("…")
+        .map((piece) => piece.trim())
+        .filter(Boolean),
+    ),
+  );

@@ -18,39 +18,52 @@ function ownVariables(root) {
       .filter((path) => path.endsWith(".sh") && statSync(join(root, path)).isFile()),
   );
   return [
-    ...sourcesBelow(root).flatMap((path) => matches(read(path), /"((?:QUILLARD|FARROWLIGHT)_[A-Z_]*[A-Z])"/g)),
+    ...sourcesBelow(root).flatMap((path) =>
+      matches(read(path), /"((?:QUILLARD|FARROWLIGHT)_[A-Z_]*[A-Z])"/g),
+    ),
     ...[...kPrograms, ...scripts].flatMap((path) => matches(read(path), /\$\{(QUILLARD_[A-Z_]+)(?=[:}])/g)),
   ];
 }
 
 // Variables of the system that a program asks for by their names.
 function systemVariables(root) {
-  const asked = /\b(?:(?:value|variable|getenv|qgetenv|setting)\(|(?:absolutePath|baseFolder)\(environment, )"([A-Z][A-Z0-9_]+)"/g;
+  const asked =
+    /\b(?:(?:value|variable|getenv|qgetenv|setting)\(|(?:absolutePath|baseFolder)\(environment, )"([A-Z][A-Z0-9_]+)"/g;
   const listed = /for \(const (?:char\* const|std::string_view) name : \{((?:"[A-Z_]+",? ?)+)\}/g;
   return sourcesBelow(root)
     .filter((path) => path.startsWith("src/"))
     .map((path) => readFileSync(join(root, path), "utf8"))
-    .flatMap((text) => [...matches(text, asked), ...matches(text, listed).flatMap((list) => matches(list, /"(\w+)"/g))]);
+    .flatMap((text) => [
+      ...matches(text, asked),
+      ...matches(text, listed).flatMap((list) => matches(list, /"(\w+)"/g)),
+    ]);
 }
 
 // What CMake is told with -D.
 function buildOptions(root) {
   const files = ["CMakeLists.txt", "packaging/linux/Install.cmake", "packaging/macos/Bundle.cmake"];
   return files.flatMap((path) =>
-    matches(readFileSync(join(root, path), "utf8"), /^ *(?:option\(|set\()(QUILLARD_\w+) (?=.*(?:CACHE| ON\)| OFF\)|\}\)))/gm),
+    matches(
+      readFileSync(join(root, path), "utf8"),
+      /^ *(?:option\(|set\()(QUILLARD_\w+) (?=.*(?:CACHE| ON\)| OFF\)|\}\)))/gm,
+    ),
   );
 }
 
 // The names of all variables and options, each once.
-export const variablesOf = (root) => new Set([...ownVariables(root), ...systemVariables(root), ...buildOptions(root)]);
+export const variablesOf = (root) =>
+  new Set([...ownVariables(root), ...systemVariables(root), ...buildOptions(root)]);
 
 // The agent's tunables: name to default, "off" for a switch that is off.
 export function tunablesOf(root) {
   const source = readFileSync(join(root, "src/agent/configuration/AgentConfiguration.cpp"), "utf8");
-  const constants = new Map([...source.matchAll(/constexpr Seconds (\w+)\{([\d.]+)\};/g)].map(([, name, value]) => [name, value]));
+  const constants = new Map(
+    [...source.matchAll(/constexpr Seconds (\w+)\{([\d.]+)\};/g)].map(([, name, value]) => [name, value]),
+  );
   const tunables = new Map();
   for (const [, names, fallback] of source.matchAll(/\{((?:"[A-Z_]+",?\s*)+)\},\s*(\w+)\)/g)) {
-    for (const name of matches(names, /"(\w+)"/g)) tunables.set(name, fallback === "false" ? "off" : constants.get(fallback));
+    for (const name of matches(names, /"(\w+)"/g))
+      tunables.set(name, fallback === "false" ? "off" : constants.get(fallback));
   }
   return tunables;
 }
@@ -61,7 +74,10 @@ export function storedKeysOf(root) {
     .filter((path) => path.startsWith("src/"))
     .map((path) => readFileSync(join(root, path), "utf8"));
   const bundled = matches(texts.join("\n"), /for \(const auto\* key : \{"(\w+)", "\w+"\}/g);
-  return new Set([...texts.flatMap((text) => matches(text, /\b\w*[kK]ey = "(quillard\.[a-z0-9-]+)"/g)), ...bundled]);
+  return new Set([
+    ...texts.flatMap((text) => matches(text, /\b\w*[kK]ey = "(quillard\.[a-z0-9-]+)"/g)),
+    ...bundled,
+  ]);
 }
 
 // The relay's options with their defaults, as docs/relay.md writes them: a number for limits, "burst, per second" for
@@ -71,7 +87,10 @@ export function relayOptionsOf(root) {
   const limits = readFileSync(join(root, "companion/relay/rules/RelayLimits.h"), "utf8");
   // Numbers, products and quotients of numbers, and nothing else.
   const number = (text) => {
-    const plain = text.replace(/std::size_t\{(\d+)\}/g, "$1").replaceAll("'", "").replace("kMebibyte", "1048576");
+    const plain = text
+      .replace(/std::size_t\{(\d+)\}/g, "$1")
+      .replaceAll("'", "")
+      .replace("kMebibyte", "1048576");
     if (!/^[\d.\s*/]+$/.test(plain)) throw new Error(`not a plain number: ${text}`);
     return plain.split("*").reduce((product, factor) => {
       const [first, ...others] = factor.split("/").map(Number);
@@ -79,18 +98,30 @@ export function relayOptionsOf(root) {
     }, 1);
   };
   const short = (value) => String(Number(value.toFixed(2)));
-  const ownDefaults = new Map([...source.matchAll(/^ {2}(?:long|std::size_t|int) (\w+) = (\d+);/gm)].map(([, name, value]) => [name, value]));
+  const ownDefaults = new Map(
+    [...source.matchAll(/^ {2}(?:long|std::size_t|int) (\w+) = (\d+);/gm)].map(([, name, value]) => [
+      name,
+      value,
+    ]),
+  );
   const limit = (field) => short(number(new RegExp(`std::size_t ${field} = ([^;]+);`).exec(limits)[1]));
   const rate = (field, unit) =>
-    new RegExp(`Rate [^;]*?\\b${field}\\{([^}]+)\\}`).exec(limits)[1].split(",").map((part) => short(number(part) / number(unit))).join(", ");
+    new RegExp(`Rate [^;]*?\\b${field}\\{([^}]+)\\}`)
+      .exec(limits)[1]
+      .split(",")
+      .map((part) => short(number(part) / number(unit)))
+      .join(", ");
 
   const options = new Map([["config", undefined]]);
-  for (const [, name, field] of source.matchAll(/\badd\(program, "([a-z-]+)", read\.(\w+)/g)) options.set(name, ownDefaults.get(field));
+  for (const [, name, field] of source.matchAll(/\badd\(program, "([a-z-]+)", read\.(\w+)/g))
+    options.set(name, ownDefaults.get(field));
   for (const [, name] of source.matchAll(/add_flag\("--([a-z-]+)"/g)) options.set(name, undefined);
   for (const [, name, inLimits, field] of source.matchAll(/\blimit\("([a-z-]+)", read\.(limits\.)?(\w+)/g)) {
     options.set(name, inLimits ? limit(field) : ownDefaults.get(field));
   }
-  for (const [, burst, perSecond, field, unit] of source.matchAll(/\brate\("([a-z-]+)", "([a-z-]+)", limits\.(\w+), (\w+),/g)) {
+  for (const [, burst, perSecond, field, unit] of source.matchAll(
+    /\brate\("([a-z-]+)", "([a-z-]+)", limits\.(\w+), (\w+),/g,
+  )) {
     options.set(burst, rate(field, unit)).set(perSecond, rate(field, unit));
   }
   return options;

@@ -147,3 +147,27 @@ test("the version stands in one place", () => {
   const sources = sourcesBelow(root).filter((path) => page(path).includes(`"${version}"`));
   assert.deepEqual(sources, []);
 });
+
+test("the workflows start what is there, with presets that are there", () => {
+  const folder = ".github/workflows";
+  const workflows = readdirSync(join(root, folder)).map((name) => page(`${folder}/${name}`));
+  const presets = JSON.parse(page("CMakePresets.json")).configurePresets.map(({ name }) => name);
+  const usable = new Set([...presets, "tidy"]);
+  const named = workflows.flatMap((text) => [
+    ...[...text.matchAll(/--preset ([\w-]+)/g)].map((match) => match[1]),
+    ...[...text.matchAll(/'(\[[^']+\])'/g)].flatMap((match) => JSON.parse(match[1])),
+  ]);
+  assert.ok(named.includes("dev") && named.includes("macos"), named.join(" "));
+  assert.deepEqual(
+    named.filter((name) => !usable.has(name)),
+    [],
+  );
+  const programs = workflows.flatMap((text) =>
+    [...text.matchAll(/^[^#\n]*?((?:scripts|packaging)\/[\w./-]+|\.\/test)\b/gm)].map((match) => match[1]),
+  );
+  assert.ok(programs.includes("./test"));
+  assert.deepEqual(
+    programs.filter((path) => !existsSync(join(root, path))),
+    [],
+  );
+});

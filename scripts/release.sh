@@ -72,12 +72,13 @@ pack() {
 git archive --format=tar --prefix="quillard-$version/" HEAD | tar --extract --directory="$work"
 pack "$work" "quillard-$version"
 
-# install_and_pack BUILD COMPONENT NAME: nothing when the build has not made it.
+# install_and_pack BUILD COMPONENT NAME FILE: FILE is what would make the archive useless if it were missing.
 install_and_pack() {
   local name
   name=$3-$version-$(uname -s | tr '[:upper:]' '[:lower:]')-$(uname -m)
   [ ! -e "$made/$name.tar.gz" ] || fail "two of the build folders have made $name"
   DESTDIR=$work/$name cmake --install "$1" --component "$2" --prefix /usr/local --strip >/dev/null
+  [ -s "$work/$name/usr/local/$4" ] || fail "$1 installs no $4"
   pack "$work" "$name"
 }
 
@@ -85,9 +86,11 @@ for build in "${builds[@]}"; do
   of_version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
   [ "$of_version" = "$number" ] || fail "$build was configured for version ${of_version:-?}, and this is $number"
   found=""
-  if [ -x "$build/src/app/quillard" ]; then install_and_pack "$build" quillard quillard; found=yes; fi
+  if [ -x "$build/src/app/quillard" ]; then
+    install_and_pack "$build" quillard quillard lib/Quillard.app/quillard; found=yes
+  fi
   if [ -x "$build/companion/relay/quillard-relay" ]; then
-    install_and_pack "$build" relay quillard-relay; found=yes
+    install_and_pack "$build" relay quillard-relay share/quillard-relay/page/index.html; found=yes
   fi
   [ -n "$found" ] || fail "$build has built neither the agent nor the relay"
 done

@@ -62,16 +62,18 @@ class Project {
     this.git("commit", "--quiet", "--message", "A change");
   }
 
-  // A build folder that has made the relay.
-  build(version = "1.2.3") {
+  // A build folder that has made the relay with the phones' page.
+  build(version = "1.2.3", pageFile = "index.html") {
     const build = join(this.folder, "build");
     const program = join(build, "companion/relay/quillard-relay");
     write(program, "#!/bin/sh\n");
     chmodSync(program, 0o755);
     write(join(build, "CMakeCache.txt"), `CMAKE_PROJECT_VERSION:STATIC=${version}\n`);
+    write(join(build, pageFile), "<!doctype html>");
     write(
       join(build, "cmake_install.cmake"),
-      `file(INSTALL DESTINATION /usr/local/bin TYPE PROGRAM FILES "${program}")\n`,
+      `file(INSTALL DESTINATION /usr/local/bin TYPE PROGRAM FILES "${program}")\n` +
+        `file(INSTALL DESTINATION /usr/local/share/quillard-relay/page TYPE FILE FILES "${join(build, pageFile)}")\n`,
     );
     return build;
   }
@@ -165,6 +167,7 @@ const refusals = {
     },
     "has built neither",
   ],
+  "a relay without the phones' page": [(project) => [project.build("1.2.3", "other.html")], "installs no"],
   "a folder that is no build": [(project) => [project.root], "is no build folder"],
 };
 

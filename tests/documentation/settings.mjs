@@ -80,8 +80,8 @@ export function storedKeysOf(root) {
   ]);
 }
 
-// The relay's options with their defaults, as docs/relay.md writes them: a number for limits, "burst, per second" for
-// rates, and undefined where the page describes the default in words.
+// The relay's options with their defaults, as docs/relay.md writes them but not rounded: a number for limits, "burst, per
+// second" for rates, and undefined where the page describes the default in words. Those that --help hides are for tests.
 export function relayOptionsOf(root) {
   const source = readFileSync(join(root, "companion/relay/app/RelayCommandLine.cpp"), "utf8");
   const limits = readFileSync(join(root, "companion/relay/rules/RelayLimits.h"), "utf8");
@@ -97,25 +97,25 @@ export function relayOptionsOf(root) {
       return product * others.reduce((quotient, by) => quotient / by, first);
     }, 1);
   };
-  const short = (value) => String(Number(value.toFixed(2)));
   const ownDefaults = new Map(
     [...source.matchAll(/^ {2}(?:long|std::size_t|int) (\w+) = (\d+);/gm)].map(([, name, value]) => [
       name,
       value,
     ]),
   );
-  const limit = (field) => short(number(new RegExp(`std::size_t ${field} = ([^;]+);`).exec(limits)[1]));
+  const limit = (field) => String(number(new RegExp(`std::size_t ${field} = ([^;]+);`).exec(limits)[1]));
   const rate = (field, unit) =>
     new RegExp(`Rate [^;]*?\\b${field}\\{([^}]+)\\}`)
       .exec(limits)[1]
       .split(",")
-      .map((part) => short(number(part) / number(unit)))
+      .map((part) => String(number(part) / number(unit)))
       .join(", ");
 
   const options = new Map([["config", undefined]]);
-  for (const [, name, field] of source.matchAll(/\badd\(program, "([a-z-]+)", read\.(\w+)/g))
+  for (const [, name, field] of source.matchAll(/\badd\(program, "([a-z-]+)", \w+\.(\w+)/g))
     options.set(name, ownDefaults.get(field));
-  for (const [, name] of source.matchAll(/add_flag\("--([a-z-]+)"/g)) options.set(name, undefined);
+  for (const [, name] of source.matchAll(/add_flag\("--([a-z-]+)"(?![^;]*->group\(""\))/g))
+    options.set(name, undefined);
   for (const [, name, inLimits, field] of source.matchAll(/\blimit\("([a-z-]+)", read\.(limits\.)?(\w+)/g)) {
     options.set(name, inLimits ? limit(field) : ownDefaults.get(field));
   }
@@ -135,3 +135,12 @@ export const rowsOf = (page) =>
     .map((line) => line.replace(/^\| | \|$/g, "").split(" | "));
 
 export const namesIn = (text, pattern) => matches(text, new RegExp(`\`(${pattern})[^\`]*\``, "g"));
+
+// Whether a page's numbers are these, each rounded to as many digits as the page gives.
+export const areRounded = (written, exact) =>
+  written.split(", ").length === exact.split(", ").length &&
+  written.split(", ").every((one, at) => {
+    const digits = (one.split(".")[1] ?? "").length;
+    const value = Number(exact.split(", ")[at]);
+    return value.toFixed(digits) === one && (value === 0) === (Number(one) === 0);
+  });

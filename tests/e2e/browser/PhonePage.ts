@@ -154,6 +154,13 @@ export class PhonePage {
     await expect(this.page.getByRole("heading", { name: "Nothing waits", exact: true })).toBeVisible();
   }
 
+  /** The page says so, and does not take what it no longer sees for answered. */
+  async expectPaused(): Promise<void> {
+    await expect(this.page.getByRole("heading", { name: "Paused", exact: true })).toBeVisible();
+    await this.expectNotice("Paused at the computer");
+    await expect(this.page.getByText(/^Answered at the computer/)).toHaveCount(0);
+  }
+
   async expectNotice(title: string): Promise<void> {
     await expect(this.page.getByRole("status").filter({ hasText: title })).toBeVisible();
   }

@@ -73,7 +73,7 @@ test("shows nothing while the computer pauses, and everything when it goes on", 
   const dialog = await desktop.open({ toolkit: "qt", title: "Waiting", buttons: ["No", "Yes"] });
   await phone.prompt("Waiting");
   await agent.pause();
-  await phone.expectNothingWaits();
+  await phone.expectPaused();
   expect(dialog.isRunning).toBe(true);
   await agent.resume();
   await (await phone.prompt("Waiting")).hold("Yes");

@@ -1,5 +1,5 @@
 // Draws one made-up state: /gallery/?scene=prompts. Without a name it lists them. For eyes and pictures, not part of the page.
-import { signal } from "@preact/signals";
+import { signal } from "@preact/signals-core";
 import { render } from "preact";
 import type { PhoneActions } from "../src/core/model";
 import { App } from "../src/view/App";

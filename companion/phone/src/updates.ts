@@ -1,6 +1,5 @@
 // Keeps the service worker, and learns from it when a newer version of the page waits.
-import { signal } from "@preact/signals";
-import type { ReadonlySignal } from "@preact/signals";
+import { signal, type ReadonlySignal } from "@preact/signals-core";
 
 // A page on the home screen may stay open for weeks.
 const kCheckInterval = 60 * 60 * 1000;

@@ -1,5 +1,5 @@
 // @vitest-environment jsdom
-import { signal } from "@preact/signals";
+import { signal } from "@preact/signals-core";
 import { act, cleanup, configure, fireEvent, render, screen, waitFor } from "@testing-library/preact";
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import { computer, kSceneNow, phone, prompt, scenes } from "../../gallery/scenes";

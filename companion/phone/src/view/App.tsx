@@ -1,5 +1,5 @@
 // The page as a whole: which view is up, from what the phone knows and where the person went.
-import type { ReadonlySignal } from "@preact/signals";
+import type { ReadonlySignal } from "@preact/signals-core";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect } from "preact/hooks";
 import type { PhoneActions, PhoneState } from "../core/model";
@@ -13,6 +13,7 @@ import { PhonePage } from "./PhonePage";
 import { useRoute } from "./routes";
 import type { Route } from "./routes";
 import { UpdateNote } from "./UpdateNote";
+import { useValue } from "./useValue";
 
 interface AppProps {
   readonly state: ReadonlySignal<PhoneState>;
@@ -39,26 +40,28 @@ function Ready({
   actions: PhoneActions;
   route: Route;
 }): JSX.Element {
+  const time = useValue(now);
   if (state.computers.length === 0 || route.page === "pair") {
     return <PairPage key="pair" state={state} actions={actions} />;
   }
   if (route.page === "phone") return <PhonePage state={state} actions={actions} />;
   const computer =
     "pairingID" in route ? state.computers.find((one) => one.pairingID === route.pairingID) : undefined;
-  if (!computer) return <Home state={state} actions={actions} now={now.value} />;
+  if (!computer) return <Home state={state} actions={actions} now={time} />;
   switch (route.page) {
     case "history":
-      return <HistoryPage key="history" computer={computer} now={now.value} />;
+      return <HistoryPage key="history" computer={computer} now={time} />;
     case "muted":
-      return <MutedPage key="muted" computer={computer} actions={actions} now={now.value} />;
+      return <MutedPage key="muted" computer={computer} actions={actions} now={time} />;
     default:
-      return <ComputerPage key={computer.pairingID} computer={computer} actions={actions} now={now.value} />;
+      return <ComputerPage key={computer.pairingID} computer={computer} actions={actions} now={time} />;
   }
 }
 
 export function App({ state, actions, update }: AppProps): JSX.Element {
   const route = useRoute();
-  const current = state.value;
+  const current = useValue(state);
+  const takeUpdate = useValue(update);
   const waiting = waitingCount(current);
   useEffect(() => showCount(waiting), [waiting]);
   if (current.phase === "loading") {
@@ -84,7 +87,7 @@ export function App({ state, actions, update }: AppProps): JSX.Element {
   return (
     <>
       <Ready state={current} actions={actions} route={route} />
-      {update?.value && <UpdateNote onTake={update.value} />}
+      {takeUpdate && <UpdateNote onTake={takeUpdate} />}
     </>
   );
 }

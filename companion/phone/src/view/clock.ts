@@ -1,6 +1,5 @@
 // The time that the views show. It ticks once a second while the page is visible, and not at all while it is hidden.
-import { signal } from "@preact/signals";
-import type { ReadonlySignal } from "@preact/signals";
+import { signal, type ReadonlySignal } from "@preact/signals-core";
 import type { Instant } from "../core/model";
 
 const kTick = 1000;

@@ -50,7 +50,9 @@ bool ForeignTexts::judge(std::int32_t processIdentifier, PromptReading& reading)
   const auto texts = translations->sourceTexts({processIdentifier, shownTexts(labels), allLines});
   if (!texts) return true;
   isWholeMeaning = isWhole(*texts);
-  for (std::size_t i = 0; i < labels.size(); ++i) judgeLabel(labels[i], texts->labels[i], isWholeMeaning);
+  for (std::size_t i = 0; i < labels.size(); ++i) {
+    judgeLabel(labels[i], texts->labels[i], texts->isComplete && !texts->areLabelsCutOff[i]);
+  }
   if (!judgeText(title, texts->lines[0])) isWholeMeaning = false;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (!judgeText(lines[i], texts->lines[i + 1])) isWholeMeaning = false;

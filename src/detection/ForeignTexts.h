@@ -20,8 +20,9 @@ class ForeignTexts {
       : translations(translations), meaning(supplement) {}
 
   // Title, lines and labels. False: not everything that may tell could be looked at this time, so that a window that
-  // looks like no prompt may be one. Then, and where more is there than is taken, no label is a safe dismissal by its
-  // meaning, and the texts say that their meaning is not whole.
+  // looks like no prompt may be one. Then no label is a safe dismissal by its meaning, nor is one that may mean more
+  // than is taken. In both cases, and where a title or line may mean more, the texts say that their meaning is not
+  // whole.
   [[nodiscard]] bool judge(std::int32_t processIdentifier, PromptReading& reading) const;
   // The texts that are not shown, in a window of any language, since whatever they say may ask for direct access; and
   // the titles of boxes and menus, which may tell of a hazard.

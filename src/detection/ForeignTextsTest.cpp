@@ -133,6 +133,19 @@ TEST_F(ForeignTexts_, MakeNothingSafeWhereNotEverythingCouldBeLookedAt) {
   }
 }
 
+// Else the phone would say that it can be denied, with no button that denies.
+TEST_F(ForeignTexts_, KeepALabelSafeOfWhichNothingIsMissingWhenAnotherTextIsCutOff) {
+  translations.teach("Abbrechen", "Cancel");
+  translations.teach("Nein", "No");
+  translations.cutOff("Sind Sie sicher?");
+  translations.cutOff("Nein");
+  const auto judged = judge(dialog({"Abbrechen", "Nein"}));
+  EXPECT_TRUE(isLookedUp);
+  EXPECT_FALSE(judged.texts.isWholeMeaning);
+  EXPECT_THAT(judged.texts.labels,
+              ElementsAre(PromptText{"Abbrechen", "Cancel", true}, PromptText{"Nein", "No", false}));
+}
+
 TEST_F(ForeignTexts_, SayWhenALineHasMoreMeaningsThanAreTaken) {
   for (int i = 0; i < 9; ++i) translations.teach("Sind Sie sicher?", platform::SourceText{std::to_string(i), 1, 0});
   EXPECT_FALSE(judge(dialog({"Abbrechen"})).texts.isWholeMeaning);

@@ -35,8 +35,11 @@ struct SourceTexts {
   // False: something that should tell could not be looked at this time, or would have cost too much, so that a text
   // without a list, or with one, may mean more. It is unknown, not without a meaning; more may be known later.
   bool isComplete = true;
-  // More English texts stand behind one of them than are kept, and what is left out may be what matters.
+  // More is there than is looked at: English texts behind one of them beyond those that are kept, a text that is too
+  // long to be looked up or one too many, or catalogues beyond what is read. What is left out may be what matters.
   bool isCutOff = false;
+  // Of each label, in the same order, whether that is so for what it may mean itself.
+  std::vector<bool> areLabelsCutOff{};
 
   bool operator==(const SourceTexts&) const = default;
 };

@@ -25,10 +25,17 @@ std::optional<SourceTexts> SimulatedTranslations::sourceTexts(const TranslationR
   received.push_back(request);
   if (taught.empty() && isWhole) return std::nullopt;
   SourceTexts texts;
-  for (const auto& label : request.labels) texts.labels.push_back(answer(request.processIdentifier, label));
-  for (const auto& line : request.lines) texts.lines.push_back(answer(request.processIdentifier, line));
   texts.isComplete = isWhole;
   texts.isCutOff = isCutOff;
+  for (const auto& label : request.labels) {
+    texts.labels.push_back(answer(request.processIdentifier, label));
+    texts.areLabelsCutOff.push_back(isCutOff || cutOffTexts.contains(label));
+    if (texts.areLabelsCutOff.back()) texts.isCutOff = true;
+  }
+  for (const auto& line : request.lines) {
+    texts.lines.push_back(answer(request.processIdentifier, line));
+    if (cutOffTexts.contains(line)) texts.isCutOff = true;
+  }
   return texts;
 }
 

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,8 +24,10 @@ class SimulatedTranslations final : public Translations {
   void forget() { taught.clear(); }
   // Whether everything can be looked at.
   void setComplete(bool isComplete) { isWhole = isComplete; }
-  // Whether something has more English texts than are told.
+  // Whether everything has more English texts than are reported.
   void setCutOff(bool hasMore) { isCutOff = hasMore; }
+  // The same of one text.
+  void cutOff(const std::string& shown) { cutOffTexts.insert(shown); }
 
   [[nodiscard]] const std::vector<TranslationRequest>& requests() const { return received; }
 
@@ -37,6 +40,7 @@ class SimulatedTranslations final : public Translations {
   std::map<std::optional<std::int32_t>, Taught> taught;  // Absent: of every program.
   bool isWhole = true;
   bool isCutOff = false;
+  std::set<std::string> cutOffTexts;
   std::vector<TranslationRequest> received;
 };
 

@@ -1,5 +1,7 @@
 #include "contract/desktop/TranslationsContract.h"
 
+#include <algorithm>
+
 #include <gmock/gmock.h>
 
 namespace quillard::test {
@@ -46,6 +48,39 @@ TEST_P(TranslationsContract, NoSourceIsLeftOutWithoutSayingSo) {
   const auto other = ask({process, {"Anderes Wort"}, {}});
   ASSERT_TRUE(other);
   EXPECT_FALSE(other->isCutOff);
+}
+
+// A paragraph that names a password is no label, and may be long.
+TEST_P(TranslationsContract, NoTextIsLeftOutForItsLengthWithoutSayingSo) {
+  const std::string longest(1024, 'w');
+  const std::string longer(1025, 'w');
+  const auto process = binding->processTranslating({{"Password", longest}, {"Password", longer}, {"Cancel", "Nein"}});
+  for (const auto& shown : {longest, longer}) {
+    const auto texts = ask({process, {"Nein"}, {shown}});
+    if (!texts) return;
+    EXPECT_EQ(texts->isCutOff, texts->lines.at(0).empty()) << shown.size();
+    EXPECT_THAT(texts->areLabelsCutOff, ElementsAre(false)) << "the label was looked up";
+    const auto label = ask({process, {shown, "Nein"}, {}});
+    EXPECT_THAT(label->areLabelsCutOff, ElementsAre(label->labels.at(0).empty(), false));
+  }
+}
+
+TEST_P(TranslationsContract, NoTextIsLeftOutForItsPlaceWithoutSayingSo) {
+  constexpr std::size_t kTexts = 129;
+  TranslationsBinding::Messages messages;
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < kTexts; ++i) {
+    lines.push_back(std::string(i + 1, 'z'));
+    messages.emplace_back("Password", lines.back());
+  }
+  const auto process = binding->processTranslating(messages);
+  const auto texts = ask({process, {}, lines});
+  if (!texts) return;
+  const auto isEmpty = [](const auto& sources) { return sources.empty(); };
+  EXPECT_EQ(texts->isCutOff, std::any_of(texts->lines.begin(), texts->lines.end(), isEmpty));
+  EXPECT_FALSE(texts->lines.at(127).empty()) << "as many are looked up";
+  const auto few = ask({process, {}, {lines.back()}});
+  EXPECT_FALSE(few->isCutOff);
 }
 
 TEST_P(TranslationsContract, ARequestWithoutTextsHasAnAnswerWithoutLists) {

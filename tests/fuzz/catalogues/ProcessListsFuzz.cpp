@@ -10,7 +10,7 @@ using fuzz::require;
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto list = fuzz::textOf(data, size);
   const catalogues::LocalMounts mounts(list);
-  const auto mapped = catalogues::mappedCatalogues(list);
+  const auto mapped = catalogues::mappedCatalogues(list).paths;
   require(mapped.size() <= catalogues::kMostCatalogues, "There is a bound.");
   for (const auto& catalogue : mapped) {
     require(catalogue.path.starts_with('/'), "A path is whole.");

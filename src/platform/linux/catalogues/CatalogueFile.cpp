@@ -48,10 +48,11 @@ CatalogueFile::Opened CatalogueFile::open(const Folder& root, const std::string&
   const int descriptor = openBelow(root.get(), path.c_str());
   if (descriptor < 0) return {.file = std::nullopt, .couldNotLook = isShortage(errno)};
   struct stat status {};
-  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 0 ||
-      static_cast<std::uint64_t>(status.st_size) > kLargestCatalogue) {
+  const bool isFile = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size >= 0;
+  const bool isTooLarge = isFile && static_cast<std::uint64_t>(status.st_size) > kLargestCatalogue;
+  if (!isFile || isTooLarge) {
     ::close(descriptor);
-    return {};
+    return {.file = std::nullopt, .isTooLarge = isTooLarge};
   }
   constexpr mode_t kWritableForOthers = S_IWGRP | S_IWOTH;
   const bool isSafe = status.st_uid == protectingUser && (status.st_mode & kWritableForOthers) == 0;

@@ -75,6 +75,7 @@ class CatalogueFile {
 struct CatalogueFile::Opened {
   std::optional<CatalogueFile> file;  // Absent: there is none, it is no plain file, too large, or may not be read.
   bool couldNotLook = false;          // This computer was short of something; it may be there.
+  bool isTooLarge = false;            // It is there, and is not read.
 };
 
 }  // namespace quillard::catalogues

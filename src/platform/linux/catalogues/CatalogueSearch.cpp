@@ -31,18 +31,23 @@ std::optional<std::string> CatalogueSearch::bytesOf(const CatalogueFile& file, W
 }
 
 std::optional<std::vector<FoundSources>> CatalogueSearch::read(const OpenCatalogue& catalogue,
-                                                               const std::vector<WantedText>& texts,
-                                                               WorkBudget& budget) const {
+                                                               const std::vector<WantedText>& texts, WorkBudget& budget,
+                                                               std::size_t& tooLittle) const {
+  const std::size_t available = budget.remaining();
   const auto bytes = bytesOf(catalogue.file, budget);
   const auto english = catalogue.english ? bytesOf(*catalogue.english, budget) : std::string{};
   if (!bytes || !english) return std::nullopt;
   ReverseLookup lookup(texts);
   bool isWithinBudget = true;
   visitMessages(catalogue.kind, *bytes, *english, [&](std::string_view source, std::string_view translation) {
-    isWithinBudget = budget.spend(lookup.pass(source, translation));
+    isWithinBudget = budget.charge(lookup.pass(source, translation));
     return isWithinBudget;
   });
-  return isWithinBudget ? std::optional(lookup.found()) : std::nullopt;
+  if (!isWithinBudget) {
+    tooLittle = available;
+    return std::nullopt;
+  }
+  return lookup.found();
 }
 
 CatalogueSearch::KnownSources CatalogueSearch::knownSources(const FileIdentity& file,
@@ -73,7 +78,10 @@ std::optional<std::vector<FoundSources>> CatalogueSearch::find(const OpenCatalog
   }
   std::vector<FoundSources> read;
   if (!unknown.empty()) {
-    auto found = this->read(catalogue, unknown, budget);
+    if (!mayBeEnough(catalogue.file.identity(), budget)) return std::nullopt;
+    std::size_t tooLittle = 0;
+    auto found = this->read(catalogue, unknown, budget, tooLittle);
+    if (tooLittle > 0) rememberTooLittle(catalogue.file.identity(), tooLittle);
     if (!found) return std::nullopt;
     read = *std::move(found);
     remember(catalogue.file.identity(), unknown, read);
@@ -82,6 +90,18 @@ std::optional<std::vector<FoundSources>> CatalogueSearch::find(const OpenCatalog
   auto next = read.begin();
   for (auto& sources : known) all.push_back(sources ? *std::move(sources) : std::move(*next++));
   return all;
+}
+
+bool CatalogueSearch::mayBeEnough(const FileIdentity& file, const WorkBudget& budget) const {
+  const MutexLock lock(mutex);
+  const auto known = tooLittleFor.find(file);
+  return known == tooLittleFor.end() || budget.wasFull() || budget.remaining() / 2 >= known->second;
+}
+
+void CatalogueSearch::rememberTooLittle(const FileIdentity& file, std::size_t work) {
+  const MutexLock lock(mutex);
+  if (tooLittleFor.size() >= CatalogueCache::kMostFiles) tooLittleFor.clear();
+  tooLittleFor[file] = work;
 }
 
 int CatalogueSearch::readCount() const {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -41,12 +43,18 @@ class CatalogueSearch {
   [[nodiscard]] KnownSources knownSources(const FileIdentity& file, const std::vector<WantedText>& texts);
   [[nodiscard]] std::optional<std::string> bytesOf(const CatalogueFile& file, WorkBudget& budget) const;
   [[nodiscard]] std::optional<std::vector<FoundSources>> read(const OpenCatalogue& catalogue,
-                                                              const std::vector<WantedText>& texts,
-                                                              WorkBudget& budget) const;
+                                                              const std::vector<WantedText>& texts, WorkBudget& budget,
+                                                              std::size_t& tooLittle) const;
+  // False: as much was not enough for the file before.
+  [[nodiscard]] bool mayBeEnough(const FileIdentity& file, const WorkBudget& budget) const;
+  void rememberTooLittle(const FileIdentity& file, std::size_t work);
   void remember(const FileIdentity& file, const std::vector<WantedText>& texts, const std::vector<FoundSources>& found);
 
   const FileReader readFile;
   mutable Mutex mutex;
+  // The work that was not enough to search a file. It is tried again with twice as much, or with all that there can be:
+  // else each request would spend what the last second has brought on the same beginning of it.
+  std::map<FileIdentity, std::size_t> tooLittleFor QUILLARD_GUARDED_BY(mutex);
   CatalogueCache cache QUILLARD_GUARDED_BY(mutex);
   int reads QUILLARD_GUARDED_BY(mutex) = 0;
 };

@@ -18,11 +18,12 @@ using platform::TranslationRequest;
 
 namespace {
 
-// No label, line or prompt is larger; what lies beyond is not looked up.
+// Hardly a label, line or prompt is larger; what lies beyond is not looked up, and the answer says so.
 constexpr std::size_t kLongestText = 1024;
 constexpr std::size_t kMostTexts = 128;
 constexpr std::size_t kMostProcesses = 64;
 constexpr std::size_t kMostTextsOfProcess = 128;
+constexpr std::size_t kMostSilent = 1024;     // Of processes that did not answer.
 constexpr std::chrono::seconds kSilence{10};  // After which a program that did not answer is asked again.
 constexpr std::size_t kMostBytesOfProcess = 256 * std::size_t{1024};  // Of meanings.
 
@@ -30,59 +31,84 @@ constexpr std::size_t kMostBytesOfProcess = 256 * std::size_t{1024};  // Of mean
 class Wanted {
  public:
   explicit Wanted(const TranslationRequest& request) {
-    for (const auto& label : request.labels) labelPlaces.push_back({place(label, false)});
+    for (const auto& label : request.labels) {
+      labelPlaces.emplace_back();
+      place(label, false, labelPlaces.back());
+    }
     for (const auto& line : request.lines) linePlaces.push_back(placesOfLine(line));
   }
 
   [[nodiscard]] const std::vector<WantedText>& texts() const { return wanted; }
 
+  // `cutOff`: of each wanted text, whether it may mean more than is in `meanings`.
   template <class Meanings>
-  [[nodiscard]] SourceTexts answer(const std::vector<Meanings>& meanings) const {
+  [[nodiscard]] SourceTexts answer(const std::vector<Meanings>& meanings, const std::vector<bool>& cutOff) const {
     SourceTexts texts;
-    for (const auto& places : labelPlaces) texts.labels.push_back(at(places, meanings));
-    for (const auto& places : linePlaces) texts.lines.push_back(at(places, meanings));
+    for (const auto& places : labelPlaces) {
+      texts.labels.push_back(at(places, meanings));
+      texts.areLabelsCutOff.push_back(isCutOff(places, cutOff));
+      if (texts.areLabelsCutOff.back()) texts.isCutOff = true;
+    }
+    for (const auto& places : linePlaces) {
+      texts.lines.push_back(at(places, meanings));
+      if (isCutOff(places, cutOff)) texts.isCutOff = true;
+    }
     return texts;
   }
 
  private:
-  using Place = std::optional<std::size_t>;  // Among the wanted texts. Absent: not looked up.
+  // Where the parts of one text are among the wanted ones.
+  struct Places {
+    std::vector<std::size_t> indices;
+    bool isCutOff = false;  // Some part is not looked up.
+  };
 
-  Place place(std::string_view shown, bool isLine) {
-    if (shown.size() > kLongestText || wanted.size() >= kMostTexts) return std::nullopt;
+  void place(std::string_view shown, bool isLine, Places& places) {
+    if (shown.size() > kLongestText) {
+      places.isCutOff = true;
+      return;
+    }
     WantedText text{comparable(shown), isLine};
-    if (text.text.empty()) return std::nullopt;
+    if (text.text.empty()) return;
     const auto known = std::find(wanted.begin(), wanted.end(), text);
-    if (known != wanted.end()) return static_cast<std::size_t>(known - wanted.begin());
-    wanted.push_back(std::move(text));
-    return wanted.size() - 1;
+    if (known == wanted.end() && wanted.size() >= kMostTexts) {
+      places.isCutOff = true;
+      return;
+    }
+    places.indices.push_back(static_cast<std::size_t>(known - wanted.begin()));
+    if (known == wanted.end()) wanted.push_back(std::move(text));
   }
 
-  std::vector<Place> placesOfLine(std::string_view shown) {
-    std::vector<Place> places{place(shown, true)};
+  Places placesOfLine(std::string_view shown) {
+    Places places;
+    place(shown, true, places);
     while (shown.find('\n') != std::string_view::npos) {
-      places.push_back(place(shown.substr(0, shown.find('\n')), true));
+      place(shown.substr(0, shown.find('\n')), true, places);
       shown.remove_prefix(shown.find('\n') + 1);
-      if (shown.find('\n') == std::string_view::npos) places.push_back(place(shown, true));
+      if (shown.find('\n') == std::string_view::npos) place(shown, true, places);
     }
     return places;
   }
 
+  [[nodiscard]] static bool isCutOff(const Places& places, const std::vector<bool>& cutOff) {
+    return places.isCutOff ||
+           std::any_of(places.indices.begin(), places.indices.end(), [&](std::size_t index) { return cutOff[index]; });
+  }
+
   // Those that most messages have first.
   template <class Meanings>
-  [[nodiscard]] static std::vector<SourceText> at(const std::vector<Place>& places,
-                                                  const std::vector<Meanings>& meanings) {
+  [[nodiscard]] static std::vector<SourceText> at(const Places& places, const std::vector<Meanings>& meanings) {
     std::vector<SourceText> texts;
-    for (const auto& place : places) {
-      if (!place) continue;
-      for (const auto& [source, text] : meanings[*place]) texts.push_back(text);
+    for (const auto index : places.indices) {
+      for (const auto& [source, text] : meanings[index]) texts.push_back(text);
     }
     std::stable_sort(texts.begin(), texts.end(), [](const auto& a, const auto& b) { return a.count > b.count; });
     return texts;
   }
 
   std::vector<WantedText> wanted;
-  std::vector<std::vector<Place>> labelPlaces;
-  std::vector<std::vector<Place>> linePlaces;
+  std::vector<Places> labelPlaces;
+  std::vector<Places> linePlaces;
 };
 
 }  // namespace
@@ -92,7 +118,8 @@ std::optional<SourceTexts> LinuxTranslations::sourceTexts(const TranslationReque
   const ProcessFolder process(options.processes, request.processIdentifier);
   const auto startTime = process.startTime();
   if (!startTime) {  // It has ended.
-    auto nothing = wanted.answer(std::vector<Meanings>(wanted.texts().size()));
+    const std::size_t count = wanted.texts().size();
+    auto nothing = wanted.answer(std::vector<Meanings>(count), std::vector<bool>(count));
     nothing.isComplete = false;
     return nothing;
   }
@@ -102,35 +129,42 @@ std::optional<SourceTexts> LinuxTranslations::sourceTexts(const TranslationReque
   if (!isMapped && found.isComplete) {
     bool isAnswered = false;
     const auto language = languageOf(process, request.processIdentifier, *startTime, isAnswered);
-    found = findLikely(process, language, order);
+    auto likely = findLikely(process, language, order);
+    if (found.isAllCutOff) likely.cutOffAll();
+    found = std::move(likely);
     if (!isAnswered) found.isComplete = false;
   }
   charge(request.processIdentifier, *startTime, order.budget);
   remember(request.processIdentifier, *startTime, wanted.texts(), found);
-  auto texts = wanted.answer(found.meanings);
+  auto texts = wanted.answer(found.meanings, found.cutOff);
   texts.isComplete = found.isComplete;
-  texts.isCutOff = found.isCutOff;
   return texts;
 }
 
 LinuxTranslations::Found LinuxTranslations::findMapped(const ProcessFolder& process, Order& order, bool& isMapped) {
-  Found nothing{.meanings = std::vector<Meanings>(order.wanted.size())};
+  Found nothing(order.wanted.size());
   const auto maps = process.maps();
   if (!maps.text) {
     nothing.isComplete = maps.isForbidden;  // What can never be looked at is not missing this time.
     return nothing;
   }
-  const auto paths = mappedCatalogues(*maps.text);
-  if (paths.empty()) return nothing;
+  const auto mapped = mappedCatalogues(*maps.text);
+  const bool isCutOff = maps.isCutOff || mapped.isCutOff;
+  if (mapped.paths.empty()) {
+    if (isCutOff) nothing.cutOffAll();
+    return nothing;
+  }
   const auto mounts = process.mounts();
   const auto root = Folder::rootOf(process.folder());
   if (!mounts.text || !root.isOpen()) {
     nothing.isComplete = mounts.isForbidden;
     return nothing;
   }
-  const auto open = openCatalogues(paths, root, LocalMounts(*mounts.text), options.protectingUser);
+  const auto open = openCatalogues(mapped.paths, root, LocalMounts(*mounts.text), options.protectingUser);
   isMapped = !open.catalogues.empty();
-  return find(open, order);
+  auto found = find(open, order);
+  if (isCutOff) found.cutOffAll();
+  return found;
 }
 
 LinuxTranslations::Found LinuxTranslations::findLikely(const ProcessFolder& process, const ProgramLanguage& language,
@@ -152,13 +186,15 @@ LinuxTranslations::Found LinuxTranslations::findLikely(const ProcessFolder& proc
 
 LinuxTranslations::Found LinuxTranslations::find(const OpenCatalogues& open, Order& order) {
   const std::size_t count = order.wanted.size();
-  Found all{.meanings = std::vector<Meanings>(count), .isComplete = !open.couldNotLook};
+  Found all(count);
+  all.isComplete = !open.couldNotLook;
+  if (open.isCutOff) all.cutOffAll();
   for (const auto& catalogue : open.catalogues) {
     const auto found = search.find(catalogue, order.wanted, order.budget);
     if (!found) all.isComplete = false;
     for (std::size_t i = 0; found && i < count; ++i) {
       const auto& [counts, isCutOff] = (*found)[i];
-      if (isCutOff) all.isCutOff = true;
+      if (isCutOff) all.cutOff[i] = true;
       for (const auto& [source, messages] : counts) {
         auto& text = all.meanings[i][source];
         text.text = source;
@@ -171,60 +207,73 @@ LinuxTranslations::Found LinuxTranslations::find(const OpenCatalogues& open, Ord
 }
 
 WorkBudget LinuxTranslations::budgetOf(std::int32_t processIdentifier, std::uint64_t startTime) {
-  if (!options.now) return WorkBudget(options.work);
+  if (!options.now) return {options.work, options.work};
   const Instant now = options.now();
   const MutexLock lock(mutex);
   auto& process = known(processIdentifier, startTime);
-  const double earned =
-      std::max(Seconds(now - process.workCountedAt).count(), 0.0) * static_cast<double>(options.workPerSecond);
-  const auto missing = static_cast<double>(options.work - process.work);
-  process.work = earned >= missing ? options.work : process.work + static_cast<std::size_t>(earned);
-  process.workCountedAt = now;
-  return WorkBudget(process.work);
+  process.account.earn(now, options.work, options.workPerSecond);
+  allAccount.earn(now, options.workOfAll, options.workOfAllPerSecond);
+  return {std::min(process.account.work, allAccount.work), std::min(options.work, options.workOfAll)};
+}
+
+void LinuxTranslations::Account::earn(Instant now, std::size_t most, std::size_t perSecond) {
+  const double earned = std::max(Seconds(now - countedAt).count(), 0.0) * static_cast<double>(perSecond);
+  const auto missing = static_cast<double>(most - std::min(most, work));
+  work = earned >= missing ? most : work + static_cast<std::size_t>(earned);
+  countedAt = now;
 }
 
 void LinuxTranslations::charge(std::int32_t processIdentifier, std::uint64_t startTime, const WorkBudget& budget) {
   const MutexLock lock(mutex);
   auto& process = known(processIdentifier, startTime);
-  process.work -= std::min(process.work, budget.spent());
+  process.account.spend(budget.spent());
+  allAccount.spend(budget.spent());
 }
 
-std::optional<ProgramLanguage> LinuxTranslations::toldLanguage(std::int32_t processIdentifier,
-                                                               std::uint64_t startTime) {
+std::optional<ProgramLanguage> LinuxTranslations::reportedLanguage(std::int32_t processIdentifier,
+                                                                   std::uint64_t startTime) {
   const auto now = options.now ? std::optional(options.now()) : std::nullopt;
   {
     const MutexLock lock(mutex);
     const auto& process = known(processIdentifier, startTime);
     if (process.language) return process.language;
-    if (now && process.unansweredAt && *now - *process.unansweredAt < kSilence) return std::nullopt;
+    if (now && !mayAsk(processIdentifier, startTime, *now)) return std::nullopt;
   }
   auto language = options.languageOf ? options.languageOf(processIdentifier) : ProgramLanguage{};
   const MutexLock lock(mutex);
-  auto& process = known(processIdentifier, startTime);
-  process.language = language;
-  if (!language) process.unansweredAt = now;
+  known(processIdentifier, startTime).language = language;
+  if (!language && now) silentSince[{processIdentifier, startTime}] = *now;
   return language;
+}
+
+bool LinuxTranslations::mayAsk(std::int32_t processIdentifier, std::uint64_t startTime, Instant now) {
+  std::erase_if(silentSince, [&](const auto& silent) { return now - silent.second >= kSilence; });
+  return silentSince.size() < kMostSilent && !silentSince.contains({processIdentifier, startTime});
 }
 
 ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
                                               std::uint64_t startTime, bool& isAnswered) {
-  const auto told = toldLanguage(processIdentifier, startTime);
-  isAnswered = told.has_value();
-  auto language = told.value_or(ProgramLanguage{});
+  const auto reported = reportedLanguage(processIdentifier, startTime);
+  isAnswered = reported.has_value();
+  auto language = reported.value_or(ProgramLanguage{});
   if (language.locale.empty()) language.locale = process.locale();
   if (language.locale.empty()) language.locale = options.ownLocale;
   return language;
 }
 
 LinuxTranslations::KnownProcess& LinuxTranslations::known(std::int32_t processIdentifier, std::uint64_t startTime) {
-  if (!processes.contains(processIdentifier) && processes.size() >= kMostProcesses) {
+  const bool isFull = !processes.contains(processIdentifier) && processes.size() >= kMostProcesses;
+  if (isFull) {
     processes.erase(std::min_element(processes.begin(), processes.end(),
                                      [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; }));
   }
   const auto [place, isNew] = processes.try_emplace(processIdentifier);
   auto& process = place->second;
   if (isNew || process.startTime != startTime) {
-    process = KnownProcess{.startTime = startTime, .work = options.work, .workCountedAt = Instant{}};
+    // One that was forgotten for others would else have all of its work again each time.
+    process = KnownProcess{
+        .startTime = startTime,
+        .account = {.work = isFull ? 0 : options.work, .countedAt = options.now ? options.now() : Instant{}}};
   }
   process.lastUse = ++uses;
   return process;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -39,6 +40,9 @@ struct TranslationOptions {
   // on average. The catalogues of a program take 2 to 8 MiB, all of one language of a rich installation some 16.
   std::size_t work = std::size_t{16} * 1024 * 1024;
   std::size_t workPerSecond = std::size_t{8} * 1024 * 1024;
+  // The same of all processes together: a program can be many.
+  std::size_t workOfAll = std::size_t{32} * 1024 * 1024;
+  std::size_t workOfAllPerSecond = std::size_t{16} * 1024 * 1024;
   CatalogueSearch::FileReader readFile{};  // Empty: from the disk.
 };
 
@@ -70,20 +74,34 @@ class LinuxTranslations final : public platform::Translations {
  private:
   using Meanings = std::map<std::string, platform::SourceText>;  // By source text.
 
+  // What requests may cost.
+  struct Account {
+    std::size_t work = 0;  // That is left, as of this time.
+    Instant countedAt{};
+
+    // What the time since has brought, up to `most`.
+    void earn(Instant now, std::size_t most, std::size_t perSecond);
+    void spend(std::size_t spent) { work -= std::min(work, spent); }
+  };
   struct KnownProcess {
     std::uint64_t startTime = 0;
     std::optional<ProgramLanguage> language;
-    std::optional<Instant> unansweredAt;       // Since when the program has not told its language.
     std::map<std::string, Meanings> meanings;  // By comparable text.
     std::size_t bytes = 0;                     // Of these.
-    std::size_t work = 0;                      // That is left of what its requests may cost,
-    Instant workCountedAt;                     // as of this time.
+    Account account;
     std::uint64_t lastUse = 0;
   };
   struct Found {
+    explicit Found(std::size_t count) : meanings(count), cutOff(count) {}
+    void cutOffAll() {
+      isAllCutOff = true;
+      cutOff.assign(cutOff.size(), true);
+    }
+
     std::vector<Meanings> meanings;  // One for each wanted text.
+    std::vector<bool> cutOff;        // The same: whether it may mean more, which is not looked at.
     bool isComplete = true;
-    bool isCutOff = false;
+    bool isAllCutOff = false;  // Some catalogue is not looked at.
   };
   // What is looked for, and what that may cost.
   struct Order {
@@ -101,7 +119,10 @@ class LinuxTranslations final : public platform::Translations {
   [[nodiscard]] ProgramLanguage languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
                                            std::uint64_t startTime, bool& isAnswered);
   // Absent: the program did not answer, now or a while ago.
-  [[nodiscard]] std::optional<ProgramLanguage> toldLanguage(std::int32_t processIdentifier, std::uint64_t startTime);
+  [[nodiscard]] std::optional<ProgramLanguage> reportedLanguage(std::int32_t processIdentifier,
+                                                                std::uint64_t startTime);
+  [[nodiscard]] bool mayAsk(std::int32_t processIdentifier, std::uint64_t startTime, Instant now)
+      QUILLARD_REQUIRES(mutex);
   // Adds what the process had before, and keeps what it has now.
   void remember(std::int32_t processIdentifier, std::uint64_t startTime, const std::vector<WantedText>& wanted,
                 Found& found);
@@ -112,6 +133,10 @@ class LinuxTranslations final : public platform::Translations {
   Mutex mutex;
   std::map<std::int32_t, KnownProcess> processes QUILLARD_GUARDED_BY(mutex);
   std::uint64_t uses QUILLARD_GUARDED_BY(mutex) = 0;
+  Account allAccount QUILLARD_GUARDED_BY(mutex){.work = options.workOfAll, .countedAt = {}};
+  // By process and start time: since when it has not told its language. Kept beside the processes, so that none is
+  // asked again because others came.
+  std::map<std::pair<std::int32_t, std::uint64_t>, Instant> silentSince QUILLARD_GUARDED_BY(mutex);
 };
 
 }  // namespace quillard::catalogues

@@ -44,16 +44,16 @@ class Computer {
 
   [[nodiscard]] std::string root() const { return folder.path() + "/root"; }
 
-  void start(const std::string& startTime = "12345") {
-    const std::string process = options.processes + "/" + std::to_string(kProcess);
+  void start(const std::string& startTime = "12345", std::int32_t number = kProcess) {
+    const std::string process = options.processes + "/" + std::to_string(number);
     std::string fields = " S";
     for (int i = 0; i < 18; ++i) fields += " 0";
-    write(process + "/stat", std::to_string(kProcess) + " (a (b) c)" + fields + " " + startTime + " 0\n");
+    write(process + "/stat", std::to_string(number) + " (a (b) c)" + fields + " " + startTime + " 0\n");
     write(process + "/comm", "asker\n");
     write(process + "/mountinfo", "36 35 98:0 / / rw - ext4 /dev/root rw\n");
     fs::create_directories(root());
     if (!fs::exists(process + "/root")) fs::create_directory_symlink(root(), process + "/root");
-    setMaps({});
+    write(process + "/maps", "");
   }
   void end() { fs::remove_all(options.processes + "/" + std::to_string(kProcess)); }
 
@@ -238,16 +238,108 @@ TestMessages manyMessages(int count) {
 }
 
 TEST_F(LinuxTranslations_, BeyondTheirBudgetAreUnknownAndTheNextRequestGoesOnFromThere) {
-  computer.options.work = 2000;
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  computer.options.work = 4000;
+  computer.options.workPerSecond = 100;
   computer.map(kGtk, {{"_Cancel", "_Abbrechen"}});
   computer.map(kOwn, manyMessages(40));  // Some 1,500 bytes, and as many to compare.
-  computer.map("/usr/share/locale/de/LC_MESSAGES/third.mo", {{"Stop", "Abbrechen"}});
+  computer.map("/usr/share/locale/de/LC_MESSAGES/third.mo", manyMessages(40));
   const auto first = ask({"Abbrechen"});
   EXPECT_FALSE(first.isComplete);
-  EXPECT_THAT(first.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 1}));
-  computer.options.work = 100'000;
-  LinuxTranslations generous(computer.options);
-  EXPECT_TRUE(generous.sourceTexts({kProcess, {"Abbrechen"}, {}})->isComplete);
+  EXPECT_THAT(first.labels.at(0), ElementsAre(SourceText{"Cancel", 2, 2}));
+  now += std::chrono::seconds(40);
+  const auto second = ask({"Abbrechen"});
+  EXPECT_TRUE(second.isComplete);
+  EXPECT_THAT(second.labels.at(0), ElementsAre(SourceText{"Cancel", 3, 3}));
+}
+
+// As often as a scan may ask, which is before the budget has grown by what the catalogue costs.
+TEST_F(LinuxTranslations_, AreKnownInTheEndHoweverOftenTheyAreAskedFor) {
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  computer.options.work = 20'000;
+  computer.options.workPerSecond = 2000;
+  computer.map(kOwn, manyMessages(100));  // Some 4,000 bytes, and as many to compare.
+  while (ask({"Abbrechen"}, {std::string(static_cast<std::size_t>(translations().readCount()) + 1, 'x')}).isComplete) {
+  }
+  int requests = 0;
+  for (; !ask({"Abbrechen"}, {"Noch eine"}).isComplete && requests < 100; ++requests) {
+    now += std::chrono::milliseconds(250);
+  }
+  EXPECT_GT(requests, 5);
+  EXPECT_LT(requests, 100);
+}
+
+TEST_F(LinuxTranslations_, OfAllProcessesTogetherMayCostOnlySoMuch) {
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  computer.options.workOfAll = 2000;
+  computer.options.workOfAllPerSecond = 100;
+  computer.map(kOwn, manyMessages(10));
+  int known = 0;
+  while (known < 100 && ask({"Abbrechen"}, {std::string(static_cast<std::size_t>(known) + 1, 'x')}).isComplete) {
+    computer.start(std::to_string(++known));
+    computer.setMaps({kOwn});
+  }
+  EXPECT_GT(known, 0);
+  EXPECT_LT(known, 10);
+  now += std::chrono::seconds(20);
+  EXPECT_TRUE(ask({"Abbrechen"}, {"Noch eine"}).isComplete);
+}
+
+// Whoever starts many processes gets no more for that.
+TEST_F(LinuxTranslations_, OfAProcessThatWasForgottenForOthersBeginWithNothingToSpend) {
+  Instant now{};
+  computer.options.now = [&] { return now; };
+  for (std::int32_t process = 1; process <= 64; ++process) {
+    computer.start("7", process);
+    (void)translations().sourceTexts({process, {"Abbrechen"}, {}});
+  }
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  EXPECT_FALSE(ask({"Abbrechen"}).isComplete);
+  now += std::chrono::seconds(1);
+  EXPECT_TRUE(ask({"Abbrechen"}).isComplete);
+}
+
+TEST_F(LinuxTranslations_, SayWhenTheProgramHasMoreCataloguesThanAreRead) {
+  std::vector<std::string> paths;
+  const auto add = [&](std::size_t i) {
+    paths.push_back("/usr/share/locale/de/LC_MESSAGES/part" + std::to_string(i) + ".mo");
+    computer.install(paths.back(), gettextCatalogue({{"Cancel", "Abbrechen"}}));
+    computer.setMaps(paths);
+  };
+  for (std::size_t i = 0; i < 64; ++i) add(i);
+  EXPECT_FALSE(ask({"Abbrechen"}).isCutOff);
+  add(64);
+  const auto texts = ask({"Abbrechen"});
+  EXPECT_TRUE(texts.isCutOff);
+  EXPECT_THAT(texts.areLabelsCutOff, ElementsAre(true));
+}
+
+TEST_F(LinuxTranslations_, SayWhenTheListOfWhatTheProgramHasMappedIsCutOff) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  constexpr std::size_t kLines = 100'000;  // Of more than 4 MiB.
+  computer.setMaps(std::vector<std::string>(kLines, "/usr/lib/library"));
+  EXPECT_TRUE(ask({"Abbrechen"}).isCutOff);
+}
+
+TEST_F(LinuxTranslations_, SayWhenACatalogueIsTooLarge) {
+  computer.map(kGtk, {{"_Cancel", "_Abbrechen"}});
+  computer.map(kOwn, {{"Password", "Wort"}});
+  fs::resize_file(computer.root() + kOwn, 16 * 1024 * 1024);
+  EXPECT_FALSE(ask({"Abbrechen"}).isCutOff);
+  fs::resize_file(computer.root() + kOwn, 16 * 1024 * 1024 + 1);
+  EXPECT_TRUE(ask({"Abbrechen"}).isCutOff);
+}
+
+TEST_F(LinuxTranslations_, SayOfWhichLabelMoreIsThere) {
+  TestMessages messages{{"Cancel", "Abbrechen"}};
+  for (int i = 0; i < 17; ++i) messages.emplace_back("Source " + std::to_string(i), "Wort");
+  computer.map(kOwn, messages);
+  const auto texts = ask({"Abbrechen", "Wort"}, {std::string(1025, 'x')});
+  EXPECT_TRUE(texts.isCutOff);
+  EXPECT_THAT(texts.areLabelsCutOff, ElementsAre(false, true));
 }
 
 TEST_F(LinuxTranslations_, OfManyCataloguesAreKnownAfterSomeRequests) {
@@ -271,10 +363,10 @@ TEST_F(LinuxTranslations_, OfOneProcessMayCostOnlySoMuchForEachSecond) {
   computer.options.workPerSecond = 100;
   computer.map(kOwn, manyMessages(10));
   const auto isKnown = [&](const std::string& line) { return ask({"Abbrechen"}, {line}).isComplete; };
-  int known = 0;
-  while (known < 100 && isKnown("Line " + std::to_string(known))) ++known;
-  EXPECT_GT(known, 0);
-  EXPECT_LT(known, 10);
+  std::size_t known = 0;
+  while (known < 100 && isKnown(std::string(known + 1, 'x'))) ++known;
+  EXPECT_GT(known, 0U);
+  EXPECT_LT(known, 10U);
   EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 1})) << "what is known costs nothing";
   now += std::chrono::seconds(3);
   EXPECT_FALSE(isKnown("Another line"));
@@ -399,6 +491,22 @@ TEST_F(LinuxTranslations_, DoNotAskAProgramAgainForAWhileThatDidNotAnswer) {
   EXPECT_EQ(asked, 2);
 }
 
+TEST_F(LinuxTranslations_, DoNotForgetThatAProgramDidNotAnswerWhenOthersCome) {
+  computer.options.now = [] { return Instant{}; };
+  int asked = 0;
+  computer.options.languageOf = [&](std::int32_t process) {
+    if (process == kProcess) ++asked;
+    return process == kProcess ? std::nullopt : std::optional(ProgramLanguage{"pl_PL.UTF-8", "Qt"});
+  };
+  (void)label("Anuluj");
+  for (std::int32_t process = 1; process <= 65; ++process) {
+    computer.start("7", process);
+    (void)translations().sourceTexts({process, {"Anuluj"}, {}});
+  }
+  (void)label("Anuluj");
+  EXPECT_EQ(asked, 1);
+}
+
 TEST_F(LinuxTranslations_, OfAnEnglishProgramAreNone) {
   computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"C", "gtk"}; };
   computer.options.ownLocale = "de_DE.UTF-8";
@@ -421,6 +529,8 @@ TEST_F(LinuxTranslations_, AnswerEachTextInItsPlaceHoweverLongOrMany) {
   lines[1] = "";
   const auto texts = ask({"", "Abbrechen", "Abbrechen"}, lines);
   EXPECT_EQ(texts.lines.size(), lines.size());
+  EXPECT_TRUE(texts.isCutOff);
+  EXPECT_THAT(texts.areLabelsCutOff, ElementsAre(false, false, false));
   EXPECT_THAT(texts.labels,
               ElementsAre(IsEmpty(), ElementsAre(SourceText{"Cancel", 1, 1}), ElementsAre(SourceText{"Cancel", 1, 1})));
 }

@@ -22,10 +22,11 @@ std::string_view pathOf(std::string_view line) {
 
 }  // namespace
 
-std::vector<CataloguePath> mappedCatalogues(std::string_view maps) {
-  std::vector<CataloguePath> catalogues;
+MappedCatalogues mappedCatalogues(std::string_view maps) {
+  MappedCatalogues mapped;
+  auto& catalogues = mapped.paths;
   std::string_view last;
-  while (!maps.empty() && catalogues.size() < kMostCatalogues) {
+  while (!maps.empty()) {
     const auto line = maps.substr(0, maps.find('\n'));
     maps.remove_prefix(std::min(line.size() + 1, maps.size()));
     const auto path = pathOf(line);
@@ -33,9 +34,13 @@ std::vector<CataloguePath> mappedCatalogues(std::string_view maps) {
     last = path;
     auto catalogue = cataloguePathOf(path);
     if (!catalogue || std::find(catalogues.begin(), catalogues.end(), *catalogue) != catalogues.end()) continue;
+    if (catalogues.size() >= kMostCatalogues) {
+      mapped.isCutOff = true;
+      break;
+    }
     catalogues.push_back(*std::move(catalogue));
   }
-  return catalogues;
+  return mapped;
 }
 
 }  // namespace quillard::catalogues

@@ -17,11 +17,12 @@ std::string line(const std::string& path) {
 }
 
 TEST(MappedCatalogues, AreThoseOfTheKnownKindsEachOnce) {
-  const auto catalogues = mappedCatalogues(
+  const auto [catalogues, isCutOff] = mappedCatalogues(
       line("/usr/bin/zenity") + line("/usr/share/locale/de/LC_MESSAGES/gtk30.mo") +
       line("/usr/share/locale/de/LC_MESSAGES/gtk30.mo") + line("/usr/share/qt6/translations/qtbase_de.qm") +
       "7f00-7f01 rw-p 00000000 00:00 0 \n" + line("/opt/a browser/locales/de.pak") + line("[heap]") +
       line("/usr/share/locale/de/LC_MESSAGES/gtk30.mo"));
+  EXPECT_FALSE(isCutOff);
   EXPECT_THAT(catalogues,
               ElementsAre(CataloguePath{CatalogueKind::gettext, "/usr/share/locale/de/LC_MESSAGES/gtk30.mo"},
                           CataloguePath{CatalogueKind::qt, "/usr/share/qt6/translations/qtbase_de.qm"},
@@ -30,7 +31,7 @@ TEST(MappedCatalogues, AreThoseOfTheKnownKindsEachOnce) {
 }
 
 TEST(MappedCatalogues, ThatWereReplacedAreNamedAsWhatIsInTheirPlace) {
-  EXPECT_THAT(mappedCatalogues(line("/usr/share/locale/de/LC_MESSAGES/zenity.mo (deleted)")),
+  EXPECT_THAT(mappedCatalogues(line("/usr/share/locale/de/LC_MESSAGES/zenity.mo (deleted)")).paths,
               ElementsAre(CataloguePath{CatalogueKind::gettext, "/usr/share/locale/de/LC_MESSAGES/zenity.mo"}));
 }
 
@@ -39,7 +40,7 @@ TEST(MappedCatalogues, LeaveOutWhatHoldsNoTextsOfWindowsOrIsEnglish) {
                            "/usr/share/locale/de/LC_MESSAGES/gtk30-properties.mo", "/opt/browser/locales/en-US.pak",
                            "/usr/share/locale/de/LC_MESSAGES/iso_3166.mo", "/opt/browser/resources.pak", "/dev/zero",
                            "relative.mo", "/a\001.mo", "/memfd:x"}) {
-    EXPECT_THAT(mappedCatalogues(line(path)), IsEmpty()) << path;
+    EXPECT_THAT(mappedCatalogues(line(path)).paths, IsEmpty()) << path;
   }
 }
 
@@ -47,14 +48,20 @@ TEST(MappedCatalogues, OfAListThatIsNoneAreNone) {
   for (const std::string& list :
        {std::string(), std::string("\n\n"), std::string("a b c d e"), std::string("a b c d e f"),
         std::string(70000, 'x'), std::string("a  b"), std::string(5, ' ')}) {
-    EXPECT_THAT(mappedCatalogues(list), IsEmpty());
+    EXPECT_THAT(mappedCatalogues(list).paths, IsEmpty());
   }
 }
 
-TEST(MappedCatalogues, AreNotWithoutEnd) {
+TEST(MappedCatalogues, AreNotWithoutEndAndSaySo) {
   std::string list;
-  for (int i = 0; i < 1000; ++i) list += line("/usr/share/locale/de/LC_MESSAGES/d" + std::to_string(i) + ".mo");
-  EXPECT_THAT(mappedCatalogues(list), SizeIs(kMostCatalogues));
+  const auto add = [&](std::size_t i) {
+    list += line("/usr/share/locale/de/LC_MESSAGES/d" + std::to_string(i) + ".mo");
+  };
+  for (std::size_t i = 0; i < kMostCatalogues; ++i) add(i);
+  EXPECT_FALSE(mappedCatalogues(list + line("[heap]")).isCutOff);
+  for (std::size_t i = kMostCatalogues; i < 1000; ++i) add(i);
+  EXPECT_THAT(mappedCatalogues(list).paths, SizeIs(kMostCatalogues));
+  EXPECT_TRUE(mappedCatalogues(list).isCutOff);
 }
 
 // ---- Where they lie

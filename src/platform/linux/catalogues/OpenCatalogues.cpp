@@ -15,10 +15,10 @@ OpenCatalogues openCatalogues(const std::vector<CataloguePath>& paths, const Fol
     if (!mounts.contains(path)) return std::nullopt;
     auto opened = CatalogueFile::open(root, path, protectingUser);
     if (opened.couldNotLook) open.couldNotLook = true;
+    if (opened.isTooLarge) open.isCutOff = true;
     return std::move(opened.file);
   };
   for (const auto& path : paths) {
-    if (open.catalogues.size() >= kMostCatalogues) break;
     auto file = openFile(path.path);
     const bool isKnown = file && std::any_of(open.catalogues.begin(), open.catalogues.end(), [&](const auto& known) {
                            return known.file.identity() == file->identity();
@@ -27,6 +27,10 @@ OpenCatalogues openCatalogues(const std::vector<CataloguePath>& paths, const Fol
     const auto englishPath = path.englishPath();
     auto english = englishPath.empty() ? std::nullopt : openFile(englishPath);
     if (!englishPath.empty() && !english) continue;
+    if (open.catalogues.size() >= kMostCatalogues) {
+      open.isCutOff = true;
+      break;
+    }
     open.catalogues.push_back({path.kind, *std::move(file), std::move(english)});
   }
   return open;

@@ -23,6 +23,7 @@ struct OpenCatalogue {
 struct OpenCatalogues {
   std::vector<OpenCatalogue> catalogues;  // Those that are there; of two paths to one file, the first.
   bool couldNotLook = false;              // One may be there all the same.
+  bool isCutOff = false;                  // More are there than these, or one that is too large.
 };
 
 // Opens what is there of these files, as far as they lie on this computer.

@@ -48,13 +48,14 @@ ProcessFolder::Text ProcessFolder::read(const char* name, std::size_t largest) c
   const int error = length < 0 ? errno : 0;
   ::close(file);
   if (error != 0) return {.text = std::nullopt, .isForbidden = error == EACCES || error == EPERM};
-  return {.text = std::move(text)};
+  const bool isCutOff = text.size() >= largest;
+  return {.text = std::move(text), .isCutOff = isCutOff};
 }
 
 ProcessFolder::Text ProcessFolder::maps() const { return read("maps", kLargestList); }
 ProcessFolder::Text ProcessFolder::mounts() const {
   auto list = read("mountinfo", kLargestList);
-  if (list.text && list.text->size() >= kLargestList) list.text->clear();
+  if (list.text && list.isCutOff) list.text->clear();
   return list;
 }
 

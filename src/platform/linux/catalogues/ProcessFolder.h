@@ -20,6 +20,7 @@ class ProcessFolder {
   struct Text {
     std::optional<std::string> text;  // Absent: it could not be read.
     bool isForbidden = false;         // It never can: the process may not be read.
+    bool isCutOff = false;            // There may be more of it.
   };
 
   // `processes`: "/proc".

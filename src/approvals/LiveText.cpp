@@ -62,6 +62,7 @@ constexpr std::array kUnits{Unit{"%", 0},
                             Unit{"s", 1}};
 
 constexpr Seconds kSlack{5};
+constexpr Seconds kProgressSlack{1};
 constexpr double kFastestProgress = 10;  // Points a second: what is done sooner needs no decision.
 constexpr double kWhole = 100;
 constexpr double kLongestUntimedCount = 120;
@@ -212,16 +213,19 @@ std::string withoutLives(std::string_view text, const std::vector<Live>& lives) 
   return rest.append(text.substr(from));
 }
 
-// Whether the number may have got from `before` to `after` by running. `bound`: in seconds.
-bool mayRunTo(const Live& before, const Live& after, double bound) {
+double boundAfter(Seconds passed, Seconds slack) { return (std::max(passed, Seconds{0}) + slack).count(); }
+
+// Whether the number may have got from `before` to `after` by running.
+bool mayRunTo(const Live& before, const Live& after, Seconds passed) {
   if (before.isTime != after.isTime) return false;
   const double fall = before.value - after.value;
-  if (!before.isTime) return fall <= 0 && -fall <= bound * kFastestProgress && after.value <= kWhole;
+  if (fall == 0) return true;  // Also of what is no progress, as "150 %" beside a time that runs.
+  if (!before.isTime) {
+    return fall < 0 && -fall <= boundAfter(passed, kProgressSlack) * kFastestProgress && after.value <= kWhole;
+  }
   const bool isTick = fall > 0 && after.grain == kMinute;
-  return std::abs(fall) <= bound + (isTick ? kMinute : 0);
+  return std::abs(fall) <= boundAfter(passed, kSlack) + (isTick ? kMinute : 0);
 }
-
-double boundAfter(Seconds passed) { return (std::max(passed, Seconds{0}) + kSlack).count(); }
 
 // A label that counts: "Restart (9)", "Keep (12 s)".
 struct Count {
@@ -259,9 +263,8 @@ bool isSameText(std::string_view shown, std::string_view now, Seconds passed, Pr
   const auto before = livesOf(shown, progress);
   const auto after = livesOf(now, progress);
   if (before.size() != after.size() || withoutLives(shown, before) != withoutLives(now, after)) return false;
-  const double bound = boundAfter(passed);
   for (std::size_t i = 0; i < before.size(); ++i) {
-    if (!mayRunTo(before[i], after[i], bound)) return false;
+    if (!mayRunTo(before[i], after[i], passed)) return false;
   }
   return true;
 }
@@ -272,7 +275,7 @@ bool isSameLabel(std::string_view shown, std::string_view now, std::optional<Sec
   const auto after = countIn(now);
   if (!before || !after || before->words != after->words || before->hasUnit != after->hasUnit) return false;
   const double fall = before->number - after->number;
-  return fall >= 0 && fall <= (passed ? boundAfter(*passed) : kLongestUntimedCount);
+  return fall >= 0 && fall <= (passed ? boundAfter(*passed, kSlack) : kLongestUntimedCount);
 }
 
 }  // namespace quillard::LiveText

@@ -45,8 +45,9 @@ TEST(LiveText, TakesAPercentageForProgressOnlyIfItRoseByStepsThatProgressTakes) 
     return isSameText(shown, now, Seconds{passed}, Progress::shown);
   };
   EXPECT_TRUE(isProgress("43 % of 3 files", "44 % of 3 files", 1));
-  EXPECT_TRUE(isProgress("Copying… 10 %", "Copying… 80 %", 2)) << "ten points for each of seven seconds";
-  EXPECT_FALSE(isProgress("Copying… 10 %", "Copying… 80.5 %", 2));
+  EXPECT_TRUE(isProgress("Copying… 10 %", "Copying… 40 %", 2)) << "ten points for each of three seconds";
+  EXPECT_FALSE(isProgress("Copying… 10 %", "Copying… 40.5 %", 2));
+  EXPECT_TRUE(isProgress("150 %, 9 seconds left", "150 %, 8 seconds left", 1)) << "it has not moved";
   EXPECT_FALSE(isProgress("Copying… 44 %", "Copying… 43 %", 10)) << "progress never falls";
   EXPECT_FALSE(isProgress("It grows to 100 %", "It grows to 101 %", 10));
   EXPECT_FALSE(isProgress("43 % of 3 files", "44 % of 4 files", 1));

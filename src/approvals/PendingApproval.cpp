@@ -57,7 +57,7 @@ bool hasSameTexts(const PendingApproval& a, const PendingApproval& b, Seconds pa
 bool hasSameContent(const PendingApproval& a, const PendingApproval& b) {
   const Seconds passed = a.readAt && b.readAt ? Seconds{*b.readAt - *a.readAt} : Seconds{0};
   return a.processIdentifier == b.processIdentifier && a.bundleIdentifier == b.bundleIdentifier &&
-         hasSameTexts(a, b, passed) && hasSameLabels(a, b, passed);
+         a.optionStates == b.optionStates && hasSameTexts(a, b, passed) && hasSameLabels(a, b, passed);
 }
 
 double centreDistance(const DialogFrame& a, const DialogFrame& b) {

@@ -74,9 +74,12 @@ struct PendingApproval {
   // When the scan read these texts, by `Clock::continuousTime`, so that it is known how far what runs in them may have
   // got. It never leaves this process. Absent: unknown, and no time counts as passed.
   std::optional<std::chrono::milliseconds> readAt{};
-  // Its window holds a progress indicator, so that percentages in its texts may run (`LiveText`). It never leaves this
-  // process.
+  // Its window holds a progress indicator and asks nothing, so that percentages in its texts may run (`LiveText`). It
+  // never leaves this process.
   bool showsProgress = false;
+  // What its boxes and menus are set to, those that are not shown as well: two prompts that differ in it are not the
+  // same. Opaque; it never leaves this process.
+  std::string optionStates{};
 
   // The button of a label that was shown: the one labelled so, or else the one that has counted down from it, unless
   // another counts beside it under the same words. Absent: none.
@@ -93,9 +96,10 @@ struct PendingApproval {
   [[nodiscard]] PendingApproval replacingIdentity(const Uuid& newID, Date newDetectedAt) const;
 
   // How well a freshly read prompt matches this one: 1000 for the same `id`; 0 when process, bundle, title, message
-  // lines or the set of labels differ; else 500 less the distance of the window centres in points, at least 1. What
-  // runs in title, lines and labels (`LiveText`) makes no difference as far as it can have run since this one was read.
-  // Buttons whose labels could run into each other are compared exactly, and the line of ours is not compared.
+  // lines, the states of boxes and menus, or the set of labels differ; else 500 less the distance of the window centres
+  // in points, at least 1. What runs in title, lines and labels (`LiveText`) makes no difference as far as it can have
+  // run since this one was read. Buttons whose labels could run into each other are compared exactly, and the line of
+  // ours is not compared.
   [[nodiscard]] double matchScore(const PendingApproval& candidate) const;
 
   bool operator==(const PendingApproval&) const = default;

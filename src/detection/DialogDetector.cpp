@@ -31,11 +31,20 @@ std::string steadyText(const std::vector<std::string>& texts, Steady steady, std
   return text::joined(steadyTexts, separator);
 }
 
-bool showsProgress(const PromptReading& reading) { return reading.evidence.structure.progressBars > 0; }
+// What the boxes and menus are set to, those without a title as well. Empty: there are none.
+std::string statesOf(const std::vector<PromptOption>& options) {
+  std::string states;
+  for (const auto& option : options) {
+    const auto box = option.box ? std::to_string(static_cast<int>(*option.box)) : "-";
+    states += box + option.title.shown + "\x1E" + option.setting + "\x1F";
+  }
+  return states;
+}
 
+// Of one kind of prompt, whatever its boxes and menus are set to.
 std::string identityText(const WindowSource& source, const PromptReading& reading,
-                         const std::vector<std::string>& lines) {
-  const auto progress = showsProgress(reading) ? LiveText::Progress::shown : LiveText::Progress::absent;
+                         const std::vector<std::string>& lines, bool showsProgress) {
+  const auto progress = showsProgress ? LiveText::Progress::shown : LiveText::Progress::absent;
   const auto steady = [&](std::string_view text) { return LiveText::steady(text, progress); };
   return source.bundleIdentifier.value_or(source.appName) + "|" + steady(reading.evidence.title) + "|" +
          reading.frame.identity() + "|" + steadyText(reading.evidence.buttonLabels, LiveText::steadyLabel, "|") + "|" +
@@ -205,10 +214,13 @@ WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& 
 PendingApproval DialogDetector::approvalOf(const WindowSource& source, const PromptReading& reading,
                                            const JudgedPrompt& judged) {
   const auto& evidence = reading.evidence;
-  const Uuid id = dependencies.stableIDs.stableID(identityText(source, reading, judged.lines));
-  const bool isFallback = judged.lines.empty();
-  const auto lines = isFallback ? std::vector{fallbackLine(source, evidence)} : judged.lines;
-  return PendingApproval::make({.id = id,
+  const bool showsProgress = judge.mayShowProgress(reading);
+  const auto kind = identityText(source, reading, judged.lines, showsProgress);
+  const auto states = statesOf(reading.texts.options);
+  auto lines = judged.allLines();
+  const bool isFallback = lines.empty();
+  if (isFallback) lines.push_back(fallbackLine(source, evidence));
+  return PendingApproval::make({.id = dependencies.stableIDs.stableID(states.empty() ? kind : kind + "|" + states),
                                 .detectedAt = dependencies.clock.now(),
                                 .appName = source.appName,
                                 .bundleIdentifier = source.bundleIdentifier,
@@ -225,7 +237,9 @@ PendingApproval DialogDetector::approvalOf(const WindowSource& source, const Pro
                                 .isFallbackDetection = isFallback,
                                 .window = source.window,
                                 .readAt = dependencies.clock.continuousTime(),
-                                .showsProgress = showsProgress(reading)});
+                                .showsProgress = showsProgress,
+                                .optionStates = states},
+                               dependencies.stableIDs.stableID(kind));
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }

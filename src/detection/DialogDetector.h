@@ -65,11 +65,12 @@ class DialogDetector {
   DialogDetector& operator=(const DialogDetector&) = delete;
   ~DialogDetector() = default;
 
-  // The prompts on screen, suppressed ones left out. Each one's `id` and `suppressionID` are its fingerprint
-  // (`StableIDs`): owner, title, place, labels and lines, so a prompt that changes any of them is another one, but for
-  // what runs in it (`LiveText`). Of two dialogs of one program, the one that blocks the other is listed. A scan
-  // that could not see the desktop, as without the permission, brings nothing but the reason. Without an answer about
-  // the permission it tries: what can be read is known.
+  // The prompts on screen, suppressed ones left out. Each one's `id` is its fingerprint (`StableIDs`): owner, title,
+  // place, labels, lines, and what its boxes and menus are set to, so a prompt that changes any of them is another one,
+  // but for what runs in it (`LiveText`). The `suppressionID` is the same without boxes and menus, so that a kind of
+  // prompt stays muted whatever they are set to. Of two dialogs of one program, the one that blocks the other is
+  // listed. A scan that could not see the desktop, as without the permission, brings nothing but the reason. Without an
+  // answer about the permission it tries: what can be read is known.
   [[nodiscard]] ScanOutcome scan();
 
   // Every window that a scan would read, with the verdict on it and why, in the order in which they were met.

@@ -112,6 +112,22 @@ TEST_F(DialogDetectorLinuxTest, AQuestionAboutAnotherPercentageIsAnotherPrompt) 
   }
 }
 
+// A bar that shows how long there is to answer makes no progress of what is asked.
+TEST_F(DialogDetectorLinuxTest, APercentageThatIsAskedAboutInAnotherLineIsNoProgress) {
+  const auto window = desktop().open({.title = "Payment",
+                                      .lines = {"Share: 10 %", "Do you really want to transfer?"},
+                                      .buttons = {"Pay", "Cancel"},
+                                      .extra = {{.role = std::string(ax::kProgressIndicatorRole)}}});
+  const auto prompt = promptsAfterTwoScans().at(0);
+  for (const auto child : desktop().children(window)) {
+    const auto value = desktop().attribute(child, ax::kValue);
+    if (value.hasValue() && value.value() == AXValue{std::string("Share: 10 %")}) say(child, "Share: 12 %");
+  }
+  world.advance(Seconds{2});
+  EXPECT_EQ(linuxDetector.resolve(stored(prompt), "Pay").outcome, Outcome::notFound);
+  EXPECT_NE(promptsAfterTwoScans().at(0).id, prompt.id);
+}
+
 TEST_F(DialogDetectorLinuxTest, AButtonThatCountsIsFoundByItsWord) {
   const auto window = desktop().open({.title = "Restart", .lines = {"Restart?"}, .buttons = {"Restart (9)", "Cancel"}});
   const auto button = *desktop().findButton(window, "Restart (9)");
@@ -134,6 +150,84 @@ TEST_F(DialogDetectorLinuxTest, APromptWhoseBoxWasSwitchedSinceItWasShownIsAnoth
   desktop().setAttribute(box, ax::kValue, AXValue{std::int64_t{1}});
   EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Allow").outcome, Outcome::notFound);
   EXPECT_EQ(promptsAfterTwoScans().at(0).messageLines.back(), "☑ Remember this");
+}
+
+// Beyond what is shown, without a title, one of many, and half on.
+TEST_F(DialogDetectorLinuxTest, NoBoxOrMenuCanBeSwitchedUnnoticed) {
+  using platform::simulated::ElementSpec;
+  const ElementSpec box{
+      .role = std::string(ax::kCheckBoxRole), .title = "Remember this", .value = AXValue{std::int64_t{0}}};
+  ElementSpec untitled = box;
+  untitled.title = "";
+  const ElementSpec menu{
+      .role = std::string(ax::kComboBoxRole), .title = "Length", .value = AXValue{std::string("A day")}};
+  struct Case {
+    std::string what;
+    std::vector<ElementSpec> others;  // Met before it.
+    ElementSpec option;
+    AXValue switched;
+  };
+  const ElementSpec filler{.role = "AXGroup"};
+  const std::vector<Case> cases{{"beyond", std::vector<ElementSpec>(90, filler), box, AXValue{std::int64_t{1}}},
+                                {"untitled", {}, untitled, AXValue{std::int64_t{1}}},
+                                {"half on", {}, box, AXValue{std::int64_t{2}}},
+                                {"menu", {}, menu, AXValue{std::string("For ever")}}};
+  for (const auto& each : cases) {
+    auto extra = each.others;
+    extra.push_back({.role = std::string(ax::kButtonRole),
+                     .title = "Allow",
+                     .frame = Rect{9, 9, 80, 24},
+                     .actions = {std::string(ax::kPressAction)}});
+    const auto window = desktop().open({.title = "Camera", .subrole = "AXDialog"});
+    const auto option = desktop().addChild(window, each.option);
+    for (const auto& other : extra) (void)desktop().addChild(window, other);
+    (void)desktop().addChild(window,
+                             {.role = std::string(ax::kStaticTextRole), .value = AXValue{std::string("Let it film?")}});
+    (void)desktop().addChild(window, {.role = std::string(ax::kButtonRole),
+                                      .title = "Deny",
+                                      .frame = Rect{99, 9, 80, 24},
+                                      .actions = {std::string(ax::kPressAction)}});
+    desktop().setAttribute(window, ax::kRoleDescription, AXValue{std::string(ax::kAlertDescription)});
+    const auto prompts = promptsAfterTwoScans();
+    ASSERT_EQ(prompts.size(), 1U) << each.what;
+    EXPECT_EQ(prompts[0].recommendedButtonLabel, std::nullopt) << each.what;
+    EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Deny").outcome, Outcome::found) << each.what;
+    desktop().setAttribute(option, ax::kValue, each.switched);
+    EXPECT_EQ(linuxDetector.resolve(stored(prompts[0]), "Deny").outcome, Outcome::notFound) << each.what;
+    EXPECT_NE(promptsAfterTwoScans().at(0).id, prompts[0].id) << each.what;
+    desktop().close(window);
+  }
+}
+
+TEST_F(DialogDetectorLinuxTest, AMutedKindOfPromptStaysMutedWhenItsBoxIsSwitched) {
+  const auto window = desktop().open({.title = "Camera", .lines = {"Let it film?"}, .buttons = {"Allow", "Deny"}});
+  const auto box = desktop().addChild(
+      window, {.role = std::string(ax::kCheckBoxRole), .title = "Remember this", .value = AXValue{std::int64_t{0}}});
+  suppressionStore.suppress(promptsAfterTwoScans().at(0).suppressionID);
+  EXPECT_TRUE(promptsAfterTwoScans().empty());
+  desktop().setAttribute(box, ax::kValue, AXValue{std::int64_t{1}});
+  EXPECT_TRUE(promptsAfterTwoScans().empty());
+}
+
+TEST_F(DialogDetectorLinuxTest, IsExplainedAsItIsJudged) {
+  const auto window = desktop().open({.title = "Camera"});
+  (void)desktop().addChild(window,
+                           {.role = std::string(ax::kStaticTextRole), .value = AXValue{std::string("Password")}});
+  for (int i = 0; i < 90; ++i) (void)desktop().addChild(window, {.role = "AXGroup"});
+  (void)desktop().addChild(window,
+                           {.role = std::string(ax::kStaticTextRole), .value = AXValue{std::string("Let it film?")}});
+  for (const std::string label : {"Allow", "Deny"}) {
+    (void)desktop().addChild(window,
+                             {.role = std::string(ax::kButtonRole), .title = label, .frame = Rect{9, 9, 80, 24}});
+  }
+  desktop().setAttribute(window, ax::kRoleDescription, AXValue{std::string(ax::kAlertDescription)});
+  const auto prompts = promptsAfterTwoScans();
+  ASSERT_EQ(prompts.size(), 1U);
+  const auto explained = linuxDetector.diagnose().windows.at(0);
+  EXPECT_TRUE(explained.structure.isCutOff);
+  EXPECT_EQ(explained.snapshot->messageLines, prompts[0].messageLines);
+  EXPECT_EQ(explained.directAccessReason, prompts[0].directAccessReason);
+  EXPECT_EQ(explained.directAccessReason, secretRequiredReason());
 }
 
 TEST_F(DialogDetectorLinuxTest, AButtonThatTakesNoPressesIsShownAndNotPressed) {

@@ -36,7 +36,7 @@ WindowDiagnosis DialogDiagnostics::diagnose(platform::AXReadScope& scope, const 
     diagnosis.directAccessReason = judged.directAccessReason;
     diagnosis.recommendedLabel = judged.recommendedLabel;
     diagnosis.hazard = judge.hazard(reading);
-    diagnosis.linesOnPhone = judged.lines;
+    diagnosis.linesOnPhone = judged.allLines();
   }
   diagnosis.snapshot = WindowDebugSnapshot{.appName = source.appName,
                                            .bundleIdentifier = source.bundleIdentifier,

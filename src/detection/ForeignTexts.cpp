@@ -65,7 +65,9 @@ void ForeignTexts::judgeBeyond(std::int32_t processIdentifier, PromptReading& re
   std::vector<PromptText*> asked;
   for (auto& text : beyond) asked.push_back(&text);
   if (isToBeAsked(reading)) {
-    for (auto& option : options) asked.push_back(&option.title);
+    for (auto& option : options) {
+      if (!option.title.shown.empty()) asked.push_back(&option.title);
+    }
   }
   if (!translations || asked.empty()) return;
   platform::TranslationRequest request{.processIdentifier = processIdentifier};

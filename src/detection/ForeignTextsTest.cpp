@@ -110,11 +110,11 @@ TEST_F(ForeignTexts_, AreAskedForWhatIsNotShownInAWindowOfAnyLanguage) {
 TEST_F(ForeignTexts_, AreAskedForTheTitlesOfBoxesInAWindowThatIsNotUnderstood) {
   translations.teach("Immer", "Always");
   auto reading = dialog({"OK"});
-  reading.texts.options = {{asItStands("Immer"), true}};
+  reading.texts.options = {{asItStands("Immer"), BoxState::on}};
   texts.judgeBeyond(kProcess, reading);
   EXPECT_THAT(translations.requests(), IsEmpty());
   reading = dialog({"Erlauben"});
-  reading.texts.options = {{asItStands("Immer"), true}};
+  reading.texts.options = {{asItStands("Immer"), BoxState::on}};
   texts.judgeBeyond(kProcess, reading);
   EXPECT_EQ(reading.texts.options[0].title.judged, "Immer Always");
   EXPECT_EQ(reading.texts.options[0].title.shown, "Immer");

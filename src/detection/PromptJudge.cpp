@@ -41,8 +41,19 @@ std::string allTextsOf(const PromptTexts& texts, TextOf which) {
   return all;
 }
 
+// Empty: there is nothing to show of it.
 std::string lineOf(const PromptOption& option) {
-  return (option.isOn.value_or(false) ? "☑ " : "☐ ") + option.title.shown;
+  if (option.isMenu) return option.setting.empty() ? "" : "▾ " + option.title.shown + ": " + option.setting;
+  if (option.title.shown.empty() || !option.box) return "";
+  switch (*option.box) {
+    case BoxState::off:
+      return "☐ " + option.title.shown;
+    case BoxState::on:
+      return "☑ " + option.title.shown;
+    case BoxState::mixed:
+      return "◪ " + option.title.shown;
+  }
+  return "";
 }
 
 // Whether an English text is known for it; that marks were taken from it tells nothing.
@@ -81,18 +92,38 @@ std::vector<std::string> linesSayingSomething(const PromptTexts& texts) {
 
 }  // namespace
 
-// Boxes behind the lines, on or off, since what a button does depends on them. Without those that decide nothing
-// ("Details"), and without a line that says the same. What a menu is set to is not read, so its title says nothing.
-std::vector<std::string> PromptJudge::linesToShow(const PromptTexts& texts) const {
-  auto lines = linesSayingSomething(texts);
+// Boxes, on or off, and what menus are set to, since what a button does depends on them. Without those that decide
+// nothing ("Details").
+std::vector<std::string> PromptJudge::optionsToShow(const PromptTexts& texts) const {
+  std::vector<std::string> lines;
   const LabelMeaning meaning{supplement};
   for (const auto& option : texts.options) {
-    if (!option.isOn || meaning.kindOf(option.title.judged) == LabelKind::aside) continue;
-    const std::string saying = sayingOf(option.title.shown);
-    std::erase_if(lines, [&](const std::string& line) { return sayingOf(line) == saying; });
-    lines.push_back(lineOf(option));
+    auto line = lineOf(option);
+    if (!line.empty() && meaning.kindOf(option.title.judged) != LabelKind::aside) lines.push_back(std::move(line));
   }
   return lines;
+}
+
+// Without a line that says the same as a box or menu that is shown.
+std::vector<std::string> PromptJudge::linesToShow(const PromptTexts& texts,
+                                                  const std::vector<std::string>& options) const {
+  auto lines = linesSayingSomething(texts);
+  for (const auto& option : texts.options) {
+    const auto shown = lineOf(option);
+    if (std::find(options.begin(), options.end(), shown) == options.end()) continue;
+    const std::string saying = sayingOf(option.title.shown);
+    std::erase_if(lines, [&](const std::string& line) { return sayingOf(line) == saying; });
+  }
+  return lines;
+}
+
+bool PromptJudge::mayShowProgress(const PromptReading& reading) const {
+  if (reading.evidence.structure.progressBars == 0) return false;
+  for (const auto which : {&PromptText::judged, &PromptText::shown}) {
+    const std::string all = allTextsOf(reading.texts, which);
+    if (text::holdsQuestion(all) || saysOneOf(all, supplement.questions)) return false;
+  }
+  return true;
 }
 
 void PromptJudge::readOptions(platform::AXAttributeReader& reader, PromptReading& reading) const {
@@ -144,11 +175,16 @@ bool PromptJudge::blocksOthers(const PromptReading& reading) const {
 
 JudgedPrompt PromptJudge::judge(const PromptReading& reading) const {
   JudgedPrompt judged{.lines = {},
+                      .options = {},
                       .buttons = reading.buttons,
                       .recommendedLabel = std::nullopt,
                       .directAccessReason = directAccessReason(reading)};
-  judged.lines =
-      supplement.judgesByStructure ? linesToShow(reading.texts) : textsOf(reading.texts.lines, &PromptText::shown);
+  if (supplement.judgesByStructure) {
+    judged.options = optionsToShow(reading.texts);
+    judged.lines = linesToShow(reading.texts, judged.options);
+  } else {
+    judged.lines = textsOf(reading.texts.lines, &PromptText::shown);
+  }
   const LabelMeaning meaning{supplement};
   for (std::size_t i = 0; i < judged.buttons.size(); ++i) {
     const auto& label = reading.texts.labels[i];
@@ -179,7 +215,11 @@ std::optional<std::string> PromptJudge::directAccessReason(const PromptReading& 
   const auto& parts = reading.evidence.structure;
   const bool isChosenFrom =
       parts.lists > 0 && !parts.isAlert && !saysOneOf(normalizedText(texts, &PromptText::judged), supplement.questions);
-  if (parts.textFields > 0 || parts.radioButtons > 0 || isChosenFrom) return toBeFilledInReason();
+  const auto& options = texts.options;
+  const bool hasUnknownMenu = std::any_of(options.begin(), options.end(), [](const PromptOption& option) {
+    return option.isMenu && option.setting.empty();
+  });
+  if (parts.textFields > 0 || parts.radioButtons > 0 || isChosenFrom || hasUnknownMenu) return toBeFilledInReason();
   const LabelMeaning meaning{supplement};
   for (std::size_t i = 0; i < reading.buttons.size(); ++i) {
     const auto kind = meaning.kindOf(texts.labels[i].judged);

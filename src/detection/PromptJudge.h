@@ -17,9 +17,17 @@ namespace quillard {
 // What a prompt is shown as, and what may be done with it from afar.
 struct JudgedPrompt {
   std::vector<std::string> lines;     // To be shown, as they stand.
+  std::vector<std::string> options;   // The same of its boxes and menus, to be shown behind the lines.
   std::vector<DialogButton> buttons;  // Those that were read, with what is known of them.
   std::optional<std::string> recommendedLabel;
   std::optional<std::string> directAccessReason;  // Absent: it may be approved from afar.
+
+  // Lines, and boxes and menus behind them.
+  [[nodiscard]] std::vector<std::string> allLines() const {
+    auto all = lines;
+    all.insert(all.end(), options.begin(), options.end());
+    return all;
+  }
 };
 
 // The one place where texts and labels of a window are judged: by the rules that hold everywhere, and by what this
@@ -48,6 +56,10 @@ class PromptJudge {
   // Absent: nothing that the prompt says is known to be at stake. Its boxes and menus count, on or off.
   [[nodiscard]] std::optional<PromptHazard> hazard(const PromptReading& reading) const;
 
+  // Whether percentages in its texts may be progress: it shows a progress indicator, and asks nothing. One that does
+  // may ask about the percentage, in whatever line that stands. Asked once all of the reading is there.
+  [[nodiscard]] bool mayShowProgress(const PromptReading& reading) const;
+
   // Whether other dialogs of the same program wait until this one is answered.
   [[nodiscard]] bool blocksOthers(const PromptReading& reading) const;
 
@@ -55,7 +67,9 @@ class PromptJudge {
   [[nodiscard]] bool isService(const WindowSource& source) const;
   [[nodiscard]] std::optional<std::string> directAccessReason(const PromptReading& reading) const;
   [[nodiscard]] std::optional<std::string> recommendedLabel(const PromptReading& reading) const;
-  [[nodiscard]] std::vector<std::string> linesToShow(const PromptTexts& texts) const;
+  [[nodiscard]] std::vector<std::string> linesToShow(const PromptTexts& texts,
+                                                     const std::vector<std::string>& options) const;
+  [[nodiscard]] std::vector<std::string> optionsToShow(const PromptTexts& texts) const;
   // Whether something is known of what a title or line says. Of an empty one there is nothing to know.
   [[nodiscard]] bool isUnderstood(const PromptText& text) const;
   // Whether some label is known by its meaning alone while nothing is known of some title or line: what such a prompt

@@ -172,21 +172,55 @@ TEST_F(PromptJudgeTest, CanOnlyBeDeniedWhereNotEverythingThatItMeansIsKnown) {
   EXPECT_EQ(judged().recommendedLabel, std::nullopt);
 }
 
-TEST_F(PromptJudgeTest, ShowsBoxesBehindTheLinesAndWhetherTheyAreOn) {
-  show({"Let it film?", "Camera"}, {"Allow", "Deny"});
-  reading.texts.options = {{PromptText::asItStands("Remember this decision"), true},
-                           {PromptText::asItStands("Tell me"), false},
-                           {PromptText::asItStands("Camera"), std::nullopt},
-                           {PromptText::asItStands("Details"), false}};
-  EXPECT_EQ(judged().lines, (Lines{"Let it film?", "Camera", "☑ Remember this decision", "☐ Tell me"}));
-  EXPECT_EQ(judged(kNone).lines, (Lines{"Let it film?", "Camera"}));
+TEST_F(PromptJudgeTest, ShowsWhetherBoxesAreOnAndWhatMenusAreSetTo) {
+  show({"Let it film?", "Camera", "Tell me"}, {"Allow", "Deny"});
+  reading.texts.options = {{PromptText::asItStands("Remember this decision"), BoxState::on},
+                           {PromptText::asItStands("Tell me"), BoxState::off},
+                           {PromptText::asItStands("All of these"), BoxState::mixed},
+                           {PromptText::asItStands("Which"), std::nullopt, true, "Front"},
+                           {PromptText::asItStands(""), BoxState::on},
+                           {PromptText::asItStands("Details"), BoxState::off}};
+  EXPECT_EQ(judged().options, (Lines{"☑ Remember this decision", "☐ Tell me", "◪ All of these", "▾ Which: Front"}));
+  EXPECT_EQ(judged().lines, (Lines{"Let it film?", "Camera"})) << "nothing is said twice";
+  EXPECT_EQ(judged().directAccessReason, std::nullopt);
+  EXPECT_EQ(judged(kNone).lines, (Lines{"Let it film?", "Camera", "Tell me"}));
+  EXPECT_EQ(judged(kNone).options, Lines{});
+}
+
+TEST_F(PromptJudgeTest, CanOnlyBeDeniedWhereAMenuDoesNotSayWhatItIsSetTo) {
+  show({"Let it film?"}, {"Allow", "Deny"});
+  reading.texts.options = {{PromptText::asItStands("Camera"), std::nullopt, true}};
+  EXPECT_EQ(judged().directAccessReason, toBeFilledInReason());
+}
+
+TEST_F(PromptJudgeTest, TakesPercentagesForProgressOnlyWhereNothingIsAsked) {
+  const PromptJudge judge{linuxPromptSupplement()};
+  const auto showLines = [&](const Lines& lines) {
+    reading.texts = {};
+    reading.buttons.clear();
+    show(lines, {"Go on", "Cancel"});
+  };
+  showLines({"Copied 10 %"});
+  EXPECT_FALSE(judge.mayShowProgress(reading));
+  reading.evidence.structure.progressBars = 1;
+  EXPECT_TRUE(judge.mayShowProgress(reading));
+  for (const std::string question : {"Do you really want to transfer?", "本当に？", "هل تريد؟", "Σίγουρα\u037E"}) {
+    showLines({"Share: 10 %", question});
+    EXPECT_FALSE(judge.mayShowProgress(reading)) << question;
+  }
+  showLines({"Share: 10 %", "Do you really want to transfer it"});
+  EXPECT_FALSE(judge.mayShowProgress(reading)) << "a question by its words";
+  showLines({"Share: 10 %", "Wirklich senden"});
+  EXPECT_TRUE(judge.mayShowProgress(reading));
+  reading.texts.lines[1].judged += " Are you sure";
+  EXPECT_FALSE(judge.mayShowProgress(reading)) << "by its English meaning";
 }
 
 TEST_F(PromptJudgeTest, TellsTheHazardOfABoxOfALabelAndOfAnEnglishMeaning) {
   const PromptJudge judge{linuxPromptSupplement()};
   show({"Let it film?"}, {"Allow", "Deny"});
   EXPECT_EQ(judge.hazard(reading), std::nullopt);
-  reading.texts.options = {{PromptText::asItStands("Immer erlauben"), true}};
+  reading.texts.options = {{PromptText::asItStands("Immer erlauben"), BoxState::on}};
   EXPECT_EQ(judge.hazard(reading), std::nullopt);
   reading.texts.options[0].title.judged += " Always allow";
   ASSERT_TRUE(judge.hazard(reading));

@@ -21,30 +21,33 @@ namespace {
 
 constexpr std::string_view kUnnamedSecret = "Password";
 
-struct TextLine {
-  std::string text;
+template <class Content>
+struct Placed {
+  Content content;
   std::optional<Rect> frame;
 };
 
-// A line with a place, and the ones without that follow it.
-struct TextBlock {
-  std::optional<Rect> frame;  // Absent only for what comes before every line with a place.
-  std::vector<std::string> lines;
+// Something with a place, and what is without and follows it.
+template <class Content>
+struct Block {
+  std::optional<Rect> frame;  // Absent only for what comes before everything with a place.
+  std::vector<Content> contents;
 };
 
-std::vector<std::string> inReadingOrder(std::vector<TextLine> lines) {
-  std::vector<TextBlock> blocks;
-  for (auto& line : lines) {
-    if (line.frame || blocks.empty()) blocks.push_back({line.frame, {}});
-    blocks.back().lines.push_back(std::move(line.text));
+template <class Content>
+std::vector<Content> inReadingOrder(std::vector<Placed<Content>> all) {
+  std::vector<Block<Content>> blocks;
+  for (auto& each : all) {
+    if (each.frame || blocks.empty()) blocks.push_back({each.frame, {}});
+    blocks.back().contents.push_back(std::move(each.content));
   }
-  const auto place = [](const TextBlock& block) { return std::pair{block.frame->y, block.frame->x}; };
-  std::stable_sort(blocks.begin(), blocks.end(), [&](const TextBlock& a, const TextBlock& b) {
+  const auto place = [](const auto& block) { return std::pair{block.frame->y, block.frame->x}; };
+  std::stable_sort(blocks.begin(), blocks.end(), [&](const auto& a, const auto& b) {
     if (!a.frame || !b.frame) return !a.frame && b.frame.has_value();
     return place(a) < place(b);
   });
-  std::vector<std::string> ordered;
-  for (auto& block : blocks) std::move(block.lines.begin(), block.lines.end(), std::back_inserter(ordered));
+  std::vector<Content> ordered;
+  for (auto& block : blocks) std::move(block.contents.begin(), block.contents.end(), std::back_inserter(ordered));
   return ordered;
 }
 
@@ -57,16 +60,16 @@ std::vector<std::string> distinctLines(std::vector<std::string> lines, const std
   return lines;
 }
 
-bool isOption(std::string_view role) {
-  return role == ax::kCheckBoxRole || role == ax::kRadioButtonRole || role == ax::kComboBoxRole;
+// Null: elements of that role are no boxes or menus.
+int* optionCounterOf(WindowStructure& parts, std::string_view role) {
+  if (role == ax::kCheckBoxRole) return &parts.checkBoxes;
+  if (role == ax::kRadioButtonRole) return &parts.radioButtons;
+  return role == ax::kComboBoxRole ? &parts.comboBoxes : nullptr;
 }
 
-// Absent: it is neither on nor off, or does not say.
-std::optional<bool> isOn(AXAttributeReader& reader, const AXUIElement& option) {
-  if (AXHelpers::role(reader, option) == ax::kComboBoxRole) return std::nullopt;
-  const auto state = reader.copyAttributeValue(option, ax::kValue);
-  const auto* const number = state.hasValue() ? std::get_if<std::int64_t>(&state.value()) : nullptr;
-  return number ? std::optional(*number != 0) : std::nullopt;
+bool isOption(std::string_view role) {
+  WindowStructure parts;
+  return optionCounterOf(parts, role) != nullptr;
 }
 
 bool isNavigationChrome(std::string_view role) {
@@ -139,15 +142,13 @@ class ContentWalk {
     }
     if (role == ax::kStaticTextRole && AXHelpers::subrole(reader, element) == ax::kTextAreaSubrole) ++parts.documents;
     if (role == ax::kBrowserRole) parts.isChooser = true;
-    if (isOption(role) && reading.options.size() < PromptReader::kMostOptions) reading.options.push_back(element);
+    if (isOption(role)) reading.options.push_back(element);
     if (int* const counter = counterOf(parts, role)) ++*counter;
   }
 
   // Null: elements of that role are not counted.
   static int* counterOf(WindowStructure& parts, std::string_view role) {
-    if (role == ax::kCheckBoxRole) return &parts.checkBoxes;
-    if (role == ax::kRadioButtonRole) return &parts.radioButtons;
-    if (role == ax::kComboBoxRole) return &parts.comboBoxes;
+    if (int* const counter = optionCounterOf(parts, role)) return counter;
     if (role == ax::kSliderRole || role == ax::kIncrementorRole) return &parts.adjusters;
     if (role == ax::kListRole || role == ax::kTableRole || role == ax::kOutlineRole) return &parts.lists;
     if (role == ax::kProgressIndicatorRole) return &parts.progressBars;
@@ -165,8 +166,37 @@ class ContentWalk {
   AXAttributeReader& reader;
   PromptReading& reading;
   TextReader texts{reader, reading};
-  std::vector<TextLine> lines;
+  std::vector<Placed<std::string>> lines;
 };
+
+// Absent: it does not say.
+std::optional<BoxState> boxState(AXAttributeReader& reader, const AXUIElement& box, PromptReading& reading) {
+  const auto state = reader.copyAttributeValue(box, ax::kValue);
+  if (!state.hasValue()) {
+    const bool saysNothing =
+        state.error() == platform::AXError::noValue || state.error() == platform::AXError::attributeUnsupported;
+    if (!saysNothing) reading.hasUnreadableText = true;
+    return std::nullopt;
+  }
+  const auto* const number = std::get_if<std::int64_t>(&state.value());
+  if (!number) return std::nullopt;
+  if (*number == 0) return BoxState::off;
+  return *number == 1 ? BoxState::on : BoxState::mixed;
+}
+
+PromptOption optionOf(AXAttributeReader& reader, const AXUIElement& element, PromptReading& reading) {
+  TextReader texts{reader, reading};
+  auto title = texts.text(element, ax::kTitle).value_or("");
+  if (text::trimmed(title).empty()) title = texts.text(element, ax::kDescription).value_or("");
+  PromptOption option{.title = PromptText::asItStands(std::string(text::trimmed(title))), .box = std::nullopt};
+  option.isMenu = texts.role(element) == ax::kComboBoxRole;
+  if (option.isMenu) {
+    option.setting = text::trimmed(texts.text(element, ax::kValue).value_or(""));
+  } else {
+    option.box = boxState(reader, element, reading);
+  }
+  return option;
+}
 
 std::string titleOf(TextReader& texts, const AXUIElement& content, const AXUIElement& window) {
   auto title = texts.text(content, ax::kTitle);
@@ -265,22 +295,24 @@ void PromptReader::readBeyond(AXAttributeReader& reader, PromptReading& reading,
   const auto descendants = AXHelpers::descendants(reader, reading.content, kTellingLimit);
   for (std::size_t i = static_cast<std::size_t>(std::max(descendantLimit, 0)); i < descendants.elements.size(); ++i) {
     const auto& element = descendants.elements[i];
-    if (auto shown = texts.shown(element, texts.role(element))) {
+    const std::string role = texts.role(element);
+    if (auto shown = texts.shown(element, role)) {
       reading.texts.beyond.push_back(PromptText::asItStands(*std::move(shown)));
+    }
+    if (int* const counter = optionCounterOf(reading.evidence.structure, role)) {
+      ++*counter;
+      reading.options.push_back(element);
     }
   }
   if (!descendants.isComplete) reading.hasUnreadableText = true;
 }
 
 void PromptReader::readOptions(AXAttributeReader& reader, PromptReading& reading) {
-  TextReader texts{reader, reading};
-  for (const auto& option : reading.options) {
-    auto title = texts.text(option, ax::kTitle).value_or("");
-    if (text::trimmed(title).empty()) title = texts.text(option, ax::kDescription).value_or("");
-    const auto said = text::trimmed(title);
-    if (said.empty()) continue;
-    reading.texts.options.push_back({PromptText::asItStands(std::string(said)), isOn(reader, option)});
+  std::vector<Placed<PromptOption>> options;
+  for (const auto& element : reading.options) {
+    options.push_back({optionOf(reader, element, reading), AXHelpers::frame(reader, element)});
   }
+  reading.texts.options = inReadingOrder(std::move(options));
 }
 
 }  // namespace quillard

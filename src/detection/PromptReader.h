@@ -27,8 +27,8 @@ struct PromptReading {
   bool hasUnreadableText = false;
   // More than the limit of elements: what lies beyond is in none of the above.
   bool isCutOff = false;
-  // The check boxes, radio buttons and menus among the elements, in the walk's order; at most `kMostOptions`. Their
-  // titles are read only where `readOptions` is asked to.
+  // The check boxes, radio buttons and menus among the elements, in the walk's order. What they say is read only where
+  // `readOptions` is asked to.
   std::vector<platform::AXUIElement> options{};
 };
 
@@ -45,9 +45,6 @@ inline constexpr int kContentSearchLimit = 40;
 // How many descendants of a prompt are read for what tells that it asks for a secret. A binding may hand over that many
 // children of one element and no more, so that a higher limit would take some for all.
 inline constexpr int kTellingLimit = 120;
-
-// As many boxes and menus of a prompt are told; a form has more.
-inline constexpr std::size_t kMostOptions = 12;
 
 // Whether the element is one that holds a dialog: a sheet, a dialog by its subrole, or modal.
 [[nodiscard]] bool isDialogContainer(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
@@ -76,13 +73,14 @@ inline constexpr std::size_t kMostOptions = 12;
                                        int descendantLimit);
 
 // Reads on in a prompt that was cut off, up to `kTellingLimit`, for nothing but whether it may be approved from afar:
-// the texts that lie beyond what was read, in the order of the walk, which become `texts.beyond`. Sets
+// the texts that lie beyond what was read, in the order of the walk, which become `texts.beyond`; and the boxes and
+// menus there, which are added to the others and counted. Sets
 // `hasSecureTextField` and `hasUnreadableText` where they belong, the latter also when there is even more. Nothing of a
 // reading that was not cut off.
 void readBeyond(platform::AXAttributeReader& reader, PromptReading& reading, int descendantLimit);
 
-// The titles of boxes and menus (else their descriptions) become `texts.options`. One without a title is left out. A
-// title that cannot be read sets `hasUnreadableText`.
+// The boxes and menus become `texts.options`: their titles (else their descriptions) and states, in reading order, as
+// lines. A title or state that cannot be read sets `hasUnreadableText`.
 void readOptions(platform::AXAttributeReader& reader, PromptReading& reading);
 
 }  // namespace PromptReader

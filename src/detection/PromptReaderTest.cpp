@@ -312,29 +312,36 @@ TEST_F(PromptReaderTest, AnOrdinaryPromptHasNoUnreadableText) {
   EXPECT_TRUE(copy.texts.beyond.empty());
 }
 
-TEST_F(PromptReaderTest, ReadsTheTitlesOfBoxesAndMenusWhereItIsAskedTo) {
-  const auto box = [](const std::string& title, std::int64_t value) {
-    return ElementSpec{.role = "AXCheckBox", .title = title, .value = platform::AXValue{value}};
+TEST_F(PromptReaderTest, ReadsBoxesAndMenusInReadingOrderWhereItIsAskedTo) {
+  double y = 0;
+  const auto box = [&](const std::string& title, std::int64_t value) {
+    return ElementSpec{
+        .role = "AXCheckBox", .title = title, .value = platform::AXValue{value}, .frame = Rect{9, y += 30, 80, 20}};
   };
+  const auto always = box("Always", 1);
   auto described = box("", 0);
   described.attributes[std::string(platform::ax::kDescription)] = platform::AXValue{std::string("Described")};
   const auto dialog = window({text("Shown."),
-                              box("Always", 1),
+                              always,
                               described,
-                              {.role = "AXCheckBox"},
-                              {.role = "AXComboBox", .title = " For how long? "},
+                              box("In part", 2),
+                              {.role = "AXCheckBox", .frame = Rect{9, 200, 80, 20}},
+                              {.role = "AXComboBox",
+                               .title = " For how long? ",
+                               .value = platform::AXValue{std::string("A day")},
+                               .frame = Rect{9, 230, 80, 20}},
                               button("OK")});
   auto reading = read(dialog);
-  EXPECT_EQ(reading.options.size(), 4U);
+  EXPECT_EQ(reading.options.size(), 5U);
   EXPECT_TRUE(reading.texts.options.empty());
   const auto scope = world.accessibility().beginReadScope();
   PromptReader::readOptions(*scope, reading);
-  auto options = reading.texts.options;
-  std::sort(options.begin(), options.end(), [](const auto& a, const auto& b) { return a.title.shown < b.title.shown; });
-  const std::vector<PromptOption> expected{{PromptText::asItStands("Always"), true},
-                                           {PromptText::asItStands("Described"), false},
-                                           {PromptText::asItStands("For how long?"), std::nullopt}};
-  EXPECT_EQ(options, expected);
+  const std::vector<PromptOption> expected{{PromptText::asItStands("Always"), BoxState::on},
+                                           {PromptText::asItStands("Described"), BoxState::off},
+                                           {PromptText::asItStands("In part"), BoxState::mixed},
+                                           {PromptText::asItStands(""), std::nullopt},
+                                           {PromptText::asItStands("For how long?"), std::nullopt, true, "A day"}};
+  EXPECT_EQ(reading.texts.options, expected);
   EXPECT_EQ(reading.evidence.messageLines, Lines{"Shown."});
 }
 
@@ -346,9 +353,20 @@ TEST_F(PromptReaderTest, NotesThatTheTitleOfABoxCouldNotBeRead) {
   EXPECT_TRUE(reading.hasUnreadableText);
 }
 
-TEST_F(PromptReaderTest, ReadsNoMoreBoxesThanAPromptHas) {
+TEST_F(PromptReaderTest, NotesThatTheStateOfABoxCouldNotBeRead) {
+  const auto dialog = window({text("Shown."), button("OK")});
+  const auto box = desktop().addChild(dialog, {.role = "AXCheckBox", .title = "Always"});
+  desktop().setAttributeError(box, ax::kValue, platform::AXError::cannotComplete);
+  auto reading = read(dialog);
+  EXPECT_FALSE(reading.hasUnreadableText);
+  const auto scope = world.accessibility().beginReadScope();
+  PromptReader::readOptions(*scope, reading);
+  EXPECT_TRUE(reading.hasUnreadableText);
+}
+
+TEST_F(PromptReaderTest, ReadsAllBoxes) {
   std::vector<ElementSpec> children(40, {.role = "AXRadioButton", .title = "One"});
-  EXPECT_EQ(read(window(std::move(children))).options.size(), PromptReader::kMostOptions);
+  EXPECT_EQ(read(window(std::move(children))).options.size(), 40U);
 }
 
 TEST_F(PromptReaderTest, ElementsThatCannotBeListedMayHideAText) {
@@ -384,6 +402,15 @@ TEST_F(LongPromptTest, IsReadFurtherForWhatTells) {
   EXPECT_FALSE(secret.hasUnreadableText);
   EXPECT_TRUE(readWith(text("Broken\xFF"), 90).hasUnreadableText);
   EXPECT_EQ(secret.evidence.messageLines, Lines{"Shown."}) << "what is shown stays as it was";
+}
+
+TEST_F(LongPromptTest, IsReadFurtherForBoxesAndMenus) {
+  for (const auto* const role : {"AXCheckBox", "AXRadioButton", "AXComboBox"}) {
+    const auto reading = readWith({.role = role, .title = "Always"}, 90);
+    EXPECT_EQ(reading.options.size(), 1U) << role;
+    const auto& parts = reading.evidence.structure;
+    EXPECT_EQ(parts.checkBoxes + parts.radioButtons + parts.comboBoxes, 1) << role;
+  }
 }
 
 TEST_F(LongPromptTest, IsUnreadableBeyondEvenThat) {

@@ -21,10 +21,14 @@ struct PromptText {
   bool operator==(const PromptText&) const = default;
 };
 
-// The title of a check box, a radio button or a menu, which changes what the buttons do: "Remember this decision".
+enum class BoxState { off, on, mixed };
+
+// A check box, a radio button or a menu, which changes what the buttons do: "Remember this decision".
 struct PromptOption {
-  PromptText title;
-  std::optional<bool> isOn;  // Absent: it is neither on nor off, or does not say.
+  PromptText title;             // May be empty.
+  std::optional<BoxState> box;  // Absent: it is a menu, or a box that does not say.
+  bool isMenu = false;
+  std::string setting{};  // Of a menu: what it is set to, as shown. Empty: it does not say.
 
   bool operator==(const PromptOption&) const = default;
 };
@@ -37,7 +41,7 @@ struct PromptTexts {
   // Texts that are not shown, since there are too many elements before them: whether they ask for a secret
   // counts, and whether their meaning is known.
   std::vector<PromptText> beyond;
-  // Of a prompt, where windows are judged by what they are made of; else empty.
+  // Of a prompt, where windows are judged by what they are made of, in reading order; else empty.
   std::vector<PromptOption> options;
   // False: what some of these mean is not known as a whole. More may be known later, or more is there than is taken.
   bool isWholeMeaning = true;

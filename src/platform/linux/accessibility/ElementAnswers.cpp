@@ -358,6 +358,7 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
 AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
   const auto role = roleOf(node);
   if (role == ax::kCheckBoxRole || role == ax::kRadioButtonRole) {
+    if (node.record.is(State::indeterminate)) return AXValue{std::int64_t{2}};  // Neither on nor off.
     return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
   }
   if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;

@@ -231,6 +231,23 @@ TEST(FakePrograms, ObjectsOfOtherProgramsAreNoPartOfAWindow) {
   EXPECT_TRUE(other->asked().empty());
 }
 
+TEST(FakePrograms, SayWhetherABoxIsOnOffOrNeither) {
+  World world;
+  world.program->set("/window", object(Role::dialog, "Permission", {"/box"}));
+  const auto value = [&](std::uint64_t states) {
+    auto box = object(Role::checkBox, "All");
+    box.states |= states;
+    world.program->set("/box", box);
+    const auto scope = world.accessibility.beginReadScope();
+    const auto elements = AXHelpers::deeplyNestedChildren(*scope, *world.window(), 80);
+    return scope->copyAttributeValue(elements.at(0), ax::kValue).value();
+  };
+  EXPECT_EQ(value(0), platform::AXValue{std::int64_t{0}});
+  EXPECT_EQ(value(bit(State::checked)), platform::AXValue{std::int64_t{1}});
+  EXPECT_EQ(value(bit(State::indeterminate)), platform::AXValue{std::int64_t{2}});
+  EXPECT_EQ(value(bit(State::indeterminate) | bit(State::checked)), platform::AXValue{std::int64_t{2}});
+}
+
 TEST(FakePrograms, OfAContainerWithThousandsOfChildrenOnlyTheLastAreAskedFor) {
   World world;
   std::vector<std::string> rows;

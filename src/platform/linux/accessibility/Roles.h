@@ -68,6 +68,7 @@ enum class State : unsigned {
   modal = 16,
   sensitive = 24,
   showing = 25,
+  indeterminate = 32,
   isDefault = 39,
 };
 

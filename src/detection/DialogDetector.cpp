@@ -76,12 +76,19 @@ DialogDetector::DialogDetector(std::int32_t ownProcessIdentifier, const Approval
       dependencies(dependencies),
       judge(this->dependencies.supplement),
       foreignTexts(dependencies.translations, this->dependencies.supplement),
-      search({.accessibility = dependencies.accessibility,
-              .workspace = dependencies.workspace,
-              .windowList = dependencies.windowList,
-              .descendantsPerWindow = kApprovalDescendantLimit,
-              .windowsIn = [this](AXReadScope& scope) { return windowsIn(scope); },
-              .read = [this](AXReadScope& scope, const WindowSource& source) { return contentOf(scope, source); }}) {}
+      search(searchWith(ForeignTexts::Lookup::full)),
+      quickSearch(searchWith(ForeignTexts::Lookup::fromMemory)) {}
+
+PromptSearch DialogDetector::searchWith(ForeignTexts::Lookup lookup) {
+  return PromptSearch{
+      {.accessibility = dependencies.accessibility,
+       .workspace = dependencies.workspace,
+       .windowList = dependencies.windowList,
+       .descendantsPerWindow = kApprovalDescendantLimit,
+       .windowsIn = [this](AXReadScope& scope) { return windowsIn(scope); },
+       .read = [this, lookup](AXReadScope& scope,
+                              const WindowSource& source) { return contentOf(scope, source, lookup); }}};
+}
 
 bool DialogDetector::isPermissionDenied() const {
   return dependencies.accessibility.isProcessTrusted() == platform::ProcessTrust::denied;
@@ -122,7 +129,7 @@ std::vector<PromptCandidate> DialogDetector::visibleCandidates(AXReadScope& scop
   std::unordered_map<std::string, std::optional<Uuid>> firstOfSignature;
   std::unordered_set<std::int32_t> blocked;  // Processes of which a dialog blocks the others.
   for (const auto& source : sources) {
-    auto content = contentOf(scope, source);
+    auto content = contentOf(scope, source, ForeignTexts::Lookup::full);
     if (!content.prompt && !content.isLookedUp) notLookedUp.push_back(source.processIdentifier);
     const auto id = content.prompt ? std::optional{content.prompt->approval.id} : std::nullopt;
     const auto first = firstOfSignature.try_emplace(windows.windowSignature(source), id).first->second;
@@ -193,16 +200,16 @@ WindowSources DialogDetector::windowsIn(AXReadScope& scope) {
           dependencies.workspace, dependencies.windowList,  scope};
 }
 
-WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& source) {
+WindowContent DialogDetector::contentOf(AXReadScope& scope, const WindowSource& source, ForeignTexts::Lookup lookup) {
   if (source.processIdentifier == ownProcessIdentifier) return {};
   auto reading = PromptReader::readPrompt(scope, source, kApprovalDescendantLimit);
-  const bool isLookedUp = foreignTexts.judge(source.processIdentifier, reading);
+  const bool isLookedUp = foreignTexts.judge(source.processIdentifier, reading, lookup);
   WindowContent content{
       .prompt = std::nullopt, .isWhole = !reading.hasUnreadableText && isLookedUp, .isLookedUp = isLookedUp};
   if (!scope.missedTimeout(source.window) && judge.classify(source, reading).accepted) {
     PromptReader::readBeyond(scope, reading, kApprovalDescendantLimit);
     judge.readOptions(scope, reading);
-    foreignTexts.judgeBeyond(source.processIdentifier, reading);
+    foreignTexts.judgeBeyond(source.processIdentifier, reading, lookup);
     content.prompt = PromptCandidate{.content = reading.content,
                                      .approval = approvalOf(source, reading, judge.judge(reading)),
                                      .blocksOthers = judge.blocksOthers(reading)};
@@ -246,7 +253,7 @@ PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { ret
 
 std::optional<ResolvedDialogButton> DialogDetector::resolveCurrentButton(const PendingApproval& approval,
                                                                          const std::string& buttonLabel) {
-  return search.resolve(approval, buttonLabel).button;
+  return quickSearch.resolve(approval, buttonLabel).button;
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval, const PromptWindow& window) {
@@ -254,7 +261,7 @@ PromptPresence DialogDetector::presenceOf(const PendingApproval& approval, const
 }
 
 PromptResolution DialogDetector::resolve(const PendingApproval& approval, const std::string& buttonLabel) {
-  return search.resolve(approval, buttonLabel);
+  return quickSearch.resolve(approval, buttonLabel);
 }
 
 }  // namespace quillard

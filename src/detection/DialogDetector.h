@@ -108,7 +108,9 @@ class DialogDetector {
   [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
                                            const JudgedPrompt& judged);
   void confirm(ScanOutcome& outcome);
-  [[nodiscard]] WindowContent contentOf(platform::AXReadScope& scope, const WindowSource& source);
+  [[nodiscard]] WindowContent contentOf(platform::AXReadScope& scope, const WindowSource& source,
+                                        ForeignTexts::Lookup lookup);
+  [[nodiscard]] PromptSearch searchWith(ForeignTexts::Lookup lookup);
   void printDiagnostics(const std::vector<WindowSource>& sources);
 
   const std::int32_t ownProcessIdentifier;
@@ -119,6 +121,9 @@ class DialogDetector {
   const PromptJudge judge;
   const ForeignTexts foreignTexts;
   const PromptSearch search;  // Reads as the scan does.
+  // The same, but that what texts mean is taken from what is known: a press resolves its button on the main thread. A
+  // scan has looked them up before.
+  const PromptSearch quickSearch;
 };
 
 }  // namespace quillard

@@ -42,12 +42,12 @@ void ForeignTexts::judgeLabel(PromptText& label, const std::vector<platform::Sou
   label.alsoMeans = std::move(judged.alsoMeans);
 }
 
-bool ForeignTexts::judge(std::int32_t processIdentifier, PromptReading& reading) const {
+bool ForeignTexts::judge(std::int32_t processIdentifier, PromptReading& reading, Lookup lookup) const {
   if (!isToBeAsked(reading)) return true;
   auto& [title, lines, labels, beyond, options, isWholeMeaning] = reading.texts;
   auto allLines = shownTexts(lines);
   allLines.insert(allLines.begin(), title.shown);
-  const auto texts = translations->sourceTexts({processIdentifier, shownTexts(labels), allLines});
+  const auto texts = translations->sourceTexts({processIdentifier, shownTexts(labels), allLines, lookup});
   if (!texts) return true;
   isWholeMeaning = isWhole(*texts);
   for (std::size_t i = 0; i < labels.size(); ++i) {
@@ -60,7 +60,7 @@ bool ForeignTexts::judge(std::int32_t processIdentifier, PromptReading& reading)
   return texts->isComplete;
 }
 
-void ForeignTexts::judgeBeyond(std::int32_t processIdentifier, PromptReading& reading) const {
+void ForeignTexts::judgeBeyond(std::int32_t processIdentifier, PromptReading& reading, Lookup lookup) const {
   auto& [title, lines, labels, beyond, options, isWholeMeaning] = reading.texts;
   std::vector<PromptText*> asked;
   for (auto& text : beyond) asked.push_back(&text);
@@ -70,7 +70,7 @@ void ForeignTexts::judgeBeyond(std::int32_t processIdentifier, PromptReading& re
     }
   }
   if (!translations || asked.empty()) return;
-  platform::TranslationRequest request{.processIdentifier = processIdentifier};
+  platform::TranslationRequest request{.processIdentifier = processIdentifier, .lookup = lookup};
   for (const auto* const text : asked) request.lines.push_back(text->shown);
   const auto texts = translations->sourceTexts(request);
   if (!texts) return;

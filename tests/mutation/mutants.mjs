@@ -38,7 +38,7 @@ export const mutants = [
   { name: "an application that does not answer was read", file: "src/detection/DialogDetector.cpp", from: "  outcome.unreadProcesses = windows.unreadProcesses();\n", to: "", ...detection },
   { name: "every percentage runs", file: "src/approvals/LiveText.cpp", from: "progress == Progress::shown && !text::holdsQuestion(text);", to: "progress == Progress::shown || progress == Progress::absent;", ...detection },
   { name: "a meaning that is not known as a whole is safe", file: "src/detection/ForeignTexts.cpp", from: "label.mayBeSafe = isWhole && judged.isSafeDismissal;", to: "label.mayBeSafe = (isWhole || !isWhole) && judged.isSafeDismissal;", ...detection },
-  { name: "boxes are no part of a prompt", file: "src/detection/PromptJudge.cpp", from: "if (!option.isOn || meaning", to: "if (option.isOn || meaning", ...detection },
+  { name: "boxes are no part of a prompt", file: "src/detection/PromptJudge.cpp", from: "if (!line.empty() && meaning", to: "if (line.empty() && meaning", ...detection },
   { name: "unreadable text is safe", file: "src/detection/PromptJudge.cpp", from: "if (reading.hasUnreadableText || !texts.isWholeMeaning) return unreadableTextReason();", to: "", ...detection },
 
   // ---- The store.

@@ -18,11 +18,17 @@ struct SourceText {
   bool operator==(const SourceText&) const = default;
 };
 
+// How much a request may do. `fromMemory`: what was found before for these texts, without reading catalogues or waiting
+// for a program, for a thread that must stay responsive. What was not looked up yet is unknown
+// (`SourceTexts::isComplete`).
+enum class TranslationLookup { full, fromMemory };
+
 // What is asked of one program. Texts are as shown.
 struct TranslationRequest {
   std::int32_t processIdentifier = 0;
   std::vector<std::string> labels;  // Of buttons: looked up as a whole.
   std::vector<std::string> lines;   // Other texts: also line by line, and as messages with something put in.
+  TranslationLookup lookup = TranslationLookup::full;
 
   bool operator==(const TranslationRequest&) const = default;
 };
@@ -49,7 +55,7 @@ struct SourceTexts {
 //
 // Any thread, several at a time. May read files of some megabytes, and ask a program once: milliseconds, and longer for
 // a program that does not answer. What a request may cost is bounded, and none waits for the work of another. Not for
-// every scan, and not for a thread that must stay responsive.
+// every scan, and only from memory on a thread that must stay responsive.
 class Translations {
  public:
   Translations() = default;

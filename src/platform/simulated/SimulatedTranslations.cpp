@@ -21,11 +21,23 @@ std::vector<SourceText> SimulatedTranslations::answer(std::int32_t processIdenti
   return found;
 }
 
+bool SimulatedTranslations::isLookedUp(const TranslationRequest& request) {
+  bool isAll = true;
+  for (const auto* const texts : {&request.labels, &request.lines}) {
+    for (const auto& text : *texts) {
+      const std::pair key{request.processIdentifier, text};
+      if (request.lookup == TranslationLookup::full) lookedUp.insert(key);
+      if (!lookedUp.contains(key)) isAll = false;
+    }
+  }
+  return isAll;
+}
+
 std::optional<SourceTexts> SimulatedTranslations::sourceTexts(const TranslationRequest& request) {
   received.push_back(request);
   if (taught.empty() && isWhole) return std::nullopt;
   SourceTexts texts;
-  texts.isComplete = isWhole;
+  texts.isComplete = isLookedUp(request) && isWhole;
   texts.isCutOff = isCutOff;
   for (const auto& label : request.labels) {
     texts.labels.push_back(answer(request.processIdentifier, label));

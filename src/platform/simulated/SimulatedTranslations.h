@@ -34,6 +34,8 @@ class SimulatedTranslations final : public Translations {
   [[nodiscard]] std::optional<SourceTexts> sourceTexts(const TranslationRequest& request) override;
 
  private:
+  // Whether all its texts were looked up before; takes them down unless it is from memory.
+  [[nodiscard]] bool isLookedUp(const TranslationRequest& request);
   [[nodiscard]] std::vector<SourceText> answer(std::int32_t processIdentifier, const std::string& shown) const;
 
   using Taught = std::multimap<std::string, SourceText>;
@@ -42,6 +44,7 @@ class SimulatedTranslations final : public Translations {
   bool isCutOff = false;
   std::set<std::string> cutOffTexts;
   std::vector<TranslationRequest> received;
+  std::set<std::pair<std::int32_t, std::string>> lookedUp;  // Texts of processes, but from memory.
 };
 
 }  // namespace quillard::platform::simulated

@@ -83,6 +83,23 @@ TEST_P(TranslationsContract, NoTextIsLeftOutForItsPlaceWithoutSayingSo) {
   EXPECT_FALSE(few->isCutOff);
 }
 
+TEST_P(TranslationsContract, FromMemoryOnlyWhatWasLookedUpIsKnown) {
+  const auto process =
+      binding->processTranslating({{"Cancel", "Abbrechen"}, {"Ends in %d seconds", "Noch %d Sekunden"}});
+  platform::TranslationRequest request{process, {"Abbrechen"}, {"Noch 9 Sekunden"}};
+  request.lookup = platform::TranslationLookup::fromMemory;
+  const auto before = ask(request);
+  if (!before) return;
+  EXPECT_FALSE(before->isComplete);
+  request.lookup = platform::TranslationLookup::full;
+  const auto full = ask(request);
+  EXPECT_TRUE(full->isComplete);
+  request.lookup = platform::TranslationLookup::fromMemory;
+  EXPECT_EQ(ask(request), full);
+  request.lines.emplace_back("Ein Satz.");
+  EXPECT_FALSE(ask(request)->isComplete);
+}
+
 TEST_P(TranslationsContract, ARequestWithoutTextsHasAnAnswerWithoutLists) {
   const auto process = binding->processTranslating({{"Cancel", "Abbrechen"}});
   const auto texts = ask({process, {}, {}});

@@ -139,6 +139,18 @@ std::string comparable(std::string_view text) {
   return out;
 }
 
+std::string withoutNumbers(std::string_view comparable) {
+  std::string out;
+  bool isInNumber = false;
+  for (const char c : comparable) {
+    const bool isDigit = c >= '0' && c <= '9';
+    if (!isDigit) out += c;
+    if (isDigit && !isInNumber) out += '0';
+    isInNumber = isDigit;
+  }
+  return out;
+}
+
 std::string plainSource(std::string_view source) {
   std::string out;
   Writer(source, out).write();

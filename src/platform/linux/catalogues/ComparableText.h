@@ -13,6 +13,9 @@ namespace quillard::catalogues {
 // The same into `out`, whose memory is used again.
 void makeComparable(std::string_view text, std::string& out);
 
+// A comparable text with one number in place of each other one, so that a line that counts is looked up once.
+[[nodiscard]] std::string withoutNumbers(std::string_view comparable);
+
 // A source text as it is judged: the same, but that an ellipsis and placeholders stay.
 [[nodiscard]] std::string plainSource(std::string_view source);
 

@@ -27,6 +27,14 @@ constexpr std::size_t kMostSilent = 1024;     // Of processes that did not answe
 constexpr std::chrono::seconds kSilence{10};  // After which a program that did not answer is asked again.
 constexpr std::size_t kMostBytesOfProcess = 256 * std::size_t{1024};  // Of meanings.
 
+// Numbers and signs alone mean nothing, and are in every catalogue.
+bool mayBeTranslated(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte >= 0x80;
+  });
+}
+
 // The texts of a request as they are looked up. A text of several lines is looked up as a whole and line by line.
 class Wanted {
  public:
@@ -69,6 +77,7 @@ class Wanted {
       return;
     }
     WantedText text{comparable(shown), isLine};
+    if (isLine) text.text = mayBeTranslated(text.text) ? withoutNumbers(text.text) : "";
     if (text.text.empty()) return;
     const auto known = std::find(wanted.begin(), wanted.end(), text);
     if (known == wanted.end() && wanted.size() >= kMostTexts) {
@@ -124,11 +133,13 @@ std::optional<SourceTexts> LinuxTranslations::sourceTexts(const TranslationReque
     return nothing;
   }
   bool isMapped = false;
-  Order order{wanted.texts(), budgetOf(request.processIdentifier, *startTime)};
+  const bool isFromMemory = request.lookup == platform::TranslationLookup::fromMemory;
+  const auto budget = isFromMemory ? WorkBudget(0, options.work) : budgetOf(request.processIdentifier, *startTime);
+  Order order{wanted.texts(), budget};
   auto found = findMapped(process, order, isMapped);
   if (!isMapped && found.isComplete) {
     bool isAnswered = false;
-    const auto language = languageOf(process, request.processIdentifier, *startTime, isAnswered);
+    const auto language = languageOf(process, request, *startTime, isAnswered);
     auto likely = findLikely(process, language, order);
     if (found.isAllCutOff) likely.cutOffAll();
     found = std::move(likely);
@@ -231,12 +242,12 @@ void LinuxTranslations::charge(std::int32_t processIdentifier, std::uint64_t sta
 }
 
 std::optional<ProgramLanguage> LinuxTranslations::reportedLanguage(std::int32_t processIdentifier,
-                                                                   std::uint64_t startTime) {
+                                                                   std::uint64_t startTime, bool mayWait) {
   const auto now = options.now ? std::optional(options.now()) : std::nullopt;
   {
     const MutexLock lock(mutex);
     const auto& process = known(processIdentifier, startTime);
-    if (process.language) return process.language;
+    if (process.language || !mayWait) return process.language;
     if (now && !mayAsk(processIdentifier, startTime, *now)) return std::nullopt;
   }
   auto language = options.languageOf ? options.languageOf(processIdentifier) : ProgramLanguage{};
@@ -251,9 +262,10 @@ bool LinuxTranslations::mayAsk(std::int32_t processIdentifier, std::uint64_t sta
   return silentSince.size() < kMostSilent && !silentSince.contains({processIdentifier, startTime});
 }
 
-ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
+ProgramLanguage LinuxTranslations::languageOf(const ProcessFolder& process, const TranslationRequest& request,
                                               std::uint64_t startTime, bool& isAnswered) {
-  const auto reported = reportedLanguage(processIdentifier, startTime);
+  const bool mayWait = request.lookup != platform::TranslationLookup::fromMemory;
+  const auto reported = reportedLanguage(request.processIdentifier, startTime, mayWait);
   isAnswered = reported.has_value();
   auto language = reported.value_or(ProgramLanguage{});
   if (language.locale.empty()) language.locale = process.locale();

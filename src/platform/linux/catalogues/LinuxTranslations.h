@@ -116,11 +116,11 @@ class LinuxTranslations final : public platform::Translations {
   [[nodiscard]] WorkBudget budgetOf(std::int32_t processIdentifier, std::uint64_t startTime);
   void charge(std::int32_t processIdentifier, std::uint64_t startTime, const WorkBudget& budget);
   // What the program says, and where it is silent, what the process and this program were started with.
-  [[nodiscard]] ProgramLanguage languageOf(const ProcessFolder& process, std::int32_t processIdentifier,
+  [[nodiscard]] ProgramLanguage languageOf(const ProcessFolder& process, const platform::TranslationRequest& request,
                                            std::uint64_t startTime, bool& isAnswered);
-  // Absent: the program did not answer, now or a while ago.
-  [[nodiscard]] std::optional<ProgramLanguage> reportedLanguage(std::int32_t processIdentifier,
-                                                                std::uint64_t startTime);
+  // Absent: the program did not answer, now or a while ago, or was not asked yet and may not be waited for.
+  [[nodiscard]] std::optional<ProgramLanguage> reportedLanguage(std::int32_t processIdentifier, std::uint64_t startTime,
+                                                                bool mayWait);
   [[nodiscard]] bool mayAsk(std::int32_t processIdentifier, std::uint64_t startTime, Instant now)
       QUILLARD_REQUIRES(mutex);
   // Adds what the process had before, and keeps what it has now.

@@ -271,6 +271,43 @@ TEST_F(LinuxTranslations_, AreKnownInTheEndHoweverOftenTheyAreAskedFor) {
   EXPECT_LT(requests, 100);
 }
 
+// Else a prompt that counts down would be unknown as often as it is read.
+TEST_F(LinuxTranslations_, OfALineThatCountsAreLookedUpOnce) {
+  computer.map(kOwn, {{"It ends in %d seconds", "Es endet in %d Sekunden"},
+                      {"Enter your password within 30 seconds", "In 30 Sekunden das Wort eingeben"},
+                      {"Version 2 of “%s”", "Version 2 von „%s“"},
+                      {"Step 1%s", "Der Schritt 1%s"}});
+  for (int i = 42; i > 0; --i) {
+    EXPECT_THAT(line("Es endet in " + std::to_string(i) + " Sekunden"),
+                ElementsAre(SourceText{"It ends in %d seconds", 1, 1}));
+  }
+  EXPECT_EQ(translations().readCount(), 1);
+  EXPECT_THAT(line("In 30 Sekunden das Wort eingeben"),
+              ElementsAre(SourceText{"Enter your password within 30 seconds", 1, 1}));
+  EXPECT_THAT(line("Version 2 von „Brief“"), ElementsAre(SourceText{"Version 2 of “%s”", 1, 1}));
+  EXPECT_THAT(line("Der Schritt 15"), ElementsAre(SourceText{"Step 1%s", 1, 1}));
+  const int reads = translations().readCount();
+  EXPECT_THAT(line("0:42"), IsEmpty());
+  EXPECT_EQ(translations().readCount(), reads) << "a number means nothing";
+}
+
+TEST_F(LinuxTranslations_, AskNoProgramWhereTheyAreFromMemory) {
+  int asked = 0;
+  computer.options.languageOf = [&](std::int32_t) {
+    ++asked;
+    return ProgramLanguage{"de_DE.UTF-8", "gtk"};
+  };
+  computer.install(kGtk, gettextCatalogue({{"_Discard", "_Verwerfen"}}));
+  const platform::TranslationRequest request{kProcess, {"Verwerfen"}, {}, platform::TranslationLookup::fromMemory};
+  EXPECT_FALSE(translations().sourceTexts(request)->isComplete);
+  EXPECT_EQ(asked, 0);
+  EXPECT_EQ(translations().readCount(), 0);
+  (void)label("Verwerfen");
+  const auto known = translations().sourceTexts(request);
+  EXPECT_TRUE(known->isComplete);
+  EXPECT_THAT(known->labels.at(0), ElementsAre(SourceText{"Discard", 1, 1}));
+}
+
 TEST_F(LinuxTranslations_, OfAllProcessesTogetherMayCostOnlySoMuch) {
   Instant now{};
   computer.options.now = [&] { return now; };

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
+
+#include "platform/linux/catalogues/ComparableText.h"
 
 namespace quillard::catalogues {
 namespace {
@@ -120,6 +123,15 @@ std::optional<MessagePattern> MessagePattern::of(std::string_view translation) {
   const auto placeholders = pattern.pieces.size() - 1;
   const bool isUsable = placeholders >= 1 && placeholders <= kMostPlaceholders && letters >= kFewestLetters;
   return isUsable ? std::optional(std::move(pattern)) : std::nullopt;
+}
+
+void MessagePattern::leaveOutNumbers() {
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    auto piece = withoutNumbers(pieces[i]);
+    if (i > 0 && piece.starts_with('0')) piece.erase(0, 1);
+    if (i + 1 < pieces.size() && piece.ends_with('0')) piece.pop_back();
+    pieces[i] = std::move(piece);
+  }
 }
 
 bool MessagePattern::matches(std::string_view text) const {

@@ -20,6 +20,9 @@ class MessagePattern {
 
   [[nodiscard]] bool matches(std::string_view text) const;
 
+  // From now on it matches texts `withoutNumbers`. A number that touches a placeholder becomes part of what is put in.
+  void leaveOutNumbers();
+
  private:
   std::vector<std::string> pieces;  // What stands before, between and behind the placeholders; maybe empty.
 };

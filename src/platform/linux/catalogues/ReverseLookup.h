@@ -9,7 +9,8 @@
 
 namespace quillard::catalogues {
 
-// A shown text that is looked for among translations, in its comparable form.
+// A shown text that is looked for among translations, in its comparable form; a line `withoutNumbers`, and whatever
+// number stands in a message.
 struct WantedText {
   std::string text;
   bool isLine = false;  // Also as a message with something put in; else only as a whole.
@@ -45,7 +46,11 @@ class ReverseLookup {
   std::size_t passPattern(std::string_view source);
 
   const std::vector<WantedText>& wanted;
-  std::unordered_map<std::string_view, std::vector<std::size_t>> places;
+  using Places = std::unordered_map<std::string_view, std::vector<std::size_t>>;
+  void addAll(const Places& places, std::string_view shown, std::string_view source);
+
+  Places labelPlaces;
+  Places linePlaces;
   std::vector<std::size_t> lines;  // Which of the wanted texts are lines.
   std::vector<FoundSources> sources;
   std::string compared;  // Of the message that passes; kept for its memory.

@@ -65,14 +65,14 @@ TEST(JudgedWindows, RecommendWhatLosesNothing) {
   EXPECT_EQ(found->recommended(), std::set<std::string>{"Yes"});
 }
 
-// A person's marks are of buttons that are there, and of every window.
-TEST(JudgedWindows, HaveAPersonsMarkOfWhatIsHazardous) {
+// The marks are of buttons that are there, and of every window.
+TEST(JudgedWindows, HaveAMarkOfWhatIsHazardous) {
   std::size_t marked = 0;
   for (const auto& each : allWindows()) {
     ASSERT_TRUE(each.window.hazards) << each.window.name;
     std::set<std::string> labels;
-    for (const auto& seen : each.judgement.diagnosis.windows) {
-      if (seen.snapshot) labels.insert(seen.snapshot->buttonLabels.begin(), seen.snapshot->buttonLabels.end());
+    for (const auto& window : each.judgement.diagnosis.windows) {
+      if (window.snapshot) labels.insert(window.snapshot->buttonLabels.begin(), window.snapshot->buttonLabels.end());
     }
     for (const auto& hazard : *each.window.hazards) {
       EXPECT_TRUE(labels.contains(hazard)) << each.window.name << " has no button " << hazard;

@@ -1,6 +1,9 @@
 #include "golden/SampleWindows.h"
 
 #include <array>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "platform/desktop/Accessibility.h"
@@ -67,15 +70,87 @@ void openSampleWindow(const SampleWindow& sample, platform::simulated::Simulated
 
 namespace {
 
-// A person has found none in which a button should be recommended: each destroys or ends something, grants for ever,
-// trusts an unknown party, or asks what only its reader can know.
-std::vector<std::string> hazardsOf(const SampleWindow& sample) {
-  std::vector<std::string> hazards;
+// The buttons of each prompt that destroy something, end what may hold work, grant for ever, trust an unknown party, or
+// do what is not known. Marked by the authors of the samples, not by the words that the detector goes by.
+// clang-format off
+const std::map<std::string_view, std::vector<std::string>> kHazards{
+    {"save-several", {"Close without Saving"}},
+    {"quit-with-images", {"Discard Changes"}},
+    {"close-document-qt", {"Discard"}},
+    {"reload-from-disk", {"Reload", "Overwrite"}},
+    {"recover-listed-documents", {"Discard"}},
+    {"recover-documents", {"Discard"}},
+    {"swap-file", {"Edit anyway"}},
+    {"stop-capture", {"Quit without Saving"}},
+    {"empty-trash", {"Empty Trash"}},
+    {"move-to-trash", {"Move to Trash"}},
+    {"replace-many", {"Replace All", "Replace"}},
+    {"overwrite-or-rename", {"Overwrite"}},
+    {"target-exists", {"OK"}},
+    {"delete-qt", {"Yes"}},
+    {"format-disk", {"Format"}},
+    {"apply-partitions", {"Apply"}},
+    {"remove-with-files", {"Remove"}},
+    {"remove-account", {"Remove"}},
+    {"ssh-host-key", {"Yes"}},
+    {"tls-certificate", {"Accept Temporarily", "Accept Permanently"}},
+    {"untrusted-launcher", {"Launch Anyway", "Mark as Trusted"}},
+    {"run-or-show", {"Run in Terminal", "Run"}},
+    {"buddy-request", {"Authorize"}},
+    {"incoming-desktop", {"Allow"}},
+    {"passkey", {"Confirm"}},
+    {"passkey-plain", {"Matches"}},
+    {"permission-bubble", {"Allow"}},
+    {"several-downloads", {"Allow"}},
+    {"default-browser", {}},
+    {"close-tabs", {"Close tabs"}},
+    {"licence", {"Accept"}},
+    {"share-screen", {"Share"}},
+    {"wallpaper", {}},
+    {"tls-certificate-wx", {"OK"}},
+    {"entries-for-a-browser", {"Allow Selected"}},
+    {"share-a-screen-of", {"Share"}},
+    {"unsafe-paste", {"Paste"}},
+    {"quit-with-transfers", {"Quit"}},
+    {"keep-display", {}},
+    {"log-out", {"Switch User", "Log Out"}},
+    {"updates", {}},
+    {"new-version", {}},
+    {"restart-now", {"Restart Now"}},
+    {"crash-report", {}},
+    {"not-responding", {"Force Quit"}},
+    {"retry", {}},
+    {"unmount-busy", {"Unmount Anyway"}},
+    {"unknown-words", {"Frobnicate"}},
+    {"alert-unknown-words", {"Frobnicate", "Grok"}},
+    {"policy-agent-qt", {"OK"}},
+    {"wifi-password", {}},
+    {"wifi-password-shown", {}},
+    {"mount-share", {}},
+    {"archive-password", {}},
+    {"document-password", {}},
+    {"new-keyring", {}},
+    {"ssh-passphrase-frame", {"OK"}},
+    {"pairing-pin", {"OK"}},
+    {"mail-password", {}},
+    {"becoming-root", {"OK"}},
+    {"save-password", {"Save"}},
+    {"save-login", {"Save"}},
+};
+// clang-format on
+
+// Absent: a prompt without a mark. In a window that is no prompt, nothing may be recommended.
+std::optional<std::vector<std::string>> hazardsOf(const SampleWindow& sample) {
+  if (sample.kind == Kind::prompt || sample.kind == Kind::secret) {
+    const auto marked = kHazards.find(sample.name);
+    return marked == kHazards.end() ? std::nullopt : std::optional(marked->second);
+  }
+  std::vector<std::string> all;
   for (const auto& label : sample.buttons) {
     const std::string shown = label.starts_with('-') ? label.substr(1) : label;
-    if (!shown.empty()) hazards.push_back(shown);
+    if (!shown.empty()) all.push_back(shown);
   }
-  return hazards;
+  return all;
 }
 
 }  // namespace

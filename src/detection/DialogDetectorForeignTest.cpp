@@ -103,6 +103,20 @@ TEST_F(ForeignPrompt, IsAskedForInEnglishAsBefore) {
   EXPECT_TRUE(world.translations().requests().empty());
 }
 
+// The press finds its button on the main thread.
+TEST_F(ForeignPrompt, IsPressedByWhatAScanHasFound) {
+  desktop().open(camera());
+  const auto prompt = onlyPrompt();
+  const auto label = prompt.buttons.at(0).label;
+  const auto before = world.translations().requests().size();
+  EXPECT_EQ(detector.resolve(prompt, label).outcome, PromptResolution::Outcome::found);
+  const auto& requests = world.translations().requests();
+  ASSERT_GT(requests.size(), before);
+  for (std::size_t i = before; i < requests.size(); ++i) {
+    EXPECT_EQ(requests[i].lookup, platform::TranslationLookup::fromMemory);
+  }
+}
+
 // Could not look is never "is not there".
 TEST_F(ForeignPrompt, IsNotGoneWhenItsMeaningCannotBeLookedUp) {
   desktop().open(camera());

@@ -94,8 +94,8 @@ bool readGettextCatalogue(std::string_view bytes, const MessageVisitor& visit) {
   const auto translations = numbers->number32(kTranslationsAt);
   if (!count || !sources || !translations) return false;
   std::optional<Charset> charset;
-  std::size_t left =
-      bytes.size();  // Rows may name the same bytes again and again: all together name no more than these.
+  // Rows may name the same bytes again and again: all together name no more than these.
+  std::size_t left = bytes.size();
   const std::size_t rows = std::min<std::size_t>({*count, kMostMessages, bytes.size() / kRow});
   for (std::size_t i = 0; i < rows; ++i) {
     const auto key = textAt(*numbers, *sources + i * kRow);

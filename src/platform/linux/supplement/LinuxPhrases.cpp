@@ -106,7 +106,8 @@ constexpr std::array kHazards{
         "macro*|script*|execut*|root|superuser|super user|administrator|privileg*|sudo|password|passphrase|"
         "licen*|legal|agree*|terms|disclaimer|pay*|purchas*|buy|subscri*"},
     SupplementGroup{"A device or a person comes in.",
-        "pair*|passkey|remote control|remote desktop|remotely|screen shar*|share your|sharing|control of|control your|your desktop|"
+        "pair*|passkey|remote control|remote desktop|remotely|screen shar*|"
+        "share your|sharing|control of|control your|your desktop|"
         "input devices|record*|use of key"},
     SupplementGroup{"What a page is granted, it keeps until that is taken back.",
         "your location|multiple files|send notifications|show notifications|use your camera*|use your microphone*"}};

@@ -249,8 +249,9 @@ ClickAttempt::Progress ClickAttempt::clickAtCentre() {
   // The window may move in the meantime, or another one come to lie above it.
   const auto isThere = [this, centre] { return button.centre() == centre && button.buttonAt(*centre).has_value(); };
   std::vector<Delivery> deliveries;
-  if (const auto owner = button.processIdentifier()) deliveries.push_back({owner, isThere});
-  deliveries.push_back({std::nullopt, isThere});
+  const auto owner = button.processIdentifier();
+  if (owner) deliveries.push_back({.processIdentifier = owner, .proof = isThere});
+  deliveries.push_back({.processIdentifier = owner, .isToDesktop = true, .proof = isThere});
   return postClickAndWait(*centre, deliveries);
 }
 
@@ -270,20 +271,24 @@ ClickAttempt::Progress ClickAttempt::focusAndPressSpace(const AXUIElement& targe
   (void)button.owningApplication();  // Bounds the waits.
   accessibility.setAttributeValue(target, ax::kFocused, true);
   if (!sleep(kPauseAfterFocusing)) return Progress::stopped;
-  return postKeyAndWait(KeyCode::space, {{owner, [&] {
-                                            return button.hasKeysOfProcess() && button.hasFocus(target) &&
-                                                   button.isLabelledAsApproved(target);
-                                          }}});
+  const auto isReady = [&] {
+    return button.hasKeysOfProcess() && button.hasFocus(target) && button.isLabelledAsApproved(target);
+  };
+  return postKeyAndWait(KeyCode::space, {{.processIdentifier = owner, .proof = isReady}});
 }
 
 ClickAttempt::Progress ClickAttempt::typeKeyOfLabel() {
   const auto key = ClickExecutor::keyCandidate(button.label());
   if (!key) return Progress::promptRemains;
   std::vector<Delivery> deliveries;
-  if (const auto owner = button.processIdentifier()) {
-    deliveries.push_back({owner, [&] { return keyMeansTheButton(*key) && button.hasKeysOfProcess(); }});
+  const auto owner = button.processIdentifier();
+  if (owner) {
+    deliveries.push_back(
+        {.processIdentifier = owner, .proof = [&] { return keyMeansTheButton(*key) && button.hasKeysOfProcess(); }});
   }
-  deliveries.push_back({std::nullopt, [&] { return keyMeansTheButton(*key) && button.hasKeysOfDesktop(); }});
+  deliveries.push_back({.processIdentifier = owner, .isToDesktop = true, .proof = [&] {
+                          return keyMeansTheButton(*key) && button.hasKeysOfDesktop();
+                        }});
   return postKeyAndWait(*key, deliveries);
 }
 
@@ -333,23 +338,22 @@ ClickAttempt::Progress ClickAttempt::postAndWait(const std::function<Events()>& 
 
 ClickAttempt::Progress ClickAttempt::deliver(const Events& events, const Delivery& delivery) {
   for (auto event = events.begin(); event + 2 != events.end(); ++event) {
-    post(*event, delivery);
+    if (!post(*event, delivery)) return Progress::promptRemains;
     if (!sleep(kPauseBetweenEvents)) return Progress::stopped;
     if (const auto blocked = blocker(delivery.proof)) return *blocked;  // Another window may have come up meanwhile.
   }
+  if (!post(events[events.size() - 2], delivery)) return Progress::promptRemains;
   hasActed = true;
-  post(events[events.size() - 2], delivery);
   clock.sleep(kPauseBetweenEvents);  // Not stoppable: what went down comes up.
   post(events.back(), delivery);
   return waitToClear(ClickExecutor::standardClearDelays);
 }
 
-void ClickAttempt::post(const Event& event, const Delivery& delivery) {
-  if (delivery.processIdentifier) {
-    syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
-  } else {
-    syntheticEvents.postToDesktop(*event);
-  }
+bool ClickAttempt::post(const Event& event, const Delivery& delivery) {
+  if (delivery.isToDesktop) return syntheticEvents.postToDesktop(*event, delivery.processIdentifier);
+  if (!delivery.processIdentifier) return false;
+  syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
+  return true;
 }
 
 }  // namespace quillard

@@ -52,7 +52,9 @@ class ClickAttempt {
 
   // Where events are posted, and what must hold before each of them but the last.
   struct Delivery {
-    std::optional<std::int32_t> processIdentifier;  // Absent: to where the hardware's events enter.
+    // To whom; at the desktop, who alone should get them. Absent: unknown.
+    std::optional<std::int32_t> processIdentifier;
+    bool isToDesktop = false;  // To where the hardware's events enter.
     Proof proof;
   };
 
@@ -98,7 +100,8 @@ class ClickAttempt {
   Progress postKeyAndWait(platform::KeyCode key, const std::vector<Delivery>& deliveries);
   Progress postAndWait(const std::function<Events()>& make, const std::vector<Delivery>& deliveries);
   Progress deliver(const Events& events, const Delivery& delivery);
-  void post(const Event& event, const Delivery& delivery);
+  // False: nothing was posted.
+  bool post(const Event& event, const Delivery& delivery);
 
   [[nodiscard]] std::optional<ClickError> outcome(Progress progress) const;
 

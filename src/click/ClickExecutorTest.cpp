@@ -144,6 +144,14 @@ TEST_F(ClickExecutorTest, ACancelLabelTakesTheWaysThatCancel) {
   EXPECT_EQ(wrongPresses, Lines{});
 }
 
+TEST_F(ClickExecutorTest, WhereNothingCanBePostedToTheDesktopOnlyTheProcessGetsEvents) {
+  events.setReachesDesktop(false);
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_FALSE(events.posted().empty());
+  EXPECT_TRUE(std::all_of(events.posted().begin(), events.posted().end(),
+                          [](const auto& event) { return event.processIdentifier.has_value(); }));
+}
+
 TEST_F(ClickExecutorTest, ALabelThatNeitherConfirmsNorCancelsNeverGetsReturnOrEscape) {
   approve({.title = "Access?",
            .lines = {"Turn it on."},

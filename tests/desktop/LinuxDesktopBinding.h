@@ -160,7 +160,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
                                                     }};
   desktop::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
   desktop::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
-  x11::XTestEvents events{desktop.display(), windows};
+  x11::XTestEvents events{desktop.display(), windows, true};
   catalogues::LinuxTranslations linuxTranslations{
       {.ownLocale = "", .languageOf = [this](std::int32_t process) -> std::optional<catalogues::ProgramLanguage> {
          const auto language = linuxAccessibility.languageOf(process);

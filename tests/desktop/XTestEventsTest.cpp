@@ -73,7 +73,7 @@ class XTestEventsTest : public testing::Test {
   SampleClient owner{desktop.display()};
   SampleClient other{desktop.display()};
   XcbWindows windows{desktop.display()};
-  XTestEvents input{desktop.display(), windows};
+  XTestEvents input{desktop.display(), windows, true};
 };
 
 TEST_F(XTestEventsTest, AClickLandsInTheWindowUnderThePoint) {
@@ -148,7 +148,7 @@ TEST(XTestEvents, AKeyIsNotPostedWithoutAWindowManagerThatGivesTheKeyboard) {
   PrivateDesktop desktop{{.hasWindowManager = false}};
   SampleClient client{desktop.display()};
   XcbWindows windows{desktop.display()};
-  XTestEvents input{desktop.display(), windows};
+  XTestEvents input{desktop.display(), windows, true};
   auto program = desktop.launch("sleep", {"1000"});
   client.open({.process = program.pid()});
   const auto key = input.createKeyboardEvent(KeyCode::returnKey, true);
@@ -185,7 +185,7 @@ TEST_F(XTestEventsTest, AReleaseWithoutItsPressIsNotPosted) {
 TEST_F(XTestEventsTest, NothingStaysPressedWhenItGoes) {
   window(owner, ownerProgram);
   {
-    XTestEvents brief{desktop.display(), windows};
+    XTestEvents brief{desktop.display(), windows, true};
     const auto down = brief.createMouseEvent(MouseEventType::leftMouseDown, kInside);
     const auto keyDown = brief.createKeyboardEvent(KeyCode::space, true);
     ASSERT_TRUE(down && keyDown);
@@ -195,15 +195,32 @@ TEST_F(XTestEventsTest, NothingStaysPressedWhenItGoes) {
   EXPECT_TRUE(waitFor([&] { return owner.hasInput("release 1 at 20,30") && owner.hasInput("key 65 up"); }));
 }
 
-TEST_F(XTestEventsTest, TheHardwaresWayLeadsToWhateverIsThere) {
+TEST_F(XTestEventsTest, TheHardwaresWayLeadsToWhateverIsThereIfItIsTheExpectedProgram) {
   window(owner, ownerProgram);
   window(other, otherProgram);
   for (const auto type : {MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
-    input.postToDesktop(*input.createMouseEvent(type, kInside));
+    if (type == MouseEventType::leftMouseDown) {
+      EXPECT_FALSE(input.postToDesktop(*input.createMouseEvent(type, kInside), ownerProgram.pid()));
+      EXPECT_FALSE(input.postToDesktop(*input.createMouseEvent(type, kInside), std::nullopt));
+    }
+    EXPECT_TRUE(input.postToDesktop(*input.createMouseEvent(type, kInside), otherProgram.pid()));
   }
   ASSERT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30"}));
-  for (const bool isDown : {true, false}) input.postToDesktop(*input.createKeyboardEvent(KeyCode::returnKey, isDown));
+  for (const bool isDown : {true, false}) {
+    const auto key = input.createKeyboardEvent(KeyCode::returnKey, isDown);
+    if (isDown) EXPECT_FALSE(input.postToDesktop(*key, ownerProgram.pid()));
+    EXPECT_TRUE(input.postToDesktop(*key, otherProgram.pid()));
+  }
   EXPECT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30", "key 36 down", "key 36 up"}));
+  EXPECT_TRUE(gotNothing(owner));
+}
+
+TEST_F(XTestEventsTest, WithinAWaylandSessionNothingIsPostedToTheDesktop) {
+  window(owner, ownerProgram);
+  XTestEvents guest{desktop.display(), windows, false};
+  EXPECT_FALSE(
+      guest.postToDesktop(*guest.createMouseEvent(MouseEventType::leftMouseDown, kInside), ownerProgram.pid()));
+  EXPECT_FALSE(guest.postToDesktop(*guest.createKeyboardEvent(KeyCode::returnKey, true), ownerProgram.pid()));
   EXPECT_TRUE(gotNothing(owner));
 }
 
@@ -250,7 +267,7 @@ TEST_F(XTestEventsTest, NothingIsMadeOrPostedOnceTheServerIsGone) {
   const auto key = input.createKeyboardEvent(KeyCode::space, true);
   ASSERT_TRUE(down && key);
   desktop.killDisplay();
-  input.postToDesktop(*down);
+  EXPECT_FALSE(input.postToDesktop(*down, ownerProgram.pid()));
   input.postToProcess(ownerProgram.pid(), *key);
   EXPECT_FALSE(input.createMouseEvent(MouseEventType::moved, kInside));
   EXPECT_FALSE(input.createKeyboardEvent(KeyCode::space, true));
@@ -258,7 +275,7 @@ TEST_F(XTestEventsTest, NothingIsMadeOrPostedOnceTheServerIsGone) {
 
 TEST(XTestEvents, NothingIsMadeWithoutAServer) {
   XcbWindows windows{std::nullopt};
-  XTestEvents input{std::nullopt, windows};
+  XTestEvents input{std::nullopt, windows, true};
   EXPECT_FALSE(input.createMouseEvent(MouseEventType::moved, {1, 1}));
   EXPECT_FALSE(input.createKeyboardEvent(KeyCode::returnKey, true));
 }

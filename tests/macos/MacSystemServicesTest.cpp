@@ -120,7 +120,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
     EXPECT_EQ(mac->events.posted().back().mouse, type);
     EXPECT_EQ(mac->events.posted().back().position, (Point{10.5, 20}));
     EXPECT_EQ(mac->events.posted().back().processIdentifier, 41);
-    events.postToDesktop(*event);
+    events.postToDesktop(*event, std::nullopt);
     EXPECT_EQ(mac->events.posted().back().processIdentifier, std::nullopt);
   }
   using platform::KeyCode;
@@ -136,7 +136,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
 TEST_F(MacSyntheticEventsTest, AnEventOfAnotherBindingIsNotPosted) {
   const auto foreign = mac->events.createMouseEvent(platform::MouseEventType::moved, {});
   events.postToProcess(41, *foreign);
-  events.postToDesktop(*foreign);
+  events.postToDesktop(*foreign, std::nullopt);
   EXPECT_TRUE(mac->events.posted().empty());
 }
 

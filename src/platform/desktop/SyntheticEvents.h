@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "values/Geometry.h"
 
@@ -33,8 +34,10 @@ class SyntheticEvents {
 
   // To one process, whatever is in front: or the closest that the system offers.
   virtual void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) = 0;
-  // Where the hardware's events enter: whatever is in front, or under the point, gets it.
-  virtual void postToDesktop(const SyntheticEvent& event) = 0;
+  // Where the hardware's events enter: whatever is in front, or under the point, gets it. `expectedOwner`: the process
+  // whose window that should be; absent: unknown. A binding that can check it posts nothing to any other. False:
+  // nothing was posted, and nothing will be.
+  virtual bool postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) = 0;
 };
 
 }  // namespace quillard::platform

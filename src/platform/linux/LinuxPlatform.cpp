@@ -65,7 +65,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener}),
       translations(translationOptions()),
       windowList(*windowSource.windows, programs, *windowSource.changes, accessibleProcesses, executors.mainThread()),
-      syntheticEvents(environment.value("DISPLAY"), xWindows),
+      syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment)),
       application(executors.mainThread(), statusBar),
       windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
                    executors.mainThread(), [this] { windowList.announceUnlistedWindow(); }),

@@ -76,8 +76,10 @@ void MacSyntheticEvents::postToProcess(std::int32_t processIdentifier, const Syn
   if (const CGEventRef made = systemEvent(event)) CGEventPostToPid(processIdentifier, made);
 }
 
-void MacSyntheticEvents::postToDesktop(const SyntheticEvent& event) {
-  if (const CGEventRef made = systemEvent(event)) CGEventPost(kCGHIDEventTap, made);
+bool MacSyntheticEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> /*expectedOwner*/) {
+  const CGEventRef made = systemEvent(event);
+  if (made) CGEventPost(kCGHIDEventTap, made);
+  return made != nullptr;
 }
 
 }  // namespace quillard::macos

@@ -33,7 +33,12 @@ void SimulatedSyntheticEvents::postToProcess(std::int32_t processIdentifier, con
   post(processIdentifier, event);
 }
 
-void SimulatedSyntheticEvents::postToDesktop(const SyntheticEvent& event) { post(std::nullopt, event); }
+bool SimulatedSyntheticEvents::postToDesktop(const SyntheticEvent& event,
+                                             std::optional<std::int32_t> /*expectedOwner*/) {
+  if (!reachesDesktop) return false;
+  post(std::nullopt, event);
+  return true;
+}
 
 void SimulatedSyntheticEvents::post(std::optional<std::int32_t> processIdentifier, const SyntheticEvent& event) {
   PostedEvent posted = dynamic_cast<const SimulatedEvent&>(event).event;

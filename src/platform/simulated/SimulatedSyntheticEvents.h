@@ -40,6 +40,9 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   void failCreation(std::size_t index) { failing.insert(index); }
   // While set, what is posted is recorded, and nothing comes of it.
   void setLosesEvents(bool loses) { losesEvents = loses; }
+  // While not, nothing can be posted to the desktop, as in a Wayland session. At first it can. Whose window it reaches
+  // is not checked, as on a Mac.
+  void setReachesDesktop(bool reaches) { reachesDesktop = reaches; }
   // Whether Return presses the focused button rather than the default one, where a button is focused, as with some
   // toolkits. At first it does not.
   void setReturnPressesFocusedButton(bool presses) { returnPressesFocusedButton = presses; }
@@ -52,7 +55,7 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createMouseEvent(MouseEventType type, Point position) override;
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createKeyboardEvent(KeyCode key, bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) override;
-  void postToDesktop(const SyntheticEvent& event) override;
+  bool postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) override;
 
  private:
   [[nodiscard]] std::unique_ptr<SyntheticEvent> create(const PostedEvent& event);
@@ -69,6 +72,7 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   std::set<std::size_t> failing;
   std::size_t created = 0;
   bool losesEvents = false;
+  bool reachesDesktop = true;
   bool returnPressesFocusedButton = false;
   std::optional<NodeHandle> heldDown;  // What the mouse went down on.
   std::vector<PostedEvent> allPosted;

@@ -48,7 +48,9 @@ TEST_P(SyntheticEventsContract, AClickWhereTheHardwareEntersPressesWhatIsUnderTh
   ASSERT_TRUE(deny);
   const auto frame = AXHelpers::frame(accessibility(), *deny);
   ASSERT_TRUE(frame);
-  click(*binding, center(*frame), [&](const auto& event) { binding->syntheticEvents().postToDesktop(event); });
+  click(*binding, center(*frame), [&](const auto& event) {
+    EXPECT_TRUE(binding->syntheticEvents().postToDesktop(event, program->processIdentifier()));
+  });
   EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
   EXPECT_EQ(program->presses(), std::vector<std::string>{"Don't Allow"});
 }

@@ -94,7 +94,7 @@ CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode key, bo
 }
 
 void CGEventPost(CGEventTapLocation, CGEventRef event) {
-  MacSystem::current().events->postToDesktop(*checkedAs<__CGEvent>(event, Type::event, __func__).event);
+  MacSystem::current().events->postToDesktop(*checkedAs<__CGEvent>(event, Type::event, __func__).event, std::nullopt);
 }
 
 void CGEventPostToPid(pid_t process, CGEventRef event) {

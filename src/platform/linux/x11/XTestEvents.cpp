@@ -112,8 +112,8 @@ std::optional<std::uint8_t> keyForSymbol(const std::vector<std::uint32_t>& symbo
   return std::nullopt;
 }
 
-XTestEvents::XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows)
-    : windows(windows), link(std::move(displayName)) {}
+XTestEvents::XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession)
+    : windows(windows), isXSession(isXSession), link(std::move(displayName)) {}
 
 XTestEvents::~XTestEvents() { releaseAll(); }
 
@@ -136,7 +136,7 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
   const auto* const server = known ? testableServer() : nullptr;
   if (server == nullptr) return;
   if (known->isRelease()) {
-    if (known->mouse ? isButtonDown : keysDown.contains(known->key)) post(*server, *known);
+    postRelease(*server, *known);
     return;
   }
   if (known->mouse) {
@@ -149,10 +149,16 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
   postIf(*server, hasKeyboard, *known);
 }
 
-void XTestEvents::postToDesktop(const SyntheticEvent& event) {
+bool XTestEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) {
   const auto* const known = dynamic_cast<const Event*>(&event);
-  const auto* const server = known ? testableServer() : nullptr;
-  if (server != nullptr) post(*server, *known);
+  if (!known || !isXSession || !expectedOwner) return false;
+  const auto* const server = testableServer();
+  if (server == nullptr) return false;
+  if (known->isRelease()) return postRelease(*server, *known);
+  const Gate isExpected = [&](const auto& held) {
+    return (known->mouse ? ownerAt(held, known->x, known->y) : ownerOfKeyboard(held)) == expectedOwner;
+  };
+  return postIf(*server, isExpected, *known);
 }
 
 ServerConnection* XTestEvents::testableServer() {
@@ -193,6 +199,12 @@ bool XTestEvents::postIf(const ServerConnection& server, const Gate& gate, const
   xcb_ungrab_server(server.get());
   xcb_flush(server.get());
   return isAllowed;
+}
+
+bool XTestEvents::postRelease(const ServerConnection& server, const Event& event) {
+  const bool isDown = event.mouse ? isButtonDown : keysDown.contains(event.key);
+  if (isDown) post(server, event);
+  return isDown;
 }
 
 bool XTestEvents::waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier) {

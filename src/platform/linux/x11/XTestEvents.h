@@ -32,13 +32,15 @@ namespace quillard::x11 {
 //   - Otherwise nothing is posted. The server serves no other client between the check and the event.
 //   - A release follows its press wherever that is: the server hands it to whoever got the press, and a button that
 //     stayed down would be worse. Without a press of ours it is not posted.
+// To the desktop is the same without activating anything, and only in a session of X itself: within a Wayland session
+// an event for a Wayland program would go to whichever X program has the focus of the X server.
 // Presses that were not released are released when this object goes.
 //
 // One thread at a time; waits for the X server.
 class XTestEvents final : public platform::SyntheticEvents {
  public:
-  // `displayName`: as for the windows, which outlive this.
-  XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows);
+  // `displayName`: as for the windows, which outlive this. `isXSession`: the X server is no guest of a Wayland session.
+  XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession);
   ~XTestEvents() override;
 
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
@@ -46,7 +48,7 @@ class XTestEvents final : public platform::SyntheticEvents {
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
   void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
-  void postToDesktop(const platform::SyntheticEvent& event) override;
+  bool postToDesktop(const platform::SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) override;
 
  private:
   class Event;
@@ -58,10 +60,13 @@ class XTestEvents final : public platform::SyntheticEvents {
   void post(const ServerConnection& server, const Event& event);
   // Between the gate's check and the event, the server serves no other client. False when the gate said no.
   bool postIf(const ServerConnection& server, const Gate& gate, const Event& event);
+  // Without a press of ours, nothing is posted.
+  bool postRelease(const ServerConnection& server, const Event& event);
   bool waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
   void releaseAll();
 
   desktop::DesktopWindows& windows;
+  const bool isXSession;
   ServerLink link;
   std::set<std::uint8_t> keysDown;
   bool isButtonDown = false;

@@ -145,6 +145,7 @@ TEST_F(ClickExecutorTest, ACancelLabelTakesTheWaysThatCancel) {
 }
 
 TEST_F(ClickExecutorTest, WhereNothingCanBePostedToTheDesktopOnlyTheProcessGetsEvents) {
+  approve(question(PressEffect::doesNothing()));
   events.setReachesDesktop(false);
   EXPECT_EQ(click(), ClickError::promptStillPresent);
   EXPECT_FALSE(events.posted().empty());

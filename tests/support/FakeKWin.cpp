@@ -61,7 +61,15 @@ void FakeKWin::send(sd_bus* bus) {
   sd_bus_message_unref(call);
 }
 
+void FakeKWin::hold() { isHeld = true; }
+
+void FakeKWin::release() {
+  isHeld = false;
+  isHeld.notify_all();
+}
+
 bool FakeKWin::answer(sd_bus_message* message) {
+  isHeld.wait(true);
   const std::lock_guard lock(mutex);
   sd_bus* const bus = sd_bus_message_get_bus(message);
   const std::string path = sd_bus_message_get_path(message) ? sd_bus_message_get_path(message) : "";
@@ -88,13 +96,14 @@ bool FakeKWin::answer(sd_bus_message* message) {
       sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownObject", "No such object path");
       return true;
     }
+    sd_bus_reply_method_return(message, "");
+    if (!runsScripts) return true;
     const auto& text = scripts[lastLoaded];
     texts.push_back(text);
-    sd_bus_reply_method_return(message, "");
     std::smatch found;
     if (std::regex_search(text, found, std::regex{R"re(callDBus\("(:[0-9.]+)", "/windows")re"})) {
       listener = found[1];
-      send(bus);
+      if (reports) send(bus);
     }
     return true;
   }

@@ -17,9 +17,17 @@ class FakeKWin {
  public:
   // `scriptPath`: where the object of script 7 lies, "/7" or "/Scripting/Script7".
   FakeKWin(std::string address, std::string scriptPath, std::string firstState);
+  ~FakeKWin() { release(); }
 
   // While not, it takes no scripts, as one that has just been started.
   std::atomic<bool> isReady{true};
+  // While not, it answers that scripts run, but runs none.
+  std::atomic<bool> runsScripts{true};
+  // While not, scripts run, but report nothing.
+  std::atomic<bool> reports{true};
+  // Leaves all that it is asked until the release, and does it then, as one that is busy.
+  void hold();
+  void release();
   // Tells a state, now and to each script that is run.
   void tell(const std::string& state);
   // The names of the scripts that are loaded.
@@ -31,6 +39,7 @@ class FakeKWin {
   bool answer(sd_bus_message* message);
   void send(sd_bus* bus);
 
+  std::atomic<bool> isHeld{false};
   const std::string address;
   const std::string scriptPath;
   std::mutex mutex;

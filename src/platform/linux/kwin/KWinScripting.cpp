@@ -1,5 +1,6 @@
 #include "platform/linux/kwin/KWinScripting.h"
 
+#include <algorithm>
 #include <charconv>
 #include <memory>
 
@@ -17,7 +18,21 @@ constexpr const char* kScriptingPath = "/Scripting";
 constexpr const char* kScripting = "org.kde.kwin.Scripting";
 constexpr const char* kScript = "org.kde.kwin.Script";
 constexpr std::string_view kNamePrefix = "quillard-windows-";
+constexpr std::string_view kRequestPrefix = "quillard-request-";
 constexpr std::string_view kNameSuffix = ".js";
+
+// Absent: it is no number, or none without a sign.
+std::optional<std::int32_t> wholeNumber(std::string_view digits) {
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const bool isNumber = error == std::errc{} && end == digits.data() + digits.size() && number >= 0;
+  return isNumber ? std::optional{number} : std::nullopt;
+}
+
+std::optional<std::int32_t> positiveNumber(std::string_view digits) {
+  const auto number = wholeNumber(digits);
+  return number >= 1 ? number : std::nullopt;
+}
 
 BusMessage callTo(sd_bus* bus, const char* service, const char* path, const char* interface, const char* member) {
   sd_bus_message* call = nullptr;
@@ -82,14 +97,20 @@ std::string scriptNameOf(std::int32_t process) {
   return std::string(kNamePrefix) + std::to_string(process) + std::string(kNameSuffix);
 }
 
+std::string requestScriptNameOf(std::int32_t process, int number) {
+  return std::string(kRequestPrefix) + std::to_string(process) + "-" + std::to_string(number) +
+         std::string(kNameSuffix);
+}
+
 std::optional<std::int32_t> ownerOfScript(std::string_view fileName) {
-  if (!fileName.starts_with(kNamePrefix) || !fileName.ends_with(kNameSuffix)) return std::nullopt;
-  fileName.remove_prefix(kNamePrefix.size());
-  fileName.remove_suffix(kNameSuffix.size());
-  std::int32_t process = 0;
-  const auto [end, error] = std::from_chars(fileName.data(), fileName.data() + fileName.size(), process);
-  const bool isNumber = error == std::errc{} && end == fileName.data() + fileName.size() && process >= 1;
-  return isNumber ? std::optional{process} : std::nullopt;
+  const bool isRequest = fileName.starts_with(kRequestPrefix);
+  if (!(isRequest || fileName.starts_with(kNamePrefix)) || !fileName.ends_with(kNameSuffix)) return std::nullopt;
+  fileName.remove_prefix((isRequest ? kRequestPrefix : kNamePrefix).size());
+  fileName.remove_suffix(std::min(kNameSuffix.size(), fileName.size()));
+  if (!isRequest) return positiveNumber(fileName);
+  const auto dash = fileName.find('-');
+  const bool hasNumber = dash != std::string_view::npos && wholeNumber(fileName.substr(dash + 1)).has_value();
+  return hasNumber ? positiveNumber(fileName.substr(0, dash)) : std::nullopt;
 }
 
 }  // namespace quillard::kwin

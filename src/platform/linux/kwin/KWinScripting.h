@@ -50,7 +50,9 @@ class ScriptFile {
 
 // Under which name the process's script is loaded, and how its file is called.
 [[nodiscard]] std::string scriptNameOf(std::int32_t process);
-// Whose script a file is. Absent: it is none.
+// The same of a script that only carries out one request.
+[[nodiscard]] std::string requestScriptNameOf(std::int32_t process, int number);
+// Whose script of either kind a file is. Absent: it is none.
 [[nodiscard]] std::optional<std::int32_t> ownerOfScript(std::string_view fileName);
 
 }  // namespace quillard::kwin

@@ -155,9 +155,11 @@ TEST(KWinScripts, OnlyWhatHasKWinsFormCanStandInOne) {
 
 TEST(KWinScripts, AFileSaysWhoseItIs) {
   EXPECT_EQ(ownerOfScript(scriptNameOf(4711)), 4711);
+  EXPECT_EQ(ownerOfScript(requestScriptNameOf(4711, 0)), 4711);
   for (const char* name :
        {"", "quillard-windows-.js", "quillard-windows-0.js", "quillard-windows--4.js", "quillard-windows-12",
-        "quillard-windows-12x.js", "windows-12.js", "quillard-windows-99999999999.js", "quillard-request-1-2.js"}) {
+        "quillard-windows-12x.js", "windows-12.js", "quillard-windows-99999999999.js", "quillard-request-1.js",
+        "quillard-request-0-2.js", "quillard-request-1-.js", "quillard-request-1-2-3.js", "quillard-request-.js"}) {
     EXPECT_EQ(ownerOfScript(name), std::nullopt) << name;
   }
 }

@@ -30,6 +30,7 @@ const std::vector<std::string>& ownerRules() {
 
 constexpr std::chrono::milliseconds kFirstRetry{250};
 constexpr std::chrono::milliseconds kLongestRetry{60'000};
+constexpr int kLongestAnswer = 8;  // Times the time-out, for a KWin that was too slow before.
 
 bool isRunning(std::int32_t process) { return ::kill(process, 0) == 0 || errno == EPERM; }
 
@@ -92,6 +93,7 @@ void KWinWindows::ended(atspi::BusConnection& connection) {
   if (connection.isOpen()) unload();
   object.reset();
   link = nullptr;
+  hasReported = false;
   retryAt.reset();
   owner.clear();
   script.reset();
@@ -104,6 +106,7 @@ bool KWinWindows::ownerChanged(sd_bus_message* signal) {
   const char* after = nullptr;
   if (!link || sd_bus_message_read(signal, "sss", &name, &before, &after) <= 0 || owner == after) return false;
   owner = after;
+  hasReported = false;
   script.reset();
   take(std::nullopt);
   retryDelay = kFirstRetry;
@@ -114,27 +117,36 @@ bool KWinWindows::ownerChanged(sd_bus_message* signal) {
 void KWinWindows::load() {
   const char* ownName = nullptr;
   const bool canAsk = !owner.empty() && object && sd_bus_get_unique_name(link->handle(), &ownName) >= 0;
-  KWinScripting scripting(*link, options.timeout);
-  bool isLoaded = false;
-  if (canAsk) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(options.scriptFolder, error)) {
-      const auto process = ownerOfScript(entry.path().filename().string());
-      if (!process || *process == ::getpid() || isRunning(*process)) continue;
-      scripting.unload(scriptNameOf(*process));
-      ::unlink(entry.path().c_str());
-    }
-    const auto name = scriptNameOf(::getpid());
-    script.reset();  // Its file would go after the new one has come.
-    script = std::make_unique<ScriptFile>(options.scriptFolder, name, watchingScript(ownName));
-    isLoaded = script->isWritten() && scripting.run(script->path(), name);
-  }
+  const bool isLoaded = canAsk && loadScript(ownName);
   retryAt.reset();
-  if (isLoaded) return;  // What it tells first comes next.
-  take(std::nullopt);
-  // One that has just been started takes scripts a little later.
-  if (canAsk) retryAt = std::chrono::steady_clock::now() + retryDelay;
+  if (!isLoaded && !hasReported) take(std::nullopt);
+  if (!canAsk) return;
+  // One that has just been started takes scripts a little later; a script that runs reports immediately.
+  const auto delay = isLoaded ? std::max(2 * options.timeout, retryDelay) : retryDelay;
+  retryAt = std::chrono::steady_clock::now() + delay;
   retryDelay = std::min(retryDelay * 2, kLongestRetry);
+}
+
+bool KWinWindows::loadScript(const char* ownName) {
+  KWinScripting scripting(*link, std::clamp(retryDelay, options.timeout, kLongestAnswer * options.timeout));
+  unloadLeftovers(scripting);
+  const auto name = scriptNameOf(::getpid());
+  // An answer that came too late may have left it loaded, and no name is loaded twice.
+  scripting.unload(name);
+  script.reset();  // Its file would go after the new one has come.
+  script = std::make_unique<ScriptFile>(options.scriptFolder, name, watchingScript(ownName));
+  return script->isWritten() && scripting.run(script->path(), name);
+}
+
+void KWinWindows::unloadLeftovers(KWinScripting& scripting) const {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(options.scriptFolder, error)) {
+    const auto name = entry.path().filename().string();
+    const auto process = ownerOfScript(name);
+    if (!process || *process == ::getpid() || isRunning(*process)) continue;
+    scripting.unload(name);
+    ::unlink(entry.path().c_str());
+  }
 }
 
 void KWinWindows::retryLoading() {
@@ -161,6 +173,9 @@ int KWinWindows::onTell(sd_bus_message* message, void* self, sd_bus_error*) {
       sd_bus_message_read(message, "s", &text) <= 0) {
     return 0;
   }
+  windows.hasReported = true;
+  windows.retryAt.reset();
+  windows.retryDelay = kFirstRetry;
   std::optional<WindowsSnapshot> now;
   {
     const MutexLock lock(windows.state->mutex);
@@ -205,7 +220,7 @@ bool KWinWindows::request(WindowRequest request, desktop::WindowID window) {
   }
   const auto connection = identifier ? requests.borrow() : std::nullopt;
   if (!connection) return false;
-  const auto name = "quillard-request-" + std::to_string(::getpid()) + "-" + std::to_string(count.fetch_add(1)) + ".js";
+  const auto name = requestScriptNameOf(::getpid(), count.fetch_add(1));
   const ScriptFile file(options.scriptFolder, name, requestScript(request, *identifier));
   KWinScripting scripting(**connection, options.timeout);
   const bool isDone = file.isWritten() && scripting.run(file.path(), name);

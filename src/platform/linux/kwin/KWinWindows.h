@@ -28,7 +28,8 @@ struct KWinOptions {
 
 // The windows of KWin, of Wayland and X programs alike. A script of ours runs in KWin and tells them to an object of
 // ours on the session bus, whenever something has changed; only KWin itself is believed. The script is loaded again
-// when KWin was started anew, and taken away at the end; those of agents that ended without that are, too.
+// when KWin was started anew, or when it reported nothing in time, and taken away at the end; those of agents that
+// ended without that are, too.
 //
 // While KWin is away, or has not told anything yet, nothing is known. Any thread, but for what WindowChanges says.
 class KWinWindows final : public desktop::DesktopWindows, public desktop::WindowChanges {
@@ -57,6 +58,9 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
   void ended(atspi::BusConnection& connection);
   [[nodiscard]] bool ownerChanged(sd_bus_message* signal);
   void load();
+  // Loads and runs the script in place of one of the same name. False: it does not run, as far as is known.
+  [[nodiscard]] bool loadScript(const char* ownName);
+  void unloadLeftovers(KWinScripting& scripting) const;
   void retryLoading();
   [[nodiscard]] std::optional<std::chrono::milliseconds> timeToRetry() const;
   void unload();
@@ -77,7 +81,9 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
   atspi::BusSlot object;
   std::string owner;                   // KWin's name on the bus. Empty: it is not there.
   std::unique_ptr<ScriptFile> script;  // Null: none of ours is loaded.
-  // When a KWin that is there, but took no script, is asked again. Absent: it has one, or is not there.
+  bool hasReported = false;            // This owner has, so that what is known is not discarded before it goes.
+  // When a KWin that is there, but has reported nothing, gets the script again. Absent: it has reported, or is not
+  // there.
   std::optional<std::chrono::steady_clock::time_point> retryAt;
   std::chrono::milliseconds retryDelay{};
   const std::shared_ptr<char> life = std::make_shared<char>();

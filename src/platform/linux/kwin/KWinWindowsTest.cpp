@@ -1,3 +1,4 @@
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -24,6 +25,7 @@ using test::FakeKWin;
 using test::waitUntil;
 using Titles = std::vector<std::string>;
 
+constexpr std::chrono::milliseconds kShort{50};  // A time-out that these tests wait for.
 constexpr const char* kIdentifier = "{535313cc-489d-408a-a13b-7d916c4a3e5b}";
 
 std::string stateWith(const std::string& title) {
@@ -41,9 +43,10 @@ class KWinWindowsTest : public testing::Test {
   void startKWin(const std::string& title = "Permission", const std::string& scriptPath = "/7") {
     fake = std::make_unique<FakeKWin>(bus.address(), scriptPath, stateWith(title));
   }
-  void startAgent() {
+  void startAgent(std::chrono::milliseconds timeout = std::chrono::milliseconds{500}) {
     windows = std::make_unique<KWinWindows>(
-        KWinOptions{.sessionBusAddress = bus.address(), .scriptFolder = bus.folder("run")}, executors.mainThread());
+        KWinOptions{.sessionBusAddress = bus.address(), .scriptFolder = bus.folder("run"), .timeout = timeout},
+        executors.mainThread());
     subscription = windows->observe([this](const WindowsSnapshot& now) { told.push_back(titlesOf(now)); });
   }
   std::vector<std::string> scriptFiles() {
@@ -125,6 +128,37 @@ TEST_F(KWinWindowsTest, AKWinThatTakesNoScriptYetIsAskedAgain) {
   EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
 }
 
+TEST_F(KWinWindowsTest, AKWinThatDoesWhatItWasAskedAfterTheTimeoutIsKnownAfterwards) {
+  startKWin();
+  fake->hold();
+  startAgent(kShort);
+  EXPECT_EQ(windows->coverage(), WindowCoverage::none);
+  fake->release();
+  EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
+  EXPECT_TRUE(waitUntil([&] { return told == std::vector<Titles>{{"Permission"}}; })) << "and stays known";
+  EXPECT_EQ(fake->loaded(), std::vector{ownScript});
+}
+
+TEST_F(KWinWindowsTest, AScriptThatWasLoadedButNotRunIsLoadedAgain) {
+  startKWin();
+  fake->runsScripts = false;
+  startAgent(kShort);
+  EXPECT_EQ(windows->coverage(), WindowCoverage::none);
+  fake->runsScripts = true;
+  EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
+  EXPECT_EQ(fake->loaded(), std::vector{ownScript});
+}
+
+TEST_F(KWinWindowsTest, AScriptThatReportsNothingIsLoadedAgain) {
+  startKWin();
+  fake->reports = false;
+  startAgent(kShort);
+  EXPECT_TRUE(waitUntil([&] { return fake->run().size() >= 2; }));
+  EXPECT_EQ(windows->coverage(), WindowCoverage::none);
+  fake->reports = true;
+  EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
+}
+
 TEST_F(KWinWindowsTest, OnlyKWinIsBelieved) {
   startKWin();
   startAgent();
@@ -175,7 +209,9 @@ TEST_F(KWinWindowsTest, RaisingAndClosingRunAScriptEachThatIsGoneAfterwards) {
 TEST_F(KWinWindowsTest, WhatAnAgentThatWasKilledLeftBehindIsTakenAway) {
   constexpr std::int32_t kNobody = 0x3FFFFFFF;  // Beyond what the kernel gives out.
   startKWin();
-  std::ofstream(bus.folder("run") + "/" + scriptNameOf(kNobody)) << "left behind";
+  for (const auto& name : {scriptNameOf(kNobody), requestScriptNameOf(kNobody, 3)}) {
+    std::ofstream(bus.folder("run") + "/" + name) << "left behind";
+  }
   startAgent();
   ASSERT_EQ(windows->snapshot().windows.size(), 1U);
   EXPECT_EQ(scriptFiles(), std::vector{ownScript});

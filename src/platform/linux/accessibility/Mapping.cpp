@@ -7,6 +7,7 @@
 #include "foundation/Text.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/WindowMatching.h"
+#include "platform/linux/windows/WindowTitles.h"
 
 namespace quillard::atspi::mapping {
 
@@ -223,7 +224,7 @@ bool takesNoRoom(const NodeRecord& record) {
 
 std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window) {
   // KWin numbers windows of the same title.
-  if (window && isNumbered(window->name, nameOf(record, toolkit))) return nameOf(record, toolkit);
+  if (window && isNumbered(*window, nameOf(record, toolkit))) return nameOf(record, toolkit);
   if (window && !window->name.empty()) return window->name;
   // GTK 3 names a message dialog without a title after its kind ("Question"), which is not shown.
   if (window && toolkit == Toolkit::gtk3 && record.role == Role::alert) return "";
@@ -263,6 +264,8 @@ std::optional<Rect> frameOf(const NodeRecord& record, const NodeRecord& windowRe
   Rect frame = *record.extents;
   if (window && window->hasRelativePlaces) {
     if (!windowRecord.extents || isSentinel(*windowRecord.extents)) return std::nullopt;
+    // One that places itself, as Plasma's panel and its notifications do, gives places on the screen.
+    if (windowRecord.extents->x != 0 || windowRecord.extents->y != 0) return frame;
     const auto origin = originOf(*windowRecord.extents, *window);
     frame.x += origin.x;
     frame.y += origin.y;

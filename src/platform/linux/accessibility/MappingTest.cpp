@@ -291,6 +291,7 @@ TEST(Mapping, PlacesOfClientsOfWaylandCountFromTheirBufferOrWhatIsSeenOfIt) {
   EXPECT_EQ(placed({0, 0, 430, 209}, {100, 200, 430, 209}, shadow), (Rect{120, 230, 80, 30})) << "with its shadow";
   EXPECT_EQ(placed({0, 0, 378, 157}, {100, 200, 430, 209}, shadow), (Rect{146, 253, 80, 30})) << "without it";
   EXPECT_EQ(placed({0, 0, 331, 100}, {100, 200, 337, 133}, {}), (Rect{123, 260, 80, 30})) << "below its title bar";
+  EXPECT_EQ(placed({900, 700, 430, 209}, {900, 700, 430, 209}, {}), button.extents) << "on the screen already";
   dialog.extents = std::nullopt;
   desktop::Window window{.id = 1, .clientBounds = {100, 200, 430, 209}};
   window.hasRelativePlaces = true;
@@ -300,9 +301,9 @@ TEST(Mapping, PlacesOfClientsOfWaylandCountFromTheirBufferOrWhatIsSeenOfIt) {
 TEST(Mapping, TheNumberThatADesktopAddsToATitleIsNotShown) {
   NodeRecord dialog = record(Role::dialog);
   dialog.name = "Permission";
-  const desktop::Window second{.id = 1, .name = "Permission <2>"};
+  const desktop::Window second{.id = 1, .name = "Permission <2>", .mayBeNumbered = true};
   EXPECT_EQ(mapping::windowTitle(dialog, Toolkit::gtk3, &second), "Permission");
-  const desktop::Window other{.id = 1, .name = "Camera <2>"};
+  const desktop::Window other{.id = 1, .name = "Camera <2>", .mayBeNumbered = true};
   EXPECT_EQ(mapping::windowTitle(dialog, Toolkit::gtk3, &other), "Camera <2>");
 }
 

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "platform/linux/windows/WindowTitles.h"
+
 namespace quillard::atspi {
 
 namespace {
@@ -13,7 +15,8 @@ constexpr double kSamePlace = 2;
 // GTK 4 counts its client-side borders out.
 constexpr double kSameSize = 40;
 
-constexpr int kTitleScore = 8;
+constexpr int kTitleScore = 16;
+constexpr int kNumberedTitleScore = 8;
 constexpr int kPlaceScore = 4;
 constexpr int kSizeScore = 2;
 constexpr int kVisibilityScore = 1;
@@ -40,16 +43,20 @@ int placeScore(const AccessibleWindow& accessible, const desktop::Window& window
   return hasSameSize(extents, outer) || hasSameSize(extents, window.clientBounds) ? kSizeScore : 0;
 }
 
+int titleScore(const AccessibleWindow& accessible, const desktop::Window& window) {
+  if (!window.name.empty() && window.name == accessible.name) return kTitleScore;
+  return isNumbered(window, accessible.name) ? kNumberedTitleScore : 0;
+}
+
 // How well the two fit; zero or less: they may not be matched by what they say.
 int score(const AccessibleWindow& accessible, const desktop::Window& window) {
-  const bool hasSameTitle =
-      !window.name.empty() && (window.name == accessible.name || isNumbered(window.name, accessible.name));
-  if (!accessible.isShowing) return hasSameTitle && window.isHidden ? kTitleScore : 0;
+  const int title = titleScore(accessible, window);
+  if (!accessible.isShowing) return window.isHidden ? title : 0;
   // A title that both have, and that differs, speaks against the pair; toolkits that name their dialogs by kind still
   // show them at the place of their window.
   const int place = placeScore(accessible, window);
-  if (!hasSameTitle && !window.name.empty() && !accessible.name.empty() && place < kPlaceScore) return 0;
-  const int sum = (hasSameTitle ? kTitleScore : 0) + place;
+  if (title == 0 && !window.name.empty() && !accessible.name.empty() && place < kPlaceScore) return 0;
+  const int sum = title + place;
   return sum > 0 && !window.isHidden ? sum + kVisibilityScore : sum;
 }
 
@@ -75,16 +82,6 @@ std::vector<Pair> bestFirst(std::span<const AccessibleWindow> accessible, std::s
 }
 
 }  // namespace
-
-bool isNumbered(std::string_view title, std::string_view name) {
-  constexpr std::string_view kMark = "\u200E";  // KWin may write it behind the number.
-  if (name.empty() || !title.starts_with(name)) return false;
-  title.remove_prefix(name.size());
-  if (title.ends_with(kMark)) title.remove_suffix(kMark.size());
-  if (title.size() < 4 || !title.starts_with(" <") || !title.ends_with(">")) return false;
-  const auto number = title.substr(2, title.size() - 3);
-  return std::all_of(number.begin(), number.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
-}
 
 Rect visibleBounds(const desktop::Window& window) {
   const Rect& client = window.clientBounds;

@@ -21,16 +21,13 @@ struct AccessibleWindow {
   bool tellsPlace = true;
 };
 
-// Whether the desktop's title is that of the program with a number behind it ("Permission <2>"), by which some desktops
-// tell windows of one title apart.
-[[nodiscard]] bool isNumbered(std::string_view title, std::string_view name);
-
 // What the user sees of a window: with the window manager's frame, without a shadow that the program draws itself.
 [[nodiscard]] Rect visibleBounds(const desktop::Window& window);
 
-// Which X window each accessible window is, both of one process; none is taken twice. By title first, then by place or
-// size; what is then left over on both sides is matched when there is but one of each. A window that its toolkit calls
-// hidden is only ever matched with a minimised one of the same title: anything else would show a closed dialog again.
+// Which X window each accessible window is, both of one process; none is taken twice. By title first, one that the
+// desktop has numbered after an equal one, then by place or size; what is then left over on both sides is matched when
+// there is but one of each. A window that its toolkit calls hidden is only ever matched with a minimised one of the
+// same title: anything else would show a closed dialog again.
 //
 // The result has one entry for each of `accessible`: an index into `windows`, or absent.
 [[nodiscard]] std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleWindow> accessible,

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/accessibility/WindowMatching.h"
+#include "platform/linux/windows/WindowTitles.h"
 
 namespace quillard::atspi {
 namespace {
@@ -90,14 +91,30 @@ TEST(WindowMatching, ClientsOfWaylandGoByTitleAndSize) {
             (Matches{1, 0}));
 }
 
-TEST(WindowMatching, ANumberBehindTheTitleIsTheDesktops) {
+desktop::Window numberedWindow(desktop::WindowID id, const std::string& title, Rect bounds = {}) {
+  auto numbered = window(id, title, bounds);
+  numbered.mayBeNumbered = true;
+  return numbered;
+}
+
+TEST(WindowMatching, ANumberBehindTheTitleIsTheDesktopsWhereItNumbersWindows) {
+  const auto isNumbered = [](const char* title, const char* of) {
+    return desktop::isNumbered(numberedWindow(1, title), of);
+  };
   EXPECT_TRUE(isNumbered("Permission <2>", "Permission"));
   EXPECT_TRUE(isNumbered("Permission <12>\u200E", "Permission"));
   for (const char* title :
        {"Permission", "Permission 2", "Permission <>", "Permission <a>", "Other <2>", "Permission <2"})
     EXPECT_FALSE(isNumbered(title, "Permission")) << title;
   EXPECT_FALSE(isNumbered(" <2>", ""));
-  EXPECT_EQ(match({{.name = "A"}, {.name = "A"}}, {window(1, "A", {}), window(2, "A <2>", {})}), (Matches{0, 1}));
+  EXPECT_FALSE(desktop::isNumbered(window(1, "Permission <2>", {}), "Permission")) << "no window of KWin";
+}
+
+TEST(WindowMatching, ANumberedTitleFitsLessThanTheSameOne) {
+  EXPECT_EQ(match({{.name = "A"}, {.name = "A"}}, {numberedWindow(1, "A"), numberedWindow(2, "A <2>")}),
+            (Matches{0, 1}));
+  EXPECT_EQ(match({{.name = "A"}, {.name = "A <2>"}}, {numberedWindow(1, "A <2>"), numberedWindow(2, "A")}),
+            (Matches{1, 0}));
 }
 
 }  // namespace

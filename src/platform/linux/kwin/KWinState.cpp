@@ -108,6 +108,7 @@ std::optional<Window> readWindow(const Json& object, WindowNumbers& numbers) {
     window.processIdentifier = static_cast<std::int32_t>(*pid);
   }
   window.name = string(object, "title");
+  window.mayBeNumbered = true;
   window.className = string(object, "app");
   window.type = typeOf(string(object, "kind"));
   window.isModal = isTrue(object, "modal");

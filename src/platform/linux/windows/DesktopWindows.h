@@ -29,7 +29,8 @@ struct Window {
   WindowID id = 0;
   std::optional<std::int32_t> processIdentifier;  // Of a process of this computer.
   std::string name;                               // Its title, UTF-8. Empty when it has none.
-  std::string className;                          // What its program calls itself to the desktop. Empty: nothing.
+  bool mayBeNumbered = false;  // The desktop puts a number behind a title that another window has, too.
+  std::string className;       // What its program calls itself to the desktop. Empty: nothing.
   WindowType type = WindowType::normal;
   bool isModal = false;
   bool isHidden = false;  // Minimised.

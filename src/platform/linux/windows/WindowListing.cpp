@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/linux/windows/WindowTitles.h"
+
 namespace quillard::desktop {
 namespace {
 
@@ -60,7 +62,8 @@ std::vector<WindowListEntry> listWindows(const WindowsSnapshot& snapshot, Window
                           .alpha = window->opacity,
                           .bounds = visibleBounds(*window),
                           .number = window->id};
-    if (!window->name.empty()) entry.windowName = window->name;
+    // As its program says it: of windows of one title none may seem to be the only one.
+    if (!window->name.empty()) entry.windowName = titleWithoutNumber(*window, snapshot);
     entries.push_back(std::move(entry));
   }
   return entries;

@@ -51,6 +51,24 @@ TEST(WindowListing, SaysAllThatIsKnown) {
                                          .number = 1}));
 }
 
+TEST(WindowListing, WindowsThatTheirDesktopNumbersHaveTheTitleOfTheirProgram) {
+  auto first = shown(1);
+  first.name = "Permission";
+  auto second = shown(2);
+  second.name = "Permission <2>";
+  auto alone = shown(3);
+  alone.name = "Vector <3>";
+  first.mayBeNumbered = second.mayBeNumbered = alone.mayBeNumbered = true;
+  auto entries = list(desktop({first, second, alone}), WindowListOptions::all);
+  ASSERT_EQ(entries.size(), 3U);
+  EXPECT_EQ(entries[0].windowName, "Vector <3>");
+  EXPECT_EQ(entries[1].windowName, "Permission");
+  EXPECT_EQ(entries[2].windowName, "Permission");
+  second.mayBeNumbered = false;
+  entries = list(desktop({first, second}), WindowListOptions::all);
+  EXPECT_EQ(entries[0].windowName, "Permission <2>") << "Other desktops number nothing.";
+}
+
 TEST(WindowListing, WhatIsNotKnownIsAbsent) {
   const auto entries = list(desktop({shown(1)}), WindowListOptions::onScreenOnly);
   ASSERT_EQ(entries.size(), 1U);

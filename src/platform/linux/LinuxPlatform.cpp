@@ -26,7 +26,7 @@ atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environmen
           .isXSession = isXSession(environment)};
 }
 
-// GNOME Shell tells everybody that windows or their programs have changed, but not which.
+// GNOME Shell announces to every process that windows or their programs have changed, but not which.
 const std::vector<std::string>& shellRules() {
   static const std::vector<std::string> rules{
       "type='signal',sender='org.gnome.Shell',interface='org.gnome.Shell.Introspect',member='WindowsChanged'",
@@ -69,6 +69,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       application(executors.mainThread(), statusBar),
       windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
                    executors.mainThread(), [this] { windowList.announceUnlistedWindow(); }),
+      eventsWhileUnknown(*windowSource.changes, executors.mainThread(), [this] { return additionalWindowEvents(); }),
       shellSignals([this] { return xdg::sessionBusAddress(environment); }, shellRules(), executors.mainThread()),
       shellSubscription(hasShellSignals(environment) ? shellSignals.add([this] { windowList.announceUnlistedWindow(); })
                                                      : nullptr),
@@ -86,6 +87,12 @@ std::optional<std::string> LinuxPlatform::prepareWindows() {
     return "There is no X server, or it does not answer. DISPLAY says where it is.";
   }
   return std::nullopt;
+}
+
+std::shared_ptr<void> LinuxPlatform::additionalWindowEvents() {
+  return std::make_shared<atspi::WindowEvents>([this] { return accessibility.busAddress(); },
+                                               windowEventKindsWhileUnknown(environment), ::getpid(),
+                                               executors.mainThread(), [this] { windowList.announceUnlistedWindow(); });
 }
 
 platform::Platform LinuxPlatform::platform() {

@@ -25,6 +25,7 @@
 #include "platform/linux/system/XdgOpener.h"
 #include "platform/linux/windows/LinuxWindowList.h"
 #include "platform/linux/windows/LinuxWorkspace.h"
+#include "platform/linux/windows/WhileUnknown.h"
 #include "platform/linux/windows/WindowSource.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/ProcessTable.h"
@@ -92,14 +93,16 @@ struct LinuxPlatform final : platform::SystemPlatform {
   x11::XTestEvents syntheticEvents;
   LinuxStatusBar statusBar;
   LinuxApplication application;
-  // What the window source does not tell.
+  // What the window source does not report.
   atspi::WindowEvents windowEvents;
+  desktop::WhileUnknown eventsWhileUnknown;
   atspi::BusObservers shellSignals;
   platform::SubscriptionHandle shellSubscription;
 
  private:
   [[nodiscard]] catalogues::TranslationOptions translationOptions();
   [[nodiscard]] OpenerActions openerActions();
+  [[nodiscard]] std::shared_ptr<void> additionalWindowEvents();
   bool openAccessibilitySettings();
   bool openLoginItems();
   void announceAccessibility(atspi::SwitchOnOutcome outcome);

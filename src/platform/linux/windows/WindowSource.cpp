@@ -34,6 +34,12 @@ WindowSource kwinSource(const platform::Environment& environment, platform::Seri
   return {.windows = windows, .changes = windows};
 }
 
+// A variable of sway's may be left over in the user's session manager from another session.
+bool isSway(const platform::Environment& environment) {
+  const bool hasSocket = !environment.value("SWAYSOCK").value_or("").empty();
+  return hasSocket && (environment.value("XDG_CURRENT_DESKTOP").value_or("").empty() || isDesktop(environment, "sway"));
+}
+
 }  // namespace
 
 bool isDesktop(const platform::Environment& environment, const std::string& name) {
@@ -48,7 +54,7 @@ bool isXSession(const platform::Environment& environment) {
 
 WindowSourceKind windowSourceKind(const platform::Environment& environment) {
   if (isXSession(environment)) return WindowSourceKind::xServer;
-  if (!environment.value("SWAYSOCK").value_or("").empty()) return WindowSourceKind::sway;
+  if (isSway(environment)) return WindowSourceKind::sway;
   const bool hasRuntimeFolder = environment.value("XDG_RUNTIME_DIR").value_or("").starts_with("/");
   return isDesktop(environment, "KDE") && hasRuntimeFolder ? WindowSourceKind::kwin : WindowSourceKind::guestXServer;
 }
@@ -65,6 +71,12 @@ atspi::WindowEventKinds windowEventKinds(const platform::Environment& environmen
       break;
   }
   return {.created = true};
+}
+
+atspi::WindowEventKinds windowEventKindsWhileUnknown(const platform::Environment& environment) {
+  const auto kind = windowSourceKind(environment);
+  const bool mayComeOrGo = kind == WindowSourceKind::kwin || kind == WindowSourceKind::sway;
+  return {.activated = mayComeOrGo, .shown = mayComeOrGo};
 }
 
 WindowSource makeWindowSource(const platform::Environment& environment, platform::SerialExecutor& mainThread) {

@@ -24,9 +24,14 @@ enum class WindowSourceKind {
 [[nodiscard]] bool isDesktop(const platform::Environment& environment, const std::string& name);
 [[nodiscard]] bool isXSession(const platform::Environment& environment);
 
-// What programs are asked to announce themselves, since nobody else tells of it: of a compositor that tells nothing,
-// everything; of one that tells of its windows, only what programs draw on layers of their own. The X server tells all.
+// What programs are asked to announce themselves, since nothing else reports it: of a compositor that reports nothing,
+// everything; of one that reports its windows, only what programs draw on layers of their own. The X server reports
+// all.
 [[nodiscard]] atspi::WindowEventKinds windowEventKinds(const platform::Environment& environment);
+
+// What programs are asked to announce in addition while the source knows nothing: one that has not answered yet, or
+// that has gone. Nothing where these are announced anyway, or where no source comes without the session.
+[[nodiscard]] atspi::WindowEventKinds windowEventKindsWhileUnknown(const platform::Environment& environment);
 
 // One source for the life of the process; `changes` reads `windows`.
 struct WindowSource {

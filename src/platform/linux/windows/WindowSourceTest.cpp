@@ -40,6 +40,18 @@ TEST(WindowSource, IsTheOneOfTheSession) {
        {{"DISPLAY", ":0"}, {"XDG_CURRENT_DESKTOP", "KDE"}, {"XDG_RUNTIME_DIR", "/run"}},
        WindowSourceKind::xServer},
       {"sway", {{"WAYLAND_DISPLAY", "wayland-1"}, {"SWAYSOCK", "/run/sway"}}, WindowSourceKind::sway},
+      {"a sway that says so",
+       {{"WAYLAND_DISPLAY", "wayland-1"}, {"SWAYSOCK", "/run/sway"}, {"XDG_CURRENT_DESKTOP", "sway"}},
+       WindowSourceKind::sway},
+      {"a sway that is left over in the variables of GNOME",
+       {{"WAYLAND_DISPLAY", "wayland-1"}, {"SWAYSOCK", "/run/sway"}, {"XDG_CURRENT_DESKTOP", "GNOME"}},
+       WindowSourceKind::guestXServer},
+      {"a sway that is left over in the variables of Plasma",
+       {{"WAYLAND_DISPLAY", "wayland-1"},
+        {"SWAYSOCK", "/run/sway"},
+        {"XDG_CURRENT_DESKTOP", "KDE"},
+        {"XDG_RUNTIME_DIR", "/run"}},
+       WindowSourceKind::kwin},
       {"a sway that is left over in the variables of X",
        {{"DISPLAY", ":0"}, {"SWAYSOCK", "/run/sway"}},
        WindowSourceKind::xServer},
@@ -57,9 +69,9 @@ TEST(WindowSource, IsTheOneOfTheSession) {
   for (const auto& each : cases) EXPECT_EQ(windowSourceKind(Session(each.variables)), each.kind) << each.name;
 }
 
-TEST(WindowSource, ProgramsAnnounceWhatNobodyElseTells) {
+TEST(WindowSource, ProgramsAnnounceWhatNothingElseReports) {
   const auto kinds = [](const Variables& variables) { return windowEventKinds(Session(variables)); };
-  EXPECT_FALSE(kinds({{"DISPLAY", ":0"}}).any()) << "The X server tells all.";
+  EXPECT_FALSE(kinds({{"DISPLAY", ":0"}}).any()) << "The X server reports all.";
   const auto gnomeOnX = kinds({{"DISPLAY", ":0"}, {"XDG_CURRENT_DESKTOP", "GNOME"}});
   EXPECT_TRUE(gnomeOnX.shown) << "but not the shell's own dialogs";
   const auto unknown = kinds({{"WAYLAND_DISPLAY", "wayland-0"}});
@@ -67,6 +79,14 @@ TEST(WindowSource, ProgramsAnnounceWhatNobodyElseTells) {
   const auto sway = kinds({{"WAYLAND_DISPLAY", "wayland-0"}, {"SWAYSOCK", "/run/sway"}});
   EXPECT_TRUE(sway.created) << "what is drawn on layers";
   EXPECT_FALSE(sway.activated || sway.shown);
+}
+
+TEST(WindowSource, WhileTheSourceKnowsNothingProgramsAnnounceTheRest) {
+  const auto kinds = [](const Variables& variables) { return windowEventKindsWhileUnknown(Session(variables)); };
+  const auto sway = kinds({{"WAYLAND_DISPLAY", "wayland-0"}, {"SWAYSOCK", "/run/sway"}});
+  EXPECT_TRUE(sway.activated && sway.shown);
+  EXPECT_FALSE(kinds({{"DISPLAY", ":0"}}).any());
+  EXPECT_FALSE(kinds({{"WAYLAND_DISPLAY", "wayland-0"}}).any()) << "They do so anyway.";
 }
 
 TEST(WindowSource, ADesktopIsOneOfItsNames) {

@@ -100,8 +100,10 @@ void StatusWindow::comeToFront() {
 
 void StatusWindow::makeWay() {
   if (!QGuiApplication::platformName().startsWith("wayland")) return lower();
-  // Sway minimises nothing.
-  if (qEnvironmentVariableIsSet("SWAYSOCK")) {
+  // Sway minimises nothing. Its variable may be left over from another session.
+  const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+  const bool isSway = desktops.isEmpty() || desktops.split(':').contains(QStringLiteral("sway"));
+  if (isSway && !qEnvironmentVariableIsEmpty("SWAYSOCK")) {
     close();
   } else {
     showMinimized();

@@ -16,6 +16,8 @@ using platform::WorkspaceEventKind;
 namespace {
 
 constexpr Seconds kShortestDebounce{0.05};
+// What is announced meanwhile is found by the first follow-up scan, or by the scan at the end.
+constexpr Seconds kAnnouncementInterval{1};
 // Both from the request on.
 constexpr std::array<Seconds, 2> kFollowUpDelays{Seconds{0.8}, Seconds{2.0}};
 
@@ -76,6 +78,8 @@ void DialogEventMonitor::start() {
 void DialogEventMonitor::stop() {
   debounceTask.reset();
   followUpScanTask.clear();
+  announcementPause.reset();
+  isAnnouncedAgain = false;
   visibleOwnerPollTimer.reset();
   notificationTokens.clear();
   while (!observations.empty()) removeObservation(observations.begin()->first);
@@ -145,8 +149,16 @@ void DialogEventMonitor::windowListMayHaveChanged() {
 }
 
 void DialogEventMonitor::unlistedWindowCame() {
+  if (announcementPause) {
+    isAnnouncedAgain = true;
+    return;
+  }
   if (!debounceTask) requestScan(kWindowAnnounced);
   requestFollowUpScans(kWindowSettled);
+  announcementPause = dependencies.mainThread.postAfter(kAnnouncementInterval, [this] {
+    announcementPause.reset();
+    if (std::exchange(isAnnouncedAgain, false)) unlistedWindowCame();
+  });
 }
 
 }  // namespace quillard

@@ -86,6 +86,8 @@ class DialogEventMonitor {
   std::vector<platform::SubscriptionHandle> notificationTokens;
   platform::TaskHandle debounceTask;
   std::vector<platform::TaskHandle> followUpScanTask;  // One handle a delay.
+  platform::TaskHandle announcementPause;              // Until the next announced window may start a scan.
+  bool isAnnouncedAgain = false;                       // Meanwhile.
   platform::TaskHandle visibleOwnerPollTimer;
   std::set<std::string> visibleWindowSignature;
   bool isStarted = false;

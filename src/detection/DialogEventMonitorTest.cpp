@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -205,6 +206,20 @@ TEST_F(DialogEventMonitorTest, AnnouncementsWithoutEndDoNotPutTheScanOff) {
     world.advance(Seconds{0.1});
   }
   EXPECT_EQ(reasons, Reasons{"window-announced"});
+}
+
+TEST_F(DialogEventMonitorTest, AnnouncementsWithoutEndStartOneScanASecond) {
+  const auto application = desktop().launch({.name = "App"});
+  desktop().setListsWindows(false);
+  start();
+  after(10);
+  for (int i = 0; i < 100; ++i) {
+    desktop().open(application, {.title = "Camera", .buttons = {"Allow"}});
+    world.advance(Seconds{0.1});
+  }
+  const auto scans = std::count(reasons.begin(), reasons.end(), "window-announced");
+  EXPECT_GE(scans, 8);
+  EXPECT_LE(scans, 11);
 }
 
 // A window list that changes without telling, as on systems that have no such events.

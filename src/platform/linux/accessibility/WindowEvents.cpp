@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -17,7 +18,6 @@ namespace quillard::atspi {
 namespace {
 
 constexpr int kMostOfADialog = 32;
-constexpr std::chrono::seconds kBudgetTime{10};
 constexpr int kMostQuestions = 64;
 constexpr std::uint64_t kTimeoutMicroseconds = 200'000;
 constexpr std::size_t kMostProgramsKept = 512;
@@ -83,10 +83,11 @@ struct WindowEvents::Hints {
   bool isOver QUILLARD_GUARDED_BY(mutex) = false;
   bool isTurnAhead QUILLARD_GUARDED_BY(mutex) = false;
   std::set<std::string> waiting QUILLARD_GUARDED_BY(mutex);  // Of shells, by their names on the bus.
-  platform::TaskHandle shellTask;                            // Main thread.
+  std::map<std::string, platform::TaskHandle> shellTasks;    // By the same names. Main thread.
 
   // Of a shell, unless what it announced turned out to be part of a burst.
-  void tellOf(const std::string& bus) {
+  void reportOf(const std::string& bus) {
+    const auto task = shellTasks.extract(bus);  // Which runs.
     {
       const MutexLock lock(mutex);
       if (isOver || waiting.erase(bus) == 0) return;
@@ -113,6 +114,8 @@ WindowEvents::WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds
       std::move(findBus), rulesFor(kinds), [] {},
       BusWatchHooks{.isNews = [this](sd_bus_message* signal) { return take(signal); },
                     .onConnect = [this](BusConnection& connection) { connected(connection); },
+                    .wakeAfter = [this] { return timeToCheck(); },
+                    .onWake = [this] { check(); },
                     .onEnd =
                         [this](BusConnection&) {
                           link = nullptr;
@@ -171,19 +174,23 @@ bool WindowEvents::take(sd_bus_message* signal) {
 
 void WindowEvents::shown(const std::string& bus, Program& program, const char* path) {
   const auto now = Clock::now();
+  if (takeBurst(program, now)) hintNow();
   if (now - program.lastShown > pace.longestGap) program.burst = 0;
   program.lastShown = now;
   if (++program.burst > kMostOfADialog) {
+    if (program.burstBegin) return;
+    program.burstBegin = now;
     if (!program.isShell) return hint(bus, program);  // A window with that much in it.
     const MutexLock lock(hints->mutex);
     hints->waiting.erase(bus);
     return;
   }
-  if (now - program.budgetBegin > kBudgetTime) {
-    program.budgetBegin = now;
-    program.asked = 0;
+  if (takeBudget(program, now)) hintNow();
+  if (program.asked == 0) program.budgetBegin = now;
+  if (++program.asked > kMostQuestions) {
+    program.hasMissed = true;
+    return;
   }
-  if (++program.asked > kMostQuestions) return;
   auto question = std::make_unique<Question>(Question{*this, bus});
   sd_bus_message* call = nullptr;
   if (sd_bus_message_new_method_call(link->handle(), &call, bus.c_str(), path, names::kAccessible, "GetRole") < 0)
@@ -203,7 +210,7 @@ int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {
   if (sd_bus_message_read(reply, "u", &role) <= 0 || !isWindowLike(role)) return 1;
   const auto found = asked.events.programs.find(asked.bus);
   if (found == asked.events.programs.end()) return 1;
-  const bool isPartOfBurst = found->second.isShell && found->second.burst > kMostOfADialog;
+  const bool isPartOfBurst = found->second.isShell && found->second.burstBegin;
   if (!isPartOfBurst) asked.events.hint(asked.bus, found->second);
   return 1;
 }
@@ -211,17 +218,23 @@ int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {
 void WindowEvents::hint(const std::string& bus, const Program& program) {
   const auto kept = hints;
   if (program.isShell) {
-    const bool isPartOfBurst = program.burst > kMostOfADialog && Clock::now() - program.lastShown <= pace.longestGap;
+    // It is one hint when it has ended.
+    const bool isPartOfBurst = program.burstBegin && Clock::now() - program.lastShown <= pace.longestGap;
     const MutexLock lock(kept->mutex);
     if (isPartOfBurst || !kept->waiting.insert(bus).second) return;
     kept->mainThread.post([kept, bus, delay = pace.shellDelay] {
-      kept->shellTask = kept->mainThread.postAfter(delay, [weak = std::weak_ptr(kept), bus] {
+      kept->shellTasks[bus] = kept->mainThread.postAfter(delay, [weak = std::weak_ptr(kept), bus] {
         const auto alive = weak.lock();
-        if (alive) alive->tellOf(bus);
+        if (alive) alive->reportOf(bus);
       });
     });
     return;
   }
+  hintNow();
+}
+
+void WindowEvents::hintNow() {
+  const auto kept = hints;
   {
     const MutexLock lock(kept->mutex);
     if (kept->isOver || std::exchange(kept->isTurnAhead, true)) return;
@@ -234,6 +247,57 @@ void WindowEvents::hint(const std::string& bus, const Program& program) {
     }
     kept->onHint();
   });
+}
+
+std::optional<WindowEvents::Clock::time_point> WindowEvents::nextCheck(const Program& program) const {
+  std::optional<Clock::time_point> next;
+  if (program.burstBegin) next = std::min(program.lastShown + pace.longestGap, *program.burstBegin + pace.longestBurst);
+  if (!program.hasMissed) return next;
+  const auto renewal = program.budgetBegin + pace.budgetTime;
+  return next ? std::min(*next, renewal) : renewal;
+}
+
+std::optional<WindowEvents::Clock::time_point> WindowEvents::nextCheck() const {
+  std::optional<Clock::time_point> next;
+  for (const auto& [bus, program] : programs) {
+    const auto check = nextCheck(program);
+    if (check && (!next || *check < *next)) next = check;
+  }
+  return next;
+}
+
+std::optional<std::chrono::milliseconds> WindowEvents::timeToCheck() const {
+  const auto next = nextCheck();
+  if (!next) return std::nullopt;
+  const auto left = std::max(*next - Clock::now(), Clock::duration::zero());
+  return std::chrono::floor<std::chrono::milliseconds>(left) + std::chrono::milliseconds{1};
+}
+
+void WindowEvents::check() {
+  const auto now = Clock::now();
+  bool isHint = false;
+  for (auto& [bus, program] : programs) {
+    const bool hadBurst = takeBurst(program, now);
+    const bool hadMissed = takeBudget(program, now);
+    isHint = isHint || hadBurst || hadMissed;
+  }
+  if (isHint) hintNow();
+}
+
+// True when a burst has ended, or has lasted so long that it counts as a new one.
+bool WindowEvents::takeBurst(Program& program, Clock::time_point now) const {
+  if (!program.burstBegin) return false;
+  const bool isQuiet = now - program.lastShown > pace.longestGap;
+  if (!isQuiet && now - *program.burstBegin <= pace.longestBurst) return false;
+  program.burstBegin = isQuiet ? std::nullopt : std::optional(now);
+  return true;
+}
+
+// Renews the budget. True when something was missed for want of it.
+bool WindowEvents::takeBudget(Program& program, Clock::time_point now) const {
+  if (now - program.budgetBegin <= pace.budgetTime) return false;
+  program.asked = 0;
+  return std::exchange(program.hasMissed, false);
 }
 
 WindowEvents::Program& WindowEvents::program(const std::string& bus) {

@@ -74,13 +74,12 @@ class WindowEventsTest : public testing::Test {
  protected:
   void listen(bool isShell = false, WindowEventKinds kinds = {.created = true, .activated = true, .shown = true},
               std::int32_t ownProcess = 0) {
-    events = std::make_unique<WindowEvents>(
-        [this] { return std::optional(bus.address()); }, kinds, ownProcess, executors.mainThread(), [this] { ++hints; },
-        [isShell](std::int32_t) { return isShell; },
-        WindowEventPace{.longestGap = std::chrono::milliseconds{500}, .shellDelay = Seconds{0.6}});
+    events = std::make_unique<WindowEvents>([this] { return std::optional(bus.address()); }, kinds, ownProcess,
+                                            executors.mainThread(), [this] { ++hints; },
+                                            [isShell](std::int32_t) { return isShell; }, pace);
     ASSERT_TRUE(waitUntil([this] { return bus.registry().timesAsked("RegisterEvent") > 0; }));
   }
-  // Whatever was said before has been heard when this is.
+  // Whatever was announced before has been received when this is.
   [[nodiscard]] int hintsUntilNow() {
     const int before = hints;
     AnnouncingProgram other(bus.address());
@@ -88,6 +87,7 @@ class WindowEventsTest : public testing::Test {
     return waitUntil([&] { return hints > before; }) ? hints - 1 : -1;
   }
 
+  WindowEventPace pace{.longestGap = std::chrono::milliseconds{500}, .shellDelay = Seconds{0.6}};
   FakeAccessibilityBus bus;
   AnnouncingProgram program{bus.address()};
   qt::QtExecutors executors;
@@ -138,20 +138,47 @@ TEST_F(WindowEventsTest, WhatGoesOrIsAboutSomethingElseIsNone) {
   EXPECT_EQ(program.timesAskedForRole(), 0);
 }
 
-// As GNOME Shell does when its calendar opens.
-TEST_F(WindowEventsTest, AShellThatShowsVeryMuchAtOnceShowsNoDialog) {
+// As GNOME Shell does when its calendar opens. A dialog may be among it.
+TEST_F(WindowEventsTest, AShellThatShowsVeryMuchAtOnceIsOneHintWhenItHasEnded) {
   listen(/*isShell=*/true);
   program.set("/shown", Role::label);
   program.say("/stage", kWindow, "Activate", "", 0);
   program.show("/shown", 1, 180);
   EXPECT_TRUE(waitUntil([&] { return program.timesAskedForRole() > 0; }));
-  program.say("/stage", kWindow, "Deactivate", "", 0);
-  program.show("/shown", 0, 190);
+  EXPECT_EQ(hints, 0);
+  EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
   EXPECT_LE(program.timesAskedForRole(), 32);
   bool isOver = false;
   const auto task = executors.mainThread().postAfter(Seconds{1.5}, [&] { isOver = true; });
   EXPECT_TRUE(waitUntil([&] { return isOver; }));
-  EXPECT_EQ(hints, 0);
+  EXPECT_EQ(hints, 1);
+}
+
+TEST_F(WindowEventsTest, ABurstThatDoesNotEndIsAHintAllTheSame) {
+  pace.longestGap = std::chrono::seconds{100};
+  pace.longestBurst = std::chrono::milliseconds{100};
+  listen(/*isShell=*/true);
+  program.set("/shown", Role::label);
+  program.show("/shown", 1, 40);
+  EXPECT_TRUE(waitUntil([&] { return hints >= 2; }));
+}
+
+TEST_F(WindowEventsTest, WhatWasBeyondTheBudgetIsOneHintWhenItRenews) {
+  pace.longestGap = std::chrono::milliseconds{-1};  // Nothing is a burst.
+  pace.budgetTime = std::chrono::milliseconds{400};
+  listen();
+  program.set("/shown", Role::label);
+  program.show("/shown", 1, 70);
+  EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
+  EXPECT_LE(program.timesAskedForRole(), 64);
+}
+
+TEST_F(WindowEventsTest, ShellsDoNotReplaceOneAnother) {
+  listen(/*isShell=*/true);
+  AnnouncingProgram second(bus.address());
+  program.say("/stage", kWindow, "Activate", "", 0);
+  second.say("/stage", kWindow, "Activate", "", 0);
+  EXPECT_TRUE(waitUntil([&] { return hints == 2; }));
 }
 
 TEST_F(WindowEventsTest, ADialogOfAShellIsOneHint) {
@@ -165,12 +192,12 @@ TEST_F(WindowEventsTest, ADialogOfAShellIsOneHint) {
   EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
 }
 
-TEST_F(WindowEventsTest, AProgramThatShowsVeryMuchAtOnceHasANewWindow) {
+TEST_F(WindowEventsTest, AProgramThatShowsVeryMuchAtOnceIsAHintAtOnceAndAtTheEnd) {
   listen();
   program.set("/shown", Role::label);
   program.show("/shown", 1, 100);
-  EXPECT_TRUE(waitUntil([&] { return hints > 0; }));
-  EXPECT_LE(program.timesAskedForRole(), 64);
+  EXPECT_TRUE(waitUntil([&] { return hints == 2; }));
+  EXPECT_LE(program.timesAskedForRole(), 32);
 }
 
 TEST_F(WindowEventsTest, ItsOwnWindowsAreNone) {
@@ -191,7 +218,7 @@ TEST_F(WindowEventsTest, ARegistryThatWasStartedAnewIsAskedAgain) {
 TEST_F(WindowEventsTest, NothingIsRegisteredWhereNothingIsWanted) {
   events = std::make_unique<WindowEvents>(
       []() -> std::optional<std::string> {
-        ADD_FAILURE() << "Nobody asks for the bus.";
+        ADD_FAILURE() << "The bus is not asked for.";
         return std::nullopt;
       },
       WindowEventKinds{}, 0, executors.mainThread(), [] {});

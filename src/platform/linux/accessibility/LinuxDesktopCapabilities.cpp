@@ -20,6 +20,7 @@ constexpr const char* kWaylandWithServer =
 constexpr const char* kWaylandInput = "This is a Wayland session. Clicks and keys can be sent to X programs only.";
 constexpr const char* kWaylandPoints =
     "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
+constexpr const char* kWindowsNotKnown = "Not known: it cannot be told which programs have windows.";
 
 }  // namespace
 
@@ -46,10 +47,12 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
   if (accessibility.isProcessTrusted() != platform::ProcessTrust::granted)
     return Limitation{"Not known without accessibility."};
   const auto processes = accessibility.unseenProcesses();
-  if (!processes) return Limitation{"Not known: it cannot be told which programs have windows."};
+  if (!processes) return Limitation{kWindowsNotKnown};
   std::vector<platform::UnreadableProgram> programs;
   for (const auto process : *processes) programs.push_back(unreadable(process, /*isOnBus=*/false));
   for (const auto process : accessibility.hollowProcesses()) programs.push_back(unreadable(process, /*isOnBus=*/true));
+  // Of a desktop that knows only some of its windows, what is found is there, but others may be missing.
+  if (programs.empty() && windows.coverage() != desktop::WindowCoverage::all) return Limitation{kWindowsNotKnown};
   return programs;
 }
 

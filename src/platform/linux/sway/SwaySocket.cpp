@@ -70,10 +70,13 @@ bool SwaySocket::receive() {
 }
 
 bool SwaySocket::await(short events, steady_clock::time_point deadline) const {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now()).count();
-  if (left <= 0) return false;
-  pollfd waited{.fd = file, .events = events, .revents = 0};
-  return ::poll(&waited, 1, static_cast<int>(left)) >= 0;
+  while (true) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now()).count();
+    if (left <= 0) return false;
+    pollfd waited{.fd = file, .events = events, .revents = 0};
+    if (::poll(&waited, 1, static_cast<int>(left)) >= 0) return true;
+    if (errno != EINTR) return false;
+  }
 }
 
 }  // namespace quillard::sway

@@ -114,9 +114,10 @@ std::optional<Window> readWindow(const Json& node, bool isHidden) {
 
 class TreeReader {
  public:
-  WindowsSnapshot read(const Json& root) {
+  // Absent: there are too many, so that some would be missing.
+  std::optional<WindowsSnapshot> read(const Json& root) {
     std::vector<Step> steps{{&root}};
-    while (!steps.empty() && snapshot.windows.size() < kMostWindows) {
+    while (!steps.empty()) {
       const Step step = steps.back();
       steps.pop_back();
       const Json& node = *step.node;
@@ -125,6 +126,7 @@ class TreeReader {
       const bool isHidden = step.isHidden || (isWorkspace && string(node, "name") == kScratchpad);
       if (isWorkspace) workspace = integer(node, "id", 1, std::numeric_limits<std::int32_t>::max());
       visit(node, isHidden);
+      if (snapshot.windows.size() > kMostWindows) return std::nullopt;
       // Taken from the end: floating windows come last.
       push(node, "floating_nodes", isHidden, steps);
       push(node, "nodes", isHidden, steps);
@@ -151,13 +153,26 @@ class TreeReader {
   std::optional<std::int64_t> workspace;  // The one that is being gone through.
 };
 
+// Of the character that begins here, by its first byte. One: it begins none.
+std::size_t lengthOfCharacter(char first) {
+  const auto byte = static_cast<unsigned char>(first);
+  if ((byte & 0xE0U) == 0xC0U) return 2;
+  if ((byte & 0xF0U) == 0xE0U) return 3;
+  return (byte & 0xF8U) == 0xF0U ? 4 : 1;
+}
+
 // Titles are handed on by sway as programs gave them.
 std::string withoutBrokenText(std::string_view json) {
   if (text::isValidUtf8(json)) return std::string(json);
-  std::string ascii{json};
-  std::replace_if(
-      ascii.begin(), ascii.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; }, '?');
-  return ascii;
+  std::string mended;
+  mended.reserve(json.size());
+  while (!json.empty()) {
+    const auto character = json.substr(0, lengthOfCharacter(json.front()));
+    const bool isValid = text::isValidUtf8(character);
+    mended += isValid ? character : "?";
+    json.remove_prefix(isValid ? character.size() : 1);
+  }
+  return mended;
 }
 
 }  // namespace
@@ -174,7 +189,8 @@ std::optional<WindowsSnapshot> parseTree(std::string_view json) {
   const auto* const root = std::get_if<Json>(&parsed);
   if (!root || !root->is_object() || string(*root, "type") != "root") return std::nullopt;
   auto snapshot = TreeReader{}.read(*root);
-  if (const auto screen = rect(*root, "rect")) snapshot.screen = Size{screen->width, screen->height};
+  if (!snapshot) return std::nullopt;
+  if (const auto screen = rect(*root, "rect")) snapshot->screen = Size{screen->width, screen->height};
   return snapshot;
 }
 

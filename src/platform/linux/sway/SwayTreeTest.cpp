@@ -131,6 +131,25 @@ TEST(SwayTree, ATitleOfBrokenTextHidesNoOtherWindow) {
   EXPECT_EQ(window.name, "a??z");
 }
 
+TEST(SwayTree, BrokenTextLeavesTheOtherCharactersAsTheyAre) {
+  const auto window = only("\"id\":7,\"pid\":9,\"name\":\"Größe \xC3 – 🔑\xF0\x9F\",\"app_id\":\"é\"");
+  EXPECT_EQ(window.name, "Größe ? – 🔑??");
+  EXPECT_EQ(window.className, "é");
+}
+
+TEST(SwayTree, OfMoreWindowsThanAreReadNothingIsKnown) {
+  const auto treeWith = [](std::size_t count) {
+    std::string nodes;
+    for (std::size_t i = 1; i <= count; ++i) {
+      nodes += (i == 1 ? "" : ",") + std::string(R"({"id":)") + std::to_string(i) + R"(,"pid":9})";
+    }
+    return parseTree(R"({"type":"root","nodes":[)" + nodes + "]}");
+  };
+  ASSERT_TRUE(treeWith(kMostWindows));
+  EXPECT_EQ(treeWith(kMostWindows)->windows.size(), kMostWindows);
+  EXPECT_FALSE(treeWith(kMostWindows + 1));
+}
+
 TEST(SwayTree, NoTreeIsNoEmptyDesktop) {
   std::string deep;
   for (int i = 0; i < 200; ++i) deep += R"({"type":"root","nodes":[)";

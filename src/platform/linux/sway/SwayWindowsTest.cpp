@@ -102,9 +102,9 @@ struct Watched {
   SwayWindows windows{sway.path(), milliseconds{0}};
   qt::QtExecutors executors;
   SwayWatch watch{sway.path(), windows, executors.mainThread()};
-  std::vector<Titles> told;
+  std::vector<Titles> reported;
   platform::SubscriptionHandle subscription =
-      watch.observe([this](const WindowsSnapshot& snapshot) { told.push_back(titlesOf(snapshot)); });
+      watch.observe([this](const WindowsSnapshot& snapshot) { reported.push_back(titlesOf(snapshot)); });
 };
 
 TEST(SwayWatch, TellsOfANewWindowOnceForAllTheEventsThatItCauses) {
@@ -113,8 +113,8 @@ TEST(SwayWatch, TellsOfANewWindowOnceForAllTheEventsThatItCauses) {
   for (const char* change : {"new", "focus", "title", "floating"}) {
     world.sway.announce(kWindowEvent, std::string(R"({"change":")") + change + "\"}");
   }
-  EXPECT_TRUE(waitUntil([&] { return !world.told.empty(); }));
-  EXPECT_EQ(world.told, std::vector<Titles>{{"Permission"}});
+  EXPECT_TRUE(waitUntil([&] { return !world.reported.empty(); }));
+  EXPECT_EQ(world.reported, std::vector<Titles>{{"Permission"}});
   EXPECT_EQ(titlesOf(world.watch.lastSnapshot()), Titles{"Permission"});
 }
 
@@ -122,18 +122,18 @@ TEST(SwayWatch, ATitleThatChangesAllTheTimeIsReadNowAndThen) {
   Watched world;
   world.sway.setTree(treeWith({"50 %"}));
   for (int i = 0; i < 50; ++i) world.sway.announce(kWindowEvent, R"({"change":"title"})");
-  EXPECT_TRUE(waitUntil([&] { return !world.told.empty(); }));
-  EXPECT_EQ(world.told.size(), 1U);
+  EXPECT_TRUE(waitUntil([&] { return !world.reported.empty(); }));
+  EXPECT_EQ(world.reported.size(), 1U);
 }
 
 TEST(SwayWatch, WhenSwayGoesThereAreNoWindows) {
   Watched world;
   world.sway.setTree(treeWith({"A"}));
   world.sway.announce(kWindowEvent, R"({"change":"new"})");
-  ASSERT_TRUE(waitUntil([&] { return world.told.size() == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return world.reported.size() == 1; }));
   world.sway.stop();
-  EXPECT_TRUE(waitUntil([&] { return world.told.size() == 2; }));
-  EXPECT_EQ(world.told.back(), Titles{});
+  EXPECT_TRUE(waitUntil([&] { return world.reported.size() == 2; }));
+  EXPECT_EQ(world.reported.back(), Titles{});
   EXPECT_EQ(world.watch.lastSnapshot().coverage, WindowCoverage::none);
 }
 

@@ -25,6 +25,7 @@ LinuxWorkspace::LinuxWorkspace(const Sources& sources)
     : sources(sources), agents(sources.processes, sources.processes.sessionFolder(::getpid())) {
   const Reading reading = read(sources.changes.lastSnapshot());
   reported = {.applications = applications(reading), .currentDesktop = reading.snapshot.currentDesktop};
+  noteKnownFromWindows(reported);
   windowSubscription = sources.changes.observe([this](const WindowsSnapshot& snapshot) { desktopChanged(snapshot); });
   accessibleSubscription = sources.accessible.observe([this] { desktopChanged(this->sources.changes.lastSnapshot()); });
 }
@@ -162,8 +163,34 @@ void LinuxWorkspace::desktopChanged(const WindowsSnapshot& snapshot) {
   forgetReading();
   const Reading reading = read(snapshot);
   WorkspaceState now{.applications = applications(reading), .currentDesktop = reading.snapshot.currentDesktop};
+  if (snapshot.coverage == WindowCoverage::none) {
+    keepKnownFromWindows(now);
+  } else {
+    noteKnownFromWindows(now);
+  }
   const auto events = eventsBetween(std::exchange(reported, now), now);
   for (const auto& event : events) listeners.tell(event);
+}
+
+void LinuxWorkspace::noteKnownFromWindows(const WorkspaceState& state) {
+  const auto accessible = sources.accessible.processIdentifiers();
+  knownFromWindows.clear();
+  for (const auto& application : state.applications) {
+    const auto process = application.processIdentifier;
+    if (std::find(accessible.begin(), accessible.end(), process) == accessible.end()) knownFromWindows.insert(process);
+  }
+}
+
+void LinuxWorkspace::keepKnownFromWindows(WorkspaceState& state) {
+  for (const auto& application : reported.applications) {
+    const auto process = application.processIdentifier;
+    const bool isListed =
+        std::any_of(state.applications.begin(), state.applications.end(),
+                    [&](const RunningApplication& each) { return each.processIdentifier == process; });
+    if (!isListed && knownFromWindows.contains(process) && sources.processes.process(process)) {
+      state.applications.push_back(application);
+    }
+  }
 }
 
 }  // namespace quillard::desktop

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -85,12 +86,16 @@ class LinuxWorkspace final : public platform::Workspace {
   [[nodiscard]] static std::optional<ApplicationInfo> infoOf(std::int32_t processIdentifier, const Reading& reading);
   [[nodiscard]] std::vector<Window> windowsOf(std::int32_t processIdentifier, const Reading& reading);
   void desktopChanged(const WindowsSnapshot& snapshot);
+  void noteKnownFromWindows(const WorkspaceState& state);
+  // Adds those that run still: while no windows are known, they cannot be said to have ended.
+  void keepKnownFromWindows(WorkspaceState& state);
 
   const Sources sources;
   const x11::AgentProcesses agents;
   Mutex mutex;
   std::optional<Reading> lastReading QUILLARD_GUARDED_BY(mutex);
-  WorkspaceState reported;  // Main thread only, like all below.
+  WorkspaceState reported;                  // Main thread only, like all below.
+  std::set<std::int32_t> knownFromWindows;  // Of those: which are not on the accessibility bus.
   Listeners<platform::WorkspaceEvent> listeners;
   platform::SubscriptionHandle windowSubscription;
   platform::SubscriptionHandle accessibleSubscription;

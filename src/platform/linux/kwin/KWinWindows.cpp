@@ -194,18 +194,18 @@ void KWinWindows::take(std::optional<WindowsSnapshot> now) {
     state->changed.notify_all();
     if (isSame || std::exchange(state->isTurnAhead, true)) return;
   }
-  tellSoon();
+  reportSoon();
 }
 
-void KWinWindows::tellSoon() {
+void KWinWindows::reportSoon() {
   mainThread.post([this, alive = std::weak_ptr<char>(life), state = state] {
     if (alive.expired()) return;
     {
       const MutexLock lock(state->mutex);
       state->isTurnAhead = false;
-      told = state->present.value_or(WindowsSnapshot{});
+      reported = state->present.value_or(WindowsSnapshot{});
     }
-    listeners.tell(told);
+    listeners.tell(reported);
   });
 }
 

@@ -48,7 +48,7 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
       std::function<void(const desktop::WindowsSnapshot&)> onRead) override {
     return listeners.add(std::move(onRead));
   }
-  [[nodiscard]] const desktop::WindowsSnapshot& lastSnapshot() const override { return told; }
+  [[nodiscard]] const desktop::WindowsSnapshot& lastSnapshot() const override { return reported; }
 
  private:
   struct State;
@@ -68,12 +68,12 @@ class KWinWindows final : public desktop::DesktopWindows, public desktop::Window
   void take(std::optional<desktop::WindowsSnapshot> now);
 
   bool request(WindowRequest request, desktop::WindowID window);
-  void tellSoon();
+  void reportSoon();
 
   const KWinOptions options;
   platform::SerialExecutor& mainThread;
   const std::shared_ptr<State> state;
-  desktop::WindowsSnapshot told;  // Main thread.
+  desktop::WindowsSnapshot reported;  // Main thread.
   desktop::Listeners<desktop::WindowsSnapshot> listeners;
   atspi::BusConnections requests;
   // Of the watch's thread.

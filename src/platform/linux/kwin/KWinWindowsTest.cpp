@@ -47,7 +47,7 @@ class KWinWindowsTest : public testing::Test {
     windows = std::make_unique<KWinWindows>(
         KWinOptions{.sessionBusAddress = bus.address(), .scriptFolder = bus.folder("run"), .timeout = timeout},
         executors.mainThread());
-    subscription = windows->observe([this](const WindowsSnapshot& now) { told.push_back(titlesOf(now)); });
+    subscription = windows->observe([this](const WindowsSnapshot& now) { reported.push_back(titlesOf(now)); });
   }
   std::vector<std::string> scriptFiles() {
     std::vector<std::string> files;
@@ -62,7 +62,7 @@ class KWinWindowsTest : public testing::Test {
   std::unique_ptr<FakeKWin> fake;
   std::unique_ptr<KWinWindows> windows;
   platform::SubscriptionHandle subscription;
-  std::vector<Titles> told;
+  std::vector<Titles> reported;
   const std::string ownScript = scriptNameOf(::getpid());
 };
 
@@ -71,7 +71,7 @@ TEST_F(KWinWindowsTest, TheFirstQuestionWaitsForWhatTheScriptTells) {
   startAgent();
   EXPECT_EQ(titlesOf(windows->snapshot()), Titles{"Permission"});
   EXPECT_EQ(windows->coverage(), WindowCoverage::all);
-  EXPECT_TRUE(waitUntil([&] { return told == std::vector<Titles>{{"Permission"}}; }));
+  EXPECT_TRUE(waitUntil([&] { return reported == std::vector<Titles>{{"Permission"}}; }));
   EXPECT_EQ(titlesOf(windows->lastSnapshot()), Titles{"Permission"});
 }
 
@@ -84,9 +84,9 @@ TEST_F(KWinWindowsTest, ANewerVersionHasItsScriptsElsewhere) {
 TEST_F(KWinWindowsTest, EachChangeIsTold) {
   startKWin();
   startAgent();
-  ASSERT_TRUE(waitUntil([&] { return !told.empty(); }));
+  ASSERT_TRUE(waitUntil([&] { return !reported.empty(); }));
   fake->tell(stateWith("Camera"));
-  EXPECT_TRUE(waitUntil([&] { return told.back() == Titles{"Camera"}; }));
+  EXPECT_TRUE(waitUntil([&] { return reported.back() == Titles{"Camera"}; }));
   EXPECT_EQ(titlesOf(windows->snapshot()), Titles{"Camera"});
 }
 
@@ -135,7 +135,7 @@ TEST_F(KWinWindowsTest, AKWinThatDoesWhatItWasAskedAfterTheTimeoutIsKnownAfterwa
   EXPECT_EQ(windows->coverage(), WindowCoverage::none);
   fake->release();
   EXPECT_TRUE(waitUntil([&] { return windows->coverage() == WindowCoverage::all; }));
-  EXPECT_TRUE(waitUntil([&] { return told == std::vector<Titles>{{"Permission"}}; })) << "and stays known";
+  EXPECT_TRUE(waitUntil([&] { return reported == std::vector<Titles>{{"Permission"}}; })) << "and stays known";
   EXPECT_EQ(fake->loaded(), std::vector{ownScript});
 }
 

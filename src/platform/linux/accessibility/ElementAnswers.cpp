@@ -232,7 +232,7 @@ AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
 }
 
 AXResult<AXValue> ElementAnswers::innerSubrole(Node& node) {
-  if (mapping::isSecret(node.record)) return textValue(ax::kSecureTextFieldSubrole);
+  if (mapping::isSecret(node.record, node.program->toolkit)) return textValue(ax::kSecureTextFieldSubrole);
   if (mapping::isDocument(node.record)) return textValue(ax::kTextAreaSubrole);
   return AXError::attributeUnsupported;
 }
@@ -256,7 +256,7 @@ AXResult<AXValue> ElementAnswers::applicationTitle(ProgramNode& program) {
 
 AXResult<AXValue> ElementAnswers::description(Node& node) {
   reading.fetch({{.node = &node, .more = {.description = true}}});
-  return textValue(mapping::descriptionOf(node.record));
+  return textValue(mapping::descriptionOf(node.record, node.program->toolkit));
 }
 
 AXResult<AXValue> ElementAnswers::isMinimized(Node& window) {
@@ -308,7 +308,9 @@ std::string_view ElementAnswers::roleOf(Node& node) {
     return isSheet ? ax::kSheetRole : ax::kWindowRole;
   }
   if (isDialogInside(node)) return ax::kSheetRole;
+  if (mapping::isSecret(node.record, node.program->toolkit)) return ax::kTextFieldRole;
   if (isBoxOfButtons(node)) return ax::kGroupRole;
+  if (descriptionAsText(node)) return ax::kStaticTextRole;
   const bool dependsOnChildren = mapping::roleOf(node.record, true) != mapping::roleOf(node.record, false);
   if (dependsOnChildren) reading.fetch({{.node = &node, .descendants = 1, .levels = 1}});
   return mapping::roleOf(node.record, !node.list.empty());
@@ -317,15 +319,30 @@ std::string_view ElementAnswers::roleOf(Node& node) {
 // Qt Quick calls the row of buttons below a dialog a list of tabs, and Plasma's notifications put their name and their
 // own buttons into a tool bar: neither leads around in a window.
 bool ElementAnswers::isBoxOfButtons(Node& node) {
-  const auto holds = [&](Node& parent, Role role) {
+  if (node.program->toolkit != Toolkit::qt) return false;
+  const auto readChildren = [&](Node& parent) {
     reading.fetch({{.node = &parent, .descendants = static_cast<int>(kLongList), .levels = 1}});
-    return std::any_of(parent.list.begin(), parent.list.end(),
-                       [&](const Node* child) { return child->record.role == role; });
   };
-  if (node.record.role == Role::pageTabList) return !holds(node, Role::pageTab);
+  const auto has = [](Role role) { return [role](const Node* child) { return child->record.role == role; }; };
+  if (node.record.role == Role::pageTabList) {
+    readChildren(node);
+    const bool isWhole = !node.hasUnreadableList && !node.list.empty() && node.list.size() < kLongList;
+    return isWhole && std::all_of(node.list.begin(), node.list.end(), has(Role::pushButton));
+  }
   if (node.record.role != Role::toolBar) return false;
   Node* const parent = reading.parent(node);
-  return parent && parent->isTopLevel() && holds(*parent, Role::notification);
+  if (!parent || !parent->isTopLevel()) return false;
+  readChildren(*parent);
+  return std::any_of(parent->list.begin(), parent->list.end(), has(Role::notification));
+}
+
+// What a notification of Plasma says, beside its title.
+std::optional<std::string> ElementAnswers::descriptionAsText(Node& node) {
+  if (node.record.role != Role::notification || node.program->toolkit != Toolkit::qt) return std::nullopt;
+  if (!isNotificationOfPlasma(node, reading.parent(node))) return std::nullopt;
+  reading.fetch({{.node = &node, .more = {.description = true}}});
+  const auto& description = node.record.description;
+  return description && !description->empty() ? description : std::nullopt;
 }
 
 bool ElementAnswers::isWindowLike(Node& node) { return node.isTopLevel() || isDialogInside(node); }
@@ -351,7 +368,7 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
     return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));
   }
   // The content of a text is its value.
-  if (mapping::roleOf(node.record, false) == ax::kStaticTextRole) return AXError::noValue;
+  if (mapping::roleOf(node.record, false) == ax::kStaticTextRole || descriptionAsText(node)) return AXError::noValue;
   return textValue(mapping::nameOf(node.record, toolkit));
 }
 
@@ -362,6 +379,7 @@ AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
     return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
   }
   if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;
+  if (const auto said = descriptionAsText(node)) return textValue(*said);
   const auto shown = mapping::textOf(node.record, node.program->toolkit);
   return shown ? Value{textValue(*shown)} : Value{AXError::noValue};
 }

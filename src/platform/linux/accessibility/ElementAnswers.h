@@ -70,6 +70,7 @@ class ElementAnswers {
   [[nodiscard]] bool isDialogInside(Node& node);
   // What its role calls tabs or a tool bar, and is none.
   [[nodiscard]] bool isBoxOfButtons(Node& node);
+  [[nodiscard]] std::optional<std::string> descriptionAsText(Node& node);
   [[nodiscard]] std::string_view roleOf(Node& node);
   [[nodiscard]] Value elementOrNone(Node* node);
 

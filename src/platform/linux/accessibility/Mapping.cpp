@@ -117,8 +117,6 @@ std::string_view roleOf(const NodeRecord& record, bool hasChildren) {
     case Role::heading:
     case Role::caption:
       return hasChildren ? ax::kGroupRole : ax::kStaticTextRole;
-    case Role::notification:  // Plasma's says there what it says, beside its title.
-      return record.description.value_or("").empty() ? ax::kGroupRole : ax::kStaticTextRole;
     case Role::passwordText:
       return ax::kTextFieldRole;
     case Role::text:
@@ -185,7 +183,12 @@ bool isEnabled(const NodeRecord& record) { return record.is(State::enabled) || r
 
 bool isDocument(const NodeRecord& record) { return record.role == Role::text && !record.is(State::editable); }
 
-bool isSecret(const NodeRecord& record) { return record.role == Role::passwordText; }
+// The shell's password fields turn into ordinary ones while they show what was typed.
+bool isSecret(const NodeRecord& record, Toolkit toolkit) {
+  if (record.role == Role::passwordText) return true;
+  if (toolkit != Toolkit::shell) return false;
+  return record.role == Role::entry || (record.role == Role::text && record.is(State::editable));
+}
 
 bool isDialogWindow(const NodeRecord& record, const desktop::Window* window) {
   if (isDialogRole(record.role) || isModal(record, window)) return true;
@@ -215,10 +218,10 @@ bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells) {
   return toolkit == Toolkit::gtk4 || !windowTells || record.is(State::showing);
 }
 
-bool takesNoRoom(const NodeRecord& record) {
+bool takesNoRoom(const NodeRecord& record, Toolkit toolkit) {
   const bool isContent = isText(record.role) || isField(record.role) || record.role == Role::pushButton;
   // Better a secret too many than a prompt that hides one.
-  if (!isContent || isSecret(record) || !record.extents) return false;
+  if (!isContent || isSecret(record, toolkit) || !record.extents) return false;
   return isSentinel(*record.extents) || !(record.extents->width > 0) || !(record.extents->height > 0);
 }
 
@@ -244,14 +247,13 @@ std::string nameOf(const NodeRecord& record, Toolkit toolkit) {
   return *record.name;
 }
 
-std::string descriptionOf(const NodeRecord& record) {
+std::string descriptionOf(const NodeRecord& record, Toolkit toolkit) {
   if (record.description && !record.description->empty()) return *record.description;
-  return isSecret(record) ? "Password" : "";
+  return isSecret(record, toolkit) ? "Password" : "";
 }
 
 std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit) {
-  if (isSecret(record)) return std::nullopt;
-  if (record.role == Role::notification) return record.description;
+  if (isSecret(record, toolkit)) return std::nullopt;
   const std::string name = nameOf(record, toolkit);
   if (isText(record.role) && !name.empty()) return name;
   if (record.text && !record.text->empty()) return record.text;
@@ -287,11 +289,11 @@ std::optional<Rect> windowFrame(const NodeRecord& record, const desktop::Window*
 
 DetailNeeds detailNeeds(const NodeRecord& record, Toolkit toolkit, bool isTopLevel) {
   if (isTopLevel || isDialogRole(record.role)) return {.extents = true};
-  if (record.role == Role::notification) return {.extents = true, .description = true};
+  if (record.role == Role::notification && toolkit == Toolkit::qt) return {.extents = true, .description = true};
   const bool isNameless = nameOf(record, toolkit).empty();
   if (record.role == Role::pushButton) return {.extents = true, .description = isNameless};
   if (isText(record.role)) return {.extents = true, .description = isNameless, .text = isNameless};
-  if (isSecret(record)) return {.extents = true, .description = true};
+  if (isSecret(record, toolkit)) return {.extents = true, .description = true};
   if (isField(record.role)) return {.extents = true, .description = isNameless, .text = true};
   return {};
 }

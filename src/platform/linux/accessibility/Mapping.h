@@ -29,8 +29,8 @@ inline constexpr std::string_view kImageRole = "AXImage";
 [[nodiscard]] std::string_view roleDescriptionOf(Role role);
 // Whether the object takes presses and input, as far as its toolkit says.
 [[nodiscard]] bool isEnabled(const NodeRecord& record);
-// Texts whose content is their value: labels, and text that cannot be edited.
-[[nodiscard]] bool isSecret(const NodeRecord& record);
+// Whether nobody but the user may read what was typed there: a password field; of the shell, any field.
+[[nodiscard]] bool isSecret(const NodeRecord& record, Toolkit toolkit);
 // Whether it is a text of many lines that cannot be edited: toolkits have another role for labels.
 [[nodiscard]] bool isDocument(const NodeRecord& record);
 
@@ -48,7 +48,7 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // itself that it is showing.
 [[nodiscard]] bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells);
 // Whether the object takes up no room, so that nobody can read it: a text or button without any extent.
-[[nodiscard]] bool takesNoRoom(const NodeRecord& record);
+[[nodiscard]] bool takesNoRoom(const NodeRecord& record, Toolkit toolkit);
 
 [[nodiscard]] std::string windowTitle(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window);
 // `label`: the name of the only label inside the button, where there is one.
@@ -56,7 +56,7 @@ inline constexpr std::string_view kImageRole = "AXImage";
                                       const std::optional<std::string>& label);
 // The name of anything else. Empty where it is only the name of a class.
 [[nodiscard]] std::string nameOf(const NodeRecord& record, Toolkit toolkit);
-[[nodiscard]] std::string descriptionOf(const NodeRecord& record);
+[[nodiscard]] std::string descriptionOf(const NodeRecord& record, Toolkit toolkit);
 // The text of a label, or of a field that is no secret. Absent when it shows none.
 [[nodiscard]] std::optional<std::string> textOf(const NodeRecord& record, Toolkit toolkit);
 

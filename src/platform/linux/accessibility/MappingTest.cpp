@@ -171,7 +171,7 @@ TEST(Mapping, ContentWithoutAnExtentTakesNoRoomButASecretAlwaysCounts) {
   const auto with = [](Role role, std::optional<Rect> extents) {
     auto node = record(role);
     node.extents = extents;
-    return mapping::takesNoRoom(node);
+    return mapping::takesNoRoom(node, Toolkit::gtk3);
   };
   EXPECT_TRUE(with(Role::label, Rect{0, 0, 0, 0}));
   EXPECT_TRUE(with(Role::label, Rect{5, 5, 10, 0}));
@@ -200,10 +200,10 @@ TEST(Mapping, ASecretHasNoTextAndIsCalledPassword) {
   auto secret = record(Role::passwordText, "");
   secret.text = "planted-secret";
   EXPECT_EQ(mapping::textOf(secret, Toolkit::gtk4), std::nullopt);
-  EXPECT_EQ(mapping::descriptionOf(secret), "Password");
+  EXPECT_EQ(mapping::descriptionOf(secret, Toolkit::gtk3), "Password");
   secret.description = "PIN";
-  EXPECT_EQ(mapping::descriptionOf(secret), "PIN");
-  EXPECT_EQ(mapping::descriptionOf(record(Role::entry)), "");
+  EXPECT_EQ(mapping::descriptionOf(secret, Toolkit::gtk3), "PIN");
+  EXPECT_EQ(mapping::descriptionOf(record(Role::entry), Toolkit::gtk3), "");
   for (const auto toolkit : {Toolkit::gtk3, Toolkit::gtk4, Toolkit::qt, Toolkit::other}) {
     EXPECT_FALSE(mapping::detailNeeds(secret, toolkit, false).text);
   }
@@ -259,15 +259,6 @@ TEST(Mapping, OnlyWhatReadingAPromptNeedsIsAsked) {
   EXPECT_TRUE(needs(record(Role::label)).text);
   EXPECT_TRUE(needs(record(Role::entry, "Name")).text);
   EXPECT_TRUE(mapping::detailNeeds(record(Role{23}), Toolkit::gtk4, true).extents);
-}
-
-TEST(Mapping, ANotificationSaysWhatItsDescriptionSays) {
-  NodeRecord record{.role = Role::notification, .name = "The title", .description = "May it go on?"};
-  EXPECT_TRUE(mapping::detailNeeds(record, Toolkit::qt, false).description);
-  EXPECT_EQ(mapping::roleOf(record, true), platform::ax::kStaticTextRole);
-  EXPECT_EQ(mapping::textOf(record, Toolkit::qt), "May it go on?");
-  record.description = "";
-  EXPECT_EQ(mapping::roleOf(record, true), platform::ax::kGroupRole);
 }
 
 TEST(Mapping, TellsTheToolkitOfTheShellFromTheLibraryOfThatName) {

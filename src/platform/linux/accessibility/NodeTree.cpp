@@ -91,21 +91,37 @@ bool isOffered(const Node& node) {
   const bool isOfCutList = node.parent && node.parent->list.size() >= kLongList;
   const bool windowTells = node.window && node.window->record.is(State::showing) && !isOfCutList;
   return mapping::isShown(node.record, node.program->toolkit, windowTells) &&
-         (isOfCutList || !mapping::takesNoRoom(node.record));
+         (isOfCutList || !mapping::takesNoRoom(node.record, node.program->toolkit));
 }
+
+namespace {
+
+// Whether it is the field in which a notification of Plasma shows once more what it says as its description.
+bool repeatsNotification(const Node& child, const Node& parent) {
+  const bool isField = child.record.role == Role::text || child.record.role == Role::entry;
+  if (!isField || !child.record.is(State::editable)) return false;
+  for (const Node* above = &parent; above; above = above->parent) {
+    if (isNotificationOfPlasma(*above, above->parent)) return true;
+  }
+  return false;
+}
+
+}  // namespace
 
 std::vector<Node*> offeredChildren(const Node& node) {
   std::vector<Node*> offered;
   // The shell keeps the text of a label once more inside it.
   const bool isLabelOfShell = node.program->toolkit == Toolkit::shell && node.record.role == Role::label;
   if (node.record.role == Role::pushButton || isLabelOfShell) return offered;
-  // Plasma's shows its text in a field, and says it as a description.
-  const bool isNotification = node.record.role == Role::notification && !node.isTopLevel();
   for (Node* child : node.list) {
-    const bool isMeant = !isNotification || child->record.role == Role::label;
-    if (isMeant && isOffered(*child)) offered.push_back(child);
+    if (isOffered(*child) && !repeatsNotification(*child, node)) offered.push_back(child);
   }
   return offered;
+}
+
+bool isNotificationOfPlasma(const Node& node, const Node* parent) {
+  return node.record.role == Role::notification && node.program->toolkit == Toolkit::qt && parent &&
+         parent->isTopLevel();
 }
 
 }  // namespace quillard::atspi

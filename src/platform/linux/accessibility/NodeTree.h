@@ -98,5 +98,8 @@ class NodeTree {
 [[nodiscard]] bool isOffered(const Node& node);
 // The children of an element that are elements, too. A button holds none: what is in it is its label.
 [[nodiscard]] std::vector<Node*> offeredChildren(const Node& node);
+// Whether it is what Plasma shows a notification as: one right in a window of Qt, which says its text as a description.
+// Others give that role to any part of a window, as browsers do to what a page announces. `parent`: its own, or null.
+[[nodiscard]] bool isNotificationOfPlasma(const Node& node, const Node* parent);
 
 }  // namespace quillard::atspi

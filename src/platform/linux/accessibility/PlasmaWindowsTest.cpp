@@ -65,9 +65,14 @@ FakeObject labelled(Role role, const std::string& name, const std::string& descr
   return made;
 }
 
+bool has(const std::vector<std::string>& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
 // As Plasma's shows one: its own buttons in a tool bar beside it.
 TEST(PlasmaWindows, ANotificationIsReadWithItsTextAndWithoutItsToolBar) {
   World world;
+  world.program->speakAs("Qt", "5.15.8");
   world.program->set("/window", object(Role{23}, "", {"/bar", "/note", "/deny", "/allow"}));
   world.program->set("/bar", object(Role::toolBar, "", {"/name"}));
   world.program->set("/name", object(Role::label, "sender"));
@@ -89,6 +94,60 @@ TEST(PlasmaWindows, ANotificationIsReadWithItsTextAndWithoutItsToolBar) {
   EXPECT_EQ(lines, (std::vector<std::string>{"May it go on?", "The title", "sender"}));
 }
 
+// What asks for a secret, or to be pressed, is never dropped with the field that repeats the text.
+TEST(PlasmaWindows, ANotificationKeepsItsSecretsItsButtonsAndItsTexts) {
+  World world;
+  world.program->speakAs("Qt", "5.15.8");
+  world.program->set("/window", object(Role{23}, "", {"/note"}));
+  world.program->set("/note", labelled(Role::notification, "The title", "May it go on?", {"/panel"}));
+  world.program->set("/panel", object(Role{39}, "", {"/secret", "/more", "/deny", "/allow"}));
+  world.program->set("/secret", object(Role::passwordText, ""));
+  world.program->set("/more", object(Role::staticText, "For an hour"));
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto scope = world.accessibility.beginReadScope();
+  const auto reading = world.read(*scope, *window);
+  EXPECT_EQ(reading.evidence.structure.secureFields, 1);
+  EXPECT_EQ(reading.evidence.buttonLabels, (std::vector<std::string>{"Allow", "Don't Allow"}));
+  EXPECT_TRUE(has(reading.evidence.messageLines, "For an hour"));
+}
+
+// Browsers give this role to every `role=alert` of a page, and other toolkits to banners.
+TEST(OtherNotifications, AreReadLikeAnyPartOfAWindow) {
+  for (const char* toolkit : {"gtk", "Chromium"}) {
+    SCOPED_TRACE(toolkit);
+    World world;
+    world.program->speakAs(toolkit, "4.8.3");
+    world.program->set("/window", object(Role{23}, "", {"/note", "/deny"}));
+    world.program->set("/note", labelled(Role::notification, "", "Read aloud only", {"/said", "/secret", "/allow"}));
+    world.program->set("/said", object(Role::staticText, "Enter the password to delete all files."));
+    world.program->set("/secret", object(Role::passwordText, ""));
+    const auto window = world.window();
+    ASSERT_TRUE(window);
+    const auto scope = world.accessibility.beginReadScope();
+    const auto reading = world.read(*scope, *window);
+    EXPECT_EQ(reading.evidence.structure.secureFields, 1);
+    EXPECT_EQ(reading.evidence.buttonLabels, (std::vector<std::string>{"Don't Allow", "Allow"}));
+    EXPECT_TRUE(has(reading.evidence.messageLines, "Enter the password to delete all files."));
+    EXPECT_FALSE(has(reading.evidence.messageLines, "Read aloud only"));
+  }
+}
+
+TEST(OtherNotifications, OfQtInsideAWindowKeepTheirFields) {
+  World world;
+  world.program->speakAs("Qt", "5.15.8");
+  world.program->set("/window", object(Role{23}, "", {"/box", "/deny", "/allow"}));
+  world.program->set("/box", object(Role{39}, "", {"/note"}));
+  world.program->set("/note", labelled(Role::notification, "", "A hint", {"/field"}));
+  FakeObject field = object(Role::text, "");
+  field.states |= bit(State::editable);
+  world.program->set("/field", field);
+  const auto window = world.window();
+  ASSERT_TRUE(window);
+  const auto scope = world.accessibility.beginReadScope();
+  EXPECT_EQ(world.read(*scope, *window).evidence.structure.textFields, 1);
+}
+
 TEST(PlasmaWindows, AToolBarBesideNoNotificationIsOne) {
   World world;
   world.program->set("/window", object(Role{23}, "", {"/bar", "/text", "/deny", "/allow"}));
@@ -99,20 +158,34 @@ TEST(PlasmaWindows, AToolBarBesideNoNotificationIsOne) {
   EXPECT_EQ(world.read(*scope, *window).evidence.structure.toolbars, 1);
 }
 
-TEST(PlasmaWindows, AListOfTabsWithoutTabsIsARowOfButtons) {
-  World world;
-  world.program->set("/window", object(Role{23}, "", {"/text", "/row"}));
-  world.program->set("/row", object(Role::pageTabList, "", {"/deny", "/allow"}));
-  const auto window = world.window();
-  ASSERT_TRUE(window);
-  {
-    const auto scope = world.accessibility.beginReadScope();
-    EXPECT_EQ(world.read(*scope, *window).evidence.structure.tabGroups, 0);
-  }
-  world.program->set("/row", object(Role::pageTabList, "", {"/tab", "/deny", "/allow"}));
+// The number of tab lists in a window that holds one with these children.
+int tabListsIn(World& world, std::vector<std::string> children) {
+  world.program->set("/window", object(Role{23}, "", {"/text", "/row", "/deny", "/allow"}));
+  world.program->set("/row", object(Role::pageTabList, "", std::move(children)));
+  world.program->set("/no", object(Role::pushButton, "No"));
+  world.program->set("/yes", object(Role::pushButton, "Yes"));
   world.program->set("/tab", object(Role::pageTab, "General"));
+  world.program->set("/box", object(Role{39}, "", {"/tab"}));
+  const auto window = world.window();
+  EXPECT_TRUE(window);
+  if (!window) return -1;
   const auto scope = world.accessibility.beginReadScope();
-  EXPECT_EQ(world.read(*scope, *window).evidence.structure.tabGroups, 1);
+  return world.read(*scope, *window).evidence.structure.tabGroups;
+}
+
+TEST(PlasmaWindows, AListOfTabsThatHoldsNothingButButtonsIsARowOfThem) {
+  World world;
+  world.program->speakAs("Qt", "6.4.2");
+  EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 0);
+  EXPECT_EQ(tabListsIn(world, {"/tab", "/no", "/yes"}), 1);
+  EXPECT_EQ(tabListsIn(world, {"/box", "/no"}), 1) << "Its tabs lie one level deeper.";
+  EXPECT_EQ(tabListsIn(world, {}), 1);
+  EXPECT_EQ(tabListsIn(world, {"/no", "/missing"}), 1) << "One of them was not read.";
+}
+
+TEST(PlasmaWindows, AListOfTabsOfAnotherToolkitIsOne) {
+  World world;
+  EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 1);
 }
 
 }  // namespace

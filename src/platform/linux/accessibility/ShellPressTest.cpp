@@ -195,6 +195,27 @@ TEST(ShellWindows, AreReadLikeAnyOther) {
   }
 }
 
+// The eye in the shell's password field makes an ordinary entry of it while the password is shown.
+TEST(ShellWindows, KeepAPasswordThatIsShownToThemselves) {
+  World world;
+  world.shell.set("/dialog", object(Role::dialog, "", {"/title", "/entry", "/deny", "/allow"}));
+  world.shell.set("/entry", object(Role::entry, "", {"/inner"}));
+  FakeObject typed = object(Role::text, "", {}, kShown | bit(State::editable));
+  typed.text = "hunter2";
+  world.shell.set("/inner", typed);
+  const auto scope = world.accessibility.beginReadScope();
+  for (const auto& window : AXHelpers::windows(*scope, world.accessibility.createApplication(::getpid()))) {
+    if (AXHelpers::subrole(*scope, window) != ax::kDialogSubrole) continue;
+    const auto reading = PromptReader::readPrompt(*scope, {.window = window, .appName = "GNOME Shell"}, 80);
+    EXPECT_GE(reading.evidence.structure.secureFields, 1);
+    for (const auto& line : reading.evidence.messageLines) EXPECT_EQ(line.find("hunter2"), std::string::npos);
+  }
+  for (const auto& question : world.shell.asked()) {
+    EXPECT_NE(question, "GetText /inner");
+    EXPECT_NE(question, "GetText /entry");
+  }
+}
+
 TEST(ShellWindows, AreTheSameElementsInALaterReading) {
   World world;
   const auto before = world.allWindows();

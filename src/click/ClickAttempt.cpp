@@ -269,7 +269,9 @@ ClickAttempt::Progress ClickAttempt::focusAndPressSpace(const AXUIElement& targe
   const auto owner = button.processIdentifier();
   if (!owner) return Progress::promptRemains;
   (void)button.owningApplication();  // Bounds the waits.
-  accessibility.setAttributeValue(target, ax::kFocused, true);
+  const auto answer = accessibility.setAttributeValue(target, ax::kFocused, true);
+  // No toolkit says so of an attribute, only a binding whose own press is the one way to this button.
+  if (answer == AXError::actionUnsupported) return Progress::stopped;
   if (!sleep(kPauseAfterFocusing)) return Progress::stopped;
   const auto isReady = [&] {
     return button.hasKeysOfProcess() && button.hasFocus(target) && button.isLabelledAsApproved(target);

@@ -22,6 +22,10 @@ void require(int result, const char* what) {
 }  // namespace
 
 FakeProgram::FakeProgram(const std::string& address, const std::string& wellKnownName, Override override)
+    : FakeProgram(address, wellKnownName.empty() ? std::vector<std::string>{} : std::vector<std::string>{wellKnownName},
+                  std::move(override)) {}
+
+FakeProgram::FakeProgram(const std::string& address, const std::vector<std::string>& wellKnownNames, Override override)
     : override(std::move(override)), wakeFile(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   require(sd_bus_new(&bus), "bus");
   require(sd_bus_set_address(bus, address.c_str()), "address");
@@ -31,7 +35,7 @@ FakeProgram::FakeProgram(const std::string& address, const std::string& wellKnow
   require(sd_bus_get_unique_name(bus, &own), "name");
   uniqueName = own;
   require(sd_bus_add_filter(bus, nullptr, onMessage, this), "filter");
-  if (!wellKnownName.empty()) require(sd_bus_request_name(bus, wellKnownName.c_str(), 0), "well-known name");
+  for (const auto& name : wellKnownNames) require(sd_bus_request_name(bus, name.c_str(), 0), "well-known name");
   thread = std::thread([this] { run(); });
 }
 

@@ -40,6 +40,7 @@ class FakeProgram {
 
   // `override` answers first, on the thread of the program; false: the objects answer.
   explicit FakeProgram(const std::string& address, const std::string& wellKnownName = "", Override override = {});
+  FakeProgram(const std::string& address, const std::vector<std::string>& wellKnownNames, Override override);
   ~FakeProgram();
   FakeProgram(const FakeProgram&) = delete;
   FakeProgram& operator=(const FakeProgram&) = delete;

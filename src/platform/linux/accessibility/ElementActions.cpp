@@ -108,6 +108,8 @@ AXError ElementActions::set(const AXUIElement& element, platform::AXAttribute na
   if (!node.hasValue()) return node.error();
   if (answers.isWindowLike(*node.value())) return setOfWindow(*node.value(), name, value);
   if (name != ax::kFocused) return AXError::attributeUnsupported;
+  // A focus that is left on a button of the shell makes the user's next Return a press.
+  if (shell::isShell(*node.value()->program)) return AXError::actionUnsupported;
   return isTrue(value) ? grabFocus(*node.value()) : AXError::illegalArgument;
 }
 

@@ -18,6 +18,7 @@ class ElementActions {
       : reading(reading), answers(reading), windows(windows), sessionBusAddress(sessionBusAddress) {}
 
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
+  // `actionUnsupported` for the focus of an element of the shell: only a press there may move it.
   [[nodiscard]] platform::AXError set(const platform::AXUIElement& element, platform::AXAttribute name,
                                       const platform::AXValue& value);
   [[nodiscard]] platform::AXResult<platform::AXUIElement> elementAt(const platform::AXUIElement& within, Point point);

@@ -13,9 +13,13 @@ namespace quillard::atspi {
 // shell's compositor makes for its own users' remote desktops and that is there for this key alone (its panel shows
 // meanwhile that the screen is shared).
 //
-// Nothing is sent unless the program is the one that owns the shell's name on the session bus, the screen is not
-// locked, the button says that it is focused and the stage that it is active, and all of this still holds right before
-// the key. Waits for the shell, up to some seconds where it hangs. Of one press each.
+// Nothing is sent unless the program is the one that owns the shell's name on the session bus, and makes the keyboard
+// itself, the shell says that the screen is not locked, the button says that it is focused and the stage that it is
+// active, and all of this still holds right before the key. A press that is refused gives the focus back to the button
+// of the dialog that had it. Waits for the shell, up to some seconds where it hangs. Of one press each.
+//
+// What remains: the key goes to what has the focus, so a shell that moves it, or hangs, within the milliseconds between
+// its last answer and the key presses something else, or presses later.
 class ShellPress {
  public:
   // Both outlive this.
@@ -28,6 +32,11 @@ class ShellPress {
  private:
   class Session;
 
+  [[nodiscard]] platform::AXError press(const Node& button, Session& session);
+  // Of the same dialog. Null: none has it.
+  [[nodiscard]] const Node* otherButtonWithFocus(const Node& button);
+  [[nodiscard]] bool grabFocus(const Node& button);
+  // Whether it has it now, and not only says that it was given.
   [[nodiscard]] bool takesFocus(const Node& button);
   // As they say now.
   [[nodiscard]] bool isFocused(const Node& button);

@@ -1,11 +1,18 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <cstring>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "detection/PromptReader.h"
@@ -50,6 +57,15 @@ struct Compositor {
   std::atomic<bool> givesKeyboard{true};
   std::atomic<bool> takesFocus{true};
   std::atomic<bool> locksWhileItOpens{false};
+  std::atomic<bool> starts{true};
+  std::atomic<bool> takesKeyDown{true};
+  std::atomic<bool> hangsOnceItIsOpen{false};
+  std::atomic<bool> isSlowOnceItIsOpen{false};
+  // Set before anything is asked: the keyboard opens, an object is given the focus, a key goes down.
+  std::function<void()> onOpen = [] {};
+  std::function<void(const std::string& path)> onFocus = [](const std::string&) {};
+  std::function<void()> onKeyDown = [] {};
+  std::function<void()> onCheck = [] {};  // The last question before it.
 
   // Of the keyboard, in order: "Start", "28 down".
   std::vector<std::string> calls() {
@@ -60,7 +76,11 @@ struct Compositor {
   bool answer(sd_bus_message* message) {
     const std::string member = sd_bus_message_get_member(message);
     const std::string interface = sd_bus_message_get_interface(message);
-    if (member == "GrabFocus") return sd_bus_reply_method_return(message, "b", takesFocus ? 1 : 0) >= 0;
+    if (member == "GrabFocus") {
+      if (takesFocus) onFocus(sd_bus_message_get_path(message));
+      return sd_bus_reply_method_return(message, "b", takesFocus ? 1 : 0) >= 0;
+    }
+    if (sd_bus_message_get_path(message) == kKeyboard && member == "Get") return answerSoon(message);
     if (member == "DoAction") {  // As the shell does.
       note("DoAction");
       return sd_bus_reply_method_return(message, "b", 1) >= 0;
@@ -68,15 +88,27 @@ struct Compositor {
     if (interface == "org.gnome.ScreenSaver") return answerLock(message);
     if (!interface.starts_with("org.gnome.Mutter.RemoteDesktop")) return false;
     if (member == "CreateSession") {
+      onOpen();
       if (locksWhileItOpens) lock = Lock::isLocked;
       if (!givesKeyboard) return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "no") >= 0;
-      return sd_bus_reply_method_return(message, "o", "/keyboard") >= 0;
+      return sd_bus_reply_method_return(message, "o", kKeyboard.c_str()) >= 0;
     }
-    noteKey(message, member);
+    const auto refuse = [&] { return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "no") >= 0; };
+    if (member == "Start" && !starts) return refuse();
+    if (noteKey(message, member) && !takesKeyDown) return refuse();
     return sd_bus_reply_method_return(message, "") >= 0;
   }
 
  private:
+  inline static const std::string kKeyboard = "/keyboard";
+
+  bool answerSoon(sd_bus_message* message) {
+    onCheck();
+    if (hangsOnceItIsOpen) return true;
+    if (isSlowOnceItIsOpen) std::this_thread::sleep_for(std::chrono::milliseconds{150});  // Longer than is waited for.
+    return sd_bus_reply_method_return(message, "v", "s", "keyboard") >= 0;
+  }
+
   bool answerLock(sd_bus_message* message) {
     switch (lock) {
       case Lock::cannotBeLocked:
@@ -90,11 +122,14 @@ struct Compositor {
     return sd_bus_reply_method_return(message, "b", lock == Lock::isLocked ? 1 : 0) >= 0;
   }
 
-  void noteKey(sd_bus_message* message, const std::string& member) {
+  // Whether it is a key that goes down.
+  bool noteKey(sd_bus_message* message, const std::string& member) {
     unsigned key = 0;
     int isDown = 0;
     const bool isKey = member == "NotifyKeyboardKeycode" && sd_bus_message_read(message, "ub", &key, &isDown) >= 0;
     note(isKey ? std::to_string(key) + (isDown != 0 ? " down" : " up") : member);
+    if (isKey && isDown != 0) onKeyDown();
+    return isKey && isDown != 0;
   }
 
   void note(const std::string& call) {
@@ -106,14 +141,20 @@ struct Compositor {
   std::vector<std::string> all;
 };
 
+const std::vector<std::string> kNamesOfShell{"org.gnome.Shell", "org.gnome.Mutter.RemoteDesktop"};
+
 struct World {
-  explicit World(bool ownsShell = true)
+  // `names`: what the shell owns on the session bus; `ofAnother`: what another client of the same process does.
+  explicit World(const std::vector<std::string>& names = kNamesOfShell, const std::vector<std::string>& ofAnother = {})
       : shell(bus.address(), "", [this](sd_bus_message* message) { return compositor.answer(message); }),
-        ofShell(bus.address(), ownsShell ? "org.gnome.Shell" : "org.example.Another",
-                [this](sd_bus_message* message) { return compositor.answer(message); }),
-        remoteDesktop(bus.address(), "org.gnome.Mutter.RemoteDesktop",
-                      [this](sd_bus_message* message) { return compositor.answer(message); }),
+        ofShell(bus.address(), names, [this](sd_bus_message* message) { return compositor.answer(message); }),
+        another(bus.address(), ofAnother, [this](sd_bus_message* message) { return compositor.answer(message); }),
         accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors) {
+    compositor.onFocus = [this](const std::string& path) { moveFocus(path); };
+    compositor.onKeyDown = [this] {
+      const std::lock_guard guard(mutex);
+      pressed.push_back(focus);
+    };
     bus.registerPrograms({shell.name()});
     shell.speakAs("clutter", "43.8");
     shell.set(FakeProgram::kRoot, object(kApplication, "gnome-shell", {"/stage"}));
@@ -135,8 +176,24 @@ struct World {
     FakeObject body = object(Role::label, "A program wants it.");
     body.extents = Rect{10, 40, 100, 20};
     shell.set("/body", body);
-    shell.set("/deny", object(Role::pushButton, "Don't Allow", {}, kFocused));
-    shell.set("/allow", object(Role::pushButton, "Allow"));
+    moveFocus("/deny");
+  }
+
+  // Among the buttons of the dialog; from any thread.
+  void moveFocus(const std::string& path) {
+    const std::lock_guard guard(mutex);
+    focus = path;
+    shell.set("/deny", object(Role::pushButton, "Don't Allow", {}, path == "/deny" ? kFocused : kShown));
+    shell.set("/allow", object(Role::pushButton, "Allow", {}, path == "/allow" ? kFocused : kShown));
+  }
+  std::string focused() {
+    const std::lock_guard guard(mutex);
+    return focus;
+  }
+  // What had the focus as each key went down.
+  std::vector<std::string> pressedOn() {
+    const std::lock_guard guard(mutex);
+    return pressed;
   }
 
   std::vector<AXUIElement> allWindows() {
@@ -158,9 +215,12 @@ struct World {
 
   FakeAccessibilityBus bus;
   Compositor compositor;
+  std::mutex mutex;
+  std::string focus;
+  std::vector<std::string> pressed;
   FakeProgram shell;  // On the accessibility bus.
   FakeProgram ofShell;
-  FakeProgram remoteDesktop;
+  FakeProgram another;
   desktop::NoDesktopWindows windows;
   qt::QtExecutors executors;
   LinuxAccessibility accessibility;
@@ -275,19 +335,33 @@ TEST(ShellPress, SendsNothingWithoutItsProof) {
   const std::vector<Case> cases{
       {"the screen is locked", [](World& world) { world.compositor.lock = Lock::isLocked; }},
       {"the lock cannot be told", [](World& world) { world.compositor.lock = Lock::isSilent; }},
-      {"the focus is refused", [](World& world) { world.compositor.takesFocus = false; }},
+      {"the focus is refused",
+       [](World& world) {
+         world.moveFocus("/allow");
+         world.compositor.takesFocus = false;
+       }},
       {"the focus did not move",
-       [](World& world) { world.shell.set("/deny", object(Role::pushButton, "Don't Allow")); }},
+       [](World& world) {
+         world.moveFocus("");
+         world.compositor.onFocus = [](const std::string&) {};
+       }},
       {"a program has the keyboard",
        [](World& world) { world.shell.set("/stage", object(kWindow, "", {"/group"}, kShown)); }},
       {"there is no keyboard", [](World& world) { world.compositor.givesKeyboard = false; }},
+      {"the keyboard does not start", [](World& world) { world.compositor.starts = false; }},
+      {"a program takes the keyboard meanwhile",
+       [](World& world) {
+         world.compositor.onOpen = [&world] { world.shell.set("/stage", object(kWindow, "", {"/group"}, kShown)); };
+       }},
+      {"the shell hangs", [](World& world) { world.compositor.hangsOnceItIsOpen = true; }},
+      {"the shell is slow", [](World& world) { world.compositor.isSlowOnceItIsOpen = true; }},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
     World world;
     each.change(world);
     EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
-    EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+    EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
   }
 }
 
@@ -299,9 +373,121 @@ TEST(ShellPress, ChecksAgainWhenTheKeyboardIsThere) {
 }
 
 TEST(ShellPress, IsOnlyForTheShellOfThisSession) {
-  World world{/*ownsShell=*/false};
+  World world{{"org.example.Another"}};
   EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
   EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+TEST(ShellPress, IsOnlyByTheKeyboardOfTheShellItself) {
+  World world{{"org.gnome.Shell"}, {"org.gnome.Mutter.RemoteDesktop"}};
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+// A process that owns the names of the shell, and answers all that it is asked. It has no other thread.
+class ShellOfAnotherProcess {
+ public:
+  explicit ShellOfAnotherProcess(const std::string& address) {
+    if (::pipe(pipe.data()) != 0) return;
+    process = ::fork();
+    if (process == 0) serve(address, pipe[1]);
+    ::close(pipe[1]);
+  }
+  ~ShellOfAnotherProcess() {
+    ::close(pipe[0]);
+    if (process <= 0) return;
+    ::kill(process, SIGKILL);
+    ::waitpid(process, nullptr, 0);
+  }
+  ShellOfAnotherProcess(const ShellOfAnotherProcess&) = delete;
+  ShellOfAnotherProcess& operator=(const ShellOfAnotherProcess&) = delete;
+
+  // False: it could not take the names.
+  [[nodiscard]] bool waitUntilUp() const {
+    char byte = 0;
+    return process > 0 && ::read(pipe[0], &byte, 1) == 1;
+  }
+
+ private:
+  [[noreturn]] static void serve(const std::string& address, int isUpFile) {
+    sd_bus* bus = nullptr;
+    Compositor compositor;
+    const auto onMessage = [](sd_bus_message* message, void* answering, sd_bus_error*) {
+      const bool isCall = sd_bus_message_is_method_call(message, nullptr, nullptr) > 0;
+      return isCall && static_cast<Compositor*>(answering)->answer(message) ? 1 : 0;
+    };
+    const bool isUp = sd_bus_new(&bus) >= 0 && sd_bus_set_address(bus, address.c_str()) >= 0 &&
+                      sd_bus_set_bus_client(bus, 1) >= 0 && sd_bus_start(bus) >= 0 &&
+                      sd_bus_add_filter(bus, nullptr, onMessage, &compositor) >= 0;
+    for (const auto& name : kNamesOfShell) {
+      if (!isUp || sd_bus_request_name(bus, name.c_str(), 0) < 0) ::_exit(1);
+    }
+    if (::write(isUpFile, "u", 1) != 1) ::_exit(1);
+    for (;;) {
+      const int done = sd_bus_process(bus, nullptr);
+      if (done < 0) ::_exit(1);
+      if (done == 0) sd_bus_wait(bus, UINT64_MAX);
+    }
+  }
+
+  std::array<int, 2> pipe{-1, -1};
+  pid_t process = -1;
+};
+
+TEST(ShellPress, IsNotByTheShellOfAnotherProcess) {
+  World world{{}};
+  const ShellOfAnotherProcess other(world.bus.address());
+  ASSERT_TRUE(other.waitUntilUp());
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+}
+
+TEST(ShellPress, TakesTheFocusBackFromAnotherButtonOfTheDialog) {
+  World world;
+  world.compositor.onOpen = [&] { world.moveFocus("/allow"); };
+  EXPECT_EQ(world.press("Don't Allow"), AXError::success);
+  EXPECT_EQ(world.pressedOn(), std::vector<std::string>{"/deny"});
+}
+
+// It went to something that the user turned to.
+TEST(ShellPress, DoesNotTakeTheFocusBackFromAnythingElse) {
+  World world;
+  world.moveFocus("/allow");
+  int timesTaken = 0;
+  world.compositor.onFocus = [&](const std::string& path) {
+    ++timesTaken;
+    world.moveFocus(path);
+  };
+  world.compositor.onCheck = [&] { world.moveFocus("/entry"); };
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(timesTaken, 1);
+  EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
+}
+
+TEST(ShellPress, ThatIsRefusedLeavesTheFocusWhereItWas) {
+  for (const bool isBefore : {true, false}) {
+    SCOPED_TRACE(isBefore ? "no keyboard" : "slow");
+    World world;
+    world.moveFocus("/allow");
+    world.compositor.givesKeyboard = !isBefore;
+    world.compositor.isSlowOnceItIsOpen = !isBefore;
+    EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+    EXPECT_EQ(world.focused(), "/allow");
+  }
+}
+
+TEST(ShellPress, IsTheOnlyWayToMoveTheFocusOfTheShell) {
+  World world;
+  const auto allow = world.button("Allow");
+  ASSERT_TRUE(allow);
+  EXPECT_EQ(world.accessibility.setAttributeValue(*allow, ax::kFocused, true), AXError::actionUnsupported);
+  EXPECT_EQ(world.focused(), "/deny");
+}
+
+TEST(ShellPress, OfWhichAKeyIsRefusedLetsItGoAndIsNotTriedAgain) {
+  World world;
+  world.compositor.takesKeyDown = false;
+  EXPECT_EQ(world.press("Don't Allow"), AXError::cannotComplete) << "It may have been pressed.";
+  EXPECT_EQ(world.compositor.calls(), kOneReturn);
 }
 
 TEST(ShellPress, GoesOnWhereTheScreenCouldBeLockedAndIsNot) {

@@ -203,8 +203,17 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
     if (shell::isShell(*program)) goals.push_back(shell::stageGoal(*program));
   }
   fetch(goals);
+  goals.clear();
+  for (ProgramNode* program : programs(processIdentifier)) {
+    if (!shell::isShell(*program)) continue;
+    const auto groups = shell::windowGroupGoals(*program);
+    goals.insert(goals.end(), groups.begin(), groups.end());
+  }
+  fetch(goals);
+  ProcessWindows found;
   std::vector<Node*> candidates;
   for (ProgramNode* program : programs(processIdentifier)) {
+    if (shell::isShell(*program) && !shell::isStageWhole(*program)) found.isIncomplete = true;
     const auto own = shell::isShell(*program) ? shell::windowsOf(*program) : program->root->list;
     for (Node* window : own) {
       const bool isWindow = !window->isUnreadable && mapping::isWindowRole(window->record.role);
@@ -216,7 +225,6 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
   const auto owned = windowsOf(desktopWindows(), processIdentifier);
   const auto matches = matchWindows(accessible, owned);
 
-  ProcessWindows found;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     const desktop::Window* window = nullptr;
     if (matches[i]) {

@@ -36,6 +36,8 @@ struct ProcessWindows {
   std::unordered_map<const Node*, const desktop::Window*> desktopWindows;  // Those that have one.
   std::unordered_map<const Node*, Node*> sheetParents;                     // Of sheets: the window that they belong to.
 
+  bool isIncomplete = false;  // Others may be there: not all of what they are found in could be read.
+
   [[nodiscard]] bool contains(const Node& window) const;
   [[nodiscard]] const desktop::Window* desktopWindow(const Node* window) const;
   [[nodiscard]] Node* sheetParent(const Node& window) const;

@@ -93,8 +93,9 @@ AXResult<AXValue> ElementAnswers::role(Node& node) {
 
 std::optional<AXError> ElementAnswers::whyNotAsked(Node& node) {
   if (node.isTopLevel()) {
-    const bool isPresent = reading.windows(node.program->processIdentifier).contains(node);
-    return isPresent ? std::nullopt : std::optional(AXError::invalidUIElement);
+    const auto& windows = reading.windows(node.program->processIdentifier);
+    if (windows.contains(node)) return std::nullopt;
+    return windows.isIncomplete ? AXError::cannotComplete : AXError::invalidUIElement;
   }
   reading.fetch({{.node = &node}});
   const bool isGone = node.isUnreadable || node.record.is(State::defunct);
@@ -398,6 +399,7 @@ AXResult<AXValue> ElementAnswers::children(Node& node) {
 
 AXResult<AXValue> ElementAnswers::windowList(std::int32_t process) {
   const auto& windows = reading.windows(process);
+  if (windows.isIncomplete) return AXError::cannotComplete;
   std::vector<AXUIElement> elements;
   for (const Node* window : windows.present) {
     if (!windows.sheetParent(*window)) elements.push_back(reading.element(*window));

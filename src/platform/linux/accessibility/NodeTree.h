@@ -39,6 +39,7 @@ struct Node {
   Progress children = Progress::notAsked;
   bool isUnreadable = false;       // It was asked for its attributes and is no usable object.
   bool hasUnreadableList = false;  // It was asked for its children and gave no list, or one beyond the tree's bounds.
+  bool hasRefused = false;         // It is there, and gave no usable answer about its role, states or children.
   NodeRecord record;
   std::size_t announcedChildren = 0;  // Once `childCount` is known.
   std::vector<Node*> list;            // Its children, once known: the last ones, when there are very many.

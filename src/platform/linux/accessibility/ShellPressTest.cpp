@@ -57,6 +57,7 @@ struct Compositor {
   std::atomic<bool> givesKeyboard{true};
   std::atomic<bool> takesFocus{true};
   std::atomic<bool> locksWhileItOpens{false};
+  std::string refusedQuestion;  // "member path". Set before anything is asked.
   std::atomic<bool> starts{true};
   std::atomic<bool> takesKeyDown{true};
   std::atomic<bool> hangsOnceItIsOpen{false};
@@ -76,6 +77,9 @@ struct Compositor {
   bool answer(sd_bus_message* message) {
     const std::string member = sd_bus_message_get_member(message);
     const std::string interface = sd_bus_message_get_interface(message);
+    if (member + " " + sd_bus_message_get_path(message) == refusedQuestion) {
+      return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "no") >= 0;
+    }
     if (member == "GrabFocus") {
       if (takesFocus) onFocus(sd_bus_message_get_path(message));
       return sd_bus_reply_method_return(message, "b", takesFocus ? 1 : 0) >= 0;
@@ -298,6 +302,52 @@ TEST(ShellWindows, GoWhenTheyNoLongerShow) {
   EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
   EXPECT_EQ(world.accessibility.performAction(*dialog, ax::kPressAction), AXError::notImplemented);
   EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
+}
+
+// So many objects that the walk ends before it has met the dialog, which lies below them.
+void showManyObjects(World& world, int rows) {
+  constexpr int kInRow = 80;
+  std::vector<std::string> paths;
+  for (int row = 0; row < rows; ++row) {
+    std::vector<std::string> inRow;
+    for (int i = 0; i < kInRow; ++i) {
+      inRow.push_back("/object" + std::to_string(row) + "_" + std::to_string(i));
+      world.shell.set(inRow.back(), object(kPanel, ""));
+    }
+    paths.push_back("/row" + std::to_string(row));
+    world.shell.set(paths.back(), object(kPanel, "", inRow));
+  }
+  world.shell.set("/many", object(kPanel, "", paths));
+  world.shell.set("/group", object(kPanel, "", {"/windows", "/bar", "/tray", "/modal", "/many"}));
+}
+
+TEST(ShellWindows, AreNotGoneWhereTheStageHoldsMoreThanIsRead) {
+  World world;
+  const auto windows = world.allWindows();
+  const auto application = world.accessibility.createApplication(::getpid());
+  showManyObjects(world, 4);
+  EXPECT_EQ(world.allWindows().size(), 2U);
+  showManyObjects(world, 5);
+  EXPECT_EQ(world.accessibility.copyAttributeValue(application, ax::kWindows).error(), AXError::cannotComplete);
+  for (const auto& window : windows) {
+    EXPECT_NE(world.accessibility.copyAttributeValue(window, ax::kRole).error(), AXError::invalidUIElement);
+  }
+}
+
+TEST(ShellWindows, AreNotGoneWhereAPartOfTheStageRefusesToAnswer) {
+  for (const std::string question : {"GetChildren", "GetState", "GetRole"}) {
+    SCOPED_TRACE(question);
+    World world;
+    world.compositor.refusedQuestion = question + " /modal";
+    const auto application = world.accessibility.createApplication(::getpid());
+    EXPECT_EQ(world.accessibility.copyAttributeValue(application, ax::kWindows).error(), AXError::cannotComplete);
+  }
+}
+
+TEST(ShellWindows, AreToldWhileSomethingElseGoes) {
+  World world;
+  world.shell.set("/tray", object(kPanel, "", {"/gone", "/notification"}));
+  EXPECT_EQ(world.allWindows().size(), 2U);
 }
 
 TEST(ShellWindows, ThatAreListedInACircleEnd) {

@@ -43,9 +43,24 @@ void findAmongWindows(const Node& windows, std::vector<Node*>& found) {
 }
 
 // The first child of the first child: the shell puts everything else above the windows.
-const Node* windowGroup(const Node& stage) {
-  const Node* const group = stage.list.empty() ? nullptr : stage.list.front();
+Node* windowGroup(const Node& stage) {
+  Node* const group = stage.list.empty() ? nullptr : stage.list.front();
   return !group || group->list.empty() ? nullptr : group->list.front();
+}
+
+// Goes the way that the stage was read: what was not met there any more has no attributes.
+bool isWhole(const Node& stage) {
+  if (stage.hasRefused || stage.attributes != Progress::known) return false;
+  std::vector<const Node*> stack(stage.list.begin(), stage.list.end());
+  while (!stack.empty()) {
+    const Node& node = *stack.back();
+    stack.pop_back();
+    if (node.hasRefused || node.attributes != Progress::known) return false;
+    const bool mayDescend = isOffered(node) && node.depth - stage.depth < kStageLevels;
+    if (mayDescend && node.record.role != Role::pushButton)
+      stack.insert(stack.end(), node.list.begin(), node.list.end());
+  }
+  return true;
 }
 
 void takeAsPart(Node& node, Node& window, int depth) {
@@ -70,6 +85,21 @@ bool isShell(const ProgramNode& program) {
 
 FetchGoal stageGoal(ProgramNode& program) {
   return {.node = program.root, .descendants = kMostStageNodes, .levels = kStageLevels};
+}
+
+std::vector<FetchGoal> windowGroupGoals(ProgramNode& program) {
+  std::vector<FetchGoal> goals;
+  for (const Node* stage : program.root->list) {
+    Node* const group = windowGroup(*stage);
+    if (group) goals.push_back({.node = group, .descendants = kMostStageNodes, .levels = kStageLevels});
+  }
+  return goals;
+}
+
+bool isStageWhole(const ProgramNode& program) {
+  const auto& stages = program.root->list;
+  return !program.root->hasRefused &&
+         std::all_of(stages.begin(), stages.end(), [](const Node* stage) { return isWhole(*stage); });
 }
 
 std::vector<Node*> windowsOf(ProgramNode& program) {

@@ -15,9 +15,16 @@ namespace quillard::atspi::shell {
 // What has to be read of the shell before its windows can be told.
 [[nodiscard]] FetchGoal stageGoal(ProgramNode& program);
 
+// What has to be read next: the windows of programs, which the walk of the stage meets last.
+[[nodiscard]] std::vector<FetchGoal> windowGroupGoals(ProgramNode& program);
+
+// Whether all of the stage was read, so that a window that is not among those of the shell is not there. Once these
+// goals were read, and before `windowsOf`.
+[[nodiscard]] bool isStageWhole(const ProgramNode& program);
+
 // The dialogs and notifications that show, and the questions about programs that do not answer. From now on each of
-// them is the top-level object of all below it; it has the keyboard when the stage has it. Call it once that goal was
-// read.
+// them is the top-level object of all below it; it has the keyboard when the stage has it. Call it once those goals
+// were read.
 [[nodiscard]] std::vector<Node*> windowsOf(ProgramNode& program);
 
 // What stands above all else in a window of the shell, none of which has a name. Empty: it holds no text. What is below

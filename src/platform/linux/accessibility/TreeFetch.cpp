@@ -18,6 +18,11 @@ constexpr int kMostInsideButton = 8;
 constexpr std::uint32_t kOnScreen = 0;
 constexpr std::uint32_t kInWindow = 1;
 
+// An object that has gone since it was listed refuses nothing.
+void noteRefusal(Node& node, const BusReply& reply, bool isUsable) {
+  if (!isUsable && !reply.isUnknownToProgram()) node.hasRefused = true;
+}
+
 bool isWaiting(Progress progress) { return progress == Progress::notAsked; }
 
 }  // namespace
@@ -182,9 +187,14 @@ void TreeFetch::askAttributes(Run& run, Node& node) {
   ask(run, method("GetRole"), [&node](const BusReply& reply) {
     const auto role = reply.readUnsigned();
     node.isUnreadable = !role;
+    noteRefusal(node, reply, role.has_value());
     node.record.role = static_cast<Role>(role.value_or(0));
   });
-  ask(run, method("GetState"), [&node](const BusReply& reply) { node.record.states = reply.readStates().value_or(0); });
+  ask(run, method("GetState"), [&node](const BusReply& reply) {
+    const auto states = reply.readStates();
+    noteRefusal(node, reply, states.has_value());
+    node.record.states = states.value_or(0);
+  });
   ask(run, propertyCall(node.name, names::kAccessible, "Name"), [&node](const BusReply& reply) {
     node.record.name = reply.readTextProperty();
     node.attributes = Progress::known;
@@ -245,6 +255,7 @@ void TreeFetch::takeChildren(Node& node, const BusReply& reply) {
   const auto list = reply.readObjects(isRoot ? kMostWindows : kLongList);
   node.children = Progress::known;
   node.hasUnreadableList = !list;
+  noteRefusal(node, reply, list.has_value());
   const bool isLong = reply.outcome() == CallOutcome::timedOut || (!isRoot && list && list->total > kLongList);
   if (isLong) node.program->hasLargeContainers = node.program->hasShownLargeContainers = true;
   if (!list) return;

@@ -77,7 +77,8 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
   return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
     if (command.asJson) return scanJson(diagnosis);
     const auto unreadable = platform.capabilities.unreadablePrograms();
-    return scanText(diagnosis) + (unreadable.isKnown() ? unreadableText(unreadable.value()) : "");
+    return scanText(diagnosis) + (unreadable.isKnown() ? unreadableText(unreadable.value())
+                                                       : "cannot be read  " + unreadable.limitation().reason + "\n");
   });
 }
 

@@ -26,8 +26,10 @@ class AccessibilitySwitch {
   [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> unseenProcesses() = 0;
 
   // The processes that are on the accessibility bus, and of whose windows none holds anything that could be read: no
-  // text, no button, no picture. One that does not answer is not among them, nor one without windows.
-  [[nodiscard]] virtual std::vector<std::int32_t> hollowProcesses() = 0;
+  // text, no button, no picture. One that does not answer, or gives no list of what its window holds, is not among
+  // them, nor one without windows. Absent: the bus cannot be reached, or gave no list of programs. Asks nothing of the
+  // display.
+  [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> hollowProcesses() = 0;
 };
 
 }  // namespace quillard::atspi

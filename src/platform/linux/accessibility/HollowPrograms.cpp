@@ -22,10 +22,17 @@ bool isBox(Role role) {
   }
 }
 
+bool isKnownBox(const Node& node) { return !node.hasUnreadableList && !node.hasRefused && isBox(node.record.role); }
+
 bool isHollow(const Node& window) {
+  if (window.hasUnreadableList || window.hasRefused) return false;
+  // One that refuses to say whether it shows is not offered, and may be what was looked for.
+  const bool isOneUnknown =
+      std::any_of(window.list.begin(), window.list.end(), [](const Node* node) { return node->hasRefused; });
   const auto inside = walkOffered(window, kEnough);
   const bool isCut = inside.size() >= static_cast<std::size_t>(kEnough);
-  return !isCut && std::all_of(inside.begin(), inside.end(), [](const Node* node) { return isBox(node->record.role); });
+  return !isOneUnknown && !isCut &&
+         std::all_of(inside.begin(), inside.end(), [](const Node* node) { return isKnownBox(*node); });
 }
 
 }  // namespace

@@ -8,7 +8,8 @@
 namespace quillard::atspi {
 
 // The processes on the bus whose windows are frames around nothing, as those of Chromium are until it is told to fill
-// them. Reads some objects of every window of the desktop. In the registry's order.
+// them. One of which a list or an answer is missing
+// is not known to be. Reads some objects of every window of the desktop. In the registry's order.
 [[nodiscard]] std::vector<std::int32_t> hollowProcessesOf(DesktopReading& reading);
 
 }  // namespace quillard::atspi

@@ -183,10 +183,13 @@ std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
   return unseen;
 }
 
-std::vector<std::int32_t> LinuxAccessibility::hollowProcesses() {
+std::optional<std::vector<std::int32_t>> LinuxAccessibility::hollowProcesses() {
   const auto reading = beginReading();
-  if (!reading) return {};
-  return hollowProcessesOf(*reading);
+  if (!reading) return std::nullopt;
+  auto hollow = hollowProcessesOf(*reading);
+  const auto failure = reading->failure();
+  if (failure && *failure != platform::DesktopReadFailure::windowServer) return std::nullopt;
+  return hollow;
 }
 
 }  // namespace quillard::atspi

@@ -22,6 +22,16 @@ constexpr const char* kWaylandPoints =
     "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
 constexpr const char* kWindowsNotKnown = "Not known: it cannot be told which programs have windows.";
 
+// What is known all the same.
+std::string emptyOnes(const std::vector<platform::UnreadableProgram>& programs) {
+  std::string text;
+  for (const auto& program : programs) {
+    text += " Of the windows of " + program.name + " (process " + std::to_string(program.processIdentifier) +
+            ") nothing can be read. " + program.remedy;
+  }
+  return text;
+}
+
 }  // namespace
 
 std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability capability) {
@@ -46,11 +56,15 @@ std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability
 platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabilities::unreadablePrograms() {
   if (accessibility.isProcessTrusted() != platform::ProcessTrust::granted)
     return Limitation{"Not known without accessibility."};
-  const auto processes = accessibility.unseenProcesses();
-  if (!processes) return Limitation{kWindowsNotKnown};
+  const auto hollow = accessibility.hollowProcesses();
+  if (!hollow) return Limitation{"Not known: the accessibility bus did not say which programs are on it."};
+  std::vector<platform::UnreadableProgram> onBus;
+  for (const auto process : *hollow) onBus.push_back(unreadable(process, /*isOnBus=*/true));
+  const auto unseen = accessibility.unseenProcesses();
+  if (!unseen) return Limitation{.reason = kWindowsNotKnown + emptyOnes(onBus), .isPartial = !onBus.empty()};
   std::vector<platform::UnreadableProgram> programs;
-  for (const auto process : *processes) programs.push_back(unreadable(process, /*isOnBus=*/false));
-  for (const auto process : accessibility.hollowProcesses()) programs.push_back(unreadable(process, /*isOnBus=*/true));
+  for (const auto process : *unseen) programs.push_back(unreadable(process, /*isOnBus=*/false));
+  programs.insert(programs.end(), onBus.begin(), onBus.end());
   // Of a desktop that knows only some of its windows, what is found is there, but others may be missing.
   if (programs.empty() && windows.coverage() != desktop::WindowCoverage::all) return Limitation{kWindowsNotKnown};
   return programs;

@@ -1,6 +1,8 @@
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -143,6 +145,42 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNot
   EXPECT_FALSE(named());
   program->set(FakeProgram::kRoot, object(kApplication));
   EXPECT_FALSE(named()) << "A program without windows has none to be read.";
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, NamesNoProgramOfWhichAListIsMissing) {
+  constexpr std::uint32_t kFrame = 23;
+  constexpr std::uint32_t kPanel = 39;
+  constexpr std::uint32_t kApplication = 75;
+  std::atomic<const char*> refusing{"/none"};
+  FakeProgram other(bus.address(), "", [&](sd_bus_message* message) {
+    const bool isRefused = std::string_view(refusing) == sd_bus_message_get_path(message) &&
+                           std::string_view(sd_bus_message_get_member(message)) == "GetChildren";
+    return isRefused && sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "no") >= 0;
+  });
+  bus.registerPrograms({other.name()});
+  other.set(FakeProgram::kRoot, object(kApplication, {"/window"}));
+  other.set("/window", object(kFrame, {"/box"}));
+  other.set("/box", object(kPanel));
+  const auto count = [&] { return capabilities().unreadablePrograms().value().size(); };
+  EXPECT_EQ(count(), 1U);
+  for (const char* path : {"/window", "/box"}) {
+    refusing = path;
+    EXPECT_EQ(count(), 0U) << path;
+  }
+}
+
+TEST_F(LinuxDesktopCapabilitiesTest, NamesEmptyProgramsWhereNothingTellsOfWindows) {
+  constexpr std::uint32_t kFrame = 23;
+  constexpr std::uint32_t kApplication = 75;
+  bus.registerPrograms({program->name()});
+  program->set(FakeProgram::kRoot, object(kApplication, {"/window"}));
+  program->set("/window", object(kFrame));
+  windows.known = desktop::WindowCoverage::none;
+  const auto programs = capabilities(/*isXSession=*/false).unreadablePrograms();
+  ASSERT_FALSE(programs.isKnown());
+  EXPECT_TRUE(programs.limitation().isPartial);
+  EXPECT_NE(programs.limitation().reason.find("(process " + std::to_string(::getpid()) + ")"), std::string::npos)
+      << programs.limitation().reason;
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, WhatCannotBeKnownIsNotNothing) {

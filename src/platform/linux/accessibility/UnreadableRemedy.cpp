@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* kForChromium = "Start it with --force-renderer-accessibility.";
 constexpr const char* kForQt = "End it and start it again: only then does it look whether accessibility is on.";
+constexpr const char* kOnBus = "It is on the accessibility bus: look in its settings for screen readers.";
 constexpr const char* kForGtk2 =
     "Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.";
 
@@ -27,7 +28,7 @@ bool hasOne(std::string_view maps, const std::array<std::string_view, kCount>& n
 
 // A program on Chromium may load Qt for the look of its windows, and is on the bus all the same.
 std::string remedyFor(std::string_view maps, bool isOnBus) {
-  if (isOnBus) return hasOne(maps, kOfChromium) ? kForChromium : "";
+  if (isOnBus) return hasOne(maps, kOfChromium) ? kForChromium : kOnBus;
   if (hasOne(maps, kOfQt)) return kForQt;
   if (hasOne(maps, kOfGtk2)) return kForGtk2;
   return hasOne(maps, kOfChromium) ? kForChromium : "";

@@ -209,6 +209,13 @@ TEST_F(ClickExecutorTest, APromptThatClosesAfterTheWaitIsGoneBeforeItIsPressedAg
   EXPECT_EQ(took, ms(4350)) << "while its window is prepared";
 }
 
+TEST_F(ClickExecutorTest, SendsNoEventWhereOnlyItsBindingMayMoveTheFocus) {
+  approve(question(PressEffect::doesNothing()));
+  desktop().setAttributeError(button(), ax::kFocused, AXError::actionUnsupported);
+  EXPECT_EQ(click(), ClickError::promptStillPresent);
+  EXPECT_TRUE(events.posted().empty());
+}
+
 TEST_F(ClickExecutorTest, ChecksPresenceOnceBeforeAPressAndAfterEachDelay) {
   approve(question(PressEffect::closesAfter(ms(2600))));
   EXPECT_EQ(click(), std::nullopt);

@@ -23,7 +23,7 @@ struct BusCall {
   ObjectName target;
   const char* interface = "";
   const char* member = "";
-  // In the order of the method: strings, signed and unsigned numbers.
+  // In the order of the method: strings, signed and unsigned numbers, and booleans.
   std::vector<std::variant<std::string, std::int32_t, std::uint32_t, bool>> arguments;
   // A property to set: the last argument is wrapped as its value.
   bool wrapsLastArgument = false;

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,15 +21,26 @@ using testing::Contains;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-constexpr const char* kActivities = "/usr/lib/x86_64-linux-gnu/libexec/kactivitymanagerd";
-constexpr const char* kPortal = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
+// Where distributions keep a program that is not for users.
+std::string libexec(const std::string& name) {
+  for (const std::string folder : {"/usr/lib/x86_64-linux-gnu/libexec/", "/usr/lib/aarch64-linux-gnu/libexec/",
+                                   "/usr/libexec/", "/usr/libexec/kf5/", "/usr/lib/"}) {
+    if (std::filesystem::exists(folder + name)) return folder + name;
+  }
+  return name;
+}
+
 constexpr std::chrono::seconds kShellTimeout{60};
 
 class Plasma : public testing::Test {
  protected:
-  void SetUp() override { QUILLARD_SKIP_WITHOUT(DesktopKind::kwin); }
+  void SetUp() override {
+    QUILLARD_SKIP_WITHOUT(DesktopKind::kwin);
+    binding = std::make_unique<LinuxDesktopBinding>("qt_prompt", PrivateDesktop::Options{.kind = DesktopKind::kwin});
+    agent = std::make_unique<PromptAgent>(*binding, linuxPromptSupplement());
+  }
 
-  [[nodiscard]] PrivateDesktop& desktop() { return binding.privateDesktop(); }
+  [[nodiscard]] PrivateDesktop& desktop() { return binding->privateDesktop(); }
 
   // Starts a program of the desktop, and waits until it owns `name`.
   void start(const std::string& program, const std::string& name) {
@@ -40,8 +52,8 @@ class Plasma : public testing::Test {
 
   [[nodiscard]] std::optional<PendingApproval> promptWith(const std::string& line) {
     std::optional<PendingApproval> found;
-    const bool isFound = binding.eventually([&] {
-      for (auto& each : agent.scan()) {
+    const bool isFound = binding->eventually([&] {
+      for (auto& each : agent->scan()) {
         const bool isIt =
             std::find(each.messageLines.begin(), each.messageLines.end(), line) != each.messageLines.end();
         if (isIt || each.windowTitle == line) found = std::move(each);
@@ -52,8 +64,8 @@ class Plasma : public testing::Test {
     return found;
   }
 
-  LinuxDesktopBinding binding{"qt_prompt", {.kind = DesktopKind::kwin}};
-  PromptAgent agent{binding, linuxPromptSupplement()};
+  std::unique_ptr<LinuxDesktopBinding> binding;
+  std::unique_ptr<PromptAgent> agent;
   std::vector<DesktopProgram> programs;
 };
 
@@ -65,7 +77,7 @@ std::vector<std::string> labelsOf(const PendingApproval& prompt) {
 
 // It ignores the labels that it was handed.
 TEST_F(Plasma, TheQuestionOfThePortalIsAnsweredEitherWay) {
-  ASSERT_NO_FATAL_FAILURE(start(kPortal, "org.freedesktop.impl.portal.desktop.kde"));
+  ASSERT_NO_FATAL_FAILURE(start(libexec("xdg-desktop-portal-kde"), "org.freedesktop.impl.portal.desktop.kde"));
   for (const auto& [label, answer] : {std::pair{"Cancel", "(uint32 1,"}, std::pair{"OK", "(uint32 0,"}}) {
     auto request = desktop().launch(
         "gdbus", {"call", "--session", "--timeout=60", "-d", "org.freedesktop.impl.portal.desktop.kde", "-o",
@@ -77,14 +89,14 @@ TEST_F(Plasma, TheQuestionOfThePortalIsAnsweredEitherWay) {
     ASSERT_TRUE(prompt) << request.errors();
     EXPECT_THAT(labelsOf(*prompt), testing::UnorderedElementsAre("OK", "Cancel"));
     EXPECT_THAT(prompt->messageLines, IsSupersetOf({"A program wants to use the camera.", "It can be changed later."}));
-    EXPECT_EQ(agent.press(*prompt, label), std::nullopt);
+    EXPECT_EQ(agent->press(*prompt, label), std::nullopt);
     EXPECT_EQ(request.wait(), 0) << request.errors();
     EXPECT_THAT(request.output(), testing::StartsWith(answer));
   }
 }
 
 TEST_F(Plasma, ANotificationWithButtonsIsAnsweredAndOneWithoutIsNone) {
-  ASSERT_NO_FATAL_FAILURE(start(kActivities, "org.kde.ActivityManager"));
+  ASSERT_NO_FATAL_FAILURE(start(libexec("kactivitymanagerd"), "org.kde.ActivityManager"));
   ASSERT_NO_FATAL_FAILURE(start("plasmashell", "org.freedesktop.Notifications"));
   for (const std::string label : {"Don't Allow", "Allow"}) {
     auto sender = desktop().launch("notify-send", {"-u", "critical", "-A", "allow=Allow", "-A", "deny=Don't Allow",
@@ -93,13 +105,13 @@ TEST_F(Plasma, ANotificationWithButtonsIsAnsweredAndOneWithoutIsNone) {
     ASSERT_TRUE(prompt) << sender.errors();
     EXPECT_THAT(labelsOf(*prompt), IsSupersetOf({"Allow", "Don't Allow"}));
     EXPECT_THAT(prompt->messageLines, Contains(testing::HasSubstr("May it go on?")));
-    EXPECT_EQ(agent.press(*prompt, label), std::nullopt);
+    EXPECT_EQ(agent->press(*prompt, label), std::nullopt);
     EXPECT_EQ(sender.wait(), 0) << sender.errors();
     EXPECT_EQ(sender.output(), label == "Allow" ? "allow\n" : "deny\n");
   }
   auto news = desktop().launch("notify-send", {"-u", "critical", "Delete it?", "May it go on?"});
   EXPECT_EQ(news.wait(), 0) << news.errors();
-  EXPECT_THAT(agent.scan(), IsEmpty());
+  EXPECT_THAT(agent->scan(), IsEmpty());
 }
 
 }  // namespace

@@ -28,10 +28,28 @@ using test::RelayWire;
 constexpr int kPairings = 6;
 
 ClusterOfRelays& cluster() {
-  static ClusterOfRelays relays({"--phone-messages-per-second", "1000000", "--agent-messages-per-second", "1000000",
-                                 "--pairing-work-burst", "100000", "--address-work-burst", "100000", "--work-burst",
-                                 "100000", "--pairing-mebibyte-burst", "100000", "--address-mebibyte-burst", "100000",
-                                 "--open-requests", "100000"});
+  static ClusterOfRelays relays({"--phone-messages-per-second",
+                                 "1000000",
+                                 "--agent-messages-per-second",
+                                 "1000000",
+                                 "--pairing-work-burst",
+                                 "100000",
+                                 "--address-work-burst",
+                                 "100000",
+                                 "--work-burst",
+                                 "100000",
+                                 "--pairing-mebibyte-burst",
+                                 "100000",
+                                 "--address-mebibyte-burst",
+                                 "100000",
+                                 "--open-requests",
+                                 "100000",
+                                 "--address-new-pairing-burst",
+                                 "100000",
+                                 "--new-pairing-burst",
+                                 "100000",
+                                 "--address-connection-burst",
+                                 "100000"});
   return relays;
 }
 
@@ -76,11 +94,13 @@ std::unique_ptr<RelayWire> join(int relay, const std::string& query) {
 
 void registerPairing(int relay, const std::string& name) {
   constexpr int kAttempts = 50;
+  int status = 0;
   for (int i = 0; i < kAttempts; ++i) {
-    if (test::registerAt(cluster(), relay, name) == 204) return;
+    status = test::registerAt(cluster(), relay, name);
+    if (status == 204) return;
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
-  throw std::runtime_error("a registration was refused");
+  throw std::runtime_error("a registration was refused with " + std::to_string(status));
 }
 
 // A pairing whose agent answers each decision, and a phone at the same or another relay.

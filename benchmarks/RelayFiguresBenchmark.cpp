@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -28,6 +29,13 @@ using Wires = std::vector<std::unique_ptr<RelayWire>>;
 constexpr std::size_t kSmall = 1024;
 constexpr std::size_t kLarge = 65536;
 
+// As a test it is enough that the bodies run.
+template <class Count>
+Count sized(Count count) {
+  constexpr Count kSmaller = 20;
+  return std::getenv("QUILLARD_SMALL_BENCHMARKS") ? count / kSmaller : count;
+}
+
 // ---- Latency
 
 struct Latency {
@@ -38,17 +46,17 @@ struct Latency {
 // One message after another, as often as half of what the server could do alone on a core, whether or not the ones
 // before have arrived. Each is found again by the number in its snapshotID.
 Latency latencyAtHalfLoad(RelayWire& from, RelayWire& to) {
-  constexpr int kWarmUp = 10'000;
-  constexpr int kMessages = 20'000;
+  const int warmUp = sized(10'000);
+  const auto messages = sized(std::size_t{20'000});
   const auto text = snapshotOf(kSmall);
-  pass(from, to, text, kWarmUp);
+  pass(from, to, text, warmUp);
   const auto before = steady_clock::now();
-  pass(from, to, text, kWarmUp);
-  const auto interval = 2 * std::chrono::duration<double>(steady_clock::now() - before) / kWarmUp;
+  pass(from, to, text, warmUp);
+  const auto interval = 2 * std::chrono::duration<double>(steady_clock::now() - before) / warmUp;
 
-  std::vector<steady_clock::time_point> sent(kMessages);
+  std::vector<steady_clock::time_point> sent(messages);
   std::vector<double> taken;
-  taken.reserve(kMessages);
+  taken.reserve(messages);
   // Where the machine keeps either end waiting, no more than this are on their way: the relay bounds what waits.
   constexpr std::size_t kMostUnderWay = 128;
   std::atomic<std::size_t> read{0};
@@ -60,19 +68,19 @@ Latency latencyAtHalfLoad(RelayWire& from, RelayWire& to) {
       if (!from.sendFrame(Opcode::text, text)) return;
     }
   });
-  while (taken.size() < kMessages) {
+  while (taken.size() < messages) {
     const auto frame = to.readFrame();
     if (!frame) break;
     if (frame->payload.size() < text.size()) continue;
     taken.push_back(std::chrono::duration<double>(steady_clock::now() - sent[taken.size()]).count());
     ++read;
   }
-  const bool isDone = taken.size() == kMessages;
-  read = kMessages;
+  const bool isDone = taken.size() == messages;
+  read = messages;
   writer.join();
   if (!isDone) throw std::runtime_error("The connection ended.");
   std::sort(taken.begin(), taken.end());
-  return {taken[kMessages / 2], taken[kMessages * 99 / 100]};
+  return {taken[messages / 2], taken[messages * 99 / 100]};
 }
 
 const Latency& latencyOfRelay() {
@@ -107,11 +115,11 @@ void echo99th(benchmark::State& state) { report(state, latencyOfEcho().of99); }
 
 template <class Join>
 void measureHandshakes(benchmark::State& state, const MeasuredServer& server, Join join) {
-  constexpr int kHandshakes = 2'000;
+  const int handshakes = sized(2'000);
   for (auto _ : state) {
     const double before = server.processorSeconds();
-    for (int i = 0; i < kHandshakes; ++i) (void)join();
-    state.SetIterationTime((server.processorSeconds() - before) / kHandshakes);
+    for (int i = 0; i < handshakes; ++i) (void)join();
+    state.SetIterationTime((server.processorSeconds() - before) / handshakes);
   }
   state.counters["a_second_a_core"] = benchmark::Counter(1, benchmark::Counter::kIsIterationInvariantRate);
 }
@@ -142,7 +150,7 @@ void readAll(const Wires& wires, std::size_t size, int count) {
 
 // A snapshot of 64 KiB for as many phones as the argument says.
 void fanOut(benchmark::State& state) {
-  constexpr int kMessages = 300;
+  const int messages = sized(300);
   MeasuredRelay relay;
   relay.addPairing("home");
   const auto agent = relay.joinAgent("home");
@@ -151,24 +159,24 @@ void fanOut(benchmark::State& state) {
   const auto text = snapshotOf(kLarge);
   for (auto _ : state) {
     const double before = relay.processorSeconds();
-    for (int i = 0; i < kMessages; ++i) {
+    for (int i = 0; i < messages; ++i) {
       agent->sendFrame(Opcode::text, text);
       readAll(phones, text.size(), 1);
     }
-    state.SetIterationTime((relay.processorSeconds() - before) / kMessages);
+    state.SetIterationTime((relay.processorSeconds() - before) / messages);
   }
 }
 
 // 1,000 pairings get messages in turn; of one of them, the phone reads nothing from some time on if the argument says
 // so.
 void amongThousand(benchmark::State& state) {
-  constexpr int kPairings = 1'000;
+  const int pairingCount = sized(1'000);
   constexpr int kRounds = 5;
   constexpr int kSmallBuffer = 4096;
   MeasuredRelay relay;
   Wires agents;
   Wires phones;
-  for (int i = 0; i < kPairings; ++i) {
+  for (int i = 0; i < pairingCount; ++i) {
     const std::string name = "home-" + std::to_string(i);
     relay.addPairing(name);
     agents.push_back(relay.joinAgent(name));
@@ -206,7 +214,8 @@ void idlePairing(benchmark::State& state) {
   files.rlim_cur = files.rlim_max;
   ::setrlimit(RLIMIT_NOFILE, &files);
   constexpr rlim_t kOthers = 200;
-  const auto pairings = std::min(static_cast<std::size_t>(state.range(0)), (files.rlim_cur - kOthers) / 2);
+  const auto wanted = sized(static_cast<std::size_t>(state.range(0)));
+  const auto pairings = std::min(wanted, (files.rlim_cur - kOthers) / 2);
   state.counters["pairings"] = static_cast<double>(pairings);
   for (auto _ : state) {
     MeasuredRelay relay;

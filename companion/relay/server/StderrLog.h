@@ -8,7 +8,8 @@
 
 namespace quillard::relayserver {
 
-// Lines on standard error, each with its time. Where too many notes come in a short time, it counts those that it leaves out.
+// Lines on standard error, each with its time. Where too many notes come in a short time, it counts those that it
+// leaves out.
 class StderrLog final : public EventLog {
  public:
   explicit StderrLog(LogFormat format);

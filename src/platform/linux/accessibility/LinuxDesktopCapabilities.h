@@ -26,8 +26,8 @@ class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
       : accessibility(accessibility), windows(windows), isXSession(isXSession), nameOf(std::move(nameOf)) {}
 
   [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
-  // Of the programs that have windows, as far as the desktop knows these, those that are not on the bus; of those on the
-  // bus, the hollow ones.
+  // Of the programs that have windows, as far as the desktop knows these, those that are not on the bus; of those on
+  // the bus, the hollow ones.
   [[nodiscard]] platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms() override;
 
  private:

@@ -90,7 +90,9 @@ Holdings holdingsOf(pid_t process) {
   for (const auto& entry : std::filesystem::directory_iterator(folder + "/fd")) {
     std::error_code isClosedMeanwhile;
     const auto target = std::filesystem::read_symlink(entry.path(), isClosedMeanwhile).string();
-    if (!isClosedMeanwhile) holdings.descriptors.push_back(target.substr(0, target.find(':')));
+    // Sockets and pipes are numbered.
+    const bool isNumbered = target.starts_with("socket:") || target.starts_with("pipe:");
+    if (!isClosedMeanwhile) holdings.descriptors.push_back(isNumbered ? target.substr(0, target.find(':')) : target);
   }
   std::sort(holdings.descriptors.begin(), holdings.descriptors.end());
   return holdings;
@@ -227,9 +229,13 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
     print((part + 1) * tenth, late);
     if (part + 1 == kParts / 2) middle = late;
   }
+  // The agent keeps as many connections to the accessibility bus as were ever in use at once: scan, press, events and
+  // the main thread may coincide late. What is left behind by each press would be many more.
+  constexpr std::size_t kConnectionsInUseAtOnce = 2;
   const bool isLevel = waitFor([&] {
     late = holdingsOf(agent.back().pid());
-    return late.threads <= middle.threads && late.descriptors.size() <= middle.descriptors.size();
+    return late.threads <= middle.threads &&
+           late.descriptors.size() <= middle.descriptors.size() + kConnectionsInUseAtOnce;
   });
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin);
   std::sort(milliseconds.begin(), milliseconds.end());
@@ -237,7 +243,10 @@ TEST_F(PressCycles, PressWhatWasDecidedAndLeaveNothingBehind) {
               static_cast<long long>(seconds.count()), milliseconds[milliseconds.size() / 2]);
   std::printf("%d decisions were made again, because the prompt could not be read in time\n", undone);
   EXPECT_EQ(right, cycles);
-  EXPECT_TRUE(isLevel) << testing::PrintToString(middle.descriptors) << testing::PrintToString(late.descriptors);
+  std::vector<std::string> added;
+  std::set_difference(late.descriptors.begin(), late.descriptors.end(), middle.descriptors.begin(),
+                      middle.descriptors.end(), std::back_inserter(added));
+  EXPECT_TRUE(isLevel) << "Added since the middle: " << testing::PrintToString(added);
 #ifndef QUILLARD_SANITIZED
   EXPECT_LE(late.memory, middle.memory + kMostGrowth);
 #endif

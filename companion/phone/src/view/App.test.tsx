@@ -224,6 +224,23 @@ describe("the focus", () => {
     expect(focusedCard()).toBe("First?");
   });
 
+  it("stays there also when the prompt above goes in the same moment", () => {
+    const { current } = show(
+      phone(computer({ prompts: [first, second, prompt(3, { windowTitle: "Third?" })] })),
+    );
+    act(() => screen.getAllByRole("button", { name: "Don’t Allow" })[1]?.focus());
+    act(
+      () =>
+        void (current.value = phone(computer({ prompts: [second, prompt(3, { windowTitle: "Third?" })] }))),
+    );
+    const decision = scenes.sending?.computers[0]?.prompts?.[0]?.decision;
+    if (!decision) throw new Error("The scene has no decision.");
+    act(() => setClock(kSceneNow + 7000));
+    const decided = [{ ...second, decision }, prompt(3, { windowTitle: "Third?" })];
+    act(() => void (current.value = phone(computer({ prompts: decided }))));
+    expect(focusedCard()).toBe("Second?");
+  });
+
   it("goes to the next prompt, and to the computer after the last one", () => {
     const { current } = show(phone(computer({ prompts: [first, second] })));
     act(() => screen.getAllByRole("button", { name: "Don’t Allow" })[0]?.focus());

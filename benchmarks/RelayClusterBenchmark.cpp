@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "benchmarks/RatioReporter.h"
+#include "benchmarks/SizedBenchmarks.h"
 #include "companion/relay/rules/RelayWorld.h"
 #include "e2e/RelayClusterFixture.h"
 
@@ -147,8 +148,8 @@ void decisions(benchmark::State& state) {
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < pairs.size(); ++i) {
       threads.emplace_back([&, i] {
-        constexpr int kDecisions = 500;
-        for (int k = 0; k < kDecisions; ++k) times[i].push_back(pairs[i]->decide(text));
+        const int count = benchmarks::sized(500);
+        for (int k = 0; k < count; ++k) times[i].push_back(pairs[i]->decide(text));
       });
     }
     for (auto& thread : threads) thread.join();
@@ -178,20 +179,20 @@ BENCHMARK(decisions)
 void joins(benchmark::State& state) {
   static int run = 0;
   for (auto _ : state) {
-    constexpr int kJoins = 300;
+    const int joinCount = benchmarks::sized(300);
     std::vector<std::unique_ptr<RelayWire>> wires;
     std::vector<std::string> names;
-    for (int i = 0; i < kJoins; ++i) {
+    for (int i = 0; i < joinCount; ++i) {
       names.push_back("join-" + std::to_string(run) + "-" + std::to_string(i));
       registerPairing(0, names.back());
     }
     const auto begin = steady_clock::now();
-    for (int i = 0; i < kJoins; ++i) {
+    for (int i = 0; i < joinCount; ++i) {
       wires.push_back(join(i % ClusterOfRelays::kRelays, "role=mac&pairing=" + names[static_cast<std::size_t>(i)]));
     }
     const double took = std::chrono::duration<double>(steady_clock::now() - begin).count();
-    state.counters["joins_a_second_one_by_one"] = kJoins / took;
-    state.SetIterationTime(took / kJoins);
+    state.counters["joins_a_second_one_by_one"] = joinCount / took;
+    state.SetIterationTime(took / joinCount);
     ++run;
   }
 }
@@ -201,15 +202,15 @@ BENCHMARK(joins)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
 void idlePairings(benchmark::State& state) {
   static int run = 0;
   for (auto _ : state) {
-    constexpr int kIdle = 300;
+    const int idle = benchmarks::sized(300);
     std::vector<std::unique_ptr<Pair>> pairs;
     const double before = relayKibibytes();
-    for (int i = 0; i < kIdle; ++i) {
+    for (int i = 0; i < idle; ++i) {
       const int home = i % ClusterOfRelays::kRelays;
       const int edge = state.range(0) != 0 ? (home + 1) % ClusterOfRelays::kRelays : home;
       pairs.push_back(std::make_unique<Pair>("idle-" + std::to_string(run) + "-" + std::to_string(i), home, edge));
     }
-    state.counters["KiB_a_pairing"] = (relayKibibytes() - before) / kIdle;
+    state.counters["KiB_a_pairing"] = (relayKibibytes() - before) / idle;
     ++run;
   }
 }

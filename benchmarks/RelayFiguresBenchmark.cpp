@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -14,6 +13,7 @@
 
 #include "benchmarks/MeasuredServers.h"
 #include "benchmarks/RatioReporter.h"
+#include "benchmarks/SizedBenchmarks.h"
 #include "companion/relay/rules/RelayWorld.h"
 
 // What else a relay has to be good at: latency at half load, handshakes, one snapshot for many phones, a reader that
@@ -28,13 +28,6 @@ using Wires = std::vector<std::unique_ptr<RelayWire>>;
 
 constexpr std::size_t kSmall = 1024;
 constexpr std::size_t kLarge = 65536;
-
-// As a test it is enough that the bodies run.
-template <class Count>
-Count sized(Count count) {
-  constexpr Count kSmaller = 20;
-  return std::getenv("QUILLARD_SMALL_BENCHMARKS") ? count / kSmaller : count;
-}
 
 // ---- Latency
 

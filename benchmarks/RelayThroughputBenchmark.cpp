@@ -5,6 +5,7 @@
 
 #include "benchmarks/MeasuredServers.h"
 #include "benchmarks/RatioReporter.h"
+#include "benchmarks/SizedBenchmarks.h"
 
 // What a message costs the relay, beside a bare echo of the same library and an echo of a widely used server.
 namespace quillard::benchmarks {
@@ -12,7 +13,7 @@ namespace {
 
 void measure(benchmark::State& state, const MeasuredServer& server, test::RelayWire& from, test::RelayWire& to) {
   const auto text = snapshotOf(static_cast<std::size_t>(state.range(0)));
-  const int count = state.range(0) > 16 * 1024 ? 1'000 : 20'000;
+  const int count = sized(state.range(0) > 16 * 1024 ? 1'000 : 20'000);
   pass(from, to, text, count / 10);  // Buffers grow.
   for (auto _ : state) {
     const double before = server.processorSeconds();

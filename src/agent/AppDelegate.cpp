@@ -17,7 +17,8 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       permissions(platform.workspace),
       pairingConfiguration(pairingDependencies(platform)),
       suppressionStore(platform.userDefaults),
-      store(AgentConfiguration::approvalStaleGrace(platform.environment), platform.clock, platform.random),
+      store(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}), platform.clock,
+            platform.random),
       stampClock(platform.clock, platform.random),
       instanceGuard({platform.application, platform.workspace, platform.lockFiles, platform.executors.mainThread()}),
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
@@ -223,7 +224,7 @@ PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
           platform.executors,
           platform.random,
           platform.clock,
-          platform.environment,
+          {platform.environment, &platform.userDefaults},
           platform.console,
           platform.promptSupplement,
           &platform.translations};

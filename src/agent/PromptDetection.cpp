@@ -19,7 +19,7 @@ PromptDetection::PromptDetection(const PromptDetectionDependencies& dependencies
       stableIDs(dependencies.random),
       scheduler(
           {.mainThread = dependencies.executors.mainThread(),
-           .environment = dependencies.environment,
+           .tunables = dependencies.tunables,
            .isScanWanted = this->callbacks.isRelayConfigured,
            .beginScan = [this](DialogScanWorker::Completion completion) { scanWorker().scan(std::move(completion)); },
            .publishScan = this->callbacks.publishScan}) {}
@@ -39,14 +39,23 @@ void PromptDetection::scheduleStartOfPromptDetection() {
 
 void PromptDetection::startPromptDetection() {
   if (!callbacks.isRelayConfigured()) return;
+  startToWatch();
+  scheduler.scheduleScan("prompt-detection-started");
+}
+
+void PromptDetection::startToWatch() {
   eventMonitor = std::make_unique<DialogEventMonitor>(
-      dependencies.ownProcessIdentifier, AgentConfiguration::eventScanDebounce(dependencies.environment),
+      dependencies.ownProcessIdentifier, AgentConfiguration::eventScanDebounce(dependencies.tunables),
       [this](const std::string& reason) { scheduler.scheduleScan(reason); },
       MonitorDependencies{dependencies.executors.mainThread(), dependencies.workspace, dependencies.windowList,
-                          dependencies.environment});
+                          dependencies.tunables});
   eventMonitor->start();
   scheduler.startSafetySweep();
-  scheduler.scheduleScan("prompt-detection-started");
+}
+
+// A new monitor asks for a scan of its own accord: what the older one had announced is not lost.
+void PromptDetection::takeOverTunables() {
+  if (eventMonitor && eventMonitor->isRunning()) startToWatch();
 }
 
 void PromptDetection::scheduleScan(std::string_view reason) { scheduler.scheduleScan(reason); }
@@ -66,7 +75,7 @@ DialogDetector& PromptDetection::detector() {
     madeDetector = std::make_unique<DialogDetector>(
         dependencies.ownProcessIdentifier, dependencies.suppressionStore,
         DetectorDependencies{dependencies.accessibility, dependencies.workspace, dependencies.windowList,
-                             dependencies.clock, dependencies.environment, dependencies.console, stableIDs,
+                             dependencies.clock, dependencies.tunables, dependencies.console, stableIDs,
                              dependencies.supplement, dependencies.translations});
   }
   return *madeDetector;

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "agent/ScanScheduler.h"
+#include "agent/configuration/AgentConfiguration.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/ScanOutcome.h"
 #include "detection/DialogDetector.h"
@@ -21,7 +22,6 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Console.h"
-#include "platform/process/Environment.h"
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
 #include "system/InstallLocation.h"
@@ -39,7 +39,7 @@ struct PromptDetectionDependencies {
   platform::Executors& executors;
   platform::Random& random;
   const platform::Clock& clock;
-  const platform::Environment& environment;
+  AgentConfiguration::Sources tunables;
   platform::Console& console;
   platform::PromptSupplement supplement{};
   platform::Translations* translations = nullptr;  // As in `DetectorDependencies`.
@@ -69,6 +69,9 @@ class PromptDetection {
   // Detection starts 0.3 s later, when the agent is installed and a relay is configured by then.
   void scheduleStartOfPromptDetection();
 
+  // Looks as often as the tunables say by now, if it has started. What was due soon by the older ones is asked anew.
+  void takeOverTunables();
+
   void scheduleScan(std::string_view reason);
   // The same for what has just been changed here, as in `ScanScheduler`.
   void scheduleScanAfterChange(std::string_view reason, bool scansAnyway);
@@ -80,6 +83,7 @@ class PromptDetection {
 
  private:
   void startPromptDetection();
+  void startToWatch();
   DialogScanWorker& scanWorker();
 
   const PromptDetectionDependencies dependencies;

@@ -148,6 +148,27 @@ TEST_F(PromptDetectionTest, APromptThatIsWantedAgainIsConfirmedByASecondLook) {
   EXPECT_EQ(scansAfter(100), 0) << "Nothing else follows.";
 }
 
+TEST_F(PromptDetectionTest, TakesOverTunablesThatChangeWhileItRuns) {
+  start();
+  advance(10);
+  world.environment().set("QUILLARD_SAFETY_SWEEP_INTERVAL_SECONDS", "5");
+  EXPECT_EQ(scansAfter(60), 0) << "nobody has said so yet";
+  world.time().runOnMainThread([this] { detection->takeOverTunables(); });
+  advance(4);
+  EXPECT_EQ(scansAfter(60), 12);
+}
+
+TEST_F(PromptDetectionTest, TunablesThatChangeBeforeItRunsStartNothing) {
+  const auto takeOver = [this] { world.time().runOnMainThread([this] { detection->takeOverTunables(); }); };
+  takeOver();
+  EXPECT_EQ(scansAfter(400), 0);
+  start();
+  advance(1);
+  world.time().runOnMainThread([this] { detection->stop(); });
+  takeOver();
+  EXPECT_EQ(scansAfter(400), 0);
+}
+
 TEST_F(PromptDetectionTest, BeforeItsStartOnlyRequestsScan) {
   world.desktop().changeSpace();
   EXPECT_EQ(scansAfter(10), 0);

@@ -68,15 +68,15 @@ void ScanScheduler::scheduleScanAfterChange(std::string_view reason, bool scansA
 }
 
 void ScanScheduler::startSafetySweep() {
-  safetySweepTimer = dependencies.mainThread.repeatEvery(
-      AgentConfiguration::safetySweepInterval(dependencies.environment), [this] { scheduleScan("safety-sweep"); });
+  safetySweepTimer = dependencies.mainThread.repeatEvery(AgentConfiguration::safetySweepInterval(dependencies.tunables),
+                                                         [this] { scheduleScan("safety-sweep"); });
 }
 
 void ScanScheduler::scheduleStaleCleanupIfNeeded(std::size_t missedCount) {
   staleCleanupTask.reset();
   if (missedCount == 0) return;
   staleCleanupTask =
-      dependencies.mainThread.postAfter(AgentConfiguration::staleCleanupDelay(dependencies.environment), [this] {
+      dependencies.mainThread.postAfter(AgentConfiguration::staleCleanupDelay(dependencies.tunables), [this] {
         staleCleanupTask.reset();
         scheduleScan("stale-cleanup");
       });

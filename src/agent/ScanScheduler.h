@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "agent/configuration/AgentConfiguration.h"
 #include "approvals/ScanOutcome.h"
 #include "detection/DialogScanWorker.h"
 #include "foundation/CallbackScope.h"
-#include "platform/process/Environment.h"
 #include "platform/process/Executors.h"
 
 namespace quillard {
@@ -18,7 +18,7 @@ namespace quillard {
 // What the scheduler is made over. None of the functions is empty; all are called on the main thread.
 struct ScanSchedulerDependencies {
   platform::SerialExecutor& mainThread;  // Outlives the scheduler.
-  const platform::Environment& environment;
+  AgentConfiguration::Sources tunables;
   // Whether anything is to be scanned at all. Asked at each request.
   std::function<bool()> isScanWanted;
   // Begins one scan, away from the main thread, and calls back on it with the outcome. Never from inside this call.

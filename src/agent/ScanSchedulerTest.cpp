@@ -25,7 +25,7 @@ struct ScanSchedulerTest : testing::Test {
   std::unique_ptr<ScanScheduler> makeScheduler() {
     return std::make_unique<ScanScheduler>(
         ScanSchedulerDependencies{.mainThread = time.mainThread(),
-                                  .environment = environment,
+                                  .tunables = environment,
                                   .isScanWanted = [this] { return isScanWanted; },
                                   .beginScan =
                                       [this](DialogScanWorker::Completion completion) {

@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include <algorithm>
+#include <optional>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -22,7 +23,38 @@ struct Arguments {
   ExplainWindows explanation;
   ShowPairingCode pairing;
   RecordDesktop recording;
+  SetRelay relay;
+  TestRelay trial;
+  std::string settingName;
+  std::string settingValue;
+  bool wantsDefault = false;
 };
+
+void describeRelay(CLI::App& program, Arguments& read) {
+  auto* const relay = program.add_subcommand("relay", "The relay that carries prompts to your phone");
+  relay->require_subcommand(1);
+
+  auto* const set = relay->add_subcommand("set", "Use this relay from now on");
+  set->add_option("ADDRESS", read.relay.address, "Such as relay.example, or wss://relay.example/ws")->required();
+  set->add_option("--key", read.relay.registrationKey, "What its operator asks for at new pairings");
+
+  relay->add_subcommand("forget", "Use no relay of the settings any more");
+
+  auto* const show = relay->add_subcommand("show", "Say which relay is used, and why");
+  show->add_flag("--json", read.asJson, "Print JSON");
+
+  auto* const test = relay->add_subcommand("test", "Register, connect, and tell each step");
+  test->add_option("ADDRESS", read.trial.address, "Another relay than the one that is used");
+  test->add_option("--key", read.trial.registrationKey, "What its operator asks for at new pairings");
+}
+
+void describeSettings(CLI::App& program, Arguments& read) {
+  auto* const settings = program.add_subcommand("settings", "List the settings, or set one");
+  settings->add_option("NAME", read.settingName, "Of one setting");
+  settings->add_option("VALUE", read.settingValue, "What it is to be")->needs("NAME");
+  settings->add_flag("--default", read.wantsDefault, "Back to the default")->needs("NAME")->excludes("VALUE");
+  settings->add_flag("--json", read.asJson, "Print JSON")->excludes("VALUE")->excludes("--default");
+}
 
 void describe(CLI::App& program, Arguments& read) {
   program.description(kDescription);
@@ -45,10 +77,27 @@ void describe(CLI::App& program, Arguments& read) {
   pair->add_flag("--text", read.pairing.asText, "What the code holds, as one line to be pasted");
   pair->add_flag("--force", read.pairing.evenWithoutTerminal, "Also when the output is no terminal");
 
+  describeRelay(program, read);
+  describeSettings(program, read);
+
   auto* const record = program.add_subcommand("record", "Write down what the applications show now");
   record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
   record->add_flag("--mask-texts", read.recording.masksTexts, "Hide what the texts say, but for labels of buttons");
   record->add_option("--program", read.recording.program, "Only programs whose name holds this");
+}
+
+Command relayCommandOf(const CLI::App& relay, const Arguments& read) {
+  if (relay.got_subcommand("set")) return read.relay;
+  if (relay.got_subcommand("forget")) return ForgetRelay{};
+  if (relay.got_subcommand("test")) return read.trial;
+  return ShowRelay{read.asJson};
+}
+
+Command settingsCommandOf(const CLI::App& settings, const Arguments& read) {
+  if (read.wantsDefault) return ChangeSetting{read.settingName, std::nullopt};
+  if (settings.count("VALUE") > 0) return ChangeSetting{read.settingName, read.settingValue};
+  if (settings.count("NAME") > 0) return ShowSettings{read.settingName, read.asJson};
+  return ShowSettings{std::nullopt, read.asJson};
 }
 
 Command commandOf(const CLI::App& program, const Arguments& read) {
@@ -57,6 +106,8 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   if (program.got_subcommand("doctor")) return ExamineSetup{read.asJson};
   if (program.got_subcommand("pair")) return read.pairing;
   if (program.got_subcommand("record")) return read.recording;
+  if (program.got_subcommand("relay")) return relayCommandOf(*program.get_subcommand("relay"), read);
+  if (program.got_subcommand("settings")) return settingsCommandOf(*program.get_subcommand("settings"), read);
   return RunAgent{};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -41,6 +42,40 @@ struct RecordDesktop {
   bool operator==(const RecordDesktop&) const = default;
 };
 
+// Keeps the address of the relay in the user's settings.
+struct SetRelay {
+  std::string address;
+  std::optional<std::string> registrationKey{};  // Absent: none, or one that is a part of the address.
+  bool operator==(const SetRelay&) const = default;
+};
+// Takes it out of them.
+struct ForgetRelay {
+  bool operator==(const ForgetRelay&) const = default;
+};
+// Prints which relay is used, and who says so.
+struct ShowRelay {
+  bool asJson = false;
+  bool operator==(const ShowRelay&) const = default;
+};
+// Tries a relay as the agent would use it.
+struct TestRelay {
+  std::optional<std::string> address{};  // Absent: the one that is configured.
+  std::optional<std::string> registrationKey{};
+  bool operator==(const TestRelay&) const = default;
+};
+// Prints the tunables.
+struct ShowSettings {
+  std::optional<std::string> name{};  // Absent: all.
+  bool asJson = false;
+  bool operator==(const ShowSettings&) const = default;
+};
+// Sets one of them.
+struct ChangeSetting {
+  std::string name;
+  std::optional<std::string> value{};  // Absent: back to the default.
+  bool operator==(const ChangeSetting&) const = default;
+};
+
 // Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
 struct PrintMessage {
   std::string text;  // Ends in a line break.
@@ -48,8 +83,8 @@ struct PrintMessage {
   bool operator==(const PrintMessage&) const = default;
 };
 
-using Command =
-    std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, RecordDesktop, PrintMessage>;
+using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, RecordDesktop, SetRelay,
+                             ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

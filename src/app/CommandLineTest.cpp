@@ -42,6 +42,20 @@ TEST(CommandLine, HasACommandForEachTool) {
   expectCommand({"record", "a file.json"}, RecordDesktop{.file = "a file.json"});
   expectCommand({"record", "--mask-texts", "x"}, RecordDesktop{.file = "x", .masksTexts = true});
   expectCommand({"record", "--", "--mask-texts"}, RecordDesktop{.file = "--mask-texts"});
+  expectCommand({"relay", "set", "relay.example"}, SetRelay{.address = "relay.example"});
+  expectCommand({"relay", "set", "relay.example", "--key", "k"},
+                SetRelay{.address = "relay.example", .registrationKey = "k"});
+  expectCommand({"relay", "forget"}, ForgetRelay{});
+  expectCommand({"relay", "show"}, ShowRelay{});
+  expectCommand({"relay", "show", "--json"}, ShowRelay{.asJson = true});
+  expectCommand({"relay", "test"}, TestRelay{});
+  expectCommand({"relay", "test", "relay.example"}, TestRelay{.address = "relay.example"});
+  expectCommand({"settings"}, ShowSettings{});
+  expectCommand({"settings", "--json"}, ShowSettings{.asJson = true});
+  expectCommand({"settings", "approval-stale-grace"}, ShowSettings{.name = "approval-stale-grace"});
+  expectCommand({"settings", "approval-stale-grace", "12"}, ChangeSetting{"approval-stale-grace", "12"});
+  expectCommand({"settings", "approval-stale-grace", ""}, ChangeSetting{"approval-stale-grace", ""});
+  expectCommand({"settings", "approval-stale-grace", "--default"}, ChangeSetting{"approval-stale-grace", std::nullopt});
 }
 
 TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
@@ -49,8 +63,8 @@ TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
     const auto command = parseCommandLine({flag});
     const auto& said = std::get<PrintMessage>(command);
     EXPECT_EQ(said.code, ExitCode::fine);
-    for (const char* word :
-         {"scan", "explain", "doctor", "pair", "record", "--version", "Exit codes: 0", "quillard(1)"}) {
+    for (const char* word : {"scan", "explain", "doctor", "pair", "relay", "settings", "record", "--version",
+                             "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
     }
   }
@@ -75,6 +89,11 @@ TEST(CommandLine, SaysWhatItDoesNotUnderstand) {
   EXPECT_NE(refusal({"scan", "--text"}).find("--text"), std::string::npos);
   EXPECT_NE(refusal({"record"}).find("FILE"), std::string::npos);
   EXPECT_NE(refusal({"record", "a", "b"}), "not refused");
+  EXPECT_NE(refusal({"relay"}), "not refused");
+  EXPECT_NE(refusal({"relay", "set"}).find("ADDRESS"), std::string::npos);
+  EXPECT_NE(refusal({"settings", "--default"}), "not refused");
+  EXPECT_NE(refusal({"settings", "approval-stale-grace", "12", "--default"}), "not refused");
+  EXPECT_NE(refusal({"settings", "approval-stale-grace", "12", "--json"}), "not refused");
   EXPECT_NE(refusal({"scan", "doctor"}), "not refused");
   EXPECT_NE(refusal({""}), "not refused");
 }

@@ -20,9 +20,7 @@ DoctorCheck relayCheck(const DoctorFacts& facts) {
   switch (facts.relay) {
     case RelayReach::notConfigured:
       check.detail = "None is configured: without one, the agent does not look for prompts.";
-      check.remedy =
-          "Set QUILLARD_RELAY_URL and QUILLARD_PAIRING_ID, or put a RelayConfig.plist into the program's "
-          "Resources folder.";
+      check.remedy = "Choose one with \"quillard relay set ADDRESS\".";
       break;
     case RelayReach::badAddress:
       check.detail = "Its address is none" + because;

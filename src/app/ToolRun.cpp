@@ -11,6 +11,8 @@
 #include "app/DesktopTools.h"
 #include "app/DoctorExamination.h"
 #include "app/PairingTool.h"
+#include "app/RelayTrial.h"
+#include "app/SettingsTool.h"
 
 namespace quillard::app {
 namespace {
@@ -43,6 +45,42 @@ struct Tools {
   ExitCode operator()(const ShowPairingCode& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));
     return showPairingCode(command, terminalFacts(), pairing, platform.secretStore, output);
+  }
+  ExitCode operator()(const SetRelay& command) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    return setRelay(command, pairing, changes(), output);
+  }
+  ExitCode operator()(const ForgetRelay&) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    return forgetRelay(pairing, changes(), output);
+  }
+  ExitCode operator()(const ShowRelay& command) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    return showRelay(command, pairing, output);
+  }
+  ExitCode operator()(const TestRelay& command) const {
+    PairingConfiguration pairing(pairingDependencies(platform));
+    const auto relay = relayToTest(command, pairing, output);
+    if (!relay) return ExitCode::cannotDoHere;
+    RelayTrial trial(platform);
+    auto code = ExitCode::problemFound;
+    trial.start(
+        *relay, [this](const std::string& step) { output.print(step + "\n"); },
+        [&code](bool isWell) {
+          code = isWell ? ExitCode::fine : ExitCode::problemFound;
+          QCoreApplication::exit();
+        });
+    QCoreApplication::exec();
+    return code;
+  }
+  ExitCode operator()(const ShowSettings& command) const {
+    return showSettings(command, {platform.environment, &platform.userDefaults}, output);
+  }
+  ExitCode operator()(const ChangeSetting& command) const {
+    return changeSetting(command, {platform.environment, &platform.userDefaults}, changes(), output);
+  }
+  [[nodiscard]] MakeChange changes() const {
+    return [this](const SettingsChange& change) { return changeHere(change, platform); };
   }
   // No tools.
   ExitCode operator()(const RunAgent&) const { return ExitCode::wrongUsage; }

@@ -144,6 +144,11 @@ std::optional<PendingApproval> ApprovalStore::approval(const Uuid& id) const {
   return found->second;
 }
 
+void ApprovalStore::setStaleAfter(Seconds time) {
+  const MutexLock lock{mutex};
+  staleAfter = time;
+}
+
 void ApprovalStore::remove(const Uuid& id, std::optional<Seconds> retention) {
   const MutexLock lock{mutex};
   if (const auto removed = approvalsByID.find(id); removed != approvalsByID.end()) forgetRestOf(removed->second);

@@ -40,6 +40,9 @@ class ApprovalStore {
   // gone; infinite: for ever.
   ApprovalStore(Seconds staleAfter, const platform::Clock& clock, platform::Random& random);
 
+  // From now on, for what was missed before, too. An answered one keeps its identity for as long as it was to.
+  void setStaleAfter(Seconds time);
+
   // Takes `scanned` as the outcome of one scan; each record's `id` is its fingerprint. A known prompt keeps its
   // identity and `detectedAt`, all else follows the newest scan; of two records with one fingerprint the later wins. A
   // prompt missing for longer than `staleAfter` is forgotten, identity and all. Of records with one fingerprint in
@@ -103,7 +106,7 @@ class ApprovalStore {
   std::unordered_map<Uuid, Uuid> approvalIDByFingerprint QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Uuid> fingerprintByApprovalID QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<Uuid, Instant> retainedIdentityExpiresAtByApprovalID QUILLARD_GUARDED_BY(mutex);
-  const Seconds staleAfter;
+  Seconds staleAfter QUILLARD_GUARDED_BY(mutex);
   const platform::Clock& clock;
   platform::Random& random;
 };

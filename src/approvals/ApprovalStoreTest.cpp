@@ -76,6 +76,18 @@ TEST_F(ApprovalStoreTest, KeepsAMissedPromptForTheGraceAndNotAMomentLonger) {
   EXPECT_EQ(only().detectedAt, time.now());
 }
 
+TEST_F(ApprovalStoreTest, KeepsAPromptThatWasMissedForTheGraceThatItIsGivenNow) {
+  store.replace({scanned(1)});
+  time.advance(Seconds{5});
+  store.setStaleAfter(Seconds{20});
+  time.advance(Seconds{15});
+  store.replace({});
+  EXPECT_EQ(store.all().size(), 1U);
+  store.setStaleAfter(Seconds{19});
+  store.replace({});
+  EXPECT_TRUE(store.all().empty());
+}
+
 TEST_F(ApprovalStoreTest, CountsTheGraceFromTheLastScanThatSawThePrompt) {
   store.replace({scanned(1)});
   for (int scan = 0; scan < 5; ++scan) {

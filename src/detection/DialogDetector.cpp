@@ -99,7 +99,7 @@ ScanOutcome DialogDetector::scan() {
   const auto scope = dependencies.accessibility.beginReadScope();
   auto windows = windowsIn(*scope);
   const auto sources = windows.allWindowSources();
-  if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.environment)) {
+  if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.tunables)) {
     printDiagnostics(windows.withoutRepeatedSignatures(sources));
   }
 

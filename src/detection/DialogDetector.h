@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "agent/configuration/AgentConfiguration.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/PendingApproval.h"
 #include "approvals/ScanOutcome.h"
@@ -28,7 +29,6 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Console.h"
-#include "platform/process/Environment.h"
 
 namespace quillard {
 
@@ -38,7 +38,7 @@ struct DetectorDependencies {
   platform::Workspace& workspace;
   platform::WindowList& windowList;
   const platform::Clock& clock;
-  const platform::Environment& environment;
+  AgentConfiguration::Sources tunables;
   platform::Console& console;
   const StableIDs& stableIDs;
   platform::PromptSupplement supplement{};  // What this desktop adds to the rules. Empty: they hold to the letter.

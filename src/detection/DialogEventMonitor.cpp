@@ -126,7 +126,7 @@ void DialogEventMonitor::handleWorkspaceEvent(const WorkspaceEvent& event) {
 
 void DialogEventMonitor::startVisibleOwnerPolling() {
   visibleWindowSignature = VisibleWindowOwners::visibleWindowSignatures(dependencies.windowList);
-  const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(dependencies.environment);
+  const auto interval = AgentConfiguration::visibleWindowOwnerPollInterval(dependencies.tunables);
   visibleOwnerPollTimer = dependencies.mainThread.repeatEvery(interval, [this] { checkVisibleOwners(); });
   notificationTokens.push_back(dependencies.windowList.observeChanges([this] { windowListMayHaveChanged(); }));
   notificationTokens.push_back(dependencies.windowList.observeUnlistedWindows([this] { unlistedWindowCame(); }));

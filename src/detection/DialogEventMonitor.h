@@ -8,10 +8,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "agent/configuration/AgentConfiguration.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/WindowList.h"
 #include "platform/desktop/Workspace.h"
-#include "platform/process/Environment.h"
 #include "platform/process/Executors.h"
 
 namespace quillard {
@@ -21,7 +21,7 @@ struct MonitorDependencies {
   platform::SerialExecutor& mainThread;
   platform::Workspace& workspace;
   platform::WindowList& windowList;
-  const platform::Environment& environment;
+  AgentConfiguration::Sources tunables;
 };
 
 // Asks for a scan soon after something happened on the desktop: an application came, went, was shown or hidden, the

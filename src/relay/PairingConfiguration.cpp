@@ -12,6 +12,7 @@
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
 #include "relay/PairingIdentifiers.h"
+#include "relay/UserRelay.h"
 
 namespace quillard {
 namespace {
@@ -22,6 +23,7 @@ using platform::SecretPlace;
 constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
 constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
 constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
+constexpr std::string_view kUsersPairingID = "quillard";  // What a new pairing's name begins with.
 constexpr std::size_t kSecretBytes = 32;
 constexpr SecretPlace kKeychainPlaces[] = {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain};
 
@@ -55,6 +57,12 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::environmentConfigu
   return RelayLaunchConfiguration{*relayURL, *pairingID};
 }
 
+std::optional<RelayLaunchConfiguration> PairingConfiguration::userConfiguration() const {
+  auto address = UserRelay::stored(dependencies.userDefaults);
+  if (!address) return std::nullopt;
+  return RelayLaunchConfiguration{*std::move(address), std::string(kUsersPairingID)};
+}
+
 std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfiguration() const {
   const auto resource = dependencies.bundle.propertyList("RelayConfig");
   if (!resource) return std::nullopt;
@@ -72,9 +80,20 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfigurati
 
 std::optional<RelayLaunchConfiguration> PairingConfiguration::configuredRelay() {
   if (auto configuration = environmentConfiguration()) return configuration;
+  if (auto configuration = bundledConfigurationReadOnce()) return configuration;
+  return userConfiguration();
+}
+
+std::optional<RelayLaunchConfiguration> PairingConfiguration::bundledConfigurationReadOnce() {
   const MutexLock locked{readingBundle};
   if (!bundledRelay) bundledRelay = bundledConfiguration();
   return *bundledRelay;
+}
+
+std::optional<RelayOrigin> PairingConfiguration::relayOrigin() {
+  if (environmentConfiguration()) return RelayOrigin::environment;
+  if (bundledConfigurationReadOnce()) return RelayOrigin::bundle;
+  return userConfiguration() ? std::optional{RelayOrigin::user} : std::nullopt;
 }
 
 bool PairingConfiguration::isRelayConfigured() {
@@ -92,6 +111,7 @@ std::optional<RelayLaunchConfiguration> PairingConfiguration::findLaunchConfigur
   if (auto cached = cache.launchConfiguration()) return cached;
   auto configured = environmentConfiguration();
   if (!configured) configured = bundledConfiguration();
+  if (!configured) configured = userConfiguration();
   if (!configured) return std::nullopt;
   const auto secrets = findInstallationSecrets(configured->pairingID);
   const RelayLaunchConfiguration configuration{configured->relayURL, secrets.pairingID};
@@ -220,6 +240,11 @@ void PairingConfiguration::rotateInstallationIdentity() {
   }
   for (const auto place : kKeychainPlaces) removeFromKeychain(place);
   cache.reset();
+}
+
+void PairingConfiguration::relayWasChosen() {
+  const MutexLock locked{finding};
+  cache.forgetRelay();
 }
 
 // ---- What the pairing code says

@@ -32,6 +32,9 @@ struct PairingDependencies {
   platform::Console& console;
 };
 
+// Who names the relay.
+enum class RelayOrigin { environment, bundle, user };
+
 // Which relay to use, the identity of this installation, and the content of its pairing code. One for the process. Each
 // answer is read once and cached; only a rotation clears the cache. Any thread; a call may wait for the keychain, which
 // may ask the user.
@@ -54,11 +57,16 @@ class PairingConfiguration {
   [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
   // What came with the application. Absent when nothing did, or, with a line that says why, it cannot be read.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> bundledConfiguration() const;
+  // The relay that the user chose, see `UserRelay`. Absent: none.
+  [[nodiscard]] std::optional<RelayLaunchConfiguration> userConfiguration() const;
 
-  // The relay that is configured, as it stands in the environment or else in what came with the application. Makes no
-  // identity. The environment is read at each call; the application's part, which stays the same while it runs, is read
-  // once, so that a broken file is reported once. Absent: neither names a relay.
+  // The relay that is configured, as it stands in the environment, or else in what came with the application, or else
+  // as the user chose it. Makes no identity. The environment and the settings are read at each call; the application's
+  // part, which stays the same while it runs, is read once, so that a broken file is reported once. Absent: none of
+  // them names a relay.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> configuredRelay();
+  // Where it is named. Absent: nowhere.
+  [[nodiscard]] std::optional<RelayOrigin> relayOrigin();
   // Whether a relay is configured and its address can be used. Without one the agent scans nothing.
   [[nodiscard]] bool isRelayConfigured();
 
@@ -68,6 +76,8 @@ class PairingConfiguration {
   [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
   // Whether the settings hold a copy of the identity, which serves where the keychain cannot be read.
   [[nodiscard]] bool hasCopyInSettings();
+  // The user chose another relay: the next answers are about that one. The identity stays.
+  void relayWasChosen();
   // The content of the pairing code. Absent without a relay, or when its address is not valid.
   [[nodiscard]] std::optional<PairingPayload> payload();
 
@@ -80,6 +90,7 @@ class PairingConfiguration {
   [[nodiscard]] static std::optional<std::string> backendBaseURL(std::string_view relayURL);
 
  private:
+  std::optional<RelayLaunchConfiguration> bundledConfigurationReadOnce();
   std::optional<RelayLaunchConfiguration> findLaunchConfiguration() QUILLARD_REQUIRES(finding);
   InstallationSecrets findInstallationSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);
   InstallationSecrets loadOrCreateSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);

@@ -39,4 +39,10 @@ void PairingConfigurationCache::reset() {
   cachedInstallationSecrets.reset();
 }
 
+void PairingConfigurationCache::forgetRelay() {
+  const MutexLock locked{lock};
+  cachedLaunchConfiguration.reset();
+  cachedPairingPayload.reset();
+}
+
 }  // namespace quillard

@@ -23,6 +23,8 @@ class PairingConfigurationCache {
 
   // Clears all three.
   void reset();
+  // Clears what depends on the relay; the identity stays.
+  void forgetRelay();
 
  private:
   mutable Mutex lock;

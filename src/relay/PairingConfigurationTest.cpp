@@ -14,6 +14,7 @@
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
 #include "relay/PairingConfiguration.h"
+#include "relay/UserRelay.h"
 
 namespace quillard {
 namespace {
@@ -175,6 +176,43 @@ TEST(ConfiguredRelay, FollowsTheEnvironmentAndReadsTheBuiltInFileOnce) {
   broken.bundle.setPropertyList("RelayConfig", platform::ResourceError{"The property list is malformed."});
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(broken.run->isRelayConfigured());
   EXPECT_EQ(broken.console.lines().size(), 1U);
+}
+
+TEST(ConfiguredRelay, IsTheOneThatTheUserChoseWhereNothingElseNamesOne) {
+  Installation installation;
+  EXPECT_EQ(installation.run->relayOrigin(), std::nullopt);
+  UserRelay::store("wss://chosen/ws", installation.userDefaults);
+  EXPECT_EQ(installation.run->configuredRelay(), (RelayLaunchConfiguration{"wss://chosen/ws", "quillard"}));
+  EXPECT_EQ(installation.run->relayOrigin(), RelayOrigin::user);
+  EXPECT_TRUE(installation.run->isRelayConfigured());
+
+  installation.setRelay("wss://environment");
+  EXPECT_EQ(installation.run->configuredRelay()->relayURL, "wss://environment");
+  EXPECT_EQ(installation.run->relayOrigin(), RelayOrigin::environment);
+}
+
+TEST(ConfiguredRelay, OfTheBuiltInFileComesBeforeTheUsersChoice) {
+  Installation installation;
+  installation.bundle.setPropertyList(
+      "RelayConfig", platform::PropertyListTexts{{"relayURL", "wss://built-in"}, {"pairingID", "built"}});
+  UserRelay::store("wss://chosen/ws", installation.userDefaults);
+  EXPECT_EQ(installation.run->configuredRelay()->relayURL, "wss://built-in");
+  EXPECT_EQ(installation.run->relayOrigin(), RelayOrigin::bundle);
+}
+
+TEST(ConfiguredRelay, ThatTheUserChoosesAnewLeavesTheIdentityAsItIs) {
+  Installation installation;
+  UserRelay::store("wss://first/ws", installation.userDefaults);
+  const auto before = installation.run->launchConfiguration();
+  const auto code = installation.run->payload();
+  UserRelay::store("wss://second/ws", installation.userDefaults);
+  EXPECT_EQ(installation.run->launchConfiguration(), before) << "until it is told";
+  installation.run->relayWasChosen();
+  const auto after = installation.run->launchConfiguration();
+  EXPECT_EQ(after->relayURL, "wss://second/ws");
+  EXPECT_EQ(after->pairingID, before->pairingID);
+  EXPECT_EQ(installation.run->payload()->backendURL, "https://second");
+  EXPECT_TRUE(installation.run->payload()->e2eSecret == code->e2eSecret);
 }
 
 TEST(ConfiguredRelay, CountsOnlyWithAnAddressThatCanBeUsed) {

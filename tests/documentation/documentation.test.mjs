@@ -72,8 +72,10 @@ test("the page of settings gives the agent's defaults", () => {
   const tunables = tunablesOf(root);
   assert.ok(tunables.size >= 12, `only ${tunables.size} tunables were found`);
   const rows = rowsOf(page("docs/settings.md"));
-  for (const [name, fallback] of [...tunables].filter(([name]) => name.startsWith("QUILLARD_"))) {
-    assert.equal(rows.find(([first]) => first === `\`${name}\``)?.[1], fallback, name);
+  for (const [name, { setting, fallback }] of tunables) {
+    if (!name.startsWith("QUILLARD_")) continue;
+    const row = rows.find(([first]) => first === `\`${name}\``);
+    assert.deepEqual(row?.slice(1, 3), [`\`${setting}\``, fallback], name);
   }
 });
 

@@ -54,16 +54,16 @@ function buildOptions(root) {
 export const variablesOf = (root) =>
   new Set([...ownVariables(root), ...systemVariables(root), ...buildOptions(root)]);
 
-// The agent's tunables: name to default, "off" for a switch that is off.
+// The agent's tunables: name in the environment to the name of the setting and the default, "off" for a switch that is
+// off.
 export function tunablesOf(root) {
-  const source = readFileSync(join(root, "src/agent/configuration/AgentConfiguration.cpp"), "utf8");
-  const constants = new Map(
-    [...source.matchAll(/constexpr Seconds (\w+)\{([\d.]+)\};/g)].map(([, name, value]) => [name, value]),
-  );
+  const source = readFileSync(join(root, "src/agent/configuration/Tunables.cpp"), "utf8");
   const tunables = new Map();
-  for (const [, names, fallback] of source.matchAll(/\{((?:"[A-Z_]+",?\s*)+)\},\s*(\w+)\)/g)) {
-    for (const name of matches(names, /"(\w+)"/g))
-      tunables.set(name, fallback === "false" ? "off" : constants.get(fallback));
+  for (const [row, setting] of source.matchAll(/\{\.name = "([a-z-]+)",[^}]*\{[^}]*\}\}/g)) {
+    const [, fallback] = row.match(/\.fallback = ([\d.]+)/);
+    const isSwitch = row.includes("TunableKind::onOff");
+    for (const variable of matches(row, /"([A-Z_]+)"/g))
+      tunables.set(variable, { setting, fallback: isSwitch ? "off" : fallback });
   }
   return tunables;
 }

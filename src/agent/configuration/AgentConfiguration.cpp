@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "agent/configuration/Tunables.h"
 #include "foundation/Text.h"
 
 namespace quillard::AgentConfiguration {
@@ -12,11 +13,7 @@ using platform::Environment;
 
 namespace {
 
-constexpr Seconds kSafetySweepInterval{300};
-constexpr Seconds kEventScanDebounce{0.35};
-constexpr Seconds kApprovalStaleGrace{8};
 constexpr Seconds kStaleCleanupMargin{0.5};
-constexpr Seconds kVisibleWindowOwnerPollInterval{2};
 
 // strtod skips these; a value that begins with one is not meant as a number.
 constexpr std::string_view kLeadingWhiteSpace{" \t\n\v\f\r\0", 7};
@@ -40,26 +37,38 @@ T firstUsable(const Environment& environment, std::initializer_list<std::string_
   return fallback;
 }
 
+// `name`: of the table.
+Seconds secondsOf(std::string_view name, const Sources& sources) {
+  return Seconds{valueOf(*findTunable(name), sources).value};
+}
+
 }  // namespace
 
-std::optional<double> positiveDoubleEnvironmentValue(const Environment& environment, std::string_view name) {
-  const auto text = environment.value(name);
-  if (!text || text->empty() || kLeadingWhiteSpace.find(text->front()) != std::string_view::npos) return std::nullopt;
-  if (text->find_first_not_of(kNumberCharacters) != std::string::npos) return std::nullopt;
-  const std::string number = withLocalPoint(*text);
+std::optional<double> positiveDouble(std::string_view text) {
+  if (text.empty() || kLeadingWhiteSpace.find(text.front()) != std::string_view::npos) return std::nullopt;
+  if (text.find_first_not_of(kNumberCharacters) != std::string_view::npos) return std::nullopt;
+  const std::string number = withLocalPoint(std::string(text));
   char* end = nullptr;
   const double value = std::strtod(number.c_str(), &end);
   const bool isWhole = end == number.c_str() + number.size();
   return isWhole && value > 0 ? std::optional{value} : std::nullopt;
 }
 
-std::optional<bool> booleanEnvironmentValue(const Environment& environment, std::string_view name) {
+std::optional<double> positiveDoubleEnvironmentValue(const Environment& environment, std::string_view name) {
   const auto text = environment.value(name);
-  if (!text) return std::nullopt;
-  const std::string word = text::lowercased(*text);
+  return text ? positiveDouble(*text) : std::nullopt;
+}
+
+std::optional<bool> booleanWord(std::string_view text) {
+  const std::string word = text::lowercased(std::string(text));
   if (word == "1" || word == "true" || word == "yes") return true;
   if (word == "0" || word == "false" || word == "no") return false;
   return std::nullopt;
+}
+
+std::optional<bool> booleanEnvironmentValue(const Environment& environment, std::string_view name) {
+  const auto text = environment.value(name);
+  return text ? booleanWord(*text) : std::nullopt;
 }
 
 Seconds positiveSeconds(const Environment& environment, std::initializer_list<std::string_view> names,
@@ -71,38 +80,20 @@ bool boolean(const Environment& environment, std::initializer_list<std::string_v
   return firstUsable(environment, names, fallback, booleanEnvironmentValue);
 }
 
-Seconds safetySweepInterval(const Environment& environment) {
-  // The scan interval is the older name; whoever set only that still controls the sweep.
-  return positiveSeconds(environment,
-                         {"QUILLARD_SAFETY_SWEEP_INTERVAL_SECONDS", "FARROWLIGHT_SAFETY_SWEEP_INTERVAL_SECONDS",
-                          "QUILLARD_SCAN_INTERVAL_SECONDS", "FARROWLIGHT_SCAN_INTERVAL_SECONDS"},
-                         kSafetySweepInterval);
+Seconds safetySweepInterval(const Sources& sources) { return secondsOf("safety-sweep-interval", sources); }
+
+Seconds eventScanDebounce(const Sources& sources) { return secondsOf("event-scan-debounce", sources); }
+
+Seconds approvalStaleGrace(const Sources& sources) { return secondsOf("approval-stale-grace", sources); }
+
+Seconds staleCleanupDelay(const Sources& sources) { return approvalStaleGrace(sources) + kStaleCleanupMargin; }
+
+Seconds visibleWindowOwnerPollInterval(const Sources& sources) {
+  return secondsOf("visible-window-owner-poll", sources);
 }
 
-Seconds eventScanDebounce(const Environment& environment) {
-  return positiveSeconds(environment,
-                         {"QUILLARD_EVENT_SCAN_DEBOUNCE_SECONDS", "FARROWLIGHT_EVENT_SCAN_DEBOUNCE_SECONDS"},
-                         kEventScanDebounce);
-}
-
-Seconds approvalStaleGrace(const Environment& environment) {
-  return positiveSeconds(environment,
-                         {"QUILLARD_APPROVAL_STALE_GRACE_SECONDS", "FARROWLIGHT_APPROVAL_STALE_GRACE_SECONDS"},
-                         kApprovalStaleGrace);
-}
-
-Seconds staleCleanupDelay(const Environment& environment) {
-  return approvalStaleGrace(environment) + kStaleCleanupMargin;
-}
-
-Seconds visibleWindowOwnerPollInterval(const Environment& environment) {
-  return positiveSeconds(
-      environment, {"QUILLARD_VISIBLE_WINDOW_OWNER_POLL_SECONDS", "FARROWLIGHT_VISIBLE_WINDOW_OWNER_POLL_SECONDS"},
-      kVisibleWindowOwnerPollInterval);
-}
-
-bool dialogDiagnosticsEnabled(const Environment& environment) {
-  return boolean(environment, {"QUILLARD_DIALOG_DIAGNOSTICS", "FARROWLIGHT_DIALOG_DIAGNOSTICS"}, false);
+bool dialogDiagnosticsEnabled(const Sources& sources) {
+  return valueOf(*findTunable("dialog-diagnostics"), sources).value != 0;
 }
 
 }  // namespace quillard::AgentConfiguration

@@ -102,7 +102,7 @@ TEST(Tunables, HaveTheirDefaultsWhenNothingIsSet) {
 }
 
 struct TunableRow {
-  Seconds (*read)(const platform::Environment&);
+  Seconds (*read)(const Sources&);
   std::vector<std::string> names;
 };
 

@@ -1,0 +1,47 @@
+#include "agent/SettingsChange.h"
+
+#include <variant>
+
+#include "agent/configuration/Tunables.h"
+#include "foundation/PrintableText.h"
+#include "relay/UserRelay.h"
+
+namespace quillard {
+namespace {
+
+using AgentConfiguration::Tunable;
+using AgentConfiguration::TunableKind;
+
+std::optional<std::string> applyRelay(const std::optional<std::string>& value, platform::UserDefaults& settings) {
+  if (!value) {
+    UserRelay::forget(settings);
+    return std::nullopt;
+  }
+  const auto address = UserRelay::addressOf(*value, /*registrationKey=*/std::nullopt);
+  if (const auto* refusal = std::get_if<UserRelay::Refusal>(&address)) return refusal->reason;
+  UserRelay::store(std::get<std::string>(address), settings);
+  return std::nullopt;
+}
+
+std::optional<std::string> applyTunable(const Tunable& tunable, const std::optional<std::string>& value,
+                                        platform::UserDefaults& settings) {
+  if (!value) {
+    AgentConfiguration::unsetTunable(tunable, settings);
+    return std::nullopt;
+  }
+  if (AgentConfiguration::setTunable(tunable, *value, settings)) return std::nullopt;
+  return std::string(tunable.name) +
+         (tunable.kind == TunableKind::onOff ? " is on or off." : " is a number of seconds greater than 0.");
+}
+
+}  // namespace
+
+std::optional<std::string> apply(const SettingsChange& change, platform::UserDefaults& settings) {
+  if (change.name == kRelaySetting) return applyRelay(change.value, settings);
+  if (const auto* tunable = AgentConfiguration::findTunable(change.name)) {
+    return applyTunable(*tunable, change.value, settings);
+  }
+  return "There is no setting " + printableText(change.name) + ": \"quillard settings\" lists them.";
+}
+
+}  // namespace quillard

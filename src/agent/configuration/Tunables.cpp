@@ -1,0 +1,107 @@
+#include "agent/configuration/Tunables.h"
+
+#include <algorithm>
+#include <cmath>
+#include <variant>
+
+#include <nlohmann/json.hpp>
+
+#include "foundation/Text.h"
+
+namespace quillard::AgentConfiguration {
+namespace {
+
+constexpr Tunable kTunables[] = {
+    {.name = "safety-sweep-interval",
+     .meaning = "how often all windows are scanned although nothing seems to have happened",
+     .fallback = 300,
+     // The scan interval is the older name; whoever set only that still controls the sweep.
+     .variables = {"QUILLARD_SAFETY_SWEEP_INTERVAL_SECONDS", "FARROWLIGHT_SAFETY_SWEEP_INTERVAL_SECONDS",
+                   "QUILLARD_SCAN_INTERVAL_SECONDS", "FARROWLIGHT_SCAN_INTERVAL_SECONDS"}},
+    {.name = "event-scan-debounce",
+     .meaning = "how long to wait after the last event before a scan",
+     .fallback = 0.35,
+     .variables = {"QUILLARD_EVENT_SCAN_DEBOUNCE_SECONDS", "FARROWLIGHT_EVENT_SCAN_DEBOUNCE_SECONDS"}},
+    {.name = "approval-stale-grace",
+     .meaning = "how long a prompt is kept that scans no longer see",
+     .fallback = 8,
+     .variables = {"QUILLARD_APPROVAL_STALE_GRACE_SECONDS", "FARROWLIGHT_APPROVAL_STALE_GRACE_SECONDS"}},
+    {.name = "visible-window-owner-poll",
+     .meaning = "how often to look which programs have windows",
+     .fallback = 2,
+     .variables = {"QUILLARD_VISIBLE_WINDOW_OWNER_POLL_SECONDS", "FARROWLIGHT_VISIBLE_WINDOW_OWNER_POLL_SECONDS"}},
+    {.name = "dialog-diagnostics",
+     .meaning = "print a line for each window at each scan, with what the window shows",
+     .kind = TunableKind::onOff,
+     .fallback = 0,
+     .variables = {"QUILLARD_DIALOG_DIAGNOSTICS", "FARROWLIGHT_DIALOG_DIAGNOSTICS"}},
+};
+
+// Each under its own name behind this one.
+constexpr std::string_view kSettingsKey = "quillard.settings";
+
+std::string settingsKey(const Tunable& tunable) { return std::string(kSettingsKey) + "." + std::string(tunable.name); }
+
+std::optional<double> storedValue(const Tunable& tunable, const platform::UserDefaults& settings) {
+  const auto stored = settings.object(settingsKey(tunable));
+  const auto* text = stored ? std::get_if<std::string>(&*stored) : nullptr;
+  return text ? readTunable(tunable, *text) : std::nullopt;
+}
+
+std::optional<double> readOnOff(std::string_view text) {
+  const std::string word = text::lowercased(std::string(text));
+  if (word == "on") return 1;
+  if (word == "off") return 0;
+  const auto value = booleanWord(text);
+  return value ? std::optional{*value ? 1.0 : 0.0} : std::nullopt;
+}
+
+}  // namespace
+
+std::span<const Tunable> tunables() { return kTunables; }
+
+const Tunable* findTunable(std::string_view name) {
+  const auto* const found =
+      std::find_if(std::begin(kTunables), std::end(kTunables), [&](const auto& one) { return one.name == name; });
+  return found == std::end(kTunables) ? nullptr : found;
+}
+
+TunableValue valueOf(const Tunable& tunable, const Sources& sources) {
+  for (const auto variable : tunable.variables) {
+    if (variable.empty()) break;
+    const auto text = sources.environment.value(variable);
+    if (!text) continue;
+    // Of the environment a switch is what it always was: "on" is no word for it.
+    const auto word = tunable.kind == TunableKind::onOff ? booleanWord(*text) : std::nullopt;
+    const auto value = tunable.kind == TunableKind::onOff ? (word ? std::optional{*word ? 1.0 : 0.0} : std::nullopt)
+                                                          : positiveDouble(*text);
+    if (value) return {*value, TunableOrigin::environment, variable};
+  }
+  if (sources.settings != nullptr) {
+    if (const auto value = storedValue(tunable, *sources.settings)) return {*value, TunableOrigin::settings};
+  }
+  return {tunable.fallback, TunableOrigin::fallback};
+}
+
+std::string tunableText(const Tunable& tunable, double value) {
+  if (tunable.kind == TunableKind::onOff) return value != 0 ? "on" : "off";
+  if (std::isinf(value)) return "inf";
+  std::string text = nlohmann::json(value).dump();  // The shortest that is read as this number again.
+  if (text.ends_with(".0")) text.resize(text.size() - 2);
+  return text;
+}
+
+std::optional<double> readTunable(const Tunable& tunable, std::string_view text) {
+  return tunable.kind == TunableKind::onOff ? readOnOff(text) : positiveDouble(text);
+}
+
+bool setTunable(const Tunable& tunable, std::string_view text, platform::UserDefaults& settings) {
+  const auto value = readTunable(tunable, text);
+  if (!value) return false;
+  settings.set(settingsKey(tunable), tunableText(tunable, *value));
+  return true;
+}
+
+void unsetTunable(const Tunable& tunable, platform::UserDefaults& settings) { settings.remove(settingsKey(tunable)); }
+
+}  // namespace quillard::AgentConfiguration

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "agent/configuration/AgentConfiguration.h"
+
+// The same tunables as a table, for those who list and set them.
+namespace quillard::AgentConfiguration {
+
+enum class TunableKind {
+  seconds,  // Greater than zero.
+  onOff,
+};
+
+struct Tunable {
+  std::string_view name;  // What people call it: "safety-sweep-interval".
+  std::string_view meaning;
+  TunableKind kind = TunableKind::seconds;
+  double fallback = 0;  // Seconds; of a switch 0 or 1.
+  // In the order in which they count; those at the end may be empty.
+  std::array<std::string_view, 4> variables{};
+};
+
+enum class TunableOrigin { environment, settings, fallback };
+
+// What a tunable is now, and why.
+struct TunableValue {
+  double value = 0;  // As `Tunable::fallback`.
+  TunableOrigin origin = TunableOrigin::fallback;
+  std::string_view variable{};  // Of the environment, when that is where it is from.
+  bool operator==(const TunableValue&) const = default;
+};
+
+[[nodiscard]] std::span<const Tunable> tunables();
+// Null when there is none of that name.
+[[nodiscard]] const Tunable* findTunable(std::string_view name);
+
+[[nodiscard]] TunableValue valueOf(const Tunable& tunable, const Sources& sources);
+
+// As people read and write it: "0.35", "on", "off".
+[[nodiscard]] std::string tunableText(const Tunable& tunable, double value);
+// The other way; a switch is also what the environment takes for one. Absent: it is no value of this tunable.
+[[nodiscard]] std::optional<double> readTunable(const Tunable& tunable, std::string_view text);
+
+// Keeps what the user wants; what stands in the environment still comes first. False: `text` is no value, and nothing
+// has changed.
+bool setTunable(const Tunable& tunable, std::string_view text, platform::UserDefaults& settings);
+// Back to the default.
+void unsetTunable(const Tunable& tunable, platform::UserDefaults& settings);
+
+}  // namespace quillard::AgentConfiguration

@@ -6,6 +6,7 @@ import { join } from "node:path";
 import type { Page } from "@playwright/test";
 import type { AxeResults } from "axe-core";
 import { sampleApproval } from "../src/core/testing";
+import { brokenWords } from "./support/brokenWords";
 import { expect, kRelayIsGone, pairByText, test } from "./support/fixtures";
 import { kPage } from "./support/RelayProcess";
 
@@ -53,28 +54,6 @@ for (const colorScheme of ["light", "dark"] as const) {
   });
 }
 
-/** Words that go on in another line, although a line of the page has room for them. */
-async function brokenWords(page: Page): Promise<string[]> {
-  return page.evaluate(() => {
-    const broken: string[] = [];
-    const room = document.documentElement.clientWidth * 0.75;
-    const texts = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
-    for (let node = texts.nextNode(); node; node = texts.nextNode()) {
-      if (node.parentElement?.closest(".for-ear, script, style")) continue;
-      for (const { 0: word, index } of (node.textContent ?? "").matchAll(/[^\s/-]{2,}/gu)) {
-        const range = document.createRange();
-        range.setStart(node, index);
-        range.setEnd(node, index + word.length);
-        const boxes = [...range.getClientRects()].filter(({ width }) => width > 0);
-        const lines = new Set(boxes.map(({ top }) => Math.round(top)));
-        const width = boxes.reduce((sum, box) => sum + box.width, 0);
-        if (lines.size > 1 && width < room) broken.push(word);
-      }
-    }
-    return broken;
-  });
-}
-
 for (const width of [320, 390]) {
   test(`at twice the text size no word is broken, on a phone of ${width} px`, async ({
     page,
@@ -86,16 +65,16 @@ for (const width of [320, 390]) {
     const enlarge = () => page.evaluate(() => (document.documentElement.style.fontSize = "34px"));
     await enlarge();
     await expect(page.getByRole("heading", { level: 1 })).toBeVisible();
-    expect(await brokenWords(page)).toEqual([]);
+    expect(await page.evaluate(brokenWords)).toEqual([]);
     await computer.show([sampleApproval(1), sampleApproval(2, { requiresDirectAccess: true })]);
     await pairByText(page, relay, computer);
     await enlarge();
     await expect(page.getByRole("article")).toHaveCount(2);
     expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(width);
-    expect(await brokenWords(page)).toEqual([]);
+    expect(await page.evaluate(brokenWords)).toEqual([]);
     await page.getByRole("link", { name: /Studio/ }).tap();
     await expect(page.getByRole("heading", { name: "Studio" })).toBeVisible();
-    expect(await brokenWords(page)).toEqual([]);
+    expect(await page.evaluate(brokenWords)).toEqual([]);
   });
 }
 

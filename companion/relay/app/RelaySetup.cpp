@@ -124,9 +124,8 @@ std::string nextSteps(const RelaySetupOptions& options, const std::string& key) 
        << "     and where it runs already: systemctl restart quillard-relay\n"
        << "  3. From another computer: quillard-relay check https://" << options.domain
        << (key.empty() ? "" : " --registration-key " + key) << "\n\n"
-       << "On the computer whose prompts you want on your phone, start Quillard with these two in its environment:\n"
-       << "  QUILLARD_RELAY_URL=wss://" << options.domain << "/ws" << (key.empty() ? "" : "?registration-key=" + key)
-       << "\n  QUILLARD_PAIRING_ID=home\n"
+       << "On the computer whose prompts you want on your phone:\n"
+       << "  quillard relay set " << options.domain << (key.empty() ? "" : " --key " + key) << "\n"
        << "Then show its pairing code, and open https://" << options.domain << "/ on the phone.\n";
   return text.str();
 }

@@ -58,7 +58,7 @@ class RelaySetup : public testing::Test {
 TEST_F(RelaySetup, PutsCaddyBeforeTheRelayByDefault) {
   const auto outcome = setUp({"--domain", "relay.example"});
   ASSERT_EQ(outcome.exitCode, ExitCode::success) << outcome.text;
-  EXPECT_THAT(outcome.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws\n"));
+  EXPECT_THAT(outcome.text, HasSubstr("  quillard relay set relay.example\n"));
   EXPECT_THAT(outcome.text, HasSubstr("quillard-relay check https://relay.example\n"));
   EXPECT_THAT(contents("etc/quillard-relay/Caddyfile"), HasSubstr("relay.example {\n"));
   EXPECT_THAT(outcome.text, HasSubstr("reverse_proxy 127.0.0.1:8080"));
@@ -125,7 +125,7 @@ TEST_F(RelaySetup, MakesAKeyThatOnlyItsOwnerCanRead) {
   auto key = contents("etc/quillard-relay/registration-key");
   ASSERT_EQ(key.size(), 33U);
   key.pop_back();
-  EXPECT_THAT(outcome.text, HasSubstr("QUILLARD_RELAY_URL=wss://relay.example/ws?registration-key=" + key + "\n"));
+  EXPECT_THAT(outcome.text, HasSubstr("  quillard relay set relay.example --key " + key + "\n"));
   struct stat status {};
   ASSERT_EQ(::stat((folder.path() + "/etc/quillard-relay/registration-key").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);

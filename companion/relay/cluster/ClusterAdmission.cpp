@@ -239,9 +239,10 @@ void ClusterAdmission::tick() {
 
 // ---- Messages
 
-bool ClusterAdmission::holds(const PeerIntroduction& who, std::string_view text, std::function<void()> resume) {
+bool ClusterAdmission::holds(const PeerIntroduction& who, std::string_view text, std::function<void()> again,
+                             std::function<void()> resume) {
   if (!member.mayServe(boot())) {
-    held.push_back(std::move(resume));
+    held.push_back(std::move(again));
     return true;
   }
   const bool mayUnpair =
@@ -264,7 +265,7 @@ bool ClusterAdmission::holds(const PeerIntroduction& who, std::string_view text,
 }
 
 void ClusterAdmission::resumeHeld() {
-  for (const auto& resume : std::exchange(held, {})) resume();
+  for (const auto& again : std::exchange(held, {})) again();
 }
 
 // ---- Routes

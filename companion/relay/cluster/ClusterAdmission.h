@@ -54,9 +54,11 @@ class ClusterAdmission {
   // The home could not be reached, or said that it is none: waits a little for another one.
   void decideAgain(Forwarding forwarding, bool isMisdirected, Done done);
 
-  // Whether a message has to wait. Then `resume` is called once, later, and the message can be taken. Messages wait
-  // after the process has slept, until it is known what happened; and what revokes or removes waits until it is kept.
-  [[nodiscard]] bool holds(const PeerIntroduction& who, std::string_view text, std::function<void()> resume);
+  // Whether a message has to wait. After the process has slept it waits until it is known what happened; then `again`
+  // is called once, later, and this is to be asked again. What revokes or removes waits until it is kept; then `resume`
+  // is called once, later, and the message can be taken.
+  [[nodiscard]] bool holds(const PeerIntroduction& who, std::string_view text, std::function<void()> again,
+                           std::function<void()> resume);
 
   // What the member's listener hears.
   void homeChanged(const std::string& pairingID);

@@ -8,8 +8,12 @@
 namespace quillard::relayserver {
 namespace {
 
-// Proofs that are no further apart than this are without a gap.
-constexpr std::chrono::milliseconds kSteady{1'500};
+// A proof that is no older than this shows that the engine is there.
+constexpr std::chrono::milliseconds kSteady{800};
+// After an election all relays have the engine again within such a time.
+constexpr std::chrono::milliseconds kElected{1'500};
+// Between turns that are further apart than this the process was busy or stopped, and knows nothing of the engine.
+constexpr std::chrono::milliseconds kStalled{500};
 
 }  // namespace
 
@@ -37,11 +41,13 @@ ClusterMember::ClusterMember(const Dependencies& dependencies, Options options, 
 
 void ClusterMember::noteTurn(Instant now) {
   const bool hasSlept = latestTurn != Instant{} && now - latestTurn > options.times.sleep;
+  if (now - latestTurn > kStalled) resumedAt = now;
   latestTurn = std::max(latestTurn, now);
   if (!hasSlept) return;
   wokenAt = now;
   mustProve = true;
   nextBeat = now;
+  nextKeep = now;
   log.warn("The relay has been stopped for a while: it finds out what happened before it goes on.");
 }
 
@@ -77,8 +83,11 @@ Duration ClusterMember::steadyFor(Instant now) {
 
 void ClusterMember::noteNeighbour(Duration itsSteadyTime, Instant now) {
   noteTurn(now);
-  const bool isCutOff = state == State::serving && now - provenAt > options.times.neighbour;
-  if (itsSteadyTime > kSteady && isCutOff) fence("This relay alone has no connection with the cluster's store.");
+  if (itsSteadyTime > kElected && isInDoubt(now)) fence("This relay alone has no connection with the cluster's store.");
+}
+
+bool ClusterMember::isInDoubt(Instant now) const {
+  return state == State::serving && now - std::max(provenAt, resumedAt) > options.times.neighbour;
 }
 
 void ClusterMember::checkFence() {
@@ -147,7 +156,8 @@ void ClusterMember::noteProof() {
   if (isSuperseded) return;
   const auto sent = sentBeats.find(self->record.beat);
   if (sent == sentBeats.end()) return;
-  if (sent->second - provenAt > kSteady) steadySince = sent->second;
+  // What was sent before the engine went may be taken when it is back: what counts is when it came.
+  if (latestTurn - provenAt > kSteady) steadySince = latestTurn;
   provenAt = std::max(provenAt, sent->second);
   sentBeats.erase(sentBeats.begin(), std::next(sent));
   if (mustProve && provenAt < wokenAt) return;
@@ -173,12 +183,13 @@ void ClusterMember::takeLease() {
   store.takeLease(options.times.leaseSeconds, [this](std::optional<LeaseNumber> taken) {
     isTakingLease = false;
     lease = taken;
+    nextKeep = {};
     if (hasEverything) beat();
   });
 }
 
 void ClusterMember::beat() {
-  if (!lease) return;
+  if (!lease || isLeaving || isSuperseded) return;
   nextBeat = latestTurn + options.times.beat;
   constexpr std::size_t kMostUnderWay = 32;
   if (sentBeats.size() >= kMostUnderWay) sentBeats.erase(sentBeats.begin());
@@ -188,6 +199,8 @@ void ClusterMember::beat() {
   ClusterTransaction transaction;
   transaction.changes.push_back({.key = relayKey(options.relay), .value = valueOf(record), .lease = present});
   store.transact(std::move(transaction), [](const std::optional<ClusterTransactionResult>&) {});
+  if (latestTurn < nextKeep) return;
+  nextKeep = latestTurn + options.times.keep;
   store.keepLease(present, [this, present](std::optional<bool> isKept) {
     if (isKept == false && lease == present) lease.reset();
   });

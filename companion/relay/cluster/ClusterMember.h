@@ -20,13 +20,17 @@ namespace quillard::relayserver {
 
 // How long a relay believes what it knows. docs/relay.md says why.
 struct ClusterTimes {
-  std::chrono::milliseconds beat{500};
-  std::chrono::milliseconds watchSilence{800};  // A watch that shows no beat for so long is made anew.
-  std::chrono::milliseconds neighbour{2'000};   // Then other relays are asked whether they have the engine still,
-  std::chrono::milliseconds admission{6'000};   // nobody new is let in,
-  std::chrono::milliseconds fence{60'000};      // and everybody is sent away.
-  std::chrono::milliseconds sleep{2'000};       // A process that did nothing for so long has been stopped.
-  std::chrono::milliseconds tombstone{5'000};   // How long a revocation waits for the engine before it is told.
+  std::chrono::milliseconds beat{250};
+  std::chrono::milliseconds keep{1'000};        // How often the lease is renewed.
+  std::chrono::milliseconds watchSilence{600};  // A watch that shows no beat for so long is made anew.
+  // Then other relays are asked whether they have the engine still. Longer than it takes to go from a member that
+  // stands still to the next one, and short enough for agents, who come back after three seconds, to be elsewhere after
+  // five.
+  std::chrono::milliseconds neighbour{1'300};
+  std::chrono::milliseconds admission{6'000};  // Then nobody new is let in,
+  std::chrono::milliseconds fence{60'000};     // and everybody is sent away.
+  std::chrono::milliseconds sleep{2'000};      // A process that did nothing for so long has been stopped.
+  std::chrono::milliseconds tombstone{5'000};  // How long a revocation waits for the engine before it is told.
   int leaseSeconds = 4;
 };
 
@@ -78,6 +82,8 @@ class ClusterMember {
   // Another relay has answered so when it was asked the same. Where it has had the engine for a while and this one has
   // not, this one alone is cut off: a moment's difference after an election says nothing.
   void noteNeighbour(Duration steadyFor, Instant now);
+  // It has not had the engine for so long that the others are to be asked.
+  [[nodiscard]] bool isInDoubt(Instant now) const;
 
   [[nodiscard]] const ClusterMirror& mirror() const { return known; }
   [[nodiscard]] const std::string& name() const { return options.relay; }
@@ -110,6 +116,8 @@ class ClusterMember {
   // The store does not have it yet.
   [[nodiscard]] bool isUnsaved(const std::string& pairingID, const std::string& deviceID = {}) const;
   [[nodiscard]] std::size_t unsavedCount() const { return tombstones.size(); }
+  // Throws PairingStore::Failure: a revocation could not be kept on this relay's own disk now.
+  void probeDisk() { disk.probe(); }
 
  private:
   enum class State { joining, serving, fenced };
@@ -156,11 +164,13 @@ class ClusterMember {
   bool isReading = false;
   bool isLeaving = false;
   Instant latestTurn{};
+  Instant resumedAt{};  // Since then it has had its turns without a gap that counts.
   Instant wokenAt{};
   Instant provenAt{};  // All that had happened by then is in the mirror.
   Instant steadySince{};
   bool mustProve = false;
   Instant nextBeat{};
+  Instant nextKeep{};  // Of the lease.
   Instant watchSince{};
   bool isWatching = false;
   std::uint64_t watchNumber = 0;  // Of the newest watch: what earlier ones say is not listened to.

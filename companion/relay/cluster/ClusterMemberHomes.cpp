@@ -119,6 +119,8 @@ void ClusterMember::keepTombstone(Tombstone tombstone) {
   tombstone.latest = latestTurn + options.times.tombstone;
   const auto [at, isNew] = tombstones.try_emplace(key, std::move(tombstone));
   if (!isNew) {
+    // One that was found on the disk has waited for nobody so far.
+    if (!at->second.latest) at->second.latest = tombstone.latest;
     for (auto& done : tombstone.done) at->second.done.push_back(std::move(done));
   }
   sendTombstone(key);
@@ -180,7 +182,8 @@ void ClusterMember::bringDiskIntoStore() {
       if (!known.revokedAt(pairingID)) tombstones.try_emplace(revokedKey(pairingID), Tombstone{pairingID, "", at});
     }
     for (const auto& [pairingID, deviceID, at] : disk.removals()) {
-      if (!known.pairing(pairingID) || known.isRemoved(pairingID, deviceID)) continue;
+      // Also of a pairing that is not there: it may be brought next, or come back.
+      if (known.revokedAt(pairingID) || known.isRemoved(pairingID, deviceID)) continue;
       tombstones.try_emplace(removedKey(pairingID, deviceID), Tombstone{pairingID, deviceID, at});
     }
     earlierPairings = disk.pairings();
@@ -201,7 +204,7 @@ void ClusterMember::bringNextPairing() {
             .changes = {{.key = pairingKey(pairingID), .value = valueOf(record)}}},
            [this](const std::optional<ClusterTransactionResult>& result) {
              isBringing = false;
-             if (!result) return;
+             if (!result || earlierPairings.empty()) return;
              earlierPairings.pop_back();
              if (!earlierPairings.empty()) return bringNextPairing();
              try {

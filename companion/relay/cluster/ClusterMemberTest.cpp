@@ -26,7 +26,10 @@ class Cluster : public testing::Test {
     auto& there = world[relay];
     const std::string text = message.dump();
     const auto take = [&there, peer, text] { there.rooms.take(*peer, text, there.now()); };
-    if (there.admission.holds({.role = role, .pairingID = kPairing}, text, take)) return true;
+    const auto again = [this, relay, peer, role, message] {
+      if (!peer->closed) say(relay, peer, role, message);
+    };
+    if (there.admission.holds({.role = role, .pairingID = kPairing}, text, again, take)) return true;
     take();
     return false;
   }
@@ -113,6 +116,34 @@ TEST_F(Cluster, KeepsARevocationOnItsDiskUntilTheEngineHasIt) {
   EXPECT_EQ(world.status(world[1].upgrade(kAgent)), 410);
 }
 
+TEST_F(Cluster, TellsOfARevocationThatItReadAfterASleepNoEarlier) {
+  const auto agent = joinAgent(0);
+  world[0].isAsleep = true;
+  world.run(seconds(3));
+  world[0].isAsleep = false;
+  EXPECT_TRUE(say(0, agent, Role::agent, unpair()));
+  for (int i = 0; i < 2'000 && !agent->closed; ++i) {
+    world.engine.advance(milliseconds(1));
+    for (const auto& relay : world.relays) relay->tick();
+  }
+  EXPECT_EQ(agent->closed, CloseCode::revoked);
+  EXPECT_TRUE(world.engine.value(revokedKey(kPairing)));
+}
+
+TEST_F(Cluster, WaitsNoLongerForARevocationThatWasOnItsDiskAlready) {
+  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-d"));
+  world[3].disk.revoked = {{kPairing, 1}};
+  for (int i = 0; i < 100 && world[3].member.unsavedCount() == 0; ++i) world.run(milliseconds(50));
+  ASSERT_EQ(world[3].member.unsavedCount(), 1U);
+  world.engine.setAvailable(false);
+  bool isTold = false;
+  world[3].member.revoke(kPairing, 1, [&] { isTold = true; });
+  world.run(milliseconds(4'900));
+  EXPECT_FALSE(isTold);
+  world.run(seconds(2));
+  EXPECT_TRUE(isTold);
+}
+
 TEST_F(Cluster, WritesWhatARestoredEngineLacksAnewFromTheDisks) {
   const auto agent = joinAgent(0);
   say(0, agent, Role::agent, unpair());
@@ -131,6 +162,30 @@ TEST_F(Cluster, BringsThePairingsOfARelayThatWasAlone) {
   world.run(seconds(3));
   EXPECT_TRUE(world[3].disk.earlier.empty());
   EXPECT_EQ(world.status(world[1].upgrade("role=mac&pairing=old")), 101);
+}
+
+TEST_F(Cluster, BringsTheRemovedPhonesOfARelayThatWasAlone) {
+  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-d"));
+  world[3].disk.earlier = {{"old", {.token = hashOf(kToken), .lastUsed = 1, .isJoined = true}}};
+  world[3].disk.removed = {{"old", "A", 1}};
+  world.run(seconds(3));
+  EXPECT_EQ(world.status(world[1].upgrade("role=phone&deviceName=A&deviceID=A&pairing=old")), 403);
+  EXPECT_EQ(world.status(world[1].upgrade("role=phone&deviceName=A&deviceID=B&pairing=old")), 101);
+}
+
+TEST_F(Cluster, KnowsTheRemovedPhonesOfAPairingThatComesBackAfterItMadeRoom) {
+  for (std::size_t relay = 0; relay < 3; ++relay) {
+    world[relay].limits.pairings = 1;
+    world[relay].limits.reclaimAfter = std::chrono::hours(0);
+  }
+  const auto agent = joinAgent(0);
+  say(0, agent, Role::agent, unpair("A"));
+  world.run(seconds(2));
+  EXPECT_EQ(world.status(world[1].registerToken("another")), 204);
+  EXPECT_EQ(world[1].member.mirror().pairing(kPairing), nullptr);
+  world.run(seconds(2));
+  EXPECT_EQ(world.status(world[2].registerToken(kPairing)), 204);
+  EXPECT_EQ(world.status(world[2].upgrade(kPhone)), 403);
 }
 
 TEST_F(Cluster, LivesThroughAnEngineThatIsGoneForLessThanAMinute) {
@@ -161,10 +216,11 @@ TEST_F(Cluster, ClosesEverythingWhenTheEngineIsGoneForAMinute) {
 TEST_F(Cluster, GivesUpSoonWhereItAloneIsCutOff) {
   const auto agent = joinAgent(0);
   cutOff(0);
-  world.run(milliseconds(1'500));
+  // In this time it has found the next member of the engine, had only one stood still.
+  world.run(milliseconds(1'000));
   world[0].member.noteNeighbour(seconds(10), world.engine.now());
   EXPECT_EQ(world[0].fences, 0);
-  world.run(milliseconds(1'000));
+  world.run(milliseconds(350));
   // One that has only just found the engine again says nothing.
   world[0].member.noteNeighbour(milliseconds(500), world.engine.now());
   EXPECT_EQ(world[0].fences, 0);
@@ -172,6 +228,42 @@ TEST_F(Cluster, GivesUpSoonWhereItAloneIsCutOff) {
   EXPECT_EQ(agent->closed, CloseCode::stopping);
   EXPECT_EQ(world.status(world[0].upgrade(kAgent)), 503);
   EXPECT_EQ(world.status(world[1].upgrade(kAgent)), 101);
+}
+
+TEST_F(Cluster, TakesNoTimeThatItHadNoTurnInForOneWithoutTheEngine) {
+  const auto agent = joinAgent(0);
+  world[0].isAsleep = true;
+  world.run(milliseconds(1'600));
+  world[0].isAsleep = false;
+  world[0].member.noteNeighbour(seconds(10), world.engine.now());
+  EXPECT_EQ(agent->closed, std::nullopt);
+}
+
+TEST_F(Cluster, SendsNobodyAwayAfterAnElectionThatOneRelayHearsOfLater) {
+  const auto agent = joinAgent(0);
+  world.engine.setAvailable(false);
+  world.run(milliseconds(1'200));
+  cutOff(0);
+  world.engine.setAvailable(true);
+  // The others have the engine again, and are asked every moment.
+  for (int i = 0; i < 14; ++i) {
+    world.run(milliseconds(100));
+    world[0].member.noteNeighbour(world[1].member.steadyFor(world.engine.now()), world.engine.now());
+    EXPECT_EQ(agent->closed, std::nullopt) << i;
+  }
+  world.run(seconds(1));
+  world[0].member.noteNeighbour(world[1].member.steadyFor(world.engine.now()), world.engine.now());
+  EXPECT_EQ(agent->closed, CloseCode::stopping);
+}
+
+TEST_F(Cluster, IsNotReadyWhileItsOwnDiskTakesNothing) {
+  world[0].disk.isFull = true;
+  world[0].pairings.probe();
+  EXPECT_EQ(world.status(world[0].decide({.method = "GET", .target = "/readyz"})), 503);
+  EXPECT_EQ(world.status(world[0].decide({.method = "GET", .target = "/healthz"})), 200);
+  world[0].disk.isFull = false;
+  world[0].pairings.probe();
+  EXPECT_EQ(world.status(world[0].decide({.method = "GET", .target = "/readyz"})), 200);
 }
 
 TEST_F(Cluster, HoldsWhatItReadsAfterASleepUntilItKnowsWhatHappened) {
@@ -245,6 +337,35 @@ TEST_F(Cluster, MakesWayForARelayThatWasStartedUnderItsName) {
   EXPECT_EQ(agent->closed, CloseCode::stopping);
   EXPECT_TRUE(world[0].member.isFenced());
   EXPECT_FALSE(world[3].member.isFenced());
+}
+
+TEST_F(Cluster, LeavesItsNameToTheOneThatWasStartedWhileItSlept) {
+  world[0].isAsleep = true;
+  world.run(seconds(6));
+  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-a", "a2"));
+  world.run(seconds(3));
+  world[0].isAsleep = false;
+  world.run(seconds(10));
+  EXPECT_TRUE(world[0].member.isFenced());
+  EXPECT_FALSE(world[3].member.isFenced());
+}
+
+TEST_F(Cluster, IsNotThereAnyMoreOnceItHasLeft) {
+  world[0].engineEnd.latency = milliseconds(20);
+  world.engine.lose(relayKey("relay-a"));
+  bool hasLeft = false;
+  // A lease that it asked for before comes afterwards.
+  world[0].isAsleep = true;
+  world.run(seconds(5));
+  world[0].isAsleep = false;
+  for (int i = 0; i < 100 && !world.engine.value(relayKey("relay-a")); ++i) {
+    if (i == 6) world[0].member.leave([&] { hasLeft = true; });
+    world.engine.advance(milliseconds(10));
+    world[0].tick();
+  }
+  world.run(milliseconds(500));
+  EXPECT_TRUE(hasLeft);
+  EXPECT_FALSE(world.engine.value(relayKey("relay-a")));
 }
 
 TEST_F(Cluster, CountsThePairingsOfAllRelays) {

@@ -188,6 +188,20 @@ std::vector<std::string> ClusterMirror::removedPhones(const std::string& pairing
   return names;
 }
 
+std::vector<std::pair<std::string, std::string>> ClusterMirror::oldestRemovedWithoutPairing(std::size_t kept) const {
+  if (removed.size() <= kept) return {};
+  std::vector<std::pair<std::int64_t, std::pair<std::string, std::string>>> ages;
+  for (const auto& [name, at] : removed) {
+    if (!pairings.contains(name.first)) ages.emplace_back(at.first, name);
+  }
+  if (ages.size() <= kept) return {};
+  std::sort(ages.begin(), ages.end());
+  ages.resize(ages.size() - kept);
+  std::vector<std::pair<std::string, std::string>> names;
+  for (auto& [at, name] : ages) names.push_back(std::move(name));
+  return names;
+}
+
 std::vector<std::string> ClusterMirror::keysThere() const {
   std::vector<std::string> keys;
   for (const auto& [pairingID, pairing] : pairings) keys.push_back(pairingKey(pairingID));

@@ -68,6 +68,8 @@ class ClusterMirror {
   // Oldest first, as are the next.
   [[nodiscard]] std::vector<std::string> oldestRevoked(std::size_t kept) const;
   [[nodiscard]] std::vector<std::string> removedPhones(const std::string& pairingID) const;
+  // Pairing and phone, of pairings that are not there.
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> oldestRemovedWithoutPairing(std::size_t kept) const;
   // Every tombstone, for whoever keeps them elsewhere, too.
   [[nodiscard]] const std::unordered_map<std::string, std::pair<std::int64_t, Revision>>& revocations() const {
     return revoked;

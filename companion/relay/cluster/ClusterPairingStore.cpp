@@ -60,7 +60,7 @@ void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransa
                                     .modified = present ? present->modified : 0});
   transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
   transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
-  transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
+  // Its agent may bring it back: which phones it has removed stays.
 }
 
 void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record) {
@@ -116,11 +116,20 @@ std::vector<std::string> ClusterPairingStore::purge(std::int64_t usedBefore, std
   const auto others = mirror.leastUsed(false, std::max(usedBefore, unjoinedBefore), kMostPurgedAtOnce);
   names.insert(names.end(), others.begin(), others.end());
   for (const auto& pairingID : names) write(pairingID, std::nullopt);
-  for (const auto& pairingID : mirror.oldestRevoked(limits.revocations)) {
-    member.transact({.changes = {{.kind = ClusterChange::Kind::erase, .key = revokedKey(pairingID)}}},
-                    [](const std::optional<ClusterTransactionResult>&) {});
-  }
+  purgeTombstones();
   return names;
+}
+
+void ClusterPairingStore::purgeTombstones() {
+  const auto erase = [this](const std::string& key) {
+    member.transact({.changes = {{.kind = ClusterChange::Kind::erase, .key = key}}},
+                    [](const std::optional<ClusterTransactionResult>&) {});
+  };
+  const auto& mirror = member.mirror();
+  for (const auto& pairingID : mirror.oldestRevoked(limits.revocations)) erase(revokedKey(pairingID));
+  auto removals = mirror.oldestRemovedWithoutPairing(kRemovalsWithoutPairing);
+  removals.resize(std::min(removals.size(), kMostPurgedAtOnce));
+  for (const auto& [pairingID, deviceID] : removals) erase(removedKey(pairingID, deviceID));
 }
 
 bool ClusterPairingStore::makeRoomWith(const std::vector<std::string>& candidates) {

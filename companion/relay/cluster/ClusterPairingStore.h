@@ -41,8 +41,11 @@ class ClusterPairingStore final : public PairingStore {
   bool forgetOldestUnjoined() override;
   // Of all, the one that was not used for the longest time, if that was before then; together with what is added next.
   std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override;
-  // Throws Failure while the store is not reached.
-  void probe() override { check(); }
+  // Throws Failure while the store is not reached, or this relay's own disk cannot be written.
+  void probe() override {
+    check();
+    member.probeDisk();
+  }
   std::size_t count() override;
   std::size_t countUnjoined() override;
 
@@ -50,6 +53,7 @@ class ClusterPairingStore final : public PairingStore {
   void check() const;
   // Unless it was changed meanwhile.
   void write(const std::string& pairingID, const std::optional<PairingRecord>& record);
+  void purgeTombstones();
   void addErasing(const std::string& pairingID, ClusterTransaction& transaction) const;
   void mark(const std::string& pairingID, std::int64_t now, bool isJoined);
   // Together with what is added next, or not at all.

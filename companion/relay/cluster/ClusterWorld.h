@@ -16,7 +16,10 @@ namespace quillard::relayserver {
 // A fake of a relay's own disk.
 class MemoryRelayDisk final : public RelayDisk {
  public:
-  void keepRevocation(const std::string& pairingID, std::int64_t at) override { revoked.push_back({pairingID, at}); }
+  void keepRevocation(const std::string& pairingID, std::int64_t at) override {
+    probe();
+    revoked.push_back({pairingID, at});
+  }
   void keepRemoval(const std::string& pairingID, const std::string& deviceID, std::int64_t at) override {
     removed.push_back({pairingID, deviceID, at});
   }
@@ -24,7 +27,11 @@ class MemoryRelayDisk final : public RelayDisk {
   std::vector<Removal> removals() override { return removed; }
   std::vector<Pairing> pairings() override { return earlier; }
   void forgetPairings() override { earlier.clear(); }
+  void probe() override {
+    if (isFull) throw PairingStore::Failure{"disk full"};
+  }
 
+  bool isFull = false;
   std::vector<Revocation> revoked;
   std::vector<Removal> removed;
   std::vector<Pairing> earlier;

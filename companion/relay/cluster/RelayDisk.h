@@ -39,6 +39,8 @@ class RelayDisk {
   // Of the time before.
   virtual std::vector<Pairing> pairings() = 0;
   virtual void forgetPairings() = 0;
+  // Writes something that changes nothing.
+  virtual void probe() = 0;
 };
 
 }  // namespace quillard::relayserver

@@ -159,11 +159,12 @@ void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
 void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
   ++metrics.messages["phone.unpair"];
   ++commits;
-  if (message.deviceID) {
-    pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
-    return closePhone(room.pairingID, *message.deviceID, CloseCode::removed, now.instant);
-  }
   // What is not on the disk is not told: a relay that is started again would not know of it.
+  if (message.deviceID) {
+    const bool isKept = pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
+    const auto code = isKept ? CloseCode::removed : CloseCode::stopping;
+    return closePhone(room.pairingID, *message.deviceID, code, now.instant);
+  }
   const bool isKept = pairings.revoke(room.pairingID, now.epochSeconds);
   log.note((isKept ? "Revoked " : "Could not keep that it was revoked: ") + shortened(room.pairingID));
   metrics.pairings = pairings.count();

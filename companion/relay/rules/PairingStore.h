@@ -25,6 +25,8 @@ class PairingStore {
     std::string description;  // Names no pairing.
   };
 
+  static constexpr std::size_t kRemovalsWithoutPairing = 100'000;
+
   PairingStore() = default;
   PairingStore(const PairingStore&) = delete;
   PairingStore& operator=(const PairingStore&) = delete;
@@ -43,7 +45,8 @@ class PairingStore {
                            std::size_t most) = 0;
   virtual bool isRemoved(const std::string& pairingID, const std::string& deviceID) = 0;
   // Forgets the kept ones that were last used before then, and those that no client has joined before `unjoinedBefore`,
-  // and names them.
+  // and names them. Whichever way a pairing is forgotten, its removed phones stay so, since its agent may bring it
+  // back: of all pairings that are not kept, the newest kRemovalsWithoutPairing.
   virtual std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) = 0;
   // Forgets the oldest one that no client has joined. False: there is none.
   virtual bool forgetOldestUnjoined() = 0;

@@ -136,21 +136,46 @@ bool Pairings::removePhone(const std::string& pairingID, const std::string& devi
     return true;
   });
   if (isSaved) {
-    unsavedRemovals.erase({pairingID, deviceID});
+    forgetUnsaved(pairingID, deviceID);
   } else {
-    unsavedRemovals.insert({pairingID, deviceID});
+    keepUnsaved(pairingID, deviceID);
   }
   return isSaved;
 }
 
+void Pairings::keepUnsaved(const std::string& pairingID, const std::string& deviceID) {
+  auto& devices = unsavedRemovals[pairingID];
+  if (std::find(devices.begin(), devices.end(), deviceID) != devices.end()) return;
+  devices.push_back(deviceID);
+  if (devices.size() > limits.removedPhones) devices.pop_front();
+}
+
+void Pairings::forgetUnsaved(const std::string& pairingID, const std::string& deviceID) {
+  const auto found = unsavedRemovals.find(pairingID);
+  if (found == unsavedRemovals.end()) return;
+  std::erase(found->second, deviceID);
+  if (found->second.empty()) unsavedRemovals.erase(found);
+}
+
 std::optional<bool> Pairings::isRemoved(const std::string& pairingID, const std::string& deviceID) {
-  if (unsavedRemovals.contains({pairingID, deviceID})) return true;
+  const auto unsaved = unsavedRemovals.find(pairingID);
+  const auto isThere = [&](const auto& devices) {
+    return std::find(devices.begin(), devices.end(), deviceID) != devices.end();
+  };
+  if (unsaved != unsavedRemovals.end() && isThere(unsaved->second)) return true;
   return withStore(std::optional<bool>(), [&] { return std::optional(store.isRemoved(pairingID, deviceID)); });
 }
 
 void Pairings::retryUnsaved(std::int64_t now) {
-  for (const auto& pairingID : std::set(unsavedRevocations)) revoke(pairingID, now);
-  for (const auto& [pairingID, deviceID] : std::set(unsavedRemovals)) removePhone(pairingID, deviceID, now);
+  while (!unsavedRevocations.empty()) {
+    if (!revoke(std::string(*unsavedRevocations.begin()), now)) return;
+  }
+  while (!unsavedRemovals.empty()) {
+    const auto [pairingID, devices] = *unsavedRemovals.begin();
+    for (const auto& deviceID : devices) {
+      if (!removePhone(pairingID, deviceID, now)) return;
+    }
+  }
 }
 
 std::vector<std::string> Pairings::tidy(std::int64_t now) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -52,7 +54,7 @@ class Pairings {
 
   // Counts anew what is stored, for a store that others change, too.
   void recount() { countAgain(); }
-  // Tries again what the store did not take. To be called every few seconds.
+  // Tries again what the store did not take, until it fails again. To be called every few seconds.
   void retryUnsaved(std::int64_t now);
   // Tries again, too, purges pairings that were not used for `limits.purgeAfter`, or that no client has joined for
   // `limits.unjoinedAfter`, and returns their names. To be called every few minutes.
@@ -72,6 +74,8 @@ class Pairings {
  private:
   [[nodiscard]] bool hasRoomForOne(std::int64_t now);
   void countAgain();
+  void keepUnsaved(const std::string& pairingID, const std::string& deviceID);
+  void forgetUnsaved(const std::string& pairingID, const std::string& deviceID);
   template <class Result, class Work>
   Result withStore(Result onFailure, Work work);
   void keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now);
@@ -85,7 +89,8 @@ class Pairings {
   std::vector<std::string> forgotten;
   bool hasStoreWorked = true;
   std::set<std::string> unsavedRevocations;
-  std::set<std::pair<std::string, std::string>> unsavedRemovals;  // Pairing and device.
+  // By pairing; of each the newest that the store would keep.
+  std::map<std::string, std::deque<std::string>> unsavedRemovals;
   std::vector<std::string> failures;
 };
 

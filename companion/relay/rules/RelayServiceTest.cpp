@@ -328,6 +328,33 @@ TEST(Pairings, TellNobodyOfARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   EXPECT_TRUE(world.store.removed.contains({"another", "A"}));
 }
 
+TEST(Pairings, TellNoPhoneOfARemovalThatTheDatabaseDidNotTake) {
+  RelayWorld world;
+  (void)world.registerToken();
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  world.store.failsToWrite = true;
+  world.say(*agent, unpair("A"));
+  EXPECT_EQ(phone->closed, CloseCode::stopping);
+  EXPECT_EQ(world.connect(kPhone), 403);
+  world.store.failsToWrite = false;
+  world.pairings.retryUnsaved(world.epochSeconds);
+  EXPECT_TRUE(world.store.removed.contains({kPairing, "A"}));
+}
+
+TEST(Pairings, RememberNoMoreRemovalsThanTheDatabaseWouldKeep) {
+  RelayWorld world;
+  (void)world.registerToken();
+  world.store.fails = true;
+  for (int i = 0; i < 1'000; ++i) world.pairings.removePhone(kPairing, "d" + std::to_string(i), world.epochSeconds);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d999"), true);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d936"), true);
+  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d935"), std::nullopt);
+  world.store.fails = false;
+  world.pairings.retryUnsaved(world.epochSeconds);
+  EXPECT_EQ(world.store.removed.size(), 64U);
+}
+
 TEST(Pairings, ForgetThoseUnusedForFourHundredDaysButNoRevocation) {
   RelayWorld world;
   (void)world.registerToken(kToken, "old");

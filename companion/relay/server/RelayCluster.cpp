@@ -208,7 +208,8 @@ void RelayCluster::askNeighbours() {
       neighbour = Neighbour{.run = relay.record.run, .answeredAt = now};
     }
     const auto address = PeerAddress::parse(relay.record.address);
-    if (address && !neighbour.isAsked && now >= neighbour.nextQuestion) askNeighbour(name, neighbour, *address);
+    const bool isDue = now >= neighbour.nextQuestion || member->isInDoubt(now);
+    if (address && !neighbour.isAsked && isDue) askNeighbour(name, neighbour, *address);
     if (now - neighbour.answeredAt > kSilence) closeTunnels(name);
   }
   std::erase_if(neighbours, [this](const auto& known) {

@@ -42,7 +42,7 @@ class RelayCluster {
   [[nodiscard]] PairingStore& pairingStore() { return *store; }
   // Before the first `tick`.
   void attach(Pairings& pairings, PairingRooms& rooms, RelayService& service);
-  // A few times a second.
+  // Some ten times a second.
   void tick();
   // Whether it has had its part in the cluster already.
   [[nodiscard]] bool hasServed() const { return served; }

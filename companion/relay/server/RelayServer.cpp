@@ -32,6 +32,7 @@ using asio::ip::tcp;
 namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
+constexpr std::chrono::milliseconds kTickOfCluster{100};
 constexpr std::chrono::minutes kTidying{5};
 constexpr std::chrono::seconds kRetry{5};
 // How often it is tried whether the database can be written; the second while it cannot be used.
@@ -116,6 +117,7 @@ class RelayServer::Implementation {
   void awaitSignal();
   void reloadCertificate();
   void awaitTick();
+  void keepHouse(Moment now);
   void tidy();
   void probeStore(Instant now);
   void drain();
@@ -144,6 +146,7 @@ class RelayServer::Implementation {
   TlsContext tls;
   TokenBucket newConnections{configuration.limits.newConnections, Instant{}};
   ProcessMemory processMemory;
+  Instant nextHousekeeping{};
   Instant nextTidying{};
   Instant nextRetry{};
   bool isStopping = false;
@@ -364,30 +367,38 @@ void RelayServer::Implementation::reloadCertificate() {
 }
 
 void RelayServer::Implementation::awaitTick() {
-  ticker.expires_after(std::min<Duration>(kTick, configuration.limits.ping / 2));
-  ticker.async_wait([this](const ErrorCode& error) {
+  const Duration housekeeping = std::min<Duration>(kTick, configuration.limits.ping / 2);
+  ticker.expires_after(cluster ? std::min<Duration>(kTickOfCluster, housekeeping) : housekeeping);
+  ticker.async_wait([this, housekeeping](const ErrorCode& error) {
     if (error) return;
     const auto now = currentMoment();
     if (cluster && !service->stopRequested()) {
       cluster->tick();
       if (!hasPrinted && cluster->hasServed()) printAddresses();
     }
-    rooms->tick(now.instant);
-    processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
-    for (const auto& pairingID : rooms->takePairingsInUse()) pairings->noteUsed(pairingID, now.epochSeconds);
-    const bool hasStore = !cluster || cluster->hasServed();
-    if (hasStore && now.instant >= nextTidying) tidy();
-    if (hasStore) probeStore(now.instant);
-    if (now.instant >= nextRetry) {
-      nextRetry = now.instant + kRetry;
-      pairings->retryUnsaved(now.epochSeconds);
-    }
-    for (const auto& failure : pairings->takeFailures()) {
-      ++metrics.storeFailures;
-      log.warn("The database could not be used: " + failure);
+    if (now.instant >= nextHousekeeping) {
+      nextHousekeeping = now.instant + housekeeping;
+      keepHouse(now);
     }
     awaitTick();
   });
+}
+
+void RelayServer::Implementation::keepHouse(Moment now) {
+  rooms->tick(now.instant);
+  processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
+  for (const auto& pairingID : rooms->takePairingsInUse()) pairings->noteUsed(pairingID, now.epochSeconds);
+  const bool hasStore = !cluster || cluster->hasServed();
+  if (hasStore && now.instant >= nextTidying) tidy();
+  if (hasStore) probeStore(now.instant);
+  if (now.instant >= nextRetry) {
+    nextRetry = now.instant + kRetry;
+    pairings->retryUnsaved(now.epochSeconds);
+  }
+  for (const auto& failure : pairings->takeFailures()) {
+    ++metrics.storeFailures;
+    log.warn("The database could not be used: " + failure);
+  }
 }
 
 void RelayServer::Implementation::tidy() {

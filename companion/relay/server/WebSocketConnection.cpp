@@ -174,8 +174,12 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   }
 
   void take() {
-    const bool isHeld = dependencies.cluster && dependencies.cluster->admission().holds(
-                                                    who, message(), [self = shared_from_this()] { self->takeNow(); });
+    // Of one that is gone, nothing is taken.
+    const auto again = [self = shared_from_this()] {
+      if (self->state != State::closing) self->take();
+    };
+    const auto resume = [self = shared_from_this()] { self->takeNow(); };
+    const bool isHeld = dependencies.cluster && dependencies.cluster->admission().holds(who, message(), again, resume);
     if (!isHeld) takeNow();
   }
 

@@ -12,12 +12,14 @@ namespace quillard::relayserver {
 namespace {
 
 struct Step {
-  int kind = 0;  // Registers, joins, removes, revokes, and for a cluster a fault.
+  int kind = 0;  // Registers, joins (two of them), removes, revokes, forgets what is unused, and for a cluster a fault.
   int pairing = 0;
   int device = 0;
   int token = 0;
   std::size_t relay = 0;
 };
+
+constexpr std::int64_t kLate = 1'000'000'000'000;
 
 std::string pairingName(const Step& step) { return "pairing-" + std::to_string(step.pairing); }
 std::string deviceName(const Step& step) { return "D" + std::to_string(step.device); }
@@ -55,6 +57,8 @@ class Model {
   }
   void remove(const Step& step) { removed.insert({step.pairing, step.device}); }
   void revoke(const Step& step) { revoked.insert(step.pairing); }
+  // Which phones were removed is not forgotten.
+  void forgetAll() { tokens.clear(); }
 
  private:
   std::map<int, int> tokens;
@@ -72,6 +76,7 @@ class OneRelay {
   }
   void remove(const Step& step) { RC_ASSERT(pairings.removePhone(pairingName(step), deviceName(step), 1)); }
   void revoke(const Step& step) { RC_ASSERT(pairings.revoke(pairingName(step), 1)); }
+  void forgetAll(const Step&) { store.purge(kLate, kLate); }
   void fail(const Step&) {}
   static bool mayRefuse() { return false; }
 
@@ -109,6 +114,16 @@ class ThreeRelays {
     bool isDone = false;
     world[well(step)].member.revoke(pairingName(step), 1, [&] { isDone = true; });
     settle(isDone);
+  }
+  void forgetAll(const Step& step) {
+    // One that knows of everything.
+    world[well(step)].engineEnd.hasSilentWatch = false;
+    world.run(std::chrono::seconds(2));
+    world[well(step)].store.purge(kLate, kLate);
+    world.run(std::chrono::seconds(2));
+    for (int pairing = 0; pairing < 3; ++pairing) {
+      RC_ASSERT(!world.engine.value(pairingKey(pairingName({.pairing = pairing}))));
+    }
   }
   void fail(const Step& step) {
     auto& relay = world[step.relay];
@@ -158,6 +173,9 @@ void follow(const std::vector<Step>& history, Relays& relays) {
     } else if (step.kind == 4 && model.isKept(step)) {
       relays.revoke(step);
       model.revoke(step);
+    } else if (step.kind == 5 && step.device == 0) {
+      relays.forgetAll(step);
+      model.forgetAll();
     } else if (step.kind >= 5) {
       relays.fail(step);
     }
@@ -166,7 +184,7 @@ void follow(const std::vector<Step>& history, Relays& relays) {
 
 rc::Gen<std::vector<Step>> histories() {
   return rc::gen::container<std::vector<Step>>(
-      rc::gen::construct<Step>(rc::gen::inRange(0, 7), rc::gen::inRange(0, 3), rc::gen::inRange(0, 3),
+      rc::gen::construct<Step>(rc::gen::inRange(0, 8), rc::gen::inRange(0, 3), rc::gen::inRange(0, 3),
                                rc::gen::weightedElement<int>({{4, 0}, {1, 1}}), rc::gen::inRange<std::size_t>(0, 3)));
 }
 

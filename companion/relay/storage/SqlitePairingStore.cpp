@@ -266,9 +266,22 @@ std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore, std:
     };
     purge("DELETE FROM pairings WHERE seen < ? RETURNING id", usedBefore);
     purge("DELETE FROM pairings WHERE joined = 0 AND seen < ? RETURNING id", unjoinedBefore);
-    Statement(*this, "DELETE FROM removed_phones WHERE pairing NOT IN (SELECT id FROM pairings)").run();
+    forgetOldRemovals();
   });
   return purged;
+}
+
+void SqlitePairingStore::forgetOldRemovals() {
+  constexpr auto kMost = static_cast<std::int64_t>(kRemovalsWithoutPairing);
+  Statement counted(*this, "SELECT COUNT(*) FROM removed_phones");
+  counted.step();
+  if (counted.number(0) <= kMost) return;
+  Statement(*this,
+            "DELETE FROM removed_phones WHERE (pairing, device) IN "
+            "(SELECT pairing, device FROM removed_phones WHERE pairing NOT IN (SELECT id FROM pairings) "
+            "ORDER BY at DESC, pairing, device LIMIT -1 OFFSET ?)")
+      .with(kMost)
+      .run();
 }
 
 bool SqlitePairingStore::forgetOldestUnjoined() {
@@ -289,7 +302,6 @@ std::optional<std::string> SqlitePairingStore::forgetLeastUsed(std::int64_t used
                      "RETURNING id");
     oldest.with(usedBefore);
     while (oldest.step()) forgotten = oldest.text(0);
-    if (forgotten) Statement(*this, "DELETE FROM removed_phones WHERE pairing = ?").with(*forgotten).run();
   });
   return forgotten;
 }

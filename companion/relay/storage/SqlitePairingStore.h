@@ -46,6 +46,8 @@ class SqlitePairingStore final : public PairingStore {
   std::vector<RelayDisk::Pairing> pairings();
   // The pairings, not their removed phones.
   void forgetPairings();
+  // Those that are too many of pairings that are not kept; `purge` does it, too.
+  void forgetOldRemovals();
 
  private:
   class Statement;

@@ -62,15 +62,32 @@ TEST_F(SqliteStore, ForgetsTheOldestRevocationsAndRemovals) {
   EXPECT_TRUE(store.isRemoved("two", "d0"));
 }
 
-TEST_F(SqliteStore, PurgesWithWhatBelongsToIt) {
+TEST_F(SqliteStore, PurgesPairingsAndKeepsWhichPhonesTheyRemoved) {
   SqlitePairingStore store(file);
   store.add("old", hashOf(kToken), 100);
   store.add("new", hashOf(kToken), 101);
   store.removePhone("old", "A", 100, 10);
   EXPECT_EQ(store.purge(101, 0), std::vector<std::string>{"old"});
   EXPECT_FALSE(store.find("old"));
-  EXPECT_FALSE(store.isRemoved("old", "A"));
+  EXPECT_TRUE(store.isRemoved("old", "A"));
   EXPECT_TRUE(store.find("new"));
+}
+
+TEST_F(SqliteStore, KeepsTheNewestRemovalsOfPairingsThatAreGone) {
+  SqlitePairingStore store(file);
+  store.add("kept", hashOf(kToken), 100);
+  store.removePhone("kept", "A", 0, 10);
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
+  const std::string many =
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 100001) "
+      "INSERT INTO removed_phones SELECT 'gone-' || i, 'A', i FROM n";
+  ASSERT_EQ(sqlite3_exec(other, many.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(other);
+  EXPECT_TRUE(store.purge(0, 0).empty());
+  EXPECT_FALSE(store.isRemoved("gone-1", "A"));
+  EXPECT_TRUE(store.isRemoved("gone-2", "A"));
+  EXPECT_TRUE(store.isRemoved("kept", "A"));
 }
 
 TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
@@ -183,7 +200,7 @@ TEST_F(SqliteStore, ForgetsWhatWasNotUsedForTheLongestTime) {
   EXPECT_EQ(store.forgetLeastUsed(101), std::nullopt);
   EXPECT_EQ(store.forgetLeastUsed(102), "p1");
   EXPECT_FALSE(store.find("p1"));
-  EXPECT_FALSE(store.isRemoved("p1", "A"));
+  EXPECT_TRUE(store.isRemoved("p1", "A"));
   EXPECT_EQ(store.forgetLeastUsed(1000), "p2");
   EXPECT_EQ(store.forgetLeastUsed(1000), "p0");
   EXPECT_EQ(store.count(), 0U);

@@ -12,7 +12,9 @@ class SqliteRelayDisk final : public RelayDisk {
  public:
   // How many tombstones of each kind are kept at most. Throws PairingStore::Failure.
   SqliteRelayDisk(const std::string& file, std::size_t mostRevocations, std::size_t mostRemovedPhones)
-      : store(file), mostRevocations(mostRevocations), mostRemovedPhones(mostRemovedPhones) {}
+      : store(file), mostRevocations(mostRevocations), mostRemovedPhones(mostRemovedPhones) {
+    store.forgetOldRemovals();
+  }
 
   void keepRevocation(const std::string& pairingID, std::int64_t at) override {
     store.revoke(pairingID, at, mostRevocations);
@@ -24,6 +26,7 @@ class SqliteRelayDisk final : public RelayDisk {
   std::vector<Removal> removals() override { return store.removals(); }
   std::vector<Pairing> pairings() override { return store.pairings(); }
   void forgetPairings() override { store.forgetPairings(); }
+  void probe() override { store.probe(); }
 
  private:
   SqlitePairingStore store;

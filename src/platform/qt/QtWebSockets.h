@@ -14,9 +14,7 @@ namespace quillard::qt {
 // Likewise a text is refused while 4 MiB wait for the network. A text counts as sent when the socket has passed it on.
 //
 // A peer that has sent nothing for `silenceLimit` is dead; pings every `pingInterval` make a live one answer. Redirects
-// and demands for credentials fail the connection. What breaks the protocol does, too, with two exceptions of Qt's own:
-// a text that was cut inside of a character fails although it keeps the protocol, and masked frames of a server are
-// taken.
+// and demands for credentials fail the connection, and so does what breaks the protocol.
 class QtWebSockets final : public platform::WebSockets {
  public:
   // `network` outlives this object and its tasks.

@@ -13,8 +13,15 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-ClusterOfRelays::ClusterOfRelays(std::vector<std::string> more)
-    : arguments(std::move(more)), ports(freePorts(2 * kRelays)) {
+ClusterOfRelays::ClusterOfRelays(std::vector<std::string> more, EtcdMembers::Tls tls)
+    : ClusterOfRelays(std::move(more), std::move(tls), {}) {}
+
+ClusterOfRelays::ClusterOfRelays(std::vector<std::string> more, EtcdMembers::Tls tls, const User& user)
+    : arguments(std::move(more)),
+      isEngineEncrypted(!tls.certificate.empty()),
+      members(3, std::move(tls)),
+      ports(freePorts(2 * kRelays)) {
+  if (!user.name.empty()) members.demandPassword(user.name, user.password, "quillard/");
   peerPorts.assign(ports.begin() + kRelays, ports.end());
   ports.resize(kRelays);
   processes.resize(kRelays);
@@ -29,7 +36,8 @@ void ClusterOfRelays::start(int relay) {
   const auto at = static_cast<std::size_t>(relay);
   std::string engines;
   for (const auto& link : links[at]) {
-    engines += (engines.empty() ? "" : ",") + ("http://127.0.0.1:" + std::to_string(link->port()));
+    const std::string scheme = isEngineEncrypted ? "https" : "http";
+    engines += (engines.empty() ? "" : ",") + (scheme + "://127.0.0.1:" + std::to_string(link->port()));
   }
   const std::string file = place.path() + "/" + std::to_string(relay);
   std::vector<std::string> command{"/bin/sh",

@@ -22,7 +22,14 @@ class ClusterOfRelays {
  public:
   static constexpr int kRelays = 3;
 
-  explicit ClusterOfRelays(std::vector<std::string> arguments = {});
+  // `tls`: of etcd.
+  explicit ClusterOfRelays(std::vector<std::string> arguments = {}, EtcdMembers::Tls tls = {});
+  // With etcd asking for a user and password, which `arguments` name.
+  struct User {
+    std::string name;
+    std::string password;
+  };
+  ClusterOfRelays(std::vector<std::string> arguments, EtcdMembers::Tls tls, const User& user);
 
   [[nodiscard]] std::uint16_t port(int relay) const { return ports[static_cast<std::size_t>(relay)]; }
   // Where it listens for the other relays.
@@ -42,8 +49,9 @@ class ClusterOfRelays {
 
  private:
   const std::vector<std::string> arguments;
+  const bool isEngineEncrypted;
   const TemporaryFolder place;
-  EtcdMembers members{3};
+  EtcdMembers members;
   std::vector<std::vector<std::unique_ptr<CuttableLink>>> links;  // Of each relay, to each member.
   std::vector<std::uint16_t> ports;
   std::vector<std::uint16_t> peerPorts;

@@ -193,6 +193,7 @@ TEST_F(RelayServerRequests, SpeaksTlsAndTakesANewCertificate) {
   relay->signal(SIGHUP);
   while (relay->output().find("read again") == std::string::npos) std::this_thread::sleep_for(milliseconds(5));
   RelayWire later(relay->port(), authority.certificate());
+  EXPECT_NE(later.certificate(), client.certificate());
   EXPECT_EQ(later.ask("GET", "/healthz").status, 200);
   // Old connections stay; a broken certificate changes nothing.
   agent.say(snapshot());
@@ -201,6 +202,7 @@ TEST_F(RelayServerRequests, SpeaksTlsAndTakesANewCertificate) {
   relay->signal(SIGHUP);
   while (relay->output().find("stays as it was") == std::string::npos) std::this_thread::sleep_for(milliseconds(5));
   RelayWire last(relay->port(), authority.certificate());
+  EXPECT_EQ(last.certificate(), later.certificate());
   EXPECT_EQ(last.ask("GET", "/healthz").status, 200);
   // Whoever does not speak TLS is not waited for.
   EXPECT_TRUE(wire()->isEnded());

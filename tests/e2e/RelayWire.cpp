@@ -61,6 +61,18 @@ RelayWire::RelayWire(std::uint16_t port, const std::string& authority, int recei
   if (SSL_connect(tls) != 1) throw std::runtime_error("no TLS with the relay");
 }
 
+std::string RelayWire::certificate() const {
+  X509* shown = SSL_get1_peer_certificate(tls);
+  BIO* target = BIO_new(BIO_s_mem());
+  PEM_write_bio_X509(target, shown);
+  char* bytes = nullptr;
+  const long size = BIO_get_mem_data(target, &bytes);
+  std::string text(bytes, static_cast<std::size_t>(size));
+  BIO_free(target);
+  X509_free(shown);
+  return text;
+}
+
 RelayWire::~RelayWire() {
   SSL_free(tls);
   SSL_CTX_free(context);

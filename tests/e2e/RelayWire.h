@@ -33,6 +33,9 @@ class RelayWire {
   RelayWire& operator=(const RelayWire&) = delete;
   ~RelayWire();
 
+  // What the relay has shown, PEM. With TLS only.
+  [[nodiscard]] std::string certificate() const;
+
   // How long it waits instead of ten seconds.
   void setTimeout(std::chrono::milliseconds timeout) const;
   // Ends what waits in another thread.

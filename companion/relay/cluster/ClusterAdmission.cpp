@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kMostLookups = 256;
 constexpr std::size_t kMostWaiting = 10'000;
-// How long a client waits for a new home: an agent comes back after three seconds, and a lease ends after four.
-constexpr std::chrono::seconds kNewHome{6};
+// How long a client waits for a new home: an agent comes back after three seconds, and a lease ends after five.
+constexpr std::chrono::seconds kNewHome{7};
 constexpr std::size_t kLongestUnpair = 4096;
 constexpr int kRegistrationAttempts = 3;
 

@@ -21,7 +21,7 @@ namespace quillard::relayserver {
 // How long a relay believes what it knows. docs/relay.md says why.
 struct ClusterTimes {
   std::chrono::milliseconds beat{250};
-  std::chrono::milliseconds keep{1'000};        // How often the lease is renewed.
+  std::chrono::milliseconds keep{500};          // How often the lease is renewed.
   std::chrono::milliseconds watchSilence{600};  // A watch that shows no beat for so long is made anew.
   // Then other relays are asked whether they have the engine still. Longer than it takes to go from a member that
   // stands still to the next one, and short enough for agents, who come back after three seconds, to be elsewhere after
@@ -31,7 +31,9 @@ struct ClusterTimes {
   std::chrono::milliseconds fence{60'000};     // and everybody is sent away.
   std::chrono::milliseconds sleep{2'000};      // A process that did nothing for so long has been stopped.
   std::chrono::milliseconds tombstone{5'000};  // How long a revocation waits for the engine before it is told.
-  int leaseSeconds = 4;
+  // Longer than the agents of a relay that is cut off need to be elsewhere: else phones that wait for them take the
+  // home first, and are sent there once more.
+  int leaseSeconds = 5;
 };
 
 // One relay's part in a cluster: it shows that it lives, follows what the others do, knows how fresh that is, and takes

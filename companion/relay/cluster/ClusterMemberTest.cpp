@@ -356,7 +356,7 @@ TEST_F(Cluster, IsNotThereAnyMoreOnceItHasLeft) {
   bool hasLeft = false;
   // A lease that it asked for before comes afterwards.
   world[0].isAsleep = true;
-  world.run(seconds(5));
+  world.run(seconds(7));
   world[0].isAsleep = false;
   for (int i = 0; i < 100 && !world.engine.value(relayKey("relay-a")); ++i) {
     if (i == 6) world[0].member.leave([&] { hasLeft = true; });

@@ -59,6 +59,11 @@ TEST(EtcdMessages, RefuseWhatEtcdDoesNotSay) {
   EXPECT_FALSE(etcd::readTakenLease(R"({"ID":"0"})"));
   EXPECT_FALSE(etcd::readKeptLease(R"({"error":"no"})"));
   EXPECT_FALSE(etcd::readAuthentication(R"({"token":"a\r\nb"})"));
+  EXPECT_EQ(etcd::readError(R"({"error":"etcdserver: permission\ndenied","code":7})"), "etcdserver: permission denied");
+  EXPECT_EQ(etcd::readError("plain\xC3\xA4\n"), "plain   ");
+  EXPECT_EQ(etcd::readError(std::string(10'000, 'x')).size(), 200U);
+  EXPECT_TRUE(etcd::isOfOldUsers(R"({"error":"etcdserver: revision of auth store is old","code":3})"));
+  EXPECT_FALSE(etcd::isOfOldUsers(R"({"error":"etcdserver: user name is empty","code":3})"));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchEnded>(etcd::readWatchLine("{}", "")));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchEnded>(etcd::readWatchLine(R"({"result":{"canceled":true}})", "")));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchCompacted>(

@@ -258,4 +258,21 @@ std::optional<std::string> readAuthentication(std::string_view text) {
   return value;
 }
 
+std::string readError(std::string_view text) {
+  constexpr std::size_t kLongest = 200;
+  const auto answer = readObject(text);
+  const auto found = answer ? answer->find("error") : Json::const_iterator();
+  const bool isThere = answer && found != answer->end() && found->is_string();
+  std::string error = isThere ? found->get<std::string>() : std::string(text.substr(0, kLongest));
+  error.resize(std::min(error.size(), kLongest));
+  for (char& c : error) {
+    if (c < ' ' || c > '~') c = ' ';
+  }
+  return error;
+}
+
+bool isOfOldUsers(std::string_view text) {
+  return readError(text).find("revision of auth store is old") != std::string::npos;
+}
+
 }  // namespace quillard::relayserver::etcd

@@ -50,4 +50,9 @@ using WatchLine = std::variant<WatchEnded, WatchCompacted, std::vector<ClusterEv
 [[nodiscard]] std::string authenticationText(const std::string& user, const std::string& password);
 [[nodiscard]] std::optional<std::string> readAuthentication(std::string_view text);
 
+// What it says is wrong: for the log, one short line of printable ASCII.
+[[nodiscard]] std::string readError(std::string_view text);
+// Whether it refuses a token that was given before its users were changed.
+[[nodiscard]] bool isOfOldUsers(std::string_view text);
+
 }  // namespace quillard::relayserver::etcd

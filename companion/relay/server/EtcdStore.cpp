@@ -125,10 +125,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
                         [this](const std::optional<std::string>& answer) {
                           isAuthenticating = false;
                           token = (answer ? etcd::readAuthentication(*answer) : std::nullopt).value_or("");
-                          if (token.empty()) {
-                            log.warn("The cluster's store did not take the user and password.");
-                            failAll();
-                          }
+                          if (token.empty()) failAll();
                         },
                         Clock::now() + kTimeout});
     sendNext();
@@ -175,14 +172,18 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     // What was wrong with the question is wrong at every member; without a leader the next one may have another.
     constexpr int kServerError = 500;
     constexpr int kLeaderless = 503;
-    const bool isOldToken = reply.status == kUnauthorized && !options.user.empty() && !call.wasAuthenticated &&
-                            call.path != etcd::kAuthenticatePath;
+    const bool isOld = reply.status == kUnauthorized || etcd::isOfOldUsers(reply.body);
+    const bool isOldToken =
+        isOld && !options.user.empty() && !call.wasAuthenticated && call.path != etcd::kAuthenticatePath;
     if (isOldToken) {
       call.wasAuthenticated = true;
       token.clear();
       --underWay;
       waiting.push_front(std::move(call));
       return sendNext();
+    }
+    if (call.path == etcd::kAuthenticatePath) {
+      log.warn("The cluster's store did not take the user and password: " + etcd::readError(reply.body));
     }
     if (reply.status == kServerError || reply.status == kLeaderless || reply.status == kGatewayTimeout) {
       return tryNext(chosen, std::move(call));

@@ -52,7 +52,7 @@ std::vector<std::uint16_t> freePorts(int count) {
 
 bool EtcdMembers::isInstalled() { return std::filesystem::exists(kEtcd) && std::filesystem::exists(kControl); }
 
-EtcdMembers::EtcdMembers(int count) {
+EtcdMembers::EtcdMembers(int count, Tls tls) : tls(std::move(tls)) {
   const auto ports = freePorts(2 * count);
   clientPorts.assign(ports.begin(), ports.begin() + count);
   peerPorts.assign(ports.begin() + count, ports.end());
@@ -67,8 +67,13 @@ EtcdMembers::EtcdMembers(int count) {
 
 std::vector<std::string> EtcdMembers::urls() const {
   std::vector<std::string> all;
-  for (const auto port : clientPorts) all.push_back(url(port));
+  for (std::size_t i = 0; i < clientPorts.size(); ++i) all.push_back(clientUrl(i));
   return all;
+}
+
+std::string EtcdMembers::clientUrl(std::size_t member) const {
+  return (tls.certificate.empty() ? "http" : "https") +
+         url(clientPorts[member]).substr(std::string_view("http").size());
 }
 
 void EtcdMembers::start(int member) {
@@ -77,12 +82,44 @@ void EtcdMembers::start(int member) {
   for (std::size_t i = 0; i < peerPorts.size(); ++i) {
     cluster += (i == 0 ? "" : ",") + nameOf(i) + "=" + url(peerPorts[i]);
   }
-  members[at] = std::make_unique<ChildProcess>(ChildProcess::Start{
-      .command = {kEtcd, "--name", nameOf(at), "--data-dir", place.path() + "/" + nameOf(at), "--listen-client-urls",
-                  url(clientPorts[at]), "--advertise-client-urls", url(clientPorts[at]), "--listen-peer-urls",
-                  url(peerPorts[at]), "--initial-advertise-peer-urls", url(peerPorts[at]), "--initial-cluster", cluster,
-                  "--log-level", "error"},
-      .environment = presentEnvironment()});
+  std::vector<std::string> command{kEtcd,
+                                   "--name",
+                                   nameOf(at),
+                                   "--data-dir",
+                                   place.path() + "/" + nameOf(at),
+                                   "--listen-client-urls",
+                                   clientUrl(at),
+                                   "--advertise-client-urls",
+                                   clientUrl(at),
+                                   "--listen-peer-urls",
+                                   url(peerPorts[at]),
+                                   "--initial-advertise-peer-urls",
+                                   url(peerPorts[at]),
+                                   "--initial-cluster",
+                                   cluster,
+                                   "--log-level",
+                                   "error"};
+  if (!tls.certificate.empty()) {
+    const std::vector<std::string> more{"--cert-file",       tls.certificate, "--key-file",        tls.key,
+                                        "--trusted-ca-file", tls.authority,   "--client-cert-auth"};
+    command.insert(command.end(), more.begin(), more.end());
+  }
+  members[at] = std::make_unique<ChildProcess>(
+      ChildProcess::Start{.command = std::move(command), .environment = presentEnvironment()});
+}
+
+void EtcdMembers::demandPassword(const std::string& user, const std::string& password, const std::string& prefix) {
+  const std::vector<std::vector<std::string>> steps{
+      {"user", "add", kRoot},
+      {"user", "grant-role", "root", "root"},
+      {"role", "add", user},
+      {"role", "grant-permission", user, "readwrite", prefix, "--prefix=true"},
+      {"user", "add", user + ":" + password},
+      {"user", "grant-role", user, user},
+      {"auth", "enable"}};
+  for (const auto& step : steps) {
+    if (control(step) != 0) throw std::runtime_error("etcd did not take: " + step[0] + " " + step[1]);
+  }
 }
 
 void EtcdMembers::kill(int member) { members[static_cast<std::size_t>(member)]->kill(); }
@@ -93,10 +130,19 @@ void EtcdMembers::wake(int member) const { ::kill(members[static_cast<std::size_
 
 bool EtcdMembers::isReady() const { return control({"endpoint", "health", "--cluster"}) == 0; }
 
+std::vector<std::string> EtcdMembers::controlCommand(const std::string& endpoints, const std::string& timeout) const {
+  std::vector<std::string> command{kControl, "--endpoints", endpoints, "--command-timeout", timeout};
+  if (tls.certificate.empty()) return command;
+  for (const auto* more :
+       {"--cacert", tls.authority.c_str(), "--cert", tls.certificate.c_str(), "--key", tls.key.c_str()})
+    command.emplace_back(more);
+  return command;
+}
+
 int EtcdMembers::control(const std::vector<std::string>& arguments) const {
   std::string endpoints;
   for (const auto& each : urls()) endpoints += (endpoints.empty() ? "" : ",") + each;
-  std::vector<std::string> command{kControl, "--endpoints", endpoints, "--command-timeout", "2s"};
+  auto command = controlCommand(endpoints, "2s");
   command.insert(command.end(), arguments.begin(), arguments.end());
   ChildProcess program({.command = command, .environment = controlEnvironment()});
   return program.wait().value_or(-1);
@@ -104,9 +150,9 @@ int EtcdMembers::control(const std::vector<std::string>& arguments) const {
 
 int EtcdMembers::leader() const {
   for (std::size_t i = 0; i < clientPorts.size(); ++i) {
-    ChildProcess program(
-        {.command = {kControl, "--endpoints", url(clientPorts[i]), "--command-timeout", "1s", "endpoint", "status"},
-         .environment = controlEnvironment()});
+    auto command = controlCommand(clientUrl(i), "1s");
+    command.insert(command.end(), {"endpoint", "status"});
+    ChildProcess program({.command = std::move(command), .environment = controlEnvironment()});
     const auto line = program.readLine();  // URL, ID, version, size, whether it leads, ...
     program.wait();
     if (!line) continue;

@@ -17,10 +17,21 @@ class EtcdMembers {
   [[nodiscard]] static bool isInstalled();
   static constexpr const char* kMissing = "etcd is not installed (Debian: etcd-server): nothing was tested.";
 
+  // For clients: https, for those who show a certificate of the authority. Files, PEM; empty: in clear.
+  struct Tls {
+    std::string certificate;
+    std::string key;
+    std::string authority;
+  };
   // Returns when all of them agree on a leader. Throws where they do not in thirty seconds.
-  explicit EtcdMembers(int count);
+  explicit EtcdMembers(int count) : EtcdMembers(count, Tls{}) {}
+  EtcdMembers(int count, Tls tls);
 
-  // "http://127.0.0.1:2379", one of each member.
+  // From now on its clients need a user and a password. This user may use keys below the prefix; a root is made, too.
+  void demandPassword(const std::string& user, const std::string& password, const std::string& prefix);
+  static constexpr const char* kRoot = "root:root";
+
+  // "http://127.0.0.1:2379", or https, one of each member.
   [[nodiscard]] std::vector<std::string> urls() const;
   [[nodiscard]] const std::vector<std::uint16_t>& ports() const { return clientPorts; }
   [[nodiscard]] int count() const { return static_cast<int>(members.size()); }
@@ -38,7 +49,11 @@ class EtcdMembers {
 
  private:
   [[nodiscard]] bool isReady() const;
+  [[nodiscard]] std::string clientUrl(std::size_t member) const;
+  // etcdctl's, for these members.
+  [[nodiscard]] std::vector<std::string> controlCommand(const std::string& endpoints, const std::string& timeout) const;
 
+  const Tls tls;
   const TemporaryFolder place;
   std::vector<std::uint16_t> clientPorts;
   std::vector<std::uint16_t> peerPorts;

@@ -39,6 +39,7 @@ void setSerial(X509* certificate) {
 }
 
 void setName(X509* certificate, const std::string& name) {
+  if (name.empty()) return;
   X509_NAME* const subject = X509_get_subject_name(certificate);
   const auto* bytes = reinterpret_cast<const unsigned char*>(name.c_str());
   require(X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_UTF8, bytes, -1, -1, 0) == 1);
@@ -90,7 +91,7 @@ std::string TestAuthority::certificate() const { return pem(own.get()); }
 
 ServerIdentity TestAuthority::issue(const CertificateOptions& options) const {
   const Key serverKey = makeKey();
-  const Certificate certificate = blankCertificate(serverKey, "Test server", options);
+  const Certificate certificate = blankCertificate(serverKey, options.commonName, options);
   addExtension(certificate.get(), own.get(), NID_subject_alt_name, options.names);
   sign(certificate.get(), own.get(), key);
   return {pem(certificate.get()), pem(serverKey.get())};
@@ -98,7 +99,7 @@ ServerIdentity TestAuthority::issue(const CertificateOptions& options) const {
 
 ServerIdentity TestAuthority::selfSigned(const CertificateOptions& options) {
   const Key serverKey = makeKey();
-  const Certificate certificate = blankCertificate(serverKey, "Test server", options);
+  const Certificate certificate = blankCertificate(serverKey, options.commonName, options);
   addExtension(certificate.get(), certificate.get(), NID_subject_alt_name, options.names);
   sign(certificate.get(), certificate.get(), serverKey);
   return {pem(certificate.get()), pem(serverKey.get())};

@@ -16,8 +16,9 @@ struct ServerIdentity {
 
 // What a certificate may say.
 struct CertificateOptions {
-  std::string names = "IP:127.0.0.1";  // Alternative names, as OpenSSL writes them.
-  long validFrom = -3600;              // Seconds from now.
+  std::string names = "IP:127.0.0.1";      // Alternative names, as OpenSSL writes them.
+  std::string commonName = "Test server";  // Empty: it names nobody.
+  long validFrom = -3600;                  // Seconds from now.
   long validUntil = 3600;
 };
 

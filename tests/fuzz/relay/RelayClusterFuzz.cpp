@@ -16,6 +16,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   (void)etcd::readTakenLease(text);
   (void)etcd::readKeptLease(text);
   (void)etcd::readAuthentication(text);
+  (void)etcd::readError(text);
   const auto line = etcd::readWatchLine(text, "quillard/");
   ClusterMirror mirror({});
   if (const auto* events = std::get_if<std::vector<ClusterEvent>>(&line)) {

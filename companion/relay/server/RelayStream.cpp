@@ -1,7 +1,6 @@
 #include "companion/relay/server/RelayStream.h"
 
 #include <algorithm>
-#include <optional>
 
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
@@ -17,16 +16,17 @@ using asio::ip::tcp;
 struct RelayStream::State {
   State(tcp::socket accepted, std::shared_ptr<asio::ssl::context> context)
       : socket(std::move(accepted)), context(std::move(context)) {
-    if (this->context) tls.emplace(socket, *this->context);
+    if (this->context) tls = std::make_unique<asio::ssl::stream<tcp::socket&>>(socket, *this->context);
   }
 
   tcp::socket socket;
   std::shared_ptr<asio::ssl::context> context;
-  std::optional<asio::ssl::stream<tcp::socket&>> tls;
+  // What few connections need stands elsewhere: there are many of them, and most are idle.
+  std::unique_ptr<asio::ssl::stream<tcp::socket&>> tls;
   std::vector<unsigned char> joined;  // A short write in one piece: each write is a TLS record of its own.
   std::function<void(std::size_t)> onBytes;
   std::chrono::steady_clock::time_point heldUntil{};
-  std::optional<asio::steady_timer> held;  // Made when it is first needed: few connections do.
+  std::unique_ptr<asio::steady_timer> held;  // Made when it is first needed.
 };
 
 RelayStream::RelayStream(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
@@ -39,7 +39,7 @@ RelayStream::executor_type RelayStream::get_executor() { return state->socket.ge
 
 tcp::socket& RelayStream::socket() { return state->socket; }
 
-bool RelayStream::isEncrypted() const { return state->tls.has_value(); }
+bool RelayStream::isEncrypted() const { return state->tls != nullptr; }
 
 void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->onBytes = std::move(onBytes); }
 
@@ -52,7 +52,11 @@ void RelayStream::handshakeAsClient(const std::string& host, std::function<void(
   if (!state->tls) return done({});
   ErrorCode notNumeric;
   (void)asio::ip::make_address(host, notNumeric);
-  if (notNumeric) SSL_set_tlsext_host_name(state->tls->native_handle(), host.c_str());
+  if (notNumeric) {
+    // What SSL_set_tlsext_host_name does, which is a macro with a cast of another time.
+    std::string name = host;
+    SSL_ctrl(state->tls->native_handle(), SSL_CTRL_SET_TLSEXT_HOSTNAME, TLSEXT_NAMETYPE_host_name, name.data());
+  }
   state->tls->set_verify_callback(asio::ssl::host_name_verification(host));
   state->tls->async_handshake(asio::ssl::stream_base::client, std::move(done));
 }
@@ -81,7 +85,7 @@ void RelayStream::close() {
 
 void RelayStream::readSome(const BufferList<asio::mutable_buffer>& buffers, IoHandler handler) {
   if (state->heldUntil <= std::chrono::steady_clock::now()) return readNow(*state, buffers, std::move(handler));
-  if (!state->held) state->held.emplace(state->socket.get_executor());
+  if (!state->held) state->held = std::make_unique<asio::steady_timer>(state->socket.get_executor());
   state->held->expires_at(state->heldUntil);
   // Also when it was cancelled: of a socket that was closed, the read fails.
   state->held->async_wait([state = state.get(), buffers, handler = std::move(handler)](const ErrorCode&) mutable {
@@ -104,7 +108,11 @@ void RelayStream::readNow(State& state, const BufferList<asio::mutable_buffer>& 
 void RelayStream::writeSome(const BufferList<asio::const_buffer>& buffers, IoHandler handler) {
   if (!state->tls) return state->socket.async_write_some(buffers, std::move(handler));
   constexpr std::size_t kRecord = 16 * 1024;
-  state->joined.resize(std::min(kRecord, asio::buffer_size(buffers)));
+  constexpr std::size_t kKept = 2 * 1024;
+  const std::size_t size = std::min(kRecord, asio::buffer_size(buffers));
+  // A ping comes after every long message, and so no idle connection keeps the room for one.
+  if (state->joined.capacity() > kKept && size <= kKept) state->joined = {};
+  state->joined.resize(size);
   asio::buffer_copy(asio::buffer(state->joined), buffers);
   state->tls->async_write_some(asio::buffer(state->joined), std::move(handler));
 }

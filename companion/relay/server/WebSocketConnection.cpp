@@ -32,8 +32,6 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   WebSocketConnection(RelayStream stream, const ConnectionDependencies& dependencies)
       : dependencies(dependencies),
         socket(std::move(stream)),
-        timeout(socket.get_executor()),
-        nextRead(socket.get_executor()),
         outgoing(dependencies.limits.queuedBytes, dependencies.limits.queuedMessages),
         unfinished(dependencies.memory) {
     ++dependencies.unfinished.webSockets;
@@ -61,7 +59,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
       hold(this->dependencies.rooms.didReceiveControl(*this, when), when);
     });
     // Joins before the answer is sent, so that the same place cannot be granted twice meanwhile.
-    who = admission.who;
+    if (dependencies.cluster) who = std::make_unique<const PeerIntroduction>(admission.who);
     dependencies.rooms.join(shared_from_this(), admission.who, admission.from, now().instant);
     ++dependencies.metrics.answers[101];
     socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
@@ -92,7 +90,7 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     state = State::closing;
     outgoing.clear(isWriting);
     unfinished.resize(0);
-    nextRead.cancel();
+    if (nextRead) nextRead->cancel();
     socket.next_layer().close();
   }
 
@@ -114,10 +112,10 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   // A read that is under way ends first; then the close itself reads on, until it is answered.
   void sendClose() {
     state = State::closing;
-    nextRead.cancel();
+    if (nextRead) nextRead->cancel();
     socket.next_layer().releaseReads();  // The answer has to be read.
-    timeout.expires_after(kCloseTimeout);
-    timeout.async_wait([weak = weak_from_this()](const ErrorCode& error) {
+    timeout = std::make_unique<boost::asio::steady_timer>(socket.get_executor(), kCloseTimeout);
+    timeout->async_wait([weak = weak_from_this()](const ErrorCode& error) {
       const auto self = weak.lock();
       if (self && !error) self->socket.next_layer().close();
     });
@@ -158,8 +156,9 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   void readAfter(Duration wait) {
     if (state == State::closing) return;
     if (wait == Duration::zero()) return read();
-    nextRead.expires_after(wait);
-    nextRead.async_wait([self = shared_from_this()](const ErrorCode&) {
+    if (!nextRead) nextRead = std::make_unique<boost::asio::steady_timer>(socket.get_executor());
+    nextRead->expires_after(wait);
+    nextRead->async_wait([self = shared_from_this()](const ErrorCode&) {
       if (self->state != State::closing) self->read();
     });
   }
@@ -174,13 +173,13 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
   }
 
   void take() {
+    if (!dependencies.cluster) return takeNow();
     // Of one that is gone, nothing is taken.
     const auto again = [self = shared_from_this()] {
       if (self->state != State::closing) self->take();
     };
     const auto resume = [self = shared_from_this()] { self->takeNow(); };
-    const bool isHeld = dependencies.cluster && dependencies.cluster->admission().holds(who, message(), again, resume);
-    if (!isHeld) takeNow();
+    if (!dependencies.cluster->admission().holds(*who, message(), again, resume)) takeNow();
   }
 
   void takeNow() {
@@ -213,13 +212,14 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   const ConnectionDependencies& dependencies;
   websocket::stream<RelayStream, false> socket;  // Ciphertext does not compress.
-  boost::asio::steady_timer timeout;   // For the close message, which may be stuck behind one that is not read.
-  boost::asio::steady_timer nextRead;  // Messages that cost much have to be paid for first.
+  // Made when they are first needed. For the close message, which may be stuck behind one that is not read;
+  std::unique_ptr<boost::asio::steady_timer> timeout;
+  std::unique_ptr<boost::asio::steady_timer> nextRead;  // and for messages that have to be paid for first.
   OutgoingQueue outgoing;
   MemoryBudget::Share unfinished;
   beast::flat_buffer buffer;  // Of the message that is under way.
   char firstByte = 0;
-  PeerIntroduction who;
+  std::unique_ptr<const PeerIntroduction> who;  // In a cluster.
   State state = State::answering;
   bool isWriting = false;
   bool isPinging = false;

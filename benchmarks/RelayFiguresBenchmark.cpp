@@ -15,6 +15,7 @@
 #include "benchmarks/RatioReporter.h"
 #include "benchmarks/SizedBenchmarks.h"
 #include "companion/relay/rules/RelayWorld.h"
+#include "companion/relay/rules/TrafficBudget.h"
 
 // What else a relay has to be good at: latency at half load, handshakes, one snapshot for many phones, a reader that
 // does not read among many that do, and pairings that do nothing.
@@ -128,6 +129,49 @@ void echoHandshake(benchmark::State& state) {
   measureHandshakes(state, echo, [&] { return echo.join(); });
 }
 
+// ---- What clients pay for beside messages
+
+// Each is answered, and the next one comes when that was read.
+void relayPing(benchmark::State& state) {
+  MeasuredRelay relay;
+  relay.addPairing("home");
+  const auto agent = relay.joinAgent("home");
+  (void)agent->readFrame();  // Which phones there are.
+  const int pings = sized(20'000);
+  constexpr int kAtOnce = 100;
+  constexpr std::size_t kPong = 2;
+  for (auto _ : state) {
+    const double before = relay.processorSeconds();
+    for (int i = 0; i < pings; i += kAtOnce) {
+      for (int each = 0; each < kAtOnce; ++each) agent->sendFrame(Opcode::ping, "");
+      if (agent->readRaw(kAtOnce * kPong).size() != kAtOnce * kPong) throw std::runtime_error("No pong came.");
+    }
+    state.SetIterationTime((relay.processorSeconds() - before) / pings);
+  }
+}
+
+// By the clock: the thread waits for the disk. The pong says that it is done.
+void relayRemoval(benchmark::State& state) {
+  MeasuredRelay relay;
+  relay.addPairing("home");
+  const auto agent = relay.joinAgent("home");
+  (void)agent->readFrame();
+  const int removals = sized(400);
+  constexpr std::size_t kPong = 2;
+  for (auto _ : state) {
+    const auto before = steady_clock::now();
+    for (int i = 0; i < removals; ++i) {
+      agent->say(relayserver::unpair("d" + std::to_string(i)));
+      agent->sendFrame(Opcode::ping, "");
+      if (agent->readRaw(kPong).size() != kPong) throw std::runtime_error("No pong came.");
+    }
+    state.SetIterationTime(std::chrono::duration<double>(steady_clock::now() - before).count() / removals);
+  }
+}
+
+void chargedPing(benchmark::State& state) { report(state, relayserver::costOf({.controls = 1}).seconds); }
+void chargedRemoval(benchmark::State& state) { report(state, relayserver::costOf({.commits = 1}).seconds); }
+
 // ---- Many readers
 
 // Waits until each of them has read `count` texts of this size.
@@ -234,6 +278,10 @@ QUILLARD_FIGURE(echoMedian);
 QUILLARD_FIGURE(echo99th);
 QUILLARD_FIGURE(relayHandshake);
 QUILLARD_FIGURE(echoHandshake);
+QUILLARD_FIGURE(relayPing);
+QUILLARD_FIGURE(chargedPing);
+QUILLARD_FIGURE(relayRemoval);
+QUILLARD_FIGURE(chargedRemoval);
 QUILLARD_FIGURE(fanOut)->Arg(1)->Arg(8);
 QUILLARD_FIGURE(amongThousand)->Arg(0)->Arg(1);
 QUILLARD_FIGURE(idlePairing)->Arg(1'000)->Arg(10'000);
@@ -249,6 +297,8 @@ int main(int argc, char** argv) {
       {{named("relayMedian"), named("echoMedian"), "median at half load, beside a bare echo: at most 2.5"},
        {named("relay99th"), named("echo99th"), "99th percentile at half load: at most 2.5"},
        {named("relayHandshake"), named("echoHandshake"), "a handshake, beside a bare echo: at most 2.5"},
+       {named("relayPing"), named("chargedPing"), "a ping, beside what it is charged: at most 1"},
+       {named("relayRemoval"), named("chargedRemoval"), "a removed phone on the disk, beside what it is charged"},
        {named("fanOut/8"), named("fanOut/1"), "a snapshot for eight phones instead of one: less than 8"},
        {named("amongThousand/1"), named("amongThousand/0"), "with a slow reader among 1,000: at most 1.05"},
        {named("idlePairing/10000"), named("idlePairing/1000"), "memory of a pairing among 10,000: at most 1.1"}});

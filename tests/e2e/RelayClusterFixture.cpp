@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "companion/relay/rules/RelayWorld.h"
+#include "e2e/RelayProgram.h"
 
 namespace quillard::test {
 
@@ -45,7 +46,7 @@ void ClusterOfRelays::start(int relay) {
                                    R"(log=$1; shift; exec "$@" 2>> "$log")",
                                    "sh",
                                    file + ".log",
-                                   QUILLARD_RELAY_PROGRAM,
+                                   relayProgram(),
                                    "--listen",
                                    "127.0.0.1:" + std::to_string(ports[at]),
                                    "--database",

@@ -18,12 +18,6 @@ std::optional<std::uint16_t> portIn(const std::optional<std::string>& line) {
   return static_cast<std::uint16_t>(std::stoul(line->substr(line->rfind(':') + 1)));
 }
 
-// The one that was built with this test, or another one that the environment names.
-std::string relayProgram() {
-  const char* other = std::getenv("QUILLARD_RELAY_PROGRAM");
-  return other ? other : QUILLARD_RELAY_PROGRAM;
-}
-
 // One engine for all tests of the program.
 EtcdMembers& sharedEngine() {
   static EtcdMembers members(1);
@@ -36,6 +30,11 @@ std::string newPrefix() {
 }
 
 }  // namespace
+
+std::string relayProgram() {
+  const char* other = std::getenv("QUILLARD_RELAY_PROGRAM");
+  return other ? other : QUILLARD_RELAY_PROGRAM;
+}
 
 int RelayProgram::relayCount() {
   const char* several = std::getenv("QUILLARD_TEST_CLUSTER");

@@ -11,6 +11,9 @@
 
 namespace quillard::test {
 
+// The relay that was built with this test, or another one that QUILLARD_RELAY_PROGRAM names in the environment.
+[[nodiscard]] std::string relayProgram();
+
 // The real relay, on a free port of this machine, with a database of its own that outlives a restart. Where
 // QUILLARD_TEST_CLUSTER is set, it is several of them over one etcd, and each client reaches another one of them.
 class RelayProgram {

@@ -189,6 +189,21 @@ TEST_F(RelayServer, ClosesConnectionsAndLeavesWithoutWaitingForItsTimeouts) {
   }
 }
 
+// In the middle of everything: what is open then has to be taken down in the right order.
+TEST_F(RelayServer, EndsAtASecondSignalWhateverIsOpen) {
+  start({"--drain-seconds", "30"});
+  const auto agent = join(agentQuery());
+  const auto phone = join(phoneQuery("A"));
+  const auto silent = wire();
+  const auto unfinished = wire();
+  unfinished->write("GET /healthz HT");
+  const auto answered = wire();
+  EXPECT_EQ(answered->ask("GET", "/healthz").status, 200);
+  relay->signal(SIGTERM);
+  relay->signal(SIGINT);
+  EXPECT_EQ(relay->wait(), 0);
+}
+
 TEST_F(RelayServer, IsNotReadyWhileTheDiskIsFull) {
   start();
   EXPECT_EQ(wire()->ask("GET", "/readyz").status, 200);

@@ -64,6 +64,7 @@ Pairings::Registration Pairings::registerToken(const std::string& pairingID, std
       keepUsed(pairingID, *entry, now.epochSeconds);
       return Registration::taken;
     }
+    lastJoined.clear();
     if (!registrant.mayAdd) return Registration::notAllowed;
     if (!newPairingsFrom.take(registrant.from, now.instant)) return Registration::tooMany;
     if (!newPairings.take(now.instant)) return Registration::tooMany;
@@ -95,6 +96,8 @@ void Pairings::noteUsed(const std::string& pairingID, std::int64_t now) {
 }
 
 void Pairings::didJoin(const std::string& pairingID, std::int64_t now) {
+  // Right after it was found to be a member, as nearly always.
+  if (pairingID == lastJoined) return;
   withStore(false, [&] {
     const auto entry = store.find(pairingID);
     if (!entry || !entry->token || entry->isJoined) return false;
@@ -105,6 +108,7 @@ void Pairings::didJoin(const std::string& pairingID, std::int64_t now) {
 }
 
 Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now) {
+  lastJoined.clear();
   if (unsavedRevocations.contains(pairingID)) return Membership::storeFailed;
   return withStore(Membership::storeFailed, [&] {
     const auto entry = store.find(pairingID);
@@ -112,6 +116,7 @@ Pairings::Membership Pairings::membershipOf(const std::string& pairingID, std::s
     const bool isEqual = areEqual(entry ? *entry->token : TokenHash{}, hashOf(token));
     if (!entry || !isEqual) return Membership::unauthenticated;
     keepUsed(pairingID, *entry, now);
+    if (entry->isJoined) lastJoined = pairingID;
     return Membership::member;
   });
 }

@@ -87,6 +87,7 @@ class Pairings {
   TokenBucket newPairings;
   PrefixBuckets newPairingsFrom;
   std::vector<std::string> forgotten;
+  std::string lastJoined;  // A pairing that was read last, and that clients have joined already.
   bool hasStoreWorked = true;
   std::set<std::string> unsavedRevocations;
   // By pairing; of each the newest that the store would keep.

@@ -194,15 +194,19 @@ void SqlitePairingStore::backUp(const std::string& file, const std::string& copy
 }
 
 std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& pairingID) {
-  // One statement whatever there is.
+  // One statement whatever there is; sorting its two rows would take as long as finding them.
   Statement found(*this,
                   "SELECT 1, at, NULL, 1 FROM revocations WHERE id = ?1 UNION ALL "
-                  "SELECT 0, seen, token, joined FROM pairings WHERE id = ?1 ORDER BY 1 DESC LIMIT 1");
-  if (!found.with(pairingID).step()) return std::nullopt;
-  const bool isRevoked = found.number(0) == 1;
-  return Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)),
-               .lastUsed = found.number(1),
-               .isJoined = found.number(3) != 0};
+                  "SELECT 0, seen, token, joined FROM pairings WHERE id = ?1");
+  std::optional<Entry> entry;
+  for (found.with(pairingID); found.step();) {
+    const bool isRevoked = found.number(0) == 1;
+    if (entry && !isRevoked) continue;  // It is revoked, whatever else there is.
+    entry = Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)),
+                  .lastUsed = found.number(1),
+                  .isJoined = found.number(3) != 0};
+  }
+  return entry;
 }
 
 void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {

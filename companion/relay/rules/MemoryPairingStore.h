@@ -37,6 +37,7 @@ class MemoryPairingStore final : public PairingStore {
   }
   void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t, std::size_t) override {
     checkWriting();
+    waited += waitOfARemoval;
     removed.insert({pairingID, deviceID});
   }
   bool isRemoved(const std::string& pairingID, const std::string& deviceID) override {
@@ -89,6 +90,10 @@ class MemoryPairingStore final : public PairingStore {
                                                   [](const auto& entry) { return entry.second.token.has_value(); }));
   }
 
+  double takeWaited() override { return std::exchange(waited, 0); }
+
+  double waitOfARemoval = 0;  // Seconds.
+  double waited = 0;
   bool fails = false;
   bool cannotSeeRemoved = false;
   bool failsToWrite = false;  // Reading works.

@@ -149,6 +149,7 @@ class PairingRooms {
   std::vector<std::string> inUse;
   std::size_t textsSent = 0;
   std::size_t commits = 0;
+  double waited = 0;               // For these, in seconds.
   std::uint64_t joinedBefore = 0;  // How many peers ever joined.
   Instant nextForgetting{};
   std::unordered_map<std::string, std::unique_ptr<Room>> rooms;

@@ -101,11 +101,14 @@ Duration PairingRooms::take(RelayPeer& peer, std::string_view text, Moment now) 
   const auto sentBefore = metrics.bytesSent;
   const auto textsBefore = textsSent;
   const auto commitsBefore = commits;
+  const auto waitedBefore = waited;
   TrafficWork work = member->unpaid.take();
   work += {.messages = 1, .received = text.size()};
   work.sealed += member->isAgent() ? takeFromAgent(*member, text, now) : takeFromPhone(*member, text, now);
-  work +=
-      {.sent = metrics.bytesSent - sentBefore, .texts = textsSent - textsBefore, .commits = commits - commitsBefore};
+  work += {.sent = metrics.bytesSent - sentBefore,
+           .texts = textsSent - textsBefore,
+           .commits = commits - commitsBefore,
+           .waited = waited - waitedBefore};
   const Duration wait = traffic.spend(*paying, *from, work, now.instant);
   makeRoom(now.instant);
   if (Member* left = memberOf(peer)) makeUpFor(*left, wait, now.instant);
@@ -159,13 +162,16 @@ void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
 void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
   ++metrics.messages["phone.unpair"];
   ++commits;
+  (void)pairings.takeWaited();  // For others.
   // What is not on the disk is not told: a relay that is started again would not know of it.
   if (message.deviceID) {
     const bool isKept = pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
+    waited += pairings.takeWaited();
     const auto code = isKept ? CloseCode::removed : CloseCode::stopping;
     return closePhone(room.pairingID, *message.deviceID, code, now.instant);
   }
   const bool isKept = pairings.revoke(room.pairingID, now.epochSeconds);
+  waited += pairings.takeWaited();
   log.note((isKept ? "Revoked " : "Could not keep that it was revoked: ") + shortened(room.pairingID));
   metrics.pairings = pairings.count();
   const auto code = isKept ? CloseCode::revoked : CloseCode::stopping;

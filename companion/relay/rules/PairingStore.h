@@ -59,6 +59,9 @@ class PairingStore {
   virtual std::size_t countUnjoined() = 0;
   // Writes something that changes nothing, to find out whether writing works: a full disk can still be read.
   virtual void probe() = 0;
+
+  // For how many seconds changes have kept the thread waiting since this was last asked. Zero: it is not known.
+  [[nodiscard]] virtual double takeWaited() { return 0; }
 };
 
 }  // namespace quillard::relayserver

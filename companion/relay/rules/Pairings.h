@@ -68,6 +68,8 @@ class Pairings {
   [[nodiscard]] bool isStoreFine() const { return hasStoreWorked; }
   void probe();
   [[nodiscard]] std::size_t count() const { return kept; }
+  // See PairingStore.
+  [[nodiscard]] double takeWaited() { return store.takeWaited(); }
   // The failures of the store since the last call, for the log; at most 16.
   [[nodiscard]] std::vector<std::string> takeFailures();
 

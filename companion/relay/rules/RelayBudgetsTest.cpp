@@ -231,6 +231,13 @@ TEST(PairingRooms, ChargeForTheDisk) {
   while (removed < 10'000 && world.say(*agent, unpair("d" + std::to_string(removed))) == Duration::zero()) ++removed;
   EXPECT_GT(removed, 50);
   EXPECT_LT(removed, 150);
+  // A disk that is slower has to be paid for as it is.
+  world.advance(1h);
+  world.store.waitOfARemoval = 0.05;
+  int slowly = 0;
+  while (slowly < 10'000 && world.say(*agent, unpair("s" + std::to_string(slowly))) == Duration::zero()) ++slowly;
+  EXPECT_GT(slowly, 5);
+  EXPECT_LT(slowly, 15);
 }
 
 TEST(PairingRooms, DoNotTakeThoseForSlowWhomTheyDoNotRead) {

@@ -20,14 +20,15 @@ struct TrafficWork {
   std::size_t parts = 0;     // Pieces of messages that are not whole yet.
   std::size_t controls = 0;  // Pings and pongs; a ping is answered.
   std::size_t framing = 0;   // Bytes that were of no message: the heads of frames, pings, pongs.
-  std::size_t commits = 0;   // Changes that had to be on the disk before anything else was done.
+  std::size_t commits = 0;   // Changes that had to be on the disk before anything else was done,
+  double waited = 0;         // and how many seconds that took, where it is known.
 
   TrafficWork& operator+=(const TrafficWork& more);
 };
 
 struct TrafficCost {
   double bytes = 0;
-  double seconds = 0;  // Of the relay's only thread, by measured figures: the same for the same work.
+  double seconds = 0;  // Of the relay's only thread: by fixed figures, but for a disk that is slower than these.
 };
 [[nodiscard]] TrafficCost costOf(const TrafficWork& work);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 
@@ -163,10 +164,12 @@ void SqlitePairingStore::execute(const char* sql) {
 
 template <class Changes>
 void SqlitePairingStore::inTransaction(Changes changes) {
+  const auto begin = std::chrono::steady_clock::now();
   execute("BEGIN IMMEDIATE");
   try {
     changes();
     execute("COMMIT");
+    waited += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   } catch (const Failure&) {
     sqlite3_exec(connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);
     throw;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "companion/relay/cluster/RelayDisk.h"
 #include "companion/relay/rules/PairingStore.h"
@@ -37,6 +38,7 @@ class SqlitePairingStore final : public PairingStore {
   bool forgetOldestUnjoined() override;
   std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override;
   void probe() override;
+  double takeWaited() override { return std::exchange(waited, 0); }
   std::size_t count() override;
   std::size_t countUnjoined() override;
 
@@ -65,6 +67,7 @@ class SqlitePairingStore final : public PairingStore {
     void operator()(sqlite3_stmt* prepared) const;
   };
   std::unique_ptr<sqlite3, Close> connection;
+  double waited = 0;
   // By their SQL, each a constant of its own: preparing one takes longer than running it.
   mutable std::unordered_map<const char*, std::unique_ptr<sqlite3_stmt, Close>> statements;
 };

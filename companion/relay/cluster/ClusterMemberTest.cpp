@@ -246,7 +246,7 @@ TEST_F(Cluster, SendsNobodyAwayAfterAnElectionThatOneRelayHearsOfLater) {
   cutOff(0);
   world.engine.setAvailable(true);
   // The others have the engine again, and are asked every moment.
-  for (int i = 0; i < 14; ++i) {
+  for (int i = 0; i < 28; ++i) {
     world.run(milliseconds(100));
     world[0].member.noteNeighbour(world[1].member.steadyFor(world.engine.now()), world.engine.now());
     EXPECT_EQ(agent->closed, std::nullopt) << i;

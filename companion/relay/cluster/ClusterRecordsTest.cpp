@@ -62,8 +62,9 @@ TEST(EtcdMessages, RefuseWhatEtcdDoesNotSay) {
   EXPECT_EQ(etcd::readError(R"({"error":"etcdserver: permission\ndenied","code":7})"), "etcdserver: permission denied");
   EXPECT_EQ(etcd::readError("plain\xC3\xA4\n"), "plain   ");
   EXPECT_EQ(etcd::readError(std::string(10'000, 'x')).size(), 200U);
-  EXPECT_TRUE(etcd::isOfOldUsers(R"({"error":"etcdserver: revision of auth store is old","code":3})"));
-  EXPECT_FALSE(etcd::isOfOldUsers(R"({"error":"etcdserver: user name is empty","code":3})"));
+  EXPECT_TRUE(etcd::isOfUsers(R"({"error":"etcdserver: revision of auth store is old","code":3})"));
+  EXPECT_TRUE(etcd::isOfUsers(R"({"error":{"grpc_code":16,"message":"etcdserver: invalid auth token"}})"));
+  EXPECT_FALSE(etcd::isOfUsers(R"({"error":"etcdserver: user name is empty","code":3})"));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchEnded>(etcd::readWatchLine("{}", "")));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchEnded>(etcd::readWatchLine(R"({"result":{"canceled":true}})", "")));
   EXPECT_TRUE(std::holds_alternative<etcd::WatchCompacted>(

@@ -271,8 +271,9 @@ std::string readError(std::string_view text) {
   return error;
 }
 
-bool isOfOldUsers(std::string_view text) {
-  return readError(text).find("revision of auth store is old") != std::string::npos;
+bool isOfUsers(std::string_view text) {
+  return text.find("invalid auth token") != std::string_view::npos ||
+         text.find("revision of auth store is old") != std::string_view::npos;
 }
 
 }  // namespace quillard::relayserver::etcd

@@ -52,7 +52,7 @@ using WatchLine = std::variant<WatchEnded, WatchCompacted, std::vector<ClusterEv
 
 // What it says is wrong: for the log, one short line of printable ASCII.
 [[nodiscard]] std::string readError(std::string_view text);
-// Whether it refuses a token that was given before its users were changed.
-[[nodiscard]] bool isOfOldUsers(std::string_view text);
+// Whether it, or a line of a watch, refuses a token: because it has ended, or was given before the users were changed.
+[[nodiscard]] bool isOfUsers(std::string_view text);
 
 }  // namespace quillard::relayserver::etcd

@@ -142,7 +142,7 @@ std::vector<std::string> EtcdMembers::controlCommand(const std::string& endpoint
 int EtcdMembers::control(const std::vector<std::string>& arguments) const {
   std::string endpoints;
   for (const auto& each : urls()) endpoints += (endpoints.empty() ? "" : ",") + each;
-  auto command = controlCommand(endpoints, "2s");
+  auto command = controlCommand(endpoints, "10s");
   command.insert(command.end(), arguments.begin(), arguments.end());
   ChildProcess program({.command = command, .environment = controlEnvironment()});
   return program.wait().value_or(-1);

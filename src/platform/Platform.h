@@ -16,6 +16,7 @@
 #include "platform/process/Console.h"
 #include "platform/process/Environment.h"
 #include "platform/process/Executors.h"
+#include "platform/process/LocalSockets.h"
 #include "platform/process/LockFiles.h"
 #include "platform/process/Random.h"
 #include "platform/shell/LoginService.h"
@@ -40,6 +41,7 @@ struct Platform {
   Environment& environment;
   Executors& executors;
   HttpSessions& httpSessions;
+  LocalSockets& localSockets;
   LockFiles& lockFiles;
   LoginService& loginService;
   PromptSupplement promptSupplement;  // What the desktop adds to the rules of prompts; a value.

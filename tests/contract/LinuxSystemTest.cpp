@@ -19,6 +19,7 @@
 #include "contract/process/CalendarContract.h"
 #include "contract/process/ConsoleContract.h"
 #include "contract/process/EnvironmentContract.h"
+#include "contract/process/LocalSocketsContract.h"
 #include "contract/process/LockFilesContract.h"
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
@@ -29,11 +30,14 @@
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/DesktopNotifications.h"
 #include "platform/linux/system/FileLocks.h"
+#include "platform/linux/system/RuntimeFolder.h"
+#include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/posix/SystemCalendar.h"
 #include "platform/qt/QtExecutors.h"
+#include "platform/qt/QtLocalSockets.h"
 #include "platform/qt/SystemClock.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
@@ -197,6 +201,38 @@ class FileLocksBinding final : public LockFilesBinding {
   std::unique_ptr<ChildProcess> other;
 };
 
+class FileSocketsBinding final : public LocalSocketsBinding {
+ public:
+  FileSocketsBinding() {
+    std::filesystem::create_directory(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+    environment.set("XDG_RUNTIME_DIR", folder);
+    environment.set("TMPDIR", temporary.path() + "/missing");
+    ticking.start(1ms);
+  }
+  platform::LocalSockets& server() override { return sockets; }
+  platform::LocalSockets& client() override { return sockets; }
+  platform::ProcessDescription clientProcess() override { return desktop::describeProcess(::getpid()); }
+  void leaveSocketBehind(const std::string& name) override {
+    const int opened = desktop::openRuntimeFolder(environment).value();
+    const auto socket = desktop::listenIn({opened, "/proc/self/fd/" + std::to_string(opened)}, name);
+    ::close(socket.value().descriptor);
+  }
+  bool holds(const std::string& name) override { return std::filesystem::exists(folder + "/" + name); }
+  void makeFolderUnusable() override {
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all | std::filesystem::perms::others_read);
+  }
+  bool eventually(const std::function<bool()>& condition) override { return eventuallyInLoop(condition); }
+
+ private:
+  QTimer ticking;
+  const TemporaryFolder temporary;
+  const std::string folder = temporary.path() + "/run";
+  platform::simulated::SimulatedEnvironment environment;
+  qt::QtExecutors executors;
+  qt::QtLocalSockets sockets{desktop::localSocketTraits(environment), executors.mainThread()};
+};
+
 // ---- Storage
 
 class FileUserDefaultsBinding final : public UserDefaultsBinding {
@@ -277,6 +313,7 @@ INSTANTIATE_TEST_SUITE_P(Linux, EnvironmentContract,
                          testing::Values(&make<EnvironmentBinding, ProcessEnvironmentBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, ConsoleContract, testing::Values(&make<ConsoleBinding, FileConsoleBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, LockFilesContract, testing::Values(&make<LockFilesBinding, FileLocksBinding>));
+INSTANTIATE_TEST_SUITE_P(Linux, LocalSocketsContract, testing::Values(&make<LocalSocketsBinding, FileSocketsBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
 INSTANTIATE_TEST_SUITE_P(Linux, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, FileUserDefaultsBinding>));

@@ -5,6 +5,7 @@
 #include "contract/process/CalendarContract.h"
 #include "contract/process/ConsoleContract.h"
 #include "contract/process/EnvironmentContract.h"
+#include "contract/process/LocalSocketsContract.h"
 #include "contract/process/LockFilesContract.h"
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
@@ -15,6 +16,7 @@
 #include "platform/simulated/SimulatedCalendar.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
+#include "platform/simulated/SimulatedLocalSockets.h"
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
 #include "platform/simulated/SimulatedRandom.h"
@@ -147,6 +149,32 @@ class SimulatedLocksBinding final : public LockFilesBinding {
   std::vector<platform::LockResult> otherLocks;  // A process that ends releases none of them itself.
 };
 
+class SimulatedLocalSocketsBinding final : public LocalSocketsBinding {
+ public:
+  platform::LocalSockets& server() override { return own; }
+  platform::LocalSockets& client() override { return other; }
+  platform::ProcessDescription clientProcess() override { return process(2, "asker"); }
+  void leaveSocketBehind(const std::string& name) override {
+    SimulatedLocalSockets ended(folder, time.mainThread(), {.process = process(3, "ended")});
+    left = ended.listen(name, [](auto) {});
+    ended.endProcess();
+  }
+  bool holds(const std::string& name) override { return folder.holds(name); }
+  void makeFolderUnusable() override { folder.setUnusable(true); }
+  bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(time, condition); }
+
+ private:
+  static platform::ProcessDescription process(std::int32_t number, const std::string& name) {
+    return {.processIdentifier = number, .executable = "/usr/bin/" + name, .programName = name, .workingFolder = "/"};
+  }
+
+  VirtualTime time{Seed{7}};
+  SimulatedSocketFolder folder;
+  SimulatedLocalSockets own{folder, time.mainThread(), {.process = process(1, "agent")}};
+  SimulatedLocalSockets other{folder, time.mainThread(), {.process = process(2, "asker")}};
+  std::unique_ptr<platform::LocalListener> left;
+};
+
 // ---- Storage
 
 class SimulatedUserDefaultsBinding final : public UserDefaultsBinding {
@@ -213,6 +241,8 @@ INSTANTIATE_TEST_SUITE_P(Simulated, EnvironmentContract,
                          testing::Values(&make<EnvironmentBinding, SimulatedEnvironmentBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, ConsoleContract, testing::Values(&make<ConsoleBinding, SimulatedConsoleBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, LockFilesContract, testing::Values(&make<LockFilesBinding, SimulatedLocksBinding>));
+INSTANTIATE_TEST_SUITE_P(Simulated, LocalSocketsContract,
+                         testing::Values(&make<LocalSocketsBinding, SimulatedLocalSocketsBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
 INSTANTIATE_TEST_SUITE_P(Simulated, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, SimulatedUserDefaultsBinding>));

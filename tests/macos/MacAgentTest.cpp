@@ -74,6 +74,7 @@ class MacAgent : Balance, public AgentWorld {
             .environment = simulated.environment,
             .executors = simulated.executors,
             .httpSessions = simulated.httpSessions,
+            .localSockets = simulated.localSockets,
             .lockFiles = simulated.lockFiles,
             .loginService = simulated.loginService,
             .random = simulated.random,

@@ -44,6 +44,7 @@ bool hasShellSignals(const platform::Environment& environment) {
 LinuxPlatform::LinuxPlatform(int consoleDescriptor)
     : console(consoleDescriptor),
       bundle(InstalledProgram::ownExecutable(), environment),
+      localSockets(localSocketTraits(environment), executors.mainThread()),
       lockFiles(environment),
       loginService(environment, InstalledProgram::ownExecutable()),
       notifications(environment, executors.mainThread()),
@@ -106,6 +107,7 @@ platform::Platform LinuxPlatform::platform() {
           .environment = environment,
           .executors = executors,
           .httpSessions = httpSessions,
+          .localSockets = localSockets,
           .lockFiles = lockFiles,
           .loginService = loginService,
           .promptSupplement = linuxPromptSupplement(),

@@ -21,6 +21,7 @@
 #include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/InstalledProgram.h"
 #include "platform/linux/system/NoUpdateService.h"
+#include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
 #include "platform/linux/system/XdgOpener.h"
 #include "platform/linux/windows/LinuxWindowList.h"
@@ -37,6 +38,7 @@
 #include "platform/posix/SystemCalendar.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/QtHttpSessions.h"
+#include "platform/qt/QtLocalSockets.h"
 #include "platform/qt/QtNetworkThread.h"
 #include "platform/qt/QtWebSockets.h"
 #include "platform/qt/SystemClock.h"
@@ -71,6 +73,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   qt::QtHttpSessions httpSessions{network};
   qt::QtWebSockets webSockets{network};
   InstalledProgram bundle;
+  qt::QtLocalSockets localSockets;
   FileLocks lockFiles;
   AutostartEntry loginService;
   NoUpdateService updateService;

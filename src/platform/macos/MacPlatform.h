@@ -23,11 +23,13 @@
 #include "platform/macos/objc/MacWorkspace.h"
 #include "platform/macos/objc/UninterruptedWork.h"
 #include "platform/macos/process/MacLockFiles.h"
+#include "platform/macos/process/MacSocketPeer.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/posix/SystemCalendar.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/QtHttpSessions.h"
+#include "platform/qt/QtLocalSockets.h"
 #include "platform/qt/QtNetworkThread.h"
 #include "platform/qt/QtWebSockets.h"
 #include "platform/qt/SystemClock.h"
@@ -62,6 +64,7 @@ struct MacPlatform final : platform::SystemPlatform {
   qt::QtHttpSessions httpSessions{network};
   qt::QtWebSockets webSockets{network};
   MacBundle bundle;
+  qt::QtLocalSockets localSockets;
   MacLockFiles lockFiles;
   MacLoginService loginService;
   MacUpdateService updateService;

@@ -5,7 +5,7 @@ set(QUILLARD_MACOS_SOURCES
   MacRandom.cpp MacReadScope.cpp MacSecretStore.cpp MacSyntheticEvents.cpp MacUserDefaults.cpp MacWindowList.cpp
   PropertyList.cpp WindowInfo.cpp
   objc/EnclosedExecutors.cpp objc/MacApplication.cpp objc/MacLoginService.cpp objc/MacUserNotifications.cpp
-  objc/MacWorkspace.cpp objc/NotificationGuard.cpp objc/PathPlan.cpp process/MacLockFiles.cpp)
+  objc/MacWorkspace.cpp objc/NotificationGuard.cpp objc/PathPlan.cpp process/MacLockFiles.cpp process/MacSocketPeer.cpp)
 list(TRANSFORM QUILLARD_MACOS_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
 set(QUILLARD_MACOS_OBJC_SOURCES
   ApplicationCalls.mm AutoreleasePool.mm LoginCalls.mm MacPlatform.mm MacStatusBar.mm MacUpdateService.mm

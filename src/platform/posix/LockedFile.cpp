@@ -17,11 +17,6 @@ using platform::LockResult;
 
 constexpr mode_t kOwnerOnly = 0600;
 
-bool isFileName(std::string_view name) {
-  constexpr std::string_view kNeverInNames{"/\0", 2};
-  return !name.empty() && name != "." && name != ".." && name.find_first_of(kNeverInNames) == std::string_view::npos;
-}
-
 bool isOwnFile(int descriptor) {
   struct stat status {};
   return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
@@ -47,6 +42,11 @@ bool lockWhole(int file) {
 }
 
 }  // namespace
+
+bool isFileName(std::string_view name) {
+  constexpr std::string_view kNeverInNames{"/\0", 2};
+  return !name.empty() && name != "." && name != ".." && name.find_first_of(kNeverInNames) == std::string_view::npos;
+}
 
 LockedFile::~LockedFile() {
   ::flock(itsDescriptor, LOCK_UN);

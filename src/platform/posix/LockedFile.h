@@ -19,6 +19,9 @@ class LockedFile final : public platform::FileLock {
   const int itsDescriptor;
 };
 
+// Whether `name` is the name of a file, and no path.
+[[nodiscard]] bool isFileName(std::string_view name);
+
 // Takes the lock on the file `name` of the open `folder`, which stays the caller's; the file is made when it is
 // missing, for its owner alone. Unavailable when `name` is no name of a file, and when something else than a file of
 // this user waits there (a link, a pipe, a folder, another user's file), which is left alone. The lock that it gives is

@@ -2,12 +2,24 @@
 
 namespace quillard::platform::simulated {
 
+namespace {
+
+LocalPeer agentProcess() {
+  return {.process = {.processIdentifier = 1,
+                      .executable = "/Applications/Quillard.app/quillard",
+                      .programName = "quillard",
+                      .workingFolder = "/"}};
+}
+
+}  // namespace
+
 SimulatedWorld::SimulatedWorld(Seed seed)
     : virtualTime(seed),
       simulatedRandom(seed),
       simulatedDesktop(virtualTime, virtualTime),
       simulatedSyntheticEvents(simulatedDesktop, virtualTime),
       simulatedApplication(virtualTime),
+      simulatedLocalSockets(simulatedSocketFolder, virtualTime.mainThread(), agentProcess()),
       simulatedLockFiles(simulatedLockFolder),
       simulatedStatusBar(virtualTime),
       simulatedStatusWindowViews(virtualTime),
@@ -27,6 +39,7 @@ Platform SimulatedWorld::platform() {
           .environment = simulatedEnvironment,
           .executors = virtualTime,
           .httpSessions = simulatedHttpSessions,
+          .localSockets = simulatedLocalSockets,
           .lockFiles = simulatedLockFiles,
           .loginService = simulatedLoginService,
           .promptSupplement = supplement,

@@ -10,6 +10,7 @@
 #include "platform/simulated/SimulatedDesktopCapabilities.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "platform/simulated/SimulatedHttpSessions.h"
+#include "platform/simulated/SimulatedLocalSockets.h"
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
 #include "platform/simulated/SimulatedRandom.h"
@@ -63,6 +64,9 @@ class SimulatedWorld {
   SimulatedApplication& application() { return simulatedApplication; }
   SimulatedBundle& bundle() { return simulatedBundle; }
   SimulatedHttpSessions& httpSessions() { return simulatedHttpSessions; }
+  // Where other processes of the same user may connect to the agent, or listen in its place.
+  SimulatedSocketFolder& socketFolder() { return simulatedSocketFolder; }
+  SimulatedLocalSockets& localSockets() { return simulatedLocalSockets; }
   // Where other processes of the same user may hold locks too.
   SimulatedLockFolder& lockFolder() { return simulatedLockFolder; }
   SimulatedLockFiles& lockFiles() { return simulatedLockFiles; }
@@ -90,6 +94,8 @@ class SimulatedWorld {
   SimulatedApplication simulatedApplication;
   SimulatedBundle simulatedBundle;
   SimulatedHttpSessions simulatedHttpSessions;
+  SimulatedSocketFolder simulatedSocketFolder;
+  SimulatedLocalSockets simulatedLocalSockets;
   SimulatedLockFolder simulatedLockFolder;
   SimulatedLockFiles simulatedLockFiles;
   SimulatedLoginService simulatedLoginService;

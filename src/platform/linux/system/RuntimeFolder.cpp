@@ -10,6 +10,13 @@ namespace {
 constexpr mode_t kOwnerOnly = 0700;
 constexpr mode_t kForOthers = 0077;
 
+std::optional<std::string> absolutePath(const platform::Environment& environment, std::string_view variable) {
+  auto path = environment.value(variable);
+  return path && path->starts_with('/') ? path : std::nullopt;
+}
+
+}  // namespace
+
 std::optional<int> openOwnFolder(const std::string& path) {
   const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (folder < 0) return std::nullopt;
@@ -20,13 +27,6 @@ std::optional<int> openOwnFolder(const std::string& path) {
   ::close(folder);
   return std::nullopt;
 }
-
-std::optional<std::string> absolutePath(const platform::Environment& environment, std::string_view variable) {
-  auto path = environment.value(variable);
-  return path && path->starts_with('/') ? path : std::nullopt;
-}
-
-}  // namespace
 
 std::optional<int> openRuntimeFolder(const platform::Environment& environment) {
   if (const auto path = absolutePath(environment, "XDG_RUNTIME_DIR")) {

@@ -14,4 +14,7 @@ namespace quillard::desktop {
 // meanwhile. Absent unless it is a folder of this user that no other user may enter; links are not followed.
 [[nodiscard]] std::optional<int> openRuntimeFolder(const platform::Environment& environment);
 
+// The same of a folder that is named; absent also when it is missing.
+[[nodiscard]] std::optional<int> openOwnFolder(const std::string& path);
+
 }  // namespace quillard::desktop

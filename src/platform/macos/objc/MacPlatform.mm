@@ -33,6 +33,7 @@ std::optional<std::string> MacPlatform::prepareWindows() {
 MacPlatform::MacPlatform(int consoleDescriptor)
     : console(consoleDescriptor),
       executors(threads, runInAutoreleasePool),
+      localSockets(localSocketTraits(temporaryFolder()), executors.mainThread()),
       lockFiles(temporaryFolder(), executors.mainThread()),
       notifications(executors.mainThread(), bundle),
       accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
@@ -56,6 +57,7 @@ platform::Platform MacPlatform::platform() {
           .environment = environment,
           .executors = executors,
           .httpSessions = httpSessions,
+          .localSockets = localSockets,
           .lockFiles = lockFiles,
           .loginService = loginService,
           .promptSupplement = {},  // The rules describe its prompts by themselves.

@@ -45,6 +45,12 @@ std::size_t ApprovalStore::merge(const ScanOutcome& outcome) {
                                                 [&](const auto& entry) { return !merge.seen.contains(entry.first); }));
 }
 
+void ApprovalStore::addAsked(const PendingApproval& asked) {
+  const MutexLock lock{mutex};
+  approvalsByID.insert_or_assign(asked.id, asked);
+  lastSeenByID.insert_or_assign(asked.id, clock.monotonicNow());
+}
+
 bool ApprovalStore::Merge::isUnread(const PendingApproval& approval) const {
   const auto& silent = outcome.unreadProcesses;
   return outcome.failure || std::find(silent.begin(), silent.end(), approval.processIdentifier) != silent.end();
@@ -65,6 +71,7 @@ void ApprovalStore::add(const Group& group, Merge& merge) {
 
 void ApprovalStore::keepUnread(Merge& merge) {
   for (const auto& [id, approval] : approvalsByID) {
+    if (approval.isAsked) merge.seen.insert(id);
     if (merge.seen.contains(id)) continue;
     if (!merge.isUnread(approval)) {
       unreadSinceByID.erase(id);
@@ -111,7 +118,7 @@ void ApprovalStore::sweepStale(Instant now) {
   for (const auto& [id, approval] : approvalsByID) {
     const auto lastSeen = lastSeenByID.find(id);
     const bool isFresh = lastSeen != lastSeenByID.end() && now - lastSeen->second <= staleAfter;
-    if (!isFresh) stale.push_back(id);
+    if (!isFresh && !approval.isAsked) stale.push_back(id);
   }
   for (const auto& id : stale) forget(id);
 }

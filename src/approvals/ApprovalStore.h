@@ -58,6 +58,10 @@ class ApprovalStore {
   // See `merge`.
   static constexpr Seconds kLongestUnread{600};
 
+  // Adds what a program asks (`PendingApproval::isAsked`), under the identity that it has. No scan touches it: it is
+  // current until it is removed.
+  void addAsked(const PendingApproval& asked);
+
   // Oldest `detectedAt` first; equal ones by identity, so that the order is the same from call to call.
   [[nodiscard]] std::vector<PendingApproval> all() const;
 

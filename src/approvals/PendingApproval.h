@@ -80,6 +80,8 @@ struct PendingApproval {
   // What its boxes and menus are set to, those that are not shown as well: two prompts that differ in it are not the
   // same. Opaque; it never leaves this process.
   std::string optionStates{};
+  // A program asks it and waits for the answer; no window shows it. It never leaves this process.
+  bool isAsked = false;
 
   // The button of a label that was shown: the one labelled so, or else the one that has counted down from it, unless
   // another counts beside it under the same words. Absent: none.

@@ -32,6 +32,8 @@ std::string_view localizedDescription(ClickError error) {
       return "The button was pressed, but the program has stopped answering.";
     case ClickError::outcomeNotReadable:
       return "The button was pressed, but it could not be read whether the dialog has gone.";
+    case ClickError::answerNotTaken:
+      return "The program that asked has ended, or did not take the answer.";
     case ClickError::promptStillPresent:
       break;
   }

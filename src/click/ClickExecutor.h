@@ -26,6 +26,7 @@ enum class ClickError {
   promptNotReadable,        // Nothing was pressed: it could not be read whether the prompt is still there.
   programStoppedAnswering,  // Something was pressed, and the program has been silent since.
   outcomeNotReadable,       // Something was pressed, and it could not be read whether the prompt went.
+  answerNotTaken,           // Nothing was pressed: the program that asked did not take the answer.
 };
 
 // The text for the user; never empty.

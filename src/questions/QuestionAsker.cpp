@@ -1,0 +1,82 @@
+#include "questions/QuestionAsker.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "questions/QuestionTexts.h"
+
+namespace quillard {
+
+using platform::LocalConnectOutcome;
+
+QuestionAsker::QuestionAsker(const QuestionAskerDependencies& dependencies, QuestionRequest given,
+                             QuestionAskerEvents events)
+    : dependencies(dependencies),
+      request(std::move(given)),
+      events(std::move(events)),
+      deadline(advanced(dependencies.clock.monotonicNow(), request.timeout)) {
+  next = dependencies.mainThread.postAfter(Seconds::zero(), [this] { connect(); });
+  lateness = dependencies.mainThread.postAfter(request.timeout + kLateness, [this] {
+    finish({.kind = AskOutcome::Kind::noAgent, .message = "The agent does not answer."});
+  });
+}
+
+QuestionAsker::~QuestionAsker() = default;
+
+void QuestionAsker::connect() {
+  client = std::make_unique<ChannelClient>(
+      dependencies.sockets, ChannelClientEvents{.onMessage = [this](const auto& message) { received(message); },
+                                                .onEnd = [this] { lost(); }});
+  const auto outcome = client->open();
+  if (outcome != LocalConnectOutcome::connected) {
+    if (lostAt) return lost();
+    return finish({.kind = AskOutcome::Kind::noAgent,
+                   .message = outcome == LocalConnectOutcome::absent ? "No agent runs for this user."
+                                                                     : "The agent's socket takes no connection."});
+  }
+  request.timeout = deadline - dependencies.clock.monotonicNow();
+  client->send(channelLine("ask", toJson(request)));
+}
+
+void QuestionAsker::received(const ChannelMessage& message) {
+  JsonReader reader{message.json};
+  if (message.type == "asked") {
+    lostAt.reset();
+  } else if (message.type == "answer") {
+    AskOutcome outcome{.kind = AskOutcome::Kind::answered, .label = reader.string("label"), .by = reader.string("by")};
+    outcome.index = static_cast<std::size_t>(
+        reader.integer("index", 0, static_cast<std::int64_t>(QuestionRequest::kMostButtons) - 1));
+    if (reader.error() || !request.hasButton(outcome.label)) return lost();
+    if (events.take(outcome)) client->send(channelLine("taken"));
+    finish(outcome);
+  } else if (message.type == "end") {
+    const auto end = QuestionTexts::endOf(reader.string("reason"));
+    if (end == QuestionEnd::stopping) return lost();
+    finish({.kind = end ? AskOutcome::Kind::ended : AskOutcome::Kind::refused,
+            .end = end.value_or(QuestionEnd::timedOut),
+            .message = reader.optionalString("message").value_or("The agent ended the question.")});
+  } else if (message.type == "error") {
+    finish({.kind = AskOutcome::Kind::refused, .message = reader.optionalString("message").value_or("")});
+  }
+}
+
+// The connection has ended without an answer.
+void QuestionAsker::lost() {
+  const Instant now = dependencies.clock.monotonicNow();
+  if (!lostAt) lostAt = now;
+  const Seconds left = deadline - now;
+  if (now - *lostAt >= kAgentTimeout || left < Seconds{1}) {
+    return finish({.kind = AskOutcome::Kind::noAgent, .message = "The agent has gone, and none came in its place."});
+  }
+  // In a turn of its own, since it destroys the client that may be calling.
+  next = dependencies.mainThread.postAfter(kRetryInterval, [this] { connect(); });
+}
+
+void QuestionAsker::finish(const AskOutcome& outcome) {
+  next.reset();
+  lateness.reset();
+  const auto told = events.onOutcome;
+  told(outcome);
+}
+
+}  // namespace quillard

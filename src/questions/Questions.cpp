@@ -1,0 +1,193 @@
+#include "questions/Questions.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/PrintableText.h"
+
+namespace quillard {
+namespace {
+
+constexpr Seconds kMinute{60};
+// More programs than a person has that ask; beyond it, one that asked long ago is forgotten with its muting.
+constexpr std::size_t kMostKinds = 256;
+constexpr std::size_t kLongestName = 1000;
+constexpr const char* kRole = "AXButton";
+constexpr const char* kNeedsComputer = "The program wants this to be answered at the computer.";
+
+// A tool of ours speaks for whoever started it.
+const platform::ProcessDescription& askingProcess(const platform::LocalPeer& peer) {
+  return peer.isThisProgram && peer.parent ? *peer.parent : peer.process;
+}
+
+// Names of files may be any bytes.
+std::string shown(std::string_view name) { return printableText(name, kLongestName); }
+
+std::string programOf(const platform::ProcessDescription& process) {
+  return process.executable.empty() ? "process " + std::to_string(process.processIdentifier) : process.executable;
+}
+
+// The first line that a person reads, so that no text of the program stands before it.
+std::string whoAsks(const platform::ProcessDescription& process) {
+  std::string line = "Asked by " +
+                     (process.executable.empty() ? "a program that has ended" : shown(process.executable)) +
+                     ", process " + std::to_string(process.processIdentifier);
+  if (!process.workingFolder.empty()) line += ", in " + shown(process.workingFolder);
+  return line;
+}
+
+}  // namespace
+
+Questions::Questions(const QuestionsDependencies& dependencies, QuestionsCallbacks callbacks)
+    : dependencies(dependencies), callbacks(std::move(callbacks)) {}
+
+// ---- Asking
+
+std::variant<Uuid, QuestionEnd> Questions::ask(const platform::LocalPeer& peer, const QuestionRequest& request,
+                                               QuestionEvents events) {
+  const auto& process = askingProcess(peer);
+  const std::string program = programOf(process);
+  if (const auto refused = refusal(program, request)) return *refused;
+  lastMinute.push_back({program, dependencies.clock.monotonicNow()});
+  const Uuid id = Uuid::fromRandomBytes(dependencies.random.identityBytes());
+  questions.push_back({.id = id, .program = program, .request = request, .events = std::move(events)});
+  auto& question = questions.back();
+  question.sawPhone = callbacks.phoneReach() == PhoneReach::there;
+  question.timeout = dependencies.mainThread.postAfter(request.timeout, [this, id] { timedOut(id); });
+  dependencies.store.addAsked(approvalOf(id, process, program, request));
+  callbacks.onChanged();
+  return id;
+}
+
+std::optional<QuestionEnd> Questions::refusal(const std::string& program, const QuestionRequest& request) {
+  if (isStopped) return QuestionEnd::stopping;
+  if (isTooMany(program)) return QuestionEnd::tooMany;
+  if (dependencies.suppressions.contains(kindOf(program))) return QuestionEnd::muted;
+  if (callbacks.isPaused()) return QuestionEnd::paused;
+  // What is answered at the computer needs no phone.
+  if (!request.needsComputer && callbacks.phoneReach() == PhoneReach::none) return QuestionEnd::noPhone;
+  return std::nullopt;
+}
+
+bool Questions::isTooMany(const std::string& program) {
+  const Instant now = dependencies.clock.monotonicNow();
+  while (!lastMinute.empty() && now - lastMinute.front().at >= kMinute) lastMinute.pop_front();
+  const auto ofProgram = [&](const auto& one) { return one.program == program; };
+  const auto count = [&](const auto& list) {
+    return static_cast<std::size_t>(std::count_if(list.begin(), list.end(), ofProgram));
+  };
+  return questions.size() >= kMostOpen || count(questions) >= kMostOpenOfAProgram ||
+         lastMinute.size() >= kMostOfAllInAMinute || count(lastMinute) >= kMostInAMinute;
+}
+
+const Uuid& Questions::kindOf(const std::string& program) {
+  const auto known = kinds.find(program);
+  if (known != kinds.end()) return known->second;
+  if (kinds.size() >= kMostKinds) kinds.erase(kinds.begin());
+  return kinds.emplace(program, Uuid::fromRandomBytes(dependencies.random.identityBytes())).first->second;
+}
+
+PendingApproval Questions::approvalOf(const Uuid& id, const platform::ProcessDescription& process,
+                                      const std::string& program, const QuestionRequest& request) {
+  PendingApproval approval{.id = id,
+                           .detectedAt = dependencies.clock.now(),
+                           .appName = process.programName.empty() ? "A program" : shown(process.programName),
+                           .processIdentifier = process.processIdentifier,
+                           .windowTitle = request.question,
+                           .windowRole = "Question",
+                           .messageLines = {whoAsks(process)},
+                           .reason = "a program asks"};
+  if (!process.executable.empty()) approval.bundleIdentifier = shown(process.executable);
+  approval.messageLines.insert(approval.messageLines.end(), request.lines.begin(), request.lines.end());
+  for (const auto& button : request.buttons) {
+    const bool isDefault = request.answerOnTimeout == button.label;
+    approval.buttons.push_back(
+        {.label = button.label, .role = kRole, .isKnownDismissal = button.dismisses || isDefault});
+  }
+  approval.recommendedButtonLabel = request.recommended;
+  approval.requiresDirectAccess = request.needsComputer;
+  if (request.needsComputer) approval.directAccessReason = kNeedsComputer;
+  approval.isAsked = true;
+  return PendingApproval::make(std::move(approval), kindOf(program));
+}
+
+// ---- Answering
+
+bool Questions::answer(const Uuid& id, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken) {
+  const auto place = find(id);
+  if (place == questions.end() || place->onTaken || !place->request.hasButton(label)) return false;
+  deliver(*place, label, by, std::move(onTaken));
+  return true;
+}
+
+void Questions::deliver(Question& question, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken) {
+  const auto& buttons = question.request.buttons;
+  const auto button = std::find_if(buttons.begin(), buttons.end(), [&](const auto& one) { return one.label == label; });
+  question.onTaken = std::move(onTaken);
+  question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { withdraw(id); });
+  const auto told = question.events.onAnswer;
+  told({button->label, static_cast<std::size_t>(button - buttons.begin()), by});
+}
+
+void Questions::taken(const Uuid& id) {
+  const auto place = find(id);
+  if (place != questions.end() && place->onTaken) remove(place, /*wasTaken=*/true);
+}
+
+// ---- The end
+
+void Questions::withdraw(const Uuid& id) {
+  const auto place = find(id);
+  if (place != questions.end()) remove(place, /*wasTaken=*/false);
+}
+
+void Questions::timedOut(const Uuid& id) {
+  const auto place = find(id);
+  if (place == questions.end()) return;
+  if (place->request.answerOnTimeout) {
+    const std::string label = *place->request.answerOnTimeout;
+    return deliver(*place, label, AnsweredBy::timeout, [](bool) {});
+  }
+  end(place, place->sawPhone || place->request.needsComputer ? QuestionEnd::timedOut : QuestionEnd::noPhone);
+}
+
+void Questions::phonesChanged() {
+  if (questions.empty() || callbacks.phoneReach() != PhoneReach::there) return;
+  for (auto& question : questions) question.sawPhone = true;
+}
+
+void Questions::mute(const Uuid& suppressionID) {
+  for (auto place = questions.begin(); place != questions.end();) {
+    const auto next = std::next(place);
+    const auto kind = kinds.find(place->program);
+    if (kind != kinds.end() && kind->second == suppressionID && !place->onTaken) end(place, QuestionEnd::muted);
+    place = next;
+  }
+}
+
+void Questions::stop() {
+  isStopped = true;
+  while (!questions.empty()) end(questions.begin(), QuestionEnd::stopping);
+}
+
+void Questions::end(Place place, QuestionEnd why) {
+  const auto told = place->events.onEnd;
+  remove(place, /*wasTaken=*/false);
+  told(why);
+}
+
+void Questions::remove(Place place, bool wasTaken) {
+  auto onTaken = std::move(place->onTaken);
+  dependencies.store.remove(place->id, Seconds::zero());
+  questions.erase(place);
+  if (onTaken) {
+    dependencies.mainThread.post(scope.bind([onTaken = std::move(onTaken), wasTaken] { onTaken(wasTaken); }));
+  }
+  if (!isStopped) callbacks.onChanged();
+}
+
+Questions::Place Questions::find(const Uuid& id) {
+  return std::find_if(questions.begin(), questions.end(), [&](const auto& one) { return one.id == id; });
+}
+
+}  // namespace quillard

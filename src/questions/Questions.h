@@ -1,0 +1,158 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "approvals/ApprovalStore.h"
+#include "approvals/ApprovalSuppressionStore.h"
+#include "foundation/CallbackScope.h"
+#include "foundation/Uuid.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Executors.h"
+#include "platform/process/LocalSockets.h"
+#include "platform/process/Random.h"
+#include "questions/QuestionRequest.h"
+
+namespace quillard {
+
+// Why a question ended without an answer.
+enum class QuestionEnd {
+  timedOut,  // Not answered in time, though a phone could have been.
+  noPhone,   // Nothing leads to a phone; or none was there for as long as it waited.
+  paused,    // Alerts are paused.
+  muted,     // Somebody does not want to be asked by this program.
+  tooMany,   // This program, or all together, ask too much.
+  stopping,  // The agent ends.
+};
+
+enum class AnsweredBy { phone, computer, timeout };
+
+struct QuestionAnswer {
+  std::string label;
+  std::size_t index = 0;  // Among the buttons.
+  AnsweredBy by = AnsweredBy::phone;
+};
+
+// What the program that asked is told, each at most once and one of the two at the most; not from inside `ask`.
+struct QuestionEvents {
+  // It has to say `taken` soon.
+  std::function<void(const QuestionAnswer&)> onAnswer;
+  std::function<void(QuestionEnd)> onEnd;
+};
+
+// Whether a question can reach a phone.
+enum class PhoneReach {
+  none,  // There is no relay, or it does not want this pairing.
+  away,  // No phone is connected now.
+  there,
+};
+
+// What the questions stand on. All of it outlives them.
+struct QuestionsDependencies {
+  ApprovalStore& store;
+  const ApprovalSuppressionStore& suppressions;
+  const platform::Clock& clock;
+  platform::Random& random;
+  platform::SerialExecutor& mainThread;
+};
+
+// What the questions ask and report. None may be empty.
+struct QuestionsCallbacks {
+  std::function<PhoneReach()> phoneReach;
+  std::function<bool()> isPaused;
+  // The store holds other questions than before.
+  std::function<void()> onChanged;
+};
+
+// The questions of programs that wait for an answer. Each is a `PendingApproval` of the store, under an identity of its
+// own, from `ask` to its end: listed, muted and decided on as what windows ask. No scan adds or removes one.
+//
+// States of a question: open -> answered -> taken; open -> ended; or withdrawn from any of them, when the program has
+// gone. One answer each: what comes second finds no question. A program that does not take its answer within
+// `kTakeTimeout` counts as gone.
+//
+// Who asks is what the system says of the process, or, where that is a tool of ours, of the one that started it. A
+// program is told by its executable, whatever its processes: `kMostOpenOfAProgram` of its questions wait at a time, and
+// `kMostInAMinute` are taken of it in any minute, so that a loop cannot flood a phone; and all programs together have
+// bounds, too. Main thread.
+class Questions {
+ public:
+  static constexpr std::size_t kMostOpenOfAProgram = 4;
+  static constexpr std::size_t kMostOpen = 16;
+  static constexpr std::size_t kMostInAMinute = 12;
+  static constexpr std::size_t kMostOfAllInAMinute = 30;
+  static constexpr Seconds kTakeTimeout{5};
+
+  Questions(const QuestionsDependencies& dependencies, QuestionsCallbacks callbacks);
+  Questions(const Questions&) = delete;
+  Questions& operator=(const Questions&) = delete;
+
+  // The identity of the question, which is open now; or why it was not taken, which is the end of it. `request` is as
+  // `problemOf` wants it.
+  [[nodiscard]] std::variant<Uuid, QuestionEnd> ask(const platform::LocalPeer& peer, const QuestionRequest& request,
+                                                    QuestionEvents events);
+  // The program has its answer. Nothing happens for a question that is not answered.
+  void taken(const Uuid& id);
+  // The program does not wait any more. Nothing happens when there is no such question.
+  void withdraw(const Uuid& id);
+
+  // Answers it. False: there is no such open question, or no such button; `onTaken` is never called then. Otherwise it
+  // is called once, in a later turn: whether the program took the answer.
+  [[nodiscard]] bool answer(const Uuid& id, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
+
+  // Whether a phone may be there was asked for at this moment: to be called when it changes.
+  void phonesChanged();
+  // Ends what the programs of that kind ask.
+  void mute(const Uuid& suppressionID);
+  // Ends all.
+  void stop();
+
+  [[nodiscard]] std::size_t openCount() const { return questions.size(); }
+
+ private:
+  struct Question {
+    Uuid id;
+    std::string program;
+    QuestionRequest request;
+    QuestionEvents events;
+    bool sawPhone = false;
+    std::function<void(bool)> onTaken;  // Present once it is answered.
+    platform::TaskHandle timeout;
+  };
+  using Place = std::list<Question>::iterator;
+
+  [[nodiscard]] std::optional<QuestionEnd> refusal(const std::string& program, const QuestionRequest& request);
+  [[nodiscard]] bool isTooMany(const std::string& program);
+  [[nodiscard]] const Uuid& kindOf(const std::string& program);
+  [[nodiscard]] PendingApproval approvalOf(const Uuid& id, const platform::ProcessDescription& process,
+                                           const std::string& program, const QuestionRequest& request);
+  [[nodiscard]] Place find(const Uuid& id);
+  void timedOut(const Uuid& id);
+  void deliver(Question& question, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
+  // Takes it from the list and the store, and tells whoever answered it.
+  void remove(Place place, bool wasTaken);
+  void end(Place place, QuestionEnd why);
+
+  const QuestionsDependencies dependencies;
+  const QuestionsCallbacks callbacks;
+  std::list<Question> questions;  // Oldest first.
+  struct Asked {
+    std::string program;
+    Instant at;
+  };
+  std::deque<Asked> lastMinute;       // Oldest first.
+  std::map<std::string, Uuid> kinds;  // By program: what mutes it. Drawn when it asks first.
+  bool isStopped = false;
+  CallbackScope scope;  // Last.
+};
+
+}  // namespace quillard

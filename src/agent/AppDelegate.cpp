@@ -1,10 +1,12 @@
 #include "agent/AppDelegate.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
 #include "agent/DesktopApprovalPress.h"
 #include "agent/FallbackStatusSnapshot.h"
+#include "agent/QuestionPress.h"
 #include "agent/configuration/AgentConfiguration.h"
 #include "status/StatusTexts.h"
 
@@ -40,7 +42,10 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
                                     const ApprovalResultCommand& result) { relay.publishResult(decisionID, result); }}),
       relay({pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets, platform.clock,
              platform.random, platform.console, stampClock},
-            relaySessionCallbacks()) {}
+            relaySessionCallbacks()),
+      channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
+              {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
+              questionsCallbacks(), agentCommandActions()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -51,6 +56,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::start() {
+  channel.start();
   suppressionStore.forgetEarlierRuns();  // Only the agent that runs does so: the settings are shared.
   menu.configureApplicationMenu();
   status.configureMenuBar();
@@ -73,6 +79,7 @@ bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
 
 void AppDelegate::applicationWillTerminate() {
   instanceGuard.stopWaiting();
+  channel.stop();
   status.stop();
   decisions.stop();
   notificationPause.stop();
@@ -160,13 +167,28 @@ void AppDelegate::forgetApprovals() {
   scanProblem = {};
   store.replace({});
   announcer.forget();
-  status.updateStatus(0);
+  status.updateStatus(static_cast<std::int64_t>(channel.questions().openCount()));
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
 }
 
 void AppDelegate::pendingApprovalsChanged() {
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
   status.updateStatus(static_cast<std::int64_t>(store.all().size()));
+}
+
+void AppDelegate::questionsChanged() {
+  announcer.announce(store.all(), notificationPause.isPaused());
+  pendingApprovalsChanged();
+}
+
+PhoneReach AppDelegate::phoneReach() {
+  if (!installLocation.isRunningFromApplications() || !pairingConfiguration.isRelayConfigured() ||
+      relay.isPairingRevoked()) {
+    return PhoneReach::none;
+  }
+  const auto& connection = relay.status();
+  const bool isThere = connection.phoneConnected || connection.phoneCount > 0 || !connection.phones.empty();
+  return connection.relayConnected && isThere ? PhoneReach::there : PhoneReach::away;
 }
 
 void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
@@ -179,6 +201,7 @@ void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
   if (command.action == kSuppressAction) {
     suppressionStore.suppress(command.suppressionID);
+    channel.questions().mute(command.suppressionID);
     store.removeSuppressed(command.suppressionID);
     pendingApprovalsChanged();
     detection.scheduleScanAfterChange("suppressed", /*scansAnyway=*/false);
@@ -192,7 +215,10 @@ ApprovalSnapshot AppDelegate::approvalSnapshot() {
   const NotificationPauseSnapshot pause = notificationPause.snapshot();
   ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted(),
                             .state = {.isPaused = pause.isPaused(), .pausedUntil = pause.pausedUntil}};
-  if (snapshot.accessibilityTrusted && !pause.isPaused()) snapshot.approvals = store.all();
+  if (pause.isPaused()) return snapshot;
+  snapshot.approvals = store.all();
+  // What programs ask needs no permission.
+  if (!snapshot.accessibilityTrusted) std::erase_if(snapshot.approvals, [](const auto& one) { return !one.isAsked; });
   return snapshot;
 }
 
@@ -231,18 +257,37 @@ PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
 }
 
 std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {
-  return std::make_unique<DesktopApprovalPress>(
+  auto desktop = std::make_unique<DesktopApprovalPress>(
       DesktopApprovalPressDependencies{.detector = [this]() -> DialogDetector& { return detection.detector(); },
                                        .click = {platform.accessibility, platform.syntheticEvents, platform.clock},
                                        .workspace = platform.workspace,
                                        .executors = platform.executors});
+  return std::make_unique<QuestionPress>(std::move(desktop), [this]() -> Questions& { return channel.questions(); });
+}
+
+QuestionsCallbacks AppDelegate::questionsCallbacks() {
+  return {.phoneReach = [this] { return phoneReach(); },
+          .isPaused = [this] { return notificationPause.isPaused(); },
+          .onChanged = [this] { questionsChanged(); }};
+}
+
+AgentCommandActions AppDelegate::agentCommandActions() {
+  return {.status = [this] { return currentStatusSnapshot(); },
+          .pause = [this](NotificationPauseOption option) { pauseNotifications(option); },
+          .resume = [this] { resumeNotifications(); },
+          .openWindow = [this] { showStatusWindow(); },
+          .quit = [this] { quit(); }};
 }
 
 RelaySessionCallbacks AppDelegate::relaySessionCallbacks() {
   return {.snapshotProvider = [this] { return approvalSnapshot(); },
           .onApprovalRequest = [this](const auto& envelope) { decisions.handleRelayApprovalRequest(envelope); },
           .onSuppressionCommand = [this](const auto& command) { handleRelaySuppressionCommand(command); },
-          .onStatusChange = [this] { status.refreshStatusWindow(); },
+          .onStatusChange =
+              [this] {
+                status.refreshStatusWindow();
+                channel.questions().phonesChanged();
+              },
           .onPairingForgotten =
               [this] {
                 decisions.forget();

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "agent/AgentChannel.h"
 #include "agent/ApplicationMenu.h"
 #include "agent/ApprovalAnnouncer.h"
 #include "agent/DecisionRunner.h"
@@ -79,6 +80,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void forgetApprovals();
   // Other than by a scan.
   void pendingApprovalsChanged();
+  void questionsChanged();
+  [[nodiscard]] PhoneReach phoneReach();
   void approvalWasAnswered(const Uuid& approvalID);
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);
   // The phones always learn whether the permission is there; of prompts they learn only while it is, and no pause is
@@ -90,6 +93,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] PermissionWatchEvents permissionWatchEvents();
   [[nodiscard]] PromptDetectionDependencies promptDetectionDependencies();
   [[nodiscard]] std::unique_ptr<ApprovalPress> makeApprovalPress();
+  [[nodiscard]] QuestionsCallbacks questionsCallbacks();
+  [[nodiscard]] AgentCommandActions agentCommandActions();
   [[nodiscard]] RelaySessionCallbacks relaySessionCallbacks();
   [[nodiscard]] StatusWindowCallbacks statusWindowCallbacks();
 
@@ -113,6 +118,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   PromptDetection detection;
   DecisionRunner decisions;  // Presses with the detection's detector.
   RelaySession relay;
+  AgentChannel channel;  // Its questions are answered by the decisions.
 };
 
 }  // namespace quillard

@@ -1,0 +1,31 @@
+#include "agent/AgentChannel.h"
+
+#include <utility>
+
+namespace quillard {
+
+AgentChannel::AgentChannel(const AgentChannelDependencies& dependencies,
+                           const QuestionsDependencies& questionsDependencies, QuestionsCallbacks questionsCallbacks,
+                           AgentCommandActions actions)
+    : console(dependencies.console),
+      openQuestions(questionsDependencies, std::move(questionsCallbacks)),
+      questionCommands(openQuestions, dependencies.store),
+      agentCommands(std::move(actions), dependencies.mainThread),
+      server(dependencies.localSockets, dependencies.mainThread) {
+  questionCommands.addTo(server);
+  agentCommands.addTo(server);
+}
+
+AgentChannel::~AgentChannel() = default;
+
+void AgentChannel::start() {
+  if (server.start()) return;
+  console.writeLine("No program can ask here: the socket for it cannot be made.");
+}
+
+void AgentChannel::stop() {
+  openQuestions.stop();
+  server.stop();
+}
+
+}  // namespace quillard

@@ -1,0 +1,287 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "channel/ChannelClient.h"
+#include "questions/QuestionAsker.h"
+#include "support/AgentWorld.h"
+
+// The whole road of a question, from a program that asks over the channel to the phone and back.
+namespace quillard {
+namespace {
+
+using platform::simulated::SimulatedLocalSockets;
+using samples::AgentWorld;
+using samples::erasePrompt;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+QuestionRequest deletion() {
+  return {.question = "Delete the old backups?", .lines = {"214 GB"}, .buttons = {{"Delete"}, {"Cancel"}}};
+}
+
+// A program of the same user that asks.
+class Program {
+ public:
+  explicit Program(AgentWorld& agent, const std::string& name = "backup")
+      : agent(agent),
+        sockets(agent.world.socketFolder(), agent.world.time().mainThread(),
+                {.process = {.processIdentifier = 4242,
+                             .executable = "/usr/bin/" + name,
+                             .programName = name,
+                             .workingFolder = "/srv"}}) {}
+
+  void ask(const QuestionRequest& request = deletion()) {
+    asker = std::make_unique<QuestionAsker>(
+        QuestionAskerDependencies{sockets, agent.world.time().mainThread(), agent.world.time()}, request,
+        QuestionAskerEvents{.take = [](const AskOutcome&) { return true; },
+                            .onOutcome = [this](const AskOutcome& given) { outcome = given; }});
+    agent.advance(0.5);
+  }
+  void end() { asker.reset(); }
+  // The answers to one line.
+  std::string request(const std::string& line) {
+    ChannelClient client(sockets, {.onMessage = [this](const auto& message) { received += message.json.dump() + "\n"; },
+                                   .onEnd = [] {}});
+    (void)client.open();
+    received.clear();
+    client.send(line);
+    agent.advance(0.5);
+    return received;
+  }
+
+  std::optional<AskOutcome> outcome;
+
+ private:
+  AgentWorld& agent;
+  SimulatedLocalSockets sockets;
+  std::string received;
+  std::unique_ptr<QuestionAsker> asker;
+};
+
+class AppDelegateQuestions : public testing::Test {
+ protected:
+  AgentWorld agent;
+  Program program{agent};
+};
+
+TEST_F(AppDelegateQuestions, ReachThePhoneAndAreAcceptedWhenTheProgramTookTheAnswer) {
+  agent.launchAndPair();
+  program.ask();
+  ASSERT_THAT(agent.phone.shownTitles(), ElementsAre("Delete the old backups?"));
+  const auto shown = agent.phone.shown()[0];
+  EXPECT_EQ(shown.appName, "backup");
+  EXPECT_THAT(shown.messageLines, ElementsAre("Asked by /usr/bin/backup, process 4242, in /srv", "214 GB"));
+  EXPECT_TRUE(agent.menuBarShowsPending());
+  const auto decision = agent.phone.decide(shown.id, "Delete");
+  agent.advance(1);
+  EXPECT_THAT(agent.phone.answers(decision.value()), ElementsAre("accepted"));
+  ASSERT_TRUE(program.outcome.has_value());
+  EXPECT_EQ(program.outcome->label, "Delete");
+  EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
+  EXPECT_FALSE(agent.menuBarShowsPending());
+}
+
+TEST_F(AppDelegateQuestions, StandBesideWhatWindowsAsk) {
+  agent.launchAndPair();
+  (void)agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  program.ask();
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?", "Delete the old backups?"));
+  agent.advance(500);
+  EXPECT_THAT(agent.phone.shownTitles(), SizeIs(2)) << "no scan takes a question away";
+  const auto decision = agent.phone.decide(agent.phone.shown()[1].id, "Cancel");
+  agent.advance(1);
+  EXPECT_THAT(agent.phone.answers(decision.value()), ElementsAre("accepted"));
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+}
+
+TEST_F(AppDelegateQuestions, AreTakenBackFromThePhoneWhenTheProgramEnds) {
+  agent.launchAndPair();
+  program.ask();
+  const auto shown = agent.phone.shown().at(0);
+  program.end();
+  agent.advance(0.5);
+  EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
+  const auto decision = agent.phone.decide(shown.id, "Delete");
+  agent.advance(1);
+  EXPECT_THAT(agent.phone.answers(decision.value()), ElementsAre(HasSubstr("not_found")));
+}
+
+TEST_F(AppDelegateQuestions, ADecisionThatComesTwiceIsAnsweredOnce) {
+  agent.launchAndPair();
+  program.ask();
+  const auto id = agent.phone.shown().at(0).id;
+  ASSERT_TRUE(agent.phone.send("same", id, "Delete"));
+  ASSERT_TRUE(agent.phone.send("same", id, "Delete"));
+  agent.advance(1);
+  EXPECT_EQ(program.outcome.value().label, "Delete");
+  for (const auto& answer : agent.phone.answers("same")) EXPECT_EQ(answer, "accepted");
+}
+
+TEST_F(AppDelegateQuestions, AtTheComputerAreDeniedFromAfarAndGrantedThereAlone) {
+  agent.launchAndPair();
+  auto request = deletion();
+  request.needsComputer = true;
+  program.ask(request);
+  const auto id = agent.phone.shown().at(0).id;
+  const auto grant = agent.phone.decide(id, "Delete");
+  agent.advance(1);
+  EXPECT_THAT(agent.phone.answers(grant.value()),
+              ElementsAre("requires_direct_access: The program wants this to be answered at the computer."));
+  EXPECT_FALSE(program.outcome.has_value());
+  EXPECT_THAT(Program(agent, "terminal").request(channelLine("answer", {{"id", id.text()}, {"label", "Delete"}})),
+              HasSubstr(R"("type":"done")"));
+  EXPECT_EQ(program.outcome.value().label, "Delete");
+  EXPECT_EQ(program.outcome.value().by, "computer");
+  program.ask(request);
+  const auto denial = agent.phone.decide(agent.phone.shown().at(0).id, "Cancel");
+  agent.advance(1);
+  EXPECT_THAT(agent.phone.answers(denial.value()), ElementsAre("accepted"));
+}
+
+TEST_F(AppDelegateQuestions, AreMutedByProgramAndHeardAgain) {
+  agent.launchAndPair();
+  program.ask();
+  const auto kind = agent.phone.shown().at(0).suppressionID;
+  agent.phone.suppress(kind);
+  agent.advance(1);
+  EXPECT_EQ(program.outcome.value().end, QuestionEnd::muted);
+  EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
+  program.ask();
+  EXPECT_EQ(program.outcome.value().end, QuestionEnd::muted);
+  Program other(agent, "deploy");
+  other.ask();
+  EXPECT_THAT(agent.phone.shownTitles(), SizeIs(1));
+  agent.phone.unsuppress(kind);
+  agent.advance(1);
+  program.ask();
+  EXPECT_THAT(agent.phone.shownTitles(), SizeIs(2));
+}
+
+TEST_F(AppDelegateQuestions, AreNotAskedWhileAlertsArePaused) {
+  agent.launchAndPair();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::twoHours); });
+  program.ask();
+  EXPECT_EQ(program.outcome.value().end, QuestionEnd::paused);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.resumeNotifications(); });
+  program.ask();
+  EXPECT_THAT(agent.phone.shownTitles(), SizeIs(1));
+}
+
+TEST_F(AppDelegateQuestions, NeedNoPermissionToReadWindows) {
+  agent.launchAndPair();
+  (void)agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  agent.world.desktop().setTrusted(false);
+  agent.advance(5);
+  EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
+  program.ask();
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Delete the old backups?"));
+  EXPECT_TRUE(agent.menuBarShowsPending());
+}
+
+TEST_F(AppDelegateQuestions, AreAnnouncedAtTheComputerOnce) {
+  agent.launchAndPair();
+  const auto before = agent.world.userNotifications().posted().size();
+  program.ask();
+  agent.advance(400);
+  EXPECT_EQ(agent.world.userNotifications().posted().size(), before + 1);
+}
+
+TEST_F(AppDelegateQuestions, WithoutARelayEndImmediately) {
+  agent.world.environment().unset("QUILLARD_RELAY_URL");
+  agent.launch();
+  agent.advance(5);
+  program.ask();
+  ASSERT_TRUE(program.outcome.has_value());
+  EXPECT_EQ(program.outcome->end, QuestionEnd::noPhone);
+}
+
+TEST_F(AppDelegateQuestions, WaitForAnotherAgentWhenThisOneEndsAndThenEnd) {
+  agent.launchAndPair();
+  program.ask();
+  agent.quit();
+  EXPECT_FALSE(program.outcome.has_value());
+  agent.advance(11);
+  ASSERT_TRUE(program.outcome.has_value());
+  EXPECT_EQ(program.outcome->kind, AskOutcome::Kind::noAgent);
+}
+
+// ---- What else goes over the channel
+
+TEST_F(AppDelegateQuestions, TheListOfThemIsThereToBeRead) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("questions")), HasSubstr(R"("questions":[])"));
+  program.ask();
+  const auto listed = Program(agent, "terminal").request(channelLine("questions"));
+  EXPECT_THAT(listed, HasSubstr(R"("question":"Delete the old backups?")"));
+  EXPECT_THAT(listed, HasSubstr(R"("buttons":["Delete","Cancel"])"));
+  EXPECT_THAT(listed, HasSubstr(agent.phone.shown().at(0).id.text()));
+}
+
+TEST_F(AppDelegateQuestions, ThatAreUnknownCannotBeAnswered) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("answer", {{"id", Uuid().text()}, {"label", "Delete"}})),
+              HasSubstr(R"("code":"notFound")"));
+  EXPECT_THAT(program.request(channelLine("answer", {{"id", "1"}, {"label", "Delete"}})),
+              HasSubstr(R"("code":"malformed")"));
+}
+
+TEST_F(AppDelegateQuestions, TheStatusIsTold) {
+  agent.launchAndPair();
+  const auto status = program.request(channelLine("status"));
+  EXPECT_THAT(status, HasSubstr(R"("relay":{"configured":true,"connected":true,"revoked":false})"));
+  EXPECT_THAT(status, HasSubstr(R"("phones":[{"name":"Ann's phone")"));
+  EXPECT_THAT(status, HasSubstr(R"("paused":false)"));
+  EXPECT_THAT(status, HasSubstr(R"("pending":0)"));
+}
+
+TEST_F(AppDelegateQuestions, AlertsArePausedAndResumed) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("pause", {{"for", "2h"}})), HasSubstr(R"("type":"done")"));
+  EXPECT_TRUE(agent.status().notificationPause.pausedUntil.has_value());
+  EXPECT_THAT(program.request(channelLine("status")), HasSubstr(R"("pausedUntil":"2026-01-15T)"));
+  (void)program.request(channelLine("pause", {{"for", "on"}}));
+  EXPECT_TRUE(agent.status().notificationPause.pausesIndefinitely);
+  (void)program.request(channelLine("pause", {{"for", "off"}}));
+  EXPECT_FALSE(agent.status().notificationPause.isPaused());
+  EXPECT_THAT(program.request(channelLine("pause", {{"for", "ever"}})), HasSubstr(R"("code":"malformed")"));
+}
+
+TEST_F(AppDelegateQuestions, TheStatusIsFollowed) {
+  agent.launchAndPair();
+  SimulatedLocalSockets sockets(agent.world.socketFolder(), agent.world.time().mainThread(), {});
+  std::vector<std::string> received;
+  ChannelClient client(
+      sockets, {.onMessage = [&](const auto& message) { received.push_back(message.json.dump()); }, .onEnd = [] {}});
+  (void)client.open();
+  client.send(channelLine("status", {{"follow", true}}));
+  agent.advance(10);
+  ASSERT_THAT(received, SizeIs(1)) << "nothing has changed";
+  agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::fourHours); });
+  agent.advance(2);
+  ASSERT_THAT(received, SizeIs(2));
+  EXPECT_THAT(received[1], HasSubstr(R"("paused":true)"));
+}
+
+TEST_F(AppDelegateQuestions, TheAgentQuitsWhenAsked) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("quit")), HasSubstr(R"("type":"done")"));
+  EXPECT_TRUE(agent.world.application().hasTerminated());
+  EXPECT_FALSE(agent.world.socketFolder().holds(kChannelName));
+}
+
+TEST_F(AppDelegateQuestions, WhereNoSocketCanBeMadeTheAgentRunsAllTheSame) {
+  agent.world.socketFolder().setUnusable(true);
+  agent.launchAndPair();
+  EXPECT_THAT(agent.world.console().lines(),
+              testing::Contains("No program can ask here: the socket for it cannot be made."));
+  (void)agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+}
+
+}  // namespace
+}  // namespace quillard

@@ -15,6 +15,8 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter =
     "Exit codes: 0 fine, 1 a problem was found, 2 wrong usage, 3 not possible here.\n"
+    "Of ask: 0 the first button, 1 another one, 4 nobody answered in time, 5 no phone can be reached,\n"
+    "6 muted or paused, 7 too many questions, 130 interrupted.\n"
     "More is in quillard(1).";
 
 // Where CLI11 puts what it read.
@@ -28,6 +30,15 @@ struct Arguments {
   std::string settingName;
   std::string settingValue;
   bool wantsDefault = false;
+  AskQuestion question;
+  std::vector<std::string> buttons;
+  std::vector<std::string> denials;
+  std::string timeout;
+  std::string text;
+  std::string fallback;
+  AnswerQuestion answer;
+  TellStatus status;
+  PauseAlerts pause;
 };
 
 void describeRelay(CLI::App& program, Arguments& read) {
@@ -54,6 +65,83 @@ void describeSettings(CLI::App& program, Arguments& read) {
   settings->add_option("VALUE", read.settingValue, "What it is to be")->needs("NAME");
   settings->add_flag("--default", read.wantsDefault, "Back to the default")->needs("NAME")->excludes("VALUE");
   settings->add_flag("--json", read.asJson, "Print JSON")->excludes("VALUE")->excludes("--default");
+}
+
+// "90", "90s", "10m", "2h". Absent: none of these.
+std::optional<Seconds> durationOf(std::string_view text) {
+  double number = 0;
+  std::size_t digits = 0;
+  for (; digits < text.size() && digits < 6 && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+    number = number * 10 + (text[digits] - '0');
+  }
+  const auto unit = text.substr(digits);
+  if (digits == 0) return std::nullopt;
+  if (unit.empty() || unit == "s") return Seconds{number};
+  if (unit == "m") return Seconds{60 * number};
+  if (unit == "h") return Seconds{3600 * number};
+  return std::nullopt;
+}
+
+// Ends in "\n".
+PrintMessage wrongUsage(const std::string& command, const std::string& problem) {
+  return {"quillard " + command + ": " + problem + "\nRun with --help for more information.\n", ExitCode::wrongUsage};
+}
+
+void describeAsk(CLI::App& program, Arguments& read) {
+  auto* const ask = program.add_subcommand("ask", "Ask the user a question, on the phone, and print the answer");
+  ask->add_option("QUESTION", read.question.request.question, "What is asked, in one line")->required();
+  ask->add_option("--line", read.question.request.lines, "A line that explains it; may be given again");
+  ask->add_option("--text", read.text, "-: more lines come from standard input")->check(CLI::IsMember({"-"}));
+  ask->add_option("--button", read.buttons, "An answer; the first one ends with 0")->required();
+  ask->add_option("--deny", read.denials, "The label of a button that grants nothing");
+  ask->add_option("--recommend", read.question.request.recommended, "The label of the button to be recommended");
+  ask->add_option("--default-on-timeout", read.question.request.answerOnTimeout, "The label if nobody answers in time");
+  ask->add_option("--timeout", read.timeout, "How long to wait: 90s, 10m, 2h (10m)");
+  ask->add_flag("--needs-computer", read.question.request.needsComputer, "It may be denied from afar, not granted");
+  ask->add_option("--fallback", read.fallback, "terminal: ask there if there is no other way")
+      ->check(CLI::IsMember({"terminal"}));
+  ask->add_flag("--json", read.question.asJson, "Print JSON");
+  for (auto* const option : ask->get_options()) {
+    const bool mayRepeat =
+        option->check_name("--line") || option->check_name("--button") || option->check_name("--deny");
+    if (mayRepeat) option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  }
+}
+
+void describeAgentCommands(CLI::App& program, Arguments& read) {
+  auto* const status = program.add_subcommand("status", "Print what the agent that runs does");
+  status->add_flag("--json", read.status.asJson, "Print JSON");
+  status->add_flag("--follow", read.status.follows, "And again, whenever it changes");
+  auto* const pause = program.add_subcommand("pause", "Pause alerts to the phone, or resume them");
+  pause->add_option("DURATION", read.pause.duration, "2h, 4h, tomorrow, on (until off) or off")
+      ->required()
+      ->check(CLI::IsMember({"2h", "4h", "tomorrow", "on", "off"}));
+  program.add_subcommand("open", "Open the agent's window");
+  program.add_subcommand("quit", "End the agent");
+  auto* const answer = program.add_subcommand("answer", "List the questions of programs that wait, or answer one");
+  answer->add_option("ID", read.answer.id, "What the question's identity begins with");
+  answer->add_option("LABEL", read.answer.label, "The answer");
+  answer->add_flag("--json", read.answer.asJson, "Print JSON");
+}
+
+Command askCommand(const Arguments& read) {
+  AskQuestion command = read.question;
+  for (const auto& label : read.buttons) {
+    const bool dismisses = std::find(read.denials.begin(), read.denials.end(), label) != read.denials.end();
+    command.request.buttons.push_back({label, dismisses});
+  }
+  for (const auto& label : read.denials) {
+    if (!command.request.hasButton(label)) return wrongUsage("ask", "No button has the label of --deny.");
+  }
+  if (!read.timeout.empty()) {
+    const auto timeout = durationOf(read.timeout);
+    if (!timeout) return wrongUsage("ask", "A time-out is written as 90s, 10m or 2h.");
+    command.request.timeout = *timeout;
+  }
+  command.readsText = !read.text.empty();
+  command.fallsBackToTerminal = !read.fallback.empty();
+  if (const auto problem = problemOf(command.request)) return wrongUsage("ask", *problem);
+  return command;
 }
 
 void describe(CLI::App& program, Arguments& read) {
@@ -84,6 +172,9 @@ void describe(CLI::App& program, Arguments& read) {
   record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
   record->add_flag("--mask-texts", read.recording.masksTexts, "Hide what the texts say, but for labels of buttons");
   record->add_option("--program", read.recording.program, "Only programs whose name holds this");
+
+  describeAsk(program, read);
+  describeAgentCommands(program, read);
 }
 
 Command relayCommandOf(const CLI::App& relay, const Arguments& read) {
@@ -108,6 +199,15 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   if (program.got_subcommand("record")) return read.recording;
   if (program.got_subcommand("relay")) return relayCommandOf(*program.get_subcommand("relay"), read);
   if (program.got_subcommand("settings")) return settingsCommandOf(*program.get_subcommand("settings"), read);
+  if (program.got_subcommand("ask")) return askCommand(read);
+  if (program.got_subcommand("answer")) {
+    if (!read.answer.id.empty() && read.answer.label.empty()) return wrongUsage("answer", "LABEL is missing.");
+    return read.answer;
+  }
+  if (program.got_subcommand("status")) return read.status;
+  if (program.got_subcommand("pause")) return read.pause;
+  if (program.got_subcommand("open")) return OpenWindow{};
+  if (program.got_subcommand("quit")) return QuitAgent{};
   return RunAgent{};
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/ExitCode.h"
+#include "questions/QuestionRequest.h"
 
 // What the program was asked to do. Pure functions of the arguments.
 namespace quillard::app {
@@ -75,6 +76,38 @@ struct ChangeSetting {
   std::optional<std::string> value{};  // Absent: back to the default.
   bool operator==(const ChangeSetting&) const = default;
 };
+// Asks the user a question and prints the answer.
+struct AskQuestion {
+  QuestionRequest request;
+  bool readsText = false;  // More lines come from standard input.
+  bool asJson = false;
+  bool fallsBackToTerminal = false;
+  bool operator==(const AskQuestion&) const = default;
+};
+// Lists the questions that wait, or answers one.
+struct AnswerQuestion {
+  std::string id{};  // What its identity begins with; empty: lists them.
+  std::string label{};
+  bool asJson = false;
+  bool operator==(const AnswerQuestion&) const = default;
+};
+// What the agent's window says.
+struct TellStatus {
+  bool asJson = false;
+  bool follows = false;  // And again, whenever it changes.
+  bool operator==(const TellStatus&) const = default;
+};
+struct PauseAlerts {
+  std::string duration;  // "2h", "4h", "tomorrow", "on" or "off".
+  bool operator==(const PauseAlerts&) const = default;
+};
+// Opens the agent's window.
+struct OpenWindow {
+  bool operator==(const OpenWindow&) const = default;
+};
+struct QuitAgent {
+  bool operator==(const QuitAgent&) const = default;
+};
 
 // Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
 struct PrintMessage {
@@ -84,7 +117,8 @@ struct PrintMessage {
 };
 
 using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, RecordDesktop, SetRelay,
-                             ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, PrintMessage>;
+                             ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, AskQuestion,
+                             AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

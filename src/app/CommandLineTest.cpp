@@ -58,13 +58,88 @@ TEST(CommandLine, HasACommandForEachTool) {
   expectCommand({"settings", "approval-stale-grace", "--default"}, ChangeSetting{"approval-stale-grace", std::nullopt});
 }
 
+TEST(CommandLine, HasACommandForEachRequestToTheAgent) {
+  expectCommand({"status"}, TellStatus{});
+  expectCommand({"status", "--json", "--follow"}, TellStatus{.asJson = true, .follows = true});
+  for (const char* const duration : {"2h", "4h", "tomorrow", "on", "off"}) {
+    expectCommand({"pause", duration}, PauseAlerts{duration});
+  }
+  expectCommand({"open"}, OpenWindow{});
+  expectCommand({"quit"}, QuitAgent{});
+  expectCommand({"answer"}, AnswerQuestion{});
+  expectCommand({"answer", "--json"}, AnswerQuestion{.asJson = true});
+  expectCommand({"answer", "AB12", "Delete all"}, AnswerQuestion{.id = "AB12", .label = "Delete all"});
+  EXPECT_NE(refusal({"pause", "3h"}), "not refused");
+  EXPECT_NE(refusal({"pause"}), "not refused");
+  EXPECT_NE(refusal({"answer", "AB12"}), "not refused");
+}
+
+TEST(CommandLine, AQuestionHasAllThatAProgramCanSay) {
+  expectCommand({"ask", "Go on?", "--button", "Yes"},
+                AskQuestion{.request = {.question = "Go on?", .buttons = {{"Yes"}}}});
+  expectCommand({"ask",
+                 "Delete?",
+                 "--line",
+                 "214 GB",
+                 "--line",
+                 "on tank",
+                 "--button",
+                 "Löschen",
+                 "--button",
+                 "Nein",
+                 "--deny",
+                 "Nein",
+                 "--recommend",
+                 "Nein",
+                 "--default-on-timeout",
+                 "Nein",
+                 "--timeout",
+                 "2h",
+                 "--needs-computer",
+                 "--json",
+                 "--text",
+                 "-",
+                 "--fallback",
+                 "terminal"},
+                AskQuestion{.request = {.question = "Delete?",
+                                        .lines = {"214 GB", "on tank"},
+                                        .buttons = {{"Löschen"}, {"Nein", true}},
+                                        .recommended = "Nein",
+                                        .answerOnTimeout = "Nein",
+                                        .timeout = Seconds{7200},
+                                        .needsComputer = true},
+                            .readsText = true,
+                            .asJson = true,
+                            .fallsBackToTerminal = true});
+}
+
+TEST(CommandLine, RefusesQuestionsThatCannotBeAsked) {
+  const std::vector<std::vector<std::string>> table{
+      {"ask"},
+      {"ask", "Go on?"},
+      {"ask", "", "--button", "Yes"},
+      {"ask", "Go on?", "--button", ""},
+      {"ask", "Go on?", "--button", "Yes", "--button", "Yes"},
+      {"ask", "Go on?", "--button", "Yes", "--deny", "No"},
+      {"ask", "Go on?", "--button", "Yes", "--recommend", "No"},
+      {"ask", "Go on?", "--button", "Yes", "--default-on-timeout", "No"},
+      {"ask", "Go on?", "--button", "Yes", "--text", "file"},
+      {"ask", "Go on?", "--button", "Yes", "--fallback", "window"},
+      {"ask", "Go", "on?", "--button", "Yes"},
+  };
+  for (const auto& arguments : table) EXPECT_NE(refusal(arguments), "not refused") << testing::PrintToString(arguments);
+  for (const char* const timeout : {"0", "soon", "1.5h", "-5", "25h", "99999999", "10 m", "5d", "m"}) {
+    EXPECT_NE(refusal({"ask", "Go on?", "--button", "Yes", "--timeout", timeout}), "not refused") << timeout;
+  }
+}
+
 TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
   for (const char* flag : {"--help", "-h"}) {
     const auto command = parseCommandLine({flag});
     const auto& said = std::get<PrintMessage>(command);
     EXPECT_EQ(said.code, ExitCode::fine);
-    for (const char* word : {"scan", "explain", "doctor", "pair", "relay", "settings", "record", "--version",
-                             "Exit codes: 0", "quillard(1)"}) {
+    for (const char* word : {"scan", "explain", "doctor", "pair", "relay", "settings", "record", "ask", "answer",
+                             "status", "pause", "open", "quit", "--version", "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
     }
   }

@@ -9,6 +9,8 @@ namespace quillard::app {
 struct Output {
   std::function<void(std::string_view)> print;
   std::function<void(std::string_view)> printError;
+  // Whether all that was printed so far could be written.
+  std::function<bool()> couldPrint = [] { return true; };
 };
 
 }  // namespace quillard::app

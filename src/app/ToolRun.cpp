@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include "agent/FallbackStatusSnapshot.h"
+#include "app/ChannelRun.h"
+#include "app/ChannelTools.h"
 #include "app/DesktopTools.h"
 #include "app/DoctorExamination.h"
 #include "app/PairingTool.h"
@@ -82,9 +84,23 @@ struct Tools {
   [[nodiscard]] MakeChange changes() const {
     return [this](const SettingsChange& change) { return changeHere(change, platform); };
   }
+  ExitCode operator()(const AskQuestion& command) const { return runAsk(command, channel(), output); }
+  ExitCode operator()(const AnswerQuestion& command) const { return runAnswer(command, channel(), output); }
+  ExitCode operator()(const TellStatus& command) const { return runStatus(command, channel(), output); }
+  ExitCode operator()(const PauseAlerts& command) const { return request("pause", command); }
+  ExitCode operator()(const OpenWindow& command) const { return request("open", command); }
+  ExitCode operator()(const QuitAgent& command) const { return request("quit", command); }
   // No tools.
   ExitCode operator()(const RunAgent&) const { return ExitCode::wrongUsage; }
   ExitCode operator()(const PrintMessage&) const { return ExitCode::wrongUsage; }
+
+  [[nodiscard]] ChannelRunDependencies channel() const {
+    return {platform.localSockets, platform.executors, platform.clock};
+  }
+  template <class Given>
+  [[nodiscard]] ExitCode request(const char* name, const Given& command) const {
+    return runRequest(name, requestLine(command), channel(), output);
+  }
 
   const platform::Platform& platform;
   const DoctorTraits& doctor;

@@ -75,6 +75,7 @@ void QuestionAsker::lost() {
 void QuestionAsker::finish(const AskOutcome& outcome) {
   next.reset();
   lateness.reset();
+  if (client) client->close();
   const auto told = events.onOutcome;
   told(outcome);
 }

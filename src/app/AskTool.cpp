@@ -1,0 +1,133 @@
+#include "app/AskTool.h"
+
+#include <charconv>
+#include <utility>
+
+#include "channel/ChannelMessage.h"
+#include "foundation/PrintableText.h"
+#include "questions/QuestionTexts.h"
+
+namespace quillard::app {
+namespace {
+
+using Kind = AskOutcome::Kind;
+
+constexpr std::size_t kLongestShown = 4096;
+
+std::string_view outcomeName(const AskOutcome& outcome) {
+  switch (outcome.kind) {
+    case Kind::answered:
+      return "answered";
+    case Kind::ended:
+      return QuestionTexts::name(outcome.end);
+    case Kind::noAgent:
+      return "noAgent";
+    case Kind::refused:
+      break;
+  }
+  return "refused";
+}
+
+ExitCode exitCode(QuestionEnd end) {
+  switch (end) {
+    case QuestionEnd::timedOut:
+      return ExitCode::timedOut;
+    case QuestionEnd::noPhone:
+      return ExitCode::noPhone;
+    case QuestionEnd::paused:
+    case QuestionEnd::muted:
+      return ExitCode::mutedOrPaused;
+    case QuestionEnd::tooMany:
+      return ExitCode::tooMany;
+    case QuestionEnd::stopping:
+      break;
+  }
+  return ExitCode::cannotDoHere;
+}
+
+}  // namespace
+
+ExitCode exitCode(const AskOutcome& outcome) {
+  switch (outcome.kind) {
+    case Kind::answered:
+      return outcome.index == 0 ? ExitCode::fine : ExitCode::otherButton;
+    case Kind::ended:
+      return exitCode(outcome.end);
+    case Kind::refused:
+      return ExitCode::wrongUsage;
+    case Kind::noAgent:
+      break;
+  }
+  return ExitCode::cannotDoHere;
+}
+
+std::string askText(const AskOutcome& outcome, bool asJson) {
+  const bool isAnswered = outcome.kind == Kind::answered;
+  if (!asJson) return isAnswered ? outcome.label + "\n" : "";
+  Json json = {{"version", kChannelVersion}, {"outcome", outcomeName(outcome)}};
+  if (isAnswered) {
+    json["label"] = outcome.label;
+    json["index"] = outcome.index;
+    json["by"] = outcome.by;
+  } else {
+    json["message"] = outcome.message;
+  }
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string askErrorText(const AskOutcome& outcome) {
+  if (outcome.kind == Kind::answered) return "";
+  return "quillard ask: " + printableText(outcome.message) + "\n";
+}
+
+bool mayFallBack(const AskOutcome& outcome) {
+  return outcome.kind == Kind::noAgent || (outcome.kind == Kind::ended && outcome.end == QuestionEnd::noPhone);
+}
+
+AskTool::AskTool(const AskQuestion& given, const QuestionAskerDependencies& dependencies, const Output& output,
+                 std::function<void(ExitCode, const AskOutcome&)> onEnd)
+    : command(given),
+      output(output),
+      onEnd(std::move(onEnd)),
+      asker(std::make_unique<QuestionAsker>(
+          dependencies, command.request,
+          QuestionAskerEvents{.take = [this](const AskOutcome& outcome) { return print(outcome); },
+                              .onOutcome = [this](const AskOutcome& outcome) { ended(outcome); }})) {}
+
+bool AskTool::print(const AskOutcome& outcome) {
+  output.print(askText(outcome, command.asJson));
+  return output.couldPrint();
+}
+
+// What was answered was printed when it was taken.
+void AskTool::ended(const AskOutcome& outcome) {
+  const bool fallsBack = command.fallsBackToTerminal && mayFallBack(outcome);
+  if (outcome.kind != Kind::answered && !fallsBack) {
+    if (command.asJson) output.print(askText(outcome, /*asJson=*/true));
+    output.printError(askErrorText(outcome));
+  }
+  onEnd(exitCode(outcome), outcome);
+}
+
+std::string terminalText(const QuestionRequest& request) {
+  std::string text = "\n" + printableText(request.question, kLongestShown) + "\n";
+  for (const auto& line : request.lines) text += "  " + printableText(line, kLongestShown) + "\n";
+  for (std::size_t i = 0; i < request.buttons.size(); ++i) {
+    text += "  " + std::to_string(i + 1) + "  " + printableText(request.buttons[i].label, kLongestShown) + "\n";
+  }
+  return text + "Number: ";
+}
+
+std::optional<std::size_t> chosenButton(const QuestionRequest& request, std::string_view line) {
+  for (std::size_t i = 0; i < request.buttons.size(); ++i) {
+    if (request.buttons[i].label == line) return i;
+  }
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
+  if (error != std::errc{} || end != line.data() + line.size() || number < 1 || number > request.buttons.size()) {
+    return std::nullopt;
+  }
+  return number - 1;
+}
+
+}  // namespace quillard::app

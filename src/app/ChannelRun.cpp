@@ -1,0 +1,203 @@
+#include "app/ChannelRun.h"
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include <QtCore/QCoreApplication>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "app/AskTool.h"
+#include "app/ChannelTools.h"
+#include "foundation/PrintableText.h"
+#include "platform/qt/TerminationSignals.h"
+
+namespace quillard::app {
+namespace {
+
+constexpr Seconds kParentInterval{1};
+
+// All of it, or what is beyond `longest` left out but for one byte. Absent: it cannot be read.
+std::optional<std::string> readAll(int descriptor, std::size_t longest) {
+  std::string text;
+  std::array<char, 4096> piece{};
+  while (text.size() <= longest) {
+    const auto length = ::read(descriptor, piece.data(), piece.size());
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) return std::nullopt;
+    if (length == 0) break;
+    text.append(piece.data(), static_cast<std::size_t>(length));
+  }
+  return text;
+}
+
+void addLines(std::vector<std::string>& lines, std::string_view text) {
+  while (!text.empty()) {
+    const auto end = text.find('\n');
+    lines.emplace_back(text.substr(0, end));
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+}
+
+bool writeText(int descriptor, const std::string& text) {
+  return ::write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+// A line of the terminal without its end. Absent: it has ended.
+std::optional<std::string> readLine(int terminal) {
+  std::string line;
+  for (char character = 0; line.size() < QuestionRequest::kLongestLabel;) {
+    const auto length = ::read(terminal, &character, 1);
+    if (length < 0 && errno == EINTR) continue;
+    if (length <= 0) return std::nullopt;
+    if (character == '\n') return line;
+    line += character;
+  }
+  return line;
+}
+
+// Asks at the terminal of this process, whatever its standard streams are. Absent: there is none, or it has ended.
+std::optional<std::size_t> askAtTerminal(const QuestionRequest& request) {
+  const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+  if (terminal < 0) return std::nullopt;
+  std::optional<std::size_t> chosen;
+  while (!chosen && writeText(terminal, terminalText(request))) {
+    const auto line = readLine(terminal);
+    if (!line) break;
+    chosen = chosenButton(request, *line);
+  }
+  ::close(terminal);
+  return chosen;
+}
+
+ExitCode fallBack(const AskQuestion& command, const AskOutcome& problem, ExitCode code, const Output& output) {
+  const auto chosen = askAtTerminal(command.request);
+  if (!chosen) {
+    if (command.asJson) output.print(askText(problem, /*asJson=*/true));
+    output.printError(askErrorText(problem));
+    return code;
+  }
+  const AskOutcome outcome{.kind = AskOutcome::Kind::answered,
+                           .label = command.request.buttons[*chosen].label,
+                           .index = *chosen,
+                           .by = "terminal"};
+  output.print(askText(outcome, command.asJson));
+  return exitCode(outcome);
+}
+
+// What a tool's loop ends with.
+struct Ending {
+  void operator()(ExitCode wanted) {
+    code = wanted;
+    QCoreApplication::exit();
+  }
+  ExitCode code = ExitCode::cannotDoHere;
+};
+
+ChannelRequestEvents eventsOf(const std::string& name, Ending& end, const Output& output,
+                              std::function<bool(const ChannelMessage&)> onMessage) {
+  return {.onMessage = std::move(onMessage), .onProblem = [&end, &output, name](ExitCode code, const auto& message) {
+            output.printError("quillard " + name + ": " + printableText(message) + "\n");
+            end(code);
+          }};
+}
+
+// Sends one line and hands what comes to `onMessage`, until that returns an exit code.
+ExitCode exchange(const std::string& name, const std::string& line, const ChannelRunDependencies& dependencies,
+                  const Output& output,
+                  const std::function<std::optional<ExitCode>(const ChannelMessage&)>& onMessage) {
+  Ending end;
+  const qt::TerminationSignals termination([&] { end(ExitCode::interrupted); });
+  const ChannelRequest request(dependencies.localSockets, dependencies.executors.mainThread(), line,
+                               eventsOf(name, end, output, [&](const ChannelMessage& message) {
+                                 const auto code = onMessage(message);
+                                 if (code) end(*code);
+                                 return !code;
+                               }));
+  QCoreApplication::exec();
+  return end.code;
+}
+
+ExitCode sendAnswer(const AnswerQuestion& command, const std::vector<ListedQuestion>& questions,
+                    const ChannelRunDependencies& dependencies, const Output& output) {
+  if (::isatty(STDIN_FILENO) != 1) {
+    output.printError("quillard answer: Questions are answered at a terminal.\n");
+    return ExitCode::cannotDoHere;
+  }
+  const auto* const question = questionWith(questions, command.id);
+  if (!question) {
+    output.printError(
+        "quillard answer: No question, or more than one, has this identity: " + printableText(command.id) + "\n");
+    return ExitCode::problemFound;
+  }
+  return runRequest("answer", channelLine("answer", {{"id", question->id}, {"label", command.label}}), dependencies,
+                    output);
+}
+
+}  // namespace
+
+ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies, const Output& output) {
+  if (command.readsText) {
+    const auto text = readAll(STDIN_FILENO, QuestionRequest::kLongestText);
+    if (text) addLines(command.request.lines, *text);
+    const auto problem = text ? problemOf(command.request) : "The standard input cannot be read.";
+    if (problem) {
+      output.printError("quillard ask: " + *problem + "\n");
+      return ExitCode::wrongUsage;
+    }
+  }
+  Ending end;
+  std::optional<AskOutcome> came;
+  {
+    const qt::TerminationSignals termination([&] { end(ExitCode::interrupted); });
+    const pid_t parent = ::getppid();
+    const auto watch = dependencies.executors.mainThread().repeatEvery(kParentInterval, [&] {
+      if (::getppid() != parent) end(ExitCode::interrupted);
+    });
+    const AskTool tool(command, {dependencies.localSockets, dependencies.executors.mainThread(), dependencies.clock},
+                       output, [&](ExitCode code, const AskOutcome& outcome) {
+                         came = outcome;
+                         end(code);
+                       });
+    QCoreApplication::exec();
+  }
+  if (!came || !command.fallsBackToTerminal || !mayFallBack(*came)) return end.code;
+  return fallBack(command, *came, end.code, output);
+}
+
+ExitCode runAnswer(const AnswerQuestion& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  std::vector<ListedQuestion> questions;
+  const auto code =
+      exchange("answer", channelLine("questions"), dependencies, output,
+               [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                 auto read = readQuestions(message);
+                 if (!read) return ExitCode::cannotDoHere;
+                 questions = std::move(*read);
+                 if (!command.id.empty()) return ExitCode::fine;
+                 output.print(command.asJson ? message.json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"
+                                             : questionsText(questions));
+                 return ExitCode::fine;
+               });
+  if (code != ExitCode::fine || command.id.empty()) return code;
+  return sendAnswer(command, questions, dependencies, output);
+}
+
+ExitCode runStatus(const TellStatus& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  return exchange("status", requestLine(command), dependencies, output,
+                  [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                    output.print(statusText(message, command.asJson));
+                    if (command.follows && output.couldPrint()) return std::nullopt;
+                    return ExitCode::fine;
+                  });
+}
+
+ExitCode runRequest(const std::string& name, const std::string& line, const ChannelRunDependencies& dependencies,
+                    const Output& output) {
+  return exchange(name, line, dependencies, output,
+                  [](const ChannelMessage&) -> std::optional<ExitCode> { return ExitCode::fine; });
+}
+
+}  // namespace quillard::app

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "app/CommandLine.h"
+#include "app/ExitCode.h"
+#include "app/Output.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Executors.h"
+#include "platform/process/LocalSockets.h"
+
+// The tools that speak to the agent, run in Qt's event loop, whose application object is there. Main thread.
+namespace quillard::app {
+
+struct ChannelRunDependencies {
+  platform::LocalSockets& localSockets;
+  platform::Executors& executors;
+  const platform::Clock& clock;
+};
+
+// Ends when the question is answered or over, when the process is told to end, and when the process that started it has
+// ended: then the question is taken back.
+[[nodiscard]] ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies, const Output& output);
+
+// Only at a terminal does it answer anything.
+[[nodiscard]] ExitCode runAnswer(const AnswerQuestion& command, const ChannelRunDependencies& dependencies,
+                                 const Output& output);
+
+[[nodiscard]] ExitCode runStatus(const TellStatus& command, const ChannelRunDependencies& dependencies,
+                                 const Output& output);
+
+// A request whose only answer is that it was done. `name`: of the command.
+[[nodiscard]] ExitCode runRequest(const std::string& name, const std::string& line,
+                                  const ChannelRunDependencies& dependencies, const Output& output);
+
+}  // namespace quillard::app

@@ -1,0 +1,140 @@
+#include "app/ChannelTools.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/PrintableText.h"
+
+namespace quillard::app {
+namespace {
+
+using platform::LocalConnectOutcome;
+
+constexpr std::size_t kLongestShown = 1024;
+constexpr std::size_t kShortestPrefix = 4;
+constexpr std::size_t kShownIdentity = 8;
+
+std::string lowered(std::string_view text) {
+  std::string low(text);
+  for (char& character : low) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  }
+  return low;
+}
+
+std::string relayText(JsonReader& status) {
+  bool isConfigured = false;
+  bool isConnected = false;
+  (void)status.object("relay", [&](JsonReader& relay) {
+    isConfigured = relay.boolean("configured");
+    isConnected = relay.boolean("connected");
+    return 0;
+  });
+  if (!isConfigured) return "none";
+  return isConnected ? "connected" : "not connected";
+}
+
+std::string phonesText(JsonReader& status) {
+  std::string names;
+  for (const auto& name : status.objects("phones", [](JsonReader& phone) { return phone.string("name"); })) {
+    names += (names.empty() ? "" : ", ") + printableText(name);
+  }
+  return names.empty() ? "none connected" : names;
+}
+
+}  // namespace
+
+ChannelRequest::ChannelRequest(platform::LocalSockets& sockets, platform::SerialExecutor& mainThread, std::string line,
+                               ChannelRequestEvents given)
+    : events(std::move(given)),
+      client(sockets, {.onMessage = [this](const auto& message) { received(message); },
+                       .onEnd = [this] { fail(ExitCode::cannotDoHere, "The agent closed the connection."); }}),
+      start(mainThread.postAfter(Seconds::zero(), [this, line = std::move(line)] { open(line); })),
+      timeout(mainThread.postAfter(kTimeout, [this] { fail(ExitCode::cannotDoHere, "The agent does not answer."); })) {}
+
+void ChannelRequest::open(const std::string& line) {
+  const auto outcome = client.open();
+  if (outcome == LocalConnectOutcome::absent) return fail(ExitCode::cannotDoHere, "No agent runs for this user.");
+  if (outcome == LocalConnectOutcome::refused) {
+    return fail(ExitCode::cannotDoHere, "The agent's socket takes no connection.");
+  }
+  client.send(line);
+}
+
+void ChannelRequest::received(const ChannelMessage& message) {
+  if (isOver) return;
+  timeout.reset();
+  if (message.type == "error") {
+    JsonReader reader{message.json};
+    return fail(ExitCode::problemFound, reader.optionalString("message").value_or(""));
+  }
+  const auto told = events.onMessage;
+  if (told(message)) return;
+  isOver = true;
+}
+
+void ChannelRequest::fail(ExitCode code, const std::string& message) {
+  if (std::exchange(isOver, true)) return;
+  timeout.reset();
+  const auto told = events.onProblem;
+  told(code, message);
+}
+
+std::string requestLine(const TellStatus& command) {
+  return channelLine("status", command.follows ? Json{{"follow", true}} : Json::object());
+}
+std::string requestLine(const PauseAlerts& command) { return channelLine("pause", {{"for", command.duration}}); }
+std::string requestLine(const OpenWindow& /*command*/) { return channelLine("open"); }
+std::string requestLine(const QuitAgent& /*command*/) { return channelLine("quit"); }
+
+std::string statusText(const ChannelMessage& status, bool asJson) {
+  if (asJson) return status.json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+  JsonReader reader{status.json};
+  std::string text = printableText(reader.string("summary")) + "\n";
+  text += "Relay:   " + relayText(reader) + "\n";
+  text += "Phones:  " + phonesText(reader) + "\n";
+  const bool isPaused = reader.boolean("paused");
+  const auto until = reader.optionalString("pausedUntil");
+  text += std::string("Alerts:  ") +
+          (!isPaused ? "on"
+           : until   ? "paused until " + printableText(*until)
+                     : "paused") +
+          "\n";
+  text += "Waiting: " + std::to_string(reader.integer("pending", 0, INT32_MAX)) + "\n";
+  return text;
+}
+
+std::optional<std::vector<ListedQuestion>> readQuestions(const ChannelMessage& message) {
+  JsonReader reader{message.json};
+  auto questions = reader.objects("questions", [](JsonReader& one) {
+    return ListedQuestion{.id = one.string("id"),
+                          .program = one.string("program"),
+                          .question = one.string("question"),
+                          .lines = one.strings("lines"),
+                          .buttons = one.strings("buttons")};
+  });
+  if (reader.error()) return std::nullopt;
+  return questions;
+}
+
+std::string questionsText(const std::vector<ListedQuestion>& questions) {
+  if (questions.empty()) return "No question waits.\n";
+  std::string text;
+  for (const auto& one : questions) {
+    text += printableText(std::string_view{one.id}.substr(0, kShownIdentity)) + "  " + printableText(one.program) +
+            ": " + printableText(one.question, kLongestShown) + "\n";
+    for (const auto& line : one.lines) text += "          " + printableText(line, kLongestShown) + "\n";
+    for (const auto& label : one.buttons) text += "          [" + printableText(label, kLongestShown) + "]\n";
+  }
+  return text;
+}
+
+const ListedQuestion* questionWith(const std::vector<ListedQuestion>& questions, std::string_view prefix) {
+  if (prefix.size() < kShortestPrefix) return nullptr;
+  const auto matches = [&](const ListedQuestion& one) { return lowered(one.id).starts_with(lowered(prefix)); };
+  const auto found = std::find_if(questions.begin(), questions.end(), matches);
+  if (found == questions.end() || std::count_if(questions.begin(), questions.end(), matches) != 1) return nullptr;
+  return &*found;
+}
+
+}  // namespace quillard::app

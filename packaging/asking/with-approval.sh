@@ -1,4 +1,4 @@
-# A shell function: asks on the phone, and runs the command if it is approved.
+# A function for bash and zsh: asks on the phone, and runs the command if it is approved.
 #
 #   . with-approval.sh
 #   with-approval rsync -a --delete src/ host:/srv/

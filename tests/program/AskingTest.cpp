@@ -1,0 +1,331 @@
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "support/ChildProcess.h"
+#include "support/TemporaryFolder.h"
+
+// Programs that ask, over the real socket of a real agent, without a desktop. What is asked has to be answered at the
+// computer, so that no phone is needed.
+namespace quillard {
+namespace {
+
+using nlohmann::json;
+using test::ChildProcess;
+using namespace std::chrono_literals;
+
+bool waitUntil(const std::function<bool()>& isSo) {
+  const auto end = std::chrono::steady_clock::now() + 20s;
+  while (!isSo()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(10ms);
+  }
+  return true;
+}
+
+// A connection of the test's own to the agent.
+class Connection {
+ public:
+  explicit Connection(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    isOpen = ::connect(file, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  }
+  ~Connection() { ::close(file); }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void send(const std::string& bytes) {
+    [[maybe_unused]] const auto sent = ::send(file, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  }
+  // Empty: it was closed, or nothing came for ten seconds.
+  std::string readLine() {
+    std::string line;
+    for (char character = 0;;) {
+      pollfd waited{.fd = file, .events = POLLIN, .revents = 0};
+      if (::poll(&waited, 1, 10'000) <= 0 || ::recv(file, &character, 1, 0) != 1) return "";
+      if (character == '\n') return line;
+      line += character;
+    }
+  }
+
+  bool isOpen = false;
+
+ private:
+  const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
+class Asking : public testing::Test {
+ protected:
+  Asking() {
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all);
+    startAgent();
+  }
+
+  std::unique_ptr<ChildProcess> launch(const std::vector<std::string>& arguments, const std::string& input = "",
+                                       const std::string& path = "/usr/bin:/bin") {
+    std::vector<std::string> command{QUILLARD_PROGRAM};
+    if (!arguments.empty() && arguments[0].starts_with('/')) command.clear();
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return std::make_unique<ChildProcess>(
+        ChildProcess::Start{.command = command,
+                            .environment = {"XDG_RUNTIME_DIR=" + folder.path(), "HOME=" + folder.path(),
+                                            "QT_QPA_PLATFORM=offscreen", "LC_ALL=C.UTF-8", "PATH=" + path},
+                            .input = input});
+  }
+  void startAgent() {
+    agent = launch({});
+    ASSERT_TRUE(waitUntil([&] { return Connection(socket).isOpen; }));
+  }
+  std::unique_ptr<ChildProcess> ask(const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments{"ask",      "Delete?", "--button",        "Delete",
+                                       "--button", "Cancel",  "--needs-computer"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return launch(arguments);
+  }
+  std::string request(const std::string& line) const {
+    Connection connection(socket);
+    connection.send(line + "\n");
+    return connection.readLine();
+  }
+  json waiting() const {
+    const auto answer =
+        json::parse(request(R"({"version":1,"type":"questions"})"), nullptr, /*allow_exceptions=*/false);
+    return answer.is_object() ? answer.value("questions", json::array()) : json::array();
+  }
+  bool waits(std::size_t count) {
+    return waitUntil([&] { return waiting().size() == count; });
+  }
+  std::string answer(const std::string& label) {
+    const json line = {{"version", 1}, {"type", "answer"}, {"id", waiting().at(0).at("id")}, {"label", label}};
+    return json::parse(request(line.dump())).at("type");
+  }
+
+  const test::TemporaryFolder folder;
+  const std::string socket = folder.path() + "/com.quillard.agent.socket";
+  std::unique_ptr<ChildProcess> agent;
+};
+
+TEST_F(Asking, TheAnswerComesBackWithTheExitStatusOfItsButton) {
+  for (const auto& [label, status] : std::vector<std::pair<std::string, int>>{{"Delete", 0}, {"Cancel", 1}}) {
+    const auto asking = ask();
+    ASSERT_TRUE(waits(1));
+    const auto listed = waiting().at(0);
+    EXPECT_EQ(listed.at("program"), "asking_test") << "the tool speaks for whoever started it";
+    EXPECT_EQ(listed.at("process"), ::getpid());
+    EXPECT_EQ(answer(label), "done");
+    EXPECT_EQ(asking->readLine(), label);
+    EXPECT_EQ(asking->wait(), status);
+    EXPECT_TRUE(waiting().empty());
+  }
+}
+
+TEST_F(Asking, AQuestionGoesWithItsProgram) {
+  const auto killed = ask();
+  ASSERT_TRUE(waits(1));
+  killed->kill();
+  EXPECT_TRUE(waits(0));
+  const auto interrupted = ask();
+  ASSERT_TRUE(waits(1));
+  ::kill(interrupted->id(), SIGINT);
+  EXPECT_EQ(interrupted->wait(), 130);
+  EXPECT_TRUE(waits(0));
+}
+
+TEST_F(Asking, AQuestionGoesWithTheShellThatAsked) {
+  const auto shell = launch(
+      {"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " ask 'Delete?' --button Delete --needs-computer; echo"});
+  ASSERT_TRUE(waits(1));
+  EXPECT_EQ(waiting().at(0).at("process"), shell->id());
+  shell->kill();
+  EXPECT_TRUE(waits(0));
+}
+
+TEST_F(Asking, AnAgentThatTakesThePlaceOfAKilledOneIsAskedAnew) {
+  const auto asking = ask();
+  ASSERT_TRUE(waits(1));
+  const auto former = waiting().at(0).at("id");
+  agent->kill();
+  startAgent();
+  ASSERT_TRUE(waits(1));
+  EXPECT_NE(waiting().at(0).at("id"), former);
+  EXPECT_EQ(answer("Delete"), "done");
+  EXPECT_EQ(asking->wait(), 0);
+}
+
+TEST_F(Asking, WithoutAnAgentEveryRequestEndsWithItsOwnStatus) {
+  agent->kill();
+  EXPECT_EQ(ask()->wait(), 3);
+  EXPECT_EQ(launch({"status"})->wait(), 3);
+  EXPECT_EQ(launch({"answer"})->wait(), 3);
+  EXPECT_EQ(launch({"quit"})->wait(), 3);
+}
+
+TEST_F(Asking, NothingEndsWithZeroWhenItsOutputCannotBeWritten) {
+  EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " status > /dev/full"})->wait(), 3);
+  EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " --version > /dev/full"})->wait(), 3);
+}
+
+TEST_F(Asking, ALoopThatFloodsIsRefusedAndTheAgentStaysAwake) {
+  const std::string question =
+      R"({"version":1,"type":"ask","question":"Again?","buttons":[{"label":"Yes"}],"needsComputer":true})"
+      "\n";
+  std::vector<std::unique_ptr<Connection>> open;
+  int taken = 0;
+  for (int i = 0; i < 1000; ++i) {
+    auto connection = std::make_unique<Connection>(socket);
+    connection->send(question);
+    if (json::parse(connection->readLine()).at("type") != "asked") continue;
+    ++taken;
+    open.push_back(std::move(connection));
+  }
+  EXPECT_EQ(taken, 4);
+  EXPECT_EQ(waiting().size(), 4U);
+  EXPECT_EQ(launch({"status"})->wait(), 0);
+}
+
+TEST_F(Asking, HostileProgramsHarmNobodyElse) {
+  std::vector<std::unique_ptr<Connection>> silent;
+  for (int i = 0; i < 30; ++i) silent.push_back(std::make_unique<Connection>(socket));
+  for (const std::string& bytes :
+       {std::string("\0\xff\n", 3), std::string(100'000, '[') + "\n", std::string("{}\n"), std::string("half a line"),
+        std::string(1'000'000, 'x'), std::string(R"({"version":1,"type":"ask","question":"x"})") + "\n"}) {
+    auto hostile = std::make_unique<Connection>(socket);
+    hostile->send(bytes);
+    silent.push_back(std::move(hostile));
+  }
+  const auto asking = ask();
+  ASSERT_TRUE(waits(1));
+  EXPECT_EQ(answer("Delete"), "done");
+  EXPECT_EQ(asking->wait(), 0);
+}
+
+TEST_F(Asking, TheAgentQuitsWhenAskedAndTakesItsSocketWithIt) {
+  EXPECT_EQ(launch({"quit"})->wait(), 0);
+  EXPECT_EQ(agent->wait(), 0);
+  EXPECT_FALSE(std::filesystem::exists(socket));
+}
+
+// ---- The scripts, with a `quillard` of the test's own that writes down what it is asked and ends as it is told.
+
+class AskingScripts : public testing::Test {
+ protected:
+  AskingScripts() {
+    std::ofstream(folder.path() + "/quillard")
+        << "#!/bin/sh\nfor piece; do echo \"$piece\" >> '" << folder.path() << "/asked'; done\n"
+        << "case \"$*\" in *--text*) cat >> '" << folder.path() << "/asked';; esac\n"
+        << "[ ! -f '" << folder.path() << "/says' ] || cat '" << folder.path() << "/says'\n"
+        << "exit $(cat '" << folder.path() << "/ends')\n";
+    std::filesystem::permissions(folder.path() + "/quillard", std::filesystem::perms::owner_all);
+  }
+  void quillardEndsWith(int wanted, const std::string& says = "") {
+    std::ofstream(folder.path() + "/ends") << wanted;
+    std::ofstream(folder.path() + "/says") << says;
+  }
+  // Its output, line by line; the exit code goes to `code`.
+  std::vector<std::string> run(const std::vector<std::string>& command, const std::string& input = "",
+                               const std::vector<std::string>& more = {}) {
+    std::vector<std::string> environment{"PATH=" + folder.path() + ":/usr/bin:/bin", "HOME=" + folder.path(),
+                                         "LC_ALL=C.UTF-8"};
+    environment.insert(environment.end(), more.begin(), more.end());
+    ChildProcess process({.command = command, .environment = environment, .input = input});
+    std::vector<std::string> lines;
+    while (const auto line = process.readLine()) lines.push_back(*line);
+    code = process.wait().value_or(-1);
+    return lines;
+  }
+  [[nodiscard]] std::string asked() const {
+    std::ifstream file(folder.path() + "/asked");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  [[nodiscard]] static std::string script(const std::string& name) { return std::string(ASKING_SCRIPTS) + "/" + name; }
+
+  const test::TemporaryFolder folder;
+  int code = -1;
+};
+
+TEST_F(AskingScripts, ACommandRunsWhenItIsApproved) {
+  const std::vector<std::string> command{"/bin/bash", "-c",
+                                         ". '" + script("with-approval.sh") + "'; with-approval echo done"};
+  quillardEndsWith(0);
+  EXPECT_EQ(run(command), std::vector<std::string>{"done"});
+  EXPECT_EQ(code, 0);
+  EXPECT_NE(asked().find("\nRun echo?\n"), std::string::npos) << asked();
+  EXPECT_NE(asked().find("\necho done\n"), std::string::npos) << asked();
+  for (const int refusal : {1, 3, 4, 130}) {
+    quillardEndsWith(refusal);
+    EXPECT_EQ(run(command), std::vector<std::string>{});
+    EXPECT_EQ(code, refusal);
+  }
+}
+
+TEST_F(AskingScripts, AKeysUseIsConfirmedAndASecretIsNeverAskedFor) {
+  quillardEndsWith(0);
+  run({script("ssh-askpass"), "Enter passphrase for key:"});
+  EXPECT_EQ(code, 1);
+  run({script("ssh-askpass"), "Are you sure?"}, "", {"SSH_ASKPASS_PROMPT=none"});
+  EXPECT_EQ(code, 1);
+  EXPECT_EQ(asked(), "");
+  run({script("ssh-askpass"), "Allow use of key id_ed25519?\nKey fingerprint SHA256:x."}, "",
+      {"SSH_ASKPASS_PROMPT=confirm"});
+  EXPECT_EQ(code, 0);
+  EXPECT_NE(asked().find("\nAllow use of key id_ed25519?\n"), std::string::npos) << asked();
+  EXPECT_NE(asked().find("Key fingerprint SHA256:x."), std::string::npos) << asked();
+  quillardEndsWith(1);
+  run({script("ssh-askpass"), "Allow?"}, "", {"SSH_ASKPASS_PROMPT=confirm"});
+  EXPECT_EQ(code, 1);
+}
+
+TEST_F(AskingScripts, APushToMainIsAskedForAndOthersAreNot) {
+  quillardEndsWith(1);
+  run({script("pre-push"), "origin", "git@host:x.git"}, "refs/heads/topic 1 refs/heads/topic 2\n");
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(asked(), "");
+  run({script("pre-push"), "origin", "git@host:x.git"},
+      "refs/heads/topic 1 refs/heads/topic 2\na 1 refs/heads/main 2\n");
+  EXPECT_EQ(code, 1);
+  EXPECT_NE(asked().find("\nPush to main of origin?\n"), std::string::npos) << asked();
+  quillardEndsWith(0);
+  run({script("pre-push"), "origin", "git@host:x.git"}, "a 1 refs/heads/main 2\n");
+  EXPECT_EQ(code, 0);
+}
+
+TEST_F(AskingScripts, ACodingAgentsToolIsApprovedOrBlocked) {
+  const std::string tool = R"({"tool_name":"Bash","tool_input":{"command":"rm -rf build"}})";
+  const auto decide = [&](const std::string& input) {
+    const auto lines = run({script("agent-hook")}, input);
+    return lines.size() == 1 ? json::parse(lines[0]) : json();
+  };
+  quillardEndsWith(0, R"({"version":1,"outcome":"answered","label":"Allow","index":0,"by":"phone"})");
+  EXPECT_EQ(decide(tool), (json{{"decision", "approve"}}));
+  EXPECT_NE(asked().find("\nUse Bash?\n"), std::string::npos) << asked();
+  EXPECT_NE(asked().find("\"command\": \"rm -rf build\""), std::string::npos) << asked();
+  quillardEndsWith(1, R"({"version":1,"outcome":"answered","label":"Deny","index":1,"by":"phone"})");
+  EXPECT_EQ(decide(tool), (json{{"decision", "block"}, {"reason", "Denied on the phone."}}));
+  quillardEndsWith(4, R"({"version":1,"outcome":"timedOut","message":"Nobody answered in time."})");
+  EXPECT_EQ(decide(tool), (json{{"decision", "block"}, {"reason", "Nobody answered in time."}}));
+  for (const std::string& input : {std::string(""), std::string("[]"), std::string("no json"),
+                                   R"({"tool_input":")" + std::string(70'000, 'x') + "\"}"}) {
+    EXPECT_EQ(decide(input).at("decision"), "block") << input.substr(0, 20);
+  }
+  quillardEndsWith(2, "");
+  EXPECT_EQ(decide(tool).at("decision"), "block") << "also when nothing can be said";
+}
+
+}  // namespace
+}  // namespace quillard

@@ -56,6 +56,7 @@ Json statusJson(const MacStatusSnapshot& snapshot) {
 void AgentCommands::addTo(ChannelServer& server) {
   server.add("status", [this](const auto& session, JsonReader& reader) { tellStatus(session, reader); });
   server.add("pause", [this](const auto& session, JsonReader& reader) { pause(session, reader); });
+  server.add("set", [this](const auto& session, JsonReader& reader) { set(session, reader); });
   server.add("open", [this](const auto& session, JsonReader&) {
     actions.openWindow();
     session->finish(channelLine("done"));
@@ -86,6 +87,16 @@ void AgentCommands::tellFollowers() {
     one.lastLine = line;
     if (const auto session = one.session.lock()) session->send(line);
   }
+}
+
+void AgentCommands::set(const std::shared_ptr<ChannelSession>& session, JsonReader& reader) {
+  const SettingsChange change{.name = reader.string("name"), .value = reader.optionalString("value")};
+  if (!ChannelServer::isRead(*session, reader)) return;
+  const auto outcome = actions.change(change);
+  if (const auto* const problem = std::get_if<std::string>(&outcome)) {
+    return session->refuse(channel_codes::kMalformed, *problem);
+  }
+  session->finish(channelLine("done", {{"takenOver", std::get<bool>(outcome)}}));
 }
 
 void AgentCommands::pause(const std::shared_ptr<ChannelSession>& session, JsonReader& reader) {

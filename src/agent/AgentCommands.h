@@ -3,8 +3,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
+#include "agent/SettingsChange.h"
 #include "approvals/NotificationPauseStore.h"
 #include "channel/ChannelServer.h"
 #include "platform/process/Executors.h"
@@ -19,10 +21,12 @@ struct AgentCommandActions {
   std::function<void()> resume;
   std::function<void()> openWindow;
   std::function<void()> quit;
+  // Why it cannot be kept, or whether it counts from now on.
+  std::function<std::variant<std::string, bool>(const SettingsChange&)> change;
 };
 
 // What the window's buttons do, for other programs of this user, over the channel: "status" (once, or again whenever it
-// changes), "pause", "open" and "quit". Main thread.
+// changes), "pause", "open", "quit" and "set". Main thread.
 class AgentCommands {
  public:
   // How soon a change of the status is told to those that follow it. Nobody follows it: it is not looked at.
@@ -43,6 +47,7 @@ class AgentCommands {
 
   void tellStatus(const std::shared_ptr<ChannelSession>& session, JsonReader& reader);
   void tellFollowers();
+  void set(const std::shared_ptr<ChannelSession>& session, JsonReader& reader);
   void pause(const std::shared_ptr<ChannelSession>& session, JsonReader& reader);
 
   const AgentCommandActions actions;

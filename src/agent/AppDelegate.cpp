@@ -138,7 +138,21 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .scanProblem = scanProblem,
           .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
           .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
-          .updateAvailability = menu.updateAvailability()};
+          .updateAvailability = menu.updateAvailability(),
+          .questions = waitingQuestions()};
+}
+
+std::vector<WaitingQuestion> AppDelegate::waitingQuestions() const {
+  std::vector<WaitingQuestion> waiting;
+  for (const auto& approval : store.all()) {
+    if (!approval.isAsked) continue;
+    auto& one = waiting.emplace_back(WaitingQuestion{.id = approval.id,
+                                                     .program = approval.appName,
+                                                     .question = approval.windowTitle,
+                                                     .lines = approval.messageLines});
+    for (const auto& button : approval.buttons) one.labels.push_back(button.label);
+  }
+  return waiting;
 }
 
 // ---- What the owners report
@@ -179,6 +193,28 @@ void AppDelegate::pendingApprovalsChanged() {
 void AppDelegate::questionsChanged() {
   announcer.announce(store.all(), notificationPause.isPaused());
   pendingApprovalsChanged();
+}
+
+std::variant<std::string, bool> AppDelegate::changeSetting(const SettingsChange& change) {
+  const bool wasConfigured = pairingConfiguration.isRelayConfigured();
+  if (const auto problem = apply(change, platform.userDefaults)) return *problem;
+  if (change.name == kRelaySetting) return takeOverRelay(wasConfigured);
+  store.setStaleAfter(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}));
+  detection.takeOverTunables();
+  return true;
+}
+
+// Where the environment or the program itself names a relay, the user's is kept and not used.
+bool AppDelegate::takeOverRelay(bool wasConfigured) {
+  if (pairingConfiguration.relayOrigin() != RelayOrigin::user || !installLocation.isRunningFromApplications()) {
+    return false;
+  }
+  pairingConfiguration.relayWasChosen();
+  status.forgetPairingCode();
+  relay.startRelayIfConfigured();
+  if (!wasConfigured) detection.scheduleStartOfPromptDetection();
+  status.refreshStatusWindow();
+  return true;
 }
 
 PhoneReach AppDelegate::phoneReach() {
@@ -276,7 +312,8 @@ AgentCommandActions AppDelegate::agentCommandActions() {
           .pause = [this](NotificationPauseOption option) { pauseNotifications(option); },
           .resume = [this] { resumeNotifications(); },
           .openWindow = [this] { showStatusWindow(); },
-          .quit = [this] { quit(); }};
+          .quit = [this] { quit(); },
+          .change = [this](const SettingsChange& change) { return changeSetting(change); }};
 }
 
 RelaySessionCallbacks AppDelegate::relaySessionCallbacks() {
@@ -317,7 +354,10 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
           .onPauseNotifications =
               weakly([](AppDelegate& self, NotificationPauseOption option) { self.pauseNotifications(option); }),
           .onResumeNotifications = weakly([](AppDelegate& self) { self.resumeNotifications(); }),
-          .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); })};
+          .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); }),
+          .onAnswerQuestion = weakly([](AppDelegate& self, const Uuid& id, const std::string& label) {
+            (void)self.channel.questions().answer(id, label, AnsweredBy::computer, [](bool) {});
+          })};
 }
 
 }  // namespace quillard

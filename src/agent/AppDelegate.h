@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
+#include <variant>
 #include <vector>
 
 #include "agent/AgentChannel.h"
@@ -14,6 +16,7 @@
 #include "agent/PermissionWatch.h"
 #include "agent/PromptDetection.h"
 #include "agent/RelaySession.h"
+#include "agent/SettingsChange.h"
 #include "agent/StatusPresenter.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
@@ -81,6 +84,11 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   // Other than by a scan.
   void pendingApprovalsChanged();
   void questionsChanged();
+  [[nodiscard]] std::vector<WaitingQuestion> waitingQuestions() const;
+  // What a person set from the terminal: kept, and taken over as far as that is possible while this runs.
+  [[nodiscard]] std::variant<std::string, bool> changeSetting(const SettingsChange& change);
+  // Whether the relay that is configured by now is used from now on.
+  bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();
   void approvalWasAnswered(const Uuid& approvalID);
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);

@@ -209,6 +209,37 @@ TEST_F(AppDelegateQuestions, WaitForAnotherAgentWhenThisOneEndsAndThenEnd) {
   EXPECT_EQ(program.outcome->kind, AskOutcome::Kind::noAgent);
 }
 
+TEST_F(AppDelegateQuestions, AreShownByTheWindowAndAnsweredThere) {
+  agent.launchAndPair();
+  auto request = deletion();
+  request.needsComputer = true;
+  program.ask(request);
+  Program other(agent, "deploy");
+  other.ask();
+  agent.advance(3);
+  auto& window = agent.world.statusWindowViews().window();
+  ASSERT_TRUE(window.content()->question.has_value());
+  EXPECT_EQ(window.content()->question->title, "Delete the old backups?");
+  EXPECT_EQ(window.content()->question->status, "2 questions wait");
+  EXPECT_EQ(window.content()->question->detail, "Asked by /usr/bin/backup, process 4242, in /srv\n214 GB");
+  EXPECT_TRUE(window.click(StatusWindowButton::questionPrimary));
+  agent.advance(0.1);
+  EXPECT_THAT(window.menuTitles(), ElementsAre("Delete", "Cancel"));
+  program.end();
+  agent.advance(0.1);
+  EXPECT_TRUE(window.chooseMenuItem("Delete")) << "the menu was about a question that has gone";
+  agent.advance(1);
+  EXPECT_FALSE(other.outcome.has_value());
+  EXPECT_EQ(window.content()->question->status, "deploy asks");
+  EXPECT_TRUE(window.click(StatusWindowButton::questionPrimary));
+  agent.advance(0.1);
+  EXPECT_TRUE(window.chooseMenuItem("Delete"));
+  agent.advance(1);
+  EXPECT_EQ(other.outcome.value().label, "Delete");
+  EXPECT_EQ(other.outcome.value().by, "computer");
+  EXPECT_FALSE(window.content()->question.has_value());
+}
+
 // ---- What else goes over the channel
 
 TEST_F(AppDelegateQuestions, TheListOfThemIsThereToBeRead) {
@@ -264,6 +295,51 @@ TEST_F(AppDelegateQuestions, TheStatusIsFollowed) {
   agent.advance(2);
   ASSERT_THAT(received, SizeIs(2));
   EXPECT_THAT(received[1], HasSubstr(R"("paused":true)"));
+}
+
+TEST_F(AppDelegateQuestions, ARelayThatIsSetIsUsedFromThenOn) {
+  agent.world.environment().unset("QUILLARD_RELAY_URL");
+  agent.launch();
+  agent.advance(5);
+  EXPECT_FALSE(agent.status().relayConfigured);
+  EXPECT_THAT(program.request(channelLine("set", {{"name", "relay"}, {"value", "wss://chosen.example/ws"}})),
+              HasSubstr(R"("takenOver":true)"));
+  agent.advance(5);
+  EXPECT_TRUE(agent.status().relayConnected);
+  agent.phone.pair();
+  agent.phone.comeOnline();
+  (void)agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?")) << "detection has started";
+}
+
+TEST_F(AppDelegateQuestions, ARelayOfTheEnvironmentComesBeforeOneThatIsSet) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("set", {{"name", "relay"}, {"value", "wss://chosen.example/ws"}})),
+              HasSubstr(R"("takenOver":false)"));
+  EXPECT_TRUE(agent.status().relayConnected) << "nothing was interrupted";
+}
+
+TEST_F(AppDelegateQuestions, TunablesThatAreSetAreTakenOver) {
+  agent.launchAndPair();
+  EXPECT_THAT(program.request(channelLine("set", {{"name", "approval-stale-grace"}, {"value", "60"}})),
+              HasSubstr(R"("takenOver":true)"));
+  const auto dialog = agent.desktop().open(erasePrompt());
+  agent.advance(5);
+  agent.desktop().close(dialog);
+  agent.advance(30);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?")) << "it is kept for a minute now";
+  agent.advance(60);
+  EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
+}
+
+TEST_F(AppDelegateQuestions, SettingsThatCannotBeAreRefused) {
+  agent.launchAndPair();
+  for (const auto& [name, value] : std::vector<std::pair<std::string, std::string>>{
+           {"approval-stale-grace", "-1"}, {"no-such", "1"}, {"relay", "http://x"}}) {
+    EXPECT_THAT(program.request(channelLine("set", {{"name", name}, {"value", value}})),
+                HasSubstr(R"("code":"malformed")"));
+  }
 }
 
 TEST_F(AppDelegateQuestions, TheAgentQuitsWhenAsked) {

@@ -200,4 +200,24 @@ ExitCode runRequest(const std::string& name, const std::string& line, const Chan
                   [](const ChannelMessage&) -> std::optional<ExitCode> { return ExitCode::fine; });
 }
 
+std::optional<ChangeOutcome> changeThere(const SettingsChange& change, const ChannelRunDependencies& dependencies) {
+  std::optional<ChangeOutcome> outcome;
+  const ChannelRequest request(
+      dependencies.localSockets, dependencies.executors.mainThread(), requestLine(change),
+      {.onMessage =
+           [&](const ChannelMessage& message) {
+             JsonReader reader{message.json};
+             outcome = ChangeOutcome{.isTakenOver = reader.optionalBoolean("takenOver").value_or(false)};
+             QCoreApplication::exit();
+             return false;
+           },
+       .onProblem =
+           [&](ExitCode code, const std::string& message) {
+             if (code == ExitCode::problemFound) outcome = ChangeOutcome{.problem = message};
+             QCoreApplication::exit();
+           }});
+  QCoreApplication::exec();
+  return outcome;
+}
+
 }  // namespace quillard::app

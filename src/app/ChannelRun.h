@@ -1,8 +1,12 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
+#include "app/SettingsTool.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Executors.h"
 #include "platform/process/LocalSockets.h"
@@ -30,5 +34,9 @@ struct ChannelRunDependencies {
 // A request whose only answer is that it was done. `name`: of the command.
 [[nodiscard]] ExitCode runRequest(const std::string& name, const std::string& line,
                                   const ChannelRunDependencies& dependencies, const Output& output);
+
+// Has the agent that runs make a change. Absent: none runs, or it does not answer.
+[[nodiscard]] std::optional<ChangeOutcome> changeThere(const SettingsChange& change,
+                                                       const ChannelRunDependencies& dependencies);
 
 }  // namespace quillard::app

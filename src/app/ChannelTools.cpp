@@ -87,6 +87,12 @@ std::string requestLine(const PauseAlerts& command) { return channelLine("pause"
 std::string requestLine(const OpenWindow& /*command*/) { return channelLine("open"); }
 std::string requestLine(const QuitAgent& /*command*/) { return channelLine("quit"); }
 
+std::string requestLine(const SettingsChange& change) {
+  Json members{{"name", change.name}};
+  if (change.value) members["value"] = *change.value;
+  return channelLine("set", members);
+}
+
 std::string statusText(const ChannelMessage& status, bool asJson) {
   if (asJson) return status.json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   JsonReader reader{status.json};

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "agent/SettingsChange.h"
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
@@ -51,6 +52,7 @@ class ChannelRequest {
 [[nodiscard]] std::string requestLine(const PauseAlerts& command);
 [[nodiscard]] std::string requestLine(const OpenWindow& command);
 [[nodiscard]] std::string requestLine(const QuitAgent& command);
+[[nodiscard]] std::string requestLine(const SettingsChange& change);
 
 // What is printed of a status: plain words, or the message itself as one line of JSON.
 [[nodiscard]] std::string statusText(const ChannelMessage& status, bool asJson);

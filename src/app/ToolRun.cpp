@@ -82,7 +82,10 @@ struct Tools {
     return changeSetting(command, {platform.environment, &platform.userDefaults}, changes(), output);
   }
   [[nodiscard]] MakeChange changes() const {
-    return [this](const SettingsChange& change) { return changeHere(change, platform); };
+    return [this](const SettingsChange& change) {
+      const auto outcome = changeThere(change, channel());
+      return outcome ? *outcome : changeHere(change, platform);
+    };
   }
   ExitCode operator()(const AskQuestion& command) const { return runAsk(command, channel(), output); }
   ExitCode operator()(const AnswerQuestion& command) const { return runAnswer(command, channel(), output); }

@@ -7,12 +7,24 @@
 
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/ScanOutcome.h"
+#include "foundation/Uuid.h"
 #include "relay/RelayStatus.h"
 #include "system/LoginItemManager.h"
 #include "system/UpdateManager.h"
 #include "values/Images.h"
 
 namespace quillard {
+
+// What a program asks and waits for.
+struct WaitingQuestion {
+  Uuid id;
+  std::string program;
+  std::string question;
+  std::vector<std::string> lines;
+  std::vector<std::string> labels;
+
+  bool operator==(const WaitingQuestion&) const = default;
+};
 
 // All that the status window shows, at one moment. Built anew for each refresh, never changed.
 struct MacStatusSnapshot {
@@ -31,6 +43,7 @@ struct MacStatusSnapshot {
   std::optional<LazyBitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;
+  std::vector<WaitingQuestion> questions{};  // Oldest first.
 
   [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !connectedPhones.empty(); }
   bool operator==(const MacStatusSnapshot&) const = default;

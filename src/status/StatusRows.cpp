@@ -1,5 +1,7 @@
 #include "status/StatusRows.h"
 
+#include <string>
+
 #include "foundation/PrintableText.h"
 #include "status/AppBrand.h"
 #include "status/StatusTexts.h"
@@ -11,6 +13,11 @@ namespace {
 constexpr Tint kWell{AppBrand::green};
 constexpr Tint kToDo{AppBrand::amber};
 constexpr Tint kQuiet{};
+
+// What is read at a glance; the rest is in the terminal and on the phone.
+constexpr std::size_t kMostLines = 8;
+constexpr std::size_t kLongestLine = 300;
+constexpr std::size_t kLongestQuestion = 1024;
 
 constexpr const char* kOpenSettings = "Open Settings";
 
@@ -118,6 +125,24 @@ StatusRowContent notificationPauseRow(const MacStatusSnapshot& snapshot) {
     row.tint = kWell;
     row.status = "On";
   }
+  return row;
+}
+
+std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot) {
+  if (snapshot.questions.empty()) return std::nullopt;
+  const auto& oldest = snapshot.questions.front();
+  StatusRowContent row{.symbol = "exclamationmark",
+                       .tint = kToDo,
+                       .title = printableText(oldest.question, kLongestQuestion),
+                       .status = snapshot.questions.size() == 1
+                                     ? printableText(oldest.program) + " asks"
+                                     : std::to_string(snapshot.questions.size()) + " questions wait",
+                       .primaryButton = ButtonContent{"Answer…"}};
+  std::size_t shown = 0;
+  for (; shown < oldest.lines.size() && shown < kMostLines; ++shown) {
+    row.detail += (shown > 0 ? "\n" : "") + printableText(oldest.lines[shown], kLongestLine);
+  }
+  if (shown < oldest.lines.size()) row.detail += "\nMore of it is in: quillard answer";
   return row;
 }
 

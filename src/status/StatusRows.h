@@ -1,10 +1,13 @@
 #pragma once
 
+#include <optional>
+
 #include "status/MacStatusSnapshot.h"
 #include "status/view/StatusWindowView.h"
 
-// The five setting rows of the status window. Dots and symbols are green where all is well, amber where something is
-// left to do, and in the colour of secondary text where there is nothing to say or do now. Functions of the snapshot.
+// The five setting rows of the status window, and the one for what programs ask. Dots and symbols are green where all is
+// well, amber where something is left to do, and in the colour of secondary text where there is nothing to say or do
+// now. Functions of the snapshot.
 namespace quillard::StatusRows {
 
 [[nodiscard]] StatusRowContent installLocationRow(const MacStatusSnapshot& snapshot);
@@ -12,5 +15,8 @@ namespace quillard::StatusRows {
 [[nodiscard]] StatusRowContent loginItemRow(const MacStatusSnapshot& snapshot);
 [[nodiscard]] StatusRowContent updateRow(const MacStatusSnapshot& snapshot);
 [[nodiscard]] StatusRowContent notificationPauseRow(const MacStatusSnapshot& snapshot);
+
+// What a program asks, the oldest question first. Absent: none waits.
+[[nodiscard]] std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot);
 
 }  // namespace quillard::StatusRows

@@ -118,5 +118,21 @@ TEST(StatusRows, NotificationPauseOffersWhatUndoesItsState) {
   EXPECT_EQ(StatusRows::notificationPauseRow({}).detail, "Move to Applications first.");
 }
 
+TEST(StatusRows, WhatAProgramAsksStandsThereWhileItWaits) {
+  EXPECT_EQ(StatusRows::questionRow({}), std::nullopt);
+  MacStatusSnapshot snapshot;
+  snapshot.questions = {
+      {.program = "bash", .question = "Delete?\x1b", .lines = {"Asked by /bin/bash", "214\n GB"}, .labels = {"Yes"}}};
+  EXPECT_EQ(StatusRows::questionRow(snapshot),
+            (StatusRowContent{"exclamationmark", kAmber, "Delete??", "bash asks", "Asked by /bin/bash\n214? GB",
+                              button("Answer…"), kNone}));
+  snapshot.questions.push_back({.program = "job"});
+  snapshot.questions[0].lines.assign(200, std::string(1000, 'x'));
+  const auto row = StatusRows::questionRow(snapshot).value();
+  EXPECT_EQ(row.status, "2 questions wait");
+  EXPECT_LT(row.detail.size(), 2600U) << "what is long is cut";
+  EXPECT_TRUE(row.detail.ends_with("\nMore of it is in: quillard answer"));
+}
+
 }  // namespace
 }  // namespace quillard

@@ -57,6 +57,7 @@ StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   content.loginItem = StatusRows::loginItemRow(snapshot);
   content.update = StatusRows::updateRow(snapshot);
   content.notificationPause = StatusRows::notificationPauseRow(snapshot);
+  content.question = StatusRows::questionRow(snapshot);
   return content;
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/PrintableText.h"
 #include "status/StatusWindowContents.h"
 
 namespace quillard {
@@ -70,6 +71,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void pauseNotificationsUntilTomorrow() { pause(NotificationPauseOption::untilTomorrow); }
   void pauseNotificationsIndefinitely() { pause(NotificationPauseOption::indefinitely); }
   void resumeNotificationsNow();
+  void showAnswers();
 
   const StatusWindowCallbacks callbacks;
   const StatusWindowDependencies dependencies;
@@ -147,6 +149,9 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
       return &Implementation::toggleNotificationPause;
     case StatusWindowButton::notificationPauseSecondary:
       return &Implementation::showNotificationPauseOptions;
+    case StatusWindowButton::questionPrimary:
+    case StatusWindowButton::questionSecondary:
+      return &Implementation::showAnswers;
   }
   return nullptr;
 }
@@ -207,6 +212,21 @@ void StatusWindowController::Implementation::showNotificationPauseOptions() {
                   [weak = weak_from_this(), actions = std::move(actions)](std::size_t index) {
                     const auto self = weak.lock();
                     if (self && index < actions.size() && actions[index]) ((*self).*actions[index])();
+                  });
+}
+
+// Of the question that is shown now: what is chosen is an answer to that one, whichever is shown by then.
+void StatusWindowController::Implementation::showAnswers() {
+  const auto questions = callbacks.snapshotProvider().questions;
+  if (questions.empty()) return refresh();
+  std::vector<MenuItemContent> items;
+  for (const auto& label : questions.front().labels) items.push_back({printableText(label)});
+  view->popUpMenu(StatusWindowButton::questionPrimary, items,
+                  [weak = weak_from_this(), question = questions.front()](std::size_t index) {
+                    const auto self = weak.lock();
+                    if (!self || index >= question.labels.size()) return;
+                    callIfSet(self->callbacks.onAnswerQuestion, question.id, question.labels[index]);
+                    self->refresh();
                   });
 }
 

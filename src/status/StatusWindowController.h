@@ -2,8 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "approvals/NotificationPauseStore.h"
+#include "foundation/Uuid.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
@@ -25,6 +27,8 @@ struct StatusWindowCallbacks {
   std::function<void()> onResumeNotifications;
   // Of the pairing card's button. Empty: the button opens the page of privacy settings, no more.
   std::function<void()> onRequestPermissions;
+  // Of a question that a program asks.
+  std::function<void(const Uuid& id, const std::string& label)> onAnswerQuestion{};
 };
 
 // What the window acts through. All of it outlives the controller.

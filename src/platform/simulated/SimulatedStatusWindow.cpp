@@ -68,6 +68,10 @@ std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, Status
       return content.notificationPause.primaryButton;
     case StatusWindowButton::notificationPauseSecondary:
       return content.notificationPause.secondaryButton;
+    case StatusWindowButton::questionPrimary:
+      return content.question ? content.question->primaryButton : std::nullopt;
+    case StatusWindowButton::questionSecondary:
+      return content.question ? content.question->secondaryButton : std::nullopt;
   }
   return std::nullopt;
 }

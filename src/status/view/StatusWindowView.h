@@ -25,6 +25,8 @@ enum class StatusWindowButton {
   updateSecondary,
   notificationPausePrimary,
   notificationPauseSecondary,
+  questionPrimary,
+  questionSecondary,
 };
 
 struct ButtonContent {
@@ -71,6 +73,7 @@ struct StatusWindowContent {
   StatusRowContent loginItem;
   StatusRowContent update;
   StatusRowContent notificationPause;
+  std::optional<StatusRowContent> question;  // Above the others. Absent: no program asks.
   bool operator==(const StatusWindowContent&) const = default;
 };
 

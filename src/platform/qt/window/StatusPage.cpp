@@ -32,15 +32,20 @@ StatusPage::StatusPage(QWidget* parent)
           new StatusRowCard(this, StatusWindowButton::loginItemPrimary, StatusWindowButton::loginItemSecondary)),
       updateRow(new StatusRowCard(this, StatusWindowButton::updatePrimary, StatusWindowButton::updateSecondary)),
       notificationPauseRow(new StatusRowCard(this, StatusWindowButton::notificationPausePrimary,
-                                             StatusWindowButton::notificationPauseSecondary)) {
+                                             StatusWindowButton::notificationPauseSecondary)),
+      questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)) {
+  questionRow->hide();
   QSizePolicy policy{QSizePolicy::Preferred, QSizePolicy::Preferred};
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
   setBackgroundRole(QPalette::Window);
 }
 
-std::array<StatusRowCard*, 5> StatusPage::rows() const {
-  return {installLocationRow, accessibilityRow, loginItemRow, updateRow, notificationPauseRow};
+std::vector<StatusRowCard*> StatusPage::rows() const {
+  std::vector<StatusRowCard*> shown{installLocationRow, accessibilityRow, loginItemRow, updateRow,
+                                    notificationPauseRow};
+  if (!questionRow->isHidden()) shown.insert(shown.begin(), questionRow);
+  return shown;
 }
 
 void StatusPage::setContent(const StatusWindowContent& content) {
@@ -51,6 +56,8 @@ void StatusPage::setContent(const StatusWindowContent& content) {
   loginItemRow->setContent(content.loginItem);
   updateRow->setContent(content.update);
   notificationPauseRow->setContent(content.notificationPause);
+  if (content.question) questionRow->setContent(*content.question);
+  questionRow->setVisible(content.question.has_value());
   updateGeometry();
   arrange(size(), Placing::place);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <vector>
 
 #include "platform/qt/window/HeaderView.h"
 #include "platform/qt/window/PairingCard.h"
@@ -33,7 +33,7 @@ class StatusPage final : public QWidget {
   int arrange(QSize size, Placing placing) const;
   int arrangeRows(QRect room, int extraPerRow, Placing placing) const;
   int arrangeColumns(QRect room, Placing placing) const;
-  [[nodiscard]] std::array<StatusRowCard*, 5> rows() const;
+  [[nodiscard]] std::vector<StatusRowCard*> rows() const;  // Those that are shown, from top to bottom.
 
   HeaderView* header;
   PairingCard* pairingCard;
@@ -42,6 +42,7 @@ class StatusPage final : public QWidget {
   StatusRowCard* loginItemRow;
   StatusRowCard* updateRow;
   StatusRowCard* notificationPauseRow;
+  StatusRowCard* questionRow;
 };
 
 }  // namespace quillard::qt

@@ -11,6 +11,23 @@
 #include "status/StatusTexts.h"
 
 namespace quillard {
+namespace {
+
+std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date now) {
+  std::vector<PhoneLine> lines;
+  for (const auto& [pairing, phone, isUnexpected] : phones) {
+    lines.push_back({.pairing = pairing,
+                     .name = phone.name,
+                     .sinceSeconds = (now - phone.since),
+                     .heardSeconds = phone.isConnected ? Seconds::zero() : (now - phone.heardAt),
+                     .decisions = phone.decisions,
+                     .isConnected = phone.isConnected,
+                     .isUnexpected = isUnexpected});
+  }
+  return lines;
+}
+
+}  // namespace
 
 AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews)
     : platform(platform),
@@ -36,16 +53,15 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
-      decisions({store, makeApprovalPress(), platform.executors.mainThread(), stampClock},
-                {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
-                 .onResult = [this](const std::string& decisionID,
-                                    const ApprovalResultCommand& result) { relay.publishResult(decisionID, result); }}),
-      relay({pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets, platform.clock,
-             platform.random, platform.console, stampClock},
-            relaySessionCallbacks()),
-      channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
-              {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
-              questionsCallbacks(), agentCommandActions()) {}
+      decisions(
+          {store, makeApprovalPress(), platform.executors.mainThread(), stampClock},
+          {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
+           .onResult = [this](const auto& decision, const auto& result) { relay.publishResult(decision, result); },
+           .onDecided = [this](const auto& decision, const auto& result) { relay.publishOutcome(decision, result); }}),
+      relay({.pairing = pairingDependencies(platform),
+             .session = {pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets,
+                         platform.clock, platform.random, platform.console, stampClock}},
+            phonePairingsCallbacks()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -118,12 +134,20 @@ void AppDelegate::resumeNotifications() {
   publishAndRefresh(/*force=*/false);
 }
 
-void AppDelegate::unpairPhoneFromStatusWindow() { relay.unpairPhoneFromStatusWindow(); }
+void AppDelegate::unpairPhoneFromStatusWindow() { relay.unpairAll(); }
+
+void AppDelegate::unpair(int pairing) { relay.unpair(pairing); }
+
+void AppDelegate::pairAnotherPhone() {
+  if (permissionWatch.isAccessibilityTrusted()) relay.offer();
+}
+
+void AppDelegate::cancelPairing() { relay.withdrawOffer(); }
 
 MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
   const bool isTrusted = permissionWatch.isAccessibilityTrusted();
   const bool isRevoked = relay.isPairingRevoked();
-  const auto& connection = relay.status();
+  const auto connection = relay.status();
   return {.installedInApplications = installLocation.isRunningFromApplications(),
           .accessibilityTrusted = isTrusted,
           .loginItemStatus = loginItems.status(),
@@ -137,6 +161,11 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .pendingApprovalCount = status.pendingApprovalCount(),
           .scanProblem = scanProblem,
           .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
+          .offeredPairingImage = isTrusted ? relay.offeredImage() : std::nullopt,
+          .isPairingCodeUsed = relay.isFirstPaired(),
+          .isPairingOffered = relay.isOffering(),
+          .canPairAnother = relay.canOffer(),
+          .phones = phoneLines(relay.phones(), platform.clock.now()),
           .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
           .questions = waitingQuestions()};
@@ -316,7 +345,7 @@ AgentCommandActions AppDelegate::agentCommandActions() {
           .change = [this](const SettingsChange& change) { return changeSetting(change); }};
 }
 
-RelaySessionCallbacks AppDelegate::relaySessionCallbacks() {
+PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
   return {.snapshotProvider = [this] { return approvalSnapshot(); },
           .onApprovalRequest = [this](const auto& envelope) { decisions.handleRelayApprovalRequest(envelope); },
           .onSuppressionCommand = [this](const auto& command) { handleRelaySuppressionCommand(command); },
@@ -326,14 +355,23 @@ RelaySessionCallbacks AppDelegate::relaySessionCallbacks() {
                 channel.questions().phonesChanged();
               },
           .onPairingForgotten =
-              [this] {
-                decisions.forget();
+              [this](int pairing) {
+                decisions.forget(pairing);
                 status.forgetPairingCode();
               },
           .onPairingRenewed =
               [this] {
                 detection.scheduleScan("pairing-reset");
                 status.refreshStatusWindow();
+              },
+          .onFirstGrant =
+              [this](const KnownPhone& phone) {
+                announcer.tell("first-grant", phone.name + " has answered a prompt for the first time.");
+              },
+          .onUnexpectedPhone =
+              [this](const UnexpectedPhone& phone) {
+                announcer.tell("new-phone", phone.name + " has paired with the code of " + phone.earlierName +
+                                                ". If you do not know it, unpair it in Quillard's window.");
               }};
 }
 
@@ -354,6 +392,9 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
           .onPauseNotifications =
               weakly([](AppDelegate& self, NotificationPauseOption option) { self.pauseNotifications(option); }),
           .onResumeNotifications = weakly([](AppDelegate& self) { self.resumeNotifications(); }),
+          .onUnpairPairing = weakly([](AppDelegate& self, int pairing) { self.unpair(pairing); }),
+          .onPairAnother = weakly([](AppDelegate& self) { self.pairAnotherPhone(); }),
+          .onCancelPairing = weakly([](AppDelegate& self) { self.cancelPairing(); }),
           .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); }),
           .onAnswerQuestion = weakly([](AppDelegate& self, const Uuid& id, const std::string& label) {
             (void)self.channel.questions().answer(id, label, AnsweredBy::computer, [](bool) {});

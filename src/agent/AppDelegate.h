@@ -14,8 +14,8 @@
 #include "agent/InstanceGuard.h"
 #include "agent/NotificationPause.h"
 #include "agent/PermissionWatch.h"
+#include "agent/PhonePairings.h"
 #include "agent/PromptDetection.h"
-#include "agent/RelaySession.h"
 #include "agent/SettingsChange.h"
 #include "agent/StatusPresenter.h"
 #include "approvals/ApprovalStore.h"
@@ -67,6 +67,11 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void resumeNotifications();
   // Asks the relay to remove all phones, and takes a new identity whatever comes of that.
   void unpairPhoneFromStatusWindow();
+  // The same for one pairing; the phones of the others stay.
+  void unpair(int pairing);
+  // Shows the code of a new pairing for a while, or no longer.
+  void pairAnotherPhone();
+  void cancelPairing();
 
   // What the status window shows now.
   [[nodiscard]] MacStatusSnapshot currentStatusSnapshot();
@@ -103,7 +108,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] std::unique_ptr<ApprovalPress> makeApprovalPress();
   [[nodiscard]] QuestionsCallbacks questionsCallbacks();
   [[nodiscard]] AgentCommandActions agentCommandActions();
-  [[nodiscard]] RelaySessionCallbacks relaySessionCallbacks();
+  [[nodiscard]] PhonePairingsCallbacks phonePairingsCallbacks();
   [[nodiscard]] StatusWindowCallbacks statusWindowCallbacks();
 
   const platform::Platform platform;
@@ -125,7 +130,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   ApplicationMenu menu;
   PromptDetection detection;
   DecisionRunner decisions;  // Presses with the detection's detector.
-  RelaySession relay;
+  PhonePairings relay;
   AgentChannel channel;  // Its questions are answered by the decisions.
 };
 

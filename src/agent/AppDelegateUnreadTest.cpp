@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +36,12 @@ struct UnreadAgent : AgentWorld {
     ASSERT_THAT(phone.shown(), SizeIs(1));
     id = phone.shown().at(0).id;
   }
-  [[nodiscard]] std::size_t announcements() { return world.userNotifications().posted().size(); }
+  // Of prompts.
+  [[nodiscard]] std::size_t announcements() {
+    const auto& posted = world.userNotifications().posted();
+    return static_cast<std::size_t>(std::count_if(
+        posted.begin(), posted.end(), [](const auto& note) { return note.body == "Your Mac needs approval."; }));
+  }
   // That the phone has had one list all the time since `begin`, the prompt in it.
   void expectSteadySince(std::size_t begin) {
     const auto snapshots = phone.snapshots();

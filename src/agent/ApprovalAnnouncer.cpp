@@ -25,6 +25,13 @@ void ApprovalAnnouncer::announce(const std::vector<PendingApproval>& current, bo
   lastNotifiedIDs = std::move(announced);
 }
 
+void ApprovalAnnouncer::tell(const std::string& identifier, const std::string& body) {
+  dependencies.console.writeLine(printableText(body));
+  if (!dependencies.bundle.identifier()) return;
+  dependencies.userNotifications.post(
+      {.identifier = identifier, .title = "Quillard", .body = body, .playsDefaultSound = true});
+}
+
 // Contains nothing of the prompt's text: whoever passes by can read a notification.
 void ApprovalAnnouncer::notify(const PendingApproval& approval) {
   if (!dependencies.bundle.identifier()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <unordered_set>
 #include <vector>
 
@@ -32,6 +33,10 @@ class ApprovalAnnouncer {
   // what has left is forgotten, and announced again should it come back. While `isPaused` nothing is announced, and
   // nothing counts as announced.
   void announce(const std::vector<PendingApproval>& current, bool isPaused);
+
+  // Tells of something else than a prompt, in one line; printed as well. A later one with the same `identifier` takes
+  // the place of an earlier one.
+  void tell(const std::string& identifier, const std::string& body);
 
   // Whatever is pending at the next call counts as new.
   void forget() { lastNotifiedIDs.clear(); }

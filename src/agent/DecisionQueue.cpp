@@ -1,5 +1,6 @@
 #include "agent/DecisionQueue.h"
 
+#include <iterator>
 #include <utility>
 
 #include "relay/RelayCrypto.h"
@@ -11,9 +12,10 @@ namespace {
 constexpr std::size_t kMostNames = 32;
 
 std::vector<std::string> namesOf(const ApprovalRequestEnvelope& decision) {
-  if (decision.command.decisionID) return {"sealed:" + *decision.command.decisionID};
-  std::vector<std::string> names{"outside:" + decision.decisionID};
-  if (!decision.boxID.empty()) names.push_back("box:" + decision.boxID);
+  const std::string pairing = std::to_string(decision.pairing) + ":";
+  if (decision.command.decisionID) return {pairing + "sealed:" + *decision.command.decisionID};
+  std::vector<std::string> names{pairing + "outside:" + decision.decisionID};
+  if (!decision.boxID.empty()) names.push_back(pairing + "box:" + decision.boxID);
   return names;
 }
 
@@ -26,9 +28,11 @@ std::string digestOf(const ApprovalRequestCommand& command) {
 DecisionQueue::Arrival DecisionQueue::add(const ApprovalRequestEnvelope& decision, Time now) {
   if (auto arrival = known(decision)) return *std::move(arrival);
   if (waiting.size() >= kMostWaiting || !makeRoom(now)) return Full{};
-  const auto place = remembered.insert(
-      remembered.end(),
-      {.names = {}, .commandDigest = digestOf(decision.command), .receivedAt = now, .answer = std::nullopt});
+  const auto place = remembered.insert(remembered.end(), {.pairing = decision.pairing,
+                                                          .names = {},
+                                                          .commandDigest = digestOf(decision.command),
+                                                          .receivedAt = now,
+                                                          .answer = std::nullopt});
   addNames(place, namesOf(decision));
   waiting.push_back({decision, place});
   return Queued{};
@@ -75,6 +79,18 @@ void DecisionQueue::forget() {
   underWay.reset();
   remembered.clear();
   placesByName.clear();
+}
+
+bool DecisionQueue::forget(int pairing) {
+  std::erase_if(waiting, [&](const Waiting& one) { return one.decision.pairing == pairing; });
+  const bool isOfPairing = underWay && (*underWay)->pairing == pairing;
+  if (isOfPairing) underWay.reset();
+  for (auto place = remembered.begin(); place != remembered.end();) {
+    const auto next = std::next(place);
+    if (place->pairing == pairing) erase(place);
+    place = next;
+  }
+  return isOfPairing;
 }
 
 std::optional<DecisionQueue::Place> DecisionQueue::find(const std::vector<std::string>& names) const {

@@ -17,8 +17,9 @@ namespace quillard {
 // a time. Each is acted on once, whatever the relay repeats, reorders or holds back: what was received is remembered
 // with its answer. Main thread.
 //
-// A decision is known by the name that the phone sealed into it. Where a phone seals none, it is known by its box and
-// by the name that the relay gives it: such a phone seals an open decision anew and repeats the name.
+// A decision is known by its pairing, and there by the name that the phone sealed into it. Where a phone seals none, it
+// is known by its box and by the name that the relay gives it: such a phone seals an open decision anew and repeats the
+// name.
 //
 // Bounded: `kMostWaiting` wait, `kMostRemembered` are remembered; what is too much is not taken, and nothing is done
 // about it. A decision is forgotten no earlier than `kLongestAge` after it came, and only to make room. By then a box
@@ -65,6 +66,8 @@ class DecisionQueue {
 
   // Another pairing: what waits is dropped, and answers no longer count. The one under way still has to end.
   void forget();
+  // The same for what came by this pairing. Whether the one under way did.
+  bool forget(int pairing);
 
   [[nodiscard]] std::size_t waitingCount() const { return waiting.size(); }
   [[nodiscard]] std::size_t rememberedCount() const { return remembered.size(); }
@@ -77,6 +80,7 @@ class DecisionQueue {
     std::optional<std::string> reason;
   };
   struct Remembered {
+    int pairing = 1;
     std::vector<std::string> names;
     std::string commandDigest;
     Time receivedAt;

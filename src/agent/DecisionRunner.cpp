@@ -23,16 +23,16 @@ void DecisionRunner::handleRelayApprovalRequest(const ApprovalRequestEnvelope& e
   const auto now = clock.now().time;
   auto arrival = decisions.known(envelope);
   if (!arrival && isTooLate(envelope, now)) {
-    events.onResult(envelope.decisionID, DecisionRules::tooLate(command));
+    events.onResult(envelope, DecisionRules::tooLate(command));
     return;
   }
   if (!arrival) arrival = decisions.add(envelope, now);
   if (const auto* answered = std::get_if<DecisionQueue::Answered>(&*arrival)) {
-    events.onResult(envelope.decisionID, answered->result);
+    events.onResult(envelope, answered->result);
   } else if (std::holds_alternative<DecisionQueue::NameTaken>(*arrival)) {
-    events.onResult(envelope.decisionID, DecisionRules::nameTaken(command));
+    events.onResult(envelope, DecisionRules::nameTaken(command));
   } else if (std::holds_alternative<DecisionQueue::Full>(*arrival)) {
-    events.onResult(envelope.decisionID, DecisionRules::tooMany(command));
+    events.onResult(envelope, DecisionRules::tooMany(command));
   } else {
     carryOutNextDecision();
   }
@@ -55,7 +55,7 @@ void DecisionRunner::carryOutNextDecision() {
 }
 
 void DecisionRunner::refuseAsTooLate(const ApprovalRequestEnvelope& envelope) {
-  finishDecision(envelope.decisionID, DecisionRules::tooLate(envelope.command),
+  finishDecision(envelope, DecisionRules::tooLate(envelope.command),
                  envelope.command.tappedAt ? DecisionQueue::Memory::forget : DecisionQueue::Memory::keep);
 }
 
@@ -69,24 +69,31 @@ void DecisionRunner::carryOut(const ApprovalRequestEnvelope& envelope) {
         callbacks.bind([this, envelope](const std::optional<ClickError>& error) { pressEnded(envelope, error); }));
   }
   if (!refusal) return;
-  finishDecision(envelope.decisionID, DecisionRules::refusal(command, store.approval(command.approvalID), *refusal));
+  finishDecision(envelope, DecisionRules::refusal(command, store.approval(command.approvalID), *refusal));
 }
 
 void DecisionRunner::pressEnded(const ApprovalRequestEnvelope& envelope, const std::optional<ClickError>& error) {
   if (isStopped) return;
   if (!error) events.onAnswered(envelope.command.approvalID);
-  finishDecision(envelope.decisionID, DecisionRules::outcome(envelope.command, error));
+  finishDecision(envelope, DecisionRules::outcome(envelope.command, error));
 }
 
-void DecisionRunner::finishDecision(const std::string& decisionID, const ApprovalResultCommand& result,
+void DecisionRunner::finishDecision(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result,
                                     DecisionQueue::Memory memory) {
-  if (decisions.end(result, memory)) events.onResult(decisionID, result);
+  if (decisions.end(result, memory)) {
+    events.onDecided(decision, result);
+    events.onResult(decision, result);
+  }
   mainThread.post(callbacks.bind([this] { carryOutNextDecision(); }));
 }
 
 void DecisionRunner::forget() {
   decisions.forget();
   press->stop();
+}
+
+void DecisionRunner::forget(int pairing) {
+  if (decisions.forget(pairing)) press->stop();
 }
 
 void DecisionRunner::stop() {

@@ -23,13 +23,16 @@ struct DecisionRunnerDependencies {
   const StampClock& clock;
 };
 
-// What comes of decisions, on the main thread. Neither is empty.
+// What comes of decisions, on the main thread. None is empty.
 struct DecisionRunnerEvents {
   // The prompt was answered and went away.
   std::function<void(const Uuid& approvalID)> onAnswered;
   // What the phone is to be answered: once for each decision that was received and not forgotten since, and once more
   // for each time that it is received after that.
-  std::function<void(const std::string& decisionID, const ApprovalResultCommand& result)> onResult;
+  std::function<void(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result)> onResult;
+  // What became of a decision whose turn came: once, before `onResult`.
+  std::function<void(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result)> onDecided =
+      [](const auto&, const auto&) {};
 };
 
 // Carries out what the phone decided, one decision after another, in the order in which they were received. A decision
@@ -56,6 +59,8 @@ class DecisionRunner {
   // Another pairing: those who decided have no say any more. What waits is dropped, the press under way is stopped, and
   // no result is reported for either; what was answered is forgotten.
   void forget();
+  // The same for those who decided by this pairing, see `ApprovalRequestEnvelope`.
+  void forget(int pairing);
 
   // Nothing is pressed and no result is reported afterwards.
   void stop();
@@ -66,7 +71,7 @@ class DecisionRunner {
   void carryOut(const ApprovalRequestEnvelope& envelope);
   void refuseAsTooLate(const ApprovalRequestEnvelope& envelope);
   void pressEnded(const ApprovalRequestEnvelope& envelope, const std::optional<ClickError>& error);
-  void finishDecision(const std::string& decisionID, const ApprovalResultCommand& result,
+  void finishDecision(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result,
                       DecisionQueue::Memory memory = DecisionQueue::Memory::keep);
 
   const ApprovalStore& store;

@@ -118,8 +118,8 @@ struct DecisionRunnerTest : testing::Test {
                                  store.remove(approvalID);
                                },
                            .onResult =
-                               [this](const std::string& decisionID, const ApprovalResultCommand& result) {
-                                 results.push_back(decisionID + ": " + result.status +
+                               [this](const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
+                                 results.push_back(decision.decisionID + ": " + result.status +
                                                    (result.error ? ": " + *result.error : ""));
                                  reasons.push_back(result.reason.value_or(""));
                                }});

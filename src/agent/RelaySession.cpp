@@ -92,7 +92,9 @@ void RelaySession::registerRelayToken() {
       RelayRegistrationEvents{
           .onRegistered = ifCurrent([this] { relayTokenRegistered(); }),
           .onRevoked = ifCurrent([this] { relayRevokedPairing(); }),
-          .onFailure = ifCurrent([this](const std::string& description) { relayTokenNotRegistered(description); })});
+          .onComputerKeyWanted = ifCurrent([this] { relayWantsComputerKey(); }),
+          .onFailure = ifCurrent([this](const std::string& description) { relayTokenNotRegistered(description); })},
+      access->secrets.computerKey);
 }
 
 void RelaySession::registerRelayTokenAfter(Seconds delay) {
@@ -101,11 +103,20 @@ void RelaySession::registerRelayTokenAfter(Seconds delay) {
 
 void RelaySession::relayTokenRegistered() {
   relayRegistrationTask.reset();
+  tokenRegistered = true;
   const bool wasRevoked = std::exchange(pairingRevoked, false);
-  if (!relayClient) relayClient = makeRelayClient();
+  if (!relayClient || clientKey != access->secrets.computerKey) {
+    dropRelayClient();
+    relayClient = makeRelayClient();
+  }
   relayClient->connect();
   publishCurrentApprovalSnapshot(/*force=*/true);
   if (wasRevoked) callbacks.onStatusChange();
+}
+
+void RelaySession::relayWantsComputerKey() {
+  access->secrets = dependencies.pairingConfiguration.secretsWithComputerKey();
+  registerRelayToken();
 }
 
 void RelaySession::relayTokenNotRegistered(const std::string& description) {
@@ -116,6 +127,7 @@ void RelaySession::relayTokenNotRegistered(const std::string& description) {
 }
 
 std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
+  clientKey = access->secrets.computerKey;
   if (!relayQueue) {
     relayQueue =
         dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
@@ -123,7 +135,8 @@ std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
   return std::make_unique<RelayClient>(
       RelayClientAccess{.url = access->socketURL,
                         .relaySecret = access->secrets.relayAuthToken,
-                        .cryptoSecret = access->secrets.e2eSecret},
+                        .cryptoSecret = access->secrets.e2eSecret,
+                        .computerKey = access->secrets.computerKey},
       relayClientCallbacks(), *relayQueue,
       RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
                               dependencies.stampClock});
@@ -213,44 +226,71 @@ bool RelaySession::phoneNeedsSnapshot(const RelayConnectionStatus& before, const
 
 // ---- The reset of the pairing
 
-void RelaySession::unpairPhoneFromStatusWindow() {
+void RelaySession::unpairPhoneFromStatusWindow() { unpair(/*takesNewIdentity=*/true); }
+
+void RelaySession::endPairing() { unpair(/*takesNewIdentity=*/false); }
+
+void RelaySession::unpair(bool takesNewIdentity) {
   if (isStopped || std::exchange(pairingResetInProgress, true)) return;
   if (!relayClient) {
-    rotatePairingIdentityAfterUnpair();
+    unpaired(takesNewIdentity, /*wasSent=*/false);
     return;
   }
-  auto rotate = scope.bind([this] {
-    if (!isStopped) rotatePairingIdentityAfterUnpair();
+  auto act = scope.bind([this, takesNewIdentity](bool wasSent) {
+    if (!isStopped) unpaired(takesNewIdentity, wasSent);
   });
-  relayClient->unpairPhone(std::nullopt, [rotate, &mainThread = dependencies.executors.mainThread()](bool /*wasSent*/) {
-    mainThread.post(rotate);
+  relayClient->unpairPhone(std::nullopt, [act, &mainThread = dependencies.executors.mainThread()](bool wasSent) {
+    mainThread.post([act, wasSent] { act(wasSent); });
   });
 }
 
+void RelaySession::unpaired(bool takesNewIdentity, bool wasSent) {
+  if (!wasSent) reportUnsentRevocation();
+  if (takesNewIdentity) return rotatePairingIdentityAfterUnpair();
+  forgetPairing();
+  callbacks.onPairingEnded();
+}
+
+void RelaySession::reportUnsentRevocation() {
+  if (pairingRevoked) return;  // It says so itself.
+  const auto configured = dependencies.pairingConfiguration.configuredRelay();
+  const auto secrets = dependencies.pairingConfiguration.storedSecrets();
+  if (configured && secrets) callbacks.onRevocationUnsent({.relayURL = configured->relayURL, .secrets = *secrets});
+}
+
 void RelaySession::rotatePairingIdentityAfterUnpair() {
-  beginRelayGeneration();
-  nextRegistration.reset();
-  relayRegistrationTask.reset();
-  dropRelayClient();
-  access.reset();
-  pairingRevoked = false;
-  nextRegistrationDelay = kFirstRegistrationDelay;
-  callbacks.onPairingForgotten();
-  dependencies.pairingConfiguration.rotateInstallationIdentity();
-  relayStatus = {};
+  forgetPairing();
   startRelayIfConfigured();
   pairingResetInProgress = false;
   callbacks.onPairingRenewed();
 }
 
+void RelaySession::forgetPairing() {
+  beginRelayGeneration();
+  nextRegistration.reset();
+  relayRegistrationTask.reset();
+  dropRelayClient();
+  access.reset();
+  tokenRegistered = false;
+  pairingRevoked = false;
+  nextRegistrationDelay = kFirstRegistrationDelay;
+  callbacks.onPairingForgotten();
+  dependencies.pairingConfiguration.rotateInstallationIdentity();
+  relayStatus = {};
+}
+
 // ---- The end
 
 void RelaySession::stop() {
+  beginToStop();
+  awaitRelayQueue();
+}
+
+void RelaySession::beginToStop() {
   isStopped = true;
   nextRegistration.reset();
   relayRegistrationTask.reset();
   dropRelayClient();
-  awaitRelayQueue();
 }
 
 void RelaySession::dropRelayClient() {

@@ -18,6 +18,7 @@
 #include "relay/ClockStamp.h"
 #include "relay/InstallationSecrets.h"
 #include "relay/PairingConfiguration.h"
+#include "relay/PendingRevocations.h"
 #include "relay/RelayClient.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayLaunchConfiguration.h"
@@ -57,6 +58,10 @@ struct RelaySessionCallbacks {
   std::function<void()> onPairingForgotten;
   // The new identity is there, and the relay is started with it.
   std::function<void()> onPairingRenewed;
+  // The pairing was given up by `endPairing`, and nothing follows. May destroy the session in a later turn.
+  std::function<void()> onPairingEnded = [] {};
+  // The relay could not be told that the pairing is given up. Comes before `onPairingForgotten`.
+  std::function<void(const UnsentRevocation&)> onRevocationUnsent = [](const UnsentRevocation&) {};
 };
 
 // The agent's side of the relay: registers the installation's token, keeps the connection, tells the phones what is
@@ -98,10 +103,15 @@ class RelaySession {
   // is under way is the same request.
   void unpairPhoneFromStatusWindow();
 
+  // The same, without a new identity: the session is at its end.
+  void endPairing();
+
   // As the client reported it last.
   [[nodiscard]] const RelayConnectionStatus& status() const { return relayStatus; }
   // Whether the relay called the pairing revoked when it was last asked. `onStatusChange` comes after each change.
   [[nodiscard]] bool isPairingRevoked() const { return pairingRevoked; }
+  // Whether the relay has taken the token of the present identity in this run.
+  [[nodiscard]] bool wasRegistered() const { return tokenRegistered; }
   // Asks a relay that called the pairing revoked again, if the last time is an hour ago by the wall clock: the timer
   // for that may have stood still while the computer slept. To be called every few seconds.
   void askAgainIfDue();
@@ -109,6 +119,8 @@ class RelaySession {
   // Ends the registration and closes the connection. Waits, for half a second at most, until the relay was sent a close
   // message. Nothing is sent or reported afterwards.
   void stop();
+  // The first half of it, which does not wait, where several sessions end together.
+  void beginToStop();
 
   // Whether the phones need the list although it may not have changed: a phone came online, or it is another one. A
   // connection alone is no reason.
@@ -126,6 +138,7 @@ class RelaySession {
   void registerRelayToken();
   void registerRelayTokenAfter(Seconds delay);
   void relayTokenRegistered();
+  void relayWantsComputerKey();
   void relayTokenNotRegistered(const std::string& description);
   void relayRefused(RelayRefusal refusal);
   void relayRevokedPairing();
@@ -133,7 +146,11 @@ class RelaySession {
   [[nodiscard]] std::unique_ptr<RelayClient> makeRelayClient();
   [[nodiscard]] RelayClientCallbacks relayClientCallbacks();
   void relayStatusChanged(const RelayConnectionStatus& status);
+  void unpair(bool takesNewIdentity);
+  void unpaired(bool takesNewIdentity, bool wasSent);
+  void reportUnsentRevocation();
   void rotatePairingIdentityAfterUnpair();
+  void forgetPairing();
   void beginRelayGeneration();
   void dropRelayClient();
   void awaitRelayQueue();
@@ -143,11 +160,13 @@ class RelaySession {
   std::int64_t relayGeneration = 0;
   bool isStopped = false;
   bool pairingResetInProgress = false;
+  bool tokenRegistered = false;
   bool pairingRevoked = false;   // The relay says so.
   std::optional<Access> access;  // Of this generation. Absent: there is no relay to use.
   RelayConnectionStatus relayStatus;
   std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.
   std::unique_ptr<platform::SerialExecutor> relayQueue;  // Of every client, one after another; made with the first.
+  Secret clientKey;                                      // The client's proof that it is the computer.
   std::unique_ptr<RelayClient> relayClient;              // Present once the token is registered.
   std::unique_ptr<RelayRegistrationTask> relayRegistrationTask;  // Present while the token is being registered.
   platform::TaskHandle nextRegistration;                         // Present while one is waited for, after a refusal.

@@ -45,6 +45,7 @@ std::optional<Secret> installationSecretsText(const InstallationSecrets& secrets
   Json json{{"pairingID", secrets.pairingID},
             {"relayAuthToken", secrets.relayAuthToken.text()},
             {"e2eSecret", secrets.e2eSecret.text()}};
+  if (!secrets.computerKey.isEmpty()) json["computerKey"] = secrets.computerKey.text();
   const WipedAtEnd wiped{json};
   auto written = jsonText(json);
   if (!written) return std::nullopt;
@@ -59,6 +60,7 @@ std::optional<InstallationSecrets> readInstallationSecrets(std::span<const std::
   JsonReader reader{*json};
   InstallationSecrets secrets{reader.string("pairingID"), readSecret(reader, "relayAuthToken"),
                               readSecret(reader, "e2eSecret")};
+  if (auto key = reader.optionalString("computerKey")) secrets.computerKey = takenSecret(*key);
   if (reader.error()) return std::nullopt;
   return secrets;
 }

@@ -21,11 +21,17 @@ using Bytes = std::vector<std::uint8_t>;
 using platform::SecretPlace;
 
 constexpr std::string_view kSecretsKey = "quillard.installation-secrets-v1";
+constexpr std::string_view kVoidPlacesKey = "quillard.void-keychain-places";
 constexpr std::string_view kLegacyPairingIDKey = "quillard.per-install-pairing-id";
 constexpr std::string_view kLegacyEndToEndSecretKey = "quillard.per-install-e2e-secret";
 constexpr std::string_view kUsersPairingID = "quillard";  // What a new pairing's name begins with.
 constexpr std::size_t kSecretBytes = 32;
 constexpr SecretPlace kKeychainPlaces[] = {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain};
+
+// The first identity has the plain names.
+std::string nameFor(int number, std::string_view name) {
+  return number == PairingConfiguration::kFirst ? std::string(name) : std::string(name) + "-" + std::to_string(number);
+}
 
 // The first that is set decides, even when it is set to nothing.
 std::optional<std::string> firstSet(const platform::Environment& environment, std::string_view first,
@@ -43,10 +49,13 @@ std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(cons
 
 }  // namespace
 
-PairingConfiguration::PairingConfiguration(const PairingDependencies& dependencies)
+PairingConfiguration::PairingConfiguration(const PairingDependencies& dependencies, int number)
     : dependencies(dependencies),
+      isFirst(number == kFirst),
+      account(nameFor(number, kSecretsAccount)),
+      settingsKey(nameFor(number, kSecretsKey)),
       keychain(dependencies.secretStore, dependencies.console),
-      retired(dependencies.userDefaults) {}
+      retired(dependencies.userDefaults, nameFor(number, kVoidPlacesKey)) {}
 
 // ---- Which relay
 
@@ -135,28 +144,67 @@ InstallationSecrets PairingConfiguration::findInstallationSecrets(const std::opt
 }
 
 InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optional<std::string>& seed) {
-  using Outcome = KeychainReading::Outcome;
-  const auto voidPlaces = retired.voidPlaces();
-  const auto reading = keychain.data(kSecretsAccount, voidPlaces);
-  auto stored = reading.outcome == Outcome::found ? usableSecrets(reading.data.view()) : std::nullopt;
-  const bool isInKeychain = stored.has_value();
-  if (isInKeychain) {
-    keepCopy(reading.data.view());
-  } else {
-    stored = secretsFromUserDefaults();
-  }
-  if (stored) {
-    // What was given up, and is still there, goes as soon as something can be written over it.
-    const bool holdsRetired = !voidPlaces.empty() || (!isInKeychain && isRetired(reading));
-    if (holdsRetired) storeInKeychain(*stored);
-    return *std::move(stored);
-  }
+  auto stored = loadSecrets();
+  mayStore = true;
+  mayStoreInKeychain = !stored.isUnreadable;
+  if (stored.secrets) return *std::move(stored.secrets);
   auto created = createdSecrets(seed);
   // Something may be stored where nothing could be read: then these last for this run, and the next one looks again.
-  if (reading.outcome == Outcome::unreadable) return created;
+  mayStore = !stored.isUnreadable;
+  if (!mayStore) return created;
   storeInKeychain(created);
-  if (const auto text = installationSecretsText(created)) keepCopy(text->view());
+  keepCopy(created);
   return created;
+}
+
+PairingConfiguration::Stored PairingConfiguration::loadSecrets() {
+  using Outcome = KeychainReading::Outcome;
+  const auto voidPlaces = retired.voidPlaces();
+  const auto reading = keychain.data(account, voidPlaces);
+  const bool isUnreadable = reading.outcome == Outcome::unreadable;
+  auto stored = reading.outcome == Outcome::found ? usableSecrets(reading.data.view()) : std::nullopt;
+  const bool isInKeychain = stored.has_value();
+  bool holdsLess = false;
+  if (!isInKeychain) {
+    stored = secretsFromUserDefaults();
+  } else if (takeComputerKeyFromCopy(*stored)) {
+    holdsLess = true;
+  } else {
+    keepCopy(reading.data.view());
+  }
+  if (!stored) return {.secrets = std::nullopt, .isUnreadable = isUnreadable};
+  // What was given up, and is still there, goes as soon as something can be written over it.
+  const bool holdsRetired = !voidPlaces.empty() || (!isInKeychain && isRetired(reading));
+  if (holdsRetired || holdsLess) storeInKeychain(*stored);
+  return {.secrets = std::move(stored), .isUnreadable = isUnreadable};
+}
+
+std::optional<InstallationSecrets> PairingConfiguration::storedSecrets() {
+  if (auto cached = cache.installationSecrets()) return cached;
+  const MutexLock locked{finding};
+  return loadSecrets().secrets;
+}
+
+InstallationSecrets PairingConfiguration::secretsWithComputerKey() {
+  const MutexLock locked{finding};
+  auto secrets = findInstallationSecrets(std::nullopt);
+  if (!secrets.computerKey.isEmpty()) return secrets;
+  secrets.computerKey = randomHex(kSecretBytes, dependencies.random);
+  if (mayStoreInKeychain) storeInKeychain(secrets);
+  if (mayStore) keepCopy(secrets);
+  cache.store(secrets);
+  return secrets;
+}
+
+bool PairingConfiguration::takeComputerKeyFromCopy(InstallationSecrets& secrets) const {
+  if (!secrets.computerKey.isEmpty()) return false;
+  auto copy = secretsFromUserDefaults();
+  if (!copy || copy->computerKey.isEmpty()) return false;
+  auto withKey = secrets;
+  withKey.computerKey = copy->computerKey;
+  if (!(withKey == *copy)) return false;
+  secrets = std::move(withKey);
+  return true;
 }
 
 std::optional<InstallationSecrets> PairingConfiguration::usableSecrets(std::span<const std::uint8_t> stored) const {
@@ -172,7 +220,7 @@ bool PairingConfiguration::isRetired(const KeychainReading& reading) const {
 }
 
 std::optional<InstallationSecrets> PairingConfiguration::secretsFromUserDefaults() const {
-  auto value = dependencies.userDefaults.object(kSecretsKey);
+  auto value = dependencies.userDefaults.object(settingsKey);
   auto* bytes = value ? std::get_if<Bytes>(&*value) : nullptr;
   if (!bytes) return std::nullopt;
   auto secrets = usableSecrets(*bytes);
@@ -185,19 +233,23 @@ bool PairingConfiguration::hasCopyInSettings() {
   return secretsFromUserDefaults().has_value();
 }
 
+void PairingConfiguration::keepCopy(const InstallationSecrets& secrets) {
+  if (const auto text = installationSecretsText(secrets)) keepCopy(text->view());
+}
+
 // Written only when it differs: the tools read the identity too, and leave the agent's settings alone.
 void PairingConfiguration::keepCopy(std::span<const std::uint8_t> stored) {
-  auto kept = dependencies.userDefaults.object(kSecretsKey);
+  auto kept = dependencies.userDefaults.object(settingsKey);
   auto* bytes = kept ? std::get_if<Bytes>(&*kept) : nullptr;
   const bool isKept = bytes && std::equal(bytes->begin(), bytes->end(), stored.begin(), stored.end());
   if (bytes) wipe(*bytes);
-  if (!isKept) dependencies.userDefaults.set(kSecretsKey, Bytes(stored.begin(), stored.end()));
+  if (!isKept) dependencies.userDefaults.set(settingsKey, Bytes(stored.begin(), stored.end()));
 }
 
 InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std::string>& seed) const {
   auto& random = dependencies.random;
   const auto legacyPairingID = legacyText(kLegacyPairingIDKey);
-  if (legacyPairingID && retired.contains(*legacyPairingID)) {
+  if (!isFirst || (legacyPairingID && retired.contains(*legacyPairingID))) {
     return {createdPairingID(seed, random), randomHex(kSecretBytes, random), randomHex(kSecretBytes, random)};
   }
   auto legacyEndToEndSecret = legacyText(kLegacyEndToEndSecretKey);
@@ -208,17 +260,17 @@ InstallationSecrets PairingConfiguration::createdSecrets(const std::optional<std
 void PairingConfiguration::storeInKeychain(const InstallationSecrets& secrets) {
   const auto text = installationSecretsText(secrets);
   if (!text) return;
-  if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/true)) {
+  if (keychain.set(*text, account, /*useDataProtectionKeychain=*/true)) {
     retired.setUsable(SecretPlace::dataProtectionKeychain);
     removeFromKeychain(SecretPlace::fileKeychain);
-  } else if (keychain.set(*text, kSecretsAccount, /*useDataProtectionKeychain=*/false)) {
+  } else if (keychain.set(*text, account, /*useDataProtectionKeychain=*/false)) {
     retired.setUsable(SecretPlace::fileKeychain);
   }
 }
 
 void PairingConfiguration::removeFromKeychain(SecretPlace place) {
   const bool useDataProtectionKeychain = place == SecretPlace::dataProtectionKeychain;
-  if (keychain.remove(kSecretsAccount, useDataProtectionKeychain)) retired.setUsable(place);
+  if (keychain.remove(account, useDataProtectionKeychain)) retired.setUsable(place);
 }
 
 // What older builds kept under `key`, trimmed. Absent when that is nothing.
@@ -235,9 +287,10 @@ void PairingConfiguration::rotateInstallationIdentity() {
   if (const auto secrets = cache.installationSecrets()) retired.retire(secrets->pairingID);
   if (const auto copy = secretsFromUserDefaults()) retired.retire(copy->pairingID);
   for (const auto place : kKeychainPlaces) retired.setVoid(place);
-  for (const auto key : {kLegacyPairingIDKey, kLegacyEndToEndSecretKey, kSecretsKey}) {
-    dependencies.userDefaults.remove(key);
+  if (isFirst) {
+    for (const auto key : {kLegacyPairingIDKey, kLegacyEndToEndSecretKey}) dependencies.userDefaults.remove(key);
   }
+  dependencies.userDefaults.remove(settingsKey);
   for (const auto place : kKeychainPlaces) removeFromKeychain(place);
   cache.reset();
 }

@@ -35,7 +35,8 @@ struct PairingDependencies {
 // Who names the relay.
 enum class RelayOrigin { environment, bundle, user };
 
-// Which relay to use, the identity of this installation, and the content of its pairing code. One for the process. Each
+// Which relay to use, an identity of this installation, and the content of its pairing code. One for each identity of
+// the process: the first is that of every installation, further ones are kept beside it, in items of their own. Each
 // answer is read once and cached; only a rotation clears the cache. Any thread; a call may wait for the keychain, which
 // may ask the user.
 //
@@ -51,7 +52,9 @@ enum class RelayOrigin { environment, bundle, user };
 // whether a relay is configured.
 class PairingConfiguration {
  public:
-  explicit PairingConfiguration(const PairingDependencies& dependencies);
+  static constexpr int kFirst = 1;
+  // `number`: which identity, from `kFirst` on.
+  explicit PairingConfiguration(const PairingDependencies& dependencies, int number = kFirst);
 
   // Absent unless both the relay's address and an identifier are set, and neither is empty.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
@@ -74,6 +77,10 @@ class PairingConfiguration {
   [[nodiscard]] std::optional<RelayLaunchConfiguration> launchConfiguration();
   // `seed`: what a new pairing identifier begins with; absent: "quillard".
   [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
+  // The identity as it is stored, or as this run uses it already. Absent: none is, or it cannot be read; none is made.
+  [[nodiscard]] std::optional<InstallationSecrets> storedSecrets();
+  // The identity with its `computerKey`, which is made and stored when there is none yet.
+  [[nodiscard]] InstallationSecrets secretsWithComputerKey();
   // Whether the settings hold a copy of the identity, which serves where the keychain cannot be read.
   [[nodiscard]] bool hasCopyInSettings();
   // The user chose another relay: the next answers are about that one. The identity stays.
@@ -93,11 +100,20 @@ class PairingConfiguration {
   std::optional<RelayLaunchConfiguration> bundledConfigurationReadOnce();
   std::optional<RelayLaunchConfiguration> findLaunchConfiguration() QUILLARD_REQUIRES(finding);
   InstallationSecrets findInstallationSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);
+  // What is stored, from the better place that has it.
+  struct Stored {
+    std::optional<InstallationSecrets> secrets;
+    bool isUnreadable = false;  // Only where there are no secrets: some may be stored all the same.
+  };
+  Stored loadSecrets() QUILLARD_REQUIRES(finding);
   InstallationSecrets loadOrCreateSecrets(const std::optional<std::string>& seed) QUILLARD_REQUIRES(finding);
   std::optional<InstallationSecrets> usableSecrets(std::span<const std::uint8_t> stored) const
       QUILLARD_REQUIRES(finding);
   std::optional<InstallationSecrets> secretsFromUserDefaults() const QUILLARD_REQUIRES(finding);
   InstallationSecrets createdSecrets(const std::optional<std::string>& seed) const QUILLARD_REQUIRES(finding);
+  // A copy in the settings may know a key that a keychain which was locked then does not.
+  bool takeComputerKeyFromCopy(InstallationSecrets& secrets) const QUILLARD_REQUIRES(finding);
+  void keepCopy(const InstallationSecrets& secrets) QUILLARD_REQUIRES(finding);
   void keepCopy(std::span<const std::uint8_t> stored) QUILLARD_REQUIRES(finding);
   void storeInKeychain(const InstallationSecrets& secrets) QUILLARD_REQUIRES(finding);
   void removeFromKeychain(platform::SecretPlace place) QUILLARD_REQUIRES(finding);
@@ -105,6 +121,9 @@ class PairingConfiguration {
   std::optional<std::string> legacyText(std::string_view key) const;
 
   PairingDependencies dependencies;
+  const bool isFirst;
+  const std::string account;      // Of the keychain's item.
+  const std::string settingsKey;  // Of its copy.
   MacKeychainStore keychain;
   PairingConfigurationCache cache;
   Mutex readingBundle;
@@ -115,6 +134,8 @@ class PairingConfiguration {
   // keychain or a file is read.
   Mutex finding;
   RetiredIdentities retired QUILLARD_GUARDED_BY(finding);
+  bool mayStore QUILLARD_GUARDED_BY(finding) = true;            // Something is kept of the present identity.
+  bool mayStoreInKeychain QUILLARD_GUARDED_BY(finding) = true;  // It was read, so that nothing unknown is overwritten.
 };
 
 }  // namespace quillard

@@ -8,6 +8,9 @@
 
 namespace quillard {
 
+// The header, of a registration and of the agent's WebSocket, that proves who is the computer.
+inline constexpr std::string_view kComputerKeyHeader = "quillard-computer-key";
+
 // Whether bearer token and messages may travel to this address: encrypted to any host, in clear to this computer only.
 // The host is compared exactly as it stands.
 [[nodiscard]] bool isAllowedRelayURL(const UrlComponents& components);

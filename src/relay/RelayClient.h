@@ -22,9 +22,10 @@ namespace quillard {
 
 // The address of the relay and the secrets for it.
 struct RelayClientAccess {
-  std::string url;      // ws or wss, with the query that names pairing and role. Never printed.
-  Secret relaySecret;   // The bearer token.
-  Secret cryptoSecret;  // The end-to-end secret: the relay never learns it.
+  std::string url;          // ws or wss, with the query that names pairing and role. Never printed.
+  Secret relaySecret;       // The bearer token.
+  Secret cryptoSecret;      // The end-to-end secret: the relay never learns it.
+  Secret computerKey = {};  // Shown to a relay that wants one. Empty: none was made.
 };
 
 // Called on the client's queue, one at a time; they post the work to its own executor. None may be empty.

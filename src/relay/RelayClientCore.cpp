@@ -38,9 +38,9 @@ RelayClientCore::RelayClientCore(RelayClientAccess access, RelayClientCallbacks 
     : callbacks(std::move(callbacks)),
       dependencies(dependencies),
       conversation(std::move(access.cryptoSecret), dependencies.random),
-      connection(std::make_shared<RelayConnection>(std::move(access.url), std::move(access.relaySecret), queue,
-                                                   dependencies.webSockets, dependencies.console, connectionEvents())) {
-}
+      connection(std::make_shared<RelayConnection>(std::move(access.url), std::move(access.relaySecret),
+                                                   std::move(access.computerKey), queue, dependencies.webSockets,
+                                                   dependencies.console, connectionEvents())) {}
 
 // The connection is this object's own and calls on the queue only, where this object ends: it never calls too late.
 RelayConnectionEvents RelayClientCore::connectionEvents() {

@@ -78,6 +78,8 @@ struct ApprovalRequestEnvelope {
   std::optional<Date> issuedAt;
   // Equal for two deliveries of one sealed box, and for nothing else. Not part of the JSON. Empty: not known.
   std::string boxID = {};
+  // By which of this computer's identities it came, see PairingConfiguration. Not part of the JSON.
+  int pairing = 1;
   bool operator==(const ApprovalRequestEnvelope&) const = default;
 };
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "foundation/PrintableText.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 namespace {
@@ -21,11 +22,12 @@ std::optional<RelayRefusal> refusalOf(const platform::WebSocketEnd& end) {
 
 }  // namespace
 
-RelayConnection::RelayConnection(std::string url, Secret relaySecret, platform::SerialExecutor& queue,
-                                 platform::WebSockets& webSockets, platform::Console& console,
-                                 RelayConnectionEvents events)
+RelayConnection::RelayConnection(std::string url, Secret relaySecret, Secret computerKey,
+                                 platform::SerialExecutor& queue, platform::WebSockets& webSockets,
+                                 platform::Console& console, RelayConnectionEvents events)
     : url(std::move(url)),
       relaySecret(std::move(relaySecret)),
+      computerKey(std::move(computerKey)),
       queue(queue),
       webSockets(webSockets),
       console(console),
@@ -65,9 +67,13 @@ void RelayConnection::send(std::string text, std::function<void(bool)> completio
 }
 
 platform::WebSocketRequest RelayConnection::request() const {
-  return {.url = url,
-          .headers = {{"authorization", "Bearer " + std::string(relaySecret.text())}},
-          .timeout = kConnectTimeout};
+  platform::WebSocketRequest request{.url = url,
+                                     .headers = {{"authorization", "Bearer " + std::string(relaySecret.text())}},
+                                     .timeout = kConnectTimeout};
+  if (!computerKey.isEmpty()) {
+    request.headers.push_back({std::string(kComputerKeyHeader), std::string(computerKey.text())});
+  }
+  return request;
 }
 
 void RelayConnection::socketOpened(std::uint64_t number) {

@@ -37,8 +37,9 @@ struct RelayConnectionEvents {
 // except `lost` from `disconnect`.
 class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
  public:
-  // The references outlive the connection. `relaySecret` is the bearer token.
-  RelayConnection(std::string url, Secret relaySecret, platform::SerialExecutor& queue,
+  // The references outlive the connection. `relaySecret` is the bearer token, `computerKey` what
+  // proves who is the computer; empty: it is not sent.
+  RelayConnection(std::string url, Secret relaySecret, Secret computerKey, platform::SerialExecutor& queue,
                   platform::WebSockets& webSockets, platform::Console& console, RelayConnectionEvents events);
 
   // Nothing happens while there is a socket.
@@ -66,6 +67,7 @@ class RelayConnection : public std::enable_shared_from_this<RelayConnection> {
 
   const std::string url;
   const Secret relaySecret;
+  const Secret computerKey;
   platform::SerialExecutor& queue;
   platform::WebSockets& webSockets;
   platform::Console& console;

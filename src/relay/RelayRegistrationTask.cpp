@@ -8,20 +8,23 @@ namespace {
 
 constexpr Seconds kRetryDelay{3};
 
-bool isRevoked(const RelayRegistrationFailure& failure) {
+using Case = RelayRegistrationError::Case;
+
+bool is(const RelayRegistrationFailure& failure, Case code) {
   const auto* error = std::get_if<RelayRegistrationError>(&failure);
-  return error && error->code == RelayRegistrationError::Case::pairingRevoked;
+  return error && error->code == code;
 }
 
 }  // namespace
 
 RelayRegistrationTask::RelayRegistrationTask(RelayLaunchConfiguration configuration, Secret relaySecret,
                                              platform::HttpSessions& httpSessions, platform::SerialExecutor& mainThread,
-                                             RelayRegistrationEvents events)
+                                             RelayRegistrationEvents events, std::optional<Secret> computerKey)
     : configuration(std::move(configuration)),
       relaySecret(std::move(relaySecret)),
       httpSessions(httpSessions),
       mainThread(mainThread),
+      computerKey(std::move(computerKey)),
       events(std::move(events)),
       nextAttempt(mainThread.postAfter(Seconds::zero(), [this] { ask(); })) {}
 
@@ -30,10 +33,12 @@ RelayRegistrationTask::~RelayRegistrationTask() { letGoOfSession(); }
 void RelayRegistrationTask::ask() {
   nextAttempt.reset();
   session = httpSessions.makeEphemeralSession(mainThread);
-  registerRelayAuthToken(configuration, relaySecret, *session, mainThread,
-                         [this, alive = std::weak_ptr(life)](const RelayRegistrationOutcome& outcome) {
-                           if (!alive.expired()) answered(outcome);
-                         });
+  registerRelayAuthToken(
+      configuration, relaySecret, *session, mainThread,
+      [this, alive = std::weak_ptr(life)](const RelayRegistrationOutcome& outcome) {
+        if (!alive.expired()) answered(outcome);
+      },
+      computerKey);
 }
 
 void RelayRegistrationTask::answered(const RelayRegistrationOutcome& outcome) {
@@ -43,8 +48,13 @@ void RelayRegistrationTask::answered(const RelayRegistrationOutcome& outcome) {
     tell();
     return;
   }
-  if (isRevoked(*outcome)) {
+  if (is(*outcome, Case::pairingRevoked)) {
     const auto tell = events.onRevoked;
+    tell();
+    return;
+  }
+  if (is(*outcome, Case::computerKeyWanted) && computerKey && computerKey->isEmpty()) {
+    const auto tell = events.onComputerKeyWanted;
     tell();
     return;
   }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/network/Http.h"
@@ -12,11 +13,13 @@
 
 namespace quillard {
 
-// What became of the registration, on the main thread. `onRegistered` or `onRevoked` comes once and is the last word;
-// `onFailure` comes before each wait. Any of them may destroy the task.
+// What became of the registration, on the main thread. `onFailure` comes before each wait; one of the others comes once
+// and is the last word. Any of them may destroy the task.
 struct RelayRegistrationEvents {
   std::function<void()> onRegistered;
   std::function<void()> onRevoked;
+  // The relay wants a key by which it knows the computer, and an empty one was shown. May be empty where none is.
+  std::function<void()> onComputerKeyWanted;
   std::function<void(const std::string& description)> onFailure;
 };
 
@@ -26,9 +29,10 @@ struct RelayRegistrationEvents {
 class RelayRegistrationTask {
  public:
   // `httpSessions` and `mainThread` outlive the task. The first request is sent in a later turn.
+  // `computerKey`: see `registerRelayAuthToken`.
   RelayRegistrationTask(RelayLaunchConfiguration configuration, Secret relaySecret,
                         platform::HttpSessions& httpSessions, platform::SerialExecutor& mainThread,
-                        RelayRegistrationEvents events);
+                        RelayRegistrationEvents events, std::optional<Secret> computerKey = std::nullopt);
   ~RelayRegistrationTask();
   RelayRegistrationTask(const RelayRegistrationTask&) = delete;
   RelayRegistrationTask& operator=(const RelayRegistrationTask&) = delete;
@@ -42,6 +46,7 @@ class RelayRegistrationTask {
   const Secret relaySecret;
   platform::HttpSessions& httpSessions;
   platform::SerialExecutor& mainThread;
+  const std::optional<Secret> computerKey;
   const RelayRegistrationEvents events;
   std::unique_ptr<platform::HttpSession> session;  // A fresh one for each attempt.
   platform::TaskHandle nextAttempt;

@@ -18,7 +18,7 @@ struct RelayPhoneStatus {
 
 // Why a relay that could be reached does not let this computer in.
 enum class RelayRefusal {
-  tokenUnknown,    // 401: it does not know the pairing, or knows it with another token.
+  tokenUnknown,    // 401: it does not know the pairing, or knows it with another token, or the computer by another key.
   pairingRevoked,  // 410: it calls the pairing revoked. Only its word for it.
 };
 

@@ -14,7 +14,10 @@ using Case = RelayRegistrationError::Case;
 
 constexpr Seconds kTimeout{8};
 constexpr std::string_view kRegistrationBody = R"({"client":"mac","version":1})";
+constexpr int kConflict = 409;
 constexpr int kGone = 410;
+constexpr int kPreconditionRequired = 428;
+constexpr std::string_view kNoKeyYet = "new";
 
 std::optional<std::string> registrationURL(const RelayLaunchConfiguration& configuration) {
   const auto base = PairingConfiguration::backendBaseURL(configuration.relayURL);
@@ -26,7 +29,8 @@ std::optional<std::string> registrationURL(const RelayLaunchConfiguration& confi
   return url->text();
 }
 
-platform::HttpRequest registrationRequest(std::string url, const Secret& relaySecret, const std::string& relayURL) {
+platform::HttpRequest registrationRequest(std::string url, const Secret& relaySecret, const std::string& relayURL,
+                                          const std::optional<Secret>& computerKey) {
   platform::HttpRequest request{
       .method = "PUT",
       .url = std::move(url),
@@ -36,14 +40,21 @@ platform::HttpRequest registrationRequest(std::string url, const Secret& relaySe
   auto relay = UrlComponents::parse(relayURL);
   const auto key = relay ? relay->removeQueryItem(kRegistrationKeyItem) : std::nullopt;
   if (key) request.headers.push_back({"quillard-registration-key", *key});
+  if (computerKey) {
+    request.headers.push_back(
+        {std::string(kComputerKeyHeader), std::string(computerKey->isEmpty() ? kNoKeyYet : computerKey->text())});
+  }
   return request;
 }
 
-RelayRegistrationOutcome outcomeOf(const platform::HttpOutcome& outcome) {
+// `showsKey`: something was said of a computer's key.
+RelayRegistrationOutcome outcomeOf(const platform::HttpOutcome& outcome, bool showsKey) {
   if (const auto* error = std::get_if<platform::TransportError>(&outcome)) return *error;
   const auto* response = std::get_if<platform::HttpResponse>(&outcome);
   if (!response) return RelayRegistrationError{Case::invalidResponse};
   if (response->statusCode == kGone) return RelayRegistrationError{Case::pairingRevoked};
+  if (showsKey && response->statusCode == kConflict) return RelayRegistrationError{Case::otherComputer};
+  if (showsKey && response->statusCode == kPreconditionRequired) return RelayRegistrationError{Case::computerKeyWanted};
   if (response->statusCode < 200 || response->statusCode > 299) {
     return RelayRegistrationError{Case::rejected, response->statusCode};
   }
@@ -62,6 +73,10 @@ std::string RelayRegistrationError::description() const {
       break;
     case Case::pairingRevoked:
       return "This pairing was revoked.";
+    case Case::computerKeyWanted:
+      return "The relay wants to know this computer by a key.";
+    case Case::otherComputer:
+      return "The relay knows the pairing's computer by another key.";
   }
   return "The relay did not return a valid registration response.";
 }
@@ -73,15 +88,16 @@ std::string description(const RelayRegistrationFailure& failure) {
 
 void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const Secret& relaySecret,
                             platform::HttpSession& session, platform::SerialExecutor& executor,
-                            std::function<void(RelayRegistrationOutcome)> completion) {
+                            std::function<void(RelayRegistrationOutcome)> completion,
+                            const std::optional<Secret>& computerKey) {
   auto url = registrationURL(configuration);
   if (!url) {
     executor.post([completion = std::move(completion)] { completion(RelayRegistrationError{Case::invalidRelayURL}); });
     return;
   }
-  session.send(
-      registrationRequest(*std::move(url), relaySecret, configuration.relayURL),
-      [completion = std::move(completion)](const platform::HttpOutcome& outcome) { completion(outcomeOf(outcome)); });
+  session.send(registrationRequest(*std::move(url), relaySecret, configuration.relayURL, computerKey),
+               [completion = std::move(completion), showsKey = computerKey.has_value()](
+                   const platform::HttpOutcome& outcome) { completion(outcomeOf(outcome, showsKey)); });
 }
 
 }  // namespace quillard

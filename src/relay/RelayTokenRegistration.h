@@ -14,7 +14,14 @@ namespace quillard {
 
 // Why the relay did not take the installation's token. `description` is for users.
 struct RelayRegistrationError {
-  enum class Case { rejected, invalidRelayURL, invalidResponse, pairingRevoked };
+  enum class Case {
+    rejected,
+    invalidRelayURL,
+    invalidResponse,
+    pairingRevoked,
+    computerKeyWanted,  // The relay would keep a key that proves who is the computer, and none was shown.
+    otherComputer,      // The relay knows the pairing's computer by another key.
+  };
   Case code = Case::invalidResponse;
   int statusCode = 0;  // Of `rejected`.
 
@@ -34,8 +41,13 @@ using RelayRegistrationOutcome = std::optional<RelayRegistrationFailure>;
 //
 // A bearer token never travels in clear, except to this machine itself: plain HTTP to any other host is refused as an
 // `invalidRelayURL`, without a connection. Whoever reads the token on the way could take the installation's place.
+//
+// `computerKey`: the key by which the relay is to know this computer from phones, which have the token, too. Empty:
+// none was made yet; a relay that keeps such keys answers `computerKeyWanted` then. Absent: nothing is said of one.
+// Relays that know nothing of such keys ignore it.
 void registerRelayAuthToken(const RelayLaunchConfiguration& configuration, const Secret& relaySecret,
                             platform::HttpSession& session, platform::SerialExecutor& executor,
-                            std::function<void(RelayRegistrationOutcome)> completion);
+                            std::function<void(RelayRegistrationOutcome)> completion,
+                            const std::optional<Secret>& computerKey = std::nullopt);
 
 }  // namespace quillard

@@ -14,7 +14,6 @@ using platform::SecretPlace;
 using Texts = std::vector<std::string>;
 
 constexpr std::string_view kPairingIDsKey = "quillard.retired-pairing-ids";  // Oldest first.
-constexpr std::string_view kVoidPlacesKey = "quillard.void-keychain-places";
 
 constexpr std::pair<SecretPlace, std::string_view> kPlaceNames[] = {
     {SecretPlace::dataProtectionKeychain, "data-protection-keychain"}, {SecretPlace::fileKeychain, "file-keychain"}};
@@ -43,7 +42,7 @@ void RetiredIdentities::retire(std::string_view pairingID) {
 
 std::set<SecretPlace> RetiredIdentities::voidPlaces() const {
   std::set<SecretPlace> places;
-  const auto stored = textsUnder(kVoidPlacesKey, defaults);
+  const auto stored = textsUnder(voidPlacesKey, defaults);
   for (const auto& [place, name] : kPlaceNames) {
     if (std::find(stored.begin(), stored.end(), name) != stored.end()) places.insert(place);
   }
@@ -61,12 +60,12 @@ void RetiredIdentities::setUsable(SecretPlace place) {
 }
 
 void RetiredIdentities::storeVoidPlaces(const std::set<SecretPlace>& places) {
-  if (places.empty()) return defaults.remove(kVoidPlacesKey);
+  if (places.empty()) return defaults.remove(voidPlacesKey);
   Texts names;
   for (const auto& [place, name] : kPlaceNames) {
     if (places.contains(place)) names.emplace_back(name);
   }
-  defaults.set(kVoidPlacesKey, std::move(names));
+  defaults.set(voidPlacesKey, std::move(names));
 }
 
 }  // namespace quillard

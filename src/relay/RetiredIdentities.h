@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <set>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/storage/SecretStore.h"
 #include "platform/storage/UserDefaults.h"
@@ -22,8 +24,11 @@ class RetiredIdentities {
  public:
   static constexpr std::size_t kMost = 64;
 
-  // `defaults` outlives this.
-  explicit RetiredIdentities(platform::UserDefaults& defaults) : defaults(defaults) {}
+  // `defaults` outlives this. `voidPlacesKey`: where the places of this installation's identity are remembered; each
+  // identity that it has at a time has its own, while those that were given up are remembered together.
+  explicit RetiredIdentities(platform::UserDefaults& defaults,
+                             std::string voidPlacesKey = "quillard.void-keychain-places")
+      : defaults(defaults), voidPlacesKey(std::move(voidPlacesKey)) {}
 
   [[nodiscard]] bool contains(std::string_view pairingID) const;
   // The oldest is forgotten when there are more than `kMost`.
@@ -38,6 +43,7 @@ class RetiredIdentities {
   void storeVoidPlaces(const std::set<platform::SecretPlace>& places);
 
   platform::UserDefaults& defaults;
+  const std::string voidPlacesKey;
 };
 
 }  // namespace quillard

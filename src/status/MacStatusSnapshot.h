@@ -12,6 +12,7 @@
 #include "system/LoginItemManager.h"
 #include "system/UpdateManager.h"
 #include "values/Images.h"
+#include "values/Time.h"
 
 namespace quillard {
 
@@ -24,6 +25,18 @@ struct WaitingQuestion {
   std::vector<std::string> labels;
 
   bool operator==(const WaitingQuestion&) const = default;
+};
+
+// One phone that has ever joined a pairing of this computer.
+struct PhoneLine {
+  int pairing = 1;       // Phones with the same one share a code, and are unpaired together.
+  std::string name;      // Never empty, and harmless to show.
+  Seconds sinceSeconds;  // How long ago it joined.
+  Seconds heardSeconds;  // How long ago it was connected.
+  std::int64_t decisions = 0;
+  bool isConnected = false;
+  bool isUnexpected = false;  // It joined by a code that another phone had already.
+  bool operator==(const PhoneLine&) const = default;
 };
 
 // All that the status window shows, at one moment. Built anew for each refresh, never changed.
@@ -41,6 +54,12 @@ struct MacStatusSnapshot {
   std::int64_t pendingApprovalCount = 0;
   ScanProblem scanProblem;                 // Of the newest scan: what it could not read.
   std::optional<LazyBitmap> pairingImage;  // Absent: no code may be shown, or there is none.
+  // Of a new pairing, for one more phone, while that is offered. Shown instead of the other.
+  std::optional<LazyBitmap> offeredPairingImage;
+  bool isPairingCodeUsed = false;  // A phone has paired with `pairingImage`, which is then covered.
+  bool isPairingOffered = false;
+  bool canPairAnother = false;
+  std::vector<PhoneLine> phones;  // In the order in which they joined.
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;
   std::vector<WaitingQuestion> questions{};  // Oldest first.

@@ -5,8 +5,8 @@
 #include "status/MacStatusSnapshot.h"
 #include "status/view/StatusWindowView.h"
 
-// The five setting rows of the status window, and the one for what programs ask. Dots and symbols are green where all is
-// well, amber where something is left to do, and in the colour of secondary text where there is nothing to say or do
+// The five setting rows of the status window, and the one for what programs ask. Dots and symbols are green where all
+// is well, amber where something is left to do, and in the colour of secondary text where there is nothing to say or do
 // now. Functions of the snapshot.
 namespace quillard::StatusRows {
 

@@ -3,12 +3,24 @@
 #include <string>
 #include <utility>
 
+#include "status/PhoneRows.h"
 #include "status/StatusRows.h"
 #include "status/StatusTexts.h"
 
 namespace quillard {
 
 namespace {
+
+constexpr const char* kCoveredCaption =
+    "This pairing has its phone, so its code is covered. Each phone gets a code of its own.";
+constexpr const char* kOfferedCaption =
+    "Open the iPhone app, choose Pair Mac, and scan this code. It is for one phone, and ends after ten minutes.";
+
+// A code is for one phone: once it has that, nobody is to photograph it.
+bool isCovered(const MacStatusSnapshot& snapshot) {
+  return snapshot.isPairingCodeUsed && !snapshot.isPairingOffered && snapshot.accessibilityTrusted &&
+         !snapshot.pairingRevoked;
+}
 
 struct Placeholder {
   std::string symbol;
@@ -18,7 +30,27 @@ struct Placeholder {
 // What stands where the code would be.
 Placeholder placeholder(const MacStatusSnapshot& snapshot) {
   if (!snapshot.accessibilityTrusted) return {"figure.wave.circle.fill", "Accessibility required"};
+  if (isCovered(snapshot)) return {"iphone", "Pairing code covered"};
   return {"qrcode", "No pairing code"};
+}
+
+// The code that is for the next phone, or none.
+void addCode(const MacStatusSnapshot& snapshot, StatusWindowContent& content) {
+  content.pairingImage = snapshot.pairingImage;
+  content.pairingCaption = snapshot.pairingCaption;
+  if (snapshot.isPairingOffered && snapshot.accessibilityTrusted) {
+    content.pairingImage = snapshot.offeredPairingImage;
+    content.pairingCaption = kOfferedCaption;
+    content.pairAnotherButton = ButtonContent{"Hide Code"};
+  } else if (isCovered(snapshot)) {
+    content.pairingImage.reset();
+    content.pairingCaption = kCoveredCaption;
+    if (snapshot.canPairAnother) content.pairAnotherButton = ButtonContent{"Pair Another Phone"};
+    if (snapshot.relayConnected && !snapshot.isPhonePresent()) {
+      content.pairingStatus = "iPhone away";
+      content.pairingDetail = "A paired iPhone receives approval alerts from this Mac as soon as its page is open.";
+    }
+  }
 }
 
 void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& content) {
@@ -26,16 +58,17 @@ void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& cont
   content.pairingDetail = StatusTexts::phoneStatusDetail(snapshot);
   content.pairingStatus = StatusTexts::pairingStatus(snapshot);
   content.pairingStatusTint = StatusTexts::pairingStatusTint(snapshot);
-  content.pairingImage = snapshot.pairingImage;
   auto [symbol, description] = placeholder(snapshot);
   content.placeholderSymbol = std::move(symbol);
   content.placeholderDescription = std::move(description);
-  content.pairingCaption = snapshot.pairingCaption;
   if (snapshot.installedInApplications && !snapshot.accessibilityTrusted) {
     content.pairingActionButton = ButtonContent{"Allow Accessibility…"};
   }
-  // Both do the same: the installation takes a new identity.
-  if (snapshot.isPhonePresent()) content.unpairPhoneButton = ButtonContent{"Unpair iPhone"};
+  addCode(snapshot, content);
+  // Both do the same: the installation takes a new identity, and further pairings end.
+  if (snapshot.isPhonePresent() || !snapshot.phones.empty()) {
+    content.unpairPhoneButton = ButtonContent{snapshot.phones.size() > 1 ? "Unpair All Phones" : "Unpair iPhone"};
+  }
   if (snapshot.installedInApplications && snapshot.pairingRevoked) {
     content.unpairPhoneButton = ButtonContent{"Pair Anew"};
   }
@@ -58,6 +91,7 @@ StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   content.update = StatusRows::updateRow(snapshot);
   content.notificationPause = StatusRows::notificationPauseRow(snapshot);
   content.question = StatusRows::questionRow(snapshot);
+  content.phones = PhoneRows::rows(snapshot);
   return content;
 }
 

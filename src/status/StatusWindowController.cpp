@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/PrintableText.h"
+#include "status/PhoneRows.h"
 #include "status/StatusWindowContents.h"
 
 namespace quillard {
@@ -65,6 +66,9 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void openLoginItemsSettings();
   void checkForUpdates();
   void unpairPhone();
+  void pairAnother();
+  void askToUnpair(std::size_t row);
+  void unpairPairing(int pairing);
   void toggleNotificationPause();
   void showNotificationPauseOptions();
   void pauseNotificationsForFourHours() { pause(NotificationPauseOption::fourHours); }
@@ -122,6 +126,7 @@ void StatusWindowController::Implementation::updateAppearance() {
 }
 
 void StatusWindowController::Implementation::pressed(StatusWindowButton button) {
+  if (const auto row = phoneRowOf(button)) return askToUnpair(*row);
   if (const Action action = actionOf(button)) (this->*action)();
 }
 
@@ -130,6 +135,11 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
   switch (button) {
     case StatusWindowButton::pairingAction:
       return &Implementation::requestPermissions;
+    case StatusWindowButton::pairAnother:
+      return &Implementation::pairAnother;
+    case StatusWindowButton::none:
+    case StatusWindowButton::firstPhone:
+      return nullptr;  // Of a row: see `pressed`.
     case StatusWindowButton::unpairPhone:
       return &Implementation::unpairPhone;
     case StatusWindowButton::installLocationPrimary:
@@ -182,6 +192,28 @@ void StatusWindowController::Implementation::checkForUpdates() { callIfSet(callb
 
 void StatusWindowController::Implementation::unpairPhone() {
   callIfSet(callbacks.onUnpairPhone);
+  refresh();
+}
+
+void StatusWindowController::Implementation::pairAnother() {
+  callIfSet(callbacks.snapshotProvider().isPairingOffered ? callbacks.onCancelPairing : callbacks.onPairAnother);
+  refresh();
+}
+
+// The list may change while the question is on screen: the answer is about the pairing, not about the row.
+void StatusWindowController::Implementation::askToUnpair(std::size_t row) {
+  const auto question = PhoneRows::unpairQuestion(callbacks.snapshotProvider(), row);
+  if (!question) return;
+  constexpr std::size_t kYes = 2;
+  view->popUpMenu(phoneButton(row), {{question->question, /*isEnabled=*/false}, {""}, {question->answer}, {"Cancel"}},
+                  [weak = weak_from_this(), pairing = question->pairing](std::size_t index) {
+                    const auto self = weak.lock();
+                    if (self && index == kYes) self->unpairPairing(pairing);
+                  });
+}
+
+void StatusWindowController::Implementation::unpairPairing(int pairing) {
+  callIfSet(callbacks.onUnpairPairing, pairing);
   refresh();
 }
 

@@ -25,6 +25,11 @@ struct StatusWindowCallbacks {
   std::function<void()> onCheckForUpdates;
   std::function<void(NotificationPauseOption)> onPauseNotifications;
   std::function<void()> onResumeNotifications;
+  // Takes one pairing back, with all its phones.
+  std::function<void(int pairing)> onUnpairPairing;
+  // Shows the code of a new pairing; hides it again, and takes it back.
+  std::function<void()> onPairAnother;
+  std::function<void()> onCancelPairing;
   // Of the pairing card's button. Empty: the button opens the page of privacy settings, no more.
   std::function<void()> onRequestPermissions;
   // Of a question that a program asks.

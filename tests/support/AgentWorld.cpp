@@ -32,10 +32,11 @@ std::string textOf(const Json& json) { return *jsonText(json); }
 
 }  // namespace
 
-std::optional<InstallationSecrets> keptSecrets(const SimulatedWorld& world) {
+std::optional<InstallationSecrets> keptSecrets(const SimulatedWorld& world, int number) {
+  const std::string account = "installation-secrets-v1" + (number == 1 ? "" : "-" + std::to_string(number));
   auto& store = const_cast<SimulatedWorld&>(world).secretStore();
   for (const auto place : {platform::SecretPlace::dataProtectionKeychain, platform::SecretPlace::fileKeychain}) {
-    const auto stored = store.stored(place, "installation-secrets-v1");
+    const auto stored = store.stored(place, account);
     if (!stored) continue;
     return readInstallationSecrets({reinterpret_cast<const std::uint8_t*>(stored->data()), stored->size()});
   }
@@ -83,8 +84,8 @@ platform::HttpOutcome SimulatedRelay::registered(const platform::HttpRequest& re
 }
 
 void SimulatedRelay::started(const SocketHandle& socket) {
-  const auto secrets = keptSecrets(world);
-  if (!isUp || !secrets || secrets->relayAuthToken.text() != bearerOf(socket->request())) {
+  const auto secrets = secretsOf(bearerOf(socket->request()));
+  if (!isUp || !secrets) {
     socket->fail("Connection refused.");
     return;
   }
@@ -93,6 +94,28 @@ void SimulatedRelay::started(const SocketHandle& socket) {
   if (!tokens.contains(bearerOf(socket->request()))) return socket->refuse(401);
   all.push_back({socket, *secrets});
   socket->accept();
+}
+
+// Of the identity that the agent keeps with this token, or had when it connected before.
+std::optional<InstallationSecrets> SimulatedRelay::secretsOf(const std::string& token) const {
+  for (int number = 1; number <= 8; ++number) {
+    auto secrets = keptSecrets(world, number);
+    if (secrets && secrets->relayAuthToken.text() == token) return secrets;
+  }
+  for (const auto& conversation : all) {
+    if (conversation.secrets.relayAuthToken.text() == token) return conversation.secrets;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> SimulatedRelay::revokedByAgents() const {
+  std::vector<std::string> pairingIDs;
+  for (const auto& conversation : all) {
+    for (const auto& frame : conversation.socket->receivedTexts()) {
+      if (typeOf(frame) == kUnpairPhoneType) pairingIDs.push_back(conversation.secrets.pairingID);
+    }
+  }
+  return pairingIDs;
 }
 
 SocketHandle SimulatedRelay::agentOf(const InstallationSecrets& secrets) const {
@@ -118,8 +141,8 @@ std::vector<std::string> SimulatedRelay::received(std::string_view type) const {
 SimulatedPhone::SimulatedPhone(SimulatedWorld& world, SimulatedRelay& relay)
     : world(world), relay(relay), random(Seed{0x70686F6E65}) {}
 
-void SimulatedPhone::pair() {
-  secrets = keptSecrets(world);
+void SimulatedPhone::pair(int number) {
+  secrets = keptSecrets(world, number);
   framesRead.clear();
   allSnapshots.clear();
   clock.reset();
@@ -127,6 +150,16 @@ void SimulatedPhone::pair() {
 }
 
 void SimulatedPhone::comeOnline(const std::string& deviceName) { sendStatus(true, deviceName); }
+void SimulatedPhone::comeOnlineTogether(const std::vector<std::string>& deviceNames) {
+  const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
+  if (!agent) return;
+  PhoneStatusRelayMessage message{.type = std::string(kPhoneStatusType),
+                                  .phoneConnected = !deviceNames.empty(),
+                                  .phoneCount = static_cast<std::int64_t>(deviceNames.size())};
+  message.phones.emplace();
+  for (const auto& name : deviceNames) message.phones->push_back({.deviceID = "of-" + name, .deviceName = name});
+  agent->sendText(textOf(toJson(message)));
+}
 void SimulatedPhone::goOffline() { sendStatus(false, ""); }
 
 void SimulatedPhone::sendStatus(bool isConnected, const std::string& deviceName) {

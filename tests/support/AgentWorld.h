@@ -19,8 +19,9 @@ namespace quillard::samples {
 
 using SocketHandle = platform::simulated::SimulatedWebSockets::ConnectionHandle;
 
-// The identity that the agent keeps in its keychain now. Absent: none.
-[[nodiscard]] std::optional<InstallationSecrets> keptSecrets(const platform::simulated::SimulatedWorld& world);
+// The identity that the agent keeps in its keychain now; `number`: see PairingConfiguration. Absent: none.
+[[nodiscard]] std::optional<InstallationSecrets> keptSecrets(const platform::simulated::SimulatedWorld& world,
+                                                             int number = 1);
 
 // The relay of a simulated world: takes tokens, accepts the sockets of those that it was given, and routes between one
 // agent and its phones.
@@ -57,10 +58,13 @@ class SimulatedRelay {
     InstallationSecrets secrets;
   };
   [[nodiscard]] const std::vector<Conversation>& conversations() const { return all; }
+  // The pairings that an agent has asked to revoke, oldest first. Revoked they are, too.
+  [[nodiscard]] std::vector<std::string> revokedByAgents() const;
 
  private:
   platform::HttpOutcome registered(const platform::HttpRequest& request);
   void started(const SocketHandle& socket);
+  [[nodiscard]] std::optional<InstallationSecrets> secretsOf(const std::string& token) const;
 
   platform::simulated::SimulatedWorld& world;
   bool isUp = true;
@@ -91,10 +95,12 @@ class SimulatedPhone {
  public:
   SimulatedPhone(platform::simulated::SimulatedWorld& world, SimulatedRelay& relay);
 
-  // Takes over the identity of the agent as it is now.
-  void pair();
+  // Takes over the identity of the agent as it is now; `number`: which of them.
+  void pair(int number = 1);
   // The relay tells the agent about it.
   void comeOnline(const std::string& deviceName = "Ann's phone");
+  // Several of one pairing; the relay tells the agent about all of them together.
+  void comeOnlineTogether(const std::vector<std::string>& deviceNames);
   void goOffline();
 
   // Sends a decision through the relay; false when no agent listens.

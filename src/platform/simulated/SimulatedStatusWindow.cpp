@@ -43,9 +43,17 @@ class SimulatedStatusWindowView final : public StatusWindowView {
 };
 
 std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, StatusWindowButton button) {
+  if (const auto row = phoneRowOf(button)) {
+    return *row < content.phones.size() ? content.phones[*row].secondaryButton : std::nullopt;
+  }
   switch (button) {
+    case StatusWindowButton::none:
+    case StatusWindowButton::firstPhone:
+      return std::nullopt;
     case StatusWindowButton::pairingAction:
       return content.pairingActionButton;
+    case StatusWindowButton::pairAnother:
+      return content.pairAnotherButton;
     case StatusWindowButton::unpairPhone:
       return content.unpairPhoneButton;
     case StatusWindowButton::installLocationPrimary:

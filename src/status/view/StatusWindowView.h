@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,6 +15,7 @@ namespace quillard {
 // Everything that the status window shows, as values: the view draws it and decides nothing.
 enum class StatusWindowButton {
   pairingAction,
+  pairAnother,
   unpairPhone,
   installLocationPrimary,
   installLocationSecondary,
@@ -27,7 +29,23 @@ enum class StatusWindowButton {
   notificationPauseSecondary,
   questionPrimary,
   questionSecondary,
+  none,        // Of a row that has no such button.
+  firstPhone,  // Of the first row of `StatusWindowContent::phones`; those of the others follow.
 };
+
+// So many phones have a row of their own.
+inline constexpr std::size_t kMostPhoneRows = 12;
+
+[[nodiscard]] constexpr StatusWindowButton phoneButton(std::size_t row) {
+  return static_cast<StatusWindowButton>(static_cast<std::size_t>(StatusWindowButton::firstPhone) + row);
+}
+// Absent: the button is of no phone's row.
+[[nodiscard]] constexpr std::optional<std::size_t> phoneRowOf(StatusWindowButton button) {
+  const auto number = static_cast<std::size_t>(button);
+  const auto first = static_cast<std::size_t>(StatusWindowButton::firstPhone);
+  if (number < first || number >= first + kMostPhoneRows) return std::nullopt;
+  return number - first;
+}
 
 struct ButtonContent {
   std::string title;
@@ -67,6 +85,7 @@ struct StatusWindowContent {
   std::string placeholderDescription;
   std::string pairingCaption;
   std::optional<ButtonContent> pairingActionButton;
+  std::optional<ButtonContent> pairAnotherButton;
   std::optional<ButtonContent> unpairPhoneButton;
   StatusRowContent installLocation;
   StatusRowContent accessibility;
@@ -74,6 +93,7 @@ struct StatusWindowContent {
   StatusRowContent update;
   StatusRowContent notificationPause;
   std::optional<StatusRowContent> question;  // Above the others. Absent: no program asks.
+  std::vector<StatusRowContent> phones;      // At most `kMostPhoneRows`; their secondary button unpairs.
   bool operator==(const StatusWindowContent&) const = default;
 };
 

@@ -26,8 +26,9 @@ PairingCard::PairingCard(QWidget* parent)
       qrImageView(new CodeView(this)),
       qrCaptionLabel(new WrappedLabel(this, TextStyle::small, QPalette::PlaceholderText)),
       pairingActionButton(new ActionButton(this, Prominence::primary, StatusWindowButton::pairingAction)),
+      pairAnotherButton(new ActionButton(this, Prominence::primary, StatusWindowButton::pairAnother)),
       unpairPhoneButton(new ActionButton(this, Prominence::secondary, StatusWindowButton::unpairPhone)),
-      pairingButtonStack({pairingActionButton, unpairPhoneButton}) {}
+      pairingButtonStack({pairingActionButton, pairAnotherButton, unpairPhoneButton}) {}
 
 void PairingCard::setContent(const StatusWindowContent& content) {
   status = content.pairingStatus;
@@ -39,6 +40,7 @@ void PairingCard::setContent(const StatusWindowContent& content) {
                           content.pairingImage ? "Pairing QR code" : content.placeholderDescription);
   qrImageView->setAccessibleDescription(QString::fromStdString(content.pairingCaption));
   pairingActionButton->setContent(content.pairingActionButton, content.pairingTitle);
+  pairAnotherButton->setContent(content.pairAnotherButton, content.pairingTitle);
   unpairPhoneButton->setContent(content.unpairPhoneButton, content.pairingTitle);
   setAccessibleName(QString::fromStdString(content.pairingTitle));
   setAccessibleDescription(QString::fromStdString(content.pairingStatus + ". " + content.pairingDetail));
@@ -55,7 +57,7 @@ void PairingCard::updateAppearance() {
        {pairingTitleLabel, static_cast<WrappedLabel*>(pairStatusLabel), pairingDetailLabel, qrCaptionLabel}) {
     label->updateFont();
   }
-  for (auto* button : {pairingActionButton, unpairPhoneButton}) button->updateFont();
+  for (auto* button : {pairingActionButton, pairAnotherButton, unpairPhoneButton}) button->updateFont();
   showStatus();
   update();
 }

@@ -34,6 +34,7 @@ class PairingCard final : public CardView {
   CodeView* qrImageView;
   WrappedLabel* qrCaptionLabel;
   ActionButton* pairingActionButton;
+  ActionButton* pairAnotherButton;
   ActionButton* unpairPhoneButton;
   ButtonFlow pairingButtonStack;
 };

@@ -39,12 +39,18 @@ StatusPage::StatusPage(QWidget* parent)
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
   setBackgroundRole(QPalette::Window);
+  for (std::size_t row = 0; row < kMostPhoneRows; ++row) {
+    // Its one button is no invitation.
+    phoneRows[row] = new StatusRowCard(this, StatusWindowButton::none, phoneButton(row));
+    phoneRows[row]->hide();
+  }
 }
 
 std::vector<StatusRowCard*> StatusPage::rows() const {
   std::vector<StatusRowCard*> shown{installLocationRow, accessibilityRow, loginItemRow, updateRow,
                                     notificationPauseRow};
   if (!questionRow->isHidden()) shown.insert(shown.begin(), questionRow);
+  shown.insert(shown.end(), phoneRows.begin(), phoneRows.begin() + static_cast<std::ptrdiff_t>(phoneCount));
   return shown;
 }
 
@@ -58,6 +64,11 @@ void StatusPage::setContent(const StatusWindowContent& content) {
   notificationPauseRow->setContent(content.notificationPause);
   if (content.question) questionRow->setContent(*content.question);
   questionRow->setVisible(content.question.has_value());
+  phoneCount = std::min(content.phones.size(), kMostPhoneRows);
+  for (std::size_t row = 0; row < kMostPhoneRows; ++row) {
+    if (row < phoneCount) phoneRows[row]->setContent(content.phones[row]);
+    phoneRows[row]->setVisible(row < phoneCount);
+  }
   updateGeometry();
   arrange(size(), Placing::place);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "platform/qt/window/HeaderView.h"
@@ -43,6 +44,8 @@ class StatusPage final : public QWidget {
   StatusRowCard* updateRow;
   StatusRowCard* notificationPauseRow;
   StatusRowCard* questionRow;
+  std::array<StatusRowCard*, kMostPhoneRows> phoneRows;
+  std::size_t phoneCount = 0;
 };
 
 }  // namespace quillard::qt

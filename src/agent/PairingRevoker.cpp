@@ -1,0 +1,114 @@
+#include "agent/PairingRevoker.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "relay/RelayAddress.h"
+
+namespace quillard {
+namespace {
+
+constexpr Seconds kAttemptTimeout{20};
+constexpr Seconds kFirstDelay{60};
+constexpr Seconds kLongestDelay{3600};
+
+}  // namespace
+
+PairingRevoker::PairingRevoker(const PairingRevokerDependencies& dependencies)
+    : dependencies(dependencies), pending(dependencies.userDefaults), nextDelay(kFirstDelay) {}
+
+PairingRevoker::~PairingRevoker() { stop(); }
+
+void PairingRevoker::start() {
+  if (!isStopped && !client && !nextStep && !pending.all().empty()) attempt();
+}
+
+void PairingRevoker::add(const UnsentRevocation& revocation) {
+  pending.add(revocation);
+  start();
+}
+
+void PairingRevoker::attempt() {
+  nextStep.reset();
+  const auto revocations = pending.all();
+  if (revocations.empty()) return;
+  const auto& [relayURL, secrets] = revocations.front();
+  pairingID = secrets.pairingID;
+  const auto address = relaySocketURL({.relayURL = relayURL, .pairingID = pairingID});
+  if (!std::holds_alternative<std::string>(address)) return ended(/*isOver=*/true);
+  if (!queue) {
+    queue = dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
+  }
+  hasAsked = false;
+  client = std::make_unique<RelayClient>(
+      RelayClientAccess{.url = std::get<std::string>(address),
+                        .relaySecret = secrets.relayAuthToken,
+                        .cryptoSecret = {},
+                        .computerKey = secrets.computerKey},
+      clientCallbacks(), *queue,
+      RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
+                              dependencies.stampClock});
+  nextStep =
+      dependencies.executors.mainThread().postAfter(kAttemptTimeout, scope.bind([this] { ended(/*isOver=*/false); }));
+  client->connect();
+}
+
+// They are called on the client's queue. What comes of an earlier client is void.
+RelayClientCallbacks PairingRevoker::clientCallbacks() {
+  const auto onMainThread = [this, &mainThread = dependencies.executors.mainThread()](auto act) {
+    return [bound = scope.bind([this, asked = pairingID, act] {
+      if (client && pairingID == asked) act();
+    }),
+            &mainThread](const auto&...) { mainThread.post(bound); };
+  };
+  return {.onApprovalRequest = [](const auto&) {},
+          .onSuppressionCommand = [](const auto&) {},
+          .onStatusChange =
+              [tell = onMainThread([this] { connected(); })](const RelayConnectionStatus& status) {
+                if (status.relayConnected) tell();
+              },
+          .onRefused = onMainThread([this] { ended(/*isOver=*/true); })};
+}
+
+void PairingRevoker::connected() {
+  if (std::exchange(hasAsked, true)) return;
+  auto act = scope.bind([this, asked = pairingID](bool wasSent) {
+    if (client && pairingID == asked) ended(wasSent);
+  });
+  client->unpairPhone(std::nullopt, [act, &mainThread = dependencies.executors.mainThread()](bool wasSent) {
+    mainThread.post([act, wasSent] { act(wasSent); });
+  });
+}
+
+void PairingRevoker::ended(bool isOver) {
+  letGoOfClient();
+  nextStep.reset();
+  if (isOver) {
+    pending.remove(pairingID);
+    nextDelay = kFirstDelay;
+  }
+  auto left = pending.all();
+  if (left.empty() || isStopped) return;
+  if (isOver) return attempt();
+  // The others are not to wait for one whose relay is gone.
+  pending.add(std::move(left.front()));
+  nextStep = dependencies.executors.mainThread().postAfter(nextDelay, scope.bind([this] { attempt(); }));
+  nextDelay = std::min(2 * nextDelay, kLongestDelay);
+}
+
+void PairingRevoker::letGoOfClient() {
+  if (!client) return;
+  client->disconnect();
+  client.reset();
+}
+
+void PairingRevoker::stop() {
+  isStopped = true;
+  nextStep.reset();
+  letGoOfClient();
+  queue.reset();
+}
+
+}  // namespace quillard

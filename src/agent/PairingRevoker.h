@@ -1,0 +1,71 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "foundation/CallbackScope.h"
+#include "platform/network/WebSocket.h"
+#include "platform/process/Clock.h"
+#include "platform/process/Console.h"
+#include "platform/process/Executors.h"
+#include "platform/process/Random.h"
+#include "platform/storage/UserDefaults.h"
+#include "relay/ClockStamp.h"
+#include "relay/PendingRevocations.h"
+#include "relay/RelayClient.h"
+#include "values/Time.h"
+
+namespace quillard {
+
+// All of it outlives the revoker.
+struct PairingRevokerDependencies {
+  platform::UserDefaults& userDefaults;
+  platform::Executors& executors;
+  platform::WebSockets& webSockets;
+  platform::Clock& clock;
+  platform::Random& random;
+  platform::Console& console;
+  const StampClock& stampClock;
+};
+
+// Makes up for revocations that a relay could not be told when a pairing was given up: it connects as that pairing's
+// computer, asks for the revocation, and leaves. One pairing at a time; an attempt takes 20 s at most, and the next one
+// follows after a minute, then after twice as long each time, an hour at most. What is left is tried in the next run.
+//
+// A relay that does not know the pairing, or calls it revoked, has nothing to be told any more.
+//
+// States: idle -> trying -> waiting -> trying ..., and idle; stopped. Nothing is made while nothing is to be told. Main
+// thread.
+class PairingRevoker {
+ public:
+  explicit PairingRevoker(const PairingRevokerDependencies& dependencies);
+  ~PairingRevoker();
+  PairingRevoker(const PairingRevoker&) = delete;
+  PairingRevoker& operator=(const PairingRevoker&) = delete;
+
+  // Begins with what earlier runs left.
+  void start();
+  // Keeps it, and tells the relay as soon as that can be reached.
+  void add(const UnsentRevocation& revocation);
+  void stop();
+
+ private:
+  void attempt();
+  [[nodiscard]] RelayClientCallbacks clientCallbacks();
+  void connected();
+  void ended(bool isOver);
+  void letGoOfClient();
+
+  const PairingRevokerDependencies dependencies;
+  PendingRevocations pending;
+  bool isStopped = false;
+  bool hasAsked = false;  // This attempt's client.
+  Seconds nextDelay;
+  std::string pairingID;                            // Of the attempt under way.
+  std::unique_ptr<platform::SerialExecutor> queue;  // Present once something was to be told.
+  std::unique_ptr<RelayClient> client;              // Present during an attempt.
+  platform::TaskHandle nextStep;                    // The end of the attempt, or the beginning of the next one.
+  CallbackScope scope;                              // Last.
+};
+
+}  // namespace quillard

@@ -1,0 +1,333 @@
+#include "agent/PhonePairings.h"
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+#include "click/semantics/DialogButtonSemantics.h"
+
+namespace quillard {
+namespace {
+
+// The numbers of those that are paired; with "?" behind it, of one that was offered; with "!", of one that is being
+// taken back.
+constexpr std::string_view kFurtherKey = "quillard.further-pairings";
+constexpr char kOffered = '?';
+constexpr char kEnding = '!';
+constexpr int kFirst = PairingConfiguration::kFirst;
+
+struct StoredPairing {
+  int number = 0;
+  bool isPaired = false;
+};
+
+std::vector<StoredPairing> storedPairings(const platform::UserDefaults& defaults) {
+  std::vector<StoredPairing> stored;
+  const auto value = defaults.object(kFurtherKey);
+  const auto* texts = value ? std::get_if<std::vector<std::string>>(&*value) : nullptr;
+  if (!texts) return stored;
+  for (const auto& text : *texts) {
+    const int number = text.empty() ? 0 : text.front() - '0';
+    const bool isKnown =
+        std::any_of(stored.begin(), stored.end(), [&](const auto& one) { return one.number == number; });
+    if (number <= kFirst || number > PhonePairings::kMost || isKnown) continue;
+    stored.push_back({.number = number, .isPaired = text.size() == 1});
+  }
+  return stored;
+}
+
+}  // namespace
+
+struct PhonePairings::Further {
+  int number;
+  PairingConfiguration configuration;
+  PairingCode code{configuration};
+  std::unique_ptr<RelaySession> session;
+  std::string pairingID;  // Empty: not known yet.
+  bool isEnding = false;
+
+  Further(int number, const PairingDependencies& dependencies) : number(number), configuration(dependencies, number) {}
+};
+
+PhonePairings::PhonePairings(const PhonePairingsDependencies& dependencies, PhonePairingsCallbacks callbacks)
+    : dependencies(dependencies),
+      callbacks(std::move(callbacks)),
+      roster(dependencies.pairing.userDefaults, dependencies.session.clock),
+      revoker({dependencies.pairing.userDefaults, dependencies.session.executors, dependencies.session.webSockets,
+               dependencies.session.clock, dependencies.session.random, dependencies.session.console,
+               dependencies.session.stampClock}),
+      first(std::make_unique<RelaySession>(dependencies.session, sessionCallbacks(kFirst))) {}
+
+PhonePairings::~PhonePairings() = default;
+
+// ---- All of them
+
+void PhonePairings::startRelayIfConfigured() {
+  first->startRelayIfConfigured();
+  readFirstIdentity();
+  startFurther();
+  revoker.start();
+}
+
+// It was read, or made, when its session started.
+void PhonePairings::readFirstIdentity() {
+  auto& configuration = dependencies.session.pairingConfiguration;
+  const auto secrets = configuration.isRelayConfigured() ? configuration.storedSecrets() : std::nullopt;
+  firstPairingID = secrets ? secrets->pairingID : std::string();
+}
+
+void PhonePairings::startFurther() {
+  if (!dependencies.session.pairingConfiguration.isRelayConfigured()) return;
+  for (const auto& stored : storedPairings(dependencies.pairing.userDefaults)) {
+    if (further(stored.number)) continue;
+    auto& added = addFurther(stored.number);
+    const auto secrets = added.configuration.storedSecrets();
+    if (secrets) added.pairingID = secrets->pairingID;
+    // What cannot be read now is not made anew: the next run looks again.
+    if (secrets && stored.isPaired) added.session->startRelayIfConfigured();
+    if (!stored.isPaired) unpair(stored.number);
+  }
+}
+
+void PhonePairings::publishCurrentApprovalSnapshot(bool force) {
+  first->publishCurrentApprovalSnapshot(force);
+  for (const auto& one : furtherOnes) one->session->publishCurrentApprovalSnapshot(force);
+}
+
+void PhonePairings::askAgainIfDue() {
+  first->askAgainIfDue();
+  for (const auto& one : furtherOnes) one->session->askAgainIfDue();
+  endOfferIfDue();
+  roster.noteTime();
+}
+
+void PhonePairings::stop() {
+  isStopped = true;
+  offerEnd.reset();
+  for (const auto& one : furtherOnes) one->session->beginToStop();
+  first->stop();
+  for (const auto& one : furtherOnes) one->session->stop();
+  revoker.stop();
+}
+
+void PhonePairings::publishResult(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
+  if (auto* decided = session(decision.pairing)) decided->publishResult(decision.decisionID, result);
+}
+
+void PhonePairings::publishOutcome(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
+  const bool isGrant = result.status == kAcceptedStatus && !DialogButtonSemantics::isSafeDismissal(result.buttonLabel);
+  if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant)) callbacks.onFirstGrant(*phone);
+  if (decision.pairing != kFirst) first->publishResult(decision.decisionID, result);
+  for (const auto& one : furtherOnes) {
+    if (decision.pairing != one->number) one->session->publishResult(decision.decisionID, result);
+  }
+}
+
+RelayConnectionStatus PhonePairings::status() const {
+  auto all = first->status();
+  for (const auto& one : furtherOnes) {
+    const auto& status = one->session->status();
+    all.relayConnected = all.relayConnected || status.relayConnected;
+    all.phoneConnected = all.phoneConnected || status.phoneConnected;
+    all.phoneCount += status.phoneCount;
+    all.phones.insert(all.phones.end(), status.phones.begin(), status.phones.end());
+  }
+  return all;
+}
+
+// ---- Sessions
+
+RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
+  return {
+      .snapshotProvider = callbacks.snapshotProvider,
+      .onApprovalRequest =
+          [this, pairing](const ApprovalRequestEnvelope& envelope) {
+            const auto* ending = further(pairing);
+            if (ending && ending->isEnding) return;  // From now on it has no say.
+            auto numbered = envelope;
+            numbered.pairing = pairing;
+            callbacks.onApprovalRequest(numbered);
+          },
+      .onSuppressionCommand = callbacks.onSuppressionCommand,
+      .onStatusChange = [this, pairing] { sessionStatusChanged(pairing); },
+      .onPairingForgotten = [this, pairing] { pairingForgotten(pairing); },
+      .onPairingRenewed =
+          [this] {
+            readFirstIdentity();
+            callbacks.onPairingRenewed();
+          },
+      // In a turn of its own: the session that reports it is about to go.
+      .onPairingEnded =
+          [this, pairing] {
+            dependencies.session.executors.mainThread().post(scope.bind([this, pairing] { furtherEnded(pairing); }));
+          },
+      .onRevocationUnsent =
+          [this, pairing](const UnsentRevocation& revocation) {
+            // Nobody can have joined a pairing that no relay was ever told of.
+            if (pairing != kFirst || isFirstPaired() || first->wasRegistered()) revoker.add(revocation);
+          }};
+}
+
+PhonePairings::Further& PhonePairings::addFurther(int pairing) {
+  auto added = std::make_unique<Further>(pairing, dependencies.pairing);
+  added->session = std::make_unique<RelaySession>(
+      RelaySessionDependencies{added->configuration, dependencies.session.executors, dependencies.session.httpSessions,
+                               dependencies.session.webSockets, dependencies.session.clock, dependencies.session.random,
+                               dependencies.session.console, dependencies.session.stampClock},
+      sessionCallbacks(pairing));
+  const auto place =
+      std::find_if(furtherOnes.begin(), furtherOnes.end(), [&](const auto& one) { return one->number > pairing; });
+  return **furtherOnes.insert(place, std::move(added));
+}
+
+PhonePairings::Further* PhonePairings::further(int pairing) const {
+  const auto found =
+      std::find_if(furtherOnes.begin(), furtherOnes.end(), [&](const auto& one) { return one->number == pairing; });
+  return found == furtherOnes.end() ? nullptr : found->get();
+}
+
+RelaySession* PhonePairings::session(int pairing) const {
+  if (pairing == kFirst) return first.get();
+  const auto* found = further(pairing);
+  return found ? found->session.get() : nullptr;
+}
+
+std::string PhonePairings::pairingIDOf(int pairing) const {
+  if (pairing == kFirst) return firstPairingID;
+  const auto* found = further(pairing);
+  return found ? found->pairingID : std::string();
+}
+
+void PhonePairings::sessionStatusChanged(int pairing) {
+  if (isStopped) return;
+  const auto pairingID = pairingIDOf(pairing);
+  if (!pairingID.empty()) noticeArrivals(pairing, pairingID);
+  callbacks.onStatusChange();
+}
+
+void PhonePairings::noticeArrivals(int pairing, const std::string& pairingID) {
+  auto earlier = roster.phonesOf(pairingID);
+  for (auto& arrived : roster.note(pairingID, session(pairing)->status())) {
+    if (!earlier.empty()) {
+      callbacks.onUnexpectedPhone({.pairing = pairing, .name = arrived.name, .earlierName = earlier.front().name});
+    }
+    earlier.push_back(std::move(arrived));
+  }
+  if (earlier.empty() || offeredNumber != pairing) return;
+  offeredNumber.reset();
+  offerEnd.reset();
+  save();
+}
+
+// ---- Taking back
+
+void PhonePairings::unpairAll() {
+  for (const auto& one : std::vector<int>{2, 3, 4, 5, 6, 7, 8}) unpair(one);
+  unpair(kFirst);
+}
+
+void PhonePairings::unpair(int pairing) {
+  if (isStopped) return;
+  if (pairing == kFirst) return first->unpairPhoneFromStatusWindow();
+  auto* ending = further(pairing);
+  if (!ending || std::exchange(ending->isEnding, true)) return;
+  if (offeredNumber == pairing) {
+    offeredNumber.reset();
+    offerEnd.reset();
+  }
+  save();
+  ending->session->endPairing();
+}
+
+void PhonePairings::pairingForgotten(int pairing) {
+  roster.forget(pairingIDOf(pairing));
+  if (pairing == kFirst) firstPairingID.clear();
+  if (auto* ending = further(pairing)) ending->code.forget();
+  callbacks.onPairingForgotten(pairing);
+}
+
+void PhonePairings::furtherEnded(int pairing) {
+  std::erase_if(furtherOnes, [&](const auto& one) { return one->number == pairing; });
+  save();
+  if (!isStopped) callbacks.onStatusChange();
+}
+
+void PhonePairings::save() const {
+  std::vector<std::string> texts;
+  for (const auto& one : furtherOnes) {
+    std::string text(1, static_cast<char>('0' + one->number));
+    if (one->isEnding) {
+      text += kEnding;
+    } else if (offeredNumber == one->number) {
+      text += kOffered;
+    }
+    texts.push_back(std::move(text));
+  }
+  auto& defaults = dependencies.pairing.userDefaults;
+  texts.empty() ? defaults.remove(kFurtherKey) : defaults.set(kFurtherKey, std::move(texts));
+}
+
+// ---- The code for one more phone
+
+std::optional<int> PhonePairings::freeNumber() const {
+  for (int number = kFirst + 1; number <= kMost; ++number) {
+    if (!further(number)) return number;
+  }
+  return std::nullopt;
+}
+
+bool PhonePairings::canOffer() const {
+  return !isStopped && !isOffering() && freeNumber() && dependencies.session.pairingConfiguration.isRelayConfigured();
+}
+
+void PhonePairings::offer() {
+  if (!canOffer()) return;
+  auto& added = addFurther(*freeNumber());
+  const auto configuration = added.configuration.launchConfiguration();
+  if (configuration) added.pairingID = configuration->pairingID;
+  offeredNumber = added.number;
+  offerEndsAt = advanced(dependencies.session.clock.now(), kOfferTime);
+  offerEnd = dependencies.session.executors.mainThread().postAfter(kOfferTime, scope.bind([this] { withdrawOffer(); }));
+  save();
+  added.session->startRelayIfConfigured();
+  callbacks.onStatusChange();
+}
+
+void PhonePairings::withdrawOffer() {
+  if (offeredNumber) unpair(*offeredNumber);
+}
+
+// The timer may have stood still while the computer slept.
+void PhonePairings::endOfferIfDue() {
+  if (offeredNumber && dependencies.session.clock.now() >= offerEndsAt) withdrawOffer();
+}
+
+std::optional<LazyBitmap> PhonePairings::offeredImage() {
+  auto* offered = offeredNumber ? further(*offeredNumber) : nullptr;
+  return offered ? offered->code.image() : std::nullopt;
+}
+
+// ---- The list
+
+std::vector<PairedPhone> PhonePairings::phones() const {
+  std::vector<PairedPhone> list;
+  for (const auto& phone : roster.phones()) {
+    const auto isOf = [&](int pairing) { return pairingIDOf(pairing) == phone.pairingID; };
+    int number = kFirst;
+    while (number <= kMost && !isOf(number)) ++number;
+    if (number > kMost) continue;
+    const bool hasEarlier =
+        std::any_of(list.begin(), list.end(), [&](const PairedPhone& one) { return one.pairing == number; });
+    list.push_back({.pairing = number, .phone = phone, .isUnexpected = hasEarlier});
+  }
+  return list;
+}
+
+bool PhonePairings::isFirstPaired() const {
+  const auto& all = roster.phones();
+  return !firstPairingID.empty() && std::any_of(all.begin(), all.end(), [&](const KnownPhone& phone) {
+    return phone.pairingID == firstPairingID;
+  });
+}
+
+}  // namespace quillard

@@ -1,0 +1,448 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "relay/PendingRevocations.h"
+#include "support/AgentWorld.h"
+
+namespace quillard {
+namespace {
+
+using platform::HttpResponse;
+using platform::SecretPlace;
+using samples::AgentWorld;
+using samples::erasePrompt;
+using samples::keptSecrets;
+using samples::SimulatedPhone;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+// An agent whose first pairing has Ann's phone, and whose second one may get Ben's.
+struct PhonePairingsTest : testing::Test {
+  void launchWithAnn() {
+    world.launchAndPair();
+    world.phone.comeOnline("Ann");
+    world.advance(1);
+  }
+  void offer() {
+    world.onMainThread([](AppDelegate& agent) { agent.pairAnotherPhone(); });
+    world.advance(1);
+  }
+  void pairBen() {
+    offer();
+    ben.pair(2);
+    ben.comeOnline("Ben");
+    world.advance(1);
+  }
+  void unpair(int pairing) {
+    world.onMainThread([pairing](AppDelegate& agent) { agent.unpair(pairing); });
+    world.advance(1);
+  }
+  void quit() {
+    world.onMainThread([](AppDelegate& agent) { agent.applicationWillTerminate(); });
+    world.destroyAgent();
+  }
+  void launch() {
+    world.agent.reset();
+    world.launch();
+    world.advance(3);
+  }
+  void restart() {
+    quit();
+    launch();
+  }
+  std::vector<std::string> phones() {
+    std::vector<std::string> lines;
+    for (const auto& phone : world.status().phones) {
+      lines.push_back(std::to_string(phone.pairing) + " " + phone.name + (phone.isConnected ? "" : " (away)"));
+    }
+    return lines;
+  }
+  [[nodiscard]] std::string pairingID(int number) const {
+    const auto secrets = keptSecrets(world.world, number);
+    return secrets ? secrets->pairingID : "";
+  }
+  // What the window shows: a code, the code that is offered, or none.
+  std::string code() {
+    const auto status = world.status();
+    if (status.isPairingOffered) return status.offeredPairingImage ? "offered" : "broken";
+    return status.isPairingCodeUsed ? "covered" : "first";
+  }
+
+  AgentWorld world;
+  SimulatedPhone ben{world.world, world.relay};
+};
+
+// ---- One pairing a phone
+
+TEST_F(PhonePairingsTest, EachPhoneHasAnIdentityOfItsOwn) {
+  launchWithAnn();
+  pairBen();
+  const auto first = keptSecrets(world.world, 1);
+  const auto second = keptSecrets(world.world, 2);
+  ASSERT_TRUE(first && second);
+  EXPECT_NE(first->pairingID, second->pairingID);
+  EXPECT_NE(first->relayAuthToken, second->relayAuthToken);
+  EXPECT_NE(first->e2eSecret, second->e2eSecret);
+  EXPECT_THAT(phones(), ElementsAre("1 Ann", "2 Ben"));
+}
+
+TEST_F(PhonePairingsTest, AllAreShownThePromptAndOneAnswersIt) {
+  launchWithAnn();
+  pairBen();
+  const auto dialog = world.desktop().open(erasePrompt());
+  world.advance(3);
+  ASSERT_THAT(world.phone.shownTitles(), ElementsAre("Erase disk?"));
+  ASSERT_THAT(ben.shownTitles(), ElementsAre("Erase disk?"));
+  const auto decision = ben.decide(ben.shown().front().id, "Cancel");
+  ASSERT_TRUE(decision);
+  world.advance(5);
+  EXPECT_EQ(world.desktop().pressed(dialog), "Cancel");
+  EXPECT_THAT(ben.answers(*decision), ElementsAre("accepted")) << "Answered on its own pairing,";
+  EXPECT_THAT(world.phone.answers(*decision), ElementsAre("accepted")) << "and told on the other.";
+  EXPECT_THAT(world.phone.shownTitles(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, ARepeatedDecisionIsAnsweredOnItsOwnPairingAlone) {
+  launchWithAnn();
+  pairBen();
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  const auto id = ben.shown().front().id;
+  const auto box = ben.timedRequest("decision-1", id, "Cancel");
+  EXPECT_TRUE(ben.deliver("decision-1", box));
+  world.advance(5);
+  EXPECT_TRUE(ben.deliver("decision-1", box));
+  world.advance(1);
+  EXPECT_THAT(ben.answers("decision-1"), ElementsAre("accepted", "accepted"));
+  EXPECT_THAT(world.phone.answers("decision-1"), ElementsAre("accepted"));
+}
+
+TEST_F(PhonePairingsTest, APhoneCannotTakeTheNameOfAnothersDecision) {
+  launchWithAnn();
+  pairBen();
+  const auto first = world.desktop().open(erasePrompt("Erase disk?"));
+  world.advance(3);
+  const auto prompt = world.phone.shown().front().id;
+  EXPECT_TRUE(ben.send("decision-1", Uuid{}, "Erase")) << "Ben takes the name,";
+  EXPECT_TRUE(world.phone.send("decision-1", prompt, "Cancel"));
+  world.advance(5);
+  EXPECT_EQ(world.desktop().pressed(first), "Cancel") << "and Ann's decision is carried out all the same.";
+}
+
+TEST_F(PhonePairingsTest, ComeBackAfterARestart) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  restart();
+  EXPECT_THAT(phones(), ElementsAre("1 Ann (away)", "2 Ben (away)"));
+  EXPECT_EQ(pairingID(2), identity);
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  ben.comeOnline("Ben");
+  world.advance(1);
+  EXPECT_THAT(ben.shownTitles(), ElementsAre("Erase disk?"));
+  EXPECT_THAT(phones(), ElementsAre("1 Ann (away)", "2 Ben"));
+}
+
+TEST_F(PhonePairingsTest, AreEightAtMost) {
+  launchWithAnn();
+  for (int number = 2; number <= PhonePairings::kMost; ++number) {
+    offer();
+    SimulatedPhone phone{world.world, world.relay};
+    phone.pair(number);
+    phone.comeOnline("Phone");
+    world.advance(1);
+  }
+  EXPECT_THAT(phones(), SizeIs(8));
+  offer();
+  EXPECT_EQ(code(), "covered");
+  EXPECT_FALSE(world.status().canPairAnother);
+  unpair(5);
+  EXPECT_TRUE(world.status().canPairAnother);
+  offer();
+  EXPECT_EQ(code(), "offered");
+  EXPECT_NE(pairingID(5), "");
+}
+
+// ---- The code is for one phone and for now
+
+TEST_F(PhonePairingsTest, TheFirstCodeIsCoveredOnceItHasAPhoneAndStaysSo) {
+  world.launch();
+  world.advance(3);
+  EXPECT_EQ(code(), "first");
+  world.phone.pair();
+  world.phone.comeOnline("Ann");
+  world.advance(1);
+  EXPECT_EQ(code(), "covered");
+  world.phone.goOffline();
+  world.advance(1);
+  EXPECT_EQ(code(), "covered");
+  world.relay.goDown();
+  restart();
+  EXPECT_EQ(code(), "covered") << "Also while the relay is away.";
+}
+
+TEST_F(PhonePairingsTest, ANewCodeEndsWhenItsFirstPhoneHasJoined) {
+  launchWithAnn();
+  offer();
+  EXPECT_EQ(code(), "offered");
+  ben.pair(2);
+  ben.comeOnline("Ben");
+  world.advance(1);
+  EXPECT_EQ(code(), "covered");
+  world.advance(700);
+  EXPECT_THAT(phones(), Contains("2 Ben")) << "The pairing stays.";
+}
+
+TEST_F(PhonePairingsTest, ANewCodeThatNobodyUsesEndsAfterTenMinutes) {
+  launchWithAnn();
+  offer();
+  const auto identity = pairingID(2);
+  world.advance(597);
+  EXPECT_EQ(code(), "offered");
+  world.advance(4);
+  EXPECT_EQ(code(), "covered");
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+}
+
+TEST_F(PhonePairingsTest, ANewCodeIsTakenBackByWhoeverHidesIt) {
+  launchWithAnn();
+  offer();
+  world.onMainThread([](AppDelegate& agent) { agent.cancelPairing(); });
+  world.advance(1);
+  EXPECT_EQ(code(), "covered");
+  EXPECT_EQ(pairingID(2), "");
+}
+
+TEST_F(PhonePairingsTest, ANewCodeDoesNotOutliveTheRun) {
+  launchWithAnn();
+  offer();
+  const auto identity = pairingID(2);
+  restart();
+  EXPECT_EQ(code(), "covered");
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+}
+
+TEST_F(PhonePairingsTest, TellsOfASecondPhoneOnACode) {
+  launchWithAnn();
+  const auto noticesBefore = world.world.userNotifications().posted().size();
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.advance(1);
+  EXPECT_THAT(world.world.console().lines(), Contains(HasSubstr("Mallory has paired with the code of Ann")));
+  ASSERT_GT(world.world.userNotifications().posted().size(), noticesBefore);
+  EXPECT_THAT(world.world.userNotifications().posted().back().body, HasSubstr("Mallory has paired with the code"));
+}
+
+TEST_F(PhonePairingsTest, TellsOfNobodyWhoIsTheFirst) {
+  launchWithAnn();
+  pairBen();
+  EXPECT_THAT(world.world.console().lines(), Not(Contains(HasSubstr("has paired with the code"))));
+}
+
+TEST_F(PhonePairingsTest, TellsOfTheFirstGrantOfANewPhone) {
+  launchWithAnn();
+  pairBen();
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  ASSERT_TRUE(ben.decide(ben.shown().front().id, "Erase"));
+  world.advance(5);
+  EXPECT_THAT(world.world.console().lines(), Contains("Ben has answered a prompt for the first time."));
+}
+
+// ---- Taking one back
+
+TEST_F(PhonePairingsTest, UnpairsOneAndLeavesTheOthers) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  const auto ann = pairingID(1);
+  unpair(2);
+  EXPECT_THAT(phones(), ElementsAre("1 Ann"));
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  EXPECT_EQ(pairingID(2), "") << "Its secrets are gone.";
+  EXPECT_EQ(pairingID(1), ann);
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  EXPECT_THAT(world.phone.shownTitles(), ElementsAre("Erase disk?"));
+  EXPECT_THAT(ben.shownTitles(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, UnpairsAPhoneWhosePageIsClosed) {
+  launchWithAnn();
+  pairBen();
+  ben.goOffline();
+  world.advance(1);
+  const auto identity = pairingID(2);
+  unpair(2);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  EXPECT_THAT(phones(), ElementsAre("1 Ann"));
+}
+
+TEST_F(PhonePairingsTest, ADecisionOfAnUnpairedPhoneThatWaitsIsDropped) {
+  launchWithAnn();
+  pairBen();
+  const auto dialog = world.desktop().open(erasePrompt());
+  world.advance(3);
+  const auto prompt = ben.shown().front().id;
+  world.onMainThread([&](AppDelegate& agent) {
+    (void)ben.decide(prompt, "Erase");
+    agent.unpair(2);
+  });
+  world.advance(10);
+  EXPECT_NE(world.desktop().pressed(dialog), "Erase");
+}
+
+TEST_F(PhonePairingsTest, MakesUpForARevocationThatTheRelayMissed) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.goDown();
+  world.advance(1);
+  unpair(2);
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_THAT(phones(), ElementsAre("1 Ann (away)"));
+  world.relay.comeUp();
+  world.advance(130);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  world.advance(7200);
+  EXPECT_THAT(world.relay.revokedByAgents(), SizeIs(1)) << "Once.";
+}
+
+TEST_F(PhonePairingsTest, MakesUpForItInTheNextRun) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.goDown();
+  unpair(2);
+  quit();
+  world.relay.comeUp();
+  launch();
+  world.advance(2);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, AlsoForTheFirstPairing) {
+  launchWithAnn();
+  const auto identity = pairingID(1);
+  world.relay.goDown();
+  world.advance(1);
+  world.onMainThread([](AppDelegate& agent) { agent.unpairPhoneFromStatusWindow(); });
+  world.relay.comeUp();
+  world.advance(130);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+}
+
+TEST_F(PhonePairingsTest, ARelayThatCallsItRevokedHasNothingToBeToldAnyMore) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.goDown();
+  unpair(2);
+  world.relay.revoke(identity);
+  world.relay.comeUp();
+  world.advance(130);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, NeverComesBackFromAKeyringThatWasLocked) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  auto& keychain = world.world.secretStore();
+  const platform::SecretStatus locked{platform::SecretStatusCode::interactionNotAllowed, "It is locked."};
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain})
+    keychain.fail(place, locked);
+  unpair(2);
+  restart();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) keychain.recover(place);
+  restart();
+  EXPECT_THAT(phones(), Not(Contains(HasSubstr("Ben"))));
+  offer();
+  EXPECT_NE(pairingID(2), identity) << "Not even where it takes the same place.";
+  EXPECT_NE(pairingID(2), "");
+}
+
+TEST_F(PhonePairingsTest, UnpairingAllEndsFurtherPairingsAndReplacesTheFirst) {
+  launchWithAnn();
+  pairBen();
+  const auto first = pairingID(1);
+  const auto second = pairingID(2);
+  world.onMainThread([](AppDelegate& agent) { agent.unpairPhoneFromStatusWindow(); });
+  world.advance(3);
+  EXPECT_THAT(world.relay.revokedByAgents(), testing::UnorderedElementsAre(first, second));
+  EXPECT_THAT(phones(), IsEmpty());
+  EXPECT_NE(pairingID(1), first);
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_EQ(code(), "first");
+}
+
+// ---- The window
+
+TEST_F(PhonePairingsTest, TheWindowAsksBeforeItUnpairsOne) {
+  launchWithAnn();
+  pairBen();
+  ben.goOffline();
+  world.advance(3);
+  auto& window = world.world.statusWindowViews().window();
+  ASSERT_TRUE(window.click(phoneButton(1)));
+  world.advance(1);
+  EXPECT_THAT(window.menuTitles(), ElementsAre("Unpair Ben?", "", "Unpair", "Cancel"));
+  EXPECT_THAT(phones(), SizeIs(2));
+  ASSERT_TRUE(window.chooseMenuItem("Unpair"));
+  world.advance(1);
+  EXPECT_THAT(phones(), ElementsAre("1 Ann"));
+}
+
+TEST_F(PhonePairingsTest, TheWindowShowsAndHidesTheCodeOfAnotherPhone) {
+  launchWithAnn();
+  world.advance(3);
+  auto& window = world.world.statusWindowViews().window();
+  EXPECT_FALSE(window.content()->pairingImage) << "Covered.";
+  ASSERT_TRUE(window.click(StatusWindowButton::pairAnother));
+  world.advance(1);
+  EXPECT_TRUE(window.content()->pairingImage);
+  EXPECT_EQ(window.content()->pairAnotherButton->title, "Hide Code");
+  ASSERT_TRUE(window.click(StatusWindowButton::pairAnother));
+  world.advance(1);
+  EXPECT_FALSE(window.content()->pairingImage);
+}
+
+// ---- Who is the computer
+
+TEST_F(PhonePairingsTest, ShowsAKeyToARelayThatWantsOne) {
+  std::vector<std::string> shown;
+  world.world.httpSessions().setServer([&](const platform::HttpRequest& request) -> platform::HttpOutcome {
+    for (const auto& header : request.headers) {
+      if (header.name == "quillard-computer-key") shown.push_back(header.value);
+    }
+    return HttpResponse{shown.size() == 1 ? 428 : 204};
+  });
+  world.launch();
+  world.advance(3);
+  ASSERT_GE(shown.size(), 2U);
+  EXPECT_EQ(shown[0], "new");
+  EXPECT_EQ(shown[1].size(), 64U);
+  const auto kept = keptSecrets(world.world);
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(kept->computerKey.text(), shown[1]);
+  EXPECT_NE(kept->relayAuthToken.text(), shown[1]);
+}
+
+TEST_F(PhonePairingsTest, MakesNoKeyForARelayThatWantsNone) {
+  launchWithAnn();
+  EXPECT_TRUE(keptSecrets(world.world)->computerKey.isEmpty());
+}
+
+}  // namespace
+}  // namespace quillard

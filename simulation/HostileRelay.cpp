@@ -207,7 +207,6 @@ std::optional<int> HostileRelay::refusal(const ConnectionHandle& connection) {
 void HostileRelay::connectionStarted(const ConnectionHandle& connection) {
   expectBoundedAttempts();
   identities.refresh();
-  identities.presented(bearerOf(connection->request().headers));
   if (const auto status = refusal(connection)) {
     stage.trace("relay", "refuses the agent's connection with ", *status);
     stage.later(Seconds{0.02}, [connection, status] {

@@ -19,9 +19,10 @@ class Identities {
 
   // Takes over what is stored now. Cheap.
   void refresh();
-  // The agent has shown this bearer token to the relay. Unknown ones change nothing.
+  // The agent has registered this bearer token, as it does before it uses an identity; one that it only connects with
+  // may be of an identity that it gave up, and asks the relay to revoke. Unknown ones change nothing.
   void presented(const std::string& token);
-  // The one that the agent's window shows: the last of those that it stored and those that it has shown to the relay.
+  // The one that the agent's window shows: the last of those that it stored and those that it has registered.
   // It may be an older one where neither the disk nor the keychain took the newer one. Absent: none.
   [[nodiscard]] const std::optional<InstallationSecrets>& current() const { return newest; }
   // Null when none has this bearer token.

@@ -59,7 +59,7 @@ class RelayClientCore;
 // Any thread: each operation is a later turn of the queue. Once the client is destroyed no callback begins; operations
 // that were called before are still done, and then, in a later turn of the queue, its socket is destroyed.
 //
-// One queue serves all relay clients of the process, one after another: a client that is replaced can still send its
+// One queue serves all relay clients of a pairing, one after another: a client that is replaced can still send its
 // close message while the next one begins, and quitting waits for the queue, up to half a second, not for a client.
 class RelayClient {
  public:

@@ -48,7 +48,8 @@ void RelayRegistrationTask::answered(const RelayRegistrationOutcome& outcome) {
     tell();
     return;
   }
-  if (is(*outcome, Case::pairingRevoked)) {
+  // Either way only a new pairing helps, and only if a person wants it.
+  if (is(*outcome, Case::pairingRevoked) || is(*outcome, Case::otherComputer)) {
     const auto tell = events.onRevoked;
     tell();
     return;

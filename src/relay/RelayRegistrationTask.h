@@ -17,6 +17,7 @@ namespace quillard {
 // and is the last word. Any of them may destroy the task.
 struct RelayRegistrationEvents {
   std::function<void()> onRegistered;
+  // Also when the relay knows the pairing's computer by another key.
   std::function<void()> onRevoked;
   // The relay wants a key by which it knows the computer, and an empty one was shown. May be empty where none is.
   std::function<void()> onComputerKeyWanted;

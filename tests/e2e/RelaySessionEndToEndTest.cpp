@@ -41,18 +41,24 @@ class RelaySessionEndToEnd : public testing::Test {
   [[nodiscard]] static test::WireHeaders bearer(const InstallationSecrets& secrets) {
     return {{"Authorization", "Bearer " + std::string(secrets.relayAuthToken.text())}};
   }
+  // What only the computer has, too.
+  [[nodiscard]] static test::WireHeaders proofOf(const InstallationSecrets& secrets) {
+    auto headers = bearer(secrets);
+    headers.emplace_back("Quillard-Computer-Key", std::string(secrets.computerKey.text()));
+    return headers;
+  }
   // The status that a phone with these secrets gets; 101 when it is let in.
   [[nodiscard]] int connectPhone(const InstallationSecrets& secrets) {
     phone = std::make_unique<RelayWire>(relay.port());
     return phone->upgrade("role=phone&pairing=" + secrets.pairingID + "&deviceID=A&deviceName=Ana", bearer(secrets))
         .status;
   }
-  // As whoever has the token can, without this agent; which may take the connection back before that.
+  // As the computer can, without this agent; which may take the connection back before that.
   void revoke(const InstallationSecrets& secrets) {
     constexpr int kGone = 410;
     for (int attempt = 0; attempt < 50; ++attempt) {
       RelayWire other(relay.port());
-      if (other.upgrade("role=mac&pairing=" + secrets.pairingID, bearer(secrets)).status == kGone) return;
+      if (other.upgrade("role=mac&pairing=" + secrets.pairingID, proofOf(secrets)).status == kGone) return;
       (void)other.say({{"type", "phone.unpair"}, {"issuedAt", "2026-03-01T12:34:56Z"}});
       (void)other.readClose();
     }
@@ -94,6 +100,32 @@ TEST_F(RelaySessionEndToEnd, ComesBackToARelayThatLostItsDatabase) {
   EXPECT_FALSE(session->isPairingRevoked());
   ASSERT_EQ(connectPhone(before), 101) << "The phone's code is still good.";
   EXPECT_EQ(phone->read("mac.snapshot")["approvalCount"], 1);
+}
+
+TEST_F(RelaySessionEndToEnd, APhoneCannotPoseAsTheComputer) {
+  ASSERT_TRUE(startAndConnect());
+  const auto secrets = identity();
+  ASSERT_FALSE(secrets.computerKey.isEmpty()) << "The relay has asked for it.";
+  ASSERT_EQ(connectPhone(secrets), 101);
+  for (const std::string key : {"", "new", "0123456789012345678901234567890123456789"}) {
+    auto headers = bearer(secrets);
+    if (!key.empty()) headers.emplace_back("Quillard-Computer-Key", key);
+    RelayWire hostile(relay.port());
+    EXPECT_EQ(hostile.upgrade("role=mac&pairing=" + secrets.pairingID, headers).status, 401) << key;
+  }
+  EXPECT_TRUE(session->status().relayConnected) << "The computer's own connection stays.";
+  EXPECT_EQ(phone->read("mac.snapshot")["approvalCount"], 1) << "The list is the computer's.";
+}
+
+TEST_F(RelaySessionEndToEnd, ALostPhoneIsCutOffWhileItsPageIsClosed) {
+  ASSERT_TRUE(startAndConnect());
+  const auto lost = identity();
+  ASSERT_EQ(connectPhone(lost), 101);
+  phone.reset();
+  ASSERT_TRUE(waitUntil([this] { return !session->status().phoneConnected; }));
+  session->unpairPhoneFromStatusWindow();
+  ASSERT_TRUE(waitUntil([&] { return identity().pairingID != lost.pairingID && session->status().relayConnected; }));
+  EXPECT_EQ(connectPhone(lost), 410);
 }
 
 TEST_F(RelaySessionEndToEnd, KeepsItsIdentityWhenTheRelayRevokesItAndPairsAnewWhenAsked) {

@@ -196,8 +196,10 @@ void ClusterMember::bringDiskIntoStore() {
 void ClusterMember::bringNextPairing() {
   isBringing = true;
   const auto& [pairingID, entry] = earlierPairings.back();
-  const PairingRecord record{
-      .token = entry.token.value_or(TokenHash{}), .lastUsed = entry.lastUsed, .isJoined = entry.isJoined};
+  const PairingRecord record{.token = entry.token.value_or(TokenHash{}),
+                             .lastUsed = entry.lastUsed,
+                             .isJoined = entry.isJoined,
+                             .computerKey = entry.computerKey};
   using Kind = ClusterCondition::Kind;
   transact({.conditions = {{.key = pairingKey(pairingID), .kind = Kind::isAbsent},
                            {.key = revokedKey(pairingID), .kind = Kind::isAbsent}},

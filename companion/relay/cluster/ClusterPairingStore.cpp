@@ -23,7 +23,10 @@ std::optional<PairingStore::Entry> ClusterPairingStore::find(const std::string& 
   const auto* found = mirror.pairing(pairingID);
   if (!found) return std::nullopt;
   const auto& record = found->record;
-  return Entry{.token = record.token, .lastUsed = record.lastUsed, .isJoined = record.isJoined};
+  return Entry{.token = record.token,
+               .lastUsed = record.lastUsed,
+               .isJoined = record.isJoined,
+               .computerKey = record.computerKey};
 }
 
 void ClusterPairingStore::add(const std::string& pairingID, const TokenHash& token, std::int64_t now) {
@@ -88,6 +91,21 @@ void ClusterPairingStore::mark(const std::string& pairingID, std::int64_t now, b
   auto record = present->record;
   record.lastUsed = now;
   record.isJoined = record.isJoined || isJoined;
+  write(pairingID, record);
+}
+
+void ClusterPairingStore::setComputerKey(const std::string& pairingID, const TokenHash& key, std::int64_t now) {
+  check();
+  if (added && added->first == pairingID) {
+    added->second.computerKey = key;
+    return;
+  }
+  const auto* present = member.mirror().pairing(pairingID);
+  // Who registers tries again.
+  if (!present || beingWritten.contains(pairingID)) throw Failure{"the pairing is being written."};
+  auto record = present->record;
+  record.lastUsed = now;
+  if (!record.computerKey) record.computerKey = key;
   write(pairingID, record);
 }
 

@@ -98,7 +98,9 @@ ClusterName readKey(std::string_view key) {
 }
 
 std::string valueOf(const PairingRecord& record) {
-  return Json{{"token", hexText(record.token)}, {"lastUsed", record.lastUsed}, {"joined", record.isJoined}}.dump();
+  Json json{{"token", hexText(record.token)}, {"lastUsed", record.lastUsed}, {"joined", record.isJoined}};
+  if (record.computerKey) json["computer"] = hexText(*record.computerKey);
+  return json.dump();
 }
 
 std::string valueOf(const TombstoneRecord& record) { return Json{{"at", record.at}}.dump(); }
@@ -113,7 +115,9 @@ std::optional<PairingRecord> readPairingRecord(std::string_view value) {
   return readRecord<PairingRecord>(value, [](JsonReader& reader) -> std::optional<PairingRecord> {
     const auto token = readHash(reader.string("token"));
     PairingRecord record{.lastUsed = reader.integer("lastUsed", 0, kLatest), .isJoined = reader.boolean("joined")};
-    if (!token) return std::nullopt;
+    const auto computer = reader.optionalString("computer");
+    if (computer) record.computerKey = readHash(*computer);
+    if (!token || (computer && !record.computerKey)) return std::nullopt;
     record.token = *token;
     return record;
   });

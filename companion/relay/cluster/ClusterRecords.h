@@ -17,6 +17,7 @@ struct PairingRecord {
   TokenHash token{};
   std::int64_t lastUsed = 0;  // Seconds since 1970.
   bool isJoined = false;
+  std::optional<TokenHash> computerKey = std::nullopt;  // See PairingStore::Entry.
   bool operator==(const PairingRecord&) const = default;
 };
 

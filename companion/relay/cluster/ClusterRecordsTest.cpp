@@ -11,6 +11,8 @@ TEST(ClusterRecords, ReadWhatTheyWrite) {
   PairingRecord pairing{.lastUsed = 12, .isJoined = true};
   pairing.token.fill(0xA5);
   EXPECT_EQ(readPairingRecord(valueOf(pairing)), pairing);
+  pairing.computerKey.emplace().fill(0x5A);
+  EXPECT_EQ(readPairingRecord(valueOf(pairing)), pairing);
   EXPECT_EQ(readTombstoneRecord(valueOf(TombstoneRecord{7})), TombstoneRecord{7});
   const HomeRecord home{.relay = "relay-1", .run = "0a"};
   EXPECT_EQ(readHomeRecord(valueOf(home)), home);
@@ -27,6 +29,13 @@ TEST(ClusterRecords, RefuseWhatIsNone) {
     EXPECT_EQ(readHomeRecord(value), std::nullopt) << value;
   }
   EXPECT_EQ(readPairingRecord(R"({"token":"00","lastUsed":1,"joined":true})"), std::nullopt);
+  const std::string token(64, 'a');
+  for (const char* computer : {"1", "\"00\""}) {
+    EXPECT_EQ(
+        readPairingRecord(R"({"token":")" + token + R"(","lastUsed":1,"joined":true,"computer":)" + computer + "}"),
+        std::nullopt)
+        << computer;
+  }
   EXPECT_EQ(readRelayRecord(R"({"address":"nowhere","run":"0a","beat":1})"), std::nullopt);
 }
 

@@ -20,6 +20,7 @@ struct HttpRequest {
   std::string ifNoneMatch;
   std::string acceptEncoding;
   std::string registrationKey;
+  std::vector<std::string> computerKey;
   bool asksForWebSocket = false;
   RatePrefixes from;  // The address that it comes from.
 };

@@ -23,6 +23,12 @@ class MemoryPairingStore final : public PairingStore {
     checkWriting();
     entries[pairingID] = {token, now, false};
   }
+  void setComputerKey(const std::string& pairingID, const TokenHash& key, std::int64_t now) override {
+    checkWriting();
+    auto& entry = entries.at(pairingID);
+    entry.lastUsed = now;
+    if (!entry.computerKey) entry.computerKey = key;
+  }
   void markUsed(const std::string& pairingID, std::int64_t now) override {
     checkWriting();
     entries.at(pairingID).lastUsed = now;

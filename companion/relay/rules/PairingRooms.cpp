@@ -49,6 +49,12 @@ PairingRooms::Room& PairingRooms::roomOf(const std::string& pairingID, Instant n
   return *room;
 }
 
+bool PairingRooms::hasRoomFor(const PeerIntroduction& who, const RatePrefixes& from) const {
+  if (hasRoomFor(who)) return true;
+  const auto found = rooms.find(who.pairingID);
+  return found != rooms.end() && crowding(*found->second, from);
+}
+
 bool PairingRooms::hasRoomFor(const PeerIntroduction& who) const {
   const auto found = rooms.find(who.pairingID);
   if (who.role == Role::agent || found == rooms.end()) return true;
@@ -93,12 +99,32 @@ void PairingRooms::joinAsPhone(Member& member, Instant now) {
     Member& replaced = **earlier;
     closeMember(replaced, CloseCode::replaced);
     remove(replaced);
+  } else if (room.phones.size() >= limits.phones) {
+    if (Member* leaving = crowding(room, *member.from)) {
+      closeMember(*leaving, CloseCode::tooManyMessages);
+      remove(*leaving);
+    }
   }
   room.phones.push_back(&member);
   ++metrics.phones;
   sendMacStatus(member, now);
   if (room.snapshot) sendTo({&member}, room.snapshot, now);
   sendPhoneStatusToAgent(room, now);
+}
+
+PairingRooms::Member* PairingRooms::crowding(const Room& room, const RatePrefixes& from) {
+  const auto address = [](const RatePrefixes& prefixes) {
+    return prefixes.empty() ? std::string_view() : std::string_view(prefixes.front());
+  };
+  std::map<std::string_view, std::size_t> countOf;
+  for (const Member* phone : room.phones) ++countOf[address(*phone->from)];
+  const std::size_t own = countOf[address(from)];
+  Member* worst = nullptr;
+  const auto badness = [&](const Member& phone) { return std::pair(countOf[address(*phone.from)], phone.number); };
+  for (Member* phone : room.phones) {
+    if (!worst || badness(*phone) > badness(*worst)) worst = phone;
+  }
+  return worst && badness(*worst).first >= own + 2 ? worst : nullptr;
 }
 
 void PairingRooms::leave(RelayPeer& peer, Instant now) {

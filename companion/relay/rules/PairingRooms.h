@@ -48,6 +48,9 @@ class PairingRooms {
 
   // Whether one more phone may join. A phone that replaces its own earlier connection always may; so does an agent.
   [[nodiscard]] bool hasRoomFor(const PeerIntroduction& who) const;
+  // The same, when it comes from there: where all places are taken, it takes one of an address that has at least two
+  // more of them, whose newest phone leaves. Nobody who has the code fills the places of the others from one address.
+  [[nodiscard]] bool hasRoomFor(const PeerIntroduction& who, const RatePrefixes& from) const;
   // Whether one more WebSocket may come from there.
   [[nodiscard]] bool hasRoomFrom(const RatePrefixes& from) const { return membersFrom.hasRoom(from); }
   // `from`: where it comes from, for what its messages cost.
@@ -99,6 +102,9 @@ class PairingRooms {
   Room& roomOf(const std::string& pairingID, Instant now);
   void joinAsAgent(Member& member, Instant now);
   void joinAsPhone(Member& member, Instant now);
+  // The newest phone from the address that has most of a room's phones, if that has at least two more than `from`.
+  // Null: there is none.
+  static Member* crowding(const Room& room, const RatePrefixes& from);
 
   // How many bytes of the message were sealed.
   std::size_t takeFromAgent(Member& member, std::string_view text, Moment now);
@@ -132,6 +138,7 @@ class PairingRooms {
   void remove(Member& member);
   void closeMember(Member& member, std::optional<CloseCode> code);
   bool sendOne(Member& recipient, const MessageText& text);
+  void expelSlow(const std::vector<const RelayPeer*>& slow, Instant now);
   MessageText hold(std::string text) { return memory.hold(std::move(text)); }
   // Drops peers until what is kept fits, and where that is not enough, snapshots, and then who sent which decision.
   void makeRoom(Instant now);

@@ -4,6 +4,7 @@
 #include "companion/relay/rules/PairingRooms.h"
 #include "companion/relay/rules/PairingRoomsState.h"
 #include "companion/relay/rules/RelayNames.h"
+#include "companion/relay/rules/TokenHash.h"
 
 // Which message goes to whom.
 namespace quillard::relayserver {
@@ -11,6 +12,19 @@ namespace {
 
 // The number of decisions of which a room remembers which phone sent them.
 constexpr std::size_t kKeptDecisions = 256;
+
+// The same for one phone of a pairing each time, and no way back to the name that it has itself.
+std::string nameForOthers(const std::string& pairingID, const std::string& deviceID) {
+  constexpr std::size_t kBytes = 16;
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const auto hash = hashOf(pairingID + ":" + deviceID);
+  std::string name;
+  for (std::size_t i = 0; i < kBytes; ++i) {
+    name += kDigits[hash[i] / 16];
+    name += kDigits[hash[i] % 16];
+  }
+  return name;
+}
 
 template <class... Cases>
 struct Overloaded : Cases... {
@@ -156,7 +170,18 @@ void PairingRooms::takeResult(Room& room, ResultMessage message, Instant now) {
   ++metrics.messages["approval.result"];
   const Decision* decision = room.decision(message.decisionID);
   const auto phone = decision ? std::optional(*decision->phone) : std::nullopt;
-  sendTo(room.phones, hold(resultText(std::move(message), phone)), now);
+  // A phone's own name is how the relay knows it, and who knows it could take its place: others get another one.
+  MessageText own;
+  if (phone) own = hold(resultText(message, phone));
+  auto asOthersKnowIt = phone;
+  if (phone) asOthersKnowIt->deviceID = nameForOthers(room.pairingID, phone->deviceID);
+  const auto forOthers = hold(resultText(std::move(message), asOthersKnowIt));
+  std::vector<const RelayPeer*> slow;
+  for (Member* one : room.phones) {
+    const bool isItself = phone && one->who.deviceID == phone->deviceID;
+    if (!sendOne(*one, isItself ? own : forOthers)) slow.push_back(one->peer.get());
+  }
+  expelSlow(slow, now);
 }
 
 void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) {
@@ -233,6 +258,10 @@ void PairingRooms::sendTo(const std::vector<Member*>& recipients, const MessageT
   for (Member* member : recipients) {
     if (!sendOne(*member, text)) slow.push_back(member->peer.get());
   }
+  expelSlow(slow, now);
+}
+
+void PairingRooms::expelSlow(const std::vector<const RelayPeer*>& slow, Instant now) {
   for (const RelayPeer* peer : slow) {
     if (Member* member = memberOf(*peer)) expel(*member, CloseCode::tooSlow, now);
   }

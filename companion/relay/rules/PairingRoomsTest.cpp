@@ -179,12 +179,27 @@ TEST(PairingRooms, SendAResultToAllPhonesAndSayWhoHadAsked) {
   world.say(*one, request("d1"));
   world.say(*two, request("d1"));  // Asks for the outcome; the first one had decided.
   world.say(*agent, result("d1"));
-  for (const auto& phone : {one, two}) {
-    EXPECT_EQ(phone->newest()["phone"].dump(), R"({"deviceID":"A","deviceName":"A's name"})");
-  }
+  EXPECT_EQ(one->newest()["phone"].dump(), R"({"deviceID":"A","deviceName":"A's name"})");
+  EXPECT_EQ(two->newest()["phone"]["deviceName"], "A's name");
   world.say(*agent, result("unknown"));
   EXPECT_FALSE(one->newest().contains("phone"));
   EXPECT_EQ(one->ofType("approval.result").size(), 2U);
+}
+
+TEST(PairingRooms, TellNoPhoneTheNameByWhichAnotherJoins) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto ann = world.joinPhone("A");
+  const auto mallory = world.joinPhone("M");
+  world.say(*ann, request("d1"));
+  world.say(*agent, result("d1"));
+  const std::string known = mallory->newest()["phone"]["deviceID"];
+  EXPECT_EQ(known.size(), 32U);
+  world.joinPhone(known);
+  EXPECT_FALSE(ann->closed) << "With the name that it was told, nobody takes Ann's place.";
+  world.say(*ann, request("d2"));
+  world.say(*agent, result("d2"));
+  EXPECT_EQ(mallory->newest()["phone"]["deviceID"], known) << "It is the same each time.";
 }
 
 TEST(PairingRooms, KnowWhoHadAskedOfTheNewestDecisions) {
@@ -246,6 +261,29 @@ TEST(PairingRooms, HavePlaceForEightPhonesAndForOneOfThemAgain) {
   EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::phone, .pairingID = kPairing, .deviceID = "3"}));
   EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::agent, .pairingID = kPairing}));
   EXPECT_TRUE(world.rooms.hasRoomFor({.role = Role::phone, .pairingID = "another", .deviceID = "9"}));
+}
+
+TEST(PairingRooms, GiveOneAddressNoMoreThanItsShareOfThePlaces) {
+  RelayWorld world;
+  const auto phone = [](const std::string& id) {
+    return PeerIntroduction{.role = Role::phone, .pairingID = kPairing, .deviceID = id, .deviceName = id};
+  };
+  const RatePrefixes home{"192.0.2.1"};
+  const RatePrefixes elsewhere{"198.51.100.7"};
+  std::vector<std::shared_ptr<FakePeer>> hostile;
+  for (int i = 0; i < 8; ++i) hostile.push_back(world.join(phone("M" + std::to_string(i)), elsewhere));
+  ASSERT_TRUE(world.rooms.hasRoomFor(phone("A"), home));
+  EXPECT_FALSE(world.rooms.hasRoomFor(phone("M9"), elsewhere));
+  const auto ann = world.join(phone("A"), home);
+  EXPECT_EQ(hostile.back()->closed, CloseCode::tooManyMessages);
+  EXPECT_EQ(world.rooms.presenceOf(kPairing).phoneCount, 8U);
+  EXPECT_FALSE(world.rooms.hasRoomFor(phone("M9"), elsewhere)) << "It does not get the place back.";
+  for (const auto* name : {"B", "C", "D"}) {
+    ASSERT_TRUE(world.rooms.hasRoomFor(phone(name), home));
+    world.join(phone(name), home);
+  }
+  EXPECT_FALSE(world.rooms.hasRoomFor(phone("E"), home)) << "Four are half of them.";
+  EXPECT_FALSE(ann->closed);
 }
 
 TEST(PairingRooms, CloseThoseWhoseFrameIsNoMessage) {

@@ -19,6 +19,8 @@ class PairingStore {
     std::optional<TokenHash> token;  // Absent: it was revoked.
     std::int64_t lastUsed = 0;       // When it was last used, in seconds since 1970; of a revoked one, when that was.
     bool isJoined = false;           // A client has connected with its token since it was registered.
+    // Of the key that only its computer has. Absent: none was shown yet.
+    std::optional<TokenHash> computerKey = std::nullopt;
   };
   // Nothing could be read or written: not a matter of the pairing. What was to be changed is as it was.
   struct Failure {
@@ -35,6 +37,8 @@ class PairingStore {
   // All of these throw Failure.
   virtual std::optional<Entry> find(const std::string& pairingID) = 0;
   virtual void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) = 0;
+  // Of one that is kept. The key of a pairing that has one is never replaced.
+  virtual void setComputerKey(const std::string& pairingID, const TokenHash& key, std::int64_t now) = 0;
   virtual void markUsed(const std::string& pairingID, std::int64_t now) = 0;
   // Marks it as used, too.
   virtual void markJoined(const std::string& pairingID, std::int64_t now) = 0;

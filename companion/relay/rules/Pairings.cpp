@@ -61,18 +61,39 @@ Pairings::Registration Pairings::registerToken(const std::string& pairingID, std
     if (entry && !entry->token) return Registration::revoked;
     if (entry) {
       if (!areEqual(*entry->token, hashOf(token))) return Registration::otherToken;
-      keepUsed(pairingID, *entry, now.epochSeconds);
-      return Registration::taken;
+      return registerComputer(pairingID, *entry, registrant, now.epochSeconds);
     }
     lastJoined.clear();
     if (!registrant.mayAdd) return Registration::notAllowed;
+    if (registrant.computerKey && registrant.computerKey->empty()) return Registration::computerKeyWanted;
     if (!newPairingsFrom.take(registrant.from, now.instant)) return Registration::tooMany;
     if (!newPairings.take(now.instant)) return Registration::tooMany;
     if (!hasRoomForOne(now.epochSeconds)) return Registration::full;
     store.add(pairingID, hashOf(token), now.epochSeconds);
+    if (registrant.computerKey) store.setComputerKey(pairingID, hashOf(*registrant.computerKey), now.epochSeconds);
     ++kept;
     ++unjoined;
     return Registration::taken;
+  });
+}
+
+Pairings::Registration Pairings::registerComputer(const std::string& pairingID, const PairingStore::Entry& entry,
+                                                  const Registrant& registrant, std::int64_t now) {
+  const auto& key = registrant.computerKey;
+  if (!key || (entry.computerKey && areEqual(*entry.computerKey, hashOf(*key)))) {
+    keepUsed(pairingID, entry, now);
+    return Registration::taken;
+  }
+  if (entry.computerKey) return Registration::otherComputer;
+  if (key->empty()) return Registration::computerKeyWanted;
+  store.setComputerKey(pairingID, hashOf(*key), now);
+  return Registration::taken;
+}
+
+std::optional<bool> Pairings::isComputer(const std::string& pairingID, std::string_view key) {
+  return withStore(std::optional<bool>(), [&] {
+    const auto entry = store.find(pairingID);
+    return std::optional(!entry || !entry->computerKey || areEqual(*entry->computerKey, hashOf(key)));
   });
 }
 

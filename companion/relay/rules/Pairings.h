@@ -21,11 +21,24 @@ class Pairings {
   // Both outlive it. Throws PairingStore::Failure.
   Pairings(PairingStore& store, const RelayLimits& limits);
 
-  enum class Registration { taken, otherToken, revoked, notAllowed, full, tooMany, storeFailed };
+  enum class Registration {
+    taken,
+    otherToken,
+    revoked,
+    notAllowed,
+    full,
+    tooMany,
+    storeFailed,
+    computerKeyWanted,  // Nothing was kept: the registrant is to make a key first.
+    otherComputer,      // The pairing's computer has another key.
+  };
   // Who registers.
   struct Registrant {
     bool mayAdd = true;   // A new pairing.
     RatePrefixes from{};  // The address that it comes from.
+    // The key by which it is known to be the pairing's computer from then on; phones have the token, too. Empty: it has
+    // none yet and could make one. Absent: it knows nothing of such keys.
+    std::optional<std::string> computerKey{};
   };
   // The first token of a name is kept; the same one again is fine. Where there are as many as there may be, or as many
   // that no client has joined, the oldest of the latter makes room, else the one that was not used for the longest
@@ -38,6 +51,10 @@ class Pairings {
   // The answer, and the time it takes, are the same for an unknown pairing and for one with another token: a client
   // cannot find out which pairings exist.
   [[nodiscard]] Membership membershipOf(const std::string& pairingID, std::string_view token, std::int64_t now);
+
+  // Whether who shows this key (empty: none) may be the pairing's computer: its key, or any while none was registered.
+  // Absent: the store failed.
+  [[nodiscard]] std::optional<bool> isComputer(const std::string& pairingID, std::string_view key);
 
   // A member has connected: the pairing is not purged soon.
   void didJoin(const std::string& pairingID, std::int64_t now);
@@ -74,6 +91,8 @@ class Pairings {
   [[nodiscard]] std::vector<std::string> takeFailures();
 
  private:
+  Registration registerComputer(const std::string& pairingID, const PairingStore::Entry& entry,
+                                const Registrant& registrant, std::int64_t now);
   [[nodiscard]] bool hasRoomForOne(std::int64_t now);
   void countAgain();
   void keepUnsaved(const std::string& pairingID, const std::string& deviceID);

@@ -10,6 +10,7 @@
 namespace quillard::relayserver {
 namespace {
 
+constexpr std::string_view kMalformedKey = "The computer's key is malformed.";
 constexpr std::string_view kMalformed = "The request is malformed.";
 constexpr std::string_view kUnauthenticated = "There is no such pairing, or it has another token.";
 constexpr std::string_view kRevoked = "This pairing was revoked.";
@@ -74,6 +75,20 @@ bool isRegistrationBody(const std::string& body) {
   return !reader.error() && isForMac && isVersion1;
 }
 
+struct OfferedKey {
+  bool isMalformed = false;
+  std::optional<std::string> key{};  // See Pairings::Registrant.
+};
+
+// `headers`: all of that name.
+OfferedKey readComputerKey(const std::vector<std::string>& headers) {
+  if (headers.empty()) return {};
+  if (headers.size() > 1) return {.isMalformed = true};
+  if (headers.front() == "new") return {.key = ""};
+  if (!isBearerToken(headers.front())) return {.isMalformed = true};
+  return {.key = headers.front()};
+}
+
 HttpResponse answerTo(Pairings::Registration registration) {
   switch (registration) {
     case Pairings::Registration::taken:
@@ -88,6 +103,10 @@ HttpResponse answerTo(Pairings::Registration registration) {
       return errorResponse(507, "The relay holds as many pairings as it will.");
     case Pairings::Registration::tooMany:
       return tooManyRequests(std::chrono::seconds(1));
+    case Pairings::Registration::computerKeyWanted:
+      return errorResponse(428, "This relay knows a computer by a key of its own.");
+    case Pairings::Registration::otherComputer:
+      return errorResponse(409, "The pairing's computer has another key.");
     case Pairings::Registration::storeFailed:
       break;
   }
@@ -171,7 +190,10 @@ HttpResponse RelayService::registerToken(const HttpRequest& request, const std::
   if (!isRegistrationBody(request.body)) return errorResponse(400, "The body is malformed.");
   // Hashes are compared, which takes the same time for any key.
   const bool mayAdd = registrationKey.empty() || areEqual(hashOf(registrationKey), hashOf(request.registrationKey));
-  const auto outcome = pairings.registerToken(pairingID, offered.token, {.mayAdd = mayAdd, .from = request.from}, now);
+  auto key = readComputerKey(request.computerKey);
+  if (key.isMalformed) return errorResponse(400, kMalformedKey);
+  const auto outcome = pairings.registerToken(
+      pairingID, offered.token, {.mayAdd = mayAdd, .from = request.from, .computerKey = std::move(key.key)}, now);
   rooms.forget(pairings.takeForgotten());
   return answerTo(outcome);
 }
@@ -212,8 +234,11 @@ std::variant<RelayService::Candidate, HttpResponse> RelayService::examine(const 
   if (!who) return errorResponse(400, kMalformed);
   auto offered = readToken(request.authorization, request.subprotocols);
   if (auto refusal = refusalForToken(offered)) return *refusal;
+  auto key = readComputerKey(request.computerKey);
+  if (key.isMalformed) return errorResponse(400, kMalformedKey);
   return Candidate{.who = std::move(*who),
                    .token = std::move(offered.token),
+                   .computerKey = std::move(key.key).value_or(""),
                    .from = request.from,
                    .offersProtocol = offered.offersProtocol};
 }
@@ -223,14 +248,19 @@ std::optional<HttpResponse> RelayService::refusalForCandidate(const Candidate& c
   if (auto refusal = refusalForMembership(pairings.membershipOf(who.pairingID, candidate.token, now.epochSeconds))) {
     return refusal;
   }
-  return refusalForPhone(who.pairingID, who.deviceID);
+  if (who.role == Role::phone) return refusalForPhone(who.pairingID, who.deviceID);
+  // The same answer as to a token that is not the pairing's: the agent then registers, and is told what is wrong.
+  const auto isComputer = pairings.isComputer(who.pairingID, candidate.computerKey);
+  if (!isComputer) return errorResponse(500, kStoreFailed);
+  return *isComputer ? std::nullopt : std::optional(unauthorized("The computer's key was not shown."));
 }
 
 std::variant<Admission, HttpResponse> RelayService::admit(const Candidate& candidate, Moment now) {
   if (isStopping) return errorResponse(503, kStopping);
   if (auto refusal = refusalForCandidate(candidate, now)) return *refusal;
   if (!rooms.hasRoomFrom(candidate.from)) return tooManyRequests(kCrowdedWait);
-  if (!rooms.hasRoomFor(candidate.who)) return errorResponse(503, "The pairing has as many phones as it can.");
+  if (!rooms.hasRoomFor(candidate.who, candidate.from))
+    return errorResponse(503, "The pairing has as many phones as it can.");
   pairings.didJoin(candidate.who.pairingID, now.epochSeconds);
   return Admission{.who = candidate.who, .from = candidate.from, .offersProtocol = candidate.offersProtocol};
 }

@@ -47,6 +47,7 @@ class RelayService {
   struct Candidate {
     PeerIntroduction who;
     std::string token;
+    std::string computerKey;  // Empty: none was shown.
     RatePrefixes from;
     bool offersProtocol = false;
   };

@@ -373,5 +373,72 @@ TEST(Pairings, ForgetThoseUnusedForFourHundredDaysButNoRevocation) {
   EXPECT_EQ(world.registerToken(kToken, "revoked").status, 410);
 }
 
+// ---- Who is the computer
+
+const std::string kKey(64, 'c');
+const std::string kOtherKey(64, 'd');
+
+TEST(ComputerKey, IsAskedForWhereTheAgentHasNoneYetAndRequiredFromThenOn) {
+  RelayWorld world;
+  EXPECT_EQ(world.registerComputer("new"), 428);
+  EXPECT_FALSE(world.store.find(kPairing)) << "Nothing is kept before there is a key.";
+  EXPECT_EQ(world.registerComputer(kKey), 204);
+  EXPECT_EQ(world.connectAgent(kKey), 101);
+  EXPECT_EQ(world.connectAgent(""), 401);
+  EXPECT_EQ(world.connectAgent(kOtherKey), 401);
+  EXPECT_EQ(world.registerComputer(kKey), 204);
+}
+
+TEST(ComputerKey, KeepsAPhoneThatHasTheTokenFromPosingAsTheComputer) {
+  RelayWorld world;
+  world.registerComputer(kKey);
+  EXPECT_EQ(world.connect("role=mac&pairing=" + kPairing), 401) << "So it can revoke nothing and send no list.";
+  EXPECT_EQ(world.registerComputer(kOtherKey), 409);
+  EXPECT_EQ(world.registerComputer("new"), 409);
+  EXPECT_EQ(world.registerComputer(""), 204) << "The token is right, and that changes nothing:";
+  EXPECT_EQ(world.connectAgent(kOtherKey), 401);
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=A&deviceName=A"), 101);
+}
+
+TEST(ComputerKey, IsNotAskedOfAnAgentThatKnowsNoneUntilOneWasShown) {
+  RelayWorld world;
+  EXPECT_EQ(world.registerComputer(""), 204);
+  EXPECT_EQ(world.connectAgent(""), 101);
+  EXPECT_EQ(world.registerComputer("new"), 428) << "A newer agent of the same pairing.";
+  EXPECT_EQ(world.registerComputer(kKey), 204);
+  EXPECT_EQ(world.connectAgent(""), 401);
+}
+
+TEST(ComputerKey, SaysNothingOfThePairingToWhoHasAnotherToken) {
+  RelayWorld world;
+  world.registerComputer(kKey);
+  for (const std::string& key : {std::string("new"), kKey, kOtherKey}) {
+    EXPECT_EQ(world.registerComputer(key, std::string(64, 'b')), 401);
+  }
+}
+
+TEST(ComputerKey, IsMalformedWhereATokenWouldBe) {
+  RelayWorld world;
+  for (const std::string key : {"New", "short", "with space and more than thirty-two letters"}) {
+    EXPECT_EQ(world.registerComputer(key), 400) << key;
+    EXPECT_EQ(world.connectAgent(key), 400) << key;
+  }
+  EXPECT_EQ(world
+                .ask({.method = "PUT",
+                      .target = "/api/pairings/" + kPairing + "/relay-token",
+                      .body = R"({"client":"mac","version":1})",
+                      .authorization = {"Bearer " + kToken},
+                      .computerKey = {kKey, kKey}})
+                .status,
+            400);
+}
+
+TEST(ComputerKey, LetsNobodyInWhileTheStoreFails) {
+  RelayWorld world;
+  world.registerComputer(kKey);
+  world.store.fails = true;
+  EXPECT_EQ(world.connectAgent(kKey), 500);
+}
+
 }  // namespace
 }  // namespace quillard::relayserver

@@ -98,6 +98,27 @@ class RelayWorld {
                 .body = R"({"client":"mac","version":1})",
                 .authorization = {"Bearer " + token}});
   }
+  // With what the agent says of its own key; empty: nothing.
+  int registerComputer(const std::string& key, const std::string& token = kToken) {
+    HttpRequest request{.method = "PUT",
+                        .target = "/api/pairings/" + kPairing + "/relay-token",
+                        .body = R"({"client":"mac","version":1})",
+                        .authorization = {"Bearer " + token}};
+    if (!key.empty()) request.computerKey = {key};
+    return ask(std::move(request)).status;
+  }
+  // 101 when it is granted.
+  int connectAgent(const std::string& key) {
+    HttpRequest request{.method = "GET",
+                        .target = "/ws?role=mac&pairing=" + kPairing,
+                        .authorization = {"Bearer " + kToken},
+                        .asksForWebSocket = true,
+                        .from = {"192.0.2.1"}};
+    if (!key.empty()) request.computerKey = {key};
+    const auto outcome = service.admit(request, now());
+    const auto* refusal = std::get_if<HttpResponse>(&outcome);
+    return refusal ? refusal->status : 101;
+  }
   // 101 when it is granted.
   int connect(const std::string& query, const std::string& token = kToken, const std::string& from = "192.0.2.1") {
     const auto outcome = service.admit({.method = "GET",

@@ -231,6 +231,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
             .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
             .acceptEncoding = text::joined(valuesOf(message, http::field::accept_encoding), ","),
             .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
+            .computerKey = valuesOf(message, "quillard-computer-key"),
             .asksForWebSocket = beast::websocket::is_upgrade(message),
             .from = client.ratePrefixes()};
   }

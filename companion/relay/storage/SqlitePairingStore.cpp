@@ -14,7 +14,7 @@
 namespace quillard::relayserver {
 namespace {
 
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
 
 // The first form; later ones are made of it step by step, so that there is one way to each.
@@ -33,6 +33,11 @@ constexpr const char* kSecondSchema = R"(
   ALTER TABLE pairings ADD COLUMN joined INTEGER NOT NULL DEFAULT 1;
   CREATE INDEX unjoined_pairings ON pairings (seen) WHERE joined = 0;
   PRAGMA user_version = 2;
+)";
+
+constexpr const char* kThirdSchema = R"(
+  ALTER TABLE pairings ADD COLUMN computer BLOB;
+  PRAGMA user_version = 3;
 )";
 
 [[noreturn]] void failForFile(const std::string& file, const std::string& why) {
@@ -109,6 +114,10 @@ class SqlitePairingStore::Statement {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
     return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))) : "";
   }
+  [[nodiscard]] std::optional<TokenHash> optionalHash(int column) const {
+    if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
+    return hash(column);
+  }
   [[nodiscard]] TokenHash hash(int column) const {
     const std::string bytes = text(column);
     TokenHash hash{};
@@ -184,6 +193,7 @@ void SqlitePairingStore::prepareSchema() {
     if (found > kSchemaVersion) throw Failure{"a newer version has written it."};
     if (found < 1) execute(kFirstSchema);
     if (found < 2) execute(kSecondSchema);
+    if (found < 3) execute(kThirdSchema);
   });
 }
 
@@ -199,15 +209,16 @@ void SqlitePairingStore::backUp(const std::string& file, const std::string& copy
 std::optional<PairingStore::Entry> SqlitePairingStore::find(const std::string& pairingID) {
   // One statement whatever there is; sorting its two rows would take as long as finding them.
   Statement found(*this,
-                  "SELECT 1, at, NULL, 1 FROM revocations WHERE id = ?1 UNION ALL "
-                  "SELECT 0, seen, token, joined FROM pairings WHERE id = ?1");
+                  "SELECT 1, at, NULL, 1, NULL FROM revocations WHERE id = ?1 UNION ALL "
+                  "SELECT 0, seen, token, joined, computer FROM pairings WHERE id = ?1");
   std::optional<Entry> entry;
   for (found.with(pairingID); found.step();) {
     const bool isRevoked = found.number(0) == 1;
     if (entry && !isRevoked) continue;  // It is revoked, whatever else there is.
     entry = Entry{.token = isRevoked ? std::nullopt : std::optional(found.hash(2)),
                   .lastUsed = found.number(1),
-                  .isJoined = found.number(3) != 0};
+                  .isJoined = found.number(3) != 0,
+                  .computerKey = found.optionalHash(4)};
   }
   return entry;
 }
@@ -217,6 +228,14 @@ void SqlitePairingStore::add(const std::string& pairingID, const TokenHash& toke
       .with(pairingID)
       .with(token)
       .with(now)
+      .run();
+}
+
+void SqlitePairingStore::setComputerKey(const std::string& pairingID, const TokenHash& key, std::int64_t now) {
+  Statement(*this, "UPDATE pairings SET seen = ?2, computer = coalesce(computer, ?3) WHERE id = ?1")
+      .with(pairingID)
+      .with(now)
+      .with(key)
       .run();
 }
 
@@ -347,10 +366,13 @@ std::vector<RelayDisk::Removal> SqlitePairingStore::removals() {
 
 std::vector<RelayDisk::Pairing> SqlitePairingStore::pairings() {
   std::vector<RelayDisk::Pairing> all;
-  Statement found(*this, "SELECT id, token, seen, joined FROM pairings");
+  Statement found(*this, "SELECT id, token, seen, joined, computer FROM pairings");
   while (found.step()) {
-    all.push_back(
-        {found.text(0), {.token = found.hash(1), .lastUsed = found.number(2), .isJoined = found.number(3) != 0}});
+    all.push_back({found.text(0),
+                   {.token = found.hash(1),
+                    .lastUsed = found.number(2),
+                    .isJoined = found.number(3) != 0,
+                    .computerKey = found.optionalHash(4)}});
   }
   return all;
 }

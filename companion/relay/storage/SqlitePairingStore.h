@@ -28,6 +28,7 @@ class SqlitePairingStore final : public PairingStore {
 
   std::optional<Entry> find(const std::string& pairingID) override;
   void add(const std::string& pairingID, const TokenHash& token, std::int64_t now) override;
+  void setComputerKey(const std::string& pairingID, const TokenHash& key, std::int64_t now) override;
   void markUsed(const std::string& pairingID, std::int64_t now) override;
   void markJoined(const std::string& pairingID, std::int64_t now) override;
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;

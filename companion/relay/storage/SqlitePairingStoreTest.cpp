@@ -192,6 +192,23 @@ TEST_F(SqliteStore, ChangesNothingInWhatItBacksUp) {
   EXPECT_NE(::access((folder.path() + "/missing.db").c_str(), F_OK), 0);
 }
 
+TEST_F(SqliteStore, KeepsTheFirstKeyOfAComputerAsLongAsThePairing) {
+  {
+    SqlitePairingStore store(file);
+    store.add("one", hashOf(kToken), 100);
+    EXPECT_FALSE(store.find("one")->computerKey);
+    store.setComputerKey("one", hashOf("key"), 200);
+    store.setComputerKey("one", hashOf("another"), 300);
+  }
+  SqlitePairingStore store(file);
+  EXPECT_EQ(store.find("one")->computerKey, hashOf("key"));
+  EXPECT_EQ(store.find("one")->lastUsed, 300);
+  ASSERT_EQ(store.pairings().size(), 1U);
+  EXPECT_EQ(store.pairings().front().entry.computerKey, hashOf("key"));
+  store.revoke("one", 400, 10);
+  EXPECT_FALSE(store.find("one")->computerKey);
+}
+
 TEST_F(SqliteStore, ForgetsWhatWasNotUsedForTheLongestTime) {
   SqlitePairingStore store(file);
   for (int i = 0; i < 3; ++i) store.add("p" + std::to_string(i), hashOf(kToken), 100 + i);

@@ -77,6 +77,15 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   paused.notificationPause.pausesIndefinitely = true;
   auto update = pairedSnapshot();
   update.updateAvailability = {.isUpdateAvailable = true, .displayVersion = "2.1"};
+  auto phones = pairedSnapshot();
+  phones.isPairingCodeUsed = phones.canPairAnother = true;
+  phones.phones = {
+      {.pairing = 1, .name = "Ann's iPhone", .sinceSeconds = Seconds{5e6}, .decisions = 12, .isConnected = true},
+      {.pairing = 2, .name = "Tablet in the kitchen", .sinceSeconds = Seconds{9e5}, .heardSeconds = Seconds{8000}},
+      {.pairing = 2, .name = "Phone", .sinceSeconds = Seconds{70}, .isConnected = true, .isUnexpected = true}};
+  auto offered = phones;
+  offered.isPairingOffered = true;
+  offered.offeredPairingImage = sampleCode();
   return {state("not-installed", notInstalled),
           state("untrusted", untrusted),
           state("connecting", connecting),
@@ -85,7 +94,9 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("paired", pairedSnapshot()),
           state("paused", paused),
           state("update-available", update),
-          state("revoked", revoked)};
+          state("revoked", revoked),
+          state("phones", phones),
+          state("pairing-another", offered)};
 }
 
 // Words as long as other languages have them, and names without a blank to break at.

@@ -12,6 +12,7 @@ namespace quillard::qt {
 namespace {
 
 constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
+                                 StatusWindowButton::pairAnother,
                                  StatusWindowButton::unpairPhone,
                                  StatusWindowButton::installLocationPrimary,
                                  StatusWindowButton::installLocationSecondary,
@@ -22,7 +23,9 @@ constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::updatePrimary,
                                  StatusWindowButton::updateSecondary,
                                  StatusWindowButton::notificationPausePrimary,
-                                 StatusWindowButton::notificationPauseSecondary};
+                                 StatusWindowButton::notificationPauseSecondary,
+                                 phoneButton(0),
+                                 phoneButton(1)};
 
 StatusRowContent row(const std::string& title) {
   return {.symbol = "bell",
@@ -46,12 +49,17 @@ StatusWindowContent fullContent() {
                               .placeholderDescription = "No code",
                               .pairingCaption = "Scan it.",
                               .pairingActionButton = ButtonContent{"Pair"},
+                              .pairAnotherButton = ButtonContent{"Pair Another Phone"},
                               .unpairPhoneButton = ButtonContent{"Unpair"}};
   content.installLocation = row("Location");
   content.accessibility = row("Accessibility");
   content.loginItem = row("Login");
   content.update = row("Updates");
   content.notificationPause = row("Alerts");
+  for (const auto* name : {"Ann", "Ben"}) {
+    content.phones.push_back(row(name));
+    content.phones.back().primaryButton.reset();
+  }
   return content;
 }
 
@@ -121,6 +129,21 @@ TEST_F(QtStatusWindowViewTest, TellsWhichButtonWasPressed) {
 TEST_F(QtStatusWindowViewTest, ShowsOnlyTheButtonsThatThereAre) {
   show({.title = "Quillard", .headline = "All OK", .pillText = "All OK"});
   for (const auto button : kAllButtons) EXPECT_FALSE(shownButton(button));
+}
+
+TEST_F(QtStatusWindowViewTest, ShowsARowForEachPhoneThatThereIs) {
+  show();
+  ASSERT_TRUE(shownButton(phoneButton(1)));
+  auto content = fullContent();
+  content.phones.pop_back();
+  view->setContent(content);
+  settle();
+  EXPECT_TRUE(shownButton(phoneButton(0)));
+  EXPECT_FALSE(shownButton(phoneButton(1)));
+  content.phones.assign(kMostPhoneRows + 3, content.phones.front());
+  view->setContent(content);
+  settle();
+  EXPECT_TRUE(shownButton(phoneButton(kMostPhoneRows - 1)));
 }
 
 TEST_F(QtStatusWindowViewTest, TakesEnterAndSpaceForAPressAndLeavesDisabledButtonsAlone) {

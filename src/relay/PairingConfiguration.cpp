@@ -150,9 +150,10 @@ InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optiona
   if (stored.secrets) return *std::move(stored.secrets);
   auto created = createdSecrets(seed);
   // Something may be stored where nothing could be read: then these last for this run, and the next one looks again.
-  mayStore = !stored.isUnreadable;
+  // Where a further identity is made, there was none.
+  mayStore = !stored.isUnreadable || !isFirst;
   if (!mayStore) return created;
-  storeInKeychain(created);
+  if (mayStoreInKeychain) storeInKeychain(created);
   keepCopy(created);
   return created;
 }

@@ -608,5 +608,117 @@ TEST(PairingCode, ChangesWithTheIdentityOnly) {
   EXPECT_EQ(after.backendURL, before.backendURL);
 }
 
+// ---- Further identities
+
+// The identity of this number, in a run of its own.
+std::unique_ptr<PairingConfiguration> further(Installation& installation, int number) {
+  return std::make_unique<PairingConfiguration>(
+      PairingDependencies{installation.environment, installation.bundle, installation.secretStore,
+                          installation.userDefaults, installation.random, installation.console},
+      number);
+}
+
+TEST(FurtherIdentity, IsKeptBesideTheFirstAndLeavesItAlone) {
+  Installation installation;
+  const auto first = installation.run->installationSecrets();
+  const auto second = further(installation, 2)->installationSecrets();
+  EXPECT_NE(second.pairingID, first.pairingID);
+  EXPECT_NE(second.relayAuthToken, first.relayAuthToken);
+  EXPECT_NE(second.e2eSecret, first.e2eSecret);
+  EXPECT_EQ(further(installation, 2)->installationSecrets(), second);
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), first);
+  further(installation, 2)->rotateInstallationIdentity();
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), first);
+  EXPECT_EQ(further(installation, 2)->storedSecrets(), std::nullopt);
+}
+
+TEST(FurtherIdentity, TakesNothingOverFromOlderBuilds) {
+  Installation installation;
+  installation.userDefaults.set("quillard.per-install-pairing-id", std::string("old-1"));
+  installation.userDefaults.set("quillard.per-install-e2e-secret", std::string("old-secret"));
+  const auto second = further(installation, 2)->installationSecrets();
+  EXPECT_NE(second.pairingID, "old-1");
+  EXPECT_NE(second.e2eSecret.text(), "old-secret");
+}
+
+TEST(FurtherIdentity, ThatWasGivenUpWhileTheKeychainWasLockedDoesNotComeBack) {
+  Installation installation;
+  const auto before = further(installation, 2)->installationSecrets();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    installation.secretStore.fail(place, kLocked);
+  }
+  const auto run = further(installation, 2);
+  EXPECT_EQ(run->storedSecrets(), before) << "From the copy.";
+  run->rotateInstallationIdentity();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    installation.secretStore.recover(place);
+  }
+  EXPECT_EQ(further(installation, 2)->storedSecrets(), std::nullopt);
+  EXPECT_NE(further(installation, 2)->installationSecrets().pairingID, before.pairingID);
+}
+
+TEST(FurtherIdentity, IsKeptInTheSettingsWhereTheKeychainIsLocked) {
+  Installation installation;
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    installation.secretStore.fail(place, kLocked);
+  }
+  const auto made = further(installation, 2)->installationSecrets();
+  EXPECT_EQ(further(installation, 2)->storedSecrets(), made);
+}
+
+TEST(StoredSecrets, AreNeverMade) {
+  Installation installation;
+  EXPECT_EQ(installation.run->storedSecrets(), std::nullopt);
+  EXPECT_FALSE(installation.wroteToKeychain());
+  EXPECT_EQ(installation.inDefaults(), std::nullopt);
+  const auto made = installation.run->installationSecrets();
+  EXPECT_EQ(installation.run->storedSecrets(), made);
+}
+
+// ---- The key that proves who is the computer
+
+TEST(ComputersKey, IsMadeWhenItIsAskedForAndStaysWithTheIdentity) {
+  Installation installation;
+  const auto before = installation.run->installationSecrets();
+  EXPECT_TRUE(before.computerKey.isEmpty());
+  const auto with = installation.run->secretsWithComputerKey();
+  EXPECT_EQ(with.computerKey.text().size(), 64U);
+  EXPECT_EQ(with.pairingID, before.pairingID);
+  EXPECT_EQ(with.relayAuthToken, before.relayAuthToken);
+  EXPECT_EQ(installation.run->secretsWithComputerKey(), with);
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), with);
+  installation.run->rotateInstallationIdentity();
+  EXPECT_TRUE(installation.run->installationSecrets().computerKey.isEmpty());
+}
+
+TEST(ComputersKey, IsInNoCode) {
+  Installation installation;
+  installation.setRelay("wss://relay.example/ws");
+  const auto key = installation.run->secretsWithComputerKey().computerKey;
+  const auto text = pairingPayloadText(installation.run->payload().value());
+  EXPECT_EQ(text->text().find(key.text()), std::string_view::npos);
+}
+
+TEST(ComputersKey, MadeWhileTheKeychainWasLockedIsFoundInTheCopy) {
+  Installation installation;
+  (void)installation.run->installationSecrets();
+  installation.restart();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    installation.secretStore.fail(place, kLocked);
+  }
+  const auto with = installation.run->secretsWithComputerKey();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) {
+    installation.secretStore.recover(place);
+  }
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), with);
+  installation.userDefaults.remove(kDefaultsKey);
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), with) << "The keychain has it by now.";
+}
+
 }  // namespace
 }  // namespace quillard

@@ -159,5 +159,34 @@ TEST(RelayTokenRegistration, EndsWithItsSession) {
   EXPECT_TRUE(registration.outcomes.empty());
 }
 
+// What the relay is told of the computer's key, and what its answer means then. "": success.
+std::string answerWithKey(const std::string& key, int status, std::string& shown) {
+  Registration registration;
+  registration.web.setServer([&](const platform::HttpRequest& request) -> platform::HttpOutcome {
+    for (const auto& header : request.headers) {
+      if (header.name == "quillard-computer-key") shown = header.value;
+    }
+    return HttpResponse{status};
+  });
+  registerRelayAuthToken(
+      {"wss://relay.example/ws", "quillard-0123"}, Secret{std::string_view{"token"}}, *registration.session,
+      registration.time.mainThread(),
+      [&](RelayRegistrationOutcome outcome) { registration.outcomes.push_back(std::move(outcome)); },
+      Secret{std::string_view{key}});
+  registration.time.runUntilIdle();
+  const auto& outcome = registration.outcomes.at(0);
+  return outcome ? description(*outcome) : "";
+}
+
+TEST(RelayTokenRegistration, ShowsTheComputersKeyOrThatThereIsNone) {
+  std::string shown;
+  EXPECT_EQ(answerWithKey("k3y", 204, shown), "");
+  EXPECT_EQ(shown, "k3y");
+  EXPECT_EQ(answerWithKey("", 204, shown), "") << "A relay that knows nothing of keys.";
+  EXPECT_EQ(shown, "new");
+  EXPECT_EQ(answerWithKey("", 428, shown), "The relay wants to know this computer by a key.");
+  EXPECT_EQ(answerWithKey("k3y", 409, shown), "The relay knows the pairing's computer by another key.");
+}
+
 }  // namespace
 }  // namespace quillard

@@ -35,7 +35,10 @@ TEST_F(RelayServer, CarriesASnapshotADecisionAndItsOutcome) {
   EXPECT_EQ(agent->read("approval.request"), request("d1"));
   EXPECT_EQ(one->read("relay.receipt")["delivered"], true);
   agent->say(result("d1"));
-  for (const auto* phone : {&one, &two}) EXPECT_EQ((*phone)->read("approval.result")["phone"]["deviceID"], "A");
+  EXPECT_EQ(one->read("approval.result")["phone"]["deviceID"], "A");
+  const auto told = two->read("approval.result")["phone"];
+  EXPECT_EQ(told["deviceName"], "Ana's phone");
+  EXPECT_NE(told["deviceID"], "A") << "Only the phone itself is told the name by which it joins.";
 
   one->say(suppression("s1"));
   EXPECT_EQ(agent->read("approval.suppress"), suppression("s1"));

@@ -366,12 +366,15 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
               },
           .onFirstGrant =
               [this](const KnownPhone& phone) {
-                announcer.tell("first-grant", phone.name + " has answered a prompt for the first time.");
+                announcer.tell("first-grant", phone.name + " has answered a prompt for the first time.",
+                               /*isLogged=*/false);
               },
           .onUnexpectedPhone =
               [this](const UnexpectedPhone& phone) {
-                announcer.tell("new-phone", phone.name + " has paired with the code of " + phone.earlierName +
-                                                ". If you do not know it, unpair it in Quillard's window.");
+                announcer.tell("new-phone",
+                               phone.name + " has paired with the code of " + phone.earlierName +
+                                   ". If you do not know it, unpair it in Quillard's window.",
+                               /*isLogged=*/true);
               }};
 }
 

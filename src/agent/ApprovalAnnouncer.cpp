@@ -25,9 +25,10 @@ void ApprovalAnnouncer::announce(const std::vector<PendingApproval>& current, bo
   lastNotifiedIDs = std::move(announced);
 }
 
-void ApprovalAnnouncer::tell(const std::string& identifier, const std::string& body) {
-  dependencies.console.writeLine(printableText(body));
-  if (!dependencies.bundle.identifier()) return;
+void ApprovalAnnouncer::tell(const std::string& identifier, const std::string& body, bool isLogged) {
+  const bool hasNotifications = dependencies.bundle.identifier().has_value();
+  if (isLogged || !hasNotifications) dependencies.console.writeLine(printableText(body));
+  if (!hasNotifications) return;
   dependencies.userNotifications.post(
       {.identifier = identifier, .title = "Quillard", .body = body, .playsDefaultSound = true});
 }

@@ -34,9 +34,9 @@ class ApprovalAnnouncer {
   // nothing counts as announced.
   void announce(const std::vector<PendingApproval>& current, bool isPaused);
 
-  // Tells of something else than a prompt, in one line; printed as well. A later one with the same `identifier` takes
-  // the place of an earlier one.
-  void tell(const std::string& identifier, const std::string& body);
+  // Tells of something else than a prompt, in one line. A later one with the same `identifier` takes the place of an
+  // earlier one. `isLogged`: it is printed in any case.
+  void tell(const std::string& identifier, const std::string& body, bool isLogged);
 
   // Whatever is pending at the next call counts as new.
   void forget() { lastNotifiedIDs.clear(); }

@@ -256,7 +256,9 @@ TEST_F(PhonePairingsTest, TellsOfTheFirstGrantOfANewPhone) {
   world.advance(3);
   ASSERT_TRUE(ben.decide(ben.shown().front().id, "Erase"));
   world.advance(5);
-  EXPECT_THAT(world.world.console().lines(), Contains("Ben has answered a prompt for the first time."));
+  std::vector<std::string> told;
+  for (const auto& note : world.world.userNotifications().posted()) told.push_back(note.body);
+  EXPECT_THAT(told, Contains("Ben has answered a prompt for the first time."));
 }
 
 // ---- Taking one back

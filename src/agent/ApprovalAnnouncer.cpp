@@ -1,10 +1,17 @@
 #include "agent/ApprovalAnnouncer.h"
 
+#include <cstddef>
 #include <utility>
 
 #include "foundation/PrintableText.h"
 
 namespace quillard {
+namespace {
+
+// Names of two phones fit in.
+constexpr std::size_t kLongestLine = 500;
+
+}  // namespace
 
 ApprovalAnnouncer::ApprovalAnnouncer(const ApprovalAnnouncerDependencies& dependencies) : dependencies(dependencies) {}
 
@@ -27,7 +34,7 @@ void ApprovalAnnouncer::announce(const std::vector<PendingApproval>& current, bo
 
 void ApprovalAnnouncer::tell(const std::string& identifier, const std::string& body, bool isLogged) {
   const bool hasNotifications = dependencies.bundle.identifier().has_value();
-  if (isLogged || !hasNotifications) dependencies.console.writeLine(printableText(body));
+  if (isLogged || !hasNotifications) dependencies.console.writeLine(printableText(body, kLongestLine));
   if (!hasNotifications) return;
   dependencies.userNotifications.post(
       {.identifier = identifier, .title = "Quillard", .body = body, .playsDefaultSound = true});

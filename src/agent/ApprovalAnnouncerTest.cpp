@@ -102,5 +102,18 @@ TEST_F(ApprovalAnnouncerTest, PrintsWhyThePermissionCouldNotBeAskedFor) {
   EXPECT_THAT(world.console().lines(), ElementsAre("Unable to request notification permission: No?service."));
 }
 
+TEST_F(ApprovalAnnouncerTest, TellsOfOtherThingsAndLogsThoseThatMatterLater) {
+  announcer.tell("note", "Ann has done something.", /*isLogged=*/false);
+  announcer.tell("alarm", "Mallory has joined.", /*isLogged=*/true);
+  ASSERT_EQ(world.userNotifications().posted().size(), 2U);
+  EXPECT_EQ(world.userNotifications().posted()[0].identifier, "note");
+  EXPECT_EQ(world.userNotifications().posted()[1].body, "Mallory has joined.");
+  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has joined."));
+  world.bundle().setIdentifier(std::nullopt);
+  announcer.tell("note", "Ann has done\nsomething else.", /*isLogged=*/false);
+  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has joined.", "Ann has done?something else."));
+  EXPECT_EQ(world.userNotifications().posted().size(), 2U);
+}
+
 }  // namespace
 }  // namespace quillard

@@ -35,10 +35,29 @@ TEST(Manual, IsFreeOfMistakes) {
 
 TEST(Manual, NamesEveryCommandAndExitCode) {
   const auto text = manual();
-  for (const char* piece :
-       {".BR scan", ".BR doctor", ".BR pair", ".BR record", ".BR ask", ".BR answer", ".BR status", ".BR pause", "\n.B open\n",
-        "\n.B quit\n", "\\-\\-needs\\-computer", "\\-\\-default\\-on\\-timeout", "\n.B 130\n", "\\-\\-json", "\\-\\-text", "\\-\\-force",
-        "\\-\\-mask\\-texts", "\\-\\-version", "\\-\\-help", "\n.B 0\n", "\n.B 1\n", "\n.B 2\n", "\n.B 3\n"}) {
+  for (const char* piece : {".BR scan",
+                            ".BR doctor",
+                            ".BR pair",
+                            ".BR record",
+                            ".BR ask",
+                            ".BR answer",
+                            ".BR status",
+                            ".BR pause",
+                            "\n.B open\n",
+                            "\n.B quit\n",
+                            "\\-\\-needs\\-computer",
+                            "\\-\\-default\\-on\\-timeout",
+                            "\n.B 130\n",
+                            "\\-\\-json",
+                            "\\-\\-text",
+                            "\\-\\-force",
+                            "\\-\\-mask\\-texts",
+                            "\\-\\-version",
+                            "\\-\\-help",
+                            "\n.B 0\n",
+                            "\n.B 1\n",
+                            "\n.B 2\n",
+                            "\n.B 3\n"}) {
     EXPECT_NE(text.find(piece), std::string::npos) << piece;
   }
 }

@@ -61,7 +61,10 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       relay({.pairing = pairingDependencies(platform),
              .session = {pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets,
                          platform.clock, platform.random, platform.console, stampClock}},
-            phonePairingsCallbacks()) {}
+            phonePairingsCallbacks()),
+      channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
+              {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
+              questionsCallbacks(), agentCommandActions()) {}
 
 AppDelegate::~AppDelegate() = default;
 

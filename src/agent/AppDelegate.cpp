@@ -238,13 +238,16 @@ std::variant<std::string, bool> AppDelegate::changeSetting(const SettingsChange&
 
 // Where the environment or the program itself names a relay, the user's is kept and not used.
 bool AppDelegate::takeOverRelay(bool wasConfigured) {
-  if (pairingConfiguration.relayOrigin() != RelayOrigin::user || !installLocation.isRunningFromApplications()) {
-    return false;
-  }
-  pairingConfiguration.relayWasChosen();
+  const auto origin = pairingConfiguration.relayOrigin();
+  if (origin.value_or(RelayOrigin::user) != RelayOrigin::user) return false;
+  if (!installLocation.isRunningFromApplications()) return false;
   status.forgetPairingCode();
-  relay.startRelayIfConfigured();
-  if (!wasConfigured) detection.scheduleStartOfPromptDetection();
+  relay.relayWasChosen();
+  if (!origin) {
+    forgetApprovals();  // Nothing is looked at without a relay.
+  } else if (!wasConfigured) {
+    detection.scheduleStartOfPromptDetection();
+  }
   status.refreshStatusWindow();
   return true;
 }

@@ -1,7 +1,11 @@
+#include <set>
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "channel/ChannelClient.h"
+#include "foundation/UrlComponents.h"
 #include "questions/QuestionAsker.h"
 #include "support/AgentWorld.h"
 
@@ -311,6 +315,41 @@ TEST_F(AppDelegateQuestions, ARelayThatIsSetIsUsedFromThenOn) {
   (void)agent.desktop().open(erasePrompt());
   agent.advance(5);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?")) << "detection has started";
+}
+
+TEST_F(AppDelegateQuestions, AnotherRelayIsUsedByAllPairingsAndNoneByNone) {
+  agent.world.environment().unset("QUILLARD_RELAY_URL");
+  const auto set = [this](const std::string& address) {
+    (void)program.request(channelLine("set", {{"name", "relay"}, {"value", address}}));
+    agent.advance(5);
+  };
+  const auto newestHosts = [this] {
+    std::set<std::string> hosts;
+    for (const auto& socket : agent.world.webSockets().connections()) {
+      if (!socket->isEnded()) hosts.insert(UrlComponents::parse(socket->request().url)->host.value_or(""));
+    }
+    return hosts;
+  };
+  agent.launch();
+  set("wss://first.example/ws");
+  agent.phone.pair();
+  agent.phone.comeOnline("Ann");
+  agent.onMainThread([](AppDelegate& delegate) { delegate.pairAnotherPhone(); });
+  agent.advance(1);
+  samples::SimulatedPhone ben{agent.world, agent.relay};
+  ben.pair(2);
+  ben.comeOnline("Ben");
+  agent.advance(1);
+  EXPECT_THAT(newestHosts(), ElementsAre("first.example"));
+  set("wss://second.example/ws");
+  EXPECT_THAT(newestHosts(), ElementsAre("second.example"));
+  EXPECT_TRUE(agent.status().relayConnected);
+
+  (void)program.request(channelLine("set", {{"name", "relay"}}));
+  agent.advance(5);
+  EXPECT_FALSE(agent.status().relayConnected);
+  EXPECT_FALSE(agent.status().relayConfigured);
+  EXPECT_THAT(newestHosts(), IsEmpty());
 }
 
 TEST_F(AppDelegateQuestions, ARelayOfTheEnvironmentComesBeforeOneThatIsSet) {

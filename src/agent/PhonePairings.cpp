@@ -69,6 +69,18 @@ void PhonePairings::startRelayIfConfigured() {
   revoker.start();
 }
 
+// One that is being taken back is still so at the relay that knew it.
+void PhonePairings::relayWasChosen() {
+  withdrawOffer();
+  first->relayWasChosen();
+  readFirstIdentity();
+  for (const auto& one : furtherOnes) {
+    one->code.forget();
+    if (!one->isEnding) one->session->relayWasChosen();
+  }
+  startFurther();
+}
+
 // It was read, or made, when its session started.
 void PhonePairings::readFirstIdentity() {
   auto& configuration = dependencies.session.pairingConfiguration;

@@ -82,6 +82,7 @@ class PhonePairings {
 
   // ---- As RelaySession, for all of them.
   void startRelayIfConfigured();
+  void relayWasChosen();
   void publishCurrentApprovalSnapshot(bool force);
   void askAgainIfDue();
   void stop();

@@ -56,6 +56,21 @@ void RelaySession::startRelayIfConfigured() {
   registerRelayToken();
 }
 
+void RelaySession::relayWasChosen() {
+  beginRelayGeneration();
+  nextRegistration.reset();
+  relayRegistrationTask.reset();
+  dropRelayClient();
+  access.reset();
+  tokenRegistered = false;
+  pairingRevoked = false;
+  nextRegistrationDelay = kFirstRegistrationDelay;
+  relayStatus = {};
+  dependencies.pairingConfiguration.relayWasChosen();
+  startRelayIfConfigured();
+  callbacks.onStatusChange();
+}
+
 std::optional<RelaySession::Access> RelaySession::findAccess() const {
   const auto configuration = dependencies.pairingConfiguration.launchConfiguration();
   if (!configuration) return std::nullopt;

@@ -92,6 +92,8 @@ class RelaySession {
 
   // Begins to register. Nothing happens without a relay; an address to which nothing may be sent is printed.
   void startRelayIfConfigured();
+  // Another relay was chosen, or none: lets go of the one before, and begins with the new one as the same pairing.
+  void relayWasChosen();
 
   // Sends what is pending, shortened when it is too long for one message, which is printed once. Unless `force`, not
   // again what was sent before. Nothing happens without a connection.

@@ -46,10 +46,13 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       announcer({platform.bundle, platform.userNotifications, platform.console}),
       status({platform.statusBar,
               pairingConfiguration,
+              platform.userDefaults,
               {platform.application, platform.executors, statusWindowViews, platform.workspace, installLocation,
                loginItems, permissions}},
              [this] { return statusWindowCallbacks(); }),
       menu({platform.application, platform.bundle, platform.updateService}, [this] { status.refreshStatusWindow(); }),
+      programs({platform.capabilities, platform.readableStarts, platform.executors, platform.clock},
+               [this] { status.refreshStatusWindow(); }),
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
@@ -103,6 +106,7 @@ void AppDelegate::applicationWillTerminate() {
   decisions.stop();
   notificationPause.stop();
   permissionWatch.stop();
+  programs.stop();
   detection.stop();
   relay.stop();
   instanceGuard.releaseSingleInstanceLock();
@@ -171,7 +175,8 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .phones = phoneLines(relay.phones(), platform.clock.now()),
           .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
-          .questions = waitingQuestions()};
+          .questions = waitingQuestions(),
+          .programs = isTrusted ? programs.newest() : ProgramReadability{}};
 }
 
 std::vector<WaitingQuestion> AppDelegate::waitingQuestions() const {
@@ -269,6 +274,12 @@ void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
   detection.scheduleScanAfterChange("approval-answered", /*scansAnyway=*/true);
 }
 
+void AppDelegate::relayStatusChanged() {
+  const auto& connection = relay.status();
+  if (connection.phoneConnected || connection.phoneCount > 0 || !connection.phones.empty()) status.phoneIsPaired();
+  status.refreshStatusWindow();
+}
+
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
   if (command.action == kSuppressAction) {
     suppressionStore.suppress(command.suppressionID);
@@ -357,7 +368,7 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
           .onSuppressionCommand = [this](const auto& command) { handleRelaySuppressionCommand(command); },
           .onStatusChange =
               [this] {
-                status.refreshStatusWindow();
+                relayStatusChanged();
                 channel.questions().phonesChanged();
               },
           .onPairingForgotten =
@@ -390,24 +401,27 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
       if (const auto self = weak.lock()) act(*self, arguments...);
     };
   };
-  return {.snapshotProvider =
-              [weak = weak_from_this(), platform = platform] {
-                const auto self = weak.lock();
-                return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
-              },
-          .onEnableLoginItem = weakly([](AppDelegate& self) { (void)self.loginItems.registerApplication(); }),
-          .onUnpairPhone = weakly([](AppDelegate& self) { self.unpairPhoneFromStatusWindow(); }),
-          .onCheckForUpdates = weakly([](AppDelegate& self) { self.checkForUpdates(); }),
-          .onPauseNotifications =
-              weakly([](AppDelegate& self, NotificationPauseOption option) { self.pauseNotifications(option); }),
-          .onResumeNotifications = weakly([](AppDelegate& self) { self.resumeNotifications(); }),
-          .onUnpairPairing = weakly([](AppDelegate& self, int pairing) { self.unpair(pairing); }),
-          .onPairAnother = weakly([](AppDelegate& self) { self.pairAnotherPhone(); }),
-          .onCancelPairing = weakly([](AppDelegate& self) { self.cancelPairing(); }),
-          .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); }),
-          .onAnswerQuestion = weakly([](AppDelegate& self, const Uuid& id, const std::string& label) {
-            (void)self.channel.questions().answer(id, label, AnsweredBy::computer, [](bool) {});
-          })};
+  return {
+      .snapshotProvider =
+          [weak = weak_from_this(), platform = platform] {
+            const auto self = weak.lock();
+            return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
+          },
+      .onEnableLoginItem = weakly([](AppDelegate& self) { (void)self.loginItems.registerApplication(); }),
+      .onUnpairPhone = weakly([](AppDelegate& self) { self.unpairPhoneFromStatusWindow(); }),
+      .onCheckForUpdates = weakly([](AppDelegate& self) { self.checkForUpdates(); }),
+      .onPauseNotifications =
+          weakly([](AppDelegate& self, NotificationPauseOption option) { self.pauseNotifications(option); }),
+      .onResumeNotifications = weakly([](AppDelegate& self) { self.resumeNotifications(); }),
+      .onUnpairPairing = weakly([](AppDelegate& self, int pairing) { self.unpair(pairing); }),
+      .onPairAnother = weakly([](AppDelegate& self) { self.pairAnotherPhone(); }),
+      .onCancelPairing = weakly([](AppDelegate& self) { self.cancelPairing(); }),
+      .onRequestPermissions = weakly([](AppDelegate& self) { self.requestPermissions(); }),
+      .onAnswerQuestion = weakly([](AppDelegate& self, const Uuid& id, const std::string& label) {
+        (void)self.channel.questions().answer(id, label, AnsweredBy::computer, [](bool) {});
+      }),
+      .onMakeReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.makeReadable(entry); }),
+      .onUndoReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.undo(entry); })};
 }
 
 }  // namespace quillard

@@ -15,6 +15,7 @@
 #include "agent/NotificationPause.h"
 #include "agent/PermissionWatch.h"
 #include "agent/PhonePairings.h"
+#include "agent/ProgramWatch.h"
 #include "agent/PromptDetection.h"
 #include "agent/SettingsChange.h"
 #include "agent/StatusPresenter.h"
@@ -96,6 +97,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();
   void approvalWasAnswered(const Uuid& approvalID);
+  void relayStatusChanged();
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);
   // The phones always learn whether the permission is there; of prompts they learn only while it is, and no pause is
   // on.
@@ -128,6 +130,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   ApprovalAnnouncer announcer;
   StatusPresenter status;
   ApplicationMenu menu;
+  ProgramWatch programs;
   PromptDetection detection;
   DecisionRunner decisions;  // Presses with the detection's detector.
   PhonePairings relay;

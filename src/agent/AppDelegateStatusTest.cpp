@@ -60,7 +60,7 @@ TEST(AppDelegateStatus, TheMenuBarShowsWhetherAnythingWaits) {
 TEST(AppDelegateStatus, TheWindowOfTheStartMakesWayForAPromptThatIsThereAlready) {
   AgentWorld agent;
   agent.desktop().open(erasePrompt());
-  agent.launch();
+  agent.launchAndPair();
   EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());
   agent.advance(3);
   EXPECT_TRUE(agent.world.statusWindowViews().window().isVisible());

@@ -1,5 +1,6 @@
 #include "agent/StatusPresenter.h"
 
+#include <string_view>
 #include <utility>
 
 #include "status/MenuBarIcon.h"
@@ -10,6 +11,12 @@ namespace {
 
 // The first scans are over by then, also where programs are slow.
 constexpr Seconds kStartWindowTime{5};
+
+constexpr std::string_view kPhoneWasPairedKey = "quillard.phone-was-paired";
+
+bool wasPhonePaired(const platform::UserDefaults& defaults) {
+  return defaults.object(kPhoneWasPairedKey) == platform::UserDefaultsValue{true};
+}
 
 }  // namespace
 
@@ -35,7 +42,16 @@ void StatusPresenter::updateStatus(std::int64_t count) {
     statusItem->setImage(MenuBarIcon::image(count));
   }
   refreshStatusWindow();
-  if (count < 1 || !startWindow) return;
+  makeWayIfNeeded();
+}
+
+void StatusPresenter::phoneIsPaired() {
+  if (!wasPhonePaired(dependencies.userDefaults)) dependencies.userDefaults.set(kPhoneWasPairedKey, true);
+  makeWayIfNeeded();
+}
+
+void StatusPresenter::makeWayIfNeeded() {
+  if (pendingCount < 1 || !startWindow || !wasPhonePaired(dependencies.userDefaults)) return;
   startWindow.reset();
   statusWindowController->makeWay();
 }

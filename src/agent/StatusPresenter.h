@@ -9,6 +9,7 @@
 #include "agent/PairingCode.h"
 #include "foundation/CallbackScope.h"
 #include "platform/shell/StatusItem.h"
+#include "platform/storage/UserDefaults.h"
 #include "relay/PairingConfiguration.h"
 #include "status/StatusWindowController.h"
 #include "values/Images.h"
@@ -19,6 +20,7 @@ namespace quillard {
 struct StatusPresenterDependencies {
   platform::StatusBar& statusBar;
   PairingConfiguration& pairingConfiguration;
+  platform::UserDefaults& userDefaults;
   StatusWindowDependencies window;
 };
 
@@ -45,8 +47,11 @@ class StatusPresenter {
   // Nothing happens once it is stopped.
   void showStatusWindow();
   // The same, when nobody asked for it: the window then makes way for prompts that turn out to be on screen already, as
-  // far as they are found within some seconds. It must not cover what it is there to tell of.
+  // far as they are found within some seconds. It must not cover what it is there to tell of. Before a phone was ever
+  // paired it stays in front: its code is all that there is to do.
   void showStatusWindowAtStart();
+  // A phone is paired with this computer. Remembered for later runs.
+  void phoneIsPaired();
 
   // The pairing code of the window and the text beneath it. Without the permission there is no code, and nothing of the
   // pairing is read: a phone that pairs would be shown no prompt.
@@ -59,6 +64,8 @@ class StatusPresenter {
   void stop() { isStopped = true; }
 
  private:
+  void makeWayIfNeeded();
+
   const StatusPresenterDependencies dependencies;
   const std::function<StatusWindowCallbacks()> windowCallbacks;
   PairingCode pairingCode;

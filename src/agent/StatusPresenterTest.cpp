@@ -30,6 +30,7 @@ struct StatusPresenterTest : testing::Test {
     return std::make_unique<StatusPresenter>(
         StatusPresenterDependencies{world.statusBar(),
                                     pairing,
+                                    world.userDefaults(),
                                     {world.application(), world.time(), world.statusWindowViews(), world.workspace(),
                                      installLocation, loginItems, permissions}},
         [this] {
@@ -109,6 +110,36 @@ TEST_F(StatusPresenterTest, RefreshesTheWindowWithTheCount) {
   EXPECT_EQ(snapshots, before + 1);
   onMainThread([](auto& status) { status.refreshStatusWindow(); });
   EXPECT_EQ(snapshots, before + 2);
+}
+
+TEST_F(StatusPresenterTest, TheWindowOfTheStartMakesNoWayBeforeAPhoneWasEverPaired) {
+  onMainThread([](auto& status) {
+    status.showStatusWindowAtStart();
+    status.updateStatus(1);
+  });
+  EXPECT_FALSE(world.statusWindowViews().window().isBehind());
+  onMainThread([](auto& status) { status.phoneIsPaired(); });
+  EXPECT_TRUE(world.statusWindowViews().window().isBehind()) << "Now there is somebody to answer the prompt.";
+}
+
+TEST_F(StatusPresenterTest, TheWindowOfALaterStartMakesWayBeforeThePhoneIsThere) {
+  onMainThread([](auto& status) { status.phoneIsPaired(); });
+  presenter = makePresenter();
+  onMainThread([](auto& status) {
+    status.showStatusWindowAtStart();
+    status.updateStatus(1);
+  });
+  EXPECT_TRUE(world.statusWindowViews().window().isBehind());
+}
+
+TEST_F(StatusPresenterTest, AWindowThatStaysDoesNotGoBehindForAPhoneThatIsPairedLater) {
+  onMainThread([](auto& status) {
+    status.showStatusWindowAtStart();
+    status.updateStatus(1);
+  });
+  world.advance(Seconds{6});
+  onMainThread([](auto& status) { status.phoneIsPaired(); });
+  EXPECT_FALSE(world.statusWindowViews().window().isBehind()) << "Its user is looking at it.";
 }
 
 TEST_F(StatusPresenterTest, ShowsNoWindowOnceItIsStopped) {

@@ -24,6 +24,7 @@ struct Arguments {
   bool asJson = false;
   ExplainWindows explanation;
   ShowPairingCode pairing;
+  MakeReadable readable;
   RecordDesktop recording;
   SetRelay relay;
   TestRelay trial;
@@ -168,6 +169,10 @@ void describe(CLI::App& program, Arguments& read) {
   describeRelay(program, read);
   describeSettings(program, read);
 
+  auto* const readable = program.add_subcommand("readable", "List programs that cannot be read, and mend their start");
+  auto* const name = readable->add_option("PROGRAM", read.readable.program, "Start it from the menu so that it can be");
+  readable->add_flag("--undo", read.readable.undoes, "Start it as before")->needs(name);
+
   auto* const record = program.add_subcommand("record", "Write down what the applications show now");
   record->add_option("FILE", read.recording.file, "A new file, for you alone")->required();
   record->add_flag("--mask-texts", read.recording.masksTexts, "Hide what the texts say, but for labels of buttons");
@@ -196,6 +201,7 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   if (program.got_subcommand("explain")) return read.explanation;
   if (program.got_subcommand("doctor")) return ExamineSetup{read.asJson};
   if (program.got_subcommand("pair")) return read.pairing;
+  if (program.got_subcommand("readable")) return read.readable;
   if (program.got_subcommand("record")) return read.recording;
   if (program.got_subcommand("relay")) return relayCommandOf(*program.get_subcommand("relay"), read);
   if (program.got_subcommand("settings")) return settingsCommandOf(*program.get_subcommand("settings"), read);

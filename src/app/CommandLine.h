@@ -35,6 +35,12 @@ struct ShowPairingCode {
   bool asText = false;
   bool operator==(const ShowPairingCode&) const = default;
 };
+// Shows which programs cannot be read, and changes how such a program is started.
+struct MakeReadable {
+  std::string program;  // Its name or its entry in the menu; empty: the programs are listed.
+  bool undoes = false;
+  bool operator==(const MakeReadable&) const = default;
+};
 // Writes down what applications show, for a report or a test.
 struct RecordDesktop {
   std::string file;
@@ -116,9 +122,9 @@ struct PrintMessage {
   bool operator==(const PrintMessage&) const = default;
 };
 
-using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, RecordDesktop, SetRelay,
-                             ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, AskQuestion,
-                             AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, PrintMessage>;
+using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable,
+                             RecordDesktop, SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting,
+                             AskQuestion, AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

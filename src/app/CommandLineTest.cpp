@@ -39,6 +39,9 @@ TEST(CommandLine, HasACommandForEachTool) {
   expectCommand({"pair", "--text"}, ShowPairingCode{.asText = true});
   expectCommand({"pair", "--text", "--force"}, ShowPairingCode{.evenWithoutTerminal = true, .asText = true});
   expectCommand({"pair", "--force"}, ShowPairingCode{.evenWithoutTerminal = true});
+  expectCommand({"readable"}, MakeReadable{});
+  expectCommand({"readable", "chat"}, MakeReadable{.program = "chat"});
+  expectCommand({"readable", "--undo", "chat"}, MakeReadable{.program = "chat", .undoes = true});
   expectCommand({"record", "a file.json"}, RecordDesktop{.file = "a file.json"});
   expectCommand({"record", "--mask-texts", "x"}, RecordDesktop{.file = "x", .masksTexts = true});
   expectCommand({"record", "--", "--mask-texts"}, RecordDesktop{.file = "--mask-texts"});
@@ -138,8 +141,9 @@ TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
     const auto command = parseCommandLine({flag});
     const auto& said = std::get<PrintMessage>(command);
     EXPECT_EQ(said.code, ExitCode::fine);
-    for (const char* word : {"scan", "explain", "doctor", "pair", "relay", "settings", "record", "ask", "answer",
-                             "status", "pause", "open", "quit", "--version", "Exit codes: 0", "quillard(1)"}) {
+    for (const char* word :
+         {"scan", "explain", "doctor", "pair", "readable", "relay", "settings", "record", "ask", "answer", "status",
+          "pause", "open", "quit", "--version", "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
     }
   }

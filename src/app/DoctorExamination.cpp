@@ -75,6 +75,7 @@ void DoctorExamination::askForNotifications() {
   platform.userNotifications.requestAuthorization([this, weak = std::weak_ptr(life)](std::optional<std::string> error) {
     if (weak.expired()) return;
     facts.notificationProblem = std::move(error);
+    facts.notificationServer = platform.userNotifications.server();
     oneMoreDone();
   });
 }

@@ -138,6 +138,13 @@ TEST_F(DoctorExaminationTest, SeesTheGtk2Bridge) {
   EXPECT_TRUE(examine().hasGtk2Bridge);
 }
 
+TEST_F(DoctorExaminationTest, TellsWhoShowsNotifications) {
+  EXPECT_EQ(examine().notificationServer, std::nullopt) << "the system itself";
+  facts.reset();
+  notifications.setServer(platform::NotificationServer{"dunst", "knopwob"});
+  EXPECT_EQ(examine().notificationServer, (platform::NotificationServer{"dunst", "knopwob"}));
+}
+
 TEST_F(DoctorExaminationTest, TellsThatNotificationsFail) {
   notifications.setAuthorizationError("There is no session bus.");
   EXPECT_EQ(examine().notificationProblem, "There is no session bus.");

@@ -8,6 +8,7 @@
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/process/LockFiles.h"
 #include "platform/shell/LoginService.h"
+#include "platform/shell/UserNotifications.h"
 #include "platform/storage/SecretStore.h"
 
 namespace quillard::app {
@@ -48,6 +49,7 @@ struct DoctorFacts {
   bool hasIdentityInSettings = false;  // A copy of the identity, which serves where the others cannot be read.
 
   std::optional<std::string> notificationProblem;
+  std::optional<platform::NotificationServer> notificationServer;  // Absent: not known, or the system itself.
 
   bool canBeLoginItem = false;
   platform::LoginServiceStatus loginItem = platform::LoginServiceStatus::notRegistered;

@@ -1,8 +1,12 @@
 #include "app/LinuxDoctorChecks.h"
 
-#include <map>
+#include <algorithm>
+#include <array>
+#include <string_view>
 
 #include "app/SharedDoctorChecks.h"
+#include "foundation/Text.h"
+#include "system/UnreadableProgramTexts.h"
 
 namespace quillard::app {
 namespace {
@@ -43,22 +47,9 @@ DoctorCheck accessibilityCheck(const DoctorFacts& facts) {
   return check;
 }
 
-// Each remedy once, after the names of the programs that it helps. A program of which nothing is known to help may be
-// of the kind that looks only once.
-std::string remedyForPrograms(const std::vector<platform::UnreadableProgram>& programs) {
-  std::map<std::string, std::string> namesByRemedy;
-  bool isOneUnknown = false;
-  for (const auto& program : programs) {
-    isOneUnknown = isOneUnknown || program.remedy.empty();
-    if (program.remedy.empty()) continue;
-    auto& names = namesByRemedy[program.remedy];
-    names += (names.empty() ? "" : ", ") + program.name;
-  }
-  std::string remedy;
-  for (const auto& [text, names] : namesByRemedy) remedy += (remedy.empty() ? "" : " ") + names + ": " + text;
-  if (!isOneUnknown) return remedy;
-  remedy += remedy.empty() ? "Start them anew" : " Start the others anew";
-  return remedy + ": some look only then whether accessibility is on.";
+bool isOneOffered(const std::vector<platform::UnreadableProgram>& programs) {
+  return std::any_of(programs.begin(), programs.end(),
+                     [](const platform::UnreadableProgram& program) { return !program.startEntry.empty(); });
 }
 
 DoctorCheck programsCheck(const DoctorFacts& facts) {
@@ -78,7 +69,8 @@ DoctorCheck programsCheck(const DoctorFacts& facts) {
                     std::to_string(program.processIdentifier) + ")";
   }
   check.detail += ".";
-  check.remedy = remedyForPrograms(programs);
+  check.remedy = UnreadableProgramTexts::remedies(programs);
+  if (isOneOffered(programs)) check.remedy += " \"quillard readable\" changes how it is started from the menu.";
   if (!facts.hasGtk2Bridge) {
     check.remedy += " Programs made with GTK 2 need GTK_MODULES=gail:atk-bridge in the session's environment.";
   }
@@ -113,9 +105,32 @@ DoctorCheck keychainCheck(const DoctorFacts& facts) {
   return check;
 }
 
+// What shows notifications with windows of its own drawing: these are in no tree of elements, and the service has no
+// function to read or press what it shows.
+bool drawsUnreadable(const platform::NotificationServer& server) {
+  constexpr std::array<std::string_view, 5> kNames{"dunst", "mako", "fnott", "wired", "naughty"};
+  const auto name = text::lowercased(server.name);
+  return std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+}
+
+// Its buttons say that they were pressed, and do nothing.
+bool ignoresPresses(const platform::NotificationServer& server) {
+  return text::lowercased(server.vendor) == "mate" || text::lowercased(server.name).starts_with("mate");
+}
+
 DoctorCheck notificationsCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "notifications", .title = "Notifications", .detail = "They are shown.", .remedy = {}};
-  if (!facts.notificationProblem) return check;
+  if (!facts.notificationProblem) {
+    const auto& server = facts.notificationServer;
+    if (!server || server->name.empty()) return check;
+    check.detail = "They are shown by " + server->name + ".";
+    if (!drawsUnreadable(*server) && !ignoresPresses(*server)) return check;
+    check.state = State::note;
+    check.detail += drawsUnreadable(*server) ? " What other programs ask in its notifications is not seen."
+                                             : " The buttons in its notifications cannot be pressed from afar.";
+    check.remedy = "Answer those at the computer, or use another notification program.";
+    return check;
+  }
   check.state = State::note;
   check.detail = "They are not shown: " + *facts.notificationProblem;
   check.remedy = "Nothing else depends on them. A notification program such as dunst shows them.";

@@ -206,5 +206,37 @@ TEST(Doctor, TellsWhetherTheAgentRuns) {
   EXPECT_EQ(check(facts, "agent").state, State::note);
 }
 
+TEST(Doctor, NamesNotificationServersWhoseQuestionsAreNotSeenOrNotPressed) {
+  struct Case {
+    platform::NotificationServer server;
+    DoctorCheck::State state;
+    std::string text;
+  };
+  const std::vector<Case> cases{
+      {{"dunst", "knopwob"}, DoctorCheck::State::note, "What other programs ask in its notifications is not seen."},
+      {{"mako", "emersion"}, DoctorCheck::State::note, "is not seen."},
+      {{"Naughty", "awesome"}, DoctorCheck::State::note, "is not seen."},
+      {{"Notification Daemon", "MATE"}, DoctorCheck::State::note, "cannot be pressed from afar."},
+      {{"Xfce Notify Daemon", "Xfce"}, DoctorCheck::State::fine, "They are shown by Xfce Notify Daemon."},
+      {{"gnome-shell", "GNOME"}, DoctorCheck::State::fine, "They are shown by gnome-shell."},
+      {{"", ""}, DoctorCheck::State::fine, "They are shown."}};
+  for (const auto& [server, state, text] : cases) {
+    auto facts = healthy();
+    facts.notificationServer = server;
+    const auto found = check(facts, "notifications");
+    EXPECT_EQ(found.state, state) << server.name;
+    EXPECT_NE(found.detail.find(text), std::string::npos) << found.detail;
+    EXPECT_EQ(found.remedy.empty(), state == DoctorCheck::State::fine) << found.remedy;
+  }
+}
+
+TEST(Doctor, SaysHowTheStartOfAProgramIsMended) {
+  auto facts = healthy();
+  facts.unreadablePrograms = std::vector<platform::UnreadableProgram>{
+      {.processIdentifier = 7, .name = "Chat", .remedy = "Start it so.", .startEntry = "chat"}};
+  EXPECT_NE(check(facts, "programs").remedy.find("Chat: Start it so. \"quillard readable\""), std::string::npos)
+      << check(facts, "programs").remedy;
+}
+
 }  // namespace
 }  // namespace quillard::app

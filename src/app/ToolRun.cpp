@@ -13,6 +13,7 @@
 #include "app/DesktopTools.h"
 #include "app/DoctorExamination.h"
 #include "app/PairingTool.h"
+#include "app/ReadableTool.h"
 #include "app/RelayTrial.h"
 #include "app/SettingsTool.h"
 
@@ -93,6 +94,9 @@ struct Tools {
   ExitCode operator()(const PauseAlerts& command) const { return request("pause", command); }
   ExitCode operator()(const OpenWindow& command) const { return request("open", command); }
   ExitCode operator()(const QuitAgent& command) const { return request("quit", command); }
+  ExitCode operator()(const MakeReadable& command) const {
+    return makeReadable(command, platform.capabilities, platform.readableStarts, output);
+  }
   // No tools.
   ExitCode operator()(const RunAgent&) const { return ExitCode::wrongUsage; }
   ExitCode operator()(const PrintMessage&) const { return ExitCode::wrongUsage; }

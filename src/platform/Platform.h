@@ -3,6 +3,7 @@
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/desktop/PromptSupplement.h"
+#include "platform/desktop/ReadableStarts.h"
 #include "platform/desktop/SyntheticEvents.h"
 #include "platform/desktop/Translations.h"
 #include "platform/desktop/WindowList.h"
@@ -56,6 +57,7 @@ struct Platform {
   WebSockets& webSockets;
   WindowList& windowList;
   Workspace& workspace;
+  ReadableStarts* readableStarts = nullptr;  // Null: no program has to be told at its start that it is read.
 };
 
 }  // namespace quillard::platform

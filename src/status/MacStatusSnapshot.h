@@ -9,6 +9,7 @@
 #include "approvals/ScanOutcome.h"
 #include "foundation/Uuid.h"
 #include "relay/RelayStatus.h"
+#include "status/ProgramReadability.h"
 #include "system/LoginItemManager.h"
 #include "system/UpdateManager.h"
 #include "values/Images.h"
@@ -63,6 +64,7 @@ struct MacStatusSnapshot {
   std::string pairingCaption;
   UpdateAvailabilitySnapshot updateAvailability;
   std::vector<WaitingQuestion> questions{};  // Oldest first.
+  ProgramReadability programs{};
 
   [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !connectedPhones.empty(); }
   bool operator==(const MacStatusSnapshot&) const = default;

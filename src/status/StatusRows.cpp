@@ -1,10 +1,12 @@
 #include "status/StatusRows.h"
 
+#include <algorithm>
 #include <string>
 
 #include "foundation/PrintableText.h"
 #include "status/AppBrand.h"
 #include "status/StatusTexts.h"
+#include "system/UnreadableProgramTexts.h"
 
 namespace quillard::StatusRows {
 
@@ -143,6 +145,31 @@ std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot) {
     row.detail += (shown > 0 ? "\n" : "") + printableText(oldest.lines[shown], kLongestLine);
   }
   if (shown < oldest.lines.size()) row.detail += "\nMore of it is in: quillard answer";
+  return row;
+}
+
+std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot) {
+  const auto& [unreadable, changed, problem] = snapshot.programs;
+  if (unreadable.empty() && changed.empty()) return std::nullopt;
+  StatusRowContent row{.symbol = "eye.slash", .tint = kToDo, .title = "Programs"};
+  if (!unreadable.empty()) {
+    row.status = UnreadableProgramTexts::count(unreadable);
+    row.detail = "Their prompts are not seen. " + UnreadableProgramTexts::remedies(unreadable);
+  } else {
+    row.symbol = "eye";
+    row.tint = kWell;
+    row.status = "Readable";
+    row.detail = "From the menu these start so that they can be read: ";
+    for (const auto& start : changed) {
+      row.detail += (&start == &changed.front() ? "" : ", ") + printableText(start.name);
+    }
+    row.detail += ".";
+  }
+  if (!problem.empty()) row.detail = problem;
+  const bool isOffered = std::any_of(unreadable.begin(), unreadable.end(),
+                                     [](const auto& program) { return !program.startEntry.empty(); });
+  if (isOffered) row.primaryButton = ButtonContent{"Make Readable…"};
+  if (!changed.empty()) row.secondaryButton = ButtonContent{"Undo…"};
   return row;
 }
 

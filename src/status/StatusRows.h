@@ -15,6 +15,8 @@ namespace quillard::StatusRows {
 [[nodiscard]] StatusRowContent loginItemRow(const MacStatusSnapshot& snapshot);
 [[nodiscard]] StatusRowContent updateRow(const MacStatusSnapshot& snapshot);
 [[nodiscard]] StatusRowContent notificationPauseRow(const MacStatusSnapshot& snapshot);
+// A sixth row, only while there is something to say of programs. Absent: there is not.
+[[nodiscard]] std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot);
 
 // What a program asks, the oldest question first. Absent: none waits.
 [[nodiscard]] std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot);

@@ -134,5 +134,45 @@ TEST(StatusRows, WhatAProgramAsksStandsThereWhileItWaits) {
   EXPECT_TRUE(row.detail.ends_with("\nMore of it is in: quillard answer"));
 }
 
+platform::UnreadableProgram unreadable(const char* name, const char* remedy, const char* entry = "") {
+  return {.processIdentifier = 1, .name = name, .remedy = remedy, .startEntry = entry};
+}
+
+TEST(StatusRows, ProgramsAreNotMentionedWhileAllCanBeRead) { EXPECT_EQ(StatusRows::programsRow({}), std::nullopt); }
+
+TEST(StatusRows, ProgramsThatCannotBeReadAreCountedAndNamedWithWhatMendsThem) {
+  MacStatusSnapshot snapshot;
+  snapshot.programs.unreadable = {unreadable("Chat", "Start it so.", "chat")};
+  EXPECT_EQ(StatusRows::programsRow(snapshot),
+            (StatusRowContent{"eye.slash", kAmber, "Programs", "1 program cannot be read",
+                              "Their prompts are not seen. Chat: Start it so.", button("Make Readable…"), kNone}));
+  snapshot.programs.unreadable = {unreadable("Chat", "Start it so."), unreadable("Browser", "Start it so."),
+                                  unreadable("Browser", "Start it so."), unreadable("xterm", "")};
+  EXPECT_EQ(
+      StatusRows::programsRow(snapshot),
+      (StatusRowContent{"eye.slash", kAmber, "Programs", "3 programs cannot be read",
+                        "Their prompts are not seen. Browser, Chat: Start it so. Start the others anew: some look "
+                        "only then whether accessibility is on.",
+                        kNone, kNone}));
+}
+
+TEST(StatusRows, ProgramsThatWereMendedCanBeUndone) {
+  MacStatusSnapshot snapshot;
+  snapshot.programs.changed = {{"browser", "Browser"}, {"chat", "Chat"}};
+  EXPECT_EQ(
+      StatusRows::programsRow(snapshot),
+      (StatusRowContent{"eye", kGreen, "Programs", "Readable",
+                        "From the menu these start so that they can be read: Browser, Chat.", kNone, button("Undo…")}));
+  snapshot.programs.problem = "It was changed since.";
+  EXPECT_EQ(StatusRows::programsRow(snapshot)->detail, "It was changed since.");
+}
+
+TEST(StatusRows, NamesOfProgramsStayInOneLine) {
+  MacStatusSnapshot snapshot;
+  snapshot.programs.unreadable = {unreadable("A\nB\x1B[31m", "Start it so.")};
+  const auto detail = StatusRows::programsRow(snapshot)->detail;
+  EXPECT_EQ(detail.find_first_of("\n\x1B"), std::string::npos) << detail;
+}
+
 }  // namespace
 }  // namespace quillard

@@ -92,6 +92,7 @@ StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   content.notificationPause = StatusRows::notificationPauseRow(snapshot);
   content.question = StatusRows::questionRow(snapshot);
   content.phones = PhoneRows::rows(snapshot);
+  content.programs = StatusRows::programsRow(snapshot);
   return content;
 }
 

@@ -28,6 +28,7 @@ TEST(StatusWindowContent, TakesEachTextFromWhereItIsDecided) {
     EXPECT_EQ(content.loginItem, StatusRows::loginItemRow(snapshot));
     EXPECT_EQ(content.update, StatusRows::updateRow(snapshot));
     EXPECT_EQ(content.notificationPause, StatusRows::notificationPauseRow(snapshot));
+    EXPECT_EQ(content.programs, StatusRows::programsRow(snapshot));
   });
 }
 

@@ -1,5 +1,6 @@
 #include "status/StatusWindowController.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <utility>
@@ -16,7 +17,7 @@ namespace {
 constexpr Seconds kRefreshInterval{2.0};
 
 template <class Callback, class... Arguments>
-void callIfSet(const Callback& callback, Arguments... arguments) {
+void callIfSet(const Callback& callback, const Arguments&... arguments) {
   if (callback) callback(arguments...);
 }
 
@@ -76,6 +77,11 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void pauseNotificationsIndefinitely() { pause(NotificationPauseOption::indefinitely); }
   void resumeNotificationsNow();
   void showAnswers();
+  void chooseProgramToMakeReadable();
+  void chooseProgramToUndo();
+  // Pops up a menu of `names` under `button`; `act` gets the entry of the chosen one.
+  void chooseProgram(StatusWindowButton button, const std::vector<platform::ReadableStart>& programs,
+                     const std::function<void(const std::string&)>& act);
 
   const StatusWindowCallbacks callbacks;
   const StatusWindowDependencies dependencies;
@@ -162,6 +168,10 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
     case StatusWindowButton::questionPrimary:
     case StatusWindowButton::questionSecondary:
       return &Implementation::showAnswers;
+    case StatusWindowButton::programsPrimary:
+      return &Implementation::chooseProgramToMakeReadable;
+    case StatusWindowButton::programsSecondary:
+      return &Implementation::chooseProgramToUndo;
   }
   return nullptr;
 }
@@ -270,6 +280,40 @@ void StatusWindowController::Implementation::pause(NotificationPauseOption optio
 void StatusWindowController::Implementation::resumeNotificationsNow() {
   callIfSet(callbacks.onResumeNotifications);
   refresh();
+}
+
+// Each entry once: two processes may have been started by one.
+void StatusWindowController::Implementation::chooseProgramToMakeReadable() {
+  std::vector<platform::ReadableStart> offered;
+  for (const auto& program : callbacks.snapshotProvider().programs.unreadable) {
+    const platform::ReadableStart start{.entry = program.startEntry, .name = program.name};
+    const bool isKnown = std::find(offered.begin(), offered.end(), start) != offered.end();
+    if (!start.entry.empty() && !isKnown) offered.push_back(start);
+  }
+  chooseProgram(StatusWindowButton::programsPrimary, offered, callbacks.onMakeReadable);
+}
+
+void StatusWindowController::Implementation::chooseProgramToUndo() {
+  chooseProgram(StatusWindowButton::programsSecondary, callbacks.snapshotProvider().programs.changed,
+                callbacks.onUndoReadable);
+}
+
+void StatusWindowController::Implementation::chooseProgram(StatusWindowButton button,
+                                                           const std::vector<platform::ReadableStart>& programs,
+                                                           const std::function<void(const std::string&)>& act) {
+  std::vector<MenuItemContent> items;
+  std::vector<std::string> entries;
+  for (const auto& program : programs) {
+    items.push_back({printableText(program.name)});
+    entries.push_back(program.entry);
+  }
+  if (items.empty()) return refresh();  // They have gone meanwhile.
+  view->popUpMenu(button, items, [weak = weak_from_this(), entries = std::move(entries), act](std::size_t index) {
+    const auto self = weak.lock();
+    if (!self || index >= entries.size()) return;
+    callIfSet(act, entries[index]);
+    self->refresh();
+  });
 }
 
 StatusWindowController::StatusWindowController(StatusWindowCallbacks callbacks,

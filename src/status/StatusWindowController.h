@@ -34,6 +34,9 @@ struct StatusWindowCallbacks {
   std::function<void()> onRequestPermissions;
   // Of a question that a program asks.
   std::function<void(const Uuid& id, const std::string& label)> onAnswerQuestion{};
+  // With the entry of a program whose start is to be changed, or of one that was changed. Empty: nothing happens.
+  std::function<void(const std::string&)> onMakeReadable{};
+  std::function<void(const std::string&)> onUndoReadable{};
 };
 
 // What the window acts through. All of it outlives the controller.

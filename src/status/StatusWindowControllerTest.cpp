@@ -59,7 +59,9 @@ class StatusWindowControllerTest : public testing::Test {
                 [this] {
                   asked.emplace_back("resume");
                   snapshot.notificationPause = {};
-                }};
+                },
+            .onMakeReadable = [this](const std::string& entry) { asked.push_back("make readable " + entry); },
+            .onUndoReadable = [this](const std::string& entry) { asked.push_back("undo " + entry); }};
   }
   std::unique_ptr<StatusWindowController> make(StatusWindowCallbacks with) {
     return std::make_unique<StatusWindowController>(
@@ -374,6 +376,41 @@ TEST_F(StatusWindowControllerTest, AnAgentThatTakesNothingIsAskedNothing) {
     EXPECT_THAT(click(button), IsEmpty());
   }
   EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(StatusWindowControllerTest, OffersOnceEachProgramWhoseStartCanBeMended) {
+  snapshot.programs.unreadable = {
+      {1, "Chat", "", "chat"}, {2, "Chat", "", "chat"}, {3, "xterm", "", ""}, {4, "Browser", "", "browser"}};
+  show();
+  EXPECT_TRUE(window().click(StatusWindowButton::programsPrimary));
+  world.advance(Seconds{0});
+  EXPECT_THAT(window().menuTitles(), ElementsAre("Chat", "Browser"));
+  asked.clear();
+  EXPECT_TRUE(window().chooseMenuItem("Browser"));
+  world.advance(Seconds{0});
+  EXPECT_THAT(asked, ElementsAre("make readable browser"));
+}
+
+TEST_F(StatusWindowControllerTest, OffersToUndoWhatWasMended) {
+  snapshot.programs.changed = {{"chat", "Chat"}};
+  show();
+  EXPECT_TRUE(window().click(StatusWindowButton::programsSecondary));
+  world.advance(Seconds{0});
+  EXPECT_THAT(window().menuTitles(), ElementsAre("Chat"));
+  asked.clear();
+  EXPECT_TRUE(window().chooseMenuItem("Chat"));
+  world.advance(Seconds{0});
+  EXPECT_THAT(asked, ElementsAre("undo chat"));
+}
+
+TEST_F(StatusWindowControllerTest, OpensNoMenuForProgramsThatHaveGoneMeanwhile) {
+  snapshot.programs.unreadable = {{1, "Chat", "", "chat"}};
+  show();
+  EXPECT_TRUE(window().click(StatusWindowButton::programsPrimary));
+  snapshot.programs = {};
+  world.advance(Seconds{0});
+  EXPECT_EQ(window().menu(), std::nullopt);
+  EXPECT_EQ(window().content()->programs, std::nullopt);
 }
 
 }  // namespace

@@ -24,11 +24,13 @@
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
 #include "contract/shell/LoginServiceContract.h"
+#include "contract/shell/ReadableStartsContract.h"
 #include "contract/shell/UserNotificationsContract.h"
 #include "contract/storage/UserDefaultsContract.h"
 #include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/DesktopNotifications.h"
+#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/RuntimeFolder.h"
 #include "platform/linux/system/SocketPeer.h"
@@ -275,6 +277,42 @@ class AutostartBinding final : public LoginServiceBinding {
   std::optional<desktop::AutostartEntry> entry;
 };
 
+class EntryCopiesBinding final : public ReadableStartsBinding {
+ public:
+  EntryCopiesBinding() {
+    environment.set("XDG_DATA_HOME", folder.path() + "/own");
+    environment.set("XDG_DATA_DIRS", folder.path() + "/shared");
+  }
+  platform::ReadableStarts& starts() override { return copies; }
+  void addEntry(const std::string& entry, const std::string& name) override {
+    write("shared", entry, "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=/opt/" + entry + "/run %U\n");
+  }
+  void replaceByUser(const std::string& entry) override {
+    write("own", entry, "[Desktop Entry]\nType=Application\nName=Mine\nExec=/opt/mine\n");
+  }
+  void editByUser(const std::string& entry) override {
+    std::ofstream(path("own", entry), std::ios::app) << "Comment=Edited\n";
+  }
+  bool isReadable(const std::string& entry) override {
+    const auto file = std::filesystem::exists(path("own", entry)) ? path("own", entry) : path("shared", entry);
+    return privatedesktop::fileContents(file).find("/run --force-renderer-accessibility %U") != std::string::npos;
+  }
+
+ private:
+  [[nodiscard]] std::string path(const std::string& place, const std::string& entry) const {
+    return folder.path() + "/" + place + "/applications/" + entry + ".desktop";
+  }
+  void write(const std::string& place, const std::string& entry, const std::string& text) const {
+    std::filesystem::create_directories(folder.path() + "/" + place + "/applications");
+    std::ofstream(path(place, entry)) << text;
+  }
+
+  const TemporaryFolder folder;
+  platform::simulated::SimulatedEnvironment environment;
+  x11::DesktopEntries entries{environment};
+  desktop::EntryCopies copies{environment, entries};
+};
+
 class BusNotificationsBinding final : public UserNotificationsBinding {
  public:
   BusNotificationsBinding() { environment.set("DBUS_SESSION_BUS_ADDRESS", bus.address()); }
@@ -318,6 +356,8 @@ INSTANTIATE_TEST_SUITE_P(Linux, RandomContract, testing::Values(RandomCase{makeR
 INSTANTIATE_TEST_SUITE_P(Linux, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, FileUserDefaultsBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, LoginServiceContract, testing::Values(&make<LoginServiceBinding, AutostartBinding>));
+INSTANTIATE_TEST_SUITE_P(Linux, ReadableStartsContract,
+                         testing::Values(&make<ReadableStartsBinding, EntryCopiesBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, UserNotificationsContract,
                          testing::Values(&make<UserNotificationsBinding, BusNotificationsBinding>));
 

@@ -10,6 +10,7 @@
 #include "contract/process/RandomContract.h"
 #include "contract/process/TimeContract.h"
 #include "contract/shell/LoginServiceContract.h"
+#include "contract/shell/ReadableStartsContract.h"
 #include "contract/shell/UserNotificationsContract.h"
 #include "contract/storage/SecretStoreContract.h"
 #include "contract/storage/UserDefaultsContract.h"
@@ -20,6 +21,7 @@
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
 #include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedReadableStarts.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
 #include "platform/simulated/SimulatedUserNotifications.h"
@@ -210,6 +212,18 @@ class SimulatedLoginServiceBinding final : public LoginServiceBinding {
   SimulatedLoginService simulated;
 };
 
+class SimulatedReadableStartsBinding final : public ReadableStartsBinding {
+ public:
+  platform::ReadableStarts& starts() override { return simulated; }
+  void addEntry(const std::string& entry, const std::string& name) override { simulated.addEntry(entry, name); }
+  void replaceByUser(const std::string& entry) override { simulated.replaceByUser(entry); }
+  void editByUser(const std::string& entry) override { simulated.editByUser(entry); }
+  bool isReadable(const std::string& entry) override { return simulated.isReadable(entry); }
+
+ private:
+  SimulatedReadableStarts simulated;
+};
+
 class SimulatedUserNotificationsBinding final : public UserNotificationsBinding {
  public:
   platform::UserNotifications& notifications() override { return simulated; }
@@ -253,6 +267,8 @@ INSTANTIATE_TEST_SUITE_P(Simulated, SecretStoreContract,
                          [](const auto& given) { return given.param.name; });
 INSTANTIATE_TEST_SUITE_P(Simulated, LoginServiceContract,
                          testing::Values(&make<LoginServiceBinding, SimulatedLoginServiceBinding>));
+INSTANTIATE_TEST_SUITE_P(Simulated, ReadableStartsContract,
+                         testing::Values(&make<ReadableStartsBinding, SimulatedReadableStartsBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, UserNotificationsContract,
                          testing::Values(&make<UserNotificationsBinding, SimulatedUserNotificationsBinding>));
 

@@ -224,6 +224,22 @@ TEST_F(XTestEventsTest, WithinAWaylandSessionNothingIsPostedToTheDesktop) {
   EXPECT_TRUE(gotNothing(owner));
 }
 
+TEST_F(XTestEventsTest, WhileTheScreenIsLockedNothingIsPressed) {
+  bool isLocked = true;
+  XTestEvents behindLock{desktop.display(), windows, true, [&] { return isLocked; }};
+  const auto down = behindLock.createKeyboardEvent(platform::KeyCode::space, true);
+  const auto up = behindLock.createKeyboardEvent(platform::KeyCode::space, false);
+  ASSERT_TRUE(down && up);
+  window(owner, ownerProgram);
+  const auto process = ownerProgram.pid();
+  EXPECT_FALSE(behindLock.postToDesktop(*down, process));
+  behindLock.postToProcess(process, *down);
+  isLocked = false;
+  EXPECT_FALSE(behindLock.postToDesktop(*up, process)) << "Nothing was pressed that could be released.";
+  EXPECT_TRUE(behindLock.postToDesktop(*down, process));
+  EXPECT_TRUE(behindLock.postToDesktop(*up, process));
+}
+
 TEST_F(XTestEventsTest, AnEventMayBePostedAgain) {
   window(owner, ownerProgram);
   const auto down = input.createMouseEvent(MouseEventType::leftMouseDown, kInside);

@@ -49,6 +49,8 @@ class NotificationServer : public QDBusVirtualObject {
     if (message.member() == QLatin1String("GetCapabilities")) {
       timesAsked += 1;
       connection.send(message.createReply(QVariant(capabilities)));
+    } else if (message.member() == QLatin1String("GetServerInformation")) {
+      connection.send(message.createReply(QVariantList{program, vendor, QStringLiteral("1.9"), QStringLiteral("1.2")}));
     } else if (message.member() == QLatin1String("Notify")) {
       keep(message);
     }
@@ -63,6 +65,8 @@ class NotificationServer : public QDBusVirtualObject {
   Manner manner = Manner::answers;
   bool holdsAnswers = false;
   QStringList capabilities{QStringLiteral("body")};
+  QString program = QStringLiteral("Example");
+  QString vendor = QStringLiteral("Nobody");
   std::vector<SentNote> notes;
   int timesAsked = 0;
 

@@ -23,6 +23,8 @@ struct UnreadableProgram {
   std::int32_t processIdentifier = 0;
   std::string name;    // For people. Never empty.
   std::string remedy;  // For people: what to do so that it can be read. Empty: nothing is known to help.
+  // What `ReadableStarts` can change so that it can be read after its next start. Empty: nothing, or not safely.
+  std::string startEntry{};
   bool operator==(const UnreadableProgram&) const = default;
 };
 

@@ -23,7 +23,8 @@ constexpr const char* kNowhere = "/dev/null/quillard";
 atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environment& environment) {
   return {.sessionBusAddress = xdg::sessionBusAddress(environment),
           .ownProcessIdentifier = static_cast<std::int32_t>(::getpid()),
-          .isXSession = isXSession(environment)};
+          .isXSession = isXSession(environment),
+          .systemBusAddress = xdg::systemBusAddress(environment)};
 }
 
 // GNOME Shell announces to every process that windows or their programs have changed, but not which.
@@ -57,16 +58,23 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
           accessibility, [this] { return accessibility.busAddress(); }, executors.mainThread()),
       desktopEntries(environment),
       programs(processes, desktopEntries),
-      capabilities(accessibility, *windowSource.windows, isXSession(environment),
-                   [this](std::int32_t process) -> std::optional<std::string> {
-                     const auto program = programs.program(process, "");
-                     return program ? std::optional(program->name) : std::nullopt;
-                   }),
+      entryCopies(environment, desktopEntries),
+      capabilities(
+          accessibility, *windowSource.windows, isXSession(environment),
+          [this](std::int32_t process) -> std::optional<std::string> {
+            const auto program = programs.program(process, "");
+            return program ? std::optional(program->name) : std::nullopt;
+          },
+          [this](std::int32_t process) -> std::optional<StartOffer> {
+            const auto facts = processes.process(process);
+            return facts ? entryCopies.offerFor(x11::programOf(*facts)) : std::nullopt;
+          }),
       opener(openerActions()),
       workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener}),
       translations(translationOptions()),
       windowList(*windowSource.windows, programs, *windowSource.changes, accessibleProcesses, executors.mainThread()),
-      syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment)),
+      syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment),
+                      [this] { return accessibility.isScreenLocked(); }),
       application(executors.mainThread(), statusBar),
       windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
                    executors.mainThread(), [this] { windowList.announceUnlistedWindow(); }),
@@ -121,7 +129,8 @@ platform::Platform LinuxPlatform::platform() {
           .userNotifications = notifications,
           .webSockets = webSockets,
           .windowList = windowList,
-          .workspace = workspace};
+          .workspace = workspace,
+          .readableStarts = &entryCopies};
 }
 
 void LinuxPlatform::prepareForAgent() {

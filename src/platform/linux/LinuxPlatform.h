@@ -20,6 +20,7 @@
 #include "platform/linux/system/DesktopNotifications.h"
 #include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/InstalledProgram.h"
+#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/system/NoUpdateService.h"
 #include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
@@ -90,6 +91,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   x11::RunningPrograms programs;
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
+  desktop::EntryCopies entryCopies;
   desktop::LinuxWorkspace workspace;
   catalogues::LinuxTranslations translations;
   desktop::LinuxWindowList windowList;

@@ -25,7 +25,9 @@ Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadable
   for (const auto& window : windowList.copyWindowInfo(WindowListOptions::all)) {
     const auto process = window.ownerProcessIdentifier;
     if (!process || workspace.runningApplication(*process) || !listed.insert(*process).second) continue;
-    programs.push_back({.processIdentifier = *process, .name = window.ownerName.value_or("an unknown program")});
+    const auto name = window.ownerName.value_or("an unknown program");
+    programs.push_back(
+        {.processIdentifier = *process, .name = name, .remedy = "", .startEntry = starts.offeredFor(name)});
   }
   return programs;
 }

@@ -80,6 +80,10 @@ std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, Status
       return content.question ? content.question->primaryButton : std::nullopt;
     case StatusWindowButton::questionSecondary:
       return content.question ? content.question->secondaryButton : std::nullopt;
+    case StatusWindowButton::programsPrimary:
+      return content.programs ? content.programs->primaryButton : std::nullopt;
+    case StatusWindowButton::programsSecondary:
+      return content.programs ? content.programs->secondaryButton : std::nullopt;
   }
   return std::nullopt;
 }

@@ -11,7 +11,10 @@ void SimulatedUserNotifications::setAuthorizationError(std::optional<std::string
 
 void SimulatedUserNotifications::requestAuthorization(std::function<void(std::optional<std::string>)> completion) {
   ++authorizationRequests;
-  executors.mainThread().post([completion = std::move(completion), error = authorizationError] { completion(error); });
+  executors.mainThread().post([this, completion = std::move(completion), error = authorizationError] {
+    isAuthorized = !error;
+    completion(error);
+  });
 }
 
 void SimulatedUserNotifications::post(const UserNotification& notification) {

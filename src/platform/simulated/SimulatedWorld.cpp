@@ -53,7 +53,8 @@ Platform SimulatedWorld::platform() {
           .userNotifications = simulatedUserNotifications,
           .webSockets = simulatedWebSockets,
           .windowList = windowList(),
-          .workspace = workspace()};
+          .workspace = workspace(),
+          .readableStarts = hasReadableStarts ? &simulatedReadableStarts : nullptr};
 }
 
 }  // namespace quillard::platform::simulated

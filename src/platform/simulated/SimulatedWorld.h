@@ -14,6 +14,7 @@
 #include "platform/simulated/SimulatedLockFiles.h"
 #include "platform/simulated/SimulatedLoginService.h"
 #include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedReadableStarts.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedStatusBar.h"
 #include "platform/simulated/SimulatedStatusWindow.h"
@@ -42,6 +43,9 @@ class SimulatedWorld {
   // What the agent is told that this desktop adds to the rules of prompts: nothing, unless it is set first.
   void setPromptSupplement(const PromptSupplement& wanted) { supplement = wanted; }
 
+  // Whether some programs have to be told at their start that they are read; at first no.
+  void setHasReadableStarts(bool has) { hasReadableStarts = has; }
+
   // Lets this much time pass, with all that happens in it.
   void advance(Seconds duration) { virtualTime.advance(duration); }
 
@@ -59,6 +63,7 @@ class SimulatedWorld {
   Workspace& workspace() { return simulatedDesktop.workspace(); }
   WindowList& windowList() { return simulatedDesktop.windowList(); }
   SimulatedDesktopCapabilities& capabilities() { return simulatedCapabilities; }
+  SimulatedReadableStarts& readableStarts() { return simulatedReadableStarts; }
   SimulatedSyntheticEvents& syntheticEvents() { return simulatedSyntheticEvents; }
   SimulatedTranslations& translations() { return simulatedTranslations; }
   SimulatedApplication& application() { return simulatedApplication; }
@@ -87,8 +92,10 @@ class SimulatedWorld {
   SimulatedUserDefaults simulatedUserDefaults;
   SimulatedCalendar simulatedCalendar;
   SimulatedDesktop simulatedDesktop;
+  SimulatedReadableStarts simulatedReadableStarts;
+  bool hasReadableStarts = false;
   SimulatedDesktopCapabilities simulatedCapabilities{simulatedDesktop.accessibility(), simulatedDesktop.workspace(),
-                                                     simulatedDesktop.windowList()};
+                                                     simulatedDesktop.windowList(), simulatedReadableStarts};
   SimulatedSyntheticEvents simulatedSyntheticEvents;
   SimulatedTranslations simulatedTranslations;
   SimulatedApplication simulatedApplication;

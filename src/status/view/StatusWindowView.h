@@ -29,6 +29,8 @@ enum class StatusWindowButton {
   notificationPauseSecondary,
   questionPrimary,
   questionSecondary,
+  programsPrimary,
+  programsSecondary,
   none,        // Of a row that has no such button.
   firstPhone,  // Of the first row of `StatusWindowContent::phones`; those of the others follow.
 };
@@ -92,8 +94,9 @@ struct StatusWindowContent {
   StatusRowContent loginItem;
   StatusRowContent update;
   StatusRowContent notificationPause;
-  std::optional<StatusRowContent> question;  // Above the others. Absent: no program asks.
-  std::vector<StatusRowContent> phones;      // At most `kMostPhoneRows`; their secondary button unpairs.
+  std::optional<StatusRowContent> question;    // Above the others. Absent: no program asks.
+  std::vector<StatusRowContent> phones;        // At most `kMostPhoneRows`; their secondary button unpairs.
+  std::optional<StatusRowContent> programs{};  // Absent: not shown.
   bool operator==(const StatusWindowContent&) const = default;
 };
 

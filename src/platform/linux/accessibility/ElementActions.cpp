@@ -60,7 +60,7 @@ AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action)
 }
 
 AXError ElementActions::press(Node& node) {
-  if (shell::isShell(*node.program)) return ShellPress{reading, sessionBusAddress}.press(node);
+  if (shell::isShell(*node.program)) return ShellPress{reading, sessionBusAddress, systemBusAddress}.press(node);
   const auto number = answers.pressAction(node);
   if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
   if (!number) return AXError::actionUnsupported;

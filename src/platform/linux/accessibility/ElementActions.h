@@ -14,8 +14,13 @@ class ElementActions {
  public:
   // All outlive this.
   ElementActions(DesktopReading& reading, desktop::DesktopWindows& windows,
-                 const std::optional<std::string>& sessionBusAddress)
-      : reading(reading), answers(reading), windows(windows), sessionBusAddress(sessionBusAddress) {}
+                 const std::optional<std::string>& sessionBusAddress,
+                 const std::optional<std::string>& systemBusAddress)
+      : reading(reading),
+        answers(reading),
+        windows(windows),
+        sessionBusAddress(sessionBusAddress),
+        systemBusAddress(systemBusAddress) {}
 
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
   // `actionUnsupported` for the focus of an element of the shell: only a press there may move it.
@@ -41,6 +46,7 @@ class ElementActions {
   ElementAnswers answers;
   desktop::DesktopWindows& windows;
   const std::optional<std::string>& sessionBusAddress;
+  const std::optional<std::string>& systemBusAddress;
 };
 
 }  // namespace quillard::atspi

@@ -98,13 +98,15 @@ std::optional<std::int32_t> LinuxAccessibility::processIdentifier(const AXUIElem
 AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
                                               const AXValue& value) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows, options.sessionBusAddress}.set(element, name, value)
+  return reading ? ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.set(
+                       element, name, value)
                  : AXError::apiDisabled;
 }
 
 AXError LinuxAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows, options.sessionBusAddress}.perform(element, action)
+  return reading ? ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.perform(
+                       element, action)
                  : AXError::apiDisabled;
 }
 
@@ -112,7 +114,8 @@ AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElemen
   if (!options.isXSession || windows.coverage() == desktop::WindowCoverage::none) return AXError::notImplemented;
   const auto reading = beginReading();
   if (!reading) return AXError::apiDisabled;
-  return ElementActions{*reading, windows, options.sessionBusAddress}.elementAt(within, point);
+  return ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.elementAt(within,
+                                                                                                          point);
 }
 
 std::optional<std::vector<std::int32_t>> LinuxAccessibility::processIdentifiers() {

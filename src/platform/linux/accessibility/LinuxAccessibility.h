@@ -21,6 +21,7 @@
 #include "platform/linux/accessibility/BusObservers.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
+#include "platform/linux/accessibility/SessionLock.h"
 #include "platform/linux/windows/DesktopWindows.h"
 #include "platform/process/Executors.h"
 
@@ -40,6 +41,7 @@ struct LinuxAccessibilityOptions {
   bool isXSession = true;
   // How long one request waits, for programs and for the accessibility bus's own services. Positive, a minute at most.
   Seconds messagingTimeout = platform::kMessagingTimeout;
+  std::optional<std::string> systemBusAddress{};  // Absent: no login manager is asked whether the screen is locked.
 };
 
 // Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the desktop knows of their

@@ -22,6 +22,8 @@ constexpr const char* kWaylandPoints =
     "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
 constexpr const char* kWindowsNotKnown = "Not known: it cannot be told which programs have windows.";
 
+constexpr const char* kStartAgain = "End it and start it again from the menu: its entry there has the switch by now.";
+
 // What is known all the same.
 std::string emptyOnes(const std::vector<platform::UnreadableProgram>& programs) {
   std::string text;
@@ -72,9 +74,18 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
 
 platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t process, bool isOnBus) const {
   const auto maps = catalogues::ProcessFolder("/proc", process).maps().text;
-  return {.processIdentifier = process,
-          .name = nameOf(process).value_or("an unknown program"),
-          .remedy = remedyFor(maps.value_or(""), isOnBus)};
+  platform::UnreadableProgram program{.processIdentifier = process,
+                                      .name = nameOf(process).value_or("an unknown program"),
+                                      .remedy = remedyFor(maps.value_or(""), isOnBus)};
+  const auto start = startOf && isSwitchAtStart(program.remedy) ? startOf(process) : std::nullopt;
+  if (!start) return program;
+  program.name = start->name;
+  if (start->isChanged) {
+    program.remedy = kStartAgain;
+  } else {
+    program.startEntry = start->entry;
+  }
+  return program;
 }
 
 }  // namespace quillard::atspi

@@ -8,6 +8,7 @@
 
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
+#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/windows/DesktopWindows.h"
 
 namespace quillard::atspi {
@@ -19,11 +20,17 @@ class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
  public:
   // What people call the program; absent: it is not known.
   using NameOf = std::function<std::optional<std::string>(std::int32_t processIdentifier)>;
+  // How the program can be started so that it can be read. Absent: that cannot be changed safely.
+  using StartOf = std::function<std::optional<desktop::StartOffer>(std::int32_t processIdentifier)>;
 
   // All outlive this. `isXSession`: as in the options of the accessibility.
   LinuxDesktopCapabilities(LinuxAccessibility& accessibility, desktop::DesktopWindows& windows, bool isXSession,
-                           NameOf nameOf)
-      : accessibility(accessibility), windows(windows), isXSession(isXSession), nameOf(std::move(nameOf)) {}
+                           NameOf nameOf, StartOf startOf = {})
+      : accessibility(accessibility),
+        windows(windows),
+        isXSession(isXSession),
+        nameOf(std::move(nameOf)),
+        startOf(std::move(startOf)) {}
 
   [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
   // Of the programs that have windows, as far as the desktop knows these, those that are not on the bus; of those on
@@ -37,6 +44,7 @@ class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
   desktop::DesktopWindows& windows;
   const bool isXSession;
   const NameOf nameOf;
+  const StartOf startOf;
 };
 
 }  // namespace quillard::atspi

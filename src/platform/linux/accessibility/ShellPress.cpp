@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/SessionLock.h"
 #include "platform/linux/accessibility/ShellWindows.h"
 
 namespace quillard::atspi {
@@ -142,7 +143,7 @@ AXError ShellPress::press(Node& button) {
   auto connection = BusConnection::open(*sessionBusAddress, kTimeout);
   if (!connection) return kNotSent;
   Session session{std::move(connection), reading.counters()};
-  if (!session.isShellOfProcess(button.program->processIdentifier) || !session.isUnlocked()) return kNotSent;
+  if (!session.isShellOfProcess(button.program->processIdentifier) || !isUnlocked(session)) return kNotSent;
   // Before the focus is touched: what fails by now leaves it where it was.
   if (!session.openKeyboard()) return kNotSent;
   const Node* const before = otherButtonWithFocus(button);
@@ -160,11 +161,15 @@ AXError ShellPress::press(const Node& button, Session& session) {
       const bool mayTake = attempt == 0 || otherButtonWithFocus(button);
       if (!mayTake || !takesFocus(button)) return kNotSent;
     }
-    if (!session.isUnlocked()) return kNotSent;
+    if (!isUnlocked(session)) return kNotSent;
     if (!session.answersSoon() || !isFocused(button)) continue;
     return session.pressReturn() ? AXError::success : AXError::cannotComplete;
   }
   return kNotSent;
+}
+
+bool ShellPress::isUnlocked(Session& session) {
+  return !isSessionLocked(systemBusAddress, reading.counters()) && session.isUnlocked();
 }
 
 const Node* ShellPress::otherButtonWithFocus(const Node& button) {

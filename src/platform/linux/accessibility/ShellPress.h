@@ -14,17 +14,19 @@ namespace quillard::atspi {
 // meanwhile that the screen is shared).
 //
 // Nothing is sent unless the program is the one that owns the shell's name on the session bus, and makes the keyboard
-// itself, the shell says that the screen is not locked, the button says that it is focused and the stage that it is
-// active, and all of this still holds right before the key. A press that is refused gives the focus back to the button
-// of the dialog that had it. Waits for the shell, up to some seconds where it hangs. Of one press each.
+// itself, neither the shell nor the login manager says that the screen is locked (`isSessionLocked`), the button says
+// that it is focused and the stage that it is active, and all of this still holds right before the key. A press that is
+// refused gives the focus back to the button of the dialog that had it. Waits for the shell, up to some seconds where
+// it hangs. Of one press each.
 //
 // What remains: the key goes to what has the focus, so a shell that moves it, or hangs, within the milliseconds between
 // its last answer and the key presses something else, or presses later.
 class ShellPress {
  public:
-  // Both outlive this.
-  ShellPress(DesktopReading& reading, const std::optional<std::string>& sessionBusAddress)
-      : reading(reading), sessionBusAddress(sessionBusAddress) {}
+  // All outlive this.
+  ShellPress(DesktopReading& reading, const std::optional<std::string>& sessionBusAddress,
+             const std::optional<std::string>& systemBusAddress)
+      : reading(reading), sessionBusAddress(sessionBusAddress), systemBusAddress(systemBusAddress) {}
 
   // `notImplemented`: no key was sent, for whatever reason. `cannotComplete`: it may have been.
   [[nodiscard]] platform::AXError press(Node& button);
@@ -36,6 +38,7 @@ class ShellPress {
   // Of the same dialog. Null: none has it.
   [[nodiscard]] const Node* otherButtonWithFocus(const Node& button);
   [[nodiscard]] bool grabFocus(const Node& button);
+  [[nodiscard]] bool isUnlocked(Session& session);
   // Whether it has it now, and not only says that it was given.
   [[nodiscard]] bool takesFocus(const Node& button);
   // As they say now.
@@ -44,6 +47,7 @@ class ShellPress {
 
   DesktopReading& reading;
   const std::optional<std::string>& sessionBusAddress;
+  const std::optional<std::string>& systemBusAddress;
 };
 
 }  // namespace quillard::atspi

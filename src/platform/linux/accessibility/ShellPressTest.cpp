@@ -153,7 +153,9 @@ struct World {
       : shell(bus.address(), "", [this](sd_bus_message* message) { return compositor.answer(message); }),
         ofShell(bus.address(), names, [this](sd_bus_message* message) { return compositor.answer(message); }),
         another(bus.address(), ofAnother, [this](sd_bus_message* message) { return compositor.answer(message); }),
-        accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors) {
+        accessibility(
+            {.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}, .systemBusAddress = bus.address()},
+            windows, executors) {
     compositor.onFocus = [this](const std::string& path) { moveFocus(path); };
     compositor.onKeyDown = [this] {
       const std::lock_guard guard(mutex);
@@ -225,6 +227,7 @@ struct World {
   FakeProgram shell;  // On the accessibility bus.
   FakeProgram ofShell;
   FakeProgram another;
+  std::optional<FakeProgram> manager;  // Of logins, on the same bus. Absent: there is none.
   desktop::NoDesktopWindows windows;
   qt::QtExecutors executors;
   LinuxAccessibility accessibility;
@@ -379,6 +382,16 @@ TEST(ShellPress, IsOfferedByButtonsThatTakeIt) {
 
 TEST(ShellPress, SendsNothingWithoutItsProof) {
   struct Case {
+FakeProgram::Override hint(int isLocked) {
+  return [isLocked](sd_bus_message* message) { return sd_bus_reply_method_return(message, "v", "b", isLocked) >= 0; };
+}
+
+TEST(ShellPress, GoesOnWhereTheLoginManagerSaysThatTheScreenIsNotLocked) {
+  World world;
+  world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(0));
+  EXPECT_EQ(world.press("Don't Allow"), AXError::success);
+}
+
     const char* name;
     std::function<void(World&)> change;
   };
@@ -387,6 +400,15 @@ TEST(ShellPress, SendsNothingWithoutItsProof) {
       {"the lock cannot be told", [](World& world) { world.compositor.lock = Lock::isSilent; }},
       {"the focus is refused",
        [](World& world) {
+      {"the login manager says that the screen is locked",
+       [](World& world) { world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(1)); }},
+      {"the login manager says so only when the keyboard is there",
+       [](World& world) {
+         world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(0));
+         world.compositor.onOpen = [&world] {
+           world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(1));
+         };
+       }},
          world.moveFocus("/allow");
          world.compositor.takesFocus = false;
        }},

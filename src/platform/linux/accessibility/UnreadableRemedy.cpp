@@ -34,4 +34,6 @@ std::string remedyFor(std::string_view maps, bool isOnBus) {
   return hasOne(maps, kOfChromium) ? kForChromium : "";
 }
 
+bool isSwitchAtStart(std::string_view remedy) { return remedy == kForChromium; }
+
 }  // namespace quillard::atspi

@@ -10,4 +10,7 @@ namespace quillard::atspi {
 // accessibility, and tells nothing there.
 [[nodiscard]] std::string remedyFor(std::string_view maps, bool isOnBus);
 
+// Whether that is the switch at the start (`ReadableEntry`).
+[[nodiscard]] bool isSwitchAtStart(std::string_view remedy);
+
 }  // namespace quillard::atspi

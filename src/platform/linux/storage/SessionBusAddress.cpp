@@ -15,4 +15,9 @@ std::optional<std::string> sessionBusAddress(const platform::Environment& enviro
   return "unix:path=" + path;
 }
 
+std::string systemBusAddress(const platform::Environment& environment) {
+  const auto set = environment.value("DBUS_SYSTEM_BUS_ADDRESS").value_or("");
+  return set.empty() ? "unix:path=/var/run/dbus/system_bus_socket" : set;
+}
+
 }  // namespace quillard::xdg

@@ -52,6 +52,8 @@ TEST(SessionBusAddress, IsWhatTheSessionSaysAndNothingWithoutASession) {
   EXPECT_EQ(sessionBusAddress(with({{"XDG_RUNTIME_DIR", "/nowhere"}})), std::nullopt);
   EXPECT_EQ(sessionBusAddress(with({{"XDG_RUNTIME_DIR", "relative"}})), std::nullopt);
   EXPECT_EQ(sessionBusAddress(with({})), std::nullopt);
+  EXPECT_EQ(systemBusAddress(with({{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/x"}})), "unix:path=/x");
+  EXPECT_EQ(systemBusAddress(with({})), "unix:path=/var/run/dbus/system_bus_socket");
 }
 
 }  // namespace

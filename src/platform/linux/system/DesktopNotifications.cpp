@@ -83,8 +83,17 @@ class DesktopNotifications::Implementation {
     if (waiting.size() >= kMostRemembered) return use("The notification server is slow.");
     waiting.push_back(std::move(use));
     if (waiting.size() > 1) return;  // It is being asked already.
+    // In this order, so that a server that tells both is known with its capabilities.
+    bus.call(methodCall(QStringLiteral("GetServerInformation")), timeout,
+             [this, askedOf = generation](const QDBusMessage& reply) {
+               if (askedOf == generation) serverIntroduced(reply);
+             });
     bus.call(methodCall(QStringLiteral("GetCapabilities")), timeout,
              [this](const QDBusMessage& reply) { serverAnswered(reply); });
+  }
+
+  [[nodiscard]] std::optional<platform::NotificationServer> server() const {
+    return isServerKnown ? information : std::nullopt;
   }
 
   void post(const UserNotification& notification) {
@@ -104,8 +113,16 @@ class DesktopNotifications::Implementation {
 
   void forgetServer() {
     isServerKnown = false;
+    information.reset();
     generation += 1;
     shown.clear();
+  }
+
+  void serverIntroduced(const QDBusMessage& reply) {
+    if (reply.type() != QDBusMessage::ReplyMessage) return;
+    const auto texts = reply.arguments();
+    information = platform::NotificationServer{.name = printableText(texts.value(0).toString().toStdString()),
+                                               .vendor = printableText(texts.value(1).toString().toStdString())};
   }
 
   void serverAnswered(const QDBusMessage& reply) {
@@ -160,6 +177,7 @@ class DesktopNotifications::Implementation {
   std::vector<Completion> waiting;
   bool isServerKnown = false;
   bool escapesBody = false;
+  std::optional<platform::NotificationServer> information;
   std::deque<Shown> shown;  // Oldest first.
   int generation = 0;       // Of the server: numbers of an earlier one mean nothing, or another program's notes.
 };
@@ -173,6 +191,8 @@ DesktopNotifications::~DesktopNotifications() = default;
 void DesktopNotifications::requestAuthorization(Completion completion) {
   implementation->requestAuthorization(std::move(completion));
 }
+
+std::optional<platform::NotificationServer> DesktopNotifications::server() const { return implementation->server(); }
 
 void DesktopNotifications::post(const UserNotification& notification) { implementation->post(notification); }
 

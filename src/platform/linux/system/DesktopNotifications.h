@@ -27,6 +27,7 @@ class DesktopNotifications final : public platform::UserNotifications {
   ~DesktopNotifications() override;
 
   void requestAuthorization(std::function<void(std::optional<std::string>)> completion) override;
+  [[nodiscard]] std::optional<platform::NotificationServer> server() const override;
   void post(const platform::UserNotification& notification) override;
 
  private:

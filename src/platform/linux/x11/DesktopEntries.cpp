@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -30,6 +31,13 @@ std::optional<std::string> contentsOf(const fs::path& path) {
   contents.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
   if (contents.size() > kLongestFile || !text::isValidUtf8(contents)) return std::nullopt;
   return contents;
+}
+
+bool isScript(const std::string& path) {
+  std::error_code error;
+  if (!fs::is_regular_file(path, error)) return false;
+  std::ifstream file(path, std::ios::binary);
+  return file.get() == '#' && file.get() == '!';
 }
 
 std::vector<std::string> split(std::string_view text, char separator) {
@@ -153,6 +161,41 @@ std::optional<DesktopEntry> DesktopEntries::find(const std::string& program, con
   return byClass == idByClass.end() ? std::nullopt : byID.at(byClass->second);
 }
 
+std::optional<EntryFile> DesktopEntries::starterOf(const std::string& program) {
+  const MutexLock lock(mutex);
+  refresh();
+  const std::string name = baseName(program);
+  const auto folderOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
+  std::vector<std::string> ids;
+  std::set<std::string> names{name};
+  for (const auto& [path, those] : idsByProgram) {
+    const bool isNear = baseName(path) == name || folderOf(path) == folderOf(program);
+    if (path != program && !(isNear && isScript(path))) continue;
+    ids.insert(ids.end(), those.begin(), those.end());
+    names.insert(baseName(path));
+  }
+  if (ids.size() > 1) std::erase_if(ids, [&](const std::string& id) { return !names.contains(id); });
+  return ids.size() == 1 ? fileOf(ids.front()) : std::nullopt;
+}
+
+std::optional<EntryFile> DesktopEntries::file(const std::string& id) {
+  const MutexLock lock(mutex);
+  refresh();
+  return fileOf(id);
+}
+
+void DesktopEntries::forget() {
+  const MutexLock lock(mutex);
+  lastReading.reset();
+}
+
+std::optional<EntryFile> DesktopEntries::fileOf(const std::string& id) const {
+  const auto entry = byID.find(id);
+  if (entry == byID.end() || !entry->second) return std::nullopt;
+  const auto& [folder, path] = placeByID.at(id);
+  return EntryFile{.entry = *entry->second, .folder = folder, .path = path};
+}
+
 void DesktopEntries::refresh() {
   const auto now = Clock::now();
   if (lastReading && (now - *lastReading < kReadInterval)) return;
@@ -161,6 +204,7 @@ void DesktopEntries::refresh() {
   if (!isFirst && !haveFoldersChanged()) return;
   folders.clear();
   byID.clear();
+  placeByID.clear();
   idsByProgram.clear();
   idByClass.clear();
   const auto wanted = locales();
@@ -194,10 +238,7 @@ void DesktopEntries::readFolder(const fs::path& folder, const std::vector<std::s
   }
   std::sort(files.begin(), files.end());
   for (const auto& file : files) {
-    std::string id = fs::relative(file, folder, error).generic_string();
-    id.resize(id.size() - std::min(id.size(), kSuffix.size()));
-    std::replace(id.begin(), id.end(), '/', '-');
-    add(file, std::move(id), wanted);
+    add(folder, file, wanted);
   }
 }
 
@@ -206,9 +247,13 @@ void DesktopEntries::noteFolder(const fs::path& folder) {
   folders.emplace_back(folder, fs::last_write_time(folder, ignored));
 }
 
-void DesktopEntries::add(const fs::path& file, std::string id, const std::vector<std::string>& wanted) {
+void DesktopEntries::add(const fs::path& folder, const fs::path& file, const std::vector<std::string>& wanted) {
+  const std::string path = file.lexically_relative(folder).generic_string();
+  std::string id = path.substr(0, path.size() - std::min(path.size(), kSuffix.size()));
+  std::replace(id.begin(), id.end(), '/', '-');
   if (id.empty() || byID.size() >= kMostEntries || byID.contains(id)) return;
   const auto contents = contentsOf(file);
+  placeByID.emplace(id, std::pair(folder.string(), path));
   byID.emplace(id, contents ? parseDesktopEntry(id, *contents, wanted) : std::nullopt);
 }
 

@@ -35,6 +35,14 @@ struct DesktopEntry {
 [[nodiscard]] std::optional<DesktopEntry> parseDesktopEntry(std::string id, std::string_view text,
                                                             const std::vector<std::string>& locales);
 
+// Where an entry stands.
+struct EntryFile {
+  DesktopEntry entry;
+  std::string folder;  // Of entries, absolute.
+  std::string path;    // Below it.
+  bool operator==(const EntryFile&) const = default;
+};
+
 // The applications that are installed for this user: the entries of the XDG data folders, of which the user's own come
 // first. Read when first needed, and again when one of the folders has changed. Any thread.
 class DesktopEntries {
@@ -46,6 +54,13 @@ class DesktopEntries {
   // the window class alone: its StartupWMClass, or its id. Case does not count in classes. Absent when none fits.
   [[nodiscard]] std::optional<DesktopEntry> find(const std::string& program, const std::string& windowClass);
 
+  // The entry that starts the program of this absolute path: itself, or by a script that bears its name or lies beside
+  // it. Of several, the one that is called as the program or the script. Absent: none, or it cannot be told which.
+  [[nodiscard]] std::optional<EntryFile> starterOf(const std::string& program);
+  [[nodiscard]] std::optional<EntryFile> file(const std::string& id);
+  // A file was changed: all is read again when it is needed next.
+  void forget();
+
  private:
   using Clock = std::chrono::steady_clock;
 
@@ -53,9 +68,10 @@ class DesktopEntries {
   void readFolder(const std::filesystem::path& folder, const std::vector<std::string>& locales)
       QUILLARD_REQUIRES(mutex);
   void noteFolder(const std::filesystem::path& folder) QUILLARD_REQUIRES(mutex);
-  void add(const std::filesystem::path& file, std::string id, const std::vector<std::string>& locales)
-      QUILLARD_REQUIRES(mutex);
+  void add(const std::filesystem::path& folder, const std::filesystem::path& file,
+           const std::vector<std::string>& locales) QUILLARD_REQUIRES(mutex);
   [[nodiscard]] bool haveFoldersChanged() const QUILLARD_REQUIRES(mutex);
+  [[nodiscard]] std::optional<EntryFile> fileOf(const std::string& id) const QUILLARD_REQUIRES(mutex);
   [[nodiscard]] std::vector<std::filesystem::path> dataFolders() const;
   [[nodiscard]] std::vector<std::string> locales() const;
   [[nodiscard]] std::string resolved(const std::string& command) const;
@@ -65,6 +81,7 @@ class DesktopEntries {
   std::optional<Clock::time_point> lastReading QUILLARD_GUARDED_BY(mutex);
   std::vector<std::pair<std::filesystem::path, std::filesystem::file_time_type>> folders QUILLARD_GUARDED_BY(mutex);
   std::map<std::string, std::optional<DesktopEntry>> byID QUILLARD_GUARDED_BY(mutex);  // Absent: hides others.
+  std::map<std::string, std::pair<std::string, std::string>> placeByID QUILLARD_GUARDED_BY(mutex);  // Folder and path.
   std::unordered_map<std::string, std::vector<std::string>> idsByProgram QUILLARD_GUARDED_BY(mutex);
   std::unordered_map<std::string, std::string> idByClass QUILLARD_GUARDED_BY(mutex);  // In lower case.
 };

@@ -112,8 +112,9 @@ std::optional<std::uint8_t> keyForSymbol(const std::vector<std::uint32_t>& symbo
   return std::nullopt;
 }
 
-XTestEvents::XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession)
-    : windows(windows), isXSession(isXSession), link(std::move(displayName)) {}
+XTestEvents::XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession,
+                         std::function<bool()> isLocked)
+    : windows(windows), isXSession(isXSession), isLocked(std::move(isLocked)), link(std::move(displayName)) {}
 
 XTestEvents::~XTestEvents() { releaseAll(); }
 
@@ -145,7 +146,8 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
     return;
   }
   const Gate hasKeyboard = [&](const auto& held) { return ownerOfKeyboard(held) == processIdentifier; };
-  if (postIf(*server, hasKeyboard, *known) || !waitForKeyboard(*server, processIdentifier)) return;
+  if (postIf(*server, hasKeyboard, *known) || (isLocked && isLocked()) || !waitForKeyboard(*server, processIdentifier))
+    return;
   postIf(*server, hasKeyboard, *known);
 }
 
@@ -193,6 +195,7 @@ void XTestEvents::post(const ServerConnection& server, const Event& event) {
 }
 
 bool XTestEvents::postIf(const ServerConnection& server, const Gate& gate, const Event& event) {
+  if (isLocked && isLocked()) return false;
   xcb_grab_server(server.get());
   const bool isAllowed = gate(server);
   if (isAllowed) post(server, event);

@@ -29,6 +29,7 @@ namespace quillard::x11 {
 //   - A mouse event is posted only while the topmost window at its point is the process's own.
 //   - A key is posted only while a window of the process has the keyboard. When none has, its topmost window is
 //     activated first, and given up to 100 ms to get it.
+//   - Nothing is posted while the screen is locked: a locker takes the keyboard and leaves the focus where it is.
 //   - Otherwise nothing is posted. The server serves no other client between the check and the event.
 //   - A release follows its press wherever that is: the server hands it to whoever got the press, and a button that
 //     stayed down would be worse. Without a press of ours it is not posted.
@@ -40,7 +41,9 @@ namespace quillard::x11 {
 class XTestEvents final : public platform::SyntheticEvents {
  public:
   // `displayName`: as for the windows, which outlive this. `isXSession`: the X server is no guest of a Wayland session.
-  XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession);
+  // `isLocked`: asked before each press, of which none is posted then; empty: it cannot be told.
+  XTestEvents(std::optional<std::string> displayName, desktop::DesktopWindows& windows, bool isXSession,
+              std::function<bool()> isLocked = {});
   ~XTestEvents() override;
 
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createMouseEvent(platform::MouseEventType type,
@@ -67,6 +70,7 @@ class XTestEvents final : public platform::SyntheticEvents {
 
   desktop::DesktopWindows& windows;
   const bool isXSession;
+  const std::function<bool()> isLocked;
   ServerLink link;
   std::set<std::uint8_t> keysDown;
   bool isButtonDown = false;

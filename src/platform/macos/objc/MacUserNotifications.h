@@ -18,6 +18,8 @@ class MacUserNotifications final : public platform::UserNotifications {
   MacUserNotifications(platform::SerialExecutor& mainThread, const platform::Bundle& bundle);
 
   void requestAuthorization(std::function<void(std::optional<std::string>)> completion) override;
+  // The system itself.
+  [[nodiscard]] std::optional<platform::NotificationServer> server() const override { return std::nullopt; }
   void post(const platform::UserNotification& notification) override;
 
  private:

@@ -24,6 +24,8 @@ constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::updateSecondary,
                                  StatusWindowButton::notificationPausePrimary,
                                  StatusWindowButton::notificationPauseSecondary,
+                                 StatusWindowButton::programsPrimary,
+                                 StatusWindowButton::programsSecondary,
                                  phoneButton(0),
                                  phoneButton(1)};
 
@@ -60,6 +62,7 @@ StatusWindowContent fullContent() {
     content.phones.push_back(row(name));
     content.phones.back().primaryButton.reset();
   }
+  content.programs = row("Programs");
   return content;
 }
 
@@ -352,6 +355,29 @@ TEST_F(QtStatusWindowViewTest, CanBeToldAnythingWhileHidden) {
   view->popUpMenu(StatusWindowButton::unpairPhone, {{"One"}}, {});
   EXPECT_FALSE(view->isVisible());
   EXPECT_EQ(closes, 0);
+}
+
+int heightOfPage() {
+  for (auto* widget : shownWindow()->findChildren<QWidget*>()) {
+    if (const auto* page = dynamic_cast<StatusPage*>(widget)) return page->heightForWidth(400);
+  }
+  return 0;
+}
+
+TEST_F(QtStatusWindowViewTest, ShowsTheRowOfProgramsOnlyWhileThereIsSomethingToSay) {
+  auto content = fullContent();
+  content.programs.reset();
+  show(content);
+  EXPECT_FALSE(shownButton(StatusWindowButton::programsPrimary));
+  const int without = heightOfPage();
+  view->setContent(fullContent());
+  settle();
+  EXPECT_TRUE(shownButton(StatusWindowButton::programsPrimary));
+  EXPECT_GT(heightOfPage(), without);
+  view->setContent(content);
+  settle();
+  EXPECT_FALSE(shownButton(StatusWindowButton::programsPrimary));
+  EXPECT_EQ(heightOfPage(), without);
 }
 
 }  // namespace

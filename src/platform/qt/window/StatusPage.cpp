@@ -33,8 +33,10 @@ StatusPage::StatusPage(QWidget* parent)
       updateRow(new StatusRowCard(this, StatusWindowButton::updatePrimary, StatusWindowButton::updateSecondary)),
       notificationPauseRow(new StatusRowCard(this, StatusWindowButton::notificationPausePrimary,
                                              StatusWindowButton::notificationPauseSecondary)),
-      questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)) {
+      questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)),
+      programsRow(new StatusRowCard(this, StatusWindowButton::programsPrimary, StatusWindowButton::programsSecondary)) {
   questionRow->hide();
+  programsRow->hide();
   QSizePolicy policy{QSizePolicy::Preferred, QSizePolicy::Preferred};
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
@@ -49,6 +51,7 @@ StatusPage::StatusPage(QWidget* parent)
 std::vector<StatusRowCard*> StatusPage::rows() const {
   std::vector<StatusRowCard*> shown{installLocationRow, accessibilityRow, loginItemRow, updateRow,
                                     notificationPauseRow};
+  if (!programsRow->isHidden()) shown.insert(shown.begin() + 2, programsRow);  // Below what it is about.
   if (!questionRow->isHidden()) shown.insert(shown.begin(), questionRow);
   shown.insert(shown.end(), phoneRows.begin(), phoneRows.begin() + static_cast<std::ptrdiff_t>(phoneCount));
   return shown;
@@ -69,6 +72,8 @@ void StatusPage::setContent(const StatusWindowContent& content) {
     if (row < phoneCount) phoneRows[row]->setContent(content.phones[row]);
     phoneRows[row]->setVisible(row < phoneCount);
   }
+  if (content.programs) programsRow->setContent(*content.programs);
+  programsRow->setVisible(content.programs.has_value());
   updateGeometry();
   arrange(size(), Placing::place);
 }

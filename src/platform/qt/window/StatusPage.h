@@ -46,6 +46,7 @@ class StatusPage final : public QWidget {
   StatusRowCard* questionRow;
   std::array<StatusRowCard*, kMostPhoneRows> phoneRows;
   std::size_t phoneCount = 0;
+  StatusRowCard* programsRow;
 };
 
 }  // namespace quillard::qt

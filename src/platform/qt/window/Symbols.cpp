@@ -117,6 +117,15 @@ QPainterPath struckOut(const QPainterPath& shape) {
   return shape.subtracted(stroked(stroke, 5)).united(stroked(stroke));
 }
 
+QPainterPath eye() {
+  QPainterPath outline;
+  outline.moveTo(2.8, 12);
+  outline.cubicTo({6.6, 4.9}, {17.4, 4.9}, {21.2, 12});
+  outline.cubicTo({17.4, 19.1}, {6.6, 19.1}, {2.8, 12});
+  outline.closeSubpath();
+  return stroked(outline).united(disc({12, 12}, 2.7));
+}
+
 QPainterPath pause() { return rounded({6.6, 5, 3.8, 14}, 1.4).united(rounded({13.6, 5, 3.8, 14}, 1.4)); }
 
 QPainterPath play() {
@@ -207,6 +216,7 @@ constexpr std::array kShapes{
     NamedShape{"arrow.clockwise", arrowClockwise},
     NamedShape{"arrow.triangle.2.circlepath", arrowClockwise},
     NamedShape{"bell", bell},
+    NamedShape{"eye", eye},
     NamedShape{"pause", pause},
     NamedShape{"play", play},
     NamedShape{"moon", moon},

@@ -1,0 +1,147 @@
+#include "platform/linux/system/EntryCopies.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+#include <unistd.h>
+
+#include "platform/linux/system/DesktopEntry.h"
+#include "platform/linux/system/ReadableEntry.h"
+#include "platform/linux/system/SmallFile.h"
+
+namespace quillard::desktop {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLargestEntry = 256 * 1024;
+constexpr std::size_t kMostEntries = 10'000;
+constexpr int kDeepestFolder = 4;
+constexpr std::string_view kSuffix = ".desktop";
+
+std::optional<std::string> contentsOf(const std::string& path) {
+  auto read = readSmallFile(path, kLargestEntry);
+  auto* const text = std::get_if<std::string>(&read);
+  return text ? std::optional(std::move(*text)) : std::nullopt;
+}
+
+std::string nameIn(const std::string& contents, const std::string& otherwise) {
+  const auto values = DesktopEntry::mainGroup(contents);
+  const auto name = values.find("Name");
+  return name == values.end() || name->second.empty() ? otherwise : DesktopEntry::unescaped(name->second);
+}
+
+// Under a name that nothing has, whole or not at all. Absent on success.
+std::optional<std::string> makeFile(const std::string& path, const std::string& contents) {
+  std::error_code error;
+  fs::create_directories(fs::path(path).parent_path(), error);
+  const std::string draft = path + ".quillard-new";
+  if (!error) {
+    if (auto problem = replaceSmallFile(draft, contents))
+      return "The file " + path + " cannot be made: " + *problem + ".";
+    fs::create_hard_link(draft, path, error);  // Unlike a new name for the draft, it takes no other file's place.
+    std::error_code ignored;
+    fs::remove(draft, ignored);
+  }
+  if (!error) return std::nullopt;
+  return "The file " + path + " cannot be made: " + error.message() + ".";
+}
+
+}  // namespace
+
+EntryCopies::EntryCopies(const platform::Environment& environment, x11::DesktopEntries& entries)
+    : environment(environment), entries(entries) {}
+
+std::string EntryCopies::ownFolder() const {
+  const auto data = environment.value("XDG_DATA_HOME").value_or("");
+  if (data.starts_with('/')) return data + "/applications";
+  const auto home = environment.value("HOME").value_or("");
+  return home.starts_with('/') ? home + "/.local/share/applications" : "";
+}
+
+std::optional<std::string> EntryCopies::contentsOfOwn(const std::string& path) const {
+  std::error_code error;
+  const auto place = ownFolder() + "/" + path;
+  if (!fs::exists(fs::symlink_status(place, error))) return std::nullopt;
+  return contentsOf(place).value_or("");
+}
+
+std::optional<StartOffer> EntryCopies::offerFor(const std::string& program) {
+  const auto starter = ownFolder().empty() ? std::nullopt : entries.starterOf(program);
+  if (!starter) return std::nullopt;
+  StartOffer offer{.entry = starter->entry.id, .name = starter->entry.name};
+  const auto own = contentsOfOwn(starter->path);
+  if (own) {
+    offer.isChanged = ReadableEntry::isCopy(*own);
+    return offer.isChanged ? std::optional(offer) : std::nullopt;
+  }
+  const auto contents = contentsOf(starter->folder + "/" + starter->path);
+  return contents && ReadableEntry::copyOf(*contents) ? std::optional(offer) : std::nullopt;
+}
+
+std::vector<EntryCopies::Copy> EntryCopies::copies() const {
+  std::vector<Copy> found;
+  if (ownFolder().empty()) return found;
+  std::error_code error;
+  std::size_t seen = 0;
+  const auto options = fs::directory_options::skip_permission_denied;
+  for (fs::recursive_directory_iterator file(ownFolder(), options, error), end; !error && file != end;
+       file.increment(error)) {
+    if (++seen > kMostEntries) break;
+    if (file.depth() >= kDeepestFolder) file.disable_recursion_pending();
+    if (file->path().extension() != kSuffix) continue;
+    const auto contents = contentsOf(file->path());
+    if (!contents || !ReadableEntry::isCopy(*contents)) continue;
+    std::string id = file->path().lexically_relative(ownFolder()).generic_string();
+    id.resize(id.size() - kSuffix.size());
+    std::replace(id.begin(), id.end(), '/', '-');
+    found.push_back({.start = {.entry = id, .name = nameIn(*contents, id)}, .path = file->path()});
+  }
+  std::sort(found.begin(), found.end(), [](const Copy& a, const Copy& b) {
+    return std::pair(a.start.name, a.start.entry) < std::pair(b.start.name, b.start.entry);
+  });
+  return found;
+}
+
+std::vector<platform::ReadableStart> EntryCopies::changed() {
+  std::vector<platform::ReadableStart> starts;
+  for (auto& copy : copies()) starts.push_back(std::move(copy.start));
+  return starts;
+}
+
+std::optional<std::string> EntryCopies::change(const std::string& entry) {
+  if (ownFolder().empty()) return "This user has no home folder.";
+  const auto file = entries.file(entry);
+  if (!file) return "There is no entry " + entry + " in the menu.";
+  if (const auto own = contentsOfOwn(file->path)) {
+    if (ReadableEntry::isCopy(*own)) return std::nullopt;
+    return "You have an entry of your own for " + file->entry.name + ", which stays as it is: " + ownFolder() + "/" +
+           file->path + ". Add " + std::string(ReadableEntry::kSwitch) + " to its line Exec.";
+  }
+  const auto contents = contentsOf(file->folder + "/" + file->path);
+  const auto copy = contents ? ReadableEntry::copyOf(*contents) : std::nullopt;
+  if (!copy) return "The entry of " + file->entry.name + " cannot be changed safely.";
+  auto problem = makeFile(ownFolder() + "/" + file->path, *copy);
+  entries.forget();
+  return problem;
+}
+
+std::optional<std::string> EntryCopies::undo(const std::string& entry) {
+  for (const auto& copy : copies()) {
+    if (copy.start.entry != entry) continue;
+    if (!ReadableEntry::isUnchangedCopy(contentsOf(copy.path).value_or(""))) {
+      return "The file " + copy.path + " was changed since, and stays as it is. Take " +
+             std::string(ReadableEntry::kSwitch) + " out of it, or delete it.";
+    }
+    std::error_code error;
+    fs::remove(copy.path, error);
+    entries.forget();
+    if (error) return "The file " + copy.path + " cannot be deleted: " + error.message() + ".";
+  }
+  return std::nullopt;
+}
+
+}  // namespace quillard::desktop

@@ -1,0 +1,32 @@
+#include "system/UnreadableProgramTexts.h"
+
+#include <map>
+#include <set>
+
+#include "foundation/PrintableText.h"
+
+namespace quillard::UnreadableProgramTexts {
+
+std::string count(const std::vector<platform::UnreadableProgram>& programs) {
+  std::set<std::string> names;
+  for (const auto& program : programs) names.insert(program.name);
+  if (names.size() == 1) return "1 program cannot be read";
+  return std::to_string(names.size()) + " programs cannot be read";
+}
+
+std::string remedies(const std::vector<platform::UnreadableProgram>& programs) {
+  std::map<std::string, std::set<std::string>> namesByRemedy;
+  for (const auto& program : programs) namesByRemedy[program.remedy].insert(printableText(program.name));
+  std::string text;
+  for (const auto& [remedy, names] : namesByRemedy) {
+    if (remedy.empty()) continue;
+    text += text.empty() ? "" : " ";
+    for (const auto& name : names) text += (&name == &*names.begin() ? "" : ", ") + name;
+    text += ": " + remedy;
+  }
+  if (!namesByRemedy.contains("")) return text;
+  text += text.empty() ? "Start them anew" : " Start the others anew";
+  return text + ": some look only then whether accessibility is on.";
+}
+
+}  // namespace quillard::UnreadableProgramTexts

@@ -35,7 +35,7 @@ ExitCode list(const Programs& programs, platform::ReadableStarts& starts, const 
   std::string text;
   if (programs.isKnown()) {
     for (const auto& program : programs.value()) text += describe(program);
-    if (programs.value().empty()) text = "All programs that have windows can be read.\n";
+    if (programs.value().empty()) text = "All that have windows can be read.\n";
   } else {
     text = programs.limitation().reason + "\n";
   }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +13,8 @@
 #include "desktop/AccessibleTree.h"
 #include "desktop/DesktopKinds.h"
 #include "desktop/LinuxDesktopBinding.h"
+#include "desktop/LoopWaiting.h"
+#include "platform/linux/accessibility/WindowEvents.h"
 #include "platform/linux/supplement/LinuxPromptSupplement.h"
 
 // What GNOME Shell itself asks, on a session of its own: read, and answered from afar.
@@ -221,6 +224,48 @@ TEST_F(GnomeShell, TheQuestionForAPasswordOfAnAdministratorIsDismissed) {
   EXPECT_TRUE(prompt->requiresDirectAccess);
   EXPECT_EQ(world.agent.press(*prompt, "Cancel"), std::nullopt);
   EXPECT_THAT(world.agent.scan(), IsEmpty());
+}
+
+TEST_F(GnomeShell, WhoIsInFrontIsWhatProgramsSay) {
+  auto& world = start();
+  auto& accessibility = world.binding.ownAccessibility();
+  auto beside = world.desktop().launch("gtk3_prompt", {"--title", "Beside", "--text", "May it go on?", "--button",
+                                                       "Stay", "--button", "Go", "--kind", "dialog"});
+  ASSERT_TRUE(beside.waitForOutput("ready")) << beside.errors();
+  EXPECT_TRUE(waitFor([&] { return accessibility.activeProcess() == beside.pid(); }));
+  auto request = askForTheCamera(world);
+  EXPECT_TRUE(waitFor([&] { return accessibility.activeProcess() == world.desktop().compositor().pid(); }))
+      << "The program beneath says so, too.";
+}
+
+TEST_F(GnomeShell, OpeningItsCalendarAgainIsNoHintAndADialogIs) {
+  auto& world = start();
+  qt::QtExecutors executors;
+  int hints = 0;
+  const atspi::WindowEvents events([&] { return std::optional(world.desktop().accessibilityBusAddress()); },
+                                   {.created = true, .activated = true, .shown = true}, ::getpid(),
+                                   executors.mainThread(), [&] { ++hints; });
+  const auto pass = [](std::chrono::milliseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    (void)waitInLoop([&] { return std::chrono::steady_clock::now() >= end; });
+  };
+  for (const bool isFirst : {true, false}) {
+    auto request = askForTheCamera(world);
+    EXPECT_TRUE(waitInLoop([&] { return hints > 0; })) << request.errors();
+    const auto prompt = world.prompt("Allow camera use?");
+    ASSERT_TRUE(prompt);
+    EXPECT_EQ(world.agent.press(*prompt, "Don't Allow"), std::nullopt);
+    pass(std::chrono::milliseconds{1500});
+    hints = 0;
+    world.evaluate("Main.panel.statusArea.dateMenu.menu.open()");
+    pass(std::chrono::milliseconds{2500});
+    // It has an object of the role of a notification, though there is none, which has to be looked at once: now, or
+    // when the shell came up.
+    EXPECT_LE(hints, isFirst ? 1 : 0);
+    world.evaluate("Main.panel.statusArea.dateMenu.menu.close()");
+    pass(std::chrono::milliseconds{1500});
+    hints = 0;
+  }
 }
 
 }  // namespace

@@ -67,6 +67,7 @@ class LinuxDesktopBinding final : public DesktopBinding {
     return linuxAccessibility.counters();
   }
 
+  [[nodiscard]] atspi::LinuxAccessibility& ownAccessibility() { return linuxAccessibility; }
   [[nodiscard]] platform::Translations& translations() { return linuxTranslations; }
 
   platform::Accessibility& accessibility() override { return linuxAccessibility; }

@@ -70,7 +70,10 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
             return facts ? entryCopies.offerFor(x11::programOf(*facts)) : std::nullopt;
           }),
       opener(openerActions()),
-      workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener}),
+      workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener,
+                 windowEventKinds(environment).activated
+                     ? std::function<std::optional<std::int32_t>()>([this] { return activeProcess(); })
+                     : nullptr}),
       translations(translationOptions()),
       windowList(*windowSource.windows, programs, *windowSource.changes, accessibleProcesses, executors.mainThread()),
       syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment),
@@ -96,6 +99,15 @@ std::optional<std::string> LinuxPlatform::prepareWindows() {
     return "There is no X server, or it does not answer. DISPLAY says where it is.";
   }
   return std::nullopt;
+}
+
+std::optional<std::int32_t> LinuxPlatform::activeProcess() {
+  if (!wasAskedForActive.exchange(true)) {
+    settingsQueue->post([this] {
+      if (const auto process = accessibility.activeProcess()) windowEvents.assumeActiveProcess(*process);
+    });
+  }
+  return windowEvents.activeProcess();
 }
 
 std::shared_ptr<void> LinuxPlatform::additionalWindowEvents() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,9 +20,9 @@
 #include "platform/linux/storage/SecretServiceStore.h"
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/DesktopNotifications.h"
+#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/InstalledProgram.h"
-#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/system/NoUpdateService.h"
 #include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
@@ -89,9 +91,9 @@ struct LinuxPlatform final : platform::SystemPlatform {
   x11::ProcessTable processes;
   x11::DesktopEntries desktopEntries;
   x11::RunningPrograms programs;
+  desktop::EntryCopies entryCopies;
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
-  desktop::EntryCopies entryCopies;
   desktop::LinuxWorkspace workspace;
   catalogues::LinuxTranslations translations;
   desktop::LinuxWindowList windowList;
@@ -108,10 +110,13 @@ struct LinuxPlatform final : platform::SystemPlatform {
   [[nodiscard]] catalogues::TranslationOptions translationOptions();
   [[nodiscard]] OpenerActions openerActions();
   [[nodiscard]] std::shared_ptr<void> additionalWindowEvents();
+  // As programs say it. Asked for once; from then on they announce it.
+  [[nodiscard]] std::optional<std::int32_t> activeProcess();
   bool openAccessibilitySettings();
   bool openLoginItems();
   void announceAccessibility(atspi::SwitchOnOutcome outcome);
 
+  std::atomic<bool> wasAskedForActive{false};
   std::unique_ptr<platform::SerialExecutor> settingsQueue;  // Last: what it does uses the rest.
 };
 

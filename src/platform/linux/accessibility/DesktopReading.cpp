@@ -194,22 +194,29 @@ const ProcessWindows& DesktopReading::windows(std::int32_t processIdentifier) {
   return windowsByProcess.emplace(processIdentifier, findWindows(processIdentifier)).first->second;
 }
 
+void DesktopReading::readStages(std::int32_t processIdentifier, shell::StageExtent extent) {
+  std::vector<ProgramNode*> shells;
+  for (ProgramNode* program : programs(processIdentifier)) {
+    const bool isMore = extent == shell::StageExtent::crowded;
+    if (shell::isShell(*program) && !(isMore && shell::isStageWhole(*program))) shells.push_back(program);
+  }
+  std::vector<FetchGoal> goals;
+  for (ProgramNode* program : shells) goals.push_back(shell::stageGoal(*program, extent));
+  fetch(goals);
+  goals.clear();
+  for (ProgramNode* program : shells) {
+    const auto groups = shell::windowGroupGoals(*program, extent);
+    goals.insert(goals.end(), groups.begin(), groups.end());
+  }
+  fetch(goals);
+}
+
 ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
   std::vector<FetchGoal> goals;
   for (ProgramNode* program : programs(processIdentifier)) goals.push_back({.node = program->root});
   fetch(goals);
-  goals.clear();
-  for (ProgramNode* program : programs(processIdentifier)) {
-    if (shell::isShell(*program)) goals.push_back(shell::stageGoal(*program));
-  }
-  fetch(goals);
-  goals.clear();
-  for (ProgramNode* program : programs(processIdentifier)) {
-    if (!shell::isShell(*program)) continue;
-    const auto groups = shell::windowGroupGoals(*program);
-    goals.insert(goals.end(), groups.begin(), groups.end());
-  }
-  fetch(goals);
+  readStages(processIdentifier, shell::StageExtent::everyday);
+  readStages(processIdentifier, shell::StageExtent::crowded);
   ProcessWindows found;
   std::vector<Node*> candidates;
   for (ProgramNode* program : programs(processIdentifier)) {

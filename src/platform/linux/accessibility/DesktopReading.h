@@ -13,6 +13,7 @@
 #include "platform/linux/accessibility/BusRequests.h"
 #include "platform/linux/accessibility/ElementReference.h"
 #include "platform/linux/accessibility/KnownPrograms.h"
+#include "platform/linux/accessibility/ShellWindows.h"
 #include "platform/linux/accessibility/TreeFetch.h"
 #include "platform/linux/windows/DesktopWindows.h"
 
@@ -90,6 +91,8 @@ class DesktopReading {
   void identify(const std::vector<ObjectName>& roots);
   ProgramNode& addProgram(const std::string& bus, const KnownProgram& known);
   void rememberPrograms();
+  // Of shells whose stage was not whole when less of it was read.
+  void readStages(std::int32_t processIdentifier, shell::StageExtent extent);
   [[nodiscard]] ProcessWindows findWindows(std::int32_t processIdentifier);
   void findSheets(ProcessWindows& found);
 

@@ -165,6 +165,24 @@ std::vector<AccessibleApplication> LinuxAccessibility::accessibleApplications() 
   return applications;
 }
 
+std::optional<std::int32_t> LinuxAccessibility::activeProcess() {
+  const auto reading = beginReading();
+  if (!reading) return std::nullopt;
+  const auto processes = reading->processIdentifiers();
+  reading->prepare(processes, 0);
+  std::vector<std::int32_t> active;
+  for (const auto process : processes) {
+    const auto& present = reading->windows(process).present;
+    const bool isActive = std::any_of(present.begin(), present.end(),
+                                      [](const Node* window) { return window->record.is(State::active); });
+    if (!isActive) continue;
+    // Beneath its dialog, the program that had the keyboard before still says that it has it.
+    if (shell::isShell(*reading->programs(process).front())) return process;
+    active.push_back(process);
+  }
+  return active.size() == 1 ? std::optional(active.front()) : std::nullopt;
+}
+
 SwitchOnOutcome LinuxAccessibility::switchOn() {
   if (status.isEnabled() == SwitchState::on) return SwitchOnOutcome::wasOn;
   if (!status.enable() || status.isEnabled() != SwitchState::on) return SwitchOnOutcome::failed;

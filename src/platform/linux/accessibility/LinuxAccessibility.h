@@ -94,6 +94,13 @@ class LinuxAccessibility final : public platform::Accessibility,
   // Waits for the program. Absent when the process is not on the bus, or does not answer.
   [[nodiscard]] std::optional<AccessibleLanguage> languageOf(std::int32_t processIdentifier);
 
+  // See `isSessionLocked`. Waits.
+  [[nodiscard]] bool isScreenLocked() { return isSessionLocked(options.systemBusAddress, counted); }
+
+  // Whose window has the keyboard, as programs say it now: of a shell that has it for a dialog of its own, the shell.
+  // Reads every window. Absent: none says so, or several do.
+  [[nodiscard]] std::optional<std::int32_t> activeProcess();
+
   SwitchOnOutcome switchOn() override;
   [[nodiscard]] std::optional<std::vector<std::int32_t>> unseenProcesses() override;
   [[nodiscard]] std::optional<std::vector<std::int32_t>> hollowProcesses() override;

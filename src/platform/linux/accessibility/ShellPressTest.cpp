@@ -330,7 +330,9 @@ TEST(ShellWindows, AreNotGoneWhereTheStageHoldsMoreThanIsRead) {
   const auto application = world.accessibility.createApplication(::getpid());
   showManyObjects(world, 4);
   EXPECT_EQ(world.allWindows().size(), 2U);
-  showManyObjects(world, 5);
+  showManyObjects(world, 24);  // As an overview with many programs.
+  EXPECT_EQ(world.allWindows().size(), 2U);
+  showManyObjects(world, 26);
   EXPECT_EQ(world.accessibility.copyAttributeValue(application, ax::kWindows).error(), AXError::cannotComplete);
   for (const auto& window : windows) {
     EXPECT_NE(world.accessibility.copyAttributeValue(window, ax::kRole).error(), AXError::invalidUIElement);
@@ -380,8 +382,6 @@ TEST(ShellPress, IsOfferedByButtonsThatTakeIt) {
   EXPECT_EQ(world.compositor.calls(), std::vector<std::string>());
 }
 
-TEST(ShellPress, SendsNothingWithoutItsProof) {
-  struct Case {
 FakeProgram::Override hint(int isLocked) {
   return [isLocked](sd_bus_message* message) { return sd_bus_reply_method_return(message, "v", "b", isLocked) >= 0; };
 }
@@ -392,14 +392,14 @@ TEST(ShellPress, GoesOnWhereTheLoginManagerSaysThatTheScreenIsNotLocked) {
   EXPECT_EQ(world.press("Don't Allow"), AXError::success);
 }
 
+TEST(ShellPress, SendsNothingWithoutItsProof) {
+  struct Case {
     const char* name;
     std::function<void(World&)> change;
   };
   const std::vector<Case> cases{
       {"the screen is locked", [](World& world) { world.compositor.lock = Lock::isLocked; }},
       {"the lock cannot be told", [](World& world) { world.compositor.lock = Lock::isSilent; }},
-      {"the focus is refused",
-       [](World& world) {
       {"the login manager says that the screen is locked",
        [](World& world) { world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(1)); }},
       {"the login manager says so only when the keyboard is there",
@@ -409,6 +409,8 @@ TEST(ShellPress, GoesOnWhereTheLoginManagerSaysThatTheScreenIsNotLocked) {
            world.manager.emplace(world.bus.address(), "org.freedesktop.login1", hint(1));
          };
        }},
+      {"the focus is refused",
+       [](World& world) {
          world.moveFocus("/allow");
          world.compositor.takesFocus = false;
        }},

@@ -10,6 +10,9 @@ namespace {
 constexpr int kStageLevels = 8;
 // About a hundred objects of the stage show at once, twice as many while its menus are open.
 constexpr int kMostStageNodes = 400;
+constexpr int kMostCrowdedNodes = 2000;
+
+int mostNodes(StageExtent extent) { return extent == StageExtent::crowded ? kMostCrowdedNodes : kMostStageNodes; }
 
 bool isWindowOfShell(const Node& node) {
   return node.record.role == Role::dialog || node.record.role == Role::alert || node.record.role == Role::notification;
@@ -83,15 +86,15 @@ bool isShell(const ProgramNode& program) {
   return program.toolkitProgress == Progress::known && program.toolkit == Toolkit::shell;
 }
 
-FetchGoal stageGoal(ProgramNode& program) {
-  return {.node = program.root, .descendants = kMostStageNodes, .levels = kStageLevels};
+FetchGoal stageGoal(ProgramNode& program, StageExtent extent) {
+  return {.node = program.root, .descendants = mostNodes(extent), .levels = kStageLevels};
 }
 
-std::vector<FetchGoal> windowGroupGoals(ProgramNode& program) {
+std::vector<FetchGoal> windowGroupGoals(ProgramNode& program, StageExtent extent) {
   std::vector<FetchGoal> goals;
   for (const Node* stage : program.root->list) {
     Node* const group = windowGroup(*stage);
-    if (group) goals.push_back({.node = group, .descendants = kMostStageNodes, .levels = kStageLevels});
+    if (group) goals.push_back({.node = group, .descendants = mostNodes(extent), .levels = kStageLevels});
   }
   return goals;
 }

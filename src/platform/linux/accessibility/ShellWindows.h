@@ -12,11 +12,15 @@ namespace quillard::atspi::shell {
 
 [[nodiscard]] bool isShell(const ProgramNode& program);
 
+// How much of the stage is read: what it shows on most days, and where that is not all of it, as in an overview with
+// many programs, five times as much. What is beyond that is not read.
+enum class StageExtent { everyday, crowded };
+
 // What has to be read of the shell before its windows can be told.
-[[nodiscard]] FetchGoal stageGoal(ProgramNode& program);
+[[nodiscard]] FetchGoal stageGoal(ProgramNode& program, StageExtent extent = StageExtent::everyday);
 
 // What has to be read next: the windows of programs, which the walk of the stage meets last.
-[[nodiscard]] std::vector<FetchGoal> windowGroupGoals(ProgramNode& program);
+[[nodiscard]] std::vector<FetchGoal> windowGroupGoals(ProgramNode& program, StageExtent extent = StageExtent::everyday);
 
 // Whether all of the stage was read, so that a window that is not among those of the shell is not there. Once these
 // goals were read, and before `windowsOf`.

@@ -19,7 +19,11 @@ namespace {
 
 constexpr int kMostOfADialog = 32;
 constexpr int kMostQuestions = 64;
+constexpr int kMostQuestionsOfShell = 512;
+constexpr std::size_t kMostObjectsKept = 8192;
 constexpr std::uint64_t kTimeoutMicroseconds = 200'000;
+// One that shows very much at once is busy with it.
+constexpr std::uint64_t kTimeoutOfShellMicroseconds = 2'000'000;
 constexpr std::size_t kMostProgramsKept = 512;
 
 constexpr const char* kRegistryPath = "/org/a11y/atspi/registry";
@@ -99,6 +103,7 @@ struct WindowEvents::Hints {
 struct WindowEvents::Question {
   WindowEvents& events;
   std::string bus;
+  std::string path;
 };
 
 WindowEvents::WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds, std::int32_t ownProcessIdentifier,
@@ -119,6 +124,7 @@ WindowEvents::WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds
                     .onEnd =
                         [this](BusConnection&) {
                           link = nullptr;
+                          active = kNothingSaid;
                           programs.clear();
                         }});
 }
@@ -161,10 +167,13 @@ bool WindowEvents::take(sd_bus_message* signal) {
   if (sd_bus_message_read(signal, "si", &detail, &value) <= 0) return false;
   const std::string bus{sender};
   Program& program = this->program(bus);
+  const bool isState = sd_bus_message_is_signal(signal, nullptr, "StateChanged") > 0;
+  const bool isActivity = isState && std::string_view{detail} == "active";
+  const bool isActivated = sd_bus_message_is_signal(signal, nullptr, "Activate") > 0 || (isActivity && value != 0);
+  if (isActivated || isActivity) noteActive(program, path, isActivated);
   if (program.isOwn) return false;
-  if (interface == kWindowInterface || sd_bus_message_is_signal(signal, nullptr, "ChildrenChanged") > 0) {
-    hint(bus, program);
-  } else if (value != 0 && std::string_view{detail} == "active") {
+  if (interface == kWindowInterface || sd_bus_message_is_signal(signal, nullptr, "ChildrenChanged") > 0 ||
+      isActivated) {
     hint(bus, program);
   } else if (value != 0 && std::string_view{detail} == "showing") {
     shown(bus, program, path);
@@ -178,26 +187,31 @@ void WindowEvents::shown(const std::string& bus, Program& program, const char* p
   if (now - program.lastShown > pace.longestGap) program.burst = 0;
   program.lastShown = now;
   if (++program.burst > kMostOfADialog) {
-    if (program.burstBegin) return;
-    program.burstBegin = now;
-    if (!program.isShell) return hint(bus, program);  // A window with that much in it.
-    const MutexLock lock(hints->mutex);
-    hints->waiting.erase(bus);
-    return;
+    if (program.burstBegin && !program.isShell) return;
+    if (!std::exchange(program.burstBegin, program.burstBegin.value_or(now))) {
+      if (!program.isShell) return hint(bus, program);  // A window with that much in it.
+      const MutexLock lock(hints->mutex);
+      hints->waiting.erase(bus);
+    }
   }
   if (takeBudget(program, now)) hintNow();
+  if (program.plain.contains(path)) return;
   if (program.asked == 0) program.budgetBegin = now;
-  if (++program.asked > kMostQuestions) {
+  if (++program.asked > (program.isShell ? kMostQuestionsOfShell : kMostQuestions)) {
     program.hasMissed = true;
     return;
   }
-  auto question = std::make_unique<Question>(Question{*this, bus});
+  askForRole(bus, path, program.isShell ? kTimeoutOfShellMicroseconds : kTimeoutMicroseconds);
+}
+
+void WindowEvents::askForRole(const std::string& bus, const char* path, std::uint64_t timeoutMicroseconds) {
+  auto question = std::make_unique<Question>(Question{*this, bus, path});
   sd_bus_message* call = nullptr;
   if (sd_bus_message_new_method_call(link->handle(), &call, bus.c_str(), path, names::kAccessible, "GetRole") < 0)
     return;
   const BusMessage owned{call};
   sd_bus_slot* slot = nullptr;
-  if (sd_bus_call_async(link->handle(), &slot, call, onRole, question.get(), kTimeoutMicroseconds) < 0) return;
+  if (sd_bus_call_async(link->handle(), &slot, call, onRole, question.get(), timeoutMicroseconds) < 0) return;
   sd_bus_slot_set_destroy_callback(slot, [](void* asked) { delete static_cast<Question*>(asked); });
   sd_bus_slot_set_floating(slot, 1);
   sd_bus_slot_unref(slot);
@@ -205,14 +219,58 @@ void WindowEvents::shown(const std::string& bus, Program& program, const char* p
 }
 
 int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {
-  const auto& asked = *static_cast<Question*>(question);
+  auto& asked = *static_cast<Question*>(question);
   std::uint32_t role = 0;
-  if (sd_bus_message_read(reply, "u", &role) <= 0 || !isWindowLike(role)) return 1;
-  const auto found = asked.events.programs.find(asked.bus);
-  if (found == asked.events.programs.end()) return 1;
-  const bool isPartOfBurst = found->second.isShell && found->second.burstBegin;
-  if (!isPartOfBurst) asked.events.hint(asked.bus, found->second);
+  const bool isGone = sd_bus_message_is_method_error(reply, SD_BUS_ERROR_UNKNOWN_OBJECT) > 0 ||
+                      sd_bus_message_is_method_error(reply, SD_BUS_ERROR_UNKNOWN_METHOD) > 0;
+  if (isGone) return 1;
+  asked.events.roleKnown(asked, sd_bus_message_read(reply, "u", &role) > 0 ? std::optional(role) : std::nullopt);
   return 1;
+}
+
+// Absent: it was not told.
+void WindowEvents::roleKnown(const Question& question, std::optional<std::uint32_t> role) {
+  const auto found = programs.find(question.bus);
+  if (found == programs.end()) return;
+  auto& program = found->second;
+  if (!program.isShell) {
+    if (role && isWindowLike(*role)) hint(question.bus, program);
+    return;
+  }
+  if (role && !isWindowLike(*role)) {
+    if (program.plain.size() >= kMostObjectsKept) program.plain.clear();
+    program.plain.insert(question.path);
+    return;
+  }
+  const bool isPartOfMuch = program.burst > kMostOfADialog;
+  if (role == static_cast<std::uint32_t>(Role::notification) && isPartOfMuch) {
+    if (program.listed.size() >= kMostObjectsKept) program.listed.clear();
+    if (!program.listed.insert(question.path).second) return;
+  }
+  if (program.burstBegin) {
+    program.burstHolds = true;
+  } else {
+    hint(question.bus, program);
+  }
+}
+
+void WindowEvents::noteActive(const Program& program, const char* window, bool isActive) {
+  if (isActive) {
+    active = program.process;
+    activeWindow = window;
+  } else if (active == program.process && (activeWindow == window || activeWindow.empty())) {
+    active = 0;  // Of one that was assumed, the window is not known.
+  }
+}
+
+void WindowEvents::assumeActiveProcess(std::int32_t process) {
+  auto expected = kNothingSaid;
+  active.compare_exchange_strong(expected, process);
+}
+
+std::optional<std::int32_t> WindowEvents::activeProcess() const {
+  const auto process = active.load();
+  return process > 0 ? std::optional(process) : std::nullopt;
 }
 
 void WindowEvents::hint(const std::string& bus, const Program& program) {
@@ -284,13 +342,14 @@ void WindowEvents::check() {
   if (isHint) hintNow();
 }
 
-// True when a burst has ended, or has lasted so long that it counts as a new one.
+// True when a burst that may hold a window has ended, or has lasted so long that it counts as a new one.
 bool WindowEvents::takeBurst(Program& program, Clock::time_point now) const {
   if (!program.burstBegin) return false;
   const bool isQuiet = now - program.lastShown > pace.longestGap;
   if (!isQuiet && now - *program.burstBegin <= pace.longestBurst) return false;
   program.burstBegin = isQuiet ? std::nullopt : std::optional(now);
-  return true;
+  const bool holds = std::exchange(program.burstHolds, false);
+  return holds || !program.isShell;
 }
 
 // Renews the budget. True when something was missed for want of it.
@@ -305,7 +364,8 @@ WindowEvents::Program& WindowEvents::program(const std::string& bus) {
   if (found != programs.end()) return found->second;
   if (programs.size() >= kMostProgramsKept) programs.clear();
   const auto process = processOf(bus);
-  return programs.emplace(bus, Program{.isOwn = process == ownProcessIdentifier, .isShell = isShell(process)})
+  return programs
+      .emplace(bus, Program{.process = process, .isOwn = process == ownProcessIdentifier, .isShell = isShell(process)})
       .first->second;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -7,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/linux/accessibility/BusWatch.h"
@@ -38,10 +40,19 @@ struct WindowEventPace {
 // Calls back when a program announces that a window of its own came or got the keyboard, or that it shows a dialog or a
 // notification. For desktops that do not tell of these: hints, which may be too many.
 //
-// GNOME Shell shows some 180 objects when its calendar opens, and gives itself the keyboard. The role of each object is
-// asked, 64 times in ten seconds of each program at most. More than 32 objects less than 50 ms apart are a burst, of
-// which no more is asked: it is one hint when it has ended, and each two seconds until then; of a program that is no
-// shell, also when it is recognised as one. Objects that were beyond the 64 are one hint when the ten seconds are over.
+// The role of each object that appears is asked, 64 times in ten seconds of each program at most. More than 32 objects
+// less than 50 ms apart are a burst, of which no more is asked: it is one hint when it is recognised, one when it has
+// ended, and one each two seconds until then. Objects that were beyond the 64 are one hint when the ten seconds are
+// over.
+//
+// GNOME Shell shows some 180 objects when its calendar opens, and gives itself the keyboard: that is not to cost a
+// scan. So of a shell all objects of a burst are asked, up to 512 in the ten seconds, and each only once for as long as
+// the shell lives, since an object keeps its role. A burst of a shell, and that it gives itself the keyboard right
+// before or within one, is a hint only when it holds a window, a dialog or a notification, or an object that did not
+// tell its role, or was not asked. The calendar holds an object of the role of a notification even when there is none;
+// so one that comes in a burst is a hint the first time only, and the first opening costs a scan. New notifications are
+// new objects. What this leaves out: the question about a program that does not answer, which has no such role, when it
+// comes within the same 50 ms chain; the next hint or sweep finds it.
 class WindowEvents {
  public:
   // `mainThread` outlives this; `onHint` is called there. `findBus`: where the accessibility bus listens.
@@ -49,17 +60,28 @@ class WindowEvents {
   WindowEvents(BusWatch::FindAddress findBus, WindowEventKinds kinds, std::int32_t ownProcessIdentifier,
                platform::SerialExecutor& mainThread, std::function<void()> onHint,
                std::function<bool(std::int32_t)> isShell = drawsDesktop, WindowEventPace pace = {});
+  // Which process has said last that a window of its own has the keyboard, and not that it has lost it. Absent: none
+  // has, or nothing was said yet. Any thread.
+  [[nodiscard]] std::optional<std::int32_t> activeProcess() const;
+  // What was found out otherwise: counts until a program says something. Any thread.
+  void assumeActiveProcess(std::int32_t process);
+
   WindowEvents(const WindowEvents&) = delete;
   WindowEvents& operator=(const WindowEvents&) = delete;
   ~WindowEvents();
 
  private:
   using Clock = std::chrono::steady_clock;
+  static constexpr std::int32_t kNothingSaid = -1;
   struct Hints;
   // Who announces.
   struct Program {
+    std::int32_t process = 0;  // 0: not known.
     bool isOwn = false;
-    bool isShell = false;  // Draws the desktop itself, panel and all.
+    bool isShell = false;                      // Draws the desktop itself, panel and all.
+    std::unordered_set<std::string> plain{};   // Objects of a shell that are none of its windows.
+    std::unordered_set<std::string> listed{};  // Notifications of a shell that came in a burst.
+    bool burstHolds = false;                   // Something that may be a window, in the present burst of a shell.
     Clock::time_point lastShown{};
     int burst = 0;  // Objects of the present burst.
     // Of a burst that is none of the shell's hints. Absent: there is none.
@@ -75,6 +97,9 @@ class WindowEvents {
   void registerEvents();
   bool take(sd_bus_message* signal);
   void shown(const std::string& bus, Program& program, const char* path);
+  void askForRole(const std::string& bus, const char* path, std::uint64_t timeoutMicroseconds);
+  void roleKnown(const Question& question, std::optional<std::uint32_t> role);
+  void noteActive(const Program& program, const char* window, bool isActive);
   void hint(const std::string& bus, const Program& program);
   void hintNow();
   // When the next burst or budget is to be looked at again. Absent: there is none.
@@ -93,6 +118,8 @@ class WindowEvents {
   const std::function<bool(std::int32_t)> isShell;
   const WindowEventPace pace;
   const std::shared_ptr<Hints> hints;
+  std::atomic<std::int32_t> active{kNothingSaid};  // The process. 0: none.
+  std::string activeWindow;                        // The object that said so.
   BusConnection* link = nullptr;
   std::unordered_map<std::string, Program> programs;  // By their names on the bus.
   std::unique_ptr<BusWatch> watch;                    // Last: its thread uses all of the above.

@@ -1,5 +1,6 @@
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,7 +26,13 @@ constexpr const char* kObject = "org.a11y.atspi.Event.Object";
 // A program that announces what the test says, from its own connection.
 class AnnouncingProgram {
  public:
-  explicit AnnouncingProgram(const std::string& address) : program(address, "", announce) {
+  explicit AnnouncingProgram(const std::string& address)
+      : program(address, "", [this](sd_bus_message* message) {
+          if (refuses && sd_bus_message_is_method_call(message, "org.a11y.atspi.Accessible", "GetRole") > 0) {
+            return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "no") >= 0;
+          }
+          return announce(message);
+        }) {
     sd_bus_new(&control);
     sd_bus_set_address(control, address.c_str());
     sd_bus_set_bus_client(control, 1);
@@ -36,6 +43,7 @@ class AnnouncingProgram {
   ~AnnouncingProgram() { sd_bus_flush_close_unref(control); }
 
   void set(const std::string& path, Role role) { program.set(path, {.role = static_cast<std::uint32_t>(role)}); }
+  void refuseRoles() { refuses = true; }
   [[nodiscard]] int timesAskedForRole() { return program.timesAsked("GetRole"); }
 
   // Returns when the signals have been sent.
@@ -66,6 +74,7 @@ class AnnouncingProgram {
     return true;
   }
 
+  std::atomic<bool> refuses{false};
   FakeProgram program;
   sd_bus* control = nullptr;
 };
@@ -85,6 +94,20 @@ class WindowEventsTest : public testing::Test {
     AnnouncingProgram other(bus.address());
     other.say("/window", kWindow, "Create", "", 0);
     return waitUntil([&] { return hints > before; }) ? hints - 1 : -1;
+  }
+
+  static constexpr int kCalendar = 180;
+  // So many objects at once, and the keyboard for the stage.
+  void showOfShell(int count, std::optional<int> window = std::nullopt, Role ofWindow = Role::dialog) {
+    const auto path = [](int i) { return "/object" + std::to_string(i); };
+    for (int i = 0; i < count; ++i) program.set(path(i), i == window ? ofWindow : Role::label);
+    program.say("/stage", kWindow, "Activate", "", 0);
+    for (int i = 0; i < count; ++i) program.show(path(i).c_str());
+  }
+  void pass(Seconds time) {
+    bool isOver = false;
+    const auto task = executors.mainThread().postAfter(time, [&] { isOver = true; });
+    EXPECT_TRUE(waitUntil([&] { return isOver; }));
   }
 
   WindowEventPace pace{.longestGap = std::chrono::milliseconds{500}, .shellDelay = Seconds{0.6}};
@@ -138,29 +161,78 @@ TEST_F(WindowEventsTest, WhatGoesOrIsAboutSomethingElseIsNone) {
   EXPECT_EQ(program.timesAskedForRole(), 0);
 }
 
-// As GNOME Shell does when its calendar opens. A dialog may be among it.
-TEST_F(WindowEventsTest, AShellThatShowsVeryMuchAtOnceIsOneHintWhenItHasEnded) {
+// As GNOME Shell does when its calendar opens.
+TEST_F(WindowEventsTest, AShellThatShowsVeryMuchAtOnceIsNoHintWhereNothingOfItIsAWindow) {
   listen(/*isShell=*/true);
-  program.set("/shown", Role::label);
-  program.say("/stage", kWindow, "Activate", "", 0);
-  program.show("/shown", 1, 180);
+  showOfShell(kCalendar);
+  EXPECT_TRUE(waitUntil([&] { return program.timesAskedForRole() == kCalendar; }));
+  pass(Seconds{1.5});
+  EXPECT_EQ(hints, 0);
+  showOfShell(kCalendar);
+  pass(Seconds{1.5});
+  EXPECT_EQ(hints, 0);
+  EXPECT_EQ(program.timesAskedForRole(), kCalendar) << "An object keeps its role.";
+}
+
+TEST_F(WindowEventsTest, ADialogAmongVeryMuchOfAShellIsOneHintWhenThatHasEnded) {
+  listen(/*isShell=*/true);
+  showOfShell(kCalendar, /*window=*/40);
   EXPECT_TRUE(waitUntil([&] { return program.timesAskedForRole() > 0; }));
   EXPECT_EQ(hints, 0);
   EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
-  EXPECT_LE(program.timesAskedForRole(), 32);
-  bool isOver = false;
-  const auto task = executors.mainThread().postAfter(Seconds{1.5}, [&] { isOver = true; });
-  EXPECT_TRUE(waitUntil([&] { return isOver; }));
+  pass(Seconds{1.5});
   EXPECT_EQ(hints, 1);
+}
+
+TEST_F(WindowEventsTest, ANotificationThatCameInABurstBeforeIsNoHintAgainUnlessItComesAlone) {
+  listen(/*isShell=*/true);
+  for (int opening = 0; opening < 2; ++opening) {
+    showOfShell(kCalendar, /*window=*/40, Role::notification);
+    EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
+    pass(Seconds{1.5});
+    EXPECT_EQ(hints, 1);
+  }
+  program.show("/object40");
+  EXPECT_TRUE(waitUntil([&] { return hints == 2; }));
+}
+
+TEST_F(WindowEventsTest, AnObjectOfAShellThatDoesNotTellItsRoleIsAHint) {
+  listen(/*isShell=*/true);
+  program.refuseRoles();
+  program.show("/object0");
+  EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
+}
+
+TEST_F(WindowEventsTest, WhatAShellShowsBeyondItsBudgetIsAHintWhenThatRenews) {
+  pace.budgetTime = std::chrono::milliseconds{2000};
+  listen(/*isShell=*/true);
+  showOfShell(520);
+  EXPECT_TRUE(waitUntil([&] { return hints == 1; }));
+  EXPECT_LE(program.timesAskedForRole(), 512);
 }
 
 TEST_F(WindowEventsTest, ABurstThatDoesNotEndIsAHintAllTheSame) {
   pace.longestGap = std::chrono::seconds{100};
   pace.longestBurst = std::chrono::milliseconds{100};
   listen(/*isShell=*/true);
-  program.set("/shown", Role::label);
+  program.set("/shown", Role::dialog);
   program.show("/shown", 1, 40);
-  EXPECT_TRUE(waitUntil([&] { return hints >= 2; }));
+  EXPECT_TRUE(waitUntil([&] { return hints >= 1; }));
+}
+
+TEST_F(WindowEventsTest, TellWhichProcessHasTheKeyboardAsProgramsSay) {
+  listen();
+  EXPECT_EQ(events->activeProcess(), std::nullopt) << "Nothing was said yet.";
+  const auto self = std::optional<std::int32_t>(::getpid());  // All programs of this test are this process.
+  program.say("/one", kWindow, "Activate", "", 0);
+  EXPECT_TRUE(waitUntil([&] { return events->activeProcess() == self; }));
+  program.say("/other", kObject, "StateChanged", "active", 0);
+  program.say("/two", kObject, "StateChanged", "active", 1);
+  program.say("/one", kObject, "StateChanged", "active", 0);
+  pass(Seconds{0.3});
+  EXPECT_EQ(events->activeProcess(), self) << "Another window of it has the keyboard by then.";
+  program.say("/two", kObject, "StateChanged", "active", 0);
+  EXPECT_TRUE(waitUntil([&] { return events->activeProcess() == std::nullopt; }));
 }
 
 TEST_F(WindowEventsTest, WhatWasBeyondTheBudgetIsOneHintWhenItRenews) {

@@ -47,10 +47,13 @@ std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
 }
 
 std::optional<RunningApplication> LinuxWorkspace::frontmostApplication() {
-  for (const auto& info : recentReading().infos) {
+  const auto reading = recentReading();
+  for (const auto& info : reading.infos) {
     if (info.isActive) return application(info);
   }
-  return std::nullopt;
+  if (reading.snapshot.coverage == WindowCoverage::all || !sources.activeProcess) return std::nullopt;
+  const auto process = sources.activeProcess();
+  return process ? runningApplication(*process) : std::nullopt;
 }
 
 std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int32_t processIdentifier) {

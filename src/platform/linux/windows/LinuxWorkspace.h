@@ -27,7 +27,8 @@ namespace quillard::desktop {
 //     but it is what the program says of itself: another program of the same user can claim any.
 //   - The activation policy follows from its windows; see `applicationInfos`. An agent without a window, and not on
 //     the bus, is `prohibited`: it is found by its identifier, and not searched for prompts.
-//   - Active is the owner of the active window; where the desktop does not tell, none is.
+//   - Active is the owner of the active window; where the desktop does not tell, none is. Frontmost is, there, the
+//     program that says so itself.
 //   - Hidden means that all of its windows are minimised.
 //   - It terminates when it ends, or gives up its last window without being on the bus. Agents without windows come and
 //     go unnoticed.
@@ -44,6 +45,8 @@ class LinuxWorkspace final : public platform::Workspace {
     const x11::ProcessTable& processes;
     x11::RunningPrograms& programs;
     DesktopOpener& opener;
+    // Who is in front as programs say it, for desktops that do not know all windows. Does not wait. Absent: not known.
+    std::function<std::optional<std::int32_t>()> activeProcess{};
   };
   // Made and destroyed on the main thread.
   explicit LinuxWorkspace(const Sources& sources);

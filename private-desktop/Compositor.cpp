@@ -65,6 +65,7 @@ Compositor::Compositor(const Options& options, const Start& start) : options(opt
 
 Compositor::Variables Compositor::variables() const {
   Variables result{{"WAYLAND_DISPLAY", socketName}, {"LIBGL_ALWAYS_SOFTWARE", "1"}};
+  if (!displayName.empty()) result.emplace_back("DISPLAY", displayName);
   const auto add = [&](const char* name, const char* value) { result.emplace_back(name, value); };
   switch (options.kind) {
     case DesktopKind::sway:
@@ -93,9 +94,13 @@ void Compositor::fail(const std::string& what) {
 void Compositor::startSway(const Start& start) {
   const std::string sign = options.ownFolder + "/up";
   std::ofstream(options.ownFolder + "/config")
-      << "output HEADLESS-1 resolution " << options.width << "x" << options.height
-      << "\nxwayland disable\nexec echo \"$WAYLAND_DISPLAY $SWAYSOCK\" >" << sign << ".new && mv " << sign << ".new "
-      << sign << "\n";
+      << "output HEADLESS-1 resolution " << options.width << "x" << options.height << "\nxwayland "
+      << (options.hasXwayland ? "force" : "disable") << "\nexec echo \"$WAYLAND_DISPLAY $SWAYSOCK $DISPLAY\" >" << sign
+      << ".new && mv " << sign << ".new " << sign << "\n";
+  // Programs of another user than sway's are let in.
+  const std::string xwayland = options.ownFolder + "/Xwayland";
+  std::ofstream(xwayland) << "#!/bin/sh\nexec Xwayland \"$@\" -ac\n";
+  fs::permissions(xwayland, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
   std::vector<std::string> command{"sway", "-c", options.ownFolder + "/config"};
   if (::geteuid() == 0) {
     fs::permissions(fs::path(options.ownFolder).parent_path(), fs::perms::group_exec | fs::perms::others_exec,
@@ -108,9 +113,10 @@ void Compositor::startSway(const Start& start) {
                                                 {"HOME", options.ownFolder},
                                                 {"WLR_BACKENDS", "headless"},
                                                 {"WLR_LIBINPUT_NO_DEVICES", "1"},
-                                                {"WLR_RENDERER", "pixman"}})));
+                                                {"WLR_RENDERER", "pixman"},
+                                                {"WLR_XWAYLAND", xwayland}})));
   if (!waitFor([&] { return fs::exists(sign) || !server[0].isRunning(); }) || !fs::exists(sign)) fail("sway");
-  std::istringstream(fileContents(sign)) >> socketName >> swaySocket;
+  std::istringstream(fileContents(sign)) >> socketName >> swaySocket >> displayName;
   fs::create_symlink(options.ownFolder + "/" + socketName, options.runFolder + "/" + socketName);
   if (!options.hasKeyboard) return;
   // A keyboard is there for as long as this waits to press its key, which is longer than any test.

@@ -22,12 +22,13 @@ class Compositor {
     DesktopKind kind = DesktopKind::sway;
     int width = 1280;
     int height = 1024;
-    bool hasKeyboard = true;  // Without one no program has the focus. KWin always has one.
-    bool isUnlocked = false;  // GNOME: whether it runs scripts and takes pictures for everyone.
-    std::string preload;      // GNOME: a library that stands in for a login manager. Empty: none.
-    std::string runFolder;    // Of the desktop's XDG_RUNTIME_DIR.
-    std::string ownFolder;    // For files of its own; is there.
-    std::string sessionBus;   // Where the session bus listens.
+    bool hasKeyboard = true;   // Without one no program has the focus. KWin always has one.
+    bool hasXwayland = false;  // Sway.
+    bool isUnlocked = false;   // GNOME: whether it runs scripts and takes pictures for everyone.
+    std::string preload;       // GNOME: a library that stands in for a login manager. Empty: none.
+    std::string runFolder;     // Of the desktop's XDG_RUNTIME_DIR.
+    std::string ownFolder;     // For files of its own; is there.
+    std::string sessionBus;    // Where the session bus listens.
   };
 
   // Waits until programs can show windows; throws when that does not come, with what the compositor wrote.
@@ -37,6 +38,8 @@ class Compositor {
 
   // What programs need to find it.
   [[nodiscard]] Variables variables() const;
+  // Of its X server. Empty: it has none.
+  [[nodiscard]] const std::string& display() const { return displayName; }
   [[nodiscard]] DesktopProgram& program() { return server.at(0); }
 
  private:
@@ -49,7 +52,8 @@ class Compositor {
   [[noreturn]] void fail(const std::string& what);
 
   const Options options;
-  std::string socketName;              // Of the Wayland display.
+  std::string socketName;  // Of the Wayland display.
+  std::string displayName;
   std::string swaySocket;              // Empty: it is not sway.
   std::vector<DesktopProgram> server;  // One at most.
   std::vector<DesktopProgram> others;

@@ -139,12 +139,14 @@ void PrivateDesktop::startCompositor() {
                                                .width = options.width,
                                                .height = options.height,
                                                .hasKeyboard = options.hasKeyboard,
+                                               .hasXwayland = options.hasXwayland,
                                                .isUnlocked = options.isShellUnlocked,
                                                .preload = options.shellPreload,
                                                .runFolder = folder("run"),
                                                .ownFolder = folder("compositor"),
                                                .sessionBus = sessionBus},
                            [this](const auto& command, const auto& more) { return startServer(command, {}, more); });
+  displayName = compositors.back().display();
   DesktopBus(sessionBus).setServiceEnvironment(environment());
 }
 

@@ -32,6 +32,7 @@ struct PrivateDesktopOptions {
   // server only; those with a Wayland compositor have none anyway.
   bool hasDisplay = true;
   bool hasWindowManager = true;  // Of kinds with an X server.
+  bool hasXwayland = false;      // An X server within sway, for X programs; `display` names it.
   bool hasKeyboard = true;       // Without one no program has the focus. X servers and KWin always have one.
   Accessibility accessibility = Accessibility::on;
   bool hasNotifications = false;                      // dunst.

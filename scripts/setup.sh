@@ -12,13 +12,13 @@ debian_packages=(
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
   libboost1.81-dev libsqlite3-dev chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
-  sway wtype xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
+  sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
 )
 # What only the desktops of ./test --long need: large, and of no use for anything else here.
 # shellcheck disable=SC2034  # ./test adds them.
 debian_packages_of_large_desktops=(
   weston kwin-wayland plasma-workspace kactivitymanagerd xdg-desktop-portal-kde polkit-kde-agent-1 gnome-shell gjs
-  plasma-desktop qtwayland5 qt6-wayland libnotify-bin
+  plasma-desktop qtwayland5 qt6-wayland libnotify-bin xfce4-notifyd mate-notification-daemon lxqt-notificationd
 )
 # Where Node did not come from the distribution it has an npm of its own, and theirs would not go with it.
 command -v npm >/dev/null || debian_packages+=(npm)
@@ -29,7 +29,7 @@ debian_packages_of_tests=" clang clang-19 libc++-19-dev clang-format clang-tidy 
   libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
   desktop-file-utils man-db shellcheck tint2 chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
-  sway wtype xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common "
+  sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common "
 only_to_run=""
 
 # The same as Homebrew calls it.

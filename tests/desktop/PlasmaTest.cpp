@@ -36,7 +36,12 @@ class Plasma : public testing::Test {
  protected:
   void SetUp() override {
     QUILLARD_SKIP_WITHOUT(DesktopKind::kwin);
-    binding = std::make_unique<LinuxDesktopBinding>("qt_prompt", PrivateDesktop::Options{.kind = DesktopKind::kwin});
+    begin({.kind = DesktopKind::kwin});
+  }
+
+  void begin(const PrivateDesktop::Options& options) {
+    agent.reset();
+    binding = std::make_unique<LinuxDesktopBinding>("qt_prompt", options);
     agent = std::make_unique<PromptAgent>(*binding, linuxPromptSupplement());
   }
 
@@ -111,6 +116,18 @@ TEST_F(Plasma, ANotificationWithButtonsIsAnsweredAndOneWithoutIsNone) {
   }
   auto news = desktop().launch("notify-send", {"-u", "critical", "Delete it?", "May it go on?"});
   EXPECT_EQ(news.wait(), 0) << news.errors();
+  EXPECT_THAT(agent->scan(), IsEmpty());
+}
+
+TEST_F(Plasma, TheQuestionForAPasswordOfAnAdministratorIsDismissed) {
+  begin({.kind = DesktopKind::kwin, .systemServices = {{"org.freedesktop.PolicyKit1", POLICY_AUTHORITY}}});
+  programs.push_back(desktop().launch(libexec("polkit-kde-authentication-agent-1"), {},
+                                      {{"LD_PRELOAD", SESSION_STUB}, {"QT_LOGGING_RULES", "*=false"}}));
+  const auto prompt = promptWith("Authentication is needed to run a program as another user");
+  ASSERT_TRUE(prompt) << programs.back().errors();
+  EXPECT_TRUE(prompt->requiresDirectAccess);
+  EXPECT_THAT(labelsOf(*prompt), Contains("Cancel"));
+  EXPECT_EQ(agent->press(*prompt, "Cancel"), std::nullopt);
   EXPECT_THAT(agent->scan(), IsEmpty());
 }
 

@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include "demo/Service.h"
+#include "private-desktop/DesktopKind.h"
 #include "private-desktop/FileContents.h"
 #include "private-desktop/PrivateDesktop.h"
 #include "private-desktop/TemporaryFolder.h"
@@ -223,6 +224,27 @@ TEST_F(RunEndToEnd, OnADesktopItIsInstalledForItsUserAndSampledWhenAsked) {
       << printedBy("again");
   expectNoProgramLeft();
 }
+
+// As the README says, and nothing else.
+class RunOnAnyDesktop : public RunEndToEnd, public testing::WithParamInterface<privatedesktop::DesktopKind> {};
+
+TEST_P(RunOnAnyDesktop, LeadsToAnAnsweredPrompt) {
+  if (const auto missing = privatedesktop::missingFor(GetParam())) GTEST_SKIP() << *missing;
+  desktop.emplace(privatedesktop::PrivateDesktopOptions{.kind = GetParam()});
+  EXPECT_EQ(runToItsEnd("run", {"--sample", "--phone", "--answer", "Don't Allow"}), 0) << printedBy("run");
+  EXPECT_NE(printedBy("run").find("The sample prompt was answered: Don't Allow.\n"), std::string::npos)
+      << printedBy("run");
+  expectNoProgramLeft();
+}
+
+std::string nameOfKind(const testing::TestParamInfo<privatedesktop::DesktopKind>& kind) {
+  return privatedesktop::nameOf(kind.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(Small, RunOnAnyDesktop, testing::Values(privatedesktop::DesktopKind::sway), nameOfKind);
+INSTANTIATE_TEST_SUITE_P(Large, RunOnAnyDesktop,
+                         testing::Values(privatedesktop::DesktopKind::kwin, privatedesktop::DesktopKind::gnome),
+                         nameOfKind);
 
 TEST_F(RunEndToEnd, SaysWhatToDoWhereTheDisplayIsGone) {
   auto unreachable = start("gone", {});

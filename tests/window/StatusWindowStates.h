@@ -86,6 +86,15 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   auto offered = phones;
   offered.isPairingOffered = true;
   offered.offeredPairingImage = sampleCode();
+  auto unreadable = pairedSnapshot();
+  unreadable.programs.unreadable = {
+      {1, "Chromium Web Browser", "Start it with --force-renderer-accessibility.", "chromium"},
+      {2, "Chat", "Start it with --force-renderer-accessibility.", "chat"},
+      {3, "Old Editor", "Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.",
+       ""}};
+  unreadable.programs.changed = {{"notes", "Notes"}};
+  auto mended = pairedSnapshot();
+  mended.programs.changed = {{"chat", "Chat"}, {"chromium", "Chromium Web Browser"}};
   return {state("not-installed", notInstalled),
           state("untrusted", untrusted),
           state("connecting", connecting),
@@ -96,7 +105,9 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("update-available", update),
           state("revoked", revoked),
           state("phones", phones),
-          state("pairing-another", offered)};
+          state("pairing-another", offered),
+          state("unreadable-programs", unreadable),
+          state("mended-programs", mended)};
 }
 
 // Words as long as other languages have them, and names without a blank to break at.

@@ -88,6 +88,22 @@ test("what the agent remembers, and the bundled file, are in the page of setting
   assert.deepEqual(differences(stored, new Set(names)), { missing: [], invented: [] });
 });
 
+test("what the page of Linux desktops says of their own prompts is held by tests that are there", () => {
+  const names = new Set(
+    rowsOf(page("docs/linux.md"))
+      .filter((row) => row.length >= 6)
+      .flatMap((row) => namesIn(row.at(-1), "[A-Z]\\w+")),
+  );
+  assert.ok(names.size > 10, `only ${names.size} names of tests were found`);
+  const sources = ["tests/desktop", "tests/e2e", "src/app"].flatMap((folder) =>
+    readdirSync(join(root, folder))
+      .filter((name) => name.endsWith("Test.cpp"))
+      .map((name) => readFileSync(join(root, folder, name), "utf8")),
+  );
+  const missing = [...names].filter((name) => !sources.some((text) => text.includes(`, ${name})`)));
+  assert.deepEqual(missing, []);
+});
+
 test("a default may be rounded, and no more", () => {
   const rows = [
     ["20, 0.33", "20, 0.3333333333", true],

@@ -34,6 +34,7 @@ const std::string kInstallation = "Applications Folder";
 const std::string kAccessibility = "Accessibility";
 const std::string kLogin = "Open at Login";
 const std::string kAlerts = "iPhone Alerts";
+const std::string kPrograms = "Programs";
 
 class AgentWindow : public testing::Test {
  protected:
@@ -44,11 +45,12 @@ class AgentWindow : public testing::Test {
     std::filesystem::permissions(programs + "/xdg-open", std::filesystem::perms::owner_all);
   }
 
-  void startAgent() {
-    agent.push_back(installed.start({{"QUILLARD_RELAY_URL", relay.url()},
-                                     {"QUILLARD_PAIRING_ID", "window"},
-                                     {"PATH", programs + ":/usr/local/bin:/usr/bin:/bin"},
-                                     {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}));
+  void startAgent(PrivateDesktop::Variables more = {}) {
+    more.insert(more.end(), {{"QUILLARD_RELAY_URL", relay.url()},
+                             {"QUILLARD_PAIRING_ID", "window"},
+                             {"PATH", programs + ":/usr/local/bin:/usr/bin:/bin"},
+                             {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}});
+    agent.push_back(installed.start(more));
     ASSERT_TRUE(relay.waitForConnection()) << printed();
     relay.pairPhone(installed.endToEndSecret());
   }
@@ -162,6 +164,31 @@ TEST_F(AgentWindow, UnpairsThePhoneAndComesBackUnderANewIdentity) {
   press(kPairing, "Unpair iPhone");
   EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << printed();
   EXPECT_TRUE(waitFor([&] { return installed.endToEndSecret().text() != before; }));
+}
+
+// It is none that is built on Chromium, but has mapped a file as those have.
+TEST_F(AgentWindow, ChangesHowAProgramStartsThatCannotBeReadAndUndoesIt) {
+  namespace fs = std::filesystem;
+  const auto shared = desktop.folder("home") + "/shared";
+  const auto program = desktop.copyProgram("/usr/bin/zenity", "chat");
+  const auto mapped = desktop.folder("home") + "/v8_context_snapshot.so";
+  fs::copy_file(SESSION_STUB, mapped);
+  fs::create_directories(shared + "/applications");
+  std::ofstream(shared + "/applications/chat.desktop")
+      << "[Desktop Entry]\nType=Application\nName=Chat\nExec=" << program << " %U\n";
+  auto chat = desktop.launch(program, {"--info", "--text=Hello"}, {{"NO_AT_BRIDGE", "1"}, {"LD_PRELOAD", mapped}});
+  startAgent({{"XDG_DATA_DIRS", shared + ":/usr/local/share:/usr/share"}});
+  ASSERT_TRUE(shows(kPrograms, "1 program cannot be read")) << chat.errors();
+  EXPECT_TRUE(shows(kPrograms, "Their prompts are not seen. Chat: Start it with --force-renderer-accessibility."));
+
+  const auto copy = desktop.folder("data") + "/applications/chat.desktop";
+  press(kPrograms, "Make Readable…");
+  choose("Chat");
+  EXPECT_TRUE(waitFor([&] { return fs::exists(copy); }));
+  press(kPrograms, "Undo…");
+  choose("Chat");
+  EXPECT_TRUE(waitFor([&] { return !fs::exists(copy); }));
+  EXPECT_TRUE(chat.isRunning());
 }
 
 class AgentWindowWithoutAccessibility : public AgentWindow {

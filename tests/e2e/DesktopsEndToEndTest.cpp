@@ -75,6 +75,35 @@ TEST_P(DesktopsEndToEnd, APromptOfAProgramThatRunsAlreadyIsOnThePhoneSoon) {
   }
 }
 
+class ShellEndToEnd : public DesktopsEndToEnd {};
+
+// No window of a program, and none that the desktop tells of.
+TEST_P(ShellEndToEnd, ADialogAndANotificationOfTheShellAreOnThePhoneSoon) {
+  QUILLARD_SKIP_WITHOUT(GetParam());
+  startAgent();
+  auto calm = desktop.launch("gtk3_prompt", prompt("First", {"Don't Allow", "Allow"}));
+  (void)onPhone("First");  // All that the start set off is over.
+  const auto measured = [&](const std::string& title, const std::vector<std::string>& command) {
+    auto program = desktop.launch(command.front(), {command.begin() + 1, command.end()});
+    const auto begin = steady_clock::now();
+    const auto approval = onPhone(title);
+    const auto duration = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin);
+    std::cout << title << " on the phone after " << duration.count() << " ms\n";
+    EXPECT_LT(duration, onThisMachine(longestDelay())) << title;
+    const auto result = relay.waitForResult(relay.decide(approval.id, "Don't Allow"));
+    ASSERT_TRUE(result) << printed();
+    EXPECT_EQ(result->status, kAcceptedStatus) << result->error.value_or("");
+    EXPECT_EQ(program.wait(), 0) << program.errors();
+  };
+  measured(
+      "Allow camera use?",
+      {"gdbus", "call", "--session", "--timeout=60", "-d", "org.gnome.Shell", "-o", "/org/freedesktop/portal/desktop",
+       "-m", "org.freedesktop.impl.portal.Access.AccessDialog", "/org/freedesktop/portal/desktop/request/1/a", "", "",
+       "Allow camera use?", "A program wants it.", "", "{'deny_label': <\"Don't Allow\">, 'grant_label': <'Allow'>}"});
+  measured("Permission", {"notify-send", "-u", "critical", "-A", "allow=Allow", "-A", "deny=Don't Allow", "--wait",
+                          "Permission", "May it go on?"});
+}
+
 TEST_P(KnownWindowsEndToEnd, AWindowThatHasGoneIsGoneThoughItsProgramFallsSilent) {
   QUILLARD_SKIP_WITHOUT(GetParam());
   startAgent();
@@ -107,6 +136,7 @@ TEST_P(OwnWindowEndToEnd, TheWindowOfTheStartDoesNotCoverAPrompt) {
 
 INSTANTIATE_TEST_SUITE_P(Small, DesktopsEndToEnd, kSmallDesktops, nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Large, DesktopsEndToEnd, kLargeDesktops, nameOfKind);
+INSTANTIATE_TEST_SUITE_P(Large, ShellEndToEnd, testing::Values(DesktopKind::gnome), nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Small, KnownWindowsEndToEnd, kSmallDesktops, nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Small, OwnWindowEndToEnd, kSmallDesktops, nameOfKind);
 INSTANTIATE_TEST_SUITE_P(Large, KnownWindowsEndToEnd, testing::Values(DesktopKind::kwin), nameOfKind);

@@ -30,7 +30,9 @@ void popUpMenu(ActionButton& anchor, const std::vector<MenuItemContent>& items,
     }
     auto* action = menu->addAction(plainTitle(item.title));
     action->setEnabled(item.isEnabled);
-    QObject::connect(action, &QAction::triggered, menu, [onChoice, index] {
+    // A press by an assistive program leaves the menu open, unlike a click.
+    QObject::connect(action, &QAction::triggered, menu, [onChoice, index, menu] {
+      menu->close();
       if (onChoice) onChoice(index);
     });
   }

@@ -322,6 +322,19 @@ TEST_F(QtStatusWindowViewTest, PopsUpAMenuFourPointsUnderTheButtonAndTellsTheCho
   EXPECT_FALSE(openMenu());
 }
 
+// As an assistive program does it, without a click.
+TEST_F(QtStatusWindowViewTest, AMenuClosesWhenAnItemOfItIsTriggered) {
+  show();
+  int choices = 0;
+  view->popUpMenu(StatusWindowButton::unpairPhone, {{"One"}}, [&](std::size_t) { ++choices; });
+  settle();
+  ASSERT_TRUE(openMenu());
+  openMenu()->actions().at(0)->trigger();
+  settle();
+  EXPECT_EQ(choices, 1);
+  EXPECT_FALSE(openMenu());
+}
+
 TEST_F(QtStatusWindowViewTest, TellsNothingWhenTheMenuIsDismissed) {
   show();
   int choices = 0;

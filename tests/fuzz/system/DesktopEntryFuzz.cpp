@@ -2,12 +2,18 @@
 
 #include "fuzz/FuzzTarget.h"
 #include "platform/linux/system/DesktopEntry.h"
+#include "platform/linux/system/ReadableEntry.h"
 
 using namespace quillard;
 using fuzz::require;
 
-// Whatever an entry says is read as it stands, and the program that one names can be written and read again.
+// A copy with the switch is known for what it is. Whatever an entry says is read as it stands, and the program that one
+// names can be written and read again.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (const auto copy = desktop::ReadableEntry::copyOf(fuzz::textOf(data, size))) {
+    require(desktop::ReadableEntry::isUnchangedCopy(*copy), "A copy is known to be one.");
+    require(!desktop::ReadableEntry::copyOf(*copy), "A copy is not copied.");
+  }
   for (const auto& [key, value] : desktop::DesktopEntry::mainGroup(fuzz::textOf(data, size))) {
     require(key.find_first_of("=\n") == std::string::npos, "A key is a part of one line.");
     require(value.find('\n') == std::string::npos, "A value is a part of one line.");

@@ -35,7 +35,7 @@ std::string sumOf(std::string_view text) {
 }
 
 struct Marked {
-  std::string mark;  // Empty: there is none.
+  std::optional<std::string> mark;  // The first. Absent: there is none.
   std::string rest;
 };
 
@@ -43,7 +43,7 @@ Marked takeMark(std::string_view text) {
   Marked found;
   while (!text.empty()) {
     const auto line = takeLine(text);
-    if (found.mark.empty() && line.starts_with(kMark)) {
+    if (!found.mark && line.starts_with(kMark)) {
       found.mark = text::trimmed(line.substr(kMark.size()));
     } else {
       found.rest += line;
@@ -123,11 +123,11 @@ std::optional<std::string> copyOf(std::string_view text) {
   return rest.substr(0, placeOfMark) + std::string(kMark) + sumOf(rest) + "\n" + rest.substr(placeOfMark);
 }
 
-bool isCopy(std::string_view text) { return !takeMark(text).mark.empty(); }
+bool isCopy(std::string_view text) { return takeMark(text).mark.has_value(); }
 
 bool isUnchangedCopy(std::string_view text) {
   const auto [mark, rest] = takeMark(text);
-  return !mark.empty() && mark == sumOf(rest);
+  return mark == sumOf(rest);
 }
 
 }  // namespace quillard::desktop::ReadableEntry

@@ -62,6 +62,7 @@ TEST(ReadableEntry, RefusesWhatItCannotChangeSafely) {
                                        entry("Exec=env A=\"1\" chat\n"),
                                        entry("Exec=python3 /opt/chat.py\n"),
                                        entry("Exec=sh -c \"chat\"\n"),
+                                       entry("X-Quillard-Readable=\nExec=chat\n"),
                                        entry("DBusActivatable=true\nExec=chat\n"),
                                        entry("Exec=chat --force-renderer-accessibility\n"),
                                        std::string("\0\xFF[", 3)};

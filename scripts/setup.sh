@@ -20,6 +20,9 @@ debian_packages_of_large_desktops=(
   weston kwin-wayland plasma-workspace kactivitymanagerd xdg-desktop-portal-kde polkit-kde-agent-1 gnome-shell gjs
   plasma-desktop qtwayland5 qt6-wayland libnotify-bin xfce4-notifyd mate-notification-daemon lxqt-notificationd
 )
+# What the phone's page is tried in besides Chromium.
+# shellcheck disable=SC2034  # ./test adds them.
+debian_packages_of_browsers=(firefox-esr webkit2gtk-driver gir1.2-webkit2-4.1 python3-gi)
 # Where Node did not come from the distribution it has an npm of its own, and theirs would not go with it.
 command -v npm >/dev/null || debian_packages+=(npm)
 

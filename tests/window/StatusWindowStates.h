@@ -95,6 +95,12 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   unreadable.programs.changed = {{"notes", "Notes"}};
   auto mended = pairedSnapshot();
   mended.programs.changed = {{"chat", "Chat"}, {"chromium", "Chromium Web Browser"}};
+  auto asked = phones;
+  asked.phones.resize(1);
+  asked.questions = {{.program = "backup",
+                      .question = "Delete the old backups?",
+                      .lines = {"Asked by /usr/bin/backup, process 4242, in /srv", "214 GB on tank/backup"},
+                      .labels = {"Delete", "Cancel"}}};
   return {state("not-installed", notInstalled),
           state("untrusted", untrusted),
           state("connecting", connecting),
@@ -106,6 +112,7 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("revoked", revoked),
           state("phones", phones),
           state("pairing-another", offered),
+          state("asked", asked),
           state("unreadable-programs", unreadable),
           state("mended-programs", mended)};
 }

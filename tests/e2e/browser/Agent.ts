@@ -24,8 +24,9 @@ export class Agent {
     await copyFile(places.agentInformation, join(this.folder, "Info.plist"));
   }
 
-  /** As a user starts it: one that runs already makes way, and the window is shown. */
-  async start(): Promise<void> {
+  /** As a user starts it: one that runs already makes way, and the window is shown, with the code or, where a phone has
+   * it, without. */
+  async start(code: "Pairing QR code" | "Pairing code covered" = "Pairing QR code"): Promise<void> {
     this.runs.push(
       new Program("the agent", this.program, [], {
         QUILLARD_RELAY_URL: this.relay.webSocketAddress,
@@ -33,7 +34,7 @@ export class Agent {
         QUILLARD_DIALOG_DIAGNOSTICS: "1", // What each scan saw, for those who look for the reason of a failure.
       }),
     );
-    await this.desktop.see(this.process, rows.pairing, "Pairing QR code");
+    await this.desktop.see(this.process, rows.pairing, code);
   }
 
   /** The newest one. */
@@ -78,6 +79,12 @@ export class Agent {
   async unpair(): Promise<void> {
     await this.desktop.press(this.process, rows.pairing, "Unpair iPhone");
     await this.waitUntilUnpaired();
+  }
+
+  /** Shows a code for one more phone. */
+  async pairAnother(): Promise<void> {
+    await this.desktop.press(this.process, rows.pairing, "Pair Another Phone");
+    await this.desktop.see(this.process, rows.pairing, "Pairing QR code");
   }
 
   async pause(): Promise<void> {

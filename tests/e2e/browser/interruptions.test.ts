@@ -67,7 +67,7 @@ test("says so while the computer's agent does not run", async ({ agent, desktop,
   expect(await agent.quit()).toBe(0);
   await phone.expectNotice("Desk is not connected");
   const dialog = await desktop.open({ toolkit: "gtk3", title: "Unwatched", buttons: ["No", "Yes"] });
-  await agent.start();
+  await agent.start("Pairing code covered");
   await (await phone.prompt("Unwatched")).tap("No");
   expect(await dialog.exitStatus).toBe(pressed(0));
   await phone.expectOutcome("Unwatched", "“No” pressed from here");

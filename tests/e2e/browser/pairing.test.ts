@@ -23,18 +23,24 @@ test("is unpaired by the computer, and paired again", async ({ agent, desktop, p
   await phone.expectOutcome("Afresh", "“Yes” pressed from here");
 });
 
-test("shows what another phone has decided", async ({ desktop, phone, relay }) => {
+test("shows what another phone has decided, which has a pairing of its own", async ({
+  agent,
+  desktop,
+  phone,
+  relay,
+}) => {
   const other = new Browser(relay, "another");
   await other.start();
   try {
     await other.phone.open();
+    await agent.pairAnother();
     await other.phone.pairByPicture(await desktop.screenshot(), "Desk", "Ben’s phone");
     const dialog = await desktop.open({ toolkit: "qt", title: "Either of us", buttons: ["No", "Yes"] });
     await phone.prompt("Either of us");
     await (await other.phone.prompt("Either of us")).hold("Yes");
     expect(await dialog.exitStatus).toBe(pressed(1));
     await other.phone.expectOutcome("Either of us", "“Yes” pressed from here");
-    await phone.expectOutcome("Either of us", "“Yes” pressed: chosen on Ben’s phone");
+    await phone.expectOutcome("Either of us", "“Yes” pressed: chosen on another phone");
   } finally {
     await other.end();
   }

@@ -32,7 +32,7 @@ import { newUuid } from "./uuid";
 type Snapshot = Extract<IncomingMessage, { type: "snapshot" }>;
 
 const mostPressedElsewhere = 200;
-const otherPhoneName = "Another phone";
+const otherPhoneName = "another phone";
 const unknownPrompt = { appName: "A prompt that this phone has not seen", windowTitle: "" } as const;
 
 export class ComputerSession {

@@ -286,7 +286,7 @@ describe("A result", () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     await world.result(mac, "THEIRS", sampleResult("accepted", { approvalID: two }));
     expect(world.outcomes()).toMatchObject([
-      { otherPhone: "Another phone", appName: expect.stringContaining("not seen") },
+      { otherPhone: "another phone", appName: expect.stringContaining("not seen") },
     ]);
   });
 

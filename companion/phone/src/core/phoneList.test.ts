@@ -283,7 +283,7 @@ describe("A muted kind of prompt", () => {
       prompts: [],
       suppressions: [{ suppressionID, appName: "Disk Tool" }],
     });
-    expect(world.outcomes()).toMatchObject([{ status: "suppressed", otherPhone: "Another phone" }]);
+    expect(world.outcomes()).toMatchObject([{ status: "suppressed", otherPhone: "another phone" }]);
     await receive({ action: "unsuppress", suppressionID }, "approval.suppress");
     expect(world.computer("mac")).toMatchObject({ prompts: [{ id: one }], suppressions: [] });
     expect(world.sent()).toEqual([]);

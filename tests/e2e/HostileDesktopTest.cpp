@@ -271,9 +271,9 @@ TEST_F(HostileSession, TheListStaysWhileTheAccessibilityLauncherIsSilent) {
   }
   EXPECT_TRUE(polls.waitForMore(1));
   EXPECT_TRUE(staysOnPhone(approval, listsBefore));
+  EXPECT_EQ(announcements.calls(), 1);  // Another one comes of the new phone's first grant.
   EXPECT_EQ(resultOf(relay.decide(approval.id, "Yes")).status, kAcceptedStatus);
   EXPECT_EQ(dialog.wait(), kFirstButton + 1);
-  EXPECT_EQ(announcements.calls(), 1);
 }
 
 class UnreadableTexts : public HostileDesktop, public testing::WithParamInterface<std::string> {};

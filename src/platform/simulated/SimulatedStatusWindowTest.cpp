@@ -15,6 +15,7 @@ using testing::IsEmpty;
 
 class SimulatedStatusWindowTest : public testing::Test {
  protected:
+  static std::string nameOf(StatusWindowButton button) { return "button " + std::to_string(static_cast<int>(button)); }
   std::vector<std::string> takeEvents() {
     time.runUntilIdle();
     return std::exchange(events, {});
@@ -27,10 +28,10 @@ class SimulatedStatusWindowTest : public testing::Test {
   VirtualTime time{Seed{1}};
   SimulatedStatusWindowViews views{time};
   std::vector<std::string> events;
-  std::unique_ptr<StatusWindowView> view = views.makeStatusWindowView(
-      {.onButton = [this](StatusWindowButton b) { events.push_back("button " + std::to_string(static_cast<int>(b))); },
-       .onWillClose = [this] { events.emplace_back("close"); },
-       .onAppearanceChange = [this] { events.emplace_back("appearance"); }});
+  std::unique_ptr<StatusWindowView> view =
+      views.makeStatusWindowView({.onButton = [this](StatusWindowButton b) { events.push_back(nameOf(b)); },
+                                  .onWillClose = [this] { events.emplace_back("close"); },
+                                  .onAppearanceChange = [this] { events.emplace_back("appearance"); }});
   SimulatedStatusWindow& window = views.window();
 };
 
@@ -46,25 +47,39 @@ TEST_F(SimulatedStatusWindowTest, OnlyWhatIsShownAndEnabledCanBeClicked) {
   EXPECT_FALSE(window.click(StatusWindowButton::updateSecondary)) << "disabled";
   EXPECT_TRUE(window.click(StatusWindowButton::unpairPhone));
   EXPECT_THAT(events, IsEmpty()) << "in a later turn";
-  EXPECT_THAT(takeEvents(), ElementsAre("button 1"));
+  EXPECT_THAT(takeEvents(), ElementsAre(nameOf(StatusWindowButton::unpairPhone)));
   EXPECT_EQ(window.content(), content);
   EXPECT_EQ(window.contentCount(), 1);
 }
 
 TEST_F(SimulatedStatusWindowTest, EveryButtonHasItsPlaceInTheContent) {
   StatusWindowContent content;
-  content.pairingActionButton = ButtonContent{"0"};
-  content.unpairPhoneButton = ButtonContent{"1"};
-  int next = 2;
+  std::vector<std::optional<ButtonContent>*> places{&content.pairingActionButton, &content.pairAnotherButton,
+                                                    &content.unpairPhoneButton};
+  content.question.emplace();
+  content.programs.emplace();
   for (auto* row : {&content.installLocation, &content.accessibility, &content.loginItem, &content.update,
-                    &content.notificationPause}) {
-    row->primaryButton = ButtonContent{std::to_string(next++)};
-    row->secondaryButton = ButtonContent{std::to_string(next++)};
+                    &content.notificationPause, &*content.question, &*content.programs}) {
+    places.push_back(&row->primaryButton);
+    places.push_back(&row->secondaryButton);
   }
-  for (int i = 0; i < next; ++i) {
+  ASSERT_EQ(places.size(), static_cast<std::size_t>(StatusWindowButton::none));
+  for (std::size_t i = 0; i < places.size(); ++i) *places[i] = ButtonContent{std::to_string(i)};
+  for (std::size_t i = 0; i < places.size(); ++i) {
     EXPECT_EQ(buttonOf(content, static_cast<StatusWindowButton>(i)), ButtonContent{std::to_string(i)});
     EXPECT_EQ(buttonOf({}, static_cast<StatusWindowButton>(i)), std::nullopt);
   }
+  EXPECT_EQ(buttonOf(content, StatusWindowButton::none), std::nullopt);
+}
+
+TEST_F(SimulatedStatusWindowTest, ThePhonesHaveOneButtonEach) {
+  StatusWindowContent content;
+  content.phones.resize(2);
+  content.phones[1].secondaryButton = ButtonContent{"Unpair…"};
+  EXPECT_EQ(buttonOf(content, phoneButton(0)), std::nullopt);
+  EXPECT_EQ(buttonOf(content, phoneButton(1)), ButtonContent{"Unpair…"});
+  EXPECT_EQ(buttonOf(content, phoneButton(2)), std::nullopt);
+  EXPECT_EQ(phoneRowOf(phoneButton(kMostPhoneRows)), std::nullopt);
 }
 
 TEST_F(SimulatedStatusWindowTest, OneItemOfAMenuCanBeChosenOnce) {

@@ -6,14 +6,16 @@ namespace quillard {
 
 AgentChannel::AgentChannel(const AgentChannelDependencies& dependencies,
                            const QuestionsDependencies& questionsDependencies, QuestionsCallbacks questionsCallbacks,
-                           AgentCommandActions actions)
+                           AgentCommandActions actions, PhoneCommandActions phoneActions)
     : console(dependencies.console),
       openQuestions(questionsDependencies, std::move(questionsCallbacks)),
       questionCommands(openQuestions, dependencies.store),
       agentCommands(std::move(actions), dependencies.mainThread),
+      phoneCommands(std::move(phoneActions), dependencies.mainThread),
       server(dependencies.localSockets, dependencies.mainThread) {
   questionCommands.addTo(server);
   agentCommands.addTo(server);
+  phoneCommands.addTo(server);
 }
 
 AgentChannel::~AgentChannel() = default;

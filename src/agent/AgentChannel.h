@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/AgentCommands.h"
+#include "agent/PhoneCommands.h"
 #include "approvals/ApprovalStore.h"
 #include "channel/ChannelServer.h"
 #include "platform/process/Console.h"
@@ -24,7 +25,7 @@ struct AgentChannelDependencies {
 class AgentChannel {
  public:
   AgentChannel(const AgentChannelDependencies& dependencies, const QuestionsDependencies& questionsDependencies,
-               QuestionsCallbacks questionsCallbacks, AgentCommandActions actions);
+               QuestionsCallbacks questionsCallbacks, AgentCommandActions actions, PhoneCommandActions phoneActions);
   ~AgentChannel();
   AgentChannel(const AgentChannel&) = delete;
   AgentChannel& operator=(const AgentChannel&) = delete;
@@ -35,12 +36,14 @@ class AgentChannel {
   void stop();
 
   [[nodiscard]] Questions& questions() { return openQuestions; }
+  [[nodiscard]] PhoneCommands& phones() { return phoneCommands; }
 
  private:
   platform::Console& console;
   Questions openQuestions;
   QuestionCommands questionCommands;
   AgentCommands agentCommands;
+  PhoneCommands phoneCommands;
   ChannelServer server;  // Last: its sessions refer to the commands.
 };
 

@@ -67,7 +67,7 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
             phonePairingsCallbacks()),
       channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
               {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
-              questionsCallbacks(), agentCommandActions()) {}
+              questionsCallbacks(), agentCommandActions(), phoneCommandActions()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -362,6 +362,12 @@ AgentCommandActions AppDelegate::agentCommandActions() {
           .change = [this](const SettingsChange& change) { return changeSetting(change); }};
 }
 
+PhoneCommandActions AppDelegate::phoneCommandActions() {
+  return {.phones = [this] { return relay.phones(); },
+          .unpair = [this](int pairing) { unpair(pairing); },
+          .unpairAll = [this] { unpairPhoneFromStatusWindow(); }};
+}
+
 PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
   return {.snapshotProvider = [this] { return approvalSnapshot(); },
           .onApprovalRequest = [this](const auto& envelope) { decisions.handleRelayApprovalRequest(envelope); },
@@ -375,6 +381,7 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
               [this](int pairing) {
                 decisions.forget(pairing);
                 status.forgetPairingCode();
+                channel.phones().pairingForgotten(pairing);
               },
           .onPairingRenewed =
               [this] {

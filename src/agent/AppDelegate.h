@@ -110,6 +110,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] std::unique_ptr<ApprovalPress> makeApprovalPress();
   [[nodiscard]] QuestionsCallbacks questionsCallbacks();
   [[nodiscard]] AgentCommandActions agentCommandActions();
+  [[nodiscard]] PhoneCommandActions phoneCommandActions();
   [[nodiscard]] PhonePairingsCallbacks phonePairingsCallbacks();
   [[nodiscard]] StatusWindowCallbacks statusWindowCallbacks();
 

@@ -12,6 +12,7 @@
 
 #include "app/AskTool.h"
 #include "app/ChannelTools.h"
+#include "app/PhoneTools.h"
 #include "foundation/PrintableText.h"
 #include "platform/qt/TerminationSignals.h"
 
@@ -121,6 +122,28 @@ ExitCode exchange(const std::string& name, const std::string& line, const Channe
   return end.code;
 }
 
+std::string jsonLine(const ChannelMessage& message) {
+  return message.json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+ExitCode notUnderstood(const std::string& name, const Output& output) {
+  output.printError("quillard " + name + ": The agent's answer is not understood.\n");
+  return ExitCode::cannotDoHere;
+}
+
+// Absent: a person agreed.
+std::optional<ExitCode> refusalAtTerminal(const std::string& question, const Output& output) {
+  if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) {
+    output.printError("quillard unpair: " + question + " Without a terminal, --yes has to say so.\n");
+    return ExitCode::cannotDoHere;
+  }
+  output.printError(question + " [y/N] ");
+  const auto line = readLine(STDIN_FILENO);
+  if (line && isYes(*line)) return std::nullopt;
+  output.printError("Nothing was unpaired.\n");
+  return ExitCode::problemFound;
+}
+
 ExitCode sendAnswer(const AnswerQuestion& command, const std::vector<ListedQuestion>& questions,
                     const ChannelRunDependencies& dependencies, const Output& output) {
   if (::isatty(STDIN_FILENO) != 1) {
@@ -170,17 +193,15 @@ ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies,
 
 ExitCode runAnswer(const AnswerQuestion& command, const ChannelRunDependencies& dependencies, const Output& output) {
   std::vector<ListedQuestion> questions;
-  const auto code =
-      exchange("answer", channelLine("questions"), dependencies, output,
-               [&](const ChannelMessage& message) -> std::optional<ExitCode> {
-                 auto read = readQuestions(message);
-                 if (!read) return ExitCode::cannotDoHere;
-                 questions = std::move(*read);
-                 if (!command.id.empty()) return ExitCode::fine;
-                 output.print(command.asJson ? message.json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"
-                                             : questionsText(questions));
-                 return ExitCode::fine;
-               });
+  const auto code = exchange("answer", channelLine("questions"), dependencies, output,
+                             [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                               auto read = readQuestions(message);
+                               if (!read) return ExitCode::cannotDoHere;
+                               questions = std::move(*read);
+                               if (!command.id.empty()) return ExitCode::fine;
+                               output.print(command.asJson ? jsonLine(message) : questionsText(questions));
+                               return ExitCode::fine;
+                             });
   if (code != ExitCode::fine || command.id.empty()) return code;
   return sendAnswer(command, questions, dependencies, output);
 }
@@ -190,6 +211,42 @@ ExitCode runStatus(const TellStatus& command, const ChannelRunDependencies& depe
                   [&](const ChannelMessage& message) -> std::optional<ExitCode> {
                     output.print(statusText(message, command.asJson));
                     if (command.follows && output.couldPrint()) return std::nullopt;
+                    return ExitCode::fine;
+                  });
+}
+
+ExitCode runPhones(const ListPhones& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  return exchange("phones", channelLine("phones"), dependencies, output,
+                  [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                    const auto phones = readPhones(message);
+                    if (!phones) return notUnderstood("phones", output);
+                    output.print(command.asJson ? jsonLine(message) : phonesText(*phones));
+                    return ExitCode::fine;
+                  });
+}
+
+ExitCode runUnpair(const UnpairPhones& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  std::optional<std::vector<ListedPhone>> phones;
+  const auto code = exchange("unpair", channelLine("phones"), dependencies, output,
+                             [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                               phones = readPhones(message);
+                               return phones ? ExitCode::fine : notUnderstood("unpair", output);
+                             });
+  if (code != ExitCode::fine) return code;
+  const auto plan = planUnpairing(command, *phones);
+  if (const auto* const problem = std::get_if<std::string>(&plan)) {
+    output.printError("quillard unpair: " + *problem + (problem->ends_with('\n') ? "" : "\n"));
+    return ExitCode::problemFound;
+  }
+  const auto& unpairing = std::get<Unpairing>(plan);
+  // Between the exchanges: Ctrl-C ends the program there.
+  const auto refusal = command.isConfirmed ? std::nullopt : refusalAtTerminal(unpairing.question, output);
+  if (refusal) return *refusal;
+  return exchange("unpair", unpairing.line, dependencies, output,
+                  [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                    const auto text = unpairedText(message);
+                    if (!text) return notUnderstood("unpair", output);
+                    output.print(*text);
                     return ExitCode::fine;
                   });
 }

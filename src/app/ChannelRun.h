@@ -31,6 +31,13 @@ struct ChannelRunDependencies {
 [[nodiscard]] ExitCode runStatus(const TellStatus& command, const ChannelRunDependencies& dependencies,
                                  const Output& output);
 
+[[nodiscard]] ExitCode runPhones(const ListPhones& command, const ChannelRunDependencies& dependencies,
+                                 const Output& output);
+
+// Asks at the terminal before, unless it is confirmed. Ends with `fine` only when something was unpaired.
+[[nodiscard]] ExitCode runUnpair(const UnpairPhones& command, const ChannelRunDependencies& dependencies,
+                                 const Output& output);
+
 // A request whose only answer is that it was done. `name`: of the command.
 [[nodiscard]] ExitCode runRequest(const std::string& name, const std::string& line,
                                   const ChannelRunDependencies& dependencies, const Output& output);

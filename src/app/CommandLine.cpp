@@ -40,6 +40,8 @@ struct Arguments {
   AnswerQuestion answer;
   TellStatus status;
   PauseAlerts pause;
+  ListPhones phones;
+  UnpairPhones unpairing;
 };
 
 void describeRelay(CLI::App& program, Arguments& read) {
@@ -125,6 +127,15 @@ void describeAgentCommands(CLI::App& program, Arguments& read) {
   answer->add_flag("--json", read.answer.asJson, "Print JSON");
 }
 
+void describePhones(CLI::App& program, Arguments& read) {
+  auto* const phones = program.add_subcommand("phones", "List the phones that are paired");
+  phones->add_flag("--json", read.phones.asJson, "Print JSON");
+  auto* const unpair = program.add_subcommand("unpair", "Take the pairing of a phone back");
+  unpair->add_option("PHONE", read.unpairing.phone, "Its name, or its number as \"quillard phones\" prints it");
+  unpair->add_flag("--all", read.unpairing.all, "All phones")->excludes("PHONE");
+  unpair->add_flag("--yes", read.unpairing.isConfirmed, "Without asking");
+}
+
 Command askCommand(const Arguments& read) {
   AskQuestion command = read.question;
   for (const auto& label : read.buttons) {
@@ -180,6 +191,7 @@ void describe(CLI::App& program, Arguments& read) {
 
   describeAsk(program, read);
   describeAgentCommands(program, read);
+  describePhones(program, read);
 }
 
 Command relayCommandOf(const CLI::App& relay, const Arguments& read) {
@@ -212,6 +224,11 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   }
   if (program.got_subcommand("status")) return read.status;
   if (program.got_subcommand("pause")) return read.pause;
+  if (program.got_subcommand("phones")) return read.phones;
+  if (program.got_subcommand("unpair")) {
+    if (!read.unpairing.all && read.unpairing.phone.empty()) return wrongUsage("unpair", "PHONE or --all is missing.");
+    return read.unpairing;
+  }
   if (program.got_subcommand("open")) return OpenWindow{};
   if (program.got_subcommand("quit")) return QuitAgent{};
   return RunAgent{};

@@ -115,6 +115,19 @@ struct QuitAgent {
   bool operator==(const QuitAgent&) const = default;
 };
 
+// Prints the phones that are paired.
+struct ListPhones {
+  bool asJson = false;
+  bool operator==(const ListPhones&) const = default;
+};
+// Takes pairings back.
+struct UnpairPhones {
+  std::string phone{};  // A name, or the number of a pairing; empty: all.
+  bool all = false;
+  bool isConfirmed = false;  // Nothing is asked.
+  bool operator==(const UnpairPhones&) const = default;
+};
+
 // Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
 struct PrintMessage {
   std::string text;  // Ends in a line break.
@@ -122,9 +135,10 @@ struct PrintMessage {
   bool operator==(const PrintMessage&) const = default;
 };
 
-using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable,
-                             RecordDesktop, SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting,
-                             AskQuestion, AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, PrintMessage>;
+using Command =
+    std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable, RecordDesktop,
+                 SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, AskQuestion, AnswerQuestion,
+                 TellStatus, PauseAlerts, OpenWindow, QuitAgent, ListPhones, UnpairPhones, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

@@ -72,6 +72,18 @@ TEST(CommandLine, HasACommandForEachRequestToTheAgent) {
   expectCommand({"answer"}, AnswerQuestion{});
   expectCommand({"answer", "--json"}, AnswerQuestion{.asJson = true});
   expectCommand({"answer", "AB12", "Delete all"}, AnswerQuestion{.id = "AB12", .label = "Delete all"});
+  expectCommand({"phones"}, ListPhones{});
+  expectCommand({"phones", "--json"}, ListPhones{.asJson = true});
+  expectCommand({"unpair", "Ann's phone"}, UnpairPhones{.phone = "Ann's phone"});
+  expectCommand({"unpair", "2", "--yes"}, UnpairPhones{.phone = "2", .isConfirmed = true});
+  expectCommand({"unpair", "--yes", "--", "--all"}, UnpairPhones{.phone = "--all", .isConfirmed = true});
+  expectCommand({"unpair", "--all"}, UnpairPhones{.all = true});
+  EXPECT_NE(refusal({"phones", "Ann"}), "not refused");
+  EXPECT_NE(refusal({"unpair"}).find("PHONE or --all is missing."), std::string::npos);
+  EXPECT_NE(refusal({"unpair", ""}), "not refused");
+  EXPECT_NE(refusal({"unpair", "--yes"}), "not refused");
+  EXPECT_NE(refusal({"unpair", "--all", "Ann"}), "not refused");
+  EXPECT_NE(refusal({"unpair", "Ann", "Ben"}), "not refused");
   EXPECT_NE(refusal({"pause", "3h"}), "not refused");
   EXPECT_NE(refusal({"pause"}), "not refused");
   EXPECT_NE(refusal({"answer", "AB12"}), "not refused");
@@ -143,7 +155,7 @@ TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
     EXPECT_EQ(said.code, ExitCode::fine);
     for (const char* word :
          {"scan", "explain", "doctor", "pair", "readable", "relay", "settings", "record", "ask", "answer", "status",
-          "pause", "open", "quit", "--version", "Exit codes: 0", "quillard(1)"}) {
+          "pause", "phones", "unpair", "open", "quit", "--version", "Exit codes: 0", "quillard(1)"}) {
       EXPECT_NE(said.text.find(word), std::string::npos) << word << " in\n" << said.text;
     }
   }

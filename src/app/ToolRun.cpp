@@ -91,6 +91,8 @@ struct Tools {
   ExitCode operator()(const AskQuestion& command) const { return runAsk(command, channel(), output); }
   ExitCode operator()(const AnswerQuestion& command) const { return runAnswer(command, channel(), output); }
   ExitCode operator()(const TellStatus& command) const { return runStatus(command, channel(), output); }
+  ExitCode operator()(const ListPhones& command) const { return runPhones(command, channel(), output); }
+  ExitCode operator()(const UnpairPhones& command) const { return runUnpair(command, channel(), output); }
   ExitCode operator()(const PauseAlerts& command) const { return request("pause", command); }
   ExitCode operator()(const OpenWindow& command) const { return request("open", command); }
   ExitCode operator()(const QuitAgent& command) const { return request("quit", command); }

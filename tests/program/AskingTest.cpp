@@ -70,6 +70,50 @@ class Connection {
   const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
+// An agent of the test's own at that socket: answers each connection's request with the next line.
+class FakeAgent {
+ public:
+  FakeAgent(const std::string& path, const std::vector<std::string>& answers) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ::unlink(path.c_str());
+    isListening =
+        ::bind(file, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 && ::listen(file, 8) == 0;
+    thread = std::thread([this, answers] {
+      for (const auto& answer : answers) {
+        const int client = ::accept(file, nullptr, nullptr);
+        if (client < 0) return;
+        std::string request;
+        for (char character = 0; ::recv(client, &character, 1, 0) == 1 && character != '\n';) request += character;
+        received.push_back(request);
+        [[maybe_unused]] const auto sent = ::send(client, (answer + "\n").data(), answer.size() + 1, MSG_NOSIGNAL);
+        ::close(client);
+      }
+    });
+  }
+  ~FakeAgent() {
+    (void)end();
+    ::close(file);
+  }
+  FakeAgent(const FakeAgent&) = delete;
+  FakeAgent& operator=(const FakeAgent&) = delete;
+
+  // The requests that came until now. Nothing is answered afterwards.
+  std::vector<std::string> end() {
+    ::shutdown(file, SHUT_RDWR);
+    if (thread.joinable()) thread.join();
+    return received;
+  }
+
+  bool isListening = false;
+
+ private:
+  const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  std::vector<std::string> received;
+  std::thread thread;
+};
+
 class Asking : public testing::Test {
  protected:
   Asking() {
@@ -174,10 +218,62 @@ TEST_F(Asking, WithoutAnAgentEveryRequestEndsWithItsOwnStatus) {
   EXPECT_EQ(launch({"status"})->wait(), 3);
   EXPECT_EQ(launch({"answer"})->wait(), 3);
   EXPECT_EQ(launch({"quit"})->wait(), 3);
+  EXPECT_EQ(launch({"phones"})->wait(), 3);
+  EXPECT_EQ(launch({"unpair", "--all", "--yes"})->wait(), 3);
+}
+
+TEST_F(Asking, WithoutAPhoneNothingIsUnpaired) {
+  const auto listing = launch({"phones"});
+  EXPECT_EQ(listing->readLine(), "No phone is paired.");
+  EXPECT_EQ(listing->wait(), 0);
+  EXPECT_EQ(launch({"phones", "--json"})->readLine(), R"({"version":1,"type":"phones","phones":[]})");
+  EXPECT_EQ(launch({"unpair", "--all", "--yes"})->wait(), 1);
+  EXPECT_EQ(launch({"unpair", "Ann", "--yes"})->wait(), 1);
+}
+
+constexpr const char* kBenIsPaired =
+    R"({"version":1,"type":"phones","phones":[{"name":"Ben","pairing":2,"since":"2026-01-04T10:00:00Z",)"
+    R"("lastHeard":"2026-01-05T10:00:00Z","connected":false,"decisions":0,"isUnexpected":false}]})";
+
+// A way to unpair Ben, and what comes of it.
+struct UnpairingCase {
+  std::vector<std::string> command;
+  std::string input;
+  int status = 0;
+  bool isUnpaired = false;
+};
+
+TEST_F(Asking, APhoneIsUnpairedWhenAPersonAgreesOrHasSaidSoBefore) {
+  agent->kill();
+  const std::string program = QUILLARD_PROGRAM;
+  const std::vector<std::string> atTerminal{"/usr/bin/script", "-qec", program + " unpair Ben", "/dev/null"};
+  for (const auto& one : std::vector<UnpairingCase>{{{"unpair", "Ben"}, "y\n", 3, false},
+                                                    {{"unpair", "Ben", "--yes"}, "", 0, true},
+                                                    {atTerminal, "n\n", 1, false},
+                                                    {atTerminal, "\n", 1, false},
+                                                    {atTerminal, "y\n", 0, true}}) {
+    FakeAgent fake(socket, {kBenIsPaired, R"({"version":1,"type":"unpaired","phones":["Ben"]})"});
+    ASSERT_TRUE(fake.isListening);
+    const auto label = testing::PrintToString(one.command) + one.input;
+    EXPECT_EQ(launch(one.command, one.input)->wait(), one.status) << label;
+    std::vector<std::string> expected{R"({"version":1,"type":"phones"})"};
+    if (one.isUnpaired) {
+      expected.push_back(R"({"version":1,"type":"unpair","pairing":2,"since":"2026-01-04T10:00:00Z"})");
+    }
+    EXPECT_EQ(fake.end(), expected) << label;
+  }
+}
+
+TEST_F(Asking, ARefusedUnpairingIsNoSuccess) {
+  agent->kill();
+  FakeAgent fake(
+      socket, {kBenIsPaired, R"({"version":1,"type":"error","code":"notFound","message":"No such phone is paired."})"});
+  EXPECT_EQ(launch({"unpair", "2", "--yes"})->wait(), 1);
 }
 
 TEST_F(Asking, NothingEndsWithZeroWhenItsOutputCannotBeWritten) {
   EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " status > /dev/full"})->wait(), 3);
+  EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " phones > /dev/full"})->wait(), 3);
   EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " --version > /dev/full"})->wait(), 3);
 }
 

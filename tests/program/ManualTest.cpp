@@ -43,6 +43,8 @@ TEST(Manual, NamesEveryCommandAndExitCode) {
                             ".BR answer",
                             ".BR status",
                             ".BR pause",
+                            ".BR phones",
+                            ".BR unpair",
                             "\n.B open\n",
                             "\n.B quit\n",
                             "\\-\\-needs\\-computer",

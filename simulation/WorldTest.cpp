@@ -95,6 +95,14 @@ TEST(Worlds, KeepEveryInvariantWhereTheJudgeWasWrong) {
   }
 }
 
+// Where the agent was wrong: it took a prompt whose buttons changed places, while its program was slow to act on the
+// press, for one that had gone.
+TEST(Worlds, KeepEveryInvariantWhereTheAgentWasWrong) {
+  for (const std::uint64_t seed : {93'675U}) {
+    EXPECT_EQ(live({.seed = seed, .length = Seconds{30.24}}).broken, std::nullopt) << "Seed " << seed;
+  }
+}
+
 // What each world shows when the agent makes one mistake again: see tests/mutation for these mistakes.
 TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
   const std::map<std::uint64_t, std::string> mistakes{

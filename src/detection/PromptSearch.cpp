@@ -94,6 +94,9 @@ class PromptSearch::Reading {
     return presence.isUnknown() && hasLeftWindowServer(window) ? PromptPresence::gone() : presence;
   }
 
+  // Whether `presenceIn` found the window there, and something else in it.
+  [[nodiscard]] bool sawOtherContent() const { return hasOtherContent; }
+
   [[nodiscard]] PromptResolution resolve(const std::string& buttonLabel) {
     if (approval.window) prepare();
     auto match = approval.window ? matchIn(sourceOf(*approval.window), buttonLabel) : bestMatch(buttonLabel);
@@ -176,7 +179,9 @@ class PromptSearch::Reading {
     const auto there = presenceIn({sourceOf(window.element)});
     if (isSilent() || !isAnswering(window.element)) return PromptPresence::unknown(whySilent());
     if (!there) {
-      return wasReadWhole ? PromptPresence::gone() : PromptPresence::unknown(UnknownReason::promptNotReadable);
+      if (!wasReadWhole) return PromptPresence::unknown(UnknownReason::promptNotReadable);
+      hasOtherContent = isWithin(window.element, known.windows);
+      return PromptPresence::gone();
     }
     if (isWithin(window.element, known.windows) || isNamedByDesktop(window.element)) return *there;
     // A window that only the desktop would name: without the desktop, nothing is known of it.
@@ -330,6 +335,7 @@ class PromptSearch::Reading {
   const PendingApproval& approval;
   const std::unique_ptr<AXReadScope> scope;
   const AXUIElement application;
+  bool hasOtherContent = false;
   bool wasReadWhole = true;  // What was read of the prompt's application.
   bool isDesktopSilent = false;
   bool isBlocked = false;  // The approval's window asks for direct access now, in other words than it did.
@@ -347,7 +353,10 @@ PromptPresence PromptSearch::presenceOf(const PendingApproval& approval, const P
   if (isPermissionDenied(dependencies.accessibility)) {
     return PromptPresence::unknown(UnknownReason::accessibilityNotGranted);
   }
-  return Reading{dependencies, approval}.presenceIn(window);
+  Reading reading{dependencies, approval};
+  const auto presence = reading.presenceIn(window);
+  // A window that changed while it was read was read half before and half after: as it never was.
+  return reading.sawOtherContent() ? Reading{dependencies, approval}.presenceIn(window) : presence;
 }
 
 PromptResolution PromptSearch::resolve(const PendingApproval& approval, const std::string& buttonLabel) const {

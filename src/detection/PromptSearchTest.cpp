@@ -142,6 +142,19 @@ TEST_F(PromptSearchTest, AWindowThatShowsAnotherPromptShowsTheApprovedOneNoMore)
   EXPECT_EQ(presence(), kThere);
 }
 
+TEST_F(PromptSearchTest, AWindowWhoseButtonsChangePlacesWhileItIsReadIsStillThere) {
+  const auto children = desktop().children(dialog);
+  ASSERT_EQ(children.size(), 3U);
+  const auto name = [&](const char* first, const char* second) {
+    desktop().setAttribute(children[1], ax::kTitle, std::string(first));
+    desktop().setAttribute(children[2], ax::kTitle, std::string(second));
+  };
+  withChangeBeforeEachRequest([&] { name("Erase", "Cancel"); }, [&] { name("Cancel", "Erase"); },
+                              [&] { EXPECT_EQ(presence(), kThere); });
+  name("Erase", "Keep");
+  EXPECT_EQ(presence(), kGone) << "other buttons are another prompt";
+}
+
 TEST_F(PromptSearchTest, ASheetIsThereAsLongAsItsWindowHoldsIt) {
   desktop().close(dialog);
   const auto window =

@@ -377,9 +377,9 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
                 relayStatusChanged();
                 channel.questions().phonesChanged();
               },
+          .onPairingEnding = [this](int pairing) { decisions.forget(pairing); },
           .onPairingForgotten =
               [this](int pairing) {
-                decisions.forget(pairing);
                 status.forgetPairingCode();
                 channel.phones().pairingForgotten(pairing);
               },

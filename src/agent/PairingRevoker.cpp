@@ -11,6 +11,7 @@ namespace quillard {
 namespace {
 
 constexpr Seconds kAttemptTimeout{20};
+constexpr Seconds kSettlingTime{5};
 constexpr Seconds kFirstDelay{60};
 constexpr Seconds kLongestDelay{3600};
 
@@ -22,12 +23,21 @@ PairingRevoker::PairingRevoker(const PairingRevokerDependencies& dependencies)
 PairingRevoker::~PairingRevoker() { stop(); }
 
 void PairingRevoker::start() {
-  if (!isStopped && !client && !nextStep && !pending.all().empty()) attempt();
+  if (!isStopped && !client) attempt();
 }
 
-void PairingRevoker::add(const UnsentRevocation& revocation) {
-  pending.add(revocation);
-  start();
+void PairingRevoker::keep(const UnsentRevocation& revocation) { pending.add(revocation); }
+
+void PairingRevoker::startSoon() {
+  if (isStopped || isIdle()) return;
+  nextDelay = kFirstDelay;
+  if (client) return;  // It follows.
+  nextStep = dependencies.executors.mainThread().postAfter(kSettlingTime, scope.bind([this] { attempt(); }));
+}
+
+bool PairingRevoker::isKept(const std::string& identifier) const {
+  const auto all = pending.all();
+  return std::any_of(all.begin(), all.end(), [&](const auto& one) { return one.secrets.pairingID == identifier; });
 }
 
 void PairingRevoker::attempt() {
@@ -58,28 +68,22 @@ void PairingRevoker::attempt() {
 // They are called on the client's queue. What comes of an earlier client is void.
 RelayClientCallbacks PairingRevoker::clientCallbacks() {
   const auto onMainThread = [this, &mainThread = dependencies.executors.mainThread()](auto act) {
-    return [bound = scope.bind([this, asked = pairingID, act] {
-      if (client && pairingID == asked) act();
-    }),
-            &mainThread](const auto&...) { mainThread.post(bound); };
+    const auto bound = scope.bind([this, asked = pairingID, act](const auto& argument) {
+      if (client && pairingID == asked) act(argument);
+    });
+    return [bound, &mainThread](const auto& argument) { mainThread.post([bound, argument] { bound(argument); }); };
   };
   return {.onApprovalRequest = [](const auto&) {},
           .onSuppressionCommand = [](const auto&) {},
           .onStatusChange =
-              [tell = onMainThread([this] { connected(); })](const RelayConnectionStatus& status) {
-                if (status.relayConnected) tell();
-              },
-          .onRefused = onMainThread([this] { ended(/*isOver=*/true); })};
+              onMainThread([this](const RelayConnectionStatus& status) { connectionChanged(status.relayConnected); }),
+          .onRefused = onMainThread([this](RelayRefusal) { ended(/*isOver=*/true); })};
 }
 
-void PairingRevoker::connected() {
-  if (std::exchange(hasAsked, true)) return;
-  auto act = scope.bind([this, asked = pairingID](bool wasSent) {
-    if (client && pairingID == asked) ended(wasSent);
-  });
-  client->unpairPhone(std::nullopt, [act, &mainThread = dependencies.executors.mainThread()](bool wasSent) {
-    mainThread.post([act, wasSent] { act(wasSent); });
-  });
+// A relay that was asked ends the connection, and refuses the next one, which the client tries by itself.
+void PairingRevoker::connectionChanged(bool isConnected) {
+  const bool hadAsked = std::exchange(hasAsked, isConnected);
+  if (isConnected && !hadAsked) client->unpairPhone(std::nullopt, [](bool) {});
 }
 
 void PairingRevoker::ended(bool isOver) {

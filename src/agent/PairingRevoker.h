@@ -28,11 +28,11 @@ struct PairingRevokerDependencies {
   const StampClock& stampClock;
 };
 
-// Makes up for revocations that a relay could not be told when a pairing was given up: it connects as that pairing's
-// computer, asks for the revocation, and leaves. One pairing at a time; an attempt takes 20 s at most, and the next one
-// follows after a minute, then after twice as long each time, an hour at most. What is left is tried in the next run.
-//
-// A relay that does not know the pairing, or calls it revoked, has nothing to be told any more.
+// Sees to it that the relay learns of each pairing that was given up: it connects as that pairing's computer, and asks
+// for the revocation where it is let in. That a request was sent proves nothing, as a link that has just gone takes it,
+// too: a revocation is kept until the relay refuses the computer, because it calls the pairing revoked or does not know
+// it. One pairing at a time; an attempt takes 20 s at most, and the next one follows after a minute, then after twice
+// as long each time, an hour at most. What is left is tried in the next run.
 //
 // States: idle -> trying -> waiting -> trying ..., and idle; stopped. Nothing is made while nothing is to be told. Main
 // thread.
@@ -45,21 +45,26 @@ class PairingRevoker {
 
   // Begins with what earlier runs left.
   void start();
-  // Keeps it, and tells the relay as soon as that can be reached.
-  void add(const UnsentRevocation& revocation);
+  // Keeps it, from now on and from run to run.
+  void keep(const UnsentRevocation& revocation);
+  // Begins in a few seconds: the request is on its way to the relay, or there is no connection at present.
+  void startSoon();
+  // Whether the pairing of this identifier is to be revoked.
+  [[nodiscard]] bool isKept(const std::string& identifier) const;
+  [[nodiscard]] bool isIdle() const { return pending.all().empty(); }
   void stop();
 
  private:
   void attempt();
   [[nodiscard]] RelayClientCallbacks clientCallbacks();
-  void connected();
+  void connectionChanged(bool isConnected);
   void ended(bool isOver);
   void letGoOfClient();
 
   const PairingRevokerDependencies dependencies;
   PendingRevocations pending;
   bool isStopped = false;
-  bool hasAsked = false;  // This attempt's client.
+  bool hasAsked = false;  // On the present connection of this attempt's client.
   Seconds nextDelay;
   std::string pairingID;                            // Of the attempt under way.
   std::unique_ptr<platform::SerialExecutor> queue;  // Present once something was to be told.

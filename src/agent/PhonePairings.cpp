@@ -63,22 +63,33 @@ PhonePairings::~PhonePairings() = default;
 // ---- All of them
 
 void PhonePairings::startRelayIfConfigured() {
+  giveUpWhatEarlierRunEnded();
   first->startRelayIfConfigured();
   readFirstIdentity();
   startFurther();
   revoker.start();
 }
 
-// One that is being taken back is still so at the relay that knew it.
+// One that is being taken back ends here; the relay that knew it is told by the revoker.
 void PhonePairings::relayWasChosen() {
   withdrawOffer();
   first->relayWasChosen();
   readFirstIdentity();
   for (const auto& one : furtherOnes) {
     one->code.forget();
-    if (!one->isEnding) one->session->relayWasChosen();
+    one->session->relayWasChosen();
   }
   startFurther();
+}
+
+// Of further ones their list says so.
+void PhonePairings::giveUpWhatEarlierRunEnded() {
+  if (revoker.isIdle()) return;
+  auto& configuration = dependencies.session.pairingConfiguration;
+  const auto secrets = configuration.storedSecrets();
+  if (!secrets || !revoker.isKept(secrets->pairingID)) return;
+  roster.forget(secrets->pairingID);
+  configuration.rotateInstallationIdentity();
 }
 
 // It was read, or made, when its session started.
@@ -154,8 +165,6 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
       .snapshotProvider = callbacks.snapshotProvider,
       .onApprovalRequest =
           [this, pairing](const ApprovalRequestEnvelope& envelope) {
-            const auto* ending = further(pairing);
-            if (ending && ending->isEnding) return;  // From now on it has no say.
             auto numbered = envelope;
             numbered.pairing = pairing;
             callbacks.onApprovalRequest(numbered);
@@ -173,11 +182,7 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           [this, pairing] {
             dependencies.session.executors.mainThread().post(scope.bind([this, pairing] { furtherEnded(pairing); }));
           },
-      .onRevocationUnsent =
-          [this, pairing](const UnsentRevocation& revocation) {
-            // Nobody can have joined a pairing that no relay was ever told of.
-            if (pairing != kFirst || isFirstPaired() || first->wasRegistered()) revoker.add(revocation);
-          }};
+      .onPairingEnding = [this, pairing](const auto& revocation) { pairingEnding(pairing, revocation); }};
 }
 
 PhonePairings::Further& PhonePairings::addFurther(int pairing) {
@@ -251,7 +256,15 @@ void PhonePairings::unpair(int pairing) {
   ending->session->endPairing();
 }
 
+void PhonePairings::pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation) {
+  // Nobody can have joined a pairing that no relay was ever told of.
+  const bool isKnown = pairing != kFirst || isFirstPaired() || first->wasRegistered();
+  if (revocation && isKnown) revoker.keep(*revocation);
+  callbacks.onPairingEnding(pairing);
+}
+
 void PhonePairings::pairingForgotten(int pairing) {
+  revoker.startSoon();
   roster.forget(pairingIDOf(pairing));
   if (pairing == kFirst) firstPairingID.clear();
   if (auto* ending = further(pairing)) ending->code.forget();

@@ -40,7 +40,8 @@ struct PhonePairingsCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;  // Says by which pairing it came.
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
   std::function<void()> onStatusChange;  // Also of the list of phones, or of the code that is shown.
-  // See RelaySessionCallbacks; of the pairing of this number.
+  // See RelaySessionCallbacks; of the pairing of this number. Its phones have no say any more.
+  std::function<void(int pairing)> onPairingEnding;
   std::function<void(int pairing)> onPairingForgotten;
   std::function<void()> onPairingRenewed;
   // A phone has granted something for the first time, within an hour after it joined.
@@ -62,8 +63,9 @@ struct PairedPhone {
 // The first is that of the installation: it is always there, and taking it back replaces it. An installation that was
 // made before there were more has all its phones there. Further ones are absent -> offered -> paired -> absent. One is
 // offered at a time, for `kOfferTime`, and paired as soon as a phone has joined it; an offer that an earlier run left
-// is taken back at the start. What is taken back never returns, whatever fails: its identity is given up as that of
-// RelaySession is, and the revocation is made up for (PairingRevoker).
+// is taken back at the start. What is taken back has no say from that call on, and never returns, whatever fails: that
+// it is to be revoked is written down before anything else, and a run that ends before the identity is given up leaves
+// that to the next one. See RelaySession and PairingRevoker.
 //
 // All are shown the same. A decision is answered on the pairing by which it came, and what became of it is told on the
 // others. With the first alone everything is as with one RelaySession.
@@ -128,10 +130,12 @@ class PhonePairings {
   [[nodiscard]] RelaySession* session(int pairing) const;
   [[nodiscard]] std::string pairingIDOf(int pairing) const;
   [[nodiscard]] std::optional<int> freeNumber() const;
+  void giveUpWhatEarlierRunEnded();
   void readFirstIdentity();
   void startFurther();
   void sessionStatusChanged(int pairing);
   void noticeArrivals(int pairing, const std::string& pairingID);
+  void pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation);
   void pairingForgotten(int pairing);
   void furtherEnded(int pairing);
   void endOfferIfDue();

@@ -331,6 +331,7 @@ TEST_F(PhonePairingsTest, MakesUpForItInTheNextRun) {
   launch();
   world.advance(2);
   EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  world.advance(100);
   EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
 }
 
@@ -341,6 +342,117 @@ TEST_F(PhonePairingsTest, AlsoForTheFirstPairing) {
   world.advance(1);
   world.onMainThread([](AppDelegate& agent) { agent.unpairPhoneFromStatusWindow(); });
   world.relay.comeUp();
+  world.advance(130);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+}
+
+TEST_F(PhonePairingsTest, KeepsARevocationUntilTheRelayIsKnownToKnow) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.loseWhatIsSent();  // The link has just gone, and the system has not noticed.
+  unpair(2);
+  EXPECT_THAT(world.relay.revokedByAgents(), IsEmpty());
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), SizeIs(1));
+  world.advance(130);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, AlsoWhereItIsLostAgain) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.loseWhatIsSent();
+  unpair(2);
+  world.advance(5);
+  world.relay.loseWhatIsSent();
+  world.advance(10);
+  EXPECT_THAT(world.relay.revokedByAgents(), IsEmpty());
+  world.advance(300);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, NothingIsLeftToBeToldARelayThatHeardIt) {
+  launchWithAnn();
+  pairBen();
+  unpair(2);
+  unpair(1);
+  world.advance(10);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+  EXPECT_THAT(world.relay.revokedByAgents(), SizeIs(2));
+}
+
+// ---- While the relay does not take the request
+
+TEST_F(PhonePairingsTest, AnUnpairedPhoneHasNoSayWhileTheRelayDoesNotTakeTheRequest) {
+  launchWithAnn();
+  const auto dialog = world.desktop().open(erasePrompt());
+  world.advance(3);
+  const auto prompt = world.phone.shown().front();
+  world.world.webSockets().newest()->holdSends();
+  world.onMainThread([](AppDelegate& agent) { agent.unpair(1); });
+  EXPECT_TRUE(world.phone.suppress(prompt.suppressionID));
+  EXPECT_TRUE(world.phone.decide(prompt.id, "Erase"));
+  world.advance(10);
+  EXPECT_EQ(world.desktop().pressed(dialog), std::nullopt);
+  EXPECT_TRUE(world.menuBarShowsPending()) << "It was not muted either.";
+}
+
+TEST_F(PhonePairingsTest, WhatAnUnpairedPhoneDecidedBeforeIsDroppedWhileTheRelayDoesNotTakeTheRequest) {
+  launchWithAnn();
+  pairBen();
+  const auto dialog = world.desktop().open(erasePrompt());
+  world.advance(3);
+  const auto prompt = ben.shown().front().id;
+  world.world.webSockets().newest()->holdSends();
+  world.onMainThread([&](AppDelegate&) { EXPECT_TRUE(ben.decide(prompt, "Erase")); });
+  world.onMainThread([&](AppDelegate& agent) { agent.unpair(2); });
+  world.advance(10);
+  EXPECT_EQ(world.desktop().pressed(dialog), std::nullopt);
+}
+
+TEST_F(PhonePairingsTest, AnUnpairedPhoneIsShownNothingNew) {
+  launchWithAnn();
+  const auto socket = world.world.webSockets().newest();
+  socket->holdSends();
+  world.onMainThread([](AppDelegate& agent) { agent.unpair(1); });
+  world.advance(0.1);
+  world.desktop().open(erasePrompt());
+  world.advance(1.9 - 0.1);
+  socket->releaseSends();
+  world.advance(3);
+  EXPECT_THAT(world.phone.shownTitles(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, UnpairingWaitsTwoSecondsForTheRelayAtMost) {
+  launchWithAnn();
+  pairBen();
+  const auto first = pairingID(1);
+  const auto second = pairingID(2);
+  for (const auto& conversation : world.relay.conversations()) conversation.socket->holdSends();
+  world.onMainThread([](AppDelegate& agent) { agent.unpairPhoneFromStatusWindow(); });
+  world.advance(1.9);
+  EXPECT_EQ(pairingID(1), first);
+  world.advance(0.2);
+  EXPECT_NE(pairingID(1), first);
+  EXPECT_EQ(pairingID(2), "");
+  world.advance(300);
+  EXPECT_THAT(world.relay.revokedByAgents(), testing::UnorderedElementsAre(first, second));
+}
+
+TEST_F(PhonePairingsTest, QuittingWhileTheRelayDoesNotTakeTheRequestBringsNothingBack) {
+  launchWithAnn();
+  const auto identity = pairingID(1);
+  world.world.webSockets().newest()->holdSends();
+  world.onMainThread([](AppDelegate& agent) { agent.unpair(1); });
+  quit();
+  launch();
+  EXPECT_NE(pairingID(1), "");
+  EXPECT_NE(pairingID(1), identity);
+  EXPECT_THAT(phones(), IsEmpty());
+  EXPECT_EQ(code(), "first");
   world.advance(130);
   EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
 }

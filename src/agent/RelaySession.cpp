@@ -21,6 +21,7 @@ constexpr Seconds kCloseCheckInterval{0.01};
 constexpr Seconds kFirstRegistrationDelay{3};
 constexpr Seconds kLongestRegistrationDelay{60};
 constexpr Seconds kRevokedPairingInterval{3600};
+constexpr Seconds kResetTimeout{2};
 constexpr std::string_view kPairingRevokedLine =
     "The relay calls this pairing revoked. The status window offers to pair anew; the relay is asked again every hour.";
 
@@ -57,6 +58,11 @@ void RelaySession::startRelayIfConfigured() {
 }
 
 void RelaySession::relayWasChosen() {
+  if (isEnded) return;
+  if (pairingResetInProgress) {
+    dependencies.pairingConfiguration.relayWasChosen();
+    return unpaired();
+  }
   beginRelayGeneration();
   nextRegistration.reset();
   relayRegistrationTask.reset();
@@ -194,11 +200,15 @@ RelayClientCallbacks RelaySession::relayClientCallbacks() {
   };
   return {.onApprovalRequest =
               [this, onMainThread](const ApprovalRequestEnvelope& envelope) {
-                onMainThread([this, envelope] { callbacks.onApprovalRequest(envelope); });
+                onMainThread([this, envelope] {
+                  if (!pairingResetInProgress) callbacks.onApprovalRequest(envelope);
+                });
               },
           .onSuppressionCommand =
               [this, onMainThread](const ApprovalSuppressionCommand& command) {
-                onMainThread([this, command] { callbacks.onSuppressionCommand(command); });
+                onMainThread([this, command] {
+                  if (!pairingResetInProgress) callbacks.onSuppressionCommand(command);
+                });
               },
           .onStatusChange =
               [this, onMainThread](const RelayConnectionStatus& status) {
@@ -220,7 +230,7 @@ void RelaySession::relayStatusChanged(const RelayConnectionStatus& status) {
 }
 
 void RelaySession::publishCurrentApprovalSnapshot(bool force) {
-  if (!relayClient) return;
+  if (!relayClient || pairingResetInProgress) return;
   auto snapshot = callbacks.snapshotProvider();
   auto trimmed = trimmedSnapshot(std::move(snapshot.approvals));
   const auto warning = trimmed.isWhole() ? std::string{} : trimmed.description();
@@ -232,7 +242,7 @@ void RelaySession::publishCurrentApprovalSnapshot(bool force) {
 }
 
 void RelaySession::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {
-  if (relayClient) relayClient->publishResult(decisionID, result);
+  if (relayClient && !pairingResetInProgress) relayClient->publishResult(decisionID, result);
 }
 
 bool RelaySession::phoneNeedsSnapshot(const RelayConnectionStatus& before, const RelayConnectionStatus& now) {
@@ -247,30 +257,33 @@ void RelaySession::endPairing() { unpair(/*takesNewIdentity=*/false); }
 
 void RelaySession::unpair(bool takesNewIdentity) {
   if (isStopped || std::exchange(pairingResetInProgress, true)) return;
-  if (!relayClient) {
-    unpaired(takesNewIdentity, /*wasSent=*/false);
-    return;
-  }
-  auto act = scope.bind([this, takesNewIdentity](bool wasSent) {
-    if (!isStopped) unpaired(takesNewIdentity, wasSent);
+  resetTakesNewIdentity = takesNewIdentity;
+  callbacks.onPairingEnding(revocation());
+  if (!relayClient || pairingRevoked) return unpaired();  // There is no connection that could take the request.
+  resetEnd = dependencies.executors.mainThread().postAfter(kResetTimeout, [this] { unpaired(); });
+  auto act = scope.bind([this, generation = relayGeneration] {
+    if (relayGeneration == generation && !isStopped) unpaired();
   });
-  relayClient->unpairPhone(std::nullopt, [act, &mainThread = dependencies.executors.mainThread()](bool wasSent) {
-    mainThread.post([act, wasSent] { act(wasSent); });
-  });
+  relayClient->unpairPhone(std::nullopt,
+                           [act, &mainThread = dependencies.executors.mainThread()](bool) { mainThread.post(act); });
 }
 
-void RelaySession::unpaired(bool takesNewIdentity, bool wasSent) {
-  if (!wasSent) reportUnsentRevocation();
-  if (takesNewIdentity) return rotatePairingIdentityAfterUnpair();
+void RelaySession::unpaired() {
+  resetEnd.reset();
+  if (resetTakesNewIdentity) return rotatePairingIdentityAfterUnpair();
+  isEnded = true;
   forgetPairing();
   callbacks.onPairingEnded();
 }
 
-void RelaySession::reportUnsentRevocation() {
-  if (pairingRevoked) return;  // It says so itself.
+// The relay that knows the pairing is the one that was used, whichever is configured by now.
+std::optional<UnsentRevocation> RelaySession::revocation() const {
+  if (pairingRevoked) return std::nullopt;  // It says so itself.
+  if (access) return UnsentRevocation{.relayURL = access->configuration.relayURL, .secrets = access->secrets};
   const auto configured = dependencies.pairingConfiguration.configuredRelay();
   const auto secrets = dependencies.pairingConfiguration.storedSecrets();
-  if (configured && secrets) callbacks.onRevocationUnsent({.relayURL = configured->relayURL, .secrets = *secrets});
+  if (!configured || !secrets) return std::nullopt;
+  return UnsentRevocation{.relayURL = configured->relayURL, .secrets = *secrets};
 }
 
 void RelaySession::rotatePairingIdentityAfterUnpair() {
@@ -303,6 +316,7 @@ void RelaySession::stop() {
 
 void RelaySession::beginToStop() {
   isStopped = true;
+  resetEnd.reset();
   nextRegistration.reset();
   relayRegistrationTask.reset();
   dropRelayClient();

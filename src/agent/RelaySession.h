@@ -60,8 +60,11 @@ struct RelaySessionCallbacks {
   std::function<void()> onPairingRenewed;
   // The pairing was given up by `endPairing`, and nothing follows. May destroy the session in a later turn.
   std::function<void()> onPairingEnded = [] {};
-  // The relay could not be told that the pairing is given up. Comes before `onPairingForgotten`.
-  std::function<void(const UnsentRevocation&)> onRevocationUnsent = [](const UnsentRevocation&) {};
+  // The pairing is given up: from now on, which is inside the call that asked for it, whoever was paired has no say and
+  // is shown nothing. What the relay has to be told until it is known to know; absent: it calls the pairing revoked, or
+  // there is nothing to be told.
+  std::function<void(const std::optional<UnsentRevocation>&)> onPairingEnding =
+      [](const std::optional<UnsentRevocation>&) {};
 };
 
 // The agent's side of the relay: registers the installation's token, keeps the connection, tells the phones what is
@@ -101,7 +104,8 @@ class RelaySession {
   // Dropped without a connection.
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
 
-  // Asks the relay to remove all phones, then takes a new identity whatever comes of that. A second request while one
+  // Asks the relay to remove all phones, then takes a new identity whatever comes of that: as soon as the connection
+  // took the request, after two seconds at most, or when another relay is chosen meanwhile. A second request while one
   // is under way is the same request.
   void unpairPhoneFromStatusWindow();
 
@@ -149,8 +153,8 @@ class RelaySession {
   [[nodiscard]] RelayClientCallbacks relayClientCallbacks();
   void relayStatusChanged(const RelayConnectionStatus& status);
   void unpair(bool takesNewIdentity);
-  void unpaired(bool takesNewIdentity, bool wasSent);
-  void reportUnsentRevocation();
+  void unpaired();
+  [[nodiscard]] std::optional<UnsentRevocation> revocation() const;
   void rotatePairingIdentityAfterUnpair();
   void forgetPairing();
   void beginRelayGeneration();
@@ -162,6 +166,8 @@ class RelaySession {
   std::int64_t relayGeneration = 0;
   bool isStopped = false;
   bool pairingResetInProgress = false;
+  bool resetTakesNewIdentity = false;  // The reset under way.
+  bool isEnded = false;                // By `endPairing`.
   bool tokenRegistered = false;
   bool pairingRevoked = false;   // The relay says so.
   std::optional<Access> access;  // Of this generation. Absent: there is no relay to use.
@@ -174,6 +180,7 @@ class RelaySession {
   platform::TaskHandle nextRegistration;                         // Present while one is waited for, after a refusal.
   Seconds nextRegistrationDelay;                                 // After a token that the relay does not know.
   Date askAgainAt;                                               // Of a pairing that is called revoked.
+  platform::TaskHandle resetEnd;                                 // Present while a reset waits for the connection.
   CallbackScope scope;                                           // Last.
 };
 

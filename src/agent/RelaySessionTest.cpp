@@ -52,7 +52,8 @@ struct RelaySessionTest : testing::Test {
                 [this] {
                   identityWhenRenewed = identity();
                   events.emplace_back("renewed");
-                }});
+                },
+            .onPairingEnding = [this](const auto& revocation) { toRevoke = revocation; }});
   }
   void onMainThread(const std::function<void()>& act) { world.time().runOnMainThread(act); }
   void start() {
@@ -95,6 +96,7 @@ struct RelaySessionTest : testing::Test {
   std::vector<std::string> events;
   std::string identityWhenForgotten;
   std::string identityWhenRenewed;
+  std::optional<UnsentRevocation> toRevoke;
   std::unique_ptr<RelaySession> session = makeSession();
 };
 
@@ -312,6 +314,34 @@ TEST_F(RelaySessionTest, ASecondRequestDuringAResetIsTheSameRequest) {
   unpair();
   advance(0.1);
   EXPECT_EQ(requestCount(), 3U) << "It can be requested again afterwards.";
+}
+
+TEST_F(RelaySessionTest, AnotherRelayThatIsChosenDuringAResetEndsIt) {
+  startAndPair();
+  const auto before = identity();
+  world.webSockets().newest()->holdSends();
+  unpair();
+  world.environment().set("QUILLARD_RELAY_URL", "wss://other.example/ws");
+  onMainThread([this] { session->relayWasChosen(); });
+  advance(0.1);
+  const auto second = identity();
+  EXPECT_NE(second, before);
+  EXPECT_EQ(world.webSockets().newest()->request().url, "wss://other.example/ws?role=mac&pairing=" + second);
+  unpair();
+  advance(0.1);
+  EXPECT_NE(identity(), second) << "It can be requested again afterwards.";
+}
+
+TEST_F(RelaySessionTest, TellsBeforeAnythingElseWhatTheRelayIsToLearnAndWhichRelay) {
+  startAndPair();
+  const auto before = identity();
+  world.webSockets().newest()->holdSends();
+  world.environment().set("QUILLARD_RELAY_URL", "wss://other.example/ws");
+  unpair();
+  ASSERT_TRUE(toRevoke);
+  EXPECT_EQ(toRevoke->secrets.pairingID, before);
+  EXPECT_EQ(toRevoke->relayURL, "wss://relay.example/ws") << "The one that knows it.";
+  EXPECT_THAT(events, IsEmpty()) << "It is not forgotten yet.";
 }
 
 TEST_F(RelaySessionTest, ARegistrationOfAnEarlierGenerationDoesNothing) {

@@ -1,5 +1,6 @@
 #include "support/AgentWorld.h"
 
+#include <algorithm>
 #include <utility>
 #include <variant>
 
@@ -64,6 +65,12 @@ void SimulatedRelay::dropConnections() {
   }
 }
 
+void SimulatedRelay::loseWhatIsSent() {
+  for (auto& conversation : all) {
+    if (!conversation.socket->isEnded()) conversation.losesWhatIsSent = true;
+  }
+}
+
 void SimulatedRelay::revoke(const std::string& pairingID) {
   revokedPairingIDs.insert(pairingID);
   dropConnections();
@@ -90,7 +97,8 @@ void SimulatedRelay::started(const SocketHandle& socket) {
     return;
   }
   if (socketAnswer) return socket->refuse(*socketAnswer);
-  if (revokedPairingIDs.contains(secrets->pairingID)) return socket->refuse(410);
+  if (revokedPairingIDs.contains(secrets->pairingID) || wasRevokedByAgent(secrets->pairingID))
+    return socket->refuse(410);
   if (!tokens.contains(bearerOf(socket->request()))) return socket->refuse(401);
   all.push_back({socket, *secrets});
   socket->accept();
@@ -111,11 +119,17 @@ std::optional<InstallationSecrets> SimulatedRelay::secretsOf(const std::string& 
 std::vector<std::string> SimulatedRelay::revokedByAgents() const {
   std::vector<std::string> pairingIDs;
   for (const auto& conversation : all) {
+    if (conversation.losesWhatIsSent) continue;
     for (const auto& frame : conversation.socket->receivedTexts()) {
       if (typeOf(frame) == kUnpairPhoneType) pairingIDs.push_back(conversation.secrets.pairingID);
     }
   }
   return pairingIDs;
+}
+
+bool SimulatedRelay::wasRevokedByAgent(const std::string& pairingID) const {
+  const auto revoked = revokedByAgents();
+  return std::find(revoked.begin(), revoked.end(), pairingID) != revoked.end();
 }
 
 SocketHandle SimulatedRelay::agentOf(const InstallationSecrets& secrets) const {

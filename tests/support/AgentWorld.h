@@ -34,6 +34,8 @@ class SimulatedRelay {
   void comeUp() { isUp = true; }
   // Kills every connection, and takes the next ones.
   void dropConnections();
+  // What the agent sends on the connections that are open now is lost on its way, and neither side notices.
+  void loseWhatIsSent();
   // From now on registrations are answered with this; absent: as they should be.
   void answerRegistrationsWith(std::optional<platform::HttpOutcome> outcome) {
     registrationAnswer = std::move(outcome);
@@ -56,6 +58,7 @@ class SimulatedRelay {
   struct Conversation {
     SocketHandle socket;
     InstallationSecrets secrets;
+    bool losesWhatIsSent = false;
   };
   [[nodiscard]] const std::vector<Conversation>& conversations() const { return all; }
   // The pairings that an agent has asked to revoke, oldest first. Revoked they are, too.
@@ -65,6 +68,7 @@ class SimulatedRelay {
   platform::HttpOutcome registered(const platform::HttpRequest& request);
   void started(const SocketHandle& socket);
   [[nodiscard]] std::optional<InstallationSecrets> secretsOf(const std::string& token) const;
+  [[nodiscard]] bool wasRevokedByAgent(const std::string& pairingID) const;
 
   platform::simulated::SimulatedWorld& world;
   bool isUp = true;

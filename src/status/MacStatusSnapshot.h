@@ -37,6 +37,7 @@ struct PhoneLine {
   std::int64_t decisions = 0;
   bool isConnected = false;
   bool isUnexpected = false;  // It joined by a code that another phone had already.
+  bool isRefused = false;     // The relay calls its pairing revoked.
   bool operator==(const PhoneLine&) const = default;
 };
 

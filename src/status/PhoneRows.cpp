@@ -37,6 +37,9 @@ StatusRowContent rowOf(const PhoneLine& phone) {
   if (phone.isUnexpected) {
     row.tint = kToDo;
     row.status = "Used the Same Code";
+  } else if (phone.isRefused) {
+    row.tint = kToDo;
+    row.status = "Refused by Relay";
   } else {
     if (phone.isConnected) row.tint = kWell;
     row.status = phone.isConnected ? "Connected" : "Away";

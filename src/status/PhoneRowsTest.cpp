@@ -31,6 +31,15 @@ TEST(PhoneRows, PointOutAPhoneThatUsedAnothersCode) {
   EXPECT_EQ(PhoneRows::rows({.phones = {mallory}}).front().status, "Used the Same Code");
 }
 
+TEST(PhoneRows, SayThatTheRelayRefusesAPairing) {
+  MacStatusSnapshot snapshot;
+  snapshot.phones = {line("Ann"), line("Ben", 2)};
+  snapshot.phones[1].isRefused = true;
+  const auto rows = PhoneRows::rows(snapshot);
+  EXPECT_NE(rows.at(0).status, "Refused by Relay");
+  EXPECT_EQ(rows.at(1).status, "Refused by Relay");
+}
+
 TEST(PhoneRows, SayHowManyHaveNoRow) {
   MacStatusSnapshot snapshot;
   for (int i = 0; i < 20; ++i) snapshot.phones.push_back(line("Phone " + std::to_string(i)));

@@ -65,10 +65,11 @@ void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& cont
     content.pairingActionButton = ButtonContent{"Allow Accessibility…"};
   }
   addCode(snapshot, content);
-  // Both do the same: the installation takes a new identity, and further pairings end.
+  // The installation takes a new identity, and further pairings end.
   if (snapshot.isPhonePresent() || !snapshot.phones.empty()) {
     content.unpairPhoneButton = ButtonContent{snapshot.phones.size() > 1 ? "Unpair All Phones" : "Unpair iPhone"};
   }
+  // Further pairings stay.
   if (snapshot.installedInApplications && snapshot.pairingRevoked) {
     content.unpairPhoneButton = ButtonContent{"Pair Anew"};
   }

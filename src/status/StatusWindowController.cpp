@@ -86,6 +86,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   const StatusWindowCallbacks callbacks;
   const StatusWindowDependencies dependencies;
   platform::TaskHandle refreshTimer;  // Present while the window is shown.
+  bool offersToPairAnew = false;      // What is shown.
   platform::TaskHandle appearanceRefreshTask;
   std::unique_ptr<StatusWindowView> view;
 };
@@ -117,7 +118,10 @@ void StatusWindowController::Implementation::windowWillClose() {
 }
 
 void StatusWindowController::Implementation::refresh() {
-  if (refreshTimer) view->setContent(statusWindowContent(callbacks.snapshotProvider()));
+  if (!refreshTimer) return;
+  const auto snapshot = callbacks.snapshotProvider();
+  offersToPairAnew = snapshot.pairingRevoked;
+  view->setContent(statusWindowContent(snapshot));
 }
 
 // One update, however often the system tells of a change before its turn comes.
@@ -200,7 +204,10 @@ void StatusWindowController::Implementation::openLoginItemsSettings() { dependen
 
 void StatusWindowController::Implementation::checkForUpdates() { callIfSet(callbacks.onCheckForUpdates); }
 
+// What the button says when it is pressed counts. The pairings that the relay does not refuse stay.
 void StatusWindowController::Implementation::unpairPhone() {
+  constexpr int kFirstPairing = 1;
+  if (offersToPairAnew) return unpairPairing(kFirstPairing);
   callIfSet(callbacks.onUnpairPhone);
   refresh();
 }

@@ -44,9 +44,9 @@ void PairingRevoker::attempt() {
   nextStep.reset();
   const auto revocations = pending.all();
   if (revocations.empty()) return;
-  const auto& [relayURL, secrets] = revocations.front();
+  const auto& secrets = revocations.front().secrets;
   pairingID = secrets.pairingID;
-  const auto address = relaySocketURL({.relayURL = relayURL, .pairingID = pairingID});
+  const auto address = relaySocketURL({.relayURL = revocations.front().relayURL, .pairingID = pairingID});
   if (!std::holds_alternative<std::string>(address)) return ended(/*isOver=*/true);
   if (!queue) {
     queue = dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);

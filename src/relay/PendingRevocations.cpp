@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <span>
 #include <utility>
 #include <variant>
@@ -13,6 +12,9 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::string_view kKey = "quillard.pending-revocations";
+
+// Before the address of one that was only offered: no address begins with it.
+constexpr char kOffer = '?';
 
 // Two lines for each: the relay's address and the secrets' stored form, neither of which holds a line break.
 void append(Bytes& bytes, std::string_view line) {
@@ -36,9 +38,11 @@ std::vector<UnsentRevocation> PendingRevocations::all() const {
   if (!bytes) return revocations;
   std::span<const std::uint8_t> rest{*bytes};
   while (!rest.empty() && revocations.size() < kMost) {
-    const auto address = takeLine(rest);
+    auto address = takeLine(rest);
+    const bool isOffer = !address.empty() && address.front() == kOffer;
+    if (isOffer) address = address.subspan(1);
     auto secrets = readInstallationSecrets(takeLine(rest));
-    if (secrets) revocations.push_back({std::string(address.begin(), address.end()), *std::move(secrets)});
+    if (secrets) revocations.push_back({std::string(address.begin(), address.end()), *std::move(secrets), isOffer});
   }
   wipe(*bytes);
   return revocations;
@@ -50,7 +54,11 @@ void PendingRevocations::add(UnsentRevocation revocation) {
   auto revocations = all();
   std::erase_if(revocations, [&](const auto& one) { return one.secrets.pairingID == revocation.secrets.pairingID; });
   revocations.push_back(std::move(revocation));
-  if (revocations.size() > kMost) revocations.erase(revocations.begin(), std::prev(revocations.end(), kMost));
+  if (revocations.size() > kMost) {
+    const auto offer =
+        std::find_if(revocations.begin(), revocations.end(), [](const auto& one) { return one.isOffer; });
+    revocations.erase(offer == revocations.end() ? revocations.begin() : offer);
+  }
   store(revocations);
 }
 
@@ -67,6 +75,7 @@ void PendingRevocations::store(const std::vector<UnsentRevocation>& revocations)
   for (const auto& revocation : revocations) {
     const auto text = installationSecretsText(revocation.secrets);
     if (!text) continue;
+    if (revocation.isOffer) bytes.push_back(kOffer);
     append(bytes, revocation.relayURL);
     append(bytes, text->text());
   }

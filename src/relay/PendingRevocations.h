@@ -13,6 +13,7 @@ namespace quillard {
 struct UnsentRevocation {
   std::string relayURL;
   InstallationSecrets secrets;  // What proves to the relay who asks. The end-to-end secret is empty once it is kept.
+  bool isOffer = false;         // No phone is known to have joined it.
   bool operator==(const UnsentRevocation&) const = default;
 };
 
@@ -21,7 +22,7 @@ struct UnsentRevocation {
 // a time.
 class PendingRevocations {
  public:
-  static constexpr std::size_t kMost = 16;  // The oldest goes first.
+  static constexpr std::size_t kMost = 16;  // The oldest goes first, offers before all others.
 
   // `defaults` outlives this.
   explicit PendingRevocations(platform::UserDefaults& defaults) : defaults(defaults) {}

@@ -57,6 +57,23 @@ TEST_F(PendingRevocationsTest, KeepsTheNewestSixteen) {
   EXPECT_EQ(names().back(), "quillard-20");
 }
 
+TEST_F(PendingRevocationsTest, LetsOffersGoBeforeWhatHadAPhone) {
+  for (int i = 1; i <= 10; ++i) pending.add(revocationOf("paired-" + std::to_string(i)));
+  for (int i = 1; i <= 20; ++i) {
+    auto offer = revocationOf("offered-" + std::to_string(i));
+    offer.isOffer = true;
+    pending.add(std::move(offer));
+  }
+  const auto kept = PendingRevocations{defaults}.all();
+  ASSERT_EQ(kept.size(), PendingRevocations::kMost);
+  EXPECT_EQ(kept[0].secrets.pairingID, "paired-1");
+  EXPECT_EQ(kept[9].secrets.pairingID, "paired-10");
+  EXPECT_EQ(kept[10].secrets.pairingID, "offered-15");
+  EXPECT_EQ(kept[10].relayURL, "wss://relay.example/ws");
+  EXPECT_TRUE(kept[10].isOffer);
+  EXPECT_FALSE(kept[9].isOffer);
+}
+
 TEST_F(PendingRevocationsTest, SkipsWhatItCannotRead) {
   for (const std::string stored : {"", "\n", "wss://relay.example/ws", "wss://relay.example/ws\n{}\n", "a\nb\nc\nd\n",
                                    "a\n{\"pairingID\":\"x\"}"}) {

@@ -15,14 +15,15 @@ namespace {
 
 std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date now) {
   std::vector<PhoneLine> lines;
-  for (const auto& [pairing, phone, isUnexpected] : phones) {
+  for (const auto& [pairing, phone, isUnexpected, isRefused] : phones) {
     lines.push_back({.pairing = pairing,
                      .name = phone.name,
                      .sinceSeconds = (now - phone.since),
                      .heardSeconds = phone.isConnected ? Seconds::zero() : (now - phone.heardAt),
                      .decisions = phone.decisions,
                      .isConnected = phone.isConnected,
-                     .isUnexpected = isUnexpected});
+                     .isUnexpected = isUnexpected,
+                     .isRefused = isRefused});
   }
   return lines;
 }
@@ -259,7 +260,7 @@ bool AppDelegate::takeOverRelay(bool wasConfigured) {
 
 PhoneReach AppDelegate::phoneReach() {
   if (!installLocation.isRunningFromApplications() || !pairingConfiguration.isRelayConfigured() ||
-      relay.isPairingRevoked()) {
+      !relay.isAnyUsable()) {
     return PhoneReach::none;
   }
   const auto& connection = relay.status();
@@ -389,8 +390,11 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
                 status.refreshStatusWindow();
               },
           .onFirstGrant =
-              [this](const KnownPhone& phone) {
-                announcer.tell("first-grant", phone.name + " has answered a prompt for the first time.",
+              [this](const FirstGrant& grant) {
+                const auto& name = grant.phone.name;
+                announcer.tell("first-grant",
+                               (grant.isCertain ? name : "A phone paired with the code of " + name) +
+                                   " has answered a prompt for the first time.",
                                /*isLogged=*/false);
               },
           .onUnexpectedPhone =

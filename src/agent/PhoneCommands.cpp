@@ -35,7 +35,7 @@ bool isMeant(const UnpairRequest& request, const PairedPhone& phone) {
 
 Json phonesJson(const std::vector<PairedPhone>& phones) {
   Json list = Json::array();
-  for (const auto& [pairing, phone, isUnexpected] : phones) {
+  for (const auto& [pairing, phone, isUnexpected, isRefused] : phones) {
     list.push_back({{"name", phone.name},
                     {"pairing", pairing},
                     {"since", isoDateText(phone.since)},

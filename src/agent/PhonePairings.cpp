@@ -15,6 +15,7 @@ constexpr std::string_view kFurtherKey = "quillard.further-pairings";
 constexpr char kOffered = '?';
 constexpr char kEnding = '!';
 constexpr int kFirst = PairingConfiguration::kFirst;
+constexpr std::size_t kMostArrivals = 64;
 
 struct StoredPairing {
   int number = 0;
@@ -45,6 +46,7 @@ struct PhonePairings::Further {
   std::unique_ptr<RelaySession> session;
   std::string pairingID;  // Empty: not known yet.
   bool isEnding = false;
+  bool isOfEarlierRun = false;
 
   Further(int number, const PairingDependencies& dependencies) : number(number), configuration(dependencies, number) {}
 };
@@ -104,6 +106,7 @@ void PhonePairings::startFurther() {
   for (const auto& stored : storedPairings(dependencies.pairing.userDefaults)) {
     if (further(stored.number)) continue;
     auto& added = addFurther(stored.number);
+    added.isOfEarlierRun = true;
     const auto secrets = added.configuration.storedSecrets();
     if (secrets) added.pairingID = secrets->pairingID;
     // What cannot be read now is not made anew: the next run looks again.
@@ -139,11 +142,31 @@ void PhonePairings::publishResult(const ApprovalRequestEnvelope& decision, const
 
 void PhonePairings::publishOutcome(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
   const bool isGrant = result.status == kAcceptedStatus && !DialogButtonSemantics::isSafeDismissal(result.buttonLabel);
-  if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant)) callbacks.onFirstGrant(*phone);
+  if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant, presentAt(decision))) {
+    callbacks.onFirstGrant(*phone);
+  }
   if (decision.pairing != kFirst) first->publishResult(decision.decisionID, result);
   for (const auto& one : furtherOnes) {
     if (decision.pairing != one->number) one->session->publishResult(decision.decisionID, result);
   }
+}
+
+void PhonePairings::noteArrival(const ApprovalRequestEnvelope& decision) {
+  if (arrivals.size() >= kMostArrivals) arrivals.pop_front();
+  arrivals.push_back({decision.pairing, decision.decisionID, roster.connectedPhones(pairingIDOf(decision.pairing))});
+}
+
+std::vector<std::string> PhonePairings::presentAt(const ApprovalRequestEnvelope& decision) const {
+  const auto found = std::find_if(arrivals.begin(), arrivals.end(), [&](const Arrival& one) {
+    return one.pairing == decision.pairing && one.decisionID == decision.decisionID;
+  });
+  return found == arrivals.end() ? std::vector<std::string>{} : found->present;
+}
+
+bool PhonePairings::isAnyUsable() const {
+  return !first->isPairingRevoked() || std::any_of(furtherOnes.begin(), furtherOnes.end(), [&](const auto& one) {
+    return !one->isEnding && offeredNumber != one->number && !one->session->isPairingRevoked();
+  });
 }
 
 RelayConnectionStatus PhonePairings::status() const {
@@ -167,6 +190,7 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           [this, pairing](const ApprovalRequestEnvelope& envelope) {
             auto numbered = envelope;
             numbered.pairing = pairing;
+            noteArrival(numbered);
             callbacks.onApprovalRequest(numbered);
           },
       .onSuppressionCommand = callbacks.onSuppressionCommand,
@@ -257,9 +281,15 @@ void PhonePairings::unpair(int pairing) {
 }
 
 void PhonePairings::pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation) {
+  const auto* ending = further(pairing);
+  const bool hasPhones = !roster.phonesOf(pairingIDOf(pairing)).empty();
   // Nobody can have joined a pairing that no relay was ever told of.
-  const bool isKnown = pairing != kFirst || isFirstPaired() || first->wasRegistered();
-  if (revocation && isKnown) revoker.keep(*revocation);
+  const bool isKnown = hasPhones || session(pairing)->wasRegistered() || (ending && ending->isOfEarlierRun);
+  if (revocation && isKnown) {
+    auto kept = *revocation;
+    kept.isOffer = !hasPhones;
+    revoker.keep(kept);
+  }
   callbacks.onPairingEnding(pairing);
 }
 
@@ -308,6 +338,8 @@ bool PhonePairings::canOffer() const {
 void PhonePairings::offer() {
   if (!canOffer()) return;
   auto& added = addFurther(*freeNumber());
+  // Whatever is still stored under that number has been another pairing.
+  added.configuration.rotateInstallationIdentity();
   const auto configuration = added.configuration.launchConfiguration();
   if (configuration) added.pairingID = configuration->pairingID;
   offeredNumber = added.number;
@@ -343,7 +375,10 @@ std::vector<PairedPhone> PhonePairings::phones() const {
     if (number > kMost) continue;
     const bool hasEarlier =
         std::any_of(list.begin(), list.end(), [&](const PairedPhone& one) { return one.pairing == number; });
-    list.push_back({.pairing = number, .phone = phone, .isUnexpected = hasEarlier});
+    list.push_back({.pairing = number,
+                    .phone = phone,
+                    .isUnexpected = hasEarlier,
+                    .isRefused = session(number) && session(number)->isPairingRevoked()});
   }
   return list;
 }

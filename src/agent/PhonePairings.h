@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -45,7 +46,7 @@ struct PhonePairingsCallbacks {
   std::function<void(int pairing)> onPairingForgotten;
   std::function<void()> onPairingRenewed;
   // A phone has granted something for the first time, within an hour after it joined.
-  std::function<void(const KnownPhone&)> onFirstGrant = [](const KnownPhone&) {};
+  std::function<void(const FirstGrant&)> onFirstGrant = [](const FirstGrant&) {};
   std::function<void(const UnexpectedPhone&)> onUnexpectedPhone = [](const UnexpectedPhone&) {};
 };
 
@@ -54,6 +55,7 @@ struct PairedPhone {
   int pairing = PairingConfiguration::kFirst;
   KnownPhone phone;
   bool isUnexpected = false;  // It joined a pairing that had another phone already.
+  bool isRefused = false;     // The relay calls its pairing revoked.
   bool operator==(const PairedPhone&) const = default;
 };
 
@@ -98,6 +100,8 @@ class PhonePairings {
   [[nodiscard]] RelayConnectionStatus status() const;
   // The first pairing; only its code is shown without being asked for.
   [[nodiscard]] bool isPairingRevoked() const { return first->isPairingRevoked(); }
+  // Whether a phone may be reached by one of them: not while the relay calls all of them revoked.
+  [[nodiscard]] bool isAnyUsable() const;
 
   // ---- Taking back.
   // All of them. The first takes a new identity.
@@ -140,6 +144,8 @@ class PhonePairings {
   void furtherEnded(int pairing);
   void endOfferIfDue();
   void save() const;
+  void noteArrival(const ApprovalRequestEnvelope& decision);
+  [[nodiscard]] std::vector<std::string> presentAt(const ApprovalRequestEnvelope& decision) const;
 
   const PhonePairingsDependencies dependencies;
   const PhonePairingsCallbacks callbacks;
@@ -149,6 +155,13 @@ class PhonePairings {
   std::unique_ptr<RelaySession> first;
   std::string firstPairingID;                         // Empty: there is no relay, or it cannot be read.
   std::vector<std::unique_ptr<Further>> furtherOnes;  // In the order of their numbers.
+  // Which phones of its pairing were connected when a decision came, newest last; bounded.
+  struct Arrival {
+    int pairing = PairingConfiguration::kFirst;
+    std::string decisionID;
+    std::vector<std::string> present;
+  };
+  std::deque<Arrival> arrivals;
   std::optional<int> offeredNumber;
   Date offerEndsAt;               // While one is offered.
   platform::TaskHandle offerEnd;  // The same.

@@ -261,6 +261,19 @@ TEST_F(PhonePairingsTest, TellsOfTheFirstGrantOfANewPhone) {
   EXPECT_THAT(told, Contains("Ben has answered a prompt for the first time."));
 }
 
+TEST_F(PhonePairingsTest, TellsOfTheFirstGrantOfAPhoneThatLeavesAfterTheTap) {
+  launchWithAnn();
+  pairBen();
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  ASSERT_TRUE(ben.decide(ben.shown().front().id, "Erase"));
+  ben.goOffline();
+  world.advance(5);
+  std::vector<std::string> told;
+  for (const auto& note : world.world.userNotifications().posted()) told.push_back(note.body);
+  EXPECT_THAT(told, Contains("Ben has answered a prompt for the first time."));
+}
+
 // ---- Taking one back
 
 TEST_F(PhonePairingsTest, UnpairsOneAndLeavesTheOthers) {
@@ -530,6 +543,60 @@ TEST_F(PhonePairingsTest, TheWindowShowsAndHidesTheCodeOfAnotherPhone) {
   ASSERT_TRUE(window.click(StatusWindowButton::pairAnother));
   world.advance(1);
   EXPECT_FALSE(window.content()->pairingImage);
+}
+
+TEST_F(PhonePairingsTest, PairingAnewLeavesTheOthers) {
+  launchWithAnn();
+  pairBen();
+  const auto first = pairingID(1);
+  const auto second = pairingID(2);
+  world.relay.revoke(first);
+  world.advance(10);
+  auto& window = world.world.statusWindowViews().window();
+  ASSERT_EQ(window.content()->unpairPhoneButton->title, "Pair Anew");
+  ASSERT_TRUE(window.click(StatusWindowButton::unpairPhone));
+  world.advance(3);
+  EXPECT_NE(pairingID(1), first);
+  EXPECT_EQ(pairingID(2), second);
+  EXPECT_THAT(world.relay.revokedByAgents(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, ShowAFurtherOneThatTheRelayRefuses) {
+  launchWithAnn();
+  pairBen();
+  world.relay.revoke(pairingID(2));
+  world.advance(10);
+  const auto lines = world.status().phones;
+  ASSERT_THAT(lines, SizeIs(2));
+  EXPECT_FALSE(lines[0].isRefused);
+  EXPECT_TRUE(lines[1].isRefused);
+}
+
+// ---- What is offered is new
+
+TEST_F(PhonePairingsTest, ANewCodeIsNeverThatOfAnEarlierPairing) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  quit();
+  world.world.userDefaults().remove("quillard.further-pairings");  // The settings were lost, the keychain was not.
+  launch();
+  ASSERT_EQ(pairingID(2), identity);
+  offer();
+  EXPECT_EQ(code(), "offered");
+  EXPECT_NE(pairingID(2), "");
+  EXPECT_NE(pairingID(2), identity);
+}
+
+TEST_F(PhonePairingsTest, AnOfferThatNoRelayEverKnewLeavesNothingToBeTold) {
+  launchWithAnn();
+  world.relay.goDown();
+  world.advance(1);
+  offer();
+  world.onMainThread([](AppDelegate& agent) { agent.cancelPairing(); });
+  world.advance(1);
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
 }
 
 // ---- Who is the computer

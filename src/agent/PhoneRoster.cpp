@@ -104,23 +104,35 @@ std::vector<KnownPhone> PhoneRoster::note(std::string_view pairingID, const Rela
   return arrived;
 }
 
-std::optional<KnownPhone> PhoneRoster::noteDecision(std::string_view pairingID, bool isGrant) {
+std::vector<std::string> PhoneRoster::connectedPhones(std::string_view pairingID) const {
+  std::vector<std::string> deviceIDs;
+  for (const auto& phone : known) {
+    if (phone.pairingID == pairingID && phone.isConnected) deviceIDs.push_back(phone.deviceID);
+  }
+  return deviceIDs;
+}
+
+std::optional<FirstGrant> PhoneRoster::noteDecision(std::string_view pairingID, bool isGrant,
+                                                    const std::vector<std::string>& present) {
   const Date now = clock.now();
-  std::vector<KnownPhone*> connected;
+  std::vector<KnownPhone*> candidates;
   for (auto& phone : known) {
-    if (phone.pairingID == pairingID && phone.isConnected) connected.push_back(&phone);
+    const bool wasPresent =
+        present.empty() || std::find(present.begin(), present.end(), phone.deviceID) != present.end();
+    if (phone.pairingID == pairingID && wasPresent) candidates.push_back(&phone);
   }
-  if (connected.empty()) return std::nullopt;
+  if (candidates.empty()) return std::nullopt;
   // Of several it cannot be known which it was.
-  if (connected.size() == 1) {
-    ++connected.front()->decisions;
-    connected.front()->heardAt = now;
+  const bool isCertain = candidates.size() == 1 && !present.empty();
+  if (isCertain) {
+    ++candidates.front()->decisions;
+    candidates.front()->heardAt = now;
   }
-  std::optional<KnownPhone> granted;
-  for (auto* phone : connected) {
+  std::optional<FirstGrant> granted;
+  for (auto* phone : candidates) {
     if (!isGrant || phone->hasGranted || now >= advanced(phone->since, kNewPhoneTime)) continue;
     phone->hasGranted = true;
-    if (!granted) granted = *phone;
+    if (!granted) granted = FirstGrant{*phone, isCertain};
   }
   save();
   return granted;

@@ -27,6 +27,12 @@ struct KnownPhone {
   bool operator==(const KnownPhone&) const = default;
 };
 
+// A phone whose first grant it may be.
+struct FirstGrant {
+  KnownPhone phone;
+  bool isCertain = false;  // Else it was this one, or another one of its pairing.
+};
+
 // Every phone that has ever joined a pairing which is not given up, from run to run, in the user's settings. Bounded:
 // who has the code of one pairing can name as many phones as they like. Settings that cannot be read are an empty list.
 // Main thread.
@@ -40,9 +46,13 @@ class PhoneRoster {
   // What the relay says of a pairing now; `status` empty: there is no connection. Returns the phones that were not
   // known, in the relay's order.
   std::vector<KnownPhone> note(std::string_view pairingID, const RelayConnectionStatus& status);
-  // A phone of the pairing has decided something; `isGrant`: a prompt was answered otherwise than by a dismissal.
-  // Returns the phone whose first grant it may be, if that joined within the last hour.
-  std::optional<KnownPhone> noteDecision(std::string_view pairingID, bool isGrant);
+  // By `deviceID`.
+  [[nodiscard]] std::vector<std::string> connectedPhones(std::string_view pairingID) const;
+  // A phone of the pairing has decided something. `present`: those that were connected when the decision came, as it
+  // may have left by now; empty: it may be any. `isGrant`: a prompt was answered otherwise than by a dismissal. Returns
+  // the phone whose first grant it may be, if that joined within the last hour.
+  std::optional<FirstGrant> noteDecision(std::string_view pairingID, bool isGrant,
+                                         const std::vector<std::string>& present);
   // To be called every few seconds: the phones that are connected were heard of.
   void noteTime();
   // The pairing was given up.

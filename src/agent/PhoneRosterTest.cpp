@@ -56,7 +56,7 @@ TEST_F(PhoneRosterTest, KnowsThemInTheNextRun) {
   arrived(kPairing, {"Ann"});
   const Date since = time.now();
   advance(3600);
-  (void)roster.noteDecision(kPairing, false);
+  (void)roster.noteDecision(kPairing, false, roster.connectedPhones(kPairing));
   PhoneRoster next{defaults, time};
   ASSERT_EQ(next.phones().size(), 1U);
   const auto& phone = next.phones().front();
@@ -90,24 +90,49 @@ TEST_F(PhoneRosterTest, WritesDownNowAndThenThatAPhoneIsThere) {
 
 TEST_F(PhoneRosterTest, CountsDecisionsOfTheOnlyPhoneThatIsThere) {
   arrived(kPairing, {"Ann"});
-  (void)roster.noteDecision(kPairing, false);
+  (void)roster.noteDecision(kPairing, false, roster.connectedPhones(kPairing));
   arrived(kPairing, {"Ann", "Ben"});
-  (void)roster.noteDecision(kPairing, false);
+  (void)roster.noteDecision(kPairing, false, roster.connectedPhones(kPairing));
   EXPECT_EQ(roster.phones().front().decisions, 1);
   EXPECT_EQ(roster.phones().back().decisions, 0);
 }
 
 TEST_F(PhoneRosterTest, SaysTheFirstGrantOfAPhonesFirstHourOnce) {
   arrived(kPairing, {"Ann"});
-  EXPECT_FALSE(roster.noteDecision(kPairing, /*isGrant=*/false));
+  EXPECT_FALSE(roster.noteDecision(kPairing, /*isGrant=*/false, roster.connectedPhones(kPairing)));
   advance(3599);
-  const auto granted = roster.noteDecision(kPairing, /*isGrant=*/true);
+  const auto granted = roster.noteDecision(kPairing, /*isGrant=*/true, roster.connectedPhones(kPairing));
   ASSERT_TRUE(granted);
-  EXPECT_EQ(granted->name, "Ann");
-  EXPECT_FALSE(roster.noteDecision(kPairing, /*isGrant=*/true));
+  EXPECT_EQ(granted->phone.name, "Ann");
+  EXPECT_TRUE(granted->isCertain);
+  EXPECT_FALSE(roster.noteDecision(kPairing, /*isGrant=*/true, roster.connectedPhones(kPairing)));
   arrived(kOther, {"Ben"});
   advance(3600);
-  EXPECT_FALSE(roster.noteDecision(kOther, /*isGrant=*/true)) << "No longer new.";
+  EXPECT_FALSE(roster.noteDecision(kOther, /*isGrant=*/true, roster.connectedPhones(kOther))) << "No longer new.";
+}
+
+TEST_F(PhoneRosterTest, SaysTheFirstGrantOfAPhoneThatHasLeft) {
+  arrived(kPairing, {"Ann"});
+  const auto present = roster.connectedPhones(kPairing);
+  (void)roster.note(kPairing, {});
+  const auto granted = roster.noteDecision(kPairing, /*isGrant=*/true, present);
+  ASSERT_TRUE(granted);
+  EXPECT_EQ(granted->phone.name, "Ann");
+  EXPECT_TRUE(granted->isCertain);
+  EXPECT_EQ(roster.phones().front().decisions, 1);
+}
+
+TEST_F(PhoneRosterTest, SaysAFirstGrantOfWhichItIsNotKnownWhoseItWas) {
+  arrived(kPairing, {"Ann", "Ben"});
+  const auto ofSeveral = roster.noteDecision(kPairing, /*isGrant=*/true, roster.connectedPhones(kPairing));
+  ASSERT_TRUE(ofSeveral);
+  EXPECT_FALSE(ofSeveral->isCertain);
+  arrived(kOther, {"Carl"});
+  const auto ofNone = roster.noteDecision(kOther, /*isGrant=*/true, {});
+  ASSERT_TRUE(ofNone);
+  EXPECT_EQ(ofNone->phone.name, "Carl");
+  EXPECT_FALSE(ofNone->isCertain);
+  EXPECT_EQ(roster.phones().back().decisions, 0);
 }
 
 TEST_F(PhoneRosterTest, ForgetsThePhonesOfAPairingThatWasGivenUp) {

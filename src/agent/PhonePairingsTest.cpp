@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "relay/PendingRevocations.h"
+#include "relay/RelayAddress.h"
 #include "support/AgentWorld.h"
 
 namespace quillard {
@@ -616,7 +617,9 @@ TEST_F(PhonePairingsTest, ShowsAKeyToARelayThatWantsOne) {
   EXPECT_EQ(shown[1].size(), 64U);
   const auto kept = keptSecrets(world.world);
   ASSERT_TRUE(kept);
-  EXPECT_EQ(kept->computerKey.text(), shown[1]);
+  EXPECT_FALSE(kept->computerKey.isEmpty());
+  EXPECT_EQ(computerKeyFor(kept->computerKey, "wss://relay.example/ws").text(), shown[1]) << "The one of this relay.";
+  EXPECT_NE(kept->computerKey.text(), shown[1]);
   EXPECT_NE(kept->relayAuthToken.text(), shown[1]);
 }
 

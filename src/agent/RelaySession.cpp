@@ -85,9 +85,15 @@ std::optional<RelaySession::Access> RelaySession::findAccess() const {
     if (!refusal->line.empty()) dependencies.console.writeLine(refusal->line);
     return std::nullopt;
   }
-  return Access{.configuration = *configuration,
-                .socketURL = std::get<std::string>(address),
-                .secrets = dependencies.pairingConfiguration.installationSecrets()};
+  return Access{
+      .configuration = *configuration,
+      .socketURL = std::get<std::string>(address),
+      .secrets = secretsFor(dependencies.pairingConfiguration.installationSecrets(), configuration->relayURL)};
+}
+
+InstallationSecrets RelaySession::secretsFor(InstallationSecrets secrets, const std::string& relayURL) {
+  secrets.computerKey = computerKeyFor(secrets.computerKey, relayURL);
+  return secrets;
 }
 
 void RelaySession::beginRelayGeneration() {
@@ -136,7 +142,8 @@ void RelaySession::relayTokenRegistered() {
 }
 
 void RelaySession::relayWantsComputerKey() {
-  access->secrets = dependencies.pairingConfiguration.secretsWithComputerKey();
+  access->secrets =
+      secretsFor(dependencies.pairingConfiguration.secretsWithComputerKey(), access->configuration.relayURL);
   registerRelayToken();
 }
 
@@ -283,7 +290,7 @@ std::optional<UnsentRevocation> RelaySession::revocation() const {
   const auto configured = dependencies.pairingConfiguration.configuredRelay();
   const auto secrets = dependencies.pairingConfiguration.storedSecrets();
   if (!configured || !secrets) return std::nullopt;
-  return UnsentRevocation{.relayURL = configured->relayURL, .secrets = *secrets};
+  return UnsentRevocation{.relayURL = configured->relayURL, .secrets = secretsFor(*secrets, configured->relayURL)};
 }
 
 void RelaySession::rotatePairingIdentityAfterUnpair() {

@@ -141,6 +141,8 @@ class RelaySession {
   };
 
   [[nodiscard]] std::optional<Access> findAccess() const;
+  // The key among them is the one that is shown to this relay.
+  [[nodiscard]] static InstallationSecrets secretsFor(InstallationSecrets secrets, const std::string& relayURL);
   void registerRelayToken();
   void registerRelayTokenAfter(Seconds delay);
   void relayTokenRegistered();

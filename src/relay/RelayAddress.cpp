@@ -1,5 +1,10 @@
 #include "relay/RelayAddress.h"
 
+#include <cstdint>
+
+#include "foundation/Text.h"
+#include "relay/RelayCrypto.h"
+
 namespace quillard {
 
 bool isAllowedRelayURL(const UrlComponents& components) {
@@ -19,6 +24,19 @@ std::variant<std::string, RelayAddressRefusal> relaySocketURL(const RelayLaunchC
   auto url = components->text();
   if (!UrlComponents::parse(url)) return RelayAddressRefusal{"Invalid relay URL: " + printable};
   return url;
+}
+
+Secret computerKeyFor(const Secret& computerKey, std::string_view relayURL) {
+  const auto relay = UrlComponents::parse(relayURL);
+  if (computerKey.isEmpty() || !relay || !relay->host) return {};
+  constexpr std::uint16_t kSecurePort = 443;
+  constexpr std::uint16_t kPlainPort = 80;
+  const auto port = relay->port.value_or(relay->lowercasedScheme() == "wss" ? kSecurePort : kPlainPort);
+  std::string text(computerKey.text());
+  text += "\n" + text::lowercased(*relay->host) + ":" + std::to_string(port);
+  Secret key{std::string_view{RelayCrypto::digest(text)}};
+  wipe(text);
+  return key;
 }
 
 }  // namespace quillard

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <variant>
 
 #include "foundation/UrlComponents.h"
 #include "relay/RelayLaunchConfiguration.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -28,5 +30,10 @@ inline constexpr std::string_view kRegistrationKeyItem = "registration-key";
 // The address of the socket: the relay's own, its other query items kept, followed by this side's role and the pairing.
 [[nodiscard]] std::variant<std::string, RelayAddressRefusal> relaySocketURL(
     const RelayLaunchConfiguration& configuration);
+
+// What is shown to this relay of the computer's key: each relay gets a key of its own, so that none can pose as the
+// computer at another one. The same for every path and query of one host and port. Empty: there is no key, or no
+// address.
+[[nodiscard]] Secret computerKeyFor(const Secret& computerKey, std::string_view relayURL);
 
 }  // namespace quillard

@@ -63,5 +63,18 @@ TEST(RelayAddress, KeepsTheRegistrationKeyOutOfTheSocketsAddress) {
   EXPECT_EQ(std::get<std::string>(url), "wss://relay.example/ws?room=1&role=mac&pairing=home");
 }
 
+TEST(ComputerKeyFor, GivesEachRelayAKeyOfItsOwn) {
+  const Secret key{std::string_view{"0123456789abcdef0123456789abcdef"}};
+  const auto of = [&](std::string_view relayURL) { return std::string(computerKeyFor(key, relayURL).text()); };
+  const auto one = of("wss://relay.example/ws");
+  EXPECT_EQ(one.size(), 64U);
+  EXPECT_EQ(of("wss://Relay.example:443/other?registration-key=x"), one) << "The same relay.";
+  EXPECT_NE(of("wss://relay.example:8443/ws"), one);
+  EXPECT_NE(of("wss://other.example/ws"), one);
+  EXPECT_NE(std::string(computerKeyFor(Secret{std::string_view{"another"}}, "wss://relay.example/ws").text()), one);
+  EXPECT_EQ(of("not an address"), "");
+  EXPECT_TRUE(computerKeyFor({}, "wss://relay.example/ws").isEmpty()) << "None was made.";
+}
+
 }  // namespace
 }  // namespace quillard

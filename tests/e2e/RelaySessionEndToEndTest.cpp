@@ -13,6 +13,7 @@
 #include "platform/qt/QtWebSockets.h"
 #include "platform/qt/SystemClock.h"
 #include "platform/simulated/SimulatedWorld.h"
+#include "relay/RelayAddress.h"
 #include "support/QtWait.h"
 #include "support/SampleApprovals.h"
 
@@ -42,9 +43,10 @@ class RelaySessionEndToEnd : public testing::Test {
     return {{"Authorization", "Bearer " + std::string(secrets.relayAuthToken.text())}};
   }
   // What only the computer has, too.
-  [[nodiscard]] static test::WireHeaders proofOf(const InstallationSecrets& secrets) {
+  [[nodiscard]] test::WireHeaders proofOf(const InstallationSecrets& secrets) {
     auto headers = bearer(secrets);
-    headers.emplace_back("Quillard-Computer-Key", std::string(secrets.computerKey.text()));
+    const auto key = computerKeyFor(secrets.computerKey, "ws://127.0.0.1:" + std::to_string(relay.port()) + "/ws");
+    headers.emplace_back("Quillard-Computer-Key", std::string(key.text()));
     return headers;
   }
   // The status that a phone with these secrets gets; 101 when it is let in.

@@ -9,7 +9,7 @@ with-approval() {
     echo 'usage: with-approval COMMAND [ARGUMENT...]' >&2
     return 2
   fi
-  quillard ask "Run ${1##*/}?" --line "$*" --button Run --button Cancel --default-on-timeout Cancel \
-    --fallback terminal >/dev/null || return
+  quillard ask --line "$*" --button Run --button Cancel --default-on-timeout Cancel --fallback terminal \
+    -- "Run ${1##*/}?" >/dev/null || return
   "$@"
 }

@@ -107,7 +107,9 @@ void describeAsk(CLI::App& program, Arguments& read) {
   for (auto* const option : ask->get_options()) {
     const bool mayRepeat =
         option->check_name("--line") || option->check_name("--button") || option->check_name("--deny");
-    if (mayRepeat) option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    if (!mayRepeat) continue;
+    // Without extra arguments, "[a,b]" is one text and no list.
+    option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)->allow_extra_args(false);
   }
 }
 
@@ -234,6 +236,9 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   return RunAgent{};
 }
 
+// A question that looks like an option gets the help, which must not end like the answer that grants.
+bool isAsked(const std::vector<std::string>& arguments) { return arguments.size() > 2 && arguments[0] == "ask"; }
+
 }  // namespace
 
 Command parseCommandLine(const std::vector<std::string>& arguments) {
@@ -246,7 +251,7 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
     program.parse(std::move(reversed));
   } catch (const CLI::ParseError& end) {
     std::ostringstream said;
-    const bool isWrong = program.exit(end, said, said) != 0;
+    const bool isWrong = program.exit(end, said, said) != 0 || isAsked(arguments);
     return PrintMessage{said.str(), isWrong ? ExitCode::wrongUsage : ExitCode::fine};
   }
   return commandOf(program, read);

@@ -148,6 +148,25 @@ TEST(CommandLine, RefusesQuestionsThatCannotBeAsked) {
   }
 }
 
+TEST(CommandLine, AQuestionThatLooksLikeAnOptionIsNeverTakenForAYes) {
+  for (const char* const question : {"-h", "--help", "-h please", "--version", "--json", "-x", "++"}) {
+    EXPECT_NE(refusal({"ask", question, "--button", "Run"}), "not refused") << question;
+    EXPECT_NE(refusal({"ask", "--button", "Run", question}), "not refused") << question;
+    const AskQuestion expected{.request = {.question = question, .lines = {question}, .buttons = {{"Run"}}}};
+    const Command command = parseCommandLine({"ask", "--line", question, "--button", "Run", "--", question});
+    ASSERT_TRUE(std::holds_alternative<AskQuestion>(command)) << question;
+    EXPECT_EQ(std::get<AskQuestion>(command), expected) << question;
+  }
+}
+
+TEST(CommandLine, TextsInBracketsStayAsTheyAre) {
+  const Command command = parseCommandLine({"ask", "--line", "[a,b]", "--button", "[Run]", "--button", "[]", "Go on?"});
+  ASSERT_TRUE(std::holds_alternative<AskQuestion>(command));
+  const auto& request = std::get<AskQuestion>(command).request;
+  EXPECT_EQ(request.lines, std::vector<std::string>{"[a,b]"});
+  EXPECT_EQ(request.buttons, (std::vector<QuestionButton>{{"[Run]"}, {"[]"}}));
+}
+
 TEST(CommandLine, HelpNamesEveryCommandAndEveryExitCode) {
   for (const char* flag : {"--help", "-h"}) {
     const auto command = parseCommandLine({flag});

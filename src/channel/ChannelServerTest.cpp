@@ -130,6 +130,25 @@ TEST_F(ChannelServerTest, LinesOfOneConnectionAreCounted) {
   EXPECT_EQ(later.size(), ChannelSession::kMostLines - 1);
 }
 
+TEST_F(ChannelServerTest, WhatCannotBeUnderstoodEndsWhatWasBegun) {
+  ASSERT_TRUE(server.start());
+  std::string tooManyLines;
+  for (std::size_t i = 0; i < ChannelSession::kMostLines; ++i) tooManyLines += channelLine("more");
+  for (const std::string& bytes :
+       {std::string("no json\n"), std::string(ChannelLines::kLongest + 1, 'x'), tooManyLines}) {
+    ends = 0;
+    RawClient client(other);
+    client.send(channelLine("wait"));
+    settle();
+    client.send(bytes);
+    settle();
+    EXPECT_EQ(ends, 1) << bytes.substr(0, 40);
+    EXPECT_THAT(client.received, HasSubstr("error")) << bytes.substr(0, 40);
+    world.advance(ChannelSession::kFinishTimeout + Seconds{0.01});
+    EXPECT_EQ(ends, 1) << "once: " << bytes.substr(0, 40);
+  }
+}
+
 TEST_F(ChannelServerTest, AConnectionWithoutARequestIsClosedInTime) {
   ASSERT_TRUE(server.start());
   RawClient silent(other);

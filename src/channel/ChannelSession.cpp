@@ -16,15 +16,16 @@ void ChannelSession::received(std::string_view bytes) {
   lines.add(bytes);
   while (const auto line = lines.next()) {
     if (hasFinished) return;
-    if (++lineCount > kMostLines) return refuse(channel_codes::kTooMuch, "Too many lines came on one connection.");
+    if (++lineCount > kMostLines)
+      return giveUp({std::string(channel_codes::kTooMuch), "Too many lines came on one connection."});
     read(*line);
   }
-  if (lines.isBroken()) refuse(channel_codes::kTooMuch, "The line is too long.");
+  if (lines.isBroken()) giveUp({std::string(channel_codes::kTooMuch), "The line is too long."});
 }
 
 void ChannelSession::read(std::string_view line) {
   const auto message = readChannelMessage(line);
-  if (const auto* const problem = std::get_if<ChannelProblem>(&message)) return finish(channelLine(*problem));
+  if (const auto* const problem = std::get_if<ChannelProblem>(&message)) return giveUp(*problem);
   const auto& read = std::get<ChannelMessage>(message);
   if (lineCount == 1) {
     timeout.reset();
@@ -33,7 +34,7 @@ void ChannelSession::read(std::string_view line) {
     const auto handler = onMessage;
     handler(read);
   } else {
-    refuse(channel_codes::kUnknownType, "Nothing more was expected on this connection.");
+    giveUp({std::string(channel_codes::kUnknownType), "Nothing more was expected on this connection."});
   }
 }
 
@@ -50,6 +51,12 @@ void ChannelSession::finish(std::string_view line) {
 
 void ChannelSession::refuse(std::string_view code, std::string_view message) {
   finish(channelLine(ChannelProblem{std::string(code), std::string(message)}));
+}
+
+void ChannelSession::giveUp(const ChannelProblem& problem) {
+  if (hasFinished || isClosed) return;
+  if (const auto ended = std::exchange(onEnd, nullptr)) ended();
+  finish(channelLine(problem));
 }
 
 void ChannelSession::close() {

@@ -43,7 +43,8 @@ class ChannelSession {
 
   // What comes after the request. Without it, anything more is refused.
   void setOnMessage(std::function<void(const ChannelMessage&)> handler) { onMessage = std::move(handler); }
-  // The other side has gone, or is to go. Called before the owner learns of it.
+  // The other side has gone, or is to go for what it sent. Called once, before the owner learns of it and before the
+  // reason is sent.
   void setOnEnd(std::function<void()> handler) { onEnd = std::move(handler); }
 
   // Dropped once it is finished.
@@ -56,6 +57,8 @@ class ChannelSession {
  private:
   void received(std::string_view bytes);
   void read(std::string_view line);
+  // Refuses what the other side sent, which ends what it waits for.
+  void giveUp(const ChannelProblem& problem);
   void close();
 
   platform::SerialExecutor& mainThread;

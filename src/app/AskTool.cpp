@@ -20,6 +20,8 @@ std::string_view outcomeName(const AskOutcome& outcome) {
       return "answered";
     case Kind::ended:
       return QuestionTexts::name(outcome.end);
+    case Kind::notTaken:
+      return "notTaken";
     case Kind::noAgent:
       return "noAgent";
     case Kind::refused:
@@ -40,6 +42,7 @@ ExitCode exitCode(QuestionEnd end) {
     case QuestionEnd::tooMany:
       return ExitCode::tooMany;
     case QuestionEnd::stopping:
+    case QuestionEnd::notTaken:
       break;
   }
   return ExitCode::cannotDoHere;
@@ -55,6 +58,7 @@ ExitCode exitCode(const AskOutcome& outcome) {
       return exitCode(outcome.end);
     case Kind::refused:
       return ExitCode::wrongUsage;
+    case Kind::notTaken:
     case Kind::noAgent:
       break;
   }
@@ -95,15 +99,16 @@ AskTool::AskTool(const AskQuestion& given, const QuestionAskerDependencies& depe
                               .onOutcome = [this](const AskOutcome& outcome) { ended(outcome); }})) {}
 
 bool AskTool::print(const AskOutcome& outcome) {
+  hasPrinted = true;
   output.print(askText(outcome, command.asJson));
   return output.couldPrint();
 }
 
-// What was answered was printed when it was taken.
+// An answer was printed before it was taken; where it does not count after all, the exit code and the error say so.
 void AskTool::ended(const AskOutcome& outcome) {
   const bool fallsBack = command.fallsBackToTerminal && mayFallBack(outcome);
   if (outcome.kind != Kind::answered && !fallsBack) {
-    if (command.asJson) output.print(askText(outcome, /*asJson=*/true));
+    if (command.asJson && !hasPrinted) output.print(askText(outcome, /*asJson=*/true));
     output.printError(askErrorText(outcome));
   }
   onEnd(exitCode(outcome), outcome);

@@ -38,6 +38,7 @@ class AskTool {
   const AskQuestion command;
   const Output& output;
   const std::function<void(ExitCode, const AskOutcome&)> onEnd;
+  bool hasPrinted = false;  // One line at the most.
   std::unique_ptr<QuestionAsker> asker;
 };
 

@@ -83,6 +83,27 @@ TEST_F(AskToolTest, AnAnswerThatCannotBePrintedIsNotTaken) {
   ask();
   answer("Delete");
   EXPECT_EQ(taken, false);
+  EXPECT_EQ(number(code.value()), 3);
+}
+
+TEST_F(AskToolTest, AnAnswerThatIsNotConfirmedIsNoYes) {
+  std::vector<std::unique_ptr<platform::LocalConnection>> connections;
+  const auto listener = world.localSockets().listen(kChannelName, [&](auto connection) {
+    connection->start({[](auto) {}, [] {}});
+    connection->send(channelLine("answer", {{"label", "Delete"}, {"index", 0}, {"by", "phone"}}));
+    connections.push_back(std::move(connection));
+  });
+  auto command = deletion();
+  command.asJson = true;
+  command.fallsBackToTerminal = true;
+  ask(command);
+  EXPECT_EQ(code, std::nullopt) << "it waits for the agent's word";
+  const auto line = printed;
+  connections.clear();
+  world.advance(Seconds{0.1});
+  EXPECT_EQ(number(code.value()), 3);
+  EXPECT_EQ(printed, line) << "one line at the most";
+  EXPECT_EQ(errors, "quillard ask: The agent has gone before it confirmed the answer.\n");
 }
 
 TEST_F(AskToolTest, WithoutAnAgentItSaysSo) {
@@ -101,13 +122,14 @@ TEST_F(AskToolTest, NothingIsPrintedWhereTheTerminalIsAskedInstead) {
 }
 
 TEST(AskToolCodes, EachEndHasOneOfItsOwn) {
-  const std::vector<std::pair<QuestionEnd, int>> table{{QuestionEnd::timedOut, 4}, {QuestionEnd::noPhone, 5},
-                                                       {QuestionEnd::paused, 6},   {QuestionEnd::muted, 6},
-                                                       {QuestionEnd::tooMany, 7},  {QuestionEnd::stopping, 3}};
+  const std::vector<std::pair<QuestionEnd, int>> table{
+      {QuestionEnd::timedOut, 4}, {QuestionEnd::noPhone, 5},  {QuestionEnd::paused, 6},  {QuestionEnd::muted, 6},
+      {QuestionEnd::tooMany, 7},  {QuestionEnd::stopping, 3}, {QuestionEnd::notTaken, 3}};
   for (const auto& [end, expected] : table) {
     EXPECT_EQ(number(exitCode({.kind = AskOutcome::Kind::ended, .end = end})), expected);
   }
   EXPECT_EQ(number(exitCode({.kind = AskOutcome::Kind::noAgent})), 3);
+  EXPECT_EQ(number(exitCode({.kind = AskOutcome::Kind::notTaken, .index = 0})), 3);
   EXPECT_EQ(number(exitCode({.kind = AskOutcome::Kind::refused})), 2);
   EXPECT_EQ(number(exitCode({.kind = AskOutcome::Kind::answered, .index = 7})), 1);
 }
@@ -120,6 +142,7 @@ TEST(AskToolTerminal, IsAskedOnlyWhereNothingElseCanAnswer) {
   }
   EXPECT_FALSE(mayFallBack({.kind = AskOutcome::Kind::refused}));
   EXPECT_FALSE(mayFallBack({.kind = AskOutcome::Kind::answered}));
+  EXPECT_FALSE(mayFallBack({.kind = AskOutcome::Kind::notTaken}));
 }
 
 TEST(AskToolTerminal, TakesANumberOrALabel) {

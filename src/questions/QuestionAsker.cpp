@@ -42,26 +42,54 @@ void QuestionAsker::received(const ChannelMessage& message) {
   JsonReader reader{message.json};
   if (message.type == "asked") {
     lostAt.reset();
-  } else if (message.type == "answer") {
-    AskOutcome outcome{.kind = AskOutcome::Kind::answered, .label = reader.string("label"), .by = reader.string("by")};
-    outcome.index = static_cast<std::size_t>(
-        reader.integer("index", 0, static_cast<std::int64_t>(QuestionRequest::kMostButtons) - 1));
-    if (reader.error() || !request.hasButton(outcome.label)) return lost();
-    if (events.take(outcome)) client->send(channelLine("taken"));
-    finish(outcome);
+  } else if (message.type == "answer" && !answer) {
+    answered(reader);
+  } else if (message.type == "done" && isConfirming) {
+    finish(*answer);
   } else if (message.type == "end") {
-    const auto end = QuestionTexts::endOf(reader.string("reason"));
-    if (end == QuestionEnd::stopping) return lost();
-    finish({.kind = end ? AskOutcome::Kind::ended : AskOutcome::Kind::refused,
-            .end = end.value_or(QuestionEnd::timedOut),
-            .message = reader.optionalString("message").value_or("The agent ended the question.")});
+    ended(reader);
   } else if (message.type == "error") {
-    finish({.kind = AskOutcome::Kind::refused, .message = reader.optionalString("message").value_or("")});
+    const auto text = reader.optionalString("message").value_or("");
+    if (answer) return notTaken(text);
+    finish({.kind = AskOutcome::Kind::refused, .message = text});
   }
 }
 
-// The connection has ended without an answer.
+void QuestionAsker::answered(JsonReader& reader) {
+  AskOutcome outcome{.kind = AskOutcome::Kind::answered, .label = reader.string("label"), .by = reader.string("by")};
+  outcome.index = static_cast<std::size_t>(
+      reader.integer("index", 0, static_cast<std::int64_t>(QuestionRequest::kMostButtons) - 1));
+  if (reader.error() || !request.hasButton(outcome.label)) return lost();
+  answer = std::move(outcome);
+  // In a later turn: where this process was stopped, the end of the question came together with the answer.
+  next = dependencies.mainThread.postAfter(Seconds::zero(), [this] { take(); });
+}
+
+void QuestionAsker::take() {
+  if (!events.take(*answer)) return notTaken("The answer could not be handed over.");
+  isConfirming = true;
+  client->send(channelLine("taken"));
+  lateness = dependencies.mainThread.postAfter(kConfirmTimeout,
+                                               [this] { notTaken("The agent did not confirm the answer in time."); });
+}
+
+void QuestionAsker::ended(JsonReader& reader) {
+  const auto end = QuestionTexts::endOf(reader.string("reason"));
+  auto text = reader.optionalString("message").value_or("The agent ended the question.");
+  if (answer) return notTaken(std::move(text));
+  if (end == QuestionEnd::stopping) return lost();
+  finish({.kind = end ? AskOutcome::Kind::ended : AskOutcome::Kind::refused,
+          .end = end.value_or(QuestionEnd::timedOut),
+          .message = std::move(text)});
+}
+
+void QuestionAsker::notTaken(std::string message) {
+  finish({.kind = AskOutcome::Kind::notTaken, .message = std::move(message)});
+}
+
+// The connection has ended. A question that was answered is not asked again.
 void QuestionAsker::lost() {
+  if (answer) return notTaken("The agent has gone before it confirmed the answer.");
   const Instant now = dependencies.clock.monotonicNow();
   if (!lostAt) lostAt = now;
   const Seconds left = deadline - now;

@@ -103,8 +103,114 @@ TEST_F(QuestionAskerTest, AnAnswerThatCannotBeHandedOverWasNotTaken) {
   ask();
   ASSERT_TRUE(agent->answer("Delete"));
   settle();
-  EXPECT_THAT(kinds(), ElementsAre(Kind::answered));
+  EXPECT_THAT(kinds(), ElementsAre(Kind::notTaken));
   EXPECT_THAT(agent->taken, ElementsAre(false));
+}
+
+TEST_F(QuestionAskerTest, AnAnswerThatIsReadTooLateCountsNot) {
+  std::vector<std::unique_ptr<platform::LocalConnection>> connections;
+  std::string received;
+  const auto listener = sockets.listen(kChannelName, [&](auto connection) {
+    connection->start({[&](auto bytes) { received += bytes; }, [] {}});
+    connection->send(channelLine("answer", {{"label", "Delete"}, {"index", 0}, {"by", "phone"}}) +
+                     channelLine("end", {{"reason", "notTaken"}, {"message", "The answer was not taken in time."}}));
+    connections.push_back(std::move(connection));
+  });
+  ask();
+  ASSERT_THAT(kinds(), ElementsAre(Kind::notTaken));
+  EXPECT_EQ(outcomes[0].message, "The answer was not taken in time.");
+  EXPECT_THAT(received, testing::Not(testing::HasSubstr("taken"))) << "both lines came while the process was stopped";
+}
+
+TEST_F(QuestionAskerTest, AnAnswerCountsWhenTheAgentConfirmsIt) {
+  std::vector<std::unique_ptr<platform::LocalConnection>> connections;
+  const auto listener = sockets.listen(kChannelName, [&](auto connection) {
+    connection->start({[](auto) {}, [] {}});
+    connection->send(channelLine("answer", {{"label", "Delete"}, {"index", 0}, {"by", "phone"}}));
+    connections.push_back(std::move(connection));
+  });
+  const std::vector<std::pair<std::string, Kind>> table{
+      {channelLine("done"), Kind::answered},
+      {channelLine("error", {{"code", "notTaken"}, {"message", "Too late."}}), Kind::notTaken},
+      {channelLine("end", {{"reason", "stopping"}, {"message", "The agent ends."}}), Kind::notTaken}};
+  for (const auto& [line, kind] : table) {
+    outcomes.clear();
+    ask();
+    EXPECT_THAT(outcomes, IsEmpty());
+    connections.back()->send(line);
+    settle();
+    EXPECT_THAT(kinds(), ElementsAre(kind)) << line;
+  }
+  outcomes.clear();
+  ask();
+  world.advance(QuestionAsker::kConfirmTimeout - Seconds{0.1});
+  EXPECT_THAT(outcomes, IsEmpty());
+  world.advance(Seconds{0.2});
+  EXPECT_THAT(kinds(), ElementsAre(Kind::notTaken)) << "silence";
+  outcomes.clear();
+  ask();
+  connections.back().reset();
+  world.advance(Seconds{1});
+  EXPECT_THAT(kinds(), ElementsAre(Kind::notTaken)) << "and it is not asked again";
+  EXPECT_EQ(connections.size(), 5U);
+}
+
+// ---- The agent's side of one question
+
+class AskingOverTheChannel : public QuestionAskerTest {
+ protected:
+  AskingOverTheChannel() {
+    startAgent();
+    open();
+  }
+  void open() {
+    received.clear();
+    connection = sockets.connect(kChannelName).connection;
+    connection->start({.onBytes = [this](std::string_view bytes) { received += bytes; }, .onEnd = [] {}});
+    connection->send(channelLine("ask", toJson(deletion())));
+    settle();
+  }
+  void say(const std::string& bytes) {
+    connection->send(bytes);
+    settle();
+  }
+
+  std::unique_ptr<platform::LocalConnection> connection;
+  std::string received;
+};
+
+TEST_F(AskingOverTheChannel, AnAnswerThatWasReportedAsNotTakenCannotBeTakenLater) {
+  ASSERT_TRUE(agent->answer("Delete"));
+  world.advance(Questions::kTakeTimeout + Seconds{0.1});
+  EXPECT_THAT(agent->taken, ElementsAre(false));
+  EXPECT_THAT(received, testing::HasSubstr(R"("type":"end","reason":"notTaken")"));
+  say(channelLine("taken"));
+  EXPECT_THAT(received, testing::Not(testing::HasSubstr("done")));
+  EXPECT_THAT(agent->taken, ElementsAre(false));
+}
+
+TEST_F(AskingOverTheChannel, NoAnswerIsTakenBeforeThereIsOne) {
+  say(channelLine("taken"));
+  EXPECT_THAT(received, testing::HasSubstr(R"("code":"notTaken")"));
+  EXPECT_THAT(received, testing::Not(testing::HasSubstr("done")));
+  EXPECT_TRUE(agent->store.all().empty());
+}
+
+TEST_F(AskingOverTheChannel, AQuestionEndsWithItsConnectionHoweverThatEnds) {
+  std::string tooManyLines;
+  for (int i = 0; i < 70; ++i) tooManyLines += channelLine("taken");
+  for (const std::string& bytes :
+       {std::string("no json\n"), std::string(300'000, 'x'), channelLine("ask", toJson(deletion())),
+        std::string(R"({"version":2,"type":"taken"})"
+                    "\n"),
+        tooManyLines}) {
+    connection.reset();
+    open();
+    ASSERT_FALSE(agent->store.all().empty());
+    say(bytes);
+    world.advance(Seconds{3});
+    EXPECT_EQ(agent->questions.openCount(), 0U) << bytes.substr(0, 40);
+  }
 }
 
 TEST_F(QuestionAskerTest, DestroyedItTakesTheQuestionBack) {

@@ -54,8 +54,12 @@ void QuestionCommands::ask(const std::shared_ptr<ChannelSession>& session, JsonR
   session->setOnMessage([this, id, weak = std::weak_ptr(session)](const ChannelMessage& message) {
     const auto living = weak.lock();
     if (message.type == "taken") {
-      questions.taken(id);
-      if (living) living->finish(channelLine("done"));
+      if (questions.taken(id)) {
+        if (living) living->finish(channelLine("done"));
+        return;
+      }
+      questions.withdraw(id);
+      if (living) living->refuse(channel_codes::kNotTaken, "There is no answer that could be taken.");
     } else if (living) {
       questions.withdraw(id);
       living->refuse(channel_codes::kUnknownType, "Of a question, only that its answer was taken can be said.");

@@ -19,6 +19,7 @@ constexpr std::array kTexts{
     Text{QuestionEnd::muted, "muted", "Questions of this program are muted on the phone."},
     Text{QuestionEnd::tooMany, "tooMany", "Too many questions were asked."},
     Text{QuestionEnd::stopping, "stopping", "The agent ends."},
+    Text{QuestionEnd::notTaken, "notTaken", "The answer was not taken in time."},
 };
 
 }  // namespace

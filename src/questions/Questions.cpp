@@ -124,14 +124,21 @@ void Questions::deliver(Question& question, std::string_view label, AnsweredBy b
   const auto& buttons = question.request.buttons;
   const auto button = std::find_if(buttons.begin(), buttons.end(), [&](const auto& one) { return one.label == label; });
   question.onTaken = std::move(onTaken);
-  question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { withdraw(id); });
+  question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { notTakenInTime(id); });
   const auto told = question.events.onAnswer;
   told({button->label, static_cast<std::size_t>(button - buttons.begin()), by});
 }
 
-void Questions::taken(const Uuid& id) {
+bool Questions::taken(const Uuid& id) {
   const auto place = find(id);
-  if (place != questions.end() && place->onTaken) remove(place, /*wasTaken=*/true);
+  if (place == questions.end() || !place->onTaken) return false;
+  remove(place, /*wasTaken=*/true);
+  return true;
+}
+
+void Questions::notTakenInTime(const Uuid& id) {
+  const auto place = find(id);
+  if (place != questions.end()) end(place, QuestionEnd::notTaken);
 }
 
 // ---- The end

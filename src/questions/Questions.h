@@ -32,6 +32,7 @@ enum class QuestionEnd {
   muted,     // Somebody does not want to be asked by this program.
   tooMany,   // This program, or all together, ask too much.
   stopping,  // The agent ends.
+  notTaken,  // It was answered, and the program did not say in time that it has the answer. Whoever answered was told.
 };
 
 enum class AnsweredBy { phone, computer, timeout };
@@ -42,7 +43,8 @@ struct QuestionAnswer {
   AnsweredBy by = AnsweredBy::phone;
 };
 
-// What the program that asked is told, each at most once and one of the two at the most; not from inside `ask`.
+// What the program that asked is told, each at most once; not from inside `ask`. After an answer the question may still
+// end, and the answer is void then: as `notTaken`, or `stopping`.
 struct QuestionEvents {
   // It has to say `taken` soon.
   std::function<void(const QuestionAnswer&)> onAnswer;
@@ -76,9 +78,9 @@ struct QuestionsCallbacks {
 // The questions of programs that wait for an answer. Each is a `PendingApproval` of the store, under an identity of its
 // own, from `ask` to its end: listed, muted and decided on as what windows ask. No scan adds or removes one.
 //
-// States of a question: open -> answered -> taken; open -> ended; or withdrawn from any of them, when the program has
-// gone. One answer each: what comes second finds no question. A program that does not take its answer within
-// `kTakeTimeout` counts as gone.
+// States of a question: open -> answered -> taken; open or answered -> ended; or withdrawn from any of them, when the
+// program has gone. One answer each: what comes second finds no question. An answer that is not taken within
+// `kTakeTimeout` is none: the question ends, and what the program says later finds no question.
 //
 // Who asks is what the system says of the process, or, where that is a tool of ours, of the one that started it. A
 // program is told by its executable, whatever its processes: `kMostOpenOfAProgram` of its questions wait at a time, and
@@ -100,8 +102,9 @@ class Questions {
   // `problemOf` wants it.
   [[nodiscard]] std::variant<Uuid, QuestionEnd> ask(const platform::LocalPeer& peer, const QuestionRequest& request,
                                                     QuestionEvents events);
-  // The program has its answer. Nothing happens for a question that is not answered.
-  void taken(const Uuid& id);
+  // The program has its answer. False, and nothing happens: there is no such question any more, or it is not answered.
+  // The program must not act on what it has then.
+  [[nodiscard]] bool taken(const Uuid& id);
   // The program does not wait any more. Nothing happens when there is no such question.
   void withdraw(const Uuid& id);
 
@@ -137,6 +140,7 @@ class Questions {
                                            const std::string& program, const QuestionRequest& request);
   [[nodiscard]] Place find(const Uuid& id);
   void timedOut(const Uuid& id);
+  void notTakenInTime(const Uuid& id);
   void deliver(Question& question, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
   // Takes it from the list and the store, and tells whoever answered it.
   void remove(Place place, bool wasTaken);

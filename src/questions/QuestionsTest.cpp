@@ -125,7 +125,7 @@ TEST_F(QuestionsTest, AreAnsweredAndTaken) {
   EXPECT_EQ(store.all().size(), 1U) << "it is there until the answer was taken";
   settle();
   EXPECT_THAT(outcomes, IsEmpty());
-  questions.taken(id);
+  EXPECT_TRUE(questions.taken(id));
   settle();
   EXPECT_THAT(outcomes, ElementsAre("taken"));
   EXPECT_TRUE(store.all().empty());
@@ -136,9 +136,9 @@ TEST_F(QuestionsTest, AreAnsweredOnce) {
   const Uuid id = ask();
   EXPECT_TRUE(answer(id, "Delete"));
   EXPECT_FALSE(answer(id, "Cancel")) << "the first answer is under way";
-  questions.taken(id);
+  EXPECT_TRUE(questions.taken(id));
   EXPECT_FALSE(answer(id, "Cancel"));
-  questions.taken(id);
+  EXPECT_FALSE(questions.taken(id));
   settle();
   EXPECT_THAT(*log, ElementsAre("Delete"));
   EXPECT_THAT(outcomes, ElementsAre("taken"));
@@ -159,9 +159,16 @@ TEST_F(QuestionsTest, AnAnswerThatIsNotTakenInTimeHasFailed) {
   world.advance(Seconds{0.02});
   EXPECT_THAT(outcomes, ElementsAre("not taken"));
   EXPECT_TRUE(store.all().empty());
-  questions.taken(id);
+  EXPECT_THAT(*log, ElementsAre("Delete", "ended: notTaken")) << "the program must not act on it any more";
+  EXPECT_FALSE(questions.taken(id)) << "too late";
   settle();
-  EXPECT_THAT(outcomes, ElementsAre("not taken")) << "too late";
+  EXPECT_THAT(outcomes, ElementsAre("not taken"));
+}
+
+TEST_F(QuestionsTest, AreNotTakenBeforeTheyAreAnswered) {
+  const Uuid id = ask();
+  EXPECT_FALSE(questions.taken(id));
+  EXPECT_EQ(questions.openCount(), 1U);
 }
 
 TEST_F(QuestionsTest, AProgramThatGoesTakesItsQuestionBack) {
@@ -208,7 +215,7 @@ TEST_F(QuestionsTest, MayHaveAnAnswerForThatCase) {
   world.advance(Seconds{601});
   EXPECT_THAT(*log, ElementsAre("Cancel"));
   EXPECT_FALSE(answer(id, "Delete")) << "too late";
-  questions.taken(id);
+  EXPECT_TRUE(questions.taken(id));
   EXPECT_TRUE(store.all().empty());
 }
 

@@ -71,6 +71,10 @@ void AgentCommands::addTo(ChannelServer& server) {
 void AgentCommands::tellStatus(const std::shared_ptr<ChannelSession>& session, JsonReader& reader) {
   const bool follows = reader.optionalBoolean("follow").value_or(false);
   if (!ChannelServer::isRead(*session, reader)) return;
+  std::erase_if(followers, [](const Follower& one) { return one.session.expired(); });
+  if (follows && followers.size() >= kMostFollowers) {
+    return session->refuse(channel_codes::kTooMuch, "Too many programs follow the status.");
+  }
   auto line = channelLine("status", statusJson(actions.status()));
   if (!follows) return session->finish(line);
   session->send(line);

@@ -31,6 +31,8 @@ class AgentCommands {
  public:
   // How soon a change of the status is told to those that follow it. Nobody follows it: it is not looked at.
   static constexpr Seconds kFollowInterval{1};
+  // Those that follow it at a time, so that connections are left for others.
+  static constexpr std::size_t kMostFollowers = 16;
 
   // `mainThread` outlives this.
   AgentCommands(AgentCommandActions actions, platform::SerialExecutor& mainThread)

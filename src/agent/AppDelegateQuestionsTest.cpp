@@ -301,6 +301,33 @@ TEST_F(AppDelegateQuestions, TheStatusIsFollowed) {
   EXPECT_THAT(received[1], HasSubstr(R"("paused":true)"));
 }
 
+TEST_F(AppDelegateQuestions, FollowersOfTheStatusShutNobodyOut) {
+  agent.launchAndPair();
+  SimulatedLocalSockets sockets(agent.world.socketFolder(), agent.world.time().mainThread(), {});
+  std::vector<std::string> received;
+  std::vector<std::unique_ptr<ChannelClient>> clients;
+  for (std::size_t i = 0; i < AgentCommands::kMostFollowers + 1; ++i) {
+    clients.push_back(std::make_unique<ChannelClient>(
+        sockets, ChannelClientEvents{.onMessage = [&](const auto& message) { received.push_back(message.type); },
+                                     .onEnd = [] {}}));
+    (void)clients.back()->open();
+    clients.back()->send(channelLine("status", {{"follow", true}}));
+    agent.advance(0.1);
+  }
+  ASSERT_THAT(received, SizeIs(AgentCommands::kMostFollowers + 1));
+  EXPECT_EQ(received.back(), "error");
+  EXPECT_EQ(received[AgentCommands::kMostFollowers - 1], "status");
+  clients.erase(clients.begin());
+  agent.advance(0.1);
+  clients.back() = std::make_unique<ChannelClient>(
+      sockets,
+      ChannelClientEvents{.onMessage = [&](const auto& message) { received.push_back(message.type); }, .onEnd = [] {}});
+  (void)clients.back()->open();
+  clients.back()->send(channelLine("status", {{"follow", true}}));
+  agent.advance(0.1);
+  EXPECT_EQ(received.back(), "status") << "one has gone";
+}
+
 TEST_F(AppDelegateQuestions, ARelayThatIsSetIsUsedFromThenOn) {
   agent.world.environment().unset("QUILLARD_RELAY_URL");
   agent.launch();

@@ -20,6 +20,7 @@ namespace quillard::app {
 namespace {
 
 constexpr Seconds kParentInterval{1};
+constexpr pid_t kFirstProcess = 1;  // Takes in whoever has lost its parent.
 
 // All of it, or what is beyond `longest` left out but for one byte. Absent: it cannot be read.
 std::optional<std::string> readAll(int descriptor, std::size_t longest) {
@@ -163,6 +164,12 @@ ExitCode sendAnswer(const AnswerQuestion& command, const std::vector<ListedQuest
 }  // namespace
 
 ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies, const Output& output) {
+  // Before anything that takes time: the agent is to name the process that asks.
+  const pid_t parent = ::getppid();
+  if (parent == kFirstProcess) {
+    output.printError("quillard ask: The program that asks has ended.\n");
+    return ExitCode::cannotDoHere;
+  }
   if (command.readsText) {
     const auto text = readAll(STDIN_FILENO, QuestionRequest::kLongestText);
     if (text) addLines(command.request.lines, *text);
@@ -172,11 +179,11 @@ ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies,
       return ExitCode::wrongUsage;
     }
   }
+  if (::getppid() != parent) return ExitCode::interrupted;
   Ending end;
   std::optional<AskOutcome> came;
   {
     const qt::TerminationSignals termination([&] { end(ExitCode::interrupted); });
-    const pid_t parent = ::getppid();
     const auto watch = dependencies.executors.mainThread().repeatEvery(kParentInterval, [&] {
       if (::getppid() != parent) end(ExitCode::interrupted);
     });

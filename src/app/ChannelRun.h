@@ -21,7 +21,7 @@ struct ChannelRunDependencies {
 };
 
 // Ends when the question is answered or over, when the process is told to end, and when the process that started it has
-// ended: then the question is taken back.
+// ended: then the question is taken back. Whoever has lost it before asks nothing.
 [[nodiscard]] ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies, const Output& output);
 
 // Only at a terminal does it answer anything.

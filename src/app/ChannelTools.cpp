@@ -117,6 +117,7 @@ std::optional<std::vector<ListedQuestion>> readQuestions(const ChannelMessage& m
                           .program = one.string("program"),
                           .question = one.string("question"),
                           .lines = one.strings("lines"),
+                          .linesLeftOut = one.optionalInteger("linesLeftOut", 0, INT32_MAX).value_or(0),
                           .buttons = one.strings("buttons")};
   });
   if (reader.error()) return std::nullopt;
@@ -130,6 +131,7 @@ std::string questionsText(const std::vector<ListedQuestion>& questions) {
     text += printableText(std::string_view{one.id}.substr(0, kShownIdentity)) + "  " + printableText(one.program) +
             ": " + printableText(one.question, kLongestShown) + "\n";
     for (const auto& line : one.lines) text += "          " + printableText(line, kLongestShown) + "\n";
+    if (one.linesLeftOut > 0) text += "          (" + std::to_string(one.linesLeftOut) + " more lines)\n";
     for (const auto& label : one.buttons) text += "          [" + printableText(label, kLongestShown) + "]\n";
   }
   return text;

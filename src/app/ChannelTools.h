@@ -63,6 +63,7 @@ struct ListedQuestion {
   std::string program;
   std::string question;
   std::vector<std::string> lines;
+  std::int64_t linesLeftOut = 0;
   std::vector<std::string> buttons;
 };
 // Absent: not understood.

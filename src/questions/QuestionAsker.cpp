@@ -34,7 +34,7 @@ void QuestionAsker::connect() {
                    .message = outcome == LocalConnectOutcome::absent ? "No agent runs for this user."
                                                                      : "The agent's socket takes no connection."});
   }
-  request.timeout = deadline - dependencies.clock.monotonicNow();
+  request.timeout = std::max<Seconds>(QuestionRequest::kShortestTimeout, deadline - dependencies.clock.monotonicNow());
   client->send(channelLine("ask", toJson(request)));
 }
 
@@ -92,8 +92,7 @@ void QuestionAsker::lost() {
   if (answer) return notTaken("The agent has gone before it confirmed the answer.");
   const Instant now = dependencies.clock.monotonicNow();
   if (!lostAt) lostAt = now;
-  const Seconds left = deadline - now;
-  if (now - *lostAt >= kAgentTimeout || left < Seconds{1}) {
+  if (now - *lostAt >= kAgentTimeout || now >= deadline) {
     return finish({.kind = AskOutcome::Kind::noAgent, .message = "The agent has gone, and none came in its place."});
   }
   // In a turn of its own, since it destroys the client that may be calling.

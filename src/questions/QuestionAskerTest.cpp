@@ -155,6 +155,34 @@ TEST_F(QuestionAskerTest, AnAnswerCountsWhenTheAgentConfirmsIt) {
   EXPECT_EQ(connections.size(), 5U);
 }
 
+TEST_F(QuestionAskerTest, AListOfAllThatMayWaitFitsIntoOneLine) {
+  startAgent();
+  auto request = deletion();
+  request.question = std::string(QuestionRequest::kLongestQuestion, '"');
+  request.lines.assign(QuestionRequest::kMostLines, std::string(327, '\x01'));
+  request.buttons.clear();
+  for (char button = 'a'; request.buttons.size() < QuestionRequest::kMostButtons; ++button) {
+    request.buttons.push_back({std::string(QuestionRequest::kLongestLabel - 1, '\\') + button});
+  }
+  ASSERT_EQ(problemOf(request), std::nullopt);
+  for (std::size_t i = 0; i < Questions::kMostOpen; ++i) {
+    const platform::LocalPeer peer{.process = {.executable = "/" + std::string(990, '"') + std::to_string(i)}};
+    ASSERT_TRUE(std::holds_alternative<Uuid>(
+        agent->questions.ask(peer, request, {.onAnswer = [](const auto&) {}, .onEnd = [](auto) {}})));
+  }
+  std::vector<ChannelMessage> messages;
+  ChannelClient client(sockets,
+                       {.onMessage = [&](const auto& message) { messages.push_back(message); }, .onEnd = [] {}});
+  ASSERT_EQ(client.open(), platform::LocalConnectOutcome::connected);
+  client.send(channelLine("questions"));
+  world.advance(Seconds{1});
+  ASSERT_EQ(messages.size(), 1U);
+  const auto& listed = messages[0].json.at("questions");
+  ASSERT_EQ(listed.size(), Questions::kMostOpen);
+  EXPECT_EQ(listed[0].at("lines").size() + listed[0].at("linesLeftOut").get<std::size_t>(),
+            QuestionRequest::kMostLines + 1);
+}
+
 // ---- The agent's side of one question
 
 class AskingOverTheChannel : public QuestionAskerTest {
@@ -279,6 +307,31 @@ TEST_F(QuestionAskerTest, TheNewAgentIsAskedForTheTimeThatIsLeft) {
   EXPECT_EQ(agent->store.all().size(), 1U);
   EXPECT_THAT(outcomes, IsEmpty());
   world.advance(Seconds{1.1});
+  ASSERT_THAT(kinds(), ElementsAre(Kind::ended));
+  EXPECT_EQ(outcomes[0].end, QuestionEnd::timedOut);
+}
+
+TEST_F(QuestionAskerTest, AQuestionOfTheShortestTimeIsAskedAsWell) {
+  startAgent();
+  auto request = deletion();
+  request.timeout = QuestionRequest::kShortestTimeout;
+  ask(request);
+  EXPECT_THAT(outcomes, IsEmpty());
+  EXPECT_EQ(agent->store.all().size(), 1U);
+  world.advance(Seconds{1.1});
+  ASSERT_THAT(kinds(), ElementsAre(Kind::ended));
+  EXPECT_EQ(outcomes[0].end, QuestionEnd::timedOut);
+}
+
+TEST_F(QuestionAskerTest, IsAskedAnewAlsoWhenLittleTimeIsLeft) {
+  startAgent();
+  ask();
+  world.advance(Seconds{59});
+  killAgent();
+  startAgent();
+  world.advance(Seconds{0.5});
+  EXPECT_EQ(agent->store.all().size(), 1U);
+  world.advance(Seconds{1});
   ASSERT_THAT(kinds(), ElementsAre(Kind::ended));
   EXPECT_EQ(outcomes[0].end, QuestionEnd::timedOut);
 }

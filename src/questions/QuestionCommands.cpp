@@ -19,10 +19,31 @@ std::string answerLine(const QuestionAnswer& answer) {
                      {{"label", answer.label}, {"index", answer.index}, {"by", QuestionTexts::name(answer.by)}});
 }
 
+// So that a list of `Questions::kMostOpen` fits into one line of the channel, however long the texts are. Bytes of
+// JSON.
+constexpr std::size_t kMostListedText = 6 * 1024;
+
+std::size_t sizeOf(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace).size(); }
+
+// The lines from the first on, while there is room, and how many are left out, if any are.
+void listLines(const std::vector<std::string>& lines, Json& json) {
+  auto& listed = json["lines"] = Json::array();
+  std::size_t size = 0;
+  for (const auto& line : lines) {
+    size += sizeOf(line) + 1;
+    if (size > kMostListedText) break;
+    listed.push_back(line);
+  }
+  if (listed.size() < lines.size()) json["linesLeftOut"] = lines.size() - listed.size();
+}
+
 Json listed(const PendingApproval& question) {
-  Json json = {
-      {"id", question.id.text()},         {"program", question.appName},    {"process", question.processIdentifier},
-      {"question", question.windowTitle}, {"lines", question.messageLines}, {"buttons", Json::array()}};
+  Json json = {{"id", question.id.text()},
+               {"program", question.appName},
+               {"process", question.processIdentifier},
+               {"question", question.windowTitle}};
+  listLines(question.messageLines, json);
+  json["buttons"] = Json::array();
   for (const auto& button : question.buttons) json["buttons"].push_back(button.label);
   if (question.requiresDirectAccess) json["needsComputer"] = true;
   return json;

@@ -3,14 +3,23 @@
 #include <algorithm>
 #include <cmath>
 
+#include "foundation/Text.h"
+
 namespace quillard {
 namespace {
 
 bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
+// In UTF-8 and without control characters, but for the tab. What is no UTF-8 would be repaired on its way, and no
+// answer would name it.
+bool isOneLine(std::string_view line) {
+  return text::isValidUtf8(line) && std::none_of(line.begin(), line.end(), [](char character) {
+           return character != '\t' && static_cast<unsigned char>(character) < ' ';
+         });
+}
+
 bool isLabel(const std::string& label) {
-  return !isBlank(label) && label.size() <= QuestionRequest::kLongestLabel &&
-         label.find_first_of(std::string_view{"\r\n\0", 3}) == std::string::npos;
+  return !isBlank(label) && label.size() <= QuestionRequest::kLongestLabel && isOneLine(label);
 }
 
 std::size_t textSize(const std::vector<std::string>& lines) {
@@ -31,7 +40,7 @@ std::optional<std::string> problemOfButtons(const QuestionRequest& request) {
   if (request.buttons.empty()) return "A question needs at least one button.";
   if (request.buttons.size() > QuestionRequest::kMostButtons) return "A question may have 8 buttons at the most.";
   for (const auto& button : request.buttons) {
-    if (!isLabel(button.label)) return "A label is one line of 1 to 200 bytes.";
+    if (!isLabel(button.label)) return "A label is one line of 1 to 200 bytes in UTF-8.";
   }
   if (hasEqualLabels(request.buttons)) return "Two buttons have the same label.";
   if (request.recommended && !request.hasButton(*request.recommended)) return "No button has the recommended label.";
@@ -50,10 +59,12 @@ bool QuestionRequest::hasButton(std::string_view label) const {
 std::optional<std::string> problemOf(const QuestionRequest& request) {
   if (isBlank(request.question)) return "The question is empty.";
   if (request.question.size() > QuestionRequest::kLongestQuestion) return "The question is longer than 1024 bytes.";
+  if (!isOneLine(request.question)) return "The question is not one line in UTF-8.";
   if (request.lines.size() > QuestionRequest::kMostLines) return "The text has more than 200 lines.";
   if (textSize(request.lines) > QuestionRequest::kLongestText) return "The text is longer than 64 KiB.";
   const double timeout = request.timeout.count();
-  if (!std::isfinite(timeout) || timeout < 1 || request.timeout > QuestionRequest::kLongestTimeout) {
+  if (!std::isfinite(timeout) || request.timeout < QuestionRequest::kShortestTimeout ||
+      request.timeout > QuestionRequest::kLongestTimeout) {
     return "The time-out is not between a second and a day.";
   }
   return problemOfButtons(request);

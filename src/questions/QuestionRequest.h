@@ -27,10 +27,11 @@ struct QuestionRequest {
   static constexpr std::size_t kLongestText = 64 * 1024;  // Of all lines together.
   static constexpr std::size_t kMostButtons = 8;
   static constexpr std::size_t kLongestLabel = 200;
+  static constexpr Seconds kShortestTimeout{1};
   static constexpr Seconds kLongestTimeout{24 * 60 * 60};
   static constexpr Seconds kUsualTimeout{10 * 60};
 
-  std::string question;
+  std::string question;  // One line of UTF-8, as each label.
   std::vector<std::string> lines;
   std::vector<QuestionButton> buttons;         // The first is the one that grants, if any does.
   std::optional<std::string> recommended;      // A label. Absent: none is.

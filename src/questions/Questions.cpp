@@ -9,29 +9,28 @@ namespace quillard {
 namespace {
 
 constexpr Seconds kMinute{60};
-// More programs than a person has that ask; beyond it, one that asked long ago is forgotten with its muting.
-constexpr std::size_t kMostKinds = 256;
 constexpr std::size_t kLongestName = 1000;
 constexpr const char* kRole = "AXButton";
+constexpr const char* kHasEnded = "a program that has ended";
 constexpr const char* kNeedsComputer = "The program wants this to be answered at the computer.";
 
-// A tool of ours speaks for whoever started it.
-const platform::ProcessDescription& askingProcess(const platform::LocalPeer& peer) {
-  return peer.isThisProgram && peer.parent ? *peer.parent : peer.process;
+// A tool of ours speaks for whoever started it, and never for itself: whoever has ended is nobody.
+platform::ProcessDescription askingProcess(const platform::LocalPeer& peer) {
+  return peer.isThisProgram ? peer.parent.value_or(platform::ProcessDescription{}) : peer.process;
 }
 
 // Names of files may be any bytes.
 std::string shown(std::string_view name) { return printableText(name, kLongestName); }
 
+// Those that have ended count as one program, which no number of processes evades.
 std::string programOf(const platform::ProcessDescription& process) {
-  return process.executable.empty() ? "process " + std::to_string(process.processIdentifier) : process.executable;
+  return process.executable.empty() ? kHasEnded : process.executable;
 }
 
 // The first line that a person reads, so that no text of the program stands before it.
 std::string whoAsks(const platform::ProcessDescription& process) {
-  std::string line = "Asked by " +
-                     (process.executable.empty() ? "a program that has ended" : shown(process.executable)) +
-                     ", process " + std::to_string(process.processIdentifier);
+  std::string line = "Asked by " + (process.executable.empty() ? kHasEnded : shown(process.executable));
+  if (process.processIdentifier != 0) line += ", process " + std::to_string(process.processIdentifier);
   if (!process.workingFolder.empty()) line += ", in " + shown(process.workingFolder);
   return line;
 }
@@ -45,16 +44,17 @@ Questions::Questions(const QuestionsDependencies& dependencies, QuestionsCallbac
 
 std::variant<Uuid, QuestionEnd> Questions::ask(const platform::LocalPeer& peer, const QuestionRequest& request,
                                                QuestionEvents events) {
-  const auto& process = askingProcess(peer);
+  const auto process = askingProcess(peer);
   const std::string program = programOf(process);
   if (const auto refused = refusal(program, request)) return *refused;
+  const Uuid kind = kindOf(program);
   lastMinute.push_back({program, dependencies.clock.monotonicNow()});
   const Uuid id = Uuid::fromRandomBytes(dependencies.random.identityBytes());
-  questions.push_back({.id = id, .program = program, .request = request, .events = std::move(events)});
+  questions.push_back({.id = id, .program = program, .kind = kind, .request = request, .events = std::move(events)});
   auto& question = questions.back();
   question.sawPhone = callbacks.phoneReach() == PhoneReach::there;
   question.timeout = dependencies.mainThread.postAfter(request.timeout, [this, id] { timedOut(id); });
-  dependencies.store.addAsked(approvalOf(id, process, program, request));
+  dependencies.store.addAsked(approvalOf(question, process));
   callbacks.onChanged();
   return id;
 }
@@ -62,7 +62,7 @@ std::variant<Uuid, QuestionEnd> Questions::ask(const platform::LocalPeer& peer, 
 std::optional<QuestionEnd> Questions::refusal(const std::string& program, const QuestionRequest& request) {
   if (isStopped) return QuestionEnd::stopping;
   if (isTooMany(program)) return QuestionEnd::tooMany;
-  if (dependencies.suppressions.contains(kindOf(program))) return QuestionEnd::muted;
+  if (const auto kind = kinds.find(program); kind != kinds.end() && isMuted(kind->second)) return QuestionEnd::muted;
   if (callbacks.isPaused()) return QuestionEnd::paused;
   // What is answered at the computer needs no phone.
   if (!request.needsComputer && callbacks.phoneReach() == PhoneReach::none) return QuestionEnd::noPhone;
@@ -80,16 +80,27 @@ bool Questions::isTooMany(const std::string& program) {
          lastMinute.size() >= kMostOfAllInAMinute || count(lastMinute) >= kMostInAMinute;
 }
 
+bool Questions::isMuted(const Kind& kind) const { return dependencies.suppressions.contains(kind.id); }
+
 const Uuid& Questions::kindOf(const std::string& program) {
-  const auto known = kinds.find(program);
-  if (known != kinds.end()) return known->second;
-  if (kinds.size() >= kMostKinds) kinds.erase(kinds.begin());
-  return kinds.emplace(program, Uuid::fromRandomBytes(dependencies.random.identityBytes())).first->second;
+  auto known = kinds.find(program);
+  if (known == kinds.end()) {
+    if (kinds.size() >= kMostKinds) forgetAKind();
+    known = kinds.emplace(program, Kind{Uuid::fromRandomBytes(dependencies.random.identityBytes()), {}}).first;
+  }
+  known->second.askedAt = dependencies.clock.monotonicNow();
+  return known->second.id;
 }
 
-PendingApproval Questions::approvalOf(const Uuid& id, const platform::ProcessDescription& process,
-                                      const std::string& program, const QuestionRequest& request) {
-  PendingApproval approval{.id = id,
+void Questions::forgetAKind() {
+  const auto rank = [this](const auto& entry) { return std::pair(isMuted(entry.second), entry.second.askedAt); };
+  kinds.erase(std::min_element(kinds.begin(), kinds.end(),
+                               [&](const auto& one, const auto& other) { return rank(one) < rank(other); }));
+}
+
+PendingApproval Questions::approvalOf(const Question& question, const platform::ProcessDescription& process) {
+  const auto& request = question.request;
+  PendingApproval approval{.id = question.id,
                            .detectedAt = dependencies.clock.now(),
                            .appName = process.programName.empty() ? "A program" : shown(process.programName),
                            .processIdentifier = process.processIdentifier,
@@ -108,7 +119,7 @@ PendingApproval Questions::approvalOf(const Uuid& id, const platform::ProcessDes
   approval.requiresDirectAccess = request.needsComputer;
   if (request.needsComputer) approval.directAccessReason = kNeedsComputer;
   approval.isAsked = true;
-  return PendingApproval::make(std::move(approval), kindOf(program));
+  return PendingApproval::make(std::move(approval), question.kind);
 }
 
 // ---- Answering
@@ -166,8 +177,7 @@ void Questions::phonesChanged() {
 void Questions::mute(const Uuid& suppressionID) {
   for (auto place = questions.begin(); place != questions.end();) {
     const auto next = std::next(place);
-    const auto kind = kinds.find(place->program);
-    if (kind != kinds.end() && kind->second == suppressionID && !place->onTaken) end(place, QuestionEnd::muted);
+    if (place->kind == suppressionID && !place->onTaken) end(place, QuestionEnd::muted);
     place = next;
   }
 }

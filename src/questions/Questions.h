@@ -82,8 +82,9 @@ struct QuestionsCallbacks {
 // program has gone. One answer each: what comes second finds no question. An answer that is not taken within
 // `kTakeTimeout` is none: the question ends, and what the program says later finds no question.
 //
-// Who asks is what the system says of the process, or, where that is a tool of ours, of the one that started it. A
-// program is told by its executable, whatever its processes: `kMostOpenOfAProgram` of its questions wait at a time, and
+// Who asks is what the system says of the process, or, where that is a tool of ours, of the one that started it, which
+// may have ended. A program is told by its executable, whatever its processes, and those without one are one program:
+// `kMostOpenOfAProgram` of its questions wait at a time, and
 // `kMostInAMinute` are taken of it in any minute, so that a loop cannot flood a phone; and all programs together have
 // bounds, too. Main thread.
 class Questions {
@@ -93,6 +94,8 @@ class Questions {
   static constexpr std::size_t kMostInAMinute = 12;
   static constexpr std::size_t kMostOfAllInAMinute = 30;
   static constexpr Seconds kTakeTimeout{5};
+  // More programs than a person has that ask; beyond it, one is forgotten.
+  static constexpr std::size_t kMostKinds = 256;
 
   Questions(const QuestionsDependencies& dependencies, QuestionsCallbacks callbacks);
   Questions(const Questions&) = delete;
@@ -125,19 +128,28 @@ class Questions {
   struct Question {
     Uuid id;
     std::string program;
+    Uuid kind;
     QuestionRequest request;
     QuestionEvents events;
     bool sawPhone = false;
     std::function<void(bool)> onTaken;  // Present once it is answered.
     platform::TaskHandle timeout;
   };
+  // What mutes a program.
+  struct Kind {
+    Uuid id;
+    Instant askedAt;  // Last, and not refused.
+  };
   using Place = std::list<Question>::iterator;
 
   [[nodiscard]] std::optional<QuestionEnd> refusal(const std::string& program, const QuestionRequest& request);
   [[nodiscard]] bool isTooMany(const std::string& program);
+  [[nodiscard]] bool isMuted(const Kind& kind) const;
+  // Draws one for a program that asks first.
   [[nodiscard]] const Uuid& kindOf(const std::string& program);
-  [[nodiscard]] PendingApproval approvalOf(const Uuid& id, const platform::ProcessDescription& process,
-                                           const std::string& program, const QuestionRequest& request);
+  // The one that asked longest ago; a muted one only where all are.
+  void forgetAKind();
+  [[nodiscard]] PendingApproval approvalOf(const Question& question, const platform::ProcessDescription& process);
   [[nodiscard]] Place find(const Uuid& id);
   void timedOut(const Uuid& id);
   void notTakenInTime(const Uuid& id);
@@ -154,7 +166,7 @@ class Questions {
     Instant at;
   };
   std::deque<Asked> lastMinute;       // Oldest first.
-  std::map<std::string, Uuid> kinds;  // By program: what mutes it. Drawn when it asks first.
+  std::map<std::string, Kind> kinds;  // By program.
   bool isStopped = false;
   CallbackScope scope;  // Last.
 };

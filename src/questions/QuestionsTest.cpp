@@ -96,6 +96,31 @@ TEST_F(QuestionsTest, AToolOfOursSpeaksForWhoeverStartedIt) {
   EXPECT_EQ(store.all()[0].processIdentifier, 4999);
 }
 
+TEST_F(QuestionsTest, AToolOfOursNeverSpeaksForItself) {
+  auto peer = program("quillard", 5000);
+  peer.isThisProgram = true;
+  ask(deletion(), peer);
+  EXPECT_EQ(store.all()[0].appName, "A program");
+  EXPECT_EQ(store.all()[0].bundleIdentifier, std::nullopt);
+  EXPECT_EQ(store.all()[0].messageLines[0], "Asked by a program that has ended");
+}
+
+TEST_F(QuestionsTest, ProgramsThatHaveEndedAreLimitedAndMutedAsOne) {
+  const auto ended = [](std::int32_t process) {
+    return platform::LocalPeer{.process = {.processIdentifier = process}};
+  };
+  const Uuid first = ask(deletion(), ended(1000));
+  for (std::int32_t i = 1; i < static_cast<std::int32_t>(Questions::kMostOpenOfAProgram); ++i) {
+    ask(deletion(), ended(1000 + i));
+  }
+  EXPECT_EQ(refusalOf(ended(2000)), QuestionEnd::tooMany);
+  const Uuid kind = store.approval(first).value().suppressionID;
+  suppressions.suppress(kind);
+  questions.mute(kind);
+  EXPECT_EQ(questions.openCount(), 0U);
+  EXPECT_EQ(refusalOf(ended(3000)), QuestionEnd::muted);
+}
+
 TEST_F(QuestionsTest, AnotherProgramDoesNotSpeakForItsParent) {
   auto peer = program("backup", 5000);
   peer.parent = program("bash", 4999).process;
@@ -267,6 +292,35 @@ TEST_F(QuestionsTest, OfAMutedProgramEndAndAreRefused) {
   EXPECT_EQ(refusalOf(program("deploy", 4)), std::nullopt);
   suppressions.unsuppress(kind);
   EXPECT_EQ(refusalOf(program("backup", 5)), std::nullopt);
+}
+
+TEST_F(QuestionsTest, AMutedProgramIsNotForgottenForOthersThatAsk) {
+  const auto kindOf = [&](const std::string& name) {
+    const Uuid id = ask(deletion(), program(name));
+    const Uuid kind = store.approval(id).value().suppressionID;
+    questions.withdraw(id);
+    world.advance(Seconds{61});
+    return kind;
+  };
+  suppressions.suppress(kindOf("a-muted"));
+  const Uuid often = kindOf("b-often");
+  const Uuid once = kindOf("c-once");
+  for (std::size_t i = 3; i < Questions::kMostKinds; ++i) (void)kindOf("program" + std::to_string(i));
+  EXPECT_EQ(kindOf("b-often"), often);
+  (void)kindOf("new");
+  EXPECT_EQ(refusalOf(program("a-muted")), QuestionEnd::muted);
+  EXPECT_EQ(kindOf("b-often"), often);
+  EXPECT_NE(kindOf("c-once"), once) << "it asked longest ago";
+}
+
+TEST_F(QuestionsTest, WhatIsRefusedMakesNoProgramKnown) {
+  const Uuid kind = store.approval(ask()).value().suppressionID;
+  isPaused = true;
+  for (std::size_t i = 0; i < 2 * Questions::kMostKinds; ++i) {
+    EXPECT_EQ(refusalOf(program("p" + std::to_string(i))), QuestionEnd::paused);
+  }
+  isPaused = false;
+  EXPECT_EQ(store.approval(ask()).value().suppressionID, kind);
 }
 
 TEST_F(QuestionsTest, AtTheComputerAreGrantedThereAlone) {

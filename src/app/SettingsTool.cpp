@@ -128,13 +128,15 @@ std::string textOf(const Tunable& tunable, const TunableValue& value) {
 
 }  // namespace
 
-ChangeOutcome changeHere(const SettingsChange& change, const platform::Platform& platform) {
-  const auto lock = platform.lockFiles.acquire(kInstanceLockFile);
+ChangeOutcome changeHere(const SettingsChange& change, platform::LockFiles& lockFiles,
+                         const OpenSettings& openSettings) {
+  const auto lock = lockFiles.acquire(kInstanceLockFile);
   if (lock.outcome == platform::LockOutcome::heldElsewhere) {
     return {.problem = "An agent runs and cannot be asked to change it: quit it, and try again.",
             .canBeRepeated = true};
   }
-  return {.problem = apply(change, platform.userDefaults)};
+  const auto settings = openSettings();  // Destroyed, and written, before the lock is released.
+  return {.problem = apply(change, *settings)};
 }
 
 ExitCode setRelay(const SetRelay& command, PairingConfiguration& pairing, const MakeChange& makeChange,

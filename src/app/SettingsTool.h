@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -9,7 +10,8 @@
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
-#include "platform/Platform.h"
+#include "platform/process/LockFiles.h"
+#include "platform/storage/UserDefaults.h"
 #include "relay/PairingConfiguration.h"
 
 // Shows and sets what a person can set. Main thread.
@@ -24,8 +26,13 @@ struct ChangeOutcome {
 // Has a change made by the agent that runs; where none does, makes it here.
 using MakeChange = std::function<ChangeOutcome(const SettingsChange&)>;
 
-// Makes the change where no agent runs: one that does holds the settings in memory, and would write over it.
-[[nodiscard]] ChangeOutcome changeHere(const SettingsChange& change, const platform::Platform& platform);
+// The settings as they are kept now; what is set is kept when the result is destroyed.
+using OpenSettings = std::function<std::unique_ptr<platform::UserDefaults>()>;
+
+// Makes the change where no agent runs: one that does holds the settings in memory, and would write over it. Others
+// that change them are kept out from before they are read until they are written.
+[[nodiscard]] ChangeOutcome changeHere(const SettingsChange& change, platform::LockFiles& lockFiles,
+                                       const OpenSettings& openSettings);
 
 [[nodiscard]] ExitCode setRelay(const SetRelay& command, PairingConfiguration& pairing, const MakeChange& makeChange,
                                 const Output& output);

@@ -14,6 +14,26 @@ namespace {
 
 using testing::HasSubstr;
 
+// Of one change: they call back when they are written.
+class OpenedSettings final : public platform::UserDefaults {
+ public:
+  OpenedSettings(platform::UserDefaults& kept, std::function<void()> onWritten)
+      : kept(kept), onWritten(std::move(onWritten)) {}
+  OpenedSettings(const OpenedSettings&) = delete;
+  OpenedSettings& operator=(const OpenedSettings&) = delete;
+  ~OpenedSettings() override { onWritten(); }
+
+  [[nodiscard]] std::optional<platform::UserDefaultsValue> object(std::string_view key) const override {
+    return kept.object(key);
+  }
+  void set(std::string_view key, platform::UserDefaultsValue value) override { kept.set(key, std::move(value)); }
+  void remove(std::string_view key) override { kept.remove(key); }
+
+ private:
+  platform::UserDefaults& kept;
+  const std::function<void()> onWritten;
+};
+
 struct SettingsToolTest : testing::Test {
   ExitCode set(const SetRelay& command) { return setRelay(command, pairing, makeChange, output); }
   ExitCode show(const ShowSettings& command) { return showSettings(command, sources, output); }
@@ -25,7 +45,14 @@ struct SettingsToolTest : testing::Test {
   PairingConfiguration pairing{{world.environment(), world.bundle(), world.secretStore(), world.userDefaults(),
                                 world.random(), world.console()}};
   const AgentConfiguration::Sources sources{world.environment(), &world.userDefaults()};
-  const MakeChange makeChange = [this](const SettingsChange& change) { return changeHere(change, world.platform()); };
+  const MakeChange makeChange = [this](const SettingsChange& change) {
+    return changeHere(change, world.lockFiles(), [this] {
+      return std::make_unique<OpenedSettings>(world.userDefaults(), [this] {
+        wasLocked = world.lockFiles().acquire(kInstanceLockFile).outcome == platform::LockOutcome::heldElsewhere;
+      });
+    });
+  };
+  std::optional<bool> wasLocked;  // When they were last written.
   std::string printed;
   std::string errorText;
   const Output output{.print = [this](std::string_view text) { printed += text; },
@@ -182,6 +209,9 @@ TEST_F(SettingsToolTest, RefusesWhatIsNoSettingOrNoValue) {
 }
 
 TEST_F(SettingsToolTest, ChangesNothingBehindTheBackOfAnAgentThatRuns) {
+  EXPECT_EQ(change({"approval-stale-grace", "11"}), ExitCode::fine);
+  EXPECT_EQ(wasLocked, true) << "until they are written";
+  EXPECT_EQ(change({"approval-stale-grace", std::nullopt}), ExitCode::fine);
   const auto agents = world.lockFiles().acquire(kInstanceLockFile);
   ASSERT_EQ(agents.outcome, platform::LockOutcome::acquired);
   EXPECT_EQ(change({"approval-stale-grace", "12"}), ExitCode::cannotDoHere);

@@ -20,6 +20,10 @@
 namespace quillard::app {
 namespace {
 
+// For the settings' lock.
+constexpr int kLockTries = 20;
+constexpr Seconds kLockInterval{0.1};
+
 TerminalFacts terminalFacts() {
   TerminalFacts facts{.isTerminal = ::isatty(STDOUT_FILENO) == 1, .columns = {}};
   winsize size{};
@@ -84,8 +88,14 @@ struct Tools {
   }
   [[nodiscard]] MakeChange changes() const {
     return [this](const SettingsChange& change) {
-      const auto outcome = changeThere(change, channel());
-      return outcome ? *outcome : changeHere(change, platform);
+      // Whoever holds the lock may be another tool, or an agent that starts or ends.
+      for (int triesLeft = kLockTries;; --triesLeft) {
+        auto outcome = changeThere(change, channel());
+        if (!outcome) outcome = changeHere(change, platform.lockFiles, [this] { return system.openSettings(); });
+        if (!outcome->canBeRepeated || triesLeft <= 1) return *outcome;
+        const auto pause = platform.executors.mainThread().postAfter(kLockInterval, [] { QCoreApplication::exit(); });
+        QCoreApplication::exec();
+      }
     };
   }
   ExitCode operator()(const AskQuestion& command) const { return runAsk(command, channel(), output); }
@@ -111,6 +121,7 @@ struct Tools {
     return runRequest(name, requestLine(command), channel(), output);
   }
 
+  platform::SystemPlatform& system;
   const platform::Platform& platform;
   const DoctorTraits& doctor;
   const Output& output;
@@ -124,7 +135,7 @@ ExitCode runTool(const Command& command, const System& system, char* programName
   const QCoreApplication loop(count, arguments);
   const auto opened = system.open(STDERR_FILENO);
   const auto platform = opened.platform->platform();
-  return std::visit(Tools{platform, opened.doctor, output}, command);
+  return std::visit(Tools{*opened.platform, platform, opened.doctor, output}, command);
 }
 
 }  // namespace quillard::app

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "platform/Platform.h"
 
 namespace quillard::platform {
@@ -21,6 +23,9 @@ class SystemPlatform {
   [[nodiscard]] virtual Platform platform() = 0;
   // What this system wants done before an agent is made, which tools do not ask for.
   virtual void prepareForAgent() = 0;
+  // The settings as they are kept now, whatever this object has read of them before. What is set is kept when the
+  // result is destroyed, which is before this object.
+  [[nodiscard]] virtual std::unique_ptr<UserDefaults> openSettings() = 0;
 };
 
 }  // namespace quillard::platform

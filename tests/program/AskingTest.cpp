@@ -317,6 +317,24 @@ TEST_F(Asking, TheAgentQuitsWhenAskedAndTakesItsSocketWithIt) {
   EXPECT_FALSE(std::filesystem::exists(socket));
 }
 
+TEST_F(Asking, SettingsThatAreChangedAtTheSameTimeAreAllKept) {
+  agent->kill();
+  const std::vector<std::pair<std::string, std::string>> changes{
+      {"approval-stale-grace", "11"}, {"dialog-diagnostics", "on"}, {"relay", "wss://relay.example/ws"}};
+  for (int round = 0; round < 3; ++round) {
+    std::vector<std::unique_ptr<ChildProcess>> tools;
+    for (const auto& [name, value] : changes) {
+      tools.push_back(name == "relay" ? launch({"relay", "set", value}) : launch({"settings", name, value}));
+    }
+    for (const auto& tool : tools) EXPECT_EQ(tool->wait(), 0);
+    std::ifstream file(folder.path() + "/.config/quillard/settings.json");
+    const auto kept = json::parse(file, nullptr, /*allow_exceptions=*/false);
+    ASSERT_TRUE(kept.is_object());
+    EXPECT_EQ(kept.at("values").size(), changes.size()) << kept;
+    std::filesystem::remove(folder.path() + "/.config/quillard/settings.json");
+  }
+}
+
 // ---- The scripts, with a `quillard` of the test's own that writes down what it is asked and ends as it is told.
 
 class AskingScripts : public testing::Test {

@@ -145,6 +145,11 @@ platform::Platform LinuxPlatform::platform() {
           .readableStarts = &entryCopies};
 }
 
+std::unique_ptr<platform::UserDefaults> LinuxPlatform::openSettings() {
+  return std::make_unique<xdg::FileUserDefaults>(xdg::configurationFolder(environment).value_or(kNowhere), executors,
+                                                 console);
+}
+
 void LinuxPlatform::prepareForAgent() {
   const auto limitation = capabilities.limitation(platform::DesktopCapability::windowList);
   if (limitation && !limitation->isPartial) console.writeLine(limitation->reason);

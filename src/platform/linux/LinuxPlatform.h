@@ -64,6 +64,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   // Ends the agents of this session that run already, and waits for that: the agent asks again itself, but does not
   // wait, so that whoever starts a second agent would be left with none. Prints what this desktop does not offer.
   void prepareForAgent() override;
+  [[nodiscard]] std::unique_ptr<platform::UserDefaults> openSettings() override;
 
   // In the order in which they need one another.
   ProcessEnvironment environment;

@@ -51,6 +51,7 @@ struct MacPlatform final : platform::SystemPlatform {
   [[nodiscard]] platform::Platform platform() override;
   // From now on the process is an accessory, which the system does not let nap.
   void prepareForAgent() override;
+  [[nodiscard]] std::unique_ptr<platform::UserDefaults> openSettings() override;
 
   // In the order in which they need one another.
   desktop::ProcessEnvironment environment;

@@ -74,6 +74,9 @@ platform::Platform MacPlatform::platform() {
           .workspace = workspace};
 }
 
+// Those of the system are always the ones that are kept.
+std::unique_ptr<platform::UserDefaults> MacPlatform::openSettings() { return std::make_unique<MacUserDefaults>(); }
+
 void MacPlatform::prepareForAgent() {
   work.emplace();
   application.setActivationPolicy(platform::ActivationPolicy::accessory);

@@ -50,7 +50,8 @@ void describeRelay(CLI::App& program, Arguments& read) {
 
   auto* const set = relay->add_subcommand("set", "Use this relay from now on");
   set->add_option("ADDRESS", read.relay.address, "Such as relay.example, or wss://relay.example/ws")->required();
-  set->add_option("--key", read.relay.registrationKey, "What its operator asks for at new pairings");
+  set->add_option("--key", read.relay.registrationKey,
+                  "What its operator asks for at new pairings; -: a line of standard input");
 
   relay->add_subcommand("forget", "Use no relay of the settings any more");
 
@@ -59,7 +60,8 @@ void describeRelay(CLI::App& program, Arguments& read) {
 
   auto* const test = relay->add_subcommand("test", "Register, connect, and tell each step");
   test->add_option("ADDRESS", read.trial.address, "Another relay than the one that is used");
-  test->add_option("--key", read.trial.registrationKey, "What its operator asks for at new pairings");
+  test->add_option("--key", read.trial.registrationKey,
+                   "What its operator asks for at new pairings; -: a line of standard input");
 }
 
 void describeSettings(CLI::App& program, Arguments& read) {

@@ -52,7 +52,9 @@ struct RecordDesktop {
 // Keeps the address of the relay in the user's settings.
 struct SetRelay {
   std::string address;
-  std::optional<std::string> registrationKey{};  // Absent: none, or one that is a part of the address.
+  // Absent: none, or one that is a part of the address. "-": it is a line of standard input, which other users do not
+  // see, as they may see arguments.
+  std::optional<std::string> registrationKey{};
   bool operator==(const SetRelay&) const = default;
 };
 // Takes it out of them.

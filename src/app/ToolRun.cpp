@@ -1,5 +1,9 @@
 #include "app/ToolRun.h"
 
+#include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -33,6 +37,21 @@ TerminalFacts terminalFacts() {
   return facts;
 }
 
+// The key itself, where it is to be read from standard input. Empty: it cannot be read.
+std::optional<std::string> keyOf(const std::optional<std::string>& given) {
+  constexpr std::size_t kLongestKey = 1024;
+  if (given != "-") return given;
+  std::string line;
+  for (char character = 0; line.size() < kLongestKey;) {
+    const auto length = ::read(STDIN_FILENO, &character, 1);
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) return "";
+    if (length == 0 || character == '\n') break;
+    line += character;
+  }
+  return line;
+}
+
 struct Tools {
   ExitCode operator()(const ScanOnce& command) const { return scanOnce(command, platform, output); }
   ExitCode operator()(const ExplainWindows& command) const { return explainWindows(command, platform, output); }
@@ -55,7 +74,7 @@ struct Tools {
   }
   ExitCode operator()(const SetRelay& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));
-    return setRelay(command, pairing, changes(), output);
+    return setRelay({command.address, keyOf(command.registrationKey)}, pairing, changes(), output);
   }
   ExitCode operator()(const ForgetRelay&) const {
     PairingConfiguration pairing(pairingDependencies(platform));
@@ -67,7 +86,7 @@ struct Tools {
   }
   ExitCode operator()(const TestRelay& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));
-    const auto relay = relayToTest(command, pairing, output);
+    const auto relay = relayToTest({command.address, keyOf(command.registrationKey)}, pairing, output);
     if (!relay) return ExitCode::cannotDoHere;
     RelayTrial trial(platform);
     auto code = ExitCode::problemFound;

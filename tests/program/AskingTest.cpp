@@ -335,6 +335,15 @@ TEST_F(Asking, SettingsThatAreChangedAtTheSameTimeAreAllKept) {
   }
 }
 
+TEST_F(Asking, ARelaysKeyMayComeFromStandardInput) {
+  agent->kill();
+  EXPECT_EQ(launch({"relay", "set", "relay.example", "--key", "-"}, "hunter2hunter2hunter2\n")->wait(), 0);
+  std::ifstream file(folder.path() + "/.config/quillard/settings.json");
+  const std::string kept{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_NE(kept.find("registration-key=hunter2hunter2hunter2"), std::string::npos) << kept;
+  EXPECT_EQ(launch({"relay", "set", "relay.example", "--key", "-"}, "")->wait(), 2) << "none came";
+}
+
 // ---- The scripts, with a `quillard` of the test's own that writes down what it is asked and ends as it is told.
 
 class AskingScripts : public testing::Test {

@@ -158,15 +158,19 @@ function keyOf(test) {
   return digest(text, system, sourcesOf(test, command), page, ...used.map((path) => program(path).content));
 }
 
-const { tests } = JSON.parse(
-  execFileSync("ctest", ["--test-dir", build, "--show-only=json-v1"], {
+// Not called after a run: it would write over that run's log.
+function listedTests() {
+  const listed = execFileSync("ctest", ["--test-dir", build, "--show-only=json-v1"], {
     encoding: "utf8",
     maxBuffer: 1 << 28,
-  }),
-);
+  });
+  return JSON.parse(listed).tests;
+}
+
 const passed = JSON.parse(textOf(memory) || "{}");
 
 if (verb === "plan") {
+  const tests = listedTests();
   const keys = Object.fromEntries(tests.map((test) => [test.name, keyOf(test)]));
   writeFileSync(inBuild("keys.json"), JSON.stringify(keys));
   writeFileSync(inBuild("programs.json"), JSON.stringify(programs));

@@ -63,14 +63,7 @@ void RelaySession::relayWasChosen() {
     dependencies.pairingConfiguration.relayWasChosen();
     return unpaired();
   }
-  beginRelayGeneration();
-  nextRegistration.reset();
-  relayRegistrationTask.reset();
-  dropRelayClient();
-  access.reset();
-  tokenRegistered = false;
-  pairingRevoked = false;
-  nextRegistrationDelay = kFirstRegistrationDelay;
+  letGoOfRelay();
   relayStatus = {};
   dependencies.pairingConfiguration.relayWasChosen();
   startRelayIfConfigured();
@@ -300,7 +293,7 @@ void RelaySession::rotatePairingIdentityAfterUnpair() {
   callbacks.onPairingRenewed();
 }
 
-void RelaySession::forgetPairing() {
+void RelaySession::letGoOfRelay() {
   beginRelayGeneration();
   nextRegistration.reset();
   relayRegistrationTask.reset();
@@ -309,6 +302,10 @@ void RelaySession::forgetPairing() {
   tokenRegistered = false;
   pairingRevoked = false;
   nextRegistrationDelay = kFirstRegistrationDelay;
+}
+
+void RelaySession::forgetPairing() {
+  letGoOfRelay();
   callbacks.onPairingForgotten();
   dependencies.pairingConfiguration.rotateInstallationIdentity();
   relayStatus = {};

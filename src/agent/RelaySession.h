@@ -158,6 +158,8 @@ class RelaySession {
   void unpaired();
   [[nodiscard]] std::optional<UnsentRevocation> revocation() const;
   void rotatePairingIdentityAfterUnpair();
+  // What was begun with it ends without a word.
+  void letGoOfRelay();
   void forgetPairing();
   void beginRelayGeneration();
   void dropRelayClient();

@@ -9,16 +9,16 @@ export interface Found extends Point {
 }
 
 /** Until what, and whether, a person would wait: a busy machine must not fail a test. */
-const kPatience = 60_000;
+const kTimeout = 60_000;
 const kBetweenLooks = 50;
 
 /** What `look` gives as soon as it is neither undefined nor false. What it throws last is thrown in the end. */
 export async function eventually<Value>(
   what: string,
   look: () => Promise<Value | undefined | false>,
-  patience = kPatience,
+  timeout = kTimeout,
 ): Promise<Value> {
-  const end = Date.now() + patience;
+  const end = Date.now() + timeout;
   let problem: unknown;
   while (Date.now() < end) {
     try {

@@ -185,20 +185,34 @@ TEST_F(RunEndToEnd, TellsTheTextOfThePairingWhenAskedOnly) {
   expectNothingLeft();
 }
 
+// The port that `./run` takes first, taken by somebody else.
+class TakenUsualPort {
+ public:
+  TakenUsualPort() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(8080);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int on = 1;  // Also right after somebody else has left it.
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    // When this fails, another process has the port, which is as good.
+    static_cast<void>(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    static_cast<void>(::listen(socket, 1));
+  }
+  ~TakenUsualPort() { ::close(socket); }
+  TakenUsualPort(const TakenUsualPort&) = delete;
+  TakenUsualPort& operator=(const TakenUsualPort&) = delete;
+
+ private:
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
 TEST_F(RunEndToEnd, TakesAnotherPortWhenTheUsualOneIsTaken) {
-  const int taken = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(8080);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  // When this fails, another process has the port, which is as good.
-  static_cast<void>(::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-  static_cast<void>(::listen(taken, 1));
+  const TakenUsualPort taken;
   EXPECT_EQ(runToItsEnd("run", {"--phone", "--answer", "Allow"}), 0) << printedBy("run");
   EXPECT_NE(printedBy("run").find("The sample prompt was answered: Allow.\n"), std::string::npos) << printedBy("run");
   EXPECT_NE(printedBy("run").find("http://127.0.0.1:"), std::string::npos) << printedBy("run");
   EXPECT_EQ(printedBy("run").find("http://127.0.0.1:8080 "), std::string::npos) << printedBy("run");
-  ::close(taken);
   expectNothingLeft();
 }
 
@@ -217,7 +231,8 @@ TEST_F(RunEndToEnd, OnADesktopItIsInstalledForItsUserAndSampledWhenAsked) {
     EXPECT_EQ(running.exitCode(), 128 + SIGTERM) << printedBy("first");
   }
   expectNoProgramLeft();
-  // The pairing outlives it, so that a paired browser stays paired.
+  // The pairing outlives it, so that a paired browser stays paired; also when the port is another one next time.
+  const TakenUsualPort taken;
   EXPECT_TRUE(fs::exists(desktop->folder("data") + "/quillard-relay/relay.db"));
   EXPECT_EQ(runToItsEnd("again", {"--sample", "--phone", "--answer", "Don't Allow"}), 0) << printedBy("again");
   EXPECT_NE(printedBy("again").find("The sample prompt was answered: Don't Allow.\n"), std::string::npos)

@@ -1,7 +1,5 @@
 #include "relay/RelayAddress.h"
 
-#include <cstdint>
-
 #include "foundation/Text.h"
 #include "relay/RelayCrypto.h"
 
@@ -29,11 +27,8 @@ std::variant<std::string, RelayAddressRefusal> relaySocketURL(const RelayLaunchC
 Secret computerKeyFor(const Secret& computerKey, std::string_view relayURL) {
   const auto relay = UrlComponents::parse(relayURL);
   if (computerKey.isEmpty() || !relay || !relay->host) return {};
-  constexpr std::uint16_t kSecurePort = 443;
-  constexpr std::uint16_t kPlainPort = 80;
-  const auto port = relay->port.value_or(relay->lowercasedScheme() == "wss" ? kSecurePort : kPlainPort);
   std::string text(computerKey.text());
-  text += "\n" + text::lowercased(*relay->host) + ":" + std::to_string(port);
+  text += "\n" + text::lowercased(*relay->host);
   Secret key{std::string_view{RelayCrypto::digest(text)}};
   wipe(text);
   return key;

@@ -32,8 +32,8 @@ inline constexpr std::string_view kRegistrationKeyItem = "registration-key";
     const RelayLaunchConfiguration& configuration);
 
 // What is shown to this relay of the computer's key: each relay gets a key of its own, so that none can pose as the
-// computer at another one. The same for every path and query of one host and port. Empty: there is no key, or no
-// address.
+// computer at another one. The same for every port, path and query of one host: a relay that listens elsewhere on its
+// machine still knows the computer. Empty: there is no key, or no address.
 [[nodiscard]] Secret computerKeyFor(const Secret& computerKey, std::string_view relayURL);
 
 }  // namespace quillard

@@ -156,11 +156,6 @@ void DesktopLife::calmDown() {
   for (Application& application : applications) calmDown(application);
 }
 
-bool DesktopLife::isImpaired() const {
-  return std::any_of(applications.begin(), applications.end(),
-                     [](const Application& application) { return application.impairedUntil.has_value(); });
-}
-
 // ---- Prompts
 
 Content DesktopLife::newContent() {
@@ -397,6 +392,7 @@ void DesktopLife::swapLabels() {
   its.unsteady = stage.now();
   const std::string first = textOf(desktop.attribute(buttons.front(), ax::kTitle));
   const std::string last = textOf(desktop.attribute(buttons.back(), ax::kTitle));
+  its.swapped = LabelSwap{.at = stage.now(), .first = first, .second = last};
   desktop.setAttribute(buttons.front(), ax::kTitle, AXValue{last});
   desktop.setAttribute(buttons.back(), ax::kTitle, AXValue{first});
 }
@@ -466,6 +462,19 @@ std::optional<std::size_t> DesktopLife::predecessorOf(std::size_t appearance) co
            std::abs((*earlier.to - its.from).count()) <= kSameMoment.count();
   });
   return found == all.end() ? std::nullopt : std::optional{found->number};
+}
+
+bool DesktopLife::tookItsWindowAlong(std::size_t appearance) const {
+  const Appearance& its = all[appearance];
+  return its.to && std::none_of(all.begin(), all.end(), [&](const Appearance& other) {
+           return other.window == its.window && other.number != appearance && other.from >= *its.to - kSameMoment;
+         });
+}
+
+bool DesktopLife::allAnsweredSince(Seconds time) const {
+  return std::all_of(applications.begin(), applications.end(), [&](const Application& application) {
+    return !application.impairedUntil && (!application.lastImpaired || *application.lastImpaired < time);
+  });
 }
 
 bool DesktopLife::answeredSince(std::size_t appearance, Seconds time) const {

@@ -22,6 +22,13 @@ struct Content {
   bool operator==(const Content&) const = default;
 };
 
+// The labels that two buttons have given each other.
+struct LabelSwap {
+  Seconds at{0};
+  std::string first;
+  std::string second;
+};
+
 // One appearance: one content in one window, from when it was there until it was not. A window whose content changes
 // shows another appearance from then on. Never forgotten.
 struct Appearance {
@@ -30,9 +37,10 @@ struct Appearance {
   platform::simulated::ApplicationHandle application{};
   Content content;
   Seconds from{0};
-  std::optional<Seconds> to{};        // Absent: it is still there.
-  std::vector<DialogFrame> places{};  // Where the window has been meanwhile, oldest first.
-  std::optional<Seconds> unsteady{};  // When something about it last changed that a scan may see as another prompt.
+  std::optional<Seconds> to{};         // Absent: it is still there.
+  std::vector<DialogFrame> places{};   // Where the window has been meanwhile, oldest first.
+  std::optional<LabelSwap> swapped{};  // The last time.
+  std::optional<Seconds> unsteady{};   // When something about it last changed that a scan may see as another prompt.
 };
 
 // One press that reached a button, by the agent.
@@ -78,8 +86,6 @@ class DesktopLife {
 
   // Every application answers, and none is hidden.
   void calmDown();
-  // Whether one of them does not.
-  [[nodiscard]] bool isImpaired() const;
 
   // ---- The truth.
   [[nodiscard]] const std::vector<Appearance>& appearances() const { return all; }
@@ -88,6 +94,10 @@ class DesktopLife {
   [[nodiscard]] std::vector<AgentPress> takeAgentPresses();
   // The appearance that turned into this one, in the same window. Absent: it is its window's first.
   [[nodiscard]] std::optional<std::size_t> predecessorOf(std::size_t appearance) const;
+  // Whether its window went with it.
+  [[nodiscard]] bool tookItsWindowAlong(std::size_t appearance) const;
+  // Whether all applications have answered since `time`.
+  [[nodiscard]] bool allAnsweredSince(Seconds time) const;
   // Whether its application answered everything, in time and truly, since `time`.
   [[nodiscard]] bool answeredSince(std::size_t appearance, Seconds time) const;
   // The same up to `until`, whatever became of it then.

@@ -205,13 +205,26 @@ void Judge::pressed(const AgentPress& press) {
   ++pressCount;
   stage.trace("desktop", "the agent presses \"", press.label, "\" of appearance ", press.appearance,
               press.isTaken ? "" : ", which is refused");
-  const auto& decisions = ledger.decisions();
-  const bool isMeant =
-      std::any_of(decisions.begin(), decisions.end(), [&](const TapDecision& one) { return fits(one, press); });
-  if (isMeant || !changedDuringPress(press)) return judgePress(press);
+  if (const auto before = beforeLabelsChanged(press); before && isMeant(*before)) return judgePress(*before);
+  if (isMeant(press) || !changedDuringPress(press)) return judgePress(press);
   AgentPress meant = press;
   meant.appearance = *life.predecessorOf(press.appearance);
   judgePress(meant);
+}
+
+bool Judge::isMeant(const AgentPress& press) const {
+  const auto& decisions = ledger.decisions();
+  return std::any_of(decisions.begin(), decisions.end(), [&](const TapDecision& one) { return fits(one, press); });
+}
+
+// Which button it was at the last look, when two have given each other their labels while a key was down.
+std::optional<AgentPress> Judge::beforeLabelsChanged(const AgentPress& press) const {
+  const auto& swap = life.appearances()[press.appearance].swapped;
+  if (!swap || swap->at > press.at || stage.awakeSince(swap->at) > kPressInFlight) return std::nullopt;
+  AgentPress before = press;
+  if (press.label == swap->first) before.label = swap->second;
+  if (press.label == swap->second) before.label = swap->first;
+  return before;
 }
 
 // Also in a request that was on its way to a slow application.
@@ -328,11 +341,13 @@ void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, 
     }
     return;
   }
-  // Plain to see: pressed, gone for a while, everybody answered, and nobody else had a hand in it.
+  // Plain to see: pressed, gone for a while, everybody answered, and nobody else had a hand in it. That its window has
+  // gone can be seen without its program, and what else its window shows by now cannot.
   const Appearance& its = life.appearances()[*appearance];
   const bool isPlain = decision.pressed == appearance && its.to && stage.now() - *its.to > kSettled &&
                        viewWasClearSince(*decision.delivered - kStaleAtFirst) &&
-                       life.answeredBetween(*appearance, *decision.delivered - kStaleAtFirst, decision.pressedAt) &&
+                       life.answeredBetween(*appearance, *decision.delivered - kStaleAtFirst,
+                                            life.tookItsWindowAlong(*appearance) ? decision.pressedAt : stage.now()) &&
                        found->second.candidates.size() == 1 && !its.content.isUnreadable;
   if (isPlain && status == kFailedStatus) {
     stage.fail(decision.id, " was answered with failed (", error, "), and the prompt had gone ",

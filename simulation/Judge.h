@@ -95,7 +95,10 @@ class Judge {
   [[nodiscard]] bool mayStillBeListed(const Appearance& gone) const;
   [[nodiscard]] std::vector<std::size_t> candidatesOf(const PendingApproval& approval) const;
   void judgePress(const AgentPress& press);
+  [[nodiscard]] bool isMeant(const AgentPress& press) const;
   [[nodiscard]] bool changedDuringPress(const AgentPress& press) const;
+  // Absent: they have not changed during the press.
+  [[nodiscard]] std::optional<AgentPress> beforeLabelsChanged(const AgentPress& press) const;
   [[nodiscard]] bool fits(const TapDecision& decision, const AgentPress& press) const;
   void expectNoHurry(const TapDecision& decision, const AgentPress& press);
   void judgeAnswer(const TapDecision& decision, const std::string& status, const std::string& error);

@@ -178,6 +178,36 @@ TEST_F(JudgeTest, SeesThePressOfAnotherPromptThatTheWindowTurnedInto) {
   EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
 }
 
+TEST_F(JudgeTest, ExcusesButtonsThatSwapTheirLabelsDuringThePress) {
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  life.swapLabels();
+  const auto& swap = appearance().swapped;
+  ASSERT_TRUE(swap);
+  const bool cancelsFirst = swap->first == "Cancel";
+  decide(approval, "Cancel");
+  decide(approval, cancelsFirst ? swap->second : swap->first);  // Refused, as it has to be.
+  advance(0.14);
+  press(appearance(), cancelsFirst ? swap->second : swap->first);
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesThePressOfAButtonThatGotItsLabelBefore) {
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  life.swapLabels();
+  const auto& swap = appearance().swapped;
+  ASSERT_TRUE(swap);
+  const std::string other = swap->first == "Cancel" ? swap->second : swap->first;
+  decide(approval, "Cancel");
+  decide(approval, other);
+  advance(0.16);
+  press(appearance(), other);
+  EXPECT_THAT(verdict(), HasSubstr("requires direct access"));
+}
+
 TEST_F(JudgeTest, SeesAPressThatWasNotMeantForThePromptBeforeEither) {
   list({approvalOf(appearance(), 1)});
   life.replaceContent(appearance().number, /*withPassword=*/false);
@@ -226,6 +256,21 @@ TEST_F(JudgeTest, SeesAFailureThatWasASuccess) {
   advance(5);
   answer(id, "failed");
   EXPECT_THAT(verdict(), HasSubstr("was answered with failed"));
+}
+
+// What its window shows by now, only its program can say.
+TEST_F(JudgeTest, ExcusesAFailureWhereTheWindowStaysAndItsProgramFallsSilent) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  advance(30);
+  const std::string id = decide(approval, "Cancel").id;
+  press(shown, "Cancel");
+  life.replaceContent(shown.number, /*withPassword=*/false);
+  life.hangApplicationOf(life.open().front(), Seconds{30});
+  advance(5);
+  answer(id, "failed");
+  EXPECT_EQ(verdict(), "nothing broke");
 }
 
 TEST_F(JudgeTest, SeesNotFoundForWhatWasPressed) {

@@ -174,7 +174,8 @@ class World {
     life.calmDown();    // A press that came late may have silenced an application meanwhile.
     life.openPrompt();  // Whatever has happened, what is new is still met.
     pass(kQuietTime);
-    if (life.isImpaired()) {
+    // One that a press has silenced meanwhile is looked at again later than one that answers.
+    if (!life.allAnsweredSince(stage.now() - kQuietTime / 2)) {
       life.calmDown();
       pass(kQuietTime);
     }

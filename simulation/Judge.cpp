@@ -220,7 +220,8 @@ bool Judge::isMeant(const AgentPress& press) const {
 // Which button it was at the last look, when two have given each other their labels while a key was down.
 std::optional<AgentPress> Judge::beforeLabelsChanged(const AgentPress& press) const {
   const auto& swap = life.appearances()[press.appearance].swapped;
-  if (!swap || swap->at > press.at || stage.awakeSince(swap->at) > kPressInFlight) return std::nullopt;
+  if (!swap || swap->at > press.at) return std::nullopt;
+  if (stage.awakeSince(swap->at) - stage.awakeSince(press.at) > kPressInFlight) return std::nullopt;
   AgentPress before = press;
   if (press.label == swap->first) before.label = swap->second;
   if (press.label == swap->second) before.label = swap->first;

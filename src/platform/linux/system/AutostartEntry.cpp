@@ -15,11 +15,13 @@ namespace {
 using platform::LoginServiceStatus;
 
 constexpr const char* kFileName = "/com.quillard.agent.desktop";
+// Where systemd notes that the user has switched on the unit that the package brings.
+constexpr const char* kEnabledUnit = "/systemd/user/graphical-session.target.wants/quillard.service";
 constexpr std::size_t kLargestEntry = 64 * 1024;
 
-std::optional<std::string> folderOf(const platform::Environment& environment) {
+std::optional<std::string> inConfiguration(const platform::Environment& environment, const char* path) {
   const auto home = xdg::configurationHome(environment);
-  return home ? std::optional(*home + "/autostart") : std::nullopt;
+  return home ? std::optional(*home + path) : std::nullopt;
 }
 
 bool holds(const DesktopEntry::Values& entry, std::string_view key, std::string_view value) {
@@ -38,6 +40,7 @@ bool starts(const DesktopEntry::Values& entry, const std::string& program) {
   return found != entry.end() && DesktopEntry::programOf(found->second) == program;
 }
 
+// "TryExec" keeps desktops from starting what has been removed since.
 std::string entryText(const std::string& program) {
   return "[Desktop Entry]\n"
          "Type=Application\n"
@@ -45,7 +48,7 @@ std::string entryText(const std::string& program) {
          "Name=Quillard\n"
          "Comment=Sends approval prompts of this computer to your phone\n"
          "Exec=" +
-         DesktopEntry::execValue(program) +
+         DesktopEntry::execValue(program) + "\nTryExec=" + DesktopEntry::escaped(program) +
          "\n"
          "Terminal=false\n"
          "StartupNotify=false\n";
@@ -54,12 +57,16 @@ std::string entryText(const std::string& program) {
 }  // namespace
 
 AutostartEntry::AutostartEntry(const platform::Environment& environment, std::string program)
-    : folder(folderOf(environment)), program(std::move(program)) {}
+    : folder(inConfiguration(environment, "/autostart")),
+      enabledUnit(inConfiguration(environment, kEnabledUnit)),
+      program(std::move(program)) {}
 
 std::string AutostartEntry::entryPath() const { return *folder + kFileName; }
 
 LoginServiceStatus AutostartEntry::status() {
   if (!folder) return LoginServiceStatus::notRegistered;
+  std::error_code error;
+  if (std::filesystem::is_symlink(*enabledUnit, error)) return LoginServiceStatus::enabled;
   const auto content = readSmallFile(entryPath(), kLargestEntry);
   const auto* const text = std::get_if<std::string>(&content);
   if (!text) return LoginServiceStatus::notRegistered;

@@ -12,7 +12,8 @@ namespace quillard::desktop {
 //
 // `notRegistered`: there is no entry, or it starts another program: an older install, for one. `requiresApproval`: the
 // entry is there and the user has switched it off, in the desktop's settings or by hand; registering again leaves that
-// as it is. `notFound` never.
+// as it is. `notFound` never. A user who has switched on the package's unit of systemd has chosen that in its place: it
+// is `enabled`, and no entry is written.
 class AutostartEntry final : public platform::LoginService {
  public:
   // `program`: what is to be started, absolute.
@@ -28,6 +29,7 @@ class AutostartEntry final : public platform::LoginService {
   [[nodiscard]] std::string entryPath() const;
 
   const std::optional<std::string> folder;
+  const std::optional<std::string> enabledUnit;
   const std::string program;
 };
 

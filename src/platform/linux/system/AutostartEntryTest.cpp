@@ -53,6 +53,8 @@ TEST_F(AutostartEntryTest, RegisteringMakesAnEntryThatStartsTheProgram) {
   EXPECT_EQ(registerProgram(), std::nullopt);
   EXPECT_EQ(status(), LoginServiceStatus::enabled);
   EXPECT_NE(content().find("Exec=\"/home/ann/.local/lib/Quillard.app/quillard\"\n"), std::string::npos) << content();
+  EXPECT_NE(content().find("\nTryExec=/home/ann/.local/lib/Quillard.app/quillard\n"), std::string::npos)
+      << "Removed, it is not started any more.";
   struct stat file {};
   ASSERT_EQ(::stat(path().c_str(), &file), 0);
   EXPECT_EQ(file.st_mode & 0777U, 0644U);
@@ -118,6 +120,17 @@ TEST_F(AutostartEntryTest, AnEntryOfAnOlderInstallIsRewritten) {
   EXPECT_EQ(status(), LoginServiceStatus::notRegistered);
   EXPECT_EQ(registerProgram(), std::nullopt);
   EXPECT_EQ(status(), LoginServiceStatus::enabled);
+}
+
+TEST_F(AutostartEntryTest, TheUnitOfThePackageTakesItsPlaceOnceTheUserHasSwitchedThatOn) {
+  const std::string wanted = temporary.path() + "/systemd/user/graphical-session.target.wants";
+  fs::create_directories(wanted);
+  fs::create_symlink("/usr/lib/systemd/user/quillard.service", wanted + "/quillard.service");
+  EXPECT_EQ(status(), LoginServiceStatus::enabled);
+  EXPECT_EQ(registerProgram(), std::nullopt);
+  EXPECT_FALSE(fs::exists(path()));
+  fs::remove(wanted + "/quillard.service");
+  EXPECT_EQ(status(), LoginServiceStatus::notRegistered);
 }
 
 TEST_F(AutostartEntryTest, WhatIsNoEntryIsReplaced) {

@@ -3,6 +3,9 @@
 namespace quillard::desktop::DesktopEntry {
 namespace {
 
+// What stands for what in a value, after a backslash.
+constexpr std::string_view kLetters = "sntr\\";
+constexpr std::string_view kMeanings = " \n\t\r\\";
 constexpr std::string_view kBlanks = " \t\r";
 
 std::string_view trimmed(std::string_view text) {
@@ -60,11 +63,24 @@ Values mainGroup(std::string_view text) {
 std::string unescaped(std::string_view value) {
   std::string result;
   for (std::size_t i = 0; i < value.size(); ++i) {
-    constexpr std::string_view kLetters = "sntr\\";
-    constexpr std::string_view kMeanings = " \n\t\r\\";
     const auto at = value[i] == '\\' && i + 1 < value.size() ? kLetters.find(value[i + 1]) : std::string_view::npos;
     result += at == std::string_view::npos ? value[i] : kMeanings[at];
     if (at != std::string_view::npos) ++i;
+  }
+  return result;
+}
+
+std::string escaped(std::string_view text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    // A blank is itself but at either end, which readers take off.
+    const bool isInside = i > 0 && i + 1 < text.size();
+    const auto at = text[i] == ' ' && isInside ? std::string_view::npos : kMeanings.find(text[i]);
+    if (at == std::string_view::npos) {
+      result += text[i];
+    } else {
+      result.append(1, '\\').append(1, kLetters[at]);
+    }
   }
   return result;
 }

@@ -16,6 +16,8 @@ using Values = std::map<std::string, std::string, std::less<>>;
 
 // "\s", "\n", "\t", "\r" and "\\" undone. A backslash before anything else stays.
 [[nodiscard]] std::string unescaped(std::string_view value);
+// The other way round.
+[[nodiscard]] std::string escaped(std::string_view text);
 
 // The value of "Exec" that starts `program`, an absolute path, without arguments: quoted for the command line, then
 // escaped for the file.

@@ -64,6 +64,13 @@ RC_GTEST_PROP(DesktopEntry, AnyPathSurvivesTheFile, ()) {
   RC_ASSERT(programOf(values.at("Exec")) == path);
 }
 
+RC_GTEST_PROP(DesktopEntry, AnyTextSurvivesTheFile, (const std::string& text)) {
+  const auto values = mainGroup("[Desktop Entry]\nTryExec=" + escaped(text) + "\n");
+  RC_ASSERT(unescaped(values.at("TryExec")) == text);
+}
+
+TEST(DesktopEntry, EscapesABlankWhereItWouldGetLostOnly) { EXPECT_EQ(escaped(" a b "), "\\sa b\\s"); }
+
 TEST(DesktopEntry, TheProgramIsTheFirstArgument) {
   EXPECT_EQ(programOf("/usr/bin/quillard --flag %u"), "/usr/bin/quillard");
   EXPECT_EQ(programOf(R"("/usr/local bin/quillard" --flag)"), "/usr/local bin/quillard");

@@ -4,6 +4,8 @@
 #   lib/Quillard.app/Resources/RelayConfig.plist   with -DQUILLARD_RELAY_CONFIG=FILE: the relay that comes built in
 #   bin/quillard                               a link to the program
 #   share/applications/com.quillard.agent.desktop, share/man/man1/quillard.1
+#   share/icons/hicolor/.../com.quillard.agent.png and .svg, share/metainfo/com.quillard.agent.metainfo.xml
+#   lib/systemd/user/quillard.service          in packages alone: see packaging/linux/Packages.cmake
 #
 #   cmake --install build/release --component quillard --prefix ~/.local
 set(QUILLARD_RELAY_CONFIG "" CACHE FILEPATH "A property list with relayURL and pairingID, to be installed")
@@ -18,6 +20,18 @@ if(QUILLARD_RELAY_CONFIG)
     COMPONENT quillard)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/docs/quillard.1 DESTINATION share/man/man1 COMPONENT quillard)
+
+set(QUILLARD_ICONS ${PROJECT_BINARY_DIR}/packaging/icons)
+add_custom_command(OUTPUT ${QUILLARD_ICONS}/hicolor/48x48/apps/com.quillard.agent.png
+  COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
+          $<TARGET_FILE:quillard_icon_maker> --theme ${QUILLARD_ICONS} com.quillard.agent
+  DEPENDS quillard_icon_maker VERBATIM)
+add_custom_target(quillard_icons DEPENDS ${QUILLARD_ICONS}/hicolor/48x48/apps/com.quillard.agent.png)
+add_dependencies(quillard quillard_icons)
+install(DIRECTORY ${QUILLARD_ICONS}/hicolor DESTINATION share/icons COMPONENT quillard)
+install(FILES ${PROJECT_SOURCE_DIR}/companion/phone/public/icon.svg RENAME com.quillard.agent.svg
+  DESTINATION share/icons/hicolor/scalable/apps COMPONENT quillard)
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/com.quillard.agent.metainfo.xml DESTINATION share/metainfo COMPONENT quillard)
 
 # What names the prefix is written when that is known.
 install(CODE "

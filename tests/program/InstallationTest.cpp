@@ -58,6 +58,9 @@ TEST_F(Installation, IsAFolderOfTheApplicationALinkAndItsPapers) {
   EXPECT_FALSE(fs::read_symlink(prefix() + "/bin/quillard").is_absolute());  // It can be moved as a whole.
   EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/man/man1/quillard.1"));
   EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/applications/com.quillard.agent.desktop"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/metainfo/com.quillard.agent.metainfo.xml"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/icons/hicolor/scalable/apps/com.quillard.agent.svg"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/icons/hicolor/48x48/apps/com.quillard.agent.png"));
 }
 
 TEST_F(Installation, InstallsNothingElse) {
@@ -65,7 +68,9 @@ TEST_F(Installation, InstallsNothingElse) {
   for (const auto& entry : fs::recursive_directory_iterator(prefix())) {
     if (!entry.is_directory()) files.push_back(fs::relative(entry.path(), prefix()));
   }
-  EXPECT_EQ(files.size(), 5U) << testing::PrintToString(files);
+  // The program, what it is, the link to it, its manual, entry and description, and its icon as a drawing and ten
+  // pictures.
+  EXPECT_EQ(files.size(), 17U) << testing::PrintToString(files);
 }
 
 TEST_F(Installation, TheProgramFindsWhatItIs) {

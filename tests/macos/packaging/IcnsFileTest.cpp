@@ -62,6 +62,20 @@ TEST(IconMaker, WritesEverySizeThatTheSystemAsksFor) {
   for (const char* place : {"icp4", "icp5", "icp6"}) EXPECT_EQ(widths.count(place), 0U) << "Drawn wrongly: " << place;
 }
 
+TEST(IconMaker, WritesTheSizesOfAnIconTheme) {
+  const test::TemporaryFolder folder;
+  const auto outcome = test::shell("'" ICON_MAKER "' --theme '" + folder.path() + "' example");
+  ASSERT_EQ(outcome.code, 0) << outcome.output;
+  for (const int pixels : {16, 22, 24, 32, 48, 64, 96, 128, 256, 512}) {
+    const auto side = std::to_string(pixels);
+    std::ifstream stream{folder.path() + "/hicolor/" + side + "x" + side + "/apps/example.png", std::ios::binary};
+    const Bytes file{std::istreambuf_iterator<char>(stream), {}};
+    ASSERT_GT(file.size(), 24U) << side;
+    EXPECT_EQ(lettersAt(file, 1), "PNG\r");
+    EXPECT_EQ(numberAt(file, 16), static_cast<std::uint32_t>(pixels));
+  }
+}
+
 TEST(IconMaker, SaysWhatIsWrong) {
   EXPECT_EQ(test::shell("'" ICON_MAKER "'").code, 1);
   const auto outcome = test::shell("'" ICON_MAKER "' /no/such/folder/Quillard.icns");

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <boost/asio/ssl/host_name_verification.hpp>
-#include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/steady_timer.hpp>
+
+#include "companion/relay/server/TlsStream.h"
 
 namespace quillard::relayserver {
 namespace asio = boost::asio;
@@ -16,14 +15,14 @@ using asio::ip::tcp;
 struct RelayStream::State {
   State(tcp::socket accepted, std::shared_ptr<asio::ssl::context> context)
       : socket(std::move(accepted)), context(std::move(context)) {
-    if (this->context) tls = std::make_unique<asio::ssl::stream<tcp::socket&>>(socket, *this->context);
+    if (this->context) tls = std::make_unique<TlsStream>(socket, *this->context);
   }
 
   tcp::socket socket;
   std::shared_ptr<asio::ssl::context> context;
   // What few connections need stands elsewhere: there are many of them, and most are idle.
-  std::unique_ptr<asio::ssl::stream<tcp::socket&>> tls;
-  std::vector<unsigned char> joined;  // A short write in one piece: each write is a TLS record of its own.
+  std::unique_ptr<TlsStream> tls;
+  std::vector<unsigned char> joined;  // What is being written, in one piece: each write is a TLS record of its own.
   std::function<void(std::size_t)> onBytes;
   std::chrono::steady_clock::time_point heldUntil{};
   std::unique_ptr<asio::steady_timer> held;  // Made when it is first needed.
@@ -45,24 +44,16 @@ void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->
 
 void RelayStream::handshake(std::function<void(const ErrorCode&)> done) {
   if (!state->tls) return done({});
-  state->tls->async_handshake(asio::ssl::stream_base::server, std::move(done));
+  state->tls->handshakeAsServer(std::move(done));
 }
 
 void RelayStream::handshakeAsClient(const std::string& host, std::function<void(const ErrorCode&)> done) {
   if (!state->tls) return done({});
-  ErrorCode notNumeric;
-  (void)asio::ip::make_address(host, notNumeric);
-  if (notNumeric) {
-    // What SSL_set_tlsext_host_name does, which is a macro with a cast of another time.
-    std::string name = host;
-    SSL_ctrl(state->tls->native_handle(), SSL_CTRL_SET_TLSEXT_HOSTNAME, TLSEXT_NAMETYPE_host_name, name.data());
-  }
-  state->tls->set_verify_callback(asio::ssl::host_name_verification(host));
-  state->tls->async_handshake(asio::ssl::stream_base::client, std::move(done));
+  state->tls->handshakeAsClient(host, std::move(done));
 }
 
 void RelayStream::shutdown(std::function<void(const ErrorCode&)> done) {
-  if (state->tls) return state->tls->async_shutdown(std::move(done));
+  if (state->tls) return state->tls->shutdown(std::move(done));
   ErrorCode error;
   state->socket.shutdown(tcp::socket::shutdown_send, error);
   asio::post(get_executor(), [done = std::move(done), error] { done(error); });
@@ -99,7 +90,8 @@ void RelayStream::readNow(State& state, const BufferList<asio::mutable_buffer>& 
     handler(error, bytes);
   };
   if (state.tls) {
-    state.tls->async_read_some(buffers, std::move(finish));
+    // Empty ones come last, and where all are empty nothing is to be read.
+    state.tls->readSome(buffers.front(), IoHandler(std::move(finish)));
   } else {
     state.socket.async_read_some(buffers, std::move(finish));
   }
@@ -108,13 +100,13 @@ void RelayStream::readNow(State& state, const BufferList<asio::mutable_buffer>& 
 void RelayStream::writeSome(const BufferList<asio::const_buffer>& buffers, IoHandler handler) {
   if (!state->tls) return state->socket.async_write_some(buffers, std::move(handler));
   constexpr std::size_t kRecord = 16 * 1024;
-  constexpr std::size_t kKept = 2 * 1024;
-  const std::size_t size = std::min(kRecord, asio::buffer_size(buffers));
-  // A ping comes after every long message, and so no idle connection keeps the room for one.
-  if (state->joined.capacity() > kKept && size <= kKept) state->joined = {};
-  state->joined.resize(size);
+  state->joined.resize(std::min(kRecord, asio::buffer_size(buffers)));
   asio::buffer_copy(asio::buffer(state->joined), buffers);
-  state->tls->async_write_some(asio::buffer(state->joined), std::move(handler));
+  auto finish = [state = state.get(), handler = std::move(handler)](const ErrorCode& error, std::size_t bytes) mutable {
+    state->joined = {};  // Nothing is kept for the next one.
+    handler(error, bytes);
+  };
+  state->tls->writeSome(asio::buffer(state->joined), IoHandler(std::move(finish)));
 }
 
 void teardown(boost::beast::role_type, RelayStream& stream, ErrorCode& error) {

@@ -3,7 +3,6 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,41 +15,13 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/role.hpp>
 
+#include "companion/relay/server/IoHandler.h"
+
 namespace boost::asio::ssl {
 class context;
 }
 
 namespace quillard::relayserver {
-
-using ErrorCode = boost::system::error_code;
-
-// What is called when reading or writing is done; once. It hides from the stream what waits for it, so that the
-// templates above are made once, and not once more for TLS.
-class IoHandler {
- public:
-  template <class Handler>
-  explicit IoHandler(Handler handler) : held(std::make_unique<Holder<Handler>>(std::move(handler))) {}
-  void operator()(const ErrorCode& error, std::size_t bytes) {
-    const auto called = std::move(held);
-    called->call(error, bytes);
-  }
-
- private:
-  struct Base {
-    Base() = default;
-    Base(const Base&) = delete;
-    Base& operator=(const Base&) = delete;
-    virtual ~Base() = default;
-    virtual void call(const ErrorCode& error, std::size_t bytes) = 0;
-  };
-  template <class Handler>
-  struct Holder final : Base {
-    explicit Holder(Handler handler) : handler(std::move(handler)) {}
-    void call(const ErrorCode& error, std::size_t bytes) override { std::move(handler)(error, bytes); }
-    Handler handler;
-  };
-  std::unique_ptr<Base> held;
-};
 
 // A connection with a client, encrypted or not: an AsyncStream. Reads and writes take as many of the buffers as fit in
 // a small list, which "some" allows.

@@ -74,7 +74,8 @@ void ClusterAdmission::refresh(const Lookup& lookup, const Done& refused, std::f
   ++lookupsUnderWay;
   member.refresh(lookup.pairingID, lookup.deviceID, [this, refused, done = std::move(done)](bool isKnown) {
     --lookupsUnderWay;
-    if (!isKnown) return refused(unreachable());
+    // What else the mirror says may have grown too old meanwhile.
+    if (!isKnown || !member.isFresh(boot())) return refused(unreachable());
     done();
   });
 }

@@ -100,6 +100,29 @@ TEST_F(Cluster, LetsNoRemovedPhoneInByAMirrorThatIsOld) {
   EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 403);
 }
 
+// The engine answers, but what the relay knew at the request is too old by then.
+TEST_F(Cluster, CannotSayWhatItsMirrorIsTooOldForByTheTimeOfTheAnswer) {
+  const auto silentFor = [this](Duration time) {
+    for (Duration done{}; done < time; done += milliseconds(50)) {
+      world[0].engineEnd.hasSilentWatch = true;
+      world.run(milliseconds(50));
+    }
+  };
+  silentFor(milliseconds(5'500));
+  world[0].engineEnd.latency = milliseconds(400);
+  ASSERT_TRUE(world[0].member.isFresh(world.engine.now()));
+  const auto registered = world[0].registerToken("another");
+  const auto known = world[0].registerToken(kPairing);
+  const auto asked =
+      world[0].decide({.method = "GET", .target = "/api/pairings/" + kPairing, .authorization = {"Bearer " + kToken}});
+  const auto joined = world[0].upgrade(kPhone);
+  silentFor(milliseconds(1'000));
+  EXPECT_EQ(world.status(registered), 503);
+  EXPECT_EQ(world.status(known), 503);
+  EXPECT_EQ(world.status(asked), 503);
+  EXPECT_EQ(world.status(joined), 503);
+}
+
 TEST_F(Cluster, KeepsARevocationOnItsDiskUntilTheEngineHasIt) {
   const auto agent = joinAgent(0);
   world.engine.setAvailable(false);

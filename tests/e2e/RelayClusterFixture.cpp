@@ -124,36 +124,71 @@ int joinAt(const ClusterOfRelays& relays, int relay, const std::string& query) {
   }
 }
 
-BusyPairing::BusyPairing(const ClusterOfRelays& relays, std::string pairing, int phones)
-    : relays(relays), name(std::move(pairing)), finished(static_cast<std::size_t>(phones)) {
-  if (registerAt(relays, 0, name) != 204) throw std::runtime_error("a pairing could not be registered");
-  threads.emplace_back([this] { runAgent(); });
-  for (int phone = 0; phone < phones; ++phone) threads.emplace_back([this, phone] { runPhone(phone); });
+int registerSoon(const ClusterOfRelays& relays, int relay, const std::string& pairing) {
+  const auto latest = steady_clock::now() + kBack;
+  int status = registerAt(relays, relay, pairing);
+  while ((status == 0 || status == 503) && steady_clock::now() < latest) {
+    std::this_thread::sleep_for(milliseconds(50));
+    status = registerAt(relays, relay, pairing);
+  }
+  return status;
+}
+
+std::unique_ptr<RelayWire> joinSoon(const ClusterOfRelays& relays, int relay, const std::string& query, int& status) {
+  const auto latest = steady_clock::now() + kBack;
+  do {
+    auto wire = std::make_unique<RelayWire>(relays.port(relay));
+    status = wire->upgrade(query, kClusterBearer).status;
+    if (status == 101) return wire;
+    std::this_thread::sleep_for(milliseconds(50));
+  } while ((status == 0 || status == 503) && steady_clock::now() < latest);
+  return nullptr;
+}
+
+BusyPairing::BusyPairing(const ClusterOfRelays& relays, std::string pairing, int count)
+    : relays(relays), name(std::move(pairing)), finished(static_cast<std::size_t>(count)) {
+  if (registerSoon(relays, 0, name) != 204) throw std::runtime_error("a pairing could not be registered");
+  agent = std::thread([this] { runAgent(); });
+  for (int phone = 0; phone < count; ++phone) phones.emplace_back([this, phone] { runPhone(phone); });
 }
 
 void BusyPairing::stop() {
-  isOver = true;
-  {
-    const std::lock_guard lock(mutex);
-    for (const auto* wire : open) wire->interrupt();
-  }
-  for (auto& thread : threads) thread.join();
-  threads.clear();
+  interrupt(isOver);
+  for (auto& thread : phones) thread.join();
+  phones.clear();
+  if (!agent.joinable()) return;
+  awaitDelivered();
+  interrupt(isAgentOver);
+  agent.join();
 }
 
-void BusyPairing::setOpen(RelayWire& wire, bool isOpen) {
+void BusyPairing::interrupt(std::atomic<bool>& end) {
+  end = true;
+  const std::lock_guard lock(mutex);
+  for (const auto& [wire, over] : open) {
+    if (*over) wire->interrupt();
+  }
+}
+
+// A phone may have read a receipt while the agent had not come to read the request.
+void BusyPairing::awaitDelivered() {
+  const auto latest = steady_clock::now() + kBack;
+  while (!wrongs().empty() && steady_clock::now() < latest) std::this_thread::sleep_for(milliseconds(10));
+}
+
+void BusyPairing::setOpen(RelayWire& wire, bool isOpen, const std::atomic<bool>& over) {
   const std::lock_guard lock(mutex);
   if (isOpen) {
-    open.insert(&wire);
+    open.emplace(&wire, &over);
   } else {
     open.erase(&wire);
   }
-  if (isOver) wire.interrupt();
+  if (over) wire.interrupt();
 }
 
-void BusyPairing::pause(milliseconds time) const {
+void BusyPairing::pause(milliseconds time, const std::atomic<bool>& over) {
   const auto end = steady_clock::now() + time;
-  while (!isOver && steady_clock::now() < end) std::this_thread::sleep_for(milliseconds(10));
+  while (!over && steady_clock::now() < end) std::this_thread::sleep_for(milliseconds(10));
 }
 
 std::unique_ptr<RelayWire> BusyPairing::connect(const std::string& query, int& relay) const {
@@ -174,23 +209,23 @@ std::unique_ptr<RelayWire> BusyPairing::connect(const std::string& query, int& r
 // A load balancer would have found the next relay by itself: only a lap without success is a failure.
 void BusyPairing::runAgent() {
   int relay = static_cast<int>(std::hash<std::string>{}(name) % ClusterOfRelays::kRelays);
-  while (!isOver) {
+  while (!isAgentOver) {
     std::unique_ptr<RelayWire> wire;
     for (int i = 0; i < ClusterOfRelays::kRelays && !wire; ++i) wire = connect("role=mac&pairing=" + name, relay);
     if (wire) {
       agentRelay = relay;
-      setOpen(*wire, true);
+      setOpen(*wire, true, isAgentOver);
       wire->say(relayserver::snapshot());
       talkAsAgent(*wire);
-      setOpen(*wire, false);
+      setOpen(*wire, false, isAgentOver);
       ++relay;
     }
-    pause(seconds(3));
+    pause(seconds(3), isAgentOver);
   }
 }
 
 void BusyPairing::talkAsAgent(RelayWire& wire) {
-  while (!isOver) {
+  while (!isAgentOver) {
     const auto frame = wire.readFrame();
     if (!frame || frame->opcode == Opcode::close) return;
     const auto message = Json::parse(frame->payload, nullptr, false);
@@ -213,44 +248,53 @@ void BusyPairing::runPhone(int number) {
     std::unique_ptr<RelayWire> wire;
     const std::string query = "role=phone&deviceName=A&pairing=" + name + "&deviceID=" + std::to_string(number);
     for (int i = 0; i < ClusterOfRelays::kRelays && !wire; ++i) wire = connect(query, relay);
-    if (wire) setOpen(*wire, true);
+    if (wire) setOpen(*wire, true, isOver);
     while (wire && !isOver && decide(*wire, number, decisionName())) {
       wait = seconds(1);
       ++made;
-      pause(milliseconds(50));
+      pause(milliseconds(50), isOver);
     }
     if (wire) {
-      setOpen(*wire, false);
+      setOpen(*wire, false, isOver);
       ++relay;
     }
-    pause(wait * 3 / 4);
+    pause(wait * 3 / 4, isOver);
     wait = std::min<milliseconds>(wait * 2, seconds(30));
   }
 }
 
+// The agent may have gone after it was handed the request, and be back at the same relay: whoever has no outcome asks
+// again, as phones do. Each second, at least, a frame comes.
 bool BusyPairing::decide(RelayWire& wire, int phone, const std::string& decision) {
-  wire.say(relayserver::request(decision));
-  {
-    const std::lock_guard lock(mutex);
-    ++sent[decision];
-  }
+  constexpr seconds kAskAgain{3};
+  auto asked = steady_clock::now();
+  const auto ask = [&] {
+    {
+      const std::lock_guard lock(mutex);
+      ++sent[decision];
+    }
+    asked = steady_clock::now();
+    wire.say(relayserver::request(decision));
+  };
+  ask();
   while (!isOver) {
     const auto frame = wire.readFrame();
     if (!frame || frame->opcode == Opcode::close) return false;
     const auto message = Json::parse(frame->payload, nullptr, false);
-    if (message.is_discarded() || message.value("decisionID", "") != decision) continue;
+    if (message.is_discarded() || message.value("decisionID", "") != decision) {
+      if (steady_clock::now() - asked > kAskAgain) ask();
+      continue;
+    }
     if (message["type"] == "approval.result") {
       ++finished[static_cast<std::size_t>(phone)];
       return true;
     }
-    const bool isDelivered = message.value("delivered", false);
-    const std::lock_guard lock(mutex);
-    if (isDelivered) {
+    if (message.value("delivered", false)) {
+      const std::lock_guard lock(mutex);
       ++delivered[decision];
     } else {
       std::this_thread::sleep_for(milliseconds(100));
-      wire.say(relayserver::request(decision));
-      ++sent[decision];
+      ask();
     }
   }
   return false;

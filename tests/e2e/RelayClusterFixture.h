@@ -1,10 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,33 +80,47 @@ class BusyPairing {
  private:
   void runAgent();
   void runPhone(int number);
+  // Until its agent has read whatever a phone was told to be delivered.
+  void awaitDelivered();
+  // Nothing is read any more by its phones, or by nobody.
+  void interrupt(std::atomic<bool>& isOver);
   // Null: it was refused, or nobody was there. The next one next time.
   std::unique_ptr<RelayWire> connect(const std::string& query, int& relay) const;
   void talkAsAgent(RelayWire& wire);
   // False: the connection has ended.
   bool decide(RelayWire& wire, int phone, const std::string& decision);
-  // Until it is closed, `stop` can interrupt it.
-  void setOpen(RelayWire& wire, bool isOpen);
-  void pause(std::chrono::milliseconds time) const;
+  // Until it is closed, `stop` can interrupt it. `isOver`: whose it is, as below.
+  void setOpen(RelayWire& wire, bool isOpen, const std::atomic<bool>& isOver);
+  static void pause(std::chrono::milliseconds time, const std::atomic<bool>& isOver);
 
   const ClusterOfRelays& relays;
   const std::string name;
   std::vector<std::atomic<int>> finished;
-  std::atomic<bool> isOver = false;
+  std::atomic<bool> isOver = false;       // For its phones. They end first,
+  std::atomic<bool> isAgentOver = false;  // and then the agent.
   std::atomic<int> agentRelay = 0;
   std::mutex mutex;
-  std::set<RelayWire*> open;
+  std::map<RelayWire*, const std::atomic<bool>*> open;
   std::map<std::string, int> arrived;    // How often the agent was handed each decision.
   std::map<std::string, int> sent;       // How often its phone has sent it.
   std::map<std::string, int> delivered;  // How often it was told so.
-  std::vector<std::thread> threads;
+  std::vector<std::thread> phones;
+  std::thread agent;
 };
+
+// For how long tests wait for what has to come. An agent comes back three seconds after its connection has ended; what
+// is beyond is for a machine that is busy.
+inline constexpr std::chrono::seconds kBack{30};
 
 inline const std::string kClusterToken(64, 'c');
 inline const WireHeaders kClusterBearer{{"Authorization", "Bearer " + kClusterToken}};
 
 // The status of registering; 0: nobody answered.
 int registerAt(const ClusterOfRelays& relays, int relay, const std::string& pairing);
+// The same, and again for as long as nobody answers, or the relay says that it cannot know (503), but for `kBack`.
+int registerSoon(const ClusterOfRelays& relays, int relay, const std::string& pairing);
+// In the same way a WebSocket. Null: it was refused, with `status`.
+std::unique_ptr<RelayWire> joinSoon(const ClusterOfRelays& relays, int relay, const std::string& query, int& status);
 // The status of joining; 0: nobody answered.
 int joinAt(const ClusterOfRelays& relays, int relay, const std::string& query);
 

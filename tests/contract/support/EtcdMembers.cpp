@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 #include <thread>
 
@@ -31,22 +32,27 @@ std::vector<std::string> controlEnvironment() {
 }  // namespace
 
 std::vector<std::uint16_t> freePorts(int count) {
+  // Below those that the system gives to outgoing connections: one of these could be given away before it is listened
+  // at, or while its server is started anew.
+  constexpr int kFirst = 10'000;
+  constexpr int kLast = 32'000;
+  std::random_device random;
+  std::uniform_int_distribution<int> any(kFirst, kLast);
   std::vector<int> held;
   std::vector<std::uint16_t> ports;
-  for (int i = 0; i < count; ++i) {
+  constexpr int kMostTries = 1'000;
+  for (int tried = 0; static_cast<int>(ports.size()) < count && tried < kMostTries; ++tried) {
     const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (::bind(descriptor, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-      throw std::runtime_error("no free port");
-    }
+    const auto port = static_cast<std::uint16_t>(any(random));
+    address.sin_port = htons(port);
     held.push_back(descriptor);
-    ports.push_back(ntohs(address.sin_port));
+    if (::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) ports.push_back(port);
   }
   for (const int descriptor : held) ::close(descriptor);
+  if (static_cast<int>(ports.size()) < count) throw std::runtime_error("no free port");
   return ports;
 }
 
@@ -131,7 +137,9 @@ void EtcdMembers::wake(int member) const { ::kill(members[static_cast<std::size_
 bool EtcdMembers::isReady() const { return control({"endpoint", "health", "--cluster"}) == 0; }
 
 std::vector<std::string> EtcdMembers::controlCommand(const std::string& endpoints, const std::string& timeout) const {
-  std::vector<std::string> command{kControl, "--endpoints", endpoints, "--command-timeout", timeout};
+  // Connecting includes the check of a password, which takes a busy machine longer than the two seconds of the default.
+  std::vector<std::string> command{kControl, "--endpoints",    endpoints, "--command-timeout",
+                                   timeout,  "--dial-timeout", timeout};
   if (tls.certificate.empty()) return command;
   for (const auto* more :
        {"--cacert", tls.authority.c_str(), "--cert", tls.certificate.c_str(), "--key", tls.key.c_str()})
@@ -142,7 +150,7 @@ std::vector<std::string> EtcdMembers::controlCommand(const std::string& endpoint
 int EtcdMembers::control(const std::vector<std::string>& arguments) const {
   std::string endpoints;
   for (const auto& each : urls()) endpoints += (endpoints.empty() ? "" : ",") + each;
-  auto command = controlCommand(endpoints, "10s");
+  auto command = controlCommand(endpoints, "30s");
   command.insert(command.end(), arguments.begin(), arguments.end());
   ChildProcess program({.command = command, .environment = controlEnvironment()});
   return program.wait().value_or(-1);

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "companion/relay/rules/RelayWorld.h"
+#include "contract/support/TestAuthority.h"
 
 namespace quillard::benchmarks {
 namespace {
@@ -52,7 +53,22 @@ double MeasuredServer::memory() const {
   return sum;
 }
 
-MeasuredRelay::MeasuredRelay() : relay(liftedLimits()), registrar(relay.port()) {}
+MeasuredRelay::MeasuredRelay(Encryption encryption)
+    : relay(argumentsFor(encryption)), registrar(relay.port(), authority) {}
+
+std::vector<std::string> MeasuredRelay::argumentsFor(Encryption encryption) {
+  auto arguments = liftedLimits();
+  if (encryption == Encryption::none) return arguments;
+  const test::TestAuthority signer;
+  const auto identity = signer.issue();
+  authority = signer.certificate();
+  const std::string certificate = folder.path() + "/certificate";
+  const std::string key = folder.path() + "/key";
+  std::ofstream(certificate) << identity.certificate;
+  std::ofstream(key) << identity.key;
+  arguments.insert(arguments.end(), {"--tls-certificate", certificate, "--tls-key", key});
+  return arguments;
+}
 
 void MeasuredRelay::addPairing(const std::string& name) {
   const auto reply =
@@ -61,7 +77,7 @@ void MeasuredRelay::addPairing(const std::string& name) {
 }
 
 std::unique_ptr<RelayWire> MeasuredRelay::join(const std::string& query, int receiveBuffer) const {
-  auto wire = std::make_unique<RelayWire>(relay.port(), "", receiveBuffer);
+  auto wire = std::make_unique<RelayWire>(relay.port(), authority, receiveBuffer);
   const int status = wire->upgrade(query, kBearer).status;
   if (status != 101) throw std::runtime_error("A WebSocket was refused with " + std::to_string(status));
   return wire;

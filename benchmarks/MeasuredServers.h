@@ -7,6 +7,7 @@
 
 #include "e2e/RelayProgram.h"
 #include "e2e/RelayWire.h"
+#include "support/TemporaryFolder.h"
 
 // The relay and the echoes that it is held against, each a process of its own: what counts is the time that it spends
 // on a processor, so that neither the client nor whatever else the machine does counts. QUILLARD_RELAY_PROGRAM and
@@ -31,7 +32,9 @@ class MeasuredServer {
 // With limits that no benchmark meets.
 class MeasuredRelay final : public MeasuredServer {
  public:
-  MeasuredRelay();
+  // In clear, behind a proxy as it were, or with TLS of its own.
+  enum class Encryption { none, own };
+  explicit MeasuredRelay(Encryption encryption = Encryption::none);
   [[nodiscard]] pid_t process() const override { return relay.processID(); }
   [[nodiscard]] std::uint16_t port() const override { return relay.port(); }
 
@@ -44,6 +47,10 @@ class MeasuredRelay final : public MeasuredServer {
  private:
   [[nodiscard]] std::unique_ptr<test::RelayWire> join(const std::string& query, int receiveBuffer) const;
 
+  std::vector<std::string> argumentsFor(Encryption encryption);
+
+  const test::TemporaryFolder folder;
+  std::string authority;  // Empty: in clear.
   const test::RelayProgram relay;
   test::RelayWire registrar;
 };

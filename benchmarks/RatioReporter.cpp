@@ -13,21 +13,22 @@ class CollectingReporter final : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const auto& run : runs) {
-      if (run.iterations > 0)
-        seconds[run.benchmark_name()] = run.real_accumulated_time / static_cast<double>(run.iterations);
+      if (run.iterations == 0) continue;
+      figures[run.benchmark_name()] = run.real_accumulated_time / static_cast<double>(run.iterations);
+      for (const auto& [counter, value] : run.counters) figures[run.benchmark_name() + ":" + counter] = value;
     }
   }
 
   void print(const Ratio& ratio) const {
-    const auto slow = seconds.find(ratio.slow);
-    const auto fast = seconds.find(ratio.fast);
-    if (slow == seconds.end() || fast == seconds.end() || !(fast->second > 0)) return;
+    const auto slow = figures.find(ratio.slow);
+    const auto fast = figures.find(ratio.fast);
+    if (slow == figures.end() || fast == figures.end() || !(fast->second > 0)) return;
     std::printf("%-40s / %-40s = %7.2f   (%s)\n", ratio.slow.c_str(), ratio.fast.c_str(), slow->second / fast->second,
                 ratio.meaning.c_str());
   }
 
  private:
-  std::map<std::string, double> seconds;  // A turn of each, by name.
+  std::map<std::string, double> figures;  // Seconds of a turn of each, by name, and its counters: "name:counter".
 };
 
 }  // namespace

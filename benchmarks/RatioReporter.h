@@ -8,7 +8,8 @@ namespace quillard::benchmarks {
 
 // A line to print: how many times longer `slow` takes than `fast`, and what is hoped of it.
 struct Ratio {
-  std::string slow;  // Names as Google Benchmark prints them, such as "storeReplace/10000".
+  // Names as Google Benchmark prints them, such as "storeReplace/10000", or of a counter: "joins/2:a_second".
+  std::string slow;
   std::string fast;
   std::string meaning;
 };

@@ -175,7 +175,7 @@ BENCHMARK(decisions)
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);
 
-// Agents that join anew: a transaction each.
+// Agents that join anew at so many relays as the argument says, one after another: a transaction each.
 void joins(benchmark::State& state) {
   static int run = 0;
   for (auto _ : state) {
@@ -188,7 +188,8 @@ void joins(benchmark::State& state) {
     }
     const auto begin = steady_clock::now();
     for (int i = 0; i < joinCount; ++i) {
-      wires.push_back(join(i % ClusterOfRelays::kRelays, "role=mac&pairing=" + names[static_cast<std::size_t>(i)]));
+      wires.push_back(
+          join(i % static_cast<int>(state.range(0)), "role=mac&pairing=" + names[static_cast<std::size_t>(i)]));
     }
     const double took = std::chrono::duration<double>(steady_clock::now() - begin).count();
     state.counters["joins_a_second_one_by_one"] = joinCount / took;
@@ -196,9 +197,10 @@ void joins(benchmark::State& state) {
     ++run;
   }
 }
-BENCHMARK(joins)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(joins)->Arg(1)->Arg(2)->Arg(3)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
-// KiB of all relays for a silent agent and a phone. The argument: whether the phone comes in elsewhere.
+// KiB of all relays for a silent agent and a phone, in place of the time. The argument: whether the phone comes in
+// elsewhere.
 void idlePairings(benchmark::State& state) {
   static int run = 0;
   for (auto _ : state) {
@@ -210,11 +212,13 @@ void idlePairings(benchmark::State& state) {
       const int edge = state.range(0) != 0 ? (home + 1) % ClusterOfRelays::kRelays : home;
       pairs.push_back(std::make_unique<Pair>("idle-" + std::to_string(run) + "-" + std::to_string(i), home, edge));
     }
-    state.counters["KiB_a_pairing"] = (relayKibibytes() - before) / idle;
+    const double kibibytes = (relayKibibytes() - before) / idle;
+    state.counters["KiB_a_pairing"] = kibibytes;
+    state.SetIterationTime(kibibytes);
     ++run;
   }
 }
-BENCHMARK(idlePairings)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(idlePairings)->Arg(0)->Arg(1)->Iterations(1)->UseManualTime();
 
 }  // namespace
 }  // namespace quillard
@@ -224,10 +228,26 @@ int main(int argc, char** argv) {
     std::printf("%s\n", quillard::test::EtcdMembers::kMissing);
     return 0;
   }
+  const auto decisions = [](int relays, bool isElsewhere, const std::string& counter = "") {
+    return "decisions/" + std::to_string(relays) + (isElsewhere ? "/1" : "/0") + "/iterations:1/manual_time" +
+           (counter.empty() ? "" : ":" + counter);
+  };
+  const auto joins = [](int relays) { return "joins/" + std::to_string(relays) + "/iterations:1/manual_time"; };
+  const auto idle = [](int where) { return "idlePairings/" + std::to_string(where) + "/iterations:1/manual_time"; };
   return quillard::benchmarks::runAndPrintRatios(
       argc, argv,
-      {{"decisions/1/1/iterations:1/manual_time", "decisions/1/0/iterations:1/manual_time",
+      {{decisions(1, true), decisions(1, false),
         "a tunnel costs a decision less of the relays' time than the decision itself: at most 2.5"},
-       {"decisions/3/0/iterations:1/manual_time", "decisions/1/0/iterations:1/manual_time",
-        "a decision costs three relays what it costs one: at most 1.3"}});
+       {decisions(3, true), decisions(3, false), "the same with three relays"},
+       {decisions(1, true, "us_median"), decisions(1, false, "us_median"), "median there and back through a tunnel"},
+       {decisions(2, false), decisions(1, false), "a decision costs two relays what it costs one: at most 1.3"},
+       {decisions(3, false), decisions(1, false), "a decision costs three relays what it costs one: at most 1.3"},
+       {decisions(2, false, "decisions_a_second"), decisions(1, false, "decisions_a_second"),
+        "decisions a second of two relays; with more processors than two it grows"},
+       {decisions(3, false, "decisions_a_second"), decisions(1, false, "decisions_a_second"), "and of three"},
+       {decisions(3, false, "us_median"), decisions(1, false, "us_median"), "median with three relays"},
+       {decisions(3, false, "us_p99"), decisions(1, false, "us_p99"), "99th percentile with three relays"},
+       {joins(2), joins(1), "an agent that joins one of two relays"},
+       {joins(3), joins(1), "an agent that joins one of three relays"},
+       {idle(1), idle(0), "memory of a pairing whose phone comes in elsewhere"}});
 }

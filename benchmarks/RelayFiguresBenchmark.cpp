@@ -245,7 +245,7 @@ void amongThousand(benchmark::State& state) {
 
 // As many as the argument says, or as the limit of open files allows: an agent and a phone each, connected and silent.
 // The time is KiB of each.
-void idlePairing(benchmark::State& state) {
+void measureIdle(benchmark::State& state, MeasuredRelay::Encryption encryption) {
   rlimit files{};
   ::getrlimit(RLIMIT_NOFILE, &files);
   files.rlim_cur = files.rlim_max;
@@ -255,7 +255,7 @@ void idlePairing(benchmark::State& state) {
   const auto pairings = std::min(wanted, (files.rlim_cur - kOthers) / 2);
   state.counters["pairings"] = static_cast<double>(pairings);
   for (auto _ : state) {
-    MeasuredRelay relay;
+    MeasuredRelay relay(encryption);
     const double before = relay.memory();
     Wires wires;
     for (std::size_t i = 0; i < pairings; ++i) {
@@ -271,6 +271,9 @@ void idlePairing(benchmark::State& state) {
   }
 }
 
+void idlePairing(benchmark::State& state) { measureIdle(state, MeasuredRelay::Encryption::none); }
+void idlePairingWithTls(benchmark::State& state) { measureIdle(state, MeasuredRelay::Encryption::own); }
+
 #define QUILLARD_FIGURE(name) BENCHMARK(name)->UseManualTime()->Iterations(1)->Unit(benchmark::kMicrosecond)
 QUILLARD_FIGURE(relayMedian);
 QUILLARD_FIGURE(relay99th);
@@ -285,6 +288,7 @@ QUILLARD_FIGURE(chargedRemoval);
 QUILLARD_FIGURE(fanOut)->Arg(1)->Arg(8);
 QUILLARD_FIGURE(amongThousand)->Arg(0)->Arg(1);
 QUILLARD_FIGURE(idlePairing)->Arg(1'000)->Arg(10'000);
+QUILLARD_FIGURE(idlePairingWithTls)->Arg(1'000);
 #undef QUILLARD_FIGURE
 
 }  // namespace
@@ -297,9 +301,11 @@ int main(int argc, char** argv) {
       {{named("relayMedian"), named("echoMedian"), "median at half load, beside a bare echo: at most 2.5"},
        {named("relay99th"), named("echo99th"), "99th percentile at half load: at most 2.5"},
        {named("relayHandshake"), named("echoHandshake"), "a handshake, beside a bare echo: at most 2.5"},
+       {named("relay99th"), named("relayMedian"), "the relay's 99th percentile, beside its median"},
        {named("relayPing"), named("chargedPing"), "a ping, beside what it is charged: at most 1"},
        {named("relayRemoval"), named("chargedRemoval"), "a removed phone on the disk, beside what it is charged"},
        {named("fanOut/8"), named("fanOut/1"), "a snapshot for eight phones instead of one: less than 8"},
        {named("amongThousand/1"), named("amongThousand/0"), "with a slow reader among 1,000: at most 1.05"},
-       {named("idlePairing/10000"), named("idlePairing/1000"), "memory of a pairing among 10,000: at most 1.1"}});
+       {named("idlePairing/10000"), named("idlePairing/1000"), "memory of a pairing among 10,000: at most 1.1"},
+       {named("idlePairingWithTls/1000"), named("idlePairing/1000"), "memory of a pairing with the relay's own TLS"}});
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <utility>
 
@@ -16,7 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kAttempt{700};
 constexpr std::chrono::seconds kTimeout{4};
-constexpr std::chrono::seconds kAuthentication{2};  // etcd makes it cost a tenth of a second of an idle processor.
+constexpr std::chrono::seconds kLongestAuthentication{16};
 constexpr std::size_t kMostConnections = 32;
 constexpr int kPage = 2'000;
 constexpr int kOk = 200;
@@ -29,11 +30,12 @@ using Clock = std::chrono::steady_clock;
 class EtcdStore::Implementation final : public std::enable_shared_from_this<Implementation> {
  public:
   Implementation(boost::asio::io_context& loop, EtcdOptions options, EventLog& log)
-      : loop(loop), options(std::move(options)), log(log) {}
+      : loop(loop), options(std::move(options)), log(log), authenticationTime(this->options.authentication) {}
 
   // `done` with the body of an answer that says it was done.
   void post(const char* path, std::string body, std::function<void(std::optional<std::string>)> done) {
     waiting.push_back({path, std::move(body), std::move(done), Clock::now() + kTimeout});
+    expireWaiting();
     sendNext();
   }
 
@@ -84,6 +86,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     std::function<void(std::optional<std::string>)> done;
     Clock::time_point latest;
     bool wasAuthenticated = false;
+    std::uint64_t token = 0;  // The number of the token that it was sent with.
   };
 
   void takeLine(const std::string& line, const ClusterWatcher& watcher) {
@@ -126,10 +129,27 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
                         [this](const std::optional<std::string>& answer) {
                           isAuthenticating = false;
                           token = (answer ? etcd::readAuthentication(*answer) : std::nullopt).value_or("");
-                          if (token.empty()) failAll();
+                          ++tokenNumber;
+                          if (!token.empty()) {
+                            authenticationTime = options.authentication;
+                            return;
+                          }
+                          authenticationTime = std::min<Duration>(2 * authenticationTime, kLongestAuthentication);
+                          failAll();
                         },
-                        Clock::now() + kTimeout});
+                        Clock::now() + 2 * authenticationTime});
     sendNext();
+  }
+
+  // They are made a few times a second, and wait for nothing but the token.
+  void expireWaiting() {
+    std::vector<Call> late;
+    const auto now = Clock::now();
+    const auto rest =
+        std::stable_partition(waiting.begin(), waiting.end(), [now](const Call& call) { return now < call.latest; });
+    std::move(rest, waiting.end(), std::back_inserter(late));
+    waiting.erase(rest, waiting.end());
+    for (auto& call : late) call.done(std::nullopt);
   }
 
   void failAll() {
@@ -157,9 +177,10 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
 
   void ask(const std::shared_ptr<RelayStream>& stream, std::size_t chosen, Call call) {
     auto request = requestText(options.members[chosen], call.path, call.body);
+    call.token = tokenNumber;
     Duration timeout = kAttempt;
     if (call.path == etcd::kRangePath) timeout = kTimeout;
-    if (call.path == etcd::kAuthenticatePath) timeout = kAuthentication;
+    if (call.path == etcd::kAuthenticatePath) timeout = authenticationTime;
     exchange(stream, std::move(request), etcd::kLongestAnswer, timeout,
              [self = shared_from_this(), stream, chosen,
               call = std::make_shared<Call>(std::move(call))](std::optional<HttpReply> reply) {
@@ -180,7 +201,8 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
         isOld && !options.user.empty() && !call.wasAuthenticated && call.path != etcd::kAuthenticatePath;
     if (isOldToken) {
       call.wasAuthenticated = true;
-      token.clear();
+      // Unless there is a newer one by now.
+      if (call.token == tokenNumber) token.clear();
       --underWay;
       waiting.push_front(std::move(call));
       return sendNext();
@@ -230,6 +252,8 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
   std::size_t watchedMember = 0;  // The same of the watch.
   std::shared_ptr<EtcdWatch> watching;
   std::string token;
+  std::uint64_t tokenNumber = 0;
+  Duration authenticationTime;
   bool isAuthenticating = false;
   bool isStopped = false;
 };

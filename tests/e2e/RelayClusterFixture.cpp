@@ -160,6 +160,8 @@ void BusyPairing::stop() {
   awaitDelivered();
   interrupt(isAgentOver);
   agent.join();
+  for (auto& thread : leftovers) thread.join();
+  leftovers.clear();
 }
 
 void BusyPairing::interrupt(std::atomic<bool>& end) {
@@ -217,7 +219,10 @@ void BusyPairing::runAgent() {
       setOpen(*wire, true, isAgentOver);
       wire->say(relayserver::snapshot());
       talkAsAgent(*wire);
-      setOpen(*wire, false, isAgentOver);
+      leftovers.emplace_back([this, left = std::shared_ptr<RelayWire>(std::move(wire))] {
+        readRest(*left);
+        setOpen(*left, false, isAgentOver);
+      });
       ++relay;
     }
     pause(seconds(3), isAgentOver);
@@ -237,6 +242,12 @@ void BusyPairing::talkAsAgent(RelayWire& wire) {
     }
     wire.say(relayserver::result(decision));
   }
+}
+
+void BusyPairing::readRest(RelayWire& wire) {
+  wire.setTimeout(kBack);
+  wire.endSending();
+  talkAsAgent(wire);
 }
 
 void BusyPairing::runPhone(int number) {

@@ -87,6 +87,8 @@ class BusyPairing {
   // Null: it was refused, or nobody was there. The next one next time.
   std::unique_ptr<RelayWire> connect(const std::string& query, int& relay) const;
   void talkAsAgent(RelayWire& wire);
+  // Reads what was handed over before the relay knew that the agent has left this connection.
+  void readRest(RelayWire& wire);
   // False: the connection has ended.
   bool decide(RelayWire& wire, int phone, const std::string& decision);
   // Until it is closed, `stop` can interrupt it. `isOver`: whose it is, as below.
@@ -106,6 +108,7 @@ class BusyPairing {
   std::map<std::string, int> delivered;  // How often it was told so.
   std::vector<std::thread> phones;
   std::thread agent;
+  std::vector<std::thread> leftovers;  // Of connections that the agent has left. Its thread's, then `stop`'s.
 };
 
 // For how long tests wait for what has to come. An agent comes back three seconds after its connection has ended; what

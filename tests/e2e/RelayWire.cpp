@@ -87,6 +87,8 @@ void RelayWire::setTimeout(std::chrono::milliseconds timeout) const {
 
 void RelayWire::interrupt() const { ::shutdown(descriptor, SHUT_RDWR); }
 
+void RelayWire::endSending() const { ::shutdown(descriptor, SHUT_WR); }
+
 bool RelayWire::write(std::string_view bytes) {
   while (!bytes.empty()) {
     const auto sent = tls ? SSL_write(tls, bytes.data(), static_cast<int>(bytes.size()))

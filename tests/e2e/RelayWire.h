@@ -40,6 +40,8 @@ class RelayWire {
   void setTimeout(std::chrono::milliseconds timeout) const;
   // Ends what waits in another thread.
   void interrupt() const;
+  // Nothing more is sent; what the other end still sends can be read.
+  void endSending() const;
   bool write(std::string_view bytes);
   WireReply ask(const std::string& method, const std::string& target, const WireHeaders& headers = {},
                 const std::string& body = {});

@@ -81,7 +81,7 @@ struct TlsStream::SocketBio {
 
   static BIO_METHOD* method() {
     static const std::unique_ptr<BIO_METHOD, decltype(&BIO_meth_free)> made = [] {
-      BIO_METHOD* fresh = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "socket of a relay");
+      BIO_METHOD* fresh = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "socket");
       if (!fresh) throw std::bad_alloc();
       BIO_meth_set_read(fresh, read);
       BIO_meth_set_write(fresh, write);

@@ -17,7 +17,9 @@
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
+#include "platform/linux/accessibility/WindowEvents.h"
 #include "platform/linux/catalogues/LinuxTranslations.h"
+#include "platform/linux/windows/WindowSource.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/SystemClock.h"
@@ -50,8 +52,8 @@ class LinuxPromptProgram final : public PromptProgram {
   DesktopProgram program;
 };
 
-// A private desktop and all bindings to it, put together as the program does. `sample` is the sample program that shows
-// the prompts that are asked for.
+// A private desktop of any kind and all bindings to it, put together as the program does: by the variables of the
+// session. `sample` is the sample program that shows the prompts that are asked for.
 class LinuxDesktopBinding final : public DesktopBinding {
  public:
   explicit LinuxDesktopBinding(std::string sample, const PrivateDesktop::Options& options = {})
@@ -60,6 +62,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
   LinuxDesktopBinding(std::string sample, PrivateDesktop& shared) : sample(std::move(sample)), desktop(shared) {}
 
   [[nodiscard]] PrivateDesktop& privateDesktop() { return desktop; }
+  // Of the desktop's windows, as the agent asks it.
+  [[nodiscard]] desktop::DesktopWindows& windows() { return *source.windows; }
   // Those of the agent; none are set.
   [[nodiscard]] DesktopEnvironment& agentVariables() { return variables; }
   [[nodiscard]] std::vector<std::string> printedLines() const { return quietConsole.lines(); }
@@ -80,6 +84,16 @@ class LinuxDesktopBinding final : public DesktopBinding {
   const platform::Environment& environment() override { return variables; }
   platform::Random& random() override { return seededRandom; }
   platform::UserDefaults& userDefaults() override { return defaults; }
+
+  [[nodiscard]] std::set<platform::DesktopCapability> missing() const override {
+    using platform::DesktopCapability;
+    if (!privatedesktop::isWayland(desktop.kind())) return {};
+    std::set missing{DesktopCapability::screenCoordinates, DesktopCapability::syntheticInput};
+    const bool tellsOfWindows =
+        desktop.kind() == privatedesktop::DesktopKind::sway || desktop.kind() == privatedesktop::DesktopKind::kwin;
+    if (!tellsOfWindows) missing.insert({DesktopCapability::windowList, DesktopCapability::frontmostApplication});
+    return missing;
+  }
 
   std::unique_ptr<PromptProgram> show(const PromptOptions& options) override {
     auto program = std::make_unique<LinuxPromptProgram>(desktop.launch(sample, arguments(options)));
@@ -120,10 +134,25 @@ class LinuxDesktopBinding final : public DesktopBinding {
     return arguments;
   }
 
-  // On the bus, listed by the X server, in front, and with a button that has a place.
-  bool isReadable(std::int32_t process, const PromptOptions& options) {
+  [[nodiscard]] static DesktopEnvironment variablesOf(const PrivateDesktop& desktop) {
+    DesktopEnvironment result;
+    for (const auto& variable : desktop.environment()) {
+      const auto end = variable.find('=');
+      result.values[variable.substr(0, end)] = variable.substr(end + 1);
+    }
+    return result;
+  }
+
+  // Where the desktop knows who is in front, it is this one. Elsewhere programs say so, and GTK 4's dialogs do not.
+  bool isInFront(std::int32_t process) {
+    if (linuxCapabilities.limitation(platform::DesktopCapability::frontmostApplication)) return true;
     const auto frontmost = linuxWorkspace.frontmostApplication();
-    if (!frontmost || frontmost->processIdentifier != process) return false;
+    return frontmost && frontmost->processIdentifier == process;
+  }
+
+  // On the bus, in front, and with a button that has a place.
+  bool isReadable(std::int32_t process, const PromptOptions& options) {
+    if (!isInFront(process)) return false;
     const auto scope = linuxAccessibility.beginReadScope();
     const auto open = AXHelpers::windows(*scope, linuxAccessibility.createApplication(process));
     if (open.size() != 1 || !AXHelpers::frame(*scope, open[0])) return false;
@@ -138,6 +167,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
   const std::string sample;
   const std::unique_ptr<PrivateDesktop> own;  // Null for a shared one.
   PrivateDesktop& desktop;
+  const DesktopEnvironment session = variablesOf(desktop);
+  const bool isXSession = desktop::isXSession(session);
   qt::QtExecutors executors;
   qt::SystemClock systemClock;
   platform::simulated::SimulatedConsole quietConsole;
@@ -145,23 +176,31 @@ class LinuxDesktopBinding final : public DesktopBinding {
   platform::simulated::SimulatedUserDefaults defaults;
   DesktopEnvironment variables;
   RecordingOpener opener;
-  x11::XcbWindows windows{desktop.display()};
-  x11::DesktopWatch watch{desktop.display(), windows, executors.mainThread()};
+  desktop::WindowSource source = desktop::makeWindowSource(session, executors.mainThread());
+  x11::XcbWindows xWindows{session.value("DISPLAY")};
   atspi::LinuxAccessibility linuxAccessibility{
-      {.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid()}, windows, executors};
+      {.sessionBusAddress = desktop.sessionBusAddress(), .ownProcessIdentifier = ::getpid(), .isXSession = isXSession},
+      *source.windows,
+      executors};
   atspi::AccessibleProcessList accessible{linuxAccessibility, [this] { return linuxAccessibility.busAddress(); },
                                           executors.mainThread()};
   x11::ProcessTable processes;
   x11::DesktopEntries entries{variables};
   x11::RunningPrograms programs{processes, entries};
-  atspi::LinuxDesktopCapabilities linuxCapabilities{linuxAccessibility, windows, /*isXSession=*/true,
+  atspi::LinuxDesktopCapabilities linuxCapabilities{linuxAccessibility, *source.windows, isXSession,
                                                     [this](std::int32_t process) -> std::optional<std::string> {
                                                       const auto program = programs.program(process, "");
                                                       return program ? std::optional(program->name) : std::nullopt;
                                                     }};
-  desktop::LinuxWorkspace linuxWorkspace{{windows, watch, accessible, processes, programs, opener}};
-  desktop::LinuxWindowList linuxWindowList{windows, programs, watch, accessible, executors.mainThread()};
-  x11::XTestEvents events{desktop.display(), windows, true};
+  desktop::LinuxWindowList linuxWindowList{*source.windows, programs, *source.changes, accessible,
+                                           executors.mainThread()};
+  atspi::WindowEvents windowEvents{[this] { return linuxAccessibility.busAddress(); },
+                                   desktop::windowEventKinds(session), ::getpid(), executors.mainThread(),
+                                   [this] { linuxWindowList.announceUnlistedWindow(); }};
+  desktop::LinuxWorkspace linuxWorkspace{
+      {*source.windows, *source.changes, accessible, processes, programs, opener,
+       [this]() -> std::optional<std::int32_t> { return windowEvents.activeProcess(); }}};
+  x11::XTestEvents events{session.value("DISPLAY"), xWindows, isXSession};
   catalogues::LinuxTranslations linuxTranslations{
       {.ownLocale = "", .languageOf = [this](std::int32_t process) -> std::optional<catalogues::ProgramLanguage> {
          const auto language = linuxAccessibility.languageOf(process);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -19,12 +21,14 @@ namespace quillard::test {
 //     inline static SharedDesktop shared;
 class SharedDesktop {
  public:
+  explicit SharedDesktop(PrivateDesktop::Options options = {}) : options(std::move(options)) {}
+
   // Free of windows. Made by the first call.
   [[nodiscard]] PrivateDesktop& get() {
     using namespace std::chrono_literals;
-    if (desktop && !waitFor([this] { return isFree(); }, 3s)) desktop.reset();
+    if (desktop && (!isWhole() || !waitFor([this] { return isFree(); }, 3s))) desktop.reset();
     if (!desktop) {
-      desktop = std::make_unique<PrivateDesktop>();
+      desktop = std::make_unique<PrivateDesktop>(options);
       programsOfItsOwn = programs();
     }
     return *desktop;
@@ -32,6 +36,15 @@ class SharedDesktop {
   void end() { desktop.reset(); }
 
  private:
+  // A test may have taken the accessibility bus away.
+  [[nodiscard]] bool isWhole() {
+    try {
+      const DesktopBus bus(desktop->accessibilityBusAddress());
+      return true;
+    } catch (const std::runtime_error&) {
+      return false;
+    }
+  }
   [[nodiscard]] bool isFree() {
     const bool hasXServer = !desktop->display().empty();
     return hasXServer ? ClientList(*desktop).windows().empty() : programs() == programsOfItsOwn;
@@ -40,6 +53,7 @@ class SharedDesktop {
   // How many take part in accessibility.
   [[nodiscard]] int programs() { return AccessibleTree(*desktop).programCount(); }
 
+  const PrivateDesktop::Options options;
   std::unique_ptr<PrivateDesktop> desktop;
   int programsOfItsOwn = 0;
 };

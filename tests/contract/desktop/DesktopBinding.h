@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -76,6 +78,9 @@ class DesktopBinding {
   // be shown here.
   [[nodiscard]] virtual std::unique_ptr<PromptProgram> showUnreadable() = 0;
 
+  // What this desktop cannot do, as its capabilities have to say.
+  [[nodiscard]] virtual std::set<platform::DesktopCapability> missing() const { return {}; }
+
   // Whether the window list has the windows' names. Some systems keep them to themselves, and nothing may depend on
   // them.
   [[nodiscard]] virtual bool namesWindows() const { return true; }
@@ -89,7 +94,11 @@ class DesktopBinding {
 
 struct DesktopCase {
   std::string name;
-  std::unique_ptr<DesktopBinding> (*make)();
+  std::function<std::unique_ptr<DesktopBinding>()> make;
+  // Why this machine cannot have it. Absent: it can.
+  std::function<std::optional<std::string>()> whyMissing = [] { return std::optional<std::string>(); };
 };
+
+inline void PrintTo(const DesktopCase& each, std::ostream* out) { *out << each.name; }
 
 }  // namespace quillard::test

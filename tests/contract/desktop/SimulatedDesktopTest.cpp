@@ -7,8 +7,23 @@ namespace {
 using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 
+using platform::DesktopCapability;
+
+// `missing`: what the desktop cannot do.
 class SimulatedDesktopBinding final : public DesktopBinding {
  public:
+  explicit SimulatedDesktopBinding(std::set<DesktopCapability> missing = {}) : lacking(std::move(missing)) {
+    for (const auto capability : lacking) world.capabilities().setLimitation(capability, {{"It is a simulation."}});
+    if (lacking.contains(DesktopCapability::screenCoordinates)) {
+      world.desktop().setHitTest([](Point) { return platform::AXError::notImplemented; });
+    }
+    if (lacking.contains(DesktopCapability::syntheticInput)) {
+      events.setReachesDesktop(false);
+      events.setLosesEvents(true);
+    }
+  }
+
+  [[nodiscard]] std::set<DesktopCapability> missing() const override { return lacking; }
   platform::Accessibility& accessibility() override { return world.accessibility(); }
   platform::Workspace& workspace() override { return world.workspace(); }
   platform::WindowList& windowList() override { return world.windowList(); }
@@ -30,14 +45,19 @@ class SimulatedDesktopBinding final : public DesktopBinding {
   bool eventually(const std::function<bool()>& condition) override { return eventuallyIn(world, condition); }
 
  private:
+  const std::set<DesktopCapability> lacking;
   SimulatedWorld world{Seed{7}};
   platform::simulated::SimulatedSyntheticEvents events{world.desktop(), world.time()};
 };
 
 const DesktopCase kSimulated{
     "Simulated", []() -> std::unique_ptr<DesktopBinding> { return std::make_unique<SimulatedDesktopBinding>(); }};
+const DesktopCase kWithoutPlaces{"WithoutPlacesAndInput", []() -> std::unique_ptr<DesktopBinding> {
+                                   return std::make_unique<SimulatedDesktopBinding>(std::set{
+                                       DesktopCapability::screenCoordinates, DesktopCapability::syntheticInput});
+                                 }};
 
-QUILLARD_DESKTOP_CONTRACT(Simulated, testing::Values(kSimulated));
+QUILLARD_DESKTOP_CONTRACT(Simulated, testing::Values(kSimulated, kWithoutPlaces));
 
 }  // namespace
 }  // namespace quillard::test

@@ -5,6 +5,7 @@
 namespace quillard::test {
 namespace {
 
+using platform::DesktopCapability;
 using platform::RunningApplication;
 using platform::WorkspaceEvent;
 using platform::WorkspaceEventKind;
@@ -43,6 +44,15 @@ TEST_P(WorkspaceContract, TheListKeepsItsOrderWhileNothingChanges) {
 TEST_P(WorkspaceContract, AnActivatedApplicationIsTheFrontmostAndActiveOne) {
   const auto first = binding->show({.title = "One"});
   const auto second = binding->show({.title = "Two"});
+  if (lacks(DesktopCapability::frontmostApplication)) {
+    EXPECT_FALSE(binding->workspace().activate(first->processIdentifier())) << "Nobody can be asked for that.";
+    const auto frontmost = binding->workspace().frontmostApplication();
+    const auto is = [&](const auto& program) {
+      return frontmost && frontmost->processIdentifier == program->processIdentifier();
+    };
+    EXPECT_TRUE(!frontmost || is(first) || is(second)) << "What programs say, or nothing.";
+    return;
+  }
   for (const auto* program : {first.get(), second.get(), first.get()}) {
     EXPECT_TRUE(binding->workspace().activate(program->processIdentifier()));
     EXPECT_TRUE(binding->eventually([&] {
@@ -63,11 +73,17 @@ TEST_P(WorkspaceContract, LaunchActivationAndEndAreToldOnTheMainThreadInTheirOrd
   const auto at = [&](WorkspaceEventKind kind) {
     return std::find(events.begin(), events.end(), std::pair{kind, identifier});
   };
-  EXPECT_TRUE(binding->eventually([&] { return at(WorkspaceEventKind::didActivateApplication) != events.end(); }));
+  const bool knowsFront = !lacks(DesktopCapability::frontmostApplication);
+  if (knowsFront) {
+    EXPECT_TRUE(binding->eventually([&] { return at(WorkspaceEventKind::didActivateApplication) != events.end(); }));
+  }
   program->kill();
   EXPECT_TRUE(binding->eventually([&] { return at(WorkspaceEventKind::didTerminateApplication) != events.end(); }));
-  EXPECT_LT(at(WorkspaceEventKind::didLaunchApplication), at(WorkspaceEventKind::didActivateApplication));
-  EXPECT_LT(at(WorkspaceEventKind::didActivateApplication), at(WorkspaceEventKind::didTerminateApplication));
+  EXPECT_LT(at(WorkspaceEventKind::didLaunchApplication), at(WorkspaceEventKind::didTerminateApplication));
+  if (knowsFront) {
+    EXPECT_LT(at(WorkspaceEventKind::didLaunchApplication), at(WorkspaceEventKind::didActivateApplication));
+    EXPECT_LT(at(WorkspaceEventKind::didActivateApplication), at(WorkspaceEventKind::didTerminateApplication));
+  }
   EXPECT_FALSE(isListed(binding->workspace(), identifier));
 }
 

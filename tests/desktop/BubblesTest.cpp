@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,6 +6,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/DesktopKinds.h"
+#include "desktop/InstalledPrograms.h"
 #include "desktop/LinuxDesktopBinding.h"
 #include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "private-desktop/DesktopBus.h"
@@ -23,19 +23,11 @@ struct Bubbles {
   bool takesPresses;
 };
 
-std::optional<std::string> installed(const std::string& program) {
-  for (const std::string place :
-       {"/usr/bin/", "/usr/lib/x86_64-linux-gnu/", "/usr/lib/aarch64-linux-gnu/", "/usr/lib/"}) {
-    if (std::filesystem::exists(place + program)) return place + program;
-  }
-  return std::nullopt;
-}
-
 class BubblesOf : public testing::TestWithParam<Bubbles> {
  protected:
   void SetUp() override {
     QUILLARD_SKIP_WITHOUT(GetParam().kind);
-    const auto program = installed(GetParam().program);
+    const auto program = installedProgram(GetParam().program);
     if (!program) GTEST_SKIP() << GetParam().program << " is not installed.";
     binding = std::make_unique<LinuxDesktopBinding>("gtk3_prompt", PrivateDesktop::Options{.kind = GetParam().kind});
     agent = std::make_unique<PromptAgent>(*binding, linuxPromptSupplement());

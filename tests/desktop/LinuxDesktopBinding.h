@@ -19,6 +19,7 @@
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 #include "platform/linux/accessibility/WindowEvents.h"
 #include "platform/linux/catalogues/LinuxTranslations.h"
+#include "platform/linux/system/EntryCopies.h"
 #include "platform/linux/windows/WindowSource.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/qt/QtExecutors.h"
@@ -73,6 +74,8 @@ class LinuxDesktopBinding final : public DesktopBinding {
 
   [[nodiscard]] atspi::LinuxAccessibility& ownAccessibility() { return linuxAccessibility; }
   [[nodiscard]] platform::Translations& translations() { return linuxTranslations; }
+
+  [[nodiscard]] platform::ReadableStarts& readableStarts() { return entryCopies; }
 
   platform::Accessibility& accessibility() override { return linuxAccessibility; }
   platform::Workspace& workspace() override { return linuxWorkspace; }
@@ -186,11 +189,17 @@ class LinuxDesktopBinding final : public DesktopBinding {
                                           executors.mainThread()};
   x11::ProcessTable processes;
   x11::DesktopEntries entries{variables};
+  desktop::EntryCopies entryCopies{variables, entries};
   x11::RunningPrograms programs{processes, entries};
   atspi::LinuxDesktopCapabilities linuxCapabilities{linuxAccessibility, *source.windows, isXSession,
                                                     [this](std::int32_t process) -> std::optional<std::string> {
                                                       const auto program = programs.program(process, "");
                                                       return program ? std::optional(program->name) : std::nullopt;
+                                                    },
+                                                    [this](std::int32_t process) -> std::optional<desktop::StartOffer> {
+                                                      const auto facts = processes.process(process);
+                                                      return facts ? entryCopies.offerFor(x11::programOf(*facts))
+                                                                   : std::nullopt;
                                                     }};
   desktop::LinuxWindowList linuxWindowList{*source.windows, programs, *source.changes, accessible,
                                            executors.mainThread()};

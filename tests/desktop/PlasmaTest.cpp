@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/DesktopKinds.h"
+#include "desktop/InstalledPrograms.h"
 #include "desktop/LinuxDesktopBinding.h"
 #include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "private-desktop/DesktopBus.h"
@@ -21,14 +21,7 @@ using testing::Contains;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-// Where distributions keep a program that is not for users.
-std::string libexec(const std::string& name) {
-  for (const std::string folder : {"/usr/lib/x86_64-linux-gnu/libexec/", "/usr/lib/aarch64-linux-gnu/libexec/",
-                                   "/usr/libexec/", "/usr/libexec/kf5/", "/usr/lib/"}) {
-    if (std::filesystem::exists(folder + name)) return folder + name;
-  }
-  return name;
-}
+std::string libexec(const std::string& name) { return installedProgram(name).value_or(name); }
 
 constexpr std::chrono::seconds kShellTimeout{60};
 

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <initializer_list>
+#include <map>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -10,6 +12,7 @@
 
 #include "contract/desktop/PromptAgent.h"
 #include "desktop/ClientList.h"
+#include "desktop/DesktopKinds.h"
 #include "desktop/LinuxDesktopBinding.h"
 #include "desktop/SampleClient.h"
 #include "desktop/SharedDesktop.h"
@@ -107,17 +110,53 @@ class World {
   PromptAgent agent{binding, linuxPromptSupplement()};
 };
 
-class Verdict : public testing::TestWithParam<Case> {
- protected:
-  static void TearDownTestSuite() { shared.end(); }
+struct CaseOn {
+  DesktopKind kind;
+  Case shown;
 
-  inline static SharedDesktop shared;
+  [[nodiscard]] std::string name() const {
+    return kind == DesktopKind::openbox ? shown.name() : privatedesktop::nameOf(kind) + "_" + shown.name();
+  }
+};
+
+void PrintTo(const CaseOn& each, std::ostream* out) { *out << each.name() << ": " << each.shown; }
+
+// What stands on what a desktop knows of windows (types, modality, owners, titles), and one plain question for each
+// toolkit.
+bool restsOnTheDesktop(const Case& each) {
+  const auto& name = each.row.name;
+  return name.starts_with("FrameO") || name == "FrameThatIsModal" || name == "MessageBoxWithoutATitle" ||
+         name == "PromptInsideAWindow";
+}
+
+std::vector<CaseOn> casesOn(std::initializer_list<DesktopKind> kinds, bool (*isMeant)(const Case&)) {
+  std::vector<CaseOn> found;
+  for (const auto kind : kinds) {
+    for (const auto& each : casesOf(verdictTable())) {
+      if (isMeant(each)) found.push_back({kind, each});
+    }
+  }
+  return found;
+}
+
+bool isAny(const Case& /*each*/) { return true; }
+
+class Verdict : public testing::TestWithParam<CaseOn> {
+ protected:
+  void SetUp() override { QUILLARD_SKIP_WITHOUT(GetParam().kind); }
+  static void TearDownTestSuite() { shared.clear(); }
+
+  static PrivateDesktop& desktopOf(DesktopKind kind) {
+    return shared.try_emplace(kind, PrivateDesktop::Options{.kind = kind}).first->second.get();
+  }
+
+  inline static std::map<DesktopKind, SharedDesktop> shared;
 };
 
 TEST_P(Verdict, IsTheOneOfTheTable) {
-  const auto& row = GetParam().row;
-  const auto& program = GetParam().program;
-  World world(shared.get());
+  const auto& row = GetParam().shown.row;
+  const auto& program = GetParam().shown.program;
+  World world(desktopOf(GetParam().kind));
   const auto running = world.desktop().launch(program, row.arguments);
   if (!row.prompt) {
     ASSERT_TRUE(world.showsButton(row.sign)) << running.errors() << world.diagnostics();
@@ -144,8 +183,15 @@ TEST_P(Verdict, IsTheOneOfTheTable) {
   EXPECT_EQ(shown(), *row.prompt) << world.diagnostics();
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, Verdict, testing::ValuesIn(casesOf(verdictTable())),
-                         [](const auto& each) { return each.param.name(); });
+std::string nameOfCase(const testing::TestParamInfo<CaseOn>& each) { return each.param.name(); }
+
+INSTANTIATE_TEST_SUITE_P(Table, Verdict, testing::ValuesIn(casesOn({DesktopKind::openbox}, isAny)), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Sway, Verdict, testing::ValuesIn(casesOn({DesktopKind::sway}, restsOnTheDesktop)), nameOfCase);
+INSTANTIATE_TEST_SUITE_P(Large, Verdict,
+                         testing::ValuesIn(casesOn({DesktopKind::sway, DesktopKind::xfwm4, DesktopKind::marco,
+                                                    DesktopKind::kwin, DesktopKind::gnome},
+                                                   isAny)),
+                         nameOfCase);
 
 // What takes more than a program and its arguments.
 

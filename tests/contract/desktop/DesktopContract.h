@@ -63,11 +63,15 @@ class DesktopContract : public testing::TestWithParam<DesktopCase> {
     return found;
   }
   [[nodiscard]] std::optional<platform::AXUIElement> button(const PromptProgram& program, const std::string& label) {
-    for (const auto& element : elements(program, platform::ax::kButtonRole)) {
-      if (AXHelpers::stringAttribute(accessibility(), element, platform::ax::kTitle) == label) return element;
-    }
-    ADD_FAILURE() << "no button " << label;
-    return std::nullopt;
+    std::optional<platform::AXUIElement> found;
+    EXPECT_TRUE(binding->eventually([&] {
+      for (const auto& element : elements(program, platform::ax::kButtonRole)) {
+        if (AXHelpers::stringAttribute(accessibility(), element, platform::ax::kTitle) == label) found = element;
+      }
+      return found.has_value();
+    })) << "no button "
+        << label;
+    return found;
   }
   [[nodiscard]] static Point center(const Rect& rect) { return {rect.x + rect.width / 2, rect.y + rect.height / 2}; }
 

@@ -60,11 +60,24 @@ TEST_P(PromptContract, PressesExactlyTheButtonThatWasChosenAndProvesThatThePromp
   }
 }
 
+// Two prompts that are alike down to their places, as all are where these are not known, are listed one after the
+// other.
 TEST_P(PromptContract, OfTwoIdenticalPromptsTheOneThatWasChosenIsPressed) {
   const auto first = binding->show({.title = "Twin", .at = Point{100, 100}});
   const auto second = binding->show({.title = "Twin", .at = Point{600, 500}});
   PromptAgent agent{*binding};
   std::vector<PendingApproval> prompts;
+  if (lacks(platform::DesktopCapability::windowList)) {
+    for (std::size_t pressed = 0; pressed < 2; ++pressed) {
+      prompts = agent.scan("Twin");
+      ASSERT_EQ(prompts.size(), 1U);
+      EXPECT_EQ(agent.press(prompts[0], "Allow"), std::nullopt);
+      EXPECT_TRUE(
+          binding->eventually([&] { return first->presses().size() + second->presses().size() == pressed + 1; }));
+    }
+    EXPECT_EQ(first->presses(), second->presses());
+    return;
+  }
   ASSERT_TRUE(binding->eventually([&] {
     prompts = agent.scan("Twin");
     return prompts.size() == 2;

@@ -74,6 +74,7 @@ TEST_P(WorkspaceContract, LaunchActivationAndEndAreToldOnTheMainThreadInTheirOrd
     return std::find(events.begin(), events.end(), std::pair{kind, identifier});
   };
   const bool knowsFront = !lacks(DesktopCapability::frontmostApplication);
+  EXPECT_TRUE(binding->eventually([&] { return at(WorkspaceEventKind::didLaunchApplication) != events.end(); }));
   if (knowsFront) {
     EXPECT_TRUE(binding->eventually([&] { return at(WorkspaceEventKind::didActivateApplication) != events.end(); }));
   }

@@ -134,7 +134,13 @@ void PrivateDesktop::startSystemBus() {
 
 // Before it, so that its own toolkit finds the accessibility bus, and is asked to use it.
 void PrivateDesktop::startCompositor() {
-  if (options.kind == DesktopKind::gnome) addInstalledBusService("org.gnome.Shell.Notifications");
+  if (options.kind == DesktopKind::gnome) {
+    addInstalledBusService("org.gnome.Shell.Notifications");
+    // It has warned already that it cannot lock the screen without its login manager. It shows one notification at a
+    // time, and the first one for as long as nobody is at the computer: all others would wait for that warning.
+    fs::create_directories(folder("data/gnome-shell"));
+    std::ofstream(folder("data/gnome-shell/lock-warning-shown")) << "";
+  }
   compositors.emplace_back(Compositor::Options{.kind = options.kind,
                                                .width = options.width,
                                                .height = options.height,

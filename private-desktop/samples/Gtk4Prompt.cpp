@@ -218,9 +218,10 @@ XWindow xWindowOf(GtkWidget* window) {
   return GDK_IS_X11_SURFACE(surface) ? static_cast<XWindow>(GDK_SURFACE_XID(surface)) : 0;
 }
 
-// GTK 4 leaves it to itself.
+// GTK 4 leaves it to itself. Wayland has no such types.
 void Gtk4Prompt::setDialogType() {
   GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(window));
+  if (!GDK_IS_X11_SURFACE(surface)) return;
   Display* const display = GDK_SURFACE_XDISPLAY(surface);
   const Atom type = XInternAtom(display, "_NET_WM_WINDOW_TYPE_DIALOG", False);
   XChangeProperty(display, GDK_SURFACE_XID(surface), XInternAtom(display, "_NET_WM_WINDOW_TYPE", False),

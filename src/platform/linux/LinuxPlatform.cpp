@@ -79,6 +79,8 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment),
                       [this] { return accessibility.isScreenLocked(); }),
       application(executors.mainThread(), statusBar),
+      bubbles(isXSession(environment) ? environment.value("DISPLAY") : std::nullopt, *windowSource.changes,
+              [this] { windowList.announceUnlistedWindow(); }),
       windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
                    executors.mainThread(), [this] { windowList.announceUnlistedWindow(); }),
       eventsWhileUnknown(*windowSource.changes, executors.mainThread(), [this] { return additionalWindowEvents(); }),

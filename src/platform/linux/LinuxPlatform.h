@@ -31,6 +31,7 @@
 #include "platform/linux/windows/LinuxWorkspace.h"
 #include "platform/linux/windows/WhileUnknown.h"
 #include "platform/linux/windows/WindowSource.h"
+#include "platform/linux/x11/BubbleWatch.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/ProcessTable.h"
 #include "platform/linux/x11/RunningPrograms.h"
@@ -102,6 +103,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   LinuxStatusBar statusBar;
   LinuxApplication application;
   // What the window source does not report.
+  x11::BubbleWatch bubbles;
   atspi::WindowEvents windowEvents;
   desktop::WhileUnknown eventsWhileUnknown;
   atspi::BusObservers shellSignals;

@@ -7,6 +7,7 @@
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/Mapping.h"
 #include "platform/linux/accessibility/ShellWindows.h"
+#include "platform/linux/accessibility/TitleBarButtons.h"
 
 namespace quillard::atspi {
 
@@ -256,6 +257,7 @@ AXResult<AXValue> ElementAnswers::applicationTitle(ProgramNode& program) {
 }
 
 AXResult<AXValue> ElementAnswers::description(Node& node) {
+  if (node.record.role == Role::pushButton && isTitleBarButton(reading, node)) return AXError::noValue;
   reading.fetch({{.node = &node, .more = {.description = true}}});
   return textValue(mapping::descriptionOf(node.record, node.program->toolkit));
 }
@@ -366,6 +368,7 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
   }
   if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, desktopWindow(node)));
   if (node.record.role == Role::pushButton) {
+    if (isTitleBarButton(reading, node)) return AXError::noValue;
     return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));
   }
   // The content of a text is its value.

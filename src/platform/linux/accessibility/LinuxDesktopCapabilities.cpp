@@ -1,5 +1,7 @@
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 
+#include <algorithm>
+
 #include "platform/linux/accessibility/UnreadableRemedy.h"
 #include "platform/linux/catalogues/ProcessFolder.h"
 
@@ -34,6 +36,13 @@ std::string emptyOnes(const std::vector<platform::UnreadableProgram>& programs) 
   return text;
 }
 
+// Window managers and the like have windows on the bus that nobody is meant to see.
+bool mayShowWindow(std::int32_t process, const desktop::WindowsSnapshot& snapshot) {
+  return snapshot.coverage != desktop::WindowCoverage::all ||
+         std::any_of(snapshot.windows.begin(), snapshot.windows.end(),
+                     [&](const desktop::Window& window) { return window.processIdentifier == process; });
+}
+
 }  // namespace
 
 std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability capability) {
@@ -61,7 +70,10 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
   const auto hollow = accessibility.hollowProcesses();
   if (!hollow) return Limitation{"Not known: the accessibility bus did not say which programs are on it."};
   std::vector<platform::UnreadableProgram> onBus;
-  for (const auto process : *hollow) onBus.push_back(unreadable(process, /*isOnBus=*/true));
+  const auto snapshot = windows.snapshot();
+  for (const auto process : *hollow) {
+    if (mayShowWindow(process, snapshot)) onBus.push_back(unreadable(process, /*isOnBus=*/true));
+  }
   const auto unseen = accessibility.unseenProcesses();
   if (!unseen) return Limitation{.reason = kWindowsNotKnown + emptyOnes(onBus), .isPartial = !onBus.empty()};
   std::vector<platform::UnreadableProgram> programs;

@@ -137,6 +137,8 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNot
     const auto programs = capabilities().unreadablePrograms();
     return programs.isKnown() && programs.value().size() == 1 && programs.value()[0].processIdentifier == ::getpid();
   };
+  EXPECT_FALSE(named()) << "It has no window on the screen, as window managers have none.";
+  windows.owners = {static_cast<std::int32_t>(::getpid())};
   EXPECT_TRUE(named());
   program->set("/window", object(kFrame));
   EXPECT_TRUE(named()) << "Nothing in it at all.";
@@ -148,6 +150,7 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNot
 }
 
 TEST_F(LinuxDesktopCapabilitiesTest, NamesNoProgramOfWhichAListIsMissing) {
+  windows.owners = {static_cast<std::int32_t>(::getpid())};
   constexpr std::uint32_t kFrame = 23;
   constexpr std::uint32_t kPanel = 39;
   constexpr std::uint32_t kApplication = 75;

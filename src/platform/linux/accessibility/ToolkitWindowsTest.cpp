@@ -15,7 +15,7 @@
 #include "platform/qt/QtExecutors.h"
 #include "support/FakeAccessibilityBus.h"
 
-// Windows as Plasma builds them, whose roles say what they are not.
+// Windows as Plasma and GTK build them, whose objects say what they are not.
 namespace quillard::atspi {
 namespace {
 
@@ -186,6 +186,86 @@ TEST(PlasmaWindows, AListOfTabsThatHoldsNothingButButtonsIsARowOfThem) {
 TEST(PlasmaWindows, AListOfTabsOfAnotherToolkitIsOne) {
   World world;
   EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 1);
+}
+
+std::vector<std::string> buttonsOf(World& world) {
+  const auto window = world.window();
+  if (!window) return {"no window"};
+  const auto scope = world.accessibility.beginReadScope();
+  auto labels = world.read(*scope, *window).evidence.buttonLabels;
+  std::sort(labels.begin(), labels.end());
+  return labels;
+}
+
+FakeObject hidden(FakeObject object) {
+  object.states = 0;
+  return object;
+}
+
+constexpr Role kSeparator{50};
+
+// As GTK 3 draws it on GNOME.
+void setTitleBarOfGtk3(FakeProgram& program, std::vector<std::string> inBox) {
+  program.speakAs("gtk", "3.24.38");
+  program.set("/window", object(Role::dialog, "Camera", {"/bar", "/text", "/deny", "/allow"}));
+  program.set("/bar", object(Role::panel, "", {"/box"}));
+  program.set("/box", object(Role::filler, "", std::move(inBox)));
+  program.set("/separator", hidden(object(kSeparator, "")));
+  program.set("/close", object(Role::pushButton, "Close"));
+}
+
+TEST(TitleBars, OfGtk3HoldNoButtonsOfThePrompt) {
+  World world;
+  setTitleBarOfGtk3(*world.program, {"/separator", "/close"});
+  EXPECT_EQ(buttonsOf(world), (std::vector<std::string>{"Allow", "Don't Allow"}));
+}
+
+TEST(TitleBars, OfGtk3KeepWhatAProgramPutsThere) {
+  const std::vector<std::string> all{"Allow", "Close", "Don't Allow"};
+  for (const std::vector<std::string>& inBox :
+       {std::vector<std::string>{"/close"}, std::vector<std::string>{"/separator", "/close", "/word"}}) {
+    World world;
+    setTitleBarOfGtk3(*world.program, inBox);
+    world.program->set("/word", object(Role::label, "A word"));
+    EXPECT_EQ(buttonsOf(world), all);
+  }
+  World world;
+  setTitleBarOfGtk3(*world.program, {"/separator"});
+  world.program->set("/bar", object(Role::panel, "", {"/box", "/close"}));
+  EXPECT_EQ(buttonsOf(world), all) << "beside the box";
+  world.program->set("/bar", object(Role::panel, "", {"/another"}));
+  world.program->set("/another", object(Role::panel, "", {"/box"}));
+  world.program->set("/box", object(Role::filler, "", {"/separator", "/close"}));
+  EXPECT_EQ(buttonsOf(world), all) << "deeper";
+}
+
+// As GTK 4 draws it on GNOME: the bar, and in it the ends with the buttons of the window.
+void setTitleBarOfGtk4(FakeProgram& program, std::vector<std::string> inButton) {
+  program.speakAs("GTK", "4.8.3");
+  program.set("/window", object(Role::dialog, "Camera", {"/text", "/deny", "/allow", "/p1"}));
+  for (int i = 1; i <= 4; ++i) {
+    program.set("/p" + std::to_string(i), object(Role::panel, "", {"/p" + std::to_string(i + 1)}));
+  }
+  program.set("/p5", object(Role::panel, "", {"/close"}));
+  program.set("/close", object(Role::pushButton, "Close", std::move(inButton)));
+  program.set("/label", object(Role::label, "Close"));
+}
+
+TEST(TitleBars, OfGtk4HoldNoButtonsOfThePrompt) {
+  World world;
+  setTitleBarOfGtk4(*world.program, {});
+  EXPECT_EQ(buttonsOf(world), (std::vector<std::string>{"Allow", "Don't Allow"}));
+}
+
+TEST(TitleBars, OfGtk4KeepWhatAProgramPutsThere) {
+  const std::vector<std::string> all{"Allow", "Close", "Don't Allow"};
+  World labelled;
+  setTitleBarOfGtk4(*labelled.program, {"/label"});
+  EXPECT_EQ(buttonsOf(labelled), all) << "with a label of its own";
+  World higher;
+  setTitleBarOfGtk4(*higher.program, {});
+  higher.program->set("/p4", object(Role::panel, "", {"/close"}));
+  EXPECT_EQ(buttonsOf(higher), all) << "beside the window's own ones";
 }
 
 }  // namespace

@@ -132,14 +132,8 @@ bool restsOnTheDesktop(const Case& each) {
 std::vector<CaseOn> casesOn(std::initializer_list<DesktopKind> kinds, bool (*isMeant)(const Case&)) {
   std::vector<CaseOn> found;
   for (const auto kind : kinds) {
-    for (auto each : casesOf(verdictTable())) {
-      if (!isMeant(each)) continue;
-      const bool hasTypeOfXOnly = each.row.name == "FrameOfDialogType" && each.program == "gtk4_prompt";
-      if (privatedesktop::isWayland(kind) && hasTypeOfXOnly) {
-        each.row.prompt.reset();  // Nothing there tells that it is a dialog.
-        each.row.sign = "Yes";
-      }
-      found.push_back({kind, each});
+    for (const auto& each : casesOf(verdictTable())) {
+      if (isMeant(each)) found.push_back({kind, each});
     }
   }
   return found;

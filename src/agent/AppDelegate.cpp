@@ -15,7 +15,7 @@ namespace {
 
 std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date now) {
   std::vector<PhoneLine> lines;
-  for (const auto& [pairing, phone, isUnexpected, isRefused] : phones) {
+  for (const auto& [pairing, phone, isUnexpected, isRefused, isUnreadable] : phones) {
     lines.push_back({.pairing = pairing,
                      .name = phone.name,
                      .sinceSeconds = (now - phone.since),
@@ -23,7 +23,8 @@ std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date n
                      .decisions = phone.decisions,
                      .isConnected = phone.isConnected,
                      .isUnexpected = isUnexpected,
-                     .isRefused = isRefused});
+                     .isRefused = isRefused,
+                     .isUnreadable = isUnreadable});
   }
   return lines;
 }
@@ -58,7 +59,8 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
       decisions(
-          {store, makeApprovalPress(), platform.executors.mainThread(), stampClock},
+          {store, makeApprovalPress(), platform.executors.mainThread(), stampClock,
+           [this] { return grantsNeedVerification(); }},
           {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
            .onResult = [this](const auto& decision, const auto& result) { relay.publishResult(decision, result); },
            .onDecided = [this](const auto& decision, const auto& result) { relay.publishOutcome(decision, result); }}),
@@ -161,6 +163,7 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .loginItemStatus = loginItems.status(),
           .relayConfigured = pairingConfiguration.isRelayConfigured(),
           .pairingRevoked = isRevoked,
+          .isOtherComputersPairing = relay.isOtherComputers(),
           .relayConnected = connection.relayConnected,
           .phoneConnected = connection.phoneConnected,
           .phoneCount = connection.phoneCount,
@@ -174,7 +177,8 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .isPairingOffered = relay.isOffering(),
           .canPairAnother = relay.canOffer(),
           .phones = phoneLines(relay.phones(), platform.clock.now()),
-          .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption() : status.pairingCaption(isTrusted),
+          .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption(relay.isOtherComputers())
+                                      : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
           .questions = waitingQuestions(),
           .programs = isTrusted ? programs.newest() : ProgramReadability{}};
@@ -239,6 +243,7 @@ std::variant<std::string, bool> AppDelegate::changeSetting(const SettingsChange&
   if (change.name == kRelaySetting) return takeOverRelay(wasConfigured);
   store.setStaleAfter(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}));
   detection.takeOverTunables();
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
   return true;
 }
 
@@ -291,13 +296,22 @@ void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand
   } else if (command.action == kUnsuppressAction) {
     suppressionStore.unsuppress(command.suppressionID);
     detection.scheduleScan("unsuppressed");
+  } else if (command.action == kRemovePhoneAction) {
+    const auto name = relay.removeNewPhone(command.suppressionID);
+    if (name) announcer.tell("phone-removed", "A phone has had " + *name + " removed.", /*isLogged=*/true);
   }
+}
+
+bool AppDelegate::grantsNeedVerification() const {
+  return AgentConfiguration::phoneLockForGrants({platform.environment, &platform.userDefaults});
 }
 
 ApprovalSnapshot AppDelegate::approvalSnapshot() {
   const NotificationPauseSnapshot pause = notificationPause.snapshot();
   ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted(),
-                            .state = {.isPaused = pause.isPaused(), .pausedUntil = pause.pausedUntil}};
+                            .state = {.isPaused = pause.isPaused(),
+                                      .pausedUntil = pause.pausedUntil,
+                                      .grantsNeedVerification = grantsNeedVerification()}};
   if (pause.isPaused()) return snapshot;
   snapshot.approvals = store.all();
   // What programs ask needs no permission.
@@ -366,7 +380,13 @@ AgentCommandActions AppDelegate::agentCommandActions() {
 PhoneCommandActions AppDelegate::phoneCommandActions() {
   return {.phones = [this] { return relay.phones(); },
           .unpair = [this](int pairing) { unpair(pairing); },
-          .unpairAll = [this] { unpairPhoneFromStatusWindow(); }};
+          .unpairAll = [this] { unpairPhoneFromStatusWindow(); },
+          .offer =
+              [this] {
+                pairAnotherPhone();
+                status.refreshStatusWindow();
+                return relay.offeredText();
+              }};
 }
 
 PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {

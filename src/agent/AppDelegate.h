@@ -99,6 +99,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void approvalWasAnswered(const Uuid& approvalID);
   void relayStatusChanged();
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);
+  [[nodiscard]] bool grantsNeedVerification() const;
   // The phones always learn whether the permission is there; of prompts they learn only while it is, and no pause is
   // on.
   [[nodiscard]] ApprovalSnapshot approvalSnapshot();

@@ -423,6 +423,45 @@ TEST(AppDelegateDecisions, APromptThatAsksForASecretByTheTimeOfThePressRequiresD
   EXPECT_THAT(agent.desktop().presses(), IsEmpty());
 }
 
+// ---- A computer that wants the phone's own lock before a grant
+
+TEST(AppDelegateDecisions, WhereThePhonesLockIsWantedAGrantWithoutItPressesNothing) {
+  DecidingAgent agent;
+  agent.world.environment().set("QUILLARD_PHONE_LOCK_FOR_GRANTS", "1");
+  const auto dialog = agent.show(erasePrompt());
+  EXPECT_TRUE(agent.phone.snapshots().back().state.grantsNeedVerification) << "The phone is told.";
+  const auto unproved = agent.decide("Erase disk?", "Erase");
+  agent.advance(3);
+  EXPECT_THAT(agent.phone.answers(unproved),
+              ElementsAre(StartsWith("failed: This computer wants the phone's own lock")));
+  EXPECT_EQ(agent.phone.results().back().command.reason, "notVerified");
+  EXPECT_THAT(agent.desktop().presses(), IsEmpty());
+  agent.phone.verifyUser(true);
+  const auto proved = agent.decide("Erase disk?", "Erase");
+  agent.advance(3);
+  EXPECT_THAT(agent.phone.answers(proved), ElementsAre("accepted"));
+  EXPECT_EQ(agent.desktop().pressed(dialog), "Erase");
+}
+
+TEST(AppDelegateDecisions, WhereThePhonesLockIsWantedADismissalNeedsNone) {
+  DecidingAgent agent;
+  agent.world.environment().set("QUILLARD_PHONE_LOCK_FOR_GRANTS", "1");
+  const auto dialog = agent.show(erasePrompt());
+  const auto decision = agent.decide("Erase disk?", "Cancel");
+  agent.advance(3);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre("accepted"));
+  EXPECT_EQ(agent.desktop().pressed(dialog), "Cancel");
+}
+
+TEST(AppDelegateDecisions, APhoneThatIsNotToldOfTheLockIsNotAskedForIt) {
+  DecidingAgent agent;
+  agent.show(erasePrompt());
+  EXPECT_FALSE(agent.phone.snapshots().back().state.grantsNeedVerification);
+  const auto decision = agent.decide("Erase disk?", "Erase");
+  agent.advance(3);
+  EXPECT_THAT(agent.phone.answers(decision), ElementsAre("accepted"));
+}
+
 // ---- A phone that says when a person decided
 
 TEST(AppDelegateDecisions, OneBoxThatTheRelayHoldsBackAndRepeatsPressesOneOfManyIdenticalPrompts) {

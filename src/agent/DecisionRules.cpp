@@ -7,6 +7,9 @@ namespace {
 
 constexpr std::string_view kTooLate = "The decision came too late. Nothing was pressed. Please decide again.";
 constexpr std::string_view kTooMany = "Too many decisions wait already. Nothing was pressed. Please decide again.";
+constexpr std::string_view kNotVerified =
+    "This computer wants the phone's own lock before a grant, and this phone did not say that it asked for it. Nothing "
+    "was pressed.";
 constexpr std::string_view kNameTaken = "This decision was about something else before. Please decide again.";
 
 ApprovalResultCommand result(const ApprovalRequestCommand& command, std::string_view status,
@@ -37,6 +40,16 @@ ApprovalResultCommand tooMany(const ApprovalRequestCommand& command) {
 
 ApprovalResultCommand nameTaken(const ApprovalRequestCommand& command) {
   return result(command, kFailedStatus, std::string(kNameTaken));
+}
+
+bool lacksVerification(const ApprovalRequestCommand& command, const PendingApproval& approval, bool isWanted) {
+  return isWanted && !command.isUserVerified && isGrant(approval, command.buttonLabel);
+}
+
+ApprovalResultCommand notVerified(const ApprovalRequestCommand& command) {
+  auto refused = result(command, kFailedStatus, std::string(kNotVerified));
+  refused.reason = kNotVerifiedReason;
+  return refused;
 }
 
 bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel) {

@@ -28,6 +28,12 @@ inline constexpr std::chrono::seconds kLongestAge = DecisionQueue::kLongestAge;
 [[nodiscard]] ApprovalResultCommand tooMany(const ApprovalRequestCommand& command);
 [[nodiscard]] ApprovalResultCommand nameTaken(const ApprovalRequestCommand& command);
 
+// Whether the decision lacks what this computer wants for a grant (`isWanted`): that the phone has asked for its own
+// lock. And the answer then; nothing was tried.
+[[nodiscard]] bool lacksVerification(const ApprovalRequestCommand& command, const PendingApproval& approval,
+                                     bool isWanted);
+[[nodiscard]] ApprovalResultCommand notVerified(const ApprovalRequestCommand& command);
+
 // Whether the prompt has to be answered at the computer itself: it may be dismissed from afar, and this label is no
 // safe dismissal.
 [[nodiscard]] bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel);

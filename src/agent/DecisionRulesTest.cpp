@@ -27,6 +27,36 @@ TEST(DecisionRules, APromptForDirectAccessMayBeDismissedOnly) {
   EXPECT_FALSE(isBlocked(prompt(false), "Allow"));
 }
 
+TEST(DecisionRules, OnlyAGrantNeedsThePhonesLockAndOnlyWhereItIsWanted) {
+  ApprovalRequestCommand decision = kAllow;
+  EXPECT_TRUE(lacksVerification(decision, prompt(false), true));
+  EXPECT_FALSE(lacksVerification(decision, prompt(false), false));
+  decision.isUserVerified = true;
+  EXPECT_FALSE(lacksVerification(decision, prompt(false), true));
+  for (const auto* dismissal : {"Cancel", " don’t  ALLOW", "Not Now"}) {
+    decision = {.approvalID = uuid(7), .buttonLabel = dismissal};
+    EXPECT_FALSE(lacksVerification(decision, prompt(false), true)) << dismissal;
+  }
+  for (const auto* grant : {"Later", "Skip", "Erlauben", "Delete"}) {
+    decision = {.approvalID = uuid(7), .buttonLabel = grant};
+    EXPECT_TRUE(lacksVerification(decision, prompt(false), true)) << grant;
+  }
+  auto german = prompt(false);
+  german.buttons.front().label = "Abbrechen";
+  german.buttons.front().isKnownDismissal = true;
+  decision = {.approvalID = uuid(7), .buttonLabel = "Abbrechen"};
+  EXPECT_FALSE(lacksVerification(decision, german, true)) << "The computer knows it for a dismissal.";
+}
+
+TEST(DecisionRules, AGrantWithoutTheLockSaysThatNothingWasPressed) {
+  const auto refused = notVerified(kAllow);
+  EXPECT_EQ(refused.status, "failed");
+  EXPECT_EQ(refused.reason, "notVerified");
+  EXPECT_EQ(refused.error,
+            "This computer wants the phone's own lock before a grant, and this phone did not say that it asked for it. "
+            "Nothing was pressed.");
+}
+
 TEST(DecisionRules, AVanishedPromptIsNotFound) {
   const ApprovalResultCommand expected{.approvalID = uuid(7),
                                        .buttonLabel = "Allow",

@@ -11,6 +11,7 @@ DecisionRunner::DecisionRunner(DecisionRunnerDependencies dependencies, Decision
     : store(dependencies.store),
       mainThread(dependencies.mainThread),
       clock(dependencies.clock),
+      grantsNeedVerification(std::move(dependencies.grantsNeedVerification)),
       events(std::move(events)),
       press(std::move(dependencies.press)) {}
 
@@ -62,6 +63,10 @@ void DecisionRunner::refuseAsTooLate(const ApprovalRequestEnvelope& envelope) {
 void DecisionRunner::carryOut(const ApprovalRequestEnvelope& envelope) {
   const auto& command = envelope.command;
   const auto approval = store.approval(command.approvalID);
+  if (approval && !DecisionRules::isBlocked(*approval, command.buttonLabel) &&
+      DecisionRules::lacksVerification(command, *approval, grantsNeedVerification())) {
+    return finishDecision(envelope, DecisionRules::notVerified(command));
+  }
   std::optional refusal{ClickError::buttonNotFound};
   if (approval && !DecisionRules::isBlocked(*approval, command.buttonLabel)) {
     refusal = press->begin(

@@ -21,6 +21,8 @@ struct DecisionRunnerDependencies {
   std::unique_ptr<ApprovalPress> press;
   platform::SerialExecutor& mainThread;
   const StampClock& clock;
+  // Whether grants are refused for which the phone has not asked for its own lock.
+  std::function<bool()> grantsNeedVerification = [] { return false; };
 };
 
 // What comes of decisions, on the main thread. None is empty.
@@ -77,6 +79,7 @@ class DecisionRunner {
   const ApprovalStore& store;
   platform::SerialExecutor& mainThread;
   const StampClock& clock;
+  const std::function<bool()> grantsNeedVerification;
   const DecisionRunnerEvents events;
   DecisionQueue decisions;
   bool isStopped = false;

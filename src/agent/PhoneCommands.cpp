@@ -35,7 +35,7 @@ bool isMeant(const UnpairRequest& request, const PairedPhone& phone) {
 
 Json phonesJson(const std::vector<PairedPhone>& phones) {
   Json list = Json::array();
-  for (const auto& [pairing, phone, isUnexpected, isRefused] : phones) {
+  for (const auto& [pairing, phone, isUnexpected, isRefused, isUnreadable] : phones) {
     list.push_back({{"name", phone.name},
                     {"pairing", pairing},
                     {"since", isoDateText(phone.since)},
@@ -43,6 +43,7 @@ Json phonesJson(const std::vector<PairedPhone>& phones) {
                     {"connected", phone.isConnected},
                     {"decisions", phone.decisions},
                     {"isUnexpected", isUnexpected}});
+    if (isUnreadable) list.back()["isUnreadable"] = true;
   }
   return {{"phones", std::move(list)}};
 }
@@ -52,6 +53,14 @@ void PhoneCommands::addTo(ChannelServer& server) {
     session->finish(channelLine("phones", phonesJson(actions.phones())));
   });
   server.add("unpair", [this](const auto& session, JsonReader& reader) { unpair(session, reader); });
+  server.add("pairAnother", [this](const auto& session, JsonReader&) { pairAnother(session); });
+}
+
+// Asked for again, the code that is offered is told again.
+void PhoneCommands::pairAnother(const std::shared_ptr<ChannelSession>& session) {
+  const auto code = actions.offer();
+  if (!code) return session->refuse(channel_codes::kNotTaken, "No code can be offered now.");
+  session->finish(channelLine("code", {{"text", std::string(code->text())}}));
 }
 
 void PhoneCommands::unpair(const std::shared_ptr<ChannelSession>& session, JsonReader& reader) {

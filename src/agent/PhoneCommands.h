@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "agent/PhonePairings.h"
 #include "channel/ChannelServer.h"
 #include "platform/process/Executors.h"
+#include "values/Secret.h"
 
 namespace quillard {
 
@@ -17,11 +19,13 @@ struct PhoneCommandActions {
   std::function<std::vector<PairedPhone>()> phones;
   std::function<void(int pairing)> unpair;
   std::function<void()> unpairAll;
+  // Offers a code for one more phone, or the one that is offered already. Absent: none can be offered now.
+  std::function<std::optional<Secret>()> offer = [] { return std::optional<Secret>{}; };
 };
 
-// The list of phones and their unpairing, for other programs of this user, over the channel: "phones" and "unpair". The
-// latter is answered once the pairings are forgotten here; a relay that could not be told of it is told later. Main
-// thread.
+// The list of phones, their unpairing, and the code for one more, for other programs of this user, over the channel:
+// "phones", "unpair" and "pairAnother". Unpairing is answered once the pairings are forgotten here; a relay that could
+// not be told of it is told later. Main thread.
 class PhoneCommands {
  public:
   // `mainThread` outlives this.
@@ -42,6 +46,7 @@ class PhoneCommands {
     std::string answer;
   };
 
+  void pairAnother(const std::shared_ptr<ChannelSession>& session);
   void unpair(const std::shared_ptr<ChannelSession>& session, JsonReader& reader);
   void answerWaiters();
 

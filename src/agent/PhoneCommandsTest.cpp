@@ -143,6 +143,24 @@ TEST_F(PhoneCommandsTest, EverybodyWhoWaitsIsAnswered) {
   EXPECT_EQ(answers, 2);
 }
 
+TEST_F(PhoneCommandsTest, ACodeForOneMorePhoneIsMadeWhenItIsAskedForAndTheSameWhileItLasts) {
+  world.launchAndPair();
+  const auto code = request("pairAnother");
+  EXPECT_THAT(code, AllOf(HasSubstr(R"("type":"code")"), HasSubstr(R"(quillard.pairing)"), HasSubstr(pairingID(2))));
+  EXPECT_THAT(code, Not(HasSubstr(pairingID(1))));
+  EXPECT_TRUE(world.status().isPairingOffered);
+  EXPECT_EQ(request("pairAnother"), code);
+  world.advance(601);
+  EXPECT_FALSE(world.status().isPairingOffered) << "It ends after ten minutes.";
+}
+
+TEST_F(PhoneCommandsTest, NoCodeIsMadeForWhatTheWindowWouldNotOffer) {
+  world.desktop().setTrusted(false);
+  world.launch();
+  world.advance(1);
+  EXPECT_THAT(request("pairAnother"), HasSubstr("No code can be offered now."));
+}
+
 TEST_F(PhoneCommandsTest, WhatMakesNoSenseUnpairsNothing) {
   world.launchAndPair();
   const auto first = pairingID(1);

@@ -5,6 +5,8 @@
 #include <variant>
 
 #include "click/semantics/DialogButtonSemantics.h"
+#include "relay/PairingPayload.h"
+#include "relay/RelayCrypto.h"
 
 namespace quillard {
 namespace {
@@ -12,6 +14,9 @@ namespace {
 // The numbers of those that are paired; with "?" behind it, of one that was offered; with "!", of one that is being
 // taken back.
 constexpr std::string_view kFurtherKey = "quillard.further-pairings";
+// The same numbers, each with its pairing's name behind a blank: for the list of phones while the secrets cannot be
+// read. Not in the list above, which older agents read, too.
+constexpr std::string_view kNamesKey = "quillard.further-pairing-names";
 constexpr char kOffered = '?';
 constexpr char kEnding = '!';
 constexpr int kFirst = PairingConfiguration::kFirst;
@@ -37,6 +42,14 @@ std::vector<StoredPairing> storedPairings(const platform::UserDefaults& defaults
   return stored;
 }
 
+// The name of a new phone, which no phone can choose.
+Uuid newPhoneID(const KnownPhone& phone) {
+  const auto digits = RelayCrypto::digest(phone.pairingID + "\n" + phone.deviceID);
+  std::string text = digits.substr(0, 32);
+  for (const std::size_t at : {20U, 16U, 12U, 8U}) text.insert(at, "-");
+  return Uuid::parse(text).value_or(Uuid{});
+}
+
 }  // namespace
 
 struct PhonePairings::Further {
@@ -47,6 +60,7 @@ struct PhonePairings::Further {
   std::string pairingID;  // Empty: not known yet.
   bool isEnding = false;
   bool isOfEarlierRun = false;
+  bool isUnreadable = false;  // Its secrets could not be read.
 
   Further(int number, const PairingDependencies& dependencies) : number(number), configuration(dependencies, number) {}
 };
@@ -108,7 +122,8 @@ void PhonePairings::startFurther() {
     auto& added = addFurther(stored.number);
     added.isOfEarlierRun = true;
     const auto secrets = added.configuration.storedSecrets();
-    if (secrets) added.pairingID = secrets->pairingID;
+    added.pairingID = secrets ? secrets->pairingID : storedPairingID(stored.number);
+    added.isUnreadable = !secrets;
     // What cannot be read now is not made anew: the next run looks again.
     if (secrets && stored.isPaired) added.session->startRelayIfConfigured();
     if (!stored.isPaired) unpair(stored.number);
@@ -145,9 +160,11 @@ void PhonePairings::publishOutcome(const ApprovalRequestEnvelope& decision, cons
   if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant, presentAt(decision))) {
     callbacks.onFirstGrant(*phone);
   }
-  if (decision.pairing != kFirst) first->publishResult(decision.decisionID, result);
+  auto told = result;
+  told.decidedBy = roster.deciderName(pairingIDOf(decision.pairing), presentAt(decision));
+  if (decision.pairing != kFirst) first->publishResult(decision.decisionID, told);
   for (const auto& one : furtherOnes) {
-    if (decision.pairing != one->number) one->session->publishResult(decision.decisionID, result);
+    if (decision.pairing != one->number) one->session->publishResult(decision.decisionID, told);
   }
 }
 
@@ -195,6 +212,7 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           },
       .onSuppressionCommand = callbacks.onSuppressionCommand,
       .onStatusChange = [this, pairing] { sessionStatusChanged(pairing); },
+      .newPhones = [this] { return newPhones(); },
       .onPairingForgotten = [this, pairing] { pairingForgotten(pairing); },
       .onPairingRenewed =
           [this] {
@@ -250,6 +268,7 @@ void PhonePairings::noticeArrivals(int pairing, const std::string& pairingID) {
   auto earlier = roster.phonesOf(pairingID);
   for (auto& arrived : roster.note(pairingID, session(pairing)->status())) {
     if (!earlier.empty()) {
+      tellOthersOfNewPhones(pairing);
       callbacks.onUnexpectedPhone({.pairing = pairing, .name = arrived.name, .earlierName = earlier.front().name});
     }
     earlier.push_back(std::move(arrived));
@@ -295,8 +314,10 @@ void PhonePairings::pairingEnding(int pairing, const std::optional<UnsentRevocat
 
 void PhonePairings::pairingForgotten(int pairing) {
   revoker.startSoon();
+  const bool hadNewPhones = !newPhones().empty();
   roster.forget(pairingIDOf(pairing));
   if (pairing == kFirst) firstPairingID.clear();
+  if (hadNewPhones) tellOthersOfNewPhones(pairing);
   if (auto* ending = further(pairing)) ending->code.forget();
   callbacks.onPairingForgotten(pairing);
 }
@@ -309,7 +330,9 @@ void PhonePairings::furtherEnded(int pairing) {
 
 void PhonePairings::save() const {
   std::vector<std::string> texts;
+  std::vector<std::string> names;
   for (const auto& one : furtherOnes) {
+    if (!one->pairingID.empty()) names.push_back(std::to_string(one->number) + ' ' + one->pairingID);
     std::string text(1, static_cast<char>('0' + one->number));
     if (one->isEnding) {
       text += kEnding;
@@ -320,6 +343,19 @@ void PhonePairings::save() const {
   }
   auto& defaults = dependencies.pairing.userDefaults;
   texts.empty() ? defaults.remove(kFurtherKey) : defaults.set(kFurtherKey, std::move(texts));
+  names.empty() ? defaults.remove(kNamesKey) : defaults.set(kNamesKey, std::move(names));
+}
+
+// Empty: it was never written down.
+std::string PhonePairings::storedPairingID(int number) const {
+  const auto value = dependencies.pairing.userDefaults.object(kNamesKey);
+  const auto* names = value ? std::get_if<std::vector<std::string>>(&*value) : nullptr;
+  const std::string prefix = std::to_string(number) + ' ';
+  if (!names) return {};
+  for (const auto& name : *names) {
+    if (name.starts_with(prefix)) return name.substr(prefix.size());
+  }
+  return {};
 }
 
 // ---- The code for one more phone
@@ -364,6 +400,12 @@ std::optional<LazyBitmap> PhonePairings::offeredImage() {
   return offered ? offered->code.image() : std::nullopt;
 }
 
+std::optional<Secret> PhonePairings::offeredText() {
+  auto* offered = offeredNumber ? further(*offeredNumber) : nullptr;
+  const auto payload = offered ? offered->configuration.payload() : std::nullopt;
+  return payload ? pairingPayloadText(*payload) : std::nullopt;
+}
+
 // ---- The list
 
 std::vector<PairedPhone> PhonePairings::phones() const {
@@ -378,9 +420,48 @@ std::vector<PairedPhone> PhonePairings::phones() const {
     list.push_back({.pairing = number,
                     .phone = phone,
                     .isUnexpected = hasEarlier,
-                    .isRefused = session(number) && session(number)->isPairingRevoked()});
+                    .isRefused = session(number) && session(number)->isPairingRevoked(),
+                    .isUnreadable = further(number) && further(number)->isUnreadable});
   }
   return list;
+}
+
+std::vector<NewPhone> PhonePairings::newPhones() const {
+  const Date now = dependencies.session.clock.now();
+  std::vector<NewPhone> found;
+  const auto all = phones();
+  for (const auto& one : all) {
+    const bool isNew = one.isUnexpected && now < advanced(one.phone.since, kNewPhoneTime);
+    if (!isNew || found.size() >= kMostNewPhones) continue;
+    const auto earlier =
+        std::find_if(all.begin(), all.end(), [&](const PairedPhone& other) { return other.pairing == one.pairing; });
+    found.push_back({.id = newPhoneID(one.phone),
+                     .deviceID = one.phone.deviceID,
+                     .name = one.phone.name,
+                     .earlierName = earlier->phone.name,
+                     .since = one.phone.since});
+  }
+  return found;
+}
+
+std::optional<std::string> PhonePairings::removeNewPhone(const Uuid& id) {
+  const auto news = newPhones();
+  const auto found = std::find_if(news.begin(), news.end(), [&](const NewPhone& one) { return one.id == id; });
+  if (found == news.end()) return std::nullopt;
+  for (const auto& one : phones()) {
+    if (newPhoneID(one.phone) != id) continue;
+    // In a turn of its own: the session that asks for it may be the one that ends.
+    dependencies.session.executors.mainThread().post(scope.bind([this, pairing = one.pairing] { unpair(pairing); }));
+  }
+  return found->name;
+}
+
+// Of the pairing itself its phones are told as they come.
+void PhonePairings::tellOthersOfNewPhones(int pairing) {
+  if (pairing != kFirst) first->publishClock();
+  for (const auto& one : furtherOnes) {
+    if (one->number != pairing) one->session->publishClock();
+  }
 }
 
 bool PhonePairings::isFirstPaired() const {

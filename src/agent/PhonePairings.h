@@ -13,11 +13,13 @@
 #include "agent/PhoneRoster.h"
 #include "agent/RelaySession.h"
 #include "foundation/CallbackScope.h"
+#include "foundation/Uuid.h"
 #include "platform/storage/UserDefaults.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayStatus.h"
 #include "values/Images.h"
+#include "values/Secret.h"
 #include "values/Time.h"
 
 namespace quillard {
@@ -55,7 +57,8 @@ struct PairedPhone {
   int pairing = PairingConfiguration::kFirst;
   KnownPhone phone;
   bool isUnexpected = false;  // It joined a pairing that had another phone already.
-  bool isRefused = false;     // The relay calls its pairing revoked.
+  bool isRefused = false;     // The relay calls its pairing revoked, or another computer's.
+  bool isUnreadable = false;  // The secrets of its pairing cannot be read now, so that it is not served.
   bool operator==(const PairedPhone&) const = default;
 };
 
@@ -77,6 +80,7 @@ class PhonePairings {
  public:
   static constexpr int kMost = 8;
   static constexpr Seconds kOfferTime{600};
+  static constexpr Seconds kNewPhoneTime{86400};
 
   PhonePairings(const PhonePairingsDependencies& dependencies, PhonePairingsCallbacks callbacks);
   // As `stop`, but open connections are dropped without a close message.
@@ -100,6 +104,7 @@ class PhonePairings {
   [[nodiscard]] RelayConnectionStatus status() const;
   // The first pairing; only its code is shown without being asked for.
   [[nodiscard]] bool isPairingRevoked() const { return first->isPairingRevoked(); }
+  [[nodiscard]] bool isOtherComputers() const { return first->isOtherComputers(); }
   // Whether a phone may be reached by one of them: not while the relay calls all of them revoked.
   [[nodiscard]] bool isAnyUsable() const;
 
@@ -124,6 +129,13 @@ class PhonePairings {
   [[nodiscard]] std::vector<PairedPhone> phones() const;
   // Whether a phone has ever joined the first pairing: its code is for one phone.
   [[nodiscard]] bool isFirstPaired() const;
+  // Phones that have joined within `kNewPhoneTime` a pairing which had its phone; all phones are told of them.
+  [[nodiscard]] std::vector<NewPhone> newPhones() const;
+  // A phone wants one of those removed: its pairing is taken back in a later turn, with all phones that share it, since
+  // all of them have its secret. Returns its name; absent: there is none such.
+  std::optional<std::string> removeNewPhone(const Uuid& id);
+  // What the code that is offered holds. Absent: none is offered, or it fits no code.
+  [[nodiscard]] std::optional<Secret> offeredText();
 
  private:
   struct Further;
@@ -144,6 +156,8 @@ class PhonePairings {
   void furtherEnded(int pairing);
   void endOfferIfDue();
   void save() const;
+  [[nodiscard]] std::string storedPairingID(int number) const;
+  void tellOthersOfNewPhones(int pairing);
   void noteArrival(const ApprovalRequestEnvelope& decision);
   [[nodiscard]] std::vector<std::string> presentAt(const ApprovalRequestEnvelope& decision) const;
 

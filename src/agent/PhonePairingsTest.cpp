@@ -244,6 +244,108 @@ TEST_F(PhonePairingsTest, TellsOfASecondPhoneOnACode) {
   EXPECT_THAT(world.world.userNotifications().posted().back().body, HasSubstr("Mallory has paired with the code"));
 }
 
+TEST_F(PhonePairingsTest, TellsTheOtherPhonesOfASecondPhoneOnACode) {
+  launchWithAnn();
+  pairBen();
+  EXPECT_THAT(ben.newPhones(), IsEmpty());
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.advance(1);
+  for (auto* told : {&ben, &world.phone}) {
+    ASSERT_THAT(told->newPhones(), SizeIs(1));
+    EXPECT_EQ(told->newPhones().front().name, "Mallory");
+    EXPECT_EQ(told->newPhones().front().earlierName, "Ann");
+    EXPECT_EQ(told->newPhones().front().deviceID, "of-Mallory");
+  }
+}
+
+TEST_F(PhonePairingsTest, APhoneThatComesLaterIsToldOfIt) {
+  launchWithAnn();
+  pairBen();
+  ben.goOffline();
+  world.advance(1);
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.advance(3600);
+  ben.comeOnline("Ben");
+  world.advance(1);
+  EXPECT_THAT(ben.newPhones(), SizeIs(1));
+  world.advance(PhonePairings::kNewPhoneTime.count());
+  ben.goOffline();
+  ben.comeOnline("Ben");
+  world.advance(1);
+  EXPECT_THAT(ben.newPhones(), IsEmpty()) << "A day later nobody is told any more.";
+}
+
+TEST_F(PhonePairingsTest, APhoneHasASecondPhoneOnACodeRemoved) {
+  launchWithAnn();
+  pairBen();
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.advance(1);
+  const auto first = pairingID(1);
+  ASSERT_TRUE(ben.sendSuppression("removePhone", ben.newPhones().at(0).id));
+  world.advance(3);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(first)) << "With Ann, who shares its secret.";
+  EXPECT_THAT(phones(), ElementsAre("2 Ben"));
+  EXPECT_THAT(world.world.console().lines(), Contains("A phone has had Mallory removed."));
+  EXPECT_THAT(ben.newPhones(), IsEmpty()) << "and the others are told that it is gone.";
+}
+
+TEST_F(PhonePairingsTest, NoPhoneRemovesOneThatIsExpected) {
+  launchWithAnn();
+  pairBen();
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.advance(1);
+  const auto mallory = ben.newPhones().at(0).id;
+  EXPECT_TRUE(ben.sendSuppression("removePhone", Uuid{}));
+  world.advance(3);
+  EXPECT_THAT(world.relay.revokedByAgents(), IsEmpty());
+  world.advance(PhonePairings::kNewPhoneTime.count());
+  EXPECT_TRUE(ben.sendSuppression("removePhone", mallory));
+  world.advance(3);
+  EXPECT_THAT(world.relay.revokedByAgents(), IsEmpty()) << "Nor one that has been there for a day.";
+}
+
+TEST_F(PhonePairingsTest, PhonesOfOtherPairingsAreToldWhoDecided) {
+  launchWithAnn();
+  pairBen();
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  const auto decision = ben.decide(ben.shown().front().id, "Cancel");
+  world.advance(5);
+  ASSERT_FALSE(world.phone.results().empty());
+  EXPECT_EQ(world.phone.results().back().decisionID, decision);
+  EXPECT_EQ(world.phone.results().back().command.decidedBy, "Ben");
+  EXPECT_FALSE(ben.results().back().command.decidedBy) << "It knows that itself.";
+}
+
+TEST_F(PhonePairingsTest, OfSeveralWhoMayHaveDecidedNoneIsNamed) {
+  launchWithAnn();
+  pairBen();
+  world.phone.comeOnlineTogether({"Ann", "Mallory"});
+  world.desktop().open(erasePrompt());
+  world.advance(3);
+  ASSERT_TRUE(world.phone.decide(world.phone.shown().front().id, "Cancel"));
+  world.advance(5);
+  ASSERT_FALSE(ben.results().empty());
+  EXPECT_FALSE(ben.results().back().command.decidedBy);
+}
+
+TEST_F(PhonePairingsTest, APhoneWhoseSecretsCannotBeReadIsListedAsSuch) {
+  launchWithAnn();
+  pairBen();
+  auto& keychain = world.world.secretStore();
+  const platform::SecretStatus locked{platform::SecretStatusCode::interactionNotAllowed, "It is locked."};
+  quit();
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain})
+    keychain.fail(place, locked);
+  world.world.userDefaults().remove("quillard.installation-secrets-v1.2");
+  launch();
+  EXPECT_THAT(phones(), Contains("2 Ben (away)"));
+  for (const auto& phone : world.status().phones) EXPECT_EQ(phone.isUnreadable, phone.pairing == 2) << phone.name;
+  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) keychain.recover(place);
+  restart();
+  for (const auto& phone : world.status().phones) EXPECT_FALSE(phone.isUnreadable) << phone.name;
+}
+
 TEST_F(PhonePairingsTest, TellsOfNobodyWhoIsTheFirst) {
   launchWithAnn();
   pairBen();

@@ -23,7 +23,7 @@ constexpr Seconds kNewPhoneTime{3600};
 constexpr JsonLimits kLimits{.bytes = 256 * 1024, .depth = 8};
 
 std::string shownName(const std::string& name) {
-  auto shown = printableText(name, kLongestName);
+  auto shown = printableName(name, kLongestName);
   return shown.empty() ? std::string(kNameless) : shown;
 }
 
@@ -136,6 +136,16 @@ std::optional<FirstGrant> PhoneRoster::noteDecision(std::string_view pairingID, 
   }
   save();
   return granted;
+}
+
+std::optional<std::string> PhoneRoster::deciderName(std::string_view pairingID,
+                                                    const std::vector<std::string>& present) const {
+  std::vector<const KnownPhone*> candidates;
+  for (const auto& phone : known) {
+    const bool mayBe = present.empty() || std::find(present.begin(), present.end(), phone.deviceID) != present.end();
+    if (phone.pairingID == pairingID && mayBe) candidates.push_back(&phone);
+  }
+  return candidates.size() == 1 ? std::optional(candidates.front()->name) : std::nullopt;
 }
 
 void PhoneRoster::noteTime() {

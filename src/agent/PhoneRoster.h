@@ -53,6 +53,9 @@ class PhoneRoster {
   // the phone whose first grant it may be, if that joined within the last hour.
   std::optional<FirstGrant> noteDecision(std::string_view pairingID, bool isGrant,
                                          const std::vector<std::string>& present);
+  // The name of the phone that decided; see `noteDecision`. Absent: it was one of several.
+  [[nodiscard]] std::optional<std::string> deciderName(std::string_view pairingID,
+                                                       const std::vector<std::string>& present) const;
   // To be called every few seconds: the phones that are connected were heard of.
   void noteTime();
   // The pairing was given up.

@@ -24,6 +24,9 @@ constexpr Seconds kRevokedPairingInterval{3600};
 constexpr Seconds kResetTimeout{2};
 constexpr std::string_view kPairingRevokedLine =
     "The relay calls this pairing revoked. The status window offers to pair anew; the relay is asked again every hour.";
+constexpr std::string_view kOtherComputerLine =
+    "The relay knows another computer by this pairing's code: somebody else may have it. The status window offers to "
+    "pair anew; the relay is asked again every hour.";
 
 bool isPhonePresent(const RelayConnectionStatus& status) {
   return status.phoneConnected || status.phoneCount > 0 || !status.phones.empty();
@@ -111,7 +114,8 @@ void RelaySession::registerRelayToken() {
       dependencies.executors.mainThread(),
       RelayRegistrationEvents{
           .onRegistered = ifCurrent([this] { relayTokenRegistered(); }),
-          .onRevoked = ifCurrent([this] { relayRevokedPairing(); }),
+          .onRevoked = ifCurrent([this] { relayRevokedPairing(/*isOtherComputers=*/false); }),
+          .onOtherComputer = ifCurrent([this] { relayRevokedPairing(/*isOtherComputers=*/true); }),
           .onComputerKeyWanted = ifCurrent([this] { relayWantsComputerKey(); }),
           .onFailure = ifCurrent([this](const std::string& description) { relayTokenNotRegistered(description); })},
       access->secrets.computerKey);
@@ -168,16 +172,17 @@ std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
 // During a reset the identity that it refuses is about to go.
 void RelaySession::relayRefused(RelayRefusal refusal) {
   if (pairingResetInProgress) return;
-  if (refusal == RelayRefusal::pairingRevoked) return relayRevokedPairing();
+  if (refusal == RelayRefusal::pairingRevoked) return relayRevokedPairing(/*isOtherComputers=*/false);
   registerRelayTokenAfter(nextRegistrationDelay);
   nextRegistrationDelay = std::min(2 * nextRegistrationDelay, kLongestRegistrationDelay);
 }
 
-void RelaySession::relayRevokedPairing() {
+void RelaySession::relayRevokedPairing(bool isOtherComputers) {
   relayRegistrationTask.reset();
   askAgainInAnHour();
-  if (std::exchange(pairingRevoked, true)) return;
-  dependencies.console.writeLine(kPairingRevokedLine);
+  const bool wasOtherComputers = std::exchange(otherComputer, isOtherComputers);
+  if (std::exchange(pairingRevoked, true) && wasOtherComputers == isOtherComputers) return;
+  dependencies.console.writeLine(isOtherComputers ? kOtherComputerLine : kPairingRevokedLine);
   callbacks.onStatusChange();
 }
 
@@ -226,7 +231,11 @@ void RelaySession::relayStatusChanged(const RelayConnectionStatus& status) {
   callbacks.onStatusChange();
   if (!phoneNeedsSnapshot(before, relayStatus)) return;
   publishCurrentApprovalSnapshot(/*force=*/true);
-  if (relayClient) relayClient->publishClock();
+  publishClock();
+}
+
+void RelaySession::publishClock() {
+  if (relayClient && !pairingResetInProgress) relayClient->publishClock(callbacks.newPhones());
 }
 
 void RelaySession::publishCurrentApprovalSnapshot(bool force) {

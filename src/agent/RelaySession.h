@@ -53,6 +53,7 @@ struct RelaySessionCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
   std::function<void()> onStatusChange;
+  std::function<std::vector<NewPhone>()> newPhones = [] { return std::vector<NewPhone>{}; };
   // The identity is about to be replaced, and the old connection is gone: whoever was paired has no say any more. Only
   // somebody at this computer can bring that about.
   std::function<void()> onPairingForgotten;
@@ -101,6 +102,8 @@ class RelaySession {
   // Sends what is pending, shortened when it is too long for one message, which is printed once. Unless `force`, not
   // again what was sent before. Nothing happens without a connection.
   void publishCurrentApprovalSnapshot(bool force);
+  // Tells the phones that are connected the time and which phones are new. Dropped without a connection.
+  void publishClock();
   // Dropped without a connection.
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
 
@@ -118,6 +121,8 @@ class RelaySession {
   [[nodiscard]] bool isPairingRevoked() const { return pairingRevoked; }
   // Whether the relay has taken the token of the present identity in this run.
   [[nodiscard]] bool wasRegistered() const { return tokenRegistered; }
+  // The same, and the reason is that it knows another computer by a key of its own for this pairing.
+  [[nodiscard]] bool isOtherComputers() const { return pairingRevoked && otherComputer; }
   // Asks a relay that called the pairing revoked again, if the last time is an hour ago by the wall clock: the timer
   // for that may have stood still while the computer slept. To be called every few seconds.
   void askAgainIfDue();
@@ -149,7 +154,7 @@ class RelaySession {
   void relayWantsComputerKey();
   void relayTokenNotRegistered(const std::string& description);
   void relayRefused(RelayRefusal refusal);
-  void relayRevokedPairing();
+  void relayRevokedPairing(bool isOtherComputers);
   void askAgainInAnHour();
   [[nodiscard]] std::unique_ptr<RelayClient> makeRelayClient();
   [[nodiscard]] RelayClientCallbacks relayClientCallbacks();
@@ -174,6 +179,7 @@ class RelaySession {
   bool isEnded = false;                // By `endPairing`.
   bool tokenRegistered = false;
   bool pairingRevoked = false;   // The relay says so.
+  bool otherComputer = false;    // The same: because it knows another computer's key.
   std::optional<Access> access;  // Of this generation. Absent: there is no relay to use.
   RelayConnectionStatus relayStatus;
   std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.

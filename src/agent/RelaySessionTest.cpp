@@ -466,6 +466,24 @@ TEST_F(RelaySessionTest, KeepsItsIdentityWhenTheRelayCallsThePairingRevokedAtThe
   EXPECT_THAT(events, Not(testing::Contains("forgotten")));
 }
 
+TEST_F(RelaySessionTest, SaysThatTheRelayKnowsAnotherComputerByTheCode) {
+  startAndPair();
+  const auto before = identity();
+  relay.answerRegistrationsWith(platform::HttpResponse{409});
+  relay.loseDatabase();
+  advance(10);
+  EXPECT_TRUE(session->isPairingRevoked()) << "It is left alone as after a revocation,";
+  EXPECT_TRUE(session->isOtherComputers()) << "but that it is none is said.";
+  EXPECT_THAT(world.console().lines(),
+              testing::Contains(testing::HasSubstr("another computer by this pairing's code")));
+  EXPECT_THAT(world.console().lines(), Not(testing::Contains(kRevokedLine)));
+  EXPECT_EQ(identity(), before);
+  relay.answerRegistrationsWith(std::nullopt);
+  advance(3600);
+  EXPECT_FALSE(session->isOtherComputers());
+  EXPECT_TRUE(session->status().relayConnected);
+}
+
 TEST_F(RelaySessionTest, ARelayThatTakesTheRevocationBackIsUsedAgain) {
   startAndPair();
   const auto before = identity();

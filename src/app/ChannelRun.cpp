@@ -258,6 +258,19 @@ ExitCode runUnpair(const UnpairPhones& command, const ChannelRunDependencies& de
                   });
 }
 
+ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& terminal,
+                        const ChannelRunDependencies& dependencies, const Output& output) {
+  if (const auto refusal = refusalToShow(command, terminal, output)) return *refusal;
+  return exchange("pair", channelLine("pairAnother"), dependencies, output,
+                  [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                    JsonReader reader{message.json};
+                    auto text = reader.string("text");
+                    if (message.type != "code" || reader.error()) return notUnderstood("pair", output);
+                    return showCodeOf(takenSecret(text), command, terminal, output,
+                                      "It is for one more phone, and ends after ten minutes.\n");
+                  });
+}
+
 ExitCode runRequest(const std::string& name, const std::string& line, const ChannelRunDependencies& dependencies,
                     const Output& output) {
   return exchange(name, line, dependencies, output,

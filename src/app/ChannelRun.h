@@ -6,6 +6,7 @@
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
+#include "app/PairingTool.h"
 #include "app/SettingsTool.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Executors.h"
@@ -37,6 +38,10 @@ struct ChannelRunDependencies {
 // Asks at the terminal before, unless it is confirmed. Ends with `fine` only when something was unpaired.
 [[nodiscard]] ExitCode runUnpair(const UnpairPhones& command, const ChannelRunDependencies& dependencies,
                                  const Output& output);
+
+// Has the agent offer a code for one more phone, and shows it.
+[[nodiscard]] ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& terminal,
+                                      const ChannelRunDependencies& dependencies, const Output& output);
 
 // A request whose only answer is that it was done. `name`: of the command.
 [[nodiscard]] ExitCode runRequest(const std::string& name, const std::string& line,

@@ -1,5 +1,6 @@
 #include "app/PairingTool.h"
 
+#include "agent/PhoneRoster.h"
 #include "app/PairingCodeText.h"
 #include "foundation/AgentNames.h"
 #include "relay/PairingPayload.h"
@@ -50,11 +51,27 @@ ExitCode showText(const Secret& text, const Output& output) {
 
 }  // namespace
 
+bool isFirstCodeUsed(PairingConfiguration& pairing, platform::UserDefaults& settings, const platform::Clock& clock) {
+  const auto secrets = pairing.storedSecrets();
+  return secrets && !PhoneRoster(settings, clock).phonesOf(secrets->pairingID).empty();
+}
+
+std::optional<ExitCode> refusalToShow(const ShowPairingCode& command, const TerminalFacts& terminal,
+                                      const Output& output) {
+  if (terminal.isTerminal || command.evenWithoutTerminal) return std::nullopt;
+  return refuse(output, "The code holds secrets, and this output is no terminal. --force shows it all the same.\n");
+}
+
+ExitCode showCodeOf(const Secret& text, const ShowPairingCode& command, const TerminalFacts& terminal,
+                    const Output& output, std::string_view lifetime) {
+  const auto code = command.asText ? showText(text, output) : showCode(text, terminal, output);
+  if (code == ExitCode::fine) output.printError(lifetime);
+  return code;
+}
+
 ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& terminal, PairingConfiguration& pairing,
                          platform::SecretStore& secretStore, const Output& output) {
-  if (!terminal.isTerminal && !command.evenWithoutTerminal) {
-    return refuse(output, "The code holds secrets, and this output is no terminal. --force shows it all the same.\n");
-  }
+  if (const auto refusal = refusalToShow(command, terminal, output)) return *refusal;
   if (!isKeychainReadable(secretStore)) {
     return refuse(output, "The keychain cannot be read. \"quillard doctor\" says what to do.\n");
   }
@@ -64,7 +81,7 @@ ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& te
   }
   const auto text = pairingPayloadText(*payload);
   if (!text) return refuse(output, "The pairing settings are no text that a code could hold.\n");
-  return command.asText ? showText(*text, output) : showCode(*text, terminal, output);
+  return showCodeOf(*text, command, terminal, output, /*lifetime=*/"");
 }
 
 }  // namespace quillard::app

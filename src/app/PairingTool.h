@@ -1,12 +1,16 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
+#include "platform/process/Clock.h"
 #include "platform/storage/SecretStore.h"
+#include "platform/storage/UserDefaults.h"
 #include "relay/PairingConfiguration.h"
+#include "values/Secret.h"
 
 namespace quillard::app {
 
@@ -21,5 +25,16 @@ struct TerminalFacts {
 // no agent would go by that.
 ExitCode showPairingCode(const ShowPairingCode& command, const TerminalFacts& terminal, PairingConfiguration& pairing,
                          platform::SecretStore& secretStore, const Output& output);
+
+// Whether a phone has joined the first pairing, whose code is then for nobody else.
+[[nodiscard]] bool isFirstCodeUsed(PairingConfiguration& pairing, platform::UserDefaults& settings,
+                                   const platform::Clock& clock);
+
+// Absent: it may be shown where `command` wants it. Else the refusal was printed.
+[[nodiscard]] std::optional<ExitCode> refusalToShow(const ShowPairingCode& command, const TerminalFacts& terminal,
+                                                    const Output& output);
+// The code that holds `text`, or the text. `lifetime`: how long it is good for, printed below; may be empty.
+ExitCode showCodeOf(const Secret& text, const ShowPairingCode& command, const TerminalFacts& terminal,
+                    const Output& output, std::string_view lifetime);
 
 }  // namespace quillard::app

@@ -24,16 +24,17 @@ Phones phonesThat(const Phones& phones, Matches matches) {
 
 std::string namesOf(const Phones& phones) {
   std::vector<std::string> names;
-  for (const auto& phone : phones) names.push_back(printableText(phone.name));
+  for (const auto& phone : phones) names.push_back(printableName(phone.name));
   return text::joined(names, ", ");
 }
 
 std::string lineOf(const ListedPhone& phone) {
-  std::string line = std::to_string(phone.pairing) + "  " + printableText(phone.name) + ": ";
+  std::string line = std::to_string(phone.pairing) + "  " + printableName(phone.name) + ": ";
   line += phone.isConnected ? "connected" : "last heard of " + isoDateText(phone.lastHeard);
   line += ", paired " + isoDateText(phone.since) + ", " + std::to_string(phone.decisions) +
           (phone.decisions == 1 ? " decision" : " decisions");
   if (phone.isUnexpected) line += ", used the code of another phone";
+  if (phone.isUnreadable) line += ", not served: the secrets of its pairing cannot be read";
   return line + "\n";
 }
 
@@ -41,11 +42,11 @@ std::string lineOf(const ListedPhone& phone) {
 Phones phonesMeant(const Phones& phones, const std::string& given) {
   auto found = phonesThat(phones, [&](const auto& phone) { return std::to_string(phone.pairing) == given; });
   if (!found.empty()) return found;
-  const auto name = printableText(given);
-  found = phonesThat(phones, [&](const auto& phone) { return printableText(phone.name) == name; });
+  const auto name = printableName(given);
+  found = phonesThat(phones, [&](const auto& phone) { return printableName(phone.name) == name; });
   if (!found.empty()) return found;
   return phonesThat(
-      phones, [&](const auto& phone) { return text::lowercased(printableText(phone.name)) == text::lowercased(name); });
+      phones, [&](const auto& phone) { return text::lowercased(printableName(phone.name)) == text::lowercased(name); });
 }
 
 std::string questionOf(const Phones& sharing) {
@@ -64,7 +65,8 @@ std::optional<Phones> readPhones(const ChannelMessage& message) {
                        .lastHeard = one.date("lastHeard"),
                        .isConnected = one.boolean("connected"),
                        .decisions = one.integer("decisions", 0, kMostDecisions),
-                       .isUnexpected = one.boolean("isUnexpected")};
+                       .isUnexpected = one.boolean("isUnexpected"),
+                       .isUnreadable = one.optionalBoolean("isUnreadable").value_or(false)};
   });
   if (reader.error()) return std::nullopt;
   return phones;
@@ -102,7 +104,7 @@ std::optional<std::string> unpairedText(const ChannelMessage& message) {
   JsonReader reader{message.json};
   auto names = reader.strings("phones");
   if (message.type != "unpaired" || reader.error()) return std::nullopt;
-  for (auto& name : names) name = printableText(name);
+  for (auto& name : names) name = printableName(name);
   return "Unpaired: " + text::joined(names, ", ") + "\n";
 }
 

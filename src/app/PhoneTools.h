@@ -23,6 +23,7 @@ struct ListedPhone {
   bool isConnected = false;
   std::int64_t decisions = 0;
   bool isUnexpected = false;  // It joined by a code that another phone had already.
+  bool isUnreadable = false;  // The secrets of its pairing cannot be read.
 };
 
 // Absent: not understood.

@@ -70,6 +70,10 @@ struct Tools {
   }
   ExitCode operator()(const ShowPairingCode& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));
+    // A code is for one phone: for the next one the agent makes another.
+    if (isFirstCodeUsed(pairing, platform.userDefaults, platform.clock)) {
+      return runPairAnother(command, terminalFacts(), channel(), output);
+    }
     return showPairingCode(command, terminalFacts(), pairing, platform.secretStore, output);
   }
   ExitCode operator()(const SetRelay& command) const {

@@ -43,10 +43,14 @@ std::optional<std::string> directAccessRequiredReason(const std::string& title,
   return std::nullopt;
 }
 
-bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel) {
-  if (!prompt.requiresDirectAccess || DialogButtonSemantics::isSafeDismissal(buttonLabel)) return false;
+bool isGrant(const PendingApproval& prompt, std::string_view buttonLabel) {
+  if (DialogButtonSemantics::isSafeDismissal(buttonLabel)) return false;
   const auto* const button = prompt.button(buttonLabel);
   return !button || !button->isKnownDismissal;
+}
+
+bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel) {
+  return prompt.requiresDirectAccess && isGrant(prompt, buttonLabel);
 }
 
 std::string secretRequiredReason() {

@@ -18,8 +18,12 @@ namespace quillard {
                                                                     const std::vector<std::string>& messageLines,
                                                                     const std::vector<std::string>& buttonLabels);
 
+// Whether this button does more than dismiss the prompt, by its label and by what is known of it
+// (`DialogButton::isKnownDismissal`).
+[[nodiscard]] bool isGrant(const PendingApproval& prompt, std::string_view buttonLabel);
+
 // Whether a press of this button needs the person at the computer: the prompt requires direct access, and the button
-// does more than dismiss it, by its label and by what is known of it (`DialogButton::isKnownDismissal`).
+// does more than dismiss it.
 [[nodiscard]] bool requiresDirectAccessFor(const PendingApproval& prompt, std::string_view buttonLabel);
 
 // The reason of a prompt that asks for a secret by its fields instead of its words.

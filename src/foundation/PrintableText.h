@@ -11,4 +11,8 @@ namespace quillard {
 // repeat what another party sent.
 [[nodiscard]] std::string printableText(std::string_view text, std::size_t longest = 200);
 
+// The same for a name that a person chose: only control characters, breaks of lines and marks of direction become "?".
+// Joiners stay, which an emoji made of two needs, and many a Persian name.
+[[nodiscard]] std::string printableName(std::string_view name, std::size_t longest = 200);
+
 }  // namespace quillard

@@ -27,5 +27,22 @@ TEST(PrintableText, CutsLongTextsBetweenCharacters) {
   EXPECT_EQ(printableText(std::string(1'000'000, 'x')).size(), 203U);
 }
 
+// A woman at a computer, a flag of England, a name in Persian: each needs characters that have no shape.
+TEST(PrintableName, KeepsTheJoinersOfEmojisAndNames) {
+  for (const std::string name : {"Ann \U0001F469\u200D\U0001F4BB", "\U0001F3F4\U000E0067\U000E0062\U000E0065\U000E007F",
+                                 "\u0639\u0644\u06CC\u200C\u0631\u0636\u0627"}) {
+    EXPECT_EQ(printableName(name), name);
+    EXPECT_NE(printableText(name), name) << "A text of another program may not do so.";
+  }
+}
+
+TEST(PrintableName, HidesWhatTurnsTheDirectionOrBreaksTheLine) {
+  for (const std::string mark : {"\u061C", "\u200E", "\u200F", "\u202A", "\u202E", "\u2066", "\u2069", "\u2028",
+                                 "\u2029", "\n", "\x1B", "\xFF"}) {
+    EXPECT_EQ(printableName("a" + mark + "b"), "a?b");
+  }
+  EXPECT_EQ(printableName("abcdef", 5), "abcde...");
+}
+
 }  // namespace
 }  // namespace quillard

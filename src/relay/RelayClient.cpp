@@ -35,8 +35,8 @@ void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool a
   post([contents = std::move(contents), force](RelayClientCore& live) { live.publishSnapshot(contents, force); });
 }
 
-void RelayClient::publishClock() {
-  post([](RelayClientCore& live) { live.publishClock(); });
+void RelayClient::publishClock(std::vector<NewPhone> newPhones) {
+  post([newPhones = std::move(newPhones)](RelayClientCore& live) { live.publishClock(newPhones); });
 }
 
 void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {

@@ -83,8 +83,8 @@ class RelayClient {
                        std::size_t leftOut = 0, ComputerState state = {});
 
   // Tells the phones that are connected what time it is on the agent's clock: a snapshot that was sealed long ago does
-  // not. Dropped when the connection is not open.
-  void publishClock();
+  // not. With it goes which phones have joined unexpectedly. Dropped when the connection is not open.
+  void publishClock(std::vector<NewPhone> newPhones = {});
 
   // Sealed with the decision's name and the time. Dropped when the connection is not open.
   void publishResult(std::string decisionID, ApprovalResultCommand result);

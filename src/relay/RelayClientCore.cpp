@@ -23,8 +23,10 @@ std::string_view bytesOf(const platform::WebSocketMessage& message) {
 }
 
 std::string stateSignature(const ComputerState& state) {
-  if (!state.isPaused) return {};
-  return "+paused" + (state.pausedUntil ? isoDateText(*state.pausedUntil) : std::string{});
+  std::string signature;
+  if (state.isPaused) signature = "+paused" + (state.pausedUntil ? isoDateText(*state.pausedUntil) : std::string{});
+  if (state.grantsNeedVerification) signature += "+verified";
+  return signature;
 }
 
 }  // namespace
@@ -148,7 +150,7 @@ bool RelayClientCore::holdSnapshot(const SnapshotContents& contents, const std::
                                   .encryptedApprovals = *std::move(list),
                                   .approvalCount = static_cast<std::int64_t>(contents.approvals.size()),
                                   .snapshotID = contents.snapshotID};
-  if (contents.state.isPaused) {
+  if (contents.state != ComputerState{}) {
     message.encryptedState = sealed(toJson(contents.state), "state");
     if (!message.encryptedState) return false;
   }
@@ -166,9 +168,9 @@ std::optional<EncryptedRelayPayload> RelayClientCore::sealed(const Json& content
   return std::get<EncryptedRelayPayload>(std::move(box));
 }
 
-void RelayClientCore::publishClock() {
+void RelayClientCore::publishClock(const std::vector<NewPhone>& newPhones) {
   if (!connection->isOpen()) return;
-  auto clock = sealed(toJson(ClockCommand{dependencies.stampClock.now()}), "clock");
+  auto clock = sealed(toJson(ClockCommand{dependencies.stampClock.now(), newPhones}), "clock");
   if (clock) send(toJson(MacClockRelayMessage{.encryptedClock = *std::move(clock)}), [](bool) {});
 }
 

@@ -44,7 +44,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void connect();
   void disconnect();
   void publishSnapshot(const SnapshotContents& contents, bool force);
-  void publishClock();
+  void publishClock(const std::vector<NewPhone>& newPhones);
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
   void unpairPhone(const std::optional<std::string>& deviceID, const std::function<void(bool)>& completion);
 

@@ -8,7 +8,8 @@ namespace {
 // A result has all that a request needs. Should the relay return one as a request, it must not be taken for one.
 ApprovalRequestCommand readRequest(JsonReader& reader) {
   ApprovalRequestCommand command{reader.uuid("approvalID"), reader.string("buttonLabel"),
-                                 reader.optionalString("decisionID"), readOptionalClockStamp(reader, "tappedAt")};
+                                 reader.optionalString("decisionID"), readOptionalClockStamp(reader, "tappedAt"),
+                                 reader.optionalBoolean("userVerified").value_or(false)};
   if (reader.member("status")) reader.failAt("status", "A result is no request.");
   if (command.buttonLabel.size() > kLongestButtonLabel) reader.failAt("buttonLabel", "The text is too long.");
   if (command.tappedAt && !command.decisionID) reader.failAt("decisionID", "The member is missing.");
@@ -28,13 +29,23 @@ void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
              reader.optionalString("error"),
              reader.optionalString("reason"),
              reader.optionalString("decisionID"),
-             readOptionalClockStamp(reader, "clock")};
+             readOptionalClockStamp(reader, "clock"),
+             reader.optionalString("decidedBy")};
 }
 
-void readMembers(JsonReader& reader, ClockCommand& command) { command = {reader.object("clock", readClockStamp)}; }
+NewPhone readNewPhone(JsonReader& reader) {
+  return {reader.uuid("id"), reader.string("deviceID"), reader.string("name"), reader.string("earlierName"),
+          reader.date("since")};
+}
+
+void readMembers(JsonReader& reader, ClockCommand& command) {
+  command = {reader.object("clock", readClockStamp)};
+  if (reader.member("newPhones")) command.newPhones = reader.objects("newPhones", readNewPhone);
+}
 
 void readMembers(JsonReader& reader, ComputerState& state) {
-  state = {reader.boolean("isPaused"), reader.optionalDate("pausedUntil")};
+  state = {reader.boolean("isPaused"), reader.optionalDate("pausedUntil"),
+           reader.optionalBoolean("grantsNeedVerification").value_or(false)};
 }
 
 void readMembers(JsonReader& reader, ApprovalRequestEnvelope& envelope) {
@@ -47,6 +58,7 @@ Json toJson(const ApprovalRequestCommand& command) {
   Json json{{"approvalID", command.approvalID.text()}, {"buttonLabel", command.buttonLabel}};
   if (command.decisionID) json["decisionID"] = *command.decisionID;
   if (command.tappedAt) json["tappedAt"] = toJson(*command.tappedAt);
+  if (command.isUserVerified) json["userVerified"] = true;
   return json;
 }
 
@@ -64,14 +76,26 @@ Json toJson(const ApprovalResultCommand& command) {
   if (command.reason) json["reason"] = *command.reason;
   if (command.decisionID) json["decisionID"] = *command.decisionID;
   if (command.clock) json["clock"] = toJson(*command.clock);
+  if (command.decidedBy) json["decidedBy"] = *command.decidedBy;
   return json;
 }
 
-Json toJson(const ClockCommand& command) { return {{"clock", toJson(command.clock)}}; }
+Json toJson(const ClockCommand& command) {
+  Json json{{"clock", toJson(command.clock)}};
+  for (const auto& phone : command.newPhones) {
+    json["newPhones"].push_back({{"id", phone.id.text()},
+                                 {"deviceID", phone.deviceID},
+                                 {"name", phone.name},
+                                 {"earlierName", phone.earlierName},
+                                 {"since", isoDateText(phone.since)}});
+  }
+  return json;
+}
 
 Json toJson(const ComputerState& state) {
   Json json{{"isPaused", state.isPaused}};
   if (state.pausedUntil) json["pausedUntil"] = isoDateText(*state.pausedUntil);
+  if (state.grantsNeedVerification) json["grantsNeedVerification"] = true;
   return json;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "foundation/StrictJson.h"
 #include "foundation/Uuid.h"
@@ -17,24 +18,28 @@ namespace quillard {
 // Longer labels are refused: no button on the screen has one.
 inline constexpr std::size_t kLongestButtonLabel = 64 * 1024;
 
-// Phone to agent: press this button of this prompt. The last two members are left out by phones that do not know them,
-// whose decisions can be told apart by their boxes only, and never grow too old.
+// Phone to agent: press this button of this prompt. The members after the first two are left out by phones that do not
+// know them: decisions without a name can be told apart by their boxes only, and those without a time never grow too
+// old.
 struct ApprovalRequestCommand {
   Uuid approvalID;  // The `id` of a `PendingApproval`.
   std::string buttonLabel;
   std::optional<std::string> decisionID = std::nullopt;  // The same as in the message around the box.
   std::optional<ClockStamp> tappedAt = std::nullopt;  // When a person decided, at the earliest. Needs a `decisionID`.
+  bool isUserVerified = false;  // The phone has asked for its own lock (a face, a finger, a code) for this decision.
   bool operator==(const ApprovalRequestCommand&) const = default;
 };
 
 inline constexpr std::string_view kSuppressAction = "suppress";
 inline constexpr std::string_view kUnsuppressAction = "unsuppress";
+inline constexpr std::string_view kRemovePhoneAction = "removePhone";
 
-// Phone to agent: mute this kind of prompt, or show it again.
+// Phone to agent: mute this kind of prompt, or show it again; or take back a pairing that a phone joined which nobody
+// expected there. Agents and relays that do not know the latter ignore it and pass it on.
 struct ApprovalSuppressionCommand {
-  std::string action;  // "suppress" or "unsuppress"; the agent ignores others.
+  std::string action;  // One of the three above; the agent ignores others.
   std::optional<Uuid> approvalID;
-  Uuid suppressionID;  // The `suppressionID` of a `PendingApproval`.
+  Uuid suppressionID;  // The `suppressionID` of a `PendingApproval`; to remove a phone, its `NewPhone::id`.
   bool operator==(const ApprovalSuppressionCommand&) const = default;
 };
 
@@ -45,29 +50,47 @@ inline constexpr std::string_view kRequiresDirectAccessStatus = "requires_direct
 
 // `reason` of a result: the decision was refused because of its age, and nothing was tried.
 inline constexpr std::string_view kTooLateReason = "tooLate";
+// The same: this computer wants `isUserVerified` for a grant, and nothing was tried.
+inline constexpr std::string_view kNotVerifiedReason = "notVerified";
 
-// Agent to phone: what became of a decision. The last three members are ignored by phones that do not know them.
+// Agent to phone: what became of a decision. The last four members are ignored by phones that do not know them.
 struct ApprovalResultCommand {
   Uuid approvalID;
   std::string buttonLabel;                               // The one that was asked for.
   std::string status;                                    // One of the four above.
   std::optional<std::string> error;                      // For people to read.
-  std::optional<std::string> reason = std::nullopt;      // For programs: `kTooLateReason`. Absent: none has a name.
+  std::optional<std::string> reason = std::nullopt;      // For programs, one of those above. Absent: none has a name.
   std::optional<std::string> decisionID = std::nullopt;  // The decision that it answers; filled in when it is sealed.
   std::optional<ClockStamp> clock = std::nullopt;        // When it was sealed.
+  // The name of the phone that decided, for phones of other pairings. Absent: it is not known which of several it was.
+  std::optional<std::string> decidedBy = std::nullopt;
   bool operator==(const ApprovalResultCommand&) const = default;
 };
 
-// Agent to phone, by itself: what time it is on the agent's clock.
+// A phone that joined a pairing which had its phone already: somebody else has the code.
+struct NewPhone {
+  Uuid id;               // To name it in a `kRemovePhoneAction`.
+  std::string deviceID;  // What it calls itself at the relay; not for people.
+  std::string name;
+  std::string earlierName;  // Of the phone that was there first.
+  Date since;
+  bool operator==(const NewPhone&) const = default;
+};
+inline constexpr std::size_t kMostNewPhones = 8;
+
+// Agent to phone, by itself: what time it is on the agent's clock, and which phones have joined unexpectedly. Phones
+// that know nothing of those read the time alone.
 struct ClockCommand {
   ClockStamp clock;
+  std::vector<NewPhone> newPhones{};
   bool operator==(const ClockCommand&) const = default;
 };
 
-// Agent to phone, with a list that is empty because of it.
+// Agent to phone, with a list.
 struct ComputerState {
   bool isPaused = false;                           // Phones are not told of prompts now, whether any wait or not.
   std::optional<Date> pausedUntil = std::nullopt;  // Only while paused. Absent: until somebody there ends the pause.
+  bool grantsNeedVerification = false;             // A grant without `isUserVerified` is refused.
   bool operator==(const ComputerState&) const = default;
 };
 

@@ -39,7 +39,7 @@ struct MacSnapshotRelayMessage {
   EncryptedRelayPayload encryptedApprovals;  // The list of `PendingApproval`, in the agent's order.
   std::int64_t approvalCount = 0;
   std::string snapshotID;  // The snapshot's signature: equal for lists that are the same to a phone.
-  std::optional<EncryptedRelayPayload> encryptedState;  // A `ComputerState`. Absent: nothing is paused.
+  std::optional<EncryptedRelayPayload> encryptedState;  // A `ComputerState`. Absent: one with nothing to say.
   bool operator==(const MacSnapshotRelayMessage&) const = default;
 };
 

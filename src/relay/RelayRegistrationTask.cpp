@@ -50,7 +50,7 @@ void RelayRegistrationTask::answered(const RelayRegistrationOutcome& outcome) {
   }
   // Either way only a new pairing helps, and only if a person wants it.
   if (is(*outcome, Case::pairingRevoked) || is(*outcome, Case::otherComputer)) {
-    const auto tell = events.onRevoked;
+    const auto tell = is(*outcome, Case::pairingRevoked) ? events.onRevoked : events.onOtherComputer;
     tell();
     return;
   }

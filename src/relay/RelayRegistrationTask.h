@@ -17,8 +17,9 @@ namespace quillard {
 // and is the last word. Any of them may destroy the task.
 struct RelayRegistrationEvents {
   std::function<void()> onRegistered;
-  // Also when the relay knows the pairing's computer by another key.
   std::function<void()> onRevoked;
+  // The relay knows the pairing's computer by another key.
+  std::function<void()> onOtherComputer = [] {};
   // The relay wants a key by which it knows the computer, and an empty one was shown. May be empty where none is.
   std::function<void()> onComputerKeyWanted;
   std::function<void(const std::string& description)> onFailure;

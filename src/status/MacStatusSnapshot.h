@@ -38,6 +38,7 @@ struct PhoneLine {
   bool isConnected = false;
   bool isUnexpected = false;  // It joined by a code that another phone had already.
   bool isRefused = false;     // The relay calls its pairing revoked.
+  bool isUnreadable = false;  // The secrets of its pairing cannot be read now, so that it is not served.
   bool operator==(const PhoneLine&) const = default;
 };
 
@@ -48,6 +49,7 @@ struct MacStatusSnapshot {
   LoginItemStatus loginItemStatus;
   bool relayConfigured = false;
   bool pairingRevoked = false;  // So says the relay. No code is shown then: it would lead to a pairing that is refused.
+  bool isOtherComputersPairing = false;  // The reason of `pairingRevoked`: the relay knows another computer's key.
   bool relayConnected = false;
   bool phoneConnected = false;
   std::int64_t phoneCount = 0;

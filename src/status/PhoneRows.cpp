@@ -37,6 +37,9 @@ StatusRowContent rowOf(const PhoneLine& phone) {
   if (phone.isUnexpected) {
     row.tint = kToDo;
     row.status = "Used the Same Code";
+  } else if (phone.isUnreadable) {
+    row.tint = kToDo;
+    row.status = "Secrets Not Readable";
   } else if (phone.isRefused) {
     row.tint = kToDo;
     row.status = "Refused by Relay";

@@ -24,7 +24,8 @@ OverallStatus overallStatus(const MacStatusSnapshot& snapshot) {
 std::string headline(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications) return "Move to Applications";
   if (!hasPermissions(snapshot)) return "Finish setup";
-  return snapshot.isPhonePresent() ? "All OK" : "Pair iPhone";
+  if (snapshot.isPhonePresent()) return "All OK";
+  return snapshot.pairingRevoked ? "Pair anew" : "Pair iPhone";
 }
 
 std::string detail(const MacStatusSnapshot& snapshot) {
@@ -35,6 +36,8 @@ std::string detail(const MacStatusSnapshot& snapshot) {
   if (snapshot.isPhonePresent()) {
     return "Quillard is watching quietly and will notify your iPhone when this Mac needs attention.";
   }
+  if (snapshot.pairingRevoked)
+    return "The relay refuses this pairing. Its phones cannot be reached until you pair anew.";
   return "Mac setup is ready. Pair an iPhone to receive approval alerts.";
 }
 
@@ -42,7 +45,7 @@ std::string pairingStatus(const MacStatusSnapshot& snapshot) {
   if (!snapshot.installedInApplications) return "Move to Applications";
   if (!snapshot.accessibilityTrusted) return "Accessibility required";
   if (!snapshot.relayConfigured) return "Pairing is not configured";
-  if (snapshot.pairingRevoked) return "Pairing revoked";
+  if (snapshot.pairingRevoked) return snapshot.isOtherComputersPairing ? "Pairing refused" : "Pairing revoked";
   if (!snapshot.relayConnected) return "Connecting";
   return snapshot.isPhonePresent() ? "iPhone paired" : "Ready to scan";
 }
@@ -59,6 +62,10 @@ std::string phoneStatusDetail(const MacStatusSnapshot& snapshot) {
   static constexpr const char* kSomePhone = "A paired iPhone can receive approval alerts from this Mac.";
   if (!snapshot.installedInApplications) return "Move Quillard to Applications before pairing your iPhone.";
   if (!snapshot.relayConfigured) return "Pairing settings are missing, so no QR code can be shown.";
+  if (snapshot.pairingRevoked && snapshot.isOtherComputersPairing) {
+    return "The relay knows another computer by this pairing's code: somebody else may have it. Pair anew to get a new "
+           "code. Until then, Quillard asks the relay again every hour.";
+  }
   if (snapshot.pairingRevoked) {
     return "The relay says that this pairing was revoked. Pair anew to get a new code. Until then, Quillard asks the "
            "relay again every hour.";
@@ -69,7 +76,7 @@ std::string phoneStatusDetail(const MacStatusSnapshot& snapshot) {
   }
   if (!snapshot.connectedPhones.empty()) {
     // The relay's word for it: shown as one line of bounded length, whatever it holds.
-    return printableText(snapshot.connectedPhones.front().deviceName) + " can receive approval alerts from this Mac.";
+    return printableName(snapshot.connectedPhones.front().deviceName) + " can receive approval alerts from this Mac.";
   }
   if (snapshot.phoneConnected) return kSomePhone;
   if (snapshot.phoneCount < 1) return "Open the iPhone app and scan this code.";
@@ -84,7 +91,10 @@ std::string pairingCaption(bool accessibilityTrusted, bool hasPayload) {
   return "Pairing is not configured for this launch. Add pairing settings before packaging Quillard to show a QR code.";
 }
 
-std::string revokedPairingCaption() { return "The code of a revoked pairing is not shown."; }
+std::string revokedPairingCaption(bool isOtherComputersPairing) {
+  return isOtherComputersPairing ? "The code of a refused pairing is not shown."
+                                 : "The code of a revoked pairing is not shown.";
+}
 
 std::optional<std::string> scanProblemDetail(const MacStatusSnapshot& snapshot) {
   using platform::DesktopReadFailure;

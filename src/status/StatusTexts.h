@@ -28,8 +28,8 @@ struct OverallStatus {
 [[nodiscard]] std::string phoneStatusDetail(const MacStatusSnapshot& snapshot);
 // The text under the code. `hasPayload`: pairing is configured, so that there is a code to show.
 [[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);
-// The same when the relay calls the pairing revoked.
-[[nodiscard]] std::string revokedPairingCaption();
+// The same when the relay calls the pairing revoked, or another computer's.
+[[nodiscard]] std::string revokedPairingCaption(bool isOtherComputersPairing = false);
 
 // What the newest scan could not read, in a line for the accessibility row. Absent: nothing.
 [[nodiscard]] std::optional<std::string> scanProblemDetail(const MacStatusSnapshot& snapshot);

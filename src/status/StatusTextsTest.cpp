@@ -141,6 +141,29 @@ TEST(StatusTexts, ARevokedPairingIsNamedInsteadOfAConnectionThatIsNotTried) {
   EXPECT_EQ(StatusTexts::phoneStatusDetail(snapshot), "Pairing settings are missing, so no QR code can be shown.");
 }
 
+TEST(StatusTexts, APairingThatIsRefusedIsToBePairedAnewUnlessAnotherPhoneIsThere) {
+  MacStatusSnapshot snapshot{.installedInApplications = true, .accessibilityTrusted = true, .relayConfigured = true};
+  snapshot.loginItemStatus.state = LoginItemState::enabled;
+  snapshot.pairingRevoked = true;
+  EXPECT_EQ(StatusTexts::headline(snapshot), "Pair anew");
+  EXPECT_EQ(StatusTexts::detail(snapshot),
+            "The relay refuses this pairing. Its phones cannot be reached until you pair anew.");
+  snapshot.phoneCount = 1;
+  EXPECT_EQ(StatusTexts::headline(snapshot), "All OK") << "One of another pairing.";
+}
+
+TEST(StatusTexts, APairingWithAnotherComputersKeyIsNotCalledRevoked) {
+  MacStatusSnapshot snapshot{.installedInApplications = true, .accessibilityTrusted = true, .relayConfigured = true};
+  snapshot.pairingRevoked = true;
+  snapshot.isOtherComputersPairing = true;
+  EXPECT_EQ(StatusTexts::pairingStatus(snapshot), "Pairing refused");
+  EXPECT_EQ(
+      StatusTexts::phoneStatusDetail(snapshot),
+      "The relay knows another computer by this pairing's code: somebody else may have it. Pair anew to get a new "
+      "code. Until then, Quillard asks the relay again every hour.");
+  EXPECT_EQ(StatusTexts::revokedPairingCaption(true), "The code of a refused pairing is not shown.");
+}
+
 TEST(StatusTexts, TheFirstPhoneIsNamed) {
   auto snapshot = readySnapshot();
   snapshot.connectedPhones = {{.deviceID = "2", .deviceName = "Bob\xE2\x80\x99s iPhone"},

@@ -187,7 +187,8 @@ void SimulatedPhone::sendStatus(bool isConnected, const std::string& deviceName)
 
 bool SimulatedPhone::send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel) {
   if (!secrets) return false;
-  const ApprovalRequestCommand command{.approvalID = approvalID, .buttonLabel = buttonLabel};
+  const ApprovalRequestCommand command{
+      .approvalID = approvalID, .buttonLabel = buttonLabel, .isUserVerified = isUserVerified};
   return deliver(decisionID,
                  std::get<EncryptedRelayPayload>(RelayCrypto::seal(toJson(command), secrets->e2eSecret, random)));
 }
@@ -201,7 +202,8 @@ EncryptedRelayPayload SimulatedPhone::timedRequest(const std::string& decisionID
       .buttonLabel = buttonLabel,
       .decisionID = decisionID,
       // A phone in the same world knows the agent's clock exactly, and the run from what came.
-      .tappedAt = tappedAt ? *tappedAt : ClockStamp{known.value().epoch, world.time().continuousTime()}};
+      .tappedAt = tappedAt ? *tappedAt : ClockStamp{known.value().epoch, world.time().continuousTime()},
+      .isUserVerified = isUserVerified};
   return std::get<EncryptedRelayPayload>(RelayCrypto::seal(toJson(command), secrets.value().e2eSecret, random));
 }
 
@@ -272,7 +274,9 @@ void SimulatedPhone::read() {
         clock = allResults.back().command.clock;
       } else if (typeOf(frame) == kMacClockType) {
         const auto message = std::get<MacClockRelayMessage>(readRelayRecord<MacClockRelayMessage>(frame));
-        clock = std::get<ClockCommand>(readRelayCommand<ClockCommand>(opened(message.encryptedClock))).clock;
+        const auto command = std::get<ClockCommand>(readRelayCommand<ClockCommand>(opened(message.encryptedClock)));
+        clock = command.clock;
+        toldNewPhones = command.newPhones;
       }
     }
   }
@@ -291,6 +295,11 @@ std::vector<PhoneResult> SimulatedPhone::results() {
 std::optional<ClockStamp> SimulatedPhone::newestClock() {
   read();
   return clock;
+}
+
+std::vector<NewPhone> SimulatedPhone::newPhones() {
+  read();
+  return toldNewPhones;
 }
 
 std::vector<PendingApproval> SimulatedPhone::shown() {

@@ -106,6 +106,8 @@ class SimulatedPhone {
   // Several of one pairing; the relay tells the agent about all of them together.
   void comeOnlineTogether(const std::vector<std::string>& deviceNames);
   void goOffline();
+  // Whether it says of its decisions from now on that it has asked for its own lock.
+  void verifyUser(bool isVerified) { isUserVerified = isVerified; }
 
   // Sends a decision through the relay; false when no agent listens.
   bool send(const std::string& decisionID, const Uuid& approvalID, const std::string& buttonLabel);
@@ -129,6 +131,8 @@ class SimulatedPhone {
   [[nodiscard]] std::vector<PhoneResult> results();
   // The newest that came, in a list, a result or by itself. Absent: none did.
   [[nodiscard]] std::optional<ClockStamp> newestClock();
+  // The phones that joined unexpectedly, as they were told last.
+  [[nodiscard]] std::vector<NewPhone> newPhones();
   // The newest list; empty also when none came yet.
   [[nodiscard]] std::vector<PendingApproval> shown();
   [[nodiscard]] std::vector<std::string> shownTitles();
@@ -151,6 +155,8 @@ class SimulatedPhone {
   std::vector<PhoneSnapshot> allSnapshots;
   std::vector<PhoneResult> allResults;
   std::optional<ClockStamp> clock;
+  std::vector<NewPhone> toldNewPhones;
+  bool isUserVerified = false;
 };
 
 // A whole agent in a simulated world, installed, trusted and with a relay configured, unless a test says otherwise

@@ -96,4 +96,8 @@ bool dialogDiagnosticsEnabled(const Sources& sources) {
   return valueOf(*findTunable("dialog-diagnostics"), sources).value != 0;
 }
 
+bool phoneLockForGrants(const Sources& sources) {
+  return valueOf(*findTunable("phone-lock-for-grants"), sources).value != 0;
+}
+
 }  // namespace quillard::AgentConfiguration

@@ -54,5 +54,7 @@ struct Sources {
 [[nodiscard]] Seconds visibleWindowOwnerPollInterval(const Sources& sources);
 // Whether each scan prints what it saw. Off.
 [[nodiscard]] bool dialogDiagnosticsEnabled(const Sources& sources);
+// Whether grants are refused for which the phone has not asked for its own lock. Off.
+[[nodiscard]] bool phoneLockForGrants(const Sources& sources);
 
 }  // namespace quillard::AgentConfiguration

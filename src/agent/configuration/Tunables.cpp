@@ -35,6 +35,11 @@ constexpr Tunable kTunables[] = {
      .kind = TunableKind::onOff,
      .fallback = 0,
      .variables = {"QUILLARD_DIALOG_DIAGNOSTICS", "FARROWLIGHT_DIALOG_DIAGNOSTICS"}},
+    {.name = "phone-lock-for-grants",
+     .meaning = "refuse what a phone grants without asking for its own lock first",
+     .kind = TunableKind::onOff,
+     .fallback = 0,
+     .variables = {"QUILLARD_PHONE_LOCK_FOR_GRANTS", "FARROWLIGHT_PHONE_LOCK_FOR_GRANTS"}},
 };
 
 // Each under its own name behind this one.

@@ -26,7 +26,7 @@ function pageFiles(): Plugin {
       }
       for (const name of readdirSync(folder("public"))) digest.update(readFileSync(folder(`public/${name}`)));
       // What only some visitors need is kept when they first use it.
-      const isForAll = (name: string): boolean => !/codeWorker|\.png$/.test(name);
+      const isForAll = (name: string): boolean => !/codeWorker|MoreViews|lock-|\.png$/.test(name);
       const files = ["/", ...names.filter(isForAll).map((name) => `/${name}`)];
       const later = names.filter((name) => !isForAll(name)).map((name) => `/${name}`);
       const version = digest.digest("hex").slice(0, 16);

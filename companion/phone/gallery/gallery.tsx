@@ -22,6 +22,8 @@ const actions: PhoneActions = {
   renameDevice: done,
   forget: done,
   decide: () => undefined,
+  chooseLock: done,
+  removePhone: () => undefined,
   suppress: () => undefined,
   unsuppress: () => undefined,
   connectNow: () => undefined,

@@ -1,6 +1,13 @@
 // The environment that a browser gives.
 
-import type { HttpResponse, Environment, Socket, SocketListener, DeviceStatus } from "./environment";
+import type {
+  DeviceLock,
+  HttpResponse,
+  Environment,
+  Socket,
+  SocketListener,
+  DeviceStatus,
+} from "./environment";
 import { IndexedDBStore } from "./indexedDBStore";
 
 const requestTimeout = 10_000;
@@ -24,10 +31,26 @@ export function browserEnvironment(): Environment {
     httpGet,
     store: new IndexedDBStore(crypto, factory(), async () => navigator.storage.persist()),
     deviceStatus: browserDeviceStatus(),
-    relayOrigin: location.origin,
+    lock: browserLock,
+    relayOrigin: relayOrigin(),
     deviceName: platform(navigator.userAgent).device,
     platform: platform(navigator.userAgent).name,
   };
+}
+
+/** Its own part of the page, which only those fetch who use it. */
+const browserLock: DeviceLock = {
+  isThere: async () =>
+    typeof PublicKeyCredential === "function" &&
+    (await PublicKeyCredential.isUserVerifyingPlatformAuthenticatorAvailable()),
+  enrol: async () => (await import("./lock")).enrol(),
+  check: async (key) => (await import("./lock")).check(key),
+};
+
+/** A page that is served from elsewhere names its relay; any other belongs to the relay that it came from. */
+function relayOrigin(): string {
+  const named = document.querySelector<HTMLMetaElement>('meta[name="quillard-relay"]')?.content;
+  return named === undefined ? location.origin : new URL(named).origin;
 }
 
 function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {

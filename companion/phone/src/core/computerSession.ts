@@ -1,7 +1,7 @@
 // One paired computer as this phone knows it: joins the owners of its list, decisions, suppressions, history and
 // connection, each of which has a state of its own. Sessions share nothing but the environment.
 
-import { ComputerClock, type Moment } from "./computerClock";
+import { ComputerClock, type ClockStamp, type Moment } from "./computerClock";
 import { DecisionDelivery } from "./decisionDelivery";
 import { harmless } from "./decisionLog";
 import { trim } from "./bounded";
@@ -9,9 +9,9 @@ import type { Environment } from "./environment";
 import {
   readClock,
   readMessage,
-  readPause,
   readPromptList,
   readResultCommand,
+  readState,
   readSuppressionCommand,
   suppressionMessage,
   type IncomingMessage,
@@ -19,7 +19,7 @@ import {
   type ReportedPrompt,
   type Result,
 } from "./messages";
-import type { Computer, Instant, Pause, Prompt } from "./model";
+import type { Computer, Instant, NewPhone, Pause, Prompt } from "./model";
 import { NotesWriter } from "./notesWriter";
 import { OutcomeHistory, type OutcomeSubject } from "./outcomeHistory";
 import { PromptList } from "./promptList";
@@ -32,8 +32,18 @@ import { newUuid } from "./uuid";
 type Snapshot = Extract<IncomingMessage, { type: "snapshot" }>;
 
 const mostPressedElsewhere = 200;
+const newPhoneTime = 24 * 3600_000;
 const otherPhoneName = "another phone";
 const unknownPrompt = { appName: "A prompt that this phone has not seen", windowTitle: "" } as const;
+
+/** This phone's own lock, as the computers of one phone share it. */
+export interface SharedLock {
+  isThere(): boolean;
+  /** By a person, for all grants. */
+  isChosen(): boolean;
+  /** Asks for it. Rejects with an Error whose message is for people. */
+  open(): Promise<void>;
+}
 
 export class ComputerSession {
   readonly keys: PairingKeys;
@@ -44,6 +54,13 @@ export class ComputerSession {
   private isComputerConnected: boolean | undefined;
   private lastReceivedAt: Instant | undefined;
   private pause: Pause | undefined;
+  private wantsLock = false;
+  /** The grant that waits for this phone's lock, or that it did not let through. */
+  private unlocking:
+    { readonly approvalID: string; readonly shown: NonNullable<Prompt["unlocking"]> } | undefined;
+  /** As told last, at that time of the computer. */
+  private newPhones: readonly NewPhone[] = [];
+  private newPhonesToldAt: ClockStamp | undefined;
   private ended: PairingNotes["ended"];
 
   private readonly list = new PromptList();
@@ -64,6 +81,7 @@ export class ComputerSession {
     stored: StoredPairing,
     private readonly environment: Environment,
     deviceName: () => string,
+    private readonly lock: SharedLock,
     private readonly changed: () => void,
   ) {
     const { notes, ...keys } = stored;
@@ -111,6 +129,8 @@ export class ComputerSession {
     const { problem } = this.writer;
     // What a computer asks that has unpaired this phone, nobody here can answer.
     const prompts = this.ended === undefined ? this.prompts() : undefined;
+    const newPhones = this.newPhonesNow();
+    const lock = this.wantedLock();
     return {
       pairingID: this.keys.pairingID,
       name: this.name,
@@ -122,6 +142,8 @@ export class ComputerSession {
       ...(prompts !== undefined && { prompts }),
       ...(leftOut > 0 && { promptsLeftOut: leftOut }),
       ...(pause !== undefined && { pause }),
+      ...(lock && { lock }),
+      ...(newPhones.length > 0 && { newPhones }),
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
@@ -153,7 +175,24 @@ export class ComputerSession {
   /** Nothing happens where the prompt, the button or the time does not allow it. */
   decide(approvalID: string, buttonLabel: string): void {
     const prompt = this.prompt(approvalID);
-    if (prompt) this.decisions.decide(prompt, buttonLabel);
+    const button = prompt?.buttons.find((candidate) => candidate.label === buttonLabel);
+    if (!prompt || !button) return;
+    const asksLock = button.kind !== "dismiss" && this.wantedLock() === "asked";
+    if (asksLock) {
+      void this.unlockAndDecide(prompt, buttonLabel);
+    } else {
+      if (this.unlocking?.approvalID === approvalID) this.unlocking = undefined;
+      this.decisions.decide(prompt, buttonLabel);
+    }
+  }
+
+  /** Nothing happens without a connection: the computer tells of the phone for as long as it is there. */
+  async removePhone(id: string): Promise<void> {
+    const payload = await this.channel.seal({ action: "removePhone", suppressionID: id });
+    if (!payload || this.isStopped || this.connection.state.kind !== "connected") return;
+    const decisionID = newUuid(this.environment.crypto);
+    // A relay passes on the kinds of messages that it knows; which command it is stands in the box.
+    this.connection.send(suppressionMessage("suppress", decisionID, payload, this.environment.now()));
   }
 
   /** The prompt leaves the list immediately; the history names it once that is stored. */
@@ -174,6 +213,64 @@ export class ComputerSession {
     void this.storeAndSend({ action: "unsuppress", suppressionID });
   }
 
+  // This phone's lock.
+
+  private wantedLock(): Computer["lock"] {
+    if (this.lock.isThere()) return this.wantsLock || this.lock.isChosen() ? "asked" : undefined;
+    return this.wantsLock || this.lock.isChosen() ? "missing" : undefined;
+  }
+
+  /** What is granted is what stood there before the lock was asked for: a prompt that changed meanwhile is shown again. */
+  private async unlockAndDecide(prompt: Prompt, buttonLabel: string): Promise<void> {
+    const { id: approvalID } = prompt;
+    if (this.unlocking && this.unlocking.shown.problem === undefined) return;
+    const waiting = { approvalID, shown: { buttonLabel } };
+    this.unlocking = waiting;
+    const before = this.subjectTextOf(approvalID);
+    this.changed();
+    let problem: string | undefined;
+    try {
+      await this.lock.open();
+      if (this.subjectTextOf(approvalID) !== before)
+        problem = "The prompt has changed meanwhile. Nothing was sent.";
+    } catch (error) {
+      problem =
+        error instanceof Error ? error.message : "This phone’s lock did not answer. Nothing was sent.";
+    }
+    if (this.unlocking !== waiting || this.isStopped) return;
+    this.unlocking = problem === undefined ? undefined : { approvalID, shown: { buttonLabel, problem } };
+    const now = this.prompt(approvalID);
+    if (problem === undefined && now) this.decisions.decide(now, buttonLabel, true);
+    this.changed();
+  }
+
+  /** Absent: it is gone. */
+  private subjectTextOf(approvalID: string): string | undefined {
+    const prompt = this.list.find(approvalID);
+    return prompt && JSON.stringify(prompt);
+  }
+
+  // Phones that joined unexpectedly.
+
+  private newPhonesNow(): readonly NewPhone[] {
+    const now = this.environment.now();
+    return this.newPhones.filter(
+      ({ deviceID, since }) => deviceID !== this.keys.deviceID && now - since < newPhoneTime,
+    );
+  }
+
+  /** A relay may bring an older word later. */
+  private takeClock(text: string, receivedAt: Moment): void {
+    const { clock, newPhones } = readClock(text);
+    this.clock.learn(clock, receivedAt);
+    const told = this.newPhonesToldAt;
+    if (told?.epoch === clock.epoch && clock.time < told.time) return;
+    this.newPhonesToldAt = clock;
+    if (this.newPhones.length === 0 && newPhones.length === 0) return;
+    this.newPhones = newPhones;
+    this.changed();
+  }
+
   // The list that a person sees.
 
   private prompts(): Prompt[] | undefined {
@@ -181,7 +278,9 @@ export class ComputerSession {
       ?.filter((prompt) => !this.suppressions.has(prompt.suppressionID))
       .map((prompt) => {
         const decision = this.decisions.on(prompt.id);
-        return decision ? { ...prompt, decision } : prompt;
+        const unlocking = this.unlocking?.approvalID === prompt.id ? this.unlocking.shown : undefined;
+        if (!decision && !unlocking) return prompt;
+        return { ...prompt, ...(decision && { decision }), ...(unlocking && { unlocking }) };
       });
   }
 
@@ -238,7 +337,7 @@ export class ComputerSession {
       case "result":
         return this.takeResult(message.decisionID, message.box, message.phone, receivedAt);
       case "clock":
-        return this.clock.learn(readClock(await this.channel.open(message.box)), receivedAt);
+        return this.takeClock(await this.channel.open(message.box), receivedAt);
       case "suppression":
         return this.takeSuppression(message.box);
       case "computerStatus":
@@ -259,10 +358,11 @@ export class ComputerSession {
     // The newest list comes again whenever this phone joins: having been opened before does not count against it.
     const { prompts, clock, leftOut } = readPromptList(await this.channel.open(snapshot.box));
     const { stateBox } = snapshot;
-    const pause = stateBox === undefined ? undefined : readPause(await this.channel.open(stateBox));
+    const state = stateBox === undefined ? undefined : readState(await this.channel.open(stateBox));
     if (this.isStopped) return;
     if (clock) this.clock.learn(clock, receivedAt);
-    this.pause = pause;
+    this.pause = state?.pause;
+    this.wantsLock = state?.wantsLock === true;
     const gone = this.list.replace(prompts, snapshot.accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
@@ -311,7 +411,7 @@ export class ComputerSession {
       buttonLabel: result.buttonLabel,
       status: result.status,
       ...(result.error !== undefined && { error: result.error }),
-      ...(!isOwn && { otherPhone: phone?.deviceName || otherPhoneName }),
+      ...(!isOwn && { otherPhone: result.decidedBy || phone?.deviceName || otherPhoneName }),
     });
   }
 

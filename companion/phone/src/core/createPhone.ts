@@ -38,6 +38,8 @@ function unavailablePhone(problem: string): RunningPhone {
       renameDevice: refuse,
       forget: refuse,
       decide: () => {},
+      chooseLock: refuse,
+      removePhone: () => {},
       suppress: () => {},
       unsuppress: () => {},
       connectNow: () => {},

@@ -27,6 +27,8 @@ interface Tap {
   /** What the newest box says about when that was. Absent: the computer does not ask for it. */
   readonly sealedAs?: ClockStamp;
   readonly isAskedAgain: boolean;
+  /** This phone's own lock was asked for. */
+  readonly isUnlocked: boolean;
 }
 
 /** The computer may think a decision too late because a stamp was long on its way. Then it is worth a second try. */
@@ -80,7 +82,7 @@ export class DecisionDelivery {
   }
 
   /** Nothing happens where the prompt, the button or an earlier decision does not allow it. */
-  decide(prompt: Prompt, buttonLabel: string): void {
+  decide(prompt: Prompt, buttonLabel: string, isUnlocked = false): void {
     const now = this.now();
     const button = prompt.buttons.find((candidate) => candidate.label === buttonLabel);
     if (!button || button.isDisabled || !this.log.mayDecide(prompt.id, now)) return;
@@ -89,7 +91,7 @@ export class DecisionDelivery {
     const { id: approvalID, appName, windowTitle } = prompt;
     const made = { decisionID, approvalID, buttonLabel, decidedAt: now, appName, windowTitle } as const;
     this.log.add({ ...made, status: "sending", mayHaveArrived: false });
-    this.taps.set(decisionID, { at: this.moment(), isAskedAgain: false });
+    this.taps.set(decisionID, { at: this.moment(), isAskedAgain: false, isUnlocked });
     trim(this.taps, mostTaps);
     this.schedule();
     this.dependencies.changed();
@@ -140,7 +142,13 @@ export class DecisionDelivery {
     const { approvalID, buttonLabel } = record;
     const tappedAt = this.dependencies.clock.at(tap.at);
     if (tappedAt) this.taps.set(decisionID, { ...tap, sealedAs: tappedAt });
-    const command = { approvalID, buttonLabel, decisionID, ...(tappedAt && { tappedAt }) };
+    const command = {
+      approvalID,
+      buttonLabel,
+      decisionID,
+      ...(tappedAt && { tappedAt }),
+      ...(tap.isUnlocked && { userVerified: true }),
+    };
     const box = await this.dependencies.channel.seal(command);
     // What cannot be sealed stays open until its minute is over.
     if (!box || this.isStopped) return;

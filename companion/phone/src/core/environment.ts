@@ -35,6 +35,26 @@ export interface DeviceStatus {
   onChange(listener: (what: "online" | "offline" | "visible") => void): () => void;
 }
 
+/** What this phone's lock is known by. */
+export interface LockKey {
+  /** Base64. */
+  readonly credentialID: string;
+  /** Base64 of its SubjectPublicKeyInfo. */
+  readonly publicKey: string;
+  /** As COSE numbers them: -7 or -257. */
+  readonly algorithm: number;
+}
+
+/**
+ * The phone's own lock: a face, a finger, a code. Both operations ask for it, and reject with an Error whose message is for
+ * people where the person was not recognised.
+ */
+export interface DeviceLock {
+  isThere(): Promise<boolean>;
+  enrol(): Promise<LockKey>;
+  check(key: LockKey): Promise<void>;
+}
+
 export interface Environment {
   now(): Instant;
   /** Milliseconds since some moment of this visit. Never set; may stand still while the device sleeps. */
@@ -48,6 +68,8 @@ export interface Environment {
   httpGet(url: string, bearer: string): Promise<HttpResponse>;
   readonly store: Store;
   readonly deviceStatus: DeviceStatus;
+  /** Absent: there is none that could be asked. */
+  readonly lock?: DeviceLock;
   /** The only relay that this phone may talk to, as `https://host:port`. Absent: any. */
   readonly relayOrigin?: string;
   /** What the phone is called until a person names it. */

@@ -9,7 +9,7 @@ import { Fields } from "./decoding";
 import type { CryptoTools } from "./environment";
 import { notesFrom, textOfNotes } from "./notes";
 import { newStorageKey, open, seal } from "./sealing";
-import type { PairingNotes, Store, StoredPairing, StoredPhone } from "./store";
+import type { PairingNotes, Store, StoredLock, StoredPairing, StoredPhone } from "./store";
 
 const databaseName = "quillard";
 const schemaVersion = 1;
@@ -17,6 +17,7 @@ const pairingsTable = "pairings";
 const phoneTable = "phone";
 const storageKeyName = "storageKey";
 const deviceNameName = "deviceName";
+const lockName = "lock";
 const unreadable =
   "What this browser keeps about your computers cannot be read. Remove this page's data in the browser's settings, " +
   "and pair again.";
@@ -42,15 +43,20 @@ export class IndexedDBStore implements Store {
   ) {}
 
   async load(): Promise<StoredPhone> {
-    const [rows, name, storageKey] = await this.read([
+    const [rows, name, storageKey, lock] = await this.read([
       (transaction) => transaction.objectStore(pairingsTable).getAll(),
       (transaction) => transaction.objectStore(phoneTable).get(deviceNameName),
       (transaction) => transaction.objectStore(phoneTable).get(storageKeyName),
+      (transaction) => transaction.objectStore(phoneTable).get(lockName),
     ]);
     if (!Array.isArray(rows)) throw new Error(unreadable);
     const read = rows.map((row: unknown) => this.pairingFrom(row, storageKey));
     const pairings = (await Promise.all(read)).sort((one, other) => one.pairedAt - other.pairedAt);
-    return typeof name === "string" ? { deviceName: name, pairings } : { pairings };
+    return {
+      ...(typeof name === "string" && { deviceName: name }),
+      ...(lock !== undefined && { lock: lockFrom(lock) }),
+      pairings,
+    };
   }
 
   async add(pairing: StoredPairing): Promise<void> {
@@ -77,6 +83,14 @@ export class IndexedDBStore implements Store {
   async saveDeviceName(name: string): Promise<void> {
     await this.write((transaction) => {
       transaction.objectStore(phoneTable).put(name, deviceNameName);
+    });
+  }
+
+  async saveLock(lock: StoredLock | undefined): Promise<void> {
+    await this.write((transaction) => {
+      const table = transaction.objectStore(phoneTable);
+      if (lock) table.put({ ...lock }, lockName);
+      else table.delete(lockName);
     });
   }
 
@@ -183,6 +197,21 @@ export class IndexedDBStore implements Store {
         resolve(database);
       };
     });
+  }
+}
+
+/** What cannot be read does not switch off what a person chose. */
+function lockFrom(value: unknown): StoredLock {
+  try {
+    const fields = new Fields(value, "lock");
+    return {
+      credentialID: fields.string("credentialID", 4096),
+      publicKey: fields.string("publicKey", 4096),
+      algorithm: fields.integer("algorithm", -65536, 65536),
+      isChosen: fields.boolean("isChosen"),
+    };
+  } catch (error) {
+    throw problem(unreadable, error);
   }
 }
 

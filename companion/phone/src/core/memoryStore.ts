@@ -1,15 +1,19 @@
-import type { PairingNotes, Store, StoredPairing, StoredPhone } from "./store";
+import type { PairingNotes, Store, StoredLock, StoredPairing, StoredPhone } from "./store";
 
 /** Keeps everything until the program ends. */
 export class MemoryStore implements Store {
   private deviceName: string | undefined;
+  private lock: StoredLock | undefined;
   private readonly pairings = new Map<string, StoredPairing>();
 
   load(): Promise<StoredPhone> {
     const pairings = [...this.pairings.values()];
-    return Promise.resolve(
-      this.deviceName === undefined ? { pairings } : { deviceName: this.deviceName, pairings },
-    );
+    const { deviceName, lock } = this;
+    return Promise.resolve({
+      ...(deviceName !== undefined && { deviceName }),
+      ...(lock && { lock }),
+      pairings,
+    });
   }
 
   add(pairing: StoredPairing): Promise<void> {
@@ -25,6 +29,11 @@ export class MemoryStore implements Store {
 
   saveDeviceName(name: string): Promise<void> {
     this.deviceName = name;
+    return Promise.resolve();
+  }
+
+  saveLock(lock: StoredLock | undefined): Promise<void> {
+    this.lock = lock;
     return Promise.resolve();
   }
 

@@ -154,9 +154,12 @@ describe("Messages", () => {
 describe("A list of prompts", () => {
   const read = (...approvals: unknown[]) => readPromptList(JSON.stringify(approvals)).prompts;
 
+  /** Asks for nothing that is lost with it. */
+  const quiet = { windowTitle: "Use the camera?", messageLines: [] };
+
   it("keeps the computer's order, and every text as it is", () => {
     const title = "\u202E</b>\u0000 “x”";
-    const [first, second] = read(sampleApproval(2, { windowTitle: title }), sampleApproval(1));
+    const [first, second] = read(sampleApproval(2, { windowTitle: title }), sampleApproval(1, quiet));
     expect(first).toMatchObject({
       id: sampleID(2),
       windowTitle: title,
@@ -166,6 +169,7 @@ describe("A list of prompts", () => {
       { label: "Cancel", isRecommended: false, kind: "dismiss" },
       { label: "Allow", isRecommended: true, kind: "grant" },
     ]);
+    expect(read(sampleApproval(3))[0]?.buttons[1]).toMatchObject({ label: "Allow", caution: "destroys" });
   });
 
   it("takes an identity for the kind's where that is left out or null, and reads identities in either case", () => {
@@ -199,7 +203,7 @@ describe("A list of prompts", () => {
       { ...sampleButton("Allow"), isEnabled: false },
       { ...sampleButton("Deny"), isEnabled: true },
     ];
-    expect(read(sampleApproval(1, { buttons }))[0]?.buttons).toEqual([
+    expect(read(sampleApproval(1, { ...quiet, buttons }))[0]?.buttons).toEqual([
       { label: "Allow", isRecommended: false, kind: "grant", isDisabled: true },
       { label: "Deny", isRecommended: false, kind: "dismiss" },
     ]);
@@ -309,7 +313,7 @@ describe("A computer's clock", () => {
 
   it("is an epoch and a whole number", () => {
     const text = JSON.stringify({ clock: { epoch: epoch.toLowerCase(), time: 12, more: 1 }, more: 2 });
-    expect(readClock(text)).toEqual({ epoch, time: 12 });
+    expect(readClock(text)).toEqual({ clock: { epoch, time: 12 }, newPhones: [] });
     expect(readMessage('{"type":"mac.clock","encryptedClock":{"ciphertext":"QQ=="}}')).toEqual({
       type: "clock",
       box: "QQ==",

@@ -3,8 +3,8 @@
 
 import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
-import { buttonKind } from "./labels";
-import type { DecisionStatus, Instant, Pause, Prompt, PromptButton } from "./model";
+import { buttonKind, cautionOf } from "./labels";
+import type { DecisionStatus, Instant, NewPhone, Pause, Prompt, PromptButton } from "./model";
 import type { SealedPayload } from "./sealing";
 
 /** A message has at most 1 MiB; a character is at least a byte. */
@@ -16,6 +16,7 @@ const mostButtons = 200;
 const longestText = 100_000;
 const longestLabel = 10_000;
 const longestName = 256;
+const mostNewPhones = 8;
 
 export interface OtherPhone {
   readonly deviceID: string;
@@ -117,12 +118,21 @@ function readReceipt(fields: Fields): IncomingMessage {
   return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
 }
 
-/** What the box of the computer's state holds. Absent: nothing is paused. Throws a `DecodingError`. */
-export function readPause(text: string): Pause | undefined {
+/** How the computer stands. */
+export interface ComputerState {
+  /** Absent: nothing is paused. */
+  readonly pause?: Pause;
+  /** It refuses grants for which the phone has not asked for its own lock. */
+  readonly wantsLock: boolean;
+}
+
+/** What the box of the computer's state holds. Throws a `DecodingError`. */
+export function readState(text: string): ComputerState {
   const fields = new Fields(parseJson(text, longestMessage, "state"), "state");
   const until = fields.optionalDate("pausedUntil");
-  if (!fields.boolean("isPaused")) return undefined;
-  return until === undefined ? {} : { until };
+  const wantsLock = fields.optionalBoolean("grantsNeedVerification") === true;
+  if (!fields.boolean("isPaused")) return { wantsLock };
+  return { pause: until === undefined ? {} : { until }, wantsLock };
 }
 
 /** A prompt as the computer reported it, without a decision. */
@@ -169,9 +179,26 @@ function readStamp(stamp: Fields): ClockStamp {
   return { epoch: stamp.uuid("epoch"), time: stamp.integer("time", 0, Number.MAX_SAFE_INTEGER) };
 }
 
-/** What the box of the computer's clock holds. Throws a `DecodingError`. */
-export function readClock(text: string): ClockStamp {
-  return readStamp(new Fields(parseJson(text, longestMessage, "clock"), "clock").object("clock"));
+/** What the box of the computer's clock holds, and which phones have joined it unexpectedly. Throws a `DecodingError`. */
+export function readClock(text: string): {
+  readonly clock: ClockStamp;
+  readonly newPhones: readonly NewPhone[];
+} {
+  const fields = new Fields(parseJson(text, longestMessage, "clock"), "clock");
+  const newPhones =
+    fields.value("newPhones") === undefined
+      ? []
+      : fields.list("newPhones", mostNewPhones, (value, path) => {
+          const phone = new Fields(value, path);
+          return {
+            id: phone.uuid("id"),
+            deviceID: phone.string("deviceID", longestName),
+            name: phone.string("name", longestName),
+            earlierName: phone.string("earlierName", longestName),
+            since: phone.date("since"),
+          };
+        });
+  return { clock: readStamp(fields.object("clock")), newPhones };
 }
 
 function readPrompt(value: unknown, path: string): ReportedPrompt {
@@ -180,16 +207,18 @@ function readPrompt(value: unknown, path: string): ReportedPrompt {
   const id = fields.uuid("id");
   const bundleIdentifier = fields.optionalString("bundleIdentifier", longestText);
   const directAccessReason = fields.optionalString("directAccessReason", longestText);
+  const windowTitle = fields.string("windowTitle", longestText);
+  const messageLines = fields.strings("messageLines", mostLines, longestText);
   return {
     id,
     suppressionID: fields.optionalUuid("suppressionID") ?? id,
     detectedAt: fields.date("detectedAt"),
     appName: fields.string("appName", longestText),
     ...(bundleIdentifier !== undefined && { bundleIdentifier }),
-    windowTitle: fields.string("windowTitle", longestText),
-    messageLines: fields.strings("messageLines", mostLines, longestText),
+    windowTitle,
+    messageLines,
     reason: fields.string("reason", longestText),
-    buttons: readButtons(fields),
+    buttons: readButtons(fields, { title: windowTitle, lines: messageLines }),
     requiresDirectAccess: fields.boolean("requiresDirectAccess"),
     ...(directAccessReason !== undefined && { directAccessReason }),
     isFallbackDetection: fields.boolean("isFallbackDetection"),
@@ -204,7 +233,13 @@ function checkWhatIsNotShown(fields: Fields): void {
   for (const name of ["x", "y", "width", "height"]) frame.number(name);
 }
 
-function readButtons(fields: Fields): PromptButton[] {
+/** What a prompt says. */
+interface Says {
+  readonly title: string;
+  readonly lines: readonly string[];
+}
+
+function readButtons(fields: Fields, says: Says): PromptButton[] {
   const recommended = fields.optionalString("recommendedButtonLabel", longestLabel);
   const buttons = fields.list("buttons", mostButtons, (value, path) => {
     const button = new Fields(value, path);
@@ -221,9 +256,19 @@ function readButtons(fields: Fields): PromptButton[] {
   return buttons.map(({ label, isDisabled, isKnownDismissal }, index) => ({
     label,
     isRecommended: index === usual && !isDisabled,
-    kind: buttonKind(label, isKnownDismissal),
+    ...kindOf(label, isKnownDismissal, says),
     ...(isDisabled && { isDisabled }),
   }));
+}
+
+function kindOf(
+  label: string,
+  isKnownDismissal: boolean,
+  says: Says,
+): Pick<PromptButton, "kind" | "caution"> {
+  const kind = buttonKind(label, isKnownDismissal);
+  const caution = kind === "grant" ? cautionOf(label, says.title, says.lines) : undefined;
+  return { kind, ...(caution && { caution }) };
 }
 
 export type ResultStatus = Extract<
@@ -240,6 +285,8 @@ export interface Result {
   readonly decisionID?: string;
   /** When it was sealed. */
   readonly clock?: ClockStamp;
+  /** The name of the phone of another pairing that decided. Absent: it is one of this pairing, or not known. */
+  readonly decidedBy?: string;
 }
 
 const resultStatuses: ReadonlyMap<string, ResultStatus> = new Map([
@@ -258,6 +305,7 @@ export function readResultCommand(text: string): Result {
   const isTooLate = fields.optionalString("reason", longestName) === "tooLate" && status === "failed";
   const decisionID = fields.optionalString("decisionID", longestName);
   const clock = readOptionalClock(fields);
+  const decidedBy = fields.optionalString("decidedBy", longestName);
   return {
     approvalID: fields.uuid("approvalID"),
     buttonLabel: fields.string("buttonLabel", longestLabel),
@@ -265,6 +313,7 @@ export function readResultCommand(text: string): Result {
     ...(error !== undefined && { error }),
     ...(decisionID !== undefined && { decisionID }),
     ...(clock && { clock }),
+    ...(decidedBy !== undefined && { decidedBy }),
   };
 }
 

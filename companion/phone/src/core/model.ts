@@ -16,6 +16,11 @@ export interface PromptButton {
   readonly kind: "dismiss" | "postpone" | "grant";
   /** Takes no presses there now: shown grey, never offered. Absent: it takes them. */
   readonly isDisabled?: true;
+  /**
+   * Why a grant is not to be given lightly. destroys: something is lost with it. lasting: it holds for later times, too.
+   * stranger: it trusts a key or a certificate that the computer does not know. Absent: nothing of the kind is known.
+   */
+  readonly caution?: "destroys" | "lasting" | "stranger" | undefined;
 }
 
 export interface Prompt {
@@ -38,6 +43,8 @@ export interface Prompt {
   readonly isFallbackDetection: boolean;
   /** The newest decision on it, made here. Absent: none, or it is long settled. */
   readonly decision?: Decision;
+  /** A grant that waits for this phone's own lock, or, with a `problem`, that it did not let through. */
+  readonly unlocking?: { readonly buttonLabel: string; readonly problem?: string };
 }
 
 /**
@@ -110,6 +117,17 @@ export interface Pause {
   readonly until?: Instant;
 }
 
+/** A phone that joined a pairing of the computer which had its phone already: somebody else has that code. */
+export interface NewPhone {
+  /** Names it to the computer. Upper-case UUID. */
+  readonly id: string;
+  readonly deviceID: string;
+  readonly name: string;
+  /** The phone whose code it was. */
+  readonly earlierName: string;
+  readonly since: Instant;
+}
+
 export interface Computer {
   readonly pairingID: string;
   /** Given by the person. */
@@ -128,6 +146,13 @@ export interface Computer {
   readonly promptsLeftOut?: number;
   /** Absent: alerts are not paused, or the computer does not say. */
   readonly pause?: Pause;
+  /**
+   * Of grants, as this phone and the computer want it. asked: this phone's own lock comes first. missing: the computer wants
+   * that, and this phone cannot. Absent: no lock is wanted.
+   */
+  readonly lock?: "asked" | "missing";
+  /** Phones that have joined it unexpectedly within a day. Absent: none. */
+  readonly newPhones?: readonly NewPhone[];
   /** A snapshot came that this phone could not open or read. */
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];
@@ -142,6 +167,8 @@ export interface PhoneState {
   readonly problem?: string;
   /** What the computers call this phone. */
   readonly deviceName: string;
+  /** Whether a person chose that grants wait for this phone's own lock. Absent: this browser cannot ask for it. */
+  readonly isLockChosen?: boolean;
   /** In the order of pairing. */
   readonly computers: readonly Computer[];
 }
@@ -174,6 +201,10 @@ export interface PhoneActions {
   /** Removes its keys, list and history from this phone. */
   forget(pairingID: string): Promise<void>;
   decide(pairingID: string, approvalID: string, buttonLabel: string): void;
+  /** Asks for this phone's own lock first, in both directions. Rejects with an Error whose message is for people. */
+  chooseLock(isChosen: boolean): Promise<void>;
+  /** Has the computer take back the pairing of this phone, see `NewPhone`. */
+  removePhone(pairingID: string, id: string): void;
   suppress(pairingID: string, approvalID: string): void;
   unsuppress(pairingID: string, suppressionID: string): void;
   /** Also takes the connection back from another tab. */

@@ -1,12 +1,12 @@
 // The phone: the computers that it is paired with, and what a person can do.
 
 import { signal, type ReadonlySignal } from "@preact/signals-core";
-import { ComputerSession } from "./computerSession";
+import { ComputerSession, type SharedLock } from "./computerSession";
 import type { Environment } from "./environment";
 import type { PairingOffer, PairingReading, PhoneActions, PhoneState } from "./model";
 import { readPairingCode } from "./pairingCode";
 import { keyFrom } from "./sealing";
-import type { StoredPairing } from "./store";
+import type { StoredLock, StoredPairing } from "./store";
 import { newUuid } from "./uuid";
 import { visibleName } from "./visibleText";
 
@@ -31,6 +31,13 @@ export class Phone implements PhoneActions {
   private readonly writableState;
   private readonly sessions: ComputerSession[] = [];
   private deviceName: string;
+  private isLockThere = false;
+  private storedLock: StoredLock | undefined;
+  private readonly lock: SharedLock = {
+    isThere: () => this.isLockThere,
+    isChosen: () => this.storedLock?.isChosen === true,
+    open: () => this.openLock(),
+  };
 
   constructor(private readonly environment: Environment) {
     this.deviceName = cleanName(environment.deviceName, "Phone");
@@ -41,7 +48,9 @@ export class Phone implements PhoneActions {
   /** Reads what is kept, and connects. Never rejects: what fails is part of the state. */
   async start(): Promise<void> {
     try {
-      const { deviceName, pairings } = await this.environment.store.load();
+      const { deviceName, lock, pairings } = await this.environment.store.load();
+      this.storedLock = lock;
+      void this.lookForLock();
       if (deviceName !== undefined) this.deviceName = cleanName(deviceName, this.deviceName);
       for (const pairing of pairings) this.addSession(pairing);
       this.publish({ phase: "ready" });
@@ -104,6 +113,13 @@ export class Phone implements PhoneActions {
     for (const session of this.sessions) session.deviceRenamed();
   }
 
+  async chooseLock(isChosen: boolean): Promise<void> {
+    if (isChosen === this.lock.isChosen()) return;
+    await this.openLock();
+    if (!this.storedLock) return;
+    await this.keepLock({ ...this.storedLock, isChosen });
+  }
+
   async forget(pairingID: string): Promise<void> {
     const session = this.session(pairingID);
     if (!session) return;
@@ -112,10 +128,16 @@ export class Phone implements PhoneActions {
     const index = this.sessions.indexOf(session);
     if (index >= 0) this.sessions.splice(index, 1);
     this.publish({});
+    // There is nothing left to grant; and who has lost what the lock was known by can begin anew.
+    if (this.sessions.length === 0 && this.storedLock) await this.keepLock(undefined);
   }
 
   decide(pairingID: string, approvalID: string, buttonLabel: string): void {
     this.session(pairingID)?.decide(approvalID, buttonLabel);
+  }
+
+  removePhone(pairingID: string, id: string): void {
+    void this.session(pairingID)?.removePhone(id);
   }
 
   suppress(pairingID: string, approvalID: string): void {
@@ -139,10 +161,32 @@ export class Phone implements PhoneActions {
       pairing,
       this.environment,
       () => this.deviceName,
+      this.lock,
       () => this.changed(session),
     );
     this.sessions.push(session);
     return session;
+  }
+
+  private async lookForLock(): Promise<void> {
+    const isThere = (await this.environment.lock?.isThere().catch(() => false)) === true;
+    if (!isThere || this.isLockThere) return;
+    this.isLockThere = true;
+    this.publish({});
+  }
+
+  /** A phone that was never asked for its lock is asked to make a key for it, which asks for the lock, too. */
+  private async openLock(): Promise<void> {
+    const { lock } = this.environment;
+    if (!lock) throw new Error("This browser cannot ask for this phone’s lock.");
+    if (this.storedLock) return lock.check(this.storedLock);
+    await this.keepLock({ ...(await lock.enrol()), isChosen: false });
+  }
+
+  private async keepLock(lock: StoredLock | undefined): Promise<void> {
+    await this.environment.store.saveLock(lock);
+    this.storedLock = lock;
+    this.publish({});
   }
 
   private changed(session: ComputerSession): void {
@@ -160,7 +204,14 @@ export class Phone implements PhoneActions {
       const kept = before.computers.find((computer) => computer.pairingID === session.keys.pairingID);
       return kept && changedOnly && session !== changedOnly ? kept : session.computer();
     });
-    this.writableState.value = { ...before, ...change, deviceName: this.deviceName, computers };
+    const isLockKnown = this.isLockThere || this.storedLock !== undefined;
+    this.writableState.value = {
+      ...before,
+      ...change,
+      deviceName: this.deviceName,
+      ...(isLockKnown && { isLockChosen: this.lock.isChosen() }),
+      computers,
+    };
   }
 }
 

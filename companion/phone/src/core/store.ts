@@ -2,6 +2,7 @@
 // `indexedDBStore.ts` and one that forgets in `memoryStore.ts`.
 
 import type { DecisionRecord } from "./decisionLog";
+import type { LockKey } from "./environment";
 import type { SuppressionCommand } from "./messages";
 import type { Instant, Outcome, Suppression } from "./model";
 
@@ -46,7 +47,14 @@ export interface StoredPairing extends PairingKeys {
   readonly notes: PairingNotes;
 }
 
+/** `isChosen`: by a person, for all grants; else it is there for computers that want it. */
+export interface StoredLock extends LockKey {
+  readonly isChosen: boolean;
+}
+
 export interface StoredPhone {
+  /** Absent: this phone's lock was never asked for. */
+  readonly lock?: StoredLock;
   /** Absent: never named by a person. */
   readonly deviceName?: string;
   /** In the order of pairing. */
@@ -60,5 +68,7 @@ export interface Store {
   /** Nothing happens where the pairing is not kept any more: another tab may have forgotten it. */
   saveNotes(pairingID: string, notes: PairingNotes): Promise<void>;
   saveDeviceName(name: string): Promise<void>;
+  /** Absent: it is forgotten. */
+  saveLock(lock: StoredLock | undefined): Promise<void>;
   remove(pairingID: string): Promise<void>;
 }

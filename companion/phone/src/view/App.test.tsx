@@ -1,11 +1,12 @@
 // @vitest-environment jsdom
 import { signal } from "@preact/signals-core";
 import { act, cleanup, configure, fireEvent, render, screen, waitFor } from "@testing-library/preact";
-import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
+import { afterEach, beforeAll, beforeEach, describe, expect, it, vi } from "vitest";
 import { computer, kSceneNow, phone, prompt, scenes } from "../../gallery/scenes";
 import type { PairingReading, PhoneActions, PhoneState } from "../core/model";
 import { App } from "./App";
 import { setClock } from "./clock";
+import { loadMore } from "./more";
 
 // What never comes fails; a busy machine does not.
 configure({ asyncUtilTimeout: 20_000 });
@@ -25,6 +26,8 @@ function actionsWith(reading: PairingReading = { kind: "offer", offer }) {
     renameDevice: vi.fn<PhoneActions["renameDevice"]>(() => Promise.resolve()),
     forget: vi.fn<PhoneActions["forget"]>(() => Promise.resolve()),
     decide: vi.fn<PhoneActions["decide"]>(),
+    chooseLock: vi.fn<PhoneActions["chooseLock"]>(() => Promise.resolve()),
+    removePhone: vi.fn<PhoneActions["removePhone"]>(),
     suppress: vi.fn<PhoneActions["suppress"]>(),
     unsuppress: vi.fn<PhoneActions["unsuppress"]>(),
     connectNow: vi.fn<PhoneActions["connectNow"]>(),
@@ -49,6 +52,8 @@ function at(hash: string): void {
     window.dispatchEvent(new Event("hashchange"));
   });
 }
+
+beforeAll(() => loadMore());
 
 beforeEach(() => {
   location.hash = "";

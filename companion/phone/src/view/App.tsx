@@ -5,11 +5,10 @@ import { useEffect } from "preact/hooks";
 import type { PhoneActions, PhoneState } from "../core/model";
 import { showCount } from "./badge";
 import { now } from "./clock";
-import { ComputerPage, HistoryPage, MutedPage } from "./ComputerPage";
 import { Home, waitingCount } from "./Home";
+import { loadMore, more, moreProblem } from "./more";
 import { PairPage } from "./pairing/PairPage";
 import { Mark } from "./parts/Symbol";
-import { PhonePage } from "./PhonePage";
 import { useRoute } from "./routes";
 import type { Route } from "./routes";
 import { UpdateNote } from "./UpdateNote";
@@ -41,13 +40,29 @@ function Ready({
   route: Route;
 }): JSX.Element {
   const time = useValue(now);
-  if (state.computers.length === 0 || route.page === "pair") {
+  const views = useValue(more);
+  const problem = useValue(moreProblem);
+  const isPaired = state.computers.length > 0;
+  useEffect(() => {
+    if (isPaired) void loadMore();
+  }, [isPaired, route]);
+  if (!isPaired || route.page === "pair") {
     return <PairPage key="pair" state={state} actions={actions} />;
   }
-  if (route.page === "phone") return <PhonePage state={state} actions={actions} />;
   const computer =
     "pairingID" in route ? state.computers.find((one) => one.pairingID === route.pairingID) : undefined;
-  if (!computer) return <Home state={state} actions={actions} now={time} />;
+  if (!computer && route.page !== "phone") return <Home state={state} actions={actions} now={time} />;
+  if (!views) {
+    return (
+      <Alone>
+        <p class="aside" role="status">
+          {problem ?? "Opening…"}
+        </p>
+      </Alone>
+    );
+  }
+  const { ComputerPage, HistoryPage, MutedPage, PhonePage } = views;
+  if (!computer) return <PhonePage state={state} actions={actions} />;
   switch (route.page) {
     case "history":
       return <HistoryPage key="history" computer={computer} now={time} />;

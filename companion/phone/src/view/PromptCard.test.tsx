@@ -19,6 +19,8 @@ const actions: PhoneActions = {
   forget: refuse,
   connectNow: () => undefined,
   decide,
+  chooseLock: refuse,
+  removePhone: () => undefined,
   suppress,
   unsuppress,
 };

@@ -8,6 +8,7 @@ import { Symbol } from "./parts/Symbol";
 import { TapButton } from "./parts/TapButton";
 import type { Alike, Slot } from "./steadyList";
 import {
+  cautionText,
   decisionText,
   isReachable,
   longAge,
@@ -16,6 +17,7 @@ import {
   quoted,
   shortAge,
   titleOf,
+  unlockingText,
 } from "./texts";
 import type { Tone } from "./texts";
 
@@ -118,10 +120,12 @@ function DirectAccess({ prompt, computer }: { prompt: Prompt; computer: Computer
   );
 }
 
-function captionOf(button: PromptButton): string | undefined {
-  if (button.isDisabled) return undefined;
-  if (button.kind === "grant") return button.isRecommended ? "Recommended · hold" : "Hold";
-  return button.isRecommended ? "Recommended" : undefined;
+/** Of a grant. */
+function captionOf({ isDisabled, isRecommended, caution }: PromptButton, asksLock: boolean): string {
+  if (isDisabled) return "";
+  const hold = asksLock ? "hold, then unlock" : "hold";
+  if (caution) return `${cautionText(caution)} · ${hold}`;
+  return isRecommended ? `Recommended · ${hold}` : `${hold.charAt(0).toUpperCase()}${hold.slice(1)}`;
 }
 
 /** All that a person may have read before deciding. */
@@ -139,12 +143,13 @@ function subjectOf(prompt: Prompt): string {
 
 interface ButtonsProps {
   readonly prompt: Prompt;
+  readonly lock: Computer["lock"];
   readonly isDisabled: boolean;
   readonly onDecide: (label: string) => void;
   readonly onHint: (hint: string | undefined) => void;
 }
 
-function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.Element | null {
+function Buttons({ prompt, lock, isDisabled, onDecide, onHint }: ButtonsProps): JSX.Element | null {
   const offered = prompt.buttons.filter(
     (button) => button.kind === "dismiss" || !prompt.requiresDirectAccess,
   );
@@ -164,10 +169,11 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
           <HoldButton
             key={key}
             label={button.label}
-            caption={captionOf(button) ?? ""}
+            caption={captionOf(button, lock === "asked")}
             subject={subject}
             isRecommended={button.isRecommended}
-            isDisabled={isDisabled || button.isDisabled === true}
+            caution={button.caution && cautionText(button.caution)}
+            isDisabled={isDisabled || lock === "missing" || button.isDisabled === true}
             onConfirm={decide}
             onHint={onHint}
           />
@@ -176,7 +182,9 @@ function Buttons({ prompt, isDisabled, onDecide, onHint }: ButtonsProps): JSX.El
             key={key}
             label={button.label}
             {...(button.isRecommended ? { caption: "Recommended" } : {})}
-            isDisabled={isDisabled || button.isDisabled === true}
+            isDisabled={
+              isDisabled || (lock === "missing" && button.kind !== "dismiss") || button.isDisabled === true
+            }
             onPress={decide}
             onHint={onHint}
           />
@@ -196,6 +204,7 @@ function statusLine(slot: Slot, computer: Computer, hint: string | undefined): S
   const { prompt, goneAt } = slot;
   if (goneAt === undefined) {
     if (hint !== undefined) return { tone: "quiet", text: hint };
+    if (prompt.unlocking) return unlockingText(prompt.unlocking);
     return prompt.decision && decisionText(prompt.decision, computer.name);
   }
   const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
@@ -240,7 +249,8 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
   const { prompt } = slot;
   const isGone = slot.goneAt !== undefined;
   const isMuted = computer.suppressions.some((one) => one.suppressionID === prompt.suppressionID);
-  const isOpen = !isGone && mayDecide(prompt);
+  const isUnlocking = prompt.unlocking !== undefined && prompt.unlocking.problem === undefined;
+  const isOpen = !isGone && mayDecide(prompt) && !isUnlocking;
   return (
     // A decision changes what stands in the card, and as little as can be of its height: others stand below it.
     <article
@@ -264,6 +274,7 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
       {prompt.requiresDirectAccess && <DirectAccess prompt={prompt} computer={computer} />}
       <Buttons
         prompt={prompt}
+        lock={computer.lock}
         isDisabled={!isOpen || !isReachable(computer)}
         onDecide={(label) => {
           setHint(undefined);

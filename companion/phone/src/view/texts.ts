@@ -1,6 +1,6 @@
 // What the page says, as functions of what it knows. Everything that a person reads about states is here, so that it can
 // be read, and tested, in one place.
-import type { Computer, Decision, Instant, Outcome, Pause, Prompt } from "../core/model";
+import type { Computer, Decision, Instant, Outcome, Pause, Prompt, PromptButton } from "../core/model";
 import { visibleName, visibleText } from "../core/visibleText";
 
 const kMinute = 60;
@@ -217,6 +217,13 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
       isPause: true,
     });
   }
+  if (computer.lock === "missing") {
+    found.push({
+      tone: "warn",
+      title: "Grants need this phone’s lock",
+      detail: `This browser cannot ask for a face, a finger or a code. Grant at ${computer.name}; dismissing works here.`,
+    });
+  }
   if (computer.accessibilityTrusted === false) {
     found.push({
       tone: "warn",
@@ -302,6 +309,24 @@ export function decisionText(decision: Decision, computerName: string): Decision
         text: `This can only be answered at ${computerName}. Nothing was pressed.`,
         isBusy: false,
       };
+  }
+}
+
+/** A grant that waits for this phone's lock, or was stopped by it. */
+export function unlockingText({ buttonLabel, problem }: NonNullable<Prompt["unlocking"]>): DecisionText {
+  if (problem !== undefined) return { tone: "warn", text: problem, isBusy: false };
+  return { tone: "quiet", text: `${quoted(buttonLabel)} waits for this phone’s lock…`, isBusy: true };
+}
+
+/** Why a grant is not to be given lightly: for the eye and the ear. */
+export function cautionText(caution: NonNullable<PromptButton["caution"]>): string {
+  switch (caution) {
+    case "destroys":
+      return "Something is lost";
+    case "lasting":
+      return "For later times, too";
+    case "stranger":
+      return "Unknown identity";
   }
 }
 

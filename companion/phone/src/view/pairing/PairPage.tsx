@@ -196,7 +196,10 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
           {inner}
           <p class="aside centred with-symbol">
             <Symbol name="lock" />
-            <span>Sealed from end to end. The relay never sees what waits.</span>
+            <span>
+              Sealed from end to end: the relay never sees what waits. But whoever runs it serves this page,
+              and could change it.
+            </span>
           </p>
         </>
       ) : (

@@ -19,6 +19,8 @@ export interface HoldButtonProps {
   /** What the press would be about, as one text: when it changes, whatever was begun is void. */
   readonly subject: string;
   readonly isRecommended: boolean;
+  /** Why it is not to be given lightly. Such a button never has the friendly colour. */
+  readonly caution?: string | undefined;
   readonly isDisabled: boolean;
   readonly onConfirm: () => void;
   /** A word on what to do, or nothing, for the line below the buttons. */
@@ -83,7 +85,7 @@ function expectClick(pointerId: number, over: () => void): void {
 }
 
 export function HoldButton(props: HoldButtonProps): JSX.Element {
-  const { label, caption, subject, isRecommended, isDisabled, onConfirm, onHint } = props;
+  const { label, caption, subject, isRecommended, caution, isDisabled, onConfirm, onHint } = props;
   const [phase, setPhase] = useState<Phase>("idle");
   const captionID = useId();
   const button = useRef<HTMLButtonElement>(null);
@@ -96,6 +98,8 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
   const confirm = useRef(onConfirm);
   confirm.current = onConfirm;
   const shown = visibleText(label);
+  const warning = caution === undefined ? "" : `${caution}. `;
+  const look = caution !== undefined ? "is-grave" : isRecommended ? "is-recommended" : "";
 
   const rest = () => {
     clearTimeout(asked.current);
@@ -134,7 +138,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
     const ended = (isShort: boolean) => {
       hold.current = undefined;
       setPhase("idle");
-      if (isShort) onHint(`Keep holding the button to confirm: ${shown}`);
+      if (isShort) onHint(`${warning}Keep holding the button to confirm: ${shown}`);
     };
     hold.current = followHold(button.current, event.pointerId, full, ended);
   };
@@ -149,7 +153,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
       return;
     }
     setPhase("asked");
-    onHint(`Hold, or activate again, to confirm: ${shown}`);
+    onHint(`${warning}Hold, or activate again, to confirm: ${shown}`);
     asked.current = setTimeout(() => {
       rest();
       onHint(undefined);
@@ -160,7 +164,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
     <button
       ref={button}
       type="button"
-      class={`press press-grant ${isRecommended ? "is-recommended" : ""} is-${phase}`}
+      class={`press press-grant ${look} is-${phase}`}
       disabled={isDisabled}
       aria-describedby={captionID}
       onPointerDown={begin}

@@ -4,7 +4,7 @@ import { readdirSync, statSync } from "node:fs";
 import { fileURLToPath } from "node:url";
 
 const kMost = 45_000; // With what reads the camera's pictures.
-const kMostLater = 10_000;
+const kMostLater = 14_000;
 const kLater = /MoreViews|lock-/;
 const page = fileURLToPath(new URL("../dist/page", import.meta.url));
 const texts = readdirSync(page, { recursive: true, encoding: "utf8" }).filter((name) =>

@@ -14,7 +14,7 @@ interface WorkerScope {
   skipWaiting(): Promise<void>;
   addEventListener(type: "install" | "activate", listener: (event: LifeEvent) => void): void;
   addEventListener(type: "fetch", listener: (event: FetchEvent) => void): void;
-  addEventListener(type: "message", listener: (event: MessageEvent) => void): void;
+  addEventListener(type: "message", listener: (event: MessageEvent & LifeEvent) => void): void;
 }
 interface LifeEvent {
   waitUntil(done: Promise<unknown>): void;
@@ -35,7 +35,25 @@ async function keepFiles(): Promise<void> {
   // A file whose name changes with its content is the same wherever it was kept before, so that nothing is fetched twice.
   const request = (file: string): Request =>
     new Request(file, { cache: file.startsWith("/assets/") ? "default" : "no-cache" });
-  await cache.addAll(kPageFiles.map(request));
+  await cache.addAll([...kPageFiles, ...(await laterFilesInUse())].map(request));
+}
+
+/** What was needed with an earlier version is needed without a network, too. Named alike but for what changes with its content. */
+async function laterFilesInUse(): Promise<readonly string[]> {
+  const kind = (path: string): string => path.replace(/-[\w-]{8}\.js$/, "");
+  const used = new Set<string>();
+  for (const name of await scope.caches.keys()) {
+    if (!name.startsWith(kPrefix)) continue;
+    for (const { url } of await (await scope.caches.open(name)).keys()) used.add(kind(new URL(url).pathname));
+  }
+  return kLaterFiles.filter((path) => used.has(kind(path)));
+}
+
+async function keepForPaired(): Promise<void> {
+  const cache = await scope.caches.open(kCache);
+  for (const path of kLaterFiles.filter((path) => /MoreViews|lock-/.test(path))) {
+    if (!(await cache.match(path))) await cache.add(path);
+  }
 }
 
 async function dropOlder(): Promise<void> {
@@ -70,9 +88,10 @@ async function keptFile(request: Request): Promise<Response> {
 
 scope.addEventListener("install", (event) => event.waitUntil(keepFiles()));
 scope.addEventListener("activate", (event) => event.waitUntil(dropOlder()));
-// The page says when a person agreed to the new version.
+// The page says when a person agreed to the new version, and when it has a computer: then it needs the rest, too.
 scope.addEventListener("message", (event) => {
   if (event.data === "takeOver") void scope.skipWaiting();
+  if (event.data === "paired") event.waitUntil(keepForPaired());
 });
 scope.addEventListener("fetch", (event) => {
   const { request } = event;

@@ -8,6 +8,8 @@ export interface Request {
   readonly decisionID: string;
   readonly approvalID: string;
   readonly buttonLabel: string;
+  /** The phone says that it has asked for its own lock. */
+  readonly isUserVerified: boolean;
 }
 
 function memberOf(value: unknown, name: string): string {
@@ -61,8 +63,8 @@ export class FakeAgent {
     this.socket = undefined;
   }
 
-  async show(approvals: readonly unknown[], accessibilityTrusted = true): Promise<void> {
-    this.send(await this.computer.snapshot(approvals, accessibilityTrusted));
+  async show(approvals: readonly unknown[], accessibilityTrusted = true, state?: unknown): Promise<void> {
+    this.send(await this.computer.snapshot(approvals, accessibilityTrusted, state));
   }
 
   /** A list that no phone can open. */
@@ -84,6 +86,7 @@ export class FakeAgent {
       decisionID,
       approvalID: memberOf(command, "approvalID"),
       buttonLabel: memberOf(command, "buttonLabel"),
+      isUserVerified: Reflect.get(command as object, "userVerified") === true,
     };
   }
 

@@ -23,6 +23,8 @@ export class RelayProcess {
   private port = 0;
   /** The folder that is served from the next start on. */
   page = kPage;
+  /** Where the page is served besides, from the next start on. */
+  pageOrigins: readonly string[] = [];
 
   /** `http://127.0.0.1:PORT`; the same one after a restart. */
   get url(): string {
@@ -37,6 +39,7 @@ export class RelayProcess {
       join(this.folder, "relay.db"),
       "--page",
       this.page,
+      ...this.pageOrigins.flatMap((origin) => ["--page-origin", origin]),
     ];
     const child = spawn(program(), options, { stdio: ["ignore", "pipe", "ignore"] });
     this.process = child;

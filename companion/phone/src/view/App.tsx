@@ -3,9 +3,8 @@ import type { ReadonlySignal } from "@preact/signals-core";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect } from "preact/hooks";
 import type { PhoneActions, PhoneState } from "../core/model";
-import { showCount } from "./badge";
+import { showCount, waitingCount } from "./badge";
 import { now } from "./clock";
-import { Home, waitingCount } from "./Home";
 import { loadMore, more, moreProblem } from "./more";
 import { PairPage } from "./pairing/PairPage";
 import { Mark } from "./parts/Symbol";
@@ -51,7 +50,6 @@ function Ready({
   }
   const computer =
     "pairingID" in route ? state.computers.find((one) => one.pairingID === route.pairingID) : undefined;
-  if (!computer && route.page !== "phone") return <Home state={state} actions={actions} now={time} />;
   if (!views) {
     return (
       <Alone>
@@ -61,8 +59,9 @@ function Ready({
       </Alone>
     );
   }
-  const { ComputerPage, HistoryPage, MutedPage, PhonePage } = views;
-  if (!computer) return <PhonePage state={state} actions={actions} />;
+  const { ComputerPage, HistoryPage, Home, MutedPage, PhonePage } = views;
+  if (route.page === "phone") return <PhonePage state={state} actions={actions} />;
+  if (!computer) return <Home state={state} actions={actions} now={time} />;
   switch (route.page) {
     case "history":
       return <HistoryPage key="history" computer={computer} now={time} />;

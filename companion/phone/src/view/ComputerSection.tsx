@@ -3,7 +3,6 @@ import type { JSX } from "preact";
 import { useLayoutEffect, useRef } from "preact/hooks";
 import type { Computer, Instant, PhoneActions } from "../core/model";
 import { useKeepFocus } from "./keepFocus";
-import { more } from "./more";
 import { Notices } from "./Notices";
 import { OutcomeList } from "./OutcomeList";
 import { Symbol } from "./parts/Symbol";
@@ -12,7 +11,7 @@ import { routeHash } from "./routes";
 import { alikeOf, arrange } from "./steadyList";
 import type { Slot } from "./steadyList";
 import { isTouched, noteMoved } from "./touch";
-import { useValue } from "./useValue";
+import { UnexpectedPhones } from "./UnexpectedPhones";
 import { isReachable, isUpToDate, connectionText } from "./texts";
 
 const kOutcomesShown = 3;
@@ -94,13 +93,12 @@ export function ComputerSection({ computer, actions, now, isAlone }: ComputerSec
   const slots = useSlots(computer, now);
   useNoteMoves(list);
   useKeepFocus(list);
-  const views = useValue(more);
   const recent = computer.outcomes.slice(0, kOutcomesShown);
   return (
     <section ref={list} class={`computer ${isUpToDate(computer) ? "" : "is-old"}`} aria-label={computer.name}>
       <Head computer={computer} now={now} />
       <Notices computer={computer} actions={actions} now={now} />
-      {views && <views.UnexpectedPhones computer={computer} actions={actions} />}
+      <UnexpectedPhones computer={computer} actions={actions} />
       {slots.length === 0 ? (
         <Empty computer={computer} isAlone={isAlone} />
       ) : (

@@ -1,6 +1,7 @@
 // The first page: what waits, on all computers.
 import type { JSX } from "preact";
 import type { Instant, PhoneActions, PhoneState } from "../core/model";
+import { waitingCount } from "./badge";
 import { ComputerSection } from "./ComputerSection";
 import { NewPrompts } from "./NewPrompts";
 import { Mark, Symbol } from "./parts/Symbol";
@@ -11,10 +12,6 @@ interface HomeProps {
   readonly state: PhoneState;
   readonly actions: PhoneActions;
   readonly now: Instant;
-}
-
-export function waitingCount(state: PhoneState): number {
-  return state.computers.reduce((count, computer) => count + (computer.prompts?.length ?? 0), 0);
 }
 
 export function Home({ state, actions, now }: HomeProps): JSX.Element {

@@ -1,4 +1,4 @@
 // What `more.ts` fetches.
 export { ComputerPage, HistoryPage, MutedPage } from "./ComputerPage";
+export { Home } from "./Home";
 export { PhonePage } from "./PhonePage";
-export { UnexpectedPhones } from "./UnexpectedPhones";

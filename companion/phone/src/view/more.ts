@@ -12,6 +12,8 @@ export async function loadMore(): Promise<void> {
   try {
     more.value = await import("./MoreViews");
     moreProblem.value = undefined;
+    const workers = (navigator as Partial<Navigator>).serviceWorker;
+    void workers?.ready.then(({ active }) => active?.postMessage("paired"));
   } catch {
     moreProblem.value = "This part of the page could not be fetched. Open it again when there is a network.";
   }

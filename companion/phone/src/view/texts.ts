@@ -372,7 +372,3 @@ export function outcomeText(outcome: Outcome): ToneText {
 export function titleOf(windowTitle: string): string {
   return windowTitle.trim() === "" ? "A window without a title" : visibleText(windowTitle);
 }
-
-export function pageTitle(waiting: number): string {
-  return waiting === 0 ? "Quillard" : `(${waiting}) Quillard`;
-}

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "agent/PhoneRoster.h"
 #include "app/PairingCodeText.h"
 #include "app/PairingTool.h"
 #include "platform/simulated/SimulatedBundle.h"
@@ -11,6 +12,7 @@
 #include "platform/simulated/SimulatedRandom.h"
 #include "platform/simulated/SimulatedSecretStore.h"
 #include "platform/simulated/SimulatedUserDefaults.h"
+#include "platform/simulated/VirtualTime.h"
 #include "relay/PairingPayload.h"
 #include "relay/QRCodeRenderer.h"
 
@@ -100,6 +102,26 @@ TEST_F(PairingTool, RefusesTheTextWhereItWouldRefuseTheCode) {
 TEST_F(PairingTool, ShowsTheTextWithoutATerminalWhenForced) {
   EXPECT_EQ(show({.isTerminal = false, .columns = {}}, {.evenWithoutTerminal = true, .asText = true}), ExitCode::fine);
   EXPECT_NE(printed.find("quillard.pairing"), std::string::npos);
+}
+
+TEST_F(PairingTool, KnowsACodeThatHasItsPhone) {
+  const platform::simulated::VirtualTime clock{platform::simulated::Seed{7}};
+  EXPECT_FALSE(isFirstCodeUsed(pairing, userDefaults, clock)) << "There is no identity yet.";
+  ASSERT_EQ(show(), ExitCode::fine);
+  EXPECT_FALSE(isFirstCodeUsed(pairing, userDefaults, clock));
+  PhoneRoster roster(userDefaults, clock);
+  (void)roster.note("another-pairing", {.relayConnected = true, .phoneCount = 1});
+  EXPECT_FALSE(isFirstCodeUsed(pairing, userDefaults, clock));
+  (void)roster.note(pairing.payload()->pairingID, {.relayConnected = true, .phoneCount = 1});
+  EXPECT_TRUE(isFirstCodeUsed(pairing, userDefaults, clock));
+}
+
+TEST_F(PairingTool, ShowsTheCodeOfOneMorePhoneWithWhatItIsGoodFor) {
+  std::string text = "{}";
+  const Secret code = takenSecret(text);
+  EXPECT_EQ(showCodeOf(code, {.asText = true}, kWideTerminal, output, "For ten minutes.\n"), ExitCode::fine);
+  EXPECT_EQ(printed, "{}\n");
+  EXPECT_NE(errorText.find("For ten minutes."), std::string::npos) << errorText;
 }
 
 TEST_F(PairingTool, RefusesWithoutARelay) {

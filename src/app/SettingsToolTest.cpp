@@ -159,7 +159,9 @@ TEST_F(SettingsToolTest, ListsEachSettingWithItsValueItsOriginAndItsDefault) {
             "visible-window-owner-poll: 2 s (default)\n"
             "    how often to look which programs have windows\n"
             "dialog-diagnostics: off (default)\n"
-            "    print a line for each window at each scan, with what the window shows\n");
+            "    print a line for each window at each scan, with what the window shows\n"
+            "phone-lock-for-grants: off (default)\n"
+            "    refuse what a phone grants without asking for its own lock first\n");
 }
 
 TEST_F(SettingsToolTest, ShowsOneSettingAsJson) {

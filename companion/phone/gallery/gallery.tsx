@@ -4,6 +4,7 @@ import { render } from "preact";
 import type { PhoneActions } from "../src/core/model";
 import { App } from "../src/view/App";
 import { setClock } from "../src/view/clock";
+import { loadMore } from "../src/view/more";
 import "../src/view/styles.css";
 import { watchTouch } from "../src/view/touch";
 import { kSceneNow, scenes } from "./scenes";
@@ -32,6 +33,7 @@ const actions: PhoneActions = {
 const query = new URLSearchParams(location.search);
 const state = scenes[query.get("scene") ?? ""];
 setClock(kSceneNow);
+await loadMore();
 watchTouch();
 if (state) {
   const update = query.has("update") ? { update: signal(() => undefined) } : {};

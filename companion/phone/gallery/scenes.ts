@@ -269,6 +269,57 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
       prompts: [],
     }),
   ),
+  grave: phone(
+    computer({
+      lock: "asked",
+      prompts: [
+        prompt(1, {
+          appName: "Files",
+          windowTitle: "Delete 3 items for good?",
+          messageLines: ["This cannot be undone."],
+          buttons: [
+            { label: "Cancel", isRecommended: false, kind: "dismiss" },
+            { label: "Delete", isRecommended: true, kind: "grant", caution: "destroys" },
+          ],
+        }),
+        prompt(2, {
+          buttons: [
+            { label: "Don’t Allow", isRecommended: false, kind: "dismiss" },
+            { label: "Always Allow", isRecommended: false, kind: "grant", caution: "lasting" },
+            { label: "Allow", isRecommended: true, kind: "grant" },
+          ],
+        }),
+        prompt(3, {
+          appName: "ssh-askpass",
+          windowTitle: "OpenSSH",
+          messageLines: ["The authenticity of host “build.example” can’t be established."],
+          buttons: [
+            { label: "Cancel", isRecommended: false, kind: "dismiss" },
+            { label: "OK", isRecommended: true, kind: "grant", caution: "stranger" },
+          ],
+          unlocking: { buttonLabel: "OK", problem: "This phone’s lock was not opened. Nothing was sent." },
+        }),
+      ],
+    }),
+  ),
+  unlocking: phone(
+    computer({ lock: "asked", prompts: [prompt(1, { unlocking: { buttonLabel: "Allow" } }), kInstall] }),
+  ),
+  noLock: phone(computer({ lock: "missing", prompts: [prompt(1)] })),
+  newPhone: phone(
+    computer({
+      prompts: [prompt(1)],
+      newPhones: [
+        {
+          id: uuid(700),
+          deviceID: "of-mallory",
+          name: "Mallory’s phone",
+          earlierName: "Ann’s iPhone",
+          since: kSceneNow - kHour,
+        },
+      ],
+    }),
+  ),
   history: phone(computer({ outcomes: kOutcomes })),
   muted: phone(
     computer({

@@ -306,3 +306,45 @@ describe("prompts", () => {
     expect(screen.queryByText("All is quiet")).toBeNull();
   });
 });
+
+describe("a phone that joined unexpectedly", () => {
+  it("is named, and removed with the phone whose code it had when asked twice", () => {
+    const { actions } = show(scenes.newPhone ?? phone());
+    expect(screen.getByText(/has joined Studio Mac with the code of/).textContent).toBe(
+      "Mallory’s phone has joined Studio Mac with the code of Ann’s iPhone",
+    );
+    fireEvent.click(screen.getByRole("button", { name: "Remove…" }));
+    expect(actions.removePhone).not.toHaveBeenCalled();
+    fireEvent.click(screen.getByRole("button", { name: "Remove both" }));
+    expect(actions.removePhone).toHaveBeenCalledWith("studio", "00000000-0000-4000-8000-000000000700");
+  });
+});
+
+describe("this phone's lock", () => {
+  function atPhone(isLockChosen?: boolean) {
+    const state = { ...phone(computer()), ...(isLockChosen !== undefined && { isLockChosen }) };
+    const shown = show(state);
+    at("#/phone");
+    return shown;
+  }
+
+  it("is chosen by a press, and says why that did not work", async () => {
+    const { actions } = atPhone(false);
+    actions.chooseLock.mockRejectedValueOnce(new Error("Not recognised."));
+    fireEvent.click(screen.getByRole("button", { name: "Ask before each grant" }));
+    expect(actions.chooseLock).toHaveBeenCalledWith(true);
+    await waitFor(() => expect(screen.getByRole("alert").textContent).toContain("Not recognised."));
+  });
+
+  it("is given up by a press", () => {
+    const { actions } = atPhone(true);
+    fireEvent.click(screen.getByRole("button", { name: "Ask no more" }));
+    expect(actions.chooseLock).toHaveBeenCalledWith(false);
+  });
+
+  it("is said to be missing where the browser cannot ask for it", () => {
+    atPhone();
+    expect(screen.getByText(/This browser cannot ask for a face/)).toBeTruthy();
+    expect(screen.queryByRole("button", { name: "Ask before each grant" })).toBeNull();
+  });
+});

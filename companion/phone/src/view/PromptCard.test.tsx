@@ -256,3 +256,54 @@ describe("a decision on a prompt", () => {
     expect(decide).not.toHaveBeenCalled();
   });
 });
+
+describe("A grant that is not to be given lightly", () => {
+  const looks = (name: string) => screen.getByRole("button", { name }).className;
+
+  it.each([
+    ["destroys", "Something is lost · hold"],
+    ["lasting", "For later times, too · hold"],
+    ["stranger", "Unknown identity · hold"],
+  ] as const)("never has the friendly colour, and says why: %s", (caution, said) => {
+    const buttons = [
+      { label: "Cancel", isRecommended: false, kind: "dismiss" },
+      { label: "OK", isRecommended: true, kind: "grant", caution },
+    ] as const;
+    render(card(prompt(1, { buttons })));
+    expect(looks("OK")).toContain("is-grave");
+    expect(looks("OK")).not.toContain("is-recommended");
+    const described = screen.getByRole("button", { name: "OK" }).getAttribute("aria-describedby") ?? "";
+    expect(document.getElementById(described)?.textContent).toBe(said);
+    fireEvent.click(screen.getByRole("button", { name: "OK" }));
+    expect(screen.getByRole("status").textContent).toMatch(
+      `${said.split(" · ")[0]}. Hold, or activate again`,
+    );
+  });
+
+  it("alone has that look", () => {
+    render(card(prompt(1)));
+    expect(looks("Allow")).toContain("is-recommended");
+    expect(looks("Allow")).not.toContain("is-grave");
+  });
+});
+
+describe("A grant that waits for this phone's lock", () => {
+  it("says so, and leaves nothing to press meanwhile", () => {
+    render(card(ofScene("unlocking"), scenes.unlocking?.computers[0]));
+    expect(screen.getByRole("status").textContent).toBe("“Allow” waits for this phone’s lock…");
+    expect(pressable()).toEqual([]);
+  });
+
+  it("that stayed shut says why, and can be tried again", () => {
+    const problem = "This phone’s lock was not opened. Nothing was sent.";
+    render(card(prompt(1, { unlocking: { buttonLabel: "Allow", problem } }), computer({ lock: "asked" })));
+    expect(screen.getByRole("status").textContent).toBe(problem);
+    expect(pressable()).toEqual(["Don’t Allow", "Allow"]);
+    expect(screen.getByText("Recommended · hold, then unlock")).toBeTruthy();
+  });
+
+  it("is not offered where the computer wants the lock and there is none", () => {
+    render(card(prompt(1), computer({ lock: "missing" })));
+    expect(pressable()).toEqual(["Don’t Allow"]);
+  });
+});

@@ -23,6 +23,9 @@ export class EndToEnd {
     return this.browser.phone;
   }
 
+  /** What the newest code held that the phone paired with. */
+  pairingText = "";
+
   /** Brings it up, unless it is. */
   begin(): Promise<void> {
     return (this.begun ??= this.bringUp());
@@ -41,6 +44,7 @@ export class EndToEnd {
 
   /** As a person does: by a picture of the computer's screen, with the agent's window on it. */
   async pair(): Promise<void> {
+    this.pairingText = await this.agent.tool("pair", "--text", "--force");
     await this.phone.pairByPicture(await this.desktop.screenshot(), "Desk", "Ana’s phone");
     await this.agent.waitUntilPaired();
   }

@@ -40,7 +40,17 @@ test("shows what another phone has decided, which has a pairing of its own", asy
     await (await other.phone.prompt("Either of us")).hold("Yes");
     expect(await dialog.exitStatus).toBe(pressed(1));
     await other.phone.expectOutcome("Either of us", "“Yes” pressed from here");
-    await phone.expectOutcome("Either of us", "“Yes” pressed: chosen on another phone");
+    await phone.expectOutcome("Either of us", "“Yes” pressed: chosen on Ben’s phone");
+
+    // A phone is taken back while its page is closed, and the other stays.
+    await other.end();
+    expect(await agent.tool("unpair", "Ben’s phone", "--yes")).toContain("Unpaired: Ben’s phone");
+    await other.start();
+    await other.phone.open();
+    await other.phone.expectNotice("Desk unpaired its phones");
+    const later = await desktop.open({ toolkit: "qt", title: "Who is left", buttons: ["No", "Yes"] });
+    await (await phone.prompt("Who is left")).hold("Yes");
+    expect(await later.exitStatus).toBe(pressed(1));
   } finally {
     await other.end();
   }
@@ -48,7 +58,7 @@ test("shows what another phone has decided, which has a pairing of its own", asy
 
 // The last one of this file: all output so far, and all that is kept.
 test("spreads no secret", async ({ agent, relay, endToEnd }) => {
-  const secrets = (await agent.tool("pair", "--text", "--force")).match(/[0-9a-f]{64}/g) ?? [];
+  const secrets = endToEnd.pairingText.match(/[0-9a-f]{64}/g) ?? [];
   expect(secrets.length, "the token and the end-to-end secret").toBe(2);
   await endToEnd.browser.end(); // So that everything it keeps is on the disk, and stays there.
   const kept = await filesBelow(inFolder(""));

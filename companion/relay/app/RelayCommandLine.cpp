@@ -6,6 +6,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "foundation/Text.h"
+#include "foundation/UrlComponents.h"
+
 namespace quillard::relayserver {
 namespace {
 
@@ -26,6 +29,7 @@ struct Arguments {
   std::string metrics;
   std::string database;
   std::string page;
+  std::vector<std::string> pageOrigins;
   std::string tlsCertificate;
   std::string tlsKey;
   bool isBehindProxy = false;
@@ -172,6 +176,9 @@ void describe(CLI::App& program, Arguments& read) {
   add(program, "database", read.database, "The file that pairings are kept in; it is made where there is none")
       ->required();
   add(program, "page", read.page, "The folder of the phones' page");
+  add(program, "page-origin", read.pageOrigins,
+      "Where that page is served besides, such as https://phones.example; may be given several times")
+      ->delimiter(',');
   add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
   add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
   add(program, "registration-key-file", read.registrationKeyFile,
@@ -243,6 +250,28 @@ std::optional<CommandLineMessage> readProxies(const Arguments& read, RelayConfig
     if (!network) return wrongUsage("--trusted-proxy " + text + ": that is no address or network, such as 10.0.0.0/8.");
     configuration.trustedProxies.push_back(*network);
   }
+  return std::nullopt;
+}
+
+// In the one spelling in which browsers write it: in lower case, without a port that is the usual one.
+bool isOrigin(const std::string& text) {
+  const auto url = UrlComponents::parse(text);
+  if (!url || !url->host || url->text() != text || text != text::lowercased(text)) return false;
+  const bool isEncrypted = url->scheme == "https";
+  const bool isLocal = url->scheme == "http" && (*url->host == "localhost" || *url->host == "127.0.0.1");
+  const bool hasUsualPort = text.ends_with(isEncrypted ? ":443" : ":80");
+  return (isEncrypted || isLocal) && !hasUsualPort && text.find('/', text.find("//") + 2) == std::string::npos &&
+         text.find_first_of("?#@") == std::string::npos;
+}
+
+std::optional<CommandLineMessage> readPageOrigins(const Arguments& read, RelayConfiguration& configuration) {
+  for (const auto& origin : read.pageOrigins) {
+    if (!isOrigin(origin)) {
+      return wrongUsage("--page-origin " + origin +
+                        ": that is no origin, such as https://phones.example or https://phones.example:8443.");
+    }
+  }
+  configuration.pageOrigins = read.pageOrigins;
   return std::nullopt;
 }
 
@@ -335,6 +364,7 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
       std::min(read.snapshotMebibytes * 1024 * 1024, configuration.limits.memoryBytes / 2);
   if (auto wrong = readListeners(read, configuration)) return *wrong;
   if (auto wrong = readProxies(read, configuration)) return *wrong;
+  if (auto wrong = readPageOrigins(read, configuration)) return *wrong;
   if (auto wrong = readCluster(read, configuration)) return *wrong;
   return configuration;
 }

@@ -87,6 +87,18 @@ TEST(RelayCommandLine, TakesAllFromTheEnvironment) {
   EXPECT_EQ(configuration.page, "");
 }
 
+TEST(RelayCommandLine, TakesOriginsAsBrowsersWriteThem) {
+  const auto configuration = good(
+      {"--page-origin", "https://phones.example,https://other.example:8443", "--page-origin", "http://127.0.0.1:5000"});
+  EXPECT_EQ(configuration.pageOrigins, (std::vector<std::string>{"https://phones.example", "https://other.example:8443",
+                                                                 "http://127.0.0.1:5000"}));
+  for (const std::string wrong : {"phones.example", "https://phones.example/", "https://phones.example/page",
+                                  "https://Phones.example", "https://phones.example:443", "http://phones.example",
+                                  "https://a@phones.example", "https://phones.example?a", "*", "null"}) {
+    EXPECT_NE(errorOf({"--page-origin", wrong}).find("that is no origin"), std::string::npos) << wrong;
+  }
+}
+
 TEST(RelayCommandLine, RefusesOtherAddressesWithoutEncryption) {
   EXPECT_NE(errorOf({"--listen", "0.0.0.0:80"}).find("other computers"), std::string::npos);
   EXPECT_NE(errorOf({"--listen", "[::]:80"}).find("other computers"), std::string::npos);

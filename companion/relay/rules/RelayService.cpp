@@ -1,5 +1,6 @@
 #include "companion/relay/rules/RelayService.h"
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <optional>
@@ -132,10 +133,33 @@ RelayService::RelayService(const Dependencies& dependencies)
       rooms(dependencies.rooms),
       page(dependencies.page),
       registrationKey(dependencies.registrationKey),
+      pageOrigins(dependencies.pageOrigins),
       registrations(dependencies.limits.registrations, dependencies.limits.addresses),
       handshakes(dependencies.limits.handshakes, dependencies.limits.addresses) {}
 
+bool RelayService::isFromPageElsewhere(const HttpRequest& request) const {
+  return request.target.starts_with("/api/pairings/") &&
+         std::find(pageOrigins.begin(), pageOrigins.end(), request.origin) != pageOrigins.end();
+}
+
+// A page from elsewhere may ask what the relay's own page asks, which is all that is answered to GET. Its browser asks
+// for leave first.
 HttpResponse RelayService::answer(const HttpRequest& request, Moment now) {
+  if (!isFromPageElsewhere(request)) return answerAnyPage(request, now);
+  HttpResponse answer{.status = 204};
+  if (request.method == "OPTIONS") {
+    answer.headers = {{"access-control-allow-methods", "GET"},
+                      {"access-control-allow-headers", "authorization"},
+                      {"access-control-max-age", "600"}};
+  } else {
+    answer = answerAnyPage(request, now);
+  }
+  answer.headers.emplace_back("access-control-allow-origin", request.origin);
+  answer.headers.emplace_back("vary", "origin");
+  return answer;
+}
+
+HttpResponse RelayService::answerAnyPage(const HttpRequest& request, Moment now) {
   const auto target = parseRequestTarget(request.target);
   if (!target) return errorResponse(400, kMalformed);
   const auto& segments = target->segments;

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "companion/relay/rules/HttpResponse.h"
 #include "companion/relay/rules/PairingRooms.h"
@@ -33,7 +34,8 @@ class RelayService {
     PairingRooms& rooms;
     const PhonePage& page;
     const RelayLimits& limits;
-    std::string registrationKey{};  // Whoever registers a new pairing has to show it. Empty: no client has to.
+    std::string registrationKey{};           // Whoever registers a new pairing has to show it. Empty: no client has to.
+    std::vector<std::string> pageOrigins{};  // Where the phones' page is served besides, as "https://host:port".
   };
   explicit RelayService(const Dependencies& dependencies);
 
@@ -64,6 +66,8 @@ class RelayService {
   [[nodiscard]] bool stopRequested() const { return isStopping; }
 
  private:
+  [[nodiscard]] HttpResponse answerAnyPage(const HttpRequest& request, Moment now);
+  [[nodiscard]] bool isFromPageElsewhere(const HttpRequest& request) const;
   [[nodiscard]] HttpResponse answerPairing(const HttpRequest& request, const RequestTarget& target, Moment now);
   [[nodiscard]] HttpResponse registerToken(const HttpRequest& request, const std::string& pairingID, Moment now);
   [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
@@ -75,6 +79,7 @@ class RelayService {
   PairingRooms& rooms;
   const PhonePage& page;
   const std::string registrationKey;
+  const std::vector<std::string> pageOrigins;
   PrefixBuckets registrations;
   PrefixBuckets handshakes;
   bool isDraining = false;

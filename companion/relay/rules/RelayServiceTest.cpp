@@ -26,6 +26,32 @@ TEST(RelayService, TakesTheFirstTokenOfAPairingAndTheSameOneAgain) {
   EXPECT_EQ(world.registerToken(kToken, "another").status, 204);
 }
 
+TEST(RelayService, LetsOnlyThePagesThatItKnowsAskFromElsewhere) {
+  const std::string page = "https://phones.example:8443";
+  RelayWorld world({}, {"https://other.example", page});
+  (void)world.registerToken();
+  HttpRequest request{.method = "OPTIONS", .target = "/api/pairings/" + kPairing + "?deviceID=A", .origin = page};
+  const auto leave = world.ask(request);
+  EXPECT_EQ(leave.status, 204);
+  EXPECT_EQ(headerOf(leave, "access-control-allow-origin"), page);
+  EXPECT_EQ(headerOf(leave, "access-control-allow-methods"), "GET");
+  EXPECT_EQ(headerOf(leave, "access-control-allow-headers"), "authorization");
+  EXPECT_EQ(headerOf(leave, "vary"), "origin");
+  request.method = "GET";
+  EXPECT_EQ(world.ask(request).status, 401) << "What it asks is answered as ever,";
+  EXPECT_EQ(headerOf(world.ask(request), "access-control-allow-origin"), page) << "and may be read.";
+  request.authorization = {"Bearer " + kToken};
+  EXPECT_EQ(world.ask(request).status, 200);
+  for (const std::string& stranger :
+       {std::string("https://phones.example"), page + "/", std::string("null"), std::string()}) {
+    request.origin = stranger;
+    EXPECT_EQ(headerOf(world.ask(request), "access-control-allow-origin"), "") << stranger;
+    EXPECT_EQ(world.ask({.method = "OPTIONS", .target = request.target, .origin = stranger}).status, 405) << stranger;
+  }
+  EXPECT_EQ(headerOf(world.ask({.method = "GET", .target = "/healthz", .origin = page}), "access-control-allow-origin"),
+            "");
+}
+
 TEST(RelayService, KeepsOnlyAHashOfTheToken) {
   RelayWorld world;
   (void)world.registerToken();

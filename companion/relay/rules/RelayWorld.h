@@ -58,7 +58,8 @@ inline const std::string kPairing = "quillard-office-1";
 // For tests: everything above the sockets, in virtual time.
 class RelayWorld {
  public:
-  explicit RelayWorld(const RelayLimits& limits = {}) : limits(limits) {}
+  explicit RelayWorld(const RelayLimits& limits = {}, std::vector<std::string> pageOrigins = {})
+      : limits(limits), pageOrigins(std::move(pageOrigins)) {}
 
   [[nodiscard]] Moment now() const { return {instant, epochSeconds}; }
   void advance(Duration by) {
@@ -132,6 +133,7 @@ class RelayWorld {
   }
 
   RelayLimits limits;
+  std::vector<std::string> pageOrigins;
   Instant instant{std::chrono::hours(1)};
   std::int64_t epochSeconds = 1'772'000'000;
   MemoryPairingStore store;
@@ -141,7 +143,7 @@ class RelayWorld {
   MemoryBudget memory{limits.memoryBytes};
   Pairings pairings{store, limits};
   PairingRooms rooms{PairingRooms::Dependencies{pairings, memory, limits, metrics, log}};
-  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits}};
+  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits, "", pageOrigins}};
 
  private:
   Duration passed{};

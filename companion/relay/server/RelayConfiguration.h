@@ -33,6 +33,7 @@ struct RelayConfiguration {
   std::optional<ListenAddress> metrics;  // Absent: none are served.
   std::string database;                  // The file that pairings are stored in.
   std::string page;                      // Empty: none is served.
+  std::vector<std::string> pageOrigins;  // Where it is served besides; see RelayService.
   std::string tlsCertificate;
   std::string tlsKey;               // Both or none.
   std::string registrationKeyFile;  // Empty: registering needs no key.

@@ -219,7 +219,8 @@ void RelayServer::Implementation::openStoreAndRooms() {
   }
   pairings.emplace(cluster ? cluster->pairingStore() : *store, configuration.limits);
   rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log});
-  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey});
+  service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey,
+                                             configuration.pageOrigins});
   if (cluster) cluster->attach(*pairings, *rooms, *service);
   dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
                                               log, unfinished, configuration.trustedProxies, currentMoment,

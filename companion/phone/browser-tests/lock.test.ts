@@ -50,8 +50,6 @@ test("a grant waits for the phone's lock where a person chose that", async ({ pa
   await page.getByRole("link", { name: "This phone" }).tap();
   await page.getByRole("button", { name: "Ask before each grant" }).tap();
   await expect(page.getByText("Grants ask for this phone’s lock")).toBeVisible();
-  await page.reload();
-  await expect(page.getByText("Grants ask for this phone’s lock")).toBeVisible();
 
   await page.getByRole("link", { name: "Prompts" }).tap();
   const allow = card(page).getByRole("button", { name: /^Allow/ });
@@ -72,6 +70,10 @@ test("a grant waits for the phone's lock where a person chose that", async ({ pa
   await computer.show([sampleApproval(2, { windowTitle: "Open it?", buttons })]);
   await card(page, "Open it?").getByRole("button", { name: "Cancel" }).tap();
   expect(await computer.request()).toMatchObject({ buttonLabel: "Cancel", isUserVerified: false });
+
+  // The choice is kept. The authenticator goes with the page, and the browser has none of its own.
+  await page.reload();
+  await expect(page.getByText("Grants need this phone’s lock")).toBeVisible();
   computer.disconnect();
 });
 

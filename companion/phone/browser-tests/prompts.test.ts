@@ -21,7 +21,9 @@ test("a grant is a hold: taps do nothing, and say so", async ({ page, relay, com
   const allow = card(page).getByRole("button", { name: "Allow" });
   await allow.tap();
   await allow.tap();
-  await expect(card(page).getByRole("status")).toHaveText("Keep holding the button to confirm: Allow");
+  await expect(card(page).getByRole("status")).toHaveText(
+    "Something is lost. Keep holding the button to confirm: Allow",
+  );
   expect(computer.hasMessages).toBe(false);
   await hold(page, allow, () => expect(card(page).getByRole("status")).toContainText(/Sending|is with/));
   const request = await computer.request();
@@ -35,7 +37,9 @@ test("a keyboard grants by two activations", async ({ page, relay, computer }) =
   await pairByText(page, relay, computer);
   await card(page).getByRole("button", { name: "Allow" }).focus();
   await page.keyboard.press("Enter");
-  await expect(card(page).getByRole("status")).toHaveText("Hold, or activate again, to confirm: Allow");
+  await expect(card(page).getByRole("status")).toHaveText(
+    "Something is lost. Hold, or activate again, to confirm: Allow",
+  );
   expect(computer.hasMessages).toBe(false);
   await page.keyboard.press("Enter");
   expect((await computer.request()).buttonLabel).toBe("Allow");

@@ -79,7 +79,7 @@ test("a grant is a hold: a tap does nothing, and says so", async () => {
   await computer.show([sampleApproval(1)]);
   await page.pair(relay.url, computer.pairingText);
   await card().press("button", /^Allow/);
-  await card().statusIs("Keep holding the button to confirm: Allow");
+  await card().statusIs("Something is lost. Keep holding the button to confirm: Allow");
   expect(computer.hasMessages).toBe(false);
   await page.tab.hold(await card().find("button", /^Allow/), () => card().statusIs(/Sending|is with/));
   expect((await computer.request()).buttonLabel).toBe("Allow");
@@ -95,7 +95,7 @@ for (const key of ["Enter", "Space"] as const) {
     for (let steps = 0; !/^Allow/.test(await focused()) && steps < 40; ++steps) await page.tab.key("Tab");
     expect(await focused()).toMatch(/^Allow/);
     await page.tab.key(key);
-    await card().statusIs("Hold, or activate again, to confirm: Allow");
+    await card().statusIs("Something is lost. Hold, or activate again, to confirm: Allow");
     expect(computer.hasMessages).toBe(false);
     await page.tab.key(key);
     expect((await computer.request()).buttonLabel).toBe("Allow");

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/linux/catalogues/LinuxTranslationsFixture.h"
+#include "support/LinuxTranslationsFixture.h"
 
 namespace quillard::catalogues {
 namespace {

@@ -2,7 +2,7 @@
 #include <sys/fsuid.h>
 #include <sys/stat.h>
 
-#include "platform/linux/catalogues/LinuxTranslationsFixture.h"
+#include "support/LinuxTranslationsFixture.h"
 
 namespace quillard::catalogues {
 namespace {

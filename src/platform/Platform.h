@@ -24,6 +24,7 @@
 #include "platform/shell/StatusItem.h"
 #include "platform/shell/UpdateService.h"
 #include "platform/shell/UserNotifications.h"
+#include "platform/storage/AppendOnlyFile.h"
 #include "platform/storage/SecretStore.h"
 #include "platform/storage/UserDefaults.h"
 
@@ -34,6 +35,7 @@ namespace quillard::platform {
 struct Platform {
   Accessibility& accessibility;
   Application& application;
+  AppendOnlyFile& auditFile;  // What was asked and decided.
   Bundle& bundle;
   Calendar& calendar;
   DesktopCapabilities& capabilities;

@@ -2,6 +2,7 @@
 // Qt's threads and timers, the process itself, files, and a notification server on a bus of the test's own.
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "contract/process/CalendarContract.h"
@@ -26,6 +28,7 @@
 #include "contract/shell/LoginServiceContract.h"
 #include "contract/shell/ReadableStartsContract.h"
 #include "contract/shell/UserNotificationsContract.h"
+#include "contract/storage/AppendOnlyFileContract.h"
 #include "contract/storage/UserDefaultsContract.h"
 #include "platform/linux/storage/FileUserDefaults.h"
 #include "platform/linux/system/AutostartEntry.h"
@@ -35,6 +38,7 @@
 #include "platform/linux/system/RuntimeFolder.h"
 #include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
+#include "platform/posix/PrivateLogFile.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/posix/SystemCalendar.h"
@@ -253,6 +257,46 @@ class FileUserDefaultsBinding final : public UserDefaultsBinding {
   std::optional<xdg::FileUserDefaults> file{std::in_place, folder.path() + "/quillard", executors, console};
 };
 
+// Nothing may become longer than it is.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limited{bytes, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+  ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before); }
+
+ private:
+  rlimit before{};
+};
+
+class PrivateLogFileBinding final : public AppendOnlyFileBinding {
+ public:
+  platform::AppendOnlyFile& file() override { return privateFile; }
+  void meddle(const std::optional<std::string>& contents) override {
+    const std::filesystem::path path = folder.path() + "/quillard/log";
+    if (!contents) {
+      std::filesystem::remove(path);
+      return;
+    }
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << *contents;
+  }
+  std::string aside(const std::string& name) override {
+    return privatedesktop::fileContents(folder.path() + "/quillard/" + name);
+  }
+  // Two bytes more are written, and have to go again.
+  void forbidWriting() override { limit.emplace(std::filesystem::file_size(folder.path() + "/quillard/log") + 2); }
+
+ private:
+  const TemporaryFolder folder;
+  desktop::PrivateLogFile privateFile{folder.path() + "/quillard", "log"};
+  std::optional<FileSizeLimit> limit;
+};
+
 // ---- Shell
 
 class AutostartBinding final : public LoginServiceBinding {
@@ -353,6 +397,8 @@ INSTANTIATE_TEST_SUITE_P(Linux, ConsoleContract, testing::Values(&make<ConsoleBi
 INSTANTIATE_TEST_SUITE_P(Linux, LockFilesContract, testing::Values(&make<LockFilesBinding, FileLocksBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, LocalSocketsContract, testing::Values(&make<LocalSocketsBinding, FileSocketsBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
+INSTANTIATE_TEST_SUITE_P(Linux, AppendOnlyFileContract,
+                         testing::Values(&make<AppendOnlyFileBinding, PrivateLogFileBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, FileUserDefaultsBinding>));
 INSTANTIATE_TEST_SUITE_P(Linux, LoginServiceContract, testing::Values(&make<LoginServiceBinding, AutostartBinding>));

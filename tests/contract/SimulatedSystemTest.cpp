@@ -12,8 +12,10 @@
 #include "contract/shell/LoginServiceContract.h"
 #include "contract/shell/ReadableStartsContract.h"
 #include "contract/shell/UserNotificationsContract.h"
+#include "contract/storage/AppendOnlyFileContract.h"
 #include "contract/storage/SecretStoreContract.h"
 #include "contract/storage/UserDefaultsContract.h"
+#include "platform/simulated/SimulatedAppendOnlyFile.h"
 #include "platform/simulated/SimulatedCalendar.h"
 #include "platform/simulated/SimulatedConsole.h"
 #include "platform/simulated/SimulatedEnvironment.h"
@@ -188,6 +190,19 @@ class SimulatedUserDefaultsBinding final : public UserDefaultsBinding {
   SimulatedUserDefaults simulated;
 };
 
+class SimulatedAppendOnlyFileBinding final : public AppendOnlyFileBinding {
+ public:
+  platform::AppendOnlyFile& file() override { return simulated; }
+  void meddle(const std::optional<std::string>& contents) override { simulated.setContents(contents); }
+  std::string aside(const std::string& name) override {
+    return simulated.asides().at(static_cast<std::size_t>(std::stoi(name.substr(name.rfind('-') + 1)) - 1));
+  }
+  void forbidWriting() override { simulated.failWith(platform::FileCode::noSpace); }
+
+ private:
+  SimulatedAppendOnlyFile simulated;
+};
+
 class SimulatedSecretBinding final : public SecretStoreBinding {
  public:
   platform::SecretStore& store() override { return simulated; }
@@ -258,6 +273,8 @@ INSTANTIATE_TEST_SUITE_P(Simulated, LockFilesContract, testing::Values(&make<Loc
 INSTANTIATE_TEST_SUITE_P(Simulated, LocalSocketsContract,
                          testing::Values(&make<LocalSocketsBinding, SimulatedLocalSocketsBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, RandomContract, testing::Values(RandomCase{makeRandom, makeFailingRandom}));
+INSTANTIATE_TEST_SUITE_P(Simulated, AppendOnlyFileContract,
+                         testing::Values(&make<AppendOnlyFileBinding, SimulatedAppendOnlyFileBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, UserDefaultsContract,
                          testing::Values(&make<UserDefaultsBinding, SimulatedUserDefaultsBinding>));
 INSTANTIATE_TEST_SUITE_P(Simulated, SecretStoreContract,

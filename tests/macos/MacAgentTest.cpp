@@ -66,6 +66,7 @@ class MacAgent : Balance, public AgentWorld {
     const auto simulated = world.platform();
     return {.accessibility = accessibility,
             .application = simulated.application,
+            .auditFile = simulated.auditFile,
             .bundle = simulated.bundle,
             .calendar = simulated.calendar,
             .capabilities = capabilities,

@@ -19,6 +19,7 @@ namespace {
 
 // Of a user without a home: nothing can be made there, so that settings of this run stay in memory.
 constexpr const char* kNowhere = "/dev/null/quillard";
+constexpr const char* kAuditFile = "decisions.log";
 
 atspi::LinuxAccessibilityOptions accessibilityOptions(const platform::Environment& environment) {
   return {.sessionBusAddress = xdg::sessionBusAddress(environment),
@@ -51,6 +52,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       notifications(environment, executors.mainThread()),
       secretStore(environment, xdg::dataFolder(environment).value_or(kNowhere)),
       userDefaults(xdg::configurationFolder(environment).value_or(kNowhere), executors, console),
+      auditFile(xdg::dataFolder(environment).value_or(kNowhere), kAuditFile),
       windowSource(makeWindowSource(environment, executors.mainThread())),
       xWindows(environment.value("DISPLAY")),
       accessibility(accessibilityOptions(environment), *windowSource.windows, executors),
@@ -121,6 +123,7 @@ std::shared_ptr<void> LinuxPlatform::additionalWindowEvents() {
 platform::Platform LinuxPlatform::platform() {
   return {.accessibility = accessibility,
           .application = application,
+          .auditFile = auditFile,
           .bundle = bundle,
           .calendar = calendar,
           .capabilities = capabilities,

@@ -37,6 +37,7 @@
 #include "platform/linux/x11/RunningPrograms.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/linux/x11/XcbWindows.h"
+#include "platform/posix/PrivateLogFile.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/posix/SystemCalendar.h"
@@ -85,6 +86,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   DesktopNotifications notifications;
   xdg::SecretServiceStore secretStore;
   xdg::FileUserDefaults userDefaults;
+  desktop::PrivateLogFile auditFile;
 
   desktop::WindowSource windowSource;
   x11::XcbWindows xWindows;  // Those that take synthetic events. Not asked elsewhere.

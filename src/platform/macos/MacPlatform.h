@@ -24,6 +24,7 @@
 #include "platform/macos/objc/UninterruptedWork.h"
 #include "platform/macos/process/MacLockFiles.h"
 #include "platform/macos/process/MacSocketPeer.h"
+#include "platform/posix/PrivateLogFile.h"
 #include "platform/posix/ProcessEnvironment.h"
 #include "platform/posix/StandardOutput.h"
 #include "platform/posix/SystemCalendar.h"
@@ -72,6 +73,7 @@ struct MacPlatform final : platform::SystemPlatform {
   MacUserNotifications notifications;
   MacSecretStore secretStore;
   MacUserDefaults userDefaults;
+  desktop::PrivateLogFile auditFile;
 
   const std::unique_ptr<platform::SerialExecutor> accessibilityQueue;
   MacAccessibility accessibility;

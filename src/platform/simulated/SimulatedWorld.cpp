@@ -31,6 +31,7 @@ SimulatedWorld::~SimulatedWorld() { virtualTime.shutDown(); }
 Platform SimulatedWorld::platform() {
   return {.accessibility = accessibility(),
           .application = simulatedApplication,
+          .auditFile = simulatedAuditFile,
           .bundle = simulatedBundle,
           .calendar = simulatedCalendar,
           .capabilities = simulatedCapabilities,

@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 #include "platform/simulated/Seed.h"
+#include "platform/simulated/SimulatedAppendOnlyFile.h"
 #include "platform/simulated/SimulatedApplication.h"
 #include "platform/simulated/SimulatedBundle.h"
 #include "platform/simulated/SimulatedCalendar.h"
@@ -57,6 +58,7 @@ class SimulatedWorld {
   SimulatedEnvironment& environment() { return simulatedEnvironment; }
   SimulatedConsole& console() { return simulatedConsole; }
   SimulatedUserDefaults& userDefaults() { return simulatedUserDefaults; }
+  SimulatedAppendOnlyFile& auditFile() { return simulatedAuditFile; }
   SimulatedCalendar& calendar() { return simulatedCalendar; }
   SimulatedDesktop& desktop() { return simulatedDesktop; }
   Accessibility& accessibility() { return simulatedDesktop.accessibility(); }
@@ -90,6 +92,7 @@ class SimulatedWorld {
   SimulatedEnvironment simulatedEnvironment;
   SimulatedConsole simulatedConsole;
   SimulatedUserDefaults simulatedUserDefaults;
+  SimulatedAppendOnlyFile simulatedAuditFile;
   SimulatedCalendar simulatedCalendar;
   SimulatedDesktop simulatedDesktop;
   SimulatedReadableStarts simulatedReadableStarts;

@@ -17,6 +17,13 @@ std::string temporaryFolder() {
   }
 }
 
+// What programs keep of their own for this user.
+std::string dataFolder() {
+  @autoreleasepool {
+    return textFrom(NSHomeDirectory()).value_or("") + "/Library/Application Support/Quillard";
+  }
+}
+
 // The system's own copy, which any thread may read.
 std::optional<std::int32_t> frontmostProcess() {
   const auto application = appkit::frontmostApplication();
@@ -36,6 +43,7 @@ MacPlatform::MacPlatform(int consoleDescriptor)
       localSockets(localSocketTraits(temporaryFolder()), executors.mainThread()),
       lockFiles(temporaryFolder(), executors.mainThread()),
       notifications(executors.mainThread(), bundle),
+      auditFile(dataFolder(), "decisions.log"),
       accessibilityQueue(executors.makeSerialQueue("quillard.accessibility", platform::QualityOfService::standard)),
       accessibility(AXCalls(accessibilityQueue.get()), frontmostProcess, executors),
       workspace(executors.mainThread()),
@@ -49,6 +57,7 @@ MacPlatform::MacPlatform(int consoleDescriptor)
 platform::Platform MacPlatform::platform() {
   return {.accessibility = accessibility,
           .application = application,
+          .auditFile = auditFile,
           .bundle = bundle,
           .calendar = calendar,
           .capabilities = capabilities,

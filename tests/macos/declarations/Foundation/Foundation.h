@@ -182,6 +182,7 @@ typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
 @end
 
 extern "C" {
+NSString* NSHomeDirectory(void);
 NSString* NSTemporaryDirectory(void);
 }
 

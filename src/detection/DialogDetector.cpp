@@ -246,7 +246,15 @@ PendingApproval DialogDetector::approvalOf(const WindowSource& source, const Pro
                                 .readAt = dependencies.clock.continuousTime(),
                                 .showsProgress = showsProgress,
                                 .optionStates = states},
-                               dependencies.stableIDs.stableID(kind));
+                               kindOf(kind));
+}
+
+// What was suppressed in an earlier run is known by the fingerprint of that run.
+Uuid DialogDetector::kindOf(const std::string& identity) const {
+  for (const auto& earlier : dependencies.stableIDs.earlierIDs(identity)) {
+    if (suppressionStore.contains(earlier)) return earlier;
+  }
+  return dependencies.stableIDs.stableID(identity);
 }
 
 PromptPresence DialogDetector::presenceOf(const PendingApproval& approval) { return search.presenceOf(approval); }

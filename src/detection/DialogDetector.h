@@ -105,6 +105,7 @@ class DialogDetector {
   [[nodiscard]] std::vector<PromptCandidate> visibleCandidates(platform::AXReadScope& scope, WindowSources& windows,
                                                                const std::vector<WindowSource>& sources,
                                                                std::vector<std::int32_t>& notLookedUp);
+  [[nodiscard]] Uuid kindOf(const std::string& identity) const;
   [[nodiscard]] PendingApproval approvalOf(const WindowSource& source, const PromptReading& reading,
                                            const JudgedPrompt& judged);
   void confirm(ScanOutcome& outcome);

@@ -26,11 +26,7 @@ Hash keyedHash(const std::array<std::uint8_t, 16>& key, std::string_view text) {
   return hash;
 }
 
-}  // namespace
-
-StableIDs::StableIDs(platform::Random& random) : key(random.identityBytes()) {}
-
-Uuid StableIDs::stableID(std::string_view text) const {
+Uuid fingerprint(const StableIDs::Key& key, std::string_view text) {
   const Hash hash = keyedHash(key, text);
   std::array<std::uint8_t, 16> bytes{};
   for (std::size_t i = 0; i < kHashBytes; ++i) {
@@ -38,6 +34,18 @@ Uuid StableIDs::stableID(std::string_view text) const {
     bytes[kHashBytes + i] = hash[i];      // and the same with its bytes reversed.
   }
   return Uuid{bytes};
+}
+
+}  // namespace
+
+StableIDs::StableIDs(platform::Random& random) : key(random.identityBytes()) {}
+
+Uuid StableIDs::stableID(std::string_view text) const { return fingerprint(key, text); }
+
+std::vector<Uuid> StableIDs::earlierIDs(std::string_view text) const {
+  std::vector<Uuid> ids;
+  for (const auto& earlier : earlierKeys) ids.push_back(fingerprint(earlier, text));
+  return ids;
 }
 
 }  // namespace quillard

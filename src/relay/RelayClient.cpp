@@ -35,8 +35,8 @@ void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool a
   post([contents = std::move(contents), force](RelayClientCore& live) { live.publishSnapshot(contents, force); });
 }
 
-void RelayClient::publishClock(std::vector<NewPhone> newPhones) {
-  post([newPhones = std::move(newPhones)](RelayClientCore& live) { live.publishClock(newPhones); });
+void RelayClient::publishClock(MeetingReports reports) {
+  post([reports = std::move(reports)](RelayClientCore& live) { live.publishClock(reports); });
 }
 
 void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand result) {

@@ -83,8 +83,8 @@ class RelayClient {
                        std::size_t leftOut = 0, ComputerState state = {});
 
   // Tells the phones that are connected what time it is on the agent's clock: a snapshot that was sealed long ago does
-  // not. With it goes which phones have joined unexpectedly. Dropped when the connection is not open.
-  void publishClock(std::vector<NewPhone> newPhones = {});
+  // not. `reports`: what they may have missed. Dropped when the connection is not open.
+  void publishClock(MeetingReports reports = {});
 
   // Sealed with the decision's name and the time. Dropped when the connection is not open.
   void publishResult(std::string decisionID, ApprovalResultCommand result);

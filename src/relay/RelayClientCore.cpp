@@ -26,6 +26,7 @@ std::string stateSignature(const ComputerState& state) {
   std::string signature;
   if (state.isPaused) signature = "+paused" + (state.pausedUntil ? isoDateText(*state.pausedUntil) : std::string{});
   if (state.grantsNeedVerification) signature += "+verified";
+  if (state.revision > 0) signature += "+" + std::to_string(state.revision);
   return signature;
 }
 
@@ -150,11 +151,24 @@ bool RelayClientCore::holdSnapshot(const SnapshotContents& contents, const std::
                                   .encryptedApprovals = *std::move(list),
                                   .approvalCount = static_cast<std::int64_t>(contents.approvals.size()),
                                   .snapshotID = contents.snapshotID};
-  if (contents.state != ComputerState{}) {
-    message.encryptedState = sealed(toJson(contents.state), "state");
-    if (!message.encryptedState) return false;
-  }
+  if (!addState(contents.state, message)) return false;
   outbox.hold(std::move(message), signature);
+  return true;
+}
+
+// Only where there is something to say.
+bool RelayClientCore::addState(const ComputerState& state, MacSnapshotRelayMessage& message) {
+  if (state.isPaused || state.grantsNeedVerification) {
+    message.encryptedState = sealed(toJson(state), "state");
+    return message.encryptedState.has_value();
+  }
+  if (!state.suppressions) return true;
+  auto box = conversation.sealBeside(toJson(state), message.encryptedApprovals);
+  if (const auto* failure = std::get_if<SealingFailure>(&box)) {
+    print("Unable to encrypt relay " + std::string("state: "), failure->description);
+    return false;
+  }
+  message.encryptedState = std::get<EncryptedRelayPayload>(std::move(box));
   return true;
 }
 
@@ -168,9 +182,9 @@ std::optional<EncryptedRelayPayload> RelayClientCore::sealed(const Json& content
   return std::get<EncryptedRelayPayload>(std::move(box));
 }
 
-void RelayClientCore::publishClock(const std::vector<NewPhone>& newPhones) {
+void RelayClientCore::publishClock(const MeetingReports& reports) {
   if (!connection->isOpen()) return;
-  auto clock = sealed(toJson(ClockCommand{dependencies.stampClock.now(), newPhones}), "clock");
+  auto clock = sealed(toJson(ClockCommand{dependencies.stampClock.now(), reports}), "clock");
   if (clock) send(toJson(MacClockRelayMessage{.encryptedClock = *std::move(clock)}), [](bool) {});
 }
 

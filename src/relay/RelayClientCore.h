@@ -44,7 +44,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void connect();
   void disconnect();
   void publishSnapshot(const SnapshotContents& contents, bool force);
-  void publishClock(const std::vector<NewPhone>& newPhones);
+  void publishClock(const MeetingReports& reports);
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
   void unpairPhone(const std::optional<std::string>& deviceID, const std::function<void(bool)>& completion);
 
@@ -63,6 +63,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   std::optional<Command> readCommand(const std::variant<OpenedBox, SealingFailure>& box);
 
   [[nodiscard]] std::optional<EncryptedRelayPayload> sealed(const Json& content, std::string_view what);
+  [[nodiscard]] bool addState(const ComputerState& state, MacSnapshotRelayMessage& message);
   [[nodiscard]] bool holdSnapshot(const SnapshotContents& contents, const std::string& signature);
   void sendLatestSnapshotIfNeeded();
   void send(const Json& message, std::function<void(bool)> completion);

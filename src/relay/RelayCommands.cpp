@@ -19,7 +19,8 @@ ApprovalRequestCommand readRequest(JsonReader& reader) {
 void readMembers(JsonReader& reader, ApprovalRequestCommand& command) { command = readRequest(reader); }
 
 void readMembers(JsonReader& reader, ApprovalSuppressionCommand& command) {
-  command = {reader.string("action"), reader.optionalUuid("approvalID"), reader.uuid("suppressionID")};
+  command = {reader.string("action"), reader.optionalUuid("approvalID"), reader.uuid("suppressionID"),
+             reader.optionalInteger("lasts", 0, kLongestSuppression)};
 }
 
 void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
@@ -30,7 +31,8 @@ void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
              reader.optionalString("reason"),
              reader.optionalString("decisionID"),
              readOptionalClockStamp(reader, "clock"),
-             reader.optionalString("decidedBy")};
+             reader.optionalString("decidedBy"),
+             readOptionalLogHead(reader, "logHead")};
 }
 
 NewPhone readNewPhone(JsonReader& reader) {
@@ -39,13 +41,16 @@ NewPhone readNewPhone(JsonReader& reader) {
 }
 
 void readMembers(JsonReader& reader, ClockCommand& command) {
-  command = {reader.object("clock", readClockStamp)};
-  if (reader.member("newPhones")) command.newPhones = reader.objects("newPhones", readNewPhone);
+  command = {reader.object("clock", readClockStamp),
+             {.suppressions = readOptionalSuppressions(reader), .log = readOptionalLogExcerpt(reader)}};
+  if (reader.member("newPhones")) command.reports.newPhones = reader.objects("newPhones", readNewPhone);
 }
 
 void readMembers(JsonReader& reader, ComputerState& state) {
-  state = {reader.boolean("isPaused"), reader.optionalDate("pausedUntil"),
-           reader.optionalBoolean("grantsNeedVerification").value_or(false)};
+  state = {.isPaused = reader.boolean("isPaused"),
+           .pausedUntil = reader.optionalDate("pausedUntil"),
+           .grantsNeedVerification = reader.optionalBoolean("grantsNeedVerification").value_or(false),
+           .suppressions = readOptionalSuppressions(reader)};
 }
 
 void readMembers(JsonReader& reader, ApprovalRequestEnvelope& envelope) {
@@ -66,6 +71,7 @@ Json toJson(const ApprovalSuppressionCommand& command) {
   Json json{{"action", command.action}};
   if (command.approvalID) json["approvalID"] = command.approvalID->text();
   json["suppressionID"] = command.suppressionID.text();
+  if (command.lasts) json["lasts"] = *command.lasts;
   return json;
 }
 
@@ -77,18 +83,21 @@ Json toJson(const ApprovalResultCommand& command) {
   if (command.decisionID) json["decisionID"] = *command.decisionID;
   if (command.clock) json["clock"] = toJson(*command.clock);
   if (command.decidedBy) json["decidedBy"] = *command.decidedBy;
+  if (command.logHead) json["logHead"] = toJson(*command.logHead);
   return json;
 }
 
 Json toJson(const ClockCommand& command) {
   Json json{{"clock", toJson(command.clock)}};
-  for (const auto& phone : command.newPhones) {
+  for (const auto& phone : command.reports.newPhones) {
     json["newPhones"].push_back({{"id", phone.id.text()},
                                  {"deviceID", phone.deviceID},
                                  {"name", phone.name},
                                  {"earlierName", phone.earlierName},
                                  {"since", isoDateText(phone.since)}});
   }
+  if (command.reports.suppressions) json.update(toJson(*command.reports.suppressions));
+  if (command.reports.log) json["log"] = toJson(*command.reports.log);
   return json;
 }
 
@@ -96,6 +105,7 @@ Json toJson(const ComputerState& state) {
   Json json{{"isPaused", state.isPaused}};
   if (state.pausedUntil) json["pausedUntil"] = isoDateText(*state.pausedUntil);
   if (state.grantsNeedVerification) json["grantsNeedVerification"] = true;
+  if (state.suppressions) json.update(toJson(*state.suppressions));
   return json;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "foundation/StrictJson.h"
 #include "foundation/Uuid.h"
 #include "relay/ClockStamp.h"
+#include "relay/PhoneReports.h"
 #include "values/Time.h"
 
 // The commands of phone and agent inside sealed payloads, which the relay cannot read.
@@ -30,6 +32,9 @@ struct ApprovalRequestCommand {
   bool operator==(const ApprovalRequestCommand&) const = default;
 };
 
+// A year and a day.
+inline constexpr std::int64_t kLongestSuppression = std::int64_t{366} * 86400;
+
 inline constexpr std::string_view kSuppressAction = "suppress";
 inline constexpr std::string_view kUnsuppressAction = "unsuppress";
 inline constexpr std::string_view kRemovePhoneAction = "removePhone";
@@ -40,6 +45,9 @@ struct ApprovalSuppressionCommand {
   std::string action;  // One of the three above; the agent ignores others.
   std::optional<Uuid> approvalID;
   Uuid suppressionID;  // The `suppressionID` of a `PendingApproval`; to remove a phone, its `NewPhone::id`.
+  // How many seconds it is to last; 0: until somebody ends it. Absent, as phones leave it that do not know it: until
+  // the agent ends.
+  std::optional<std::int64_t> lasts = std::nullopt;
   bool operator==(const ApprovalSuppressionCommand&) const = default;
 };
 
@@ -64,6 +72,7 @@ struct ApprovalResultCommand {
   std::optional<ClockStamp> clock = std::nullopt;        // When it was sealed.
   // The name of the phone that decided, for phones of other pairings. Absent: it is not known which of several it was.
   std::optional<std::string> decidedBy = std::nullopt;
+  std::optional<LogHead> logHead = std::nullopt;  // The log's newest entry: this outcome's, or a later one.
   bool operator==(const ApprovalResultCommand&) const = default;
 };
 
@@ -78,19 +87,30 @@ struct NewPhone {
 };
 inline constexpr std::size_t kMostNewPhones = 8;
 
-// Agent to phone, by itself: what time it is on the agent's clock, and which phones have joined unexpectedly. Phones
-// that know nothing of those read the time alone.
+// What a phone that comes back is told besides. Absent: nothing is said of it.
+struct MeetingReports {
+  std::vector<NewPhone> newPhones{};
+  std::optional<SuppressionReports> suppressions = std::nullopt;
+  std::optional<LogExcerpt> log = std::nullopt;
+  bool operator==(const MeetingReports&) const = default;
+};
+
+// Agent to phone, when one comes online: what time it is on the agent's clock, and what it may have missed. Phones that
+// know nothing of the reports read the time alone.
 struct ClockCommand {
   ClockStamp clock;
-  std::vector<NewPhone> newPhones{};
+  MeetingReports reports{};
   bool operator==(const ClockCommand&) const = default;
 };
 
-// Agent to phone, with a list.
+// Agent to phone, with the list: why it is empty, or what is not in it.
 struct ComputerState {
   bool isPaused = false;                           // Phones are not told of prompts now, whether any wait or not.
   std::optional<Date> pausedUntil = std::nullopt;  // Only while paused. Absent: until somebody there ends the pause.
   bool grantsNeedVerification = false;             // A grant without `isUserVerified` is refused.
+  std::optional<SuppressionReports> suppressions = std::nullopt;  // Absent: nothing is said of it.
+  // States that differ in it are told to the phones even where the list is the same. Not part of the JSON.
+  std::int64_t revision = 0;
   bool operator==(const ComputerState&) const = default;
 };
 

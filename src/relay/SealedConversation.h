@@ -31,6 +31,10 @@ class SealedConversation {
   SealedConversation(Secret cryptoSecret, platform::Random& random);
 
   [[nodiscard]] std::variant<EncryptedRelayPayload, SealingFailure> seal(const Json& value);
+  // The same for what goes with a box that was just sealed here, once for each: its nonce is made of that one's by a
+  // hash, and so is as good as a random one.
+  [[nodiscard]] std::variant<EncryptedRelayPayload, SealingFailure> sealBeside(const Json& value,
+                                                                               const EncryptedRelayPayload& other);
 
   // However often it was opened before: for who knows by the `boxID` what to do about that.
   [[nodiscard]] std::variant<OpenedBox, SealingFailure> open(const EncryptedRelayPayload& payload);
@@ -38,6 +42,8 @@ class SealedConversation {
   [[nodiscard]] std::variant<OpenedBox, SealingFailure> openOnce(const EncryptedRelayPayload& payload);
 
  private:
+  std::variant<EncryptedRelayPayload, SealingFailure> seal(const Json& value, platform::Random& nonces);
+
   Secret cryptoSecret;
   platform::Random& random;
   SealedBoxMemory sealedHere;

@@ -92,6 +92,15 @@ const Uuid& Questions::kindOf(const std::string& program) {
   return known->second.id;
 }
 
+std::string Questions::programAsking(const Uuid& kind) const {
+  const auto found = std::find_if(kinds.begin(), kinds.end(), [&](const auto& one) { return one.second.id == kind; });
+  return found == kinds.end() ? std::string() : found->first;
+}
+
+void Questions::remember(const std::string& program, const Uuid& kind) {
+  if (kinds.size() < kMostKinds) kinds.emplace(program, Kind{kind, dependencies.clock.monotonicNow()});
+}
+
 void Questions::forgetAKind() {
   const auto rank = [this](const auto& entry) { return std::pair(isMuted(entry.second), entry.second.askedAt); };
   kinds.erase(std::min_element(kinds.begin(), kinds.end(),
@@ -136,8 +145,10 @@ void Questions::deliver(Question& question, std::string_view label, AnsweredBy b
   const auto button = std::find_if(buttons.begin(), buttons.end(), [&](const auto& one) { return one.label == label; });
   question.onTaken = std::move(onTaken);
   question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { notTakenInTime(id); });
+  const QuestionAnswer answer{button->label, static_cast<std::size_t>(button - buttons.begin()), by};
+  question.answer = answer;
   const auto told = question.events.onAnswer;
-  told({button->label, static_cast<std::size_t>(button - buttons.begin()), by});
+  told(answer);
 }
 
 bool Questions::taken(const Uuid& id) {
@@ -189,14 +200,17 @@ void Questions::stop() {
 
 void Questions::end(Place place, QuestionEnd why) {
   const auto told = place->events.onEnd;
-  remove(place, /*wasTaken=*/false);
+  remove(place, /*wasTaken=*/false, why);
   told(why);
 }
 
-void Questions::remove(Place place, bool wasTaken) {
+void Questions::remove(Place place, bool wasTaken, std::optional<QuestionEnd> end) {
   auto onTaken = std::move(place->onTaken);
-  dependencies.store.remove(place->id, Seconds::zero());
+  const auto id = place->id;
+  const auto answer = place->answer;
+  dependencies.store.remove(id, Seconds::zero());
   questions.erase(place);
+  callbacks.onOver(id, answer, wasTaken, end);
   if (onTaken) {
     dependencies.mainThread.post(scope.bind([onTaken = std::move(onTaken), wasTaken] { onTaken(wasTaken); }));
   }

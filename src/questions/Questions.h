@@ -73,6 +73,11 @@ struct QuestionsCallbacks {
   std::function<bool()> isPaused;
   // The store holds other questions than before.
   std::function<void()> onChanged;
+  // A question is over, before `onChanged`. `answer`: what it was given, taken or not; absent: nothing. `end`: absent
+  // when the answer was taken, and when the program went away.
+  std::function<void(const Uuid& id, const std::optional<QuestionAnswer>& answer, bool wasTaken,
+                     std::optional<QuestionEnd> end)>
+      onOver = [](const Uuid&, const std::optional<QuestionAnswer>&, bool, std::optional<QuestionEnd>) {};
 };
 
 // The questions of programs that wait for an answer. Each is a `PendingApproval` of the store, under an identity of its
@@ -117,6 +122,11 @@ class Questions {
 
   // Whether a phone may be there was asked for at this moment: to be called when it changes.
   void phonesChanged();
+  // The program of that kind, for as long as it is remembered: its executable, or words where that is not known. Empty:
+  // there is none.
+  [[nodiscard]] std::string programAsking(const Uuid& kind) const;
+  // What a program asks is of that kind, as in an earlier run. Nothing happens where it is known already.
+  void remember(const std::string& program, const Uuid& kind);
   // Ends what the programs of that kind ask.
   void mute(const Uuid& suppressionID);
   // Ends all.
@@ -133,6 +143,7 @@ class Questions {
     QuestionEvents events;
     bool sawPhone = false;
     std::function<void(bool)> onTaken;  // Present once it is answered.
+    std::optional<QuestionAnswer> answer{};
     platform::TaskHandle timeout;
   };
   // What mutes a program.
@@ -155,7 +166,7 @@ class Questions {
   void notTakenInTime(const Uuid& id);
   void deliver(Question& question, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
   // Takes it from the list and the store, and tells whoever answered it.
-  void remove(Place place, bool wasTaken);
+  void remove(Place place, bool wasTaken, std::optional<QuestionEnd> end = std::nullopt);
   void end(Place place, QuestionEnd why);
 
   const QuestionsDependencies dependencies;

@@ -2,6 +2,7 @@
 
 #include "agent/AgentCommands.h"
 #include "agent/PhoneCommands.h"
+#include "agent/SuppressionCommands.h"
 #include "approvals/ApprovalStore.h"
 #include "channel/ChannelServer.h"
 #include "platform/process/Console.h"
@@ -25,7 +26,8 @@ struct AgentChannelDependencies {
 class AgentChannel {
  public:
   AgentChannel(const AgentChannelDependencies& dependencies, const QuestionsDependencies& questionsDependencies,
-               QuestionsCallbacks questionsCallbacks, AgentCommandActions actions, PhoneCommandActions phoneActions);
+               QuestionsCallbacks questionsCallbacks, AgentCommandActions actions, PhoneCommandActions phoneActions,
+               SuppressionCommandActions suppressionActions);
   ~AgentChannel();
   AgentChannel(const AgentChannel&) = delete;
   AgentChannel& operator=(const AgentChannel&) = delete;
@@ -44,6 +46,7 @@ class AgentChannel {
   QuestionCommands questionCommands;
   AgentCommands agentCommands;
   PhoneCommands phoneCommands;
+  SuppressionCommands suppressionCommands;
   ChannelServer server;  // Last: its sessions refer to the commands.
 };
 

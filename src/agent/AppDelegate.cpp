@@ -6,6 +6,7 @@
 
 #include "agent/DesktopApprovalPress.h"
 #include "agent/FallbackStatusSnapshot.h"
+#include "agent/LogReports.h"
 #include "agent/QuestionPress.h"
 #include "agent/configuration/AgentConfiguration.h"
 #include "status/StatusTexts.h"
@@ -29,6 +30,15 @@ std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date n
   return lines;
 }
 
+std::vector<MutedKind> mutedKinds(const std::vector<Suppression>& suppressions, Date now) {
+  std::vector<MutedKind> kinds;
+  for (const auto& one : suppressions) {
+    kinds.push_back({.id = one.id, .program = one.kind.appName, .title = one.kind.windowTitle});
+    if (one.until) kinds.back().remaining = std::max<Seconds>(*one.until - now, Seconds::zero());
+  }
+  return kinds;
+}
+
 }  // namespace
 
 AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews)
@@ -40,6 +50,11 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       suppressionStore(platform.userDefaults),
       store(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}), platform.clock,
             platform.random),
+      auditLog(auditLogDependencies()),
+      audit({auditLog, platform.clock,
+             [this] {
+               return AgentConfiguration::logKeepsTexts({this->platform.environment, &this->platform.userDefaults});
+             }}),
       stampClock(platform.clock, platform.random),
       instanceGuard({platform.application, platform.workspace, platform.lockFiles, platform.executors.mainThread()}),
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
@@ -58,19 +73,23 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
-      decisions(
-          {store, makeApprovalPress(), platform.executors.mainThread(), stampClock,
-           [this] { return grantsNeedVerification(); }},
-          {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
-           .onResult = [this](const auto& decision, const auto& result) { relay.publishResult(decision, result); },
-           .onDecided = [this](const auto& decision, const auto& result) { relay.publishOutcome(decision, result); }}),
+      suppressions({suppressionStore, platform.userDefaults, platform.clock, store, audit,
+                    [this]() -> Questions& { return channel.questions(); }},
+                   promptSuppressionsCallbacks()),
+      decisions({store, makeApprovalPress(), platform.executors.mainThread(), stampClock,
+                 [this] { return grantsNeedVerification(); }},
+                {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
+                 .onResult = [this](const auto& decision,
+                                    const auto& result) { relay.publishResult(decision, withLogHead(result)); },
+                 .onBegun = [this](const auto& decision) { decisionBegan(decision); },
+                 .onDecided = [this](const auto& decision, const auto& result) { decisionEnded(decision, result); }}),
       relay({.pairing = pairingDependencies(platform),
              .session = {pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets,
                          platform.clock, platform.random, platform.console, stampClock}},
             phonePairingsCallbacks()),
       channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
               {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
-              questionsCallbacks(), agentCommandActions(), phoneCommandActions()) {}
+              questionsCallbacks(), agentCommandActions(), phoneCommandActions(), suppressionCommandActions()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -82,7 +101,10 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::start() {
   channel.start();
-  suppressionStore.forgetEarlierRuns();  // Only the agent that runs does so: the settings are shared.
+  // Only the agent that runs does so: the settings and the log are shared.
+  detection.setEarlierFingerprintKeys(suppressions.open(detection.fingerprintKey()));
+  auditLog.open();
+  audit.note(audit_events::kStarted);
   menu.configureApplicationMenu();
   status.configureMenuBar();
   permissionWatch.observeAccessibilityPermission();
@@ -135,11 +157,13 @@ void AppDelegate::quit() { platform.application.terminate(); }
 
 void AppDelegate::pauseNotifications(NotificationPauseOption option) {
   notificationPause.begin(option);
+  audit.note(audit_events::kPaused, notificationPause.snapshot().pausedUntil);
   announcer.forget();
   publishAndRefresh(/*force=*/false);
 }
 
 void AppDelegate::resumeNotifications() {
+  if (notificationPause.isPaused()) audit.note(audit_events::kResumed);
   notificationPause.end();
   publishAndRefresh(/*force=*/false);
 }
@@ -181,7 +205,8 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
                                       : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
           .questions = waitingQuestions(),
-          .programs = isTrusted ? programs.newest() : ProgramReadability{}};
+          .programs = isTrusted ? programs.newest() : ProgramReadability{},
+          .muted = mutedKinds(suppressions.all(), platform.clock.now())};
 }
 
 std::vector<WaitingQuestion> AppDelegate::waitingQuestions() const {
@@ -207,6 +232,7 @@ std::optional<std::size_t> AppDelegate::publishScan(const ScanOutcome& outcome) 
   scanProblem = ScanProblem::of(outcome);
   const auto missedCount = store.merge(outcome);
   const auto current = store.all();
+  audit.approvalsChanged(current);
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
   announcer.announce(current, notificationPause.isPaused());
   status.updateStatus(static_cast<std::int64_t>(current.size()));
@@ -221,6 +247,7 @@ void AppDelegate::accessibilityWasGranted() {
 
 void AppDelegate::forgetApprovals() {
   scanProblem = {};
+  audit.lostSight();
   store.replace({});
   announcer.forget();
   status.updateStatus(static_cast<std::int64_t>(channel.questions().openCount()));
@@ -228,6 +255,7 @@ void AppDelegate::forgetApprovals() {
 }
 
 void AppDelegate::pendingApprovalsChanged() {
+  audit.approvalsChanged(store.all());
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
   status.updateStatus(static_cast<std::int64_t>(store.all().size()));
 }
@@ -287,19 +315,24 @@ void AppDelegate::relayStatusChanged() {
 }
 
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
-  if (command.action == kSuppressAction) {
-    suppressionStore.suppress(command.suppressionID);
-    channel.questions().mute(command.suppressionID);
-    store.removeSuppressed(command.suppressionID);
-    pendingApprovalsChanged();
-    detection.scheduleScanAfterChange("suppressed", /*scansAnyway=*/false);
-  } else if (command.action == kUnsuppressAction) {
-    suppressionStore.unsuppress(command.suppressionID);
-    detection.scheduleScan("unsuppressed");
-  } else if (command.action == kRemovePhoneAction) {
-    const auto name = relay.removeNewPhone(command.suppressionID);
-    if (name) announcer.tell("phone-removed", "A phone has had " + *name + " removed.", /*isLogged=*/true);
-  }
+  if (command.action != kRemovePhoneAction) return suppressions.handle(command);
+  const auto name = relay.removeNewPhone(command.suppressionID);
+  if (name) announcer.tell("phone-removed", "A phone has had " + *name + " removed.", /*isLogged=*/true);
+}
+
+void AppDelegate::decisionBegan(const ApprovalRequestEnvelope& decision) {
+  const auto approval = store.approval(decision.command.approvalID);
+  audit.decisionBegan(decision, approval ? &*approval : nullptr, relay.decidersOf(decision));
+}
+
+void AppDelegate::decisionEnded(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
+  audit.decisionEnded(decision, result, relay.decidersOf(decision));
+  relay.publishOutcome(decision, withLogHead(result));
+}
+
+ApprovalResultCommand AppDelegate::withLogHead(ApprovalResultCommand result) const {
+  if (auditLog.head().sequence > 0) result.logHead = logHead(auditLog, platform.clock.now());
+  return result;
 }
 
 bool AppDelegate::grantsNeedVerification() const {
@@ -311,7 +344,9 @@ ApprovalSnapshot AppDelegate::approvalSnapshot() {
   ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted(),
                             .state = {.isPaused = pause.isPaused(),
                                       .pausedUntil = pause.pausedUntil,
-                                      .grantsNeedVerification = grantsNeedVerification()}};
+                                      .grantsNeedVerification = grantsNeedVerification(),
+                                      .suppressions = suppressions.reports(),
+                                      .revision = suppressions.revision()}};
   if (pause.isPaused()) return snapshot;
   snapshot.approvals = store.all();
   // What programs ask needs no permission.
@@ -326,6 +361,35 @@ void AppDelegate::publishAndRefresh(bool force) {
 
 // ---- What the owners are handed
 
+AuditLogDependencies AppDelegate::auditLogDependencies() {
+  return {platform.auditFile, platform.userDefaults, platform.clock, platform.console, [this] {
+            const AgentConfiguration::Sources sources{platform.environment, &platform.userDefaults};
+            return AuditLimits{.bytes = AgentConfiguration::logSize(sources),
+                               .age = AgentConfiguration::logAge(sources)};
+          }};
+}
+
+PromptSuppressionsCallbacks AppDelegate::promptSuppressionsCallbacks() {
+  return {.onSuppressed =
+              [this] {
+                pendingApprovalsChanged();
+                detection.scheduleScanAfterChange("suppressed", /*scansAnyway=*/false);
+              },
+          .onUnsuppressed = [this] { detection.scheduleScan("unsuppressed"); },
+          .onListChanged = [this] { publishAndRefresh(/*force=*/false); }};
+}
+
+SuppressionCommandActions AppDelegate::suppressionCommandActions() {
+  return {.all = [this] { return suppressions.all(); },
+          .undo = [this](const Uuid& id) { return suppressions.undo(id); },
+          .setEnd = [this](const Uuid& id, const SuppressionEnd& end) { return suppressions.setEnd(id, end); }};
+}
+
+MeetingReports AppDelegate::meetingReports() {
+  return {.suppressions = suppressions.reports().value_or(SuppressionReports{}),
+          .log = logExcerpt(auditLog, platform.clock.now())};
+}
+
 PermissionWatchEvents AppDelegate::permissionWatchEvents() {
   return {.onGranted = [this] { accessibilityWasGranted(); },
           .onRevoked = [this] { forgetApprovals(); },
@@ -334,6 +398,8 @@ PermissionWatchEvents AppDelegate::permissionWatchEvents() {
               [this] {
                 notificationPause.resumeAfterSleepIfNeeded();
                 relay.askAgainIfDue();
+                suppressions.endDue();
+                auditLog.tend();
               }};
 }
 
@@ -365,7 +431,9 @@ std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {
 QuestionsCallbacks AppDelegate::questionsCallbacks() {
   return {.phoneReach = [this] { return phoneReach(); },
           .isPaused = [this] { return notificationPause.isPaused(); },
-          .onChanged = [this] { questionsChanged(); }};
+          .onChanged = [this] { questionsChanged(); },
+          .onOver = [this](const Uuid& id, const auto& answer, bool wasTaken,
+                           auto end) { audit.questionEnded(id, answer, wasTaken, end); }};
 }
 
 AgentCommandActions AppDelegate::agentCommandActions() {
@@ -398,7 +466,11 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
                 relayStatusChanged();
                 channel.questions().phonesChanged();
               },
-          .onPairingEnding = [this](int pairing) { decisions.forget(pairing); },
+          .onPairingEnding =
+              [this](int pairing) {
+                decisions.forget(pairing);
+                audit.pairingEnded(pairing);
+              },
           .onPairingForgotten =
               [this](int pairing) {
                 status.forgetPairingCode();
@@ -423,7 +495,8 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
                                phone.name + " has paired with the code of " + phone.earlierName +
                                    ". If you do not know it, unpair it in Quillard's window.",
                                /*isLogged=*/true);
-              }};
+              },
+          .meetingReports = [this] { return meetingReports(); }};
 }
 
 StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
@@ -452,7 +525,8 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
         (void)self.channel.questions().answer(id, label, AnsweredBy::computer, [](bool) {});
       }),
       .onMakeReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.makeReadable(entry); }),
-      .onUndoReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.undo(entry); })};
+      .onUndoReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.undo(entry); }),
+      .onUnmute = weakly([](AppDelegate& self, const Uuid& kind) { (void)self.suppressions.undo(kind); })};
 }
 
 }  // namespace quillard

@@ -10,6 +10,7 @@
 #include "agent/AgentChannel.h"
 #include "agent/ApplicationMenu.h"
 #include "agent/ApprovalAnnouncer.h"
+#include "agent/DecisionAudit.h"
 #include "agent/DecisionRunner.h"
 #include "agent/InstanceGuard.h"
 #include "agent/NotificationPause.h"
@@ -17,12 +18,14 @@
 #include "agent/PhonePairings.h"
 #include "agent/ProgramWatch.h"
 #include "agent/PromptDetection.h"
+#include "agent/PromptSuppressions.h"
 #include "agent/SettingsChange.h"
 #include "agent/StatusPresenter.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/ScanOutcome.h"
+#include "audit/AuditLog.h"
 #include "platform/Platform.h"
 #include "relay/ClockStamp.h"
 #include "relay/PairingConfiguration.h"
@@ -97,6 +100,10 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();
   void approvalWasAnswered(const Uuid& approvalID);
+  void decisionBegan(const ApprovalRequestEnvelope& decision);
+  void decisionEnded(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result);
+  // With the newest entry of the log.
+  [[nodiscard]] ApprovalResultCommand withLogHead(ApprovalResultCommand result) const;
   void relayStatusChanged();
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);
   [[nodiscard]] bool grantsNeedVerification() const;
@@ -106,6 +113,10 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void publishAndRefresh(bool force);
 
   // ---- What the owners are handed.
+  [[nodiscard]] AuditLogDependencies auditLogDependencies();
+  [[nodiscard]] PromptSuppressionsCallbacks promptSuppressionsCallbacks();
+  [[nodiscard]] SuppressionCommandActions suppressionCommandActions();
+  [[nodiscard]] MeetingReports meetingReports();
   [[nodiscard]] PermissionWatchEvents permissionWatchEvents();
   [[nodiscard]] PromptDetectionDependencies promptDetectionDependencies();
   [[nodiscard]] std::unique_ptr<ApprovalPress> makeApprovalPress();
@@ -122,6 +133,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   PairingConfiguration pairingConfiguration;
   ApprovalSuppressionStore suppressionStore;
   ApprovalStore store;
+  AuditLog auditLog;
+  DecisionAudit audit;
   ScanProblem scanProblem;  // Of the newest scan that counted.
   StampClock stampClock;
   // The owners. What they use while they are destroyed stands above them; their callbacks into this class do not run
@@ -134,6 +147,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   ApplicationMenu menu;
   ProgramWatch programs;
   PromptDetection detection;
+  PromptSuppressions suppressions;
   DecisionRunner decisions;  // Presses with the detection's detector.
   PhonePairings relay;
   AgentChannel channel;  // Its questions are answered by the decisions.

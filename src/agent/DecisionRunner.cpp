@@ -48,6 +48,7 @@ void DecisionRunner::carryOutNextDecision() {
   if (isStopped) return;
   const auto next = decisions.begin();
   if (!next) return;
+  events.onBegun(next->decision);
   if (isTooLate(next->decision, next->receivedAt)) {
     refuseAsTooLate(next->decision);
   } else {

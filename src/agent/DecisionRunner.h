@@ -32,6 +32,8 @@ struct DecisionRunnerEvents {
   // What the phone is to be answered: once for each decision that was received and not forgotten since, and once more
   // for each time that it is received after that.
   std::function<void(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result)> onResult;
+  // The turn of a decision has come, and nothing was done about it yet: once.
+  std::function<void(const ApprovalRequestEnvelope& decision)> onBegun = [](const auto&) {};
   // What became of a decision whose turn came: once, before `onResult`.
   std::function<void(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result)> onDecided =
       [](const auto&, const auto&) {};

@@ -180,6 +180,15 @@ std::vector<std::string> PhonePairings::presentAt(const ApprovalRequestEnvelope&
   return found == arrivals.end() ? std::vector<std::string>{} : found->present;
 }
 
+std::vector<std::string> PhonePairings::decidersOf(const ApprovalRequestEnvelope& decision) const {
+  const auto present = presentAt(decision);
+  std::vector<std::string> names;
+  for (const auto& phone : roster.phonesOf(pairingIDOf(decision.pairing))) {
+    if (std::find(present.begin(), present.end(), phone.deviceID) != present.end()) names.push_back(phone.name);
+  }
+  return names;
+}
+
 bool PhonePairings::isAnyUsable() const {
   return !first->isPairingRevoked() || std::any_of(furtherOnes.begin(), furtherOnes.end(), [&](const auto& one) {
     return !one->isEnding && offeredNumber != one->number && !one->session->isPairingRevoked();
@@ -212,7 +221,6 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           },
       .onSuppressionCommand = callbacks.onSuppressionCommand,
       .onStatusChange = [this, pairing] { sessionStatusChanged(pairing); },
-      .newPhones = [this] { return newPhones(); },
       .onPairingForgotten = [this, pairing] { pairingForgotten(pairing); },
       .onPairingRenewed =
           [this] {
@@ -224,7 +232,13 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           [this, pairing] {
             dependencies.session.executors.mainThread().post(scope.bind([this, pairing] { furtherEnded(pairing); }));
           },
-      .onPairingEnding = [this, pairing](const auto& revocation) { pairingEnding(pairing, revocation); }};
+      .onPairingEnding = [this, pairing](const auto& revocation) { pairingEnding(pairing, revocation); },
+      .meetingReports =
+          [this] {
+            auto reports = callbacks.meetingReports();
+            reports.newPhones = newPhones();
+            return reports;
+          }};
 }
 
 PhonePairings::Further& PhonePairings::addFurther(int pairing) {

@@ -50,6 +50,7 @@ struct PhonePairingsCallbacks {
   // A phone has granted something for the first time, within an hour after it joined.
   std::function<void(const FirstGrant&)> onFirstGrant = [](const FirstGrant&) {};
   std::function<void(const UnexpectedPhone&)> onUnexpectedPhone = [](const UnexpectedPhone&) {};
+  std::function<MeetingReports()> meetingReports = [] { return MeetingReports{}; };  // See RelaySessionCallbacks.
 };
 
 // One line of the list of phones.
@@ -99,6 +100,8 @@ class PhonePairings {
   void publishResult(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result);
   // What became of a decision: to the phones of the other pairings, and for the list of phones.
   void publishOutcome(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result);
+  // The names of the phones that may have made it: those of its pairing that were connected when it came.
+  [[nodiscard]] std::vector<std::string> decidersOf(const ApprovalRequestEnvelope& decision) const;
 
   // Of all together: connected if one is, and the phones of all.
   [[nodiscard]] RelayConnectionStatus status() const;

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "agent/ScanScheduler.h"
 #include "agent/configuration/AgentConfiguration.h"
@@ -81,6 +83,10 @@ class PromptDetection {
 
   [[nodiscard]] DialogDetector& detector();
 
+  // See StableIDs. The latter before anything is detected.
+  [[nodiscard]] const StableIDs::Key& fingerprintKey() const { return stableIDs.ownKey(); }
+  void setEarlierFingerprintKeys(std::vector<StableIDs::Key> keys) { stableIDs.setEarlierKeys(std::move(keys)); }
+
  private:
   void startPromptDetection();
   void startToWatch();
@@ -88,7 +94,7 @@ class PromptDetection {
 
   const PromptDetectionDependencies dependencies;
   const PromptDetectionCallbacks callbacks;
-  const StableIDs stableIDs;
+  StableIDs stableIDs;
   platform::TaskHandle startDetectionTask;
   std::unique_ptr<DialogDetector> madeDetector;
   std::unique_ptr<DialogScanWorker> madeScanWorker;

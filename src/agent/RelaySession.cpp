@@ -235,7 +235,7 @@ void RelaySession::relayStatusChanged(const RelayConnectionStatus& status) {
 }
 
 void RelaySession::publishClock() {
-  if (relayClient && !pairingResetInProgress) relayClient->publishClock(callbacks.newPhones());
+  if (relayClient && !pairingResetInProgress) relayClient->publishClock(callbacks.meetingReports());
 }
 
 void RelaySession::publishCurrentApprovalSnapshot(bool force) {

@@ -53,7 +53,6 @@ struct RelaySessionCallbacks {
   std::function<void(const ApprovalRequestEnvelope&)> onApprovalRequest;
   std::function<void(const ApprovalSuppressionCommand&)> onSuppressionCommand;
   std::function<void()> onStatusChange;
-  std::function<std::vector<NewPhone>()> newPhones = [] { return std::vector<NewPhone>{}; };
   // The identity is about to be replaced, and the old connection is gone: whoever was paired has no say any more. Only
   // somebody at this computer can bring that about.
   std::function<void()> onPairingForgotten;
@@ -66,6 +65,8 @@ struct RelaySessionCallbacks {
   // there is nothing to be told.
   std::function<void(const std::optional<UnsentRevocation>&)> onPairingEnding =
       [](const std::optional<UnsentRevocation>&) {};
+  // What phones are told when one comes online.
+  std::function<MeetingReports()> meetingReports = [] { return MeetingReports{}; };
 };
 
 // The agent's side of the relay: registers the installation's token, keeps the connection, tells the phones what is

@@ -30,8 +30,9 @@ std::optional<std::string> applyTunable(const Tunable& tunable, const std::optio
     return std::nullopt;
   }
   if (AgentConfiguration::setTunable(tunable, *value, settings)) return std::nullopt;
-  return std::string(tunable.name) +
-         (tunable.kind == TunableKind::onOff ? " is on or off." : " is a number of seconds greater than 0.");
+  return std::string(tunable.name) + (tunable.kind == TunableKind::onOff   ? " is on or off."
+                                      : tunable.kind == TunableKind::bytes ? " is a number of bytes greater than 0."
+                                                                           : " is a number of seconds greater than 0.");
 }
 
 }  // namespace

@@ -28,6 +28,16 @@ struct WaitingQuestion {
   bool operator==(const WaitingQuestion&) const = default;
 };
 
+// A kind of prompt that is muted.
+struct MutedKind {
+  Uuid id;
+  std::string program;                 // Empty: not known.
+  std::string title;                   // The same.
+  std::optional<Seconds> remaining{};  // How long it still is. Absent: until it is undone, or the agent ends.
+
+  bool operator==(const MutedKind&) const = default;
+};
+
 // One phone that has ever joined a pairing of this computer.
 struct PhoneLine {
   int pairing = 1;       // Phones with the same one share a code, and are unpaired together.
@@ -68,6 +78,7 @@ struct MacStatusSnapshot {
   UpdateAvailabilitySnapshot updateAvailability;
   std::vector<WaitingQuestion> questions{};  // Oldest first.
   ProgramReadability programs{};
+  std::vector<MutedKind> muted{};  // Newest first.
 
   [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !connectedPhones.empty(); }
   bool operator==(const MacStatusSnapshot&) const = default;

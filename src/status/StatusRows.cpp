@@ -1,7 +1,9 @@
 #include "status/StatusRows.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
+#include <utility>
 
 #include "foundation/PrintableText.h"
 #include "status/AppBrand.h"
@@ -171,6 +173,32 @@ std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot) {
   if (isOffered) row.primaryButton = ButtonContent{"Make Readable…"};
   if (!changed.empty()) row.secondaryButton = ButtonContent{"Undo…"};
   return row;
+}
+
+std::optional<StatusRowContent> mutedRow(const MacStatusSnapshot& snapshot) {
+  if (snapshot.muted.empty()) return std::nullopt;
+  const auto count = snapshot.muted.size();
+  return StatusRowContent{.symbol = "bell.slash",
+                          .tint = kToDo,
+                          .title = "Muted Prompts",
+                          .status = std::to_string(count) + (count == 1 ? " Kind" : " Kinds"),
+                          .detail = "They wait here, and are not sent to phones: " + mutedName(snapshot.muted.front()) +
+                                    (count == 1 ? "." : ", and others."),
+                          .primaryButton = ButtonContent{"Undo…"}};
+}
+
+std::string mutedName(const MutedKind& kind) {
+  constexpr std::pair<double, const char*> kUnits[] = {{86400.0, "days"}, {3600.0, "hours"}, {60.0, "minutes"}};
+  const auto text = [](const std::string& given) { return given.empty() ? "?" : printableText(given); };
+  const auto name = text(kind.program) + ": " + text(kind.title);
+  if (!kind.remaining) return name;
+  for (const auto& [length, noun] : kUnits) {
+    const double number = kind.remaining->count() / length;
+    // In the largest unit of which there are two, rounded up.
+    if (number > 1)
+      return name + " (" + std::to_string(static_cast<int>(std::ceil(std::min(number, 1e6)))) + " " + noun + ")";
+  }
+  return name + " (1 minute)";
 }
 
 }  // namespace quillard::StatusRows

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "status/MacStatusSnapshot.h"
 #include "status/view/StatusWindowView.h"
@@ -17,6 +18,9 @@ namespace quillard::StatusRows {
 [[nodiscard]] StatusRowContent notificationPauseRow(const MacStatusSnapshot& snapshot);
 // A sixth row, only while there is something to say of programs. Absent: there is not.
 [[nodiscard]] std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot);
+// A seventh, only while something is muted; and what its menu calls a kind of prompt.
+[[nodiscard]] std::optional<StatusRowContent> mutedRow(const MacStatusSnapshot& snapshot);
+[[nodiscard]] std::string mutedName(const MutedKind& kind);
 
 // What a program asks, the oldest question first. Absent: none waits.
 [[nodiscard]] std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot);

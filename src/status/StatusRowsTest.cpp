@@ -174,5 +174,29 @@ TEST(StatusRows, NamesOfProgramsStayInOneLine) {
   EXPECT_EQ(detail.find_first_of("\n\x1B"), std::string::npos) << detail;
 }
 
+TEST(StatusRows, SayWhatIsMutedOnlyWhileSomethingIs) {
+  MacStatusSnapshot snapshot;
+  EXPECT_EQ(StatusRows::mutedRow(snapshot), std::nullopt);
+  snapshot.muted = {{.program = "Installer", .title = "Install?", .remaining = Seconds{7 * 86400.0}}};
+  const auto row = StatusRows::mutedRow(snapshot).value();
+  EXPECT_EQ(row.status, "1 Kind");
+  EXPECT_EQ(row.detail, "They wait here, and are not sent to phones: Installer: Install? (7 days).");
+  EXPECT_EQ(row.primaryButton->title, "Undo…");
+  snapshot.muted.push_back({.program = "", .title = "\u202ex"});
+  EXPECT_EQ(StatusRows::mutedRow(snapshot)->status, "2 Kinds");
+  EXPECT_TRUE(StatusRows::mutedName(snapshot.muted[1]).starts_with("?: ")) << "Nothing moves other text about.";
+}
+
+TEST(StatusRows, RoundWhatIsLeftOfAMuteUp) {
+  const auto name = [](double seconds) {
+    return StatusRows::mutedName({.program = "A", .title = "B", .remaining = Seconds{seconds}});
+  };
+  EXPECT_EQ(name(86401), "A: B (2 days)");
+  EXPECT_EQ(name(86400), "A: B (24 hours)");
+  EXPECT_EQ(name(61), "A: B (2 minutes)");
+  EXPECT_EQ(name(60), "A: B (1 minute)");
+  EXPECT_EQ(name(0), "A: B (1 minute)");
+}
+
 }  // namespace
 }  // namespace quillard

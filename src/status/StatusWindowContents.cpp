@@ -94,6 +94,7 @@ StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   content.question = StatusRows::questionRow(snapshot);
   content.phones = PhoneRows::rows(snapshot);
   content.programs = StatusRows::programsRow(snapshot);
+  content.muted = StatusRows::mutedRow(snapshot);
   return content;
 }
 

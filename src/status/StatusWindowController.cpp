@@ -8,12 +8,14 @@
 
 #include "foundation/PrintableText.h"
 #include "status/PhoneRows.h"
+#include "status/StatusRows.h"
 #include "status/StatusWindowContents.h"
 
 namespace quillard {
 
 namespace {
 
+constexpr std::size_t kMostMenuItems = 30;  // What is older is undone by "quillard unmute".
 constexpr Seconds kRefreshInterval{2.0};
 
 template <class Callback, class... Arguments>
@@ -80,6 +82,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void chooseProgramToMakeReadable();
   void chooseProgramToUndo();
   // Pops up a menu of `names` under `button`; `act` gets the entry of the chosen one.
+  void chooseKindToUnmute();
   void chooseProgram(StatusWindowButton button, const std::vector<platform::ReadableStart>& programs,
                      const std::function<void(const std::string&)>& act);
 
@@ -176,6 +179,8 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
       return &Implementation::chooseProgramToMakeReadable;
     case StatusWindowButton::programsSecondary:
       return &Implementation::chooseProgramToUndo;
+    case StatusWindowButton::mutedPrimary:
+      return &Implementation::chooseKindToUnmute;
   }
   return nullptr;
 }
@@ -303,6 +308,24 @@ void StatusWindowController::Implementation::chooseProgramToMakeReadable() {
 void StatusWindowController::Implementation::chooseProgramToUndo() {
   chooseProgram(StatusWindowButton::programsSecondary, callbacks.snapshotProvider().programs.changed,
                 callbacks.onUndoReadable);
+}
+
+void StatusWindowController::Implementation::chooseKindToUnmute() {
+  std::vector<MenuItemContent> items;
+  std::vector<Uuid> kinds;
+  for (const auto& kind : callbacks.snapshotProvider().muted) {
+    if (items.size() == kMostMenuItems) break;
+    items.push_back({StatusRows::mutedName(kind)});
+    kinds.push_back(kind.id);
+  }
+  if (items.empty()) return refresh();
+  view->popUpMenu(StatusWindowButton::mutedPrimary, items,
+                  [weak = weak_from_this(), kinds = std::move(kinds)](std::size_t index) {
+                    const auto self = weak.lock();
+                    if (!self || index >= kinds.size()) return;
+                    callIfSet(self->callbacks.onUnmute, kinds[index]);
+                    self->refresh();
+                  });
 }
 
 void StatusWindowController::Implementation::chooseProgram(StatusWindowButton button,

@@ -37,6 +37,8 @@ struct StatusWindowCallbacks {
   // With the entry of a program whose start is to be changed, or of one that was changed. Empty: nothing happens.
   std::function<void(const std::string&)> onMakeReadable{};
   std::function<void(const std::string&)> onUndoReadable{};
+  // Shows a kind of prompt again.
+  std::function<void(const Uuid&)> onUnmute{};
 };
 
 // What the window acts through. All of it outlives the controller.

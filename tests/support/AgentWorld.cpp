@@ -224,10 +224,11 @@ std::optional<std::string> SimulatedPhone::decide(const Uuid& approvalID, const 
   return decisionID;
 }
 
-bool SimulatedPhone::sendSuppression(const std::string& action, const Uuid& suppressionID) {
+bool SimulatedPhone::sendSuppression(const std::string& action, const Uuid& suppressionID,
+                                     std::optional<std::int64_t> lasts) {
   const auto agent = secrets ? relay.agentOf(*secrets) : nullptr;
   if (!agent) return false;
-  const ApprovalSuppressionCommand command{.action = action, .suppressionID = suppressionID};
+  const ApprovalSuppressionCommand command{.action = action, .suppressionID = suppressionID, .lasts = lasts};
   const ApprovalSuppressionRelayMessage message{.type = std::string(kSuppressType),
                                                 .decisionID = "suppression",
                                                 .encryptedSuppression = std::get<EncryptedRelayPayload>(
@@ -276,10 +277,15 @@ void SimulatedPhone::read() {
         const auto message = std::get<MacClockRelayMessage>(readRelayRecord<MacClockRelayMessage>(frame));
         const auto command = std::get<ClockCommand>(readRelayCommand<ClockCommand>(opened(message.encryptedClock)));
         clock = command.clock;
-        toldNewPhones = command.newPhones;
+        lastMeeting = command.reports;
       }
     }
   }
+}
+
+MeetingReports SimulatedPhone::meeting() {
+  read();
+  return lastMeeting;
 }
 
 std::vector<PhoneSnapshot> SimulatedPhone::snapshots() {
@@ -299,7 +305,7 @@ std::optional<ClockStamp> SimulatedPhone::newestClock() {
 
 std::vector<NewPhone> SimulatedPhone::newPhones() {
   read();
-  return toldNewPhones;
+  return lastMeeting.newPhones;
 }
 
 std::vector<PendingApproval> SimulatedPhone::shown() {

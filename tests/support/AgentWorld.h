@@ -122,7 +122,9 @@ class SimulatedPhone {
   std::optional<std::string> decide(const Uuid& approvalID, const std::string& buttonLabel);
   bool suppress(const Uuid& suppressionID) { return sendSuppression("suppress", suppressionID); }
   bool unsuppress(const Uuid& suppressionID) { return sendSuppression("unsuppress", suppressionID); }
-  bool sendSuppression(const std::string& action, const Uuid& suppressionID);
+  // `lasts`: in seconds, 0 until it is undone; absent, as older phones leave it, until the agent ends.
+  bool sendSuppression(const std::string& action, const Uuid& suppressionID,
+                       std::optional<std::int64_t> lasts = std::nullopt);
   // The same box again, as a relay does that repeats what it was given. False when no agent listens.
   bool repeatSuppression();
 
@@ -133,6 +135,8 @@ class SimulatedPhone {
   [[nodiscard]] std::optional<ClockStamp> newestClock();
   // The phones that joined unexpectedly, as they were told last.
   [[nodiscard]] std::vector<NewPhone> newPhones();
+  // What was told when it came online last.
+  [[nodiscard]] MeetingReports meeting();
   // The newest list; empty also when none came yet.
   [[nodiscard]] std::vector<PendingApproval> shown();
   [[nodiscard]] std::vector<std::string> shownTitles();
@@ -155,7 +159,7 @@ class SimulatedPhone {
   std::vector<PhoneSnapshot> allSnapshots;
   std::vector<PhoneResult> allResults;
   std::optional<ClockStamp> clock;
-  std::vector<NewPhone> toldNewPhones;
+  MeetingReports lastMeeting;
   bool isUserVerified = false;
 };
 

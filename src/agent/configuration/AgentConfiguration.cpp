@@ -1,5 +1,6 @@
 #include "agent/configuration/AgentConfiguration.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <string>
@@ -41,6 +42,9 @@ T firstUsable(const Environment& environment, std::initializer_list<std::string_
 Seconds secondsOf(std::string_view name, const Sources& sources) {
   return Seconds{valueOf(*findTunable(name), sources).value};
 }
+
+constexpr double kSmallestLog = 16 * 1024;
+constexpr double kLargestLog = 32 * 1024 * 1024;
 
 }  // namespace
 
@@ -90,6 +94,15 @@ Seconds staleCleanupDelay(const Sources& sources) { return approvalStaleGrace(so
 
 Seconds visibleWindowOwnerPollInterval(const Sources& sources) {
   return secondsOf("visible-window-owner-poll", sources);
+}
+
+bool logKeepsTexts(const Sources& sources) { return valueOf(*findTunable("log-texts"), sources).value != 0; }
+
+Seconds logAge(const Sources& sources) { return secondsOf("log-age", sources); }
+
+std::size_t logSize(const Sources& sources) {
+  const double bytes = valueOf(*findTunable("log-size"), sources).value;
+  return static_cast<std::size_t>(std::clamp(bytes, kSmallestLog, kLargestLog));
 }
 
 bool dialogDiagnosticsEnabled(const Sources& sources) {

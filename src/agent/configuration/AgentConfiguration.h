@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <optional>
 #include <string_view>
@@ -52,6 +53,12 @@ struct Sources {
 [[nodiscard]] Seconds staleCleanupDelay(const Sources& sources);
 // How often the owners of visible windows are looked at. 2 s.
 [[nodiscard]] Seconds visibleWindowOwnerPollInterval(const Sources& sources);
+// Whether the log keeps what prompts say. On.
+[[nodiscard]] bool logKeepsTexts(const Sources& sources);
+// How long the log keeps an entry. 90 days.
+[[nodiscard]] Seconds logAge(const Sources& sources);
+// How large the log becomes, in bytes. 1 MiB; at least 16 KiB, at most 32 MiB.
+[[nodiscard]] std::size_t logSize(const Sources& sources);
 // Whether each scan prints what it saw. Off.
 [[nodiscard]] bool dialogDiagnosticsEnabled(const Sources& sources);
 // Whether grants are refused for which the phone has not asked for its own lock. Off.

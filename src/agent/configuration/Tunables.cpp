@@ -40,6 +40,20 @@ constexpr Tunable kTunables[] = {
      .kind = TunableKind::onOff,
      .fallback = 0,
      .variables = {"QUILLARD_PHONE_LOCK_FOR_GRANTS", "FARROWLIGHT_PHONE_LOCK_FOR_GRANTS"}},
+    {.name = "log-texts",
+     .meaning = "keep what prompts say in the log of decisions; else only a digest of it",
+     .kind = TunableKind::onOff,
+     .fallback = 1,
+     .variables = {"QUILLARD_LOG_TEXTS", "FARROWLIGHT_LOG_TEXTS"}},
+    {.name = "log-age",
+     .meaning = "how long the log of decisions keeps an entry",
+     .fallback = 7776000,
+     .variables = {"QUILLARD_LOG_AGE_SECONDS", "FARROWLIGHT_LOG_AGE_SECONDS"}},
+    {.name = "log-size",
+     .meaning = "how large the log of decisions becomes, in bytes",
+     .kind = TunableKind::bytes,
+     .fallback = 1048576,
+     .variables = {"QUILLARD_LOG_SIZE_BYTES", "FARROWLIGHT_LOG_SIZE_BYTES"}},
 };
 
 // Each under its own name behind this one.

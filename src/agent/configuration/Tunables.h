@@ -13,6 +13,7 @@ namespace quillard::AgentConfiguration {
 
 enum class TunableKind {
   seconds,  // Greater than zero.
+  bytes,    // The same.
   onOff,
 };
 
@@ -20,7 +21,7 @@ struct Tunable {
   std::string_view name;  // What people call it: "safety-sweep-interval".
   std::string_view meaning;
   TunableKind kind = TunableKind::seconds;
-  double fallback = 0;  // Seconds; of a switch 0 or 1.
+  double fallback = 0;  // Seconds, or bytes; of a switch 0 or 1.
   // In the order in which they count; those at the end may be empty.
   std::array<std::string_view, 4> variables{};
 };

@@ -84,6 +84,8 @@ std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, Status
       return content.programs ? content.programs->primaryButton : std::nullopt;
     case StatusWindowButton::programsSecondary:
       return content.programs ? content.programs->secondaryButton : std::nullopt;
+    case StatusWindowButton::mutedPrimary:
+      return content.muted ? content.muted->primaryButton : std::nullopt;
   }
   return std::nullopt;
 }

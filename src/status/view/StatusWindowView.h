@@ -31,6 +31,7 @@ enum class StatusWindowButton {
   questionSecondary,
   programsPrimary,
   programsSecondary,
+  mutedPrimary,
   none,        // Of a row that has no such button.
   firstPhone,  // Of the first row of `StatusWindowContent::phones`; those of the others follow.
 };
@@ -97,6 +98,7 @@ struct StatusWindowContent {
   std::optional<StatusRowContent> question;    // Above the others. Absent: no program asks.
   std::vector<StatusRowContent> phones;        // At most `kMostPhoneRows`; their secondary button unpairs.
   std::optional<StatusRowContent> programs{};  // Absent: not shown.
+  std::optional<StatusRowContent> muted{};     // Absent: nothing is muted.
   bool operator==(const StatusWindowContent&) const = default;
 };
 

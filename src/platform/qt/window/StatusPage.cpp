@@ -34,9 +34,11 @@ StatusPage::StatusPage(QWidget* parent)
       notificationPauseRow(new StatusRowCard(this, StatusWindowButton::notificationPausePrimary,
                                              StatusWindowButton::notificationPauseSecondary)),
       questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)),
-      programsRow(new StatusRowCard(this, StatusWindowButton::programsPrimary, StatusWindowButton::programsSecondary)) {
+      programsRow(new StatusRowCard(this, StatusWindowButton::programsPrimary, StatusWindowButton::programsSecondary)),
+      mutedRow(new StatusRowCard(this, StatusWindowButton::mutedPrimary, StatusWindowButton::none)) {
   questionRow->hide();
   programsRow->hide();
+  mutedRow->hide();
   QSizePolicy policy{QSizePolicy::Preferred, QSizePolicy::Preferred};
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
@@ -51,6 +53,7 @@ StatusPage::StatusPage(QWidget* parent)
 std::vector<StatusRowCard*> StatusPage::rows() const {
   std::vector<StatusRowCard*> shown{installLocationRow, accessibilityRow, loginItemRow, updateRow,
                                     notificationPauseRow};
+  if (!mutedRow->isHidden()) shown.push_back(mutedRow);
   if (!programsRow->isHidden()) shown.insert(shown.begin() + 2, programsRow);  // Below what it is about.
   if (!questionRow->isHidden()) shown.insert(shown.begin(), questionRow);
   shown.insert(shown.end(), phoneRows.begin(), phoneRows.begin() + static_cast<std::ptrdiff_t>(phoneCount));
@@ -74,6 +77,8 @@ void StatusPage::setContent(const StatusWindowContent& content) {
   }
   if (content.programs) programsRow->setContent(*content.programs);
   programsRow->setVisible(content.programs.has_value());
+  if (content.muted) mutedRow->setContent(*content.muted);
+  mutedRow->setVisible(content.muted.has_value());
   updateGeometry();
   arrange(size(), Placing::place);
 }

@@ -47,6 +47,7 @@ class StatusPage final : public QWidget {
   std::array<StatusRowCard*, kMostPhoneRows> phoneRows;
   std::size_t phoneCount = 0;
   StatusRowCard* programsRow;
+  StatusRowCard* mutedRow;
 };
 
 }  // namespace quillard::qt

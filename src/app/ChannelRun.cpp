@@ -12,6 +12,8 @@
 
 #include "app/AskTool.h"
 #include "app/ChannelTools.h"
+#include "app/LogTool.h"
+#include "app/MuteTools.h"
 #include "app/PhoneTools.h"
 #include "foundation/PrintableText.h"
 #include "platform/qt/TerminationSignals.h"
@@ -20,6 +22,7 @@ namespace quillard::app {
 namespace {
 
 constexpr Seconds kParentInterval{1};
+constexpr Seconds kLogInterval{1};
 constexpr pid_t kFirstProcess = 1;  // Takes in whoever has lost its parent.
 
 // All of it, or what is beyond `longest` left out but for one byte. Absent: it cannot be read.
@@ -142,6 +145,21 @@ std::optional<ExitCode> refusalAtTerminal(const std::string& question, const Out
   const auto line = readLine(STDIN_FILENO);
   if (line && isYes(*line)) return std::nullopt;
   output.printError("Nothing was unpaired.\n");
+  return ExitCode::problemFound;
+}
+
+ExitCode changeMutes(const std::string& name, const ChannelRunDependencies& dependencies, const Output& output,
+                     const std::function<MuteRequest(const ListedMutes&)>& plan) {
+  std::optional<ListedMutes> mutes;
+  const auto code = exchange(name, channelLine("muted"), dependencies, output,
+                             [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                               mutes = readMutes(message);
+                               return mutes ? ExitCode::fine : notUnderstood(name, output);
+                             });
+  if (code != ExitCode::fine) return code;
+  const auto request = plan(*mutes);
+  if (request.problem.empty()) return runRequest(name, request.line, dependencies, output);
+  output.printError("quillard " + name + ": " + request.problem + "\n");
   return ExitCode::problemFound;
 }
 
@@ -269,6 +287,41 @@ ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& ter
                     return showCodeOf(takenSecret(text), command, terminal, output,
                                       "It is for one more phone, and ends after ten minutes.\n");
                   });
+}
+
+ExitCode runMuted(const ListMuted& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  return exchange("muted", channelLine("muted"), dependencies, output,
+                  [&](const ChannelMessage& message) -> std::optional<ExitCode> {
+                    const auto mutes = readMutes(message);
+                    if (!mutes) return notUnderstood("muted", output);
+                    output.print(command.asJson ? jsonLine(message) : mutesText(*mutes));
+                    return ExitCode::fine;
+                  });
+}
+
+ExitCode runUnmute(const EndMute& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  return changeMutes("unmute", dependencies, output,
+                     [&](const ListedMutes& mutes) { return planUnmuting(command, mutes); });
+}
+
+ExitCode runMute(const ChangeMute& command, const ChannelRunDependencies& dependencies, const Output& output) {
+  return changeMutes("mute", dependencies, output,
+                     [&](const ListedMutes& mutes) { return planMuting(command, mutes); });
+}
+
+ExitCode runLog(const ShowLog& command, platform::AppendOnlyFile& file, const ChannelRunDependencies& dependencies,
+                const Output& output) {
+  LogTool tool(command, file, dependencies.clock.now(), output);
+  const auto code = tool.print();
+  if (!command.follows || code == ExitCode::wrongUsage || code == ExitCode::cannotDoHere) return code;
+  Ending end;
+  const qt::TerminationSignals termination([&] { end(ExitCode::interrupted); });
+  const auto watch = dependencies.executors.mainThread().repeatEvery(kLogInterval, [&] {
+    const auto now = tool.print();
+    if (now == ExitCode::cannotDoHere || !output.couldPrint()) end(now);
+  });
+  QCoreApplication::exec();
+  return end.code;
 }
 
 ExitCode runRequest(const std::string& name, const std::string& line, const ChannelRunDependencies& dependencies,

@@ -11,6 +11,7 @@
 #include "platform/process/Clock.h"
 #include "platform/process/Executors.h"
 #include "platform/process/LocalSockets.h"
+#include "platform/storage/AppendOnlyFile.h"
 
 // The tools that speak to the agent, run in Qt's event loop, whose application object is there. Main thread.
 namespace quillard::app {
@@ -42,6 +43,17 @@ struct ChannelRunDependencies {
 // Has the agent offer a code for one more phone, and shows it.
 [[nodiscard]] ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& terminal,
                                       const ChannelRunDependencies& dependencies, const Output& output);
+[[nodiscard]] ExitCode runMuted(const ListMuted& command, const ChannelRunDependencies& dependencies,
+                                const Output& output);
+// Ends with `fine` only when something has changed.
+[[nodiscard]] ExitCode runUnmute(const EndMute& command, const ChannelRunDependencies& dependencies,
+                                 const Output& output);
+[[nodiscard]] ExitCode runMute(const ChangeMute& command, const ChannelRunDependencies& dependencies,
+                               const Output& output);
+
+// Prints the log, and where it is followed what is added, until the process is told to end.
+[[nodiscard]] ExitCode runLog(const ShowLog& command, platform::AppendOnlyFile& file,
+                              const ChannelRunDependencies& dependencies, const Output& output);
 
 // A request whose only answer is that it was done. `name`: of the command.
 [[nodiscard]] ExitCode runRequest(const std::string& name, const std::string& line,

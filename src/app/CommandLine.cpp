@@ -42,6 +42,10 @@ struct Arguments {
   PauseAlerts pause;
   ListPhones phones;
   UnpairPhones unpairing;
+  ListMuted muted;
+  EndMute unmuting;
+  ChangeMute muting;
+  ShowLog log;
 };
 
 void describeRelay(CLI::App& program, Arguments& read) {
@@ -140,6 +144,27 @@ void describePhones(CLI::App& program, Arguments& read) {
   unpair->add_flag("--yes", read.unpairing.isConfirmed, "Without asking");
 }
 
+void describeMutes(CLI::App& program, Arguments& read) {
+  auto* const muted = program.add_subcommand("muted", "List the kinds of prompts that are muted");
+  muted->add_flag("--json", read.muted.asJson, "Print JSON");
+  auto* const unmute = program.add_subcommand("unmute", "Show a kind of prompt again");
+  unmute->add_option("ID", read.unmuting.id, "What its identity begins with, as \"quillard muted\" prints it");
+  unmute->add_flag("--all", read.unmuting.all, "All kinds")->excludes("ID");
+  auto* const mute = program.add_subcommand("mute", "Change how long a kind of prompt stays muted");
+  mute->add_option("ID", read.muting.id, "What its identity begins with, as \"quillard muted\" prints it")->required();
+  mute->add_option("DURATION", read.muting.duration, "day, week or forever")
+      ->required()
+      ->check(CLI::IsMember({"day", "week", "forever"}));
+}
+
+void describeLog(CLI::App& program, Arguments& read) {
+  auto* const log = program.add_subcommand("log", "Print what was asked and decided, and what became of it");
+  log->add_flag("--json", read.log.asJson, "Print JSON, a line for each entry");
+  auto* const since = log->add_option("--since", read.log.since, "Only what came after that: 2h, 3d, 2026-03-01");
+  auto* const follow = log->add_flag("--follow", read.log.follows, "And what is added");
+  log->add_flag("--verify", read.log.verifies, "Say whether all entries are whole")->excludes(since)->excludes(follow);
+}
+
 Command askCommand(const Arguments& read) {
   AskQuestion command = read.question;
   for (const auto& label : read.buttons) {
@@ -196,6 +221,8 @@ void describe(CLI::App& program, Arguments& read) {
   describeAsk(program, read);
   describeAgentCommands(program, read);
   describePhones(program, read);
+  describeMutes(program, read);
+  describeLog(program, read);
 }
 
 Command relayCommandOf(const CLI::App& relay, const Arguments& read) {
@@ -233,6 +260,13 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
     if (!read.unpairing.all && read.unpairing.phone.empty()) return wrongUsage("unpair", "PHONE or --all is missing.");
     return read.unpairing;
   }
+  if (program.got_subcommand("muted")) return read.muted;
+  if (program.got_subcommand("unmute")) {
+    if (!read.unmuting.all && read.unmuting.id.empty()) return wrongUsage("unmute", "ID or --all is missing.");
+    return read.unmuting;
+  }
+  if (program.got_subcommand("mute")) return read.muting;
+  if (program.got_subcommand("log")) return read.log;
   if (program.got_subcommand("open")) return OpenWindow{};
   if (program.got_subcommand("quit")) return QuitAgent{};
   return RunAgent{};

@@ -130,6 +130,32 @@ struct UnpairPhones {
   bool operator==(const UnpairPhones&) const = default;
 };
 
+// Prints what is muted.
+struct ListMuted {
+  bool asJson = false;
+  bool operator==(const ListMuted&) const = default;
+};
+// Shows a kind of prompt again, or all.
+struct EndMute {
+  std::string id{};  // What its identity begins with; empty: all.
+  bool all = false;
+  bool operator==(const EndMute&) const = default;
+};
+// Changes when something that is muted is shown again.
+struct ChangeMute {
+  std::string id;
+  std::string duration;  // "day", "week" or "forever".
+  bool operator==(const ChangeMute&) const = default;
+};
+// Prints the log of what was asked and decided.
+struct ShowLog {
+  bool asJson = false;
+  std::optional<std::string> since{};  // Only what came after that: a date, or how long ago.
+  bool follows = false;                // And what is added, until it is interrupted.
+  bool verifies = false;               // Instead of the entries, whether they are whole.
+  bool operator==(const ShowLog&) const = default;
+};
+
 // Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
 struct PrintMessage {
   std::string text;  // Ends in a line break.
@@ -137,10 +163,10 @@ struct PrintMessage {
   bool operator==(const PrintMessage&) const = default;
 };
 
-using Command =
-    std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable, RecordDesktop,
-                 SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting, AskQuestion, AnswerQuestion,
-                 TellStatus, PauseAlerts, OpenWindow, QuitAgent, ListPhones, UnpairPhones, PrintMessage>;
+using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable,
+                             RecordDesktop, SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting,
+                             AskQuestion, AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, ListPhones,
+                             UnpairPhones, ListMuted, EndMute, ChangeMute, ShowLog, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

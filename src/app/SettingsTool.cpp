@@ -87,7 +87,10 @@ void sayWhenItCounts(const ChangeOutcome& outcome, const Output& output) {
 
 // ---- The tunables
 
-std::string unitOf(const Tunable& tunable) { return tunable.kind == TunableKind::seconds ? " s" : ""; }
+std::string unitOf(const Tunable& tunable) {
+  if (tunable.kind == TunableKind::seconds) return " s";
+  return tunable.kind == TunableKind::bytes ? " bytes" : "";
+}
 
 std::string originText(const TunableValue& value) {
   switch (value.origin) {
@@ -115,6 +118,7 @@ OrderedJson jsonOf(const Tunable& tunable, const TunableValue& value) {
   if (value.origin == TunableOrigin::environment) json["variable"] = value.variable;
   json["default"] = jsonValue(tunable, tunable.fallback);
   if (tunable.kind == TunableKind::seconds) json["unit"] = "s";
+  if (tunable.kind == TunableKind::bytes) json["unit"] = "bytes";
   json["meaning"] = tunable.meaning;
   return json;
 }

@@ -126,6 +126,10 @@ struct Tools {
   ExitCode operator()(const TellStatus& command) const { return runStatus(command, channel(), output); }
   ExitCode operator()(const ListPhones& command) const { return runPhones(command, channel(), output); }
   ExitCode operator()(const UnpairPhones& command) const { return runUnpair(command, channel(), output); }
+  ExitCode operator()(const ListMuted& command) const { return runMuted(command, channel(), output); }
+  ExitCode operator()(const EndMute& command) const { return runUnmute(command, channel(), output); }
+  ExitCode operator()(const ChangeMute& command) const { return runMute(command, channel(), output); }
+  ExitCode operator()(const ShowLog& command) const { return runLog(command, platform.auditFile, channel(), output); }
   ExitCode operator()(const PauseAlerts& command) const { return request("pause", command); }
   ExitCode operator()(const OpenWindow& command) const { return request("open", command); }
   ExitCode operator()(const QuitAgent& command) const { return request("quit", command); }

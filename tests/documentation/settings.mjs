@@ -54,8 +54,8 @@ function buildOptions(root) {
 export const variablesOf = (root) =>
   new Set([...ownVariables(root), ...systemVariables(root), ...buildOptions(root)]);
 
-// The agent's tunables: name in the environment to the name of the setting and the default, "off" for a switch that is
-// off.
+// The agent's tunables: name in the environment to the name of the setting and the default, "on" or "off" for a
+// switch.
 export function tunablesOf(root) {
   const source = readFileSync(join(root, "src/agent/configuration/Tunables.cpp"), "utf8");
   const tunables = new Map();
@@ -63,7 +63,7 @@ export function tunablesOf(root) {
     const [, fallback] = row.match(/\.fallback = ([\d.]+)/);
     const isSwitch = row.includes("TunableKind::onOff");
     for (const variable of matches(row, /"([A-Z_]+)"/g))
-      tunables.set(variable, { setting, fallback: isSwitch ? "off" : fallback });
+      tunables.set(variable, { setting, fallback: isSwitch ? (fallback === "1" ? "on" : "off") : fallback });
   }
   return tunables;
 }

@@ -27,6 +27,7 @@ const actions: PhoneActions = {
   removePhone: () => undefined,
   suppress: () => undefined,
   unsuppress: () => undefined,
+  suppressFor: () => undefined,
   connectNow: () => undefined,
 };
 

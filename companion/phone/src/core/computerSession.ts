@@ -2,6 +2,7 @@
 // connection, each of which has a state of its own. Sessions share nothing but the environment.
 
 import { ComputerClock, type ClockStamp, type Moment } from "./computerClock";
+import { ComputerLog } from "./computerLog";
 import { DecisionDelivery } from "./decisionDelivery";
 import { harmless } from "./decisionLog";
 import { trim } from "./bounded";
@@ -13,17 +14,20 @@ import {
   readResultCommand,
   readState,
   readSuppressionCommand,
+  resultStatuses,
   suppressionMessage,
   type IncomingMessage,
   type OtherPhone,
   type ReportedPrompt,
   type Result,
+  type SuppressionCommand,
 } from "./messages";
 import type { Computer, Instant, NewPhone, Pause, Prompt } from "./model";
 import { NotesWriter } from "./notesWriter";
 import { OutcomeHistory, type OutcomeSubject } from "./outcomeHistory";
 import { PromptList } from "./promptList";
 import { RelayConnection } from "./relayConnection";
+import type { LogEntry, LogExcerpt } from "./reports";
 import { SealedChannel } from "./sealedChannel";
 import type { PairingKeys, PairingNotes, PendingSuppression, StoredPairing } from "./store";
 import { SuppressionList } from "./suppressionList";
@@ -65,6 +69,7 @@ export class ComputerSession {
 
   private readonly list = new PromptList();
   private readonly clock = new ComputerClock();
+  private readonly log: ComputerLog;
   private readonly history: OutcomeHistory;
   private readonly suppressions: SuppressionList;
   private readonly decisions: DecisionDelivery;
@@ -88,6 +93,7 @@ export class ComputerSession {
     this.keys = keys;
     this.name = notes.name;
     this.ended = notes.ended;
+    this.log = new ComputerLog(notes.log);
     this.history = new OutcomeHistory(notes.outcomes);
     this.suppressions = new SuppressionList(notes.suppressions, notes.pendingSuppressions);
     this.channel = new SealedChannel(environment.crypto, keys.key, notes.usedNonces);
@@ -127,6 +133,7 @@ export class ComputerSession {
     const { isComputerConnected, lastReceivedAt, pause } = this;
     const { accessibilityTrusted, isUnreadable, leftOut } = this.list;
     const { problem } = this.writer;
+    const { brokenAt } = this.log;
     // What a computer asks that has unpaired this phone, nobody here can answer.
     const prompts = this.ended === undefined ? this.prompts() : undefined;
     const newPhones = this.newPhonesNow();
@@ -147,6 +154,7 @@ export class ComputerSession {
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
+      ...(brokenAt !== undefined && { logBrokenAt: brokenAt }),
       ...(problem !== undefined && { storageProblem: problem }),
     };
   }
@@ -202,9 +210,18 @@ export class ComputerSession {
     const { suppressionID } = prompt;
     const subject = this.subjectOf(prompt);
     this.suppressions.add(suppressionID, prompt, subject.at);
-    void this.storeAndSend({ action: "suppress", approvalID, suppressionID }, () =>
+    void this.storeAndSend({ action: "suppress", approvalID, suppressionID, lasts: 0 }, () =>
       this.history.addSuppressed(subject),
     );
+  }
+
+  /** As `PhoneActions.suppressFor`. */
+  suppressFor(suppressionID: string, seconds: number): void {
+    const known = this.suppressions.find(suppressionID);
+    if (!known) return;
+    const now = this.environment.now();
+    this.suppressions.add(suppressionID, known, now, seconds > 0 ? now + seconds * 1000 : undefined);
+    void this.storeAndSend({ action: "suppress", suppressionID, lasts: seconds });
   }
 
   unsuppress(suppressionID: string): void {
@@ -260,9 +277,7 @@ export class ComputerSession {
   }
 
   /** A relay may bring an older word later. */
-  private takeClock(text: string, receivedAt: Moment): void {
-    const { clock, newPhones } = readClock(text);
-    this.clock.learn(clock, receivedAt);
+  private takeNewPhones(clock: ClockStamp, newPhones: readonly NewPhone[]): void {
     const told = this.newPhonesToldAt;
     if (told?.epoch === clock.epoch && clock.time < told.time) return;
     this.newPhonesToldAt = clock;
@@ -337,7 +352,7 @@ export class ComputerSession {
       case "result":
         return this.takeResult(message.decisionID, message.box, message.phone, receivedAt);
       case "clock":
-        return this.takeClock(await this.channel.open(message.box), receivedAt);
+        return this.takeMeeting(message.box, receivedAt);
       case "suppression":
         return this.takeSuppression(message.box);
       case "computerStatus":
@@ -360,13 +375,53 @@ export class ComputerSession {
     const { stateBox } = snapshot;
     const state = stateBox === undefined ? undefined : readState(await this.channel.open(stateBox));
     if (this.isStopped) return;
+    if (state?.suppressions) this.suppressions.report(state.suppressions, this.environment.now());
     if (clock) this.clock.learn(clock, receivedAt);
     this.pause = state?.pause;
     this.wantsLock = state?.wantsLock === true;
     const gone = this.list.replace(prompts, snapshot.accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
-    if (gone.length > 0) await this.writer.save();
+    if (gone.length > 0 || suppressions) await this.writer.save();
+  }
+
+  private async takeMeeting(box: string, receivedAt: Moment): Promise<void> {
+    const { clock, newPhones, suppressions, log } = readClock(await this.channel.open(box));
+    if (this.isStopped) return;
+    this.clock.learn(clock, receivedAt);
+    this.takeNewPhones(clock, newPhones);
+    if (suppressions) this.suppressions.report(suppressions, this.environment.now());
+    if (log) this.takeLog(log);
+    if (!suppressions && !log) return;
+    this.changed();
+    await this.writer.save();
+  }
+
+  /** What a relay held back may be an older word: then it tells nothing new. */
+  private takeLog(log: LogExcerpt): void {
+    if (!this.log.learn(log.head, this.environment.now(), log.entries)) return;
+    for (const entry of this.log.takeNew(log)) {
+      if (entry.at >= this.keys.pairedAt) this.recordEntry(entry);
+    }
+  }
+
+  private recordEntry(entry: LogEntry): void {
+    const { approvalID, decisionID, at, appName, windowTitle } = entry;
+    if (approvalID === undefined) return;
+    const about = { approvalID, at, appName, windowTitle };
+    const status = resultStatuses.get(entry.status ?? "");
+    if (entry.event !== "outcome") {
+      this.history.insert({ key: `log-${entry.sequence}`, ...about, status: "goneByItself" });
+    } else if (status !== undefined && decisionID !== undefined && !this.decisions.knows(decisionID)) {
+      this.history.insert({
+        key: decisionID,
+        ...about,
+        status,
+        ...(entry.buttonLabel !== undefined && { buttonLabel: entry.buttonLabel }),
+        ...(entry.error !== undefined && { error: entry.error }),
+        otherPhone: entry.phones.join(", ") || otherPhoneName,
+      });
+    }
   }
 
   private promptGone(prompt: ReportedPrompt): void {
@@ -391,6 +446,7 @@ export class ComputerSession {
     // Under which decision's name the relay delivers it is the relay's word only.
     const decisionID = result.decisionID ?? outerID;
     if (result.clock) this.clock.learn(result.clock, receivedAt);
+    if (result.logHead) this.log.learn(result.logHead, this.environment.now());
     this.lastReceivedAt = this.environment.now();
     if (!this.decisions.result(decisionID, result)) this.recordOfOthers(decisionID, result, phone);
     this.changed();
@@ -420,15 +476,17 @@ export class ComputerSession {
     if (this.isStopped || text === undefined) return;
     const command = readSuppressionCommand(text);
     if (command.action === "unsuppress") this.suppressions.remove(command.suppressionID);
-    else this.suppressForOthers(command.suppressionID, command.approvalID);
+    else this.suppressForOthers(command);
     this.changed();
     await this.writer.save();
   }
 
-  private suppressForOthers(suppressionID: string, approvalID: string | undefined): void {
+  private suppressForOthers({ suppressionID, approvalID, lasts = 0 }: SuppressionCommand): void {
     const prompt = approvalID === undefined ? undefined : this.list.find(approvalID);
     const names = approvalID === undefined ? undefined : this.list.namesOf(approvalID);
-    this.suppressions.add(suppressionID, names ?? unknownPrompt, this.environment.now());
+    const now = this.environment.now();
+    const known = names ?? this.suppressions.find(suppressionID) ?? unknownPrompt;
+    this.suppressions.add(suppressionID, known, now, lasts > 0 ? now + lasts * 1000 : undefined);
     if (prompt?.suppressionID === suppressionID)
       this.history.addSuppressed(this.subjectOf(prompt), otherPhoneName);
   }
@@ -500,6 +558,7 @@ export class ComputerSession {
       decisions: this.decisions.records(),
       usedNonces: this.channel.usedNonces(),
       ...(this.ended !== undefined && { ended: this.ended }),
+      ...(this.log.state !== undefined && { log: this.log.state }),
     };
   }
 }

@@ -42,6 +42,7 @@ function unavailablePhone(problem: string): RunningPhone {
       removePhone: () => {},
       suppress: () => {},
       unsuppress: () => {},
+      suppressFor: () => {},
       connectNow: () => {},
     },
     stop: () => {},

@@ -68,6 +68,11 @@ export class DecisionDelivery {
     return this.log.all();
   }
 
+  /** Whether this phone made it, as far as it remembers. */
+  knows(decisionID: string): boolean {
+    return this.log.find(decisionID) !== undefined;
+  }
+
   /** The newest decision on a prompt, for as long as it concerns it. */
   on(approvalID: string): Decision | undefined {
     return this.log.on(approvalID, this.now());

@@ -4,7 +4,8 @@
 import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
 import { buttonKind, cautionOf } from "./labels";
-import type { DecisionStatus, Instant, NewPhone, Pause, Prompt, PromptButton } from "./model";
+import type { DecisionStatus, Instant, NewPhone, Pause, Prompt, PromptButton, Suppression } from "./model";
+import { readLog, readLogHead, readSuppressions, type LogExcerpt, type LogHead } from "./reports";
 import type { SealedPayload } from "./sealing";
 
 /** A message has at most 1 MiB; a character is at least a byte. */
@@ -17,6 +18,8 @@ const longestText = 100_000;
 const longestLabel = 10_000;
 const longestName = 256;
 const mostNewPhones = 8;
+/** Seconds: a year and a day. */
+export const longestSuppression = 366 * 86_400;
 
 export interface OtherPhone {
   readonly deviceID: string;
@@ -124,15 +127,20 @@ export interface ComputerState {
   readonly pause?: Pause;
   /** It refuses grants for which the phone has not asked for its own lock. */
   readonly wantsLock: boolean;
+  /** Newest first. Absent: the computer does not say. */
+  readonly suppressions?: readonly Suppression[];
 }
 
 /** What the box of the computer's state holds. Throws a `DecodingError`. */
 export function readState(text: string): ComputerState {
   const fields = new Fields(parseJson(text, longestMessage, "state"), "state");
   const until = fields.optionalDate("pausedUntil");
-  const wantsLock = fields.optionalBoolean("grantsNeedVerification") === true;
-  if (!fields.boolean("isPaused")) return { wantsLock };
-  return { pause: until === undefined ? {} : { until }, wantsLock };
+  const suppressions = readSuppressions(fields);
+  return {
+    wantsLock: fields.optionalBoolean("grantsNeedVerification") === true,
+    ...(fields.boolean("isPaused") && { pause: until === undefined ? {} : { until } }),
+    ...(suppressions && { suppressions }),
+  };
 }
 
 /** A prompt as the computer reported it, without a decision. */
@@ -179,11 +187,17 @@ function readStamp(stamp: Fields): ClockStamp {
   return { epoch: stamp.uuid("epoch"), time: stamp.integer("time", 0, Number.MAX_SAFE_INTEGER) };
 }
 
-/** What the box of the computer's clock holds, and which phones have joined it unexpectedly. Throws a `DecodingError`. */
-export function readClock(text: string): {
+/** What a computer says to a phone that has come online. Absent members: it says nothing of that. */
+export interface Meeting {
   readonly clock: ClockStamp;
+  /** Which phones have joined it unexpectedly. */
   readonly newPhones: readonly NewPhone[];
-} {
+  readonly suppressions?: readonly Suppression[];
+  readonly log?: LogExcerpt;
+}
+
+/** What the box of the computer's clock holds. Throws a `DecodingError`. */
+export function readClock(text: string): Meeting {
   const fields = new Fields(parseJson(text, longestMessage, "clock"), "clock");
   const newPhones =
     fields.value("newPhones") === undefined
@@ -198,7 +212,14 @@ export function readClock(text: string): {
             since: phone.date("since"),
           };
         });
-  return { clock: readStamp(fields.object("clock")), newPhones };
+  const suppressions = readSuppressions(fields);
+  const log = readLog(fields);
+  return {
+    clock: readStamp(fields.object("clock")),
+    newPhones,
+    ...(suppressions && { suppressions }),
+    ...(log && { log }),
+  };
 }
 
 function readPrompt(value: unknown, path: string): ReportedPrompt {
@@ -287,9 +308,10 @@ export interface Result {
   readonly clock?: ClockStamp;
   /** The name of the phone of another pairing that decided. Absent: it is one of this pairing, or not known. */
   readonly decidedBy?: string;
+  readonly logHead?: LogHead;
 }
 
-const resultStatuses: ReadonlyMap<string, ResultStatus> = new Map([
+export const resultStatuses: ReadonlyMap<string, ResultStatus> = new Map([
   ["accepted", "accepted"],
   ["failed", "failed"],
   ["not_found", "notFound"],
@@ -306,6 +328,7 @@ export function readResultCommand(text: string): Result {
   const decisionID = fields.optionalString("decisionID", longestName);
   const clock = readOptionalClock(fields);
   const decidedBy = fields.optionalString("decidedBy", longestName);
+  const logHead = fields.optionalObject("logHead");
   return {
     approvalID: fields.uuid("approvalID"),
     buttonLabel: fields.string("buttonLabel", longestLabel),
@@ -314,6 +337,7 @@ export function readResultCommand(text: string): Result {
     ...(decisionID !== undefined && { decisionID }),
     ...(clock && { clock }),
     ...(decidedBy !== undefined && { decidedBy }),
+    ...(logHead && { logHead: readLogHead(logHead) }),
   };
 }
 
@@ -321,6 +345,8 @@ export interface SuppressionCommand {
   readonly action: "suppress" | "unsuppress";
   readonly approvalID?: string;
   readonly suppressionID: string;
+  /** Seconds; 0: until somebody shows it again. Absent: an older phone's, until the program at the computer ends. */
+  readonly lasts?: number;
 }
 
 /** What the box of a suppression holds; its own action counts, not the message's type. Throws a `DecodingError`. */
@@ -330,7 +356,13 @@ export function readSuppressionCommand(text: string): SuppressionCommand {
   if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
   const approvalID = fields.optionalUuid("approvalID");
   const suppressionID = fields.uuid("suppressionID");
-  return { action, ...(approvalID !== undefined && { approvalID }), suppressionID };
+  const lasts = fields.optionalInteger("lasts", 0, longestSuppression);
+  return {
+    action,
+    ...(approvalID !== undefined && { approvalID }),
+    suppressionID,
+    ...(lasts !== undefined && { lasts }),
+  };
 }
 
 export function requestMessage(decisionID: string, encryptedRequest: SealedPayload, now: Instant): string {

@@ -92,12 +92,16 @@ export interface Outcome {
   readonly otherPhone?: string;
 }
 
-/** A kind of prompt that is not shown any more. Kept on this phone. */
+/** A kind of prompt that is not shown any more: as the computer says, or as this phone asked it to. */
 export interface Suppression {
   readonly suppressionID: string;
   readonly at: Instant;
   readonly appName: string;
   readonly windowTitle: string;
+  /** Absent: until somebody shows it again. */
+  readonly until?: Instant;
+  /** It also ends with the program at the computer. */
+  readonly endsWithRun?: true;
 }
 
 /**
@@ -157,6 +161,8 @@ export interface Computer {
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];
   readonly suppressions: readonly Suppression[];
+  /** When this phone noticed that the computer's log was cut or changed. Absent: it never did. */
+  readonly logBrokenAt?: Instant;
   /** Why the newest changes are not stored on this phone. Absent: they are, or are being stored. */
   readonly storageProblem?: string;
 }
@@ -207,6 +213,8 @@ export interface PhoneActions {
   removePhone(pairingID: string, id: string): void;
   suppress(pairingID: string, approvalID: string): void;
   unsuppress(pairingID: string, suppressionID: string): void;
+  /** Of what is suppressed: ends `seconds` from now; 0: never by itself. */
+  suppressFor(pairingID: string, suppressionID: string, seconds: number): void;
   /** Also takes the connection back from another tab. */
   connectNow(pairingID: string): void;
 }

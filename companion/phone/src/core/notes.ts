@@ -1,9 +1,11 @@
 // The changing part of what is kept about a pairing, as text. What an older version of this page wrote, or a browser
 // damaged, must not keep the pairing itself from working: what cannot be read of it is left out.
 
+import type { StoredLog } from "./computerLog";
 import { Fields, parseJson } from "./decoding";
 import type { DecisionRecord } from "./decisionLog";
 import type { DecisionStatus, Suppression } from "./model";
+import { longestSuppression } from "./messages";
 import type { PairingNotes, PendingSuppression, StoredOutcome } from "./store";
 
 const longest = 16 * 1024 * 1024;
@@ -47,6 +49,7 @@ export function notesFrom(text: string): PairingNotes {
     return { name: defaultName, ...empty };
   }
   const ended = readable(() => fields.optionalString("ended", 16));
+  const log = readable(() => storedLog(fields.optionalObject("log")));
   return {
     name: readable(() => fields.string("name", 256)) ?? defaultName,
     outcomes: elements(fields, "outcomes", outcome),
@@ -55,6 +58,7 @@ export function notesFrom(text: string): PairingNotes {
     decisions: elements(fields, "decisions", decision),
     usedNonces: readable(() => fields.strings(nonces, most, 64)) ?? [],
     ...((ended === "revoked" || ended === "removed") && { ended }),
+    ...(log && { log }),
   };
 }
 
@@ -99,18 +103,42 @@ function outcome(fields: Fields): StoredOutcome {
 }
 
 function suppression(fields: Fields): Suppression {
-  return { suppressionID: fields.uuid("suppressionID"), at: fields.number("at"), ...names(fields) };
+  const until = fields.optionalNumber("until");
+  return {
+    suppressionID: fields.uuid("suppressionID"),
+    at: fields.number("at"),
+    ...names(fields),
+    ...(until !== undefined && { until }),
+    ...(fields.optionalBoolean("endsWithRun") === true && { endsWithRun: true as const }),
+  };
+}
+
+function storedLog(fields: Fields | undefined): StoredLog | undefined {
+  if (!fields) return undefined;
+  const head = fields.object("head");
+  const brokenAt = fields.optionalNumber("brokenAt");
+  return {
+    head: {
+      sequence: head.integer("sequence", 0, Number.MAX_SAFE_INTEGER),
+      digest: head.string("digest", 64),
+      at: head.number("at"),
+    },
+    seen: fields.integer("seen", 0, Number.MAX_SAFE_INTEGER),
+    ...(brokenAt !== undefined && { brokenAt }),
+  };
 }
 
 function pendingSuppression(fields: Fields): PendingSuppression {
   const action = fields.string("action", 16);
   if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
   const approvalID = fields.optionalUuid("approvalID");
+  const lasts = fields.optionalInteger("lasts", 0, longestSuppression);
   return {
     decisionID: fields.string("decisionID", 64),
     action,
     ...(approvalID !== undefined && { approvalID }),
     suppressionID: fields.uuid("suppressionID"),
+    ...(lasts !== undefined && { lasts }),
   };
 }
 

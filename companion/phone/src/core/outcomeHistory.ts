@@ -33,6 +33,18 @@ export class OutcomeHistory {
     this.outcomes = [outcome, ...others].slice(0, mostKept);
   }
 
+  /** What is known already stays; the rest takes its place by its time. Whether it is new. */
+  insert(outcome: StoredOutcome): boolean {
+    const isOfPrompt = (old: StoredOutcome) => old.approvalID === outcome.approvalID;
+    const isKnown = this.outcomes.some(
+      (old) => old.key === outcome.key || (isOfPrompt(old) && outcome.status === "goneByItself"),
+    );
+    if (isKnown) return false;
+    const others = this.outcomes.filter((old) => !explains(outcome, old));
+    this.outcomes = [...others, outcome].sort((one, other) => other.at - one.at).slice(0, mostKept);
+    return true;
+  }
+
   addDecision(record: DecisionRecord): void {
     this.add({
       key: record.decisionID,

@@ -148,6 +148,10 @@ export class Phone implements PhoneActions {
     this.session(pairingID)?.unsuppress(suppressionID);
   }
 
+  suppressFor(pairingID: string, suppressionID: string, seconds: number): void {
+    this.session(pairingID)?.suppressFor(suppressionID, seconds);
+  }
+
   connectNow(pairingID: string): void {
     this.session(pairingID)?.connectNow();
   }

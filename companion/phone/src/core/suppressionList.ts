@@ -3,6 +3,8 @@ import type { PromptNames } from "./promptList";
 import type { PendingSuppression } from "./store";
 
 const mostKept = 500;
+/** So long may the computer's word be older than what was asked of it. Milliseconds. */
+const settling = 5000;
 
 /**
  * The kinds of prompts that this phone does not show, and what the computer has not been notified of yet. A change takes
@@ -27,12 +29,35 @@ export class SuppressionList {
   }
 
   /** Moves to the front where it is suppressed already. */
-  add(suppressionID: string, { appName, windowTitle }: PromptNames, at: Instant): void {
+  add(suppressionID: string, { appName, windowTitle }: PromptNames, at: Instant, until?: Instant): void {
     this.remove(suppressionID);
-    this.suppressions = [{ suppressionID, at, appName, windowTitle }, ...this.suppressions].slice(
-      0,
-      mostKept,
+    const added = { suppressionID, at, appName, windowTitle, ...(until !== undefined && { until }) };
+    this.suppressions = [added, ...this.suppressions].slice(0, mostKept);
+  }
+
+  find(suppressionID: string): Suppression | undefined {
+    return this.suppressions.find((suppression) => suppression.suppressionID === suppressionID);
+  }
+
+  /** What the computer says takes the place of all, but for what was just asked of it from here. */
+  report(kinds: readonly Suppression[], now: Instant): void {
+    const asked = new Map(this.commands.map(({ suppressionID, action }) => [suppressionID, action]));
+    const own = this.suppressions.filter(
+      ({ suppressionID, at }) =>
+        asked.get(suppressionID) === "suppress" ||
+        (at <= now && now - at < settling && !asked.has(suppressionID)),
     );
+    const others = kinds.filter(
+      ({ suppressionID }) =>
+        asked.get(suppressionID) !== "unsuppress" && !own.some((one) => one.suppressionID === suppressionID),
+    );
+    this.suppressions = [...own, ...others.map((kind) => this.named(kind))].slice(0, mostKept);
+  }
+
+  /** With the names that this phone knows, where the computer has none. */
+  private named(kind: Suppression): Suppression {
+    const known = kind.appName === "" && kind.windowTitle === "" ? this.find(kind.suppressionID) : undefined;
+    return known ? { ...kind, appName: known.appName, windowTitle: known.windowTitle } : kind;
   }
 
   remove(suppressionID: string): void {

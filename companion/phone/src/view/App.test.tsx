@@ -30,6 +30,7 @@ function actionsWith(reading: PairingReading = { kind: "offer", offer }) {
     removePhone: vi.fn<PhoneActions["removePhone"]>(),
     suppress: vi.fn<PhoneActions["suppress"]>(),
     unsuppress: vi.fn<PhoneActions["unsuppress"]>(),
+    suppressFor: vi.fn<PhoneActions["suppressFor"]>(),
     connectNow: vi.fn<PhoneActions["connectNow"]>(),
   };
 }
@@ -157,6 +158,8 @@ describe("a computer's page", () => {
     fireEvent.click(screen.getByRole("button", { name: "Show again: Rate this program?" }));
     expect(actions.unsuppress).toHaveBeenCalledTimes(1);
     expect(screen.getByText("A window without a title")).toBeTruthy();
+    expect(screen.getByText("Until you show it again")).toBeTruthy();
+    expect(screen.getByText("Until tomorrow 12:00")).toBeTruthy();
   });
 
   it.each([

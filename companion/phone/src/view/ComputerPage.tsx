@@ -11,7 +11,7 @@ import { Symbol } from "./parts/Symbol";
 import type { SymbolName } from "./parts/Symbol";
 import { goTo, routeHash } from "./routes";
 import type { Route } from "./routes";
-import { longAge, connectionText, titleOf } from "./texts";
+import { longAge, connectionText, suppressionText, titleOf } from "./texts";
 
 interface ComputerPageProps {
   readonly computer: Computer;
@@ -199,7 +199,7 @@ export function MutedPage({ computer, actions, now }: ComputerPageProps): JSX.El
               <span class="list-text">
                 <bdi class="list-title">{titleOf(one.windowTitle)}</bdi>
                 <bdi class="list-detail">{visibleText(one.appName)}</bdi>
-                <span class="list-detail">{longAge(one.at, now)}</span>
+                <span class="list-detail">{suppressionText(one, now)}</span>
               </span>
               <button
                 type="button"

@@ -10,6 +10,7 @@ import { givePointerEvents } from "./pointerEvents.testing";
 const decide = vi.fn<PhoneActions["decide"]>();
 const suppress = vi.fn<PhoneActions["suppress"]>();
 const unsuppress = vi.fn<PhoneActions["unsuppress"]>();
+const suppressFor = vi.fn<PhoneActions["suppressFor"]>();
 const refuse = () => Promise.reject(new Error("not here"));
 const actions: PhoneActions = {
   readPairing: () => ({ kind: "invalid", problem: "not here" }),
@@ -23,6 +24,7 @@ const actions: PhoneActions = {
   removePhone: () => undefined,
   suppress,
   unsuppress,
+  suppressFor,
 };
 
 function card(shown: Prompt, of: Computer = computer(), goneAt?: number) {
@@ -63,7 +65,7 @@ function pressable(): string[] {
 
 beforeEach(() => {
   vi.useFakeTimers();
-  for (const mock of [decide, suppress, unsuppress]) mock.mockReset();
+  for (const mock of [decide, suppress, unsuppress, suppressFor]) mock.mockReset();
   vi.spyOn(Element.prototype, "getBoundingClientRect").mockReturnValue(new DOMRect(0, 0, 100, 40));
 });
 
@@ -172,6 +174,12 @@ describe("a prompt", () => {
     rerender(card(shown, muted, kSceneNow));
     fireEvent.click(screen.getByRole("button", { name: "Undo" }));
     expect(unsuppress.mock.calls).toEqual([["studio", suppressionID]]);
+    fireEvent.click(screen.getByRole("button", { name: "Only for a day" }));
+    fireEvent.click(screen.getByRole("button", { name: "For a week" }));
+    expect(suppressFor.mock.calls).toEqual([
+      ["studio", suppressionID, 86_400],
+      ["studio", suppressionID, 604_800],
+    ]);
   });
 });
 

@@ -244,6 +244,12 @@ function Details({ prompt }: { prompt: Prompt }): JSX.Element {
   );
 }
 
+/** Seconds; the tap before them mutes for ever. */
+const shorterMutes = [
+  ["Only for a day", 86_400],
+  ["For a week", 604_800],
+] as const;
+
 export function PromptCard({ slot, alike, computer, actions, now }: PromptCardProps): JSX.Element {
   const [hint, setHint] = useState<string>();
   const { prompt } = slot;
@@ -293,6 +299,16 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
       )}
       {isGone && isMuted && (
         <footer class="prompt-foot">
+          {shorterMutes.map(([text, seconds]) => (
+            <button
+              key={text}
+              type="button"
+              class="plain"
+              onClick={() => actions.suppressFor(computer.pairingID, prompt.suppressionID, seconds)}
+            >
+              {text}
+            </button>
+          ))}
           <button
             type="button"
             class="plain"

@@ -1,6 +1,6 @@
 // What the page says, as functions of what it knows. Everything that a person reads about states is here, so that it can
 // be read, and tested, in one place.
-import type { Computer, Decision, Instant, Outcome, Pause, Prompt, PromptButton } from "../core/model";
+import type { Computer, Decision, Instant, Outcome, Pause, Prompt, PromptButton, Suppression } from "../core/model";
 import { visibleName, visibleText } from "../core/visibleText";
 
 const kMinute = 60;
@@ -75,6 +75,17 @@ export function pauseText(pause: Pause, now: Instant): string {
   return until === undefined || until <= now
     ? "Paused at the computer"
     : `Paused at the computer until ${clockText(until, now)}`;
+}
+
+const week = 7 * 86_400_000;
+
+/** How long a kind of prompt is not shown. */
+export function suppressionText({ until, endsWithRun }: Suppression, now: Instant): string {
+  if (endsWithRun) return "Until Quillard is started again there";
+  if (until === undefined) return "Until you show it again";
+  const isNear = until - now < week - 86_400_000;
+  const date = new Date(until);
+  return `Until ${isNear ? clockText(until, now) : date.toLocaleDateString("en-GB", { day: "numeric", month: "short" })}`;
 }
 
 /** For the ear: what has come in. */
@@ -244,6 +255,13 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
       tone: "warn",
       title: `${counted(computer.promptsLeftOut, "more prompt")} ${isOne ? "is" : "are"} not shown`,
       detail: `The list is too long. Look at ${computer.name} for ${isOne ? "it" : "them"}.`,
+    });
+  }
+  if (computer.logBrokenAt !== undefined && now - computer.logBrokenAt < week) {
+    found.push({
+      tone: "warn",
+      title: `The log of ${computer.name} was cut or changed`,
+      detail: `Noticed ${longAge(computer.logBrokenAt, now)}. What was decided before may not stand in it any more.`,
     });
   }
   if (computer.storageProblem !== undefined) {

@@ -1,0 +1,81 @@
+import { describe, expect, it } from "vitest";
+import { ComputerLog } from "./computerLog";
+import type { LogEntry } from "./reports";
+
+const digest = (name: string) => name.padStart(64, "0");
+const head = (sequence: number, at: number, name = `${sequence}`) => ({ sequence, digest: digest(name), at });
+const entry = (sequence: number, name = `${sequence}`): LogEntry => ({
+  sequence,
+  digest: digest(name),
+  at: 0,
+  event: "outcome",
+  appName: "",
+  windowTitle: "",
+  phones: [],
+});
+const excerpt = (at: number, ...sequences: number[]) => ({
+  head: head(sequences.at(-1) ?? 0, at),
+  entries: sequences.map((sequence) => entry(sequence)),
+});
+
+describe("The computer's log", () => {
+  it("is taken as it is at first", () => {
+    const log = new ComputerLog(undefined);
+    expect(log.state).toBeUndefined();
+    log.learn(head(5, 100), 1);
+    expect([log.brokenAt, log.state?.head.sequence]).toEqual([undefined, 5]);
+  });
+
+  it("may grow, and lose entries at its beginning", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 100), 1);
+    log.learn(head(90, 200), 2, [entry(80), entry(90)]);
+    expect(log.brokenAt).toBeUndefined();
+  });
+
+  it("that has become shorter was cut", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 100), 1);
+    log.learn(head(4, 200), 2);
+    expect(log.brokenAt).toBe(2);
+    log.learn(head(5, 300), 3);
+    expect(log.brokenAt).toBe(2);
+  });
+
+  it("that has another entry where one is known was changed", () => {
+    const one = new ComputerLog(undefined);
+    one.learn(head(5, 100), 1);
+    one.learn(head(5, 200, "other"), 2);
+    expect(one.brokenAt).toBe(2);
+    const another = new ComputerLog(undefined);
+    another.learn(head(5, 100), 1);
+    another.learn(head(7, 200), 2, [entry(5, "other"), entry(7)]);
+    expect(another.brokenAt).toBe(2);
+  });
+
+  it("is not broken by an older word that the relay held back", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 100), 1);
+    expect(log.learn(head(3, 90), 2)).toBe(false);
+    expect(log.learn(head(4, 100), 2)).toBe(false);
+    expect([log.brokenAt, log.state?.head.sequence]).toEqual([undefined, 5]);
+  });
+
+  it("gives each entry once, over visits", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(3, 100), 1);
+    const sequences = (entries: readonly LogEntry[]) => entries.map(({ sequence }) => sequence);
+    expect(sequences(log.takeNew(excerpt(100, 1, 2, 3)))).toEqual([1, 2, 3]);
+    const later = new ComputerLog(log.state);
+    expect(sequences(later.takeNew(excerpt(200, 2, 3, 4)))).toEqual([4]);
+    expect(sequences(later.takeNew(excerpt(300, 3, 4)))).toEqual([]);
+  });
+
+  it("that was begun anew is read from its beginning", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(30, 100), 1);
+    log.takeNew(excerpt(100, 30));
+    log.learn(head(2, 200), 2);
+    expect(log.takeNew(excerpt(200, 1, 2)).length).toBe(2);
+  });
+});

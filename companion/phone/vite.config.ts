@@ -38,20 +38,29 @@ function pageFiles(): Plugin {
 }
 
 /**
- * The table of Japanese characters is two thirds of what reads codes. Pairing codes are bytes, and have none; nor are they as
- * large as those of version 26 and above, which hold more than 997 bytes.
+ * The table of Japanese characters is two thirds of what reads codes. Pairing codes are bytes, and have none, nor any other
+ * mode; nor are they as large as those of version 26 and above, which hold more than 997 bytes.
  */
 function forPairingCodes(): Plugin {
   const table = /exports\.shiftJISTable = \{[^}]*\};/;
   const largeVersions = /,\s*\{\s*infoBits: 0x\w+,\s*versionNumber: 26,[\s\S]*?\n\];/;
+  const modes =
+    /function decodeNumeric\([\s\S]*?(?=function decodeByte\()|function decodeKanji\([\s\S]*?(?=function decode\()/g;
+  const choice = /else if \(mode === ModeByte\.ECI\) \{[\s\S]*?(?=else if \(mode === ModeByte\.Byte\))/;
+  const last = /else if \(mode === ModeByte\.Kanji\) \{[\s\S]*?\n {8}\}/;
   return {
     name: "for-pairing-codes",
     transform(code, id) {
       if (!id.endsWith("/jsqr/dist/jsQR.js")) return undefined;
-      if (!table.test(code) || !largeVersions.test(code)) {
+      if (![table, largeVersions, choice, last].every((part) => part.test(code))) {
         throw new Error("The tables of the code reader are not where they were.");
       }
-      const kept = code.replace(table, "exports.shiftJISTable = {};").replace(largeVersions, "\n];");
+      const kept = code
+        .replace(table, "exports.shiftJISTable = {};")
+        .replace(largeVersions, "\n];")
+        .replace(modes, "")
+        .replace(choice, "")
+        .replace(last, "");
       return { code: kept, map: null };
     },
   };

@@ -23,7 +23,7 @@ describe("The computer's log", () => {
     const log = new ComputerLog(undefined);
     expect(log.state).toBeUndefined();
     log.learn(head(5, 100), 1);
-    expect([log.brokenAt, log.state?.head.sequence]).toEqual([undefined, 5]);
+    expect([log.brokenAt, log.state]).toEqual([undefined, `${digest("5")}:5:100:0:0`]);
   });
 
   it("may grow, and lose entries at its beginning", () => {
@@ -58,7 +58,7 @@ describe("The computer's log", () => {
     log.learn(head(5, 100), 1);
     expect(log.learn(head(3, 90), 2)).toBe(false);
     expect(log.learn(head(4, 100), 2)).toBe(false);
-    expect([log.brokenAt, log.state?.head.sequence]).toEqual([undefined, 5]);
+    expect([log.brokenAt, log.state]).toEqual([undefined, `${digest("5")}:5:100:0:0`]);
   });
 
   it("gives each entry once, over visits", () => {
@@ -69,6 +69,17 @@ describe("The computer's log", () => {
     const later = new ComputerLog(log.state);
     expect(sequences(later.takeNew(excerpt(200, 2, 3, 4)))).toEqual([4]);
     expect(sequences(later.takeNew(excerpt(300, 3, 4)))).toEqual([]);
+  });
+
+  it("is kept from visit to visit, and nothing where it cannot be read", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 100), 1);
+    log.learn(head(4, 200), 2);
+    const later = new ComputerLog(log.state);
+    expect([later.state, later.brokenAt]).toEqual([log.state, 2]);
+    for (const text of ["", "x", ":::", "a:b:c:d", "a:-1:2:3", "a:1"]) {
+      expect(new ComputerLog(text).state).toBeUndefined();
+    }
   });
 
   it("that was begun anew is read from its beginning", () => {

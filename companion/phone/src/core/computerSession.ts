@@ -406,7 +406,7 @@ export class ComputerSession {
   }
 
   private recordEntry(entry: LogEntry): void {
-    const { approvalID, decisionID, at, appName, windowTitle } = entry;
+    const { approvalID, decisionID, at, appName, windowTitle, buttonLabel, error } = entry;
     if (approvalID === undefined) return;
     const about = { approvalID, at, appName, windowTitle };
     const status = resultStatuses.get(entry.status ?? "");
@@ -417,9 +417,9 @@ export class ComputerSession {
         key: decisionID,
         ...about,
         status,
-        ...(entry.buttonLabel !== undefined && { buttonLabel: entry.buttonLabel }),
-        ...(entry.error !== undefined && { error: entry.error }),
-        otherPhone: entry.phones.join(", ") || otherPhoneName,
+        ...(buttonLabel !== undefined && { buttonLabel }),
+        ...(error !== undefined && { error }),
+        otherPhone: entry.phones?.join(", ") || otherPhoneName,
       });
     }
   }
@@ -550,6 +550,7 @@ export class ComputerSession {
   // What is stored.
 
   private notes(): PairingNotes {
+    const log = this.log.state;
     return {
       name: this.newName ?? this.name,
       outcomes: this.history.all(),
@@ -558,7 +559,7 @@ export class ComputerSession {
       decisions: this.decisions.records(),
       usedNonces: this.channel.usedNonces(),
       ...(this.ended !== undefined && { ended: this.ended }),
-      ...(this.log.state !== undefined && { log: this.log.state }),
+      ...(log !== undefined && { log }),
     };
   }
 }

@@ -150,6 +150,16 @@ export class Fields {
     return readList(this.required(name), `${this.path}.${name}`, most, read);
   }
 
+  /** Objects. Missing and null are both absent. */
+  optionalList<Element>(
+    name: string,
+    most: number,
+    read: (fields: Fields) => Element,
+  ): Element[] | undefined {
+    if (this.member(name) === undefined) return undefined;
+    return this.list(name, most, (value, path) => read(new Fields(value, path)));
+  }
+
   strings(name: string, most: number, limit: number): string[] {
     return this.list(name, most, (value, path) => {
       if (typeof value !== "string" || value.length > limit) {

@@ -213,12 +213,12 @@ export function readClock(text: string): Meeting {
           };
         });
   const suppressions = readSuppressions(fields);
-  const log = readLog(fields);
+  const log = fields.optionalObject("log");
   return {
     clock: readStamp(fields.object("clock")),
     newPhones,
     ...(suppressions && { suppressions }),
-    ...(log && { log }),
+    ...(log && { log: readLog(log) }),
   };
 }
 

@@ -1,7 +1,6 @@
 // The changing part of what is kept about a pairing, as text. What an older version of this page wrote, or a browser
 // damaged, must not keep the pairing itself from working: what cannot be read of it is left out.
 
-import type { StoredLog } from "./computerLog";
 import { Fields, parseJson } from "./decoding";
 import type { DecisionRecord } from "./decisionLog";
 import type { DecisionStatus, Suppression } from "./model";
@@ -49,7 +48,7 @@ export function notesFrom(text: string): PairingNotes {
     return { name: defaultName, ...empty };
   }
   const ended = readable(() => fields.optionalString("ended", 16));
-  const log = readable(() => storedLog(fields.optionalObject("log")));
+  const log = readable(() => fields.optionalString("log", 256));
   return {
     name: readable(() => fields.string("name", 256)) ?? defaultName,
     outcomes: elements(fields, "outcomes", outcome),
@@ -58,7 +57,7 @@ export function notesFrom(text: string): PairingNotes {
     decisions: elements(fields, "decisions", decision),
     usedNonces: readable(() => fields.strings(nonces, most, 64)) ?? [],
     ...((ended === "revoked" || ended === "removed") && { ended }),
-    ...(log && { log }),
+    ...(log !== undefined && { log }),
   };
 }
 
@@ -110,21 +109,6 @@ function suppression(fields: Fields): Suppression {
     ...names(fields),
     ...(until !== undefined && { until }),
     ...(fields.optionalBoolean("endsWithRun") === true && { endsWithRun: true as const }),
-  };
-}
-
-function storedLog(fields: Fields | undefined): StoredLog | undefined {
-  if (!fields) return undefined;
-  const head = fields.object("head");
-  const brokenAt = fields.optionalNumber("brokenAt");
-  return {
-    head: {
-      sequence: head.integer("sequence", 0, Number.MAX_SAFE_INTEGER),
-      digest: head.string("digest", 64),
-      at: head.number("at"),
-    },
-    seen: fields.integer("seen", 0, Number.MAX_SAFE_INTEGER),
-    ...(brokenAt !== undefined && { brokenAt }),
   };
 }
 

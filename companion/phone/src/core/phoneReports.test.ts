@@ -73,13 +73,13 @@ describe("An excerpt of the log", () => {
 
   it.each([
     [{ head: undefined }],
-    [{ head: { ...head, digest: "A".repeat(64) } }],
+    [{ head: { ...head, digest: "a".repeat(65) } }],
     [{ head: { ...head, sequence: -1 } }],
-    [{ entries: undefined }],
+    [{ entries: 1 }],
     [{ entries: [{ ...entry, sequence: 0.5 }] }],
     [{ entries: [{ ...entry, at: 5 }] }],
     [{ entries: [{ ...entry, phones: [1] }] }],
-    [{ entries: Array.from({ length: 201 }, () => entry) }],
+    [{ entries: Array.from({ length: 1001 }, () => entry) }],
   ])("that is malformed is not read: %#", (members) => {
     expect(log(members)).toThrow();
   });

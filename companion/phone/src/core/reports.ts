@@ -1,13 +1,10 @@
 // What a computer tells its phones besides the prompts: which kinds are muted, and what was decided while a phone was away.
 
-import { DecodingError, Fields } from "./decoding";
+import { Fields } from "./decoding";
 import type { Instant, Suppression } from "./model";
 
-const mostKinds = 1000;
-const mostEntries = 200;
-const mostPhones = 64;
+const most = 1000;
 const longest = 10_000;
-const digits = /^[0-9a-f]{64}$/;
 
 /** The newest entry of the computer's log, and when it said so. */
 export interface LogHead {
@@ -16,19 +13,16 @@ export interface LogHead {
   readonly at: Instant;
 }
 
-export interface LogEntry {
-  readonly sequence: number;
-  readonly digest: string;
-  readonly at: Instant;
+export interface LogEntry extends LogHead {
   readonly event: string;
   readonly approvalID?: string;
-  readonly decisionID?: string;
   readonly appName: string;
   readonly windowTitle: string;
+  readonly decisionID?: string;
   readonly buttonLabel?: string;
   readonly status?: string;
   readonly error?: string;
-  readonly phones: readonly string[];
+  readonly phones?: readonly string[];
 }
 
 export interface LogExcerpt {
@@ -37,58 +31,50 @@ export interface LogExcerpt {
   readonly entries: readonly LogEntry[];
 }
 
+/** What a prompt is called, of a record that may be damaged. */
+export function namesFrom(fields: Fields): { appName: string; windowTitle: string } {
+  return { appName: fields.string("appName", longest), windowTitle: fields.string("windowTitle", longest) };
+}
+
 /** Absent: the computer says nothing of it. Throws a `DecodingError`. */
 export function readSuppressions(fields: Fields): readonly Suppression[] | undefined {
-  if (fields.value("suppressions") === undefined) return undefined;
-  return fields.list("suppressions", mostKinds, (value, path) => {
-    const kind = new Fields(value, path);
+  return fields.optionalList("suppressions", most, (kind) => {
     const until = kind.optionalDate("until");
     return {
       suppressionID: kind.uuid("suppressionID"),
       at: kind.date("since"),
-      appName: kind.string("appName", longest),
-      windowTitle: kind.string("windowTitle", longest),
+      ...namesFrom(kind),
       ...(until !== undefined && { until }),
-      ...(kind.optionalBoolean("endsWithRun") === true && { endsWithRun: true as const }),
+      ...(kind.optionalBoolean("endsWithRun") && { endsWithRun: true as const }),
     };
   });
 }
 
 export function readLogHead(fields: Fields): LogHead {
-  return { ...place(fields), at: fields.date("at") };
-}
-
-/** Absent: the computer says nothing of it. Throws a `DecodingError`. */
-export function readLog(fields: Fields): LogExcerpt | undefined {
-  const log = fields.optionalObject("log");
-  if (!log) return undefined;
   return {
-    head: readLogHead(log.object("head")),
-    entries: log.list("entries", mostEntries, (value, path) => readEntry(new Fields(value, path))),
-  };
-}
-
-function readEntry(fields: Fields): LogEntry {
-  const approvalID = fields.optionalUuid("approvalID");
-  const texts: Record<string, string> = {};
-  for (const name of ["decisionID", "buttonLabel", "status", "error"]) {
-    const text = fields.optionalString(name, longest);
-    if (text !== undefined) texts[name] = text;
-  }
-  return {
-    ...place(fields),
+    sequence: fields.integer("sequence", 0, Number.MAX_SAFE_INTEGER),
+    digest: fields.string("digest", 64),
     at: fields.date("at"),
-    event: fields.string("event", longest),
-    appName: fields.string("appName", longest),
-    windowTitle: fields.string("windowTitle", longest),
-    phones: fields.value("phones") === undefined ? [] : fields.strings("phones", mostPhones, longest),
-    ...(approvalID !== undefined && { approvalID }),
-    ...texts,
   };
 }
 
-function place(fields: Fields): { sequence: number; digest: string } {
-  const digest = fields.string("digest", 64);
-  if (!digits.test(digest)) throw new DecodingError(`${fields.path}.digest`, "is not a digest");
-  return { sequence: fields.integer("sequence", 0, Number.MAX_SAFE_INTEGER), digest };
+/** Throws a `DecodingError`. */
+export function readLog(log: Fields): LogExcerpt {
+  const entries = log.optionalList("entries", most, (fields) => {
+    const approvalID = fields.optionalUuid("approvalID");
+    const texts: Record<string, string | undefined> = {};
+    for (const name of ["decisionID", "buttonLabel", "status", "error"]) {
+      const text = fields.optionalString(name, longest);
+      if (text !== undefined) texts[name] = text;
+    }
+    return {
+      ...readLogHead(fields),
+      event: fields.string("event", longest),
+      ...namesFrom(fields),
+      ...texts,
+      ...(approvalID && { approvalID }),
+      ...(fields.value("phones") !== undefined && { phones: fields.strings("phones", most, longest) }),
+    };
+  });
+  return { head: readLogHead(log.object("head")), entries: entries ?? [] };
 }

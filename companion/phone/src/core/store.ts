@@ -1,7 +1,6 @@
 // What a phone keeps between two visits: per pairing its keys and its notes. An interface, with a binding for browsers in
 // `indexedDBStore.ts` and one that forgets in `memoryStore.ts`.
 
-import type { StoredLog } from "./computerLog";
 import type { DecisionRecord } from "./decisionLog";
 import type { LockKey } from "./environment";
 import type { SuppressionCommand } from "./messages";
@@ -40,8 +39,8 @@ export interface PairingNotes {
   readonly decisions: readonly DecisionRecord[];
   /** Boxes that must not be opened a second time. Newest last. */
   readonly usedNonces: readonly string[];
-  /** Absent: the computer has said nothing of a log. */
-  readonly log?: StoredLog;
+  /** See `ComputerLog.state`. Absent: the computer has said nothing of a log. */
+  readonly log?: string;
   /** Why the relay will not have this phone any more. Absent: nothing of the kind is known. */
   readonly ended?: "revoked" | "removed";
 }

@@ -81,11 +81,11 @@ const week = 7 * 86_400_000;
 
 /** How long a kind of prompt is not shown. */
 export function suppressionText({ until, endsWithRun }: Suppression, now: Instant): string {
-  if (endsWithRun) return "Until Quillard is started again there";
+  if (endsWithRun) return "Until Quillard restarts there";
   if (until === undefined) return "Until you show it again";
-  const isNear = until - now < week - 86_400_000;
-  const date = new Date(until);
-  return `Until ${isNear ? clockText(until, now) : date.toLocaleDateString("en-GB", { day: "numeric", month: "short" })}`;
+  // Of the days of the week each is unambiguous for six.
+  const isNear = until - now < 0.85 * week;
+  return `Until ${isNear ? clockText(until, now) : new Date(until).toLocaleDateString("en-GB")}`;
 }
 
 /** For the ear: what has come in. */
@@ -261,7 +261,7 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
     found.push({
       tone: "warn",
       title: `The log of ${computer.name} was cut or changed`,
-      detail: `Noticed ${longAge(computer.logBrokenAt, now)}. What was decided before may not stand in it any more.`,
+      detail: `Noticed ${longAge(computer.logBrokenAt, now)}. It may lack earlier decisions.`,
     });
   }
   if (computer.storageProblem !== undefined) {

@@ -136,11 +136,11 @@ TEST_F(AppDelegateAudit, AFileCutWhileTheAgentWasAwayIsSaidInTheLog) {
   agent.launchAndPair();
   ask();
   decide("Cancel");
-  agent.quit();
+  agent.destroyAgent();
   const auto bytes = *agent.world.auditFile().current();
   agent.world.auditFile().setContents(bytes.substr(0, bytes.find('\n') + 1));
   agent.construct();
-  agent.launch();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.applicationDidFinishLaunching(); });
   agent.advance(1);
   EXPECT_THAT(events(), ElementsAre("started", "mended", "started"));
   EXPECT_EQ(entries("mended").at(0).how, "cut");

@@ -40,9 +40,10 @@ class AppDelegateMutes : public testing::Test {
     agent.advance(10);
   }
   void restart() {
-    agent.quit();
+    agent.destroyAgent();
     agent.construct();
-    agent.launch();
+    agent.onMainThread([](AppDelegate& delegate) { delegate.applicationDidFinishLaunching(); });
+    agent.advance(5);
     agent.phone.comeOnline();
     agent.advance(10);
   }
@@ -180,7 +181,7 @@ TEST_F(AppDelegateMutes, AreUndoneInTheWindow) {
   agent.advance(3);
   EXPECT_TRUE(window.click(StatusWindowButton::mutedPrimary));
   agent.advance(1);
-  EXPECT_TRUE(window.chooseMenuItem("Simulated Application: Erase disk?")) << window.menuTitles().at(0);
+  EXPECT_TRUE(window.chooseMenuItem("Example: Erase disk?")) << window.menuTitles().at(0);
   agent.advance(10);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
   EXPECT_THAT(agent.status().muted, IsEmpty());

@@ -1,6 +1,15 @@
 // What the page says, as functions of what it knows. Everything that a person reads about states is here, so that it can
 // be read, and tested, in one place.
-import type { Computer, Decision, Instant, Outcome, Pause, Prompt, PromptButton, Suppression } from "../core/model";
+import type {
+  Computer,
+  Decision,
+  Instant,
+  Outcome,
+  Pause,
+  Prompt,
+  PromptButton,
+  Suppression,
+} from "../core/model";
 import { visibleName, visibleText } from "../core/visibleText";
 
 const kMinute = 60;

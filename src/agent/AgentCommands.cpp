@@ -100,7 +100,10 @@ void AgentCommands::set(const std::shared_ptr<ChannelSession>& session, JsonRead
   if (const auto* const problem = std::get_if<std::string>(&outcome)) {
     return session->refuse(channel_codes::kMalformed, *problem);
   }
-  session->finish(channelLine("done", {{"takenOver", std::get<bool>(outcome)}}));
+  const auto& result = std::get<SettingsChangeResult>(outcome);
+  Json members{{"takenOver", result.isTakenOver}};
+  if (result.unwritten) members["unwritten"] = *result.unwritten;
+  session->finish(channelLine("done", members));
 }
 
 void AgentCommands::pause(const std::shared_ptr<ChannelSession>& session, JsonReader& reader) {

@@ -21,8 +21,8 @@ struct AgentCommandActions {
   std::function<void()> resume;
   std::function<void()> openWindow;
   std::function<void()> quit;
-  // Why it cannot be kept, or whether it counts from now on.
-  std::function<std::variant<std::string, bool>(const SettingsChange&)> change;
+  // Why it cannot be kept, or what came of it.
+  std::function<std::variant<std::string, SettingsChangeResult>(const SettingsChange&)> change;
 };
 
 // What the window's buttons do, for other programs of this user, over the channel: "status" (once, or again whenever it

@@ -100,6 +100,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::start() {
+  // An earlier agent, or a tool, may have written since this one was made.
+  (void)platform.userDefaults.synchronize();
+  takeOverTunables();
   channel.start();
   // Only the agent that runs does so: the settings and the log are shared.
   detection.setEarlierFingerprintKeys(suppressions.open(detection.fingerprintKey()));
@@ -134,6 +137,7 @@ void AppDelegate::applicationWillTerminate() {
   programs.stop();
   detection.stop();
   relay.stop();
+  (void)platform.userDefaults.synchronize();  // Who has the lock next reads what this agent has set.
   instanceGuard.releaseSingleInstanceLock();
 }
 
@@ -265,14 +269,19 @@ void AppDelegate::questionsChanged() {
   pendingApprovalsChanged();
 }
 
-std::variant<std::string, bool> AppDelegate::changeSetting(const SettingsChange& change) {
+std::variant<std::string, SettingsChangeResult> AppDelegate::changeSetting(const SettingsChange& change) {
   const bool wasConfigured = pairingConfiguration.isRelayConfigured();
   if (const auto problem = apply(change, platform.userDefaults)) return *problem;
-  if (change.name == kRelaySetting) return takeOverRelay(wasConfigured);
+  auto unwritten = platform.userDefaults.synchronize();
+  if (change.name == kRelaySetting) return SettingsChangeResult{takeOverRelay(wasConfigured), std::move(unwritten)};
+  takeOverTunables();
+  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  return SettingsChangeResult{/*isTakenOver=*/true, std::move(unwritten)};
+}
+
+void AppDelegate::takeOverTunables() {
   store.setStaleAfter(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}));
   detection.takeOverTunables();
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
-  return true;
 }
 
 // Where the environment or the program itself names a relay, the user's is kept and not used.

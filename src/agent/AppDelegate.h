@@ -95,7 +95,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void questionsChanged();
   [[nodiscard]] std::vector<WaitingQuestion> waitingQuestions() const;
   // What a person set from the terminal: kept, and taken over as far as that is possible while this runs.
-  [[nodiscard]] std::variant<std::string, bool> changeSetting(const SettingsChange& change);
+  [[nodiscard]] std::variant<std::string, SettingsChangeResult> changeSetting(const SettingsChange& change);
+  void takeOverTunables();
   // Whether the relay that is configured by now is used from now on.
   bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();

@@ -79,6 +79,22 @@ TEST(AppDelegateLaunch, ASecondAgentRunsOnceTheFirstHasLetGo) {
   EXPECT_EQ(agent.world.loginService().registrationCount(), 1);
 }
 
+TEST(AppDelegateLaunch, ASecondAgentGoesByWhatTheFirstHasWrittenLast) {
+  AgentWorld agent;
+  agent.world.environment().unset("QUILLARD_RELAY_URL");
+  platform::simulated::SimulatedLockFiles first{agent.world.lockFolder()};
+  auto held = first.acquire(kLock);
+  agent.desktop().launch({.bundleIdentifier = "com.quillard.agent", .processIdentifier = 501});
+  const auto settingsOfFirst = agent.world.userDefaults().openedByAnother();
+  agent.launch();
+  agent.advance(0.45);
+  settingsOfFirst->set("quillard.relay-url", std::string("wss://chosen.example/ws"));
+  ASSERT_EQ(settingsOfFirst->synchronize(), std::nullopt);
+  held.lock.reset();
+  agent.advance(5);
+  EXPECT_TRUE(agent.status().relayConnected);
+}
+
 TEST(AppDelegateLaunch, ASecondAgentThatIsToldToQuitWhileItWaitsDoesSo) {
   AgentWorld agent;
   platform::simulated::SimulatedLockFiles first{agent.world.lockFolder()};

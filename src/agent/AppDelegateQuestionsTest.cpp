@@ -386,6 +386,21 @@ TEST_F(AppDelegateQuestions, ARelayOfTheEnvironmentComesBeforeOneThatIsSet) {
   EXPECT_TRUE(agent.status().relayConnected) << "nothing was interrupted";
 }
 
+TEST_F(AppDelegateQuestions, WhatIsSetAndCannotBeWrittenIsSaidAndWrittenAtTheEnd) {
+  agent.launch();
+  agent.world.userDefaults().setDiskFull(true);
+  const auto answer = program.request(channelLine("set", {{"name", "approval-stale-grace"}, {"value", "60"}}));
+  EXPECT_THAT(answer, HasSubstr(R"("takenOver":true)"));
+  EXPECT_THAT(answer, HasSubstr(R"("unwritten":"The simulated settings cannot be written: The disk is full.")"));
+  const auto stored = [this] {
+    return agent.world.userDefaults().openedByAnother()->object("quillard.settings.approval-stale-grace").has_value();
+  };
+  EXPECT_FALSE(stored());
+  agent.world.userDefaults().setDiskFull(false);
+  agent.quit();
+  EXPECT_TRUE(stored());
+}
+
 TEST_F(AppDelegateQuestions, TunablesThatAreSetAreTakenOver) {
   agent.launchAndPair();
   EXPECT_THAT(program.request(channelLine("set", {{"name", "approval-stale-grace"}, {"value", "60"}})),

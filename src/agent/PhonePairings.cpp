@@ -79,6 +79,7 @@ PhonePairings::~PhonePairings() = default;
 // ---- All of them
 
 void PhonePairings::startRelayIfConfigured() {
+  roster.reload();
   giveUpWhatEarlierRunEnded();
   first->startRelayIfConfigured();
   readFirstIdentity();

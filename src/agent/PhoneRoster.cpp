@@ -195,6 +195,11 @@ void PhoneRoster::makeRoom(std::string_view pairingID) {
   known.erase(oldest);
 }
 
+void PhoneRoster::reload() {
+  known.clear();
+  load();
+}
+
 void PhoneRoster::load() {
   const auto value = defaults.object(kKey);
   const auto* bytes = value ? std::get_if<Bytes>(&*value) : nullptr;

@@ -43,6 +43,9 @@ class PhoneRoster {
   // Both outlive this.
   PhoneRoster(platform::UserDefaults& defaults, const platform::Clock& clock);
 
+  // Reads the settings again, which an earlier run may have written since. Before anything is noted.
+  void reload();
+
   // What the relay says of a pairing now; `status` empty: there is no connection. Returns the phones that were not
   // known, in the relay's order.
   std::vector<KnownPhone> note(std::string_view pairingID, const RelayConnectionStatus& status);

@@ -18,6 +18,13 @@ struct SettingsChange {
 
 inline constexpr std::string_view kRelaySetting = "relay";
 
+// What came of a change that can be kept.
+struct SettingsChangeResult {
+  bool isTakenOver = false;  // It counts from now on.
+  // Why it is not on the disk yet, as a sentence. Absent: it is.
+  std::optional<std::string> unwritten{};
+};
+
 // Keeps it. Why it cannot be kept, as a sentence that holds no secret, and nothing has changed then; absent: it is
 // kept.
 [[nodiscard]] std::optional<std::string> apply(const SettingsChange& change, platform::UserDefaults& settings);

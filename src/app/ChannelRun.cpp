@@ -23,6 +23,7 @@ namespace {
 
 constexpr Seconds kParentInterval{1};
 constexpr Seconds kLogInterval{1};
+constexpr std::size_t kLongestProblem = 1000;
 constexpr pid_t kFirstProcess = 1;  // Takes in whoever has lost its parent.
 
 // All of it, or what is beyond `longest` left out but for one byte. Absent: it cannot be read.
@@ -337,7 +338,9 @@ std::optional<ChangeOutcome> changeThere(const SettingsChange& change, const Cha
       {.onMessage =
            [&](const ChannelMessage& message) {
              JsonReader reader{message.json};
-             outcome = ChangeOutcome{.isTakenOver = reader.optionalBoolean("takenOver").value_or(false)};
+             outcome = ChangeOutcome{.isTakenOver = reader.optionalBoolean("takenOver").value_or(false),
+                                     .unwritten = reader.optionalString("unwritten")};
+             if (outcome->unwritten) outcome->unwritten = printableText(*outcome->unwritten, kLongestProblem);
              QCoreApplication::exit();
              return false;
            },

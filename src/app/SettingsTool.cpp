@@ -31,8 +31,16 @@ ExitCode fail(const Output& output, const std::string& problem, ExitCode code) {
   return code;
 }
 
-ExitCode fail(const Output& output, const ChangeOutcome& outcome) {
-  return fail(output, *outcome.problem, outcome.canBeRepeated ? ExitCode::cannotDoHere : ExitCode::wrongUsage);
+// Absent: the change is made and kept.
+std::optional<ExitCode> failure(const Output& output, const ChangeOutcome& outcome) {
+  if (outcome.problem) {
+    return fail(output, *outcome.problem, outcome.canBeRepeated ? ExitCode::cannotDoHere : ExitCode::wrongUsage);
+  }
+  if (!outcome.unwritten) return std::nullopt;
+  return fail(output,
+              *outcome.unwritten + (outcome.isTakenOver ? "\nThe agent uses what was set, and tries to write it again."
+                                                        : "\nSet it again once that is mended."),
+              ExitCode::cannotDoHere);
 }
 
 std::string printed(const OrderedJson& json) { return json.dump(2) + "\n"; }
@@ -139,8 +147,10 @@ ChangeOutcome changeHere(const SettingsChange& change, platform::LockFiles& lock
     return {.problem = "An agent runs and cannot be asked to change it: quit it, and try again.",
             .canBeRepeated = true};
   }
-  const auto settings = openSettings();  // Destroyed, and written, before the lock is released.
-  return {.problem = apply(change, *settings)};
+  const auto settings = openSettings();
+  ChangeOutcome outcome{.problem = apply(change, *settings)};
+  if (!outcome.problem) outcome.unwritten = settings->synchronize();
+  return outcome;
 }
 
 ExitCode setRelay(const SetRelay& command, PairingConfiguration& pairing, const MakeChange& makeChange,
@@ -152,7 +162,7 @@ ExitCode setRelay(const SetRelay& command, PairingConfiguration& pairing, const 
   const auto& url = std::get<std::string>(address);
   const auto before = pairing.userConfiguration();
   const auto outcome = makeChange({std::string(kRelaySetting), url});
-  if (outcome.problem) return fail(output, outcome);
+  if (const auto code = failure(output, outcome)) return *code;
   output.print("The relay is " + printableAddress(url) +
                (hasRegistrationKey(url) ? ", with its operator's key.\n" : ".\n"));
   sayWhenItCounts(outcome, output);
@@ -165,7 +175,7 @@ ExitCode setRelay(const SetRelay& command, PairingConfiguration& pairing, const 
 
 ExitCode forgetRelay(PairingConfiguration& pairing, const MakeChange& makeChange, const Output& output) {
   const auto outcome = makeChange({std::string(kRelaySetting), std::nullopt});
-  if (outcome.problem) return fail(output, outcome);
+  if (const auto code = failure(output, outcome)) return *code;
   output.print("The settings name no relay any more.\n");
   warnOfOtherOrigin(pairing, output);
   return ExitCode::fine;
@@ -239,7 +249,7 @@ ExitCode changeSetting(const ChangeSetting& command, const Sources& sources, con
   const auto outcome = command.name == kRelaySetting
                            ? ChangeOutcome{.problem = "The relay is set by \"quillard relay set\"."}
                            : makeChange({command.name, command.value});
-  if (outcome.problem) return fail(output, outcome);
+  if (const auto code = failure(output, outcome)) return *code;
   const auto& tunable = *AgentConfiguration::findTunable(command.name);
   const double kept =
       command.value ? AgentConfiguration::readTunable(tunable, *command.value).value_or(0) : tunable.fallback;

@@ -22,11 +22,13 @@ struct ChangeOutcome {
   std::optional<std::string> problem{};  // A sentence; absent: it is kept.
   bool isTakenOver = false;              // By an agent that runs.
   bool canBeRepeated = false;            // Nothing is wrong with the change itself.
+  // Why it is not on the disk, as a sentence. Absent: it is, or there is a problem.
+  std::optional<std::string> unwritten{};
 };
 // Has a change made by the agent that runs; where none does, makes it here.
 using MakeChange = std::function<ChangeOutcome(const SettingsChange&)>;
 
-// The settings as they are kept now; what is set is kept when the result is destroyed.
+// The settings as they are kept now.
 using OpenSettings = std::function<std::unique_ptr<platform::UserDefaults>()>;
 
 // Makes the change where no agent runs: one that does holds the settings in memory, and would write over it. Others

@@ -14,23 +14,24 @@ namespace {
 
 using testing::HasSubstr;
 
-// Of one change: they call back when they are written.
+// Of one change: they call back when they are written. Opened anew for each, as by a process of its own.
 class OpenedSettings final : public platform::UserDefaults {
  public:
-  OpenedSettings(platform::UserDefaults& kept, std::function<void()> onWritten)
-      : kept(kept), onWritten(std::move(onWritten)) {}
-  OpenedSettings(const OpenedSettings&) = delete;
-  OpenedSettings& operator=(const OpenedSettings&) = delete;
-  ~OpenedSettings() override { onWritten(); }
+  OpenedSettings(std::unique_ptr<platform::UserDefaults> opened, std::function<void()> onWritten)
+      : kept(std::move(opened)), onWritten(std::move(onWritten)) {}
 
   [[nodiscard]] std::optional<platform::UserDefaultsValue> object(std::string_view key) const override {
-    return kept.object(key);
+    return kept->object(key);
   }
-  void set(std::string_view key, platform::UserDefaultsValue value) override { kept.set(key, std::move(value)); }
-  void remove(std::string_view key) override { kept.remove(key); }
+  void set(std::string_view key, platform::UserDefaultsValue value) override { kept->set(key, std::move(value)); }
+  void remove(std::string_view key) override { kept->remove(key); }
+  std::optional<std::string> synchronize() override {
+    onWritten();
+    return kept->synchronize();
+  }
 
  private:
-  platform::UserDefaults& kept;
+  const std::unique_ptr<platform::UserDefaults> kept;
   const std::function<void()> onWritten;
 };
 
@@ -46,11 +47,13 @@ struct SettingsToolTest : testing::Test {
                                 world.random(), world.console()}};
   const AgentConfiguration::Sources sources{world.environment(), &world.userDefaults()};
   const MakeChange makeChange = [this](const SettingsChange& change) {
-    return changeHere(change, world.lockFiles(), [this] {
-      return std::make_unique<OpenedSettings>(world.userDefaults(), [this] {
+    auto outcome = changeHere(change, world.lockFiles(), [this] {
+      return std::make_unique<OpenedSettings>(world.userDefaults().openedByAnother(), [this] {
         wasLocked = world.lockFiles().acquire(kInstanceLockFile).outcome == platform::LockOutcome::heldElsewhere;
       });
     });
+    (void)world.userDefaults().synchronize();  // As the next tool reads them.
+    return outcome;
   };
   std::optional<bool> wasLocked;  // When they were last written.
   std::string printed;
@@ -208,6 +211,31 @@ TEST_F(SettingsToolTest, RefusesWhatIsNoSettingOrNoValue) {
   EXPECT_EQ(takenErrors(), "The relay is set by \"quillard relay set\".\n");
   EXPECT_EQ(show({"colour", false}), ExitCode::wrongUsage);
   EXPECT_EQ(printed, "");
+}
+
+TEST_F(SettingsToolTest, SaysWhereNothingCouldBeWritten) {
+  world.userDefaults().setDiskFull(true);
+  const std::string problem =
+      "The simulated settings cannot be written: The disk is full.\nSet it again once that is mended.\n";
+  EXPECT_EQ(change({"approval-stale-grace", "11"}), ExitCode::cannotDoHere);
+  EXPECT_EQ(takenErrors(), problem);
+  EXPECT_EQ(set({"relay.example", std::nullopt}), ExitCode::cannotDoHere);
+  EXPECT_EQ(takenErrors(), problem);
+  EXPECT_EQ(printed, "");
+  world.userDefaults().setDiskFull(false);
+  EXPECT_EQ(set({"relay.example", std::nullopt}), ExitCode::fine);
+  world.userDefaults().setDiskFull(true);
+  EXPECT_EQ(forgetRelay(pairing, makeChange, output), ExitCode::cannotDoHere);
+  EXPECT_EQ(UserRelay::stored(world.userDefaults()), "wss://relay.example/ws");
+}
+
+TEST_F(SettingsToolTest, SaysWhatARunningAgentCouldNotWrite) {
+  const MakeChange agents = [](const SettingsChange&) {
+    return ChangeOutcome{.isTakenOver = true, .unwritten = "settings.json cannot be written."};
+  };
+  EXPECT_EQ(setRelay({"relay.example", std::nullopt}, pairing, agents, output), ExitCode::cannotDoHere);
+  EXPECT_EQ(takenErrors(),
+            "settings.json cannot be written.\nThe agent uses what was set, and tries to write it again.\n");
 }
 
 TEST_F(SettingsToolTest, ChangesNothingBehindTheBackOfAnAgentThatRuns) {

@@ -23,8 +23,8 @@ class SystemPlatform {
   [[nodiscard]] virtual Platform platform() = 0;
   // What this system wants done before an agent is made, which tools do not ask for.
   virtual void prepareForAgent() = 0;
-  // The settings as they are kept now, whatever this object has read of them before. What is set is kept when the
-  // result is destroyed, which is before this object.
+  // The settings as they are kept now, whatever this object has read of them before. The result is destroyed
+  // before this object.
   [[nodiscard]] virtual std::unique_ptr<UserDefaults> openSettings() = 0;
 };
 

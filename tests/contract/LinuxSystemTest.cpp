@@ -249,6 +249,14 @@ class FileUserDefaultsBinding final : public UserDefaultsBinding {
     file.reset();
     file.emplace(folder.path() + "/quillard", executors, console);
   }
+  std::unique_ptr<platform::UserDefaults> openAnother() override {
+    return std::make_unique<xdg::FileUserDefaults>(folder.path() + "/quillard", executors, console);
+  }
+  // A folder stands where the new file would be written.
+  void setDiskFull(bool isFull) override {
+    const std::string obstacle = folder.path() + "/quillard/settings.json.new";
+    isFull ? (void)std::filesystem::create_directories(obstacle) : (void)std::filesystem::remove(obstacle);
+  }
 
  private:
   const TemporaryFolder folder;

@@ -184,7 +184,9 @@ class SimulatedLocalSocketsBinding final : public LocalSocketsBinding {
 class SimulatedUserDefaultsBinding final : public UserDefaultsBinding {
  public:
   platform::UserDefaults& defaults() override { return simulated; }
-  void reopen() override {}  // It outlives the runs of the program.
+  void reopen() override { EXPECT_EQ(simulated.synchronize(), std::nullopt); }  // It outlives the runs of the program.
+  std::unique_ptr<platform::UserDefaults> openAnother() override { return simulated.openedByAnother(); }
+  void setDiskFull(bool isFull) override { simulated.setDiskFull(isFull); }
 
  private:
   SimulatedUserDefaults simulated;

@@ -83,4 +83,9 @@ void MacUserDefaults::set(std::string_view key, UserDefaultsValue value) {
 
 void MacUserDefaults::remove(std::string_view key) { store(key, nullptr); }
 
+std::optional<std::string> MacUserDefaults::synchronize() {
+  if (CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication) != Boolean{false}) return std::nullopt;
+  return "The preferences of com.quillard.agent cannot be written.";
+}
+
 }  // namespace quillard::macos

@@ -11,6 +11,7 @@ class MacUserDefaults final : public platform::UserDefaults {
   [[nodiscard]] std::optional<platform::UserDefaultsValue> object(std::string_view key) const override;
   void set(std::string_view key, platform::UserDefaultsValue value) override;
   void remove(std::string_view key) override;
+  [[nodiscard]] std::optional<std::string> synchronize() override;
 };
 
 }  // namespace quillard::macos

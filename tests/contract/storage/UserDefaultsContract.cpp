@@ -73,6 +73,51 @@ TEST_P(UserDefaultsContract, ForgetsWhatIsRemoved) {
   EXPECT_EQ(binding->defaults().object("b"), UserDefaultsValue(true));
 }
 
+TEST_P(UserDefaultsContract, AnotherProcessReadsWhatWasSetOnceBothHaveSynchronized) {
+  binding->defaults().set("a", true);
+  ASSERT_EQ(binding->defaults().synchronize(), std::nullopt);
+  const auto other = binding->openAnother();
+  EXPECT_EQ(other->object("a"), UserDefaultsValue(true));
+  binding->defaults().set("a", 2.0);
+  binding->defaults().set("b", true);
+  ASSERT_EQ(binding->defaults().synchronize(), std::nullopt);
+  EXPECT_EQ(other->object("a"), UserDefaultsValue(true)) << "not behind its back";
+  ASSERT_EQ(other->synchronize(), std::nullopt);
+  EXPECT_EQ(other->object("a"), UserDefaultsValue(2.0));
+  EXPECT_EQ(other->object("b"), UserDefaultsValue(true));
+}
+
+TEST_P(UserDefaultsContract, WritesNothingButWhatItHasSetItself) {
+  binding->defaults().set("theirs", std::string("old"));
+  binding->defaults().set("removed", true);
+  ASSERT_EQ(binding->defaults().synchronize(), std::nullopt);
+  auto other = binding->openAnother();
+  other->set("theirs", std::string("new"));
+  other->remove("removed");
+  ASSERT_EQ(other->synchronize(), std::nullopt);
+  other.reset();
+  binding->defaults().set("ours", true);  // And knows nothing of these changes.
+  binding->reopen();
+  EXPECT_EQ(binding->defaults().object("ours"), UserDefaultsValue(true));
+  EXPECT_EQ(binding->defaults().object("theirs"), UserDefaultsValue(std::string("new")));
+  EXPECT_EQ(binding->defaults().object("removed"), std::nullopt);
+}
+
+TEST_P(UserDefaultsContract, SaysWhenNothingCanBeWrittenAndWritesItLater) {
+  binding->defaults().set("first", true);
+  ASSERT_EQ(binding->defaults().synchronize(), std::nullopt);
+  binding->setDiskFull(true);
+  binding->defaults().set("second", true);
+  EXPECT_NE(binding->defaults().synchronize(), std::nullopt);
+  EXPECT_NE(binding->defaults().synchronize(), std::nullopt) << "nor the next time";
+  EXPECT_EQ(binding->defaults().object("second"), UserDefaultsValue(true));
+  EXPECT_EQ(binding->openAnother()->object("second"), std::nullopt);
+  binding->setDiskFull(false);
+  EXPECT_EQ(binding->defaults().synchronize(), std::nullopt);
+  EXPECT_EQ(binding->openAnother()->object("second"), UserDefaultsValue(true));
+  EXPECT_EQ(binding->openAnother()->object("first"), UserDefaultsValue(true));
+}
+
 TEST_P(UserDefaultsContract, MayBeUsedByManyThreads) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {
@@ -80,6 +125,7 @@ TEST_P(UserDefaultsContract, MayBeUsedByManyThreads) {
       for (int i = 0; i <= 200; ++i) {
         binding->defaults().set(key, double(i));
         EXPECT_EQ(binding->defaults().object(key), UserDefaultsValue(double(i)));
+        if (i % 50 == 0) EXPECT_EQ(binding->defaults().synchronize(), std::nullopt);
       }
     });
   }

@@ -20,6 +20,10 @@ class UserDefaultsBinding {
   virtual platform::UserDefaults& defaults() = 0;
   // Ends the run of the program: from now on `defaults` is what its next run has.
   virtual void reopen() = 0;
+  // The same settings as another process opens them now. It goes before the binding.
+  virtual std::unique_ptr<platform::UserDefaults> openAnother() = 0;
+  // While it is true, nothing can be written.
+  virtual void setDiskFull(bool isFull) = 0;
 };
 
 using MakeUserDefaults = std::unique_ptr<UserDefaultsBinding> (*)();

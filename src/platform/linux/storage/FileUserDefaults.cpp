@@ -22,7 +22,6 @@ FileUserDefaults::FileUserDefaults(std::string folder, platform::Executors& exec
 
 FileUserDefaults::~FileUserDefaults() {
   writer.reset();
-  oweWhatFailed();
   (void)write();
 }
 
@@ -56,7 +55,9 @@ std::optional<UserDefaultsValue> FileUserDefaults::object(std::string_view key) 
 void FileUserDefaults::set(std::string_view key, UserDefaultsValue value) {
   {
     const MutexLock lock(mutex);
-    settings.insert_or_assign(std::string(key), encodedSetting(value));
+    auto encoded = encodedSetting(value);
+    changes.insert_or_assign(std::string(key), encoded);
+    settings.insert_or_assign(std::string(key), std::move(encoded));
   }
   changed();
 }
@@ -67,8 +68,17 @@ void FileUserDefaults::remove(std::string_view key) {
     const auto found = settings.find(key);
     if (found == settings.end()) return;
     settings.erase(found);
+    changes.insert_or_assign(std::string(key), std::nullopt);
   }
   changed();
+}
+
+std::optional<std::string> FileUserDefaults::synchronize() {
+  const auto problem = isWritable ? write() : "It could not be read at the start, nor put aside.";
+  if (problem) return file.path() + " cannot be written: " + *problem;
+  const MutexLock lock(fileMutex);
+  readAgain();
+  return std::nullopt;
 }
 
 void FileUserDefaults::changed() {
@@ -81,28 +91,57 @@ void FileUserDefaults::changed() {
 
 // Failing to reach the disk is not reported.
 void FileUserDefaults::writeOrTryLater() {
-  oweWhatFailed();
-  if (!write()) retry = queue->postAfter(retryDelay, [this] { writeOrTryLater(); });
-}
-
-void FileUserDefaults::oweWhatFailed() {
-  if (!retry) return;
   retry.reset();
-  const MutexLock lock(mutex);
-  isWritePending = true;
-}
-
-bool FileUserDefaults::write() {
-  std::string text;
   {
     const MutexLock lock(mutex);
-    if (!std::exchange(isWritePending, false)) return true;
-    text = userDefaultsText(settings);
+    isWritePending = false;
   }
-  if (!isWritable) return true;
-  const bool isWritten = !file.write(text);
+  if (write()) retry = queue->postAfter(retryDelay, [this] { writeOrTryLater(); });
+}
+
+std::optional<std::string> FileUserDefaults::write() {
+  if (!isWritable) return std::nullopt;
+  const MutexLock lock(fileMutex);
+  {
+    const MutexLock innerLock(mutex);
+    if (changes.empty()) return std::nullopt;
+  }
+  const auto others = file.lock();
+  if (!others) return "Another process is writing it, or its folder cannot be used.";
+  return writeChanges();
+}
+
+std::optional<std::string> FileUserDefaults::writeChanges() {
+  readAgain();
+  std::string text;
+  Changes written;
+  {
+    const MutexLock lock(mutex);
+    text = userDefaultsText(settings);
+    written = std::exchange(changes, {});
+  }
+  const auto problem = file.write(text);
   file.removeOldAsides();
-  return isWritten;
+  if (!problem) return std::nullopt;
+  const MutexLock lock(mutex);
+  changes.merge(written);  // What was set meanwhile is newer.
+  return problem->text;
+}
+
+void FileUserDefaults::readAgain() {
+  const auto content = file.read();
+  if (std::holds_alternative<FileProblem>(content)) return;
+  auto read = readUserDefaults(std::get<Secret>(content).text());
+  if (std::holds_alternative<JsonError>(read)) return;
+  const MutexLock lock(mutex);
+  settings = std::get<StoredSettings>(std::move(read));
+  for (const auto& [key, value] : changes) {
+    if (value) {
+      settings.insert_or_assign(key, *value);
+    } else {
+      settings.erase(key);
+    }
+  }
 }
 
 }  // namespace quillard::xdg

@@ -87,6 +87,17 @@ TEST_F(Settings, AreNotWrittenWhenNothingHasChanged) {
   EXPECT_FALSE(std::filesystem::exists(path()));
 }
 
+TEST_F(Settings, OfTwoProcessesAreKeptWhicheverWritesLast) {
+  auto agent = open();
+  auto tool = open();
+  tool->set("tool", true);
+  tool.reset();
+  agent->set("agent", true);
+  agent.reset();
+  EXPECT_EQ(open()->object("tool"), UserDefaultsValue(true)) << content();
+  EXPECT_EQ(open()->object("agent"), UserDefaultsValue(true)) << content();
+}
+
 TEST_F(Settings, OfUnknownKindsSurvive) {
   put(R"({"version":1,"values":{"new":{"colour":"blue"},"odd":{"date":"today"},"old":{"boolean":true}}})");
   {

@@ -1,15 +1,18 @@
 #include "platform/linux/storage/PrivateFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <span>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,7 +85,11 @@ void makeFolders(const std::string& folder) {
 }
 
 std::variant<Secret, FileProblem> readAll(int descriptor, std::size_t largest) {
-  WipedBuffer buffer(largest + 1);
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return systemProblem();
+  // One more, for what is written to it by someone else now.
+  const auto length = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+  WipedBuffer buffer(std::min(length, largest) + 1);
   std::size_t size = 0;
   while (size < buffer.bytes.size()) {
     const ssize_t count = ::read(descriptor, buffer.bytes.data() + size, buffer.bytes.size() - size);
@@ -118,6 +125,22 @@ std::variant<Secret, FileProblem> PrivateFile::read() const {
   if (!file.isOpen()) return systemProblem();
   if (auto problem = problemWith(file.get(), S_IFREG)) return *problem;
   return readAll(file.get(), largest);
+}
+
+// The lock is on the folder, so that nothing is left behind.
+std::shared_ptr<const void> PrivateFile::lock() const {
+  constexpr std::chrono::milliseconds kInterval{5};
+  makeFolders(folder);
+  auto opened = openFolder(folder);
+  if (std::holds_alternative<FileProblem>(opened)) return nullptr;
+  auto held = std::make_shared<Descriptor>(std::get<Descriptor>(std::move(opened)));
+  const auto end = std::chrono::steady_clock::now() + kLockTimeout;
+  while (::flock(held->get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) break;  // It knows no locks.
+    if (std::chrono::steady_clock::now() >= end) return nullptr;
+    std::this_thread::sleep_for(kInterval);
+  }
+  return held;
 }
 
 std::optional<FileProblem> PrivateFile::write(std::string_view bytes) const {

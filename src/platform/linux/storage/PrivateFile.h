@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,11 @@ class PrivateFile {
   PrivateFile(std::string folder, std::string name, std::size_t largest);
 
   [[nodiscard]] std::variant<Secret, FileProblem> read() const;
+  // Keeps other processes out that ask for it as well, for as long as the result lives: waits for them, `kLockTimeout`
+  // at the most. The folder is made where there is none. Empty: another process has it all the time, or the folder
+  // cannot be used. A file system that knows no locks keeps nobody out.
+  [[nodiscard]] std::shared_ptr<const void> lock() const;
+  [[nodiscard]] std::string path() const { return folder + "/" + name; }
   // Absent on success, when the bytes are on the disk.
   [[nodiscard]] std::optional<FileProblem> write(std::string_view bytes) const;
   // Gives the file another name, for someone who wants to see what was in it: that name ends in "damaged-1", the one
@@ -43,6 +49,7 @@ class PrivateFile {
   // Removes what was put aside `kKeptAside` ago or longer, and what is more than `kMostAside`.
   void removeOldAsides() const;
 
+  static constexpr std::chrono::seconds kLockTimeout{2};
   static constexpr int kMostAside = 3;
   static constexpr std::chrono::hours kKeptAside{7 * 24};
 

@@ -123,6 +123,21 @@ std::string terminalText(const QuestionRequest& request) {
   return text + "Number: ";
 }
 
+AskOutcome terminalOutcome(const QuestionRequest& request, const std::variant<std::size_t, TerminalEnd>& chosen,
+                           const AskOutcome& problem) {
+  const auto answered = [&](std::size_t index, const char* by) {
+    return AskOutcome{.kind = Kind::answered, .label = request.buttons[index].label, .index = index, .by = by};
+  };
+  if (const auto* const index = std::get_if<std::size_t>(&chosen)) return answered(*index, "terminal");
+  if (std::get<TerminalEnd>(chosen) != TerminalEnd::timedOut) return problem;
+  for (std::size_t i = 0; i < request.buttons.size(); ++i) {
+    if (request.buttons[i].label == request.answerOnTimeout) return answered(i, "timeout");
+  }
+  return {.kind = Kind::ended,
+          .end = QuestionEnd::timedOut,
+          .message = std::string(QuestionTexts::description(QuestionEnd::timedOut))};
+}
+
 std::optional<std::size_t> chosenButton(const QuestionRequest& request, std::string_view line) {
   for (std::size_t i = 0; i < request.buttons.size(); ++i) {
     if (request.buttons[i].label == line) return i;

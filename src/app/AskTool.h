@@ -4,10 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 
 #include "app/CommandLine.h"
 #include "app/ExitCode.h"
 #include "app/Output.h"
+#include "app/TerminalQuestion.h"
 #include "questions/QuestionAsker.h"
 
 // `quillard ask`: asks the user a question through the agent, and says what came of it.
@@ -44,6 +46,10 @@ class AskTool {
 
 // The question as it is put at a terminal, with numbers before the labels.
 [[nodiscard]] std::string terminalText(const QuestionRequest& request);
+// What came of asking at a terminal, where `problem` came of asking the agent.
+[[nodiscard]] AskOutcome terminalOutcome(const QuestionRequest& request,
+                                         const std::variant<std::size_t, TerminalEnd>& chosen,
+                                         const AskOutcome& problem);
 // Which button a line names: by its number or its label. Absent: none.
 [[nodiscard]] std::optional<std::size_t> chosenButton(const QuestionRequest& request, std::string_view line);
 

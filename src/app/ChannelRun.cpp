@@ -15,6 +15,7 @@
 #include "app/LogTool.h"
 #include "app/MuteTools.h"
 #include "app/PhoneTools.h"
+#include "app/TerminalQuestion.h"
 #include "foundation/PrintableText.h"
 #include "platform/qt/TerminationSignals.h"
 
@@ -48,10 +49,6 @@ void addLines(std::vector<std::string>& lines, std::string_view text) {
   }
 }
 
-bool writeText(int descriptor, const std::string& text) {
-  return ::write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-}
-
 // A line of the terminal without its end. Absent: it has ended.
 std::optional<std::string> readLine(int terminal) {
   std::string line;
@@ -65,32 +62,21 @@ std::optional<std::string> readLine(int terminal) {
   return line;
 }
 
-// Asks at the terminal of this process, whatever its standard streams are. Absent: there is none, or it has ended.
-std::optional<std::size_t> askAtTerminal(const QuestionRequest& request) {
+// What the terminal of this process says, whatever its standard streams are. The question's time counts anew there:
+// where no phone was connected, all of it has been waited for one.
+AskOutcome askHere(const QuestionRequest& request, const AskOutcome& problem, pid_t parent) {
   const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
-  if (terminal < 0) return std::nullopt;
-  std::optional<std::size_t> chosen;
-  while (!chosen && writeText(terminal, terminalText(request))) {
-    const auto line = readLine(terminal);
-    if (!line) break;
-    chosen = chosenButton(request, *line);
-  }
+  if (terminal < 0) return problem;
+  const auto chosen = askAtTerminal(terminal, request, request.timeout, [parent] { return ::getppid() != parent; });
   ::close(terminal);
-  return chosen;
+  return terminalOutcome(request, chosen, problem);
 }
 
-ExitCode fallBack(const AskQuestion& command, const AskOutcome& problem, ExitCode code, const Output& output) {
-  const auto chosen = askAtTerminal(command.request);
-  if (!chosen) {
-    if (command.asJson) output.print(askText(problem, /*asJson=*/true));
-    output.printError(askErrorText(problem));
-    return code;
-  }
-  const AskOutcome outcome{.kind = AskOutcome::Kind::answered,
-                           .label = command.request.buttons[*chosen].label,
-                           .index = *chosen,
-                           .by = "terminal"};
-  output.print(askText(outcome, command.asJson));
+ExitCode fallBack(const AskQuestion& command, const AskOutcome& problem, pid_t parent, const Output& output) {
+  const auto outcome = askHere(command.request, problem, parent);
+  if (::getppid() != parent) return ExitCode::interrupted;
+  if (outcome.kind == AskOutcome::Kind::answered || command.asJson) output.print(askText(outcome, command.asJson));
+  output.printError(askErrorText(outcome));
   return exitCode(outcome);
 }
 
@@ -214,7 +200,7 @@ ExitCode runAsk(AskQuestion command, const ChannelRunDependencies& dependencies,
     QCoreApplication::exec();
   }
   if (!came || !command.fallsBackToTerminal || !mayFallBack(*came)) return end.code;
-  return fallBack(command, *came, end.code, output);
+  return fallBack(command, *came, parent, output);
 }
 
 ExitCode runAnswer(const AnswerQuestion& command, const ChannelRunDependencies& dependencies, const Output& output) {
@@ -333,22 +319,23 @@ ExitCode runRequest(const std::string& name, const std::string& line, const Chan
 
 std::optional<ChangeOutcome> changeThere(const SettingsChange& change, const ChannelRunDependencies& dependencies) {
   std::optional<ChangeOutcome> outcome;
-  const ChannelRequest request(
-      dependencies.localSockets, dependencies.executors.mainThread(), requestLine(change),
-      {.onMessage =
-           [&](const ChannelMessage& message) {
-             JsonReader reader{message.json};
-             outcome = ChangeOutcome{.isTakenOver = reader.optionalBoolean("takenOver").value_or(false),
-                                     .unwritten = reader.optionalString("unwritten")};
-             if (outcome->unwritten) outcome->unwritten = printableText(*outcome->unwritten, kLongestProblem);
-             QCoreApplication::exit();
-             return false;
-           },
-       .onProblem =
-           [&](ExitCode code, const std::string& message) {
-             if (code == ExitCode::problemFound) outcome = ChangeOutcome{.problem = message};
-             QCoreApplication::exit();
-           }});
+  const ChannelRequest request(dependencies.localSockets, dependencies.executors.mainThread(), requestLine(change),
+                               {.onMessage =
+                                    [&](const ChannelMessage& message) {
+                                      JsonReader reader{message.json};
+                                      outcome = ChangeOutcome{
+                                          .isTakenOver = reader.optionalBoolean("takenOver").value_or(false),
+                                          .unwritten = reader.optionalString("unwritten")};
+                                      if (outcome->unwritten)
+                                        outcome->unwritten = printableText(*outcome->unwritten, kLongestProblem);
+                                      QCoreApplication::exit();
+                                      return false;
+                                    },
+                                .onProblem =
+                                    [&](ExitCode code, const std::string& message) {
+                                      if (code == ExitCode::problemFound) outcome = ChangeOutcome{.problem = message};
+                                      QCoreApplication::exit();
+                                    }});
   QCoreApplication::exec();
   return outcome;
 }

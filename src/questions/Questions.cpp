@@ -24,12 +24,19 @@ std::string shown(std::string_view name) { return printableText(name, kLongestNa
 
 // Those that have ended count as one program, which no number of processes evades.
 std::string programOf(const platform::ProcessDescription& process) {
-  return process.executable.empty() ? kHasEnded : process.executable;
+  return process.executable.empty() ? kHasEnded : process.executable + " " + process.programName;
+}
+
+// A service goes by its own name, and not by that of whatever runs all of them.
+bool isService(const platform::ProcessDescription& process) {
+  return !process.programName.empty() && !process.executable.ends_with("/" + process.programName);
 }
 
 // The first line that a person reads, so that no text of the program stands before it.
 std::string whoAsks(const platform::ProcessDescription& process) {
-  std::string line = "Asked by " + (process.executable.empty() ? kHasEnded : shown(process.executable));
+  std::string line = "Asked by ";
+  if (isService(process)) line += shown(process.programName) + ", a service of ";
+  line += process.executable.empty() ? kHasEnded : shown(process.executable);
   if (process.processIdentifier != 0) line += ", process " + std::to_string(process.processIdentifier);
   if (!process.workingFolder.empty()) line += ", in " + shown(process.workingFolder);
   return line;

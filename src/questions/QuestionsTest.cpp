@@ -96,6 +96,22 @@ TEST_F(QuestionsTest, AToolOfOursSpeaksForWhoeverStartedIt) {
   EXPECT_EQ(store.all()[0].processIdentifier, 4999);
 }
 
+TEST_F(QuestionsTest, AServiceIsNamedAndLimitedByItself) {
+  const auto service = [](const std::string& name) {
+    auto peer = program("quillard", 5000);
+    peer.isThisProgram = true;
+    peer.parent = platform::ProcessDescription{812, "/usr/lib/systemd/systemd", name, "/"};
+    return peer;
+  };
+  ask(deletion(), service("backup.service"));
+  EXPECT_EQ(store.all()[0].appName, "backup.service");
+  EXPECT_EQ(store.all()[0].messageLines[0],
+            "Asked by backup.service, a service of /usr/lib/systemd/systemd, process 812, in /");
+  for (std::size_t i = 1; i < Questions::kMostOpenOfAProgram; ++i) ask(deletion(), service("backup.service"));
+  EXPECT_EQ(refusalOf(service("backup.service")), QuestionEnd::tooMany);
+  EXPECT_EQ(refusalOf(service("deploy.service")), std::nullopt);
+}
+
 TEST_F(QuestionsTest, AToolOfOursNeverSpeaksForItself) {
   auto peer = program("quillard", 5000);
   peer.isThisProgram = true;

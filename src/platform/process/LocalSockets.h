@@ -15,7 +15,7 @@ namespace quillard::platform {
 struct ProcessDescription {
   std::int32_t processIdentifier = 0;  // 0: unknown.
   std::string executable;              // Absolute path. Empty: unknown, or not to be read.
-  std::string programName;             // The last part of that path. Empty: unknown.
+  std::string programName;             // The last part of that path, or the service that it runs as. Empty: unknown.
   std::string workingFolder;           // Absolute path, as it was when it was asked for. Empty: unknown.
 
   bool operator==(const ProcessDescription&) const = default;

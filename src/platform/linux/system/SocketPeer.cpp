@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 #include <sys/socket.h>
@@ -50,6 +51,27 @@ std::optional<std::int32_t> parentOf(std::int32_t processIdentifier) {
   return parent && *parent > 1 ? parent : std::nullopt;
 }
 
+constexpr std::string_view kManager = "systemd";
+
+// The unit that the manager started a process in. Empty: it is in no service but the manager's own.
+std::string serviceIn(std::string_view cgroups) {
+  std::string service;
+  while (!cgroups.empty()) {
+    const auto line = cgroups.substr(0, cgroups.find('\n'));
+    cgroups.remove_prefix(std::min(line.size() + 1, cgroups.size()));
+    const bool isManagers = line.starts_with("0::/") || line.find(":name=systemd:/") != std::string_view::npos;
+    const auto unit = line.substr(line.rfind('/') + 1);
+    if (isManagers && unit.ends_with(".service") && !unit.starts_with("user@")) service = unit;
+  }
+  return service;
+}
+
+std::string cgroupsOf(std::int32_t processIdentifier) {
+  auto read = readSmallFile(processFile(processIdentifier, "cgroup"), 64 * 1024);
+  auto* const text = std::get_if<std::string>(&read);
+  return text ? std::move(*text) : "";
+}
+
 bool listensAs(int descriptor, std::string_view name) {
   int isListening = 0;
   socklen_t length = sizeof(isListening);
@@ -79,6 +101,14 @@ ProcessDescription describeProcess(std::int32_t processIdentifier) {
   return description;
 }
 
+std::optional<ProcessDescription> starterOf(const ProcessDescription& parent, std::string_view cgroups) {
+  if (parent.programName != kManager) return parent;
+  auto starter = parent;
+  starter.programName = serviceIn(cgroups);
+  if (starter.programName.empty()) return std::nullopt;
+  return starter;
+}
+
 std::optional<platform::LocalPeer> peerOf(int descriptor) {
   ucred credentials{};
   socklen_t length = sizeof(credentials);
@@ -87,7 +117,9 @@ std::optional<platform::LocalPeer> peerOf(int descriptor) {
     return std::nullopt;
   }
   platform::LocalPeer peer{.process = describeProcess(credentials.pid)};
-  if (const auto parent = parentOf(credentials.pid)) peer.parent = describeProcess(*parent);
+  if (const auto parent = parentOf(credentials.pid)) {
+    peer.parent = starterOf(describeProcess(*parent), cgroupsOf(credentials.pid));
+  }
   const auto& own = describeProcess(static_cast<std::int32_t>(::getpid())).executable;
   peer.isThisProgram = !own.empty() && peer.process.executable == own;
   return peer;

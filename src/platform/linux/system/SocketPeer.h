@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/posix/LocalSocketFile.h"
@@ -14,6 +15,12 @@ namespace quillard::desktop {
 
 // What the kernel says of a process, which has to be this user's. All but the number is empty when it has ended.
 [[nodiscard]] platform::ProcessDescription describeProcess(std::int32_t processIdentifier);
+
+// Who started a process that has this parent: the parent, unless that is the session's manager, which also takes in
+// processes whose parent has ended. `cgroups`: of the process, as the kernel lists them. A service is named by its
+// unit; what is in none was started by a process that has ended: absent.
+[[nodiscard]] std::optional<platform::ProcessDescription> starterOf(const platform::ProcessDescription& parent,
+                                                                    std::string_view cgroups);
 
 // Who is at the other end of a connected socket of the file system. Absent: another user, or the kernel does not say.
 [[nodiscard]] std::optional<platform::LocalPeer> peerOf(int descriptor);

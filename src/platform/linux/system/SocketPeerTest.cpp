@@ -113,6 +113,25 @@ TEST_F(SocketPeer, TellsTheParentAndWhetherItIsThisProgram) {
   EXPECT_EQ(peer->parent->processIdentifier, ::getppid());
 }
 
+TEST_F(SocketPeer, TheSessionsManagerStandsForItsServicesAndForNobodyElse) {
+  const platform::ProcessDescription manager{812, "/usr/lib/systemd/systemd", "systemd", "/"};
+  const platform::ProcessDescription shell{900, "/usr/bin/bash", "bash", "/home/ann"};
+  const std::string service = "0::/user.slice/user-1000.slice/user@1000.service/app.slice/backup@home.service\n";
+  EXPECT_EQ(starterOf(shell, service), shell) << "whoever lives has started it";
+  for (const auto& cgroups : {service, "9:pids:/x\n1:name=systemd:" + service.substr(3) + "0::/\n"}) {
+    const auto starter = starterOf(manager, cgroups);
+    ASSERT_TRUE(starter.has_value()) << cgroups;
+    EXPECT_EQ(starter->programName, "backup@home.service");
+    EXPECT_EQ(starter->executable, "/usr/lib/systemd/systemd");
+  }
+  for (const char* const cgroups :
+       {"", "0::/\n", "0::/user.slice/user-1000.slice/session-2.scope\n", "1:cpu:/fake.service\n", "fake.service",
+        "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-terminal-31.scope\n",
+        "0::/user.slice/user-1000.slice/user@1000.service\n"}) {
+    EXPECT_EQ(starterOf(manager, cgroups), std::nullopt) << cgroups;
+  }
+}
+
 TEST_F(SocketPeer, AnEndedProcessHasItsNumberAlone) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(0);

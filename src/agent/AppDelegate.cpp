@@ -9,6 +9,8 @@
 #include "agent/LogReports.h"
 #include "agent/QuestionPress.h"
 #include "agent/configuration/AgentConfiguration.h"
+#include "foundation/PrintableText.h"
+#include "foundation/UrlComponents.h"
 #include "status/StatusTexts.h"
 
 namespace quillard {
@@ -210,7 +212,16 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .updateAvailability = menu.updateAvailability(),
           .questions = waitingQuestions(),
           .programs = isTrusted ? programs.newest() : ProgramReadability{},
-          .muted = mutedKinds(suppressions.all(), platform.clock.now())};
+          .muted = mutedKinds(suppressions.all(), platform.clock.now()),
+          .relay = relayChoice()};
+}
+
+RelayChoice AppDelegate::relayChoice() {
+  const auto configured = pairingConfiguration.configuredRelay();
+  if (!configured) return {};
+  const auto components = UrlComponents::parse(configured->relayURL);
+  return {.address = components ? components->printableText() : printableText(configured->relayURL),
+          .origin = pairingConfiguration.relayOrigin()};
 }
 
 std::vector<WaitingQuestion> AppDelegate::waitingQuestions() const {
@@ -277,6 +288,12 @@ std::variant<std::string, SettingsChangeResult> AppDelegate::changeSetting(const
   takeOverTunables();
   relay.publishCurrentApprovalSnapshot(/*force=*/false);
   return SettingsChangeResult{/*isTakenOver=*/true, std::move(unwritten)};
+}
+
+std::optional<std::string> AppDelegate::setRelay(const std::string& typed) {
+  const auto outcome = changeSetting({.name = std::string(kRelaySetting), .value = typed});
+  if (const auto* const problem = std::get_if<std::string>(&outcome)) return *problem;
+  return std::get<SettingsChangeResult>(outcome).unwritten;
 }
 
 void AppDelegate::takeOverTunables() {
@@ -535,7 +552,11 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
       }),
       .onMakeReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.makeReadable(entry); }),
       .onUndoReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.undo(entry); }),
-      .onUnmute = weakly([](AppDelegate& self, const Uuid& kind) { (void)self.suppressions.undo(kind); })};
+      .onUnmute = weakly([](AppDelegate& self, const Uuid& kind) { (void)self.suppressions.undo(kind); }),
+      .onSetRelay = [weak = weak_from_this()](const std::string& typed) -> std::optional<std::string> {
+        const auto self = weak.lock();
+        return self ? self->setRelay(typed) : std::nullopt;
+      }};
 }
 
 }  // namespace quillard

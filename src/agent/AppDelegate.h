@@ -97,6 +97,9 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   // What a person set from the terminal: kept, and taken over as far as that is possible while this runs.
   [[nodiscard]] std::variant<std::string, SettingsChangeResult> changeSetting(const SettingsChange& change);
   void takeOverTunables();
+  // The same of the relay's address, from the window. Why it is not kept, for people; absent: it is.
+  [[nodiscard]] std::optional<std::string> setRelay(const std::string& typed);
+  [[nodiscard]] RelayChoice relayChoice();
   // Whether the relay that is configured by now is used from now on.
   bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();

@@ -344,6 +344,32 @@ TEST_F(AppDelegateQuestions, ARelayThatIsSetIsUsedFromThenOn) {
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?")) << "detection has started";
 }
 
+TEST_F(AppDelegateQuestions, ARelayThatIsSetInTheWindowIsUsedFromThenOn) {
+  agent.world.environment().unset("QUILLARD_RELAY_URL");
+  agent.launch();
+  agent.advance(5);
+  auto& window = agent.world.statusWindowViews().window();
+  ASSERT_TRUE(window.click(StatusWindowButton::relayPrimary));
+  agent.advance(0.1);
+  ASSERT_TRUE(window.field().has_value());
+  EXPECT_EQ(window.field()->question.text, "");
+  ASSERT_TRUE(window.enterText("ftp://chosen.example"));
+  agent.advance(0.1);
+  ASSERT_TRUE(window.field().has_value()) << "it can be mended";
+  EXPECT_NE(window.field()->problem, "");
+  ASSERT_TRUE(window.enterText("chosen.example?registration-key=hunter2hunter2hunter2"));
+  agent.advance(5);
+  EXPECT_FALSE(window.field().has_value());
+  EXPECT_TRUE(agent.status().relayConnected);
+  const auto row = window.content()->relay.value();
+  EXPECT_EQ(row.status, "Connected");
+  EXPECT_EQ(row.detail, "wss://chosen.example/ws") << "without the operator's key";
+  ASSERT_TRUE(window.click(StatusWindowButton::relaySecondary));
+  agent.advance(0.1);
+  EXPECT_EQ(window.field()->question.text, "wss://chosen.example/ws");
+  EXPECT_TRUE(window.cancelText());
+}
+
 TEST_F(AppDelegateQuestions, AnotherRelayIsUsedByAllPairingsAndNoneByNone) {
   agent.world.environment().unset("QUILLARD_RELAY_URL");
   const auto set = [this](const std::string& address) {

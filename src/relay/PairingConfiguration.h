@@ -18,6 +18,7 @@
 #include "relay/PairingConfigurationCache.h"
 #include "relay/PairingPayload.h"
 #include "relay/RelayLaunchConfiguration.h"
+#include "relay/RelayOrigin.h"
 #include "relay/RetiredIdentities.h"
 
 namespace quillard {
@@ -31,9 +32,6 @@ struct PairingDependencies {
   platform::Random& random;
   platform::Console& console;
 };
-
-// Who names the relay.
-enum class RelayOrigin { environment, bundle, user };
 
 // Which relay to use, an identity of this installation, and the content of its pairing code. One for each identity of
 // the process: the first is that of every installation, further ones are kept beside it, in items of their own. Each

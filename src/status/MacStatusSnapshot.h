@@ -8,6 +8,7 @@
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/ScanOutcome.h"
 #include "foundation/Uuid.h"
+#include "relay/RelayOrigin.h"
 #include "relay/RelayStatus.h"
 #include "status/ProgramReadability.h"
 #include "system/LoginItemManager.h"
@@ -36,6 +37,13 @@ struct MutedKind {
   std::optional<Seconds> remaining{};  // How long it still is. Absent: until it is undone, or the agent ends.
 
   bool operator==(const MutedKind&) const = default;
+};
+
+// Which relay is used, and who names it.
+struct RelayChoice {
+  std::string address;                // Without what is secret in it, and harmless to show. Empty: none is named.
+  std::optional<RelayOrigin> origin;  // Absent: none is named.
+  bool operator==(const RelayChoice&) const = default;
 };
 
 // One phone that has ever joined a pairing of this computer.
@@ -78,7 +86,8 @@ struct MacStatusSnapshot {
   UpdateAvailabilitySnapshot updateAvailability;
   std::vector<WaitingQuestion> questions{};  // Oldest first.
   ProgramReadability programs{};
-  std::vector<MutedKind> muted{};  // Newest first.
+  std::vector<MutedKind> muted{};      // Newest first.
+  std::optional<RelayChoice> relay{};  // Absent: nothing is said of it.
 
   [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !connectedPhones.empty(); }
   bool operator==(const MacStatusSnapshot&) const = default;

@@ -150,6 +150,37 @@ std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot) {
   return row;
 }
 
+std::optional<StatusRowContent> relayRow(const MacStatusSnapshot& snapshot) {
+  if (!snapshot.relay) return std::nullopt;
+  const auto& [address, origin] = *snapshot.relay;
+  StatusRowContent row{.symbol = "network", .tint = kToDo, .title = "Relay"};
+  if (!origin) {
+    row.status = "Not Set";
+    row.detail = "The relay carries prompts from this computer to your phone. Set its address to pair a phone.";
+    row.primaryButton = ButtonContent{"Set Relay…"};
+    return row;
+  }
+  row.status = "Cannot Be Used";
+  if (snapshot.relayConfigured) {
+    row.tint = snapshot.relayConnected ? kWell : kQuiet;
+    row.status = snapshot.relayConnected ? "Connected" : "Not Connected";
+  }
+  row.detail = address;
+  // Where something else comes first, what is set here would not be used.
+  switch (*origin) {
+    case RelayOrigin::environment:
+      row.detail += "\nNamed by QUILLARD_RELAY_URL in this session.";
+      break;
+    case RelayOrigin::bundle:
+      row.detail += "\nIt came with Quillard.";
+      break;
+    case RelayOrigin::user:
+      row.secondaryButton = ButtonContent{"Change…"};
+      break;
+  }
+  return row;
+}
+
 std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot) {
   const auto& [unreadable, changed, problem] = snapshot.programs;
   if (unreadable.empty() && changed.empty()) return std::nullopt;

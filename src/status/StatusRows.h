@@ -22,6 +22,9 @@ namespace quillard::StatusRows {
 [[nodiscard]] std::optional<StatusRowContent> mutedRow(const MacStatusSnapshot& snapshot);
 [[nodiscard]] std::string mutedName(const MutedKind& kind);
 
+// The relay that is used and who names it, with a button where another one can be set. Absent: nothing is said of it.
+[[nodiscard]] std::optional<StatusRowContent> relayRow(const MacStatusSnapshot& snapshot);
+
 // What a program asks, the oldest question first. Absent: none waits.
 [[nodiscard]] std::optional<StatusRowContent> questionRow(const MacStatusSnapshot& snapshot);
 

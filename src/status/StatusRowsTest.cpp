@@ -134,6 +134,34 @@ TEST(StatusRows, WhatAProgramAsksStandsThereWhileItWaits) {
   EXPECT_TRUE(row.detail.ends_with("\nMore of it is in: quillard answer"));
 }
 
+TEST(StatusRows, TheRelayIsNamedWithWhoNamesIt) {
+  EXPECT_EQ(StatusRows::relayRow({}), std::nullopt);
+  MacStatusSnapshot snapshot{.relay = RelayChoice{}};
+  EXPECT_EQ(StatusRows::relayRow(snapshot),
+            (StatusRowContent{"network", kAmber, "Relay", "Not Set",
+                              "The relay carries prompts from this computer to your phone. Set its address to pair a "
+                              "phone.",
+                              button("Set Relay…"), kNone}));
+  snapshot.relay = RelayChoice{"wss://relay.example/ws", RelayOrigin::user};
+  EXPECT_EQ(StatusRows::relayRow(snapshot)->status, "Cannot Be Used");
+  snapshot.relayConfigured = true;
+  EXPECT_EQ(StatusRows::relayRow(snapshot)->status, "Not Connected");
+  snapshot.relayConnected = true;
+  EXPECT_EQ(StatusRows::relayRow(snapshot), (StatusRowContent{"network", kGreen, "Relay", "Connected",
+                                                              "wss://relay.example/ws", kNone, button("Change…")}));
+}
+
+TEST(StatusRows, ARelayThatComesBeforeTheUsersIsNotOfferedToBeChanged) {
+  for (const auto& [origin, sentence] :
+       {std::pair{RelayOrigin::environment, "Named by QUILLARD_RELAY_URL in this session."},
+        std::pair{RelayOrigin::bundle, "It came with Quillard."}}) {
+    const auto row = StatusRows::relayRow({.relay = RelayChoice{"wss://relay.example/ws", origin}}).value();
+    EXPECT_EQ(row.detail, std::string("wss://relay.example/ws\n") + sentence);
+    EXPECT_EQ(row.primaryButton, std::nullopt);
+    EXPECT_EQ(row.secondaryButton, std::nullopt);
+  }
+}
+
 platform::UnreadableProgram unreadable(const char* name, const char* remedy, const char* entry = "") {
   return {.processIdentifier = 1, .name = name, .remedy = remedy, .startEntry = entry};
 }

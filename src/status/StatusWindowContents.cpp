@@ -95,6 +95,7 @@ StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   content.phones = PhoneRows::rows(snapshot);
   content.programs = StatusRows::programsRow(snapshot);
   content.muted = StatusRows::mutedRow(snapshot);
+  content.relay = StatusRows::relayRow(snapshot);
   return content;
 }
 

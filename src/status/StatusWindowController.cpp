@@ -81,6 +81,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void showAnswers();
   void chooseProgramToMakeReadable();
   void chooseProgramToUndo();
+  void askForRelay();
   // Pops up a menu of `names` under `button`; `act` gets the entry of the chosen one.
   void chooseKindToUnmute();
   void chooseProgram(StatusWindowButton button, const std::vector<platform::ReadableStart>& programs,
@@ -181,6 +182,9 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
       return &Implementation::chooseProgramToUndo;
     case StatusWindowButton::mutedPrimary:
       return &Implementation::chooseKindToUnmute;
+    case StatusWindowButton::relayPrimary:
+    case StatusWindowButton::relaySecondary:
+      return &Implementation::askForRelay;
   }
   return nullptr;
 }
@@ -292,6 +296,22 @@ void StatusWindowController::Implementation::pause(NotificationPauseOption optio
 void StatusWindowController::Implementation::resumeNotificationsNow() {
   callIfSet(callbacks.onResumeNotifications);
   refresh();
+}
+
+void StatusWindowController::Implementation::askForRelay() {
+  const auto relay = callbacks.snapshotProvider().relay;
+  view->askForText({.title = "Relay",
+                    .explanation = "The address that its operator gives, such as relay.example. Phones that are paired "
+                                   "over another relay have to be paired again.",
+                    .text = relay ? relay->address : "",
+                    .accept = "Use Relay"},
+                   [weak = weak_from_this()](const std::string& address) -> std::optional<std::string> {
+                     const auto self = weak.lock();
+                     if (!self || !self->callbacks.onSetRelay) return std::nullopt;
+                     auto problem = self->callbacks.onSetRelay(address);
+                     self->refresh();
+                     return problem;
+                   });
 }
 
 // Each entry once: two processes may have been started by one.

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "approvals/NotificationPauseStore.h"
@@ -39,6 +40,8 @@ struct StatusWindowCallbacks {
   std::function<void(const std::string&)> onUndoReadable{};
   // Shows a kind of prompt again.
   std::function<void(const Uuid&)> onUnmute{};
+  // With the address of a relay, as a person typed it. Why it is not used, for people; absent: it is kept.
+  std::function<std::optional<std::string>(const std::string&)> onSetRelay{};
 };
 
 // What the window acts through. All of it outlives the controller.

@@ -50,6 +50,23 @@ TEST_P(StatusWindowPictures, ShowThePauseMenuUnderItsButton) {
   expectPicture(fileOf("pause-menu"), window.picture());
 }
 
+TEST_P(StatusWindowPictures, ShowTheFieldForARelaysAddress) {
+  ShownWindow window{test::statusWindowStates().at(14).content, GetParam()};
+  window->askForText({.title = "Relay",
+                      .explanation = "The address that its operator gives, such as relay.example. Phones that are "
+                                     "paired over another relay have to be paired again.",
+                      .text = "ftp://relay.example",
+                      .accept = "Use Relay"},
+                     [](const std::string&) { return "Only wss and https addresses can be used."; });
+  ShownWindow::settle();
+  auto* const field = qobject_cast<qt::TextField*>(QApplication::activeModalWidget());
+  ASSERT_TRUE(field);
+  QKeyEvent enter{QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier};
+  QApplication::sendEvent(field, &enter);
+  ShownWindow::settle();
+  expectPicture(fileOf("relay-field"), field->grab().toImage());
+}
+
 TEST_P(StatusWindowPictures, FitANarrowWindow) {
   ShownWindow narrow{test::statusWindowStates().at(1).content, GetParam(), 400};
   expectPicture(fileOf("narrow"), narrow.picture());

@@ -101,6 +101,13 @@ inline std::vector<StatusWindowState> statusWindowStates() {
                       .question = "Delete the old backups?",
                       .lines = {"Asked by /usr/bin/backup, process 4242, in /srv", "214 GB on tank/backup"},
                       .labels = {"Delete", "Cancel"}}};
+  auto withoutRelay = unconfigured;
+  withoutRelay.loginItemStatus = {.state = LoginItemState::enabled, .reason = {}};
+  withoutRelay.relay = RelayChoice{};
+  auto withRelay = asked;
+  withRelay.relay = RelayChoice{"wss://relay.example/ws", RelayOrigin::user};
+  auto untrustedAndAsked = withRelay;  // Prompts cannot be seen, and programs ask all the same.
+  untrustedAndAsked.accessibilityTrusted = false;
   return {state("not-installed", notInstalled),
           state("untrusted", untrusted),
           state("connecting", connecting),
@@ -114,7 +121,10 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("pairing-another", offered),
           state("asked", asked),
           state("unreadable-programs", unreadable),
-          state("mended-programs", mended)};
+          state("mended-programs", mended),
+          state("relay-not-set", withoutRelay),
+          state("relay-and-question", withRelay),
+          state("untrusted-and-asked", untrustedAndAsked)};
 }
 
 // Words as long as other languages have them, and names without a blank to break at.

@@ -29,6 +29,7 @@ class SimulatedStatusWindowView final : public StatusWindowView {
     window->isShown = false;
     window->itsMenu.reset();
     window->onMenuChoice = nullptr;
+    window->itsField.reset();
   }
   [[nodiscard]] bool isVisible() const override { return window->isShown; }
   void updateAppearance() override { ++window->appearanceUpdates; }
@@ -36,6 +37,9 @@ class SimulatedStatusWindowView final : public StatusWindowView {
                  std::function<void(std::size_t)> onChoice) override {
     window->itsMenu = ShownMenu{button, items};
     window->onMenuChoice = std::move(onChoice);
+  }
+  void askForText(const TextQuestion& question, TakeText take) override {
+    window->itsField = ShownField{question, std::move(take)};
   }
 
  private:
@@ -86,6 +90,10 @@ std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, Status
       return content.programs ? content.programs->secondaryButton : std::nullopt;
     case StatusWindowButton::mutedPrimary:
       return content.muted ? content.muted->primaryButton : std::nullopt;
+    case StatusWindowButton::relayPrimary:
+      return content.relay ? content.relay->primaryButton : std::nullopt;
+    case StatusWindowButton::relaySecondary:
+      return content.relay ? content.relay->secondaryButton : std::nullopt;
   }
   return std::nullopt;
 }
@@ -101,7 +109,7 @@ std::vector<std::string> SimulatedStatusWindow::menuTitles() const {
 }
 
 bool SimulatedStatusWindow::click(StatusWindowButton button) {
-  if (!isShown || !itsContent || itsMenu) return false;
+  if (!isShown || !itsContent || itsMenu || itsField) return false;
   const auto shown = buttonOf(*itsContent, button);
   if (!shown || !shown->isEnabled) return false;
   tell([button](const StatusWindowEvents& told) {
@@ -129,11 +137,27 @@ bool SimulatedStatusWindow::dismissMenu() {
   return std::exchange(itsMenu, std::nullopt).has_value();
 }
 
+bool SimulatedStatusWindow::enterText(const std::string& text) {
+  if (!itsField) return false;
+  tell([this, text](const StatusWindowEvents&) {
+    if (!itsField) return;
+    const auto take = itsField->take;
+    auto problem = take(text);
+    if (!itsField) return;
+    itsField->problem = problem.value_or("");
+    if (!problem) itsField.reset();
+  });
+  return true;
+}
+
+bool SimulatedStatusWindow::cancelText() { return std::exchange(itsField, std::nullopt).has_value(); }
+
 bool SimulatedStatusWindow::closeByUser() {
   if (!isShown) return false;
   tell([this](const StatusWindowEvents& told) {  // Told while this is there, since the events are its own.
     if (!std::exchange(isShown, false)) return;
     dismissMenu();
+    cancelText();
     if (told.onWillClose) told.onWillClose();
   });
   return true;

@@ -18,6 +18,12 @@ struct ShownMenu {
   std::vector<MenuItemContent> items;
 };
 
+struct ShownField {
+  TextQuestion question;
+  TakeText take;
+  std::string problem{};  // What the agent says of the text that was entered last. Empty: nothing.
+};
+
 // Where each button stands in `content`; absent: it is not shown.
 [[nodiscard]] std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, StatusWindowButton button);
 
@@ -39,12 +45,17 @@ class SimulatedStatusWindow {
   [[nodiscard]] int appearanceUpdateCount() const { return appearanceUpdates; }
   // The menu that is open now.
   [[nodiscard]] const std::optional<ShownMenu>& menu() const { return itsMenu; }
+  // The field that is open now.
+  [[nodiscard]] const std::optional<ShownField>& field() const { return itsField; }
   [[nodiscard]] std::vector<std::string> menuTitles() const;  // A separator is an empty title. No menu: empty.
 
   // Each is false, and nothing happens, when a person could not do that now.
   bool click(StatusWindowButton button);
   bool chooseMenuItem(std::string_view title);
   bool dismissMenu();
+  // What the agent says of it is in `field`, in that later turn.
+  bool enterText(const std::string& text);
+  bool cancelText();
   bool closeByUser();  // The window goes in that later turn, too.
   // Light to dark, or back: also while the window is hidden.
   void changeAppearance();
@@ -57,6 +68,7 @@ class SimulatedStatusWindow {
   std::shared_ptr<StatusWindowEvents> events;  // Those of the view that is still there; empty after it.
   std::optional<StatusWindowContent> itsContent;
   std::optional<ShownMenu> itsMenu;
+  std::optional<ShownField> itsField;
   std::function<void(std::size_t)> onMenuChoice;
   bool isShown = false;
   bool hasMadeWay = false;

@@ -32,6 +32,8 @@ enum class StatusWindowButton {
   programsPrimary,
   programsSecondary,
   mutedPrimary,
+  relayPrimary,
+  relaySecondary,
   none,        // Of a row that has no such button.
   firstPhone,  // Of the first row of `StatusWindowContent::phones`; those of the others follow.
 };
@@ -99,6 +101,7 @@ struct StatusWindowContent {
   std::vector<StatusRowContent> phones;        // At most `kMostPhoneRows`; their secondary button unpairs.
   std::optional<StatusRowContent> programs{};  // Absent: not shown.
   std::optional<StatusRowContent> muted{};     // Absent: nothing is muted.
+  std::optional<StatusRowContent> relay{};     // Absent: not shown.
   bool operator==(const StatusWindowContent&) const = default;
 };
 
@@ -107,6 +110,17 @@ struct MenuItemContent {
   bool isEnabled = true;
   bool operator==(const MenuItemContent&) const = default;
 };
+
+// A text that a person is asked for.
+struct TextQuestion {
+  std::string title;
+  std::string explanation;
+  std::string text;    // That stands in the field at first.
+  std::string accept;  // The title of the button that takes the text. Beside it stands "Cancel".
+  bool operator==(const TextQuestion&) const = default;
+};
+// Takes the text: why it cannot be taken, which is shown, and the field stays open; or absent, and it closes.
+using TakeText = std::function<std::optional<std::string>(const std::string&)>;
 
 struct StatusWindowEvents {
   std::function<void(StatusWindowButton)> onButton;
@@ -139,6 +153,9 @@ class StatusWindowView {
   // Pops up a menu 4 points under `button`. `onChoice` comes at most once, with the index of the chosen item.
   virtual void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                          std::function<void(std::size_t)> onChoice) = 0;
+  // Opens a field for a text, above the window and with the keyboard, and returns immediately. One at a time: a newer
+  // one takes the place of an older one. It goes with the window; whoever cancels it is not asked any more.
+  virtual void askForText(const TextQuestion& question, TakeText take) = 0;
 };
 
 class StatusWindowViews {

@@ -94,4 +94,8 @@ void QtStatusWindowView::popUpMenu(StatusWindowButton button, const std::vector<
   if (window) window->popUpMenu(button, items, std::move(onChoice));
 }
 
+void QtStatusWindowView::askForText(const TextQuestion& question, TakeText take) {
+  if (window) window->askForText(question, std::move(take));
+}
+
 }  // namespace quillard::qt

@@ -25,6 +25,7 @@ class QtStatusWindowView final : public StatusWindowView {
   void updateAppearance() override;
   void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                  std::function<void(std::size_t)> onChoice) override;
+  void askForText(const TextQuestion& question, TakeText take) override;
 
  private:
   StatusWindow& openWindow();

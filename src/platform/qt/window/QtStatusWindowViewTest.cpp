@@ -26,6 +26,8 @@ constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::notificationPauseSecondary,
                                  StatusWindowButton::programsPrimary,
                                  StatusWindowButton::programsSecondary,
+                                 StatusWindowButton::relayPrimary,
+                                 StatusWindowButton::relaySecondary,
                                  phoneButton(0),
                                  phoneButton(1)};
 
@@ -63,6 +65,7 @@ StatusWindowContent fullContent() {
     content.phones.back().primaryButton.reset();
   }
   content.programs = row("Programs");
+  content.relay = row("Relay");
   return content;
 }
 
@@ -346,6 +349,60 @@ TEST_F(QtStatusWindowViewTest, TellsNothingWhenTheMenuIsDismissed) {
   EXPECT_FALSE(openMenu());
   EXPECT_EQ(choices, 0);
   EXPECT_TRUE(view->isVisible());
+}
+
+// The field that is open.
+TextField* openField() { return dynamic_cast<TextField*>(QApplication::activeModalWidget()); }
+
+TEST_F(QtStatusWindowViewTest, AsksForATextUntilItIsOneThatCanBeTaken) {
+  show();
+  std::vector<std::string> taken;
+  view->askForText({.title = "Relay", .explanation = "Its address.", .text = "old", .accept = "Use"},
+                   [&](const std::string& text) {
+                     taken.push_back(text);
+                     return text == "good" ? std::nullopt : std::optional<std::string>("It is none.");
+                   });
+  settle();
+  ASSERT_TRUE(openField());
+  auto* const line = openField()->findChild<QLineEdit*>();
+  EXPECT_EQ(line->text(), "old");
+  EXPECT_EQ(line->accessibleName(), "Relay");
+  line->setText(" bad ");
+  press(openField(), Qt::Key_Return);
+  settle();
+  ASSERT_TRUE(openField());
+  bool isSaid = false;
+  for (const auto* label : openField()->findChildren<QLabel*>()) {
+    isSaid = isSaid || (label->isVisible() && label->text() == "It is none.");
+  }
+  EXPECT_TRUE(isSaid);
+  line->setText("good");
+  press(openField(), Qt::Key_Return);
+  settle();
+  EXPECT_FALSE(openField());
+  EXPECT_EQ(taken, (std::vector<std::string>{"bad", "good"}));
+}
+
+TEST_F(QtStatusWindowViewTest, ATextThatIsNotGivenIsNotTaken) {
+  show();
+  const auto take = [](const std::string&) -> std::optional<std::string> {
+    ADD_FAILURE() << "taken";
+    return std::nullopt;
+  };
+  view->askForText({.title = "Relay"}, take);
+  settle();
+  press(openField(), Qt::Key_Escape);
+  settle();
+  EXPECT_FALSE(openField());
+  EXPECT_TRUE(view->isVisible());
+  view->askForText({.title = "Relay"}, take);
+  settle();
+  ASSERT_TRUE(openField());
+  view->close();
+  settle();
+  EXPECT_FALSE(openField()) << "it goes with the window";
+  view->askForText({.title = "Relay"}, take);
+  EXPECT_FALSE(openField()) << "nor does it come without one";
 }
 
 TEST_F(QtStatusWindowViewTest, TellsThatTheDesktopTurnedDarkAndRedrawsWhenAsked) {

@@ -35,7 +35,9 @@ StatusPage::StatusPage(QWidget* parent)
                                              StatusWindowButton::notificationPauseSecondary)),
       questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)),
       programsRow(new StatusRowCard(this, StatusWindowButton::programsPrimary, StatusWindowButton::programsSecondary)),
-      mutedRow(new StatusRowCard(this, StatusWindowButton::mutedPrimary, StatusWindowButton::none)) {
+      mutedRow(new StatusRowCard(this, StatusWindowButton::mutedPrimary, StatusWindowButton::none)),
+      relayRow(new StatusRowCard(this, StatusWindowButton::relayPrimary, StatusWindowButton::relaySecondary)) {
+  relayRow->hide();
   questionRow->hide();
   programsRow->hide();
   mutedRow->hide();
@@ -55,6 +57,7 @@ std::vector<StatusRowCard*> StatusPage::rows() const {
                                     notificationPauseRow};
   if (!mutedRow->isHidden()) shown.push_back(mutedRow);
   if (!programsRow->isHidden()) shown.insert(shown.begin() + 2, programsRow);  // Below what it is about.
+  if (!relayRow->isHidden()) shown.push_back(relayRow);
   if (!questionRow->isHidden()) shown.insert(shown.begin(), questionRow);
   shown.insert(shown.end(), phoneRows.begin(), phoneRows.begin() + static_cast<std::ptrdiff_t>(phoneCount));
   return shown;
@@ -79,6 +82,8 @@ void StatusPage::setContent(const StatusWindowContent& content) {
   programsRow->setVisible(content.programs.has_value());
   if (content.muted) mutedRow->setContent(*content.muted);
   mutedRow->setVisible(content.muted.has_value());
+  if (content.relay) relayRow->setContent(*content.relay);
+  relayRow->setVisible(content.relay.has_value());
   updateGeometry();
   arrange(size(), Placing::place);
 }

@@ -48,6 +48,7 @@ class StatusPage final : public QWidget {
   std::size_t phoneCount = 0;
   StatusRowCard* programsRow;
   StatusRowCard* mutedRow;
+  StatusRowCard* relayRow;
 };
 
 }  // namespace quillard::qt

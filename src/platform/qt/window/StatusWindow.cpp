@@ -115,6 +115,7 @@ void StatusWindow::updateAppearance() {
   knownFont = QApplication::font();
   setPalette(knownPalette);
   page->updateAppearance();
+  if (field) field->updateAppearance();
   layOut();
 }
 
@@ -135,6 +136,12 @@ void StatusWindow::setColorScheme(ColorScheme chosen) {
 void StatusWindow::popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                              std::function<void(std::size_t)> onChoice) {
   if (auto* anchor = buttonFor(button)) qt::popUpMenu(*anchor, items, std::move(onChoice));
+}
+
+void StatusWindow::askForText(const TextQuestion& question, TakeText take) {
+  delete field;
+  field = new TextField(this, question, std::move(take));
+  field->open();
 }
 
 ActionButton* StatusWindow::buttonFor(StatusWindowButton identity) const {

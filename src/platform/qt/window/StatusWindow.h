@@ -3,11 +3,13 @@
 #include <functional>
 #include <vector>
 
+#include <QtCore/QPointer>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QWidget>
 
 #include "platform/qt/window/DesktopColorScheme.h"
 #include "platform/qt/window/StatusPage.h"
+#include "platform/qt/window/TextField.h"
 #include "status/view/StatusWindowView.h"
 
 namespace quillard::qt {
@@ -30,6 +32,7 @@ class StatusWindow final : public QWidget {
   void updateAppearance();
   void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                  std::function<void(std::size_t)> onChoice);
+  void askForText(const TextQuestion& question, TakeText take);
 
  protected:
   bool event(QEvent* event) override;
@@ -49,7 +52,8 @@ class StatusWindow final : public QWidget {
   ColorScheme scheme;
   QScrollArea* scrollView;
   StatusPage* page;
-  QPalette knownPalette;  // As windowPalette() made it.
+  QPointer<TextField> field;  // Null: none is open.
+  QPalette knownPalette;      // As windowPalette() made it.
   QFont knownFont;
 };
 

@@ -193,6 +193,15 @@ QPainterPath gear() {
   return path.subtracted(disc({12, 12}, 3));
 }
 
+// Lines from one place to two others.
+QPainterPath network() {
+  return stroked(line({{12, 6.2}, {12, 12}, {6, 17.4}}))
+      .united(stroked(line({{12, 12}, {18, 17.4}})))
+      .united(disc({12, 5.4}, 2.6))
+      .united(disc({5.6, 18}, 2.6))
+      .united(disc({18.4, 18}, 2.6));
+}
+
 using Shape = QPainterPath (*)();
 
 struct NamedShape {
@@ -232,6 +241,7 @@ constexpr std::array kShapes{
     NamedShape{"exclamationmark", exclamation},
     NamedShape{"gearshape", gear},
     NamedShape{"gear", gear},
+    NamedShape{"network", network},
 };
 
 bool takeEnding(std::string_view& name, std::string_view ending) {

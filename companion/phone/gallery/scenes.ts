@@ -66,6 +66,18 @@ const kInstall = prompt(2, {
   ],
 });
 
+// Of a program without a window.
+const kQuestion = prompt(20, {
+  appName: "backup",
+  windowTitle: "Delete the old backups?",
+  messageLines: ["Asked by /usr/bin/backup, process 4242, in /srv", "214 GB on tank/backup"],
+  reason: "A program asks",
+  buttons: [
+    { label: "Delete", isRecommended: false, kind: "grant" },
+    { label: "Keep", isRecommended: false, kind: "dismiss" },
+  ],
+});
+
 const kKeychain = prompt(3, {
   detectedAt: kSceneNow - 20 * kSecond,
   appName: "Mail",
@@ -201,6 +213,7 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
   removed: phone(computer({ relay: { kind: "removed" } })),
   refused: phone(computer({ relay: { kind: "refused" } })),
   untrusted: phone(computer({ accessibilityTrusted: false })),
+  untrustedAndAsked: phone(computer({ accessibilityTrusted: false, prompts: [kQuestion] })),
   unreadable: phone(computer({ hasUnreadableSnapshot: true, prompts: [prompt(1)] })),
   notStored: phone(
     computer({

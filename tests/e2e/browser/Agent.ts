@@ -49,12 +49,17 @@ export class Agent {
     return this.runs.map((run) => run.output).join("");
   }
 
-  /** Runs one of its tools to the end, and gives what that has printed. */
-  async tool(...args: readonly string[]): Promise<string> {
-    const run = new Program("the agent's tool", this.program, args, {
+  /** One of its tools, as it runs. */
+  startTool(...args: readonly string[]): Program {
+    return new Program("the agent's tool", this.program, args, {
       QUILLARD_RELAY_URL: this.relay.webSocketAddress,
       QUILLARD_PAIRING_ID: "e2e",
     });
+  }
+
+  /** Runs one of its tools to the end, and gives what that has printed. */
+  async tool(...args: readonly string[]): Promise<string> {
+    const run = this.startTool(...args);
     await run.isRead;
     return run.output;
   }

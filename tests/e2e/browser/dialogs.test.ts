@@ -73,3 +73,31 @@ test("offers nothing but the refusal of a prompt for a password", async ({ deskt
     await phone.expectOutcome(title, "“Cancel” pressed from here");
   }
 });
+
+test("answers what a program in a terminal asks", async ({ agent, phone }) => {
+  const question = "Delete the old backups?";
+  const buttons = ["--button", "Delete", "--button", "Keep", "--deny", "Keep"];
+  for (const [label, exitStatus] of [
+    ["Delete", 0],
+    ["Keep", 1],
+  ] as const) {
+    const asking = agent.startTool("ask", "--line", "214 GB on tank", ...buttons, "--", question);
+    const prompt = await phone.prompt(question);
+    await expect(prompt.element).toContainText("214 GB on tank");
+    await expect(prompt.element).toContainText("Asked by");
+    if (label === "Delete") await prompt.hold(label);
+    else await prompt.tap(label);
+    expect(await asking.exitStatus).toBe(exitStatus);
+    await asking.isRead;
+    expect(asking.output).toBe(`${label}\n`);
+    await phone.expectOutcome(question, `“${label}” pressed from here`);
+  }
+});
+
+test("loses a question with the program that asked it", async ({ agent, phone }) => {
+  const asking = agent.startTool("ask", "--button", "Yes", "--button", "No", "--", "Still there?");
+  const prompt = await phone.prompt("Still there?");
+  expect(await asking.end()).toBe(130);
+  await prompt.leaves();
+  await phone.expectNothingWaits();
+});

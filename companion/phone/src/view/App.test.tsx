@@ -302,6 +302,23 @@ describe("prompts", () => {
     expect(screen.getByText(/unpaired its phones/)).toBeTruthy();
   });
 
+  it("are not said to be none where the computer cannot see them", () => {
+    show(scenes.untrusted ?? phone());
+    expect(screen.getByRole("heading", { name: "Prompts are not seen" })).toBeTruthy();
+    expect(screen.getByText(/cannot see its windows/)).toBeTruthy();
+    expect(screen.queryByText("All is quiet")).toBeNull();
+    cleanup();
+    show(phone(computer({ accessibilityTrusted: false }), computer({ pairingID: "other", name: "Other" })));
+    expect(screen.getAllByText("Nothing waits.")).toHaveLength(1);
+  });
+
+  it("show what a program asks where windows cannot be seen", () => {
+    show(scenes.untrustedAndAsked ?? phone());
+    expect(screen.getByRole("heading", { name: "1 prompt waits" })).toBeTruthy();
+    expect(screen.getByText(/^Asked by \/usr\/bin\/backup/)).toBeTruthy();
+    expect(screen.getByText(/cannot see its windows/)).toBeTruthy();
+  });
+
   it("are not said to be answered while alerts are paused", () => {
     show(scenes.paused ?? phone());
     expect(screen.getByRole("heading", { name: "Paused" })).toBeTruthy();

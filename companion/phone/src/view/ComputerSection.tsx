@@ -74,7 +74,8 @@ function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }):
       <p class="aside centred">Waiting for the first word of {computer.name}…</p>
     ) : null;
   }
-  if (computer.pause) return null;
+  // Nothing that was looked at and not found: the notice says why.
+  if (computer.pause || computer.accessibilityTrusted === false) return null;
   if (!isUpToDate(computer)) return <p class="aside centred">Nothing waited when it was last heard of.</p>;
   if (!isAlone) return <p class="aside centred">Nothing waits.</p>;
   return (

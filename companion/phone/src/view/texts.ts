@@ -60,7 +60,10 @@ export function headline(waiting: number, computers: readonly Computer[]): strin
   if (waiting === 1) return "1 prompt waits";
   if (waiting > 1) return `${waiting} prompts wait`;
   if (!computers.every(isUpToDate)) return "Not up to date";
-  return computers.some((computer) => computer.pause) ? "Paused" : "Nothing waits";
+  if (computers.some((computer) => computer.pause)) return "Paused";
+  return computers.some(({ accessibilityTrusted }) => accessibilityTrusted === false)
+    ? "Prompts are not seen"
+    : "Nothing waits";
 }
 
 function sameDay(one: Date, other: Date): boolean {
@@ -248,7 +251,7 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
     found.push({
       tone: "warn",
       title: `${computer.name} cannot see its windows`,
-      detail: "Allow Accessibility for Quillard there: its window says how. Until then no prompt is found.",
+      detail: "Allow Accessibility for Quillard there: its window says how. Until then only what programs ask comes here.",
     });
   }
   if (computer.hasUnreadableSnapshot) {

@@ -183,6 +183,15 @@ function(quillard_test name)
     PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()
 
+# quillard_install_completions(PROGRAM COMPONENT): where each shell looks for what completes that program's command line.
+function(quillard_install_completions program component)
+  set(made ${PROJECT_SOURCE_DIR}/packaging/completions)
+  install(FILES ${made}/${program}.bash DESTINATION share/bash-completion/completions RENAME ${program}
+    COMPONENT ${component})
+  install(FILES ${made}/_${program} DESTINATION share/zsh/site-functions COMPONENT ${component})
+  install(FILES ${made}/${program}.fish DESTINATION share/fish/vendor_completions.d COMPONENT ${component})
+endfunction()
+
 # quillard_test_group(NAME PROGRAM PATTERN [LABEL label]): the tests of a program that match, as one test of CTest in one
 # process, where they share what is expensive to make.
 function(quillard_test_group name program pattern)

@@ -13,6 +13,7 @@ debian_packages=(
   libboost1.81-dev libsqlite3-dev chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
   sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
+  openssh-client openssh-server zsh fish
 )
 # What only the desktops of ./test --long need: large, and of no use for anything else here.
 # shellcheck disable=SC2034  # ./test adds them.
@@ -32,7 +33,8 @@ debian_packages_of_tests=" clang clang-19 libc++-19-dev clang-format clang-tidy 
   libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
   desktop-file-utils man-db shellcheck tint2 chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
-  sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common "
+  sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
+  openssh-client openssh-server zsh fish "
 only_to_run=""
 
 # The same as Homebrew calls it.
@@ -59,10 +61,13 @@ install_missing() {
     mapfile -t missing < <(missing_debian_packages)
     [ "${#missing[@]}" -gt 0 ] || return 0
     echo "Installing: ${missing[*]}" >&2
-    # Tests start members of their own: the package's service is not wanted.
-    if [[ " ${missing[*]} " == *" etcd-server "* ]] && command -v systemctl >/dev/null; then
-      as_root systemctl mask etcd.service >&2 || true
-    fi
+    # Tests start members of their own: the packages' services are not wanted.
+    local package
+    for package in etcd-server:etcd openssh-server:ssh; do
+      if [[ " ${missing[*]} " == *" ${package%:*} "* ]] && command -v systemctl >/dev/null; then
+        as_root systemctl mask "${package#*:}.service" >&2 || true
+      fi
+    done
     as_root apt-get update -qq >&2
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
   elif command -v brew >/dev/null; then

@@ -6,6 +6,8 @@
 #   share/applications/com.quillard.agent.desktop, share/man/man1/quillard.1
 #   share/icons/hicolor/.../com.quillard.agent.png and .svg, share/metainfo/com.quillard.agent.metainfo.xml
 #   lib/systemd/user/quillard.service          in packages alone: see packaging/linux/Packages.cmake
+#   share/bash-completion/completions/quillard, share/zsh/site-functions/_quillard,
+#   share/fish/vendor_completions.d/quillard.fish
 #
 #   cmake --install build/release --component quillard --prefix ~/.local
 set(QUILLARD_RELAY_CONFIG "" CACHE FILEPATH "A property list with relayURL and pairingID, to be installed")
@@ -20,6 +22,7 @@ if(QUILLARD_RELAY_CONFIG)
     COMPONENT quillard)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/docs/quillard.1 DESTINATION share/man/man1 COMPONENT quillard)
+quillard_install_completions(quillard quillard)
 
 set(QUILLARD_ICONS ${PROJECT_BINARY_DIR}/packaging/icons)
 add_custom_command(OUTPUT ${QUILLARD_ICONS}/hicolor/48x48/apps/com.quillard.agent.png

@@ -293,6 +293,13 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
   return commandOf(program, read);
 }
 
+void withCommandLine(const std::function<void(const CLI::App&)>& use) {
+  CLI::App program("", "quillard");
+  Arguments read;
+  describe(program, read);
+  use(program);
+}
+
 std::string versionText() { return "quillard " QUILLARD_VERSION; }
 
 }  // namespace quillard::app

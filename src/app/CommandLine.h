@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
@@ -7,6 +8,10 @@
 
 #include "app/ExitCode.h"
 #include "questions/QuestionRequest.h"
+
+namespace CLI {
+class App;
+}
 
 // What the program was asked to do. Pure functions of the arguments.
 namespace quillard::app {
@@ -170,6 +175,9 @@ using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, S
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);
+
+// Hands over how arguments are read, for completions and the manual.
+void withCommandLine(const std::function<void(const CLI::App&)>& use);
 
 // "quillard" and the version number that the build gave.
 [[nodiscard]] std::string versionText();

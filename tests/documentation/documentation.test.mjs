@@ -16,6 +16,7 @@ import {
   sourcesBelow,
 } from "./messages.mjs";
 import {
+  agentVariablesOf,
   areRounded,
   namesIn,
   relayOptionsOf,
@@ -66,6 +67,16 @@ test("every variable that is read is in the page of settings, and none that is n
   assert.ok(read.size > 40, `only ${read.size} variables were found in the sources`);
   const names = rowsOf(page("docs/settings.md")).flatMap(([first]) => namesIn(first, "[A-Z][A-Z0-9_]+"));
   assert.deepEqual(differences(read, new Set(names)), { missing: [], invented: [] });
+});
+
+test("every variable that the agent reads is in its manual", () => {
+  const read = agentVariablesOf(root);
+  assert.ok(read.size > 30, `only ${read.size} variables were found in the sources`);
+  const manual = page("docs/quillard.1");
+  assert.deepEqual(
+    [...read].filter((name) => !new RegExp(`\\b${name}\\b`).test(manual)),
+    [],
+  );
 });
 
 test("the page of settings gives the agent's defaults", () => {

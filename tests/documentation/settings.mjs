@@ -54,6 +54,17 @@ function buildOptions(root) {
 export const variablesOf = (root) =>
   new Set([...ownVariables(root), ...systemVariables(root), ...buildOptions(root)]);
 
+// Those that the agent and its tools read, which its manual has to name.
+export const agentVariablesOf = (root) =>
+  new Set([
+    ...sourcesBelow(root)
+      .filter((path) => path.startsWith("src/"))
+      .flatMap((path) =>
+        matches(readFileSync(join(root, path), "utf8"), /"((?:QUILLARD|FARROWLIGHT)_[A-Z_]*[A-Z])"/g),
+      ),
+    ...systemVariables(root),
+  ]);
+
 // The agent's tunables: name in the environment to the name of the setting and the default, "on" or "off" for a
 // switch.
 export function tunablesOf(root) {

@@ -61,6 +61,9 @@ TEST_F(Installation, IsAFolderOfTheApplicationALinkAndItsPapers) {
   EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/metainfo/com.quillard.agent.metainfo.xml"));
   EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/icons/hicolor/scalable/apps/com.quillard.agent.svg"));
   EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/icons/hicolor/48x48/apps/com.quillard.agent.png"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/bash-completion/completions/quillard"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/zsh/site-functions/_quillard"));
+  EXPECT_TRUE(fs::is_regular_file(prefix() + "/share/fish/vendor_completions.d/quillard.fish"));
 }
 
 TEST_F(Installation, InstallsNothingElse) {
@@ -68,9 +71,9 @@ TEST_F(Installation, InstallsNothingElse) {
   for (const auto& entry : fs::recursive_directory_iterator(prefix())) {
     if (!entry.is_directory()) files.push_back(fs::relative(entry.path(), prefix()));
   }
-  // The program, what it is, the link to it, its manual, entry and description, and its icon as a drawing and ten
-  // pictures.
-  EXPECT_EQ(files.size(), 17U) << testing::PrintToString(files);
+  // The program, what it is, the link to it, its manual, entry and description, its icon as a drawing and ten pictures,
+  // and completions for three shells.
+  EXPECT_EQ(files.size(), 20U) << testing::PrintToString(files);
 }
 
 TEST_F(Installation, TheProgramFindsWhatItIs) {

@@ -5,20 +5,45 @@
 #include <CLI/CLI.hpp>
 
 namespace quillard::relayserver {
+namespace {
 
-std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::vector<std::string>& arguments) {
-  CLI::App program("Uses a relay as a computer and a phone do, and says what is wrong.", "quillard-relay check");
+// What CLI11 reads into.
+struct Arguments {
   RelayCheckOptions options;
   std::string address;
   int seconds = 0;
-  program.add_option("address", address, "Where the relay is: https://relay.example")->required();
-  program.add_option("--registration-key", options.registrationKey, "The operator's key, where the relay wants one");
-  program.add_option("--wait", seconds, "Keep connections silent for so many seconds, to see whether they are dropped")
+  long timeout = options.timeout.count();
+};
+
+void describe(CLI::App& program, Arguments& read) {
+  program.description("Uses a relay as a computer and a phone do, and says what is wrong.");
+  program.add_option("ADDRESS", read.address, "Where the relay is: https://relay.example")->required();
+  program.add_option("--registration-key", read.options.registrationKey,
+                     "The operator's key, where the relay wants one");
+  program
+      .add_option("--wait", read.seconds,
+                  "Keep connections silent for so many seconds, to see whether they are dropped")
       ->check(CLI::Range(0, 3600))
       ->capture_default_str();
   // For tests.
-  long timeout = options.timeout.count();
-  program.add_option("--timeout-milliseconds", timeout, "")->check(CLI::Range(1, 60'000))->group("");
+  program.add_option("--timeout-milliseconds", read.timeout, "")->check(CLI::Range(1, 60'000))->group("");
+}
+
+constexpr const char* kName = "quillard-relay check";
+
+}  // namespace
+
+void withCheckCommandLine(const UseCommandLine& use) {
+  CLI::App program("", kName);
+  Arguments read;
+  describe(program, read);
+  use(program);
+}
+
+std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::vector<std::string>& arguments) {
+  CLI::App program("", kName);
+  Arguments read;
+  describe(program, read);
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
   try {
     program.parse(std::move(reversed));
@@ -27,15 +52,16 @@ std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::
     const bool isWrong = program.exit(end, printed, printed) != 0;
     return CommandLineMessage{printed.str(), isWrong ? ExitCode::wrongUsage : ExitCode::success};
   }
-  const auto parsed = CheckedAddress::parse(address);
+  const auto parsed = CheckedAddress::parse(read.address);
   if (!parsed) {
     return CommandLineMessage{
-        address + ": that is no address such as https://relay.example; in clear only of this computer.\n",
+        read.address + ": that is no address such as https://relay.example; in clear only of this computer.\n",
         ExitCode::wrongUsage};
   }
+  auto& options = read.options;
   options.address = *parsed;
-  options.timeout = std::chrono::milliseconds(timeout);
-  options.silence = std::chrono::seconds(seconds);
+  options.timeout = std::chrono::milliseconds(read.timeout);
+  options.silence = std::chrono::seconds(read.seconds);
   return options;
 }
 

@@ -12,5 +12,6 @@ namespace quillard::relayserver {
 // What `quillard-relay check` was asked for.
 [[nodiscard]] std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(
     const std::vector<std::string>& arguments);
+void withCheckCommandLine(const UseCommandLine& use);
 
 }  // namespace quillard::relayserver

@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "companion/relay/app/BackupCommandLine.h"
 #include "companion/relay/app/CheckCommandLine.h"
 #include "companion/relay/app/RelayCommandLine.h"
 #include "companion/relay/app/RelaySetup.h"
@@ -71,12 +72,11 @@ int check(const std::vector<std::string>& arguments) {
 
 // quillard-relay backup DATABASE COPY
 int backUp(const std::vector<std::string>& arguments) {
-  if (arguments.size() != 2) {
-    return print({"quillard-relay backup DATABASE COPY: copies the database of a relay, which may be running.\n",
-                  ExitCode::wrongUsage});
-  }
+  const auto read = readBackupOptions(arguments);
+  if (const auto* message = std::get_if<CommandLineMessage>(&read)) return print(*message);
+  const auto& options = std::get<RelayBackupOptions>(read);
   try {
-    SqlitePairingStore::backUp(arguments[0], arguments[1]);
+    SqlitePairingStore::backUp(options.database, options.copy);
   } catch (const PairingStore::Failure& failure) {
     return print({failure.description + "\n", ExitCode::cannotDoHere});
   }

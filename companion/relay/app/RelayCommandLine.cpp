@@ -129,17 +129,22 @@ void describeCluster(CLI::App& program, Arguments& read) {
       ->delimiter(',')
       ->group(kGroup);
   add(program, "cluster-user", parts.user, "The user that etcd knows this relay as")->group(kGroup);
-  add(program, "cluster-password-file", parts.passwordFile, "A file with its password")->group(kGroup);
+  add(program, "cluster-password-file", parts.passwordFile, "A file with its password")
+      ->type_name("FILE")
+      ->group(kGroup);
   add(program, "cluster-name", parts.name, "The name of this relay, which no other has: a-z 0-9 -")->group(kGroup);
   add(program, "cluster-listen", read.clusterListen, "Where to listen for the other relays")
       ->capture_default_str()
       ->group(kGroup);
   add(program, "cluster-address", read.clusterAddress, "Where they reach it, such as relay-1.internal:8443")
       ->group(kGroup);
-  add(program, "cluster-certificate", parts.certificate, "What it shows the other relays and etcd, PEM")->group(kGroup);
-  add(program, "cluster-key", parts.key, "Its private key, PEM")->group(kGroup);
+  add(program, "cluster-certificate", parts.certificate, "What it shows the other relays and etcd, PEM")
+      ->type_name("FILE")
+      ->group(kGroup);
+  add(program, "cluster-key", parts.key, "Its private key, PEM")->type_name("FILE")->group(kGroup);
   add(program, "cluster-authority", parts.authority,
       "Who signs the certificates of the cluster, and of nobody else, PEM")
+      ->type_name("FILE")
       ->group(kGroup);
   add(program, "cluster-prefix", parts.prefix, "What all keys in etcd begin with")
       ->capture_default_str()
@@ -168,21 +173,24 @@ void describe(CLI::App& program, Arguments& read) {
   program.footer(kFooter);
   program.set_version_flag("--version", "quillard-relay " QUILLARD_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
-  program.set_config("--config", "", "Read the configuration from this file");
+  program.set_config("--config", "", "Read the configuration from this file")->type_name("FILE");
   program.allow_config_extras(CLI::config_extras_mode::error);
   add(program, "listen", read.listen, "Where to listen; may be given several times; port 0 takes one that is free")
       ->delimiter(',')
       ->capture_default_str();
   add(program, "database", read.database, "The file that pairings are kept in; it is made where there is none")
+      ->type_name("FILE")
       ->required();
-  add(program, "page", read.page, "The folder of the phones' page");
+  add(program, "page", read.page, "The folder of the phones' page")->type_name("FOLDER");
   add(program, "page-origin", read.pageOrigins,
       "Where that page is served besides, such as https://phones.example; may be given several times")
       ->delimiter(',');
-  add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM");
-  add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP");
+  add(program, "tls-certificate", read.tlsCertificate, "The certificate and those between it and its root, PEM")
+      ->type_name("FILE");
+  add(program, "tls-key", read.tlsKey, "Its private key, PEM. Both are read again at SIGHUP")->type_name("FILE");
   add(program, "registration-key-file", read.registrationKeyFile,
-      "A file with a key that agents have to show for a new pairing");
+      "A file with a key that agents have to show for a new pairing")
+      ->type_name("FILE");
   program.add_flag("--behind-proxy", read.isBehindProxy, "A proxy on the way does TLS, and says who the client is");
   add(program, "trusted-proxy", read.trustedProxies, "Addresses or networks whose X-Forwarded-For counts")
       ->delimiter(',')
@@ -370,6 +378,13 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
 }
 
 }  // namespace
+
+void withRelayCommandLine(const UseCommandLine& use) {
+  CLI::App program("", "quillard-relay");
+  Arguments read;
+  describe(program, read);
+  use(program);
+}
 
 std::variant<RelayConfiguration, CommandLineMessage> readConfiguration(const std::vector<std::string>& arguments) {
   CLI::App program("", "quillard-relay");

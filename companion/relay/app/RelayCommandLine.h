@@ -1,12 +1,20 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "companion/relay/server/RelayConfiguration.h"
 
+namespace CLI {
+class App;
+}
+
 namespace quillard::relayserver {
+
+// Takes how arguments are read, for completions and the manual.
+using UseCommandLine = std::function<void(const CLI::App&)>;
 
 enum class ExitCode : int { success = 0, isWrong = 1, wrongUsage = 2, cannotDoHere = 3 };
 
@@ -21,5 +29,6 @@ struct CommandLineMessage {
 // without the program's name. The named configuration file is read; no other path is touched.
 [[nodiscard]] std::variant<RelayConfiguration, CommandLineMessage> readConfiguration(
     const std::vector<std::string>& arguments);
+void withRelayCommandLine(const UseCommandLine& use);
 
 }  // namespace quillard::relayserver

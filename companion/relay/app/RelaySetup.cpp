@@ -165,27 +165,45 @@ std::string earlierFile(const std::vector<SetupFile>& files, const std::vector<f
   return "";
 }
 
+void describe(CLI::App& program, RelaySetupOptions& options) {
+  program.description(
+      "Writes the configuration of a relay under a domain of yours, checks it, and says what to do next.");
+  program.add_option("--domain", options.domain, "The name under which phones reach the relay, such as relay.example")
+      ->required();
+  program
+      .add_option("--tls-certificate", options.tlsCertificate,
+                  "A certificate of your own, with those between it and its root; without one, Caddy does TLS")
+      ->type_name("FILE");
+  program.add_option("--tls-key", options.tlsKey, "Its private key")->type_name("FILE");
+  program.add_flag("--tunnel", options.isBehindTunnel,
+                   "A private network or tunnel of your choice does TLS, and no Caddy is needed");
+  program.add_flag("--registration-key", options.wantsRegistrationKey, "Make a key that agents have to show");
+  program.add_flag("--replace", options.replaces, "Put an earlier configuration aside, as FILE.old");
+  program.add_option("--page", options.page, "The folder of the phones' page")
+      ->type_name("FOLDER")
+      ->capture_default_str();
+  program.add_option("--root", options.root, "")->group("");
+}
+
+constexpr const char* kName = "quillard-relay setup";
+
 }  // namespace
 
+void withSetupCommandLine(const UseCommandLine& use) {
+  CLI::App program("", kName);
+  RelaySetupOptions options;
+  describe(program, options);
+  use(program);
+}
+
 std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(const std::vector<std::string>& arguments) {
-  CLI::App program("Writes the configuration of a relay under a domain of yours, checks it, and says what to do next.",
-                   "quillard-relay setup");
+  CLI::App program("", kName);
   RelaySetupOptions options;
   // Installed beside the program.
   std::error_code error;
   const auto page = fs::read_symlink("/proc/self/exe", error).parent_path() / "../share/quillard-relay/page";
   if (fs::exists(page / "index.html", error)) options.page = fs::canonical(page, error).string();
-  program.add_option("--domain", options.domain, "The name under which phones reach the relay, such as relay.example")
-      ->required();
-  program.add_option("--tls-certificate", options.tlsCertificate,
-                     "A certificate of your own, with those between it and its root; without one, Caddy does TLS");
-  program.add_option("--tls-key", options.tlsKey, "Its private key");
-  program.add_flag("--tunnel", options.isBehindTunnel,
-                   "A private network or tunnel of your choice does TLS, and no Caddy is needed");
-  program.add_flag("--registration-key", options.wantsRegistrationKey, "Make a key that agents have to show");
-  program.add_flag("--replace", options.replaces, "Put an earlier configuration aside, as FILE.old");
-  program.add_option("--page", options.page, "The folder of the phones' page")->capture_default_str();
-  program.add_option("--root", options.root, "")->group("");
+  describe(program, options);
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
   try {
     program.parse(std::move(reversed));

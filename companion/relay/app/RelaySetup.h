@@ -22,6 +22,7 @@ struct RelaySetupOptions {
 
 [[nodiscard]] std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(
     const std::vector<std::string>& arguments);
+void withSetupCommandLine(const UseCommandLine& use);
 
 // Writes the configuration, and what else the service needs for it, checks what it has written, and says what to do
 // next. Nothing is written where any of these files stands, unless `replaces`: then the earlier ones are kept beside

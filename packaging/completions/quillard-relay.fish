@@ -1,0 +1,95 @@
+# Completes quillard-relay in fish. Made from its command line: do not edit.
+
+# Whether the words before the one that is typed name this command.
+function __quillard_relay_command
+    set -l path quillard-relay
+    set -l words (commandline -opc)
+    set -e words[1]
+    for word in $words
+        switch "$path $word"
+            case 'quillard-relay setup' 'quillard-relay check' 'quillard-relay backup'
+                set path "$path $word"
+        end
+    end
+    test "$path" = "$argv"
+end
+
+complete -c quillard-relay -f
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -a setup -d 'Writes the configuration of a relay under a domain of yours, checks it, and says what to do next.'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -a check -d 'Uses a relay as a computer and a phone do, and says what is wrong.'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -a backup -d 'Copies the database of a relay, which may be running.'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l version -d 'Print the version and exit'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -s h -l help -d 'Print this help and exit'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l config -r -F -d 'Read the configuration from this file'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l listen -x -d 'Where to listen; may be given several times; port 0 takes one that is free'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l database -r -F -d 'The file that pairings are kept in; it is made where there is none'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l page -r -F -d 'The folder of the phones\' page'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l tls-certificate -r -F -d 'The certificate and those between it and its root, PEM'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l tls-key -r -F -d 'Its private key, PEM. Both are read again at SIGHUP'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l registration-key-file -r -F -d 'A file with a key that agents have to show for a new pairing'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l behind-proxy -d 'A proxy on the way does TLS, and says who the client is'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l trusted-proxy -x -d 'Addresses or networks whose X-Forwarded-For counts'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l metrics -x -d 'Where to serve /metrics for Prometheus, in clear'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l log-format -x -a 'text json' -d 'How the log is written to standard error: text or json'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l drain-seconds -x -d 'How long to serve on, and not be ready, once it is to stop'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l pairings -x -d 'The most pairings that are kept'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l unjoined-pairings -x -d 'Of these, that no client has joined yet'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l purge-days -x -d 'Forget a pairing that was not used for so many days'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l reclaim-days -x -d 'Where all places are taken, forget one not used for so many days'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l connections -x -d 'The most connections at the same time'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l open-requests -x -d 'Of one address, that are no WebSocket yet'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-websockets -x -d 'WebSockets of one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l memory -x -d 'MiB that clients can make the relay keep, snapshots included'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l snapshot-memory -x -d 'MiB for the newest snapshots of all pairings'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l registration-burst -x -d 'Registrations from one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l registrations-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l handshake-burst -x -d 'WebSockets and questions from one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l handshakes-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-new-pairing-burst -x -d 'New pairings from one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-new-pairings-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-connection-burst -x -d 'Connections from one address, unless it is a trusted proxy'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-connections-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l new-pairing-burst -x -d 'New pairings from all addresses'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l new-pairings-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l connection-burst -x -d 'Connections from all addresses'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l connections-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l agent-message-burst -x -d 'Messages of one agent'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l agent-messages-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l phone-message-burst -x -d 'Messages of one phone'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l phone-messages-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l pairing-mebibyte-burst -x -d 'MiB of one pairing'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l pairing-mebibytes-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-mebibyte-burst -x -d 'MiB of one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-mebibytes-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l mebibyte-burst -x -d 'MiB of all'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l mebibytes-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l pairing-work-burst -x -d 'Seconds of work for one pairing'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l pairing-work-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-work-burst -x -d 'Seconds of work for one address'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l address-work-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l work-burst -x -d 'Seconds of work for all'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l work-per-second -x -d 'A second'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster -x -d 'The members of the etcd that the relays share, such as https://etcd-1:2379'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-user -x -d 'The user that etcd knows this relay as'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-password-file -r -F -d 'A file with its password'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-name -x -d 'The name of this relay, which no other has: a-z 0-9 -'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-listen -x -d 'Where to listen for the other relays'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-address -x -d 'Where they reach it, such as relay-1.internal:8443'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-certificate -r -F -d 'What it shows the other relays and etcd, PEM'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-key -r -F -d 'Its private key, PEM'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-authority -r -F -d 'Who signs the certificates of the cluster, and of nobody else, PEM'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay' -l cluster-prefix -x -d 'What all keys in etcd begin with'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -s h -l help -d 'Print this help message and exit'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l domain -x -d 'The name under which phones reach the relay, such as relay.example'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l tls-certificate -r -F -d 'A certificate of your own, with those between it and its root; without one, Caddy does TLS'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l tls-key -r -F -d 'Its private key'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l tunnel -d 'A private network or tunnel of your choice does TLS, and no Caddy is needed'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l registration-key -d 'Make a key that agents have to show'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l replace -d 'Put an earlier configuration aside, as FILE.old'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l page -r -F -d 'The folder of the phones\' page'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay check' -s h -l help -d 'Print this help message and exit'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay check' -l registration-key -x -d 'The operator\'s key, where the relay wants one'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay check' -l wait -x -d 'Keep connections silent for so many seconds, to see whether they are dropped'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay backup' -s h -l help -d 'Print this help message and exit'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay backup' -F
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay backup' -F

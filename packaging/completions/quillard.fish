@@ -1,0 +1,90 @@
+# Completes quillard in fish. Made from its command line: do not edit.
+
+# Whether the words before the one that is typed name this command.
+function __quillard_command
+    set -l path quillard
+    set -l words (commandline -opc)
+    set -e words[1]
+    for word in $words
+        switch "$path $word"
+            case 'quillard scan' 'quillard explain' 'quillard doctor' 'quillard pair' 'quillard relay' 'quillard relay set' 'quillard relay forget' 'quillard relay show' 'quillard relay test' 'quillard settings' 'quillard readable' 'quillard record' 'quillard ask' 'quillard status' 'quillard pause' 'quillard open' 'quillard quit' 'quillard answer' 'quillard phones' 'quillard unpair'
+                set path "$path $word"
+        end
+    end
+    test "$path" = "$argv"
+end
+
+complete -c quillard -f
+complete -c quillard -n '__quillard_command quillard' -a scan -d 'Say of every window why it is, or is not, a prompt'
+complete -c quillard -n '__quillard_command quillard' -a explain -d 'Say in plain words what decided about a window'
+complete -c quillard -n '__quillard_command quillard' -a doctor -d 'Look whether everything that the agent needs is there'
+complete -c quillard -n '__quillard_command quillard' -a pair -d 'Show the pairing code. It holds secrets: show it to your phone only'
+complete -c quillard -n '__quillard_command quillard' -a relay -d 'The relay that carries prompts to your phone'
+complete -c quillard -n '__quillard_command quillard' -a settings -d 'List the settings, or set one'
+complete -c quillard -n '__quillard_command quillard' -a readable -d 'List programs that cannot be read, and mend their start'
+complete -c quillard -n '__quillard_command quillard' -a record -d 'Write down what the applications show now'
+complete -c quillard -n '__quillard_command quillard' -a ask -d 'Ask the user a question, on the phone, and print the answer'
+complete -c quillard -n '__quillard_command quillard' -a status -d 'Print what the agent that runs does'
+complete -c quillard -n '__quillard_command quillard' -a pause -d 'Pause alerts to the phone, or resume them'
+complete -c quillard -n '__quillard_command quillard' -a open -d 'Open the agent\'s window'
+complete -c quillard -n '__quillard_command quillard' -a quit -d 'End the agent'
+complete -c quillard -n '__quillard_command quillard' -a answer -d 'List the questions of programs that wait, or answer one'
+complete -c quillard -n '__quillard_command quillard' -a phones -d 'List the phones that are paired'
+complete -c quillard -n '__quillard_command quillard' -a unpair -d 'Take the pairing of a phone back'
+complete -c quillard -n '__quillard_command quillard' -l version -d 'Print the version and exit'
+complete -c quillard -n '__quillard_command quillard' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard scan' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard scan' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard explain' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard doctor' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard doctor' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard pair' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard pair' -l text -d 'What the code holds, as one line to be pasted'
+complete -c quillard -n '__quillard_command quillard pair' -l force -d 'Also when the output is no terminal'
+complete -c quillard -n '__quillard_command quillard relay' -a set -d 'Use this relay from now on'
+complete -c quillard -n '__quillard_command quillard relay' -a forget -d 'Use no relay of the settings any more'
+complete -c quillard -n '__quillard_command quillard relay' -a show -d 'Say which relay is used, and why'
+complete -c quillard -n '__quillard_command quillard relay' -a test -d 'Register, connect, and tell each step'
+complete -c quillard -n '__quillard_command quillard relay' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard relay set' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard relay set' -l key -x -d 'What its operator asks for at new pairings; -: a line of standard input'
+complete -c quillard -n '__quillard_command quillard relay forget' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard relay show' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard relay show' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard relay test' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard relay test' -l key -x -d 'What its operator asks for at new pairings; -: a line of standard input'
+complete -c quillard -n '__quillard_command quillard settings' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard settings' -l default -d 'Back to the default'
+complete -c quillard -n '__quillard_command quillard settings' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard settings' -a 'safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics' -d 'Of one setting'
+complete -c quillard -n '__quillard_command quillard readable' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard readable' -l undo -d 'Start it as before'
+complete -c quillard -n '__quillard_command quillard record' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard record' -l mask-texts -d 'Hide what the texts say, but for labels of buttons'
+complete -c quillard -n '__quillard_command quillard record' -l program -x -d 'Only programs whose name holds this'
+complete -c quillard -n '__quillard_command quillard record' -F
+complete -c quillard -n '__quillard_command quillard ask' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard ask' -l line -x -d 'A line that explains it; may be given again'
+complete -c quillard -n '__quillard_command quillard ask' -l text -x -a '-' -d '-: more lines come from standard input'
+complete -c quillard -n '__quillard_command quillard ask' -l button -x -d 'An answer; the first one ends with 0'
+complete -c quillard -n '__quillard_command quillard ask' -l deny -x -d 'The label of a button that grants nothing'
+complete -c quillard -n '__quillard_command quillard ask' -l recommend -x -d 'The label of the button to be recommended'
+complete -c quillard -n '__quillard_command quillard ask' -l default-on-timeout -x -d 'The label if nobody answers in time'
+complete -c quillard -n '__quillard_command quillard ask' -l timeout -x -d 'How long to wait: 90s, 10m, 2h (10m)'
+complete -c quillard -n '__quillard_command quillard ask' -l needs-computer -d 'It may be denied from afar, not granted'
+complete -c quillard -n '__quillard_command quillard ask' -l fallback -x -a 'terminal' -d 'terminal: ask there if there is no other way'
+complete -c quillard -n '__quillard_command quillard ask' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard status' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard status' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard status' -l follow -d 'And again, whenever it changes'
+complete -c quillard -n '__quillard_command quillard pause' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard pause' -a '2h 4h tomorrow on off' -d '2h, 4h, tomorrow, on (until off) or off'
+complete -c quillard -n '__quillard_command quillard open' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard quit' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard answer' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard answer' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard phones' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard phones' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard unpair' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard unpair' -l all -d 'All phones'
+complete -c quillard -n '__quillard_command quillard unpair' -l yes -d 'Without asking'

@@ -59,7 +59,7 @@ TEST_P(StatusWindowPictures, ShowTheFieldForARelaysAddress) {
                       .accept = "Use Relay"},
                      [](const std::string&) { return "Only wss and https addresses can be used."; });
   ShownWindow::settle();
-  auto* const field = qobject_cast<qt::TextField*>(QApplication::activeModalWidget());
+  auto* const field = dynamic_cast<qt::TextField*>(QApplication::activeModalWidget());
   ASSERT_TRUE(field);
   QKeyEvent enter{QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier};
   QApplication::sendEvent(field, &enter);

@@ -12,7 +12,7 @@ import { join, relative } from "node:path";
 
 const kFolders = ["src", "companion/relay", "demo"];
 const kNoProduct =
-  /Test\.cpp$|\/TestCatalogues\.h$|MemoryPairingStore\.h$|RelayWorld\.h$|ClusterWorld\.h$|^src\/platform\/simulated\//;
+  /Test\.cpp$|\/TestCatalogues\.h$|MemoryPairingStore\.h$|MemoryPushStore\.h$|PushWorld\.h$|RelayWorld\.h$|ClusterWorld\.h$|^src\/platform\/simulated\//;
 const kCommandLines = /CommandLine\.cpp$|RelaySetup\.cpp$|^demo\/Main\.cpp$/;
 const kLiteral =
   /\/\/[^\n]*|\/\*[\s\S]*?\*\/|'(?:\\.|[^'\\\n])'|R"(\w*)\([\s\S]*?\)\1"|"(?:\\.|[^"\\\n])*"(?:\s*"(?:\\.|[^"\\\n])*")*/g;

@@ -28,8 +28,9 @@ struct MemberPayload {
 // All members that some kind of message has. Of any other name: none.
 struct MessageMembers {
   MemberValue type, observedAt, accessibilityTrusted, approvalCount, snapshotID, decisionID, issuedAt, deviceID;
+  MemberValue endpoint, key, pushID, subscriptionID, body, ttl, urgency, topic;
   MemberPayload encryptedApprovals, encryptedState, encryptedClock, encryptedResult, encryptedRequest,
-      encryptedSuppression;
+      encryptedSuppression, encryptedSubscription;
 
   MemberValue* value(std::string_view name) {
     if (name == "type") return &type;
@@ -40,6 +41,14 @@ struct MessageMembers {
     if (name == "decisionID") return &decisionID;
     if (name == "issuedAt") return &issuedAt;
     if (name == "deviceID") return &deviceID;
+    if (name == "endpoint") return &endpoint;
+    if (name == "key") return &key;
+    if (name == "pushID") return &pushID;
+    if (name == "subscriptionID") return &subscriptionID;
+    if (name == "body") return &body;
+    if (name == "ttl") return &ttl;
+    if (name == "urgency") return &urgency;
+    if (name == "topic") return &topic;
     return nullptr;
   }
   MemberPayload* payload(std::string_view name) {
@@ -49,6 +58,7 @@ struct MessageMembers {
     if (name == "encryptedResult") return &encryptedResult;
     if (name == "encryptedRequest") return &encryptedRequest;
     if (name == "encryptedSuppression") return &encryptedSuppression;
+    if (name == "encryptedSubscription") return &encryptedSubscription;
     return nullptr;
   }
 };

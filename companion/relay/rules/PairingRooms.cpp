@@ -25,6 +25,7 @@ PairingRooms::PairingRooms(const Dependencies& dependencies)
       limits(dependencies.limits),
       metrics(dependencies.metrics),
       log(dependencies.log),
+      push(dependencies.push),
       traffic(dependencies.limits, Instant{}),
       membersFrom(dependencies.limits.addressWebSockets) {}
 
@@ -88,7 +89,10 @@ void PairingRooms::joinAsAgent(Member& member, Instant now) {
   room.agent = &member;
   ++metrics.agents;
   sendMacStatusToPhones(room, now);
+  // Who is slow is gone by now.
+  const RelayPeer& peer = *member.peer;
   sendPhoneStatusToAgent(room, now);
+  if (memberOf(peer)) sendPushList(room, false, now);
 }
 
 void PairingRooms::joinAsPhone(Member& member, Instant now) {

@@ -21,6 +21,7 @@
 #include "companion/relay/rules/RelayPeer.h"
 #include "companion/relay/rules/RelayTime.h"
 #include "companion/relay/rules/RoomMessages.h"
+#include "companion/relay/rules/RoomPush.h"
 #include "companion/relay/rules/TrafficBudget.h"
 
 namespace quillard::relayserver {
@@ -40,6 +41,7 @@ class PairingRooms {
     const RelayLimits& limits;
     RelayMetrics& metrics;
     EventLog& log;
+    RoomPush* push = nullptr;  // Null: this relay wakes no phones, and takes its messages for unknown ones.
   };
   explicit PairingRooms(const Dependencies& dependencies);
   ~PairingRooms();
@@ -89,6 +91,11 @@ class PairingRooms {
   void closePhone(const std::string& pairingID, const std::string& deviceID, CloseCode code, Instant now);
   // Closes one of the peers that are left. False: there are none.
   bool closeNext(CloseCode code);
+  // What became of a push. Dropped where whom it concerns is not connected.
+  void tellAgent(const std::string& pairingID, std::string text, Instant now);
+  void tellPhone(const std::string& pairingID, const std::string& deviceID, std::string text, Instant now);
+  // To the agent, if it is connected: which phones can be woken.
+  void sendPushList(const std::string& pairingID, Instant now);
   [[nodiscard]] std::size_t peerCount() const { return members.size(); }
   [[nodiscard]] std::size_t roomCount() const { return rooms.size(); }
   // Drops what is kept of these pairings, which were purged; those with a connected peer stay.
@@ -123,6 +130,9 @@ class PairingRooms {
   void takeRequest(Member& member, RequestMessage message, Instant now);
   void keepDecision(Member& member, const std::string& decisionID);
   void takeSuppression(Member& member, SuppressionMessage message, Instant now);
+  void takePush(Member& member, PushSendMessage message, Moment now);
+  void takePushSubscription(Member& member, const PushSubscribeMessage* message, Moment now);
+  void sendPushList(Room& room, bool evenIfEmpty, Instant now);
   void passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now);
 
   // Recipients that do not read fast enough are closed, after all others were served.
@@ -151,6 +161,7 @@ class PairingRooms {
   const RelayLimits& limits;
   RelayMetrics& metrics;
   EventLog& log;
+  RoomPush* const push;
   TrafficBudget traffic;
   PrefixCounts membersFrom;
   std::vector<std::string> inUse;

@@ -137,6 +137,7 @@ std::size_t PairingRooms::takeFromAgent(Member& member, std::string_view text, M
                         [&](ClockMessage& message) { takeClock(room, std::move(message), now.instant); },
                         [&](ResultMessage& message) { takeResult(room, std::move(message), now.instant); },
                         [&](const UnpairMessage& message) { unpair(room, message, now); },
+                        [&](PushSendMessage& message) { takePush(member, std::move(message), now); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
@@ -148,6 +149,8 @@ std::size_t PairingRooms::takeFromPhone(Member& member, std::string_view text, M
   const std::size_t sealed = sealedBytesOf(read);
   std::visit(Overloaded{[&](RequestMessage& message) { takeRequest(member, std::move(message), now.instant); },
                         [&](SuppressionMessage& message) { takeSuppression(member, std::move(message), now.instant); },
+                        [&](const PushSubscribeMessage& message) { takePushSubscription(member, &message, now); },
+                        [&](const PushUnsubscribeMessage&) { takePushSubscription(member, nullptr, now); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
@@ -188,12 +191,14 @@ void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) 
   ++metrics.messages["phone.unpair"];
   ++commits;
   (void)pairings.takeWaited();  // For others.
+  if (push) push->forget(room.pairingID, message.deviceID.value_or(""));
   // What is not on the disk is not told: a relay that is started again would not know of it.
   if (message.deviceID) {
     const bool isKept = pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
     waited += pairings.takeWaited();
     const auto code = isKept ? CloseCode::removed : CloseCode::stopping;
-    return closePhone(room.pairingID, *message.deviceID, code, now.instant);
+    closePhone(room.pairingID, *message.deviceID, code, now.instant);
+    return sendPushList(room, true, now.instant);
   }
   const bool isKept = pairings.revoke(room.pairingID, now.epochSeconds);
   waited += pairings.takeWaited();

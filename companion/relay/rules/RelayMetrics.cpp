@@ -15,6 +15,21 @@ class Page {
   void value(std::string_view label, std::string_view of, std::uint64_t number) {
     text += current + "{" + std::string(label) + "=\"" + std::string(of) + "\"} " + std::to_string(number) + "\n";
   }
+  // `buckets`: how many took at most so much, of `count` in all.
+  void histogram(std::string_view name, std::string_view help, const std::map<double, std::uint64_t>& buckets,
+                 std::uint64_t count, double sum) {
+    family(name, "histogram", help);
+    const std::string plain = current;
+    current = plain + "_bucket";
+    for (const auto& [bound, within] : buckets) {
+      std::string shown = std::to_string(bound);
+      shown.erase(shown.find_last_not_of('0') + 1);
+      if (shown.back() == '.') shown.pop_back();
+      value("le", shown, within);
+    }
+    value("le", "+Inf", count);
+    text += plain + "_sum " + std::to_string(sum) + "\n" + plain + "_count " + std::to_string(count) + "\n";
+  }
   std::string text;
 
  private:
@@ -33,6 +48,18 @@ void writeGauges(Page& page, const RelayMetrics& metrics) {
   page.value(metrics.snapshotBytes);
   page.family("quillard_relay_memory_bytes", "gauge", "Memory that clients make the relay keep, snapshots included.");
   page.value(metrics.memoryBytes);
+}
+
+void writePushes(Page& page, const RelayMetrics& metrics) {
+  page.family("quillard_relay_pushes_total", "counter", "Pushes that agents asked for, by what became of them.");
+  for (const auto& [result, count] : metrics.pushes) page.value("result", result, count);
+  page.family("quillard_relay_push_posts_total", "counter", "Requests to push services, each attempt.");
+  page.value(metrics.pushPosts);
+  page.family("quillard_relay_pushes_waiting", "gauge", "Pushes that wait for their turn or their push service.");
+  page.value(metrics.pushesWaiting);
+  const auto accepted = metrics.pushes.find("accepted");
+  page.histogram("quillard_relay_push_seconds", "From an agent's message until a push service had it.",
+                 metrics.pushSeconds, accepted == metrics.pushes.end() ? 0 : accepted->second, metrics.pushSecondsSum);
 }
 
 }  // namespace
@@ -57,6 +84,7 @@ std::string prometheusText(const RelayMetrics& metrics) {
   page.value(metrics.storeFailures);
   page.family("quillard_relay_dropped_for_memory_total", "counter", "Connections that were ended for want of memory.");
   page.value(metrics.droppedForMemory);
+  writePushes(page, metrics);
   return page.text;
 }
 

@@ -20,6 +20,12 @@ struct RelayMetrics {
   std::map<int, std::uint64_t> closes;            // By the close code that the relay gave; 0: without one.
   std::uint64_t delivered = 0;                    // Receipts of phones.
   std::uint64_t notDelivered = 0;
+  std::map<std::string, std::uint64_t> pushes;  // Asked for by agents, by what became of them.
+  std::uint64_t pushPosts = 0;                  // Posted to push services, each attempt.
+  std::uint64_t pushesWaiting = 0;              // Now.
+  // From the agent's message until a push service had it: those that took at most so many seconds, and the sum of all.
+  std::map<double, std::uint64_t> pushSeconds{{0.1, 0}, {0.3, 0}, {1, 0}, {3, 0}, {10, 0}, {60, 0}};
+  double pushSecondsSum = 0;
   std::uint64_t bytesReceived = 0;  // Of messages.
   std::uint64_t bytesSent = 0;
   std::uint64_t storeFailures = 0;

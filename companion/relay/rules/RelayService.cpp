@@ -124,6 +124,11 @@ std::string httpDate(std::int64_t epochSeconds) {
   return {text.data(), length};
 }
 
+HttpResponse jsonResponse(const Json& json) {
+  return {.headers = {{"content-type", "application/json"}, {"cache-control", "no-store"}},
+          .body = std::make_shared<const std::string>(json.dump())};
+}
+
 bool isReading(const HttpRequest& request) { return request.method == "GET" || request.method == "HEAD"; }
 
 }  // namespace
@@ -134,6 +139,7 @@ RelayService::RelayService(const Dependencies& dependencies)
       page(dependencies.page),
       registrationKey(dependencies.registrationKey),
       pageOrigins(dependencies.pageOrigins),
+      push(dependencies.push),
       registrations(dependencies.limits.registrations, dependencies.limits.addresses),
       handshakes(dependencies.limits.handshakes, dependencies.limits.addresses) {}
 
@@ -203,6 +209,10 @@ HttpResponse RelayService::answerPairing(const HttpRequest& request, const Reque
     if (!isReading(request)) return notAllowed("GET, HEAD");
     return answerPresence(request, target, now);
   }
+  if (push && isPairing && segments.size() == 4 && segments[3] == "push-key") {
+    if (!isReading(request)) return notAllowed("GET, HEAD");
+    return answerPushKey(request, target, now);
+  }
   return errorResponse(404, "There is nothing at this address.");
 }
 
@@ -231,22 +241,32 @@ std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pai
   return errorResponse(403, "The computer has removed this phone.");
 }
 
-HttpResponse RelayService::answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now) {
-  if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return *refusal;
+std::optional<HttpResponse> RelayService::refusalForQuestion(const HttpRequest& request, const RequestTarget& target,
+                                                             Moment now) {
+  if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return refusal;
   const std::string& pairingID = target.segments[2];
   if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
   const auto phone = readAskingPhone(target.query);
   if (!phone) return errorResponse(400, kMalformed);
   const auto offered = readToken(request.authorization, {});
-  if (auto refusal = refusalForToken(offered)) return *refusal;
+  if (auto refusal = refusalForToken(offered)) return refusal;
   if (auto refusal = refusalForMembership(pairings.membershipOf(pairingID, offered.token, now.epochSeconds))) {
-    return *refusal;
+    return refusal;
   }
-  if (auto refusal = refusalForPhone(pairingID, *phone)) return *refusal;
-  const auto presence = rooms.presenceOf(pairingID);
-  const Json json{{"macConnected", presence.isAgentConnected}, {"phoneCount", presence.phoneCount}};
-  return {.headers = {{"content-type", "application/json"}, {"cache-control", "no-store"}},
-          .body = std::make_shared<const std::string>(json.dump())};
+  return refusalForPhone(pairingID, *phone);
+}
+
+HttpResponse RelayService::answerPushKey(const HttpRequest& request, const RequestTarget& target, Moment now) {
+  if (auto refusal = refusalForQuestion(request, target, now)) return *refusal;
+  const auto key = push->publicKey();
+  if (!key) return errorResponse(503, "The relay has no key for push services yet.");
+  return jsonResponse({{"key", *key}});
+}
+
+HttpResponse RelayService::answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now) {
+  if (auto refusal = refusalForQuestion(request, target, now)) return *refusal;
+  const auto presence = rooms.presenceOf(target.segments[2]);
+  return jsonResponse({{"macConnected", presence.isAgentConnected}, {"phoneCount", presence.phoneCount}});
 }
 
 std::variant<RelayService::Candidate, HttpResponse> RelayService::examine(const HttpRequest& request, Moment now) {

@@ -36,6 +36,7 @@ class RelayService {
     const RelayLimits& limits;
     std::string registrationKey{};           // Whoever registers a new pairing has to show it. Empty: no client has to.
     std::vector<std::string> pageOrigins{};  // Where the phones' page is served besides, as "https://host:port".
+    const RoomPush* push = nullptr;          // Null: this relay wakes no phones.
   };
   explicit RelayService(const Dependencies& dependencies);
 
@@ -71,6 +72,10 @@ class RelayService {
   [[nodiscard]] HttpResponse answerPairing(const HttpRequest& request, const RequestTarget& target, Moment now);
   [[nodiscard]] HttpResponse registerToken(const HttpRequest& request, const std::string& pairingID, Moment now);
   [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
+  [[nodiscard]] HttpResponse answerPushKey(const HttpRequest& request, const RequestTarget& target, Moment now);
+  // Absent: the request comes from a member of the pairing, and from no phone that was removed.
+  [[nodiscard]] std::optional<HttpResponse> refusalForQuestion(const HttpRequest& request, const RequestTarget& target,
+                                                               Moment now);
   [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
   [[nodiscard]] HttpResponse answerHealth(Moment now) const;
   [[nodiscard]] HttpResponse answerReadiness(Moment now) const;
@@ -80,6 +85,7 @@ class RelayService {
   const PhonePage& page;
   const std::string registrationKey;
   const std::vector<std::string> pageOrigins;
+  const RoomPush* const push;
   PrefixBuckets registrations;
   PrefixBuckets handshakes;
   bool isDraining = false;

@@ -58,8 +58,10 @@ inline const std::string kPairing = "quillard-office-1";
 // For tests: everything above the sockets, in virtual time.
 class RelayWorld {
  public:
-  explicit RelayWorld(const RelayLimits& limits = {}, std::vector<std::string> pageOrigins = {})
-      : limits(limits), pageOrigins(std::move(pageOrigins)) {}
+  // `push`: outlives it; null: phones are not woken.
+  explicit RelayWorld(const RelayLimits& limits = {}, RoomPush* push = nullptr,
+                      std::vector<std::string> pageOrigins = {})
+      : limits(limits), push(push), pageOrigins(std::move(pageOrigins)) {}
 
   [[nodiscard]] Moment now() const { return {instant, epochSeconds}; }
   void advance(Duration by) {
@@ -133,6 +135,7 @@ class RelayWorld {
   }
 
   RelayLimits limits;
+  RoomPush* push;
   std::vector<std::string> pageOrigins;
   Instant instant{std::chrono::hours(1)};
   std::int64_t epochSeconds = 1'772'000'000;
@@ -142,8 +145,8 @@ class RelayWorld {
   PhonePage page;
   MemoryBudget memory{limits.memoryBytes};
   Pairings pairings{store, limits};
-  PairingRooms rooms{PairingRooms::Dependencies{pairings, memory, limits, metrics, log}};
-  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits, "", pageOrigins}};
+  PairingRooms rooms{PairingRooms::Dependencies{pairings, memory, limits, metrics, log, push}};
+  RelayService service{RelayService::Dependencies{pairings, rooms, page, limits, "", pageOrigins, push}};
 
  private:
   Duration passed{};

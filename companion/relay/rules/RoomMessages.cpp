@@ -96,6 +96,7 @@ AgentMessage readAgentMessage(std::string_view text, std::size_t longest) {
     if (type == "mac.clock") return widened<AgentMessage>(readClock(members, std::move(writer)));
     if (type == "approval.result") return widened<AgentMessage>(readResult(members, std::move(writer)));
     if (type == "phone.unpair") return widened<AgentMessage>(readUnpair(members, std::move(writer)));
+    if (type == "push.send") return widened<AgentMessage>(readPushSend(members));
     return UnknownMessage{};
   };
   return readMessage<AgentMessage>(text, longest, read);
@@ -107,6 +108,8 @@ PhoneMessage readPhoneMessage(std::string_view text, std::size_t longest) {
       return widened<PhoneMessage>(
           readFromPhone(RequestMessage{}, members, "encryptedRequest", members.encryptedRequest, std::move(writer)));
     }
+    if (type == "push.subscribe") return widened<PhoneMessage>(readPushSubscribe(members));
+    if (type == "push.unsubscribe") return PushUnsubscribeMessage{};
     for (const std::string_view known : {"approval.suppress", "approval.unsuppress"}) {
       if (type != known) continue;
       return widened<PhoneMessage>(readFromPhone(SuppressionMessage{.type = known}, members, "encryptedSuppression",

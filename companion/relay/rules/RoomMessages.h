@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "companion/relay/rules/PeerIntroduction.h"
+#include "companion/relay/rules/PushMessages.h"
 
 // The messages that the relay knows. A message is passed on by writing it anew from its known members, so that two
 // parsers cannot read one message differently. It is gone through once; nothing is built of it but the text that goes
@@ -48,9 +49,10 @@ struct UnknownMessage {};
 // Not JSON, or a known kind whose members break its rules.
 struct MalformedMessage {};
 
-using AgentMessage =
-    std::variant<SnapshotMessage, ClockMessage, ResultMessage, UnpairMessage, UnknownMessage, MalformedMessage>;
-using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, UnknownMessage, MalformedMessage>;
+using AgentMessage = std::variant<SnapshotMessage, ClockMessage, ResultMessage, UnpairMessage, PushSendMessage,
+                                  UnknownMessage, MalformedMessage>;
+using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, PushSubscribeMessage, PushUnsubscribeMessage,
+                                  UnknownMessage, MalformedMessage>;
 
 // What a message may hold, whether it is known or not: its size alone then says what reading it costs.
 inline constexpr std::size_t kMostValuesOfAMessage = 1024;

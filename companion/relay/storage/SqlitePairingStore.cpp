@@ -11,10 +11,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "companion/relay/storage/SqliteStatement.h"
+
 namespace quillard::relayserver {
 namespace {
 
-constexpr int kSchemaVersion = 3;
+constexpr int kSchemaVersion = 4;
 constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
 
 // The first form; later ones are made of it step by step, so that there is one way to each.
@@ -38,6 +40,19 @@ constexpr const char* kSecondSchema = R"(
 constexpr const char* kThirdSchema = R"(
   ALTER TABLE pairings ADD COLUMN computer BLOB;
   PRAGMA user_version = 3;
+)";
+
+// Subscriptions go with their pairing and their phone, whichever way these go.
+constexpr const char* kFourthSchema = R"(
+  CREATE TABLE push_secret (one INTEGER PRIMARY KEY CHECK (one = 1), secret BLOB NOT NULL);
+  CREATE TABLE push_subscriptions (pairing TEXT NOT NULL, device TEXT NOT NULL, id TEXT NOT NULL,
+                                   endpoint TEXT NOT NULL, sealed TEXT NOT NULL, state INTEGER NOT NULL,
+                                   at INTEGER NOT NULL, PRIMARY KEY (pairing, device)) WITHOUT ROWID;
+  CREATE TRIGGER subscriptions_go_with_pairings AFTER DELETE ON pairings BEGIN
+    DELETE FROM push_subscriptions WHERE pairing = OLD.id; END;
+  CREATE TRIGGER subscriptions_go_with_phones AFTER INSERT ON removed_phones BEGIN
+    DELETE FROM push_subscriptions WHERE pairing = NEW.pairing AND device = NEW.device; END;
+  PRAGMA user_version = 4;
 )";
 
 [[noreturn]] void failForFile(const std::string& file, const std::string& why) {
@@ -69,73 +84,6 @@ std::string withoutLinksOnTheWay(const std::string& file) {
 }
 
 }  // namespace
-
-// A prepared statement with its values, for one run. `sql`: a constant; no other run of the same is under way.
-class SqlitePairingStore::Statement {
- public:
-  Statement(const SqlitePairingStore& store, const char* sql) : store(store) {
-    auto& kept = store.statements[sql];
-    if (!kept) {
-      const int outcome =
-          sqlite3_prepare_v3(store.connection.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-      kept.reset(statement);
-      if (outcome != SQLITE_OK) store.fail("prepare");
-    }
-    statement = kept.get();
-  }
-  Statement(const Statement&) = delete;
-  Statement& operator=(const Statement&) = delete;
-  ~Statement() {
-    sqlite3_reset(statement);
-    sqlite3_clear_bindings(statement);
-  }
-
-  Statement& with(const std::string& text) {
-    return checked(sqlite3_bind_text(statement, ++bound, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT));
-  }
-  Statement& with(std::int64_t number) { return checked(sqlite3_bind_int64(statement, ++bound, number)); }
-  Statement& with(const TokenHash& hash) {
-    return checked(sqlite3_bind_blob(statement, ++bound, hash.data(), static_cast<int>(hash.size()), SQLITE_TRANSIENT));
-  }
-
-  // Whether there is a row; false at the end.
-  bool step() {
-    const int outcome = sqlite3_step(statement);
-    if (outcome != SQLITE_ROW && outcome != SQLITE_DONE) store.fail("run");
-    return outcome == SQLITE_ROW;
-  }
-  void run() {
-    while (step()) {
-    }
-  }
-
-  [[nodiscard]] std::int64_t number(int column) const { return sqlite3_column_int64(statement, column); }
-  [[nodiscard]] std::string text(int column) const {
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
-    return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))) : "";
-  }
-  [[nodiscard]] std::optional<TokenHash> optionalHash(int column) const {
-    if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
-    return hash(column);
-  }
-  [[nodiscard]] TokenHash hash(int column) const {
-    const std::string bytes = text(column);
-    TokenHash hash{};
-    if (bytes.size() != hash.size()) throw Failure{"The database holds a token that is no hash."};
-    std::copy(bytes.begin(), bytes.end(), hash.begin());
-    return hash;
-  }
-
- private:
-  Statement& checked(int outcome) {
-    if (outcome != SQLITE_OK) store.fail("bind");
-    return *this;
-  }
-
-  const SqlitePairingStore& store;
-  sqlite3_stmt* statement = nullptr;
-  int bound = 0;
-};
 
 void SqlitePairingStore::Close::operator()(sqlite3* opened) const { sqlite3_close_v2(opened); }
 void SqlitePairingStore::Close::operator()(sqlite3_stmt* prepared) const { sqlite3_finalize(prepared); }
@@ -171,20 +119,6 @@ void SqlitePairingStore::execute(const char* sql) {
   if (sqlite3_exec(connection.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) fail("execute");
 }
 
-template <class Changes>
-void SqlitePairingStore::inTransaction(Changes changes) {
-  const auto begin = std::chrono::steady_clock::now();
-  execute("BEGIN IMMEDIATE");
-  try {
-    changes();
-    execute("COMMIT");
-    waited += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  } catch (const Failure&) {
-    sqlite3_exec(connection.get(), "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
-  }
-}
-
 void SqlitePairingStore::prepareSchema() {
   inTransaction([this] {
     Statement version(*this, "PRAGMA user_version");
@@ -194,6 +128,7 @@ void SqlitePairingStore::prepareSchema() {
     if (found < 1) execute(kFirstSchema);
     if (found < 2) execute(kSecondSchema);
     if (found < 3) execute(kThirdSchema);
+    if (found < 4) execute(kFourthSchema);
   });
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "companion/relay/cluster/RelayDisk.h"
+#include "companion/relay/push/RelayStore.h"
 #include "companion/relay/rules/PairingStore.h"
 
 struct sqlite3;
@@ -15,7 +16,7 @@ namespace quillard::relayserver {
 
 // The store in one SQLite file of the user's own (0600), with a write-ahead log beside it. A file that an earlier
 // version has written is brought up to date when it is opened.
-class SqlitePairingStore final : public PairingStore {
+class SqlitePairingStore final : public RelayStore {
  public:
   // Makes the file where there is none. Throws Failure: it cannot be made or opened, it is a link, it belongs to
   // another user or others may read it, or a newer version has written it.
@@ -42,6 +43,13 @@ class SqlitePairingStore final : public PairingStore {
   double takeWaited() override { return std::exchange(waited, 0); }
   std::size_t count() override;
   std::size_t countUnjoined() override;
+
+  std::optional<std::string> pushSecret() override;
+  void offerPushSecret(const std::string& secret) override;
+  std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) override;
+  void keepPushSubscription(const std::string& pairingID, const PushSubscription& subscription,
+                            std::size_t most) override;
+  void erasePushSubscriptions(const std::string& pairingID, const std::string& deviceID) override;
 
   // All that is kept, for a relay that belongs to a cluster: see RelayDisk.
   std::vector<RelayDisk::Revocation> revocations();

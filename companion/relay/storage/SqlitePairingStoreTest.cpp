@@ -126,6 +126,74 @@ TEST_F(SqliteStore, OpensAFileInAFolderThatIsReachedByALink) {
   EXPECT_TRUE(SqlitePairingStore(folder.path() + "/private/copy.db").find("one"));
 }
 
+PushSubscription subscription(const std::string& deviceID, std::int64_t at = 1) {
+  return {.deviceID = deviceID,
+          .id = std::string(32, 'a'),
+          .endpoint = "https://push.example/" + deviceID,
+          .sealed = R"("encryptedSubscription":{})",
+          .state = PushSubscription::State::refused,
+          .at = at};
+}
+
+TEST_F(SqliteStore, KeepsSubscriptionsAndTheKeyForPushServices) {
+  const std::string secret("a\0b", 3);
+  {
+    SqlitePairingStore store(file);
+    EXPECT_FALSE(store.pushSecret());
+    store.offerPushSecret(secret);
+    store.offerPushSecret("another");
+    store.add("one", hashOf(kToken), 100);
+    store.keepPushSubscription("one", subscription("B", 1), 8);
+    store.keepPushSubscription("one", subscription("A", 2), 8);
+    store.keepPushSubscription("unknown", subscription("A"), 8);
+    SqlitePairingStore::backUp(file, folder.path() + "/backup.db");
+  }
+  for (const auto& opened : {file, folder.path() + "/backup.db"}) {
+    SqlitePairingStore store(opened);
+    EXPECT_EQ(store.pushSecret(), secret);
+    EXPECT_EQ(store.pushSubscriptions("one"), (std::vector{subscription("B", 1), subscription("A", 2)}));
+    EXPECT_TRUE(store.pushSubscriptions("unknown").empty());
+  }
+}
+
+TEST_F(SqliteStore, HasOneSubscriptionOfAPhoneAndTheNewestOfAPairing) {
+  SqlitePairingStore store(file);
+  store.add("one", hashOf(kToken), 100);
+  for (int i = 0; i < 3; ++i)
+    store.keepPushSubscription("one", subscription(std::string(1, static_cast<char>('A' + i)), i), 2);
+  EXPECT_EQ(store.pushSubscriptions("one"), (std::vector{subscription("B", 1), subscription("C", 2)}));
+  store.keepPushSubscription("one", subscription("B", 5), 2);
+  EXPECT_EQ(store.pushSubscriptions("one"), (std::vector{subscription("C", 2), subscription("B", 5)}));
+  store.erasePushSubscriptions("one", "C");
+  EXPECT_EQ(store.pushSubscriptions("one"), std::vector{subscription("B", 5)});
+  store.erasePushSubscriptions("one", "");
+  EXPECT_TRUE(store.pushSubscriptions("one").empty());
+}
+
+TEST_F(SqliteStore, ForgetsSubscriptionsWithTheirPhoneAndTheirPairing) {
+  SqlitePairingStore store(file);
+  const auto fill = [&](const std::string& pairing) {
+    store.add(pairing, hashOf(kToken), 100);
+    store.keepPushSubscription(pairing, subscription("A"), 8);
+    store.keepPushSubscription(pairing, subscription("B"), 8);
+  };
+  const auto count = [&](const std::string& pairing) { return store.pushSubscriptions(pairing).size(); };
+  for (const char* pairing : {"removed", "revoked", "purged", "unjoined", "kept"}) fill(pairing);
+  store.removePhone("removed", "A", 200, 10);
+  EXPECT_EQ(store.pushSubscriptions("removed"), std::vector{subscription("B")});
+  store.revoke("revoked", 200, 10);
+  for (const char* pairing : {"removed", "kept", "unjoined"}) store.markUsed(pairing, 1000);
+  EXPECT_EQ(store.purge(500, 0), std::vector<std::string>{"purged"});
+  store.markJoined("removed", 1000);
+  store.markJoined("kept", 1000);
+  EXPECT_TRUE(store.forgetOldestUnjoined());
+  EXPECT_EQ(count("revoked") + count("purged") + count("unjoined"), 0U);
+  EXPECT_EQ(count("kept"), 2U);
+  EXPECT_TRUE(store.forgetLeastUsed(2000));
+  EXPECT_TRUE(store.forgetLeastUsed(2000));
+  EXPECT_EQ(count("kept") + count("removed"), 0U);
+}
+
 // What the first version wrote, statement by statement.
 void writeFirstVersion(const std::string& file) {
   sqlite3* database = nullptr;
@@ -166,6 +234,10 @@ TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
     EXPECT_EQ(store.count(), 2U);
     EXPECT_EQ(store.countUnjoined(), 0U);
     EXPECT_TRUE(store.purge(50, 1000).empty());
+    EXPECT_TRUE(store.pushSubscriptions("one").empty());
+    store.keepPushSubscription("one", subscription("B"), 8);
+    store.erasePushSubscriptions("one", "B");
+    EXPECT_FALSE(store.pushSecret());
   }
   SqlitePairingStore store(file);
   store.add("three", hashOf(kToken), 300);

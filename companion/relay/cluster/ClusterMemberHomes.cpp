@@ -138,6 +138,9 @@ void ClusterMember::sendTombstone(const std::string& key) {
     transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
     transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
     transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
+    transaction.changes.push_back({.kind = Kind::erasePrefix, .key = pushKey(pairingID)});
+  } else {
+    transaction.changes.push_back({.kind = Kind::erase, .key = pushKey(pairingID, tombstone.deviceID)});
   }
   for (const auto& deviceID : tombstone.erased) {
     transaction.changes.push_back({.kind = Kind::erase, .key = removedKey(pairingID, deviceID)});

@@ -58,6 +58,10 @@ void ClusterMirror::put(const std::string& key, const std::optional<std::string>
           putRevoked(name.pairingID, value, modified);
         } else if constexpr (std::is_same_v<Name, RemovedName>) {
           putRemoved(name, value, modified);
+        } else if constexpr (std::is_same_v<Name, PushName>) {
+          putPush(name, value, modified);
+        } else if constexpr (std::is_same_v<Name, PushSecretName>) {
+          putPushSecret(value, modified);
         } else if constexpr (std::is_same_v<Name, HomeName>) {
           putHome(name.pairingID, value, modified);
         } else if constexpr (std::is_same_v<Name, RelayName>) {
@@ -111,6 +115,24 @@ void ClusterMirror::putRemoved(const RemovedName& name, const std::optional<std:
   if (isNew && listener.removed) listener.removed(name.pairingID, name.deviceID);
 }
 
+void ClusterMirror::putPush(const PushName& name, const std::optional<std::string>& value, Revision modified) {
+  const std::pair key{name.pairingID, name.deviceID};
+  const auto* known = lookUp(subscriptions, key);
+  if (known && known->second >= modified) return;
+  const auto record = value ? readPushSubscription(*value, name.deviceID) : std::nullopt;
+  if (record) {
+    subscriptions[key] = {*record, modified};
+  } else {
+    subscriptions.erase(key);
+  }
+}
+
+void ClusterMirror::putPushSecret(const std::optional<std::string>& value, Revision modified) {
+  if (secret.second >= modified) return;
+  const auto record = value ? readPushSecretRecord(*value) : std::nullopt;
+  secret = {record ? std::optional(record->secret) : std::nullopt, modified};
+}
+
 void ClusterMirror::putHome(const std::string& pairingID, const std::optional<std::string>& value, Revision modified) {
   const Home* known = lookUp(homes, pairingID);
   if (known && known->modified >= modified) return;
@@ -150,6 +172,16 @@ std::optional<std::int64_t> ClusterMirror::revokedAt(const std::string& pairingI
 
 bool ClusterMirror::isRemoved(const std::string& pairingID, const std::string& deviceID) const {
   return removed.contains({pairingID, deviceID});
+}
+
+std::vector<PushSubscription> ClusterMirror::pushSubscriptions(const std::string& pairingID) const {
+  std::vector<PushSubscription> all;
+  for (auto at = subscriptions.lower_bound({pairingID, ""}); at != subscriptions.end() && at->first.first == pairingID;
+       ++at) {
+    all.push_back(at->second.first);
+  }
+  std::stable_sort(all.begin(), all.end(), [](const auto& one, const auto& other) { return one.at < other.at; });
+  return all;
 }
 
 const ClusterMirror::Home* ClusterMirror::home(const std::string& pairingID) const { return lookUp(homes, pairingID); }
@@ -207,6 +239,8 @@ std::vector<std::string> ClusterMirror::keysThere() const {
   for (const auto& [pairingID, pairing] : pairings) keys.push_back(pairingKey(pairingID));
   for (const auto& [pairingID, at] : revoked) keys.push_back(revokedKey(pairingID));
   for (const auto& [name, at] : removed) keys.push_back(removedKey(name.first, name.second));
+  for (const auto& [name, subscription] : subscriptions) keys.push_back(pushKey(name.first, name.second));
+  if (secret.first) keys.push_back(pushSecretKey());
   for (const auto& [pairingID, home] : homes) keys.push_back(homeKey(pairingID));
   for (const auto& [name, relay] : allRelays) keys.push_back(relayKey(name));
   return keys;

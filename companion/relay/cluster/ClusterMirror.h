@@ -57,6 +57,9 @@ class ClusterMirror {
   [[nodiscard]] const Pairing* pairing(const std::string& pairingID) const;
   [[nodiscard]] std::optional<std::int64_t> revokedAt(const std::string& pairingID) const;
   [[nodiscard]] bool isRemoved(const std::string& pairingID, const std::string& deviceID) const;
+  // Of a pairing, the oldest first.
+  [[nodiscard]] std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) const;
+  [[nodiscard]] const std::optional<std::string>& pushSecret() const { return secret.first; }
   [[nodiscard]] const Home* home(const std::string& pairingID) const;
   [[nodiscard]] const Relay* relay(const std::string& name) const;
   [[nodiscard]] const std::map<std::string, Relay>& relays() const { return allRelays; }
@@ -83,6 +86,8 @@ class ClusterMirror {
   void putPairing(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
   void putRevoked(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
   void putRemoved(const RemovedName& name, const std::optional<std::string>& value, Revision modified);
+  void putPush(const PushName& name, const std::optional<std::string>& value, Revision modified);
+  void putPushSecret(const std::optional<std::string>& value, Revision modified);
   void putHome(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
   void putRelay(const std::string& name, const std::optional<std::string>& value, Revision modified);
   void removeFromOrder(const std::string& pairingID, const PairingRecord& record);
@@ -95,6 +100,8 @@ class ClusterMirror {
   Order unjoined;
   std::unordered_map<std::string, std::pair<std::int64_t, Revision>> revoked;
   std::map<std::pair<std::string, std::string>, std::pair<std::int64_t, Revision>> removed;
+  std::map<std::pair<std::string, std::string>, std::pair<PushSubscription, Revision>> subscriptions;
+  std::pair<std::optional<std::string>, Revision> secret;
   std::unordered_map<std::string, Home> homes;
   std::map<std::string, Relay> allRelays;
 };

@@ -63,6 +63,7 @@ void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransa
                                     .modified = present ? present->modified : 0});
   transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
   transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
+  transaction.changes.push_back({.kind = Kind::erasePrefix, .key = pushKey(pairingID)});
   // Its agent may bring it back: which phones it has removed stays.
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -8,6 +10,7 @@
 #include <vector>
 
 #include "companion/relay/cluster/ClusterMember.h"
+#include "companion/relay/push/RelayStore.h"
 #include "companion/relay/rules/PairingStore.h"
 #include "companion/relay/rules/RelayLimits.h"
 
@@ -16,7 +19,7 @@ namespace quillard::relayserver {
 // The pairings of a cluster, as every relay of it sees them. It reads from the mirror, so that no call waits, and fails
 // while the mirror may be old. Of what it writes, only a new pairing has to be waited for: see `commit`. A revocation
 // or removal was written before the rooms hear of it; what else is written may fail, and is written again another time.
-class ClusterPairingStore final : public PairingStore {
+class ClusterPairingStore final : public RelayStore {
  public:
   // `isFresh`: see ClusterMember. Both, and `limits`, outlive it.
   ClusterPairingStore(ClusterMember& member, const RelayLimits& limits, std::function<bool()> isFresh)
@@ -50,6 +53,15 @@ class ClusterPairingStore final : public PairingStore {
   std::size_t count() override;
   std::size_t countUnjoined() override;
 
+  // Each relay of the cluster has the same key and the same subscriptions, so any of them posts. What is written counts
+  // here at once; where the engine does not take it, it is as it was, and phones subscribe again when they are opened.
+  std::optional<std::string> pushSecret() override;
+  void offerPushSecret(const std::string& secret) override;
+  std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) override;
+  void keepPushSubscription(const std::string& pairingID, const PushSubscription& subscription,
+                            std::size_t most) override;
+  void erasePushSubscriptions(const std::string& pairingID, const std::string& deviceID) override;
+
  private:
   void check() const;
   // Unless it was changed meanwhile.
@@ -60,6 +72,10 @@ class ClusterPairingStore final : public PairingStore {
   // Together with what is added next, or not at all.
   bool makeRoomWith(const std::vector<std::string>& candidates);
 
+  // `subscription` absent: erases it.
+  void writePush(const std::string& pairingID, const std::string& deviceID,
+                 const std::optional<PushSubscription>& subscription);
+
   ClusterMember& member;
   const RelayLimits& limits;
   const std::function<bool()> isFresh;
@@ -67,6 +83,12 @@ class ClusterPairingStore final : public PairingStore {
   std::set<std::string> makingRoom;
   std::set<std::string> beingWritten;
   std::set<std::string> beingForgotten;
+  struct UnsavedPush {
+    std::optional<PushSubscription> subscription;  // Absent: it is being erased.
+    std::uint64_t number = 0;
+  };
+  std::map<std::pair<std::string, std::string>, UnsavedPush> unsavedPushes;
+  std::uint64_t pushWrites = 0;
 };
 
 }  // namespace quillard::relayserver

@@ -14,9 +14,11 @@ namespace {
 constexpr std::string_view kPairing = "pairing/";
 constexpr std::string_view kRevoked = "revoked/";
 constexpr std::string_view kRemoved = "removed/";
+constexpr std::string_view kPush = "push/";
+constexpr std::string_view kPushSecret = "vapid/secret";
 constexpr std::string_view kHome = "home/";
 constexpr std::string_view kRelay = "relay/";
-constexpr JsonLimits kLimits{.bytes = 4096, .depth = 8, .members = 64};
+constexpr JsonLimits kLimits{.bytes = 16'384, .depth = 8, .members = 64};
 constexpr std::int64_t kLatest = std::int64_t{1} << 53;
 constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr std::size_t kLongestRun = 64;
@@ -24,11 +26,12 @@ constexpr std::size_t kLongestHost = 253;
 
 std::string keyOf(std::string_view kind, std::string_view name) { return std::string(kind).append(name); }
 
-std::string hexText(const TokenHash& hash) {
+template <class Bytes>
+std::string hexText(const Bytes& bytes) {
   std::string text;
-  for (const unsigned char byte : hash) {
-    text += kDigits[byte / 16];
-    text += kDigits[byte % 16];
+  for (const auto byte : bytes) {
+    text += kDigits[static_cast<unsigned char>(byte) / 16];
+    text += kDigits[static_cast<unsigned char>(byte) % 16];
   }
   return text;
 }
@@ -75,6 +78,10 @@ std::string revokedKey(std::string_view pairingID) { return keyOf(kRevoked, pair
 std::string removedKey(std::string_view pairingID, std::string_view deviceID) {
   return keyOf(kRemoved, pairingID).append("/").append(deviceID);
 }
+std::string pushKey(std::string_view pairingID, std::string_view deviceID) {
+  return keyOf(kPush, pairingID).append("/").append(deviceID);
+}
+std::string pushSecretKey() { return std::string(kPushSecret); }
 std::string homeKey(std::string_view pairingID) { return keyOf(kHome, pairingID); }
 std::string relayKey(std::string_view relay) { return keyOf(kRelay, relay); }
 
@@ -84,10 +91,12 @@ ClusterName readKey(std::string_view key) {
   const auto kind = key.substr(0, slash + 1);
   const auto name = key.substr(slash + 1);
   if (kind == kRelay && isRelayName(name)) return RelayName{std::string(name)};
-  if (kind == kRemoved) {
+  if (key == kPushSecret) return PushSecretName{};
+  if (kind == kRemoved || kind == kPush) {
     const auto second = std::min(name.find('/'), name.size());
     const auto device = name.substr(std::min(second + 1, name.size()));
     if (!isPairingID(name.substr(0, second)) || !isDeviceOrDecisionID(device)) return OtherName{};
+    if (kind == kPush) return PushName{std::string(name.substr(0, second)), std::string(device)};
     return RemovedName{std::string(name.substr(0, second)), std::string(device)};
   }
   if (!isPairingID(name)) return OtherName{};
@@ -104,6 +113,17 @@ std::string valueOf(const PairingRecord& record) {
 }
 
 std::string valueOf(const TombstoneRecord& record) { return Json{{"at", record.at}}.dump(); }
+
+std::string valueOf(const PushSubscription& record) {
+  return Json{{"id", record.id},
+              {"endpoint", record.endpoint},
+              {"sealed", record.sealed},
+              {"state", static_cast<int>(record.state)},
+              {"at", record.at}}
+      .dump();
+}
+
+std::string valueOf(const PushSecretRecord& record) { return Json{{"secret", hexText(record.secret)}}.dump(); }
 
 std::string valueOf(const HomeRecord& record) { return Json{{"relay", record.relay}, {"run", record.run}}.dump(); }
 
@@ -126,6 +146,32 @@ std::optional<PairingRecord> readPairingRecord(std::string_view value) {
 std::optional<TombstoneRecord> readTombstoneRecord(std::string_view value) {
   return readRecord<TombstoneRecord>(
       value, [](JsonReader& reader) { return TombstoneRecord{.at = reader.integer("at", 0, kLatest)}; });
+}
+
+std::optional<PushSubscription> readPushSubscription(std::string_view value, const std::string& deviceID) {
+  return readRecord<PushSubscription>(value, [&](JsonReader& reader) -> std::optional<PushSubscription> {
+    constexpr int kLastState = static_cast<int>(PushSubscription::State::expired);
+    PushSubscription record{.deviceID = deviceID,
+                            .id = reader.string("id"),
+                            .endpoint = reader.string("endpoint"),
+                            .sealed = reader.string("sealed")};
+    record.state = static_cast<PushSubscription::State>(reader.integer("state", 0, kLastState));
+    record.at = reader.integer("at", 0, kLatest);
+    const bool isID = record.id.size() == 32 && record.id.find_first_not_of(kDigits) == std::string::npos;
+    // It becomes a part of a message as it stands.
+    const bool isMember = record.sealed.starts_with("\"encryptedSubscription\":{") &&
+                          std::holds_alternative<Json>(parseStrictJson("{" + record.sealed + "}", kLimits));
+    const bool isGood = isID && (record.sealed.empty() || isMember);
+    return isGood ? std::optional(std::move(record)) : std::nullopt;
+  });
+}
+
+std::optional<PushSecretRecord> readPushSecretRecord(std::string_view value) {
+  return readRecord<PushSecretRecord>(value, [](JsonReader& reader) -> std::optional<PushSecretRecord> {
+    const auto secret = readHash(reader.string("secret"));
+    if (!secret) return std::nullopt;
+    return PushSecretRecord{.secret = std::string(secret->begin(), secret->end())};
+  });
 }
 
 std::optional<HomeRecord> readHomeRecord(std::string_view value) {

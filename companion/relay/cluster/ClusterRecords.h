@@ -6,6 +6,7 @@
 #include <string_view>
 #include <variant>
 
+#include "companion/relay/push/PushStore.h"
 #include "companion/relay/rules/TokenHash.h"
 
 // What the relays of a cluster keep in its store: keys such as "pairing/NAME", and values in JSON. Keys of other kinds
@@ -42,10 +43,20 @@ struct RelayRecord {
   bool operator==(const RelayRecord&) const = default;
 };
 
+// push/NAME/DEVICE holds a PushSubscription; vapid/secret the secret of the key by which push services know the
+// cluster.
+struct PushSecretRecord {
+  std::string secret;  // Bytes.
+  bool operator==(const PushSecretRecord&) const = default;
+};
+
 [[nodiscard]] std::string pairingKey(std::string_view pairingID);
 [[nodiscard]] std::string revokedKey(std::string_view pairingID);
 // `deviceID` empty: what all of the pairing's begin with.
 [[nodiscard]] std::string removedKey(std::string_view pairingID, std::string_view deviceID = {});
+// `deviceID` empty: what all of the pairing's begin with.
+[[nodiscard]] std::string pushKey(std::string_view pairingID, std::string_view deviceID = {});
+[[nodiscard]] std::string pushSecretKey();
 [[nodiscard]] std::string homeKey(std::string_view pairingID);
 [[nodiscard]] std::string relayKey(std::string_view relay);
 
@@ -60,6 +71,11 @@ struct RemovedName {
   std::string pairingID;
   std::string deviceID;
 };
+struct PushName {
+  std::string pairingID;
+  std::string deviceID;
+};
+struct PushSecretName {};
 struct HomeName {
   std::string pairingID;
 };
@@ -67,17 +83,23 @@ struct RelayName {
   std::string relay;
 };
 struct OtherName {};
-using ClusterName = std::variant<OtherName, PairingName, RevokedName, RemovedName, HomeName, RelayName>;
+using ClusterName =
+    std::variant<OtherName, PairingName, RevokedName, RemovedName, PushName, PushSecretName, HomeName, RelayName>;
 [[nodiscard]] ClusterName readKey(std::string_view key);
 
 [[nodiscard]] std::string valueOf(const PairingRecord& record);
 [[nodiscard]] std::string valueOf(const TombstoneRecord& record);
+[[nodiscard]] std::string valueOf(const PushSubscription& record);
+[[nodiscard]] std::string valueOf(const PushSecretRecord& record);
 [[nodiscard]] std::string valueOf(const HomeRecord& record);
 [[nodiscard]] std::string valueOf(const RelayRecord& record);
 
 // Absent: it is no such record.
 [[nodiscard]] std::optional<PairingRecord> readPairingRecord(std::string_view value);
 [[nodiscard]] std::optional<TombstoneRecord> readTombstoneRecord(std::string_view value);
+// `deviceID`: of its key.
+[[nodiscard]] std::optional<PushSubscription> readPushSubscription(std::string_view value, const std::string& deviceID);
+[[nodiscard]] std::optional<PushSecretRecord> readPushSecretRecord(std::string_view value);
 [[nodiscard]] std::optional<HomeRecord> readHomeRecord(std::string_view value);
 [[nodiscard]] std::optional<RelayRecord> readRelayRecord(std::string_view value);
 

@@ -2,6 +2,7 @@
 
 #include "companion/relay/cluster/ClusterRecords.h"
 #include "companion/relay/cluster/EtcdMessages.h"
+#include "foundation/StrictJson.h"
 
 // What is read from the engine, and what is not taken for it.
 namespace quillard::relayserver {
@@ -18,6 +19,31 @@ TEST(ClusterRecords, ReadWhatTheyWrite) {
   EXPECT_EQ(readHomeRecord(valueOf(home)), home);
   const RelayRecord relay{.address = "[2001:db8::1]:8443", .run = "0a", .beat = 3};
   EXPECT_EQ(readRelayRecord(valueOf(relay)), relay);
+  PushSubscription push{.deviceID = "A",
+                        .id = std::string(32, 'a'),
+                        .endpoint = "https://push.example/\"",
+                        .sealed = R"("encryptedSubscription":{"version":1})",
+                        .state = PushSubscription::State::refused,
+                        .at = 9};
+  EXPECT_EQ(readPushSubscription(valueOf(push), "A"), push);
+  push = {.deviceID = "A", .id = std::string(32, 'a'), .state = PushSubscription::State::expired};
+  EXPECT_EQ(readPushSubscription(valueOf(push), "A"), push);
+  const PushSecretRecord secret{.secret = std::string(32, '\xA5')};
+  EXPECT_EQ(readPushSecretRecord(valueOf(secret)), secret);
+}
+
+TEST(ClusterRecords, RefuseASubscriptionThatWouldSpoilAMessage) {
+  const auto recordOf = [](const std::string& id, const std::string& sealed, int state) {
+    return Json{{"id", id}, {"endpoint", "x"}, {"sealed", sealed}, {"state", state}, {"at", 1}}.dump();
+  };
+  const std::string id(32, 'a');
+  const std::string good = R"("encryptedSubscription":{})";
+  EXPECT_TRUE(readPushSubscription(recordOf(id, good, 0), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf(id, good, 3), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf("a\"", good, 0), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf(id, good + "}", 0), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf(id, R"("other":{})", 0), "A"));
+  EXPECT_FALSE(readPushSecretRecord(R"({"secret":"00"})"));
 }
 
 TEST(ClusterRecords, RefuseWhatIsNone) {
@@ -42,8 +68,10 @@ TEST(ClusterRecords, RefuseWhatIsNone) {
 TEST(ClusterRecords, NameWhatAKeyIsAboutAndIgnoreOtherKinds) {
   EXPECT_TRUE(std::holds_alternative<PairingName>(readKey("pairing/a")));
   EXPECT_TRUE(std::holds_alternative<RemovedName>(readKey("removed/a/B-1")));
+  EXPECT_TRUE(std::holds_alternative<PushName>(readKey("push/a/B-1")));
+  EXPECT_TRUE(std::holds_alternative<PushSecretName>(readKey("vapid/secret")));
   for (const char* key : {"", "pairing", "pairing/", "pairing/A", "removed/a", "removed/a/", "removed//B", "relay/A",
-                          "push/a/B", "pairing/a/b"}) {
+                          "later/a/B", "push/a", "push/a/", "vapid/other", "pairing/a/b"}) {
     EXPECT_TRUE(std::holds_alternative<OtherName>(readKey(key))) << key;
   }
 }

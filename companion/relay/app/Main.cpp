@@ -35,7 +35,8 @@ void prepareProcess() {
 // Raises the limit of open files to what so many connections need, as far as this user may, and returns how many
 // connections it then allows.
 std::size_t raiseFileLimit(std::size_t connections) {
-  constexpr rlim_t kOtherFiles = 64;  // Listeners, the database, what is accepted only to be refused.
+  // Listeners, the database, what is accepted only to be refused, and connections to push services.
+  constexpr rlim_t kOtherFiles = 256;
   const rlim_t wanted = connections + kOtherFiles;
   rlimit files{};
   if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return connections;

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "companion/relay/push/PushEndpoint.h"
+#include "companion/relay/push/VapidKey.h"
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
 
@@ -47,6 +49,8 @@ struct Arguments {
   std::string clusterListen = "127.0.0.1:8443";
   std::string clusterAddress;
   bool isClusterInClear = false;
+  PushConfiguration push;  // Its hosts need reading.
+  std::vector<std::string> pushHosts{"large"};
 };
 
 std::string environmentName(const std::string& option) {
@@ -153,6 +157,23 @@ void describeCluster(CLI::App& program, Arguments& read) {
   program.add_flag("--cluster-in-clear", read.isClusterInClear)->group("");
 }
 
+void describePush(CLI::App& program, Arguments& read) {
+  constexpr const char* kGroup = "Waking phones that sleep";
+  add(program, "push-contact", read.push.contact,
+      "Whom push services may write to, such as https://relay.example; without it no phone is woken")
+      ->group(kGroup);
+  add(program, "push-hosts", read.pushHosts,
+      "Where to post: hosts, *.host for those below, and large for the large ones")
+      ->delimiter(',')
+      ->capture_default_str()
+      ->group(kGroup);
+  add(program, "push-authority", read.push.authority,
+      "Who signs the push services' certificates, PEM, if not the system's")
+      ->group(kGroup);
+  // For tests: a push service on this computer.
+  program.add_flag("--push-private-addresses", read.push.allowsPrivateAddresses)->group("");
+}
+
 // For tests, which need shorter times: not shown in the help.
 void describeTimes(CLI::App& program, Arguments& read) {
   const auto hiddenTime = [&](const std::string& name, std::chrono::milliseconds& value) {
@@ -206,6 +227,7 @@ void describe(CLI::App& program, Arguments& read) {
   describeRates(program, read);
   describeTimes(program, read);
   describeCluster(program, read);
+  describePush(program, read);
 }
 
 bool isGiven(const std::string& flag, const std::vector<std::string>& arguments) {
@@ -351,6 +373,26 @@ std::optional<CommandLineMessage> readCluster(const Arguments& read, RelayConfig
   return std::nullopt;
 }
 
+std::optional<CommandLineMessage> readPush(const Arguments& read, RelayConfiguration& configuration) {
+  if (read.push.contact.empty()) return std::nullopt;
+  PushConfiguration push = read.push;
+  if (!isPushContact(push.contact)) {
+    return wrongUsage("--push-contact " + push.contact +
+                      ": that is no plain mailto:you@relay.example or https://relay.example.");
+  }
+  for (const auto& pattern : read.pushHosts) {
+    if (pattern == "large") {
+      push.hosts.insert(push.hosts.end(), PushHosts::large().begin(), PushHosts::large().end());
+    } else if (PushHosts().add(pattern)) {
+      push.hosts.push_back(pattern);
+    } else {
+      return wrongUsage("--push-hosts " + pattern + ": that is no host such as push.example or *.push.example:8443.");
+    }
+  }
+  configuration.push = std::move(push);
+  return std::nullopt;
+}
+
 std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Arguments& read) {
   if (read.tlsCertificate.empty() != read.tlsKey.empty()) {
     return wrongUsage("--tls-certificate and --tls-key go together.");
@@ -374,6 +416,7 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
   if (auto wrong = readProxies(read, configuration)) return *wrong;
   if (auto wrong = readPageOrigins(read, configuration)) return *wrong;
   if (auto wrong = readCluster(read, configuration)) return *wrong;
+  if (auto wrong = readPush(read, configuration)) return *wrong;
   return configuration;
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "companion/relay/app/RelayCommandLine.h"
+#include "companion/relay/push/PushEndpoint.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::relayserver {
@@ -190,6 +191,37 @@ TEST(RelayCommandLine, ExplainsItself) {
   EXPECT_NE(help.text.find("--behind-proxy"), std::string::npos);
   EXPECT_EQ(help.text.find("milliseconds"), std::string::npos);
   EXPECT_EQ(std::get<CommandLineMessage>(readConfiguration({"--version"})).text.rfind("quillard-relay ", 0), 0U);
+}
+
+TEST(RelayCommandLine, WakesNoPhonesWithoutAContact) {
+  EXPECT_FALSE(good({}).push);
+  EXPECT_FALSE(good({"--push-hosts", "push.example"}).push);
+  const auto usual = good({"--push-contact", "mailto:operator@relay.example"}).push;
+  ASSERT_TRUE(usual);
+  EXPECT_EQ(usual->contact, "mailto:operator@relay.example");
+  EXPECT_EQ(usual->hosts, PushHosts::large());
+  EXPECT_FALSE(usual->allowsPrivateAddresses);
+}
+
+TEST(RelayCommandLine, TakesPushServicesBesideTheLargeOnesAndInTheirPlace) {
+  const Arguments contact{"--push-contact", "https://relay.example"};
+  const auto hostsWith = [&](const std::string& hosts) {
+    Arguments all = contact;
+    all.insert(all.end(), {"--push-hosts", hosts});
+    return good(all).push->hosts;
+  };
+  EXPECT_EQ(hostsWith("ntfy.example,*.push.example:8443"),
+            (std::vector<std::string>{"ntfy.example", "*.push.example:8443"}));
+  auto both = PushHosts::large();
+  both.emplace_back("ntfy.example");
+  EXPECT_EQ(hostsWith("large,ntfy.example"), both);
+}
+
+TEST(RelayCommandLine, RefusesContactsAndHostsThatPushServicesWouldNot) {
+  EXPECT_NE(errorOf({"--push-contact", "operator@relay.example"}).find("--push-contact"), std::string::npos);
+  EXPECT_NE(
+      errorOf({"--push-contact", "https://relay.example", "--push-hosts", "https://push.example"}).find("--push-hosts"),
+      std::string::npos);
 }
 
 }  // namespace

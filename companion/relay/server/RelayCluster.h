@@ -39,7 +39,7 @@ class RelayCluster {
 
   // Before anything else: where other relays reach this one.
   void begin(const PeerAddress& own);
-  [[nodiscard]] PairingStore& pairingStore() { return *store; }
+  [[nodiscard]] RelayStore& relayStore() { return *store; }
   // Before the first `tick`.
   void attach(Pairings& pairings, PairingRooms& rooms, RelayService& service);
   // Some ten times a second.

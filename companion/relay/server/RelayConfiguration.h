@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "companion/relay/cluster/ClusterRecords.h"
+#include "companion/relay/push/PushLimits.h"
 #include "companion/relay/rules/ClientAddress.h"
 #include "companion/relay/rules/ListenAddress.h"
 #include "companion/relay/rules/LogLine.h"
@@ -27,6 +28,15 @@ struct ClusterConfiguration {
   std::string prefix = "quillard/";
 };
 
+// Of a relay that wakes phones. See docs/relay.md.
+struct PushConfiguration {
+  std::string contact;             // Whom push services may write to.
+  std::vector<std::string> hosts;  // As PushHosts has them.
+  std::string authority;           // A file; empty: the system's.
+  bool allowsPrivateAddresses = false;
+  PushLimits limits;
+};
+
 // What a relay is started with. All of it was checked, except for what is at the paths.
 struct RelayConfiguration {
   std::vector<ListenAddress> listen;
@@ -43,6 +53,8 @@ struct RelayConfiguration {
   std::chrono::seconds drain{0};  // From the signal to stop until connections are closed.
   RelayLimits limits;
   std::optional<ClusterConfiguration> cluster;  // Absent: it is the only one.
+
+  std::optional<PushConfiguration> push;  // Absent: it wakes no phones.
 
   [[nodiscard]] bool hasTls() const { return !tlsCertificate.empty(); }
 };

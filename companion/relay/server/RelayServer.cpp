@@ -15,12 +15,14 @@
 #include <boost/asio/steady_timer.hpp>
 #include <openssl/ssl.h>
 
+#include "companion/relay/push/PushService.h"
 #include "companion/relay/rules/Pairings.h"
 #include "companion/relay/rules/PrefixCounts.h"
 #include "companion/relay/rules/RelayNames.h"
 #include "companion/relay/server/HttpConnection.h"
 #include "companion/relay/server/PhonePageFiles.h"
 #include "companion/relay/server/ProcessMemory.h"
+#include "companion/relay/server/PushSender.h"
 #include "companion/relay/server/RelayCluster.h"
 #include "companion/relay/server/StderrLog.h"
 
@@ -91,7 +93,10 @@ class RelayServer::Implementation {
   Implementation(const RelayConfiguration& configuration, OpenStore openStore, OpenDisk openDisk)
       : configuration(configuration), openStore(std::move(openStore)), openDisk(std::move(openDisk)) {}
   // What it has open needs the loop; what the loop holds does not need it.
-  ~Implementation() { cluster.reset(); }
+  ~Implementation() {
+    pushSender.reset();
+    cluster.reset();
+  }
   Implementation(const Implementation&) = delete;
   Implementation& operator=(const Implementation&) = delete;
 
@@ -109,6 +114,7 @@ class RelayServer::Implementation {
   void open(const ListenAddress& requested, Purpose purpose);
   void openForRelays();
   void openStoreAndRooms();
+  void openPush(RelayStore& kept);
   void printAddresses();
   void accept(Listener& listener);
   void acceptAfter(Duration pause, Listener& listener);
@@ -134,12 +140,14 @@ class RelayServer::Implementation {
   Unfinished unfinished;
   PhonePage page;
   std::string registrationKey;
-  std::unique_ptr<PairingStore> store;  // Of the only relay; one of several has the next two.
+  std::unique_ptr<RelayStore> store;  // Of the only relay; one of several has the next two.
   std::unique_ptr<RelayDisk> disk;
   std::unique_ptr<RelayCluster> cluster;
   MemoryBudget memory{configuration.limits.memoryBytes / 4 * 3};
   MemoryBudget memoryOfRequests{configuration.limits.memoryBytes / 4};
   std::optional<Pairings> pairings;
+  std::unique_ptr<PushSender> pushSender;  // Both or none.
+  std::optional<PushService> push;
   std::optional<PairingRooms> rooms;
   std::optional<RelayService> service;
   std::optional<ConnectionDependencies> dependencies;
@@ -217,14 +225,33 @@ void RelayServer::Implementation::openStoreAndRooms() {
   } else {
     store = openStore();
   }
-  pairings.emplace(cluster ? cluster->pairingStore() : *store, configuration.limits);
-  rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log});
+  RelayStore& kept = cluster ? cluster->relayStore() : *store;
+  pairings.emplace(kept, configuration.limits);
+  openPush(kept);
+  auto* waking = push ? &*push : nullptr;
+  rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log, waking});
   service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey,
-                                             configuration.pageOrigins});
+                                             configuration.pageOrigins, waking});
+  if (push) push->attach(*rooms);
   if (cluster) cluster->attach(*pairings, *rooms, *service);
   dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
                                               log, unfinished, configuration.trustedProxies, currentMoment,
                                               cluster.get()});
+}
+
+void RelayServer::Implementation::openPush(RelayStore& kept) {
+  if (!configuration.push) return;
+  const auto& wanted = *configuration.push;
+  PushHosts hosts;
+  for (const auto& pattern : wanted.hosts) (void)hosts.add(pattern);
+  pushSender = std::make_unique<PushSender>(
+      loop, wanted.limits,
+      PushSender::Options{.authority = wanted.authority, .allowsPrivateAddresses = wanted.allowsPrivateAddresses});
+  push.emplace(PushService::Dependencies{kept, *pushSender, wanted.limits, metrics, log, currentMoment,
+                                         [] { return VapidKey::newSecret(); }},
+               std::move(hosts), wanted.contact);
+  // So that there is a key before there is a phone. One of several relays has to be a part of its cluster first.
+  if (!cluster) push->tick(currentMoment());
 }
 
 void RelayServer::Implementation::openForRelays() {
@@ -387,6 +414,8 @@ void RelayServer::Implementation::awaitTick() {
 
 void RelayServer::Implementation::keepHouse(Moment now) {
   rooms->tick(now.instant);
+  if (pushSender) pushSender->tick();
+  if (push && (!cluster || cluster->hasServed())) push->tick(now);
   processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
   for (const auto& pairingID : rooms->takePairingsInUse()) pairings->noteUsed(pairingID, now.epochSeconds);
   const bool hasStore = !cluster || cluster->hasServed();

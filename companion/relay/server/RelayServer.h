@@ -5,7 +5,7 @@
 #include <string>
 
 #include "companion/relay/cluster/RelayDisk.h"
-#include "companion/relay/rules/PairingStore.h"
+#include "companion/relay/push/RelayStore.h"
 #include "companion/relay/server/RelayConfiguration.h"
 
 namespace quillard::relayserver {
@@ -19,7 +19,7 @@ namespace quillard::relayserver {
 class RelayServer {
  public:
   // Called once, in `prepare`, when everything that can be refused before was fine. Throws PairingStore::Failure.
-  using OpenStore = std::function<std::unique_ptr<PairingStore>()>;
+  using OpenStore = std::function<std::unique_ptr<RelayStore>()>;
 
   // The same for one of several relays.
   using OpenDisk = std::function<std::unique_ptr<RelayDisk>()>;

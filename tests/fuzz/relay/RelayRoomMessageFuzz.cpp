@@ -33,7 +33,17 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto named = resultText(*result, PhoneDescription{.deviceID = "A", .deviceName = "\"\\"});
     require(std::holds_alternative<ResultMessage>(readAgentMessage(named, kLongest * 2)), "With its phone, too.");
   }
+  if (const auto* push = std::get_if<PushSendMessage>(&fromAgent)) {
+    require(push->body.size() >= kShortestPushBody && push->body.size() <= kLongestPushBody, "A body can be posted.");
+    require(push->topic.find_first_of("\r\n") == std::string::npos, "A topic ends no line.");
+  }
   const auto fromPhone = readPhoneMessage(text, kLongest);
+  if (const auto* push = std::get_if<PushSubscribeMessage>(&fromPhone)) {
+    const std::string again = R"({"type":"push.subscribe","endpoint":"https://a.b/","key":"k",)" + push->sealed + "}";
+    const auto read = readPhoneMessage(again, kLongest);
+    require(std::holds_alternative<PushSubscribeMessage>(read), "What is kept can stand in a message.");
+    require(std::get<PushSubscribeMessage>(read).sealed == push->sealed, "And is the same there.");
+  }
   if (const auto* request = std::get_if<RequestMessage>(&fromPhone)) checkRound(*request, readPhoneMessage);
   if (const auto* suppression = std::get_if<SuppressionMessage>(&fromPhone)) checkRound(*suppression, readPhoneMessage);
   return 0;

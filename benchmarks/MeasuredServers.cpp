@@ -18,8 +18,7 @@ using test::RelayWire;
 const std::string kToken(64, 'a');
 const test::WireHeaders kBearer{{"Authorization", "Bearer " + kToken}};
 
-std::vector<std::string> liftedLimits() {
-  std::vector<std::string> arguments;
+std::vector<std::string> liftedLimits(std::vector<std::string> arguments) {
   for (const char* name : {"agent-message-burst", "phone-message-burst", "pairing-mebibyte-burst",
                            "address-mebibyte-burst", "mebibyte-burst", "pairing-work-burst", "address-work-burst",
                            "work-burst", "registration-burst", "handshake-burst", "new-pairing-burst",
@@ -53,11 +52,11 @@ double MeasuredServer::memory() const {
   return sum;
 }
 
-MeasuredRelay::MeasuredRelay(Encryption encryption)
-    : relay(argumentsFor(encryption)), registrar(relay.port(), authority) {}
+MeasuredRelay::MeasuredRelay(Encryption encryption, const std::vector<std::string>& more)
+    : relay(argumentsFor(encryption, more)), registrar(relay.port(), authority) {}
 
-std::vector<std::string> MeasuredRelay::argumentsFor(Encryption encryption) {
-  auto arguments = liftedLimits();
+std::vector<std::string> MeasuredRelay::argumentsFor(Encryption encryption, const std::vector<std::string>& more) {
+  auto arguments = liftedLimits(more);
   if (encryption == Encryption::none) return arguments;
   const test::TestAuthority signer;
   const auto identity = signer.issue();

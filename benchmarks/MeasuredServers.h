@@ -34,7 +34,8 @@ class MeasuredRelay final : public MeasuredServer {
  public:
   // In clear, behind a proxy as it were, or with TLS of its own.
   enum class Encryption { none, own };
-  explicit MeasuredRelay(Encryption encryption = Encryption::none);
+  // `more`: options of the relay.
+  explicit MeasuredRelay(Encryption encryption = Encryption::none, const std::vector<std::string>& more = {});
   [[nodiscard]] pid_t process() const override { return relay.processID(); }
   [[nodiscard]] std::uint16_t port() const override { return relay.port(); }
 
@@ -47,7 +48,7 @@ class MeasuredRelay final : public MeasuredServer {
  private:
   [[nodiscard]] std::unique_ptr<test::RelayWire> join(const std::string& query, int receiveBuffer) const;
 
-  std::vector<std::string> argumentsFor(Encryption encryption);
+  std::vector<std::string> argumentsFor(Encryption encryption, const std::vector<std::string>& more);
 
   const test::TemporaryFolder folder;
   std::string authority;  // Empty: in clear.

@@ -17,14 +17,17 @@ namespace quillard::test {
 // The strict push service of push-service/service.mjs, over TLS, on a free port of this machine.
 class PushServiceProgram {
  public:
-  explicit PushServiceProgram(const CertificateOptions& certificate = {}) {
+  // `isQuiet`: `request` says nothing, which has to be read otherwise.
+  explicit PushServiceProgram(const CertificateOptions& certificate = {}, bool isQuiet = false) {
+    auto environment = presentEnvironment();
+    if (isQuiet) environment.emplace_back("QUILLARD_PUSH_SERVICE_QUIET=1");
     const auto identity = issuer.issue(certificate);
     write("certificate", identity.certificate);
     write("key", identity.key);
     write("authority", issuer.certificate());
     process = std::make_unique<ChildProcess>(
         ChildProcess::Start{.command = {"node", QUILLARD_PUSH_SERVICE, file("certificate"), file("key"), file("vapid")},
-                            .environment = presentEnvironment()});
+                            .environment = environment});
     port = static_cast<std::uint16_t>(std::stoul(process->readLine().value_or("0")));
   }
 

@@ -93,7 +93,7 @@ server.on("request", (request, response) => {
     seen.set(request.url, times);
     const { ttl, urgency, topic } = request.headers;
     const line = { path: request.url, ttl, urgency, topic, size: body.length, times, connection: request.socket.number };
-    console.log(JSON.stringify({ ...line, wrong }));
+    if (!process.env.QUILLARD_PUSH_SERVICE_QUIET) console.log(JSON.stringify({ ...line, wrong }));
     if (wrong) return response.writeHead(400).end(wrong);
     const [, answer] = request.url.split("/");
     if (special[answer]) return special[answer](response, origin, times);

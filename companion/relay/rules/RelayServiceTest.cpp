@@ -28,7 +28,7 @@ TEST(RelayService, TakesTheFirstTokenOfAPairingAndTheSameOneAgain) {
 
 TEST(RelayService, LetsOnlyThePagesThatItKnowsAskFromElsewhere) {
   const std::string page = "https://phones.example:8443";
-  RelayWorld world({}, {"https://other.example", page});
+  RelayWorld world({}, nullptr, {"https://other.example", page});
   (void)world.registerToken();
   HttpRequest request{.method = "OPTIONS", .target = "/api/pairings/" + kPairing + "?deviceID=A", .origin = page};
   const auto leave = world.ask(request);

@@ -86,6 +86,8 @@ RoomPush::Answer PushService::subscribe(const std::string& pairingID, const std:
   const auto refused = [](PushRefusal refusal) { return Answer{.toPhone = pushSubscriptionText(refusal)}; };
   const auto endpoint = PushEndpoint::parse(message.endpoint);
   if (!endpoint || !hosts.allows(*endpoint)) return refused(PushRefusal::endpointNotAllowed);
+  // Another relay of a cluster may have made it meanwhile.
+  if (!tokens) takeKey();
   const auto key = publicKey();
   if (!key) return refused(PushRefusal::notNow);
   if (message.key != *key) return refused(PushRefusal::otherKey);
@@ -174,6 +176,7 @@ std::optional<std::string> PushService::send(const std::string& pairingID, PushS
   const auto answer = [&](PushStatus status, std::string_view reason) {
     return refuse(message.pushID, message.deviceID, status, reason);
   };
+  if (!tokens) takeKey();
   const auto kept = withStore([&] { return find(pairingID, message.deviceID); });
   if (!kept || !tokens) return answer(PushStatus::refused, "busy");
   if (!*kept || (*kept)->id != message.subscriptionID) return answer(PushStatus::gone, "unknown");

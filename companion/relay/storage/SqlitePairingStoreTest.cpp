@@ -166,6 +166,11 @@ TEST_F(SqliteStore, HasOneSubscriptionOfAPhoneAndTheNewestOfAPairing) {
   EXPECT_EQ(store.pushSubscriptions("one"), (std::vector{subscription("C", 2), subscription("B", 5)}));
   store.erasePushSubscriptions("one", "C");
   EXPECT_EQ(store.pushSubscriptions("one"), std::vector{subscription("B", 5)});
+  // Of the same second: the one that came last stays.
+  store.keepPushSubscription("one", subscription("C", 5), 2);
+  store.keepPushSubscription("one", subscription("A", 5), 2);
+  EXPECT_EQ(store.pushSubscriptions("one"), (std::vector{subscription("A", 5), subscription("C", 5)}));
+  store.erasePushSubscriptions("one", "A");
   store.erasePushSubscriptions("one", "");
   EXPECT_TRUE(store.pushSubscriptions("one").empty());
 }

@@ -51,10 +51,11 @@ void SqlitePairingStore::keepPushSubscription(const std::string& pairingID, cons
         .run();
     Statement(*this,
               "DELETE FROM push_subscriptions WHERE pairing = ?1 AND device IN "
-              "(SELECT device FROM push_subscriptions WHERE pairing = ?1 ORDER BY at DESC, device DESC "
-              "LIMIT -1 OFFSET ?2)")
+              "(SELECT device FROM push_subscriptions WHERE pairing = ?1 AND device <> ?2 "
+              "ORDER BY at DESC, device DESC LIMIT -1 OFFSET ?3)")
         .with(pairingID)
-        .with(static_cast<std::int64_t>(most))
+        .with(subscription.deviceID)
+        .with(static_cast<std::int64_t>(most) - 1)
         .run();
   });
 }

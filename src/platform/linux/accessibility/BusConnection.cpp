@@ -8,17 +8,22 @@ namespace quillard::atspi {
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-std::unique_ptr<BusConnection> BusConnection::open(const std::string& address, microseconds timeout) {
+std::unique_ptr<BusConnection> BusConnection::open(const std::string& address, microseconds timeout, Absence* absence) {
+  Absence ignored{};
+  Absence& why = absence ? *absence : ignored;
+  why = Absence::notGreeted;
   sd_bus* bus = nullptr;
   if (sd_bus_new(&bus) < 0) return nullptr;
   std::unique_ptr<BusConnection> connection{new BusConnection(bus)};
-  const bool isStarted =
-      sd_bus_set_address(bus, address.c_str()) >= 0 && sd_bus_set_bus_client(bus, 1) >= 0 && sd_bus_start(bus) >= 0;
-  if (!isStarted || !connection->awaitHello(timeout)) return nullptr;
+  if (sd_bus_set_address(bus, address.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0) return nullptr;
+  const int started = sd_bus_start(bus);
+  if (started == -ENOENT || started == -ECONNREFUSED) why = Absence::noServer;
+  if (started < 0 || !connection->awaitHello(timeout)) return nullptr;
   sd_id128_t server;
   if (sd_bus_get_bus_id(bus, &server) < 0) return nullptr;
   std::array<char, SD_ID128_STRING_MAX> text{};
   connection->identity = sd_id128_to_string(server, text.data());
+  why = Absence::none;
   return connection;
 }
 

@@ -22,9 +22,13 @@ using BusMessage = std::unique_ptr<sd_bus_message, MessageUnref>;
 // One open connection to a message bus. One thread at a time.
 class BusConnection {
  public:
-  // Connects and says hello. Absent when no server listens at `address`, or not within `timeout`.
+  // Why there is no connection: nothing listens at the address, or something does, or may, and did not greet in time.
+  enum class Absence { none, noServer, notGreeted };
+
+  // Connects and says hello. Absent when no server listens at `address`, or not within `timeout`; `absence`: why.
   [[nodiscard]] static std::unique_ptr<BusConnection> open(const std::string& address,
-                                                           std::chrono::microseconds timeout);
+                                                           std::chrono::microseconds timeout,
+                                                           Absence* absence = nullptr);
 
   BusConnection(const BusConnection&) = delete;
   BusConnection& operator=(const BusConnection&) = delete;

@@ -34,12 +34,15 @@ class BusReply {
   static constexpr std::string_view kUnreadableText = "\xFF";
 
   // `message`: borrowed, for as long as this object lives; null unless answered.
-  // `isUnknown`: the program refused since it has no such object, or no such method.
+  // `isUnknown`: the program refused since it has no such object, or no such method; of one that is gone: the bus knows
+  // nothing of its name.
   BusReply(CallOutcome outcome, sd_bus_message* message, bool isUnknown = false)
       : result(outcome), message(message), isUnknown(isUnknown) {}
 
   [[nodiscard]] CallOutcome outcome() const { return result; }
-  [[nodiscard]] bool isUnknownToProgram() const { return isUnknown; }
+  [[nodiscard]] bool isUnknownToProgram() const { return result == CallOutcome::refused && isUnknown; }
+  // Of a program that is gone: nothing has its name, rather than that it went before it answered.
+  [[nodiscard]] bool isNameUnknown() const { return result == CallOutcome::gone && isUnknown; }
 
   [[nodiscard]] std::optional<std::uint32_t> readUnsigned() const;
   [[nodiscard]] std::optional<bool> readBoolean() const;

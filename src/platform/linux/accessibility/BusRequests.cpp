@@ -76,7 +76,8 @@ struct BusRequests::Flight {
 namespace {
 
 bool isUnknown(sd_bus_message* message) {
-  for (const char* error : {SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_INTERFACE}) {
+  for (const char* error : {SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_INTERFACE,
+                            SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER}) {
     if (sd_bus_message_is_method_error(message, error) > 0) return true;
   }
   return false;

@@ -80,6 +80,8 @@ class DesktopReading {
 
   // For requests that are no reads of trees.
   [[nodiscard]] BusRequests& direct() { return requests; }
+  // For requests to programs that this reading may have given up since they missed a time-out. `direct` has settled.
+  [[nodiscard]] BusRequests freshRequests() { return {*connection, dependencies.counters}; }
   [[nodiscard]] std::chrono::microseconds messagingTimeout() const { return dependencies.messagingTimeout; }
   [[nodiscard]] AccessibilityCounters& counters() const { return dependencies.counters; }
 

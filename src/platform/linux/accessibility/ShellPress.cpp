@@ -1,7 +1,10 @@
 #include "platform/linux/accessibility/ShellPress.h"
 
+#include <algorithm>
+#include <functional>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/SessionLock.h"
@@ -21,7 +24,7 @@ constexpr std::chrono::milliseconds kFocusInterval{10};
 constexpr int kAttempts = 3;
 // A shell that takes longer to answer may keep a key for later, when something else has the focus.
 constexpr std::chrono::milliseconds kLongestDelay{100};
-constexpr int kMostInDialog = 80;
+constexpr std::size_t kMostInDialog = 80;
 constexpr std::uint32_t kReturnKey = 28;  // As the kernel numbers keys.
 
 constexpr const char* kShell = "org.gnome.Shell";
@@ -30,6 +33,37 @@ constexpr const char* kScreenSaverPath = "/org/gnome/ScreenSaver";
 constexpr const char* kRemoteDesktop = "org.gnome.Mutter.RemoteDesktop";
 constexpr const char* kRemoteDesktopPath = "/org/gnome/Mutter/RemoteDesktop";
 constexpr const char* kRemoteDesktopSession = "org.gnome.Mutter.RemoteDesktop.Session";
+
+void sendQuestion(BusRequests& requests, const Node& node, const char* member, std::chrono::microseconds timeout,
+                  BusRequests::OnReply onReply) {
+  requests.send({.target = node.name, .interface = names::kAccessible, .member = member}, timeout, std::move(onReply));
+}
+
+void sendGrab(BusRequests& requests, const Node& node, std::chrono::microseconds timeout,
+              BusRequests::OnReply onReply) {
+  requests.send({.target = node.name, .interface = names::kComponent, .member = "GrabFocus"}, timeout,
+                std::move(onReply));
+}
+
+// Whether it is so, and was said soon.
+bool isWithinDelay(const std::function<bool()>& isSo) {
+  const auto start = std::chrono::steady_clock::now();
+  return isSo() && std::chrono::steady_clock::now() - start <= kLongestDelay;
+}
+
+// What lies in the window, as far as it was read: also what is no element, such as the text within an entry, which has
+// the focus in its place.
+std::vector<const Node*> partsOf(const Node& window) {
+  std::vector<const Node*> parts{window.list.begin(), window.list.end()};
+  for (std::size_t i = 0; i < parts.size() && parts.size() < kMostInDialog; ++i) {
+    const auto& list = parts[i]->list;
+    for (const Node* child : list) {
+      if (child->parent == parts[i]) parts.push_back(child);
+    }
+  }
+  parts.resize(std::min(parts.size(), kMostInDialog));
+  return parts;
+}
 
 }  // namespace
 
@@ -78,12 +112,11 @@ class ShellPress::Session {
   }
 
   // Asks what the shell's own thread answers, which takes its keys, too: that of the bus would answer while it hangs.
-  [[nodiscard]] bool answersSoon() {
-    const auto start = std::chrono::steady_clock::now();
+  [[nodiscard]] bool answers() {
     bool isAnswered = false;
     ask(propertyCall({shell, keyboard}, kRemoteDesktopSession, "SessionId"),
         [&](const BusReply& reply) { isAnswered = reply.outcome() == CallOutcome::answered; });
-    return isAnswered && std::chrono::steady_clock::now() - start <= kLongestDelay;
+    return isAnswered;
   }
 
   // False when it cannot be known that nothing was pressed, or that nothing is held down any more. What goes down comes
@@ -144,12 +177,15 @@ AXError ShellPress::press(Node& button) {
   if (!connection) return kNotSent;
   Session session{std::move(connection), reading.counters()};
   if (!session.isShellOfProcess(button.program->processIdentifier) || !isUnlocked(session)) return kNotSent;
+  const auto before = ask(button);
+  if (!before.label) return kNotSent;
+  label = *before.label;
   // Before the focus is touched: what fails by now leaves it where it was.
-  if (!session.openKeyboard()) return kNotSent;
-  const Node* const before = otherButtonWithFocus(button);
+  if (!session.openKeyboard() || !isWithinDelay([&] { return session.answers(); })) return kNotSent;
+  const Node* const focused = focusedBeside(button);
   const AXError outcome = press(button, session);
   // The user's next Return must not do what was refused here.
-  if (outcome == kNotSent && before && isFocused(button)) static_cast<void>(grabFocus(*before));
+  if (outcome == kNotSent && hasTakenFocus && focused != &button) giveFocusBack(button, focused);
   return outcome;
 }
 
@@ -158,12 +194,17 @@ AXError ShellPress::press(Node& button) {
 AXError ShellPress::press(const Node& button, Session& session) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     if (!isFocused(button)) {
-      const bool mayTake = attempt == 0 || otherButtonWithFocus(button);
+      const Node* const other = attempt == 0 ? nullptr : focusedBeside(button);
+      const bool mayTake = attempt == 0 || (other && other->record.role == Role::pushButton);
       if (!mayTake || !takesFocus(button)) return kNotSent;
     }
     if (!isUnlocked(session)) return kNotSent;
-    if (!session.answersSoon() || !isFocused(button)) continue;
-    return session.pressReturn() ? AXError::success : AXError::cannotComplete;
+    const auto holds = [&] {
+      if (!session.answers()) return false;
+      const auto now = ask(button);
+      return now.isFocused && now.label == label;
+    };
+    if (isWithinDelay(holds)) return session.pressReturn() ? AXError::success : AXError::cannotComplete;
   }
   return kNotSent;
 }
@@ -172,25 +213,29 @@ bool ShellPress::isUnlocked(Session& session) {
   return !isSessionLocked(systemBusAddress, reading.counters()) && session.isUnlocked();
 }
 
-const Node* ShellPress::otherButtonWithFocus(const Node& button) {
-  reading.fetch({{.node = button.window, .descendants = kMostInDialog}});
-  for (const Node* node : walkOffered(*button.window, kMostInDialog)) {
-    if (node != &button && node->record.role == Role::pushButton && isFocused(*node)) return node;
+const Node* ShellPress::focusedBeside(const Node& button) {
+  reading.fetch({{.node = button.window, .descendants = static_cast<int>(kMostInDialog)}});
+  const Node* focused = nullptr;
+  for (const Node* node : partsOf(*button.window)) {
+    sendQuestion(reading.direct(), *node, "GetState", reading.messagingTimeout(), [&focused, node](const auto& reply) {
+      const auto states = reply.readStates();
+      if (states && has(*states, State::focused) && has(*states, State::showing)) focused = node;
+    });
   }
-  return nullptr;
-}
-
-bool ShellPress::grabFocus(const Node& button) {
-  bool isTaken = false;
-  reading.direct().send({.target = button.name, .interface = names::kComponent, .member = "GrabFocus"},
-                        reading.messagingTimeout(),
-                        [&](const BusReply& reply) { isTaken = reply.readBoolean().value_or(false); });
   reading.direct().settle();
-  return isTaken;
+  return focused;
 }
 
 bool ShellPress::takesFocus(const Node& button) {
-  if (!grabFocus(button)) return false;
+  hasTakenFocus = true;
+  bool isTaken = false;
+  isFocusAnswered = false;
+  sendGrab(reading.direct(), button, reading.messagingTimeout(), [&](const BusReply& reply) {
+    isFocusAnswered = reply.outcome() == CallOutcome::answered;
+    isTaken = reply.readBoolean().value_or(false);
+  });
+  reading.direct().settle();
+  if (!isTaken) return false;
   const auto end = std::chrono::steady_clock::now() + kFocusTimeout;
   while (!isFocused(button)) {
     if (std::chrono::steady_clock::now() >= end) return false;
@@ -199,22 +244,40 @@ bool ShellPress::takesFocus(const Node& button) {
   return true;
 }
 
-bool ShellPress::isFocused(const Node& button) {
-  const auto states = statesOf(button);
-  const bool isReady = states && has(*states, State::focused) && has(*states, State::showing);
-  if (!isReady || !has(*states, State::sensitive)) return false;
+// A shell that did not answer in time may move the focus only now, so that it is given back unless the shell has
+// answered both that it took it and that the button has it no longer.
+void ShellPress::giveFocusBack(const Node& button, const Node* before) {
   const auto& stages = button.program->root->list;
-  if (stages.size() != 1) return false;
-  const auto ofStage = statesOf(*stages.front());
-  return ofStage && has(*ofStage, State::active);
+  const Node* const target = before ? before : (stages.empty() ? nullptr : stages.front());
+  if (!target) return;
+  auto requests = reading.freshRequests();
+  std::optional<std::uint64_t> states;
+  sendQuestion(requests, button, "GetState", kTimeout, [&](const BusReply& reply) { states = reply.readStates(); });
+  requests.settle();
+  if (isFocusAnswered && states && !has(*states, State::focused)) return;
+  // Not lost to a time-out just now.
+  auto last = reading.freshRequests();
+  sendGrab(last, *target, kTimeout, [](const BusReply&) {});
+  last.settle();
 }
 
-std::optional<std::uint64_t> ShellPress::statesOf(const Node& node) {
-  std::optional<std::uint64_t> states;
-  reading.direct().send({.target = node.name, .interface = names::kAccessible, .member = "GetState"},
-                        reading.messagingTimeout(), [&](const BusReply& reply) { states = reply.readStates(); });
-  reading.direct().settle();
-  return states;
+ShellPress::Answers ShellPress::ask(const Node& button) {
+  Answers answers;
+  const auto& stages = button.program->root->list;
+  if (stages.size() != 1) return answers;
+  std::optional<std::uint64_t> ofButton;
+  std::optional<std::uint64_t> ofStage;
+  const auto timeout = reading.messagingTimeout();
+  auto& requests = reading.direct();
+  requests.send(propertyCall(button.name, names::kAccessible, "Name"), timeout,
+                [&](const BusReply& reply) { answers.label = reply.readTextProperty(); });
+  sendQuestion(requests, *stages.front(), "GetState", timeout,
+               [&](const BusReply& reply) { ofStage = reply.readStates(); });
+  sendQuestion(requests, button, "GetState", timeout, [&](const BusReply& reply) { ofButton = reply.readStates(); });
+  requests.settle();
+  answers.isFocused = ofButton && has(*ofButton, State::focused) && has(*ofButton, State::showing) &&
+                      has(*ofButton, State::sensitive) && ofStage && has(*ofStage, State::active);
+  return answers;
 }
 
 }  // namespace quillard::atspi

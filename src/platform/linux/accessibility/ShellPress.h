@@ -15,9 +15,14 @@ namespace quillard::atspi {
 //
 // Nothing is sent unless the program is the one that owns the shell's name on the session bus, and makes the keyboard
 // itself, neither the shell nor the login manager says that the screen is locked (`isSessionLocked`), the button says
-// that it is focused and the stage that it is active, and all of this still holds right before the key. A press that is
-// refused gives the focus back to the button of the dialog that had it. Waits for the shell, up to some seconds where
-// it hangs. Of one press each.
+// that it is focused and still bears its label, the stage says that it is active, and all of this still holds right
+// before the key: what the shell says last, it says within a tenth of a second in all. Waits for the shell, up to some
+// seconds where it hangs. Of one press each.
+//
+// A press that is refused leaves the focus alone, or gives it back: to what had it in the same dialog or notification,
+// else to the stage, which means to no object of the shell, so that a program that had the keys has them again.
+// Whatever else of the shell had the focus does not get it back. A shell that refuses that too, or does not answer for
+// seconds, leaves the focus on the button, and the user's next Return presses it.
 //
 // What remains: the key goes to what has the focus, so a shell that moves it, or hangs, within the milliseconds between
 // its last answer and the key presses something else, or presses later.
@@ -35,19 +40,27 @@ class ShellPress {
   class Session;
 
   [[nodiscard]] platform::AXError press(const Node& button, Session& session);
-  // Of the same dialog. Null: none has it.
-  [[nodiscard]] const Node* otherButtonWithFocus(const Node& button);
-  [[nodiscard]] bool grabFocus(const Node& button);
+  // What has it of the same dialog or notification, the button itself included. Null: nothing.
+  [[nodiscard]] const Node* focusedBeside(const Node& button);
   [[nodiscard]] bool isUnlocked(Session& session);
   // Whether it has it now, and not only says that it was given.
   [[nodiscard]] bool takesFocus(const Node& button);
-  // As they say now.
-  [[nodiscard]] bool isFocused(const Node& button);
-  [[nodiscard]] std::optional<std::uint64_t> statesOf(const Node& node);
+  // `before`: null: the stage.
+  void giveFocusBack(const Node& button, const Node* before);
+  // As the button says now, together.
+  struct Answers {
+    std::optional<std::string> label;
+    bool isFocused = false;  // And may be pressed, on a stage that has the keys.
+  };
+  [[nodiscard]] Answers ask(const Node& button);
+  [[nodiscard]] bool isFocused(const Node& button) { return ask(button).isFocused; }
 
   DesktopReading& reading;
   const std::optional<std::string>& sessionBusAddress;
   const std::optional<std::string>& systemBusAddress;
+  std::string label;             // As the press began.
+  bool hasTakenFocus = false;    // It was asked to move to the button, whatever came of it.
+  bool isFocusAnswered = false;  // The shell has answered that.
 };
 
 }  // namespace quillard::atspi

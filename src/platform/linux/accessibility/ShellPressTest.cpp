@@ -66,7 +66,9 @@ struct Compositor {
   std::function<void()> onOpen = [] {};
   std::function<void(const std::string& path)> onFocus = [](const std::string&) {};
   std::function<void()> onKeyDown = [] {};
-  std::function<void()> onCheck = [] {};  // The last question before it.
+  std::function<void()> onCheck = [] {};  // The first question of the last proof before it.
+  // An object is asked for its states. True: it does not answer.
+  std::function<bool(const std::string& path)> onStates = [](const std::string&) { return false; };
 
   // Of the keyboard, in order: "Start", "28 down".
   std::vector<std::string> calls() {
@@ -84,6 +86,7 @@ struct Compositor {
       if (takesFocus) onFocus(sd_bus_message_get_path(message));
       return sd_bus_reply_method_return(message, "b", takesFocus ? 1 : 0) >= 0;
     }
+    if (member == "GetState" && onStates(sd_bus_message_get_path(message))) return true;
     if (sd_bus_message_get_path(message) == kKeyboard && member == "Get") return answerSoon(message);
     if (member == "DoAction") {  // As the shell does.
       note("DoAction");
@@ -149,13 +152,15 @@ const std::vector<std::string> kNamesOfShell{"org.gnome.Shell", "org.gnome.Mutte
 
 struct World {
   // `names`: what the shell owns on the session bus; `ofAnother`: what another client of the same process does.
-  explicit World(const std::vector<std::string>& names = kNamesOfShell, const std::vector<std::string>& ofAnother = {})
+  explicit World(const std::vector<std::string>& names = kNamesOfShell, const std::vector<std::string>& ofAnother = {},
+                 Seconds messagingTimeout = Seconds{20})
       : shell(bus.address(), "", [this](sd_bus_message* message) { return compositor.answer(message); }),
         ofShell(bus.address(), names, [this](sd_bus_message* message) { return compositor.answer(message); }),
         another(bus.address(), ofAnother, [this](sd_bus_message* message) { return compositor.answer(message); }),
-        accessibility(
-            {.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}, .systemBusAddress = bus.address()},
-            windows, executors) {
+        accessibility({.sessionBusAddress = bus.address(),
+                       .messagingTimeout = messagingTimeout,
+                       .systemBusAddress = bus.address()},
+                      windows, executors) {
     compositor.onFocus = [this](const std::string& path) { moveFocus(path); };
     compositor.onKeyDown = [this] {
       const std::lock_guard guard(mutex);
@@ -185,12 +190,26 @@ struct World {
     moveFocus("/deny");
   }
 
-  // Among the buttons of the dialog; from any thread.
+  // Among the buttons and the entry; from any thread.
   void moveFocus(const std::string& path) {
     const std::lock_guard guard(mutex);
     focus = path;
     shell.set("/deny", object(Role::pushButton, "Don't Allow", {}, path == "/deny" ? kFocused : kShown));
     shell.set("/allow", object(Role::pushButton, "Allow", {}, path == "/allow" ? kFocused : kShown));
+    shell.set("/open", object(Role::pushButton, "Open", {}, path == "/open" ? kFocused : kShown));
+    shell.set("/inner", object(Role::text, "", {}, (path == "/inner" ? kFocused : kShown) | bit(State::editable)));
+  }
+  void addEntryToDialog() {
+    shell.set("/dialog", object(Role::dialog, "", {"/title", "/entry", "/deny", "/allow"}));
+    shell.set("/entry", object(Role::entry, "", {"/inner"}));
+  }
+  // From when a button of this path has got the focus.
+  void lockOnceItIsFocused(const std::string& button) {
+    compositor.lock = Compositor::Lock::isOpen;
+    compositor.onFocus = [this, button](const std::string& path) {
+      moveFocus(path);
+      if (path == button) compositor.lock = Compositor::Lock::isLocked;
+    };
   }
   std::string focused() {
     const std::lock_guard guard(mutex);
@@ -383,7 +402,11 @@ TEST(ShellPress, IsOfferedByButtonsThatTakeIt) {
 }
 
 FakeProgram::Override hint(int isLocked) {
-  return [isLocked](sd_bus_message* message) { return sd_bus_reply_method_return(message, "v", "b", isLocked) >= 0; };
+  return [isLocked](sd_bus_message* message) {
+    const bool isOfUser = std::string(sd_bus_message_get_path(message)) == "/org/freedesktop/login1/user/self";
+    if (isOfUser) return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_OBJECT, "none") >= 0;
+    return sd_bus_reply_method_return(message, "v", "b", isLocked) >= 0;
+  };
 }
 
 TEST(ShellPress, GoesOnWhereTheLoginManagerSaysThatTheScreenIsNotLocked) {
@@ -534,6 +557,80 @@ TEST(ShellPress, DoesNotTakeTheFocusBackFromAnythingElse) {
   world.compositor.onCheck = [&] { world.moveFocus("/entry"); };
   EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
   EXPECT_EQ(timesTaken, 1);
+  EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
+}
+
+TEST(ShellPress, ThatIsRefusedGivesTheFocusBackToTheButtonThatHadIt) {
+  World world;
+  world.moveFocus("/allow");
+  world.lockOnceItIsFocused("/deny");
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.focused(), "/allow");
+}
+
+TEST(ShellPress, ThatIsRefusedGivesTheFocusBackToAnEntry) {
+  World world;
+  world.addEntryToDialog();
+  world.moveFocus("/inner");
+  world.lockOnceItIsFocused("/allow");
+  EXPECT_EQ(world.press("Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.focused(), "/inner");
+}
+
+// A program had the keys, as it has while a notification shows: the stage itself having the focus means that none of
+// its objects has it.
+TEST(ShellPress, ThatIsRefusedLeavesNoButtonOfANotificationFocused) {
+  World world;
+  world.moveFocus("");
+  world.lockOnceItIsFocused("/open");
+  EXPECT_EQ(world.press("Open"), AXError::notImplemented);
+  EXPECT_EQ(world.focused(), "/stage");
+}
+
+// Who misses the time-out once is not asked again by the reading.
+TEST(ShellPress, ThatIsRefusedGivesTheFocusBackThoughAnAnswerDidNotComeInTime) {
+  for (const std::string focused : {"/allow", ""}) {
+    SCOPED_TRACE(focused);
+    World world{kNamesOfShell, {}, Seconds{1}};
+    world.moveFocus(focused);
+    std::atomic<bool> isSilent{false};
+    world.compositor.onFocus = [&](const std::string& path) {
+      world.moveFocus(path);
+      isSilent = path == "/deny";
+    };
+    world.compositor.onStates = [&](const std::string&) { return isSilent.exchange(false); };
+    EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+    EXPECT_EQ(world.focused(), focused.empty() ? "/stage" : focused);
+    EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
+  }
+}
+
+TEST(ShellPress, DoesNotTouchTheFocusOfAShellThatIsSlow) {
+  World world;
+  world.moveFocus("/allow");
+  world.compositor.isSlowOnceItIsOpen = true;
+  std::atomic<int> timesTaken{0};
+  world.compositor.onFocus = [&](const std::string&) { ++timesTaken; };
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(timesTaken, 0);
+}
+
+TEST(ShellPress, IsNotOfAButtonThatSaysTooSlowlyThatItIsFocused) {
+  World world;
+  std::atomic<bool> isSlow{false};
+  world.compositor.onCheck = [&] { isSlow = true; };
+  world.compositor.onStates = [&](const std::string&) {
+    if (isSlow) std::this_thread::sleep_for(std::chrono::milliseconds{150});  // Longer than is waited for.
+    return false;
+  };
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
+  EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
+}
+
+TEST(ShellPress, IsNotOfAButtonThatBearsAnotherLabelMeanwhile) {
+  World world;
+  world.compositor.onCheck = [&] { world.shell.set("/deny", object(Role::pushButton, "Erase", {}, kFocused)); };
+  EXPECT_EQ(world.press("Don't Allow"), AXError::notImplemented);
   EXPECT_EQ(world.pressedOn(), std::vector<std::string>());
 }
 

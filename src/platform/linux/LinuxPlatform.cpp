@@ -69,7 +69,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
           },
           [this](std::int32_t process) -> std::optional<StartOffer> {
             const auto facts = processes.process(process);
-            return facts ? entryCopies.offerFor(x11::programOf(*facts)) : std::nullopt;
+            return facts ? entryCopies.offerFor(x11::programOf(*facts), facts->arguments) : std::nullopt;
           }),
       opener(openerActions()),
       workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener,

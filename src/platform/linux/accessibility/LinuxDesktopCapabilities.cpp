@@ -91,7 +91,6 @@ platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t pr
                                       .remedy = remedyFor(maps.value_or(""), isOnBus)};
   const auto start = startOf && isSwitchAtStart(program.remedy) ? startOf(process) : std::nullopt;
   if (!start) return program;
-  program.name = start->name;
   if (start->isChanged) {
     program.remedy = kStartAgain;
   } else {

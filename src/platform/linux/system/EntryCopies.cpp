@@ -69,8 +69,8 @@ std::optional<std::string> EntryCopies::contentsOfOwn(const std::string& path) c
   return contentsOf(place).value_or("");
 }
 
-std::optional<StartOffer> EntryCopies::offerFor(const std::string& program) {
-  const auto starter = ownFolder().empty() ? std::nullopt : entries.starterOf(program);
+std::optional<StartOffer> EntryCopies::offerFor(const std::string& program, const std::vector<std::string>& arguments) {
+  const auto starter = ownFolder().empty() ? std::nullopt : entries.starterOf(program, arguments);
   if (!starter) return std::nullopt;
   StartOffer offer{.entry = starter->entry.id, .name = starter->entry.name};
   const auto own = contentsOfOwn(starter->path);
@@ -79,7 +79,7 @@ std::optional<StartOffer> EntryCopies::offerFor(const std::string& program) {
     return offer.isChanged ? std::optional(offer) : std::nullopt;
   }
   const auto contents = contentsOf(starter->folder + "/" + starter->path);
-  return contents && ReadableEntry::copyOf(*contents) ? std::optional(offer) : std::nullopt;
+  return contents && ReadableEntry::copyOf(*contents, offer.entry) ? std::optional(offer) : std::nullopt;
 }
 
 std::vector<EntryCopies::Copy> EntryCopies::copies() const {
@@ -122,7 +122,7 @@ std::optional<std::string> EntryCopies::change(const std::string& entry) {
            file->path + ". Add " + std::string(ReadableEntry::kSwitch) + " to its line Exec.";
   }
   const auto contents = contentsOf(file->folder + "/" + file->path);
-  const auto copy = contents ? ReadableEntry::copyOf(*contents) : std::nullopt;
+  const auto copy = contents ? ReadableEntry::copyOf(*contents, file->entry.id) : std::nullopt;
   if (!copy) return "The entry of " + file->entry.name + " cannot be changed safely.";
   auto problem = makeFile(ownFolder() + "/" + file->path, *copy);
   entries.forget();
@@ -132,9 +132,10 @@ std::optional<std::string> EntryCopies::change(const std::string& entry) {
 std::optional<std::string> EntryCopies::undo(const std::string& entry) {
   for (const auto& copy : copies()) {
     if (copy.start.entry != entry) continue;
-    if (!ReadableEntry::isUnchangedCopy(contentsOf(copy.path).value_or(""))) {
-      return "The file " + copy.path + " was changed since, and stays as it is. Take " +
-             std::string(ReadableEntry::kSwitch) + " out of it, or delete it.";
+    if (!ReadableEntry::isUnchangedCopy(contentsOf(copy.path).value_or(""), copy.start.entry)) {
+      return "The file " + copy.path + " is not as it was made, and stays as it is. Take " +
+             std::string(ReadableEntry::kSwitch) + " and the line " + std::string(ReadableEntry::kMark) +
+             " out of it, or delete it.";
     }
     std::error_code error;
     fs::remove(copy.path, error);

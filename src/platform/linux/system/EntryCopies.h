@@ -26,8 +26,10 @@ class EntryCopies final : public platform::ReadableStarts {
   // Both outlive this. `environment` says where the user's own folder is.
   EntryCopies(const platform::Environment& environment, x11::DesktopEntries& entries);
 
-  // For the program of this absolute path. Absent: nothing starts it that could be changed safely.
-  [[nodiscard]] std::optional<StartOffer> offerFor(const std::string& program);
+  // For a process that runs the program of this absolute path with these arguments. Absent: nothing starts it that
+  // could be changed safely.
+  [[nodiscard]] std::optional<StartOffer> offerFor(const std::string& program,
+                                                   const std::vector<std::string>& arguments);
 
   [[nodiscard]] std::vector<platform::ReadableStart> changed() override;
   [[nodiscard]] std::optional<std::string> change(const std::string& entry) override;

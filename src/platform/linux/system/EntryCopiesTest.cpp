@@ -41,6 +41,13 @@ class EntryCopiesTest : public testing::Test {
     return "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + command + "\n";
   }
 
+  // For a process of that program, with these arguments.
+  std::optional<StartOffer> offerFor(const std::string& program, const std::vector<std::string>& arguments = {}) {
+    std::vector<std::string> words{program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return copies.offerFor(program, words);
+  }
+
   const test::TemporaryFolder folder;
   platform::simulated::SimulatedEnvironment environment;
   x11::DesktopEntries entries{environment};
@@ -48,29 +55,70 @@ class EntryCopiesTest : public testing::Test {
 };
 
 TEST_F(EntryCopiesTest, OffersTheEntryWhoseScriptStartsTheProgram) {
-  EXPECT_EQ(copies.offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
-  EXPECT_EQ(copies.offerFor(at("bin/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
-  EXPECT_EQ(copies.offerFor(at("lib/other")), std::nullopt);
+  EXPECT_EQ(offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+  EXPECT_EQ(offerFor(at("bin/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+  EXPECT_EQ(offerFor(at("lib/other")), std::nullopt);
 }
 
 TEST_F(EntryCopiesTest, OffersTheEntryOfAScriptBesideTheProgram) {
   program("opt/chat",
           "\x7F"
           "ELF");
-  program("opt/chat-stable", "#!/bin/sh\n");
+  program("opt/chat-stable", "#!/bin/sh\nexec \"$(dirname \"$0\")/chat\" \"$@\"\n");
   program("opt/helper",
           "\x7F"
           "ELF");
   write("shared/applications/vendor/chat-stable.desktop", entry("Chat", at("opt/chat-stable")));
-  EXPECT_EQ(copies.offerFor(at("opt/chat")), (StartOffer{.entry = "vendor-chat-stable", .name = "Chat"}));
+  EXPECT_EQ(offerFor(at("opt/chat")), (StartOffer{.entry = "vendor-chat-stable", .name = "Chat"}));
 }
 
 TEST_F(EntryCopiesTest, OffersOfSeveralTheOneThatIsCalledAsTheProgram) {
   write("shared/applications/browser-app.desktop", entry("App in the browser", at("bin/browser") + " --app=1"));
-  EXPECT_EQ(copies.offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+  EXPECT_EQ(offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
   fs::rename(at("shared/applications/browser.desktop"), at("shared/applications/another.desktop"));
   entries.forget();
-  EXPECT_EQ(copies.offerFor(at("lib/browser")), std::nullopt) << "It cannot be told which.";
+  EXPECT_EQ(offerFor(at("lib/browser")), std::nullopt) << "It cannot be told which.";
+}
+
+// Beside it, or of its name: what counts is what it starts.
+TEST_F(EntryCopiesTest, OffersNoEntryWhoseScriptStartsAnotherProgram) {
+  program("opt/chat",
+          "\x7F"
+          "ELF");
+  write("shared/applications/setup.desktop", entry("Setup", at("opt/setup")));
+  for (const std::string text : {"#!/bin/sh\nexec ./wizard\n", "#!/bin/sh\nexec ./chat-helper\n",
+                                 "#!/bin/sh\nexec /usr/lib/another/chat\n", "#!/bin/sh\nPATH=/usr/bin:/bin setup\n"}) {
+    program("opt/setup", text);
+    entries.forget();
+    EXPECT_EQ(offerFor(at("opt/chat")), std::nullopt) << text;
+  }
+  program("elsewhere/chat", "#!/bin/sh\nexec /usr/lib/another/chat\n");
+  write("shared/applications/setup.desktop", entry("Another", at("elsewhere/chat")));
+  entries.forget();
+  EXPECT_EQ(offerFor(at("opt/chat")), std::nullopt);
+}
+
+TEST_F(EntryCopiesTest, OffersTheEntryOfAScriptThatNamesTheFolderOfTheProgram) {
+  program("bin/browser", "#!/bin/sh\nLIBDIR=" + at("lib/own") + "\nexec $LIBDIR/$NAME \"$@\"\n");
+  program("lib/own/browser",
+          "\x7F"
+          "ELF");
+  EXPECT_EQ(offerFor(at("lib/own/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+}
+
+// A runtime that several programs share.
+TEST_F(EntryCopiesTest, OffersTheEntryOfARuntimeOnlyForTheProgramThatItNames) {
+  program("lib/runtime",
+          "\x7F"
+          "ELF");
+  write("shared/applications/foo.desktop",
+        entry("Foo", at("lib/runtime") + " --quiet " + at("lib/foo/app.asar") + " %U"));
+  EXPECT_EQ(offerFor(at("lib/runtime"), {"--type=main", at("lib/bar/app.asar")}), std::nullopt);
+  EXPECT_EQ(offerFor(at("lib/runtime"), {at("lib/foo/app.asar")}), (StartOffer{.entry = "foo", .name = "Foo"}));
+  write("shared/applications/foo.desktop", entry("Runtime", at("lib/runtime") + " %U"));
+  entries.forget();
+  EXPECT_EQ(offerFor(at("lib/runtime"), {at("lib/bar/app.asar")}), std::nullopt) << "It is another program's start.";
+  EXPECT_EQ(offerFor(at("lib/runtime")), (StartOffer{.entry = "foo", .name = "Runtime"}));
 }
 
 TEST_F(EntryCopiesTest, MakesTheCopyWhereTheDesktopPrefersIt) {
@@ -78,7 +126,7 @@ TEST_F(EntryCopiesTest, MakesTheCopyWhereTheDesktopPrefersIt) {
   const auto copy = fileContents(at("own/applications/browser.desktop"));
   EXPECT_NE(copy.find("Exec=" + at("bin/browser") + " --force-renderer-accessibility %U\n"), std::string::npos) << copy;
   EXPECT_EQ(fileContents(at("shared/applications/browser.desktop")), entry("Browser", at("bin/browser") + " %U"));
-  EXPECT_EQ(copies.offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser", .isChanged = true}));
+  EXPECT_EQ(offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser", .isChanged = true}));
   const auto count = [&] {
     const fs::directory_iterator files(at("own/applications"));
     return std::distance(begin(files), end(files));
@@ -86,7 +134,7 @@ TEST_F(EntryCopiesTest, MakesTheCopyWhereTheDesktopPrefersIt) {
   EXPECT_EQ(count(), 1) << "no draft is left";
   EXPECT_EQ(copies.undo("browser"), std::nullopt);
   EXPECT_EQ(count(), 0);
-  EXPECT_EQ(copies.offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+  EXPECT_EQ(offerFor(at("lib/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
 }
 
 TEST_F(EntryCopiesTest, KeepsTheFolderOfAnEntryBelowOthers) {
@@ -104,7 +152,7 @@ TEST_F(EntryCopiesTest, LeavesALinkOfTheUsersAlone) {
   for (const auto& target : {at("shared/applications/browser.desktop"), at("nowhere")}) {
     fs::remove(at("own/applications/browser.desktop"));
     fs::create_symlink(target, at("own/applications/browser.desktop"));
-    EXPECT_EQ(copies.offerFor(at("lib/browser")), std::nullopt);
+    EXPECT_EQ(offerFor(at("lib/browser")), std::nullopt);
     EXPECT_NE(copies.change("browser").value_or(""), "");
     EXPECT_TRUE(fs::is_symlink(at("own/applications/browser.desktop")));
   }
@@ -118,9 +166,32 @@ TEST_F(EntryCopiesTest, OffersAndMakesNothingWithoutAFolderForIt) {
   platform::simulated::SimulatedEnvironment homeless;
   homeless.set("XDG_DATA_DIRS", at("shared"));
   EntryCopies none(homeless, entries);
-  EXPECT_EQ(none.offerFor(at("lib/browser")), std::nullopt);
+  EXPECT_EQ(none.offerFor(at("lib/browser"), {}), std::nullopt);
   EXPECT_EQ(none.change("browser"), "This user has no home folder.");
   EXPECT_EQ(none.changed().size(), 0U);
+}
+
+// As the advice has it for a copy that was edited.
+TEST_F(EntryCopiesTest, ClaimsNothingOfACopyOutOfWhichTheSwitchWasTaken) {
+  EXPECT_EQ(copies.change("browser"), std::nullopt);
+  auto copy = fileContents(at("own/applications/browser.desktop"));
+  const std::string added = " --force-renderer-accessibility";
+  copy.erase(copy.find(added), added.size());
+  write("own/applications/browser.desktop", copy + "Comment=mine\n");
+  entries.forget();
+  EXPECT_EQ(copies.changed().size(), 0U);
+  EXPECT_EQ(offerFor(at("lib/browser")), std::nullopt);
+  EXPECT_NE(copies.change("browser").value_or(""), "") << "It is the user's own by now.";
+}
+
+TEST_F(EntryCopiesTest, DeletesNoCopyOfItsCopyUnderAnotherName) {
+  EXPECT_EQ(copies.change("browser"), std::nullopt);
+  fs::copy_file(at("own/applications/browser.desktop"), at("own/applications/mine.desktop"));
+  const auto problem = copies.undo("mine");
+  ASSERT_TRUE(problem);
+  EXPECT_NE(problem->find("X-Quillard-Readable"), std::string::npos) << *problem;
+  EXPECT_TRUE(fs::exists(at("own/applications/mine.desktop")));
+  EXPECT_EQ(copies.undo("browser"), std::nullopt);
 }
 
 TEST_F(EntryCopiesTest, UndoesTheCopyOfAProgramThatWasRemoved) {

@@ -1,5 +1,6 @@
 #include "platform/linux/system/ReadableEntry.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -14,7 +15,15 @@ namespace {
 
 constexpr std::string_view kMainGroup = "[Desktop Entry]";
 constexpr std::string_view kActionGroup = "[Desktop Action ";
-constexpr std::string_view kMark = "X-Quillard-Readable=";
+
+// What starts a program that it is given by name, often in a world of its own.
+constexpr std::array<std::string_view, 36> kLaunchers{
+    "bwrap",       "chrt",     "dbus-launch", "dbus-run-session", "distrobox", "distrobox-enter",
+    "exo-open",    "firejail", "flatpak",     "gamemoderun",      "gio",       "gtk-launch",
+    "ionice",      "kstart",   "kstart5",     "mangohud",         "nice",      "nohup",
+    "nsenter",     "optirun",  "pkexec",      "prime-run",        "primusrun", "run0",
+    "runuser",     "setsid",   "snap",        "stdbuf",           "su",        "sudo",
+    "systemd-run", "taskset",  "timeout",     "toolbox",          "unshare",   "xdg-open"};
 
 // The line that `text` begins with, its end included, which is taken from it.
 std::string_view takeLine(std::string_view& text) {
@@ -43,13 +52,18 @@ Marked takeMark(std::string_view text) {
   Marked found;
   while (!text.empty()) {
     const auto line = takeLine(text);
-    if (!found.mark && line.starts_with(kMark)) {
-      found.mark = text::trimmed(line.substr(kMark.size()));
+    if (!found.mark && line.starts_with(kMark) && line.substr(kMark.size()).starts_with('=')) {
+      found.mark = text::trimmed(line.substr(kMark.size() + 1));
     } else {
       found.rest += line;
     }
   }
   return found;
+}
+
+std::string markOf(std::string_view rest, std::string_view id) {
+  const auto mark = sumOf(rest);
+  return id.empty() ? mark : mark + " " + std::string(text::trimmed(id));
 }
 
 struct Word {
@@ -79,8 +93,10 @@ std::optional<Word> programOf(std::string_view value) {
       word = nextWord(value, word->end);
     } while (word && word->text.find('=') != std::string::npos);
   }
-  const bool isProgram = word && !word->text.starts_with('-') && !x11::isInterpreter(x11::baseName(word->text));
-  return isProgram ? word : std::nullopt;
+  if (!word || word->text.starts_with('-')) return std::nullopt;
+  const auto name = x11::baseName(word->text);
+  const bool isLauncher = std::find(kLaunchers.begin(), kLaunchers.end(), name) != kLaunchers.end();
+  return isLauncher || x11::isInterpreter(name) ? std::nullopt : word;
 }
 
 // The value of an Exec line. Absent: it is another line.
@@ -92,11 +108,12 @@ std::optional<std::string_view> commandOf(std::string_view line) {
 
 }  // namespace
 
-std::optional<std::string> copyOf(std::string_view text) {
+std::optional<std::string> copyOf(std::string_view text, std::string_view id) {
   const auto values = DesktopEntry::mainGroup(text);
   const auto command = values.find("Exec");
   const auto byBus = values.find("DBusActivatable");
-  if (isCopy(text) || command == values.end() || (byBus != values.end() && byBus->second == "true"))
+  if (id.find_first_of("\r\n") != std::string_view::npos || takeMark(text).mark || command == values.end() ||
+      (byBus != values.end() && byBus->second == "true"))
     return std::nullopt;
   const auto program = programOf(command->second);
   if (!program) return std::nullopt;
@@ -120,14 +137,23 @@ std::optional<std::string> copyOf(std::string_view text) {
     if (name == kMainGroup && placeOfMark == std::string::npos && line.ends_with('\n')) placeOfMark = rest.size();
   }
   if (!isAdded || placeOfMark == std::string::npos) return std::nullopt;
-  return rest.substr(0, placeOfMark) + std::string(kMark) + sumOf(rest) + "\n" + rest.substr(placeOfMark);
+  const auto mark = std::string(kMark) + "=" + markOf(rest, id) + "\n";
+  return rest.substr(0, placeOfMark) + mark + rest.substr(placeOfMark);
 }
 
-bool isCopy(std::string_view text) { return takeMark(text).mark.has_value(); }
-
-bool isUnchangedCopy(std::string_view text) {
+bool isCopy(std::string_view text) {
   const auto [mark, rest] = takeMark(text);
-  return mark == sumOf(rest);
+  std::string_view left = rest;
+  while (mark && !left.empty()) {
+    const auto value = commandOf(takeLine(left));
+    if (value && value->find(kSwitch) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+bool isUnchangedCopy(std::string_view text, std::string_view id) {
+  const auto [mark, rest] = takeMark(text);
+  return mark == markOf(rest, id);
 }
 
 }  // namespace quillard::desktop::ReadableEntry

@@ -1,7 +1,10 @@
 #include "platform/linux/x11/DesktopEntries.h"
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -33,12 +36,58 @@ std::optional<std::string> contentsOf(const fs::path& path) {
   return contents;
 }
 
-bool isScript(const std::string& path) {
+constexpr std::size_t kLongestScript = 64 * 1024;
+
+// Its beginning, if it is one.
+std::optional<std::string> scriptAt(const std::string& path) {
   std::error_code error;
-  if (!fs::is_regular_file(path, error)) return false;
+  if (!fs::is_regular_file(path, error)) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
-  return file.get() == '#' && file.get() == '!';
+  std::string text(kLongestScript, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+  return text.starts_with("#!") ? std::optional(std::move(text)) : std::nullopt;
 }
+
+std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+// Of which a name in a script says nothing.
+bool isSharedFolder(const std::string& folder) {
+  static constexpr std::array<std::string_view, 9> kNames{"bin",   "sbin",    "games", "lib",  "lib32",
+                                                          "lib64", "libexec", "opt",   "share"};
+  const auto name = baseName(folder);
+  const bool isArchitecture = name.ends_with("-linux-gnu") || name.ends_with("-linux-gnueabihf");
+  return name.empty() || isArchitecture || std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+}
+
+bool isPartOfName(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) != 0 || std::string_view("_-.+").find(c) != std::string_view::npos;
+}
+
+// Whether the text holds the path, and not only as a part of a longer name, for which `isEnough` sees what is around
+// it.
+template <class IsEnough>
+bool holds(std::string_view text, std::string_view path, IsEnough isEnough) {
+  for (auto at = text.find(path); at != std::string_view::npos; at = text.find(path, at + 1)) {
+    const auto rest = text.substr(at + path.size());
+    if ((rest.empty() || !isPartOfName(rest.front())) && isEnough(text.substr(0, at), rest)) return true;
+  }
+  return false;
+}
+
+// The part of a word that stands right before.
+std::string_view wordBefore(std::string_view text) {
+  const auto end = text.find_last_of(" \t\r\n\"'`()=;&|<>");
+  return end == std::string_view::npos ? text : text.substr(end + 1);
+}
+
+// What a program is given in a command line: "%U" stands for files, and a switch may be taken by the program's starter.
+bool isMeantForProgram(const std::string& word) {
+  return !word.starts_with('-') && !(word.size() == 2 && word.starts_with('%'));
+}
+
+// What the process was given by whoever started it: an application for the runtime that it is.
+bool isApplication(const std::string& argument) { return argument.ends_with(".asar"); }
 
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> parts;
@@ -123,6 +172,20 @@ std::string programOfCommand(std::string_view commandLine) {
   return scriptOf({word, words.end()}).value_or("");
 }
 
+bool startsProgram(std::string_view script, const std::string& scriptPath, const std::string& program) {
+  const auto folder = folderOf(program);
+  const auto isWhole = [](std::string_view before, std::string_view) { return wordBefore(before).empty(); };
+  if (holds(script, program, isWhole)) return true;
+  const auto isWholeFolder = [&](std::string_view before, std::string_view rest) {
+    return isWhole(before, rest) && (!rest.starts_with('/') || rest.starts_with("/$") || rest.starts_with("/\""));
+  };
+  if (!isSharedFolder(folder) && holds(script, folder, isWholeFolder)) return true;
+  const auto isBeside = [](std::string_view before, std::string_view rest) {
+    return !wordBefore(before).starts_with('/') && !rest.starts_with('/');
+  };
+  return folderOf(scriptPath) == folder && holds(script, "/" + baseName(program), isBeside);
+}
+
 std::optional<DesktopEntry> parseDesktopEntry(std::string id, std::string_view text,
                                               const std::vector<std::string>& locales) {
   const auto keys = keysOf(text);
@@ -135,6 +198,10 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string id, std::string_view t
                      .name = value("Name"),
                      .windowClass = value("StartupWMClass"),
                      .command = programOfCommand(value("Exec"))};
+  const auto words = wordsOf(value("Exec"));
+  const auto program = std::find(words.begin(), words.end(), entry.command);
+  if (program != words.end())
+    std::copy_if(program + 1, words.end(), std::back_inserter(entry.words), isMeantForProgram);
   for (const auto& locale : locales) {
     const auto localized = value("Name[" + locale + "]");
     if (localized.empty()) continue;
@@ -161,21 +228,40 @@ std::optional<DesktopEntry> DesktopEntries::find(const std::string& program, con
   return byClass == idByClass.end() ? std::nullopt : byID.at(byClass->second);
 }
 
-std::optional<EntryFile> DesktopEntries::starterOf(const std::string& program) {
+std::optional<EntryFile> DesktopEntries::starterOf(const std::string& program,
+                                                   const std::vector<std::string>& arguments) {
   const MutexLock lock(mutex);
   refresh();
   const std::string name = baseName(program);
-  const auto folderOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
   std::vector<std::string> ids;
   std::set<std::string> names{name};
   for (const auto& [path, those] : idsByProgram) {
     const bool isNear = baseName(path) == name || folderOf(path) == folderOf(program);
-    if (path != program && !(isNear && isScript(path))) continue;
-    ids.insert(ids.end(), those.begin(), those.end());
+    if (path != program && !isNear) continue;
+    if (path != program) {
+      const auto script = scriptAt(path);
+      if (!script || !startsProgram(*script, path, program)) continue;
+    }
     names.insert(baseName(path));
+    for (const auto& id : those) {
+      if (path != program || isStartOf(*byID.at(id), arguments)) ids.push_back(id);
+    }
   }
   if (ids.size() > 1) std::erase_if(ids, [&](const std::string& id) { return !names.contains(id); });
   return ids.size() == 1 ? fileOf(ids.front()) : std::nullopt;
+}
+
+// Whether the process may have been started by the entry: it was given all that the entry gives, and no application of
+// another start.
+bool DesktopEntries::isStartOf(const DesktopEntry& entry, const std::vector<std::string>& arguments) {
+  const auto isGiven = [&](const std::string& word) {
+    return std::find(arguments.begin(), arguments.end(), word) != arguments.end();
+  };
+  const auto isForeign = [&](const std::string& argument) {
+    return isApplication(argument) && std::find(entry.words.begin(), entry.words.end(), argument) == entry.words.end();
+  };
+  return std::all_of(entry.words.begin(), entry.words.end(), isGiven) &&
+         std::none_of(arguments.begin(), arguments.end(), isForeign);
 }
 
 std::optional<EntryFile> DesktopEntries::file(const std::string& id) {

@@ -17,10 +17,11 @@ namespace quillard::x11 {
 
 // What a .desktop file says of an application.
 struct DesktopEntry {
-  std::string id;           // Its path below the folder of entries, "/" read as "-", without ".desktop".
-  std::string name;         // In the user's language, if it has one.
-  std::string windowClass;  // StartupWMClass; empty when not set.
-  std::string command;      // The program that Exec starts, as written there; empty when there is none.
+  std::string id;                    // Its path below the folder of entries, "/" read as "-", without ".desktop".
+  std::string name;                  // In the user's language, if it has one.
+  std::string windowClass;           // StartupWMClass; empty when not set.
+  std::string command;               // The program that Exec starts, as written there; empty when there is none.
+  std::vector<std::string> words{};  // What follows it there, without switches and what stands for files.
   bool operator==(const DesktopEntry&) const = default;
 };
 
@@ -30,6 +31,10 @@ struct DesktopEntry {
 // The program that a command line of an Exec key starts: behind `env` and its settings, and behind an interpreter of
 // scripts. Empty when nothing there is a program of its own.
 [[nodiscard]] std::string programOfCommand(std::string_view commandLine);
+
+// Whether the text of a script beside, or called as, the program of this absolute path starts it: it holds the path, or
+// the folder, unless that holds programs of many kinds; one in the same folder may find that by itself ("$HERE/chat").
+[[nodiscard]] bool startsProgram(std::string_view script, const std::string& scriptPath, const std::string& program);
 
 // Absent when the text describes no application, or one that is not there (Hidden). `locales`: see `localeVariants`.
 [[nodiscard]] std::optional<DesktopEntry> parseDesktopEntry(std::string id, std::string_view text,
@@ -54,9 +59,12 @@ class DesktopEntries {
   // the window class alone: its StartupWMClass, or its id. Case does not count in classes. Absent when none fits.
   [[nodiscard]] std::optional<DesktopEntry> find(const std::string& program, const std::string& windowClass);
 
-  // The entry that starts the program of this absolute path: itself, or by a script that bears its name or lies beside
-  // it. Of several, the one that is called as the program or the script. Absent: none, or it cannot be told which.
-  [[nodiscard]] std::optional<EntryFile> starterOf(const std::string& program);
+  // The entry that starts the program of this absolute path, with what the entry gives it among its arguments: itself,
+  // or by a script that bears its name or lies beside it, and names it or its folder. Of several, the one that is
+  // called as the program or the script. Absent: none, or it cannot be told which, as of a runtime that runs what
+  // another program gave it. `arguments`: of the process, as the kernel has them.
+  [[nodiscard]] std::optional<EntryFile> starterOf(const std::string& program,
+                                                   const std::vector<std::string>& arguments);
   [[nodiscard]] std::optional<EntryFile> file(const std::string& id);
   // A file was changed: all is read again when it is needed next.
   void forget();
@@ -71,6 +79,7 @@ class DesktopEntries {
   void add(const std::filesystem::path& folder, const std::filesystem::path& file,
            const std::vector<std::string>& locales) QUILLARD_REQUIRES(mutex);
   [[nodiscard]] bool haveFoldersChanged() const QUILLARD_REQUIRES(mutex);
+  [[nodiscard]] static bool isStartOf(const DesktopEntry& entry, const std::vector<std::string>& arguments);
   [[nodiscard]] std::optional<EntryFile> fileOf(const std::string& id) const QUILLARD_REQUIRES(mutex);
   [[nodiscard]] std::vector<std::filesystem::path> dataFolders() const;
   [[nodiscard]] std::vector<std::string> locales() const;

@@ -230,7 +230,8 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
   std::vector<AccessibleWindow> accessible;
   for (const Node* candidate : candidates) accessible.push_back(described(*candidate));
   const auto owned = windowsOf(desktopWindows(), processIdentifier);
-  const auto matches = matchWindows(accessible, owned);
+  const bool areAll = snapshot->coverage == desktop::WindowCoverage::all;
+  const auto matches = matchWindows(accessible, owned, areAll);
 
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     const desktop::Window* window = nullptr;
@@ -240,7 +241,7 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
       found.desktopWindows.emplace(candidates[i], window);
     }
     const auto& record = candidates[i]->record;
-    if (mapping::isPresentWindow(record, candidates[i]->program->toolkit, window, !owned.empty())) {
+    if (mapping::isPresentWindow(record, candidates[i]->program->toolkit, window, !owned.empty() && areAll)) {
       found.present.push_back(candidates[i]);
     }
   }

@@ -593,6 +593,28 @@ TEST(FakePrograms, OfItsOwnWindowsTheXServerKnowsBetter) {
   EXPECT_EQ(world.front(), (Front{true, true, true}));
 }
 
+// A dialog of GTK 4 never says that it is showing, and may be a window of Wayland while others of its program are not.
+TEST(FakePrograms, ADialogOfGtk4IsThereWhereOnlySomeWindowsAreKnown) {
+  FrontWorld world;
+  world.program->speakAs("GTK", "4.8.3");
+  world.showAs(0);
+  desktop::Window one{.id = 7, .processIdentifier = ::getpid(), .name = "One", .isHidden = true};
+  one.clientBounds = {0, 0, 900, 700};
+  auto two = one;
+  two.id = 8;
+  two.name = "Two";
+  const auto shown = [&] { return AXHelpers::windows(world.desktop, world.application()); };
+  world.windows.present.windows = {one, two};
+  EXPECT_EQ(shown().size(), 1U);
+  world.windows.present.windows = {one};
+  ASSERT_EQ(shown().size(), 1U);
+  EXPECT_NE(AXHelpers::boolAttribute(world.desktop, shown().front(), ax::kMinimized), std::optional(true))
+      << "The one that is left over need not be its own.";
+  world.windows.present.coverage = desktop::WindowCoverage::all;
+  world.windows.present.windows = {one, two};
+  EXPECT_EQ(shown().size(), 0U);
+}
+
 TEST(FakePrograms, WhereEveryWindowIsKnownTheOneOfAnotherProgramInFrontSettlesIt) {
   FrontWorld world;
   world.showAs(kShown | bit(State::active));  // It has not noticed yet.

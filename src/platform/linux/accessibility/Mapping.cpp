@@ -206,11 +206,11 @@ bool tellsActivity(const NodeRecord& record, Toolkit toolkit) {
   return toolkit != Toolkit::gtk4 || record.role == Role::frame;
 }
 
-bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window, bool ownsWindows) {
+bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window, bool showsOwnedOnly) {
   if (!isWindowRole(record.role)) return false;
   if (window || record.is(State::showing)) return true;
-  // GTK 4 never says of a dialog that it is showing. A process with X windows shows no other ones.
-  return toolkit == Toolkit::gtk4 && !ownsWindows;
+  // GTK 4 never says of a dialog that it is showing.
+  return toolkit == Toolkit::gtk4 && !showsOwnedOnly;
 }
 
 bool isShown(const NodeRecord& record, Toolkit toolkit, bool windowTells) {

@@ -40,9 +40,10 @@ inline constexpr std::string_view kImageRole = "AXImage";
 // Whether a window whose state is not active is not: dialogs of GTK 4 never say that they are.
 [[nodiscard]] bool tellsActivity(const NodeRecord& record, Toolkit toolkit);
 // Whether a top-level window takes part in what the user sees, or would after being restored. What was closed but is
-// kept by its program does not. `ownsWindows`: some X window of the process is known.
+// kept by its program does not. `showsOwnedOnly`: windows of the process are known to the
+// desktop, and none is missing there.
 [[nodiscard]] bool isPresentWindow(const NodeRecord& record, Toolkit toolkit, const desktop::Window* window,
-                                   bool ownsWindows);
+                                   bool showsOwnedOnly);
 
 // Whether the user can see the object, as far as its toolkit says. `windowTells`: the window that it lies in says of
 // itself that it is showing.

@@ -93,7 +93,7 @@ Rect visibleBounds(const desktop::Window& window) {
 }
 
 std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleWindow> accessible,
-                                                     std::span<const desktop::Window> windows) {
+                                                     std::span<const desktop::Window> windows, bool areAll) {
   std::vector<std::optional<std::size_t>> matches(accessible.size());
   std::vector<bool> isTaken(windows.size(), false);
   const auto join = [&](std::size_t i, std::size_t window) {
@@ -103,6 +103,7 @@ std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleW
   for (const auto& pair : bestFirst(accessible, windows)) {
     if (!matches[pair.accessible] && !isTaken[pair.window]) join(pair.accessible, pair.window);
   }
+  if (!areAll) return matches;
   const auto isLeft = [&](std::size_t i) { return !matches[i] && accessible[i].isShowing; };
   std::vector<std::size_t> leftAccessible;
   for (std::size_t i = 0; i < accessible.size(); ++i) {

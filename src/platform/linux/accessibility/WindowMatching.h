@@ -29,8 +29,11 @@ struct AccessibleWindow {
 // there is but one of each. A window that its toolkit calls hidden is only ever matched with a minimised one of the
 // same title: anything else would show a closed dialog again.
 //
+// `areAll`: no window of the process is missing from `windows`. Otherwise what is left over need not belong together.
+//
 // The result has one entry for each of `accessible`: an index into `windows`, or absent.
 [[nodiscard]] std::vector<std::optional<std::size_t>> matchWindows(std::span<const AccessibleWindow> accessible,
-                                                                   std::span<const desktop::Window> windows);
+                                                                   std::span<const desktop::Window> windows,
+                                                                   bool areAll);
 
 }  // namespace quillard::atspi

@@ -12,8 +12,9 @@ desktop::Window window(desktop::WindowID id, const std::string& name, Rect bound
   return {.id = id, .name = name, .isMapped = true, .clientBounds = bounds};
 }
 
-Matches match(const std::vector<AccessibleWindow>& accessible, const std::vector<desktop::Window>& windows) {
-  return matchWindows(accessible, windows);
+Matches match(const std::vector<AccessibleWindow>& accessible, const std::vector<desktop::Window>& windows,
+              bool areAll = true) {
+  return matchWindows(accessible, windows, areAll);
 }
 
 TEST(WindowMatching, GoesByTitleFirst) {
@@ -53,6 +54,14 @@ TEST(WindowMatching, WhatIsLeftOverOnBothSidesBelongsTogether) {
   EXPECT_EQ(match({{.name = "The text of a minimised box"}}, {window(1, "Permission", {0, 0, 10, 10})}), (Matches{0}));
   EXPECT_EQ(match({{.name = "x"}, {.name = "y"}}, {window(1, "Permission", {0, 0, 10, 10})}),
             (Matches{std::nullopt, std::nullopt}));
+}
+
+TEST(WindowMatching, WhatIsLeftOverNeedNotBelongTogetherWhereWindowsAreMissing) {
+  const std::vector<AccessibleWindow> accessible{{.name = "A"}, {.name = "Dialog"}};
+  const std::vector<desktop::Window> windows{window(1, "A", {0, 0, 10, 10}), window(2, "Other", {0, 0, 10, 10})};
+  EXPECT_EQ(match({accessible[1]}, {windows[1]}), (Matches{0}));
+  EXPECT_EQ(match({accessible[1]}, {windows[1]}, /*areAll=*/false), (Matches{std::nullopt}));
+  EXPECT_EQ(match(accessible, windows, /*areAll=*/false), (Matches{0, std::nullopt})) << "A title is a title.";
 }
 
 TEST(WindowMatching, AHiddenWindowTakesNoVisibleOne) {

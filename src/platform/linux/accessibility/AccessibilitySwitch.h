@@ -13,6 +13,12 @@ enum class SwitchOnOutcome {
   failed,
 };
 
+// By their processes.
+struct HollowPrograms {
+  std::vector<std::int32_t> hollow;
+  std::vector<std::int32_t> silent;  // They missed the time-out, so that it is not known what their windows hold.
+};
+
 // The desktop's own switch for accessibility. Waits for the bus: not for a thread that must stay responsive.
 class AccessibilitySwitch {
  public:
@@ -26,10 +32,10 @@ class AccessibilitySwitch {
   [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> unseenProcesses() = 0;
 
   // The processes that are on the accessibility bus, and of whose windows none holds anything that could be read: no
-  // text, no button, no picture. One that does not answer, or gives no list of what its window holds, is not among
-  // them, nor one without windows. Absent: the bus cannot be reached, or gave no list of programs. Asks nothing of the
-  // display.
-  [[nodiscard]] virtual std::optional<std::vector<std::int32_t>> hollowProcesses() = 0;
+  // text, no button, no picture; and those that did not answer. One that gives no list of what its window holds is not
+  // among them, nor one without windows. Absent: the bus cannot be reached, or gave no list of programs. Asks nothing
+  // of the display.
+  [[nodiscard]] virtual std::optional<HollowPrograms> hollowPrograms() = 0;
 };
 
 }  // namespace quillard::atspi

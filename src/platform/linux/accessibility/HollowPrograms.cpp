@@ -37,18 +37,21 @@ bool isHollow(const Node& window) {
 
 }  // namespace
 
-std::vector<std::int32_t> hollowProcessesOf(DesktopReading& reading) {
+HollowPrograms hollowProgramsOf(DesktopReading& reading) {
   const auto processes = reading.processIdentifiers();
   reading.prepare(processes, kEnough);
-  std::vector<std::int32_t> hollow;
+  HollowPrograms found;
   for (const auto process : processes) {
     const auto& windows = reading.windows(process).present;
-    const bool isKnown = !reading.hasMissedTimeout(process) && !windows.empty();
     const bool allAreHollow =
         std::all_of(windows.begin(), windows.end(), [](const Node* window) { return isHollow(*window); });
-    if (isKnown && allAreHollow) hollow.push_back(process);
+    if (reading.hasMissedTimeout(process)) {
+      found.silent.push_back(process);
+    } else if (!windows.empty() && allAreHollow) {
+      found.hollow.push_back(process);
+    }
   }
-  return hollow;
+  return found;
 }
 
 }  // namespace quillard::atspi

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
+#include "platform/linux/accessibility/AccessibilitySwitch.h"
 #include "platform/linux/accessibility/DesktopReading.h"
 
 namespace quillard::atspi {
 
 // The processes on the bus whose windows are frames around nothing, as those of Chromium are until it is told to fill
-// them. One of which a list or an answer is missing
-// is not known to be. Reads some objects of every window of the desktop. In the registry's order.
-[[nodiscard]] std::vector<std::int32_t> hollowProcessesOf(DesktopReading& reading);
+// them, and those that did not answer in time, so that it is not known. One of which a list is missing is neither.
+// Reads some objects of every window of the desktop. In the registry's order.
+[[nodiscard]] HollowPrograms hollowProgramsOf(DesktopReading& reading);
 
 }  // namespace quillard::atspi

@@ -204,13 +204,13 @@ std::optional<std::vector<std::int32_t>> LinuxAccessibility::unseenProcesses() {
   return unseen;
 }
 
-std::optional<std::vector<std::int32_t>> LinuxAccessibility::hollowProcesses() {
+std::optional<HollowPrograms> LinuxAccessibility::hollowPrograms() {
   const auto reading = beginReading();
   if (!reading) return std::nullopt;
-  auto hollow = hollowProcessesOf(*reading);
+  auto found = hollowProgramsOf(*reading);
   const auto failure = reading->failure();
   if (failure && *failure != platform::DesktopReadFailure::windowServer) return std::nullopt;
-  return hollow;
+  return found;
 }
 
 }  // namespace quillard::atspi

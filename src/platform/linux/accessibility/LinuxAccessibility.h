@@ -103,7 +103,7 @@ class LinuxAccessibility final : public platform::Accessibility,
 
   SwitchOnOutcome switchOn() override;
   [[nodiscard]] std::optional<std::vector<std::int32_t>> unseenProcesses() override;
-  [[nodiscard]] std::optional<std::vector<std::int32_t>> hollowProcesses() override;
+  [[nodiscard]] std::optional<HollowPrograms> hollowPrograms() override;
 
   // Where the accessibility bus listens. Absent when there is none. Any thread.
   [[nodiscard]] std::optional<std::string> busAddress() { return status.busAddress(); }

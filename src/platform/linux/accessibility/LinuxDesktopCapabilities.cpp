@@ -26,6 +26,13 @@ constexpr const char* kWindowsNotKnown = "Not known: it cannot be told which pro
 
 constexpr const char* kStartAgain = "End it and start it again from the menu: its entry there has the switch by now.";
 
+// A program that was slow once is read in smaller pieces the next time.
+constexpr int kReadings = 3;
+
+std::string silence(std::size_t programs) {
+  return "Not known: " + std::to_string(programs) + (programs == 1 ? " program" : " programs") + " did not answer.";
+}
+
 // What is known all the same.
 std::string emptyOnes(const std::vector<platform::UnreadableProgram>& programs) {
   std::string text;
@@ -67,11 +74,11 @@ std::optional<Limitation> LinuxDesktopCapabilities::limitation(DesktopCapability
 platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabilities::unreadablePrograms() {
   if (accessibility.isProcessTrusted() != platform::ProcessTrust::granted)
     return Limitation{"Not known without accessibility."};
-  const auto hollow = accessibility.hollowProcesses();
-  if (!hollow) return Limitation{"Not known: the accessibility bus did not say which programs are on it."};
+  const auto found = hollowPrograms();
+  if (!found) return Limitation{"Not known: the accessibility bus did not say which programs are on it."};
   std::vector<platform::UnreadableProgram> onBus;
   const auto snapshot = windows.snapshot();
-  for (const auto process : *hollow) {
+  for (const auto process : found->hollow) {
     if (mayShowWindow(process, snapshot)) onBus.push_back(unreadable(process, /*isOnBus=*/true));
   }
   const auto unseen = accessibility.unseenProcesses();
@@ -80,8 +87,17 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
   for (const auto process : *unseen) programs.push_back(unreadable(process, /*isOnBus=*/false));
   programs.insert(programs.end(), onBus.begin(), onBus.end());
   // Of a desktop that knows only some of its windows, what is found is there, but others may be missing.
+  if (programs.empty() && !found->silent.empty()) return Limitation{silence(found->silent.size()), /*isPartial=*/true};
   if (programs.empty() && windows.coverage() != desktop::WindowCoverage::all) return Limitation{kWindowsNotKnown};
   return programs;
+}
+
+std::optional<HollowPrograms> LinuxDesktopCapabilities::hollowPrograms() {
+  auto found = accessibility.hollowPrograms();
+  for (int readings = 1; readings < kReadings && found && !found->silent.empty(); ++readings) {
+    found = accessibility.hollowPrograms();
+  }
+  return found;
 }
 
 platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t process, bool isOnBus) const {

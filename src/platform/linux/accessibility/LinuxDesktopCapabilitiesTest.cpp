@@ -172,6 +172,17 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesNoProgramOfWhichAListIsMissing) {
   }
 }
 
+// A program that does not answer is not known to be readable.
+TEST_F(LinuxDesktopCapabilitiesTest, ClaimsNothingOfProgramsThatDoNotAnswer) {
+  bus.registerPrograms({program->name()});
+  windows.owners = {::getpid()};
+  program->hangOn("GetChildren");
+  const auto programs = capabilities().unreadablePrograms();
+  ASSERT_FALSE(programs.isKnown());
+  EXPECT_TRUE(programs.limitation().isPartial);
+  EXPECT_EQ(programs.limitation().reason, "Not known: 1 program did not answer.");
+}
+
 TEST_F(LinuxDesktopCapabilitiesTest, NamesEmptyProgramsWhereNothingTellsOfWindows) {
   constexpr std::uint32_t kFrame = 23;
   constexpr std::uint32_t kApplication = 75;

@@ -106,9 +106,10 @@ std::optional<std::string> LinuxPlatform::prepareWindows() {
 }
 
 std::optional<std::int32_t> LinuxPlatform::activeProcess() {
-  if (!wasAskedForActive.exchange(true)) {
+  if (!windowEvents.isActivityKnown() && !isAskingForActive.exchange(true)) {
     settingsQueue->post([this] {
       if (const auto process = accessibility.activeProcess()) windowEvents.assumeActiveProcess(*process);
+      isAskingForActive = false;
     });
   }
   return windowEvents.activeProcess();

@@ -115,13 +115,13 @@ struct LinuxPlatform final : platform::SystemPlatform {
   [[nodiscard]] catalogues::TranslationOptions translationOptions();
   [[nodiscard]] OpenerActions openerActions();
   [[nodiscard]] std::shared_ptr<void> additionalWindowEvents();
-  // As programs say it. Asked for once; from then on they announce it.
+  // As programs say it. Asked for until one is found; from then on they announce it, until the bus is another one.
   [[nodiscard]] std::optional<std::int32_t> activeProcess();
   bool openAccessibilitySettings();
   bool openLoginItems();
   void announceAccessibility(atspi::SwitchOnOutcome outcome);
 
-  std::atomic<bool> wasAskedForActive{false};
+  std::atomic<bool> isAskingForActive{false};
   std::unique_ptr<platform::SerialExecutor> settingsQueue;  // Last: what it does uses the rest.
 };
 

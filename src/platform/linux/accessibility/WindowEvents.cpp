@@ -136,6 +136,8 @@ WindowEvents::~WindowEvents() {
 
 void WindowEvents::connected(BusConnection& connection) {
   link = &connection;
+  active = kNothingSaid;  // Who said it was a program of another bus.
+  activeWindow.clear();
   registerEvents();
 }
 

@@ -63,6 +63,9 @@ class WindowEvents {
   // Which process has said last that a window of its own has the keyboard, and not that it has lost it. Absent: none
   // has, or nothing was said yet. Any thread.
   [[nodiscard]] std::optional<std::int32_t> activeProcess() const;
+  // False: nothing was said yet, or assumed, since the bus was reached, so that it is worth to ask otherwise. Any
+  // thread.
+  [[nodiscard]] bool isActivityKnown() const { return active != kNothingSaid; }
   // What was found out otherwise: counts until a program says something. Any thread.
   void assumeActiveProcess(std::int32_t process);
 

@@ -8,6 +8,8 @@
 
 #include "desktop/PrivateDesktop.h"
 #include "desktop/SampleClient.h"
+#include "platform/linux/x11/ServerConnection.h"
+#include "platform/linux/x11/WindowProperties.h"
 #include "platform/linux/x11/XcbWindows.h"
 #include "private-desktop/Waiting.h"
 #include "support/LongTests.h"
@@ -50,6 +52,26 @@ TEST(X11Windows, WithoutAServerThereAreNone) {
     EXPECT_FALSE(windows.activate(1));
     EXPECT_FALSE(windows.close(1));
   }
+}
+
+// Those that are beyond the limit are not gone.
+TEST(X11Windows, AreNotAllKnownWhereThereAreMoreThanAreRead) {
+  PrivateDesktop desktop{{.hasWindowManager = false}};
+  XcbWindows windows{desktop.display()};
+  ServerLink link{desktop.display()};
+  const auto* const server = link.connection();
+  ASSERT_NE(server, nullptr);
+  const auto list = [&](std::size_t count) {
+    const std::vector<std::uint32_t> none(count, server->root() + 1'000'000);  // Windows that went meanwhile.
+    xcb_change_property(server->get(), XCB_PROP_MODE_REPLACE, server->root(),
+                        server->atoms()[Atom::netClientListStacking], XCB_ATOM_WINDOW, 32,
+                        static_cast<std::uint32_t>(count), none.data());
+    xcb_flush(server->get());
+  };
+  list(kMostWindows);
+  EXPECT_EQ(windows.snapshot().coverage, desktop::WindowCoverage::all);
+  list(kMostWindows + 1);
+  EXPECT_TRUE(waitFor([&] { return windows.snapshot().coverage == desktop::WindowCoverage::some; }));
 }
 
 TEST(X11Windows, ReadsTheDialogOfARealProgram) {

@@ -23,6 +23,7 @@ std::string hostName() {
 // What the first round trip tells.
 struct RootAnswers {
   std::vector<WindowID> windows;
+  bool isCut = false;     // There are more of them.
   bool isManaged = true;  // Whether a window manager lists the windows.
   std::optional<WindowID> active;
   std::optional<std::uint32_t> currentDesktop;
@@ -34,15 +35,16 @@ std::vector<WindowID> childrenOf(const ServerConnection& server, xcb_query_tree_
   if (!reply) return {};
   const auto* const first = xcb_query_tree_children(reply.get());
   const auto count = static_cast<std::size_t>(xcb_query_tree_children_length(reply.get()));
-  // The topmost are the last ones.
-  const std::size_t skipped = count > kMostWindows ? count - kMostWindows : 0;
+  // The topmost are the last ones; one more than is read, so that it shows when there are.
+  const std::size_t skipped = count > kMostWindows ? count - kMostWindows - 1 : 0;
   return {first + skipped, first + count};
 }
 
 RootAnswers askRoot(const ServerConnection& server) {
   const auto root = server.root();
-  const auto stacking = server.askProperty(root, Atom::netClientListStacking, kMostWindows);
-  const auto list = server.askProperty(root, Atom::netClientList, kMostWindows);
+  // One more than is read, so that it shows when there are.
+  const auto stacking = server.askProperty(root, Atom::netClientListStacking, kMostWindows + 1);
+  const auto list = server.askProperty(root, Atom::netClientList, kMostWindows + 1);
   const auto active = server.askProperty(root, Atom::netActiveWindow, 1);
   const auto desktop = server.askProperty(root, Atom::netCurrentDesktop, 1);
   const auto tree = xcb_query_tree(server.get(), root);
@@ -53,13 +55,16 @@ RootAnswers askRoot(const ServerConnection& server) {
   const auto byAge = server.property(list);
   RootAnswers answers;
   answers.isManaged = byStacking.type != 0 || byAge.type != 0;
-  answers.windows = numbersOf(byStacking, atoms[Atom::window], kMostWindows);
-  if (answers.windows.empty()) answers.windows = numbersOf(byAge, atoms[Atom::window], kMostWindows);
+  answers.windows = numbersOf(byStacking, atoms[Atom::window], kMostWindows + 1);
+  if (answers.windows.empty()) answers.windows = numbersOf(byAge, atoms[Atom::window], kMostWindows + 1);
   const auto front = numberOf(server.property(active), atoms[Atom::window]);
   if (front != 0U) answers.active = front;
   answers.currentDesktop = numberOf(server.property(desktop), atoms[Atom::cardinal]);
   auto children = childrenOf(server, tree);
   if (!answers.isManaged) answers.windows = std::move(children);
+  answers.isCut = answers.windows.size() > kMostWindows;
+  if (answers.isCut)
+    answers.windows.erase(answers.windows.begin(), answers.windows.end() - static_cast<std::ptrdiff_t>(kMostWindows));
   const ReplyPointer<xcb_get_geometry_reply_t> bounds{xcb_get_geometry_reply(server.get(), geometry, nullptr)};
   if (bounds) {
     answers.screen = {.width = static_cast<double>(bounds->width), .height = static_cast<double>(bounds->height)};
@@ -144,7 +149,7 @@ WindowsSnapshot XcbWindows::snapshot() {
                            .active = root.active,
                            .currentDesktop = root.currentDesktop,
                            .screen = root.screen,
-                           .coverage = whenThere};
+                           .coverage = root.isCut ? WindowCoverage::some : whenThere};
   for (std::size_t i = 0; i < root.windows.size(); ++i) {
     const auto raw = takeAnswers(*server, root.windows[i], inquiries[i], root.isManaged);
     if (raw) snapshot.windows.push_back(readWindow(*raw, dependencies));

@@ -125,12 +125,19 @@ TEST_F(XTestEventsTest, AClickForAProcessNeverHitsTheBareDesktop) {
   EXPECT_TRUE(gotNothing(owner));
 }
 
-TEST_F(XTestEventsTest, AKeyForAProcessInTheBackBringsItToTheFrontFirst) {
+// Which of its windows has the keyboard then is for the caller to see before the key goes there.
+TEST_F(XTestEventsTest, AKeyForAProcessInTheBackBringsItToTheFrontAndIsNotPosted) {
   const auto back = window(owner, ownerProgram);
   window(other, otherProgram);
-  pressKey(ownerProgram.pid(), KeyCode::space);
-  EXPECT_TRUE(gets(owner, {"key 65 down", "key 65 up"}));
-  EXPECT_EQ(windows.snapshot().active, back);
+  const auto key = input.createKeyboardEvent(KeyCode::space, true);
+  ASSERT_TRUE(key);
+  input.postToProcess(ownerProgram.pid(), *key);
+  EXPECT_TRUE(waitFor([&] { return windows.snapshot().active == back; }));
+  EXPECT_TRUE(gotNothing(owner));
+  EXPECT_TRUE(waitFor([&] {
+    input.postToProcess(ownerProgram.pid(), *key);
+    return owner.hasInput("key 65 down");
+  }));
   EXPECT_TRUE(gotNothing(other));
 }
 
@@ -238,6 +245,28 @@ TEST_F(XTestEventsTest, WhileTheScreenIsLockedNothingIsPressed) {
   EXPECT_FALSE(behindLock.postToDesktop(*up, process)) << "Nothing was pressed that could be released.";
   EXPECT_TRUE(behindLock.postToDesktop(*down, process));
   EXPECT_TRUE(behindLock.postToDesktop(*up, process));
+}
+
+// While it is asked whether the screen is locked, the program opens another window.
+TEST_F(XTestEventsTest, NothingIsPressedInAWindowThatCameMeanwhile) {
+  window(owner, ownerProgram);
+  int timesAsked = 0;
+  bool isUnmanaged = false;
+  XTestEvents slow{desktop.display(), windows, true, [&] {
+                     ++timesAsked;
+                     window(other, ownerProgram, isUnmanaged);
+                     return false;
+                   }};
+  const auto key = slow.createKeyboardEvent(KeyCode::returnKey, true);
+  ASSERT_TRUE(key);
+  slow.postToProcess(ownerProgram.pid(), *key);
+  isUnmanaged = true;
+  const auto down = slow.createMouseEvent(MouseEventType::leftMouseDown, kInside);
+  ASSERT_TRUE(down);
+  slow.postToProcess(ownerProgram.pid(), *down);
+  EXPECT_EQ(timesAsked, 2);
+  EXPECT_TRUE(gotNothing(owner));
+  EXPECT_TRUE(gotNothing(other));
 }
 
 TEST_F(XTestEventsTest, AnEventMayBePostedAgain) {

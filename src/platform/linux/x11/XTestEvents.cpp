@@ -54,35 +54,6 @@ std::optional<std::int32_t> ownerOf(const ServerConnection& server, xcb_window_t
   return number ? std::optional{static_cast<std::int32_t>(*number)} : std::nullopt;
 }
 
-// Whose window the pointer would meet there, as the server itself finds it: from the root downwards, through frames.
-std::optional<std::int32_t> ownerAt(const ServerConnection& server, std::int16_t x, std::int16_t y) {
-  xcb_window_t window = server.root();
-  for (int depth = 0; depth < kDeepestWindow; ++depth) {
-    const ReplyPointer<xcb_translate_coordinates_reply_t> reply{xcb_translate_coordinates_reply(
-        server.get(), xcb_translate_coordinates(server.get(), server.root(), window, x, y), nullptr)};
-    if (!reply || reply->child == XCB_WINDOW_NONE) return std::nullopt;
-    window = reply->child;
-    if (const auto owner = ownerOf(server, window)) return owner;
-  }
-  return std::nullopt;
-}
-
-// Whose window has the keyboard: the focused window, or the nearest one around it that says whose it is.
-std::optional<std::int32_t> ownerOfKeyboard(const ServerConnection& server) {
-  const ReplyPointer<xcb_get_input_focus_reply_t> focus{
-      xcb_get_input_focus_reply(server.get(), xcb_get_input_focus(server.get()), nullptr)};
-  if (!focus || focus->focus <= XCB_INPUT_FOCUS_POINTER_ROOT) return std::nullopt;
-  xcb_window_t window = focus->focus;
-  for (int height = 0; height < kDeepestWindow && window != server.root() && window != XCB_WINDOW_NONE; ++height) {
-    if (const auto owner = ownerOf(server, window)) return owner;
-    const ReplyPointer<xcb_query_tree_reply_t> reply{
-        xcb_query_tree_reply(server.get(), xcb_query_tree(server.get(), window), nullptr)};
-    if (!reply) return std::nullopt;
-    window = reply->parent;
-  }
-  return std::nullopt;
-}
-
 std::int16_t pixel(double coordinate) { return static_cast<std::int16_t>(std::lround(coordinate)); }
 
 }  // namespace
@@ -138,17 +109,9 @@ void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticE
   if (server == nullptr) return;
   if (known->isRelease()) {
     postRelease(*server, *known);
-    return;
+  } else if (!postIfOwned(*server, processIdentifier, *known) && !known->mouse) {
+    bringKeyboard(*server, processIdentifier);
   }
-  if (known->mouse) {
-    postIf(
-        *server, [&](const auto& held) { return ownerAt(held, known->x, known->y) == processIdentifier; }, *known);
-    return;
-  }
-  const Gate hasKeyboard = [&](const auto& held) { return ownerOfKeyboard(held) == processIdentifier; };
-  if (postIf(*server, hasKeyboard, *known) || (isLocked && isLocked()) || !waitForKeyboard(*server, processIdentifier))
-    return;
-  postIf(*server, hasKeyboard, *known);
 }
 
 bool XTestEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) {
@@ -156,11 +119,41 @@ bool XTestEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::
   if (!known || !isXSession || !expectedOwner) return false;
   const auto* const server = testableServer();
   if (server == nullptr) return false;
-  if (known->isRelease()) return postRelease(*server, *known);
-  const Gate isExpected = [&](const auto& held) {
-    return (known->mouse ? ownerAt(held, known->x, known->y) : ownerOfKeyboard(held)) == expectedOwner;
-  };
-  return postIf(*server, isExpected, *known);
+  return known->isRelease() ? postRelease(*server, *known) : postIfOwned(*server, *expectedOwner, *known);
+}
+
+// As the server itself finds it: from the root downwards, through frames.
+std::optional<XTestEvents::Target> XTestEvents::targetAt(const ServerConnection& server, std::int16_t x,
+                                                         std::int16_t y) {
+  xcb_window_t window = server.root();
+  for (int depth = 0; depth < kDeepestWindow; ++depth) {
+    const ReplyPointer<xcb_translate_coordinates_reply_t> reply{xcb_translate_coordinates_reply(
+        server.get(), xcb_translate_coordinates(server.get(), server.root(), window, x, y), nullptr)};
+    if (!reply || reply->child == XCB_WINDOW_NONE) return std::nullopt;
+    window = reply->child;
+    if (const auto owner = ownerOf(server, window)) return Target{.window = window, .owner = *owner};
+  }
+  return std::nullopt;
+}
+
+// The owner is what the focused window says, or the nearest one around it.
+std::optional<XTestEvents::Target> XTestEvents::targetOfKeys(const ServerConnection& server) {
+  const ReplyPointer<xcb_get_input_focus_reply_t> focus{
+      xcb_get_input_focus_reply(server.get(), xcb_get_input_focus(server.get()), nullptr)};
+  if (!focus || focus->focus <= XCB_INPUT_FOCUS_POINTER_ROOT) return std::nullopt;
+  xcb_window_t window = focus->focus;
+  for (int height = 0; height < kDeepestWindow && window != server.root() && window != XCB_WINDOW_NONE; ++height) {
+    if (const auto owner = ownerOf(server, window)) return Target{.window = focus->focus, .owner = *owner};
+    const ReplyPointer<xcb_query_tree_reply_t> reply{
+        xcb_query_tree_reply(server.get(), xcb_query_tree(server.get(), window), nullptr)};
+    if (!reply) return std::nullopt;
+    window = reply->parent;
+  }
+  return std::nullopt;
+}
+
+std::optional<XTestEvents::Target> XTestEvents::targetOf(const ServerConnection& server, const Event& event) {
+  return event.mouse ? targetAt(server, event.x, event.y) : targetOfKeys(server);
 }
 
 ServerConnection* XTestEvents::testableServer() {
@@ -194,10 +187,11 @@ void XTestEvents::post(const ServerConnection& server, const Event& event) {
   xcb_flush(server.get());
 }
 
-bool XTestEvents::postIf(const ServerConnection& server, const Gate& gate, const Event& event) {
-  if (isLocked && isLocked()) return false;
+bool XTestEvents::postIfOwned(const ServerConnection& server, std::int32_t owner, const Event& event) {
+  const auto target = targetOf(server, event);
+  if (!target || target->owner != owner || (isLocked && isLocked())) return false;
   xcb_grab_server(server.get());
-  const bool isAllowed = gate(server);
+  const bool isAllowed = targetOf(server, event) == target;
   if (isAllowed) post(server, event);
   xcb_ungrab_server(server.get());
   xcb_flush(server.get());
@@ -210,19 +204,22 @@ bool XTestEvents::postRelease(const ServerConnection& server, const Event& event
   return isDown;
 }
 
-bool XTestEvents::waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier) {
+void XTestEvents::bringKeyboard(const ServerConnection& server, std::int32_t processIdentifier) {
+  const auto hasKeyboard = [&] {
+    const auto target = targetOfKeys(server);
+    return target && target->owner == processIdentifier;
+  };
+  if (hasKeyboard() || (isLocked && isLocked())) return;
   const auto snapshot = windows.snapshot();
   const auto topmost = std::find_if(snapshot.windows.rbegin(), snapshot.windows.rend(), [&](const Window& window) {
     return window.processIdentifier == processIdentifier && window.isMapped && window.type != WindowType::dock &&
            window.type != WindowType::desktop;
   });
-  if (topmost == snapshot.windows.rend() || !windows.activate(topmost->id)) return false;
+  if (topmost == snapshot.windows.rend() || !windows.activate(topmost->id)) return;
   const auto deadline = std::chrono::steady_clock::now() + kKeyboardWait;
-  while (ownerOfKeyboard(server) != processIdentifier) {
-    if (std::chrono::steady_clock::now() >= deadline) return false;
+  while (!hasKeyboard() && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(kKeyboardCheckInterval);
   }
-  return true;
 }
 
 void XTestEvents::releaseAll() {

@@ -27,10 +27,12 @@ namespace quillard::x11 {
 //
 // X has no delivery to one process. The closest that does no harm:
 //   - A mouse event is posted only while the topmost window at its point is the process's own.
-//   - A key is posted only while a window of the process has the keyboard. When none has, its topmost window is
-//     activated first, and given up to 100 ms to get it.
+//   - A key is posted only while a window of the process has the keyboard. When none has, nothing is posted; its
+//   topmost
+//     window is activated, and given up to 100 ms to get it, for a caller that checks again which one that is.
 //   - Nothing is posted while the screen is locked: a locker takes the keyboard and leaves the focus where it is.
-//   - Otherwise nothing is posted. The server serves no other client between the check and the event.
+//   - Nothing is posted when it is another window than before the lock was asked for, which takes a while.
+//   - Otherwise nothing is posted. The server serves no other client between the last check and the event.
 //   - A release follows its press wherever that is: the server hands it to whoever got the press, and a button that
 //     stayed down would be worse. Without a press of ours it is not posted.
 // To the desktop is the same without activating anything, and only in a session of X itself: within a Wayland session
@@ -55,17 +57,25 @@ class XTestEvents final : public platform::SyntheticEvents {
 
  private:
   class Event;
-  // Decides whether the window that would get the event may have it.
-  using Gate = std::function<bool(const ServerConnection&)>;
+  // A window that would get an event, and the process that it belongs to.
+  struct Target {
+    std::uint32_t window = 0;
+    std::int32_t owner = 0;
+    bool operator==(const Target&) const = default;
+  };
 
   [[nodiscard]] ServerConnection* testableServer();
   [[nodiscard]] bool isOnScreen(const ServerConnection& server, Point position) const;
   void post(const ServerConnection& server, const Event& event);
-  // Between the gate's check and the event, the server serves no other client. False when the gate said no.
-  bool postIf(const ServerConnection& server, const Gate& gate, const Event& event);
+  // Absent: none, or one that does not say whose it is.
+  [[nodiscard]] static std::optional<Target> targetAt(const ServerConnection& server, std::int16_t x, std::int16_t y);
+  [[nodiscard]] static std::optional<Target> targetOfKeys(const ServerConnection& server);
+  [[nodiscard]] static std::optional<Target> targetOf(const ServerConnection& server, const Event& event);
+  // Between the last check and the event, the server serves no other client. False: nothing was posted.
+  bool postIfOwned(const ServerConnection& server, std::int32_t owner, const Event& event);
   // Without a press of ours, nothing is posted.
   bool postRelease(const ServerConnection& server, const Event& event);
-  bool waitForKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
+  void bringKeyboard(const ServerConnection& server, std::int32_t processIdentifier);
   void releaseAll();
 
   desktop::DesktopWindows& windows;

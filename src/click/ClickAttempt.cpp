@@ -332,19 +332,24 @@ ClickAttempt::Progress ClickAttempt::postAndWait(const std::function<Events()>& 
     if (blocked) return *blocked;
     if (events.empty()) events = make();
     if (std::find(events.begin(), events.end(), nullptr) != events.end()) return Progress::eventNotCreated;
-    const auto progress = deliver(events, delivery);
-    if (progress != Progress::promptRemains) return progress;
+    auto progress = deliver(events, delivery);
+    if (!progress && !delivery.isToDesktop) {
+      // A binding that has to bring the process to the front posts nothing: all is proved again before the key.
+      const auto still = blocker(delivery.proof);
+      progress = still ? still : deliver(events, delivery);
+    }
+    if (progress && progress != Progress::promptRemains) return *progress;
   }
   return Progress::promptRemains;
 }
 
-ClickAttempt::Progress ClickAttempt::deliver(const Events& events, const Delivery& delivery) {
+std::optional<ClickAttempt::Progress> ClickAttempt::deliver(const Events& events, const Delivery& delivery) {
   for (auto event = events.begin(); event + 2 != events.end(); ++event) {
-    if (!post(*event, delivery)) return Progress::promptRemains;
+    if (!post(*event, delivery)) return std::nullopt;
     if (!sleep(kPauseBetweenEvents)) return Progress::stopped;
     if (const auto blocked = blocker(delivery.proof)) return *blocked;  // Another window may have come up meanwhile.
   }
-  if (!post(events[events.size() - 2], delivery)) return Progress::promptRemains;
+  if (!post(events[events.size() - 2], delivery)) return std::nullopt;
   hasActed = true;
   clock.sleep(kPauseBetweenEvents);  // Not stoppable: what went down comes up.
   post(events.back(), delivery);
@@ -354,8 +359,7 @@ ClickAttempt::Progress ClickAttempt::deliver(const Events& events, const Deliver
 bool ClickAttempt::post(const Event& event, const Delivery& delivery) {
   if (delivery.isToDesktop) return syntheticEvents.postToDesktop(*event, delivery.processIdentifier);
   if (!delivery.processIdentifier) return false;
-  syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
-  return true;
+  return syntheticEvents.postToProcess(*delivery.processIdentifier, *event);
 }
 
 }  // namespace quillard

@@ -99,7 +99,8 @@ class ClickAttempt {
   Progress postClickAndWait(Point point, const std::vector<Delivery>& deliveries);
   Progress postKeyAndWait(platform::KeyCode key, const std::vector<Delivery>& deliveries);
   Progress postAndWait(const std::function<Events()>& make, const std::vector<Delivery>& deliveries);
-  Progress deliver(const Events& events, const Delivery& delivery);
+  // Absent: nothing that could press was posted.
+  std::optional<Progress> deliver(const Events& events, const Delivery& delivery);
   // False: nothing was posted.
   bool post(const Event& event, const Delivery& delivery);
 

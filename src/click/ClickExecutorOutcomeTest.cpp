@@ -188,6 +188,18 @@ TEST_F(ClickOutcomeTest, APromptThatWentWhileItCouldNotBeReadWasNotAnsweredHere)
   EXPECT_EQ(tries, 0);
 }
 
+// ---- Events that go nowhere
+
+// The prompt goes by itself just when a key was to be posted.
+TEST_F(ClickOutcomeTest, AnEventThatWasNotPostedIsNoPress) {
+  approve(question(PressEffect::fails(AXError::notImplemented)));
+  events.setReachesProcesses(false);
+  events.setReachesDesktop(false);
+  fakePresence = [this] { return events.creations() == 0; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_GT(events.creations(), 0U);
+}
+
 // ---- Twins and successors
 
 TEST_F(ClickOutcomeTest, OfTwoIdenticalPromptsOneIsPressedAndTheOtherStays) {

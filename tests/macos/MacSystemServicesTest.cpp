@@ -116,7 +116,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
   using platform::MouseEventType;
   for (const auto type : {MouseEventType::moved, MouseEventType::leftMouseDown, MouseEventType::leftMouseUp}) {
     const auto event = events.createMouseEvent(type, {10.5, 20});
-    events.postToProcess(41, *event);
+    EXPECT_TRUE(events.postToProcess(41, *event));
     EXPECT_EQ(mac->events.posted().back().mouse, type);
     EXPECT_EQ(mac->events.posted().back().position, (Point{10.5, 20}));
     EXPECT_EQ(mac->events.posted().back().processIdentifier, 41);
@@ -135,7 +135,7 @@ TEST_F(MacSyntheticEventsTest, EachEventIsWhatItWasMadeAsAndMayBePostedAgain) {
 
 TEST_F(MacSyntheticEventsTest, AnEventOfAnotherBindingIsNotPosted) {
   const auto foreign = mac->events.createMouseEvent(platform::MouseEventType::moved, {});
-  events.postToProcess(41, *foreign);
+  EXPECT_FALSE(events.postToProcess(41, *foreign));
   events.postToDesktop(*foreign, std::nullopt);
   EXPECT_TRUE(mac->events.posted().empty());
 }

@@ -32,8 +32,9 @@ class SyntheticEvents {
   [[nodiscard]] virtual std::unique_ptr<SyntheticEvent> createMouseEvent(MouseEventType type, Point position) = 0;
   [[nodiscard]] virtual std::unique_ptr<SyntheticEvent> createKeyboardEvent(KeyCode key, bool isDown) = 0;
 
-  // To one process, whatever is in front: or the closest that the system offers.
-  virtual void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) = 0;
+  // To one process, whatever is in front: or the closest that the system offers. False: nothing was posted, and nothing
+  // will be.
+  virtual bool postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) = 0;
   // Where the hardware's events enter: whatever is in front, or under the point, gets it. `expectedOwner`: the process
   // whose window that should be; absent: unknown. A binding that can check it posts nothing to any other. False:
   // nothing was posted, and nothing will be.

@@ -72,8 +72,10 @@ std::unique_ptr<SyntheticEvent> MacSyntheticEvents::createKeyboardEvent(platform
   return madeOf(CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), systemKey(key), isDown)));
 }
 
-void MacSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
-  if (const CGEventRef made = systemEvent(event)) CGEventPostToPid(processIdentifier, made);
+bool MacSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
+  const CGEventRef made = systemEvent(event);
+  if (made) CGEventPostToPid(processIdentifier, made);
+  return made != nullptr;
 }
 
 bool MacSyntheticEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> /*expectedOwner*/) {

@@ -29,8 +29,10 @@ std::unique_ptr<SyntheticEvent> SimulatedSyntheticEvents::create(const PostedEve
   return std::make_unique<SimulatedEvent>(event);
 }
 
-void SimulatedSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
+bool SimulatedSyntheticEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
+  if (!reachesProcesses) return false;
   post(processIdentifier, event);
+  return true;
 }
 
 bool SimulatedSyntheticEvents::postToDesktop(const SyntheticEvent& event,

@@ -43,6 +43,8 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   // While not, nothing can be posted to the desktop, as in a Wayland session. At first it can. Whose window it reaches
   // is not checked, as on a Mac.
   void setReachesDesktop(bool reaches) { reachesDesktop = reaches; }
+  // While not, nothing can be posted to any process, as to one whose window another one covers. At first it can.
+  void setReachesProcesses(bool reaches) { reachesProcesses = reaches; }
   // Whether Return presses the focused button rather than the default one, where a button is focused, as with some
   // toolkits. At first it does not.
   void setReturnPressesFocusedButton(bool presses) { returnPressesFocusedButton = presses; }
@@ -54,7 +56,7 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
 
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createMouseEvent(MouseEventType type, Point position) override;
   [[nodiscard]] std::unique_ptr<SyntheticEvent> createKeyboardEvent(KeyCode key, bool isDown) override;
-  void postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) override;
+  bool postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) override;
   bool postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) override;
 
  private:
@@ -73,6 +75,7 @@ class SimulatedSyntheticEvents final : public SyntheticEvents {
   std::size_t created = 0;
   bool losesEvents = false;
   bool reachesDesktop = true;
+  bool reachesProcesses = true;
   bool returnPressesFocusedButton = false;
   std::optional<NodeHandle> heldDown;  // What the mouse went down on.
   std::vector<PostedEvent> allPosted;

@@ -29,7 +29,7 @@ class SimulatedSyntheticEventsTest : public testing::Test {
     for (const bool isDown : {true, false}) post(*events.createKeyboardEvent(key, isDown), process);
   }
   void post(const SyntheticEvent& event, std::optional<std::int32_t> process) {
-    process ? events.postToProcess(*process, event) : (void)events.postToDesktop(event, std::nullopt);
+    EXPECT_TRUE(process ? events.postToProcess(*process, event) : events.postToDesktop(event, std::nullopt));
   }
 
   SimulatedWorld world{Seed{3}};

@@ -54,8 +54,9 @@ TEST_P(SyntheticEventsContract, AClickAtTheCentreOfAButtonPressesIt) {
   const auto frame = AXHelpers::frame(accessibility(), *allow);
   ASSERT_TRUE(frame);
   if (lacks(DesktopCapability::syntheticInput)) return expectNoInput(*binding, *program, center(*frame));
-  click(*binding, center(*frame),
-        [&](const auto& event) { binding->syntheticEvents().postToProcess(program->processIdentifier(), event); });
+  click(*binding, center(*frame), [&](const auto& event) {
+    EXPECT_TRUE(binding->syntheticEvents().postToProcess(program->processIdentifier(), event));
+  });
   EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
   EXPECT_EQ(program->presses(), std::vector<std::string>{"Allow"});
 }
@@ -87,8 +88,11 @@ TEST_P(SyntheticEventsContract, SpacePressesTheFocusedButton) {
   }
   EXPECT_TRUE(binding->eventually(
       [&] { return AXHelpers::focusedElement(accessibility(), accessibility()) == std::optional{*allow}; }));
-  pressKey(*binding, KeyCode::space,
-           [&](const auto& event) { binding->syntheticEvents().postToProcess(program->processIdentifier(), event); });
+  // The desktop may know it a moment later than the program.
+  pressKey(*binding, KeyCode::space, [&](const auto& event) {
+    EXPECT_TRUE(binding->eventually(
+        [&] { return binding->syntheticEvents().postToProcess(program->processIdentifier(), event); }));
+  });
   EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
   EXPECT_EQ(program->presses(), std::vector<std::string>{"Allow"});
 }

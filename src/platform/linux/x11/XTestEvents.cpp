@@ -103,15 +103,14 @@ std::unique_ptr<SyntheticEvent> XTestEvents::createKeyboardEvent(KeyCode key, bo
   return code ? std::make_unique<Event>(*code, isDown) : nullptr;
 }
 
-void XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
+bool XTestEvents::postToProcess(std::int32_t processIdentifier, const SyntheticEvent& event) {
   const auto* const known = dynamic_cast<const Event*>(&event);
   const auto* const server = known ? testableServer() : nullptr;
-  if (server == nullptr) return;
-  if (known->isRelease()) {
-    postRelease(*server, *known);
-  } else if (!postIfOwned(*server, processIdentifier, *known) && !known->mouse) {
-    bringKeyboard(*server, processIdentifier);
-  }
+  if (server == nullptr) return false;
+  if (known->isRelease()) return postRelease(*server, *known);
+  if (postIfOwned(*server, processIdentifier, *known)) return true;
+  if (!known->mouse) bringKeyboard(*server, processIdentifier);
+  return false;
 }
 
 bool XTestEvents::postToDesktop(const SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) {

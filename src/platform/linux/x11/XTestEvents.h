@@ -52,7 +52,7 @@ class XTestEvents final : public platform::SyntheticEvents {
                                                                            Point position) override;
   [[nodiscard]] std::unique_ptr<platform::SyntheticEvent> createKeyboardEvent(platform::KeyCode key,
                                                                               bool isDown) override;
-  void postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
+  bool postToProcess(std::int32_t processIdentifier, const platform::SyntheticEvent& event) override;
   bool postToDesktop(const platform::SyntheticEvent& event, std::optional<std::int32_t> expectedOwner) override;
 
  private:

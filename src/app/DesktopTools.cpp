@@ -77,8 +77,10 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
   return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
     if (command.asJson) return scanJson(diagnosis);
     const auto unreadable = platform.capabilities.unreadablePrograms();
-    return scanText(diagnosis) + (unreadable.isKnown() ? unreadableText(unreadable.value())
-                                                       : "cannot be read  " + unreadable.limitation().reason + "\n");
+    if (!unreadable.isKnown()) return scanText(diagnosis) + "cannot be read  " + unreadable.limitation().reason + "\n";
+    const auto& missing = unreadable.missing();
+    return scanText(diagnosis) + unreadableText(unreadable.value()) +
+           (missing ? "cannot be read  " + missing->reason + "\n" : "");
   });
 }
 

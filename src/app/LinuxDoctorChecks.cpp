@@ -69,6 +69,7 @@ DoctorCheck programsCheck(const DoctorFacts& facts) {
                     std::to_string(program.processIdentifier) + ")";
   }
   check.detail += ".";
+  if (const auto& missing = facts.unreadablePrograms.missing()) check.detail += " Of others: " + missing->reason;
   check.remedy = UnreadableProgramTexts::remedies(programs);
   if (isOneOffered(programs)) check.remedy += " \"quillard readable\" changes how it is started from the menu.";
   if (!facts.hasGtk2Bridge) {

@@ -35,7 +35,8 @@ ExitCode list(const Programs& programs, platform::ReadableStarts& starts, const 
   std::string text;
   if (programs.isKnown()) {
     for (const auto& program : programs.value()) text += describe(program);
-    if (programs.value().empty()) text = "All that have windows can be read.\n";
+    if (const auto& missing = programs.missing()) text += missing->reason + "\n";
+    if (text.empty()) text = "All that have windows can be read.\n";
   } else {
     text = programs.limitation().reason + "\n";
   }

@@ -62,6 +62,16 @@ TEST_F(ReadableTool, SaysWhatItCannotDo) {
   EXPECT_EQ(errorText, "The entry of Chat was changed since.\n");
 }
 
+TEST_F(ReadableTool, MendsWhatWasFoundWhereOthersMayBeMissing) {
+  world.capabilities().setLimitation(platform::DesktopCapability::windowList,
+                                     platform::Limitation{.reason = "Some are not seen.", .isPartial = true});
+  EXPECT_EQ(run({}), ExitCode::fine);
+  EXPECT_NE(printed.find("cannot be read  Chat (process 900)\n"), std::string::npos) << printed;
+  EXPECT_TRUE(printed.ends_with("Some are not seen.\n")) << printed;
+  EXPECT_EQ(run({.program = "chat"}), ExitCode::fine) << errorText;
+  EXPECT_TRUE(world.readableStarts().isReadable("org.example.chat"));
+}
+
 TEST_F(ReadableTool, ClaimsNothingWhereItIsNotKnownWhatCanBeRead) {
   world.capabilities().setLimitation(platform::DesktopCapability::windowList, platform::Limitation{"No display."});
   EXPECT_EQ(run({}), ExitCode::cannotDoHere);

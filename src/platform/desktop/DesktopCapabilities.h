@@ -43,8 +43,8 @@ class DesktopCapabilities {
 
   // The programs with windows that the accessibility interface does not reach, or of which it tells nothing that is in
   // them; this process is never among them. Not known where accessibility is not to be had, and where windows cannot be
-  // listed or programs not be told apart by that. Waits for services of the session: not for a thread that must stay
-  // responsive.
+  // listed, programs not be told apart by that, or programs do not answer, and none was found all the same. Waits for
+  // services of the session: not for a thread that must stay responsive.
   [[nodiscard]] virtual Finding<std::vector<UnreadableProgram>> unreadablePrograms() = 0;
 };
 

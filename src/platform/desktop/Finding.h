@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -13,11 +14,15 @@ struct Limitation {
   bool operator==(const Limitation&) const = default;
 };
 
-// What a binding found, or why it cannot know: an empty list says "there are none" and nothing else.
+// What a binding found, or why it cannot know: an empty list says "there are none" and nothing else, unless others may
+// be missing from it.
 template <class T>
 class Finding {
  public:
   Finding(T value) : content(std::in_place_index<0>, std::move(value)) {}
+  // `missing`: why others may be there, too.
+  Finding(T value, Limitation missing)
+      : content(std::in_place_index<0>, std::move(value)), others(std::move(missing)) {}
   Finding(Limitation limitation) : content(std::in_place_index<1>, std::move(limitation)) {}
 
   [[nodiscard]] bool isKnown() const { return content.index() == 0; }
@@ -26,10 +31,14 @@ class Finding {
   // Only of what is not.
   [[nodiscard]] const Limitation& limitation() const { return std::get<1>(content); }
 
+  // Of what is known. Absent: it is all that there is.
+  [[nodiscard]] const std::optional<Limitation>& missing() const { return others; }
+
   bool operator==(const Finding&) const = default;
 
  private:
   std::variant<T, Limitation> content;
+  std::optional<Limitation> others;
 };
 
 }  // namespace quillard::platform

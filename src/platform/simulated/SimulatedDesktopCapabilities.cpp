@@ -17,7 +17,8 @@ std::optional<Limitation> SimulatedDesktopCapabilities::limitation(DesktopCapabi
 
 Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadablePrograms() {
   if (accessibility.isProcessTrusted() != ProcessTrust::granted) return Limitation{"Not known without accessibility."};
-  if (const auto missing = limitation(DesktopCapability::windowList); missing && !missing->isPartial) {
+  const auto missing = limitation(DesktopCapability::windowList);
+  if (missing && !missing->isPartial) {
     return Limitation{"Not known: " + missing->reason};
   }
   std::vector<UnreadableProgram> programs;
@@ -29,6 +30,7 @@ Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadable
     programs.push_back(
         {.processIdentifier = *process, .name = name, .remedy = "", .startEntry = starts.offeredFor(name)});
   }
+  if (missing && !programs.empty()) return {std::move(programs), *missing};
   return programs;
 }
 

@@ -1,6 +1,7 @@
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/linux/accessibility/UnreadableRemedy.h"
 #include "platform/linux/catalogues/ProcessFolder.h"
@@ -31,16 +32,6 @@ constexpr int kReadings = 3;
 
 std::string silence(std::size_t programs) {
   return "Not known: " + std::to_string(programs) + (programs == 1 ? " program" : " programs") + " did not answer.";
-}
-
-// What is known all the same.
-std::string emptyOnes(const std::vector<platform::UnreadableProgram>& programs) {
-  std::string text;
-  for (const auto& program : programs) {
-    text += " Of the windows of " + program.name + " (process " + std::to_string(program.processIdentifier) +
-            ") nothing can be read. " + program.remedy;
-  }
-  return text;
 }
 
 // Window managers and the like have windows on the bus that nobody is meant to see.
@@ -82,14 +73,15 @@ platform::Finding<std::vector<platform::UnreadableProgram>> LinuxDesktopCapabili
     if (mayShowWindow(process, snapshot)) onBus.push_back(unreadable(process, /*isOnBus=*/true));
   }
   const auto unseen = accessibility.unseenProcesses();
-  if (!unseen) return Limitation{.reason = kWindowsNotKnown + emptyOnes(onBus), .isPartial = !onBus.empty()};
   std::vector<platform::UnreadableProgram> programs;
-  for (const auto process : *unseen) programs.push_back(unreadable(process, /*isOnBus=*/false));
+  for (const auto process : unseen.value_or(std::vector<std::int32_t>{})) {
+    programs.push_back(unreadable(process, /*isOnBus=*/false));
+  }
   programs.insert(programs.end(), onBus.begin(), onBus.end());
-  // Of a desktop that knows only some of its windows, what is found is there, but others may be missing.
-  if (programs.empty() && !found->silent.empty()) return Limitation{silence(found->silent.size()), /*isPartial=*/true};
-  if (programs.empty() && windows.coverage() != desktop::WindowCoverage::all) return Limitation{kWindowsNotKnown};
-  return programs;
+  const auto missing = whyOthersMayBeMissing(unseen.has_value(), found->silent.size());
+  if (!missing) return programs;
+  if (programs.empty()) return *missing;
+  return {std::move(programs), *missing};
 }
 
 std::optional<HollowPrograms> LinuxDesktopCapabilities::hollowPrograms() {
@@ -98,6 +90,14 @@ std::optional<HollowPrograms> LinuxDesktopCapabilities::hollowPrograms() {
     found = accessibility.hollowPrograms();
   }
   return found;
+}
+
+// Of a desktop that knows only some of its windows, what is found is there, and so it is where programs were silent.
+std::optional<Limitation> LinuxDesktopCapabilities::whyOthersMayBeMissing(bool areWindowsKnown,
+                                                                          std::size_t silent) const {
+  if (silent > 0) return Limitation{.reason = silence(silent), .isPartial = true};
+  if (areWindowsKnown && windows.coverage() == desktop::WindowCoverage::all) return std::nullopt;
+  return Limitation{kWindowsNotKnown};
 }
 
 platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t process, bool isOnBus) const {

@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "approvals/PendingApprovalJson.h"
+#include "relay/RelayAddress.h"
 #include "relay/RelayCrypto.h"
 #include "status/MenuBarIcon.h"
 
@@ -18,11 +19,32 @@ namespace {
 constexpr std::string_view kBearer = "Bearer ";
 
 template <class Request>
-std::string bearerOf(const Request& request) {
+std::optional<std::string> headerOf(const Request& request, std::string_view name) {
   for (const auto& header : request.headers) {
-    if (header.name == "authorization") return header.value.substr(kBearer.size());
+    if (header.name == name) return header.value;
   }
-  return {};
+  return std::nullopt;
+}
+
+template <class Request>
+std::string bearerOf(const Request& request) {
+  const auto header = headerOf(request, "authorization");
+  return header ? header->substr(kBearer.size()) : "";
+}
+
+// Of "…/api/pairings/NAME/relay-token".
+std::string pairingOf(const platform::HttpRequest& request) {
+  constexpr std::string_view kBefore = "/api/pairings/";
+  const auto start = request.url.find(kBefore);
+  if (start == std::string::npos) return {};
+  const auto name = request.url.substr(start + kBefore.size());
+  return name.substr(0, name.find('/'));
+}
+
+// Also where one of them knows no computer's key yet.
+bool isSamePairing(const InstallationSecrets& one, const InstallationSecrets& other) {
+  return one.pairingID == other.pairingID && one.relayAuthToken == other.relayAuthToken &&
+         one.e2eSecret == other.e2eSecret;
 }
 
 std::string typeOf(const std::string& frame) {
@@ -78,16 +100,33 @@ void SimulatedRelay::revoke(const std::string& pairingID) {
 
 void SimulatedRelay::loseDatabase() {
   tokens.clear();
+  computerKeys.clear();
   dropConnections();
 }
 
 platform::HttpOutcome SimulatedRelay::registered(const platform::HttpRequest& request) {
   if (registrationAnswer) return *registrationAnswer;
-  for (const auto& pairingID : revokedPairingIDs) {
-    if (request.url.find("/api/pairings/" + pairingID + "/") != std::string::npos) return platform::HttpResponse{410};
+  const auto pairingID = pairingOf(request);
+  if (isRevoked(pairingID)) return platform::HttpResponse{410};
+  if (const auto refusal = learnComputer(pairingID, headerOf(request, kComputerKeyHeader))) {
+    return platform::HttpResponse{*refusal};
   }
   tokens.insert(bearerOf(request));
   return platform::HttpResponse{204};
+}
+
+std::optional<int> SimulatedRelay::learnComputer(const std::string& pairingID, const std::optional<std::string>& key) {
+  const auto known = computerKeys.find(pairingID);
+  if (known != computerKeys.end()) return known->second == key ? std::nullopt : std::optional{409};
+  const bool isNew = !key || *key == "new";
+  if (isNew) return wantsComputerKeys ? std::optional{428} : std::nullopt;
+  computerKeys.emplace(pairingID, *key);
+  return std::nullopt;
+}
+
+bool SimulatedRelay::isComputer(const std::string& pairingID, const std::optional<std::string>& key) const {
+  const auto known = computerKeys.find(pairingID);
+  return known == computerKeys.end() || known->second == key;
 }
 
 void SimulatedRelay::started(const SocketHandle& socket) {
@@ -97,9 +136,9 @@ void SimulatedRelay::started(const SocketHandle& socket) {
     return;
   }
   if (socketAnswer) return socket->refuse(*socketAnswer);
-  if (revokedPairingIDs.contains(secrets->pairingID) || wasRevokedByAgent(secrets->pairingID))
-    return socket->refuse(410);
-  if (!tokens.contains(bearerOf(socket->request()))) return socket->refuse(401);
+  if (isRevoked(secrets->pairingID)) return socket->refuse(410);
+  const bool isComputersOwn = isComputer(secrets->pairingID, headerOf(socket->request(), kComputerKeyHeader));
+  if (!tokens.contains(bearerOf(socket->request())) || !isComputersOwn) return socket->refuse(401);
   all.push_back({socket, *secrets});
   socket->accept();
 }
@@ -127,7 +166,8 @@ std::vector<std::string> SimulatedRelay::revokedByAgents() const {
   return pairingIDs;
 }
 
-bool SimulatedRelay::wasRevokedByAgent(const std::string& pairingID) const {
+bool SimulatedRelay::isRevoked(const std::string& pairingID) const {
+  if (revokedPairingIDs.contains(pairingID)) return true;
   const auto revoked = revokedByAgents();
   return std::find(revoked.begin(), revoked.end(), pairingID) != revoked.end();
 }
@@ -135,7 +175,7 @@ bool SimulatedRelay::wasRevokedByAgent(const std::string& pairingID) const {
 SocketHandle SimulatedRelay::agentOf(const InstallationSecrets& secrets) const {
   for (auto conversation = all.rbegin(); conversation != all.rend(); ++conversation) {
     const bool isOpen = conversation->socket->isAccepted() && !conversation->socket->isEnded();
-    if (isOpen && conversation->secrets == secrets) return conversation->socket;
+    if (isOpen && isSamePairing(conversation->secrets, secrets)) return conversation->socket;
   }
   return {};
 }
@@ -256,7 +296,7 @@ void SimulatedPhone::read() {
   if (!secrets) return;
   const auto& conversations = relay.conversations();
   for (std::size_t i = 0; i < conversations.size(); ++i) {
-    if (conversations[i].secrets != *secrets) continue;
+    if (!isSamePairing(conversations[i].secrets, *secrets)) continue;
     const auto frames = conversations[i].socket->receivedTexts();
     for (auto& next = framesRead[i]; next < frames.size(); ++next) {
       const auto& frame = frames[next];

@@ -44,8 +44,11 @@ class SimulatedRelay {
   void revoke(const std::string& pairingID);
   // As if it had never been revoked.
   void unrevoke(const std::string& pairingID) { revokedPairingIDs.erase(pairingID); }
-  // Kills every connection, and knows no token any more.
+  // Kills every connection, and knows no token and no computer any more.
   void loseDatabase();
+  // From now on it wants to know each pairing's computer by a key. At first it asks for none, and checks those that it
+  // was shown.
+  void wantComputerKeys() { wantsComputerKeys = true; }
   // From now on sockets are answered with this HTTP status; absent: as they should be.
   void answerSocketsWith(std::optional<int> status) { socketAnswer = status; }
 
@@ -68,7 +71,10 @@ class SimulatedRelay {
   platform::HttpOutcome registered(const platform::HttpRequest& request);
   void started(const SocketHandle& socket);
   [[nodiscard]] std::optional<InstallationSecrets> secretsOf(const std::string& token) const;
-  [[nodiscard]] bool wasRevokedByAgent(const std::string& pairingID) const;
+  [[nodiscard]] bool isRevoked(const std::string& pairingID) const;
+  // Absent: this computer may use the pairing. Otherwise the status that says why not.
+  [[nodiscard]] std::optional<int> learnComputer(const std::string& pairingID, const std::optional<std::string>& key);
+  [[nodiscard]] bool isComputer(const std::string& pairingID, const std::optional<std::string>& key) const;
 
   platform::simulated::SimulatedWorld& world;
   bool isUp = true;
@@ -76,6 +82,8 @@ class SimulatedRelay {
   std::optional<int> socketAnswer;
   std::set<std::string> revokedPairingIDs;
   std::set<std::string> tokens;  // Of all pairings.
+  bool wantsComputerKeys = false;
+  std::map<std::string, std::string> computerKeys;  // By pairing.
   std::vector<Conversation> all;
 };
 

@@ -35,6 +35,7 @@ std::optional<UserDefaultsValue> SimulatedUserDefaults::object(std::string_view 
 
 void SimulatedUserDefaults::set(std::string_view key, UserDefaultsValue value) {
   const MutexLock lock{mutex};
+  if (isLost()) return;
   changes.insert_or_assign(std::string(key), value);
   values.insert_or_assign(std::string(key), std::move(value));
   (void)write();
@@ -43,7 +44,7 @@ void SimulatedUserDefaults::set(std::string_view key, UserDefaultsValue value) {
 void SimulatedUserDefaults::remove(std::string_view key) {
   const MutexLock lock{mutex};
   const auto found = values.find(key);
-  if (found == values.end()) return;
+  if (found == values.end() || isLost()) return;
   values.erase(found);
   changes.insert_or_assign(std::string(key), std::nullopt);
   (void)write();
@@ -78,6 +79,25 @@ bool SimulatedUserDefaults::write() {
   }
   changes.clear();
   return true;
+}
+
+void SimulatedUserDefaults::loseChangesAfter(std::size_t changes) {
+  const MutexLock lock{mutex};
+  changesLeft = changes;
+  hasLost = false;
+}
+
+bool SimulatedUserDefaults::keepChanges() {
+  const MutexLock lock{mutex};
+  changesLeft.reset();
+  return hasLost;
+}
+
+bool SimulatedUserDefaults::isLost() {
+  if (!changesLeft) return false;
+  if (*changesLeft == 0) return hasLost = true;
+  --*changesLeft;
+  return false;
 }
 
 }  // namespace quillard::platform::simulated

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -26,12 +28,19 @@ class SimulatedUserDefaults final : public UserDefaults {
   // Sorted.
   [[nodiscard]] std::vector<std::string> keys() const;
 
+  // What a process that is killed leaves: after this many more changes, all others are lost, until `keepChanges`.
+  void loseChangesAfter(std::size_t changes);
+  // False: none was lost since `loseChangesAfter`.
+  bool keepChanges();
+
   [[nodiscard]] std::optional<UserDefaultsValue> object(std::string_view key) const override;
   void set(std::string_view key, UserDefaultsValue value) override;
   void remove(std::string_view key) override;
   [[nodiscard]] std::optional<std::string> synchronize() override;
 
  private:
+  [[nodiscard]] bool isLost() QUILLARD_REQUIRES(mutex);
+
   struct Disk;
   explicit SimulatedUserDefaults(std::shared_ptr<Disk> disk);
 
@@ -50,6 +59,8 @@ class SimulatedUserDefaults final : public UserDefaults {
   Values values QUILLARD_GUARDED_BY(mutex);
   // Not on the disk yet. Absent: removed.
   std::map<std::string, std::optional<UserDefaultsValue>, std::less<>> changes QUILLARD_GUARDED_BY(mutex);
+  std::optional<std::size_t> changesLeft QUILLARD_GUARDED_BY(mutex);  // Absent: all are kept.
+  bool hasLost QUILLARD_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace quillard::platform::simulated

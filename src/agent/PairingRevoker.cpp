@@ -14,6 +14,8 @@ constexpr Seconds kAttemptTimeout{20};
 constexpr Seconds kSettlingTime{5};
 constexpr Seconds kFirstDelay{60};
 constexpr Seconds kLongestDelay{3600};
+// A relay that does not know a pairing may be about to: what was said before is not counted.
+constexpr Seconds kFirstCountedDelay{1800};
 
 }  // namespace
 
@@ -30,7 +32,7 @@ void PairingRevoker::keep(const UnsentRevocation& revocation) { pending.add(revo
 
 void PairingRevoker::startSoon() {
   if (isStopped || isIdle()) return;
-  nextDelay = kFirstDelay;
+  nextDelay = lastDelay = kFirstDelay;
   if (client) return;  // It follows.
   nextStep = dependencies.executors.mainThread().postAfter(kSettlingTime, scope.bind([this] { attempt(); }));
 }
@@ -47,7 +49,7 @@ void PairingRevoker::attempt() {
   const auto& secrets = revocations.front().secrets;
   pairingID = secrets.pairingID;
   const auto address = relaySocketURL({.relayURL = revocations.front().relayURL, .pairingID = pairingID});
-  if (!std::holds_alternative<std::string>(address)) return ended(/*isOver=*/true);
+  if (!std::holds_alternative<std::string>(address)) return ended(End::over);
   if (!queue) {
     queue = dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
   }
@@ -60,8 +62,7 @@ void PairingRevoker::attempt() {
       clientCallbacks(), *queue,
       RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
                               dependencies.stampClock});
-  nextStep =
-      dependencies.executors.mainThread().postAfter(kAttemptTimeout, scope.bind([this] { ended(/*isOver=*/false); }));
+  nextStep = dependencies.executors.mainThread().postAfter(kAttemptTimeout, scope.bind([this] { ended(End::failed); }));
   client->connect();
 }
 
@@ -77,7 +78,9 @@ RelayClientCallbacks PairingRevoker::clientCallbacks() {
           .onSuppressionCommand = [](const auto&) {},
           .onStatusChange =
               onMainThread([this](const RelayConnectionStatus& status) { connectionChanged(status.relayConnected); }),
-          .onRefused = onMainThread([this](RelayRefusal) { ended(/*isOver=*/true); })};
+          .onRefused = onMainThread([this](RelayRefusal refusal) {
+            ended(refusal == RelayRefusal::pairingRevoked ? End::over : End::refused);
+          })};
 }
 
 // A relay that was asked ends the connection, and refuses the next one, which the client tries by itself.
@@ -86,20 +89,35 @@ void PairingRevoker::connectionChanged(bool isConnected) {
   if (isConnected && !hadAsked) client->unpairPhone(std::nullopt, [](bool) {});
 }
 
-void PairingRevoker::ended(bool isOver) {
+void PairingRevoker::ended(End end) {
   letGoOfClient();
   nextStep.reset();
+  const bool isOver = end == End::over || !putBack(/*isRefused=*/end == End::refused);
   if (isOver) {
     pending.remove(pairingID);
-    nextDelay = kFirstDelay;
+    nextDelay = lastDelay = kFirstDelay;
   }
-  auto left = pending.all();
-  if (left.empty() || isStopped) return;
+  if (isIdle() || isStopped) return;
   if (isOver) return attempt();
-  // The others are not to wait for one whose relay is gone.
-  pending.add(std::move(left.front()));
+  lastDelay = nextDelay;
   nextStep = dependencies.executors.mainThread().postAfter(nextDelay, scope.bind([this] { attempt(); }));
   nextDelay = std::min(2 * nextDelay, kLongestDelay);
+}
+
+// Behind the others, which are not to wait for one whose relay is gone. False: it has been tried often enough.
+bool PairingRevoker::putBack(bool isRefused) {
+  const auto all = pending.all();
+  const auto tried =
+      std::find_if(all.begin(), all.end(), [this](const auto& one) { return one.secrets.pairingID == pairingID; });
+  if (tried == all.end()) return false;
+  auto left = *tried;
+  ++left.attempts;
+  if (isRefused && lastDelay >= kFirstCountedDelay) ++left.refusals;
+  if (left.attempts >= PendingRevocations::kMostAttempts || left.refusals >= PendingRevocations::kMostRefusals) {
+    return false;
+  }
+  pending.add(std::move(left));
+  return true;
 }
 
 void PairingRevoker::letGoOfClient() {

@@ -30,9 +30,10 @@ struct PairingRevokerDependencies {
 
 // Sees to it that the relay learns of each pairing that was given up: it connects as that pairing's computer, and asks
 // for the revocation where it is let in. That a request was sent proves nothing, as a link that has just gone takes it,
-// too: a revocation is kept until the relay refuses the computer, because it calls the pairing revoked or does not know
-// it. One pairing at a time; an attempt takes 20 s at most, and the next one follows after a minute, then after twice
-// as long each time, an hour at most. What is left is tried in the next run.
+// too: a revocation is kept until the relay calls the pairing revoked, or has not known it for hours, since a relay
+// that was restored from a backup, or is behind the others of its cluster, may know it again. One pairing at a time; an
+// attempt takes 20 s at most, and the next one follows after a minute, then after twice as long each time, an hour at
+// most. What is left is tried in the next run. A relay that is gone for good is tried for some months.
 //
 // States: idle -> trying -> waiting -> trying ..., and idle; stopped. Nothing is made while nothing is to be told. Main
 // thread.
@@ -58,7 +59,13 @@ class PairingRevoker {
   void attempt();
   [[nodiscard]] RelayClientCallbacks clientCallbacks();
   void connectionChanged(bool isConnected);
-  void ended(bool isOver);
+  enum class End {
+    over,     // The relay knows.
+    refused,  // It does not know the pairing.
+    failed,   // It could not be reached, or was asked just now.
+  };
+  void ended(End end);
+  [[nodiscard]] bool putBack(bool isRefused);
   void letGoOfClient();
 
   const PairingRevokerDependencies dependencies;
@@ -66,6 +73,7 @@ class PairingRevoker {
   bool isStopped = false;
   bool hasAsked = false;  // On the present connection of this attempt's client.
   Seconds nextDelay;
+  Seconds lastDelay{};                              // Before the attempt under way; zero at the start.
   std::string pairingID;                            // Of the attempt under way.
   std::unique_ptr<platform::SerialExecutor> queue;  // Present once something was to be told.
   std::unique_ptr<RelayClient> client;              // Present during an attempt.

@@ -1,10 +1,16 @@
 #include "relay/PendingRevocations.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <span>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <variant>
+
+#include "foundation/UrlComponents.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 namespace {
@@ -15,6 +21,9 @@ constexpr std::string_view kKey = "quillard.pending-revocations";
 
 // Before the address of one that was only offered: no address begins with it.
 constexpr char kOffer = '?';
+
+// Behind the address, each after a blank: the attempts and the refusals. No address holds a blank.
+constexpr char kBlank = ' ';
 
 // Two lines for each: the relay's address and the secrets' stored form, neither of which holds a line break.
 void append(Bytes& bytes, std::string_view line) {
@@ -29,6 +38,39 @@ std::span<const std::uint8_t> takeLine(std::span<const std::uint8_t>& rest) {
   return line;
 }
 
+// What follows the next blank. Zero: no number does.
+std::uint32_t takeCount(std::string_view& rest) {
+  rest.remove_prefix(std::min(rest.size(), rest.find(kBlank)));
+  if (rest.empty()) return 0;
+  rest.remove_prefix(1);
+  std::uint32_t count = 0;
+  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), count);
+  return error == std::errc{} ? std::min(count, PendingRevocations::kMostAttempts) : 0;
+}
+
+// The line before the secrets.
+UnsentRevocation readHead(std::string_view line) {
+  UnsentRevocation read;
+  read.isOffer = line.starts_with(kOffer);
+  if (read.isOffer) line.remove_prefix(1);
+  read.relayURL = line.substr(0, line.find(kBlank));
+  read.attempts = takeCount(line);
+  read.refusals = takeCount(line);
+  return read;
+}
+
+std::string headOf(const UnsentRevocation& revocation) {
+  std::string line = (revocation.isOffer ? std::string(1, kOffer) : std::string()) + revocation.relayURL;
+  for (const auto count : {revocation.attempts, revocation.refusals}) line += kBlank + std::to_string(count);
+  return line;
+}
+
+// The key is for new pairings, and its operator's.
+void removeRegistrationKey(std::string& relayURL) {
+  auto relay = UrlComponents::parse(relayURL);
+  if (relay && relay->removeQueryItem(kRegistrationKeyItem)) relayURL = relay->text();
+}
+
 }  // namespace
 
 std::vector<UnsentRevocation> PendingRevocations::all() const {
@@ -38,18 +80,20 @@ std::vector<UnsentRevocation> PendingRevocations::all() const {
   if (!bytes) return revocations;
   std::span<const std::uint8_t> rest{*bytes};
   while (!rest.empty() && revocations.size() < kMost) {
-    auto address = takeLine(rest);
-    const bool isOffer = !address.empty() && address.front() == kOffer;
-    if (isOffer) address = address.subspan(1);
+    const auto head = takeLine(rest);
+    auto revocation = readHead({reinterpret_cast<const char*>(head.data()), head.size()});
     auto secrets = readInstallationSecrets(takeLine(rest));
-    if (secrets) revocations.push_back({std::string(address.begin(), address.end()), *std::move(secrets), isOffer});
+    if (!secrets) continue;
+    revocation.secrets = *std::move(secrets);
+    revocations.push_back(std::move(revocation));
   }
   wipe(*bytes);
   return revocations;
 }
 
 void PendingRevocations::add(UnsentRevocation revocation) {
-  if (revocation.relayURL.find('\n') != std::string::npos) return;
+  if (revocation.relayURL.find_first_of("\n ") != std::string::npos) return;
+  removeRegistrationKey(revocation.relayURL);
   revocation.secrets.e2eSecret = {};
   auto revocations = all();
   std::erase_if(revocations, [&](const auto& one) { return one.secrets.pairingID == revocation.secrets.pairingID; });
@@ -75,8 +119,7 @@ void PendingRevocations::store(const std::vector<UnsentRevocation>& revocations)
   for (const auto& revocation : revocations) {
     const auto text = installationSecretsText(revocation.secrets);
     if (!text) continue;
-    if (revocation.isOffer) bytes.push_back(kOffer);
-    append(bytes, revocation.relayURL);
+    append(bytes, headOf(revocation));
     append(bytes, text->text());
   }
   defaults.set(kKey, std::move(bytes));

@@ -40,6 +40,54 @@ TEST_F(PendingRevocationsTest, LastsFromRunToRunWithoutTheEndToEndSecret) {
   EXPECT_TRUE(kept[0].secrets.e2eSecret.isEmpty());
 }
 
+TEST_F(PendingRevocationsTest, KeepsNothingOfTheOperatorsKey) {
+  auto revocation = revocationOf("quillard-1");
+  revocation.relayURL = "wss://relay.example/ws?registration-key=0123456789abcdef&room=2";
+  pending.add(std::move(revocation));
+  EXPECT_EQ(PendingRevocations{defaults}.all().at(0).relayURL, "wss://relay.example/ws?room=2");
+}
+
+TEST_F(PendingRevocationsTest, CountsTheAttemptsFromRunToRun) {
+  auto revocation = revocationOf("quillard-1");
+  revocation.isOffer = true;
+  revocation.attempts = 1999;
+  revocation.refusals = 2;
+  pending.add(revocation);
+  const auto kept = PendingRevocations{defaults}.all();
+  ASSERT_EQ(kept.size(), 1U);
+  revocation.secrets.e2eSecret = {};
+  EXPECT_EQ(kept[0], revocation);
+}
+
+TEST_F(PendingRevocationsTest, ReadsWhatEarlierBuildsKeptAndCountsWhatIsNoNumberAsNone) {
+  pending.add(revocationOf("quillard-1"));
+  const auto value = std::get<std::vector<std::uint8_t>>(*defaults.object("quillard.pending-revocations"));
+  const std::string stored(value.begin(), value.end());
+  const auto secrets = stored.substr(stored.find('\n'));
+  struct Case {
+    std::string counts;
+    std::uint32_t attempts;
+    std::uint32_t refusals;
+  };
+  for (const auto& [counts, attempts, refusals] : std::vector<Case>{{"", 0, 0},
+                                                                    {" ", 0, 0},
+                                                                    {" 7", 7, 0},
+                                                                    {" x y", 0, 0},
+                                                                    {" -1 2", 0, 2},
+                                                                    {" 4294967295 0", 2000, 0},
+                                                                    {" 99999999999999999999 1", 0, 1},
+                                                                    {" 1 2 3", 1, 2},
+                                                                    {"  1", 0, 1}}) {
+    const auto text = "wss://relay.example/ws" + counts + secrets;
+    defaults.set("quillard.pending-revocations", std::vector<std::uint8_t>(text.begin(), text.end()));
+    const auto kept = pending.all();
+    ASSERT_EQ(kept.size(), 1U) << counts;
+    EXPECT_EQ(kept[0].relayURL, "wss://relay.example/ws") << counts;
+    EXPECT_EQ(kept[0].attempts, attempts) << counts;
+    EXPECT_EQ(kept[0].refusals, refusals) << counts;
+  }
+}
+
 TEST_F(PendingRevocationsTest, LeavesNothingWhenAllAreDone) {
   pending.add(revocationOf("quillard-1"));
   pending.add(revocationOf("quillard-2"));

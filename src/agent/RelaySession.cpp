@@ -157,11 +157,15 @@ std::unique_ptr<RelayClient> RelaySession::makeRelayClient() {
     relayQueue =
         dependencies.executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
   }
+  if (!conversation) {
+    conversation = std::make_shared<SealedConversation>(access->secrets.e2eSecret, dependencies.random);
+  }
   return std::make_unique<RelayClient>(
       RelayClientAccess{.url = access->socketURL,
                         .relaySecret = access->secrets.relayAuthToken,
                         .cryptoSecret = access->secrets.e2eSecret,
-                        .computerKey = access->secrets.computerKey},
+                        .computerKey = access->secrets.computerKey,
+                        .conversation = conversation},
       relayClientCallbacks(), *relayQueue,
       RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
                               dependencies.stampClock});
@@ -315,6 +319,7 @@ void RelaySession::letGoOfRelay() {
 
 void RelaySession::forgetPairing() {
   letGoOfRelay();
+  conversation.reset();
   callbacks.onPairingForgotten();
   dependencies.pairingConfiguration.rotateInstallationIdentity();
   relayStatus = {};

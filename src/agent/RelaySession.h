@@ -24,6 +24,7 @@
 #include "relay/RelayLaunchConfiguration.h"
 #include "relay/RelayRegistrationTask.h"
 #include "relay/RelayStatus.h"
+#include "relay/SealedConversation.h"
 #include "values/Time.h"
 
 namespace quillard {
@@ -76,8 +77,8 @@ struct RelaySessionCallbacks {
 // registering and connected also: revoked -> registering, once an hour.
 //
 // A relay that refuses the connection because it does not know the token (it lost its database, say) is given the token
-// again, 3 s later; while that does not help, after twice as long each time, 60 s at most. The client stays the same,
-// so that what it remembers of opened boxes does: a relay cannot have a box opened twice by forgetting the token.
+// again, 3 s later; while that does not help, after twice as long each time, 60 s at most. What is remembered of opened
+// boxes stays, also when another relay is chosen, or the same one again: no relay can have a box opened twice.
 //
 // A relay that calls the pairing revoked is believed only so far that it is left alone: nothing is sent to it but one
 // registration an hour, in case it thinks otherwise by then, or at the next start of the agent. The identity stays: no
@@ -185,6 +186,7 @@ class RelaySession {
   RelayConnectionStatus relayStatus;
   std::string lastSnapshotWarning;  // What was printed of the last list that was too long; empty: it was not.
   std::unique_ptr<platform::SerialExecutor> relayQueue;  // Of every client, one after another; made with the first.
+  std::shared_ptr<SealedConversation> conversation;      // Of the present identity, in the clients' queue.
   Secret clientKey;                                      // The client's proof that it is the computer.
   std::unique_ptr<RelayClient> relayClient;              // Present once the token is registered.
   std::unique_ptr<RelayRegistrationTask> relayRegistrationTask;  // Present while the token is being registered.

@@ -404,6 +404,20 @@ TEST_F(RelaySessionTest, ABoxThatWasOpenedBeforeTheRelayForgotTheTokenIsNotOpene
   EXPECT_THAT(events, Not(testing::Contains("suppress")));
 }
 
+TEST_F(RelaySessionTest, NorIsOneThatWasOpenedBeforeARelayWasChosenAgain) {
+  startAndPair();
+  EXPECT_TRUE(phone.suppress(samples::uuid(1)));
+  advance(0.1);
+  ASSERT_THAT(events, testing::Contains("suppress"));
+  onMainThread([this] { session->relayWasChosen(); });
+  advance(5);
+  ASSERT_TRUE(session->status().relayConnected);
+  events.clear();
+  EXPECT_TRUE(phone.repeatSuppression());
+  advance(0.1);
+  EXPECT_THAT(events, Not(testing::Contains("suppress")));
+}
+
 TEST_F(RelaySessionTest, RegistersAtABoundedPaceWithARelayThatTakesTheTokenAndNeverKnowsIt) {
   relay.answerSocketsWith(401);
   start();

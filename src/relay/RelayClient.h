@@ -20,12 +20,17 @@
 
 namespace quillard {
 
+class SealedConversation;
+
 // The address of the relay and the secrets for it.
 struct RelayClientAccess {
   std::string url;          // ws or wss, with the query that names pairing and role. Never printed.
   Secret relaySecret;       // The bearer token.
   Secret cryptoSecret;      // The end-to-end secret: the relay never learns it.
   Secret computerKey = {};  // Shown to a relay that wants one. Empty: none was made.
+  // Of the clients of this pairing before, all of the same queue: what they have sealed and opened. Null: it is the
+  // first one, which makes its own.
+  std::shared_ptr<SealedConversation> conversation = {};
 };
 
 // Called on the client's queue, one at a time; they post the work to its own executor. None may be empty.

@@ -40,7 +40,9 @@ RelayClientCore::RelayClientCore(RelayClientAccess access, RelayClientCallbacks 
                                  platform::SerialExecutor& queue, const RelayClientDependencies& dependencies)
     : callbacks(std::move(callbacks)),
       dependencies(dependencies),
-      conversation(std::move(access.cryptoSecret), dependencies.random),
+      conversation(access.conversation
+                       ? std::move(access.conversation)
+                       : std::make_shared<SealedConversation>(std::move(access.cryptoSecret), dependencies.random)),
       connection(std::make_shared<RelayConnection>(std::move(access.url), std::move(access.relaySecret),
                                                    std::move(access.computerKey), queue, dependencies.webSockets,
                                                    dependencies.console, connectionEvents())) {}
@@ -93,7 +95,7 @@ void RelayClientCore::received(const platform::WebSocketMessage& message) {
 // decision again, so there is no answer either.
 void RelayClientCore::receivedRequest(const ApprovalRequestRelayMessage& message) {
   reportConnected();
-  const auto box = conversation.open(message.encryptedRequest);
+  const auto box = conversation->open(message.encryptedRequest);
   auto command = readCommand<ApprovalRequestCommand>(box);
   if (!command || isRetired()) return;
   if (message.decisionID.size() > kLongestDecisionID ||
@@ -107,7 +109,7 @@ void RelayClientCore::receivedRequest(const ApprovalRequestRelayMessage& message
 
 void RelayClientCore::receivedSuppression(const ApprovalSuppressionRelayMessage& message) {
   reportConnected();
-  const auto command = readCommand<ApprovalSuppressionCommand>(conversation.openOnce(message.encryptedSuppression));
+  const auto command = readCommand<ApprovalSuppressionCommand>(conversation->openOnce(message.encryptedSuppression));
   if (command && !isRetired()) callbacks.onSuppressionCommand(*command);
 }
 
@@ -174,7 +176,7 @@ bool RelayClientCore::addState(const ComputerState& state, MacSnapshotRelayMessa
 
 // Absent, and printed with `what` it was, when it could not be sealed.
 std::optional<EncryptedRelayPayload> RelayClientCore::sealed(const Json& content, std::string_view what) {
-  auto box = conversation.seal(content);
+  auto box = conversation->seal(content);
   if (const auto* failure = std::get_if<SealingFailure>(&box)) {
     print("Unable to encrypt relay " + std::string(what) + ": ", failure->description);
     return std::nullopt;

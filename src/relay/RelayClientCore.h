@@ -73,7 +73,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
 
   const RelayClientCallbacks callbacks;
   const RelayClientDependencies dependencies;
-  SealedConversation conversation;
+  const std::shared_ptr<SealedConversation> conversation;  // Never null.
   SnapshotOutbox outbox;
   RelayConnectionStatus status;
   std::shared_ptr<RelayConnection> connection;

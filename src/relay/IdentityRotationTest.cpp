@@ -123,13 +123,22 @@ TEST(Rotation, RetiresAnIdentityThatABackupBringsBack) {
   (void)installation.run->installationSecrets();
   installation.run->rotateInstallationIdentity();
   const auto after = installation.run->installationSecrets();
-  ASSERT_EQ(
-      installation.secretStore.update(kFirst, "com.quillard.agent", kAccount, Secret{std::string_view{kStored}}).code,
-      SecretStatusCode::success);
+  const auto bringBack = [&] {
+    return installation.secretStore.update(kFirst, "com.quillard.agent", kAccount, Secret{std::string_view{kStored}})
+        .code;
+  };
+  ASSERT_EQ(bringBack(), SecretStatusCode::success);
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), after) << "Its copy is there.";
+  EXPECT_EQ(installation.secretStore.stored(kFirst, kAccount), installationSecretsText(after)->text());
+  ASSERT_EQ(bringBack(), SecretStatusCode::success);
   installation.putInDefaults(kStored);
   installation.restart();
-  EXPECT_NE(installation.run->installationSecrets().pairingID, "stored-1");
-  EXPECT_NE(after.pairingID, "stored-1");
+  const auto anew = installation.run->installationSecrets();
+  EXPECT_NE(anew.pairingID, "stored-1");
+  EXPECT_EQ(installation.secretStore.stored(kFirst, kAccount), installationSecretsText(anew)->text());
+  installation.restart();
+  EXPECT_EQ(installation.run->installationSecrets(), anew);
 }
 
 TEST(Rotation, RetiresThePiecesOfOlderBuildsThatComeBack) {

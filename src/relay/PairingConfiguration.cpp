@@ -147,6 +147,7 @@ InstallationSecrets PairingConfiguration::loadOrCreateSecrets(const std::optiona
   auto stored = loadSecrets();
   mayStore = true;
   mayStoreInKeychain = !stored.isUnreadable;
+  isOfThisRun = !stored.secrets;
   if (stored.secrets) return *std::move(stored.secrets);
   auto created = createdSecrets(seed);
   // Something may be stored where nothing could be read: then these last for this run, and the next one looks again.
@@ -184,6 +185,11 @@ std::optional<InstallationSecrets> PairingConfiguration::storedSecrets() {
   if (auto cached = cache.installationSecrets()) return cached;
   const MutexLock locked{finding};
   return loadSecrets().secrets;
+}
+
+bool PairingConfiguration::isIdentityOfThisRun() {
+  const MutexLock locked{finding};
+  return isOfThisRun;
 }
 
 InstallationSecrets PairingConfiguration::secretsWithComputerKey() {
@@ -294,6 +300,11 @@ void PairingConfiguration::rotateInstallationIdentity() {
   dependencies.userDefaults.remove(settingsKey);
   for (const auto place : kKeychainPlaces) removeFromKeychain(place);
   cache.reset();
+}
+
+void PairingConfiguration::removeVoidSecrets() {
+  const MutexLock locked{finding};
+  for (const auto place : retired.voidPlaces()) removeFromKeychain(place);
 }
 
 void PairingConfiguration::relayWasChosen() {

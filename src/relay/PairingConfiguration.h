@@ -77,6 +77,8 @@ class PairingConfiguration {
   [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
   // The identity as it is stored, or as this run uses it already. Absent: none is, or it cannot be read; none is made.
   [[nodiscard]] std::optional<InstallationSecrets> storedSecrets();
+  // Whether this run made the identity that it uses, so that no earlier one told anybody of it.
+  [[nodiscard]] bool isIdentityOfThisRun();
   // The identity with its `computerKey`, which is made and stored when there is none yet.
   [[nodiscard]] InstallationSecrets secretsWithComputerKey();
   // Whether the settings hold a copy of the identity, which serves where the keychain cannot be read.
@@ -89,6 +91,8 @@ class PairingConfiguration {
   // Forgets the identity: the next answers are about a new one, and every paired phone loses its access. A keychain
   // that does not delete the old one is printed; the new one lasts all the same.
   void rotateInstallationIdentity();
+  // Tries again to delete what such a keychain kept. Only where there is no new identity.
+  void removeVoidSecrets();
 
   // The address of the relay's web interface: "https" for "wss", else "http", and host and port as they are. Absent
   // when `relayURL` is not a URL, or has no host.
@@ -132,6 +136,7 @@ class PairingConfiguration {
   // keychain or a file is read.
   Mutex finding;
   RetiredIdentities retired QUILLARD_GUARDED_BY(finding);
+  bool isOfThisRun QUILLARD_GUARDED_BY(finding) = false;
   bool mayStore QUILLARD_GUARDED_BY(finding) = true;            // Something is kept of the present identity.
   bool mayStoreInKeychain QUILLARD_GUARDED_BY(finding) = true;  // It was read, so that nothing unknown is overwritten.
 };

@@ -17,14 +17,14 @@ constexpr std::string_view kFurtherKey = "quillard.further-pairings";
 // The same numbers, each with its pairing's name behind a blank: for the list of phones while the secrets cannot be
 // read. Not in the list above, which older agents read, too.
 constexpr std::string_view kNamesKey = "quillard.further-pairing-names";
-constexpr char kOffered = '?';
-constexpr char kEnding = '!';
+constexpr std::string_view kOffered = "?";
+constexpr std::string_view kEnding = "!";
 constexpr int kFirst = PairingConfiguration::kFirst;
 constexpr std::size_t kMostArrivals = 64;
 
 struct StoredPairing {
   int number = 0;
-  bool isPaired = false;
+  std::string mark;  // Empty: it is paired.
 };
 
 std::vector<StoredPairing> storedPairings(const platform::UserDefaults& defaults) {
@@ -37,7 +37,7 @@ std::vector<StoredPairing> storedPairings(const platform::UserDefaults& defaults
     const bool isKnown =
         std::any_of(stored.begin(), stored.end(), [&](const auto& one) { return one.number == number; });
     if (number <= kFirst || number > PhonePairings::kMost || isKnown) continue;
-    stored.push_back({.number = number, .isPaired = text.size() == 1});
+    stored.push_back({.number = number, .mark = text.substr(1)});
   }
   return stored;
 }
@@ -48,6 +48,12 @@ Uuid newPhoneID(const KnownPhone& phone) {
   std::string text = digits.substr(0, 32);
   for (const std::size_t at : {20U, 16U, 12U, 8U}) text.insert(at, "-");
   return Uuid::parse(text).value_or(Uuid{});
+}
+
+void store(const std::vector<StoredPairing>& pairings, platform::UserDefaults& defaults) {
+  std::vector<std::string> texts;
+  for (const auto& [number, mark] : pairings) texts.push_back(std::to_string(number) + mark);
+  texts.empty() ? defaults.remove(kFurtherKey) : defaults.set(kFurtherKey, std::move(texts));
 }
 
 }  // namespace
@@ -61,6 +67,7 @@ struct PhonePairings::Further {
   bool isEnding = false;
   bool isOfEarlierRun = false;
   bool isUnreadable = false;  // Its secrets could not be read.
+  bool wasPaired = false;     // In an earlier run.
 
   Further(int number, const PairingDependencies& dependencies) : number(number), configuration(dependencies, number) {}
 };
@@ -81,6 +88,7 @@ PhonePairings::~PhonePairings() = default;
 void PhonePairings::startRelayIfConfigured() {
   roster.reload();
   giveUpWhatEarlierRunEnded();
+  removeWhatEarlierRunsLeft();
   first->startRelayIfConfigured();
   readFirstIdentity();
   startFurther();
@@ -97,6 +105,26 @@ void PhonePairings::relayWasChosen() {
     one->session->relayWasChosen();
   }
   startFurther();
+}
+
+// Of further ones: secrets that a locked keyring did not delete, and, where there is no relay, a pairing that is being
+// taken back. With a relay, that ends as in the run before.
+void PhonePairings::removeWhatEarlierRunsLeft() {
+  const bool hasRelay = dependencies.session.pairingConfiguration.isRelayConfigured();
+  auto stored = storedPairings(dependencies.pairing.userDefaults);
+  for (int number = kFirst + 1; number <= kMost; ++number) {
+    const auto isNumber = [number](const StoredPairing& one) { return one.number == number; };
+    const auto found = std::find_if(stored.begin(), stored.end(), isNumber);
+    PairingConfiguration left{dependencies.pairing, number};
+    if (found == stored.end()) {
+      left.removeVoidSecrets();
+    } else if (!hasRelay && found->mark == kEnding) {
+      if (const auto secrets = left.storedSecrets()) roster.forget(secrets->pairingID);
+      left.rotateInstallationIdentity();
+      stored.erase(found);
+      store(stored, dependencies.pairing.userDefaults);
+    }
+  }
 }
 
 // Of further ones their list says so.
@@ -118,17 +146,26 @@ void PhonePairings::readFirstIdentity() {
 
 void PhonePairings::startFurther() {
   if (!dependencies.session.pairingConfiguration.isRelayConfigured()) return;
+  // All of them first: what is written down from then on names every one of them.
+  std::vector<int> addedNumbers;
   for (const auto& stored : storedPairings(dependencies.pairing.userDefaults)) {
     if (further(stored.number)) continue;
     auto& added = addFurther(stored.number);
     added.isOfEarlierRun = true;
+    added.isEnding = !stored.mark.empty();
+    added.wasPaired = stored.mark != kOffered;
     const auto secrets = added.configuration.storedSecrets();
     added.pairingID = secrets ? secrets->pairingID : storedPairingID(stored.number);
     added.isUnreadable = !secrets;
-    // What cannot be read now is not made anew: the next run looks again.
-    if (secrets && stored.isPaired) added.session->startRelayIfConfigured();
-    if (!stored.isPaired) unpair(stored.number);
+    addedNumbers.push_back(stored.number);
   }
+  for (const int number : addedNumbers) startOrEnd(*further(number));
+}
+
+void PhonePairings::startOrEnd(Further& added) {
+  if (added.isEnding) return end(added);
+  // What cannot be read now is not made anew: the next run looks again.
+  if (!added.isUnreadable) added.session->startRelayIfConfigured();
 }
 
 void PhonePairings::publishCurrentApprovalSnapshot(bool force) {
@@ -310,18 +347,25 @@ void PhonePairings::unpair(int pairing) {
     offeredNumber.reset();
     offerEnd.reset();
   }
+  end(*ending);
+}
+
+void PhonePairings::end(Further& ending) {
   save();
-  ending->session->endPairing();
+  ending.session->endPairing();
 }
 
 void PhonePairings::pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation) {
   const auto* ending = further(pairing);
   const bool hasPhones = !roster.phonesOf(pairingIDOf(pairing)).empty();
+  // The list of phones may be lost, or younger than the pairing.
+  const bool wasPaired = ending ? ending->wasPaired : !dependencies.session.pairingConfiguration.isIdentityOfThisRun();
   // Nobody can have joined a pairing that no relay was ever told of.
-  const bool isKnown = hasPhones || session(pairing)->wasRegistered() || (ending && ending->isOfEarlierRun);
+  const bool isKnown =
+      hasPhones || wasPaired || session(pairing)->wasRegistered() || (ending && ending->isOfEarlierRun);
   if (revocation && isKnown) {
     auto kept = *revocation;
-    kept.isOffer = !hasPhones;
+    kept.isOffer = !hasPhones && !wasPaired;
     revoker.keep(kept);
   }
   callbacks.onPairingEnding(pairing);
@@ -344,20 +388,15 @@ void PhonePairings::furtherEnded(int pairing) {
 }
 
 void PhonePairings::save() const {
-  std::vector<std::string> texts;
+  std::vector<StoredPairing> pairings;
   std::vector<std::string> names;
   for (const auto& one : furtherOnes) {
+    const auto mark = one->isEnding ? kEnding : offeredNumber == one->number ? kOffered : "";
+    pairings.push_back({.number = one->number, .mark = std::string(mark)});
     if (!one->pairingID.empty()) names.push_back(std::to_string(one->number) + ' ' + one->pairingID);
-    std::string text(1, static_cast<char>('0' + one->number));
-    if (one->isEnding) {
-      text += kEnding;
-    } else if (offeredNumber == one->number) {
-      text += kOffered;
-    }
-    texts.push_back(std::move(text));
   }
   auto& defaults = dependencies.pairing.userDefaults;
-  texts.empty() ? defaults.remove(kFurtherKey) : defaults.set(kFurtherKey, std::move(texts));
+  store(pairings, defaults);
   names.empty() ? defaults.remove(kNamesKey) : defaults.set(kNamesKey, std::move(names));
 }
 
@@ -422,6 +461,13 @@ std::optional<Secret> PhonePairings::offeredText() {
 }
 
 // ---- The list
+
+std::vector<int> PhonePairings::pairings() const {
+  std::vector<int> numbers;
+  if (dependencies.session.pairingConfiguration.isRelayConfigured()) numbers.push_back(kFirst);
+  for (const auto& one : furtherOnes) numbers.push_back(one->number);
+  return numbers;
+}
 
 std::vector<PairedPhone> PhonePairings::phones() const {
   std::vector<PairedPhone> list;

@@ -130,6 +130,9 @@ class PhonePairings {
 
   // ---- The list.
   [[nodiscard]] std::vector<PairedPhone> phones() const;
+  // The numbers of all that a phone may have joined, also one that is not in the list: the first one where there is a
+  // relay, and further ones.
+  [[nodiscard]] std::vector<int> pairings() const;
   // Whether a phone has ever joined the first pairing: its code is for one phone.
   [[nodiscard]] bool isFirstPaired() const;
   // Phones that have joined within `kNewPhoneTime` a pairing which had its phone; all phones are told of them.
@@ -150,8 +153,11 @@ class PhonePairings {
   [[nodiscard]] std::string pairingIDOf(int pairing) const;
   [[nodiscard]] std::optional<int> freeNumber() const;
   void giveUpWhatEarlierRunEnded();
+  void removeWhatEarlierRunsLeft();
   void readFirstIdentity();
   void startFurther();
+  void startOrEnd(Further& added);
+  void end(Further& ending);
   void sessionStatusChanged(int pairing);
   void noticeArrivals(int pairing, const std::string& pairingID);
   void pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation);

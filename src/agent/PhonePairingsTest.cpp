@@ -25,6 +25,8 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
+constexpr SecretPlace kKeyrings[] = {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain};
+
 // An agent whose first pairing has Ann's phone, and whose second one may get Ben's.
 struct PhonePairingsTest : testing::Test {
   void launchWithAnn() {
@@ -54,6 +56,13 @@ struct PhonePairingsTest : testing::Test {
     world.agent.reset();
     world.launch();
     world.advance(3);
+  }
+  void lockKeyring() {
+    const platform::SecretStatus locked{platform::SecretStatusCode::interactionNotAllowed, "It is locked."};
+    for (const auto place : kKeyrings) world.world.secretStore().fail(place, locked);
+  }
+  void unlockKeyring() {
+    for (const auto place : kKeyrings) world.world.secretStore().recover(place);
   }
   void restart() {
     quit();
@@ -507,6 +516,81 @@ TEST_F(PhonePairingsTest, NothingIsLeftToBeToldARelayThatHeardIt) {
   EXPECT_THAT(world.relay.revokedByAgents(), SizeIs(2));
 }
 
+TEST_F(PhonePairingsTest, APhoneThatIsInNoListIsTakenBackAlsoWhileTheRelayIsAway) {
+  launchWithAnn();
+  const auto identity = pairingID(1);
+  quit();
+  world.world.userDefaults().remove("quillard.paired-phones");  // As of a build that kept no list.
+  world.relay.goDown();
+  launch();
+  world.onMainThread([](AppDelegate& agent) { agent.unpairPhoneFromStatusWindow(); });
+  world.advance(3);
+  EXPECT_NE(pairingID(1), identity);
+  const auto pending = PendingRevocations(world.world.userDefaults()).all();
+  ASSERT_THAT(pending, SizeIs(1));
+  EXPECT_FALSE(pending[0].isOffer) << "It is not the first to go where there are too many.";
+  world.relay.comeUp();
+  world.advance(130);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+}
+
+TEST_F(PhonePairingsTest, AnIdentityOfThisRunThatNoRelayKnowsLeavesNothingToBeTold) {
+  world.relay.goDown();
+  launch();
+  const auto identity = pairingID(1);
+  ASSERT_NE(identity, "");
+  unpair(1);
+  EXPECT_NE(pairingID(1), identity);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, AsksAgainWhereTheRelayDoesNotKnowThePairingAtThatMoment) {
+  launchWithAnn();
+  pairBen();
+  const auto identity = pairingID(2);
+  world.relay.goDown();
+  world.advance(1);
+  unpair(2);
+  world.relay.answerSocketsWith(401);  // A database of last week, until the right one is back.
+  world.relay.comeUp();
+  world.advance(3600);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), SizeIs(1));
+  world.relay.answerSocketsWith(std::nullopt);
+  world.advance(600);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(identity));
+  world.advance(3700);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, BelievesARelayThatDoesNotKnowThePairingForHours) {
+  launchWithAnn();
+  pairBen();
+  world.relay.goDown();
+  world.advance(1);
+  unpair(2);
+  world.relay.answerSocketsWith(401);
+  world.relay.comeUp();
+  world.advance(3.5 * 3600);
+  EXPECT_THAT(PendingRevocations(world.world.userDefaults()).all(), IsEmpty());
+}
+
+TEST_F(PhonePairingsTest, AsksARelayThatIsGoneNoLongerThanForMonths) {
+  launchWithAnn();
+  pairBen();
+  world.relay.goDown();
+  world.advance(1);
+  unpair(2);
+  auto pending = PendingRevocations(world.world.userDefaults());
+  world.advance(1000);
+  auto kept = pending.all();
+  ASSERT_THAT(kept, SizeIs(1));
+  EXPECT_EQ(kept[0].attempts, 4U);
+  kept[0].attempts = PendingRevocations::kMostAttempts - 1;
+  pending.add(kept[0]);
+  world.advance(1000);
+  EXPECT_THAT(pending.all(), IsEmpty());
+}
+
 // ---- While the relay does not take the request
 
 TEST_F(PhonePairingsTest, AnUnpairedPhoneHasNoSayWhileTheRelayDoesNotTakeTheRequest) {
@@ -596,18 +680,74 @@ TEST_F(PhonePairingsTest, NeverComesBackFromAKeyringThatWasLocked) {
   launchWithAnn();
   pairBen();
   const auto identity = pairingID(2);
-  auto& keychain = world.world.secretStore();
-  const platform::SecretStatus locked{platform::SecretStatusCode::interactionNotAllowed, "It is locked."};
-  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain})
-    keychain.fail(place, locked);
+  lockKeyring();
   unpair(2);
   restart();
-  for (const auto place : {SecretPlace::dataProtectionKeychain, SecretPlace::fileKeychain}) keychain.recover(place);
+  unlockKeyring();
   restart();
   EXPECT_THAT(phones(), Not(Contains(HasSubstr("Ben"))));
   offer();
   EXPECT_NE(pairingID(2), identity) << "Not even where it takes the same place.";
   EXPECT_NE(pairingID(2), "");
+}
+
+TEST_F(PhonePairingsTest, WhatALockedKeyringKeptOfAnUnpairedPhoneGoesAtTheNextStart) {
+  launchWithAnn();
+  pairBen();
+  lockKeyring();
+  unpair(2);
+  world.advance(3);
+  EXPECT_NE(pairingID(2), "") << "It could not be deleted.";
+  quit();
+  unlockKeyring();
+  launch();
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_NE(pairingID(1), "");
+  EXPECT_THAT(phones(), ElementsAre("1 Ann (away)"));
+}
+
+TEST_F(PhonePairingsTest, WhatAKilledRunBeganToUnpairIsEndedWithoutARelayToo) {
+  launchWithAnn();
+  pairBen();
+  quit();
+  world.world.userDefaults().set("quillard.further-pairings", std::vector<std::string>{"2!"});
+  world.world.environment().unset("QUILLARD_RELAY_URL");
+  launch();
+  EXPECT_EQ(pairingID(2), "");
+  EXPECT_THAT(world.world.userDefaults().keys(), Not(Contains(HasSubstr("secrets-v1-2"))));
+  EXPECT_THAT(world.world.userDefaults().keys(), Not(Contains("quillard.further-pairings")));
+}
+
+TEST_F(PhonePairingsTest, AKillAtTheStartLosesNoPairingAndBringsNoneBack) {
+  for (const char* const ended : {"2?", "2!"}) {
+    for (std::size_t changes = 0; changes < 8; ++changes) {
+      SCOPED_TRACE(ended + std::string(" killed after changes: ") + std::to_string(changes));
+      AgentWorld killed;
+      killed.launchAndPair();
+      for (int number = 2; number <= 4; ++number) {
+        killed.onMainThread([](AppDelegate& agent) { agent.pairAnotherPhone(); });
+        killed.advance(1);
+        SimulatedPhone phone{killed.world, killed.relay};
+        phone.pair(number);
+        phone.comeOnline("Phone " + std::to_string(number));
+        killed.advance(1);
+      }
+      killed.onMainThread([](AppDelegate& agent) { agent.applicationWillTerminate(); });
+      killed.destroyAgent();
+      auto& settings = killed.world.userDefaults();
+      settings.set("quillard.further-pairings", std::vector<std::string>{ended, "3", "4"});
+      settings.loseChangesAfter(changes);
+      killed.launch();
+      killed.destroyAgent();
+      const bool hasLost = settings.keepChanges();
+      EXPECT_TRUE(hasLost || changes > 0);
+      killed.launch();
+      killed.advance(3);
+      std::vector<int> listed;
+      for (const auto& phone : killed.status().phones) listed.push_back(phone.pairing);
+      EXPECT_THAT(listed, ElementsAre(1, 3, 4));
+    }
+  }
 }
 
 TEST_F(PhonePairingsTest, UnpairingAllEndsFurtherPairingsAndReplacesTheFirst) {

@@ -473,6 +473,7 @@ AgentCommandActions AppDelegate::agentCommandActions() {
 
 PhoneCommandActions AppDelegate::phoneCommandActions() {
   return {.phones = [this] { return relay.phones(); },
+          .pairings = [this] { return relay.pairings(); },
           .unpair = [this](int pairing) { unpair(pairing); },
           .unpairAll = [this] { unpairPhoneFromStatusWindow(); },
           .offer =

@@ -26,7 +26,6 @@ UnpairRequest readUnpairRequest(JsonReader& reader) {
 }
 
 bool isMeant(const UnpairRequest& request, const PairedPhone& phone) {
-  if (request.all) return true;
   const bool isSince = !request.since || isoDateText(*request.since) == isoDateText(phone.phone.since);
   return phone.pairing == request.pairing && isSince;
 }
@@ -68,6 +67,9 @@ void PhoneCommands::unpair(const std::shared_ptr<ChannelSession>& session, JsonR
   if (!ChannelServer::isRead(*session, reader)) return;
   const auto phones = actions.phones();
   std::set<int> pairings;
+  if (request.all) {
+    for (const int pairing : actions.pairings()) pairings.insert(pairing);
+  }
   for (const auto& phone : phones) {
     if (isMeant(request, phone)) pairings.insert(phone.pairing);
   }

@@ -17,6 +17,7 @@ namespace quillard {
 // What the commands act on. None is empty.
 struct PhoneCommandActions {
   std::function<std::vector<PairedPhone>()> phones;
+  std::function<std::vector<int>()> pairings;  // All, also where no phone is known to have joined.
   std::function<void(int pairing)> unpair;
   std::function<void()> unpairAll;
   // Offers a code for one more phone, or the one that is offered already. Absent: none can be offered now.

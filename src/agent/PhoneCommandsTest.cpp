@@ -114,6 +114,28 @@ TEST_F(PhoneCommandsTest, AllAreUnpairedAlsoWhileTheRelayIsAway) {
   EXPECT_NE(pairingID(1), first);
   EXPECT_EQ(pairingID(2), "");
   EXPECT_EQ(request("phones"), kNone);
+}
+
+TEST_F(PhoneCommandsTest, AllAreUnpairedAlsoWhereNoneIsKnown) {
+  world.launchAndPair();
+  const auto first = pairingID(1);
+  world.onMainThread([](AppDelegate& agent) { agent.applicationWillTerminate(); });
+  world.destroyAgent();
+  world.world.userDefaults().remove("quillard.paired-phones");
+  world.launch();
+  world.advance(3);
+  EXPECT_EQ(request("phones"), kNone);
+  EXPECT_EQ(request("unpair", {{"pairing", 1}}), kRefusal);
+  EXPECT_EQ(pairingID(1), first);
+  EXPECT_EQ(request("unpair", {{"all", true}}), R"({"version":1,"type":"unpaired","phones":[]})");
+  EXPECT_NE(pairingID(1), first);
+  EXPECT_THAT(world.relay.revokedByAgents(), ElementsAre(first));
+}
+
+TEST_F(PhoneCommandsTest, WithoutARelayThereIsNothingToUnpair) {
+  world.world.environment().unset("QUILLARD_RELAY_URL");
+  world.launch();
+  world.advance(1);
   EXPECT_EQ(request("unpair", {{"all", true}}), kRefusal);
 }
 

@@ -13,6 +13,9 @@ namespace {
 constexpr std::int64_t kMostPairings = 9999;
 constexpr std::int64_t kMostDecisions = std::int64_t{1} << 53;
 
+// The list is not who has the code: it may be lost, or younger than the pairing.
+constexpr const char* kNoneListed = "No phone is listed. Unpair whoever may have used this computer's code?";
+
 using Phones = std::vector<ListedPhone>;
 
 template <class Matches>
@@ -80,10 +83,11 @@ std::string phonesText(const Phones& phones) {
 }
 
 std::variant<Unpairing, std::string> planUnpairing(const UnpairPhones& command, const Phones& phones) {
-  if (phones.empty()) return "No phone is paired.";
   if (command.all) {
-    return Unpairing{channelLine("unpair", {{"all", true}}), "Unpair all phones: " + namesOf(phones) + "?"};
+    return Unpairing{channelLine("unpair", {{"all", true}}),
+                     phones.empty() ? kNoneListed : "Unpair all phones: " + namesOf(phones) + "?"};
   }
+  if (phones.empty()) return "No phone is paired.";
   const auto meant = phonesMeant(phones, command.phone);
   if (meant.empty()) return "No phone has this name or number: " + printableText(command.phone);
   const auto& one = meant.front();
@@ -105,6 +109,7 @@ std::optional<std::string> unpairedText(const ChannelMessage& message) {
   auto names = reader.strings("phones");
   if (message.type != "unpaired" || reader.error()) return std::nullopt;
   for (auto& name : names) name = printableName(name);
+  if (names.empty()) return "Unpaired. The code is a new one now.\n";
   return "Unpaired: " + text::joined(names, ", ") + "\n";
 }
 

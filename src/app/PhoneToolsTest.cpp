@@ -102,7 +102,9 @@ TEST(Unpairing, IsNotMisledByAPhoneThatIsCalledLikeANumber) {
 TEST(Unpairing, OfAllNamesThem) {
   EXPECT_EQ(planned({.all = true}, fourPhones()), R"({"version":1,"type":"unpair","all":true})"
                                                   "\nUnpair all phones: Ann, Mallory, Ben, BEN?");
-  EXPECT_EQ(planned({.all = true}, {}), "No phone is paired.");
+  EXPECT_EQ(planned({.all = true}, {}), R"({"version":1,"type":"unpair","all":true})"
+                                        "\nNo phone is listed. Unpair whoever may have used this computer's code?")
+      << "The list is not who has the code.";
 }
 
 TEST(Unpairing, IsAgreedToByYesAlone) {
@@ -113,6 +115,7 @@ TEST(Unpairing, IsAgreedToByYesAlone) {
 TEST(Unpairing, SaysWhichPhonesHaveGone) {
   EXPECT_EQ(unpairedText({"unpaired", Json::parse(R"({"phones":["Ann","Mal\u001blory"]})")}),
             "Unpaired: Ann, Mal?lory\n");
+  EXPECT_EQ(unpairedText({"unpaired", Json::parse(R"({"phones":[]})")}), "Unpaired. The code is a new one now.\n");
   EXPECT_FALSE(unpairedText({"done", Json::parse(R"({"phones":["Ann"]})")}).has_value());
   EXPECT_FALSE(unpairedText({"unpaired", Json::object()}).has_value());
 }

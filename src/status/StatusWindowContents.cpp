@@ -73,9 +73,15 @@ void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& cont
   if (snapshot.installedInApplications && snapshot.pairingRevoked) {
     content.unpairPhoneButton = ButtonContent{"Pair Anew"};
   }
+  if (offersToRenewCode(snapshot)) content.pairAnotherButton = ButtonContent{"Renew Code"};
 }
 
 }  // namespace
+
+bool offersToRenewCode(const MacStatusSnapshot& snapshot) {
+  return snapshot.installedInApplications && snapshot.relayConfigured && !snapshot.pairingRevoked &&
+         !snapshot.isPairingOffered && !snapshot.isPhonePresent() && snapshot.phones.empty();
+}
 
 StatusWindowContent statusWindowContent(const MacStatusSnapshot& snapshot) {
   StatusWindowContent content;

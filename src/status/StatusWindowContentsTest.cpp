@@ -46,6 +46,13 @@ TEST(StatusWindowContent, OffersToUnpairAPhoneThatIsThere) {
       [](const MacStatusSnapshot& snapshot) { return statusWindowContent(snapshot).unpairPhoneButton; });
 }
 
+TEST(StatusWindowContent, OffersANewCodeWhereNoPhoneIsKnown) {
+  using Button = std::optional<ButtonContent>;
+  expectTable<Button>(
+      {{"ICp", ButtonContent{"Renew Code"}}, {"P", std::nullopt}, {"ip", std::nullopt}, {"Icp", std::nullopt}},
+      [](const MacStatusSnapshot& snapshot) { return statusWindowContent(snapshot).pairAnotherButton; });
+}
+
 TEST(StatusWindowContent, OffersToPairAnewWhenThePairingIsRevoked) {
   MacStatusSnapshot snapshot{.installedInApplications = true, .accessibilityTrusted = true, .pairingRevoked = true};
   EXPECT_EQ(statusWindowContent(snapshot).unpairPhoneButton, ButtonContent{"Pair Anew"});

@@ -91,6 +91,7 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   const StatusWindowDependencies dependencies;
   platform::TaskHandle refreshTimer;  // Present while the window is shown.
   bool offersToPairAnew = false;      // What is shown.
+  bool offersNewCode = false;         // The same.
   platform::TaskHandle appearanceRefreshTask;
   std::unique_ptr<StatusWindowView> view;
 };
@@ -125,6 +126,7 @@ void StatusWindowController::Implementation::refresh() {
   if (!refreshTimer) return;
   const auto snapshot = callbacks.snapshotProvider();
   offersToPairAnew = snapshot.pairingRevoked;
+  offersNewCode = offersToRenewCode(snapshot);
   view->setContent(statusWindowContent(snapshot));
 }
 
@@ -222,6 +224,10 @@ void StatusWindowController::Implementation::unpairPhone() {
 }
 
 void StatusWindowController::Implementation::pairAnother() {
+  if (offersNewCode) {
+    callIfSet(callbacks.onUnpairPhone);
+    return refresh();
+  }
   callIfSet(callbacks.snapshotProvider().isPairingOffered ? callbacks.onCancelPairing : callbacks.onPairAnother);
   refresh();
 }

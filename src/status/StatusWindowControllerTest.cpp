@@ -310,6 +310,13 @@ TEST_F(StatusWindowControllerTest, UnpairsThePhone) {
   EXPECT_EQ(window().content()->unpairPhoneButton, std::nullopt) << "refreshed";
 }
 
+TEST_F(StatusWindowControllerTest, RenewsACodeThatNoKnownPhoneHas) {
+  snapshot.installedInApplications = snapshot.relayConfigured = true;
+  show();
+  ASSERT_EQ(window().content()->pairAnotherButton, ButtonContent{"Renew Code"});
+  EXPECT_THAT(click(StatusWindowButton::pairAnother), ElementsAre("unpair"));
+}
+
 TEST_F(StatusWindowControllerTest, TheToggleStopsAlertsForTwoHoursAndLetsThemGoOn) {
   show();
   EXPECT_EQ(window().content()->notificationPause.primaryButton->title, "Pause 2h");

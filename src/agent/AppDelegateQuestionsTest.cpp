@@ -145,6 +145,47 @@ TEST_F(AppDelegateQuestions, AtTheComputerAreDeniedFromAfarAndGrantedThereAlone)
   EXPECT_THAT(agent.phone.answers(denial.value()), ElementsAre("accepted"));
 }
 
+TEST_F(AppDelegateQuestions, WhatAnUnpairedPhoneAnsweredIsVoidUntilTheProgramTookIt) {
+  agent.launchAndPair();
+  SimulatedLocalSockets sockets(agent.world.socketFolder(), agent.world.time().mainThread(), {});
+  std::vector<std::string> received;
+  ChannelClient slow(sockets,
+                     {.onMessage = [&](const auto& message) { received.push_back(message.type); }, .onEnd = [] {}});
+  (void)slow.open();
+  slow.send(channelLine("ask", {{"question", "Delete?"}, {"buttons", {{{"label", "Delete"}}, {{"label", "Cancel"}}}}}));
+  agent.advance(0.5);
+  ASSERT_TRUE(agent.phone.decide(agent.phone.shown().at(0).id, "Delete"));
+  agent.advance(0.5);
+  ASSERT_THAT(received, ElementsAre("asked", "answer"));
+  agent.onMainThread([](AppDelegate& delegate) { delegate.unpair(1); });
+  agent.advance(0.5);
+  EXPECT_THAT(received, ElementsAre("asked", "answer", "end"));
+  slow.send(channelLine("taken"));
+  agent.advance(0.5);
+  EXPECT_THAT(received, testing::Not(testing::Contains("done")));
+}
+
+TEST_F(AppDelegateQuestions, WhatIsAnsweredAtTheComputerStandsWhenAPhoneIsUnpaired) {
+  agent.launchAndPair();
+  SimulatedLocalSockets sockets(agent.world.socketFolder(), agent.world.time().mainThread(), {});
+  std::vector<std::string> received;
+  ChannelClient slow(sockets,
+                     {.onMessage = [&](const auto& message) { received.push_back(message.type); }, .onEnd = [] {}});
+  (void)slow.open();
+  slow.send(channelLine("ask", {{"question", "Delete?"}, {"buttons", {{{"label", "Delete"}}, {{"label", "Cancel"}}}}}));
+  agent.advance(0.5);
+  const auto id = agent.phone.shown().at(0).id;
+  ChannelClient terminal(sockets, {.onMessage = [](const auto&) {}, .onEnd = [] {}});
+  (void)terminal.open();
+  terminal.send(channelLine("answer", {{"id", id.text()}, {"label", "Delete"}}));
+  agent.advance(0.5);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.unpair(1); });
+  agent.advance(0.5);
+  slow.send(channelLine("taken"));
+  agent.advance(0.5);
+  EXPECT_THAT(received, ElementsAre("asked", "answer", "done"));
+}
+
 TEST_F(AppDelegateQuestions, AreMutedByProgramAndHeardAgain) {
   agent.launchAndPair();
   program.ask();

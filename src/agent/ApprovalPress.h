@@ -30,6 +30,9 @@ class ApprovalPress {
 
   // The press under way ends within a tenth of a second, before it acts again, as one that failed.
   virtual void stop() = 0;
+
+  // As `stop`, where whoever decided has no say any more: what was not carried out in full is taken back, too.
+  virtual void takeBack() { stop(); }
 };
 
 }  // namespace quillard

@@ -95,11 +95,11 @@ void DecisionRunner::finishDecision(const ApprovalRequestEnvelope& decision, con
 
 void DecisionRunner::forget() {
   decisions.forget();
-  press->stop();
+  press->takeBack();
 }
 
 void DecisionRunner::forget(int pairing) {
-  if (decisions.forget(pairing)) press->stop();
+  if (decisions.forget(pairing)) press->takeBack();
 }
 
 void DecisionRunner::stop() {

@@ -60,8 +60,8 @@ class DecisionRunner {
   // May block for the time that `ApprovalPress::begin` takes.
   void handleRelayApprovalRequest(const ApprovalRequestEnvelope& envelope);
 
-  // Another pairing: those who decided have no say any more. What waits is dropped, the press under way is stopped, and
-  // no result is reported for either; what was answered is forgotten.
+  // Another pairing: those who decided have no say any more. What waits is dropped, the press under way is taken back,
+  // and no result is reported for either; what was answered is forgotten.
   void forget();
   // The same for those who decided by this pairing, see `ApprovalRequestEnvelope`.
   void forget(int pairing);

@@ -151,7 +151,7 @@ void Questions::deliver(Question& question, std::string_view label, AnsweredBy b
   const auto& buttons = question.request.buttons;
   const auto button = std::find_if(buttons.begin(), buttons.end(), [&](const auto& one) { return one.label == label; });
   question.onTaken = std::move(onTaken);
-  question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { notTakenInTime(id); });
+  question.timeout = dependencies.mainThread.postAfter(kTakeTimeout, [this, id = question.id] { takeBack(id); });
   const QuestionAnswer answer{button->label, static_cast<std::size_t>(button - buttons.begin()), by};
   question.answer = answer;
   const auto told = question.events.onAnswer;
@@ -165,9 +165,9 @@ bool Questions::taken(const Uuid& id) {
   return true;
 }
 
-void Questions::notTakenInTime(const Uuid& id) {
+void Questions::takeBack(const Uuid& id) {
   const auto place = find(id);
-  if (place != questions.end()) end(place, QuestionEnd::notTaken);
+  if (place != questions.end() && place->onTaken) end(place, QuestionEnd::notTaken);
 }
 
 // ---- The end

@@ -32,7 +32,7 @@ enum class QuestionEnd {
   muted,     // Somebody does not want to be asked by this program.
   tooMany,   // This program, or all together, ask too much.
   stopping,  // The agent ends.
-  notTaken,  // It was answered, and the program did not say in time that it has the answer. Whoever answered was told.
+  notTaken,  // It was answered, and the program did not say in time that it has the answer, or it was taken back.
 };
 
 enum class AnsweredBy { phone, computer, timeout };
@@ -85,7 +85,8 @@ struct QuestionsCallbacks {
 //
 // States of a question: open -> answered -> taken; open or answered -> ended; or withdrawn from any of them, when the
 // program has gone. One answer each: what comes second finds no question. An answer that is not taken within
-// `kTakeTimeout` is none: the question ends, and what the program says later finds no question.
+// `kTakeTimeout`, or that is taken back before, is none: the question ends, and what the program says later finds no
+// question.
 //
 // Who asks is what the system says of the process, or, where that is a tool of ours, of the one that started it, which
 // may have ended. A program is told by its executable, whatever its processes, and those without one are one program:
@@ -119,6 +120,10 @@ class Questions {
   // Answers it. False: there is no such open question, or no such button; `onTaken` is never called then. Otherwise it
   // is called once, in a later turn: whether the program took the answer.
   [[nodiscard]] bool answer(const Uuid& id, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
+
+  // Whoever answered it has no say any more: as if the program did not take the answer in time. Nothing happens when it
+  // is not answered, or has ended.
+  void takeBack(const Uuid& id);
 
   // Whether a phone may be there was asked for at this moment: to be called when it changes.
   void phonesChanged();
@@ -163,7 +168,6 @@ class Questions {
   [[nodiscard]] PendingApproval approvalOf(const Question& question, const platform::ProcessDescription& process);
   [[nodiscard]] Place find(const Uuid& id);
   void timedOut(const Uuid& id);
-  void notTakenInTime(const Uuid& id);
   void deliver(Question& question, std::string_view label, AnsweredBy by, std::function<void(bool)> onTaken);
   // Takes it from the list and the store, and tells whoever answered it.
   void remove(Place place, bool wasTaken, std::optional<QuestionEnd> end = std::nullopt);

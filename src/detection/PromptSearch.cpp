@@ -94,7 +94,7 @@ class PromptSearch::Reading {
     return presence.isUnknown() && hasLeftWindowServer(window) ? PromptPresence::gone() : presence;
   }
 
-  // Whether `presenceIn` found the window there, and something else in it.
+  // Whether `presenceIn` found the window alive, listed or not, and something else in it.
   [[nodiscard]] bool sawOtherContent() const { return hasOtherContent; }
 
   [[nodiscard]] PromptResolution resolve(const std::string& buttonLabel) {
@@ -124,6 +124,10 @@ class PromptSearch::Reading {
   [[nodiscard]] bool isAnswering(const AXUIElement& window) {
     const auto error = scope->copyAttributeValue(window, ax::kRole).error();
     return isAnswer(error) || error == AXError::invalidUIElement;
+  }
+
+  [[nodiscard]] bool isLive(const AXUIElement& window) {
+    return isAnswer(scope->copyAttributeValue(window, ax::kRole).error());
   }
 
   void prepare() { scope->prepareApplications(std::array{application}, dependencies.descendantsPerWindow); }
@@ -180,7 +184,8 @@ class PromptSearch::Reading {
     if (isSilent() || !isAnswering(window.element)) return PromptPresence::unknown(whySilent());
     if (!there) {
       if (!wasReadWhole) return PromptPresence::unknown(UnknownReason::promptNotReadable);
-      hasOtherContent = isWithin(window.element, known.windows);
+      // Also of a window that its application does not list, as the desktop may name it.
+      hasOtherContent = isLive(window.element);
       return PromptPresence::gone();
     }
     if (isWithin(window.element, known.windows) || isNamedByDesktop(window.element)) return *there;

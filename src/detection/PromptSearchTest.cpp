@@ -155,6 +155,20 @@ TEST_F(PromptSearchTest, AWindowWhoseButtonsChangePlacesWhileItIsReadIsStillTher
   EXPECT_EQ(presence(), kGone) << "other buttons are another prompt";
 }
 
+TEST_F(PromptSearchTest, SoIsOneThatOnlyTheDesktopNames) {
+  listNoWindows();
+  setFocusOfDesktop(desktop().element(dialog));
+  const auto children = desktop().children(dialog);
+  const auto name = [&](const char* first, const char* second) {
+    desktop().setAttribute(children[1], ax::kTitle, std::string(first));
+    desktop().setAttribute(children[2], ax::kTitle, std::string(second));
+  };
+  withChangeBeforeEachRequest([&] { name("Erase", "Cancel"); }, [&] { name("Cancel", "Erase"); },
+                              [&] { EXPECT_EQ(presence(), kThere); });
+  name("Erase", "Keep");
+  EXPECT_EQ(presence(), kGone);
+}
+
 TEST_F(PromptSearchTest, ASheetIsThereAsLongAsItsWindowHoldsIt) {
   desktop().close(dialog);
   const auto window =

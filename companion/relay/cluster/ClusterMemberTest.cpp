@@ -60,6 +60,28 @@ TEST_F(Cluster, KnowsAPairingEverywhereAsSoonAsItIsRegistered) {
   EXPECT_EQ(world.status(world[2].upgrade("role=mac&pairing=nobody")), 401);
 }
 
+TEST_F(Cluster, KnowsOneComputerWhenTwoShowAKeyAtOnce) {
+  const std::string key(32, 'k');
+  const std::string otherKey(32, 'o');
+  const auto one = world[0].registerToken(kPairing, key);
+  const auto other = world[1].registerToken(kPairing, otherKey);
+  const int statusOfOne = world.status(one);
+  EXPECT_EQ(statusOfOne + world.status(other), 204 + 409);
+  world.run(seconds(1));
+  for (std::size_t relay = 0; relay < 3; ++relay) {
+    EXPECT_EQ(world.status(world[relay].registerToken(kPairing, key)), statusOfOne);
+  }
+}
+
+TEST_F(Cluster, TellsNobodyOfAKeyBeforeItIsKept) {
+  world[0].engineEnd.latency = milliseconds(60);
+  const auto registered = world[0].registerToken(kPairing, std::string(32, 'k'));
+  world.run(milliseconds(150));  // It has looked up the pairing, and has yet to hear that the key is written.
+  EXPECT_FALSE(registered->has_value());
+  world[0].engineEnd.losesAnswers = true;
+  EXPECT_EQ(world.status(registered), 503);
+}
+
 TEST_F(Cluster, HasOneHomeWhenTwoPhonesComeAtOnce) {
   const auto one = world[0].upgrade(kPhone);
   const auto other = world[1].upgrade(kPhone);

@@ -36,6 +36,9 @@ void ClusterPairingStore::add(const std::string& pairingID, const TokenHash& tok
 
 void ClusterPairingStore::commit(std::function<void(Commit)> done) {
   const auto leaving = std::exchange(makingRoom, {});
+  if (const auto setting = std::exchange(keyed, std::nullopt)) {
+    return commitKey(setting->first, setting->second, std::move(done));
+  }
   if (!added) return done(Commit::kept);
   const auto adding = *std::exchange(added, std::nullopt);
   const std::string& pairingID = adding.first;
@@ -54,6 +57,17 @@ void ClusterPairingStore::commit(std::function<void(Commit)> done) {
   });
 }
 
+void ClusterPairingStore::commitKey(const std::string& pairingID, const PairingRecord& record,
+                                    std::function<void(Commit)> done) {
+  write(pairingID, record, [this, pairingID, key = *record.computerKey, done = std::move(done)](bool isKnown) {
+    if (!isKnown) return done(Commit::unknown);
+    // Another relay may have been shown another key in the same moment.
+    const auto* there = member.mirror().pairing(pairingID);
+    const bool isThere = there && there->record.computerKey && areEqual(*there->record.computerKey, key);
+    done(isThere ? Commit::kept : Commit::changed);
+  });
+}
+
 // Unless it was changed meanwhile.
 void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransaction& transaction) const {
   const auto* present = member.mirror().pairing(pairingID);
@@ -67,9 +81,10 @@ void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransa
   // Its agent may bring it back: which phones it has removed stays.
 }
 
-void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record) {
+void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record,
+                                std::function<void(bool isKnown)> done) {
   const auto* present = member.mirror().pairing(pairingID);
-  if (!present) return;
+  if (!present) return done(true);
   ClusterTransaction transaction{.reads = {pairingKey(pairingID)}};
   if (record) {
     transaction.conditions.push_back(
@@ -80,8 +95,10 @@ void ClusterPairingStore::write(const std::string& pairingID, const std::optiona
   }
   auto& underWay = record ? beingWritten : beingForgotten;
   underWay.insert(pairingID);
-  member.transact(std::move(transaction), [&underWay, pairingID](const std::optional<ClusterTransactionResult>&) {
+  member.transact(std::move(transaction), [&underWay, pairingID, done = std::move(done)](
+                                              const std::optional<ClusterTransactionResult>& result) {
     underWay.erase(pairingID);
+    done(result.has_value());
   });
 }
 
@@ -106,8 +123,9 @@ void ClusterPairingStore::setComputerKey(const std::string& pairingID, const Tok
   if (!present || beingWritten.contains(pairingID)) throw Failure{"the pairing is being written."};
   auto record = present->record;
   record.lastUsed = now;
-  if (!record.computerKey) record.computerKey = key;
-  write(pairingID, record);
+  if (record.computerKey) return;
+  record.computerKey = key;
+  keyed.emplace(pairingID, record);
 }
 
 void ClusterPairingStore::markUsed(const std::string& pairingID, std::int64_t now) { mark(pairingID, now, false); }

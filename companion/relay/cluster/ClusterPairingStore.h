@@ -17,19 +17,19 @@
 namespace quillard::relayserver {
 
 // The pairings of a cluster, as every relay of it sees them. It reads from the mirror, so that no call waits, and fails
-// while the mirror may be old. Of what it writes, only a new pairing has to be waited for: see `commit`. A revocation
-// or removal was written before the rooms hear of it; what else is written may fail, and is written again another time.
+// while the mirror may be old. Of what it writes, a new pairing and a computer's key have to be waited for: see
+// `commit`. A revocation or removal was written before the rooms hear of it; what else is written may fail, and is
+// written again another time.
 class ClusterPairingStore final : public RelayStore {
  public:
   // `isFresh`: see ClusterMember. Both, and `limits`, outlive it.
   ClusterPairingStore(ClusterMember& member, const RelayLimits& limits, std::function<bool()> isFresh)
       : member(member), limits(limits), isFresh(std::move(isFresh)) {}
 
-  // A pairing was added since the last `commit`, and nobody is to be told before it is kept.
-  [[nodiscard]] bool hasAdded() const { return added.has_value(); }
   [[nodiscard]] std::size_t mostRemovedPhones() const { return limits.removedPhones; }
   enum class Commit { kept, changed, unknown };
-  // `changed`: something that it was decided by is otherwise by now, and known to be so.
+  // Writes the pairing that was added, or the key that was set, since the last one; nobody is to be told before it is
+  // kept. `changed`: something that it was decided by is otherwise by now, and known to be so.
   void commit(std::function<void(Commit)> done);
 
   std::optional<Entry> find(const std::string& pairingID) override;
@@ -65,7 +65,10 @@ class ClusterPairingStore final : public RelayStore {
  private:
   void check() const;
   // Unless it was changed meanwhile.
-  void write(const std::string& pairingID, const std::optional<PairingRecord>& record);
+  void write(
+      const std::string& pairingID, const std::optional<PairingRecord>& record,
+      std::function<void(bool isKnown)> done = [](bool) {});
+  void commitKey(const std::string& pairingID, const PairingRecord& record, std::function<void(Commit)> done);
   void purgeTombstones();
   void addErasing(const std::string& pairingID, ClusterTransaction& transaction) const;
   void mark(const std::string& pairingID, std::int64_t now, bool isJoined);
@@ -80,6 +83,7 @@ class ClusterPairingStore final : public RelayStore {
   const RelayLimits& limits;
   const std::function<bool()> isFresh;
   std::optional<std::pair<std::string, PairingRecord>> added;
+  std::optional<std::pair<std::string, PairingRecord>> keyed;  // Of a pairing that was there.
   std::set<std::string> makingRoom;
   std::set<std::string> beingWritten;
   std::set<std::string> beingForgotten;

@@ -63,11 +63,15 @@ class ClusterRelay {
     return decide(
         {.method = "GET", .target = "/ws?" + query, .authorization = {"Bearer " + kToken}, .asksForWebSocket = true});
   }
-  std::shared_ptr<std::optional<ClusterDecision>> registerToken(const std::string& pairingID) {
-    return decide({.method = "PUT",
-                   .target = "/api/pairings/" + pairingID + "/relay-token",
-                   .body = R"({"client":"mac","version":1})",
-                   .authorization = {"Bearer " + kToken}});
+  // `computerKey` empty: none is shown.
+  std::shared_ptr<std::optional<ClusterDecision>> registerToken(const std::string& pairingID,
+                                                                const std::string& computerKey = {}) {
+    HttpRequest request{.method = "PUT",
+                        .target = "/api/pairings/" + pairingID + "/relay-token",
+                        .body = R"({"client":"mac","version":1})",
+                        .authorization = {"Bearer " + kToken}};
+    if (!computerKey.empty()) request.computerKey = {computerKey};
+    return decide(request);
   }
   // Lets somebody in as `decision` says, which has to be an admission.
   std::shared_ptr<FakePeer> join(const ClusterDecision& decision) {

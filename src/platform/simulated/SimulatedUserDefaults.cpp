@@ -81,9 +81,9 @@ bool SimulatedUserDefaults::write() {
   return true;
 }
 
-void SimulatedUserDefaults::loseChangesAfter(std::size_t changes) {
+void SimulatedUserDefaults::loseChangesAfter(std::size_t kept) {
   const MutexLock lock{mutex};
-  changesLeft = changes;
+  changesLeft = kept;
   hasLost = false;
 }
 

@@ -29,7 +29,7 @@ class SimulatedUserDefaults final : public UserDefaults {
   [[nodiscard]] std::vector<std::string> keys() const;
 
   // What a process that is killed leaves: after this many more changes, all others are lost, until `keepChanges`.
-  void loseChangesAfter(std::size_t changes);
+  void loseChangesAfter(std::size_t kept);
   // False: none was lost since `loseChangesAfter`.
   bool keepChanges();
 

@@ -382,7 +382,7 @@ export class ComputerSession {
     const gone = this.list.replace(prompts, snapshot.accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
-    if (gone.length > 0 || suppressions) await this.writer.save();
+    if (gone.length > 0 || state?.suppressions) await this.writer.save();
   }
 
   private async takeMeeting(box: string, receivedAt: Moment): Promise<void> {

@@ -34,8 +34,8 @@ class LinuxDesktopCapabilities final : public platform::DesktopCapabilities {
 
   [[nodiscard]] std::optional<platform::Limitation> limitation(platform::DesktopCapability capability) override;
   // Of the programs that have windows, as far as the desktop knows these, those that are not on the bus; of those on
-  // the bus, the hollow ones, but none that has no window on a desktop that knows all of them. Others may be missing where
-  // programs did not answer, and where only some windows are known or none.
+  // the bus, the hollow ones, but none that has no window on a desktop that knows all of them. Others may be missing
+  // where programs did not answer, and where only some windows are known or none.
   [[nodiscard]] platform::Finding<std::vector<platform::UnreadableProgram>> unreadablePrograms() override;
 
  private:

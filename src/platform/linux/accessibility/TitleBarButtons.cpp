@@ -15,9 +15,7 @@ const std::vector<Node*>& childrenOf(DesktopReading& reading, Node& node) {
   return node.list;
 }
 
-bool isHiddenSeparator(const Node* node) {
-  return node->record.role == kSeparator && !node->record.is(State::showing);
-}
+bool isHiddenSeparator(const Node* node) { return node->record.role == kSeparator && !node->record.is(State::showing); }
 
 // Window, panel, box of these buttons behind a separator that the theme hides.
 bool isOfGtk3(DesktopReading& reading, Node& button) {

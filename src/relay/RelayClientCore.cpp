@@ -165,7 +165,7 @@ bool RelayClientCore::addState(const ComputerState& state, MacSnapshotRelayMessa
     return message.encryptedState.has_value();
   }
   if (!state.suppressions) return true;
-  auto box = conversation.sealBeside(toJson(state), message.encryptedApprovals);
+  auto box = conversation->sealBeside(toJson(state), message.encryptedApprovals);
   if (const auto* failure = std::get_if<SealingFailure>(&box)) {
     print("Unable to encrypt relay " + std::string("state: "), failure->description);
     return false;

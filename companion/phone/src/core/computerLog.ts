@@ -13,8 +13,8 @@ export class ComputerLog {
   /** `stored`: as `state` gave it. What cannot be read is nothing. */
   constructor(stored = "") {
     const [digest = "", ...rest] = stored.split(":");
-    const [sequence = 0, at = NaN, seen = 0, brokenAt] = rest.map(Number);
-    if (sequence + at + seen >= 0) {
+    const [sequence = 0, at = 0, seen = 0, brokenAt] = rest.map(Number);
+    if (/^\w+(:[\d.]+){3}/.test(stored)) {
       this.head = { digest, sequence, at };
       this.seen = seen;
     }

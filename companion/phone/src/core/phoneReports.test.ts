@@ -31,8 +31,8 @@ describe("The state of a computer", () => {
   });
 
   it("of an older computer says nothing of that", () => {
-    expect(read({ isPaused: true })).toEqual({ pause: {} });
-    expect(readClock(JSON.stringify({ clock }))).toEqual({ clock });
+    expect(read({ isPaused: true })).toEqual({ pause: {}, wantsLock: false });
+    expect(readClock(JSON.stringify({ clock }))).toEqual({ clock, newPhones: [] });
   });
 
   it.each([

@@ -191,16 +191,16 @@ class LinuxDesktopBinding final : public DesktopBinding {
   x11::DesktopEntries entries{variables};
   desktop::EntryCopies entryCopies{variables, entries};
   x11::RunningPrograms programs{processes, entries};
-  atspi::LinuxDesktopCapabilities linuxCapabilities{linuxAccessibility, *source.windows, isXSession,
-                                                    [this](std::int32_t process) -> std::optional<std::string> {
-                                                      const auto program = programs.program(process, "");
-                                                      return program ? std::optional(program->name) : std::nullopt;
-                                                    },
-                                                    [this](std::int32_t process) -> std::optional<desktop::StartOffer> {
-                                                      const auto facts = processes.process(process);
-                                                      return facts ? entryCopies.offerFor(x11::programOf(*facts))
-                                                                   : std::nullopt;
-                                                    }};
+  atspi::LinuxDesktopCapabilities linuxCapabilities{
+      linuxAccessibility, *source.windows, isXSession,
+      [this](std::int32_t process) -> std::optional<std::string> {
+        const auto program = programs.program(process, "");
+        return program ? std::optional(program->name) : std::nullopt;
+      },
+      [this](std::int32_t process) -> std::optional<desktop::StartOffer> {
+        const auto facts = processes.process(process);
+        return facts ? entryCopies.offerFor(x11::programOf(*facts), facts->arguments) : std::nullopt;
+      }};
   desktop::LinuxWindowList linuxWindowList{*source.windows, programs, *source.changes, accessible,
                                            executors.mainThread()};
   atspi::WindowEvents windowEvents{[this] { return linuxAccessibility.busAddress(); },

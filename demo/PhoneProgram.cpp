@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <stdexcept>
+#include <thread>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,6 +12,9 @@ namespace {
 
 // A locked keyring asks its user first.
 constexpr std::chrono::seconds kKeyringTimeout{60};
+constexpr const char* kNoAgent = "No agent runs";
+constexpr int kTriesToReachTheAgent = 120;
+constexpr std::chrono::milliseconds kPauseBetweenTries{250};
 constexpr const char* kSecondsForTheAgent = "30";
 constexpr const char* kSecondsForAnAnswer = "90";
 
@@ -37,8 +41,16 @@ class HandedText {
 }  // namespace
 
 std::optional<std::string> pairingTextOf(const RunningDemo& running, const std::function<bool()>& isCancelled) {
-  const auto printed =
-      run({running.agent, "pair", "--text", "--force"}, running.environment, kKeyringTimeout, isCancelled);
+  const auto print = [&] {
+    return run({running.agent, "pair", "--text", "--force"}, running.environment, kKeyringTimeout, isCancelled);
+  };
+  auto printed = print();
+  // A code for one more phone is made by the agent, which may only just have been started.
+  for (int tries = 0; tries < kTriesToReachTheAgent && printed.errors.find(kNoAgent) != std::string::npos; ++tries) {
+    if (isCancelled && isCancelled()) break;
+    std::this_thread::sleep_for(kPauseBetweenTries);
+    printed = print();
+  }
   if (printed.code == 0) return printed.output.substr(0, printed.output.find('\n'));
   if (!isCancelled || !isCancelled()) std::fprintf(stderr, "There is no pairing. %s\n", printed.errors.c_str());
   return std::nullopt;

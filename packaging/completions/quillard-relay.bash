@@ -21,6 +21,7 @@ _quillard_relay() {
         --listen) :; return ;;
         --database) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --page) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
+        --page-origin) :; return ;;
         --tls-certificate) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --tls-key) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --registration-key-file) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
@@ -75,8 +76,11 @@ _quillard_relay() {
         --cluster-key) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --cluster-authority) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --cluster-prefix) :; return ;;
+        --push-contact) :; return ;;
+        --push-hosts) :; return ;;
+        --push-authority) :; return ;;
       esac
-      options='--version -h --help --config --listen --database --page --tls-certificate --tls-key --registration-key-file --behind-proxy --trusted-proxy --metrics --log-format --drain-seconds --pairings --unjoined-pairings --purge-days --reclaim-days --connections --open-requests --address-websockets --memory --snapshot-memory --registration-burst --registrations-per-second --handshake-burst --handshakes-per-second --address-new-pairing-burst --address-new-pairings-per-second --address-connection-burst --address-connections-per-second --new-pairing-burst --new-pairings-per-second --connection-burst --connections-per-second --agent-message-burst --agent-messages-per-second --phone-message-burst --phone-messages-per-second --pairing-mebibyte-burst --pairing-mebibytes-per-second --address-mebibyte-burst --address-mebibytes-per-second --mebibyte-burst --mebibytes-per-second --pairing-work-burst --pairing-work-per-second --address-work-burst --address-work-per-second --work-burst --work-per-second --cluster --cluster-user --cluster-password-file --cluster-name --cluster-listen --cluster-address --cluster-certificate --cluster-key --cluster-authority --cluster-prefix' words='setup check backup' ;;
+      options='--version -h --help --config --listen --database --page --page-origin --tls-certificate --tls-key --registration-key-file --behind-proxy --trusted-proxy --metrics --log-format --drain-seconds --pairings --unjoined-pairings --purge-days --reclaim-days --connections --open-requests --address-websockets --memory --snapshot-memory --registration-burst --registrations-per-second --handshake-burst --handshakes-per-second --address-new-pairing-burst --address-new-pairings-per-second --address-connection-burst --address-connections-per-second --new-pairing-burst --new-pairings-per-second --connection-burst --connections-per-second --agent-message-burst --agent-messages-per-second --phone-message-burst --phone-messages-per-second --pairing-mebibyte-burst --pairing-mebibytes-per-second --address-mebibyte-burst --address-mebibytes-per-second --mebibyte-burst --mebibytes-per-second --pairing-work-burst --pairing-work-per-second --address-work-burst --address-work-per-second --work-burst --work-per-second --cluster --cluster-user --cluster-password-file --cluster-name --cluster-listen --cluster-address --cluster-certificate --cluster-key --cluster-authority --cluster-prefix --push-contact --push-hosts --push-authority' words='setup check backup' ;;
     'quillard-relay setup')
       case "$previous" in
         --domain) :; return ;;

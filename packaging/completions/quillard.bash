@@ -10,13 +10,13 @@ _quillard() {
   local i path='quillard'
   for ((i = 1; i < COMP_CWORD; i++)); do
     case "$path ${COMP_WORDS[i]}" in
-      'quillard scan' | 'quillard explain' | 'quillard doctor' | 'quillard pair' | 'quillard relay' | 'quillard relay set' | 'quillard relay forget' | 'quillard relay show' | 'quillard relay test' | 'quillard settings' | 'quillard readable' | 'quillard record' | 'quillard ask' | 'quillard status' | 'quillard pause' | 'quillard open' | 'quillard quit' | 'quillard answer' | 'quillard phones' | 'quillard unpair') path+=" ${COMP_WORDS[i]}" ;;
+      'quillard scan' | 'quillard explain' | 'quillard doctor' | 'quillard pair' | 'quillard relay' | 'quillard relay set' | 'quillard relay forget' | 'quillard relay show' | 'quillard relay test' | 'quillard settings' | 'quillard readable' | 'quillard record' | 'quillard ask' | 'quillard status' | 'quillard pause' | 'quillard open' | 'quillard quit' | 'quillard answer' | 'quillard phones' | 'quillard unpair' | 'quillard muted' | 'quillard unmute' | 'quillard mute' | 'quillard log') path+=" ${COMP_WORDS[i]}" ;;
       *) [[ ${COMP_WORDS[i]} == -- ]] && return ;;
     esac
   done
   case "$path" in
     'quillard')
-      options='--version -h --help' words='scan explain doctor pair relay settings readable record ask status pause open quit answer phones unpair' ;;
+      options='--version -h --help' words='scan explain doctor pair relay settings readable record ask status pause open quit answer phones unpair muted unmute mute log' ;;
     'quillard scan')
       options='-h --help --json' words='' ;;
     'quillard explain')
@@ -42,7 +42,7 @@ _quillard() {
       esac
       options='-h --help --key' words='' ;;
     'quillard settings')
-      options='-h --help --default --json' words='safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics' ;;
+      options='-h --help --default --json' words='safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants log-texts log-age log-size' ;;
     'quillard readable')
       options='-h --help --undo' words='' ;;
     'quillard record')
@@ -76,6 +76,17 @@ _quillard() {
       options='-h --help --json' words='' ;;
     'quillard unpair')
       options='-h --help --all --yes' words='' ;;
+    'quillard muted')
+      options='-h --help --json' words='' ;;
+    'quillard unmute')
+      options='-h --help --all' words='' ;;
+    'quillard mute')
+      options='-h --help' words='day week forever' ;;
+    'quillard log')
+      case "$previous" in
+        --since) :; return ;;
+      esac
+      options='-h --help --json --since --follow --verify' words='' ;;
   esac
   [[ $cur == -* ]] && words=$options
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")

@@ -7,7 +7,7 @@ function __quillard_command
     set -e words[1]
     for word in $words
         switch "$path $word"
-            case 'quillard scan' 'quillard explain' 'quillard doctor' 'quillard pair' 'quillard relay' 'quillard relay set' 'quillard relay forget' 'quillard relay show' 'quillard relay test' 'quillard settings' 'quillard readable' 'quillard record' 'quillard ask' 'quillard status' 'quillard pause' 'quillard open' 'quillard quit' 'quillard answer' 'quillard phones' 'quillard unpair'
+            case 'quillard scan' 'quillard explain' 'quillard doctor' 'quillard pair' 'quillard relay' 'quillard relay set' 'quillard relay forget' 'quillard relay show' 'quillard relay test' 'quillard settings' 'quillard readable' 'quillard record' 'quillard ask' 'quillard status' 'quillard pause' 'quillard open' 'quillard quit' 'quillard answer' 'quillard phones' 'quillard unpair' 'quillard muted' 'quillard unmute' 'quillard mute' 'quillard log'
                 set path "$path $word"
         end
     end
@@ -31,6 +31,10 @@ complete -c quillard -n '__quillard_command quillard' -a quit -d 'End the agent'
 complete -c quillard -n '__quillard_command quillard' -a answer -d 'List the questions of programs that wait, or answer one'
 complete -c quillard -n '__quillard_command quillard' -a phones -d 'List the phones that are paired'
 complete -c quillard -n '__quillard_command quillard' -a unpair -d 'Take the pairing of a phone back'
+complete -c quillard -n '__quillard_command quillard' -a muted -d 'List the kinds of prompts that are muted'
+complete -c quillard -n '__quillard_command quillard' -a unmute -d 'Show a kind of prompt again'
+complete -c quillard -n '__quillard_command quillard' -a mute -d 'Change how long a kind of prompt stays muted'
+complete -c quillard -n '__quillard_command quillard' -a log -d 'Print what was asked and decided, and what became of it'
 complete -c quillard -n '__quillard_command quillard' -l version -d 'Print the version and exit'
 complete -c quillard -n '__quillard_command quillard' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard scan' -s h -l help -d 'Print this help and exit'
@@ -56,7 +60,7 @@ complete -c quillard -n '__quillard_command quillard relay test' -l key -x -d 'W
 complete -c quillard -n '__quillard_command quillard settings' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard settings' -l default -d 'Back to the default'
 complete -c quillard -n '__quillard_command quillard settings' -l json -d 'Print JSON'
-complete -c quillard -n '__quillard_command quillard settings' -a 'safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics' -d 'Of one setting'
+complete -c quillard -n '__quillard_command quillard settings' -a 'safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants log-texts log-age log-size' -d 'Of one setting'
 complete -c quillard -n '__quillard_command quillard readable' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard readable' -l undo -d 'Start it as before'
 complete -c quillard -n '__quillard_command quillard record' -s h -l help -d 'Print this help and exit'
@@ -88,3 +92,14 @@ complete -c quillard -n '__quillard_command quillard phones' -l json -d 'Print J
 complete -c quillard -n '__quillard_command quillard unpair' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard unpair' -l all -d 'All phones'
 complete -c quillard -n '__quillard_command quillard unpair' -l yes -d 'Without asking'
+complete -c quillard -n '__quillard_command quillard muted' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard muted' -l json -d 'Print JSON'
+complete -c quillard -n '__quillard_command quillard unmute' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard unmute' -l all -d 'All kinds'
+complete -c quillard -n '__quillard_command quillard mute' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard mute' -a 'day week forever' -d 'day, week or forever'
+complete -c quillard -n '__quillard_command quillard log' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard log' -l json -d 'Print JSON, a line for each entry'
+complete -c quillard -n '__quillard_command quillard log' -l since -x -d 'Only what came after that: 2h, 3d, 2026-03-01'
+complete -c quillard -n '__quillard_command quillard log' -l follow -d 'And what is added'
+complete -c quillard -n '__quillard_command quillard log' -l verify -d 'Say whether all entries are whole'

@@ -164,7 +164,13 @@ TEST_F(SettingsToolTest, ListsEachSettingWithItsValueItsOriginAndItsDefault) {
             "dialog-diagnostics: off (default)\n"
             "    print a line for each window at each scan, with what the window shows\n"
             "phone-lock-for-grants: off (default)\n"
-            "    refuse what a phone grants without asking for its own lock first\n");
+            "    refuse what a phone grants without asking for its own lock first\n"
+            "log-texts: on (default)\n"
+            "    keep what prompts say in the log of decisions; else only a digest of it\n"
+            "log-age: 7776000 s (default)\n"
+            "    how long the log of decisions keeps an entry\n"
+            "log-size: 1048576 bytes (default)\n"
+            "    how large the log of decisions becomes, in bytes\n");
 }
 
 TEST_F(SettingsToolTest, ShowsOneSettingAsJson) {

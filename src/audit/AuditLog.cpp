@@ -1,10 +1,13 @@
 #include "audit/AuditLog.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <string_view>
 #include <utility>
 
 #include "foundation/PrintableText.h"
+#include "foundation/WholeNumber.h"
 
 namespace quillard {
 namespace {
@@ -109,10 +112,9 @@ std::optional<AuditHead> AuditLog::rememberedHead() const {
   const auto* text = stored ? std::get_if<std::string>(&*stored) : nullptr;
   const auto colon = text ? text->find(':') : std::string::npos;
   if (colon == std::string::npos || text->size() - colon - 1 != kDigestLength) return std::nullopt;
-  AuditHead head{.digest = text->substr(colon + 1)};
-  const auto [end, error] = std::from_chars(text->data(), text->data() + colon, head.sequence);
-  if (error != std::errc() || end != text->data() + colon || head.sequence < 1) return std::nullopt;
-  return head;
+  const auto sequence = wholeNumber(std::string_view(*text).substr(0, colon));
+  if (!sequence || *sequence < 1 || *sequence > std::numeric_limits<std::int64_t>::max()) return std::nullopt;
+  return AuditHead{.sequence = static_cast<std::int64_t>(*sequence), .digest = text->substr(colon + 1)};
 }
 
 void AuditLog::rememberHead() {

@@ -1,15 +1,14 @@
 #include "relay/PendingRevocations.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <variant>
 
 #include "foundation/UrlComponents.h"
+#include "foundation/WholeNumber.h"
 #include "relay/RelayAddress.h"
 
 namespace quillard {
@@ -43,9 +42,8 @@ std::uint32_t takeCount(std::string_view& rest) {
   rest.remove_prefix(std::min(rest.size(), rest.find(kBlank)));
   if (rest.empty()) return 0;
   rest.remove_prefix(1);
-  std::uint32_t count = 0;
-  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), count);
-  return error == std::errc{} ? std::min(count, PendingRevocations::kMostAttempts) : 0;
+  const auto count = wholeNumber(rest.substr(0, rest.find(kBlank))).value_or(0);
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, PendingRevocations::kMostAttempts));
 }
 
 // The line before the secrets.

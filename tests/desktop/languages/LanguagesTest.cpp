@@ -159,11 +159,15 @@ class Survey {
                                            variables);
   }
 
+  // Also a window without a button of its own, which an about window is.
+  static bool isRead(const WindowDiagnosis& window) {
+    return window.snapshot && !(window.snapshot->buttonLabels.empty() && window.snapshot->messageLines.empty());
+  }
+
   static std::size_t shown(Agent& agent, const std::map<std::int32_t, std::string>& names) {
     std::map<std::int32_t, bool> seen;
     for (const auto& window : agent.detector.diagnose().windows) {
-      const bool isRead = window.snapshot && !window.snapshot->buttonLabels.empty();
-      if (isRead && names.contains(window.processIdentifier)) seen[window.processIdentifier] = true;
+      if (isRead(window) && names.contains(window.processIdentifier)) seen[window.processIdentifier] = true;
     }
     return seen.size();
   }
@@ -181,7 +185,7 @@ class Survey {
     for (const auto& [process, name] : names) verdicts[name];
     for (const auto& window : agent.detector.diagnose().windows) {
       const auto name = names.find(window.processIdentifier);
-      if (name == names.end() || !window.snapshot || window.snapshot->buttonLabels.empty()) continue;
+      if (name == names.end() || !isRead(window)) continue;
       verdicts[name->second].isShown = true;
       verdicts[name->second].labels = window.snapshot->buttonLabels;
     }

@@ -91,6 +91,7 @@ test("answers what a program in a terminal asks", async ({ agent, phone }) => {
     await asking.isRead;
     expect(asking.output).toBe(`${label}\n`);
     await phone.expectOutcome(question, `“${label}” pressed from here`);
+    await prompt.leaves(); // The next one says the same.
   }
 });
 

@@ -251,7 +251,8 @@ export function notices(computer: Computer, now: Instant): readonly Notice[] {
     found.push({
       tone: "warn",
       title: `${computer.name} cannot see its windows`,
-      detail: "Allow Accessibility for Quillard there: its window says how. Until then only what programs ask comes here.",
+      detail:
+        "Allow Accessibility for Quillard there: its window says how. Until then only what programs ask comes here.",
     });
   }
   if (computer.hasUnreadableSnapshot) {

@@ -122,10 +122,11 @@ void Demo::startRelay() {
 }
 
 // The pairing is made first, and by one program: an agent and a tool that begin at the same time would each make their
-// own, and a phone would be paired with the one that neither uses.
+// own, and a phone would be paired with the one that neither uses. Where that has its phone, the agent makes a code for
+// one more.
 void Demo::startAgent() {
   const auto isCancelled = [this] { return stopRequested(); };
-  pairing = pairingTextOf(running, isCancelled);
+  pairing = pairingTextWithoutAgent(running, isCancelled);
   if (stopRequested()) return;
   if (!running.isPrivate) {
     const auto examined = demo::run({running.agent, "doctor"}, running.environment, kToolTimeout, isCancelled);
@@ -134,6 +135,7 @@ void Demo::startAgent() {
   agentLog = placeOfAgentsLog();
   agent = std::make_unique<Service>(
       Service::Start{.command = {running.agent}, .environment = running.environment, .logFile = agentLog});
+  if (!pairing) pairing = pairingTextOf(running, [this] { return stopRequested() || agent->exitCode(); });
   waitUntilConnected();
   demoSocket = std::make_unique<DemoSocket>(running);
   if (!running.isPrivate && !options.withSample) return;

@@ -38,20 +38,28 @@ class HandedText {
   const int descriptor;
 };
 
+auto printPairing(const RunningDemo& running, const std::function<bool()>& isCancelled) {
+  return run({running.agent, "pair", "--text", "--force"}, running.environment, kKeyringTimeout, isCancelled);
+}
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
 }  // namespace
 
+std::optional<std::string> pairingTextWithoutAgent(const RunningDemo& running,
+                                                   const std::function<bool()>& isCancelled) {
+  const auto printed = printPairing(running, isCancelled);
+  return printed.code == 0 ? std::optional(firstLine(printed.output)) : std::nullopt;
+}
+
 std::optional<std::string> pairingTextOf(const RunningDemo& running, const std::function<bool()>& isCancelled) {
-  const auto print = [&] {
-    return run({running.agent, "pair", "--text", "--force"}, running.environment, kKeyringTimeout, isCancelled);
-  };
-  auto printed = print();
-  // A code for one more phone is made by the agent, which may only just have been started.
+  auto printed = printPairing(running, isCancelled);
   for (int tries = 0; tries < kTriesToReachTheAgent && printed.errors.find(kNoAgent) != std::string::npos; ++tries) {
     if (isCancelled && isCancelled()) break;
     std::this_thread::sleep_for(kPauseBetweenTries);
-    printed = print();
+    printed = printPairing(running, isCancelled);
   }
-  if (printed.code == 0) return printed.output.substr(0, printed.output.find('\n'));
+  if (printed.code == 0) return firstLine(printed.output);
   if (!isCancelled || !isCancelled()) std::fprintf(stderr, "There is no pairing. %s\n", printed.errors.c_str());
   return std::nullopt;
 }

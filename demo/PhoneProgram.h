@@ -11,8 +11,13 @@
 
 namespace quillard::demo {
 
-// What the pairing code of the agent holds: a secret. `running.agent` is asked, which makes the pairing where there is
-// none yet. Absent, with a line on standard error that says why, when it does not tell.
+// What the pairing code of the agent holds: a secret. The program is asked, which makes the pairing where there is none
+// yet. Absent: it does not tell, as where a phone has used the code already and no agent is there to make another one.
+[[nodiscard]] std::optional<std::string> pairingTextWithoutAgent(const RunningDemo& running,
+                                                                 const std::function<bool()>& isCancelled = {});
+
+// The same with an agent that is up, or was just started and is waited for. Absent, with a line on standard error that
+// says why, when it does not tell.
 [[nodiscard]] std::optional<std::string> pairingTextOf(const RunningDemo& running,
                                                        const std::function<bool()>& isCancelled = {});
 

@@ -134,6 +134,7 @@ void AppDelegate::applicationWillTerminate() {
   channel.stop();
   status.stop();
   decisions.stop();
+  auditLog.flush();
   notificationPause.stop();
   permissionWatch.stop();
   programs.stop();

@@ -78,11 +78,15 @@ void SuppressionList::apply(Entry& entry, const SuppressionEnd& end) const {
 }
 
 void SuppressionList::suppress(const Uuid& id, const SuppressedKind& kind, const SuppressionEnd& end) {
-  std::erase_if(entries, [&](const Entry& one) { return one.suppression.id == id; });
+  const auto earlier =
+      std::find_if(entries.begin(), entries.end(), [&](const Entry& one) { return one.suppression.id == id; });
+  // What was made in another run is recognised by that run's fingerprints only.
+  const auto fingerprints = earlier == entries.end() ? ownKey : earlier->fingerprints;
+  if (earlier != entries.end()) entries.erase(earlier);
   Entry entry{.suppression = {.id = id,
                               .kind = {shortened(kind.appName), shortened(kind.windowTitle), kind.program},
                               .since = clock.now()}};
-  if (kind.program.empty()) entry.fingerprints = ownKey;
+  if (kind.program.empty()) entry.fingerprints = fingerprints;
   apply(entry, end);
   entries.push_back(std::move(entry));
   store.suppress(id);

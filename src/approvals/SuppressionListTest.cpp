@@ -152,6 +152,15 @@ TEST_F(SuppressionListTest, KnowsUnderWhichFingerprintsItWasMade) {
   EXPECT_THAT(list->earlierKeys(), ElementsAre(keyOf(1)));
 }
 
+// A phone that was cut off says it again, or gives it another end.
+TEST_F(SuppressionListTest, OneOfAnEarlierRunKeepsItsFingerprintsWhenItIsMadeAgain) {
+  list->suppress(kind(1), kInstaller, SuppressionEnd::never());
+  start();
+  list->suppress(kind(1), kInstaller, SuppressionEnd::never());
+  start();
+  EXPECT_THAT(list->earlierKeys(), ElementsAre(keyOf(1)));
+}
+
 TEST_F(SuppressionListTest, OfVeryManyRunsTheOldestAreForgotten) {
   for (std::uint8_t number = 1; number <= SuppressionList::kMostKeys + 5; ++number) {
     list->suppress(kind(number), kInstaller, SuppressionEnd::never());

@@ -162,6 +162,10 @@ void AuditLog::writeWaiting() {
   }
 }
 
+void AuditLog::flush() {
+  if (isOpen && !waiting.empty()) writeWaiting();
+}
+
 void AuditLog::settled() {
   if (std::exchange(lastProblem, std::nullopt))
     dependencies.console.writeLine("The log of decisions is written again.");

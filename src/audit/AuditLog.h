@@ -71,6 +71,8 @@ class AuditLog {
   void add(AuditEntry entry);
   // To be called every few seconds: tries again what failed, and takes out what has become too old.
   void tend();
+  // Tries at once: what still waits when the agent ends is lost.
+  void flush();
 
   // The newest line, written or waiting.
   [[nodiscard]] const AuditHead& head() const { return newest; }

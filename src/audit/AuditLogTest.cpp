@@ -86,6 +86,15 @@ TEST_F(AuditLogTest, AFullDiskLosesNothingAndIsSaidOnce) {
   EXPECT_EQ(console.lines().back(), "The log of decisions is written again.");
 }
 
+TEST_F(AuditLogTest, TriesOnceMoreBeforeTheAgentEnds) {
+  start();
+  file.failWith(FileCode::noSpace);
+  add("A");
+  file.failWith(FileCode::success);
+  log->flush();
+  EXPECT_THAT(written(), ElementsAre("asked A"));
+}
+
 TEST_F(AuditLogTest, CountsWhatIsTooMuchToWait) {
   start();
   file.failWith(FileCode::noSpace);

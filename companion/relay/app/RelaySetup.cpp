@@ -57,9 +57,10 @@ std::string configurationText(const RelaySetupOptions& options) {
          << "tls-key = \"/run/quillard-relay/key.pem\"\n";
   }
   text << "database = \"/var/lib/quillard-relay/relay.db\"\n";
-  text << "# Phones that sleep are woken by push services, which may write to this address. Without the line: no phone "
+  // Off until computers and pages use it: what nobody uses, strangers could only misuse.
+  text << "# Phones that sleep can be woken by push services, which may write to this address. Without the line, none "
           "is.\n"
-       << "push-contact = \"https://" << options.domain << "\"\n";
+       << "# push-contact = \"https://" << options.domain << "\"\n";
   if (!options.page.empty()) text << "page = \"" << options.page << "\"\n";
   if (options.wantsRegistrationKey) {
     text << "registration-key-file = \"/run/credentials/quillard-relay.service/registration-key\"\n";

@@ -66,8 +66,8 @@ TEST_F(RelaySetup, PutsCaddyBeforeTheRelayByDefault) {
   EXPECT_TRUE(configuration.isBehindProxy);
   EXPECT_TRUE(configuration.listen.at(0).address.isLoopback());
   EXPECT_EQ(configuration.database, "/var/lib/quillard-relay/relay.db");
-  ASSERT_TRUE(configuration.push);
-  EXPECT_EQ(configuration.push->contact, "https://relay.example");
+  EXPECT_FALSE(configuration.push) << "No agent uses it yet.";
+  EXPECT_THAT(contents("etc/quillard-relay.conf"), HasSubstr("\n# push-contact = \"https://relay.example\"\n"));
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/etc/systemd"));
 }
 

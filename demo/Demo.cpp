@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "demo/DemoTexts.h"
+#include "demo/LoginStart.h"
 #include "demo/PhoneProgram.h"
 
 namespace quillard::demo {
@@ -32,6 +33,11 @@ std::optional<std::string> variable(const char* name) {
   const char* const value = std::getenv(name);
   return value && *value ? std::optional<std::string>(value) : std::nullopt;
 }
+
+constexpr const char* kLoginStartWithdrawn =
+    "Quillard does not start when you log in: it has no relay to use then. \"quillard relay set ADDRESS\" gives it "
+    "one.\n"
+    "./run --uninstall deletes what is installed.\n";
 
 std::string dataFolder() {
   const auto home = variable("HOME");
@@ -262,7 +268,18 @@ void Demo::end() {
   phone.reset();
   agent.reset();
   relay.reset();
+  withdrawLoginStart();
   desktop.reset();
+}
+
+// The agent registers itself to start at login. With nothing but the relay of this run, which is not there then, it
+// would come up unconfigured each time. One that the user has switched off says so in that file, which stays.
+void Demo::withdrawLoginStart() {
+  if (running.isPrivate || running.agent.empty()) return;
+  const auto shown = demo::run({running.agent, "relay", "show", "--json"},
+                               without(running.environment, "QUILLARD_RELAY_URL"), kToolTimeout);
+  if (shown.code == 0) return;
+  if (withdrawStartOf(running.agent, running.environment)) print(kLoginStartWithdrawn);
 }
 
 }  // namespace quillard::demo

@@ -60,6 +60,7 @@ class Demo {
   [[nodiscard]] std::optional<int> reasonToEnd();
   [[nodiscard]] int resultOfPhone(int code);
   void end();
+  void withdrawLoginStart();
   [[nodiscard]] bool stopRequested() const { return signals.requested().has_value(); }
 
   const Programs programs;

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 
@@ -11,6 +12,7 @@
 
 #include "demo/DemoSocket.h"
 #include "demo/DemoTexts.h"
+#include "demo/LoginStart.h"
 #include "demo/Service.h"
 #include "demo/Variables.h"
 #include "private-desktop/TemporaryFolder.h"
@@ -37,6 +39,27 @@ TEST(Variables, AreReplacedAndRead) {
   EXPECT_EQ(valueOf(variables, "AB"), "2");
   EXPECT_EQ(valueOf(variables, "EMPTY"), std::nullopt);
   EXPECT_EQ(valueOf(variables, "B"), std::nullopt);
+}
+
+// ---- The start at login
+
+TEST(LoginStart, GoesOnlyWhereItStartsThatProgram) {
+  const privatedesktop::TemporaryFolder folder;
+  const Variables environment{"HOME=" + folder.path()};
+  const std::string entry = folder.path() + "/.config/autostart/com.quillard.agent.desktop";
+  const auto write = [&](const std::string& text) {
+    fs::create_directories(fs::path(entry).parent_path());
+    std::ofstream(entry) << text;
+  };
+  EXPECT_FALSE(withdrawStartOf("/x/quillard", environment));
+  write("[Desktop Entry]\nTryExec=/usr/lib/quillard\n");
+  EXPECT_FALSE(withdrawStartOf("/x/quillard", environment));
+  write("[Desktop Entry]\nTryExec=/x/quillard\nHidden=true\n");
+  EXPECT_FALSE(withdrawStartOf("/x/quillard", environment));
+  EXPECT_TRUE(fs::exists(entry));
+  write("[Desktop Entry]\nTryExec=/x/quillard\n");
+  EXPECT_TRUE(withdrawStartOf("/x/quillard", environment));
+  EXPECT_FALSE(fs::exists(entry));
 }
 
 // ---- Programs that go with us

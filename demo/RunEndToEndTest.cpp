@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <nlohmann/json.hpp>
@@ -86,7 +87,8 @@ class RunEndToEnd : public testing::Test {
     start.environment = desktop ? desktop->environment()
                                 : demo::Variables{"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
                                                   "PATH=" + std::string(std::getenv("PATH"))};
-    start.environment.insert(start.environment.end(), {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, mark});
+    start.environment.insert(start.environment.end(),
+                             {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, "QUILLARD_DIALOG_DIAGNOSTICS=1", mark});
     return start;
   }
   [[nodiscard]] std::string printedBy(const std::string& name) const {
@@ -94,6 +96,10 @@ class RunEndToEnd : public testing::Test {
   }
   [[nodiscard]] bool waitUntilPrinted(const std::string& name, const std::string& text) const {
     return waitFor([&] { return printedBy(name).find(text) != std::string::npos; }, kTimeout);
+  }
+  // What the agent said on `desktop`.
+  [[nodiscard]] std::string agentLog() const {
+    return fileContents(desktop->folder("data") + "/quillard-relay/agent.log");
   }
   // Its exit code.
   std::optional<int> runToItsEnd(const std::string& name, const std::vector<std::string>& options) const {
@@ -105,6 +111,17 @@ class RunEndToEnd : public testing::Test {
     for (const char* folder : {"/tmp", "/home"}) {
       EXPECT_TRUE(waitFor([&] { return entries(place.path() + folder).empty(); })) << folder;
     }
+  }
+  // What is called after us in the home and the other folders of the desktop's user.
+  [[nodiscard]] std::vector<std::string> ours() const {
+    std::vector<std::string> found;
+    for (const char* const name : {"home", "data", "config", "run", "cache", "state", "tmp"}) {
+      for (const auto& path : entries(desktop->folder(name))) {
+        const auto file = fs::path(path).filename().string();
+        if (file.find("uillard") != std::string::npos) found.push_back(path);
+      }
+    }
+    return found;
   }
   void expectNoProgramLeft() const {
     EXPECT_TRUE(waitFor([this] { return programsWith(mark).empty(); }));
@@ -238,6 +255,11 @@ TEST_F(RunEndToEnd, OnADesktopItIsInstalledForItsUserAndSampledWhenAsked) {
   EXPECT_NE(printedBy("again").find("The sample prompt was answered: Don't Allow.\n"), std::string::npos)
       << printedBy("again");
   expectNoProgramLeft();
+  EXPECT_THAT(ours(), testing::Not(testing::Contains(testing::HasSubstr("autostart"))))
+      << "A trial leaves an agent without a relay, which starts at each login.";
+  EXPECT_THAT(ours(), testing::Not(testing::IsEmpty()));
+  EXPECT_EQ(runToItsEnd("uninstall", {"--uninstall", "--yes"}), 0) << printedBy("uninstall");
+  EXPECT_THAT(ours(), testing::IsEmpty()) << printedBy("uninstall");
 }
 
 // As the README says, and nothing else.
@@ -246,9 +268,29 @@ class RunOnAnyDesktop : public RunEndToEnd, public testing::WithParamInterface<p
 TEST_P(RunOnAnyDesktop, LeadsToAnAnsweredPrompt) {
   if (const auto missing = privatedesktop::missingFor(GetParam())) GTEST_SKIP() << *missing;
   desktop.emplace(privatedesktop::PrivateDesktopOptions{.kind = GetParam()});
-  EXPECT_EQ(runToItsEnd("run", {"--sample", "--phone", "--answer", "Don't Allow"}), 0) << printedBy("run");
+  EXPECT_EQ(runToItsEnd("run", {"--sample", "--phone", "--answer", "Don't Allow"}), 0)
+      << printedBy("run") << agentLog();
   EXPECT_NE(printedBy("run").find("The sample prompt was answered: Don't Allow.\n"), std::string::npos)
       << printedBy("run");
+  expectNoProgramLeft();
+}
+
+// What people have: a program that ran before it asks, and no sample.
+TEST_P(RunOnAnyDesktop, AProgramThatRunsAlreadyIsAnswered) {
+  if (const auto missing = privatedesktop::missingFor(GetParam())) GTEST_SKIP() << *missing;
+  desktop.emplace(privatedesktop::PrivateDesktopOptions{.kind = GetParam()});
+  Service running(start("run", {}));
+  ASSERT_TRUE(waitUntilPrinted("run", "Ctrl-C ends Quillard")) << printedBy("run");
+  Service phone(start("phone", {"--phone", "--answer", "Don't Allow"}));
+  // All that its start sets off is over when it asks; a look at everything comes after five minutes only.
+  auto program = desktop->launch(
+      "gtk3_prompt", {"--kind", "dialog", "--title", "Permission", "--text", "May it go on?", "--button", "Don't Allow",
+                      "--button", "Allow", "--parent", "Document", "--prompt-after", "6000"});
+  constexpr int kFirstButton = 10;
+  EXPECT_EQ(program.wait(kTimeout), kFirstButton) << printedBy("run") << printedBy("phone");
+  EXPECT_EQ(phone.waitForEnd(kTimeout), 0) << printedBy("phone");
+  running.end(kTimeout);
+  EXPECT_EQ(running.exitCode(), 128 + SIGTERM) << printedBy("run");
   expectNoProgramLeft();
 }
 

@@ -18,6 +18,11 @@ using Variables = std::vector<std::string>;
   return variables;
 }
 
+[[nodiscard]] inline Variables without(Variables variables, const std::string& name) {
+  std::erase_if(variables, [&](const std::string& entry) { return entry.rfind(name + "=", 0) == 0; });
+  return variables;
+}
+
 // Absent when it is not set, or set to nothing.
 [[nodiscard]] inline std::optional<std::string> valueOf(const Variables& variables, std::string_view name) {
   for (const auto& entry : variables) {

@@ -1,5 +1,6 @@
 #include "private-desktop/Compositor.h"
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +21,8 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSocket = "wayland-0";
 // Sway refuses to run as root. This is the user whom systems keep for such needs.
+// It draws its first pictures by the processor, where others wait for nothing.
+constexpr std::chrono::seconds kGnomeTimeout{60};
 constexpr uid_t kNobody = 65534;
 constexpr const char* kRemoteDesktop = "org.gnome.Mutter.RemoteDesktop";
 constexpr const char* kRemoteDesktopSession = "org.gnome.Mutter.RemoteDesktop.Session";
@@ -159,7 +162,7 @@ void Compositor::startGnome(const Start& start) {
   const auto isUp = [&] {
     return (server[0].output() + server[0].errors()).find("GNOME Shell started") != std::string::npos;
   };
-  if (!waitFor([&] { return isUp() || !server[0].isRunning(); }) || !isUp()) fail("GNOME Shell");
+  if (!waitFor([&] { return isUp() || !server[0].isRunning(); }, kGnomeTimeout) || !isUp()) fail("GNOME Shell");
   leaveOverview();
   if (options.hasKeyboard) addGnomeKeyboard();
 }

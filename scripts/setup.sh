@@ -7,7 +7,7 @@ debian_packages=(
   nlohmann-json3-dev libssl-dev libutf8proc-dev qt6-base-dev libsecret-1-dev libplist-dev
   libqrcodegencpp-dev libzbar-dev libcli11-dev python3-cryptography-vectors nodejs dbus-daemon gnome-keyring
   libsystemd-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
-  libgtk-3-dev libgtk-4-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin
+  libgtk-3-dev libgtk-4-dev libatspi2.0-dev xvfb openbox at-spi2-core dunst zenity gcr x11-utils libglib2.0-bin
   qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome xdg-utils util-linux
   desktop-file-utils man-db shellcheck fonts-dejavu-core adwaita-icon-theme tint2
   libboost1.81-dev libsqlite3-dev chromium
@@ -15,11 +15,13 @@ debian_packages=(
   sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
   openssh-client openssh-server zsh fish
 )
-# What only the desktops of ./test --long need: large, and of no use for anything else here.
+# What only the desktops of ./test --long need, and the neighbour of benchmarks/run: large, and of no use for anything
+# else here.
 # shellcheck disable=SC2034  # ./test adds them.
 debian_packages_of_large_desktops=(
   weston kwin-wayland plasma-workspace kactivitymanagerd xdg-desktop-portal-kde polkit-kde-agent-1 gnome-shell gjs
   plasma-desktop qtwayland5 qt6-wayland libnotify-bin xfce4-notifyd mate-notification-daemon lxqt-notificationd
+  kdeconnect
 )
 # What the phone's page is tried in besides Chromium.
 # shellcheck disable=SC2034  # ./test adds them.
@@ -30,7 +32,7 @@ command -v npm >/dev/null || debian_packages+=(npm)
 # Of these, what only tests need: not installed, and not built, where only_to_run is set.
 debian_packages_of_tests=" clang clang-19 libc++-19-dev clang-format clang-tidy libclang-rt-dev git libzbar-dev
   python3-cryptography-vectors
-  libgtk-4-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
+  libgtk-4-dev libatspi2.0-dev gnome-keyring dunst zenity gcr x11-utils qt6-translations-l10n xdg-desktop-portal-gtk policykit-1-gnome
   desktop-file-utils man-db shellcheck tint2 chromium
   libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev etcd-server etcd-client
   sway wtype xwayland xfwm4 xfconf marco mate-desktop-common mate-settings-daemon-common
@@ -98,7 +100,7 @@ folder_of() {
 configure() {
   local folder options=()
   folder=$(folder_of "$1")
-  [ -z "$only_to_run" ] || options=(-DQUILLARD_TESTS=OFF -DQUILLARD_BENCHMARKS=OFF)
+  [ -z "$only_to_run" ] || options=(-DQUILLARD_TESTS=OFF -DQUILLARD_BENCHMARKS=OFF -DCMAKE_UNITY_BUILD=ON)
   [ -f "$folder/build.ninja" ] || cmake --preset "$1" -B "$folder" "${options[@]}" >&2
 }
 

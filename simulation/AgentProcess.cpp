@@ -45,8 +45,10 @@ void AgentProcess::start() {
 void AgentProcess::quit() {
   if (!isRunning()) return;
   stage.happened(Fault::processQuits);
+  quits = true;
   onMainThread([](AppDelegate& delegate) { delegate.applicationWillTerminate(); });
   destroy();
+  quits = false;
   if (onDisk) restore(*onDisk);
 }
 
@@ -63,6 +65,7 @@ void AgentProcess::kill(const std::function<void()>& cutOff) {
     stage.world.secretStore().fail(place, SecretStatus{SecretStatusCode::other, "The process is dead."});
   }
   cutOff();
+  if (onKilled) onKilled();
 }
 
 void AgentProcess::killAtRequest(int number, std::function<void()> cutOff) {
@@ -173,6 +176,7 @@ void AgentProcess::pause() {
 
 void AgentProcess::resume() {
   if (!isRunning()) return;
+  if (paused) pauseEndWasLost = onDisk.has_value();
   paused = false;
   stage.trace("person", "resumes notifications");
   onMainThread([](AppDelegate& delegate) { delegate.resumeNotifications(); });

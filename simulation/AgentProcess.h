@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "agent/AppDelegate.h"
 #include "simulation/Chance.h"
@@ -37,11 +39,16 @@ class AgentProcess {
   [[nodiscard]] bool isRunning() const { return agent != nullptr && !hasBeenKilled; }
   // When it last started.
   [[nodiscard]] Seconds startedAt() const { return startTime; }
+  // It takes leave of everybody, and has not ended yet.
+  [[nodiscard]] bool isQuitting() const { return quits; }
 
   // From anywhere, also from inside a request of the agent. `cutOff`: takes its connections away.
   void kill(const std::function<void()>& cutOff);
   // At the request to the desktop that is the `number`th from now.
   void killAtRequest(int number, std::function<void()> cutOff);
+
+  // Called when it is killed, at that instant.
+  void setOnKilled(std::function<void()> handler) { onKilled = std::move(handler); }
 
   void setPermission(bool isGranted, bool isNotified);
   [[nodiscard]] bool hasPermission() const { return isTrusted; }
@@ -65,6 +72,8 @@ class AgentProcess {
   // Whether the window says that the relay calls the pairing revoked.
   [[nodiscard]] bool showsRevokedPairing();
   [[nodiscard]] bool isPaused() const { return paused; }
+  // The pause ended while the disk was full: one that is started anew may know nothing of that.
+  [[nodiscard]] bool mayStartPaused() const { return pauseEndWasLost; }
 
  private:
   using Settings = std::map<std::string, platform::UserDefaultsValue>;
@@ -77,7 +86,10 @@ class AgentProcess {
   Stage& stage;
   Chance chance;
   std::shared_ptr<AppDelegate> agent;
+  std::function<void()> onKilled;  // Empty: nobody asks.
   bool hasBeenKilled = false;
+  bool quits = false;
+  bool pauseEndWasLost = false;
   bool isTrusted = true;
   bool keychainIsOpen = true;
   bool startedWithLockedKeychain = false;

@@ -55,7 +55,8 @@ std::string fixed(double value, const char* format) {
 }
 
 int runOne(const CommandLine& line, const LineWriter& print, const LineWriter& warn) {
-  const auto outcome = live({.seed = line.first, .length = line.length, .trace = print});
+  const auto outcome =
+      live({.seed = line.first, .length = line.length, .trace = print, .programsAsk = line.programsAsk});
   print("decisions: " + std::to_string(outcome.decisions) + ", presses: " + std::to_string(outcome.presses));
   if (!outcome.broken) return 0;
   warn("Seed " + std::to_string(line.first) + ": " + *outcome.broken);
@@ -80,13 +81,15 @@ int runMany(const CommandLine& line, const LineWriter& print, const LineWriter& 
   std::size_t decisions = 0;
   std::size_t incompleteLists = 0;
   std::map<std::string, std::size_t> answers;
+  std::map<std::string, std::size_t> questions;
   for (std::uint64_t seed = line.first;; ++seed) {
-    const auto outcome = live({.seed = seed, .length = line.length});
+    const auto outcome = live({.seed = seed, .length = line.length, .programsAsk = line.programsAsk});
     faults.add(outcome.faults);
     presses += outcome.presses;
     decisions += outcome.decisions;
     incompleteLists += outcome.incompleteLists;
     for (const auto& [status, count] : outcome.answers) answers[status] += count;
+    for (const auto& [end, count] : outcome.questions) questions[end] += count;
     if (outcome.broken) {
       ++broken;
       warn("Seed " + std::to_string(seed) + ": " + *outcome.broken);
@@ -97,6 +100,7 @@ int runMany(const CommandLine& line, const LineWriter& print, const LineWriter& 
   const std::uint64_t seeds = line.last - line.first + 1;
   printFaults(faults, print);
   for (const auto& [status, count] : answers) print(std::to_string(count) + " decisions were answered: " + status);
+  for (const auto& [end, count] : questions) print(std::to_string(count) + " questions ended: " + end);
   print(std::to_string(incompleteLists) + " lists said that they are not whole.");
   print(std::to_string(seeds) + " seeds of " + fixed(line.length.count(), "%.0f") + " s each, " +
         std::to_string(decisions) + " decisions, " + std::to_string(presses) + " presses, " + std::to_string(broken) +
@@ -116,6 +120,7 @@ std::string helpText() {
          "  --seed N          the world that this number makes; the same number makes the same world\n"
          "  --seeds FROM..TO  all of these, both ends included\n"
          "  --hours H         how long things go wrong in each world; 1/30, two minutes, at first\n"
+         "  --asking          programs ask over the channel, too: the same number makes another world then\n"
          "  --help            this text\n"
          "\n"
          "The exit status is 0 when everything held, 1 when something broke, and 2 for wrong arguments.";
@@ -127,6 +132,10 @@ std::variant<CommandLine, std::string> readCommandLine(const std::vector<std::st
     const std::string& name = arguments[i];
     if (name == "--help" || name == "-h") {
       line.isHelpWanted = true;
+      continue;
+    }
+    if (name == "--asking") {
+      line.programsAsk = true;
       continue;
     }
     if (name != "--seed" && name != "--seeds" && name != "--hours") return "There is no option " + name + ".";

@@ -16,6 +16,7 @@ struct CommandLine {
   std::uint64_t last = 1;  // Included.
   bool tracesOne = true;   // One seed, with its trace; else many, with a summary.
   Seconds length{120};     // Of each world.
+  bool programsAsk = false;
   bool isHelpWanted = false;
 };
 

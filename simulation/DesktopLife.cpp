@@ -25,8 +25,6 @@ namespace {
 
 constexpr std::size_t kMostApplications = 5;
 constexpr std::size_t kMostOpen = 9;
-// Two ways of computing one moment differ by less.
-constexpr Seconds kSameMoment{1e-6};
 constexpr const char* kPasswordLine = "Enter your password to go on.";
 
 std::string textOf(const platform::AXResult<AXValue>& answer) {
@@ -440,10 +438,24 @@ std::vector<AgentPress> DesktopLife::takeAgentPresses() {
     const auto& press = presses[pressesRead];
     const Seconds at = stage.timeOf(press.at);
     if (const auto appearance = appearanceAt(press.window, at)) {
-      taken.push_back({at, *appearance, press.label, press.isTaken});
+      taken.push_back({at, *appearance, press.label, press.isTaken, mouseHeldBefore(press.at)});
     }
   }
   return taken;
+}
+
+// By the machine's own time, in which nobody waits while it sleeps.
+Seconds DesktopLife::mouseHeldBefore(Instant release) {
+  using platform::MouseEventType;
+  const auto& events = stage.world.syntheticEvents().posted();
+  for (; eventsRead < events.size() && events[eventsRead].at <= release; ++eventsRead) {
+    const auto& event = events[eventsRead];
+    if (event.mouse == MouseEventType::leftMouseDown) mouseWentDown = event.at;
+    if (event.mouse == MouseEventType::leftMouseUp && event.at == release && mouseWentDown) {
+      return release - *mouseWentDown;
+    }
+  }
+  return Seconds::zero();
 }
 
 // At the moment when one turns into another: the earlier one.

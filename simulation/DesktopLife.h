@@ -49,6 +49,7 @@ struct AgentPress {
   std::size_t appearance = 0;
   std::string label;
   bool isTaken = true;  // False: refused, nothing came of it.
+  Seconds held{0};      // How long the mouse was down before. Zero: by a request or a key, which press at once.
 };
 
 // The applications and their prompts: what a person would see on the screen. It holds the truth about every prompt and
@@ -128,6 +129,7 @@ class DesktopLife {
   [[nodiscard]] Application* anyApplication();
   [[nodiscard]] Application* find(platform::simulated::ApplicationHandle application);
   [[nodiscard]] const Application* find(platform::simulated::ApplicationHandle application) const;
+  [[nodiscard]] Seconds mouseHeldBefore(Instant release);
   [[nodiscard]] std::optional<std::size_t> appearanceAt(platform::simulated::NodeHandle window, Seconds at) const;
 
   Stage& stage;
@@ -136,6 +138,8 @@ class DesktopLife {
   std::vector<Appearance> all;
   std::size_t contents = 0;
   std::size_t pressesRead = 0;
+  std::size_t eventsRead = 0;
+  std::optional<Instant> mouseWentDown;    // The last time among these events.
   std::vector<std::size_t> pressesByHand;  // Positions among the desktop's presses.
 };
 

@@ -71,9 +71,9 @@ struct HostileRelay::AgentLink {
 class HostileRelay::AgentPeer final : public relayserver::RelayPeer {
  public:
   AgentPeer(HostileRelay& relay, std::weak_ptr<AgentLink> link) : relay(relay), link(std::move(link)) {}
-  bool send(const MessageText& text) override {
+  Sending send(const MessageText& text, std::uint64_t) override {
     relay.toAgent(link, *text);
-    return true;
+    return Sending::written;
   }
   void ping() override {
     const auto alive = link.lock();
@@ -97,9 +97,9 @@ class HostileRelay::PhonePeer final : public relayserver::RelayPeer {
  public:
   PhonePeer(HostileRelay& relay, std::string deviceID, std::uint64_t number)
       : relay(relay), deviceID(std::move(deviceID)), number(number) {}
-  bool send(const MessageText& text) override {
+  Sending send(const MessageText& text, std::uint64_t) override {
     relay.toPhone(deviceID, number, *text);
-    return true;
+    return Sending::written;
   }
   void ping() override { pinged = true; }
   void close(relayserver::CloseCode) override { end(); }
@@ -206,6 +206,7 @@ std::optional<int> HostileRelay::refusal(const ConnectionHandle& connection) {
 
 void HostileRelay::connectionStarted(const ConnectionHandle& connection) {
   expectBoundedAttempts();
+  events.agentWasCutOff();  // From the connection before, whoever ended that.
   identities.refresh();
   if (const auto status = refusal(connection)) {
     stage.trace("relay", "refuses the agent's connection with ", *status);
@@ -278,7 +279,7 @@ void HostileRelay::deliverToAgent(const std::string& pairingID, const std::weak_
     const auto ciphertext = parsed["encryptedRequest"].value("ciphertext", std::string{});
     if (TapDecision* const decision = ledger.ofBox(ciphertext)) {
       stage.trace("relay", "delivers ", parsed.value("decisionID", std::string{}), " to the agent");
-      if (!decision->delivered) decision->delivered = stage.now();
+      ledger.deliver(*decision, stage.now());
     }
   }
   target->connection->sendText(frame);
@@ -416,6 +417,7 @@ void HostileRelay::dropConnections() {
     leave(*link);
   }
   agents.clear();
+  events.agentWasCutOff();
 }
 
 void HostileRelay::goDown(Seconds duration) {
@@ -435,11 +437,9 @@ void HostileRelay::restart(bool losesDatabase) {
     link->hasLeft = true;
   }
   agents.clear();
+  events.agentWasCutOff();
   const auto ending = std::exchange(phones, {});
-  if (losesDatabase) {
-    store.entries.clear();
-    store.removed.clear();
-  }
+  if (losesDatabase) store.entries.clear();
   core = std::make_unique<Core>(store);
   for (const auto& [deviceID, link] : ending) link.line->lineEnded();
 }

@@ -39,6 +39,8 @@ struct RelayEvents {
   // The bearer token has no known identity.
   std::function<void(const std::string& frame)> unknownAgentSent;
   std::function<void(const platform::HttpRequest& request)> agentAsked;
+  // Its connections broke: what it says until it has another one reaches nobody.
+  std::function<void()> agentWasCutOff = [] {};
 };
 
 // The relay between the agent and the phones: the real relay's rules, and around them a network and an operator who do

@@ -20,9 +20,6 @@ constexpr Seconds kLatestArrival{60};
 constexpr Seconds kSettled{3};
 // How long the prompt may take to go after a press: the waits of the click.
 constexpr Seconds kPressTakesEffect{4.25};
-// From the last look until a key or a button of the mouse has come up again, and the program has noticed. What a window
-// turns into meanwhile is pressed in place of what it was, whoever presses.
-constexpr Seconds kPressInFlight{0.15};
 // Some of these do not fit into one message.
 constexpr std::size_t kHugeTitle = 10'000;
 
@@ -36,6 +33,7 @@ Judge::Judge(Stage& stage, const DesktopLife& life, const AgentProcess& process,
 
 void Judge::agentStarted() {
   listWasForgotten();
+  if (programs) programs->agentStarted();
   for (auto& [id, identity] : byID) {
     if (identity.isListed) {
       identity.isListed = false;
@@ -66,12 +64,18 @@ void Judge::takeSnapshot(const Json& frame, const InstallationSecrets& secrets) 
   if (!list->isReadable) return stage.fail("The agent sealed a list that cannot be read.");
   std::set<Uuid> present;
   std::string titles;
+  std::vector<PendingApproval> asked;
   for (const auto& approval : list->approvals) {
-    if (!present.insert(approval.id).second) stage.fail("The list names ", shown(approval.id), " twice.");
     titles += " " + shown(approval.id) + "=\"" + approval.windowTitle.substr(0, 40) + "\"";
+    if (programs && AskingPrograms::isQuestion(approval)) {
+      asked.push_back(approval);
+      continue;
+    }
+    if (!present.insert(approval.id).second) stage.fail("The list names ", shown(approval.id), " twice.");
     listed(approval);
   }
   stage.trace("agent", "lists", titles.empty() ? " nothing" : titles);
+  if (programs) programs->listed(asked);
   const bool isIncomplete = list->marks.leftOut > 0;
   if (isIncomplete) ++incompleteCount;
   expectWholeUnlessMarked(present, isIncomplete);
@@ -204,35 +208,71 @@ bool Judge::fits(const TapDecision& decision, const AgentPress& press) const {
 void Judge::pressed(const AgentPress& press) {
   ++pressCount;
   stage.trace("desktop", "the agent presses \"", press.label, "\" of appearance ", press.appearance,
-              press.isTaken ? "" : ", which is refused");
-  if (const auto before = beforeLabelsChanged(press); before && isMeant(*before)) return judgePress(*before);
-  if (isMeant(press) || !changedDuringPress(press)) return judgePress(press);
-  AgentPress meant = press;
-  meant.appearance = *life.predecessorOf(press.appearance);
-  judgePress(meant);
+              press.isTaken ? "" : ", which is refused", press.held > Seconds::zero() ? ", with the mouse" : "");
+  // By the decision that the agent came to first. Without one that is open, by what there is a decision for at all.
+  const auto meanings = meaningsOf(press);
+  const AgentPress* meant = nullptr;
+  const TapDecision* of = nullptr;
+  for (const auto& meaning : meanings) {
+    const auto open = openDecisionsFor(meaning);
+    if (open.empty() || (of && of->delivery <= open.front()->delivery)) continue;
+    of = open.front();
+    meant = &meaning;
+  }
+  const auto isMeant = [&](const AgentPress& meaning) {
+    const auto& decisions = ledger.decisions();
+    return std::any_of(decisions.begin(), decisions.end(), [&](const auto& one) { return fits(one, meaning); });
+  };
+  if (!meant) {
+    const auto found = std::find_if(meanings.begin(), meanings.end(), isMeant);
+    meant = found == meanings.end() ? &press : &*found;
+  }
+  judgePress(*meant);
 }
 
-bool Judge::isMeant(const AgentPress& press) const {
-  const auto& decisions = ledger.decisions();
-  return std::any_of(decisions.begin(), decisions.end(), [&](const TapDecision& one) { return fits(one, press); });
+// What a window turns into while the button of a mouse is down is pressed in place of what it was, whoever presses; and
+// so is what it turns into while a request is on its way to a slow application.
+std::vector<AgentPress> Judge::meaningsOf(const AgentPress& press) const {
+  std::vector<AgentPress> meanings{press};
+  const Appearance& its = life.appearances()[press.appearance];
+  if (const auto& swap = its.swapped; swap && wasUnderWay(press, swap->at)) {
+    AgentPress before = press;
+    if (press.label == swap->first) before.label = swap->second;
+    if (press.label == swap->second) before.label = swap->first;
+    meanings.push_back(before);
+  }
+  if (const auto predecessor = life.predecessorOf(press.appearance); predecessor && wasUnderWay(press, its.from)) {
+    AgentPress before = press;
+    before.appearance = *predecessor;
+    meanings.push_back(before);
+  }
+  return meanings;
 }
 
-// Which button it was at the last look, when two have given each other their labels while a key was down.
-std::optional<AgentPress> Judge::beforeLabelsChanged(const AgentPress& press) const {
-  const auto& swap = life.appearances()[press.appearance].swapped;
-  if (!swap || swap->at > press.at) return std::nullopt;
-  if (stage.awakeSince(swap->at) - stage.awakeSince(press.at) > kPressInFlight) return std::nullopt;
-  AgentPress before = press;
-  if (press.label == swap->first) before.label = swap->second;
-  if (press.label == swap->second) before.label = swap->first;
-  return before;
-}
-
-// Also in a request that was on its way to a slow application.
-bool Judge::changedDuringPress(const AgentPress& press) const {
-  if (!life.predecessorOf(press.appearance)) return false;
-  return press.at - life.appearances()[press.appearance].from <= kPressInFlight ||
+bool Judge::wasUnderWay(const AgentPress& press, Seconds change) const {
+  if (change > press.at + kSameMoment) return false;
+  return stage.awakeSince(change) - stage.awakeSince(press.at) <= press.held + kSameMoment ||
          !life.answeredSince(press.appearance, press.at - kStaleAtFirst);
+}
+
+std::vector<TapDecision*> Judge::openDecisionsFor(const AgentPress& press) const {
+  std::vector<TapDecision*> open;
+  for (TapDecision& decision : ledger.decisions()) {
+    if (decision.answers.empty() && fits(decision, press)) open.push_back(&decision);
+  }
+  std::sort(open.begin(), open.end(),
+            [](const auto* one, const auto* other) { return one->delivery < other->delivery; });
+  return open;
+}
+
+std::vector<TapDecision*> Judge::begunOf(const std::vector<TapDecision*>& open) const {
+  std::vector<TapDecision*> begun;
+  for (TapDecision* const decision : open) {
+    begun.push_back(decision);
+    const bool mayHaveEnded = cutOffAt && *cutOffAt >= *decision->delivered;
+    if (!mayHaveEnded) break;
+  }
+  return begun;
 }
 
 void Judge::judgePress(const AgentPress& press) {
@@ -253,19 +293,13 @@ void Judge::judgePress(const AgentPress& press) {
     return stage.fail("\"", press.label, "\" of \"", appearance.content.title, "\" (appearance ", press.appearance,
                       ") was pressed, and no decision for it named that button.");
   }
-  // The agent takes them in the order in which they came.
-  TapDecision* begun = nullptr;
-  for (TapDecision* decision : fitting) {
-    if (!decision->answers.empty()) continue;
-    if (!begun || *decision->delivered < *begun->delivered) begun = decision;
-  }
-  // With another one that is open, the press may be its first.
-  const auto isOpen = [](const TapDecision* decision) { return decision->answers.empty(); };
-  const bool isOnlyOne = std::count_if(fitting.begin(), fitting.end(), isOpen) == 1;
-  if (isOnlyOne && begun->pressed == press.appearance && wasPrompt) expectNoHurry(*begun, press);
-  if (begun && press.isTaken && !begun->pressed) {
-    begun->pressed = press.appearance;
-    begun->pressedAt = press.at;
+  const auto open = openDecisionsFor(press);
+  const auto begun = begunOf(open);
+  const bool isAlone = open.size() == 1;
+  for (TapDecision* const decision : begun) takePress(*decision, press, {.isAlone = isAlone, .wasPrompt = wasPrompt});
+  if (begun.size() == 1 && press.isTaken && !begun.front()->pressed) {
+    begun.front()->pressed = press.appearance;
+    begun.front()->pressedAt = press.at;
   }
   const bool allAnswered = std::all_of(fitting.begin(), fitting.end(), [&](const TapDecision* decision) {
     return decision->isNew && !decision->wasRenamed && !decision->answers.empty() &&
@@ -277,12 +311,26 @@ void Judge::judgePress(const AgentPress& press) {
   }
 }
 
-// The first press may take effect for as long as the click waits for it.
-void Judge::expectNoHurry(const TapDecision& decision, const AgentPress& press) {
-  const Seconds passed = press.at - decision.pressedAt;
-  if (passed >= kPressTakesEffect - Seconds{0.01}) return;
-  stage.fail(decision.id, " pressed \"", press.label, "\" again ", passed.count(),
-             " s after a press that could still take effect.");
+// The first press may take effect for as long as the click waits for it. Which one that was is not plain while another
+// decision may be under way: one that kept the time is enough.
+void Judge::takePress(TapDecision& decision, const AgentPress& press, const PressConditions& conditions) {
+  std::optional<Seconds> hurry;
+  std::erase_if(decision.firstPresses, [&](TapDecision::FirstPress& first) {
+    const Seconds passed = press.at - first.at;
+    if (first.appearance != press.appearance || !conditions.wasPrompt || passed >= kPressTakesEffect - Seconds{0.01}) {
+      first.hadItsTime = true;
+    }
+    if (!first.hadItsTime) hurry = passed;
+    return !first.hadItsTime;
+  });
+  if (!decision.wasFirstPressMade && press.isTaken) {
+    decision.firstPresses.push_back({.appearance = press.appearance, .at = press.at});
+    decision.wasFirstPressMade = conditions.isAlone;
+  }
+  if (hurry && conditions.isAlone && decision.firstPresses.empty()) {
+    stage.fail(decision.id, " pressed \"", press.label, "\" again ", hurry->count(),
+               " s after a press that could still take effect.");
+  }
 }
 
 // ---- What it answers
@@ -313,6 +361,7 @@ void Judge::takeResult(const Json& frame, const InstallationSecrets& secrets) {
 }
 
 void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, const std::string& error) {
+  if (programs && programs->isAbout(decision)) return programs->judgeAnswer(decision, status);
   const auto found = byID.find(decision.approvalID);
   const auto appearance = appearanceOf(decision.approvalID);
   if (status == kAcceptedStatus) {
@@ -332,28 +381,45 @@ void Judge::judgeAnswer(const TapDecision& decision, const std::string& status, 
     return;
   }
   if (!appearance) return;
-  if (status == kNotFoundStatus || status == kRequiresDirectAccessStatus) {
-    const bool isAlone =
-        std::count_if(ledger.decisions().begin(), ledger.decisions().end(),
-                      [&](const TapDecision& other) { return other.approvalID == decision.approvalID; }) == 1;
-    // A process that has ended cannot tell the next one what it pressed.
-    if (isAlone && decision.pressed && decision.pressedAt >= process.startedAt()) {
-      stage.fail(decision.id, " was answered with ", status, ", and \"", decision.label, "\" had been pressed.");
-    }
-    return;
-  }
+  if (status == kNotFoundStatus || status == kRequiresDirectAccessStatus) return judgeNotPressed(decision, status);
   // Plain to see: pressed, gone for a while, everybody answered, and nobody else had a hand in it. That its window has
   // gone can be seen without its program, and what else its window shows by now cannot.
   const Appearance& its = life.appearances()[*appearance];
-  const bool isPlain = decision.pressed == appearance && its.to && stage.now() - *its.to > kSettled &&
-                       viewWasClearSince(*decision.delivered - kStaleAtFirst) &&
-                       life.answeredBetween(*appearance, *decision.delivered - kStaleAtFirst,
-                                            life.tookItsWindowAlong(*appearance) ? decision.pressedAt : stage.now()) &&
-                       found->second.candidates.size() == 1 && !its.content.isUnreadable;
+  const bool isPlain =
+      decision.pressed == appearance && its.to && stage.now() - *its.to > kSettled &&
+      viewWasClearSince(*decision.delivered - kStaleAtFirst) &&
+      life.answeredBetween(*appearance, *decision.delivered - kStaleAtFirst,
+                           life.tookItsWindowAlong(*appearance) ? decision.pressedAt : *its.to + kSettled) &&
+      found->second.candidates.size() == 1 && !its.content.isUnreadable;
   if (isPlain && status == kFailedStatus) {
     stage.fail(decision.id, " was answered with failed (", error, "), and the prompt had gone ",
                (stage.now() - *its.to).count(), " s before.");
   }
+}
+
+void Judge::judgeNotPressed(const TapDecision& decision, const std::string& status) {
+  const bool isAlone =
+      std::count_if(ledger.decisions().begin(), ledger.decisions().end(),
+                    [&](const TapDecision& other) { return other.approvalID == decision.approvalID; }) == 1;
+  // A process that has ended cannot tell the next one what it pressed.
+  if (isAlone && decision.pressed && decision.pressedAt >= process.startedAt()) {
+    stage.fail(decision.id, " was answered with ", status, ", and \"", decision.label, "\" had been pressed.");
+  }
+  if (status == kNotFoundStatus && isPlainlyThere(decision)) {
+    stage.fail(decision.id, " was answered with ", status, ", and it is on the screen all the time.");
+  }
+}
+
+// Listed as one appearance, and with that button, from before the decision came until now. An agent that could not look
+// meanwhile has to say so.
+bool Judge::isPlainlyThere(const TapDecision& decision) const {
+  const auto& identity = byID.at(decision.approvalID);
+  if (identity.candidates.size() != 1 || !identity.isListed) return false;
+  if (mutedKinds.contains(identity.suppressionID)) return false;
+  const Appearance& its = life.appearances()[identity.candidates.front()];
+  const auto& buttons = its.content.buttons;
+  return !its.to && !its.unsteady && its.from <= *decision.delivered &&
+         std::find(buttons.begin(), buttons.end(), decision.label) != buttons.end();
 }
 
 std::vector<std::size_t> Judge::underWay() const {

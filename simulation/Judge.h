@@ -10,6 +10,7 @@
 #include "approvals/PendingApproval.h"
 #include "relay/InstallationSecrets.h"
 #include "simulation/AgentProcess.h"
+#include "simulation/AskingPrograms.h"
 #include "simulation/DesktopLife.h"
 #include "simulation/Identities.h"
 #include "simulation/Ledger.h"
@@ -27,8 +28,9 @@ namespace quillard::simulation {
 //   nor while an earlier press may still take effect.
 // - A prompt that requires direct access is dismissed at most, never approved.
 // - All answers to one decision are the same. "Accepted": that appearance has gone, and a button of it was pressed.
-//   "Not found", "requires direct access": nothing was pressed for it. "Failed": not when it was plain to see that the
-//   press worked, even when its program has fallen silent since.
+//   "Not found", "requires direct access": nothing was pressed for it; "not found": and it was not on the screen all
+//   the time. "Failed": not when it was plain to see that the press worked, even when its program has fallen silent
+//   since.
 // - A list names what is on the screen; a prompt that stays keeps its place and identity, and an identity that has
 //   ended never comes back and never stands for another appearance. A list that is too long says so, and sheds the
 //   huge ones only.
@@ -38,6 +40,8 @@ class Judge {
  public:
   Judge(Stage& stage, const DesktopLife& life, const AgentProcess& process, const Identities& identities,
         Ledger& ledger, OpenedLists& lists);
+  // Where programs ask, who judges of their questions; it outlives this. None do otherwise.
+  void setAskingPrograms(AskingPrograms& asking) { programs = &asking; }
   Judge(const Judge&) = delete;
   Judge& operator=(const Judge&) = delete;
 
@@ -47,7 +51,10 @@ class Judge {
   void agentAsked(const platform::HttpRequest& request);
   void pressed(const AgentPress& press);
   // What may make the list differ from the screen for a while.
-  void kindWasMuted(const Uuid& suppressionID) { mutedKinds.insert(suppressionID); }
+  void kindWasMuted(const Uuid& suppressionID) {
+    mutedKinds.insert(suppressionID);
+    if (programs) programs->kindWasMuted(suppressionID);
+  }
   void kindsAreUnmuted() { mutedKinds.clear(); }
   [[nodiscard]] const std::set<Uuid>& mutedKindsEver() const { return mutedKinds; }
   // The agent could not see the desktop until now, which does not excuse a list without what is on it.
@@ -58,6 +65,11 @@ class Judge {
     forgottenAt = stage.now();
   }
   void agentStarted();
+  // What it answers from now on may reach nobody, until the phone asks again.
+  void agentWasCutOff() {
+    cutOffAt = stage.now();
+    if (programs) programs->agentWasCutOff();
+  }
   // A decision that the agent's process answered before it died is not known to the next one.
   void consoleLines(const std::vector<std::string>& lines);
 
@@ -95,13 +107,22 @@ class Judge {
   [[nodiscard]] bool mayStillBeListed(const Appearance& gone) const;
   [[nodiscard]] std::vector<std::size_t> candidatesOf(const PendingApproval& approval) const;
   void judgePress(const AgentPress& press);
-  [[nodiscard]] bool isMeant(const AgentPress& press) const;
-  [[nodiscard]] bool changedDuringPress(const AgentPress& press) const;
-  // Absent: they have not changed during the press.
-  [[nodiscard]] std::optional<AgentPress> beforeLabelsChanged(const AgentPress& press) const;
+  // What the agent may have meant, as it stands now and as it stood when a mouse went down or a request left.
+  [[nodiscard]] std::vector<AgentPress> meaningsOf(const AgentPress& press) const;
+  [[nodiscard]] bool wasUnderWay(const AgentPress& press, Seconds change) const;
+  // Those that the agent may be carrying out, in the order in which it takes them.
+  [[nodiscard]] std::vector<TapDecision*> openDecisionsFor(const AgentPress& press) const;
+  // Of these, the ones that it may have come to: the first, and each after one whose answer may have been lost.
+  [[nodiscard]] std::vector<TapDecision*> begunOf(const std::vector<TapDecision*>& open) const;
   [[nodiscard]] bool fits(const TapDecision& decision, const AgentPress& press) const;
-  void expectNoHurry(const TapDecision& decision, const AgentPress& press);
+  struct PressConditions {
+    bool isAlone = false;    // No other decision is open for what was pressed.
+    bool wasPrompt = false;  // The program answered in time.
+  };
+  void takePress(TapDecision& decision, const AgentPress& press, const PressConditions& conditions);
   void judgeAnswer(const TapDecision& decision, const std::string& status, const std::string& error);
+  void judgeNotPressed(const TapDecision& decision, const std::string& status);
+  [[nodiscard]] bool isPlainlyThere(const TapDecision& decision) const;
   void expectNoSecrets(const std::string& text, const char* where);
   [[nodiscard]] bool viewWasClearSince(Seconds time) const { return !disturbedAt || *disturbedAt < time; }
 
@@ -111,10 +132,12 @@ class Judge {
   const Identities& identities;
   Ledger& ledger;
   OpenedLists& lists;
+  AskingPrograms* programs = nullptr;
   std::map<Uuid, Identity> byID;
   std::set<Uuid> mutedKinds;
   std::optional<Seconds> disturbedAt;
   std::optional<Seconds> forgottenAt;
+  std::optional<Seconds> cutOffAt;
   std::map<std::size_t, std::vector<AgentPress>> pressesByAppearance;
   std::map<std::string, std::size_t> answersByStatus;
   std::size_t pressCount = 0;

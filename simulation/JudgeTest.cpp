@@ -1,5 +1,6 @@
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -60,14 +61,27 @@ class JudgeTest : public testing::Test {
                 .approvalID = approval.id,
                 .label = label,
                 .tappedAt = stage.now(),
-                .isNew = isNew,
-                .delivered = stage.now()},
+                .isNew = isNew},
                id);
+    ledger.deliver(*ledger.find(id), stage.now());
     return *ledger.find(id);
   }
 
+  // As a request or a key does.
   void press(const Appearance& shown, const std::string& label) {
     judge.pressed({.at = stage.now(), .appearance = shown.number, .label = label});
+  }
+  // The mouse went down 0.08 s ago.
+  void click(const Appearance& shown, const std::string& label) {
+    judge.pressed({.at = stage.now(), .appearance = shown.number, .label = label, .held = Seconds{0.08}});
+  }
+
+  // The labels of the first and the last button of the only prompt, which change places now, the second one no
+  // "Cancel".
+  std::pair<std::string, std::string> swapLabels() {
+    life.swapLabels();
+    const auto& swap = appearance().swapped.value();
+    return swap.first == "Cancel" ? std::pair{swap.first, swap.second} : std::pair{swap.second, swap.first};
   }
 
   void advance(double seconds) { world.advance(Seconds{seconds}); }
@@ -156,65 +170,183 @@ TEST_F(JudgeTest, SeesAnApprovalThatRequiresDirectAccess) {
   EXPECT_THAT(verdict(), HasSubstr("requires direct access"));
 }
 
-// A key that is down comes up; who presses by hand meets the same.
-TEST_F(JudgeTest, ExcusesAWindowThatTurnsIntoAnotherPromptDuringThePress) {
+// A mouse that is down comes up; who presses by hand meets the same.
+TEST_F(JudgeTest, ExcusesAWindowThatTurnsIntoAnotherPromptDuringTheClick) {
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
   const std::string id = decide(approval, "Cancel").id;
   life.replaceContent(appearance().number, /*withPassword=*/true);
-  advance(0.14);
-  press(life.appearances().back(), "Cancel");
+  advance(0.07);
+  click(life.appearances().back(), "Cancel");
   answer(id, "accepted");
   EXPECT_EQ(verdict(), "nothing broke");
 }
 
-TEST_F(JudgeTest, SeesThePressOfAnotherPromptThatTheWindowTurnedInto) {
+TEST_F(JudgeTest, SeesAClickThatBeganAfterTheWindowHadTurnedIntoAnotherPrompt) {
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
   decide(approval, "Cancel");
   life.replaceContent(appearance().number, /*withPassword=*/true);
-  advance(0.16);
+  advance(0.09);
+  click(life.appearances().back(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+// Nothing passes between the last look and what these do.
+TEST_F(JudgeTest, SeesARequestOrAKeyThatPressesAnotherPromptThatTheWindowTurnedInto) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel");
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  advance(0.01);
   press(life.appearances().back(), "Cancel");
   EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
 }
 
-TEST_F(JudgeTest, ExcusesButtonsThatSwapTheirLabelsDuringThePress) {
+TEST_F(JudgeTest, ExcusesButtonsThatSwapTheirLabelsDuringTheClick) {
   life.replaceContent(appearance().number, /*withPassword=*/true);
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
-  life.swapLabels();
-  const auto& swap = appearance().swapped;
-  ASSERT_TRUE(swap);
-  const bool cancelsFirst = swap->first == "Cancel";
-  decide(approval, "Cancel");
-  decide(approval, cancelsFirst ? swap->second : swap->first);  // Refused, as it has to be.
-  advance(0.14);
-  press(appearance(), cancelsFirst ? swap->second : swap->first);
+  const auto [cancel, other] = swapLabels();
+  decide(approval, cancel);
+  decide(approval, other);  // Refused, as it has to be.
+  advance(0.07);
+  click(appearance(), other);
   EXPECT_EQ(verdict(), "nothing broke");
 }
 
-TEST_F(JudgeTest, SeesThePressOfAButtonThatGotItsLabelBefore) {
+TEST_F(JudgeTest, SeesAClickThatBeganAfterTheButtonHadGotAnotherLabel) {
   life.replaceContent(appearance().number, /*withPassword=*/true);
   const auto approval = approvalOf(appearance(), 1);
   list({approval});
-  life.swapLabels();
-  const auto& swap = appearance().swapped;
-  ASSERT_TRUE(swap);
-  const std::string other = swap->first == "Cancel" ? swap->second : swap->first;
-  decide(approval, "Cancel");
+  const auto [cancel, other] = swapLabels();
+  decide(approval, cancel);
   decide(approval, other);
-  advance(0.16);
-  press(appearance(), other);
+  advance(0.09);
+  click(appearance(), other);
   EXPECT_THAT(verdict(), HasSubstr("requires direct access"));
+}
+
+TEST_F(JudgeTest, SeesARequestOrAKeyThatPressesAButtonThatGotAnotherLabel) {
+  life.replaceContent(appearance().number, /*withPassword=*/false);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const auto [cancel, other] = swapLabels();
+  decide(approval, cancel);
+  advance(0.01);
+  press(appearance(), other);
+  EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
+}
+
+// The click was right before the labels changed places, and is right after it: by the decision that came first.
+TEST_F(JudgeTest, TakesAClickWhileLabelsSwapForTheDecisionThatCameFirst) {
+  life.replaceContent(appearance().number, /*withPassword=*/true);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const auto [cancel, other] = swapLabels();
+  decide(approval, cancel);
+  decide(approval, other);
+  advance(0.07);
+  click(appearance(), cancel);
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, TakesAClickWhileLabelsSwapForNoFirstPressOfTheDecisionAfterIt) {
+  life.replaceContent(appearance().number, /*withPassword=*/false);
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const auto [cancel, other] = swapLabels();
+  const std::string first = decide(approval, cancel).id;
+  decide(approval, other);
+  advance(0.07);
+  click(appearance(), other);
+  answer(first, "failed");
+  advance(1.3);
+  press(appearance(), other);
+  EXPECT_EQ(verdict(), "nothing broke");
+  advance(1.3);
+  press(appearance(), other);
+  EXPECT_THAT(verdict(), HasSubstr("after a press that could still take effect"));
 }
 
 TEST_F(JudgeTest, SeesAPressThatWasNotMeantForThePromptBeforeEither) {
   list({approvalOf(appearance(), 1)});
   life.replaceContent(appearance().number, /*withPassword=*/false);
-  advance(0.1);
-  press(life.appearances().back(), "Cancel");
+  advance(0.05);
+  click(life.appearances().back(), "Cancel");
   EXPECT_THAT(verdict(), HasSubstr("no decision for it named that button"));
 }
+
+// ---- Whose press it was
+
+TEST_F(JudgeTest, SeesAPressWhileAnEarlierOneMayStillTakeEffect) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  decide(approval, "Cancel");
+  press(appearance(), "Cancel");
+  advance(4.2);
+  press(appearance(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("after a press that could still take effect"));
+}
+
+// Two records of one window, whose decisions arrive in one moment, the later one first.
+TEST_F(JudgeTest, TakesAPressForTheDecisionThatWasDeliveredFirst) {
+  const auto one = approvalOf(appearance(), 1);
+  const auto other = approvalOf(appearance(), 2);
+  list({one, other});
+  for (const auto& approval : {one, other}) {
+    ledger.add({.id = approval.id.text(),
+                .pairingID = secrets.pairingID,
+                .approvalID = approval.id,
+                .label = "Cancel",
+                .tappedAt = stage.now(),
+                .isNew = true},
+               approval.id.text());
+  }
+  ledger.deliver(*ledger.find(other.id.text()), stage.now());
+  ledger.deliver(*ledger.find(one.id.text()), stage.now());
+  press(appearance(), "Cancel");
+  life.moveWindow();
+  answer(one.id.text(), "not_found");
+  EXPECT_EQ(verdict(), "nothing broke");
+  answer(other.id.text(), "not_found");
+  EXPECT_THAT(verdict(), HasSubstr("had been pressed"));
+}
+
+// What was answered without a connection, the judge learns when the phone asks again.
+TEST_F(JudgeTest, TakesNoPressAfterAConnectionWasLostForTheOneDecisionThatMayHaveEnded) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string first = decide(approval, "Cancel").id;
+  press(appearance(), "Cancel");
+  judge.agentWasCutOff();
+  decide(approval, "Cancel");
+  advance(8);
+  press(appearance(), "Cancel");
+  answer(first, "failed");
+  advance(4.3);
+  press(appearance(), "Cancel");
+  advance(1.3);
+  press(appearance(), "Cancel");
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesTheHurryOfADecisionAlsoAfterAConnectionWasLost) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string first = decide(approval, "Cancel").id;
+  press(appearance(), "Cancel");
+  judge.agentWasCutOff();
+  advance(8);
+  decide(approval, "Cancel");
+  answer(first, "failed");
+  press(appearance(), "Cancel");
+  advance(1.3);
+  press(appearance(), "Cancel");
+  EXPECT_THAT(verdict(), HasSubstr("after a press that could still take effect"));
+}
+
+// ---- Outcomes
 
 TEST_F(JudgeTest, SeesAnAcceptedDecisionWhosePromptIsStillThere) {
   const auto approval = approvalOf(appearance(), 1);
@@ -270,6 +402,74 @@ TEST_F(JudgeTest, ExcusesAFailureWhereTheWindowStaysAndItsProgramFallsSilent) {
   life.hangApplicationOf(life.open().front(), Seconds{30});
   advance(5);
   answer(id, "failed");
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, SeesAFailureWhereTheWindowStaysAndItsProgramAnswers) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  advance(30);
+  const std::string id = decide(approval, "Cancel").id;
+  press(shown, "Cancel");
+  life.replaceContent(shown.number, /*withPassword=*/false);
+  advance(5);
+  answer(id, "failed");
+  EXPECT_THAT(verdict(), HasSubstr("was answered with failed"));
+}
+
+TEST_F(JudgeTest, SeesAFailureWhereTheProgramFellSilentWhenEverythingHadBeenSaid) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  advance(30);
+  const std::string id = decide(approval, "Cancel").id;
+  press(shown, "Cancel");
+  life.replaceContent(shown.number, /*withPassword=*/false);
+  advance(3.5);
+  life.hangApplicationOf(life.open().front(), Seconds{30});
+  advance(1);
+  answer(id, "failed");
+  EXPECT_THAT(verdict(), HasSubstr("was answered with failed"));
+}
+
+// That the window has gone, the window server says.
+TEST_F(JudgeTest, SeesAFailureWhereTheWindowWentAndItsProgramFallsSilent) {
+  const Appearance shown = appearance();
+  const auto approval = approvalOf(shown, 1);
+  list({approval});
+  advance(30);
+  const std::string id = decide(approval, "Cancel").id;
+  press(shown, "Cancel");
+  life.openTwinOf(shown.number);
+  life.close(shown.number);
+  advance(0.5);
+  life.hangApplicationOf(life.open().front(), Seconds{30});
+  advance(5);
+  answer(id, "failed");
+  EXPECT_THAT(verdict(), HasSubstr("was answered with failed"));
+}
+
+TEST_F(JudgeTest, SeesNotFoundForWhatIsThereAllTheTime) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  const std::string id = decide(approval, "Cancel").id;
+  answer(id, "not_found");
+  EXPECT_THAT(verdict(), HasSubstr("is on the screen all the time"));
+}
+
+TEST_F(JudgeTest, TakesNotFoundForAButtonThatIsNotThere) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  answer(std::string(decide(approval, "Obliterate").id), "not_found");
+  EXPECT_EQ(verdict(), "nothing broke");
+}
+
+TEST_F(JudgeTest, TakesNotFoundForWhatHasGone) {
+  const auto approval = approvalOf(appearance(), 1);
+  list({approval});
+  life.close(appearance().number);
+  answer(std::string(decide(approval, "Cancel").id), "not_found");
   EXPECT_EQ(verdict(), "nothing broke");
 }
 

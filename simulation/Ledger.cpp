@@ -25,6 +25,12 @@ TapDecision* Ledger::ofBox(const std::string& ciphertext) {
   return found == byBox.end() ? nullptr : &all[found->second];
 }
 
+void Ledger::deliver(TapDecision& decision, Seconds at) {
+  if (decision.delivered) return;
+  decision.delivered = at;
+  decision.delivery = ++deliveries;
+}
+
 void Ledger::rename(const std::string& decisionID, const std::string& newName) {
   const auto found = byID.find(decisionID);
   if (found == byID.end()) return;

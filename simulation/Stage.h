@@ -16,6 +16,9 @@
 
 namespace quillard::simulation {
 
+// Two ways of computing one moment differ by less.
+inline constexpr Seconds kSameMoment{1e-6};
+
 // The first invariant that broke; later ones may follow from it.
 class Verdict {
  public:

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "simulation/AgentProcess.h"
+#include "simulation/AskingPrograms.h"
 #include "simulation/Chance.h"
 #include "simulation/DesktopLife.h"
 #include "simulation/HostileRelay.h"
@@ -40,12 +41,18 @@ class World {
     if (chance.oneIn(3)) {
       phones.push_back(std::make_unique<Phone>(stage, relay, ledger, lists, options.seed, 3, PhoneKind::newer));
     }
+    if (options.programsAsk) {
+      programs = std::make_unique<AskingPrograms>(stage, ledger, process, options.seed);
+      judge.setAskingPrograms(*programs);
+      process.setOnKilled([this] { simulated.localSockets().endProcess(); });
+    }
     hostility = std::vector<int>{0, 0, 5, 15, 40}[chance.below(5)];
     events.setSeverity(hostility, std::vector<int>{0, 10, 30}[chance.below(3)]);
   }
 
   ~World() {
     process.end();
+    programs.reset();
     phones.clear();
   }
   World(const World&) = delete;
@@ -66,7 +73,8 @@ class World {
             .answers = judge.outcomes(),
             .presses = judge.presses(),
             .decisions = ledger.decisions().size(),
-            .incompleteLists = judge.incompleteLists()};
+            .incompleteLists = judge.incompleteLists(),
+            .questions = programs ? programs->ends() : QuestionCounts{}};
   }
 
  private:
@@ -77,7 +85,8 @@ class World {
                   judge.agentSent(frame, secrets);
                 },
             .unknownAgentSent = [this](const auto& frame) { judge.unknownAgentSent(frame); },
-            .agentAsked = [this](const auto& request) { judge.agentAsked(request); }};
+            .agentAsked = [this](const auto& request) { judge.agentAsked(request); },
+            .agentWasCutOff = [this] { judge.agentWasCutOff(); }};
   }
 
   // ---- Time
@@ -104,6 +113,7 @@ class World {
     identities.refresh();
     pairPhones();
     for (const auto& phone : phones) phone->tick();
+    if (programs) programs->tick(identities.current() && relay.hasAgent(*identities.current()));
     if (stage.now() >= nextRelayTick) {
       relay.tick();
       nextRelayTick = stage.now() + Seconds{2};
@@ -149,6 +159,7 @@ class World {
 
   void settle() {
     isQuiet = true;
+    if (programs) programs->calmDown();
     stage.trace("world", "is quiet from now on");
     relay.calmDown();
     stage.desktop().setRequestHook(nullptr);
@@ -179,6 +190,7 @@ class World {
       life.calmDown();
       pass(kQuietTime);
     }
+    if (programs) programs->expectAllEnded();
     if (stage.verdict.isBroken()) return;
     for (const auto& each : phones) {
       if (!each->isConnected()) stage.fail(each->name(), " is not connected after a quiet time.");
@@ -198,6 +210,7 @@ class World {
   Judge judge;
   HostileRelay relay;
   std::vector<std::unique_ptr<Phone>> phones;
+  std::unique_ptr<AskingPrograms> programs;  // Empty: none ask.
   WorldEvents events{{simulated, stage, chance, life, process, judge, relay, phones}};
   int hostility = 0;  // Of a hundred frames.
   bool isQuiet = false;

@@ -17,6 +17,8 @@ struct WorldOptions {
   // How long things go wrong, in the world's own time. A quiet time follows.
   Seconds length{120};
   Stage::TraceLine trace{};  // Empty: none is written.
+  // Programs ask over the channel. The same seed lives another world then, since the agent draws identities for them.
+  bool programsAsk = false;
 };
 
 struct WorldOutcome {
@@ -25,7 +27,8 @@ struct WorldOutcome {
   std::map<std::string, std::size_t> answers;  // By status.
   std::size_t presses = 0;                     // By the agent.
   std::size_t decisions = 0;
-  std::size_t incompleteLists = 0;  // That the agent sent, and said so.
+  std::size_t incompleteLists = 0;                 // That the agent sent, and said so.
+  std::map<std::string, std::size_t> questions{};  // How those of programs ended.
 };
 
 // Lives one world through: a desktop, an agent, a relay and phones, all from one seed and in one process, in virtual

@@ -4,10 +4,21 @@ import { fileURLToPath } from "node:url";
 import { brotliCompressSync, constants, gzipSync } from "node:zlib";
 import { defineConfig } from "vite";
 import type { Plugin } from "vite";
+import { languages } from "./vite.languages";
 
 const folder = (path: string): string => fileURLToPath(new URL(path, import.meta.url));
 
-/** Tells the service worker which files make up the page, and names the set by their content. */
+/** Beside the English scripts of the page, in a folder of their own; what says nothing is the same for all. */
+function germanName(name: string): string | undefined {
+  return /^assets\/(?!start-|codeWorker).*\.js$/.test(name)
+    ? name.replace("assets/", "assets/de/")
+    : undefined;
+}
+
+/**
+ * Tells the service worker which files make up the page, and names the set by their content; and the first script where the
+ * page is in each language.
+ */
 function pageFiles(): Plugin {
   return {
     name: "page-files",
@@ -16,6 +27,12 @@ function pageFiles(): Plugin {
     generateBundle(_options, bundle) {
       const worker = bundle["sw.js"];
       if (worker?.type !== "chunk") throw new Error("The service worker was not built.");
+      const chunk = (name: string) =>
+        Object.values(bundle).find((file) => file.type === "chunk" && file.name === name);
+      const [start, page] = [chunk("start"), chunk("page")];
+      if (start?.type !== "chunk" || !page) throw new Error("The page has no beginning.");
+      const pages = { en: `/${page.fileName}`, de: `/${germanName(page.fileName)}` };
+      start.code = start.code.replaceAll("kPages", JSON.stringify(pages));
       const built = Object.keys(bundle).filter((name) => name !== "sw.js" && name !== "index.html");
       const names = [...built, ...readdirSync(folder("public"))].sort();
       const digest = createHash("sha256");
@@ -26,7 +43,8 @@ function pageFiles(): Plugin {
       }
       for (const name of readdirSync(folder("public"))) digest.update(readFileSync(folder(`public/${name}`)));
       // What only some visitors need is kept when they first use it.
-      const isForAll = (name: string): boolean => !/codeWorker|MoreViews|lock-|\.png$/.test(name);
+      const isForAll = (name: string): boolean =>
+        !/codeWorker|MoreViews|lock-|push(Alerts|Door)|\.png$/.test(name);
       const files = ["/", ...names.filter(isForAll).map((name) => `/${name}`)];
       const later = names.filter((name) => !isForAll(name)).map((name) => `/${name}`);
       const version = digest.digest("hex").slice(0, 16);
@@ -66,23 +84,34 @@ function forPairingCodes(): Plugin {
   };
 }
 
-/** Beside each text of the page, the same as Brotli and gzip have it at their best: the relay sends these. */
-function compressed(): Plugin {
+/**
+ * Beside each text of the page, the same as Brotli and gzip have it at their best: the relay sends these. `which`: of those
+ * alone.
+ */
+export function compressed(which = /\.(?:html|js|css|svg|json|webmanifest)$/): Plugin {
   const page = folder("dist/page");
-  const brotli = (bytes: Buffer): Buffer =>
-    brotliCompressSync(bytes, {
-      params: {
-        [constants.BROTLI_PARAM_MODE]: constants.BROTLI_MODE_TEXT,
-        [constants.BROTLI_PARAM_QUALITY]: constants.BROTLI_MAX_QUALITY,
-        [constants.BROTLI_PARAM_SIZE_HINT]: bytes.length,
-      },
-    });
+  // The same text comes out some bytes shorter or longer with each of these; what is served for months may take the best.
+  const brotli = (bytes: Buffer): Buffer => {
+    const forms = [constants.BROTLI_MODE_TEXT, constants.BROTLI_MODE_GENERIC].flatMap((mode) =>
+      [0, 1, 2, 3].map((postfix) =>
+        brotliCompressSync(bytes, {
+          params: {
+            [constants.BROTLI_PARAM_MODE]: mode,
+            [constants.BROTLI_PARAM_NPOSTFIX]: postfix,
+            [constants.BROTLI_PARAM_QUALITY]: constants.BROTLI_MAX_QUALITY,
+            [constants.BROTLI_PARAM_SIZE_HINT]: bytes.length,
+          },
+        }),
+      ),
+    );
+    return forms.reduce((best, form) => (form.length < best.length ? form : best));
+  };
   return {
     name: "compressed",
     apply: "build",
     closeBundle() {
       for (const entry of readdirSync(page, { recursive: true, encoding: "utf8" })) {
-        if (!/\.(?:html|js|css|svg|json|webmanifest)$/.test(entry)) continue;
+        if (!which.test(entry)) continue;
         const bytes = readFileSync(`${page}/${entry}`);
         const forms = { br: brotli(bytes), gz: gzipSync(bytes, { level: 9 }) };
         for (const [ending, form] of Object.entries(forms)) {
@@ -94,7 +123,7 @@ function compressed(): Plugin {
 }
 
 export default defineConfig({
-  plugins: [pageFiles(), forPairingCodes(), compressed()],
+  plugins: [languages(germanName), pageFiles(), forPairingCodes(), compressed()],
   esbuild: { jsx: "automatic", jsxImportSource: "preact" },
   worker: { format: "es", plugins: () => [forPairingCodes()] },
   build: {
@@ -109,7 +138,11 @@ export default defineConfig({
     // Three passes would make it larger again once it is compressed.
     terserOptions: { ecma: 2020, module: true, compress: { passes: 2, inline: 1 } },
     rollupOptions: {
-      input: { page: folder("index.html"), sw: folder("src/serviceWorker.ts") },
+      input: {
+        start: folder("index.html"),
+        page: folder("src/main.tsx"),
+        sw: folder("src/serviceWorker.ts"),
+      },
       output: {
         entryFileNames: (chunk) => (chunk.name === "sw" ? "sw.js" : "assets/[name]-[hash].js"),
       },

@@ -10,14 +10,14 @@ export default defineConfig({
     projects: [
       {
         extends: true,
-        test: { name: "core", include: ["src/{core,terminal}/**/*.test.ts"], environment: "node" },
+        test: { name: "core", include: ["src/{core,terminal,worker}/**/*.test.ts"], environment: "node" },
       },
       {
         extends: true,
         test: {
           name: "views",
           include: ["src/**/*.test.{ts,tsx}"],
-          exclude: ["src/{core,terminal}/**"],
+          exclude: ["src/{core,terminal,worker}/**"],
           environment: "jsdom",
         },
       },

@@ -86,9 +86,10 @@ _quillard_relay() {
         --domain) :; return ;;
         --tls-certificate) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
         --tls-key) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
+        --push-contact) :; return ;;
         --page) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
       esac
-      options='-h --help --domain --tls-certificate --tls-key --tunnel --registration-key --replace --page' words='' ;;
+      options='-h --help --domain --tls-certificate --tls-key --tunnel --registration-key --push-contact --no-push --replace --page' words='' ;;
     'quillard-relay check')
       case "$previous" in
         --registration-key) :; return ;;

@@ -89,6 +89,8 @@ complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l tls-key -r -F -d 'Its private key'
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l tunnel -d 'A private network or tunnel of your choice does TLS, and no Caddy is needed'
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l registration-key -d 'Make a key that agents have to show'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l push-contact -x -d 'Whom push services may write to; without it, the address of the relay'
+complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l no-push -d 'Wake no phones that sleep'
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l replace -d 'Put an earlier configuration aside, as FILE.old'
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay setup' -l page -r -F -d 'The folder of the phones\' page'
 complete -c quillard-relay -n '__quillard_relay_command quillard-relay check' -s h -l help -d 'Print this help message and exit'

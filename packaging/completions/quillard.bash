@@ -10,13 +10,13 @@ _quillard() {
   local i path='quillard'
   for ((i = 1; i < COMP_CWORD; i++)); do
     case "$path ${COMP_WORDS[i]}" in
-      'quillard scan' | 'quillard explain' | 'quillard doctor' | 'quillard pair' | 'quillard relay' | 'quillard relay set' | 'quillard relay forget' | 'quillard relay show' | 'quillard relay test' | 'quillard settings' | 'quillard readable' | 'quillard record' | 'quillard ask' | 'quillard status' | 'quillard pause' | 'quillard open' | 'quillard quit' | 'quillard answer' | 'quillard phones' | 'quillard unpair' | 'quillard muted' | 'quillard unmute' | 'quillard mute' | 'quillard log') path+=" ${COMP_WORDS[i]}" ;;
+      'quillard scan' | 'quillard explain' | 'quillard doctor' | 'quillard pair' | 'quillard relay' | 'quillard relay set' | 'quillard relay forget' | 'quillard relay show' | 'quillard relay test' | 'quillard settings' | 'quillard readable' | 'quillard record' | 'quillard ask' | 'quillard status' | 'quillard pause' | 'quillard open' | 'quillard quit' | 'quillard answer' | 'quillard phones' | 'quillard unpair' | 'quillard muted' | 'quillard unmute' | 'quillard mute' | 'quillard log' | 'quillard erase') path+=" ${COMP_WORDS[i]}" ;;
       *) [[ ${COMP_WORDS[i]} == -- ]] && return ;;
     esac
   done
   case "$path" in
     'quillard')
-      options='--version -h --help' words='scan explain doctor pair relay settings readable record ask status pause open quit answer phones unpair muted unmute mute log' ;;
+      options='--version -h --help' words='scan explain doctor pair relay settings readable record ask status pause open quit answer phones unpair muted unmute mute log erase' ;;
     'quillard scan')
       options='-h --help --json' words='' ;;
     'quillard explain')
@@ -42,7 +42,7 @@ _quillard() {
       esac
       options='-h --help --key' words='' ;;
     'quillard settings')
-      options='-h --help --default --json' words='safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants log-texts log-age log-size' ;;
+      options='-h --help --default --json' words='relay-authority safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants phone-alerts phone-alert-texts log-texts log-age log-size' ;;
     'quillard readable')
       options='-h --help --undo' words='' ;;
     'quillard record')
@@ -87,6 +87,8 @@ _quillard() {
         --since) :; return ;;
       esac
       options='-h --help --json --since --follow --verify' words='' ;;
+    'quillard erase')
+      options='-h --help --yes' words='' ;;
   esac
   [[ $cur == -* ]] && words=$options
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")

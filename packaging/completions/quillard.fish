@@ -7,7 +7,7 @@ function __quillard_command
     set -e words[1]
     for word in $words
         switch "$path $word"
-            case 'quillard scan' 'quillard explain' 'quillard doctor' 'quillard pair' 'quillard relay' 'quillard relay set' 'quillard relay forget' 'quillard relay show' 'quillard relay test' 'quillard settings' 'quillard readable' 'quillard record' 'quillard ask' 'quillard status' 'quillard pause' 'quillard open' 'quillard quit' 'quillard answer' 'quillard phones' 'quillard unpair' 'quillard muted' 'quillard unmute' 'quillard mute' 'quillard log'
+            case 'quillard scan' 'quillard explain' 'quillard doctor' 'quillard pair' 'quillard relay' 'quillard relay set' 'quillard relay forget' 'quillard relay show' 'quillard relay test' 'quillard settings' 'quillard readable' 'quillard record' 'quillard ask' 'quillard status' 'quillard pause' 'quillard open' 'quillard quit' 'quillard answer' 'quillard phones' 'quillard unpair' 'quillard muted' 'quillard unmute' 'quillard mute' 'quillard log' 'quillard erase'
                 set path "$path $word"
         end
     end
@@ -35,6 +35,7 @@ complete -c quillard -n '__quillard_command quillard' -a muted -d 'List the kind
 complete -c quillard -n '__quillard_command quillard' -a unmute -d 'Show a kind of prompt again'
 complete -c quillard -n '__quillard_command quillard' -a mute -d 'Change how long a kind of prompt stays muted'
 complete -c quillard -n '__quillard_command quillard' -a log -d 'Print what was asked and decided, and what became of it'
+complete -c quillard -n '__quillard_command quillard' -a erase -d 'Unpair all phones, and delete all that Quillard keeps for you'
 complete -c quillard -n '__quillard_command quillard' -l version -d 'Print the version and exit'
 complete -c quillard -n '__quillard_command quillard' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard scan' -s h -l help -d 'Print this help and exit'
@@ -60,7 +61,7 @@ complete -c quillard -n '__quillard_command quillard relay test' -l key -x -d 'W
 complete -c quillard -n '__quillard_command quillard settings' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard settings' -l default -d 'Back to the default'
 complete -c quillard -n '__quillard_command quillard settings' -l json -d 'Print JSON'
-complete -c quillard -n '__quillard_command quillard settings' -a 'safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants log-texts log-age log-size' -d 'Of one setting'
+complete -c quillard -n '__quillard_command quillard settings' -a 'relay-authority safety-sweep-interval event-scan-debounce approval-stale-grace visible-window-owner-poll dialog-diagnostics phone-lock-for-grants phone-alerts phone-alert-texts log-texts log-age log-size' -d 'Of one setting'
 complete -c quillard -n '__quillard_command quillard readable' -s h -l help -d 'Print this help and exit'
 complete -c quillard -n '__quillard_command quillard readable' -l undo -d 'Start it as before'
 complete -c quillard -n '__quillard_command quillard record' -s h -l help -d 'Print this help and exit'
@@ -103,3 +104,5 @@ complete -c quillard -n '__quillard_command quillard log' -l json -d 'Print JSON
 complete -c quillard -n '__quillard_command quillard log' -l since -x -d 'Only what came after that: 2h, 3d, 2026-03-01'
 complete -c quillard -n '__quillard_command quillard log' -l follow -d 'And what is added'
 complete -c quillard -n '__quillard_command quillard log' -l verify -d 'Say whether all entries are whole'
+complete -c quillard -n '__quillard_command quillard erase' -s h -l help -d 'Print this help and exit'
+complete -c quillard -n '__quillard_command quillard erase' -l yes -d 'Without asking'

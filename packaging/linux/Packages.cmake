@@ -59,7 +59,7 @@ if(QUILLARD_AGENT)
   set(CPACK_DEBIAN_QUILLARD_PACKAGE_NAME quillard)
   set(CPACK_DEBIAN_QUILLARD_PACKAGE_SECTION utils)
   set(CPACK_DEBIAN_QUILLARD_PACKAGE_DEPENDS "at-spi2-core, default-dbus-session-bus | dbus-session-bus")
-  set(CPACK_DEBIAN_QUILLARD_PACKAGE_RECOMMENDS "qt6-wayland, gnome-keyring | org.freedesktop.secrets, xdg-utils")
+  set(CPACK_DEBIAN_QUILLARD_PACKAGE_RECOMMENDS "qt6-wayland, gnome-keyring | org.freedesktop.secrets, libglib2.0-bin, xdg-utils")
   set(CPACK_DEBIAN_QUILLARD_PACKAGE_SUGGESTS "quillard-relay")
   set(CPACK_DEBIAN_QUILLARD_DESCRIPTION "approval prompts of this computer on your phone
 Programs ask before they do something: Allow, Don't Allow, Install, Cancel.

@@ -163,6 +163,37 @@ GtkWidget* makeWidgets(int count) {
   return scrolled;
 }
 
+// Counts up in a text that changes and in a button that is another one each time.
+struct Restless {
+  GtkWidget* text;
+  GtkWidget* row;
+  int round = 0;
+
+  void goOn() {
+    ++round;
+    gtk_label_set_text(GTK_LABEL(text), ("Round " + std::to_string(round)).c_str());
+    gtk_container_foreach(
+        GTK_CONTAINER(row), [](GtkWidget* child, gpointer) { gtk_widget_destroy(child); }, nullptr);
+    add(row, gtk_button_new_with_label(("Choice " + std::to_string(round)).c_str()));
+    gtk_widget_show_all(row);
+  }
+};
+
+void addRestless(GtkWidget* area) {
+  static constexpr int kRounds = 100;
+  auto* const restless = new Restless{gtk_label_new(""), box(GTK_ORIENTATION_HORIZONTAL)};
+  add(area, restless->text);
+  add(area, restless->row);
+  restless->goOn();
+  const auto goOn = [](gpointer data) -> gboolean {
+    auto* const self = static_cast<Restless*>(data);
+    self->goOn();
+    return self->round < kRounds ? TRUE : FALSE;
+  };
+  g_timeout_add_full(G_PRIORITY_DEFAULT, 20, goOn, restless,
+                     [](gpointer data) { delete static_cast<Restless*>(data); });
+}
+
 void Gtk3Prompt::fill(GtkWidget* area, bool withTexts) {
   if (options.hasToolbar) add(area, makeToolbar());
   if (options.hasTabs || options.kind == Kind::preferences) add(area, makeTabs());
@@ -176,6 +207,7 @@ void Gtk3Prompt::fill(GtkWidget* area, bool withTexts) {
     addFields(area);
   }
   addHidden(area);
+  if (options.isRestless) addRestless(area);
 }
 
 GtkWidget* Gtk3Prompt::addButton(GtkWidget* area, const std::string& label) {

@@ -43,6 +43,7 @@ const Flags& flags() {
       {"--dialog-type", [](auto& options) { options.hasDialogType = true; }},
       {"--secret", [](auto& options) { options.hasSecret = true; }},
       {"--toolbar", [](auto& options) { options.hasToolbar = true; }},
+      {"--restless", [](auto& options) { options.isRestless = true; }},
       {"--tabs", [](auto& options) { options.hasTabs = true; }},
       {"--minimised", [](auto& options) { options.isMinimised = true; }},
       {"--hang-on-press", [](auto& options) { options.hangsOnPress = true; }},

@@ -43,6 +43,7 @@ struct SampleOptions {
   int widgets = 0;                         // That many labels besides, all in one container.
   std::vector<std::string> hiddenTexts;    // Not visible.
   std::vector<std::string> hiddenButtons;  // Not visible.
+  bool isRestless = false;                 // GTK 3: says another thing every 20 ms, and offers another button.
   std::vector<std::string> zeroSizeTexts;  // Visible, but without any room.
   std::optional<std::pair<int, int>> at;   // Of the window's frame on the screen, in pixels.
   bool isMinimised = false;

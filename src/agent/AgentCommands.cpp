@@ -50,6 +50,8 @@ Json statusJson(const MacStatusSnapshot& snapshot) {
     json["pausedUntil"] = isoDateText(*snapshot.notificationPause.pausedUntil);
   }
   json["pending"] = snapshot.pendingApprovalCount;
+  if (snapshot.wakeablePhones > 0) json["wakeable"] = snapshot.wakeablePhones;
+  if (snapshot.isNobodyReached) json["nobodyReached"] = true;
   return json;
 }
 

@@ -43,8 +43,10 @@ std::vector<MutedKind> mutedKinds(const std::vector<Suppression>& suppressions, 
 
 }  // namespace
 
-AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews)
+AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews,
+                         const UserTexts& texts)
     : platform(platform),
+      texts(texts),
       installLocation(platform.bundle),
       loginItems(platform.bundle, platform.loginService, platform.workspace, platform.console),
       permissions(platform.workspace),
@@ -62,16 +64,19 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
                         [this] { publishAndRefresh(/*force=*/false); }),
       permissionWatch(platform.accessibility, platform.executors.mainThread(), permissionWatchEvents()),
-      announcer({platform.bundle, platform.userNotifications, platform.console}),
+      announcer({platform.bundle, platform.userNotifications, platform.console, texts}),
       status({platform.statusBar,
               pairingConfiguration,
               platform.userDefaults,
               {platform.application, platform.executors, statusWindowViews, platform.workspace, installLocation,
-               loginItems, permissions}},
+               loginItems, permissions},
+              texts},
              [this] { return statusWindowCallbacks(); }),
-      menu({platform.application, platform.bundle, platform.updateService}, [this] { status.refreshStatusWindow(); }),
-      programs({platform.capabilities, platform.readableStarts, platform.executors, platform.clock},
-               [this] { status.refreshStatusWindow(); }),
+      menu({platform.application, platform.bundle, platform.updateService, texts},
+           [this] { status.refreshStatusWindow(); }),
+      programs(
+          {platform.capabilities, platform.readableStarts, platform.executors, platform.clock, platform.windowList},
+          [this] { status.refreshStatusWindow(); }),
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
                  .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
@@ -86,9 +91,10 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
                  .onBegun = [this](const auto& decision) { decisionBegan(decision); },
                  .onDecided = [this](const auto& decision, const auto& result) { decisionEnded(decision, result); }}),
       relay({.pairing = pairingDependencies(platform),
-             .session = {pairingConfiguration, platform.executors, platform.httpSessions, platform.webSockets,
-                         platform.clock, platform.random, platform.console, stampClock}},
+             .session = {pairingConfiguration, platform.executors, transports, transports, platform.clock,
+                         platform.random, platform.console, stampClock}},
             phonePairingsCallbacks()),
+      alerts({platform.clock, platform.executors.mainThread(), stampClock}, phoneAlertsActions()),
       channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
               {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
               questionsCallbacks(), agentCommandActions(), phoneCommandActions(), suppressionCommandActions()) {}
@@ -139,6 +145,7 @@ void AppDelegate::applicationWillTerminate() {
   permissionWatch.stop();
   programs.stop();
   detection.stop();
+  alerts.stop();
   relay.stop();
   (void)platform.userDefaults.synchronize();  // Who has the lock next reads what this agent has set.
   instanceGuard.releaseSingleInstanceLock();
@@ -189,7 +196,8 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
   const bool isTrusted = permissionWatch.isAccessibilityTrusted();
   const bool isRevoked = relay.isPairingRevoked();
   const auto connection = relay.status();
-  return {.installedInApplications = installLocation.isRunningFromApplications(),
+  return {.texts = texts,
+          .installedInApplications = installLocation.isRunningFromApplications(),
           .accessibilityTrusted = isTrusted,
           .loginItemStatus = loginItems.status(),
           .relayConfigured = pairingConfiguration.isRelayConfigured(),
@@ -201,14 +209,18 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .connectedPhones = connection.phones,
           .notificationPause = notificationPause.snapshot(),
           .pendingApprovalCount = status.pendingApprovalCount(),
+          .wakeablePhones = alerts.wakeablePhones(),
+          .isNobodyReached = alerts.isNobodyReached(),
           .scanProblem = scanProblem,
           .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
           .offeredPairingImage = isTrusted ? relay.offeredImage() : std::nullopt,
+          .pageAddress = pageCode.address(),
+          .pageImage = pageCode.image(),
           .isPairingCodeUsed = relay.isFirstPaired(),
           .isPairingOffered = relay.isOffering(),
           .canPairAnother = relay.canOffer(),
           .phones = phoneLines(relay.phones(), platform.clock.now()),
-          .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption(relay.isOtherComputers())
+          .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption(relay.isOtherComputers(), texts)
                                       : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
           .questions = waitingQuestions(),
@@ -249,14 +261,14 @@ std::optional<std::size_t> AppDelegate::publishScan(const ScanOutcome& outcome) 
   const auto missedCount = store.merge(outcome);
   const auto current = store.all();
   audit.approvalsChanged(current);
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  publishApprovals(/*force=*/false);
   announcer.announce(current, notificationPause.isPaused());
   status.updateStatus(static_cast<std::int64_t>(current.size()));
   return missedCount;
 }
 
 void AppDelegate::accessibilityWasGranted() {
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  publishApprovals(/*force=*/false);
   detection.scheduleScan("accessibility-granted");
   status.refreshStatusWindow();
 }
@@ -267,12 +279,12 @@ void AppDelegate::forgetApprovals() {
   store.replace({});
   announcer.forget();
   status.updateStatus(static_cast<std::int64_t>(channel.questions().openCount()));
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  publishApprovals(/*force=*/false);
 }
 
 void AppDelegate::pendingApprovalsChanged() {
   audit.approvalsChanged(store.all());
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  publishApprovals(/*force=*/false);
   status.updateStatus(static_cast<std::int64_t>(store.all().size()));
 }
 
@@ -283,11 +295,13 @@ void AppDelegate::questionsChanged() {
 
 std::variant<std::string, SettingsChangeResult> AppDelegate::changeSetting(const SettingsChange& change) {
   const bool wasConfigured = pairingConfiguration.isRelayConfigured();
+  const auto authorityBefore = relayAuthorityFile();
   if (const auto problem = apply(change, platform.userDefaults)) return *problem;
   auto unwritten = platform.userDefaults.synchronize();
   if (change.name == kRelaySetting) return SettingsChangeResult{takeOverRelay(wasConfigured), std::move(unwritten)};
   takeOverTunables();
-  relay.publishCurrentApprovalSnapshot(/*force=*/false);
+  if (relayAuthorityFile() != authorityBefore) connectAnew();
+  publishApprovals(/*force=*/false);
   return SettingsChangeResult{/*isTakenOver=*/true, std::move(unwritten)};
 }
 
@@ -300,6 +314,15 @@ std::optional<std::string> AppDelegate::setRelay(const std::string& typed) {
 void AppDelegate::takeOverTunables() {
   store.setStaleAfter(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}));
   detection.takeOverTunables();
+}
+
+std::string AppDelegate::relayAuthorityFile() const {
+  return AgentConfiguration::relayAuthorityFile({platform.environment, &platform.userDefaults});
+}
+
+// An open connection was made with a relay for which the authorities of before have vouched.
+void AppDelegate::connectAnew() {
+  if (installLocation.isRunningFromApplications()) relay.relayWasChosen();
 }
 
 // Where the environment or the program itself names a relay, the user's is kept and not used.
@@ -342,9 +365,10 @@ void AppDelegate::relayStatusChanged() {
 }
 
 void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command) {
+  if (command.action == kTestPushAction) return alerts.test(command.pairing, command.deviceID.value_or(""));
   if (command.action != kRemovePhoneAction) return suppressions.handle(command);
   const auto name = relay.removeNewPhone(command.suppressionID);
-  if (name) announcer.tell("phone-removed", "A phone has had " + *name + " removed.", /*isLogged=*/true);
+  if (name) announcer.tell("phone-removed", "A phone has had %1 removed.", {*name}, /*isLogged=*/true);
 }
 
 void AppDelegate::decisionBegan(const ApprovalRequestEnvelope& decision) {
@@ -374,15 +398,24 @@ ApprovalSnapshot AppDelegate::approvalSnapshot() {
                                       .grantsNeedVerification = grantsNeedVerification(),
                                       .suppressions = suppressions.reports(),
                                       .revision = suppressions.revision()}};
-  if (pause.isPaused()) return snapshot;
-  snapshot.approvals = store.all();
-  // What programs ask needs no permission.
-  if (!snapshot.accessibilityTrusted) std::erase_if(snapshot.approvals, [](const auto& one) { return !one.isAsked; });
+  if (!pause.isPaused()) snapshot.approvals = waitingApprovals();
   return snapshot;
 }
 
-void AppDelegate::publishAndRefresh(bool force) {
+std::vector<PendingApproval> AppDelegate::waitingApprovals() {
+  auto approvals = store.all();
+  // What programs ask needs no permission.
+  if (!permissionWatch.isAccessibilityTrusted()) std::erase_if(approvals, [](const auto& one) { return !one.isAsked; });
+  return approvals;
+}
+
+void AppDelegate::publishApprovals(bool force) {
   relay.publishCurrentApprovalSnapshot(force);
+  alerts.update();
+}
+
+void AppDelegate::publishAndRefresh(bool force) {
+  publishApprovals(force);
   status.refreshStatusWindow();
 }
 
@@ -412,9 +445,33 @@ SuppressionCommandActions AppDelegate::suppressionCommandActions() {
           .setEnd = [this](const Uuid& id, const SuppressionEnd& end) { return suppressions.setEnd(id, end); }};
 }
 
-MeetingReports AppDelegate::meetingReports() {
+MeetingReports AppDelegate::meetingReports(int pairing) {
   return {.suppressions = suppressions.reports().value_or(SuppressionReports{}),
-          .log = logExcerpt(auditLog, platform.clock.now())};
+          .log = logExcerpt(auditLog, platform.clock.now()),
+          .pushes = alerts.reports(pairing)};
+}
+
+PhoneAlertsActions AppDelegate::phoneAlertsActions() {
+  const auto isOn = [this](bool (*setting)(const AgentConfiguration::Sources&)) {
+    return setting({platform.environment, &platform.userDefaults});
+  };
+  return {.waiting = [this] { return waitingApprovals(); },
+          .endOf = [this](const Uuid& id) { return channel.questions().endOf(id); },
+          .isPaused = [this] { return notificationPause.isPaused(); },
+          .isEnabled = [isOn] { return isOn(AgentConfiguration::phoneAlerts); },
+          .showsTexts = [isOn] { return isOn(AgentConfiguration::phoneAlertTexts); },
+          .isAnyPaired = [this] { return pairingConfiguration.isRelayConfigured() && !relay.phones().empty(); },
+          .publish = [this](const auto& plan, const auto& contents) { return relay.publishPush(plan, contents); },
+          .tellPhones = [this](int pairing) { relay.publishClock(pairing); },
+          .onReachChanged =
+              [this](bool isNobodyReached) {
+                status.refreshStatusWindow();
+                if (!isNobodyReached) return;
+                announcer.tell("nobody-reached",
+                               "A prompt waits, and no phone was told: none shows its page, and none could be woken.",
+                               {},
+                               /*isLogged=*/true);
+              }};
 }
 
 PermissionWatchEvents AppDelegate::permissionWatchEvents() {
@@ -427,6 +484,7 @@ PermissionWatchEvents AppDelegate::permissionWatchEvents() {
                 relay.askAgainIfDue();
                 suppressions.endDue();
                 auditLog.tend();
+                alerts.poll();
               }};
 }
 
@@ -503,6 +561,7 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
               [this](int pairing) {
                 status.forgetPairingCode();
                 channel.phones().pairingForgotten(pairing);
+                alerts.pairingForgotten(pairing);
               },
           .onPairingRenewed =
               [this] {
@@ -512,19 +571,30 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
           .onFirstGrant =
               [this](const FirstGrant& grant) {
                 const auto& name = grant.phone.name;
-                announcer.tell("first-grant",
-                               (grant.isCertain ? name : "A phone paired with the code of " + name) +
-                                   " has answered a prompt for the first time.",
-                               /*isLogged=*/false);
+                announcer.tell(
+                    "first-grant",
+                    grant.isCertain
+                        ? TextKey("%1 has answered a prompt for the first time.")
+                        : TextKey("A phone paired with the code of %1 has answered a prompt for the first time."),
+                    {name},
+                    /*isLogged=*/false);
               },
           .onUnexpectedPhone =
               [this](const UnexpectedPhone& phone) {
-                announcer.tell("new-phone",
-                               phone.name + " has paired with the code of " + phone.earlierName +
-                                   ". If you do not know it, unpair it in Quillard's window.",
-                               /*isLogged=*/true);
+                announcer.tell(
+                    "new-phone",
+                    "%1 has paired with the code of %2. If you do not know it, unpair it in Quillard's window.",
+                    {phone.name, phone.earlierName},
+                    /*isLogged=*/true);
               },
-          .meetingReports = [this] { return meetingReports(); }};
+          .meetingReports = [this](int pairing) { return meetingReports(pairing); },
+          .onPhonesChange = [this](int pairing, const auto& now) { alerts.phonesChanged(pairing, now); },
+          .onPushSubscriptions =
+              [this](int pairing, const auto& all) {
+                alerts.subscriptionsChanged(pairing, all);
+                status.refreshStatusWindow();
+              },
+          .onPushResult = [this](int pairing, const auto& result) { alerts.pushEnded(pairing, result); }};
 }
 
 StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
@@ -535,9 +605,9 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
   };
   return {
       .snapshotProvider =
-          [weak = weak_from_this(), platform = platform] {
+          [weak = weak_from_this(), platform = platform, texts = texts] {
             const auto self = weak.lock();
-            return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform);
+            return self ? self->currentStatusSnapshot() : fallbackStatusSnapshot(platform, texts);
           },
       .onEnableLoginItem = weakly([](AppDelegate& self) { (void)self.loginItems.registerApplication(); }),
       .onUnpairPhone = weakly([](AppDelegate& self) { self.unpairPhoneFromStatusWindow(); }),
@@ -555,6 +625,9 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
       .onMakeReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.makeReadable(entry); }),
       .onUndoReadable = weakly([](AppDelegate& self, const std::string& entry) { self.programs.undo(entry); }),
       .onUnmute = weakly([](AppDelegate& self, const Uuid& kind) { (void)self.suppressions.undo(kind); }),
+      .onSetMuteEnd = weakly([](AppDelegate& self, const Uuid& kind, std::optional<Seconds> after) {
+        (void)self.suppressions.setEnd(kind, after ? SuppressionEnd::afterTime(*after) : SuppressionEnd::never());
+      }),
       .onSetRelay = [weak = weak_from_this()](const std::string& typed) -> std::optional<std::string> {
         const auto self = weak.lock();
         return self ? self->setRelay(typed) : std::nullopt;

@@ -14,13 +14,16 @@
 #include "agent/DecisionRunner.h"
 #include "agent/InstanceGuard.h"
 #include "agent/NotificationPause.h"
+#include "agent/PageCode.h"
 #include "agent/PermissionWatch.h"
+#include "agent/PhoneAlerts.h"
 #include "agent/PhonePairings.h"
 #include "agent/ProgramWatch.h"
 #include "agent/PromptDetection.h"
 #include "agent/PromptSuppressions.h"
 #include "agent/SettingsChange.h"
 #include "agent/StatusPresenter.h"
+#include "agent/configuration/ConfiguredTransports.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
@@ -48,9 +51,9 @@ namespace quillard {
 // have begun and is never asked for from inside one of its own operations.
 class AppDelegate final : public platform::ApplicationDelegate, public std::enable_shared_from_this<AppDelegate> {
  public:
-  // What `platform` refers to, and `statusWindowViews`, outlive the agent. Owned by a `std::shared_ptr`, since the
-  // status window may ask for the agent after it has gone.
-  AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews);
+  // `texts`: the words of its window and notifications. What `platform` refers to, and `statusWindowViews`, outlive the
+  // agent. Owned by a `std::shared_ptr`, since the status window may ask for the agent after it has gone.
+  AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews, const UserTexts& texts = {});
   ~AppDelegate() override;
 
   // ---- What the system calls.
@@ -97,6 +100,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   // What a person set from the terminal: kept, and taken over as far as that is possible while this runs.
   [[nodiscard]] std::variant<std::string, SettingsChangeResult> changeSetting(const SettingsChange& change);
   void takeOverTunables();
+  [[nodiscard]] std::string relayAuthorityFile() const;
+  void connectAnew();
   // The same of the relay's address, from the window. Why it is not kept, for people; absent: it is.
   [[nodiscard]] std::optional<std::string> setRelay(const std::string& typed);
   [[nodiscard]] RelayChoice relayChoice();
@@ -114,13 +119,18 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   // The phones always learn whether the permission is there; of prompts they learn only while it is, and no pause is
   // on.
   [[nodiscard]] ApprovalSnapshot approvalSnapshot();
+  // All that waits: what phones are shown unless alerts are paused.
+  [[nodiscard]] std::vector<PendingApproval> waitingApprovals();
+  // To the phones that are connected, and to those that sleep.
+  void publishApprovals(bool force);
   void publishAndRefresh(bool force);
 
   // ---- What the owners are handed.
   [[nodiscard]] AuditLogDependencies auditLogDependencies();
   [[nodiscard]] PromptSuppressionsCallbacks promptSuppressionsCallbacks();
   [[nodiscard]] SuppressionCommandActions suppressionCommandActions();
-  [[nodiscard]] MeetingReports meetingReports();
+  [[nodiscard]] MeetingReports meetingReports(int pairing);
+  [[nodiscard]] PhoneAlertsActions phoneAlertsActions();
   [[nodiscard]] PermissionWatchEvents permissionWatchEvents();
   [[nodiscard]] PromptDetectionDependencies promptDetectionDependencies();
   [[nodiscard]] std::unique_ptr<ApprovalPress> makeApprovalPress();
@@ -131,10 +141,14 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] StatusWindowCallbacks statusWindowCallbacks();
 
   const platform::Platform platform;
+  const UserTexts texts;
   InstallLocation installLocation;
   LoginItemManager loginItems;
   PermissionManager permissions;
   PairingConfiguration pairingConfiguration;
+  ConfiguredTransports transports{
+      platform.httpSessions, platform.webSockets, {platform.environment, &platform.userDefaults}};
+  PageCode pageCode{pairingConfiguration};
   ApprovalSuppressionStore suppressionStore;
   ApprovalStore store;
   AuditLog auditLog;
@@ -154,6 +168,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   PromptSuppressions suppressions;
   DecisionRunner decisions;  // Presses with the detection's detector.
   PhonePairings relay;
+  PhoneAlerts alerts;    // Wakes phones by way of the pairings.
   AgentChannel channel;  // Its questions are answered by the decisions.
 };
 

@@ -169,6 +169,51 @@ TEST_F(AppDelegateAudit, APermissionThatIsTakenAwayIsNoAnswer) {
   EXPECT_EQ(entries("gone").at(0).how, "unseen");
 }
 
+TEST_F(AppDelegateAudit, UnpairingOnePhoneLeavesWhatAnotherIsDecidingAlone) {
+  agent.launchAndPair();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.pairAnotherPhone(); });
+  agent.advance(1);
+  agent.desktop().open({.title = "Slow?",
+                        .lines = {"This cannot be undone."},
+                        .buttons = {"Cancel", "Erase"},
+                        .effect = platform::simulated::PressEffect::closesAfter(Seconds{1})});
+  agent.advance(5);
+  agent.phone.decide(agent.phone.shown().at(0).id, "Cancel");
+  agent.advance(0.8);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.unpair(2); });
+  agent.advance(10);
+  EXPECT_THAT(events(), ElementsAre("started", "asked", "decided", "unpaired", "outcome"));
+}
+
+TEST_F(AppDelegateAudit, NoPhoneIsToldOfALineThatIsLostWithAFullDisk) {
+  agent.launchAndPair();
+  ask();
+  decide("Cancel");
+  agent.world.auditFile().failWith(FileCode::noSpace);
+  ask("Full?");
+  decide("Cancel");
+  agent.phone.goOffline();
+  agent.advance(1);
+  agent.phone.comeOnline();
+  agent.advance(1);
+  const auto met = agent.phone.meeting().log.value();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.applicationWillTerminate(); });
+  agent.destroyAgent();
+  agent.world.auditFile().failWith(FileCode::success);
+  agent.construct();
+  agent.onMainThread([](AppDelegate& delegate) { delegate.applicationDidFinishLaunching(); });
+  agent.advance(1);
+  ASSERT_THAT(agent.phone.results(), SizeIs(2));
+  for (const auto& result : agent.phone.results()) {
+    const auto head = result.command.logHead.value();
+    EXPECT_EQ(reading().digestOf(head.sequence), head.digest) << "of the outcome";
+  }
+  EXPECT_EQ(reading().digestOf(met.head.sequence), met.head.digest);
+  for (const auto& entry : met.entries) EXPECT_EQ(reading().digestOf(entry.sequence), entry.digest);
+  EXPECT_THAT(events(), ElementsAre("started", "asked", "decided", "outcome", "started"));
+  EXPECT_EQ(entries("started").back().leftOut, 3) << "The log says that some are missing.";
+}
+
 TEST_F(AppDelegateAudit, PausesAndUnpairingsAreWrittenDown) {
   agent.launchAndPair();
   agent.onMainThread([](AppDelegate& delegate) { delegate.pauseNotifications(NotificationPauseOption::twoHours); });

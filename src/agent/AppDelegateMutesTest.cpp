@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -5,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "approvals/SuppressionList.h"
 #include "channel/ChannelClient.h"
 #include "support/AgentWorld.h"
 
@@ -171,6 +173,35 @@ TEST_F(AppDelegateMutes, AreWrittenDown) {
   EXPECT_THAT(bytes, HasSubstr("\"how\":\"time\""));
 }
 
+TEST_F(AppDelegateMutes, VeryManyFitOneMessageBesideAFullList) {
+  constexpr std::size_t kMany = 200;
+  constexpr std::size_t kLongestMessage = std::size_t{1} << 20U;  // That the relay takes.
+  std::vector<std::string> stored;
+  for (std::uint8_t number = 0; number < kMany; ++number) {
+    stored.push_back(Json{{"id", Uuid::fromRandomBytes({number, 1}).text()},
+                          {"fingerprints", Uuid::fromRandomBytes({9}).text()},
+                          {"appName", std::string(190, '\x01')},
+                          {"windowTitle", std::string(190, '\x01')},
+                          {"since", "2026-01-01T00:00:00Z"}}
+                         .dump());
+  }
+  agent.world.userDefaults().set(SuppressionList::key, stored);
+  agent.launchAndPair();
+  for (int i = 0; i < 100; ++i) {
+    agent.desktop().open({.title = "Erase disk " + std::to_string(i) + "?",
+                          .lines = {std::string(7800, 'x'), "This cannot be undone."},
+                          .buttons = {"Cancel", "Erase"}});
+  }
+  agent.advance(10);
+  std::size_t longest = 0;
+  for (const auto& message : agent.relay.received("mac.snapshot")) longest = std::max(longest, message.size());
+  EXPECT_GT(longest, kLongestMessage * 9 / 10) << "The list is full.";
+  EXPECT_LE(longest, kLongestMessage);
+  const auto& told = agent.phone.snapshots().back().state.suppressions.value();
+  EXPECT_GT(told.kinds.size(), 10U);
+  EXPECT_EQ(told.kinds.size() + told.leftOut, kMany);
+}
+
 TEST_F(AppDelegateMutes, AreUndoneInTheWindow) {
   agent.launchAndPair();
   mute(0);
@@ -184,6 +215,39 @@ TEST_F(AppDelegateMutes, AreUndoneInTheWindow) {
   EXPECT_TRUE(window.chooseMenuItem("Example: Erase disk?")) << window.menuTitles().at(0);
   agent.advance(10);
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+  EXPECT_THAT(agent.status().muted, IsEmpty());
+}
+
+TEST_F(AppDelegateMutes, GetAnotherEndInTheWindow) {
+  agent.launchAndPair();
+  mute(0);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.showStatusWindow(); });
+  auto& window = agent.world.statusWindowViews().window();
+  agent.advance(3);
+  EXPECT_TRUE(window.click(StatusWindowButton::mutedSecondary));
+  agent.advance(1);
+  EXPECT_TRUE(window.chooseMenuItem("Example: Erase disk?"));
+  agent.advance(1);
+  EXPECT_THAT(window.menuTitles(), ElementsAre("For a Day from Now", "For a Week from Now", "Until You Undo It"));
+  EXPECT_TRUE(window.chooseMenuItem("For a Day from Now"));
+  agent.advance(2);
+  EXPECT_TRUE(reported().at(0).until) << "The phone is told.";
+  EXPECT_TRUE(agent.status().muted.at(0).remaining) << "So is who looks at the window.";
+  pass(kDay);
+  EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Erase disk?"));
+}
+
+TEST_F(AppDelegateMutes, ThatEndWhileAnEndIsChosenAreLeftAlone) {
+  agent.launchAndPair();
+  mute(5);
+  agent.onMainThread([](AppDelegate& delegate) { delegate.showStatusWindow(); });
+  auto& window = agent.world.statusWindowViews().window();
+  EXPECT_TRUE(window.click(StatusWindowButton::mutedSecondary));
+  agent.advance(0);
+  agent.advance(20);
+  EXPECT_TRUE(window.chooseMenuItem(window.menuTitles().at(0)));
+  agent.advance(1);
+  EXPECT_EQ(window.menu(), std::nullopt);
   EXPECT_THAT(agent.status().muted, IsEmpty());
 }
 

@@ -481,6 +481,27 @@ TEST_F(AppDelegateQuestions, TunablesThatAreSetAreTakenOver) {
   EXPECT_THAT(agent.phone.shownTitles(), IsEmpty());
 }
 
+TEST_F(AppDelegateQuestions, AnAuthorityThatIsSetCountsForANewConnection) {
+  agent.launchAndPair();
+  auto& sockets = agent.world.webSockets();
+  const auto before = sockets.newest();
+  EXPECT_EQ(before->request().authorityFile, "");
+  agent.world.httpSessions().addAuthorityFile("/etc/authority.pem");
+  sockets.addAuthorityFile("/etc/authority.pem");
+  const auto line = channelLine("set", {{"name", "relay-authority"}, {"value", "/etc/authority.pem"}});
+  EXPECT_THAT(program.request(line), HasSubstr(R"("takenOver":true)"));
+  agent.advance(5);
+  EXPECT_TRUE(before->isEnded());
+  EXPECT_EQ(sockets.newest()->request().authorityFile, "/etc/authority.pem");
+  EXPECT_EQ(agent.world.httpSessions().requests().back().authorityFile, "/etc/authority.pem");
+  EXPECT_TRUE(agent.status().relayConnected);
+
+  const auto connected = sockets.newest();
+  EXPECT_THAT(program.request(line), HasSubstr(R"("takenOver":true)"));
+  agent.advance(5);
+  EXPECT_EQ(sockets.newest(), connected) << "nothing has changed, and nothing is interrupted";
+}
+
 TEST_F(AppDelegateQuestions, SettingsThatCannotBeAreRefused) {
   agent.launchAndPair();
   for (const auto& [name, value] : std::vector<std::pair<std::string, std::string>>{

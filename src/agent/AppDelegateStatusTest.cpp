@@ -147,6 +147,24 @@ TEST(AppDelegateStatus, TheLoginItemCanBeEnabledFromTheWindow) {
   EXPECT_EQ(agent.status().loginItemStatus.state, LoginItemState::enabled);
 }
 
+TEST(AppDelegateStatus, NamesThePageOfItsRelay) {
+  AgentWorld agent;
+  agent.world.environment().set("QUILLARD_RELAY_URL", "wss://relay.example/ws");
+  agent.launch();
+  EXPECT_EQ(agent.status().pageAddress, "https://relay.example");
+  const auto image = agent.status().pageImage;
+  ASSERT_TRUE(image.has_value());
+  EXPECT_EQ(agent.status().pageImage, image) << "It is drawn once.";
+}
+
+TEST(AppDelegateStatus, HasNoCodeForAPageThatAPhoneCannotOpen) {
+  AgentWorld agent;
+  agent.world.environment().set("QUILLARD_RELAY_URL", "ws://127.0.0.1:8080/ws");
+  agent.launch();
+  EXPECT_EQ(agent.status().pageAddress, "http://127.0.0.1:8080");
+  EXPECT_EQ(agent.status().pageImage, std::nullopt);
+}
+
 TEST(AppDelegateStatus, WithoutAnAgentOnlyTheSystemsPartIsKnown) {
   AgentWorld agent;
   const auto snapshot = fallbackStatusSnapshot(agent.world.platform());

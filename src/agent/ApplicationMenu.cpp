@@ -13,7 +13,7 @@ ApplicationMenu::ApplicationMenu(const ApplicationMenuDependencies& dependencies
 ApplicationMenu::~ApplicationMenu() = default;
 
 void ApplicationMenu::configureApplicationMenu() {
-  checkForUpdatesMenuItem = platform::ApplicationMenuItem{.title = "Check for Updates...",
+  checkForUpdatesMenuItem = platform::ApplicationMenuItem{.title = dependencies.texts("Check for Updates..."),
                                                           .action = ApplicationMenuAction::custom,
                                                           .isEnabled = updateManager() != nullptr,
                                                           .onChoice = callbacks.bind([this] { checkForUpdates(); })};
@@ -22,10 +22,12 @@ void ApplicationMenu::configureApplicationMenu() {
 
 void ApplicationMenu::setApplicationMenu() {
   dependencies.application.setApplicationMenu(
-      "Quillard", {{.title = "About Quillard", .action = ApplicationMenuAction::standardAboutPanel},
+      "Quillard", {{.title = dependencies.texts("About Quillard"), .action = ApplicationMenuAction::standardAboutPanel},
                    *checkForUpdatesMenuItem,
                    {},
-                   {.title = "Quit Quillard", .action = ApplicationMenuAction::terminate, .keyEquivalent = "q"}});
+                   {.title = dependencies.texts("Quit Quillard"),
+                    .action = ApplicationMenuAction::terminate,
+                    .keyEquivalent = "q"}});
 }
 
 UpdateManager* ApplicationMenu::updateManager() {

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "foundation/CallbackScope.h"
+#include "foundation/UserTexts.h"
 #include "platform/process/Application.h"
 #include "platform/process/Bundle.h"
 #include "platform/shell/UpdateService.h"
@@ -17,6 +18,7 @@ struct ApplicationMenuDependencies {
   platform::Application& application;
   const platform::Bundle& bundle;
   platform::UpdateService& updateService;
+  UserTexts texts{};
 };
 
 // The agent's own menu, and the update service behind its "Check for Updates..." item. The menu stays with the

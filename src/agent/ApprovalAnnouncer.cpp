@@ -32,12 +32,16 @@ void ApprovalAnnouncer::announce(const std::vector<PendingApproval>& current, bo
   lastNotifiedIDs = std::move(announced);
 }
 
-void ApprovalAnnouncer::tell(const std::string& identifier, const std::string& body, bool isLogged) {
+void ApprovalAnnouncer::tell(const std::string& identifier, TextKey text,
+                             std::initializer_list<std::string_view> values, bool isLogged) {
   const bool hasNotifications = dependencies.bundle.identifier().has_value();
-  if (isLogged || !hasNotifications) dependencies.console.writeLine(printableText(body, kLongestLine));
+  if (isLogged || !hasNotifications)
+    dependencies.console.writeLine(printableText(UserTexts{}(text, values), kLongestLine));
   if (!hasNotifications) return;
-  dependencies.userNotifications.post(
-      {.identifier = identifier, .title = "Quillard", .body = body, .playsDefaultSound = true});
+  dependencies.userNotifications.post({.identifier = identifier,
+                                       .title = "Quillard",
+                                       .body = dependencies.texts(text, values),
+                                       .playsDefaultSound = true});
 }
 
 // Contains nothing of the prompt's text: whoever passes by can read a notification.
@@ -48,7 +52,7 @@ void ApprovalAnnouncer::notify(const PendingApproval& approval) {
   }
   dependencies.userNotifications.post({.identifier = approval.id.text(),
                                        .title = "Quillard",
-                                       .body = "Your Mac needs approval.",
+                                       .body = dependencies.texts("Your Mac needs approval."),
                                        .playsDefaultSound = true});
 }
 

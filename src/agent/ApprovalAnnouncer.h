@@ -1,10 +1,13 @@
 #pragma once
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
 #include "approvals/PendingApproval.h"
+#include "foundation/UserTexts.h"
 #include "foundation/Uuid.h"
 #include "platform/process/Bundle.h"
 #include "platform/process/Console.h"
@@ -17,6 +20,7 @@ struct ApprovalAnnouncerDependencies {
   const platform::Bundle& bundle;
   platform::UserNotifications& userNotifications;
   platform::Console& console;
+  UserTexts texts{};
 };
 
 // Tells the user of this computer that a prompt needs an answer: one notification for each approval, as long as it
@@ -36,7 +40,7 @@ class ApprovalAnnouncer {
 
   // Tells of something else than a prompt, in one line. A later one with the same `identifier` takes the place of an
   // earlier one. `isLogged`: it is printed in any case.
-  void tell(const std::string& identifier, const std::string& body, bool isLogged);
+  void tell(const std::string& identifier, TextKey text, std::initializer_list<std::string_view> values, bool isLogged);
 
   // Whatever is pending at the next call counts as new.
   void forget() { lastNotifiedIDs.clear(); }

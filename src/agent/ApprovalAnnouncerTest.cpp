@@ -103,15 +103,16 @@ TEST_F(ApprovalAnnouncerTest, PrintsWhyThePermissionCouldNotBeAskedFor) {
 }
 
 TEST_F(ApprovalAnnouncerTest, TellsOfOtherThingsAndLogsThoseThatMatterLater) {
-  announcer.tell("note", "Ann has done something.", /*isLogged=*/false);
-  announcer.tell("alarm", "Mallory has joined.", /*isLogged=*/true);
+  announcer.tell("note", "A phone has had %1 removed.", {"Ann"}, /*isLogged=*/false);
+  announcer.tell("alarm", "%1 has answered a prompt for the first time.", {"Mallory"}, /*isLogged=*/true);
   ASSERT_EQ(world.userNotifications().posted().size(), 2U);
   EXPECT_EQ(world.userNotifications().posted()[0].identifier, "note");
-  EXPECT_EQ(world.userNotifications().posted()[1].body, "Mallory has joined.");
-  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has joined."));
+  EXPECT_EQ(world.userNotifications().posted()[1].body, "Mallory has answered a prompt for the first time.");
+  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has answered a prompt for the first time."));
   world.bundle().setIdentifier(std::nullopt);
-  announcer.tell("note", "Ann has done\nsomething else.", /*isLogged=*/false);
-  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has joined.", "Ann has done?something else."));
+  announcer.tell("note", "A phone has had %1 removed.", {"Ann\nand others"}, /*isLogged=*/false);
+  EXPECT_THAT(world.console().lines(), ElementsAre("Mallory has answered a prompt for the first time.",
+                                                   "A phone has had Ann?and others removed."));
   EXPECT_EQ(world.userNotifications().posted().size(), 2U);
 }
 

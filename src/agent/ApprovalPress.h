@@ -23,8 +23,8 @@ class ApprovalPress {
 
   // Brings the prompt's application to the front and finds the button, which blocks the main thread on purpose, for
   // less than half a second; then presses it elsewhere. Absent: `completion` comes once, in a later turn of the main
-  // thread. Otherwise why nothing is pressed, and `completion` never comes: `buttonNotFound`, also when the prompt
-  // could not be read, or `requiresDirectAccess` of the prompt on screen. One press at a time.
+  // thread. Otherwise why nothing is pressed, and `completion` never comes: `buttonNotFound`; `promptNotReadable`
+  // when nobody could look; or `requiresDirectAccess` of the prompt on screen. One press at a time.
   [[nodiscard]] virtual std::optional<ClickError> begin(const PendingApproval& approval, const std::string& buttonLabel,
                                                         Completion completion) = 0;
 

@@ -98,9 +98,10 @@ AuditEntry DecisionAudit::entryFor(std::string_view event, const Known& one, con
 void DecisionAudit::decisionBegan(const ApprovalRequestEnvelope& decision, const PendingApproval* approval,
                                   const std::vector<std::string>& phones) {
   const auto& id = decision.command.approvalID;
-  isLeftOut = !approval && !hasRoom(refused, kMostRefused);
-  if (approval) underWay.insert(id);
-  if (isLeftOut) return;
+  leftOutOf.reset();
+  if (!approval && !hasRoom(refused, kMostRefused)) leftOutOf = decision.pairing;
+  if (approval) underWay.insert_or_assign(id, decision.pairing);
+  if (leftOutOf) return;
   const auto names = known.find(id);
   auto entry = entryFor(audit_events::kDecided, names == known.end() ? Known{} : names->second, id);
   entry.decisionID = decision.decisionID;
@@ -115,7 +116,7 @@ void DecisionAudit::decisionEnded(const ApprovalRequestEnvelope& decision, const
   const auto& id = decision.command.approvalID;
   underWay.erase(id);
   const auto names = known.find(id);
-  if (!std::exchange(isLeftOut, false)) {
+  if (!std::exchange(leftOutOf, std::nullopt)) {
     auto entry = entryFor(audit_events::kOutcome, names == known.end() ? Known{} : names->second, id);
     entry.decisionID = decision.decisionID;
     entry.label = result.buttonLabel;
@@ -164,8 +165,8 @@ void DecisionAudit::unsuppressed(const SuppressedKind& kind, std::string_view by
 }
 
 void DecisionAudit::pairingEnded(int pairing) {
-  underWay.clear();
-  isLeftOut = false;
+  std::erase_if(underWay, [pairing](const auto& one) { return one.second == pairing; });
+  if (leftOutOf == pairing) leftOutOf.reset();
   add({.event = std::string(audit_events::kUnpaired), .pairing = pairing});
 }
 

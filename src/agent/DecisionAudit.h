@@ -62,7 +62,7 @@ class DecisionAudit {
   void suppressed(const Uuid& suppressionID, const SuppressedKind& kind, const std::optional<Date>& until,
                   std::string_view byWhom);
   void unsuppressed(const SuppressedKind& kind, std::string_view byWhom);
-  // Its phones have no say any more: what was decided and is not over has no outcome.
+  // Its phones have no say any more: what they decided and is not over has no outcome.
   void pairingEnded(int pairing);
   // Of the agent itself. `note`: for people.
   void note(std::string_view event, const std::optional<Date>& until = std::nullopt, const std::string& note = {});
@@ -88,9 +88,10 @@ class DecisionAudit {
   void add(AuditEntry entry, Window* window = nullptr);
 
   const DecisionAuditDependencies dependencies;
-  std::map<Uuid, Known> known;  // Those that wait, or are being decided.
-  std::set<Uuid> underWay;      // Being decided.
-  bool isLeftOut = false;       // The decision under way.
+  std::map<Uuid, Known> known;   // Those that wait, or are being decided.
+  std::map<Uuid, int> underWay;  // Being decided, and by which pairing.
+  // The pairing by which the decision under way came, when that is not written down.
+  std::optional<int> leftOutOf;
   Window asked;
   Window refused;
 };

@@ -59,7 +59,8 @@ bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel) {
 ApprovalResultCommand refusal(const ApprovalRequestCommand& command, const std::optional<PendingApproval>& approval,
                               ClickError reason) {
   const bool isBlockedByNow = approval && isBlocked(*approval, command.buttonLabel);
-  if (!isBlockedByNow && reason == ClickError::requiresDirectAccess) return outcome(command, reason);
+  const bool saysMore = reason == ClickError::requiresDirectAccess || reason == ClickError::promptNotReadable;
+  if (!isBlockedByNow && saysMore) return outcome(command, reason);
   if (!isBlockedByNow) {
     return result(command, kNotFoundStatus, std::string(localizedDescription(ClickError::buttonNotFound)));
   }

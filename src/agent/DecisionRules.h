@@ -39,7 +39,7 @@ inline constexpr std::chrono::seconds kLongestAge = DecisionQueue::kLongestAge;
 [[nodiscard]] bool isBlocked(const PendingApproval& approval, std::string_view buttonLabel);
 
 // The answer when nothing was pressed. `approval`: what the store holds by now; absent: gone. `reason`: what the press
-// found on the screen.
+// found on the screen. A prompt that could not be read has failed; it is not said to have gone.
 [[nodiscard]] ApprovalResultCommand refusal(const ApprovalRequestCommand& command,
                                             const std::optional<PendingApproval>& approval,
                                             ClickError reason = ClickError::buttonNotFound);

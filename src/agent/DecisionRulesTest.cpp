@@ -66,6 +66,15 @@ TEST(DecisionRules, AVanishedPromptIsNotFound) {
   EXPECT_EQ(refusal(kAllow, prompt(false)), expected) << "Its button could not be found.";
 }
 
+TEST(DecisionRules, APromptThatCouldNotBeReadHasNotVanished) {
+  const ApprovalResultCommand expected{.approvalID = uuid(7),
+                                       .buttonLabel = "Allow",
+                                       .status = "failed",
+                                       .error = "The button was not pressed, since the dialog could not be read."};
+  EXPECT_EQ(refusal(kAllow, prompt(false), ClickError::promptNotReadable), expected);
+  EXPECT_EQ(refusal(kAllow, prompt(true), ClickError::promptNotReadable).status, "requires_direct_access");
+}
+
 TEST(DecisionRules, ABlockedDecisionSaysWhy) {
   const auto withReason = refusal(kAllow, prompt(true, "Because."));
   EXPECT_EQ(withReason.status, "requires_direct_access");

@@ -12,7 +12,9 @@ DesktopApprovalPress::~DesktopApprovalPress() = default;
 std::optional<ClickError> DesktopApprovalPress::begin(const PendingApproval& approval, const std::string& buttonLabel,
                                                       Completion completion) {
   const auto resolution = clicker().focusAndResolve(approval, buttonLabel);
-  if (resolution.outcome == PromptResolution::Outcome::requiresDirectAccess) return ClickError::requiresDirectAccess;
+  using Outcome = PromptResolution::Outcome;
+  if (resolution.outcome == Outcome::requiresDirectAccess) return ClickError::requiresDirectAccess;
+  if (resolution.outcome == Outcome::unknown) return ClickError::promptNotReadable;
   if (!resolution.button) return ClickError::buttonNotFound;
   clicker().click(approval, buttonLabel, *resolution.button, std::move(completion));
   return std::nullopt;

@@ -11,12 +11,12 @@ PairingDependencies pairingDependencies(const platform::Platform& platform) {
           platform.userDefaults, platform.random, platform.console};
 }
 
-MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform) {
+MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform, const UserTexts& texts) {
   PairingConfiguration pairing{pairingDependencies(platform)};
   LoginItemManager loginItems{platform.bundle, platform.loginService, platform.workspace, platform.console};
   return fallbackSnapshot(InstallLocation{platform.bundle}.isRunningFromApplications(),
                           platform.accessibility.lastKnownProcessTrust() == platform::ProcessTrust::granted,
-                          loginItems.status(), pairing.isRelayConfigured());
+                          loginItems.status(), pairing.isRelayConfigured(), texts);
 }
 
 }  // namespace quillard

@@ -10,6 +10,6 @@ namespace quillard {
 [[nodiscard]] PairingDependencies pairingDependencies(const platform::Platform& platform);
 
 // What the window shows when the agent behind it has gone: what can be told without it. Main thread.
-[[nodiscard]] MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform);
+[[nodiscard]] MacStatusSnapshot fallbackStatusSnapshot(const platform::Platform& platform, const UserTexts& texts = {});
 
 }  // namespace quillard

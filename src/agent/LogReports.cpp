@@ -1,6 +1,7 @@
 #include "agent/LogReports.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace quillard {
 namespace {
@@ -35,10 +36,10 @@ LogHead logHead(const AuditLog& log, Date now) {
 LogExcerpt logExcerpt(const AuditLog& log, Date now) {
   LogExcerpt excerpt{.head = logHead(log, now)};
   const auto& lines = log.newestLines();
-  const auto count = std::min(lines.size(), kMostLogReports);
-  for (auto shown = lines.end() - static_cast<std::ptrdiff_t>(count); shown != lines.end(); ++shown) {
-    excerpt.entries.push_back(reportOf(*shown));
-  }
+  const auto end = std::find_if(lines.begin(), lines.end(),
+                                [&](const AuditShown& shown) { return shown.line.sequence > excerpt.head.sequence; });
+  const auto count = std::min(end - lines.begin(), static_cast<std::ptrdiff_t>(kMostLogReports));
+  std::transform(end - count, end, std::back_inserter(excerpt.entries), reportOf);
   return excerpt;
 }
 

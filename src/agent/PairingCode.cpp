@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "relay/QRCodeRenderer.h"
+#include "relay/RelayAddress.h"
 
 namespace quillard {
 namespace {
@@ -14,7 +15,8 @@ constexpr int kPixelsOfModule = 10;
 PairingCode::PairingCode(PairingConfiguration& pairingConfiguration) : pairingConfiguration(pairingConfiguration) {}
 
 std::optional<PairingPayload> PairingCode::payload() {
-  return pairingConfiguration.isRelayConfigured() ? pairingConfiguration.payload() : std::nullopt;
+  const auto relay = pairingConfiguration.configuredRelay();
+  return relay && isAllowedRelayURL(relay->relayURL) ? pairingConfiguration.payload() : std::nullopt;
 }
 
 bool PairingCode::isAvailable() { return payload().has_value(); }

@@ -16,7 +16,8 @@ class PairingCode {
   explicit PairingCode(PairingConfiguration& pairingConfiguration);
 
   // Whether there is anything to pair with. Makes the installation's identity when there is a relay and none was made
-  // yet; reads nothing of it where there is no relay.
+  // yet; reads nothing of it where there is no relay, or one whose address the agent refuses, so that no phone sends it
+  // what it must not have.
   [[nodiscard]] bool isAvailable();
   // Absent where there is nothing to pair with, or the text does not fit a code.
   [[nodiscard]] std::optional<LazyBitmap> image();

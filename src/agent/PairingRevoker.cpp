@@ -20,12 +20,21 @@ constexpr Seconds kFirstCountedDelay{1800};
 }  // namespace
 
 PairingRevoker::PairingRevoker(const PairingRevokerDependencies& dependencies)
-    : dependencies(dependencies), pending(dependencies.userDefaults), nextDelay(kFirstDelay) {}
+    : dependencies(dependencies),
+      pending(dependencies.userDefaults),
+      attemptTimeout(kAttemptTimeout),
+      nextDelay(kFirstDelay) {}
 
 PairingRevoker::~PairingRevoker() { stop(); }
 
 void PairingRevoker::start() {
   if (!isStopped && !client) attempt();
+}
+
+void PairingRevoker::tryEachOnce(Seconds timeout) {
+  attemptTimeout = timeout;
+  triesLeft = pending.all().size();
+  start();
 }
 
 void PairingRevoker::keep(const UnsentRevocation& revocation) { pending.add(revocation); }
@@ -62,7 +71,7 @@ void PairingRevoker::attempt() {
       clientCallbacks(), *queue,
       RelayClientDependencies{dependencies.webSockets, dependencies.clock, dependencies.random, dependencies.console,
                               dependencies.stampClock});
-  nextStep = dependencies.executors.mainThread().postAfter(kAttemptTimeout, scope.bind([this] { ended(End::failed); }));
+  nextStep = dependencies.executors.mainThread().postAfter(attemptTimeout, scope.bind([this] { ended(End::failed); }));
   client->connect();
 }
 
@@ -97,11 +106,17 @@ void PairingRevoker::ended(End end) {
     pending.remove(pairingID);
     nextDelay = lastDelay = kFirstDelay;
   }
-  if (isIdle() || isStopped) return;
-  if (isOver) return attempt();
+  if (wasLastTry() || isIdle() || isStopped) return;
+  if (isOver || triesLeft) return attempt();
   lastDelay = nextDelay;
   nextStep = dependencies.executors.mainThread().postAfter(nextDelay, scope.bind([this] { attempt(); }));
   nextDelay = std::min(2 * nextDelay, kLongestDelay);
+}
+
+bool PairingRevoker::wasLastTry() {
+  if (!triesLeft) return false;
+  if (*triesLeft > 0) --*triesLeft;
+  return *triesLeft == 0;
 }
 
 // Behind the others, which are not to wait for one whose relay is gone. False: it has been tried often enough.

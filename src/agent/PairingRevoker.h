@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "foundation/CallbackScope.h"
@@ -50,6 +52,11 @@ class PairingRevoker {
   void keep(const UnsentRevocation& revocation);
   // Begins in a few seconds: the request is on its way to the relay, or there is no connection at present.
   void startSoon();
+  // In place of `start`, for a program that ends soon: each is tried once, one right after the other, and for
+  // `attemptTimeout` at most. What is left is kept for a later run.
+  void tryEachOnce(Seconds attemptTimeout);
+  // Whether `tryEachOnce` has come to its end.
+  [[nodiscard]] bool hasTriedEach() const { return triesLeft == 0U; }
   // Whether the pairing of this identifier is to be revoked.
   [[nodiscard]] bool isKept(const std::string& identifier) const;
   [[nodiscard]] bool isIdle() const { return pending.all().empty(); }
@@ -68,8 +75,12 @@ class PairingRevoker {
   [[nodiscard]] bool putBack(bool isRefused);
   void letGoOfClient();
 
+  [[nodiscard]] bool wasLastTry();
+
   const PairingRevokerDependencies dependencies;
   PendingRevocations pending;
+  Seconds attemptTimeout;
+  std::optional<std::size_t> triesLeft;  // Absent: each is tried until the relay knows.
   bool isStopped = false;
   bool hasAsked = false;  // On the present connection of this attempt's client.
   Seconds nextDelay;

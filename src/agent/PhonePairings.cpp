@@ -189,6 +189,16 @@ void PhonePairings::stop() {
   revoker.stop();
 }
 
+bool PhonePairings::publishPush(const PushPlan& plan, const PushContents& contents) {
+  auto* const woken = session(plan.phone.pairing);
+  return woken && woken->publishPush(plan, contents);
+}
+
+void PhonePairings::publishClock(int pairing) {
+  auto* const told = session(pairing);
+  if (told && told->status().phoneCount > 0) told->publishClock();
+}
+
 void PhonePairings::publishResult(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
   if (auto* decided = session(decision.pairing)) decided->publishResult(decision.decisionID, result);
 }
@@ -257,7 +267,12 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
             noteArrival(numbered);
             callbacks.onApprovalRequest(numbered);
           },
-      .onSuppressionCommand = callbacks.onSuppressionCommand,
+      .onSuppressionCommand =
+          [this, pairing](const ApprovalSuppressionCommand& command) {
+            auto numbered = command;
+            numbered.pairing = pairing;
+            callbacks.onSuppressionCommand(numbered);
+          },
       .onStatusChange = [this, pairing] { sessionStatusChanged(pairing); },
       .onPairingForgotten = [this, pairing] { pairingForgotten(pairing); },
       .onPairingRenewed =
@@ -272,11 +287,13 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           },
       .onPairingEnding = [this, pairing](const auto& revocation) { pairingEnding(pairing, revocation); },
       .meetingReports =
-          [this] {
-            auto reports = callbacks.meetingReports();
+          [this, pairing] {
+            auto reports = callbacks.meetingReports(pairing);
             reports.newPhones = newPhones();
             return reports;
-          }};
+          },
+      .onPushSubscriptions = [this, pairing](const auto& all) { callbacks.onPushSubscriptions(pairing, all); },
+      .onPushResult = [this, pairing](const auto& result) { callbacks.onPushResult(pairing, result); }};
 }
 
 PhonePairings::Further& PhonePairings::addFurther(int pairing) {
@@ -313,6 +330,7 @@ void PhonePairings::sessionStatusChanged(int pairing) {
   if (isStopped) return;
   const auto pairingID = pairingIDOf(pairing);
   if (!pairingID.empty()) noticeArrivals(pairing, pairingID);
+  if (const auto* changed = session(pairing)) callbacks.onPhonesChange(pairing, changed->status());
   callbacks.onStatusChange();
 }
 
@@ -456,7 +474,7 @@ std::optional<LazyBitmap> PhonePairings::offeredImage() {
 
 std::optional<Secret> PhonePairings::offeredText() {
   auto* offered = offeredNumber ? further(*offeredNumber) : nullptr;
-  const auto payload = offered ? offered->configuration.payload() : std::nullopt;
+  const auto payload = offered && offered->code.isAvailable() ? offered->configuration.payload() : std::nullopt;
   return payload ? pairingPayloadText(*payload) : std::nullopt;
 }
 

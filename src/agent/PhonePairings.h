@@ -50,7 +50,12 @@ struct PhonePairingsCallbacks {
   // A phone has granted something for the first time, within an hour after it joined.
   std::function<void(const FirstGrant&)> onFirstGrant = [](const FirstGrant&) {};
   std::function<void(const UnexpectedPhone&)> onUnexpectedPhone = [](const UnexpectedPhone&) {};
-  std::function<MeetingReports()> meetingReports = [] { return MeetingReports{}; };  // See RelaySessionCallbacks.
+  // See RelaySessionCallbacks; for the phones of that pairing.
+  std::function<MeetingReports(int pairing)> meetingReports = [](int) { return MeetingReports{}; };
+  // What the relay says of the phones of one pairing.
+  std::function<void(int pairing, const RelayConnectionStatus&)> onPhonesChange = [](int, const auto&) {};
+  std::function<void(int pairing, const std::vector<PhoneSubscription>&)> onPushSubscriptions = [](int, const auto&) {};
+  std::function<void(int pairing, const PushResultRelayMessage&)> onPushResult = [](int, const auto&) {};
 };
 
 // One line of the list of phones.
@@ -95,6 +100,11 @@ class PhonePairings {
   void publishCurrentApprovalSnapshot(bool force);
   void askAgainIfDue();
   void stop();
+
+  // Wakes a phone; see RelaySession.
+  [[nodiscard]] bool publishPush(const PushPlan& plan, const PushContents& contents);
+  // Tells the phones of this pairing that are connected the time and what they may have missed.
+  void publishClock(int pairing);
 
   // To the phone that decided.
   void publishResult(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result);

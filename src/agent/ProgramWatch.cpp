@@ -6,6 +6,9 @@ namespace quillard {
 namespace {
 
 constexpr Seconds kLookInterval{10};
+constexpr Seconds kLongestInterval{60};
+// Nothing comes of it but a new note, and nearly always with a window that comes or goes.
+constexpr Seconds kIntervalWithoutAny{300};
 constexpr Seconds kProblemTime{30};
 
 }  // namespace
@@ -16,7 +19,10 @@ ProgramWatch::ProgramWatch(const ProgramWatchDependencies& dependencies, std::fu
 ProgramWatch::~ProgramWatch() = default;
 
 const ProgramReadability& ProgramWatch::newest() {
-  const bool isDue = !lastLook || dependencies.clock.monotonicNow() - *lastLook >= kLookInterval;
+  const bool mayBeNew = haveWindowsChanged || !known.problem.empty();
+  const auto atRest = known.unreadable.empty() ? kIntervalWithoutAny : kLongestInterval;
+  const auto interval = mayBeNew ? kLookInterval : atRest;
+  const bool isDue = !lastLook || dependencies.clock.monotonicNow() - *lastLook >= interval;
   if (isDue && !isLooking) look({});
   return known;
 }
@@ -35,7 +41,11 @@ void ProgramWatch::look(std::function<std::string()> change) {
   if (!queue) {
     queue = dependencies.executors.makeSerialQueue("quillard.programs", platform::QualityOfService::standard);
   }
+  if (!windowSubscription) {
+    windowSubscription = dependencies.windowList.observeChanges([this] { haveWindowsChanged = true; });
+  }
   isLooking = true;
+  haveWindowsChanged = false;
   lastLook = dependencies.clock.monotonicNow();
   const bool isRecent = lastChange && *lastLook - *lastChange < kProblemTime;
   queue->post([this, change = std::move(change), kept = isRecent ? known.problem : std::string(),
@@ -51,6 +61,7 @@ void ProgramWatch::look(std::function<std::string()> change) {
 void ProgramWatch::found(ProgramReadability readability) {
   isLooking = false;
   if (readability == known) return;
+  haveWindowsChanged = true;  // More may follow.
   known = std::move(readability);
   onChange();
 }

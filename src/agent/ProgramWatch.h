@@ -8,6 +8,7 @@
 #include "foundation/CallbackScope.h"
 #include "platform/desktop/DesktopCapabilities.h"
 #include "platform/desktop/ReadableStarts.h"
+#include "platform/desktop/WindowList.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Executors.h"
 #include "status/ProgramReadability.h"
@@ -20,6 +21,7 @@ struct ProgramWatchDependencies {
   platform::ReadableStarts* readableStarts;  // Null: the watch never does anything, and knows nothing.
   platform::Executors& executors;
   platform::Clock& clock;
+  platform::WindowList& windowList;
 };
 
 // Which programs cannot be read, for whoever shows it: asked away from the main thread, and only while somebody wants
@@ -33,7 +35,8 @@ class ProgramWatch {
   ProgramWatch(const ProgramWatch&) = delete;
   ProgramWatch& operator=(const ProgramWatch&) = delete;
 
-  // What was found last; empty at first. Looks again when that is 10 s old.
+  // What was found last; empty at first. Looks again when that is 10 s old and windows have come or gone since, or it
+  // tells of a problem; after a minute where it tells of programs that cannot be read, and after five in any case.
   [[nodiscard]] const ProgramReadability& newest();
 
   // `entry`: see `ReadableStarts`. Ends in `onChange`.
@@ -56,6 +59,8 @@ class ProgramWatch {
   ProgramReadability known;
   std::optional<Instant> lastLook;
   std::optional<Instant> lastChange;
+  platform::SubscriptionHandle windowSubscription;  // From the first look on.
+  bool haveWindowsChanged = false;                  // Since the last look, or it has found something new.
   bool isLooking = false;
   bool isStopped = false;
   CallbackScope callbacks;

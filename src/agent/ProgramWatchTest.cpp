@@ -23,7 +23,8 @@ class ProgramWatchTest : public testing::Test {
 
   platform::simulated::SimulatedWorld world{Seed{3}};
   int changes = 0;
-  ProgramWatch watch{{world.capabilities(), &world.readableStarts(), world.time(), world.time()}, [this] {
+  ProgramWatch watch{{world.capabilities(), &world.readableStarts(), world.time(), world.time(), world.windowList()},
+                     [this] {
                        EXPECT_TRUE(world.time().mainThread().isCurrent());
                        ++changes;
                      }};
@@ -53,6 +54,31 @@ TEST_F(ProgramWatchTest, AsksAgainAfterTenSeconds) {
   EXPECT_EQ(changes, 2);
 }
 
+TEST_F(ProgramWatchTest, AsksOnceAMinuteWhileNoWindowComesOrGoes) {
+  (void)ask();
+  world.advance(Seconds{10});
+  (void)ask();  // More might have followed what was found first.
+  world.desktop().setTrusted(false);
+  world.advance(Seconds{59.9});
+  (void)ask();
+  EXPECT_EQ(ask().unreadable.size(), 1U) << "Nothing new is known.";
+  world.advance(Seconds{0.1});
+  (void)ask();
+  EXPECT_EQ(ask().unreadable.size(), 0U);
+}
+
+TEST_F(ProgramWatchTest, AsksEveryFiveMinutesWhileNoProgramIsKnownThatCannotBeRead) {
+  world.desktop().setTrusted(false);
+  (void)ask();
+  world.desktop().setTrusted(true);
+  world.advance(Seconds{299.9});
+  (void)ask();
+  EXPECT_EQ(ask().unreadable.size(), 0U);
+  world.advance(Seconds{0.1});
+  (void)ask();
+  EXPECT_EQ(ask().unreadable.size(), 1U);
+}
+
 TEST_F(ProgramWatchTest, ChangesAStartAndUndoesThatAwayFromTheMainThread) {
   (void)ask();
   world.time().runOnMainThread([&] {
@@ -80,7 +106,8 @@ TEST_F(ProgramWatchTest, SaysForAWhileWhyAChangeFailed) {
 }
 
 TEST_F(ProgramWatchTest, NeverAsksWhereNothingCanBeDoneOrAfterItsEnd) {
-  ProgramWatch idle{{world.capabilities(), nullptr, world.time(), world.time()}, [this] { ++changes; }};
+  ProgramWatch idle{{world.capabilities(), nullptr, world.time(), world.time(), world.windowList()},
+                    [this] { ++changes; }};
   const auto turns = world.time().turnCount();
   world.time().runOnMainThread([&] {
     (void)idle.newest();

@@ -100,19 +100,16 @@ std::optional<Suppression> PromptSuppressions::find(const Uuid& id) const {
 
 std::optional<SuppressionReports> PromptSuppressions::reports() const {
   if (!list.wasUsed()) return std::nullopt;
-  SuppressionReports reports;
-  const auto all = list.all();
-  for (const auto& one : all) {
-    if (reports.kinds.size() >= kMostSuppressionReports) break;
-    reports.kinds.push_back({.suppressionID = one.id,
-                             .appName = reportedText(one.kind.appName),
-                             .windowTitle = reportedText(one.kind.windowTitle),
-                             .since = one.since,
-                             .until = one.until,
-                             .endsWithRun = one.endsWithRun});
+  std::vector<SuppressionReport> reports;
+  for (const auto& one : list.all()) {
+    reports.push_back({.suppressionID = one.id,
+                       .appName = reportedText(one.kind.appName),
+                       .windowTitle = reportedText(one.kind.windowTitle),
+                       .since = one.since,
+                       .until = one.until,
+                       .endsWithRun = one.endsWithRun});
   }
-  reports.leftOut = all.size() - reports.kinds.size();
-  return reports;
+  return boundedReports(std::move(reports));
 }
 
 }  // namespace quillard

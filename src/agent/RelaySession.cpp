@@ -9,8 +9,10 @@
 #include <variant>
 
 #include "foundation/BrokenPromise.h"
+#include "push/PushEncryption.h"
 #include "relay/RelayAddress.h"
 #include "relay/SnapshotTrimming.h"
+#include "relay/StrictBase64.h"
 #include "values/Time.h"
 
 namespace quillard {
@@ -32,8 +34,20 @@ bool isPhonePresent(const RelayConnectionStatus& status) {
   return status.phoneConnected || status.phoneCount > 0 || !status.phones.empty();
 }
 
+// A page that was hidden has received what was sent meanwhile.
+std::vector<RelayPhoneStatus> withoutSleep(std::vector<RelayPhoneStatus> phones) {
+  for (auto& phone : phones) phone.isAsleep = false;
+  return phones;
+}
+
 bool phonePartDiffers(const RelayConnectionStatus& one, const RelayConnectionStatus& other) {
-  return one.phoneConnected != other.phoneConnected || one.phoneCount != other.phoneCount || one.phones != other.phones;
+  return one.phoneConnected != other.phoneConnected || one.phoneCount != other.phoneCount ||
+         withoutSleep(one.phones) != withoutSleep(other.phones);
+}
+
+// Where a tap on a notification leads when the phone has not said.
+std::string pageOf(const RelayLaunchConfiguration& configuration) {
+  return PairingConfiguration::backendBaseURL(configuration.relayURL).value_or("") + "/";
 }
 
 }  // namespace
@@ -224,7 +238,15 @@ RelayClientCallbacks RelaySession::relayClientCallbacks() {
                 onMainThread([this, status] { relayStatusChanged(status); });
               },
           .onRefused =
-              [this, onMainThread](RelayRefusal refusal) { onMainThread([this, refusal] { relayRefused(refusal); }); }};
+              [this, onMainThread](RelayRefusal refusal) { onMainThread([this, refusal] { relayRefused(refusal); }); },
+          .onPushSubscriptions =
+              [this, onMainThread](const std::vector<PhoneSubscription>& subscriptions) {
+                onMainThread([this, subscriptions] { callbacks.onPushSubscriptions(subscriptions); });
+              },
+          .onPushResult =
+              [this, onMainThread](const PushResultRelayMessage& result) {
+                onMainThread([this, result] { callbacks.onPushResult(result); });
+              }};
 }
 
 // ---- While it runs
@@ -256,6 +278,26 @@ void RelaySession::publishCurrentApprovalSnapshot(bool force) {
 
 void RelaySession::publishResult(const std::string& decisionID, const ApprovalResultCommand& result) {
   if (relayClient && !pairingResetInProgress) relayClient->publishResult(decisionID, result);
+}
+
+bool RelaySession::publishPush(const PushPlan& plan, const PushContents& contents) {
+  if (!relayClient || pairingResetInProgress || !access) return false;
+  const auto& command = plan.command;
+  const auto tag = pushTag(access->secrets.e2eSecret, contents);
+  const PushAddressee addressee{.pairingID = access->secrets.pairingID,
+                                .page = command.page.empty() ? pageOf(access->configuration) : command.page,
+                                .computer = command.computer,
+                                .content = command.content};
+  const auto text = pushText(contents, addressee, tag);
+  const auto body = text ? encryptedPush(*text, command.keys, dependencies.random) : std::nullopt;
+  if (!body) return false;
+  relayClient->publishPush({.pushID = plan.pushID,
+                            .deviceID = plan.phone.deviceID,
+                            .subscriptionID = plan.subscriptionID,
+                            .body = base64Text(*body),
+                            .ttl = static_cast<std::int64_t>(plan.ttl.count()),
+                            .topic = tag});
+  return true;
 }
 
 bool RelaySession::phoneNeedsSnapshot(const RelayConnectionStatus& before, const RelayConnectionStatus& now) {

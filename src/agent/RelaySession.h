@@ -15,6 +15,8 @@
 #include "platform/process/Console.h"
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
+#include "push/PushSchedule.h"
+#include "push/PushText.h"
 #include "relay/ClockStamp.h"
 #include "relay/InstallationSecrets.h"
 #include "relay/PairingConfiguration.h"
@@ -68,6 +70,10 @@ struct RelaySessionCallbacks {
       [](const std::optional<UnsentRevocation>&) {};
   // What phones are told when one comes online.
   std::function<MeetingReports()> meetingReports = [] { return MeetingReports{}; };
+  // See RelayClientCallbacks.
+  std::function<void(const std::vector<PhoneSubscription>&)> onPushSubscriptions =
+      [](const std::vector<PhoneSubscription>&) {};
+  std::function<void(const PushResultRelayMessage&)> onPushResult = [](const PushResultRelayMessage&) {};
 };
 
 // The agent's side of the relay: registers the installation's token, keeps the connection, tells the phones what is
@@ -108,6 +114,9 @@ class RelaySession {
   void publishClock();
   // Dropped without a connection.
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
+
+  // Encrypts it for that phone and hands it to the relay. False: it cannot be sent as it is.
+  [[nodiscard]] bool publishPush(const PushPlan& plan, const PushContents& contents);
 
   // Asks the relay to remove all phones, then takes a new identity whatever comes of that: as soon as the connection
   // took the request, after two seconds at most, or when another relay is chosen meanwhile. A second request while one

@@ -1,5 +1,6 @@
 #include "agent/SettingsChange.h"
 
+#include <string_view>
 #include <variant>
 
 #include "agent/configuration/Tunables.h"
@@ -23,6 +24,20 @@ std::optional<std::string> applyRelay(const std::optional<std::string>& value, p
   return std::nullopt;
 }
 
+std::string_view whatIsAValue(TunableKind kind) {
+  switch (kind) {
+    case TunableKind::seconds:
+      return " is a number of seconds greater than 0.";
+    case TunableKind::bytes:
+      return " is a number of bytes greater than 0.";
+    case TunableKind::onOff:
+      return " is on or off.";
+    case TunableKind::file:
+      return " is the full path of a file: it begins with /.";
+  }
+  return {};
+}
+
 std::optional<std::string> applyTunable(const Tunable& tunable, const std::optional<std::string>& value,
                                         platform::UserDefaults& settings) {
   if (!value) {
@@ -30,9 +45,7 @@ std::optional<std::string> applyTunable(const Tunable& tunable, const std::optio
     return std::nullopt;
   }
   if (AgentConfiguration::setTunable(tunable, *value, settings)) return std::nullopt;
-  return std::string(tunable.name) + (tunable.kind == TunableKind::onOff   ? " is on or off."
-                                      : tunable.kind == TunableKind::bytes ? " is a number of bytes greater than 0."
-                                                                           : " is a number of seconds greater than 0.");
+  return std::string(tunable.name) + std::string(whatIsAValue(tunable.kind));
 }
 
 }  // namespace

@@ -33,6 +33,8 @@ TEST(SettingsChange, ThatCannotBeKeptSaysWhyAndChangesNothing) {
   EXPECT_EQ(apply({"event-scan-debounce", "soon"}, settings),
             "event-scan-debounce is a number of seconds greater than 0.");
   EXPECT_EQ(apply({"dialog-diagnostics", "2"}, settings), "dialog-diagnostics is on or off.");
+  EXPECT_EQ(apply({"relay-authority", "authority.pem"}, settings),
+            "relay-authority is the full path of a file: it begins with /.");
   EXPECT_EQ(apply({"relay", "ws://relay.example"}, settings),
             "Only wss and https addresses can be used, or ws and http of this computer itself.");
   EXPECT_EQ(apply({"colour\x1b[2J", "red"}, settings),

@@ -81,7 +81,8 @@ std::optional<LazyBitmap> StatusPresenter::pairingImage(bool accessibilityTruste
 }
 
 std::string StatusPresenter::pairingCaption(bool accessibilityTrusted) {
-  return StatusTexts::pairingCaption(accessibilityTrusted, accessibilityTrusted && pairingCode.isAvailable());
+  return StatusTexts::pairingCaption(accessibilityTrusted, accessibilityTrusted && pairingCode.isAvailable(),
+                                     dependencies.texts);
 }
 
 }  // namespace quillard

@@ -22,6 +22,7 @@ struct StatusPresenterDependencies {
   PairingConfiguration& pairingConfiguration;
   platform::UserDefaults& userDefaults;
   StatusWindowDependencies window;
+  UserTexts texts{};
 };
 
 // All that the user of this computer sees of the agent but notifications: its place in the menu bar, and its window,

@@ -177,6 +177,13 @@ TEST_F(StatusPresenterTest, ShowsNoCodeWithoutARelay) {
   EXPECT_EQ(keptSecrets(world), std::nullopt);
 }
 
+// The agent does not connect to it, and a phone would send its token there in clear.
+TEST_F(StatusPresenterTest, ShowsNoCodeForARelayWhoseAddressMayNotBeUsed) {
+  world.environment().set("QUILLARD_RELAY_URL", "ws://relay.example/ws");
+  EXPECT_EQ(presenter->pairingImage(/*accessibilityTrusted=*/true), std::nullopt);
+  EXPECT_EQ(keptSecrets(world), std::nullopt);
+}
+
 TEST_F(StatusPresenterTest, ShowsANewCodeForANewIdentity) {
   const auto before = presenter->pairingImage(true);
   for (const bool isForgotten : {false, true}) {

@@ -35,7 +35,7 @@ ExitCode runAgent(const System& system, char* programName, const Output& output)
   opened.platform->prepareForAgent();
   const auto platform = opened.platform->platform();
   qt::QtStatusWindowViews statusWindowViews(system.watchColorScheme);
-  const auto agent = std::make_shared<AppDelegate>(platform, statusWindowViews);
+  const auto agent = std::make_shared<AppDelegate>(platform, statusWindowViews, opened.texts);
   const qt::TerminationSignals termination([&platform] { platform.application.terminate(); });
   platform.application.setDelegate(agent);
   return QCoreApplication::exec() == 0 ? ExitCode::fine : ExitCode::problemFound;

@@ -264,7 +264,7 @@ ExitCode runUnpair(const UnpairPhones& command, const ChannelRunDependencies& de
 }
 
 ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& terminal,
-                        const ChannelRunDependencies& dependencies, const Output& output) {
+                        const ChannelRunDependencies& dependencies, const Output& output, const UserTexts& say) {
   if (const auto refusal = refusalToShow(command, terminal, output)) return *refusal;
   return exchange("pair", channelLine("pairAnother"), dependencies, output,
                   [&](const ChannelMessage& message) -> std::optional<ExitCode> {
@@ -272,7 +272,7 @@ ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& ter
                     auto text = reader.string("text");
                     if (message.type != "code" || reader.error()) return notUnderstood("pair", output);
                     return showCodeOf(takenSecret(text), command, terminal, output,
-                                      "It is for one more phone, and ends after ten minutes.\n");
+                                      "It is for one more phone, and ends after ten minutes.\n", say);
                   });
 }
 

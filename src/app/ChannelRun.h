@@ -8,6 +8,7 @@
 #include "app/Output.h"
 #include "app/PairingTool.h"
 #include "app/SettingsTool.h"
+#include "foundation/UserTexts.h"
 #include "platform/process/Clock.h"
 #include "platform/process/Executors.h"
 #include "platform/process/LocalSockets.h"
@@ -42,7 +43,8 @@ struct ChannelRunDependencies {
 
 // Has the agent offer a code for one more phone, and shows it.
 [[nodiscard]] ExitCode runPairAnother(const ShowPairingCode& command, const TerminalFacts& terminal,
-                                      const ChannelRunDependencies& dependencies, const Output& output);
+                                      const ChannelRunDependencies& dependencies, const Output& output,
+                                      const UserTexts& say = {});
 [[nodiscard]] ExitCode runMuted(const ListMuted& command, const ChannelRunDependencies& dependencies,
                                 const Output& output);
 // Ends with `fine` only when something has changed.

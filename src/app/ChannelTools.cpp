@@ -39,7 +39,9 @@ std::string phonesText(JsonReader& status) {
   for (const auto& name : status.objects("phones", [](JsonReader& phone) { return phone.string("name"); })) {
     names += (names.empty() ? "" : ", ") + printableText(name);
   }
-  return names.empty() ? "none connected" : names;
+  if (!names.empty()) return names;
+  const auto wakeable = status.optionalInteger("wakeable", 0, INT32_MAX).value_or(0);
+  return "none connected" + (wakeable > 0 ? ", " + std::to_string(wakeable) + " can be woken" : std::string());
 }
 
 }  // namespace
@@ -101,11 +103,13 @@ std::string statusText(const ChannelMessage& status, bool asJson) {
   text += "Phones:  " + phonesText(reader) + "\n";
   const bool isPaused = reader.boolean("paused");
   const auto until = reader.optionalString("pausedUntil");
-  text += std::string("Alerts:  ") +
-          (!isPaused ? "on"
-           : until   ? "paused until " + printableText(*until)
-                     : "paused") +
-          "\n";
+  text +=
+      std::string("Alerts:  ") +
+      (!isPaused ? (reader.optionalBoolean("nobodyReached").value_or(false) ? "on, and no phone was told of what waits"
+                                                                            : "on")
+       : until   ? "paused until " + printableText(*until)
+                 : "paused") +
+      "\n";
   text += "Waiting: " + std::to_string(reader.integer("pending", 0, INT32_MAX)) + "\n";
   return text;
 }

@@ -79,6 +79,14 @@ TEST(StatusText, SaysInPlainWordsWhatTheAgentDoes) {
       "connected":false},"phones":[],"paused":false,"pending":0})")};
   EXPECT_EQ(statusText(empty, /*asJson=*/false),
             "x\nRelay:   none\nPhones:  none connected\nAlerts:  on\nWaiting: 0\n");
+  const ChannelMessage asleep{"status", Json::parse(R"({"version":1,"summary":"x","relay":{"configured":true,
+      "connected":true},"phones":[],"paused":false,"pending":0,"wakeable":2})")};
+  EXPECT_THAT(statusText(asleep, /*asJson=*/false), testing::HasSubstr("Phones:  none connected, 2 can be woken\n"));
+  const ChannelMessage alone{"status", Json::parse(R"({"version":1,"summary":"x","relay":{"configured":true,
+      "connected":true},"phones":[],"paused":false,"pending":1,"nobodyReached":true})")};
+  EXPECT_EQ(statusText(alone, /*asJson=*/false),
+            "x\nRelay:   connected\nPhones:  none connected\nAlerts:  on, and no phone was told of what waits\n"
+            "Waiting: 1\n");
   EXPECT_EQ(statusText({"done", Json::parse(R"({"version":1})")}, /*asJson=*/true), "{\"version\":1}\n");
 }
 

@@ -46,6 +46,7 @@ struct Arguments {
   EndMute unmuting;
   ChangeMute muting;
   ShowLog log;
+  EraseEverything erasing;
 };
 
 void describeRelay(CLI::App& program, Arguments& read) {
@@ -223,6 +224,9 @@ void describe(CLI::App& program, Arguments& read) {
   describePhones(program, read);
   describeMutes(program, read);
   describeLog(program, read);
+
+  auto* const erase = program.add_subcommand("erase", "Unpair all phones, and delete all that Quillard keeps for you");
+  erase->add_flag("--yes", read.erasing.isConfirmed, "Without asking");
 }
 
 Command relayCommandOf(const CLI::App& relay, const Arguments& read) {
@@ -267,6 +271,7 @@ Command commandOf(const CLI::App& program, const Arguments& read) {
   }
   if (program.got_subcommand("mute")) return read.muting;
   if (program.got_subcommand("log")) return read.log;
+  if (program.got_subcommand("erase")) return read.erasing;
   if (program.got_subcommand("open")) return OpenWindow{};
   if (program.got_subcommand("quit")) return QuitAgent{};
   return RunAgent{};

@@ -161,6 +161,12 @@ struct ShowLog {
   bool operator==(const ShowLog&) const = default;
 };
 
+// Deletes all that the agent keeps for its user, and an installation for that user alone.
+struct EraseEverything {
+  bool isConfirmed = false;  // Nothing is asked.
+  bool operator==(const EraseEverything&) const = default;
+};
+
 // Nothing to do but to print: the help that was asked for, or what is wrong with the arguments.
 struct PrintMessage {
   std::string text;  // Ends in a line break.
@@ -171,7 +177,7 @@ struct PrintMessage {
 using Command = std::variant<RunAgent, ScanOnce, ExplainWindows, ExamineSetup, ShowPairingCode, MakeReadable,
                              RecordDesktop, SetRelay, ForgetRelay, ShowRelay, TestRelay, ShowSettings, ChangeSetting,
                              AskQuestion, AnswerQuestion, TellStatus, PauseAlerts, OpenWindow, QuitAgent, ListPhones,
-                             UnpairPhones, ListMuted, EndMute, ChangeMute, ShowLog, PrintMessage>;
+                             UnpairPhones, ListMuted, EndMute, ChangeMute, ShowLog, EraseEverything, PrintMessage>;
 
 // `arguments`: without the name of the program.
 [[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);

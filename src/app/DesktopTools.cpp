@@ -9,6 +9,7 @@
 #include "click/semantics/DialogButtonSemantics.h"
 #include "detection/DialogDetector.h"
 #include "detection/StableIDs.h"
+#include "foundation/PrintableText.h"
 #include "recording/DesktopRecorder.h"
 #include "recording/RecordedDesktopJson.h"
 
@@ -52,6 +53,15 @@ auto readAgain(const platform::Platform& platform, Read read, IsIncomplete isInc
   return result;
 }
 
+// Those of which something may be missing, by their names.
+std::vector<std::string> silentPrograms(const recording::RecordedDesktop& desktop) {
+  std::vector<std::string> names;
+  for (const auto& each : desktop.applications) {
+    if (each.missedTimeout) names.push_back(printableText(each.application.localizedName.value_or("A program")));
+  }
+  return names;
+}
+
 // Reads the desktop, and prints what `textOf` makes of it.
 template <class TextOf>
 ExitCode report(const platform::Platform& platform, const Output& output, TextOf textOf) {
@@ -75,8 +85,8 @@ ExitCode report(const platform::Platform& platform, const Output& output, TextOf
 
 ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, const Output& output) {
   return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
-    if (command.asJson) return scanJson(diagnosis);
     const auto unreadable = platform.capabilities.unreadablePrograms();
+    if (command.asJson) return scanJson(diagnosis, unreadable);
     if (!unreadable.isKnown()) return scanText(diagnosis) + "cannot be read  " + unreadable.limitation().reason + "\n";
     const auto& missing = unreadable.missing();
     return scanText(diagnosis) + unreadableText(unreadable.value()) +
@@ -85,8 +95,9 @@ ExitCode scanOnce(const ScanOnce& command, const platform::Platform& platform, c
 }
 
 ExitCode explainWindows(const ExplainWindows& command, const platform::Platform& platform, const Output& output) {
-  return report(platform, output,
-                [&](const DesktopDiagnosis& diagnosis) { return explainText(diagnosis, command.words); });
+  return report(platform, output, [&](const DesktopDiagnosis& diagnosis) {
+    return explainText(diagnosis, command.words, platform.capabilities.unreadablePrograms());
+  });
 }
 
 ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& platform, const Output& output) {
@@ -102,10 +113,11 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
         return recording::recordDesktop(platform.accessibility, platform.workspace, platform.windowList,
                                         {.program = command.program}, privacy);
       },
-      [](const recording::RecordedDesktop& read) {
-        return std::any_of(read.applications.begin(), read.applications.end(),
-                           [](const auto& application) { return application.missedTimeout; });
-      });
+      [](const recording::RecordedDesktop& read) { return read.failure || !silentPrograms(read).empty(); });
+  if (desktop.failure) {
+    output.printError(std::string(sentenceOf(*desktop.failure)) + " Windows may be there all the same.\n");
+    return ExitCode::cannotDoHere;
+  }
   if (!command.program.empty() && desktop.applications.empty()) {
     output.printError("No such program has windows here: " + command.program + "\n");
     return ExitCode::cannotDoHere;
@@ -114,6 +126,9 @@ ExitCode recordDesktop(const RecordDesktop& command, const platform::Platform& p
   if (problem) {
     output.printError(command.file + " cannot be written: " + *problem + "\n");
     return ExitCode::cannotDoHere;
+  }
+  for (const auto& name : silentPrograms(desktop)) {
+    output.printError(name + " did not answer in time: something of it is missing.\n");
   }
   output.print(std::string("Recorded. ") +
                (command.masksTexts

@@ -111,6 +111,50 @@ TEST_F(DesktopTools, RecordLeavesOutOtherProgramsOnRequest) {
   EXPECT_FALSE(fs::exists(file + "2"));
 }
 
+TEST_F(DesktopTools, RecordReadsAgainAndNamesWhatStayedSilent) {
+  const auto slow = world.desktop().launch({.name = "Slow"});
+  world.desktop().open(slow, {.title = "Delete it?", .buttons = {"Cancel", "Delete"}});
+  world.desktop().hang(slow);
+  const auto platform = world.platform();
+  {
+    const auto revival =
+        platform.executors.mainThread().postAfter(Seconds{0.35}, [&] { world.desktop().unhang(slow); });
+    ASSERT_EQ(recordDesktop({.file = file}, platform, output), ExitCode::fine) << errorText;
+    EXPECT_NE(recorded().find("Delete it?"), std::string::npos);
+    EXPECT_EQ(errorText, "");
+  }
+  world.desktop().hang(slow);
+  EXPECT_EQ(recordDesktop({.file = file + "2"}, platform, output), ExitCode::fine);
+  EXPECT_EQ(errorText, "Slow did not answer in time: something of it is missing.\n");
+}
+
+TEST_F(DesktopTools, RecordMakesNoFileOfADesktopThatItCouldNotSee) {
+  world.desktop().setDesktopFailure(platform::DesktopReadFailure::applicationList);
+  EXPECT_EQ(recordDesktop({.file = file, .program = "Example"}, world.platform(), output), ExitCode::cannotDoHere);
+  EXPECT_NE(errorText.find("Windows may be there all the same."), std::string::npos) << errorText;
+  EXPECT_EQ(errorText.find("No such program"), std::string::npos) << errorText;
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(DesktopTools, EveryToolNamesProgramsThatCannotBeRead) {
+  world.readableStarts().addEntry("org.example.chat", "Chat");
+  world.desktop().addWindowEntry({.ownerProcessIdentifier = 900, .ownerName = "Chat"});
+  EXPECT_EQ(scanOnce({}, world.platform(), output), ExitCode::fine);
+  EXPECT_NE(printed.find("cannot be read  Chat (process 900)\n    or: quillard readable org.example.chat\n"),
+            std::string::npos)
+      << printed;
+  printed.clear();
+  EXPECT_EQ(scanOnce({.asJson = true}, world.platform(), output), ExitCode::fine);
+  EXPECT_EQ(nlohmann::json::parse(printed).at("unreadable").at(0).at("startEntry"), "org.example.chat");
+  printed.clear();
+  EXPECT_EQ(explainWindows({.words = "chat"}, world.platform(), output), ExitCode::fine);
+  EXPECT_EQ(printed.find("Chat cannot be read: what its windows ask is not seen."), 0U) << printed;
+  world.capabilities().setLimitation(platform::DesktopCapability::windowList, platform::Limitation{"No display."});
+  printed.clear();
+  EXPECT_EQ(scanOnce({.asJson = true}, world.platform(), output), ExitCode::fine);
+  EXPECT_EQ(nlohmann::json::parse(printed).at("unreadableUnknown"), "Not known: No display.");
+}
+
 TEST_F(DesktopTools, ExplainSaysWhatDecided) {
   EXPECT_EQ(explainWindows({.words = "erase"}, world.platform(), output), ExitCode::fine);
   EXPECT_NE(printed.find("It is a prompt."), std::string::npos) << printed;

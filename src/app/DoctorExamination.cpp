@@ -86,7 +86,7 @@ void DoctorExamination::checkRelay() {
   const auto address = PairingConfiguration::backendBaseURL(configuration->relayURL);
   if (!address) return relayFound(RelayReach::badAddress);
   facts.relayAddress = *address;
-  session = platform.httpSessions.makeEphemeralSession(platform.executors.mainThread());
+  session = transports.makeEphemeralSession(platform.executors.mainThread());
   if (hasIdentity(facts)) {
     askWhetherRelayKnowsUs();
   } else {

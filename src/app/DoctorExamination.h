@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "agent/configuration/ConfiguredTransports.h"
 #include "app/DoctorFacts.h"
 #include "app/Program.h"
 #include "platform/Platform.h"
@@ -18,7 +19,10 @@ class DoctorExamination {
  public:
   // What `platform` refers to, `pairing` and what `traits` refer to outlive this.
   DoctorExamination(const platform::Platform& platform, PairingConfiguration& pairing, DoctorTraits traits)
-      : platform(platform), pairing(pairing), traits(std::move(traits)) {}
+      : platform(platform),
+        transports(platform.httpSessions, platform.webSockets, {platform.environment, &platform.userDefaults}),
+        pairing(pairing),
+        traits(std::move(traits)) {}
 
   // `onDone` comes once, on the main thread, after some seconds at the longest; not when this has gone.
   void start(std::function<void(const DoctorFacts&)> onDone);
@@ -35,6 +39,7 @@ class DoctorExamination {
   void oneMoreDone();
 
   const platform::Platform platform;
+  ConfiguredTransports transports;
   PairingConfiguration& pairing;
   const DoctorTraits traits;
   DoctorFacts facts;

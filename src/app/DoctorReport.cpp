@@ -11,7 +11,7 @@ namespace {
 
 using State = DoctorCheck::State;
 
-constexpr std::size_t kLongestText = 2000;
+constexpr std::size_t kLongestDetail = 2000;
 
 const char* mark(State state) {
   switch (state) {
@@ -65,9 +65,9 @@ std::string doctorText(const std::vector<DoctorCheck>& checks) {
   std::string text;
   for (const auto& check : checks) {
     text += padded(mark(check.state), kMarkWidth) + padded(check.title, kTitleWidth) +
-            printableText(check.detail, kLongestText) + "\n";
+            printableText(check.detail, kLongestDetail) + "\n";
     if (check.remedy.empty()) continue;
-    text += std::string(kMarkWidth + kTitleWidth, ' ') + "-> " + printableText(check.remedy, kLongestText) + "\n";
+    text += std::string(kMarkWidth + kTitleWidth, ' ') + "-> " + printableText(check.remedy, kLongestDetail) + "\n";
   }
   return text + "\n" + summary(checks);
 }
@@ -82,8 +82,8 @@ std::string doctorJson(const std::vector<DoctorCheck>& checks, const std::string
     one["id"] = check.id;
     one["title"] = check.title;
     one["state"] = name(check.state);
-    one["detail"] = printableText(check.detail, kLongestText);
-    if (!check.remedy.empty()) one["remedy"] = printableText(check.remedy, kLongestText);
+    one["detail"] = printableText(check.detail, kLongestDetail);
+    if (!check.remedy.empty()) one["remedy"] = printableText(check.remedy, kLongestDetail);
     report["checks"].push_back(std::move(one));
   }
   return report.dump(2) + "\n";

@@ -10,9 +10,9 @@
 namespace quillard::app {
 namespace {
 
-constexpr std::size_t kLongestText = 200;
+constexpr std::size_t kLongestExplainedText = 200;
 
-std::string quoted(const std::string& text) { return "\"" + printableText(text, kLongestText) + "\""; }
+std::string quoted(const std::string& text) { return "\"" + printableText(text, kLongestExplainedText) + "\""; }
 
 std::string_view meaningOf(LabelKind kind) {
   switch (kind) {
@@ -97,8 +97,8 @@ std::string fromAfar(const WindowDiagnosis& window) {
 
 std::string explained(const WindowDiagnosis& window) {
   const auto& snapshot = *window.snapshot;
-  std::string text = quoted(snapshot.title) + " of " + printableText(window.appName, kLongestText) + " (process " +
-                     std::to_string(window.processIdentifier) + ")\n";
+  std::string text = quoted(snapshot.title) + " of " + printableText(window.appName, kLongestExplainedText) +
+                     " (process " + std::to_string(window.processIdentifier) + ")\n";
   const bool isByStructure = !window.verdicts.empty();
   const bool isAgreed = isByStructure && window.verdicts.front().isPrompt == snapshot.accepted;
   text += snapshot.accepted ? "    It is a prompt. " : "    It is no prompt. ";
@@ -106,7 +106,7 @@ std::string explained(const WindowDiagnosis& window) {
     const auto& verdict = window.verdicts.front();
     text += verdict.because + " (" + verdict.sign + ")\n    To be judged otherwise: " + verdict.otherwise + "\n";
   } else {
-    text += printableText(snapshot.rejectionReason.value_or("Its words say so."), kLongestText) + "\n";
+    text += printableText(snapshot.rejectionReason.value_or("Its words say so."), kLongestExplainedText) + "\n";
   }
   return text + otherSigns(window) + partsLine(window.structure) + buttonLines(window) + hazardLine(window) +
          fromAfar(window);
@@ -118,20 +118,28 @@ bool holds(const std::string& text, const std::string& lowerFilter) {
 
 }  // namespace
 
-std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& words) {
+std::string explainText(const DesktopDiagnosis& diagnosis, const std::string& words,
+                        const platform::Finding<std::vector<platform::UnreadableProgram>>& unreadable) {
   const std::string lowerFilter = text::lowercased(words);
   std::string text;
   for (const auto& window : diagnosis.windows) {
     const std::string title = window.snapshot ? window.snapshot->title : "";
     if (!holds(window.appName, lowerFilter) && !holds(title, lowerFilter)) continue;
-    text +=
-        (window.snapshot ? explained(window)
-                         : "A window of " + printableText(window.appName, kLongestText) + ": it did not answer.\n") +
-        "\n";
+    text += (window.snapshot
+                 ? explained(window)
+                 : "A window of " + printableText(window.appName, kLongestExplainedText) + ": it did not answer.\n") +
+            "\n";
   }
   for (const auto& program : diagnosis.unread) {
     if (holds(program.appName, lowerFilter)) {
-      text += printableText(program.appName, kLongestText) + " did not answer: it may have windows.\n";
+      text += printableText(program.appName, kLongestExplainedText) + " did not answer: it may have windows.\n";
+    }
+  }
+  if (unreadable.isKnown()) {
+    for (const auto& program : unreadable.value()) {
+      if (!holds(program.name, lowerFilter)) continue;
+      text += printableText(program.name, kLongestExplainedText) +
+              " cannot be read: what its windows ask is not seen. " + program.remedy + "\n";
     }
   }
   if (text.empty()) text = diagnosis.isIncomplete() ? "No such window was read.\n" : "No such window.\n";

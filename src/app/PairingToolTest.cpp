@@ -129,6 +129,18 @@ TEST_F(PairingTool, RefusesWithoutARelay) {
   expectRefusal(kWideTerminal, "Pairing is not configured for this launch.");
 }
 
+// Its token would travel in clear, to any host.
+TEST_F(PairingTool, RefusesARelayWhoseAddressMayNotBeUsed) {
+  for (const auto* address : {"ws://relay.example.org/ws", "https://relay.example.org/ws", "wss:///ws"}) {
+    environment.set("QUILLARD_RELAY_URL", address);
+    PairingConfiguration anew{{environment, bundle, secretStore, userDefaults, random, console}};
+    EXPECT_EQ(showPairingCode({.asText = true}, kWideTerminal, anew, secretStore, output), ExitCode::cannotDoHere);
+    EXPECT_EQ(printed, "") << address;
+    EXPECT_EQ(anew.storedSecrets(), std::nullopt) << "Nor is anything made for it.";
+  }
+  EXPECT_NE(errorText.find("\"ws://relay.example.org/ws\" is no address"), std::string::npos) << errorText;
+}
+
 TEST_F(PairingTool, RefusesWhenTheKeychainIsLockedSinceNoAgentWouldKnowTheCode) {
   secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::interactionNotAllowed, "locked"});
   expectRefusal(kWideTerminal, "The keychain cannot be read.");
@@ -138,6 +150,11 @@ TEST_F(PairingTool, WorksOnADesktopWithoutAKeyring) {
   secretStore.fail(SecretPlace::dataProtectionKeychain, {SecretStatusCode::missingEntitlement, "There is none."});
   EXPECT_EQ(show(), ExitCode::fine);
   EXPECT_TRUE(secretStore.stored(SecretPlace::fileKeychain, "installation-secrets-v1").has_value());
+}
+
+TEST(TerminalTexts, AreEnglishInTheWordsOfTheMachine) {
+  EXPECT_EQ(terminalTexts({Machine::computer, Language::german}), UserTexts(Machine::computer, Language::english));
+  EXPECT_EQ(terminalTexts({Machine::mac, Language::german}), UserTexts(Machine::mac, Language::english));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "app/DoctorFacts.h"
 #include "app/DoctorReport.h"
+#include "foundation/UserTexts.h"
 #include "platform/SystemPlatform.h"
 #include "platform/qt/window/DesktopColorScheme.h"
 
@@ -26,6 +27,7 @@ struct DoctorTraits {
 struct OpenSystem {
   std::unique_ptr<platform::SystemPlatform> platform;
   DoctorTraits doctor;  // May refer to `platform`.
+  UserTexts texts{};    // The words of this machine, and its user's language.
 };
 
 // One system that the program runs on. Its entry point (app/linux, app/macos), the only place that names a binding,

@@ -97,8 +97,14 @@ ExitCode makeReadable(const MakeReadable& command, platform::DesktopCapabilities
     return ExitCode::fine;
   }
   const auto start = startOf(command.program, programs);
+  if (!start && !programs.isKnown()) {
+    output.printError(programs.limitation().reason + "\n");
+    return ExitCode::cannotDoHere;
+  }
   if (!start) {
-    return fail("No running program of that name can be mended so. \"quillard readable\" lists those that can.",
+    const auto& missing = programs.missing();
+    return fail("No running program of that name can be mended so. \"quillard readable\" lists those that can." +
+                    (missing ? " " + missing->reason : ""),
                 output);
   }
   if (const auto problem = starts->change(start->entry)) return fail(*problem, output);

@@ -62,6 +62,13 @@ TEST_F(ReadableTool, SaysWhatItCannotDo) {
   EXPECT_EQ(errorText, "The entry of Chat was changed since.\n");
 }
 
+TEST_F(ReadableTool, SaysOfAProgramThatItDidNotFindThatOthersMayBeMissing) {
+  world.capabilities().setLimitation(platform::DesktopCapability::windowList,
+                                     platform::Limitation{.reason = "Some are not seen.", .isPartial = true});
+  EXPECT_EQ(run({.program = "mail"}), ExitCode::problemFound);
+  EXPECT_TRUE(errorText.ends_with("Some are not seen.\n")) << errorText;
+}
+
 TEST_F(ReadableTool, MendsWhatWasFoundWhereOthersMayBeMissing) {
   world.capabilities().setLimitation(platform::DesktopCapability::windowList,
                                      platform::Limitation{.reason = "Some are not seen.", .isPartial = true});
@@ -76,6 +83,8 @@ TEST_F(ReadableTool, ClaimsNothingWhereItIsNotKnownWhatCanBeRead) {
   world.capabilities().setLimitation(platform::DesktopCapability::windowList, platform::Limitation{"No display."});
   EXPECT_EQ(run({}), ExitCode::cannotDoHere);
   EXPECT_EQ(printed, "Not known: No display.\n");
+  EXPECT_EQ(run({.program = "chat"}), ExitCode::cannotDoHere);
+  EXPECT_EQ(errorText, "Not known: No display.\n") << "And not that there is no such program.";
 }
 
 TEST_F(ReadableTool, IsNothingForASystemThatNeedsNoSuchThing) {

@@ -5,6 +5,7 @@
 #include <utility>
 #include <variant>
 
+#include "agent/configuration/Tunables.h"
 #include "foundation/UrlComponents.h"
 #include "relay/PairingConfiguration.h"
 #include "relay/PairingIdentifiers.h"
@@ -18,7 +19,9 @@ constexpr std::size_t kSecretBytes = 32;
 }  // namespace
 
 RelayTrial::RelayTrial(const platform::Platform& platform)
-    : platform(platform), stampClock(platform.clock, platform.random) {}
+    : platform(platform),
+      transports(platform.httpSessions, platform.webSockets, {platform.environment, &platform.userDefaults}),
+      stampClock(platform.clock, platform.random) {}
 
 RelayTrial::~RelayTrial() = default;
 
@@ -34,11 +37,21 @@ void RelayTrial::start(const RelayLaunchConfiguration& configuration, std::funct
   }
   socketURL = std::get<std::string>(address);
   onStep("Relay: " + PairingConfiguration::backendBaseURL(trial.relayURL).value_or(""));
+  sayWhoMayVouch();
   token = randomHex(kSecretBytes, platform.random);
   endToEndSecret = randomHex(kSecretBytes, platform.random);
-  session = platform.httpSessions.makeEphemeralSession(platform.executors.mainThread());
+  session = transports.makeEphemeralSession(platform.executors.mainThread());
   registerRelayAuthToken(trial, token, *session, platform.executors.mainThread(),
                          [this](const RelayRegistrationOutcome& failure) { registered(failure); });
+}
+
+void RelayTrial::sayWhoMayVouch() {
+  using namespace AgentConfiguration;
+  const auto authority = valueOf(*findTunable("relay-authority"), {platform.environment, &platform.userDefaults});
+  if (authority.path.empty()) return;
+  const bool isOfEnvironment = authority.origin == TunableOrigin::environment;
+  onStep("Authorities: those of the system, and of " + authority.path +
+         (isOfEnvironment ? " (" + std::string(authority.variable) + ")." : "."));
 }
 
 void RelayTrial::registered(const RelayRegistrationOutcome& failure) {
@@ -73,7 +86,7 @@ void RelayTrial::connect() {
               },
           .onRefused = [this,
                         onMainThread](RelayRefusal refusal) { onMainThread([this, refusal] { refused(refusal); }); }},
-      *queue, RelayClientDependencies{platform.webSockets, platform.clock, platform.random, silence, stampClock});
+      *queue, RelayClientDependencies{transports, platform.clock, platform.random, silence, stampClock});
   client->connect();
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "agent/configuration/ConfiguredTransports.h"
 #include "platform/Platform.h"
 #include "relay/ClockStamp.h"
 #include "relay/RelayClient.h"
@@ -36,6 +37,7 @@ class RelayTrial {
              std::function<void(bool)> onDone);
 
  private:
+  void sayWhoMayVouch();
   void registered(const RelayRegistrationOutcome& failure);
   void connect();
   void connected();
@@ -48,6 +50,7 @@ class RelayTrial {
   };
 
   const platform::Platform platform;
+  ConfiguredTransports transports;
   SilentConsole silence;
   StampClock stampClock;
   RelayLaunchConfiguration trial;  // With the identifier that is made up.

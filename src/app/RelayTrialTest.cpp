@@ -90,6 +90,29 @@ TEST_F(RelayTrialTest, SaysWhyTheRelayTakesNoPairing) {
   EXPECT_THAT(ends, ElementsAre(false));
 }
 
+TEST_F(RelayTrialTest, SaysWhoMayVouchForTheRelayBesidesTheSystem) {
+  world.environment().set("QUILLARD_RELAY_AUTHORITY", "/etc/authority.pem");
+  world.httpSessions().addAuthorityFile("/etc/authority.pem");
+  answerRegistrations(204);
+  start();
+  run();
+  ASSERT_GE(steps.size(), 2U);
+  EXPECT_EQ(steps[1], "Authorities: those of the system, and of /etc/authority.pem (QUILLARD_RELAY_AUTHORITY).");
+  ASSERT_EQ(asked.size(), 1U);
+  EXPECT_EQ(asked.front().authorityFile, "/etc/authority.pem");
+  EXPECT_EQ(world.webSockets().newest()->request().authorityFile, "/etc/authority.pem");
+}
+
+TEST_F(RelayTrialTest, NamesAFileOfAuthoritiesThatCannotBeUsed) {
+  world.environment().set("QUILLARD_RELAY_AUTHORITY", "/etc/gone.pem");
+  answerRegistrations(204);
+  start();
+  run();
+  EXPECT_EQ(steps.back(), "Registration failed: The file of authorities cannot be read: /etc/gone.pem");
+  EXPECT_THAT(ends, ElementsAre(false));
+  EXPECT_TRUE(asked.empty());
+}
+
 TEST_F(RelayTrialTest, SaysThatNoConnectionCame) {
   answerRegistrations(204);
   start();

@@ -10,24 +10,9 @@
 namespace quillard::app {
 namespace {
 
-constexpr std::size_t kLongestText = 500;
+constexpr std::size_t kLongestScanText = 500;
 
-std::string_view sentenceOf(platform::DesktopReadFailure failure) {
-  using platform::DesktopReadFailure;
-  switch (failure) {
-    case DesktopReadFailure::notPermitted:
-      return "Accessibility is not allowed.";
-    case DesktopReadFailure::accessibilityService:
-      return "Accessibility does not answer.";
-    case DesktopReadFailure::applicationList:
-      return "It cannot be told which programs can be read.";
-    case DesktopReadFailure::windowServer:
-      return "The display does not answer.";
-  }
-  return "";
-}
-
-std::string printable(const std::string& text) { return printableText(text, kLongestText); }
+std::string printable(const std::string& text) { return printableText(text, kLongestScanText); }
 
 std::string placeOf(const DialogFrame& frame) {
   const auto whole = [](double number) { return std::to_string(std::lround(number)); };
@@ -82,7 +67,29 @@ nlohmann::ordered_json withPhone(nlohmann::ordered_json report, const WindowDiag
   return report;
 }
 
+nlohmann::ordered_json unreadableJson(const platform::UnreadableProgram& program) {
+  nlohmann::ordered_json json{{"appName", printable(program.name)}, {"processIdentifier", program.processIdentifier}};
+  if (!program.remedy.empty()) json["remedy"] = program.remedy;
+  if (!program.startEntry.empty()) json["startEntry"] = printable(program.startEntry);
+  return json;
+}
+
 }  // namespace
+
+std::string_view sentenceOf(platform::DesktopReadFailure failure) {
+  using platform::DesktopReadFailure;
+  switch (failure) {
+    case DesktopReadFailure::notPermitted:
+      return "Accessibility is not allowed.";
+    case DesktopReadFailure::accessibilityService:
+      return "Accessibility does not answer.";
+    case DesktopReadFailure::applicationList:
+      return "It cannot be told which programs can be read.";
+    case DesktopReadFailure::windowServer:
+      return "The display does not answer.";
+  }
+  return "";
+}
 
 std::string scanText(const DesktopDiagnosis& diagnosis) {
   if (diagnosis.failure) return std::string(sentenceOf(*diagnosis.failure)) + " Windows may be there all the same.\n";
@@ -109,11 +116,13 @@ std::string unreadableText(const std::vector<platform::UnreadableProgram>& progr
   for (const auto& program : programs) {
     text += "cannot be read  " + printable(program.name) + " (process " + std::to_string(program.processIdentifier) +
             ")\n" + lineOf("what helps", program.remedy);
+    if (!program.startEntry.empty()) text += "    or: quillard readable " + printable(program.startEntry) + "\n";
   }
   return text;
 }
 
-std::string scanJson(const DesktopDiagnosis& diagnosis) {
+std::string scanJson(const DesktopDiagnosis& diagnosis,
+                     const platform::Finding<std::vector<platform::UnreadableProgram>>& unreadable) {
   nlohmann::ordered_json report;
   report["windows"] = nlohmann::ordered_json::array();
   report["unanswered"] = nlohmann::ordered_json::array();
@@ -131,6 +140,12 @@ std::string scanJson(const DesktopDiagnosis& diagnosis) {
     report["unanswered"].push_back(
         {{"appName", printable(program.appName)}, {"processIdentifier", program.processIdentifier}});
   }
+  report["unreadable"] = nlohmann::ordered_json::array();
+  if (unreadable.isKnown()) {
+    for (const auto& program : unreadable.value()) report["unreadable"].push_back(unreadableJson(program));
+  }
+  const auto unknown = unreadable.isKnown() ? unreadable.missing() : std::optional(unreadable.limitation());
+  if (unknown) report["unreadableUnknown"] = unknown->reason;
   return report.dump(2) + "\n";
 }
 

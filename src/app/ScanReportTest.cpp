@@ -83,7 +83,8 @@ TEST(ScanReport, MakesTextsOfOtherProgramsHarmless) {
 
 TEST(ScanReport, ToldOfADesktopWithoutWindows) {
   EXPECT_EQ(scanText({}), "No windows.\n");
-  EXPECT_EQ(nlohmann::json::parse(scanJson({})), nlohmann::json::parse(R"({"windows":[],"unanswered":[]})"));
+  EXPECT_EQ(nlohmann::json::parse(scanJson({})),
+            nlohmann::json::parse(R"({"windows":[],"unanswered":[],"unreadable":[]})"));
 }
 
 TEST(ScanReport, ADesktopThatCouldNotBeReadIsNotTakenForAnEmptyOne) {

@@ -112,19 +112,20 @@ std::string originText(const TunableValue& value) {
   return {};
 }
 
-OrderedJson jsonValue(const Tunable& tunable, double value) {
-  if (tunable.kind == TunableKind::onOff) return value != 0;
+OrderedJson jsonValue(const Tunable& tunable, const TunableValue& value) {
+  if (tunable.kind == TunableKind::file) return value.path.empty() ? OrderedJson() : OrderedJson(value.path);
+  if (tunable.kind == TunableKind::onOff) return value.value != 0;
   // Infinity is no number in JSON.
   const auto text = AgentConfiguration::tunableText(tunable, value);
-  return text == "inf" ? OrderedJson(text) : OrderedJson(value);
+  return text == "inf" ? OrderedJson(text) : OrderedJson(value.value);
 }
 
 OrderedJson jsonOf(const Tunable& tunable, const TunableValue& value) {
   OrderedJson json{{"name", tunable.name},
-                   {"value", jsonValue(tunable, value.value)},
+                   {"value", jsonValue(tunable, value)},
                    {"from", value.origin == TunableOrigin::environment ? "environment" : originText(value)}};
   if (value.origin == TunableOrigin::environment) json["variable"] = value.variable;
-  json["default"] = jsonValue(tunable, tunable.fallback);
+  json["default"] = jsonValue(tunable, AgentConfiguration::fallbackOf(tunable));
   if (tunable.kind == TunableKind::seconds) json["unit"] = "s";
   if (tunable.kind == TunableKind::bytes) json["unit"] = "bytes";
   json["meaning"] = tunable.meaning;
@@ -132,9 +133,11 @@ OrderedJson jsonOf(const Tunable& tunable, const TunableValue& value) {
 }
 
 std::string textOf(const Tunable& tunable, const TunableValue& value) {
-  const auto shown = [&](double number) { return AgentConfiguration::tunableText(tunable, number) + unitOf(tunable); };
-  std::string text = std::string(tunable.name) + ": " + shown(value.value) + " (" + originText(value);
-  if (value.origin != TunableOrigin::fallback) text += "; default " + shown(tunable.fallback);
+  const auto shown = [&](const TunableValue& one) {
+    return AgentConfiguration::tunableText(tunable, one) + unitOf(tunable);
+  };
+  std::string text = std::string(tunable.name) + ": " + shown(value) + " (" + originText(value);
+  if (value.origin != TunableOrigin::fallback) text += "; default " + shown(AgentConfiguration::fallbackOf(tunable));
   return text + ")\n    " + std::string(tunable.meaning) + "\n";
 }
 
@@ -251,8 +254,9 @@ ExitCode changeSetting(const ChangeSetting& command, const Sources& sources, con
                            : makeChange({command.name, command.value});
   if (const auto code = failure(output, outcome)) return *code;
   const auto& tunable = *AgentConfiguration::findTunable(command.name);
-  const double kept =
-      command.value ? AgentConfiguration::readTunable(tunable, *command.value).value_or(0) : tunable.fallback;
+  const auto fallback = AgentConfiguration::fallbackOf(tunable);
+  const auto kept =
+      command.value ? AgentConfiguration::readTunable(tunable, *command.value).value_or(fallback) : fallback;
   output.print(command.name + " is " + AgentConfiguration::tunableText(tunable, kept) + unitOf(tunable) +
                (command.value ? ".\n" : ", the default.\n"));
   sayWhenItCounts(outcome, output);

@@ -153,6 +153,8 @@ TEST_F(SettingsToolTest, ListsEachSettingWithItsValueItsOriginAndItsDefault) {
   taken();
   EXPECT_EQ(show({}), ExitCode::fine);
   EXPECT_EQ(taken(),
+            "relay-authority: none (default)\n"
+            "    a file of certificates (PEM): who may vouch for the relay besides the system's authorities\n"
             "safety-sweep-interval: 60 s (FARROWLIGHT_SCAN_INTERVAL_SECONDS; default 300 s)\n"
             "    how often all windows are scanned although nothing seems to have happened\n"
             "event-scan-debounce: 0.5 s (settings; default 0.35 s)\n"
@@ -165,6 +167,10 @@ TEST_F(SettingsToolTest, ListsEachSettingWithItsValueItsOriginAndItsDefault) {
             "    print a line for each window at each scan, with what the window shows\n"
             "phone-lock-for-grants: off (default)\n"
             "    refuse what a phone grants without asking for its own lock first\n"
+            "phone-alerts: on (default)\n"
+            "    wake phones that sleep when a prompt waits\n"
+            "phone-alert-texts: on (default)\n"
+            "    say in what wakes a phone who asks and what; else only that a prompt waits\n"
             "log-texts: on (default)\n"
             "    keep what prompts say in the log of decisions; else only a digest of it\n"
             "log-age: 7776000 s (default)\n"
@@ -200,6 +206,21 @@ TEST_F(SettingsToolTest, SetsASettingAndPutsItBack) {
   EXPECT_EQ(change({"approval-stale-grace", std::nullopt}), ExitCode::fine);
   EXPECT_EQ(taken(), "approval-stale-grace is 8 s, the default.\nThe agent uses it when it starts.\n");
   EXPECT_EQ(AgentConfiguration::approvalStaleGrace(sources), Seconds{8});
+}
+
+TEST_F(SettingsToolTest, SetsAFileAndShowsIt) {
+  EXPECT_EQ(change({"relay-authority", "authority.pem"}), ExitCode::wrongUsage);
+  EXPECT_EQ(takenErrors(), "relay-authority is the full path of a file: it begins with /.\n");
+  EXPECT_EQ(change({"relay-authority", "/etc/authority.pem"}), ExitCode::fine);
+  EXPECT_EQ(taken(), "relay-authority is /etc/authority.pem.\nThe agent uses it when it starts.\n");
+  EXPECT_EQ(show({"relay-authority", false}), ExitCode::fine);
+  EXPECT_THAT(taken(), HasSubstr("relay-authority: /etc/authority.pem (settings; default none)\n"));
+  EXPECT_EQ(show({"relay-authority", true}), ExitCode::fine);
+  EXPECT_THAT(taken(), HasSubstr("\"value\": \"/etc/authority.pem\""));
+  EXPECT_EQ(change({"relay-authority", std::nullopt}), ExitCode::fine);
+  EXPECT_EQ(taken(), "relay-authority is none, the default.\nThe agent uses it when it starts.\n");
+  EXPECT_EQ(show({"relay-authority", true}), ExitCode::fine);
+  EXPECT_THAT(taken(), HasSubstr("\"value\": null"));
 }
 
 TEST_F(SettingsToolTest, SaysWhenTheEnvironmentComesFirst) {

@@ -1,9 +1,12 @@
 #include "app/SharedDoctorChecks.h"
 
 namespace quillard::app {
+namespace {
 
 using State = DoctorCheck::State;
 using platform::LoginServiceStatus;
+
+}  // namespace
 
 DoctorCheck installCheck(const DoctorFacts& facts) {
   DoctorCheck check{.id = "install", .title = "Installation", .detail = facts.programFolder, .remedy = {}};

@@ -16,7 +16,10 @@
 #include "app/ChannelTools.h"
 #include "app/DesktopTools.h"
 #include "app/DoctorExamination.h"
+#include "app/EraseTool.h"
+#include "app/PairingFarewell.h"
 #include "app/PairingTool.h"
+#include "app/PhoneTools.h"
 #include "app/ReadableTool.h"
 #include "app/RelayTrial.h"
 #include "app/SettingsTool.h"
@@ -37,19 +40,24 @@ TerminalFacts terminalFacts() {
   return facts;
 }
 
-// The key itself, where it is to be read from standard input. Empty: it cannot be read.
-std::optional<std::string> keyOf(const std::optional<std::string>& given) {
-  constexpr std::size_t kLongestKey = 1024;
-  if (given != "-") return given;
+// A line of standard input without its end, of `longest` bytes at most. Absent: it cannot be read.
+std::optional<std::string> readLine(std::size_t longest) {
   std::string line;
-  for (char character = 0; line.size() < kLongestKey;) {
+  for (char character = 0; line.size() < longest;) {
     const auto length = ::read(STDIN_FILENO, &character, 1);
     if (length < 0 && errno == EINTR) continue;
-    if (length < 0) return "";
+    if (length < 0) return std::nullopt;
     if (length == 0 || character == '\n') break;
     line += character;
   }
   return line;
+}
+
+// The key itself, where it is to be read from standard input. Empty: it cannot be read.
+std::optional<std::string> keyOf(const std::optional<std::string>& given) {
+  constexpr std::size_t kLongestKey = 1024;
+  if (given != "-") return given;
+  return readLine(kLongestKey).value_or("");
 }
 
 struct Tools {
@@ -72,9 +80,9 @@ struct Tools {
     PairingConfiguration pairing(pairingDependencies(platform));
     // A code is for one phone: for the next one the agent makes another.
     if (isFirstCodeUsed(pairing, platform.userDefaults, platform.clock)) {
-      return runPairAnother(command, terminalFacts(), channel(), output);
+      return runPairAnother(command, terminalFacts(), channel(), output, texts);
     }
-    return showPairingCode(command, terminalFacts(), pairing, platform.secretStore, output);
+    return showPairingCode(command, terminalFacts(), pairing, platform.secretStore, output, texts);
   }
   ExitCode operator()(const SetRelay& command) const {
     PairingConfiguration pairing(pairingDependencies(platform));
@@ -116,8 +124,7 @@ struct Tools {
         auto outcome = changeThere(change, channel());
         if (!outcome) outcome = changeHere(change, platform.lockFiles, [this] { return system.openSettings(); });
         if (!outcome->canBeRepeated || triesLeft <= 1) return *outcome;
-        const auto pause = platform.executors.mainThread().postAfter(kLockInterval, [] { QCoreApplication::exit(); });
-        QCoreApplication::exec();
+        wait(kLockInterval);
       }
     };
   }
@@ -130,6 +137,18 @@ struct Tools {
   ExitCode operator()(const EndMute& command) const { return runUnmute(command, channel(), output); }
   ExitCode operator()(const ChangeMute& command) const { return runMute(command, channel(), output); }
   ExitCode operator()(const ShowLog& command) const { return runLog(command, platform.auditFile, channel(), output); }
+  ExitCode operator()(const EraseEverything& command) const {
+    return eraseAll(command,
+                    {.lockFiles = platform.lockFiles,
+                     .secretStore = platform.secretStore,
+                     .openSettings = [this] { return system.openSettings(); },
+                     .ownFiles = system.ownFiles(),
+                     .ask = [this](const std::string& question) { return agrees(question); },
+                     .quitAgent = [this] { quitQuietly(); },
+                     .pause = [this] { wait(kLockInterval); },
+                     .revoke = [this](platform::UserDefaults& settings) { return revokeAll(settings); }},
+                    output);
+  }
   ExitCode operator()(const PauseAlerts& command) const { return request("pause", command); }
   ExitCode operator()(const OpenWindow& command) const { return request("open", command); }
   ExitCode operator()(const QuitAgent& command) const { return request("quit", command); }
@@ -143,6 +162,32 @@ struct Tools {
   [[nodiscard]] ChannelRunDependencies channel() const {
     return {platform.localSockets, platform.executors, platform.clock};
   }
+  void wait(Seconds interval) const {
+    const auto end = platform.executors.mainThread().postAfter(interval, [] { QCoreApplication::exit(); });
+    QCoreApplication::exec();
+  }
+  // Absent: this is no terminal.
+  [[nodiscard]] std::optional<bool> agrees(const std::string& question) const {
+    constexpr std::size_t kLongestAnswer = 64;
+    if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) return std::nullopt;
+    output.printError(question + " [y/N] ");
+    return isYes(readLine(kLongestAnswer).value_or(""));
+  }
+  // What comes of it shows.
+  void quitQuietly() const {
+    const Output silent{.print = [](std::string_view) {}, .printError = [](std::string_view) {}};
+    static_cast<void>(runRequest("quit", requestLine(QuitAgent{}), channel(), silent));
+  }
+  [[nodiscard]] std::size_t revokeAll(platform::UserDefaults& settings) const {
+    std::size_t untold = 0;
+    PairingFarewell farewell(platform, settings);
+    farewell.start([&untold](std::size_t count) {
+      untold = count;
+      QCoreApplication::exit();
+    });
+    QCoreApplication::exec();
+    return untold;
+  }
   template <class Given>
   [[nodiscard]] ExitCode request(const char* name, const Given& command) const {
     return runRequest(name, requestLine(command), channel(), output);
@@ -152,6 +197,7 @@ struct Tools {
   const platform::Platform& platform;
   const DoctorTraits& doctor;
   const Output& output;
+  const UserTexts texts;
 };
 
 }  // namespace
@@ -162,7 +208,7 @@ ExitCode runTool(const Command& command, const System& system, char* programName
   const QCoreApplication loop(count, arguments);
   const auto opened = system.open(STDERR_FILENO);
   const auto platform = opened.platform->platform();
-  return std::visit(Tools{*opened.platform, platform, opened.doctor, output}, command);
+  return std::visit(Tools{*opened.platform, platform, opened.doctor, output, terminalTexts(opened.texts)}, command);
 }
 
 }  // namespace quillard::app

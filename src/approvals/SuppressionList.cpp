@@ -56,10 +56,12 @@ std::optional<SuppressionList::Entry> SuppressionList::readEntry(std::string_vie
                               .since = reader.date("since"),
                               .until = reader.optionalDate("until")}};
   if (const auto fingerprints = reader.optionalUuid("fingerprints")) entry.fingerprints = fingerprints->data();
+  entry.endSince = reader.optionalDate("endSince");
   if (reader.error() || entry.fingerprints.has_value() == !entry.suppression.kind.program.empty()) return std::nullopt;
   const auto& [id, kind, since, until, endsWithRun] = entry.suppression;
   // Never longer than it was to last, whatever the clock shows by now.
-  if (until) entry.endsAt = clock.continuousTime() + milliseconds(std::min(*until - clock.now(), *until - since));
+  const Date chosen = entry.endSince.value_or(since);
+  if (until) entry.endsAt = clock.continuousTime() + milliseconds(std::min(*until - clock.now(), *until - chosen));
   return entry;
 }
 
@@ -71,8 +73,10 @@ bool SuppressionList::hasEnded(const Entry& entry) const {
 void SuppressionList::apply(Entry& entry, const SuppressionEnd& end) const {
   entry.suppression.until.reset();
   entry.endsAt.reset();
+  entry.endSince.reset();
   entry.suppression.endsWithRun = end.withRun;
   if (!end.after) return;
+  entry.endSince = clock.now();
   entry.suppression.until = advanced(clock.now(), *end.after);
   entry.endsAt = clock.continuousTime() + milliseconds(*end.after);
 }
@@ -148,7 +152,7 @@ void SuppressionList::forgetOldestKeys() {
 
 void SuppressionList::save() const {
   std::vector<std::string> texts;
-  for (const auto& [suppression, fingerprints, endsAt] : entries) {
+  for (const auto& [suppression, fingerprints, endSince, endsAt] : entries) {
     if (suppression.endsWithRun) continue;
     Json json{{"id", suppression.id.text()},
               {"appName", suppression.kind.appName},
@@ -157,6 +161,7 @@ void SuppressionList::save() const {
     if (fingerprints) json["fingerprints"] = keyText(*fingerprints);
     if (!suppression.kind.program.empty()) json["program"] = suppression.kind.program;
     if (suppression.until) json["until"] = isoDateText(*suppression.until);
+    if (endSince) json["endSince"] = isoDateText(*endSince);
     texts.push_back(json.dump(-1, ' ', false, Json::error_handler_t::replace));
   }
   if (!texts.empty()) return defaults.set(key, std::move(texts));

@@ -54,8 +54,8 @@ struct SuppressionEnd {
 // next run, that key is kept with it, and prompts are compared under it as well.
 //
 // One with an end goes by itself: when the wall clock shows that moment, or earlier when so much time has passed by the
-// clock that counts the computer's sleep. So a clock that is set back does not keep a prompt from being shown; one that
-// is set forth shows it early.
+// clock that counts the computer's sleep, as it was to last when its end was chosen. So a clock that is set back does
+// not keep a prompt from being shown, and each run of the agent counts anew; one that is set forth shows it early.
 //
 // Bounded as the store: of more than its `kMost`, the oldest goes; and of more than `kMostKeys` earlier runs, those of
 // the oldest. Main thread.
@@ -91,6 +91,7 @@ class SuppressionList {
   struct Entry {
     Suppression suppression;
     std::optional<FingerprintKey> fingerprints;       // Absent: of a question.
+    std::optional<Date> endSince;                     // When its end was chosen; absent in what older builds stored.
     std::optional<std::chrono::milliseconds> endsAt;  // By the continuous clock.
   };
 

@@ -127,6 +127,20 @@ TEST_F(SuppressionListTest, GetsAnotherEnd) {
   EXPECT_EQ(list->takeEnded().size(), 1U);
 }
 
+TEST_F(SuppressionListTest, AnotherEndIsNotProlongedByAClockThatIsSetBackEither) {
+  list->suppress(kind(1), kInstaller, SuppressionEnd::never());
+  time.advance(10 * kDay);
+  ASSERT_TRUE(list->setEnd(kind(1), SuppressionEnd::afterTime(kDay)));
+  start();
+  time.setWallClock(time.now() - 120h);
+  start();
+  ASSERT_EQ(list->all().size(), 1U);
+  time.advance(kDay - Seconds{1});
+  EXPECT_THAT(list->takeEnded(), IsEmpty());
+  time.advance(Seconds{1});
+  EXPECT_EQ(list->takeEnded().size(), 1U);
+}
+
 TEST_F(SuppressionListTest, OneThatEndsWithTheAgentIsForgottenAndTheOthersAreKept) {
   list->suppress(kind(1), kInstaller, SuppressionEnd::whenTheAgentEnds());
   list->suppress(kind(2), kInstaller, SuppressionEnd::never());
@@ -193,10 +207,11 @@ TEST_F(SuppressionListTest, WhatIsStoredAndCannotBeReadIsPassedOver) {
     auto text = good;
     return text.replace(text.find(from), from.size(), to);
   };
-  for (const auto& bad : {std::string(), std::string("{}"), std::string("[]"), good + "x", good.substr(1),
-                          with("\"since\":\"", "\"since\":\"x"), with("\"id\"", "\"ID\""), with(kind(1).text(), "1"),
-                          with("\"fingerprints\"", "\"prints\""), with("\"appName\":\"Installer\"", "\"appName\":1"),
-                          good, "{\"x\":" + std::string(100'000, '[') + "}"}) {
+  for (const auto& bad :
+       {std::string(), std::string("{}"), std::string("[]"), good + "x", good.substr(1),
+        with("\"since\":\"", "\"since\":\"x"), with("\"since\":\"", "\"endSince\":5,\"since\":\""),
+        with("\"id\"", "\"ID\""), with(kind(1).text(), "1"), with("\"fingerprints\"", "\"prints\""),
+        with("\"appName\":\"Installer\"", "\"appName\":1"), good, "{\"x\":" + std::string(100'000, '[') + "}"}) {
     texts.push_back(bad);
   }
   defaults.set(SuppressionList::key, texts);

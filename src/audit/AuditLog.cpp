@@ -16,6 +16,7 @@ using platform::FileCode;
 
 constexpr std::size_t kDigestLength = 64;
 constexpr std::size_t kLongestTorn = 900;
+constexpr std::int64_t kMostLost = 1'000'000;
 constexpr Seconds kFirstBound{600};
 // What is kept of a file that has become too large.
 constexpr double kKeptShare = 0.75;
@@ -34,6 +35,8 @@ void AuditLog::open() {
   boundAt = advanced(dependencies.clock.monotonicNow(), kFirstBound);
   inFile = rememberedHead().value_or(AuditHead{});
   newest = inFile;
+  lostBefore = lostByEarlierRuns();
+  leftOut = lostBefore;
   writeWaiting();
 }
 
@@ -163,7 +166,17 @@ void AuditLog::writeWaiting() {
 }
 
 void AuditLog::flush() {
-  if (isOpen && !waiting.empty()) writeWaiting();
+  if (!isOpen || waiting.empty()) return;
+  writeWaiting();
+  if (waiting.empty()) return;
+  const auto lost = lostBefore + leftOut + static_cast<std::int64_t>(waiting.size());
+  dependencies.userDefaults.set(lostKey, static_cast<double>(std::min(lost, kMostLost)));
+}
+
+std::int64_t AuditLog::lostByEarlierRuns() const {
+  const auto stored = dependencies.userDefaults.object(lostKey);
+  const auto* count = stored ? std::get_if<double>(&*stored) : nullptr;
+  return count && *count >= 1 ? static_cast<std::int64_t>(std::min(*count, static_cast<double>(kMostLost))) : 0;
 }
 
 void AuditLog::settled() {
@@ -176,6 +189,7 @@ void AuditLog::written(const std::string& lines) {
   waiting.clear();
   inFile = newest;
   rememberHead();
+  if (std::exchange(lostBefore, 0) > 0) dependencies.userDefaults.remove(lostKey);
   settled();
   if (fileLength > dependencies.limits().bytes) bound(/*byAge=*/false);
 }

@@ -57,6 +57,7 @@ struct AuditLogDependencies {
 class AuditLog {
  public:
   static constexpr std::string_view key = "quillard.log-head";
+  static constexpr std::string_view lostKey = "quillard.log-lost";
   static constexpr std::size_t kMostWaiting = 1000;
   static constexpr std::size_t kKeptAnyway = 200;
   static constexpr std::size_t kMostNewest = 40;
@@ -71,12 +72,14 @@ class AuditLog {
   void add(AuditEntry entry);
   // To be called every few seconds: tries again what failed, and takes out what has become too old.
   void tend();
-  // Tries at once: what still waits when the agent ends is lost.
+  // The end of this run. Tries once more; what then still waits is lost, and the first line of the next run that is
+  // written says how many they were.
   void flush();
 
-  // The newest line, written or waiting.
-  [[nodiscard]] const AuditHead& head() const { return newest; }
-  // The newest lines of events that a phone shows, oldest first.
+  // The newest line that is in the file. One that waits may be lost, and another one be written in its place: nobody
+  // may be told its digest before.
+  [[nodiscard]] const AuditHead& head() const { return inFile; }
+  // The newest lines of events that a phone shows, oldest first; some may wait.
   [[nodiscard]] const std::deque<AuditShown>& newestLines() const { return shown; }
   // Why the newest entries are not in the file. Absent: they are.
   [[nodiscard]] const std::optional<std::string>& problem() const { return lastProblem; }
@@ -94,6 +97,7 @@ class AuditLog {
   void settled();
   void bound(bool byAge);
   void failed(const platform::FileStatus& status);
+  [[nodiscard]] std::int64_t lostByEarlierRuns() const;
   [[nodiscard]] std::optional<AuditHead> rememberedHead() const;
   void rememberHead();
   void show(const AuditLine& line, const std::string& digest);
@@ -106,6 +110,7 @@ class AuditLog {
   std::size_t fileLength = 0;
   std::vector<std::string> waiting;  // Lines that are not in the file, oldest first.
   std::int64_t leftOut = 0;
+  std::int64_t lostBefore = 0;  // By earlier runs; a line that waits says so.
   std::deque<AuditShown> shown;
   std::optional<std::string> lastProblem;
   Instant retryAt;

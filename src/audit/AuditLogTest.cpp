@@ -95,6 +95,42 @@ TEST_F(AuditLogTest, TriesOnceMoreBeforeTheAgentEnds) {
   EXPECT_THAT(written(), ElementsAre("asked A"));
 }
 
+TEST_F(AuditLogTest, CountsWhatIsLostWhenTheAgentEndsOverRunsUntilThatIsWritten) {
+  start();
+  add("A");
+  file.failWith(FileCode::noSpace);
+  add("B");
+  add("C");
+  log->flush();
+  start();
+  add("D");
+  log->flush();
+  EXPECT_EQ(log->head().sequence, 1) << "What nobody can read was never there.";
+  file.failWith(FileCode::success);
+  start();
+  add("E");
+  add("F");
+  start();
+  add("G");
+  EXPECT_THAT(written(), ElementsAre("asked A", "asked E", "asked F", "asked G"));
+  std::vector<std::int64_t> leftOut;
+  for (const auto& line : reading().lines) leftOut.push_back(line.entry.leftOut);
+  EXPECT_THAT(leftOut, ElementsAre(0, 3, 0, 0));
+  EXPECT_EQ(reading().fault, AuditFault::none) << reading().problem;
+}
+
+TEST_F(AuditLogTest, ItsHeadIsTheLastLineThatIsInTheFile) {
+  start();
+  add("A");
+  const auto before = log->head();
+  file.failWith(FileCode::noSpace);
+  add("B");
+  EXPECT_EQ(log->head(), before);
+  file.failWith(FileCode::success);
+  log->flush();
+  EXPECT_EQ(log->head(), reading().head());
+}
+
 TEST_F(AuditLogTest, CountsWhatIsTooMuchToWait) {
   start();
   file.failWith(FileCode::noSpace);

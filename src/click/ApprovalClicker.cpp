@@ -46,7 +46,7 @@ void ApprovalClicker::click(const PendingApproval& approval, const std::string& 
     const auto error = ClickExecutor::click(
         button, dependencies,
         {.presence = [&] { return detector.presenceOf(prompt, button.promptWindow); },
-         .refreshedButton = [&] { return focusResolver.focusAndResolve(prompt, buttonLabel, sleep).button; },
+         .refreshedButton = [&] { return focusResolver.focusAndResolve(prompt, buttonLabel, sleep); },
          .shouldStop = shouldStop});
     mainThread.post([completion, error] { completion(error); });
   });

@@ -18,7 +18,6 @@ namespace ax = platform::ax;
 namespace {
 
 constexpr int kHitButtonLimit = 8;
-constexpr int kWindowAncestorLimit = 20;
 constexpr std::size_t kButtonSearchLimit = 120;
 
 // Whether one key, or one action of a window, could mean either label.
@@ -72,12 +71,12 @@ bool ApprovedButton::isSameButton(const AXUIElement& candidate) const {
   if (candidate == resolved.element) return isLabelledAsApproved(candidate);
   const auto place = AXHelpers::frame(accessibility, resolved.element);
   if (!place || AXHelpers::frame(accessibility, candidate) != place) return false;
-  const auto window = AXHelpers::nearestWindow(accessibility, candidate, kWindowAncestorLimit);
+  const auto window = AXHelpers::nearestWindow(accessibility, candidate, AXHelpers::kWindowAncestorLimit);
   return window && isTarget(window) && isLabelledAsApproved(candidate);
 }
 
 std::vector<AXUIElement> ApprovedButton::windowsForAction() const {
-  auto fallback = AXHelpers::nearestWindow(accessibility, resolved.element, kWindowAncestorLimit);
+  auto fallback = AXHelpers::nearestWindow(accessibility, resolved.element, AXHelpers::kWindowAncestorLimit);
   if (!fallback || *fallback == resolved.window) return {resolved.window};
   if (!hitButtonBelongsToTarget(resolved.element, {resolved.window})) return {*std::move(fallback)};
   return {resolved.window, *std::move(fallback)};
@@ -109,7 +108,7 @@ std::optional<AXUIElement> ApprovedButton::buttonAt(Point point) const {
 bool ApprovedButton::hitButtonBelongsToTarget(const AXUIElement& hit,
                                               const std::vector<AXUIElement>& targetWindows) const {
   std::optional<AXUIElement> current = hit;
-  for (int remaining = kWindowAncestorLimit; current && remaining > 0; --remaining) {
+  for (int remaining = AXHelpers::kWindowAncestorLimit; current && remaining > 0; --remaining) {
     if (std::find(targetWindows.begin(), targetWindows.end(), *current) != targetWindows.end()) return true;
     current = AXHelpers::elementAttribute(accessibility, *current, ax::kParent);
   }

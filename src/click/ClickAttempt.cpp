@@ -161,13 +161,24 @@ ClickAttempt::Progress ClickAttempt::findAgain() {
     if (const auto progress = prompt(); progress != Progress::promptRemains) return progress;
   }
   auto found = callbacks.refreshedButton();
-  const bool isApproved = found && found->button.label == button.label();
-  if (!isApproved) {
-    const auto progress = prompt();
-    return progress == Progress::promptRemains ? Progress::buttonLost : progress;
+  for (const Seconds delay : ClickExecutor::standardClearDelays) {
+    if (found.outcome != PromptResolution::Outcome::unknown) break;
+    if (!sleep(delay)) return Progress::stopped;
+    found = callbacks.refreshedButton();
   }
-  button.replace(*std::move(found));
+  const bool isApproved = found.button && found.button->button.label == button.label();
+  if (!isApproved) return withoutButton(found.outcome);
+  button.replace(*std::move(found.button));
   return Progress::promptRemains;
+}
+
+// That nobody could look for it does not mean that it is lost.
+ClickAttempt::Progress ClickAttempt::withoutButton(PromptResolution::Outcome outcome) {
+  const auto progress = prompt();
+  if (progress != Progress::promptRemains) return progress;
+  if (outcome != PromptResolution::Outcome::unknown) return Progress::buttonLost;
+  whyUnknown = PromptPresence::UnknownReason::promptNotReadable;
+  return Progress::presenceUnknown;
 }
 
 // ---- Its windows

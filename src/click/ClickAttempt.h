@@ -10,6 +10,7 @@
 
 #include "click/ApprovedButton.h"
 #include "click/ClickExecutor.h"
+#include "detection/PromptSearch.h"
 #include "detection/ResolvedDialogButton.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/SyntheticEvents.h"
@@ -87,6 +88,7 @@ class ClickAttempt {
   [[nodiscard]] Progress waitUntil(std::span<const Seconds> delays, const std::function<bool(Progress)>& isEnough);
 
   Progress findAgain();
+  Progress withoutButton(PromptResolution::Outcome outcome);
   Progress prepareWindow(const platform::AXUIElement& window);
   Progress forEachWindowButton(const Act& act);
   Progress pressAndWait(const platform::AXUIElement& target);

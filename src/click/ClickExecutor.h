@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "detection/PromptPresence.h"
+#include "detection/PromptSearch.h"
 #include "detection/ResolvedDialogButton.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/SyntheticEvents.h"
@@ -43,8 +44,8 @@ struct ClickDependencies {
 struct ClickCallbacks {
   // Whether the approved prompt is on screen, in the window in which its button was found.
   std::function<PromptPresence()> presence;
-  // The approved button, found again in that window. Absent: it is not there.
-  std::function<std::optional<ResolvedDialogButton>()> refreshedButton;
+  // Looks for the approved button in that window again.
+  std::function<PromptResolution()> refreshedButton;
   // Whether the click is to end before it acts again. Empty: never.
   std::function<bool()> shouldStop{};
 };

@@ -188,6 +188,30 @@ TEST_F(ClickOutcomeTest, APromptThatWentWhileItCouldNotBeReadWasNotAnsweredHere)
   EXPECT_EQ(tries, 0);
 }
 
+// ---- A button that nobody could look for
+
+TEST_F(ClickOutcomeTest, AButtonIsNotLostWhileNobodyCouldLookForIt) {
+  approve(question(PressEffect::disappears()));
+  unansweredSearches = 100;
+  fakePresence = [] { return true; };
+  EXPECT_EQ(click(), ClickError::outcomeNotReadable) << "It was pressed.";
+  ClickWorld other;
+  other.approve(other.question());
+  other.desktop().close(other.button());
+  other.unansweredSearches = 100;
+  other.fakePresence = [] { return true; };
+  EXPECT_EQ(other.click(), ClickError::promptNotReadable) << "Nothing was pressed.";
+}
+
+TEST_F(ClickOutcomeTest, AButtonIsLookedForAgainUntilSomebodyCouldLook) {
+  approve(question(PressEffect::disappears()));
+  unansweredSearches = 2;
+  fakePresence = [] { return true; };
+  fakeSearch = [] { return std::nullopt; };
+  EXPECT_EQ(click(), ClickError::buttonNotFound);
+  EXPECT_EQ(searches, 3);
+}
+
 // ---- Events that go nowhere
 
 // The prompt goes by itself just when a key was to be posted.

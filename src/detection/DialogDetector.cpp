@@ -96,7 +96,7 @@ bool DialogDetector::isPermissionDenied() const {
 
 ScanOutcome DialogDetector::scan() {
   if (isPermissionDenied()) return unseen(DesktopReadFailure::notPermitted);
-  const auto scope = dependencies.accessibility.beginReadScope();
+  const auto scope = dependencies.accessibility.beginScanScope();
   auto windows = windowsIn(*scope);
   const auto sources = windows.allWindowSources();
   if (AgentConfiguration::dialogDiagnosticsEnabled(dependencies.tunables)) {

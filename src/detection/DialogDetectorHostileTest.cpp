@@ -178,7 +178,7 @@ TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTaken) {
 }
 
 // A binding that asks for each attribute by itself, so that an application can stop answering between any two of them.
-class AttributeByAttribute final : public platform::Accessibility {
+class AttributeByAttribute : public platform::Accessibility {
  public:
   explicit AttributeByAttribute(platform::Accessibility& live) : live(live) {}
 
@@ -241,6 +241,71 @@ class AttributeByAttribute final : public platform::Accessibility {
  private:
   platform::Accessibility& live;
 };
+
+// A binding whose scans are answered from a list that was right once.
+class ScansFromMemory final : public AttributeByAttribute {
+ public:
+  using AttributeByAttribute::AttributeByAttribute;
+
+  std::unique_ptr<platform::AXReadScope> beginScanScope() override {
+    return std::make_unique<Memory>(beginReadScope(), known);
+  }
+
+ private:
+  struct Answer {
+    AXUIElement element;
+    platform::AXAttribute name;
+    platform::AXResult<platform::AXValue> value;
+  };
+
+  class Memory final : public platform::AXReadScope {
+   public:
+    Memory(std::unique_ptr<platform::AXReadScope> live, std::vector<Answer>& known)
+        : live(std::move(live)), known(known) {}
+    platform::AXResult<platform::AXValue> copyAttributeValue(const AXUIElement& element,
+                                                             platform::AXAttribute name) override {
+      for (const auto& answer : known) {
+        if (answer.element == element && answer.name == name) return answer.value;
+      }
+      known.push_back({element, name, live->copyAttributeValue(element, name)});
+      return known.back().value;
+    }
+    platform::AXResult<std::vector<std::string>> copyActionNames(const AXUIElement& element) override {
+      return live->copyActionNames(element);
+    }
+    void prepareApplications(std::span<const AXUIElement>, int) override {}
+    bool missedTimeout(const AXUIElement&) const override { return false; }
+    std::optional<platform::DesktopReadFailure> desktopFailure() const override { return std::nullopt; }
+
+   private:
+    const std::unique_ptr<platform::AXReadScope> live;
+    std::vector<Answer>& known;
+  };
+
+  std::vector<Answer> known;
+};
+
+TEST_F(HostileDesktop, AButtonIsLookedForAsItIsNowAndNotAsAScanMayStillListIt) {
+  const auto dialog = desktop().addWindow(application, {.role = "AXWindow", .subrole = "AXDialog", .title = "Erase?"});
+  desktop().addChild(dialog,
+                     {.role = "AXStaticText", .value = std::string("Are you sure?"), .frame = Rect{10, 10, 200, 20}});
+  desktop().addChild(dialog, {.role = "AXButton", .title = "Cancel", .frame = Rect{10, 40, 80, 20}});
+  const auto erase = desktop().addChild(dialog, {.role = "AXButton", .title = "Erase", .frame = Rect{100, 40, 80, 20}});
+  ScansFromMemory accessibility{world.accessibility()};
+  DialogDetector scanner{kOwnProcess,
+                         suppressionStore,
+                         {accessibility, world.workspace(), world.windowList(), world.time(), world.environment(),
+                          world.console(), stableIDs}};
+  (void)scanner.scan();
+  const auto listed = scanner.scan().approvals;
+  ASSERT_EQ(labels(listed.front()), (std::vector<std::string>{"Erase", "Cancel"}));
+  desktop().setAttribute(erase, ax::kTitle, std::string("Erase All"));
+  ASSERT_EQ(scanner.scan().approvals.size(), 1U);
+  EXPECT_EQ(labels(scanner.scan().approvals.front()), labels(listed.front())) << "The list has not noticed.";
+  EXPECT_NE(scanner.resolve(listed.front(), "Erase").outcome, PromptResolution::Outcome::found);
+  desktop().setAttribute(erase, ax::kTitle, std::string("Erase"));
+  EXPECT_EQ(scanner.resolve(listed.front(), "Erase").outcome, PromptResolution::Outcome::found);
+}
 
 TEST_F(HostileDesktop, APromptThatCouldBeReadInPartOnlyIsNotTakenWhereEachAttributeIsARequestEither) {
   desktop().open(application, {.title = "Allow?", .lines = {"Enter your password."}, .buttons = {"Cancel", "Allow"}});

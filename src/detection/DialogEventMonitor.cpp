@@ -133,6 +133,7 @@ void DialogEventMonitor::startVisibleOwnerPolling() {
 }
 
 void DialogEventMonitor::checkVisibleOwners() {
+  if (!dependencies.windowList.mayHaveChanged()) return;
   auto signature = VisibleWindowOwners::visibleWindowSignatures(dependencies.windowList);
   if (signature == visibleWindowSignature) return;
   visibleWindowSignature = std::move(signature);

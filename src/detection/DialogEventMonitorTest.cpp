@@ -234,7 +234,10 @@ class SilentWindowList final : public platform::WindowList {
   }
   platform::SubscriptionHandle observeUnlistedWindows(std::function<void()>) override { return nullptr; }
 
+  bool mayHaveChanged() override { return !isKnownToBeTheSame; }
+
   std::vector<platform::WindowListEntry> entries;
+  bool isKnownToBeTheSame = false;
   int reads = 0;
 };
 
@@ -259,6 +262,16 @@ TEST_F(SilentPollTest, LooksEveryTwoSecondsAndRequestsNothingWhileNothingChanges
   EXPECT_EQ(windowList.reads, 1);
   EXPECT_EQ(after(20), Reasons{});
   EXPECT_EQ(windowList.reads, 11);
+}
+
+TEST_F(SilentPollTest, ReadsNothingAtATickWhereTheSystemWouldHaveReportedAnyChange) {
+  startSilently();
+  windowList.isKnownToBeTheSame = true;
+  EXPECT_EQ(after(60), Reasons{});
+  EXPECT_EQ(windowList.reads, 0);
+  windowList.entries = {foreignWindow(0)};
+  windowList.isKnownToBeTheSame = false;
+  EXPECT_EQ(after(1.35), Reasons{"visible-window-owners-changed"});
 }
 
 TEST_F(SilentPollTest, RequestsAScanWhenTheOwnersHaveChangedAtATick) {

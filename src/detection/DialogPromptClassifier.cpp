@@ -13,6 +13,8 @@ namespace quillard {
 namespace {
 
 using DialogButtonSemantics::LabelSet;
+using DialogPromptClassifier::kTooManyButtons;
+using DialogPromptClassifier::kTooManyButtonsReason;
 
 // Phrases of prompts, as they stand in normalised text. Both apostrophes, since normalising does not fold them.
 constexpr std::array<std::string_view, 26> strongPromptTextKeywords{"would like to access",
@@ -71,7 +73,6 @@ const LabelSet highSignalSingleActionLabels{"ok",
 const LabelSet settingsOpeningLabels{"open system settings", "open settings"};
 
 constexpr std::size_t kMostPromptButtons = 6;
-constexpr std::size_t kTooManyButtons = 13;
 constexpr std::size_t kMostTextLines = 10;
 
 struct Features {
@@ -186,7 +187,7 @@ bool isActionable(const Features& features, bool isKnownPromptService) {
 // Why the window is none, by the first rule that says so; absent for a prompt.
 std::optional<std::string> rejectionReason(const DialogPromptEvidence& evidence, const Features& features) {
   if (features.buttonCount == 0) return "No actionable buttons exposed through Accessibility.";
-  if (features.buttonCount >= kTooManyButtons) return "Too many buttons; likely a normal application window.";
+  if (features.buttonCount >= kTooManyButtons) return kTooManyButtonsReason;
   if (!features.dialogLike) {
     if (features.settingsApp) return "Ordinary System Settings windows are not approval prompts.";
     if (features.settingsTitle) return "Ordinary settings and preferences windows are not approval prompts.";

@@ -34,6 +34,10 @@ struct DialogPromptClassification {
 // Decides whether a window is an approval prompt, and says why not. A pure function of its argument; any thread.
 namespace DialogPromptClassifier {
 
+// So many actionable buttons are those of an application's own window, whatever its texts say.
+inline constexpr int kTooManyButtons = 13;
+inline constexpr const char* kTooManyButtonsReason = "Too many buttons; likely a normal application window.";
+
 [[nodiscard]] DialogPromptClassification classify(const DialogPromptEvidence& evidence);
 
 // The same with what a desktop adds: where it says so, windows are judged by what they are made of (`PromptStructure`).

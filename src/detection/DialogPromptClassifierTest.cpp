@@ -12,7 +12,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 constexpr const char* kNoButtons = "No actionable buttons exposed through Accessibility.";
-constexpr const char* kTooManyButtons = "Too many buttons; likely a normal application window.";
+constexpr const char* kRejectedForButtons = "Too many buttons; likely a normal application window.";
 constexpr const char* kSettingsApp = "Ordinary System Settings windows are not approval prompts.";
 constexpr const char* kSettingsTitle = "Ordinary settings and preferences windows are not approval prompts.";
 constexpr const char* kChrome = "Window has navigation or settings chrome and is not modal.";
@@ -54,9 +54,9 @@ TEST(Classify, RejectsThirteenButtonsAndMoreCountingEachOne) {
   auto evidence = dialog();
   evidence.messageLines = {"permission"};
   evidence.buttonLabels = Lines(13, "OK");
-  EXPECT_EQ(classify(evidence).rejectionReason, kTooManyButtons);
+  EXPECT_EQ(classify(evidence).rejectionReason, kRejectedForButtons);
   evidence.buttonLabels = Lines(12, "OK");
-  EXPECT_NE(classify(evidence).rejectionReason, kTooManyButtons);
+  EXPECT_NE(classify(evidence).rejectionReason, kRejectedForButtons);
 }
 
 TEST(Classify, RejectsWindowsOfTheSettingsApplication) {

@@ -19,12 +19,6 @@ constexpr std::string_view kSettingsReason =
     "Approving this requires changing macOS settings. Use TeamViewer, AnyDesk, Screen Sharing, or physical access to "
     "approve it. You can still deny it remotely.";
 
-template <class Texts>
-bool containsAny(std::string_view text, const Texts& texts) {
-  return std::any_of(texts.begin(), texts.end(),
-                     [&](std::string_view part) { return text.find(part) != std::string_view::npos; });
-}
-
 bool opensSettings(const std::vector<std::string>& buttonLabels) {
   return std::any_of(buttonLabels.begin(), buttonLabels.end(), [](const std::string& label) {
     return std::find(kSettingsLabels.begin(), kSettingsLabels.end(), text::normalized(label)) != kSettingsLabels.end();
@@ -38,8 +32,8 @@ std::optional<std::string> directAccessRequiredReason(const std::string& title,
                                                       const std::vector<std::string>& buttonLabels) {
   std::string shown = text::normalized(title);
   for (const auto& line : messageLines) shown += " " + text::normalized(line);
-  if (containsAny(shown, kSecretTexts)) return secretRequiredReason();
-  if (opensSettings(buttonLabels) || containsAny(shown, kSettingsTexts)) return std::string(kSettingsReason);
+  if (text::containsAny(shown, kSecretTexts)) return secretRequiredReason();
+  if (opensSettings(buttonLabels) || text::containsAny(shown, kSettingsTexts)) return std::string(kSettingsReason);
   return std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 #include "detection/KnownPromptService.h"
 
-#include <algorithm>
 #include <array>
+#include <span>
 
 #include "foundation/Text.h"
 
@@ -12,17 +12,14 @@ constexpr std::array<std::string_view, 3> kIdentifierParts{"securityagent", "cor
 constexpr std::array<std::string_view, 4> kNameParts{"securityagent", "core services ui agent", "coreservicesuiagent",
                                                      "loginwindow"};
 
-template <class Parts>
-bool containsAny(std::string_view text, const Parts& parts) {
-  const std::string lower = text::lowercased(text);
-  return std::any_of(parts.begin(), parts.end(),
-                     [&](std::string_view part) { return lower.find(part) != std::string::npos; });
+bool isNamed(std::string_view name, std::span<const std::string_view> parts) {
+  return text::containsAny(text::lowercased(name), parts);
 }
 
 }  // namespace
 
 bool isKnownPromptService(const std::optional<std::string>& bundleIdentifier, std::string_view name) {
-  return (bundleIdentifier && containsAny(*bundleIdentifier, kIdentifierParts)) || containsAny(name, kNameParts);
+  return (bundleIdentifier && isNamed(*bundleIdentifier, kIdentifierParts)) || isNamed(name, kNameParts);
 }
 
 }  // namespace quillard

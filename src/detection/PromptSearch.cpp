@@ -23,7 +23,6 @@ namespace ax = platform::ax;
 namespace {
 
 constexpr int kButtonSearchLimit = 120;
-constexpr int kWindowAncestorLimit = 20;
 
 // What a window of the right content scores where the prompt was when it was read last: no other lies nearer.
 constexpr double kUnmovedScore = 500;
@@ -212,7 +211,7 @@ class PromptSearch::Reading {
   // Whether the element is one of the windows, or lies in one, as a sheet does.
   [[nodiscard]] bool isWithin(const AXUIElement& element, const std::vector<AXUIElement>& windows) {
     std::optional<AXUIElement> current = element;
-    for (int remaining = kWindowAncestorLimit; current && remaining > 0; --remaining) {
+    for (int remaining = AXHelpers::kWindowAncestorLimit; current && remaining > 0; --remaining) {
       if (contains(windows, *current)) return true;
       current = AXHelpers::elementAttribute(*scope, *current, ax::kParent);
     }
@@ -226,7 +225,7 @@ class PromptSearch::Reading {
     isDesktopSilent = !isAnswer(focused.error());
     if (AXHelpers::elementAttribute(*scope, desktop, ax::kFocusedWindow) == window) return true;
     const auto element = AXHelpers::elementAttribute(*scope, desktop, ax::kFocusedUIElement);
-    return element && AXHelpers::nearestWindow(*scope, *element, kWindowAncestorLimit) == window;
+    return element && AXHelpers::nearestWindow(*scope, *element, AXHelpers::kWindowAncestorLimit) == window;
   }
 
   // ---- The window server
@@ -297,7 +296,7 @@ class PromptSearch::Reading {
       const bool isWanted = button && button->isEnabled && button->label == (known ? known->label : buttonLabel);
       if (!isWanted) continue;
       button->isKnownDismissal = known && known->isKnownDismissal;
-      auto window = AXHelpers::nearestWindow(*scope, element, kWindowAncestorLimit).value_or(source.window);
+      auto window = AXHelpers::nearestWindow(*scope, element, AXHelpers::kWindowAncestorLimit).value_or(source.window);
       return Match{{*std::move(button), std::move(element), std::move(window), {source.window, std::nullopt}},
                    score,
                    requiresDirectAccess};

@@ -12,7 +12,8 @@ namespace {
 
 using platform::PromptSupplement;
 
-constexpr int kTooManyButtons = 13;
+using DialogPromptClassifier::kTooManyButtons;
+
 constexpr int kMostButtons = 8;
 constexpr int kMostOthers = 4;
 constexpr int kMostLines = 10;
@@ -141,7 +142,7 @@ constexpr std::array kRules{
          "No actionable buttons exposed through Accessibility.",
          "It would have to show a button whose label accessibility can read."},
     Rule{"too-many-buttons", [](const Facts& f) { return f.buttons >= kTooManyButtons; }, false,
-         "Too many buttons; likely a normal application window.", "It would have to show fewer than 13 buttons."},
+         DialogPromptClassifier::kTooManyButtonsReason, "It would have to show fewer than 13 buttons."},
     Rule{"chooser", [](const Facts& f) { return f.parts.isChooser; }, false,
          "It is for choosing a file, a colour or a font.", "It would have to hold no such chooser."},
 

@@ -23,7 +23,6 @@ namespace ax = platform::ax;
 namespace {
 
 constexpr std::string_view kUnknownApp = "Unknown app";
-constexpr int kWindowAncestorLimit = 20;
 constexpr std::size_t kMostWindowsPerApplication = 1000;
 
 // An application that has no windows, or is gone, says so. Anything else is not known.
@@ -109,7 +108,7 @@ void WindowSources::appendSystemWide(std::vector<WindowSource>& sources) {
   if (const auto window = AXHelpers::focusedWindow(accessibility, scope)) appendOwnedWindow(*window, sources);
   const auto focusedElement = AXHelpers::focusedElement(accessibility, scope);
   if (!focusedElement) return;
-  if (const auto window = AXHelpers::nearestWindow(scope, *focusedElement, kWindowAncestorLimit)) {
+  if (const auto window = AXHelpers::nearestWindow(scope, *focusedElement, AXHelpers::kWindowAncestorLimit)) {
     appendOwnedWindow(*window, sources);
   }
 }

@@ -1,7 +1,8 @@
 #include "foundation/ShownText.h"
 
-#include <algorithm>
 #include <array>
+
+#include "foundation/Text.h"
 
 namespace quillard::text {
 namespace {
@@ -76,8 +77,7 @@ std::string withoutMnemonicTail(std::string_view text) {
 
 bool holdsQuestion(std::string_view text) {
   constexpr std::array<std::string_view, 5> kMarks{"?", "？", "؟", "¿", "\u037E"};
-  return std::any_of(kMarks.begin(), kMarks.end(),
-                     [&](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
+  return containsAny(text, kMarks);
 }
 
 std::string withoutMarks(std::string_view text) { return withoutMnemonicTail(withoutDirectionMarks(text)); }

@@ -136,6 +136,11 @@ std::string normalized(std::string_view text) {
   return out;
 }
 
+bool containsAny(std::string_view text, std::span<const std::string_view> parts) {
+  return std::any_of(parts.begin(), parts.end(),
+                     [&](std::string_view part) { return text.find(part) != std::string_view::npos; });
+}
+
 std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
   std::string out;
   for (const auto& part : parts) {

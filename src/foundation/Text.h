@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,9 @@ namespace quillard::text {
 // Trimmed, every run of white space collapsed to one blank, lower case. Nothing else is folded: punctuation,
 // apostrophes, ellipses and accents stay.
 [[nodiscard]] std::string normalized(std::string_view text);
+
+// Whether one of `parts` stands somewhere in `text`, byte for byte. An empty part stands in every text.
+[[nodiscard]] bool containsAny(std::string_view text, std::span<const std::string_view> parts);
 
 [[nodiscard]] std::string joined(const std::vector<std::string>& parts, std::string_view separator);
 

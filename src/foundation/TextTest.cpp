@@ -1,3 +1,6 @@
+#include <array>
+#include <string_view>
+
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
@@ -70,6 +73,13 @@ RC_GTEST_PROP(Normalized, IsDoneAfterOnce, (const std::string& bytes)) {
 RC_GTEST_PROP(Trimmed, AgreesWithNormalized, (const std::string& bytes)) {
   RC_ASSERT(normalized(trimmed(bytes)) == normalized(bytes));
   RC_ASSERT(trimmed(trimmed(bytes)) == trimmed(bytes));
+}
+
+TEST(ContainsAny, FindsOnePartAnywhereByteForByte) {
+  constexpr std::array<std::string_view, 2> kParts{"key", "pass"};
+  for (const auto* text : {"key", "a keychain", "passphrase", "bypass"}) EXPECT_TRUE(containsAny(text, kParts)) << text;
+  for (const auto* text : {"", "Key", "pas", "ke y"}) EXPECT_FALSE(containsAny(text, kParts)) << text;
+  EXPECT_FALSE(containsAny("key", {}));
 }
 
 }  // namespace

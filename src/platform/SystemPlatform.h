@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/Platform.h"
+#include "platform/storage/OwnFiles.h"
 
 namespace quillard::platform {
 
@@ -26,6 +27,8 @@ class SystemPlatform {
   // The settings as they are kept now, whatever this object has read of them before. The result is destroyed
   // before this object.
   [[nodiscard]] virtual std::unique_ptr<UserDefaults> openSettings() = 0;
+  // Null where people delete them by the system's own means.
+  [[nodiscard]] virtual OwnFiles* ownFiles() { return nullptr; }
 };
 
 }  // namespace quillard::platform

@@ -59,7 +59,9 @@ void QuestionAsker::answered(JsonReader& reader) {
   AskOutcome outcome{.kind = AskOutcome::Kind::answered, .label = reader.string("label"), .by = reader.string("by")};
   outcome.index = static_cast<std::size_t>(
       reader.integer("index", 0, static_cast<std::int64_t>(QuestionRequest::kMostButtons) - 1));
-  if (reader.error() || !request.hasButton(outcome.label)) return lost();
+  const bool isOffered =
+      outcome.index < request.buttons.size() && request.buttons[outcome.index].label == outcome.label;
+  if (reader.error() || !isOffered) return lost();
   answer = std::move(outcome);
   // In a later turn: where this process was stopped, the end of the question came together with the answer.
   next = dependencies.mainThread.postAfter(Seconds::zero(), [this] { take(); });

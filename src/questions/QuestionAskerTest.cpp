@@ -359,16 +359,22 @@ TEST_F(QuestionAskerTest, AnAgentThatHangsCountsAsGone) {
   EXPECT_EQ(outcomes[0].message, "The agent does not answer.");
 }
 
+// A script goes by the number: it must not say yes where the label says no.
 TEST_F(QuestionAskerTest, BelievesNoAnswerThatWasNotOffered) {
-  std::vector<std::unique_ptr<platform::LocalConnection>> connections;
-  const auto listener = sockets.listen(kChannelName, [&](auto connection) {
-    connection->start({[](auto) {}, [] {}});
-    connection->send(channelLine("answer", {{"label", "Delete everything"}, {"index", 0}, {"by", "phone"}}));
-    connections.push_back(std::move(connection));
-  });
-  ask();
-  world.advance(Seconds{12});
-  EXPECT_THAT(kinds(), ElementsAre(Kind::noAgent));
+  for (const Json& answer : {Json{{"label", "Delete everything"}, {"index", 0}, {"by", "phone"}},
+                             Json{{"label", "Cancel"}, {"index", 0}, {"by", "phone"}},
+                             Json{{"label", "Cancel"}, {"index", 2}, {"by", "phone"}}}) {
+    outcomes.clear();
+    std::vector<std::unique_ptr<platform::LocalConnection>> connections;
+    const auto listener = sockets.listen(kChannelName, [&](auto connection) {
+      connection->start({[](auto) {}, [] {}});
+      connection->send(channelLine("answer", answer));
+      connections.push_back(std::move(connection));
+    });
+    ask();
+    world.advance(Seconds{12});
+    EXPECT_THAT(kinds(), ElementsAre(Kind::noAgent)) << answer.dump();
+  }
 }
 
 TEST_F(QuestionAskerTest, TellsWhatTheAgentDidNotUnderstand) {

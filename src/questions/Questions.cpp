@@ -57,13 +57,25 @@ std::variant<Uuid, QuestionEnd> Questions::ask(const platform::LocalPeer& peer, 
   const Uuid kind = kindOf(program);
   lastMinute.push_back({program, dependencies.clock.monotonicNow()});
   const Uuid id = Uuid::fromRandomBytes(dependencies.random.identityBytes());
-  questions.push_back({.id = id, .program = program, .kind = kind, .request = request, .events = std::move(events)});
+  questions.push_back({.id = id,
+                       .program = program,
+                       .kind = kind,
+                       .request = request,
+                       .events = std::move(events),
+                       .endsAt = advanced(dependencies.clock.monotonicNow(), request.timeout)});
   auto& question = questions.back();
   question.sawPhone = callbacks.phoneReach() == PhoneReach::there;
   question.timeout = dependencies.mainThread.postAfter(request.timeout, [this, id] { timedOut(id); });
   dependencies.store.addAsked(approvalOf(question, process));
   callbacks.onChanged();
   return id;
+}
+
+std::optional<Instant> Questions::endOf(const Uuid& id) const {
+  const auto found =
+      std::find_if(questions.begin(), questions.end(), [&](const Question& one) { return one.id == id; });
+  if (found == questions.end() || found->onTaken) return std::nullopt;
+  return found->endsAt;
 }
 
 std::optional<QuestionEnd> Questions::refusal(const std::string& program, const QuestionRequest& request) {

@@ -125,6 +125,9 @@ class Questions {
   // is not answered, or has ended.
   void takeBack(const Uuid& id);
 
+  // When it times out. Absent: there is no such question, or it is answered.
+  [[nodiscard]] std::optional<Instant> endOf(const Uuid& id) const;
+
   // Whether a phone may be there was asked for at this moment: to be called when it changes.
   void phonesChanged();
   // The program of that kind, for as long as it is remembered: its executable, or words where that is not known. Empty:
@@ -146,6 +149,7 @@ class Questions {
     Uuid kind;
     QuestionRequest request;
     QuestionEvents events;
+    Instant endsAt;
     bool sawPhone = false;
     std::function<void(bool)> onTaken;  // Present once it is answered.
     std::optional<QuestionAnswer> answer{};

@@ -87,6 +87,15 @@ TEST_F(QuestionsTest, AreApprovalsThatSayWhoAsks) {
   EXPECT_EQ(changes, 1);
 }
 
+TEST_F(QuestionsTest, SayWhenTheyTimeOut) {
+  const auto began = world.time().monotonicNow();
+  const Uuid id = ask(deletion());
+  EXPECT_EQ(questions.endOf(id), advanced(began, Seconds{600}));
+  EXPECT_EQ(questions.endOf(Uuid{}), std::nullopt);
+  questions.withdraw(id);
+  EXPECT_EQ(questions.endOf(id), std::nullopt);
+}
+
 TEST_F(QuestionsTest, AToolOfOursSpeaksForWhoeverStartedIt) {
   auto peer = program("quillard", 5000);
   peer.isThisProgram = true;

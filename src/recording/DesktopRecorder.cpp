@@ -103,7 +103,10 @@ class Recorder {
     }
   }
 
-  RecordedDesktop result() && { return std::move(desktop); }
+  RecordedDesktop result() && {
+    desktop.failure = scope->desktopFailure();
+    return std::move(desktop);
+  }
 
  private:
   // Whether what belongs to the process is part of the recording.

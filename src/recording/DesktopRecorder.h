@@ -31,7 +31,7 @@ struct RecordingPrivacy {
 
 // Reads everything that can be read now, through one read scope. Waits for other processes: not for a thread that must
 // stay responsive. An application that hangs is recorded as far as it answered. Never fails: where the interface may
-// not be used, what is left is an application list without windows.
+// not be used, what is left is an application list without windows, and `failure` says so.
 [[nodiscard]] RecordedDesktop recordDesktop(platform::Accessibility& accessibility, platform::Workspace& workspace,
                                             platform::WindowList& windowList, const RecordingLimits& limits = {},
                                             const RecordingPrivacy& privacy = {});

@@ -78,6 +78,9 @@ struct RecordedDesktop {
   std::optional<ElementId> focusedElement;
   std::vector<RecordedWindowListEntry> windowList;  // Front to back.
   bool isCut = false;                               // Limits of the recording left something out.
+  // Who did not answer while it was recorded, so that whole programs may be missing. No file says so: such a recording
+  // is none worth keeping.
+  std::optional<platform::DesktopReadFailure> failure;
   bool operator==(const RecordedDesktop&) const = default;
 };
 

@@ -52,10 +52,12 @@ std::variant<RelayLaunchConfiguration, std::string> readLaunchConfiguration(cons
 PairingConfiguration::PairingConfiguration(const PairingDependencies& dependencies, int number)
     : dependencies(dependencies),
       isFirst(number == kFirst),
-      account(nameFor(number, kSecretsAccount)),
+      account(accountOf(number)),
       settingsKey(nameFor(number, kSecretsKey)),
       keychain(dependencies.secretStore, dependencies.console),
       retired(dependencies.userDefaults, nameFor(number, kVoidPlacesKey)) {}
+
+std::string PairingConfiguration::accountOf(int number) { return nameFor(number, kSecretsAccount); }
 
 // ---- Which relay
 
@@ -185,6 +187,17 @@ std::optional<InstallationSecrets> PairingConfiguration::storedSecrets() {
   if (auto cached = cache.installationSecrets()) return cached;
   const MutexLock locked{finding};
   return loadSecrets().secrets;
+}
+
+bool PairingConfiguration::isStoredUnreadable() {
+  if (cache.installationSecrets()) return false;
+  const MutexLock locked{finding};
+  const auto stored = loadSecrets();
+  return !stored.secrets && stored.isUnreadable;
+}
+
+bool PairingConfiguration::isKnown(const platform::UserDefaults& settings, int number) {
+  return settings.object(nameFor(number, kSecretsKey)) || settings.object(nameFor(number, kVoidPlacesKey));
 }
 
 bool PairingConfiguration::isIdentityOfThisRun() {

@@ -54,6 +54,9 @@ class PairingConfiguration {
   // `number`: which identity, from `kFirst` on.
   explicit PairingConfiguration(const PairingDependencies& dependencies, int number = kFirst);
 
+  // The account of the keychain's item that holds the identity of this number.
+  [[nodiscard]] static std::string accountOf(int number);
+
   // Absent unless both the relay's address and an identifier are set, and neither is empty.
   [[nodiscard]] std::optional<RelayLaunchConfiguration> environmentConfiguration() const;
   // What came with the application. Absent when nothing did, or, with a line that says why, it cannot be read.
@@ -77,6 +80,11 @@ class PairingConfiguration {
   [[nodiscard]] InstallationSecrets installationSecrets(const std::optional<std::string>& seed = std::nullopt);
   // The identity as it is stored, or as this run uses it already. Absent: none is, or it cannot be read; none is made.
   [[nodiscard]] std::optional<InstallationSecrets> storedSecrets();
+  // Whether one may be stored that cannot be read now. False where `storedSecrets` gives one.
+  [[nodiscard]] bool isStoredUnreadable();
+  // Whether the settings know of an identity of this number, or of one that may still be in the better keychain. False:
+  // none was ever stored there.
+  [[nodiscard]] static bool isKnown(const platform::UserDefaults& settings, int number);
   // Whether this run made the identity that it uses, so that no earlier one told anybody of it.
   [[nodiscard]] bool isIdentityOfThisRun();
   // The identity with its `computerKey`, which is made and stored when there is none yet.

@@ -1,5 +1,8 @@
 #include "relay/PhoneReports.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "foundation/IsoDate.h"
 #include "foundation/Text.h"
 
@@ -7,7 +10,7 @@ namespace quillard {
 namespace {
 
 constexpr std::int64_t kMostEntries = 9'007'199'254'740'991;
-constexpr std::int64_t kMostLeftOut = 1'000'000;
+constexpr std::int64_t kMostSuppressionsLeftOut = 1'000'000;
 constexpr std::string_view kSuppressions = "suppressions";
 constexpr std::string_view kSuppressionsLeftOut = "suppressionsLeftOut";
 
@@ -50,7 +53,7 @@ Json toJson(const LogReport& report) {
   return json;
 }
 
-LogReport readReport(JsonReader& reader) {
+LogReport readLogReport(JsonReader& reader) {
   const auto text = [&](std::string_view name) { return reader.optionalString(name).value_or(""); };
   return {.sequence = reader.integer("sequence", 1, kMostEntries),
           .digest = reader.string("digest"),
@@ -66,13 +69,26 @@ LogReport readReport(JsonReader& reader) {
           .phones = reader.member("phones") ? reader.strings("phones") : std::vector<std::string>{}};
 }
 
-LogHead readHead(JsonReader& reader) {
+LogHead readLogHead(JsonReader& reader) {
   return {.sequence = reader.integer("sequence", 0, kMostEntries),
           .digest = reader.string("digest"),
           .at = reader.date("at")};
 }
 
 }  // namespace
+
+SuppressionReports boundedReports(std::vector<SuppressionReport> newestFirst) {
+  std::size_t count = 0;
+  std::size_t bytes = 0;
+  for (; count < std::min(newestFirst.size(), kMostSuppressionReports); ++count) {
+    bytes += toJson(newestFirst[count]).dump(-1, ' ', false, Json::error_handler_t::replace).size() + 1;
+    if (bytes > kLongestSuppressionReports) break;
+  }
+  SuppressionReports reports{.kinds = {}, .leftOut = newestFirst.size() - count};
+  newestFirst.resize(count);
+  reports.kinds = std::move(newestFirst);
+  return reports;
+}
 
 Json toJson(const SuppressionReports& reports) {
   Json json = Json::object();
@@ -94,21 +110,33 @@ Json toJson(const LogExcerpt& excerpt) {
 
 std::optional<SuppressionReports> readOptionalSuppressions(JsonReader& reader) {
   if (!reader.member(kSuppressions)) return std::nullopt;
-  return SuppressionReports{
-      .kinds = reader.objects(kSuppressions, readSuppression),
-      .leftOut = static_cast<std::size_t>(reader.optionalInteger(kSuppressionsLeftOut, 0, kMostLeftOut).value_or(0))};
+  return SuppressionReports{.kinds = reader.objects(kSuppressions, readSuppression),
+                            .leftOut = static_cast<std::size_t>(
+                                reader.optionalInteger(kSuppressionsLeftOut, 0, kMostSuppressionsLeftOut).value_or(0))};
 }
 
 std::optional<LogHead> readOptionalLogHead(JsonReader& reader, std::string_view name) {
   if (!reader.member(name)) return std::nullopt;
-  return reader.object(name, readHead);
+  return reader.object(name, readLogHead);
 }
 
 std::optional<LogExcerpt> readOptionalLogExcerpt(JsonReader& reader) {
   if (!reader.member("log")) return std::nullopt;
   return reader.object("log", [](JsonReader& log) {
-    return LogExcerpt{.head = log.object("head", readHead), .entries = log.objects("entries", readReport)};
+    return LogExcerpt{.head = log.object("head", readLogHead), .entries = log.objects("entries", readLogReport)};
   });
+}
+
+Json toJson(const PushReport& report) {
+  Json json{{"p256dh", report.keyText}, {"status", report.status}};
+  if (!report.reason.empty()) json["reason"] = report.reason;
+  if (report.acceptedAt) json["acceptedAt"] = isoDateText(*report.acceptedAt);
+  return json;
+}
+
+PushReport readPushReport(JsonReader& reader) {
+  return {reader.string("p256dh"), reader.string("status"), reader.optionalString("reason").value_or(""),
+          reader.optionalDate("acceptedAt")};
 }
 
 std::string reportedText(std::string text) {

@@ -26,9 +26,12 @@ struct SuppressionReport {
 };
 
 inline constexpr std::size_t kMostSuppressionReports = 200;
+// Of all of them, in JSON: with a list of approvals that is as long as it may be (see SnapshotTrimming) they still fit
+// one message of the relay. Bytes.
+inline constexpr std::size_t kLongestSuppressionReports = std::size_t{48} * 1024;
 inline constexpr std::size_t kLongestReportedText = 200;  // Bytes.
 
-// Newest first.
+// Newest first. Within both bounds when it was made by `boundedReports`.
 struct SuppressionReports {
   std::vector<SuppressionReport> kinds;
   std::size_t leftOut = 0;  // How many more there are.
@@ -69,6 +72,20 @@ struct LogExcerpt {
   bool operator==(const LogExcerpt&) const = default;
 };
 
+// As many of the newest as may be told; the others are counted.
+[[nodiscard]] SuppressionReports boundedReports(std::vector<SuppressionReport> newestFirst);
+
+// What became of the last push for a phone.
+struct PushReport {
+  std::string keyText;                            // The phone's `p256dh`, by which it knows itself.
+  std::string status;                             // As the relay said.
+  std::string reason{};                           // For programs; empty: there is none.
+  std::optional<Date> acceptedAt = std::nullopt;  // When a push service took one last. Absent: none ever did.
+  bool operator==(const PushReport&) const = default;
+};
+
+[[nodiscard]] Json toJson(const PushReport& report);
+[[nodiscard]] PushReport readPushReport(JsonReader& reader);
 [[nodiscard]] Json toJson(const SuppressionReports& reports);
 [[nodiscard]] Json toJson(const LogHead& head);
 [[nodiscard]] Json toJson(const LogExcerpt& excerpt);

@@ -11,6 +11,11 @@ bool isAllowedRelayURL(const UrlComponents& components) {
   return scheme == "wss" || (scheme == "ws" && isThisComputer(*components.host));
 }
 
+bool isAllowedRelayURL(std::string_view address) {
+  const auto components = UrlComponents::parse(address);
+  return components && isAllowedRelayURL(*components);
+}
+
 std::variant<std::string, RelayAddressRefusal> relaySocketURL(const RelayLaunchConfiguration& configuration) {
   auto components = UrlComponents::parse(configuration.relayURL);
   if (!components) return RelayAddressRefusal{};

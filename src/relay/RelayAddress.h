@@ -13,9 +13,14 @@ namespace quillard {
 // The header, of a registration and of the agent's WebSocket, that proves who is the computer.
 inline constexpr std::string_view kComputerKeyHeader = "quillard-computer-key";
 
+// The HTTP status by which a relay says, to a registration or a WebSocket, that the pairing is revoked.
+inline constexpr int kRevokedStatus = 410;
+
 // Whether bearer token and messages may travel to this address: encrypted to any host, in clear to this computer only.
 // The host is compared exactly as it stands.
 [[nodiscard]] bool isAllowedRelayURL(const UrlComponents& components);
+// The same for the text of an address. What is none is not allowed.
+[[nodiscard]] bool isAllowedRelayURL(std::string_view address);
 
 // Why there is no address to connect to. `line`: what to print; empty: nothing. Holds no query and no user.
 struct RelayAddressRefusal {

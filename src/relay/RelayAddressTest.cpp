@@ -42,6 +42,14 @@ TEST(RelayAddress, EverythingElseIsRefused) {
   EXPECT_FALSE(isAllowed("wss:/ws"));
 }
 
+TEST(RelayAddress, IsJudgedAsTextAsWell) {
+  EXPECT_TRUE(isAllowedRelayURL("wss://relay.example/ws"));
+  EXPECT_TRUE(isAllowedRelayURL("ws://127.0.0.1:8080/ws"));
+  for (const auto* text : {"", "not an address", "ws://relay.example", "https://relay.example", "wss:///ws"}) {
+    EXPECT_FALSE(isAllowedRelayURL(text)) << text;
+  }
+}
+
 TEST(RelayAddress, NamesRoleAndPairing) {
   EXPECT_EQ(addressOf("wss://relay.example/ws"), "wss://relay.example/ws?role=mac&pairing=quillard-0123");
 }

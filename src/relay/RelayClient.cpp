@@ -45,6 +45,10 @@ void RelayClient::publishResult(std::string decisionID, ApprovalResultCommand re
   });
 }
 
+void RelayClient::publishPush(PushSendRelayMessage push) {
+  post([push = std::move(push)](RelayClientCore& live) { live.publishPush(push); });
+}
+
 void RelayClient::unpairPhone(std::optional<std::string> deviceID, std::function<void(bool)> completion) {
   post([deviceID = std::move(deviceID), completion = std::move(completion)](RelayClientCore& live) {
     live.unpairPhone(deviceID, completion);

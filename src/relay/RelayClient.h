@@ -14,6 +14,7 @@
 #include "platform/process/Executors.h"
 #include "platform/process/Random.h"
 #include "relay/ClockStamp.h"
+#include "relay/PushMessages.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayStatus.h"
 #include "values/Secret.h"
@@ -40,6 +41,10 @@ struct RelayClientCallbacks {
   std::function<void(const RelayConnectionStatus&)> onStatusChange;
   // The relay did not let the client in. The client is stopped then, until `connect`; its end-to-end state stays.
   std::function<void(RelayRefusal)> onRefused = [](RelayRefusal) {};
+  // Which phones can be woken: all of them, each time. Those whose box could not be opened are left out.
+  std::function<void(const std::vector<PhoneSubscription>&)> onPushSubscriptions =
+      [](const std::vector<PhoneSubscription>&) {};
+  std::function<void(const PushResultRelayMessage&)> onPushResult = [](const PushResultRelayMessage&) {};
 };
 
 // All of it outlives the client's queue.
@@ -93,6 +98,9 @@ class RelayClient {
 
   // Sealed with the decision's name and the time. Dropped when the connection is not open.
   void publishResult(std::string decisionID, ApprovalResultCommand result);
+
+  // Dropped when the connection is not open; what becomes of it is told by `onPushResult`.
+  void publishPush(PushSendRelayMessage push);
 
   // Absent: all phones. `completion` is called on the queue, exactly once unless the client is destroyed before, with
   // whether the request was sent.

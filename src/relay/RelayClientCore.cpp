@@ -88,6 +88,10 @@ void RelayClientCore::received(const platform::WebSocketMessage& message) {
     receivedSuppression(*suppression);
   } else if (auto* phones = std::get_if<PhoneStatusRelayMessage>(&incoming)) {
     receivedPhoneStatus(std::move(*phones));
+  } else if (const auto* subscriptions = std::get_if<PushSubscriptionsRelayMessage>(&incoming)) {
+    receivedSubscriptions(*subscriptions);
+  } else if (const auto* result = std::get_if<PushResultRelayMessage>(&incoming)) {
+    if (!isRetired()) callbacks.onPushResult(*result);
   }
 }
 
@@ -119,6 +123,36 @@ void RelayClientCore::receivedPhoneStatus(PhoneStatusRelayMessage message) {
             .phoneCount = message.phoneCount,
             .phones = std::move(message.phones).value_or(std::vector<RelayPhoneStatus>{})};
   reportStatus();
+}
+
+void RelayClientCore::receivedSubscriptions(const PushSubscriptionsRelayMessage& message) {
+  std::vector<PhoneSubscription> all;
+  for (const auto& record : message.subscriptions) {
+    if (auto one = opened(record)) all.push_back(*std::move(one));
+  }
+  if (!isRetired()) callbacks.onPushSubscriptions(all);
+}
+
+// The relay repeats these boxes with each list, so one may be opened any number of times.
+std::optional<PhoneSubscription> RelayClientCore::opened(const PushSubscriptionRecord& record) {
+  auto box = conversation->open(record.encryptedSubscription);
+  if (const auto* failure = std::get_if<SealingFailure>(&box)) {
+    print(kUnableToDecode, failure->description);
+    return std::nullopt;
+  }
+  auto command = readSubscription(std::get<OpenedBox>(box).plaintext);
+  wipe(std::get<OpenedBox>(box).plaintext);
+  if (const auto* error = std::get_if<JsonError>(&command)) {
+    print(kUnableToDecode, error->description());
+    return std::nullopt;
+  }
+  auto& subscription = std::get<SubscriptionCommand>(command);
+  if (subscription.deviceID != record.deviceID) {
+    print(kUnableToDecode, "deviceID: It is another one than in the box.");
+    return std::nullopt;
+  }
+  return PhoneSubscription{
+      .subscriptionID = record.subscriptionID, .command = std::move(subscription), .isRefused = record.isRefused};
 }
 
 template <class Command>
@@ -199,6 +233,10 @@ void RelayClientCore::publishResult(const std::string& decisionID, const Approva
   const ApprovalResultRelayMessage message{
       .decisionID = decisionID, .encryptedResult = *std::move(box), .issuedAt = dependencies.clock.now()};
   send(toJson(message), [](bool) {});
+}
+
+void RelayClientCore::publishPush(const PushSendRelayMessage& push) {
+  send(toJson(push), [](bool) {});
 }
 
 void RelayClientCore::unpairPhone(const std::optional<std::string>& deviceID,

@@ -46,6 +46,7 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void publishSnapshot(const SnapshotContents& contents, bool force);
   void publishClock(const MeetingReports& reports);
   void publishResult(const std::string& decisionID, const ApprovalResultCommand& result);
+  void publishPush(const PushSendRelayMessage& push);
   void unpairPhone(const std::optional<std::string>& deviceID, const std::function<void(bool)>& completion);
 
  private:
@@ -58,6 +59,9 @@ class RelayClientCore : public std::enable_shared_from_this<RelayClientCore> {
   void receivedRequest(const ApprovalRequestRelayMessage& message);
   void receivedSuppression(const ApprovalSuppressionRelayMessage& message);
   void receivedPhoneStatus(PhoneStatusRelayMessage message);
+  void receivedSubscriptions(const PushSubscriptionsRelayMessage& message);
+  // Absent, and printed, when its box could not be opened or is another phone's.
+  std::optional<PhoneSubscription> opened(const PushSubscriptionRecord& record);
   // Absent, and printed, when the box could not be opened or holds no such command.
   template <class Command>
   std::optional<Command> readCommand(const std::variant<OpenedBox, SealingFailure>& box);

@@ -20,7 +20,7 @@ void readMembers(JsonReader& reader, ApprovalRequestCommand& command) { command 
 
 void readMembers(JsonReader& reader, ApprovalSuppressionCommand& command) {
   command = {reader.string("action"), reader.optionalUuid("approvalID"), reader.uuid("suppressionID"),
-             reader.optionalInteger("lasts", 0, kLongestSuppression)};
+             reader.optionalInteger("lasts", 0, kLongestSuppression), reader.optionalString("deviceID")};
 }
 
 void readMembers(JsonReader& reader, ApprovalResultCommand& command) {
@@ -44,6 +44,7 @@ void readMembers(JsonReader& reader, ClockCommand& command) {
   command = {reader.object("clock", readClockStamp),
              {.suppressions = readOptionalSuppressions(reader), .log = readOptionalLogExcerpt(reader)}};
   if (reader.member("newPhones")) command.reports.newPhones = reader.objects("newPhones", readNewPhone);
+  command.reports.pushes = reader.optionalObjects("pushes", readPushReport);
 }
 
 void readMembers(JsonReader& reader, ComputerState& state) {
@@ -72,6 +73,7 @@ Json toJson(const ApprovalSuppressionCommand& command) {
   if (command.approvalID) json["approvalID"] = command.approvalID->text();
   json["suppressionID"] = command.suppressionID.text();
   if (command.lasts) json["lasts"] = *command.lasts;
+  if (command.deviceID) json["deviceID"] = *command.deviceID;
   return json;
 }
 
@@ -98,6 +100,7 @@ Json toJson(const ClockCommand& command) {
   }
   if (command.reports.suppressions) json.update(toJson(*command.reports.suppressions));
   if (command.reports.log) json["log"] = toJson(*command.reports.log);
+  for (const auto& push : command.reports.pushes) json["pushes"].push_back(toJson(push));
   return json;
 }
 

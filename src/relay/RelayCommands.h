@@ -38,16 +38,20 @@ inline constexpr std::int64_t kLongestSuppression = std::int64_t{366} * 86400;
 inline constexpr std::string_view kSuppressAction = "suppress";
 inline constexpr std::string_view kUnsuppressAction = "unsuppress";
 inline constexpr std::string_view kRemovePhoneAction = "removePhone";
+inline constexpr std::string_view kTestPushAction = "testPush";
 
 // Phone to agent: mute this kind of prompt, or show it again; or take back a pairing that a phone joined which nobody
-// expected there. Agents and relays that do not know the latter ignore it and pass it on.
+// expected there; or be sent a push. Agents and relays that do not know the latter two ignore them and pass them on.
 struct ApprovalSuppressionCommand {
-  std::string action;  // One of the three above; the agent ignores others.
+  std::string action;  // One of the four above; the agent ignores others.
   std::optional<Uuid> approvalID;
   Uuid suppressionID;  // The `suppressionID` of a `PendingApproval`; to remove a phone, its `NewPhone::id`.
   // How many seconds it is to last; 0: until somebody ends it. Absent, as phones leave it that do not know it: until
   // the agent ends.
   std::optional<std::int64_t> lasts = std::nullopt;
+  std::optional<std::string> deviceID = std::nullopt;  // Of the phone that wants to be sent a push.
+  // By which of this computer's identities it came. Not part of the JSON.
+  int pairing = 1;
   bool operator==(const ApprovalSuppressionCommand&) const = default;
 };
 
@@ -92,6 +96,7 @@ struct MeetingReports {
   std::vector<NewPhone> newPhones{};
   std::optional<SuppressionReports> suppressions = std::nullopt;
   std::optional<LogExcerpt> log = std::nullopt;
+  std::vector<PushReport> pushes{};  // Of the phones to which one was sent.
   bool operator==(const MeetingReports&) const = default;
 };
 

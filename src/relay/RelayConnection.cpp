@@ -11,12 +11,11 @@ namespace {
 constexpr Seconds kReconnectDelay{3};
 constexpr Seconds kConnectTimeout{60};
 constexpr int kUnauthorized = 401;
-constexpr int kGone = 410;
 
 // Absent: asking again may be answered otherwise.
 std::optional<RelayRefusal> refusalOf(const platform::WebSocketEnd& end) {
   if (end.refusedWithStatus == kUnauthorized) return RelayRefusal::tokenUnknown;
-  if (end.refusedWithStatus == kGone) return RelayRefusal::pairingRevoked;
+  if (end.refusedWithStatus == kRevokedStatus) return RelayRefusal::pairingRevoked;
   return std::nullopt;
 }
 

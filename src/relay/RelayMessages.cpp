@@ -16,6 +16,7 @@ Json toJson(const RelayPhoneStatus& phone) {
   Json json{{"deviceID", phone.deviceID}, {"deviceName", phone.deviceName}};
   if (phone.platform) json["platform"] = *phone.platform;
   if (phone.connected) json["connected"] = *phone.connected;
+  if (phone.isAsleep) json["asleep"] = true;
   return json;
 }
 
@@ -27,7 +28,7 @@ EncryptedRelayPayload readPayload(JsonReader& reader) {
 
 RelayPhoneStatus readPhone(JsonReader& reader) {
   return {reader.string("deviceID"), reader.string("deviceName"), reader.optionalString("platform"),
-          reader.optionalBoolean("connected")};
+          reader.optionalBoolean("connected"), reader.optionalBoolean("asleep").value_or(false)};
 }
 
 void readMembers(JsonReader& reader, EncryptedRelayPayload& payload) { payload = readPayload(reader); }
@@ -92,10 +93,15 @@ std::variant<Record, JsonError> readRecord(const Json& json) {
   return record;
 }
 
+template <class Outcome>
+IncomingRelayMessage widened(Outcome outcome) {
+  return std::visit([](auto&& one) -> IncomingRelayMessage { return std::forward<decltype(one)>(one); },
+                    std::move(outcome));
+}
+
 template <class Record>
 IncomingRelayMessage incoming(const Json& json) {
-  return std::visit([](auto&& outcome) -> IncomingRelayMessage { return std::forward<decltype(outcome)>(outcome); },
-                    readRecord<Record>(json));
+  return widened(readRecord<Record>(json));
 }
 
 }  // namespace
@@ -184,6 +190,8 @@ IncomingRelayMessage decodeIncomingRelayMessage(std::string_view frame) {
   if (type == kApprovalRequestType) return incoming<ApprovalRequestRelayMessage>(object);
   if (type == kPhoneStatusType) return incoming<PhoneStatusRelayMessage>(object);
   if (type == kSuppressType || type == kUnsuppressType) return incoming<ApprovalSuppressionRelayMessage>(object);
+  if (type == kPushSubscriptionsType) return widened(readPushSubscriptions(object));
+  if (type == kPushResultType) return widened(readPushResult(object));
   return UnknownRelayMessage{};
 }
 

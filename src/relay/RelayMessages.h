@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "foundation/StrictJson.h"
+#include "relay/EncryptedRelayPayload.h"
+#include "relay/PushMessages.h"
 #include "relay/RelayStatus.h"
 #include "values/Time.h"
 
@@ -23,13 +25,6 @@ inline constexpr std::string_view kApprovalRequestType = "approval.request";
 inline constexpr std::string_view kPhoneStatusType = "phone.status";
 inline constexpr std::string_view kSuppressType = "approval.suppress";
 inline constexpr std::string_view kUnsuppressType = "approval.unsuppress";
-
-struct EncryptedRelayPayload {
-  std::int64_t version = 1;  // Ignored when opening.
-  std::string nonce;         // Base64; a copy, ignored as well.
-  std::string ciphertext;    // Base64 of the whole box: nonce, ciphertext, tag.
-  bool operator==(const EncryptedRelayPayload&) const = default;
-};
 
 // Agent to relay: what waits for an answer now.
 struct MacSnapshotRelayMessage {
@@ -118,8 +113,9 @@ template <class Record>
 struct UnknownRelayMessage {
   bool operator==(const UnknownRelayMessage&) const = default;
 };
-using IncomingRelayMessage = std::variant<UnknownRelayMessage, ApprovalRequestRelayMessage, PhoneStatusRelayMessage,
-                                          ApprovalSuppressionRelayMessage, JsonError>;
+using IncomingRelayMessage =
+    std::variant<UnknownRelayMessage, ApprovalRequestRelayMessage, PhoneStatusRelayMessage,
+                 ApprovalSuppressionRelayMessage, PushSubscriptionsRelayMessage, PushResultRelayMessage, JsonError>;
 
 // Reads a frame from the relay: its type first, compared case-sensitively, then the record of that type.
 [[nodiscard]] IncomingRelayMessage decodeIncomingRelayMessage(std::string_view frame);

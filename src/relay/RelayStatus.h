@@ -13,6 +13,7 @@ struct RelayPhoneStatus {
   std::string deviceName;
   std::optional<std::string> platform;
   std::optional<bool> connected;
+  bool isAsleep = false;  // Its page is hidden, by its own word.
   bool operator==(const RelayPhoneStatus&) const = default;
 };
 

@@ -15,7 +15,6 @@ using Case = RelayRegistrationError::Case;
 constexpr Seconds kTimeout{8};
 constexpr std::string_view kRegistrationBody = R"({"client":"mac","version":1})";
 constexpr int kConflict = 409;
-constexpr int kGone = 410;
 constexpr int kPreconditionRequired = 428;
 constexpr std::string_view kNoKeyYet = "new";
 
@@ -52,7 +51,7 @@ RelayRegistrationOutcome outcomeOf(const platform::HttpOutcome& outcome, bool sh
   if (const auto* error = std::get_if<platform::TransportError>(&outcome)) return *error;
   const auto* response = std::get_if<platform::HttpResponse>(&outcome);
   if (!response) return RelayRegistrationError{Case::invalidResponse};
-  if (response->statusCode == kGone) return RelayRegistrationError{Case::pairingRevoked};
+  if (response->statusCode == kRevokedStatus) return RelayRegistrationError{Case::pairingRevoked};
   if (showsKey && response->statusCode == kConflict) return RelayRegistrationError{Case::otherComputer};
   if (showsKey && response->statusCode == kPreconditionRequired) return RelayRegistrationError{Case::computerKeyWanted};
   if (response->statusCode < 200 || response->statusCode > 299) {

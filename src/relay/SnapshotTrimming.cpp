@@ -14,8 +14,8 @@ constexpr std::string_view kEllipsis = "\xE2\x80\xA6";
 constexpr std::size_t kLongestEscape = 6;      // "\u0001" for one byte.
 constexpr std::size_t kRecordOverhead = 1024;  // Names, identities, numbers and marks of a record; generously.
 constexpr std::size_t kButtonOverhead = 256;
-constexpr std::size_t kLongestName =
-    256;  // Of an application, a title or a role, where a prompt is shown without buttons.
+// Of an application, a title or a role, where a prompt is shown without buttons.
+constexpr std::size_t kLongestShortenedName = 256;
 constexpr std::string_view kTooLongToShow = "This prompt is too long to be shown here. Look at the computer.";
 
 // What the texts of a record take before anything in them is escaped.
@@ -85,10 +85,10 @@ bool isReadByPhones(const PendingApproval& approval) {
 
 // Says that it waits, and where to answer it.
 PendingApproval withoutButtons(PendingApproval approval) {
-  approval.appName = cut(approval.appName, kLongestName);
-  approval.windowTitle = cut(approval.windowTitle, kLongestName);
-  approval.windowRole = cut(approval.windowRole, kLongestName);
-  approval.reason = cut(approval.reason, kLongestName);
+  approval.appName = cut(approval.appName, kLongestShortenedName);
+  approval.windowTitle = cut(approval.windowTitle, kLongestShortenedName);
+  approval.windowRole = cut(approval.windowRole, kLongestShortenedName);
+  approval.reason = cut(approval.reason, kLongestShortenedName);
   approval.bundleIdentifier.reset();
   approval.messageLines.clear();
   approval.buttons.clear();

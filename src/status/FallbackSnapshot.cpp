@@ -5,12 +5,13 @@
 namespace quillard {
 
 MacStatusSnapshot fallbackSnapshot(bool installedInApplications, bool accessibilityTrusted,
-                                   LoginItemStatus loginItemStatus, bool relayConfigured) {
-  return {.installedInApplications = installedInApplications,
+                                   LoginItemStatus loginItemStatus, bool relayConfigured, const UserTexts& say) {
+  return {.texts = say,
+          .installedInApplications = installedInApplications,
           .accessibilityTrusted = accessibilityTrusted,
           .loginItemStatus = std::move(loginItemStatus),
           .relayConfigured = relayConfigured,
-          .pairingCaption = "Start Quillard to see pairing details."};
+          .pairingCaption = say("Start Quillard to see pairing details.")};
 }
 
 }  // namespace quillard

@@ -7,6 +7,7 @@
 
 #include "approvals/NotificationPauseStore.h"
 #include "approvals/ScanOutcome.h"
+#include "foundation/UserTexts.h"
 #include "foundation/Uuid.h"
 #include "relay/RelayOrigin.h"
 #include "relay/RelayStatus.h"
@@ -62,6 +63,7 @@ struct PhoneLine {
 
 // All that the status window shows, at one moment. Built anew for each refresh, never changed.
 struct MacStatusSnapshot {
+  UserTexts texts{};  // The words in which it is shown.
   bool installedInApplications = false;
   bool accessibilityTrusted = false;
   LoginItemStatus loginItemStatus;
@@ -74,10 +76,16 @@ struct MacStatusSnapshot {
   std::vector<RelayPhoneStatus> connectedPhones;
   NotificationPauseSnapshot notificationPause;
   std::int64_t pendingApprovalCount = 0;
+  std::size_t wakeablePhones = 0;          // Which alerts reach while their page is closed.
+  bool isNobodyReached = false;            // A prompt waits, and no phone was or can be told.
   ScanProblem scanProblem;                 // Of the newest scan: what it could not read.
   std::optional<LazyBitmap> pairingImage;  // Absent: no code may be shown, or there is none.
   // Of a new pairing, for one more phone, while that is offered. Shown instead of the other.
   std::optional<LazyBitmap> offeredPairingImage;
+  // Where phones get the page that the code is scanned with, and that address as a code for any camera. The latter is
+  // absent where a phone could not open it.
+  std::optional<std::string> pageAddress{};
+  std::optional<LazyBitmap> pageImage{};
   bool isPairingCodeUsed = false;  // A phone has paired with `pairingImage`, which is then covered.
   bool isPairingOffered = false;
   bool canPairAnother = false;

@@ -20,7 +20,7 @@ namespace quillard::StatusRows {
 [[nodiscard]] std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot);
 // A seventh, only while something is muted; and what its menu calls a kind of prompt.
 [[nodiscard]] std::optional<StatusRowContent> mutedRow(const MacStatusSnapshot& snapshot);
-[[nodiscard]] std::string mutedName(const MutedKind& kind);
+[[nodiscard]] std::string mutedName(const MutedKind& kind, const UserTexts& say = {});
 
 // The relay that is used and who names it, with a button where another one can be set. Absent: nothing is said of it.
 [[nodiscard]] std::optional<StatusRowContent> relayRow(const MacStatusSnapshot& snapshot);

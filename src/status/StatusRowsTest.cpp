@@ -118,6 +118,30 @@ TEST(StatusRows, NotificationPauseOffersWhatUndoesItsState) {
   EXPECT_EQ(StatusRows::notificationPauseRow({}).detail, "Move to Applications first.");
 }
 
+TEST(StatusRows, AlertsAreOnForAPhoneThatSleepsAndCanBeWoken) {
+  MacStatusSnapshot snapshot{.texts = {Machine::computer, Language::english},
+                             .installedInApplications = true,
+                             .accessibilityTrusted = true,
+                             .relayConfigured = true,
+                             .relayConnected = true};
+  EXPECT_EQ(StatusRows::notificationPauseRow(snapshot).status, "Waiting");
+  EXPECT_EQ(StatusRows::notificationPauseRow(snapshot).detail, "Pair a phone to receive alerts.");
+  snapshot.wakeablePhones = 1;
+  EXPECT_EQ(StatusRows::notificationPauseRow(snapshot).status, "On");
+  EXPECT_EQ(StatusRows::notificationPauseRow(snapshot).detail, "Pause while you answer prompts here.");
+  snapshot.texts = {Machine::mac, Language::english};
+  EXPECT_EQ(StatusRows::notificationPauseRow(snapshot).detail, "Pair an iPhone to receive alerts.");
+}
+
+TEST(StatusRows, SayWhenAPromptWaitsThatNoPhoneWasToldOf) {
+  const MacStatusSnapshot snapshot{
+      .installedInApplications = true, .accessibilityTrusted = true, .isNobodyReached = true};
+  const auto row = StatusRows::notificationPauseRow(snapshot);
+  EXPECT_EQ(row.status, "Nobody Reached");
+  EXPECT_EQ(row.detail, "A prompt waits, and no phone was told: none shows its page, and none could be woken.");
+  EXPECT_EQ(row.primaryButton->title, "Pause 2h");
+}
+
 TEST(StatusRows, WhatAProgramAsksStandsThereWhileItWaits) {
   EXPECT_EQ(StatusRows::questionRow({}), std::nullopt);
   MacStatusSnapshot snapshot;
@@ -210,6 +234,7 @@ TEST(StatusRows, SayWhatIsMutedOnlyWhileSomethingIs) {
   EXPECT_EQ(row.status, "1 Kind");
   EXPECT_EQ(row.detail, "They wait here, and are not sent to phones: Installer: Install? (7 days).");
   EXPECT_EQ(row.primaryButton->title, "Undo…");
+  EXPECT_EQ(row.secondaryButton->title, "How Long…");
   snapshot.muted.push_back({.program = "", .title = "\u202ex"});
   EXPECT_EQ(StatusRows::mutedRow(snapshot)->status, "2 Kinds");
   EXPECT_TRUE(StatusRows::mutedName(snapshot.muted[1]).starts_with("?: ")) << "Nothing moves other text about.";

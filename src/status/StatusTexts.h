@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "foundation/UserTexts.h"
 #include "status/MacStatusSnapshot.h"
 #include "status/view/StatusWindowView.h"
 #include "values/Images.h"
@@ -27,9 +28,9 @@ struct OverallStatus {
 [[nodiscard]] Tint pairingStatusTint(const MacStatusSnapshot& snapshot);
 [[nodiscard]] std::string phoneStatusDetail(const MacStatusSnapshot& snapshot);
 // The text under the code. `hasPayload`: pairing is configured, so that there is a code to show.
-[[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload);
+[[nodiscard]] std::string pairingCaption(bool accessibilityTrusted, bool hasPayload, const UserTexts& say = {});
 // The same when the relay calls the pairing revoked, or another computer's.
-[[nodiscard]] std::string revokedPairingCaption(bool isOtherComputersPairing = false);
+[[nodiscard]] std::string revokedPairingCaption(bool isOtherComputersPairing = false, const UserTexts& say = {});
 
 // What the newest scan could not read, in a line for the accessibility row. Absent: nothing.
 [[nodiscard]] std::optional<std::string> scanProblemDetail(const MacStatusSnapshot& snapshot);

@@ -11,9 +11,9 @@ namespace quillard {
 
 namespace {
 
-constexpr const char* kCoveredCaption =
+constexpr TextKey kCoveredCaption =
     "This pairing has its phone, so its code is covered. Each phone gets a code of its own.";
-constexpr const char* kOfferedCaption =
+constexpr TextKey kOfferedCaption =
     "Open the iPhone app, choose Pair Mac, and scan this code. It is for one phone, and ends after ten minutes.";
 
 // A code is for one phone: once it has that, nobody is to photograph it.
@@ -29,32 +29,53 @@ struct Placeholder {
 
 // What stands where the code would be.
 Placeholder placeholder(const MacStatusSnapshot& snapshot) {
-  if (!snapshot.accessibilityTrusted) return {"figure.wave.circle.fill", "Accessibility required"};
-  if (isCovered(snapshot)) return {"iphone", "Pairing code covered"};
-  return {"qrcode", "No pairing code"};
+  if (!snapshot.accessibilityTrusted) return {"figure.wave.circle.fill", snapshot.texts("Accessibility required")};
+  if (isCovered(snapshot)) return {"iphone", snapshot.texts("Pairing code covered")};
+  return {"qrcode", snapshot.texts("No pairing code")};
 }
 
 // The code that is for the next phone, or none.
 void addCode(const MacStatusSnapshot& snapshot, StatusWindowContent& content) {
+  const auto& say = snapshot.texts;
   content.pairingImage = snapshot.pairingImage;
   content.pairingCaption = snapshot.pairingCaption;
   if (snapshot.isPairingOffered && snapshot.accessibilityTrusted) {
     content.pairingImage = snapshot.offeredPairingImage;
-    content.pairingCaption = kOfferedCaption;
-    content.pairAnotherButton = ButtonContent{"Hide Code"};
+    content.pairingCaption = say(kOfferedCaption);
+    content.pairAnotherButton = ButtonContent{say("Hide Code")};
   } else if (isCovered(snapshot)) {
     content.pairingImage.reset();
-    content.pairingCaption = kCoveredCaption;
-    if (snapshot.canPairAnother) content.pairAnotherButton = ButtonContent{"Pair Another Phone"};
+    content.pairingCaption = say(kCoveredCaption);
+    if (snapshot.canPairAnother) content.pairAnotherButton = ButtonContent{say("Pair Another Phone")};
     if (snapshot.relayConnected && !snapshot.isPhonePresent()) {
-      content.pairingStatus = "iPhone away";
-      content.pairingDetail = "A paired iPhone receives approval alerts from this Mac as soon as its page is open.";
+      content.pairingStatus = say("iPhone away");
+      content.pairingDetail =
+          say(snapshot.wakeablePhones > 0
+                  ? TextKey("A paired iPhone is away. It is woken when a prompt waits.")
+                  : TextKey("A paired iPhone receives approval alerts from this Mac as soon as its page is open."));
     }
   }
 }
 
+// While a phone is to scan the code.
+void addPage(const MacStatusSnapshot& snapshot, StatusWindowContent& content) {
+  const bool isAwaited = snapshot.isPairingOffered || !snapshot.isPhonePresent();
+  if (!content.pairingImage || !snapshot.pageAddress || !isAwaited) return;
+  const auto& say = snapshot.texts;
+  content.pageCaption =
+      say(snapshot.pageImage ? TextKey("%1\nOpen this page on your phone: its camera reads the small code.")
+                             : TextKey("%1\nThe phone's page. This relay serves it on this computer only."),
+          {*snapshot.pageAddress});
+  const bool saysTheSame = content.pairingDetail == say("Open the iPhone app and scan this code.");
+  if (!say.isOfMac() && saysTheSame) content.pairingDetail.clear();
+  content.pageImage = snapshot.pageImage;
+  content.pageDescription = say("Address of the phone's page");
+}
+
 void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& content) {
-  content.pairingTitle = "iPhone Pairing";
+  const auto& say = snapshot.texts;
+  content.pairingTitle = say("iPhone Pairing");
+  content.codeDescription = say("Pairing QR code");
   content.pairingDetail = StatusTexts::phoneStatusDetail(snapshot);
   content.pairingStatus = StatusTexts::pairingStatus(snapshot);
   content.pairingStatusTint = StatusTexts::pairingStatusTint(snapshot);
@@ -62,18 +83,20 @@ void addPairingCard(const MacStatusSnapshot& snapshot, StatusWindowContent& cont
   content.placeholderSymbol = std::move(symbol);
   content.placeholderDescription = std::move(description);
   if (snapshot.installedInApplications && !snapshot.accessibilityTrusted) {
-    content.pairingActionButton = ButtonContent{"Allow Accessibility…"};
+    content.pairingActionButton = ButtonContent{say("Allow Accessibility…")};
   }
   addCode(snapshot, content);
+  addPage(snapshot, content);
   // The installation takes a new identity, and further pairings end.
   if (snapshot.isPhonePresent() || !snapshot.phones.empty()) {
-    content.unpairPhoneButton = ButtonContent{snapshot.phones.size() > 1 ? "Unpair All Phones" : "Unpair iPhone"};
+    content.unpairPhoneButton =
+        ButtonContent{say(snapshot.phones.size() > 1 ? TextKey("Unpair All Phones") : TextKey("Unpair iPhone"))};
   }
   // Further pairings stay.
   if (snapshot.installedInApplications && snapshot.pairingRevoked) {
-    content.unpairPhoneButton = ButtonContent{"Pair Anew"};
+    content.unpairPhoneButton = ButtonContent{say("Pair Anew")};
   }
-  if (offersToRenewCode(snapshot)) content.pairAnotherButton = ButtonContent{"Renew Code"};
+  if (offersToRenewCode(snapshot)) content.pairAnotherButton = ButtonContent{say("Renew Code")};
 }
 
 }  // namespace

@@ -32,6 +32,67 @@ TEST(StatusWindowContent, TakesEachTextFromWhereItIsDecided) {
   });
 }
 
+// ---- Where the phone's page is
+
+MacStatusSnapshot readyToScan(Machine machine) {
+  return {.texts = {machine, Language::english},
+          .installedInApplications = true,
+          .accessibilityTrusted = true,
+          .relayConfigured = true,
+          .relayConnected = true,
+          .pairingImage = Bitmap{},
+          .pageAddress = "https://relay.example",
+          .pageImage = Bitmap{}};
+}
+
+TEST(StatusWindowContent, SaysWhereThePageIsBesideTheCode) {
+  const auto content = statusWindowContent(readyToScan(Machine::computer));
+  EXPECT_EQ(content.pageCaption,
+            "https://relay.example\nOpen this page on your phone: its camera reads the small code.");
+  EXPECT_TRUE(content.pageImage.has_value());
+  EXPECT_EQ(content.pairingDetail, "") << "It would say the same again.";
+  EXPECT_EQ(statusWindowContent(readyToScan(Machine::mac)).pairingDetail, "Open the iPhone app and scan this code.");
+}
+
+TEST(StatusWindowContent, ShowsNoCodeForACameraWhereThePhoneCouldNotOpenThePage) {
+  auto snapshot = readyToScan(Machine::computer);
+  snapshot.pageImage.reset();
+  const auto content = statusWindowContent(snapshot);
+  EXPECT_EQ(content.pageCaption,
+            "https://relay.example\nThe phone's page. This relay serves it on this computer only.");
+  EXPECT_FALSE(content.pageImage.has_value());
+}
+
+TEST(StatusWindowContent, SaysNothingOfThePageWhileNoPhoneIsToScanTheCode) {
+  auto paired = readyToScan(Machine::computer);
+  paired.phoneCount = 1;
+  EXPECT_EQ(statusWindowContent(paired).pageCaption, "");
+  auto withoutCode = readyToScan(Machine::computer);
+  withoutCode.pairingImage.reset();
+  EXPECT_EQ(statusWindowContent(withoutCode).pageCaption, "");
+  auto withoutRelay = readyToScan(Machine::computer);
+  withoutRelay.pageAddress.reset();
+  EXPECT_EQ(statusWindowContent(withoutRelay).pageCaption, "");
+}
+
+TEST(StatusWindowContent, SaysOfAPhoneThatIsAwayWhetherItIsWoken) {
+  const auto detail = [](Machine machine, Language language, std::size_t wakeable) {
+    auto snapshot = readyToScan(machine);
+    snapshot.texts = {machine, language};
+    snapshot.isPairingCodeUsed = true;
+    snapshot.phones = {{}};
+    snapshot.wakeablePhones = wakeable;
+    return statusWindowContent(snapshot).pairingDetail;
+  };
+  EXPECT_EQ(detail(Machine::computer, Language::english, 0),
+            "A paired phone receives the prompts of this computer as soon as its page is open.");
+  EXPECT_EQ(detail(Machine::computer, Language::english, 1),
+            "A paired phone is away. It is woken when a prompt waits.");
+  EXPECT_EQ(detail(Machine::computer, Language::german, 1),
+            "Ein gekoppeltes Telefon ist abwesend. Es wird geweckt, wenn eine Rückfrage wartet.");
+  EXPECT_EQ(detail(Machine::mac, Language::english, 1), "A paired iPhone is away. It is woken when a prompt waits.");
+}
+
 TEST(StatusWindowContent, OffersThePermissionOnceInstalledAndNotYetTrusted) {
   using Button = std::optional<ButtonContent>;
   expectTable<Button>(

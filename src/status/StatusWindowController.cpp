@@ -1,6 +1,7 @@
 #include "status/StatusWindowController.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <utility>
@@ -14,6 +15,16 @@
 namespace quillard {
 
 namespace {
+
+// When a kind of prompt that is muted is shown again. Absent: not before that is undone.
+struct MuteEnd {
+  TextKey title;
+  std::optional<Seconds> after;
+};
+
+constexpr std::array kMuteEnds{MuteEnd{"For a Day from Now", Seconds{86400}},
+                               MuteEnd{"For a Week from Now", Seconds{7 * 86400}},
+                               MuteEnd{"Until You Undo It", std::nullopt}};
 
 constexpr std::size_t kMostMenuItems = 30;  // What is older is undone by "quillard unmute".
 constexpr Seconds kRefreshInterval{2.0};
@@ -82,8 +93,12 @@ class StatusWindowController::Implementation : public std::enable_shared_from_th
   void chooseProgramToMakeReadable();
   void chooseProgramToUndo();
   void askForRelay();
-  // Pops up a menu of `names` under `button`; `act` gets the entry of the chosen one.
   void chooseKindToUnmute();
+  void chooseKindToEnd();
+  void chooseEnd(const Uuid& kind);
+  // Pops up a menu of what is muted under `button`.
+  void chooseKind(StatusWindowButton button, const std::function<void(Implementation&, const Uuid&)>& act);
+  // Pops up a menu of `programs` under `button`; `act` gets the entry of the chosen one.
   void chooseProgram(StatusWindowButton button, const std::vector<platform::ReadableStart>& programs,
                      const std::function<void(const std::string&)>& act);
 
@@ -184,6 +199,8 @@ StatusWindowController::Implementation::Action StatusWindowController::Implement
       return &Implementation::chooseProgramToUndo;
     case StatusWindowButton::mutedPrimary:
       return &Implementation::chooseKindToUnmute;
+    case StatusWindowButton::mutedSecondary:
+      return &Implementation::chooseKindToEnd;
     case StatusWindowButton::relayPrimary:
     case StatusWindowButton::relaySecondary:
       return &Implementation::askForRelay;
@@ -234,10 +251,13 @@ void StatusWindowController::Implementation::pairAnother() {
 
 // The list may change while the question is on screen: the answer is about the pairing, not about the row.
 void StatusWindowController::Implementation::askToUnpair(std::size_t row) {
-  const auto question = PhoneRows::unpairQuestion(callbacks.snapshotProvider(), row);
+  const auto snapshot = callbacks.snapshotProvider();
+  const auto& say = snapshot.texts;
+  const auto question = PhoneRows::unpairQuestion(snapshot, row);
   if (!question) return;
   constexpr std::size_t kYes = 2;
-  view->popUpMenu(phoneButton(row), {{question->question, /*isEnabled=*/false}, {""}, {question->answer}, {"Cancel"}},
+  view->popUpMenu(phoneButton(row),
+                  {{question->question, /*isEnabled=*/false}, {""}, {question->answer}, {say("Cancel")}},
                   [weak = weak_from_this(), pairing = question->pairing](std::size_t index) {
                     const auto self = weak.lock();
                     if (self && index == kYes) self->unpairPairing(pairing);
@@ -259,12 +279,13 @@ void StatusWindowController::Implementation::toggleNotificationPause() {
 
 // Two hours are not among them: that is what the button beside this one does.
 void StatusWindowController::Implementation::showNotificationPauseOptions() {
-  std::vector<MenuItem> menu{{{"Pause for 4 Hours"}, &Implementation::pauseNotificationsForFourHours},
-                             {{"Pause until Tomorrow"}, &Implementation::pauseNotificationsUntilTomorrow},
-                             {{"Pause Forever"}, &Implementation::pauseNotificationsIndefinitely}};
+  const auto say = callbacks.snapshotProvider().texts;
+  std::vector<MenuItem> menu{{{say("Pause for 4 Hours")}, &Implementation::pauseNotificationsForFourHours},
+                             {{say("Pause until Tomorrow")}, &Implementation::pauseNotificationsUntilTomorrow},
+                             {{say("Pause Forever")}, &Implementation::pauseNotificationsIndefinitely}};
   if (isPaused()) {
     menu.push_back({{""}, nullptr});
-    menu.push_back({{"Resume Now"}, &Implementation::resumeNotificationsNow});
+    menu.push_back({{say("Resume Now")}, &Implementation::resumeNotificationsNow});
   }
   std::vector<MenuItemContent> items;
   std::vector<Action> actions;
@@ -305,19 +326,23 @@ void StatusWindowController::Implementation::resumeNotificationsNow() {
 }
 
 void StatusWindowController::Implementation::askForRelay() {
-  const auto relay = callbacks.snapshotProvider().relay;
-  view->askForText({.title = "Relay",
-                    .explanation = "The address that its operator gives, such as relay.example. Phones that are paired "
-                                   "over another relay have to be paired again.",
-                    .text = relay ? relay->address : "",
-                    .accept = "Use Relay"},
-                   [weak = weak_from_this()](const std::string& address) -> std::optional<std::string> {
-                     const auto self = weak.lock();
-                     if (!self || !self->callbacks.onSetRelay) return std::nullopt;
-                     auto problem = self->callbacks.onSetRelay(address);
-                     self->refresh();
-                     return problem;
-                   });
+  const auto snapshot = callbacks.snapshotProvider();
+  const auto& relay = snapshot.relay;
+  const auto& say = snapshot.texts;
+  view->askForText(
+      {.title = say("Relay"),
+       .explanation = say("The address that its operator gives, such as relay.example. Phones that are paired "
+                          "over another relay have to be paired again."),
+       .text = relay ? relay->address : "",
+       .accept = say("Use Relay"),
+       .cancel = say("Cancel")},
+      [weak = weak_from_this()](const std::string& address) -> std::optional<std::string> {
+        const auto self = weak.lock();
+        if (!self || !self->callbacks.onSetRelay) return std::nullopt;
+        auto problem = self->callbacks.onSetRelay(address);
+        self->refresh();
+        return problem;
+      });
 }
 
 // Each entry once: two processes may have been started by one.
@@ -337,21 +362,52 @@ void StatusWindowController::Implementation::chooseProgramToUndo() {
 }
 
 void StatusWindowController::Implementation::chooseKindToUnmute() {
+  chooseKind(StatusWindowButton::mutedPrimary, [](Implementation& self, const Uuid& kind) {
+    callIfSet(self.callbacks.onUnmute, kind);
+    self.refresh();
+  });
+}
+
+// One menu after the other; the first has to have gone.
+void StatusWindowController::Implementation::chooseKindToEnd() {
+  chooseKind(StatusWindowButton::mutedSecondary, [](Implementation& self, const Uuid& kind) {
+    self.dependencies.executors.mainThread().post([weak = self.weak_from_this(), kind] {
+      if (const auto live = weak.lock()) live->chooseEnd(kind);
+    });
+  });
+}
+
+void StatusWindowController::Implementation::chooseEnd(const Uuid& kind) {
+  const auto snapshot = callbacks.snapshotProvider();
+  const auto& muted = snapshot.muted;
+  const auto isKind = [&](const MutedKind& one) { return one.id == kind; };
+  if (std::none_of(muted.begin(), muted.end(), isKind)) return refresh();  // It has ended meanwhile.
+  std::vector<MenuItemContent> items;
+  for (const auto& end : kMuteEnds) items.push_back({snapshot.texts(end.title)});
+  view->popUpMenu(StatusWindowButton::mutedSecondary, items, [weak = weak_from_this(), kind](std::size_t index) {
+    const auto self = weak.lock();
+    if (!self || index >= kMuteEnds.size()) return;
+    callIfSet(self->callbacks.onSetMuteEnd, kind, kMuteEnds[index].after);
+    self->refresh();
+  });
+}
+
+void StatusWindowController::Implementation::chooseKind(StatusWindowButton button,
+                                                        const std::function<void(Implementation&, const Uuid&)>& act) {
   std::vector<MenuItemContent> items;
   std::vector<Uuid> kinds;
-  for (const auto& kind : callbacks.snapshotProvider().muted) {
+  const auto snapshot = callbacks.snapshotProvider();
+  const auto& say = snapshot.texts;
+  for (const auto& kind : snapshot.muted) {
     if (items.size() == kMostMenuItems) break;
-    items.push_back({StatusRows::mutedName(kind)});
+    items.push_back({StatusRows::mutedName(kind, say)});
     kinds.push_back(kind.id);
   }
   if (items.empty()) return refresh();
-  view->popUpMenu(StatusWindowButton::mutedPrimary, items,
-                  [weak = weak_from_this(), kinds = std::move(kinds)](std::size_t index) {
-                    const auto self = weak.lock();
-                    if (!self || index >= kinds.size()) return;
-                    callIfSet(self->callbacks.onUnmute, kinds[index]);
-                    self->refresh();
-                  });
+  view->popUpMenu(button, items, [weak = weak_from_this(), kinds = std::move(kinds), act](std::size_t index) {
+    const auto self = weak.lock();
+    if (self && index < kinds.size()) act(*self, kinds[index]);
+  });
 }
 
 void StatusWindowController::Implementation::chooseProgram(StatusWindowButton button,

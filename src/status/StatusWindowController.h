@@ -40,6 +40,8 @@ struct StatusWindowCallbacks {
   std::function<void(const std::string&)> onUndoReadable{};
   // Shows a kind of prompt again.
   std::function<void(const Uuid&)> onUnmute{};
+  // Chooses when such a kind is shown again by itself, from now on. Absent: not before it is undone.
+  std::function<void(const Uuid&, std::optional<Seconds>)> onSetMuteEnd{};
   // With the address of a relay, as a person typed it. Why it is not used, for people; absent: it is kept.
   std::function<std::optional<std::string>(const std::string&)> onSetRelay{};
 };

@@ -7,14 +7,14 @@
 
 namespace quillard::UnreadableProgramTexts {
 
-std::string count(const std::vector<platform::UnreadableProgram>& programs) {
+std::string count(const std::vector<platform::UnreadableProgram>& programs, const UserTexts& say) {
   std::set<std::string> names;
   for (const auto& program : programs) names.insert(program.name);
-  if (names.size() == 1) return "1 program cannot be read";
-  return std::to_string(names.size()) + " programs cannot be read";
+  if (names.size() == 1) return say("1 program cannot be read");
+  return say("%1 programs cannot be read", {std::to_string(names.size())});
 }
 
-std::string remedies(const std::vector<platform::UnreadableProgram>& programs) {
+std::string remedies(const std::vector<platform::UnreadableProgram>& programs, const UserTexts& say) {
   std::map<std::string, std::set<std::string>> namesByRemedy;
   for (const auto& program : programs) namesByRemedy[program.remedy].insert(printableText(program.name));
   std::string text;
@@ -25,8 +25,8 @@ std::string remedies(const std::vector<platform::UnreadableProgram>& programs) {
     text += ": " + remedy;
   }
   if (!namesByRemedy.contains("")) return text;
-  text += text.empty() ? "Start them anew" : " Start the others anew";
-  return text + ": some look only then whether accessibility is on.";
+  if (text.empty()) return say("Start them anew: some look only then whether accessibility is on.");
+  return text + " " + say("Start the others anew: some look only then whether accessibility is on.");
 }
 
 }  // namespace quillard::UnreadableProgramTexts

@@ -11,17 +11,18 @@ using platform::HttpRequest;
 using platform::NotHttpResponse;
 using namespace std::chrono_literals;
 
-HttpRequest registrationAt(const std::string& url) {
+HttpRequest registrationAt(const std::string& url, const std::string& authorityFile = {}) {
   return {.method = "PUT",
           .url = url,
           .headers = {{"content-type", "application/json"}, {"authorization", "Bearer " + std::string(kCanaryHeader)}},
           .body = R"({"client":"mac","version":1})",
-          .timeout = 8s};
+          .timeout = 8s,
+          .authorityFile = authorityFile};
 }
 
-std::string pathWithCanary() { return "/api/pairings/p/relay-token?x=" + std::string(kCanaryQuery); }
+std::string registrationPathWithCanary() { return "/api/pairings/p/relay-token?x=" + std::string(kCanaryQuery); }
 
-Script answerWith(const std::string& response) {
+Script respondWith(const std::string& response) {
   return [response](ServerConnection& connection) {
     connection.readHead();
     connection.write(response);
@@ -38,9 +39,9 @@ TEST_P(HttpContract, SendsTheRequestAsAsked) {
     connection.write("HTTP/1.1 204 No Content\r\n\r\n");
   });
   const auto binding = make();
-  EXPECT_EQ(statusOf(sendHttp(*binding, registrationAt(server.url("http", pathWithCanary())))), 204);
+  EXPECT_EQ(statusOf(sendHttp(*binding, registrationAt(server.url("http", registrationPathWithCanary())))), 204);
   const std::string sent = head.get().value_or("");
-  EXPECT_EQ(sent.find("PUT " + pathWithCanary() + " HTTP/1.1\r\n"), 0U) << sent;
+  EXPECT_EQ(sent.find("PUT " + registrationPathWithCanary() + " HTTP/1.1\r\n"), 0U) << sent;
   EXPECT_NE(sent.find("\r\nauthorization: Bearer " + std::string(kCanaryHeader) + "\r\n"), std::string::npos);
   EXPECT_NE(sent.find("\r\ncontent-type: application/json\r\n"), std::string::npos);
   EXPECT_NE(sent.find("\r\nContent-Length: 28\r\n"), std::string::npos);
@@ -61,7 +62,7 @@ TEST_P(HttpContract, GivesEveryStatusAsAResponseAndFollowsNothing) {
            {500, "Content-Length: 0\r\n\r\n"},
            {503, "Retry-After: 1\r\n\r\n"},
            {599, "\r\n"}}) {
-    ScriptedServer server(answerWith("HTTP/1.1 " + std::to_string(status) + " Some Reason\r\n" + headers));
+    ScriptedServer server(respondWith("HTTP/1.1 " + std::to_string(status) + " Some Reason\r\n" + headers));
     EXPECT_EQ(statusOf(sendHttp(*binding, registrationAt(server.url("http")))), status);
     EXPECT_EQ(server.accepted(), 1) << status;
   }
@@ -98,7 +99,7 @@ TEST_P(HttpContract, SendsNoCookieThatItWasGiven) {
 TEST_P(HttpContract, SaysSoWhenTheServerSpeaksSomethingElse) {
   const auto binding = make();
   for (const char* greeting : {"SSH-2.0-Nothing\r\n", "<html>hello</html>", "220 mail ready\r\n", "\x16\x03\x01"}) {
-    ScriptedServer server(answerWith(greeting));
+    ScriptedServer server(respondWith(greeting));
     EXPECT_TRUE(std::holds_alternative<NotHttpResponse>(sendHttp(*binding, registrationAt(server.url("http")))))
         << greeting;
   }
@@ -111,7 +112,8 @@ TEST_P(HttpContract, FailsWhenTheServerHangsUpBeforeItHasAnswered) {
       connection.readHead();
       connection.write(beginning);
     });
-    const std::string error = errorOf(sendHttp(*binding, registrationAt(server.url("http", pathWithCanary()))));
+    const std::string error =
+        errorOf(sendHttp(*binding, registrationAt(server.url("http", registrationPathWithCanary()))));
     EXPECT_NE(error, "") << beginning;
     expectNoSecret(error);
     EXPECT_EQ(server.accepted(), 1) << "The request was repeated.";
@@ -129,7 +131,7 @@ TEST_P(HttpContract, FailsWhenTheConnectionIsReset) {
 
 TEST_P(HttpContract, FailsWhenNoServerListens) {
   const auto binding = make();
-  const std::string url = "http://127.0.0.1:" + std::to_string(deadPort()) + pathWithCanary();
+  const std::string url = "http://127.0.0.1:" + std::to_string(deadPort()) + registrationPathWithCanary();
   EXPECT_EQ(errorOf(sendHttp(*binding, registrationAt(url))), "The connection was refused.");
 }
 
@@ -174,10 +176,11 @@ TEST_P(HttpContract, GivesUpOnHeadersWithoutEnd) {
 
 TEST_P(HttpContract, SpeaksTlsWithAServerThatIsVouchedForAndNoOther) {
   const TestAuthority authority;
-  const auto binding = make({.trustedAuthorities = authority.certificate()});
+  const AuthorityFile file(authority);
+  const auto binding = make();
   {
-    ScriptedServer server(answerWith("HTTP/1.1 204 No Content\r\n\r\n"), authority.issue());
-    EXPECT_EQ(statusOf(sendHttp(*binding, registrationAt(server.url("https")))), 204);
+    ScriptedServer server(respondWith("HTTP/1.1 204 No Content\r\n\r\n"), authority.issue());
+    EXPECT_EQ(statusOf(sendHttp(*binding, registrationAt(server.url("https"), file.path()))), 204);
   }
   for (const auto& bad : badCertificates(authority)) {
     bool wasSpokenTo = false;
@@ -185,7 +188,8 @@ TEST_P(HttpContract, SpeaksTlsWithAServerThatIsVouchedForAndNoOther) {
     {
       ScriptedServer server([&](ServerConnection& connection) { wasSpokenTo = !connection.readHead().empty(); },
                             bad.identity);
-      error = errorOf(sendHttp(*binding, registrationAt(server.url("https", pathWithCanary()))));
+      error =
+          errorOf(sendHttp(*binding, registrationAt(server.url("https", registrationPathWithCanary()), file.path())));
     }
     EXPECT_EQ(error.find("The server's certificate was refused: "), 0U) << bad.name << ": " << error;
     expectNoSecret(error);
@@ -217,7 +221,7 @@ TEST_P(HttpContract, ADestroyedSessionCancelsWithoutACompletion) {
 }
 
 TEST_P(HttpContract, ASessionMayBeDestroyedFromItsOwnCompletion) {
-  ScriptedServer server(answerWith("HTTP/1.1 204 No Content\r\n\r\n"));
+  ScriptedServer server(respondWith("HTTP/1.1 204 No Content\r\n\r\n"));
   const auto binding = make();
   Awaited<bool> gone;
   std::unique_ptr<platform::HttpSession> session;

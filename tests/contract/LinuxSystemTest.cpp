@@ -195,7 +195,7 @@ class FileLocksBinding final : public LockFilesBinding {
   }
   void endOtherProcess() override { other->kill(); }
   void makeFolderUnusable() override {
-    environment.unset("XDG_RUNTIME_DIR");
+    environment.set("XDG_RUNTIME_DIR", temporary.path() + "/missing");
     environment.set("TMPDIR", temporary.path() + "/missing");
   }
 
@@ -361,7 +361,7 @@ class EntryCopiesBinding final : public ReadableStartsBinding {
 
   const TemporaryFolder folder;
   platform::simulated::SimulatedEnvironment environment;
-  x11::DesktopEntries entries{environment};
+  proc::DesktopEntries entries{environment};
   desktop::EntryCopies copies{environment, entries};
 };
 

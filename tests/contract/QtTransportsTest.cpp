@@ -12,8 +12,7 @@ using qt::TransportOptions;
 
 class QtTransports final : public TransportBinding {
  public:
-  explicit QtTransports(const TransportSettings& settings)
-      : options{settings.pingInterval, settings.silenceLimit, settings.trustedAuthorities} {}
+  explicit QtTransports(const TransportSettings& settings) : options{settings.pingInterval, settings.silenceLimit} {}
 
   platform::SerialExecutor& executor() override { return *queue; }
   platform::WebSockets& webSockets() override { return sockets; }
@@ -24,7 +23,7 @@ class QtTransports final : public TransportBinding {
   qt::QtExecutors executors;
   qt::QtNetworkThread network;
   qt::QtWebSockets sockets{network, options};
-  qt::QtHttpSessions sessions{network, options};
+  qt::QtHttpSessions sessions{network};
   const std::unique_ptr<platform::SerialExecutor> queue =
       executors.makeSerialQueue("transports", platform::QualityOfService::standard);
 };
@@ -36,7 +35,6 @@ std::unique_ptr<TransportBinding> makeQt(const TransportSettings& settings) {
 TEST(QtTransports, ShipWithPingsEveryTwentySecondsAndFortyOfSilence) {
   EXPECT_EQ(TransportOptions{}.pingInterval, Seconds{20});
   EXPECT_EQ(TransportOptions{}.silenceLimit, Seconds{40});
-  EXPECT_EQ(TransportOptions{}.additionalAuthorities, "");
 }
 
 // A proxy that lets everything through to `server`, whatever it was asked for. What it was asked goes to `asked`.

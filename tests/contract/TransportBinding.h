@@ -12,7 +12,6 @@ namespace quillard::test {
 
 // What a test may change about a binding's transports. The rest is as it ships.
 struct TransportSettings {
-  std::string trustedAuthorities;  // PEM. Trusted besides the system's.
   Seconds pingInterval{20};
   Seconds silenceLimit{40};
 };

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <fstream>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "contract/support/ScriptedServer.h"
 #include "contract/support/TestAuthority.h"
 #include "contract/support/TransportClients.h"
+#include "support/TemporaryFolder.h"
 
 namespace quillard::test {
 
@@ -17,6 +22,16 @@ class WebSocketContract : public testing::TestWithParam<MakeTransports> {
 class HttpContract : public testing::TestWithParam<MakeTransports> {
  protected:
   std::unique_ptr<TransportBinding> make(const TransportSettings& settings = {}) { return GetParam()(settings); }
+};
+
+// An authority's certificate as a client is told of it. The file goes with this.
+class AuthorityFile {
+ public:
+  explicit AuthorityFile(const TestAuthority& authority) { std::ofstream(path()) << authority.certificate(); }
+  [[nodiscard]] std::string path() const { return folder.path() + "/authority.pem"; }
+
+ private:
+  const TemporaryFolder folder;
 };
 
 // Certificates that a client must refuse, with `authority` being the one that it trusts.

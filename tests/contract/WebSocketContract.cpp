@@ -240,8 +240,9 @@ TEST_P(WebSocketContract, ATaskMayBeDestroyedFromItsOwnCallback) {
 TEST_P(WebSocketContract, SpeaksTlsWithAServerOfATrustedAuthority) {
   const TestAuthority authority;
   ScriptedServer server(echo, authority.issue());
-  const auto binding = make({.trustedAuthorities = authority.certificate()});
-  WebSocketRequest request = requestTo(server.url("wss"));
+  const AuthorityFile file(authority);
+  const auto binding = make();
+  WebSocketRequest request = requestTo(server.url("wss"), file.path());
   request.longestMessage = 300'000;
   WebSocketClient client(*binding, request);
   ASSERT_TRUE(client.waitForOpen());
@@ -253,22 +254,24 @@ TEST_P(WebSocketContract, SpeaksTlsWithAServerOfATrustedAuthority) {
 TEST_P(WebSocketContract, ChecksTheNameThatTheAddressGives) {
   const TestAuthority authority;
   ScriptedServer server(echo, authority.issue({.names = "DNS:localhost"}));
-  const auto binding = make({.trustedAuthorities = authority.certificate()});
-  WebSocketClient byName(*binding, requestTo(server.url("wss", "/ws", "localhost")));
+  const AuthorityFile file(authority);
+  const auto binding = make();
+  WebSocketClient byName(*binding, requestTo(server.url("wss", "/ws", "localhost"), file.path()));
   EXPECT_TRUE(byName.waitForOpen());
-  WebSocketClient byNumber(*binding, requestTo(server.url("wss")));
+  WebSocketClient byNumber(*binding, requestTo(server.url("wss"), file.path()));
   EXPECT_NE(byNumber.receiveError(), "");
 }
 
 TEST_P(WebSocketContract, RefusesCertificatesOfUntrustedAuthorities) {
   const TestAuthority authority;
-  const auto binding = make({.trustedAuthorities = authority.certificate()});
+  const AuthorityFile file(authority);
+  const auto binding = make();
   for (const auto& bad : badCertificates(authority)) {
     bool wasSpokenTo = false;
     ScriptedServer server([&](ServerConnection& connection) { wasSpokenTo = !connection.readHead().empty(); },
                           bad.identity);
     {
-      WebSocketClient client(*binding, requestTo(server.url("wss", pathWithCanary())));
+      WebSocketClient client(*binding, requestTo(server.url("wss", pathWithCanary()), file.path()));
       const std::string error = client.receiveError();
       EXPECT_EQ(error.find("The server's certificate was refused: "), 0U) << bad.name << ": " << error;
       expectNoSecret(error);

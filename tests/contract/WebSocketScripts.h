@@ -7,8 +7,10 @@
 // What the tests of WebSockets ask for, and what their servers do.
 namespace quillard::test {
 
-inline platform::WebSocketRequest requestTo(const std::string& url) {
-  return {.url = url, .headers = {{"authorization", "Bearer " + std::string(kCanaryHeader)}}};
+inline platform::WebSocketRequest requestTo(const std::string& url, const std::string& authorityFile = {}) {
+  return {.url = url,
+          .headers = {{"authorization", "Bearer " + std::string(kCanaryHeader)}},
+          .authorityFile = authorityFile};
 }
 
 inline std::string pathWithCanary() { return "/ws?pairing=" + std::string(kCanaryQuery) + "&role=mac"; }

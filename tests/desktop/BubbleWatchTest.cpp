@@ -15,7 +15,7 @@ using test::waitInLoop;
 
 class BubbleWatchTest : public testing::Test {
  protected:
-  void show(const std::string& type) { client.open({.type = type, .isUnmanaged = true}); }
+  std::uint32_t show(const std::string& type) { return client.open({.type = type, .isUnmanaged = true}); }
   [[nodiscard]] bool isReported(int count) {
     return waitInLoop([&] { return bubbles >= count; });
   }
@@ -33,6 +33,21 @@ TEST_F(BubbleWatchTest, ReportsNotificationsThatAreInNoList) {
   EXPECT_TRUE(binding.windows.snapshot().windows.empty());
   show("_KDE_NET_WM_WINDOW_TYPE_OVERRIDE");
   EXPECT_TRUE(isReported(2));
+}
+
+// As that of LXQt does when another notification comes, or one goes.
+TEST_F(BubbleWatchTest, ReportsOneThatTakesAnotherSize) {
+  const auto bubble = show("_KDE_NET_WM_WINDOW_TYPE_OVERRIDE");
+  const auto menu = show("_NET_WM_WINDOW_TYPE_POPUP_MENU");
+  EXPECT_TRUE(isReported(1));
+  client.resize(bubble, 300, 400);
+  EXPECT_TRUE(isReported(2));
+  client.resize(menu, 300, 400);
+  client.resize(bubble, 300, 200);
+  EXPECT_TRUE(isReported(3));
+  show("_NET_WM_WINDOW_TYPE_NOTIFICATION");
+  EXPECT_TRUE(isReported(4));
+  EXPECT_EQ(bubbles, 4);
 }
 
 TEST_F(BubbleWatchTest, ReportsNoMenuNoTooltipAndNothingThatIsManaged) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,9 +56,9 @@ class BubblesOf : public testing::TestWithParam<Bubbles> {
 };
 
 TEST_P(BubblesOf, AskAndAreAnswered) {
-  auto sender = binding->privateDesktop().launch(
-      "notify-send",
-      {"-u", "critical", "-A", "allow=Allow", "-A", "deny=Don't Allow", "--wait", "Permission", "May it go on?"});
+  auto sender =
+      binding->privateDesktop().launch("notify-send", {"-t", "0", "-u", "critical", "-A", "allow=Allow", "-A",
+                                                       "deny=Don't Allow", "--wait", "Permission", "May it go on?"});
   const auto prompt = promptWith("May it go on?");
   ASSERT_TRUE(prompt) << sender.errors();
   std::vector<std::string> labels;
@@ -69,10 +70,38 @@ TEST_P(BubblesOf, AskAndAreAnswered) {
     EXPECT_EQ(sender.wait(), 0) << sender.errors();
     EXPECT_EQ(sender.output(), "deny\n");
   } else {
-    EXPECT_NE(failure, std::nullopt) << "It says that it was pressed, and does nothing: the phone has to learn that.";
+    EXPECT_NE(failure, std::nullopt) << "A press would do nothing: the phone has to learn that.";
     EXPECT_TRUE(sender.isRunning());
     EXPECT_EQ(sender.output(), "");
   }
+}
+
+// Some show all of them in one window.
+TEST_P(BubblesOf, EachIsAnsweredWhileOthersAreUp) {
+  const auto ask = [&](const std::string& text) {
+    return binding->privateDesktop().launch("notify-send", {"-t", "0", "-u", "critical", "-A", "allow=Allow", "-A",
+                                                            "deny=Don't Allow", "--wait", "Permission", text});
+  };
+  auto first = ask("May it go on?");
+  const auto prompt = promptWith("May it go on?");
+  ASSERT_TRUE(prompt) << first.errors();
+  auto second = ask("May it go further?");
+  auto note = binding->privateDesktop().launch("notify-send", {"-u", "critical", "A note", "It asks nothing."});
+  EXPECT_EQ(note.wait(), 0);
+  const auto next = promptWith("May it go further?");
+  ASSERT_TRUE(next) << second.errors();
+  EXPECT_EQ(next->messageLines.end(), std::find(next->messageLines.begin(), next->messageLines.end(), "May it go on?"));
+  if (!GetParam().takesPresses) {
+    EXPECT_NE(agent->press(*next, "Allow"), std::nullopt);
+    return;
+  }
+  EXPECT_EQ(agent->press(*prompt, "Don't Allow"), std::nullopt) << "It is what it was, wherever it lies by now.";
+  EXPECT_EQ(first.wait(), 0) << first.errors();
+  EXPECT_EQ(first.output(), "deny\n");
+  EXPECT_TRUE(second.isRunning());
+  EXPECT_EQ(agent->press(*next, "Allow"), std::nullopt);
+  EXPECT_EQ(second.wait(), 0) << second.errors();
+  EXPECT_EQ(second.output(), "allow\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, BubblesOf,

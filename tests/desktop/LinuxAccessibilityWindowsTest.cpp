@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "desktop/LinuxAccessibilityWorld.h"
+#include "desktop/LoopWaiting.h"
 #include "desktop/SampleClient.h"
 #include "detection/PromptReader.h"
 
@@ -192,6 +193,32 @@ TEST(LinuxAccessibilityTrust, ProgramsOfQtThatStartedBeforeTheSwitchStayUnseenAn
   ASSERT_TRUE(waitFor([&] { return !world.windows.snapshot().windows.empty(); }));
   EXPECT_EQ(world.accessibility.switchOn(), atspi::SwitchOnOutcome::switchedOn);
   EXPECT_EQ(world.accessibility.unseenProcesses(), std::vector<std::int32_t>{qt.pid()});
+}
+
+TEST(LinuxAccessibilityTrust, IsAskedForOnceForAsLongAsNothingIsSaidOfIt) {
+  using platform::ProcessTrust;
+  LinuxAccessibilityWorld world;
+  int told = 0;
+  const auto subscription = world.accessibility.observeTrustChanges([&] { ++told; });
+  const auto refreshed = [&] {
+    std::optional<ProcessTrust> answer;
+    world.accessibility.refreshProcessTrust([&](ProcessTrust trust) { answer = trust; });
+    EXPECT_FALSE(answer) << "It comes in a later turn.";
+    EXPECT_TRUE(waitInLoop([&] { return answer.has_value(); }));
+    return answer;
+  };
+  const auto calls = [&] { return world.accessibility.counters().calls.load(); };
+  ASSERT_TRUE(waitInLoop([&] { return told > 0; })) << "The watch is there.";
+  EXPECT_EQ(refreshed(), ProcessTrust::granted);
+  const auto before = calls();
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(refreshed(), ProcessTrust::granted);
+  EXPECT_EQ(calls(), before);
+  world.desktop.setAccessibilityEnabled(false);
+  EXPECT_TRUE(waitInLoop([&] { return refreshed() == ProcessTrust::denied; }));
+  world.desktop.setAccessibilityEnabled(true);
+  EXPECT_TRUE(waitInLoop([&] { return refreshed() == ProcessTrust::granted; }));
+  world.desktop.killAccessibilityBus();
+  EXPECT_TRUE(waitInLoop([&] { return refreshed() != ProcessTrust::granted; })) << "Nobody said so, but it is gone.";
 }
 
 TEST(LinuxAccessibilityTrust, ChangesAreToldOnTheMainThread) {

@@ -10,6 +10,9 @@
 #include "desktop/SampleClient.h"
 #include "desktop/X11Binding.h"
 #include "detection/VisibleWindowOwners.h"
+#include "platform/linux/x11/DesktopWatch.h"
+#include "platform/linux/x11/XcbWindows.h"
+#include "platform/simulated/SimulatedWorld.h"
 
 namespace quillard::x11 {
 namespace {
@@ -141,7 +144,7 @@ int settled(const int& hints) {
   return hints;
 }
 
-TEST_F(LinuxWindowListTest, TellsOfWindowsThatComeGoAreRaisedMinimisedAndRenamed) {
+TEST_F(LinuxWindowListTest, TellsOfWindowsThatComeGoAreRaisedAndMinimised) {
   binding.accessible.processes = {::getpid()};
   int hints = 0;
   const auto subscription = binding.windowList.observeChanges([&] { ++hints; });
@@ -155,11 +158,62 @@ TEST_F(LinuxWindowListTest, TellsOfWindowsThatComeGoAreRaisedMinimisedAndRenamed
   EXPECT_TRUE(isNotifiedOf([&] { first = client.open({.name = "first", .process = ::getpid()}); }));
   EXPECT_TRUE(isNotifiedOf([&] { second = client.open({.name = "second", .process = ::getpid()}); }));
   EXPECT_TRUE(isNotifiedOf([&] { client.activate(first); }));
-  EXPECT_TRUE(isNotifiedOf([&] { client.setText(first, "_NET_WM_NAME", "UTF8_STRING", "renamed"); }));
   EXPECT_TRUE(isNotifiedOf([&] { client.minimise(first); }));
   EXPECT_TRUE(isNotifiedOf([&] { client.moveToDesktop(second, 1); }));
   EXPECT_TRUE(isNotifiedOf([&] { client.switchToDesktop(1); }));
   EXPECT_TRUE(isNotifiedOf([&] { client.close(second); }));
+}
+
+// For who asks at intervals: hints do not tell of names and moves.
+TEST_F(LinuxWindowListTest, MayHaveChangedOnceSomethingHasAndNotOtherwise) {
+  binding.accessible.processes = {::getpid()};
+  const auto id = client.open({.name = "first", .process = ::getpid()});
+  ASSERT_TRUE(entry("first").has_value());
+  int hints = 0;
+  const auto subscription = binding.windowList.observeChanges([&] { ++hints; });
+  const auto isNoticed = [&](auto change) {
+    const int before = settled(hints);
+    EXPECT_TRUE(waitInLoop([&] { return !binding.windowList.mayHaveChanged(); })) << "It is quiet.";
+    change();
+    const bool isNoticed = waitInLoop([&] { return binding.windowList.mayHaveChanged(); });
+    return isNoticed ? hints - before : -1;
+  };
+  EXPECT_EQ(isNoticed([&] { client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "renamed"); }), 0);
+  EXPECT_EQ(isNoticed([&] { client.setText(id, "WM_NAME", "STRING", "renamed"); }), 0);
+  EXPECT_EQ(isNoticed([&] { client.move(id, {400, 300}); }), 0);
+  EXPECT_GE(isNoticed([&] { client.minimise(id); }), 0);
+  EXPECT_GE(isNoticed([&] { client.open({.name = "second", .process = ::getpid()}); }), 0);
+  EXPECT_GE(isNoticed([&] { desktop.killDisplay(); }), 0);
+  EXPECT_TRUE(binding.windowList.mayHaveChanged()) << "Nobody would say so.";
+}
+
+TEST_F(LinuxWindowListTest, TellsOfAnotherNameUnlessSomebodyAsksWithinThreeSeconds) {
+  platform::simulated::SimulatedWorld world{platform::simulated::Seed{1}};
+  XcbWindows windows{desktop.display()};
+  DesktopWatch watch{desktop.display(), windows, world.time().mainThread()};
+  const auto id = client.open({.name = "first"});
+  const auto isCalled = [&](const char* name) {
+    const auto& all = watch.lastSnapshot().windows;
+    return std::any_of(all.begin(), all.end(), [&](const auto& window) { return window.name == name; });
+  };
+  Seconds waited{0};
+  const auto waitsFor = [&](const char* name) {
+    waited = Seconds{0};
+    return waitInLoop([&] {
+      world.advance(Seconds{0.25});
+      waited += Seconds{0.25};
+      return isCalled(name);
+    });
+  };
+  ASSERT_TRUE(waitsFor("first"));
+  client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow it?");
+  EXPECT_TRUE(waitsFor("Allow it?"));
+  EXPECT_GE(waited, Seconds{3});
+  EXPECT_TRUE(waitInLoop([&] { return !watch.mayHaveChanged(); })) << "It is quiet.";
+  client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow more?");
+  EXPECT_TRUE(waitInLoop([&] { return watch.mayHaveChanged(); }));
+  world.advance(Seconds{60});
+  EXPECT_TRUE(isCalled("Allow it?")) << "Whoever asked reads the windows, and nobody else has to.";
 }
 
 TEST_F(LinuxWindowListTest, AHintComesWhenTheListAlreadyHasTheWindow) {

@@ -116,7 +116,14 @@ TEST_F(Plasma, TheQuestionForAPasswordOfAnAdministratorIsDismissed) {
   begin({.kind = DesktopKind::kwin, .systemServices = {{"org.freedesktop.PolicyKit1", POLICY_AUTHORITY}}});
   programs.push_back(desktop().launch(libexec("polkit-kde-authentication-agent-1"), {},
                                       {{"LD_PRELOAD", SESSION_STUB}, {"QT_LOGGING_RULES", "*=false"}}));
-  const auto prompt = promptWith("Authentication is needed to run a program as another user");
+  const std::string line = "Authentication is needed to run a program as another user";
+  // It comes up in steps, each of which makes another prompt of it: the name of its field, then its whole title.
+  std::optional<PendingApproval> prompt;
+  (void)binding->eventually([&] {
+    prompt = promptWith(line);
+    return prompt && prompt->windowTitle.ends_with("PolicyKit1 KDE Agent") &&
+           testing::Matches(Contains("Password for root:"))(prompt->messageLines);
+  });
   ASSERT_TRUE(prompt) << programs.back().errors();
   EXPECT_TRUE(prompt->requiresDirectAccess);
   EXPECT_THAT(labelsOf(*prompt), Contains("Cancel"));

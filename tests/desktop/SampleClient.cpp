@@ -59,6 +59,12 @@ void SampleClient::close(std::uint32_t window) {
   settle();
 }
 
+void SampleClient::resize(std::uint32_t window, std::uint32_t width, std::uint32_t height) {
+  const std::array<std::uint32_t, 2> size{width, height};
+  xcb_configure_window(link, window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size.data());
+  settle();
+}
+
 void SampleClient::setText(std::uint32_t window, const std::string& property, const std::string& type,
                            const std::string& bytes) {
   xcb_change_property(link, XCB_PROP_MODE_REPLACE, window, atom(property), atom(type), 8,
@@ -87,6 +93,12 @@ std::uint32_t SampleClient::atom(const std::string& name) {
 }
 
 void SampleClient::minimise(std::uint32_t window) { sendToRoot(window, "WM_CHANGE_STATE", kIconicState, 0); }
+
+void SampleClient::move(std::uint32_t window, Point corner) {
+  const std::array values{static_cast<std::uint32_t>(corner.x), static_cast<std::uint32_t>(corner.y)};
+  xcb_configure_window(link, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values.data());
+  settle();
+}
 
 void SampleClient::moveToDesktop(std::uint32_t window, std::uint32_t desktop) {
   sendToRoot(window, "_NET_WM_DESKTOP", desktop, kSourcePager);

@@ -31,6 +31,8 @@ class SampleClient {
 
   std::uint32_t open(const SampleWindow& window = {});
   void close(std::uint32_t window);
+  // Not through the window manager, which manages none that is unmanaged.
+  void resize(std::uint32_t window, std::uint32_t width, std::uint32_t height);
 
   void setText(std::uint32_t window, const std::string& property, const std::string& type, const std::string& bytes);
   void setNumbers(std::uint32_t window, const std::string& property, const std::string& type,
@@ -42,6 +44,7 @@ class SampleClient {
 
   // What is asked of the window manager.
   void minimise(std::uint32_t window);
+  void move(std::uint32_t window, Point corner);
   void moveToDesktop(std::uint32_t window, std::uint32_t desktop);
   void switchToDesktop(std::uint32_t desktop);
   void activate(std::uint32_t window);

@@ -11,10 +11,10 @@
 #include <unistd.h>
 
 #include "desktop/PrivateDesktop.h"
+#include "platform/linux/processes/DesktopEntries.h"
 #include "platform/linux/system/DesktopOpener.h"
 #include "platform/linux/windows/LinuxWindowList.h"
 #include "platform/linux/windows/LinuxWorkspace.h"
-#include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/DesktopWatch.h"
 #include "platform/linux/x11/XcbWindows.h"
 #include "platform/qt/QtExecutors.h"
@@ -81,9 +81,9 @@ struct X11Binding {
   RecordingOpener opener;
   x11::XcbWindows windows{display};
   x11::DesktopWatch watch{display, windows, executors.mainThread()};
-  x11::ProcessTable processes;
-  x11::DesktopEntries entries{environment};
-  x11::RunningPrograms programs{processes, entries};
+  proc::ProcessTable processes;
+  proc::DesktopEntries entries{environment};
+  proc::RunningPrograms programs{processes, entries};
   desktop::LinuxWorkspace workspace{{windows, watch, accessible, processes, programs, opener}};
   desktop::LinuxWindowList windowList{windows, programs, watch, accessible, executors.mainThread()};
 };

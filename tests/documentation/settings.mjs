@@ -66,15 +66,16 @@ export const agentVariablesOf = (root) =>
   ]);
 
 // The agent's tunables: name in the environment to the name of the setting and the default, "on" or "off" for a
-// switch.
+// switch, "none" for a file.
 export function tunablesOf(root) {
   const source = readFileSync(join(root, "src/agent/configuration/Tunables.cpp"), "utf8");
   const tunables = new Map();
   for (const [row, setting] of source.matchAll(/\{\.name = "([a-z-]+)",[^}]*\{[^}]*\}\}/g)) {
-    const [, fallback] = row.match(/\.fallback = ([\d.]+)/);
+    const number = row.match(/\.fallback = ([\d.]+)/)?.[1];
     const isSwitch = row.includes("TunableKind::onOff");
-    for (const variable of matches(row, /"([A-Z_]+)"/g))
-      tunables.set(variable, { setting, fallback: isSwitch ? (fallback === "1" ? "on" : "off") : fallback });
+    const isFile = row.includes("TunableKind::file");
+    const fallback = isFile ? "none" : isSwitch ? (number === "1" ? "on" : "off") : number;
+    for (const variable of matches(row, /"([A-Z_]+)"/g)) tunables.set(variable, { setting, fallback });
   }
   return tunables;
 }

@@ -4,6 +4,8 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +13,9 @@
 
 #include "desktop/ClientList.h"
 #include "e2e/AgentOnDesktop.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "relay/RelayCommands.h"
+#include "relay/RelayCrypto.h"
 #include "support/MachineLoad.h"
 
 namespace quillard {
@@ -85,6 +90,28 @@ TEST_F(AgentEndToEnd, ARepeatedDecisionIsAnsweredAgainWithoutASecondPress) {
   ASSERT_TRUE(last);
   EXPECT_EQ(last->status, kAcceptedStatus) << last->error.value_or("");
   EXPECT_EQ(dialog.wait(), kFirstButton);
+}
+
+TEST_F(AgentEndToEnd, ARelayThatForgesAndAltersDecisionsGetsNothingPressed) {
+  startAgent();
+  auto dialog = desktop.launch("gtk3_prompt", prompt("Kept", {"No", "Yes"}));
+  const auto approval = onPhone("Kept");
+  platform::simulated::SimulatedRandom random{platform::simulated::Seed{44}};
+  const Json wanted = toJson(ApprovalRequestCommand{.approvalID = approval.id, .buttonLabel = "Yes"});
+  const Secret ownSecret{std::string_view{"of-the-relay"}};
+  relay.deliver({"forged", std::get<EncryptedRelayPayload>(RelayCrypto::seal(wanted, ownSecret, random))});
+  auto altered = relay.seal(approval.id, "Yes");
+  auto& box = altered.box.ciphertext;
+  std::swap(box.at(box.size() / 2), box.at(box.size() / 2 + 1));
+  relay.deliver(altered);
+  relay.deliver({"empty", {}});
+  relay.deliver(relay.seal(approval.id, "Yes", 61s));  // Held back for longer than a minute.
+  relay.setPhones(8);                                  // Invented.
+  const auto last = relay.waitForResult(relay.decide(approval.id, "No"));
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->status, kAcceptedStatus) << last->error.value_or("");
+  EXPECT_EQ(dialog.wait(), kFirstButton) << "The button of the phone's own decision, and no other.";
+  EXPECT_EQ(relay.resultCount("forged") + relay.resultCount("empty"), 0U);
 }
 
 TEST_F(AgentEndToEnd, AMutedPromptComesBackWhenItIsWantedAgain) {

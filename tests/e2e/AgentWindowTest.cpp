@@ -29,11 +29,11 @@ using test::waitFor;
 constexpr std::uint32_t kPanelRole = 39;
 constexpr std::uint32_t kMenuItemRole = 35;
 
-const std::string kPairing = "iPhone Pairing";
-const std::string kInstallation = "Applications Folder";
+const std::string kPairing = "Phone Pairing";
+const std::string kInstallation = "Installation";
 const std::string kAccessibility = "Accessibility";
 const std::string kLogin = "Open at Login";
-const std::string kAlerts = "iPhone Alerts";
+const std::string kAlerts = "Phone Alerts";
 const std::string kPrograms = "Programs";
 
 class AgentWindow : public testing::Test {
@@ -123,19 +123,19 @@ TEST_F(AgentWindow, PausesAndResumesThePhonesAlerts) {
   EXPECT_TRUE(shows(kAlerts, "Alerts will resume automatically."));
   press(kAlerts, "Resume");
   EXPECT_TRUE(listHas(1));
-  EXPECT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
+  EXPECT_TRUE(shows(kAlerts, "Pause while you answer prompts here."));
   EXPECT_TRUE(dialog.isRunning());
 }
 
 TEST_F(AgentWindow, OffersLongerPausesInAMenu) {
   startAgent();
-  ASSERT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
+  ASSERT_TRUE(shows(kAlerts, "Pause while you answer prompts here."));
   press(kAlerts, "Options…");
-  choose("Pause Forever");
+  choose("Pause until Resumed");
   EXPECT_TRUE(shows(kAlerts, "Paused until you resume."));
   press(kAlerts, "Options…");
   choose("Resume Now");
-  EXPECT_TRUE(shows(kAlerts, "Pause while handling prompts locally."));
+  EXPECT_TRUE(shows(kAlerts, "Pause while you answer prompts here."));
 }
 
 TEST_F(AgentWindow, OpensTheFolderForApplications) {
@@ -159,9 +159,9 @@ TEST_F(AgentWindow, SwitchesTheStartAtLoginOnAgainAndShowsWhereItIsKept) {
 
 TEST_F(AgentWindow, UnpairsThePhoneAndComesBackUnderANewIdentity) {
   startAgent();
-  ASSERT_TRUE(shows(kPairing, "iPhone paired"));
+  ASSERT_TRUE(shows(kPairing, "Phone paired"));
   const auto before = std::string(installed.endToEndSecret().text());
-  press(kPairing, "Unpair iPhone");
+  press(kPairing, "Unpair Phone");
   EXPECT_TRUE(waitFor([&] { return relay.connections() == 2; })) << printed();
   EXPECT_TRUE(waitFor([&] { return installed.endToEndSecret().text() != before; }));
 }
@@ -199,15 +199,15 @@ class AgentWindowWithoutAccessibility : public AgentWindow {
 TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromThePairingCard) {
   startAgent();
   ASSERT_TRUE(shows(kPairing, "Accessibility required"));
-  press(kPairing, "Allow Accessibility…");
-  EXPECT_TRUE(shows(kAccessibility, "Allowed")) << printed();
+  press(kPairing, "Switch On Accessibility…");
+  EXPECT_TRUE(shows(kAccessibility, "On")) << printed();
 }
 
 TEST_F(AgentWindowWithoutAccessibility, SwitchesAccessibilityOnFromItsRow) {
   startAgent();
   ASSERT_TRUE(shows(kAccessibility, "Required"));
   press(kAccessibility, "Open Settings");
-  EXPECT_TRUE(shows(kAccessibility, "Allowed")) << printed();
+  EXPECT_TRUE(shows(kAccessibility, "On")) << printed();
 }
 
 }  // namespace

@@ -88,6 +88,7 @@ struct DesktopQuestion {
   std::string line;                  // Of the prompt.
   std::string label;                 // Of the button to press.
   bool takesPresses = true;
+  std::vector<std::string> before{};  // Run before the agent starts. Empty: nothing.
 };
 
 void PrintTo(const DesktopQuestion& question, std::ostream* out) { *out << question.name; }
@@ -112,9 +113,10 @@ std::vector<std::string> questionForTheCamera(const std::string& service) {
           "{'deny_label': <\"Don't Allow\">, 'grant_label': <'Allow'>}"};
 }
 
-const std::vector<std::string> kNotification{"notify-send", "-u",           "critical",         "-A",
-                                             "allow=Allow", "-A",           "deny=Don't Allow", "--wait",
-                                             "Permission",  "May it go on?"};
+// Stays until it is answered, also where others go after some seconds.
+const std::vector<std::string> kNotification{"notify-send",      "-t",     "0",           "-u",
+                                             "critical",         "-A",     "allow=Allow", "-A",
+                                             "deny=Don't Allow", "--wait", "Permission",  "May it go on?"};
 
 std::vector<DesktopQuestion> desktopQuestions() {
   const std::string portalOfPlasma = "org.freedesktop.impl.portal.desktop.kde";
@@ -145,14 +147,20 @@ std::vector<DesktopQuestion> desktopQuestions() {
        kNotification,
        "May it go on?",
        "Don't Allow"},
-      // All bubbles are one window there, so that the prompt is another one while the agent's own note is up.
       {"LxqtNotification",
        DesktopKind::openbox,
        {{"lxqt-notificationd", notifications}},
        kNotification,
        "May it go on?",
-       "Don't Allow",
-       false},
+       "Don't Allow"},
+      // All of them are one window there, which is no new one then.
+      {.name = "LxqtNotificationBesideAnother",
+       .kind = DesktopKind::openbox,
+       .services = {{"lxqt-notificationd", notifications}},
+       .command = kNotification,
+       .line = "May it go on?",
+       .label = "Don't Allow",
+       .before = {"notify-send", "-u", "critical", "A note", "It asks nothing."}},
       {"MateNotification",
        DesktopKind::marco,
        {{"mate-notification-daemon/mate-notification-daemon", notifications}},
@@ -197,9 +205,13 @@ TEST_P(DesktopQuestionEndToEnd, IsOnThePhoneSoonAndAnswered) {
   QUILLARD_SKIP_WITHOUT(question.kind);
   startServices();
   if (IsSkipped() || HasFatalFailure()) return;
+  const auto run = [&](const std::vector<std::string>& command) {
+    return desktop.launch(command.front(), {command.begin() + 1, command.end()});
+  };
+  if (!question.before.empty()) EXPECT_EQ(run(question.before).wait(), 0);
   startAgent();
   EXPECT_EQ(desktop.launch("sleep", {"6"}).wait(), 0);  // All that the start set off is over.
-  auto program = desktop.launch(question.command.front(), {question.command.begin() + 1, question.command.end()});
+  auto program = run(question.command);
   const auto begin = steady_clock::now();
   const auto approval = questionOnPhone();
   const auto duration = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin);

@@ -253,8 +253,8 @@ class HostileSession : public HostileDesktop {
   HostileSession() : HostileDesktop({.hasNotifications = true}) {}
 };
 
-// The agent asks every two seconds, and before a scan, and waits for a second: at least two of those questions bring no
-// answer.
+// What asks goes on asking while no answer comes, and waits for a second each time: at least two of those questions
+// bring no answer.
 constexpr int kUnanswered = 5;
 
 TEST_F(HostileSession, TheListStaysWhileTheAccessibilityLauncherIsSilent) {
@@ -341,6 +341,9 @@ TEST_F(HostileDesktop, AnAgentThatTheRelayDoesNotKnowAnyMoreRegistersAgain) {
   EXPECT_EQ(dialog.wait(), kFirstButton + 1);
 }
 
+// In which an agent that does not know better comes back twice.
+constexpr std::chrono::seconds kTwoReturns{9};
+
 TEST_F(HostileDesktop, AnAgentThatTheRelayCallsRevokedKeepsItsIdentityAndLeavesTheRelayInPeace) {
   startAgent();
   const auto secret = std::string(installed.endToEndSecret().text());
@@ -348,9 +351,7 @@ TEST_F(HostileDesktop, AnAgentThatTheRelayCallsRevokedKeepsItsIdentityAndLeavesT
   relay.answerRegistrations(410);
   relay.dropAgent();
   ASSERT_TRUE(waitFor([&] { return relay.refusals() == 1; }));
-  BusMonitor polls(desktop.sessionBusAddress(), "destination='org.a11y.Bus'");
-  EXPECT_TRUE(polls.waitForMore(5)) << "Eight seconds and more, in which it would have come back twice.";
-  EXPECT_LE(relay.refusals() + relay.registrations(), 3);
+  EXPECT_FALSE(waitFor([&] { return relay.refusals() + relay.registrations() > 3; }, kTwoReturns)) << printed();
   EXPECT_EQ(installed.endToEndSecret().text(), secret);
 }
 

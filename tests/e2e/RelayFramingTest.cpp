@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "e2e/RelayServerFixture.h"
@@ -60,6 +61,8 @@ TEST_F(RelayFraming, TakesTheHandshakeOfTheStandardOnly) {
   const auto reply = answer(good + token + upgrade + connection + key + version);
   EXPECT_EQ(reply.status, 101);
   EXPECT_EQ(reply.headers.at("sec-websocket-accept"), "s3pPLMBiTxaQ9kYGzzhZRbK+xOo=");
+  EXPECT_EQ(reply.headers.at("upgrade"), "websocket");
+  EXPECT_THAT(reply.headers.at("connection"), testing::StrCaseEq("upgrade"));
   EXPECT_EQ(reply.headers.count("sec-websocket-extensions"), 0U);
   EXPECT_EQ(reply.headers.count("sec-websocket-protocol"), 0U);
   const auto compressed =
@@ -82,6 +85,9 @@ TEST_F(RelayFraming, TakesTheHandshakeOfTheStandardOnly) {
       {good + token + upgrade + connection + key, 426},
       {good + token + upgrade + connection + key + "Sec-WebSocket-Version: 12\r\n", 426},
       {good + token + upgrade + connection + key + "Sec-WebSocket-Version: 13, 8\r\n", 426},
+      {good + token + upgrade + connection + key + version + version, 426},
+      {good + "Host: other\r\n" + token + upgrade + connection + key + version, 400},
+      {good + token + upgrade + connection + key + "Sec-WebSocket-Version: +13\r\n", 426},
       {"POST /ws?" + agentQuery() + " HTTP/1.1\r\nHost: relay\r\n" + token + upgrade + connection + key + version, 405},
       {"GET /ws?" + agentQuery() + " HTTP/1.0\r\nHost: relay\r\n" + token + upgrade + connection + key + version, 426},
       {"GET /ws?" + agentQuery() + " HTTP/1.1\r\n" + token + upgrade + connection + key + version, 400},
@@ -102,9 +108,14 @@ TEST_F(RelayFraming, ClosesWhatBreaksTheProtocol) {
   start();
   const std::vector<Breach> table{
       {"a frame that is not masked", std::string("\x81\x01x", 3), 1002},
+      {"a ping that is not masked", std::string("\x89\x00", 2), 1002},
+      {"a close message that is not masked", std::string("\x88\x00", 2), 1002},
+      {"a continuation that is not masked", frame(kText, "{") + std::string("\x80\x01}", 3), 1002},
       {"reserved bit 1", frame(kFin | 0x40 | kText, "{}"), 1002},
       {"reserved bit 2", frame(kFin | 0x20 | kText, "{}"), 1002},
       {"reserved bit 3", frame(kFin | 0x10 | kText, "{}"), 1002},
+      {"a reserved bit on a ping", frame(kFin | 0x40 | kPing, ""), 1002},
+      {"a reserved bit on a continuation", frame(kText, "{") + frame(kFin | 0x40, "}"), 1002},
       {"opcode 3", frame(kFin | 0x3, ""), 1002},
       {"opcode 7", frame(kFin | 0x7, ""), 1002},
       {"opcode 11", frame(kFin | 0xB, ""), 1002},
@@ -113,14 +124,21 @@ TEST_F(RelayFraming, ClosesWhatBreaksTheProtocol) {
       {"a close message in pieces", frame(kClose, "\x03\xE8"), 1002},
       {"a ping of 126 bytes", frame(kFin | kPing, std::string(126, 'x')), 1002},
       {"a pong of 126 bytes", frame(kFin | kPong, std::string(126, 'x')), 1002},
+      {"a close message of 126 bytes", frame(kFin | kClose, "\x03\xE8" + std::string(124, 'x')), 1002},
+      {"a pong in pieces", frame(kPong, "x"), 1002},
+      {"a continuation of what has ended", frame(kFin | kText, request("d0").dump()) + frame(kFin, "x"), 1002},
       {"a continuation of nothing", frame(kFin, "x"), 1002},
       {"a text within a text", frame(kText, "{") + frame(kFin | kText, "}"), 1002},
       {"a length in three bytes that one would hold", "\x81\xFE" + bytesOf(2, 2) + std::string(kMask) + masked("{}"),
        1002},
       {"a length in nine bytes that three would hold",
        "\x81\xFF" + bytesOf(200, 8) + std::string(kMask) + masked(std::string(200, ' ')), 1002},
+      {"a length whose highest bit is set", "\x81\xFF\x80" + bytesOf(2, 7) + std::string(kMask), 1009},
+      {"a length in nine bytes on a ping", "\x89\xFF" + bytesOf(1, 8) + std::string(kMask) + masked("x"), 1002},
       {"text that is no UTF-8", frame(kFin | kText, "\"\xC3(\""), 1007},
       {"text that ends within a character", frame(kFin | kText, "\"\xC3"), 1007},
+      {"an overlong character", frame(kFin | kText, "\"\xC0\xAF\""), 1007},
+      {"a character beyond all", frame(kFin | kText, "\"\xF4\x90\x80\x80\""), 1007},
       {"a surrogate in UTF-8", frame(kFin | kText, "\"\xED\xA0\x80\""), 1007},
       {"text in pieces that is no UTF-8", frame(kText, "\"\xC3") + frame(kFin, "(\""), 1007},
       {"a close message of one byte", frame(kFin | kClose, "\x03"), 1002},
@@ -130,6 +148,7 @@ TEST_F(RelayFraming, ClosesWhatBreaksTheProtocol) {
       {"close code 1005", closeFrame(1005), 1002},
       {"close code 1006", closeFrame(1006), 1002},
       {"close code 1015", closeFrame(1015), 1002},
+      {"close code 1016", closeFrame(1016), 1002},
       {"close code 2999", closeFrame(2999), 1002},
       {"a reason that is no UTF-8", closeFrame(1000, "\xFF"), 1002},
   };
@@ -160,8 +179,9 @@ TEST_F(RelayFraming, TakesNothingAfterACloseMessage) {
   start();
   const auto agent = join(agentQuery());
   const auto phone = join(phoneQuery("A"));
-  phone->write(closeFrame(1000) + frame(kFin | kText, request("late").dump()));
+  phone->write(closeFrame(1000) + frame(kFin | kText, request("late").dump()) + frame(kFin | kPing, "late"));
   EXPECT_EQ(phone->readClose(), 1000);
+  EXPECT_FALSE(phone->readFrame());
   const auto next = join(phoneQuery("B"));
   next->say(request("next"));
   EXPECT_EQ(agent->read("approval.request")["decisionID"], "next");
@@ -202,6 +222,30 @@ TEST_F(RelayFraming, SendsFramesThatAreWholeAndNotMasked) {
   ASSERT_EQ(head.size(), 2U);
   EXPECT_EQ(static_cast<unsigned char>(head[0]), kFin | kText);
   EXPECT_LT(static_cast<unsigned char>(head[1]), 0x80);
+}
+
+// Whatever their length: it stands in as few bytes as it fits into.
+TEST_F(RelayFraming, SendsLengthsInAsFewBytesAsCanBe) {
+  start();
+  const auto agent = join(agentQuery());
+  const auto watching = join(phoneQuery("B"));
+  for (const std::size_t size : {std::size_t{1000}, std::size_t{70'000}}) {
+    auto message = relayserver::snapshot("s" + std::to_string(size));
+    message["encryptedApprovals"]["ciphertext"] = std::string(size / 4 * 4, 'A');
+    ASSERT_TRUE(agent->say(message));
+    (void)watching->read("mac.snapshot");
+    const auto phone = wire();
+    ASSERT_EQ(phone->upgrade(phoneQuery("A"), kBearer).status, 101);
+    ASSERT_TRUE(phone->readFrame());  // mac.status
+    const auto head = phone->readRaw(10);
+    ASSERT_EQ(head.size(), 10U);
+    const auto byte = [&](std::size_t at) { return static_cast<std::uint64_t>(static_cast<unsigned char>(head[at])); };
+    EXPECT_EQ(byte(0), static_cast<std::uint64_t>(kFin | kText));
+    EXPECT_EQ(byte(1), size < 0x10000 ? 126U : 127U);
+    std::uint64_t length = 0;
+    for (std::size_t i = 2; i < (size < 0x10000 ? 4U : 10U); ++i) length = length << 8U | byte(i);
+    EXPECT_GT(length, size);
+  }
 }
 
 }  // namespace

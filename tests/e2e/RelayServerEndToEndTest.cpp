@@ -1,8 +1,14 @@
+#include <fstream>
 #include <memory>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "agent/configuration/ConfiguredTransports.h"
+#include "agent/configuration/Tunables.h"
+#include "contract/support/TestAuthority.h"
 #include "contract/support/TransportClients.h"
 #include "e2e/RelayProgram.h"
 #include "e2e/RelayWire.h"
@@ -12,11 +18,14 @@
 #include "platform/qt/QtWebSockets.h"
 #include "platform/qt/SystemClock.h"
 #include "platform/simulated/SimulatedConsole.h"
+#include "platform/simulated/SimulatedEnvironment.h"
 #include "platform/simulated/SimulatedRandom.h"
+#include "platform/simulated/SimulatedUserDefaults.h"
 #include "relay/RelayClient.h"
 #include "relay/RelayCrypto.h"
 #include "relay/RelayTokenRegistration.h"
 #include "support/SampleApprovals.h"
+#include "support/TemporaryFolder.h"
 
 // The agent's side of the relay against the real relay: both halves of one protocol, made apart.
 namespace quillard {
@@ -153,6 +162,93 @@ TEST_F(RelayServerEndToEnd, EndsThePairingWhenTheAgentUnpairs) {
   ASSERT_TRUE(outcome);
   EXPECT_EQ(description(*outcome), "This pairing was revoked.");
   agent->disconnect();
+}
+
+// A relay whose certificate is of an authority that the system does not know.
+class RelayOfAPrivateAuthority : public testing::Test {
+ protected:
+  RelayOfAPrivateAuthority() {
+    const auto identity = authority.issue({.names = "DNS:localhost"});
+    write("certificate", identity.certificate);
+    write("key", identity.key);
+    write("authority", authority.certificate());
+    write("other", test::TestAuthority().certificate());
+    relay = std::make_unique<RelayProgram>(
+        std::vector<std::string>{"--tls-certificate", file("certificate"), "--tls-key", file("key")});
+  }
+  // By its name, which the certificate gives.
+  [[nodiscard]] std::string url() const { return "wss://localhost:" + std::to_string(relay->port()) + "/ws"; }
+  [[nodiscard]] std::string file(const std::string& name) const { return folder.path() + "/" + name; }
+  void write(const std::string& name, const std::string& content) const { std::ofstream(file(name)) << content; }
+  void trust(const std::string& path) {
+    ASSERT_TRUE(AgentConfiguration::setTunable(*AgentConfiguration::findTunable("relay-authority"), path, settings));
+  }
+
+  // Why the relay was not told of the token. Empty: it has it.
+  std::string registration() {
+    Awaited<RelayRegistrationOutcome> outcome;
+    const RelayLaunchConfiguration configuration{.relayURL = url(), .pairingID = kPairing};
+    const auto session = transports.makeEphemeralSession(*queue);
+    test::onExecutor(*queue, [&] {
+      registerRelayAuthToken(configuration, Secret{std::string_view{kToken}}, *session, *queue,
+                             [&](RelayRegistrationOutcome got) { outcome.set(std::move(got)); });
+    });
+    const auto got = outcome.get();
+    if (!got) return "nothing came";
+    return *got ? description(**got) : "";
+  }
+  // Whether a connection opens, or else why not.
+  std::string connection() {
+    Awaited<std::string> ended;
+    const auto task = transports.makeTask(
+        *queue,
+        {.url = url() + "?pairing=" + kPairing + "&role=mac", .headers = {{"authorization", "Bearer " + kToken}}},
+        [&] { ended.set("open"); });
+    test::onExecutor(*queue, [&] {
+      task->start();
+      task->receive([&](const platform::WebSocketReceipt& receipt) {
+        const auto* const end = std::get_if<platform::WebSocketEnd>(&receipt);
+        if (end) ended.set(end->error.description);
+      });
+    });
+    const auto text = ended.get().value_or("nothing came");
+    test::onExecutor(*queue, [&] { task->cancel(platform::WebSocketCloseCode::normalClosure); });
+    return text;
+  }
+
+  const test::TestAuthority authority;
+  const test::TemporaryFolder folder;
+  std::unique_ptr<RelayProgram> relay;
+  qt::QtExecutors executors;
+  qt::QtNetworkThread network;
+  qt::QtWebSockets sockets{network};
+  qt::QtHttpSessions http{network};
+  platform::simulated::SimulatedEnvironment environment;
+  platform::simulated::SimulatedUserDefaults settings;
+  ConfiguredTransports transports{http, sockets, {environment, &settings}};
+  std::unique_ptr<platform::SerialExecutor> queue =
+      executors.makeSerialQueue("farrowlight.relay-client", platform::QualityOfService::standard);
+};
+
+TEST_F(RelayOfAPrivateAuthority, IsTrustedOnceTheSettingsNameThatAuthority) {
+  const std::string refused = "The server's certificate was refused: ";
+  EXPECT_EQ(registration().find(refused), 0U);
+  EXPECT_EQ(connection().find(refused), 0U);
+  trust(file("other"));
+  EXPECT_EQ(registration().find(refused), 0U);
+  trust(file("authority"));
+  EXPECT_EQ(registration(), "");
+  EXPECT_EQ(connection(), "open");
+}
+
+TEST_F(RelayOfAPrivateAuthority, IsNotAskedAnythingWhereTheFileCannotBeUsed) {
+  trust(file("gone"));
+  const std::string unreadable = "The file of authorities cannot be read: " + file("gone");
+  EXPECT_EQ(registration(), unreadable);
+  EXPECT_EQ(connection(), unreadable);
+  trust(file("key"));
+  EXPECT_EQ(registration(), "The file of authorities holds no certificate: " + file("key"));
+  EXPECT_EQ(relay->output().find(kPairing.substr(0, 8)), std::string::npos) << relay->output();
 }
 
 }  // namespace

@@ -71,12 +71,17 @@ TEST_F(RelayServerRequests, TakesHeadersOfSixteenKibibytesAndNoMore) {
 
 TEST_F(RelayServerRequests, RefusesWhatIsNoHttp) {
   start();
-  for (const char* bytes : {"nonsense\r\n\r\n", "GET / HTTP/1.1\r\nbad header\r\n\r\n", "GET / HTTP/9.9\r\n\r\n",
-                            "PUT / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
+  for (const char* bytes :
+       {"nonsense\r\n\r\n", "GET /healthz HTTP/1.1\r\n\r\n", "GET /healthz HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n",
+        "GET /healthz HTTP/1.0\r\nHost: a\r\nHost: b\r\n\r\n", "GET / HTTP/1.1\r\nbad header\r\n\r\n",
+        "GET / HTTP/9.9\r\n\r\n", "PUT / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
     const auto client = wire();
     client->write(bytes);
     EXPECT_EQ(client->readReply().status, 400) << bytes;
   }
+  const auto older = wire();
+  older->write("GET /healthz HTTP/1.0\r\n\r\n");
+  EXPECT_EQ(older->readReply().status, 200);
 }
 
 TEST_F(RelayServerRequests, RefusesWebSocketsBeforeTheUpgrade) {

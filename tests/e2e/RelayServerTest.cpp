@@ -1,11 +1,18 @@
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <optional>
+#include <set>
+#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "e2e/RelayServerFixture.h"
+#include "support/TemporaryFolder.h"
 
 // What passes through connections of the real relay, and each code with which it closes them.
 namespace quillard::test {
@@ -127,6 +134,40 @@ TEST_F(RelayServer, DropsAPhoneThatDoesNotReadAndServesTheOthers) {
   EXPECT_EQ(relay->output().find("Agent closed"), std::string::npos);
 }
 
+TEST_F(RelayServer, SaysDeliveredOnlyOfWhatAConnectionOfTheComputerTook) {
+  start({"--phone-message-burst", "1000", "--pairing-mebibyte-burst", "1000"});
+  constexpr int kSmallBuffer = 4096;
+  RelayWire stuck(relay->port(), {}, kSmallBuffer);
+  ASSERT_EQ(stuck.upgrade(agentQuery(), kBearer).status, 101);
+  const auto phone = join(phoneQuery("A"));
+  // More than the system's buffers take, so that some of it waits in the relay.
+  constexpr int kDecisions = 6;
+  for (int i = 0; i < kDecisions; ++i) {
+    auto message = request("d" + std::to_string(i));
+    message["encryptedRequest"]["ciphertext"] = std::string(1000 * 1024, 'A');
+    phone->say(message);
+  }
+  const auto agent = join(agentQuery());
+  phone->say(request("last"));
+  std::set<std::string> arrived;
+  const auto note = [&arrived](const Json& message) { arrived.insert(message["decisionID"].get<std::string>()); };
+  for (auto frame = stuck.readFrame(); frame && frame->opcode == Opcode::text; frame = stuck.readFrame()) {
+    if (const auto message = Json::parse(frame->payload); message["type"] == "approval.request") note(message);
+  }
+  for (auto message = agent->read("approval.request"); !message.is_null(); message = agent->read("approval.request")) {
+    note(message);
+    if (message["decisionID"] == "last") break;
+  }
+  std::set<std::string> receipts;
+  while (receipts.size() < kDecisions + 1) {
+    const auto receipt = phone->read("relay.receipt");
+    ASSERT_FALSE(receipt.is_null()) << receipts.size() << " receipts came.";
+    receipts.insert(receipt["decisionID"].get<std::string>());
+    if (receipt["delivered"] == true) EXPECT_TRUE(arrived.contains(receipt["decisionID"])) << receipt;
+  }
+  EXPECT_TRUE(arrived.contains("last"));
+}
+
 TEST_F(RelayServer, RevokesAPairingForGood) {
   start();
   const auto agent = join(agentQuery());
@@ -141,17 +182,15 @@ TEST_F(RelayServer, RevokesAPairingForGood) {
   EXPECT_EQ(registerToken(), 410);
 }
 
-TEST_F(RelayServer, RemovesOnePhone) {
+TEST_F(RelayServer, ClosesTheOnePhoneThatAnAgentNames) {
   start();
   const auto agent = join(agentQuery());
   const auto phone = join(phoneQuery("A"));
+  const auto other = join(phoneQuery("B"));
   agent->say(unpair("A"));
   EXPECT_EQ(phone->readClose(), 4003);
-  EXPECT_EQ(connect(phoneQuery("A")), 403);
-  relay->killAndRestart();
-  EXPECT_EQ(connect(phoneQuery("A")), 403);
-  EXPECT_EQ(wire()->ask("GET", "/api/pairings/" + kName + "?deviceID=A", kBearer).status, 403);
-  EXPECT_EQ(connect(phoneQuery("B")), 101);
+  other->say(request("d1"));
+  EXPECT_EQ(other->read("relay.receipt")["delivered"], true);
 }
 
 TEST_F(RelayServer, KeepsRegistrationsWhenItIsKilled) {
@@ -224,6 +263,52 @@ TEST_F(RelayServer, IsNotReadyWhileTheDiskIsFull) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_EQ(wire()->ask("GET", "/readyz").status, 200);
   EXPECT_EQ(registerToken(kToken, "another"), 204);
+}
+
+// The relay as a service or a shell starts it, with limits of open files that it finds and has not chosen.
+class RelayFileLimit : public RelayServer {
+ protected:
+  // `limits`: commands of a shell.
+  void startUnder(const std::string& limits, const std::string& connections) {
+    const std::string script = folder.path() + "/relay";
+    // What lets root go beyond any limit is taken from it.
+    const std::string asAnyone = ::geteuid() == 0 ? "setpriv --bounding-set -sys_resource " : "";
+    std::ofstream(script) << "#!/bin/sh\n" << limits << "\nexec " << asAnyone << "'" << relayProgram() << "' \"$@\"\n";
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    ASSERT_EQ(::setenv("QUILLARD_RELAY_PROGRAM", script.c_str(), 1), 0);
+    start({"--connections", connections});
+  }
+  ~RelayFileLimit() override {
+    if (programBefore) {
+      ::setenv("QUILLARD_RELAY_PROGRAM", programBefore->c_str(), 1);
+    } else {
+      ::unsetenv("QUILLARD_RELAY_PROGRAM");
+    }
+  }
+  [[nodiscard]] rlim_t limitOfRelay() const {
+    rlimit files{};
+    EXPECT_EQ(::prlimit(relay->processID(), RLIMIT_NOFILE, nullptr, &files), 0);
+    return files.rlim_cur;
+  }
+
+  const TemporaryFolder folder;
+  const std::optional<std::string> programBefore = [] {
+    const char* const before = std::getenv("QUILLARD_RELAY_PROGRAM");
+    return before ? std::optional<std::string>(before) : std::nullopt;
+  }();
+};
+
+TEST_F(RelayFileLimit, IsRaisedToWhatTheConnectionsNeed) {
+  startUnder("ulimit -Sn 200", "500");
+  EXPECT_GT(limitOfRelay(), 500U);
+  EXPECT_EQ(relay->output().find("The limit of open files"), std::string::npos) << relay->output();
+}
+
+TEST_F(RelayFileLimit, IsSaidWhereItMayNotBeRaisedSoFar) {
+  startUnder("ulimit -Sn 200; ulimit -Hn 300", "500");
+  EXPECT_EQ(limitOfRelay(), 300U);
+  EXPECT_NE(relay->output().find("instead of 500."), std::string::npos) << relay->output();
+  EXPECT_EQ(join(agentQuery())->read("phone.status")["phoneCount"], 0);
 }
 
 TEST_F(RelayServer, ServesOnWhileItDrains) {

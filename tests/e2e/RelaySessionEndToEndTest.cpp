@@ -127,7 +127,8 @@ TEST_F(RelaySessionEndToEnd, ALostPhoneIsCutOffWhileItsPageIsClosed) {
   ASSERT_TRUE(waitUntil([this] { return !session->status().phoneConnected; }));
   session->unpairPhoneFromStatusWindow();
   ASSERT_TRUE(waitUntil([&] { return identity().pairingID != lost.pairingID && session->status().relayConnected; }));
-  EXPECT_EQ(connectPhone(lost), 410);
+  // What the computer said on its old connection may reach the relay's hands after its new one, and after the phone.
+  ASSERT_TRUE(waitUntil([&] { return connectPhone(lost) == 410; }));
 }
 
 TEST_F(RelaySessionEndToEnd, KeepsItsIdentityWhenTheRelayRevokesItAndPairsAnewWhenAsked) {

@@ -27,6 +27,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (const auto* error = std::get_if<JsonError>(&message)) require(!error->message.empty(), "A refusal says why.");
   if (const auto* request = std::get_if<ApprovalRequestRelayMessage>(&message)) checkRounds(*request);
   if (const auto* status = std::get_if<PhoneStatusRelayMessage>(&message)) checkRounds(*status);
+  if (const auto* phones = std::get_if<PushSubscriptionsRelayMessage>(&message)) {
+    require(phones->subscriptions.size() <= kMostSubscriptions, "A pairing has so many phones at most.");
+  }
+  if (const auto* result = std::get_if<PushResultRelayMessage>(&message)) {
+    require(!result->pushID.empty() && !result->deviceID.empty(), "A result names its push.");
+  }
   if (const auto* suppression = std::get_if<ApprovalSuppressionRelayMessage>(&message)) checkRounds(*suppression);
   return 0;
 }

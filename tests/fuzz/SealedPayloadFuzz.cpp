@@ -3,6 +3,7 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "fuzz/FuzzTarget.h"
+#include "relay/PushMessages.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayCrypto.h"
 #include "relay/SnapshotRecords.h"
@@ -40,6 +41,16 @@ void checkCommand(std::string_view text) {
           "What was written reads as the same.");
 }
 
+// What a phone says of its subscription ends as keys of the right form, or not at all.
+void checkSubscription(std::string_view text) {
+  const auto read = readSubscription(text);
+  const auto* command = std::get_if<SubscriptionCommand>(&read);
+  if (command == nullptr) return;
+  require(command->keys.p256dh[0] == 4, "Only uncompressed points are taken.");
+  require(command->page.find('#') == std::string::npos, "A page has no fragment.");
+  require(!command->deviceID.empty(), "A phone has a name.");
+}
+
 // The marks of a list are no part of its records: a reader that knows none of them reads the same list.
 void checkMarks(std::string_view text) {
   const auto marks = readSnapshotMarks(text);
@@ -65,6 +76,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   checkCommand<ApprovalSuppressionCommand>(text);
   checkCommand<ApprovalResultCommand>(text);
   checkCommand<ClockCommand>(text);
+  checkSubscription(text);
   checkMarks(text);
   return 0;
 }

@@ -11,7 +11,8 @@ set(check ${CMAKE_CURRENT_SOURCE_DIR}/check-sources.sh)
 # Named after its compiler: a folder keeps the one that it was made for.
 set(build ${CMAKE_CURRENT_BINARY_DIR}/sources-clang-19)
 add_test(NAME MacSources.AreFound
-  COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_SOURCE_DIR}/sources -B ${build} -G Ninja "-DQT_FOLDERS=${folders}")
+  COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_SOURCE_DIR}/sources -B ${build} -G Ninja "-DQT_FOLDERS=${folders}"
+    -DCOMPILED_ALONE=${PROJECT_BINARY_DIR}/compiled-alone.txt)
 set_tests_properties(MacSources.AreFound PROPERTIES FIXTURES_SETUP mac_sources LABELS macos)
 add_test(NAME MacSources.AreOfTheRightTypes COMMAND ${CMAKE_COMMAND} --build ${build} --target types -- -k 0)
 add_test(NAME MacSources.LoseNoObjects COMMAND ${CMAKE_COMMAND} --build ${build} --target leaks -- -k 0)

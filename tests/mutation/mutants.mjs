@@ -4,6 +4,8 @@ const agent = { tests: [{ folder: "src/agent", program: "agent_test" }] };
 const click = { tests: [{ folder: "src/click", program: "click_test" }] };
 const store = { tests: [{ folder: "src/approvals", program: "approvals_test" }] };
 const relay = { tests: [{ folder: "src/relay", program: "relay_test" }] };
+// `asking`: programs ask in the simulation, too.
+const questions = { tests: [{ folder: "src/questions", program: "questions_test" }], asking: true };
 const detection = { tests: [{ folder: "src/detection", program: "detection_test" }] };
 
 export const mutants = [
@@ -18,7 +20,8 @@ export const mutants = [
   { name: "direct access is not looked at", file: "src/agent/DecisionRules.cpp", from: "return requiresDirectAccessFor(approval, buttonLabel);", to: "return approval.requiresDirectAccess && buttonLabel.empty();", ...agent },
   { name: "every outcome is accepted", file: "src/agent/DecisionRules.cpp", from: "if (error) return result(command, kFailedStatus, std::string(localizedDescription(*error)));", to: "", ...agent },
   { name: "an answered prompt stays", file: "src/agent/DecisionRunner.cpp", from: "if (!error) events.onAnswered(envelope.command.approvalID);", to: "", ...agent },
-  { name: "the other pairing's decisions are kept", file: "src/agent/DecisionRunner.cpp", from: "  decisions.forget();\n  press->stop();", to: "  press->stop();", ...agent },
+  { name: "the other pairing's decisions are kept", file: "src/agent/DecisionRunner.cpp", from: "  decisions.forget();\n  press->takeBack();", to: "  press->takeBack();", ...agent },
+  { name: "what nobody could read is not there", file: "src/agent/DesktopApprovalPress.cpp", from: "  if (resolution.outcome == Outcome::unknown) return ClickError::promptNotReadable;\n", to: "", ...agent },
 
   // ---- The click.
   { name: "the label of the button is not compared", file: "src/click/ApprovedButton.cpp", from: "return now == label() || (LiveText::isSameLabel(label(), now) && isOnlyOneThatCounts(candidate));", to: "return !now.empty();", ...click },
@@ -54,6 +57,18 @@ export const mutants = [
   { name: "the tag of a box is not checked", file: "src/relay/SealedBox.cpp", from: "return written == length && EVP_DecryptFinal_ex(context, out + written, &rest) == 1 && rest == 0;", to: "(void)rest;\n  return written == length;", ...relay },
   { name: "a list that is too long sheds the oldest", file: "src/relay/SnapshotTrimming.cpp", from: "return lengths[one] < lengths[other]; });", to: "return one < lengths.size() && one > other; });", ...relay },
   { name: "a list that is too long does not say so", file: "src/relay/SnapshotTrimming.cpp", from: "trimmed.leftOut = approvals.size() - trimmed.approvals.size();", to: "trimmed.leftOut = 0;", ...relay },
+
+  // ---- The questions of programs.
+  { name: "a question outlives its program", file: "src/questions/Questions.cpp", from: "if (place != questions.end()) remove(place, /*wasTaken=*/false);", to: "(void)place;", ...questions },
+  { name: "a question can be answered twice", file: "src/questions/Questions.cpp", from: "place->onTaken || !place->request.hasButton(label)", to: "!place->request.hasButton(label)", ...questions },
+  { name: "a loop floods the phone", file: "src/questions/Questions.cpp", from: "if (isTooMany(program)) return QuestionEnd::tooMany;", to: "(void)isTooMany(program);", ...questions },
+  { name: "nobody answers too early", file: "src/questions/Questions.cpp", from: "dependencies.mainThread.postAfter(request.timeout, [this, id]", to: "dependencies.mainThread.postAfter(request.timeout / 3, [this, id]", ...questions },
+  { name: "a phone grants what only the computer may", file: "src/questions/Questions.cpp", from: "approval.requiresDirectAccess = request.needsComputer;", to: "approval.requiresDirectAccess = false;", ...questions },
+  { name: "a mute ends the questions of all programs", file: "src/questions/Questions.cpp", from: "if (place->kind == suppressionID && !place->onTaken)", to: "if (!suppressionID.text().empty() && !place->onTaken)", ...questions },
+  { name: "an answer counts that the agent does not confirm", file: "src/questions/QuestionAsker.cpp", from: "void QuestionAsker::notTaken(std::string message) {\n", to: "void QuestionAsker::notTaken(std::string message) {\n  if (isConfirming) return finish(*answer);\n", ...questions },
+  { name: "a question that was answered is asked again", file: "src/questions/QuestionAsker.cpp", from: "if (answer) return notTaken(\"The agent has gone before it confirmed the answer.\");", to: "answer.reset();\n  isConfirming = false;", ...questions },
+  { name: "what was taken is told as not taken", file: "src/questions/Questions.cpp", from: "remove(place, /*wasTaken=*/true);", to: "remove(place, /*wasTaken=*/false);", ...questions },
+  { name: "what ended stays on the list", file: "src/questions/Questions.cpp", from: "  dependencies.store.remove(id, Seconds::zero());\n", to: "", ...questions },
 
   // ---- The address rules.
   { name: "the token goes to any host in clear", file: "src/relay/RelayAddress.cpp", from: "(scheme == \"ws\" && isThisComputer(*components.host))", to: "scheme == \"ws\"", ...relay },

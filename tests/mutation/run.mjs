@@ -4,7 +4,7 @@
 //   node tests/mutation/run.mjs [--build FOLDER] [--simulation FOLDER] [--seeds FROM..TO] [--only WORD] [--jobs N]
 //
 // `--simulation`: the build folder of quillard-simulate, when it is another one, such as one that optimises.
-// `--tests no`: the simulation alone.
+// `--tests no`: the simulation alone; results.md stays as it is. `--only`: of results.md, these lines alone are made anew.
 //
 // The sources are put back after each mistake, also when the run is interrupted. Needs a clean work tree of src/.
 import { execFileSync, spawnSync } from "node:child_process";
@@ -64,10 +64,10 @@ function failedTest({ folder, program }) {
     : (tested.text.match(/\[  FAILED  \] ([^\s,]+)/)?.[1] ?? "a test that did not end");
 }
 
-function failedSimulation() {
+function failedSimulation({ asking }) {
   const built = run("ninja", ["-C", simulationBuild, `-j${jobs}`, "quillard_simulate"], 30);
   if (!built.isOk) throw new Error(`What does not compile shows nothing:\n${built.text.slice(-2000)}`);
-  const simulated = run(join(simulationBuild, "simulation/quillard-simulate"), ["--seeds", seeds], 20);
+  const simulated = run(join(simulationBuild, "simulation/quillard-simulate"), ["--seeds", seeds, ...(asking ? ["--asking"] : [])], 20);
   return simulated.isOk
     ? undefined
     : `the simulation (${simulated.text.match(/^Seed \d+/m)?.[0] ?? "it did not end"})`;
@@ -80,7 +80,7 @@ function catcher(mutant) {
     const failed = failedTest(test);
     if (failed !== undefined) return failed;
   }
-  return failedSimulation();
+  return failedSimulation(mutant);
 }
 
 const changed = execFileSync("git", ["status", "--porcelain", "src"], { cwd: project, encoding: "utf8" });
@@ -110,8 +110,19 @@ for (const mutant of chosen) {
 }
 const rate = `${caught} of ${chosen.length} mistakes were caught (${Math.round((100 * caught) / chosen.length)} %).`;
 console.log(rate);
-if (only === "" && withTests) {
-  const text = `# Mistakes that were made on purpose\n\n${rate} Made by \`node tests/mutation/run.mjs\`.\n\n| mistake | outcome |\n| --- | --- |\n${lines.join("\n")}\n`;
-  writeFileSync(join(folder, "results.md"), text);
+
+// What was run now takes the place of what was known of it before.
+function writeResults() {
+  const path = join(folder, "results.md");
+  const nameOf = (line) => line.match(/^\| (.+?) \| /)?.[1];
+  const known = new Map([...readFileSync(path, "utf8").split("\n"), ...lines].map((line) => [nameOf(line), line]));
+  const rows = mutants.map(({ name }) => known.get(name) ?? `| ${name} | **not run yet** |`);
+  const all = rows.filter((row) => row.includes("| caught by ")).length;
+  const sum = `${all} of ${rows.length} mistakes were caught (${Math.round((100 * all) / rows.length)} %).`;
+  writeFileSync(
+    path,
+    `# Mistakes that were made on purpose\n\n${sum} Made by \`node tests/mutation/run.mjs\`.\n\n| mistake | outcome |\n| --- | --- |\n${rows.join("\n")}\n`,
+  );
 }
+if (withTests) writeResults();
 process.exit(caught * 10 >= chosen.length * 9 ? 0 : 1);

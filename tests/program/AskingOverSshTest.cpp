@@ -1,14 +1,11 @@
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -20,6 +17,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
+#include "support/WaitUntil.h"
 
 // Asking over a real ssh: a server of the test's own at this computer, with keys of its own.
 namespace quillard {
@@ -27,16 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::ChildProcess;
-using namespace std::chrono_literals;
-
-bool waitUntil(const std::function<bool()>& isSo) {
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  while (!isSo()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(20ms);
-  }
-  return true;
-}
+using test::waitUntil;
 
 sockaddr_in loopback(int port) {
   sockaddr_in address{};

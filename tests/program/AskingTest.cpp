@@ -1,12 +1,9 @@
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,6 +15,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
+#include "support/WaitUntil.h"
 
 // Programs that ask, over the real socket of a real agent, without a desktop. What is asked has to be answered at the
 // computer, so that no phone is needed.
@@ -26,16 +24,7 @@ namespace {
 
 using nlohmann::json;
 using test::ChildProcess;
-using namespace std::chrono_literals;
-
-bool waitUntil(const std::function<bool()>& isSo) {
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  while (!isSo()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(10ms);
-  }
-  return true;
-}
+using test::waitUntil;
 
 // A connection of the test's own to the agent.
 class Connection {

@@ -1,12 +1,14 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/linux/system/InstalledProgram.h"
+#include "platform/linux/system/OwnFiles.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "program/Installation.h"
 #include "support/ChildProcess.h"
@@ -50,6 +52,48 @@ class Installation : public testing::Test {
 };
 
 test::TemporaryFolder* Installation::home = nullptr;
+
+// By the list that the program has of itself. A built-in relay comes only with some builds.
+TEST_F(Installation, IsKnownWholeToWhoeverErasesIt) {
+  std::set<std::string> installed;
+  for (const auto& entry : fs::recursive_directory_iterator(prefix())) {
+    if (!entry.is_directory()) installed.insert(entry.path().lexically_relative(prefix()));
+  }
+  const auto& known = desktop::OwnFiles::installed();
+  std::set<std::string> erased{known.begin(), known.end()};
+  if (!installed.contains("lib/Quillard.app/Resources/RelayConfig.plist")) {
+    erased.erase("lib/Quillard.app/Resources/RelayConfig.plist");
+  }
+  EXPECT_EQ(installed, erased);
+}
+
+TEST_F(Installation, IsErasedWithAllThatIsKeptAndNothingElse) {
+  const test::TemporaryFolder another;
+  const std::string there = another.path() + "/home";
+  fs::create_directories(there);
+  fs::copy(prefix(), there + "/.local", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  for (const char* const path : {"/.config/autostart/com.quillard.agent.desktop", "/.config/quillard/settings.json",
+                                 "/.local/share/quillard/decisions.log", "/.local/share/notes"}) {
+    fs::create_directories(fs::path(there + path).parent_path());
+    std::ofstream(there + path) << "{}";
+    fs::permissions(there + path, fs::perms::owner_read | fs::perms::owner_write);
+    fs::permissions(fs::path(there + path).parent_path(), fs::perms::owner_all);
+  }
+  const std::vector<std::string> environment{"HOME=" + there, "PATH=/usr/bin:/bin", "XDG_RUNTIME_DIR=" + there,
+                                             "QUILLARD_RUN_NAME=none"};  // Whatever is up on this machine.
+  const auto erase = [&](std::vector<std::string> options) {
+    options.insert(options.begin(), {there + "/.local/bin/quillard", "erase"});
+    return ChildProcess({.command = std::move(options), .environment = environment, .input = {}}).wait();
+  };
+  EXPECT_EQ(erase({}), 3) << "Without a terminal it asks nobody.";
+  EXPECT_TRUE(fs::exists(there + "/.local/bin/quillard"));
+  EXPECT_EQ(erase({"--yes"}), 0);
+  std::vector<std::string> left;
+  for (const auto& entry : fs::recursive_directory_iterator(there)) {
+    if (!entry.is_directory()) left.push_back(entry.path().lexically_relative(there));
+  }
+  EXPECT_EQ(left, std::vector<std::string>{".local/share/notes"});
+}
 
 TEST_F(Installation, IsAFolderOfTheApplicationALinkAndItsPapers) {
   EXPECT_TRUE(fs::is_regular_file(bundleFolder() + "/quillard"));

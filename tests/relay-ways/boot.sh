@@ -25,6 +25,8 @@ unshare --mount --pid --fork --kill-child --uts --ipc --cgroup bash -c '
   mount -t proc proc "$1/proc"; mount -t sysfs sysfs "$1/sys"; mount -t cgroup2 cgroup2 "$1/sys/fs/cgroup"
   mount -t tmpfs tmpfs "$1/run"; mount --rbind /dev "$1/dev"; mount -t tmpfs tmpfs "$1/dev/shm"; mount -t tmpfs tmpfs "$1/tmp"
   cd "$1" && pivot_root . old && umount -l /old
+  # Shared, as on every machine: else the credentials that systemd mounts reach no service.
+  mount --make-rshared /
   exec env -i container=booted /lib/systemd/systemd --system --log-target=null' boot "$root" >/dev/null || true
 cat "$root/booted-output"
 exit "$(cat "$root/booted-status")"

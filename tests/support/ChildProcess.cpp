@@ -15,7 +15,7 @@
 namespace quillard::test {
 namespace {
 
-constexpr std::chrono::seconds kTimeout{30};
+constexpr std::chrono::seconds kLongestWait{30};
 
 std::array<int, 2> makePipe() {
   std::array<int, 2> ends{-1, -1};
@@ -67,7 +67,7 @@ std::optional<std::string> ChildProcess::readLine() {
   std::string line;
   pollfd ready{output, POLLIN, 0};
   char byte = 0;
-  while (::poll(&ready, 1, std::chrono::milliseconds(kTimeout).count()) > 0 && ::read(output, &byte, 1) == 1) {
+  while (::poll(&ready, 1, std::chrono::milliseconds(kLongestWait).count()) > 0 && ::read(output, &byte, 1) == 1) {
     if (byte == '\n') return line;
     line += byte;
   }
@@ -82,7 +82,7 @@ void ChildProcess::kill() {
 }
 
 std::optional<int> ChildProcess::wait() {
-  const auto end = std::chrono::steady_clock::now() + kTimeout;
+  const auto end = std::chrono::steady_clock::now() + kLongestWait;
   while (std::chrono::steady_clock::now() < end) {
     int status = 0;
     if (::waitpid(pid, &status, WNOHANG) == pid) {

@@ -112,6 +112,7 @@ struct ClickWorld : DetectionWorld {
   std::optional<ResolvedDialogButton> resolved;
   std::set<NodeHandle> approvedButtons;
   std::function<std::optional<ResolvedDialogButton>()> fakeSearch;  // Empty: the detector searches.
+  int unansweredSearches = 0;                                       // The next ones.
   std::function<bool()> fakePresence;                               // Whether it is there. Empty: the detector checks.
   std::optional<Instant> stopAt;
   Seconds took{0};
@@ -141,10 +142,20 @@ struct ClickWorld : DetectionWorld {
     }
   }
 
-  std::optional<ResolvedDialogButton> findAgain() {
+  PromptResolution findAgain() {
     ++searches;
-    auto found = fakeSearch ? fakeSearch() : detector.resolveCurrentButton(*approval, chosen);
-    if (found) approvedButtons.insert(*desktop().node(found->element));
+    if (unansweredSearches > 0) {
+      --unansweredSearches;
+      return {.outcome = PromptResolution::Outcome::unknown, .button = std::nullopt};
+    }
+    if (!fakeSearch) return approvedIn(detector.resolve(*approval, chosen));
+    auto found = fakeSearch();
+    const auto outcome = found ? PromptResolution::Outcome::found : PromptResolution::Outcome::notFound;
+    return approvedIn({.outcome = outcome, .button = std::move(found)});
+  }
+
+  PromptResolution approvedIn(PromptResolution found) {
+    if (found.button) approvedButtons.insert(*desktop().node(found.button->element));
     return found;
   }
 };

@@ -1,5 +1,6 @@
 #include "support/FakeAccessibilityBus.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <fstream>
@@ -86,6 +87,11 @@ void FakeProgram::speakAs(const std::string& toolkit, const std::string& version
   toolkitVersion = version;
 }
 
+void FakeProgram::offerCache(std::function<void(std::vector<FakeCachedObject>&)> edit) {
+  const std::lock_guard lock(mutex);
+  cacheEdit = std::move(edit);
+}
+
 int FakeProgram::timesAsked(const std::string& member) {
   const std::lock_guard lock(mutex);
   int times = 0;
@@ -120,6 +126,7 @@ int FakeProgram::answer(sd_bus_message* message) {
   questions.push_back(member + " " + path);
   if (hanging.contains(member)) return 1;
   if (lying.contains(member)) return sd_bus_reply_method_return(message, "t", std::uint64_t{7});
+  if (member == "GetItems" && cacheEdit) return replyCache(message);
   const auto object = objects.find(path);
   if (object == objects.end()) {
     return sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownObject", "No such object");
@@ -138,9 +145,21 @@ int FakeProgram::answerProperty(sd_bus_message* message, const FakeObject& objec
   if (property == "Description") return text(object.description);
   if (property == "ToolkitName") return text(toolkitName);
   if (property == "Version") return text(toolkitVersion);
+  if (property == "Parent") return answerParent(message);
   if (property == "ChildCount") return number(object.children.size());
   if (property == "NActions") return number(object.actions.size());
   return sd_bus_reply_method_errorf(message, "org.freedesktop.DBus.Error.UnknownProperty", "No such property");
+}
+
+int FakeProgram::answerParent(sd_bus_message* message) {
+  const std::string path = sd_bus_message_get_path(message);
+  const auto holds = [&](const auto& entry) {
+    const auto& children = entry.second.children;
+    return std::find(children.begin(), children.end(), path) != children.end();
+  };
+  const auto parent = std::find_if(objects.begin(), objects.end(), holds);
+  const char* const parentPath = parent == objects.end() ? "/org/a11y/atspi/null" : parent->first.c_str();
+  return sd_bus_reply_method_return(message, "v", "(so)", uniqueName.c_str(), parentPath);
 }
 
 int FakeProgram::answerMethod(sd_bus_message* message, const FakeObject& object, const std::string& member) {
@@ -180,6 +199,50 @@ int FakeProgram::replyObjects(sd_bus_message* message, const FakeObject& object)
     require(
         sd_bus_message_append(reply, "(so)", foreignChild.substr(0, slash).c_str(), foreignChild.substr(slash).c_str()),
         "foreign child");
+  }
+  require(sd_bus_message_close_container(reply), "array");
+  const int result = sd_bus_send(bus, reply, nullptr);
+  sd_bus_message_unref(reply);
+  return result < 0 ? result : 1;
+}
+
+std::vector<FakeCachedObject> FakeProgram::cachedObjects() const {
+  std::vector<FakeCachedObject> list;
+  for (const auto& [path, object] : objects) {
+    FakeCachedObject cached{.bus = uniqueName,
+                            .path = path,
+                            .parentBus = uniqueName,
+                            .parentPath = "/org/a11y/atspi/null",
+                            .index = -1,
+                            .childCount = static_cast<std::int32_t>(object.children.size()),
+                            .role = object.role,
+                            .states = object.states,
+                            .name = object.name,
+                            .description = object.description};
+    for (const auto& [above, parent] : objects) {
+      const auto place = std::find(parent.children.begin(), parent.children.end(), path);
+      if (place == parent.children.end() || cached.index >= 0) continue;
+      cached.parentPath = above;
+      cached.index = static_cast<std::int32_t>(place - parent.children.begin());
+    }
+    list.push_back(std::move(cached));
+  }
+  return list;
+}
+
+int FakeProgram::replyCache(sd_bus_message* message) {
+  auto list = cachedObjects();
+  if (*cacheEdit) (*cacheEdit)(list);
+  sd_bus_message* reply = nullptr;
+  require(sd_bus_message_new_method_return(message, &reply), "reply");
+  require(sd_bus_message_open_container(reply, 'a', "((so)(so)(so)iiassusau)"), "array");
+  for (const auto& object : list) {
+    require(sd_bus_message_append(reply, "((so)(so)(so)iiassusau)", object.bus.c_str(), object.path.c_str(),
+                                  object.bus.c_str(), kRoot, object.parentBus.c_str(), object.parentPath.c_str(),
+                                  object.index, object.childCount, 1, "org.a11y.atspi.Accessible", object.name.c_str(),
+                                  object.role, object.description.c_str(), 2, static_cast<std::uint32_t>(object.states),
+                                  static_cast<std::uint32_t>(object.states >> 32U)),
+            "cached object");
   }
   require(sd_bus_message_close_container(reply), "array");
   const int result = sd_bus_send(bus, reply, nullptr);

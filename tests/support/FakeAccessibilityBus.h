@@ -33,6 +33,20 @@ struct FakeObject {
   std::vector<std::string> actions;
 };
 
+// An object as the cache of a fake program lists it.
+struct FakeCachedObject {
+  std::string bus;
+  std::string path;
+  std::string parentBus;
+  std::string parentPath;
+  std::int32_t index = 0;
+  std::int32_t childCount = 0;
+  std::uint32_t role = 0;
+  std::uint64_t states = 0;
+  std::string name;
+  std::string description;
+};
+
 // A program on a fake accessibility bus. It answers on a thread of its own, and may misbehave in any way.
 class FakeProgram {
  public:
@@ -60,6 +74,9 @@ class FakeProgram {
   [[nodiscard]] int timesAsked(const std::string& member);
   // What was asked of it, one "member path" each.
   [[nodiscard]] std::vector<std::string> asked();
+  // From now on it has a cache that lists what its objects are then, below the first of them that has each as its
+  // child. `edit`, which may be empty, changes the list before it goes out. Any thread.
+  void offerCache(std::function<void(std::vector<FakeCachedObject>&)> edit = {});
   // As which toolkit it speaks. Any thread.
   void speakAs(const std::string& toolkit, const std::string& version);
 
@@ -68,8 +85,11 @@ class FakeProgram {
   static int onMessage(sd_bus_message* message, void* program, sd_bus_error*);
   int answer(sd_bus_message* message);
   int answerProperty(sd_bus_message* message, const FakeObject& object, const std::string& property);
+  int answerParent(sd_bus_message* message);
   int answerMethod(sd_bus_message* message, const FakeObject& object, const std::string& member);
   int replyObjects(sd_bus_message* message, const FakeObject& object);
+  [[nodiscard]] std::vector<FakeCachedObject> cachedObjects() const;
+  int replyCache(sd_bus_message* message);
 
   const Override override;
   sd_bus* bus = nullptr;
@@ -80,6 +100,7 @@ class FakeProgram {
   std::set<std::string> hanging;
   std::set<std::string> lying;
   std::vector<std::string> questions;
+  std::optional<std::function<void(std::vector<FakeCachedObject>&)>> cacheEdit;  // Absent: there is no cache.
   std::string toolkitName = "gtk";
   std::string toolkitVersion = "3.24.38";
   std::thread thread;

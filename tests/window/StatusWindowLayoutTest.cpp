@@ -1,3 +1,7 @@
+#include <set>
+#include <string>
+#include <vector>
+
 #include <QtCore/QProcess>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
@@ -59,6 +63,17 @@ void expectCardsStandApart(ShownWindow& window) {
   }
 }
 
+std::vector<test::StatusWindowState> statesOfAll() {
+  auto all = test::statusWindowStates();
+  for (const auto language : {Language::english, Language::german}) {
+    for (auto& one : test::statusWindowStatesOn(language)) all.push_back(std::move(one));
+  }
+  return all;
+}
+
+// What a screen of 1366 by 768 leaves beside a panel and a frame.
+constexpr QSize kSmallScreen{1366, 768 - 32 - 38};
+
 constexpr int kWidths[] = {360, 420, 520, 620, 755, 757, 800, 960, 1024, 1920};
 
 TEST(StatusWindowLayout, CutsNothingOffInAnyStateAtAnyWidth) {
@@ -69,6 +84,38 @@ TEST(StatusWindowLayout, CutsNothingOffInAnyStateAtAnyWidth) {
       window.takeWidth(width);
       expectNothingIsCutOff(window);
       expectCardsStandApart(window);
+    }
+  }
+}
+
+// What people see first, on a small screen: all of it, without scrolling.
+TEST(StatusWindowLayout, ShowsTheUsualStatesWholeAtTheWindowsOwnSize) {
+  const std::set<std::string> usual{"not-installed", "untrusted", "connecting", "not-configured",
+                                    "ready-to-scan", "paired",    "paused",     "revoked"};
+  for (const auto& state : statesOfAll()) {
+    const auto name = state.name.substr(
+        state.name.starts_with("computer-") || state.name.starts_with("german-") ? state.name.find('-') + 1 : 0);
+    if (!usual.contains(name)) continue;
+    SCOPED_TRACE(state.name);
+    ShownWindow window{state.content};
+    const auto* const page = dynamic_cast<qt::StatusPage*>(&window.page());
+    ASSERT_TRUE(page);
+    const auto own = page->sizeFor(kSmallScreen);
+    EXPECT_LE(own.width(), kSmallScreen.width());
+    EXPECT_LE(own.height(), kSmallScreen.height());
+  }
+}
+
+TEST(StatusWindowLayout, CutsNothingOffOnAComputerInAnyLanguage) {
+  for (const auto language : {Language::english, Language::german}) {
+    for (const auto& state : test::statusWindowStatesOn(language)) {
+      ShownWindow window{state.content};
+      for (const int width : {360, 960}) {
+        SCOPED_TRACE(state.name + ", " + std::to_string(width) + " wide");
+        window.takeWidth(width);
+        expectNothingIsCutOff(window);
+        expectCardsStandApart(window);
+      }
     }
   }
 }
@@ -108,11 +155,11 @@ TEST_P(ScaledStatusWindowLayout, CutsNothingOff) {
   environment.insert(GetParam().variable, GetParam().value);
   again.setProcessEnvironment(environment);
   again.setProcessChannelMode(QProcess::MergedChannels);
-  again.start(QCoreApplication::applicationFilePath(), {"--gtest_filter=StatusWindowLayout.*"});
+  again.start(QCoreApplication::applicationFilePath(), {"--gtest_filter=StatusWindowLayout.*-*OwnSize"});
   ASSERT_TRUE(again.waitForFinished(110'000));
   const auto output = again.readAll().toStdString();
   EXPECT_EQ(again.exitCode(), 0) << output;
-  EXPECT_NE(output.find("[  PASSED  ] 3 tests"), std::string::npos) << output;
+  EXPECT_NE(output.find("[  PASSED  ] 4 tests"), std::string::npos) << output;
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, ScaledStatusWindowLayout,

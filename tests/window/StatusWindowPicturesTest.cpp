@@ -39,6 +39,18 @@ TEST_P(StatusWindowPictures, AreAsTheyWereApproved) {
   }
 }
 
+// What differs from a Mac in the words, and where it shows.
+TEST_P(StatusWindowPictures, OfAComputerAreAsTheyWereApproved) {
+  for (const auto language : {Language::english, Language::german}) {
+    for (const auto& state : test::statusWindowStatesOn(language)) {
+      const bool isShown = state.name.ends_with("-ready-to-scan") || state.name.ends_with("-phones");
+      if (!isShown) continue;
+      ShownWindow window{state.content, GetParam()};
+      expectPicture(fileOf(state.name), window.picture());
+    }
+  }
+}
+
 TEST_P(StatusWindowPictures, ShowThePauseMenuUnderItsButton) {
   ShownWindow window{test::statusWindowStates().at(6).content, GetParam()};
   window->popUpMenu(StatusWindowButton::notificationPauseSecondary,

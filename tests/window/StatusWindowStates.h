@@ -49,11 +49,24 @@ inline MacStatusSnapshot unpairedSnapshot() {
 
 inline StatusWindowState state(std::string name, MacStatusSnapshot snapshot) {
   if (!snapshot.accessibilityTrusted) snapshot.pairingImage.reset();
-  snapshot.pairingCaption = snapshot.pairingRevoked ? StatusTexts::revokedPairingCaption()
-                                                    : StatusTexts::pairingCaption(snapshot.accessibilityTrusted,
-                                                                                  snapshot.pairingImage.has_value());
+  snapshot.pairingCaption = snapshot.pairingRevoked
+                                ? StatusTexts::revokedPairingCaption(false, snapshot.texts)
+                                : StatusTexts::pairingCaption(snapshot.accessibilityTrusted,
+                                                              snapshot.pairingImage.has_value(), snapshot.texts);
   auto content = statusWindowContent(snapshot);
   return {.name = std::move(name), .snapshot = std::move(snapshot), .content = std::move(content)};
+}
+
+// A computer that is no Mac names its relay, and where the phone's page is.
+inline void putOnComputer(MacStatusSnapshot& snapshot, Language language) {
+  static const std::string address = "https://relay.example";
+  static const Bitmap code =
+      QRCodeRenderer::image(std::vector<std::uint8_t>(address.begin(), address.end()), 4).value();
+  snapshot.texts = {Machine::computer, language};
+  if (!snapshot.relay) snapshot.relay = RelayChoice{"wss://relay.example/ws", RelayOrigin::user};
+  if (!snapshot.relayConfigured) snapshot.relay = RelayChoice{};
+  snapshot.pageAddress = address;
+  snapshot.pageImage = code;
 }
 
 // What people meet, in the order in which they meet it.
@@ -106,6 +119,9 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   withoutRelay.relay = RelayChoice{};
   auto withRelay = asked;
   withRelay.relay = RelayChoice{"wss://relay.example/ws", RelayOrigin::user};
+  auto muted = pairedSnapshot();
+  muted.muted = {{.program = "Backup", .title = "Keep a copy?", .remaining = Seconds{6.5 * 86400}},
+                 {.program = "Notes", .title = "Rate Notes"}};
   auto untrustedAndAsked = withRelay;  // Prompts cannot be seen, and programs ask all the same.
   untrustedAndAsked.accessibilityTrusted = false;
   return {state("not-installed", notInstalled),
@@ -124,7 +140,18 @@ inline std::vector<StatusWindowState> statusWindowStates() {
           state("mended-programs", mended),
           state("relay-not-set", withoutRelay),
           state("relay-and-question", withRelay),
+          state("muted", muted),
           state("untrusted-and-asked", untrustedAndAsked)};
+}
+
+// The same on a computer that is no Mac, in its user's language.
+inline std::vector<StatusWindowState> statusWindowStatesOn(Language language) {
+  std::vector<StatusWindowState> states;
+  for (auto& one : statusWindowStates()) {
+    putOnComputer(one.snapshot, language);
+    states.push_back(state((language == Language::german ? "german-" : "computer-") + one.name, one.snapshot));
+  }
+  return states;
 }
 
 // Words as long as other languages have them, and names without a blank to break at.

@@ -38,7 +38,11 @@ afterEach(async () => {
   await browser.close();
   computer.disconnect();
   await relay.dispose();
-  rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  // Processes of an engine write for some moments after its window has gone.
+  await eventually("The folder of the browser is removed.", async () => {
+    rmSync(folder, { recursive: true, force: true });
+    return true;
+  });
   // Said by engines of a relay that is gone.
   expect(
     problems.filter((problem) => !/WebSocket|Failed to load|Load failed|NetworkError/.test(problem)),

@@ -28,6 +28,9 @@ const actions: PhoneActions = {
   suppress: () => undefined,
   unsuppress: () => undefined,
   suppressFor: () => undefined,
+  chooseAlerts: () => undefined,
+  chooseAlertContent: () => undefined,
+  testAlert: () => undefined,
   connectNow: () => undefined,
 };
 

@@ -1,6 +1,6 @@
 // Made-up states of the phone, one for each thing that the page has to draw. The gallery shows them, the README's pictures
 // are made from them, and the unit tests of the views stand on them.
-import type { Computer, Outcome, PhoneState, Prompt } from "../src/core/model";
+import type { Computer, Outcome, PhoneAlerts, PhoneState, Prompt } from "../src/core/model";
 
 /** The moment at which all of it takes place. */
 export const kSceneNow = Date.UTC(2026, 2, 1, 12, 0, 0);
@@ -52,6 +52,11 @@ export function computer(parts: Partial<Computer> = {}): Computer {
 
 export function phone(...computers: Computer[]): PhoneState {
   return { phase: "ready", deviceName: "Ann’s iPhone", computers };
+}
+
+export function withAlerts(parts: Partial<PhoneAlerts>, ...computers: Computer[]): PhoneState {
+  const alerts = { support: "available", shows: "prompt", isBusy: false, ...parts } as const;
+  return { ...phone(...computers), alerts };
 }
 
 const kInstall = prompt(2, {
@@ -333,6 +338,22 @@ export const scenes: Readonly<Record<string, PhoneState>> = {
       ],
     }),
   ),
+  askAlerts: withAlerts({}, computer()),
+  askHomeScreen: withAlerts({ support: "homeScreenFirst" }, computer()),
+  alertsBlocked: withAlerts({ support: "blocked", isWanted: true }, computer({ prompts: [prompt(1)] })),
+  alertsRefused: withAlerts({ isWanted: true, problem: "serviceRefused" }, computer()),
+  alerts: withAlerts(
+    { isWanted: true },
+    computer({ alerts: { isSubscribed: true, receivedAt: kSceneNow - 58 * kMinute } }),
+    computer({ pairingID: "laptop", name: "Laptop", alerts: { isSubscribed: true } }),
+    computer({
+      pairingID: "build",
+      name: "Build machine in the basement",
+      isComputerConnected: false,
+      alerts: { isSubscribed: true, sent: { status: "unreachable", reason: "tooLate" } },
+    }),
+  ),
+  noAlerts: withAlerts({ isWanted: false }, computer()),
   history: phone(computer({ outcomes: kOutcomes })),
   muted: phone(
     computer({

@@ -17,7 +17,7 @@ try {
       cpSync(join(here, name), join(there, name), { recursive: true });
   }
   const env = { ...process.env, TZ: "Asia/Kathmandu", LANG: "de_DE.UTF-8", LC_ALL: "C" };
-  for (const config of ["vite.config.ts", "vite.terminal.config.ts"]) {
+  for (const config of ["vite.config.ts", "vite.worker.config.ts", "vite.terminal.config.ts"]) {
     const vite = join(there, "node_modules/vite/bin/vite.js");
     execFileSync(process.execPath, [vite, "build", "--logLevel", "warn", "--config", config], {
       cwd: there,

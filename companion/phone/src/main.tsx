@@ -3,7 +3,6 @@ import { createBrowserPhone } from "./core/createPhone";
 import { keepPage, update } from "./updates";
 import { App } from "./view/App";
 import { startClock } from "./view/clock";
-import "./view/styles.css";
 import { watchTouch } from "./view/touch";
 
 const page = document.getElementById("page");

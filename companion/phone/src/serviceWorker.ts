@@ -1,7 +1,7 @@
 // Keeps the page's own files, so that it opens without a network and without a delay. It never touches what goes to the relay's
 // interfaces, and never keeps anything that a computer or a phone sent.
 
-// The build puts the page's files here: names that change with their content, and a few that do not.
+// The build puts the page's files here, its scripts in English: names that change with their content, and a few that do not.
 declare const kPageFiles: readonly string[];
 // Those that only some visitors need, such as what reads the camera's pictures: kept when they are first used.
 declare const kLaterFiles: readonly string[];
@@ -30,12 +30,22 @@ const kCache = kPrefix + kPageVersion;
 // A network that does not answer is as good as none.
 const kTimeout = 4000;
 
+/** What the page says stands beside the English files, in its folder. The page names its language with this worker's address. */
+function inLanguage(path: string): string {
+  return scope.location.search === "?de"
+    ? path.replace(/^\/assets\/(?!start-|codeWorker)(?=.*\.js$)/, "/assets/de/")
+    : path;
+}
+
+const files = kPageFiles.map(inLanguage);
+const laterFiles = kLaterFiles.map(inLanguage);
+
 async function keepFiles(): Promise<void> {
   const cache = await scope.caches.open(kCache);
   // A file whose name changes with its content is the same wherever it was kept before, so that nothing is fetched twice.
   const request = (file: string): Request =>
     new Request(file, { cache: file.startsWith("/assets/") ? "default" : "no-cache" });
-  await cache.addAll([...kPageFiles, ...(await laterFilesInUse())].map(request));
+  await cache.addAll([...files, ...(await laterFilesInUse())].map(request));
 }
 
 /** What was needed with an earlier version is needed without a network, too. Named alike but for what changes with its content. */
@@ -46,12 +56,12 @@ async function laterFilesInUse(): Promise<readonly string[]> {
     if (!name.startsWith(kPrefix)) continue;
     for (const { url } of await (await scope.caches.open(name)).keys()) used.add(kind(new URL(url).pathname));
   }
-  return kLaterFiles.filter((path) => used.has(kind(path)));
+  return laterFiles.filter((path) => used.has(kind(path)));
 }
 
 async function keepForPaired(): Promise<void> {
   const cache = await scope.caches.open(kCache);
-  for (const path of kLaterFiles.filter((path) => /MoreViews|lock-/.test(path))) {
+  for (const path of laterFiles.filter((path) => /MoreViews|lock-|push/.test(path))) {
     if (!(await cache.match(path))) await cache.add(path);
   }
 }
@@ -98,5 +108,5 @@ scope.addEventListener("fetch", (event) => {
   const url = new URL(request.url);
   if (request.method !== "GET" || url.origin !== scope.location.origin) return;
   if (request.mode === "navigate") event.respondWith(newestPage(request));
-  else if ([...kPageFiles, ...kLaterFiles].includes(url.pathname)) event.respondWith(keptFile(request));
+  else if ([...files, ...laterFiles].includes(url.pathname)) event.respondWith(keptFile(request));
 });

@@ -1,4 +1,5 @@
 // Keeps the service worker, and learns from it when a newer version of the page waits.
+import { say } from "./language/say";
 import { signal, type ReadonlySignal } from "@preact/signals-core";
 
 // A page on the home screen may stay open for weeks.
@@ -55,7 +56,10 @@ async function register(): Promise<void> {
   try {
     const { serviceWorker } = navigator;
     const isFirstVisit = !serviceWorker.controller && !(await serviceWorker.getRegistration("/"))?.active;
-    follow(await serviceWorker.register("/sw.js", { type: "classic", updateViaCache: "none" }), isFirstVisit);
+    follow(
+      await serviceWorker.register(say("/sw.js"), { type: "classic", updateViaCache: "none" }),
+      isFirstVisit,
+    );
   } catch {
     // Refused, or not to be had now: the page works without.
   }

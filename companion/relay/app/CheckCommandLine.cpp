@@ -1,8 +1,6 @@
 #include "companion/relay/app/CheckCommandLine.h"
 
-#include <sstream>
-
-#include <CLI/CLI.hpp>
+#include "companion/relay/app/Command.h"
 
 namespace quillard::relayserver {
 namespace {
@@ -29,29 +27,16 @@ void describe(CLI::App& program, Arguments& read) {
   program.add_option("--timeout-milliseconds", read.timeout, "")->check(CLI::Range(1, 60'000))->group("");
 }
 
-constexpr const char* kName = "quillard-relay check";
+constexpr Command<Arguments> kCheck{"quillard-relay check", describe};
 
 }  // namespace
 
-void withCheckCommandLine(const UseCommandLine& use) {
-  CLI::App program("", kName);
-  Arguments read;
-  describe(program, read);
-  use(program);
-}
+void withCheckCommandLine(const UseCommandLine& use) { kCheck.show(use); }
 
 std::variant<RelayCheckOptions, CommandLineMessage> readCheckOptions(const std::vector<std::string>& arguments) {
-  CLI::App program("", kName);
-  Arguments read;
-  describe(program, read);
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-  try {
-    program.parse(std::move(reversed));
-  } catch (const CLI::ParseError& end) {
-    std::ostringstream printed;
-    const bool isWrong = program.exit(end, printed, printed) != 0;
-    return CommandLineMessage{printed.str(), isWrong ? ExitCode::wrongUsage : ExitCode::success};
-  }
+  auto outcome = kCheck.read(arguments);
+  if (auto* message = std::get_if<CommandLineMessage>(&outcome)) return std::move(*message);
+  auto& read = std::get<Arguments>(outcome);
   const auto parsed = CheckedAddress::parse(read.address);
   if (!parsed) {
     return CommandLineMessage{

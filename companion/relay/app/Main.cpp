@@ -106,7 +106,7 @@ int main(int argc, char** argv) {
       configuration, [&configuration] { return std::make_unique<SqlitePairingStore>(configuration.database); },
       [&configuration] {
         const auto& limits = configuration.limits;
-        return std::make_unique<SqliteRelayDisk>(configuration.database, limits.revocations, limits.removedPhones);
+        return std::make_unique<SqliteRelayDisk>(configuration.database, limits.revocations);
       });
   if (const auto problem = server.prepare(); !problem.empty()) {
     std::fprintf(stderr, "%s\n", problem.c_str());

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <sstream>
 
-#include <CLI/CLI.hpp>
-
+#include "companion/relay/app/Command.h"
 #include "companion/relay/push/PushEndpoint.h"
 #include "companion/relay/push/VapidKey.h"
 #include "foundation/Text.h"
@@ -420,29 +418,17 @@ std::variant<RelayConfiguration, CommandLineMessage> configurationOf(const Argum
   return configuration;
 }
 
+constexpr Command<Arguments> kRelay{"quillard-relay", describe};
+
 }  // namespace
 
-void withRelayCommandLine(const UseCommandLine& use) {
-  CLI::App program("", "quillard-relay");
-  Arguments read;
-  describe(program, read);
-  use(program);
-}
+void withRelayCommandLine(const UseCommandLine& use) { kRelay.show(use); }
 
 std::variant<RelayConfiguration, CommandLineMessage> readConfiguration(const std::vector<std::string>& arguments) {
-  CLI::App program("", "quillard-relay");
+  CLI::App program("", kRelay.name);
   Arguments read;
-  describe(program, read);
-  const auto all = withEnvironment(program, arguments);
-  // CLI11 expects them in reverse order.
-  std::vector<std::string> reversed(all.rbegin(), all.rend());
-  try {
-    program.parse(std::move(reversed));
-  } catch (const CLI::ParseError& end) {
-    std::ostringstream printed;
-    const bool isWrong = program.exit(end, printed, printed) != 0;
-    return CommandLineMessage{printed.str(), isWrong ? ExitCode::wrongUsage : ExitCode::success};
-  }
+  kRelay.describe(program, read);
+  if (auto message = parseArguments(program, withEnvironment(program, arguments))) return *message;
   return configurationOf(read);
 }
 

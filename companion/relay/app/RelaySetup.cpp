@@ -6,10 +6,11 @@
 #include <fstream>
 #include <sstream>
 
-#include <CLI/CLI.hpp>
 #include <openssl/rand.h>
 
+#include "companion/relay/app/Command.h"
 #include "companion/relay/app/SetupFiles.h"
+#include "companion/relay/push/VapidKey.h"
 #include "companion/relay/rules/RelayNames.h"
 
 namespace quillard::relayserver {
@@ -44,6 +45,10 @@ std::string newKey() {
   return key;
 }
 
+std::string pushContact(const RelaySetupOptions& options) {
+  return options.pushContact.empty() ? "https://" + options.domain : options.pushContact;
+}
+
 std::string configurationText(const RelaySetupOptions& options) {
   std::ostringstream text;
   text << "# Written by quillard-relay setup for " << options.domain << ". See quillard-relay --help.\n";
@@ -57,10 +62,9 @@ std::string configurationText(const RelaySetupOptions& options) {
          << "tls-key = \"/run/quillard-relay/key.pem\"\n";
   }
   text << "database = \"/var/lib/quillard-relay/relay.db\"\n";
-  // Off until computers and pages use it: what nobody uses, strangers could only misuse.
-  text << "# Phones that sleep can be woken by push services, which may write to this address. Without the line, none "
-          "is.\n"
-       << "# push-contact = \"https://" << options.domain << "\"\n";
+  text
+      << "# Phones that sleep are woken by push services, which may write to this address. Without the line, none is.\n"
+      << (options.wakesNoPhones ? "# " : "") << "push-contact = \"" << pushContact(options) << "\"\n";
   if (!options.page.empty()) text << "page = \"" << options.page << "\"\n";
   if (options.wantsRegistrationKey) {
     text << "registration-key-file = \"/run/credentials/quillard-relay.service/registration-key\"\n";
@@ -139,6 +143,10 @@ bool isControl(char c) { return static_cast<unsigned char>(c) < ' '; }
 // What is wrong with what the options name; empty: nothing.
 std::string problemWith(const RelaySetupOptions& options) {
   if (!isDomain(options.domain)) return "--domain " + options.domain + ": that is no name such as relay.example.";
+  if (!isPushContact(pushContact(options))) {
+    return "--push-contact " + options.pushContact +
+           ": that is no plain mailto:you@relay.example or https://relay.example.";
+  }
   if (options.isBehindTunnel && !options.tlsKey.empty()) return "--tunnel and a certificate exclude each other.";
   if (options.tlsCertificate.empty() != options.tlsKey.empty()) return "--tls-certificate and --tls-key go together.";
   for (const auto& file : {options.tlsCertificate, options.tlsKey}) {
@@ -182,6 +190,11 @@ void describe(CLI::App& program, RelaySetupOptions& options) {
   program.add_flag("--tunnel", options.isBehindTunnel,
                    "A private network or tunnel of your choice does TLS, and no Caddy is needed");
   program.add_flag("--registration-key", options.wantsRegistrationKey, "Make a key that agents have to show");
+  program
+      .add_option("--push-contact", options.pushContact,
+                  "Whom push services may write to; without it, the address of the relay")
+      ->type_name("TEXT");
+  program.add_flag("--no-push", options.wakesNoPhones, "Wake no phones that sleep");
   program.add_flag("--replace", options.replaces, "Put an earlier configuration aside, as FILE.old");
   program.add_option("--page", options.page, "The folder of the phones' page")
       ->type_name("FOLDER")
@@ -189,34 +202,19 @@ void describe(CLI::App& program, RelaySetupOptions& options) {
   program.add_option("--root", options.root, "")->group("");
 }
 
-constexpr const char* kName = "quillard-relay setup";
+constexpr Command<RelaySetupOptions> kSetup{"quillard-relay setup", describe};
 
 }  // namespace
 
-void withSetupCommandLine(const UseCommandLine& use) {
-  CLI::App program("", kName);
-  RelaySetupOptions options;
-  describe(program, options);
-  use(program);
-}
+void withSetupCommandLine(const UseCommandLine& use) { kSetup.show(use); }
 
 std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(const std::vector<std::string>& arguments) {
-  CLI::App program("", kName);
   RelaySetupOptions options;
   // Installed beside the program.
   std::error_code error;
   const auto page = fs::read_symlink("/proc/self/exe", error).parent_path() / "../share/quillard-relay/page";
   if (fs::exists(page / "index.html", error)) options.page = fs::canonical(page, error).string();
-  describe(program, options);
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-  try {
-    program.parse(std::move(reversed));
-  } catch (const CLI::ParseError& end) {
-    std::ostringstream printed;
-    const bool isWrong = program.exit(end, printed, printed) != 0;
-    return CommandLineMessage{printed.str(), isWrong ? ExitCode::wrongUsage : ExitCode::success};
-  }
-  return options;
+  return kSetup.read(arguments, std::move(options));
 }
 
 CommandLineMessage setUpRelay(const RelaySetupOptions& options) {

@@ -17,7 +17,9 @@ struct RelaySetupOptions {
   bool isBehindTunnel = false;  // Something else than Caddy does TLS.
   bool replaces = false;        // An earlier configuration is put aside.
   std::string root = "/";       // Where etc/ is; another one for tests.
-  std::string page;             // The folder of the phones' page.
+  std::string pushContact;      // Whom push services may write to; empty: the relay's own address.
+  bool wakesNoPhones = false;
+  std::string page;  // The folder of the phones' page.
 };
 
 [[nodiscard]] std::variant<RelaySetupOptions, CommandLineMessage> readSetupOptions(

@@ -66,9 +66,24 @@ TEST_F(RelaySetup, PutsCaddyBeforeTheRelayByDefault) {
   EXPECT_TRUE(configuration.isBehindProxy);
   EXPECT_TRUE(configuration.listen.at(0).address.isLoopback());
   EXPECT_EQ(configuration.database, "/var/lib/quillard-relay/relay.db");
-  EXPECT_FALSE(configuration.push) << "No agent uses it yet.";
-  EXPECT_THAT(contents("etc/quillard-relay.conf"), HasSubstr("\n# push-contact = \"https://relay.example\"\n"));
+  ASSERT_TRUE(configuration.push);
+  EXPECT_EQ(configuration.push->contact, "https://relay.example");
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/etc/systemd"));
+}
+
+TEST_F(RelaySetup, HasPushServicesWriteToWhomTheOperatorNames) {
+  ASSERT_EQ(setUp({"--domain", "relay.example", "--push-contact", "mailto:ann@relay.example"}).exitCode,
+            ExitCode::success);
+  EXPECT_EQ(written().push->contact, "mailto:ann@relay.example");
+  for (const std::string contact : {"ann@relay.example", "mailto:<ann@relay.example>", "http://relay.example"}) {
+    EXPECT_NE(setUp({"--domain", "relay.example", "--replace", "--push-contact", contact}).exitCode, ExitCode::success)
+        << contact;
+  }
+}
+
+TEST_F(RelaySetup, WakesNoPhonesWhereTheOperatorWantsNone) {
+  ASSERT_EQ(setUp({"--domain", "relay.example", "--no-push"}).exitCode, ExitCode::success);
+  EXPECT_FALSE(written().push);
 }
 
 TEST_F(RelaySetup, ListensAtPort443WithACertificateOfItsOwn) {

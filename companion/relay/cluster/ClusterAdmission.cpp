@@ -51,7 +51,8 @@ void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done
   if (isAboutPairing && request.method == "PUT" && !isFromRelay) {
     return decideRegistration(request, target->segments[2], kRegistrationAttempts, std::move(done));
   }
-  if (isAboutPairing && target->segments.size() == 3) {
+  // Whether a page from elsewhere may ask is the same at every relay, and no token comes with that question.
+  if (isAboutPairing && target->segments.size() == 3 && request.method != "OPTIONS") {
     return decideQuestion(request, *target, isFromRelay, std::move(done));
   }
   if (isFromRelay) return done(errorResponse(404, "There is nothing at this address."));
@@ -72,7 +73,7 @@ void ClusterAdmission::refresh(const Lookup& lookup, const Done& refused, std::f
   }
   if (lookupsUnderWay >= kMostLookups || !member.isFresh(boot())) return refused(unreachable());
   ++lookupsUnderWay;
-  member.refresh(lookup.pairingID, lookup.deviceID, [this, refused, done = std::move(done)](bool isKnown) {
+  member.refresh(lookup.pairingID, [this, refused, done = std::move(done)](bool isKnown) {
     --lookupsUnderWay;
     // What else the mirror says may have grown too old meanwhile.
     if (!isKnown || !member.isFresh(boot())) return refused(unreachable());
@@ -98,9 +99,7 @@ void ClusterAdmission::decideRegistration(const HttpRequest& request, const std:
 void ClusterAdmission::decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay,
                                       Done done) {
   const std::string& pairingID = target.segments[2];
-  const Lookup lookup{.pairingID = pairingID,
-                      .deviceID = readAskingPhone(target.query).value_or(""),
-                      .from = isFromRelay ? RatePrefixes{} : request.from};
+  const Lookup lookup{.pairingID = pairingID, .from = isFromRelay ? RatePrefixes{} : request.from};
   refresh(lookup, done, [this, request, pairingID, isFromRelay, done] {
     const auto residence = member.residenceOf(pairingID);
     if (residence.kind != ClusterMember::Residence::Kind::elsewhere) return done(service.answer(request, now()));
@@ -127,9 +126,7 @@ void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFr
   constexpr int kForbidden = 403;
   const bool mayBeOld = refusal->status == kUnauthorized || refusal->status == kForbidden;
   if (!mayBeOld) return done(std::move(*refusal));
-  const Lookup lookup{.pairingID = candidate.who.pairingID,
-                      .deviceID = candidate.who.deviceID,
-                      .from = isFromRelay ? RatePrefixes{} : candidate.from};
+  const Lookup lookup{.pairingID = candidate.who.pairingID, .from = isFromRelay ? RatePrefixes{} : candidate.from};
   refresh(lookup, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
     if (auto refused = service.refusalForCandidate(candidate, now())) return done(std::move(*refused));
     decidePlace(std::move(candidate), isFromRelay, latest, done);
@@ -156,9 +153,9 @@ void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFro
   claim(std::move(candidate), isFromRelay, latest, std::move(done));
 }
 
-// The mirror may not know yet that the home has moved, or that the phone was removed.
+// The mirror may not know yet that the home has moved.
 void ClusterAdmission::admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
-  const Lookup lookup{.pairingID = candidate.who.pairingID, .deviceID = candidate.who.deviceID};
+  const Lookup lookup{.pairingID = candidate.who.pairingID};
   refresh(lookup, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
     const auto residence = member.residenceOf(candidate.who.pairingID);
     if (residence.kind == ClusterMember::Residence::Kind::here) return admit(candidate, done);
@@ -251,17 +248,10 @@ bool ClusterAdmission::holds(const PeerIntroduction& who, std::string_view text,
   if (!mayUnpair) return false;
   const auto read = readAgentMessage(text, kLongestUnpair);
   const auto* unpair = std::get_if<UnpairMessage>(&read);
-  if (!unpair) return false;
-  const auto at = now().epochSeconds;
+  if (!unpair || unpair->deviceID) return false;
   // Kept already: then it is told without a wait.
-  const bool isKept = unpair->deviceID ? member.mirror().isRemoved(who.pairingID, *unpair->deviceID)
-                                       : member.mirror().revokedAt(who.pairingID).has_value();
-  if (isKept) return false;
-  if (unpair->deviceID) {
-    member.removePhone(who.pairingID, *unpair->deviceID, at, store.mostRemovedPhones(), std::move(resume));
-  } else {
-    member.revoke(who.pairingID, at, std::move(resume));
-  }
+  if (member.mirror().revokedAt(who.pairingID)) return false;
+  member.revoke(who.pairingID, now().epochSeconds, std::move(resume));
   return true;
 }
 
@@ -276,6 +266,7 @@ HttpResponse ClusterAdmission::answerRoute(const HttpRequest& request) const {
   const bool isRoute = target && target->segments == std::vector<std::string>{"route"} && target->query.size() == 1 &&
                        target->query.front().name == "pairing" && isPairingID(target->query.front().value);
   if (!isRoute) return errorResponse(400, "Ask for /route?pairing=NAME.");
+  if (member.isFenced()) return unreachable();
   const auto residence = member.residenceOf(target->query.front().value);
   const bool isElsewhere = residence.kind == ClusterMember::Residence::Kind::elsewhere;
   return {

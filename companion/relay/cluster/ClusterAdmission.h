@@ -55,7 +55,7 @@ class ClusterAdmission {
   void decideAgain(Forwarding forwarding, bool isMisdirected, Done done);
 
   // Whether a message has to wait. After the process has slept it waits until it is known what happened; then `again`
-  // is called once, later, and this is to be asked again. What revokes or removes waits until it is kept; then `resume`
+  // is called once, later, and this is to be asked again. What revokes waits until it is kept; then `resume`
   // is called once, later, and the message can be taken.
   [[nodiscard]] bool holds(const PeerIntroduction& who, std::string_view text, std::function<void()> again,
                            std::function<void()> resume);
@@ -87,8 +87,7 @@ class ClusterAdmission {
   // What a client makes the relay ask.
   struct Lookup {
     std::string pairingID;
-    std::string deviceID{};  // Empty: of no phone.
-    RatePrefixes from{};     // Empty: that is not counted.
+    RatePrefixes from{};  // Empty: that is not counted.
   };
   void refresh(const Lookup& lookup, const Done& refused, std::function<void()> done);
   void admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);

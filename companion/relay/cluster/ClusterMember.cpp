@@ -28,14 +28,11 @@ ClusterMember::ClusterMember(const Dependencies& dependencies, Options options, 
                                         [this](const std::string& pairingID) {
                                           if (this->listener.revoked) this->listener.revoked(pairingID);
                                         },
-                                    .removed =
-                                        [this](const std::string& pairingID, const std::string& deviceID) {
-                                          if (this->listener.removed) this->listener.removed(pairingID, deviceID);
-                                        },
                                     .relayChanged =
                                         [this](const std::string& relay) {
                                           if (this->listener.relayChanged) this->listener.relayChanged(relay);
-                                        }}) {}
+                                        }}),
+      watchTime(this->options.times.watchSilence) {}
 
 // ---- Time
 
@@ -56,7 +53,7 @@ void ClusterMember::tick(Instant now) {
   if (isLeaving || isSuperseded) return;
   if (!hasEverything) readEverything();
   if (!lease) takeLease();
-  if (hasEverything && (!isWatching || now - std::max(watchSince, provenAt) > options.times.watchSilence)) startWatch();
+  if (hasEverything && (!isWatching || isWatchSilent())) startWatch();
   if (now >= nextBeat) beat();
   if (now >= nextTombstones) sendTombstones();
   if (!earlierPairings.empty() && !isBringing) bringNextPairing();
@@ -98,8 +95,14 @@ void ClusterMember::checkFence() {
 
 void ClusterMember::fence(const std::string& why) {
   state = State::fenced;
+  ++fences;
   log.warn(why + " Every connection is closed.");
   if (listener.fenced) listener.fenced();
+}
+
+ClusterMetrics ClusterMember::metrics(Instant now) {
+  const bool admits = isFresh(now);
+  return {.isServing = !isFenced(), .isFresh = admits, .fences = fences, .unsavedRevocations = unsavedCount()};
 }
 
 // ---- Following
@@ -121,9 +124,14 @@ void ClusterMember::didReadEverything(const ClusterReading& reading) {
   beat();
 }
 
+bool ClusterMember::isWatchSilent() const { return latestTurn - watchReceivedAt > watchTime; }
+
 void ClusterMember::startWatch() {
+  const bool hasShownNothing = isWatching && watchReceivedAt == watchSince;
+  if (hasShownNothing) watchTime = std::min<Duration>(2 * watchTime, options.times.longestWatchSilence);
   isWatching = true;
   watchSince = latestTurn;
+  watchReceivedAt = latestTurn;
   const auto number = ++watchNumber;
   const auto ifNewest = [this, number](auto act) {
     return [this, number, act](const auto&... arguments) {
@@ -140,6 +148,8 @@ void ClusterMember::startWatch() {
 }
 
 void ClusterMember::didWatch(const std::vector<ClusterEvent>& events) {
+  watchReceivedAt = latestTurn;
+  if (watchReceivedAt > watchSince) watchTime = options.times.watchSilence;
   known.apply(events);
   noteProof();
 }

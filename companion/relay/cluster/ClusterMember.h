@@ -14,6 +14,7 @@
 #include "companion/relay/cluster/ClusterStore.h"
 #include "companion/relay/cluster/RelayDisk.h"
 #include "companion/relay/rules/EventLog.h"
+#include "companion/relay/rules/RelayMetrics.h"
 #include "companion/relay/rules/RelayTime.h"
 
 namespace quillard::relayserver {
@@ -21,8 +22,11 @@ namespace quillard::relayserver {
 // How long a relay believes what it knows. docs/relay.md says why.
 struct ClusterTimes {
   std::chrono::milliseconds beat{250};
-  std::chrono::milliseconds keep{500};          // How often the lease is renewed.
-  std::chrono::milliseconds watchSilence{600};  // A watch that shows no beat for so long is made anew.
+  std::chrono::milliseconds keep{500};  // How often the lease is renewed.
+  // A watch that shows nothing for so long is made anew. Twice as long for each that has not shown anything at all, up
+  // to `longestWatchSilence`: on a machine that is busy, one takes a while to begin.
+  std::chrono::milliseconds watchSilence{600};
+  std::chrono::milliseconds longestWatchSilence{4'000};
   // Then other relays are asked whether they have the engine still. Longer than it takes to go from a member that
   // stands still to the next one, and short enough for agents, who come back after three seconds, to be elsewhere after
   // five.
@@ -55,7 +59,6 @@ class ClusterMember {
   struct Listener {
     std::function<void(const std::string& pairingID)> movedAway;  // The home is another relay's.
     std::function<void(const std::string& pairingID)> revoked;
-    std::function<void(const std::string& pairingID, const std::string& deviceID)> removed;
     std::function<void(const std::string& pairingID)> homeChanged;
     std::function<void(const std::string& relay)> relayChanged;
     std::function<void()> fenced;
@@ -103,31 +106,26 @@ class ClusterMember {
   enum class Claim { here, elsewhere, revoked, noPairing, unknown };
   // Makes this relay the home. By an agent, wherever it was before; by a phone, only where no living relay is the home.
   void claim(const std::string& pairingID, bool isByAgent, std::function<void(Claim)> done);
-  // Reads what the store has of a pairing now into the mirror, and whether this phone was removed; empty: no phone.
-  // False: it is not known.
-  void refresh(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done);
+  // Reads what the store has of a pairing now into the mirror. False: it is not known.
+  void refresh(const std::string& pairingID, std::function<void(bool)> done);
 
   // Runs a transaction, and brings what it read into the mirror.
   void transact(ClusterTransaction transaction, ClusterStore::Done<ClusterTransactionResult> done);
 
   // For good: on the disk first, then in the store, which is tried until it has it. `done` when it has, or after
-  // `times.tombstone`. `mostRemoved`: so many removed phones of a pairing are kept.
+  // `times.tombstone`.
   void revoke(const std::string& pairingID, std::int64_t at, std::function<void()> done);
-  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t at, std::size_t mostRemoved,
-                   std::function<void()> done);
   // The store does not have it yet.
-  [[nodiscard]] bool isUnsaved(const std::string& pairingID, const std::string& deviceID = {}) const;
+  [[nodiscard]] bool isUnsaved(const std::string& pairingID) const { return tombstones.contains(pairingID); }
   [[nodiscard]] std::size_t unsavedCount() const { return tombstones.size(); }
+  [[nodiscard]] ClusterMetrics metrics(Instant now);
   // Throws PairingStore::Failure: a revocation could not be kept on this relay's own disk now.
   void probeDisk() { disk.probe(); }
 
  private:
   enum class State { joining, serving, fenced };
   struct Tombstone {
-    std::string pairingID;
-    std::string deviceID;  // Empty: the pairing itself.
     std::int64_t at = 0;
-    std::vector<std::string> erased{};
     bool isUnderWay = false;
     std::optional<Instant> latest{};  // Of `done`.
     std::vector<std::function<void()>> done{};
@@ -138,6 +136,7 @@ class ClusterMember {
   void readEverything();
   void didReadEverything(const ClusterReading& reading);
   void startWatch();
+  [[nodiscard]] bool isWatchSilent() const;
   void didWatch(const std::vector<ClusterEvent>& events);
   void takeLease();
   void beat();
@@ -146,9 +145,8 @@ class ClusterMember {
   void fence(const std::string& why);
   void didChangeHome(const std::string& pairingID);
 
-  void keepTombstone(Tombstone tombstone);
-  void sendTombstone(const std::string& key);
-  void didSendTombstone(const std::string& key, bool isKept);
+  void sendTombstone(const std::string& pairingID);
+  void didSendTombstone(const std::string& pairingID, bool isKept);
   void sendTombstones();
   void bringDiskIntoStore();
   void bringNextPairing();
@@ -162,6 +160,7 @@ class ClusterMember {
   const Listener listener;
   ClusterMirror known;
   State state = State::joining;
+  std::uint64_t fences = 0;
   bool hasEverything = false;
   bool isReading = false;
   bool isLeaving = false;
@@ -174,13 +173,15 @@ class ClusterMember {
   Instant nextBeat{};
   Instant nextKeep{};  // Of the lease.
   Instant watchSince{};
+  Instant watchReceivedAt{};  // When it last showed something, or was begun.
+  Duration watchTime;         // How long the present one may show nothing.
   bool isWatching = false;
   std::uint64_t watchNumber = 0;  // Of the newest watch: what earlier ones say is not listened to.
   std::optional<LeaseNumber> lease;
   bool isTakingLease = false;
   std::int64_t beats = 0;
   std::map<std::int64_t, Instant> sentBeats;    // That have not come back.
-  std::map<std::string, Tombstone> tombstones;  // By key. What the store does not have yet.
+  std::map<std::string, Tombstone> tombstones;  // By pairing. What the store does not have yet.
   Instant nextTombstones{};
   std::vector<RelayDisk::Pairing> earlierPairings;  // Which the store is still to be given.
   bool isBringing = false;

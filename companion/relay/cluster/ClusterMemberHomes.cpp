@@ -20,9 +20,8 @@ void ClusterMember::transact(ClusterTransaction transaction, ClusterStore::Done<
   });
 }
 
-void ClusterMember::refresh(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done) {
+void ClusterMember::refresh(const std::string& pairingID, std::function<void(bool)> done) {
   ClusterTransaction reading{.reads = {pairingKey(pairingID), revokedKey(pairingID), homeKey(pairingID)}};
-  if (!deviceID.empty()) reading.reads.push_back(removedKey(pairingID, deviceID));
   transact(std::move(reading), [done = std::move(done)](const std::optional<ClusterTransactionResult>& result) {
     done(result.has_value());
   });
@@ -85,10 +84,6 @@ void ClusterMember::claimAgain(const std::string& pairingID, bool isByAgent, int
 
 // ---- Tombstones
 
-bool ClusterMember::isUnsaved(const std::string& pairingID, const std::string& deviceID) const {
-  return tombstones.contains(deviceID.empty() ? revokedKey(pairingID) : removedKey(pairingID, deviceID));
-}
-
 void ClusterMember::revoke(const std::string& pairingID, std::int64_t at, std::function<void()> done) {
   if (known.revokedAt(pairingID)) return done();
   try {
@@ -96,62 +91,31 @@ void ClusterMember::revoke(const std::string& pairingID, std::int64_t at, std::f
   } catch (const PairingStore::Failure& failure) {
     log.warn("A revocation is not on this relay's disk: " + failure.description);
   }
-  keepTombstone({.pairingID = pairingID, .at = at, .done = {std::move(done)}});
+  auto& tombstone = tombstones.try_emplace(pairingID, Tombstone{.at = at}).first->second;
+  // One that was found on the disk has waited for nobody so far.
+  if (!tombstone.latest) tombstone.latest = latestTurn + options.times.tombstone;
+  tombstone.done.push_back(std::move(done));
+  sendTombstone(pairingID);
 }
 
-void ClusterMember::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t at,
-                                std::size_t mostRemoved, std::function<void()> done) {
-  if (known.isRemoved(pairingID, deviceID)) return done();
-  try {
-    disk.keepRemoval(pairingID, deviceID, at);
-  } catch (const PairingStore::Failure& failure) {
-    log.warn("A removal is not on this relay's disk: " + failure.description);
-  }
-  Tombstone tombstone{.pairingID = pairingID, .deviceID = deviceID, .at = at, .done = {std::move(done)}};
-  const auto earlier = known.removedPhones(pairingID);
-  for (std::size_t i = 0; i + mostRemoved <= earlier.size(); ++i) tombstone.erased.push_back(earlier[i]);
-  keepTombstone(std::move(tombstone));
-}
-
-void ClusterMember::keepTombstone(Tombstone tombstone) {
-  const auto key = tombstone.deviceID.empty() ? revokedKey(tombstone.pairingID)
-                                              : removedKey(tombstone.pairingID, tombstone.deviceID);
-  tombstone.latest = latestTurn + options.times.tombstone;
-  const auto [at, isNew] = tombstones.try_emplace(key, std::move(tombstone));
-  if (!isNew) {
-    // One that was found on the disk has waited for nobody so far.
-    if (!at->second.latest) at->second.latest = tombstone.latest;
-    for (auto& done : tombstone.done) at->second.done.push_back(std::move(done));
-  }
-  sendTombstone(key);
-}
-
-void ClusterMember::sendTombstone(const std::string& key) {
-  auto& tombstone = tombstones.at(key);
+void ClusterMember::sendTombstone(const std::string& pairingID) {
+  auto& tombstone = tombstones.at(pairingID);
   if (tombstone.isUnderWay) return;
   tombstone.isUnderWay = true;
-  const auto& pairingID = tombstone.pairingID;
-  ClusterTransaction transaction{.changes = {{.key = key, .value = valueOf(TombstoneRecord{tombstone.at})}},
-                                 .reads = {key, pairingKey(pairingID), homeKey(pairingID)}};
+  const auto key = revokedKey(pairingID);
   using Kind = ClusterChange::Kind;
-  if (tombstone.deviceID.empty()) {
-    transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
-    transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
-    transaction.changes.push_back({.kind = Kind::erasePrefix, .key = removedKey(pairingID)});
-    transaction.changes.push_back({.kind = Kind::erasePrefix, .key = pushKey(pairingID)});
-  } else {
-    transaction.changes.push_back({.kind = Kind::erase, .key = pushKey(pairingID, tombstone.deviceID)});
-  }
-  for (const auto& deviceID : tombstone.erased) {
-    transaction.changes.push_back({.kind = Kind::erase, .key = removedKey(pairingID, deviceID)});
-  }
-  transact(std::move(transaction), [this, key](const std::optional<ClusterTransactionResult>& result) {
-    didSendTombstone(key, result.has_value());
+  ClusterTransaction transaction{.changes = {{.key = key, .value = valueOf(TombstoneRecord{tombstone.at})},
+                                             {.kind = Kind::erase, .key = pairingKey(pairingID)},
+                                             {.kind = Kind::erase, .key = homeKey(pairingID)},
+                                             {.kind = Kind::erasePrefix, .key = pushKey(pairingID)}},
+                                 .reads = {key, pairingKey(pairingID), homeKey(pairingID)}};
+  transact(std::move(transaction), [this, pairingID](const std::optional<ClusterTransactionResult>& result) {
+    didSendTombstone(pairingID, result.has_value());
   });
 }
 
-void ClusterMember::didSendTombstone(const std::string& key, bool isKept) {
-  const auto found = tombstones.find(key);
+void ClusterMember::didSendTombstone(const std::string& pairingID, bool isKept) {
+  const auto found = tombstones.find(pairingID);
   if (found == tombstones.end()) return;
   found->second.isUnderWay = false;
   if (!isKept) return;
@@ -164,16 +128,16 @@ void ClusterMember::sendTombstones() {
   constexpr std::chrono::seconds kInterval{1};
   constexpr int kMostAtOnce = 64;
   nextTombstones = latestTurn + kInterval;
-  std::vector<std::string> keys;
+  std::vector<std::string> pairingIDs;
   std::vector<std::function<void()>> late;
-  for (auto& [key, tombstone] : tombstones) {
-    keys.push_back(key);
+  for (auto& [pairingID, tombstone] : tombstones) {
+    pairingIDs.push_back(pairingID);
     if (!tombstone.latest || latestTurn < *tombstone.latest) continue;
     for (auto& done : std::exchange(tombstone.done, {})) late.push_back(std::move(done));
   }
   int sent = 0;
-  for (const auto& key : keys) {
-    if (sent++ < kMostAtOnce && tombstones.contains(key)) sendTombstone(key);
+  for (const auto& pairingID : pairingIDs) {
+    if (sent++ < kMostAtOnce && tombstones.contains(pairingID)) sendTombstone(pairingID);
   }
   for (const auto& done : late) done();
 }
@@ -182,12 +146,7 @@ void ClusterMember::sendTombstones() {
 void ClusterMember::bringDiskIntoStore() {
   try {
     for (const auto& [pairingID, at] : disk.revocations()) {
-      if (!known.revokedAt(pairingID)) tombstones.try_emplace(revokedKey(pairingID), Tombstone{pairingID, "", at});
-    }
-    for (const auto& [pairingID, deviceID, at] : disk.removals()) {
-      // Also of a pairing that is not there: it may be brought next, or come back.
-      if (known.revokedAt(pairingID) || known.isRemoved(pairingID, deviceID)) continue;
-      tombstones.try_emplace(removedKey(pairingID, deviceID), Tombstone{pairingID, deviceID, at});
+      if (!known.revokedAt(pairingID)) tombstones.try_emplace(pairingID, Tombstone{.at = at});
     }
     earlierPairings = disk.pairings();
   } catch (const PairingStore::Failure& failure) {

@@ -102,24 +102,12 @@ TEST_F(Cluster, RevokesEverywhereBeforeItSaysSo) {
   }
 }
 
-TEST_F(Cluster, RemovesAPhoneEverywhere) {
+TEST_F(Cluster, ClosesThePhoneThatAnAgentNamesWithoutAWait) {
   const auto agent = joinAgent(0);
   const auto phone = joinPhone(0);
-  EXPECT_TRUE(say(0, agent, Role::agent, unpair("A")));
-  world.run(milliseconds(100));
+  EXPECT_FALSE(say(0, agent, Role::agent, unpair("A")));
   EXPECT_EQ(phone->closed, CloseCode::removed);
-  for (std::size_t relay = 0; relay < 3; ++relay) EXPECT_EQ(world.status(world[relay].upgrade(kPhone)), 403);
-}
-
-TEST_F(Cluster, LetsNoRemovedPhoneInByAMirrorThatIsOld) {
-  (void)joinAgent(0);
-  world[0].engineEnd.hasSilentWatch = true;
-  bool isDone = false;
-  world[1].member.removePhone(kPairing, "A", 1, 64, [&] { isDone = true; });
-  world.engine.advance(milliseconds(20));
-  ASSERT_TRUE(isDone);
-  ASSERT_FALSE(world[0].member.mirror().isRemoved(kPairing, "A"));
-  EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 403);
+  EXPECT_EQ(world.status(world[0].upgrade(kPhone)), 101);
 }
 
 // The engine answers, but what the relay knew at the request is too old by then.
@@ -209,28 +197,18 @@ TEST_F(Cluster, BringsThePairingsOfARelayThatWasAlone) {
   EXPECT_EQ(world.status(world[1].upgrade("role=mac&pairing=old")), 101);
 }
 
-TEST_F(Cluster, BringsTheRemovedPhonesOfARelayThatWasAlone) {
-  world.relays.push_back(std::make_unique<ClusterRelay>(world.engine, "relay-d"));
-  world[3].disk.earlier = {{"old", {.token = hashOf(kToken), .lastUsed = 1, .isJoined = true}}};
-  world[3].disk.removed = {{"old", "A", 1}};
-  world.run(seconds(3));
-  EXPECT_EQ(world.status(world[1].upgrade("role=phone&deviceName=A&deviceID=A&pairing=old")), 403);
-  EXPECT_EQ(world.status(world[1].upgrade("role=phone&deviceName=A&deviceID=B&pairing=old")), 101);
-}
-
-TEST_F(Cluster, KnowsTheRemovedPhonesOfAPairingThatComesBackAfterItMadeRoom) {
+TEST_F(Cluster, WaitsForAWatchThatTakesLongToBegin) {
   for (std::size_t relay = 0; relay < 3; ++relay) {
-    world[relay].limits.pairings = 1;
-    world[relay].limits.reclaimAfter = std::chrono::hours(0);
+    world[relay].engineEnd.watchDelay = milliseconds(2'500);
+    world[relay].engineEnd.hasSilentWatch = true;
   }
-  const auto agent = joinAgent(0);
-  say(0, agent, Role::agent, unpair("A"));
+  world.run(seconds(20));
+  EXPECT_EQ(world.status(world[1].upgrade(kAgent)), 101);
+  // And is as quick as before to leave one that says nothing any more.
+  world[1].engineEnd.watchDelay = {};
+  world[1].engineEnd.hasSilentWatch = true;
   world.run(seconds(2));
-  EXPECT_EQ(world.status(world[1].registerToken("another")), 204);
-  EXPECT_EQ(world[1].member.mirror().pairing(kPairing), nullptr);
-  world.run(seconds(2));
-  EXPECT_EQ(world.status(world[2].registerToken(kPairing)), 204);
-  EXPECT_EQ(world.status(world[2].upgrade(kPhone)), 403);
+  EXPECT_GT(world[1].member.steadyFor(world[1].now().instant), Duration::zero());
 }
 
 TEST_F(Cluster, LivesThroughAnEngineThatIsGoneForLessThanAMinute) {
@@ -430,6 +408,46 @@ TEST_F(Cluster, AsksNothingOfTheEngineForALoadBalancer) {
   EXPECT_EQ(route("/route?pairing=" + kPairing).headers[1].second, "relay-b");
   EXPECT_EQ(route("/route?pairing=unknown").headers[1].second, "relay-a");
   EXPECT_EQ(route("/route").status, 400);
+}
+
+// Another relay is asked then, which knows more.
+TEST_F(Cluster, TellsALoadBalancerNothingWhileItServesNobody) {
+  (void)joinAgent(1);
+  world.run(milliseconds(100));
+  const auto route = [&] {
+    return world[0].admission.answerRoute({.method = "GET", .target = "/route?pairing=" + kPairing}).status;
+  };
+  world.engine.setAvailable(false);
+  world.run(seconds(59));
+  EXPECT_EQ(route(), 204);
+  world.run(seconds(2));
+  EXPECT_EQ(route(), 503);
+  world.engine.setAvailable(true);
+  world.run(seconds(6));
+  EXPECT_EQ(route(), 204);
+}
+
+TEST_F(Cluster, CountsHowItStandsForTheOperator) {
+  const auto metrics = [&] { return world[0].member.metrics(world.engine.now()); };
+  const auto agent = joinAgent(0);
+  EXPECT_TRUE(metrics().isServing);
+  EXPECT_TRUE(metrics().isFresh);
+  world.engine.setAvailable(false);
+  world[0].member.revoke("another", 1, [] {});
+  world.run(seconds(10));
+  EXPECT_TRUE(metrics().isServing);
+  EXPECT_FALSE(metrics().isFresh);
+  EXPECT_EQ(metrics().unsavedRevocations, 1U);
+  EXPECT_EQ(metrics().fences, 0U);
+  world.run(seconds(52));
+  EXPECT_FALSE(metrics().isServing);
+  EXPECT_EQ(metrics().fences, 1U);
+  world.engine.setAvailable(true);
+  world.run(seconds(6));
+  EXPECT_TRUE(metrics().isServing);
+  EXPECT_TRUE(metrics().isFresh);
+  EXPECT_EQ(metrics().unsavedRevocations, 0U);
+  EXPECT_EQ(metrics().fences, 1U);
 }
 
 }  // namespace

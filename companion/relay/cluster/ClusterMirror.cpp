@@ -56,8 +56,6 @@ void ClusterMirror::put(const std::string& key, const std::optional<std::string>
           putPairing(name.pairingID, value, modified);
         } else if constexpr (std::is_same_v<Name, RevokedName>) {
           putRevoked(name.pairingID, value, modified);
-        } else if constexpr (std::is_same_v<Name, RemovedName>) {
-          putRemoved(name, value, modified);
         } else if constexpr (std::is_same_v<Name, PushName>) {
           putPush(name, value, modified);
         } else if constexpr (std::is_same_v<Name, PushSecretName>) {
@@ -102,25 +100,14 @@ void ClusterMirror::putRevoked(const std::string& pairingID, const std::optional
   if (!known && listener.revoked) listener.revoked(pairingID);
 }
 
-void ClusterMirror::putRemoved(const RemovedName& name, const std::optional<std::string>& value, Revision modified) {
-  const std::pair key{name.pairingID, name.deviceID};
-  const auto* known = lookUp(removed, key);
-  if (known && known->second >= modified) return;
-  if (!value) {
-    removed.erase(key);
-    return;
-  }
-  const bool isNew = !known;
-  removed[key] = {readTombstoneRecord(*value).value_or(TombstoneRecord{}).at, modified};
-  if (isNew && listener.removed) listener.removed(name.pairingID, name.deviceID);
-}
-
 void ClusterMirror::putPush(const PushName& name, const std::optional<std::string>& value, Revision modified) {
   const std::pair key{name.pairingID, name.deviceID};
   const auto* known = lookUp(subscriptions, key);
   if (known && known->second >= modified) return;
   const auto record = value ? readPushSubscription(*value, name.deviceID) : std::nullopt;
+  if (known) bytesOfSubscriptions -= known->first.bytes();
   if (record) {
+    bytesOfSubscriptions += record->bytes();
     subscriptions[key] = {*record, modified};
   } else {
     subscriptions.erase(key);
@@ -170,10 +157,6 @@ std::optional<std::int64_t> ClusterMirror::revokedAt(const std::string& pairingI
   return found ? std::optional(found->first) : std::nullopt;
 }
 
-bool ClusterMirror::isRemoved(const std::string& pairingID, const std::string& deviceID) const {
-  return removed.contains({pairingID, deviceID});
-}
-
 std::vector<PushSubscription> ClusterMirror::pushSubscriptions(const std::string& pairingID) const {
   std::vector<PushSubscription> all;
   for (auto at = subscriptions.lower_bound({pairingID, ""}); at != subscriptions.end() && at->first.first == pairingID;
@@ -209,36 +192,10 @@ std::vector<std::string> ClusterMirror::oldestRevoked(std::size_t kept) const {
   return names;
 }
 
-std::vector<std::string> ClusterMirror::removedPhones(const std::string& pairingID) const {
-  std::vector<std::pair<std::int64_t, std::string>> ages;
-  for (auto at = removed.lower_bound({pairingID, ""}); at != removed.end() && at->first.first == pairingID; ++at) {
-    ages.emplace_back(at->second.first, at->first.second);
-  }
-  std::sort(ages.begin(), ages.end());
-  std::vector<std::string> names;
-  for (auto& [at, deviceID] : ages) names.push_back(std::move(deviceID));
-  return names;
-}
-
-std::vector<std::pair<std::string, std::string>> ClusterMirror::oldestRemovedWithoutPairing(std::size_t kept) const {
-  if (removed.size() <= kept) return {};
-  std::vector<std::pair<std::int64_t, std::pair<std::string, std::string>>> ages;
-  for (const auto& [name, at] : removed) {
-    if (!pairings.contains(name.first)) ages.emplace_back(at.first, name);
-  }
-  if (ages.size() <= kept) return {};
-  std::sort(ages.begin(), ages.end());
-  ages.resize(ages.size() - kept);
-  std::vector<std::pair<std::string, std::string>> names;
-  for (auto& [at, name] : ages) names.push_back(std::move(name));
-  return names;
-}
-
 std::vector<std::string> ClusterMirror::keysThere() const {
   std::vector<std::string> keys;
   for (const auto& [pairingID, pairing] : pairings) keys.push_back(pairingKey(pairingID));
   for (const auto& [pairingID, at] : revoked) keys.push_back(revokedKey(pairingID));
-  for (const auto& [name, at] : removed) keys.push_back(removedKey(name.first, name.second));
   for (const auto& [name, subscription] : subscriptions) keys.push_back(pushKey(name.first, name.second));
   if (secret.first) keys.push_back(pushSecretKey());
   for (const auto& [pairingID, home] : homes) keys.push_back(homeKey(pairingID));

@@ -37,7 +37,6 @@ class ClusterMirror {
   struct Listener {
     std::function<void(const std::string& pairingID)> homeChanged;
     std::function<void(const std::string& pairingID)> revoked;
-    std::function<void(const std::string& pairingID, const std::string& deviceID)> removed;
     std::function<void(const std::string& relay)> relayChanged;  // Came, went, or was started anew.
   };
   explicit ClusterMirror(Listener listener) : listener(std::move(listener)) {}
@@ -56,9 +55,10 @@ class ClusterMirror {
   // Null or absent: there is none.
   [[nodiscard]] const Pairing* pairing(const std::string& pairingID) const;
   [[nodiscard]] std::optional<std::int64_t> revokedAt(const std::string& pairingID) const;
-  [[nodiscard]] bool isRemoved(const std::string& pairingID, const std::string& deviceID) const;
   // Of a pairing, the oldest first.
   [[nodiscard]] std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) const;
+  // Of all of them, in memory.
+  [[nodiscard]] std::size_t subscriptionBytes() const { return bytesOfSubscriptions; }
   [[nodiscard]] const std::optional<std::string>& pushSecret() const { return secret.first; }
   [[nodiscard]] const Home* home(const std::string& pairingID) const;
   [[nodiscard]] const Relay* relay(const std::string& name) const;
@@ -68,11 +68,8 @@ class ClusterMirror {
   [[nodiscard]] std::size_t unjoinedCount() const { return unjoined.size(); }
   // Those that were last used before then; `isJoined`: of these or of those. At most `most`, the oldest first.
   [[nodiscard]] std::vector<std::string> leastUsed(bool isJoined, std::int64_t usedBefore, std::size_t most) const;
-  // Oldest first, as are the next.
+  // Oldest first.
   [[nodiscard]] std::vector<std::string> oldestRevoked(std::size_t kept) const;
-  [[nodiscard]] std::vector<std::string> removedPhones(const std::string& pairingID) const;
-  // Pairing and phone, of pairings that are not there.
-  [[nodiscard]] std::vector<std::pair<std::string, std::string>> oldestRemovedWithoutPairing(std::size_t kept) const;
   // Every tombstone, for whoever keeps them elsewhere, too.
   [[nodiscard]] const std::unordered_map<std::string, std::pair<std::int64_t, Revision>>& revocations() const {
     return revoked;
@@ -85,7 +82,6 @@ class ClusterMirror {
   void put(const std::string& key, const std::optional<std::string>& value, Revision modified);
   void putPairing(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
   void putRevoked(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
-  void putRemoved(const RemovedName& name, const std::optional<std::string>& value, Revision modified);
   void putPush(const PushName& name, const std::optional<std::string>& value, Revision modified);
   void putPushSecret(const std::optional<std::string>& value, Revision modified);
   void putHome(const std::string& pairingID, const std::optional<std::string>& value, Revision modified);
@@ -99,8 +95,8 @@ class ClusterMirror {
   Order joined;
   Order unjoined;
   std::unordered_map<std::string, std::pair<std::int64_t, Revision>> revoked;
-  std::map<std::pair<std::string, std::string>, std::pair<std::int64_t, Revision>> removed;
   std::map<std::pair<std::string, std::string>, std::pair<PushSubscription, Revision>> subscriptions;
+  std::size_t bytesOfSubscriptions = 0;
   std::pair<std::optional<std::string>, Revision> secret;
   std::unordered_map<std::string, Home> homes;
   std::map<std::string, Relay> allRelays;

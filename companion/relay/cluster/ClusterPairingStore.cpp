@@ -78,7 +78,6 @@ void ClusterPairingStore::addErasing(const std::string& pairingID, ClusterTransa
   transaction.changes.push_back({.kind = Kind::erase, .key = pairingKey(pairingID)});
   transaction.changes.push_back({.kind = Kind::erase, .key = homeKey(pairingID)});
   transaction.changes.push_back({.kind = Kind::erasePrefix, .key = pushKey(pairingID)});
-  // Its agent may bring it back: which phones it has removed stays.
 }
 
 void ClusterPairingStore::write(const std::string& pairingID, const std::optional<PairingRecord>& record,
@@ -136,16 +135,6 @@ void ClusterPairingStore::revoke(const std::string& pairingID, std::int64_t now,
   member.revoke(pairingID, now, [] {});
 }
 
-void ClusterPairingStore::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
-                                      std::size_t most) {
-  member.removePhone(pairingID, deviceID, now, most, [] {});
-}
-
-bool ClusterPairingStore::isRemoved(const std::string& pairingID, const std::string& deviceID) {
-  check();
-  return member.mirror().isRemoved(pairingID, deviceID) || member.isUnsaved(pairingID, deviceID);
-}
-
 std::vector<std::string> ClusterPairingStore::purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) {
   check();
   const auto& mirror = member.mirror();
@@ -164,9 +153,6 @@ void ClusterPairingStore::purgeTombstones() {
   };
   const auto& mirror = member.mirror();
   for (const auto& pairingID : mirror.oldestRevoked(limits.revocations)) erase(revokedKey(pairingID));
-  auto removals = mirror.oldestRemovedWithoutPairing(kRemovalsWithoutPairing);
-  removals.resize(std::min(removals.size(), kMostPurgedAtOnce));
-  for (const auto& [pairingID, deviceID] : removals) erase(removedKey(pairingID, deviceID));
 }
 
 bool ClusterPairingStore::makeRoomWith(const std::vector<std::string>& candidates) {

@@ -18,7 +18,7 @@ namespace quillard::relayserver {
 
 // The pairings of a cluster, as every relay of it sees them. It reads from the mirror, so that no call waits, and fails
 // while the mirror may be old. Of what it writes, a new pairing and a computer's key have to be waited for: see
-// `commit`. A revocation or removal was written before the rooms hear of it; what else is written may fail, and is
+// `commit`. A revocation was written before the rooms hear of it; what else is written may fail, and is
 // written again another time.
 class ClusterPairingStore final : public RelayStore {
  public:
@@ -26,7 +26,6 @@ class ClusterPairingStore final : public RelayStore {
   ClusterPairingStore(ClusterMember& member, const RelayLimits& limits, std::function<bool()> isFresh)
       : member(member), limits(limits), isFresh(std::move(isFresh)) {}
 
-  [[nodiscard]] std::size_t mostRemovedPhones() const { return limits.removedPhones; }
   enum class Commit { kept, changed, unknown };
   // Writes the pairing that was added, or the key that was set, since the last one; nobody is to be told before it is
   // kept. `changed`: something that it was decided by is otherwise by now, and known to be so.
@@ -38,9 +37,6 @@ class ClusterPairingStore final : public RelayStore {
   void markUsed(const std::string& pairingID, std::int64_t now) override;
   void markJoined(const std::string& pairingID, std::int64_t now) override;
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;
-  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
-                   std::size_t most) override;
-  bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
   bool forgetOldestUnjoined() override;
   // Of all, the one that was not used for the longest time, if that was before then; together with what is added next.
@@ -57,9 +53,11 @@ class ClusterPairingStore final : public RelayStore {
   // here at once; where the engine does not take it, it is as it was, and phones subscribe again when they are opened.
   std::optional<std::string> pushSecret() override;
   void offerPushSecret(const std::string& secret) override;
+  void whenKept(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done) override;
   std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) override;
   void keepPushSubscription(const std::string& pairingID, const PushSubscription& subscription,
                             std::size_t most) override;
+  [[nodiscard]] std::size_t subscriptionBytes() const override { return member.mirror().subscriptionBytes(); }
   void erasePushSubscriptions(const std::string& pairingID, const std::string& deviceID) override;
 
  private:
@@ -88,7 +86,8 @@ class ClusterPairingStore final : public RelayStore {
   std::set<std::string> beingWritten;
   std::set<std::string> beingForgotten;
   struct UnsavedPush {
-    std::optional<PushSubscription> subscription;  // Absent: it is being erased.
+    std::optional<PushSubscription> subscription;   // Absent: it is being erased.
+    std::vector<std::function<void(bool)>> done{};  // Whoever waits for it.
     std::uint64_t number = 0;
   };
   std::map<std::pair<std::string, std::string>, UnsavedPush> unsavedPushes;

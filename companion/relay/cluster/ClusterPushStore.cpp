@@ -59,22 +59,31 @@ void ClusterPairingStore::writePush(const std::string& pairingID, const std::str
                                     const std::optional<PushSubscription>& subscription) {
   const auto number = ++pushWrites;
   const std::pair name{pairingID, deviceID};
-  unsavedPushes[name] = {subscription, number};
+  auto& unsaved = unsavedPushes[name];
+  unsaved.subscription = subscription;
+  unsaved.number = number;  // Whoever waited for what was written before waits for this.
   const auto key = pushKey(pairingID, deviceID);
   ClusterTransaction transaction{.reads = {key}};
   if (subscription) {
-    // Not of a phone that another relay has removed meanwhile.
-    using Kind = ClusterCondition::Kind;
-    transaction.conditions = {{.key = pairingKey(pairingID), .kind = Kind::isThere},
-                              {.key = removedKey(pairingID, deviceID), .kind = Kind::isAbsent}};
+    transaction.conditions = {{.key = pairingKey(pairingID), .kind = ClusterCondition::Kind::isThere}};
     transaction.changes.push_back({.key = key, .value = valueOf(*subscription)});
   } else {
     transaction.changes.push_back({.kind = ClusterChange::Kind::erase, .key = key});
   }
-  member.transact(std::move(transaction), [this, name, number](const std::optional<ClusterTransactionResult>&) {
+  member.transact(std::move(transaction), [this, name, number](const auto& result) {
     const auto found = unsavedPushes.find(name);
-    if (found != unsavedPushes.end() && found->second.number == number) unsavedPushes.erase(found);
+    if (found == unsavedPushes.end() || found->second.number != number) return;
+    const auto waiting = std::move(found->second.done);
+    unsavedPushes.erase(found);
+    for (const auto& done : waiting) done(result && result->succeeded);
   });
+}
+
+void ClusterPairingStore::whenKept(const std::string& pairingID, const std::string& deviceID,
+                                   std::function<void(bool)> done) {
+  const auto found = unsavedPushes.find({pairingID, deviceID});
+  if (found == unsavedPushes.end()) return done(true);
+  found->second.done.push_back(std::move(done));
 }
 
 }  // namespace quillard::relayserver

@@ -64,14 +64,27 @@ TEST_F(PushCluster, KeepsTheNewestOfAPairing) {
   EXPECT_EQ(devices(1), "BC");
 }
 
+TEST_F(PushCluster, KnowsHowMuchMemoryTheyTakeEverywhere) {
+  EXPECT_EQ(world[1].store.subscriptionBytes(), 0U);
+  keep(0, subscription("A"));
+  keep(0, subscription("B"));
+  world.run(milliseconds(200));
+  EXPECT_EQ(world[1].store.subscriptionBytes(), subscription("A").bytes() + subscription("B").bytes());
+  auto longer = subscription("A", 2);
+  longer.endpoint += std::string(500, 'x');
+  keep(2, longer);
+  world.run(milliseconds(200));
+  EXPECT_EQ(world[1].store.subscriptionBytes(), longer.bytes() + subscription("B").bytes());
+  world[2].store.erasePushSubscriptions(kPairing, "");
+  world.run(milliseconds(200));
+  EXPECT_EQ(world[1].store.subscriptionBytes(), 0U);
+}
+
 TEST_F(PushCluster, ForgetsThemWithTheirPhoneAndTheirPairingWhereverThatWas) {
   keep(0, subscription("A"));
   keep(0, subscription("B"));
   world.run(milliseconds(200));
-  world[1].member.removePhone(kPairing, "A", 5, 64, [] {});
-  world.run(milliseconds(200));
-  EXPECT_EQ(devices(0), "B");
-  keep(0, subscription("A"));  // It was removed elsewhere.
+  world[1].store.erasePushSubscriptions(kPairing, "A");
   world.run(milliseconds(200));
   EXPECT_EQ(devices(0), "B");
   world[2].member.revoke(kPairing, 6, [] {});
@@ -97,6 +110,18 @@ TEST_F(PushCluster, GivesUpWhatTheEngineDoesNotTake) {
   world[0].engineEnd.isCutOff = false;
   world.run(seconds(30));
   EXPECT_EQ(devices(0), devices(1));
+}
+
+TEST_F(PushCluster, SaysWhenTheStoreHasASubscription) {
+  std::string said;
+  keep(0, subscription("A"));
+  world[0].store.whenKept(kPairing, "A", [&](bool isKept) { said = isKept ? "kept" : "lost"; });
+  EXPECT_EQ(said, "");
+  world.run(milliseconds(200));
+  EXPECT_EQ(said, "kept");
+  said.clear();
+  world[0].store.whenKept(kPairing, "A", [&](bool isKept) { said = isKept ? "kept" : "lost"; });
+  EXPECT_EQ(said, "kept") << "It is there already.";
 }
 
 }  // namespace

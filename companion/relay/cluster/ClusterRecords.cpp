@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::string_view kPairing = "pairing/";
 constexpr std::string_view kRevoked = "revoked/";
-constexpr std::string_view kRemoved = "removed/";
 constexpr std::string_view kPush = "push/";
 constexpr std::string_view kPushSecret = "vapid/secret";
 constexpr std::string_view kHome = "home/";
@@ -75,9 +74,6 @@ bool isHost(std::string_view text) {
 
 std::string pairingKey(std::string_view pairingID) { return keyOf(kPairing, pairingID); }
 std::string revokedKey(std::string_view pairingID) { return keyOf(kRevoked, pairingID); }
-std::string removedKey(std::string_view pairingID, std::string_view deviceID) {
-  return keyOf(kRemoved, pairingID).append("/").append(deviceID);
-}
 std::string pushKey(std::string_view pairingID, std::string_view deviceID) {
   return keyOf(kPush, pairingID).append("/").append(deviceID);
 }
@@ -92,12 +88,11 @@ ClusterName readKey(std::string_view key) {
   const auto name = key.substr(slash + 1);
   if (kind == kRelay && isRelayName(name)) return RelayName{std::string(name)};
   if (key == kPushSecret) return PushSecretName{};
-  if (kind == kRemoved || kind == kPush) {
+  if (kind == kPush) {
     const auto second = std::min(name.find('/'), name.size());
     const auto device = name.substr(std::min(second + 1, name.size()));
     if (!isPairingID(name.substr(0, second)) || !isDeviceOrDecisionID(device)) return OtherName{};
-    if (kind == kPush) return PushName{std::string(name.substr(0, second)), std::string(device)};
-    return RemovedName{std::string(name.substr(0, second)), std::string(device)};
+    return PushName{std::string(name.substr(0, second)), std::string(device)};
   }
   if (!isPairingID(name)) return OtherName{};
   if (kind == kPairing) return PairingName{std::string(name)};

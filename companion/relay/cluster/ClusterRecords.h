@@ -22,7 +22,7 @@ struct PairingRecord {
   bool operator==(const PairingRecord&) const = default;
 };
 
-// revoked/NAME and removed/NAME/DEVICE
+// revoked/NAME
 struct TombstoneRecord {
   std::int64_t at = 0;  // Seconds since 1970.
   bool operator==(const TombstoneRecord&) const = default;
@@ -53,8 +53,6 @@ struct PushSecretRecord {
 [[nodiscard]] std::string pairingKey(std::string_view pairingID);
 [[nodiscard]] std::string revokedKey(std::string_view pairingID);
 // `deviceID` empty: what all of the pairing's begin with.
-[[nodiscard]] std::string removedKey(std::string_view pairingID, std::string_view deviceID = {});
-// `deviceID` empty: what all of the pairing's begin with.
 [[nodiscard]] std::string pushKey(std::string_view pairingID, std::string_view deviceID = {});
 [[nodiscard]] std::string pushSecretKey();
 [[nodiscard]] std::string homeKey(std::string_view pairingID);
@@ -66,10 +64,6 @@ struct PairingName {
 };
 struct RevokedName {
   std::string pairingID;
-};
-struct RemovedName {
-  std::string pairingID;
-  std::string deviceID;
 };
 struct PushName {
   std::string pairingID;
@@ -83,8 +77,7 @@ struct RelayName {
   std::string relay;
 };
 struct OtherName {};
-using ClusterName =
-    std::variant<OtherName, PairingName, RevokedName, RemovedName, PushName, PushSecretName, HomeName, RelayName>;
+using ClusterName = std::variant<OtherName, PairingName, RevokedName, PushName, PushSecretName, HomeName, RelayName>;
 [[nodiscard]] ClusterName readKey(std::string_view key);
 
 [[nodiscard]] std::string valueOf(const PairingRecord& record);

@@ -20,11 +20,7 @@ class MemoryRelayDisk final : public RelayDisk {
     probe();
     revoked.push_back({pairingID, at});
   }
-  void keepRemoval(const std::string& pairingID, const std::string& deviceID, std::int64_t at) override {
-    removed.push_back({pairingID, deviceID, at});
-  }
   std::vector<Revocation> revocations() override { return revoked; }
-  std::vector<Removal> removals() override { return removed; }
   std::vector<Pairing> pairings() override { return earlier; }
   void forgetPairings() override { earlier.clear(); }
   void probe() override {
@@ -33,7 +29,6 @@ class MemoryRelayDisk final : public RelayDisk {
 
   bool isFull = false;
   std::vector<Revocation> revoked;
-  std::vector<Removal> removed;
   std::vector<Pairing> earlier;
 };
 
@@ -113,9 +108,6 @@ class ClusterRelay {
         {.relay = name, .address = "127.0.0.1:8443", .run = run},
         {.movedAway = [this](const std::string& id) { rooms.closeRoom(id, CloseCode::replaced, CloseCode::stopping); },
          .revoked = [this](const std::string& id) { rooms.closeRoom(id, CloseCode::revoked, CloseCode::revoked); },
-         .removed = [this](
-                        const std::string& id,
-                        const std::string& device) { rooms.closePhone(id, device, CloseCode::removed, engine.now()); },
          .homeChanged = [this](const std::string& id) { admission.homeChanged(id); },
          .relayChanged = [this](const std::string&) { admission.relayChanged(); },
          .fenced =

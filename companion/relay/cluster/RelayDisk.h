@@ -8,18 +8,13 @@
 
 namespace quillard::relayserver {
 
-// What a relay of a cluster keeps on a disk of its own beside the cluster's store: the revocations and removals that
-// its agents asked for, so that none is lost with the store; and the pairings that it had before it joined the cluster.
-// Every operation throws PairingStore::Failure.
+// What a relay of a cluster keeps on a disk of its own beside the cluster's store: the revocations that its agents
+// asked for, so that none is lost with the store; and the pairings that it had before it joined the cluster. Every
+// operation throws PairingStore::Failure.
 class RelayDisk {
  public:
   struct Revocation {
     std::string pairingID;
-    std::int64_t at = 0;
-  };
-  struct Removal {
-    std::string pairingID;
-    std::string deviceID;
     std::int64_t at = 0;
   };
   struct Pairing {
@@ -33,9 +28,7 @@ class RelayDisk {
   virtual ~RelayDisk() = default;
 
   virtual void keepRevocation(const std::string& pairingID, std::int64_t at) = 0;
-  virtual void keepRemoval(const std::string& pairingID, const std::string& deviceID, std::int64_t at) = 0;
   virtual std::vector<Revocation> revocations() = 0;
-  virtual std::vector<Removal> removals() = 0;
   // Of the time before.
   virtual std::vector<Pairing> pairings() = 0;
   virtual void forgetPairings() = 0;

@@ -181,13 +181,13 @@ void SimulatedClusterStore::watch(Revision first, ClusterWatcher newWatcher) {
   watcher = std::move(newWatcher);
   nextWatched = first;
   hasSilentWatch = false;
-  poll(++watches);
+  poll(++watches, kPoll + watchDelay);
 }
 
-void SimulatedClusterStore::poll(std::uint64_t number) {
-  engine.at(engine.now() + kPoll, [this, number, alive = isAlive] {
+void SimulatedClusterStore::poll(std::uint64_t number, Duration after) {
+  engine.at(engine.now() + after, [this, number, alive = isAlive] {
     if (!*alive || number != watches) return;
-    if (isCutOff || hasSilentWatch || !engine.isAvailable) return poll(number);
+    if (isCutOff || hasSilentWatch || !engine.isAvailable) return poll(number, kPoll);
     if (nextWatched <= engine.compactedTo) {
       ++watches;
       const auto told = watcher;  // It may make a new watch.
@@ -198,7 +198,7 @@ void SimulatedClusterStore::poll(std::uint64_t number) {
       if (event.modified >= nextWatched) events.push_back(event);
     }
     if (!events.empty()) nextWatched = events.back().modified + 1;
-    poll(number);
+    poll(number, kPoll);
     const auto told = watcher;
     if (!events.empty()) told.events(events);
   });

@@ -69,6 +69,7 @@ class SimulatedClusterStore final : public ClusterStore {
   bool losesAnswers = false;                        // What it asks for is done, and it does not hear of it.
   bool hasSilentWatch = false;                      // The present watch says nothing; the next one does.
   Duration latency = std::chrono::milliseconds(1);  // Each way.
+  Duration watchDelay{};                            // How long a new watch takes before it shows anything.
 
   void transact(ClusterTransaction transaction, Done<ClusterTransactionResult> done) override;
   void readAll(const std::string& prefix, Done<ClusterReading> done) override;
@@ -79,7 +80,7 @@ class SimulatedClusterStore final : public ClusterStore {
  private:
   template <class Result>
   void ask(std::function<std::optional<Result>()> act, Done<Result> done);
-  void poll(std::uint64_t number);
+  void poll(std::uint64_t number, Duration after);
 
   SimulatedClusterEngine& engine;
   std::uint64_t watches = 0;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "companion/relay/push/PushStore.h"
@@ -34,12 +36,26 @@ class MemoryPushStore final : public PushStore {
     all.push_back(subscription);
     if (all.size() > most) all.erase(all.begin());
   }
+  [[nodiscard]] std::size_t subscriptionBytes() const override {
+    std::size_t sum = 0;
+    for (const auto& [pairingID, all] : subscriptions) {
+      for (const auto& one : all) sum += one.bytes();
+    }
+    return sum;
+  }
   void erasePushSubscriptions(const std::string& pairingID, const std::string& deviceID) override {
     check();
     std::erase_if(subscriptions[pairingID],
                   [&](const PushSubscription& one) { return deviceID.empty() || one.deviceID == deviceID; });
   }
 
+  void whenKept(const std::string& pairingID, const std::string& deviceID, std::function<void(bool)> done) override {
+    if (!takesTime) return PushStore::whenKept(pairingID, deviceID, std::move(done));
+    waiting.push_back(std::move(done));
+  }
+
+  bool takesTime = false;  // What is written is kept when `waiting` is called.
+  std::vector<std::function<void(bool)>> waiting;
   bool fails = false;
   int writes = 0;
   std::optional<std::string> secret;

@@ -55,15 +55,14 @@ PushQueue::Addition PushQueue::add(PushOrder order, Instant now) {
   (void)ofPairing.take(now);
   (void)ofPhone.take(now);
   Addition addition{.replaced = replaceWaiting(order, now)};
-  const auto counted = countOf.find(order.pairingID);
-  const bool isPairingFull = counted != countOf.end() && counted->second >= limits.queuedOfPairing;
-  if (entries.size() >= limits.queued || isPairingFull) {
+  if (entries.size() >= limits.queued || isFull(order)) {
     addition.refused = "busy";
     return addition;
   }
   const auto until = now + std::max<Duration>(order.ttl, limits.lastAttempt);
   Host& host = hostOf(order, now);
-  ++countOf[order.pairingID];
+  ++pairingShares[order.pairingID].waiting;
+  ++addressShares[order.address].waiting;
   const auto entry = entries.insert(
       entries.end(),
       Entry{.number = ++numbers, .order = std::move(order), .since = now, .until = until, .notBefore = now});
@@ -99,28 +98,58 @@ bool PushQueue::mayPost(const Host& host, Instant now) const {
 
 std::optional<PushQueue::Start> PushQueue::next(Instant now) {
   if (underWay >= limits.connections) return std::nullopt;
-  for (auto& [origin, host] : hosts) {
-    if (!mayPost(host, now)) continue;
-    if (auto start = startNext(host, now)) return start;
+  auto at = hosts.upper_bound(lastHost);
+  for (std::size_t left = hosts.size(); left > 0; --left, ++at) {
+    if (at == hosts.end()) at = hosts.begin();
+    if (!mayPost(at->second, now)) continue;
+    auto start = startNext(at->second, now);
+    if (!start) continue;
+    lastHost = at->first;
+    return start;
   }
   return std::nullopt;
+}
+
+PushQueue::Share PushQueue::shareOf(const std::unordered_map<std::string, Share>& shares, const std::string& name) {
+  const auto found = shares.find(name);
+  return found == shares.end() ? Share{} : found->second;
+}
+
+void PushQueue::release(std::unordered_map<std::string, Share>& shares, const std::string& name) {
+  const auto found = shares.find(name);
+  if (found != shares.end() && --found->second.waiting == 0) shares.erase(found);
+}
+
+bool PushQueue::isFull(const PushOrder& order) const {
+  const bool isAddressFull =
+      !order.address.empty() && shareOf(addressShares, order.address).waiting >= limits.queuedOfAddress;
+  return isAddressFull || shareOf(pairingShares, order.pairingID).waiting >= limits.queuedOfPairing;
 }
 
 bool PushQueue::isBusy(const PushOrder& order) const { return postedTo.contains(order.subscriptionID); }
 
 std::optional<PushQueue::Start> PushQueue::startNext(Host& host, Instant now) {
   // What came later for the same phone waits behind what has to wait.
-  std::set<std::string_view> held;
-  const auto first = std::find_if(host.waiting.begin(), host.waiting.end(), [&](const Entries::iterator& entry) {
-    const std::string_view subscription = entry->order.subscriptionID;
-    if (now >= entry->until || held.contains(subscription)) return false;
-    const bool mayGo = now >= entry->notBefore && !isBusy(entry->order);
-    if (!mayGo) held.insert(subscription);
-    return mayGo;
-  });
+  std::set<std::string_view> seen;
+  auto first = host.waiting.end();
+  std::pair<std::size_t, std::size_t> fewest;
+  for (auto at = host.waiting.begin(); at != host.waiting.end(); ++at) {
+    const Entry& entry = **at;
+    if (now >= entry.until || !seen.insert(entry.order.subscriptionID).second) continue;
+    if (now < entry.notBefore || isBusy(entry.order)) continue;
+    const bool isNamed = !entry.order.address.empty();
+    const std::pair posted{isNamed ? shareOf(addressShares, entry.order.address).posted : 0,
+                           shareOf(pairingShares, entry.order.pairingID).posted};
+    if (posted.first >= limits.connectionsOfAddress || posted.second >= limits.connectionsOfPairing) continue;
+    if (first != host.waiting.end() && posted >= fewest) continue;
+    first = at;
+    fewest = posted;
+  }
   if (first == host.waiting.end()) return std::nullopt;
   Entry& entry = **first;
   host.waiting.erase(first);
+  ++pairingShares[entry.order.pairingID].posted;
+  ++addressShares[entry.order.address].posted;
   (void)host.rate.take(now);
   ++host.posted;
   ++underWay;
@@ -137,10 +166,7 @@ std::optional<PushOutcome> PushQueue::finish(std::uint64_t number, const PushRep
   if (found == byNumber.end()) return std::nullopt;
   const auto entry = found->second;
   Host& host = hostOf(entry->order, now);
-  --underWay;
-  --host.posted;
-  entry->isPosted = false;
-  postedTo.erase(entry->order.subscriptionID);
+  didEndPost(entry, host);
   noteHost(host, reply, now);
   const auto verdict = judge(reply);
   if (entry->isForgotten) {
@@ -165,6 +191,23 @@ std::optional<PushOutcome> PushQueue::finish(std::uint64_t number, const PushRep
       break;
   }
   return end(entry, PushStatus::unreachable, "tooLate", now);
+}
+
+void PushQueue::didEndPost(Entries::iterator entry, Host& host) {
+  --underWay;
+  --host.posted;
+  --pairingShares[entry->order.pairingID].posted;
+  --addressShares[entry->order.address].posted;
+  entry->isPosted = false;
+  postedTo.erase(entry->order.subscriptionID);
+}
+
+std::optional<PushOutcome> PushQueue::cancel(std::uint64_t number, std::string_view reason, Instant now) {
+  const auto found = byNumber.find(number);
+  if (found == byNumber.end()) return std::nullopt;
+  const auto entry = found->second;
+  didEndPost(entry, hostOf(entry->order, now));
+  return end(entry, PushStatus::gone, reason, now);
 }
 
 // What one subscription is answered (429) says nothing of others; that nobody answers does.
@@ -238,7 +281,7 @@ std::vector<PushOutcome> PushQueue::expire(Instant now) {
 std::vector<PushOutcome> PushQueue::endWaiting(const std::string& pairingID, const std::string& deviceID,
                                                std::string_view reason, Instant now) {
   std::vector<PushOutcome> ended;
-  if (!countOf.contains(pairingID)) return ended;
+  if (!pairingShares.contains(pairingID)) return ended;
   for (auto& [origin, host] : hosts) {
     for (auto waiting = host.waiting.begin(); waiting != host.waiting.end();) {
       const auto entry = *waiting;
@@ -252,7 +295,7 @@ std::vector<PushOutcome> PushQueue::endWaiting(const std::string& pairingID, con
 
 void PushQueue::forget(const std::string& pairingID, const std::string& deviceID) {
   (void)endWaiting(pairingID, deviceID, "unknown", Instant{});
-  if (!countOf.contains(pairingID)) return;
+  if (!pairingShares.contains(pairingID)) return;
   for (auto& entry : entries) entry.isForgotten = entry.isForgotten || concerns(entry.order, pairingID, deviceID);
 }
 
@@ -269,8 +312,8 @@ PushOutcome PushQueue::end(Entries::iterator entry, PushStatus status, std::stri
 }
 
 void PushQueue::erase(Entries::iterator entry) {
-  const auto counted = countOf.find(entry->order.pairingID);
-  if (--counted->second == 0) countOf.erase(counted);
+  release(pairingShares, entry->order.pairingID);
+  release(addressShares, entry->order.address);
   byNumber.erase(entry->number);
   entries.erase(entry);
 }

@@ -21,6 +21,7 @@ namespace quillard::relayserver {
 // One push that an agent has asked for.
 struct PushOrder {
   std::string pairingID;
+  std::string address{};  // Where its agent is; empty: not known.
   std::string deviceID;
   std::string subscriptionID;
   std::string pushID;
@@ -50,8 +51,10 @@ enum class PushVerdict { accepted, expired, subscribeAnew, tooLarge, malformed, 
 // The pushes that wait or are under way: which one is posted next, when one is tried again, and how each ends.
 //
 // States of a push: waiting -> posted -> ended, or waiting again. Of one subscription one is posted at a time, in their
-// order. A host that does not answer, or says that it cannot, is tried with one push at a time, after pauses; what
-// waits for other hosts does not notice. Time comes in as a parameter. Not thread-safe: the thread of the event loop.
+// order. Where several could be, it is the turn of the address and of the pairing with the fewest under way, and of
+// the next host: nobody's pushes wait for all of another's. A host that does not answer, or says that it cannot, is
+// tried with one push at a time, after pauses; what waits for other hosts does not notice. Time comes in as a
+// parameter. Not thread-safe: the thread of the event loop.
 class PushQueue {
  public:
   // `limits` outlive it.
@@ -73,6 +76,8 @@ class PushQueue {
   [[nodiscard]] std::optional<Start> next(Instant now);
   // It was answered. Absent: it waits again, or its outcome concerns nobody any more.
   std::optional<PushOutcome> finish(std::uint64_t number, const PushReply& reply, Instant now);
+  // What `next` gave is not to be posted, for that reason.
+  std::optional<PushOutcome> cancel(std::uint64_t number, std::string_view reason, Instant now);
   // Those that have waited for too long. To be called a few times a second.
   [[nodiscard]] std::vector<PushOutcome> expire(Instant now);
   // Those that wait for this phone are gone, for that reason; what is under way goes on.
@@ -110,6 +115,8 @@ class PushQueue {
   [[nodiscard]] bool mayPost(const Host& host, Instant now) const;
   std::optional<Start> startNext(Host& host, Instant now);
   [[nodiscard]] bool isBusy(const PushOrder& order) const;
+  [[nodiscard]] bool isFull(const PushOrder& order) const;
+  void didEndPost(Entries::iterator entry, Host& host);
   std::optional<PushOutcome> replaceWaiting(const PushOrder& order, Instant now);
   void noteHost(Host& host, const PushReply& reply, Instant now);
   bool waitAgain(Entries::iterator entry, PushVerdict verdict, const PushReply& reply, Instant now);
@@ -125,7 +132,16 @@ class PushQueue {
   std::map<std::string, Host> hosts;  // By origin.
   Entries entries;                    // In the order in which they came.
   std::unordered_map<std::uint64_t, Entries::iterator> byNumber;
-  std::unordered_map<std::string, std::size_t> countOf;     // By pairing.
+  // Of a pairing, or of an address.
+  struct Share {
+    std::size_t waiting = 0;  // Those under way included.
+    std::size_t posted = 0;
+  };
+  [[nodiscard]] static Share shareOf(const std::unordered_map<std::string, Share>& shares, const std::string& name);
+  static void release(std::unordered_map<std::string, Share>& shares, const std::string& name);
+  std::unordered_map<std::string, Share> pairingShares;
+  std::unordered_map<std::string, Share> addressShares;
+  std::string lastHost;                                     // Whose turn it was.
   std::unordered_map<std::string, std::uint64_t> postedTo;  // By subscription.
   std::uint64_t numbers = 0;
   std::size_t underWay = 0;

@@ -57,6 +57,73 @@ class Queue : public testing::Test {
   std::chrono::seconds ttl{0};
 };
 
+TEST_F(Queue, LetsThePushesOfOnePairingNotWaitForAllOfAnother) {
+  for (const std::string device : {"A", "B", "C"}) (void)queue.add(order("p" + device, device), now);
+  (void)queue.add(of(order("other", "D"), "office-2"), now);
+  EXPECT_EQ(post(), "pA");
+  EXPECT_EQ(post(), "other");
+  EXPECT_EQ(post(), "pB");
+}
+
+TEST_F(Queue, LetsThePushesOfOneAddressNotWaitForAllOfAnother) {
+  const auto from = [](PushOrder order, const std::string& address) {
+    order.address = address;
+    return order;
+  };
+  for (const std::string name : {"1", "2", "3"}) {
+    (void)queue.add(from(of(order("p" + name, name), "office-" + name), "192.0.2.1"), now);
+  }
+  (void)queue.add(from(of(order("other", "D"), "office-9"), "192.0.2.2"), now);
+  EXPECT_EQ(post(), "p1");
+  EXPECT_EQ(post(), "other");
+}
+
+TEST_F(Queue, LetsHostsTakeTurns) {
+  limits.connectionsOfPairing = 100;
+  for (const std::string device : {"A", "B"}) {
+    (void)queue.add(order("a" + device, device, "a.example"), now);
+    (void)queue.add(order("b" + device, device, "b.example"), now);
+  }
+  EXPECT_EQ(post(), "aA");
+  EXPECT_EQ(post(), "bA");
+  EXPECT_EQ(post(), "aB");
+  EXPECT_EQ(post(), "bB");
+}
+
+TEST_F(Queue, LeavesConnectionsForOthers) {
+  for (int i = 0; i < 8; ++i) (void)queue.add(order("p" + std::to_string(i), "D" + std::to_string(i)), now);
+  for (std::size_t i = 0; i < limits.connectionsOfPairing; ++i) EXPECT_NE(post(), "");
+  EXPECT_EQ(post(), "");
+  (void)answer(201);
+  EXPECT_NE(post(), "");
+}
+
+TEST_F(Queue, LeavesRoomForOtherAddresses) {
+  limits.queuedOfAddress = 3;
+  const auto add = [&](const std::string& name, const std::string& address) {
+    auto one = of(order(name, name), "office-" + name);
+    one.address = address;
+    return std::string(queue.add(one, now).refused);
+  };
+  for (const std::string name : {"1", "2", "3"}) EXPECT_EQ(add(name, "192.0.2.1"), "");
+  EXPECT_EQ(add("4", "192.0.2.1"), "busy");
+  EXPECT_EQ(add("5", "192.0.2.2"), "");
+  EXPECT_EQ(outcome(201), "accepted");
+  EXPECT_EQ(add("6", "192.0.2.1"), "");
+}
+
+TEST_F(Queue, TakesBackWhatIsNotToBePosted) {
+  (void)queue.add(order("p1"), now);
+  ASSERT_EQ(post(), "p1");
+  const auto ended = queue.cancel(number, "unknown", now);
+  ASSERT_TRUE(ended);
+  EXPECT_EQ(ended->status, PushStatus::gone);
+  EXPECT_EQ(ended->reason, "unknown");
+  EXPECT_EQ(queue.size(), 0U);
+  EXPECT_EQ(queue.posted(), 0U);
+  EXPECT_EQ(queue.cancel(number, "unknown", now), std::nullopt);
+}
+
 TEST_F(Queue, EndsAPushByWhatThePushServiceAnswers) {
   const std::vector<std::pair<int, std::string>> table{
       {200, "accepted"},          {201, "accepted"},          {202, "accepted"},           {204, "accepted"},
@@ -189,7 +256,7 @@ TEST_F(Queue, BoundsHowManyAreUnderWayAtAHostAndInAll) {
   for (const std::string device : {"A", "B", "C"}) queue.add(order(device, device, "one.example"), now);
   queue.add(order("D", "D", "two.example"), now);
   queue.add(order("E", "E", "two.example"), now);
-  EXPECT_EQ(post() + post() + post(), "ABD");
+  EXPECT_EQ(post() + post() + post(), "ADB");
   EXPECT_EQ(post(), "");
   EXPECT_TRUE(answer(201));
   EXPECT_EQ(post(), "E");

@@ -35,7 +35,8 @@ PushService::PushService(const Dependencies& dependencies, PushHosts hosts, std:
       newSecret(dependencies.newSecret),
       hosts(std::move(hosts)),
       contact(std::move(contact)),
-      queue(dependencies.limits) {}
+      queue(dependencies.limits),
+      subscriptionRates(dependencies.limits.subscriptionWrites, dependencies.limits.rememberedRates) {}
 
 template <class Work>
 auto PushService::withStore(Work work) -> std::optional<decltype(work())> {
@@ -103,12 +104,41 @@ RoomPush::Answer PushService::subscribe(const std::string& pairingID, const std:
       if (kept->state == PushSubscription::State::refused) return refused(PushRefusal::subscribeAnew);
       if (kept->sealed == wanted.sealed) return {.toPhone = pushSubscriptionText(std::nullopt)};
     }
+    if (store.subscriptionBytes() + wanted.bytes() > limits.subscriptionBytes) {
+      log.warn("The subscriptions of all phones take too much memory: one was not kept.");
+      return refused(PushRefusal::notNow);
+    }
+    if (!subscriptionRates.of(pairingID, at.instant).take(at.instant)) return refused(PushRefusal::notNow);
     store.keepPushSubscription(pairingID, wanted, limits.subscriptions);
     Answer taken{.toPhone = pushSubscriptionText(std::nullopt), .hasChanged = true};
     if (kept && kept->id != wanted.id) taken.toAgent = endWaiting(pairingID, deviceID, "unknown", at);
-    return taken;
+    return whenKept(pairingID, deviceID, std::move(taken));
   });
   return answer ? *answer : refused(PushRefusal::notNow);
+}
+
+RoomPush::Answer PushService::whenKept(const std::string& pairingID, const std::string& deviceID, Answer answer) {
+  const auto kept = std::make_shared<std::optional<bool>>();
+  const auto isLater = std::make_shared<bool>(false);
+  const auto done = [weak = std::weak_ptr(self), pairingID, deviceID, kept, isLater,
+                     text = answer.toPhone](bool isKept) {
+    const auto live = weak.lock();
+    *kept = isKept;
+    if (!live || !*isLater || !(*live)->rooms) return;
+    PairingRooms& told = *(*live)->rooms;
+    const Instant instant = (*live)->now().instant;
+    told.tellPhone(pairingID, deviceID, isKept ? text : pushSubscriptionText(PushRefusal::notNow), instant);
+    told.sendPushList(pairingID, instant);
+  };
+  store.whenKept(pairingID, deviceID, done);
+  *isLater = true;
+  if (!*kept) {
+    answer.toPhone.clear();
+    answer.hasChanged = false;
+  } else if (!**kept) {
+    answer.toPhone = pushSubscriptionText(PushRefusal::notNow);
+  }
+  return answer;
 }
 
 std::vector<std::string> PushService::endWaiting(const std::string& pairingID, const std::string& deviceID,
@@ -130,7 +160,7 @@ RoomPush::Answer PushService::unsubscribe(const std::string& pairingID, const st
   const auto refusal = hasChanged ? PushRefusal::unsubscribed : PushRefusal::notNow;
   Answer answer{.toPhone = pushSubscriptionText(refusal), .hasChanged = hasChanged.value_or(false)};
   if (hasChanged) answer.toAgent = endWaiting(pairingID, deviceID, "unknown", at);
-  return answer;
+  return answer.hasChanged ? whenKept(pairingID, deviceID, std::move(answer)) : answer;
 }
 
 void PushService::forget(const std::string& pairingID, const std::string& deviceID) {
@@ -185,6 +215,7 @@ std::optional<std::string> PushService::send(const std::string& pairingID, PushS
   // The operator may have taken its host away.
   if (!endpoint || !hosts.allows(*endpoint)) return answer(PushStatus::refused, "notAllowed");
   const auto added = queue.add({.pairingID = pairingID,
+                                .address = std::move(message.from),
                                 .deviceID = message.deviceID,
                                 .subscriptionID = message.subscriptionID,
                                 .pushID = message.pushID,
@@ -207,8 +238,20 @@ std::optional<std::string> PushService::send(const std::string& pairingID, PushS
 
 void PushService::post(Moment at) {
   if (!tokens) return;
-  while (const auto start = queue.next(at.instant)) postOne(*start, at);
+  while (const auto start = queue.next(at.instant)) {
+    if (isCurrent(*start->order)) {
+      postOne(*start, at);
+    } else if (const auto outcome = queue.cancel(start->number, "unknown", at.instant)) {
+      tell(*outcome, at);
+    }
+  }
   metrics.pushesWaiting = queue.size() - queue.posted();
+}
+
+// Where the database cannot be read, what was known when it was asked for counts.
+bool PushService::isCurrent(const PushOrder& order) {
+  const auto kept = withStore([&] { return find(order.pairingID, order.deviceID); });
+  return !kept || (*kept && (*kept)->id == order.subscriptionID);
 }
 
 void PushService::postOne(const PushQueue::Start& start, Moment at) {

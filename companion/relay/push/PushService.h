@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,9 +57,13 @@ class PushService final : public RoomPush {
  private:
   void takeKey();
   void post(Moment at);
+  // Whether what is kept now is still what it was encrypted for: another relay may have taken it away meanwhile.
+  [[nodiscard]] bool isCurrent(const PushOrder& order);
   void postOne(const PushQueue::Start& start, Moment at);
   void didPost(std::uint64_t number, const std::string& origin, const PushReply& reply);
   void tell(const PushOutcome& outcome, Moment at);
+  // `answer`, now or once the store has what was written; then the agent's list is another one.
+  Answer whenKept(const std::string& pairingID, const std::string& deviceID, Answer answer);
   // Those that wait for this phone have no subscription any more.
   std::vector<std::string> endWaiting(const std::string& pairingID, const std::string& deviceID,
                                       std::string_view reason, Moment at);
@@ -84,7 +89,9 @@ class PushService final : public RoomPush {
   PairingRooms* rooms = nullptr;
   std::optional<VapidTokens> tokens;
   PushQueue queue;
+  NamedBuckets subscriptionRates;  // By pairing.
   Instant nextKey{};
+  std::shared_ptr<PushService*> self = std::make_shared<PushService*>(this);  // Of what comes later. Last.
 };
 
 // What names a subscription towards the computer: says nothing of the endpoint, which cannot be guessed.

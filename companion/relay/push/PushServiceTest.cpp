@@ -169,8 +169,7 @@ TEST(PushKey, IsMadeOnceAndTold) {
   EXPECT_EQ(world.store.secret, kPushSecret);
   EXPECT_EQ(ask(target, std::string(64, 'b')).status, 401);
   EXPECT_EQ(ask("/api/pairings/other/push-key").status, 401);
-  ASSERT_TRUE(world.relay.pairings.removePhone(kPairing, "A", 1));
-  EXPECT_EQ(ask(target + "?deviceID=A").status, 403);
+  EXPECT_EQ(ask(target + "?deviceID=").status, 400);
   EXPECT_EQ(world.relay.ask({.method = "PUT", .target = target}).status, 405);
 }
 
@@ -385,6 +384,72 @@ TEST_F(WokenPhone, IsWokenBesideAThousandOthers) {
   }
   for (const auto& one : agents) EXPECT_EQ(PushWorld::resultOf(*one, "p1"), "accepted");
   EXPECT_EQ(world.service.queued(), 0U);
+}
+
+// ---- Shares
+
+TEST_F(WokenPhone, IsSentNothingMoreOnceAnotherRelayHasTakenItsSubscriptionAway) {
+  send(PushWorld::push("p1"));
+  send(PushWorld::push("p2"));
+  ASSERT_EQ(world.transport.requests.size(), 1U);
+  world.store.subscriptions[kPairing].clear();
+  world.transport.answer(201);
+  EXPECT_EQ(world.transport.requests.size(), 1U);
+  EXPECT_EQ(PushWorld::resultOf(*agent, "p2"), "gone unknown");
+}
+
+TEST_F(WokenPhone, WritesNoSubscriptionsWithoutEnd) {
+  int written = 0;
+  std::string reason;
+  for (int i = 0; i < 40; ++i) {
+    const auto answer = subscribeAgain(kEndpoint + std::to_string(i));
+    if (answer["subscribed"] == true) ++written;
+    reason = answer.value("reason", "");
+    world.run(std::chrono::seconds(1));
+  }
+  EXPECT_LT(written, 30);
+  EXPECT_EQ(reason, "notNow");
+}
+
+// ---- A database that takes time
+
+TEST_F(WokenPhone, IsNotKeptWhereTheSubscriptionsOfAllTakeTooMuchMemory) {
+  const std::string another = "https://push.example/send/another";
+  world.limits.subscriptionBytes = world.store.subscriptionBytes() + 100;
+  EXPECT_EQ(subscribeAgain(another).value("reason", ""), "notNow");
+  EXPECT_EQ(world.store.subscriptions.at(kPairing).front().endpoint, kEndpoint) << "The earlier one stays.";
+  EXPECT_EQ(world.log.lines.size(), 1U);
+  world.relay.say(*phone, {{"type", "push.unsubscribe"}});
+  EXPECT_EQ(subscribeAgain(another).value("subscribed", false), true);
+}
+
+TEST_F(WokenPhone, IsToldThatItIsSubscribedOnceThatIsKept) {
+  world.store.takesTime = true;
+  phone = world.relay.joinPhone("A");
+  world.subscribe(*phone, kEndpoint + "-2");
+  EXPECT_THAT(phone->ofType("push.subscription"), IsEmpty());
+  ASSERT_EQ(world.store.waiting.size(), 1U);
+  world.store.waiting.front()(true);
+  ASSERT_EQ(phone->ofType("push.subscription").size(), 1U);
+  EXPECT_EQ(phone->newest()["subscribed"], true);
+  EXPECT_EQ(list()[0]["subscriptionID"], PushWorld::idOf("A", kEndpoint + "-2"));
+}
+
+TEST_F(WokenPhone, IsToldToTryAgainWhereItCouldNotBeKept) {
+  world.store.takesTime = true;
+  phone = world.relay.joinPhone("A");
+  world.subscribe(*phone, kEndpoint + "-2");
+  world.store.waiting.front()(false);
+  EXPECT_EQ(phone->ofType("push.subscription").back().value("reason", ""), "notNow");
+}
+
+TEST_F(WokenPhone, IsToldThatItIsUnsubscribedOnceThatIsKept) {
+  world.store.takesTime = true;
+  phone = world.relay.joinPhone("A");
+  world.relay.say(*phone, {{"type", "push.unsubscribe"}});
+  EXPECT_THAT(phone->ofType("push.subscription"), IsEmpty());
+  world.store.waiting.front()(true);
+  EXPECT_EQ(phone->ofType("push.subscription").back().value("reason", ""), "unsubscribed");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,7 +10,7 @@
 
 namespace quillard::relayserver {
 
-// A fake for tests, which can be made to fail. Keeps all revocations and removals.
+// A fake for tests, which can be made to fail. Keeps all revocations.
 class MemoryPairingStore final : public PairingStore {
  public:
   std::optional<Entry> find(const std::string& pairingID) override {
@@ -40,16 +39,6 @@ class MemoryPairingStore final : public PairingStore {
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t) override {
     checkWriting();
     entries[pairingID] = {std::nullopt, now};
-  }
-  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t, std::size_t) override {
-    checkWriting();
-    waited += waitOfARemoval;
-    removed.insert({pairingID, deviceID});
-  }
-  bool isRemoved(const std::string& pairingID, const std::string& deviceID) override {
-    check();
-    if (cannotSeeRemoved) throw Failure{"disk broken"};
-    return removed.contains({pairingID, deviceID});
   }
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override {
     check();
@@ -98,13 +87,10 @@ class MemoryPairingStore final : public PairingStore {
 
   double takeWaited() override { return std::exchange(waited, 0); }
 
-  double waitOfARemoval = 0;  // Seconds.
-  double waited = 0;
+  double waited = 0;  // Seconds.
   bool fails = false;
-  bool cannotSeeRemoved = false;
   bool failsToWrite = false;  // Reading works.
   std::map<std::string, Entry> entries;
-  std::set<std::pair<std::string, std::string>> removed;
 
  private:
   static bool isUnjoined(const Entry& entry) { return entry.token && !entry.isJoined; }

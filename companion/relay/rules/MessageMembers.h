@@ -28,7 +28,7 @@ struct MemberPayload {
 // All members that some kind of message has. Of any other name: none.
 struct MessageMembers {
   MemberValue type, observedAt, accessibilityTrusted, approvalCount, snapshotID, decisionID, issuedAt, deviceID;
-  MemberValue endpoint, key, pushID, subscriptionID, body, ttl, urgency, topic;
+  MemberValue endpoint, key, pushID, subscriptionID, body, ttl, urgency, topic, asleep;
   MemberPayload encryptedApprovals, encryptedState, encryptedClock, encryptedResult, encryptedRequest,
       encryptedSuppression, encryptedSubscription;
 
@@ -49,6 +49,7 @@ struct MessageMembers {
     if (name == "ttl") return &ttl;
     if (name == "urgency") return &urgency;
     if (name == "topic") return &topic;
+    if (name == "asleep") return &asleep;
     return nullptr;
   }
   MemberPayload* payload(std::string_view name) {

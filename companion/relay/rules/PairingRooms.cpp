@@ -87,6 +87,7 @@ void PairingRooms::joinAsAgent(Member& member, Instant now) {
     remove(earlier);
   }
   room.agent = &member;
+  ++room.agentConnections;
   ++metrics.agents;
   sendMacStatusToPhones(room, now);
   // Who is slow is gone by now.
@@ -202,15 +203,6 @@ void PairingRooms::closeRoom(const std::string& pairingID, CloseCode ofAgent, Cl
   }
   dropSnapshot(room);
   rooms.erase(found);
-}
-
-void PairingRooms::closePhone(const std::string& pairingID, const std::string& deviceID, CloseCode code, Instant now) {
-  const auto found = rooms.find(pairingID);
-  if (found == rooms.end()) return;
-  const auto& phones = found->second->phones;
-  const auto phone = std::find_if(phones.begin(), phones.end(),
-                                  [&](const Member* member) { return member->who.deviceID == deviceID; });
-  if (phone != phones.end()) expel(**phone, code, now);
 }
 
 PairingRooms::Presence PairingRooms::presenceOf(const std::string& pairingID) const {

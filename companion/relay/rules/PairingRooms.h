@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -71,6 +73,10 @@ class PairingRooms {
   Duration didReceivePart(const RelayPeer& peer, std::size_t bytes, Instant now);
   // A whole message came. A peer that breaks a limit or the protocol is closed, with the code that says why.
   Duration take(RelayPeer& peer, std::string_view text, Moment now);
+  // What became of a text that a peer had under way, by the number that it was sent with. Written: the connection took
+  // all of it. Dropped: it ended before that, so nobody has got the whole text.
+  void didWrite(std::uint64_t number, Instant now);
+  void didDrop(std::uint64_t number, const MessageText& text, Instant now);
   // Pings peers, sends phones the status of their computer, drops peers that were silent for `limits.idle` or did not
   // finish a message in `limits.message`, and forgets rooms that no peer was in for long. To be called a few times a
   // second.
@@ -87,8 +93,6 @@ class PairingRooms {
 
   // Closes all peers of a pairing with these codes and forgets its room: what it held is not true any more.
   void closeRoom(const std::string& pairingID, CloseCode ofAgent, CloseCode ofPhones);
-  // Closes one phone, if it is connected.
-  void closePhone(const std::string& pairingID, const std::string& deviceID, CloseCode code, Instant now);
   // Closes one of the peers that are left. False: there are none.
   bool closeNext(CloseCode code);
   // What became of a push. Dropped where whom it concerns is not connected.
@@ -104,6 +108,11 @@ class PairingRooms {
  private:
   struct Room;
   struct Member;
+  // A receipt that is not sent before it is known what became of the phone's message.
+  struct AwaitedReceipt {
+    std::weak_ptr<RelayPeer> phone;
+    std::string decisionID;
+  };
 
   Member* memberOf(const RelayPeer& peer);
   Room& roomOf(const std::string& pairingID, Instant now);
@@ -133,7 +142,14 @@ class PairingRooms {
   void takePush(Member& member, PushSendMessage message, Moment now);
   void takePushSubscription(Member& member, const PushSubscribeMessage* message, Moment now);
   void sendPushList(Room& room, bool evenIfEmpty, Instant now);
+  void takeAsleep(Member& phone, bool isAsleep, Instant now);
   void passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now);
+  void sendReceipt(Member& phone, const std::string& decisionID, std::optional<NotDelivered> reason, Instant now);
+  // The phone that waits for the receipt of this number, which is not waited for any more, and for what. Null: it has
+  // gone.
+  std::pair<Member*, std::string> takeAwaited(std::uint64_t number);
+  // Calls `send`, and has the phone pay for what that sends.
+  void sendLater(Member& phone, const std::function<void()>& send);
 
   // Recipients that do not read fast enough are closed, after all others were served.
   void sendTo(const std::vector<Member*>& recipients, const MessageText& text, Instant now);
@@ -147,7 +163,9 @@ class PairingRooms {
   // Takes the member out of its room, and nothing else.
   void remove(Member& member);
   void closeMember(Member& member, std::optional<CloseCode> code);
+  // False: too much waits for it already.
   bool sendOne(Member& recipient, const MessageText& text);
+  RelayPeer::Sending sendNumbered(Member& recipient, const MessageText& text, std::uint64_t number);
   void expelSlow(const std::vector<const RelayPeer*>& slow, Instant now);
   MessageText hold(std::string text) { return memory.hold(std::move(text)); }
   // Drops peers until what is kept fits, and where that is not enough, snapshots, and then who sent which decision.
@@ -170,6 +188,8 @@ class PairingRooms {
   double waited = 0;               // For these, in seconds.
   std::uint64_t joinedBefore = 0;  // How many peers ever joined.
   Instant nextForgetting{};
+  std::uint64_t numberedBefore = 0;  // How many texts were sent with a number.
+  std::unordered_map<std::uint64_t, std::shared_ptr<const AwaitedReceipt>> awaited;
   std::unordered_map<std::string, std::unique_ptr<Room>> rooms;
   std::unordered_map<const RelayPeer*, std::unique_ptr<Member>> members;
   std::list<Room*> roomsWithSnapshots;  // The oldest snapshot comes first.

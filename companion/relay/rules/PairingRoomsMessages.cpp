@@ -151,6 +151,7 @@ std::size_t PairingRooms::takeFromPhone(Member& member, std::string_view text, M
                         [&](SuppressionMessage& message) { takeSuppression(member, std::move(message), now.instant); },
                         [&](const PushSubscribeMessage& message) { takePushSubscription(member, &message, now); },
                         [&](const PushUnsubscribeMessage&) { takePushSubscription(member, nullptr, now); },
+                        [&](const AsleepMessage& message) { takeAsleep(member, message.isAsleep, now.instant); },
                         [&](const UnknownMessage&) { ++metrics.messages["unknown"]; },
                         [&](const MalformedMessage&) { expel(member, CloseCode::malformedMessage, now.instant); }},
              read);
@@ -192,14 +193,15 @@ void PairingRooms::unpair(Room& room, const UnpairMessage& message, Moment now) 
   ++commits;
   (void)pairings.takeWaited();  // For others.
   if (push) push->forget(room.pairingID, message.deviceID.value_or(""));
-  // What is not on the disk is not told: a relay that is started again would not know of it.
+  // The phone chose its name, and can choose another: to refuse this one would keep nobody out.
   if (message.deviceID) {
-    const bool isKept = pairings.removePhone(room.pairingID, *message.deviceID, now.epochSeconds);
     waited += pairings.takeWaited();
-    const auto code = isKept ? CloseCode::removed : CloseCode::stopping;
-    closePhone(room.pairingID, *message.deviceID, code, now.instant);
+    const auto phone = std::find_if(room.phones.begin(), room.phones.end(),
+                                    [&](const Member* member) { return member->who.deviceID == *message.deviceID; });
+    if (phone != room.phones.end()) expel(**phone, CloseCode::removed, now.instant);
     return sendPushList(room, true, now.instant);
   }
+  // What is not on the disk is not told: a relay that is started again would not know of it.
   const bool isKept = pairings.revoke(room.pairingID, now.epochSeconds);
   waited += pairings.takeWaited();
   log.note((isKept ? "Revoked " : "Could not keep that it was revoked: ") + shortened(room.pairingID));
@@ -245,15 +247,55 @@ void PairingRooms::takeSuppression(Member& member, SuppressionMessage message, I
 
 // A busy agent is not closed: the phone gets a receipt that says so, and may try again.
 void PairingRooms::passToAgent(Member& phone, const std::string& decisionID, const MessageText& text, Instant now) {
-  std::optional<NotDelivered> reason;
+  using Sending = RelayPeer::Sending;
   Room& room = phone.room;
-  if (!room.agent) {
-    reason = NotDelivered::macNotConnected;
-  } else if (!sendOne(*room.agent, text)) {
-    reason = NotDelivered::macBusy;
-  }
+  if (!room.agent) return sendReceipt(phone, decisionID, NotDelivered::macNotConnected, now);
+  const std::uint64_t number = ++numberedBefore;
+  const auto sending = sendNumbered(*room.agent, text, number);
+  if (sending == Sending::refused) return sendReceipt(phone, decisionID, NotDelivered::macBusy, now);
+  if (sending == Sending::written) return sendReceipt(phone, decisionID, std::nullopt, now);
+  constexpr std::size_t kBytes = sizeof(AwaitedReceipt) + 128;  // With the allocations that it takes.
+  awaited.emplace(number, memory.keep(AwaitedReceipt{phone.peer, decisionID}, kBytes + decisionID.size()));
+}
+
+void PairingRooms::sendReceipt(Member& phone, const std::string& decisionID, std::optional<NotDelivered> reason,
+                               Instant now) {
   ++(reason ? metrics.notDelivered : metrics.delivered);
   sendTo({&phone}, hold(receiptText(decisionID, reason)), now);
+}
+
+// ---- Receipts that had to wait
+
+void PairingRooms::didWrite(std::uint64_t number, Instant now) {
+  const auto [phone, decisionID] = takeAwaited(number);
+  if (!phone) return;
+  sendLater(*phone, [&, member = phone, id = decisionID] { sendReceipt(*member, id, std::nullopt, now); });
+}
+
+// The agent may have come back on another connection, which the phone is not told: then that one gets the message.
+void PairingRooms::didDrop(std::uint64_t number, const MessageText& text, Instant now) {
+  const auto [phone, decisionID] = takeAwaited(number);
+  if (!phone) return;
+  sendLater(*phone, [&, member = phone, id = decisionID] { passToAgent(*member, id, text, now); });
+}
+
+// A phone that has gone asks again when it is back.
+std::pair<PairingRooms::Member*, std::string> PairingRooms::takeAwaited(std::uint64_t number) {
+  const auto found = awaited.find(number);
+  if (found == awaited.end()) return {};
+  const auto receipt = std::move(found->second);
+  awaited.erase(found);
+  const auto peer = receipt->phone.lock();
+  return {peer ? memberOf(*peer) : nullptr, receipt->decisionID};
+}
+
+void PairingRooms::sendLater(Member& phone, const std::function<void()>& send) {
+  const auto peer = phone.peer;
+  const auto sentBefore = metrics.bytesSent;
+  const auto textsBefore = textsSent;
+  send();
+  Member* left = memberOf(*peer);
+  if (left) left->unpaid.add({.sent = metrics.bytesSent - sentBefore, .texts = textsSent - textsBefore});
 }
 
 // ---- Sending
@@ -272,12 +314,16 @@ void PairingRooms::expelSlow(const std::vector<const RelayPeer*>& slow, Instant 
   }
 }
 
-// False: too much waits for it already.
 bool PairingRooms::sendOne(Member& recipient, const MessageText& text) {
-  if (!recipient.peer->send(text)) return false;
+  return sendNumbered(recipient, text, 0) != RelayPeer::Sending::refused;
+}
+
+RelayPeer::Sending PairingRooms::sendNumbered(Member& recipient, const MessageText& text, std::uint64_t number) {
+  const auto sending = recipient.peer->send(text, number);
+  if (sending == RelayPeer::Sending::refused) return sending;
   metrics.bytesSent += text->size();
   ++textsSent;
-  return true;
+  return sending;
 }
 
 void PairingRooms::sendMacStatus(Member& phone, Instant now) {
@@ -285,7 +331,8 @@ void PairingRooms::sendMacStatus(Member& phone, Instant now) {
   const Room& room = phone.room;
   std::optional<long long> ago;
   if (room.agentReceivedAt) ago = std::chrono::duration_cast<std::chrono::seconds>(now - *room.agentReceivedAt).count();
-  sendTo({&phone}, hold(macStatusText(room.agent != nullptr, ago)), now);
+  const auto connection = room.agent ? std::optional(room.agentConnections) : std::nullopt;
+  sendTo({&phone}, hold(macStatusText(connection, ago)), now);
 }
 
 void PairingRooms::sendMacStatusToPhones(Room& room, Instant now) {

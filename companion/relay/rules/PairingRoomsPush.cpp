@@ -10,8 +10,14 @@ namespace quillard::relayserver {
 void PairingRooms::takePush(Member& member, PushSendMessage message, Moment now) {
   ++metrics.messages[push ? "push.send" : "unknown"];
   if (!push) return;
+  if (!member.from->empty()) message.from = member.from->front();
   auto result = push->send(member.room.pairingID, std::move(message), now);
   if (result) sendTo({&member}, hold(std::move(*result)), now.instant);
+}
+
+void PairingRooms::takeAsleep(Member& phone, bool isAsleep, Instant now) {
+  ++metrics.messages["phone.asleep"];
+  if (std::exchange(phone.isAsleep, isAsleep) != isAsleep) sendPhoneStatusToAgent(phone.room, now);
 }
 
 // `message` null: it takes its subscription back.
@@ -24,7 +30,7 @@ void PairingRooms::takePushSubscription(Member& member, const PushSubscribeMessa
                         : push->unsubscribe(room.pairingID, member.who.deviceID, now);
   waited += pairings.takeWaited();
   // The phone may be gone afterwards; its room is not.
-  sendTo({&member}, hold(std::move(answer.toPhone)), now.instant);
+  if (!answer.toPhone.empty()) sendTo({&member}, hold(std::move(answer.toPhone)), now.instant);
   for (auto& text : answer.toAgent) tellAgent(room.pairingID, std::move(text), now.instant);
   if (!answer.hasChanged) return;
   ++commits;

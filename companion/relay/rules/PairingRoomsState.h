@@ -23,6 +23,7 @@ struct PairingRooms::Room {
   TokenBucket agentRate;
   NamedBuckets phoneRates;
   Member* agent = nullptr;
+  std::uint64_t agentConnections = 0;  // How many there were.
   std::vector<Member*> phones;
   MessageText snapshot;
   std::list<Room*>::iterator snapshotPlace;  // While there is a snapshot.
@@ -52,11 +53,12 @@ struct PairingRooms::Member {
   Instant statusSentAt;              // Of a phone: when it was last sent its computer's status.
   std::optional<Instant> partSince;  // A message has begun to arrive.
   std::size_t partBytes = 0;         // So much of it is there.
+  bool isAsleep = false;             // Of a phone: its page is hidden.
   UnpaidWork unpaid{};
   std::shared_ptr<const PhoneDescription> described{};  // Of a phone that has decided something.
 
   [[nodiscard]] bool isAgent() const { return who.role == Role::agent; }
-  [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform}; }
+  [[nodiscard]] PhoneDescription description() const { return {who.deviceID, who.deviceName, who.platform, isAsleep}; }
 };
 
 }  // namespace quillard::relayserver

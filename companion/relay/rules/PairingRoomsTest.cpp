@@ -36,7 +36,7 @@ TEST(PairingRooms, TellsAPhoneOfTheComputerFirstAndThenHandsItTheNewestSnapshot)
   world.advance(4s + 900ms);
   const auto phone = world.joinPhone("A");
   ASSERT_EQ(phone->texts.size(), 2U);
-  EXPECT_EQ(phone->texts[0], R"({"type":"mac.status","macConnected":true,"heardSecondsAgo":4})");
+  EXPECT_EQ(phone->texts[0], R"({"type":"mac.status","macConnected":true,"macConnection":1,"heardSecondsAgo":4})");
   EXPECT_EQ(phone->newest()["snapshotID"], "ax1:2");
 }
 
@@ -65,6 +65,19 @@ TEST(PairingRooms, TellPhonesWhenTheComputerComesAndGoes) {
   world.rooms.leave(*agent, world.instant);
   EXPECT_EQ(phone->newest()["macConnected"], false);
   EXPECT_EQ(phone->texts.size(), 3U);
+}
+
+TEST(PairingRooms, TellPhonesThatTheComputerIsBackOnAnotherConnection) {
+  RelayWorld world;
+  const auto earlier = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  const auto before = phone->newest();
+  const auto agent = world.joinAgent();
+  EXPECT_EQ(phone->newest()["macConnected"], true);
+  EXPECT_NE(phone->newest()["macConnection"], before["macConnection"]);
+  const auto after = phone->newest();
+  world.run(25s);
+  EXPECT_EQ(phone->newest()["macConnection"], after["macConnection"]);
 }
 
 TEST(PairingRooms, SendANewSnapshotToAllPhonesOfThatPairingOnly) {
@@ -169,6 +182,65 @@ TEST(PairingRooms, TellAPhoneThatTheComputerIsBusyAndKeepTheComputer) {
   world.say(*phone, request("d1"));
   EXPECT_EQ(phone->texts.back(), R"({"type":"relay.receipt","decisionID":"d1","delivered":false,"reason":"macBusy"})");
   EXPECT_FALSE(agent->closed);
+}
+
+TEST(PairingRooms, SayDeliveredOnceTheComputersConnectionTookIt) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  agent->isSlow = true;
+  world.say(*phone, request("d1"));
+  EXPECT_TRUE(phone->ofType("relay.receipt").empty());
+  agent->writeAll(world.rooms, world.instant);
+  EXPECT_EQ(phone->texts.back(), R"({"type":"relay.receipt","decisionID":"d1","delivered":true})");
+  EXPECT_EQ(world.metrics.delivered, 1U);
+}
+
+TEST(PairingRooms, SayThatNothingWasDeliveredWhereTheComputerWentBeforeItWasWritten) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  agent->isSlow = true;
+  world.say(*phone, request("d1"));
+  world.rooms.leave(*agent, world.instant);
+  agent->dropAll(world.rooms, world.instant);
+  EXPECT_EQ(phone->texts.back(),
+            R"({"type":"relay.receipt","decisionID":"d1","delivered":false,"reason":"macNotConnected"})");
+  EXPECT_EQ(phone->ofType("relay.receipt").size(), 1U);
+  EXPECT_EQ(world.metrics.delivered, 0U);
+}
+
+TEST(PairingRooms, HandTheComputersNextConnectionWhatTheEarlierOneDidNotTake) {
+  RelayWorld world;
+  const auto earlier = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  earlier->isSlow = true;
+  world.say(*phone, request("d1"));
+  world.say(*phone, suppression("s1"));
+  const auto agent = world.joinAgent();
+  EXPECT_EQ(earlier->closed, CloseCode::replaced);
+  earlier->dropAll(world.rooms, world.instant);
+  EXPECT_EQ(agent->ofType("approval.request"), std::vector<Json>{request("d1")});
+  EXPECT_EQ(agent->ofType("approval.suppress"), std::vector<Json>{suppression("s1")});
+  ASSERT_EQ(phone->ofType("relay.receipt").size(), 2U);
+  EXPECT_EQ(phone->newest()["delivered"], true);
+}
+
+TEST(PairingRooms, SendNoReceiptToAPhoneThatHasGoneMeanwhile) {
+  RelayWorld world;
+  const auto agent = world.joinAgent();
+  const auto phone = world.joinPhone("A");
+  agent->isSlow = true;
+  world.say(*phone, request("d1"));
+  world.say(*phone, request("d2"));
+  world.rooms.leave(*phone, world.instant);
+  const auto used = world.memory.used();
+  const auto back = world.joinPhone("A");
+  agent->underWay.resize(2);
+  agent->writeAll(world.rooms, world.instant);
+  EXPECT_TRUE(phone->ofType("relay.receipt").empty());
+  EXPECT_TRUE(back->ofType("relay.receipt").empty());
+  EXPECT_LT(world.memory.used(), used) << "What waited for a receipt is released.";
 }
 
 TEST(PairingRooms, SendAResultToAllPhonesAndSayWhoHadAsked) {
@@ -401,19 +473,19 @@ TEST(PairingRooms, RevokeAPairingForGoodAndCloseAllOfIt) {
   EXPECT_EQ(world.metrics.snapshotBytes, 0U);
 }
 
-TEST(PairingRooms, RemoveOnePhoneOnly) {
+TEST(PairingRooms, CloseTheOnePhoneThatAnAgentNamesAndRefuseItNothing) {
   RelayWorld world;
+  (void)world.registerToken();
   const auto agent = world.joinAgent();
-  const auto removed = world.joinPhone("A");
+  const auto named = world.joinPhone("A");
   const auto other = world.joinPhone("B");
   world.say(*agent, unpair("A"));
   world.say(*agent, unpair("never-seen"));
-  EXPECT_EQ(removed->closed, CloseCode::removed);
+  EXPECT_EQ(named->closed, CloseCode::removed);
   EXPECT_FALSE(other->closed);
   EXPECT_FALSE(agent->closed);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "A"), true);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "B"), false);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "never-seen"), true);
+  // Its name was its own choice: only a revocation keeps it out.
+  EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=A&deviceName=A"), 101);
 }
 
 TEST(PairingRooms, PingEveryTwentySecondsAndDropWhomTheyDidNotHearForSixty) {
@@ -515,6 +587,40 @@ TEST(PairingRooms, WriteNoNameOfADeviceAndNoWholePairingToTheLog) {
   for (const auto& line : world.log.lines) {
     EXPECT_EQ(line.find("name"), std::string::npos) << line;
     EXPECT_EQ(line.find(kPairing), std::string::npos) << line;
+  }
+}
+
+TEST(PairingRooms, TellAComputerWhichPhonesSleepByTheirOwnWord) {
+  RelayWorld relay;
+  auto agent = relay.joinAgent();
+  auto phone = relay.joinPhone("A");
+  EXPECT_FALSE(agent->newest()["phones"][0].contains("asleep"));
+  relay.say(*phone, {{"type", "phone.asleep"}, {"asleep", true}});
+  EXPECT_EQ(agent->newest()["phones"][0]["asleep"], true);
+  EXPECT_EQ(agent->newest()["phoneConnected"], true);
+  const auto before = agent->texts.size();
+  relay.say(*phone, {{"type", "phone.asleep"}, {"asleep", true}});
+  EXPECT_EQ(agent->texts.size(), before);
+  relay.say(*phone, {{"type", "phone.asleep"}, {"asleep", false}});
+  EXPECT_FALSE(agent->newest()["phones"][0].contains("asleep"));
+}
+
+TEST(PairingRooms, TakeAPhoneThatConnectsAnewForAwake) {
+  RelayWorld relay;
+  auto agent = relay.joinAgent();
+  auto phone = relay.joinPhone("A");
+  relay.say(*phone, {{"type", "phone.asleep"}, {"asleep", true}});
+  phone = relay.joinPhone("A");
+  EXPECT_FALSE(agent->newest()["phones"][0].contains("asleep"));
+}
+
+TEST(PairingRooms, CloseAPhoneThatDoesNotSayWhetherItSleeps) {
+  for (const Json& message : {Json{{"type", "phone.asleep"}}, Json{{"type", "phone.asleep"}, {"asleep", 1}},
+                              Json{{"type", "phone.asleep"}, {"asleep", "true"}}}) {
+    RelayWorld relay;
+    auto phone = relay.joinPhone("A");
+    relay.say(*phone, message);
+    EXPECT_EQ(phone->closed, CloseCode::malformedMessage) << message.dump();
   }
 }
 

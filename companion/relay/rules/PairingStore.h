@@ -9,8 +9,8 @@
 
 namespace quillard::relayserver {
 
-// What outlives the process: which pairings there are, the hashes of their tokens, which were revoked and which phones
-// removed. Each change is on the disk when its call returns.
+// What outlives the process: which pairings there are, the hashes of their tokens, and which were revoked. Each change
+// is on the disk when its call returns.
 //
 // A pairing is unknown -> kept -> joined -> revoked; a kept one may be purged, which is unknown again.
 class PairingStore {
@@ -27,8 +27,6 @@ class PairingStore {
     std::string description;  // Names no pairing.
   };
 
-  static constexpr std::size_t kRemovalsWithoutPairing = 100'000;
-
   PairingStore() = default;
   PairingStore(const PairingStore&) = delete;
   PairingStore& operator=(const PairingStore&) = delete;
@@ -44,13 +42,8 @@ class PairingStore {
   virtual void markJoined(const std::string& pairingID, std::int64_t now) = 0;
   // Also of a pairing that is not kept. Keeps the newest `most` revocations.
   virtual void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) = 0;
-  // Keeps the newest `most` of the pairing.
-  virtual void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
-                           std::size_t most) = 0;
-  virtual bool isRemoved(const std::string& pairingID, const std::string& deviceID) = 0;
   // Forgets the kept ones that were last used before then, and those that no client has joined before `unjoinedBefore`,
-  // and names them. Whichever way a pairing is forgotten, its removed phones stay so, since its agent may bring it
-  // back: of all pairings that are not kept, the newest kRemovalsWithoutPairing.
+  // and names them.
   virtual std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) = 0;
   // Forgets the oldest one that no client has joined. False: there is none.
   virtual bool forgetOldestUnjoined() = 0;

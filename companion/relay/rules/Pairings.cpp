@@ -156,51 +156,9 @@ bool Pairings::revoke(const std::string& pairingID, std::int64_t now) {
   return isSaved;
 }
 
-bool Pairings::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now) {
-  const bool isSaved = withStore(false, [&] {
-    store.removePhone(pairingID, deviceID, now, limits.removedPhones);
-    return true;
-  });
-  if (isSaved) {
-    forgetUnsaved(pairingID, deviceID);
-  } else {
-    keepUnsaved(pairingID, deviceID);
-  }
-  return isSaved;
-}
-
-void Pairings::keepUnsaved(const std::string& pairingID, const std::string& deviceID) {
-  auto& devices = unsavedRemovals[pairingID];
-  if (std::find(devices.begin(), devices.end(), deviceID) != devices.end()) return;
-  devices.push_back(deviceID);
-  if (devices.size() > limits.removedPhones) devices.pop_front();
-}
-
-void Pairings::forgetUnsaved(const std::string& pairingID, const std::string& deviceID) {
-  const auto found = unsavedRemovals.find(pairingID);
-  if (found == unsavedRemovals.end()) return;
-  std::erase(found->second, deviceID);
-  if (found->second.empty()) unsavedRemovals.erase(found);
-}
-
-std::optional<bool> Pairings::isRemoved(const std::string& pairingID, const std::string& deviceID) {
-  const auto unsaved = unsavedRemovals.find(pairingID);
-  const auto isThere = [&](const auto& devices) {
-    return std::find(devices.begin(), devices.end(), deviceID) != devices.end();
-  };
-  if (unsaved != unsavedRemovals.end() && isThere(unsaved->second)) return true;
-  return withStore(std::optional<bool>(), [&] { return std::optional(store.isRemoved(pairingID, deviceID)); });
-}
-
 void Pairings::retryUnsaved(std::int64_t now) {
   while (!unsavedRevocations.empty()) {
     if (!revoke(std::string(*unsavedRevocations.begin()), now)) return;
-  }
-  while (!unsavedRemovals.empty()) {
-    const auto [pairingID, devices] = *unsavedRemovals.begin();
-    for (const auto& deviceID : devices) {
-      if (!removePhone(pairingID, deviceID, now)) return;
-    }
   }
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -14,8 +12,8 @@
 
 namespace quillard::relayserver {
 
-// Which token belongs to which pairing, and which phones were removed, over a store that may fail. Callers pass only
-// well-formed names and tokens. `now` is in seconds since 1970.
+// Which token belongs to which pairing, over a store that may fail. Callers pass only well-formed names and tokens.
+// `now` is in seconds since 1970.
 class Pairings {
  public:
   // Both outlive it. Throws PairingStore::Failure.
@@ -64,10 +62,6 @@ class Pairings {
   // For good. False: the store failed. Then nobody is let in, but nobody is told that it is revoked, which would not
   // outlive this process; it is tried again.
   bool revoke(const std::string& pairingID, std::int64_t now);
-  // The phone is refused from now on. False: the store failed; it is tried again.
-  bool removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now);
-  // Absent: the store failed.
-  [[nodiscard]] std::optional<bool> isRemoved(const std::string& pairingID, const std::string& deviceID);
 
   // Counts anew what is stored, for a store that others change, too.
   void recount() { countAgain(); }
@@ -95,8 +89,6 @@ class Pairings {
                                 const Registrant& registrant, std::int64_t now);
   [[nodiscard]] bool hasRoomForOne(std::int64_t now);
   void countAgain();
-  void keepUnsaved(const std::string& pairingID, const std::string& deviceID);
-  void forgetUnsaved(const std::string& pairingID, const std::string& deviceID);
   template <class Result, class Work>
   Result withStore(Result onFailure, Work work);
   void keepUsed(const std::string& pairingID, const PairingStore::Entry& entry, std::int64_t now);
@@ -111,8 +103,6 @@ class Pairings {
   std::string lastJoined;  // A pairing that was read last, and that clients have joined already.
   bool hasStoreWorked = true;
   std::set<std::string> unsavedRevocations;
-  // By pairing; of each the newest that the store would keep.
-  std::map<std::string, std::deque<std::string>> unsavedRemovals;
   std::vector<std::string> failures;
 };
 

@@ -28,7 +28,8 @@ struct PushSendMessage {
   std::string body;  // Bytes.
   std::int64_t ttl = 0;
   std::string urgency;
-  std::string topic;  // Empty: none.
+  std::string topic;   // Empty: none.
+  std::string from{};  // The agent's address; filled in by the rooms. Empty: not known.
   std::size_t sealedBytes = 0;
 };
 

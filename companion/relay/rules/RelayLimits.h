@@ -44,7 +44,6 @@ struct RelayLimits {
 
   std::size_t pairings = 10'000;
   std::size_t revocations = 100'000;  // Kept; the oldest go first.
-  std::size_t removedPhones = 64;     // Kept of a pairing; the oldest go first.
   std::chrono::hours purgeAfter{24 * 400};
   std::chrono::hours reclaimAfter{
       24};                          // Where all places are taken, one not used for so long makes room for a new one.

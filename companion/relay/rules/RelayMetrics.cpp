@@ -62,6 +62,17 @@ void writePushes(Page& page, const RelayMetrics& metrics) {
                  metrics.pushSeconds, accepted == metrics.pushes.end() ? 0 : accepted->second, metrics.pushSecondsSum);
 }
 
+void writeCluster(Page& page, const ClusterMetrics& cluster) {
+  page.family("quillard_relay_cluster_serving", "gauge", "1: the relay serves as a part of its cluster. 0: nobody.");
+  page.value(cluster.isServing ? 1 : 0);
+  page.family("quillard_relay_cluster_admitting", "gauge", "1: it knows enough to let clients in. 0: they get 503.");
+  page.value(cluster.isFresh ? 1 : 0);
+  page.family("quillard_relay_cluster_fences_total", "counter", "How often it has closed all connections.");
+  page.value(cluster.fences);
+  page.family("quillard_relay_cluster_unsaved_revocations", "gauge", "Revocations that are on its own disk alone.");
+  page.value(cluster.unsavedRevocations);
+}
+
 }  // namespace
 
 std::string prometheusText(const RelayMetrics& metrics) {
@@ -85,6 +96,7 @@ std::string prometheusText(const RelayMetrics& metrics) {
   page.family("quillard_relay_dropped_for_memory_total", "counter", "Connections that were ended for want of memory.");
   page.value(metrics.droppedForMemory);
   writePushes(page, metrics);
+  if (metrics.cluster) writeCluster(page, *metrics.cluster);
   return page.text;
 }
 

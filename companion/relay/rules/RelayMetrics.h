@@ -2,9 +2,18 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace quillard::relayserver {
+
+// How a relay of a cluster stands in it, at the moment of asking.
+struct ClusterMetrics {
+  bool isServing = false;                // False: it has not begun yet, or is fenced, and lets nobody in.
+  bool isFresh = false;                  // It has heard of the cluster's store lately enough to let clients in.
+  std::uint64_t fences = 0;              // How often it has sent everybody away because it knew too little.
+  std::uint64_t unsavedRevocations = 0;  // On its own disk alone: the store has not taken them yet.
+};
 
 // The counters of the relay. They name no pairing, device or address.
 struct RelayMetrics {
@@ -31,6 +40,7 @@ struct RelayMetrics {
   std::uint64_t storeFailures = 0;
   std::uint64_t droppedForMemory = 0;  // Connections that were ended because too much memory was kept.
   std::uint64_t memoryBytes = 0;       // What clients make the relay keep now.
+  std::optional<ClusterMetrics> cluster = std::nullopt;  // Absent: the relay is alone.
 };
 
 // As Prometheus reads it.

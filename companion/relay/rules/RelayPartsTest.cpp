@@ -214,10 +214,18 @@ TEST(RelayMetrics, AreWrittenAsPrometheusReadsThem) {
   EXPECT_NE(text.find("quillard_relay_answers_total{status=\"204\"} 3\n"), std::string::npos);
 }
 
+TEST(RelayMetrics, SayHowARelayStandsInItsClusterAndNothingOfOneThatIsAlone) {
+  EXPECT_EQ(prometheusText({}).find("quillard_relay_cluster"), std::string::npos);
+  const auto text =
+      prometheusText({.cluster = ClusterMetrics{.isServing = true, .fences = 3, .unsavedRevocations = 2}});
+  for (const std::string line : {"serving 1", "admitting 0", "fences_total 3", "unsaved_revocations 2"}) {
+    EXPECT_NE(text.find("\nquillard_relay_cluster_" + line + "\n"), std::string::npos) << line;
+  }
+}
+
 // Dashboard and alerts ask for no figure that the relay does not have.
 TEST(RelayMetrics, HaveAllThatDashboardAndAlertsAskFor) {
-  RelayMetrics metrics;
-  const auto page = prometheusText(metrics);
+  const auto page = prometheusText({.cluster = ClusterMetrics{}});
   for (const char* name : {"grafana-dashboard.json", "prometheus-alerts.yml"}) {
     std::ifstream file(std::string(QUILLARD_RELAY_PACKAGING) + "/" + name);
     const std::string text{std::istreambuf_iterator<char>(file), {}};

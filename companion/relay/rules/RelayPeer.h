@@ -24,13 +24,17 @@ enum class CloseCode : std::uint16_t {
 // One WebSocket connection, as the rooms use it. None of these calls comes back to the caller before it returns.
 class RelayPeer {
  public:
+  enum class Sending { refused, underWay, written };
+
   RelayPeer() = default;
   RelayPeer(const RelayPeer&) = delete;
   RelayPeer& operator=(const RelayPeer&) = delete;
   virtual ~RelayPeer() = default;
 
-  // Queues the text. False, and nothing is queued: more would wait for the reader than may.
-  [[nodiscard]] virtual bool send(const MessageText& text) = 0;
+  // Queues the text. Refused, and nothing is queued: more would wait for the reader than may. Written: all of it is
+  // out. Under way: with a `number`, which is not zero, the rooms are told what became of it, once and later: see
+  // PairingRooms::didWrite. Also when the peer is not in a room any more.
+  [[nodiscard]] virtual Sending send(const MessageText& text, std::uint64_t number) = 0;
   virtual void ping() = 0;
   // Sends a close message with this code. What still waits is dropped.
   virtual void close(CloseCode code) = 0;

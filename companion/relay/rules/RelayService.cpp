@@ -232,28 +232,15 @@ HttpResponse RelayService::registerToken(const HttpRequest& request, const std::
   return answerTo(outcome);
 }
 
-// Absent: no phone, or one that the computer has not removed.
-std::optional<HttpResponse> RelayService::refusalForPhone(const std::string& pairingID, const std::string& deviceID) {
-  if (deviceID.empty()) return std::nullopt;
-  const auto isRemoved = pairings.isRemoved(pairingID, deviceID);
-  if (!isRemoved) return errorResponse(500, kStoreFailed);
-  if (!*isRemoved) return std::nullopt;
-  return errorResponse(403, "The computer has removed this phone.");
-}
-
 std::optional<HttpResponse> RelayService::refusalForQuestion(const HttpRequest& request, const RequestTarget& target,
                                                              Moment now) {
   if (auto refusal = refusalForRate(handshakes, request.from, now.instant)) return refusal;
   const std::string& pairingID = target.segments[2];
   if (!isPairingID(pairingID)) return errorResponse(400, "The pairing's name is malformed.");
-  const auto phone = readAskingPhone(target.query);
-  if (!phone) return errorResponse(400, kMalformed);
+  if (!readAskingPhone(target.query)) return errorResponse(400, kMalformed);
   const auto offered = readToken(request.authorization, {});
   if (auto refusal = refusalForToken(offered)) return refusal;
-  if (auto refusal = refusalForMembership(pairings.membershipOf(pairingID, offered.token, now.epochSeconds))) {
-    return refusal;
-  }
-  return refusalForPhone(pairingID, *phone);
+  return refusalForMembership(pairings.membershipOf(pairingID, offered.token, now.epochSeconds));
 }
 
 HttpResponse RelayService::answerPushKey(const HttpRequest& request, const RequestTarget& target, Moment now) {
@@ -292,7 +279,7 @@ std::optional<HttpResponse> RelayService::refusalForCandidate(const Candidate& c
   if (auto refusal = refusalForMembership(pairings.membershipOf(who.pairingID, candidate.token, now.epochSeconds))) {
     return refusal;
   }
-  if (who.role == Role::phone) return refusalForPhone(who.pairingID, who.deviceID);
+  if (who.role == Role::phone) return std::nullopt;
   // The same answer as to a token that is not the pairing's: the agent then registers, and is told what is wrong.
   const auto isComputer = pairings.isComputer(who.pairingID, candidate.computerKey);
   if (!isComputer) return errorResponse(500, kStoreFailed);

@@ -73,10 +73,9 @@ class RelayService {
   [[nodiscard]] HttpResponse registerToken(const HttpRequest& request, const std::string& pairingID, Moment now);
   [[nodiscard]] HttpResponse answerPresence(const HttpRequest& request, const RequestTarget& target, Moment now);
   [[nodiscard]] HttpResponse answerPushKey(const HttpRequest& request, const RequestTarget& target, Moment now);
-  // Absent: the request comes from a member of the pairing, and from no phone that was removed.
+  // Absent: the request comes from a member of the pairing.
   [[nodiscard]] std::optional<HttpResponse> refusalForQuestion(const HttpRequest& request, const RequestTarget& target,
                                                                Moment now);
-  [[nodiscard]] std::optional<HttpResponse> refusalForPhone(const std::string& pairingID, const std::string& deviceID);
   [[nodiscard]] HttpResponse answerHealth(Moment now) const;
   [[nodiscard]] HttpResponse answerReadiness(Moment now) const;
 

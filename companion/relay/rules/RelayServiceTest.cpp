@@ -144,7 +144,7 @@ TEST(RelayService, TellsMembersWhoIsThere) {
   EXPECT_EQ(world.ask(request).status, 401);
 }
 
-TEST(RelayService, TellsAPhoneThatItWasRemoved) {
+TEST(RelayService, AnswersAPhoneThatSaysItsNameAsAnyMember) {
   RelayWorld world;
   (void)world.registerToken();
   const auto status = [&](const std::string& query) {
@@ -153,9 +153,6 @@ TEST(RelayService, TellsAPhoneThatItWasRemoved) {
         .status;
   };
   EXPECT_EQ(status("?deviceID=A"), 200);
-  EXPECT_TRUE(world.pairings.removePhone(kPairing, "A", world.epochSeconds));
-  EXPECT_EQ(status("?deviceID=A"), 403);
-  EXPECT_EQ(status("?deviceID=B"), 200);
   EXPECT_EQ(status(""), 200);
   EXPECT_EQ(status("?deviceID="), 400);
   EXPECT_EQ(status("?deviceID=A&deviceID=B"), 400);
@@ -209,11 +206,9 @@ TEST(RelayService, RefusesMalformedIntroductions) {
   EXPECT_EQ(world.connect("role=phone&" + pairing + "&deviceID=" + std::string(64, 'a') + "&deviceName=" + name), 101);
 }
 
-TEST(RelayService, RefusesARemovedPhoneAndOneTooMany) {
+TEST(RelayService, RefusesOnePhoneTooMany) {
   RelayWorld world;
   (void)world.registerToken();
-  world.pairings.removePhone(kPairing, "A", world.epochSeconds);
-  EXPECT_EQ(world.connect(kPhone), 403);
   for (int i = 0; i < 8; ++i) world.joinPhone(std::to_string(i));
   EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=9&deviceName=x"), 503);
   EXPECT_EQ(world.connect("role=phone&pairing=" + kPairing + "&deviceID=3&deviceName=x"), 101);
@@ -275,17 +270,6 @@ TEST(RelayService, SaysSoWhenItsDatabaseFails) {
   EXPECT_TRUE(world.pairings.takeFailures().empty());
 }
 
-TEST(RelayService, LetsNoPhoneInWhileItCannotSeeWhichWereRemoved) {
-  RelayWorld world;
-  (void)world.registerToken();
-  EXPECT_EQ(world.connect(kPhone), 101);
-  world.store.cannotSeeRemoved = true;
-  EXPECT_EQ(world.connect(kPhone), 500);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "A"), std::nullopt);
-  world.store.cannotSeeRemoved = false;
-  EXPECT_EQ(world.connect(kPhone), 101);
-}
-
 TEST(RelayService, WritesEveryErrorAsJsonThatIsNotKept) {
   RelayWorld world;
   const auto answer = world.ask({.method = "GET", .target = "/api"});
@@ -341,44 +325,14 @@ TEST(Pairings, TellNobodyOfARevocationThatTheDatabaseDidNotTakeAndTryAgain) {
   world.say(*agent, unpair());
   EXPECT_EQ(agent->closed, CloseCode::stopping);
   EXPECT_EQ(phone->closed, CloseCode::stopping);
-  world.pairings.removePhone("another", "A", world.epochSeconds);
   EXPECT_EQ(world.registerToken().status, 500);
   EXPECT_EQ(world.connect(kAgent), 500);
-  EXPECT_EQ(world.pairings.isRemoved("another", "A"), true);
   world.store.fails = false;
   EXPECT_EQ(world.connect(kAgent), 500);
   world.pairings.retryUnsaved(world.epochSeconds);
   EXPECT_EQ(world.connect(kAgent), 410);
   EXPECT_EQ(world.registerToken().status, 410);
   EXPECT_FALSE(world.store.entries.at(kPairing).token);
-  EXPECT_TRUE(world.store.removed.contains({"another", "A"}));
-}
-
-TEST(Pairings, TellNoPhoneOfARemovalThatTheDatabaseDidNotTake) {
-  RelayWorld world;
-  (void)world.registerToken();
-  const auto agent = world.joinAgent();
-  const auto phone = world.joinPhone("A");
-  world.store.failsToWrite = true;
-  world.say(*agent, unpair("A"));
-  EXPECT_EQ(phone->closed, CloseCode::stopping);
-  EXPECT_EQ(world.connect(kPhone), 403);
-  world.store.failsToWrite = false;
-  world.pairings.retryUnsaved(world.epochSeconds);
-  EXPECT_TRUE(world.store.removed.contains({kPairing, "A"}));
-}
-
-TEST(Pairings, RememberNoMoreRemovalsThanTheDatabaseWouldKeep) {
-  RelayWorld world;
-  (void)world.registerToken();
-  world.store.fails = true;
-  for (int i = 0; i < 1'000; ++i) world.pairings.removePhone(kPairing, "d" + std::to_string(i), world.epochSeconds);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d999"), true);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d936"), true);
-  EXPECT_EQ(world.pairings.isRemoved(kPairing, "d935"), std::nullopt);
-  world.store.fails = false;
-  world.pairings.retryUnsaved(world.epochSeconds);
-  EXPECT_EQ(world.store.removed.size(), 64U);
 }
 
 TEST(Pairings, ForgetThoseUnusedForFourHundredDaysButNoRevocation) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "companion/relay/rules/EventLog.h"
@@ -17,10 +18,14 @@ namespace quillard::relayserver {
 // For tests: a connection that keeps what it is sent, and takes only so much.
 class FakePeer final : public RelayPeer {
  public:
-  bool send(const MessageText& text) override {
-    if (texts.size() >= room) return false;
+  Sending send(const MessageText& text, std::uint64_t number) override {
+    if (texts.size() + underWay.size() >= room) return Sending::refused;
+    if (isSlow) {
+      underWay.emplace_back(number, text);
+      return Sending::underWay;
+    }
     texts.push_back(*text);
-    return true;
+    return Sending::written;
   }
   void ping() override { ++pings; }
   void close(CloseCode code) override { closed = code; }
@@ -37,7 +42,22 @@ class FakePeer final : public RelayPeer {
     return found;
   }
 
+  // What a slow one had under way is written, or, since it has ended, dropped.
+  void writeAll(PairingRooms& rooms, Instant now) {
+    for (const auto& [number, text] : std::exchange(underWay, {})) {
+      texts.push_back(*text);
+      if (number != 0) rooms.didWrite(number, now);
+    }
+  }
+  void dropAll(PairingRooms& rooms, Instant now) {
+    for (const auto& [number, text] : std::exchange(underWay, {})) {
+      if (number != 0) rooms.didDrop(number, text, now);
+    }
+  }
+
   std::vector<std::string> texts;
+  bool isSlow = false;  // Nothing is written at once.
+  std::vector<std::pair<std::uint64_t, MessageText>> underWay;
   std::size_t room = 1'000'000;
   int pings = 0;
   std::optional<CloseCode> closed;

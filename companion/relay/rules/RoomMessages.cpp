@@ -66,6 +66,11 @@ auto readFromPhone(Message message, const MessageMembers& members, std::string_v
   return finished(std::move(message), std::move(writer));
 }
 
+PhoneMessage readAsleep(const MessageMembers& members) {
+  if (members.asleep.kind != MemberValue::Kind::truth) return MalformedMessage{};
+  return AsleepMessage{.isAsleep = members.asleep.raw == "true"};
+}
+
 // The wider variant.
 template <class To, class From>
 To widened(From from) {
@@ -110,6 +115,7 @@ PhoneMessage readPhoneMessage(std::string_view text, std::size_t longest) {
     }
     if (type == "push.subscribe") return widened<PhoneMessage>(readPushSubscribe(members));
     if (type == "push.unsubscribe") return PushUnsubscribeMessage{};
+    if (type == "phone.asleep") return readAsleep(members);
     for (const std::string_view known : {"approval.suppress", "approval.unsuppress"}) {
       if (type != known) continue;
       return widened<PhoneMessage>(readFromPhone(SuppressionMessage{.type = known}, members, "encryptedSuppression",
@@ -125,6 +131,7 @@ std::string phoneStatusText(const std::vector<PhoneDescription>& phones) {
   for (const auto& phone : phones) {
     list.push_back(describe(phone));
     list.back()["connected"] = true;
+    if (phone.isAsleep) list.back()["asleep"] = true;
   }
   return messageText({{"type", "phone.status"},
                       {"phoneConnected", !phones.empty()},
@@ -132,8 +139,9 @@ std::string phoneStatusText(const std::vector<PhoneDescription>& phones) {
                       {"phones", std::move(list)}});
 }
 
-std::string macStatusText(bool isConnected, std::optional<long long> secondsSinceReceived) {
-  Json json = {{"type", "mac.status"}, {"macConnected", isConnected}};
+std::string macStatusText(std::optional<std::uint64_t> connection, std::optional<long long> secondsSinceReceived) {
+  Json json = {{"type", "mac.status"}, {"macConnected", connection.has_value()}};
+  if (connection) json["macConnection"] = *connection;
   if (secondsSinceReceived) json["heardSecondsAgo"] = *secondsSinceReceived;
   return messageText(json);
 }

@@ -44,6 +44,10 @@ struct SuppressionMessage {
   std::string text;
   std::size_t sealedBytes = 0;
 };
+// Its page is hidden, so that nobody sees what is on it; or visible again.
+struct AsleepMessage {
+  bool isAsleep = false;
+};
 // A message of a kind that is not known, or not for this role to send: to be ignored.
 struct UnknownMessage {};
 // Not JSON, or a known kind whose members break its rules.
@@ -52,7 +56,7 @@ struct MalformedMessage {};
 using AgentMessage = std::variant<SnapshotMessage, ClockMessage, ResultMessage, UnpairMessage, PushSendMessage,
                                   UnknownMessage, MalformedMessage>;
 using PhoneMessage = std::variant<RequestMessage, SuppressionMessage, PushSubscribeMessage, PushUnsubscribeMessage,
-                                  UnknownMessage, MalformedMessage>;
+                                  AsleepMessage, UnknownMessage, MalformedMessage>;
 
 // What a message may hold, whether it is known or not: its size alone then says what reading it costs.
 inline constexpr std::size_t kMostValuesOfAMessage = 1024;
@@ -68,12 +72,15 @@ struct PhoneDescription {
   std::string deviceID;
   std::string deviceName;
   std::optional<std::string> platform;
+  bool isAsleep = false;  // By its own word.
 };
 
 // The relay's own messages, as they are sent.
 [[nodiscard]] std::string phoneStatusText(const std::vector<PhoneDescription>& phones);
-// `secondsSinceReceived`: absent when the agent has sent nothing yet.
-[[nodiscard]] std::string macStatusText(bool isConnected, std::optional<long long> secondsSinceReceived);
+// `connection`: of the agent, another number for each; absent when it is not connected. `secondsSinceReceived`: absent
+// when the agent has sent nothing yet.
+[[nodiscard]] std::string macStatusText(std::optional<std::uint64_t> connection,
+                                        std::optional<long long> secondsSinceReceived);
 enum class NotDelivered { macNotConnected, macBusy };
 [[nodiscard]] std::string receiptText(const std::string& decisionID, std::optional<NotDelivered> reason);
 // The agent's message, and the phone that sent the decision. Absent: it is not known any more.

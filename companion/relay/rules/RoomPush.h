@@ -22,7 +22,7 @@ class RoomPush {
   [[nodiscard]] virtual std::optional<std::string> publicKey() const = 0;
 
   struct Answer {
-    std::string toPhone;
+    std::string toPhone;                 // Empty: it is told later, and so is the agent's list.
     std::vector<std::string> toAgent{};  // Results of pushes that have ended by it.
     bool hasChanged = false;             // Something was written, and the agent's list is another one.
   };

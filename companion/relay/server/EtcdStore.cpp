@@ -6,6 +6,7 @@
 #include <deque>
 #include <utility>
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include "companion/relay/cluster/EtcdMessages.h"
@@ -16,6 +17,8 @@ namespace quillard::relayserver {
 namespace {
 
 constexpr std::chrono::milliseconds kAttempt{700};
+// Of an attempt, once none of the members has answered in less.
+constexpr std::chrono::milliseconds kLongestAttempt{2'800};
 constexpr std::chrono::seconds kTimeout{4};
 constexpr std::chrono::seconds kLongestAuthentication{16};
 constexpr std::size_t kMostConnections = 32;
@@ -59,6 +62,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
       watching->stop();
       ++watchedMember;
     }
+    tokenOfWatch = tokenNumber;
     const PeerAddress& address = options.members[watchedMember % options.members.size()];
     auto request = requestText(address, etcd::kWatchPath, etcd::watchText(options.prefix, first));
     watching = EtcdWatch::start(loop, address, tls(), std::move(request),
@@ -97,7 +101,8 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     }
     watching->stop();
     if (std::holds_alternative<etcd::WatchCompacted>(read)) return watcher.compacted();
-    if (etcd::isOfUsers(line)) token.clear();
+    // Unless there is a newer one by now.
+    if (etcd::isOfUsers(line) && tokenOfWatch == tokenNumber) token.clear();
     watcher.ended();
   }
 
@@ -149,16 +154,27 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
         std::stable_partition(waiting.begin(), waiting.end(), [now](const Call& call) { return now < call.latest; });
     std::move(rest, waiting.end(), std::back_inserter(late));
     waiting.erase(rest, waiting.end());
-    for (auto& call : late) call.done(std::nullopt);
+    for (auto& call : late) endLater(std::move(call));
+  }
+
+  // Whoever makes a call is not called back from inside it, nor is another caller.
+  void endLater(Call call) {
+    boost::asio::post(loop, [self = shared_from_this(), call = std::make_shared<Call>(std::move(call))] {
+      if (!self->isStopped) call->done(std::nullopt);
+    });
   }
 
   void failAll() {
     auto failing = std::exchange(waiting, {});
-    for (auto& call : failing) call.done(std::nullopt);
+    for (auto& call : failing) endLater(std::move(call));
   }
 
   void attempt(Call call) {
-    if (Clock::now() >= call.latest) return finish(std::move(call), std::nullopt);
+    if (Clock::now() >= call.latest) {
+      --underWay;
+      endLater(std::move(call));
+      return sendNext();
+    }
     const std::size_t chosen = member % options.members.size();
     if (!idle.empty() && idle.back().member == chosen) {
       const auto stream = std::move(idle.back().stream);
@@ -166,26 +182,35 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
       return ask(stream, chosen, std::move(call));
     }
     idle.clear();
-    connectTo(loop, options.members[chosen], tls(), kAttempt,
+    connectTo(loop, options.members[chosen], tls(), attemptTime,
               [self = shared_from_this(), chosen,
                call = std::make_shared<Call>(std::move(call))](std::optional<RelayStream> connected) {
                 if (self->isStopped) return;
-                if (!connected) return self->tryNext(chosen, std::move(*call));
+                if (!connected) return self->didNotAnswer(chosen, std::move(*call));
                 self->ask(std::make_shared<RelayStream>(std::move(*connected)), chosen, std::move(*call));
               });
   }
 
   void ask(const std::shared_ptr<RelayStream>& stream, std::size_t chosen, Call call) {
+    const bool lacksToken = !options.user.empty() && token.empty() && call.path != etcd::kAuthenticatePath;
+    if (lacksToken) {
+      idle.push_back({chosen, stream});
+      --underWay;
+      waiting.push_front(std::move(call));
+      return sendNext();
+    }
     auto request = requestText(options.members[chosen], call.path, call.body);
     call.token = tokenNumber;
-    Duration timeout = kAttempt;
+    Duration timeout = attemptTime;
     if (call.path == etcd::kRangePath) timeout = kTimeout;
     if (call.path == etcd::kAuthenticatePath) timeout = authenticationTime;
     exchange(stream, std::move(request), etcd::kLongestAnswer, timeout,
              [self = shared_from_this(), stream, chosen,
               call = std::make_shared<Call>(std::move(call))](std::optional<HttpReply> reply) {
                if (self->isStopped) return;
-               if (!reply) return self->tryNext(chosen, std::move(*call));
+               if (!reply) return self->didNotAnswer(chosen, std::move(*call));
+               self->silent = 0;
+               self->attemptTime = kAttempt;
                if (reply->keepsAlive) self->idle.push_back({chosen, stream});
                self->take(chosen, std::move(*call), std::move(*reply));
              });
@@ -214,6 +239,16 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
       return tryNext(chosen, std::move(call));
     }
     finish(std::move(call), std::nullopt);
+  }
+
+  // A machine that is busy answers late. What is given up is asked anew, with a handshake: that makes it only busier.
+  void didNotAnswer(std::size_t chosen, Call call) {
+    const bool isPresent = member % options.members.size() == chosen;
+    if (isPresent && ++silent >= options.members.size()) {
+      silent = 0;
+      attemptTime = std::min<Duration>(2 * attemptTime, kLongestAttempt);
+    }
+    tryNext(chosen, std::move(call));
   }
 
   // A little later, where all of them were asked.
@@ -250,9 +285,12 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
   std::vector<Idle> idle;
   std::size_t member = 0;         // Modulo their number: the one that answers.
   std::size_t watchedMember = 0;  // The same of the watch.
+  std::size_t silent = 0;         // So many in a row did not answer.
+  Duration attemptTime = kAttempt;
   std::shared_ptr<EtcdWatch> watching;
   std::string token;
   std::uint64_t tokenNumber = 0;
+  std::uint64_t tokenOfWatch = 0;  // The number of the token that the watch was begun with.
   Duration authenticationTime;
   bool isAuthenticating = false;
   bool isStopped = false;

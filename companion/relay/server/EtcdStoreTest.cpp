@@ -34,8 +34,9 @@ class FakeMember {
   // From now on earlier tokens are refused.
   void changeUsers() { ++validFrom; }
 
-  std::chrono::milliseconds checkingTime{0};  // Of a password.
-  int tokens = 0;                             // That were given.
+  std::chrono::milliseconds checkingTime{0};   // Of a password.
+  std::chrono::milliseconds answeringTime{0};  // Of a transaction.
+  int tokens = 0;                              // That were given.
   bool holds = false;  // Transactions are not answered; later they are, one by one, by `answerNext`.
   std::vector<std::function<void()>> held;
   void answerNext() {
@@ -78,11 +79,17 @@ class FakeMember {
     }
     const auto respond = [this, client, text] {
       const bool isValid = text.find("Authorization: " + std::to_string(validFrom) + "\r\n") != std::string::npos;
-      if (isValid) return answer(client, 200, R"({"header":{"revision":"1"},"succeeded":true})");
+      if (isValid) return answerLater(client);
       answer(client, 401, R"({"error":"etcdserver: invalid auth token","code":16})");
     };
     if (!holds) return respond();
     held.emplace_back(respond);
+  }
+  void answerLater(const std::shared_ptr<Client>& client) {
+    auto timer = std::make_shared<asio::steady_timer>(loop, answeringTime);
+    timer->async_wait([this, timer, client](const ErrorCode&) {
+      answer(client, 200, R"({"header":{"revision":"1"},"succeeded":true})");
+    });
   }
   void answer(const std::shared_ptr<Client>& client, int status, const std::string& body) {
     auto text = std::make_shared<std::string>("HTTP/1.1 " + std::to_string(status) + " Said\r\nContent-Length: " +
@@ -154,6 +161,14 @@ TEST_F(EtcdStoreWithUsers, GivesAMemberThatIsBusyMoreTimeToCheckThePassword) {
     if (!result || *result == 0) result = transact();
     return *result == 1;
   }));
+}
+
+TEST_F(EtcdStoreWithUsers, GivesMembersThatAreAllBusyMoreTimeToAnswer) {
+  open(std::chrono::seconds(10));
+  member.answeringTime = std::chrono::milliseconds(1'000);
+  const auto result = transact();
+  EXPECT_TRUE(runUntil([&] { return *result != -1; }));
+  EXPECT_EQ(*result, 1);
 }
 
 }  // namespace

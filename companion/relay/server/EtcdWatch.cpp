@@ -16,7 +16,8 @@ namespace {
 
 namespace http = boost::beast::http;
 
-constexpr std::chrono::milliseconds kConnectTimeout{700};
+// Its owner is the one who knows how long it may say nothing.
+constexpr std::chrono::seconds kConnectTimeout{5};
 constexpr std::size_t kBuffer = 64 * 1024;
 
 class StreamingWatch final : public EtcdWatch, public std::enable_shared_from_this<StreamingWatch> {

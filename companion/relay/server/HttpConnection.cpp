@@ -50,9 +50,16 @@ bool isWebSocketKey(std::string_view key) {
          digits.find('=') == std::string_view::npos && kLastDigits.find(digits.back()) != std::string_view::npos;
 }
 
+// As HTTP has it: of HTTP/1.1 one, of HTTP/1.0 one at most.
+bool hasUsableHost(const HttpRequestMessage& message) {
+  constexpr unsigned kVersionWithHost = 11;
+  const auto count = message.count(http::field::host);
+  return count == 1 || (count == 0 && message.version() < kVersionWithHost);
+}
+
 // Of those that ask for a WebSocket; absent: it is well-formed.
 std::optional<HttpResponse> refusalForUpgrade(const HttpRequestMessage& message) {
-  if (firstOf(valuesOf(message, http::field::sec_websocket_version)) != "13") {
+  if (valuesOf(message, http::field::sec_websocket_version) != std::vector<std::string>{"13"}) {
     auto answer = errorResponse(426, "The relay speaks version 13 of the WebSocket protocol.");
     answer.headers.emplace_back("sec-websocket-version", "13");
     answer.headers.emplace_back("upgrade", "websocket");
@@ -135,6 +142,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void answerRequest(HttpRequestMessage message) {
     const bool isTooLong = received - buffer.size() - message.body().size() > dependencies.limits.headerBytes;
     if (isTooLong) return send(errorResponse(431, "The headers are too long."), false);
+    if (!hasUsableHost(message)) return send(errorResponse(400, "The message is malformed."), false);
     const HttpRequest request = requestOf(message);
     isForHead = message.method() == http::verb::head;
     if (plainResponder) return send(plainResponder(request), message.keep_alive());
@@ -208,7 +216,8 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     text += "Host: relay\r\nX-Forwarded-For: " + client.text() + "\r\n";
     const bool isForWebSocket = beast::websocket::is_upgrade(message);
     text += isForWebSocket ? "Connection: Upgrade\r\nUpgrade: websocket\r\n" : "Connection: close\r\n";
-    for (const auto* name : {"Authorization", "Sec-WebSocket-Key", "Sec-WebSocket-Version", "Sec-WebSocket-Protocol"}) {
+    for (const auto* name :
+         {"Authorization", "Origin", "Sec-WebSocket-Key", "Sec-WebSocket-Version", "Sec-WebSocket-Protocol"}) {
       for (const auto& value : valuesOf(message, name)) text += std::string(name) + ": " + value + "\r\n";
     }
     return text + "\r\n";

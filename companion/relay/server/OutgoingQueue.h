@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -12,45 +13,55 @@ namespace quillard::relayserver {
 // are nearly always, takes next to no memory.
 class OutgoingQueue {
  public:
+  struct Entry {
+    MessageText text;
+    std::uint64_t number = 0;  // With which the rooms want to know what became of it; zero: they do not.
+  };
+
   OutgoingQueue(std::size_t mostBytes, std::size_t mostMessages) : mostBytes(mostBytes), mostMessages(mostMessages) {}
 
   // False, and nothing changes: it does not fit.
-  [[nodiscard]] bool push(MessageText text) {
+  [[nodiscard]] bool push(MessageText text, std::uint64_t number = 0) {
     if (messages() >= mostMessages || text->size() > mostBytes - waiting) return false;
     waiting += text->size();
-    texts.push_back(std::move(text));
+    entries.push_back({std::move(text), number});
     return true;
   }
   [[nodiscard]] bool isEmpty() const { return messages() == 0; }
-  [[nodiscard]] const MessageText& front() const { return texts[sent]; }
-  void pop() {
-    waiting -= texts[sent]->size();
-    texts[sent++] = nullptr;
+  [[nodiscard]] const MessageText& front() const { return entries[sent].text; }
+  Entry pop() {
+    Entry first = std::exchange(entries[sent++], {});
+    waiting -= first.text->size();
     if (isEmpty()) {
       sent = 0;
-      texts.clear();
-      if (texts.capacity() > kKept) texts.shrink_to_fit();
+      entries.clear();
+      if (entries.capacity() > kKept) entries.shrink_to_fit();
     } else if (sent >= mostMessages) {
-      texts.erase(texts.begin(), texts.begin() + static_cast<std::ptrdiff_t>(std::exchange(sent, 0)));
+      entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(std::exchange(sent, 0)));
     }
+    return first;
   }
-  // `keepFirst`: it is being sent.
-  void clear(bool keepFirst) {
-    while (messages() > (keepFirst ? 1U : 0U)) {
-      waiting -= texts.back()->size();
-      texts.pop_back();
+  // `keepFirst`: it is being sent. What had a number, in its order.
+  [[nodiscard]] std::vector<Entry> clear(bool keepFirst) {
+    std::vector<Entry> dropped;
+    for (std::size_t i = sent + (keepFirst && !isEmpty() ? 1 : 0); i < entries.size(); ++i) {
+      waiting -= entries[i].text->size();
+      if (entries[i].number != 0) dropped.push_back(std::move(entries[i]));
     }
+    entries.resize(keepFirst && !isEmpty() ? sent + 1 : sent);
+    return dropped;
   }
   [[nodiscard]] std::size_t bytes() const { return waiting; }
   // Of a text that others hold, too, its share.
   [[nodiscard]] std::size_t ownBytes() const {
     std::size_t bytes = 0;
-    for (std::size_t i = sent; i < texts.size(); ++i) {
-      bytes += texts[i]->size() / static_cast<std::size_t>(texts[i].use_count());
+    for (std::size_t i = sent; i < entries.size(); ++i) {
+      const auto& text = entries[i].text;
+      bytes += text->size() / static_cast<std::size_t>(text.use_count());
     }
     return bytes;
   }
-  [[nodiscard]] std::size_t messages() const { return texts.size() - sent; }
+  [[nodiscard]] std::size_t messages() const { return entries.size() - sent; }
 
  private:
   static constexpr std::size_t kKept = 8;  // Room for so many stays.
@@ -58,8 +69,8 @@ class OutgoingQueue {
   const std::size_t mostBytes;
   const std::size_t mostMessages;
   std::size_t waiting = 0;
-  std::size_t sent = 0;  // So many at the front of `texts` are gone.
-  std::vector<MessageText> texts;
+  std::size_t sent = 0;  // So many at the front of `entries` are gone.
+  std::vector<Entry> entries;
 };
 
 }  // namespace quillard::relayserver

@@ -32,6 +32,7 @@ using asio::ip::tcp;
 namespace {
 
 constexpr std::uint32_t kHeaderBytes = 8 * 1024;
+constexpr int kMostInterim = 4;
 
 std::shared_ptr<asio::ssl::context> makeTlsContext(const std::string& authority) {
   auto context = std::make_shared<asio::ssl::context>(asio::ssl::context::tls_client);
@@ -50,8 +51,10 @@ std::shared_ptr<asio::ssl::context> makeTlsContext(const std::string& authority)
   return context;
 }
 
-// Nothing has come meanwhile, not even the end: a service that has closed it has most likely said so.
+// Nothing has come meanwhile, not even the end: a service that has closed it has most likely said so. What was
+// decrypted already and belongs to no answer counts, too.
 bool isUnused(RelayStream& stream) {
+  if (stream.hasPending()) return false;
   tcp::socket& socket = stream.socket();
   ErrorCode error;
   socket.non_blocking(true, error);
@@ -69,7 +72,8 @@ struct PushSender::Pool {
       : loop(loop),
         limits(limits),
         allowsPrivateAddresses(options.allowsPrivateAddresses),
-        tls(makeTlsContext(options.authority)) {}
+        tls(makeTlsContext(options.authority)),
+        names(std::make_unique<NameLookup>(loop, options.resolve)) {}
 
   struct Idle {
     std::shared_ptr<RelayStream> stream;
@@ -115,6 +119,7 @@ struct PushSender::Pool {
   const PushLimits limits;
   const bool allowsPrivateAddresses;
   const std::shared_ptr<asio::ssl::context> tls;
+  std::unique_ptr<NameLookup> names;              // Until the sender ends.
   std::map<std::string, std::vector<Idle>> idle;  // By origin; what was used last comes last.
   bool isOver = false;
 };
@@ -127,7 +132,6 @@ class PushSender::Attempt final : public std::enable_shared_from_this<PushSender
         endpoint(request.endpoint),
         text(pushRequestText(request)),
         done(std::move(done)),
-        resolver(this->pool->loop),
         socket(this->pool->loop),
         deadline(this->pool->loop) {}
 
@@ -152,14 +156,11 @@ class PushSender::Attempt final : public std::enable_shared_from_this<PushSender
         if (self->done) self->connect({tcp::endpoint(numeric, self->endpoint.port)});
       });
     }
-    resolver.async_resolve(
-        endpoint.host, std::to_string(endpoint.port), tcp::resolver::numeric_service,
-        [self = shared_from_this()](const ErrorCode& error, const tcp::resolver::results_type& results) {
-          if (error || !self->done) return self->fail();
-          std::vector<tcp::endpoint> found;
-          for (const auto& result : results) found.push_back(result.endpoint());
-          self->connect(std::move(found));
-        });
+    if (!pool->names) return fail();
+    pool->names->find(endpoint.host, endpoint.port, [self = shared_from_this()](NameLookup::Endpoints found) {
+      if (!self->done) return;
+      found.empty() ? self->fail() : self->connect(std::move(found));
+    });
   }
 
   void connect(std::vector<tcp::endpoint> found) {
@@ -198,7 +199,11 @@ class PushSender::Attempt final : public std::enable_shared_from_this<PushSender
     });
   }
 
+  // An interim answer is none, and the one that follows is: else it would be taken for that of the next request.
+  bool isInterim() const { return parser->get().result_int() < 200; }
+
   void readRest() {
+    if (isInterim()) return interim++ < kMostInterim ? read() : fail();
     const auto length = parser->content_length();
     const bool isTooLong = length && *length > pool->limits.answerBytes;
     if (isTooLong || parser->is_done()) return finishWithAnswer(!isTooLong);
@@ -233,7 +238,6 @@ class PushSender::Attempt final : public std::enable_shared_from_this<PushSender
   void finish(PushReply reply) {
     if (!done) return;
     deadline.cancel();
-    resolver.cancel();
     ErrorCode ignored;
     socket.close(ignored);
     if (stream) stream->close();
@@ -244,12 +248,12 @@ class PushSender::Attempt final : public std::enable_shared_from_this<PushSender
   const PushEndpoint endpoint;
   const std::string text;
   std::function<void(PushReply)> done;  // Empty: it was called.
-  tcp::resolver resolver;
   tcp::socket socket;
   asio::steady_timer deadline;
   std::vector<tcp::endpoint> addresses;
   std::shared_ptr<RelayStream> stream;
   bool isUsedAgain = false;
+  int interim = 0;  // Answers that were none.
   boost::beast::flat_buffer buffer{2 * kHeaderBytes};
   std::optional<http::response_parser<http::string_body>> parser;
 };
@@ -259,6 +263,7 @@ PushSender::PushSender(asio::io_context& loop, const PushLimits& limits, const O
 
 PushSender::~PushSender() {
   pool->isOver = true;
+  pool->names.reset();
   pool->closeIdle(Instant::max());
 }
 

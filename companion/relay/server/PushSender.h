@@ -8,6 +8,7 @@
 
 #include "companion/relay/push/PushLimits.h"
 #include "companion/relay/push/PushTransport.h"
+#include "companion/relay/server/NameLookup.h"
 
 namespace quillard::relayserver {
 
@@ -20,10 +21,11 @@ class PushSender final : public PushTransport {
   struct Options {
     std::string authority;                // A file with the certificates to trust, PEM; empty: the system's.
     bool allowsPrivateAddresses = false;  // For tests, and for push services of one's own beside the relay.
+    NameLookup::Resolve resolve = NameLookup::resolveBySystem;
   };
   // `loop` and `limits` outlive it. Throws std::runtime_error that says what it cannot use.
   PushSender(boost::asio::io_context& loop, const PushLimits& limits, const Options& options);
-  // What is under way is not called back.
+  // What is under way is not called back, and nothing is waited for.
   ~PushSender() override;
 
   void post(PushRequest request, std::function<void(PushReply)> done) override;

@@ -121,12 +121,6 @@ void RelayCluster::begin(const PeerAddress& own) {
                                   [this](const std::string& pairingID) {
                                     if (rooms) rooms->closeRoom(pairingID, CloseCode::revoked, CloseCode::revoked);
                                   },
-                              .removed =
-                                  [this](const std::string& pairingID, const std::string& deviceID) {
-                                    if (!rooms) return;
-                                    rooms->closePhone(pairingID, deviceID, CloseCode::removed,
-                                                      dependencies.now().instant);
-                                  },
                               .homeChanged = [this](const std::string& pairingID) { homeChanged(pairingID); },
                               .relayChanged =
                                   [this](const std::string&) {
@@ -154,6 +148,8 @@ void RelayCluster::tick() {
   admitting->tick();
   askNeighbours();
 }
+
+ClusterMetrics RelayCluster::metrics() { return member->metrics(bootInstant()); }
 
 void RelayCluster::leave(std::function<void()> done) {
   const auto once = std::make_shared<std::function<void()>>(std::move(done));

@@ -50,6 +50,7 @@ class RelayCluster {
   // Gives its homes away. `done` once, after two seconds at the latest.
   void leave(std::function<void()> done);
 
+  [[nodiscard]] ClusterMetrics metrics();
   [[nodiscard]] ClusterAdmission& admission() { return *admitting; }
   // For connections from other relays; null: in clear.
   [[nodiscard]] std::shared_ptr<boost::asio::ssl::context> serverTls() const { return tlsOfServer; }

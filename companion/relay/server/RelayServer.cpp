@@ -365,6 +365,7 @@ HttpResponse RelayServer::Implementation::answerForMetrics(const HttpRequest& re
   if (request.target != "/metrics" || request.method != "GET") return errorResponse(404, "Only /metrics is here.");
   metrics.pairings = pairings->count();
   metrics.memoryBytes = memory.used() + memoryOfRequests.used();
+  if (cluster) metrics.cluster = cluster->metrics();
   return {.headers = {{"content-type", "text/plain; version=0.0.4; charset=utf-8"}},
           .body = std::make_shared<const std::string>(prometheusText(metrics))};
 }

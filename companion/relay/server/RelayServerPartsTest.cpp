@@ -25,11 +25,30 @@ TEST(OutgoingQueue, HasABoundInBytesAndOneInMessages) {
   EXPECT_TRUE(queue.push(text(0)));
   EXPECT_TRUE(queue.push(text(0)));
   EXPECT_FALSE(queue.push(text(0)));
-  queue.clear(true);
+  (void)queue.clear(true);
   EXPECT_EQ(queue.messages(), 1U);
   EXPECT_EQ(queue.bytes(), 4U);
-  queue.clear(false);
+  (void)queue.clear(false);
   EXPECT_TRUE(queue.isEmpty());
+  EXPECT_EQ(queue.bytes(), 0U);
+}
+
+TEST(OutgoingQueue, GivesBackWhatIsNotSentAndHadANumber) {
+  const auto text = std::make_shared<const std::string>("x");
+  const auto numbers = [](const std::vector<OutgoingQueue::Entry>& entries) {
+    std::vector<std::uint64_t> found;
+    for (const auto& entry : entries) found.push_back(entry.number);
+    return found;
+  };
+  OutgoingQueue queue(100, 10);
+  for (const std::uint64_t number : {1U, 2U, 0U, 3U}) EXPECT_TRUE(queue.push(text, number));
+  EXPECT_EQ(queue.pop().number, 1U);
+  EXPECT_EQ(numbers(queue.clear(true)), std::vector<std::uint64_t>{3}) << "The second one is being sent.";
+  EXPECT_EQ(queue.pop().number, 2U);
+  EXPECT_TRUE(queue.isEmpty());
+  EXPECT_EQ(numbers(queue.clear(true)), std::vector<std::uint64_t>{});
+  EXPECT_TRUE(queue.push(text, 4));
+  EXPECT_EQ(numbers(queue.clear(false)), std::vector<std::uint64_t>{4});
   EXPECT_EQ(queue.bytes(), 0U);
 }
 
@@ -42,7 +61,7 @@ TEST(OutgoingQueue, HoldsItsShareOfWhatOthersHoldToo) {
   EXPECT_TRUE(one.push(std::make_shared<const std::string>(50, 'x')));
   EXPECT_EQ(one.ownBytes(), 900U / 3 + 50);
   EXPECT_EQ(other.ownBytes(), 900U / 3);
-  one.clear(false);
+  (void)one.clear(false);
   EXPECT_EQ(other.ownBytes(), 900U / 2);
 }
 

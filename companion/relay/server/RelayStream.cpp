@@ -40,6 +40,8 @@ tcp::socket& RelayStream::socket() { return state->socket; }
 
 bool RelayStream::isEncrypted() const { return state->tls != nullptr; }
 
+bool RelayStream::hasPending() const { return state->tls && state->tls->hasPending(); }
+
 void RelayStream::setOnBytes(std::function<void(std::size_t)> onBytes) { state->onBytes = std::move(onBytes); }
 
 void RelayStream::handshake(std::function<void(const ErrorCode&)> done) {

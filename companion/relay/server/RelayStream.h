@@ -43,6 +43,8 @@ class RelayStream {
   void handshake(std::function<void(const ErrorCode&)> done);
   // The same from the other end: whoever answers has to have a certificate for `host`.
   void handshakeAsClient(const std::string& host, std::function<void(const ErrorCode&)> done);
+  // Whether bytes were taken from the system that nobody has read yet.
+  [[nodiscard]] bool hasPending() const;
   // Tells the other end that nothing more comes.
   void shutdown(std::function<void(const ErrorCode&)> done);
   // Ends it without ceremony. What waits fails.

@@ -191,6 +191,8 @@ void TlsStream::shutdown(Done done) {
   run(attempt, IoHandler([done = std::move(done)](const ErrorCode& error, std::size_t) { done(error); }), true);
 }
 
+bool TlsStream::hasPending() const { return SSL_has_pending(ssl.get()) == 1; }
+
 void TlsStream::readSome(asio::mutable_buffer buffer, IoHandler handler) {
   const auto attempt = [this, buffer] {
     std::size_t got = 0;

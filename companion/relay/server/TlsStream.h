@@ -44,6 +44,9 @@ class TlsStream {
   // Says that nothing more comes, and waits until the other end has said so, too.
   void shutdown(Done done);
 
+  // Whether something was decrypted that nobody has read yet.
+  [[nodiscard]] bool hasPending() const;
+
   // At least one byte, unless the buffer is empty.
   void readSome(boost::asio::mutable_buffer buffer, IoHandler handler);
   // At most what one record holds, 16 KiB. The bytes stay where they are until it is done.

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/field.hpp>
@@ -65,10 +66,10 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     socket.async_accept(request, [self = shared_from_this()](const ErrorCode& error) { self->didAccept(error); });
   }
 
-  bool send(const MessageText& text) override {
-    if (!outgoing.push(text)) return false;
+  Sending send(const MessageText& text, std::uint64_t number) override {
+    if (!outgoing.push(text, number)) return Sending::refused;
     writeNext();
-    return true;
+    return Sending::underWay;
   }
 
   void ping() override {
@@ -81,14 +82,14 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
 
   void close(CloseCode code) override {
     if (state == State::closing) return;
-    outgoing.clear(isWriting);
+    dropWaiting();
     closeCode = code;
     if (state == State::open) sendClose();
   }
 
   void abort() override {
     state = State::closing;
-    outgoing.clear(isWriting);
+    dropWaiting();
     unfinished.resize(0);
     if (nextRead) nextRead->cancel();
     socket.next_layer().close();
@@ -195,18 +196,33 @@ class WebSocketConnection final : public RelayPeer, public std::enable_shared_fr
     isWriting = true;
     // The queue holds the text until it is sent.
     socket.async_write(boost::asio::buffer(*outgoing.front()),
-                       [self = shared_from_this()](const ErrorCode& error, std::size_t) {
-                         self->isWriting = false;
-                         self->outgoing.pop();
-                         if (!error) self->writeNext();
-                       });
+                       [self = shared_from_this()](const ErrorCode& error, std::size_t) { self->didWrite(error); });
+  }
+
+  // An error: not all of it went out, so the other end has no whole message.
+  void didWrite(const ErrorCode& error) {
+    isWriting = false;
+    const auto entry = outgoing.pop();
+    if (!error) writeNext();
+    if (entry.number == 0) return;
+    if (error) return dependencies.rooms.didDrop(entry.number, entry.text, now().instant);
+    dependencies.rooms.didWrite(entry.number, now().instant);
+  }
+
+  // The rooms are in the middle of something: they are told afterwards.
+  void dropWaiting() {
+    auto dropped = outgoing.clear(isWriting);
+    if (dropped.empty()) return;
+    boost::asio::post(socket.get_executor(), [self = shared_from_this(), dropped = std::move(dropped)] {
+      for (const auto& entry : dropped) self->dependencies.rooms.didDrop(entry.number, entry.text, self->now().instant);
+    });
   }
 
   void end() {
     dependencies.rooms.leave(*this, now().instant);
     if (state == State::closing && closeCode) return;  // The close message is under way, or done.
     state = State::closing;
-    outgoing.clear(isWriting);
+    dropWaiting();
     unfinished.resize(0);
   }
 

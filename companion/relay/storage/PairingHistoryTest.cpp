@@ -6,13 +6,13 @@
 #include "companion/relay/storage/SqlitePairingStore.h"
 #include "support/TemporaryFolder.h"
 
-// One random history of registrations, joins, removals and revocations, against a plain model: by one relay with its
+// One random history of registrations, joins and revocations, against a plain model: by one relay with its
 // database, and by three relays of a cluster, of which some are cut off or asleep now and then.
 namespace quillard::relayserver {
 namespace {
 
 struct Step {
-  int kind = 0;  // Registers, joins (two of them), removes, revokes, forgets what is unused, and for a cluster a fault.
+  int kind = 0;  // Registers, joins (two of them), revokes, forgets what is unused, and for a cluster a fault.
   int pairing = 0;
   int device = 0;
   int token = 0;
@@ -55,20 +55,17 @@ class Model {
     if (revoked.contains(step.pairing)) return 410;
     const auto known = tokens.find(step.pairing);
     if (known == tokens.end() || known->second != step.token) return 401;
-    return removed.contains({step.pairing, step.device}) ? 403 : 101;
+    return 101;
   }
   [[nodiscard]] bool isKept(const Step& step) const {
     return tokens.contains(step.pairing) && !revoked.contains(step.pairing);
   }
-  void remove(const Step& step) { removed.insert({step.pairing, step.device}); }
   void revoke(const Step& step) { revoked.insert(step.pairing); }
-  // Which phones were removed is not forgotten.
   void forgetAll() { tokens.clear(); }
 
  private:
   std::map<int, int> tokens;
   std::set<int> revoked;
-  std::set<std::pair<int, int>> removed;
 };
 
 class OneRelay {
@@ -79,7 +76,6 @@ class OneRelay {
     const auto* refusal = std::get_if<HttpResponse>(&outcome);
     return refusal ? refusal->status : 101;
   }
-  void remove(const Step& step) { RC_ASSERT(pairings.removePhone(pairingName(step), deviceName(step), 1)); }
   void revoke(const Step& step) { RC_ASSERT(pairings.revoke(pairingName(step), 1)); }
   void forgetAll(const Step&) { store.purge(kLate, kLate); }
   void fail(const Step&) {}
@@ -110,11 +106,6 @@ class ThreeRelays {
     return status == 421 ? 503 : status;
   }
   // By a relay that is well, as an agent would come to.
-  void remove(const Step& step) {
-    bool isDone = false;
-    world[well(step)].member.removePhone(pairingName(step), deviceName(step), 1, 64, [&] { isDone = true; });
-    settle([&] { return isDone; });
-  }
   void revoke(const Step& step) {
     bool isDone = false;
     world[well(step)].member.revoke(pairingName(step), 1, [&] { isDone = true; });
@@ -176,15 +167,12 @@ void follow(const std::vector<Step>& history, Relays& relays) {
       if (relays.mayRefuse() && status == 503) continue;
       RC_ASSERT(status == model.join(step));
     } else if (step.kind == 3 && model.isKept(step)) {
-      relays.remove(step);
-      model.remove(step);
-    } else if (step.kind == 4 && model.isKept(step)) {
       relays.revoke(step);
       model.revoke(step);
-    } else if (step.kind == 5 && step.device == 0) {
+    } else if (step.kind == 4 && step.device == 0) {
       relays.forgetAll(step);
       model.forgetAll();
-    } else if (step.kind >= 5) {
+    } else if (step.kind >= 4) {
       relays.fail(step);
     }
   }
@@ -192,7 +180,7 @@ void follow(const std::vector<Step>& history, Relays& relays) {
 
 rc::Gen<std::vector<Step>> histories() {
   return rc::gen::container<std::vector<Step>>(
-      rc::gen::construct<Step>(rc::gen::inRange(0, 8), rc::gen::inRange(0, 3), rc::gen::inRange(0, 3),
+      rc::gen::construct<Step>(rc::gen::inRange(0, 7), rc::gen::inRange(0, 3), rc::gen::inRange(0, 3),
                                rc::gen::weightedElement<int>({{4, 0}, {1, 1}}), rc::gen::inRange<std::size_t>(0, 3)));
 }
 

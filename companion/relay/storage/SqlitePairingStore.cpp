@@ -16,7 +16,7 @@
 namespace quillard::relayserver {
 namespace {
 
-constexpr int kSchemaVersion = 4;
+constexpr int kSchemaVersion = 5;
 constexpr int kTimeoutMilliseconds = 2'000;  // With a backup that reads at the same time.
 
 // The first form; later ones are made of it step by step, so that there is one way to each.
@@ -53,6 +53,13 @@ constexpr const char* kFourthSchema = R"(
   CREATE TRIGGER subscriptions_go_with_phones AFTER INSERT ON removed_phones BEGIN
     DELETE FROM push_subscriptions WHERE pairing = NEW.pairing AND device = NEW.device; END;
   PRAGMA user_version = 4;
+)";
+
+// Phones that were removed by the names that they had chosen: no agent ever had one removed.
+constexpr const char* kFifthSchema = R"(
+  DROP TRIGGER subscriptions_go_with_phones;
+  DROP TABLE removed_phones;
+  PRAGMA user_version = 5;
 )";
 
 [[noreturn]] void failForFile(const std::string& file, const std::string& why) {
@@ -121,14 +128,18 @@ void SqlitePairingStore::execute(const char* sql) {
 
 void SqlitePairingStore::prepareSchema() {
   inTransaction([this] {
-    Statement version(*this, "PRAGMA user_version");
-    version.step();
-    const auto found = version.number(0);
+    // A statement that has not ended keeps tables from being dropped.
+    const auto found = [this] {
+      Statement version(*this, "PRAGMA user_version");
+      version.step();
+      return version.number(0);
+    }();
     if (found > kSchemaVersion) throw Failure{"a newer version has written it."};
     if (found < 1) execute(kFirstSchema);
     if (found < 2) execute(kSecondSchema);
     if (found < 3) execute(kThirdSchema);
     if (found < 4) execute(kFourthSchema);
+    if (found < 5) execute(kFifthSchema);
   });
 }
 
@@ -186,35 +197,12 @@ void SqlitePairingStore::revoke(const std::string& pairingID, std::int64_t now, 
   inTransaction([&] {
     Statement(*this, "INSERT OR IGNORE INTO revocations (id, at) VALUES (?, ?)").with(pairingID).with(now).run();
     Statement(*this, "DELETE FROM pairings WHERE id = ?").with(pairingID).run();
-    Statement(*this, "DELETE FROM removed_phones WHERE pairing = ?").with(pairingID).run();
     Statement(*this,
               "DELETE FROM revocations WHERE id IN "
               "(SELECT id FROM revocations ORDER BY at DESC, id LIMIT -1 OFFSET ?)")
         .with(static_cast<std::int64_t>(most))
         .run();
   });
-}
-
-void SqlitePairingStore::removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
-                                     std::size_t most) {
-  inTransaction([&] {
-    Statement(*this, "INSERT OR REPLACE INTO removed_phones (pairing, device, at) VALUES (?, ?, ?)")
-        .with(pairingID)
-        .with(deviceID)
-        .with(now)
-        .run();
-    Statement(*this,
-              "DELETE FROM removed_phones WHERE pairing = ?1 AND device IN "
-              "(SELECT device FROM removed_phones WHERE pairing = ?1 ORDER BY at DESC, device LIMIT -1 OFFSET ?2)")
-        .with(pairingID)
-        .with(static_cast<std::int64_t>(most))
-        .run();
-  });
-}
-
-bool SqlitePairingStore::isRemoved(const std::string& pairingID, const std::string& deviceID) {
-  Statement found(*this, "SELECT 1 FROM removed_phones WHERE pairing = ? AND device = ?");
-  return found.with(pairingID).with(deviceID).step();
 }
 
 std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) {
@@ -227,22 +215,8 @@ std::vector<std::string> SqlitePairingStore::purge(std::int64_t usedBefore, std:
     };
     purge("DELETE FROM pairings WHERE seen < ? RETURNING id", usedBefore);
     purge("DELETE FROM pairings WHERE joined = 0 AND seen < ? RETURNING id", unjoinedBefore);
-    forgetOldRemovals();
   });
   return purged;
-}
-
-void SqlitePairingStore::forgetOldRemovals() {
-  constexpr auto kMost = static_cast<std::int64_t>(kRemovalsWithoutPairing);
-  Statement counted(*this, "SELECT COUNT(*) FROM removed_phones");
-  counted.step();
-  if (counted.number(0) <= kMost) return;
-  Statement(*this,
-            "DELETE FROM removed_phones WHERE (pairing, device) IN "
-            "(SELECT pairing, device FROM removed_phones WHERE pairing NOT IN (SELECT id FROM pairings) "
-            "ORDER BY at DESC, pairing, device LIMIT -1 OFFSET ?)")
-      .with(kMost)
-      .run();
 }
 
 bool SqlitePairingStore::forgetOldestUnjoined() {
@@ -289,13 +263,6 @@ std::vector<RelayDisk::Revocation> SqlitePairingStore::revocations() {
   std::vector<RelayDisk::Revocation> all;
   Statement found(*this, "SELECT id, at FROM revocations");
   while (found.step()) all.push_back({found.text(0), found.number(1)});
-  return all;
-}
-
-std::vector<RelayDisk::Removal> SqlitePairingStore::removals() {
-  std::vector<RelayDisk::Removal> all;
-  Statement found(*this, "SELECT pairing, device, at FROM removed_phones");
-  while (found.step()) all.push_back({found.text(0), found.text(1), found.number(2)});
   return all;
 }
 

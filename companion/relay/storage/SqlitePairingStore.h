@@ -33,9 +33,6 @@ class SqlitePairingStore final : public RelayStore {
   void markUsed(const std::string& pairingID, std::int64_t now) override;
   void markJoined(const std::string& pairingID, std::int64_t now) override;
   void revoke(const std::string& pairingID, std::int64_t now, std::size_t most) override;
-  void removePhone(const std::string& pairingID, const std::string& deviceID, std::int64_t now,
-                   std::size_t most) override;
-  bool isRemoved(const std::string& pairingID, const std::string& deviceID) override;
   std::vector<std::string> purge(std::int64_t usedBefore, std::int64_t unjoinedBefore) override;
   bool forgetOldestUnjoined() override;
   std::optional<std::string> forgetLeastUsed(std::int64_t usedBefore) override;
@@ -53,12 +50,9 @@ class SqlitePairingStore final : public RelayStore {
 
   // All that is kept, for a relay that belongs to a cluster: see RelayDisk.
   std::vector<RelayDisk::Revocation> revocations();
-  std::vector<RelayDisk::Removal> removals();
   std::vector<RelayDisk::Pairing> pairings();
-  // The pairings, not their removed phones.
+  // The pairings, not the revocations.
   void forgetPairings();
-  // Those that are too many of pairings that are not kept; `purge` does it, too.
-  void forgetOldRemovals();
 
  private:
   class Statement;

@@ -26,7 +26,6 @@ TEST_F(SqliteStore, KeepsEverythingInAFileOfTheUsersOwn) {
     store.add("two", hashOf(kToken), 100);
     store.markUsed("one", 200);
     store.revoke("two", 300, 10);
-    store.removePhone("one", "A", 300, 10);
   }
   struct stat status {};
   ASSERT_EQ(::stat(file.c_str(), &status), 0);
@@ -37,8 +36,6 @@ TEST_F(SqliteStore, KeepsEverythingInAFileOfTheUsersOwn) {
   ASSERT_TRUE(store.find("two"));
   EXPECT_FALSE(store.find("two")->token);
   EXPECT_FALSE(store.find("three"));
-  EXPECT_TRUE(store.isRemoved("one", "A"));
-  EXPECT_FALSE(store.isRemoved("one", "B"));
   EXPECT_EQ(store.count(), 1U);
 }
 
@@ -50,44 +47,20 @@ TEST_F(SqliteStore, HoldsNoToken) {
   EXPECT_EQ(bytes.find(kToken), std::string::npos);
 }
 
-TEST_F(SqliteStore, ForgetsTheOldestRevocationsAndRemovals) {
+TEST_F(SqliteStore, ForgetsTheOldestRevocations) {
   SqlitePairingStore store(file);
   for (int i = 0; i < 3; ++i) store.revoke("r" + std::to_string(i), i, 2);
   EXPECT_FALSE(store.find("r0"));
   EXPECT_TRUE(store.find("r1"));
-  for (int i = 0; i < 3; ++i) store.removePhone("one", "d" + std::to_string(i), i, 2);
-  store.removePhone("two", "d0", 9, 2);
-  EXPECT_FALSE(store.isRemoved("one", "d0"));
-  EXPECT_TRUE(store.isRemoved("one", "d1"));
-  EXPECT_TRUE(store.isRemoved("two", "d0"));
 }
 
-TEST_F(SqliteStore, PurgesPairingsAndKeepsWhichPhonesTheyRemoved) {
+TEST_F(SqliteStore, PurgesPairingsThatWereNotUsed) {
   SqlitePairingStore store(file);
   store.add("old", hashOf(kToken), 100);
   store.add("new", hashOf(kToken), 101);
-  store.removePhone("old", "A", 100, 10);
   EXPECT_EQ(store.purge(101, 0), std::vector<std::string>{"old"});
   EXPECT_FALSE(store.find("old"));
-  EXPECT_TRUE(store.isRemoved("old", "A"));
   EXPECT_TRUE(store.find("new"));
-}
-
-TEST_F(SqliteStore, KeepsTheNewestRemovalsOfPairingsThatAreGone) {
-  SqlitePairingStore store(file);
-  store.add("kept", hashOf(kToken), 100);
-  store.removePhone("kept", "A", 0, 10);
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
-  const std::string many =
-      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 100001) "
-      "INSERT INTO removed_phones SELECT 'gone-' || i, 'A', i FROM n";
-  ASSERT_EQ(sqlite3_exec(other, many.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-  sqlite3_close(other);
-  EXPECT_TRUE(store.purge(0, 0).empty());
-  EXPECT_FALSE(store.isRemoved("gone-1", "A"));
-  EXPECT_TRUE(store.isRemoved("gone-2", "A"));
-  EXPECT_TRUE(store.isRemoved("kept", "A"));
 }
 
 TEST_F(SqliteStore, RefusesFilesThatAreNotItsOwn) {
@@ -184,7 +157,7 @@ TEST_F(SqliteStore, ForgetsSubscriptionsWithTheirPhoneAndTheirPairing) {
   };
   const auto count = [&](const std::string& pairing) { return store.pushSubscriptions(pairing).size(); };
   for (const char* pairing : {"removed", "revoked", "purged", "unjoined", "kept"}) fill(pairing);
-  store.removePhone("removed", "A", 200, 10);
+  store.erasePushSubscriptions("removed", "A");
   EXPECT_EQ(store.pushSubscriptions("removed"), std::vector{subscription("B")});
   store.revoke("revoked", 200, 10);
   for (const char* pairing : {"removed", "kept", "unjoined"}) store.markUsed(pairing, 1000);
@@ -199,11 +172,12 @@ TEST_F(SqliteStore, ForgetsSubscriptionsWithTheirPhoneAndTheirPairing) {
   EXPECT_EQ(count("kept") + count("removed"), 0U);
 }
 
-// What the first version wrote, statement by statement.
-void writeFirstVersion(const std::string& file) {
+// What a version wrote, statement by statement: each did what those before it did, too.
+constexpr int kEarlierVersions = 4;
+void writeEarlierVersion(const std::string& file, int version) {
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-  const std::string sql = R"(
+  const std::string first = R"(
     PRAGMA journal_mode = WAL;
     CREATE TABLE pairings (id TEXT PRIMARY KEY, token BLOB NOT NULL, seen INTEGER NOT NULL) WITHOUT ROWID;
     CREATE INDEX pairings_by_seen ON pairings (seen);
@@ -216,6 +190,31 @@ void writeFirstVersion(const std::string& file) {
     INSERT INTO revocations VALUES ('gone', 150);
     INSERT INTO removed_phones VALUES ('one', 'A', 120);
   )";
+  const std::string second = R"(
+    ALTER TABLE pairings ADD COLUMN joined INTEGER NOT NULL DEFAULT 1;
+    CREATE INDEX unjoined_pairings ON pairings (seen) WHERE joined = 0;
+    PRAGMA user_version = 2;
+    INSERT INTO pairings (id, token, seen, joined) VALUES ('unjoined', zeroblob(32), 300, 0);
+  )";
+  const std::string third = R"(
+    ALTER TABLE pairings ADD COLUMN computer BLOB;
+    PRAGMA user_version = 3;
+    UPDATE pairings SET computer = zeroblob(32) WHERE id = 'two';
+  )";
+  const std::string fourth = R"(
+    CREATE TABLE push_secret (one INTEGER PRIMARY KEY CHECK (one = 1), secret BLOB NOT NULL);
+    CREATE TABLE push_subscriptions (pairing TEXT NOT NULL, device TEXT NOT NULL, id TEXT NOT NULL,
+                                     endpoint TEXT NOT NULL, sealed TEXT NOT NULL, state INTEGER NOT NULL,
+                                     at INTEGER NOT NULL, PRIMARY KEY (pairing, device)) WITHOUT ROWID;
+    CREATE TRIGGER subscriptions_go_with_pairings AFTER DELETE ON pairings BEGIN
+      DELETE FROM push_subscriptions WHERE pairing = OLD.id; END;
+    CREATE TRIGGER subscriptions_go_with_phones AFTER INSERT ON removed_phones BEGIN
+      DELETE FROM push_subscriptions WHERE pairing = NEW.pairing AND device = NEW.device; END;
+    PRAGMA user_version = 4;
+    INSERT INTO push_subscriptions VALUES ('two', 'A', 'aa', 'https://push.example/1', '{}', 0, 100);
+  )";
+  const std::string sql =
+      first + (version >= 2 ? second : "") + (version >= 3 ? third : "") + (version >= 4 ? fourth : "");
   ASSERT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_close(database);
   ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
@@ -227,7 +226,7 @@ std::string bytesOf(const std::string& file) {
 }
 
 TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
-  ASSERT_NO_FATAL_FAILURE(writeFirstVersion(file));
+  ASSERT_NO_FATAL_FAILURE(writeEarlierVersion(file, 1));
   for (int opened = 0; opened < 2; ++opened) {
     SqlitePairingStore store(file);
     ASSERT_TRUE(store.find("one"));
@@ -235,7 +234,6 @@ TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
     EXPECT_EQ(store.find("two")->lastUsed, 200);
     EXPECT_TRUE(store.find("one")->isJoined);
     EXPECT_FALSE(store.find("gone")->token);
-    EXPECT_TRUE(store.isRemoved("one", "A"));
     EXPECT_EQ(store.count(), 2U);
     EXPECT_EQ(store.countUnjoined(), 0U);
     EXPECT_TRUE(store.purge(50, 1000).empty());
@@ -249,6 +247,24 @@ TEST_F(SqliteStore, BringsAFileOfTheFirstVersionUpToDate) {
   EXPECT_FALSE(store.find("three")->isJoined);
 }
 
+TEST_F(SqliteStore, KeepsWhatEachEarlierVersionWrote) {
+  for (int version = 1; version <= kEarlierVersions; ++version) {
+    SCOPED_TRACE(version);
+    const std::string name = file + "-" + std::to_string(version);
+    ASSERT_NO_FATAL_FAILURE(writeEarlierVersion(name, version));
+    for (int opened = 0; opened < 2; ++opened) {
+      SqlitePairingStore store(name);
+      EXPECT_EQ(store.count(), version >= 2 ? 3U : 2U);
+      EXPECT_EQ(store.countUnjoined(), version >= 2 ? 1U : 0U);
+      EXPECT_FALSE(store.find("one")->computerKey);
+      EXPECT_EQ(store.find("two")->computerKey.has_value(), version >= 3);
+      EXPECT_EQ(store.pushSubscriptions("two").size(), version >= 4 ? 1U : 0U);
+      EXPECT_FALSE(store.find("gone")->token);
+      EXPECT_FALSE(store.pushSecret());
+    }
+  }
+}
+
 TEST_F(SqliteStore, RefusesAFileOfALaterVersion) {
   { const SqlitePairingStore store(file); }
   sqlite3* database = nullptr;
@@ -259,7 +275,7 @@ TEST_F(SqliteStore, RefusesAFileOfALaterVersion) {
 }
 
 TEST_F(SqliteStore, ChangesNothingInWhatItBacksUp) {
-  ASSERT_NO_FATAL_FAILURE(writeFirstVersion(file));
+  ASSERT_NO_FATAL_FAILURE(writeEarlierVersion(file, 1));
   const auto before = bytesOf(file);
   const std::string copy = folder.path() + "/backup.db";
   SqlitePairingStore::backUp(file, copy);
@@ -290,11 +306,9 @@ TEST_F(SqliteStore, ForgetsWhatWasNotUsedForTheLongestTime) {
   SqlitePairingStore store(file);
   for (int i = 0; i < 3; ++i) store.add("p" + std::to_string(i), hashOf(kToken), 100 + i);
   store.markJoined("p0", 200);
-  store.removePhone("p1", "A", 100, 10);
   EXPECT_EQ(store.forgetLeastUsed(101), std::nullopt);
   EXPECT_EQ(store.forgetLeastUsed(102), "p1");
   EXPECT_FALSE(store.find("p1"));
-  EXPECT_TRUE(store.isRemoved("p1", "A"));
   EXPECT_EQ(store.forgetLeastUsed(1000), "p2");
   EXPECT_EQ(store.forgetLeastUsed(1000), "p0");
   EXPECT_EQ(store.count(), 0U);
@@ -350,7 +364,6 @@ TEST_F(SqliteStore, ComesBackFromABackupThatWasMadeWhileItWasInUse) {
   store.add("one", hashOf(kToken), 100);
   store.markJoined("one", 100);
   store.revoke("two", 300, 10);
-  store.removePhone("one", "A", 300, 10);
   SqlitePairingStore::backUp(file, copy);
   EXPECT_THROW(SqlitePairingStore::backUp(file, copy), PairingStore::Failure);
   EXPECT_THROW(SqlitePairingStore::backUp(folder.path() + "/missing.db", copy + "2"), PairingStore::Failure);
@@ -362,7 +375,6 @@ TEST_F(SqliteStore, ComesBackFromABackupThatWasMadeWhileItWasInUse) {
   EXPECT_EQ(restored.find("one")->token, hashOf(kToken));
   EXPECT_TRUE(restored.find("one")->isJoined);
   EXPECT_FALSE(restored.find("two")->token);
-  EXPECT_TRUE(restored.isRemoved("one", "A"));
 }
 
 }  // namespace

@@ -113,4 +113,12 @@ bool phoneLockForGrants(const Sources& sources) {
   return valueOf(*findTunable("phone-lock-for-grants"), sources).value != 0;
 }
 
+bool phoneAlerts(const Sources& sources) { return valueOf(*findTunable("phone-alerts"), sources).value != 0; }
+
+bool phoneAlertTexts(const Sources& sources) { return valueOf(*findTunable("phone-alert-texts"), sources).value != 0; }
+
+std::string relayAuthorityFile(const Sources& sources) {
+  return valueOf(*findTunable("relay-authority"), sources).path;
+}
+
 }  // namespace quillard::AgentConfiguration

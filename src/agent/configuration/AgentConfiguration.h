@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/process/Environment.h"
@@ -63,5 +64,13 @@ struct Sources {
 [[nodiscard]] bool dialogDiagnosticsEnabled(const Sources& sources);
 // Whether grants are refused for which the phone has not asked for its own lock. Off.
 [[nodiscard]] bool phoneLockForGrants(const Sources& sources);
+// Whether phones that sleep are woken. On.
+[[nodiscard]] bool phoneAlerts(const Sources& sources);
+// Whether what wakes a phone may say who asks and what, where the phone shows that. On.
+[[nodiscard]] bool phoneAlertTexts(const Sources& sources);
+
+// The file of authorities that may vouch for the relay besides those of the system, by its full path. Whether there is
+// one is not looked at. Empty: none.
+[[nodiscard]] std::string relayAuthorityFile(const Sources& sources);
 
 }  // namespace quillard::AgentConfiguration

@@ -2,16 +2,26 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <utility>
 #include <variant>
 
 #include <nlohmann/json.hpp>
 
+#include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 
 namespace quillard::AgentConfiguration {
 namespace {
 
+// Longer ones the systems do not open.
+constexpr std::size_t kLongestPath = 4096;
+
 constexpr Tunable kTunables[] = {
+    {.name = "relay-authority",
+     .meaning = "a file of certificates (PEM): who may vouch for the relay besides the system's authorities",
+     .kind = TunableKind::file,
+     .variables = {"QUILLARD_RELAY_AUTHORITY", "FARROWLIGHT_RELAY_AUTHORITY"}},
     {.name = "safety-sweep-interval",
      .meaning = "how often all windows are scanned although nothing seems to have happened",
      .fallback = 300,
@@ -40,6 +50,16 @@ constexpr Tunable kTunables[] = {
      .kind = TunableKind::onOff,
      .fallback = 0,
      .variables = {"QUILLARD_PHONE_LOCK_FOR_GRANTS", "FARROWLIGHT_PHONE_LOCK_FOR_GRANTS"}},
+    {.name = "phone-alerts",
+     .meaning = "wake phones that sleep when a prompt waits",
+     .kind = TunableKind::onOff,
+     .fallback = 1,
+     .variables = {"QUILLARD_PHONE_ALERTS", "FARROWLIGHT_PHONE_ALERTS"}},
+    {.name = "phone-alert-texts",
+     .meaning = "say in what wakes a phone who asks and what; else only that a prompt waits",
+     .kind = TunableKind::onOff,
+     .fallback = 1,
+     .variables = {"QUILLARD_PHONE_ALERT_TEXTS", "FARROWLIGHT_PHONE_ALERT_TEXTS"}},
     {.name = "log-texts",
      .meaning = "keep what prompts say in the log of decisions; else only a digest of it",
      .kind = TunableKind::onOff,
@@ -61,18 +81,34 @@ constexpr std::string_view kSettingsKey = "quillard.settings";
 
 std::string settingsKey(const Tunable& tunable) { return std::string(kSettingsKey) + "." + std::string(tunable.name); }
 
-std::optional<double> storedValue(const Tunable& tunable, const platform::UserDefaults& settings) {
-  const auto stored = settings.object(settingsKey(tunable));
-  const auto* text = stored ? std::get_if<std::string>(&*stored) : nullptr;
-  return text ? readTunable(tunable, *text) : std::nullopt;
-}
-
 std::optional<double> readOnOff(std::string_view text) {
   const std::string word = text::lowercased(std::string(text));
   if (word == "on") return 1;
   if (word == "off") return 0;
   const auto value = booleanWord(text);
   return value ? std::optional{*value ? 1.0 : 0.0} : std::nullopt;
+}
+
+std::optional<double> readNumber(const Tunable& tunable, std::string_view text) {
+  return tunable.kind == TunableKind::onOff ? readOnOff(text) : positiveDouble(text);
+}
+
+// A full path that can be printed as it stands.
+bool isPath(std::string_view text) {
+  return text.starts_with('/') && text.size() <= kLongestPath && printableName(text, kLongestPath) == text;
+}
+
+std::optional<TunableValue> storedValue(const Tunable& tunable, const platform::UserDefaults& settings) {
+  const auto stored = settings.object(settingsKey(tunable));
+  const auto* text = stored ? std::get_if<std::string>(&*stored) : nullptr;
+  return text ? readTunable(tunable, *text) : std::nullopt;
+}
+
+// Of the environment a switch is what it always was: "on" is no word for it.
+std::optional<TunableValue> valueOfVariable(const Tunable& tunable, const std::string& text) {
+  if (tunable.kind != TunableKind::onOff) return readTunable(tunable, text);
+  const auto word = booleanWord(text);
+  return word ? std::optional{TunableValue{.value = *word ? 1.0 : 0.0}} : std::nullopt;
 }
 
 }  // namespace
@@ -85,33 +121,45 @@ const Tunable* findTunable(std::string_view name) {
   return found == std::end(kTunables) ? nullptr : found;
 }
 
+TunableValue fallbackOf(const Tunable& tunable) {
+  return {.value = tunable.fallback, .origin = TunableOrigin::fallback};
+}
+
 TunableValue valueOf(const Tunable& tunable, const Sources& sources) {
   for (const auto variable : tunable.variables) {
     if (variable.empty()) break;
     const auto text = sources.environment.value(variable);
-    if (!text) continue;
-    // Of the environment a switch is what it always was: "on" is no word for it.
-    const auto word = tunable.kind == TunableKind::onOff ? booleanWord(*text) : std::nullopt;
-    const auto value = tunable.kind == TunableKind::onOff ? (word ? std::optional{*word ? 1.0 : 0.0} : std::nullopt)
-                                                          : positiveDouble(*text);
-    if (value) return {*value, TunableOrigin::environment, variable};
+    auto value = text ? valueOfVariable(tunable, *text) : std::nullopt;
+    if (!value) continue;
+    value->origin = TunableOrigin::environment;
+    value->variable = variable;
+    return *std::move(value);
   }
   if (sources.settings != nullptr) {
-    if (const auto value = storedValue(tunable, *sources.settings)) return {*value, TunableOrigin::settings};
+    if (auto value = storedValue(tunable, *sources.settings)) return *std::move(value);
   }
-  return {tunable.fallback, TunableOrigin::fallback};
+  return fallbackOf(tunable);
 }
 
-std::string tunableText(const Tunable& tunable, double value) {
-  if (tunable.kind == TunableKind::onOff) return value != 0 ? "on" : "off";
-  if (std::isinf(value)) return "inf";
-  std::string text = nlohmann::json(value).dump();  // The shortest that is read as this number again.
+std::string tunableText(const Tunable& tunable, const TunableValue& value) {
+  if (tunable.kind == TunableKind::file) return value.path.empty() ? "none" : value.path;
+  if (tunable.kind == TunableKind::onOff) return value.value != 0 ? "on" : "off";
+  if (std::isinf(value.value)) return "inf";
+  std::string text = nlohmann::json(value.value).dump();  // The shortest that is read as this number again.
   if (text.ends_with(".0")) text.resize(text.size() - 2);
   return text;
 }
 
-std::optional<double> readTunable(const Tunable& tunable, std::string_view text) {
-  return tunable.kind == TunableKind::onOff ? readOnOff(text) : positiveDouble(text);
+std::optional<TunableValue> readTunable(const Tunable& tunable, std::string_view text) {
+  TunableValue read{.origin = TunableOrigin::settings};
+  if (tunable.kind == TunableKind::file) {
+    read.path = text;
+    return isPath(text) ? std::optional{std::move(read)} : std::nullopt;
+  }
+  const auto number = readNumber(tunable, text);
+  if (!number) return std::nullopt;
+  read.value = *number;
+  return read;
 }
 
 bool setTunable(const Tunable& tunable, std::string_view text, platform::UserDefaults& settings) {

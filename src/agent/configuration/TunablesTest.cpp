@@ -77,6 +77,28 @@ TEST(UserSettings, TakeTheWordsThatPeopleUseForASwitch) {
   }
 }
 
+TEST(UserSettings, NameAFileByItsFullPathAndNothingElse) {
+  const Tunable& authority = *findTunable("relay-authority");
+  User user;
+  EXPECT_EQ(relayAuthorityFile(user.sources()), "");
+  ASSERT_TRUE(setTunable(authority, "/home/ann/été.pem", user.settings));
+  EXPECT_EQ(relayAuthorityFile(user.sources()), "/home/ann/été.pem");
+  const std::vector<std::string> bad{
+      "",      "authority.pem",         "~/authority.pem", "./authority.pem", "none",
+      "/a\nb", std::string("/a\0b", 4), "/a\x1b[2J",       "/\xff",           "/" + std::string(4096, 'a')};
+  for (const auto& text : bad) {
+    EXPECT_FALSE(setTunable(authority, text, user.settings)) << text;
+    user.environment.set("QUILLARD_RELAY_AUTHORITY", text);
+    EXPECT_EQ(relayAuthorityFile(user.sources()), "/home/ann/été.pem") << text;
+  }
+  user.environment.set("FARROWLIGHT_RELAY_AUTHORITY", "/etc/older.pem");
+  EXPECT_EQ(valueOf(authority, user.sources()), (TunableValue{.origin = TunableOrigin::environment,
+                                                              .variable = "FARROWLIGHT_RELAY_AUTHORITY",
+                                                              .path = "/etc/older.pem"}));
+  user.environment.set("QUILLARD_RELAY_AUTHORITY", "/etc/newer.pem");
+  EXPECT_EQ(relayAuthorityFile(user.sources()), "/etc/newer.pem");
+}
+
 TEST(TunableTable, HasANameAMeaningAndAVariableInEachRowAndNoNameTwice) {
   std::set<std::string_view> names;
   for (const auto& tunable : tunables()) {
@@ -90,13 +112,14 @@ TEST(TunableTable, HasANameAMeaningAndAVariableInEachRowAndNoNameTwice) {
 
 TEST(TunableTable, WritesEachValueAsItIsReadAgain) {
   for (const auto& tunable : tunables()) {
-    for (const auto* text : {"0.35", "300", "1e-05", "inf", "on", "off"}) {
+    for (const auto* text : {"0.35", "300", "1e-05", "inf", "on", "off", "/etc/authority.pem"}) {
       const auto value = readTunable(tunable, text);
       if (value) EXPECT_EQ(readTunable(tunable, tunableText(tunable, *value)), value) << tunable.name << "=" << text;
     }
   }
-  EXPECT_EQ(tunableText(*findTunable("event-scan-debounce"), 0.35), "0.35");
-  EXPECT_EQ(tunableText(*findTunable("safety-sweep-interval"), 300), "300");
+  EXPECT_EQ(tunableText(*findTunable("event-scan-debounce"), {.value = 0.35}), "0.35");
+  EXPECT_EQ(tunableText(*findTunable("safety-sweep-interval"), {.value = 300}), "300");
+  EXPECT_EQ(tunableText(*findTunable("relay-authority"), {}), "none");
 }
 
 }  // namespace

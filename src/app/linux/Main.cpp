@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include "app/LinuxDoctorChecks.h"
 #include "app/Program.h"
@@ -10,7 +11,9 @@ namespace {
 using quillard::desktop::LinuxPlatform;
 
 quillard::app::OpenSystem openLinux(int consoleDescriptor) {
-  return {std::make_unique<LinuxPlatform>(consoleDescriptor), {.checks = quillard::app::linuxDoctorChecks}};
+  auto platform = std::make_unique<LinuxPlatform>(consoleDescriptor);
+  const auto texts = platform->texts();
+  return {std::move(platform), {.checks = quillard::app::linuxDoctorChecks}, texts};
 }
 
 }  // namespace

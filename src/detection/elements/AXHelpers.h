@@ -59,6 +59,9 @@ struct TextReading {
 // integer: sentinels beyond that are no place on a screen.
 [[nodiscard]] std::optional<Rect> frame(platform::AXAttributeReader& reader, const platform::AXUIElement& element);
 
+// How far up an element's window is looked for. No prompt is so deep, and a tree may be a circle.
+inline constexpr int kWindowAncestorLimit = 20;
+
 // The closest of the element itself and its ancestors that is a window or sheet, or a button. `limit` is how many
 // elements are looked at, the element itself included; nothing is read when it is below 1.
 [[nodiscard]] std::optional<platform::AXUIElement> nearestWindow(platform::AXAttributeReader& reader,

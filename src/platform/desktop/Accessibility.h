@@ -189,7 +189,13 @@ class Accessibility : public AXAttributeReader {
   // The element that knows the focused window and the focused element of the whole desktop. No request.
   [[nodiscard]] virtual AXUIElement createSystemWide() = 0;
 
+  // Each element is asked itself: for what is pressed, or reported as gone, because of the answers.
   [[nodiscard]] virtual std::unique_ptr<AXReadScope> beginReadScope() = 0;
+
+  // The same for finding out what is on screen. An application's own list of its elements may answer for them here,
+  // where it is in no doubt; such a list may be older than the elements are, but not for ever: from time to time a
+  // binding compares the two. A binding that knows no such lists gives the usual scope.
+  [[nodiscard]] virtual std::unique_ptr<AXReadScope> beginScanScope() { return beginReadScope(); }
 
   // The process that owns the element. Absent when it can no longer be told.
   [[nodiscard]] virtual std::optional<std::int32_t> processIdentifier(const AXUIElement& element) = 0;

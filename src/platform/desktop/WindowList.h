@@ -43,6 +43,11 @@ class WindowList {
     return windows.isKnown() ? windows.value() : std::vector<WindowListEntry>{};
   }
 
+  // Whether `readWindowInfo` may give something else by now than when this was asked last, for whoever asks at
+  // intervals. False only where the system would have said so; such a binding says true now and then all the same, as a
+  // net. The first answer is true. Asks nobody. Main thread, and one asker.
+  [[nodiscard]] virtual bool mayHaveChanged() { return true; }
+
   // Calls back on the main thread soon after the list or the active window may have changed. A hint for looking sooner
   // than one would have: a system without such events never calls.
   [[nodiscard]] virtual SubscriptionHandle observeChanges(std::function<void()> onChange) = 0;

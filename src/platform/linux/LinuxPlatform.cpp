@@ -69,7 +69,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
           },
           [this](std::int32_t process) -> std::optional<StartOffer> {
             const auto facts = processes.process(process);
-            return facts ? entryCopies.offerFor(x11::programOf(*facts), facts->arguments) : std::nullopt;
+            return facts ? entryCopies.offerFor(proc::programOf(*facts), facts->arguments) : std::nullopt;
           }),
       opener(openerActions()),
       workspace({*windowSource.windows, *windowSource.changes, accessibleProcesses, processes, programs, opener,
@@ -80,7 +80,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       windowList(*windowSource.windows, programs, *windowSource.changes, accessibleProcesses, executors.mainThread()),
       syntheticEvents(environment.value("DISPLAY"), xWindows, isXSession(environment),
                       [this] { return accessibility.isScreenLocked(); }),
-      application(executors.mainThread(), statusBar),
+      application(executors.mainThread(), statusBar, texts()),
       bubbles(isXSession(environment) ? environment.value("DISPLAY") : std::nullopt, *windowSource.changes,
               [this] { windowList.announceUnlistedWindow(); }),
       windowEvents([this] { return accessibility.busAddress(); }, windowEventKinds(environment), ::getpid(),
@@ -156,6 +156,11 @@ std::unique_ptr<platform::UserDefaults> LinuxPlatform::openSettings() {
                                                  console);
 }
 
+UserTexts LinuxPlatform::texts() const {
+  const auto locale = catalogues::messageLocale([this](std::string_view name) { return environment.value(name); });
+  return {Machine::computer, languageOf(locale)};
+}
+
 void LinuxPlatform::prepareForAgent() {
   const auto limitation = capabilities.limitation(platform::DesktopCapability::windowList);
   if (limitation && !limitation->isPartial) console.writeLine(limitation->reason);
@@ -188,12 +193,14 @@ bool LinuxPlatform::openAccessibilitySettings() {
 }
 
 void LinuxPlatform::announceAccessibility(atspi::SwitchOnOutcome outcome) {
-  const std::string text = outcome == atspi::SwitchOnOutcome::failed
-                               ? "Accessibility cannot be switched on: is at-spi2-core installed?"
-                               : "Accessibility is on. Programs that were running before may have to be started anew "
-                                 "before their prompts are seen.";
-  console.writeLine(text);
-  notifications.post({.identifier = "accessibility", .title = "Quillard", .body = text, .playsDefaultSound = false});
+  const auto text = outcome == atspi::SwitchOnOutcome::failed
+                        ? TextKey("Accessibility cannot be switched on: is at-spi2-core installed?")
+                        : TextKey(
+                              "Accessibility is on. Programs that were running before may have to be started anew "
+                              "before their prompts are seen.");
+  console.writeLine(UserTexts{}(text));
+  notifications.post(
+      {.identifier = "accessibility", .title = "Quillard", .body = texts()(text), .playsDefaultSound = false});
 }
 
 bool LinuxPlatform::openLoginItems() {

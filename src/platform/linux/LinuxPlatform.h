@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/UserTexts.h"
 #include "platform/SystemPlatform.h"
 #include "platform/linux/accessibility/AccessibleProcessList.h"
 #include "platform/linux/accessibility/BusObservers.h"
@@ -14,6 +15,9 @@
 #include "platform/linux/accessibility/LinuxDesktopCapabilities.h"
 #include "platform/linux/accessibility/WindowEvents.h"
 #include "platform/linux/catalogues/LinuxTranslations.h"
+#include "platform/linux/processes/DesktopEntries.h"
+#include "platform/linux/processes/ProcessTable.h"
+#include "platform/linux/processes/RunningPrograms.h"
 #include "platform/linux/shell/LinuxApplication.h"
 #include "platform/linux/shell/LinuxStatusBar.h"
 #include "platform/linux/storage/FileUserDefaults.h"
@@ -24,6 +28,7 @@
 #include "platform/linux/system/FileLocks.h"
 #include "platform/linux/system/InstalledProgram.h"
 #include "platform/linux/system/NoUpdateService.h"
+#include "platform/linux/system/OwnFiles.h"
 #include "platform/linux/system/SocketPeer.h"
 #include "platform/linux/system/SystemRandom.h"
 #include "platform/linux/system/XdgOpener.h"
@@ -32,9 +37,6 @@
 #include "platform/linux/windows/WhileUnknown.h"
 #include "platform/linux/windows/WindowSource.h"
 #include "platform/linux/x11/BubbleWatch.h"
-#include "platform/linux/x11/DesktopEntries.h"
-#include "platform/linux/x11/ProcessTable.h"
-#include "platform/linux/x11/RunningPrograms.h"
 #include "platform/linux/x11/XTestEvents.h"
 #include "platform/linux/x11/XcbWindows.h"
 #include "platform/posix/PrivateLogFile.h"
@@ -67,6 +69,10 @@ struct LinuxPlatform final : platform::SystemPlatform {
   // wait, so that whoever starts a second agent would be left with none. Prints what this desktop does not offer.
   void prepareForAgent() override;
   [[nodiscard]] std::unique_ptr<platform::UserDefaults> openSettings() override;
+  [[nodiscard]] platform::OwnFiles* ownFiles() override { return &files; }
+
+  // What people read on this computer, in their language: as other programs choose it.
+  [[nodiscard]] UserTexts texts() const;
 
   // In the order in which they need one another.
   ProcessEnvironment environment;
@@ -92,17 +98,18 @@ struct LinuxPlatform final : platform::SystemPlatform {
   x11::XcbWindows xWindows;  // Those that take synthetic events. Not asked elsewhere.
   atspi::LinuxAccessibility accessibility;
   atspi::AccessibleProcessList accessibleProcesses;
-  x11::ProcessTable processes;
-  x11::DesktopEntries desktopEntries;
-  x11::RunningPrograms programs;
+  proc::ProcessTable processes;
+  proc::DesktopEntries desktopEntries;
+  proc::RunningPrograms programs;
   desktop::EntryCopies entryCopies;
+  desktop::OwnFiles files{environment, entryCopies};
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
   desktop::LinuxWorkspace workspace;
   catalogues::LinuxTranslations translations;
   desktop::LinuxWindowList windowList;
   x11::XTestEvents syntheticEvents;
-  LinuxStatusBar statusBar;
+  LinuxStatusBar statusBar{texts()};
   LinuxApplication application;
   // What the window source does not report.
   x11::BubbleWatch bubbles;

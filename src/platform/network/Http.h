@@ -23,6 +23,10 @@ struct HttpRequest {
   std::vector<HttpHeader> headers;
   std::string body;
   Seconds timeout{60};  // From the start of the request to the end of the response's headers.
+  // The full path of a PEM file: authorities that may vouch for the server besides those of the system. It is read for
+  // each https request anew. One that cannot be read, or holds no certificate, fails the request with an error that
+  // names it, before anything is sent. Empty: the system's alone.
+  std::string authorityFile = {};
 };
 
 // What went wrong below the protocol: no network, no such host, an untrusted certificate, a time-out.
@@ -39,9 +43,9 @@ struct HttpResponse {
 
 using HttpOutcome = std::variant<HttpResponse, NotHttpResponse, TransportError>;
 
-// Requests without stored cookies, cache or credentials. Certificates are checked against the system's trust store,
-// host name included; the system's proxy is used. Destroying the session cancels what is under way, without its
-// completion.
+// Requests without stored cookies, cache or credentials. Certificates are checked against the system's trust store and
+// the request's own authorities, host name included; the system's proxy is used. Destroying the session cancels what is
+// under way, without its completion.
 class HttpSession {
  public:
   HttpSession() = default;

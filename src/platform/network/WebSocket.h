@@ -20,6 +20,7 @@ struct WebSocketRequest {
   std::vector<HttpHeader> headers;
   Seconds timeout{60};                       // From the start to the open connection.
   std::size_t longestMessage = 1024 * 1024;  // Bytes; a longer one fails the connection before it is kept.
+  std::string authorityFile = {};            // As of an HTTP request, for wss.
 };
 
 // A text that came in pieces is joined, however it was cut.

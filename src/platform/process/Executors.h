@@ -39,7 +39,9 @@ class SerialExecutor {
   [[nodiscard]] virtual TaskHandle postAfter(Seconds delay, Turn turn) = 0;
 
   // Runs `turn` after each `interval` of the monotonic clock, the first time after one interval. Ticks that could not
-  // run in time are run once, not made up for. `interval` is positive; infinite: never.
+  // run in time are run once, not made up for. Where `interval` is a multiple of two seconds, a binding may move the
+  // second tick by a second, and those after it with it, so that several repetitions wake the process up once.
+  // `interval` is positive; infinite: never.
   [[nodiscard]] virtual TaskHandle repeatEvery(Seconds interval, Turn turn) = 0;
 
   // Whether the caller runs inside a turn of this executor.

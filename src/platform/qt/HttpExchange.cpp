@@ -12,7 +12,7 @@ using platform::HttpOutcome;
 using platform::HttpRequest;
 using platform::TransportError;
 
-constexpr const char* kTooLate = "The server did not answer in time.";
+constexpr const char* kAnswerTooLate = "The server did not answer in time.";
 constexpr const char* kBrokeOff = "The server closed the connection before it had answered.";
 constexpr const char* kHeadTooLong = "The server's answer begins with too many headers.";
 constexpr const char* kUnusableMethod = "The request's method cannot be sent.";
@@ -41,9 +41,9 @@ void HttpExchange::LaterDeleter::operator()(QSslSocket* ended) const {
   ended->deleteLater();
 }
 
-HttpExchange::HttpExchange(platform::SerialExecutor& network, const TransportOptions& options, HttpRequest request,
+HttpExchange::HttpExchange(platform::SerialExecutor& network, HttpRequest request,
                            std::function<void(HttpOutcome)> done)
-    : network(network), options(options), request(std::move(request)), done(std::move(done)) {}
+    : network(network), request(std::move(request)), done(std::move(done)) {}
 
 HttpExchange::~HttpExchange() = default;
 
@@ -53,18 +53,24 @@ void HttpExchange::start() {
   if (!isSendableMethod(request.method)) return fail(kUnusableMethod);
   if (!areSendable(request.headers)) return fail(std::string(kUnusableHeaders));
   url = *usable;
-  deadline = network.postAfter(request.timeout, [this] { fail(kTooLate); });
+  QSslConfiguration tls;
+  if (url.scheme() == QStringLiteral("https")) {
+    auto configuration = tlsConfiguration(request.authorityFile);
+    if (auto* const problem = std::get_if<std::string>(&configuration)) return fail(std::move(*problem));
+    tls = std::get<QSslConfiguration>(std::move(configuration));
+  }
+  deadline = network.postAfter(request.timeout, [this] { fail(kAnswerTooLate); });
   socket.reset(new QSslSocket);
   listen();
-  connectTo(url);
+  connectTo(url, tls);
 }
 
-void HttpExchange::connectTo(const QUrl& address) {
+void HttpExchange::connectTo(const QUrl& address, const QSslConfiguration& tls) {
   constexpr int kHttpPort = 80;
   constexpr int kHttpsPort = 443;
   constexpr qint64 kReadAhead = 64 * 1024;
   socket->setReadBufferSize(kReadAhead);
-  socket->setSslConfiguration(tlsConfiguration(options));
+  socket->setSslConfiguration(tls);
   socket->setProxy(systemProxyFor(address));
   if (address.scheme() == QStringLiteral("https")) {
     socket->connectToHostEncrypted(address.host(), static_cast<quint16>(address.port(kHttpsPort)));

@@ -24,7 +24,7 @@ namespace quillard::qt {
 class HttpExchange {
  public:
   // `done` is called once, later than `start`, and may destroy this object.
-  HttpExchange(platform::SerialExecutor& network, const TransportOptions& options, platform::HttpRequest request,
+  HttpExchange(platform::SerialExecutor& network, platform::HttpRequest request,
                std::function<void(platform::HttpOutcome)> done);
   HttpExchange(const HttpExchange&) = delete;
   HttpExchange& operator=(const HttpExchange&) = delete;
@@ -38,7 +38,8 @@ class HttpExchange {
     void operator()(QSslSocket* ended) const;
   };
 
-  void connectTo(const QUrl& url);
+  // `tls`: not used for http.
+  void connectTo(const QUrl& url, const QSslConfiguration& tls);
   void listen();
   void write();
   void read();
@@ -47,7 +48,6 @@ class HttpExchange {
   void finish(platform::HttpOutcome outcome);
 
   platform::SerialExecutor& network;
-  const TransportOptions options;
   const platform::HttpRequest request;
   std::function<void(platform::HttpOutcome)> done;
   std::unique_ptr<QSslSocket, LaterDeleter> socket;

@@ -31,6 +31,33 @@ constexpr bool hasSanitizer() {
   return false;
 }
 
+Instant at(Seconds seconds) { return Instant{std::chrono::round<Instant::duration>(seconds)}; }
+
+TEST(NextTick, IsOneIntervalAfterTheLastOneWasDue) {
+  EXPECT_EQ(nextTick(at(10.3s), at(10.4s), 0.5s), at(10.8s));
+  EXPECT_EQ(nextTick(at(10.3s), at(10.3s), 3s), at(13.3s));
+  EXPECT_EQ(nextTick(at(10.25s), at(11.5s), 0.5s), at(11.75s)) << "What was missed is not made up for.";
+}
+
+TEST(NextTick, OfRepetitionsThatBeganApartIsOneAfterTheFirst) {
+  for (const auto interval : {2s, 4s, 20s, 300s}) {
+    for (const auto phase : {0.0s, 0.3s, 0.999s, 1.0s, 1.7s}) {
+      const Instant first = at(100s + phase);
+      const Instant second = nextTick(first, first, interval);
+      EXPECT_EQ(second.time_since_epoch() % 2s, 0ns);
+      EXPECT_LE(second - first, interval + 1s);
+      EXPECT_GE(second - first, interval - 1s);
+      EXPECT_EQ(nextTick(second, second + 1ms, interval), second + interval) << "From then on it keeps its interval.";
+    }
+  }
+}
+
+TEST(NextTick, IsNeverInThePast) {
+  EXPECT_EQ(nextTick(at(100s), at(107.9s), 2s), at(108s));
+  EXPECT_EQ(nextTick(at(100.9s), at(102.9s), 2s), at(104s));
+  EXPECT_GT(nextTick(at(100s), at(100s), Seconds{1e12}), at(1e9s));
+}
+
 // The main thread, and its loop.
 class LoopBench {
  public:

@@ -17,7 +17,7 @@ using platform::SerialExecutor;
 // The exchanges of one session that are under way. On the network thread, where its last reference goes.
 class HttpExchanges : public std::enable_shared_from_this<HttpExchanges> {
  public:
-  HttpExchanges(SerialExecutor& network, TransportOptions options) : network(network), options(std::move(options)) {}
+  explicit HttpExchanges(SerialExecutor& network) : network(network) {}
 
   void begin(HttpRequest request, std::function<void(HttpOutcome)> done) {
     const std::uint64_t number = ++lastNumber;
@@ -25,7 +25,7 @@ class HttpExchanges : public std::enable_shared_from_this<HttpExchanges> {
       done(std::move(outcome));
       underWay.erase(number);
     };
-    underWay[number] = std::make_unique<HttpExchange>(network, options, std::move(request), finished);
+    underWay[number] = std::make_unique<HttpExchange>(network, std::move(request), finished);
     underWay[number]->start();
   }
 
@@ -33,17 +33,16 @@ class HttpExchanges : public std::enable_shared_from_this<HttpExchanges> {
 
  private:
   SerialExecutor& network;
-  const TransportOptions options;
   std::uint64_t lastNumber = 0;
   std::map<std::uint64_t, std::unique_ptr<HttpExchange>> underWay;
 };
 
 class QtHttpSession final : public platform::HttpSession {
  public:
-  QtHttpSession(SerialExecutor& network, const TransportOptions& options, SerialExecutor& executor)
+  QtHttpSession(SerialExecutor& network, SerialExecutor& executor)
       : network(network),
         owner(std::make_shared<OwnerLink>(executor)),
-        exchanges(std::make_shared<HttpExchanges>(network, options)) {}
+        exchanges(std::make_shared<HttpExchanges>(network)) {}
 
   ~QtHttpSession() override {
     owner->sever();
@@ -77,11 +76,10 @@ class QtHttpSession final : public platform::HttpSession {
 
 }  // namespace
 
-QtHttpSessions::QtHttpSessions(QtNetworkThread& network, TransportOptions options)
-    : network(network), options(std::move(options)) {}
+QtHttpSessions::QtHttpSessions(QtNetworkThread& network) : network(network) {}
 
 std::unique_ptr<platform::HttpSession> QtHttpSessions::makeEphemeralSession(SerialExecutor& executor) {
-  return std::make_unique<QtHttpSession>(network.executor(), options, executor);
+  return std::make_unique<QtHttpSession>(network.executor(), executor);
 }
 
 }  // namespace quillard::qt

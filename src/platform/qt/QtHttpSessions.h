@@ -2,7 +2,6 @@
 
 #include "platform/network/Http.h"
 #include "platform/qt/QtNetworkThread.h"
-#include "platform/qt/TransportPolicy.h"
 
 namespace quillard::qt {
 
@@ -12,14 +11,13 @@ namespace quillard::qt {
 class QtHttpSessions final : public platform::HttpSessions {
  public:
   // `network` outlives this object and its sessions.
-  explicit QtHttpSessions(QtNetworkThread& network, TransportOptions options = {});
+  explicit QtHttpSessions(QtNetworkThread& network);
 
   [[nodiscard]] std::unique_ptr<platform::HttpSession> makeEphemeralSession(
       platform::SerialExecutor& executor) override;
 
  private:
   QtNetworkThread& network;
-  const TransportOptions options;
 };
 
 }  // namespace quillard::qt

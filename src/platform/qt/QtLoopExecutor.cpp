@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
-#include <fcntl.h>
 #include <unistd.h>
+
+#include "platform/qt/WakePipe.h"
 
 namespace quillard::qt {
 namespace {
@@ -17,24 +16,10 @@ using platform::TaskHandle;
 using platform::Turn;
 using std::chrono::milliseconds;
 
-// A pipe, and not an event posted through Qt: the kernel then orders the two threads for every tool that watches them.
-std::array<int, 2> makeWakePipe() {
-  std::array<int, 2> ends{-1, -1};
-  bool works = ::pipe(ends.data()) == 0;
-  for (const int end : ends) {
-    works = works && ::fcntl(end, F_SETFD, FD_CLOEXEC) == 0 && ::fcntl(end, F_SETFL, O_NONBLOCK) == 0;
-  }
-  if (!works) {
-    std::perror("The event loop cannot be woken: no pipe");
-    std::abort();
-  }
-  return ends;
-}
-
 }  // namespace
 
 QtLoopExecutor::QtLoopExecutor()
-    : wakePipe(makeWakePipe()),
+    : wakePipe(makeWakePipe("The event loop cannot be woken: no pipe")),
       turns(std::make_shared<TurnQueue>([this] { wake(); })),
       notifier(std::make_unique<QSocketNotifier>(wakePipe[0], QSocketNotifier::Read)),
       timer(std::make_unique<QTimer>()) {

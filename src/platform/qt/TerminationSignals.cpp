@@ -3,14 +3,13 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 #include <QtCore/QSocketNotifier>
-#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
+
+#include "platform/qt/WakePipe.h"
 
 namespace quillard::qt {
 namespace {
@@ -30,16 +29,6 @@ extern "C" void quillardHandleTerminationSignal(int number) {
   errno = error;
 }
 
-void makeWakePipe() {
-  bool works = ::pipe(wakePipe.data()) == 0;
-  for (const int end : wakePipe) {
-    works = works && ::fcntl(end, F_SETFD, FD_CLOEXEC) == 0 && ::fcntl(end, F_SETFL, O_NONBLOCK) == 0;
-  }
-  if (works) return;
-  std::perror("Signals cannot be handled: no pipe");
-  std::abort();
-}
-
 }  // namespace
 
 struct TerminationSignals::Former {
@@ -47,7 +36,7 @@ struct TerminationSignals::Former {
 };
 
 TerminationSignals::TerminationSignals(std::function<void()> onSignal) : former(std::make_unique<Former>()) {
-  makeWakePipe();
+  wakePipe = makeWakePipe("Signals cannot be handled: no pipe");
   signalCount = 0;
   notifier = std::make_unique<QSocketNotifier>(wakePipe[0], QSocketNotifier::Read);
   QObject::connect(notifier.get(), &QSocketNotifier::activated, [onSignal = std::move(onSignal)] {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtNetwork/QHostAddress>
 #include <QtNetwork/QNetworkProxyFactory>
 #include <QtNetwork/QSslCertificate>
@@ -23,6 +25,16 @@ bool isValue(std::string_view text) {
 bool isThisMachine(const QString& host) {
   return host == QStringLiteral("localhost") || host.endsWith(QStringLiteral(".localhost")) ||
          QHostAddress(host).isLoopback();
+}
+
+// What is no ordinary file could keep its reader waiting.
+std::optional<QByteArray> shortFile(const QString& path) {
+  constexpr qint64 kLongest = 1024 * 1024;
+  QFile file(path);
+  if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) return std::nullopt;
+  QByteArray bytes = file.read(kLongest + 1);
+  if (file.error() != QFileDevice::NoError || bytes.size() > kLongest) return std::nullopt;
+  return bytes;
 }
 
 // Proxies are configured for the web's schemes, and a WebSocket goes where the web goes.
@@ -49,15 +61,16 @@ bool areSendable(const std::vector<platform::HttpHeader>& headers) {
                      [](const platform::HttpHeader& header) { return isName(header.name) && isValue(header.value); });
 }
 
-QSslConfiguration tlsConfiguration(const TransportOptions& options) {
+std::variant<QSslConfiguration, std::string> tlsConfiguration(const std::string& authorityFile) {
   QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
   configuration.setProtocol(QSsl::TlsV1_2OrLater);
   configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
-  if (!options.additionalAuthorities.empty()) {
-    configuration.setCaCertificates(
-        QSslConfiguration::systemCaCertificates() +
-        QSslCertificate::fromData(QByteArray::fromStdString(options.additionalAuthorities)));
-  }
+  if (authorityFile.empty()) return configuration;
+  const auto pem = shortFile(QString::fromStdString(authorityFile));
+  if (!pem) return "The file of authorities cannot be read: " + authorityFile;
+  const auto authorities = QSslCertificate::fromData(*pem, QSsl::Pem);
+  if (authorities.isEmpty()) return "The file of authorities holds no certificate: " + authorityFile;
+  configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + authorities);
   return configuration;
 }
 

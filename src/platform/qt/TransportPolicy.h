@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include <QtCore/QList>
@@ -18,12 +19,10 @@
 
 namespace quillard::qt {
 
-// What the program ships with. Tests shorten the times and bring an authority of their own; nothing in the environment
-// can.
+// What the program ships with. Tests shorten the times.
 struct TransportOptions {
   Seconds pingInterval{20};
-  Seconds silenceLimit{40};           // A peer that has sent nothing for so long is dead.
-  std::string additionalAuthorities;  // PEM. Trusted besides the system's store.
+  Seconds silenceLimit{40};  // A peer that has sent nothing for so long is dead.
 };
 
 // What every connection keeps to, WebSocket or HTTP: on the network thread.
@@ -34,8 +33,10 @@ struct TransportOptions {
 // Whether the headers can be sent as they stand. A line break in one would start another.
 [[nodiscard]] bool areSendable(const std::vector<platform::HttpHeader>& headers);
 
-// TLS 1.2 or newer, the peer verified against the system's store and by its name.
-[[nodiscard]] QSslConfiguration tlsConfiguration(const TransportOptions& options);
+// TLS 1.2 or newer, the peer verified by its name, and against the system's store and the certificates in
+// `authorityFile`, unless that is empty. Else why that file cannot be used, as a sentence that names it. Reads the
+// file, of which nothing is kept: an ordinary one of 1 MiB at most.
+[[nodiscard]] std::variant<QSslConfiguration, std::string> tlsConfiguration(const std::string& authorityFile);
 
 // The proxy that the system has for this address. None for this machine itself: what is sent to it in clear must not
 // leave it. May wait for the system's own look-up.

@@ -27,6 +27,19 @@ Instant tickAfter(Instant due, Instant now, Seconds interval) {
 
 }  // namespace
 
+Instant nextTick(Instant due, Instant now, Seconds interval) {
+  constexpr Seconds kGrid{2};
+  constexpr double kMostSteps = 1e6;
+  const Instant next = tickAfter(due, now, interval);
+  const double steps = interval / kGrid;
+  if (steps < 1 || steps > kMostSteps || steps != std::floor(steps)) return next;
+  const auto grid = std::chrono::duration_cast<Instant::duration>(kGrid);
+  const auto sinceStep = next.time_since_epoch() % grid;
+  const Instant before = next - sinceStep;
+  const Instant nearest = sinceStep * 2 < grid ? before : before + grid;
+  return nearest > now ? nearest : nearest + grid;
+}
+
 class TurnQueue::Handle final : public platform::ScheduledTask {
  public:
   Handle(std::weak_ptr<TurnQueue> queue, EntryPointer entry) : queue(std::move(queue)), entry(std::move(entry)) {}
@@ -111,7 +124,7 @@ TurnQueue::EntryPointer TurnQueue::begin(Instant now) {
   ready.pop_front();
   entry->isRunning = true;
   if (entry->interval) {
-    entry->due = tickAfter(entry->due, now, *entry->interval);
+    entry->due = nextTick(entry->due, now, *entry->interval);
     insertTimed(entry);
   }
   return entry;

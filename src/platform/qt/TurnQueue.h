@@ -17,6 +17,11 @@ namespace quillard::qt {
 // The steady clock as a moment of the platform's monotonic time.
 [[nodiscard]] Instant steadyNow();
 
+// When a repetition is due again whose last tick was due at `due`. What is repeated at multiples of two seconds ticks
+// at full even seconds of the clock, so that an idle process wakes up once for all; this moves a tick once, by a
+// second.
+[[nodiscard]] Instant nextTick(Instant due, Instant now, Seconds interval);
+
 // The turns of one executor that are still ahead, in the order in which they may run. It knows no thread: whoever owns
 // it, the runner, calls `runNext` from one thread, and is woken through `wake` whenever there may be more to do, or
 // sooner. Everything else from any thread.

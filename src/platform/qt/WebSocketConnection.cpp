@@ -21,7 +21,7 @@ constexpr std::size_t kWeightOfAnyMessage = 64;  // Bytes that an empty message 
 constexpr qint64 kRoomForHeaders = 64 * 1024;    // Bytes that may be read ahead of a message.
 constexpr qint64 kMostBytesUnsent = 4 * 1024 * 1024;
 
-constexpr const char* kTooLate = "The connection was not opened in time.";
+constexpr const char* kOpenedTooLate = "The connection was not opened in time.";
 constexpr const char* kClosedSilently = "The server closed the connection without a close message.";
 constexpr const char* kNoWebSocket = "The server does not speak WebSocket.";
 constexpr const char* kBrokeProtocol = "The server broke the WebSocket protocol, or sent a message that is too long.";
@@ -77,18 +77,24 @@ void WebSocketConnection::open() {
   if (!usable) return fail(std::string(kUnusableAddress));
   if (!areSendable(request.headers)) return fail(std::string(kUnusableHeaders));
   url = *usable;
-  openDeadline = network.postAfter(request.timeout, [this] { fail(kTooLate); });
+  QSslConfiguration tls;
+  if (url.scheme() == QStringLiteral("wss")) {
+    auto configuration = tlsConfiguration(request.authorityFile);
+    if (auto* const problem = std::get_if<std::string>(&configuration)) return fail(std::move(*problem));
+    tls = std::get<QSslConfiguration>(std::move(configuration));
+  }
+  openDeadline = network.postAfter(request.timeout, [this] { fail(kOpenedTooLate); });
   socket.reset(new QSslSocket);
   listen();
-  connectTo();
+  connectTo(tls);
 }
 
-void WebSocketConnection::connectTo() {
+void WebSocketConnection::connectTo(const QSslConfiguration& tls) {
   constexpr int kHttpPort = 80;
   constexpr int kHttpsPort = 443;
   socket->setReadBufferSize(static_cast<qint64>(request.longestMessage) + kRoomForHeaders);
   socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-  socket->setSslConfiguration(tlsConfiguration(options));
+  socket->setSslConfiguration(tls);
   socket->setProxy(systemProxyFor(url));
   if (url.scheme() == QStringLiteral("wss")) {
     socket->connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(kHttpsPort)));

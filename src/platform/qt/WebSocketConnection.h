@@ -63,7 +63,8 @@ class WebSocketConnection : public std::enable_shared_from_this<WebSocketConnect
     void operator()(QSslSocket* ended) const;
   };
 
-  void connectTo();
+  // `tls`: not used for ws.
+  void connectTo(const QSslConfiguration& tls);
   void listen();
   void sendHandshake();
   void read();

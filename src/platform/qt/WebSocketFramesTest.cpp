@@ -75,6 +75,22 @@ TEST(WebSocketFrameReader, ReadsTheSameHoweverTheBytesArrive) {
   }
 }
 
+TEST(WebSocketFrameReader, TakesEveryCloseCodeThatMayBeSent) {
+  for (const int code :
+       {1000, 1001, 1002, 1003, 1007, 1008, 1009, 1010, 1011, 1012, 1013, 1014, 3000, 3999, 4000, 4001, 4999}) {
+    const std::string payload{static_cast<char>(code >> 8), static_cast<char>(code & 0xFF)};
+    EXPECT_EQ(read(raw("\x88\x02") + payload), (Events{"close " + std::to_string(code)}));
+  }
+}
+
+// A continuation has nothing to go on with once its message has ended.
+TEST(WebSocketFrameReader, GoesOnWithNoMessageThatHasEnded) {
+  EXPECT_EQ(read(raw("\x81\x01"
+                     "a\x80\x01"
+                     "b")),
+            (Events{"text a", "broken 1002"}));
+}
+
 TEST(WebSocketFrameReader, BreaksOffAtWhatNoServerMaySend) {
   const std::vector<std::pair<std::string, int>> table{
       {raw("\x81\x81\x01\x02\x03\x04y"), 1002},         // A mask.
@@ -83,6 +99,9 @@ TEST(WebSocketFrameReader, BreaksOffAtWhatNoServerMaySend) {
       {raw("\x88\x82\x01\x02\x03\x04\x02\xEA"), 1002},  // On a close frame.
       {raw("\xC1\x00"), 1002},                          // Reserved bits.
       {raw("\xA1\x00"), 1002},
+      {raw("\xC9\x00"), 1002},
+      {raw("\xD8\x00"), 1002},
+      {raw("\x01\x00\xC0\x00"), 1002},
       {raw("\x91\x00"), 1002},
       {raw("\x83\x00"), 1002},  // Reserved kinds.
       {raw("\x87\x00"), 1002},
@@ -92,20 +111,30 @@ TEST(WebSocketFrameReader, BreaksOffAtWhatNoServerMaySend) {
       {raw("\x01\x01x\x81\x01y"), 1002},  // A message within a message.
       {raw("\x09\x00"), 1002},            // Control frames in pieces,
       {raw("\x08\x00"), 1002},
+      {raw("\x0A\x00"), 1002},
       {raw("\x89\x7E\x00\x7E"), 1002},  // and long ones.
+      {raw("\x8A\x7E\x00\x7E"), 1002},
+      {raw("\x88\x7E\x00\x7E"), 1002},
+      {raw("\x8A\x7F\x00\x00\x00\x00\x00\x01\x00\x00"), 1002},
+      {raw("\x89\x7E\x00\x01x"), 1002},
       {raw("\x81\x7E\x00\x7D"), 1002},  // Lengths in too many bytes.
       {raw("\x81\x7F\x00\x00\x00\x00\x00\x00\xFF\xFF"), 1002},
       {raw("\x81\x7F\x80\x00\x00\x00\x00\x00\x00\x00"), 1002},  // The highest bit.
       {raw("\x88\x01x"), 1002},                                 // Half a close code.
+      {raw("\x88\x02\x00\x00"), 1002},                          // 0
       {raw("\x88\x02\x03\xE7"), 1002},                          // 999
       {raw("\x88\x02\x03\xEC"), 1002},                          // 1004
       {raw("\x88\x02\x03\xED"), 1002},                          // 1005
       {raw("\x88\x02\x03\xEE"), 1002},                          // 1006
       {raw("\x88\x02\x03\xF7"), 1002},                          // 1015
+      {raw("\x88\x02\x03\xF8"), 1002},                          // 1016
       {raw("\x88\x02\x0B\xB7"), 1002},                          // 2999
       {raw("\x88\x02\x13\x88"), 1002},                          // 5000
       {raw("\x88\x03\x03\xE8\xFF"), 1007},                      // A reason that is no UTF-8.
       {raw("\x81\x01\xFF"), 1007},                              // Texts that are none.
+      {raw("\x81\x02\xC0\xAF"), 1007},                          // Longer than it has to be.
+      {raw("\x81\x04\xF4\x90\x80\x80"), 1007},                  // Beyond the last character.
+      {raw("\x81\x01\xC3"), 1007},                              // Ends within a character.
       {raw("\x01\x01\xC3\x80\x01("), 1007},
       {raw("\x81\x03\xED\xA0\x80"), 1007},  // Half of a surrogate pair.
       {raw("\x81\x7E\x03\xE9"), 1009},      // 1001 bytes.

@@ -35,6 +35,8 @@ TEST(WebSocketHandshake, IsAcceptedByTheAnswerOfTheStandardOnly) {
            "Upgrade: websockets\r\n" + kConnection + kAccept,
            kUpgrade + "Connection: UpgradeX\r\n" + kAccept,
            kUpgrade + kConnection + kAccept + kAccept,
+           kUpgrade + kConnection + "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=, x\r\n",
+           kUpgrade + kConnection + "Sec-WebSocket-Accept: dGhlIHNhbXBsZSBub25jZQ==\r\n",
            kUpgrade + kConnection + "Sec-WebSocket-Accept: S3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n",
            kUpgrade + kConnection + "Sec-WebSocket-Accept: \r\n",
            kUpgrade + kConnection + kAccept + "Sec-WebSocket-Extensions: permessage-deflate\r\n",

@@ -26,6 +26,9 @@ class SimulatedHttpSessions::Session final : public HttpSession {
     Server server;
     {
       const MutexLock lock{state->mutex};
+      if (!isAuthorityFileUsable(request.url, request.authorityFile, state->authorityFiles)) {
+        return TransportError{unusableAuthorityFile(request.authorityFile)};
+      }
       state->requests.push_back(request);
       server = state->server;
     }
@@ -36,6 +39,11 @@ class SimulatedHttpSessions::Session final : public HttpSession {
   SerialExecutor& executor;
   std::vector<TaskHandle> ahead;
 };
+
+void SimulatedHttpSessions::addAuthorityFile(std::string path) {
+  const MutexLock lock{state->mutex};
+  state->authorityFiles.insert(std::move(path));
+}
 
 void SimulatedHttpSessions::setServer(Server server) {
   const MutexLock lock{state->mutex};

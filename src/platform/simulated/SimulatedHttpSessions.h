@@ -3,6 +3,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "foundation/Mutex.h"
@@ -18,7 +20,11 @@ class SimulatedHttpSessions final : public HttpSessions {
   using Server = std::function<std::optional<HttpOutcome>(const HttpRequest&)>;
   void setServer(Server server);
 
-  // All requests that were sent, oldest first. None to an address that cannot be used.
+  // From now on there is a file of authorities at this path. A https request that names another one fails.
+  void addAuthorityFile(std::string path);
+
+  // All requests that were sent, oldest first. None to an address that cannot be used, or with a file that
+  // cannot.
   [[nodiscard]] std::vector<HttpRequest> requests() const;
 
   [[nodiscard]] std::unique_ptr<HttpSession> makeEphemeralSession(SerialExecutor& executor) override;
@@ -28,6 +34,7 @@ class SimulatedHttpSessions final : public HttpSessions {
     mutable Mutex mutex;
     Server server QUILLARD_GUARDED_BY(mutex);
     std::vector<HttpRequest> requests QUILLARD_GUARDED_BY(mutex);
+    std::set<std::string> authorityFiles QUILLARD_GUARDED_BY(mutex);
   };
   class Session;
 

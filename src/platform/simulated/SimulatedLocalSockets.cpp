@@ -138,6 +138,10 @@ std::unique_ptr<LocalListener> SimulatedLocalSockets::listen(
     std::string_view name, std::function<void(std::unique_ptr<LocalConnection>)> onConnection) {
   const bool isFileName = !name.empty() && name != "." && name != ".." && name.find('/') == name.npos;
   if (folder.isUnusable || !isFileName) return nullptr;
+  if (process->hasEnded) {
+    process =
+        std::make_shared<SocketProcess>(SocketProcess{process->mainThread, process->self, process->user, {}, false});
+  }
   auto listener = std::make_shared<SocketListener>(SocketListener{process, std::move(onConnection), {}});
   folder.places.insert_or_assign(std::string(name), SimulatedSocketFolder::Place{listener, process->user});
   return std::make_unique<SimulatedListener>(folder, std::string(name), std::move(listener));

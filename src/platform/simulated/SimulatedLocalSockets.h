@@ -48,7 +48,8 @@ class SimulatedLocalSockets final : public LocalSockets {
   SimulatedLocalSockets(const SimulatedLocalSockets&) = delete;
   SimulatedLocalSockets& operator=(const SimulatedLocalSockets&) = delete;
 
-  // The process is killed: its connections end, and the sockets at which it listened stay behind.
+  // The process is killed: its connections end, and the sockets at which it listened stay behind. Whoever listens
+  // afterwards is its next run.
   void endProcess();
 
   [[nodiscard]] std::unique_ptr<LocalListener> listen(
@@ -57,7 +58,7 @@ class SimulatedLocalSockets final : public LocalSockets {
 
  private:
   SimulatedSocketFolder& folder;
-  const std::shared_ptr<SocketProcess> process;
+  std::shared_ptr<SocketProcess> process;
 };
 
 }  // namespace quillard::platform::simulated

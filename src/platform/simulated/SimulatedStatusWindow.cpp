@@ -90,6 +90,8 @@ std::optional<ButtonContent> buttonOf(const StatusWindowContent& content, Status
       return content.programs ? content.programs->secondaryButton : std::nullopt;
     case StatusWindowButton::mutedPrimary:
       return content.muted ? content.muted->primaryButton : std::nullopt;
+    case StatusWindowButton::mutedSecondary:
+      return content.muted ? content.muted->secondaryButton : std::nullopt;
     case StatusWindowButton::relayPrimary:
       return content.relay ? content.relay->primaryButton : std::nullopt;
     case StatusWindowButton::relaySecondary:

@@ -60,13 +60,12 @@ TEST_F(SimulatedStatusWindowTest, EveryButtonHasItsPlaceInTheContent) {
   content.programs.emplace();
   content.muted.emplace();
   content.relay.emplace();
-  for (auto* row : {&content.installLocation, &content.accessibility, &content.loginItem, &content.update,
-                    &content.notificationPause, &*content.question, &*content.programs}) {
+  for (auto* row :
+       {&content.installLocation, &content.accessibility, &content.loginItem, &content.update,
+        &content.notificationPause, &*content.question, &*content.programs, &*content.muted, &*content.relay}) {
     places.push_back(&row->primaryButton);
     places.push_back(&row->secondaryButton);
   }
-  places.insert(places.end(),
-                {&content.muted->primaryButton, &content.relay->primaryButton, &content.relay->secondaryButton});
   ASSERT_EQ(places.size(), static_cast<std::size_t>(StatusWindowButton::none));
   for (std::size_t i = 0; i < places.size(); ++i) *places[i] = ButtonContent{std::to_string(i)};
   for (std::size_t i = 0; i < places.size(); ++i) {

@@ -37,8 +37,13 @@ class SimulatedWebSocketTask final : public WebSocketTask {
 // ---- SimulatedWebSocketConnection, the server's side
 
 SimulatedWebSocketConnection::SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request,
-                                                           std::function<void()> didOpen, Seconds sendDelay)
-    : executor(executor), theRequest(std::move(request)), didOpen(std::move(didOpen)), sendDelay(sendDelay) {}
+                                                           std::function<void()> didOpen, Seconds sendDelay,
+                                                           std::set<std::string> authorityFiles)
+    : executor(executor),
+      theRequest(std::move(request)),
+      didOpen(std::move(didOpen)),
+      sendDelay(sendDelay),
+      authorityFiles(std::move(authorityFiles)) {}
 
 void SimulatedWebSocketConnection::accept() {
   {
@@ -129,6 +134,10 @@ bool SimulatedWebSocketConnection::start() {
   if (ended) return false;
   if (!isUsableUrl(theRequest.url, {"ws", "wss"})) {
     end({std::nullopt, {std::string(kUnusableAddress)}});
+    return false;
+  }
+  if (!isAuthorityFileUsable(theRequest.url, theRequest.authorityFile, authorityFiles)) {
+    end({std::nullopt, {unusableAuthorityFile(theRequest.authorityFile)}});
     return false;
   }
   if (accepted) return true;
@@ -252,6 +261,11 @@ void SimulatedWebSockets::onStart(std::function<void(const ConnectionHandle&)> l
   startListener = std::move(listener);
 }
 
+void SimulatedWebSockets::addAuthorityFile(std::string path) {
+  const MutexLock lock{mutex};
+  authorityFiles.insert(std::move(path));
+}
+
 void SimulatedWebSockets::setSendDelay(Seconds delay) {
   const MutexLock lock{mutex};
   sendDelay = delay;
@@ -265,8 +279,8 @@ std::vector<SimulatedWebSockets::ConnectionHandle> SimulatedWebSockets::connecti
 std::unique_ptr<WebSocketTask> SimulatedWebSockets::makeTask(SerialExecutor& executor, WebSocketRequest request,
                                                              std::function<void()> didOpen) {
   const MutexLock lock{mutex};
-  made.push_back(
-      std::make_shared<SimulatedWebSocketConnection>(executor, std::move(request), std::move(didOpen), sendDelay));
+  made.push_back(std::make_shared<SimulatedWebSocketConnection>(executor, std::move(request), std::move(didOpen),
+                                                                sendDelay, authorityFiles));
   return std::make_unique<SimulatedWebSocketTask>(made.back(), startListener);
 }
 

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,13 +16,13 @@
 namespace quillard::platform::simulated {
 
 // One connection as its server sees it: made -> started -> accepted -> ended, or ended from any of them. One that is
-// not accepted within the request's timeout ends, and so does one to an address that cannot be used. What the
-// server does reaches the client as later turns of the client's executor, in the order in which it was done; nothing
-// reaches a client that has destroyed its task. Any thread.
+// not accepted within the request's timeout ends, and so does one to an address, or with a file, that cannot be used.
+// What the server does reaches the client as later turns of the client's executor, in the order in which it was done;
+// nothing reaches a client that has destroyed its task. Any thread.
 class SimulatedWebSocketConnection : public std::enable_shared_from_this<SimulatedWebSocketConnection> {
  public:
   SimulatedWebSocketConnection(SerialExecutor& executor, WebSocketRequest request, std::function<void()> didOpen,
-                               Seconds sendDelay);
+                               Seconds sendDelay, std::set<std::string> authorityFiles);
 
   // ---- The server's side.
   [[nodiscard]] const WebSocketRequest& request() const { return theRequest; }
@@ -53,7 +54,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   [[nodiscard]] std::optional<std::uint16_t> sentCloseCode() const;
 
   // ---- The client's side, for its task alone.
-  // False when the address cannot be used: nothing is to reach a server then.
+  // False when the address or the file of authorities cannot be used: nothing is to reach a server then.
   [[nodiscard]] bool start();
   void receive(std::function<void(WebSocketReceipt)> completion);
   void sendFromClient(std::string text, std::function<void(std::optional<TransportError>)> completion);
@@ -80,6 +81,7 @@ class SimulatedWebSocketConnection : public std::enable_shared_from_this<Simulat
   const WebSocketRequest theRequest;
   const std::function<void()> didOpen;
   const Seconds sendDelay;
+  const std::set<std::string> authorityFiles;  // Those that there are.
   mutable Mutex mutex;
   std::deque<WebSocketMessage> inbox QUILLARD_GUARDED_BY(mutex);
   std::function<void(WebSocketReceipt)> pendingReceive QUILLARD_GUARDED_BY(mutex);
@@ -102,6 +104,8 @@ class SimulatedWebSockets final : public WebSockets {
 
   // Called as a connection starts, inside that call. Without it, connections wait for the test to accept them.
   void onStart(std::function<void(const ConnectionHandle&)> listener);
+  // From now on there is a file of authorities at this path. A connection over TLS that names another one fails.
+  void addAuthorityFile(std::string path);
   // How long frames of the client take from now on, in connections that are made later. Zero at first: one turn.
   void setSendDelay(Seconds delay);
 
@@ -117,6 +121,7 @@ class SimulatedWebSockets final : public WebSockets {
   mutable Mutex mutex;
   std::function<void(const ConnectionHandle&)> startListener QUILLARD_GUARDED_BY(mutex);
   Seconds sendDelay QUILLARD_GUARDED_BY(mutex){0};
+  std::set<std::string> authorityFiles QUILLARD_GUARDED_BY(mutex);
   std::vector<ConnectionHandle> made QUILLARD_GUARDED_BY(mutex);
 };
 

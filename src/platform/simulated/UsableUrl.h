@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <set>
+#include <string>
 #include <string_view>
 
 #include "foundation/UrlComponents.h"
@@ -17,5 +19,18 @@ namespace quillard::platform::simulated {
 }
 
 inline constexpr std::string_view kUnusableAddress = "The address cannot be used.";
+
+// Whether a client of this address can use `file`, which may be empty, where those of `existing` are. In clear nothing
+// is vouched for, and no file is read.
+[[nodiscard]] inline bool isAuthorityFileUsable(std::string_view url, const std::string& file,
+                                                const std::set<std::string>& existing) {
+  const auto components = UrlComponents::parse(url);
+  const auto scheme = components ? components->lowercasedScheme() : std::string{};
+  return file.empty() || (scheme != "https" && scheme != "wss") || existing.contains(file);
+}
+
+[[nodiscard]] inline std::string unusableAuthorityFile(const std::string& file) {
+  return "The file of authorities cannot be read: " + file;
+}
 
 }  // namespace quillard::platform::simulated

@@ -28,9 +28,10 @@ class UserDefaults {
   virtual void set(std::string_view key, UserDefaultsValue value) = 0;
   // Nothing happens when nothing is stored.
   virtual void remove(std::string_view key) = 0;
-  // Writes what was set and is not on the disk yet, and reads what other processes have written since. Waits for the
-  // disk, and up to some seconds for another process that writes. Why what was set could not be written, as a sentence
-  // for people that names the place; it is still read back, and tried again. Absent: it is written.
+  // Writes what was set and is not on the disk yet, and reads what other processes have written since, also where it
+  // cannot write. Waits for the disk, and up to some seconds for another process that writes. Why what was set could
+  // not be written, as a sentence for people that names the place; it is still read back, and tried again. Absent: it
+  // is written.
   [[nodiscard]] virtual std::optional<std::string> synchronize() = 0;
 };
 

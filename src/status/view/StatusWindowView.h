@@ -32,6 +32,7 @@ enum class StatusWindowButton {
   programsPrimary,
   programsSecondary,
   mutedPrimary,
+  mutedSecondary,
   relayPrimary,
   relaySecondary,
   none,        // Of a row that has no such button.
@@ -89,6 +90,10 @@ struct StatusWindowContent {
   std::string placeholderSymbol;
   std::string placeholderDescription;
   std::string pairingCaption;
+  std::string codeDescription{};          // What assistive programs call the code.
+  std::string pageCaption{};              // Where phones get their page. Empty: not shown.
+  std::optional<LazyBitmap> pageImage{};  // The same as a code for any camera, smaller. Absent: none.
+  std::string pageDescription{};          // What assistive programs call that one.
   std::optional<ButtonContent> pairingActionButton;
   std::optional<ButtonContent> pairAnotherButton;
   std::optional<ButtonContent> unpairPhoneButton;
@@ -115,8 +120,9 @@ struct MenuItemContent {
 struct TextQuestion {
   std::string title;
   std::string explanation;
-  std::string text;    // That stands in the field at first.
-  std::string accept;  // The title of the button that takes the text. Beside it stands "Cancel".
+  std::string text;               // That stands in the field at first.
+  std::string accept;             // The title of the button that takes the text.
+  std::string cancel = "Cancel";  // That of the one beside it.
   bool operator==(const TextQuestion&) const = default;
 };
 // Takes the text: why it cannot be taken, which is shown, and the field stays open; or absent, and it closes.

@@ -131,6 +131,11 @@ TEST_P(AccessibilityContract, TheParentsOfAButtonLeadToItsWindow) {
 TEST_P(AccessibilityContract, TheDesktopKnowsTheFocusedWindowOfTheProgramInFront) {
   const auto program = binding->show({});
   (void)binding->workspace().activate(program->processIdentifier());
+  if (!binding->tellsPromptInFront()) {
+    const auto focused = AXHelpers::focusedWindow(accessibility(), accessibility());
+    EXPECT_TRUE(!focused || *focused == window(*program)) << "It is not known, and no other one is claimed.";
+    return;
+  }
   EXPECT_TRUE(binding->eventually([&] {
     const auto focused = AXHelpers::focusedWindow(accessibility(), accessibility());
     return focused && *focused == window(*program);
@@ -162,6 +167,8 @@ TEST_P(AccessibilityContract, PressingAButtonPressesThatOneAndTheHandlesGoStaleQ
 
   (void)accessibility().performAction(*allow, ax::kPressAction);
   EXPECT_TRUE(binding->eventually([&] { return !accessibility().copyAttributeValue(*allow, ax::kRole).hasValue(); }));
+  // A busy program may have missed a time-out before it was pressed.
+  EXPECT_TRUE(binding->eventually([&] { return !program->presses().empty(); }));
   EXPECT_EQ(program->presses(), std::vector<std::string>{"Allow"});
   EXPECT_FALSE(accessibility().copyAttributeValue(prompt, ax::kTitle).hasValue());
   EXPECT_TRUE(AXHelpers::children(accessibility(), prompt).empty());

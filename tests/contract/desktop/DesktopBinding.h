@@ -81,6 +81,9 @@ class DesktopBinding {
   // What this desktop cannot do, as its capabilities have to say.
   [[nodiscard]] virtual std::set<platform::DesktopCapability> missing() const { return {}; }
 
+  // Whether it can be told of a prompt that it is the one in front, by the desktop or by its program.
+  [[nodiscard]] virtual bool tellsPromptInFront() const { return true; }
+
   // Whether the window list has the windows' names. Some systems keep them to themselves, and nothing may depend on
   // them.
   [[nodiscard]] virtual bool namesWindows() const { return true; }

@@ -40,23 +40,28 @@ class PromptAgent {
     return found;
   }
 
-  // As ApprovalClicker does it.
-  std::optional<ResolvedDialogButton> focusAndResolve(const PendingApproval& approval, const std::string& label) {
-    const auto sleep = [this](Seconds duration) {
-      binding.clock().sleep(duration);
-      return true;
-    };
-    return resolver.focusAndResolve(approval, label, sleep).button;
-  }
-
   std::optional<ClickError> press(const PendingApproval& approval, const std::string& label) {
-    const auto button = focusAndResolve(approval, label);
+    // A busy program may miss a time-out, as it may for a person, who is told so and decides once more.
+    constexpr int kAttempts = 10;
+    auto resolution = resolve(approval, label);
+    for (int attempt = 1; attempt < kAttempts && resolution.outcome == PromptResolution::Outcome::unknown; ++attempt)
+      resolution = resolve(approval, label);
+    const auto button = resolution.button;
     if (!button) return ClickError::buttonNotFound;
     auto prompt = approval;
     prompt.window = button->promptWindow.element;
     return ClickExecutor::click(*button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},
                                 {.presence = [&] { return detector.presenceOf(prompt, button->promptWindow); },
-                                 .refreshedButton = [&] { return focusAndResolve(prompt, label); }});
+                                 .refreshedButton = [&] { return resolve(prompt, label); }});
+  }
+
+  // As ApprovalClicker does it.
+  PromptResolution resolve(const PendingApproval& approval, const std::string& label) {
+    const auto sleep = [this](Seconds duration) {
+      binding.clock().sleep(duration);
+      return true;
+    };
+    return resolver.focusAndResolve(approval, label, sleep);
   }
 
   DesktopBinding& binding;

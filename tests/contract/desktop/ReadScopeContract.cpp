@@ -52,10 +52,17 @@ TEST_P(ReadScopeContract, AScopeAnswersWhatLiveReadsAnswer) {
 
 TEST_P(ReadScopeContract, AWalkThatGoesOnBeyondWhatWasPreparedFindsTheRest) {
   const auto program = binding->show({});
-  const auto live = walked(accessibility(), window(*program));
-  const auto scope = accessibility().beginReadScope();
-  scope->prepareApplications(std::array{application(*program)}, 2);
-  EXPECT_EQ(walked(*scope, window(*program, *scope)), live);
+  std::vector<std::string> live;
+  std::vector<std::string> inScope;
+  (void)binding->eventually([&] {  // On a busy machine one read may miss its time-out.
+    live = walked(accessibility(), window(*program));
+    const auto scope = accessibility().beginReadScope();
+    scope->prepareApplications(std::array{application(*program)}, 2);
+    inScope = walked(*scope, window(*program, *scope));
+    return live == inScope;
+  });
+  EXPECT_GT(live.size(), 3U);
+  EXPECT_EQ(inScope, live);
 }
 
 TEST_P(ReadScopeContract, TheNextScopeSeesWhatHasChanged) {

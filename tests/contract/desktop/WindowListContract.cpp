@@ -42,6 +42,15 @@ TEST_P(WindowListContract, APromptIsAVisibleOrdinaryWindowOfItsProgram) {
   EXPECT_TRUE(windows[0].ownerName && !windows[0].ownerName->empty());
 }
 
+// For who asks at intervals, and reads the list only then.
+TEST_P(WindowListContract, SaysThatItMayHaveChangedBeforeItIsReadFirstAndWheneverAWindowHasCome) {
+  EXPECT_TRUE(binding->windowList().mayHaveChanged());
+  const auto program = binding->show({.title = "Camera access"});
+  EXPECT_TRUE(binding->eventually([&] { return binding->windowList().mayHaveChanged(); }));
+  const auto another = binding->show({.title = "Microphone access"});
+  EXPECT_TRUE(binding->eventually([&] { return binding->windowList().mayHaveChanged(); }));
+}
+
 TEST_P(WindowListContract, ItsBoundsHoldWhatAccessibilityReads) {
   const auto program = binding->show({.at = Point{200, 200}});
   if (lacks(DesktopCapability::windowList)) return expectNoListIsClaimed(binding->windowList());

@@ -55,6 +55,19 @@ TEST_P(HttpSessionContract, FailsOnAddressesThatCannotBeUsed) {
   EXPECT_TRUE(binding->httpRequests().empty());
 }
 
+TEST_P(HttpSessionContract, FailsWithTheNameOfAFileOfAuthoritiesThatCannotBeUsed) {
+  const std::string url = binding->httpUrl(204);
+  const std::string secure = "https" + url.substr(url.find(':'));
+  for (const auto& file : binding->unusableAuthorityFiles()) {
+    const auto text = textOf(send(*binding, {.method = "PUT", .url = secure, .authorityFile = file}));
+    EXPECT_EQ(text.find("failed: The file of authorities "), 0U) << text;
+    EXPECT_NE(text.find(file), std::string::npos) << text;
+  }
+  EXPECT_TRUE(binding->httpRequests().empty());
+  const auto inClear = binding->unusableAuthorityFiles().front();
+  EXPECT_EQ(textOf(send(*binding, {.method = "PUT", .url = url, .authorityFile = inClear})), "204");
+}
+
 TEST_P(HttpSessionContract, NeverCompletesInsideTheCall) {
   Awaited<bool> wasInside;
   std::unique_ptr<platform::HttpSession> session;

@@ -47,6 +47,9 @@ class NetworkBinding {
   // A server that lets clients connect and never answers.
   virtual std::string silentWebSocketUrl() = 0;
 
+  // Paths that cannot serve as files of authorities: nothing is there, or no certificate in it.
+  [[nodiscard]] virtual std::vector<std::string> unusableAuthorityFiles() = 0;
+
   // ---- A server of HTTP that answers with `status`, and one that never answers.
   virtual std::string httpUrl(int status) = 0;
   virtual std::string silentHttpUrl() = 0;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -10,6 +11,7 @@
 #include "platform/qt/QtExecutors.h"
 #include "platform/qt/QtHttpSessions.h"
 #include "platform/qt/QtWebSockets.h"
+#include "support/TemporaryFolder.h"
 
 namespace quillard::test {
 namespace {
@@ -137,11 +139,23 @@ class QtNetworkBinding final : public NetworkBinding {
   std::string refusingWebSocketUrl(int status) override { return statusServer.url("ws", status); }
   std::string silentWebSocketUrl() override { return silentServer.url("ws"); }
 
+  std::vector<std::string> unusableAuthorityFiles() override {
+    const std::string empty = folder.path() + "/empty.pem";
+    const std::string prose = folder.path() + "/prose.pem";
+    const std::string cutOff = folder.path() + "/cut-off.pem";
+    const std::string endless = folder.path() + "/endless.pem";
+    std::ofstream(empty).flush();
+    std::ofstream(prose) << "My authority.\n";
+    std::ofstream(cutOff) << "-----BEGIN CERTIFICATE-----\nMIIB";
+    std::ofstream(endless) << std::string(1024 * 1024 + 1, '\n');
+    return {"/no/such/file.pem", folder.path(), "/dev/zero", empty, prose, cutOff, endless};
+  }
   std::string httpUrl(int status) override { return statusServer.url("http", status); }
   std::string silentHttpUrl() override { return silentServer.url("http"); }
   std::vector<std::string> httpRequests() override { return statusServer.requests(); }
 
  private:
+  const TemporaryFolder folder;
   ControlledServer socketServer;
   StatusServer statusServer;
   ScriptedServer silentServer{[](ServerConnection& connection) {
@@ -152,7 +166,7 @@ class QtNetworkBinding final : public NetworkBinding {
   qt::QtExecutors executors;
   qt::QtNetworkThread network;
   qt::QtWebSockets sockets{network, options};
-  qt::QtHttpSessions sessions{network, options};
+  qt::QtHttpSessions sessions{network};
   const std::unique_ptr<platform::SerialExecutor> queue =
       executors.makeSerialQueue("network", platform::QualityOfService::standard);
 };

@@ -48,6 +48,7 @@ class SimulatedNetworkBinding final : public NetworkBinding {
   std::string refusingWebSocketUrl(int status) override { return std::string(kRefusing) + std::to_string(status); }
   std::string silentWebSocketUrl() override { return "ws://silent.example/ws"; }
 
+  std::vector<std::string> unusableAuthorityFiles() override { return {"/no/such/file.pem"}; }
   std::string httpUrl(int status) override { return "http://server.example/" + std::to_string(status); }
   std::string silentHttpUrl() override { return "http://silent.example/"; }
   std::vector<std::string> httpRequests() override {

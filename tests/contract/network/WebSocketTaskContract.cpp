@@ -86,6 +86,22 @@ TEST_P(WebSocketTaskContract, FailsOnAddressesThatCannotBeUsed) {
   }
 }
 
+TEST_P(WebSocketTaskContract, FailsWithTheNameOfAFileOfAuthoritiesThatCannotBeUsed) {
+  const std::string url = binding->webSocketUrl();
+  const std::string secure = "wss" + url.substr(url.find(':'));
+  for (const auto& file : binding->unusableAuthorityFiles()) {
+    TaskClient client(*binding, {.url = secure, .authorityFile = file});
+    const auto receipt = client.receive();
+    const auto* const end = receipt ? std::get_if<WebSocketEnd>(&*receipt) : nullptr;
+    ASSERT_TRUE(end) << file;
+    EXPECT_EQ(end->error.description.find("The file of authorities "), 0U) << end->error.description;
+    EXPECT_NE(end->error.description.find(file), std::string::npos) << end->error.description;
+    EXPECT_EQ(client.opened.count(), 0U);
+  }
+  TaskClient inClear(*binding, {.url = url, .authorityFile = binding->unusableAuthorityFiles().front()});
+  EXPECT_TRUE(inClear.waitForOpen());
+}
+
 TEST_P(WebSocketTaskContract, GivesUpOpeningAfterTheTimeout) {
   TaskClient client(*binding, {.url = binding->silentWebSocketUrl(), .timeout = Seconds{0.02}});
   EXPECT_EQ(client.receiveAsText(), "end");

@@ -3,33 +3,33 @@
 namespace quillard::test {
 namespace {
 
-const std::string kName = "QUILLARD_TEST_OF_THE_ENVIRONMENT";
+const std::string kVariable = "QUILLARD_TEST_OF_THE_ENVIRONMENT";
 
 }  // namespace
 
 TEST_P(EnvironmentContract, TellsUnsetFromSetToNothing) {
-  EXPECT_EQ(environment.value(kName), std::nullopt);
-  binding->set(kName, "");
-  EXPECT_EQ(environment.value(kName), "");
-  binding->unset(kName);
-  EXPECT_EQ(environment.value(kName), std::nullopt);
+  EXPECT_EQ(environment.value(kVariable), std::nullopt);
+  binding->set(kVariable, "");
+  EXPECT_EQ(environment.value(kVariable), "");
+  binding->unset(kVariable);
+  EXPECT_EQ(environment.value(kVariable), std::nullopt);
 }
 
 TEST_P(EnvironmentContract, GivesThePresentValueByteForByte) {
-  binding->set(kName, " a=b\xFF ");
-  EXPECT_EQ(environment.value(kName), " a=b\xFF ");
-  binding->set(kName, "later");
-  EXPECT_EQ(environment.value(kName), "later");
+  binding->set(kVariable, " a=b\xFF ");
+  EXPECT_EQ(environment.value(kVariable), " a=b\xFF ");
+  binding->set(kVariable, "later");
+  EXPECT_EQ(environment.value(kVariable), "later");
 }
 
 TEST_P(EnvironmentContract, FindsNothingUnderNamesThatNoVariableHas) {
-  binding->set(kName, "x=y");
+  binding->set(kVariable, "x=y");
   EXPECT_EQ(environment.value(""), std::nullopt);
-  EXPECT_EQ(environment.value(kName + "=x"), std::nullopt);
-  EXPECT_EQ(environment.value(kName + '\0'), std::nullopt);
+  EXPECT_EQ(environment.value(kVariable + "=x"), std::nullopt);
+  EXPECT_EQ(environment.value(kVariable + '\0'), std::nullopt);
   EXPECT_EQ(environment.value("quillard_test_of_the_environment"), std::nullopt);
-  const std::string longer = kName + "_AND_MORE";
-  EXPECT_EQ(environment.value(std::string_view(longer).substr(0, kName.size())), "x=y");
+  const std::string longer = kVariable + "_AND_MORE";
+  EXPECT_EQ(environment.value(std::string_view(longer).substr(0, kVariable.size())), "x=y");
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(EnvironmentContract);

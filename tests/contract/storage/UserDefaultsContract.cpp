@@ -118,6 +118,19 @@ TEST_P(UserDefaultsContract, SaysWhenNothingCanBeWrittenAndWritesItLater) {
   EXPECT_EQ(binding->openAnother()->object("first"), UserDefaultsValue(true));
 }
 
+TEST_P(UserDefaultsContract, ReadsWhatOthersHaveWrittenAlsoWhereItCannotWrite) {
+  auto other = binding->openAnother();
+  other->set("theirs", true);
+  ASSERT_EQ(other->synchronize(), std::nullopt);
+  other.reset();
+  binding->setDiskFull(true);
+  binding->defaults().set("ours", true);
+  EXPECT_NE(binding->defaults().synchronize(), std::nullopt);
+  EXPECT_EQ(binding->defaults().object("theirs"), UserDefaultsValue(true));
+  EXPECT_EQ(binding->defaults().object("ours"), UserDefaultsValue(true));
+  binding->setDiskFull(false);
+}
+
 TEST_P(UserDefaultsContract, MayBeUsedByManyThreads) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {

@@ -357,8 +357,8 @@ TEST_F(Languages, HaveButtonsThatAreShownAndPressedAsTheyStand) {
   const std::string label = translationsAreInstalled() ? "Nein" : "No";
   const auto isSo = [&](const DialogButton& button) { return button.label == label; };
   ASSERT_TRUE(std::any_of(found[0].buttons.begin(), found[0].buttons.end(), isSo));
-  const auto resolve = [&] { return agent.detector.resolveCurrentButton(found[0], label); };
-  const auto button = resolve();
+  const auto resolve = [&] { return agent.detector.resolve(found[0], label); };
+  const auto button = resolve().button;
   ASSERT_TRUE(button);
   const auto error = ClickExecutor::click(
       *button, {binding.accessibility(), binding.syntheticEvents(), binding.clock()},

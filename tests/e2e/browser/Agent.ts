@@ -6,7 +6,7 @@ import { places } from "./places";
 import { Program } from "./Program";
 import type { Relay } from "./Relay";
 
-const rows = { pairing: "iPhone Pairing", alerts: "iPhone Alerts" } as const;
+const rows = { pairing: "Phone Pairing", alerts: "Phone Alerts" } as const;
 
 /** The agent, installed for the desktop's user as it is for any user, and its window. */
 export class Agent {
@@ -69,7 +69,7 @@ export class Agent {
   }
 
   waitUntilPaired(): Promise<void> {
-    return this.desktop.see(this.process, rows.pairing, "iPhone paired");
+    return this.desktop.see(this.process, rows.pairing, "Phone paired");
   }
 
   waitUntilUnpaired(): Promise<void> {
@@ -78,11 +78,11 @@ export class Agent {
 
   /** Waits until its window says of the phone that it can receive alerts. */
   waitForPhoneNamed(name: string): Promise<void> {
-    return this.desktop.see(this.process, rows.pairing, `${name} can receive approval alerts from this Mac.`);
+    return this.desktop.see(this.process, rows.pairing, `${name} receives the prompts of this computer.`);
   }
 
   async unpair(): Promise<void> {
-    await this.desktop.press(this.process, rows.pairing, "Unpair iPhone");
+    await this.desktop.press(this.process, rows.pairing, "Unpair Phone");
     await this.waitUntilUnpaired();
   }
 
@@ -99,7 +99,7 @@ export class Agent {
 
   async resume(): Promise<void> {
     await this.desktop.press(this.process, rows.alerts, "Resume");
-    await this.desktop.see(this.process, rows.alerts, "Pause while handling prompts locally.");
+    await this.desktop.see(this.process, rows.alerts, "Pause while you answer prompts here.");
   }
 
   private get program(): string {

@@ -9,6 +9,9 @@ export class Relay {
   private readonly runs: Program[] = [];
   private port = 0;
 
+  /** `options`: besides those that every test needs. */
+  constructor(private readonly options: readonly string[] = []) {}
+
   async start(): Promise<void> {
     const run = new Program("the relay", places.relayProgram, [
       "--listen",
@@ -17,6 +20,7 @@ export class Relay {
       this.database,
       "--page",
       places.page,
+      ...this.options,
     ]);
     this.runs.push(run);
     const [, port] = await run.waitForOutput(/^Listening on http:\/\/127\.0\.0\.1:(\d+)$/m);

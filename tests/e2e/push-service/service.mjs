@@ -76,6 +76,11 @@ const special = {
   // Once, and then it is fine.
   later: (response, _, times) => response.writeHead(times === 1 ? 429 : 201, { "retry-after": "1" }).end(),
   forgetful: (response, _, times) => response.writeHead(times === 1 ? 401 : 201).end(),
+  // An answer that is none yet comes first.
+  hints: (response) => {
+    response.writeEarlyHints({ link: "</a>; rel=preload" });
+    response.writeHead(201).end();
+  },
   last: (response) => response.writeHead(201, { connection: "close" }).end(),
 };
 

@@ -27,6 +27,30 @@ export class FakeAgent {
     this.computer = new FakeComputer(webcrypto as unknown as Crypto, randomUUID(), relayURL);
   }
 
+  /** Those that are paired, as the relay names them. */
+  phones: readonly { readonly deviceID: string; readonly connected: boolean; readonly asleep?: boolean }[] =
+    [];
+  /** Those of them that can be woken. */
+  subscriptions: readonly {
+    readonly deviceID: string;
+    readonly subscriptionID: string;
+    readonly encryptedSubscription: { readonly ciphertext: string };
+  }[] = [];
+
+  get pairingID(): string {
+    return this.computer.pairingID;
+  }
+
+  /** What a phone has sealed for its computer. */
+  open(ciphertext: string): Promise<unknown> {
+    return this.computer.open(ciphertext);
+  }
+
+  /** Has the relay post that body. */
+  push(message: object): void {
+    this.send(JSON.stringify({ type: "push.send", ...message }));
+  }
+
   get pairingText(): string {
     return this.computer.pairingText();
   }
@@ -112,7 +136,15 @@ export class FakeAgent {
 
   private async take(text: string): Promise<void> {
     const type = memberOf(JSON.parse(text), "type");
-    if (type === "phone.status") return;
+    if (type === "phone.status") {
+      this.phones = Reflect.get(JSON.parse(text), "phones");
+      return;
+    }
+    if (type === "push.subscriptions") {
+      this.subscriptions = Reflect.get(JSON.parse(text), "subscriptions");
+      return;
+    }
+    if (type === "push.result") return;
     const message = await this.computer.read(text);
     const next = this.waiting.shift();
     if (next) next(message);

@@ -1,7 +1,7 @@
 // The real relay, on a port of this machine itself, with a database of its own.
 import { spawn } from "node:child_process";
 import type { ChildProcess } from "node:child_process";
-import { mkdtempSync, rmSync } from "node:fs";
+import { mkdirSync, mkdtempSync, rmSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { createInterface } from "node:readline";
@@ -23,6 +23,8 @@ export class RelayProcess {
   private port = 0;
   /** The folder that is served from the next start on. */
   page = kPage;
+  /** Further options, from the next start on. */
+  options: readonly string[] = [];
   /** Where the page is served besides, from the next start on. */
   pageOrigins: readonly string[] = [];
 
@@ -39,6 +41,7 @@ export class RelayProcess {
       join(this.folder, "relay.db"),
       "--page",
       this.page,
+      ...this.options,
       ...this.pageOrigins.flatMap((origin) => ["--page-origin", origin]),
     ];
     const child = spawn(program(), options, { stdio: ["ignore", "pipe", "ignore"] });
@@ -63,6 +66,12 @@ export class RelayProcess {
     const gone = new Promise((resolve) => child.once("exit", resolve));
     child.kill("SIGKILL");
     await gone;
+  }
+
+  /** All that it has stored. Not while it runs. */
+  forget(): void {
+    rmSync(this.folder, { recursive: true, force: true });
+    mkdirSync(this.folder);
   }
 
   async dispose(): Promise<void> {

@@ -2,6 +2,7 @@
 // is watched. The tests of one worker share a relay, except those that stop it or change what it serves: `ownRelay`.
 import { expect, test as base } from "@playwright/test";
 import type { Locator, Page } from "@playwright/test";
+import { say } from "../../src/language/say";
 import { FakeAgent } from "./FakeAgent";
 import { RelayProcess } from "./RelayProcess";
 
@@ -92,15 +93,15 @@ export async function pairByText(
   name = "Studio",
 ): Promise<void> {
   await page.goto(relay.url);
-  await page.getByRole("button", { name: "Paste the code’s text" }).tap();
-  await page.getByLabel("The code’s text").fill(computer.pairingText);
-  await page.getByRole("button", { name: "Continue" }).tap();
+  await page.getByRole("button", { name: say("Paste the code’s text") }).tap();
+  await page.getByLabel(say("The code’s text")).fill(computer.pairingText);
+  await page.getByRole("button", { name: say("Continue") }).tap();
   await agree(page, name);
 }
 
 export async function agree(page: Page, name: string): Promise<void> {
-  await page.getByLabel("Name of the computer").fill(name);
-  await page.getByRole("button", { name: "Pair", exact: true }).tap();
+  await page.getByLabel(say("Name of the computer")).fill(name);
+  await page.getByRole("button", { name: say("Pair"), exact: true }).tap();
   await expect(page.getByRole("heading", { name, exact: true })).toBeVisible();
 }
 

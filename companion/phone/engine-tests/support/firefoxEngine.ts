@@ -11,7 +11,7 @@ const kKeys: Record<"Enter" | "Space" | "Tab", KeyInput> = {
   Tab: "Tab",
 };
 
-class FirefoxTab implements Tab {
+export class FirefoxTab implements Tab {
   constructor(private readonly page: Page) {}
 
   async open(url: string): Promise<void> {

@@ -74,17 +74,40 @@ describe("a code in a picture", kTimeout, () => {
     }
   });
 
-  it.each(["status-window-light.png", "status-window-dark.png"])(
-    "is found on a screenshot of the desktop's own window: %s",
-    (name) => {
-      const text = findCode(desktopPicture(name), "thorough");
-      expect(JSON.parse(text ?? "null")).toMatchObject({ type: "sample", version: 1 });
+  it("is found on a screenshot of the desktop's own window, which shows the page's address as a code, too", () => {
+    const text = findCode(desktopPicture("status-window-dark.png"), "thorough");
+    expect(JSON.parse(text ?? "null")).toMatchObject({ type: "sample", version: 1 });
+  });
+
+  it.each(["quick", "thorough"] as const)("is found beside the code of an address: %s", (effort) => {
+    const picture = blank(1000, 800, 255);
+    const side = draw(picture, kText, 270, 160, 6);
+    expect(side).toBeLessThan(480);
+    draw(picture, "https://relay.example", 20, 20, 4);
+    expect(findCode(picture, effort)).toBe(kText);
+  });
+
+  it.each([3, 4, 5, 6])(
+    "is found in the middle of what a camera sees, an address at the edge: %i px a module",
+    (module) => {
+      const picture = blank(1000, 1000, 255);
+      draw(picture, kText, 265, 265, 6);
+      draw(picture, "https://relay.example", 0, 0, module);
+      expect(findCode(picture, "quick")).toBe(kText);
     },
   );
+
+  it("may be that of an address alone, which is then told to be none that pairs", () => {
+    const picture = blank(640, 480, 255);
+    draw(picture, "https://relay.example", 40, 40, 6);
+    expect(findCode(picture, "quick")).toBe("https://relay.example");
+    expect(findCode(picture, "thorough")).toBe("https://relay.example");
+  });
 
   it("is not made up where there is none", () => {
     expect(findCode(blank(640, 480, 255), "thorough")).toBeUndefined();
     expect(findCode(desktopPicture("status-window-setup.png"), "thorough")).toBeUndefined();
+    expect(findCode(desktopPicture("status-window-light.png"), "thorough")).toBeUndefined();
   });
 
   it("keeps letters beyond ASCII", () => {

@@ -11,10 +11,56 @@ const kComfortableSides = [1400, 900, 560];
 // Sides of the tiles of a screenshot in which a window with a code stands somewhere.
 const kTileSides = [640, 420];
 const kEnlarged = 2;
+// Of each side of what the camera sees, when the whole gave none: a second code at its edge hides the one in the middle.
+const kMiddle = 0.6;
 
-function scan(pixels: Pixels): string | undefined {
+type Corner = { readonly x: number; readonly y: number };
+
+interface Found {
+  readonly text: string;
+  readonly corners: readonly Corner[];
+}
+
+function scan(pixels: Pixels): Found | undefined {
   const found = jsQR(pixels.data, pixels.width, pixels.height, { inversionAttempts: "dontInvert" });
-  return found && found.data !== "" ? found.data : undefined;
+  if (!found || found.data === "") return undefined;
+  const { topLeftCorner, topRightCorner, bottomLeftCorner, bottomRightCorner } = found.location;
+  return { text: found.data, corners: [topLeftCorner, topRightCorner, bottomLeftCorner, bottomRightCorner] };
+}
+
+/** The computer's window shows the page's address as a code, too, beside the one that pairs. */
+function isAddress(text: string): boolean {
+  return /^https?:/i.test(text);
+}
+
+function cover(pixels: Pixels, corners: readonly Corner[]): Pixels {
+  const data = pixels.data.slice();
+  const within = (value: number, length: number) => Math.min(length, Math.max(0, Math.round(value)));
+  const [left, right] = [
+    within(Math.min(...corners.map(({ x }) => x)), pixels.width),
+    within(Math.max(...corners.map(({ x }) => x)), pixels.width),
+  ];
+  const [top, bottom] = [
+    within(Math.min(...corners.map(({ y }) => y)), pixels.height),
+    within(Math.max(...corners.map(({ y }) => y)), pixels.height),
+  ];
+  for (let y = top; y < bottom; ++y) {
+    data.fill(255, (y * pixels.width + left) * 4, (y * pixels.width + right) * 4);
+  }
+  return { data, width: pixels.width, height: pixels.height };
+}
+
+/** An address is only taken when there is nothing else to be seen. */
+function textIn(pixels: Pixels): string | undefined {
+  const found = scan(pixels);
+  if (!found || !isAddress(found.text)) return found?.text;
+  return scan(cover(pixels, found.corners))?.text ?? found.text;
+}
+
+function middle(pixels: Pixels): Pixels {
+  const [width, height] = [Math.ceil(pixels.width * kMiddle), Math.ceil(pixels.height * kMiddle)];
+  const [x, y] = [Math.floor((pixels.width - width) / 2), Math.floor((pixels.height - height) / 2)];
+  return crop(pixels, { x, y, width, height });
 }
 
 /** The pictures that are scanned, one after another, until one gives the code. */
@@ -34,12 +80,14 @@ function* views(pixels: Pixels): Generator<Pixels> {
   }
 }
 
-/** What the first code that is found holds. Absent: none was found. */
+/** What the first code that is found holds, one that pairs before an address. Absent: none was found. */
 export function findCode(pixels: Pixels, effort: Effort): string | undefined {
-  if (effort === "quick") return scan(pixels);
+  if (effort === "quick") return textIn(pixels) ?? textIn(middle(pixels));
+  let address: string | undefined;
   for (const view of views(pixels)) {
-    const text = scan(view);
-    if (text !== undefined) return text;
+    const text = textIn(view);
+    if (text !== undefined && !isAddress(text)) return text;
+    address ??= text;
   }
-  return undefined;
+  return address;
 }

@@ -1,4 +1,5 @@
 // The code in a picture file.
+import { say } from "../language/say";
 import { CodeReader } from "./CodeReader";
 import { imageOf } from "./imageOf";
 
@@ -10,14 +11,14 @@ function loaded(url: string): Promise<HTMLImageElement> {
   return new Promise((resolve, reject) => {
     const image = new Image();
     image.onload = () => resolve(image);
-    image.onerror = () => reject(new Error("This file is no picture that the browser can show."));
+    image.onerror = () => reject(new Error(say("This file is no picture that the browser can show.")));
     image.src = url;
   });
 }
 
 /** Absent: there is no code in it. Rejects with an Error whose message is for people. */
 export async function readPicture(file: Blob): Promise<string | undefined> {
-  if (file.size > kLargestFile) throw new Error("This picture is too large.");
+  if (file.size > kLargestFile) throw new Error(say("This picture is too large."));
   const url = URL.createObjectURL(file);
   const reader = new CodeReader();
   try {

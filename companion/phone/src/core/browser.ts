@@ -1,5 +1,6 @@
 // The environment that a browser gives.
 
+import { say } from "../language/say";
 import type {
   DeviceLock,
   HttpResponse,
@@ -32,6 +33,7 @@ export function browserEnvironment(): Environment {
     store: new IndexedDBStore(crypto, factory(), async () => navigator.storage.persist()),
     deviceStatus: browserDeviceStatus(),
     lock: browserLock,
+    push: async () => (await import("./pushDoor")).pageDoor(),
     relayOrigin: relayOrigin(),
     deviceName: platform(navigator.userAgent).device,
     platform: platform(navigator.userAgent).name,
@@ -53,7 +55,7 @@ function relayOrigin(): string {
   return named === undefined ? location.origin : new URL(named).origin;
 }
 
-function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {
+export function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {
   const socket = new WebSocket(url, [...protocols]);
   socket.onopen = () => listener.opened();
   socket.onmessage = (event: MessageEvent<unknown>) => listener.received(event.data);
@@ -70,7 +72,7 @@ function openWebSocket(url: string, protocols: readonly string[], listener: Sock
 }
 
 /** Some browsers throw where data is switched off. */
-function factory(): IDBFactory | undefined {
+export function factory(): IDBFactory | undefined {
   try {
     return globalThis.indexedDB as IDBFactory | undefined;
   } catch {
@@ -78,7 +80,7 @@ function factory(): IDBFactory | undefined {
   }
 }
 
-async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
+export async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
   const ending = new AbortController();
   const timer = setTimeout(() => ending.abort(), requestTimeout);
   try {
@@ -90,7 +92,7 @@ async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
       referrerPolicy: "no-referrer",
       signal: ending.signal,
     });
-    return { status: answer.status };
+    return { status: answer.status, text: await answer.text() };
   } finally {
     clearTimeout(timer);
   }
@@ -107,13 +109,9 @@ function browserDeviceStatus(): DeviceStatus {
       addEventListener("offline", () => listener("offline"), { signal });
       // A page that was kept aside comes back without being loaded.
       addEventListener("pageshow", becameVisible, { signal });
-      document.addEventListener(
-        "visibilitychange",
-        () => document.visibilityState === "visible" && becameVisible(),
-        {
-          signal,
-        },
-      );
+      addEventListener("pagehide", () => listener("frozen"), { signal });
+      document.addEventListener("freeze", () => listener("frozen"), { signal });
+      document.addEventListener("visibilitychange", () => listener(document.visibilityState), { signal });
       return () => ending.abort();
     },
   };
@@ -124,10 +122,10 @@ export function platform(userAgent: string): { readonly name: string; readonly d
   const known: readonly (readonly [RegExp, string, string])[] = [
     [/iPhone|iPod/, "iOS", "iPhone"],
     [/iPad/, "iPadOS", "iPad"],
-    [/Android/, "Android", "Android phone"],
-    [/Macintosh/, "macOS", "Browser on a Mac"],
-    [/Windows/, "Windows", "Browser on Windows"],
-    [/Linux/, "Linux", "Browser on Linux"],
+    [/Android/, "Android", say("Android phone")],
+    [/Macintosh/, "macOS", say("Browser on a Mac")],
+    [/Windows/, "Windows", say("Browser on Windows")],
+    [/Linux/, "Linux", say("Browser on Linux")],
   ];
   const match = known.find(([pattern]) => pattern.test(userAgent));
   return match ? { name: match[1], device: match[2] } : { name: "Web", device: "Browser" };

@@ -1,9 +1,12 @@
 import { describe, expect, it } from "vitest";
 import { ComputerLog } from "./computerLog";
 import type { LogEntry } from "./reports";
+import { sampleID } from "./testing/fakeComputer";
 
 const digest = (name: string) => name.padStart(64, "0");
 const head = (sequence: number, at: number, name = `${sequence}`) => ({ sequence, digest: digest(name), at });
+/** Of the run of that number. */
+const stamp = (run: number, time: number) => ({ epoch: sampleID(run), time });
 const entry = (sequence: number, name = `${sequence}`): LogEntry => ({
   sequence,
   digest: digest(name),
@@ -61,6 +64,52 @@ describe("The computer's log", () => {
     expect([log.brokenAt, log.state]).toEqual([undefined, `${digest("5")}:5:100:0:0`]);
   });
 
+  it("is judged by the clock that the computer seals, whatever the day is set to there", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 9000), 1, [], stamp(1, 10));
+    expect(log.learn(head(6, 100), 2, [], stamp(1, 20))).toBe(true);
+    expect(log.learn(head(4, 9999), 3, [], stamp(1, 15))).toBe(false);
+    expect(log.brokenAt).toBeUndefined();
+    expect(log.learn(head(4, 50), 4, [], stamp(1, 30))).toBe(true);
+    expect(log.brokenAt).toBe(4);
+  });
+
+  it("that goes on is news, also of a run whose day was set back", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 9000), 1, [], stamp(1, 10));
+    expect(log.learn(head(7, 100), 2, [entry(5), entry(7)], stamp(2, 1))).toBe(true);
+    expect(log.brokenAt).toBeUndefined();
+    expect(log.learn(head(6, 110), 3, [], stamp(2, 5))).toBe(true);
+    expect(log.brokenAt).toBe(3);
+  });
+
+  it("is not broken by a word of an earlier run, over visits", () => {
+    const log = new ComputerLog(undefined);
+    log.learn(head(5, 100), 1, [], stamp(1, 10));
+    log.learn(head(8, 50), 2, [], stamp(2, 1));
+    const later = new ComputerLog(log.state);
+    expect(later.state).toBe(log.state);
+    expect(later.learn(head(6, 120), 3, [], stamp(1, 900))).toBe(false);
+    expect(later.learn(head(7, 40), 3, [], stamp(3, 1))).toBe(false);
+    expect(later.brokenAt).toBeUndefined();
+    expect(later.learn(head(7, 60), 4, [], stamp(4, 1))).toBe(true);
+    expect(later.brokenAt).toBe(4);
+  });
+
+  it("remembers a bounded number of runs", () => {
+    const log = new ComputerLog(undefined);
+    for (let run = 1; run < 200; run += 1) log.learn(head(run, run), run, [], stamp(run, 1));
+    expect(log.state?.length).toBeLessThan(1000);
+    expect(log.learn(head(198, 5000), 1, [], stamp(198, 7))).toBe(false);
+  });
+
+  it("goes on from what a page kept that did not know of runs", () => {
+    const log = new ComputerLog(`${digest("5")}:5:9000:4:0`);
+    expect(log.learn(head(6, 100), 2, [], stamp(1, 1))).toBe(true);
+    expect(log.learn(head(5, 200), 3, [], stamp(1, 2))).toBe(true);
+    expect(log.brokenAt).toBe(3);
+  });
+
   it("gives each entry once, over visits", () => {
     const log = new ComputerLog(undefined);
     log.learn(head(3, 100), 1);
@@ -77,7 +126,7 @@ describe("The computer's log", () => {
     log.learn(head(4, 200), 2);
     const later = new ComputerLog(log.state);
     expect([later.state, later.brokenAt]).toEqual([log.state, 2]);
-    for (const text of ["", "x", ":::", "a:b:c:d", "a:-1:2:3", "a:1"]) {
+    for (const text of ["", "x", ":::", "a:b:c:d", "a:-1:2:3", "a:1", "a:1:2:3:4:x:y"]) {
       expect(new ComputerLog(text).state).toBeUndefined();
     }
   });

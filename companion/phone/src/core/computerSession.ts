@@ -1,6 +1,7 @@
 // One paired computer as this phone knows it: joins the owners of its list, decisions, suppressions, history and
 // connection, each of which has a state of its own. Sessions share nothing but the environment.
 
+import { say } from "../language/say";
 import { ComputerClock, type ClockStamp, type Moment } from "./computerClock";
 import { ComputerLog } from "./computerLog";
 import { DecisionDelivery } from "./decisionDelivery";
@@ -29,6 +30,7 @@ import { PromptList } from "./promptList";
 import { RelayConnection } from "./relayConnection";
 import type { LogEntry, LogExcerpt } from "./reports";
 import { SealedChannel } from "./sealedChannel";
+import { SessionAlerts } from "./sessionAlerts";
 import type { PairingKeys, PairingNotes, PendingSuppression, StoredPairing } from "./store";
 import { SuppressionList } from "./suppressionList";
 import { newUuid } from "./uuid";
@@ -38,7 +40,7 @@ type Snapshot = Extract<IncomingMessage, { type: "snapshot" }>;
 const mostPressedElsewhere = 200;
 const newPhoneTime = 24 * 3600_000;
 const otherPhoneName = "another phone";
-const unknownPrompt = { appName: "A prompt that this phone has not seen", windowTitle: "" } as const;
+const unknownPrompt = { appName: say("A prompt that this phone has not seen"), windowTitle: "" } as const;
 
 /** This phone's own lock, as the computers of one phone share it. */
 export interface SharedLock {
@@ -51,11 +53,13 @@ export interface SharedLock {
 
 export class ComputerSession {
   readonly keys: PairingKeys;
+  readonly alerts: SessionAlerts;
 
   private name: string;
   /** Being stored: not shown yet, and part of every write meanwhile. */
   private newName: string | undefined;
   private isComputerConnected: boolean | undefined;
+  private computerConnection: number | undefined;
   private lastReceivedAt: Instant | undefined;
   private pause: Pause | undefined;
   private wantsLock = false;
@@ -104,12 +108,22 @@ export class ComputerSession {
       disconnected: () => this.disconnected(),
       message: (text) => this.received(text),
     });
+    const toRelay = {
+      isConnected: () => this.connection.state.kind === "connected",
+      send: (text: string) => this.connection.send(text),
+    };
+    this.alerts = new SessionAlerts({
+      ...toRelay,
+      deviceID: keys.deviceID,
+      channel: this.channel,
+      computerName: () => this.name,
+      changed,
+    });
     this.decisions = new DecisionDelivery(notes.decisions, {
       environment,
       clock: this.clock,
       channel: this.channel,
-      isConnected: () => this.connection.state.kind === "connected",
-      send: (text) => this.connection.send(text),
+      ...toRelay,
       save: () => this.writer.save(),
       settled: (record) => this.history.addDecision(record),
       changed,
@@ -138,6 +152,7 @@ export class ComputerSession {
     const prompts = this.ended === undefined ? this.prompts() : undefined;
     const newPhones = this.newPhonesNow();
     const lock = this.wantedLock();
+    const alerts = this.alerts.state();
     return {
       pairingID: this.keys.pairingID,
       name: this.name,
@@ -154,6 +169,7 @@ export class ComputerSession {
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
+      ...(alerts && { alerts }),
       ...(brokenAt !== undefined && { logBrokenAt: brokenAt }),
       ...(problem !== undefined && { storageProblem: problem }),
     };
@@ -168,6 +184,7 @@ export class ComputerSession {
     } finally {
       if (this.newName === name) this.newName = undefined;
     }
+    this.alerts.computerRenamed();
     this.changed();
   }
 
@@ -180,26 +197,43 @@ export class ComputerSession {
     this.connection.connectNow();
   }
 
-  /** Nothing happens where the prompt, the button or the time does not allow it. */
-  decide(approvalID: string, buttonLabel: string): void {
+  /** Resolves once all that has come is taken and stored. */
+  settle(): Promise<void> {
+    return this.inbox;
+  }
+
+  /** `at`: when a person chose it. Absent: now. Nothing happens where the prompt, the button or the time does not allow it. */
+  decide(approvalID: string, buttonLabel: string, at?: Moment): void {
     const prompt = this.prompt(approvalID);
     const button = prompt?.buttons.find((candidate) => candidate.label === buttonLabel);
     if (!prompt || !button) return;
-    const asksLock = button.kind !== "dismiss" && this.wantedLock() === "asked";
-    if (asksLock) {
+    const lock = button.kind === "dismiss" ? undefined : this.wantedLock();
+    if (lock === "missing") return;
+    if (lock === "asked") {
       void this.unlockAndDecide(prompt, buttonLabel);
     } else {
       if (this.unlocking?.approvalID === approvalID) this.unlocking = undefined;
-      this.decisions.decide(prompt, buttonLabel);
+      this.decisions.decide(prompt, buttonLabel, false, at);
     }
   }
 
   /** Nothing happens without a connection: the computer tells of the phone for as long as it is there. */
-  async removePhone(id: string): Promise<void> {
-    const payload = await this.channel.seal({ action: "removePhone", suppressionID: id });
+  removePhone(id: string): Promise<void> {
+    return this.sendCommand({ action: "removePhone", suppressionID: id });
+  }
+
+  /** As `removePhone`. */
+  testAlert(): Promise<void> {
+    const { deviceID } = this.keys;
+    const command = { action: "testPush", suppressionID: newUuid(this.environment.crypto), deviceID };
+    return this.sendCommand(command);
+  }
+
+  /** A relay passes on the kinds of messages that it knows; which command it is stands in the box. */
+  private async sendCommand(command: Readonly<Record<"action" | "suppressionID", string>>): Promise<void> {
+    const payload = await this.channel.seal(command);
     if (!payload || this.isStopped || this.connection.state.kind !== "connected") return;
     const decisionID = newUuid(this.environment.crypto);
-    // A relay passes on the kinds of messages that it knows; which command it is stands in the box.
     this.connection.send(suppressionMessage("suppress", decisionID, payload, this.environment.now()));
   }
 
@@ -249,10 +283,10 @@ export class ComputerSession {
     try {
       await this.lock.open();
       if (this.subjectTextOf(approvalID) !== before)
-        problem = "The prompt has changed meanwhile. Nothing was sent.";
+        problem = say("The prompt has changed meanwhile. Nothing was sent.");
     } catch (error) {
       problem =
-        error instanceof Error ? error.message : "This phone’s lock did not answer. Nothing was sent.";
+        error instanceof Error ? error.message : say("This phone’s lock did not answer. Nothing was sent.");
     }
     if (this.unlocking !== waiting || this.isStopped) return;
     this.unlocking = problem === undefined ? undefined : { approvalID, shown: { buttonLabel, problem } };
@@ -322,6 +356,7 @@ export class ComputerSession {
   }
 
   private sendEverythingOpen(): void {
+    this.alerts.connected();
     this.decisions.resume();
     for (const pending of this.suppressions.pending()) void this.sendSuppression(pending);
   }
@@ -356,9 +391,11 @@ export class ComputerSession {
       case "suppression":
         return this.takeSuppression(message.box);
       case "computerStatus":
-        return this.takeComputerStatus(message.isConnected, message.heardSecondsAgo);
+        return this.takeComputerStatus(message);
       case "receipt":
         return this.takeReceipt(message.decisionID, message.delivered, message.reason);
+      case "pushSubscription":
+        return this.alerts.relayReported(message.isSubscribed, message.reason);
       case "unknown":
         return;
     }
@@ -386,20 +423,21 @@ export class ComputerSession {
   }
 
   private async takeMeeting(box: string, receivedAt: Moment): Promise<void> {
-    const { clock, newPhones, suppressions, log } = readClock(await this.channel.open(box));
+    const { clock, newPhones, suppressions, log, sentAlerts } = readClock(await this.channel.open(box));
     if (this.isStopped) return;
     this.clock.learn(clock, receivedAt);
     this.takeNewPhones(clock, newPhones);
+    if (sentAlerts) this.alerts.computerReported(sentAlerts);
     if (suppressions) this.suppressions.report(suppressions, this.environment.now());
-    if (log) this.takeLog(log);
+    if (log) this.takeLog(log, clock);
     if (!suppressions && !log) return;
     this.changed();
     await this.writer.save();
   }
 
   /** What a relay held back may be an older word: then it tells nothing new. */
-  private takeLog(log: LogExcerpt): void {
-    if (!this.log.learn(log.head, this.environment.now(), log.entries)) return;
+  private takeLog(log: LogExcerpt, toldAt: ClockStamp): void {
+    if (!this.log.learn(log.head, this.environment.now(), log.entries, toldAt)) return;
     for (const entry of this.log.takeNew(log)) {
       if (entry.at >= this.keys.pairedAt) this.recordEntry(entry);
     }
@@ -446,7 +484,7 @@ export class ComputerSession {
     // Under which decision's name the relay delivers it is the relay's word only.
     const decisionID = result.decisionID ?? outerID;
     if (result.clock) this.clock.learn(result.clock, receivedAt);
-    if (result.logHead) this.log.learn(result.logHead, this.environment.now());
+    if (result.logHead) this.log.learn(result.logHead, this.environment.now(), [], result.clock);
     this.lastReceivedAt = this.environment.now();
     if (!this.decisions.result(decisionID, result)) this.recordOfOthers(decisionID, result, phone);
     this.changed();
@@ -475,6 +513,7 @@ export class ComputerSession {
     const text = await this.channel.openOnce(box);
     if (this.isStopped || text === undefined) return;
     const command = readSuppressionCommand(text);
+    this.suppressions.overruled(command.suppressionID);
     if (command.action === "unsuppress") this.suppressions.remove(command.suppressionID);
     else this.suppressForOthers(command);
     this.changed();
@@ -491,13 +530,24 @@ export class ComputerSession {
       this.history.addSuppressed(this.subjectOf(prompt), otherPhoneName);
   }
 
-  private takeComputerStatus(isConnected: boolean, heardSecondsAgo: number | undefined): void {
-    const isBack = isConnected && this.isComputerConnected === false;
+  private takeComputerStatus(status: Extract<IncomingMessage, { type: "computerStatus" }>): void {
+    const { isConnected, connection, heardSecondsAgo } = status;
+    const wasAway = this.isComputerConnected === false;
+    // The relay may still have taken the earlier connection for a good one, and lost in it what it was given.
+    const isAnother = this.isComputerConnected === true && connection !== this.computerConnection;
+    const isBack = isConnected && (wasAway || isAnother);
     this.isComputerConnected = isConnected;
+    this.computerConnection = connection;
     if (heardSecondsAgo !== undefined) this.lastReceivedAt = this.environment.now() - heardSecondsAgo * 1000;
+    const doubtful = this.suppressions.connectionIs(
+      isConnected ? connection : "none",
+      this.environment.now(),
+    );
     this.changed();
     // The outcome of a decision may have been sent while this phone was not connected.
     if (isBack) this.sendEverythingOpen();
+    else if (isConnected) for (const pending of doubtful) void this.sendSuppression(pending);
+    if (doubtful.length > 0) void this.writer.save();
   }
 
   private async takeReceipt(
@@ -507,7 +557,7 @@ export class ComputerSession {
   ): Promise<void> {
     if (this.suppressions.isPending(decisionID)) {
       if (!delivered) return;
-      this.suppressions.delivered(decisionID);
+      this.suppressions.written(decisionID, this.environment.now(), this.computerConnection);
     } else {
       this.decisions.receipt(decisionID, delivered, reason);
       this.changed();
@@ -517,7 +567,7 @@ export class ComputerSession {
 
   // Suppressions.
 
-  /** `stored`: what is recorded once the change is stored. Sent in any case, until the relay has handed it over. */
+  /** `stored`: what is recorded once the change is stored. Sent in any case, until the computer is known to have it. */
   private async storeAndSend(
     command: Omit<PendingSuppression, "decisionID">,
     stored?: () => void,
@@ -536,7 +586,7 @@ export class ComputerSession {
 
   private async sendSuppression(pending: PendingSuppression): Promise<void> {
     if (this.connection.state.kind !== "connected") return;
-    const { decisionID, ...command } = pending;
+    const { decisionID, writtenAt: _, writtenTo: __, ...command } = pending;
     const payload = await this.channel.seal(command);
     if (!payload || !this.suppressions.isPending(decisionID) || this.isStopped) return;
     this.connection.send(suppressionMessage(command.action, decisionID, payload, this.environment.now()));
@@ -555,7 +605,7 @@ export class ComputerSession {
       name: this.newName ?? this.name,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
-      pendingSuppressions: this.suppressions.pending(),
+      pendingSuppressions: this.suppressions.open(),
       decisions: this.decisions.records(),
       usedNonces: this.channel.usedNonces(),
       ...(this.ended !== undefined && { ended: this.ended }),

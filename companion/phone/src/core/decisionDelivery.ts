@@ -86,17 +86,17 @@ export class DecisionDelivery {
     this.log.promptGone(approvalID);
   }
 
-  /** Nothing happens where the prompt, the button or an earlier decision does not allow it. */
-  decide(prompt: Prompt, buttonLabel: string, isUnlocked = false): void {
+  /** `at`: when a person chose it. Nothing happens where the prompt, the button or an earlier decision does not allow it. */
+  decide(prompt: Prompt, buttonLabel: string, isUnlocked = false, at = this.moment()): void {
     const now = this.now();
     const button = prompt.buttons.find((candidate) => candidate.label === buttonLabel);
     if (!button || button.isDisabled || !this.log.mayDecide(prompt.id, now)) return;
     if (prompt.requiresDirectAccess && button.kind !== "dismiss") return;
     const decisionID = newUuid(this.dependencies.environment.crypto);
     const { id: approvalID, appName, windowTitle } = prompt;
-    const made = { decisionID, approvalID, buttonLabel, decidedAt: now, appName, windowTitle } as const;
+    const made = { decisionID, approvalID, buttonLabel, decidedAt: at.wall, appName, windowTitle } as const;
     this.log.add({ ...made, status: "sending", mayHaveArrived: false });
-    this.taps.set(decisionID, { at: this.moment(), isAskedAgain: false, isUnlocked });
+    this.taps.set(decisionID, { at, isAskedAgain: false, isUnlocked });
     trim(this.taps, mostTaps);
     this.schedule();
     this.dependencies.changed();

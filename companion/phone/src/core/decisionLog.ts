@@ -4,6 +4,7 @@
 // Life of a decision: sending -> delivered -> the computer's word, or unanswered after a minute; or sending ->
 // undelivered. The computer's word counts whenever it comes, after a settlement of our own as well: it is the truth.
 
+import { say } from "../language/say";
 import type { Decision, Instant } from "./model";
 import type { Result } from "./messages";
 import type { SealedPayload } from "./sealing";
@@ -37,13 +38,14 @@ export function isOpen(decision: Decision): boolean {
 }
 
 const undeliveredReasons: ReadonlyMap<string | undefined, string> = new Map([
-  ["macNotConnected", "The computer is not connected to the relay. Nothing was pressed."],
-  ["macBusy", "Too much waits for the computer already. Nothing was pressed."],
+  ["macNotConnected", say("The computer is not connected to the relay. Nothing was pressed.")],
+  ["macBusy", say("Too much waits for the computer already. Nothing was pressed.")],
 ]);
-const neverSent = "The relay could not be reached within a minute. Nothing was pressed.";
-const refusedByRelay = "The relay did not pass it on. Nothing was pressed.";
-const noAnswer =
-  "The computer did not answer within a minute. It is not known whether the button was pressed.";
+const neverSent = say("The relay could not be reached within a minute. Nothing was pressed.");
+const refusedByRelay = say("The relay did not pass it on. Nothing was pressed.");
+const noAnswer = say(
+  "The computer did not answer within a minute. It is not known whether the button was pressed.",
+);
 
 export class DecisionLog {
   private readonly records = new Map<string, DecisionRecord>();

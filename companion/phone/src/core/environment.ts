@@ -22,18 +22,23 @@ export interface SocketListener {
   closed(code: number): void;
 }
 
-/** The response of a relay. The body is not read: the status is all that is needed. */
+/** The response of a relay. */
 export interface HttpResponse {
   readonly status: number;
+  /** Its body. Absent: it was not read. */
+  readonly text?: string;
 }
 
 /** The network and the screen, as far as they can be known. */
 export interface DeviceStatus {
   /** False only where it is known that there is no network. */
   isOnline(): boolean;
-  /** Network gained or lost, or the page becomes visible again. The returned function ends it. */
-  onChange(listener: (what: "online" | "offline" | "visible") => void): () => void;
+  /** The returned function ends it. */
+  onChange(listener: (what: DeviceChange) => void): () => void;
 }
+
+/** Network gained or lost; the page is seen again, or not any more. frozen: nothing runs from here on until it is seen. */
+export type DeviceChange = "online" | "offline" | "visible" | "hidden" | "frozen";
 
 /** What this phone's lock is known by. */
 export interface LockKey {
@@ -55,6 +60,49 @@ export interface DeviceLock {
   check(key: LockKey): Promise<void>;
 }
 
+/** What a push service gave this browser, as it tells it to others: base64url without padding. */
+export interface PushSubscriptionKeys {
+  readonly endpoint: string;
+  /** 65 bytes. */
+  readonly p256dh: string;
+  /** 16 bytes. */
+  readonly auth: string;
+}
+
+/** A notification that is on this phone's screen, as far as it is ours. */
+export interface ShownNotification {
+  /** What it was shown with: bytes from outside, of this or an older version. */
+  readonly data: unknown;
+  close(): void;
+}
+
+/** What wakes this phone while its page is closed: the browser's push service, and a worker that it starts for a push. */
+export interface PushDoor {
+  /** homeScreenFirst: an iPhone does it only for pages on its home screen. none: this browser cannot. */
+  support(): "available" | "homeScreenFirst" | "none";
+  /** Whether notifications may be shown. default: nobody was asked yet. */
+  permission(): "granted" | "denied" | "default";
+  /** Has the browser ask the person; only right after a touch. Some browsers never answer. */
+  ask(): Promise<"granted" | "denied" | "default">;
+  /**
+   * The browser's subscription for that key of a relay: the one that is there, or a new one. One for another key is taken
+   * back first, and with `isAnew` any. Rejects where the browser refuses; may never answer.
+   */
+  subscribe(key: string, isAnew: boolean): Promise<PushSubscriptionKeys>;
+  /** Rejects, or never answers, where the push service cannot be reached. */
+  unsubscribe(): Promise<void>;
+  /** Of what the worker has shown. Empty where there is no worker. */
+  shown(): Promise<readonly ShownNotification[]>;
+  /** What the worker asks of this page. `reply` answers it. The returned function ends it. */
+  onMessage(listener: (message: unknown, reply: (answer: unknown) => void) => void): () => void;
+  /** Leads the person to that prompt on the page. */
+  goTo(approvalID: string): void;
+  /** The page's own address, without a fragment. */
+  readonly page: string;
+  /** BCP 47. */
+  readonly language: string;
+}
+
 export interface Environment {
   now(): Instant;
   /** Milliseconds since some moment of this visit. Never set; may stand still while the device sleeps. */
@@ -70,6 +118,8 @@ export interface Environment {
   readonly deviceStatus: DeviceStatus;
   /** Absent: there is none that could be asked. */
   readonly lock?: DeviceLock;
+  /** A part of its own, which not every phone needs. Absent: nothing can wake this phone. */
+  readonly push?: () => Promise<PushDoor>;
   /** The only relay that this phone may talk to, as `https://host:port`. Absent: any. */
   readonly relayOrigin?: string;
   /** What the phone is called until a person names it. */

@@ -26,6 +26,7 @@ const notes: PairingNotes = {
   suppressions: [{ suppressionID: sampleID(3), at: 7, appName: "A", windowTitle: "B" }],
   pendingSuppressions: [
     { decisionID: "D2", action: "suppress", approvalID: sampleID(2), suppressionID: sampleID(3) },
+    { decisionID: "D3", action: "unsuppress", suppressionID: sampleID(4), writtenAt: 8, writtenTo: 2 },
   ],
   decisions: [
     {
@@ -81,6 +82,20 @@ async function change(pairingID: string, members: Readonly<Record<string, unknow
       const table = transaction.objectStore("pairings");
       const old = table.get(pairingID);
       old.onsuccess = () => table.put({ ...old.result, ...members });
+      transaction.oncomplete = () => {
+        request.result.close();
+        resolve();
+      };
+    };
+  });
+}
+
+async function putInPhone(name: string, value: unknown): Promise<void> {
+  await new Promise<void>((resolve) => {
+    const request = factory.open("quillard", 1);
+    request.onsuccess = () => {
+      const transaction = request.result.transaction(["phone"], "readwrite");
+      transaction.objectStore("phone").put(value, name);
       transaction.oncomplete = () => {
         request.result.close();
         resolve();
@@ -201,4 +216,41 @@ describe("What a browser keeps", () => {
     await Promise.all([store().add(await pairing("a", 1)), store().add(await pairing("b", 2))]);
     expect((await store().load()).pairings.map((kept) => kept.token)).toEqual([token, token]);
   });
+
+  it("holds what was chosen about alerts, and when the last one of each pairing came", async () => {
+    expect(await store().load()).not.toHaveProperty("alerts");
+    await store().add(await pairing("a", 1));
+    await store().add(await pairing("b", 2));
+    await store().saveAlerts({ isWanted: true, shows: "computer" });
+    for (const [pairingID, at] of [
+      ["a", 5],
+      ["b", 6],
+      ["nobody", 7],
+    ] as const)
+      await store().saveAlertTime(pairingID, at);
+    const kept = await store().load();
+    expect(kept.alerts).toEqual({ isWanted: true, shows: "computer" });
+    expect(kept.alertTimes).toEqual(
+      new Map([
+        ["a", 5],
+        ["b", 6],
+      ]),
+    );
+    await store().remove("a");
+    expect((await store().load()).alertTimes).toEqual(new Map([["b", 6]]));
+  });
+
+  it.each([5, "text", null, {}, { isWanted: "yes" }])(
+    "has no choice about alerts where it cannot be read: %s",
+    async (value) => {
+      await store().add(await pairing("a", 1));
+      await putInPhone("alerts", value);
+      await putInPhone("alertTimes", value);
+      const kept = await store().load();
+      expect(kept.alerts).toBeUndefined();
+      expect([...(kept.alertTimes ?? [])]).toEqual([]);
+      await store().saveAlertTime("a", 8);
+      expect((await store().load()).alertTimes?.get("a")).toBe(8);
+    },
+  );
 });

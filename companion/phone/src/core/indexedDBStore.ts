@@ -5,11 +5,13 @@
 // under a second non-extractable key of this browser's own, made at the first pairing: what is copied out of the
 // database's files or exported from its tables is of no use without that key, and the text exists in memory only.
 
+import { say } from "../language/say";
 import { Fields } from "./decoding";
 import type { CryptoTools } from "./environment";
 import { notesFrom, textOfNotes } from "./notes";
 import { newStorageKey, open, seal } from "./sealing";
-import type { PairingNotes, Store, StoredLock, StoredPairing, StoredPhone } from "./store";
+import type { Instant } from "./model";
+import type { PairingNotes, Store, StoredAlerts, StoredLock, StoredPairing, StoredPhone } from "./store";
 
 const databaseName = "quillard";
 const schemaVersion = 1;
@@ -18,9 +20,11 @@ const phoneTable = "phone";
 const storageKeyName = "storageKey";
 const deviceNameName = "deviceName";
 const lockName = "lock";
-const unreadable =
-  "What this browser keeps about your computers cannot be read. Remove this page's data in the browser's settings, " +
-  "and pair again.";
+const alertsName = "alerts";
+const alertTimesName = "alertTimes";
+const unreadable = say(
+  "What this browser keeps about your computers cannot be read. Remove this page's data in the browser's settings, and pair again.",
+);
 
 function isKey(value: unknown): value is CryptoKey {
   return Object.prototype.toString.call(value) === "[object CryptoKey]";
@@ -43,18 +47,23 @@ export class IndexedDBStore implements Store {
   ) {}
 
   async load(): Promise<StoredPhone> {
-    const [rows, name, storageKey, lock] = await this.read([
+    const [rows, name, storageKey, lock, alerts, alertTimes] = await this.read([
       (transaction) => transaction.objectStore(pairingsTable).getAll(),
       (transaction) => transaction.objectStore(phoneTable).get(deviceNameName),
       (transaction) => transaction.objectStore(phoneTable).get(storageKeyName),
       (transaction) => transaction.objectStore(phoneTable).get(lockName),
+      (transaction) => transaction.objectStore(phoneTable).get(alertsName),
+      (transaction) => transaction.objectStore(phoneTable).get(alertTimesName),
     ]);
     if (!Array.isArray(rows)) throw new Error(unreadable);
     const read = rows.map((row: unknown) => this.pairingFrom(row, storageKey));
     const pairings = (await Promise.all(read)).sort((one, other) => one.pairedAt - other.pairedAt);
+    const times = alertTimesFrom(alertTimes);
     return {
       ...(typeof name === "string" && { deviceName: name }),
       ...(lock !== undefined && { lock: lockFrom(lock) }),
+      ...alertsFrom(alerts),
+      ...(times.size > 0 && { alertTimes: times }),
       pairings,
     };
   }
@@ -94,8 +103,24 @@ export class IndexedDBStore implements Store {
     });
   }
 
+  async saveAlerts({ isWanted, shows }: StoredAlerts): Promise<void> {
+    await this.write((transaction) => {
+      transaction.objectStore(phoneTable).put({ isWanted, shows }, alertsName);
+    });
+  }
+
+  async saveAlertTime(pairingID: string, at: Instant): Promise<void> {
+    await this.write((transaction) => {
+      const pairing = transaction.objectStore(pairingsTable).get(pairingID);
+      pairing.onsuccess = () => {
+        if (pairing.result !== undefined) changeAlertTimes(transaction, (times) => times.set(pairingID, at));
+      };
+    });
+  }
+
   async remove(pairingID: string): Promise<void> {
     await this.write((transaction) => {
+      changeAlertTimes(transaction, (times) => times.delete(pairingID));
       transaction.objectStore(pairingsTable).delete(pairingID);
     });
   }
@@ -144,12 +169,12 @@ export class IndexedDBStore implements Store {
   ): Promise<unknown[]> {
     const transaction = (await this.opened()).transaction([pairingsTable, phoneTable], "readonly");
     const made = requests.map((request) => request(transaction));
-    await finished(transaction, "This browser could not read what it keeps.");
+    await finished(transaction, say("This browser could not read what it keeps."));
     return made.map((request) => request.result);
   }
 
   private async write(change: (transaction: IDBTransaction) => void): Promise<void> {
-    const words = "This browser could not keep this. Is its storage full, or switched off?";
+    const words = say("This browser could not keep this. Is its storage full, or switched off?");
     try {
       const database = await this.opened();
       const transaction = database.transaction([pairingsTable, phoneTable], "readwrite");
@@ -169,8 +194,9 @@ export class IndexedDBStore implements Store {
 
   private openDatabase(): Promise<IDBDatabase> {
     const { factory } = this;
-    const none =
-      "This browser keeps no data for this page, so it cannot keep keys. Private windows often do not.";
+    const none = say(
+      "This browser keeps no data for this page, so it cannot keep keys. Private windows often do not.",
+    );
     if (!factory) return Promise.reject(new Error(none));
     return new Promise((resolve, reject) => {
       let request: IDBOpenDBRequest;
@@ -182,7 +208,7 @@ export class IndexedDBStore implements Store {
       }
       request.onupgradeneeded = () => createTables(request.result);
       request.onblocked = () =>
-        reject(new Error("Another tab holds an older version of this page. Close it, and reload."));
+        reject(new Error(say("Another tab holds an older version of this page. Close it, and reload.")));
       request.onerror = () => reject(openingProblem(request.error, none));
       request.onsuccess = () => {
         const database = request.result;
@@ -198,6 +224,31 @@ export class IndexedDBStore implements Store {
       };
     });
   }
+}
+
+/** What cannot be read is as good as not chosen: the page asks again. */
+function alertsFrom(value: unknown): { readonly alerts?: StoredAlerts } {
+  const { isWanted, shows } = Object(value) as Partial<Record<keyof StoredAlerts, unknown>>;
+  if (typeof isWanted !== "boolean") return {};
+  return { alerts: { isWanted, shows: shows === "computer" ? "computer" : "prompt" } };
+}
+
+/** What cannot be read of it is left out. */
+function alertTimesFrom(value: unknown): Map<string, Instant> {
+  const read = Object.entries(Object(value)).filter(
+    (entry): entry is [string, Instant] => typeof entry[1] === "number",
+  );
+  return new Map(read);
+}
+
+function changeAlertTimes(transaction: IDBTransaction, change: (times: Map<string, Instant>) => void): void {
+  const table = transaction.objectStore(phoneTable);
+  const request: IDBRequest<unknown> = table.get(alertTimesName);
+  request.onsuccess = () => {
+    const times = alertTimesFrom(request.result);
+    change(times);
+    table.put(Object.fromEntries(times), alertTimesName);
+  };
 }
 
 /** What cannot be read does not switch off what a person chose. */
@@ -222,7 +273,7 @@ function createTables(database: IDBDatabase): void {
 
 function openingProblem(error: DOMException | null, words: string): Error {
   if (error?.name === "VersionError") {
-    return new Error("This browser has data of a newer version of this page. Reload the page.");
+    return new Error(say("This browser has data of a newer version of this page. Reload the page."));
   }
   return problem(words, error);
 }

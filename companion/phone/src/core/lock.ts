@@ -2,12 +2,13 @@
 // (the standard "Web Authentication", with user verification, on the platform's own authenticator). It works without a
 // network.
 
+import { say } from "../language/say";
 import { isAnswerTo, isSigned } from "./assertion";
 import { base64Text, base64Bytes } from "./base64";
 import type { LockKey } from "./environment";
 
 const longestWait = 60_000;
-const notRecognised = "This phone’s lock was not opened. Nothing was sent.";
+const notRecognised = say("This phone’s lock was not opened. Nothing was sent.");
 
 function challenge(): Uint8Array<ArrayBuffer> {
   return crypto.getRandomValues(new Uint8Array(32));
@@ -50,7 +51,7 @@ export async function enrol(): Promise<LockKey> {
     navigator.credentials.create({
       publicKey: {
         rp: { name: "Quillard" },
-        user: { id: challenge(), name: "Quillard", displayName: "Quillard on this phone" },
+        user: { id: challenge(), name: "Quillard", displayName: say("Quillard on this phone") },
         challenge: asking,
         pubKeyCredParams: [
           { type: "public-key", alg: -7 },

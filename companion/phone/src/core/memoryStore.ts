@@ -1,15 +1,20 @@
-import type { PairingNotes, Store, StoredLock, StoredPairing, StoredPhone } from "./store";
+import type { Instant } from "./model";
+import type { PairingNotes, Store, StoredAlerts, StoredLock, StoredPairing, StoredPhone } from "./store";
 
 /** Keeps everything until the program ends. */
 export class MemoryStore implements Store {
   private deviceName: string | undefined;
   private lock: StoredLock | undefined;
+  private alerts: StoredAlerts | undefined;
+  private readonly alertTimes = new Map<string, Instant>();
   private readonly pairings = new Map<string, StoredPairing>();
 
   load(): Promise<StoredPhone> {
     const pairings = [...this.pairings.values()];
-    const { deviceName, lock } = this;
+    const { deviceName, lock, alerts } = this;
     return Promise.resolve({
+      ...(alerts && { alerts }),
+      ...(this.alertTimes.size > 0 && { alertTimes: new Map(this.alertTimes) }),
       ...(deviceName !== undefined && { deviceName }),
       ...(lock && { lock }),
       pairings,
@@ -37,8 +42,19 @@ export class MemoryStore implements Store {
     return Promise.resolve();
   }
 
+  saveAlerts(alerts: StoredAlerts): Promise<void> {
+    this.alerts = alerts;
+    return Promise.resolve();
+  }
+
+  saveAlertTime(pairingID: string, at: Instant): Promise<void> {
+    if (this.pairings.has(pairingID)) this.alertTimes.set(pairingID, at);
+    return Promise.resolve();
+  }
+
   remove(pairingID: string): Promise<void> {
     this.pairings.delete(pairingID);
+    this.alertTimes.delete(pairingID);
     return Promise.resolve();
   }
 }

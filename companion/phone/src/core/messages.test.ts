@@ -62,9 +62,11 @@ describe("Messages", () => {
   });
 
   it("are read as the relay writes them", () => {
-    expect(message({ type: "mac.status", macConnected: true, heardSecondsAgo: 4 })).toEqual({
+    const status = { type: "mac.status", macConnected: true, macConnection: 2, heardSecondsAgo: 4 };
+    expect(message(status)).toEqual({
       type: "computerStatus",
       isConnected: true,
+      connection: 2,
       heardSecondsAgo: 4,
     });
     expect(message({ type: "mac.status", macConnected: false })).toEqual({
@@ -114,8 +116,15 @@ describe("Messages", () => {
     ["a status without its member", '{"type":"mac.status"}'],
     ["a status that is no truth value", '{"type":"mac.status","macConnected":1}'],
     ["negative seconds", '{"type":"mac.status","macConnected":true,"heardSecondsAgo":-1}'],
+    ["a connection that is no number", '{"type":"mac.status","macConnected":true,"macConnection":"1"}'],
     ["parts of seconds", '{"type":"mac.status","macConnected":true,"heardSecondsAgo":0.5}'],
     ["a receipt of nothing", '{"type":"relay.receipt","delivered":true}'],
+    ["a subscription that says nothing", '{"type":"push.subscription"}'],
+    ["a subscription that says it in a text", '{"type":"push.subscription","subscribed":"true"}'],
+    [
+      "a subscription with a reason that is none",
+      '{"type":"push.subscription","subscribed":false,"reason":1}',
+    ],
     ["a receipt that says nothing", '{"type":"relay.receipt","decisionID":"D"}'],
     ["a result without a box", '{"type":"approval.result","decisionID":"D"}'],
     [

@@ -4,7 +4,16 @@
 import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
 import { buttonKind, cautionOf } from "./labels";
-import type { DecisionStatus, Instant, NewPhone, Pause, Prompt, PromptButton, Suppression } from "./model";
+import type {
+  DecisionStatus,
+  Instant,
+  NewPhone,
+  Pause,
+  Prompt,
+  PromptButton,
+  SentAlert,
+  Suppression,
+} from "./model";
 import { readLog, readLogHead, readSuppressions, type LogExcerpt, type LogHead } from "./reports";
 import type { SealedPayload } from "./sealing";
 
@@ -18,6 +27,7 @@ const longestText = 100_000;
 const longestLabel = 10_000;
 const longestName = 256;
 const mostNewPhones = 8;
+const mostPushes = 8;
 /** Seconds: a year and a day. */
 export const longestSuppression = 366 * 86_400;
 
@@ -43,13 +53,21 @@ export type IncomingMessage =
     }
   | { readonly type: "clock"; readonly box: string }
   | { readonly type: "suppression"; readonly box: string }
-  | { readonly type: "computerStatus"; readonly isConnected: boolean; readonly heardSecondsAgo?: number }
+  | {
+      readonly type: "computerStatus";
+      readonly isConnected: boolean;
+      /** Another one for each connection of the computer. Absent: it has none, or the relay is an older one. */
+      readonly connection?: number;
+      readonly heardSecondsAgo?: number;
+    }
   | {
       readonly type: "receipt";
       readonly decisionID: string;
       readonly delivered: boolean;
       readonly reason?: string;
     }
+  /** Whether the relay can have this phone woken. `reason`: why not, in the relay's own word. */
+  | { readonly type: "pushSubscription"; readonly isSubscribed: boolean; readonly reason?: string }
   | { readonly type: "unknown" };
 
 /** Throws a `DecodingError`; a list that cannot be read is a message of its own, since it must not go unnoticed. */
@@ -69,6 +87,8 @@ export function readMessage(text: string): IncomingMessage {
       return readComputerStatus(fields);
     case "relay.receipt":
       return readReceipt(fields);
+    case "push.subscription":
+      return readPushSubscription(fields);
     default:
       return { type: "unknown" };
   }
@@ -110,8 +130,14 @@ function readResult(fields: Fields): IncomingMessage {
 
 function readComputerStatus(fields: Fields): IncomingMessage {
   const isConnected = fields.boolean("macConnected");
+  const connection = fields.optionalInteger("macConnection", 0, Number.MAX_SAFE_INTEGER);
   const heardSecondsAgo = fields.optionalInteger("heardSecondsAgo", 0, Number.MAX_SAFE_INTEGER);
-  return { type: "computerStatus", isConnected, ...(heardSecondsAgo !== undefined && { heardSecondsAgo }) };
+  return {
+    type: "computerStatus",
+    isConnected,
+    ...(connection !== undefined && { connection }),
+    ...(heardSecondsAgo !== undefined && { heardSecondsAgo }),
+  };
 }
 
 function readReceipt(fields: Fields): IncomingMessage {
@@ -119,6 +145,12 @@ function readReceipt(fields: Fields): IncomingMessage {
   const delivered = fields.boolean("delivered");
   const reason = fields.optionalString("reason", longestName);
   return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
+}
+
+function readPushSubscription(fields: Fields): IncomingMessage {
+  const reason = fields.optionalString("reason", longestName);
+  const isSubscribed = fields.boolean("subscribed");
+  return { type: "pushSubscription", isSubscribed, ...(reason !== undefined && { reason }) };
 }
 
 /** How the computer stands. */
@@ -194,6 +226,8 @@ export interface Meeting {
   readonly newPhones: readonly NewPhone[];
   readonly suppressions?: readonly Suppression[];
   readonly log?: LogExcerpt;
+  /** What became of the last alert for each phone of the pairing, by the key of its subscription. */
+  readonly sentAlerts?: ReadonlyMap<string, SentAlert>;
 }
 
 /** What the box of the computer's clock holds. Throws a `DecodingError`. */
@@ -214,13 +248,35 @@ export function readClock(text: string): Meeting {
         });
   const suppressions = readSuppressions(fields);
   const log = fields.optionalObject("log");
+  const sentAlerts = fields.optionalList("pushes", mostPushes, readSentAlert);
   return {
     clock: readStamp(fields.object("clock")),
     newPhones,
     ...(suppressions && { suppressions }),
     ...(log && { log: readLog(log) }),
+    ...(sentAlerts && { sentAlerts: new Map(sentAlerts.filter((one) => one !== undefined)) }),
   };
 }
+
+/** Absent: the computer has a newer word for what became of it. */
+function readSentAlert(fields: Fields): readonly [string, SentAlert] | undefined {
+  const p256dh = fields.string("p256dh", longestName);
+  const status = sentAlertStatuses.get(fields.string("status", longestName));
+  const acceptedAt = fields.optionalDate("acceptedAt");
+  const reason = fields.optionalString("reason", longestName);
+  if (status === undefined) return undefined;
+  return [
+    p256dh,
+    { status, ...(acceptedAt !== undefined && { acceptedAt }), ...(reason !== undefined && { reason }) },
+  ];
+}
+
+const sentAlertStatuses = new Map(
+  (["accepted", "replaced", "gone", "refused", "unreachable"] as const).map((status) => [
+    status as string,
+    status,
+  ]),
+);
 
 function readPrompt(value: unknown, path: string): ReportedPrompt {
   const fields = new Fields(value, path);

@@ -132,6 +132,53 @@ export interface NewPhone {
   readonly since: Instant;
 }
 
+/** What became of the last alert that a computer sent to this phone, by the computer's word. */
+export interface SentAlert {
+  /** replaced: by a newer one that had not been sent yet. */
+  readonly status: "accepted" | "replaced" | "gone" | "refused" | "unreachable";
+  /** When a push service last took one. Absent: it never did. */
+  readonly acceptedAt?: Instant;
+  /** The relay's word for why it was not. */
+  readonly reason?: string;
+}
+
+/** How alerts of one computer reach this phone while its page is closed. */
+export interface ComputerAlerts {
+  /** Whether its relay can have this phone woken. Absent: it has not said so in this visit. */
+  readonly isSubscribed?: boolean;
+  /** When this phone last received one, on its own clock. Absent: never. */
+  readonly receivedAt?: Instant;
+  readonly sent?: SentAlert;
+}
+
+/** Why alerts cannot be had although a person wants them. */
+export type AlertProblem =
+  /** The relay wakes no phones, or not through this browser's push service. */
+  | "relayWakesNone"
+  | "serviceNotAllowed"
+  | "relayUnreachable"
+  /** The push service of this browser has not answered, or has refused. */
+  | "serviceSilent"
+  | "serviceRefused"
+  /** This phone could not keep the choice. */
+  | "notStored";
+
+/** Whether this phone is woken while its page is closed. */
+export interface PhoneAlerts {
+  /**
+   * blocked: the person, or the system, allows this page no notifications. homeScreenFirst: an iPhone wakes only pages on its home
+   * screen, which pair there. none: this browser cannot.
+   */
+  readonly support: "available" | "blocked" | "homeScreenFirst" | "none";
+  /** As a person chose. Absent: nobody has yet. */
+  readonly isWanted?: boolean;
+  /** What stands on the lock screen: who asks and what, or only that a prompt waits at the computer. */
+  readonly shows: "prompt" | "computer";
+  /** Under way: the browser or its push service is being asked. */
+  readonly isBusy: boolean;
+  readonly problem?: AlertProblem;
+}
+
 export interface Computer {
   readonly pairingID: string;
   /** Given by the person. */
@@ -161,6 +208,8 @@ export interface Computer {
   readonly hasUnreadableSnapshot: boolean;
   readonly outcomes: readonly Outcome[];
   readonly suppressions: readonly Suppression[];
+  /** Absent: nothing is known of that. */
+  readonly alerts?: ComputerAlerts;
   /** When this phone noticed that the computer's log was cut or changed. Absent: it never did. */
   readonly logBrokenAt?: Instant;
   /** Why the newest changes are not stored on this phone. Absent: they are, or are being stored. */
@@ -175,6 +224,8 @@ export interface PhoneState {
   readonly deviceName: string;
   /** Whether a person chose that grants wait for this phone's own lock. Absent: this browser cannot ask for it. */
   readonly isLockChosen?: boolean;
+  /** Absent: not known yet, or there is no computer that could send any. */
+  readonly alerts?: PhoneAlerts;
   /** In the order of pairing. */
   readonly computers: readonly Computer[];
 }
@@ -215,6 +266,14 @@ export interface PhoneActions {
   unsuppress(pairingID: string, suppressionID: string): void;
   /** Of what is suppressed: ends `seconds` from now; 0: never by itself. */
   suppressFor(pairingID: string, suppressionID: string, seconds: number): void;
+  /**
+   * Whether this phone is woken while its page is closed. Switching it on may have the browser ask the person, so it belongs right after a
+   * touch. What came of it is part of the state.
+   */
+  chooseAlerts(isWanted: boolean): void;
+  chooseAlertContent(shows: PhoneAlerts["shows"]): void;
+  /** Has the computer send one now. */
+  testAlert(pairingID: string): void;
   /** Also takes the connection back from another tab. */
   connectNow(pairingID: string): void;
 }

@@ -117,12 +117,16 @@ function pendingSuppression(fields: Fields): PendingSuppression {
   if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
   const approvalID = fields.optionalUuid("approvalID");
   const lasts = fields.optionalInteger("lasts", 0, longestSuppression);
+  const writtenAt = fields.optionalNumber("writtenAt");
+  const writtenTo = fields.optionalNumber("writtenTo");
   return {
     decisionID: fields.string("decisionID", 64),
     action,
     ...(approvalID !== undefined && { approvalID }),
     suppressionID: fields.uuid("suppressionID"),
     ...(lasts !== undefined && { lasts }),
+    ...(writtenAt !== undefined && { writtenAt }),
+    ...(writtenTo !== undefined && { writtenTo }),
   };
 }
 

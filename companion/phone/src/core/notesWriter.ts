@@ -1,3 +1,4 @@
+import { say } from "../language/say";
 import type { PairingNotes, Store } from "./store";
 
 /**
@@ -32,7 +33,7 @@ export class NotesWriter {
       return true;
     } catch (error) {
       const problem =
-        error instanceof Error && error.message !== "" ? error.message : "It could not be stored.";
+        error instanceof Error && error.message !== "" ? error.message : say("It could not be stored.");
       this.end(number, problem);
       return false;
     }

@@ -1,5 +1,6 @@
 // Reading of what a computer's code holds. A person scanned or pasted it, so every refusal is a sentence for them.
 
+import { say } from "../language/say";
 import { DecodingError, Fields, parseJson } from "./decoding";
 import type { PairingOffer, PairingReading } from "./model";
 
@@ -7,8 +8,8 @@ import type { PairingOffer, PairingReading } from "./model";
 const longestText = 4096;
 const secretPattern = /^[0-9a-f]{64}$/;
 const pairingIDPattern = /^[a-z0-9_-]{1,128}$/;
-const notOurs = "This is not a Quillard pairing code.";
-const damaged = "This pairing code is damaged. Show it again on the computer, and scan it anew.";
+const notOurs = say("This is not a Quillard pairing code.");
+const damaged = say("This pairing code is damaged. Show it again on the computer, and scan it anew.");
 
 /**
  * The relay's base in its one spelling: scheme, host and port. Absent: not one. An unsafe base (`http://`) is one for the
@@ -51,7 +52,7 @@ export function readPairingCode(
       return { kind: "otherRelay", backendURL: offer.backendURL };
     }
     if (relayOrigin === undefined && offer.backendURL.startsWith("http:") && !isLoopback(offer.backendURL)) {
-      return invalid("This code names a relay without encryption, on another computer. It is not used.");
+      return invalid(say("This code names a relay without encryption, on another computer. It is not used."));
     }
     if (isPaired(offer.pairingID)) return { kind: "alreadyPaired", pairingID: offer.pairingID };
     return { kind: "offer", offer };
@@ -78,7 +79,7 @@ function offerFrom(text: string): PairingOffer {
 }
 
 function fieldsOf(text: string): Fields {
-  if (text === "") throw new PairingCodeProblem("There is no text in this.");
+  if (text === "") throw new PairingCodeProblem(say("There is no text in this."));
   try {
     return new Fields(parseJson(text, longestText), "code");
   } catch {
@@ -100,7 +101,10 @@ function checkKind(fields: Fields): void {
   const version = fields.integer("version", 0, Number.MAX_SAFE_INTEGER);
   if (version !== 1) {
     throw new PairingCodeProblem(
-      `This pairing code is of version ${version}, and this phone knows version 1 only. Update the older of the two.`,
+      say(
+        "This pairing code is of version %1, and this phone knows version 1 only. Update the older of the two.",
+        version,
+      ),
     );
   }
 }

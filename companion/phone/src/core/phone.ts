@@ -1,12 +1,14 @@
 // The phone: the computers that it is paired with, and what a person can do.
 
+import { say } from "../language/say";
 import { signal, type ReadonlySignal } from "@preact/signals-core";
 import { ComputerSession, type SharedLock } from "./computerSession";
 import type { Environment } from "./environment";
-import type { PairingOffer, PairingReading, PhoneActions, PhoneState } from "./model";
+import type { PairingOffer, PairingReading, PhoneActions, PhoneAlerts, PhoneState } from "./model";
 import { readPairingCode } from "./pairingCode";
+import type { PushAlerts } from "./pushAlerts";
 import { keyFrom } from "./sealing";
-import type { StoredLock, StoredPairing } from "./store";
+import type { StoredAlerts, StoredLock, StoredPairing } from "./store";
 import { newUuid } from "./uuid";
 import { visibleName } from "./visibleText";
 
@@ -33,6 +35,10 @@ export class Phone implements PhoneActions {
   private deviceName: string;
   private isLockThere = false;
   private storedLock: StoredLock | undefined;
+  private storedAlerts: StoredAlerts | undefined;
+  /** A part of its own, which only a phone with a computer needs. Absent: not fetched yet, or not to be had. */
+  private alerts: PushAlerts | undefined;
+  private isStopped = false;
   private readonly lock: SharedLock = {
     isThere: () => this.isLockThere,
     isChosen: () => this.storedLock?.isChosen === true,
@@ -48,13 +54,19 @@ export class Phone implements PhoneActions {
   /** Reads what is kept, and connects. Never rejects: what fails is part of the state. */
   async start(): Promise<void> {
     try {
-      const { deviceName, lock, pairings } = await this.environment.store.load();
+      const { deviceName, lock, alerts, alertTimes, pairings } = await this.environment.store.load();
       this.storedLock = lock;
+      this.storedAlerts = alerts;
       void this.lookForLock();
       if (deviceName !== undefined) this.deviceName = cleanName(deviceName, this.deviceName);
-      for (const pairing of pairings) this.addSession(pairing);
+      for (const pairing of pairings) {
+        const receivedAt = alertTimes?.get(pairing.pairingID);
+        const session = this.addSession(pairing);
+        if (receivedAt !== undefined) session.alerts.received(receivedAt);
+      }
       this.publish({ phase: "ready" });
       for (const session of this.sessions) session.start();
+      void this.loadAlerts();
     } catch (error) {
       this.publish({ phase: "unavailable", problem: messageOf(error) });
     }
@@ -62,6 +74,8 @@ export class Phone implements PhoneActions {
 
   /** Closes every connection. What is kept stays. */
   stop(): void {
+    this.isStopped = true;
+    this.alerts?.stop();
     for (const session of this.sessions) session.stop();
   }
 
@@ -72,10 +86,10 @@ export class Phone implements PhoneActions {
 
   async pair(offer: PairingOffer, computerName: string): Promise<void> {
     const { crypto, store, relayOrigin } = this.environment;
-    if (this.state.value.phase !== "ready") throw new Error("This phone is not ready to be paired.");
-    if (this.session(offer.pairingID)) throw new Error("This computer is paired already.");
+    if (this.state.value.phase !== "ready") throw new Error(say("This phone is not ready to be paired."));
+    if (this.session(offer.pairingID)) throw new Error(say("This computer is paired already."));
     if (relayOrigin !== undefined && offer.backendURL !== relayOrigin) {
-      throw new Error("This computer uses another relay. Open the page of that relay to pair.");
+      throw new Error(say("This computer uses another relay. Open the page of that relay to pair."));
     }
     const pairing: StoredPairing = {
       pairingID: offer.pairingID,
@@ -99,6 +113,8 @@ export class Phone implements PhoneActions {
     const session = this.addSession(pairing);
     this.publish({});
     session.start();
+    if (this.alerts) this.alerts.sessionAdded(session);
+    else void this.loadAlerts();
   }
 
   async renameComputer(pairingID: string, name: string): Promise<void> {
@@ -124,6 +140,7 @@ export class Phone implements PhoneActions {
     const session = this.session(pairingID);
     if (!session) return;
     await this.environment.store.remove(pairingID);
+    void this.alerts?.sessionLeaves(session);
     session.stop();
     const index = this.sessions.indexOf(session);
     if (index >= 0) this.sessions.splice(index, 1);
@@ -152,6 +169,18 @@ export class Phone implements PhoneActions {
     this.session(pairingID)?.suppressFor(suppressionID, seconds);
   }
 
+  chooseAlerts(isWanted: boolean): void {
+    void this.alerts?.choose(isWanted);
+  }
+
+  chooseAlertContent(shows: PhoneAlerts["shows"]): void {
+    void this.alerts?.chooseContent(shows);
+  }
+
+  testAlert(pairingID: string): void {
+    void this.session(pairingID)?.testAlert();
+  }
+
   connectNow(pairingID: string): void {
     this.session(pairingID)?.connectNow();
   }
@@ -161,6 +190,12 @@ export class Phone implements PhoneActions {
   }
 
   private addSession(pairing: StoredPairing): ComputerSession {
+    const session = this.newSession(pairing);
+    this.sessions.push(session);
+    return session;
+  }
+
+  private newSession(pairing: StoredPairing): ComputerSession {
     const session: ComputerSession = new ComputerSession(
       pairing,
       this.environment,
@@ -168,8 +203,52 @@ export class Phone implements PhoneActions {
       this.lock,
       () => this.changed(session),
     );
-    this.sessions.push(session);
     return session;
+  }
+
+  /** Where it cannot be fetched now, the next visit or pairing tries again. */
+  private async loadAlerts(): Promise<void> {
+    const { push } = this.environment;
+    if (!push || this.sessions.length === 0) return;
+    const parts = await Promise.all([import("./pushAlerts"), push()]).catch(() => undefined);
+    if (!parts || this.alerts || this.isStopped) return;
+    const [{ PushAlerts }, door] = parts;
+    this.alerts = new PushAlerts(
+      this.environment,
+      door,
+      {
+        sessions: () => this.sessions,
+        changed: () => this.publish({}),
+        onChange: (listener) => this.onChange(listener),
+        reload: (pairingID) => this.reload(pairingID),
+      },
+      this.storedAlerts,
+    );
+    this.alerts.start();
+  }
+
+  /** Not for the state as it is. */
+  private onChange(listener: () => void): () => void {
+    let isFirst = true;
+    return this.state.subscribe(() => {
+      if (!isFirst) listener();
+      isFirst = false;
+    });
+  }
+
+  /** The worker has had the connection of this computer, and has stored what came of it. */
+  private async reload(pairingID: string): Promise<void> {
+    const { pairings } = await this.environment.store.load();
+    const index = this.sessions.findIndex(({ keys }) => keys.pairingID === pairingID);
+    const before = this.sessions[index];
+    const stored = pairings.find((pairing) => pairing.pairingID === pairingID);
+    if (!before || !stored || this.isStopped) return;
+    before.stop();
+    const session = this.newSession(stored);
+    this.sessions[index] = session;
+    this.publish({});
+    session.start();
+    this.alerts?.sessionAdded(session);
   }
 
   private async lookForLock(): Promise<void> {
@@ -182,7 +261,7 @@ export class Phone implements PhoneActions {
   /** A phone that was never asked for its lock is asked to make a key for it, which asks for the lock, too. */
   private async openLock(): Promise<void> {
     const { lock } = this.environment;
-    if (!lock) throw new Error("This browser cannot ask for this phone’s lock.");
+    if (!lock) throw new Error(say("This browser cannot ask for this phone’s lock."));
     if (this.storedLock) return lock.check(this.storedLock);
     await this.keepLock({ ...(await lock.enrol()), isChosen: false });
   }
@@ -208,17 +287,21 @@ export class Phone implements PhoneActions {
       const kept = before.computers.find((computer) => computer.pairingID === session.keys.pairingID);
       return kept && changedOnly && session !== changedOnly ? kept : session.computer();
     });
+    const alerts = this.alerts?.state();
     const isLockKnown = this.isLockThere || this.storedLock !== undefined;
     this.writableState.value = {
       ...before,
       ...change,
       deviceName: this.deviceName,
       ...(isLockKnown && { isLockChosen: this.lock.isChosen() }),
+      ...(alerts && { alerts }),
       computers,
     };
   }
 }
 
 function messageOf(error: unknown): string {
-  return error instanceof Error && error.message !== "" ? error.message : "This browser cannot keep keys.";
+  return error instanceof Error && error.message !== ""
+    ? error.message
+    : say("This browser cannot keep keys.");
 }

@@ -161,6 +161,22 @@ describe("A decision", () => {
     expect((await world.lastSent(mac)).decisionID).toBe(asked);
   });
 
+  it("is asked again when the computer is back on another connection, which the relay noticed first", async () => {
+    const mac = await world.connected("mac", [sampleApproval(1)]);
+    const status = (macConnection: number) =>
+      world.network.socket("mac").deliver({ type: "mac.status", macConnected: true, macConnection });
+    status(4);
+    const asked = await world.decided(mac);
+    await world.receipt(mac, asked, true);
+    status(4);
+    await world.time.settle();
+    expect(world.sent()).toHaveLength(1);
+    status(5);
+    await world.time.settle();
+    expect(world.sent()).toHaveLength(2);
+    expect((await world.lastSent(mac)).decisionID).toBe(asked);
+  });
+
   it("is asked again after the page was loaded anew, if it is younger than a minute", async () => {
     const mac = await world.connected("mac", [sampleApproval(1)]);
     const asked = await world.decided(mac);

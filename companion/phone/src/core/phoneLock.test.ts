@@ -140,10 +140,19 @@ describe("A phone whose lock was chosen", () => {
 
   it("does not grant where the lock that was chosen is not there any more", async () => {
     const { world, lock } = await chosen();
-    await world.connected("mac", [sampleApproval(1)]);
+    const mac = await world.connected("mac", [sampleApproval(1)]);
     lock.isBuiltIn = false;
     await world.reload();
     expect(world.computer("mac").lock).toBe("missing");
+    await world.join(mac);
+    await world.list(mac, [sampleApproval(1)]);
+    world.phone.decide("mac", one, "Allow");
+    await world.time.settle();
+    expect(world.sent()).toEqual([]);
+    expect(world.prompt("mac", one)).not.toHaveProperty("decision");
+    world.phone.decide("mac", one, "Cancel");
+    await world.time.settle();
+    expect((await world.lastSent(mac)).command).toMatchObject({ buttonLabel: "Cancel" });
   });
 
   it("forgets it with its last computer", async () => {
@@ -175,6 +184,9 @@ describe("A computer that wants the phone's lock", () => {
     const mac = await world.connected("mac", []);
     await world.list(mac, [sampleApproval(1)], true, wanted);
     expect(world.computer("mac").lock).toBe("missing");
+    world.phone.decide("mac", one, "Allow");
+    await world.time.settle();
+    expect(world.sent()).toEqual([]);
     world.phone.decide("mac", one, "Cancel");
     await world.time.settle();
     expect((await world.lastSent(mac)).command).toMatchObject({ buttonLabel: "Cancel" });

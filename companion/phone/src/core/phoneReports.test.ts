@@ -114,7 +114,7 @@ describe("What the computer says is muted", () => {
     );
     list.report([reported("SHOWN")], 100_000);
     expect(ids(list)).toEqual(["MUTED"]);
-    list.delivered("1");
+    list.written("1", 100_000, undefined);
     list.add("NEW", names, 100_000);
     list.report([], 101_000);
     expect(ids(list)).toEqual(["NEW"]);

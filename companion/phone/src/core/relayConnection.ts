@@ -4,7 +4,7 @@
 // rests in takenOver, revoked, removed and refused. A phone's system kills sockets in the background without a word, so
 // silence is checked whenever the page is visible again, and by a watchdog.
 
-import type { Environment, Socket } from "./environment";
+import type { DeviceChange, Environment, Socket } from "./environment";
 import type { RelayConnection as State } from "./model";
 import { RetrySchedule } from "./retrySchedule";
 
@@ -227,8 +227,9 @@ export class RelayConnection {
     this.enter({ kind: "waiting", nextAttemptAt: this.environment.now() + milliseconds });
   }
 
-  private deviceStatusChanged(what: "online" | "offline" | "visible"): void {
+  private deviceStatusChanged(what: DeviceChange): void {
     if (!this.isRunning || finalStates.has(this.state.kind)) return;
+    if (what === "hidden" || what === "frozen") return;
     if (what === "offline") {
       this.drop();
       this.enter({ kind: "offline" });

@@ -4,7 +4,7 @@
 import type { DecisionRecord } from "./decisionLog";
 import type { LockKey } from "./environment";
 import type { SuppressionCommand } from "./messages";
-import type { Instant, Outcome, Suppression } from "./model";
+import type { Instant, Outcome, PhoneAlerts, Suppression } from "./model";
 
 /** A pairing's unchanging part. */
 export interface PairingKeys {
@@ -24,9 +24,13 @@ export interface StoredOutcome extends Outcome {
   readonly approvalID: string;
 }
 
-/** What is to be sent to the computer about a kind of prompt, until the relay has handed it over. */
+/** What is to be sent to the computer about a kind of prompt, until the computer is known to have it. */
 export interface PendingSuppression extends SuppressionCommand {
   readonly decisionID: string;
+  /** When the relay has written it to a connection of the computer. Absent: it has not yet. */
+  readonly writtenAt?: Instant;
+  /** Which connection that was, as the relay counts them. Absent: the relay did not say. */
+  readonly writtenTo?: number;
 }
 
 /** A pairing's changing part. */
@@ -54,7 +58,17 @@ export interface StoredLock extends LockKey {
   readonly isChosen: boolean;
 }
 
+/** What a person chose about alerts. */
+export interface StoredAlerts {
+  readonly isWanted: boolean;
+  readonly shows: PhoneAlerts["shows"];
+}
+
 export interface StoredPhone {
+  /** Absent: nobody has chosen. */
+  readonly alerts?: StoredAlerts;
+  /** When the last alert of a pairing was received. Absent: none was, of any. */
+  readonly alertTimes?: ReadonlyMap<string, Instant>;
   /** Absent: this phone's lock was never asked for. */
   readonly lock?: StoredLock;
   /** Absent: never named by a person. */
@@ -72,5 +86,9 @@ export interface Store {
   saveDeviceName(name: string): Promise<void>;
   /** Absent: it is forgotten. */
   saveLock(lock: StoredLock | undefined): Promise<void>;
+  saveAlerts(alerts: StoredAlerts): Promise<void>;
+  /** Written by the worker that is woken, and by nobody else. Nothing happens where the pairing is not kept any more. */
+  saveAlertTime(pairingID: string, at: Instant): Promise<void>;
+  /** And when its last alert was received. */
   remove(pairingID: string): Promise<void>;
 }

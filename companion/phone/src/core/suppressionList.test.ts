@@ -24,14 +24,15 @@ describe("What is suppressed", () => {
 });
 
 describe("A command for the computer", () => {
-  it("is pending until it is delivered; of two about one kind the newer counts", () => {
+  it("is pending until it is written; of two about one kind the newer counts", () => {
     const stored = { decisionID: "1", action: "suppress", suppressionID: "A" } as const;
     const list = new SuppressionList([], [stored]);
     list.enqueue({ decisionID: "2", action: "suppress", suppressionID: "B" });
     list.enqueue({ decisionID: "3", action: "unsuppress", suppressionID: "A" });
     expect(list.pending().map((command) => command.decisionID)).toEqual(["2", "3"]);
     expect([list.isPending("1"), list.isPending("2")]).toEqual([false, true]);
-    list.delivered("2");
+    list.written("2", 0, 4);
     expect(list.pending().map((command) => command.decisionID)).toEqual(["3"]);
+    expect(list.open().map((command) => command.decisionID)).toEqual(["2", "3"]);
   });
 });

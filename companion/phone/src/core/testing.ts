@@ -8,6 +8,7 @@ export {
   sampleResult,
   type PhoneMessage,
 } from "./testing/fakeComputer";
+export { FakePushDoor, type FakeNotification } from "./testing/fakePushDoor";
 export { HeldStore } from "./testing/heldStore";
 export { FakeNetwork, FakeSocket, FakeDeviceStatus } from "./testing/fakeNetwork";
 export { PhoneWorld } from "./testing/phoneWorld";

@@ -10,6 +10,8 @@ let printed: string[];
 let status: number | undefined;
 let terminal: TerminalPhone;
 let mac: FakeComputer;
+/** Until the list came. */
+let printedBefore: string[];
 
 function options(...words: string[]): Options {
   const reading = readOptions(words);
@@ -26,7 +28,7 @@ async function shown(approvals: readonly unknown[], ...words: string[]): Promise
   });
   world.phone.state.subscribe((state) => terminal.show(state));
   await world.join(mac);
-  printed.length = 0;
+  printedBefore = printed.splice(0);
   await world.list(mac, approvals);
 }
 
@@ -284,6 +286,15 @@ describe("What the terminal prints of the connection", () => {
       "A list came that this phone cannot read. Pair anew if this stays so.",
       "The relay cannot be reached; it is tried again.",
     ]);
+  });
+
+  it("is, once, that nothing wakes a terminal", async () => {
+    await shown([]);
+    world.network.socket("mac").end();
+    await world.time.advance(5000);
+    await world.join(mac);
+    const line = "A terminal cannot be woken: prompts are shown here while this program runs.";
+    expect([...printedBefore, ...printed].filter((one) => one === line)).toHaveLength(1);
   });
 
   it.each([4001, 4002, 4003])("is the end after the close code %i", async (code) => {

@@ -11,7 +11,16 @@ import type {
   PromptButton,
 } from "../core/model";
 import { exitStatus, type Options } from "./options";
-import { emptyLine, leftOutLine, outcomeLine, promptLines, quoted, relayLine, titleOf } from "./texts";
+import {
+  emptyLine,
+  leftOutLine,
+  outcomeLine,
+  promptLines,
+  quoted,
+  relayLine,
+  sleepLine,
+  titleOf,
+} from "./texts";
 
 export interface Terminal {
   print(line: string): void;
@@ -43,6 +52,7 @@ export class TerminalPhone {
   private lastEmptiness: string | undefined;
   private lastLeftOut: string | undefined;
   private hasReportedUnreadable = false;
+  private hasSaidThatItSleeps = false;
   private hasEnded = false;
   private computer: Computer | undefined;
   private readonly cancelTimeout: () => void;
@@ -69,6 +79,7 @@ export class TerminalPhone {
     this.computer = state.computers.find((computer) => computer.pairingID === this.pairingID);
     if (!this.computer || this.hasEnded) return;
     this.showStatus(this.computer);
+    this.sayOnce(this.computer);
     this.showList(this.computer);
     this.showOutcomes(this.computer);
     this.answer(this.computer);
@@ -131,6 +142,13 @@ export class TerminalPhone {
       this.terminal.print("A list came that this phone cannot read. Pair anew if this stays so.");
     }
     this.hasReportedUnreadable = computer.hasUnreadableSnapshot;
+  }
+
+  /** Nothing wakes a terminal, which is said rather than found out. */
+  private sayOnce({ relay }: Computer): void {
+    if (this.hasSaidThatItSleeps || relay.kind !== "connected") return;
+    this.hasSaidThatItSleeps = true;
+    this.terminal.print(sleepLine);
   }
 
   private showList(computer: Computer): void {

@@ -20,6 +20,8 @@ export function ageText(from: Instant, now: Instant): string {
   return `${Math.floor(seconds / 3600)} h ago`;
 }
 
+export const sleepLine = "A terminal cannot be woken: prompts are shown here while this program runs.";
+
 /** `numbers`: that of each button, in their order; absent: it cannot be pressed from here. */
 export function promptLines(
   prompt: Prompt,

@@ -2,7 +2,7 @@
 import { signal } from "@preact/signals-core";
 import { act, cleanup, configure, fireEvent, render, screen, waitFor } from "@testing-library/preact";
 import { afterEach, beforeAll, beforeEach, describe, expect, it, vi } from "vitest";
-import { computer, kSceneNow, phone, prompt, scenes } from "../../gallery/scenes";
+import { computer, kOutcomes, kSceneNow, phone, prompt, scenes, withAlerts } from "../../gallery/scenes";
 import type { PairingReading, PhoneActions, PhoneState } from "../core/model";
 import { App } from "./App";
 import { setClock } from "./clock";
@@ -31,6 +31,9 @@ function actionsWith(reading: PairingReading = { kind: "offer", offer }) {
     suppress: vi.fn<PhoneActions["suppress"]>(),
     unsuppress: vi.fn<PhoneActions["unsuppress"]>(),
     suppressFor: vi.fn<PhoneActions["suppressFor"]>(),
+    chooseAlerts: vi.fn<PhoneActions["chooseAlerts"]>(),
+    chooseAlertContent: vi.fn<PhoneActions["chooseAlertContent"]>(),
+    testAlert: vi.fn<PhoneActions["testAlert"]>(),
     connectNow: vi.fn<PhoneActions["connectNow"]>(),
   };
 }
@@ -366,5 +369,123 @@ describe("this phone's lock", () => {
     atPhone();
     expect(screen.getByText(/This browser cannot ask for a face/)).toBeTruthy();
     expect(screen.queryByRole("button", { name: "Ask before each grant" })).toBeNull();
+  });
+});
+
+describe("alerts", () => {
+  it("are asked for once there is a computer, in words that say why, and may be declined", () => {
+    const { actions, current } = show(withAlerts({}, computer()));
+    expect(screen.getByText(/A prompt waits unseen until/)).toBeTruthy();
+    fireEvent.click(screen.getByRole("button", { name: "Not now" }));
+    fireEvent.click(screen.getByRole("button", { name: "Turn on alerts" }));
+    expect(actions.chooseAlerts.mock.calls).toEqual([[false], [true]]);
+    act(() => void (current.value = withAlerts({ isWanted: false }, computer())));
+    expect(screen.queryByText(/A prompt waits unseen until/)).toBeNull();
+  });
+
+  it("are not asked for where the browser has none, or this is not known yet", () => {
+    show(withAlerts({ support: "none" }, computer()));
+    expect(screen.queryByRole("button", { name: "Turn on alerts" })).toBeNull();
+    cleanup();
+    show(phone(computer()));
+    expect(screen.queryByRole("button", { name: "Turn on alerts" })).toBeNull();
+  });
+
+  it("lead an iPhone to the home screen, where it pairs", () => {
+    show(withAlerts({ support: "homeScreenFirst" }, computer()));
+    expect(screen.getByText(/pair there with a new code/).textContent).toContain("Add to Home Screen");
+    expect(screen.queryByRole("button", { name: "Turn on alerts" })).toBeNull();
+  });
+
+  it("say on this phone's page when the last one came, for each computer, and send a test", () => {
+    const { actions } = show(scenes.alerts ?? phone());
+    at("#/phone");
+    const time = new Date(kSceneNow - 58 * 60_000).toLocaleTimeString("en-GB", { timeStyle: "short" });
+    expect(screen.getByText(`Alerts reach this phone: last one at ${time}`)).toBeTruthy();
+    expect(screen.getByText("Ready. None has come yet: try one.")).toBeTruthy();
+    fireEvent.click(screen.getByRole("button", { name: "Send a test alert from Laptop" }));
+    expect(actions.testAlert.mock.calls).toEqual([["laptop"]]);
+    const away = screen.getByRole<HTMLButtonElement>("button", { name: /Build machine/ });
+    expect(away.disabled).toBe(true);
+  });
+
+  it("show on the lock screen what a person chooses", () => {
+    const { actions } = show(scenes.alerts ?? phone());
+    at("#/phone");
+    expect(screen.getByRole<HTMLInputElement>("radio", { name: /Who asks/ }).checked).toBe(true);
+    fireEvent.click(screen.getByRole("radio", { name: /Only that a prompt waits/ }));
+    expect(actions.chooseAlertContent.mock.calls).toEqual([["computer"]]);
+  });
+
+  it("are switched off and on again there", () => {
+    const { actions, current } = show(scenes.alerts ?? phone());
+    at("#/phone");
+    fireEvent.click(screen.getByRole("button", { name: "Turn off alerts" }));
+    act(() => void (current.value = scenes.noAlerts ?? phone()));
+    expect(screen.getByText("No alerts while this page is closed")).toBeTruthy();
+    fireEvent.click(screen.getByRole("button", { name: "Turn on alerts" }));
+    expect(actions.chooseAlerts.mock.calls).toEqual([[false], [true]]);
+  });
+
+  it.each(["alertsBlocked", "alertsRefused"])("that do not come say so, and what to do: %s", (scene) => {
+    show(scenes[scene] ?? phone());
+    fireEvent.click(screen.getByRole("link", { name: "What to do" }));
+    at("#/phone");
+    expect(screen.getByText("When alerts do not come")).toBeTruthy();
+  });
+});
+
+describe("a prompt to which an alert has led", () => {
+  const where = `#prompt/${prompt(2).id}`;
+  const scrolled = vi.fn();
+
+  beforeEach(() => {
+    scrolled.mockClear();
+    Element.prototype.scrollIntoView = scrolled;
+    at(where);
+  });
+
+  it("has the focus, and is brought into view once", () => {
+    const { current } = show(
+      phone(computer({ prompts: [prompt(1), prompt(2, { windowTitle: "Second?" })] })),
+    );
+    expect(document.activeElement?.getAttribute("aria-label")).toBe("Second?");
+    const more = [prompt(3), prompt(1), prompt(2, { windowTitle: "Second?" })];
+    act(() => void (current.value = phone(computer({ prompts: more }))));
+    expect(scrolled).toHaveBeenCalledTimes(1);
+    expect(screen.queryByText(/That prompt/)).toBeNull();
+  });
+
+  it("is looked for until the list is there", () => {
+    const { prompts: _none, ...opening } = computer({ relay: { kind: "connecting" } });
+    const { current } = show(phone(opening));
+    expect(screen.getByText("Looking for that prompt…")).toBeTruthy();
+    act(() => void (current.value = phone(computer({ prompts: [prompt(2)] }))));
+    expect(screen.queryByText("Looking for that prompt…")).toBeNull();
+    expect(scrolled).toHaveBeenCalledTimes(1);
+  });
+
+  it("is said to be gone where it is, with what became of it", () => {
+    const { current } = show(phone(computer({ prompts: [prompt(1)] })));
+    expect(screen.getByText("It was answered elsewhere, or closed by itself.")).toBeTruthy();
+    const [outcome] = kOutcomes;
+    if (!outcome) throw new Error("There is no such scene.");
+    const outcomes = [{ ...outcome, approvalID: prompt(2).id }];
+    act(() => void (current.value = phone(computer({ prompts: [prompt(1)], outcomes }))));
+    expect(screen.getByText(/Documents folder.: “Allow” pressed from here/)).toBeTruthy();
+    fireEvent.click(screen.getByRole("button", { name: "OK" }));
+    at("#/");
+    expect(screen.queryByText("That prompt is gone")).toBeNull();
+  });
+
+  it.each([
+    ["is not connected", { isComputerConnected: false }],
+    ["cannot be reached", { relay: { kind: "offline" } as const }],
+    ["is paused", { pause: {} }],
+    ["does not list all", { promptsLeftOut: 2 }],
+    ["may not look at windows", { accessibilityTrusted: false }],
+  ])("is not said to be gone while its computer %s", (_name, parts) => {
+    show(phone(computer({ prompts: [], ...parts })));
+    expect(screen.getByText("It is not known whether that prompt still waits")).toBeTruthy();
   });
 });

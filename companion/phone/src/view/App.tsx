@@ -1,4 +1,5 @@
 // The page as a whole: which view is up, from what the phone knows and where the person went.
+import { say } from "../language/say";
 import type { ReadonlySignal } from "@preact/signals-core";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect } from "preact/hooks";
@@ -54,14 +55,15 @@ function Ready({
     return (
       <Alone>
         <p class="aside" role="status">
-          {problem ?? "Opening…"}
+          {problem ?? say("Opening…")}
         </p>
       </Alone>
     );
   }
   const { ComputerPage, HistoryPage, Home, MutedPage, PhonePage } = views;
-  if (route.page === "phone") return <PhonePage state={state} actions={actions} />;
-  if (!computer) return <Home state={state} actions={actions} now={time} />;
+  if (route.page === "phone") return <PhonePage state={state} actions={actions} now={time} />;
+  const sought = route.page === "prompt" ? route.approvalID : undefined;
+  if (!computer) return <Home state={state} actions={actions} now={time} sought={sought} />;
   switch (route.page) {
     case "history":
       return <HistoryPage key="history" computer={computer} now={time} />;
@@ -82,7 +84,7 @@ export function App({ state, actions, update }: AppProps): JSX.Element {
     return (
       <Alone>
         <p class="aside" role="status">
-          Opening…
+          {say("Opening…")}
         </p>
       </Alone>
     );
@@ -90,10 +92,10 @@ export function App({ state, actions, update }: AppProps): JSX.Element {
   if (current.phase === "unavailable") {
     return (
       <Alone>
-        <h1>Quillard cannot run here</h1>
-        <p role="alert">{current.problem ?? "This browser cannot keep keys."}</p>
+        <h1>{say("Quillard cannot run here")}</h1>
+        <p role="alert">{current.problem ?? say("This browser cannot keep keys.")}</p>
         <p class="aside">
-          A private window, or a browser that keeps no data of pages, cannot hold a pairing.
+          {say("A private window, or a browser that keeps no data of pages, cannot hold a pairing.")}
         </p>
       </Alone>
     );

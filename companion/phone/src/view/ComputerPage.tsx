@@ -1,4 +1,5 @@
 // All about one computer: its name, how it stands with it, what came of its prompts, what is muted, and how to forget it.
+import { say } from "../language/say";
 import type { JSX } from "preact";
 import { useState } from "preact/hooks";
 import type { Computer, Instant, PhoneActions } from "../core/model";
@@ -22,27 +23,28 @@ interface ComputerPageProps {
 function relayText(computer: Computer): string {
   switch (computer.relay.kind) {
     case "connected":
-      return "Connected";
+      return say("Connected");
     case "connecting":
-      return "Connecting…";
+      return say("Connecting…");
     case "waiting":
-      return "Not reachable";
+      return say("Not reachable");
     case "offline":
-      return "No network";
+      return say("No network");
     case "takenOver":
-      return "In use by another tab";
+      return say("In use by another tab");
     case "revoked":
-      return "The computer unpaired its phones";
+      return say("The computer unpaired its phones");
     case "removed":
-      return "The computer removed this phone";
+      return say("The computer removed this phone");
     case "refused":
-      return "Does not know this pairing";
+      return say("Does not know this pairing");
   }
 }
 
 function computerText(computer: Computer): string {
-  if (computer.relay.kind !== "connected" || computer.isComputerConnected === undefined) return "Not known";
-  return computer.isComputerConnected ? "Connected" : "Not connected";
+  if (computer.relay.kind !== "connected" || computer.isComputerConnected === undefined)
+    return say("Not known");
+  return computer.isComputerConnected ? say("Connected") : say("Not connected");
 }
 
 function Fact({ name, children }: { name: string; children: string }): JSX.Element {
@@ -87,77 +89,79 @@ function Forget({ computer, actions }: { computer: Computer; actions: PhoneActio
   const forget = () => {
     actions.forget(computer.pairingID).then(
       () => goTo({ page: "home" }),
-      (error: unknown) => setProblem(error instanceof Error ? error.message : "It could not be forgotten."),
+      (error: unknown) =>
+        setProblem(error instanceof Error ? error.message : say("It could not be forgotten.")),
     );
   };
   if (!isAsked) {
     return (
       <button type="button" class="button is-danger is-wide" onClick={() => setAsked(true)}>
         <Symbol name="bin" />
-        Forget this computer
+        {say("Forget this computer")}
       </button>
     );
   }
   return (
-    <div class="card ask" role="group" aria-label={`Forget ${computer.name}?`}>
-      <p class="notice-title">Forget {computer.name}?</p>
+    <div class="card ask" role="group" aria-label={say("Forget %1?", computer.name)}>
+      <p class="notice-title">{say("Forget %1?", computer.name)}</p>
       <p>
-        Its keys, list and history are removed from this phone. The computer itself goes on trusting its other
-        phones; to shut out all of them, unpair in its window.
+        {say(
+          "Its keys, list and history are removed from this phone. The computer itself goes on trusting its other phones; to shut out all of them, unpair in its window.",
+        )}
       </p>
       {problem !== undefined && <p role="alert">{problem}</p>}
       <div class="row">
         <button type="button" class="button" onClick={() => setAsked(false)}>
-          Keep
+          {say("Keep")}
         </button>
         <button type="button" class="button is-danger" onClick={forget}>
-          Forget
+          {say("Forget")}
         </button>
       </div>
     </div>
   );
 }
 
-function counted(count: number, none: string, one: string, many: string): string {
-  if (count === 0) return none;
-  return count === 1 ? `1 ${one}` : `${count} ${many}`;
+function outcomesText(count: number): string {
+  if (count === 0) return say("Nothing yet");
+  return count === 1 ? say("1 outcome") : say("%1 outcomes", count);
+}
+
+function mutedText(count: number): string {
+  if (count === 0) return say("Everything is shown");
+  return count === 1 ? say("1 kind of prompt") : say("%1 kinds of prompts", count);
 }
 
 export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX.Element {
   const { pairingID } = computer;
   return (
-    <PageFrame title={computer.name} back={{ page: "home" }} backTitle="Prompts">
+    <PageFrame title={computer.name} back={{ page: "home" }} backTitle={say("Prompts")}>
       <p class={`pill is-${connectionText(computer, now).tone}`}>{connectionText(computer, now).text}</p>
       <Notices computer={computer} actions={actions} now={now} />
       <NameField
-        label="Name"
+        label={say("Name")}
         value={computer.name}
         onSave={(name) => actions.renameComputer(pairingID, name)}
       />
       <dl class="card facts">
-        <Fact name="Relay">{relayText(computer)}</Fact>
-        <Fact name="Computer">{computerText(computer)}</Fact>
-        <Fact name="Last heard of">
-          {computer.lastReceivedAt === undefined ? "Never" : longAge(computer.lastReceivedAt, now)}
+        <Fact name={say("Relay")}>{relayText(computer)}</Fact>
+        <Fact name={say("Computer")}>{computerText(computer)}</Fact>
+        <Fact name={say("Last heard of")}>
+          {computer.lastReceivedAt === undefined ? say("Never") : longAge(computer.lastReceivedAt, now)}
         </Fact>
-        <Fact name="Paired">{longAge(computer.pairedAt, now)}</Fact>
+        <Fact name={say("Paired")}>{longAge(computer.pairedAt, now)}</Fact>
       </dl>
       <ul class="card list">
         <Way
           symbol="clock"
-          title="History"
-          detail={counted(computer.outcomes.length, "Nothing yet", "outcome", "outcomes")}
+          title={say("History")}
+          detail={outcomesText(computer.outcomes.length)}
           to={{ page: "history", pairingID }}
         />
         <Way
           symbol="muted"
-          title="Not shown any more"
-          detail={counted(
-            computer.suppressions.length,
-            "Everything is shown",
-            "kind of prompt",
-            "kinds of prompts",
-          )}
+          title={say("Not shown any more")}
+          detail={mutedText(computer.suppressions.length)}
           to={{ page: "muted", pairingID }}
         />
       </ul>
@@ -169,16 +173,16 @@ export function ComputerPage({ computer, actions, now }: ComputerPageProps): JSX
 export function HistoryPage({ computer, now }: { computer: Computer; now: Instant }): JSX.Element {
   return (
     <PageFrame
-      title="History"
+      title={say("History")}
       back={{ page: "computer", pairingID: computer.pairingID }}
       backTitle={computer.name}
     >
       {computer.outcomes.length === 0 ? (
-        <p class="aside centred">What becomes of the prompts of {computer.name} is listed here.</p>
+        <p class="aside centred">{say("What becomes of the prompts of %1 is listed here.", computer.name)}</p>
       ) : (
         <OutcomeList outcomes={computer.outcomes} now={now} />
       )}
-      <p class="aside">The newest 50 are kept, on this phone only.</p>
+      <p class="aside">{say("The newest 50 are kept, on this phone only.")}</p>
     </PageFrame>
   );
 }
@@ -186,12 +190,12 @@ export function HistoryPage({ computer, now }: { computer: Computer; now: Instan
 export function MutedPage({ computer, actions, now }: ComputerPageProps): JSX.Element {
   return (
     <PageFrame
-      title="Not shown any more"
+      title={say("Not shown any more")}
       back={{ page: "computer", pairingID: computer.pairingID }}
       backTitle={computer.name}
     >
       {computer.suppressions.length === 0 ? (
-        <p class="aside centred">Every prompt of {computer.name} is shown.</p>
+        <p class="aside centred">{say("Every prompt of %1 is shown.", computer.name)}</p>
       ) : (
         <ul class="card list">
           {computer.suppressions.map((one) => (
@@ -204,16 +208,16 @@ export function MutedPage({ computer, actions, now }: ComputerPageProps): JSX.El
               <button
                 type="button"
                 class="button"
-                aria-label={`Show again: ${titleOf(one.windowTitle)}`}
+                aria-label={say("Show again: %1", titleOf(one.windowTitle))}
                 onClick={() => actions.unsuppress(computer.pairingID, one.suppressionID)}
               >
-                Show again
+                {say("Show again")}
               </button>
             </li>
           ))}
         </ul>
       )}
-      <p class="aside">Such prompts wait at the computer itself, and are not sent to phones.</p>
+      <p class="aside">{say("Such prompts wait at the computer itself, and are not sent to phones.")}</p>
     </PageFrame>
   );
 }

@@ -1,4 +1,5 @@
 // One computer on the home page: how it stands with it, its prompts, and what came of the last ones.
+import { say } from "../language/say";
 import type { JSX } from "preact";
 import { useLayoutEffect, useRef } from "preact/hooks";
 import type { Computer, Instant, PhoneActions } from "../core/model";
@@ -71,20 +72,21 @@ function Head({ computer, now }: { computer: Computer; now: Instant }): JSX.Elem
 function Empty({ computer, isAlone }: { computer: Computer; isAlone: boolean }): JSX.Element | null {
   if (computer.prompts === undefined) {
     return isReachable(computer) ? (
-      <p class="aside centred">Waiting for the first word of {computer.name}…</p>
+      <p class="aside centred">{say("Waiting for the first word of %1…", computer.name)}</p>
     ) : null;
   }
   // Nothing that was looked at and not found: the notice says why.
   if (computer.pause || computer.accessibilityTrusted === false) return null;
-  if (!isUpToDate(computer)) return <p class="aside centred">Nothing waited when it was last heard of.</p>;
-  if (!isAlone) return <p class="aside centred">Nothing waits.</p>;
+  if (!isUpToDate(computer))
+    return <p class="aside centred">{say("Nothing waited when it was last heard of.")}</p>;
+  if (!isAlone) return <p class="aside centred">{say("Nothing waits.")}</p>;
   return (
     <div class="empty">
       <span class="empty-symbol">
         <Symbol name="check" />
       </span>
-      <p class="empty-title">All is quiet</p>
-      <p>Prompts of {computer.name} appear here by themselves.</p>
+      <p class="empty-title">{say("All is quiet")}</p>
+      <p>{say("Prompts of %1 appear here by themselves.", computer.name)}</p>
     </div>
   );
 }
@@ -117,8 +119,8 @@ export function ComputerSection({ computer, actions, now, isAlone }: ComputerSec
       {recent.length > 0 && (
         <div class="recent">
           <div class="recent-head">
-            <h3>Recently</h3>
-            <a href={routeHash({ page: "history", pairingID: computer.pairingID })}>All</a>
+            <h3>{say("Recently")}</h3>
+            <a href={routeHash({ page: "history", pairingID: computer.pairingID })}>{say("All")}</a>
           </div>
           <OutcomeList outcomes={recent} now={now} />
         </div>

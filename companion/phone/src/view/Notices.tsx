@@ -1,4 +1,5 @@
 // What stands between a person and the computer, and what can be done about it.
+import { say } from "../language/say";
 import type { JSX } from "preact";
 import type { Computer, Instant, PhoneActions } from "../core/model";
 import { Symbol } from "./parts/Symbol";
@@ -27,27 +28,27 @@ function Act({
     case "tryNow":
       return (
         <button type="button" class="button" onClick={() => actions.connectNow(computer.pairingID)}>
-          Try now
+          {say("Try now")}
         </button>
       );
     case "useHere":
       return (
         <button type="button" class="button" onClick={() => actions.connectNow(computer.pairingID)}>
-          Use it here
+          {say("Use it here")}
         </button>
       );
     case "pairAgain":
       return (
         <div class="row">
           <button type="button" class="button" onClick={() => goTo({ page: "pair" })}>
-            Pair again
+            {say("Pair again")}
           </button>
           <button
             type="button"
             class="button"
             onClick={() => goTo({ page: "computer", pairingID: computer.pairingID })}
           >
-            Forget…
+            {say("Forget…")}
           </button>
         </div>
       );

@@ -1,7 +1,9 @@
 // About this phone.
+import { say } from "../language/say";
 import type { JSX } from "preact";
 import { useState } from "preact/hooks";
-import type { PhoneActions, PhoneState } from "../core/model";
+import type { Instant, PhoneActions, PhoneState } from "../core/model";
+import { Alerts } from "./Alerts";
 import { PageFrame } from "./PageFrame";
 import { NameField } from "./parts/NameField";
 import { Symbol } from "./parts/Symbol";
@@ -17,19 +19,21 @@ function Lock({ state, actions }: { state: PhoneState; actions: PhoneActions }):
       () => setBusy(false),
       (error: unknown) => {
         setBusy(false);
-        setProblem(error instanceof Error ? error.message : "This phone’s lock did not answer.");
+        setProblem(error instanceof Error ? error.message : say("This phone’s lock did not answer."));
       },
     );
   };
   return (
-    <section class="card ask" aria-label="This phone’s lock">
+    <section class="card ask" aria-label={say("This phone’s lock")}>
       <p class="notice-title">
-        {isLockChosen ? "Grants ask for this phone’s lock" : "This phone’s lock before a grant"}
+        {isLockChosen ? say("Grants ask for this phone’s lock") : say("This phone’s lock before a grant")}
       </p>
       <p>
         {isLockChosen === undefined
-          ? "This browser cannot ask for a face, a finger or a code, so grants cannot wait for that."
-          : "Before anything is granted here, this phone asks for your face, finger or code: whoever finds it unlocked cannot grant. It does not help against a page that was changed."}
+          ? say("This browser cannot ask for a face, a finger or a code, so grants cannot wait for that.")
+          : say(
+              "Before anything is granted here, this phone asks for your face, finger or code: whoever finds it unlocked cannot grant. It does not help against a page that was changed.",
+            )}
       </p>
       {problem !== undefined && (
         <p class="problem" role="alert">
@@ -40,26 +44,35 @@ function Lock({ state, actions }: { state: PhoneState; actions: PhoneActions }):
       {isLockChosen !== undefined && (
         <button type="button" class="button is-wide" disabled={isBusy} onClick={change}>
           <Symbol name="lock" />
-          {isLockChosen ? "Ask no more" : "Ask before each grant"}
+          {isLockChosen ? say("Ask no more") : say("Ask before each grant")}
         </button>
       )}
     </section>
   );
 }
 
-export function PhonePage({ state, actions }: { state: PhoneState; actions: PhoneActions }): JSX.Element {
+export function PhonePage({
+  state,
+  actions,
+  now,
+}: {
+  state: PhoneState;
+  actions: PhoneActions;
+  now: Instant;
+}): JSX.Element {
   return (
-    <PageFrame title="This phone" back={{ page: "home" }} backTitle="Prompts">
+    <PageFrame title={say("This phone")} back={{ page: "home" }} backTitle={say("Prompts")}>
       <NameField
-        label="What the computers call it"
+        label={say("What the computers call it")}
         value={state.deviceName}
         onSave={(name) => actions.renameDevice(name)}
       />
+      <Alerts state={state} actions={actions} now={now} />
       <Lock state={state} actions={actions} />
       <p class="aside">
-        What waits and what you decide travels sealed: only your computers and your phones hold the keys. Here
-        they are kept in a form that this page can use, but not read out. The relay sees who is connected, and
-        when. Whoever serves this page could change it; a phone in a terminal runs no page.
+        {say(
+          "What waits and what you decide travels sealed: only your computers and your phones hold the keys. Here they are kept in a form that this page can use, but not read out. The relay sees who is connected, and when. Whoever serves this page could change it; a phone in a terminal runs no page.",
+        )}
       </p>
     </PageFrame>
   );

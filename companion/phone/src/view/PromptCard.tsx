@@ -1,4 +1,5 @@
 // One prompt: who asks, what it says, its buttons, and what became of a decision on it.
+import { said, say } from "../language/say";
 import type { JSX } from "preact";
 import { useState } from "preact/hooks";
 import type { Computer, Instant, PhoneActions, Prompt, PromptButton } from "../core/model";
@@ -39,7 +40,7 @@ function monogram(appName: string): string {
 }
 
 function Head({ prompt, now }: { prompt: Prompt; now: Instant }): JSX.Element {
-  const name = prompt.appName.trim() === "" ? "An unnamed program" : visibleText(prompt.appName);
+  const name = prompt.appName.trim() === "" ? say("An unnamed program") : visibleText(prompt.appName);
   return (
     <header class="prompt-head">
       <span class="monogram" aria-hidden="true">
@@ -84,7 +85,7 @@ function Message({ prompt }: { prompt: Prompt }): JSX.Element | null {
       ))}
       {left > 0 && (
         <button type="button" class="plain" onClick={() => setUnfolded(true)}>
-          {left === 1 ? "Show 1 more line" : `Show ${left} more lines`}
+          {left === 1 ? say("Show 1 more line") : say("Show %1 more lines", left)}
         </button>
       )}
     </div>
@@ -97,22 +98,23 @@ function DirectAccess({ prompt, computer }: { prompt: Prompt; computer: Computer
     <div class="callout is-warn">
       <Symbol name="lock" />
       <div>
-        <p class="callout-title">Only at {computer.name}</p>
+        <p class="callout-title">{say("Only at %1", computer.name)}</p>
         <p>
           {prompt.directAccessReason
             ? visibleText(prompt.directAccessReason)
-            : "This prompt can only be granted at the computer itself."}
+            : say("This prompt can only be granted at the computer itself.")}
         </p>
         {kept.length > 0 && (
           <p class="aside">
-            There, it also offers{" "}
-            {kept.map((button, index) => (
-              <span key={index}>
-                {index > 0 && ", "}
-                <bdi>{quoted(button.label)}</bdi>
-              </span>
-            ))}
-            .
+            {said(
+              say("There, it also offers %1."),
+              kept.map((button, index) => (
+                <span key={index}>
+                  {index > 0 && ", "}
+                  <bdi>{quoted(button.label)}</bdi>
+                </span>
+              )),
+            )}
           </p>
         )}
       </div>
@@ -123,9 +125,9 @@ function DirectAccess({ prompt, computer }: { prompt: Prompt; computer: Computer
 /** Of a grant. */
 function captionOf({ isDisabled, isRecommended, caution }: PromptButton, asksLock: boolean): string {
   if (isDisabled) return "";
-  const hold = asksLock ? "hold, then unlock" : "hold";
+  const hold = asksLock ? say("hold, then unlock") : say("hold");
   if (caution) return `${cautionText(caution)} · ${hold}`;
-  return isRecommended ? `Recommended · ${hold}` : `${hold.charAt(0).toUpperCase()}${hold.slice(1)}`;
+  return isRecommended ? say("Recommended · %1", hold) : `${hold.charAt(0).toUpperCase()}${hold.slice(1)}`;
 }
 
 /** All that a person may have read before deciding. */
@@ -160,7 +162,7 @@ function Buttons({ prompt, lock, isDisabled, onDecide, onHint }: ButtonsProps): 
     <div
       class={`presses ${longest > 16 || offered.length > 4 ? "is-stacked" : ""}`}
       role="group"
-      aria-label="Buttons"
+      aria-label={say("Buttons")}
     >
       {offered.map((button, index) => {
         const decide = () => onDecide(button.label);
@@ -181,7 +183,7 @@ function Buttons({ prompt, lock, isDisabled, onDecide, onHint }: ButtonsProps): 
           <TapButton
             key={key}
             label={button.label}
-            {...(button.isRecommended ? { caption: "Recommended" } : {})}
+            {...(button.isRecommended ? { caption: say("Recommended") } : {})}
             isDisabled={
               isDisabled || (lock === "missing" && button.kind !== "dismiss") || button.isDisabled === true
             }
@@ -209,7 +211,10 @@ function statusLine(slot: Slot, computer: Computer, hint: string | undefined): S
   }
   const outcome = computer.outcomes.find((one) => one.approvalID === prompt.id);
   if (outcome) return outcomeText(outcome);
-  return { tone: "quiet", text: computer.pause ? "Not shown while alerts are paused." : "It is gone." };
+  return {
+    tone: "quiet",
+    text: computer.pause ? say("Not shown while alerts are paused.") : say("It is gone."),
+  };
 }
 
 /** What became of it, or what to do: read out when it changes. */
@@ -227,18 +232,18 @@ function Status({ line }: { line: StatusLine | undefined }): JSX.Element {
 function Details({ prompt }: { prompt: Prompt }): JSX.Element {
   return (
     <details class="prompt-details">
-      <summary>Details</summary>
+      <summary>{say("Details")}</summary>
       <dl>
         {prompt.bundleIdentifier !== undefined && (
           <>
-            <dt>Program</dt>
+            <dt>{say("Program")}</dt>
             <dd>
               <bdi>{visibleText(prompt.bundleIdentifier)}</bdi>
             </dd>
           </>
         )}
-        <dt>Taken for a prompt because</dt>
-        <dd>{prompt.reason === "" ? "The computer gave no reason." : visibleText(prompt.reason)}</dd>
+        <dt>{say("Taken for a prompt because")}</dt>
+        <dd>{prompt.reason === "" ? say("The computer gave no reason.") : visibleText(prompt.reason)}</dd>
       </dl>
     </details>
   );
@@ -246,8 +251,8 @@ function Details({ prompt }: { prompt: Prompt }): JSX.Element {
 
 /** Seconds; the tap before them mutes for ever. */
 const shorterMutes = [
-  ["Only for a day", 86_400],
-  ["For a week", 604_800],
+  [say("Only for a day"), 86_400],
+  [say("For a week"), 604_800],
 ] as const;
 
 export function PromptCard({ slot, alike, computer, actions, now }: PromptCardProps): JSX.Element {
@@ -262,6 +267,7 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
     <article
       class={`card prompt ${isGone ? "is-gone" : ""} ${isOpen ? "" : "is-settled"}`}
       aria-label={titleOf(prompt.windowTitle)}
+      data-prompt={prompt.id}
       tabIndex={-1}
     >
       <Head prompt={prompt} now={now} />
@@ -270,12 +276,12 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
       </h3>
       {alike && (
         <p class="aside">
-          {alike.number} of {alike.count} that look the same. An answer is for this one only.
+          {say("%1 of %2 that look the same. An answer is for this one only.", alike.number, alike.count)}
         </p>
       )}
       <Message prompt={prompt} />
       {prompt.isFallbackDetection && (
-        <p class="aside">Recognised by its looks only: it may be something else than a prompt.</p>
+        <p class="aside">{say("Recognised by its looks only: it may be something else than a prompt.")}</p>
       )}
       {prompt.requiresDirectAccess && <DirectAccess prompt={prompt} computer={computer} />}
       <Buttons
@@ -293,7 +299,7 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
         <footer class="prompt-foot">
           <Details prompt={prompt} />
           <button type="button" class="plain" onClick={() => actions.suppress(computer.pairingID, prompt.id)}>
-            Don’t show this again
+            {say("Don’t show this again")}
           </button>
         </footer>
       )}
@@ -314,7 +320,7 @@ export function PromptCard({ slot, alike, computer, actions, now }: PromptCardPr
             class="plain"
             onClick={() => actions.unsuppress(computer.pairingID, prompt.suppressionID)}
           >
-            Undo
+            {say("Undo")}
           </button>
         </footer>
       )}

@@ -1,4 +1,5 @@
 // Phones that joined a computer with a code that had its phone already: somebody else may have that code.
+import { said, say } from "../language/say";
 import type { JSX } from "preact";
 import { useState } from "preact/hooks";
 import type { Computer, NewPhone, PhoneActions } from "../core/model";
@@ -14,19 +15,27 @@ function Row({ phone, computer, actions }: { phone: NewPhone; computer: Computer
       <Symbol name="warning" />
       <div class="notice-text">
         <p class="notice-title" role="status">
-          <bdi>{name}</bdi> has joined {computer.name} with the code of <bdi>{earlier}</bdi>
+          {said(
+            say("%1 has joined %2 with the code of %3"),
+            <bdi>{name}</bdi>,
+            computer.name,
+            <bdi>{earlier}</bdi>,
+          )}
         </p>
         {isAsked ? (
           <p>
-            They share that code, so both are unpaired. Pair yours again at {computer.name}, with a new code.
+            {say(
+              "They share that code, so both are unpaired. Pair yours again at %1, with a new code.",
+              computer.name,
+            )}
           </p>
         ) : (
-          <p>If it is none of yours, somebody else has the code, and can see and answer prompts.</p>
+          <p>{say("If it is none of yours, somebody else has the code, and can see and answer prompts.")}</p>
         )}
         <div class="row">
           {isAsked && (
             <button type="button" class="button" onClick={() => setAsked(false)}>
-              Keep
+              {say("Keep")}
             </button>
           )}
           <button
@@ -35,7 +44,7 @@ function Row({ phone, computer, actions }: { phone: NewPhone; computer: Computer
             disabled={!isReachable(computer)}
             onClick={() => (isAsked ? actions.removePhone(computer.pairingID, phone.id) : setAsked(true))}
           >
-            {isAsked ? "Remove both" : "Remove…"}
+            {isAsked ? say("Remove both") : say("Remove…")}
           </button>
         </div>
       </div>

@@ -1,11 +1,12 @@
+import { say } from "../language/say";
 import type { JSX } from "preact";
 
 export function UpdateNote({ onTake }: { onTake: () => void }): JSX.Element {
   return (
     <aside class="toast" role="status">
-      <span>A new version is ready</span>
+      <span>{say("A new version is ready")}</span>
       <button type="button" class="button is-primary" onClick={onTake}>
-        Reload
+        {say("Reload")}
       </button>
     </aside>
   );

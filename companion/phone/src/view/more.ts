@@ -1,4 +1,5 @@
 // The part of the page that only a paired phone needs: fetched once there is a computer, and kept from then on.
+import { say } from "../language/say";
 import { signal } from "@preact/signals-core";
 
 export type MoreViews = typeof import("./MoreViews");
@@ -15,6 +16,8 @@ export async function loadMore(): Promise<void> {
     const workers = (navigator as Partial<Navigator>).serviceWorker;
     void workers?.ready.then(({ active }) => active?.postMessage("paired"));
   } catch {
-    moreProblem.value = "This part of the page could not be fetched. Open it again when there is a network.";
+    moreProblem.value = say(
+      "This part of the page could not be fetched. Open it again when there is a network.",
+    );
   }
 }

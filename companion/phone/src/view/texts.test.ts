@@ -1,9 +1,13 @@
 import { describe, expect, it } from "vitest";
 import { computer, kSceneNow, prompt } from "../../gallery/scenes";
-import type { DecisionStatus, Outcome } from "../core/model";
+import type { ComputerAlerts, DecisionStatus, Outcome } from "../core/model";
 import {
   ago,
+  alertsHelp,
+  alertsNotice,
+  computerAlertsText,
   decisionText,
+  dismissalText,
   headline,
   isUpToDate,
   longAge,
@@ -252,5 +256,85 @@ describe("the history", () => {
     const text = (name: string) => outcomeText(outcome({ buttonLabel: "No", otherPhone: name })).text;
     expect(text("A\u202EB\nC")).toContain("on A B C");
     expect(text("👩‍👧")).toContain("on 👩‍👧");
+  });
+});
+
+describe("alerts", () => {
+  const minute = 60_000;
+  const text = (alerts?: ComputerAlerts) => computerAlertsText(alerts, kNow);
+  const accepted = (ago: number) => ({ status: "accepted", acceptedAt: kNow - ago }) as const;
+
+  it("say how they fare, and nothing that is not known", () => {
+    expect(text()).toEqual({ tone: "quiet", text: "Not known: the relay has not said yet." });
+    expect(text({ isSubscribed: true }).text).toBe("Ready. None has come yet: try one.");
+    expect(text({ isSubscribed: false, receivedAt: kNow }).tone).toBe("warn");
+    expect(text({ isSubscribed: true, receivedAt: kNow - 58 * minute })).toEqual({
+      tone: "good",
+      text: expect.stringMatching(/^Alerts reach this phone: last one at \d\d:\d\d$/),
+    });
+    expect(text({ receivedAt: kNow - 24 * 60 * minute }).text).toMatch(/last one at yesterday \d\d:\d\d$/);
+    expect(text({ receivedAt: kNow - 100 * 24 * 60 * minute }).text).toMatch(/at \d+ \w+, \d\d:\d\d$/);
+  });
+
+  it("that were sent and have not come are told apart from those that are on their way", () => {
+    expect(text({ isSubscribed: true, sent: accepted(minute / 2) }).tone).toBe("quiet");
+    expect(text({ isSubscribed: true, sent: accepted(2 * minute) }).text).toMatch(
+      /has not been noticed here/,
+    );
+    expect(text({ sent: accepted(2 * minute), receivedAt: kNow - 2 * minute + 1000 }).tone).toBe("good");
+    for (const status of ["gone", "refused", "unreachable"] as const)
+      expect(text({ isSubscribed: true, receivedAt: kNow - minute, sent: { status } }).tone).toBe("warn");
+  });
+
+  it("give help for the device and browser that they are to come to", () => {
+    const agents = [
+      ["iOS", ""],
+      ["Android", "Firefox/153"],
+      ["Android", "Chrome/156"],
+      ["Linux", "Firefox/153"],
+      ["macOS", ""],
+    ] as const;
+    const helps = agents.map(([platform, agent]) => alertsHelp(platform, agent).join(" "));
+    expect(new Set(helps).size).toBe(helps.length);
+    expect(helps[0]).toContain("home screen");
+    expect(helps[1]).toContain("Firefox");
+    expect(helps[1]).not.toContain("Chrome");
+  });
+
+  it("have words for each problem", () => {
+    const problems = [
+      "relayWakesNone",
+      "serviceNotAllowed",
+      "relayUnreachable",
+      "serviceSilent",
+      "serviceRefused",
+      "notStored",
+    ] as const;
+    const base = { support: "available", isWanted: true, shows: "prompt", isBusy: false } as const;
+    const details = problems.map((problem) => alertsNotice({ ...base, problem })?.detail);
+    expect(new Set(details).size).toBe(problems.length);
+    expect(alertsNotice(base)).toBeUndefined();
+    expect(alertsNotice({ ...base, isWanted: false, problem: "serviceSilent" })).toBeUndefined();
+  });
+
+  it("say what became of a dismissal, and warn of all but those that need nothing more", () => {
+    const outcome = {
+      key: "D",
+      approvalID: "A",
+      at: kNow,
+      appName: "Disk Tool",
+      windowTitle: "Erase?",
+      buttonLabel: "Cancel",
+      status: "accepted",
+    } as const;
+    const kinds = ["changed", "unreachable", "ended", "paused", "unknown"] as const;
+    const warned = kinds.map((kind) => dismissalText({ kind }, "Studio"));
+    expect(warned.map(({ tone }) => tone)).toEqual(kinds.map(() => "warn"));
+    expect(new Set(warned.map((one) => one.text)).size).toBe(kinds.length);
+    expect(dismissalText({ kind: "settled", outcome }, "Studio")).toEqual(outcomeText(outcome));
+    expect(dismissalText({ kind: "gone" }, "Studio").tone).toBe("quiet");
+    expect(
+      dismissalText({ kind: "gone", outcome: { ...outcome, otherPhone: "Bo’s phone" } }, "Studio").text,
+    ).toBe("It was gone already, and nothing was pressed. “Cancel” pressed: chosen on Bo’s phone");
   });
 });

@@ -25,6 +25,15 @@ std::optional<BusConnections::Loan> BusConnections::borrow() {
   return std::optional<Loan>{std::in_place, *this, std::move(connection)};
 }
 
+bool BusConnections::hasOpenConnection() {
+  while (auto connection = takeIdle()) {
+    if (!connection->drain()) continue;
+    giveBack(std::move(connection));
+    return true;
+  }
+  return false;
+}
+
 std::unique_ptr<BusConnection> BusConnections::takeIdle() {
   const MutexLock lock(mutex);
   if (idle.empty()) return nullptr;

@@ -39,6 +39,8 @@ class BusConnections {
 
   // Absent when there is no bus, or it does not answer.
   [[nodiscard]] std::optional<Loan> borrow();
+  // Whether a connection that lies idle is still open. Waits for nothing, and opens none.
+  [[nodiscard]] bool hasOpenConnection();
 
  private:
   [[nodiscard]] std::unique_ptr<BusConnection> takeIdle();

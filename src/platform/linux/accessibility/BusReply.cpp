@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace quillard::atspi {
 namespace {
@@ -25,11 +26,50 @@ std::optional<ObjectName> nextObject(sd_bus_message* message) {
   return ObjectName{bus, path};
 }
 
+constexpr const char* kCachedObject = "(so)(so)(so)iiassusau";
+
+std::optional<std::uint64_t> nextStates(sd_bus_message* message) {
+  const void* words = nullptr;
+  std::size_t size = 0;
+  if (sd_bus_message_read_array(message, SD_BUS_TYPE_UINT32, &words, &size) < 0) return std::nullopt;
+  std::uint64_t states = 0;
+  for (std::size_t i = 0; i < 2 && (i + 1) * sizeof(std::uint32_t) <= size; ++i) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, static_cast<const char*>(words) + i * sizeof word, sizeof word);
+    states |= static_cast<std::uint64_t>(word) << (32 * i);
+  }
+  return states;
+}
+
 template <class T>
 std::optional<T> nextNumber(sd_bus_message* message, char type) {
   T value{};
   if (sd_bus_message_read_basic(message, type, &value) <= 0) return std::nullopt;
   return value;
+}
+
+// Absent at the end of the list.
+std::optional<CachedObject> nextCachedObject(sd_bus_message* message) {
+  if (sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, kCachedObject) <= 0) return std::nullopt;
+  auto name = nextObject(message);
+  const auto application = nextObject(message);
+  auto parent = nextObject(message);
+  const auto index = nextNumber<std::int32_t>(message, SD_BUS_TYPE_INT32);
+  const auto childCount = nextNumber<std::int32_t>(message, SD_BUS_TYPE_INT32);
+  if (sd_bus_message_skip(message, "as") < 0) return std::nullopt;  // Its interfaces.
+  auto title = nextText(message);
+  const auto role = nextNumber<std::uint32_t>(message, SD_BUS_TYPE_UINT32);
+  auto description = nextText(message);
+  const auto states = nextStates(message);
+  const bool isRead = name && application && parent && index && childCount && title && role && description && states;
+  if (!isRead || sd_bus_message_exit_container(message) < 0) return std::nullopt;
+  CachedObject object{
+      .name = *std::move(name), .parent = *std::move(parent), .index = *index, .childCount = *childCount, .record = {}};
+  object.record.role = static_cast<Role>(*role);
+  object.record.states = *states;
+  object.record.name = std::move(title);
+  object.record.description = std::move(description);
+  return object;
 }
 
 }  // namespace
@@ -71,18 +111,19 @@ std::optional<ObjectList> BusReply::readObjects(std::size_t most) const {
   return list;
 }
 
-std::optional<std::uint64_t> BusReply::readStates() const {
-  if (!message) return std::nullopt;
-  const void* words = nullptr;
-  std::size_t size = 0;
-  if (sd_bus_message_read_array(message, SD_BUS_TYPE_UINT32, &words, &size) < 0) return std::nullopt;
-  std::uint64_t states = 0;
-  for (std::size_t i = 0; i < 2 && (i + 1) * sizeof(std::uint32_t) <= size; ++i) {
-    std::uint32_t word = 0;
-    std::memcpy(&word, static_cast<const char*>(words) + i * sizeof word, sizeof word);
-    states |= static_cast<std::uint64_t>(word) << (32 * i);
+std::optional<std::uint64_t> BusReply::readStates() const { return message ? nextStates(message) : std::nullopt; }
+
+std::optional<CachedList> BusReply::readCachedObjects(std::size_t most) const {
+  const auto contents = "(" + std::string(kCachedObject) + ")";
+  if (!message || sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, contents.c_str()) <= 0) {
+    return std::nullopt;
   }
-  return states;
+  CachedList list;
+  while (auto object = nextCachedObject(message)) {
+    if (list.objects.size() == most) return CachedList{.objects = {}, .isTooLong = true};
+    list.objects.push_back(*std::move(object));
+  }
+  return list;
 }
 
 std::optional<Rect> BusReply::readExtents() const {

@@ -9,6 +9,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include "platform/linux/accessibility/CachedObject.h"
 #include "platform/linux/accessibility/ObjectName.h"
 #include "values/Geometry.h"
 
@@ -54,6 +55,9 @@ class BusReply {
   // A set of state numbers, as bits.
   [[nodiscard]] std::optional<std::uint64_t> readStates() const;
   [[nodiscard]] std::optional<Rect> readExtents() const;
+  // All objects of the program that answers; of one that has more than `most`, none. Absent also when another kind of
+  // list came, as Qt has one.
+  [[nodiscard]] std::optional<CachedList> readCachedObjects(std::size_t most) const;
 
   // The same for the answers of properties, which come wrapped.
   [[nodiscard]] std::optional<std::string> readTextProperty() const;

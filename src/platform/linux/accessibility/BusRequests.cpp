@@ -68,6 +68,7 @@ struct BusRequests::Flight {
   Program& program;
   OnReply onReply;
   int depth;
+  bool isOptional;
   steady_clock::time_point deadline;
   BusSlot slot;
   std::list<Flight>::iterator place;
@@ -111,7 +112,7 @@ void BusRequests::launch(Program& program, Waiting waiting) {
   if (result >= 0 && !append(message.get(), call)) result = -EINVAL;
   if (result >= 0 && !call.startsService) result = sd_bus_message_set_auto_start(message.get(), 0);
   const auto flight =
-      flights.insert(flights.end(), Flight{*this, program, std::move(waiting.onReply), waiting.depth,
+      flights.insert(flights.end(), Flight{*this, program, std::move(waiting.onReply), waiting.depth, call.isOptional,
                                            steady_clock::now() + waiting.timeout, nullptr, flights.end()});
   flight->place = flight;
   sd_bus_slot* slot = nullptr;
@@ -141,9 +142,10 @@ void BusRequests::land(Flight& flight, sd_bus_message* message) {
   Program& program = flight.program;
   OnReply onReply = std::move(flight.onReply);
   const int landingDepth = flight.depth;
+  const bool isLost = outcome == CallOutcome::gone || (outcome == CallOutcome::timedOut && !flight.isOptional);
   flights.erase(flight.place);
   --program.inFlight;
-  if (outcome == CallOutcome::timedOut || outcome == CallOutcome::gone) lose(program, outcome);
+  if (isLost) lose(program, outcome);
   answer(onReply, landingDepth,
          BusReply{outcome, outcome == CallOutcome::answered ? message : nullptr, isUnknown(message)});
   startQueued(program);

@@ -29,6 +29,8 @@ struct BusCall {
   bool wrapsLastArgument = false;
   // Whether a service that is not running is started for it.
   bool startsService = true;
+  // There is another way to learn the same: the program is asked on when this is not answered in time.
+  bool isOptional = false;
 };
 
 [[nodiscard]] BusCall propertyCall(ObjectName target, const char* interface, const char* property);

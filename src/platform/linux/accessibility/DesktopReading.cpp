@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/linux/accessibility/BubbleAreas.h"
+#include "platform/linux/accessibility/CachedObjects.h"
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/Mapping.h"
 #include "platform/linux/accessibility/ShellWindows.h"
@@ -30,6 +32,12 @@ AccessibleWindow described(const Node& node) {
           .isShowing = toolkit == Toolkit::gtk4 || node.record.is(State::showing),
           .extents = node.record.extents,
           .tellsPlace = toolkit != Toolkit::gtk4};
+}
+
+// What came of comparing the cache with the walk of the same reading.
+CacheCheck checkOf(const ProgramNode& program) {
+  if (program.cacheUse != CacheUse::compare || program.cachedObjects.empty()) return CacheCheck::none;
+  return contradictsWalk(program, program.cachedObjects) ? CacheCheck::contradicted : CacheCheck::confirmed;
 }
 
 }  // namespace
@@ -128,6 +136,7 @@ ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgr
     slot->toolkitName = known.toolkitName;
     slot->toolkitVersion = known.toolkitVersion;
     slot->toolkit = mapping::toolkitOf(known.toolkitName, known.toolkitVersion);
+    if (dependencies.mayAskCaches) slot->cacheUse = cacheUseOf(known, slot->toolkit);
   }
   return *slot;
 }
@@ -136,15 +145,24 @@ void DesktopReading::rememberPrograms() {
   for (const auto& [bus, program] : programsByBus) {
     const auto before = dependencies.knownPrograms.find(busIdentity(), bus);
     const bool isAnswering = !requests.hasMissedTimeout(bus) && !requests.hasGone(bus);
-    dependencies.knownPrograms.remember(
-        busIdentity(), bus,
-        {.processIdentifier = program->processIdentifier,
-         .rootPath = program->root->name.path,
-         .isToolkitKnown = hasToolkit(*program) && isAnswering && !program->toolkitName.empty(),
-         .toolkitName = program->toolkitName,
-         .toolkitVersion = program->toolkitVersion,
-         .carefulReadings = carefulReadingsAfter(before ? before->carefulReadings : 0, program->wasAskedForChildren,
-                                                 program->hasShownLargeContainers)});
+    KnownProgram known{
+        .processIdentifier = program->processIdentifier,
+        .rootPath = program->root->name.path,
+        .isToolkitKnown = hasToolkit(*program) && isAnswering && !program->toolkitName.empty(),
+        .toolkitName = program->toolkitName,
+        .toolkitVersion = program->toolkitVersion,
+        .carefulReadings = carefulReadingsAfter(before ? before->carefulReadings : 0, program->wasAskedForChildren,
+                                                program->hasShownLargeContainers),
+        .isSmall = before && before->isSmall,
+        .readingsWithoutCache = before ? before->readingsWithoutCache : 0,
+        .uncheckedReadings = before ? before->uncheckedReadings : 0,
+        .wasContradicted = before && before->wasContradicted};
+    learn(known, {.wasRead = preparedPrograms.contains(program),
+                  .isWhole = isAnswering && areTreesSmall(*program),
+                  .askedCache = program->cache != Progress::notAsked,
+                  .cacheAnswer = program->cacheAnswer,
+                  .check = checkOf(*program)});
+    dependencies.knownPrograms.remember(busIdentity(), bus, known);
   }
 }
 
@@ -173,6 +191,7 @@ void DesktopReading::prepare(const std::vector<std::int32_t>& processIdentifiers
   for (const auto process : processIdentifiers) {
     for (ProgramNode* program : programs(process)) {
       const bool isShell = shell::isShell(*program);
+      if (descendantsPerWindow > 0) preparedPrograms.insert(program);
       goals.push_back(isShell ? shell::stageGoal(*program)
                               : FetchGoal{.node = program->root, .descendants = descendantsPerWindow});
     }
@@ -245,8 +264,31 @@ ProcessWindows DesktopReading::findWindows(std::int32_t processIdentifier) {
       found.present.push_back(candidates[i]);
     }
   }
+  splitBubbleAreas(found);
   findSheets(found);
   return found;
+}
+
+// Not one that the desktop lists: what it knows of that window would be said of each notification.
+void DesktopReading::splitBubbleAreas(ProcessWindows& found) {
+  std::vector<Node*> present;
+  for (Node* window : found.present) {
+    std::optional<bubbles::Area> area;
+    if (!found.desktopWindow(window) && bubbles::mayBeArea(*window)) {
+      fetch(bubbles::areaGoals(*window));
+      area = bubbles::areaOf(*window);
+    }
+    if (!area) {
+      present.push_back(window);
+      continue;
+    }
+    std::vector<FetchGoal> goals;
+    for (Node* bubble : area->bubbles) goals.push_back({.node = bubble});
+    fetch(goals);
+    present.insert(present.end(), area->bubbles.begin(), area->bubbles.end());
+    found.isIncomplete = found.isIncomplete || !area->isWhole;
+  }
+  found.present = std::move(present);
 }
 
 // A sheet is a modal dialog that belongs to an ordinary window of the same process: it is then the last child of that

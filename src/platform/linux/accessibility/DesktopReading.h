@@ -29,6 +29,9 @@ struct ReadingDependencies {
   std::int32_t ownProcessIdentifier = 0;
   // The desktop told of its windows before, so that one that tells of none now has gone.
   bool expectsWindowServer = false;
+  // Whether toolkits' caches may answer for the objects that they list. Not where something depends on the answers that
+  // cannot be undone.
+  bool mayAskCaches = false;
 };
 
 // The windows of a process, as the bus and the desktop know them together.
@@ -96,6 +99,8 @@ class DesktopReading {
   // Of shells whose stage was not whole when less of it was read.
   void readStages(std::int32_t processIdentifier, shell::StageExtent extent);
   [[nodiscard]] ProcessWindows findWindows(std::int32_t processIdentifier);
+  // In the place of a window that shows notifications, these.
+  void splitBubbleAreas(ProcessWindows& found);
   void findSheets(ProcessWindows& found);
 
   const ReadingDependencies dependencies;
@@ -108,6 +113,7 @@ class DesktopReading {
   std::vector<std::int32_t> processes;
   std::unordered_map<std::int32_t, std::vector<ProgramNode*>> programsByProcess;
   std::unordered_map<std::string, ProgramNode*> programsByBus;
+  std::unordered_set<const ProgramNode*> preparedPrograms;
   std::unordered_map<std::int32_t, ProcessWindows> windowsByProcess;
   std::optional<desktop::WindowsSnapshot> snapshot;
 };

@@ -19,6 +19,9 @@ namespace ax = platform::ax;
 
 namespace {
 
+// Its buttons answer a press with True and do nothing.
+constexpr const char* kDeafProgram = "mate-notification-daemon";
+
 bool isTrue(const AXValue& value) {
   const auto* flag = std::get_if<bool>(&value);
   return flag && *flag;
@@ -60,11 +63,20 @@ AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action)
 }
 
 AXError ElementActions::press(Node& node) {
-  if (shell::isShell(*node.program)) return ShellPress{reading, sessionBusAddress, systemBusAddress}.press(node);
+  if (shell::isShell(*node.program))
+    return ShellPress{reading, sessionBusAddress, systemBusAddress, slowShellTimeout}.press(node);
+  if (isDeaf(node)) return AXError::notImplemented;
   const auto number = answers.pressAction(node);
   if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
   if (!number) return AXError::actionUnsupported;
   return askYesOrNo({.target = node.name, .interface = names::kAction, .member = "DoAction", .arguments = {*number}});
+}
+
+// Its notifications are windows that no desktop lists.
+bool ElementActions::isDeaf(Node& node) {
+  if (node.program->toolkit != Toolkit::gtk3 || answers.desktopWindow(node)) return false;
+  reading.fetch({{.node = node.program->root, .isRootItself = true}});
+  return node.program->root->record.name == kDeafProgram;
 }
 
 AXError ElementActions::grabFocus(Node& node) {

@@ -15,12 +15,13 @@ class ElementActions {
   // All outlive this.
   ElementActions(DesktopReading& reading, desktop::DesktopWindows& windows,
                  const std::optional<std::string>& sessionBusAddress,
-                 const std::optional<std::string>& systemBusAddress)
+                 const std::optional<std::string>& systemBusAddress, Seconds slowShellTimeout)
       : reading(reading),
         answers(reading),
         windows(windows),
         sessionBusAddress(sessionBusAddress),
-        systemBusAddress(systemBusAddress) {}
+        systemBusAddress(systemBusAddress),
+        slowShellTimeout(slowShellTimeout) {}
 
   [[nodiscard]] platform::AXError perform(const platform::AXUIElement& element, platform::AXAction action);
   // `actionUnsupported` for the focus of an element of the shell: only a press there may move it.
@@ -32,6 +33,8 @@ class ElementActions {
   // The object that may be acted on, or why not.
   [[nodiscard]] platform::AXResult<Node*> living(const ElementReference& reference);
   [[nodiscard]] platform::AXError press(Node& node);
+  // Whether it takes presses without doing anything: one that then goes by itself would count as answered.
+  [[nodiscard]] bool isDeaf(Node& node);
   [[nodiscard]] platform::AXError grabFocus(Node& node);
   [[nodiscard]] platform::AXError askYesOrNo(BusCall call);
   [[nodiscard]] platform::AXError performKnown(Node& node, platform::AXKnownAction action);
@@ -47,6 +50,7 @@ class ElementActions {
   desktop::DesktopWindows& windows;
   const std::optional<std::string>& sessionBusAddress;
   const std::optional<std::string>& systemBusAddress;
+  const Seconds slowShellTimeout;  // How long a press in the shell waits for one that answers too slowly.
 };
 
 }  // namespace quillard::atspi

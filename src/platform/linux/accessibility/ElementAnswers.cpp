@@ -366,6 +366,10 @@ AXResult<AXValue> ElementAnswers::title(Node& node) {
     reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
     return textValue(shell::headingOf(node));
   }
+  // GTK 3 names a message dialog after its kind ("Question"), which is not shown.
+  const bool isNamedAfterKind = toolkit == Toolkit::gtk3 && node.record.role == Role::alert && !desktopWindow(node);
+  if (node.isTopLevel() && isNamedAfterKind && reading.desktopWindows().coverage != desktop::WindowCoverage::all)
+    return textValue(messageTitle(reading, node));
   if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, desktopWindow(node)));
   if (node.record.role == Role::pushButton) {
     if (isTitleBarButton(reading, node)) return AXError::noValue;

@@ -19,6 +19,9 @@ using Kind = ElementReference::Kind;
 
 namespace {
 
+// For what no signal reports.
+constexpr std::chrono::seconds kLongestGrant{30};
+
 const std::vector<std::string>& trustRules() {
   static const std::vector<std::string> rules{
       "type='signal',path='/org/a11y/bus',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
@@ -26,6 +29,11 @@ const std::vector<std::string>& trustRules() {
       "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',"
       "arg0='org.a11y.Bus'"};
   return rules;
+}
+
+ElementActions actionsOn(DesktopReading& reading, desktop::DesktopWindows& windows,
+                         const LinuxAccessibilityOptions& options) {
+  return {reading, windows, options.sessionBusAddress, options.systemBusAddress, options.slowShellTimeout};
 }
 
 }  // namespace
@@ -36,10 +44,12 @@ LinuxAccessibility::LinuxAccessibility(const LinuxAccessibilityOptions& options,
       windows(windows),
       status(options.sessionBusAddress, counted),
       connections([this] { return status.busAddress(); }),
-      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread()),
+      mainThread(executors.mainThread()),
+      trustObservers([options] { return options.sessionBusAddress; }, trustRules(), executors.mainThread(),
+                     [this] { return ++trustNews > 0; }),
       trust([this] { return askForTrust(); }, executors) {}
 
-std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
+std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading(bool mayAskCaches) {
   auto connection = connections.borrow();
   if (!connection) return nullptr;
   if (options.isXSession && windows.coverage() != desktop::WindowCoverage::none) hadWindowServer = true;
@@ -50,7 +60,8 @@ std::unique_ptr<DesktopReading> LinuxAccessibility::beginReading() {
                           .messagingTimeout = saturatingDuration<std::chrono::microseconds>(options.messagingTimeout),
                           .counters = counted,
                           .ownProcessIdentifier = options.ownProcessIdentifier,
-                          .expectsWindowServer = hadWindowServer});
+                          .expectsWindowServer = hadWindowServer,
+                          .mayAskCaches = mayAskCaches});
 }
 
 AXResult<AXValue> LinuxAccessibility::copyAttributeValue(const AXUIElement& element, platform::AXAttribute name) {
@@ -65,7 +76,37 @@ std::unique_ptr<platform::AXReadScope> LinuxAccessibility::beginReadScope() {
   return std::make_unique<LinuxReadScope>([this] { return beginReading(); });
 }
 
+std::unique_ptr<platform::AXReadScope> LinuxAccessibility::beginScanScope() {
+  return std::make_unique<LinuxReadScope>([this] { return beginReading(true); });
+}
+
+void LinuxAccessibility::refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) {
+  if (!isStillGranted()) return trust.refresh(std::move(onAnswer));
+  mainThread.post([onAnswer = std::move(onAnswer), alive = std::weak_ptr(life)] {
+    if (!alive.expired()) onAnswer(platform::ProcessTrust::granted);
+  });
+}
+
+bool LinuxAccessibility::isStillGranted() {
+  {
+    const MutexLock lock(mutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (!lastGrant || lastGrant->news != trustNews || now - lastGrant->moment >= kLongestGrant) return false;
+  }
+  return connections.hasOpenConnection();
+}
+
 platform::ProcessTrust LinuxAccessibility::askForTrust() {
+  const std::uint64_t news = trustNews;
+  const auto moment = std::chrono::steady_clock::now();
+  const auto answer = askServices();
+  const MutexLock lock(mutex);
+  const bool isGrant = answer == platform::ProcessTrust::granted && news > 0;
+  lastGrant = isGrant ? std::optional(Grant{news, moment}) : std::nullopt;
+  return answer;
+}
+
+platform::ProcessTrust LinuxAccessibility::askServices() {
   using platform::ProcessTrust;
   switch (status.isEnabled()) {
     case SwitchState::off:
@@ -98,24 +139,19 @@ std::optional<std::int32_t> LinuxAccessibility::processIdentifier(const AXUIElem
 AXError LinuxAccessibility::setAttributeValue(const AXUIElement& element, platform::AXAttribute name,
                                               const AXValue& value) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.set(
-                       element, name, value)
-                 : AXError::apiDisabled;
+  return reading ? actionsOn(*reading, windows, options).set(element, name, value) : AXError::apiDisabled;
 }
 
 AXError LinuxAccessibility::performAction(const AXUIElement& element, platform::AXAction action) {
   const auto reading = beginReading();
-  return reading ? ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.perform(
-                       element, action)
-                 : AXError::apiDisabled;
+  return reading ? actionsOn(*reading, windows, options).perform(element, action) : AXError::apiDisabled;
 }
 
 AXResult<AXUIElement> LinuxAccessibility::copyElementAtPosition(const AXUIElement& within, Point point) {
   if (!options.isXSession || windows.coverage() == desktop::WindowCoverage::none) return AXError::notImplemented;
   const auto reading = beginReading();
   if (!reading) return AXError::apiDisabled;
-  return ElementActions{*reading, windows, options.sessionBusAddress, options.systemBusAddress}.elementAt(within,
-                                                                                                          point);
+  return actionsOn(*reading, windows, options).elementAt(within, point);
 }
 
 std::optional<std::vector<std::int32_t>> LinuxAccessibility::processIdentifiers() {

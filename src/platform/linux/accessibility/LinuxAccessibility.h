@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/TrustAnswers.h"
 #include "platform/linux/accessibility/AccessibilityCounters.h"
@@ -42,6 +44,8 @@ struct LinuxAccessibilityOptions {
   // How long one request waits, for programs and for the accessibility bus's own services. Positive, a minute at most.
   Seconds messagingTimeout = platform::kMessagingTimeout;
   std::optional<std::string> systemBusAddress{};  // Absent: no login manager is asked whether the screen is locked.
+  // How long a press in GNOME Shell waits for a shell that answers too slowly to be sent a key.
+  Seconds slowShellTimeout{4};
 };
 
 // Elements of other programs, over the accessibility bus (AT-SPI 2), joined with what the desktop knows of their
@@ -74,13 +78,14 @@ class LinuxAccessibility final : public platform::Accessibility,
       const platform::AXUIElement& element) override;
   [[nodiscard]] platform::ProcessTrust isProcessTrusted() override { return trust.ask(); }
   [[nodiscard]] platform::ProcessTrust lastKnownProcessTrust() override { return trust.lastKnown(); }
-  void refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) override {
-    trust.refresh(std::move(onAnswer));
-  }
+  // Asks nobody while the bus is there and its service has not said anything since it last granted the permission;
+  // after 30 s it is asked all the same.
+  void refreshProcessTrust(std::function<void(platform::ProcessTrust)> onAnswer) override;
   [[nodiscard]] platform::SubscriptionHandle observeTrustChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::AXUIElement createApplication(std::int32_t processIdentifier) override;
   [[nodiscard]] platform::AXUIElement createSystemWide() override;
   [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginReadScope() override;
+  [[nodiscard]] std::unique_ptr<platform::AXReadScope> beginScanScope() override;
   [[nodiscard]] std::optional<std::int32_t> processIdentifier(const platform::AXUIElement& element) override;
   platform::AXError setAttributeValue(const platform::AXUIElement& element, platform::AXAttribute name,
                                       const platform::AXValue& value) override;
@@ -112,8 +117,11 @@ class LinuxAccessibility final : public platform::Accessibility,
  private:
   // Waits for the session's services, up to a few seconds where they hang.
   [[nodiscard]] platform::ProcessTrust askForTrust();
+  [[nodiscard]] platform::ProcessTrust askServices();
+  // Whether the permission is as it was granted last.
+  [[nodiscard]] bool isStillGranted();
   // Null: the accessibility bus cannot be reached.
-  [[nodiscard]] std::unique_ptr<DesktopReading> beginReading();
+  [[nodiscard]] std::unique_ptr<DesktopReading> beginReading(bool mayAskCaches = false);
 
   const LinuxAccessibilityOptions options;
   desktop::DesktopWindows& windows;
@@ -122,8 +130,18 @@ class LinuxAccessibility final : public platform::Accessibility,
   AccessibilityStatus status;
   BusConnections connections;
   std::atomic<bool> hadWindowServer{false};  // In this run, where an X server shows all that there is.
+  // What was said of the permission, the coming and going of the session bus included. 0: nobody listens yet.
+  std::atomic<std::uint64_t> trustNews{0};
+  struct Grant {
+    std::uint64_t news = 0;  // How many there were when it was asked for.
+    std::chrono::steady_clock::time_point moment;
+  };
+  Mutex mutex;
+  std::optional<Grant> lastGrant QUILLARD_GUARDED_BY(mutex);  // Absent: the last answer was another one.
+  platform::SerialExecutor& mainThread;
   BusObservers trustObservers;
   platform::TrustAnswers trust;
+  const std::shared_ptr<char> life = std::make_shared<char>();  // Of answers that are on their way.
 };
 
 }  // namespace quillard::atspi

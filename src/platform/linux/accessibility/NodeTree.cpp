@@ -51,13 +51,14 @@ bool NodeTree::canAdopt(const Node& parent, const Node& child) const {
   return true;
 }
 
-// Only below the stage itself, so that no circle can come of it: nothing below a window is the stage's.
-bool NodeTree::isKnownWindowInStage(const Node& parent, const Node& child) {
+// Only in a window that the program lists, so that no circle can come of it: nothing below an inner one is its.
+bool NodeTree::isKnownInnerWindow(const Node& parent, const Node& child) {
   const ProgramNode& program = *parent.program;
-  const auto& stages = program.root->list;
-  return program.toolkit == Toolkit::shell && child.isTopLevel() && parent.window && &child != parent.window &&
-         std::find(stages.begin(), stages.end(), parent.window) != stages.end() &&
-         std::find(stages.begin(), stages.end(), &child) == stages.end();
+  const bool mayHaveInnerOnes = program.toolkit == Toolkit::shell || program.toolkit == Toolkit::qt;
+  const auto& listed = program.root->list;
+  return mayHaveInnerOnes && child.isTopLevel() && parent.window && &child != parent.window &&
+         std::find(listed.begin(), listed.end(), parent.window) != listed.end() &&
+         std::find(listed.begin(), listed.end(), &child) == listed.end();
 }
 
 void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
@@ -70,7 +71,7 @@ void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
     if (nodes.size() >= kMostNodes) parent.hasUnreadableList = true;
     if (name.bus != parent.program->bus || nodes.size() >= kMostNodes) continue;
     Node& child = add(*parent.program, name.path);
-    const bool isKnownWindow = isKnownWindowInStage(parent, child);
+    const bool isKnownWindow = isKnownInnerWindow(parent, child);
     if (!canAdopt(parent, child) && !isKnownWindow) continue;
     if (std::find(parent.list.begin(), parent.list.end(), &child) != parent.list.end()) continue;
     if (isKnownWindow) {
@@ -82,6 +83,23 @@ void NodeTree::setChildren(Node& parent, const std::vector<ObjectName>& names) {
     child.window = isRoot ? &child : parent.window;
     parent.list.push_back(&child);
   }
+}
+
+namespace {
+
+void takeAsPart(Node& node, Node& window, int depth) {
+  node.window = &window;
+  node.depth = depth;
+  for (Node* child : node.list) {
+    if (child->parent == &node) takeAsPart(*child, window, depth + 1);
+  }
+}
+
+}  // namespace
+
+void becomeWindow(Node& node) {
+  takeAsPart(node, node, 0);
+  node.parent = node.program->root;
 }
 
 bool isOffered(const Node& node) {
@@ -117,6 +135,20 @@ std::vector<Node*> offeredChildren(const Node& node) {
     if (isOffered(*child) && !repeatsNotification(*child, node)) offered.push_back(child);
   }
   return offered;
+}
+
+bool areTreesSmall(const ProgramNode& program) {
+  if (program.root->children != Progress::known || program.root->hasUnreadableList) return false;
+  std::vector<const Node*> stack(program.root->list.begin(), program.root->list.end());
+  for (std::size_t met = 0; !stack.empty(); ++met) {
+    const Node& node = *stack.back();
+    stack.pop_back();
+    if (met >= kMostCachedObjects || node.attributes != Progress::known || node.hasUnreadableList) return false;
+    if (!isOffered(node) || node.record.role == Role::pushButton) continue;
+    if (node.children != Progress::known || node.list.size() >= kLongList) return false;
+    stack.insert(stack.end(), node.list.begin(), node.list.end());
+  }
+  return true;
 }
 
 bool isNotificationOfPlasma(const Node& node, const Node* parent) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/accessibility/BusReply.h"
+#include "platform/linux/accessibility/CachedObject.h"
 #include "platform/linux/accessibility/NodeRecord.h"
 #include "platform/linux/accessibility/ObjectName.h"
 
@@ -16,6 +17,14 @@ namespace quillard::atspi {
 
 // How far one kind of question about an object has come. `known` also when the answer was an error.
 enum class Progress { notAsked, asked, known };
+
+// What the cache of a program's toolkit is for in one reading: nothing; its objects, as far as they are in no doubt; or
+// a comparison with a walk, which is what counts then.
+enum class CacheUse { none, take, compare };
+
+// What became of asking a program for its cache. `none`: it was not asked, or gave nothing that can be used. `tooLong`:
+// it lists too much, or takes too long.
+enum class CacheAnswer { none, listed, tooLong };
 
 struct ProgramNode;
 
@@ -61,6 +70,11 @@ struct ProgramNode {
   // In this reading it did: a list was long, or did not come in time.
   bool hasShownLargeContainers = false;
   bool wasAskedForChildren = false;  // Of any of its objects but the root.
+  // What the cache of its toolkit may be asked for about the trees below its windows, and how far that has come.
+  CacheUse cacheUse = CacheUse::none;
+  Progress cache = Progress::notAsked;
+  CacheAnswer cacheAnswer = CacheAnswer::none;
+  std::vector<CachedObject> cachedObjects;  // From the answer until they are taken over, or to the end.
 };
 
 // The objects that have been met, each once, whatever a program lists twice or in a circle.
@@ -87,18 +101,23 @@ class NodeTree {
  private:
   Node& add(ProgramNode& program, const std::string& path);
   [[nodiscard]] bool canAdopt(const Node& parent, const Node& child) const;
-  // Whether `child` is a window of the shell, by an element that was kept, and now met in the stage.
-  [[nodiscard]] static bool isKnownWindowInStage(const Node& parent, const Node& child);
+  // Whether `child` became a window (`becomeWindow`), by an element that was kept, and is now met in the one around it.
+  [[nodiscard]] static bool isKnownInnerWindow(const Node& parent, const Node& child);
 
   std::unordered_map<ObjectName, std::unique_ptr<Node>> nodes;
   std::unordered_map<std::string, std::unique_ptr<ProgramNode>> programs;
 };
+
+// From now on the object is a window of its program, and the top-level object of all below it. It lies in a window.
+void becomeWindow(Node& node);
 
 // Whether `node` is one of its parent's elements, for those who cannot see what is hidden. Its attributes are known,
 // and its details where they matter.
 [[nodiscard]] bool isOffered(const Node& node);
 // The children of an element that are elements, too. A button holds none: what is in it is its label.
 [[nodiscard]] std::vector<Node*> offeredChildren(const Node& node);
+// Whether everything that shows in the windows of the program has been read, and is not much.
+[[nodiscard]] bool areTreesSmall(const ProgramNode& program);
 // Whether it is what Plasma shows a notification as: one right in a window of Qt, which says its text as a description.
 // Others give that role to any part of a window, as browsers do to what a page announces. `parent`: its own, or null.
 [[nodiscard]] bool isNotificationOfPlasma(const Node& node, const Node* parent);

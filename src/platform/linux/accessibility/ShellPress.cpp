@@ -24,6 +24,7 @@ constexpr std::chrono::milliseconds kFocusInterval{10};
 constexpr int kAttempts = 3;
 // A shell that takes longer to answer may keep a key for later, when something else has the focus.
 constexpr std::chrono::milliseconds kLongestDelay{100};
+constexpr std::chrono::milliseconds kSlowInterval{50};
 constexpr std::size_t kMostInDialog = 80;
 constexpr std::uint32_t kReturnKey = 28;  // As the kernel numbers keys.
 
@@ -45,10 +46,13 @@ void sendGrab(BusRequests& requests, const Node& node, std::chrono::microseconds
                 std::move(onReply));
 }
 
+enum class Answer { soon, late, no };
+
 // Whether it is so, and was said soon.
-bool isWithinDelay(const std::function<bool()>& isSo) {
+Answer timed(const std::function<bool()>& isSo) {
   const auto start = std::chrono::steady_clock::now();
-  return isSo() && std::chrono::steady_clock::now() - start <= kLongestDelay;
+  if (!isSo()) return Answer::no;
+  return std::chrono::steady_clock::now() - start <= kLongestDelay ? Answer::soon : Answer::late;
 }
 
 // What lies in the window, as far as it was read: also what is no element, such as the text within an entry, which has
@@ -180,8 +184,29 @@ AXError ShellPress::press(Node& button) {
   const auto before = ask(button);
   if (!before.label) return kNotSent;
   label = *before.label;
-  // Before the focus is touched: what fails by now leaves it where it was.
-  if (!session.openKeyboard() || !isWithinDelay([&] { return session.answers(); })) return kNotSent;
+  const auto end = Clock::now() + saturatingDuration<std::chrono::milliseconds>(slowShellTimeout);
+  if (!session.openKeyboard()) return kNotSent;
+  AXError outcome = kNotSent;
+  do {
+    // Before the focus is touched: what fails by now leaves it where it was.
+    if (!becomesQuick(session, end)) return kNotSent;
+    outcome = tryToPress(button, session);
+  } while (outcome == kNotSent && wasTooSlow && Clock::now() < end);
+  return outcome;
+}
+
+bool ShellPress::becomesQuick(Session& session, Clock::time_point end) {
+  for (;;) {
+    const auto answer = timed([&] { return session.answers(); });
+    if (answer != Answer::late) return answer == Answer::soon;
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(kSlowInterval);
+  }
+}
+
+AXError ShellPress::tryToPress(const Node& button, Session& session) {
+  wasTooSlow = false;
+  hasTakenFocus = false;
   const Node* const focused = focusedBeside(button);
   const AXError outcome = press(button, session);
   // The user's next Return must not do what was refused here.
@@ -204,7 +229,10 @@ AXError ShellPress::press(const Node& button, Session& session) {
       const auto now = ask(button);
       return now.isFocused && now.label == label;
     };
-    if (isWithinDelay(holds)) return session.pressReturn() ? AXError::success : AXError::cannotComplete;
+    const auto answer = timed(holds);
+    if (answer == Answer::soon) return session.pressReturn() ? AXError::success : AXError::cannotComplete;
+    wasTooSlow = answer == Answer::late;
+    if (wasTooSlow) break;
   }
   return kNotSent;
 }
@@ -216,13 +244,14 @@ bool ShellPress::isUnlocked(Session& session) {
 const Node* ShellPress::focusedBeside(const Node& button) {
   reading.fetch({{.node = button.window, .descendants = static_cast<int>(kMostInDialog)}});
   const Node* focused = nullptr;
+  auto requests = reading.freshRequests();
   for (const Node* node : partsOf(*button.window)) {
-    sendQuestion(reading.direct(), *node, "GetState", reading.messagingTimeout(), [&focused, node](const auto& reply) {
+    sendQuestion(requests, *node, "GetState", reading.messagingTimeout(), [&focused, node](const auto& reply) {
       const auto states = reply.readStates();
       if (states && has(*states, State::focused) && has(*states, State::showing)) focused = node;
     });
   }
-  reading.direct().settle();
+  requests.settle();
   return focused;
 }
 
@@ -230,15 +259,18 @@ bool ShellPress::takesFocus(const Node& button) {
   hasTakenFocus = true;
   bool isTaken = false;
   isFocusAnswered = false;
-  sendGrab(reading.direct(), button, reading.messagingTimeout(), [&](const BusReply& reply) {
+  auto requests = reading.freshRequests();
+  sendGrab(requests, button, reading.messagingTimeout(), [&](const BusReply& reply) {
     isFocusAnswered = reply.outcome() == CallOutcome::answered;
     isTaken = reply.readBoolean().value_or(false);
+    wasTooSlow = reply.outcome() == CallOutcome::timedOut;
   });
-  reading.direct().settle();
+  requests.settle();
   if (!isTaken) return false;
-  const auto end = std::chrono::steady_clock::now() + kFocusTimeout;
+  const auto end = Clock::now() + kFocusTimeout;
   while (!isFocused(button)) {
-    if (std::chrono::steady_clock::now() >= end) return false;
+    wasTooSlow = Clock::now() >= end;
+    if (wasTooSlow) return false;
     std::this_thread::sleep_for(kFocusInterval);
   }
   return true;
@@ -268,7 +300,8 @@ ShellPress::Answers ShellPress::ask(const Node& button) {
   std::optional<std::uint64_t> ofButton;
   std::optional<std::uint64_t> ofStage;
   const auto timeout = reading.messagingTimeout();
-  auto& requests = reading.direct();
+  // One that misses an answer is asked again: the reading would give the shell up.
+  auto requests = reading.freshRequests();
   requests.send(propertyCall(button.name, names::kAccessible, "Name"), timeout,
                 [&](const BusReply& reply) { answers.label = reply.readTextProperty(); });
   sendQuestion(requests, *stages.front(), "GetState", timeout,

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "platform/desktop/Accessibility.h"
 #include "platform/linux/accessibility/DesktopReading.h"
+#include "values/Time.h"
 
 namespace quillard::atspi {
 
@@ -16,8 +19,9 @@ namespace quillard::atspi {
 // Nothing is sent unless the program is the one that owns the shell's name on the session bus, and makes the keyboard
 // itself, neither the shell nor the login manager says that the screen is locked (`isSessionLocked`), the button says
 // that it is focused and still bears its label, the stage says that it is active, and all of this still holds right
-// before the key: what the shell says last, it says within a tenth of a second in all. Waits for the shell, up to some
-// seconds where it hangs. Of one press each.
+// before the key: what the shell says last, it says within a tenth of a second in all. One that is slower, as on a busy
+// machine while it draws its own movements, is asked again for some seconds; meanwhile the focus is not touched, or
+// given back. Waits for the shell, up to some seconds more where it hangs. Of one press each.
 //
 // A press that is refused leaves the focus alone, or gives it back: to what had it in the same dialog or notification,
 // else to the stage, which means to no object of the shell, so that a program that had the keys has them again.
@@ -28,17 +32,25 @@ namespace quillard::atspi {
 // its last answer and the key presses something else, or presses later.
 class ShellPress {
  public:
-  // All outlive this.
+  // All outlive this. `slowShellTimeout`: how long it waits for a shell that answers too slowly.
   ShellPress(DesktopReading& reading, const std::optional<std::string>& sessionBusAddress,
-             const std::optional<std::string>& systemBusAddress)
-      : reading(reading), sessionBusAddress(sessionBusAddress), systemBusAddress(systemBusAddress) {}
+             const std::optional<std::string>& systemBusAddress, Seconds slowShellTimeout)
+      : reading(reading),
+        sessionBusAddress(sessionBusAddress),
+        systemBusAddress(systemBusAddress),
+        slowShellTimeout(slowShellTimeout) {}
 
   // `notImplemented`: no key was sent, for whatever reason. `cannotComplete`: it may have been.
   [[nodiscard]] platform::AXError press(Node& button);
 
  private:
   class Session;
+  using Clock = std::chrono::steady_clock;
 
+  // Whether the shell answers soon, by `end` at the latest.
+  [[nodiscard]] static bool becomesQuick(Session& session, Clock::time_point end);
+  // Leaves the focus where it was, unless it sends the key.
+  [[nodiscard]] platform::AXError tryToPress(const Node& button, Session& session);
   [[nodiscard]] platform::AXError press(const Node& button, Session& session);
   // What has it of the same dialog or notification, the button itself included. Null: nothing.
   [[nodiscard]] const Node* focusedBeside(const Node& button);
@@ -58,6 +70,8 @@ class ShellPress {
   DesktopReading& reading;
   const std::optional<std::string>& sessionBusAddress;
   const std::optional<std::string>& systemBusAddress;
+  const Seconds slowShellTimeout;
+  bool wasTooSlow = false;       // The last try failed since the shell did not answer soon, so that another may not.
   std::string label;             // As the press began.
   bool hasTakenFocus = false;    // It was asked to move to the button, whatever came of it.
   bool isFocusAnswered = false;  // The shell has answered that.

@@ -66,17 +66,8 @@ bool isWhole(const Node& stage) {
   return true;
 }
 
-void takeAsPart(Node& node, Node& window, int depth) {
-  node.window = &window;
-  node.depth = depth;
-  for (Node* child : node.list) {
-    if (child->parent == &node) takeAsPart(*child, window, depth + 1);
-  }
-}
-
-void becomeWindow(Node& node, const Node& stage) {
-  takeAsPart(node, node, 0);
-  node.parent = node.program->root;
+void becomeWindowOn(const Node& stage, Node& node) {
+  becomeWindow(node);
   if (stage.record.is(State::active)) node.record.states |= bit(State::active);
 }
 
@@ -111,7 +102,7 @@ std::vector<Node*> windowsOf(ProgramNode& program) {
     std::vector<Node*> found;
     findIn(*stage, kStageLevels, found);
     if (const Node* const group = windowGroup(*stage)) findAmongWindows(*group, found);
-    for (Node* window : found) becomeWindow(*window, *stage);
+    for (Node* window : found) becomeWindowOn(*stage, *window);
     windows.insert(windows.end(), found.begin(), found.end());
   }
   return windows;

@@ -15,12 +15,19 @@ const std::vector<Node*>& childrenOf(DesktopReading& reading, Node& node) {
   return node.list;
 }
 
+// With what it is, which only a walk from above has read before. Null: it says none.
+Node* parentOf(DesktopReading& reading, Node& node) {
+  Node* const parent = reading.parent(node);
+  if (parent && parent->attributes == Progress::notAsked) reading.fetch({{.node = parent}});
+  return parent;
+}
+
 bool isHiddenSeparator(const Node* node) { return node->record.role == kSeparator && !node->record.is(State::showing); }
 
 // Window, panel, box of these buttons behind a separator that the theme hides.
 bool isOfGtk3(DesktopReading& reading, Node& button) {
-  Node* const box = reading.parent(button);
-  Node* const bar = box && box->record.role == Role::filler ? reading.parent(*box) : nullptr;
+  Node* const box = parentOf(reading, button);
+  Node* const bar = box && box->record.role == Role::filler ? parentOf(reading, *box) : nullptr;
   Node* const window = bar && bar->record.role == Role::panel ? reading.parent(*bar) : nullptr;
   if (!window || !window->isTopLevel()) return false;
   const auto& inBox = childrenOf(reading, *box);
@@ -33,10 +40,10 @@ bool isOfGtk3(DesktopReading& reading, Node& button) {
 // Window, and five panels one in the other. It shows a picture, where others hold their label.
 bool isOfGtk4(DesktopReading& reading, Node& button) {
   if (!childrenOf(reading, button).empty()) return false;
-  Node* above = reading.parent(button);
+  Node* above = parentOf(reading, button);
   for (int i = 0; i < kPanelsAboveGtk4; ++i) {
     if (!above || above->record.role != Role::panel) return false;
-    above = reading.parent(*above);
+    above = parentOf(reading, *above);
   }
   return above && above->isTopLevel();
 }
@@ -55,6 +62,15 @@ bool isTitleBarButton(DesktopReading& reading, Node& button) {
       break;
   }
   return false;
+}
+
+// Window, and in it the title bar, which holds nothing else, above the content.
+std::string messageTitle(DesktopReading& reading, Node& window) {
+  const auto& parts = childrenOf(reading, window);
+  if (parts.size() != 2 || parts.front()->record.role != Role::filler) return "";
+  const auto& inBar = childrenOf(reading, *parts.front());
+  const bool isTitle = inBar.size() == 1 && inBar.front()->record.role == Role::label;
+  return isTitle ? inBar.front()->record.name.value_or("") : "";
 }
 
 }  // namespace quillard::atspi

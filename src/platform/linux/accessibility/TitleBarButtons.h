@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/linux/accessibility/DesktopReading.h"
 
 namespace quillard::atspi {
@@ -11,5 +13,8 @@ namespace quillard::atspi {
 // program puts into its header bar lie in the bar itself and keep their titles, as does everything that lies in another
 // way. Reads the objects above the button, which a walk of the window has read already.
 [[nodiscard]] bool isTitleBarButton(DesktopReading& reading, Node& button);
+
+// The title of a message dialog of GTK 3 that draws its title bar itself. Empty: it does not, or has none.
+[[nodiscard]] std::string messageTitle(DesktopReading& reading, Node& window);
 
 }  // namespace quillard::atspi

@@ -188,6 +188,25 @@ TEST(PlasmaWindows, AListOfTabsOfAnotherToolkitIsOne) {
   EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 1);
 }
 
+// They answer a press with True and do nothing. One that expires meanwhile was not answered by that.
+TEST(MateNotifications, AreNotPressedAtAll) {
+  for (const std::string name : {"mate-notification-daemon", "example"}) {
+    SCOPED_TRACE(name);
+    World world;
+    world.program->set(FakeProgram::kRoot, object(Role{75}, name, {"/window"}));
+    world.program->set("/window", object(Role::alert, "Critical Notification", {"/text", "/deny"}));
+    const auto window = world.window();
+    ASSERT_TRUE(window);
+    const bool isDeaf = name != "example";
+    for (const auto& element : AXHelpers::deeplyNestedChildren(world.accessibility, *window, 80)) {
+      if (AXHelpers::role(world.accessibility, element) != platform::ax::kButtonRole) continue;
+      EXPECT_EQ(world.accessibility.performAction(element, platform::ax::kPressAction),
+                isDeaf ? platform::AXError::notImplemented : platform::AXError::success);
+    }
+    EXPECT_EQ(world.program->timesAsked("DoAction"), isDeaf ? 0 : 1);
+  }
+}
+
 std::vector<std::string> buttonsOf(World& world) {
   const auto window = world.window();
   if (!window) return {"no window"};
@@ -266,6 +285,51 @@ TEST(TitleBars, OfGtk4KeepWhatAProgramPutsThere) {
   setTitleBarOfGtk4(*higher.program, {});
   higher.program->set("/p4", object(Role::panel, "", {"/close"}));
   EXPECT_EQ(buttonsOf(higher), all) << "beside the window's own ones";
+}
+
+std::string titleOf(World& world) {
+  const auto window = world.window();
+  return window ? AXHelpers::stringAttribute(world.accessibility, *window, platform::ax::kTitle).value_or("none") : "";
+}
+
+// Where the desktop tells no titles.
+TEST(TitleBars, OfMessageDialogsOfGtk3SayTheTitleWhichTheirNamesDoNot) {
+  World world;
+  world.program->speakAs("gtk", "3.24.38");
+  world.program->set("/window", object(Role::alert, "Question", {"/bar", "/content"}));
+  world.program->set("/bar", object(Role::filler, "", {"/title"}));
+  world.program->set("/title", object(Role::label, "Camera"));
+  world.program->set("/content", object(Role::filler, "", {"/text", "/deny", "/allow"}));
+  EXPECT_EQ(titleOf(world), "Camera");
+  world.program->set("/bar", object(Role::filler, "", {"/title", "/word"}));
+  world.program->set("/word", object(Role::label, "A word"));
+  EXPECT_EQ(titleOf(world), "") << "It is no title bar.";
+  world.program->set("/window", object(Role::alert, "Question", {"/content"}));
+  EXPECT_EQ(titleOf(world), "") << "It shows none.";
+  world.program->set("/window", object(Role::dialog, "Named", {"/bar", "/content"}));
+  EXPECT_EQ(titleOf(world), "Named");
+}
+
+// What a later reading says of a button, which has met nothing else yet.
+TEST(TitleBars, AreKnownByTheButtonAlone) {
+  for (const bool isGtk4 : {false, true}) {
+    SCOPED_TRACE(isGtk4 ? "GTK 4" : "GTK 3");
+    World world;
+    if (isGtk4) {
+      setTitleBarOfGtk4(*world.program, {});
+    } else {
+      setTitleBarOfGtk3(*world.program, {"/separator", "/close"});
+    }
+    const auto window = world.window();
+    ASSERT_TRUE(window);
+    int untitled = 0;
+    for (const auto& element : AXHelpers::deeplyNestedChildren(world.accessibility, *window, 80)) {
+      const auto role = AXHelpers::role(world.accessibility, element);
+      const auto title = world.accessibility.copyAttributeValue(element, platform::ax::kTitle);
+      if (role == platform::ax::kButtonRole && !title.hasValue()) ++untitled;
+    }
+    EXPECT_EQ(untitled, 1);
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/linux/accessibility/CachedObjects.h"
 #include "platform/linux/accessibility/Interfaces.h"
 #include "platform/linux/accessibility/Mapping.h"
 
@@ -34,6 +35,8 @@ class TreeFetch::Round {
 
   void plan() {
     if (isWaiting(program.toolkitProgress)) fetch.askToolkit(run);
+    if (beginsWithCache()) return;
+    takeCache();
     for (const auto& goal : run.goals) {
       if (goal.isRootItself) {
         needSelf(*program.root, goal);
@@ -46,6 +49,22 @@ class TreeFetch::Round {
   }
 
  private:
+  // True: the list of windows and the cache are asked for now, and everything else follows from the answers.
+  bool beginsWithCache() {
+    const bool wantsTrees = std::any_of(run.goals.begin(), run.goals.end(), [&](const FetchGoal& goal) {
+      return goal.node == program.root && !goal.isRootItself && goal.descendants > 0;
+    });
+    if (!wantsTrees || program.cacheUse == CacheUse::none || !isWaiting(program.cache)) return false;
+    needChildren(*program.root);  // Before the cache, which may keep the program busy.
+    fetch.askCache(run);
+    return true;
+  }
+
+  void takeCache() {
+    if (program.cacheUse != CacheUse::take || program.cachedObjects.empty()) return;
+    takeCachedObjects(fetch.tree, program, std::exchange(program.cachedObjects, {}));
+  }
+
   void planProgram(const FetchGoal& goal) {
     needChildren(*program.root);
     for (Node* window : program.root->list) {
@@ -161,7 +180,8 @@ void TreeFetch::advance(Run& run) { Round{*this, run}.plan(); }
 
 void TreeFetch::ask(Run& run, BusCall call, BusRequests::OnReply onReply) {
   ++run.waiting;
-  requests.send(std::move(call), messagingTimeout, [this, &run, onReply = std::move(onReply)](const BusReply& reply) {
+  const auto timeout = call.isOptional ? messagingTimeout / 2 : messagingTimeout;
+  requests.send(std::move(call), timeout, [this, &run, onReply = std::move(onReply)](const BusReply& reply) {
     onReply(reply);
     if (--run.waiting == 0) advance(run);
   });
@@ -177,6 +197,24 @@ void TreeFetch::askToolkit(Run& run) {
     program.toolkit = mapping::toolkitOf(program.toolkitName, program.toolkitVersion);
     program.toolkitProgress = Progress::known;
   });
+}
+
+void TreeFetch::askCache(Run& run) {
+  ProgramNode& program = *run.program;
+  program.cache = Progress::asked;
+  ask(run,
+      {.target = {program.bus, names::kCachePath},
+       .interface = names::kCache,
+       .member = "GetItems",
+       .isOptional = true},
+      [&program](const BusReply& reply) {
+        program.cache = Progress::known;
+        if (reply.outcome() == CallOutcome::timedOut) program.cacheAnswer = CacheAnswer::tooLong;
+        auto list = reply.readCachedObjects(kMostCachedObjects);
+        if (!list) return;
+        program.cacheAnswer = list->isTooLong ? CacheAnswer::tooLong : CacheAnswer::listed;
+        program.cachedObjects = std::move(list->objects);
+      });
 }
 
 void TreeFetch::askAttributes(Run& run, Node& node) {

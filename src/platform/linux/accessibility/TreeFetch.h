@@ -26,7 +26,9 @@ struct FetchGoal {
 
 // Reads what goals ask for, in rounds: all that can be asked of a program now goes out together, and when the last
 // answer is there, the next round follows from the answers. Every program advances by itself. Each question is asked
-// once.
+// once. Where the cache of a toolkit may be asked for the trees of a program, that is the first round, and whatever it
+// does not tell beyond doubt is asked like everything else. A cache that does not come within half the time-out is left
+// out, and costs nothing but that time.
 class TreeFetch {
  public:
   // Both outlive this. `messagingTimeout`: of each request.
@@ -47,6 +49,7 @@ class TreeFetch {
   void advance(Run& run);
   void ask(Run& run, BusCall call, BusRequests::OnReply onReply);
   void askToolkit(Run& run);
+  void askCache(Run& run);
   void askAttributes(Run& run, Node& node);
   void askDetails(Run& run, Node& node, const mapping::DetailNeeds& needs);
   void askChildCount(Run& run, Node& node);

@@ -1,7 +1,8 @@
 #include "platform/linux/accessibility/UnreadableRemedy.h"
 
-#include <algorithm>
 #include <array>
+
+#include "foundation/Text.h"
 
 namespace quillard::atspi {
 namespace {
@@ -18,20 +19,14 @@ constexpr std::array<std::string_view, 3> kOfChromium{"/v8_context_snapshot", "/
 constexpr std::array<std::string_view, 2> kOfQt{"/libQt5Gui.so", "/libQt6Gui.so"};
 constexpr std::array<std::string_view, 1> kOfGtk2{"/libgtk-x11-2.0.so"};
 
-template <std::size_t kCount>
-bool hasOne(std::string_view maps, const std::array<std::string_view, kCount>& names) {
-  return std::any_of(names.begin(), names.end(),
-                     [&](std::string_view name) { return maps.find(name) != std::string_view::npos; });
-}
-
 }  // namespace
 
 // A program on Chromium may load Qt for the look of its windows, and is on the bus all the same.
 std::string remedyFor(std::string_view maps, bool isOnBus) {
-  if (isOnBus) return hasOne(maps, kOfChromium) ? kForChromium : kOnBus;
-  if (hasOne(maps, kOfQt)) return kForQt;
-  if (hasOne(maps, kOfGtk2)) return kForGtk2;
-  return hasOne(maps, kOfChromium) ? kForChromium : "";
+  if (isOnBus) return text::containsAny(maps, kOfChromium) ? kForChromium : kOnBus;
+  if (text::containsAny(maps, kOfQt)) return kForQt;
+  if (text::containsAny(maps, kOfGtk2)) return kForGtk2;
+  return text::containsAny(maps, kOfChromium) ? kForChromium : "";
 }
 
 bool isSwitchAtStart(std::string_view remedy) { return remedy == kForChromium; }

@@ -10,6 +10,7 @@
 
 #include "foundation/StrictJson.h"
 #include "platform/linux/kwin/KWinScripts.h"
+#include "platform/linux/windows/ListedWindowJson.h"
 
 namespace quillard::kwin {
 namespace {
@@ -18,29 +19,11 @@ using desktop::Window;
 using desktop::WindowsSnapshot;
 using desktop::WindowType;
 
-constexpr std::size_t kLongestText = 64 * 1024;
 constexpr double kFarthest = 1'000'000;
 constexpr JsonLimits kLimits{.bytes = std::size_t{8} * 1024 * 1024, .depth = 8, .members = 64, .values = 512 * 1024};
 
-const Json* member(const Json& object, const char* name) {
-  const auto found = object.find(name);
-  return found == object.end() ? nullptr : &*found;
-}
-
-std::string string(const Json& object, const char* name) {
-  const Json* const value = member(object, name);
-  if (!value || !value->is_string()) return {};
-  const auto& text = value->get_ref<const std::string&>();
-  return text.size() <= kLongestText ? text : std::string{};
-}
-
-bool isTrue(const Json& object, const char* name) {
-  const Json* const value = member(object, name);
-  return value && value->is_boolean() && value->get<bool>();
-}
-
 std::optional<double> number(const Json& object, const char* name, double lowest, double highest) {
-  const Json* const value = member(object, name);
+  const Json* const value = desktop::memberOf(object, name);
   if (!value || !value->is_number()) return std::nullopt;
   const double read = value->get<double>();
   return read >= lowest && read <= highest ? std::optional{read} : std::nullopt;
@@ -48,7 +31,7 @@ std::optional<double> number(const Json& object, const char* name, double lowest
 
 template <std::size_t count>
 std::optional<std::array<double, count>> numbersOf(const Json& object, const char* name) {
-  const Json* const value = member(object, name);
+  const Json* const value = desktop::memberOf(object, name);
   if (!value || !value->is_array() || value->size() != count) return std::nullopt;
   std::array<double, count> read{};
   for (std::size_t i = 0; i < count; ++i) {
@@ -94,7 +77,7 @@ WindowType typeOf(std::string_view kind) {
 }
 
 std::optional<desktop::WindowID> windowOf(const Json& object, const char* name, WindowNumbers& numbers) {
-  const auto identifier = string(object, name);
+  const auto identifier = desktop::textOf(object, name);
   if (!isWindowIdentifier(identifier)) return std::nullopt;
   return numbers.numberOf(identifier);
 }
@@ -107,21 +90,21 @@ std::optional<Window> readWindow(const Json& object, WindowNumbers& numbers) {
   if (const auto pid = number(object, "pid", 1, std::numeric_limits<std::int32_t>::max())) {
     window.processIdentifier = static_cast<std::int32_t>(*pid);
   }
-  window.name = string(object, "title");
+  window.name = desktop::textOf(object, "title");
   window.mayBeNumbered = true;
-  window.className = string(object, "app");
-  window.type = typeOf(string(object, "kind"));
-  window.isModal = isTrue(object, "modal");
-  window.isHidden = isTrue(object, "minimized");
+  window.className = desktop::textOf(object, "app");
+  window.type = typeOf(desktop::textOf(object, "kind"));
+  window.isModal = desktop::isTrue(object, "modal");
+  window.isHidden = desktop::isTrue(object, "minimized");
   window.isMapped = !window.isHidden;
-  window.skipsTaskbar = isTrue(object, "skipTaskbar");
-  window.isAbove = isTrue(object, "above");
-  window.isBelow = isTrue(object, "below");
+  window.skipsTaskbar = desktop::isTrue(object, "skipTaskbar");
+  window.isAbove = desktop::isTrue(object, "above");
+  window.isBelow = desktop::isTrue(object, "below");
   const auto desktop = number(object, "desktop", 1, 10'000);
   if (desktop) window.desktop = static_cast<std::uint32_t>(*desktop);
   window.transientFor = windowOf(object, "parent", numbers);
   window.opacity = number(object, "opacity", 0, 1).value_or(1);
-  window.hasRelativePlaces = !isTrue(object, "x11");
+  window.hasRelativePlaces = !desktop::isTrue(object, "x11");
   readPlace(object, window);
   return window;
 }
@@ -155,7 +138,7 @@ void WindowNumbers::retain(const WindowsSnapshot& snapshot) {
 std::optional<WindowsSnapshot> parseState(std::string_view json, WindowNumbers& numbers) {
   const auto parsed = parseStrictJson(json, kLimits);
   const auto* const state = std::get_if<Json>(&parsed);
-  const Json* const windows = state && state->is_object() ? member(*state, "windows") : nullptr;
+  const Json* const windows = state && state->is_object() ? desktop::memberOf(*state, "windows") : nullptr;
   if (!windows || !windows->is_array() || windows->size() > kMostWindows) return std::nullopt;
   std::vector<Placed> placed;
   for (const auto& object : *windows) {

@@ -15,11 +15,11 @@ using platform::ApplicationMenuItem;
 
 namespace {
 
-void showAboutPanel() {
-  auto* const panel =
-      new QMessageBox(QMessageBox::NoIcon, QStringLiteral("About Quillard"),
-                      QStringLiteral("Quillard %1\nApproval prompts of this computer, answered on your phone.")
-                          .arg(QCoreApplication::applicationVersion()));
+void showAboutPanel(const UserTexts& texts) {
+  auto* const panel = new QMessageBox(
+      QMessageBox::NoIcon, QString::fromStdString(texts("About Quillard")),
+      QString::fromStdString(texts("Quillard %1\nApproval prompts of this computer, answered on your phone.",
+                                   {QCoreApplication::applicationVersion().toStdString()})));
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setTextFormat(Qt::PlainText);
   panel->show();
@@ -27,8 +27,9 @@ void showAboutPanel() {
 
 }  // namespace
 
-LinuxApplication::LinuxApplication(platform::SerialExecutor& mainThread, LinuxStatusBar& statusBar)
-    : mainThread(mainThread), statusBar(statusBar), loopEnd(mainThread) {}
+LinuxApplication::LinuxApplication(platform::SerialExecutor& mainThread, LinuxStatusBar& statusBar,
+                                   const UserTexts& texts)
+    : mainThread(mainThread), statusBar(statusBar), texts(texts), loopEnd(mainThread) {}
 
 std::int32_t LinuxApplication::processIdentifier() const {
   return static_cast<std::int32_t>(QCoreApplication::applicationPid());
@@ -61,7 +62,7 @@ void LinuxApplication::setApplicationMenu(const std::string& /*title*/, std::vec
 void LinuxApplication::choose(const ApplicationMenuItem& item) {
   switch (item.action) {
     case ApplicationMenuAction::standardAboutPanel:
-      showAboutPanel();
+      showAboutPanel(texts);
       break;
     case ApplicationMenuAction::custom:
       if (item.onChoice) mainThread.post(item.onChoice);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/UserTexts.h"
 #include "platform/linux/shell/LinuxStatusBar.h"
 #include "platform/process/Application.h"
 #include "platform/process/Executors.h"
@@ -24,7 +25,7 @@ class LinuxApplication final : public platform::Application {
 
   // `mainThread` is the Qt event loop; it and `statusBar` outlive this. Made inside the life of Qt's application
   // object, which has windows wherever a menu is set.
-  LinuxApplication(platform::SerialExecutor& mainThread, LinuxStatusBar& statusBar);
+  LinuxApplication(platform::SerialExecutor& mainThread, LinuxStatusBar& statusBar, const UserTexts& texts = {});
 
   [[nodiscard]] std::int32_t processIdentifier() const override;
   void setDelegate(std::weak_ptr<platform::ApplicationDelegate> delegate) override;
@@ -38,6 +39,7 @@ class LinuxApplication final : public platform::Application {
 
   platform::SerialExecutor& mainThread;
   LinuxStatusBar& statusBar;
+  const UserTexts texts;
   qt::LoopEnd loopEnd;
   platform::TaskHandle trim;
 };

@@ -11,7 +11,7 @@ QMenu& LinuxStatusBar::menu() {
 }
 
 std::unique_ptr<platform::StatusItem> LinuxStatusBar::makeStatusItem(double length, std::function<void()> onClick) {
-  auto item = std::make_unique<LinuxStatusItem>(&menu(), std::move(onClick));
+  auto item = std::make_unique<LinuxStatusItem>(&menu(), texts("Open Quillard"), std::move(onClick));
   item->setLength(length);
   return item;
 }

@@ -6,6 +6,7 @@
 
 #include <QtWidgets/QMenu>
 
+#include "foundation/UserTexts.h"
 #include "platform/process/Application.h"
 #include "platform/shell/StatusItem.h"
 
@@ -16,6 +17,8 @@ namespace quillard::desktop {
 // object; asked for an item or a menu only where that one has windows (a QApplication).
 class LinuxStatusBar final : public platform::StatusBar {
  public:
+  explicit LinuxStatusBar(const UserTexts& texts = {}) : texts(texts) {}
+
   // A desktop of Linux has no menu bar for applications: the menu stands in the items' own menus, under the entry
   // that does what a click does. Replaces the one set before. `onChoice` does what an item is for.
   void setApplicationMenu(const std::vector<platform::ApplicationMenuItem>& items,
@@ -27,6 +30,7 @@ class LinuxStatusBar final : public platform::StatusBar {
  private:
   QMenu& menu();
 
+  const UserTexts texts;
   std::unique_ptr<QMenu> applicationMenu;  // Never shown itself. Empty until it is asked for.
 };
 

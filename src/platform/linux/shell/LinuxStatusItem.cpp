@@ -12,8 +12,8 @@ IconInk currentInk() { return trayInk(qgetenv("XDG_CURRENT_DESKTOP").toStdString
 
 }  // namespace
 
-LinuxStatusItem::LinuxStatusItem(QMenu* applicationMenu, std::function<void()> onClick)
-    : onClick(std::move(onClick)), menu(applicationMenu, this->onClick) {
+LinuxStatusItem::LinuxStatusItem(QMenu* applicationMenu, std::string openTitle, std::function<void()> onClick)
+    : onClick(std::move(onClick)), menu(applicationMenu, std::move(openTitle), this->onClick) {
   qApp->installEventFilter(this);
   watch = TrayWatch::start([this] { appear(); });
 }

@@ -11,7 +11,8 @@ namespace quillard::desktop {
 // One icon in the tray, from when there is a tray.
 class LinuxStatusItem final : public QObject, public platform::StatusItem {
  public:
-  LinuxStatusItem(QMenu* applicationMenu, std::function<void()> onClick);
+  // `openTitle`: of the entry that does what a click does.
+  LinuxStatusItem(QMenu* applicationMenu, std::string openTitle, std::function<void()> onClick);
   ~LinuxStatusItem() override;
 
   // Trays give every icon a square, whose size is theirs to choose.

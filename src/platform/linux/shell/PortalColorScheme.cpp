@@ -1,10 +1,20 @@
 #include "platform/linux/shell/PortalColorScheme.h"
 
+#include <chrono>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTimer>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusServiceWatcher>
 #include <QtDBus/QDBusVariant>
+
+#include "platform/linux/system/SmallFile.h"
 
 namespace quillard::desktop {
 
@@ -34,6 +44,21 @@ ColorScheme schemeOf(QVariant value) {
   }
 }
 
+constexpr qsizetype kLongestAnswer = 256;
+constexpr std::size_t kLargestFile = std::size_t{256} * 1024;
+constexpr std::chrono::seconds kAnswerTimeout{5};
+
+QString configurationFolder() {
+  const QString set = qEnvironmentVariable("XDG_CONFIG_HOME");
+  return set.startsWith('/') ? set : qEnvironmentVariable("HOME") + QStringLiteral("/.config");
+}
+
+std::string contentsOf(const QString& path) {
+  const auto read = readSmallFile(path.toStdString(), kLargestFile);
+  const auto* const text = std::get_if<std::string>(&read);
+  return text ? *text : "";
+}
+
 }  // namespace
 
 std::unique_ptr<qt::DesktopColorScheme> watchPortalColorScheme(std::function<void(ColorScheme)> onChange) {
@@ -41,6 +66,8 @@ std::unique_ptr<qt::DesktopColorScheme> watchPortalColorScheme(std::function<voi
 }
 
 PortalColorScheme::PortalColorScheme(std::function<void(ColorScheme)> onChange) : onChange(std::move(onChange)) {
+  connect(&files, &QFileSystemWatcher::fileChanged, this, [this] { readThemes(); });
+  readThemes();
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
   bus.connect(kPortal, kPath, kSettings, "SettingChanged", this, SLOT(takeChange(QDBusMessage)));
@@ -69,6 +96,43 @@ void PortalColorScheme::takeChange(const QDBusMessage& news) {
 }
 
 void PortalColorScheme::take(ColorScheme scheme) {
+  portal = scheme;
+  decide();
+}
+
+void PortalColorScheme::readThemes() {
+  const QString folder = configurationFolder();
+  const bool isPlasma = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains(QStringLiteral("KDE"));
+  themes.toolkitTheme = qEnvironmentVariable("GTK_THEME").toStdString();
+  themes.desktopColors = isPlasma ? contentsOf(folder + QStringLiteral("/kdeglobals")) : "";
+  themes.toolkitSettings = contentsOf(folder + QStringLiteral("/gtk-3.0/settings.ini"));
+  // A file that is replaced is not watched any more.
+  for (const char* const name : {"/kdeglobals", "/gtk-3.0/settings.ini", "/dconf/user"}) {
+    const QString path = folder + QLatin1String(name);
+    if (QFile::exists(path) && !files.files().contains(path)) files.addPath(path);
+  }
+  askSetting("color-scheme", &ThemeFacts::colorScheme);
+  askSetting("gtk-theme", &ThemeFacts::gtkTheme);
+  QMetaObject::invokeMethod(
+      this, [this] { decide(); }, Qt::QueuedConnection);
+}
+
+// What is not installed, or does not know the key, says nothing.
+void PortalColorScheme::askSetting(const char* key, std::string ThemeFacts::*place) {
+  auto* const program = new QProcess(this);
+  connect(program, &QProcess::finished, this, [this, program, place] {
+    themes.*place = program->readAllStandardOutput().left(kLongestAnswer).toStdString();
+    program->deleteLater();
+    decide();
+  });
+  connect(program, &QProcess::errorOccurred, program, &QObject::deleteLater);
+  QTimer::singleShot(kAnswerTimeout, program, &QProcess::kill);
+  program->start(QStringLiteral("gsettings"),
+                 {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.interface"), QLatin1String(key)});
+}
+
+void PortalColorScheme::decide() {
+  const auto scheme = portal == ColorScheme::noPreference ? colorSchemeOf(themes) : portal;
   if (scheme == known) return;
   known = scheme;
   onChange(scheme);

@@ -4,8 +4,8 @@
 
 namespace quillard::desktop {
 
-TrayMenu::TrayMenu(QMenu* applicationMenu, std::function<void()> onOpen)
-    : applicationMenu(applicationMenu), onOpen(std::move(onOpen)) {
+TrayMenu::TrayMenu(QMenu* applicationMenu, std::string openTitle, std::function<void()> onOpen)
+    : applicationMenu(applicationMenu), openTitle(std::move(openTitle)), onOpen(std::move(onOpen)) {
   if (applicationMenu) applicationMenu->installEventFilter(this);
   fill();
 }
@@ -14,7 +14,7 @@ void TrayMenu::fill() {
   if (isFilling) return;
   isFilling = true;
   clear();  // Deletes what is ours; the application's own items are only taken out.
-  auto* open = addAction(tr("Open Quillard"));
+  auto* open = addAction(QString::fromStdString(openTitle));
   connect(open, &QAction::triggered, this, [this] {
     if (onOpen) onOpen();
   });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include <QtCore/QPointer>
 #include <QtWidgets/QMenu>
@@ -11,7 +12,7 @@ namespace quillard::desktop {
 // then whatever the application's menu holds at the time. That menu may change, and may go before this one.
 class TrayMenu final : public QMenu {
  public:
-  TrayMenu(QMenu* applicationMenu, std::function<void()> onOpen);
+  TrayMenu(QMenu* applicationMenu, std::string openTitle, std::function<void()> onOpen);
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -20,7 +21,8 @@ class TrayMenu final : public QMenu {
   void fill();
 
   const QPointer<QMenu> applicationMenu;
-  const std::function<void()> onOpen;
+  const std::string openTitle;
+  std::function<void()> onOpen;
   bool isFilling = false;
 };
 

@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/storage/SecretStatuses.h"
+
 namespace quillard::xdg {
 namespace {
 
@@ -19,8 +21,6 @@ constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr std::size_t kLargestFile = 256 * 1024;
 
 const SecretStatus kBroken{SecretStatusCode::other, "The file of secrets is damaged."};
-const SecretStatus kDuplicate{SecretStatusCode::other, "The item exists already."};
-const SecretStatus kNotFound{SecretStatusCode::itemNotFound, "There is no such item."};
 
 // A text that only grows within what was set aside for it, so that no copy of it is left behind, and is wiped.
 class WipedText {
@@ -134,7 +134,7 @@ SecretReading FileSecrets::copyMatching(std::string_view service, std::string_vi
   if (const auto* status = std::get_if<SecretStatus>(&loaded)) return {*status, {}};
   const auto& items = std::get<Items>(loaded);
   const auto found = items.find(Key{service, account});
-  if (found == items.end()) return {kNotFound, {}};
+  if (found == items.end()) return {kNoSuchItem, {}};
   return {{}, found->second};
 }
 
@@ -143,7 +143,7 @@ SecretStatus FileSecrets::add(std::string_view service, std::string_view account
   auto loaded = load();
   if (const auto* status = std::get_if<SecretStatus>(&loaded)) return *status;
   auto& items = std::get<Items>(loaded);
-  if (!items.emplace(Key{service, account}, data).second) return kDuplicate;
+  if (!items.emplace(Key{service, account}, data).second) return kItemExists;
   return save(items);
 }
 
@@ -153,7 +153,7 @@ SecretStatus FileSecrets::update(std::string_view service, std::string_view acco
   if (const auto* status = std::get_if<SecretStatus>(&loaded)) return *status;
   auto& items = std::get<Items>(loaded);
   const auto found = items.find(Key{service, account});
-  if (found == items.end()) return kNotFound;
+  if (found == items.end()) return kNoSuchItem;
   found->second = data;
   return save(items);
 }
@@ -163,7 +163,7 @@ SecretStatus FileSecrets::remove(std::string_view service, std::string_view acco
   auto loaded = load();
   if (const auto* status = std::get_if<SecretStatus>(&loaded)) return *status;
   auto& items = std::get<Items>(loaded);
-  if (items.erase(Key{service, account}) == 0) return kNotFound;
+  if (items.erase(Key{service, account}) == 0) return kNoSuchItem;
   return save(items);
 }
 

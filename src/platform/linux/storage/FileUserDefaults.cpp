@@ -12,8 +12,8 @@ constexpr std::size_t kLargestFile = 4 * 1024 * 1024;
 }  // namespace
 
 FileUserDefaults::FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console,
-                                   Seconds retryDelay)
-    : file(std::move(folder), "settings.json", kLargestFile), console(console), retryDelay(retryDelay) {
+                                   Seconds retryDelay, std::chrono::milliseconds lockTimeout)
+    : file(std::move(folder), "settings.json", kLargestFile, lockTimeout), console(console), retryDelay(retryDelay) {
   if (const auto problem = load()) putAside(*problem);
   file.removeOldAsides();
   writer = executors.makeSerialQueue("quillard.user-defaults", platform::QualityOfService::utility);
@@ -74,11 +74,14 @@ void FileUserDefaults::remove(std::string_view key) {
 }
 
 std::optional<std::string> FileUserDefaults::synchronize() {
-  const auto problem = isWritable ? write() : "It could not be read at the start, nor put aside.";
-  if (problem) return file.path() + " cannot be written: " + *problem;
-  const MutexLock lock(fileMutex);
-  readAgain();
-  return std::nullopt;
+  std::optional<std::string> problem = "It could not be read at the start, nor put aside.";
+  if (isWritable) {
+    problem = write();
+    const MutexLock lock(fileMutex);
+    readAgain();
+  }
+  if (!problem) return std::nullopt;
+  return file.path() + " cannot be written: " + *problem;
 }
 
 void FileUserDefaults::changed() {

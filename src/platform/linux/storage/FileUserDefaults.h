@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,9 +31,9 @@ class FileUserDefaults final : public platform::UserDefaults {
   static constexpr Seconds kRetryDelay{60};
 
   // `folder` as from `configurationFolder`. `console` and `executors` outlive this object. `retryDelay`: after a write
-  // that failed.
+  // that failed. `lockTimeout`: how long another process that writes is waited for.
   FileUserDefaults(std::string folder, platform::Executors& executors, platform::Console& console,
-                   Seconds retryDelay = kRetryDelay);
+                   Seconds retryDelay = kRetryDelay, std::chrono::milliseconds lockTimeout = PrivateFile::kLockTimeout);
   FileUserDefaults(const FileUserDefaults&) = delete;
   FileUserDefaults& operator=(const FileUserDefaults&) = delete;
   ~FileUserDefaults() override;

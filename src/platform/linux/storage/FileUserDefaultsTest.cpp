@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/storage/FileUserDefaults.h"
+#include "platform/linux/storage/PrivateFile.h"
 #include "platform/qt/QtExecutors.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
@@ -96,6 +97,17 @@ TEST_F(Settings, OfTwoProcessesAreKeptWhicheverWritesLast) {
   agent.reset();
   EXPECT_EQ(open()->object("tool"), UserDefaultsValue(true)) << content();
   EXPECT_EQ(open()->object("agent"), UserDefaultsValue(true)) << content();
+}
+
+TEST_F(Settings, OfOthersAreReadAlsoWhileAnotherProcessKeepsTheFile) {
+  FileUserDefaults agent(folder(), executors, console, FileUserDefaults::kRetryDelay, std::chrono::milliseconds{20});
+  open()->set("tool", true);
+  const auto held = PrivateFile(folder(), "settings.json", 1024).lock();
+  ASSERT_TRUE(held);
+  agent.set("agent", true);
+  EXPECT_NE(agent.synchronize(), std::nullopt);
+  EXPECT_EQ(agent.object("tool"), UserDefaultsValue(true));
+  EXPECT_EQ(agent.object("agent"), UserDefaultsValue(true));
 }
 
 TEST_F(Settings, OfUnknownKindsSurvive) {

@@ -113,8 +113,9 @@ bool writeAll(int descriptor, std::string_view bytes) {
 
 }  // namespace
 
-PrivateFile::PrivateFile(std::string folder, std::string name, std::size_t largest)
-    : folder(std::move(folder)), name(std::move(name)), largest(largest) {}
+PrivateFile::PrivateFile(std::string folder, std::string name, std::size_t largest,
+                         std::chrono::milliseconds lockTimeout)
+    : folder(std::move(folder)), name(std::move(name)), largest(largest), lockTimeout(lockTimeout) {}
 
 std::variant<Secret, FileProblem> PrivateFile::read() const {
   auto opened = openFolder(folder);
@@ -134,7 +135,7 @@ std::shared_ptr<const void> PrivateFile::lock() const {
   auto opened = openFolder(folder);
   if (std::holds_alternative<FileProblem>(opened)) return nullptr;
   auto held = std::make_shared<Descriptor>(std::get<Descriptor>(std::move(opened)));
-  const auto end = std::chrono::steady_clock::now() + kLockTimeout;
+  const auto end = std::chrono::steady_clock::now() + lockTimeout;
   while (::flock(held->get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) break;  // It knows no locks.
     if (std::chrono::steady_clock::now() >= end) return nullptr;

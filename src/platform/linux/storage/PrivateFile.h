@@ -31,11 +31,14 @@ struct FileProblem {
 // is taken away by the next. One writer at a time.
 class PrivateFile {
  public:
+  static constexpr std::chrono::seconds kLockTimeout{2};
+
   // `folder` is absolute. It is made, with those above it, by the first write.
-  PrivateFile(std::string folder, std::string name, std::size_t largest);
+  PrivateFile(std::string folder, std::string name, std::size_t largest,
+              std::chrono::milliseconds lockTimeout = kLockTimeout);
 
   [[nodiscard]] std::variant<Secret, FileProblem> read() const;
-  // Keeps other processes out that ask for it as well, for as long as the result lives: waits for them, `kLockTimeout`
+  // Keeps other processes out that ask for it as well, for as long as the result lives: waits for them, `lockTimeout`
   // at the most. The folder is made where there is none. Empty: another process has it all the time, or the folder
   // cannot be used. A file system that knows no locks keeps nobody out.
   [[nodiscard]] std::shared_ptr<const void> lock() const;
@@ -49,7 +52,6 @@ class PrivateFile {
   // Removes what was put aside `kKeptAside` ago or longer, and what is more than `kMostAside`.
   void removeOldAsides() const;
 
-  static constexpr std::chrono::seconds kLockTimeout{2};
   static constexpr int kMostAside = 3;
   static constexpr std::chrono::hours kKeptAside{7 * 24};
 
@@ -59,6 +61,7 @@ class PrivateFile {
   const std::string folder;
   const std::string name;
   const std::size_t largest;
+  const std::chrono::milliseconds lockTimeout;
 };
 
 }  // namespace quillard::xdg

@@ -7,6 +7,8 @@
 #include <gio/gio.h>
 #include <libsecret/secret.h>
 
+#include "platform/linux/storage/SecretStatuses.h"
+
 namespace quillard::xdg {
 namespace {
 
@@ -19,8 +21,6 @@ constexpr const char* kContentType = "application/octet-stream";
 constexpr const char* kWouldPrompt = "It is locked, and unlocking would ask the user.";
 
 const SecretStatus kLocked{SecretStatusCode::interactionNotAllowed, kWouldPrompt};
-const SecretStatus kNotFound{SecretStatusCode::itemNotFound, "There is no such item."};
-const SecretStatus kDuplicate{SecretStatusCode::other, "The item exists already."};
 const SecretStatus kNoCollection{SecretStatusCode::missingEntitlement, "There is no default keyring."};
 
 struct Unref {
@@ -225,7 +225,7 @@ struct SecretServiceSession::Parts {
   SecretStatus absence() {
     const auto collection = openCollection();
     const auto* status = std::get_if<SecretStatus>(&collection);
-    return status ? *status : kNotFound;
+    return status ? *status : kNoSuchItem;
   }
 
   // The item to work on, or why there is none.
@@ -280,7 +280,7 @@ SecretReading SecretServiceSession::read(std::string_view service, std::string_v
 SecretStatus SecretServiceSession::add(std::string_view service, std::string_view account, const Secret& data) {
   const auto found = parts->search(service, account);
   if (const auto* status = std::get_if<SecretStatus>(&found)) return *status;
-  if (!std::get<Items>(found).empty()) return kDuplicate;
+  if (!std::get<Items>(found).empty()) return kItemExists;
   const auto opened = parts->openCollection();
   if (const auto* status = std::get_if<SecretStatus>(&opened)) return *status;
   Error error;

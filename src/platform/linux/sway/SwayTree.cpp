@@ -9,6 +9,7 @@
 
 #include "foundation/StrictJson.h"
 #include "foundation/Text.h"
+#include "platform/linux/windows/ListedWindowJson.h"
 
 namespace quillard::sway {
 namespace {
@@ -18,7 +19,6 @@ using desktop::WindowsSnapshot;
 
 constexpr desktop::WindowID kFirst = desktop::WindowID{1} << 40U;
 constexpr std::int64_t kMostContainers = std::int64_t{1} << 40U;
-constexpr std::size_t kLongestText = 64 * 1024;
 constexpr std::string_view kScratchpad = "__i3_scratch";
 constexpr JsonLimits kLimits{
     .bytes = std::size_t{8} * 1024 * 1024, .depth = 256, .members = 256, .values = 2 * 1024 * 1024};
@@ -29,32 +29,15 @@ struct Step {
   bool isHidden = false;  // Within the scratchpad.
 };
 
-const Json* member(const Json& node, const char* name) {
-  const auto found = node.find(name);
-  return found == node.end() ? nullptr : &*found;
-}
-
 std::optional<std::int64_t> integer(const Json& node, const char* name, std::int64_t lowest, std::int64_t highest) {
-  const Json* const value = member(node, name);
+  const Json* const value = desktop::memberOf(node, name);
   if (!value || !value->is_number_integer()) return std::nullopt;
   const auto number = value->get<std::int64_t>();
   return number >= lowest && number <= highest ? std::optional{number} : std::nullopt;
 }
 
-bool isTrue(const Json& node, const char* name) {
-  const Json* const value = member(node, name);
-  return value && value->is_boolean() && value->get<bool>();
-}
-
-std::string string(const Json& node, const char* name) {
-  const Json* const value = member(node, name);
-  if (!value || !value->is_string()) return {};
-  const auto& text = value->get_ref<const std::string&>();
-  return text.size() <= kLongestText ? text : std::string{};
-}
-
 std::optional<Rect> rect(const Json& node, const char* name) {
-  const Json* const value = member(node, name);
+  const Json* const value = desktop::memberOf(node, name);
   if (!value || !value->is_object()) return std::nullopt;
   constexpr std::int64_t kFarthest = 1'000'000;
   const auto x = integer(*value, "x", -kFarthest, kFarthest);
@@ -87,10 +70,10 @@ void readPlace(const Json& node, Window& window) {
 }
 
 void readXWindow(const Json& node, Window& window) {
-  const Json* const properties = member(node, "window_properties");
+  const Json* const properties = desktop::memberOf(node, "window_properties");
   if (!properties || !properties->is_object()) return;
-  window.className = string(*properties, "class");
-  const auto type = string(*properties, "window_type");
+  window.className = desktop::textOf(*properties, "class");
+  const auto type = desktop::textOf(*properties, "window_type");
   if (type == "dialog") window.type = desktop::WindowType::dialog;
   if (type == "notification") window.type = desktop::WindowType::notification;
   if (type == "utility") window.type = desktop::WindowType::utility;
@@ -102,11 +85,11 @@ std::optional<Window> readWindow(const Json& node, bool isHidden) {
   const auto process = integer(node, "pid", 1, std::numeric_limits<std::int32_t>::max());
   if (!container || !process) return std::nullopt;
   Window window{.id = windowOf(*container), .processIdentifier = static_cast<std::int32_t>(*process)};
-  window.name = string(node, "name");
-  window.className = string(node, "app_id");
+  window.name = desktop::textOf(node, "name");
+  window.className = desktop::textOf(node, "app_id");
   window.isHidden = isHidden;
-  window.isMapped = isTrue(node, "visible");
-  window.hasRelativePlaces = string(node, "shell") != "xwayland";
+  window.isMapped = desktop::isTrue(node, "visible");
+  window.hasRelativePlaces = desktop::textOf(node, "shell") != "xwayland";
   if (!window.hasRelativePlaces) readXWindow(node, window);
   readPlace(node, window);
   return window;
@@ -122,8 +105,8 @@ class TreeReader {
       steps.pop_back();
       const Json& node = *step.node;
       if (!node.is_object()) continue;
-      const bool isWorkspace = string(node, "type") == "workspace";
-      const bool isHidden = step.isHidden || (isWorkspace && string(node, "name") == kScratchpad);
+      const bool isWorkspace = desktop::textOf(node, "type") == "workspace";
+      const bool isHidden = step.isHidden || (isWorkspace && desktop::textOf(node, "name") == kScratchpad);
       if (isWorkspace) workspace = integer(node, "id", 1, std::numeric_limits<std::int32_t>::max());
       visit(node, isHidden);
       if (snapshot.windows.size() > kMostWindows) return std::nullopt;
@@ -136,15 +119,15 @@ class TreeReader {
 
  private:
   void visit(const Json& node, bool isHidden) {
-    if (isTrue(node, "focused") && workspace) snapshot.currentDesktop = static_cast<std::uint32_t>(*workspace);
+    if (desktop::isTrue(node, "focused") && workspace) snapshot.currentDesktop = static_cast<std::uint32_t>(*workspace);
     auto window = readWindow(node, isHidden);
     if (!window) return;
-    if (isTrue(node, "focused")) snapshot.active = window->id;
+    if (desktop::isTrue(node, "focused")) snapshot.active = window->id;
     snapshot.windows.push_back(*std::move(window));
   }
 
   static void push(const Json& node, const char* name, bool isHidden, std::vector<Step>& steps) {
-    const Json* const children = member(node, name);
+    const Json* const children = desktop::memberOf(node, name);
     if (!children || !children->is_array()) return;
     for (auto child = children->rbegin(); child != children->rend(); ++child) steps.push_back({&*child, isHidden});
   }
@@ -187,7 +170,7 @@ std::optional<std::int64_t> containerOf(desktop::WindowID window) {
 std::optional<WindowsSnapshot> parseTree(std::string_view json) {
   const auto parsed = parseStrictJson(withoutBrokenText(json), kLimits);
   const auto* const root = std::get_if<Json>(&parsed);
-  if (!root || !root->is_object() || string(*root, "type") != "root") return std::nullopt;
+  if (!root || !root->is_object() || desktop::textOf(*root, "type") != "root") return std::nullopt;
   auto snapshot = TreeReader{}.read(*root);
   if (!snapshot) return std::nullopt;
   if (const auto screen = rect(*root, "rect")) snapshot->screen = Size{screen->width, screen->height};
@@ -197,16 +180,16 @@ std::optional<WindowsSnapshot> parseTree(std::string_view json) {
 std::string changeOf(std::string_view event) {
   const auto parsed = parseStrictJson(withoutBrokenText(event), kLimits);
   const auto* const object = std::get_if<Json>(&parsed);
-  return object && object->is_object() ? string(*object, "change") : std::string{};
+  return object && object->is_object() ? desktop::textOf(*object, "change") : std::string{};
 }
 
 bool isSuccess(std::string_view reply) {
   const auto parsed = parseStrictJson(reply, kLimits);
   const auto* const results = std::get_if<Json>(&parsed);
-  if (results && results->is_object()) return isTrue(*results, "success");
+  if (results && results->is_object()) return desktop::isTrue(*results, "success");
   return results && results->is_array() && !results->empty() &&
          std::all_of(results->begin(), results->end(),
-                     [](const Json& result) { return result.is_object() && isTrue(result, "success"); });
+                     [](const Json& result) { return result.is_object() && desktop::isTrue(result, "success"); });
 }
 
 }  // namespace quillard::sway

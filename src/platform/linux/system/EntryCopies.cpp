@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/system/DesktopEntry.h"
 #include "platform/linux/system/ReadableEntry.h"
 #include "platform/linux/system/SmallFile.h"
@@ -52,14 +53,12 @@ std::optional<std::string> makeFile(const std::string& path, const std::string& 
 
 }  // namespace
 
-EntryCopies::EntryCopies(const platform::Environment& environment, x11::DesktopEntries& entries)
+EntryCopies::EntryCopies(const platform::Environment& environment, proc::DesktopEntries& entries)
     : environment(environment), entries(entries) {}
 
 std::string EntryCopies::ownFolder() const {
-  const auto data = environment.value("XDG_DATA_HOME").value_or("");
-  if (data.starts_with('/')) return data + "/applications";
-  const auto home = environment.value("HOME").value_or("");
-  return home.starts_with('/') ? home + "/.local/share/applications" : "";
+  const auto own = xdg::dataFolder(environment);
+  return own ? (fs::path(*own).parent_path() / "applications").string() : "";
 }
 
 std::optional<std::string> EntryCopies::contentsOfOwn(const std::string& path) const {

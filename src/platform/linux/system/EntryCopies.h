@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/desktop/ReadableStarts.h"
-#include "platform/linux/x11/DesktopEntries.h"
+#include "platform/linux/processes/DesktopEntries.h"
 #include "platform/process/Environment.h"
 
 namespace quillard::desktop {
@@ -24,7 +24,7 @@ struct StartOffer {
 class EntryCopies final : public platform::ReadableStarts {
  public:
   // Both outlive this. `environment` says where the user's own folder is.
-  EntryCopies(const platform::Environment& environment, x11::DesktopEntries& entries);
+  EntryCopies(const platform::Environment& environment, proc::DesktopEntries& entries);
 
   // For a process that runs the program of this absolute path with these arguments. Absent: nothing starts it that
   // could be changed safely.
@@ -49,7 +49,7 @@ class EntryCopies final : public platform::ReadableStarts {
   [[nodiscard]] std::string ownFolder() const;
 
   const platform::Environment& environment;
-  x11::DesktopEntries& entries;
+  proc::DesktopEntries& entries;
 };
 
 }  // namespace quillard::desktop

@@ -50,7 +50,7 @@ class EntryCopiesTest : public testing::Test {
 
   const test::TemporaryFolder folder;
   platform::simulated::SimulatedEnvironment environment;
-  x11::DesktopEntries entries{environment};
+  proc::DesktopEntries entries{environment};
   EntryCopies copies{environment, entries};
 };
 
@@ -104,6 +104,27 @@ TEST_F(EntryCopiesTest, OffersTheEntryOfAScriptThatNamesTheFolderOfTheProgram) {
           "\x7F"
           "ELF");
   EXPECT_EQ(offerFor(at("lib/own/browser")), (StartOffer{.entry = "browser", .name = "Browser"}));
+}
+
+// As Debian's Chromium has it.
+TEST_F(EntryCopiesTest, OffersTheEntryOfAScriptThatPutsTheProgramTogether) {
+  program("lib/own/browser",
+          "\x7F"
+          "ELF");
+  const std::string begin = "#!/bin/sh\nAPPNAME=browser\n";
+  for (const std::string& text : {"LIBDIR=" + at("lib") + "/own\nexec $LIBDIR/$APPNAME \"$@\"\n",
+                                  "  export LIBDIR=\"" + at("lib/${KIND}") + "\"\nexec \"$LIBDIR/$APPNAME\"\n"}) {
+    program("bin/browser", begin + "KIND=own\n" + text);
+    entries.forget();
+    EXPECT_EQ(offerFor(at("lib/own/browser")), (StartOffer{.entry = "browser", .name = "Browser"})) << text;
+  }
+  for (const std::string& text : {"LIBDIR=" + at("lib/other") + "\nexec $LIBDIR/$APPNAME\n",
+                                  std::string("LIBDIR=$(locate $APPNAME)\nexec $LIBDIR/$APPNAME\n"),
+                                  "LIBDIR=" + at("lib") + "\nexec $LIBDIR/${KIND:-own}/$APPNAME\n"}) {
+    program("bin/browser", begin + text);
+    entries.forget();
+    EXPECT_EQ(offerFor(at("lib/own/browser")), std::nullopt) << text;
+  }
 }
 
 // A runtime that several programs share.
@@ -162,13 +183,14 @@ TEST_F(EntryCopiesTest, OffersAndMakesNothingWithoutAFolderForIt) {
   write("own", "a file in the place of the folder");
   EXPECT_NE(copies.change("browser").value_or(""), "");
   EXPECT_EQ(copies.changed().size(), 0U);
+}
 
-  platform::simulated::SimulatedEnvironment homeless;
-  homeless.set("XDG_DATA_DIRS", at("shared"));
-  EntryCopies none(homeless, entries);
-  EXPECT_EQ(none.offerFor(at("lib/browser"), {}), std::nullopt);
-  EXPECT_EQ(none.change("browser"), "This user has no home folder.");
-  EXPECT_EQ(none.changed().size(), 0U);
+// As everything else that is kept in a home does. Nothing is made there: the menu has no such entry.
+TEST_F(EntryCopiesTest, TakeTheAccountsHomeWhereTheVariableIsEmpty) {
+  platform::simulated::SimulatedEnvironment shell;
+  shell.set("HOME", "");
+  EntryCopies withAccount(shell, entries);
+  EXPECT_EQ(withAccount.change("missing"), "There is no entry missing in the menu.");
 }
 
 // As the advice has it for a copy that was edited.

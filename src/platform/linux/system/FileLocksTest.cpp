@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "platform/linux/system/FileLocks.h"
+#include "platform/linux/system/RuntimeFolder.h"
 #include "platform/posix/LockedFile.h"
 #include "platform/simulated/SimulatedEnvironment.h"
 #include "support/ChildProcess.h"
@@ -158,7 +159,7 @@ TEST_F(FileLocksTest, LeavesTheFileOfAnotherUserAlone) {
 }
 
 TEST_F(FileLocksTest, MakesAFolderOfItsOwnWhereTheSessionHasNone) {
-  environment.unset("XDG_RUNTIME_DIR");
+  environment.set("XDG_RUNTIME_DIR", temporary.path() + "/missing");
   const LockResult lock = locks.acquire(kName);
   ASSERT_EQ(lock.outcome, LockOutcome::acquired);
   EXPECT_EQ(modeOf(fallbackFolder()), 0700U);
@@ -174,7 +175,7 @@ TEST_F(FileLocksTest, DistrustsASessionFolderThatOthersMayEnter) {
 }
 
 TEST_F(FileLocksTest, DistrustsAFallbackFolderThatOthersMayEnterOrThatIsALink) {
-  environment.unset("XDG_RUNTIME_DIR");
+  environment.set("XDG_RUNTIME_DIR", temporary.path() + "/missing");
   fs::create_directory(fallbackFolder());
   fs::permissions(fallbackFolder(), fs::perms::owner_all | fs::perms::group_all);
   expectUnavailable();
@@ -185,7 +186,7 @@ TEST_F(FileLocksTest, DistrustsAFallbackFolderThatOthersMayEnterOrThatIsALink) {
 
 TEST_F(FileLocksTest, DistrustsAFallbackFolderOfAnotherUser) {
   if (::geteuid() != 0) GTEST_SKIP() << "Only root can make a folder that belongs to another user.";
-  environment.unset("XDG_RUNTIME_DIR");
+  environment.set("XDG_RUNTIME_DIR", temporary.path() + "/missing");
   ASSERT_EQ(::mkdir(fallbackFolder().c_str(), 0700), 0);
   ASSERT_EQ(::chown(fallbackFolder().c_str(), kAnotherUser, kAnotherUser), 0);
   expectUnavailable();
@@ -214,6 +215,30 @@ TEST_F(FileLocksTest, IsUnavailableOnAFullDisk) {
   }
   expectUnavailable();
   EXPECT_EQ(::umount(runtimeFolder.c_str()), 0);
+}
+
+TEST(RuntimeFolder, IsThatOfTheSessionWhereTheVariableIsLost) {
+  const test::TemporaryFolder temporary;
+  const std::string sessions = temporary.path() + "/user";
+  const std::string own = sessions + "/" + std::to_string(::geteuid());
+  platform::simulated::SimulatedEnvironment environment;
+  environment.unset("XDG_RUNTIME_DIR");
+  environment.set("TMPDIR", temporary.path());
+  const auto opened = [&] {
+    const auto folder = openRuntimeFolder(environment, sessions);
+    if (!folder) return std::string("none");
+    const auto path = fs::read_symlink("/proc/self/fd/" + std::to_string(*folder)).string();
+    ::close(*folder);
+    return path;
+  };
+  const auto fallback = temporary.path() + "/quillard-" + std::to_string(::geteuid());
+  EXPECT_EQ(opened(), fallback) << "This user is not logged in.";
+  fs::create_directories(own);
+  EXPECT_EQ(opened(), fallback) << "Others may enter it.";
+  fs::permissions(own, fs::perms::owner_all);
+  EXPECT_EQ(opened(), own);
+  environment.set("XDG_RUNTIME_DIR", fallback);
+  EXPECT_EQ(opened(), fallback);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <openssl/sha.h>
 
 #include "foundation/Text.h"
+#include "platform/linux/processes/Interpreters.h"
 #include "platform/linux/system/DesktopEntry.h"
-#include "platform/linux/x11/Interpreters.h"
 
 namespace quillard::desktop::ReadableEntry {
 namespace {
@@ -88,15 +88,15 @@ std::optional<Word> nextWord(std::string_view value, std::size_t from) {
 // The program of a command line, behind `env` and its settings.
 std::optional<Word> programOf(std::string_view value) {
   auto word = nextWord(value, 0);
-  if (word && x11::baseName(word->text) == "env") {
+  if (word && proc::baseName(word->text) == "env") {
     do {
       word = nextWord(value, word->end);
     } while (word && word->text.find('=') != std::string::npos);
   }
   if (!word || word->text.starts_with('-')) return std::nullopt;
-  const auto name = x11::baseName(word->text);
+  const auto name = proc::baseName(word->text);
   const bool isLauncher = std::find(kLaunchers.begin(), kLaunchers.end(), name) != kLaunchers.end();
-  return isLauncher || x11::isInterpreter(name) ? std::nullopt : word;
+  return isLauncher || proc::isInterpreter(name) ? std::nullopt : word;
 }
 
 // The value of an Exec line. Absent: it is another line.

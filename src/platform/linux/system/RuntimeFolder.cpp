@@ -28,8 +28,16 @@ std::optional<int> openOwnFolder(const std::string& path) {
   return std::nullopt;
 }
 
-std::optional<int> openRuntimeFolder(const platform::Environment& environment) {
-  if (const auto path = absolutePath(environment, "XDG_RUNTIME_DIR")) {
+std::optional<std::string> sessionFolder(const platform::Environment& environment, std::string_view sessionFolders) {
+  if (auto path = absolutePath(environment, "XDG_RUNTIME_DIR")) return path;
+  auto path = std::string(sessionFolders) + "/" + std::to_string(::geteuid());
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return std::nullopt;
+  return path;
+}
+
+std::optional<int> openRuntimeFolder(const platform::Environment& environment, std::string_view sessionFolders) {
+  if (const auto path = sessionFolder(environment, sessionFolders)) {
     if (const auto folder = openOwnFolder(*path)) return folder;
   }
   const std::string path =

@@ -12,9 +12,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "platform/linux/processes/ProcessTable.h"
 #include "platform/linux/system/RuntimeFolder.h"
 #include "platform/linux/system/SmallFile.h"
-#include "platform/linux/x11/ProcessTable.h"
 
 namespace quillard::desktop {
 namespace {
@@ -93,7 +93,7 @@ std::optional<OpenFolder> reachable(std::optional<int> folder) {
 
 ProcessDescription describeProcess(std::int32_t processIdentifier) {
   ProcessDescription description{.processIdentifier = processIdentifier};
-  const auto facts = x11::ProcessTable().process(processIdentifier);
+  const auto facts = proc::ProcessTable().process(processIdentifier);
   if (!facts) return description;
   description.executable = facts->executable;
   description.programName = facts->executable.substr(facts->executable.rfind('/') + 1);

@@ -98,6 +98,9 @@ class WindowChanges {
 
   // `onRead`: on the main thread, with what there is now. Bursts are told once. When the source goes, there is nothing.
   [[nodiscard]] virtual platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onRead) = 0;
+  // Whether a snapshot may be another one by now than when this was asked last, moves and names included. False only
+  // where the desktop would have said so, and not for longer than half a minute. Asks nobody.
+  [[nodiscard]] virtual bool mayHaveChanged() { return true; }
   // What was told last, or read when this was made.
   [[nodiscard]] virtual const WindowsSnapshot& lastSnapshot() const = 0;
 };

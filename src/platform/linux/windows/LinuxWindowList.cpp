@@ -16,9 +16,9 @@ constexpr const char* kNoAnswer = "The desktop does not tell which windows there
 
 }  // namespace
 
-LinuxWindowList::LinuxWindowList(DesktopWindows& windows, x11::RunningPrograms& programs, WindowChanges& changes,
+LinuxWindowList::LinuxWindowList(DesktopWindows& windows, proc::RunningPrograms& programs, WindowChanges& changes,
                                  AccessibleProcesses& accessible, platform::SerialExecutor& mainThread)
-    : windows(windows), programs(programs), accessible(accessible), mainThread(mainThread) {
+    : windows(windows), programs(programs), changes(changes), accessible(accessible), mainThread(mainThread) {
   for (const auto& window : changes.lastSnapshot().windows) known.insert(window.id);
   subscription = changes.observe([this](const WindowsSnapshot& snapshot) { windowsChanged(snapshot); });
 }

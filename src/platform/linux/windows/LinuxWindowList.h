@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "platform/desktop/WindowList.h"
+#include "platform/linux/processes/RunningPrograms.h"
 #include "platform/linux/windows/AccessibleProcesses.h"
 #include "platform/linux/windows/DesktopWindows.h"
 #include "platform/linux/windows/Listeners.h"
-#include "platform/linux/x11/RunningPrograms.h"
 #include "platform/process/Executors.h"
 
 namespace quillard::desktop {
@@ -20,17 +20,18 @@ namespace quillard::desktop {
 // Bounds are what a person sees, in pixels: with the window manager's frame, without a shadow. Layers: below 0 for
 // windows that are kept below the others, above 0 for those that are kept above, panels and notifications.
 //
-// Changes of the list, of the active window, of the desktop, and of a window's state are reported immediately, those of
-// names after 100 ms; moves are not told. A new window whose process is not on the accessibility bus yet is told twice,
-// the second time after 35 ms, since it can be read only then.
+// Changes of the list, of the active window, of the desktop, and of a window's state are reported immediately; moves
+// and other names are not told, and wait for whoever asks at intervals (`mayHaveChanged`). A new window whose process
+// is not on the accessibility bus yet is told twice, the second time after 35 ms, since it can be read only then.
 class LinuxWindowList final : public platform::WindowList {
  public:
   // All of them outlive this. Made and destroyed on the main thread.
-  LinuxWindowList(DesktopWindows& windows, x11::RunningPrograms& programs, WindowChanges& changes,
+  LinuxWindowList(DesktopWindows& windows, proc::RunningPrograms& programs, WindowChanges& changes,
                   AccessibleProcesses& accessible, platform::SerialExecutor& mainThread);
 
   [[nodiscard]] platform::Finding<std::vector<platform::WindowListEntry>> readWindowInfo(
       platform::WindowListOptions options) override;
+  [[nodiscard]] bool mayHaveChanged() override { return changes.mayHaveChanged(); }
   [[nodiscard]] platform::SubscriptionHandle observeChanges(std::function<void()> onChange) override;
   [[nodiscard]] platform::SubscriptionHandle observeUnlistedWindows(std::function<void()> onChange) override {
     return announced.add(std::move(onChange));
@@ -42,7 +43,8 @@ class LinuxWindowList final : public platform::WindowList {
   void windowsChanged(const WindowsSnapshot& snapshot);
 
   DesktopWindows& windows;
-  x11::RunningPrograms& programs;
+  proc::RunningPrograms& programs;
+  WindowChanges& changes;
   AccessibleProcesses& accessible;
   platform::SerialExecutor& mainThread;
   std::set<WindowID> known;

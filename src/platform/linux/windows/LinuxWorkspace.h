@@ -9,13 +9,13 @@
 
 #include "foundation/Mutex.h"
 #include "platform/desktop/Workspace.h"
+#include "platform/linux/processes/AgentProcesses.h"
+#include "platform/linux/processes/RunningPrograms.h"
 #include "platform/linux/system/DesktopOpener.h"
 #include "platform/linux/windows/AccessibleProcesses.h"
 #include "platform/linux/windows/ApplicationInfo.h"
 #include "platform/linux/windows/DesktopWindows.h"
 #include "platform/linux/windows/Listeners.h"
-#include "platform/linux/x11/AgentProcesses.h"
-#include "platform/linux/x11/RunningPrograms.h"
 
 namespace quillard::desktop {
 
@@ -42,8 +42,8 @@ class LinuxWorkspace final : public platform::Workspace {
     DesktopWindows& windows;
     WindowChanges& changes;
     AccessibleProcesses& accessible;
-    const x11::ProcessTable& processes;
-    x11::RunningPrograms& programs;
+    const proc::ProcessTable& processes;
+    proc::RunningPrograms& programs;
     DesktopOpener& opener;
     // Who is in front as programs say it, for desktops that do not know all windows. Does not wait. Absent: not known.
     std::function<std::optional<std::int32_t>()> activeProcess{};
@@ -94,7 +94,7 @@ class LinuxWorkspace final : public platform::Workspace {
   void keepKnownFromWindows(WorkspaceState& state);
 
   const Sources sources;
-  const x11::AgentProcesses agents;
+  const proc::AgentProcesses agents;
   Mutex mutex;
   std::optional<Reading> lastReading QUILLARD_GUARDED_BY(mutex);
   WorkspaceState reported;                  // Main thread only, like all below.

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kBypassesManager = "_KDE_NET_WM_WINDOW_TYPE_OVERRIDE";
 constexpr std::uint32_t kMostTypes = 8;
-constexpr std::uint8_t kSentByPrograms = 0x80;
+constexpr std::size_t kMostBubbles = 256;
 
 }  // namespace
 
@@ -41,18 +41,38 @@ void BubbleWatch::disconnect() {
   notifier->setEnabled(false);
   notifier.release()->deleteLater();
   server.reset();
+  sizes.clear();
 }
 
 // What comes while a reply is waited for is taken, too: the socket will not tell of it again.
 void BubbleWatch::takeEvents() {
   bool hasBubble = false;
   while (const ReplyPointer<xcb_generic_event_t> event{xcb_poll_for_event(server->get())}) {
-    if ((event->response_type & static_cast<std::uint8_t>(~kSentByPrograms)) != XCB_MAP_NOTIFY) continue;
-    const auto& map = reinterpret_cast<const xcb_map_notify_event_t&>(*event);
-    hasBubble = hasBubble || (map.override_redirect != 0 && isBubble(map.window));
+    hasBubble = tellsOfBubble(*event) || hasBubble;
   }
   if (server->isBroken()) disconnect();
   if (hasBubble) onBubble();
+}
+
+bool BubbleWatch::tellsOfBubble(const xcb_generic_event_t& event) {
+  switch (kindOf(event)) {
+    case XCB_MAP_NOTIFY: {
+      const auto& map = reinterpret_cast<const xcb_map_notify_event_t&>(event);
+      return map.override_redirect != 0 && isBubble(map.window);
+    }
+    case XCB_UNMAP_NOTIFY:
+      sizes.erase(reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window);
+      return false;
+    case XCB_CONFIGURE_NOTIFY: {
+      const auto& change = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+      if (change.override_redirect == 0 || !isBubble(change.window)) return false;
+      if (sizes.size() >= kMostBubbles) sizes.clear();
+      const std::pair<int, int> size{change.width, change.height};
+      return std::exchange(sizes[change.window], size) != size;
+    }
+    default:
+      return false;
+  }
 }
 
 bool BubbleWatch::isBubble(WindowID window) const {

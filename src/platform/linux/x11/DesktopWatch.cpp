@@ -12,9 +12,11 @@ using std::chrono::steady_clock;
 constexpr Seconds kFirstRetry{5};
 constexpr Seconds kLongestRetry{60};
 constexpr Seconds kShortestGap{0.016};
-constexpr Seconds kNameDelay{0.1};
-
-constexpr std::uint8_t kSentByPrograms = 0x80;
+// For what no event reports: window managers that keep moves to themselves.
+constexpr Seconds kLongestTrust{30};
+// A window may become a prompt by its name. Longer than a tick of 2 s, so that a name that changes all the time starts
+// nothing between two of them.
+constexpr Seconds kLongestNote{3};
 
 }  // namespace
 
@@ -48,7 +50,8 @@ void DesktopWatch::disconnect() {
   server.reset();
   watched.clear();
   readTask.reset();
-  nameTask.reset();
+  notedTask.reset();
+  hasChanged = true;
   snapshot = {};
   retryTask = mainThread.postAfter(retryDelay, [this] { connect(); });
   listeners.tell(snapshot);
@@ -57,7 +60,7 @@ void DesktopWatch::disconnect() {
 void DesktopWatch::watchRoot() {
   // Without a window manager there is no list whose change tells of windows.
   const auto list = server->property(server->askProperty(server->root(), Atom::netClientList, 1));
-  std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+  std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   if (list.type == 0) events |= XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
   xcb_change_window_attributes(server->get(), server->root(), XCB_CW_EVENT_MASK, &events);
   xcb_flush(server->get());
@@ -69,16 +72,19 @@ void DesktopWatch::takeEvents() {
     urgency = std::max(urgency, urgencyOf(*event));
   }
   if (server->isBroken()) return disconnect();
-  if (urgency == Urgency::now) return readSoon();
-  if (urgency == Urgency::later && !nameTask) nameTask = mainThread.postAfter(kNameDelay, [this] { read(); });
+  hasChanged = hasChanged || urgency != Urgency::none;
+  if (urgency == Urgency::now) readSoon();
+  if (urgency == Urgency::noted) readUnlessAsked();
 }
 
 DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) const {
-  switch (event.response_type & static_cast<std::uint8_t>(~kSentByPrograms)) {
+  switch (kindOf(event)) {
     case XCB_MAP_NOTIFY:
     case XCB_UNMAP_NOTIFY:
     case XCB_DESTROY_NOTIFY:
       return Urgency::now;
+    case XCB_CONFIGURE_NOTIFY:  // Of windows, which window managers tell of their moves, and of the screen.
+      return Urgency::noted;
     case XCB_PROPERTY_NOTIFY:
       break;
     default:
@@ -93,7 +99,19 @@ DesktopWatch::Urgency DesktopWatch::urgencyOf(const xcb_generic_event_t& event) 
                Atom::netSupportingWMCheck, Atom::netWMState, Atom::wmState, Atom::netWMDesktop})) {
     return Urgency::now;
   }
-  return isOneOf({Atom::netWMName, Atom::wmName}) ? Urgency::later : Urgency::none;
+  const bool isRead = isOneOf({Atom::netWMName, Atom::wmName, Atom::netWMPid, Atom::netWMWindowType,
+                               Atom::netFrameExtents, Atom::netWMWindowOpacity, Atom::gtkFrameExtents, Atom::wmClass,
+                               Atom::wmClientMachine, Atom::wmTransientFor});
+  return isRead ? Urgency::noted : Urgency::none;
+}
+
+bool DesktopWatch::mayHaveChanged() {
+  const auto now = steady_clock::now();
+  if (server && !hasChanged && now - askedAt < kLongestTrust) return false;
+  hasChanged = false;
+  notedTask.reset();
+  askedAt = now;
+  return true;
 }
 
 void DesktopWatch::readSoon() {
@@ -103,9 +121,13 @@ void DesktopWatch::readSoon() {
   readTask = mainThread.postAfter(kShortestGap - since, [this] { read(); });
 }
 
+void DesktopWatch::readUnlessAsked() {
+  if (!notedTask) notedTask = mainThread.postAfter(kLongestNote, [this] { read(); });
+}
+
 void DesktopWatch::read() {
   readTask.reset();
-  nameTask.reset();
+  notedTask.reset();
   const bool wasManaged = snapshot.active || snapshot.currentDesktop;
   snapshot = windows.snapshot();
   // What happened to a new window before its events were asked for is found by reading again.
@@ -127,7 +149,7 @@ bool DesktopWatch::watchNewWindows() {
     const auto id = static_cast<WindowID>(window.id);
     present.insert(id);
     if (watched.contains(id)) continue;
-    constexpr std::uint32_t kEvents = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    constexpr std::uint32_t kEvents = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(server->get(), id, XCB_CW_EVENT_MASK, &kEvents);
     isNew = true;
   }

@@ -18,8 +18,10 @@ namespace quillard::x11 {
 
 // Notices on the main thread, from the X server's own events, that windows came, went, were minimised or moved to
 // another desktop, that another one is active, or that the present desktop is another one. Looks once after each burst
-// of events, at most every 16 ms, and hands what it saw to its listeners; changes of names wait for 100 ms, since some
-// programs write their progress there. When the X server goes, listeners see no windows, and it is tried again later.
+// of events, at most every 16 ms, and hands what it saw to its listeners. Of moves and of changes of names, where some
+// programs write their progress, it only notes that there were some, for whoever asks. When nobody has asked for 3 s,
+// which is longer than the agent's usual tick, it looks by itself. When the X server goes, listeners see no windows,
+// and it is tried again later.
 //
 // Made, used and destroyed on the main thread, whose event loop is Qt's.
 class DesktopWatch final : public desktop::WindowChanges {
@@ -33,16 +35,19 @@ class DesktopWatch final : public desktop::WindowChanges {
   [[nodiscard]] platform::SubscriptionHandle observe(std::function<void(const WindowsSnapshot&)> onRead) override {
     return listeners.add(std::move(onRead));
   }
+  [[nodiscard]] bool mayHaveChanged() override;
   [[nodiscard]] const WindowsSnapshot& lastSnapshot() const override { return snapshot; }
 
  private:
-  enum class Urgency { none, later, now };
+  // `noted`: it is not read for that.
+  enum class Urgency { none, noted, now };
 
   void connect();
   void disconnect();
   void takeEvents();
   [[nodiscard]] Urgency urgencyOf(const xcb_generic_event_t& event) const;
   void readSoon();
+  void readUnlessAsked();
   void read();
   void watchRoot();
   // Asks for the events of windows that are new in `snapshot`. False when all were known.
@@ -57,9 +62,11 @@ class DesktopWatch final : public desktop::WindowChanges {
   WindowsSnapshot snapshot;
   Seconds retryDelay;
   std::optional<std::chrono::steady_clock::time_point> readAt;
-  platform::TaskHandle readTask;   // A look that is put off.
-  platform::TaskHandle nameTask;   // A look for changed names.
-  platform::TaskHandle retryTask;  // Another try to connect.
+  platform::TaskHandle readTask;                    // A look that is put off.
+  platform::TaskHandle notedTask;                   // The same for what was noted and not asked for.
+  bool hasChanged = true;                           // Since somebody asked, as far as events say.
+  std::chrono::steady_clock::time_point askedAt{};  // When that was said last.
+  platform::TaskHandle retryTask;                   // Another try to connect.
   desktop::Listeners<WindowsSnapshot> listeners;
   const std::shared_ptr<char> life = std::make_shared<char>();  // Tells turns that are under way whether this lives.
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -19,6 +20,13 @@ struct FreeDeleter {
 };
 template <class Reply>
 using ReplyPointer = std::unique_ptr<Reply, FreeDeleter>;
+
+// The kind of an event, `XCB_MAP_NOTIFY` and the like. The bit that marks those that another client made is left out:
+// window managers send some in the server's place.
+[[nodiscard]] inline int kindOf(const xcb_generic_event_t& event) {
+  constexpr std::uint8_t kSentByClients = 0x80;
+  return event.response_type & static_cast<std::uint8_t>(~kSentByClients);
+}
 
 // One connection to the X server, and what was learnt when it was made. When the server goes, it is broken for good:
 // nothing else happens, and each reply is empty. Not for two threads at a time.

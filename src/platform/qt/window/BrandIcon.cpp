@@ -7,7 +7,7 @@
 namespace quillard::qt {
 namespace {
 
-constexpr double kSide = 64;
+constexpr double kIconSide = 64;
 constexpr QRgb kInkTop = 0xff26333a;
 constexpr QRgb kInk = 0xff171f24;
 constexpr QRgb kGreen = 0xff29c757;
@@ -16,12 +16,12 @@ constexpr QRgb kScreen = 0xfff2f6f4;
 QPen roundPen(const QColor& color, double width) { return {color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin}; }
 
 void drawGround(QPainter& painter) {
-  QLinearGradient ground{0, 0, 0, kSide};
+  QLinearGradient ground{0, 0, 0, kIconSide};
   ground.setColorAt(0, QColor::fromRgb(kInkTop));
   ground.setColorAt(1, QColor::fromRgb(kInk));
   painter.setPen(QPen{QColor{255, 255, 255, 28}, 1});
   painter.setBrush(ground);
-  painter.drawRoundedRect(QRectF{1, 1, kSide - 2, kSide - 2}, 16, 16);
+  painter.drawRoundedRect(QRectF{1, 1, kIconSide - 2, kIconSide - 2}, 16, 16);
 }
 
 void drawScreen(QPainter& painter) {
@@ -47,7 +47,7 @@ void drawBrandIcon(QPainter& painter, const QRectF& box) {
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
   painter.translate(box.topLeft());
-  painter.scale(box.width() / kSide, box.height() / kSide);
+  painter.scale(box.width() / kIconSide, box.height() / kIconSide);
   drawGround(painter);
   drawScreen(painter);
   drawCheckMark(painter);

@@ -10,7 +10,6 @@
 namespace quillard::qt {
 namespace {
 
-constexpr int kLargestCode = 264;
 constexpr int kPlaceholder = 168;
 constexpr int kPlaceholderSymbol = 84;
 constexpr int kPadding = 8;
@@ -35,7 +34,7 @@ int CodeView::pixelsPerModule(int side) const {
 
 int CodeView::sideFor(int room) const {
   if (grid.width == 0) return std::min(room, kPlaceholder);
-  const int side = std::min(room, kLargestCode);
+  const int side = std::min(room, largest);
   const double pixels = pixelsPerModule(side) * std::max(grid.width, grid.height);
   return static_cast<int>(std::ceil(pixels / devicePixelRatioF())) + 2 * kPadding;
 }

@@ -19,6 +19,8 @@ class CodeView final : public QWidget {
   // what assistive programs call the picture.
   void setContent(const Bitmap* bitmap, const std::string& placeholderSymbol, const std::string& name);
 
+  // No side is longer than that.
+  void setLargest(int side) { largest = side; }
   // The side of the square that it wants, given so much room.
   [[nodiscard]] int sideFor(int room) const;
 
@@ -31,6 +33,7 @@ class CodeView final : public QWidget {
 
   ModuleGrid grid;  // Empty: no code now.
   std::string symbol;
+  int largest = 264;
 };
 
 }  // namespace quillard::qt

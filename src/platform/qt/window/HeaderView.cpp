@@ -13,9 +13,9 @@ namespace {
 constexpr int kIcon = 68;
 constexpr int kIconGap = 18;
 constexpr int kPillGap = 20;
-constexpr int kLineGap = 2;
+constexpr int kHeaderLineGap = 2;
 // Where the texts would get less than this beside the pill, the pill goes below them.
-constexpr int kLeastTextWidth = 300;
+constexpr int kLeastHeaderTextWidth = 300;
 
 }  // namespace
 
@@ -45,7 +45,7 @@ int HeaderView::arrange(QSize size, Placing placing) {
   const int inner = size.width() - x;
   const int pill = std::min(statePill->naturalWidth(), inner);
   const int pillHeight = statePill->heightForWidth(pill);
-  const bool isBeside = inner - kPillGap - pill >= kLeastTextWidth;
+  const bool isBeside = inner - kPillGap - pill >= kLeastHeaderTextWidth;
   const int textWidth = isBeside ? inner - kPillGap - pill : inner;
   const int texts = arrangeTexts({x, 0, textWidth, 0}, Placing::measure);
   const int content = std::max(kIcon, isBeside ? texts : texts + kPillGap / 2 + pillHeight);
@@ -66,7 +66,7 @@ int HeaderView::arrangeTexts(QRect room, Placing placing) {
   int height = 0;
   for (auto* label : {titleLabel, headlineLabel, detailLabel}) {
     if (label->isHidden()) continue;
-    const int y = height > 0 ? height + kLineGap : 0;
+    const int y = height > 0 ? height + kHeaderLineGap : 0;
     const int own = label->heightForWidth(room.width());
     if (placing == Placing::place) label->setGeometry(room.x(), room.y() + y, room.width(), own);
     height = y + own;

@@ -11,6 +11,7 @@ constexpr int kPadding = 20;
 constexpr int kGap = 10;
 constexpr int kCodeGap = 16;
 constexpr int kMostSpread = 48;
+constexpr int kPageCode = 92;
 // From here on the texts stand beside the code instead of around it.
 constexpr int kWideCard = 520;
 // The ground that the brand's bright colours are readable on, whether the desktop is light or dark.
@@ -23,6 +24,8 @@ PairingCard::PairingCard(QWidget* parent)
       pairingTitleLabel(new WrappedLabel(this, TextStyle::cardTitle)),
       pairStatusLabel(new PillView(this)),
       pairingDetailLabel(new WrappedLabel(this, TextStyle::body)),
+      pageCodeView(new CodeView(this)),
+      pageCaptionLabel(new WrappedLabel(this, TextStyle::body)),
       qrImageView(new CodeView(this)),
       qrCaptionLabel(new WrappedLabel(this, TextStyle::small, QPalette::PlaceholderText)),
       pairingActionButton(new ActionButton(this, Prominence::primary, StatusWindowButton::pairingAction)),
@@ -37,8 +40,12 @@ void PairingCard::setContent(const StatusWindowContent& content) {
   pairingDetailLabel->setContent(content.pairingDetail);
   qrCaptionLabel->setContent(content.pairingCaption);
   qrImageView->setContent(content.pairingImage ? &content.pairingImage->bitmap() : nullptr, content.placeholderSymbol,
-                          content.pairingImage ? "Pairing QR code" : content.placeholderDescription);
+                          content.pairingImage ? content.codeDescription : content.placeholderDescription);
   qrImageView->setAccessibleDescription(QString::fromStdString(content.pairingCaption));
+  pageCaptionLabel->setContent(content.pageCaption);
+  pageCodeView->setLargest(kPageCode);
+  pageCodeView->setContent(content.pageImage ? &content.pageImage->bitmap() : nullptr, "", content.pageDescription);
+  pageCodeView->setAccessibleDescription(QString::fromStdString(content.pageCaption));
   pairingActionButton->setContent(content.pairingActionButton, content.pairingTitle);
   pairAnotherButton->setContent(content.pairAnotherButton, content.pairingTitle);
   unpairPhoneButton->setContent(content.unpairPhoneButton, content.pairingTitle);
@@ -53,8 +60,8 @@ void PairingCard::showStatus() {
 }
 
 void PairingCard::updateAppearance() {
-  for (WrappedLabel* label :
-       {pairingTitleLabel, static_cast<WrappedLabel*>(pairStatusLabel), pairingDetailLabel, qrCaptionLabel}) {
+  for (WrappedLabel* label : {pairingTitleLabel, static_cast<WrappedLabel*>(pairStatusLabel), pairingDetailLabel,
+                              pageCaptionLabel, qrCaptionLabel}) {
     label->updateFont();
   }
   for (auto* button : {pairingActionButton, pairAnotherButton, unpairPhoneButton}) button->updateFont();
@@ -118,7 +125,23 @@ int PairingCard::arrangeTexts(QRect room, Placing placing) {
     pairStatusLabel->setGeometry(pillX, pillTop, pill, pillHeight);
     pairingDetailLabel->setGeometry(room.x(), room.y() + line + kGap, room.width(), detailHeight);
   }
-  return line + (detailHeight > 0 ? kGap + detailHeight : 0);
+  const int above = line + (detailHeight > 0 ? kGap + detailHeight : 0);
+  const int page = arrangePage({room.x(), room.y() + above + kGap, room.width(), 0}, placing);
+  return above + (page > 0 ? kGap + page : 0);
+}
+
+// Where the page is: the small code, and the text to its right.
+int PairingCard::arrangePage(QRect room, Placing placing) {
+  if (pageCaptionLabel->isHidden()) return 0;
+  const int side = pageCodeView->isHidden() ? 0 : pageCodeView->sideFor(room.width() / 3);
+  const int x = side > 0 ? side + kGap : 0;
+  const int text = pageCaptionLabel->heightForWidth(room.width() - x);
+  const int height = std::max(side, text);
+  if (placing == Placing::place) {
+    if (side > 0) pageCodeView->setGeometry(room.x(), room.y() + (height - side) / 2, side, side);
+    pageCaptionLabel->setGeometry(room.x() + x, room.y() + (height - text) / 2, room.width() - x, text);
+  }
+  return height;
 }
 
 int PairingCard::arrangeCode(QRect room, Placing placing) {

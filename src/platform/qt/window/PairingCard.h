@@ -22,6 +22,7 @@ class PairingCard final : public CardView {
   int arrangeBelow(QSize size, Placing placing);
   int arrangeBeside(QSize size, Placing placing);
   int arrangeTexts(QRect room, Placing placing);
+  int arrangePage(QRect room, Placing placing);
   int arrangeCode(QRect room, Placing placing);
   int arrangeCaption(QRect room, Qt::Alignment alignment, Placing placing);
   void showStatus();
@@ -31,6 +32,8 @@ class PairingCard final : public CardView {
   WrappedLabel* pairingTitleLabel;
   PillView* pairStatusLabel;
   WrappedLabel* pairingDetailLabel;
+  CodeView* pageCodeView;  // Where the page is, with the text beside it.
+  WrappedLabel* pageCaptionLabel;
   CodeView* qrImageView;
   WrappedLabel* qrCaptionLabel;
   ActionButton* pairingActionButton;

@@ -26,6 +26,8 @@ constexpr std::array kAllButtons{StatusWindowButton::pairingAction,
                                  StatusWindowButton::notificationPauseSecondary,
                                  StatusWindowButton::programsPrimary,
                                  StatusWindowButton::programsSecondary,
+                                 StatusWindowButton::mutedPrimary,
+                                 StatusWindowButton::mutedSecondary,
                                  StatusWindowButton::relayPrimary,
                                  StatusWindowButton::relaySecondary,
                                  phoneButton(0),
@@ -57,6 +59,7 @@ StatusWindowContent fullContent() {
                               .unpairPhoneButton = ButtonContent{"Unpair"}};
   content.installLocation = row("Location");
   content.accessibility = row("Accessibility");
+  content.muted = row("Muted");
   content.loginItem = row("Login");
   content.update = row("Updates");
   content.notificationPause = row("Alerts");

@@ -35,7 +35,7 @@ StatusPage::StatusPage(QWidget* parent)
                                              StatusWindowButton::notificationPauseSecondary)),
       questionRow(new StatusRowCard(this, StatusWindowButton::questionPrimary, StatusWindowButton::questionSecondary)),
       programsRow(new StatusRowCard(this, StatusWindowButton::programsPrimary, StatusWindowButton::programsSecondary)),
-      mutedRow(new StatusRowCard(this, StatusWindowButton::mutedPrimary, StatusWindowButton::none)),
+      mutedRow(new StatusRowCard(this, StatusWindowButton::mutedPrimary, StatusWindowButton::mutedSecondary)),
       relayRow(new StatusRowCard(this, StatusWindowButton::relayPrimary, StatusWindowButton::relaySecondary)) {
   relayRow->hide();
   questionRow->hide();
@@ -99,6 +99,14 @@ void StatusPage::updateAppearance() {
 int StatusPage::heightForWidth(int width) const { return arrange({width, 0}, Placing::measure); }
 
 QSize StatusPage::sizeHint() const { return {kComfortableWidth, heightForWidth(kComfortableWidth)}; }
+
+QSize StatusPage::sizeFor(QSize room) const {
+  constexpr int kStep = 20;
+  const int widest = std::min(room.width(), kWidest + 2 * kMargin);
+  int width = kComfortableWidth;
+  while (heightForWidth(width) > room.height() && width + kStep <= widest) width += kStep;
+  return {width, heightForWidth(width)};
+}
 
 void StatusPage::resizeEvent(QResizeEvent* event) { arrange(event->size(), Placing::place); }
 

@@ -25,6 +25,9 @@ class StatusPage final : public QWidget {
   [[nodiscard]] bool hasHeightForWidth() const override { return true; }
   [[nodiscard]] int heightForWidth(int width) const override;
   [[nodiscard]] QSize sizeHint() const override;
+  // The size at which all of it is seen within `room`: wider than comfortable where that makes it low enough. Higher
+  // than `room` when nothing does.
+  [[nodiscard]] QSize sizeFor(QSize room) const;
   [[nodiscard]] QSize minimumSizeHint() const override { return {kLeastWidth, 1}; }
 
  protected:

@@ -19,11 +19,11 @@ constexpr int kTileGap = 14;
 constexpr int kDot = 8;
 constexpr int kDotGap = 6;
 constexpr int kTitleGap = 12;
-constexpr int kLineGap = 3;
+constexpr int kRowLineGap = 3;
 constexpr int kActionsGap = 16;
 constexpr int kActionsTopGap = 8;
 // Texts keep at least so much of the line when buttons stand beside them.
-constexpr int kLeastTextWidth = 190;
+constexpr int kLeastRowTextWidth = 190;
 
 }  // namespace
 
@@ -58,7 +58,7 @@ void StatusRowCard::updateAppearance() {
 
 bool StatusRowCard::hasRoomBeside(int width) const {
   const int title = titleLabel->naturalWidth() + kTitleGap + kDot + kDotGap + statusLabel->naturalWidth();
-  return width - actions.naturalWidth() - kActionsGap >= std::max(kLeastTextWidth, std::min(title, width / 2));
+  return width - actions.naturalWidth() - kActionsGap >= std::max(kLeastRowTextWidth, std::min(title, width / 2));
 }
 
 int StatusRowCard::arrange(QSize size, Placing placing) {
@@ -100,14 +100,14 @@ int StatusRowCard::arrangeTexts(QRect room, Placing placing) {
     const int drop = (titleHeight - statusLabel->heightForWidth(statusLabel->naturalWidth())) / 2;
     arrangeStatus({room.x() + titleWidth + kTitleGap, room.y() + drop}, statusWidth, placing);
   } else {
-    height += kLineGap + arrangeStatus({room.x(), room.y() + height + kLineGap}, room.width(), placing);
+    height += kRowLineGap + arrangeStatus({room.x(), room.y() + height + kRowLineGap}, room.width(), placing);
   }
   if (detailLabel->isHidden()) return height;
   const int detailHeight = detailLabel->heightForWidth(room.width());
   if (placing == Placing::place) {
-    detailLabel->setGeometry(room.x(), room.y() + height + kLineGap, room.width(), detailHeight);
+    detailLabel->setGeometry(room.x(), room.y() + height + kRowLineGap, room.width(), detailHeight);
   }
-  return height + kLineGap + detailHeight;
+  return height + kRowLineGap + detailHeight;
 }
 
 int StatusRowCard::arrangeStatus(QPoint topLeft, int width, Placing placing) {

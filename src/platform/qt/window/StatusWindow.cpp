@@ -73,7 +73,7 @@ QRect StatusWindow::screenRoom() const {
 }
 
 void StatusWindow::takeComfortableSize() {
-  const QSize wanted = page->sizeHint().boundedTo(screenRoom().size()).expandedTo(minimumSize());
+  const QSize wanted = page->sizeFor(screenRoom().size()).boundedTo(screenRoom().size()).expandedTo(minimumSize());
   QRect rect{{0, 0}, wanted};
   rect.moveCenter(screenRoom().center());
   setGeometry(rect);

@@ -9,7 +9,7 @@
 namespace quillard::qt {
 namespace {
 
-constexpr double kSide = 24;
+constexpr double kGrid = 24;
 constexpr double kStroke = 1.9;
 
 QPainterPath stroked(const QPainterPath& path, double width = kStroke) {
@@ -95,7 +95,7 @@ QPainterPath arrowDown() {
   return stroked(line({{12, 4.5}, {12, 19}}), 2.3).united(stroked(line({{5.8, 13}, {12, 19.2}, {18.2, 13}}), 2.3));
 }
 
-QPainterPath arrowUp() { return QTransform{1, 0, 0, -1, 0, kSide}.map(arrowDown()); }
+QPainterPath arrowUp() { return QTransform{1, 0, 0, -1, 0, kGrid}.map(arrowDown()); }
 
 QPainterPath arrowClockwise() {
   return stroked(arc({12, 12.4}, 7.2, 50, -318), 2.2).united(stroked(line({{16.2, 2.6}, {17, 7.2}, {12.2, 8}}), 2.2));
@@ -278,7 +278,7 @@ QPainterPath symbolShape(std::string_view name) {
 
 void drawSymbol(QPainter& painter, std::string_view name, const QRectF& box, const QColor& color) {
   QTransform place;
-  place.translate(box.x(), box.y()).scale(box.width() / kSide, box.height() / kSide);
+  place.translate(box.x(), box.y()).scale(box.width() / kGrid, box.height() / kGrid);
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
   painter.fillPath(place.map(symbolShape(name)), color);

@@ -40,7 +40,7 @@ TextField::TextField(QWidget* window, const TextQuestion& question, TakeText giv
   text->setAccessibleDescription(explanation->text());
   text->selectAll();
   problem->hide();
-  cancelButton->setContent(ButtonContent{"Cancel"}, question.title);
+  cancelButton->setContent(ButtonContent{question.cancel}, question.title);
   acceptButton->setContent(ButtonContent{question.accept}, question.title);
   connect(cancelButton, &QPushButton::clicked, this, [this] { reject(); });
   connect(acceptButton, &QPushButton::clicked, this, [this] { takeText(); });

@@ -75,6 +75,12 @@ export class FakeComputer {
     return seal(this.crypto, await keyFrom(this.crypto, this.e2eSecret), value);
   }
 
+  /** What a box of the phone holds. Rejects where it was not sealed for this computer. */
+  async open(ciphertext: string): Promise<unknown> {
+    const { text } = await open(this.crypto, await keyFrom(this.crypto, this.e2eSecret), ciphertext);
+    return JSON.parse(text);
+  }
+
   /** `state`: how the computer stands. Absent: it says nothing of that. */
   async snapshot(
     approvals: readonly unknown[],

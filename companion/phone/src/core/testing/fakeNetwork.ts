@@ -1,4 +1,4 @@
-import type { HttpResponse, Socket, SocketListener, DeviceStatus } from "../environment";
+import type { DeviceChange, HttpResponse, Socket, SocketListener, DeviceStatus } from "../environment";
 
 /** The other end of one WebSocket of the phone. */
 export class FakeSocket implements Socket {
@@ -46,6 +46,8 @@ export class FakeNetwork {
   readonly requests: { readonly url: string; readonly bearer: string }[] = [];
   /** The status that answers a request; absent: it is never answered. */
   responseStatus: number | undefined | "unreachable";
+  /** Its body. */
+  responseText = "";
 
   readonly openSocket = (url: string, protocols: readonly string[], listener: SocketListener): Socket => {
     const socket = new FakeSocket(new URL(url), protocols, listener);
@@ -57,7 +59,7 @@ export class FakeNetwork {
     this.requests.push({ url, bearer });
     if (this.responseStatus === undefined) return new Promise(() => {});
     if (this.responseStatus === "unreachable") return Promise.reject(new Error("Unreachable."));
-    return Promise.resolve({ status: this.responseStatus });
+    return Promise.resolve({ status: this.responseStatus, text: this.responseText });
   };
 
   /** The newest socket of a pairing, or of any. */
@@ -72,13 +74,13 @@ export class FakeNetwork {
 
 export class FakeDeviceStatus implements DeviceStatus {
   private online = true;
-  private readonly listeners = new Set<(what: "online" | "offline" | "visible") => void>();
+  private readonly listeners = new Set<(what: DeviceChange) => void>();
 
   isOnline(): boolean {
     return this.online;
   }
 
-  onChange(listener: (what: "online" | "offline" | "visible") => void): () => void {
+  onChange(listener: (what: DeviceChange) => void): () => void {
     this.listeners.add(listener);
     return () => this.listeners.delete(listener);
   }
@@ -97,7 +99,15 @@ export class FakeDeviceStatus implements DeviceStatus {
     this.notify("visible");
   }
 
-  private notify(what: "online" | "offline" | "visible"): void {
-    for (const listener of this.listeners) listener(what);
+  becomeHidden(): void {
+    this.notify("hidden");
+  }
+
+  freeze(): void {
+    this.notify("frozen");
+  }
+
+  private notify(what: DeviceChange): void {
+    for (const listener of [...this.listeners]) listener(what);
   }
 }

@@ -1,4 +1,5 @@
 // Scans for the code with the camera. The camera runs only while this is up and visible.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useEffect, useRef, useState } from "preact/hooks";
 import { CodeReader } from "../../codes/CodeReader";
@@ -26,14 +27,16 @@ function nameOf(error: unknown): string {
 export function problemWith(error: unknown): string {
   const name = nameOf(error);
   if (name === "NotAllowedError" || name === "SecurityError") {
-    return "The camera may not be used by this page. Allow it in the browser’s settings, or use a picture or the code’s text.";
+    return say(
+      "The camera may not be used by this page. Allow it in the browser’s settings, or use a picture or the code’s text.",
+    );
   }
   if (name === "NotFoundError" || name === "OverconstrainedError") {
-    return "There is no camera here. Use a picture of the code, or its text.";
+    return say("There is no camera here. Use a picture of the code, or its text.");
   }
   if (name === "NotReadableError")
-    return "The camera is in use by another program. Close that, and try again.";
-  return "The camera cannot be used here. Use a picture of the code, or its text.";
+    return say("The camera is in use by another program. Close that, and try again.");
+  return say("The camera cannot be used here. Use a picture of the code, or its text.");
 }
 
 async function openCamera(): Promise<MediaStream> {
@@ -127,15 +130,15 @@ export function CameraScanner({ onText, onProblem, onCancel }: CameraScannerProp
   return (
     <div class="scanner">
       <div class="viewfinder">
-        <video ref={video} playsInline muted aria-label="What the camera sees" />
+        <video ref={video} playsInline muted aria-label={say("What the camera sees")} />
         <span class="corners" aria-hidden="true" />
-        {!isSeeing && <p class="viewfinder-note">Opening the camera…</p>}
+        {!isSeeing && <p class="viewfinder-note">{say("Opening the camera…")}</p>}
       </div>
       <p class="centred" role="status">
-        {hint ?? "Point the camera at the code in Quillard’s window."}
+        {hint ?? say("Point the camera at the code in Quillard’s window.")}
       </p>
       <button type="button" class="button is-wide is-tall" onClick={onCancel}>
-        Cancel
+        {say("Cancel")}
       </button>
     </div>
   );

@@ -1,4 +1,5 @@
 // A person checks what was read, names it, and agrees.
+import { said, say } from "../../language/say";
 import type { JSX } from "preact";
 import { useId, useState } from "preact/hooks";
 import type { PairingOffer, PhoneActions, PhoneState } from "../../core/model";
@@ -16,7 +17,7 @@ interface ConfirmPairingProps {
 function freeName(state: PhoneState): string {
   const taken = new Set(state.computers.map((computer) => computer.name));
   for (let number = 1; ; ++number) {
-    const name = number === 1 ? "My computer" : `My computer ${number}`;
+    const name = number === 1 ? say("My computer") : say("My computer %1", number);
     if (!taken.has(name)) return name;
   }
 }
@@ -47,7 +48,7 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
       await actions.pair(offer, name.trim());
       goTo({ page: "home" });
     } catch (error) {
-      setProblem(error instanceof Error ? error.message : "Pairing did not work.");
+      setProblem(error instanceof Error ? error.message : say("Pairing did not work."));
       setBusy(false);
     }
   };
@@ -63,13 +64,17 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
       <span class="tile is-good">
         <Symbol name="computer" />
       </span>
-      <p class="notice-title">Pair with this computer?</p>
+      <p class="notice-title">{say("Pair with this computer?")}</p>
       <p>
-        This phone will see its prompts, and can press their buttons. Pair only with a computer whose code you
-        just saw yourself. Relay: <bdi>{hostOf(offer.backendURL)}</bdi>
+        {said(
+          say(
+            "This phone will see its prompts, and can press their buttons. Pair only with a computer whose code you just saw yourself. Relay: %1",
+          ),
+          <bdi>{hostOf(offer.backendURL)}</bdi>,
+        )}
       </p>
       <div class="field-plain">
-        <label for={nameID}>Name of the computer</label>
+        <label for={nameID}>{say("Name of the computer")}</label>
         <input
           id={nameID}
           type="text"
@@ -83,7 +88,7 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
         />
       </div>
       <div class="field-plain">
-        <label for={phoneID}>What it calls this phone</label>
+        <label for={phoneID}>{say("What it calls this phone")}</label>
         <input
           id={phoneID}
           type="text"
@@ -102,10 +107,10 @@ export function ConfirmPairing({ offer, state, actions, onCancel }: ConfirmPairi
       )}
       <div class="row">
         <button type="button" class="button" onClick={onCancel} disabled={isBusy}>
-          Cancel
+          {say("Cancel")}
         </button>
         <button type="submit" class="button is-primary" disabled={isBusy || name.trim() === ""}>
-          {isBusy ? "Pairing…" : "Pair"}
+          {isBusy ? say("Pairing…") : say("Pair")}
         </button>
       </div>
     </form>

@@ -1,5 +1,6 @@
 // Pairing with a computer: by camera, by a picture of its code, or by the code's text; then a check of what it is, and a
 // name. It is also the first page of a phone that has no computer yet.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useEffect, useState } from "preact/hooks";
 import type { PairingReading, PhoneActions, PhoneState } from "../../core/model";
@@ -42,15 +43,17 @@ function OtherRelay({ backendURL, onBack }: { backendURL: string; onBack: () => 
   const link = safeLink(backendURL);
   return (
     <div class="card ask">
-      <p class="notice-title">This computer uses another relay</p>
-      <p>A page talks to the computers of its own relay only. Open that relay’s page, and pair there.</p>
+      <p class="notice-title">{say("This computer uses another relay")}</p>
+      <p>
+        {say("A page talks to the computers of its own relay only. Open that relay’s page, and pair there.")}
+      </p>
       {link !== undefined && (
         <a class="button is-primary is-wide" href={link} rel="noreferrer noopener">
-          Open {new URL(link).host}
+          {say("Open %1", new URL(link).host)}
         </a>
       )}
       <button type="button" class="button is-wide" onClick={onBack}>
-        Back
+        {say("Back")}
       </button>
     </div>
   );
@@ -59,13 +62,13 @@ function OtherRelay({ backendURL, onBack }: { backendURL: string; onBack: () => 
 function AlreadyPaired({ name, onBack }: { name: string; onBack: () => void }): JSX.Element {
   return (
     <div class="card ask">
-      <p class="notice-title">{name} is paired already</p>
-      <p>To pair it anew, forget it first.</p>
+      <p class="notice-title">{say("%1 is paired already", name)}</p>
+      <p>{say("To pair it anew, forget it first.")}</p>
       <button type="button" class="button is-primary is-wide" onClick={() => goTo({ page: "home" })}>
-        Show its prompts
+        {say("Show its prompts")}
       </button>
       <button type="button" class="button is-wide" onClick={onBack}>
-        Back
+        {say("Back")}
       </button>
     </div>
   );
@@ -87,12 +90,12 @@ function Ways(props: {
         onClick={() => onStep({ kind: "camera" })}
       >
         <Symbol name="camera" />
-        Scan the code
+        {say("Scan the code")}
       </button>
       <PictureButton onText={onText} onProblem={onProblem} />
       <button type="button" class="button is-wide is-tall" onClick={() => onStep({ kind: "text" })}>
         <Symbol name="text" />
-        Paste the code’s text
+        {say("Paste the code’s text")}
       </button>
     </div>
   );
@@ -101,11 +104,16 @@ function Ways(props: {
 function Introduction(): JSX.Element {
   return (
     <ol class="steps">
-      <li>On the computer, open Quillard’s window.</li>
-      <li>Its pairing card shows a code. Scan it from here.</li>
-      <li>Give the computer a name, and its prompts appear.</li>
+      <li>{say("On the computer, open Quillard’s window.")}</li>
+      <li>{say("Its pairing card shows a code. Scan it from here.")}</li>
+      <li>{say("Give the computer a name, and its prompts appear.")}</li>
     </ol>
   );
+}
+
+/** Only browsers of iPhones know whether a page is on the home screen. What it stores there is apart from the browser's. */
+function isInBrowserOfIPhone(): boolean {
+  return (navigator as { readonly standalone?: boolean }).standalone === false;
 }
 
 export function PairPage({ state, actions }: PairPageProps): JSX.Element {
@@ -171,12 +179,12 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
       reading.kind === "alreadyPaired"
         ? state.computers.find((computer) => computer.pairingID === reading.pairingID)
         : undefined;
-    return <AlreadyPaired name={known?.name ?? "This computer"} onBack={back} />;
+    return <AlreadyPaired name={known?.name ?? say("This computer")} onBack={back} />;
   })();
 
   if (!isFirst) {
     return (
-      <PageFrame title="Pair a computer" back={{ page: "home" }} backTitle="Prompts">
+      <PageFrame title={say("Pair a computer")} back={{ page: "home" }} backTitle={say("Prompts")}>
         {step.kind === "ways" && <Introduction />}
         {inner}
       </PageFrame>
@@ -187,24 +195,36 @@ export function PairPage({ state, actions }: PairPageProps): JSX.Element {
       {step.kind === "ways" ? (
         <>
           <Mark />
-          <h1>Answer your computer from here</h1>
+          <h1>{say("Answer your computer from here")}</h1>
           <p class="lead">
-            When a program on your computer asks for permission while you are away, Quillard shows it on this
-            phone, and presses the button that you choose.
+            {say(
+              "When a program on your computer asks for permission while you are away, Quillard shows it on this phone, and presses the button that you choose.",
+            )}
           </p>
           <Introduction />
           {inner}
+          {isInBrowserOfIPhone() && (
+            <p class="aside centred with-symbol">
+              <Symbol name="phone" />
+              <span>
+                {say(
+                  "To be alerted while this page is closed, put it on the home screen first (Share, “Add to Home Screen”), open it from there, and pair there.",
+                )}
+              </span>
+            </p>
+          )}
           <p class="aside centred with-symbol">
             <Symbol name="lock" />
             <span>
-              Sealed from end to end: the relay never sees what waits. But whoever runs it serves this page,
-              and could change it.
+              {say(
+                "Sealed from end to end: the relay never sees what waits. But whoever runs it serves this page, and could change it.",
+              )}
             </span>
           </p>
         </>
       ) : (
         <>
-          <h1 class="page-title">Pair a computer</h1>
+          <h1 class="page-title">{say("Pair a computer")}</h1>
           {inner}
         </>
       )}

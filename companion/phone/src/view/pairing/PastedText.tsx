@@ -1,4 +1,5 @@
 // The code's text, where there is neither a camera nor a picture.
+import { said, say } from "../../language/say";
 import type { JSX } from "preact";
 import { useId, useState } from "preact/hooks";
 import { Symbol } from "../parts/Symbol";
@@ -21,7 +22,7 @@ export function PastedText({ problem, onText, onCancel }: PastedTextProps): JSX.
       }}
     >
       <div class="field-plain">
-        <label for={id}>The code’s text</label>
+        <label for={id}>{say("The code’s text")}</label>
         <textarea
           id={id}
           rows={5}
@@ -35,8 +36,12 @@ export function PastedText({ problem, onText, onCancel }: PastedTextProps): JSX.
         />
       </div>
       <p class="aside">
-        On the computer, <code>quillard pair --text</code> prints it. It holds secrets: bring it here by a way
-        that nobody else reads.
+        {said(
+          say(
+            "On the computer, %1 prints it. It holds secrets: bring it here by a way that nobody else reads.",
+          ),
+          <code>quillard pair --text</code>,
+        )}
       </p>
       {problem !== undefined && (
         <p class="problem" role="alert">
@@ -46,10 +51,10 @@ export function PastedText({ problem, onText, onCancel }: PastedTextProps): JSX.
       )}
       <div class="row">
         <button type="button" class="button" onClick={onCancel}>
-          Cancel
+          {say("Cancel")}
         </button>
         <button type="submit" class="button is-primary" disabled={text.trim() === ""}>
-          Continue
+          {say("Continue")}
         </button>
       </div>
     </form>

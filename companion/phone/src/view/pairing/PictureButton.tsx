@@ -1,4 +1,5 @@
 // Picks a picture of the code: a photo, or a screenshot of the computer's whole screen.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useRef, useState } from "preact/hooks";
 import { readPicture } from "../../codes/readPicture";
@@ -18,10 +19,10 @@ export function PictureButton({ onText, onProblem }: PictureButtonProps): JSX.El
     try {
       const text = await readPicture(file);
       if (text === undefined)
-        onProblem("No code was found in this picture. Take it closer, straight, and sharp.");
+        onProblem(say("No code was found in this picture. Take it closer, straight, and sharp."));
       else onText(text);
     } catch (error) {
-      onProblem(error instanceof Error ? error.message : "This picture cannot be read.");
+      onProblem(error instanceof Error ? error.message : say("This picture cannot be read."));
     } finally {
       setBusy(false);
     }
@@ -36,7 +37,7 @@ export function PictureButton({ onText, onProblem }: PictureButtonProps): JSX.El
         onClick={() => input.current?.click()}
       >
         <Symbol name="picture" />
-        {isBusy ? "Looking for the code…" : "Choose a picture of the code"}
+        {isBusy ? say("Looking for the code…") : say("Choose a picture of the code")}
       </button>
       <input
         ref={input}
@@ -44,7 +45,7 @@ export function PictureButton({ onText, onProblem }: PictureButtonProps): JSX.El
         type="file"
         accept="image/*"
         tabIndex={-1}
-        aria-label="Picture of the code"
+        aria-label={say("Picture of the code")}
         onChange={(event) => {
           const file = event.currentTarget.files?.[0];
           // The same picture may be picked again.

@@ -1,5 +1,6 @@
 // The button for what grants something. One tap never presses it: a finger holds it until it is full. Who cannot hold
 // (a keyboard, a screen reader, a switch) activates it twice instead.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 import { visibleText } from "../../core/visibleText";
@@ -138,7 +139,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
     const ended = (isShort: boolean) => {
       hold.current = undefined;
       setPhase("idle");
-      if (isShort) onHint(`${warning}Keep holding the button to confirm: ${shown}`);
+      if (isShort) onHint(say("%1Keep holding the button to confirm: %2", warning, shown));
     };
     hold.current = followHold(button.current, event.pointerId, full, ended);
   };
@@ -153,7 +154,7 @@ export function HoldButton(props: HoldButtonProps): JSX.Element {
       return;
     }
     setPhase("asked");
-    onHint(`${warning}Hold, or activate again, to confirm: ${shown}`);
+    onHint(say("%1Hold, or activate again, to confirm: %2", warning, shown));
     asked.current = setTimeout(() => {
       rest();
       onHint(undefined);

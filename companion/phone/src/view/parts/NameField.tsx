@@ -1,4 +1,5 @@
 // A name that is changed in place. The button to save it stays until the name is stored, and a failure is shown.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useId, useLayoutEffect, useRef, useState } from "preact/hooks";
 
@@ -35,7 +36,7 @@ export function NameField({ label, value, onSave }: NameFieldProps): JSX.Element
         // It may be stored in another spelling, even in the one that was there before.
         () => setText((typed) => (typed.trim() === name ? known.current : typed)),
         (error: unknown) =>
-          setProblem(error instanceof Error ? error.message : "The name could not be stored."),
+          setProblem(error instanceof Error ? error.message : say("The name could not be stored.")),
       )
       .finally(() => setSaving(false));
   };
@@ -54,7 +55,7 @@ export function NameField({ label, value, onSave }: NameFieldProps): JSX.Element
         />
         {isChanged && (
           <button type="submit" class="button is-primary" disabled={isSaving}>
-            {isSaving ? "Saving…" : "Save"}
+            {isSaving ? say("Saving…") : say("Save")}
           </button>
         )}
       </div>

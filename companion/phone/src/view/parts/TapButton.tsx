@@ -1,4 +1,5 @@
 // The button for what grants nothing: one tap.
+import { say } from "../../language/say";
 import type { JSX } from "preact";
 import { useId, useRef } from "preact/hooks";
 import { visibleText } from "../../core/visibleText";
@@ -33,7 +34,7 @@ export function TapButton({ label, caption, isDisabled, onPress, onHint }: TapBu
         const stray = isStray.current;
         isStray.current = false;
         if (isDisabled) return;
-        if (stray) onHint(`The page just moved. To confirm, tap again: ${visibleText(label)}`);
+        if (stray) onHint(say("The page just moved. To confirm, tap again: %1", visibleText(label)));
         else onPress();
       }}
     >

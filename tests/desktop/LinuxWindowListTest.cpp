@@ -192,12 +192,12 @@ TEST_F(LinuxWindowListTest, TellsOfAnotherNameUnlessSomebodyAsksWithinThreeSecon
   XcbWindows windows{desktop.display()};
   DesktopWatch watch{desktop.display(), windows, world.time().mainThread()};
   const auto id = client.open({.name = "first"});
-  const auto isCalled = [&](const char* name) {
+  const auto isCalled = [&](const std::string& name) {
     const auto& all = watch.lastSnapshot().windows;
     return std::any_of(all.begin(), all.end(), [&](const auto& window) { return window.name == name; });
   };
   Seconds waited{0};
-  const auto waitsFor = [&](const char* name) {
+  const auto waitsFor = [&](const std::string& name) {
     waited = Seconds{0};
     return waitInLoop([&] {
       world.advance(Seconds{0.25});
@@ -206,14 +206,19 @@ TEST_F(LinuxWindowListTest, TellsOfAnotherNameUnlessSomebodyAsksWithinThreeSecon
     });
   };
   ASSERT_TRUE(waitsFor("first"));
-  client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow it?");
-  EXPECT_TRUE(waitsFor("Allow it?"));
+  // What a window manager still does with a new window is read at once, with the name: such a look says nothing.
+  std::string last;
+  for (int attempt = 0; attempt < 10 && waited < Seconds{3}; ++attempt) {
+    last = "Allow it, " + std::to_string(attempt) + "?";
+    client.setText(id, "_NET_WM_NAME", "UTF8_STRING", last.c_str());
+    ASSERT_TRUE(waitsFor(last));
+  }
   EXPECT_GE(waited, Seconds{3});
   EXPECT_TRUE(waitInLoop([&] { return !watch.mayHaveChanged(); })) << "It is quiet.";
   client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow more?");
   EXPECT_TRUE(waitInLoop([&] { return watch.mayHaveChanged(); }));
   world.advance(Seconds{60});
-  EXPECT_TRUE(isCalled("Allow it?")) << "Whoever asked reads the windows, and nobody else has to.";
+  EXPECT_TRUE(isCalled(last)) << "Whoever asked reads the windows, and nobody else has to.";
 }
 
 TEST_F(LinuxWindowListTest, AHintComesWhenTheListAlreadyHasTheWindow) {

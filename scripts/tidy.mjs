@@ -6,7 +6,7 @@ import { execFile, execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { cpus } from "node:os";
-import { join, relative, resolve } from "node:path";
+import { dirname, join, relative, resolve } from "node:path";
 
 const project = process.cwd();
 const [folder, ...wanted] = process.argv.slice(2);
@@ -15,8 +15,8 @@ if (folder === undefined) {
   process.exit(2);
 }
 const build = resolve(folder);
-const memory = join(build, "Testing", "tidy.json");
-mkdirSync(join(build, "Testing"), { recursive: true });
+const memory = join(build, "Testing", "tidy", "clean.json");
+mkdirSync(dirname(memory), { recursive: true });
 const clean = existsSync(memory) ? JSON.parse(readFileSync(memory, "utf8")) : {};
 const program = ["clang-tidy", "clang-tidy-14"].find((name) => {
   try {
@@ -58,26 +58,45 @@ function includedFiles() {
 // The analyser follows every path through a function, and macros of tests have thousands that mean nothing.
 const isTest = (name) => name.endsWith("Test.cpp") || name.startsWith("tests/");
 
+// The sources of a folder are compiled together in the everyday build; each is looked at alone.
+const togetherIn = /\/Unity\/unity_\d+_\w+\.cxx$/;
+
+/** Each source with the command that compiles it, its folder, and the object that it became a part of. */
+function* commands() {
+  for (const entry of JSON.parse(readFileSync(join(build, "compile_commands.json"), "utf8"))) {
+    const object = / -o (\S+)/.exec(entry.command)?.[1] ?? "";
+    if (!togetherIn.test(entry.file)) {
+      yield { ...entry, object };
+      continue;
+    }
+    for (const [, file] of readFileSync(entry.file, "utf8").matchAll(/^#include "(.+)"$/gm)) {
+      yield { ...entry, file, command: entry.command.replaceAll(entry.file, file), object };
+    }
+  }
+}
+
+// What those compiled together include is known of all of them at once.
+const isHeader = (path) => !/\.(cpp|cxx|mm)$/.test(path);
+
 function sources() {
   const included = includedFiles();
   const found = new Map();
-  for (const { file, command } of JSON.parse(readFileSync(join(build, "compile_commands.json"), "utf8"))) {
+  for (const { directory, file, command, object } of commands()) {
     const name = relative(project, file);
     if (name.startsWith("..") || name.startsWith("build/") || found.has(name)) continue;
     if (wanted.length > 0 && !wanted.some((each) => name.startsWith(each.replace(/\/?$/, "/")))) continue;
-    const object = / -o (\S+)/.exec(command)?.[1] ?? "";
     const hash = createHash("sha256")
       .update(command)
       .update(digestOf(join(project, ".clang-tidy")));
-    for (const path of [file, ...(included.get(object) ?? [])])
+    for (const path of [file, ...(included.get(object) ?? []).filter(isHeader)])
       if (existsSync(path)) hash.update(digestOf(path));
-    found.set(name, { name, file, key: hash.digest("hex") });
+    found.set(name, { name, directory, file, command, key: hash.digest("hex") });
   }
   return [...found.values()];
 }
 
 function check({ name, file, key }) {
-  const options = ["--quiet", "-p", build, ...(isTest(name) ? ["--checks=-clang-analyzer-*"] : [])];
+  const options = ["--quiet", "-p", dirname(memory), ...(isTest(name) ? ["--checks=-clang-analyzer-*"] : [])];
   return new Promise((done) => {
     execFile(program, [...options, file], { maxBuffer: 1 << 28 }, (error, output, errors) => {
       if (error === null) clean[name] = key;
@@ -89,6 +108,10 @@ function check({ name, file, key }) {
 }
 
 const all = sources();
+writeFileSync(
+  join(dirname(memory), "compile_commands.json"),
+  JSON.stringify(all.map(({ directory, file, command }) => ({ directory, file, command }))),
+);
 const rest = all.filter(({ name, key }) => clean[name] !== key);
 console.error(`clang-tidy: ${rest.length} of ${all.length} sources`);
 let failures = 0;

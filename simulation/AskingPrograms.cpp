@@ -246,10 +246,19 @@ void AskingPrograms::judgeEnd(const Asked& asked, const AskOutcome& outcome) {
       if (!mayBeTooMany(asked)) fail("as one too many, and few were asked.");
       return;
     case QuestionEnd::noPhone:
+      if (!mayEndWithoutPhone(asked))
+        fail("for want of a phone, neither when it was asked nor when its time was over.");
+      return;
     case QuestionEnd::stopping:
     case QuestionEnd::notTaken:
       return;
   }
+}
+
+// Refused, by this agent or the one before it, or waited for in vain.
+bool AskingPrograms::mayEndWithoutPhone(const Asked& asked) const {
+  const Seconds waited = stage.awakeSince(asked.at);
+  return process.startedAt() > asked.at || waited <= kSlack || waited >= asked.request.timeout - kSlack;
 }
 
 bool AskingPrograms::mayBeMuted(const Asked& asked) const {

@@ -33,8 +33,8 @@ using QuestionCounts = std::map<std::string, std::size_t>;
 //   that reached the agent; at the computer; or by nobody, when its time was over. It is told once.
 // - A phone is told "accepted" only of what its program took, and of one label of a question at the most; and a program
 //   that acts on what one tap chose means that this tap was not told "failed".
-// - Why a question ended is true: its time was over, alerts were paused, its program was muted, too much was asked, or
-//   the agent was gone.
+// - Why a question ended is true: its time was over, alerts were paused, its program was muted, too much was asked, no
+//   phone could be told when it was asked or until its time was over, or the agent was gone.
 // - No list names more questions of a program, or altogether, than the rules allow, nor one question twice; and what is
 //   over, or is taken back by the end of its program, leaves the list soon.
 //
@@ -84,6 +84,7 @@ class AskingPrograms {
   void judgeEnd(const Asked& asked, const AskOutcome& outcome);
   // Once both are known, in whichever order.
   void expectAgreement(std::size_t number, const TapDecision& decision, const std::string& status);
+  [[nodiscard]] bool mayEndWithoutPhone(const Asked& asked) const;
   [[nodiscard]] bool mayBeTooMany(const Asked& asked) const;
   [[nodiscard]] bool mayBeMuted(const Asked& asked) const;
   void expectEndsInTime();

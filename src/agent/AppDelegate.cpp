@@ -516,6 +516,7 @@ std::unique_ptr<ApprovalPress> AppDelegate::makeApprovalPress() {
 QuestionsCallbacks AppDelegate::questionsCallbacks() {
   return {.phoneReach = [this] { return phoneReach(); },
           .isPaused = [this] { return notificationPause.isPaused(); },
+          .wasPhoneWoken = [this](const Uuid& id) { return alerts.isKnown(id); },
           .onChanged = [this] { questionsChanged(); },
           .onOver = [this](const Uuid& id, const auto& answer, bool wasTaken,
                            auto end) { audit.questionEnded(id, answer, wasTaken, end); }};

@@ -66,6 +66,8 @@ class PhoneAlerts {
   [[nodiscard]] std::size_t wakeablePhones() const { return actions.isEnabled() ? schedule.subscriptionCount() : 0; }
   // A prompt waits, and no phone was or can be told.
   [[nodiscard]] bool isNobodyReached() const { return nobodyReached; }
+  // Whether a phone was told of this prompt, which waits, or has shown it.
+  [[nodiscard]] bool isKnown(const Uuid& prompt) const { return schedule.isKnown(prompt); }
 
  private:
   void send();

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "questions/QuestionAsker.h"
 #include "relay/PushMessages.h"
 #include "relay/RelayCrypto.h"
 #include "relay/StrictBase64.h"
@@ -199,6 +200,27 @@ TEST(PhoneAlerts, SomebodyIsReachedOnceAPushServiceHasTheWord) {
   agent.advance(100);
   EXPECT_FALSE(agent.status().isNobodyReached);
   EXPECT_THAT(agent.pushes(), SizeIs(1));
+}
+
+TEST(PhoneAlerts, AProgramIsToldThatNobodyAnsweredWhereAPhoneWasWokenForItsQuestion) {
+  SleepyPhone agent;
+  agent.phone.goOffline();
+  agent.advance(60);
+  platform::simulated::SimulatedLocalSockets sockets(agent.world.socketFolder(), agent.world.time().mainThread(),
+                                                     {.process = {.processIdentifier = 4242, .programName = "backup"}});
+  std::vector<QuestionEnd> ends;
+  const auto asks = [&](bool isWoken) {
+    QuestionAsker asker({sockets, agent.world.time().mainThread(), agent.world.time()},
+                        {.question = "Go on?", .buttons = {{"Yes"}}, .timeout = Seconds{60}},
+                        {.take = [](const AskOutcome&) { return true; },
+                         .onOutcome = [&](const AskOutcome& outcome) { ends.push_back(outcome.end); }});
+    agent.advance(3);
+    agent.answerNewest(isWoken ? "accepted" : "failed");
+    agent.advance(62);
+  };
+  asks(/*isWoken=*/true);
+  asks(/*isWoken=*/false);
+  EXPECT_THAT(ends, ElementsAre(QuestionEnd::timedOut, QuestionEnd::noPhone));
 }
 
 }  // namespace

@@ -34,7 +34,10 @@ class AskToolTest : public testing::Test {
   ApprovalStore store{Seconds{8}, world.time(), world.random()};
   PhoneReach reach = PhoneReach::there;
   Questions questions{{store, suppressions, world.time(), world.random(), world.time().mainThread()},
-                      {.phoneReach = [this] { return reach; }, .isPaused = [] { return false; }, .onChanged = [] {}}};
+                      {.phoneReach = [this] { return reach; },
+                       .isPaused = [] { return false; },
+                       .wasPhoneWoken = [](const Uuid&) { return false; },
+                       .onChanged = [] {}}};
   QuestionCommands commands{questions, store};
   ChannelServer server{world.localSockets(), world.time().mainThread()};
   SimulatedLocalSockets sockets{world.socketFolder(), world.time().mainThread(), {.process = {.processIdentifier = 9}}};

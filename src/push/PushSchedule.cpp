@@ -322,6 +322,13 @@ bool PushSchedule::isNobodyReached(Instant now) const {
   });
 }
 
+bool PushSchedule::isKnown(const Uuid& prompt) const {
+  return std::any_of(phones.begin(), phones.end(), [&](const auto& one) {
+    const auto known = one.second.knowledge.find(prompt);
+    return known != one.second.knowledge.end() && known->second.knows != Knows::nothing;
+  });
+}
+
 std::vector<LastPush> PushSchedule::lastPushes(int pairing) const {
   std::vector<LastPush> found;
   for (const auto& [name, phone] : phones) {

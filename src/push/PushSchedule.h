@@ -111,6 +111,8 @@ class PushSchedule {
 
   // Whether a prompt has waited for `kReachTimeout` of which no phone knows or is about to know.
   [[nodiscard]] bool isNobodyReached(Instant now) const;
+  // Whether a phone was told of this prompt, or has shown it. False of what does not wait any more.
+  [[nodiscard]] bool isKnown(const Uuid& prompt) const;
   // Of this pairing's phones.
   [[nodiscard]] std::vector<LastPush> lastPushes(int pairing) const;
   // Phones that can be woken now.

@@ -414,6 +414,17 @@ TEST_F(PushScheduleTest, NobodyIsReachedWhenNoPhoneIsThereAndNoneCanBeWoken) {
   EXPECT_FALSE(schedule.isNobodyReached(now)) << "It was shown.";
 }
 
+TEST_F(PushScheduleTest, APromptIsKnownOnceAPushServiceHasTheWordAndAsLongAsItWaits) {
+  wait({1});
+  EXPECT_EQ(due(), "1");
+  EXPECT_FALSE(schedule.isKnown(promptID(1))) << "It is under way.";
+  ended(PushStatus::accepted);
+  EXPECT_TRUE(schedule.isKnown(promptID(1)));
+  EXPECT_FALSE(schedule.isKnown(promptID(2)));
+  wait({});
+  EXPECT_FALSE(schedule.isKnown(promptID(1)));
+}
+
 TEST_F(PushScheduleTest, NobodyIsReachedWhenThePushServiceDoesNotAnswer) {
   wait({1});
   EXPECT_EQ(due(), "1");

@@ -26,6 +26,7 @@ struct Agent {
         questions({store, suppressions, world.time(), world.random(), world.time().mainThread()},
                   {.phoneReach = [] { return PhoneReach::there; },
                    .isPaused = [&isPaused] { return isPaused; },
+                   .wasPhoneWoken = [](const Uuid&) { return false; },
                    .onChanged = [] {}}),
         commands(questions, store),
         server(sockets, world.time().mainThread()) {

@@ -196,7 +196,8 @@ void Questions::timedOut(const Uuid& id) {
     const std::string label = *place->request.answerOnTimeout;
     return deliver(*place, label, AnsweredBy::timeout, [](bool) {});
   }
-  end(place, place->sawPhone || place->request.needsComputer ? QuestionEnd::timedOut : QuestionEnd::noPhone);
+  const bool wasReached = place->sawPhone || callbacks.wasPhoneWoken(id);
+  end(place, wasReached || place->request.needsComputer ? QuestionEnd::timedOut : QuestionEnd::noPhone);
 }
 
 void Questions::phonesChanged() {

@@ -27,7 +27,7 @@ namespace quillard {
 // Why a question ended without an answer.
 enum class QuestionEnd {
   timedOut,  // Not answered in time, though a phone could have been.
-  noPhone,   // Nothing leads to a phone; or none was there for as long as it waited.
+  noPhone,   // Nothing leads to a phone; or none was there, or woken, for as long as it waited.
   paused,    // Alerts are paused.
   muted,     // Somebody does not want to be asked by this program.
   tooMany,   // This program, or all together, ask too much.
@@ -71,6 +71,8 @@ struct QuestionsDependencies {
 struct QuestionsCallbacks {
   std::function<PhoneReach()> phoneReach;
   std::function<bool()> isPaused;
+  // Whether a phone that was not connected was woken for this question, which still waits.
+  std::function<bool(const Uuid& id)> wasPhoneWoken;
   // The store holds other questions than before.
   std::function<void()> onChanged;
   // A question is over, before `onChanged`. `answer`: what it was given, taken or not; absent: nothing. `end`: absent

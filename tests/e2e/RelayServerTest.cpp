@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -139,7 +140,7 @@ TEST_F(RelayServer, SaysDeliveredOnlyOfWhatAConnectionOfTheComputerTook) {
   constexpr int kSmallBuffer = 4096;
   RelayWire stuck(relay->port(), {}, kSmallBuffer);
   ASSERT_EQ(stuck.upgrade(agentQuery(), kBearer).status, 101);
-  const auto phone = join(phoneQuery("A"));
+  auto phone = join(phoneQuery("A"));
   // More than the system's buffers take, so that some of it waits in the relay.
   constexpr int kDecisions = 6;
   for (int i = 0; i < kDecisions; ++i) {
@@ -154,18 +155,31 @@ TEST_F(RelayServer, SaysDeliveredOnlyOfWhatAConnectionOfTheComputerTook) {
   for (auto frame = stuck.readFrame(); frame && frame->opcode == Opcode::text; frame = stuck.readFrame()) {
     if (const auto message = Json::parse(frame->payload); message["type"] == "approval.request") note(message);
   }
+  std::map<std::string, bool> receipts;
+  const auto readReceipts = [&](std::size_t count) {
+    while (receipts.size() < count) {
+      const auto receipt = phone->read("relay.receipt");
+      if (receipt.is_null()) return;
+      receipts[receipt["decisionID"]] = receipt["delivered"];
+    }
+  };
+  // The room went to another relay with its agent: a phone has to come back, and to say again what it has no receipt
+  // of.
+  const bool hasMoved = RelayProgram::relayCount() > 1;
+  if (hasMoved) {
+    readReceipts(kDecisions + 1);
+    phone = join(phoneQuery("A"));
+    phone->say(request("last"));
+  }
   for (auto message = agent->read("approval.request"); !message.is_null(); message = agent->read("approval.request")) {
     note(message);
     if (message["decisionID"] == "last") break;
   }
-  std::set<std::string> receipts;
-  while (receipts.size() < kDecisions + 1) {
-    const auto receipt = phone->read("relay.receipt");
-    ASSERT_FALSE(receipt.is_null()) << receipts.size() << " receipts came.";
-    receipts.insert(receipt["decisionID"].get<std::string>());
-    if (receipt["delivered"] == true) EXPECT_TRUE(arrived.contains(receipt["decisionID"])) << receipt;
+  readReceipts(hasMoved ? receipts.size() + 1 : kDecisions + 1);
+  for (const auto& [decisionID, wasDelivered] : receipts) {
+    if (wasDelivered) EXPECT_TRUE(arrived.contains(decisionID)) << decisionID;
   }
-  EXPECT_TRUE(arrived.contains("last"));
+  EXPECT_TRUE(receipts["last"]);
 }
 
 TEST_F(RelayServer, RevokesAPairingForGood) {

@@ -1,48 +1,17 @@
 #include "agent/AppDelegate.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "agent/DesktopApprovalPress.h"
 #include "agent/FallbackStatusSnapshot.h"
 #include "agent/LogReports.h"
 #include "agent/QuestionPress.h"
+#include "agent/StatusLines.h"
 #include "agent/configuration/AgentConfiguration.h"
-#include "foundation/PrintableText.h"
-#include "foundation/UrlComponents.h"
 #include "status/StatusTexts.h"
 
 namespace quillard {
-namespace {
-
-std::vector<PhoneLine> phoneLines(const std::vector<PairedPhone>& phones, Date now) {
-  std::vector<PhoneLine> lines;
-  for (const auto& [pairing, phone, isUnexpected, isRefused, isUnreadable] : phones) {
-    lines.push_back({.pairing = pairing,
-                     .name = phone.name,
-                     .sinceSeconds = (now - phone.since),
-                     .heardSeconds = phone.isConnected ? Seconds::zero() : (now - phone.heardAt),
-                     .decisions = phone.decisions,
-                     .isConnected = phone.isConnected,
-                     .isUnexpected = isUnexpected,
-                     .isRefused = isRefused,
-                     .isUnreadable = isUnreadable});
-  }
-  return lines;
-}
-
-std::vector<MutedKind> mutedKinds(const std::vector<Suppression>& suppressions, Date now) {
-  std::vector<MutedKind> kinds;
-  for (const auto& one : suppressions) {
-    kinds.push_back({.id = one.id, .program = one.kind.appName, .title = one.kind.windowTitle});
-    if (one.until) kinds.back().remaining = std::max<Seconds>(*one.until - now, Seconds::zero());
-  }
-  return kinds;
-}
-
-}  // namespace
-
 AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& statusWindowViews,
                          const UserTexts& texts)
     : platform(platform),
@@ -52,19 +21,16 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       permissions(platform.workspace),
       pairingConfiguration(pairingDependencies(platform)),
       suppressionStore(platform.userDefaults),
-      store(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}), platform.clock,
-            platform.random),
+      store(AgentConfiguration::approvalStaleGrace(settings), platform.clock, platform.random),
       auditLog(auditLogDependencies()),
-      audit({auditLog, platform.clock,
-             [this] {
-               return AgentConfiguration::logKeepsTexts({this->platform.environment, &this->platform.userDefaults});
-             }}),
+      audit({auditLog, platform.clock, [this] { return AgentConfiguration::logKeepsTexts(settings); }}),
       stampClock(platform.clock, platform.random),
       instanceGuard({platform.application, platform.workspace, platform.lockFiles, platform.executors.mainThread()}),
       notificationPause({platform.userDefaults, platform.clock, platform.calendar, platform.executors.mainThread()},
                         [this] { publishAndRefresh(/*force=*/false); }),
       permissionWatch(platform.accessibility, platform.executors.mainThread(), permissionWatchEvents()),
       announcer({platform.bundle, platform.userNotifications, platform.console, texts}),
+      approvals({store, audit, announcer}, currentApprovalsCallbacks()),
       status({platform.statusBar,
               pairingConfiguration,
               platform.userDefaults,
@@ -79,12 +45,12 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
           [this] { status.refreshStatusWindow(); }),
       detection(promptDetectionDependencies(),
                 {.isRelayConfigured = [this] { return pairingConfiguration.isRelayConfigured(); },
-                 .publishScan = [this](const auto& outcome) { return publishScan(outcome); }}),
+                 .publishScan = [this](const auto& outcome) { return approvals.publishScan(outcome); }}),
       suppressions({suppressionStore, platform.userDefaults, platform.clock, store, audit,
                     [this]() -> Questions& { return channel.questions(); }},
                    promptSuppressionsCallbacks()),
       decisions({store, makeApprovalPress(), platform.executors.mainThread(), stampClock,
-                 [this] { return grantsNeedVerification(); }},
+                 [this] { return AgentConfiguration::phoneLockForGrants(settings); }},
                 {.onAnswered = [this](const Uuid& approvalID) { approvalWasAnswered(approvalID); },
                  .onResult = [this](const auto& decision,
                                     const auto& result) { relay.publishResult(decision, withLogHead(result)); },
@@ -97,7 +63,8 @@ AppDelegate::AppDelegate(const platform::Platform& platform, StatusWindowViews& 
       alerts({platform.clock, platform.executors.mainThread(), stampClock}, phoneAlertsActions()),
       channel({platform.localSockets, platform.executors.mainThread(), platform.console, store},
               {store, suppressionStore, platform.clock, platform.random, platform.executors.mainThread()},
-              questionsCallbacks(), agentCommandActions(), phoneCommandActions(), suppressionCommandActions()) {}
+              questionsCallbacks(), agentCommandActions(), phoneCommandActions(), suppressionCommandActions()),
+      takeover({platform.userDefaults, settings, pairingConfiguration, installLocation}, settingsTakeoverActions()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -211,7 +178,7 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .pendingApprovalCount = status.pendingApprovalCount(),
           .wakeablePhones = alerts.wakeablePhones(),
           .isNobodyReached = alerts.isNobodyReached(),
-          .scanProblem = scanProblem,
+          .scanProblem = approvals.scanProblem(),
           .pairingImage = isRevoked ? std::nullopt : status.pairingImage(isTrusted),
           .offeredPairingImage = isTrusted ? relay.offeredImage() : std::nullopt,
           .pageAddress = pageCode.address(),
@@ -219,53 +186,17 @@ MacStatusSnapshot AppDelegate::currentStatusSnapshot() {
           .isPairingCodeUsed = relay.isFirstPaired(),
           .isPairingOffered = relay.isOffering(),
           .canPairAnother = relay.canOffer(),
-          .phones = phoneLines(relay.phones(), platform.clock.now()),
+          .phones = StatusLines::phones(relay.phones(), platform.clock.now()),
           .pairingCaption = isRevoked ? StatusTexts::revokedPairingCaption(relay.isOtherComputers(), texts)
                                       : status.pairingCaption(isTrusted),
           .updateAvailability = menu.updateAvailability(),
-          .questions = waitingQuestions(),
+          .questions = StatusLines::questions(store.all()),
           .programs = isTrusted ? programs.newest() : ProgramReadability{},
-          .muted = mutedKinds(suppressions.all(), platform.clock.now()),
-          .relay = relayChoice()};
-}
-
-RelayChoice AppDelegate::relayChoice() {
-  const auto configured = pairingConfiguration.configuredRelay();
-  if (!configured) return {};
-  const auto components = UrlComponents::parse(configured->relayURL);
-  return {.address = components ? components->printableText() : printableText(configured->relayURL),
-          .origin = pairingConfiguration.relayOrigin()};
-}
-
-std::vector<WaitingQuestion> AppDelegate::waitingQuestions() const {
-  std::vector<WaitingQuestion> waiting;
-  for (const auto& approval : store.all()) {
-    if (!approval.isAsked) continue;
-    auto& one = waiting.emplace_back(WaitingQuestion{.id = approval.id,
-                                                     .program = approval.appName,
-                                                     .question = approval.windowTitle,
-                                                     .lines = approval.messageLines});
-    for (const auto& button : approval.buttons) one.labels.push_back(button.label);
-  }
-  return waiting;
+          .muted = StatusLines::muted(suppressions.all(), platform.clock.now()),
+          .relay = StatusLines::relay(pairingConfiguration)};
 }
 
 // ---- What the owners report
-
-std::optional<std::size_t> AppDelegate::publishScan(const ScanOutcome& outcome) {
-  if (!permissionWatch.isAccessibilityTrusted()) {
-    forgetApprovals();
-    return std::nullopt;
-  }
-  scanProblem = ScanProblem::of(outcome);
-  const auto missedCount = store.merge(outcome);
-  const auto current = store.all();
-  audit.approvalsChanged(current);
-  publishApprovals(/*force=*/false);
-  announcer.announce(current, notificationPause.isPaused());
-  status.updateStatus(static_cast<std::int64_t>(current.size()));
-  return missedCount;
-}
 
 void AppDelegate::accessibilityWasGranted() {
   publishApprovals(/*force=*/false);
@@ -273,72 +204,9 @@ void AppDelegate::accessibilityWasGranted() {
   status.refreshStatusWindow();
 }
 
-void AppDelegate::forgetApprovals() {
-  scanProblem = {};
-  audit.lostSight();
-  store.replace({});
-  announcer.forget();
-  status.updateStatus(static_cast<std::int64_t>(channel.questions().openCount()));
-  publishApprovals(/*force=*/false);
-}
-
-void AppDelegate::pendingApprovalsChanged() {
-  audit.approvalsChanged(store.all());
-  publishApprovals(/*force=*/false);
-  status.updateStatus(static_cast<std::int64_t>(store.all().size()));
-}
-
-void AppDelegate::questionsChanged() {
-  announcer.announce(store.all(), notificationPause.isPaused());
-  pendingApprovalsChanged();
-}
-
-std::variant<std::string, SettingsChangeResult> AppDelegate::changeSetting(const SettingsChange& change) {
-  const bool wasConfigured = pairingConfiguration.isRelayConfigured();
-  const auto authorityBefore = relayAuthorityFile();
-  if (const auto problem = apply(change, platform.userDefaults)) return *problem;
-  auto unwritten = platform.userDefaults.synchronize();
-  if (change.name == kRelaySetting) return SettingsChangeResult{takeOverRelay(wasConfigured), std::move(unwritten)};
-  takeOverTunables();
-  if (relayAuthorityFile() != authorityBefore) connectAnew();
-  publishApprovals(/*force=*/false);
-  return SettingsChangeResult{/*isTakenOver=*/true, std::move(unwritten)};
-}
-
-std::optional<std::string> AppDelegate::setRelay(const std::string& typed) {
-  const auto outcome = changeSetting({.name = std::string(kRelaySetting), .value = typed});
-  if (const auto* const problem = std::get_if<std::string>(&outcome)) return *problem;
-  return std::get<SettingsChangeResult>(outcome).unwritten;
-}
-
 void AppDelegate::takeOverTunables() {
-  store.setStaleAfter(AgentConfiguration::approvalStaleGrace({platform.environment, &platform.userDefaults}));
+  store.setStaleAfter(AgentConfiguration::approvalStaleGrace(settings));
   detection.takeOverTunables();
-}
-
-std::string AppDelegate::relayAuthorityFile() const {
-  return AgentConfiguration::relayAuthorityFile({platform.environment, &platform.userDefaults});
-}
-
-// An open connection was made with a relay for which the authorities of before have vouched.
-void AppDelegate::connectAnew() {
-  if (installLocation.isRunningFromApplications()) relay.relayWasChosen();
-}
-
-// Where the environment or the program itself names a relay, the user's is kept and not used.
-bool AppDelegate::takeOverRelay(bool wasConfigured) {
-  const auto origin = pairingConfiguration.relayOrigin();
-  if (origin.value_or(RelayOrigin::user) != RelayOrigin::user) return false;
-  if (!installLocation.isRunningFromApplications()) return false;
-  status.forgetPairingCode();
-  relay.relayWasChosen();
-  if (!origin) {
-    forgetApprovals();  // Nothing is looked at without a relay.
-  } else if (!wasConfigured) {
-    detection.scheduleStartOfPromptDetection();
-  }
-  status.refreshStatusWindow();
-  return true;
 }
 
 PhoneReach AppDelegate::phoneReach() {
@@ -346,21 +214,17 @@ PhoneReach AppDelegate::phoneReach() {
       !relay.isAnyUsable()) {
     return PhoneReach::none;
   }
-  const auto& connection = relay.status();
-  const bool isThere = connection.phoneConnected || connection.phoneCount > 0 || !connection.phones.empty();
-  return connection.relayConnected && isThere ? PhoneReach::there : PhoneReach::away;
+  const auto connection = relay.status();
+  return connection.relayConnected && connection.isPhonePresent() ? PhoneReach::there : PhoneReach::away;
 }
 
 void AppDelegate::approvalWasAnswered(const Uuid& approvalID) {
-  // What was answered and seen gone is over: the same text again is a new prompt.
-  store.remove(approvalID, Seconds::zero());
-  pendingApprovalsChanged();
+  approvals.answered(approvalID);
   detection.scheduleScanAfterChange("approval-answered", /*scansAnyway=*/true);
 }
 
 void AppDelegate::relayStatusChanged() {
-  const auto& connection = relay.status();
-  if (connection.phoneConnected || connection.phoneCount > 0 || !connection.phones.empty()) status.phoneIsPaired();
+  if (relay.status().isPhonePresent()) status.phoneIsPaired();
   status.refreshStatusWindow();
 }
 
@@ -368,7 +232,7 @@ void AppDelegate::handleRelaySuppressionCommand(const ApprovalSuppressionCommand
   if (command.action == kTestPushAction) return alerts.test(command.pairing, command.deviceID.value_or(""));
   if (command.action != kRemovePhoneAction) return suppressions.handle(command);
   const auto name = relay.removeNewPhone(command.suppressionID);
-  if (name) announcer.tell("phone-removed", "A phone has had %1 removed.", {*name}, /*isLogged=*/true);
+  if (name) notices.phoneRemoved(*name);
 }
 
 void AppDelegate::decisionBegan(const ApprovalRequestEnvelope& decision) {
@@ -386,27 +250,16 @@ ApprovalResultCommand AppDelegate::withLogHead(ApprovalResultCommand result) con
   return result;
 }
 
-bool AppDelegate::grantsNeedVerification() const {
-  return AgentConfiguration::phoneLockForGrants({platform.environment, &platform.userDefaults});
-}
-
 ApprovalSnapshot AppDelegate::approvalSnapshot() {
   const NotificationPauseSnapshot pause = notificationPause.snapshot();
   ApprovalSnapshot snapshot{.accessibilityTrusted = permissionWatch.isAccessibilityTrusted(),
                             .state = {.isPaused = pause.isPaused(),
                                       .pausedUntil = pause.pausedUntil,
-                                      .grantsNeedVerification = grantsNeedVerification(),
+                                      .grantsNeedVerification = AgentConfiguration::phoneLockForGrants(settings),
                                       .suppressions = suppressions.reports(),
                                       .revision = suppressions.revision()}};
-  if (!pause.isPaused()) snapshot.approvals = waitingApprovals();
+  if (!pause.isPaused()) snapshot.approvals = approvals.waiting();
   return snapshot;
-}
-
-std::vector<PendingApproval> AppDelegate::waitingApprovals() {
-  auto approvals = store.all();
-  // What programs ask needs no permission.
-  if (!permissionWatch.isAccessibilityTrusted()) std::erase_if(approvals, [](const auto& one) { return !one.isAsked; });
-  return approvals;
 }
 
 void AppDelegate::publishApprovals(bool force) {
@@ -423,16 +276,23 @@ void AppDelegate::publishAndRefresh(bool force) {
 
 AuditLogDependencies AppDelegate::auditLogDependencies() {
   return {platform.auditFile, platform.userDefaults, platform.clock, platform.console, [this] {
-            const AgentConfiguration::Sources sources{platform.environment, &platform.userDefaults};
-            return AuditLimits{.bytes = AgentConfiguration::logSize(sources),
-                               .age = AgentConfiguration::logAge(sources)};
+            return AuditLimits{.bytes = AgentConfiguration::logSize(settings),
+                               .age = AgentConfiguration::logAge(settings)};
           }};
+}
+
+CurrentApprovalsCallbacks AppDelegate::currentApprovalsCallbacks() {
+  return {.isTrusted = [this] { return permissionWatch.isAccessibilityTrusted(); },
+          .isPaused = [this] { return notificationPause.isPaused(); },
+          .openQuestions = [this] { return channel.questions().openCount(); },
+          .publish = [this] { publishApprovals(/*force=*/false); },
+          .onCount = [this](std::int64_t count) { status.updateStatus(count); }};
 }
 
 PromptSuppressionsCallbacks AppDelegate::promptSuppressionsCallbacks() {
   return {.onSuppressed =
               [this] {
-                pendingApprovalsChanged();
+                approvals.changed();
                 detection.scheduleScanAfterChange("suppressed", /*scansAnyway=*/false);
               },
           .onUnsuppressed = [this] { detection.scheduleScan("unsuppressed"); },
@@ -452,31 +312,24 @@ MeetingReports AppDelegate::meetingReports(int pairing) {
 }
 
 PhoneAlertsActions AppDelegate::phoneAlertsActions() {
-  const auto isOn = [this](bool (*setting)(const AgentConfiguration::Sources&)) {
-    return setting({platform.environment, &platform.userDefaults});
-  };
-  return {.waiting = [this] { return waitingApprovals(); },
+  return {.waiting = [this] { return approvals.waiting(); },
           .endOf = [this](const Uuid& id) { return channel.questions().endOf(id); },
           .isPaused = [this] { return notificationPause.isPaused(); },
-          .isEnabled = [isOn] { return isOn(AgentConfiguration::phoneAlerts); },
-          .showsTexts = [isOn] { return isOn(AgentConfiguration::phoneAlertTexts); },
+          .isEnabled = [this] { return AgentConfiguration::phoneAlerts(settings); },
+          .showsTexts = [this] { return AgentConfiguration::phoneAlertTexts(settings); },
           .isAnyPaired = [this] { return pairingConfiguration.isRelayConfigured() && !relay.phones().empty(); },
           .publish = [this](const auto& plan, const auto& contents) { return relay.publishPush(plan, contents); },
           .tellPhones = [this](int pairing) { relay.publishClock(pairing); },
           .onReachChanged =
               [this](bool isNobodyReached) {
                 status.refreshStatusWindow();
-                if (!isNobodyReached) return;
-                announcer.tell("nobody-reached",
-                               "A prompt waits, and no phone was told: none shows its page, and none could be woken.",
-                               {},
-                               /*isLogged=*/true);
+                if (isNobodyReached) notices.nobodyReached();
               }};
 }
 
 PermissionWatchEvents AppDelegate::permissionWatchEvents() {
   return {.onGranted = [this] { accessibilityWasGranted(); },
-          .onRevoked = [this] { forgetApprovals(); },
+          .onRevoked = [this] { approvals.forget(); },
           .onConfirmed = [this] { publishAndRefresh(/*force=*/true); },
           .onPolled =
               [this] {
@@ -498,7 +351,7 @@ PromptDetectionDependencies AppDelegate::promptDetectionDependencies() {
           platform.executors,
           platform.random,
           platform.clock,
-          {platform.environment, &platform.userDefaults},
+          settings,
           platform.console,
           platform.promptSupplement,
           &platform.translations};
@@ -517,7 +370,7 @@ QuestionsCallbacks AppDelegate::questionsCallbacks() {
   return {.phoneReach = [this] { return phoneReach(); },
           .isPaused = [this] { return notificationPause.isPaused(); },
           .wasPhoneWoken = [this](const Uuid& id) { return alerts.isKnown(id); },
-          .onChanged = [this] { questionsChanged(); },
+          .onChanged = [this] { approvals.questionsChanged(); },
           .onOver = [this](const Uuid& id, const auto& answer, bool wasTaken,
                            auto end) { audit.questionEnded(id, answer, wasTaken, end); }};
 }
@@ -528,7 +381,7 @@ AgentCommandActions AppDelegate::agentCommandActions() {
           .resume = [this] { resumeNotifications(); },
           .openWindow = [this] { showStatusWindow(); },
           .quit = [this] { quit(); },
-          .change = [this](const SettingsChange& change) { return changeSetting(change); }};
+          .change = [this](const SettingsChange& change) { return takeover.change(change); }};
 }
 
 PhoneCommandActions AppDelegate::phoneCommandActions() {
@@ -542,6 +395,16 @@ PhoneCommandActions AppDelegate::phoneCommandActions() {
                 status.refreshStatusWindow();
                 return relay.offeredText();
               }};
+}
+
+SettingsTakeoverActions AppDelegate::settingsTakeoverActions() {
+  return {.takeOverTunables = [this] { takeOverTunables(); },
+          .connectAnew = [this] { relay.relayWasChosen(); },
+          .forgetPairingCode = [this] { status.forgetPairingCode(); },
+          .forgetApprovals = [this] { approvals.forget(); },
+          .startDetection = [this] { detection.scheduleStartOfPromptDetection(); },
+          .publish = [this] { publishApprovals(/*force=*/false); },
+          .refreshWindow = [this] { status.refreshStatusWindow(); }};
 }
 
 PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
@@ -569,25 +432,8 @@ PhonePairingsCallbacks AppDelegate::phonePairingsCallbacks() {
                 detection.scheduleScan("pairing-reset");
                 status.refreshStatusWindow();
               },
-          .onFirstGrant =
-              [this](const FirstGrant& grant) {
-                const auto& name = grant.phone.name;
-                announcer.tell(
-                    "first-grant",
-                    grant.isCertain
-                        ? TextKey("%1 has answered a prompt for the first time.")
-                        : TextKey("A phone paired with the code of %1 has answered a prompt for the first time."),
-                    {name},
-                    /*isLogged=*/false);
-              },
-          .onUnexpectedPhone =
-              [this](const UnexpectedPhone& phone) {
-                announcer.tell(
-                    "new-phone",
-                    "%1 has paired with the code of %2. If you do not know it, unpair it in Quillard's window.",
-                    {phone.name, phone.earlierName},
-                    /*isLogged=*/true);
-              },
+          .onFirstGrant = [this](const FirstGrant& grant) { notices.firstGrant(grant); },
+          .onUnexpectedPhone = [this](const UnexpectedPhone& phone) { notices.unexpectedPhone(phone); },
           .meetingReports = [this](int pairing) { return meetingReports(pairing); },
           .onPhonesChange = [this](int pairing, const auto& now) { alerts.phonesChanged(pairing, now); },
           .onPushSubscriptions =
@@ -631,7 +477,7 @@ StatusWindowCallbacks AppDelegate::statusWindowCallbacks() {
       }),
       .onSetRelay = [weak = weak_from_this()](const std::string& typed) -> std::optional<std::string> {
         const auto self = weak.lock();
-        return self ? self->setRelay(typed) : std::nullopt;
+        return self ? self->takeover.setRelay(typed) : std::nullopt;
       }};
 }
 

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
-#include <optional>
-#include <string>
-#include <variant>
-#include <vector>
 
 #include "agent/AgentChannel.h"
 #include "agent/ApplicationMenu.h"
 #include "agent/ApprovalAnnouncer.h"
+#include "agent/CurrentApprovals.h"
 #include "agent/DecisionAudit.h"
 #include "agent/DecisionRunner.h"
 #include "agent/InstanceGuard.h"
@@ -17,17 +13,18 @@
 #include "agent/PageCode.h"
 #include "agent/PermissionWatch.h"
 #include "agent/PhoneAlerts.h"
+#include "agent/PhoneNotices.h"
 #include "agent/PhonePairings.h"
 #include "agent/ProgramWatch.h"
 #include "agent/PromptDetection.h"
 #include "agent/PromptSuppressions.h"
-#include "agent/SettingsChange.h"
+#include "agent/SettingsTakeover.h"
 #include "agent/StatusPresenter.h"
+#include "agent/configuration/AgentConfiguration.h"
 #include "agent/configuration/ConfiguredTransports.h"
 #include "approvals/ApprovalStore.h"
 #include "approvals/ApprovalSuppressionStore.h"
 #include "approvals/NotificationPauseStore.h"
-#include "approvals/ScanOutcome.h"
 #include "audit/AuditLog.h"
 #include "platform/Platform.h"
 #include "relay/ClockStamp.h"
@@ -88,25 +85,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   void start();
 
   // ---- What the owners report, and what it means for the others.
-  // Absent: without the permission the outcome of a scan does not count.
-  std::optional<std::size_t> publishScan(const ScanOutcome& outcome);
   void accessibilityWasGranted();
-  // Without the permission nothing is known of the screen any more.
-  void forgetApprovals();
-  // Other than by a scan.
-  void pendingApprovalsChanged();
-  void questionsChanged();
-  [[nodiscard]] std::vector<WaitingQuestion> waitingQuestions() const;
-  // What a person set from the terminal: kept, and taken over as far as that is possible while this runs.
-  [[nodiscard]] std::variant<std::string, SettingsChangeResult> changeSetting(const SettingsChange& change);
   void takeOverTunables();
-  [[nodiscard]] std::string relayAuthorityFile() const;
-  void connectAnew();
-  // The same of the relay's address, from the window. Why it is not kept, for people; absent: it is.
-  [[nodiscard]] std::optional<std::string> setRelay(const std::string& typed);
-  [[nodiscard]] RelayChoice relayChoice();
-  // Whether the relay that is configured by now is used from now on.
-  bool takeOverRelay(bool wasConfigured);
   [[nodiscard]] PhoneReach phoneReach();
   void approvalWasAnswered(const Uuid& approvalID);
   void decisionBegan(const ApprovalRequestEnvelope& decision);
@@ -115,18 +95,16 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] ApprovalResultCommand withLogHead(ApprovalResultCommand result) const;
   void relayStatusChanged();
   void handleRelaySuppressionCommand(const ApprovalSuppressionCommand& command);
-  [[nodiscard]] bool grantsNeedVerification() const;
   // The phones always learn whether the permission is there; of prompts they learn only while it is, and no pause is
   // on.
   [[nodiscard]] ApprovalSnapshot approvalSnapshot();
-  // All that waits: what phones are shown unless alerts are paused.
-  [[nodiscard]] std::vector<PendingApproval> waitingApprovals();
   // To the phones that are connected, and to those that sleep.
   void publishApprovals(bool force);
   void publishAndRefresh(bool force);
 
   // ---- What the owners are handed.
   [[nodiscard]] AuditLogDependencies auditLogDependencies();
+  [[nodiscard]] CurrentApprovalsCallbacks currentApprovalsCallbacks();
   [[nodiscard]] PromptSuppressionsCallbacks promptSuppressionsCallbacks();
   [[nodiscard]] SuppressionCommandActions suppressionCommandActions();
   [[nodiscard]] MeetingReports meetingReports(int pairing);
@@ -137,23 +115,23 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   [[nodiscard]] QuestionsCallbacks questionsCallbacks();
   [[nodiscard]] AgentCommandActions agentCommandActions();
   [[nodiscard]] PhoneCommandActions phoneCommandActions();
+  [[nodiscard]] SettingsTakeoverActions settingsTakeoverActions();
   [[nodiscard]] PhonePairingsCallbacks phonePairingsCallbacks();
   [[nodiscard]] StatusWindowCallbacks statusWindowCallbacks();
 
   const platform::Platform platform;
   const UserTexts texts;
+  const AgentConfiguration::Sources settings{platform.environment, &platform.userDefaults};
   InstallLocation installLocation;
   LoginItemManager loginItems;
   PermissionManager permissions;
   PairingConfiguration pairingConfiguration;
-  ConfiguredTransports transports{
-      platform.httpSessions, platform.webSockets, {platform.environment, &platform.userDefaults}};
+  ConfiguredTransports transports{platform.httpSessions, platform.webSockets, settings};
   PageCode pageCode{pairingConfiguration};
   ApprovalSuppressionStore suppressionStore;
   ApprovalStore store;
   AuditLog auditLog;
   DecisionAudit audit;
-  ScanProblem scanProblem;  // Of the newest scan that counted.
   StampClock stampClock;
   // The owners. What they use while they are destroyed stands above them; their callbacks into this class do not run
   // any more by then, since those run on the same thread.
@@ -161,6 +139,8 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   NotificationPause notificationPause;
   PermissionWatch permissionWatch;
   ApprovalAnnouncer announcer;
+  PhoneNotices notices{announcer};
+  CurrentApprovals approvals;
   StatusPresenter status;
   ApplicationMenu menu;
   ProgramWatch programs;
@@ -170,6 +150,7 @@ class AppDelegate final : public platform::ApplicationDelegate, public std::enab
   PhonePairings relay;
   PhoneAlerts alerts;    // Wakes phones by way of the pairings.
   AgentChannel channel;  // Its questions are answered by the decisions.
+  SettingsTakeover takeover;
 };
 
 }  // namespace quillard

@@ -30,10 +30,6 @@ constexpr std::string_view kOtherComputerLine =
     "The relay knows another computer by this pairing's code: somebody else may have it. The status window offers to "
     "pair anew; the relay is asked again every hour.";
 
-bool isPhonePresent(const RelayConnectionStatus& status) {
-  return status.phoneConnected || status.phoneCount > 0 || !status.phones.empty();
-}
-
 // A page that was hidden has received what was sent meanwhile.
 std::vector<RelayPhoneStatus> withoutSleep(std::vector<RelayPhoneStatus> phones) {
   for (auto& phone : phones) phone.isAsleep = false;
@@ -301,7 +297,7 @@ bool RelaySession::publishPush(const PushPlan& plan, const PushContents& content
 }
 
 bool RelaySession::phoneNeedsSnapshot(const RelayConnectionStatus& before, const RelayConnectionStatus& now) {
-  return now.relayConnected && isPhonePresent(now) && phonePartDiffers(before, now);
+  return now.relayConnected && now.isPhonePresent() && phonePartDiffers(before, now);
 }
 
 // ---- The reset of the pairing

@@ -29,6 +29,8 @@ struct RelayConnectionStatus {
   bool phoneConnected = false;
   std::int64_t phoneCount = 0;
   std::vector<RelayPhoneStatus> phones;
+  // By any of the three: an older relay only counts phones, and does not name them.
+  [[nodiscard]] bool isPhonePresent() const { return phoneConnected || phoneCount > 0 || !phones.empty(); }
   bool operator==(const RelayConnectionStatus&) const = default;
 };
 

@@ -2,59 +2,14 @@
 
 #include <algorithm>
 #include <utility>
-#include <variant>
 
 #include "click/semantics/DialogButtonSemantics.h"
 #include "relay/PairingPayload.h"
-#include "relay/RelayCrypto.h"
 
 namespace quillard {
 namespace {
 
-// The numbers of those that are paired; with "?" behind it, of one that was offered; with "!", of one that is being
-// taken back.
-constexpr std::string_view kFurtherKey = "quillard.further-pairings";
-// The same numbers, each with its pairing's name behind a blank: for the list of phones while the secrets cannot be
-// read. Not in the list above, which older agents read, too.
-constexpr std::string_view kNamesKey = "quillard.further-pairing-names";
-constexpr std::string_view kOffered = "?";
-constexpr std::string_view kEnding = "!";
 constexpr int kFirst = PairingConfiguration::kFirst;
-constexpr std::size_t kMostArrivals = 64;
-
-struct StoredPairing {
-  int number = 0;
-  std::string mark;  // Empty: it is paired.
-};
-
-std::vector<StoredPairing> storedPairings(const platform::UserDefaults& defaults) {
-  std::vector<StoredPairing> stored;
-  const auto value = defaults.object(kFurtherKey);
-  const auto* texts = value ? std::get_if<std::vector<std::string>>(&*value) : nullptr;
-  if (!texts) return stored;
-  for (const auto& text : *texts) {
-    const int number = text.empty() ? 0 : text.front() - '0';
-    const bool isKnown =
-        std::any_of(stored.begin(), stored.end(), [&](const auto& one) { return one.number == number; });
-    if (number <= kFirst || number > PhonePairings::kMost || isKnown) continue;
-    stored.push_back({.number = number, .mark = text.substr(1)});
-  }
-  return stored;
-}
-
-// The name of a new phone, which no phone can choose.
-Uuid newPhoneID(const KnownPhone& phone) {
-  const auto digits = RelayCrypto::digest(phone.pairingID + "\n" + phone.deviceID);
-  std::string text = digits.substr(0, 32);
-  for (const std::size_t at : {20U, 16U, 12U, 8U}) text.insert(at, "-");
-  return Uuid::parse(text).value_or(Uuid{});
-}
-
-void store(const std::vector<StoredPairing>& pairings, platform::UserDefaults& defaults) {
-  std::vector<std::string> texts;
-  for (const auto& [number, mark] : pairings) texts.push_back(std::to_string(number) + mark);
-  texts.empty() ? defaults.remove(kFurtherKey) : defaults.set(kFurtherKey, std::move(texts));
-}
 
 }  // namespace
 
@@ -79,7 +34,9 @@ PhonePairings::PhonePairings(const PhonePairingsDependencies& dependencies, Phon
       revoker({dependencies.pairing.userDefaults, dependencies.session.executors, dependencies.session.webSockets,
                dependencies.session.clock, dependencies.session.random, dependencies.session.console,
                dependencies.session.stampClock}),
-      first(std::make_unique<RelaySession>(dependencies.session, sessionCallbacks(kFirst))) {}
+      first(std::make_unique<RelaySession>(dependencies.session, sessionCallbacks(kFirst))),
+      furtherList(dependencies.pairing.userDefaults, kMost),
+      offered(dependencies.session.clock, dependencies.session.executors.mainThread(), [this] { withdrawOffer(); }) {}
 
 PhonePairings::~PhonePairings() = default;
 
@@ -111,18 +68,17 @@ void PhonePairings::relayWasChosen() {
 // taken back. With a relay, that ends as in the run before.
 void PhonePairings::removeWhatEarlierRunsLeft() {
   const bool hasRelay = dependencies.session.pairingConfiguration.isRelayConfigured();
-  auto stored = storedPairings(dependencies.pairing.userDefaults);
+  const auto stored = furtherList.all();
   for (int number = kFirst + 1; number <= kMost; ++number) {
     const auto isNumber = [number](const StoredPairing& one) { return one.number == number; };
     const auto found = std::find_if(stored.begin(), stored.end(), isNumber);
     PairingConfiguration left{dependencies.pairing, number};
     if (found == stored.end()) {
       left.removeVoidSecrets();
-    } else if (!hasRelay && found->mark == kEnding) {
+    } else if (!hasRelay && found->mark == StoredPairing::kEnding) {
       if (const auto secrets = left.storedSecrets()) roster.forget(secrets->pairingID);
       left.rotateInstallationIdentity();
-      stored.erase(found);
-      store(stored, dependencies.pairing.userDefaults);
+      furtherList.remove(number);
     }
   }
 }
@@ -148,14 +104,14 @@ void PhonePairings::startFurther() {
   if (!dependencies.session.pairingConfiguration.isRelayConfigured()) return;
   // All of them first: what is written down from then on names every one of them.
   std::vector<int> addedNumbers;
-  for (const auto& stored : storedPairings(dependencies.pairing.userDefaults)) {
+  for (const auto& stored : furtherList.all()) {
     if (further(stored.number)) continue;
     auto& added = addFurther(stored.number);
     added.isOfEarlierRun = true;
     added.isEnding = !stored.mark.empty();
-    added.wasPaired = stored.mark != kOffered;
+    added.wasPaired = stored.mark != StoredPairing::kOffered;
     const auto secrets = added.configuration.storedSecrets();
-    added.pairingID = secrets ? secrets->pairingID : storedPairingID(stored.number);
+    added.pairingID = secrets ? secrets->pairingID : stored.pairingID;
     added.isUnreadable = !secrets;
     addedNumbers.push_back(stored.number);
   }
@@ -176,13 +132,13 @@ void PhonePairings::publishCurrentApprovalSnapshot(bool force) {
 void PhonePairings::askAgainIfDue() {
   first->askAgainIfDue();
   for (const auto& one : furtherOnes) one->session->askAgainIfDue();
-  endOfferIfDue();
+  offered.poll();
   roster.noteTime();
 }
 
 void PhonePairings::stop() {
   isStopped = true;
-  offerEnd.reset();
+  offered.stop();
   for (const auto& one : furtherOnes) one->session->beginToStop();
   first->stop();
   for (const auto& one : furtherOnes) one->session->stop();
@@ -205,31 +161,19 @@ void PhonePairings::publishResult(const ApprovalRequestEnvelope& decision, const
 
 void PhonePairings::publishOutcome(const ApprovalRequestEnvelope& decision, const ApprovalResultCommand& result) {
   const bool isGrant = result.status == kAcceptedStatus && !DialogButtonSemantics::isSafeDismissal(result.buttonLabel);
-  if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant, presentAt(decision))) {
+  if (const auto phone = roster.noteDecision(pairingIDOf(decision.pairing), isGrant, arrivals.presentAt(decision))) {
     callbacks.onFirstGrant(*phone);
   }
   auto told = result;
-  told.decidedBy = roster.deciderName(pairingIDOf(decision.pairing), presentAt(decision));
+  told.decidedBy = roster.deciderName(pairingIDOf(decision.pairing), arrivals.presentAt(decision));
   if (decision.pairing != kFirst) first->publishResult(decision.decisionID, told);
   for (const auto& one : furtherOnes) {
     if (decision.pairing != one->number) one->session->publishResult(decision.decisionID, told);
   }
 }
 
-void PhonePairings::noteArrival(const ApprovalRequestEnvelope& decision) {
-  if (arrivals.size() >= kMostArrivals) arrivals.pop_front();
-  arrivals.push_back({decision.pairing, decision.decisionID, roster.connectedPhones(pairingIDOf(decision.pairing))});
-}
-
-std::vector<std::string> PhonePairings::presentAt(const ApprovalRequestEnvelope& decision) const {
-  const auto found = std::find_if(arrivals.begin(), arrivals.end(), [&](const Arrival& one) {
-    return one.pairing == decision.pairing && one.decisionID == decision.decisionID;
-  });
-  return found == arrivals.end() ? std::vector<std::string>{} : found->present;
-}
-
 std::vector<std::string> PhonePairings::decidersOf(const ApprovalRequestEnvelope& decision) const {
-  const auto present = presentAt(decision);
+  const auto present = arrivals.presentAt(decision);
   std::vector<std::string> names;
   for (const auto& phone : roster.phonesOf(pairingIDOf(decision.pairing))) {
     if (std::find(present.begin(), present.end(), phone.deviceID) != present.end()) names.push_back(phone.name);
@@ -239,7 +183,7 @@ std::vector<std::string> PhonePairings::decidersOf(const ApprovalRequestEnvelope
 
 bool PhonePairings::isAnyUsable() const {
   return !first->isPairingRevoked() || std::any_of(furtherOnes.begin(), furtherOnes.end(), [&](const auto& one) {
-    return !one->isEnding && offeredNumber != one->number && !one->session->isPairingRevoked();
+    return !one->isEnding && !offered.isOf(one->number) && !one->session->isPairingRevoked();
   });
 }
 
@@ -264,7 +208,7 @@ RelaySessionCallbacks PhonePairings::sessionCallbacks(int pairing) {
           [this, pairing](const ApprovalRequestEnvelope& envelope) {
             auto numbered = envelope;
             numbered.pairing = pairing;
-            noteArrival(numbered);
+            arrivals.note(numbered, roster.connectedPhones(pairingIDOf(pairing)));
             callbacks.onApprovalRequest(numbered);
           },
       .onSuppressionCommand =
@@ -343,16 +287,15 @@ void PhonePairings::noticeArrivals(int pairing, const std::string& pairingID) {
     }
     earlier.push_back(std::move(arrived));
   }
-  if (earlier.empty() || offeredNumber != pairing) return;
-  offeredNumber.reset();
-  offerEnd.reset();
+  if (earlier.empty() || !offered.isOf(pairing)) return;
+  offered.end();
   save();
 }
 
 // ---- Taking back
 
 void PhonePairings::unpairAll() {
-  for (const auto& one : std::vector<int>{2, 3, 4, 5, 6, 7, 8}) unpair(one);
+  for (int number = kFirst + 1; number <= kMost; ++number) unpair(number);
   unpair(kFirst);
 }
 
@@ -361,10 +304,7 @@ void PhonePairings::unpair(int pairing) {
   if (pairing == kFirst) return first->unpairPhoneFromStatusWindow();
   auto* ending = further(pairing);
   if (!ending || std::exchange(ending->isEnding, true)) return;
-  if (offeredNumber == pairing) {
-    offeredNumber.reset();
-    offerEnd.reset();
-  }
+  if (offered.isOf(pairing)) offered.end();
   end(*ending);
 }
 
@@ -405,29 +345,13 @@ void PhonePairings::furtherEnded(int pairing) {
   if (!isStopped) callbacks.onStatusChange();
 }
 
-void PhonePairings::save() const {
+void PhonePairings::save() {
   std::vector<StoredPairing> pairings;
-  std::vector<std::string> names;
   for (const auto& one : furtherOnes) {
-    const auto mark = one->isEnding ? kEnding : offeredNumber == one->number ? kOffered : "";
-    pairings.push_back({.number = one->number, .mark = std::string(mark)});
-    if (!one->pairingID.empty()) names.push_back(std::to_string(one->number) + ' ' + one->pairingID);
+    const auto mark = one->isEnding ? StoredPairing::kEnding : offered.isOf(one->number) ? StoredPairing::kOffered : "";
+    pairings.push_back({.number = one->number, .mark = std::string(mark), .pairingID = one->pairingID});
   }
-  auto& defaults = dependencies.pairing.userDefaults;
-  store(pairings, defaults);
-  names.empty() ? defaults.remove(kNamesKey) : defaults.set(kNamesKey, std::move(names));
-}
-
-// Empty: it was never written down.
-std::string PhonePairings::storedPairingID(int number) const {
-  const auto value = dependencies.pairing.userDefaults.object(kNamesKey);
-  const auto* names = value ? std::get_if<std::vector<std::string>>(&*value) : nullptr;
-  const std::string prefix = std::to_string(number) + ' ';
-  if (!names) return {};
-  for (const auto& name : *names) {
-    if (name.starts_with(prefix)) return name.substr(prefix.size());
-  }
-  return {};
+  furtherList.store(pairings);
 }
 
 // ---- The code for one more phone
@@ -450,31 +374,24 @@ void PhonePairings::offer() {
   added.configuration.rotateInstallationIdentity();
   const auto configuration = added.configuration.launchConfiguration();
   if (configuration) added.pairingID = configuration->pairingID;
-  offeredNumber = added.number;
-  offerEndsAt = advanced(dependencies.session.clock.now(), kOfferTime);
-  offerEnd = dependencies.session.executors.mainThread().postAfter(kOfferTime, scope.bind([this] { withdrawOffer(); }));
+  offered.begin(added.number, kOfferTime);
   save();
   added.session->startRelayIfConfigured();
   callbacks.onStatusChange();
 }
 
 void PhonePairings::withdrawOffer() {
-  if (offeredNumber) unpair(*offeredNumber);
-}
-
-// The timer may have stood still while the computer slept.
-void PhonePairings::endOfferIfDue() {
-  if (offeredNumber && dependencies.session.clock.now() >= offerEndsAt) withdrawOffer();
+  if (const auto number = offered.number()) unpair(*number);
 }
 
 std::optional<LazyBitmap> PhonePairings::offeredImage() {
-  auto* offered = offeredNumber ? further(*offeredNumber) : nullptr;
-  return offered ? offered->code.image() : std::nullopt;
+  auto* const shown = offered.number() ? further(*offered.number()) : nullptr;
+  return shown ? shown->code.image() : std::nullopt;
 }
 
 std::optional<Secret> PhonePairings::offeredText() {
-  auto* offered = offeredNumber ? further(*offeredNumber) : nullptr;
-  const auto payload = offered && offered->code.isAvailable() ? offered->configuration.payload() : std::nullopt;
+  auto* const shown = offered.number() ? further(*offered.number()) : nullptr;
+  const auto payload = shown && shown->code.isAvailable() ? shown->configuration.payload() : std::nullopt;
   return payload ? pairingPayloadText(*payload) : std::nullopt;
 }
 
@@ -506,32 +423,16 @@ std::vector<PairedPhone> PhonePairings::phones() const {
 }
 
 std::vector<NewPhone> PhonePairings::newPhones() const {
-  const Date now = dependencies.session.clock.now();
-  std::vector<NewPhone> found;
-  const auto all = phones();
-  for (const auto& one : all) {
-    const bool isNew = one.isUnexpected && now < advanced(one.phone.since, kNewPhoneTime);
-    if (!isNew || found.size() >= kMostNewPhones) continue;
-    const auto earlier =
-        std::find_if(all.begin(), all.end(), [&](const PairedPhone& other) { return other.pairing == one.pairing; });
-    found.push_back({.id = newPhoneID(one.phone),
-                     .deviceID = one.phone.deviceID,
-                     .name = one.phone.name,
-                     .earlierName = earlier->phone.name,
-                     .since = one.phone.since});
-  }
-  return found;
+  return newPhonesOf(phones(), dependencies.session.clock.now(), kNewPhoneTime);
 }
 
 std::optional<std::string> PhonePairings::removeNewPhone(const Uuid& id) {
   const auto news = newPhones();
   const auto found = std::find_if(news.begin(), news.end(), [&](const NewPhone& one) { return one.id == id; });
-  if (found == news.end()) return std::nullopt;
-  for (const auto& one : phones()) {
-    if (newPhoneID(one.phone) != id) continue;
-    // In a turn of its own: the session that asks for it may be the one that ends.
-    dependencies.session.executors.mainThread().post(scope.bind([this, pairing = one.pairing] { unpair(pairing); }));
-  }
+  const auto pairing = pairingOfNewPhone(phones(), id);
+  if (found == news.end() || !pairing) return std::nullopt;
+  // In a turn of its own: the session that asks for it may be the one that ends.
+  dependencies.session.executors.mainThread().post(scope.bind([this, ended = *pairing] { unpair(ended); }));
   return found->name;
 }
 

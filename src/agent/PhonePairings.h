@@ -1,17 +1,19 @@
 #pragma once
 
-#include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "agent/DecisionArrivals.h"
+#include "agent/PairedPhones.h"
 #include "agent/PairingCode.h"
+#include "agent/PairingOffer.h"
 #include "agent/PairingRevoker.h"
 #include "agent/PhoneRoster.h"
 #include "agent/RelaySession.h"
+#include "agent/StoredPairings.h"
 #include "foundation/CallbackScope.h"
 #include "foundation/Uuid.h"
 #include "platform/storage/UserDefaults.h"
@@ -56,16 +58,6 @@ struct PhonePairingsCallbacks {
   std::function<void(int pairing, const RelayConnectionStatus&)> onPhonesChange = [](int, const auto&) {};
   std::function<void(int pairing, const std::vector<PhoneSubscription>&)> onPushSubscriptions = [](int, const auto&) {};
   std::function<void(int pairing, const PushResultRelayMessage&)> onPushResult = [](int, const auto&) {};
-};
-
-// One line of the list of phones.
-struct PairedPhone {
-  int pairing = PairingConfiguration::kFirst;
-  KnownPhone phone;
-  bool isUnexpected = false;  // It joined a pairing that had another phone already.
-  bool isRefused = false;     // The relay calls its pairing revoked, or another computer's.
-  bool isUnreadable = false;  // The secrets of its pairing cannot be read now, so that it is not served.
-  bool operator==(const PairedPhone&) const = default;
 };
 
 // The pairings of this computer, up to `kMost`: each has an identity, a secret, a code and a session at the relay of
@@ -134,7 +126,7 @@ class PhonePairings {
   void offer();
   // Takes the offer back.
   void withdrawOffer();
-  [[nodiscard]] bool isOffering() const { return offeredNumber.has_value(); }
+  [[nodiscard]] bool isOffering() const { return offered.number().has_value(); }
   // The code of the offer. Absent: none is offered, or it fits no code.
   [[nodiscard]] std::optional<LazyBitmap> offeredImage();
 
@@ -173,12 +165,8 @@ class PhonePairings {
   void pairingEnding(int pairing, const std::optional<UnsentRevocation>& revocation);
   void pairingForgotten(int pairing);
   void furtherEnded(int pairing);
-  void endOfferIfDue();
-  void save() const;
-  [[nodiscard]] std::string storedPairingID(int number) const;
+  void save();
   void tellOthersOfNewPhones(int pairing);
-  void noteArrival(const ApprovalRequestEnvelope& decision);
-  [[nodiscard]] std::vector<std::string> presentAt(const ApprovalRequestEnvelope& decision) const;
 
   const PhonePairingsDependencies dependencies;
   const PhonePairingsCallbacks callbacks;
@@ -188,17 +176,10 @@ class PhonePairings {
   std::unique_ptr<RelaySession> first;
   std::string firstPairingID;                         // Empty: there is no relay, or it cannot be read.
   std::vector<std::unique_ptr<Further>> furtherOnes;  // In the order of their numbers.
-  // Which phones of its pairing were connected when a decision came, newest last; bounded.
-  struct Arrival {
-    int pairing = PairingConfiguration::kFirst;
-    std::string decisionID;
-    std::vector<std::string> present;
-  };
-  std::deque<Arrival> arrivals;
-  std::optional<int> offeredNumber;
-  Date offerEndsAt;               // While one is offered.
-  platform::TaskHandle offerEnd;  // The same.
-  CallbackScope scope;            // Last.
+  StoredPairings furtherList;
+  DecisionArrivals arrivals;
+  PairingOffer offered;
+  CallbackScope scope;  // Last.
 };
 
 }  // namespace quillard

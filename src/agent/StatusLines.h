@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "agent/PhonePairings.h"
+#include "agent/PairedPhones.h"
 #include "approvals/PendingApproval.h"
 #include "approvals/SuppressionList.h"
 #include "relay/PairingConfiguration.h"

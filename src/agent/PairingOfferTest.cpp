@@ -36,10 +36,10 @@ TEST_F(PairingOfferTest, IsDueWhenItsTimeIsOver) {
 
 TEST_F(PairingOfferTest, IsDueAfterASleepThatTheTimerMissed) {
   offer.begin(3, Seconds{600});
-  world.time().sleep(Seconds{599});
+  world.time().suspend(Seconds{599});
   offer.poll();
   EXPECT_EQ(dueCount, 0);
-  world.time().sleep(Seconds{2});
+  world.time().suspend(Seconds{2});
   offer.poll();
   EXPECT_EQ(dueCount, 1);
 }

@@ -186,6 +186,10 @@ Node* DesktopReading::parent(Node& node) {
   return &tree.node(*node.program, name->path, node.window ? node.window->name.path : "");
 }
 
+const desktop::Window* DesktopReading::desktopWindow(const Node& node) {
+  return windows(node.program->processIdentifier).desktopWindow(node.window);
+}
+
 void DesktopReading::prepare(const std::vector<std::int32_t>& processIdentifiers, int descendantsPerWindow) {
   std::vector<FetchGoal> goals;
   for (const auto process : processIdentifiers) {

@@ -65,6 +65,8 @@ class DesktopReading {
   // Empty: the process is not on the bus, or is this one.
   [[nodiscard]] std::vector<ProgramNode*> programs(std::int32_t processIdentifier);
   [[nodiscard]] const ProcessWindows& windows(std::int32_t processIdentifier);
+  // The window of the desktop in which an object lies, or that it is. Null: none is known.
+  [[nodiscard]] const desktop::Window* desktopWindow(const Node& node);
   // Reads the windows of all these processes side by side, so many descendants of each.
   void prepare(const std::vector<std::int32_t>& processIdentifiers, int descendantsPerWindow);
   // Null: it cannot exist any more, since its bus has gone.

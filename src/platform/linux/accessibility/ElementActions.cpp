@@ -4,7 +4,10 @@
 #include <optional>
 #include <utility>
 
+#include "platform/linux/accessibility/ElementPlaces.h"
 #include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/NodeRoles.h"
+#include "platform/linux/accessibility/PressActions.h"
 #include "platform/linux/accessibility/ShellPress.h"
 #include "platform/linux/accessibility/ShellWindows.h"
 
@@ -49,12 +52,12 @@ AXError ElementActions::perform(const AXUIElement& element, platform::AXAction a
 }
 
 AXError ElementActions::performKnown(Node& node, platform::AXKnownAction action) {
-  const bool isWindow = answers.isWindowLike(node);
+  const bool isWindow = isWindowLike(reading, node);
   switch (action) {
     case platform::AXKnownAction::press:
       return isWindow ? AXError::actionUnsupported : press(node);
     case platform::AXKnownAction::raise:
-      return isWindow ? bringForward(answers.desktopWindow(node), true) : AXError::actionUnsupported;
+      return isWindow ? bringForward(reading.desktopWindow(node), true) : AXError::actionUnsupported;
     case platform::AXKnownAction::confirm:
     case platform::AXKnownAction::cancel:
       break;  // No toolkit offers them of a window.
@@ -66,7 +69,7 @@ AXError ElementActions::press(Node& node) {
   if (shell::isShell(*node.program))
     return ShellPress{reading, sessionBusAddress, systemBusAddress, slowShellTimeout}.press(node);
   if (isDeaf(node)) return AXError::notImplemented;
-  const auto number = answers.pressAction(node);
+  const auto number = pressAction(reading, node);
   if (reading.hasMissedTimeout(node.program->processIdentifier)) return AXError::cannotComplete;
   if (!number) return AXError::actionUnsupported;
   return askYesOrNo({.target = node.name, .interface = names::kAction, .member = "DoAction", .arguments = {*number}});
@@ -74,7 +77,7 @@ AXError ElementActions::press(Node& node) {
 
 // Its notifications are windows that no desktop lists.
 bool ElementActions::isDeaf(Node& node) {
-  if (node.program->toolkit != Toolkit::gtk3 || answers.desktopWindow(node)) return false;
+  if (node.program->toolkit != Toolkit::gtk3 || reading.desktopWindow(node)) return false;
   reading.fetch({{.node = node.program->root, .isRootItself = true}});
   return node.program->root->record.name == kDeafProgram;
 }
@@ -118,7 +121,7 @@ AXError ElementActions::set(const AXUIElement& element, platform::AXAttribute na
   if (reference->kind == Kind::application) return setOfApplication(reference->processIdentifier, name, value);
   const auto node = living(*reference);
   if (!node.hasValue()) return node.error();
-  if (answers.isWindowLike(*node.value())) return setOfWindow(*node.value(), name, value);
+  if (isWindowLike(reading, *node.value())) return setOfWindow(*node.value(), name, value);
   if (name != ax::kFocused) return AXError::attributeUnsupported;
   // A focus that is left on a button of the shell makes the user's next Return a press.
   if (shell::isShell(*node.value()->program)) return AXError::actionUnsupported;
@@ -135,7 +138,7 @@ AXError ElementActions::setOfApplication(std::int32_t process, platform::AXAttri
       return AXError::illegalArgument;
     }
     Node* const node = reading.node(*reference);
-    return node ? bringForward(answers.desktopWindow(*node), false) : AXError::invalidUIElement;
+    return node ? bringForward(reading.desktopWindow(*node), false) : AXError::invalidUIElement;
   }
   if (name != ax::kFrontmost) return AXError::attributeUnsupported;
   if (!isTrue(value)) return AXError::illegalArgument;
@@ -152,7 +155,7 @@ AXError ElementActions::setOfApplication(std::int32_t process, platform::AXAttri
 }
 
 AXError ElementActions::setOfWindow(Node& window, platform::AXAttribute name, const AXValue& value) {
-  const desktop::Window* const outer = answers.desktopWindow(window);
+  const desktop::Window* const outer = reading.desktopWindow(window);
   if (name == ax::kMinimized) {
     if (!std::holds_alternative<bool>(value)) return AXError::illegalArgument;
     if (isTrue(value)) return AXError::attributeUnsupported;  // The agent never puts a window away.
@@ -185,7 +188,7 @@ AXResult<AXUIElement> ElementActions::elementAt(const AXUIElement& within, Point
   if (owner == own.present.end()) {
     return reading.hasMissedTimeout(process) ? AXError::cannotComplete : AXError::noValue;
   }
-  const Node& deepest = answers.deepestAt(**owner, point);
+  const Node& deepest = deepestAt(reading, **owner, point);
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;
   return reading.element(deepest);
 }

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "foundation/Text.h"
-#include "platform/linux/accessibility/Interfaces.h"
+#include "platform/linux/accessibility/ElementPlaces.h"
+#include "platform/linux/accessibility/KeyboardFocus.h"
 #include "platform/linux/accessibility/Mapping.h"
+#include "platform/linux/accessibility/NodeRoles.h"
+#include "platform/linux/accessibility/PressActions.h"
 #include "platform/linux/accessibility/ShellWindows.h"
 #include "platform/linux/accessibility/TitleBarButtons.h"
 
@@ -19,22 +21,14 @@ namespace ax = platform::ax;
 
 namespace {
 
-// As deep into a window as the agent ever looks for a button.
-constexpr int kSearchLimit = 120;
-// A dialog inside a window shows its buttons early, or is none.
-constexpr int kInnerDialogLimit = 80;
-constexpr int kHitTestLimit = 500;
-constexpr std::int32_t kMostActions = 16;
+// What stands above all else in a window of the shell is met early.
+constexpr int kHeadingLimit = 80;
 constexpr std::string_view kStandardWindowSubrole = "AXStandardWindow";
 constexpr std::string_view kSystemWideRole = "AXSystemWide";
 
 AXValue textValue(std::string_view text) {
   if (text == BusReply::kUnreadableText) return platform::AXUnreadableText{};
   return std::string(text);
-}
-
-bool contains(const Rect& rect, Point point) {
-  return point.x >= rect.x && point.y >= rect.y && point.x < rect.x + rect.width && point.y < rect.y + rect.height;
 }
 
 // The name of the only label among what lies inside a button.
@@ -51,11 +45,6 @@ std::optional<std::string> labelInside(const Node& button) {
     label = name;
   }
   return label;
-}
-
-bool isPressName(std::string_view name) {
-  const std::string lower = text::lowercased(name);
-  return lower == "click" || lower == "press" || lower == "activate" || lower == "toggle";
 }
 
 }  // namespace
@@ -89,7 +78,7 @@ AXResult<AXValue> ElementAnswers::attribute(const AXUIElement& element, platform
 
 AXResult<AXValue> ElementAnswers::role(Node& node) {
   if (const auto reason = whyNotAsked(node)) return *reason;
-  return textValue(roleOf(node));
+  return textValue(roleOf(reading, node));
 }
 
 std::optional<AXError> ElementAnswers::whyNotAsked(Node& node) {
@@ -108,9 +97,9 @@ AXResult<AXValue> ElementAnswers::ofDesktop(Attribute attribute) {
     case Attribute::role:
       return textValue(kSystemWideRole);
     case Attribute::focusedWindow:
-      return elementOrNone(activeWindow());
+      return elementOrNone(activeWindow(reading));
     case Attribute::focusedUIElement:
-      return focusedElement(activeWindow());
+      return focusedElement(activeWindow(reading));
     case Attribute::subrole:
     case Attribute::title:
     case Attribute::description:
@@ -138,7 +127,7 @@ AXResult<AXValue> ElementAnswers::ofDesktop(Attribute attribute) {
 AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, Attribute attribute) {
   // The window of the desktop that has the focus, when it is one of this process. Null: none of its windows has it.
   const auto ownActiveWindow = [&]() -> Node* {
-    Node* const active = activeWindow();
+    Node* const active = activeWindow(reading);
     return active && active->program->processIdentifier == process ? active : nullptr;
   };
   switch (attribute) {
@@ -178,19 +167,19 @@ AXResult<AXValue> ElementAnswers::ofApplication(std::int32_t process, Attribute 
 // What is a window is asked only where that makes a difference, since it may take a request.
 AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
   const auto ofWindow = [&](Value (ElementAnswers::*answer)(Node&)) -> Value {
-    return isWindowLike(node) ? (this->*answer)(node) : Value{AXError::attributeUnsupported};
+    return isWindowLike(reading, node) ? (this->*answer)(node) : Value{AXError::attributeUnsupported};
   };
   switch (attribute) {
     case Attribute::role:
-      return textValue(roleOf(node));
+      return textValue(roleOf(reading, node));
     case Attribute::subrole:
-      return isWindowLike(node) ? windowSubrole(node) : innerSubrole(node);
+      return isWindowLike(reading, node) ? windowSubrole(node) : innerSubrole(node);
     case Attribute::title:
       return title(node);
     case Attribute::description:
       return description(node);
     case Attribute::value:
-      return isWindowLike(node) ? Value{AXError::attributeUnsupported} : valueOf(node);
+      return isWindowLike(reading, node) ? Value{AXError::attributeUnsupported} : valueOf(node);
     case Attribute::children:
       return children(node);
     case Attribute::parent:
@@ -200,7 +189,7 @@ AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
     case Attribute::size:
       return size(node);
     case Attribute::focused:
-      return isWindowLike(node) ? isActive(node) : AXValue{node.record.is(State::focused)};
+      return isWindowLike(reading, node) ? isActive(node) : AXValue{node.record.is(State::focused)};
     case Attribute::main:
       return ofWindow(&ElementAnswers::isActive);
     case Attribute::modal:
@@ -210,7 +199,7 @@ AXResult<AXValue> ElementAnswers::ofNode(Node& node, Attribute attribute) {
     case Attribute::defaultButton:
       return ofWindow(&ElementAnswers::defaultButton);
     case Attribute::cancelButton:  // No toolkit marks one.
-      return isWindowLike(node) ? AXError::noValue : AXError::attributeUnsupported;
+      return isWindowLike(reading, node) ? AXError::noValue : AXError::attributeUnsupported;
     case Attribute::enabled:
       return AXValue{mapping::isEnabled(node.record)};
     case Attribute::roleDescription:
@@ -229,7 +218,7 @@ AXResult<AXValue> ElementAnswers::windowSubrole(Node& window) {
   // A notification asks nothing by being one.
   const bool isDialogOfShell = shell::isShell(*window.program) && window.record.role != Role::notification;
   const bool isDialog =
-      !window.isTopLevel() || isDialogOfShell || mapping::isDialogWindow(window.record, desktopWindow(window));
+      !window.isTopLevel() || isDialogOfShell || mapping::isDialogWindow(window.record, reading.desktopWindow(window));
   return textValue(isDialog ? ax::kDialogSubrole : kStandardWindowSubrole);
 }
 
@@ -247,7 +236,7 @@ AXResult<AXValue> ElementAnswers::roleDescription(Node& window) {
 }
 
 AXResult<AXValue> ElementAnswers::isModal(Node& window) {
-  return AXValue{mapping::isModal(window.record, window.isTopLevel() ? desktopWindow(window) : nullptr)};
+  return AXValue{mapping::isModal(window.record, window.isTopLevel() ? reading.desktopWindow(window) : nullptr)};
 }
 
 AXResult<AXValue> ElementAnswers::applicationTitle(ProgramNode& program) {
@@ -263,7 +252,7 @@ AXResult<AXValue> ElementAnswers::description(Node& node) {
 }
 
 AXResult<AXValue> ElementAnswers::isMinimized(Node& window) {
-  const desktop::Window* const outer = desktopWindow(window);
+  const desktop::Window* const outer = reading.desktopWindow(window);
   const auto& record = window.window ? window.window->record : window.record;
   if (outer) return AXValue{outer->isHidden};
   if (record.is(State::iconified)) return AXValue{true};
@@ -273,121 +262,50 @@ AXResult<AXValue> ElementAnswers::isMinimized(Node& window) {
 }
 
 AXResult<AXValue> ElementAnswers::isActive(Node& window) {
-  const auto isActive = hasKeyboard(window);
+  const auto isActive = hasKeyboard(reading, window);
   return isActive ? Value{AXValue{*isActive}} : Value{AXError::noValue};
 }
 
 AXResult<AXValue> ElementAnswers::isFrontmost(std::int32_t process) {
   bool isKnown = true;
   for (Node* window : reading.windows(process).present) {
-    const auto isActive = hasKeyboard(*window);
+    const auto isActive = hasKeyboard(reading, *window);
     if (isActive.value_or(false)) return AXValue{true};
     isKnown = isKnown && isActive.has_value();
   }
   return isKnown ? Value{AXValue{false}} : Value{AXError::noValue};
 }
 
-std::optional<bool> ElementAnswers::hasKeyboard(Node& window) {
-  const auto* const outer = desktopWindow(window);
-  if (outer) return reading.desktopWindows().active == outer->id;
-  const auto* const front = activeDesktopWindow();
-  if (front && front->processIdentifier != window.program->processIdentifier) return false;
-  const auto& record = (window.window ? *window.window : window).record;
-  if (record.is(State::active)) return true;
-  if (mapping::tellsActivity(record, window.program->toolkit)) return false;
-  return std::nullopt;
-}
-
-const desktop::Window* ElementAnswers::activeDesktopWindow() {
-  const auto& known = reading.desktopWindows();
-  const auto active = std::find_if(known.windows.begin(), known.windows.end(),
-                                   [&](const desktop::Window& window) { return window.id == known.active; });
-  return active == known.windows.end() ? nullptr : &*active;
-}
-
-std::string_view ElementAnswers::roleOf(Node& node) {
-  if (node.isTopLevel()) {
-    const bool isSheet = reading.windows(node.program->processIdentifier).sheetParent(node) != nullptr;
-    return isSheet ? ax::kSheetRole : ax::kWindowRole;
-  }
-  if (isDialogInside(node)) return ax::kSheetRole;
-  if (mapping::isSecret(node.record, node.program->toolkit)) return ax::kTextFieldRole;
-  if (isBoxOfButtons(node)) return ax::kGroupRole;
-  if (descriptionAsText(node)) return ax::kStaticTextRole;
-  const bool dependsOnChildren = mapping::roleOf(node.record, true) != mapping::roleOf(node.record, false);
-  if (dependsOnChildren) reading.fetch({{.node = &node, .descendants = 1, .levels = 1}});
-  return mapping::roleOf(node.record, !node.list.empty());
-}
-
-// Qt Quick calls the row of buttons below a dialog a list of tabs, and Plasma's notifications put their name and their
-// own buttons into a tool bar: neither leads around in a window.
-bool ElementAnswers::isBoxOfButtons(Node& node) {
-  if (node.program->toolkit != Toolkit::qt) return false;
-  const auto readChildren = [&](Node& parent) {
-    reading.fetch({{.node = &parent, .descendants = static_cast<int>(kLongList), .levels = 1}});
-  };
-  const auto has = [](Role role) { return [role](const Node* child) { return child->record.role == role; }; };
-  if (node.record.role == Role::pageTabList) {
-    readChildren(node);
-    const bool isWhole = !node.hasUnreadableList && !node.list.empty() && node.list.size() < kLongList;
-    return isWhole && std::all_of(node.list.begin(), node.list.end(), has(Role::pushButton));
-  }
-  if (node.record.role != Role::toolBar) return false;
-  Node* const parent = reading.parent(node);
-  if (!parent || !parent->isTopLevel()) return false;
-  readChildren(*parent);
-  return std::any_of(parent->list.begin(), parent->list.end(), has(Role::notification));
-}
-
-// What a notification of Plasma says, beside its title.
-std::optional<std::string> ElementAnswers::descriptionAsText(Node& node) {
-  if (node.record.role != Role::notification || node.program->toolkit != Toolkit::qt) return std::nullopt;
-  if (!isNotificationOfPlasma(node, reading.parent(node))) return std::nullopt;
-  reading.fetch({{.node = &node, .more = {.description = true}}});
-  const auto& description = node.record.description;
-  return description && !description->empty() ? description : std::nullopt;
-}
-
-bool ElementAnswers::isWindowLike(Node& node) { return node.isTopLevel() || isDialogInside(node); }
-
-// A dialog that a program keeps inside its window. One without a button asks nothing: programs keep such empty shells
-// beside the real one, and call passing remarks alerts.
-bool ElementAnswers::isDialogInside(Node& node) {
-  if (node.isTopLevel() || !mapping::isDialogRole(node.record.role)) return false;
-  reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
-  const auto inside = walkOffered(node, kInnerDialogLimit);
-  return std::any_of(inside.begin(), inside.end(),
-                     [](const Node* inner) { return inner->record.role == Role::pushButton; });
-}
-
 AXResult<AXValue> ElementAnswers::title(Node& node) {
   const Toolkit toolkit = node.program->toolkit;
   if (node.isTopLevel() && shell::isShell(*node.program)) {
-    reading.fetch({{.node = &node, .descendants = kInnerDialogLimit}});
+    reading.fetch({{.node = &node, .descendants = kHeadingLimit}});
     return textValue(shell::headingOf(node));
   }
   // GTK 3 names a message dialog after its kind ("Question"), which is not shown.
-  const bool isNamedAfterKind = toolkit == Toolkit::gtk3 && node.record.role == Role::alert && !desktopWindow(node);
+  const bool isNamedAfterKind =
+      toolkit == Toolkit::gtk3 && node.record.role == Role::alert && !reading.desktopWindow(node);
   if (node.isTopLevel() && isNamedAfterKind && reading.desktopWindows().coverage != desktop::WindowCoverage::all)
     return textValue(messageTitle(reading, node));
-  if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, desktopWindow(node)));
+  if (node.isTopLevel()) return textValue(mapping::windowTitle(node.record, toolkit, reading.desktopWindow(node)));
   if (node.record.role == Role::pushButton) {
     if (isTitleBarButton(reading, node)) return AXError::noValue;
     return textValue(mapping::buttonTitle(node.record, toolkit, labelInside(node)));
   }
   // The content of a text is its value.
-  if (mapping::roleOf(node.record, false) == ax::kStaticTextRole || descriptionAsText(node)) return AXError::noValue;
+  if (mapping::roleOf(node.record, false) == ax::kStaticTextRole || descriptionAsText(reading, node))
+    return AXError::noValue;
   return textValue(mapping::nameOf(node.record, toolkit));
 }
 
 AXResult<AXValue> ElementAnswers::valueOf(Node& node) {
-  const auto role = roleOf(node);
+  const auto role = roleOf(reading, node);
   if (role == ax::kCheckBoxRole || role == ax::kRadioButtonRole) {
     if (node.record.is(State::indeterminate)) return AXValue{std::int64_t{2}};  // Neither on nor off.
     return AXValue{std::int64_t{node.record.is(State::checked) ? 1 : 0}};
   }
   if (role != ax::kStaticTextRole && role != ax::kTextFieldRole) return AXError::attributeUnsupported;
-  if (const auto said = descriptionAsText(node)) return textValue(*said);
+  if (const auto said = descriptionAsText(reading, node)) return textValue(*said);
   const auto shown = mapping::textOf(node.record, node.program->toolkit);
   return shown ? Value{textValue(*shown)} : Value{AXError::noValue};
 }
@@ -428,116 +346,21 @@ AXResult<AXValue> ElementAnswers::elementOrNone(Node* node) {
 }
 
 AXResult<AXValue> ElementAnswers::position(Node& node) {
-  const auto rect = frame(node);
+  const auto rect = frameOf(reading, node);
   return rect ? Value{AXValue{Point{rect->x, rect->y}}} : Value{AXError::noValue};
 }
 
 AXResult<AXValue> ElementAnswers::size(Node& node) {
-  const auto rect = frame(node);
+  const auto rect = frameOf(reading, node);
   return rect ? Value{AXValue{Size{rect->width, rect->height}}} : Value{AXError::noValue};
 }
 
-std::optional<Rect> ElementAnswers::frame(Node& node) {
-  if (node.isTopLevel()) return mapping::windowFrame(node.record, desktopWindow(node));
-  reading.fetch({{.node = &node, .more = {.extents = true}}});
-  const Toolkit toolkit = node.program->toolkit;
-  const auto& known = reading.desktopWindows().windows;
-  const bool hasWaylandClients =
-      std::any_of(known.begin(), known.end(), [](const desktop::Window& window) { return window.hasRelativePlaces; });
-  // The others say themselves where they are.
-  const bool isRelative = toolkit == Toolkit::gtk4 || hasWaylandClients;
-  const auto& record = (node.window ? *node.window : node).record;
-  return mapping::frameOf(node.record, record, toolkit, isRelative ? desktopWindow(node) : nullptr);
-}
-
-const desktop::Window* ElementAnswers::desktopWindow(Node& node) {
-  return reading.windows(node.program->processIdentifier).desktopWindow(node.window);
-}
-
 AXResult<AXValue> ElementAnswers::defaultButton(Node& window) {
-  reading.fetch({{.node = &window, .descendants = kSearchLimit}});
-  std::vector<Node*> marked;
-  Node* focused = nullptr;
-  for (Node* node : walkOffered(window, kSearchLimit)) {
-    if (node->record.role != Role::pushButton) continue;
-    if (node->record.is(State::isDefault)) marked.push_back(node);
-    if (node->record.is(State::focused)) focused = node;
-  }
-  if (marked.size() == 1) return elementOrNone(marked.front());
-  // GTK 4 marks none; there, Return presses the one with the keyboard.
-  return elementOrNone(marked.empty() && window.program->toolkit == Toolkit::gtk4 ? focused : nullptr);
+  return elementOrNone(defaultButtonOf(reading, window));
 }
 
 AXResult<AXValue> ElementAnswers::focusedElement(Node* window) {
-  if (!window) return AXError::noValue;
-  reading.fetch({{.node = window, .descendants = kSearchLimit}});
-  Node* deepest = nullptr;  // Qt says of the containers, too, that they have it.
-  for (Node* node : walkOffered(*window, kSearchLimit)) {
-    if (node->record.is(State::focused) && (!deepest || node->depth > deepest->depth)) deepest = node;
-  }
-  return elementOrNone(deepest);
-}
-
-Node* ElementAnswers::activeWindow() {
-  if (const auto* const active = activeDesktopWindow()) {
-    if (!active->processIdentifier) return nullptr;
-    const auto& owner = reading.windows(*active->processIdentifier);
-    for (Node* window : owner.present) {
-      if (owner.desktopWindow(window) == active) return window;
-    }
-    return nullptr;
-  }
-  // A desktop that knows every window, and names none, has none in front.
-  if (reading.desktopWindows().coverage == desktop::WindowCoverage::all) return nullptr;
-  reading.prepare(reading.processIdentifiers(), 0);
-  for (const auto process : reading.processIdentifiers()) {
-    for (Node* window : reading.windows(process).present) {
-      if (hasKeyboard(*window).value_or(false)) return window;
-    }
-  }
-  return nullptr;
-}
-
-Node& ElementAnswers::deepestAt(Node& window, Point point) {
-  reading.fetch({{.node = &window, .descendants = kHitTestLimit, .more = {.extents = true}}});
-  Node* best = &window;
-  double bestArea = 0;
-  for (Node* node : walkOffered(window, kHitTestLimit)) {
-    const auto rect = frame(*node);
-    if (!rect || !contains(*rect, point)) continue;
-    const double area = rect->width * rect->height;
-    const bool isDeeper = best == &window || node->depth > best->depth;
-    if (isDeeper || (node->depth == best->depth && area < bestArea)) {
-      best = node;
-      bestArea = area;
-    }
-  }
-  return *best;
-}
-
-std::optional<std::int32_t> ElementAnswers::pressAction(const Node& node) {
-  auto& requests = reading.direct();
-  const auto timeout = reading.messagingTimeout();
-  std::int32_t count = 0;
-  requests.send(propertyCall(node.name, names::kAction, "NActions"), timeout,
-                [&](const BusReply& reply) { count = reply.readIntegerProperty().value_or(0); });
-  requests.settle();
-  // Only numbers that exist: not every toolkit checks them.
-  count = std::clamp(count, 0, kMostActions);
-  std::vector<std::string> actions(static_cast<std::size_t>(count));
-  for (std::int32_t i = 0; i < count; ++i) {
-    requests.send(
-        {.target = node.name, .interface = names::kAction, .member = "GetName", .arguments = {i}}, timeout,
-        [&actions, i](const BusReply& reply) { actions[static_cast<std::size_t>(i)] = reply.readText().value_or(""); });
-  }
-  requests.settle();
-  const auto press = std::find_if(actions.begin(), actions.end(), [](const auto& name) { return isPressName(name); });
-  if (press != actions.end()) return static_cast<std::int32_t>(press - actions.begin());
-  return std::nullopt;
-}
-
-bool ElementAnswers::isPressable(const Node& node) {
-  return shell::isShell(*node.program) ? shell::isPressableButton(node) : pressAction(node).has_value();
+  return window ? elementOrNone(focusedIn(reading, *window)) : Value{AXError::noValue};
 }
 
 AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement& element) {
@@ -550,9 +373,9 @@ AXResult<std::vector<std::string>> ElementAnswers::actionNames(const AXUIElement
   if (!node) return AXError::invalidUIElement;
   const auto role = this->role(*node);
   std::vector<std::string> actions;
-  if (role.hasValue() && isWindowLike(*node)) {
-    if (desktopWindow(*node)) actions.emplace_back(ax::kRaiseAction);
-  } else if (role.hasValue() && isPressable(*node)) {
+  if (role.hasValue() && isWindowLike(reading, *node)) {
+    if (reading.desktopWindow(*node)) actions.emplace_back(ax::kRaiseAction);
+  } else if (role.hasValue() && isPressable(reading, *node)) {
     actions.emplace_back(ax::kPressAction);
   }
   if (reading.hasMissedTimeout(process)) return AXError::cannotComplete;

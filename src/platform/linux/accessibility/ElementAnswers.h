@@ -22,18 +22,6 @@ class ElementAnswers {
 
   // Its role; an error when it is no living element.
   [[nodiscard]] platform::AXResult<platform::AXValue> role(Node& node);
-  // The window of the desktop in which an element lies, or that it is. Null: none is known.
-  [[nodiscard]] const desktop::Window* desktopWindow(Node& node);
-  // Of the windows of the desktop, the active one. Null: none, or it is not on the bus. The desktop says, where it
-  // knows its windows; of others, they say so themselves.
-  [[nodiscard]] Node* activeWindow();
-  // The deepest element at `point` of the window, the window itself included.
-  [[nodiscard]] Node& deepestAt(Node& window, Point point);
-  // The number of the action that presses. Absent: it has none.
-  [[nodiscard]] std::optional<std::int32_t> pressAction(const Node& node);
-  [[nodiscard]] bool isPressable(const Node& node);
-  // A window, a sheet, or a dialog inside a window.
-  [[nodiscard]] bool isWindowLike(Node& node);
 
  private:
   using Value = platform::AXResult<platform::AXValue>;
@@ -54,9 +42,6 @@ class ElementAnswers {
   [[nodiscard]] Value isMinimized(Node& window);
   [[nodiscard]] Value isActive(Node& window);
   [[nodiscard]] Value isFrontmost(std::int32_t processIdentifier);
-  // Whether it has the keyboard. Absent: it cannot be told.
-  [[nodiscard]] std::optional<bool> hasKeyboard(Node& window);
-  [[nodiscard]] const desktop::Window* activeDesktopWindow();
   [[nodiscard]] Value position(Node& node);
   [[nodiscard]] Value size(Node& node);
   [[nodiscard]] Value children(Node& node);
@@ -66,12 +51,6 @@ class ElementAnswers {
   [[nodiscard]] Value valueOf(Node& node);
   [[nodiscard]] Value defaultButton(Node& window);
   [[nodiscard]] Value focusedElement(Node* window);
-  [[nodiscard]] std::optional<Rect> frame(Node& node);
-  [[nodiscard]] bool isDialogInside(Node& node);
-  // What its role calls tabs or a tool bar, and is none.
-  [[nodiscard]] bool isBoxOfButtons(Node& node);
-  [[nodiscard]] std::optional<std::string> descriptionAsText(Node& node);
-  [[nodiscard]] std::string_view roleOf(Node& node);
   [[nodiscard]] Value elementOrNone(Node* node);
 
   DesktopReading& reading;

@@ -1,10 +1,8 @@
-#include <algorithm>
-#include <cstdio>
+#include <array>
 
 #include <gtest/gtest.h>
 
-#include "click/ClickExecutor.h"
-#include "support/ClickWorld.h"
+#include "support/ClickExecutorFixture.h"
 
 namespace quillard {
 namespace {
@@ -14,78 +12,11 @@ using platform::KeyCode;
 using platform::MouseEventType;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
-using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::PostedEvent;
 using platform::simulated::PressEffect;
 using samples::ClickWorld;
 namespace ax = platform::ax;
-
-using Lines = std::vector<std::string>;
-
-class ClickExecutorTest : public testing::Test, protected ClickWorld {
- protected:
-  // What the click does from here on, each line with its second: requests that change something, and posted events.
-  Outcome clickAndTrace() {
-    const auto start = world.time().monotonicNow();
-    desktop().setRequestHook([this, start](const AXRequest& request) {
-      if (request.kind == AXRequestKind::performAction || request.kind == AXRequestKind::setAttribute) {
-        traced.emplace_back(world.time().monotonicNow() - start, request.name + " " + nameOf(request));
-      }
-    });
-    const auto outcome = click();
-    desktop().setRequestHook({});
-    for (const auto& event : events.posted()) traced.emplace_back(event.at - start, nameOf(event));
-    std::stable_sort(traced.begin(), traced.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    return outcome;
-  }
-
-  Lines trace() const {
-    Lines lines;
-    for (const auto& [at, what] : traced) {
-      std::array<char, 16> seconds{};
-      std::snprintf(seconds.data(), seconds.size(), "%.3f ", at.count());
-      lines.push_back(seconds.data() + what);
-    }
-    return lines;
-  }
-
-  std::string nameOf(const AXRequest& request) {
-    if (!request.node) return "application";
-    if (*request.node == prompt) return "window";
-    const auto title = desktop().attribute(*request.node, ax::kTitle);
-    return title.hasValue() ? std::get<std::string>(title.value()) : "?";
-  }
-
-  static std::string nameOf(platform::KeyCode key) {
-    switch (key) {
-      case platform::KeyCode::returnKey:
-        return "return";
-      case platform::KeyCode::space:
-        return "space";
-      case platform::KeyCode::escape:
-        return "escape";
-    }
-    return "?";
-  }
-
-  static std::string nameOf(const PostedEvent& event) {
-    const std::string where = event.processIdentifier ? " to process" : " to desktop";
-    if (event.key) return nameOf(*event.key) + (event.isDown ? " down" : " up") + where;
-    const auto type = *event.mouse;
-    const std::string what = type == MouseEventType::moved ? "moved" : event.isDown ? "down" : "up";
-    return "mouse " + what + where;
-  }
-
-  std::size_t keysPosted(KeyCode key) const {
-    return static_cast<std::size_t>(std::count_if(events.posted().begin(), events.posted().end(),
-                                                  [&](const PostedEvent& event) { return event.key == key; }));
-  }
-
-  static Seconds ms(double milliseconds) { return Seconds{milliseconds / 1000}; }
-
-  std::vector<std::pair<Seconds, std::string>> traced;
-};
 
 TEST(ClickError, DescribesEachErrorToTheUser) {
   EXPECT_EQ(localizedDescription(ClickError::unableToCreateEvent), "Unable to create a synthetic click event.");
@@ -422,95 +353,6 @@ TEST_F(ClickExecutorTest, EventsThatGetLostAreNoHarm) {
   approve(question(PressEffect::fails(AXError::failure)));
   events.setLosesEvents(true);
   EXPECT_EQ(click(), ClickError::promptStillPresent);
-}
-
-// ---- Stopping
-
-TEST_F(ClickExecutorTest, EndsWithinATenthOfASecondOfARequestToStop) {
-  for (double at = 0; at < 16400; at += 113) {
-    ClickWorld other;
-    other.approve(other.question(PressEffect::doesNothing()));
-    const auto start = other.world.time().monotonicNow();
-    other.stopAt = advanced(start, ms(at));
-    EXPECT_EQ(other.click(), ClickError::promptStillPresent);
-    EXPECT_GE(other.took, ms(at));
-    EXPECT_LE(other.took, ms(at + 100)) << at;
-    for (const auto& press : other.desktop().presses())
-      EXPECT_LT(press.at, *other.stopAt + std::chrono::milliseconds(81));
-    const auto& posted = other.events.posted();
-    const auto downs =
-        std::count_if(posted.begin(), posted.end(), [](const PostedEvent& event) { return event.isDown; });
-    const auto ups = std::count_if(posted.begin(), posted.end(), [](const PostedEvent& event) {
-      return !event.isDown && event.mouse != MouseEventType::moved;
-    });
-    EXPECT_EQ(downs, ups) << "nothing stays held down";
-  }
-}
-
-TEST_F(ClickExecutorTest, DoesNothingWhenItIsToStopFromTheStart) {
-  approve(question());
-  stopAt = world.time().monotonicNow();
-  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
-  EXPECT_EQ(trace(), Lines{});
-}
-
-TEST_F(ClickExecutorTest, DoesNothingWhenItIsStoppedDuringTheChecks) {
-  approve(question());
-  fakePresence = [this] {
-    stopAt = world.time().monotonicNow();
-    return true;
-  };
-  EXPECT_EQ(clickAndTrace(), ClickError::promptStillPresent);
-  EXPECT_EQ(trace(), Lines{});
-}
-
-// ---- Hung applications
-
-TEST_F(ClickExecutorTest, AHungApplicationIsNotPressedAndCostsOnlyItsTimeOuts) {
-  approve(question());
-  desktop().hang(application, platform::simulated::LateActions::performedOnUnhang);
-  fakeSearch = [] { return std::nullopt; };
-  EXPECT_EQ(click(), ClickError::promptNotReadable);
-  EXPECT_LT(took, Seconds{2.5}) << "one schedule, and a time-out for each of its checks";
-  desktop().unhang(application);
-  world.advance(Seconds{1});
-  EXPECT_TRUE(desktop().presses().empty()) << "no action was requested that it could perform late";
-}
-
-TEST_F(ClickExecutorTest, BoundsTheWaitsForTheApplicationItself) {
-  approve(question());
-  fakePresence = [] { return true; };
-  fakeSearch = [] { return std::nullopt; };
-  desktop().hang(application);
-  EXPECT_EQ(click(), ClickError::buttonNotFound);
-  EXPECT_EQ(took, ms(400)) << "one read before the press, one for whether it died";
-}
-
-TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) {
-  approve(question(PressEffect::fails(AXError::failure)));
-  const auto other = desktop().launch({.name = "Other"});
-  const auto above = desktop().open(other, question());
-  fakePresence = [] { return true; };
-  desktop().setRequestHook([&](const AXRequest& request) {
-    if (request.name != ax::kRaiseAction) return;
-    desktop().hang(other);
-    desktop().later(Seconds{0.05}, [&] { desktop().raise(above); });
-  });
-  EXPECT_EQ(click(), ClickError::promptStillPresent);
-  EXPECT_LT(took, Seconds{16});
-  EXPECT_TRUE(std::none_of(events.posted().begin(), events.posted().end(),
-                           [](const PostedEvent& event) { return event.mouse.has_value(); }));
-  EXPECT_FALSE(desktop().pressed(above).has_value());
-}
-
-TEST_F(ClickExecutorTest, APressThatASlowApplicationTakesLateIsNotRepeated) {
-  approve(question());
-  desktop().setRequestHook([this](const AXRequest& request) {
-    desktop().slow(application, request.kind == AXRequestKind::performAction ? ms(250) : ms(0));
-  });
-  EXPECT_EQ(click(), std::nullopt);
-  EXPECT_EQ(rightPresses, 1);
-  EXPECT_EQ(wrongPresses, Lines{});
 }
 
 }  // namespace

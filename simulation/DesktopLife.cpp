@@ -1,9 +1,6 @@
 #include "simulation/DesktopLife.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
 #include <utility>
 #include <variant>
 
@@ -46,7 +43,8 @@ std::string shown(const Content& content) {
 
 }  // namespace
 
-DesktopLife::DesktopLife(Stage& stage, std::uint64_t seed) : stage(stage), chance(seed, 1) {
+DesktopLife::DesktopLife(Stage& stage, std::uint64_t seed)
+    : stage(stage), chance(seed, 1), applications(stage), all(stage) {
   startApplication();
   startApplication();
 }
@@ -54,19 +52,19 @@ DesktopLife::DesktopLife(Stage& stage, std::uint64_t seed) : stage(stage), chanc
 // ---- Applications
 
 void DesktopLife::startApplication() {
-  if (applications.size() >= kMostApplications) return;
-  const std::string name = "Program " + std::to_string(applications.size() + 1 + all.size());
-  applications.push_back(
-      {stage.desktop().launch({.name = name, .bundleIdentifier = "com.example." + std::to_string(all.size())})});
+  if (applications.count() >= kMostApplications) return;
+  const std::string name = "Program " + std::to_string(applications.count() + 1 + all.count());
+  applications.add(
+      stage.desktop().launch({.name = name, .bundleIdentifier = "com.example." + std::to_string(all.count())}));
   stage.happened(Fault::applicationStarts);
 }
 
 void DesktopLife::endApplication() {
-  Application* const application = anyApplication();
-  if (!application || applications.size() == 1) return;
-  const ApplicationHandle handle = application->handle;
-  endAllOf(handle);
-  std::erase_if(applications, [&](const Application& other) { return other.handle == handle; });
+  const auto application = anyApplication();
+  if (!application || applications.count() == 1) return;
+  const ApplicationHandle handle = *application;
+  all.endAllOf(handle);
+  applications.remove(handle);
   switch (chance.below(3)) {
     case 0:
       stage.happened(Fault::applicationDies);
@@ -83,75 +81,45 @@ void DesktopLife::endApplication() {
 }
 
 void DesktopLife::hangApplication(Seconds duration) {
-  Application* const application = anyApplication();
+  const auto application = anyApplication();
   if (!application) return;
   const bool actsLate = chance.oneIn(3);
   stage.happened(actsLate ? Fault::applicationHangsAndActsLate : Fault::applicationHangs);
-  stage.desktop().hang(application->handle, actsLate ? LateActions::performedOnUnhang : LateActions::lost);
-  impaired(application->handle, duration);
+  stage.desktop().hang(*application, actsLate ? LateActions::performedOnUnhang : LateActions::lost);
+  applications.impair(*application, duration);
 }
 
 void DesktopLife::hangApplicationOf(std::size_t appearance, Seconds duration) {
   const Appearance& which = all[appearance];
-  if (which.to || !find(which.application)) return;
+  if (which.to || !applications.isRunning(which.application)) return;
   stage.happened(Fault::applicationHangsDuringPress);
   stage.desktop().hang(which.application);
-  impaired(which.application, duration);
+  applications.impair(which.application, duration);
 }
 
 void DesktopLife::slowApplication(Seconds duration) {
-  Application* const application = anyApplication();
+  const auto application = anyApplication();
   if (!application) return;
   const bool misses = chance.oneIn(3);
   stage.happened(misses ? Fault::applicationMissesTimeouts : Fault::applicationIsSlow);
-  stage.desktop().slow(application->handle, misses ? chance.seconds(0.5, 3) : chance.seconds(0.005, 0.06));
-  impaired(application->handle, duration);
+  stage.desktop().slow(*application, misses ? chance.seconds(0.5, 3) : chance.seconds(0.005, 0.06));
+  applications.impair(*application, duration);
 }
 
 void DesktopLife::hideApplication(Seconds duration) {
-  Application* const application = anyApplication();
+  const auto application = anyApplication();
   if (!application) return;
   stage.happened(Fault::applicationIsHidden);
-  stage.desktop().hide(application->handle);
-  impaired(application->handle, duration);
+  stage.desktop().hide(*application);
+  applications.impair(*application, duration);
 }
 
 void DesktopLife::lieAboutWindows(Seconds duration) {
-  Application* const application = anyApplication();
+  const auto application = anyApplication();
   if (!application) return;
   stage.happened(Fault::applicationLiesAboutWindows);
-  stage.desktop().setAttributeError(application->handle, ax::kWindows, AXError::cannotComplete);
-  impaired(application->handle, duration);
-}
-
-void DesktopLife::impaired(ApplicationHandle handle, Seconds duration) {
-  Application* const application = find(handle);
-  if (!application) return;
-  if (!application->impairedUntil) {
-    application->impairedBefore = application->lastImpaired;
-    application->impairmentBegan = stage.now();
-  }
-  application->impairedUntil = stage.now() + duration;
-  application->lastImpaired = stage.now();
-  stage.later(duration, [this, handle] {
-    if (Application* const later = find(handle)) calmDown(*later);
-  });
-}
-
-void DesktopLife::calmDown(Application& application) {
-  if (application.impairedUntil) {
-    application.lastImpaired = stage.now();
-    stage.trace("desktop", "process ", application.handle.processIdentifier, " answers again");
-  }
-  application.impairedUntil.reset();
-  stage.desktop().unhang(application.handle);
-  stage.desktop().slow(application.handle, Seconds::zero());
-  stage.desktop().unhide(application.handle);
-  stage.desktop().removeAttribute(application.handle, ax::kWindows);
-}
-
-void DesktopLife::calmDown() {
-  for (Application& application : applications) calmDown(application);
+  stage.desktop().setAttributeError(*application, ax::kWindows, AXError::cannotComplete);
+  applications.impair(*application, duration);
 }
 
 // ---- Prompts
@@ -178,35 +146,35 @@ Content DesktopLife::newContent() {
 }
 
 void DesktopLife::openPrompt() {
-  if (const Application* const application = anyApplication(); application && open().size() < kMostOpen) {
-    open(application->handle, newContent());
+  if (const auto application = anyApplication(); application && all.open().size() < kMostOpen) {
+    open(*application, newContent());
   }
 }
 
 void DesktopLife::openTwin() {
   const auto which = anyOpen();
-  if (!which || open().size() >= kMostOpen) return;
+  if (!which || all.open().size() >= kMostOpen) return;
   stage.happened(Fault::twinOpens);
   open(all[*which].application, Content{all[*which].content});
 }
 
 void DesktopLife::openTwinOf(std::size_t appearance) {
-  if (!find(all[appearance].application) || open().size() >= kMostOpen) return;
+  if (!applications.isRunning(all[appearance].application) || all.open().size() >= kMostOpen) return;
   stage.happened(Fault::twinOpensDuringPress);
   open(all[appearance].application, Content{all[appearance].content});
 }
 
 // Each as large as a prompt can be of which nothing may be cut.
 void DesktopLife::openHugePrompts() {
-  const Application* const application = anyApplication();
+  const auto application = anyApplication();
   if (!application) return;
   stage.happened(Fault::listIsTooLong);
   for (int i = 0; i < 9; ++i) {
     Content content = newContent();
     content.title += std::string(58'000, 'y');
     for (char letter = 'a'; letter < 'd'; ++letter) content.buttons.emplace_back(9'900, letter);
-    open(application->handle, content);
-    stage.later(Seconds{12}, [this, window = all.back().window] { closeWindow(window); });
+    open(*application, content);
+    stage.later(Seconds{12}, [this, window = all[all.count() - 1].window] { closeWindow(window); });
   }
 }
 
@@ -217,13 +185,11 @@ void DesktopLife::open(ApplicationHandle application, const Content& content, st
   if (chance.oneIn(2)) spec.cancelButton = "Cancel";
   if (chance.oneIn(3)) spec.actions = {"AXRaise", "AXConfirm", "AXCancel"};
   const NodeHandle window = stage.desktop().open(application, spec);
-  all.push_back({.number = all.size(),
-                 .window = window,
-                 .application = application,
-                 .content = content,
-                 .from = stage.now(),
-                 .places = {DialogFrame::of(stage.desktop().frame(window).value_or(Rect{}))}});
-  stage.trace("desktop", "appearance ", all.size() - 1, " opens: ", shown(content), " of process ",
+  all.add({.window = window,
+           .application = application,
+           .content = content,
+           .places = {DialogFrame::of(stage.desktop().frame(window).value_or(Rect{}))}});
+  stage.trace("desktop", "appearance ", all.count() - 1, " opens: ", shown(content), " of process ",
               application.processIdentifier);
 }
 
@@ -273,7 +239,7 @@ PressEffect DesktopLife::effect(ApplicationHandle application) {
         stage.happened(Fault::pressSilencesApplication);
         pressed(button, false, false);
         desktop.hang(application);
-        impaired(application, Seconds{40});
+        applications.impair(application, Seconds{40});
       });
     case 8:
     case 9:
@@ -287,13 +253,13 @@ PressEffect DesktopLife::effect(ApplicationHandle application) {
 
 void DesktopLife::pressed(NodeHandle button, bool opensIdentical, bool opensOther) {
   const auto window = stage.desktop().promptOf(button);
-  const Appearance* const its = window ? current(*window) : nullptr;
+  const Appearance* const its = window ? all.current(*window) : nullptr;
   if (!its) return;
   const Content content = its->content;
   const ApplicationHandle application = its->application;
   const auto place = stage.desktop().frame(*window);
   closeWindow(*window);
-  if (open().size() >= kMostOpen) return;
+  if (all.open().size() >= kMostOpen) return;
   if (opensIdentical) {
     stage.happened(Fault::identicalSuccessorOpens);
     open(application, content, chance.oneIn(2) ? place : std::nullopt);
@@ -306,19 +272,17 @@ void DesktopLife::pressed(NodeHandle button, bool opensIdentical, bool opensOthe
 // A prompt with other buttons is another one.
 void DesktopLife::takeAway(NodeHandle button) {
   const auto window = stage.desktop().promptOf(button);
-  Appearance* const its = window ? current(*window) : nullptr;
+  Appearance* const its = window ? all.current(*window) : nullptr;
   if (!its) return;
   Appearance next = *its;
-  end(*its);
+  all.end(*its);
   std::erase(next.content.buttons, textOf(stage.desktop().attribute(button, ax::kTitle)));
-  next.number = all.size();
-  next.from = stage.now();
-  all.push_back(std::move(next));
-  stage.trace("desktop", "appearance ", all.size() - 1, " is left of it");
+  all.add(std::move(next));
+  stage.trace("desktop", "appearance ", all.count() - 1, " is left of it");
 }
 
 void DesktopLife::closeWindow(NodeHandle window) {
-  if (Appearance* const its = current(window)) end(*its);
+  if (Appearance* const its = all.current(window)) all.end(*its);
   stage.desktop().close(window);
 }
 
@@ -366,17 +330,13 @@ void DesktopLife::replaceContent(std::size_t appearance, bool withPassword) {
   next.lines = {withPassword ? kPasswordLine + number : "Replacing volume " + number + " cannot be undone."};
   next.needsDirectAccess = withPassword;
   next.isUnreadable = false;
-  end(all[appearance]);
+  all.end(all[appearance]);
   desktop.setAttribute(before.window, ax::kTitle, AXValue{next.title});
   desktop.setAttribute(lines.front(), ax::kValue, AXValue{next.lines.front()});
   for (std::size_t i = 1; i < lines.size(); ++i) desktop.close(lines[i]);
-  all.push_back({.number = all.size(),
-                 .window = before.window,
-                 .application = before.application,
-                 .content = next,
-                 .from = stage.now(),
-                 .places = {before.places.back()}});
-  stage.trace("desktop", "appearance ", before.number, " turns into ", all.size() - 1, ": ", shown(next));
+  all.add(
+      {.window = before.window, .application = before.application, .content = next, .places = {before.places.back()}});
+  stage.trace("desktop", "appearance ", before.number, " turns into ", all.count() - 1, ": ", shown(next));
 }
 
 void DesktopLife::swapLabels() {
@@ -408,27 +368,7 @@ void DesktopLife::moveWindow() {
   its.unsteady = stage.now();
 }
 
-void DesktopLife::end(Appearance& appearance) {
-  if (appearance.to) return;
-  appearance.to = stage.now();
-  stage.trace("desktop", "appearance ", appearance.number, " ends");
-}
-
-void DesktopLife::endAllOf(ApplicationHandle application) {
-  for (Appearance& appearance : all) {
-    if (appearance.application == application) end(appearance);
-  }
-}
-
 // ---- The truth
-
-std::vector<std::size_t> DesktopLife::open() const {
-  std::vector<std::size_t> found;
-  for (const Appearance& appearance : all) {
-    if (!appearance.to) found.push_back(appearance.number);
-  }
-  return found;
-}
 
 std::vector<AgentPress> DesktopLife::takeAgentPresses() {
   std::vector<AgentPress> taken;
@@ -437,7 +377,7 @@ std::vector<AgentPress> DesktopLife::takeAgentPresses() {
     if (std::find(pressesByHand.begin(), pressesByHand.end(), pressesRead) != pressesByHand.end()) continue;
     const auto& press = presses[pressesRead];
     const Seconds at = stage.timeOf(press.at);
-    if (const auto appearance = appearanceAt(press.window, at)) {
+    if (const auto appearance = all.at(press.window, at)) {
       taken.push_back({at, *appearance, press.label, press.isTaken, mouseHeldBefore(press.at)});
     }
   }
@@ -458,74 +398,14 @@ Seconds DesktopLife::mouseHeldBefore(Instant release) {
   return Seconds::zero();
 }
 
-// At the moment when one turns into another: the earlier one.
-std::optional<std::size_t> DesktopLife::appearanceAt(NodeHandle window, Seconds at) const {
-  const auto found = std::find_if(all.begin(), all.end(), [&](const Appearance& appearance) {
-    return appearance.window == window && appearance.from <= at + kSameMoment &&
-           (!appearance.to || at <= *appearance.to + kSameMoment);
-  });
-  return found == all.end() ? std::nullopt : std::optional{found->number};
-}
-
-std::optional<std::size_t> DesktopLife::predecessorOf(std::size_t appearance) const {
-  const Appearance& its = all[appearance];
-  const auto found = std::find_if(all.begin(), all.end(), [&](const Appearance& earlier) {
-    return earlier.window == its.window && earlier.number != appearance && earlier.to &&
-           std::abs((*earlier.to - its.from).count()) <= kSameMoment.count();
-  });
-  return found == all.end() ? std::nullopt : std::optional{found->number};
-}
-
-bool DesktopLife::tookItsWindowAlong(std::size_t appearance) const {
-  const Appearance& its = all[appearance];
-  return its.to && std::none_of(all.begin(), all.end(), [&](const Appearance& other) {
-           return other.window == its.window && other.number != appearance && other.from >= *its.to - kSameMoment;
-         });
-}
-
-bool DesktopLife::allAnsweredSince(Seconds time) const {
-  return std::all_of(applications.begin(), applications.end(), [&](const Application& application) {
-    return !application.impairedUntil && (!application.lastImpaired || *application.lastImpaired < time);
-  });
-}
-
-bool DesktopLife::answeredSince(std::size_t appearance, Seconds time) const {
-  const Application* const application = find(all[appearance].application);
-  if (!application) return true;  // It has ended, which can be known.
-  return !application->impairedUntil && (!application->lastImpaired || *application->lastImpaired < time);
-}
-
-bool DesktopLife::answeredBetween(std::size_t appearance, Seconds from, Seconds until) const {
-  if (answeredSince(appearance, from)) return true;
-  const Application* const application = find(all[appearance].application);
-  return application && application->impairmentBegan >= until &&
-         (!application->impairedBefore || *application->impairedBefore < from);
-}
-
-Appearance* DesktopLife::current(NodeHandle window) {
-  for (auto appearance = all.rbegin(); appearance != all.rend(); ++appearance) {
-    if (appearance->window == window && !appearance->to) return &*appearance;
-  }
-  return nullptr;
-}
-
 std::optional<std::size_t> DesktopLife::anyOpen() {
-  const auto candidates = open();
+  const auto candidates = all.open();
   return candidates.empty() ? std::nullopt : std::optional{chance.pick(candidates)};
 }
 
-DesktopLife::Application* DesktopLife::anyApplication() {
-  return applications.empty() ? nullptr : &applications[chance.below(applications.size())];
-}
-
-DesktopLife::Application* DesktopLife::find(ApplicationHandle application) {
-  return const_cast<Application*>(std::as_const(*this).find(application));
-}
-
-const DesktopLife::Application* DesktopLife::find(ApplicationHandle application) const {
-  const auto found = std::find_if(applications.begin(), applications.end(),
-                                  [&](const Application& other) { return other.handle == application; });
-  return found == applications.end() ? nullptr : &*found;
+std::optional<ApplicationHandle> DesktopLife::anyApplication() {
+  if (applications.count() == 0) return std::nullopt;
+  return applications[chance.below(applications.count())];
 }
 
 }  // namespace quillard::simulation

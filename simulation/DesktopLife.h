@@ -1,47 +1,16 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "approvals/PendingApproval.h"
+#include "simulation/Appearances.h"
 #include "simulation/Chance.h"
+#include "simulation/RunningApplications.h"
 #include "simulation/Stage.h"
 
 namespace quillard::simulation {
-
-// What a prompt says, and what the agent has to make of it.
-struct Content {
-  std::string title;  // Of one content only, but for twins and identical successors.
-  std::vector<std::string> lines;
-  std::vector<std::string> buttons;
-  bool needsDirectAccess = false;  // It asks for a password, or one of its texts cannot be read.
-  bool isUnreadable = false;       // One of its texts cannot be read.
-  bool operator==(const Content&) const = default;
-};
-
-// The labels that two buttons have given each other.
-struct LabelSwap {
-  Seconds at{0};
-  std::string first;
-  std::string second;
-};
-
-// One appearance: one content in one window, from when it was there until it was not. A window whose content changes
-// shows another appearance from then on. Never forgotten.
-struct Appearance {
-  std::size_t number = 0;
-  platform::simulated::NodeHandle window{};
-  platform::simulated::ApplicationHandle application{};
-  Content content;
-  Seconds from{0};
-  std::optional<Seconds> to{};         // Absent: it is still there.
-  std::vector<DialogFrame> places{};   // Where the window has been meanwhile, oldest first.
-  std::optional<LabelSwap> swapped{};  // The last time.
-  std::optional<Seconds> unsteady{};   // When something about it last changed that a scan may see as another prompt.
-};
 
 // One press that reached a button, by the agent.
 struct AgentPress {
@@ -86,56 +55,47 @@ class DesktopLife {
   void hangApplicationOf(std::size_t appearance, Seconds duration);
 
   // Every application answers, and none is hidden.
-  void calmDown();
+  void calmDown() { applications.calmDown(); }
 
   // ---- The truth.
-  [[nodiscard]] const std::vector<Appearance>& appearances() const { return all; }
-  [[nodiscard]] std::vector<std::size_t> open() const;
+  [[nodiscard]] const std::vector<Appearance>& appearances() const { return all.all(); }
+  [[nodiscard]] std::vector<std::size_t> open() const { return all.open(); }
   // Presses of the agent that were noticed since the last call, oldest first.
   [[nodiscard]] std::vector<AgentPress> takeAgentPresses();
   // The appearance that turned into this one, in the same window. Absent: it is its window's first.
-  [[nodiscard]] std::optional<std::size_t> predecessorOf(std::size_t appearance) const;
+  [[nodiscard]] std::optional<std::size_t> predecessorOf(std::size_t appearance) const {
+    return all.predecessorOf(appearance);
+  }
   // Whether its window went with it.
-  [[nodiscard]] bool tookItsWindowAlong(std::size_t appearance) const;
+  [[nodiscard]] bool tookItsWindowAlong(std::size_t appearance) const { return all.tookItsWindowAlong(appearance); }
   // Whether all applications have answered since `time`.
-  [[nodiscard]] bool allAnsweredSince(Seconds time) const;
+  [[nodiscard]] bool allAnsweredSince(Seconds time) const { return applications.allAnsweredSince(time); }
   // Whether its application answered everything, in time and truly, since `time`.
-  [[nodiscard]] bool answeredSince(std::size_t appearance, Seconds time) const;
+  [[nodiscard]] bool answeredSince(std::size_t appearance, Seconds time) const {
+    return applications.answeredSince(all[appearance].application, time);
+  }
   // The same up to `until`, whatever became of it then.
-  [[nodiscard]] bool answeredBetween(std::size_t appearance, Seconds from, Seconds until) const;
+  [[nodiscard]] bool answeredBetween(std::size_t appearance, Seconds from, Seconds until) const {
+    return applications.answeredBetween(all[appearance].application, from, until);
+  }
 
  private:
-  struct Application {
-    platform::simulated::ApplicationHandle handle;
-    std::optional<Seconds> impairedUntil{};   // Until then it does not answer well. Infinite: until it is told to.
-    std::optional<Seconds> lastImpaired{};    // When it last did not.
-    Seconds impairmentBegan{0};               // Of the newest impairment.
-    std::optional<Seconds> impairedBefore{};  // The end of the one before that.
-  };
-
   [[nodiscard]] Content newContent();
   void open(platform::simulated::ApplicationHandle application, const Content& content,
             std::optional<Rect> place = std::nullopt);
   [[nodiscard]] platform::simulated::PressEffect effect(platform::simulated::ApplicationHandle application);
   void pressed(platform::simulated::NodeHandle button, bool opensIdentical, bool opensOther);
   void takeAway(platform::simulated::NodeHandle button);
-  void end(Appearance& appearance);
-  void endAllOf(platform::simulated::ApplicationHandle application);
   void closeWindow(platform::simulated::NodeHandle window);
-  void impaired(platform::simulated::ApplicationHandle application, Seconds duration);
-  void calmDown(Application& application);
-  [[nodiscard]] Appearance* current(platform::simulated::NodeHandle window);
   [[nodiscard]] std::optional<std::size_t> anyOpen();
-  [[nodiscard]] Application* anyApplication();
-  [[nodiscard]] Application* find(platform::simulated::ApplicationHandle application);
-  [[nodiscard]] const Application* find(platform::simulated::ApplicationHandle application) const;
+  // Absent: none runs.
+  [[nodiscard]] std::optional<platform::simulated::ApplicationHandle> anyApplication();
   [[nodiscard]] Seconds mouseHeldBefore(Instant release);
-  [[nodiscard]] std::optional<std::size_t> appearanceAt(platform::simulated::NodeHandle window, Seconds at) const;
 
   Stage& stage;
   Chance chance;
-  std::vector<Application> applications;  // Those that run.
-  std::vector<Appearance> all;
+  RunningApplications applications;
+  Appearances all;
   std::size_t contents = 0;
   std::size_t pressesRead = 0;
   std::size_t eventsRead = 0;

@@ -128,6 +128,7 @@ HostileRelay::HostileRelay(Stage& stage, Identities& identities, Ledger& ledger,
       ledger(ledger),
       events(std::move(events)),
       chance(seed, 2),
+      network(stage, ledger, chance),
       core(std::make_unique<Core>(store)) {
   stage.world.httpSessions().setServer([this](const platform::HttpRequest& request) { return answer(request); });
   stage.world.webSockets().onStart([this](const ConnectionHandle& connection) { connectionStarted(connection); });
@@ -245,11 +246,12 @@ void HostileRelay::fromAgent(const std::shared_ptr<AgentLink>& link, const std::
   } else {
     events.unknownAgentSent(frame);
   }
+  const int hostility = network.hostilityPercent();
   if (hostility > 0 && static_cast<int>(chance.below(400)) < hostility) {
     stage.happened(Fault::frameIsReflected);
     toAgent(link, frame);
   }
-  send(frame, link->lastFromAgent, [this, link](const std::string& arrived) {
+  network.send(frame, link->lastFromAgent, [this, link](const std::string& arrived) {
     core->rooms.didReceiveBytes(*link->peer, 1, moment().instant);
     core->rooms.take(*link->peer, arrived, moment());
   });
@@ -260,7 +262,7 @@ void HostileRelay::toAgent(const std::weak_ptr<AgentLink>& link, const std::stri
   if (!alive) return;
   archive.push_back({alive->pairingID, frame});
   if (archive.size() > kKeptFrames) archive.pop_front();
-  send(frame, alive->lastToAgent, [this, pairingID = alive->pairingID, link](const std::string& arrived) {
+  network.send(frame, alive->lastToAgent, [this, pairingID = alive->pairingID, link](const std::string& arrived) {
     deliverToAgent(pairingID, link, arrived);
   });
 }
@@ -270,7 +272,7 @@ void HostileRelay::deliverToAgent(const std::string& pairingID, const std::weak_
                                   const std::string& frame) {
   auto target = link.lock();
   if (!target || target->connection->isEnded()) {
-    if (hostility == 0) return;
+    if (network.hostilityPercent() == 0) return;
     target = newestLink(pairingID);
   }
   if (!target || !target->connection->isAccepted() || target->connection->isEnded()) return;
@@ -339,7 +341,7 @@ void HostileRelay::disconnect(const std::string& deviceID) {
 void HostileRelay::send(const std::string& deviceID, const std::string& frame) {
   const auto found = phones.find(deviceID);
   if (found == phones.end()) return;
-  send(frame, found->second.lastFromPhone, [this, peer = found->second.peer](const std::string& arrived) {
+  network.send(frame, found->second.lastFromPhone, [this, peer = found->second.peer](const std::string& arrived) {
     core->rooms.didReceiveBytes(*peer, 1, moment().instant);
     core->rooms.take(*peer, arrived, moment());
   });
@@ -348,63 +350,10 @@ void HostileRelay::send(const std::string& deviceID, const std::string& frame) {
 void HostileRelay::toPhone(const std::string& deviceID, std::uint64_t connection, const std::string& frame) {
   const auto found = phones.find(deviceID);
   if (found == phones.end() || found->second.number != connection) return;
-  send(frame, found->second.lastToPhone, [this, deviceID, connection](const std::string& arrived) {
+  network.send(frame, found->second.lastToPhone, [this, deviceID, connection](const std::string& arrived) {
     const auto link = phones.find(deviceID);
     if (link != phones.end() && link->second.number == connection) link->second.line->frameArrived(arrived);
   });
-}
-
-// ---- The network
-
-void HostileRelay::send(const std::string& frame, Seconds& last,
-                        const std::function<void(const std::string&)>& deliver) {
-  const Seconds now = stage.now();
-  last = std::max(last, now + chance.seconds(0.005, 0.04));
-  if (hostility == 0 || static_cast<int>(chance.below(100)) >= hostility) {
-    return stage.later(last - now, [deliver, frame] { deliver(frame); });
-  }
-  const auto at = [&](Seconds delay, const std::string& what) {
-    stage.later(delay, [this, deliver, what] {
-      if (hostility > 0) deliver(what);
-    });
-  };
-  switch (chance.below(7)) {
-    case 0:
-      return stage.happened(Fault::frameIsDropped);
-    case 1:
-      stage.happened(Fault::frameIsRepeated);
-      for (int i = chance.between(1, 5); i >= 0; --i) at(chance.seconds(0.01, 20), frame);
-      return at(last - now, frame);
-    case 2:
-      stage.happened(Fault::frameIsDelayed);
-      last += chance.seconds(0.5, 15);
-      return at(last - now, frame);
-    case 3:
-      stage.happened(Fault::frameIsHeldForMinutes);
-      return at(chance.seconds(30, 240), frame);
-    case 4:
-      stage.happened(Fault::framesAreReordered);
-      return at(chance.seconds(0.05, 4), frame);
-    case 5: {
-      const std::string other = renamed(frame);
-      if (other != frame) at(chance.seconds(0.01, 10), other);
-      return at(last - now, frame);
-    }
-    default:
-      return at(last - now + chance.seconds(0, 0.3), frame);
-  }
-}
-
-// A decision under another name; anything else as it is.
-std::string HostileRelay::renamed(const std::string& frame) {
-  auto json = Json::parse(frame, nullptr, false);
-  if (!json.is_object() || !json.contains("encryptedRequest") || !json.contains("decisionID")) return frame;
-  const auto name = json["decisionID"].get<std::string>();
-  const std::string other = name + "-r" + std::to_string(chance.below(1000));
-  ledger.rename(name, other);
-  stage.happened(Fault::decisionIsRenamed);
-  json["decisionID"] = other;
-  return json.dump();
 }
 
 // ---- What happens once
@@ -484,7 +433,9 @@ void HostileRelay::sendGarbage() {
 
 // Nobody can find out which frames a relay kept to itself. What it kept is sent anew over new connections.
 void HostileRelay::calmDown() {
-  if (std::exchange(hostility, 0) > 0) restart(false);
+  const bool wasHostile = network.hostilityPercent() > 0;
+  network.setHostility(0);
+  if (wasHostile) restart(false);
   isUp = true;
   refusals.clear();
   archive.clear();

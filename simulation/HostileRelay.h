@@ -16,6 +16,7 @@
 #include "companion/relay/rules/RelayService.h"
 #include "platform/simulated/SimulatedWebSockets.h"
 #include "simulation/Chance.h"
+#include "simulation/HostileNetwork.h"
 #include "simulation/Identities.h"
 #include "simulation/Ledger.h"
 #include "simulation/Stage.h"
@@ -53,7 +54,7 @@ class HostileRelay {
   HostileRelay& operator=(const HostileRelay&) = delete;
 
   // Of a hundred frames, as many suffer something. Zero: the relay is honest, and the network reliable.
-  void setHostility(int percent) { hostility = percent; }
+  void setHostility(int percent) { network.setHostility(percent); }
 
   // ---- What happens once.
   void dropConnections();
@@ -99,17 +100,13 @@ class HostileRelay {
   void leave(AgentLink& link);
   [[nodiscard]] std::shared_ptr<AgentLink> newestLink(const std::string& pairingID) const;
   [[nodiscard]] relayserver::Moment moment() const;
-  // Hands `deliver` the frame now or later, never, or more than once. `last`: when the line's newest honest frame
-  // arrives, so that these stay in order.
-  void send(const std::string& frame, Seconds& last, const std::function<void(const std::string&)>& deliver);
-  [[nodiscard]] std::string renamed(const std::string& frame);
 
   Stage& stage;
   Identities& identities;
   Ledger& ledger;
   const RelayEvents events;
   Chance chance;
-  int hostility = 0;
+  HostileNetwork network;
   bool isUp = true;
   std::map<Fault, Seconds> refusals;  // Until when.
   std::deque<Seconds> attempts;       // The newest requests of the agent.

@@ -22,7 +22,7 @@ TEST_F(AppDelegateQuestions, TheListOfThemIsThereToBeRead) {
   agent.launchAndPair();
   EXPECT_THAT(program.request(channelLine("questions")), HasSubstr(R"("questions":[])"));
   program.ask();
-  const auto listed = Program(agent, "terminal").request(channelLine("questions"));
+  const auto listed = AskingProgram(agent, "terminal").request(channelLine("questions"));
   EXPECT_THAT(listed, HasSubstr(R"("question":"Delete the old backups?")"));
   EXPECT_THAT(listed, HasSubstr(R"("buttons":["Delete","Cancel"])"));
   EXPECT_THAT(listed, HasSubstr(agent.phone.shown().at(0).id.text()));

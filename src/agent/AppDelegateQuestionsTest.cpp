@@ -83,7 +83,7 @@ TEST_F(AppDelegateQuestions, AtTheComputerAreDeniedFromAfarAndGrantedThereAlone)
   EXPECT_THAT(agent.phone.answers(grant.value()),
               ElementsAre("requires_direct_access: The program wants this to be answered at the computer."));
   EXPECT_FALSE(program.outcome.has_value());
-  EXPECT_THAT(Program(agent, "terminal").request(channelLine("answer", {{"id", id.text()}, {"label", "Delete"}})),
+  EXPECT_THAT(AskingProgram(agent, "terminal").request(channelLine("answer", {{"id", id.text()}, {"label", "Delete"}})),
               HasSubstr(R"("type":"done")"));
   EXPECT_EQ(program.outcome.value().label, "Delete");
   EXPECT_EQ(program.outcome.value().by, "computer");

@@ -1,3 +1,5 @@
+#include <functional>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -20,7 +22,7 @@ using testing::Not;
 
 // What a change leads to, in its order, without anything that it is about.
 struct SettingsTakeoverTest : testing::Test {
-  auto does(const std::string& what) {
+  std::function<void()> does(const std::string& what) {
     return [this, what] { done.push_back(what); };
   }
   [[nodiscard]] std::optional<bool> isTakenOver(const SettingsChange& change) {

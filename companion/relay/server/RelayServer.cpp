@@ -19,6 +19,7 @@
 #include "companion/relay/rules/Pairings.h"
 #include "companion/relay/rules/PrefixCounts.h"
 #include "companion/relay/rules/RelayNames.h"
+#include "companion/relay/rules/StoreCare.h"
 #include "companion/relay/server/HttpConnection.h"
 #include "companion/relay/server/PhonePageFiles.h"
 #include "companion/relay/server/ProcessMemory.h"
@@ -35,11 +36,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::milliseconds kTickOfCluster{100};
-constexpr std::chrono::minutes kTidying{5};
-constexpr std::chrono::seconds kRetry{5};
-// How often it is tried whether the database can be written; the second while it cannot be used.
-constexpr std::chrono::minutes kProbing{1};
-constexpr std::chrono::seconds kProbingOfFailed{5};
 // After a connection could not be accepted, usually for want of file descriptors.
 constexpr std::chrono::milliseconds kAcceptPause{200};
 
@@ -124,8 +120,6 @@ class RelayServer::Implementation {
   void reloadCertificate();
   void awaitTick();
   void keepHouse(Moment now);
-  void tidy();
-  void probeStore(Instant now);
   void drain();
   void stop();
   void closeNext(Duration pause);
@@ -150,18 +144,15 @@ class RelayServer::Implementation {
   std::optional<PushService> push;
   std::optional<PairingRooms> rooms;
   std::optional<RelayService> service;
+  std::optional<StoreCare> storeCare;
   std::optional<ConnectionDependencies> dependencies;
   TlsContext tls;
   TokenBucket newConnections{configuration.limits.newConnections, Instant{}};
   ProcessMemory processMemory;
   Instant nextHousekeeping{};
-  Instant nextTidying{};
-  Instant nextRetry{};
   bool isStopping = false;
   PrefixCounts openRequests{configuration.limits.openRequests};
   PrefixBuckets newConnectionsFrom{configuration.limits.addressNewConnections, configuration.limits.addresses};
-  Instant nextProbe{};
-  Instant nextProbeOfFailed{};
   bool hasPrinted = false;
   asio::io_context loop{1};
   std::vector<std::unique_ptr<Listener>> listeners;
@@ -232,6 +223,7 @@ void RelayServer::Implementation::openStoreAndRooms() {
   rooms.emplace(PairingRooms::Dependencies{*pairings, memory, configuration.limits, metrics, log, waking});
   service.emplace(RelayService::Dependencies{*pairings, *rooms, page, configuration.limits, registrationKey,
                                              configuration.pageOrigins, waking});
+  storeCare.emplace(StoreCare::Dependencies{*pairings, *rooms, metrics, log});
   if (push) push->attach(*rooms);
   if (cluster) cluster->attach(*pairings, *rooms, *service);
   dependencies.emplace(ConnectionDependencies{*service, *rooms, memory, memoryOfRequests, configuration.limits, metrics,
@@ -418,35 +410,7 @@ void RelayServer::Implementation::keepHouse(Moment now) {
   if (pushSender) pushSender->tick();
   if (push && (!cluster || cluster->hasServed())) push->tick(now);
   processMemory.noteConnections(metrics.requests + rooms->peerCount(), now.instant);
-  for (const auto& pairingID : rooms->takePairingsInUse()) pairings->noteUsed(pairingID, now.epochSeconds);
-  const bool hasStore = !cluster || cluster->hasServed();
-  if (hasStore && now.instant >= nextTidying) tidy();
-  if (hasStore) probeStore(now.instant);
-  if (now.instant >= nextRetry) {
-    nextRetry = now.instant + kRetry;
-    pairings->retryUnsaved(now.epochSeconds);
-  }
-  for (const auto& failure : pairings->takeFailures()) {
-    ++metrics.storeFailures;
-    log.warn("The database could not be used: " + failure);
-  }
-}
-
-void RelayServer::Implementation::tidy() {
-  const auto now = currentMoment();
-  nextTidying = now.instant + kTidying;
-  const auto purged = pairings->tidy(now.epochSeconds);
-  if (!purged.empty()) log.note("Forgot pairings that were not used for long: " + std::to_string(purged.size()));
-  rooms->forget(purged);
-}
-
-// A disk that is full is noticed before an agent meets it.
-void RelayServer::Implementation::probeStore(Instant now) {
-  if (now < nextProbe && pairings->isStoreFine()) return;
-  if (now < nextProbeOfFailed) return;
-  nextProbe = now + kProbing;
-  nextProbeOfFailed = now + kProbingOfFailed;
-  pairings->probe();
+  storeCare->tick(now, !cluster || cluster->hasServed());
 }
 
 void RelayServer::Implementation::drain() {

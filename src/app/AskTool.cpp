@@ -12,7 +12,7 @@ namespace {
 
 using Kind = AskOutcome::Kind;
 
-constexpr std::size_t kLongestShown = 4096;
+constexpr std::size_t kLongestAsked = 4096;
 
 std::string_view outcomeName(const AskOutcome& outcome) {
   switch (outcome.kind) {
@@ -115,10 +115,10 @@ void AskTool::ended(const AskOutcome& outcome) {
 }
 
 std::string terminalText(const QuestionRequest& request) {
-  std::string text = "\n" + printableText(request.question, kLongestShown) + "\n";
-  for (const auto& line : request.lines) text += "  " + printableText(line, kLongestShown) + "\n";
+  std::string text = "\n" + printableText(request.question, kLongestAsked) + "\n";
+  for (const auto& line : request.lines) text += "  " + printableText(line, kLongestAsked) + "\n";
   for (std::size_t i = 0; i < request.buttons.size(); ++i) {
-    text += "  " + std::to_string(i + 1) + "  " + printableText(request.buttons[i].label, kLongestShown) + "\n";
+    text += "  " + std::to_string(i + 1) + "  " + printableText(request.buttons[i].label, kLongestAsked) + "\n";
   }
   return text + "Number: ";
 }

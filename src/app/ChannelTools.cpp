@@ -1,26 +1,14 @@
 #include "app/ChannelTools.h"
 
-#include <algorithm>
 #include <utility>
 
+#include "app/ListedRecords.h"
 #include "foundation/PrintableText.h"
 
 namespace quillard::app {
 namespace {
 
 using platform::LocalConnectOutcome;
-
-constexpr std::size_t kLongestShown = 1024;
-constexpr std::size_t kShortestPrefix = 4;
-constexpr std::size_t kShownIdentity = 8;
-
-std::string lowered(std::string_view text) {
-  std::string low(text);
-  for (char& character : low) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  }
-  return low;
-}
 
 std::string relayText(JsonReader& status) {
   bool isConfigured = false;
@@ -132,21 +120,17 @@ std::string questionsText(const std::vector<ListedQuestion>& questions) {
   if (questions.empty()) return "No question waits.\n";
   std::string text;
   for (const auto& one : questions) {
-    text += printableText(std::string_view{one.id}.substr(0, kShownIdentity)) + "  " + printableText(one.program) +
-            ": " + printableText(one.question, kLongestShown) + "\n";
-    for (const auto& line : one.lines) text += "          " + printableText(line, kLongestShown) + "\n";
+    text += listedIdentity(one.id) + "  " + printableText(one.program) + ": " +
+            printableText(one.question, kLongestListed) + "\n";
+    for (const auto& line : one.lines) text += "          " + printableText(line, kLongestListed) + "\n";
     if (one.linesLeftOut > 0) text += "          (" + std::to_string(one.linesLeftOut) + " more lines)\n";
-    for (const auto& label : one.buttons) text += "          [" + printableText(label, kLongestShown) + "]\n";
+    for (const auto& label : one.buttons) text += "          [" + printableText(label, kLongestListed) + "]\n";
   }
   return text;
 }
 
 const ListedQuestion* questionWith(const std::vector<ListedQuestion>& questions, std::string_view prefix) {
-  if (prefix.size() < kShortestPrefix) return nullptr;
-  const auto matches = [&](const ListedQuestion& one) { return lowered(one.id).starts_with(lowered(prefix)); };
-  const auto found = std::find_if(questions.begin(), questions.end(), matches);
-  if (found == questions.end() || std::count_if(questions.begin(), questions.end(), matches) != 1) return nullptr;
-  return &*found;
+  return onlyRecordWith(questions, prefix);
 }
 
 }  // namespace quillard::app

@@ -1,7 +1,6 @@
 #include "app/MuteTools.h"
 
-#include <algorithm>
-
+#include "app/ListedRecords.h"
 #include "foundation/IsoDate.h"
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"
@@ -9,9 +8,6 @@
 namespace quillard::app {
 namespace {
 
-constexpr std::size_t kShortestPrefix = 4;
-constexpr std::size_t kShownIdentity = 8;
-constexpr std::size_t kLongestShown = 1024;
 constexpr std::int64_t kMostLeftOut = 1'000'000;
 constexpr std::int64_t kDay = 86400;
 
@@ -21,18 +17,8 @@ std::string endOf(const ListedMute& one) {
 }
 
 std::string lineOf(const ListedMute& one) {
-  const auto text = [](const std::string& given) { return given.empty() ? "?" : printableText(given, kLongestShown); };
-  return printableText(std::string_view{one.id}.substr(0, kShownIdentity)) + "  " + text(one.program) + ": " +
-         text(one.title) + ", " + endOf(one) + "\n";
-}
-
-// Null: none, or several.
-const ListedMute* find(const ListedMutes& mutes, const std::string& prefix) {
-  const auto wanted = text::lowercased(prefix);
-  const auto matches = [&](const ListedMute& one) { return text::lowercased(one.id).starts_with(wanted); };
-  const auto& kinds = mutes.kinds;
-  if (wanted.size() < kShortestPrefix || std::count_if(kinds.begin(), kinds.end(), matches) != 1) return nullptr;
-  return &*std::find_if(kinds.begin(), kinds.end(), matches);
+  const auto text = [](const std::string& given) { return given.empty() ? "?" : printableText(given, kLongestListed); };
+  return listedIdentity(one.id) + "  " + text(one.program) + ": " + text(one.title) + ", " + endOf(one) + "\n";
 }
 
 MuteRequest unknown(const std::string& prefix) {
@@ -70,12 +56,12 @@ std::string mutesText(const ListedMutes& mutes) {
 MuteRequest planUnmuting(const EndMute& command, const ListedMutes& mutes) {
   if (mutes.kinds.empty()) return {.line = {}, .problem = "Nothing is muted."};
   if (command.all) return {.line = channelLine("unmute", {{"all", true}})};
-  const auto* const found = find(mutes, command.id);
+  const auto* const found = onlyRecordWith(mutes.kinds, command.id);
   return found ? MuteRequest{.line = channelLine("unmute", {{"id", found->id}})} : unknown(command.id);
 }
 
 MuteRequest planMuting(const ChangeMute& command, const ListedMutes& mutes) {
-  const auto* const found = find(mutes, command.id);
+  const auto* const found = onlyRecordWith(mutes.kinds, command.id);
   if (!found) return unknown(command.id);
   const std::int64_t lasts = command.duration == "day" ? kDay : command.duration == "week" ? 7 * kDay : 0;
   return {.line = channelLine("mute", {{"id", found->id}, {"lasts", lasts}})};

@@ -6,6 +6,7 @@
 #include <openssl/evp.h>
 
 #include "foundation/BrokenPromise.h"
+#include "foundation/HexText.h"
 
 namespace quillard {
 namespace {
@@ -61,19 +62,13 @@ bool isBeginningExplained(const AuditReading& reading) {
 }  // namespace
 
 std::string auditDigest(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
   std::array<unsigned char, 32> bytes{};
   std::size_t length = 0;
   if (EVP_Q_digest(nullptr, "SHA256", nullptr, text.data(), text.size(), bytes.data(), &length) != 1 ||
       length != bytes.size()) {
     stopForBrokenPromise("The cryptographic library has no SHA-256.");
   }
-  std::string hex;
-  for (const unsigned char byte : bytes) {
-    hex += kDigits[byte >> 4U];
-    hex += kDigits[byte & 0x0FU];
-  }
-  return hex;
+  return hexText(bytes);
 }
 
 AuditHead AuditReading::head() const {

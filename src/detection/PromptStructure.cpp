@@ -53,7 +53,7 @@ struct Facts {
   [[nodiscard]] bool isQuestionByWords() const { return saysQuestion && decisions > 1; }
 };
 
-bool isSettingsTitle(std::string_view title, platform::SupplementList endings) {
+bool endsAsSettingsDo(std::string_view title, platform::SupplementList endings) {
   const std::string normalized = text::normalized(title);
   const auto isEnding = [&](std::string_view part) {
     return platform::anyTextOf(
@@ -111,7 +111,7 @@ Facts factsOf(const DialogPromptEvidence& evidence, const PromptSupplement& supp
   // A tree in a dialog is a list to choose from; in a window, what leads around in it.
   const bool isOutlined = !facts.words.isDialogLike && evidence.hasNavigationChrome;
   facts.hasChrome = isOutlined || facts.parts.tabGroups > 0 || facts.parts.toolbars > 0 || facts.parts.menuBars > 0;
-  facts.hasSettingsTitle = isSettingsTitle(evidence.title, supplement.settingsTitles);
+  facts.hasSettingsTitle = endsAsSettingsDo(evidence.title, supplement.settingsTitles);
   facts.saysQuestion = saysOneOf(all, supplement.questions);
   facts.hasPhrase = facts.words.hasPhrase || facts.saysQuestion || saysOneOf(all, supplement.phrases);
   facts.lines = static_cast<int>(evidence.messageLines.size()) + (evidence.title.empty() ? 0 : 1);

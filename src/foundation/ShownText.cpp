@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 constexpr std::size_t kMarkBytes = 3;
 
 // All of them take three bytes.
-bool isDirectionMark(std::string_view bytes) {
+bool isInvisibleMark(std::string_view bytes) {
   if (bytes.size() < kMarkBytes) return false;
   const auto last = static_cast<unsigned char>(bytes[2]);
   if (bytes.starts_with("\xE2\x80"sv)) return (last >= 0x8B && last <= 0x8F) || (last >= 0xAA && last <= 0xAE);
@@ -56,7 +56,7 @@ std::string withoutDirectionMarks(std::string_view text) {
   std::string kept;
   kept.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {
-    const bool isMark = static_cast<unsigned char>(text[i]) >= 0xE2 && isDirectionMark(text.substr(i));
+    const bool isMark = static_cast<unsigned char>(text[i]) >= 0xE2 && isInvisibleMark(text.substr(i));
     if (!isMark) kept += text[i];
     i += isMark ? kMarkBytes : 1;
   }

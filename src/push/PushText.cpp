@@ -7,10 +7,10 @@
 #include <openssl/hmac.h>
 
 #include "click/semantics/DialogButtonSemantics.h"
+#include "foundation/HexText.h"
 #include "foundation/PrintableText.h"
 #include "foundation/StrictJson.h"
 #include "foundation/Text.h"
-#include "relay/HexText.h"
 #include "relay/RelayCrypto.h"
 
 namespace quillard {

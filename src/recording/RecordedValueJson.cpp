@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/HexText.h"
 #include "foundation/Text.h"
 
 namespace quillard::recording {
@@ -31,32 +32,6 @@ constexpr std::array<std::pair<ActivationPolicy, std::string_view>, 3> kPolicyNa
     {ActivationPolicy::accessory, "accessory"},
     {ActivationPolicy::prohibited, "prohibited"},
 }};
-
-constexpr std::string_view kHexDigits = "0123456789abcdef";
-
-std::string hexText(std::string_view bytes) {
-  std::string hex;
-  hex.reserve(bytes.size() * 2);
-  for (const char byte : bytes) {
-    const auto value = static_cast<unsigned char>(byte);
-    hex += kHexDigits[value >> 4U];
-    hex += kHexDigits[value & 0xFU];
-  }
-  return hex;
-}
-
-std::optional<std::string> bytesOf(std::string_view hex) {
-  if (hex.size() % 2 != 0) return std::nullopt;
-  std::string bytes;
-  bytes.reserve(hex.size() / 2);
-  for (std::size_t i = 0; i < hex.size(); i += 2) {
-    const auto high = kHexDigits.find(hex[i]);
-    const auto low = kHexDigits.find(hex[i + 1]);
-    if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
-    bytes += static_cast<char>(high * 16 + low);
-  }
-  return bytes;
-}
 
 // The one member of an object that has just that one.
 const Json* onlyMember(const Json& json, std::string_view name) {
@@ -163,7 +138,8 @@ Json textJson(const std::string& text) {
 std::optional<std::string> textOf(const Json& json) {
   if (json.is_string()) return json.get<std::string>();
   const Json* bytes = onlyMember(json, "bytes");
-  return bytes && bytes->is_string() ? bytesOf(bytes->get_ref<const std::string&>()) : std::nullopt;
+  const auto read = bytes && bytes->is_string() ? bytesOfHex(bytes->get_ref<const std::string&>()) : std::nullopt;
+  return read ? std::optional<std::string>(std::in_place, read->begin(), read->end()) : std::nullopt;
 }
 
 Json numberJson(double number) {

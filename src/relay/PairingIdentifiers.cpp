@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "foundation/HexText.h"
 #include "foundation/Text.h"
 #include "foundation/Uuid.h"
-#include "relay/HexText.h"
 
 namespace quillard {
 namespace {

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/HexText.h"
 #include "platform/simulated/SimulatedRandom.h"
-#include "relay/HexText.h"
 #include "relay/RelayCrypto.h"
 #include "support/GoldenFile.h"
 #include "support/HexBytes.h"

@@ -8,8 +8,8 @@
 #include <openssl/evp.h>
 
 #include "foundation/BrokenPromise.h"
+#include "foundation/HexText.h"
 #include "foundation/Text.h"
-#include "relay/HexText.h"
 #include "relay/StrictBase64.h"
 
 namespace quillard {

@@ -4,8 +4,8 @@
 #include <rapidcheck/gtest.h>
 
 #include "approvals/PendingApprovalJson.h"
+#include "foundation/HexText.h"
 #include "platform/simulated/SimulatedRandom.h"
-#include "relay/HexText.h"
 #include "relay/RelayCrypto.h"
 #include "support/SampleApprovals.h"
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "relay/HexText.h"
+#include "foundation/HexText.h"
 #include "relay/RelayCrypto.h"
 #include "relay/SealedBox.h"
 

@@ -2,8 +2,8 @@
 #include <iostream>
 #include <string>
 
+#include "foundation/HexText.h"
 #include "platform/simulated/SimulatedRandom.h"
-#include "relay/HexText.h"
 #include "relay/RelayCrypto.h"
 #include "support/HexBytes.h"
 

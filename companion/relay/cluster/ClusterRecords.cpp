@@ -6,6 +6,7 @@
 
 #include "companion/relay/rules/ClientAddress.h"
 #include "companion/relay/rules/RelayNames.h"
+#include "foundation/HexText.h"
 #include "foundation/StrictJson.h"
 
 namespace quillard::relayserver {
@@ -19,30 +20,18 @@ constexpr std::string_view kHome = "home/";
 constexpr std::string_view kRelay = "relay/";
 constexpr JsonLimits kLimits{.bytes = 16'384, .depth = 8, .members = 64};
 constexpr std::int64_t kLatest = std::int64_t{1} << 53;
-constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr std::size_t kLongestRun = 64;
 constexpr std::size_t kLongestHost = 253;
 
 std::string keyOf(std::string_view kind, std::string_view name) { return std::string(kind).append(name); }
 
-template <class Bytes>
-std::string hexText(const Bytes& bytes) {
-  std::string text;
-  for (const auto byte : bytes) {
-    text += kDigits[static_cast<unsigned char>(byte) / 16];
-    text += kDigits[static_cast<unsigned char>(byte) % 16];
-  }
-  return text;
-}
-
 std::optional<TokenHash> readHash(std::string_view text) {
   TokenHash hash{};
   if (text.size() != hash.size() * 2) return std::nullopt;
   for (std::size_t i = 0; i < hash.size(); ++i) {
-    const auto high = kDigits.find(text[2 * i]);
-    const auto low = kDigits.find(text[2 * i + 1]);
-    if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
-    hash[i] = static_cast<unsigned char>(high * 16 + low);
+    const auto byte = hexByte(text[2 * i], text[2 * i + 1]);
+    if (!byte) return std::nullopt;
+    hash[i] = *byte;
   }
   return hash;
 }
@@ -61,7 +50,7 @@ std::optional<Record> readRecord(std::string_view value, Read read) {
 
 bool isRun(std::string_view text) {
   return !text.empty() && text.size() <= kLongestRun &&
-         std::all_of(text.begin(), text.end(), [](char c) { return kDigits.find(c) != std::string_view::npos; });
+         std::all_of(text.begin(), text.end(), [](char c) { return kHexDigits.find(c) != std::string_view::npos; });
 }
 
 bool isHost(std::string_view text) {
@@ -152,7 +141,7 @@ std::optional<PushSubscription> readPushSubscription(std::string_view value, con
                             .sealed = reader.string("sealed")};
     record.state = static_cast<PushSubscription::State>(reader.integer("state", 0, kLastState));
     record.at = reader.integer("at", 0, kLatest);
-    const bool isID = record.id.size() == 32 && record.id.find_first_not_of(kDigits) == std::string::npos;
+    const bool isID = record.id.size() == 32 && record.id.find_first_not_of(kHexDigits) == std::string::npos;
     // It becomes a part of a message as it stands.
     const bool isMember = record.sealed.starts_with("\"encryptedSubscription\":{") &&
                           std::holds_alternative<Json>(parseStrictJson("{" + record.sealed + "}", kLimits));

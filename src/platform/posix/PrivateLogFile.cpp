@@ -11,35 +11,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/FileDescriptor.h"
+
 namespace quillard::desktop {
 namespace {
 
 using platform::AppendOnlyFile;
 using platform::FileCode;
 using platform::FileStatus;
+using posix::FileDescriptor;
+using posix::writeAll;
 
 constexpr mode_t kOwnerOnlyFile = 0600;
 constexpr mode_t kOwnerOnlyFolder = 0700;
 constexpr mode_t kForOthers = 0077;
 
-// A descriptor that is closed with its scope. Negative: none.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number(number) {}
-  Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  [[nodiscard]] int get() const { return number; }
-  [[nodiscard]] bool isOpen() const { return number >= 0; }
-
- private:
-  int number;
-};
-
-using Opened = std::variant<Descriptor, FileStatus>;
+using Opened = std::variant<FileDescriptor, FileStatus>;
 
 FileStatus systemProblem() {
   const int error = errno;
@@ -60,14 +47,14 @@ FileStatus ownership(int descriptor, mode_t kind) {
   return {};
 }
 
-Opened checked(Descriptor opened, mode_t kind) {
+Opened checked(FileDescriptor opened, mode_t kind) {
   if (!opened.isOpen()) return systemProblem();
   if (auto status = ownership(opened.get(), kind); status.code != FileCode::success) return status;
   return opened;
 }
 
 Opened openFolder(const std::string& folder) {
-  return checked(Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)), S_IFDIR);
+  return checked(FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)), S_IFDIR);
 }
 
 // What fails here shows when it is opened.
@@ -81,18 +68,8 @@ void makeFolders(const std::string& folder) {
 // Not blocking, in case something else than a file waits under the name.
 Opened openFile(int folder, const std::string& name, int flags) {
   return checked(
-      Descriptor(::openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, kOwnerOnlyFile)), S_IFREG);
-}
-
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count == 0) errno = ENOSPC;
-    if (count <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
+      FileDescriptor(::openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, kOwnerOnlyFile)),
+      S_IFREG);
 }
 
 platform::FileReading readAll(int descriptor) {
@@ -123,7 +100,7 @@ FileStatus writeNew(int folder, const std::string& unfinished, const std::string
   ::unlinkat(folder, unfinished.c_str(), 0);
   const auto opened = openFile(folder, unfinished, O_WRONLY | O_CREAT | O_EXCL);
   if (const auto* problem = std::get_if<FileStatus>(&opened)) return *problem;
-  const int file = std::get<Descriptor>(opened).get();
+  const int file = std::get<FileDescriptor>(opened).get();
   const bool isThere =
       writeAll(file, bytes) && ::fsync(file) == 0 && ::renameat(folder, unfinished.c_str(), folder, name.c_str()) == 0;
   if (!isThere) {
@@ -140,9 +117,9 @@ FileStatus writeNew(int folder, const std::string& unfinished, const std::string
 platform::FileReading PrivateLogFile::read() {
   const auto within = openFolder(folder);
   if (const auto* problem = std::get_if<FileStatus>(&within)) return {*problem};
-  const auto opened = openFile(std::get<Descriptor>(within).get(), name, O_RDONLY);
+  const auto opened = openFile(std::get<FileDescriptor>(within).get(), name, O_RDONLY);
   if (const auto* problem = std::get_if<FileStatus>(&opened)) return {*problem};
-  return readAll(std::get<Descriptor>(opened).get());
+  return readAll(std::get<FileDescriptor>(opened).get());
 }
 
 FileStatus PrivateLogFile::append(std::string_view bytes, std::size_t length) {
@@ -151,11 +128,11 @@ FileStatus PrivateLogFile::append(std::string_view bytes, std::size_t length) {
   const auto within = openFolder(folder);
   if (const auto* problem = std::get_if<FileStatus>(&within)) return *problem;
   const auto opened =
-      openFile(std::get<Descriptor>(within).get(), name, O_WRONLY | O_APPEND | (length == 0 ? O_CREAT : 0));
+      openFile(std::get<FileDescriptor>(within).get(), name, O_WRONLY | O_APPEND | (length == 0 ? O_CREAT : 0));
   if (const auto* problem = std::get_if<FileStatus>(&opened)) {
     return problem->code == FileCode::absent ? FileStatus{FileCode::changed, problem->text} : *problem;
   }
-  return appendTo(std::get<Descriptor>(opened).get(), bytes, length);
+  return appendTo(std::get<FileDescriptor>(opened).get(), bytes, length);
 }
 
 FileStatus PrivateLogFile::replace(std::string_view bytes) {
@@ -163,14 +140,14 @@ FileStatus PrivateLogFile::replace(std::string_view bytes) {
   makeFolders(folder);
   const auto within = openFolder(folder);
   if (const auto* problem = std::get_if<FileStatus>(&within)) return *problem;
-  return writeNew(std::get<Descriptor>(within).get(), name + ".new", name, bytes);
+  return writeNew(std::get<FileDescriptor>(within).get(), name + ".new", name, bytes);
 }
 
 // A second name for it first, which fails where that is taken, so that no file is lost by a rename.
 std::optional<std::string> PrivateLogFile::putAside() {
   const auto opened = openFolder(folder);
   if (std::holds_alternative<FileStatus>(opened)) return std::nullopt;
-  const int within = std::get<Descriptor>(opened).get();
+  const int within = std::get<FileDescriptor>(opened).get();
   for (int number = 1; number <= kMostAside; ++number) {
     const std::string aside = name + ".damaged-" + std::to_string(number);
     if (::linkat(within, name.c_str(), within, aside.c_str(), 0) == 0) {

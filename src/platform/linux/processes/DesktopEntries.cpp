@@ -21,10 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kLongestFile = 256 * 1024;
-constexpr std::size_t kMostEntries = 10'000;
-constexpr int kDeepestFolder = 4;
 constexpr auto kReadInterval = std::chrono::seconds{5};
-constexpr std::string_view kSuffix = ".desktop";
 
 std::optional<std::string> contentsOf(const fs::path& path) {
   std::error_code error;
@@ -336,10 +333,15 @@ void DesktopEntries::noteFolder(const fs::path& folder) {
   folders.emplace_back(folder, fs::last_write_time(folder, ignored));
 }
 
+std::string DesktopEntries::idOf(std::string path) {
+  path.resize(path.size() - std::min(path.size(), kSuffix.size()));
+  std::replace(path.begin(), path.end(), '/', '-');
+  return path;
+}
+
 void DesktopEntries::add(const fs::path& folder, const fs::path& file, const std::vector<std::string>& wanted) {
   const std::string path = file.lexically_relative(folder).generic_string();
-  std::string id = path.substr(0, path.size() - std::min(path.size(), kSuffix.size()));
-  std::replace(id.begin(), id.end(), '/', '-');
+  const std::string id = idOf(path);
   if (id.empty() || byID.size() >= kMostEntries || byID.contains(id)) return;
   const auto contents = contentsOf(file);
   placeByID.emplace(id, std::pair(folder.string(), path));

@@ -52,6 +52,12 @@ struct EntryFile {
 // first. Read when first needed, and again when one of the folders has changed. Any thread.
 class DesktopEntries {
  public:
+  static constexpr std::size_t kMostEntries = 10'000;
+  static constexpr int kDeepestFolder = 4;  // Below a folder of entries.
+  static constexpr std::string_view kSuffix = ".desktop";
+  // The id of the entry at this path below a folder of entries, which ends in `kSuffix`.
+  [[nodiscard]] static std::string idOf(std::string path);
+
   // Looks at no file yet. `environment` outlives this.
   explicit DesktopEntries(const platform::Environment& environment) : environment(environment) {}
 

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <string>
 #include <utility>
-#include <variant>
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -53,11 +52,7 @@ QString configurationFolder() {
   return set.startsWith('/') ? set : qEnvironmentVariable("HOME") + QStringLiteral("/.config");
 }
 
-std::string contentsOf(const QString& path) {
-  const auto read = readSmallFile(path.toStdString(), kLargestFile);
-  const auto* const text = std::get_if<std::string>(&read);
-  return text ? *text : "";
-}
+std::string textOf(const QString& path) { return smallFileText(path.toStdString(), kLargestFile).value_or(""); }
 
 }  // namespace
 
@@ -104,8 +99,8 @@ void PortalColorScheme::readThemes() {
   const QString folder = configurationFolder();
   const bool isPlasma = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains(QStringLiteral("KDE"));
   themes.toolkitTheme = qEnvironmentVariable("GTK_THEME").toStdString();
-  themes.desktopColors = isPlasma ? contentsOf(folder + QStringLiteral("/kdeglobals")) : "";
-  themes.toolkitSettings = contentsOf(folder + QStringLiteral("/gtk-3.0/settings.ini"));
+  themes.desktopColors = isPlasma ? textOf(folder + QStringLiteral("/kdeglobals")) : "";
+  themes.toolkitSettings = textOf(folder + QStringLiteral("/gtk-3.0/settings.ini"));
   // A file that is replaced is not watched any more.
   for (const char* const name : {"/kdeglobals", "/gtk-3.0/settings.ini", "/dconf/user"}) {
     const QString path = folder + QLatin1String(name);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/HexText.h"
 #include "platform/linux/storage/SecretStatuses.h"
 
 namespace quillard::xdg {
@@ -17,7 +18,6 @@ using platform::SecretStatusCode;
 // The file: this line, then for each item one of service, account and data, in hexadecimal digits with blanks between.
 // Plain enough to be read and written within buffers that are wiped, which a general reader would not do.
 constexpr std::string_view kHeading = "quillard-secrets 1\n";
-constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr std::size_t kLargestFile = 256 * 1024;
 
 const SecretStatus kBroken{SecretStatusCode::other, "The file of secrets is damaged."};
@@ -31,10 +31,7 @@ class WipedText {
   ~WipedText() { wipe(text); }
   void append(std::string_view more) { text += more; }
   void appendHex(std::string_view bytes) {
-    for (const char byte : bytes) {
-      text += kDigits[static_cast<std::uint8_t>(byte) >> 4U];
-      text += kDigits[static_cast<std::uint8_t>(byte) & 0xFU];
-    }
+    for (const char byte : bytes) quillard::appendHex(static_cast<std::uint8_t>(byte), text);
   }
   [[nodiscard]] std::string_view view() const { return text; }
 
@@ -46,10 +43,9 @@ std::optional<Secret> unhexed(std::string_view digits) {
   if (digits.size() % 2 != 0) return std::nullopt;
   WipedText bytes(digits.size() / 2);
   for (std::size_t i = 0; i < digits.size(); i += 2) {
-    const auto high = kDigits.find(digits[i]);
-    const auto low = kDigits.find(digits[i + 1]);
-    if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
-    const char byte = static_cast<char>(high << 4U | low);
+    const auto read = hexByte(digits[i], digits[i + 1]);
+    if (!read) return std::nullopt;
+    const char byte = static_cast<char>(*read);
     bytes.append({&byte, 1});
   }
   return Secret(bytes.view());

@@ -16,31 +16,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/FileDescriptor.h"
+
 namespace quillard::xdg {
 namespace {
 
+using posix::FileDescriptor;
 using Kind = FileProblem::Kind;
 
 constexpr mode_t kOwnerOnlyFile = 0600;
 constexpr mode_t kOwnerOnlyFolder = 0700;
 constexpr mode_t kForOthers = 0077;
-
-// A descriptor that is closed with its scope. Negative: none.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number(number) {}
-  Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number >= 0) ::close(number);
-  }
-  [[nodiscard]] int get() const { return number; }
-  [[nodiscard]] bool isOpen() const { return number >= 0; }
-
- private:
-  int number;
-};
 
 // Bytes that are overwritten before their memory goes back.
 class WipedBuffer {
@@ -69,8 +55,8 @@ std::optional<FileProblem> problemWith(int descriptor, mode_t kind) {
   return std::nullopt;
 }
 
-std::variant<Descriptor, FileProblem> openFolder(const std::string& folder) {
-  Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+std::variant<FileDescriptor, FileProblem> openFolder(const std::string& folder) {
+  FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!opened.isOpen()) return systemProblem();
   if (auto problem = problemWith(opened.get(), S_IFDIR)) return *problem;
   return opened;
@@ -101,16 +87,6 @@ std::variant<Secret, FileProblem> readAll(int descriptor, std::size_t largest) {
   return FileProblem{Kind::tooLarge, "The file is too large."};
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return ::fsync(descriptor) == 0;
-}
-
 }  // namespace
 
 PrivateFile::PrivateFile(std::string folder, std::string name, std::size_t largest,
@@ -121,8 +97,8 @@ std::variant<Secret, FileProblem> PrivateFile::read() const {
   auto opened = openFolder(folder);
   if (const auto* problem = std::get_if<FileProblem>(&opened)) return *problem;
   // Not blocking, in case something else than a file waits under the name.
-  const Descriptor file(
-      ::openat(std::get<Descriptor>(opened).get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  const FileDescriptor file(
+      ::openat(std::get<FileDescriptor>(opened).get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   if (!file.isOpen()) return systemProblem();
   if (auto problem = problemWith(file.get(), S_IFREG)) return *problem;
   return readAll(file.get(), largest);
@@ -134,7 +110,7 @@ std::shared_ptr<const void> PrivateFile::lock() const {
   makeFolders(folder);
   auto opened = openFolder(folder);
   if (std::holds_alternative<FileProblem>(opened)) return nullptr;
-  auto held = std::make_shared<Descriptor>(std::get<Descriptor>(std::move(opened)));
+  auto held = std::make_shared<FileDescriptor>(std::get<FileDescriptor>(std::move(opened)));
   const auto end = std::chrono::steady_clock::now() + lockTimeout;
   while (::flock(held->get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) break;  // It knows no locks.
@@ -149,13 +125,14 @@ std::optional<FileProblem> PrivateFile::write(std::string_view bytes) const {
   makeFolders(folder);
   auto opened = openFolder(folder);
   if (const auto* problem = std::get_if<FileProblem>(&opened)) return *problem;
-  const int within = std::get<Descriptor>(opened).get();
+  const int within = std::get<FileDescriptor>(opened).get();
   const std::string unfinished = name + ".new";
   ::unlinkat(within, unfinished.c_str(), 0);
-  const Descriptor file(
+  const FileDescriptor file(
       ::openat(within, unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnlyFile));
   if (!file.isOpen()) return systemProblem();
-  if (!writeAll(file.get(), bytes) || ::renameat(within, unfinished.c_str(), within, name.c_str()) != 0) {
+  if (!posix::writeAll(file.get(), bytes) || ::fsync(file.get()) != 0 ||
+      ::renameat(within, unfinished.c_str(), within, name.c_str()) != 0) {
     const FileProblem problem = systemProblem();
     ::unlinkat(within, unfinished.c_str(), 0);
     return problem;
@@ -169,7 +146,7 @@ std::string PrivateFile::asideName(int number) const { return name + ".damaged-"
 std::optional<std::string> PrivateFile::putAside() const {
   auto opened = openFolder(folder);
   if (std::holds_alternative<FileProblem>(opened)) return std::nullopt;
-  const int within = std::get<Descriptor>(opened).get();
+  const int within = std::get<FileDescriptor>(opened).get();
   for (int number = kMostAside - 1; number >= 1; --number) {
     ::renameat(within, asideName(number).c_str(), within, asideName(number + 1).c_str());
   }
@@ -188,7 +165,7 @@ void PrivateFile::removeOldAsides() const {
   constexpr int kMostEver = 100;  // Older builds kept so many.
   auto opened = openFolder(folder);
   if (std::holds_alternative<FileProblem>(opened)) return;
-  const int within = std::get<Descriptor>(opened).get();
+  const int within = std::get<FileDescriptor>(opened).get();
   const auto now = std::chrono::system_clock::now();
   for (int number = 1; number <= kMostEver; ++number) {
     const std::string aside = asideName(number);

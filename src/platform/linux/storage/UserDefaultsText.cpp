@@ -5,6 +5,8 @@
 #include <limits>
 #include <optional>
 
+#include "foundation/HexText.h"
+
 namespace quillard::xdg {
 namespace {
 
@@ -13,30 +15,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kVersion = 1;
 constexpr JsonLimits kLimits{.bytes = 4 * 1024 * 1024, .depth = 16};
-constexpr std::string_view kDigits = "0123456789abcdef";
-
-std::string hex(const Bytes& bytes) {
-  std::string digits;
-  digits.reserve(bytes.size() * 2);
-  for (const std::uint8_t byte : bytes) {
-    digits += kDigits[byte >> 4U];
-    digits += kDigits[byte & 0xFU];
-  }
-  return digits;
-}
-
-std::optional<Bytes> unhexed(std::string_view digits) {
-  if (digits.size() % 2 != 0) return std::nullopt;
-  Bytes bytes;
-  bytes.reserve(digits.size() / 2);
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    const auto high = kDigits.find(digits[i]);
-    const auto low = kDigits.find(digits[i + 1]);
-    if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
-    bytes.push_back(static_cast<std::uint8_t>(high << 4U | low));
-  }
-  return bytes;
-}
 
 // JSON has no words for these numbers.
 constexpr std::string_view kNotANumber = "nan";
@@ -68,7 +46,7 @@ struct Encoder {
     return {{"texts", std::move(texts)}};
   }
   Json operator()(Date value) const { return {{"date", value.time_since_epoch().count()}}; }
-  Json operator()(const Bytes& value) const { return {{"bytes", hex(value)}}; }
+  Json operator()(const Bytes& value) const { return {{"bytes", hexText(value)}}; }
 };
 
 template <class T>
@@ -103,7 +81,7 @@ UserDefaultsValue decodedSetting(const Json& stored) {
   if (kind == "number") return orForeign(decodedNumber(json));
   if (kind == "texts") return orForeign(decodedTexts(json));
   if (kind == "date") return orForeign(decodedDate(json));
-  if (kind == "bytes" && json.is_string()) return orForeign(unhexed(json.get_ref<const std::string&>()));
+  if (kind == "bytes" && json.is_string()) return orForeign(bytesOfHex(json.get_ref<const std::string&>()));
   return {};
 }
 

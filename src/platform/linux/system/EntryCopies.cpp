@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
-#include <variant>
 
 #include <unistd.h>
 
@@ -19,15 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kLargestEntry = 256 * 1024;
-constexpr std::size_t kMostEntries = 10'000;
-constexpr int kDeepestFolder = 4;
-constexpr std::string_view kSuffix = ".desktop";
-
-std::optional<std::string> contentsOf(const std::string& path) {
-  auto read = readSmallFile(path, kLargestEntry);
-  auto* const text = std::get_if<std::string>(&read);
-  return text ? std::optional(std::move(*text)) : std::nullopt;
-}
 
 std::string nameIn(const std::string& contents, const std::string& otherwise) {
   const auto values = DesktopEntry::mainGroup(contents);
@@ -65,7 +55,7 @@ std::optional<std::string> EntryCopies::contentsOfOwn(const std::string& path) c
   std::error_code error;
   const auto place = ownFolder() + "/" + path;
   if (!fs::exists(fs::symlink_status(place, error))) return std::nullopt;
-  return contentsOf(place).value_or("");
+  return smallFileText(place, kLargestEntry).value_or("");
 }
 
 std::optional<StartOffer> EntryCopies::offerFor(const std::string& program, const std::vector<std::string>& arguments) {
@@ -77,7 +67,7 @@ std::optional<StartOffer> EntryCopies::offerFor(const std::string& program, cons
     offer.isChanged = ReadableEntry::isCopy(*own);
     return offer.isChanged ? std::optional(offer) : std::nullopt;
   }
-  const auto contents = contentsOf(starter->folder + "/" + starter->path);
+  const auto contents = smallFileText(starter->folder + "/" + starter->path, kLargestEntry);
   return contents && ReadableEntry::copyOf(*contents, offer.entry) ? std::optional(offer) : std::nullopt;
 }
 
@@ -89,14 +79,12 @@ std::vector<EntryCopies::Copy> EntryCopies::copies() const {
   const auto options = fs::directory_options::skip_permission_denied;
   for (fs::recursive_directory_iterator file(ownFolder(), options, error), end; !error && file != end;
        file.increment(error)) {
-    if (++seen > kMostEntries) break;
-    if (file.depth() >= kDeepestFolder) file.disable_recursion_pending();
-    if (file->path().extension() != kSuffix) continue;
-    const auto contents = contentsOf(file->path());
+    if (++seen > proc::DesktopEntries::kMostEntries) break;
+    if (file.depth() >= proc::DesktopEntries::kDeepestFolder) file.disable_recursion_pending();
+    if (file->path().extension() != proc::DesktopEntries::kSuffix) continue;
+    const auto contents = smallFileText(file->path(), kLargestEntry);
     if (!contents || !ReadableEntry::isCopy(*contents)) continue;
-    std::string id = file->path().lexically_relative(ownFolder()).generic_string();
-    id.resize(id.size() - kSuffix.size());
-    std::replace(id.begin(), id.end(), '/', '-');
+    const auto id = proc::DesktopEntries::idOf(file->path().lexically_relative(ownFolder()).generic_string());
     found.push_back({.start = {.entry = id, .name = nameIn(*contents, id)}, .path = file->path()});
   }
   std::sort(found.begin(), found.end(), [](const Copy& a, const Copy& b) {
@@ -120,7 +108,7 @@ std::optional<std::string> EntryCopies::change(const std::string& entry) {
     return "You have an entry of your own for " + file->entry.name + ", which stays as it is: " + ownFolder() + "/" +
            file->path + ". Add " + std::string(ReadableEntry::kSwitch) + " to its line Exec.";
   }
-  const auto contents = contentsOf(file->folder + "/" + file->path);
+  const auto contents = smallFileText(file->folder + "/" + file->path, kLargestEntry);
   const auto copy = contents ? ReadableEntry::copyOf(*contents, file->entry.id) : std::nullopt;
   if (!copy) return "The entry of " + file->entry.name + " cannot be changed safely.";
   auto problem = makeFile(ownFolder() + "/" + file->path, *copy);
@@ -131,7 +119,7 @@ std::optional<std::string> EntryCopies::change(const std::string& entry) {
 std::optional<std::string> EntryCopies::undo(const std::string& entry) {
   for (const auto& copy : copies()) {
     if (copy.start.entry != entry) continue;
-    if (!ReadableEntry::isUnchangedCopy(contentsOf(copy.path).value_or(""), copy.start.entry)) {
+    if (!ReadableEntry::isUnchangedCopy(smallFileText(copy.path, kLargestEntry).value_or(""), copy.start.entry)) {
       return "The file " + copy.path + " is not as it was made, and stays as it is. Take " +
              std::string(ReadableEntry::kSwitch) + " and the line " + std::string(ReadableEntry::kMark) +
              " out of it, or delete it.";

@@ -10,6 +10,7 @@ using platform::AXError;
 using platform::MouseEventType;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
+using platform::simulated::PostedEvent;
 using platform::simulated::PressEffect;
 using samples::ClickWorld;
 

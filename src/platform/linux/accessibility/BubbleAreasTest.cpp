@@ -13,7 +13,7 @@
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/Roles.h"
 #include "platform/qt/QtExecutors.h"
-#include "support/FakeAccessibilityBus.h"
+#include "support/ShownObjects.h"
 
 // One window with several notifications, as LXQt shows them.
 namespace quillard::atspi {
@@ -22,17 +22,9 @@ namespace {
 using platform::AXError;
 using platform::AXUIElement;
 using test::FakeAccessibilityBus;
-using test::FakeObject;
 using test::FakeProgram;
+using test::shownObject;
 namespace ax = platform::ax;
-
-FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {}) {
-  FakeObject object{.role = static_cast<std::uint32_t>(role), .states = bit(State::showing), .name = name};
-  object.extents = Rect{10, 10, 100, 20};
-  object.children = std::move(children);
-  if (role == Role::pushButton) object.actions = {"Press"};
-  return object;
-}
 
 // The windows that the desktop lists: at most that of the notifications.
 class ListedWindows final : public desktop::DesktopWindows {
@@ -46,29 +38,29 @@ class ListedWindows final : public desktop::DesktopWindows {
   std::vector<desktop::Window> windows;
 };
 
-struct World {
-  explicit World(const std::string& name = "lxqt-notificationd", const FakeProgram::Override& override = {})
+struct BubbleWorld {
+  explicit BubbleWorld(const std::string& name = "lxqt-notificationd", const FakeProgram::Override& override = {})
       : program(std::make_unique<FakeProgram>(bus.address(), "", override)),
         accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors) {
     bus.registerPrograms({program->name()});
     program->speakAs("Qt", "5.15.8");
-    program->set(FakeProgram::kRoot, object(Role{75}, name, {"/window"}));
-    program->set("/window", object(Role::filler, "", {"/content"}));
-    program->set("/content", object(Role::filler, "", {"/column"}));
+    program->set(FakeProgram::kRoot, shownObject(Role{75}, name, {"/window"}));
+    program->set("/window", shownObject(Role::filler, "", {"/content"}));
+    program->set("/content", shownObject(Role::filler, "", {"/column"}));
     show({"/first"});
   }
 
   // Each a notification with this path and text.
   void show(const std::vector<std::string>& bubbles) {
     for (const auto& path : bubbles) {
-      program->set(path, object(Role::filler, "", {path + "/text", path + "/close", path + "/buttons"}));
-      program->set(path + "/text", object(Role::label, "May " + path + " go on?"));
-      program->set(path + "/close", object(Role::pushButton, "x"));
-      program->set(path + "/buttons", object(Role::filler, "", {path + "/deny", path + "/allow"}));
-      program->set(path + "/deny", object(Role::pushButton, "Don't Allow"));
-      program->set(path + "/allow", object(Role::pushButton, "Allow"));
+      program->set(path, shownObject(Role::filler, "", {path + "/text", path + "/close", path + "/buttons"}));
+      program->set(path + "/text", shownObject(Role::label, "May " + path + " go on?"));
+      program->set(path + "/close", shownObject(Role::pushButton, "x"));
+      program->set(path + "/buttons", shownObject(Role::filler, "", {path + "/deny", path + "/allow"}));
+      program->set(path + "/deny", shownObject(Role::pushButton, "Don't Allow"));
+      program->set(path + "/allow", shownObject(Role::pushButton, "Allow"));
     }
-    program->set("/column", object(Role::filler, "", bubbles));
+    program->set("/column", shownObject(Role::filler, "", bubbles));
   }
 
   std::vector<AXUIElement> windowsOfProgram() {
@@ -94,7 +86,7 @@ struct World {
 };
 
 TEST(BubbleAreas, EachNotificationIsAWindowWithItsOwnTextsAndButtons) {
-  World world;
+  BubbleWorld world;
   world.show({"/first", "/second"});
   const auto windows = world.windowsOfProgram();
   ASSERT_EQ(windows.size(), 2U);
@@ -107,7 +99,7 @@ TEST(BubbleAreas, EachNotificationIsAWindowWithItsOwnTextsAndButtons) {
 }
 
 TEST(BubbleAreas, OneStaysWhatItIsWhileOthersComeAndGo) {
-  World world;
+  BubbleWorld world;
   const auto alone = world.windowsOfProgram();
   ASSERT_EQ(alone.size(), 1U);
   const auto content = world.contentOf(alone.front());
@@ -123,7 +115,7 @@ TEST(BubbleAreas, OneStaysWhatItIsWhileOthersComeAndGo) {
 }
 
 TEST(BubbleAreas, OneThatHasGoneIsGoneThoughAnotherIsThere) {
-  World world;
+  BubbleWorld world;
   const auto alone = world.windowsOfProgram();
   ASSERT_EQ(alone.size(), 1U);
   world.show({"/second"});
@@ -131,7 +123,7 @@ TEST(BubbleAreas, OneThatHasGoneIsGoneThoughAnotherIsThere) {
 }
 
 TEST(BubbleAreas, OneThatCannotBeReadLeavesThemUnknown) {
-  World world("lxqt-notificationd", [](sd_bus_message* message) {
+  BubbleWorld world("lxqt-notificationd", [](sd_bus_message* message) {
     const bool isIt = std::string(sd_bus_message_get_path(message)) == "/second" &&
                       std::string(sd_bus_message_get_member(message)) == "GetState";
     return isIt && sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "no") >= 0;
@@ -144,17 +136,17 @@ TEST(BubbleAreas, OneThatCannotBeReadLeavesThemUnknown) {
 }
 
 TEST(BubbleAreas, ThoseOfOtherProgramsAreOneWindowAndSoIsOneThatTheDesktopLists) {
-  World other("example");
+  BubbleWorld other("example");
   other.show({"/first", "/second"});
   EXPECT_EQ(other.windowsOfProgram().size(), 1U);
-  World listed;
+  BubbleWorld listed;
   listed.windows.windows = {{.id = 1, .processIdentifier = ::getpid()}};
   listed.show({"/first", "/second"});
   EXPECT_EQ(listed.windowsOfProgram().size(), 1U);
 }
 
 TEST(BubbleAreas, OneThatShowsNothingIsNoMoreThanAWindow) {
-  World world;
+  BubbleWorld world;
   world.show({});
   const auto windows = world.windowsOfProgram();
   ASSERT_EQ(windows.size(), 1U);

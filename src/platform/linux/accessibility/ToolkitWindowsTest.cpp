@@ -13,7 +13,7 @@
 #include "platform/linux/accessibility/LinuxAccessibility.h"
 #include "platform/linux/accessibility/Roles.h"
 #include "platform/qt/QtExecutors.h"
-#include "support/FakeAccessibilityBus.h"
+#include "support/ShownObjects.h"
 
 // Windows as Plasma and GTK build them, whose objects say what they are not.
 namespace quillard::atspi {
@@ -23,24 +23,17 @@ using platform::AXUIElement;
 using test::FakeAccessibilityBus;
 using test::FakeObject;
 using test::FakeProgram;
+using test::shownObject;
 
-FakeObject object(Role role, const std::string& name, std::vector<std::string> children = {}) {
-  FakeObject object{.role = static_cast<std::uint32_t>(role), .states = bit(State::showing), .name = name};
-  object.extents = Rect{10, 10, 100, 20};
-  object.children = std::move(children);
-  if (role == Role::pushButton) object.actions = {"click"};
-  return object;
-}
-
-struct World {
-  World()
+struct ToolkitWorld {
+  ToolkitWorld()
       : program(bus.start()),
         accessibility({.sessionBusAddress = bus.address(), .messagingTimeout = Seconds{20}}, windows, executors) {
     bus.registerPrograms({program->name()});
-    program->set(FakeProgram::kRoot, object(Role{75}, "example", {"/window"}));
-    program->set("/text", object(Role::label, "Allow it?"));
-    program->set("/deny", object(Role::pushButton, "Don't Allow"));
-    program->set("/allow", object(Role::pushButton, "Allow"));
+    program->set(FakeProgram::kRoot, shownObject(Role{75}, "example", {"/window"}));
+    program->set("/text", shownObject(Role::label, "Allow it?"));
+    program->set("/deny", shownObject(Role::pushButton, "Don't Allow"));
+    program->set("/allow", shownObject(Role::pushButton, "Allow"));
   }
 
   std::optional<AXUIElement> window() {
@@ -60,7 +53,7 @@ struct World {
 
 FakeObject labelled(Role role, const std::string& name, const std::string& description,
                     std::vector<std::string> children = {}) {
-  FakeObject made = object(role, name, std::move(children));
+  FakeObject made = shownObject(role, name, std::move(children));
   made.description = description;
   return made;
 }
@@ -71,17 +64,17 @@ bool has(const std::vector<std::string>& lines, const std::string& line) {
 
 // As Plasma's shows one: its own buttons in a tool bar beside it.
 TEST(PlasmaWindows, ANotificationIsReadWithItsTextAndWithoutItsToolBar) {
-  World world;
+  ToolkitWorld world;
   world.program->speakAs("Qt", "5.15.8");
-  world.program->set("/window", object(Role{23}, "", {"/bar", "/note", "/deny", "/allow"}));
-  world.program->set("/bar", object(Role::toolBar, "", {"/name"}));
-  world.program->set("/name", object(Role::label, "sender"));
+  world.program->set("/window", shownObject(Role{23}, "", {"/bar", "/note", "/deny", "/allow"}));
+  world.program->set("/bar", shownObject(Role::toolBar, "", {"/name"}));
+  world.program->set("/name", shownObject(Role::label, "sender"));
   world.program->set("/note", labelled(Role::notification, "The title", "May it go on?", {"/title", "/panel"}));
-  world.program->set("/panel", object(Role{39}, "", {"/field"}));
-  FakeObject field = object(Role::text, "");
+  world.program->set("/panel", shownObject(Role{39}, "", {"/field"}));
+  FakeObject field = shownObject(Role::text, "");
   field.states |= bit(State::editable);
   world.program->set("/field", field);
-  world.program->set("/title", object(Role::label, "The title"));
+  world.program->set("/title", shownObject(Role::label, "The title"));
   const auto window = world.window();
   ASSERT_TRUE(window);
   const auto scope = world.accessibility.beginReadScope();
@@ -96,13 +89,13 @@ TEST(PlasmaWindows, ANotificationIsReadWithItsTextAndWithoutItsToolBar) {
 
 // What asks for a secret, or to be pressed, is never dropped with the field that repeats the text.
 TEST(PlasmaWindows, ANotificationKeepsItsSecretsItsButtonsAndItsTexts) {
-  World world;
+  ToolkitWorld world;
   world.program->speakAs("Qt", "5.15.8");
-  world.program->set("/window", object(Role{23}, "", {"/note"}));
+  world.program->set("/window", shownObject(Role{23}, "", {"/note"}));
   world.program->set("/note", labelled(Role::notification, "The title", "May it go on?", {"/panel"}));
-  world.program->set("/panel", object(Role{39}, "", {"/secret", "/more", "/deny", "/allow"}));
-  world.program->set("/secret", object(Role::passwordText, ""));
-  world.program->set("/more", object(Role::staticText, "For an hour"));
+  world.program->set("/panel", shownObject(Role{39}, "", {"/secret", "/more", "/deny", "/allow"}));
+  world.program->set("/secret", shownObject(Role::passwordText, ""));
+  world.program->set("/more", shownObject(Role::staticText, "For an hour"));
   const auto window = world.window();
   ASSERT_TRUE(window);
   const auto scope = world.accessibility.beginReadScope();
@@ -116,12 +109,12 @@ TEST(PlasmaWindows, ANotificationKeepsItsSecretsItsButtonsAndItsTexts) {
 TEST(OtherNotifications, AreReadLikeAnyPartOfAWindow) {
   for (const char* toolkit : {"gtk", "Chromium"}) {
     SCOPED_TRACE(toolkit);
-    World world;
+    ToolkitWorld world;
     world.program->speakAs(toolkit, "4.8.3");
-    world.program->set("/window", object(Role{23}, "", {"/note", "/deny"}));
+    world.program->set("/window", shownObject(Role{23}, "", {"/note", "/deny"}));
     world.program->set("/note", labelled(Role::notification, "", "Read aloud only", {"/said", "/secret", "/allow"}));
-    world.program->set("/said", object(Role::staticText, "Enter the password to delete all files."));
-    world.program->set("/secret", object(Role::passwordText, ""));
+    world.program->set("/said", shownObject(Role::staticText, "Enter the password to delete all files."));
+    world.program->set("/secret", shownObject(Role::passwordText, ""));
     const auto window = world.window();
     ASSERT_TRUE(window);
     const auto scope = world.accessibility.beginReadScope();
@@ -134,12 +127,12 @@ TEST(OtherNotifications, AreReadLikeAnyPartOfAWindow) {
 }
 
 TEST(OtherNotifications, OfQtInsideAWindowKeepTheirFields) {
-  World world;
+  ToolkitWorld world;
   world.program->speakAs("Qt", "5.15.8");
-  world.program->set("/window", object(Role{23}, "", {"/box", "/deny", "/allow"}));
-  world.program->set("/box", object(Role{39}, "", {"/note"}));
+  world.program->set("/window", shownObject(Role{23}, "", {"/box", "/deny", "/allow"}));
+  world.program->set("/box", shownObject(Role{39}, "", {"/note"}));
   world.program->set("/note", labelled(Role::notification, "", "A hint", {"/field"}));
-  FakeObject field = object(Role::text, "");
+  FakeObject field = shownObject(Role::text, "");
   field.states |= bit(State::editable);
   world.program->set("/field", field);
   const auto window = world.window();
@@ -149,9 +142,9 @@ TEST(OtherNotifications, OfQtInsideAWindowKeepTheirFields) {
 }
 
 TEST(PlasmaWindows, AToolBarBesideNoNotificationIsOne) {
-  World world;
-  world.program->set("/window", object(Role{23}, "", {"/bar", "/text", "/deny", "/allow"}));
-  world.program->set("/bar", object(Role::toolBar, ""));
+  ToolkitWorld world;
+  world.program->set("/window", shownObject(Role{23}, "", {"/bar", "/text", "/deny", "/allow"}));
+  world.program->set("/bar", shownObject(Role::toolBar, ""));
   const auto window = world.window();
   ASSERT_TRUE(window);
   const auto scope = world.accessibility.beginReadScope();
@@ -159,13 +152,13 @@ TEST(PlasmaWindows, AToolBarBesideNoNotificationIsOne) {
 }
 
 // The number of tab lists in a window that holds one with these children.
-int tabListsIn(World& world, std::vector<std::string> children) {
-  world.program->set("/window", object(Role{23}, "", {"/text", "/row", "/deny", "/allow"}));
-  world.program->set("/row", object(Role::pageTabList, "", std::move(children)));
-  world.program->set("/no", object(Role::pushButton, "No"));
-  world.program->set("/yes", object(Role::pushButton, "Yes"));
-  world.program->set("/tab", object(Role::pageTab, "General"));
-  world.program->set("/box", object(Role{39}, "", {"/tab"}));
+int tabListsIn(ToolkitWorld& world, std::vector<std::string> children) {
+  world.program->set("/window", shownObject(Role{23}, "", {"/text", "/row", "/deny", "/allow"}));
+  world.program->set("/row", shownObject(Role::pageTabList, "", std::move(children)));
+  world.program->set("/no", shownObject(Role::pushButton, "No"));
+  world.program->set("/yes", shownObject(Role::pushButton, "Yes"));
+  world.program->set("/tab", shownObject(Role::pageTab, "General"));
+  world.program->set("/box", shownObject(Role{39}, "", {"/tab"}));
   const auto window = world.window();
   EXPECT_TRUE(window);
   if (!window) return -1;
@@ -174,7 +167,7 @@ int tabListsIn(World& world, std::vector<std::string> children) {
 }
 
 TEST(PlasmaWindows, AListOfTabsThatHoldsNothingButButtonsIsARowOfThem) {
-  World world;
+  ToolkitWorld world;
   world.program->speakAs("Qt", "6.4.2");
   EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 0);
   EXPECT_EQ(tabListsIn(world, {"/tab", "/no", "/yes"}), 1);
@@ -184,7 +177,7 @@ TEST(PlasmaWindows, AListOfTabsThatHoldsNothingButButtonsIsARowOfThem) {
 }
 
 TEST(PlasmaWindows, AListOfTabsOfAnotherToolkitIsOne) {
-  World world;
+  ToolkitWorld world;
   EXPECT_EQ(tabListsIn(world, {"/no", "/yes"}), 1);
 }
 
@@ -192,9 +185,9 @@ TEST(PlasmaWindows, AListOfTabsOfAnotherToolkitIsOne) {
 TEST(MateNotifications, AreNotPressedAtAll) {
   for (const std::string name : {"mate-notification-daemon", "example"}) {
     SCOPED_TRACE(name);
-    World world;
-    world.program->set(FakeProgram::kRoot, object(Role{75}, name, {"/window"}));
-    world.program->set("/window", object(Role::alert, "Critical Notification", {"/text", "/deny"}));
+    ToolkitWorld world;
+    world.program->set(FakeProgram::kRoot, shownObject(Role{75}, name, {"/window"}));
+    world.program->set("/window", shownObject(Role::alert, "Critical Notification", {"/text", "/deny"}));
     const auto window = world.window();
     ASSERT_TRUE(window);
     const bool isDeaf = name != "example";
@@ -207,7 +200,7 @@ TEST(MateNotifications, AreNotPressedAtAll) {
   }
 }
 
-std::vector<std::string> buttonsOf(World& world) {
+std::vector<std::string> buttonsOf(ToolkitWorld& world) {
   const auto window = world.window();
   if (!window) return {"no window"};
   const auto scope = world.accessibility.beginReadScope();
@@ -226,15 +219,15 @@ constexpr Role kSeparator{50};
 // As GTK 3 draws it on GNOME.
 void setTitleBarOfGtk3(FakeProgram& program, std::vector<std::string> inBox) {
   program.speakAs("gtk", "3.24.38");
-  program.set("/window", object(Role::dialog, "Camera", {"/bar", "/text", "/deny", "/allow"}));
-  program.set("/bar", object(Role::panel, "", {"/box"}));
-  program.set("/box", object(Role::filler, "", std::move(inBox)));
-  program.set("/separator", hidden(object(kSeparator, "")));
-  program.set("/close", object(Role::pushButton, "Close"));
+  program.set("/window", shownObject(Role::dialog, "Camera", {"/bar", "/text", "/deny", "/allow"}));
+  program.set("/bar", shownObject(Role::panel, "", {"/box"}));
+  program.set("/box", shownObject(Role::filler, "", std::move(inBox)));
+  program.set("/separator", hidden(shownObject(kSeparator, "")));
+  program.set("/close", shownObject(Role::pushButton, "Close"));
 }
 
 TEST(TitleBars, OfGtk3HoldNoButtonsOfThePrompt) {
-  World world;
+  ToolkitWorld world;
   setTitleBarOfGtk3(*world.program, {"/separator", "/close"});
   EXPECT_EQ(buttonsOf(world), (std::vector<std::string>{"Allow", "Don't Allow"}));
 }
@@ -243,70 +236,70 @@ TEST(TitleBars, OfGtk3KeepWhatAProgramPutsThere) {
   const std::vector<std::string> all{"Allow", "Close", "Don't Allow"};
   for (const std::vector<std::string>& inBox :
        {std::vector<std::string>{"/close"}, std::vector<std::string>{"/separator", "/close", "/word"}}) {
-    World world;
+    ToolkitWorld world;
     setTitleBarOfGtk3(*world.program, inBox);
-    world.program->set("/word", object(Role::label, "A word"));
+    world.program->set("/word", shownObject(Role::label, "A word"));
     EXPECT_EQ(buttonsOf(world), all);
   }
-  World world;
+  ToolkitWorld world;
   setTitleBarOfGtk3(*world.program, {"/separator"});
-  world.program->set("/bar", object(Role::panel, "", {"/box", "/close"}));
+  world.program->set("/bar", shownObject(Role::panel, "", {"/box", "/close"}));
   EXPECT_EQ(buttonsOf(world), all) << "beside the box";
-  world.program->set("/bar", object(Role::panel, "", {"/another"}));
-  world.program->set("/another", object(Role::panel, "", {"/box"}));
-  world.program->set("/box", object(Role::filler, "", {"/separator", "/close"}));
+  world.program->set("/bar", shownObject(Role::panel, "", {"/another"}));
+  world.program->set("/another", shownObject(Role::panel, "", {"/box"}));
+  world.program->set("/box", shownObject(Role::filler, "", {"/separator", "/close"}));
   EXPECT_EQ(buttonsOf(world), all) << "deeper";
 }
 
 // As GTK 4 draws it on GNOME: the bar, and in it the ends with the buttons of the window.
 void setTitleBarOfGtk4(FakeProgram& program, std::vector<std::string> inButton) {
   program.speakAs("GTK", "4.8.3");
-  program.set("/window", object(Role::dialog, "Camera", {"/text", "/deny", "/allow", "/p1"}));
+  program.set("/window", shownObject(Role::dialog, "Camera", {"/text", "/deny", "/allow", "/p1"}));
   for (int i = 1; i <= 4; ++i) {
-    program.set("/p" + std::to_string(i), object(Role::panel, "", {"/p" + std::to_string(i + 1)}));
+    program.set("/p" + std::to_string(i), shownObject(Role::panel, "", {"/p" + std::to_string(i + 1)}));
   }
-  program.set("/p5", object(Role::panel, "", {"/close"}));
-  program.set("/close", object(Role::pushButton, "Close", std::move(inButton)));
-  program.set("/label", object(Role::label, "Close"));
+  program.set("/p5", shownObject(Role::panel, "", {"/close"}));
+  program.set("/close", shownObject(Role::pushButton, "Close", std::move(inButton)));
+  program.set("/label", shownObject(Role::label, "Close"));
 }
 
 TEST(TitleBars, OfGtk4HoldNoButtonsOfThePrompt) {
-  World world;
+  ToolkitWorld world;
   setTitleBarOfGtk4(*world.program, {});
   EXPECT_EQ(buttonsOf(world), (std::vector<std::string>{"Allow", "Don't Allow"}));
 }
 
 TEST(TitleBars, OfGtk4KeepWhatAProgramPutsThere) {
   const std::vector<std::string> all{"Allow", "Close", "Don't Allow"};
-  World labelled;
+  ToolkitWorld labelled;
   setTitleBarOfGtk4(*labelled.program, {"/label"});
   EXPECT_EQ(buttonsOf(labelled), all) << "with a label of its own";
-  World higher;
+  ToolkitWorld higher;
   setTitleBarOfGtk4(*higher.program, {});
-  higher.program->set("/p4", object(Role::panel, "", {"/close"}));
+  higher.program->set("/p4", shownObject(Role::panel, "", {"/close"}));
   EXPECT_EQ(buttonsOf(higher), all) << "beside the window's own ones";
 }
 
-std::string titleOf(World& world) {
+std::string titleOf(ToolkitWorld& world) {
   const auto window = world.window();
   return window ? AXHelpers::stringAttribute(world.accessibility, *window, platform::ax::kTitle).value_or("none") : "";
 }
 
 // Where the desktop tells no titles.
 TEST(TitleBars, OfMessageDialogsOfGtk3SayTheTitleWhichTheirNamesDoNot) {
-  World world;
+  ToolkitWorld world;
   world.program->speakAs("gtk", "3.24.38");
-  world.program->set("/window", object(Role::alert, "Question", {"/bar", "/content"}));
-  world.program->set("/bar", object(Role::filler, "", {"/title"}));
-  world.program->set("/title", object(Role::label, "Camera"));
-  world.program->set("/content", object(Role::filler, "", {"/text", "/deny", "/allow"}));
+  world.program->set("/window", shownObject(Role::alert, "Question", {"/bar", "/content"}));
+  world.program->set("/bar", shownObject(Role::filler, "", {"/title"}));
+  world.program->set("/title", shownObject(Role::label, "Camera"));
+  world.program->set("/content", shownObject(Role::filler, "", {"/text", "/deny", "/allow"}));
   EXPECT_EQ(titleOf(world), "Camera");
-  world.program->set("/bar", object(Role::filler, "", {"/title", "/word"}));
-  world.program->set("/word", object(Role::label, "A word"));
+  world.program->set("/bar", shownObject(Role::filler, "", {"/title", "/word"}));
+  world.program->set("/word", shownObject(Role::label, "A word"));
   EXPECT_EQ(titleOf(world), "") << "It is no title bar.";
-  world.program->set("/window", object(Role::alert, "Question", {"/content"}));
+  world.program->set("/window", shownObject(Role::alert, "Question", {"/content"}));
   EXPECT_EQ(titleOf(world), "") << "It shows none.";
-  world.program->set("/window", object(Role::dialog, "Named", {"/bar", "/content"}));
+  world.program->set("/window", shownObject(Role::dialog, "Named", {"/bar", "/content"}));
   EXPECT_EQ(titleOf(world), "Named");
 }
 
@@ -314,7 +307,7 @@ TEST(TitleBars, OfMessageDialogsOfGtk3SayTheTitleWhichTheirNamesDoNot) {
 TEST(TitleBars, AreKnownByTheButtonAlone) {
   for (const bool isGtk4 : {false, true}) {
     SCOPED_TRACE(isGtk4 ? "GTK 4" : "GTK 3");
-    World world;
+    ToolkitWorld world;
     if (isGtk4) {
       setTitleBarOfGtk4(*world.program, {});
     } else {

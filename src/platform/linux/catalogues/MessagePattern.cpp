@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::size_t kMostPlaceholders = 16;
 constexpr std::size_t kFewestLetters = 8;
-constexpr std::size_t kLongestName = 64;
+constexpr std::size_t kLongestPlaceholder = 64;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isNameCharacter(char c) {
+bool isPlaceholderCharacter(char c) {
   return isDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-' || c == '.';
 }
 
@@ -29,14 +29,14 @@ char at(std::string_view text, std::size_t index) { return index < text.size() ?
 // "%(name)s".
 std::size_t pythonPlaceholder(std::string_view text) {
   if (at(text, 1) != '(') return 0;
-  const auto end = text.substr(0, kLongestName).find(')');
+  const auto end = text.substr(0, kLongestPlaceholder).find(')');
   return end != std::string_view::npos && end + 1 < text.size() ? end + 2 : 0;
 }
 
 // "%PLACE%".
 std::size_t customPlaceholder(std::string_view text) {
   const auto name = countWhile(text.substr(1), [](char c) { return (c >= 'A' && c <= 'Z') || c == '_' || isDigit(c); });
-  return name >= 2 && name < kLongestName && at(text, name + 1) == '%' ? name + 2 : 0;
+  return name >= 2 && name < kLongestPlaceholder && at(text, name + 1) == '%' ? name + 2 : 0;
 }
 
 // "%s", "%1$s", "%-5ld"; a blank as a flag is not taken, or "100 % sure" would have one.
@@ -67,11 +67,11 @@ std::size_t qtPlaceholder(std::string_view text) {
 
 // "{name}", "{ $name }".
 std::size_t bracedPlaceholder(std::string_view text) {
-  const auto end = text.substr(0, kLongestName).find('}');
+  const auto end = text.substr(0, kLongestPlaceholder).find('}');
   if (end == std::string_view::npos || end == 1) return 0;
   const auto name = text.substr(1, end - 1);
   const bool isName = std::all_of(name.begin(), name.end(),
-                                  [](char c) { return isNameCharacter(c) || c == '$' || c == ' ' || c == ':'; });
+                                  [](char c) { return isPlaceholderCharacter(c) || c == '$' || c == ' ' || c == ':'; });
   return isName ? end + 1 : 0;
 }
 

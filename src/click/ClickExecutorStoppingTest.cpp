@@ -82,7 +82,7 @@ TEST_F(ClickExecutorTest, BoundsTheWaitsForAnApplicationThatLiesAboveThePrompt) 
   const auto above = desktop().open(other, question());
   fakePresence = [] { return true; };
   desktop().setRequestHook([&](const AXRequest& request) {
-    if (request.name != ax::kRaiseAction) return;
+    if (request.name != platform::ax::kRaiseAction) return;
     desktop().hang(other);
     desktop().later(Seconds{0.05}, [&] { desktop().raise(above); });
   });

@@ -8,6 +8,8 @@ import { DecisionDelivery } from "./decisionDelivery";
 import { harmless } from "./decisionLog";
 import { trim } from "./bounded";
 import type { Environment } from "./environment";
+import { given } from "./given";
+import { createGrantLock, type GrantLock, type SharedLock } from "./grantLock";
 import {
   readClock,
   readMessage,
@@ -15,41 +17,31 @@ import {
   readResultCommand,
   readState,
   readSuppressionCommand,
-  resultStatuses,
-  suppressionMessage,
   type IncomingMessage,
   type OtherPhone,
   type ReportedPrompt,
   type Result,
   type SuppressionCommand,
 } from "./messages";
-import type { Computer, Instant, NewPhone, Pause, Prompt } from "./model";
+import type { Computer, Instant, Pause, Prompt } from "./model";
+import { NewPhones } from "./newPhones";
 import { NotesWriter } from "./notesWriter";
 import { OutcomeHistory, type OutcomeSubject } from "./outcomeHistory";
 import { PromptList } from "./promptList";
 import { RelayConnection } from "./relayConnection";
-import type { LogEntry, LogExcerpt } from "./reports";
+import type { LogExcerpt } from "./reports";
 import { SealedChannel } from "./sealedChannel";
 import { SessionAlerts } from "./sessionAlerts";
-import type { PairingKeys, PairingNotes, PendingSuppression, StoredPairing } from "./store";
+import type { PairingKeys, PairingNotes, StoredPairing } from "./store";
+import { deliverSuppressions, type SuppressionDelivery } from "./suppressionDelivery";
 import { SuppressionList } from "./suppressionList";
 import { newUuid } from "./uuid";
 
 type Snapshot = Extract<IncomingMessage, { type: "snapshot" }>;
 
 const mostPressedElsewhere = 200;
-const newPhoneTime = 24 * 3600_000;
 const otherPhoneName = "another phone";
 const unknownPrompt = { appName: say("A prompt that this phone has not seen"), windowTitle: "" } as const;
-
-/** This phone's own lock, as the computers of one phone share it. */
-export interface SharedLock {
-  isThere(): boolean;
-  /** By a person, for all grants. */
-  isChosen(): boolean;
-  /** Asks for it. Rejects with an Error whose message is for people. */
-  open(): Promise<void>;
-}
 
 export class ComputerSession {
   readonly keys: PairingKeys;
@@ -62,20 +54,16 @@ export class ComputerSession {
   private computerConnection: number | undefined;
   private lastReceivedAt: Instant | undefined;
   private pause: Pause | undefined;
-  private wantsLock = false;
-  /** The grant that waits for this phone's lock, or that it did not let through. */
-  private unlocking:
-    { readonly approvalID: string; readonly shown: NonNullable<Prompt["unlocking"]> } | undefined;
-  /** As told last, at that time of the computer. */
-  private newPhones: readonly NewPhone[] = [];
-  private newPhonesToldAt: ClockStamp | undefined;
   private ended: PairingNotes["ended"];
 
   private readonly list = new PromptList();
   private readonly clock = new ComputerClock();
   private readonly log: ComputerLog;
   private readonly history: OutcomeHistory;
+  private readonly newPhones = new NewPhones();
   private readonly suppressions: SuppressionList;
+  private readonly delivery: SuppressionDelivery;
+  private readonly lock: GrantLock;
   private readonly decisions: DecisionDelivery;
   private readonly channel: SealedChannel;
   private readonly writer: NotesWriter;
@@ -90,7 +78,7 @@ export class ComputerSession {
     stored: StoredPairing,
     private readonly environment: Environment,
     deviceName: () => string,
-    private readonly lock: SharedLock,
+    lock: SharedLock,
     private readonly changed: () => void,
   ) {
     const { notes, ...keys } = stored;
@@ -108,24 +96,28 @@ export class ComputerSession {
       disconnected: () => this.disconnected(),
       message: (text) => this.received(text),
     });
-    const toRelay = {
-      isConnected: () => this.connection.state.kind === "connected",
-      send: (text: string) => this.connection.send(text),
-    };
-    this.alerts = new SessionAlerts({
-      ...toRelay,
-      deviceID: keys.deviceID,
-      channel: this.channel,
-      computerName: () => this.name,
-      changed,
-    });
-    this.decisions = new DecisionDelivery(notes.decisions, {
+    const shared = {
       environment,
-      clock: this.clock,
       channel: this.channel,
-      ...toRelay,
+      isConnected: () => this.isConnected(),
+      send: (text: string) => this.connection.send(text),
       save: () => this.writer.save(),
+      changed,
+    };
+    this.alerts = new SessionAlerts({ ...shared, deviceID: keys.deviceID, computerName: () => this.name });
+    this.delivery = deliverSuppressions(this.suppressions, shared);
+    this.decisions = new DecisionDelivery(notes.decisions, {
+      ...shared,
+      clock: this.clock,
       settled: (record) => this.history.addDecision(record),
+    });
+    this.lock = createGrantLock({
+      lock,
+      list: this.list,
+      grant: (approvalID, buttonLabel) => {
+        const prompt = this.prompt(approvalID);
+        if (prompt) this.decisions.decide(prompt, buttonLabel, true);
+      },
       changed,
     });
   }
@@ -139,40 +131,39 @@ export class ComputerSession {
   stop(): void {
     this.isStopped = true;
     this.writer.stop();
+    this.lock.forget();
+    this.delivery.stop();
     this.decisions.stop();
     this.connection.stop();
   }
 
   computer(): Computer {
-    const { isComputerConnected, lastReceivedAt, pause } = this;
     const { accessibilityTrusted, isUnreadable, leftOut } = this.list;
     const { problem } = this.writer;
     const { brokenAt } = this.log;
     // What a computer asks that has unpaired this phone, nobody here can answer.
     const prompts = this.ended === undefined ? this.prompts() : undefined;
-    const newPhones = this.newPhonesNow();
-    const lock = this.wantedLock();
-    const alerts = this.alerts.state();
-    return {
+    const newPhones = this.newPhones.others(this.keys.deviceID, this.environment.now());
+    return given<Computer>({
       pairingID: this.keys.pairingID,
       name: this.name,
       pairedAt: this.keys.pairedAt,
       relay: this.connection.state,
-      ...(isComputerConnected !== undefined && { isComputerConnected }),
-      ...(lastReceivedAt !== undefined && { lastReceivedAt }),
-      ...(accessibilityTrusted !== undefined && { accessibilityTrusted }),
-      ...(prompts !== undefined && { prompts }),
-      ...(leftOut > 0 && { promptsLeftOut: leftOut }),
-      ...(pause !== undefined && { pause }),
-      ...(lock && { lock }),
-      ...(newPhones.length > 0 && { newPhones }),
+      isComputerConnected: this.isComputerConnected,
+      lastReceivedAt: this.lastReceivedAt,
+      accessibilityTrusted,
+      prompts,
+      promptsLeftOut: leftOut || undefined,
+      pause: this.pause,
+      lock: this.lock.state(),
+      newPhones: newPhones.length > 0 ? newPhones : undefined,
       hasUnreadableSnapshot: isUnreadable,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
-      ...(alerts && { alerts }),
-      ...(brokenAt !== undefined && { logBrokenAt: brokenAt }),
-      ...(problem !== undefined && { storageProblem: problem }),
-    };
+      alerts: this.alerts.state(),
+      logBrokenAt: brokenAt,
+      storageProblem: problem,
+    });
   }
 
   /** The new name is shown once it is stored. Rejects with an Error for people, and keeps the old one. */
@@ -207,34 +198,26 @@ export class ComputerSession {
     const prompt = this.prompt(approvalID);
     const button = prompt?.buttons.find((candidate) => candidate.label === buttonLabel);
     if (!prompt || !button) return;
-    const lock = button.kind === "dismiss" ? undefined : this.wantedLock();
+    const lock = button.kind === "dismiss" ? undefined : this.lock.state();
     if (lock === "missing") return;
     if (lock === "asked") {
-      void this.unlockAndDecide(prompt, buttonLabel);
+      void this.lock.open(approvalID, buttonLabel);
     } else {
-      if (this.unlocking?.approvalID === approvalID) this.unlocking = undefined;
+      this.lock.forget(approvalID);
       this.decisions.decide(prompt, buttonLabel, false, at);
     }
   }
 
   /** Nothing happens without a connection: the computer tells of the phone for as long as it is there. */
   removePhone(id: string): Promise<void> {
-    return this.sendCommand({ action: "removePhone", suppressionID: id });
+    return this.delivery.sendOnce({ action: "removePhone", suppressionID: id });
   }
 
   /** As `removePhone`. */
   testAlert(): Promise<void> {
     const { deviceID } = this.keys;
     const command = { action: "testPush", suppressionID: newUuid(this.environment.crypto), deviceID };
-    return this.sendCommand(command);
-  }
-
-  /** A relay passes on the kinds of messages that it knows; which command it is stands in the box. */
-  private async sendCommand(command: Readonly<Record<"action" | "suppressionID", string>>): Promise<void> {
-    const payload = await this.channel.seal(command);
-    if (!payload || this.isStopped || this.connection.state.kind !== "connected") return;
-    const decisionID = newUuid(this.environment.crypto);
-    this.connection.send(suppressionMessage("suppress", decisionID, payload, this.environment.now()));
+    return this.delivery.sendOnce(command);
   }
 
   /** The prompt leaves the list immediately; the history names it once that is stored. */
@@ -244,7 +227,7 @@ export class ComputerSession {
     const { suppressionID } = prompt;
     const subject = this.subjectOf(prompt);
     this.suppressions.add(suppressionID, prompt, subject.at);
-    void this.storeAndSend({ action: "suppress", approvalID, suppressionID, lasts: 0 }, () =>
+    void this.delivery.add({ action: "suppress", approvalID, suppressionID, lasts: 0 }, () =>
       this.history.addSuppressed(subject),
     );
   }
@@ -255,69 +238,13 @@ export class ComputerSession {
     if (!known) return;
     const now = this.environment.now();
     this.suppressions.add(suppressionID, known, now, seconds > 0 ? now + seconds * 1000 : undefined);
-    void this.storeAndSend({ action: "suppress", suppressionID, lasts: seconds });
+    void this.delivery.add({ action: "suppress", suppressionID, lasts: seconds });
   }
 
   unsuppress(suppressionID: string): void {
     if (!this.suppressions.has(suppressionID)) return;
     this.suppressions.remove(suppressionID);
-    void this.storeAndSend({ action: "unsuppress", suppressionID });
-  }
-
-  // This phone's lock.
-
-  private wantedLock(): Computer["lock"] {
-    if (this.lock.isThere()) return this.wantsLock || this.lock.isChosen() ? "asked" : undefined;
-    return this.wantsLock || this.lock.isChosen() ? "missing" : undefined;
-  }
-
-  /** What is granted is what stood there before the lock was asked for: a prompt that changed meanwhile is shown again. */
-  private async unlockAndDecide(prompt: Prompt, buttonLabel: string): Promise<void> {
-    const { id: approvalID } = prompt;
-    if (this.unlocking && this.unlocking.shown.problem === undefined) return;
-    const waiting = { approvalID, shown: { buttonLabel } };
-    this.unlocking = waiting;
-    const before = this.subjectTextOf(approvalID);
-    this.changed();
-    let problem: string | undefined;
-    try {
-      await this.lock.open();
-      if (this.subjectTextOf(approvalID) !== before)
-        problem = say("The prompt has changed meanwhile. Nothing was sent.");
-    } catch (error) {
-      problem =
-        error instanceof Error ? error.message : say("This phone’s lock did not answer. Nothing was sent.");
-    }
-    if (this.unlocking !== waiting || this.isStopped) return;
-    this.unlocking = problem === undefined ? undefined : { approvalID, shown: { buttonLabel, problem } };
-    const now = this.prompt(approvalID);
-    if (problem === undefined && now) this.decisions.decide(now, buttonLabel, true);
-    this.changed();
-  }
-
-  /** Absent: it is gone. */
-  private subjectTextOf(approvalID: string): string | undefined {
-    const prompt = this.list.find(approvalID);
-    return prompt && JSON.stringify(prompt);
-  }
-
-  // Phones that joined unexpectedly.
-
-  private newPhonesNow(): readonly NewPhone[] {
-    const now = this.environment.now();
-    return this.newPhones.filter(
-      ({ deviceID, since }) => deviceID !== this.keys.deviceID && now - since < newPhoneTime,
-    );
-  }
-
-  /** A relay may bring an older word later. */
-  private takeNewPhones(clock: ClockStamp, newPhones: readonly NewPhone[]): void {
-    const told = this.newPhonesToldAt;
-    if (told?.epoch === clock.epoch && clock.time < told.time) return;
-    this.newPhonesToldAt = clock;
-    if (this.newPhones.length === 0 && newPhones.length === 0) return;
-    this.newPhones = newPhones;
-    this.changed();
+    void this.delivery.add({ action: "unsuppress", suppressionID });
   }
 
   // The list that a person sees.
@@ -327,9 +254,9 @@ export class ComputerSession {
       ?.filter((prompt) => !this.suppressions.has(prompt.suppressionID))
       .map((prompt) => {
         const decision = this.decisions.on(prompt.id);
-        const unlocking = this.unlocking?.approvalID === prompt.id ? this.unlocking.shown : undefined;
+        const unlocking = this.lock.on(prompt.id);
         if (!decision && !unlocking) return prompt;
-        return { ...prompt, ...(decision && { decision }), ...(unlocking && { unlocking }) };
+        return given<Prompt>({ ...prompt, decision, unlocking });
       });
   }
 
@@ -338,6 +265,10 @@ export class ComputerSession {
   }
 
   // The relay.
+
+  private isConnected(): boolean {
+    return this.connection.state.kind === "connected";
+  }
 
   private relayChanged(): void {
     const { kind } = this.connection.state;
@@ -358,7 +289,7 @@ export class ComputerSession {
   private sendEverythingOpen(): void {
     this.alerts.connected();
     this.decisions.resume();
-    for (const pending of this.suppressions.pending()) void this.sendSuppression(pending);
+    this.delivery.resume();
   }
 
   private received(text: string): void {
@@ -415,7 +346,7 @@ export class ComputerSession {
     if (state?.suppressions) this.suppressions.report(state.suppressions, this.environment.now());
     if (clock) this.clock.learn(clock, receivedAt);
     this.pause = state?.pause;
-    this.wantsLock = state?.wantsLock === true;
+    this.lock.require(state?.wantsLock === true);
     const gone = this.list.replace(prompts, snapshot.accessibilityTrusted, leftOut);
     for (const prompt of gone) this.promptGone(prompt);
     this.changed();
@@ -426,7 +357,7 @@ export class ComputerSession {
     const { clock, newPhones, suppressions, log, sentAlerts } = readClock(await this.channel.open(box));
     if (this.isStopped) return;
     this.clock.learn(clock, receivedAt);
-    this.takeNewPhones(clock, newPhones);
+    if (this.newPhones.learn(newPhones, clock)) this.changed();
     if (sentAlerts) this.alerts.computerReported(sentAlerts);
     if (suppressions) this.suppressions.report(suppressions, this.environment.now());
     if (log) this.takeLog(log, clock);
@@ -439,26 +370,8 @@ export class ComputerSession {
   private takeLog(log: LogExcerpt, toldAt: ClockStamp): void {
     if (!this.log.learn(log.head, this.environment.now(), log.entries, toldAt)) return;
     for (const entry of this.log.takeNew(log)) {
-      if (entry.at >= this.keys.pairedAt) this.recordEntry(entry);
-    }
-  }
-
-  private recordEntry(entry: LogEntry): void {
-    const { approvalID, decisionID, at, appName, windowTitle, buttonLabel, error } = entry;
-    if (approvalID === undefined) return;
-    const about = { approvalID, at, appName, windowTitle };
-    const status = resultStatuses.get(entry.status ?? "");
-    if (entry.event !== "outcome") {
-      this.history.insert({ key: `log-${entry.sequence}`, ...about, status: "goneByItself" });
-    } else if (status !== undefined && decisionID !== undefined && !this.decisions.knows(decisionID)) {
-      this.history.insert({
-        key: decisionID,
-        ...about,
-        status,
-        ...(buttonLabel !== undefined && { buttonLabel }),
-        ...(error !== undefined && { error }),
-        otherPhone: entry.phones?.join(", ") || otherPhoneName,
-      });
+      const isOwn = entry.event === "outcome" && this.decisions.knows(entry.decisionID ?? "");
+      if (entry.at >= this.keys.pairedAt && !isOwn) this.history.addLogged(entry, otherPhoneName);
     }
   }
 
@@ -497,16 +410,9 @@ export class ComputerSession {
       this.pressedElsewhere.add(result.approvalID);
       trim(this.pressedElsewhere, mostPressedElsewhere);
     }
-    this.history.add({
-      key: decisionID,
-      approvalID: result.approvalID,
-      at: this.environment.now(),
-      ...(this.list.namesOf(result.approvalID) ?? unknownPrompt),
-      buttonLabel: result.buttonLabel,
-      status: result.status,
-      ...(result.error !== undefined && { error: result.error }),
-      ...(!isOwn && { otherPhone: result.decidedBy || phone?.deviceName || otherPhoneName }),
-    });
+    const names = this.list.namesOf(result.approvalID) ?? unknownPrompt;
+    const name = isOwn ? undefined : result.decidedBy || phone?.deviceName || otherPhoneName;
+    this.history.addResult({ key: decisionID, ...names, at: this.environment.now() }, result, name);
   }
 
   private async takeSuppression(box: string): Promise<void> {
@@ -546,7 +452,7 @@ export class ComputerSession {
     this.changed();
     // The outcome of a decision may have been sent while this phone was not connected.
     if (isBack) this.sendEverythingOpen();
-    else if (isConnected) for (const pending of doubtful) void this.sendSuppression(pending);
+    else if (isConnected) for (const pending of doubtful) void this.delivery.send(pending);
     if (doubtful.length > 0) void this.writer.save();
   }
 
@@ -565,33 +471,6 @@ export class ComputerSession {
     await this.writer.save();
   }
 
-  // Suppressions.
-
-  /** `stored`: what is recorded once the change is stored. Sent in any case, until the computer is known to have it. */
-  private async storeAndSend(
-    command: Omit<PendingSuppression, "decisionID">,
-    stored?: () => void,
-  ): Promise<void> {
-    const pending = { ...command, decisionID: newUuid(this.environment.crypto) };
-    this.suppressions.enqueue(pending);
-    this.changed();
-    const isStored = await this.writer.save();
-    if (isStored && stored && !this.isStopped) {
-      stored();
-      this.changed();
-      await this.writer.save();
-    }
-    await this.sendSuppression(pending);
-  }
-
-  private async sendSuppression(pending: PendingSuppression): Promise<void> {
-    if (this.connection.state.kind !== "connected") return;
-    const { decisionID, writtenAt: _, writtenTo: __, ...command } = pending;
-    const payload = await this.channel.seal(command);
-    if (!payload || !this.suppressions.isPending(decisionID) || this.isStopped) return;
-    this.connection.send(suppressionMessage(command.action, decisionID, payload, this.environment.now()));
-  }
-
   private subjectOf({ id, appName, windowTitle }: ReportedPrompt): OutcomeSubject {
     const key = newUuid(this.environment.crypto);
     return { key, approvalID: id, at: this.environment.now(), appName, windowTitle };
@@ -600,16 +479,15 @@ export class ComputerSession {
   // What is stored.
 
   private notes(): PairingNotes {
-    const log = this.log.state;
-    return {
+    return given<PairingNotes>({
       name: this.newName ?? this.name,
       outcomes: this.history.all(),
       suppressions: this.suppressions.all(),
       pendingSuppressions: this.suppressions.open(),
       decisions: this.decisions.records(),
       usedNonces: this.channel.usedNonces(),
-      ...(this.ended !== undefined && { ended: this.ended }),
-      ...(log !== undefined && { log }),
-    };
+      ended: this.ended,
+      log: this.log.state,
+    });
   }
 }

@@ -4,6 +4,7 @@
 // Life of a decision: sending -> delivered -> the computer's word, or unanswered after a minute; or sending ->
 // undelivered. The computer's word counts whenever it comes, after a settlement of our own as well: it is the truth.
 
+import { given } from "./given";
 import { say } from "../language/say";
 import type { Decision, Instant } from "./model";
 import type { Result } from "./messages";
@@ -169,15 +170,14 @@ export class DecisionLog {
     if (!record || record.approvalID !== result.approvalID || record.buttonLabel !== result.buttonLabel) {
       return undefined;
     }
-    const { error: _, ...rest } = record;
     const settledAt = isOpen(record) ? now : (record.settledAt ?? now);
-    const settled: DecisionRecord = {
-      ...rest,
+    const settled = given<DecisionRecord>({
+      ...record,
       status: result.status,
       mayHaveArrived: true,
       settledAt,
-      ...(result.error !== undefined && { error: result.error }),
-    };
+      error: result.error,
+    });
     this.records.set(decisionID, settled);
     return settled;
   }

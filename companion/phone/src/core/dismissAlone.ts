@@ -1,4 +1,5 @@
-import { ComputerSession, type SharedLock } from "./computerSession";
+import { ComputerSession } from "./computerSession";
+import type { SharedLock } from "./grantLock";
 import { dismiss, type Dismissal, type DismissalRequest } from "./dismissal";
 import type { Environment } from "./environment";
 import { waitingThere } from "./pushAlerts";

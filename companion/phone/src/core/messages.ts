@@ -1,6 +1,7 @@
 // The messages between a phone and the relay, and what is inside their boxes. Reading is strict: a member that is missing,
 // mistyped or beyond its limit makes the whole record unreadable. What to do then is the caller's affair.
 
+import { given } from "./given";
 import type { ClockStamp } from "./computerClock";
 import { DecodingError, dateText, Fields, parseJson, readList } from "./decoding";
 import { buttonKind, cautionOf } from "./labels";
@@ -102,12 +103,12 @@ function readSnapshot(fields: Fields): IncomingMessage {
   try {
     const box = boxOf(fields, "encryptedApprovals");
     const stateBox = fields.optionalObject("encryptedState")?.string("ciphertext", longestMessage);
-    return {
+    return given<Extract<IncomingMessage, { type: "snapshot" }>>({
       type: "snapshot",
       accessibilityTrusted: fields.boolean("accessibilityTrusted"),
       box,
-      ...(stateBox !== undefined && { stateBox }),
-    };
+      stateBox,
+    });
   } catch (error) {
     if (!(error instanceof DecodingError)) throw error;
     return { type: "unreadableSnapshot", problem: error.message };
@@ -132,25 +133,34 @@ function readComputerStatus(fields: Fields): IncomingMessage {
   const isConnected = fields.boolean("macConnected");
   const connection = fields.optionalInteger("macConnection", 0, Number.MAX_SAFE_INTEGER);
   const heardSecondsAgo = fields.optionalInteger("heardSecondsAgo", 0, Number.MAX_SAFE_INTEGER);
-  return {
+  return given<Extract<IncomingMessage, { type: "computerStatus" }>>({
     type: "computerStatus",
     isConnected,
-    ...(connection !== undefined && { connection }),
-    ...(heardSecondsAgo !== undefined && { heardSecondsAgo }),
-  };
+    connection,
+    heardSecondsAgo,
+  });
 }
 
 function readReceipt(fields: Fields): IncomingMessage {
   const decisionID = fields.string("decisionID", longestName);
   const delivered = fields.boolean("delivered");
   const reason = fields.optionalString("reason", longestName);
-  return { type: "receipt", decisionID, delivered, ...(reason !== undefined && { reason }) };
+  return given<Extract<IncomingMessage, { type: "receipt" }>>({
+    type: "receipt",
+    decisionID,
+    delivered,
+    reason,
+  });
 }
 
 function readPushSubscription(fields: Fields): IncomingMessage {
   const reason = fields.optionalString("reason", longestName);
   const isSubscribed = fields.boolean("subscribed");
-  return { type: "pushSubscription", isSubscribed, ...(reason !== undefined && { reason }) };
+  return given<Extract<IncomingMessage, { type: "pushSubscription" }>>({
+    type: "pushSubscription",
+    isSubscribed,
+    reason,
+  });
 }
 
 /** How the computer stands. */
@@ -167,12 +177,11 @@ export interface ComputerState {
 export function readState(text: string): ComputerState {
   const fields = new Fields(parseJson(text, longestMessage, "state"), "state");
   const until = fields.optionalDate("pausedUntil");
-  const suppressions = readSuppressions(fields);
-  return {
+  return given<ComputerState>({
+    suppressions: readSuppressions(fields),
     wantsLock: fields.optionalBoolean("grantsNeedVerification") === true,
-    ...(fields.boolean("isPaused") && { pause: until === undefined ? {} : { until } }),
-    ...(suppressions && { suppressions }),
-  };
+    pause: fields.boolean("isPaused") ? given<Pause>({ until }) : undefined,
+  });
 }
 
 /** A prompt as the computer reported it, without a decision. */
@@ -206,8 +215,10 @@ export function readPromptList(text: string): ReportedList {
 }
 
 function readMarks(fields: Fields): ListMarks {
-  const clock = readOptionalClock(fields);
-  return { ...(clock && { clock }), leftOut: fields.optionalInteger("leftOut", 1, mostLeftOut) ?? 0 };
+  return given<ListMarks>({
+    clock: readOptionalClock(fields),
+    leftOut: fields.optionalInteger("leftOut", 1, mostLeftOut) ?? 0,
+  });
 }
 
 function readOptionalClock(fields: Fields): ClockStamp | undefined {
@@ -249,13 +260,13 @@ export function readClock(text: string): Meeting {
   const suppressions = readSuppressions(fields);
   const log = fields.optionalObject("log");
   const sentAlerts = fields.optionalList("pushes", mostPushes, readSentAlert);
-  return {
+  return given<Meeting>({
     clock: readStamp(fields.object("clock")),
     newPhones,
-    ...(suppressions && { suppressions }),
-    ...(log && { log: readLog(log) }),
-    ...(sentAlerts && { sentAlerts: new Map(sentAlerts.filter((one) => one !== undefined)) }),
-  };
+    suppressions,
+    log: log && readLog(log),
+    sentAlerts: sentAlerts && new Map(sentAlerts.filter((one) => one !== undefined)),
+  });
 }
 
 /** Absent: the computer has a newer word for what became of it. */
@@ -265,10 +276,7 @@ function readSentAlert(fields: Fields): readonly [string, SentAlert] | undefined
   const acceptedAt = fields.optionalDate("acceptedAt");
   const reason = fields.optionalString("reason", longestName);
   if (status === undefined) return undefined;
-  return [
-    p256dh,
-    { status, ...(acceptedAt !== undefined && { acceptedAt }), ...(reason !== undefined && { reason }) },
-  ];
+  return [p256dh, given<SentAlert>({ status, acceptedAt, reason })];
 }
 
 const sentAlertStatuses = new Map(
@@ -286,20 +294,20 @@ function readPrompt(value: unknown, path: string): ReportedPrompt {
   const directAccessReason = fields.optionalString("directAccessReason", longestText);
   const windowTitle = fields.string("windowTitle", longestText);
   const messageLines = fields.strings("messageLines", mostLines, longestText);
-  return {
+  return given<ReportedPrompt>({
     id,
     suppressionID: fields.optionalUuid("suppressionID") ?? id,
     detectedAt: fields.date("detectedAt"),
     appName: fields.string("appName", longestText),
-    ...(bundleIdentifier !== undefined && { bundleIdentifier }),
+    bundleIdentifier,
     windowTitle,
     messageLines,
     reason: fields.string("reason", longestText),
     buttons: readButtons(fields, { title: windowTitle, lines: messageLines }),
     requiresDirectAccess: fields.boolean("requiresDirectAccess"),
-    ...(directAccessReason !== undefined && { directAccessReason }),
+    directAccessReason,
     isFallbackDetection: fields.boolean("isFallbackDetection"),
-  };
+  });
 }
 
 /** A record that lacks these is not the one that was agreed on, and nothing else in it can be relied upon. */
@@ -385,16 +393,16 @@ export function readResultCommand(text: string): Result {
   const clock = readOptionalClock(fields);
   const decidedBy = fields.optionalString("decidedBy", longestName);
   const logHead = fields.optionalObject("logHead");
-  return {
+  return given<Result>({
     approvalID: fields.uuid("approvalID"),
     buttonLabel: fields.string("buttonLabel", longestLabel),
     status: isTooLate ? "tooLate" : status,
-    ...(error !== undefined && { error }),
-    ...(decisionID !== undefined && { decisionID }),
-    ...(clock && { clock }),
-    ...(decidedBy !== undefined && { decidedBy }),
-    ...(logHead && { logHead: readLogHead(logHead) }),
-  };
+    error,
+    decisionID,
+    clock,
+    decidedBy,
+    logHead: logHead && readLogHead(logHead),
+  });
 }
 
 export interface SuppressionCommand {
@@ -413,12 +421,12 @@ export function readSuppressionCommand(text: string): SuppressionCommand {
   const approvalID = fields.optionalUuid("approvalID");
   const suppressionID = fields.uuid("suppressionID");
   const lasts = fields.optionalInteger("lasts", 0, longestSuppression);
-  return {
+  return given<SuppressionCommand>({
     action,
-    ...(approvalID !== undefined && { approvalID }),
+    approvalID,
     suppressionID,
-    ...(lasts !== undefined && { lasts }),
-  };
+    lasts,
+  });
 }
 
 export function requestMessage(decisionID: string, encryptedRequest: SealedPayload, now: Instant): string {

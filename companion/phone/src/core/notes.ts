@@ -1,6 +1,7 @@
 // The changing part of what is kept about a pairing, as text. What an older version of this page wrote, or a browser
 // damaged, must not keep the pairing itself from working: what cannot be read of it is left out.
 
+import { given } from "./given";
 import { Fields, parseJson } from "./decoding";
 import type { DecisionRecord } from "./decisionLog";
 import type { DecisionStatus, Suppression } from "./model";
@@ -48,17 +49,16 @@ export function notesFrom(text: string): PairingNotes {
     return { name: defaultName, ...empty };
   }
   const ended = readable(() => fields.optionalString("ended", 16));
-  const log = readable(() => fields.optionalString("log", 256));
-  return {
+  return given<PairingNotes>({
     name: readable(() => fields.string("name", 256)) ?? defaultName,
     outcomes: elements(fields, "outcomes", outcome),
     suppressions: elements(fields, "suppressions", suppression),
     pendingSuppressions: elements(fields, "pendingSuppressions", pendingSuppression),
     decisions: elements(fields, "decisions", decision),
     usedNonces: readable(() => fields.strings(nonces, most, 64)) ?? [],
-    ...((ended === "revoked" || ended === "removed") && { ended }),
-    ...(log !== undefined && { log }),
-  };
+    ended: ended === "revoked" || ended === "removed" ? ended : undefined,
+    log: readable(() => fields.optionalString("log", 256)),
+  });
 }
 
 function readable<Value>(read: () => Value): Value | undefined {
@@ -86,72 +86,60 @@ function names(fields: Fields): { appName: string; windowTitle: string } {
 function outcome(fields: Fields): StoredOutcome {
   const status = fields.string("status", 32);
   if (!isOutcomeStatus(status)) throw fields.error("status", "is not known");
-  const buttonLabel = fields.optionalString("buttonLabel", longestText);
-  const error = fields.optionalString("error", longestText);
-  const otherPhone = fields.optionalString("otherPhone", longestText);
-  return {
+  return given<StoredOutcome>({
     key: fields.string("key", 256),
     approvalID: fields.uuid("approvalID"),
     at: fields.number("at"),
     ...names(fields),
     status,
-    ...(buttonLabel !== undefined && { buttonLabel }),
-    ...(error !== undefined && { error }),
-    ...(otherPhone !== undefined && { otherPhone }),
-  };
+    buttonLabel: fields.optionalString("buttonLabel", longestText),
+    error: fields.optionalString("error", longestText),
+    otherPhone: fields.optionalString("otherPhone", longestText),
+  });
 }
 
 function suppression(fields: Fields): Suppression {
-  const until = fields.optionalNumber("until");
-  return {
+  return given<Suppression>({
     suppressionID: fields.uuid("suppressionID"),
     at: fields.number("at"),
     ...names(fields),
-    ...(until !== undefined && { until }),
-    ...(fields.optionalBoolean("endsWithRun") === true && { endsWithRun: true as const }),
-  };
+    until: fields.optionalNumber("until"),
+    endsWithRun: fields.optionalBoolean("endsWithRun") === true || undefined,
+  });
 }
 
 function pendingSuppression(fields: Fields): PendingSuppression {
   const action = fields.string("action", 16);
   if (action !== "suppress" && action !== "unsuppress") throw fields.error("action", "is not known");
-  const approvalID = fields.optionalUuid("approvalID");
-  const lasts = fields.optionalInteger("lasts", 0, longestSuppression);
-  const writtenAt = fields.optionalNumber("writtenAt");
-  const writtenTo = fields.optionalNumber("writtenTo");
-  return {
+  return given<PendingSuppression>({
     decisionID: fields.string("decisionID", 64),
     action,
-    ...(approvalID !== undefined && { approvalID }),
+    approvalID: fields.optionalUuid("approvalID"),
     suppressionID: fields.uuid("suppressionID"),
-    ...(lasts !== undefined && { lasts }),
-    ...(writtenAt !== undefined && { writtenAt }),
-    ...(writtenTo !== undefined && { writtenTo }),
-  };
+    lasts: fields.optionalInteger("lasts", 0, longestSuppression),
+    writtenAt: fields.optionalNumber("writtenAt"),
+    writtenTo: fields.optionalNumber("writtenTo"),
+  });
 }
 
 function decision(fields: Fields): DecisionRecord {
   const status = fields.string("status", 32);
   if (!isDecisionStatus(status)) throw fields.error("status", "is not known");
-  const error = fields.optionalString("error", longestText);
-  const settledAt = fields.optionalNumber("settledAt");
   const box = fields.optionalObject("box");
-  return {
+  return given<DecisionRecord>({
     decisionID: fields.string("decisionID", 64),
     approvalID: fields.uuid("approvalID"),
     buttonLabel: fields.string("buttonLabel", longestText),
     status,
-    ...(error !== undefined && { error }),
+    error: fields.optionalString("error", longestText),
     decidedAt: fields.number("decidedAt"),
-    ...(settledAt !== undefined && { settledAt }),
+    settledAt: fields.optionalNumber("settledAt"),
     ...names(fields),
     mayHaveArrived: fields.boolean("mayHaveArrived"),
-    ...(box !== undefined && {
-      box: {
-        version: 1,
-        nonce: box.string("nonce", 64),
-        ciphertext: box.string("ciphertext", longestText),
-      },
-    }),
-  };
+    box: box && {
+      version: 1,
+      nonce: box.string("nonce", 64),
+      ciphertext: box.string("ciphertext", longestText),
+    },
+  });
 }

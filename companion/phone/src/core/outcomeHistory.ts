@@ -1,6 +1,9 @@
 import { harmless, type DecisionRecord } from "./decisionLog";
+import { given } from "./given";
+import { resultStatuses, type Result } from "./messages";
 import type { Instant } from "./model";
 import type { PromptNames } from "./promptList";
+import type { LogEntry } from "./reports";
 import type { StoredOutcome } from "./store";
 
 const mostKept = 50;
@@ -46,16 +49,58 @@ export class OutcomeHistory {
   }
 
   addDecision(record: DecisionRecord): void {
-    this.add({
-      key: record.decisionID,
-      approvalID: record.approvalID,
-      at: record.settledAt ?? record.decidedAt,
-      appName: record.appName,
-      windowTitle: record.windowTitle,
-      buttonLabel: record.buttonLabel,
-      status: record.status,
-      ...(record.error !== undefined && { error: record.error }),
-    });
+    this.add(
+      given<StoredOutcome>({
+        key: record.decisionID,
+        approvalID: record.approvalID,
+        at: record.settledAt ?? record.decidedAt,
+        appName: record.appName,
+        windowTitle: record.windowTitle,
+        buttonLabel: record.buttonLabel,
+        status: record.status,
+        error: record.error,
+      }),
+    );
+  }
+
+  /** What the computer's log tells of others, which had been missed here. `phone`: for one that it does not name. */
+  addLogged(entry: LogEntry, phone: string): void {
+    const { approvalID, decisionID, at, appName, windowTitle, buttonLabel, error } = entry;
+    if (approvalID === undefined) return;
+    const about = { approvalID, at, appName, windowTitle };
+    const status = resultStatuses.get(entry.status ?? "");
+    if (entry.event !== "outcome") {
+      this.insert({ key: `log-${entry.sequence}`, ...about, status: "goneByItself" });
+    } else if (status !== undefined && decisionID !== undefined) {
+      this.insert(
+        given<StoredOutcome>({
+          key: decisionID,
+          ...about,
+          status,
+          buttonLabel,
+          error,
+          otherPhone: entry.phones?.join(", ") || phone,
+        }),
+      );
+    }
+  }
+
+  /** `otherPhone`: absent when it was this one. */
+  addResult(
+    subject: Omit<OutcomeSubject, "approvalID">,
+    { approvalID, buttonLabel, status, error }: Result,
+    otherPhone?: string,
+  ): void {
+    this.add(
+      given<StoredOutcome>({
+        ...subject,
+        approvalID,
+        buttonLabel,
+        status,
+        error,
+        otherPhone,
+      }),
+    );
   }
 
   addGoneByItself(subject: OutcomeSubject): void {
@@ -64,7 +109,7 @@ export class OutcomeHistory {
 
   /** `otherPhone`: absent when it was this one. */
   addSuppressed(subject: OutcomeSubject, otherPhone?: string): void {
-    this.add({ ...subject, status: "suppressed", ...(otherPhone !== undefined && { otherPhone }) });
+    this.add(given<StoredOutcome>({ ...subject, status: "suppressed", otherPhone }));
   }
 }
 

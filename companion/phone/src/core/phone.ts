@@ -2,7 +2,8 @@
 
 import { say } from "../language/say";
 import { signal, type ReadonlySignal } from "@preact/signals-core";
-import { ComputerSession, type SharedLock } from "./computerSession";
+import { ComputerSession } from "./computerSession";
+import type { SharedLock } from "./grantLock";
 import type { Environment } from "./environment";
 import type { PairingOffer, PairingReading, PhoneActions, PhoneAlerts, PhoneState } from "./model";
 import { readPairingCode } from "./pairingCode";

@@ -1,6 +1,7 @@
 // What a computer tells its phones besides the prompts: which kinds are muted, and what was decided while a phone was away.
 
 import { Fields } from "./decoding";
+import { given } from "./given";
 import type { Instant, Suppression } from "./model";
 
 const most = 1000;
@@ -39,14 +40,13 @@ export function namesFrom(fields: Fields): { appName: string; windowTitle: strin
 /** Absent: the computer says nothing of it. Throws a `DecodingError`. */
 export function readSuppressions(fields: Fields): readonly Suppression[] | undefined {
   return fields.optionalList("suppressions", most, (kind) => {
-    const until = kind.optionalDate("until");
-    return {
+    return given<Suppression>({
       suppressionID: kind.uuid("suppressionID"),
       at: kind.date("since"),
       ...namesFrom(kind),
-      ...(until !== undefined && { until }),
-      ...(kind.optionalBoolean("endsWithRun") && { endsWithRun: true as const }),
-    };
+      until: kind.optionalDate("until"),
+      endsWithRun: kind.optionalBoolean("endsWithRun") || undefined,
+    });
   });
 }
 
@@ -61,20 +61,18 @@ export function readLogHead(fields: Fields): LogHead {
 /** Throws a `DecodingError`. */
 export function readLog(log: Fields): LogExcerpt {
   const entries = log.optionalList("entries", most, (fields) => {
-    const approvalID = fields.optionalUuid("approvalID");
-    const texts: Record<string, string | undefined> = {};
-    for (const name of ["decisionID", "buttonLabel", "status", "error"]) {
-      const text = fields.optionalString(name, longest);
-      if (text !== undefined) texts[name] = text;
-    }
-    return {
+    const text = (name: string) => fields.optionalString(name, longest);
+    return given<LogEntry>({
       ...readLogHead(fields),
       event: fields.string("event", longest),
       ...namesFrom(fields),
-      ...texts,
-      ...(approvalID && { approvalID }),
-      ...(fields.value("phones") !== undefined && { phones: fields.strings("phones", most, longest) }),
-    };
+      decisionID: text("decisionID"),
+      buttonLabel: text("buttonLabel"),
+      status: text("status"),
+      error: text("error"),
+      approvalID: fields.optionalUuid("approvalID"),
+      phones: fields.value("phones") === undefined ? undefined : fields.strings("phones", most, longest),
+    });
   });
   return { head: readLogHead(log.object("head")), entries: entries ?? [] };
 }

@@ -1,3 +1,4 @@
+import { given } from "./given";
 import type { PushSubscriptionKeys } from "./environment";
 import type { SealedChannel } from "./sealedChannel";
 import type { ComputerAlerts, Instant, SentAlert } from "./model";
@@ -54,11 +55,11 @@ export class SessionAlerts {
     const { isSubscribed, receivedAt, offered } = this;
     const sent = offered && this.sent.get(offered.p256dh);
     if (isSubscribed === undefined && receivedAt === undefined && !sent) return undefined;
-    return {
-      ...(isSubscribed !== undefined && { isSubscribed }),
-      ...(receivedAt !== undefined && { receivedAt }),
-      ...(sent && { sent }),
-    };
+    return given<ComputerAlerts>({
+      isSubscribed,
+      receivedAt,
+      sent,
+    });
   }
 
   /** `listener`: called with each word of the relay about the subscription; absent: it has it. */

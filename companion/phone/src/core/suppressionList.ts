@@ -1,3 +1,4 @@
+import { given } from "./given";
 import type { Instant, Suppression } from "./model";
 import type { PromptNames } from "./promptList";
 import type { PendingSuppression } from "./store";
@@ -37,7 +38,7 @@ export class SuppressionList {
   /** Moves to the front where it is suppressed already. */
   add(suppressionID: string, { appName, windowTitle }: PromptNames, at: Instant, until?: Instant): void {
     this.remove(suppressionID);
-    const added = { suppressionID, at, appName, windowTitle, ...(until !== undefined && { until }) };
+    const added = given<Suppression>({ suppressionID, at, appName, windowTitle, until });
     this.suppressions = [added, ...this.suppressions].slice(0, mostKept);
   }
 
@@ -98,7 +99,11 @@ export class SuppressionList {
   written(decisionID: string, now: Instant, connection: number | undefined): void {
     this.commands = this.commands.map((command) =>
       command.decisionID === decisionID
-        ? { ...command, writtenAt: now, ...(connection !== undefined && { writtenTo: connection }) }
+        ? given<PendingSuppression>({
+            ...command,
+            writtenAt: now,
+            writtenTo: connection ?? command.writtenTo,
+          })
         : command,
     );
   }

@@ -20,6 +20,21 @@ export function browserEnvironment(): Environment {
     throw new Error("This page has to be opened over https, or this browser is too old to keep secrets.");
   }
   return {
+    ...sharedEnvironment(crypto, async () => navigator.storage.persist()),
+    deviceStatus: browserDeviceStatus(),
+    lock: browserLock,
+    push: async () => (await import("./pushDoor")).pageDoor(),
+    relayOrigin: relayOrigin(),
+  };
+}
+
+/** What the page has in common with its worker. `persist`: asks the browser to keep what is stored. */
+export function sharedEnvironment(
+  crypto: Crypto,
+  persist: () => Promise<unknown>,
+): Omit<Environment, "deviceStatus" | "push"> {
+  const { name, device } = platform(navigator.userAgent);
+  return {
     now: () => Date.now(),
     monotonicNow: () => performance.now(),
     after: (milliseconds, action) => {
@@ -30,13 +45,9 @@ export function browserEnvironment(): Environment {
     crypto,
     openSocket: openWebSocket,
     httpGet,
-    store: new IndexedDBStore(crypto, factory(), async () => navigator.storage.persist()),
-    deviceStatus: browserDeviceStatus(),
-    lock: browserLock,
-    push: async () => (await import("./pushDoor")).pageDoor(),
-    relayOrigin: relayOrigin(),
-    deviceName: platform(navigator.userAgent).device,
-    platform: platform(navigator.userAgent).name,
+    store: new IndexedDBStore(crypto, factory(), persist),
+    deviceName: device,
+    platform: name,
   };
 }
 
@@ -55,7 +66,7 @@ function relayOrigin(): string {
   return named === undefined ? location.origin : new URL(named).origin;
 }
 
-export function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {
+function openWebSocket(url: string, protocols: readonly string[], listener: SocketListener): Socket {
   const socket = new WebSocket(url, [...protocols]);
   socket.onopen = () => listener.opened();
   socket.onmessage = (event: MessageEvent<unknown>) => listener.received(event.data);
@@ -72,7 +83,7 @@ export function openWebSocket(url: string, protocols: readonly string[], listene
 }
 
 /** Some browsers throw where data is switched off. */
-export function factory(): IDBFactory | undefined {
+function factory(): IDBFactory | undefined {
   try {
     return globalThis.indexedDB as IDBFactory | undefined;
   } catch {
@@ -80,7 +91,7 @@ export function factory(): IDBFactory | undefined {
   }
 }
 
-export async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
+async function httpGet(url: string, bearer: string): Promise<HttpResponse> {
   const ending = new AbortController();
   const timer = setTimeout(() => ending.abort(), requestTimeout);
   try {

@@ -151,8 +151,9 @@ export class DecisionDelivery {
       approvalID,
       buttonLabel,
       decisionID,
-      ...(tappedAt && { tappedAt }),
-      ...(tap.isUnlocked && { userVerified: true }),
+      // JSON leaves out what is undefined.
+      tappedAt,
+      userVerified: tap.isUnlocked || undefined,
     };
     const box = await this.dependencies.channel.seal(command);
     // What cannot be sealed stays open until its minute is over.

@@ -338,12 +338,14 @@ function readButtons(fields: Fields, says: Says): PromptButton[] {
   });
   // Of two buttons with the same label the first is the usual choice, as it is the one that is pressed.
   const usual = recommended === undefined ? -1 : buttons.findIndex((button) => button.label === recommended);
-  return buttons.map(({ label, isDisabled, isKnownDismissal }, index) => ({
-    label,
-    isRecommended: index === usual && !isDisabled,
-    ...kindOf(label, isKnownDismissal, says),
-    ...(isDisabled && { isDisabled }),
-  }));
+  return buttons.map(({ label, isDisabled, isKnownDismissal }, index) =>
+    given<PromptButton>({
+      label,
+      isRecommended: index === usual && !isDisabled,
+      ...kindOf(label, isKnownDismissal, says),
+      isDisabled: isDisabled || undefined,
+    }),
+  );
 }
 
 function kindOf(

@@ -1,9 +1,8 @@
 // The worker that a browser starts for a push, and for what a person chooses on a notification. Fetched only where a person wants
 // alerts. What it does stands in `AlertWorker.ts`; here is what the browser gives it.
 
-import { factory, httpGet, openWebSocket, platform } from "../core/browser";
+import { sharedEnvironment } from "../core/browser";
 import type { Environment, PushDoor } from "../core/environment";
-import { IndexedDBStore } from "../core/indexedDBStore";
 import { subscribeWith } from "../core/pushDoor";
 import { AlertWorker, type AlertWorkerDependencies, type PageWindow } from "./AlertWorker";
 
@@ -68,24 +67,11 @@ function workerDoor(): PushDoor {
 }
 
 function workerEnvironment(): Environment {
-  const { name, device } = platform(navigator.userAgent);
   return {
-    now: () => Date.now(),
-    monotonicNow: () => performance.now(),
-    after: (milliseconds, action) => {
-      const timer = setTimeout(action, milliseconds);
-      return () => clearTimeout(timer);
-    },
-    random: () => Math.random(),
-    crypto,
-    openSocket: openWebSocket,
-    httpGet,
     // What is kept already stays: nothing is asked for here.
-    store: new IndexedDBStore(crypto, factory(), () => Promise.resolve()),
+    ...sharedEnvironment(crypto, () => Promise.resolve()),
     deviceStatus: { isOnline: () => navigator.onLine, onChange: () => () => {} },
     push: () => Promise.resolve(workerDoor()),
-    deviceName: device,
-    platform: name,
   };
 }
 

@@ -31,7 +31,7 @@ export const mutants = [
   { name: "an error ends the wait for the prompt", file: "src/click/ClickAttempt.cpp", from: "if (isRefusedBeyondDoubt(answer)) return Progress::promptRemains;\n  return waitToClear", to: "if (answer != AXError::success) return Progress::promptRemains;\n  return waitToClear", ...click },
   { name: "unknown counts as gone", file: "src/click/ClickAttempt.cpp", from: "    return Progress::presenceUnknown;\n", to: "    return Progress::promptGone;\n", ...click },
   { name: "what is there counts as gone", file: "src/click/ClickAttempt.cpp", from: "if (presence.isGone()) return Progress::promptGone;", to: "if (!presence.unknownReason()) return Progress::promptGone;", ...click },
-  { name: "another button is found again", file: "src/click/ClickAttempt.cpp", from: "const bool isApproved = found && found->button.label == button.label();", to: "const bool isApproved = found.has_value();", ...click },
+  { name: "another button is found again", file: "src/click/ClickAttempt.cpp", from: "const bool isApproved = found.button && found.button->button.label == button.label();", to: "const bool isApproved = found.button.has_value();", ...click },
   { name: "direct access is not checked before the press", file: "src/click/ClickAttempt.cpp", from: "const bool isBlocked = presence.requiresDirectAccessNow() &&", to: "const bool isBlocked = false && presence.requiresDirectAccessNow() &&", ...click },
   { name: "nothing is checked before the press", file: "src/click/ClickAttempt.cpp", from: "  if (const auto progress = prompt(); progress != Progress::promptRemains) return progress;\n  if (!button.isIntact()) return Progress::promptRemains;\n", to: "", ...click },
 
@@ -75,7 +75,7 @@ export const mutants = [
   { name: "any scheme is a relay's", file: "src/relay/RelayAddress.cpp", from: "return scheme == \"wss\" ||", to: "return scheme.starts_with(\"w\") ||", ...relay },
 
   // What once happened to people.
-  { name: "an answered identity is kept", file: "src/agent/AppDelegate.cpp", from: "store.remove(approvalID, Seconds::zero());", to: "store.remove(approvalID);", ...agent },
+  { name: "an answered identity is kept", file: "src/agent/CurrentApprovals.cpp", from: "dependencies.store.remove(approvalID, Seconds::zero());", to: "dependencies.store.remove(approvalID);", ...agent },
   { name: "a twin takes the place of the window", file: "src/detection/PromptSearch.cpp", from: "auto match = approval.window ? matchIn(sourceOf(*approval.window), buttonLabel) : bestMatch(buttonLabel);", to: "auto match = bestMatch(buttonLabel);", ...detection },
   { name: "a desktop that cannot be seen shows nothing", file: "src/detection/PromptSearch.cpp", from: "const auto presence = canSeeDesktop() ? found : PromptPresence::unknown(whySilent());", to: "const auto presence = canSeeDesktop() ? found : PromptPresence::gone();", ...detection },
   { name: "a window that the server has lost may be there", file: "src/detection/PromptSearch.cpp", from: "return presence.isUnknown() && hasLeftWindowServer(window) ? PromptPresence::gone() : presence;", to: "return presence;", ...detection },

@@ -13,7 +13,7 @@ struct TextRow {
 };
 
 // Every text that the window, its menus and notifications show, each once. Lines for logs and terminals, and what is
-// sent to phones, are English and not among them: others match them.
+// sent to phones, are English: others match them. They are among these only where the window shows them, too.
 // clang-format off
 inline constexpr TextRow kTextRows[] = {
     {"Needs Setup",
@@ -586,6 +586,78 @@ inline constexpr TextRow kTextRows[] = {
     {"Accessibility is on. Programs that were running before may have to be started anew before their prompts are seen.",
      "",
      "Die Bedienungshilfen sind ein. Programme, die schon liefen, müssen vielleicht neu gestartet werden, damit ihre Rückfragen erkannt werden."},
+    {"Start it with --force-renderer-accessibility.",
+     "",
+     "Starten Sie es mit --force-renderer-accessibility."},
+    {"End it and start it again: only then does it look whether accessibility is on.",
+     "",
+     "Beenden und starten Sie es neu: Nur dann prüft es, ob die Bedienungshilfen an sind."},
+    {"It is on the accessibility bus: look in its settings for screen readers.",
+     "",
+     "Es ist am Bus der Bedienungshilfen: Suchen Sie in seinen Einstellungen nach Bildschirmlesern."},
+    {"Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.",
+     "",
+     "Installieren Sie das Paket libatk-adaptor, und starten Sie es neu mit GTK_MODULES=gail:atk-bridge."},
+    {"End it and start it again from the menu: its entry there has the switch by now.",
+     "",
+     "Beenden Sie es, und starten Sie es neu aus dem Menü: Sein Eintrag dort hat den Schalter schon."},
+    {"This user has no home folder.",
+     "",
+     "Dieser Benutzer hat keinen eigenen Ordner."},
+    {"There is no entry %1 in the menu.",
+     "",
+     "Im Menü gibt es keinen Eintrag %1."},
+    {"You have an entry of your own for %1, which stays as it is: %2. Add %3 to its line Exec.",
+     "",
+     "Sie haben einen eigenen Eintrag für %1, der bleibt, wie er ist: %2. Ergänzen Sie %3 in seiner Zeile Exec."},
+    {"The entry of %1 cannot be changed safely.",
+     "",
+     "Der Eintrag von %1 lässt sich nicht sicher ändern."},
+    {"The file %1 cannot be made: %2.",
+     "",
+     "Die Datei %1 lässt sich nicht anlegen: %2."},
+    {"The file %1 is not as it was made, and stays as it is. Take %2 and the line %3 out of it, or delete it.",
+     "",
+     "Die Datei %1 ist nicht, wie sie angelegt wurde, und bleibt. Nehmen Sie %2 und die Zeile %3 heraus, oder löschen Sie sie."},
+    {"The file %1 cannot be deleted: %2.",
+     "",
+     "Die Datei %1 lässt sich nicht löschen: %2."},
+    {"This is not the address of a relay.",
+     "",
+     "Das ist nicht die Adresse eines Relays."},
+    {"The address must not hold a user or a password.",
+     "",
+     "Die Adresse darf keinen Benutzer und kein Passwort enthalten."},
+    {"Only wss and https addresses can be used, or ws and http of this computer itself.",
+     "",
+     "Nur Adressen mit wss und https sind nutzbar, oder mit ws und http die dieses Computers selbst."},
+    {"%1 cannot be written: %2",
+     "",
+     "%1 lässt sich nicht schreiben: %2"},
+    {"It could not be read at the start, nor put aside.",
+     "",
+     "Beim Start ließ es sich weder lesen noch beiseitelegen."},
+    {"It is a link, or lies behind one.",
+     "",
+     "Es ist ein Verweis oder liegt hinter einem."},
+    {"It is not a plain file in a folder.",
+     "",
+     "Es ist keine gewöhnliche Datei in einem Ordner."},
+    {"It belongs to another user.",
+     "",
+     "Es gehört einem anderen Benutzer."},
+    {"Other users have access to it.",
+     "",
+     "Andere Benutzer haben Zugriff darauf."},
+    {"The file is too large.",
+     "",
+     "Die Datei ist zu groß."},
+    {"The file would become too large.",
+     "",
+     "Die Datei würde zu groß."},
+    {"an unknown program",
+     "",
+     "ein unbekanntes Programm"},
 };
 // clang-format on
 
@@ -595,6 +667,12 @@ consteval std::size_t textRowOf(std::string_view mac) {
     if (kTextRows[row].mac == mac) return row;
   }
   throw "The catalogue has no such text.";
+}
+
+// `mac` itself, for a text that also stands in a terminal, in English.
+consteval const char* catalogued(const char* mac) {
+  static_cast<void>(textRowOf(mac));
+  return mac;
 }
 
 }  // namespace quillard

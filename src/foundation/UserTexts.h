@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,7 +37,9 @@ class UserTexts {
   [[nodiscard]] std::string operator()(TextKey key) const { return std::string(text(key.row)); }
   // With `values` in the place of %1, %2 and so on. What stands in a value is never replaced again.
   [[nodiscard]] std::string operator()(TextKey key, std::initializer_list<std::string_view> values) const;
-  // Of a text that another part of the program made, in a Mac's words: as it stands when the catalogue has none.
+  // Of a text that another part of the program made from the catalogue, for terminals as well, in a Mac's words and
+  // with its values in place. A value that is itself a sentence of the catalogue is said in these words, too. A text
+  // that the catalogue does not have stays as it is.
   [[nodiscard]] std::string ofOther(std::string_view mac) const;
 
   [[nodiscard]] bool isOfMac() const { return machine == Machine::mac; }
@@ -45,6 +48,7 @@ class UserTexts {
 
  private:
   [[nodiscard]] std::string_view text(std::size_t row) const;
+  [[nodiscard]] std::optional<std::string> ofSentence(std::string_view mac) const;
 
   Machine machine = Machine::mac;
   Language language = Language::english;

@@ -33,7 +33,30 @@ TEST(UserTexts, PutValuesInAsTheyAre) {
 
 TEST(UserTexts, OfOtherPartsStandAsTheyAreWhenUnknown) {
   EXPECT_EQ(kGerman.ofOther("Off"), "Aus");
-  EXPECT_EQ(kGerman.ofOther("This session has no autostart folder."), "This session has no autostart folder.");
+  EXPECT_EQ(kGerman.ofOther("Nothing in the catalogue says so."), "Nothing in the catalogue says so.");
+  EXPECT_EQ(kGerman.ofOther(""), "");
+}
+
+TEST(UserTexts, OfOtherPartsKeepTheValuesThatStandInThem) {
+  EXPECT_EQ(kGerman.ofOther("The entry of Chat cannot be changed safely."),
+            "Der Eintrag von Chat lässt sich nicht sicher ändern.");
+  EXPECT_EQ(kGerman.ofOther("The file /a: b cannot be made: No space left."),
+            "Die Datei /a: b lässt sich nicht anlegen: No space left.");
+  EXPECT_EQ(kGerman.ofOther("The file %2 cannot be deleted: busy."), "Die Datei %2 lässt sich nicht löschen: busy.");
+  const auto whole = kMac("You have an entry of your own for %1, which stays as it is: %2. Add %3 to its line Exec.",
+                          {"A", "/b", "-c"});
+  EXPECT_EQ(kMac.ofOther(whole), whole);
+  EXPECT_EQ(kGerman.ofOther(whole),
+            "Sie haben einen eigenen Eintrag für A, der bleibt, wie er ist: /b. Ergänzen Sie -c in seiner Zeile Exec.");
+}
+
+TEST(UserTexts, OfOtherPartsSayAReasonButNoNameInTheirOwnWords) {
+  EXPECT_EQ(kGerman.ofOther("/s.json cannot be written: Other users have access to it."),
+            "/s.json lässt sich nicht schreiben: Andere Benutzer haben Zugriff darauf.");
+  EXPECT_EQ(kGerman.ofOther("The entry of Relay cannot be changed safely."),
+            "Der Eintrag von Relay lässt sich nicht sicher ändern.");
+  EXPECT_EQ(kGerman.ofOther("The entry of Off cannot be changed safely."),
+            "Der Eintrag von Off lässt sich nicht sicher ändern.");
 }
 
 TEST(UserTexts, KnowTheLanguageOfALocale) {

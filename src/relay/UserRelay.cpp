@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "foundation/Text.h"
+#include "foundation/TextCatalogue.h"
 #include "foundation/UrlComponents.h"
 #include "relay/RelayAddress.h"
 
@@ -33,13 +34,13 @@ std::optional<UrlComponents> parsedAsTyped(std::string_view typed) {
 std::variant<std::string, Refusal> addressOf(std::string_view typed,
                                              const std::optional<std::string>& registrationKey) {
   auto components = parsedAsTyped(text::trimmed(typed));
-  if (!components || !components->host) return Refusal{"This is not the address of a relay."};
-  if (components->userInfo) return Refusal{"The address must not hold a user or a password."};
+  if (!components || !components->host) return Refusal{catalogued("This is not the address of a relay.")};
+  if (components->userInfo) return Refusal{catalogued("The address must not hold a user or a password.")};
   const auto scheme = components->lowercasedScheme();
   if (scheme == "https") components->scheme = "wss";
   if (scheme == "http") components->scheme = "ws";
   if (!isAllowedRelayURL(*components)) {
-    return Refusal{"Only wss and https addresses can be used, or ws and http of this computer itself."};
+    return Refusal{catalogued("Only wss and https addresses can be used, or ws and http of this computer itself.")};
   }
   if (components->path.empty() || components->path == "/") components->path = kSocketPath;
   components->fragment.reset();

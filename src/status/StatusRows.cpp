@@ -209,7 +209,7 @@ std::optional<StatusRowContent> programsRow(const MacStatusSnapshot& snapshot) {
     for (const auto& start : changed) names += (names.empty() ? "" : ", ") + printableText(start.name);
     row.detail = say("From the menu these start so that they can be read: %1.", {names});
   }
-  if (!problem.empty()) row.detail = problem;
+  if (!problem.empty()) row.detail = say.ofOther(problem);
   const bool isOffered = std::any_of(unreadable.begin(), unreadable.end(),
                                      [](const auto& program) { return !program.startEntry.empty(); });
   if (isOffered) row.primaryButton = ButtonContent{say("Make Readable…")};

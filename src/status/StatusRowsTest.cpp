@@ -219,6 +219,22 @@ TEST(StatusRows, ProgramsThatWereMendedCanBeUndone) {
   EXPECT_EQ(StatusRows::programsRow(snapshot)->detail, "It was changed since.");
 }
 
+TEST(StatusRows, SayWhatMendsProgramsInTheLanguageOfTheUser) {
+  MacStatusSnapshot snapshot;
+  snapshot.texts = {Machine::computer, Language::german};
+  snapshot.programs.unreadable = {unreadable("Chat", "Start it with --force-renderer-accessibility."),
+                                  unreadable("an unknown program", "")};
+  EXPECT_EQ(StatusRows::programsRow(snapshot)->detail,
+            "Ihre Rückfragen werden nicht erkannt. Chat: Starten Sie es mit --force-renderer-accessibility. Starten "
+            "Sie die anderen neu: Manche prüfen nur dann, ob die Bedienungshilfen an sind.");
+  snapshot.programs.unreadable = {unreadable("an unknown program", "Start it with --force-renderer-accessibility.")};
+  EXPECT_EQ(StatusRows::programsRow(snapshot)->detail,
+            "Ihre Rückfragen werden nicht erkannt. ein unbekanntes Programm: Starten Sie es mit "
+            "--force-renderer-accessibility.");
+  snapshot.programs.problem = "There is no entry chat in the menu.";
+  EXPECT_EQ(StatusRows::programsRow(snapshot)->detail, "Im Menü gibt es keinen Eintrag chat.");
+}
+
 TEST(StatusRows, NamesOfProgramsStayInOneLine) {
   MacStatusSnapshot snapshot;
   snapshot.programs.unreadable = {unreadable("A\nB\x1B[31m", "Start it so.")};

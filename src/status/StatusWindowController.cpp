@@ -336,12 +336,12 @@ void StatusWindowController::Implementation::askForRelay() {
        .text = relay ? relay->address : "",
        .accept = say("Use Relay"),
        .cancel = say("Cancel")},
-      [weak = weak_from_this()](const std::string& address) -> std::optional<std::string> {
+      [weak = weak_from_this(), say](const std::string& address) -> std::optional<std::string> {
         const auto self = weak.lock();
         if (!self || !self->callbacks.onSetRelay) return std::nullopt;
-        auto problem = self->callbacks.onSetRelay(address);
+        const auto problem = self->callbacks.onSetRelay(address);
         self->refresh();
-        return problem;
+        return problem ? std::optional(say.ofOther(*problem)) : std::nullopt;
       });
 }
 

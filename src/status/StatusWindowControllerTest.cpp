@@ -212,6 +212,22 @@ TEST_F(StatusWindowControllerTest, RefreshesAtOnceWhenTheAgentSaysSo) {
   EXPECT_EQ(window().content()->pairingStatus, "Accessibility required");
 }
 
+TEST_F(StatusWindowControllerTest, SaysInTheLanguageOfTheUserWhyARelayCannotBeUsed) {
+  auto with = callbacks();
+  with.onSetRelay = [](const std::string&) {
+    return std::optional<std::string>{"This is not the address of a relay."};
+  };
+  controller = make(std::move(with));
+  snapshot.texts = {Machine::computer, Language::german};
+  snapshot.relay = RelayChoice{};
+  show();
+  click(StatusWindowButton::relayPrimary);
+  ASSERT_TRUE(window().enterText("?"));
+  world.advance(Seconds{0});
+  ASSERT_TRUE(window().field().has_value()) << "it can be mended";
+  EXPECT_EQ(window().field()->problem, "Das ist nicht die Adresse eines Relays.");
+}
+
 TEST_F(StatusWindowControllerTest, AsksForNothingWhileItIsHidden) {
   refresh();
   EXPECT_EQ(snapshotCount, 0);

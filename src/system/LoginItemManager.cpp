@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "foundation/TextCatalogue.h"
 #include "system/ApplicationBundle.h"
 
 namespace quillard {
@@ -19,11 +20,11 @@ LoginItemStatus statusOf(platform::LoginServiceStatus status) {
     case platform::LoginServiceStatus::requiresApproval:
       return {LoginItemState::requiresApproval, {}};
     case platform::LoginServiceStatus::notFound:
-      return LoginItemStatus::unavailable("macOS could not find this app bundle as a login item.");
+      return LoginItemStatus::unavailable(catalogued("macOS could not find this app bundle as a login item."));
     case platform::LoginServiceStatus::unknown:
       break;
   }
-  return LoginItemStatus::unavailable("macOS returned an unknown Login Items status.");
+  return LoginItemStatus::unavailable(catalogued("macOS returned an unknown Login Items status."));
 }
 
 }  // namespace
@@ -34,7 +35,7 @@ LoginItemManager::LoginItemManager(const platform::Bundle& bundle, platform::Log
 
 LoginItemStatus LoginItemManager::status() {
   if (!isApplicationBundle(bundle)) {
-    return LoginItemStatus::unavailable("Run the built app bundle to enable launch at login.");
+    return LoginItemStatus::unavailable(catalogued("Run the built app bundle to enable launch at login."));
   }
   return statusOf(service.status());
 }

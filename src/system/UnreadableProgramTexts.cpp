@@ -16,13 +16,16 @@ std::string count(const std::vector<platform::UnreadableProgram>& programs, cons
 
 std::string remedies(const std::vector<platform::UnreadableProgram>& programs, const UserTexts& say) {
   std::map<std::string, std::set<std::string>> namesByRemedy;
-  for (const auto& program : programs) namesByRemedy[program.remedy].insert(printableText(program.name));
+  for (const auto& program : programs) {
+    const bool isUnknown = program.name == platform::kUnknownProgramName;
+    namesByRemedy[program.remedy].insert(isUnknown ? say("an unknown program") : printableText(program.name));
+  }
   std::string text;
   for (const auto& [remedy, names] : namesByRemedy) {
     if (remedy.empty()) continue;
     text += text.empty() ? "" : " ";
     for (const auto& name : names) text += (&name == &*names.begin() ? "" : ", ") + name;
-    text += ": " + remedy;
+    text += ": " + say.ofOther(remedy);
   }
   if (!namesByRemedy.contains("")) return text;
   if (text.empty()) return say("Start them anew: some look only then whether accessibility is on.");

@@ -1,10 +1,12 @@
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <QtCore/QProcess>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
 #include <gtest/gtest.h>
 
 #include "window/ShownWindow.h"
@@ -49,6 +51,39 @@ void expectNothingIsCutOff(ShownWindow& window) {
   }
 }
 
+template <class Widget>
+bool fitsInOneLine(Widget& probe, int width) {
+  constexpr int kEndless = 100'000;
+  return probe.heightForWidth(width) == probe.heightForWidth(kEndless);
+}
+
+// Whether `word` stands unbroken in a line of `widget`.
+bool hasRoomFor(const std::string& word, const QWidget* widget) {
+  if (qobject_cast<const QPushButton*>(widget)) {
+    qt::ActionButton probe{nullptr, qt::Prominence::primary, StatusWindowButton::none};
+    probe.setContent(ButtonContent{word}, "");
+    return fitsInOneLine(probe, widget->width());
+  }
+  if (dynamic_cast<const qt::PillView*>(widget)) {
+    qt::PillView probe{nullptr};
+    probe.setContent(word, Qt::black, Qt::white);
+    return fitsInOneLine(probe, widget->width());
+  }
+  qt::WrappedLabel probe{nullptr, qt::TextStyle::body};
+  probe.setContent(word);
+  probe.setFont(widget->font());
+  return fitsInOneLine(probe, widget->width());
+}
+
+void expectNoWordIsBroken(const QWidget& page) {
+  for (const auto* widget : visibleTexts(page)) {
+    std::istringstream words{textOf(widget)};
+    for (std::string word; words >> word;) {
+      EXPECT_TRUE(hasRoomFor(word, widget)) << word << " of: " << textOf(widget);
+    }
+  }
+}
+
 // Cards stay apart and inside the page, too.
 void expectCardsStandApart(ShownWindow& window) {
   std::vector<QWidget*> cards;
@@ -61,14 +96,6 @@ void expectCardsStandApart(ShownWindow& window) {
     EXPECT_TRUE(window.page().rect().contains(card->geometry()));
     for (const auto* other : cards) EXPECT_FALSE(other != card && other->geometry().intersects(card->geometry()));
   }
-}
-
-std::vector<test::StatusWindowState> statesOfAll() {
-  auto all = test::statusWindowStates();
-  for (const auto language : {Language::english, Language::german}) {
-    for (auto& one : test::statusWindowStatesOn(language)) all.push_back(std::move(one));
-  }
-  return all;
 }
 
 // What a screen of 1366 by 768 leaves beside a panel and a frame.
@@ -90,9 +117,25 @@ TEST(StatusWindowLayout, CutsNothingOffInAnyStateAtAnyWidth) {
 
 // What people see first, on a small screen: all of it, without scrolling.
 TEST(StatusWindowLayout, ShowsTheUsualStatesWholeAtTheWindowsOwnSize) {
-  const std::set<std::string> usual{"not-installed", "untrusted", "connecting", "not-configured",
-                                    "ready-to-scan", "paired",    "paused",     "revoked"};
-  for (const auto& state : statesOfAll()) {
+  const std::set<std::string> usual{"not-installed",
+                                    "untrusted",
+                                    "connecting",
+                                    "not-configured",
+                                    "ready-to-scan",
+                                    "paired",
+                                    "paused",
+                                    "revoked",
+                                    "phones",
+                                    "pairing-another",
+                                    "muted",
+                                    "asked",
+                                    "unreadable-programs",
+                                    "mended-programs",
+                                    "relay-not-set",
+                                    "update-available",
+                                    "relay-and-question",
+                                    "untrusted-and-asked"};
+  for (const auto& state : test::allStatusWindowStates()) {
     const auto name = state.name.substr(
         state.name.starts_with("computer-") || state.name.starts_with("german-") ? state.name.find('-') + 1 : 0);
     if (!usual.contains(name)) continue;
@@ -110,7 +153,7 @@ TEST(StatusWindowLayout, CutsNothingOffOnAComputerInAnyLanguage) {
   for (const auto language : {Language::english, Language::german}) {
     for (const auto& state : test::statusWindowStatesOn(language)) {
       ShownWindow window{state.content};
-      for (const int width : {360, 960}) {
+      for (const int width : {360, 960, 1306}) {
         SCOPED_TRACE(state.name + ", " + std::to_string(width) + " wide");
         window.takeWidth(width);
         expectNothingIsCutOff(window);
@@ -127,6 +170,52 @@ TEST(StatusWindowLayout, CutsNothingOffWhenTextsAreLong) {
     window.takeWidth(width);
     expectNothingIsCutOff(window);
     expectCardsStandApart(window);
+  }
+}
+
+// The window as it opens on a screen with room for `room`.
+void takeOwnSize(ShownWindow& window, QSize room) {
+  const auto& page = dynamic_cast<const qt::StatusPage&>(window.page());
+  window->resize(page.sizeFor(room).boundedTo(room).expandedTo(window->minimumSize()));
+  ShownWindow::settle();
+}
+
+// What is higher than the window is there to be scrolled to, and nothing lies beside it.
+void expectAllCanBeScrolledTo(ShownWindow& window) {
+  const auto& area = *window->findChild<QScrollArea*>();
+  const auto& page = window.page();
+  EXPECT_LE(page.width(), area.viewport()->width());
+  EXPECT_EQ(area.verticalScrollBar()->maximum() + area.viewport()->height(), page.height());
+  EXPECT_EQ(area.horizontalScrollBar()->maximum(), 0);
+  expectNothingIsCutOff(window);
+  expectCardsStandApart(window);
+  expectNoWordIsBroken(page);
+}
+
+// The same screen when its user has chosen a scale of 1, 1.5 and 2.
+constexpr QSize kRooms[] = {kSmallScreen, {910, 512 - 32 - 38}, {683, 384 - 32 - 38}};
+
+TEST(StatusWindowLayout, StaysOnASmallScreenAtEveryScaleInEveryLanguageAndTheme) {
+  for (const auto& state : test::allStatusWindowStates()) {
+    for (const auto theme : {test::Theme::light, test::Theme::dark}) {
+      ShownWindow window{state.content, theme};
+      for (const QSize room : kRooms) {
+        SCOPED_TRACE(state.name + ", " + std::to_string(room.width()) + " by " + std::to_string(room.height()));
+        takeOwnSize(window, room);
+        EXPECT_LE(window->width(), room.width());
+        EXPECT_LE(window->height(), room.height());
+        expectAllCanBeScrolledTo(window);
+      }
+    }
+  }
+}
+
+// The check itself: it sees a word that has too little room.
+TEST(StatusWindowLayout, IsMeasuredByWhatWordsNeed) {
+  ShownWindow window{test::statusWindowStates().at(5).content};
+  for (const auto* widget : visibleTexts(window.page())) {
+    EXPECT_FALSE(hasRoomFor(std::string(120, 'M'), widget)) << textOf(widget);
+    EXPECT_TRUE(hasRoomFor("M", widget)) << textOf(widget);
   }
 }
 
@@ -159,7 +248,7 @@ TEST_P(ScaledStatusWindowLayout, CutsNothingOff) {
   ASSERT_TRUE(again.waitForFinished(110'000));
   const auto output = again.readAll().toStdString();
   EXPECT_EQ(again.exitCode(), 0) << output;
-  EXPECT_NE(output.find("[  PASSED  ] 4 tests"), std::string::npos) << output;
+  EXPECT_NE(output.find("[  PASSED  ] 6 tests"), std::string::npos) << output;
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, ScaledStatusWindowLayout,

@@ -154,6 +154,15 @@ inline std::vector<StatusWindowState> statusWindowStatesOn(Language language) {
   return states;
 }
 
+// On a Mac, and on a computer in each language.
+inline std::vector<StatusWindowState> allStatusWindowStates() {
+  auto all = statusWindowStates();
+  for (const auto language : {Language::english, Language::german}) {
+    for (auto& one : statusWindowStatesOn(language)) all.push_back(std::move(one));
+  }
+  return all;
+}
+
 // Words as long as other languages have them, and names without a blank to break at.
 inline StatusWindowContent withLongTexts(StatusWindowContent content) {
   const std::string words = " Benachrichtigungsunterbrechungseinstellungen und Bedienungshilfenberechtigungsverwaltung";

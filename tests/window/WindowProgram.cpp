@@ -13,8 +13,9 @@
 #include "status/MenuBarIcon.h"
 #include "window/StatusWindowStates.h"
 
-// Shows the status window in the state named first, and a tray icon with "tray" as the second word; says on standard
-// output what happens to them.
+// Shows the status window in the state named first, as of a Mac, or as of a computer or in German where that name
+// begins with "computer-" or "german-", and a tray icon with "tray" as the second word; says on standard output what
+// happens to them.
 namespace {
 
 using namespace quillard;
@@ -25,7 +26,7 @@ void say(const std::string& line) {
 }
 
 StatusWindowContent contentOf(const std::string& name) {
-  for (const auto& state : test::statusWindowStates()) {
+  for (const auto& state : test::allStatusWindowStates()) {
     if (state.name == name) return state.content;
   }
   return {};

@@ -18,11 +18,14 @@ enum class DesktopCapability : std::uint8_t {
   syntheticInput,        // Clicks and keys can be sent to every application.
 };
 
+// The name of a program that has none.
+inline constexpr const char* kUnknownProgramName = "an unknown program";
+
 // A program that has windows whose elements cannot be read, so that its prompts are missed.
 struct UnreadableProgram {
   std::int32_t processIdentifier = 0;
   std::string name;    // For people. Never empty.
-  std::string remedy;  // For people: what to do so that it can be read. Empty: nothing is known to help.
+  std::string remedy;  // A text of the catalogue: what to do so that it can be read. Empty: nothing is known to help.
   // What `ReadableStarts` can change so that it can be read after its next start. Empty: nothing, or not safely.
   std::string startEntry{};
   bool operator==(const UnreadableProgram&) const = default;

@@ -25,9 +25,11 @@ class ReadableStarts {
 
   // What was changed here and not undone, by name.
   [[nodiscard]] virtual std::vector<ReadableStart> changed() = 0;
-  // `entry`: of an unreadable program. Absent: it is changed, or was already. Otherwise why not, as a sentence.
+  // `entry`: of an unreadable program. Absent: it is changed, or was already. Otherwise why not, as a sentence of the
+  // catalogue.
   [[nodiscard]] virtual std::optional<std::string> change(const std::string& entry) = 0;
-  // Absent: it is as it was before, or was never changed here. Otherwise why not, as a sentence.
+  // Absent: it is as it was before, or was never changed here. Otherwise why not, as a sentence
+  // of the catalogue.
   [[nodiscard]] virtual std::optional<std::string> undo(const std::string& entry) = 0;
 };
 

@@ -26,7 +26,7 @@ Finding<std::vector<UnreadableProgram>> SimulatedDesktopCapabilities::unreadable
   for (const auto& window : windowList.copyWindowInfo(WindowListOptions::all)) {
     const auto process = window.ownerProcessIdentifier;
     if (!process || workspace.runningApplication(*process) || !listed.insert(*process).second) continue;
-    const auto name = window.ownerName.value_or("an unknown program");
+    const auto name = window.ownerName.value_or(kUnknownProgramName);
     programs.push_back(
         {.processIdentifier = *process, .name = name, .remedy = "", .startEntry = starts.offeredFor(name)});
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "foundation/TextCatalogue.h"
 #include "platform/linux/accessibility/UnreadableRemedy.h"
 #include "platform/linux/catalogues/ProcessFolder.h"
 
@@ -25,7 +26,8 @@ constexpr const char* kWaylandPoints =
     "This is a Wayland session. It cannot be told what lies at a point of the screen, so nothing is clicked there.";
 constexpr const char* kWindowsNotKnown = "Not known: it cannot be told which programs have windows.";
 
-constexpr const char* kStartAgain = "End it and start it again from the menu: its entry there has the switch by now.";
+constexpr const char* kStartAgain =
+    catalogued("End it and start it again from the menu: its entry there has the switch by now.");
 
 // A program that was slow once is read in smaller pieces the next time.
 constexpr int kReadings = 3;
@@ -103,7 +105,7 @@ std::optional<Limitation> LinuxDesktopCapabilities::whyOthersMayBeMissing(bool a
 platform::UnreadableProgram LinuxDesktopCapabilities::unreadable(std::int32_t process, bool isOnBus) const {
   const auto maps = catalogues::ProcessFolder("/proc", process).maps().text;
   platform::UnreadableProgram program{.processIdentifier = process,
-                                      .name = nameOf(process).value_or("an unknown program"),
+                                      .name = nameOf(process).value_or(platform::kUnknownProgramName),
                                       .remedy = remedyFor(maps.value_or(""), isOnBus)};
   const auto start = startOf && isSwitchAtStart(program.remedy) ? startOf(process) : std::nullopt;
   if (!start) return program;

@@ -3,15 +3,17 @@
 #include <array>
 
 #include "foundation/Text.h"
+#include "foundation/TextCatalogue.h"
 
 namespace quillard::atspi {
 namespace {
 
-constexpr const char* kForChromium = "Start it with --force-renderer-accessibility.";
-constexpr const char* kForQt = "End it and start it again: only then does it look whether accessibility is on.";
-constexpr const char* kOnBus = "It is on the accessibility bus: look in its settings for screen readers.";
+constexpr const char* kForChromium = catalogued("Start it with --force-renderer-accessibility.");
+constexpr const char* kForQt =
+    catalogued("End it and start it again: only then does it look whether accessibility is on.");
+constexpr const char* kOnBus = catalogued("It is on the accessibility bus: look in its settings for screen readers.");
 constexpr const char* kForGtk2 =
-    "Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.";
+    catalogued("Install the package libatk-adaptor, and start it again with GTK_MODULES=gail:atk-bridge.");
 
 // Files that come with Chromium and with every program that is built on it.
 constexpr std::array<std::string_view, 3> kOfChromium{"/v8_context_snapshot", "/chrome_100_percent.pak",

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "foundation/UserTexts.h"
+
 namespace quillard::xdg {
 namespace {
 
@@ -74,14 +76,14 @@ void FileUserDefaults::remove(std::string_view key) {
 }
 
 std::optional<std::string> FileUserDefaults::synchronize() {
-  std::optional<std::string> problem = "It could not be read at the start, nor put aside.";
+  std::optional<std::string> problem = catalogued("It could not be read at the start, nor put aside.");
   if (isWritable) {
     problem = write();
     const MutexLock lock(fileMutex);
     readAgain();
   }
   if (!problem) return std::nullopt;
-  return file.path() + " cannot be written: " + *problem;
+  return UserTexts{}("%1 cannot be written: %2", {file.path(), *problem});
 }
 
 void FileUserDefaults::changed() {

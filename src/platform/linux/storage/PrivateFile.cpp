@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "foundation/TextCatalogue.h"
 #include "platform/posix/FileDescriptor.h"
 
 namespace quillard::xdg {
@@ -41,7 +42,7 @@ class WipedBuffer {
 FileProblem systemProblem() {
   const int error = errno;
   if (error == ENOENT) return {Kind::absent, "There is no such file."};
-  if (error == ELOOP || error == ENOTDIR) return {Kind::unsafe, "It is a link, or lies behind one."};
+  if (error == ELOOP || error == ENOTDIR) return {Kind::unsafe, catalogued("It is a link, or lies behind one.")};
   return {Kind::system, std::generic_category().message(error) + " (" + std::to_string(error) + ")"};
 }
 
@@ -49,9 +50,11 @@ FileProblem systemProblem() {
 std::optional<FileProblem> problemWith(int descriptor, mode_t kind) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return systemProblem();
-  if ((status.st_mode & S_IFMT) != kind) return FileProblem{Kind::unsafe, "It is not a plain file in a folder."};
-  if (status.st_uid != ::geteuid()) return FileProblem{Kind::unsafe, "It belongs to another user."};
-  if ((status.st_mode & kForOthers) != 0) return FileProblem{Kind::unsafe, "Other users have access to it."};
+  if ((status.st_mode & S_IFMT) != kind)
+    return FileProblem{Kind::unsafe, catalogued("It is not a plain file in a folder.")};
+  if (status.st_uid != ::geteuid()) return FileProblem{Kind::unsafe, catalogued("It belongs to another user.")};
+  if ((status.st_mode & kForOthers) != 0)
+    return FileProblem{Kind::unsafe, catalogued("Other users have access to it.")};
   return std::nullopt;
 }
 
@@ -84,7 +87,7 @@ std::variant<Secret, FileProblem> readAll(int descriptor, std::size_t largest) {
     if (count == 0) return Secret(std::span<const std::uint8_t>(buffer.bytes).first(size));
     size += static_cast<std::size_t>(count);
   }
-  return FileProblem{Kind::tooLarge, "The file is too large."};
+  return FileProblem{Kind::tooLarge, catalogued("The file is too large.")};
 }
 
 }  // namespace
@@ -121,7 +124,7 @@ std::shared_ptr<const void> PrivateFile::lock() const {
 }
 
 std::optional<FileProblem> PrivateFile::write(std::string_view bytes) const {
-  if (bytes.size() > largest) return FileProblem{Kind::tooLarge, "The file would become too large."};
+  if (bytes.size() > largest) return FileProblem{Kind::tooLarge, catalogued("The file would become too large.")};
   makeFolders(folder);
   auto opened = openFolder(folder);
   if (const auto* problem = std::get_if<FileProblem>(&opened)) return *problem;

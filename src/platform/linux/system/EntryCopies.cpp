@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+#include "foundation/UserTexts.h"
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/system/DesktopEntry.h"
 #include "platform/linux/system/ReadableEntry.h"
@@ -32,13 +33,13 @@ std::optional<std::string> makeFile(const std::string& path, const std::string& 
   const std::string draft = path + ".quillard-new";
   if (!error) {
     if (auto problem = replaceSmallFile(draft, contents))
-      return "The file " + path + " cannot be made: " + *problem + ".";
+      return UserTexts{}("The file %1 cannot be made: %2.", {path, *problem});
     fs::create_hard_link(draft, path, error);  // Unlike a new name for the draft, it takes no other file's place.
     std::error_code ignored;
     fs::remove(draft, ignored);
   }
   if (!error) return std::nullopt;
-  return "The file " + path + " cannot be made: " + error.message() + ".";
+  return UserTexts{}("The file %1 cannot be made: %2.", {path, error.message()});
 }
 
 }  // namespace
@@ -100,17 +101,17 @@ std::vector<platform::ReadableStart> EntryCopies::changed() {
 }
 
 std::optional<std::string> EntryCopies::change(const std::string& entry) {
-  if (ownFolder().empty()) return "This user has no home folder.";
+  if (ownFolder().empty()) return UserTexts{}("This user has no home folder.");
   const auto file = entries.file(entry);
-  if (!file) return "There is no entry " + entry + " in the menu.";
+  if (!file) return UserTexts{}("There is no entry %1 in the menu.", {entry});
   if (const auto own = contentsOfOwn(file->path)) {
     if (ReadableEntry::isCopy(*own)) return std::nullopt;
-    return "You have an entry of your own for " + file->entry.name + ", which stays as it is: " + ownFolder() + "/" +
-           file->path + ". Add " + std::string(ReadableEntry::kSwitch) + " to its line Exec.";
+    return UserTexts{}("You have an entry of your own for %1, which stays as it is: %2. Add %3 to its line Exec.",
+                       {file->entry.name, ownFolder() + "/" + file->path, ReadableEntry::kSwitch});
   }
   const auto contents = smallFileText(file->folder + "/" + file->path, kLargestEntry);
   const auto copy = contents ? ReadableEntry::copyOf(*contents, file->entry.id) : std::nullopt;
-  if (!copy) return "The entry of " + file->entry.name + " cannot be changed safely.";
+  if (!copy) return UserTexts{}("The entry of %1 cannot be changed safely.", {file->entry.name});
   auto problem = makeFile(ownFolder() + "/" + file->path, *copy);
   entries.forget();
   return problem;
@@ -120,14 +121,14 @@ std::optional<std::string> EntryCopies::undo(const std::string& entry) {
   for (const auto& copy : copies()) {
     if (copy.start.entry != entry) continue;
     if (!ReadableEntry::isUnchangedCopy(smallFileText(copy.path, kLargestEntry).value_or(""), copy.start.entry)) {
-      return "The file " + copy.path + " is not as it was made, and stays as it is. Take " +
-             std::string(ReadableEntry::kSwitch) + " and the line " + std::string(ReadableEntry::kMark) +
-             " out of it, or delete it.";
+      return UserTexts{}(
+          "The file %1 is not as it was made, and stays as it is. Take %2 and the line %3 out of it, or delete it.",
+          {copy.path, ReadableEntry::kSwitch, ReadableEntry::kMark});
     }
     std::error_code error;
     fs::remove(copy.path, error);
     entries.forget();
-    if (error) return "The file " + copy.path + " cannot be deleted: " + error.message() + ".";
+    if (error) return UserTexts{}("The file %1 cannot be deleted: %2.", {copy.path, error.message()});
   }
   return std::nullopt;
 }

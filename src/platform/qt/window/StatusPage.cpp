@@ -1,6 +1,8 @@
 #include "platform/qt/window/StatusPage.h"
 
 #include <algorithm>
+#include <array>
+#include <limits>
 
 #include <QtGui/QResizeEvent>
 
@@ -15,8 +17,46 @@ constexpr int kGap = 12;
 constexpr int kColumnGap = 16;
 constexpr int kWidest = 1080;
 constexpr int kTwoColumns = 700;
+constexpr int kThreeColumns = 1180;
+constexpr int kWidestOfThree = 1250;
+// So many rows are about as high as the pairing card.
+constexpr std::size_t kRowsOfOneColumn = 6;
 constexpr int kLeastPairing = 296;
 constexpr int kMostPairing = 348;
+
+// What `rows` take one below the other.
+int heightOf(StatusPage::Rows rows, int width) {
+  int height = rows.empty() ? 0 : -kGap;
+  for (auto* row : rows) height += kGap + row->heightFor(width);
+  return height;
+}
+
+// How many rows stand in the first of two columns, so that the higher one is as low as can be.
+std::size_t evenSplit(StatusPage::Rows rows, int width) {
+  std::size_t best = rows.size();
+  int lowest = std::numeric_limits<int>::max();
+  for (std::size_t first = 1; first < rows.size(); ++first) {
+    const int height = std::max(heightOf(rows.first(first), width), heightOf(rows.subspan(first), width));
+    if (height >= lowest) continue;
+    lowest = height;
+    best = first;
+  }
+  return best;
+}
+
+// All of `height` is used: each row gets its share of what is left over.
+void placeRows(StatusPage::Rows rows, QRect room, int height) {
+  if (rows.empty()) return;
+  const int left = std::max(0, height - heightOf(rows, room.width()));
+  const int share = left / static_cast<int>(rows.size());
+  int y = room.y();
+  for (auto* row : rows) {
+    const int rest = row == rows.back() ? left % static_cast<int>(rows.size()) : 0;
+    const int own = row->heightFor(room.width()) + share + rest;
+    row->place({room.x(), y, room.width(), own});
+    y += own + kGap;
+  }
+}
 
 }  // namespace
 
@@ -102,7 +142,7 @@ QSize StatusPage::sizeHint() const { return {kComfortableWidth, heightForWidth(k
 
 QSize StatusPage::sizeFor(QSize room) const {
   constexpr int kStep = 20;
-  const int widest = std::min(room.width(), kWidest + 2 * kMargin);
+  const int widest = std::min(room.width(), (hasManyRows() ? kWidestOfThree : kWidest) + 2 * kMargin);
   int width = kComfortableWidth;
   while (heightForWidth(width) > room.height() && width + kStep <= widest) width += kStep;
   return {width, heightForWidth(width)};
@@ -112,7 +152,8 @@ void StatusPage::resizeEvent(QResizeEvent* event) { arrange(event->size(), Placi
 
 int StatusPage::arrange(QSize size, Placing placing) const {
   const int margin = size.width() < kNarrow ? kNarrowMargin : kMargin;
-  const int width = std::min(size.width() - 2 * margin, kWidest);
+  const int inner = size.width() - 2 * margin;
+  const int width = std::min(inner, inner >= kThreeColumns && hasManyRows() ? kWidestOfThree : kWidest);
   const int x = (size.width() - width) / 2;
   const int headerHeight = header->heightFor(width);
   if (placing == Placing::place) header->place({x, margin, width, headerHeight});
@@ -121,33 +162,36 @@ int StatusPage::arrange(QSize size, Placing placing) const {
 
   const int pairing = pairingCard->heightFor(width);
   if (placing == Placing::place) pairingCard->place({room.x(), room.y(), width, pairing});
-  const int rowsHeight = arrangeRows({room.x(), room.y() + pairing + kGap, width, 0}, 0, placing);
+  const auto shown = rows();
+  const int rowsHeight = heightOf(shown, width);
+  if (placing == Placing::place) placeRows(shown, {room.x(), room.y() + pairing + kGap, width, 0}, rowsHeight);
   return room.y() + pairing + kGap + rowsHeight + margin;
 }
 
-// Both columns end at the same height: the shorter one spreads.
-int StatusPage::arrangeColumns(QRect room, Placing placing) const {
-  const int left = std::clamp(room.width() * 2 / 5, kLeastPairing, kMostPairing);
-  QRect right{room.x() + left + kColumnGap, room.y(), room.width() - left - kColumnGap, 0};
-  const int pairing = pairingCard->heightFor(left);
-  const int natural = arrangeRows(right, 0, Placing::measure);
-  const int count = static_cast<int>(rows().size());
-  const int extra = std::max(0, pairing - natural + count - 1) / count;
-  const int height = natural + extra * count;
-  if (placing == Placing::place) {
-    pairingCard->place({room.x(), room.y(), left, std::max(height, pairing)});
-    arrangeRows(right, extra, Placing::place);
-  }
-  return std::max(height, pairing);
-}
+bool StatusPage::hasManyRows() const { return rows().size() > kRowsOfOneColumn; }
 
-int StatusPage::arrangeRows(QRect room, int extraPerRow, Placing placing) const {
-  int height = 0;
-  for (auto* row : rows()) {
-    const int y = height > 0 ? height + kGap : 0;
-    const int own = row->heightFor(room.width()) + extraPerRow;
-    if (placing == Placing::place) row->place({room.x(), room.y() + y, room.width(), own});
-    height = y + own;
+// The rows in one column, or in two where there are many and the page is wide. All columns end at the same height: the
+// shorter ones spread.
+int StatusPage::arrangeColumns(QRect room, Placing placing) const {
+  const auto shown = rows();
+  const bool isWide = room.width() >= kThreeColumns && hasManyRows();
+  const int left = isWide ? kLeastPairing : std::clamp(room.width() * 2 / 5, kLeastPairing, kMostPairing);
+  const int columnCount = isWide ? 2 : 1;
+  const int rowWidth = (room.width() - left) / columnCount - kColumnGap;
+  const std::size_t first = isWide ? evenSplit(shown, rowWidth) : shown.size();
+  const std::array columns{Rows{shown}.first(first), Rows{shown}.subspan(first)};
+  const int pairing = pairingCard->heightFor(left);
+  const int natural = std::max(heightOf(columns[0], rowWidth), heightOf(columns[1], rowWidth));
+  // A single column takes whole shares.
+  const int share = isWide ? 1 : static_cast<int>(shown.size());
+  const int height = natural + std::max(0, pairing - natural + share - 1) / share * share;
+  if (placing == Placing::place) {
+    pairingCard->place({room.x(), room.y(), left, height});
+    int x = room.x() + left + kColumnGap;
+    for (const auto& column : columns) {
+      placeRows(column, {x, room.y(), rowWidth, 0}, height);
+      x += rowWidth + kColumnGap;
+    }
   }
   return height;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <span>
 #include <vector>
 
 #include "platform/qt/window/HeaderView.h"
@@ -10,11 +11,13 @@
 
 namespace quillard::qt {
 
-// All that scrolls in the window: in two columns where there is room, in one elsewhere.
+// All that scrolls in the window: in two columns where there is room, in one elsewhere; in three where the rows are
+// many and the window is wide.
 class StatusPage final : public QWidget {
  public:
   static constexpr int kComfortableWidth = 960;
   static constexpr int kLeastWidth = 360;
+  using Rows = std::span<StatusRowCard* const>;
 
   explicit StatusPage(QWidget* parent);
 
@@ -35,8 +38,8 @@ class StatusPage final : public QWidget {
 
  private:
   int arrange(QSize size, Placing placing) const;
-  int arrangeRows(QRect room, int extraPerRow, Placing placing) const;
   int arrangeColumns(QRect room, Placing placing) const;
+  [[nodiscard]] bool hasManyRows() const;
   [[nodiscard]] std::vector<StatusRowCard*> rows() const;  // Those that are shown, from top to bottom.
 
   HeaderView* header;

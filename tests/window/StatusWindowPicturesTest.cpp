@@ -51,6 +51,19 @@ TEST_P(StatusWindowPictures, OfAComputerAreAsTheyWereApproved) {
   }
 }
 
+// What is high, as it opens on a screen of 1366 by 768.
+TEST_P(StatusWindowPictures, OfASmallScreenAreAsTheyWereApproved) {
+  constexpr QSize kRoom{1366, 698};
+  for (const auto& state : test::allStatusWindowStates()) {
+    const bool isShown = state.name == "computer-phones" || state.name == "german-phones" ||
+                         state.name == "german-pairing-another" || state.name == "german-unreadable-programs";
+    if (!isShown) continue;
+    ShownWindow window{state.content, GetParam()};
+    window.takeWidth(dynamic_cast<const qt::StatusPage&>(window.page()).sizeFor(kRoom).width());
+    expectPicture(fileOf("small-screen-" + state.name), window.picture());
+  }
+}
+
 TEST_P(StatusWindowPictures, ShowThePauseMenuUnderItsButton) {
   ShownWindow window{test::statusWindowStates().at(6).content, GetParam()};
   window->popUpMenu(StatusWindowButton::notificationPauseSecondary,

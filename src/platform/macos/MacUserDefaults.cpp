@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/Numbers.h"
+#include "foundation/TextCatalogue.h"
 #include "platform/macos/CFValues.h"
 
 namespace quillard::macos {
@@ -85,7 +86,7 @@ void MacUserDefaults::remove(std::string_view key) { store(key, nullptr); }
 
 std::optional<std::string> MacUserDefaults::synchronize() {
   if (CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication) != Boolean{false}) return std::nullopt;
-  return "The preferences of com.quillard.agent cannot be written.";
+  return catalogued("The preferences of com.quillard.agent cannot be written.");
 }
 
 }  // namespace quillard::macos

@@ -31,7 +31,7 @@ class Watcher final : public QDBusVirtualObject {
                   qPrintable(message.arguments().at(0).toString()));
       std::fflush(stdout);
       connection.send(message.createReply());
-    } else if (message.member() == "Get") {
+    } else if (message.interface() == "org.freedesktop.DBus.Properties" && message.member() == "Get") {
       connection.send(message.createReply(QVariant::fromValue(QDBusVariant(property(message)))));
     } else {
       return false;

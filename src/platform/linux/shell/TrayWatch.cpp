@@ -57,7 +57,7 @@ class LinuxTrayWatch final : public QObject, public TrayWatch, private QAbstract
   // Registrations are taken by the watcher, but shown by its host, which may start later; Qt wants both to be there.
   void askForHost() {
     auto question = QDBusMessage::createMethodCall(kWatcherService, "/StatusNotifierWatcher",
-                                                   "org.releasedesktop.DBus.Properties", "Get");
+                                                   "org.freedesktop.DBus.Properties", "Get");
     question << kWatcherService << "IsStatusNotifierHostRegistered";
     question.setAutoStartService(false);
     auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);

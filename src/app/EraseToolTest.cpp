@@ -34,9 +34,11 @@ struct RecordedFiles final : platform::OwnFiles {
   }
   std::vector<std::string> folders() override { return {"/home/ann/.config", "/home/ann/.local"}; }
   bool areInUse() override { return isTrialUp; }
+  std::optional<std::string> agentsOtherFolders() override { return otherFolders; }
   Steps& steps;
   std::vector<std::string> problems;
   bool isTrialUp = false;
+  std::optional<std::string> otherFolders;
 };
 
 struct EraseToolTest : testing::Test {
@@ -159,6 +161,13 @@ TEST_F(EraseToolTest, DeletesNothingBeneathATrial) {
   EXPECT_EQ(erase(), ExitCode::problemFound);
   EXPECT_TRUE(steps.empty());
   EXPECT_THAT(errors, HasSubstr("A ./run is up"));
+}
+
+TEST_F(EraseToolTest, DeletesNothingWhereTheAgentKeepsItsFilesElsewhere) {
+  files.otherFolders = "XDG_CONFIG_HOME=/session/config";
+  EXPECT_EQ(erase(), ExitCode::problemFound);
+  EXPECT_TRUE(steps.empty());
+  EXPECT_THAT(errors, HasSubstr("Nothing was deleted. Try again with: XDG_CONFIG_HOME=/session/config\n"));
 }
 
 TEST_F(EraseToolTest, KeepsTheProgramWhereAKeyringMayStillHoldASecret) {

@@ -102,7 +102,7 @@ struct LinuxPlatform final : platform::SystemPlatform {
   proc::DesktopEntries desktopEntries;
   proc::RunningPrograms programs;
   desktop::EntryCopies entryCopies;
-  desktop::OwnFiles files{environment, entryCopies};
+  desktop::OwnFiles files{environment, entryCopies, processes};
   atspi::LinuxDesktopCapabilities capabilities;
   XdgOpener opener;
   desktop::LinuxWorkspace workspace;

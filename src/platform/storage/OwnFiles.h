@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ class OwnFiles {
   [[nodiscard]] virtual std::vector<std::string> folders() = 0;
   // Whether something else than the agent uses them: a trial that was brought up from the sources.
   [[nodiscard]] virtual bool areInUse() = 0;
+  // How this process would have to be started to look where the agent that runs keeps its files: variables with their
+  // values, as a shell takes them. Absent: as it was, or no agent runs.
+  [[nodiscard]] virtual std::optional<std::string> agentsOtherFolders() = 0;
 };
 
 }  // namespace quillard::platform

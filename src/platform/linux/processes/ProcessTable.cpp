@@ -86,12 +86,16 @@ std::optional<ProcessFacts> ProcessTable::process(std::int32_t processIdentifier
                       .shortName = std::string{statusLine(status, "Name:")}};
 }
 
-std::optional<std::string> ProcessTable::sessionFolder(std::int32_t processIdentifier) const {
-  constexpr std::string_view kVariable = "XDG_RUNTIME_DIR=";
+std::optional<std::string> ProcessTable::variable(std::int32_t processIdentifier, std::string_view name) const {
+  const auto start = std::string(name) + "=";
   for (const auto& entry : splitAtZeroes(contentsOf(pathOf(processIdentifier, "environ")))) {
-    if (entry.starts_with(kVariable)) return entry.substr(kVariable.size());
+    if (entry.starts_with(start)) return entry.substr(start.size());
   }
   return std::nullopt;
+}
+
+std::optional<std::string> ProcessTable::sessionFolder(std::int32_t processIdentifier) const {
+  return variable(processIdentifier, "XDG_RUNTIME_DIR");
 }
 
 std::vector<std::int32_t> ProcessTable::all() const {

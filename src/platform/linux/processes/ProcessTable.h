@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,7 +31,9 @@ class ProcessTable {
   [[nodiscard]] std::vector<std::int32_t> all() const;
   // Empty when it may not be read, as with most processes of others.
   [[nodiscard]] std::string executable(std::int32_t processIdentifier) const;
-  // The folder of the session that the process was started in (XDG_RUNTIME_DIR). Absent: not set, or not to be read.
+  // A variable of the environment that the process was started in. Absent: not set, or not to be read.
+  [[nodiscard]] std::optional<std::string> variable(std::int32_t processIdentifier, std::string_view name) const;
+  // The folder of the session that the process was started in (XDG_RUNTIME_DIR). Absent in the same cases.
   [[nodiscard]] std::optional<std::string> sessionFolder(std::int32_t processIdentifier) const;
 
  private:

@@ -16,6 +16,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "platform/linux/processes/AgentProcesses.h"
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/system/DesktopEntry.h"
 #include "platform/linux/system/RuntimeFolder.h"
@@ -306,6 +307,29 @@ bool OwnFiles::areInUse() {
                     ::getsockopt(trial, SOL_SOCKET, SO_PEERCRED, &peer, &peerSize) == 0 && peer.uid == ::geteuid();
   ::close(trial);
   return isUp;
+}
+
+std::optional<std::string> OwnFiles::agentsOtherFolders() {
+  const auto home = xdg::homeFolder(environment).value_or("");
+  const auto data = xdg::dataFolder(environment);
+  struct Place {
+    const char* variable;
+    std::string here;
+    std::string usual;
+  };
+  const Place places[] = {
+      {"XDG_CONFIG_HOME", xdg::configurationHome(environment).value_or(""), home + "/.config"},
+      {"XDG_DATA_HOME", data ? fs::path(*data).parent_path().string() : "", home + "/.local/share"}};
+  std::string text;
+  for (const auto agent : proc::AgentProcesses(processes, sessionFolder(environment)).find()) {
+    for (const auto& [variable, here, usual] : places) {
+      const auto set = processes.variable(agent, variable).value_or("");
+      const auto& there = set.starts_with('/') ? set : usual;
+      if (there != here) text += (text.empty() ? "" : " ") + std::string(variable) + "=" + there;
+    }
+    if (!text.empty()) return text;
+  }
+  return std::nullopt;
 }
 
 }  // namespace quillard::desktop

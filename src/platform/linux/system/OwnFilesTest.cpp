@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -6,6 +7,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "platform/linux/system/AutostartEntry.h"
 #include "platform/linux/system/OwnFiles.h"
@@ -46,6 +50,14 @@ class OwnFilesTest : public testing::Test {
     write(kMenuEntry,
           "[Desktop Entry]\nType=Application\nExec=\"" + at("home/.local/lib/Quillard.app/quillard") + "\"\n");
   }
+  // A process of this user as the kernel shows it, started with these variables.
+  void startAgent(const std::string& variables, const std::string& argument = "--verbose") const {
+    write("proc/7/status", "Name:\tquillard\nState:\tS (sleeping)\nUid:\t" + std::to_string(::geteuid()) + "\t" +
+                               std::to_string(::geteuid()) + "\t0\t0\n");
+    write("proc/7/cmdline", "quillard" + std::string(1, '\0') + argument + std::string(1, '\0'));
+    write("proc/7/environ", "XDG_RUNTIME_DIR=" + at("run") + std::string(1, '\0') + variables + std::string(1, '\0'));
+    fs::create_symlink("/usr/lib/Quillard.app/quillard", at("proc/7/exe"));
+  }
   static constexpr const char* kMenuEntry = "home/.local/share/applications/com.quillard.agent.desktop";
   [[nodiscard]] std::vector<std::string> left() const {
     std::vector<std::string> paths;
@@ -59,7 +71,8 @@ class OwnFilesTest : public testing::Test {
   platform::simulated::SimulatedEnvironment environment;
   proc::DesktopEntries entries{environment};
   EntryCopies copies{environment, entries};
-  OwnFiles files{environment, copies};
+  proc::ProcessTable processes{at("proc"), ::geteuid()};
+  OwnFiles files{environment, copies, processes};
 };
 
 TEST_F(OwnFilesTest, AreFoundAndDeletedWithTheirFolders) {
@@ -163,6 +176,42 @@ TEST_F(OwnFilesTest, LieInTheUsualFoldersTooWhereTheShellNamesOthers) {
   EXPECT_THAT(files.eraseLoginStarts(), IsEmpty());
   EXPECT_THAT(files.erase(), IsEmpty());
   EXPECT_THAT(left(), IsEmpty());
+}
+
+TEST_F(OwnFilesTest, LieWhereTheAgentThatRunsWasToldTo) {
+  EXPECT_EQ(files.agentsOtherFolders(), std::nullopt) << "none runs";
+  startAgent("XDG_CONFIG_HOME=/session/config");
+  EXPECT_EQ(files.agentsOtherFolders(), "XDG_CONFIG_HOME=/session/config");
+  environment.set("XDG_CONFIG_HOME", "/session/config");
+  EXPECT_EQ(files.agentsOtherFolders(), std::nullopt);
+  environment.set("XDG_DATA_HOME", "/shell/data");
+  EXPECT_EQ(files.agentsOtherFolders(), "XDG_DATA_HOME=" + at("home/.local/share")) << "the agent's is the usual one";
+}
+
+TEST_F(OwnFilesTest, LieWhereNoToolAndNoOtherSessionSays) {
+  startAgent("XDG_CONFIG_HOME=/session/config", "status");
+  EXPECT_EQ(files.agentsOtherFolders(), std::nullopt) << "a tool";
+  fs::remove_all(at("proc/7"));
+  startAgent("XDG_CONFIG_HOME=/session/config");
+  environment.set("XDG_RUNTIME_DIR", at("run2"));
+  EXPECT_EQ(files.agentsOtherFolders(), std::nullopt) << "another session's";
+}
+
+// By the address that a ./run takes.
+TEST_F(OwnFilesTest, AreInUseWhileATrialIsUp) {
+  environment.set("QUILLARD_RUN_NAME", "own-files-" + std::to_string(::getpid()));
+  EXPECT_FALSE(files.areInUse());
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const auto name = "quillard-run-" + std::to_string(::geteuid()) + "-own-files-" + std::to_string(::getpid());
+  name.copy(&address.sun_path[1], name.size());
+  const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+  ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), size), 0);
+  ASSERT_EQ(::listen(listener, 1), 0);
+  EXPECT_TRUE(files.areInUse());
+  ::close(listener);
+  EXPECT_FALSE(files.areInUse());
 }
 
 TEST_F(OwnFilesTest, KeepTheProgramThatHasToTryAgain) {

@@ -1,12 +1,22 @@
 #include "agent/PhoneAlerts.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace quillard {
+namespace {
+
+constexpr std::string_view kEarlierSubscriptionLine =
+    "The relay gave an earlier subscription of a phone again, which is not used.";
+
+}  // namespace
 
 PhoneAlerts::PhoneAlerts(const PhoneAlertsDependencies& dependencies, PhoneAlertsActions actions)
-    : dependencies(dependencies), actions(std::move(actions)), schedule(dependencies.stampClock.now().epoch.text()) {}
+    : dependencies(dependencies),
+      actions(std::move(actions)),
+      schedule(dependencies.stampClock.now().epoch.text()),
+      sequences(dependencies.userDefaults) {}
 
 void PhoneAlerts::update() {
   if (isStopped) return;
@@ -38,8 +48,20 @@ void PhoneAlerts::phonesChanged(int pairing, const RelayConnectionStatus& status
 
 void PhoneAlerts::subscriptionsChanged(int pairing, const std::vector<PhoneSubscription>& subscriptions) {
   if (isStopped) return;
-  schedule.subscriptionsAre(pairing, subscriptions, dependencies.clock.monotonicNow());
+  std::vector<PhoneSubscription> newest;
+  for (const auto& one : subscriptions) {
+    if (isNewest(pairing, one.command)) newest.push_back(one);
+  }
+  schedule.subscriptionsAre(pairing, newest, dependencies.clock.monotonicNow());
   send();
+}
+
+// Whose newest one the relay keeps back has none: the keys of an earlier one may be somebody else's by now, and its
+// words are not what the phone's user wants.
+bool PhoneAlerts::isNewest(int pairing, const SubscriptionCommand& command) {
+  if (sequences.take(pairing, command.deviceID, command.sequence)) return true;
+  dependencies.console.writeLine(kEarlierSubscriptionLine);
+  return false;
 }
 
 void PhoneAlerts::pushEnded(int pairing, const PushResultRelayMessage& result) {
@@ -49,7 +71,10 @@ void PhoneAlerts::pushEnded(int pairing, const PushResultRelayMessage& result) {
   send();
 }
 
-void PhoneAlerts::pairingForgotten(int pairing) { schedule.forget(pairing); }
+void PhoneAlerts::pairingForgotten(int pairing) {
+  schedule.forget(pairing);
+  sequences.forget(pairing);
+}
 
 void PhoneAlerts::test(int pairing, const std::string& deviceID) {
   if (isStopped) return;

@@ -6,10 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "agent/SubscriptionSequences.h"
 #include "approvals/PendingApproval.h"
 #include "foundation/CallbackScope.h"
 #include "platform/process/Clock.h"
+#include "platform/process/Console.h"
 #include "platform/process/Executors.h"
+#include "platform/storage/UserDefaults.h"
 #include "push/PushSchedule.h"
 #include "push/PushText.h"
 #include "relay/ClockStamp.h"
@@ -24,6 +27,8 @@ struct PhoneAlertsDependencies {
   const platform::Clock& clock;
   platform::SerialExecutor& mainThread;
   const StampClock& stampClock;
+  platform::UserDefaults& userDefaults;
+  platform::Console& console;
 };
 
 // What the alerts ask and do, on the main thread. None is empty.
@@ -70,6 +75,7 @@ class PhoneAlerts {
   [[nodiscard]] bool isKnown(const Uuid& prompt) const { return schedule.isKnown(prompt); }
 
  private:
+  [[nodiscard]] bool isNewest(int pairing, const SubscriptionCommand& command);
   void send();
   void publish(const PushPlan& plan);
   [[nodiscard]] PushContents contentsOf(const PushPlan& plan) const;
@@ -77,6 +83,7 @@ class PhoneAlerts {
   const PhoneAlertsDependencies dependencies;
   const PhoneAlertsActions actions;
   PushSchedule schedule;
+  SubscriptionSequences sequences;
   std::vector<PendingApproval> waiting;
   bool nobodyReached = false;
   bool isStopped = false;

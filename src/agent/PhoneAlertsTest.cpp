@@ -33,8 +33,10 @@ struct SleepyPhone : AgentWorld {
     relay.agentOf(*samples::keptSecrets(world))->sendText(*jsonText(json));
     advance(0.1);
   }
-  void subscribe(const std::string& deviceIDInside = "phone-1") {
-    const Json inside{{"deviceID", deviceIDInside}, {"p256dh", kPoint}, {"auth", "BTBZMqHH6r4Tts7J_aSIgg"}};
+  // `more`: what stands in the box besides, or instead.
+  void subscribe(const Json& more = Json::object()) {
+    Json inside{{"deviceID", "phone-1"}, {"p256dh", kPoint}, {"auth", "BTBZMqHH6r4Tts7J_aSIgg"}};
+    inside.update(more);
     platform::simulated::SimulatedRandom random{platform::simulated::Seed{77}};
     const auto secrets = *samples::keptSecrets(world);
     const auto box = std::get<EncryptedRelayPayload>(RelayCrypto::seal(inside, secrets.e2eSecret, random));
@@ -45,6 +47,23 @@ struct SleepyPhone : AgentWorld {
   void fallAsleep() {
     const Json phone{{"deviceID", "phone-1"}, {"deviceName", "Ann's phone"}, {"connected", true}, {"asleep", true}};
     tell({{"type", "phone.status"}, {"phoneConnected", true}, {"phoneCount", 1}, {"phones", Json::array({phone})}});
+  }
+  void restart() {
+    onMainThread([](AppDelegate& delegate) { delegate.applicationWillTerminate(); });
+    destroyAgent();
+    agent.reset();
+    launch();
+    advance(3);
+  }
+  // How many pushes came of a prompt that the sleeping phone has not been shown.
+  std::size_t pushesOfAPrompt() {
+    const auto before = pushes().size();
+    fallAsleep();
+    const auto window = desktop().open(erasePrompt());
+    advance(12);
+    desktop().close(window);
+    advance(3);
+    return pushes().size() - before;
   }
   void answerNewest(const std::string& status) {
     tell({{"type", "push.result"}, {"pushID", pushes().back()["pushID"]}, {"deviceID", "phone-1"}, {"status", status}});
@@ -142,12 +161,67 @@ TEST(PhoneAlerts, SaysLessWhereItsUserWantsThat) {
 
 TEST(PhoneAlerts, GoesByNoSubscriptionThatIsAnotherPhones) {
   SleepyPhone agent;
-  agent.subscribe("phone-2");
+  agent.subscribe({{"deviceID", "phone-2"}});
   agent.fallAsleep();
   (void)agent.desktop().open(erasePrompt());
   agent.advance(3);
   EXPECT_THAT(agent.pushes(), IsEmpty());
   EXPECT_THAT(agent.world.console().lines(), testing::Contains(HasSubstr("another one than in the box")));
+}
+
+// The relay plays again what a phone sealed earlier: other keys, or leave to show more.
+TEST(PhoneAlerts, UsesNoSubscriptionThatIsOlderThanOneOfThatPhone) {
+  SleepyPhone agent;
+  agent.subscribe({{"sequence", 5}, {"shows", "computer"}});
+  agent.subscribe({{"sequence", 4}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 0U);
+  EXPECT_EQ(agent.status().wakeablePhones, 0U);
+  EXPECT_THAT(agent.world.console().lines(), testing::Contains(HasSubstr("an earlier subscription")));
+  agent.subscribe({{"sequence", 5}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U) << "The newest one may come any number of times.";
+  agent.subscribe({{"sequence", 6}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U);
+}
+
+TEST(PhoneAlerts, TakesWhatOlderPagesSealUntilANewerOneHasSealed) {
+  SleepyPhone agent;
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U);
+  agent.subscribe({{"sequence", 1}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U);
+  agent.subscribe();
+  EXPECT_EQ(agent.pushesOfAPrompt(), 0U);
+}
+
+TEST(PhoneAlerts, KnowsAnOlderSubscriptionInItsNextRun) {
+  SleepyPhone agent;
+  agent.subscribe({{"sequence", 5}});
+  agent.restart();
+  agent.subscribe({{"sequence", 4}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 0U);
+  agent.subscribe({{"sequence", 5}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U);
+}
+
+TEST(PhoneAlerts, ANewPairingBeginsToCountAnew) {
+  SleepyPhone agent;
+  agent.subscribe({{"sequence", 5}});
+  agent.onMainThread([](AppDelegate& delegate) { delegate.unpair(1); });
+  agent.advance(5);
+  agent.phone.pair();
+  agent.phone.comeOnline();
+  agent.advance(3);
+  agent.subscribe({{"sequence", 4}});
+  EXPECT_EQ(agent.pushesOfAPrompt(), 1U);
+}
+
+TEST(PhoneAlerts, SpeakTheLanguageOfThePhonesPage) {
+  SleepyPhone agent;
+  agent.subscribe({{"shows", "computer"}, {"language", "en-GB"}});
+  ASSERT_EQ(agent.pushesOfAPrompt(), 1U);
+  const auto english = agent.pushes().back()["body"].get<std::string>().size();
+  agent.subscribe({{"shows", "computer"}, {"language", "de-DE"}});
+  ASSERT_EQ(agent.pushesOfAPrompt(), 1U);
+  EXPECT_NE(agent.pushes().back()["body"].get<std::string>().size(), english);
 }
 
 TEST(PhoneAlerts, SendsATestWhenThePhoneAsksAndSaysWhatBecameOfIt) {

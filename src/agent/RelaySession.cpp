@@ -283,7 +283,8 @@ bool RelaySession::publishPush(const PushPlan& plan, const PushContents& content
   const PushAddressee addressee{.pairingID = access->secrets.pairingID,
                                 .page = command.page.empty() ? pageOf(access->configuration) : command.page,
                                 .computer = command.computer,
-                                .content = command.content};
+                                .content = command.content,
+                                .language = command.language};
   const auto text = pushText(contents, addressee, tag);
   const auto body = text ? encryptedPush(*text, command.keys, dependencies.random) : std::nullopt;
   if (!body) return false;

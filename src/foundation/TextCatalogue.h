@@ -12,8 +12,9 @@ struct TextRow {
   std::string_view german;
 };
 
-// Every text that the window, its menus and notifications show, each once. Lines for logs and terminals, and what is
-// sent to phones, are English: others match them. They are among these only where the window shows them, too.
+// Every text that the window, its menus and notifications show, and what a phone's lock screen says, each once. Lines
+// for logs and terminals, and what is sent to the pages of phones, are English: others match them. They are among these
+// only where the window shows them, too.
 // clang-format off
 inline constexpr TextRow kTextRows[] = {
     {"Needs Setup",
@@ -661,6 +662,30 @@ inline constexpr TextRow kTextRows[] = {
     {"an unknown program",
      "",
      "ein unbekanntes Programm"},
+    {"Alerts reach this phone",
+     "",
+     "Meldungen erreichen dieses Telefon"},
+    {"A test from %1.",
+     "",
+     "%1 hat einen Test gesendet."},
+    {"%1 prompts wait at %2",
+     "",
+     "%2: %1 Rückfragen warten"},
+    {"Open the list to answer them.",
+     "",
+     "Öffnen Sie die Liste, um zu antworten."},
+    {"A prompt waits at %1",
+     "",
+     "%1: Eine Rückfrage wartet"},
+    {"Open it to see what it asks.",
+     "",
+     "Öffnen Sie Quillard, um sie zu sehen."},
+    {"Open it to answer.",
+     "",
+     "Öffnen Sie Quillard, um zu antworten."},
+    {"your computer",
+     "",
+     "Ihr Computer"},
 };
 // clang-format on
 

@@ -58,7 +58,7 @@ std::optional<Values> valuesIn(std::string_view text, std::string_view pattern) 
 }  // namespace
 
 Language languageOf(std::string_view locale) {
-  const auto code = locale.substr(0, locale.find_first_of("_.@"));
+  const auto code = locale.substr(0, locale.find_first_of("_.@-"));
   return code == "de" ? Language::german : Language::english;
 }
 

@@ -15,7 +15,8 @@ enum class Machine { mac, computer };
 
 enum class Language { english, german };
 
-// The language of a locale such as "de_AT.UTF-8"; English for all that there are no texts in.
+// The language of a locale such as "de_AT.UTF-8" or of a tag such as "de-AT"; English for all that there are no texts
+// in.
 [[nodiscard]] Language languageOf(std::string_view locale);
 
 // A text of the catalogue, named by its words on a Mac, as a literal. One that is not in the catalogue does not

@@ -60,10 +60,10 @@ TEST(UserTexts, OfOtherPartsSayAReasonButNoNameInTheirOwnWords) {
 }
 
 TEST(UserTexts, KnowTheLanguageOfALocale) {
-  for (const char* const german : {"de", "de_DE.UTF-8", "de_AT", "de@euro", "de.UTF-8"}) {
+  for (const char* const german : {"de", "de_DE.UTF-8", "de_AT", "de@euro", "de.UTF-8", "de-CH", "de-DE-1996"}) {
     EXPECT_EQ(languageOf(german), Language::german) << german;
   }
-  for (const char* const english : {"", "C", "en_GB.UTF-8", "den", "dsb_DE", "DE"}) {
+  for (const char* const english : {"", "C", "en_GB.UTF-8", "den", "dsb_DE", "DE", "den-de", "-de"}) {
     EXPECT_EQ(languageOf(english), Language::english) << english;
   }
 }

@@ -38,9 +38,11 @@ std::string shown(const std::string& text, std::size_t longest) {
   return cut(printableName(std::string(text::trimmed(text)), kNoLimit), longest);
 }
 
+UserTexts textsFor(const PushAddressee& addressee) { return {Machine::computer, addressee.language}; }
+
 std::string computerName(const PushAddressee& addressee) {
   const auto name = shown(addressee.computer, kLongestDismissal);
-  return name.empty() ? "your computer" : name;
+  return name.empty() ? textsFor(addressee)("your computer") : name;
 }
 
 // Empty: there is none, or it may not be shown.
@@ -59,15 +61,17 @@ struct Lines {
 };
 
 Lines linesOf(const PushContents& contents, const PushAddressee& addressee) {
+  const auto texts = textsFor(addressee);
   const auto computer = computerName(addressee);
   if (contents.kind == PushContents::Kind::test) {
-    return {"Alerts reach this phone", "A test from " + computer + "."};
+    return {texts("Alerts reach this phone"), texts("A test from %1.", {computer})};
   }
   if (contents.kind == PushContents::Kind::several) {
-    return {std::to_string(contents.waiting) + " prompts wait at " + computer, "Open the list to answer them."};
+    return {texts("%1 prompts wait at %2", {std::to_string(contents.waiting), computer}),
+            texts("Open the list to answer them.")};
   }
   if (addressee.content == PushContent::computer || !contents.prompt) {
-    return {"A prompt waits at " + computer, "Open it to see what it asks."};
+    return {texts("A prompt waits at %1", {computer}), texts("Open it to see what it asks.")};
   }
   const auto& prompt = *contents.prompt;
   std::string what;
@@ -77,7 +81,7 @@ Lines linesOf(const PushContents& contents, const PushAddressee& addressee) {
     what += (what.empty() ? "" : "\n") + shownLine;
     if (what.size() > kLongestBody) break;
   }
-  if (what.empty()) what = "Open it to answer.";
+  if (what.empty()) what = texts("Open it to answer.");
   return {computer + ": " + shown(prompt.displayTitle(), kLongestTitle), what};
 }
 
@@ -115,7 +119,7 @@ std::optional<std::string> pushText(const PushContents& contents, const PushAddr
   Json notification{{"title", ""},
                     {"body", ""},
                     {"navigate", addressee.page + (isPrompt ? "#prompt/" + contents.prompt->id.text() : "")},
-                    {"lang", "en"},
+                    {"lang", addressee.language == Language::german ? "de" : "en"},
                     {"dir", "auto"},
                     {"tag", tag},
                     {"silent", false},

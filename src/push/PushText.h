@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "approvals/PendingApproval.h"
+#include "foundation/UserTexts.h"
 #include "foundation/Uuid.h"
 #include "relay/ClockStamp.h"
 #include "relay/PushMessages.h"
@@ -32,6 +33,7 @@ struct PushAddressee {
   std::string page;      // Where a tap leads, without fragment.
   std::string computer;  // Empty: it has no name.
   PushContent content = PushContent::prompt;
+  Language language = Language::english;
 };
 
 // All that some push services take, with room for the encryption.

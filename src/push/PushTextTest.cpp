@@ -77,6 +77,31 @@ TEST(PushText, ATestSaysSo) {
   EXPECT_EQ(json["notification"]["body"], "A test from your computer.");
 }
 
+TEST(PushText, SpeaksTheLanguageOfThePhonesPageAndLeavesAPromptsWordsAlone) {
+  auto german = phone();
+  german.language = Language::german;
+  const auto full = written(about(prompt()), german)["notification"];
+  EXPECT_EQ(full["lang"], "de");
+  EXPECT_EQ(full["title"], "Studio: Installer: Install Helper?");
+  EXPECT_EQ(full["body"], "It wants to make changes.");
+  auto bare = prompt();
+  bare.messageLines.clear();
+  EXPECT_EQ(written(about(bare), german)["notification"]["body"], "Öffnen Sie Quillard, um zu antworten.");
+  const auto several =
+      written({.kind = PushContents::Kind::several, .waiting = 3, .clock = {kPrompt, {}}}, german)["notification"];
+  EXPECT_EQ(several["title"], "Studio: 3 Rückfragen warten");
+  EXPECT_EQ(several["body"], "Öffnen Sie die Liste, um zu antworten.");
+  german.content = PushContent::computer;
+  const auto terse = written(about(prompt()), german)["notification"];
+  EXPECT_EQ(terse["title"], "Studio: Eine Rückfrage wartet");
+  EXPECT_EQ(terse["body"], "Öffnen Sie Quillard, um sie zu sehen.");
+  german.computer.clear();
+  const auto test = written({.clock = {kPrompt, {}}}, german)["notification"];
+  EXPECT_EQ(test["title"], "Meldungen erreichen dieses Telefon");
+  EXPECT_EQ(test["body"], "Ihr Computer hat einen Test gesendet.");
+  EXPECT_EQ(written(about(prompt()), phone())["notification"]["lang"], "en");
+}
+
 TEST(PushText, OffersNoDismissalThatGrantsSomethingOrCannotBePressed) {
   auto approval = prompt();
   approval.buttons = {{.label = "Install"}, {.label = "Cancel", .isEnabled = false}};

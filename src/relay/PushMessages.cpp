@@ -159,8 +159,9 @@ std::variant<SubscriptionCommand, JsonError> readSubscription(std::string_view t
   if (!command.page.empty() && !isPage(command.page)) reader.failAt("page", "Expected an address that can be opened.");
   // What is not known shows less.
   if (reader.optionalString("shows").value_or("prompt") != "prompt") command.content = PushContent::computer;
-  (void)readShortText(reader, "language", kLongestLanguage);
+  command.language = languageOf(readShortText(reader, "language", kLongestLanguage));
   command.computer = readShortText(reader, "computer", kLongestComputer);
+  command.sequence = reader.optionalInteger("sequence", 1, kLatestSequence).value_or(0);
   return outcome(reader, std::move(command));
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/StrictJson.h"
+#include "foundation/UserTexts.h"
 #include "relay/EncryptedRelayPayload.h"
 #include "values/Secret.h"
 #include "values/Time.h"
@@ -79,6 +80,9 @@ enum class PushContent {
   computer,  // Only that something waits there.
 };
 
+// 2^53 - 1: what every reader of JSON takes for the same number.
+inline constexpr std::int64_t kLatestSequence = 9'007'199'254'740'991;
+
 // Phone to agent, sealed: how it is woken.
 struct SubscriptionCommand {
   std::string deviceID;
@@ -86,7 +90,10 @@ struct SubscriptionCommand {
   std::string keyText{};  // `p256dh` as it came, by which the phone knows itself.
   std::string page{};     // Of the phone: an address without fragment. Empty: the relay's own.
   PushContent content = PushContent::prompt;
-  std::string computer{};  // What the phone calls this computer. Empty: nothing.
+  std::string computer{};                 // What the phone calls this computer. Empty: nothing.
+  Language language = Language::english;  // Of its page.
+  // Greater than that of each box that this phone sealed before. 0: its page is an older one, which does not count.
+  std::int64_t sequence = 0;
   bool operator==(const SubscriptionCommand&) const = default;
 };
 

@@ -49,7 +49,12 @@ TEST(PushMessages, RefusesListsThatAreNone) {
       const auto* text :
       {R"({})", R"({"subscriptions":{}})", R"({"subscriptions":[1]})", R"({"subscriptions":[{"deviceID":"A"}]})",
        R"({"subscriptions":[{"deviceID":"A b","subscriptionID":"0","encryptedSubscription":{"version":1,"nonce":"","ciphertext":""}}]})",
-       R"({"subscriptions":[{"deviceID":"A","subscriptionID":"","encryptedSubscription":{"version":1,"nonce":"","ciphertext":""}}]})"}) {
+       R"({"subscriptions":[{"deviceID":"A","subscriptionID":"","encryptedSubscription":{"version":1,"nonce":"","ciphertext":""}}]})",
+       R"({"subscriptions":null})",
+       R"({"subscriptions":[{"deviceID":1,"subscriptionID":"0","encryptedSubscription":{}}]})",
+       R"({"subscriptions":[{"deviceID":"A","subscriptionID":"0","encryptedSubscription":[]}]})",
+       R"({"subscriptions":[{"deviceID":"A","subscriptionID":"0","encryptedSubscription":{"version":"1","nonce":"","ciphertext":""}}]})",
+       R"({"subscriptions":[{"deviceID":"A","subscriptionID":"0","encryptedSubscription":{"version":1,"nonce":"","ciphertext":""},"refused":1}]})"}) {
     EXPECT_TRUE(std::holds_alternative<JsonError>(readPushSubscriptions(json(text)))) << text;
   }
 }
@@ -65,8 +70,11 @@ TEST(PushMessages, ReadsWhatBecameOfAPush) {
                 readPushResult({{"pushID", "p"}, {"deviceID", "A"}, {"status", "gone"}, {"reason", "two words"}}))
                 .reason,
             "");
-  for (const auto* text : {R"({})", R"({"pushID":"p","deviceID":"A","status":"other"})",
-                           R"({"pushID":"p\n","deviceID":"A","status":"gone"})", R"({"pushID":"p","status":"gone"})"}) {
+  for (const auto* text :
+       {R"({})", R"({"pushID":"p","deviceID":"A","status":"other"})",
+        R"({"pushID":"p\n","deviceID":"A","status":"gone"})", R"({"pushID":"p","status":"gone"})",
+        R"({"pushID":"","deviceID":"A","status":"gone"})", R"({"pushID":1,"deviceID":"A","status":"gone"})",
+        R"({"pushID":"p","deviceID":"A","status":1})", R"({"pushID":"p","deviceID":"A","status":"gone","reason":1})"}) {
     EXPECT_TRUE(std::holds_alternative<JsonError>(readPushResult(json(text)))) << text;
   }
 }
@@ -83,7 +91,8 @@ TEST(PushMessages, ReadsHowAPhoneIsWoken) {
   auto given = subscription();
   given["page"] = "https://relay.example/page/";
   given["shows"] = "computer";
-  given["language"] = "de";
+  given["language"] = "de-AT";
+  given["sequence"] = 9'007'199'254'740'991;
   given["computer"] = "Studio";
   const auto command = std::get<SubscriptionCommand>(readSubscription(*jsonText(given)));
   EXPECT_EQ(command.deviceID, "A");
@@ -94,6 +103,8 @@ TEST(PushMessages, ReadsHowAPhoneIsWoken) {
   EXPECT_EQ(command.page, "https://relay.example/page/");
   EXPECT_EQ(command.content, PushContent::computer);
   EXPECT_EQ(command.computer, "Studio");
+  EXPECT_EQ(command.language, Language::german);
+  EXPECT_EQ(command.sequence, 9'007'199'254'740'991);
 }
 
 TEST(PushMessages, APhoneThatSaysNoMoreIsShownEverything) {
@@ -101,6 +112,50 @@ TEST(PushMessages, APhoneThatSaysNoMoreIsShownEverything) {
   EXPECT_EQ(command.content, PushContent::prompt);
   EXPECT_EQ(command.page, "");
   EXPECT_EQ(command.computer, "");
+  EXPECT_EQ(command.language, Language::english);
+  EXPECT_EQ(command.sequence, 0);
+}
+
+TEST(PushMessages, ALanguageWithoutTextsIsEnglish) {
+  for (const auto* language : {"", "fr", "den", "x-de"}) {
+    auto given = subscription();
+    given["language"] = language;
+    EXPECT_EQ(std::get<SubscriptionCommand>(readSubscription(*jsonText(given))).language, Language::english)
+        << language;
+  }
+}
+
+TEST(PushMessages, RefusesSubscriptionsThatAreNone) {
+  struct Bad {
+    const char* name;
+    Json value;
+  };
+  const Bad table[] = {{"deviceID", nullptr},
+                       {"deviceID", "two words"},
+                       {"deviceID", std::string(65, 'a')},
+                       {"p256dh", nullptr},
+                       {"p256dh", 4},
+                       {"auth", nullptr},
+                       {"auth", Json::array()},
+                       {"page", 1},
+                       {"shows", true},
+                       {"language", 1},
+                       {"language", std::string(36, 'a')},
+                       {"computer", Json::object()},
+                       {"computer", std::string(101, 'a')},
+                       {"sequence", 0},
+                       {"sequence", -1},
+                       {"sequence", 1.5},
+                       {"sequence", 9'007'199'254'740'992},
+                       {"sequence", "5"}};
+  for (const auto& [name, value] : table) {
+    auto given = subscription();
+    given[name] = value;
+    EXPECT_NE(problem(given), "") << name << " " << value.dump();
+  }
+  for (const auto* text : {"", "[]", "null", "{", R"({"deviceID":"A","deviceID":"A"})"}) {
+    EXPECT_TRUE(std::holds_alternative<JsonError>(readSubscription(text))) << text;
+  }
 }
 
 TEST(PushMessages, WhatIsNotKnownOfTheLockScreenShowsLess) {

@@ -99,7 +99,7 @@ export interface PushDoor {
   goTo(approvalID: string): void;
   /** The page's own address, without a fragment. */
   readonly page: string;
-  /** BCP 47. */
+  /** In which the page speaks: BCP 47. */
   readonly language: string;
 }
 

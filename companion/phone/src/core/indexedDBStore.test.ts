@@ -3,7 +3,7 @@ import { IDBFactory } from "fake-indexeddb";
 import { beforeEach, describe, expect, it } from "vitest";
 import { IndexedDBStore } from "./indexedDBStore";
 import { keyFrom, open, seal } from "./sealing";
-import type { PairingNotes, StoredPairing } from "./store";
+import type { PairingNotes, StoredAlerts, StoredPairing } from "./store";
 import { sampleID } from "./testing";
 
 const token = "0123456789abcdef".repeat(4);
@@ -221,7 +221,17 @@ describe("What a browser keeps", () => {
     expect(await store().load()).not.toHaveProperty("alerts");
     await store().add(await pairing("a", 1));
     await store().add(await pairing("b", 2));
-    await store().saveAlerts({ isWanted: true, shows: "computer" });
+    await store().changeAlerts((before) => {
+      expect(before).toBeUndefined();
+      return { isWanted: true, shows: "computer", sequence: 1 };
+    });
+    // Of two tabs.
+    const counted = (kept: StoredAlerts | undefined): StoredAlerts => ({
+      isWanted: true,
+      shows: "computer",
+      sequence: (kept?.sequence ?? 0) + 1,
+    });
+    await Promise.all([store().changeAlerts(counted), store().changeAlerts(counted)]);
     for (const [pairingID, at] of [
       ["a", 5],
       ["b", 6],
@@ -229,7 +239,7 @@ describe("What a browser keeps", () => {
     ] as const)
       await store().saveAlertTime(pairingID, at);
     const kept = await store().load();
-    expect(kept.alerts).toEqual({ isWanted: true, shows: "computer" });
+    expect(kept.alerts).toEqual({ isWanted: true, shows: "computer", sequence: 3 });
     expect(kept.alertTimes).toEqual(
       new Map([
         ["a", 5],

@@ -103,9 +103,11 @@ export class IndexedDBStore implements Store {
     });
   }
 
-  async saveAlerts({ isWanted, shows }: StoredAlerts): Promise<void> {
+  async changeAlerts(change: (kept: StoredAlerts | undefined) => StoredAlerts): Promise<void> {
     await this.write((transaction) => {
-      transaction.objectStore(phoneTable).put({ isWanted, shows }, alertsName);
+      const table = transaction.objectStore(phoneTable);
+      const request: IDBRequest<unknown> = table.get(alertsName);
+      request.onsuccess = () => table.put(change(alertsFrom(request.result).alerts), alertsName);
     });
   }
 
@@ -228,9 +230,15 @@ export class IndexedDBStore implements Store {
 
 /** What cannot be read is as good as not chosen: the page asks again. */
 function alertsFrom(value: unknown): { readonly alerts?: StoredAlerts } {
-  const { isWanted, shows } = Object(value) as Partial<Record<keyof StoredAlerts, unknown>>;
+  const { isWanted, shows, sequence } = Object(value) as Partial<Record<keyof StoredAlerts, unknown>>;
   if (typeof isWanted !== "boolean") return {};
-  return { alerts: { isWanted, shows: shows === "computer" ? "computer" : "prompt" } };
+  return {
+    alerts: {
+      isWanted,
+      shows: shows === "computer" ? "computer" : "prompt",
+      sequence: Number(sequence) || 0,
+    },
+  };
 }
 
 /** What cannot be read of it is left out. */

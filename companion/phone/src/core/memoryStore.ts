@@ -42,8 +42,8 @@ export class MemoryStore implements Store {
     return Promise.resolve();
   }
 
-  saveAlerts(alerts: StoredAlerts): Promise<void> {
-    this.alerts = alerts;
+  changeAlerts(change: (kept: StoredAlerts | undefined) => StoredAlerts): Promise<void> {
+    this.alerts = change(this.alerts);
     return Promise.resolve();
   }
 

@@ -38,6 +38,16 @@ async function subscribed(): Promise<void> {
   await world.time.settle();
 }
 
+/** What this phone has sealed for the computer on the present connection. */
+function sealedSubscriptions(): Promise<unknown[]> {
+  const sent = sentOf("push.subscribe");
+  return Promise.all(sent.map(({ encryptedSubscription }) => mac.open(encryptedSubscription.ciphertext)));
+}
+
+async function sealedSequences(): Promise<number[]> {
+  return (await sealedSubscriptions()).map((box) => (box as { sequence: number }).sequence);
+}
+
 async function relaySays(isSubscribed: boolean, reason?: string): Promise<void> {
   world.network
     .socket("mac")
@@ -73,10 +83,49 @@ describe("Alerts", () => {
       page: "https://relay.example/",
       language: "en-GB",
       computer: "mac",
+      sequence: world.time.now(),
     });
     expect(world.network.requests.at(-1)?.url).toMatch(
       /^https:\/\/relay\.example\/api\/pairings\/mac\/push-key\?deviceID=/,
     );
+  });
+
+  it("count up with each that is sealed, also where the clock was set back", async () => {
+    await subscribed();
+    world.phone.chooseAlertContent("computer");
+    await world.time.settle();
+    await world.phone.renameComputer("mac", "Studio");
+    await world.time.settle();
+    const earlier = await sealedSequences();
+    expect(earlier).toHaveLength(3);
+    world.time.set(world.time.now() - 3_600_000);
+    await world.reload();
+    await fetched();
+    await world.join(mac);
+    const all = [...earlier, ...(await sealedSequences())];
+    expect(all).toHaveLength(4);
+    expect(all).toEqual([...new Set(all)].sort((one, other) => one - other));
+  });
+
+  it("leave out what was sealed before another choice, however long the sealing takes", async () => {
+    await subscribed();
+    world.phone.chooseAlertContent("computer");
+    world.phone.chooseAlertContent("prompt");
+    world.phone.chooseAlertContent("computer");
+    await world.time.settle();
+    expect((await sealedSubscriptions()).at(-1)).toMatchObject({ shows: "computer" });
+    const counted = await sealedSequences();
+    expect(counted).toEqual([...new Set(counted)].sort((one, other) => one - other));
+  });
+
+  it("are handed over where nothing can be kept", async () => {
+    world.store.changeAlerts = () => Promise.reject(new Error("full"));
+    await subscribed();
+    const [message] = sentOf("push.subscribe");
+    expect(await mac.open(message.encryptedSubscription.ciphertext)).toMatchObject({
+      sequence: world.time.now(),
+    });
+    expect(alerts()).toMatchObject({ problem: "notStored" });
   });
 
   it("ask the person before anything is waited for, and once", async () => {

@@ -48,7 +48,11 @@ export class PushAlerts {
   private offer: AlertOffer | undefined;
   private isBusy = false;
   private problem: AlertProblem | undefined;
+  /** Whether the next visit will know what a person chose in this one. */
+  private isStored = true;
   private renewals = 0;
+  /** Of the newest subscription that was sealed in this visit. */
+  private sequence = 0;
   /** Names the newest attempt: what an older one still brings is ignored. */
   private attempts = 0;
   private cancelRetry: () => void = () => {};
@@ -85,7 +89,8 @@ export class PushAlerts {
   }
 
   state(): PhoneAlerts {
-    const { stored, isBusy, problem } = this;
+    const { stored, isBusy } = this;
+    const problem = this.problem ?? (this.isStored ? undefined : "notStored");
     return {
       support: this.support(),
       ...(stored && { isWanted: stored.isWanted }),
@@ -109,14 +114,14 @@ export class PushAlerts {
     this.isBusy = false;
     // Who closed the question has not decided yet.
     if (permission === "default") return this.host.changed();
-    await this.store({ isWanted: true, shows: this.state().shows });
+    await this.store(true, this.state().shows);
     if (permission === "denied") return this.host.changed();
     this.renewals = 0;
     await this.renew(false);
   }
 
   async chooseContent(shows: PhoneAlerts["shows"]): Promise<void> {
-    await this.store({ isWanted: this.stored?.isWanted === true, shows });
+    await this.store(this.stored?.isWanted === true, shows);
     if (this.offer) this.handOver({ ...this.offer, shows });
     this.host.changed();
   }
@@ -169,7 +174,8 @@ export class PushAlerts {
     if (relayKey === undefined) return undefined;
     const keys = await this.inTime(this.door.subscribe(relayKey, isAnew));
     const { page, language } = this.door;
-    return { ...keys, relayKey, shows: this.state().shows, page, language };
+    const sequence = () => this.nextSequence();
+    return { ...keys, relayKey, shows: this.state().shows, page, language, sequence };
   }
 
   /** Of the first computer whose relay answers: a page has one relay. Absent: there is no computer. */
@@ -239,7 +245,7 @@ export class PushAlerts {
     this.isBusy = false;
     this.problem = undefined;
     this.offer = undefined;
-    await this.store({ isWanted: false, shows: this.state().shows });
+    await this.store(false, this.state().shows);
     for (const session of this.host.sessions()) session.alerts.takeBack();
     this.host.changed();
     await this.unsubscribe();
@@ -250,13 +256,29 @@ export class PushAlerts {
     await this.inTime(this.door.unsubscribe()).catch(() => undefined);
   }
 
-  private async store(alerts: StoredAlerts): Promise<void> {
-    this.stored = alerts;
+  private async store(isWanted: boolean, shows: PhoneAlerts["shows"]): Promise<void> {
+    const { sequence } = this;
+    this.stored = { isWanted, shows, sequence };
     try {
-      await this.environment.store.saveAlerts(alerts);
+      await this.environment.store.changeAlerts((kept) => ({ sequence, ...kept, isWanted, shows }));
+      this.isStored = true;
     } catch {
-      this.problem = "notStored";
+      this.isStored = false;
     }
+  }
+
+  /** A relay could go on giving a computer what was sealed earlier, which the computer knows by this. */
+  private async nextSequence(): Promise<number> {
+    const { environment, stored } = this;
+    let next = 0;
+    // The time, so that it counts up where nothing can be kept, too; a clock may be set back.
+    const count = (last = 0) =>
+      (next = this.sequence = Math.max(environment.now(), last + 1, this.sequence + 1));
+    const none = { isWanted: true, shows: this.state().shows };
+    await environment.store
+      .changeAlerts((kept) => ({ ...none, ...stored, ...kept, sequence: count(kept?.sequence) }))
+      .catch(() => count());
+    return next;
   }
 
   // The page sleeps and wakes.

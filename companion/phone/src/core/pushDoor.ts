@@ -110,6 +110,6 @@ export function pageDoor(): PushDoor {
     },
     goTo: (approvalID) => void (location.hash = `#prompt/${approvalID}`),
     page: new URL("/", location.href).href,
-    language: navigator.language,
+    language: say("en-GB"),
   };
 }

@@ -9,7 +9,10 @@ export interface AlertOffer extends PushSubscriptionKeys {
   readonly relayKey: string;
   readonly shows: "prompt" | "computer";
   readonly page: string;
+  /** Of the page: BCP 47. */
   readonly language: string;
+  /** Another number for each time that it is sealed, greater than all before. Never rejects. */
+  readonly sequence: () => Promise<number>;
 }
 
 export interface SessionAlertsDependencies {
@@ -24,7 +27,6 @@ export interface SessionAlertsDependencies {
 }
 
 const longestComputerName = 100;
-const longestLanguage = 35;
 
 /** As many of its first characters as have room in that many bytes of UTF-8. */
 function textOfBytes(text: string, most: number): string {
@@ -42,6 +44,8 @@ function textOfBytes(text: string, most: number): string {
  */
 export class SessionAlerts {
   private offered: AlertOffer | undefined;
+  /** Names what was handed over last: the computer takes nothing that was sealed before it. */
+  private newest: Promise<number> | undefined;
   private isAsleep = false;
   private isSubscribed: boolean | undefined;
   private receivedAt: Instant | undefined;
@@ -76,7 +80,7 @@ export class SessionAlerts {
 
   /** Nothing happens without a connection: then the browser's own word to its push service has to do. */
   takeBack(): void {
-    this.offered = undefined;
+    this.newest = this.offered = undefined;
     this.isSubscribed = undefined;
     if (this.dependencies.isConnected()) this.dependencies.send(JSON.stringify({ type: "push.unsubscribe" }));
     this.dependencies.changed();
@@ -127,18 +131,12 @@ export class SessionAlerts {
   private async handOver(offer: AlertOffer): Promise<void> {
     const { deviceID, channel } = this.dependencies;
     if (!this.dependencies.isConnected()) return;
-    const { endpoint, relayKey: key, p256dh, auth, shows, page, language } = offer;
+    const { endpoint, relayKey: key, sequence: next, ...forComputer } = offer;
     const computer = textOfBytes(this.dependencies.computerName(), longestComputerName);
-    const encryptedSubscription = await channel.seal({
-      deviceID,
-      p256dh,
-      auth,
-      shows,
-      page,
-      language: textOfBytes(language, longestLanguage),
-      computer,
-    });
-    if (!encryptedSubscription || this.offered !== offer) return;
+    const newest = (this.newest = next());
+    const sequence = await newest;
+    const encryptedSubscription = await channel.seal({ deviceID, ...forComputer, computer, sequence });
+    if (!encryptedSubscription || this.newest !== newest) return;
     this.dependencies.send(JSON.stringify({ type: "push.subscribe", endpoint, key, encryptedSubscription }));
   }
 }

@@ -62,6 +62,8 @@ export interface StoredLock extends LockKey {
 export interface StoredAlerts {
   readonly isWanted: boolean;
   readonly shows: PhoneAlerts["shows"];
+  /** Of the newest subscription that was sealed for a computer; 0: none was. */
+  readonly sequence: number;
 }
 
 export interface StoredPhone {
@@ -86,7 +88,8 @@ export interface Store {
   saveDeviceName(name: string): Promise<void>;
   /** Absent: it is forgotten. */
   saveLock(lock: StoredLock | undefined): Promise<void>;
-  saveAlerts(alerts: StoredAlerts): Promise<void>;
+  /** `change`: called with what is kept, absent where nobody has chosen, and nobody writes between. Gives what is to be kept. */
+  changeAlerts(change: (kept: StoredAlerts | undefined) => StoredAlerts): Promise<void>;
   /** Written by the worker that is woken, and by nobody else. Nothing happens where the pairing is not kept any more. */
   saveAlertTime(pairingID: string, at: Instant): Promise<void>;
   /** And when its last alert was received. */

@@ -443,7 +443,7 @@ describe("A subscription that the browser has lost", () => {
   }
 
   it("is made anew and handed over without a page", async () => {
-    await world.store.saveAlerts({ isWanted: true, shows: "computer" });
+    await world.store.changeAlerts(() => ({ isWanted: true, shows: "computer", sequence: 0 }));
     const isDone = await change();
     await world.join(mac);
     for (let turns = 0; subscriptions().length === 0 && turns < 1000; turns += 1)
@@ -456,7 +456,7 @@ describe("A subscription that the browser has lost", () => {
   });
 
   it("is left to a page that is open", async () => {
-    await world.store.saveAlerts({ isWanted: true, shows: "prompt" });
+    await world.store.changeAlerts(() => ({ isWanted: true, shows: "prompt", sequence: 0 }));
     windows.push(new FakeWindow(false));
     await worker.subscriptionChanged();
     expect(windows[0]?.messages).toEqual([{ quillard: "subscriptionChanged" }]);

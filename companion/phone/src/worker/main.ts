@@ -4,6 +4,7 @@
 import { sharedEnvironment } from "../core/browser";
 import type { Environment, PushDoor } from "../core/environment";
 import { subscribeWith } from "../core/pushDoor";
+import { say } from "../language/say";
 import { AlertWorker, type AlertWorkerDependencies, type PageWindow } from "./AlertWorker";
 
 interface LifeEvent extends Event {
@@ -62,7 +63,7 @@ function workerDoor(): PushDoor {
     onMessage: () => () => {},
     goTo: () => {},
     page: new URL("/", location.href).href,
-    language: navigator.language,
+    language: say("en-GB"),
   };
 }
 

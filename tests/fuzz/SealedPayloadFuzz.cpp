@@ -3,6 +3,9 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "fuzz/FuzzTarget.h"
+#include "platform/simulated/SimulatedRandom.h"
+#include "push/PushEncryption.h"
+#include "push/PushText.h"
 #include "relay/PushMessages.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayCrypto.h"
@@ -41,6 +44,23 @@ void checkCommand(std::string_view text) {
           "What was written reads as the same.");
 }
 
+// A push for such a phone can be sent, unless its key is no point of the curve, and says what browsers can read.
+void checkPush(const SubscriptionCommand& command) {
+  const PushContents contents{.kind = PushContents::Kind::several, .waiting = 2};
+  const PushAddressee addressee{.pairingID = "p",
+                                .page = command.page,
+                                .computer = command.computer,
+                                .content = command.content,
+                                .language = command.language};
+  const auto text = pushText(contents, addressee, "00");
+  require(text && text->size() <= kLongestPushPlaintext, "There is always something to say, and room for it.");
+  require(std::holds_alternative<Json>(parseStrictJson(*text)), "It is JSON.");
+  platform::simulated::SimulatedRandom random{platform::simulated::Seed{1}};
+  const auto body = encryptedPush(*text, command.keys, random);
+  constexpr std::size_t kAround = 103;
+  require(!body || body->size() == text->size() + kAround, "A body is as long as the text, and what is around it.");
+}
+
 // What a phone says of its subscription ends as keys of the right form, or not at all.
 void checkSubscription(std::string_view text) {
   const auto read = readSubscription(text);
@@ -49,6 +69,8 @@ void checkSubscription(std::string_view text) {
   require(command->keys.p256dh[0] == 4, "Only uncompressed points are taken.");
   require(command->page.find('#') == std::string::npos, "A page has no fragment.");
   require(!command->deviceID.empty(), "A phone has a name.");
+  require(command->sequence >= 0 && command->sequence <= kLatestSequence, "What counts up can be kept.");
+  checkPush(*command);
 }
 
 // The marks of a list are no part of its records: a reader that knows none of them reads the same list.

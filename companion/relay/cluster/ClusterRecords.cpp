@@ -59,6 +59,13 @@ bool isHost(std::string_view text) {
   });
 }
 
+// One member of a message and nothing beside it.
+bool isSealedMember(const std::string& text) {
+  const auto parsed = parseStrictJson("{" + text + "}", kLimits);
+  const auto* json = std::get_if<Json>(&parsed);
+  return json && json->size() == 1 && text.starts_with("\"encryptedSubscription\":{");
+}
+
 }  // namespace
 
 std::string pairingKey(std::string_view pairingID) { return keyOf(kPairing, pairingID); }
@@ -143,9 +150,7 @@ std::optional<PushSubscription> readPushSubscription(std::string_view value, con
     record.at = reader.integer("at", 0, kLatest);
     const bool isID = record.id.size() == 32 && record.id.find_first_not_of(kHexDigits) == std::string::npos;
     // It becomes a part of a message as it stands.
-    const bool isMember = record.sealed.starts_with("\"encryptedSubscription\":{") &&
-                          std::holds_alternative<Json>(parseStrictJson("{" + record.sealed + "}", kLimits));
-    const bool isGood = isID && (record.sealed.empty() || isMember);
+    const bool isGood = isID && (record.sealed.empty() || isSealedMember(record.sealed));
     return isGood ? std::optional(std::move(record)) : std::nullopt;
   });
 }

@@ -43,6 +43,8 @@ TEST(ClusterRecords, RefuseASubscriptionThatWouldSpoilAMessage) {
   EXPECT_FALSE(readPushSubscription(recordOf("a\"", good, 0), "A"));
   EXPECT_FALSE(readPushSubscription(recordOf(id, good + "}", 0), "A"));
   EXPECT_FALSE(readPushSubscription(recordOf(id, R"("other":{})", 0), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf(id, good + R"(,"deviceID":"B")", 0), "A"));
+  EXPECT_FALSE(readPushSubscription(recordOf(id, good + R"(,"refused":true)", 0), "A"));
   EXPECT_FALSE(readPushSecretRecord(R"({"secret":"00"})"));
 }
 

@@ -131,11 +131,20 @@ export class SessionAlerts {
   private async handOver(offer: AlertOffer): Promise<void> {
     const { deviceID, channel } = this.dependencies;
     if (!this.dependencies.isConnected()) return;
-    const { endpoint, relayKey: key, sequence: next, ...forComputer } = offer;
+    const { endpoint, relayKey: key, p256dh, auth, shows, page, language } = offer;
     const computer = textOfBytes(this.dependencies.computerName(), longestComputerName);
-    const newest = (this.newest = next());
+    const newest = (this.newest = offer.sequence());
     const sequence = await newest;
-    const encryptedSubscription = await channel.seal({ deviceID, ...forComputer, computer, sequence });
+    const encryptedSubscription = await channel.seal({
+      deviceID,
+      p256dh,
+      auth,
+      shows,
+      page,
+      language,
+      computer,
+      sequence,
+    });
     if (!encryptedSubscription || this.newest !== newest) return;
     this.dependencies.send(JSON.stringify({ type: "push.subscribe", endpoint, key, encryptedSubscription }));
   }

@@ -160,6 +160,63 @@ TEST_F(RelayCluster, LosesNothingWhenARelayOrTheLeaderOfEtcdIsKilled) {
   killAndRestartEtcd(std::max(relays->etcd().leader(), 0));
 }
 
+// A relay that has not the pairing's room asks the one that has: that one has to know which page asks.
+TEST(RelayClusterPage, FromElsewhereMayAskEveryRelayWhatItMayAskOne) {
+  if (!EtcdMembers::isInstalled()) GTEST_SKIP() << EtcdMembers::kMissing;
+  const std::string page = "https://phones.example";
+  const ClusterOfRelays relays({"--page-origin", page, "--push-contact", "mailto:operator@relay.example"});
+  const std::string pairing = "shared";
+  ASSERT_EQ(registerSoon(relays, 0, pairing), 204);
+  int status = 0;
+  const auto agent = joinSoon(relays, 0, "role=mac&pairing=" + pairing, status);
+  ASSERT_TRUE(agent) << status;
+  const auto ask = [&](int relay, const std::string& what, const std::string& origin) {
+    auto headers = kClusterBearer;
+    headers.emplace_back("Origin", origin);
+    const auto latest = steady_clock::now() + kBack;
+    WireReply reply;
+    do {
+      RelayWire wire(relays.port(relay));
+      reply = wire.ask("GET", "/api/pairings/" + pairing + what + "?deviceID=A", headers);
+    } while (reply.status == 503 && steady_clock::now() < latest);
+    return reply;
+  };
+  std::string key;
+  for (int relay = 0; relay < ClusterOfRelays::kRelays; ++relay) {
+    const auto state = ask(relay, "", page);
+    EXPECT_EQ(state.status, 200);
+    EXPECT_TRUE(Json::parse(state.body).value("macConnected", false)) << "relay " << relay << ": " << state.body;
+    const auto given = ask(relay, "/push-key", page);
+    ASSERT_EQ(given.status, 200) << given.body;
+    if (key.empty()) key = Json::parse(given.body)["key"];
+    EXPECT_EQ(Json::parse(given.body)["key"], key) << "They have one key.";
+    for (const auto& reply : {state, given}) {
+      const auto allowed = reply.headers.find("access-control-allow-origin");
+      EXPECT_TRUE(allowed != reply.headers.end() && allowed->second == page) << "relay " << relay;
+    }
+    EXPECT_FALSE(ask(relay, "", "https://other.example").headers.contains("access-control-allow-origin"));
+  }
+  // What a phone says at any relay about being woken arrives at the computer.
+  for (int relay = 0; relay < ClusterOfRelays::kRelays; ++relay) {
+    const std::string device = "phone-" + std::to_string(relay);
+    auto headers = kClusterBearer;
+    headers.emplace_back("Origin", page);
+    RelayWire phone(relays.port(relay));
+    ASSERT_EQ(phone.upgrade("role=phone&pairing=" + pairing + "&deviceName=P&deviceID=" + device, headers).status, 101);
+    phone.say({{"type", "push.subscribe"},
+               {"endpoint", "https://fcm.googleapis.com/send/" + device},
+               {"key", key},
+               {"encryptedSubscription", relayserver::sealed()}});
+    EXPECT_EQ(phone.read("push.subscription").value("subscribed", false), true) << "relay " << relay;
+    bool isThere = false;
+    while (!isThere) {
+      const auto list = agent->read("push.subscriptions");
+      ASSERT_TRUE(list.is_object()) << "relay " << relay;
+      for (const auto& one : list["subscriptions"]) isThere = isThere || one["deviceID"] == device;
+    }
+  }
+}
+
 TEST(RelayClusterTls, TrustsRelaysByTheirCertificatesAndNobodyElse) {
   if (!EtcdMembers::isInstalled()) GTEST_SKIP() << EtcdMembers::kMissing;
   const TestAuthority authority;

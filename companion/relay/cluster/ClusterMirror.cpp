@@ -167,6 +167,11 @@ std::vector<PushSubscription> ClusterMirror::pushSubscriptions(const std::string
   return all;
 }
 
+Revision ClusterMirror::pushRevision(const std::string& pairingID, const std::string& deviceID) const {
+  const auto* found = lookUp(subscriptions, std::pair{pairingID, deviceID});
+  return found ? found->second : 0;
+}
+
 const ClusterMirror::Home* ClusterMirror::home(const std::string& pairingID) const { return lookUp(homes, pairingID); }
 
 const ClusterMirror::Relay* ClusterMirror::relay(const std::string& name) const { return lookUp(allRelays, name); }

@@ -57,6 +57,8 @@ class ClusterMirror {
   [[nodiscard]] std::optional<std::int64_t> revokedAt(const std::string& pairingID) const;
   // Of a pairing, the oldest first.
   [[nodiscard]] std::vector<PushSubscription> pushSubscriptions(const std::string& pairingID) const;
+  // At which the subscription of this phone was written. 0: there is none that can be read.
+  [[nodiscard]] Revision pushRevision(const std::string& pairingID, const std::string& deviceID) const;
   // Of all of them, in memory.
   [[nodiscard]] std::size_t subscriptionBytes() const { return bytesOfSubscriptions; }
   [[nodiscard]] const std::optional<std::string>& pushSecret() const { return secret.first; }

@@ -73,9 +73,17 @@ class ClusterPairingStore final : public RelayStore {
   // Together with what is added next, or not at all.
   bool makeRoomWith(const std::vector<std::string>& candidates);
 
+  using PhoneName = std::pair<std::string, std::string>;  // Of the pairing, and its own.
   // `subscription` absent: erases it.
   void writePush(const std::string& pairingID, const std::string& deviceID,
                  const std::optional<PushSubscription>& subscription);
+  // `replaced`: the revision at which what is there was written; 0: nothing is.
+  void sendPush(const PhoneName& name, Revision replaced, int attempts);
+  void didSendPush(const PhoneName& name, std::uint64_t number, int attempts,
+                   const std::optional<ClusterTransactionResult>& result);
+  // `entry`: what is there. Null: nothing is.
+  [[nodiscard]] bool mayReplace(const PhoneName& name, const std::optional<PushSubscription>& wanted,
+                                const ClusterEntry* entry) const;
 
   ClusterMember& member;
   const RelayLimits& limits;
@@ -89,8 +97,9 @@ class ClusterPairingStore final : public RelayStore {
     std::optional<PushSubscription> subscription;   // Absent: it is being erased.
     std::vector<std::function<void(bool)>> done{};  // Whoever waits for it.
     std::uint64_t number = 0;
+    bool isUnderWay = false;  // What is newer follows it.
   };
-  std::map<std::pair<std::string, std::string>, UnsavedPush> unsavedPushes;
+  std::map<PhoneName, UnsavedPush> unsavedPushes;
   std::uint64_t pushWrites = 0;
 };
 

@@ -5,6 +5,12 @@
 
 // What of pushes the cluster keeps.
 namespace quillard::relayserver {
+namespace {
+
+// Other relays write of the same phone when it has just moved from one to the other.
+constexpr int kPushAttempts = 4;
+
+}  // namespace
 
 std::optional<std::string> ClusterPairingStore::pushSecret() {
   check();
@@ -57,26 +63,65 @@ void ClusterPairingStore::erasePushSubscriptions(const std::string& pairingID, c
 
 void ClusterPairingStore::writePush(const std::string& pairingID, const std::string& deviceID,
                                     const std::optional<PushSubscription>& subscription) {
-  const auto number = ++pushWrites;
   const std::pair name{pairingID, deviceID};
   auto& unsaved = unsavedPushes[name];
   unsaved.subscription = subscription;
-  unsaved.number = number;  // Whoever waited for what was written before waits for this.
-  const auto key = pushKey(pairingID, deviceID);
-  ClusterTransaction transaction{.reads = {key}};
-  if (subscription) {
-    transaction.conditions = {{.key = pairingKey(pairingID), .kind = ClusterCondition::Kind::isThere}};
-    transaction.changes.push_back({.key = key, .value = valueOf(*subscription)});
+  unsaved.number = ++pushWrites;  // Whoever waited for what was written before waits for this.
+  if (std::exchange(unsaved.isUnderWay, true)) return;
+  sendPush(name, member.mirror().pushRevision(pairingID, deviceID), kPushAttempts);
+}
+
+// Of a phone one at a time, and in the place of what is there: what the engine does late, or twice, replaces nothing
+// newer.
+void ClusterPairingStore::sendPush(const PhoneName& name, Revision replaced, int attempts) {
+  const auto& unsaved = unsavedPushes.at(name);
+  const auto key = pushKey(name.first, name.second);
+  ClusterTransaction transaction{
+      .conditions = {{.key = key, .kind = ClusterCondition::Kind::modifiedAt, .modified = replaced}},
+      .reads = {key, pairingKey(name.first)}};
+  if (unsaved.subscription) {
+    transaction.conditions.push_back({.key = pairingKey(name.first), .kind = ClusterCondition::Kind::isThere});
+    transaction.changes.push_back({.key = key, .value = valueOf(*unsaved.subscription)});
   } else {
     transaction.changes.push_back({.kind = ClusterChange::Kind::erase, .key = key});
   }
-  member.transact(std::move(transaction), [this, name, number](const auto& result) {
-    const auto found = unsavedPushes.find(name);
-    if (found == unsavedPushes.end() || found->second.number != number) return;
-    const auto waiting = std::move(found->second.done);
-    unsavedPushes.erase(found);
-    for (const auto& done : waiting) done(result && result->succeeded);
+  member.transact(std::move(transaction), [this, name, attempts, number = unsaved.number](const auto& result) {
+    didSendPush(name, number, attempts, result);
   });
+}
+
+void ClusterPairingStore::didSendPush(const PhoneName& name, std::uint64_t number, int attempts,
+                                      const std::optional<ClusterTransactionResult>& result) {
+  const auto found = unsavedPushes.find(name);
+  if (found == unsavedPushes.end()) return;
+  if (found->second.number != number) {
+    return sendPush(name, member.mirror().pushRevision(name.first, name.second), kPushAttempts);
+  }
+  bool isKept = result && result->succeeded;
+  if (result && !isKept) {
+    const auto there = std::find_if(result->found.begin(), result->found.end(), [&](const ClusterEntry& one) {
+      return one.key == pushKey(name.first, name.second);
+    });
+    const auto* const entry = there == result->found.end() ? nullptr : &*there;
+    const auto& wanted = found->second.subscription;
+    // It was done twice, the first time unheard.
+    isKept = wanted ? entry && entry->value == valueOf(*wanted) : !entry;
+    if (!isKept && attempts > 1 && mayReplace(name, wanted, entry)) {
+      return sendPush(name, entry ? entry->modified : 0, attempts - 1);
+    }
+  }
+  const auto waiting = std::move(found->second.done);
+  unsavedPushes.erase(found);
+  for (const auto& done : waiting) done(isKept);
+}
+
+// Another relay was first. What it keeps of this phone may be newer, or the pairing gone.
+bool ClusterPairingStore::mayReplace(const PhoneName& name, const std::optional<PushSubscription>& wanted,
+                                     const ClusterEntry* entry) const {
+  if (!wanted) return true;
+  if (!member.mirror().pairing(name.first)) return false;
+  const auto other = entry ? readPushSubscription(entry->value, name.second) : std::nullopt;
+  return !other || other->at <= wanted->at;
 }
 
 void ClusterPairingStore::whenKept(const std::string& pairingID, const std::string& deviceID,

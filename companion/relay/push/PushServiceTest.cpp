@@ -452,5 +452,29 @@ TEST_F(WokenPhone, IsToldThatItIsUnsubscribedOnceThatIsKept) {
   EXPECT_EQ(phone->ofType("push.subscription").back().value("reason", ""), "unsubscribed");
 }
 
+TEST_F(WokenPhone, IsToldNothingOfWhatWasKeptAfterItHasLeft) {
+  world.store.takesTime = true;
+  phone = world.relay.joinPhone("A");
+  world.subscribe(*phone, kEndpoint + "-2");
+  world.relay.rooms.leave(*phone, world.relay.instant);
+  world.store.waiting.front()(true);
+  EXPECT_THAT(phone->ofType("push.subscription"), IsEmpty());
+  EXPECT_EQ(list()[0]["subscriptionID"], PushWorld::idOf("A", kEndpoint + "-2")) << "The computer is.";
+}
+
+TEST(PushSubscriptions, AreNobodysBusinessOnceTheServiceHasEnded) {
+  std::vector<std::function<void(bool)>> waiting;
+  {
+    PushWorld world;
+    const auto phone = world.relay.joinPhone("A");
+    world.store.takesTime = true;
+    world.subscribe(*phone);
+    waiting = world.store.waiting;
+  }
+  ASSERT_EQ(waiting.size(), 1U);
+  // Nothing that has ended is touched: the address sanitizer would say so.
+  waiting.front()(true);
+}
+
 }  // namespace
 }  // namespace quillard::relayserver

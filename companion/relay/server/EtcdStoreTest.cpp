@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/asio/io_context.hpp>
@@ -169,6 +170,71 @@ TEST_F(EtcdStoreWithUsers, GivesMembersThatAreAllBusyMoreTimeToAnswer) {
   const auto result = transact();
   EXPECT_TRUE(runUntil([&] { return *result != -1; }));
   EXPECT_EQ(*result, 1);
+}
+
+// ---- What is called back in a turn of its own
+
+TEST_F(EtcdStoreWithUsers, CallsNobodyBackFromInsideACall) {
+  open(std::chrono::milliseconds(5));
+  member.checkingTime = std::chrono::hours(1);
+  bool isInside = false;
+  int toldOf = 0;
+  std::function<void()> ask = [&] {
+    const bool wasInside = std::exchange(isInside, true);
+    store->transact({}, [&](const std::optional<ClusterTransactionResult>& done) {
+      EXPECT_FALSE(isInside);
+      EXPECT_FALSE(done);
+      if (++toldOf <= 2) ask();
+    });
+    isInside = wasInside;
+  };
+  ask();
+  ask();
+  ASSERT_TRUE(runUntil([&] { return toldOf == 4; }));
+}
+
+TEST_F(EtcdStoreWithUsers, CallsNobodyBackAfterItsEndAlsoWhereThatWasPosted) {
+  open(std::chrono::milliseconds(5));
+  member.checkingTime = std::chrono::hours(1);
+  int toldOf = 0;
+  // Both fail together, each in a turn of its own. The first one ends the store.
+  for (int i = 0; i < 2; ++i) {
+    store->transact({}, [&](const std::optional<ClusterTransactionResult>&) {
+      ++toldOf;
+      store.reset();
+    });
+  }
+  ASSERT_TRUE(runUntil([&] { return toldOf > 0; }));
+  loop.run_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(toldOf, 1);
+}
+
+TEST_F(EtcdStoreWithUsers, CallsNobodyBackWhereTheAnswerComesAfterItsEnd) {
+  open(std::chrono::seconds(10));
+  const auto first = transact();
+  ASSERT_TRUE(runUntil([&] { return *first == 1; }));
+  member.holds = true;
+  const auto late = transact();
+  ASSERT_TRUE(runUntil([&] { return member.held.size() == 1; }));
+  store.reset();
+  member.holds = false;
+  member.answerNext();
+  loop.run_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(*late, -1);
+}
+
+TEST_F(EtcdStoreWithUsers, MayEndInsideACallBack) {
+  open(std::chrono::seconds(10));
+  member.answeringTime = std::chrono::milliseconds(10);
+  bool isDone = false;
+  store->transact({}, [&](const std::optional<ClusterTransactionResult>& done) {
+    isDone = done.has_value();
+    store.reset();
+  });
+  const auto other = transact();
+  ASSERT_TRUE(runUntil([&] { return isDone; }));
+  loop.run_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(*other, -1);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "app/LogTool.h"
 #include "app/MuteTools.h"
 #include "app/PhoneTools.h"
+#include "app/TerminalLine.h"
 #include "app/TerminalQuestion.h"
 #include "foundation/PrintableText.h"
 #include "platform/qt/TerminationSignals.h"
@@ -47,19 +48,6 @@ void addLines(std::vector<std::string>& lines, std::string_view text) {
     lines.emplace_back(text.substr(0, end));
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
   }
-}
-
-// A line of the terminal without its end. Absent: it has ended.
-std::optional<std::string> readLine(int terminal) {
-  std::string line;
-  for (char character = 0; line.size() < QuestionRequest::kLongestLabel;) {
-    const auto length = ::read(terminal, &character, 1);
-    if (length < 0 && errno == EINTR) continue;
-    if (length <= 0) return std::nullopt;
-    if (character == '\n') return line;
-    line += character;
-  }
-  return line;
 }
 
 // What the terminal of this process says, whatever its standard streams are. The question's time counts anew there:
@@ -124,13 +112,12 @@ ExitCode notUnderstood(const std::string& name, const Output& output) {
 
 // Absent: a person agreed.
 std::optional<ExitCode> refusalAtTerminal(const std::string& question, const Output& output) {
-  if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) {
+  const auto agreed = agreesAtTerminal(question, output);
+  if (!agreed) {
     output.printError("quillard unpair: " + question + " Without a terminal, --yes has to say so.\n");
     return ExitCode::cannotDoHere;
   }
-  output.printError(question + " [y/N] ");
-  const auto line = readLine(STDIN_FILENO);
-  if (line && isYes(*line)) return std::nullopt;
+  if (*agreed) return std::nullopt;
   output.printError("Nothing was unpaired.\n");
   return ExitCode::problemFound;
 }
@@ -208,7 +195,7 @@ ExitCode runAnswer(const AnswerQuestion& command, const ChannelRunDependencies& 
   const auto code = exchange("answer", channelLine("questions"), dependencies, output,
                              [&](const ChannelMessage& message) -> std::optional<ExitCode> {
                                auto read = readQuestions(message);
-                               if (!read) return ExitCode::cannotDoHere;
+                               if (!read) return notUnderstood("answer", output);
                                questions = std::move(*read);
                                if (!command.id.empty()) return ExitCode::fine;
                                output.print(command.asJson ? jsonLine(message) : questionsText(questions));

@@ -18,7 +18,7 @@ enum class RelayReach {
   notConfigured,
   badAddress,   // It is no address of a relay.
   unreachable,  // No answer from there.
-  reachable,    // There is an answer; whether the relay knows this computer, was not asked: it has no identity yet.
+  reachable,    // There is an answer. Whether the relay knows this computer was not asked: it has no identity yet.
   registered,   // The relay knows this computer.
   refused,      // It answers, but does not want this computer.
   revoked,      // It calls the pairing revoked.

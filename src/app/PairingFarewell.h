@@ -6,6 +6,7 @@
 
 #include "agent/PairingRevoker.h"
 #include "agent/configuration/ConfiguredTransports.h"
+#include "app/SilentConsole.h"
 #include "platform/Platform.h"
 #include "platform/storage/UserDefaults.h"
 #include "relay/ClockStamp.h"
@@ -25,16 +26,11 @@ class PairingFarewell {
   PairingFarewell(const PairingFarewell&) = delete;
   PairingFarewell& operator=(const PairingFarewell&) = delete;
 
-  // `onDone` comes once, in a later turn, with how many pairings the relay could not be told of (those that may be
-  // stored and cannot be read count as one); not when this has
-  // gone. Call it once.
+  // `onDone` comes once, in a later turn, with how many pairings the relay could not be told of; those that may be
+  // stored and cannot be read count as one. It does not come when this has gone. Call it once.
   void start(std::function<void(std::size_t)> onDone);
 
  private:
-  struct SilentConsole final : platform::Console {
-    void writeLine(std::string_view) override {}
-  };
-
   void collect();
   void check();
   [[nodiscard]] std::size_t waiting() const;

@@ -99,11 +99,6 @@ std::variant<Unpairing, std::string> planUnpairing(const UnpairPhones& command, 
                    questionOf(phonesThat(phones, isTogether))};
 }
 
-bool isYes(std::string_view line) {
-  const auto answer = text::lowercased(text::trimmed(line));
-  return answer == "y" || answer == "yes";
-}
-
 std::optional<std::string> unpairedText(const ChannelMessage& message) {
   JsonReader reader{message.json};
   auto names = reader.strings("phones");

@@ -40,8 +40,6 @@ struct Unpairing {
 // nothing can be unpaired.
 [[nodiscard]] std::variant<Unpairing, std::string> planUnpairing(const UnpairPhones& command,
                                                                  const std::vector<ListedPhone>& phones);
-// Whether a line at the terminal agrees.
-[[nodiscard]] bool isYes(std::string_view line);
 // Which phones were unpaired. Absent: not understood.
 [[nodiscard]] std::optional<std::string> unpairedText(const ChannelMessage& message);
 

@@ -107,11 +107,6 @@ TEST(Unpairing, OfAllNamesThem) {
       << "The list is not who has the code.";
 }
 
-TEST(Unpairing, IsAgreedToByYesAlone) {
-  for (const char* const line : {"y", "Y", "yes", " YES "}) EXPECT_TRUE(isYes(line)) << line;
-  for (const char* const line : {"", "n", "no", "yy", "1", "yes please"}) EXPECT_FALSE(isYes(line)) << line;
-}
-
 TEST(Unpairing, SaysWhichPhonesHaveGone) {
   EXPECT_EQ(unpairedText({"unpaired", Json::parse(R"({"phones":["Ann","Mal\u001blory"]})")}),
             "Unpaired: Ann, Mal?lory\n");

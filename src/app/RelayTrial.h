@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "agent/configuration/ConfiguredTransports.h"
+#include "app/SilentConsole.h"
 #include "platform/Platform.h"
 #include "relay/ClockStamp.h"
 #include "relay/RelayClient.h"
@@ -44,14 +45,9 @@ class RelayTrial {
   void refused(RelayRefusal refusal);
   void end(bool isWell);
 
-  // The steps say what there is to say.
-  struct SilentConsole final : platform::Console {
-    void writeLine(std::string_view) override {}
-  };
-
   const platform::Platform platform;
   ConfiguredTransports transports;
-  SilentConsole silence;
+  SilentConsole silence;  // The steps say what there is to say.
   StampClock stampClock;
   RelayLaunchConfiguration trial;  // With the identifier that is made up.
   Secret token;

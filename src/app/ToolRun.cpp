@@ -1,6 +1,5 @@
 #include "app/ToolRun.h"
 
-#include <cerrno>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -19,10 +18,10 @@
 #include "app/EraseTool.h"
 #include "app/PairingFarewell.h"
 #include "app/PairingTool.h"
-#include "app/PhoneTools.h"
 #include "app/ReadableTool.h"
 #include "app/RelayTrial.h"
 #include "app/SettingsTool.h"
+#include "app/TerminalLine.h"
 
 namespace quillard::app {
 namespace {
@@ -40,24 +39,11 @@ TerminalFacts terminalFacts() {
   return facts;
 }
 
-// A line of standard input without its end, of `longest` bytes at most. Absent: it cannot be read.
-std::optional<std::string> readLine(std::size_t longest) {
-  std::string line;
-  for (char character = 0; line.size() < longest;) {
-    const auto length = ::read(STDIN_FILENO, &character, 1);
-    if (length < 0 && errno == EINTR) continue;
-    if (length < 0) return std::nullopt;
-    if (length == 0 || character == '\n') break;
-    line += character;
-  }
-  return line;
-}
-
 // The key itself, where it is to be read from standard input. Empty: it cannot be read.
 std::optional<std::string> keyOf(const std::optional<std::string>& given) {
   constexpr std::size_t kLongestKey = 1024;
   if (given != "-") return given;
-  return readLine(kLongestKey).value_or("");
+  return readInputLine(kLongestKey).value_or("");
 }
 
 struct Tools {
@@ -143,7 +129,7 @@ struct Tools {
                      .secretStore = platform.secretStore,
                      .openSettings = [this] { return system.openSettings(); },
                      .ownFiles = system.ownFiles(),
-                     .ask = [this](const std::string& question) { return agrees(question); },
+                     .ask = [this](const std::string& question) { return agreesAtTerminal(question, output); },
                      .quitAgent = [this] { quitQuietly(); },
                      .pause = [this] { wait(kLockInterval); },
                      .revoke = [this](platform::UserDefaults& settings) { return revokeAll(settings); }},
@@ -165,13 +151,6 @@ struct Tools {
   void wait(Seconds interval) const {
     const auto end = platform.executors.mainThread().postAfter(interval, [] { QCoreApplication::exit(); });
     QCoreApplication::exec();
-  }
-  // Absent: this is no terminal.
-  [[nodiscard]] std::optional<bool> agrees(const std::string& question) const {
-    constexpr std::size_t kLongestAnswer = 64;
-    if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) return std::nullopt;
-    output.printError(question + " [y/N] ");
-    return isYes(readLine(kLongestAnswer).value_or(""));
   }
   // What comes of it shows.
   void quitQuietly() const {

@@ -286,6 +286,17 @@ TEST_F(Asking, ARefusedUnpairingIsNoSuccess) {
   EXPECT_EQ(launch({"unpair", "2", "--yes"})->wait(), 1);
 }
 
+TEST_F(Asking, AnAnswerThatIsNotUnderstoodIsSaid) {
+  agent->kill();
+  for (const char* const name : {"answer", "phones", "muted"}) {
+    FakeAgent fake(socket, {R"({"version":1,"type":"surprise"})"});
+    ASSERT_TRUE(fake.isListening);
+    const auto tool = launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " " + name + " 2>&1"});
+    EXPECT_EQ(tool->readLine(), "quillard " + std::string(name) + ": The agent's answer is not understood.");
+    EXPECT_EQ(tool->wait(), 3);
+  }
+}
+
 TEST_F(Asking, NothingEndsWithZeroWhenItsOutputCannotBeWritten) {
   EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " status > /dev/full"})->wait(), 3);
   EXPECT_EQ(launch({"/bin/sh", "-c", std::string(QUILLARD_PROGRAM) + " phones > /dev/full"})->wait(), 3);

@@ -85,7 +85,8 @@ inline std::vector<StatusWindowState> statusWindowStates() {
   auto unconfigured = connecting;
   unconfigured.relayConfigured = false;
   unconfigured.pairingImage.reset();
-  unconfigured.loginItemStatus = LoginItemStatus::unavailable("This session has no autostart folder.");
+  unconfigured.loginItemStatus =
+      LoginItemStatus::unavailable(catalogued("macOS returned an unknown Login Items status."));
   auto paused = pairedSnapshot();
   paused.notificationPause.pausesIndefinitely = true;
   auto update = pairedSnapshot();

@@ -20,6 +20,8 @@ constexpr std::int64_t kDeclarative = 8030;
 constexpr std::size_t kLongestTitle = 160;
 constexpr std::size_t kLongestBody = 400;
 constexpr std::size_t kLongestDismissal = 100;
+// Of more, a person should see what else there is to choose, which the page shows.
+constexpr std::size_t kMostButtons = 2;
 constexpr std::size_t kStep = 40;
 constexpr std::string_view kCut = "…";
 constexpr std::size_t kTagBytes = 16;
@@ -47,6 +49,7 @@ std::string computerName(const PushAddressee& addressee) {
 
 // Empty: there is none, or it may not be shown.
 std::string dismissalOf(const PendingApproval& prompt) {
+  if (prompt.buttons.size() > kMostButtons) return {};
   for (const auto& button : prompt.buttons) {
     const bool isOne =
         button.isEnabled && (button.isKnownDismissal || DialogButtonSemantics::isSafeDismissal(button.label));

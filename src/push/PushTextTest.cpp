@@ -106,8 +106,16 @@ TEST(PushText, OffersNoDismissalThatGrantsSomethingOrCannotBePressed) {
   auto approval = prompt();
   approval.buttons = {{.label = "Install"}, {.label = "Cancel", .isEnabled = false}};
   EXPECT_FALSE(written(about(approval), phone())["notification"]["data"].contains("dismissLabel"));
-  approval.buttons.push_back({.label = "Abbrechen", .isKnownDismissal = true});
+  approval.buttons.back() = {.label = "Abbrechen", .isKnownDismissal = true};
   EXPECT_EQ(written(about(approval), phone())["notification"]["data"]["dismissLabel"], "Abbrechen");
+}
+
+TEST(PushText, LeavesAPromptOfThreeButtonsToThePage) {
+  auto approval = prompt();
+  approval.buttons = {{.label = "Save"}, {.label = "Cancel", .isKnownDismissal = true}};
+  EXPECT_TRUE(written(about(approval), phone())["notification"]["data"].contains("dismissLabel"));
+  approval.buttons.push_back({.label = "Don't Save"});
+  EXPECT_FALSE(written(about(approval), phone())["notification"]["data"].contains("dismissLabel"));
 }
 
 TEST(PushText, CutsLongTextsBetweenCharactersAndMarksThat) {

@@ -105,7 +105,7 @@ std::string deletedFrom(const std::vector<std::string>& folders) {
   return text + ".\n";
 }
 
-ExitCode refuse(const Output& output, const std::string& sentence) {
+ExitCode refuseErasing(const Output& output, const std::string& sentence) {
   output.printError(sentence);
   return ExitCode::problemFound;
 }
@@ -114,14 +114,15 @@ ExitCode refuse(const Output& output, const std::string& sentence) {
 
 ExitCode eraseAll(const EraseEverything& command, const EraseDependencies& dependencies, const Output& output) {
   if (dependencies.ownFiles && dependencies.ownFiles->areInUse()) {
-    return refuse(output, "quillard erase: A ./run is up: end it first, with Ctrl-C where it runs.\n");
+    return refuseErasing(output, "quillard erase: A ./run is up: end it first, with Ctrl-C where it runs.\n");
   }
   // Its pairings would not be revoked, nor its settings deleted.
   if (const auto other = dependencies.ownFiles ? dependencies.ownFiles->agentsOtherFolders() : std::nullopt) {
-    return refuse(output,
-                  "quillard erase: The agent that runs keeps its files where this shell does not look. Nothing was "
-                  "deleted. Try again with: " +
-                      printableText(*other, kLongestPath) + "\n");
+    return refuseErasing(
+        output,
+        "quillard erase: The agent that runs keeps its files where this shell does not look. Nothing was "
+        "deleted. Try again with: " +
+            printableText(*other, kLongestPath) + "\n");
   }
   if (!command.isConfirmed) {
     const auto agreed = dependencies.ask(questionAbout(dependencies));
@@ -136,10 +137,10 @@ ExitCode eraseAll(const EraseEverything& command, const EraseDependencies& depen
   }
   const auto lock = endAgent(dependencies);
   if (lock.outcome == platform::LockOutcome::heldElsewhere) {
-    return refuse(output, "quillard erase: Quillard still runs. Quit it, and try again.\n");
+    return refuseErasing(output, "quillard erase: Quillard still runs. Quit it, and try again.\n");
   }
   if (lock.outcome != platform::LockOutcome::acquired) {
-    return refuse(
+    return refuseErasing(
         output,
         "quillard erase: Its lock cannot be opened, so whether Quillard runs is not known. Nothing was deleted.\n");
   }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <set>
 
 #include <QtGui/QPainter>
@@ -9,6 +10,7 @@
 #include "platform/qt/window/Symbols.h"
 #include "platform/qt/window/WindowPalette.h"
 #include "platform/qt/window/WrappedLabel.h"
+#include "platform/qt/window/WrappedText.h"
 
 namespace quillard::qt {
 namespace {
@@ -28,6 +30,20 @@ Bitmap bitmapOf(const std::vector<std::string>& rows, int scale) {
 }
 
 const std::vector<std::string> kModules{"....", ".##.", ".#..", "...."};
+
+TEST(WrappedText, BreaksNoLineBehindTheHyphensOfASwitch) {
+  const QFont font = fontFor(TextStyle::body);
+  const QString text = QStringLiteral("Use --name");
+  // Room for "Use --" or "name", but not for "--name", which has to be broken somewhere else then.
+  const int width =
+      std::max(naturalWidth(QStringLiteral("Use --"), font), naturalWidth(QStringLiteral("name"), font)) + 1;
+  ASSERT_LT(width, naturalWidth(QStringLiteral("--name"), font));
+  EXPECT_EQ(withWholeSwitches(text), QStringLiteral("Use --\u2060name"));
+  EXPECT_EQ(WrappedText(text, font, width).height(), WrappedText(QStringLiteral("a b c"), font, 1).height());
+  for (const char* const plain : {"a -- b", "a--b", "--", "-- b", ""}) {
+    EXPECT_EQ(withWholeSwitches(QString::fromUtf8(plain)), QString::fromUtf8(plain));
+  }
+}
 
 TEST(ModuleGrid, FindsTheModulesOfABitmapWhateverTheirSize) {
   const ModuleGrid expected = moduleGrid(bitmapOf(kModules, 1));

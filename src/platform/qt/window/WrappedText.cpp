@@ -49,7 +49,7 @@ QFont fontFor(TextStyle style) {
 }
 
 WrappedText::WrappedText(const QString& text, const QFont& font, int width, Qt::Alignment alignment) {
-  QString lines = text;
+  QString lines = withWholeSwitches(text);
   lines.replace(QLatin1Char('\n'), QChar::LineSeparator);
   QTextOption option{alignment};
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -69,6 +69,16 @@ WrappedText::WrappedText(const QString& text, const QFont& font, int width, Qt::
 }
 
 void WrappedText::draw(QPainter& painter, const QPointF& topLeft) const { layout.draw(&painter, topLeft); }
+
+QString withWholeSwitches(QString text) {
+  constexpr char16_t kWordJoiner = 0x2060;
+  const QLatin1String hyphens{"--"};
+  for (auto at = text.indexOf(hyphens); at >= 0; at = text.indexOf(hyphens, at + 2)) {
+    const bool isBeginning = at == 0 || text[at - 1].isSpace();
+    if (isBeginning && at + 2 < text.size() && text[at + 2].isLetter()) text.insert(at + 2, QChar{kWordJoiner});
+  }
+  return text;
+}
 
 QString plainTitle(const std::string& title) {
   return QString::fromStdString(title).replace(QLatin1Char('&'), QLatin1String("&&"));

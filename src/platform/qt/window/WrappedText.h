@@ -28,6 +28,9 @@ class WrappedText {
   int totalHeight = 0;
 };
 
+// In which no line ends between the hyphens of a command's switch and its name.
+[[nodiscard]] QString withWholeSwitches(QString text);
+
 // A title as toolkits take it, in which "&" would mark a shortcut.
 [[nodiscard]] QString plainTitle(const std::string& title);
 

@@ -44,6 +44,7 @@ async function giveSubscriptions(context: BrowserContext, relay: RelayProcess): 
 /** The browser's own tools, which outlive the page of the phone. */
 class Pushes {
   private registrations: readonly { registrationId: string; scopeURL: string; isDeleted: boolean }[] = [];
+  private readonly active = new Set<string>();
 
   private constructor(
     private readonly session: CDPSession,
@@ -61,6 +62,10 @@ class Pushes {
         ...registrations,
       ];
     });
+    session.on("ServiceWorker.workerVersionUpdated", ({ versions }) => {
+      for (const { registrationId, status } of versions)
+        if (status === "activated") pushes.active.add(registrationId);
+    });
     await session.send("ServiceWorker.enable");
     return pushes;
   }
@@ -69,9 +74,13 @@ class Pushes {
     await this.session.send("ServiceWorker.stopAllWorkers");
   }
 
+  /** To a worker that is active: a browser drops what comes before, and subscribes nobody until then. */
   async deliver(data: string): Promise<void> {
     const ours = () =>
-      this.registrations.find(({ scopeURL, isDeleted }) => scopeURL === `${this.origin}/push/` && !isDeleted);
+      this.registrations.find(
+        ({ scopeURL, isDeleted, registrationId }) =>
+          scopeURL === `${this.origin}/push/` && !isDeleted && this.active.has(registrationId),
+      );
     await expect.poll(ours).toBeDefined();
     const registrationId = ours()?.registrationId ?? "";
     await this.session.send("ServiceWorker.deliverPushMessage", {

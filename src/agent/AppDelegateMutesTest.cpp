@@ -197,7 +197,7 @@ TEST_F(AppDelegateMutes, VeryManyFitOneMessageBesideAFullList) {
   for (const auto& message : agent.relay.received("mac.snapshot")) longest = std::max(longest, message.size());
   EXPECT_GT(longest, kLongestMessage * 9 / 10) << "The list is full.";
   EXPECT_LE(longest, kLongestMessage);
-  const auto& told = agent.phone.snapshots().back().state.suppressions.value();
+  const auto told = agent.phone.snapshots().back().state.suppressions.value();
   EXPECT_GT(told.kinds.size(), 10U);
   EXPECT_EQ(told.kinds.size() + told.leftOut, kMany);
 }

@@ -35,7 +35,7 @@ class Input {
   // Mostly small, so that objects refer to each other.
   std::int32_t number() {
     const auto value = byte();
-    return value < 250 ? value % 8 : static_cast<std::int32_t>(value) * 0x01010101;
+    return value < 250 ? value % 8 : static_cast<std::int32_t>(value * 0x01010101U);
   }
   std::string path() {
     const auto value = byte() % 16;

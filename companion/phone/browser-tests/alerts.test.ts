@@ -47,6 +47,7 @@ class Pushes {
   private readonly active = new Set<string>();
 
   private constructor(
+    private readonly context: BrowserContext,
     private readonly session: CDPSession,
     private readonly origin: string,
   ) {}
@@ -54,7 +55,7 @@ class Pushes {
   static async of(context: BrowserContext, relay: RelayProcess): Promise<Pushes> {
     const blank = await context.newPage();
     const session = await context.newCDPSession(blank);
-    const pushes = new Pushes(session, relay.url);
+    const pushes = new Pushes(context, session, relay.url);
     session.on("ServiceWorker.workerRegistrationUpdated", ({ registrations }) => {
       const names = new Set(registrations.map(({ registrationId }) => registrationId));
       pushes.registrations = [
@@ -74,7 +75,10 @@ class Pushes {
     await this.session.send("ServiceWorker.stopAllWorkers");
   }
 
-  /** To a worker that is active: a browser drops what comes before, and subscribes nobody until then. */
+  /**
+   * To a worker that is active: a browser drops what comes before, and subscribes nobody until then. Until something is shown: unlike a
+   * push service, the browser's tool for this has no second try for a worker that is just being stopped or started.
+   */
   async deliver(data: string): Promise<void> {
     const ours = () =>
       this.registrations.find(
@@ -83,11 +87,14 @@ class Pushes {
       );
     await expect.poll(ours).toBeDefined();
     const registrationId = ours()?.registrationId ?? "";
-    await this.session.send("ServiceWorker.deliverPushMessage", {
-      origin: this.origin,
-      registrationId,
-      data,
-    });
+    await expect(async () => {
+      await this.session.send("ServiceWorker.deliverPushMessage", {
+        origin: this.origin,
+        registrationId,
+        data,
+      });
+      await expect.poll(() => shown(this.context), { timeout: 5000 }).not.toEqual([]);
+    }).toPass({ timeout: 40_000 });
   }
 }
 

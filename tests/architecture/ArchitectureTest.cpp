@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <regex>
@@ -308,6 +309,32 @@ TEST(Architecture, TheBindingForMacsTalksToItsOtherLanguageInOneFolderOnly) {
       for (const auto& word : other) EXPECT_EQ(line.find(word), std::string::npos) << source.path << ": " << line;
     }
   }
+}
+
+// ./run compiles the sources of a folder together as well, and has no tests: what a list says below the place where a
+// folder without tests ends is not said to it.
+TEST(Architecture, WhatIsCompiledAloneIsSoWithoutTheTestsToo) {
+  static const std::regex list{R"(quillard_compile_alone\(([^)]*)\))"};
+  static const std::regex name{R"([\w/]+\.cpp)"};
+  const auto end = std::string{"if(NOT QUILLARD_TESTS)\n  return()"};
+  int read = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(QUILLARD_SOURCES)) {
+    if (entry.path().filename() != "CMakeLists.txt") continue;
+    std::stringstream text;
+    text << std::ifstream{entry.path()}.rdbuf();
+    const std::string all = text.str();
+    read += static_cast<int>(std::distance(std::sregex_iterator(all.begin(), all.end(), list), {}));
+    const auto at = all.find(end);
+    if (at == std::string::npos) continue;
+    const std::string rest = all.substr(at);
+    for (std::sregex_iterator each(rest.begin(), rest.end(), list), none; each != none; ++each) {
+      const std::string names = (*each)[1];
+      for (std::sregex_iterator one(names.begin(), names.end(), name); one != none; ++one) {
+        EXPECT_TRUE(one->str().ends_with("Test.cpp")) << entry.path() << ": " << one->str();
+      }
+    }
+  }
+  EXPECT_GT(read, 5) << "The lists are looked for where they are.";
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ configure() {
 # configure_and_build PRESET [TARGET...]
 configure_and_build() {
   local preset=$1; shift
-  configure "$preset"
+  configure "$preset" || return
   cmake --build "$(folder_of "$preset")" -j "$(jobs_here)" ${1:+--target "$@"} >&2
 }
 

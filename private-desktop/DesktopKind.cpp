@@ -1,6 +1,7 @@
 #include "private-desktop/DesktopKind.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 #include <vector>
 
@@ -38,6 +39,11 @@ std::vector<std::string> programsOf(DesktopKind kind) {
   return {};
 }
 
+bool mayOthersEnterTheRootFolder() {
+  return (std::filesystem::status("/").permissions() & std::filesystem::perms::others_exec) !=
+         std::filesystem::perms::none;
+}
+
 }  // namespace
 
 std::string nameOf(DesktopKind kind) {
@@ -71,6 +77,9 @@ std::optional<DesktopKind> kindNamed(std::string_view name) {
 std::optional<std::string> missingFor(DesktopKind kind) {
   for (const auto& program : programsOf(kind)) {
     if (!isOnPath(program)) return "For " + nameOf(kind) + ", " + program + " is not installed.";
+  }
+  if (kind == DesktopKind::sway && ::geteuid() == 0 && !mayOthersEnterTheRootFolder()) {
+    return "sway runs as no superuser, and other users may not enter this machine's root folder: chmod 755 /";
   }
   return std::nullopt;
 }

@@ -3,9 +3,11 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include "platform/linux/catalogues/CatalogueMessage.h"
@@ -39,6 +41,16 @@ Folder Folder::rootOf(const std::string& processFolder) {
 }
 
 Folder Folder::systemRoot() { return Folder(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC)); }
+
+// File systems without a device of their own have the major number 0; of those with one, FUSE alone is another program.
+bool Folder::isOnDisk() const {
+  struct statx status {};
+  if (::statx(descriptor, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, 0, &status) != 0 || status.stx_dev_major == 0) {
+    return false;
+  }
+  struct statfs fileSystem {};
+  return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type != FUSE_SUPER_MAGIC;
+}
 
 Folder::~Folder() {
   if (descriptor >= 0) ::close(descriptor);

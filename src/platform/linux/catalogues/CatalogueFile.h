@@ -34,6 +34,9 @@ class Folder {
   ~Folder();
 
   [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
+  // The kernel serves it from a disk of this computer. Asks whoever else serves it for nothing, so it never waits; what
+  // lies on no disk, such as in memory, is not told apart from those.
+  [[nodiscard]] bool isOnDisk() const;
   [[nodiscard]] int get() const { return descriptor; }
 
  private:

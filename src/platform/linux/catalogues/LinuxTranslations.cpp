@@ -171,7 +171,8 @@ LinuxTranslations::Found LinuxTranslations::findMapped(const ProcessFolder& proc
     nothing.isComplete = mounts.isForbidden;
     return nothing;
   }
-  const auto open = openCatalogues(mapped.paths, root, LocalMounts(*mounts.text), options.protectingUser);
+  const LocalMounts localMounts(*mounts.text, root.isOnDisk());
+  const auto open = openCatalogues(mapped.paths, root, localMounts, options.protectingUser);
   isMapped = !open.catalogues.empty();
   auto found = find(open, order);
   if (isCutOff) found.cutOffAll();
@@ -184,8 +185,9 @@ LinuxTranslations::Found LinuxTranslations::findLikely(const ProcessFolder& proc
   const ProgramTraits program{.name = process.shortName(), .toolkit = language.toolkit, .language = language.locale};
   const auto paths = likelyCatalogues(program, options.shareFolder);
   // On this computer, as this program sees it.
-  const LocalMounts mounts(ProcessFolder::ofThisProcess(options.processes).mounts().text.value_or(""));
-  auto found = find(openCatalogues(paths, Folder::systemRoot(), mounts, options.protectingUser), order);
+  const auto root = Folder::systemRoot();
+  const LocalMounts mounts(ProcessFolder::ofThisProcess(options.processes).mounts().text.value_or(""), root.isOnDisk());
+  auto found = find(openCatalogues(paths, root, mounts, options.protectingUser), order);
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     if (wanted[i].isLine || !found.meanings[i].empty()) continue;
     for (const auto label : knownLabels(language.locale, wanted[i].text)) {

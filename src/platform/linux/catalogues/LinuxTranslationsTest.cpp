@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <utility>
+
 #include <gmock/gmock.h>
 #include <sys/fsuid.h>
 #include <sys/stat.h>
@@ -14,17 +17,34 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-// The superuser may read everything: gives that up for this thread, and takes it back.
+// The superuser may read everything: gives that up for this thread, and takes it back. In that folder meanwhile, since
+// another user may not reach it from the root folder.
 class WithoutPower {
  public:
-  WithoutPower() : user(::setfsuid(kNobody)) {}
+  explicit WithoutPower(const fs::path& folder) : before(fs::current_path()) {
+    fs::current_path(folder);
+    user = ::setfsuid(kNobody);
+  }
   WithoutPower(const WithoutPower&) = delete;
   WithoutPower& operator=(const WithoutPower&) = delete;
-  ~WithoutPower() { ::setfsuid(static_cast<uid_t>(user)); }
+  ~WithoutPower() {
+    ::setfsuid(static_cast<uid_t>(user));
+    fs::current_path(before);
+  }
 
  private:
   static constexpr uid_t kNobody = 65534;
-  const int user;
+  const fs::path before;
+  int user = 0;
+};
+
+struct FolderInMemory {
+  FolderInMemory() { EXPECT_NE(::mkdtemp(path.data()), nullptr); }
+  FolderInMemory(const FolderInMemory&) = delete;
+  FolderInMemory& operator=(const FolderInMemory&) = delete;
+  ~FolderInMemory() { fs::remove_all(path); }
+
+  std::string path = "/dev/shm/quillard.XXXXXX";
 };
 
 using LinuxTranslations_ = LinuxTranslationsFixture;
@@ -82,6 +102,27 @@ TEST_F(LinuxTranslations_, OpenNoFileThatAnotherProgramServes) {
   computer.map(kOwn, {{"Cancel", "Abbrechen"}});
   computer.write(computer.options.processes + "/4711/mountinfo",
                  "36 35 98:0 / / rw - ext4 /dev/root rw\n37 36 0:50 / /usr/share rw - fuse.sshfs x rw\n");
+  EXPECT_THAT(label("Abbrechen"), IsEmpty());
+}
+
+// As in a folder that somebody has made the root of all programs (chroot).
+TEST_F(LinuxTranslations_, AreReadBelowARootThatIsNoMountWhenItLiesOnADisk) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  computer.write(computer.options.processes + "/4711/mountinfo", "36 35 98:0 / /proc rw - proc proc rw\n");
+  if (!Folder::rootOf(computer.options.processes + "/4711").isOnDisk())
+    GTEST_SKIP() << "The temporary folder is on no disk.";
+  EXPECT_THAT(label("Abbrechen"), ElementsAre(SourceText{"Cancel", 1, 1}));
+}
+
+TEST_F(LinuxTranslations_, AreNotReadBelowARootThatIsNoMountAndLiesOnNoDisk) {
+  computer.map(kOwn, {{"Cancel", "Abbrechen"}});
+  const auto process = computer.options.processes + "/4711";
+  computer.write(process + "/mountinfo", "36 35 98:0 / /proc rw - proc proc rw\n");
+  fs::remove(process + "/root");
+  const FolderInMemory root;
+  fs::create_directories(root.path + fs::path(kOwn).parent_path().string());
+  fs::copy(computer.root() + kOwn, root.path + kOwn);
+  fs::create_directory_symlink(root.path, process + "/root");
   EXPECT_THAT(label("Abbrechen"), IsEmpty());
 }
 
@@ -158,7 +199,7 @@ TEST_F(LinuxTranslations_, OfAProgramThatDoesNotTellItsLanguageAreInTheOneItWasS
 TEST_F(LinuxTranslations_, OfAProcessThatMayNotBeReadAreWhereLikely) {
   computer.options.languageOf = [](std::int32_t) { return ProgramLanguage{"de_DE.UTF-8", "Qt"}; };
   computer.forbidReading();
-  const WithoutPower nobody;
+  const WithoutPower nobody(std::exchange(computer.options.processes, "."));
   const auto texts = ask({"Abbrechen"});
   EXPECT_TRUE(texts.isComplete);
   EXPECT_THAT(texts.labels.at(0), ElementsAre(SourceText{"Cancel", 1, 0}));

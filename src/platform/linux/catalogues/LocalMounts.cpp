@@ -44,7 +44,7 @@ std::string unescaped(std::string_view field) {
 
 }  // namespace
 
-LocalMounts::LocalMounts(std::string_view mountinfo) {
+LocalMounts::LocalMounts(std::string_view mountinfo, bool isRootLocal) {
   if (!mountinfo.ends_with('\n')) return;
   constexpr int kFieldsBeforeMountPoint = 4;
   constexpr std::string_view kSeparator = " - ";
@@ -58,6 +58,7 @@ LocalMounts::LocalMounts(std::string_view mountinfo) {
     line.remove_prefix(separator + kSeparator.size());
     localByMountPoint[unescaped(mountPoint)] = isLocalKind(takeField(line));  // The last one covers those before it.
   }
+  isRestLocal = isRootLocal && mountinfo.empty() && !localByMountPoint.empty();
   if (!mountinfo.empty()) localByMountPoint.clear();
 }
 
@@ -67,7 +68,7 @@ bool LocalMounts::contains(std::string_view path) const {
     if (known != localByMountPoint.end()) return known->second;
     const auto slash = path.rfind('/');
     if (slash == std::string_view::npos) return false;
-    if (path == "/") return false;
+    if (path == "/") return isRestLocal;
     path = path.substr(0, std::max<std::size_t>(slash, 1));
   }
   return false;

@@ -92,6 +92,17 @@ TEST(LocalMounts, AreKnownWithBlanksInTheirNames) {
   EXPECT_TRUE(mounts.contains("/mnt/my/a.mo"));
 }
 
+TEST(LocalMounts, AreTheRootFolderTooWhereTheListDoesNotNameIt) {
+  const auto list = mount("/proc", "proc") + mount("/home", "fuse.sshfs") + mount("/opt", "ext4");
+  EXPECT_TRUE(LocalMounts(list, true).contains("/usr/a.mo"));
+  EXPECT_FALSE(LocalMounts(list, true).contains("/home/a.mo"));
+  EXPECT_FALSE(LocalMounts(list, false).contains("/usr/a.mo"));
+  EXPECT_TRUE(LocalMounts(list, false).contains("/opt/a.mo"));
+  EXPECT_FALSE(LocalMounts(mount("/", "nfs4") + list, true).contains("/usr/a.mo")) << "The list says it.";
+  EXPECT_FALSE(LocalMounts(list + "36 35 98:0 / /us", true).contains("/usr/a.mo")) << "cut off";
+  EXPECT_FALSE(LocalMounts("", true).contains("/usr/a.mo")) << "no list";
+}
+
 // What is left may cover any of the others.
 TEST(LocalMounts, AreNoneByAListThatIsNotWhole) {
   std::string list = mount("/", "ext4");

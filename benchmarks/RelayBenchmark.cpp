@@ -8,10 +8,10 @@
 
 #include "approvals/PendingApprovalJson.h"
 #include "benchmarks/RatioReporter.h"
+#include "foundation/StrictBase64.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "relay/RelayCommands.h"
 #include "relay/RelayCrypto.h"
-#include "relay/StrictBase64.h"
 #include "support/SampleApprovals.h"
 
 namespace quillard {

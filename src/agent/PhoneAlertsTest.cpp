@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "foundation/StrictBase64.h"
 #include "questions/QuestionAsker.h"
 #include "relay/PushMessages.h"
 #include "relay/RelayCrypto.h"
-#include "relay/StrictBase64.h"
 #include "support/AgentWorld.h"
 
 namespace quillard {

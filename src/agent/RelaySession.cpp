@@ -9,10 +9,10 @@
 #include <variant>
 
 #include "foundation/BrokenPromise.h"
+#include "foundation/StrictBase64.h"
 #include "push/PushEncryption.h"
 #include "relay/RelayAddress.h"
 #include "relay/SnapshotTrimming.h"
-#include "relay/StrictBase64.h"
 #include "values/Time.h"
 
 namespace quillard {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/StrictBase64.h"
 #include "platform/simulated/SimulatedWorld.h"
 #include "push/PushEncryption.h"
 

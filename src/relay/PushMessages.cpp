@@ -4,9 +4,9 @@
 #include <span>
 #include <utility>
 
+#include "foundation/StrictBase64.h"
 #include "foundation/Text.h"
 #include "foundation/UrlComponents.h"
-#include "relay/StrictBase64.h"
 
 namespace quillard {
 namespace {
@@ -163,18 +163,6 @@ std::variant<SubscriptionCommand, JsonError> readSubscription(std::string_view t
   command.computer = readShortText(reader, "computer", kLongestComputer);
   command.sequence = reader.optionalInteger("sequence", 1, kLatestSequence).value_or(0);
   return outcome(reader, std::move(command));
-}
-
-std::optional<std::vector<std::uint8_t>> base64UrlBytes(std::string_view text) {
-  constexpr std::size_t kGroup = 4;
-  if (text.find_first_of("+/=") != std::string_view::npos) return std::nullopt;
-  std::string standard(text);
-  std::replace(standard.begin(), standard.end(), '-', '+');
-  std::replace(standard.begin(), standard.end(), '_', '/');
-  standard.append((kGroup - standard.size() % kGroup) % kGroup, '=');
-  auto bytes = base64Bytes(standard);
-  wipe(standard);  // It may hold a secret.
-  return bytes;
 }
 
 }  // namespace quillard

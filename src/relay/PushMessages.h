@@ -113,7 +113,4 @@ struct PhoneSubscription {
 // `text` holds a secret, which its owner wipes afterwards.
 [[nodiscard]] std::variant<SubscriptionCommand, JsonError> readSubscription(std::string_view text);
 
-// The bytes of base64url without padding. Absent for anything that this would not write.
-[[nodiscard]] std::optional<std::vector<std::uint8_t>> base64UrlBytes(std::string_view text);
-
 }  // namespace quillard

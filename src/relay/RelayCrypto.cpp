@@ -9,8 +9,8 @@
 
 #include "foundation/BrokenPromise.h"
 #include "foundation/HexText.h"
+#include "foundation/StrictBase64.h"
 #include "foundation/Text.h"
-#include "relay/StrictBase64.h"
 
 namespace quillard {
 namespace {

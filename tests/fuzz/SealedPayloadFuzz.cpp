@@ -2,6 +2,7 @@
 #include <variant>
 
 #include "approvals/PendingApprovalJson.h"
+#include "foundation/StrictBase64.h"
 #include "fuzz/FuzzTarget.h"
 #include "platform/simulated/SimulatedRandom.h"
 #include "push/PushEncryption.h"
@@ -10,7 +11,6 @@
 #include "relay/RelayCommands.h"
 #include "relay/RelayCrypto.h"
 #include "relay/SnapshotRecords.h"
-#include "relay/StrictBase64.h"
 
 using namespace quillard;
 using fuzz::require;

@@ -2,9 +2,9 @@
 #include <iostream>
 #include <string>
 
+#include "foundation/StrictBase64.h"
 #include "platform/simulated/SimulatedWorld.h"
 #include "push/PushEncryption.h"
-#include "relay/StrictBase64.h"
 
 // Reads lines of a phone's `p256dh` and `auth` and a text without line breaks, with blanks between, and writes for each
 // the body of a push in base64, or "refused".

@@ -13,6 +13,7 @@
 
 #include "companion/relay/push/PushEndpoint.h"
 #include "foundation/BrokenPromise.h"
+#include "foundation/StrictBase64.h"
 #include "foundation/StrictJson.h"
 
 namespace quillard::relayserver {
@@ -71,22 +72,11 @@ EVP_PKEY* keyOf(const BIGNUM* secret, const std::string& point) {
   return made;
 }
 
-}  // namespace
-
-std::string base64UrlText(std::string_view bytes) {
-  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-  std::string text;
-  text.reserve((bytes.size() * 4 + 2) / 3);
-  unsigned bits = 0;
-  unsigned count = 0;
-  for (const char c : bytes) {
-    bits = (bits << 8U) | static_cast<unsigned char>(c);
-    for (count += 8; count >= 6; count -= 6) text += kAlphabet[(bits >> (count - 6)) & 63U];
-    bits &= (1U << count) - 1;
-  }
-  if (count > 0) text += kAlphabet[(bits << (6 - count)) & 63U];
-  return text;
+std::string urlText(std::string_view bytes) {
+  return base64UrlText({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
+
+}  // namespace
 
 std::string VapidKey::newSecret() {
   const Key made(EVP_EC_gen(kCurve));
@@ -108,7 +98,7 @@ std::optional<VapidKey> VapidKey::fromSecret(std::string_view bytes) {
   if (point.empty()) return std::nullopt;
   VapidKey key;
   key.pair = std::shared_ptr<EVP_PKEY>(keyOf(secret.get(), point), EVP_PKEY_free);
-  key.written = base64UrlText(point);
+  key.written = urlText(point);
   return key;
 }
 
@@ -161,8 +151,8 @@ std::string VapidTokens::authorization(const std::string& origin, std::int64_t n
   if (isUsable) return found->second.text;
   const Json head{{"typ", "JWT"}, {"alg", "ES256"}};
   const Json claims{{"aud", origin}, {"exp", now + kLife}, {"sub", contact}};
-  const std::string signedText = base64UrlText(head.dump()) + "." + base64UrlText(claims.dump());
-  const std::string token = signedText + "." + base64UrlText(key.sign(signedText));
+  const std::string signedText = urlText(head.dump()) + "." + urlText(claims.dump());
+  const std::string token = signedText + "." + urlText(key.sign(signedText));
   if (tokens.size() >= kMostTokens) tokens.clear();
   Token& kept = tokens[origin];
   kept = {.text = "vapid t=" + token + ", k=" + key.publicText(), .madeAt = now};

@@ -33,9 +33,6 @@ class VapidKey {
   std::string written;
 };
 
-// Without padding.
-[[nodiscard]] std::string base64UrlText(std::string_view bytes);
-
 // Whom push services may write to: "mailto:" and an address, or "https://" and a host, without anything that one of
 // them is known to refuse.
 [[nodiscard]] bool isPushContact(std::string_view text);

@@ -8,6 +8,7 @@
 #include "companion/relay/rules/MessageWriter.h"
 #include "companion/relay/rules/RelayNames.h"
 #include "companion/relay/rules/RoomMessages.h"
+#include "foundation/StrictBase64.h"
 #include "foundation/StrictJson.h"
 
 namespace quillard::relayserver {
@@ -34,35 +35,7 @@ bool isTopic(std::string_view text) {
   });
 }
 
-int valueOfBase64(char c) {
-  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const auto at = kAlphabet.find(c);
-  return at == std::string_view::npos ? -1 : static_cast<int>(at);
-}
-
 }  // namespace
-
-std::optional<std::string> decodedBase64(std::string_view text) {
-  constexpr std::size_t kGroup = 4;
-  if (text.size() % kGroup != 0) return std::nullopt;
-  const std::size_t padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
-  std::string bytes;
-  bytes.reserve(text.size() / kGroup * 3);
-  unsigned bits = 0;
-  int count = 0;
-  for (const char c : text.substr(0, text.size() - padding)) {
-    const int value = valueOfBase64(c);
-    if (value < 0) return std::nullopt;
-    bits = (bits << 6U) | static_cast<unsigned>(value);
-    count += 6;
-    if (count < 8) continue;
-    count -= 8;
-    bytes += static_cast<char>((bits >> static_cast<unsigned>(count)) & 0xFFU);
-    bits &= (1U << static_cast<unsigned>(count)) - 1;
-  }
-  // What is left over has to be zero, or two texts would stand for the same bytes.
-  return bits == 0 ? std::optional(std::move(bytes)) : std::nullopt;
-}
 
 std::variant<PushSubscribeMessage, MalformedMessage> readPushSubscribe(const MessageMembers& members) {
   const MemberText endpoint(members.endpoint);
@@ -99,12 +72,12 @@ std::variant<PushSendMessage, MalformedMessage> readPushSend(const MessageMember
   if (!hasTexts || !hasNames || !isUrgency || !ttl) return MalformedMessage{};
   if (hasTopic && !(topic.isThere && isTopic(topic.view()))) return MalformedMessage{};
   constexpr std::size_t kLongestText = (kLongestPushBody + 2) / 3 * 4;
-  auto bytes = body.view().size() <= kLongestText ? decodedBase64(body.view()) : std::nullopt;
+  const auto bytes = body.view().size() <= kLongestText ? base64Bytes(body.view()) : std::nullopt;
   if (!bytes || bytes->size() < kShortestPushBody || bytes->size() > kLongestPushBody) return MalformedMessage{};
   return PushSendMessage{.pushID = std::string(pushID.view()),
                          .deviceID = std::string(deviceID.view()),
                          .subscriptionID = std::string(subscriptionID.view()),
-                         .body = std::move(*bytes),
+                         .body = std::string(bytes->begin(), bytes->end()),
                          .ttl = *ttl,
                          .urgency = std::string(urgency.view()),
                          .topic = std::string(topic.view()),

@@ -44,9 +44,6 @@ inline constexpr std::int64_t kLongestPushTtl = 86'400;
 [[nodiscard]] std::variant<PushSubscribeMessage, MalformedMessage> readPushSubscribe(const MessageMembers& members);
 [[nodiscard]] std::variant<PushSendMessage, MalformedMessage> readPushSend(const MessageMembers& members);
 
-// Standard base64 with padding; nothing else is taken, and no text stands for the same bytes as another one.
-[[nodiscard]] std::optional<std::string> decodedBase64(std::string_view text);
-
 // The relay's own messages.
 enum class PushRefusal { expired, subscribeAnew, otherKey, endpointNotAllowed, unsubscribed, notNow };
 // `refusal` absent: the phone is subscribed.

@@ -1,37 +1,18 @@
 // Alerts while the page is closed, as the page has them: asked for, subscribed, handed over, tested, and taken back.
 
 import { beforeEach, describe, expect, it } from "vitest";
-import { MemoryStore } from "./memoryStore";
-import { asleepAfter, subscribeTimeout } from "./pushAlerts";
-import { FakePushDoor, PhoneWorld, sampleApproval, sampleID, type FakeComputer } from "./testing";
+import { subscribeTimeout } from "./pushAlerts";
+import { PhoneWorld, sampleID, type FakeComputer, type FakePushDoor } from "./testing";
+import { connectedWithDoor, fetched, relayKey, sentOf as sentIn } from "./testing/alertsWorld";
 
-const relayKey = `B${"k".repeat(86)}`;
 const otherKey = `B${"o".repeat(86)}`;
 
 let door: FakePushDoor;
 let world: PhoneWorld;
 let mac: FakeComputer;
 
-function begin(store = new MemoryStore()): void {
-  world = new PhoneWorld(store, { push: () => Promise.resolve(door) });
-  world.network.responseStatus = 200;
-  world.network.responseText = JSON.stringify({ key: relayKey });
-}
-
-/** The parts that are fetched later are there. */
-async function fetched(): Promise<void> {
-  for (let turns = 0; world.phone.state.value.alerts === undefined && turns < 1000; turns += 1) {
-    await new Promise((resolve) => setTimeout(resolve));
-  }
-  await world.time.settle();
-}
-
 const alerts = () => world.phone.state.value.alerts;
-const sentOf = (type: string, pairingID = "mac") =>
-  world
-    .sent(pairingID)
-    .map((text) => JSON.parse(text))
-    .filter((message) => message.type === type);
+const sentOf = (type: string, pairingID?: string) => sentIn(world, type, pairingID);
 
 async function subscribed(): Promise<void> {
   world.phone.chooseAlerts(true);
@@ -56,11 +37,7 @@ async function relaySays(isSubscribed: boolean, reason?: string): Promise<void> 
 }
 
 beforeEach(async () => {
-  door = new FakePushDoor();
-  begin();
-  await world.start();
-  mac = await world.connected("mac", [sampleApproval(1)]);
-  await fetched();
+  ({ door, world, mac } = await connectedWithDoor());
 });
 
 describe("Alerts", () => {
@@ -100,7 +77,7 @@ describe("Alerts", () => {
     expect(earlier).toHaveLength(3);
     world.time.set(world.time.now() - 3_600_000);
     await world.reload();
-    await fetched();
+    await fetched(world);
     await world.join(mac);
     const all = [...earlier, ...(await sealedSequences())];
     expect(all).toHaveLength(4);
@@ -164,7 +141,7 @@ describe("Alerts", () => {
     await subscribed();
     await relaySays(true);
     await world.reload();
-    await fetched();
+    await fetched(world);
     await world.join(mac);
     expect(sentOf("push.subscribe")).toHaveLength(1);
     expect(door.made).toBe(1);
@@ -268,7 +245,7 @@ describe("Alerts", () => {
     const message = sentOf("push.subscribe").at(-1);
     expect(await mac.open(message.encryptedSubscription.ciphertext)).toMatchObject({ shows: "computer" });
     await world.reload();
-    await fetched();
+    await fetched(world);
     expect(alerts()).toMatchObject({ shows: "computer" });
   });
 
@@ -291,7 +268,7 @@ describe("Alerts", () => {
     expect(sentOf("push.unsubscribe")).toHaveLength(1);
     expect(door.subscribed).toBeUndefined();
     await world.reload();
-    await fetched();
+    await fetched(world);
     await world.join(mac);
     expect(sentOf("push.subscribe")).toEqual([]);
     expect(alerts()).toMatchObject({ isWanted: false });
@@ -352,165 +329,10 @@ describe("Alerts", () => {
   });
 
   it("do without the part of the page that could not be fetched", async () => {
-    world = new PhoneWorld(new MemoryStore(), { push: () => Promise.reject(new Error("No network.")) });
+    world = new PhoneWorld(undefined, { push: () => Promise.reject(new Error("No network.")) });
     await world.start();
     await world.pair("mac");
     world.phone.chooseAlerts(true);
     expect(alerts()).toBeUndefined();
-  });
-});
-
-describe("A page that is hidden", () => {
-  const said = () => sentOf("phone.asleep").map(({ asleep }) => asleep);
-
-  beforeEach(subscribed);
-
-  it("counts as asleep after a moment, and as awake as soon as it is seen", async () => {
-    world.deviceStatus.becomeHidden();
-    await world.time.advance(asleepAfter - 1);
-    expect(said()).toEqual([]);
-    await world.time.advance(1);
-    expect(said()).toEqual([true]);
-    world.deviceStatus.becomeVisible();
-    expect(said()).toEqual([true, false]);
-  });
-
-  it("says nothing where it is seen again soon", async () => {
-    world.deviceStatus.becomeHidden();
-    await world.time.advance(asleepAfter - 1);
-    world.deviceStatus.becomeVisible();
-    await world.time.advance(asleepAfter);
-    expect(said()).toEqual([]);
-  });
-
-  it("says so immediately where nothing runs from then on", () => {
-    world.deviceStatus.freeze();
-    expect(said()).toEqual([true]);
-  });
-
-  it("says so again on a new connection", async () => {
-    world.deviceStatus.freeze();
-    world.network.socket("mac").end();
-    await world.time.advance(5000);
-    await world.join(mac);
-    expect(said()).toEqual([true]);
-  });
-});
-
-describe("Notifications of prompts that were answered", () => {
-  const data = (change: object) => ({
-    quillard: 1,
-    kind: "prompt",
-    pairingID: "mac",
-    approvalID: sampleID(1),
-    computer: "Studio",
-    waiting: 1,
-    clock: { epoch: sampleID(9), time: 1 },
-    shownAt: world.time.now() - 60_000,
-    ...change,
-  });
-
-  it("are closed by the page; those of what waits, of other computers and of a minute that is not over stay", async () => {
-    const answered = door.show(data({ approvalID: sampleID(2) }));
-    const kept = [
-      door.show(data({})),
-      door.show(data({ approvalID: sampleID(2), pairingID: "other" })),
-      door.show(data({ approvalID: sampleID(2), shownAt: world.time.now() })),
-      door.show(data({ kind: "several", approvalID: undefined, waiting: 2 })),
-      door.show(data({ kind: "test", approvalID: undefined })),
-      door.show("nothing that this version knows"),
-    ];
-    await world.list(mac, [sampleApproval(1)]);
-    await world.time.advance(2000);
-    expect(answered.isClosed).toBe(true);
-    expect(kept.map(({ isClosed }) => isClosed)).toEqual(kept.map(() => false));
-    await world.time.advance(10_000);
-    expect(kept.map(({ isClosed }) => isClosed)).toEqual([false, false, true, false, false, false]);
-    await world.list(mac, []);
-    await world.time.advance(20_000);
-    await world.list(mac, []);
-    await world.time.advance(2000);
-    expect(kept.map(({ isClosed }) => isClosed)).toEqual([true, false, true, true, false, false]);
-  });
-
-  it("stay while the list does not say what waits", async () => {
-    const shown = door.show(data({ approvalID: sampleID(2) }));
-    await world.list(mac, [], false);
-    await world.time.advance(2000);
-    await world.list(mac, [], true, { isPaused: true });
-    await world.time.advance(2000);
-    world.network.socket("mac").deliver({ type: "mac.status", macConnected: false });
-    await world.time.advance(2000);
-    expect(shown.isClosed).toBe(false);
-  });
-});
-
-describe("A dismissal that was chosen on a notification", () => {
-  const request = (change: object = {}) => ({
-    quillard: "dismiss",
-    pairingID: "mac",
-    approvalID: sampleID(1),
-    label: "Cancel",
-    at: world.time.now(),
-    ...change,
-  });
-
-  it("is made by the page that has the connection, and its end is told", async () => {
-    const answers = door.say(request());
-    await world.time.settle();
-    expect(answers).toEqual([{ quillard: "taken" }]);
-    const { command, decisionID } = await world.lastSent(mac);
-    expect(command).toMatchObject({ approvalID: sampleID(1), buttonLabel: "Cancel" });
-    const result = { approvalID: sampleID(1), buttonLabel: "Cancel", status: "accepted" };
-    await world.result(mac, decisionID, result);
-    expect(answers[1]).toMatchObject({
-      quillard: "ended",
-      computerName: "mac",
-      dismissal: { kind: "settled", outcome: { status: "accepted", buttonLabel: "Cancel" } },
-    });
-  });
-
-  it.each([
-    ["of a computer that it does not know", { pairingID: "other" }],
-    ["that it has slept through", { at: 0 }],
-    ["that says what it does not understand", { approvalID: "no UUID" }],
-  ])("%s is left to the worker", async (_name, change) => {
-    const answers = door.say(request(change));
-    await world.time.settle();
-    expect(answers).toEqual([]);
-    expect(sentOf("approval.request")).toEqual([]);
-  });
-
-  it("is left to the worker where another tab has the connection", () => {
-    world.network.socket("mac").end(4001);
-    expect(door.say(request())).toEqual([]);
-  });
-
-  it("leads to the page where a person chose the notification itself", () => {
-    door.say({ quillard: "show", approvalID: sampleID(1) });
-    expect(door.wentTo).toEqual([sampleID(1)]);
-  });
-
-  it("of the worker's own is known to the page afterwards, which connects anew", async () => {
-    const { pairings } = await world.store.load();
-    const [stored] = pairings;
-    if (!stored) throw new Error("Nothing is stored.");
-    const outcome = {
-      key: "OF-THE-WORKER",
-      approvalID: sampleID(1),
-      at: world.time.now(),
-      appName: "Disk Tool",
-      windowTitle: "Erase disk?",
-      buttonLabel: "Cancel",
-      status: "accepted",
-    } as const;
-    await world.store.saveNotes("mac", { ...stored.notes, outcomes: [outcome] });
-    world.network.socket("mac").end(4001);
-    expect(world.computer("mac").relay.kind).toBe("takenOver");
-    door.say({ quillard: "released", pairingID: "mac" });
-    await world.time.settle();
-    await world.join(mac);
-    expect(world.computer("mac").relay.kind).toBe("connected");
-    expect(world.outcomes()).toEqual([outcome]);
   });
 });

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "relay/StrictBase64.h"
+#include "foundation/StrictBase64.h"
 
 namespace quillard {
 namespace {
@@ -63,6 +63,25 @@ RC_GTEST_PROP(StrictBase64, AcceptsNoSecondTextForTheSameBytes, ()) {
   const auto text = *rc::gen::container<std::string>(rc::gen::elementOf(std::string("AQgwZ09+/= \n")));
   const auto bytes = base64Bytes(text);
   if (bytes) RC_ASSERT(base64Text(*bytes) == text);
+}
+
+TEST(StrictBase64, ForUrlsHasTwoOtherDigitsAndNoPadding) {
+  const std::vector<std::pair<std::string, std::string>> examples{
+      {"", ""}, {"f", "Zg"}, {"fo", "Zm8"}, {"foo", "Zm9v"}, {"\xFB\xFF\xFE", "-__-"}};
+  for (const auto& [plain, text] : examples) {
+    EXPECT_EQ(base64UrlText(bytesOf(plain)), text);
+    EXPECT_EQ(base64UrlBytes(text), bytesOf(plain)) << text;
+  }
+  for (const auto* text : {"Z", "Zg==", "Zg=", "+//+", "-_/-", "Zh", "Zm9v Zg", "Zm9\n"}) {
+    EXPECT_FALSE(base64UrlBytes(text).has_value()) << text;
+  }
+}
+
+RC_GTEST_PROP(StrictBase64, ForUrlsReadsWhatItWritesAndNothingElse, (const std::vector<std::uint8_t>& bytes)) {
+  RC_ASSERT(base64UrlBytes(base64UrlText(bytes)) == bytes);
+  const auto text = *rc::gen::container<std::string>(rc::gen::elementOf(std::string("AQgwZ09-_=+")));
+  const auto read = base64UrlBytes(text);
+  if (read) RC_ASSERT(base64UrlText(*read) == text);
 }
 
 }  // namespace

@@ -16,4 +16,10 @@ namespace quillard {
 // white space, another alphabet, missing or misplaced padding, bits that stray beyond the last byte.
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> base64Bytes(std::string_view text);
 
+// With the two digits for URLs, and without padding.
+[[nodiscard]] std::string base64UrlText(std::span<const std::uint8_t> bytes);
+
+// Absent for anything that `base64UrlText` would not write. Keeps no copy of the text, which may be a secret.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> base64UrlBytes(std::string_view text);
+
 }  // namespace quillard

@@ -1,7 +1,10 @@
-#include "relay/StrictBase64.h"
+#include "foundation/StrictBase64.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+
+#include "values/Secret.h"
 
 namespace quillard {
 namespace {
@@ -100,6 +103,26 @@ std::optional<std::vector<std::uint8_t>> base64Bytes(std::string_view text) {
   }
   if ((all & kForeign) != 0) return std::nullopt;
   if (isPadded && !appendPaddedGroup(text.substr(whole), bytes)) return std::nullopt;
+  return bytes;
+}
+
+std::string base64UrlText(std::span<const std::uint8_t> bytes) {
+  auto text = base64Text(bytes);
+  text.resize(text.size() - static_cast<std::size_t>(std::count(text.begin(), text.end(), '=')));
+  std::replace(text.begin(), text.end(), '+', '-');
+  std::replace(text.begin(), text.end(), '/', '_');
+  return text;
+}
+
+std::optional<std::vector<std::uint8_t>> base64UrlBytes(std::string_view text) {
+  constexpr std::size_t kGroup = 4;
+  if (text.find_first_of("+/=") != std::string_view::npos) return std::nullopt;
+  std::string standard(text);
+  std::replace(standard.begin(), standard.end(), '-', '+');
+  std::replace(standard.begin(), standard.end(), '_', '/');
+  standard.append((kGroup - standard.size() % kGroup) % kGroup, '=');
+  auto bytes = base64Bytes(standard);
+  wipe(standard);  // It may hold a secret.
   return bytes;
 }
 

@@ -25,10 +25,8 @@ TEST(HexText, ReadsWhatItWrites) {
 }
 
 TEST(HexText, ReadsNothingElse) {
-  for (const std::string bad : {"0", "0g", "A5", " a5", "a5 ", "0x",
-                                "00\xff"
-                                "0",
-                                "--"}) {
+  const std::string beyondAscii = std::string("00") + '\xFF' + "0";
+  for (const auto& bad : std::vector<std::string>{"0", "0g", "A5", " a5", "a5 ", "0x", beyondAscii, "--"}) {
     EXPECT_EQ(bytesOfHex(bad), std::nullopt) << bad;
   }
   EXPECT_EQ(bytesOfHex(std::string("0\0", 2)), std::nullopt);

@@ -183,7 +183,7 @@ class DesktopReader {
     desktop.elements.emplace(std::move(id), std::move(element));
   }
 
-  static void add(RecordedElement& element, std::string_view name, RecordedValue value, JsonReader& reader) {
+  static void add(RecordedElement& element, std::string_view name, RecordedValue&& value, JsonReader& reader) {
     const bool isNew = element.attributes.try_emplace(std::string(name), std::move(value)).second;
     if (isNew) return;
     reader.failAt("attributes." + std::string(name), "The attribute is there twice: it has a member of its own.");

@@ -18,11 +18,12 @@ constexpr int kColumnGap = 16;
 constexpr int kWidest = 1080;
 constexpr int kTwoColumns = 700;
 constexpr int kThreeColumns = 1180;
-constexpr int kWidestOfThree = 1250;
+constexpr int kWidestOfThree = 1310;
 // So many rows are about as high as the pairing card.
 constexpr std::size_t kRowsOfOneColumn = 6;
 constexpr int kLeastPairing = 296;
 constexpr int kMostPairing = 348;
+constexpr int kMostPairingOfThree = 440;
 
 // What `rows` take one below the other.
 int heightOf(StatusPage::Rows rows, int width) {
@@ -144,7 +145,7 @@ QSize StatusPage::sizeFor(QSize room) const {
   constexpr int kStep = 20;
   const int widest = std::min(room.width(), (hasManyRows() ? kWidestOfThree : kWidest) + 2 * kMargin);
   int width = kComfortableWidth;
-  while (heightForWidth(width) > room.height() && width + kStep <= widest) width += kStep;
+  while (heightForWidth(width) > room.height() && width < widest) width = std::min(width + kStep, widest);
   return {width, heightForWidth(width)};
 }
 
@@ -170,12 +171,31 @@ int StatusPage::arrange(QSize size, Placing placing) const {
 
 bool StatusPage::hasManyRows() const { return rows().size() > kRowsOfOneColumn; }
 
+// Beside two columns of rows: the width that makes the page lowest, and of several the least.
+int StatusPage::pairingWidthBesideTwo(int width) const {
+  constexpr int kStep = 8;
+  const auto shown = rows();
+  int best = kLeastPairing;
+  int lowest = std::numeric_limits<int>::max();
+  for (int left = kLeastPairing; left <= kMostPairingOfThree; left += kStep) {
+    const int rowWidth = (width - left) / 2 - kColumnGap;
+    const auto first = evenSplit(shown, rowWidth);
+    const int height = std::max({pairingCard->heightFor(left), heightOf(Rows{shown}.first(first), rowWidth),
+                                 heightOf(Rows{shown}.subspan(first), rowWidth)});
+    if (height >= lowest) continue;
+    lowest = height;
+    best = left;
+  }
+  return best;
+}
+
 // The rows in one column, or in two where there are many and the page is wide. All columns end at the same height: the
 // shorter ones spread.
 int StatusPage::arrangeColumns(QRect room, Placing placing) const {
   const auto shown = rows();
   const bool isWide = room.width() >= kThreeColumns && hasManyRows();
-  const int left = isWide ? kLeastPairing : std::clamp(room.width() * 2 / 5, kLeastPairing, kMostPairing);
+  const int left =
+      isWide ? pairingWidthBesideTwo(room.width()) : std::clamp(room.width() * 2 / 5, kLeastPairing, kMostPairing);
   const int columnCount = isWide ? 2 : 1;
   const int rowWidth = (room.width() - left) / columnCount - kColumnGap;
   const std::size_t first = isWide ? evenSplit(shown, rowWidth) : shown.size();

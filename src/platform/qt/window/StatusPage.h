@@ -38,6 +38,7 @@ class StatusPage final : public QWidget {
 
  private:
   int arrange(QSize size, Placing placing) const;
+  [[nodiscard]] int pairingWidthBesideTwo(int width) const;
   int arrangeColumns(QRect room, Placing placing) const;
   [[nodiscard]] bool hasManyRows() const;
   [[nodiscard]] std::vector<StatusRowCard*> rows() const;  // Those that are shown, from top to bottom.

@@ -115,6 +115,8 @@ TEST_F(HostilePhone, ThatIsLostIsShutOutWhileItsPageIsClosedUnderAnyName) {
 
   auto tool = installed.runTool({"unpair", "2", "--yes"});
   EXPECT_EQ(tool.wait(), 0) << tool.errors();
+  // The agent tells the relay while the command ends already.
+  ASSERT_TRUE(test::waitFor([&] { return lost.join("B", kElsewhere) == 410; })) << printed();
   for (const auto* name : {"B", "C", "A"}) EXPECT_EQ(lost.join(name, kElsewhere), 410) << name;
   RelayWire asking(relay.port());
   EXPECT_EQ(asking.ask("GET", "/api/pairings/" + lost.pairingID(), lost.headers(kElsewhere)).status, 410);

@@ -7,7 +7,6 @@ namespace quillard::simulation {
 using platform::SecretPlace;
 using platform::SecretStatus;
 using platform::SecretStatusCode;
-using platform::simulated::SecretOperation;
 
 namespace {
 
@@ -143,7 +142,7 @@ void AgentProcess::lockKeychain() {
 }
 
 void AgentProcess::refuseKeychainWrites() {
-  using enum SecretOperation;
+  using enum platform::simulated::SecretOperation;
   for (const auto place : kPlaces) {
     stage.world.secretStore().fail(place, {add, update, remove},
                                    SecretStatus{SecretStatusCode::other, "The keychain cannot be written."});

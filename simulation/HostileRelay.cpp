@@ -11,9 +11,7 @@
 
 namespace quillard::simulation {
 
-using platform::simulated::SimulatedWebSocketConnection;
 using relayserver::MessageText;
-using relayserver::Role;
 
 namespace {
 

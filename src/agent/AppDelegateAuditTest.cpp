@@ -16,7 +16,6 @@ using samples::AgentWorld;
 using samples::erasePrompt;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 class AppDelegateAudit : public testing::Test {

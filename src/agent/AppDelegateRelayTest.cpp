@@ -14,7 +14,6 @@ using platform::HttpResponse;
 using samples::AgentWorld;
 using samples::erasePrompt;
 using samples::keptSecrets;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -15,7 +15,6 @@ namespace {
 using platform::DesktopReadFailure;
 using platform::simulated::DialogSpec;
 using platform::simulated::ElementSpec;
-using platform::simulated::PressEffect;
 using samples::AgentWorld;
 using samples::erasePrompt;
 using testing::ElementsAre;

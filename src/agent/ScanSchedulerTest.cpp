@@ -18,7 +18,6 @@ namespace {
 using samples::approval;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 // A scheduler whose scans the test answers itself.
 struct ScanSchedulerTest : testing::Test {

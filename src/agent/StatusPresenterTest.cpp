@@ -19,7 +19,6 @@ using platform::simulated::Seed;
 using platform::simulated::SimulatedWorld;
 using samples::keptSecrets;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 struct StatusPresenterTest : testing::Test {
   StatusPresenterTest() {

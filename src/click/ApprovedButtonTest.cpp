@@ -7,7 +7,6 @@ namespace quillard {
 namespace {
 
 using platform::AXUIElement;
-using platform::simulated::NodeHandle;
 using samples::ClickWorld;
 namespace ax = platform::ax;
 

@@ -14,7 +14,6 @@ namespace {
 
 using platform::AXError;
 using platform::simulated::AXRequest;
-using platform::simulated::AXRequestKind;
 using platform::simulated::DialogSpec;
 using platform::simulated::LateActions;
 using platform::simulated::NodeHandle;

@@ -12,9 +12,6 @@ namespace {
 using platform::AXError;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
-using platform::simulated::DialogSpec;
-using platform::simulated::NodeHandle;
-using platform::simulated::PressEffect;
 using samples::ClickWorld;
 namespace ax = platform::ax;
 

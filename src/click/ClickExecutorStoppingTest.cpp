@@ -11,8 +11,6 @@ using platform::MouseEventType;
 using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
 using platform::simulated::PostedEvent;
-using platform::simulated::PressEffect;
-using samples::ClickWorld;
 
 // ---- Stopping
 

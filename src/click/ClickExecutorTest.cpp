@@ -14,8 +14,6 @@ using platform::simulated::AXRequest;
 using platform::simulated::AXRequestKind;
 using platform::simulated::NodeHandle;
 using platform::simulated::PostedEvent;
-using platform::simulated::PressEffect;
-using samples::ClickWorld;
 namespace ax = platform::ax;
 
 TEST(ClickError, DescribesEachErrorToTheUser) {

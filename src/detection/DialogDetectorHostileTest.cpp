@@ -16,7 +16,6 @@ namespace {
 using platform::AXError;
 using platform::AXUIElement;
 using platform::simulated::AXRequest;
-using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
 using samples::DetectionWorld;
 using samples::labels;

@@ -11,7 +11,6 @@ namespace quillard {
 namespace {
 
 using platform::DesktopReadFailure;
-using platform::simulated::ApplicationHandle;
 using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
 using samples::DetectionWorld;

@@ -113,7 +113,7 @@ TEST(Classify, AcceptsASheetWithAPairedChoiceAndNoPhrase) {
 }
 
 TEST(Classify, AcceptsADialogOnAnyOneSignOfAPrompt) {
-  const auto accepts = [](DialogPromptEvidence evidence) { return classify(evidence).accepted; };
+  const auto accepts = [](const DialogPromptEvidence& evidence) { return classify(evidence).accepted; };
   auto evidence = dialog();
   evidence.buttonLabels = {"Details"};
   EXPECT_FALSE(accepts(evidence));

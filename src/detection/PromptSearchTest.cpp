@@ -10,7 +10,6 @@ namespace {
 using platform::AXError;
 using platform::simulated::AXRequest;
 using platform::simulated::DialogSpec;
-using platform::simulated::ElementSpec;
 using platform::simulated::NodeHandle;
 using samples::DetectionWorld;
 using Outcome = PromptResolution::Outcome;

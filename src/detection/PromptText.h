@@ -17,7 +17,7 @@ struct PromptText {
   bool mayBeSafe = true;
   std::string alsoMeans{};  // Of a label: see `JudgedLabel`.
 
-  [[nodiscard]] static PromptText asItStands(std::string text) { return {.shown = text, .judged = text}; }
+  [[nodiscard]] static PromptText asItStands(const std::string& text) { return {.shown = text, .judged = text}; }
   bool operator==(const PromptText&) const = default;
 };
 

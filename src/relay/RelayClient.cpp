@@ -27,11 +27,12 @@ void RelayClient::disconnect() {
 
 void RelayClient::publishSnapshot(std::vector<PendingApproval> approvals, bool accessibilityTrusted, bool force,
                                   std::size_t leftOut, ComputerState state) {
-  SnapshotContents contents{.snapshotID = snapshotSignature(approvals, accessibilityTrusted),
+  auto signature = snapshotSignature(approvals, accessibilityTrusted);
+  SnapshotContents contents{.snapshotID = std::move(signature),
                             .approvals = std::move(approvals),
                             .accessibilityTrusted = accessibilityTrusted,
                             .leftOut = leftOut,
-                            .state = state};
+                            .state = std::move(state)};
   post([contents = std::move(contents), force](RelayClientCore& live) { live.publishSnapshot(contents, force); });
 }
 

@@ -15,7 +15,6 @@ namespace {
 
 using platform::HttpOutcome;
 using platform::HttpResponse;
-using platform::TransportError;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -1,11 +1,12 @@
 // terminating_program [--stuck]: says when it is up, runs until it is told to end, and says so. Stuck, it never comes
 // to an end by itself.
 
+#include <chrono>
 #include <cstdio>
 #include <string_view>
+#include <thread>
 
 #include <QtCore/QCoreApplication>
-#include <unistd.h>
 
 #include "platform/qt/TerminationSignals.h"
 
@@ -15,7 +16,7 @@ int main(int argc, char** argv) {
   const quillard::qt::TerminationSignals termination([isStuck] {
     std::puts("will terminate");
     std::fflush(stdout);
-    while (isStuck) ::pause();
+    if (isStuck) std::this_thread::sleep_for(std::chrono::hours(1));  // Longer than anybody waits.
     QCoreApplication::exit(0);
   });
   std::puts("up");

@@ -24,7 +24,7 @@ class AXHelpersTest : public testing::Test {
   SimulatedDesktop& desktop() { return world.desktop(); }
   platform::Accessibility& live() { return world.accessibility(); }
   AXUIElement element(NodeHandle node) { return desktop().element(node); }
-  NodeHandle window(ElementSpec spec = {.role = "AXWindow"}) { return desktop().addWindow(application, spec); }
+  NodeHandle window(const ElementSpec& spec = {.role = "AXWindow"}) { return desktop().addWindow(application, spec); }
 
   // A chain of `length` groups below `top`; the last of them.
   NodeHandle chain(NodeHandle top, int length) {

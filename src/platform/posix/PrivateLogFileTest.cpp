@@ -46,7 +46,7 @@ TEST_F(PrivateLogFileTest, LeavesAFileAloneThatOthersMayRead) {
 
 TEST_F(PrivateLogFileTest, FollowsNoLinks) {
   ASSERT_EQ(file.append("one\n", 0).code, FileCode::success);
-  std::ofstream(home.path() + "/target");
+  std::ofstream(home.path() + "/target").flush();
   fs::remove(path);
   fs::create_symlink(home.path() + "/target", path);
   EXPECT_EQ(file.read().status.code, FileCode::unsafe);

@@ -63,7 +63,7 @@ WebSocketConnection::WebSocketConnection(platform::SerialExecutor& network, Tran
                                          platform::WebSocketRequest request, WebSocketBacklog backlog,
                                          std::function<void(WebSocketNews)> report)
     : network(network),
-      options(std::move(options)),
+      options(options),
       request(std::move(request)),
       backlog(std::move(backlog)),
       report(std::move(report)),

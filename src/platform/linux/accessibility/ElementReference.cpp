@@ -5,7 +5,6 @@
 
 namespace quillard::atspi {
 
-using platform::AXElementReference;
 using platform::AXUIElement;
 
 AXUIElement ElementReference::systemWide() { return AXUIElement{std::make_shared<ElementReference>()}; }

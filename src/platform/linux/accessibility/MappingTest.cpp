@@ -137,7 +137,7 @@ TEST(Mapping, ADialogIsOneByItsRoleItsXTypeItsModalityOrItsOwner) {
   EXPECT_TRUE(mapping::isDialogWindow(record(Role::alert), nullptr));
   EXPECT_FALSE(mapping::isDialogWindow(record(Role{23}), nullptr));
   EXPECT_TRUE(mapping::isDialogWindow(record(Role{23}, "", bit(State::modal)), nullptr));
-  const auto with = [](desktop::Window window) { return mapping::isDialogWindow(record(Role{23}), &window); };
+  const auto with = [](const desktop::Window& window) { return mapping::isDialogWindow(record(Role{23}), &window); };
   EXPECT_FALSE(with({}));
   EXPECT_TRUE(with({.type = desktop::WindowType::dialog}));
   EXPECT_TRUE(with({.isModal = true}));

@@ -217,7 +217,7 @@ void WindowEvents::askForRole(const std::string& bus, const char* path, std::uin
   sd_bus_slot_set_destroy_callback(slot, [](void* asked) { delete static_cast<Question*>(asked); });
   sd_bus_slot_set_floating(slot, 1);
   sd_bus_slot_unref(slot);
-  question.release();
+  (void)question.release();
 }
 
 int WindowEvents::onRole(sd_bus_message* reply, void* question, sd_bus_error*) {

@@ -16,7 +16,6 @@ namespace quillard::atspi {
 namespace {
 
 using test::FakeAccessibilityBus;
-using test::FakeObject;
 using test::FakeProgram;
 using test::waitUntil;
 

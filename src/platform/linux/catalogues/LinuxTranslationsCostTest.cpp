@@ -12,10 +12,8 @@ namespace {
 
 using namespace test;
 using platform::SourceText;
-using platform::SourceTexts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 // What translations may cost.
 using LinuxTranslationsCost = LinuxTranslationsFixture;

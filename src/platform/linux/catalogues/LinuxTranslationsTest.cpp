@@ -12,7 +12,6 @@ namespace {
 
 using namespace test;
 using platform::SourceText;
-using platform::SourceTexts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;

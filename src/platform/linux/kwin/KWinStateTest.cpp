@@ -12,7 +12,6 @@ namespace quillard::kwin {
 namespace {
 
 using desktop::Window;
-using desktop::WindowsSnapshot;
 using desktop::WindowType;
 
 constexpr const char* kFirst = "{535313cc-489d-408a-a13b-7d916c4a3e5b}";

@@ -48,7 +48,10 @@ struct KWinWindows::State {
   // Absent: nothing is known.
   std::optional<WindowsSnapshot> read() {
     const MutexLock lock(mutex);
-    while (std::chrono::steady_clock::now() < askingUntil) changed.wait_until(mutex, askingUntil);
+    while (std::chrono::steady_clock::now() < askingUntil) {
+      const auto until = askingUntil;  // What is waited for is read without the lock, too.
+      changed.wait_until(mutex, until);
+    }
     return present;
   }
 };

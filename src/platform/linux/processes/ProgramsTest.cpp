@@ -134,7 +134,7 @@ TEST_F(Programs, EntriesThatAreNoneAreLeftOut) {
         "e\n");
   fs::create_directory(root / "shared/applications/folder.desktop");
   fs::create_symlink("/nowhere", root / "shared/applications/dangling.desktop");
-  std::ofstream(root / "shared/applications/empty.desktop");
+  std::ofstream(root / "shared/applications/empty.desktop").flush();
   for (const char* const name : {"big", "latin", "folder", "dangling", "empty"}) {
     EXPECT_EQ(identity({.executable = "/x"}, name).identifier, "/x") << name;
   }

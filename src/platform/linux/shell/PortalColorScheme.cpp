@@ -122,6 +122,9 @@ void PortalColorScheme::askSetting(const char* key, std::string ThemeFacts::*pla
   });
   connect(program, &QProcess::errorOccurred, program, &QObject::deleteLater);
   QTimer::singleShot(kAnswerTimeout, program, &QProcess::kill);
+  // With something to do in the child, Qt gives it memory of its own (fork, not vfork): the thread sanitizer ends a
+  // program of which a child shares the memory.
+  program->setChildProcessModifier([] {});
   program->start(QStringLiteral("gsettings"),
                  {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.interface"), QLatin1String(key)});
 }

@@ -57,7 +57,7 @@ class StepShape {
 
 class TemplateImageEngine final : public QIconEngine {
  public:
-  TemplateImageEngine(TemplateImage image, IconInk ink) : image(std::move(image)), ink(std::move(ink)) {}
+  TemplateImageEngine(TemplateImage image, IconInk ink) : image(std::move(image)), ink(ink) {}
 
   void paint(QPainter* painter, const QRect& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override {
     drawTemplateImage(*painter, image, rect, ink);

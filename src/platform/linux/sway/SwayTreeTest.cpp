@@ -11,7 +11,6 @@ namespace {
 
 using desktop::Window;
 using desktop::WindowCoverage;
-using desktop::WindowsSnapshot;
 
 // As sway 1.7 says it, shortened: a floating window of GTK 3 with sway's title bar, and one on top of it.
 constexpr const char* kTwoWindows =

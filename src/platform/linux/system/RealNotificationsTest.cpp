@@ -20,7 +20,6 @@
 namespace quillard::desktop {
 namespace {
 
-using platform::UserNotification;
 using test::ChildProcess;
 using test::waitUntil;
 

@@ -11,7 +11,6 @@ namespace {
 
 using platform::ActivationPolicy;
 using platform::RunningApplication;
-using platform::WorkspaceEvent;
 using platform::WorkspaceEventKind;
 
 constexpr std::int32_t kProcess = 42;

@@ -415,6 +415,8 @@ void HostileRelay::replayOldFrame() {
 
 void HostileRelay::sendGarbage() {
   if (agents.empty()) return;
+  const std::string decision = R"({"type":"approval.request","decisionID":"x","encryptedRequest":)"
+                               R"({"version":1,"nonce":"AAAA","ciphertext":"AAAA"}})";
   const std::vector<std::string> garbage{"",
                                          "{",
                                          "[]",
@@ -422,8 +424,7 @@ void HostileRelay::sendGarbage() {
                                          R"({"type":"phone.status","phoneCount":-1e999})",
                                          R"({"type":"mac.clock"})",
                                          "{\"type\":\"\xff\"}",
-                                         R"({"type":"approval.request","decisionID":"x","encryptedRequest":)"
-                                         R"({"version":1,"nonce":"AAAA","ciphertext":"AAAA"}})"};
+                                         decision};
   stage.happened(Fault::garbageIsSent);
   const auto link = agents.back();
   if (link->connection->isAccepted() && !link->connection->isEnded()) link->connection->sendText(chance.pick(garbage));

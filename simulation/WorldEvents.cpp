@@ -25,6 +25,7 @@ void WorldEvents::step() {
   act(chance.below(kinds));
 }
 
+// NOLINTNEXTLINE(readability-function-size): a table of what happens how often.
 void WorldEvents::act(std::size_t kind) {
   switch (kind) {
     // Everyday life.

@@ -22,7 +22,7 @@ class DoctorExamination {
       : platform(platform),
         transports(platform.httpSessions, platform.webSockets, {platform.environment, &platform.userDefaults}),
         pairing(pairing),
-        traits(std::move(traits)) {}
+        traits(traits) {}
 
   // `onDone` comes once, on the main thread, after some seconds at the longest; not when this has gone.
   void start(std::function<void(const DoctorFacts&)> onDone);

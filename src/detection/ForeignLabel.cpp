@@ -115,8 +115,8 @@ JudgedLabel judgedByAll(std::string_view shown, const std::vector<SourceText>& s
   const auto meanings = withoutChanceHits(all);
   const bool does =
       anyOf(meanings, [](LabelSense sense) { return sense == LabelSense::grant || sense == LabelSense::action; });
-  if (meanings.empty() || (does && anyOf(meanings, isRefusing))) return asItStands;
   const auto* const first = leading(meanings, [](LabelSense) { return true; });
+  if (!first || (does && anyOf(meanings, isRefusing))) return asItStands;
   const auto* const known = leading(meanings, [](LabelSense sense) { return sense != LabelSense::unknown; });
   const bool isChance = !known || known->source->count * kSmallestPart < first->source->count;
   const auto& chosen = isChance ? *first : *known;

@@ -177,7 +177,10 @@ TEST_P(Verdict, IsTheOneOfTheTable) {
     return found.size() == 1 && shown() == *row.prompt;
   };
   // Twice: a window that has just come up may still be on its way to its place.
-  const bool isRight = world.binding.eventually([&] { return isAsExpected() && isAsExpected(); });
+  const bool isRight = world.binding.eventually([&] {
+    if (!isAsExpected()) return false;
+    return isAsExpected();
+  });
   if (isRight) return;
   ASSERT_EQ(found.size(), 1U) << running.errors() << world.diagnostics();
   EXPECT_EQ(shown(), *row.prompt) << world.diagnostics();

@@ -51,10 +51,10 @@ class AddJudgedWindow : public testing::Test {
 
   // Its exit code; what it prints is in `printed`.
   int run(std::vector<std::string> arguments) {
-    ChildProcess::Start start{
-        .command = {"bash", "-c", "exec \"$@\" 2>&1", "bash", PROJECT_FOLDER "/scripts/add-judged-window.sh"},
-        .environment = presentEnvironment(),
-        .input = ""};
+    ChildProcess::Start start{.command = {"bash", "-c", "exec \"$@\" 2>&1", "bash",
+                                          std::string(PROJECT_FOLDER) + "/scripts/add-judged-window.sh"},
+                              .environment = presentEnvironment(),
+                              .input = ""};
     start.command.insert(start.command.end(), arguments.begin(), arguments.end());
     start.environment.push_back("QUILLARD_BUILD_FOLDER=" BUILD_FOLDER);
     start.environment.push_back("QUILLARD_GOLDEN_FOLDER=" + folder.path() + "/golden");

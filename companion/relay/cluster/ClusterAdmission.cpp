@@ -82,7 +82,7 @@ void ClusterAdmission::refresh(const Lookup& lookup, const Done& refused, std::f
 }
 
 void ClusterAdmission::decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts,
-                                          Done done) {
+                                          const Done& done) {
   refresh({.pairingID = pairingID, .from = request.from}, done, [this, request, pairingID, attempts, done] {
     pairings.recount();
     auto answer = service.answer(request, now());
@@ -154,7 +154,8 @@ void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFro
 }
 
 // The mirror may not know yet that the home has moved.
-void ClusterAdmission::admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+void ClusterAdmission::admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest,
+                                  const Done& done) {
   const Lookup lookup{.pairingID = candidate.who.pairingID};
   refresh(lookup, done, [this, candidate = std::move(candidate), isFromRelay, latest, done]() mutable {
     const auto residence = member.residenceOf(candidate.who.pairingID);
@@ -163,7 +164,7 @@ void ClusterAdmission::admitPhone(RelayService::Candidate candidate, bool isFrom
   });
 }
 
-void ClusterAdmission::claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+void ClusterAdmission::claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, const Done& done) {
   const std::string pairingID = candidate.who.pairingID;
   const bool isAgent = candidate.who.role == Role::agent;
   member.claim(pairingID, isAgent, [=, this, candidate = std::move(candidate)](ClusterMember::Claim claimed) mutable {

@@ -80,9 +80,9 @@ class ClusterAdmission {
   void decideUpgrade(const HttpRequest& request, bool isFromRelay, Done done);
   void decideMember(RelayService::Candidate candidate, bool isFromRelay, Done done);
   void decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
-  void claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
+  void claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, const Done& done);
   void admit(const RelayService::Candidate& candidate, const Done& done);
-  void decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts, Done done);
+  void decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts, const Done& done);
   void decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay, Done done);
   // What a client makes the relay ask.
   struct Lookup {
@@ -90,7 +90,7 @@ class ClusterAdmission {
     RatePrefixes from{};  // Empty: that is not counted.
   };
   void refresh(const Lookup& lookup, const Done& refused, std::function<void()> done);
-  void admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
+  void admitPhone(RelayService::Candidate candidate, bool isFromRelay, Instant latest, const Done& done);
   void tryWaiting(const std::function<bool(const Waiting&)>& isDue);
 
   ClusterMember& member;

@@ -216,7 +216,7 @@ void ClusterMember::beat() {
   });
 }
 
-void ClusterMember::leave(std::function<void()> done) {
+void ClusterMember::leave(const std::function<void()>& done) {
   isLeaving = true;
   ++watchNumber;
   ClusterTransaction transaction;

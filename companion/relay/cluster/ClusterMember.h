@@ -75,7 +75,7 @@ class ClusterMember {
   // To be called a few times a second from then on.
   void tick(Instant now);
   // Gives its homes away, so that others can take them before its lease ends. `done` once, when that is done or failed.
-  void leave(std::function<void()> done);
+  void leave(const std::function<void()>& done);
 
   // Whether somebody may be let in by what the mirror says.
   [[nodiscard]] bool isFresh(Instant now);

@@ -74,7 +74,7 @@ PhoneMessage readAsleep(const MessageMembers& members) {
 // The wider variant.
 template <class To, class From>
 To widened(From from) {
-  return std::visit([](auto&& message) { return To(std::move(message)); }, std::move(from));
+  return std::visit([](auto&& message) { return To(std::forward<decltype(message)>(message)); }, std::move(from));
 }
 
 // `read(type, members, writer)` where the text is a message.

@@ -43,7 +43,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
   }
 
   void readPage(const std::string& begin, const std::string& after, ClusterReading sofar,
-                std::function<void(std::optional<ClusterReading>)> done) {
+                const std::function<void(std::optional<ClusterReading>)>& done) {
     auto body = etcd::rangeText(options.prefix, begin, after, sofar.revision, kPage);
     post(etcd::kRangePath, std::move(body), [=, this, sofar = std::move(sofar)](const auto& answer) mutable {
       auto range = answer ? etcd::readRange(*answer, options.prefix) : std::nullopt;
@@ -57,7 +57,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     });
   }
 
-  void watch(Revision first, ClusterWatcher watcher) {
+  void watch(Revision first, const ClusterWatcher& watcher) {
     if (watching) {
       watching->stop();
       ++watchedMember;
@@ -265,7 +265,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
         });
   }
 
-  void finish(Call call, std::optional<std::string> answer) {
+  void finish(const Call& call, std::optional<std::string> answer) {
     --underWay;
     call.done(std::move(answer));
     if (!isStopped) sendNext();

@@ -246,7 +246,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
             .from = client.ratePrefixes()};
   }
 
-  void send(HttpResponse answer, bool mayGoOn) {
+  void send(const HttpResponse& answer, bool mayGoOn) {
     ++dependencies.metrics.answers[answer.status];
     const bool goesOn = mayGoOn && !dependencies.service.stopRequested();
     head = headText(answer, {.isEncrypted = stream.isEncrypted(), .keepsAlive = goesOn, .isForHead = isForHead});

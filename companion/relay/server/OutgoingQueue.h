@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -57,7 +58,7 @@ class OutgoingQueue {
     std::size_t bytes = 0;
     for (std::size_t i = sent; i < entries.size(); ++i) {
       const auto& text = entries[i].text;
-      bytes += text->size() / static_cast<std::size_t>(text.use_count());
+      bytes += text->size() / static_cast<std::size_t>(std::max(text.use_count(), 1L));
     }
     return bytes;
   }

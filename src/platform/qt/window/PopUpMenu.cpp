@@ -13,7 +13,7 @@ constexpr int kDistance = 4;
 }  // namespace
 
 void popUpMenu(ActionButton& anchor, const std::vector<MenuItemContent>& items,
-               std::function<void(std::size_t)> onChoice) {
+               const std::function<void(std::size_t)>& onChoice) {
   auto* menu = new QMenu(anchor.window());
   menu->setAttribute(Qt::WA_DeleteOnClose);
   auto* style = new MenuStyle;

@@ -91,7 +91,7 @@ void QtStatusWindowView::updateAppearance() {
 
 void QtStatusWindowView::popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
                                    std::function<void(std::size_t)> onChoice) {
-  if (window) window->popUpMenu(button, items, std::move(onChoice));
+  if (window) window->popUpMenu(button, items, onChoice);
 }
 
 void QtStatusWindowView::askForText(const TextQuestion& question, TakeText take) {

@@ -134,8 +134,8 @@ void StatusWindow::setColorScheme(ColorScheme chosen) {
 }
 
 void StatusWindow::popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
-                             std::function<void(std::size_t)> onChoice) {
-  if (auto* anchor = buttonFor(button)) qt::popUpMenu(*anchor, items, std::move(onChoice));
+                             const std::function<void(std::size_t)>& onChoice) {
+  if (auto* anchor = buttonFor(button)) qt::popUpMenu(*anchor, items, onChoice);
 }
 
 void StatusWindow::askForText(const TextQuestion& question, TakeText take) {

@@ -31,7 +31,7 @@ class StatusWindow final : public QWidget {
   void makeWay();
   void updateAppearance();
   void popUpMenu(StatusWindowButton button, const std::vector<MenuItemContent>& items,
-                 std::function<void(std::size_t)> onChoice);
+                 const std::function<void(std::size_t)>& onChoice);
   void askForText(const TextQuestion& question, TakeText take);
 
  protected:

@@ -87,6 +87,12 @@ class RunEndToEnd : public testing::Test {
     start.environment = desktop ? desktop->environment()
                                 : demo::Variables{"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
                                                   "PATH=" + std::string(std::getenv("PATH"))};
+    // What the sanitizers are to pass over in libraries.
+    for (const char* const variable : {"ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+      if (const char* const value = std::getenv(variable); value && !desktop) {
+        start.environment.push_back(std::string(variable) + "=" + value);
+      }
+    }
     start.environment.insert(start.environment.end(),
                              {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, "QUILLARD_DIALOG_DIAGNOSTICS=1", mark});
     return start;

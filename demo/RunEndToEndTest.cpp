@@ -25,6 +25,7 @@
 #include "private-desktop/PrivateDesktop.h"
 #include "private-desktop/TemporaryFolder.h"
 #include "private-desktop/Waiting.h"
+#include "support/SanitizerOptions.h"
 
 // ./run on a machine without a display, as a person starts it, on what is built here: agent, relay, phone and prompt
 // are programs of their own, and all of them go.
@@ -87,11 +88,9 @@ class RunEndToEnd : public testing::Test {
     start.environment = desktop ? desktop->environment()
                                 : demo::Variables{"HOME=" + place.path() + "/home", "TMPDIR=" + place.path() + "/tmp",
                                                   "PATH=" + std::string(std::getenv("PATH"))};
-    // What the sanitizers are to pass over in libraries.
-    for (const char* const variable : {"ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-      if (const char* const value = std::getenv(variable); value && !desktop) {
-        start.environment.push_back(std::string(variable) + "=" + value);
-      }
+    if (!desktop) {
+      const auto passedOn = test::sanitizerOptions();
+      start.environment.insert(start.environment.end(), passedOn.begin(), passedOn.end());
     }
     start.environment.insert(start.environment.end(),
                              {"QUILLARD_BUILD_FOLDER=" QUILLARD_BUILD, "QUILLARD_DIALOG_DIAGNOSTICS=1", mark});

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "support/ChildProcess.h"
+#include "support/SanitizerOptions.h"
 #include "support/TemporaryFolder.h"
 #include "support/WaitUntil.h"
 
@@ -115,11 +116,11 @@ class Asking : public testing::Test {
     std::vector<std::string> command{QUILLARD_PROGRAM};
     if (!arguments.empty() && arguments[0].starts_with('/')) command.clear();
     command.insert(command.end(), arguments.begin(), arguments.end());
+    auto environment = test::sanitizerOptions();
+    environment.insert(environment.end(), {"XDG_RUNTIME_DIR=" + folder.path(), "HOME=" + folder.path(),
+                                           "QT_QPA_PLATFORM=offscreen", "LC_ALL=C.UTF-8", "PATH=" + path});
     return std::make_unique<ChildProcess>(
-        ChildProcess::Start{.command = command,
-                            .environment = {"XDG_RUNTIME_DIR=" + folder.path(), "HOME=" + folder.path(),
-                                            "QT_QPA_PLATFORM=offscreen", "LC_ALL=C.UTF-8", "PATH=" + path},
-                            .input = input});
+        ChildProcess::Start{.command = command, .environment = environment, .input = input});
   }
   void startAgent() {
     agent = launch({});

@@ -1,6 +1,7 @@
 #include "private-desktop/TemporaryFolder.h"
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -18,9 +19,31 @@ std::string placeOfFolders() {
   return requested && *requested ? requested : "/tmp";
 }
 
+constexpr std::array kEndings{SIGINT, SIGTERM, SIGHUP};
+
+// The signals that end a program wait meanwhile: the folder is never there without its janitor.
+class WithoutEndings {
+ public:
+  WithoutEndings() {
+    sigset_t endings;
+    ::sigemptyset(&endings);
+    for (const int signal : kEndings) ::sigaddset(&endings, signal);
+    ::pthread_sigmask(SIG_BLOCK, &endings, &before);
+  }
+  WithoutEndings(const WithoutEndings&) = delete;
+  WithoutEndings& operator=(const WithoutEndings&) = delete;
+  ~WithoutEndings() { end(); }
+
+  void end() const { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+ private:
+  sigset_t before{};
+};
+
 }  // namespace
 
 TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard.XXXXXX") {
+  const WithoutEndings without;
   std::array<int, 2> pipe{-1, -1};
   if (!::mkdtemp(folder.data()) || ::pipe(pipe.data()) != 0) throw std::runtime_error("mkdtemp");
   for (const int end : pipe) ::fcntl(end, F_SETFD, FD_CLOEXEC);
@@ -28,6 +51,8 @@ TemporaryFolder::TemporaryFolder() : folder(placeOfFolders() + "/quillard.XXXXXX
   if (janitor == 0) {
     // Not to be killed by a signal to the group of its owner. Tries again, since servers may still be writing.
     ::setsid();
+    for (const int signal : kEndings) ::signal(signal, SIG_IGN);  // One that came before that, too.
+    without.end();
     ::dup2(pipe[0], STDIN_FILENO);
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     ::dup2(nowhere, STDOUT_FILENO);

@@ -41,9 +41,14 @@ void replacePrompt(ClickWorld& world) {
   openAbove(world);
 }
 
+// The text, wherever it stands by now.
 void askSomethingElse(ClickWorld& world) {
-  const auto children = world.desktop().children(world.prompt);
-  if (!children.empty()) world.desktop().setAttribute(children.front(), ax::kValue, std::string{"Something else?"});
+  for (const auto child : world.desktop().children(world.prompt)) {
+    const auto role = world.desktop().attribute(child, ax::kRole);
+    if (!role.hasValue() || std::get<std::string>(role.value()) != "AXStaticText") continue;
+    world.desktop().setAttribute(child, ax::kValue, std::string{"Something else?"});
+    return;
+  }
 }
 
 void coverWithAnotherApplication(ClickWorld& world) {

@@ -63,7 +63,8 @@ const unwanted = ["optin.performance.Padding", "cplusplus.NewDeleteLeaks"]
 // The analyser follows every path through a function, and macros of tests have thousands that mean nothing. Their tables
 // are as long as they are.
 const unwantedInTests = "-clang-analyzer-*,-readability-function-size";
-const isTest = (name) => name.endsWith("Test.cpp") || name.startsWith("tests/");
+const isTest = (name) =>
+  name.endsWith("Test.cpp") || ["tests/", "benchmarks/"].some((each) => name.startsWith(each));
 
 // The sources of a folder are compiled together in the everyday build; each is looked at alone.
 const togetherIn = /\/Unity\/unity_\d+_\w+\.cxx$/;

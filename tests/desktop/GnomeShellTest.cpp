@@ -25,7 +25,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
-using testing::Not;
 
 constexpr int kActiveState = 1;
 

@@ -20,7 +20,6 @@ using platform::simulated::DialogSpec;
 using platform::simulated::NodeHandle;
 using platform::simulated::PressEffect;
 using samples::AgentWorld;
-using samples::keptSecrets;
 
 constexpr int kSteps = 40;
 constexpr const char* kPasswordLine = "Enter your password.";

@@ -11,7 +11,6 @@ namespace {
 
 using relayserver::EtcdOptions;
 using relayserver::EtcdStore;
-using relayserver::PeerAddress;
 
 class NoLog final : public relayserver::EventLog {
  public:

@@ -126,8 +126,7 @@ class QtWebSocketTask final : public platform::WebSocketTask {
 
 }  // namespace
 
-QtWebSockets::QtWebSockets(QtNetworkThread& network, TransportOptions options)
-    : network(network), options(options) {}
+QtWebSockets::QtWebSockets(QtNetworkThread& network, TransportOptions options) : network(network), options(options) {}
 
 std::unique_ptr<platform::WebSocketTask> QtWebSockets::makeTask(SerialExecutor& executor, WebSocketRequest request,
                                                                 std::function<void()> didOpen) {

@@ -209,7 +209,9 @@ TEST(AppDelegateIdentity, AScanThatBeganBeforeAnAnswerBringsNothingBack) {
     agent.desktop().changeSpace();
     agent.advance(0.25);
     for (const auto& shown : agent.phone.shown()) {
-      if (shown.windowTitle == "Delete?") EXPECT_EQ(shown.id, asked.id) << i;
+      if (shown.windowTitle == "Delete?") {
+        EXPECT_EQ(shown.id, asked.id) << i;
+      }
     }
   }
   EXPECT_THAT(agent.phone.shownTitles(), ElementsAre("Slow"));

@@ -90,7 +90,9 @@ TEST(TextCatalogue, IsCompleteInEveryLanguage) {
     EXPECT_TRUE(seen.insert(row.mac).second) << row.mac << " stands there twice.";
     EXPECT_NE(row.german, "") << row.mac;
     EXPECT_EQ(placesIn(row.german), placesIn(row.mac)) << row.mac;
-    if (!row.computer.empty()) EXPECT_EQ(placesIn(row.computer), placesIn(row.mac)) << row.mac;
+    if (!row.computer.empty()) {
+      EXPECT_EQ(placesIn(row.computer), placesIn(row.mac)) << row.mac;
+    }
   }
 }
 

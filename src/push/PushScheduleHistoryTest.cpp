@@ -178,7 +178,9 @@ class History {
       EXPECT_EQ(plan.subscriptionID, one.subscription);
       EXPECT_TRUE(one.isNamed) << "It may be gone.";
       EXPECT_FALSE(plan.prompts.empty()) << "It would show nothing.";
-      if (one.lastPush) EXPECT_GE(now - *one.lastPush, std::chrono::seconds(10));
+      if (one.lastPush) {
+        EXPECT_GE(now - *one.lastPush, std::chrono::seconds(10));
+      }
       EXPECT_TRUE(names.insert(plan.pushID).second);
       one.lastPush = now;
       for (const auto& id : plan.prompts) {
@@ -192,7 +194,9 @@ class History {
 
   void check() {
     const auto next = schedule.nextDue(now);
-    if (next) EXPECT_GE(*next, now) << "What was due was taken.";
+    if (next) {
+      EXPECT_GE(*next, now) << "What was due was taken.";
+    }
   }
 
   // Left alone, every phone that can be woken is told of everything that waits and that it was not shown.

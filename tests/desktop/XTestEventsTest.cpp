@@ -213,7 +213,9 @@ TEST_F(XTestEventsTest, TheHardwaresWayLeadsToWhateverIsThereIfItIsTheExpectedPr
   ASSERT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30"}));
   for (const bool isDown : {true, false}) {
     const auto key = input.createKeyboardEvent(KeyCode::returnKey, isDown);
-    if (isDown) EXPECT_FALSE(input.postToDesktop(*key, ownerProgram.pid()));
+    if (isDown) {
+      EXPECT_FALSE(input.postToDesktop(*key, ownerProgram.pid()));
+    }
     EXPECT_TRUE(input.postToDesktop(*key, otherProgram.pid()));
   }
   EXPECT_TRUE(gets(other, {"press 1 at 20,30", "release 1 at 20,30", "key 36 down", "key 36 up"}));

@@ -208,7 +208,9 @@ TEST_P(DesktopQuestionEndToEnd, IsOnThePhoneSoonAndAnswered) {
   const auto run = [&](const std::vector<std::string>& command) {
     return desktop.launch(command.front(), {command.begin() + 1, command.end()});
   };
-  if (!question.before.empty()) EXPECT_EQ(run(question.before).wait(), 0);
+  if (!question.before.empty()) {
+    EXPECT_EQ(run(question.before).wait(), 0);
+  }
   startAgent();
   EXPECT_EQ(desktop.launch("sleep", {"6"}).wait(), 0);  // All that the start set off is over.
   auto program = run(question.command);

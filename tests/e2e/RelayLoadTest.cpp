@@ -100,7 +100,9 @@ class RelayLoad : public RelayServer {
   void expectMemoryWithinBudget() const {
     EXPECT_LE(metric("quillard_relay_memory_bytes"), kMemory * kMebibyte);
     // Sanitizers keep what was freed for a while.
-    if (!kIsSanitized) EXPECT_LE(residentBytes(), memoryAtStart + (kMemory + kOverhead) * kMebibyte);
+    if (!kIsSanitized) {
+      EXPECT_LE(residentBytes(), memoryAtStart + (kMemory + kOverhead) * kMebibyte);
+    }
   }
 
   std::size_t memoryAtStart = 0;

@@ -177,7 +177,9 @@ TEST_F(RelayServer, SaysDeliveredOnlyOfWhatAConnectionOfTheComputerTook) {
   }
   readReceipts(hasMoved ? receipts.size() + 1 : kDecisions + 1);
   for (const auto& [decisionID, wasDelivered] : receipts) {
-    if (wasDelivered) EXPECT_TRUE(arrived.contains(decisionID)) << decisionID;
+    if (wasDelivered) {
+      EXPECT_TRUE(arrived.contains(decisionID)) << decisionID;
+    }
   }
   EXPECT_TRUE(receipts["last"]);
 }

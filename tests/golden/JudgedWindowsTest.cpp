@@ -113,7 +113,9 @@ TEST(JudgedWindows, SayNothingTwice) {
   for (const auto& each : allWindows()) {
     for (const auto& prompt : each.judgement.prompts) {
       const auto& lines = prompt.messageLines;
-      if (lines.size() > 1) EXPECT_NE(text::normalized(lines.front()), text::normalized(prompt.windowTitle));
+      if (lines.size() > 1) {
+        EXPECT_NE(text::normalized(lines.front()), text::normalized(prompt.windowTitle));
+      }
       const bool namesField = std::find(lines.begin(), lines.end(), "Password:") != lines.end();
       EXPECT_FALSE(namesField && std::find(lines.begin(), lines.end(), "Password") != lines.end()) << each.window.name;
     }

@@ -198,7 +198,9 @@ class AgentLife {
     agent.advance(1);
     const auto answers = agent.phone.answers(identifier);
     ASSERT_EQ(answers.size(), before.size() + 1) << identifier;
-    if (!before.empty()) EXPECT_EQ(answers.back(), before.back()) << identifier;
+    if (!before.empty()) {
+      EXPECT_EQ(answers.back(), before.back()) << identifier;
+    }
     EXPECT_EQ(agent.desktop().presses().size(), presses) << "Nothing is pressed for it.";
   }
 

@@ -208,7 +208,9 @@ class SleepingPhone {
     EXPECT_TRUE(isNamed || !isTold) << "The relay has named no subscription on this connection.";
     EXPECT_NE(place, Place::awake) << "It shows its page.";
     EXPECT_EQ(push["subscriptionID"], std::to_string(subscription));
-    if (lastPush) EXPECT_GE((now - *lastPush).count(), 9.4);
+    if (lastPush) {
+      EXPECT_GE((now - *lastPush).count(), 9.4);
+    }
     lastPush = now;
     const std::string topic = push["topic"];
     std::set<Uuid> about;

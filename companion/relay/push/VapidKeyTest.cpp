@@ -108,7 +108,9 @@ TEST(VapidKey, WritesBothHalvesOfEverySignatureInFull) {
     ASSERT_EQ(signature.size(), 64U);
     const bool isShort = signature[0] == '\0' || signature[32] == '\0';
     shorter += isShort ? 1 : 0;
-    if (isShort || i < 20) ASSERT_TRUE(isSignedBy(point, text, signature)) << i;
+    if (isShort || i < 20) {
+      ASSERT_TRUE(isSignedBy(point, text, signature)) << i;
+    }
   }
   EXPECT_LT(shorter, 60);
 }

@@ -114,7 +114,9 @@ TEST(TunableTable, WritesEachValueAsItIsReadAgain) {
   for (const auto& tunable : tunables()) {
     for (const auto* text : {"0.35", "300", "1e-05", "inf", "on", "off", "/etc/authority.pem"}) {
       const auto value = readTunable(tunable, text);
-      if (value) EXPECT_EQ(readTunable(tunable, tunableText(tunable, *value)), value) << tunable.name << "=" << text;
+      if (value) {
+        EXPECT_EQ(readTunable(tunable, tunableText(tunable, *value)), value) << tunable.name << "=" << text;
+      }
     }
   }
   EXPECT_EQ(tunableText(*findTunable("event-scan-debounce"), {.value = 0.35}), "0.35");

@@ -138,7 +138,9 @@ TEST_P(UserDefaultsContract, MayBeUsedByManyThreads) {
       for (int i = 0; i <= 200; ++i) {
         binding->defaults().set(key, double(i));
         EXPECT_EQ(binding->defaults().object(key), UserDefaultsValue(double(i)));
-        if (i % 50 == 0) EXPECT_EQ(binding->defaults().synchronize(), std::nullopt);
+        if (i % 50 == 0) {
+          EXPECT_EQ(binding->defaults().synchronize(), std::nullopt);
+        }
       }
     });
   }

@@ -298,12 +298,16 @@ void expectEnglishIsRight(const LanguageWindow& window, const Verdict& verdict) 
   const bool isPrompt = window.kind == WindowKind::prompt || window.kind == WindowKind::secret;
   EXPECT_EQ(verdict.isTaken, isPrompt || kKnownMistakes.contains(window.name)) << described(window.name, verdict);
   if (!verdict.isTaken) return;
-  if (window.kind == WindowKind::secret) EXPECT_TRUE(verdict.isForDirectAccess) << window.name;
+  if (window.kind == WindowKind::secret) {
+    EXPECT_TRUE(verdict.isForDirectAccess) << window.name;
+  }
   ASSERT_EQ(verdict.safe.size(), verdict.labels.size());
   for (std::size_t i = 0; i < verdict.labels.size(); ++i) {
     EXPECT_EQ(verdict.safe[i], kSafeInEnglish.contains(verdict.labels[i])) << described(window.name, verdict);
   }
-  if (isPrompt) EXPECT_GE(safeButtons(verdict), 1) << described(window.name, verdict);
+  if (isPrompt) {
+    EXPECT_GE(safeButtons(verdict), 1) << described(window.name, verdict);
+  }
   if (verdict.recommended) {
     EXPECT_TRUE(kRecommendableInEnglish.contains(window.name))
         << described(window.name, verdict) << ": " << verdict.labels[*verdict.recommended];

@@ -285,7 +285,9 @@ TEST(ShellPress, StartsAnewWhereTheShellBecameSlowOnceTheButtonHadTheFocus) {
   world.compositor.onCheck = [&] {
     const int check = ++checks;
     world.compositor.isSlowOnceItIsOpen = check == 2 || check == 3;
-    if (check == 3) EXPECT_EQ(world.focused(), "/allow") << "While nothing can be pressed, the button is not focused.";
+    if (check == 3) {
+      EXPECT_EQ(world.focused(), "/allow") << "While nothing can be pressed, the button is not focused.";
+    }
   };
   EXPECT_EQ(world.press("Don't Allow"), AXError::success);
   EXPECT_GE(checks, 5);

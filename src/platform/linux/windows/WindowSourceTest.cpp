@@ -90,8 +90,8 @@ TEST(WindowSource, WhileTheSourceKnowsNothingProgramsAnnounceTheRest) {
 }
 
 TEST(WindowSource, ADesktopIsOneOfItsNames) {
-  EXPECT_TRUE(isDesktop(Session({{"XDG_CURRENT_DESKTOP", "ubuntu:GNOME"}}), "GNOME"));
-  EXPECT_FALSE(isDesktop(Session({{"XDG_CURRENT_DESKTOP", "GNOME-Flashback"}}), "GNOME"));
+  EXPECT_TRUE(isDesktop(Session(Variables{{"XDG_CURRENT_DESKTOP", "ubuntu:GNOME"}}), "GNOME"));
+  EXPECT_FALSE(isDesktop(Session(Variables{{"XDG_CURRENT_DESKTOP", "GNOME-Flashback"}}), "GNOME"));
   EXPECT_FALSE(isDesktop(Session({}), "GNOME"));
 }
 

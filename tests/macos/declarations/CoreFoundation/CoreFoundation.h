@@ -30,8 +30,9 @@
 #else
 #define QUILLARD_OPEN_ENUM
 #endif
-#define CF_ENUM(type, name)                 \
-  enum QUILLARD_OPEN_ENUM name : type name; \
+// What "typedef" before it names is not used: GCC knows no typedef of an enumeration that is declared there.
+#define CF_ENUM(type, name) \
+  type name##AsInteger;     \
   enum QUILLARD_OPEN_ENUM name : type
 #define CF_OPTIONS(type, name) \
   type name;                   \

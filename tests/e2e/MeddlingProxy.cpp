@@ -136,7 +136,8 @@ void MeddlingProxy::run() {
     const int client = ::accept(listener, nullptr, nullptr);
     const int upstream = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const auto address = loopback(server);
-    ::connect(upstream, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    // Where nothing listens, the pair is over with its first reading.
+    static_cast<void>(::connect(upstream, reinterpret_cast<const sockaddr*>(&address), sizeof address));
     pairs.emplace_back(client, upstream, habit);
   }
 }

@@ -291,7 +291,7 @@ TEST_P(AgentHistory, HoldsItsPromises) {
   constexpr int kLivesInOneTest = 50;
   std::map<std::string, int> answers;
   for (int i = 0; i < kLivesInOneTest; ++i) {
-    const auto seed = static_cast<std::uint64_t>(GetParam() * kLivesInOneTest + i);
+    const auto seed = static_cast<std::uint64_t>(GetParam()) * kLivesInOneTest + static_cast<std::uint64_t>(i);
     SCOPED_TRACE("seed " + std::to_string(seed));
     AgentLife life{seed};
     life.live();

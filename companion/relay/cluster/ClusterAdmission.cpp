@@ -41,19 +41,19 @@ ClusterAdmission::ClusterAdmission(const Dependencies& dependencies)
       boot(dependencies.boot),
       lookups(lookupRate(dependencies.limits), dependencies.limits.addresses) {}
 
-void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, Done done) {
+void ClusterAdmission::decide(const HttpRequest& request, bool isFromRelay, const Done& done) {
   if (request.asksForWebSocket && request.target.starts_with("/ws?")) {
-    return decideUpgrade(request, isFromRelay, std::move(done));
+    return decideUpgrade(request, isFromRelay, done);
   }
   const auto target = parseRequestTarget(request.target);
   const bool isAboutPairing = target && target->segments.size() >= 3 && target->segments[0] == "api" &&
                               target->segments[1] == "pairings" && isPairingID(target->segments[2]);
   if (isAboutPairing && request.method == "PUT" && !isFromRelay) {
-    return decideRegistration(request, target->segments[2], kRegistrationAttempts, std::move(done));
+    return decideRegistration(request, target->segments[2], kRegistrationAttempts, done);
   }
   // Whether a page from elsewhere may ask is the same at every relay, and no token comes with that question.
   if (isAboutPairing && target->segments.size() == 3 && request.method != "OPTIONS") {
-    return decideQuestion(request, *target, isFromRelay, std::move(done));
+    return decideQuestion(request, *target, isFromRelay, done);
   }
   if (isFromRelay) return done(errorResponse(404, "There is nothing at this address."));
   const bool isHealth = request.target == "/healthz" && member.isFenced();
@@ -97,7 +97,7 @@ void ClusterAdmission::decideRegistration(const HttpRequest& request, const std:
 }
 
 void ClusterAdmission::decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay,
-                                      Done done) {
+                                      const Done& done) {
   const std::string& pairingID = target.segments[2];
   const Lookup lookup{.pairingID = pairingID, .from = isFromRelay ? RatePrefixes{} : request.from};
   refresh(lookup, done, [this, request, pairingID, isFromRelay, done] {
@@ -110,18 +110,18 @@ void ClusterAdmission::decideQuestion(const HttpRequest& request, const RequestT
 
 // ---- WebSockets
 
-void ClusterAdmission::decideUpgrade(const HttpRequest& request, bool isFromRelay, Done done) {
+void ClusterAdmission::decideUpgrade(const HttpRequest& request, bool isFromRelay, const Done& done) {
   auto examined = service.examine(request, now());
   if (auto* refusal = std::get_if<HttpResponse>(&examined)) return done(std::move(*refusal));
   // Whoever forwards it waits for another home.
   if (!member.isFresh(boot())) return done(isFromRelay ? misdirected() : unreachable());
-  decideMember(std::move(std::get<RelayService::Candidate>(examined)), isFromRelay, std::move(done));
+  decideMember(std::move(std::get<RelayService::Candidate>(examined)), isFromRelay, done);
 }
 
-void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFromRelay, Done done) {
+void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFromRelay, const Done& done) {
   const Instant latest = boot() + kNewHome;
   auto refusal = service.refusalForCandidate(candidate, now());
-  if (!refusal) return decidePlace(std::move(candidate), isFromRelay, latest, std::move(done));
+  if (!refusal) return decidePlace(std::move(candidate), isFromRelay, latest, done);
   constexpr int kUnauthorized = 401;
   constexpr int kForbidden = 403;
   const bool mayBeOld = refusal->status == kUnauthorized || refusal->status == kForbidden;
@@ -133,13 +133,14 @@ void ClusterAdmission::decideMember(RelayService::Candidate candidate, bool isFr
   });
 }
 
-void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done) {
+void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest,
+                                   const Done& done) {
   using Kind = ClusterMember::Residence::Kind;
   const bool isAgent = candidate.who.role == Role::agent;
   if (isAgent && isFromRelay) return done(misdirected());
   const auto residence = member.residenceOf(candidate.who.pairingID);
   if (!isAgent && residence.kind == Kind::here) {
-    return admitPhone(std::move(candidate), isFromRelay, latest, std::move(done));
+    return admitPhone(std::move(candidate), isFromRelay, latest, done);
   }
   if (!isAgent && residence.kind == Kind::elsewhere) {
     if (isFromRelay) return done(misdirected());
@@ -150,7 +151,7 @@ void ClusterAdmission::decidePlace(RelayService::Candidate candidate, bool isFro
                            .candidate = std::move(candidate),
                            .latest = latest});
   }
-  claim(std::move(candidate), isFromRelay, latest, std::move(done));
+  claim(std::move(candidate), isFromRelay, latest, done);
 }
 
 // The mirror may not know yet that the home has moved.
@@ -187,11 +188,11 @@ void ClusterAdmission::admit(const RelayService::Candidate& candidate, const Don
 
 // ---- Homes that do not answer
 
-void ClusterAdmission::decideAgain(Forwarding forwarding, bool isMisdirected, Done done) {
+void ClusterAdmission::decideAgain(Forwarding forwarding, bool isMisdirected, const Done& done) {
   const bool isTooLate = !forwarding.candidate || boot() >= forwarding.latest || waiting.size() >= kMostWaiting;
   if (isTooLate) return done(unreachable());
   if (!isMisdirected) {
-    waiting.push_back({std::move(forwarding), std::move(done)});
+    waiting.push_back({std::move(forwarding), done});
     return;
   }
   const std::string pairingID = forwarding.pairingID;
@@ -212,7 +213,7 @@ void ClusterAdmission::tryWaiting(const std::function<bool(const Waiting&)>& isD
       one.done(unreachable());
     } else {
       const Instant latest = one.forwarding.latest;
-      decidePlace(std::move(*one.forwarding.candidate), false, latest, std::move(one.done));
+      decidePlace(std::move(*one.forwarding.candidate), false, latest, one.done);
     }
   }
 }

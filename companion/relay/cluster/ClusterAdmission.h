@@ -50,9 +50,9 @@ class ClusterAdmission {
 
   using Done = std::function<void(ClusterDecision)>;
   // `isFromRelay`: another relay forwards it. Then it is not forwarded again: 421 says that the home is elsewhere.
-  void decide(const HttpRequest& request, bool isFromRelay, Done done);
+  void decide(const HttpRequest& request, bool isFromRelay, const Done& done);
   // The home could not be reached, or said that it is none: waits a little for another one.
-  void decideAgain(Forwarding forwarding, bool isMisdirected, Done done);
+  void decideAgain(Forwarding forwarding, bool isMisdirected, const Done& done);
 
   // Whether a message has to wait. After the process has slept it waits until it is known what happened; then `again`
   // is called once, later, and this is to be asked again. What revokes waits until it is kept; then `resume`
@@ -77,13 +77,13 @@ class ClusterAdmission {
     Done done;
   };
 
-  void decideUpgrade(const HttpRequest& request, bool isFromRelay, Done done);
-  void decideMember(RelayService::Candidate candidate, bool isFromRelay, Done done);
-  void decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, Done done);
+  void decideUpgrade(const HttpRequest& request, bool isFromRelay, const Done& done);
+  void decideMember(RelayService::Candidate candidate, bool isFromRelay, const Done& done);
+  void decidePlace(RelayService::Candidate candidate, bool isFromRelay, Instant latest, const Done& done);
   void claim(RelayService::Candidate candidate, bool isFromRelay, Instant latest, const Done& done);
   void admit(const RelayService::Candidate& candidate, const Done& done);
   void decideRegistration(const HttpRequest& request, const std::string& pairingID, int attempts, const Done& done);
-  void decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay, Done done);
+  void decideQuestion(const HttpRequest& request, const RequestTarget& target, bool isFromRelay, const Done& done);
   // What a client makes the relay ask.
   struct Lookup {
     std::string pairingID;

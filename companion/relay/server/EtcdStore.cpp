@@ -217,7 +217,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
   }
 
   void take(std::size_t chosen, Call call, HttpReply reply) {
-    if (reply.status == kOk) return finish(std::move(call), std::move(reply.body));
+    if (reply.status == kOk) return finish(call, std::move(reply.body));
     // What was wrong with the question is wrong at every member; without a leader the next one may have another.
     constexpr int kServerError = 500;
     constexpr int kLeaderless = 503;
@@ -238,7 +238,7 @@ class EtcdStore::Implementation final : public std::enable_shared_from_this<Impl
     if (reply.status == kServerError || reply.status == kLeaderless || reply.status == kGatewayTimeout) {
       return tryNext(chosen, std::move(call));
     }
-    finish(std::move(call), std::nullopt);
+    finish(call, std::nullopt);
   }
 
   // A machine that is busy answers late. What is given up is asked anew, with a handshake: that makes it only busier.

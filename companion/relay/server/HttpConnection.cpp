@@ -163,7 +163,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
   void answerUpgrade(const HttpRequestMessage& message, const HttpRequest& request) {
     if (const auto malformed = refusalForHandshake(message)) return send(*malformed, false);
     auto outcome = dependencies.service.admit(request, dependencies.now());
-    if (auto* refusal = std::get_if<HttpResponse>(&outcome)) return send(std::move(*refusal), false);
+    if (const auto* refusal = std::get_if<HttpResponse>(&outcome)) return send(*refusal, false);
     deadline.cancel();
     startWebSocket(std::move(stream), message, std::get<Admission>(outcome), dependencies);
   }
@@ -181,12 +181,11 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     asked = std::move(message);
     expireAfter(kDecisionTimeout);
     dependencies.cluster->admission().decide(
-        request, isFromRelay,
-        [self = shared_from_this()](ClusterDecision decision) { self->follow(std::move(decision)); });
+        request, isFromRelay, [self = shared_from_this()](const ClusterDecision& decision) { self->follow(decision); });
   }
 
-  void follow(ClusterDecision decision) {
-    if (auto* answer = std::get_if<HttpResponse>(&decision)) return send(std::move(*answer), keepsAlive);
+  void follow(const ClusterDecision& decision) {
+    if (const auto* answer = std::get_if<HttpResponse>(&decision)) return send(*answer, keepsAlive);
     if (const auto* admission = std::get_if<Admission>(&decision)) {
       deadline.cancel();
       return startWebSocket(std::move(stream), *asked, *admission, dependencies);
@@ -202,7 +201,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
     if (reply.status == 0 || reply.status == kMisdirected) {
       return dependencies.cluster->admission().decideAgain(
           forwarding, reply.status == kMisdirected,
-          [self = shared_from_this()](ClusterDecision decision) { self->follow(std::move(decision)); });
+          [self = shared_from_this()](const ClusterDecision& decision) { self->follow(decision); });
     }
     deadline.cancel();
     ++dependencies.metrics.answers[reply.status];

@@ -1,5 +1,6 @@
 // Texts, numbers, lists: CoreFoundation's objects.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -206,7 +207,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
     if (count == 0) break;
     const std::string bytes = encoded(characterAt(units, at, count));
     if (written + static_cast<CFIndex>(bytes.size()) > longest) break;
-    std::memcpy(buffer + written, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), buffer + written);
     written += static_cast<CFIndex>(bytes.size());
     at += static_cast<std::size_t>(count);
   }

@@ -175,8 +175,8 @@ TEST_F(LinuxWindowListTest, MayHaveChangedOnceSomethingHasAndNotOtherwise) {
     const int before = settled(hints);
     EXPECT_TRUE(waitInLoop([&] { return !binding.windowList.mayHaveChanged(); })) << "It is quiet.";
     change();
-    const bool isNoticed = waitInLoop([&] { return binding.windowList.mayHaveChanged(); });
-    return isNoticed ? hints - before : -1;
+    const bool hasChanged = waitInLoop([&] { return binding.windowList.mayHaveChanged(); });
+    return hasChanged ? hints - before : -1;
   };
   EXPECT_EQ(isNoticed([&] { client.setText(id, "_NET_WM_NAME", "UTF8_STRING", "renamed"); }), 0);
   EXPECT_EQ(isNoticed([&] { client.setText(id, "WM_NAME", "STRING", "renamed"); }), 0);

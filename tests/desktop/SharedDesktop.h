@@ -21,7 +21,8 @@ namespace quillard::test {
 //     inline static SharedDesktop shared;
 class SharedDesktop {
  public:
-  explicit SharedDesktop(PrivateDesktop::Options options = {}) : options(std::move(options)) {}
+  SharedDesktop() : SharedDesktop(PrivateDesktop::Options{}) {}
+  explicit SharedDesktop(PrivateDesktop::Options options) : options(std::move(options)) {}
 
   // Free of windows. Made by the first call.
   [[nodiscard]] PrivateDesktop& get() {

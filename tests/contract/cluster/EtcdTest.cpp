@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Etcd, ClusterStoreContract,
                          testing::Values(ClusterStoreBindingCase{"Etcd", [] { return std::make_unique<EtcdBinding>(); },
                                                                  [] { return EtcdMembers::isInstalled(); },
                                                                  EtcdMembers::kMissing}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& bindingCase) { return bindingCase.param.name; });
 
 }  // namespace
 }  // namespace quillard::test

@@ -24,7 +24,7 @@ INSTANTIATE_TEST_SUITE_P(Simulated, ClusterStoreContract,
                          testing::Values(ClusterStoreBindingCase{"Simulated",
                                                                  [] { return std::make_unique<SimulatedBinding>(); },
                                                                  [] { return true; }, ""}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& bindingCase) { return bindingCase.param.name; });
 
 }  // namespace
 }  // namespace quillard::test

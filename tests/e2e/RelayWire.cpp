@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/pem.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -27,6 +28,9 @@ int connected(std::uint16_t port, int receiveBuffer) {
   const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
   ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &kTimeout, sizeof kTimeout);
   ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kTimeout, sizeof kTimeout);
+  // As clients do: else a message waits for the acknowledgement of the one before.
+  constexpr int kOn = 1;
+  ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &kOn, sizeof kOn);
   if (receiveBuffer > 0) ::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   sockaddr_in address{};
   address.sin_family = AF_INET;

@@ -27,7 +27,7 @@ struct Figure {
 
 inline void print(const Figure& figure) {
   const double ratio = figure.own > 0 ? figure.other / figure.own : 0;
-  std::printf("| %s | %s | %.2f | %.2f %s | %.2f | %s |\n", figure.what.c_str(), figure.beside.c_str(), figure.own,
+  std::printf("| %s | %s | %.4g | %.4g %s | %.3g | %s |\n", figure.what.c_str(), figure.beside.c_str(), figure.own,
               figure.other, figure.unit.c_str(), ratio, figure.goal.c_str());
   std::fflush(stdout);
 }

@@ -9,7 +9,6 @@
 
 #include "benchmarks/Figures.h"
 #include "benchmarks/SizedBenchmarks.h"
-#include "desktop/BusMonitor.h"
 #include "e2e/AgentOnDesktop.h"
 
 namespace quillard::benchmarks {
@@ -29,18 +28,18 @@ double millisecondsSince(steady_clock::time_point begin) {
 
 class Road {
  public:
-  test::DesktopProgram start() {
-    return installed.start({{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}});
+  test::DesktopProgram start(test::PrivateDesktop::Variables variables = {}) {
+    variables.insert(variables.end(), {{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}});
+    return installed.start(variables);
   }
 
-  // Places are asked for by scans only.
+  // To the end of it, when the line about the prompt is printed.
   double startToFirstScan() {
     auto prompt = desktop.launch("gtk3_prompt", test::prompt("Before", {"No", "Yes"}));
     if (!prompt.waitForOutput("ready")) throw std::runtime_error("No prompt.");
-    test::BusMonitor places{desktop.accessibilityBusAddress(), "member='GetExtents'"};
     const auto begin = steady_clock::now();
-    auto started = start();
-    if (!test::waitFor([&] { return places.calls() > 0; })) throw std::runtime_error("No scan.");
+    auto started = start({{"QUILLARD_DIALOG_DIAGNOSTICS", "1"}});
+    if (!started.waitForOutput("\"Before\"")) throw std::runtime_error("No scan.");
     return millisecondsSince(begin);
   }
 

@@ -135,8 +135,9 @@ void dialogs() {
       desk.resumeOne();
       (void)test::waitFor([&] { return desk.scan() >= 0 && desk.windowsRead() == most; });
     }
+    const auto timeout = std::to_string(static_cast<int>(test::LinuxAccessibilityWorld::kMessagingTimeout.count()));
     print({"one of 30 programs stopped", "the same scan without it", medianOf(stopped), medianOf(well), "ms",
-           "one time-out more"});
+           "one time-out more, of " + timeout + " s here"});
   }
 }
 

@@ -131,6 +131,7 @@ ProgramNode& DesktopReading::addProgram(const std::string& bus, const KnownProgr
   if (slot) return *slot;
   slot = &tree.program(bus, known.processIdentifier, known.rootPath);
   slot->hasLargeContainers = known.carefulReadings > 0;
+  slot->filledWindows = known.filledWindows;
   if (known.isToolkitKnown) {
     slot->toolkitProgress = Progress::known;
     slot->toolkitName = known.toolkitName;
@@ -156,7 +157,8 @@ void DesktopReading::rememberPrograms() {
         .isSmall = before && before->isSmall,
         .readingsWithoutCache = before ? before->readingsWithoutCache : 0,
         .uncheckedReadings = before ? before->uncheckedReadings : 0,
-        .wasContradicted = before && before->wasContradicted};
+        .wasContradicted = before && before->wasContradicted,
+        .filledWindows = program->filledWindows};
     learn(known, {.wasRead = preparedPrograms.contains(program),
                   .isWhole = isAnswering && areTreesSmall(*program),
                   .askedCache = program->cache != Progress::notAsked,

@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "foundation/Mutex.h"
 #include "platform/linux/accessibility/NodeTree.h"
@@ -29,6 +30,8 @@ struct KnownProgram {
   int uncheckedReadings = 0;
   // The last comparison found something else. Once may be a change that came in between; twice is a cache that is old.
   bool wasContradicted = false;
+  // The paths of its windows that were found to hold something: a toolkit that fills its windows does not empty them.
+  std::vector<std::string> filledWindows;
 };
 
 // What came of comparing a cache with a walk. `none`: there was nothing to compare.

@@ -149,6 +149,36 @@ TEST_F(LinuxDesktopCapabilitiesTest, NamesProgramsWhoseWindowsAreFramesAroundNot
   EXPECT_FALSE(named()) << "A program without windows has none to be read.";
 }
 
+TEST_F(LinuxDesktopCapabilitiesTest, LooksOnceIntoAWindowThatHoldsSomething) {
+  constexpr std::uint32_t kFrame = 23;
+  constexpr std::uint32_t kPanel = 39;
+  constexpr std::uint32_t kApplication = 75;
+  constexpr std::uint32_t kLabel = 29;
+  windows.owners = {static_cast<std::int32_t>(::getpid())};
+  bus.registerPrograms({program->name()});
+  program->set(FakeProgram::kRoot, object(kApplication, {"/window"}));
+  program->set("/window", object(kFrame, {"/box"}));
+  program->set("/box", object(kPanel, {"/label"}));
+  program->set("/label", object(kLabel));
+  const auto found = [&] { return capabilities().unreadablePrograms().value().size(); };
+  const auto callsOf = [&](std::size_t expected) {
+    const auto before = accessibility.counters().calls.load();
+    EXPECT_EQ(found(), expected);
+    return accessibility.counters().calls - before;
+  };
+  const auto first = callsOf(0);
+  constexpr std::uint64_t kOfTwoObjects = 8;
+  EXPECT_LE(callsOf(0) + kOfTwoObjects, first) << "What is in the window is not asked again.";
+
+  program->set(FakeProgram::kRoot, object(kApplication, {"/other"}));
+  program->set("/other", object(kFrame, {"/empty"}));
+  program->set("/empty", object(kPanel));
+  EXPECT_EQ(found(), 1U) << "Another window of the same program.";
+  EXPECT_EQ(found(), 1U) << "One that is empty may be filled later on, so it is looked into each time.";
+  program->set("/empty", object(kPanel, {"/label"}));
+  EXPECT_EQ(found(), 0U);
+}
+
 TEST_F(LinuxDesktopCapabilitiesTest, NamesNoProgramOfWhichAListIsMissing) {
   windows.owners = {static_cast<std::int32_t>(::getpid())};
   constexpr std::uint32_t kFrame = 23;

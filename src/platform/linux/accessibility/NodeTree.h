@@ -69,7 +69,8 @@ struct ProgramNode {
   bool hasLargeContainers = false;
   // In this reading it did: a list was long, or did not come in time.
   bool hasShownLargeContainers = false;
-  bool wasAskedForChildren = false;  // Of any of its objects but the root.
+  bool wasAskedForChildren = false;        // Of any of its objects but the root.
+  std::vector<std::string> filledWindows;  // As in `KnownProgram`.
   // What the cache of its toolkit may be asked for about the trees below its windows, and how far that has come.
   CacheUse cacheUse = CacheUse::none;
   Progress cache = Progress::notAsked;

@@ -32,8 +32,8 @@ std::optional<LazyBitmap> PageCode::image() {
   if (!now || isOnThisComputer(*now) || !QRCodeRenderer::fits(bytesOf(*now))) return std::nullopt;
   if (pictured == now) return picture;
   pictured = now;
-  picture =
-      LazyBitmap{[text = *now] { return QRCodeRenderer::image(bytesOf(text), kPixelsPerModule).value_or(Bitmap{}); }};
+  picture = LazyBitmap{[text = *now] { return QRCodeRenderer::image(bytesOf(text), 1).value_or(Bitmap{}); },
+                       kPixelsPerModule};
   return picture;
 }
 

@@ -32,8 +32,9 @@ std::optional<LazyBitmap> PairingCode::image() {
   cachedPairingQRCodePayload = std::move(current);
   cachedPairingQRCodeImage.reset();
   if (text && QRCodeRenderer::fits(text->view())) {
-    cachedPairingQRCodeImage = LazyBitmap{
-        [text = *std::move(text)] { return QRCodeRenderer::image(text.view(), kPixelsOfModule).value_or(Bitmap{}); }};
+    cachedPairingQRCodeImage =
+        LazyBitmap{[text = *std::move(text)] { return QRCodeRenderer::image(text.view(), 1).value_or(Bitmap{}); },
+                   kPixelsOfModule};
   }
   return cachedPairingQRCodeImage;
 }

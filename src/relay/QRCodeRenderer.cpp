@@ -1,6 +1,5 @@
 #include "relay/QRCodeRenderer.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -39,20 +38,14 @@ std::optional<Bitmap> image(std::span<const std::uint8_t> data, int scale) {
   const auto code = encoded(data);
   if (!code) return std::nullopt;
   const int modules = code->getSize() + 2 * kQuietZone;
-  const auto side = static_cast<std::size_t>(modules) * static_cast<std::size_t>(scale);
-  Bitmap bitmap{.width = modules * scale, .height = modules * scale, .pixels = {}};
-  bitmap.pixels.reserve(side * side);
-  std::vector<std::uint8_t> row;
+  Bitmap bitmap{.width = modules, .height = modules, .pixels = {}};
   for (int y = 0; y < modules; ++y) {
-    row.clear();
     for (int x = 0; x < modules; ++x) {
       const bool isDark = code->getModule(x - kQuietZone, y - kQuietZone);
-      row.insert(row.end(), static_cast<std::size_t>(scale), isDark ? 0 : 255);
+      bitmap.pixels.push_back(isDark ? 0 : 255);
     }
-    for (int i = 0; i < scale; ++i) bitmap.pixels.insert(bitmap.pixels.end(), row.begin(), row.end());
   }
-  wipe(row);
-  return bitmap;
+  return scale == 1 ? bitmap : scaled(bitmap, scale);
 }
 
 }  // namespace quillard::QRCodeRenderer

@@ -140,18 +140,21 @@ TEST(StatusWindowContent, ShowsTheCodeAndItsCaption) {
 }
 
 TEST(LazyBitmap, IsDrawnOnceAndOnlyWhenItIsLookedAt) {
-  const Bitmap dot{.width = 1, .height = 1, .pixels = {255}};
+  const Bitmap dots{.width = 2, .height = 1, .pixels = {255, 0}};
   int drawings = 0;
   const LazyBitmap lazy{[&] {
-    ++drawings;
-    return dot;
-  }};
+                          ++drawings;
+                          return dots;
+                        },
+                        2};
   const auto copy = lazy;
   EXPECT_EQ(copy, lazy);
   EXPECT_EQ(drawings, 0);
-  EXPECT_EQ(copy.bitmap(), dot);
-  EXPECT_EQ(lazy.bitmap(), dot);
-  EXPECT_EQ(lazy, LazyBitmap{dot});
+  EXPECT_EQ(copy.squares(), dots);
+  const Bitmap large{.width = 4, .height = 2, .pixels = {255, 255, 0, 0, 255, 255, 0, 0}};
+  EXPECT_EQ(lazy.bitmap(), large);
+  EXPECT_EQ(lazy, LazyBitmap{large});
+  EXPECT_FALSE(lazy == LazyBitmap{dots});
   EXPECT_FALSE(lazy == LazyBitmap{Bitmap{}});
   EXPECT_EQ(drawings, 1);
 }

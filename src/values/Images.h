@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -28,23 +29,41 @@ struct Bitmap {
   bool operator==(const Bitmap&) const = default;
 };
 
-// A bitmap that is drawn when it is first looked at, and shared by all copies: it is handed on much more often than it
-// is shown. Used on one thread.
+// Each of its pixels as a square of `scale` by `scale`, which is 1 or more.
+[[nodiscard]] inline Bitmap scaled(const Bitmap& bitmap, int scale) {
+  Bitmap large{.width = bitmap.width * scale, .height = bitmap.height * scale, .pixels = {}};
+  for (int y = 0; y < large.height; ++y) {
+    const auto row = static_cast<std::size_t>(y / scale) * static_cast<std::size_t>(bitmap.width);
+    for (int x = 0; x < large.width; ++x) {
+      large.pixels.push_back(bitmap.pixels[row + static_cast<std::size_t>(x / scale)]);
+    }
+  }
+  return large;
+}
+
+// A bitmap of equal squares. They are drawn, one pixel each, when they are first looked at, and shared by all copies:
+// the bitmap is handed on much more often than it is shown. As large as it is, it takes hundreds of kilobytes, and is
+// not kept. Used on one thread.
 class LazyBitmap {
  public:
-  // `draw` is called once at most, and goes afterwards.
-  explicit LazyBitmap(std::function<Bitmap()> draw)
-      : picture(std::make_shared<Picture>(Picture{std::move(draw), {}})) {}
+  // `draw`: one pixel a square. It is called once at most, and goes afterwards. `scale`: the side of a square in
+  // pixels.
+  explicit LazyBitmap(std::function<Bitmap()> draw, int scale = 1)
+      : picture(std::make_shared<Picture>(Picture{std::move(draw), {}})), scale(scale) {}
   // NOLINTNEXTLINE(google-explicit-constructor): what is drawn already serves wherever a picture is wanted.
   LazyBitmap(Bitmap drawn) : picture(std::make_shared<Picture>(Picture{nullptr, std::move(drawn)})) {}
 
-  [[nodiscard]] const Bitmap& bitmap() const {
+  [[nodiscard]] const Bitmap& squares() const {
     if (const auto draw = std::exchange(picture->draw, nullptr)) picture->drawn = draw();
     return picture->drawn;
   }
+  [[nodiscard]] Bitmap bitmap() const { return scaled(squares(), scale); }
 
   // Copies are equal without being drawn.
-  bool operator==(const LazyBitmap& other) const { return picture == other.picture || bitmap() == other.bitmap(); }
+  bool operator==(const LazyBitmap& other) const {
+    if (scale != other.scale) return bitmap() == other.bitmap();
+    return picture == other.picture || squares() == other.squares();
+  }
 
  private:
   struct Picture {
@@ -52,6 +71,7 @@ class LazyBitmap {
     Bitmap drawn;
   };
   std::shared_ptr<Picture> picture;
+  int scale = 1;
 };
 
 // Drawing steps in points, origin at the BOTTOM left, y growing upwards: the one place that differs from the screen.

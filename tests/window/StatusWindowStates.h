@@ -19,10 +19,11 @@ struct StatusWindowState {
 };
 
 // As long as a real pairing code's text.
-inline const Bitmap& sampleCode() {
+inline const LazyBitmap& sampleCode() {
   static const std::string text = R"({"type":"sample","version":1,"address":"https:\/\/relay.example.org",)" +
                                   std::string(R"("filler":")") + std::string(190, 'x') + R"("})";
-  static const Bitmap code = QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 10).value();
+  static const LazyBitmap code{
+      [] { return QRCodeRenderer::image(std::vector<std::uint8_t>(text.begin(), text.end()), 1).value(); }, 10};
   return code;
 }
 

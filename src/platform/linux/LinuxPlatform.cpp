@@ -13,6 +13,7 @@
 #include "platform/linux/storage/XdgFolders.h"
 #include "platform/linux/supplement/LinuxPromptSupplement.h"
 #include "platform/linux/system/DetachedProgram.h"
+#include "platform/linux/system/LinuxMemoryTrim.h"
 
 namespace quillard::desktop {
 namespace {
@@ -92,6 +93,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
 
 std::optional<std::string> LinuxPlatform::prepareWindows() {
+  keepLargeBlocksApart();  // Such as their pictures.
   const ProcessEnvironment environment;
   const auto chosen = environment.value("QT_QPA_PLATFORM");
   if (chosen && !chosen->starts_with("xcb")) return std::nullopt;

@@ -37,4 +37,10 @@ void trimMemory() {
   ::dl_iterate_phdr(&trimLibrary, &pageSize);
 }
 
+void keepLargeBlocksApart() {
+  constexpr int kLargeBlock = 128 * 1024;
+  ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+  ::mallopt(M_TRIM_THRESHOLD, kLargeBlock);
+}
+
 }  // namespace quillard::desktop

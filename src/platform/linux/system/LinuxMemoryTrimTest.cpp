@@ -67,5 +67,23 @@ TEST(LinuxMemoryTrim, GivesFreeHeapBack) {
   EXPECT_LT(sizeOf("RssAnon"), before - 8 * 1024);
 }
 
+TEST(LinuxMemoryTrim, LargeBlocksGoWhenTheyAreFreed) {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
+#endif
+#endif
+  keepLargeBlocksApart();
+  constexpr std::size_t kPicture = 4 * 1024 * 1024;
+  std::vector<char>(kPicture, 'x').clear();  // What was freed once would be kept among the small ones the next time.
+  const long before = sizeOf("RssAnon");
+  {
+    const std::vector<char> picture(kPicture, 'x');
+    const std::unique_ptr<char[]> small(new char[64]);
+    EXPECT_GT(sizeOf("RssAnon"), before + 3 * 1024) << picture.size();
+  }
+  EXPECT_LT(sizeOf("RssAnon"), before + 512);
+}
+
 }  // namespace
 }  // namespace quillard::desktop

@@ -39,12 +39,12 @@ void PairingCard::setContent(const StatusWindowContent& content) {
   pairingTitleLabel->setContent(content.pairingTitle);
   pairingDetailLabel->setContent(content.pairingDetail);
   qrCaptionLabel->setContent(content.pairingCaption);
-  qrImageView->setContent(content.pairingImage ? &content.pairingImage->bitmap() : nullptr, content.placeholderSymbol,
+  qrImageView->setContent(content.pairingImage ? &content.pairingImage->squares() : nullptr, content.placeholderSymbol,
                           content.pairingImage ? content.codeDescription : content.placeholderDescription);
   qrImageView->setAccessibleDescription(QString::fromStdString(content.pairingCaption));
   pageCaptionLabel->setContent(content.pageCaption);
   pageCodeView->setLargest(kPageCode);
-  pageCodeView->setContent(content.pageImage ? &content.pageImage->bitmap() : nullptr, "", content.pageDescription);
+  pageCodeView->setContent(content.pageImage ? &content.pageImage->squares() : nullptr, "", content.pageDescription);
   pageCodeView->setAccessibleDescription(QString::fromStdString(content.pageCaption));
   pairingActionButton->setContent(content.pairingActionButton, content.pairingTitle);
   pairAnotherButton->setContent(content.pairAnotherButton, content.pairingTitle);

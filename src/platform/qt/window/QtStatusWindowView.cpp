@@ -1,28 +1,9 @@
 #include "platform/qt/window/QtStatusWindowView.h"
 
 #include "platform/qt/window/AccessibleRoles.h"
-#include "platform/qt/window/ModuleGrid.h"
 #include "platform/qt/window/QtStatusWindowViews.h"
 
 namespace quillard::qt {
-namespace {
-
-// One pixel a module: all there is to know of a code, in a hundredth of its size.
-Bitmap shrunk(const Bitmap& bitmap) {
-  const ModuleGrid grid = moduleGrid(bitmap);
-  Bitmap small{.width = grid.width, .height = grid.height, .pixels = {}};
-  small.pixels.reserve(grid.isLight.size());
-  for (const bool isLight : grid.isLight) small.pixels.push_back(isLight ? 255 : 0);
-  return small;
-}
-
-StatusWindowContent withoutLargeImages(const StatusWindowContent& content) {
-  StatusWindowContent kept = content;
-  if (content.pairingImage) kept.pairingImage = shrunk(content.pairingImage->bitmap());
-  return kept;
-}
-
-}  // namespace
 
 std::unique_ptr<StatusWindowView> QtStatusWindowViews::makeStatusWindowView(StatusWindowEvents events) {
   return std::make_unique<QtStatusWindowView>(std::move(events), watchColorScheme);
@@ -41,9 +22,8 @@ QtStatusWindowView::QtStatusWindowView(StatusWindowEvents events, WatchColorSche
 QtStatusWindowView::~QtStatusWindowView() { delete window; }
 
 void QtStatusWindowView::setContent(const StatusWindowContent& content) {
-  auto next = withoutLargeImages(content);
-  if (next == shownContent) return;  // Most refreshes bring nothing new.
-  shownContent = std::move(next);
+  if (content == shownContent) return;  // Most refreshes bring nothing new.
+  shownContent = content;
   if (window) window->setContent(shownContent);
 }
 

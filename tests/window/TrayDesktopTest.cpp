@@ -4,7 +4,6 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
-#include <type_traits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -83,7 +82,31 @@ class TrayOnADesktop : public testing::Test {
       clickAt(x, y);
       return program.waitForOutput("clicked", kAnswerTime);
     };
-    EXPECT_TRUE(waitFor(isClicked, 3 * kTimeout)) << program.output();  // A panel shows a new icon in its own time.
+    EXPECT_TRUE(waitFor(isClicked, 3 * kTimeout))  // A panel shows a new icon in its own time.
+        << program.output() << "under the pointer: " << windowsUnderPointer();
+  }
+
+  // From the outermost inwards: what a click there meets.
+  [[nodiscard]] std::string windowsUnderPointer() const {
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection{
+        xcb_connect(desktop.display().c_str(), nullptr), &xcb_disconnect};
+    auto* const x = connection.get();
+    std::ostringstream found;
+    for (auto window = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; window != XCB_WINDOW_NONE;) {
+      const auto pointer = owned(xcb_query_pointer_reply(x, xcb_query_pointer(x, window), nullptr));
+      const auto state = owned(xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, window), nullptr));
+      if (!pointer || !state) break;
+      found << std::hex << window << std::dec << " of " << property(x, window, "_NET_WM_PID") << " at "
+            << pointer->win_x << ' ' << pointer->win_y << ", listens for " << std::hex << state->all_event_masks
+            << std::dec << "; ";
+      window = pointer->child;
+    }
+    return found.str();
+  }
+
+  template <class Reply>
+  static std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
+    return {reply, &std::free};
   }
 
   // Of the program whose window has the keyboard; 0 when none has.
@@ -97,9 +120,6 @@ class TrayOnADesktop : public testing::Test {
 
   // Its first number; 0 when there is none.
   static std::uint32_t property(xcb_connection_t* connection, xcb_window_t window, const std::string& name) {
-    const auto owned = [](auto* reply) {
-      return std::unique_ptr<std::remove_pointer_t<decltype(reply)>, decltype(&std::free)>{reply, &std::free};
-    };
     const auto atom = owned(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
     const auto value = owned(xcb_get_property_reply(

@@ -18,6 +18,7 @@ Environment=HOME=/root LANG=C.UTF-8 PATH=/usr/local/sbin:/usr/local/bin:/usr/sbi
 ExecStart=/bin/bash -c 'bash /booted-command >/booted-output 2>&1; echo $? >/booted-status; systemctl --force poweroff'
 UNIT
 mkdir -p "$root/etc/systemd/system/multi-user.target.wants" "$root/old"
+chmod a+rx "$root"  # Services have users of their own; the bus among them, without which nothing comes up.
 ln -sf ../booted-command.service "$root/etc/systemd/system/multi-user.target.wants/"
 # A chroot would do but for PrivateUsers=: the kernel makes no user namespace in one.
 unshare --mount --pid --fork --kill-child --uts --ipc --cgroup bash -c '

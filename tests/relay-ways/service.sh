@@ -23,6 +23,8 @@ start_anew() {
   curl -sfk --retry 60 --retry-delay 1 --retry-connrefused --retry-all-errors "$1/healthz" >/dev/null || fail "It does not serve $1."
 }
 
+forget_setup() { rm -rf /etc/quillard-relay.conf /etc/quillard-relay "$drop_in"; }
+
 # expect_registration STATUS NAME [KEY]
 expect_registration() {
   local status
@@ -33,6 +35,7 @@ expect_registration() {
 
 key_of_credential() {
   say "The registration key is a credential"
+  forget_setup
   quillard-relay setup --domain relay.example --registration-key >/dev/null
   grep -q '^LoadCredential=registration-key:' "$drop_in" || fail "setup wrote no LoadCredential=."
   start_anew http://127.0.0.1:8080
@@ -66,7 +69,7 @@ served_serial() { openssl s_client -connect 127.0.0.1:443 </dev/null 2>/dev/null
 
 certificate_of_root() {
   say "It listens at port 443 itself, with a key that root alone can read"
-  rm -rf /etc/quillard-relay.conf /etc/quillard-relay "$drop_in"
+  forget_setup
   renew 1001
   quillard-relay setup --domain relay.example --tls-certificate /root/certificate.pem --tls-key /root/key.pem >/dev/null
   start_anew https://127.0.0.1

@@ -310,7 +310,7 @@ void EtcdStore::transact(ClusterTransaction transaction, Done<ClusterTransaction
 }
 
 void EtcdStore::readAll(const std::string& prefix, Done<ClusterReading> done) {
-  implementation->readPage(prefix, "", {}, std::move(done));
+  implementation->readPage(prefix, "", {}, done);
 }
 
 void EtcdStore::takeLease(int seconds, Done<LeaseNumber> done) {
@@ -327,6 +327,6 @@ void EtcdStore::keepLease(LeaseNumber lease, Done<bool> done) {
                        });
 }
 
-void EtcdStore::watch(Revision first, ClusterWatcher watcher) { implementation->watch(first, std::move(watcher)); }
+void EtcdStore::watch(Revision first, ClusterWatcher watcher) { implementation->watch(first, watcher); }
 
 }  // namespace quillard::relayserver

@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "benchmarks/Figures.h"
@@ -39,25 +41,51 @@ double numberIn(const fs::path& file, const std::string& key) {
   return 0;
 }
 
-Use useOf(pid_t process) {
-  Use use;
-  for (const auto& thread : fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
-    use.waits += numberIn(thread.path() / "status", "voluntary_ctxt_switches:");
-    double nanoseconds = 0;
-    std::ifstream(thread.path() / "schedstat") >> nanoseconds;
-    use.milliseconds += nanoseconds / 1e6;
+// What the threads of a process have used, added up from one look to the next: a thread that ends takes its numbers
+// with it.
+class UseOfProcess {
+ public:
+  explicit UseOfProcess(pid_t process) : process(process) {
+    look();
+    sum = {};
   }
-  return use;
-}
+
+  void look() {
+    std::map<std::string, Use> now;
+    for (const auto& thread : fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+      const auto use = of(thread.path());
+      const auto before = threads[thread.path()];  // Of a new one, nothing.
+      sum.waits += use.waits - before.waits;
+      sum.milliseconds += use.milliseconds - before.milliseconds;
+      now[thread.path()] = use;
+    }
+    threads = std::move(now);
+  }
+  [[nodiscard]] const Use& used() const { return sum; }
+
+ private:
+  static Use of(const fs::path& thread) {
+    double nanoseconds = 0;
+    std::ifstream(thread / "schedstat") >> nanoseconds;
+    return {numberIn(thread / "status", "voluntary_ctxt_switches:"), nanoseconds / 1e6};
+  }
+
+  const pid_t process;
+  std::map<std::string, Use> threads;
+  Use sum;
+};
 
 void sleepFor(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
 // In a second. `wait`: lets so many of them pass.
-Use rateOf(pid_t process, double seconds, const std::function<void(double)>& wait = sleepFor) {
-  const auto before = useOf(process);
-  wait(seconds);
-  const auto after = useOf(process);
-  return {(after.waits - before.waits) / seconds, (after.milliseconds - before.milliseconds) / seconds};
+Use rateOf(pid_t process, int seconds, const std::function<void(double)>& wait = sleepFor) {
+  UseOfProcess use(process);
+  for (int i = 0; i < seconds; ++i) {
+    wait(1);
+    use.look();
+  }
+  const auto& used = use.used();
+  return {used.waits / seconds, used.milliseconds / seconds};
 }
 
 // Another program that waits for a phone in the background.
@@ -99,7 +127,7 @@ class Idle {
 
   void measure(const std::string& state) {
     std::this_thread::sleep_for(std::chrono::seconds(sized(20)));  // What a start leaves behind.
-    const double seconds = sized(60);
+    const int seconds = sized(60);
     const auto own = rateOf(agent.front().pid(), seconds);
     const auto other = hasOther ? rateOf(others.back().pid(), seconds) : Use{};
     print({"idle, " + state + ": waits a second", "kdeconnectd", own.waits, other.waits, "", "1"});
@@ -115,7 +143,7 @@ class Idle {
     test::SampleClient client{desktop.display()};
     const auto window = client.open({.name = "Title 0"});
     sleepFor(sized(20));
-    const double seconds = sized(60);
+    const int seconds = sized(60);
     const auto quiet = rateOf(agent.front().pid(), seconds);
     test::BusMonitor scans{desktop.accessibilityBusAddress(),
                            "destination='org.a11y.atspi.Registry',member='GetChildren'"};

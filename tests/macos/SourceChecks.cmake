@@ -19,7 +19,8 @@ add_test(NAME MacSources.LoseNoObjects COMMAND ${CMAKE_COMMAND} --build ${build}
 # Both are builds in one folder, each with as many jobs as there are processors.
 cmake_host_system_information(RESULT processors QUERY NUMBER_OF_LOGICAL_CORES)
 set_tests_properties(MacSources.AreOfTheRightTypes MacSources.LoseNoObjects PROPERTIES
-  FIXTURES_REQUIRED mac_sources RESOURCE_LOCK mac_sources PROCESSORS ${processors} LABELS macos TIMEOUT 1800)
+  FIXTURES_REQUIRED mac_sources RESOURCE_LOCK mac_sources PROCESSORS ${processors} LABELS macos TIMEOUT 1800
+  COST 300)
 file(GLOB mistakes CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/mistakes/*)
 add_test(NAME MacSources.MistakesAreFound
   COMMAND ${check} mistakes ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR}/declarations ${mistakes})

@@ -155,7 +155,8 @@ class Idle {
       }
     });
     const std::string what = "a title that changes ten times a second: ";
-    print({what + "scans a second", "none while it is quiet", scans.calls() / seconds, 0, "", "1, all of ticks"});
+    print({what + "scans a second", "none while it is quiet", static_cast<double>(scans.calls()) / seconds, 0, "",
+           "1, all of ticks"});
     print({what + "waits a second", "quiet", restless.waits, quiet.waits, "", ""});
     print({what + "% of a core", "quiet", restless.milliseconds / 10, quiet.milliseconds / 10, "%", ""});
   }

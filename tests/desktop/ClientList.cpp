@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <tuple>
 
 #include <xcb/xcb.h>
 
@@ -88,14 +89,20 @@ ClientWindow ClientList::read(std::uint32_t window) {
                       .transientFor = firstOf("WM_TRANSIENT_FOR")};
   const std::string names = property(window, "WM_CLASS");
   if (const auto end = names.find('\0'); end != std::string::npos) result.className = names.c_str() + end + 1;
-  auto* const x = connection.get();
-  const auto place =
-      owned(xcb_translate_coordinates_reply(x, xcb_translate_coordinates(x, window, root, 0, 0), nullptr));
-  const auto borders = numbers(window, "_NET_FRAME_EXTENTS");  // Left, right, top, bottom.
-  if (!place) return result;
-  result.x = place->dst_x - (borders.size() == 4 ? static_cast<int>(borders[0]) : 0);
-  result.y = place->dst_y - (borders.size() == 4 ? static_cast<int>(borders[2]) : 0);
+  std::tie(result.x, result.y) = placeOf(window);
   return result;
+}
+
+// As the server has it: what the window manager says of its frame's borders may be late.
+std::pair<int, int> ClientList::placeOf(std::uint32_t window) {
+  auto* const x = connection.get();
+  for (;;) {
+    const auto tree = owned(xcb_query_tree_reply(x, xcb_query_tree(x, window), nullptr));
+    if (!tree || tree->parent == tree->root || tree->parent == XCB_NONE) break;
+    window = tree->parent;
+  }
+  const auto frame = owned(xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
+  return frame ? std::pair<int, int>{frame->x, frame->y} : std::pair{0, 0};
 }
 
 std::vector<ClientWindow> ClientList::windows() {

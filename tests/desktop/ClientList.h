@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -44,6 +45,8 @@ class ClientList {
   [[nodiscard]] std::vector<std::uint32_t> numbers(std::uint32_t window, const std::string& name);
   [[nodiscard]] std::set<std::string> atoms(std::uint32_t window, const std::string& name);
   [[nodiscard]] ClientWindow read(std::uint32_t window);
+  // 0, 0 when there is no such window.
+  [[nodiscard]] std::pair<int, int> placeOf(std::uint32_t window);
 
   std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t*)> connection;
   std::uint32_t root = 0;

@@ -301,11 +301,13 @@ TEST_P(SamplePrograms, ShowTwoIdenticalPromptsOfOneProgram) {
     arguments.insert(arguments.end(), each.place.begin(), each.place.end());
     auto program = launch(arguments);
     ASSERT_TRUE(program.waitForOutput("twin ready\n")) << program.errors();
-    EXPECT_TRUE(waitFor([&] {
-      std::multiset<int> places;
+    std::multiset<int> places;
+    const bool areInPlace = waitFor([&] {
+      places.clear();
       for (const auto& window : ClientList(*desktop).windowsOf(program.pid())) places.insert(window.x);
       return places == std::multiset<int>{100, each.x};
-    }));
+    });
+    EXPECT_TRUE(areInPlace) << testing::PrintToString(places) << program.output() << program.errors();
     EXPECT_TRUE(press(program, "A"));
     EXPECT_TRUE(waitFor([&] { return ClientList(*desktop).windowsOf(program.pid()).size() == 1; }));
     EXPECT_TRUE(waitFor([&] { return AccessibleTree(*desktop).windowsOf(program.pid()).size() == 1; }));

@@ -102,7 +102,9 @@ class Idle {
   explicit Idle(int phones) {
     relay.setPhones(phones);
     for (int i = 0; i < 5; ++i) {
-      others.push_back(desktop.launch("gtk3_prompt", {"--kind", "main-window", "--title", "W" + std::to_string(i)}));
+      // With something in it: a window that shows nothing is taken for one that cannot be read, and looked at again.
+      others.push_back(desktop.launch("gtk3_prompt", {"--kind", "main-window", "--title", "W" + std::to_string(i),
+                                                      "--toolbar", "--tabs", "--widgets", "20"}));
     }
     agent.push_back(installed.start({{"QUILLARD_RELAY_URL", relay.url()}, {"QUILLARD_PAIRING_ID", "office"}}));
     if (!relay.waitForConnection()) throw std::runtime_error("The agent does not connect.");

@@ -15,9 +15,24 @@ function germanName(name: string): string | undefined {
     : undefined;
 }
 
+const withoutScripts = { en: "Quillard needs JavaScript.", de: "Quillard braucht JavaScript." };
+
+/** index.html for one language: its first script and the page, which that one imports, are fetched together. */
+function beginningWith(index: string, script: string, language: "en" | "de"): string {
+  const replace = (text: string, old: string | RegExp, by: string): string => {
+    if (text.split(old).length !== 2) throw new Error(`index.html is written in another way: ${old}`);
+    return text.replace(old, by);
+  };
+  const first = '<script type="module"';
+  const hinted = replace(index, first, `<link rel="modulepreload" href="${script}" />\n    ${first}`);
+  const said = replace(hinted, /(?<=<noscript>)[^<]*/, withoutScripts[language]);
+  return replace(said, '<html lang="en">', `<html lang="${language}">`);
+}
+
 /**
  * Tells the service worker which files make up the page, and names the set by their content; and the first script where the
- * page is in each language.
+ * page is in each language. A browser that says its language to a relay gets an index.html that names the page in that
+ * language, too, so that it is fetched together with the first script and not after it.
  */
 function pageFiles(): Plugin {
   return {
@@ -35,6 +50,12 @@ function pageFiles(): Plugin {
       start.code = start.code.replaceAll("kPages", JSON.stringify(pages));
       const built = Object.keys(bundle).filter((name) => name !== "sw.js" && name !== "index.html");
       const names = [...built, ...readdirSync(folder("public"))].sort();
+      const index = bundle["index.html"];
+      if (index?.type !== "asset") throw new Error("There is no index.html.");
+      for (const language of ["en", "de"] as const) {
+        const source = beginningWith(String(index.source), pages[language], language);
+        this.emitFile({ type: "asset", fileName: `index.${language}.html`, source });
+      }
       const digest = createHash("sha256");
       for (const name of ["index.html", ...built].sort()) {
         const file = bundle[name];

@@ -53,8 +53,8 @@ const worker = replaced(
   "The service worker's version",
 );
 writeFileSync(`${folder}/sw.js`, worker);
-// What was compressed before is another file now.
+// What was compressed before is another file now, and the beginnings that a relay chooses from hold no policy.
 for (const name of readdirSync(folder)) {
-  if (/^(index\.html|sw\.js)\.(br|gz)$/.test(name)) rmSync(`${folder}/${name}`);
+  if (/^(index\.html|sw\.js)\.(br|gz)$|^index\.[a-z]{2}\.html/.test(name)) rmSync(`${folder}/${name}`);
 }
 console.log(`${folder} talks to ${relay}. Tell that relay: --page-origin ORIGIN, where the page will be.`);

@@ -14,10 +14,13 @@ const texts = readdirSync(page, { recursive: true, encoding: "utf8" }).filter((n
 );
 const size = (name) => statSync(`${page}/${name}`).size;
 
-const isGerman = (name) => /^assets\/de\/|-de\.js$/.test(name);
+const isGerman = (name) => /^assets\/de\/|-de\.js$|^index\.de\./.test(name);
 /** Whether it is the English form of a script that there is in German, too. */
 function hasGerman(name) {
-  const german = name.replace("assets/", "assets/de/").replace(/^push-worker\./, "push-worker-de.");
+  const german = name
+    .replace("assets/", "assets/de/")
+    .replace(/^push-worker\./, "push-worker-de.")
+    .replace(/^index\.en\./, "index.de.");
   return german !== name && texts.includes(german);
 }
 
@@ -46,5 +49,7 @@ for (const name of texts) {
   );
 }
 if (!texts.some(isGerman)) throw new Error("The page in German was not built.");
-measure("English", (name) => !isGerman(name));
-measure("German", (name) => !hasGerman(name));
+/** Who visits gets one of these, in their language. */
+const isForNobody = (name) => name === "index.html";
+measure("English", (name) => !isForNobody(name) && !isGerman(name));
+measure("German", (name) => !isForNobody(name) && !hasGerman(name));

@@ -19,6 +19,7 @@ struct HttpRequest {
   std::vector<std::string> subprotocols;
   std::string ifNoneMatch;
   std::string acceptEncoding;
+  std::string acceptLanguage;
   std::string origin;  // Of the page that asks, as its browser says.
   std::string registrationKey;
   std::vector<std::string> computerKey;

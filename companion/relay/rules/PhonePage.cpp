@@ -88,6 +88,11 @@ std::string_view cutAt(std::string_view& rest, char separator) {
   return withoutBlanks(part);
 }
 
+// Whether this is "q=0", however it is written.
+bool isOfNoWeight(std::string_view parameters) {
+  return !parameters.empty() && withoutBlanks(parameters).find_first_not_of("qQ=0. \t") == std::string_view::npos;
+}
+
 // Whether a header as "gzip, br;q=0.8, *;q=0" allows the coding. A weight of zero forbids it; other weights are not
 // compared, since the smallest form is best for every client.
 bool accepts(std::string_view header, std::string_view coding) {
@@ -95,12 +100,18 @@ bool accepts(std::string_view header, std::string_view coding) {
   while (!header.empty()) {
     std::string_view item = cutAt(header, ',');
     const auto name = cutAt(item, ';');
-    const bool isForbidden =
-        !item.empty() && withoutBlanks(item).find_first_not_of("qQ=0. \t") == std::string_view::npos;
+    const bool isForbidden = isOfNoWeight(item);
     if (name == coding) return !isForbidden;
     if (name == "*") isAllowed = !isForbidden;
   }
   return isAllowed;
+}
+
+std::string languageIndex(std::string_view language) { return "index." + std::string(language) + ".html"; }
+
+bool isLanguageIndex(std::string_view name) {
+  constexpr std::string_view kLike = "index.en.html";
+  return name.size() == kLike.size() && name.starts_with("index.") && name.ends_with(".html");
 }
 
 bool isKnownTag(std::string_view ifNoneMatch, const std::string& tag) {
@@ -113,6 +124,7 @@ void PhonePage::add(const std::string& path, std::string content) {
   const bool isBrotli = path.ends_with(kBrotliEnding);
   const bool isGzip = path.ends_with(kGzipEnding);
   const std::string name = path.substr(0, path.size() - (isBrotli || isGzip ? kBrotliEnding.size() : 0));
+  hasLanguages = hasLanguages || isLanguageIndex(name);
   File& file = files[name];
   file.type = typeOf(name);
   file.caching = hasDigestInName(name) ? "public, max-age=31536000, immutable" : "no-cache";
@@ -121,22 +133,37 @@ void PhonePage::add(const std::string& path, std::string content) {
   form.content = std::make_shared<const std::string>(std::move(content));
 }
 
+// Browsers put the language that they want most first, whatever its weight says.
+std::string PhonePage::indexFor(std::string_view acceptLanguage) const {
+  constexpr std::size_t kCode = 2;  // Of "de-AT", what names the language.
+  while (!acceptLanguage.empty()) {
+    std::string_view item = cutAt(acceptLanguage, ',');
+    const auto name = cutAt(item, ';');
+    const bool isLanguage = name.size() == kCode || (name.size() > kCode && name[kCode] == '-');
+    if (!isLanguage || isOfNoWeight(item)) continue;
+    const auto file = files.find(languageIndex(text::lowercased(name.substr(0, kCode))));
+    if (file != files.end() && file->second.plain.content) return file->first;
+  }
+  return "index.html";
+}
+
 HttpResponse PhonePage::answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch,
-                               std::string_view acceptEncoding) const {
+                               const Accepted& accepted) const {
   const bool isRoot = segments.empty() || (segments.size() == 1 && segments.front().empty());
   // An escaped "/" within a segment is no separator.
   const bool isPlain = std::none_of(segments.begin(), segments.end(),
                                     [](const std::string& segment) { return segment.find('/') != std::string::npos; });
-  const auto found = files.find(isRoot ? "index.html" : text::joined(segments, "/"));
+  const auto found = files.find(isRoot ? indexFor(accepted.language) : text::joined(segments, "/"));
   if (!isPlain || found == files.end() || !found->second.plain.content) {
     return errorResponse(404, "There is nothing at this address.");
   }
   const File& file = found->second;
-  const bool isBrotli = file.brotli.content && accepts(acceptEncoding, "br");
-  const bool isGzip = !isBrotli && file.gzip.content && accepts(acceptEncoding, "gzip");
+  const bool isBrotli = file.brotli.content && accepts(accepted.encoding, "br");
+  const bool isGzip = !isBrotli && file.gzip.content && accepts(accepted.encoding, "gzip");
   const Form& form = isBrotli ? file.brotli : isGzip ? file.gzip : file.plain;
   HttpResponse answer{.headers = {{"cache-control", file.caching}, {"etag", form.tag}}};
   if (file.brotli.content || file.gzip.content) answer.headers.emplace_back("vary", "accept-encoding");
+  if (isRoot && hasLanguages) answer.headers.emplace_back("vary", "accept-language");
   if (isKnownTag(ifNoneMatch, form.tag)) {
     answer.status = 304;
     return answer;

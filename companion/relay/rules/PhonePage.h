@@ -18,10 +18,17 @@ class PhonePage {
   // have it; without NAME they are nothing. In any order.
   void add(const std::string& path, std::string content);
 
-  // `segments`: of the request's path. Of "/" and "" the page is index.html. The smallest form that `acceptEncoding`
-  // allows; 304 where `ifNoneMatch` knows that form.
+  // What a browser says of itself with a request: the headers of these names, empty where there are none.
+  struct Accepted {
+    std::string_view encoding;
+    std::string_view language;
+  };
+
+  // `segments`: of the request's path. Of "/" and "" the page is index.LANGUAGE.html for the first of the browser's
+  // languages that there is such a file for, which names the scripts in that language from the start, and otherwise
+  // index.html. The smallest form that is accepted; 304 where `ifNoneMatch` knows that form.
   [[nodiscard]] HttpResponse answer(const std::vector<std::string>& segments, std::string_view ifNoneMatch,
-                                    std::string_view acceptEncoding = {}) const;
+                                    const Accepted& accepted = {}) const;
   [[nodiscard]] std::size_t fileCount() const { return files.size(); }
 
  private:
@@ -36,7 +43,10 @@ class PhonePage {
     std::string type;
     std::string caching;
   };
+  [[nodiscard]] std::string indexFor(std::string_view acceptLanguage) const;
+
   std::map<std::string, File> files;
+  bool hasLanguages = false;  // Of index.html.
 };
 
 }  // namespace quillard::relayserver

@@ -170,7 +170,7 @@ TEST(PhonePage, SendsTheSmallestFormThatIsAllowed) {
   page.add("photo.png", "png");
   page.add("stray.css.br", "b");
   const std::vector<std::string> file{"assets", "index-B7f3x_Qa.js"};
-  const auto bodyFor = [&](const std::string& header) { return *page.answer(file, "", header).body; };
+  const auto bodyFor = [&](const std::string& header) { return *page.answer(file, "", {.encoding = header}).body; };
   for (const char* header : {"br", "gzip, br", "gzip;q=1.0, br;q=0.1", "*", "deflate, *;q=0.5", " gzip ,\tbr ; q=1"}) {
     EXPECT_EQ(bodyFor(header), "b") << header;
   }
@@ -180,21 +180,50 @@ TEST(PhonePage, SendsTheSmallestFormThatIsAllowed) {
   for (const char* header : {"", "identity", "deflate", "brotli", "*;q=0", "br;q=0, gzip;q=0.0", "br;q=0,gzip;q=0,*"}) {
     EXPECT_EQ(bodyFor(header), "plain") << header;
   }
-  const auto answer = page.answer(file, "", "br");
+  const auto answer = page.answer(file, "", {.encoding = "br"});
   using Header = std::pair<std::string, std::string>;
   EXPECT_THAT(answer.headers,
               testing::IsSupersetOf({Header("content-encoding", "br"), Header("vary", "accept-encoding"),
                                      Header("content-type", "text/javascript; charset=utf-8")}));
   // Each form has a tag of its own.
   const auto tag = answer.headers[1].second;
-  EXPECT_EQ(page.answer(file, tag, "br").status, 304);
-  EXPECT_EQ(page.answer(file, tag, "gzip").status, 200);
-  EXPECT_EQ(page.answer(file, tag, "").status, 200);
-  const auto photo = page.answer({"photo.png"}, "", "br");
+  EXPECT_EQ(page.answer(file, tag, {.encoding = "br"}).status, 304);
+  EXPECT_EQ(page.answer(file, tag, {.encoding = "gzip"}).status, 200);
+  EXPECT_EQ(page.answer(file, tag, {.encoding = ""}).status, 200);
+  const auto photo = page.answer({"photo.png"}, "", {.encoding = "br"});
   EXPECT_EQ(*photo.body, "png");
   for (const auto& [name, value] : photo.headers) EXPECT_TRUE(name != "vary" && name != "content-encoding");
-  EXPECT_EQ(page.answer({"stray.css"}, "", "br").status, 404);
-  EXPECT_EQ(page.answer({"assets", "index-B7f3x_Qa.js.br"}, "", "br").status, 404);
+  EXPECT_EQ(page.answer({"stray.css"}, "", {.encoding = "br"}).status, 404);
+  EXPECT_EQ(page.answer({"assets", "index-B7f3x_Qa.js.br"}, "", {.encoding = "br"}).status, 404);
+}
+
+TEST(PhonePage, BeginsInTheFirstOfTheBrowsersLanguagesThatItHas) {
+  PhonePage page;
+  page.add("index.html", "plain");
+  EXPECT_EQ(*page.answer({}, "", {.language = "de"}).body, "plain");
+  page.add("index.de.html", "German");
+  page.add("index.en.html", "English");
+  page.add("index.fr.html.br", "A form of nothing.");
+  const auto bodyFor = [&](const std::string& header) { return *page.answer({}, "", {.language = header}).body; };
+  for (const char* header :
+       {"de", "de-AT,de;q=0.9,en;q=0.8", "DE", "fr-CH, de-CH;q=0.5", "nds,de", "en;q=0,de", "*,de"}) {
+    EXPECT_EQ(bodyFor(header), "German") << header;
+  }
+  for (const char* header : {"en-GB", "fr, en;q=0.7, de;q=0.3", "EN-us;q=0.1", "de; q=0.0 , en"}) {
+    EXPECT_EQ(bodyFor(header), "English") << header;
+  }
+  for (const char* header :
+       {"", "*", "fr", "d", "deu", "eng-GB", "de_DE", "../de", ",;,-", "\xff\xfe", "de;q=0", "x-de"}) {
+    EXPECT_EQ(bodyFor(header), "plain") << header;
+  }
+  using Header = std::pair<std::string, std::string>;
+  EXPECT_THAT(page.answer({}, "", {.language = "fr"}).headers, testing::Contains(Header("vary", "accept-language")));
+  EXPECT_THAT(page.answer({"index.html"}, "", {.language = "de"}).headers,
+              testing::Not(testing::Contains(Header("vary", "accept-language"))));
+  EXPECT_EQ(*page.answer({"index.html"}, "", {.language = "de"}).body, "plain") << "That is what was asked for.";
+  const auto tag = page.answer({}, "", {.language = "de"}).headers[1].second;
+  EXPECT_EQ(page.answer({}, tag, {.language = "de"}).status, 304);
+  EXPECT_EQ(page.answer({}, tag, {.language = "en"}).status, 200);
 }
 
 // ---- Names and metrics

@@ -180,7 +180,7 @@ HttpResponse RelayService::answerAnyPage(const HttpRequest& request, Moment now)
     answer.headers.emplace_back("sec-websocket-version", "13");
     return answer;
   }
-  return page.answer(segments, request.ifNoneMatch, request.acceptEncoding);
+  return page.answer(segments, request.ifNoneMatch, {request.acceptEncoding, request.acceptLanguage});
 }
 
 HttpResponse RelayService::answerHealth(Moment now) const {

@@ -238,6 +238,7 @@ class HttpConnection final : public std::enable_shared_from_this<HttpConnection>
             .subprotocols = valuesOf(message, http::field::sec_websocket_protocol),
             .ifNoneMatch = firstOf(valuesOf(message, http::field::if_none_match)),
             .acceptEncoding = text::joined(valuesOf(message, http::field::accept_encoding), ","),
+            .acceptLanguage = text::joined(valuesOf(message, http::field::accept_language), ","),
             .origin = firstOf(valuesOf(message, http::field::origin)),
             .registrationKey = firstOf(valuesOf(message, "quillard-registration-key")),
             .computerKey = valuesOf(message, "quillard-computer-key"),

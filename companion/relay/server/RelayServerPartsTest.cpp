@@ -101,8 +101,8 @@ TEST(PhonePage, LeavesOutCompressedFormsThatAreOlderThanTheirFile) {
   std::string why;
   const auto page = readPhonePage(folder.path(), why);
   ASSERT_TRUE(page) << why;
-  EXPECT_EQ(*page->answer({}, "", "br").body, "changed");
-  EXPECT_EQ(*page->answer({"fresh.css"}, "", "br").body, "small");
+  EXPECT_EQ(*page->answer({}, "", {.encoding = "br"}).body, "changed");
+  EXPECT_EQ(*page->answer({"fresh.css"}, "", {.encoding = "br"}).body, "small");
 }
 
 TEST(ProcessMemory, IsReleasedOnceMostConnectionsHaveEnded) {

@@ -26,7 +26,7 @@ std::vector<std::string> linesOf(std::string_view text) {
   return lines;
 }
 
-void checkTarget(const std::string& text) {
+void checkTarget(const std::string& text, const PhonePage::Accepted& accepted) {
   const auto target = parseRequestTarget(text);
   if (!target) return;
   for (const auto& segment : target->segments) {
@@ -34,7 +34,9 @@ void checkTarget(const std::string& text) {
   }
   PhonePage page;
   page.add("index.html", "x");
-  const auto answer = page.answer(target->segments, "");
+  page.add("index.de.html", "y");
+  page.add("index.de.html.br", "z");
+  const auto answer = page.answer(target->segments, "", accepted);
   require(answer.status == 200 || answer.status == 404, "A page has a file, or it has not.");
   const auto who = readIntroduction(target->query);
   if (!who) return;
@@ -48,7 +50,7 @@ void checkTarget(const std::string& text) {
 // What a client says before it is let in.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto lines = linesOf(quillard::fuzz::textOf(data, size));
-  checkTarget(lines[0]);
+  checkTarget(lines[0], {.encoding = lines[3], .language = lines[4]});
   const auto offered = readToken({lines[1]}, {lines[2]});
   const bool isGiven = offered.kind == OfferedToken::Kind::given;
   require(isGiven == !offered.token.empty(), "A token is there when it is said to be.");

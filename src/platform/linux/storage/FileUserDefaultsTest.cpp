@@ -16,6 +16,7 @@
 #include "platform/qt/QtExecutors.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
+#include "support/WaitUntil.h"
 
 namespace quillard::xdg {
 namespace {
@@ -302,6 +303,8 @@ TEST_F(Settings, AreWholeWheneverTheirWriterIsKilled) {
   for (int life = 0; life < 25; ++life) {
     test::ChildProcess writer({.command = {SETTINGS_WRITER, folder()}, .environment = test::presentEnvironment()});
     ASSERT_EQ(writer.readLine(), "writing");
+    // The first one lives until it has written, which may take longer than any of these times.
+    ASSERT_TRUE(life > 0 || test::waitUntil([&] { return content().find("\"second\"") != std::string::npos; }));
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
     writer.kill();
     const auto settings = open();

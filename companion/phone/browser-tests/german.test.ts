@@ -41,6 +41,18 @@ for (const [locale, lang] of [
         lang === "de" ? german["Answer your computer from here"] : "Answer your computer from here";
       await expect(page.getByRole("heading", { level: 1 })).toHaveText(heading);
     });
+
+    test(`the page in ${lang} waits for no other script`, async ({ page, relay, watch }) => {
+      watch.expected.push(/ERR_FAILED/);
+      const asked: string[] = [];
+      page.on("request", (request) => asked.push(new URL(request.url()).pathname));
+      // The first script, which would choose it, never comes.
+      await page.route("**/assets/start-*.js", (route) => route.abort());
+      await page.goto(relay.url);
+      const first = lang === "de" ? /^\/assets\/de\/page-/ : /^\/assets\/page-/;
+      const isNamed = locale !== "fr-FR"; // No language that there is.
+      expect(asked.some((path) => first.test(path))).toBe(isNamed);
+    });
   });
 }
 

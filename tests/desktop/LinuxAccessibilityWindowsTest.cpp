@@ -51,7 +51,8 @@ TEST(LinuxAccessibilityWindows, APlainWindowIsADialogWhenOnlyItsXWindowSaysSo) {
   auto program = world.desktop.launch(QT_DIALOG, {"--title=Permission", "--kind=plain"});
   const auto window = world.window(program.pid(), "Permission");
   ASSERT_TRUE(window);
-  EXPECT_EQ(AXHelpers::subrole(world.accessibility, *window), ax::kDialogSubrole);
+  // The window manager may list it, with its type, after the program has shown its buttons.
+  EXPECT_TRUE(waitFor([&] { return AXHelpers::subrole(world.accessibility, *window) == ax::kDialogSubrole; }));
   EXPECT_EQ(labels(readingOf(world, *window, program.pid())), kBothLabels);
 }
 

@@ -53,7 +53,10 @@ export class EndToEnd {
     await this.browser.end();
     if (!this.isUp) return;
     await this.desktop.closeAll();
-    expect(await this.agent.quit(), "the agent quits politely").toBe(0);
+    const agentsEnd = await this.agent.quit();
+    // Only now it has said everything: a sanitizer may report what happened tests ago.
+    if (agentsEnd !== 0) console.log(`What the agent printed:\n${withoutSecrets(this.agent.output)}`);
+    expect(agentsEnd, "the agent quits politely").toBe(0);
     expect(await this.relay.end(), "the relay ends politely").toBe(0);
   }
 

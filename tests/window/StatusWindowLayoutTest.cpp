@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -12,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "support/LongTests.h"
+#include "support/Shell.h"
 #include "window/ShownWindow.h"
 #include "window/StatusWindowStates.h"
 
@@ -234,23 +234,6 @@ struct Scale {
   const char* value;
 };
 
-struct Outcome {
-  std::string output;
-  int exitCode = -1;
-};
-
-// Not by Qt's own processes: the thread sanitizer does not survive how they begin.
-Outcome outcomeOf(const std::string& command) {
-  Outcome outcome;
-  FILE* const pipe = ::popen((command + " 2>&1").c_str(), "r");
-  if (!pipe) return outcome;
-  for (int letter = std::fgetc(pipe); letter != EOF; letter = std::fgetc(pipe)) {
-    outcome.output += static_cast<char>(letter);
-  }
-  outcome.exitCode = ::pclose(pipe);
-  return outcome;
-}
-
 class ScaledStatusWindowLayout : public testing::TestWithParam<Scale> {};
 
 // A scale holds for a whole process, so this program runs again. Small screens take it four times as long as all the
@@ -258,8 +241,9 @@ class ScaledStatusWindowLayout : public testing::TestWithParam<Scale> {};
 TEST_P(ScaledStatusWindowLayout, CutsNothingOff) {
   const std::string leftOut = test::rounds(0, 1) == 1 ? "*OwnSize" : "*OwnSize:*StaysOnASmallScreen*";
   const auto scale = std::string(GetParam().variable) + "=" + GetParam().value;
-  const auto [output, exitCode] = outcomeOf(scale + " '" + QCoreApplication::applicationFilePath().toStdString() +
-                                            "' --gtest_filter='StatusWindowLayout.*-" + leftOut + "'");
+  // Not by Qt's own processes: the thread sanitizer does not survive how they begin.
+  const auto [exitCode, output] = test::shell(scale + " '" + QCoreApplication::applicationFilePath().toStdString() +
+                                              "' --gtest_filter='StatusWindowLayout.*-" + leftOut + "'");
   EXPECT_EQ(exitCode, 0) << output;
   const std::string expected = "[  PASSED  ] " + std::to_string(test::rounds(6, 7)) + " tests";
   EXPECT_NE(output.find(expected), std::string::npos) << output;

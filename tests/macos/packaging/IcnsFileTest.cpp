@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "IcnsFile.h"
-#include "macos/packaging/Shell.h"
+#include "support/Shell.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillard::packaging {

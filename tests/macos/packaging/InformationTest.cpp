@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 
-#include "macos/packaging/Shell.h"
+#include "support/Shell.h"
 #include "support/TemporaryFolder.h"
 
 // The information dictionary and the rights, as the build writes them.

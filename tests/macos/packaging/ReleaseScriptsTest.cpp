@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "macos/packaging/Shell.h"
+#include "support/Shell.h"
 #include "support/TemporaryFolder.h"
 
 // The scripts that turn a build into what is given to people, with fakes for the tools of a Mac that write down how

@@ -130,7 +130,7 @@ TEST(Worlds, KeepEveryInvariantWhereAMistakeWouldBreakOne) {
 }
 
 TEST(Worlds, KeepEveryInvariantUnderEveryFault) {
-  const auto worlds = static_cast<std::uint64_t>(test::rounds(2'000, 40'000));
+  const auto worlds = static_cast<std::uint64_t>(test::rounds(700, 40'000));
   Summary summary;
   liveAll(worlds, summary);
   EXPECT_THAT(summary.broken, IsEmpty());

@@ -27,7 +27,7 @@ using test::prompt;
 using test::waitFor;
 
 constexpr std::size_t kOnScreen = 5;  // Programs at a time.
-constexpr int kCycles = 40;
+constexpr int kCycles = 20;
 constexpr int kParts = 10;  // What the agent holds is looked at after each.
 constexpr int kManyCycles = 2000;
 constexpr int kMostUndone = 10;  // Decisions that had to be made again.

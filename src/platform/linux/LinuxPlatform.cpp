@@ -93,7 +93,7 @@ LinuxPlatform::LinuxPlatform(int consoleDescriptor)
       settingsQueue(executors.makeSerialQueue("quillard.settings", platform::QualityOfService::standard)) {}
 
 std::optional<std::string> LinuxPlatform::prepareWindows() {
-  keepLargeBlocksApart();  // Such as their pictures.
+  keepHeapSmall();
   const ProcessEnvironment environment;
   const auto chosen = environment.value("QT_QPA_PLATFORM");
   if (chosen && !chosen->starts_with("xcb")) return std::nullopt;

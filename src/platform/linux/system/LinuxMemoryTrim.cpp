@@ -37,10 +37,11 @@ void trimMemory() {
   ::dl_iterate_phdr(&trimLibrary, &pageSize);
 }
 
-void keepLargeBlocksApart() {
+void keepHeapSmall() {
   constexpr int kLargeBlock = 128 * 1024;
   ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
   ::mallopt(M_TRIM_THRESHOLD, kLargeBlock);
+  ::mallopt(M_ARENA_MAX, 1);
 }
 
 }  // namespace quillard::desktop

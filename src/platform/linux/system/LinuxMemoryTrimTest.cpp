@@ -1,8 +1,10 @@
 #include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -57,7 +59,7 @@ TEST(LinuxMemoryTrim, LargeBlocksGoWhenTheyAreFreed) {
   GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
 #endif
 #endif
-  keepLargeBlocksApart();
+  keepHeapSmall();
   constexpr std::size_t kPicture = 4 * 1024 * 1024;
   std::vector<char>(kPicture, 'x').clear();  // What was freed once would be kept among the small ones the next time.
   const long before = sizeOf("RssAnon");
@@ -67,6 +69,36 @@ TEST(LinuxMemoryTrim, LargeBlocksGoWhenTheyAreFreed) {
     EXPECT_GT(sizeOf("RssAnon"), before + 1024) << picture.size();
   }
   EXPECT_LT(sizeOf("RssAnon"), before + 512);
+}
+
+// What /proc says of the mapping that holds this address; empty when it cannot be read.
+std::string mappingOf(const void* address) {
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    std::istringstream words(line);
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    char dash = 0;
+    words >> std::hex >> begin >> dash >> end;
+    const auto place = reinterpret_cast<std::uintptr_t>(address);
+    if (begin <= place && place < end) return line;
+  }
+  return {};
+}
+
+TEST(LinuxMemoryTrim, ThreadsShareOneHeap) {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
+#endif
+#endif
+  keepHeapSmall();
+  std::string mapping;
+  std::thread([&] {
+    const std::unique_ptr<char[]> block(new char[4096]);
+    mapping = mappingOf(block.get());
+  }).join();
+  EXPECT_NE(mapping.find("[heap]"), std::string::npos) << mapping;
 }
 
 TEST(LinuxMemoryTrim, GivesFreeHeapBack) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -23,14 +24,21 @@ namespace fs = std::filesystem;
 constexpr std::size_t kLongestFile = 256 * 1024;
 constexpr auto kReadInterval = std::chrono::seconds{5};
 
-std::optional<std::string> contentsOf(const fs::path& path) {
+// The beginning of the file, at most so many bytes. Absent: no file, or none that can be read.
+std::optional<std::string> beginningOf(const fs::path& path, std::size_t most) {
   std::error_code error;
-  if (!fs::is_regular_file(path, error)) return std::nullopt;
+  const auto size = fs::is_regular_file(path, error) ? fs::file_size(path, error) : 0;
+  if (error || size == 0) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
-  std::string contents(kLongestFile + 1, '\0');
+  std::string contents(static_cast<std::size_t>(std::min<std::uintmax_t>(size, most)), '\0');
   file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
   contents.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  if (contents.size() > kLongestFile || !text::isValidUtf8(contents)) return std::nullopt;
+  return contents;
+}
+
+std::optional<std::string> contentsOf(const fs::path& path) {
+  auto contents = beginningOf(path, kLongestFile + 1);
+  if (!contents || contents->size() > kLongestFile || !text::isValidUtf8(*contents)) return std::nullopt;
   return contents;
 }
 
@@ -38,13 +46,8 @@ constexpr std::size_t kLongestScript = 64 * 1024;
 
 // Its beginning, if it is one.
 std::optional<std::string> scriptAt(const std::string& path) {
-  std::error_code error;
-  if (!fs::is_regular_file(path, error)) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  std::string text(kLongestScript, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  return text.starts_with("#!") ? std::optional(std::move(text)) : std::nullopt;
+  auto text = beginningOf(path, kLongestScript);
+  return text && text->starts_with("#!") ? std::move(text) : std::nullopt;
 }
 
 std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
@@ -381,9 +384,10 @@ std::vector<std::string> DesktopEntries::locales() const {
 
 std::string DesktopEntries::resolved(const std::string& command) const {
   const auto canonical = [](const std::string& path) -> std::string {
+    if (::access(path.c_str(), X_OK) != 0) return {};  // Most folders do not hold it, and that costs one look.
     std::error_code error;
     const auto target = fs::canonical(path, error);
-    return error || ::access(target.c_str(), X_OK) != 0 ? std::string{} : target.string();
+    return error ? std::string{} : target.string();
   };
   if (command.find('/') != std::string::npos) return command.starts_with('/') ? canonical(command) : "";
   if (command.empty()) return "";

@@ -114,7 +114,13 @@ class RunEndToEnd : public testing::Test {
   void expectNothingLeft() const {
     EXPECT_TRUE(waitFor([this] { return children() == ownChildren; }));
     for (const char* folder : {"/tmp", "/home"}) {
-      EXPECT_TRUE(waitFor([&] { return entries(place.path() + folder).empty(); })) << folder;
+      const auto left = [&] {
+        auto found = entries(place.path() + folder);
+        // The thread sanitizer's own, of a process that was killed while it began.
+        std::erase_if(found, [](const auto& path) { return path.find("/tsan.rodata.") != std::string::npos; });
+        return found;
+      };
+      EXPECT_TRUE(waitFor([&] { return left().empty(); })) << folder << ": " << testing::PrintToString(left());
     }
   }
   // What is called after us in the home and the other folders of the desktop's user.

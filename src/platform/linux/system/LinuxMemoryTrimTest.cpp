@@ -14,6 +14,17 @@
 namespace quillard::desktop {
 namespace {
 
+constexpr const char* kNoStandardHeap = "The heap of a sanitizer is none of the standard library's.";
+
+bool hasStandardHeap() {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  return false;
+#endif
+#endif
+  return true;
+}
+
 // In kilobytes, of this process: "RssAnon", "RssFile".
 long sizeOf(const std::string& kind) {
   std::ifstream status("/proc/self/status");
@@ -54,11 +65,7 @@ TEST(LinuxMemoryTrim, KeepsEverythingThatWasWrittenOrRelocated) {
 }
 
 TEST(LinuxMemoryTrim, LargeBlocksGoWhenTheyAreFreed) {
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
-#endif
-#endif
+  if (!hasStandardHeap()) GTEST_SKIP() << kNoStandardHeap;
   keepHeapSmall();
   constexpr std::size_t kPicture = 4 * 1024 * 1024;
   std::vector<char>(kPicture, 'x').clear();  // What was freed once would be kept among the small ones the next time.
@@ -87,11 +94,7 @@ std::string mappingOf(const void* address) {
 }
 
 TEST(LinuxMemoryTrim, ThreadsShareOneHeap) {
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
-#endif
-#endif
+  if (!hasStandardHeap()) GTEST_SKIP() << kNoStandardHeap;
   keepHeapSmall();
   std::string mapping;
   std::thread([&] {
@@ -102,11 +105,7 @@ TEST(LinuxMemoryTrim, ThreadsShareOneHeap) {
 }
 
 TEST(LinuxMemoryTrim, GivesFreeHeapBack) {
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "The heap of a sanitizer is none of the standard library's.";
-#endif
-#endif
+  if (!hasStandardHeap()) GTEST_SKIP() << kNoStandardHeap;
   constexpr std::size_t kBlocks = 16 * 1024;
   constexpr std::size_t kBlockSize = 1024;  // Small ones come from the heap that grows, and are not unmapped alone.
   std::vector<std::unique_ptr<std::vector<char>>> blocks;
